@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace KOVA::Tessara::Fundament {
+
+/// An ordered list of (name, value) texts, through which everything here receives its settings. Names match
+/// without regard to ASCII case, byte for byte otherwise; the first match wins. Values are converted when
+/// read, each read with its own default, and nothing throws on a missing or malformed value.
+///
+/// A value type without a lock: `operator[]` writes even when it is used to read.
+class PropertyLookUp {
+public:
+    using Pair = std::pair<std::string, std::string>;
+
+    /// Trims the stored value in place and returns it; a missing name is appended with an empty value. The
+    /// reference is good until a pair is added or removed.
+    std::string& operator[](const std::string& name);
+
+    /// The trimmed value, or the trimmed default when the name is missing or its value blank. Adds nothing.
+    [[nodiscard]] std::string GetString(const std::string& name, std::string defaultValue = {}) const;
+
+    /// GetString converted by the function of Numbers.h of that type.
+    [[nodiscard]] std::uint32_t GetUnsignedLong(const std::string& name, std::uint32_t defaultValue) const;
+    [[nodiscard]] std::int32_t GetLong(const std::string& name, std::int32_t defaultValue) const;
+    [[nodiscard]] bool GetBool(const std::string& name, bool defaultValue) const;
+
+    /// A number, or a percentage: the text before the first "%", divided by 100. A percentage that is no
+    /// number gives `percentDefault` / 100.
+    [[nodiscard]] double GetDouble(const std::string& name, double defaultValue, double percentDefault) const;
+
+    [[nodiscard]] bool HasProperty(const std::string& name) const;
+    [[nodiscard]] std::uint32_t GetCount() const;
+
+    /// A copy of the pair at a position counted from 0; past the end it is the last pair, and of an empty
+    /// lookup a pair of empty texts.
+    [[nodiscard]] Pair GetAt(std::uint32_t position) const;
+
+    /// Removes the first match; false when there is none.
+    bool Remove(const std::string& name);
+    void Clear();
+
+    /// Sets prefix + name + suffix to the value as stored, for each pair of `other` in order, skipping pairs
+    /// whose value is empty when asked. Always true. `other` may be this lookup.
+    bool Merge(const PropertyLookUp& other, bool skipEmpty, const std::string& prefix,
+               const std::string& suffix);
+
+    /// `<name>value</name>` and a line feed for each pair, within `<rootName>` unless that is empty. Nothing
+    /// is escaped: the text is well-formed XML only when names and values are.
+    [[nodiscard]] std::string ToXml(std::string rootName) const;
+
+private:
+    [[nodiscard]] std::vector<Pair>::const_iterator Find(const std::string& name) const;
+
+    std::vector<Pair> pairs;
+};
+
+} // namespace KOVA::Tessara::Fundament

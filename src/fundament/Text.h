@@ -1,0 +1,53 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// Text functions that the whole system shares. Texts are bytes; no locale is consulted: white space is
+/// exactly space, \t, \n, \v, \f and \r, letters are ASCII letters, every other byte stands for itself. All
+/// functions are reentrant; none throws for bad input.
+namespace KOVA::Tessara::Fundament {
+
+/// True when both texts are equal up to their first zero byte; two empty texts are equal.
+[[nodiscard]] bool StringsEqual(const std::string& a, const std::string& b, bool ignoreCase);
+
+/// Copies with every ASCII letter converted.
+[[nodiscard]] std::string ToUpper(const std::string& text);
+[[nodiscard]] std::string ToLower(const std::string& text);
+
+/// Copies without leading, trailing, or leading and trailing white space.
+[[nodiscard]] std::string TrimLeft(const std::string& text);
+[[nodiscard]] std::string TrimRight(const std::string& text);
+[[nodiscard]] std::string Trim(const std::string& text);
+
+/// An empty prefix always matches; one longer than the text never does. Likewise for suffixes.
+[[nodiscard]] bool StartsWith(const std::string& text, const std::string& prefix, bool ignoreCase);
+[[nodiscard]] bool EndsWith(const std::string& text, const std::string& suffix, bool ignoreCase);
+
+/// printf formatting into a text of any length; the result is never cut short. Floating-point conversions
+/// follow the "C" locale, whatever the process has set.
+[[nodiscard]] std::string FormatString(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+/// The tokens between bytes of the delimiter set, in order, untrimmed; runs of delimiters make no empty
+/// tokens.
+[[nodiscard]] std::vector<std::string> Tokenize(const std::string& text, const std::string& delimiters);
+
+/// Position and length of the first occurrence of `search`, or (std::string::npos, 0). The search ends at a
+/// zero byte in either text.
+[[nodiscard]] std::pair<std::string::size_type, std::string::size_type>
+FindText(const std::string& text, const std::string& search, bool ignoreCase);
+
+/// Replaces occurrences in place, searching from the start after each replacement, at most `limit` times and
+/// at most once per byte of the original text. Returns the number of replacements.
+std::uint32_t ReplaceAll(std::string& text, const std::string& search, const std::string& replacement,
+                         bool ignoreCase, std::uint32_t limit);
+
+/// The text in at most `maximum` bytes: its head, the ellipsis, its tail (the head one byte longer when they
+/// cannot be equal). A text that fits comes back unchanged; when the ellipsis itself does not fit, the result
+/// is empty.
+[[nodiscard]] std::string Abbreviate(const std::string& text, const std::string& ellipsis,
+                                     std::string::size_type maximum);
+
+} // namespace KOVA::Tessara::Fundament

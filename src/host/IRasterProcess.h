@@ -1,0 +1,30 @@
+#pragma once
+
+#include "host/Export.h"
+#include "host/IRaster.h"
+#include "host/NameValueMap.h"
+#include "host/ProcessModifierFlags.h"
+
+#include <vector>
+
+namespace KOVA::Tessara::Mapwarp {
+class FGeoTransformers; ///< the host's; only passed through
+}
+
+namespace KOVA::Tessara::Pixmere {
+
+/// A raster that computes its rows from an input raster: what the plug-in hands to the host.
+class PANSHARP_EXPORT IRasterProcess : public IRaster {
+public:
+    IRasterProcess();
+    IRasterProcess(const IRasterProcess&);
+    IRasterProcess& operator=(const IRasterProcess&);
+    ~IRasterProcess() override;
+
+    virtual const Global::NameValueMap& GetMetadata() = 0;
+    virtual ProcessModifierFlags GetModifierFlags() = 0;
+    virtual int SetInputRaster(IRaster* raster) = 0; ///< not owned; null is refused
+    virtual std::vector<Mapwarp::FGeoTransformers*> GetGeoTransformer() = 0;
+};
+
+} // namespace KOVA::Tessara::Pixmere

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "host/Export.h"
+#include "host/IObject.h"
+#include "host/RasterInfo.h"
+
+#include <cstdint>
+#include <string>
+
+namespace KOVA::Tessara::Global {
+class NameValueMap;
+}
+
+namespace KOVA::Tessara::Pixmere {
+
+class IRaster;
+class IRasterProcess;
+struct Aoi;
+
+/// A chain of processes over one image of the workspace. It belongs to the workspace that issued it and goes
+/// back through IRasterWorkspace::ReleaseProcessChain, never through delete. The plug-in uses Initialize and
+/// CreateRaster.
+class PANSHARP_EXPORT IRasterProcessChain : public virtual Global::IObject {
+public:
+    IRasterProcessChain();
+    IRasterProcessChain(const IRasterProcessChain&);
+    IRasterProcessChain& operator=(const IRasterProcessChain&);
+
+    virtual std::string GetImageId() = 0;
+    virtual int SetWorkspace(void* workspace) = 0;
+    virtual int SetProperties(const Global::NameValueMap* map) = 0;
+    virtual std::uint32_t GetProcessCount() = 0;
+    virtual IRasterProcess* GetProcess(std::uint32_t position) = 0;
+    /// Prepares the chain for a request. The record given here is the one that counts, not the one the chain
+    /// was obtained with; a failing chain may set its resultValue.
+    virtual int Initialize(Aoi* aoi) = 0;
+    virtual const RasterInfo* GetRasterInfo() = 0;
+    virtual int SetInputRaster(IRaster* raster) = 0;
+    virtual const Global::NameValueMap& GetMetadata() = 0;
+    virtual int Close() = 0;
+    /// The output raster of the request: size.columns x size.rows pixels, row and column 0 at the request's
+    /// first row and column; it answers GetRow without a window of its own. Owned by the chain.
+    virtual IRaster* CreateRaster() = 0;
+
+protected:
+    ~IRasterProcessChain() override;
+};
+
+} // namespace KOVA::Tessara::Pixmere

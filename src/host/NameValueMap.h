@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+namespace KOVA::Tessara::Fundament {
+class PropertyLookUp;
+}
+
+namespace KOVA::Tessara::Global {
+
+/// Text-to-text map in which properties and metadata cross the border; names are compared byte for byte.
+class NameValueMap {
+public:
+    using Entries = std::map<std::string, std::string>;
+
+    /// The value of a name, to read or to write; a missing name is inserted with an empty value.
+    std::string& operator[](const std::string& name) { return entries[name]; }
+
+    /// The value, or null when there is no such name. Good until the entry is removed.
+    [[nodiscard]] const std::string* Find(const std::string& name) const;
+    [[nodiscard]] std::uint32_t GetCount() const { return static_cast<std::uint32_t>(entries.size()); }
+
+    [[nodiscard]] Entries::const_iterator begin() const { return entries.begin(); }
+    [[nodiscard]] Entries::const_iterator end() const { return entries.end(); }
+
+private:
+    Entries entries;
+};
+
+} // namespace KOVA::Tessara::Global
+
+namespace KOVA::Tessara::Pixmere {
+
+/// Adds every entry of the map to the lookup, in the map's order. Of names that differ only in ASCII case the
+/// first wins, as it would for every reader of the lookup; a name that the lookup already holds keeps its
+/// value. Returns 1.
+int NameValueMapToPropertyLookUp(const Global::NameValueMap& map, Fundament::PropertyLookUp& properties);
+
+} // namespace KOVA::Tessara::Pixmere

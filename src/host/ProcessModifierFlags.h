@@ -1,0 +1,13 @@
+#pragma once
+
+#include <cstdint>
+
+namespace KOVA::Tessara::Pixmere {
+
+/// Two words that a process returns by value; all zero here.
+struct ProcessModifierFlags {
+    std::uint32_t word = 0;
+    std::uint16_t halfWord = 0;
+};
+
+} // namespace KOVA::Tessara::Pixmere

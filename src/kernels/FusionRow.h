@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace kernels {
+
+/// What a fusing kernel needs to know of the bands. The weights, one a multispectral band, belong to the
+/// caller.
+struct BandWeights {
+    const double* weights = nullptr;
+    std::uint32_t msBands = 0;
+    std::uint32_t outputBands = 0; ///< the first so many multispectral bands are written; at most msBands
+};
+
+/// Fuses one row of `pixels` pixels: reads exactly pixels * msBands samples of `ms` and pixels of `pan`,
+/// writes exactly pixels * outputBands samples of `out`, all interleaved by pixel. `out` overlaps neither
+/// input.
+template <class T>
+using FuseRow = void (*)(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands);
+
+} // namespace kernels

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "kernels/FusionRow.h"
+
+namespace kernels {
+
+/// KOVA: every output band is its multispectral band plus the difference between pan and the weighted sum of
+/// all multispectral bands,
+///
+///     s = 0.0 + ms[0] * w[0] + ms[1] * w[1] + ...     (one rounding an operation, in this order)
+///     out[c] = round(clamp(ms[c] + (pan - s)))
+///
+/// in IEEE double. This scalar version is the definition; every other version gives the same bytes.
+template <class T>
+void KovaRowScalar(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands);
+
+/// The version for this processor. Asked once, when an image is initialised.
+template <class T>
+FuseRow<T> ChooseKovaRow();
+
+} // namespace kernels

@@ -1,0 +1,201 @@
+#include "pansharp/PanSharp.h"
+
+#include "fundament/Numbers.h"
+#include "fundament/Text.h"
+#include "kernels/KovaRow.h"
+
+namespace PXL {
+
+using Fundament::FormatString;
+using ULong = unsigned long; // what "%lu" takes
+
+template <class Info, class T, class Traits>
+PanSharp<ImageBase<Info, T*, Traits>>::PanSharp() {
+    this->properties["BandWeight"];
+    this->properties["outputNBands"];
+    PanSharp::Reset();
+}
+
+template <class Info, class T, class Traits>
+PanSharp<ImageBase<Info, T*, Traits>>::~PanSharp() = default;
+
+template <class Info, class T, class Traits>
+bool PanSharp<ImageBase<Info, T*, Traits>>::Reset() {
+    this->status.Reset(0, {}, "Pansharp", {});
+    outputRow = {};
+    bandWeights = {};
+    msBandCount = 0;
+    windowColumns = 0;
+    nextRow = 0;
+    return true;
+}
+
+template <class Info, class T, class Traits>
+bool PanSharp<ImageBase<Info, T*, Traits>>::PrepareInit(InputImage* multispectral, InputImage* pan) {
+    msImage = multispectral;
+    panImage = pan;
+    msInfo = msImage->GetInfo();
+    panInfo = panImage->GetInfo();
+    if (msInfo.bitsPerSample != panInfo.bitsPerSample) {
+        this->status.Insert(PanSharpStatus::DepthsDiffer,
+                            FormatString("input image formats do not match; images have different bit-depths "
+                                         "(multispectral : %lu bits; pan : %lu bits)",
+                                         ULong{msInfo.bitsPerSample}, ULong{panInfo.bitsPerSample}));
+        return false;
+    }
+    if (panInfo.bands >= 2) {
+        this->status.Insert(
+            PanSharpStatus::PanNotGray,
+            FormatString("pan image has too many channels (%lu);  it must be a grayscale image",
+                         ULong{panInfo.bands}));
+        return false;
+    }
+    msBandCount = msInfo.bands;
+    outputInfo = panInfo;
+    outputBandCount = this->properties.GetUnsignedLong("outputNBands", 3);
+    outputInfo.bands = outputBandCount;
+    if (outputBandCount == 0) {
+        this->status.Insert(PanSharpStatus::NoOutputBands,
+                            FormatString("invalid output channels specified '%lu'", ULong{outputBandCount}));
+        return false;
+    }
+    if (msBandCount < outputBandCount) {
+        this->status.Insert(PanSharpStatus::TooFewBands,
+                            FormatString("too few input channels: %lu; require at least %lu channels",
+                                         ULong{msBandCount}, ULong{outputBandCount}));
+        return false;
+    }
+    return true;
+}
+
+template <class Info, class T, class Traits>
+std::vector<double> PanSharp<ImageBase<Info, T*, Traits>>::ReadBandWeights(double whenMissing,
+                                                                           double whenMalformed) {
+    std::vector<double> weights(msBandCount);
+    for (std::uint32_t b = 0; b < msBandCount; ++b) {
+        const std::string text = this->properties["BandWeight" + FormatString("-%lu", ULong{b} + 1)];
+        weights[b] = text.empty() ? whenMissing : Fundament::StringToDouble(text, whenMalformed);
+    }
+    return weights;
+}
+
+template <class Info, class T, class Traits>
+void PanSharp<ImageBase<Info, T*, Traits>>::ReadAdditionalBandWeight() {
+    const std::string text = this->properties["AdditionalBandWeight"];
+    if (!text.empty()) bandWeights.back() = Fundament::StringToDouble(text, 0.0);
+}
+
+template <class Info, class T, class Traits>
+void PanSharp<ImageBase<Info, T*, Traits>>::AllocateOutput() {
+    outputInfo.properties["ColorSpace"] = outputBandCount == 1   ? "Gray"
+                                          : outputBandCount == 3 ? "RGB"
+                                                                 : "Unknown";
+    outputRow.assign(std::size_t{outputBandCount} * panInfo.cols, 0);
+}
+
+template <class Info, class T, class Traits>
+bool PanSharp<ImageBase<Info, T*, Traits>>::Init(InputImage* multispectral, InputImage* pan) {
+    this->status.Reset(0, {}, "Pixmere.PXL.Pansharp.Init", {});
+    if (!multispectral || !pan) {
+        this->status.Insert(PanSharpStatus::InputsMissing, "input images not specified");
+        return false;
+    }
+    this->Reset();
+    if (!PrepareInit(multispectral, pan)) return false;
+    bandWeights = ReadBandWeights(1.0 / msBandCount, 0.0);
+    ReadAdditionalBandWeight();
+    AllocateOutput();
+    kovaRow = kernels::ChooseKovaRow<T>();
+    if (this->metadataEnabled) {
+        std::string weights;
+        for (const double weight : bandWeights)
+            weights += FormatString(weights.empty() ? "%0.3lf" : ", %0.3lf", weight);
+        this->metadata["outputNumChannels"] = FormatString("%lu", ULong{outputBandCount});
+        this->metadata["multispectralImageNumChannels"] = FormatString("%lu", ULong{msBandCount});
+        this->metadata["panImageNumChannels"] = "1";
+        this->metadata["channelWeights"] = weights;
+    }
+    return true;
+}
+
+template <class Info, class T, class Traits>
+bool PanSharp<ImageBase<Info, T*, Traits>>::SetWindow(std::uint32_t col0, std::uint32_t row0,
+                                                      std::uint32_t col1, std::uint32_t row1) {
+    this->status.Reset(0, {}, "Pixmere.PXL.Pansharp.SetWindow", {});
+    windowColumns = 0;
+    this->firstColumn = 0;
+    this->firstRow = 0;
+    this->endColumn = col1 - col0;
+    this->endRow = row1 - row0;
+    windowFirstRow = row0;
+    if (!panImage || !panImage->SetWindow(col0, row0, col1, row1)) {
+        this->status.Insert(PanSharpStatus::PanWindowFailed, "Pan Image SetWindow Failed");
+        if (panImage) this->status.Append(panImage->status);
+        return false;
+    }
+    const bool withinPan =
+        !outputRow.empty() && col0 < col1 && row0 < row1 && col1 <= panInfo.cols && row1 <= panInfo.rows;
+    if (!withinPan || msInfo.cols < this->endColumn || msInfo.rows < this->endRow) {
+        this->status.Insert(
+            PanSharpStatus::WindowDoesNotFit,
+            FormatString("the window (columns %lu to %lu, rows %lu to %lu) does not fit the pan image "
+                         "(%lu x %lu) and the multispectral image (%lu x %lu)",
+                         ULong{col0}, ULong{col1}, ULong{row0}, ULong{row1}, ULong{panInfo.cols},
+                         ULong{panInfo.rows}, ULong{msInfo.cols}, ULong{msInfo.rows}));
+        return false;
+    }
+    windowColumns = this->endColumn;
+    if (this->metadataEnabled) {
+        this->metadata["PanNCols"] = FormatString("%lu", ULong{this->endColumn});
+        this->metadata["PanNRows"] = FormatString("%lu", ULong{this->endRow});
+        this->metadata["MSNCols"] = FormatString("%lu", ULong{msInfo.cols});
+        this->metadata["MSNRows"] = FormatString("%lu", ULong{msInfo.rows});
+    }
+    return true;
+}
+
+template <class Info, class T, class Traits>
+auto PanSharp<ImageBase<Info, T*, Traits>>::FetchRows(std::uint32_t row) -> InputRows {
+    nextRow = row;
+    if (row >= panInfo.rows) {
+        this->InsertOnce(PanSharpStatus::BeyondEnd, "requesting beyond end of image");
+        return {};
+    }
+    if (windowColumns == 0) {
+        this->InsertOnce(PanSharpStatus::NoWindow, "no window is set: call SetWindow before asking for rows");
+        return {};
+    }
+    if (row < windowFirstRow || row - windowFirstRow >= msInfo.rows) {
+        this->InsertOnce(
+            PanSharpStatus::RowNotCovered,
+            FormatString("row %lu is outside the rows that the multispectral image covers (%lu from "
+                         "row %lu)",
+                         ULong{row}, ULong{msInfo.rows}, ULong{windowFirstRow}));
+        return {};
+    }
+    InputRows rows;
+    rows.pan = panImage->GetRow(row);
+    if (rows.pan) rows.ms = msImage->GetRow(row - windowFirstRow);
+    if (!rows.ms) {
+        this->InsertOnce(
+            PanSharpStatus::NoInputRow,
+            FormatString("the %s image delivers no row %lu", rows.pan ? "multispectral" : "pan", ULong{row}));
+        return {};
+    }
+    nextRow = row + 1;
+    return rows;
+}
+
+template <class Info, class T, class Traits>
+T* PanSharp<ImageBase<Info, T*, Traits>>::GetRow(std::uint32_t row) {
+    const InputRows rows = FetchRows(row);
+    if (!rows.ms) return nullptr;
+    kovaRow(rows.ms, rows.pan, outputRow.data(), windowColumns,
+            {bandWeights.data(), msBandCount, outputBandCount});
+    return outputRow.data();
+}
+
+template class PanSharp<Image<unsigned char>>;
+template class PanSharp<Image<unsigned short>>;
+
+} // namespace PXL

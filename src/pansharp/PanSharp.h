@@ -1,0 +1,109 @@
+#pragma once
+
+#include "kernels/FusionRow.h"
+#include "pxl/ImageBase.h"
+
+#include <string>
+#include <vector>
+
+namespace PXL {
+
+/// Ids of the items that the pan-sharpening images and their creation function record.
+namespace PanSharpStatus {
+inline constexpr std::uint32_t InputsMissing = 0x3901;
+inline constexpr std::uint32_t UnknownMethod = 0x3902;
+inline constexpr std::uint32_t PanNotGray = 0x3904;
+inline constexpr std::uint32_t DepthsDiffer = 0x3905;
+inline constexpr std::uint32_t BeyondEnd = 0x3906;
+inline constexpr std::uint32_t TooFewBands = 0x3907;
+inline constexpr std::uint32_t NoOutputBands = 0x3908;
+inline constexpr std::uint32_t PanWindowFailed = 0x390D;
+inline constexpr std::uint32_t WindowDoesNotFit = 0x3910;
+inline constexpr std::uint32_t NoWindow = 0x3911;
+inline constexpr std::uint32_t RowNotCovered = 0x3912;
+inline constexpr std::uint32_t NoInputRow = 0x3913;
+} // namespace PanSharpStatus
+
+template <class Base>
+class PanSharp;
+
+/// Fuses a multispectral image, already on the pan grid, with a one-band panchromatic image of the same
+/// depth: the base of all methods, and the method "KOVA" itself (kernels/KovaRow.h).
+///
+/// The multispectral image covers exactly the window: its row k and column j lie at row firstRow + k and
+/// column firstColumn + j of pan. It is never windowed here, pan is. Both inputs outlive this image and are
+/// not owned.
+///
+/// A method is a class that derives from this one, replaces Init, GetRow and Reset, and starts them with
+/// PrepareInit, FetchRows and the Reset of its base.
+template <class Info, class T, class Traits>
+class PanSharp<ImageBase<Info, T*, Traits>> : public ImageBase<Info, T*, Traits> {
+public:
+    using InputImage = ImageBase<Info, T*, Traits>;
+
+    PanSharp();
+    PanSharp(const PanSharp&) = delete;
+    PanSharp& operator=(const PanSharp&) = delete;
+
+    /// The output: pan's size and georeferencing, "outputNBands" bands, "ColorSpace" "Gray" for one band,
+    /// "RGB" for three, else "Unknown". Meaningful after Init.
+    Info GetInfo() override { return outputInfo; }
+
+    /// The fused row: window columns x output bands. `row` is a row of pan. Fails past pan's last row, where
+    /// the multispectral image has no row for it, without a window, and when an input has no row to give.
+    T* GetRow(std::uint32_t row) override;
+    T* GetNextRow() override { return this->GetRow(nextRow); }
+
+    /// Windows pan, and fails when pan refuses or when the window does not lie within pan's columns and rows
+    /// and within the size of the multispectral image. Rows can be read only after a success.
+    bool SetWindow(std::uint32_t col0, std::uint32_t row0, std::uint32_t col1, std::uint32_t row1) override;
+
+    /// Reads "outputNBands" (default 3), "BandWeight-1" ... (default 1 / bands; a text that is no number is
+    /// 0) and "AdditionalBandWeight", which replaces the weight of the last band.
+    virtual bool Init(InputImage* multispectral, InputImage* pan);
+    virtual bool Reset(); ///< releases what Init made; the status becomes empty, with source "Pansharp"
+    virtual ~PanSharp();
+
+protected:
+    /// The checks that all methods share: descriptions, depths, bands. Fills the members below.
+    bool PrepareInit(InputImage* multispectral, InputImage* pan);
+
+    /// Weight of every multispectral band from its property, `whenMissing` where it is missing or blank and
+    /// `whenMalformed` where it is no number.
+    [[nodiscard]] std::vector<double> ReadBandWeights(double whenMissing, double whenMalformed);
+    /// "AdditionalBandWeight", when given, becomes the weight of the last band.
+    void ReadAdditionalBandWeight();
+
+    /// The rest of Init: the output's colour space and row buffer.
+    void AllocateOutput();
+
+    struct InputRows {
+        const T* ms = nullptr; ///< null when either row is missing; the item is then in `status`
+        const T* pan = nullptr;
+    };
+    /// The input rows of an output row; moves `nextRow`.
+    InputRows FetchRows(std::uint32_t row);
+
+    InputImage* msImage = nullptr;
+    InputImage* panImage = nullptr;
+    Info panInfo;
+    Info msInfo;
+    Info outputInfo;
+    std::vector<T> outputRow;
+    std::vector<double> bandWeights;
+    std::uint32_t outputBandCount = 0;
+    std::uint32_t msBandCount = 0;
+    std::uint32_t windowColumns = 0; ///< 0 while no window is set
+    std::uint32_t windowFirstRow = 0;
+    std::uint32_t nextRow = 0;
+
+private:
+    kernels::FuseRow<T> kovaRow = nullptr; ///< chosen in Init
+};
+
+template <class T>
+using PanSharpImage = PanSharp<Image<T>>;
+using PanSharp8 = PanSharpImage<unsigned char>;
+using PanSharp16 = PanSharpImage<unsigned short>;
+
+} // namespace PXL

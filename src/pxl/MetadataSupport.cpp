@@ -1,0 +1,19 @@
+#include "pxl/MetadataSupport.h"
+
+#include "pxl/PropertiesStatusSupport.h"
+
+namespace PXL {
+
+KOVA::Tessara::Fundament::PropertyLookUp& MetadataSupport::GetMetadata() { return metadata; }
+
+bool MetadataSupport::EnableMetadata(bool on) {
+    metadataEnabled = on;
+    return on;
+}
+
+void PropertiesStatusSupport::InsertOnce(std::uint32_t id, const std::string& message) {
+    if (status.GetCount() > 0 && status.GetItem(0).id == id && status.GetItem(0).message == message) return;
+    status.Insert(id, message);
+}
+
+} // namespace PXL

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "fundament/PropertyLookUp.h"
+
+namespace PXL {
+
+/// Facts about the configuration, published while metadata is enabled. The primary base of every image and
+/// row operator: its two operations are their slots 0 and 1.
+class MetadataSupport {
+public:
+    virtual KOVA::Tessara::Fundament::PropertyLookUp& GetMetadata();
+    virtual bool EnableMetadata(bool on); ///< returns `on`
+
+protected:
+    ~MetadataSupport() = default;
+
+    KOVA::Tessara::Fundament::PropertyLookUp metadata;
+    bool metadataEnabled = true;
+};
+
+} // namespace PXL

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "host/IRaster.h"
+#include "pxl/ImageBase.h"
+
+namespace PXL {
+
+/// The leaf of every pipeline: an image whose rows come straight from a host raster, uncopied. It records
+/// nothing of its own; a window that the raster refuses leaves the raster's items in `status`.
+template <class Raster, class HostRasterInfo, class T, class Allocator>
+class SimpleImage final
+    : public ImageBase<SimpleImageInfo<HostRasterInfo>, T*, SimpleRowTraits<T, Allocator>> {
+public:
+    using Info = SimpleImageInfo<HostRasterInfo>;
+
+    SimpleImage() = default;
+    SimpleImage(const SimpleImage&) = delete;
+    SimpleImage& operator=(const SimpleImage&) = delete;
+    virtual ~SimpleImage();
+
+    /// Attaches a raster, destroying an owned one that it replaces. Null detaches.
+    void Attach(Raster* newRaster, bool owned);
+
+    /// The description set with SetInfo when that has rows, else the raster's, translated anew at each call;
+    /// without a raster, or when the raster has none to give, a description of 0 rows.
+    Info GetInfo() override;
+    T* GetRow(std::uint32_t row) override; ///< the raster's row, unchecked; null without a raster
+    T* GetNextRow() override { return nullptr; }
+    bool SetWindow(std::uint32_t col0, std::uint32_t row0, std::uint32_t col1, std::uint32_t row1) override;
+
+    virtual bool SetInfo(const Info& description);
+    virtual KOVA::Tessara::Fundament::PropertyLookUp& GetMetadataStore() { return this->metadata; }
+
+private:
+    bool ownsRaster = false;
+    Raster* raster = nullptr;
+    Info info;
+};
+
+template <class T>
+using RasterImage =
+    SimpleImage<KOVA::Tessara::Pixmere::IRaster, KOVA::Tessara::Pixmere::RasterInfo, T, DefaultAllocator>;
+using SimpleImage8 = RasterImage<unsigned char>;
+using SimpleImage16 = RasterImage<unsigned short>;
+
+} // namespace PXL
