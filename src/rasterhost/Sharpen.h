@@ -1,0 +1,80 @@
+#pragma once
+
+#include "fundament/Status.h"
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// The host that ships with the plug-in: opens real rasters, serves them to the plug-in through the host
+/// contract and writes what it fuses.
+namespace rasterhost {
+
+/// One input image: a file name as GDAL takes it, and a band of it counted from 1 or, without one, all its
+/// bands.
+struct InputBand {
+    std::string file;
+    std::optional<int> band;
+};
+
+/// What to fuse and how. Defaults are those of the command.
+struct SharpenRequest {
+    InputBand pan;
+    std::vector<InputBand> multispectral; ///< bands in the order given
+    std::optional<InputBand> infrared;
+    std::string output;
+    std::string format = "GTiff"; ///< GDAL's short driver name
+    std::vector<std::string> creationOptions;
+    bool overwrite = false;
+
+    std::string method = "KOVA";
+    /// Effective weights of the multispectral bands in the simulated pan, in their order; empty for equal
+    /// weights.
+    std::vector<double> weights;
+    std::optional<double> infraredWeight;
+    /// Multispectral bands to write, counted from 1, in order; empty for all.
+    std::vector<int> bands;
+    /// Raw process properties, set last.
+    std::vector<std::pair<std::string, std::string>> properties;
+
+    std::string plugin;           ///< path of the plug-in; empty for the installed one
+    int threads = 0;              ///< 0 for one a processor
+    std::uint32_t windowRows = 0; ///< 0 for a height chosen from the sizes
+
+    /// Called in order with the fraction done, 0 to 1, from one thread at a time. Returning false cancels.
+    std::function<bool(double)> progress;
+    /// Called for each warning as it is found.
+    std::function<void(const std::string&)> warn;
+};
+
+/// What was done, for the closing line and for `--json`.
+struct SharpenReport {
+    std::string output;
+    std::string method;
+    std::string plugin;
+    std::uint32_t columns = 0; ///< of the output
+    std::uint32_t rows = 0;
+    std::uint32_t bands = 0;
+    std::uint32_t bitsPerSample = 0;
+    double ratio = 0.0; ///< multispectral pixel width over pan pixel width
+    std::vector<double> effectiveWeights;
+    std::optional<double> infraredWeight;
+    int threads = 0;
+    std::uint32_t windowRows = 0;
+    double seconds = 0.0;
+    /// Samples at 0 and at the largest value, for each output band.
+    std::vector<std::pair<std::uint64_t, std::uint64_t>> samplesAtLimits;
+    std::vector<std::string> warnings;
+    bool cancelled = false;
+};
+
+/// Fuses one scene. The output appears under its final name only when it is complete; on failure nothing is
+/// left behind and an existing file is untouched. Returns false with the reasons in `status`, the first
+/// saying what to do.
+[[nodiscard]] bool Sharpen(const SharpenRequest& request, SharpenReport& report,
+                           KOVA::Tessara::Fundament::Status& status);
+
+} // namespace rasterhost
