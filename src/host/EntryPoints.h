@@ -1,0 +1,39 @@
+#pragma once
+
+#include "host/Describe.h"
+#include "host/IRasterProcess.h"
+
+/// The entry points that a host finds by name in a raster-process library. They share no state and may be
+/// called from any thread; an object is used by one caller at a time.
+extern "C" {
+
+/// Does nothing; both values are ignored. Returns 0, which means success.
+using TessaraInitialize = int (*)(void*, void*);
+
+/// Makes one process object with these properties. Null when there are none, or when none can be made. The
+/// two first values are ignored. The caller gives the object back through TessaraDestroyObject.
+using TessaraCreateObject =
+    KOVA::Tessara::Pixmere::IRasterProcess* (*)(void*, void*,
+                                                const KOVA::Tessara::Global::NameValueMap* properties);
+
+/// Destroys `*object` and sets it to null; nothing happens when it is null already. The first value is
+/// ignored. Always returns 1.
+using TessaraDestroyObject = int (*)(void*, KOVA::Tessara::Pixmere::IRasterProcess** object);
+
+/// GetStatus and Cleanup: nothing; the value is ignored. Return 0.
+using TessaraGetStatus = int (*)(void*);
+using TessaraCleanup = int (*)(void*);
+
+using PansharpDescribe = const PansharpDescription* (*)();
+}
+
+namespace KOVA::Tessara::EntryPoints {
+
+inline constexpr const char* initialize = "Tessara_RasterProcess_Initialize";
+inline constexpr const char* createObject = "Tessara_RasterProcess_CreateObject";
+inline constexpr const char* destroyObject = "Tessara_RasterProcess_DestroyObject";
+inline constexpr const char* getStatus = "Tessara_RasterProcess_GetStatus";
+inline constexpr const char* cleanup = "Tessara_RasterProcess_Cleanup";
+inline constexpr const char* describe = "Pansharp_Describe";
+
+} // namespace KOVA::Tessara::EntryPoints

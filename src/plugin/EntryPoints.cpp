@@ -1,0 +1,39 @@
+#include "host/EntryPoints.h"
+
+#include "plugin/PansharpRaster.h"
+
+#include <memory>
+
+using KOVA::Tessara::Global::IObject;
+using KOVA::Tessara::Global::NameValueMap;
+using KOVA::Tessara::Pixmere::IRasterProcess;
+using KOVA::Tessara::Pixmere::PansharpRaster;
+
+extern "C" {
+
+PANSHARP_EXPORT int Tessara_RasterProcess_Initialize(void*, void*) { return 0; }
+
+PANSHARP_EXPORT IRasterProcess* Tessara_RasterProcess_CreateObject(void*, void*,
+                                                                   const NameValueMap* properties) {
+    try {
+        auto object = std::make_unique<PansharpRaster>();
+        IRasterProcess& process = *object;
+        if (process.SetProperties(properties) == 0) return nullptr;
+        object.release(); // the host's now
+        return &process;
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+PANSHARP_EXPORT int Tessara_RasterProcess_DestroyObject(void*, IRasterProcess** object) {
+    delete static_cast<IObject*>(*object);
+    *object = nullptr;
+    return 1;
+}
+
+PANSHARP_EXPORT int Tessara_RasterProcess_GetStatus(void*) { return 0; }
+
+PANSHARP_EXPORT int Tessara_RasterProcess_Cleanup(void*)
+    __attribute__((alias("Tessara_RasterProcess_GetStatus")));
+}

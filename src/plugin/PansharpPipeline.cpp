@@ -1,0 +1,180 @@
+// The images behind a window: how PansharpRaster builds them on its chains' rasters and reads their rows.
+
+#include "fundament/Text.h"
+#include "pansharp/CreatePanSharpImage.h"
+#include "plugin/PansharpRaster.h"
+#include "plugin/ProcessStatus.h"
+
+#include <limits>
+
+namespace KOVA::Tessara::Pixmere {
+
+using Fundament::FormatString;
+using Fundament::PropertyLookUp;
+using ULong = unsigned long; // what "%lu" takes
+
+namespace {
+
+void CopyProperties(PropertyLookUp& target, const PropertyLookUp& source) {
+    for (std::uint32_t i = 0; i < source.GetCount(); ++i) {
+        const auto [name, value] = source.GetAt(i);
+        target[name] = value;
+    }
+}
+
+void ExportPropertiesToMap(const PropertyLookUp& lookup, Global::NameValueMap& map, bool skipEmpty,
+                           const std::string& prefix, const std::string& suffix) {
+    for (std::uint32_t i = 0; i < lookup.GetCount(); ++i) {
+        const auto [name, value] = lookup.GetAt(i);
+        if (!skipEmpty || !value.empty()) map[prefix + name + suffix] = value;
+    }
+}
+
+std::string BoundsText(const Extent& extent) {
+    return FormatString("%lf, %lf, %lf, %lf", extent.left, extent.right, extent.vertical1, extent.vertical2);
+}
+
+} // namespace
+
+template <class T>
+void PansharpRaster::Pipeline<T>::Clear() {
+    panSharpImage.reset();
+    msSource = nullptr;
+    for (auto* image : {&msImage, &panImage, &irImage})
+        image->Attach(nullptr, false);
+}
+
+template <>
+PansharpRaster::Pipeline<unsigned char>& PansharpRaster::GetPipeline() {
+    return pipeline8;
+}
+
+template <>
+PansharpRaster::Pipeline<unsigned short>& PansharpRaster::GetPipeline() {
+    return pipeline16;
+}
+
+template <class T>
+int PansharpRaster::OpenPipeline(const Window& window) {
+    if (!BuildPipeline<T>()) return 0;
+    PXL::PanSharpImage<T>& image = *GetPipeline<T>().panSharpImage;
+    if (image.SetWindow(window.col0, window.row0, window.col1, window.row1)) return 1;
+    status.Append(image.status);
+    return 0;
+}
+
+template <class T>
+bool PansharpRaster::BuildPipeline() {
+    if (!additionalBandId.empty())
+        return Fail(ProcessStatus::InfraredNotMerged,
+                    FormatString("the infrared image '%s' cannot be merged; leave \"AdditionalBandID\" empty",
+                                 additionalBandId.c_str()));
+    return OpenMultispectral<T>() && CheckInputs<T>() && CreateFusion<T>();
+}
+
+bool PansharpRaster::InitializeChain(IRasterProcessChain& chain, const std::string& message) {
+    if (chain.Initialize(&workAoi) != 0) return true;
+    Fail(ProcessStatus::ChainNotInitialized, message, &chain.GetStatus());
+    aoi->resultValue = workAoi.resultValue;
+    return false;
+}
+
+template <class T>
+bool PansharpRaster::OpenMultispectral() {
+    constexpr bool is8Bit = std::numeric_limits<T>::digits == 8;
+    const char* kind = is8Bit && additionalBandId.empty() ? "Raster" : "Image";
+    if (!InitializeChain(
+            *msChain, FormatString("Failed to Initialize Multispectral %s: '%s'", kind, msImageId.c_str())))
+        return false;
+    msRaster = msChain->CreateRaster();
+    if (!msRaster)
+        return Fail(ProcessStatus::NoMultispectralImage,
+                    FormatString("Failed to create Multispectral %s: '%s'", kind, msImageId.c_str()),
+                    &msChain->GetStatus());
+    Pipeline<T>& pipeline = GetPipeline<T>();
+    pipeline.panImage.Attach(panRaster, false);
+    pipeline.msImage.Attach(msRaster, false);
+    if (is8Bit && additionalBandId.empty() && generateMetadata) {
+        metadata["PanExtents"] = BoundsText(aoi->requestExtent);
+        metadata["MSExtents"] = BoundsText(workAoi.requestExtent);
+    }
+    pipeline.msSource = &pipeline.msImage;
+    return true;
+}
+
+template <class T>
+bool PansharpRaster::CheckInputs() {
+    Pipeline<T>& pipeline = GetPipeline<T>();
+    const std::uint32_t msBits = pipeline.msSource->GetInfo().bitsPerSample;
+    const std::uint32_t panBits = pipeline.panImage.GetInfo().bitsPerSample;
+    if (msBits != panBits)
+        return Fail(
+            ProcessStatus::DepthsDiffer,
+            FormatString("multispectral and pan images are incompatible : images are of different bit-depths "
+                         "(%lu, %lu respectively)",
+                         ULong{msBits}, ULong{panBits}));
+    return Covers(msRaster, "multispectral", workAoi.size);
+}
+
+bool PansharpRaster::Covers(IRaster* raster, const char* role, const Size& least) {
+    const RasterInfo* description = raster->GetRasterInfo();
+    if (!description)
+        return Fail(ProcessStatus::NoDescription, FormatString("the %s raster has no description", role));
+    if (description->cols >= least.columns && description->rows >= least.rows) return true;
+    return Fail(ProcessStatus::RasterTooSmall,
+                FormatString("the %s raster of %lu x %lu pixels is too small; it must cover %lu x %lu", role,
+                             ULong{description->cols}, ULong{description->rows}, ULong{least.columns},
+                             ULong{least.rows}));
+}
+
+template <class T>
+bool PansharpRaster::CreateFusion() {
+    Pipeline<T>& pipeline = GetPipeline<T>();
+    Fundament::Status reasons;
+    pipeline.panSharpImage = PXL::CreatePanSharpImage<T>(method, reasons);
+    if (!pipeline.panSharpImage)
+        return Fail(ProcessStatus::NoPanSharpImage, "could not create PXL::PanSharp object", &reasons);
+    PXL::PanSharpImage<T>& image = *pipeline.panSharpImage;
+    CopyProperties(image.properties, properties);
+    image.EnableMetadata(generateMetadata);
+    if (!image.Init(pipeline.msSource, &pipeline.panImage))
+        return Fail(ProcessStatus::PanSharpImageFailed, "PXL::PanSharp initialization failed", &image.status);
+    if (generateMetadata) ExportPropertiesToMap(image.GetMetadata(), metadata, false, {}, {});
+    return true;
+}
+
+template <class T>
+const unsigned char* PansharpRaster::GetPipelineRow(std::uint32_t row) {
+    PXL::PanSharpImage<T>& image = *GetPipeline<T>().panSharpImage;
+    // Rows past the pan raster are the image's to refuse; other rows outside the window have no defined
+    // samples.
+    if (row < currentWindow.row0 || (row >= currentWindow.row1 && row < workInfo.rows)) {
+        AddOnce(ProcessStatus::RowOutsideWindow,
+                FormatString("row %lu lies outside the window (rows %lu to %lu)", ULong{row},
+                             ULong{currentWindow.row0}, ULong{currentWindow.row1}));
+        return nullptr;
+    }
+    if (const T* samples = image.GetRow(row)) return reinterpret_cast<const unsigned char*>(samples);
+    AppendOnce(image.status);
+    for (IRaster* raster : {panRaster, msRaster, irRaster})
+        if (raster) AppendOnce(raster->GetStatus());
+    return nullptr;
+}
+
+template <class T>
+int PansharpRaster::CollectPipelineMetadata() {
+    if (const auto& image = GetPipeline<T>().panSharpImage)
+        ExportPropertiesToMap(image->GetMetadata(), metadata, false, {}, {});
+    return 1;
+}
+
+template void PansharpRaster::Pipeline<unsigned char>::Clear();
+template void PansharpRaster::Pipeline<unsigned short>::Clear();
+template int PansharpRaster::OpenPipeline<unsigned char>(const Window&);
+template int PansharpRaster::OpenPipeline<unsigned short>(const Window&);
+template const unsigned char* PansharpRaster::GetPipelineRow<unsigned char>(std::uint32_t);
+template const unsigned char* PansharpRaster::GetPipelineRow<unsigned short>(std::uint32_t);
+template int PansharpRaster::CollectPipelineMetadata<unsigned char>();
+template int PansharpRaster::CollectPipelineMetadata<unsigned short>();
+
+} // namespace KOVA::Tessara::Pixmere

@@ -1,0 +1,104 @@
+#include "plugin/RasterProcess.h"
+
+#include "fundament/Text.h"
+#include "plugin/ProcessStatus.h"
+
+#include <exception>
+
+namespace KOVA::Tessara::Pixmere {
+
+RasterProcess::RasterProcess() = default;
+RasterProcess::RasterProcess(const RasterProcess&) : IObject(), IRasterProcess(), Object() {}
+RasterProcess& RasterProcess::operator=(const RasterProcess&) { return *this; }
+RasterProcess::~RasterProcess() = default;
+
+std::string RasterProcess::ToString() {
+    using Fundament::FormatString;
+    try {
+        return properties.ToXml({}) + "\n" +
+               FormatString("Rows: %u\nCols: %u\nBandsPerPixel: %u\nBitsPerBand: %u\n", info.rows, info.cols,
+                            info.bandsPerPixel, info.bitsPerBand) +
+               FormatString("PixelSizeX: %g\nPixelSizeY: %g\n\n", info.pixelSizeX, info.pixelSizeY);
+    } catch (...) {
+        return {};
+    }
+}
+
+int RasterProcess::Init() {
+    try {
+        return InitProcess();
+    } catch (...) {
+        RecordException("Init");
+        return 0;
+    }
+}
+
+int RasterProcess::SetWindow(std::uint32_t col0, std::uint32_t row0, std::uint32_t col1, std::uint32_t row1) {
+    try {
+        return SetProcessWindow(col0, row0, col1, row1);
+    } catch (...) {
+        RecordException("SetWindow");
+        return 0;
+    }
+}
+
+const unsigned char* RasterProcess::GetRow(std::uint32_t row) {
+    try {
+        return GetProcessRow(row);
+    } catch (...) {
+        RecordException("GetRow");
+        return nullptr;
+    }
+}
+
+int RasterProcess::SetWorkspace(void* newWorkspace) {
+    workspace = newWorkspace;
+    return 1;
+}
+
+int RasterProcess::SetAoi(Aoi* newAoi) {
+    aoi = newAoi;
+    return 1;
+}
+
+int RasterProcess::SetInputRaster(IRaster* raster) {
+    if (!raster) return 0;
+    inputRaster = raster;
+    return 1;
+}
+
+unsigned short** RasterProcess::GetColorMap(unsigned int& count) {
+    return inputRaster ? inputRaster->GetColorMap(count) : colorMap;
+}
+
+int RasterProcess::SetColorMap(unsigned short** map, unsigned int) {
+    colorMap = map;
+    return 1;
+}
+
+std::vector<Mapwarp::FGeoTransformers*> RasterProcess::GetGeoTransformer() {
+    try {
+        return geoTransformers;
+    } catch (...) {
+        return {};
+    }
+}
+
+int RasterProcess::Close() { return 1; }
+
+void RasterProcess::RecordException(const char* operation) noexcept {
+    try {
+        try {
+            throw;
+        } catch (const std::exception& exception) {
+            status.Add(ProcessStatus::Exception,
+                       Fundament::FormatString("%s failed: %s", operation, exception.what()), {});
+        } catch (...) {
+            status.Add(ProcessStatus::Exception, Fundament::FormatString("%s failed unexpectedly", operation),
+                       {});
+        }
+    } catch (...) { // no memory even for the message; the result still says that the operation failed
+    }
+}
+
+} // namespace KOVA::Tessara::Pixmere
