@@ -1,3 +1,4 @@
+cmake_minimum_required(VERSION 3.25)
 execute_process(COMMAND ${NM} -DC --defined-only ${FILE} OUTPUT_VARIABLE lines COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX REPLACE "\\[abi:[a-z0-9]+\\]" "" lines "${lines}") # the brackets would upset the list
 string(REPLACE "\n" ";" lines "${lines}")
