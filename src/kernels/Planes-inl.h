@@ -41,6 +41,7 @@ HWY_ATTR void SplitPairs(const PairOf<T>* HWY_RESTRICT pairs, T* HWY_RESTRICT fi
     }
 }
 
+/// The reverse of SplitPairs.
 template <class T>
 HWY_ATTR void JoinPairs(const T* HWY_RESTRICT first, const T* HWY_RESTRICT second,
                         PairOf<T>* HWY_RESTRICT pairs) {
@@ -88,6 +89,16 @@ HWY_ATTR void Deinterleave(const T* HWY_RESTRICT in, std::uint32_t bands, T* HWY
             hn::StoreU(e, d, planes + 3 * blockPixels + i);
         }
         return;
+    case 6:
+    case 8:
+        if constexpr (sizeof(T) <= 2) {
+            HWY_ALIGN PairOf<T> pairs[mostBands / 2 * blockPixels];
+            Deinterleave(reinterpret_cast<const PairOf<T>*>(in), bands / 2, pairs);
+            for (std::uint32_t band = 0; band < bands; band += 2)
+                SplitPairs(pairs + band / 2 * blockPixels, planes + band * blockPixels,
+                           planes + (band + 1) * blockPixels);
+        }
+        return;
     default:
         for (std::size_t i = 0; i < blockPixels; ++i)
             for (std::uint32_t band = 0; band < bands; ++band)
@@ -118,6 +129,16 @@ HWY_ATTR void Interleave(const T* HWY_RESTRICT planes, std::uint32_t bands, T* H
     case 4:
         for (std::size_t i = 0; i < blockPixels; i += lanes)
             hn::StoreInterleaved4(plane(0, i), plane(1, i), plane(2, i), plane(3, i), d, out + 4 * i);
+        return;
+    case 6:
+    case 8:
+        if constexpr (sizeof(T) <= 2) {
+            HWY_ALIGN PairOf<T> pairs[mostBands / 2 * blockPixels];
+            for (std::uint32_t band = 0; band < bands; band += 2)
+                JoinPairs(planes + band * blockPixels, planes + (band + 1) * blockPixels,
+                          pairs + band / 2 * blockPixels);
+            Interleave(pairs, bands / 2, reinterpret_cast<PairOf<T>*>(out));
+        }
         return;
     default:
         for (std::size_t i = 0; i < blockPixels; ++i)
