@@ -1,6 +1,7 @@
 // Row kernels, one thread, in pixels a second, beside a plain table walk and a copy of the same bytes. Every
 // kernel is compared with the table walk first; with --verify nothing is timed.
 #include "TableWalk.h"
+#include "kernels/BroveyRow.h"
 #include "kernels/KovaRow.h"
 #include "kernels/Simd.h"
 
@@ -25,7 +26,8 @@ struct Method {
 };
 
 template <class T>
-const std::vector<Method<T>> methods = {{"KOVA", &bench::KovaTableWalk<T>, &KovaRowFor<T>}};
+const std::vector<Method<T>> methods = {{"KOVA", &bench::KovaTableWalk<T>, &KovaRowFor<T>},
+                                        {"Brovey", &bench::BroveyTableWalk<T>, &BroveyRowFor<T>}};
 
 template <class T>
 struct Rows {
