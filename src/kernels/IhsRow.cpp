@@ -83,16 +83,9 @@ void IhsRowScalar(const T* ms, const T* pan, T* out, std::size_t pixels, const B
     }
 }
 
-template <class T>
-FuseRow<T> IhsRowFor(SimdTarget) {
-    return &IhsRowScalar<T>; // the one version for every target
-}
-
 template void IhsRowScalar(const unsigned char*, const unsigned char*, unsigned char*, std::size_t,
                            const BandWeights&);
 template void IhsRowScalar(const unsigned short*, const unsigned short*, unsigned short*, std::size_t,
                            const BandWeights&);
-template FuseRow<unsigned char> IhsRowFor(SimdTarget);
-template FuseRow<unsigned short> IhsRowFor(SimdTarget);
 
 } // namespace kernels
