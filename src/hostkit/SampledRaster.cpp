@@ -4,6 +4,8 @@
 #include "hostkit/HostKitStatus.h"
 #include "hostkit/RequestRecord.h"
 
+#include <utility>
+
 namespace hostkit {
 
 using KOVA::Tessara::Fundament::FormatString;
@@ -42,6 +44,33 @@ PixelRect SourceRect(const GridPlacement& placement, const PixelRect& panWindow,
             TapOf(placement.down, panWindow.row0, source.rows).first,
             TapOf(placement.across, panWindow.col1 - 1, source.cols).second + 1,
             TapOf(placement.down, panWindow.row1 - 1, source.rows).second + 1};
+}
+
+namespace {
+
+/// First and end of the pan pixels whose position lies within [-1.5, source pixels + 0.5]: positions count
+/// between centres, so the source itself spans -0.5 to its size - 0.5.
+std::pair<std::uint32_t, std::uint32_t> CoveredRange(const kernels::GridAxis& axis, std::uint32_t panPixels,
+                                                     std::uint32_t sourcePixels) {
+    const auto position = [&](std::uint32_t pan) {
+        const kernels::GridPosition at = kernels::PanToMultispectral(axis, pan);
+        return static_cast<double>(at.index) + at.fraction;
+    };
+    std::uint32_t first = 0;
+    while (first < panPixels && position(first) < -1.5)
+        ++first;
+    std::uint32_t end = panPixels;
+    while (end > first && position(end - 1) > sourcePixels + 0.5)
+        --end;
+    return {first, end};
+}
+
+} // namespace
+
+PixelRect CoveredRect(const GridPlacement& placement, const RasterInfo& pan, const RasterInfo& source) {
+    const auto [col0, col1] = CoveredRange(placement.across, pan.cols, source.cols);
+    const auto [row0, row1] = CoveredRange(placement.down, pan.rows, source.rows);
+    return {col0, row0, col1, row1};
 }
 
 SampledRaster::SampledRaster() : RasterBase("Host.SampledRaster") {}

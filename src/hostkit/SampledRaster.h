@@ -21,6 +21,12 @@ struct GridPlacement {
 [[nodiscard]] PixelRect SourceRect(const GridPlacement& placement, const PixelRect& panWindow,
                                    const KOVA::Tessara::Pixmere::RasterInfo& source);
 
+/// The pan pixels that have data in a source: those with their centre on it or up to one source pixel
+/// outside, which take its edge samples. Empty when there are none.
+[[nodiscard]] PixelRect CoveredRect(const GridPlacement& placement,
+                                    const KOVA::Tessara::Pixmere::RasterInfo& pan,
+                                    const KOVA::Tessara::Pixmere::RasterInfo& source);
+
 /// A source image brought onto a window of the pan grid by bilinear interpolation between pixel centres
 /// (kernels/BilinearRow.h), edges replicated. Row and column 0 are the window's first. Rows are computed when
 /// they are asked for; in ascending order every source row is interpolated across once.
