@@ -28,6 +28,6 @@ apt_get() {
 # apt_download PACKAGE DIRECTORY: the package's file, not installed. The lists are fetched if it is in none.
 apt_download() {
     if ! apt-cache show "$1" >/dev/null 2>&1; then apt_get update || return; fi
-    (cd "$2" && LC_ALL=C apt-get -qq download "$1" </dev/null 2>&1) | without_servers >&2
+    (cd "$2" && LC_ALL=C apt-get -qq -o APT::Sandbox::User=root download "$1" </dev/null 2>&1) | without_servers >&2
     return "${PIPESTATUS[0]}"
 }
