@@ -18,16 +18,9 @@ void KovaRowScalar(const T* ms, const T* pan, T* out, std::size_t pixels, const 
     }
 }
 
-template <class T>
-FuseRow<T> ChooseKovaRow() {
-    return &KovaRowScalar<T>;
-}
-
 template void KovaRowScalar(const unsigned char*, const unsigned char*, unsigned char*, std::size_t,
                             const BandWeights&);
 template void KovaRowScalar(const unsigned short*, const unsigned short*, unsigned short*, std::size_t,
                             const BandWeights&);
-template FuseRow<unsigned char> ChooseKovaRow();
-template FuseRow<unsigned short> ChooseKovaRow();
 
 } // namespace kernels

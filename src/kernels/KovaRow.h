@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kernels/FusionRow.h"
+#include "kernels/Simd.h"
 
 namespace kernels {
 
@@ -14,8 +15,8 @@ namespace kernels {
 template <class T>
 void KovaRowScalar(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands);
 
-/// The version for this processor. Asked once, when an image is initialised.
+/// The version for a vector target that can run here. Asked once, when an image is initialised.
 template <class T>
-FuseRow<T> ChooseKovaRow();
+FuseRow<T> KovaRowFor(SimdTarget target);
 
 } // namespace kernels

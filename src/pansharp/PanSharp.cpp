@@ -105,7 +105,7 @@ bool PanSharp<ImageBase<Info, T*, Traits>>::Init(InputImage* multispectral, Inpu
     bandWeights = ReadBandWeights(1.0 / msBandCount, 0.0);
     ReadAdditionalBandWeight();
     AllocateOutput();
-    kovaRow = kernels::ChooseKovaRow<T>();
+    kovaRow = kernels::KovaRowFor<T>(kernels::ChosenSimdTarget());
     if (this->metadataEnabled) {
         std::string weights;
         for (const double weight : bandWeights)

@@ -1,0 +1,190 @@
+// Included once for every vector target (see Highway's foreach_target.h); a helper of the fusing kernels.
+#if defined(PANSHARP_PLANES_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef PANSHARP_PLANES_INL_H
+#undef PANSHARP_PLANES_INL_H
+#else
+#define PANSHARP_PLANES_INL_H
+#endif
+
+#include <hwy/highway.h>
+
+#include <cstddef>
+#include <cstdint>
+
+HWY_BEFORE_NAMESPACE();
+namespace kernels {
+namespace HWY_NAMESPACE {
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+/// Kernels work on blocks of this many pixels, band by band; a multiple of the lanes of every vector.
+inline constexpr std::size_t blockPixels = 128;
+/// More bands than this are left to the scalar definition.
+inline constexpr std::uint32_t mostBands = 8;
+
+/// Two neighbouring bands as one number of twice the width, the first band in its low half.
+template <class T>
+using PairOf = hwy::MakeWide<T>;
+
+/// Splits a plane of pairs into the planes of its two bands.
+template <class T>
+HWY_ATTR void SplitPairs(const PairOf<T>* HWY_RESTRICT pairs, T* HWY_RESTRICT first, T* HWY_RESTRICT second) {
+    const hn::ScalableTag<PairOf<T>> d;
+    const hn::RebindToSigned<decltype(d)> dSigned;
+    const hn::Rebind<T, decltype(d)> dHalf;
+    const auto low = hn::Set(d, hwy::LimitsMax<T>());
+    for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
+        const auto pair = hn::Load(d, pairs + i);
+        hn::StoreU(hn::DemoteTo(dHalf, hn::BitCast(dSigned, hn::And(pair, low))), dHalf, first + i);
+        hn::StoreU(hn::DemoteTo(dHalf, hn::BitCast(dSigned, hn::ShiftRight<sizeof(T) * 8>(pair))), dHalf,
+                   second + i);
+    }
+}
+
+/// The reverse of SplitPairs.
+template <class T>
+HWY_ATTR void JoinPairs(const T* HWY_RESTRICT first, const T* HWY_RESTRICT second,
+                        PairOf<T>* HWY_RESTRICT pairs) {
+    const hn::ScalableTag<PairOf<T>> d;
+    const hn::Rebind<T, decltype(d)> dHalf;
+    for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
+        const auto low = hn::PromoteTo(d, hn::LoadU(dHalf, first + i));
+        const auto high = hn::PromoteTo(d, hn::LoadU(dHalf, second + i));
+        hn::Store(hn::Or(low, hn::ShiftLeft<sizeof(T) * 8>(high)), d, pairs + i);
+    }
+}
+
+/// Splits `blockPixels` interleaved pixels into one plane a band, blockPixels apart.
+template <class T>
+HWY_ATTR void Deinterleave(const T* HWY_RESTRICT in, std::uint32_t bands, T* HWY_RESTRICT planes) {
+    const hn::ScalableTag<T> d;
+    const std::size_t lanes = hn::Lanes(d);
+    hn::Vec<decltype(d)> a, b, c, e;
+    switch (bands) {
+    case 1:
+        for (std::size_t i = 0; i < blockPixels; i += lanes)
+            hn::StoreU(hn::LoadU(d, in + i), d, planes + i);
+        return;
+    case 2:
+        for (std::size_t i = 0; i < blockPixels; i += lanes) {
+            hn::LoadInterleaved2(d, in + 2 * i, a, b);
+            hn::StoreU(a, d, planes + i);
+            hn::StoreU(b, d, planes + blockPixels + i);
+        }
+        return;
+    case 3:
+        for (std::size_t i = 0; i < blockPixels; i += lanes) {
+            hn::LoadInterleaved3(d, in + 3 * i, a, b, c);
+            hn::StoreU(a, d, planes + i);
+            hn::StoreU(b, d, planes + blockPixels + i);
+            hn::StoreU(c, d, planes + 2 * blockPixels + i);
+        }
+        return;
+    case 4:
+        for (std::size_t i = 0; i < blockPixels; i += lanes) {
+            hn::LoadInterleaved4(d, in + 4 * i, a, b, c, e);
+            hn::StoreU(a, d, planes + i);
+            hn::StoreU(b, d, planes + blockPixels + i);
+            hn::StoreU(c, d, planes + 2 * blockPixels + i);
+            hn::StoreU(e, d, planes + 3 * blockPixels + i);
+        }
+        return;
+    case 6:
+    case 8:
+        if constexpr (sizeof(T) <= 2) {
+            HWY_ALIGN PairOf<T> pairs[mostBands / 2 * blockPixels];
+            Deinterleave(reinterpret_cast<const PairOf<T>*>(in), bands / 2, pairs);
+            for (std::uint32_t band = 0; band < bands; band += 2)
+                SplitPairs(pairs + band / 2 * blockPixels, planes + band * blockPixels,
+                           planes + (band + 1) * blockPixels);
+        }
+        return;
+    default:
+        for (std::size_t i = 0; i < blockPixels; ++i)
+            for (std::uint32_t band = 0; band < bands; ++band)
+                planes[band * blockPixels + i] = in[i * bands + band];
+    }
+}
+
+/// The reverse: interleaves planes, blockPixels apart, into blockPixels pixels.
+template <class T>
+HWY_ATTR void Interleave(const T* HWY_RESTRICT planes, std::uint32_t bands, T* HWY_RESTRICT out) {
+    const hn::ScalableTag<T> d;
+    const std::size_t lanes = hn::Lanes(d);
+    const auto plane = [&](std::uint32_t band, std::size_t i)
+                           HWY_ATTR { return hn::LoadU(d, planes + band * blockPixels + i); };
+    switch (bands) {
+    case 1:
+        for (std::size_t i = 0; i < blockPixels; i += lanes)
+            hn::StoreU(plane(0, i), d, out + i);
+        return;
+    case 2:
+        for (std::size_t i = 0; i < blockPixels; i += lanes)
+            hn::StoreInterleaved2(plane(0, i), plane(1, i), d, out + 2 * i);
+        return;
+    case 3:
+        for (std::size_t i = 0; i < blockPixels; i += lanes)
+            hn::StoreInterleaved3(plane(0, i), plane(1, i), plane(2, i), d, out + 3 * i);
+        return;
+    case 4:
+        for (std::size_t i = 0; i < blockPixels; i += lanes)
+            hn::StoreInterleaved4(plane(0, i), plane(1, i), plane(2, i), plane(3, i), d, out + 4 * i);
+        return;
+    case 6:
+    case 8:
+        if constexpr (sizeof(T) <= 2) {
+            HWY_ALIGN PairOf<T> pairs[mostBands / 2 * blockPixels];
+            for (std::uint32_t band = 0; band < bands; band += 2)
+                JoinPairs(planes + band * blockPixels, planes + (band + 1) * blockPixels,
+                          pairs + band / 2 * blockPixels);
+            Interleave(pairs, bands / 2, reinterpret_cast<PairOf<T>*>(out));
+        }
+        return;
+    default:
+        for (std::size_t i = 0; i < blockPixels; ++i)
+            for (std::uint32_t band = 0; band < bands; ++band)
+                out[i * bands + band] = planes[band * blockPixels + i];
+    }
+}
+
+/// As many samples as a double vector has lanes, as doubles.
+template <class D, class T>
+HWY_INLINE hn::Vec<D> LoadAsDouble(D d, const T* samples) {
+    const hn::Rebind<std::int32_t, D> d32;
+    const hn::Rebind<T, D> narrow;
+    return hn::PromoteTo(d, hn::PromoteTo(d32, hn::LoadU(narrow, samples)));
+}
+
+/// The weighted sum of the bands of some pixels, in the order of the definition, one rounding an operation.
+template <class D, class T>
+HWY_INLINE hn::Vec<D> WeightedSum(D d, const T* planes, const double* weights, std::uint32_t bands) {
+    auto s = hn::Zero(d);
+    for (std::uint32_t band = 0; band < bands; ++band)
+        s = hn::Add(s, hn::Mul(LoadAsDouble(d, planes + band * blockPixels), hn::Set(d, weights[band])));
+    return s;
+}
+
+/// Runs `block` over a row in steps of blockPixels. The rest of the row goes through copies, so that exactly
+/// the row's samples are read and written.
+template <class T, class Block>
+HWY_ATTR void ForEachBlock(const T* ms, const T* pan, T* out, std::size_t pixels, std::uint32_t msBands,
+                           std::uint32_t outputBands, const Block& block) {
+    std::size_t p = 0;
+    for (; p + blockPixels <= pixels; p += blockPixels)
+        block(ms + p * msBands, pan + p, out + p * outputBands);
+    if (p == pixels) return;
+    const std::size_t rest = pixels - p;
+    HWY_ALIGN T msCopy[blockPixels * mostBands] = {};
+    HWY_ALIGN T panCopy[blockPixels] = {};
+    HWY_ALIGN T outCopy[blockPixels * mostBands];
+    std::copy_n(ms + p * msBands, rest * msBands, msCopy);
+    std::copy_n(pan + p, rest, panCopy);
+    block(msCopy, panCopy, outCopy);
+    std::copy_n(outCopy, rest * outputBands, out + p * outputBands);
+}
+
+} // namespace HWY_NAMESPACE
+} // namespace kernels
+HWY_AFTER_NAMESPACE();
+
+#endif // PANSHARP_PLANES_INL_H

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace kernels {
+
+/// A vector target of this build that this processor has; 0 stands for the scalar definition.
+using SimdTarget = std::int64_t;
+
+/// All targets that can run here, best first, the scalar one last.
+[[nodiscard]] std::vector<SimdTarget> SimdTargets();
+
+/// In lower case: "avx3_dl", "avx3", "avx2", "sse4", "ssse3", "neon", ..., "scalar".
+[[nodiscard]] std::string SimdTargetName(SimdTarget target);
+
+/// The target in use: the best one, unless the environment variable PANSHARP_SIMD names another that can run
+/// here.
+[[nodiscard]] SimdTarget ChosenSimdTarget();
+
+} // namespace kernels

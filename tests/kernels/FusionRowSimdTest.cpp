@@ -1,0 +1,126 @@
+// Every vector target gives the bytes of the scalar definition: rows of exactly their size on the heap, so
+// that a sanitizer sees any step past them, and weights that put results on and beside a half, where a faster
+// way could differ.
+#include "kernels/KovaRow.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <memory>
+#include <random>
+
+namespace {
+
+using namespace kernels;
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+const std::vector<std::vector<double>> weightSets = {
+    {1.0 / 3, 1.0 / 3, 1.0 / 3, 1.0 / 3, 1.0 / 3, 1.0 / 3, 1.0 / 3, 1.0 / 3, 1.0 / 3},
+    {0.25, 0.25, 0.25, 0.25, 0.5, 0.125, 0.0, 1.0, 0.5},
+    {0.1, 0.2, 0.3, 0.4, 0.7, -0.1, 0.05, 0.15, 0.6},
+    {-1.84, 1.2, 1.65, 0.036, -0.3, 0.251, 0.437, 0.285, 0.1},
+    {1e-9, 0.5 + 1e-10, 0.5 - 1e-12, 0.5 + 1e-16, 1e-300, 0.5, -1e-11, 1e-17, 0.5},
+    {1e5, -1e5, 1e12, -1e12, 3e300, -3e300, 1e308, 1e308, 1.0},
+    {infinity, 1.0, -infinity, 0.0, 1.0, 1.0, 1.0, 1.0, 1.0},
+    {std::nan(""), 0.5, 0.5, 0.5, 0.5, 0.5, 0.5, 0.5, 0.5},
+    {0, 0, 0, 0, 0, 0, 0, 0, 0},
+};
+
+enum class Pixels { Random, Black, Saturated, Equal };
+
+template <class T>
+std::unique_ptr<T[]> Row(std::size_t samples, Pixels kind, std::mt19937& random) {
+    auto row = std::make_unique<T[]>(samples);
+    const auto any = [&] { return static_cast<T>(random()); };
+    const T equal = any();
+    for (std::size_t i = 0; i < samples; ++i)
+        row[i] = kind == Pixels::Random      ? (random() % 8 == 0 ? std::numeric_limits<T>::max() : any())
+                 : kind == Pixels::Black     ? T{0}
+                 : kind == Pixels::Saturated ? std::numeric_limits<T>::max()
+                                             : equal;
+    return row;
+}
+
+template <class T>
+struct Kernel {
+    const char* name;
+    FuseRow<T> (*rowFor)(SimdTarget);
+    std::uint32_t fewestBands;
+};
+
+template <class T>
+const std::vector<Kernel<T>> allKernels = {{"KOVA", &KovaRowFor<T>, 1}};
+
+template <class T>
+void Compare(const Kernel<T>& kernel, SimdTarget target, std::size_t pixels, std::uint32_t msBands,
+             std::uint32_t outputBands, Pixels kind, const std::vector<double>& weights,
+             std::mt19937& random) {
+    const auto ms = Row<T>(pixels * msBands, kind, random);
+    const auto pan = Row<T>(pixels, kind == Pixels::Equal ? Pixels::Random : kind, random);
+    const BandWeights bands{weights.data(), msBands, outputBands};
+    const std::size_t samples = pixels * outputBands;
+    const auto expected = std::make_unique<T[]>(samples);
+    const auto actual = Row<T>(samples, Pixels::Random, random);
+    kernel.rowFor(0)(ms.get(), pan.get(), expected.get(), pixels, bands);
+    kernel.rowFor(target)(ms.get(), pan.get(), actual.get(), pixels, bands);
+    for (std::size_t i = 0; i < samples; ++i)
+        ASSERT_EQ(actual[i], expected[i])
+            << kernel.name << " " << SimdTargetName(target) << ", " << sizeof(T) * 8 << " bits, " << pixels
+            << " pixels, " << msBands << " bands, sample " << i;
+}
+
+template <class T>
+void CompareAll(const Kernel<T>& kernel, SimdTarget target) {
+    std::mt19937 random(1);
+    std::vector<std::size_t> widths = {127, 128, 129, 255, 256, 300, 1000};
+    for (std::size_t width = 0; width <= 67; ++width)
+        widths.push_back(width);
+    for (std::uint32_t msBands = kernel.fewestBands; msBands <= 9; ++msBands)
+        for (const std::size_t pixels : widths) {
+            const auto& weights = weightSets[random() % weightSets.size()];
+            const auto outputBands = static_cast<std::uint32_t>(1 + random() % msBands);
+            Compare(kernel, target, pixels, msBands, outputBands, Pixels::Random, weights, random);
+        }
+    for (const auto& weights : weightSets)
+        for (const Pixels kind : {Pixels::Random, Pixels::Black, Pixels::Saturated, Pixels::Equal})
+            for (const std::uint32_t msBands : {3u, 4u, 8u})
+                Compare(kernel, target, 700, msBands, msBands, kind, weights, random);
+}
+
+} // namespace
+
+TEST(FusionSimd, EveryTargetGivesTheBytesOfTheDefinition) {
+    const std::vector<SimdTarget> targets = SimdTargets();
+#if defined(__x86_64__)
+    ASSERT_GT(targets.size(), 1u) << "no vector target ran";
+#endif
+    for (const SimdTarget target : targets) {
+        for (const auto& kernel : allKernels<unsigned char>) {
+            EXPECT_EQ(kernel.rowFor(target) == kernel.rowFor(0), target == 0) << SimdTargetName(target);
+            CompareAll(kernel, target);
+        }
+        for (const auto& kernel : allKernels<unsigned short>)
+            CompareAll(kernel, target);
+    }
+}
+
+TEST(FusionSimd, EveryEightBitResultOfTwoBandsIsRight) {
+    // All pairs of a band and pan, for weights that put the sum on, just below and just above a half.
+    std::vector<unsigned char> ms;
+    std::vector<unsigned char> pan;
+    for (unsigned a = 0; a < 256; ++a)
+        for (unsigned b = 0; b < 256; ++b) {
+            ms.push_back(static_cast<unsigned char>(a));
+            pan.push_back(static_cast<unsigned char>(b));
+        }
+    std::vector<unsigned char> expected(ms.size());
+    std::vector<unsigned char> actual(ms.size());
+    for (const double weight : {0.5, 0.5 + 1e-16, 0.5 - 1e-16, 1.0 / 3, 0.1, 0.7, -0.3, 1e6, -1e300})
+        for (const SimdTarget target : SimdTargets()) {
+            const BandWeights bands{&weight, 1, 1};
+            KovaRowFor<unsigned char>(0)(ms.data(), pan.data(), expected.data(), ms.size(), bands);
+            KovaRowFor<unsigned char>(target)(ms.data(), pan.data(), actual.data(), ms.size(), bands);
+            EXPECT_EQ(actual, expected) << weight << " " << SimdTargetName(target);
+        }
+}
