@@ -6,7 +6,7 @@ as_root() {
     elif command -v sudo >/dev/null; then
         sudo "$@"
     else
-        echo "this needs root: install sudo, or run as root: $*" >&2
+        echo "Packages are installed as root: install sudo, or run scripts/setup as root." >&2
         return 1
     fi
 }
