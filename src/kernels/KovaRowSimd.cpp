@@ -75,18 +75,11 @@ HWY_ATTR void ShiftPlane(unsigned short* plane, const std::int32_t* HWY_RESTRICT
 template <class T>
 HWY_ATTR void AddDifferences(T* plane, const double* HWY_RESTRICT differences) {
     const hn::ScalableTag<double> d;
-    const hn::Rebind<std::int32_t, decltype(d)> d32;
-    const hn::Rebind<T, decltype(d)> narrow;
-    const hn::Rebind<std::conditional_t<sizeof(T) == 1, std::int16_t, std::int32_t>, decltype(d)> between;
     for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
         const auto x = hn::Add(LoadAsDouble(d, plane + i), hn::Load(d, differences + i));
         const auto positive = hn::IfThenElseZero(hn::Ge(x, hn::Zero(d)), x); // not-a-number stores 0
         const auto clamped = hn::Min(positive, hn::Set(d, maxSample<T>));
-        const auto rounded = hn::DemoteTo(d32, hn::Add(clamped, hn::Set(d, 0.5)));
-        if constexpr (sizeof(T) == 1)
-            hn::StoreU(hn::DemoteTo(narrow, hn::DemoteTo(between, rounded)), narrow, plane + i);
-        else
-            hn::StoreU(hn::DemoteTo(narrow, rounded), narrow, plane + i);
+        StoreTruncatedLanes(d, hn::Add(clamped, hn::Set(d, 0.5)), plane + i);
     }
 }
 
@@ -133,18 +126,13 @@ HWY_EXPORT(KovaRow16);
 
 template <>
 FuseRow<unsigned char> KovaRowFor(SimdTarget target) {
-    if (target == 0) return &KovaRowScalar<unsigned char>;
-    hwy::ChosenTarget chosen;
-    chosen.Update(target);
-    return HWY_DISPATCH_TABLE(KovaRow8)[chosen.GetIndex()];
+    return target == 0 ? &KovaRowScalar<unsigned char> : HWY_DISPATCH_TABLE(KovaRow8)[DispatchIndex(target)];
 }
 
 template <>
 FuseRow<unsigned short> KovaRowFor(SimdTarget target) {
-    if (target == 0) return &KovaRowScalar<unsigned short>;
-    hwy::ChosenTarget chosen;
-    chosen.Update(target);
-    return HWY_DISPATCH_TABLE(KovaRow16)[chosen.GetIndex()];
+    return target == 0 ? &KovaRowScalar<unsigned short>
+                       : HWY_DISPATCH_TABLE(KovaRow16)[DispatchIndex(target)];
 }
 
 } // namespace kernels

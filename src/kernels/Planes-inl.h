@@ -155,6 +155,19 @@ HWY_INLINE hn::Vec<D> LoadAsDouble(D d, const T* samples) {
     return hn::PromoteTo(d, hn::PromoteTo(d32, hn::LoadU(narrow, samples)));
 }
 
+/// The whole parts of doubles in [0, largest sample + 1), as samples.
+template <class D, class T>
+HWY_INLINE void StoreTruncatedLanes(D /*d*/, hn::Vec<D> x, T* samples) {
+    const hn::Rebind<std::int32_t, D> d32;
+    const hn::Rebind<T, D> narrow;
+    if constexpr (sizeof(T) == 1) {
+        const hn::Rebind<std::int16_t, D> d16;
+        hn::StoreU(hn::DemoteTo(narrow, hn::DemoteTo(d16, hn::DemoteTo(d32, x))), narrow, samples);
+    } else {
+        hn::StoreU(hn::DemoteTo(narrow, hn::DemoteTo(d32, x)), narrow, samples);
+    }
+}
+
 /// The weighted sum of the bands of some pixels, in the order of the definition, one rounding an operation.
 template <class D, class T>
 HWY_INLINE hn::Vec<D> WeightedSum(D d, const T* planes, const double* weights, std::uint32_t bands) {
@@ -186,5 +199,18 @@ HWY_ATTR void ForEachBlock(const T* ms, const T* pan, T* out, std::size_t pixels
 } // namespace HWY_NAMESPACE
 } // namespace kernels
 HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace kernels {
+
+/// Where the version for a target stands in a dispatch table of the including file.
+static inline std::size_t DispatchIndex(std::int64_t target) {
+    hwy::ChosenTarget chosen;
+    chosen.Update(target);
+    return chosen.GetIndex();
+}
+
+} // namespace kernels
+#endif
 
 #endif // PANSHARP_PLANES_INL_H

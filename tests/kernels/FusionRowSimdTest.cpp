@@ -1,6 +1,7 @@
 // Every vector target gives the bytes of the scalar definition: rows of exactly their size on the heap, so
 // that a sanitizer sees any step past them, and weights that put results on and beside a half, where a faster
 // way could differ.
+#include "kernels/BroveyRow.h"
 #include "kernels/KovaRow.h"
 
 #include <gtest/gtest.h>
@@ -50,7 +51,7 @@ struct Kernel {
 };
 
 template <class T>
-const std::vector<Kernel<T>> allKernels = {{"KOVA", &KovaRowFor<T>, 1}};
+const std::vector<Kernel<T>> allKernels = {{"KOVA", &KovaRowFor<T>, 1}, {"Brovey", &BroveyRowFor<T>, 1}};
 
 template <class T>
 void Compare(const Kernel<T>& kernel, SimdTarget target, std::size_t pixels, std::uint32_t msBands,

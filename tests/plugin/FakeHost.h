@@ -212,6 +212,9 @@ public:
             count += chain ? 1 : 0;
         return count;
     }
+    void ForgetReleased() {
+        std::erase_if(issued, [](const auto& chain) { return !chain; });
+    }
     int Open(const std::string&) override { return 1; }
     int SetProperties(const NameValueMap*) override { return 1; }
     const NameValueMap& GetProperties() override { return none; }

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "host/IRasterWorkspace.h"
+#include "host/NameValueMap.h"
+#include "host/Object.h"
+#include "hostkit/SampledChain.h"
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace hostkit {
+
+/// A workspace over images in memory. It issues chains that bring an image onto the pan grid and takes them
+/// back; chains that never come back are destroyed with it. Used by one caller at a time.
+class ArrayWorkspace final : public KOVA::Tessara::Global::Object,
+                             public KOVA::Tessara::Pixmere::IRasterWorkspace {
+public:
+    using RasterInfo = KOVA::Tessara::Pixmere::RasterInfo;
+
+    explicit ArrayWorkspace(const RasterInfo& panGrid);
+    ArrayWorkspace(const ArrayWorkspace&) = delete;
+    ArrayWorkspace& operator=(const ArrayWorkspace&) = delete;
+    ~ArrayWorkspace() override;
+
+    /// Adds an image, or gives an image other samples; chains that are out keep the samples they have.
+    void SetImage(const std::string& imageId, const SourceImage& image);
+
+    /// Chains issued and not yet taken back.
+    [[nodiscard]] std::uint32_t GetOutstandingChains() const;
+
+    int Open(const std::string&) override { return 1; }
+    KOVA::Tessara::Pixmere::IRasterProcessChain*
+    GetProcessChain(const std::string& processRasterId, const std::string& imageId,
+                    KOVA::Tessara::Pixmere::Aoi* aoi, KOVA::Tessara::Fundament::Status& reasons) override;
+    int SetProperties(const KOVA::Tessara::Global::NameValueMap* map) override;
+    const KOVA::Tessara::Global::NameValueMap& GetProperties() override { return settings; }
+    std::uint32_t GetImageCount() override { return static_cast<std::uint32_t>(images.size()); }
+    std::string GetImageId(std::uint32_t position) override; ///< in the order of the IDs; empty past the end
+    int HasImage(const std::string& imageId) override { return images.contains(imageId) ? 1 : 0; }
+    const RasterInfo* GetImageInfo(const std::string& imageId) override;
+    int Close() override;
+    /// 0 for a chain that is not out: it is neither destroyed nor is the holder cleared.
+    int ReleaseProcessChain(KOVA::Tessara::Pixmere::IRasterProcessChain** holder) override;
+
+private:
+    RasterInfo grid;
+    std::map<std::string, SourceImage> images;
+    std::vector<std::unique_ptr<SampledChain>> chains;
+    KOVA::Tessara::Global::NameValueMap settings;
+};
+
+} // namespace hostkit

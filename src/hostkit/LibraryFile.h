@@ -1,0 +1,18 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+/// What a platform does for loading libraries. One file a platform.
+namespace hostkit::LibraryFile {
+
+/// A handle, or null with the platform's reason. The library's names stay its own.
+[[nodiscard]] void* Open(const std::string& path, std::string& reason);
+/// The address of an exported name, or null.
+[[nodiscard]] void* Find(void* handle, const char* name);
+void Close(void* handle);
+
+/// The folder of the running program; empty when the platform does not say.
+[[nodiscard]] std::filesystem::path ProgramFolder();
+
+} // namespace hostkit::LibraryFile

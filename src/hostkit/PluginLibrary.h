@@ -1,0 +1,72 @@
+#pragma once
+
+#include "fundament/Status.h"
+#include "host/EntryPoints.h"
+
+#include <memory>
+#include <string>
+
+namespace hostkit {
+
+/// The file name of the plug-in.
+inline constexpr const char* pluginFileName = "Pansharp.process";
+/// The environment variable that names another plug-in file.
+inline constexpr const char* pluginVariable = "PANSHARP_PLUGIN";
+
+/// Where the plug-in is: `path` unless that is empty, else what the environment variable names, else the file
+/// found from the folder of the running program in ../lib, in the folder itself or in ../lib/pansharp. Empty,
+/// with an item that lists the places, when there is none. A path that is given is not looked at here.
+[[nodiscard]] std::string FindPlugin(const std::string& path, KOVA::Tessara::Fundament::Status& status);
+
+/// The plug-in, loaded from its file. It outlives the objects it makes; may be used from any thread.
+class PluginLibrary {
+public:
+    /// Loads the file and initializes the library. Null, with an item that says what to do, when the file is
+    /// missing or no library, or when the library lacks an entry point or was built against another contract.
+    [[nodiscard]] static std::unique_ptr<PluginLibrary> Load(const std::string& path,
+                                                             KOVA::Tessara::Fundament::Status& status);
+    PluginLibrary(const PluginLibrary&) = delete;
+    PluginLibrary& operator=(const PluginLibrary&) = delete;
+    ~PluginLibrary();
+
+    [[nodiscard]] const std::string& GetPath() const { return path; }
+    /// What the plug-in says of itself; lives as long as this object.
+    [[nodiscard]] const PansharpDescription& GetDescription() const { return *description; }
+
+private:
+    friend class Process;
+
+    PluginLibrary(std::string file, void* library);
+    bool Resolve(KOVA::Tessara::Fundament::Status& status);
+    template <class Function>
+    bool Resolve(const char* name, Function& function, KOVA::Tessara::Fundament::Status& status);
+
+    std::string path;
+    void* handle;
+    const PansharpDescription* description = nullptr;
+    TessaraCreateObject createObject = nullptr;
+    TessaraDestroyObject destroyObject = nullptr;
+    TessaraGetStatus getStatus = nullptr;
+    TessaraCleanup cleanup = nullptr; ///< null until the library is initialized
+};
+
+/// One process object of a plug-in, given back when this goes away.
+class Process {
+public:
+    /// Asks for an object with these properties; when none is made, this is empty and `status` has an item.
+    Process(const PluginLibrary& plugin, const KOVA::Tessara::Global::NameValueMap& properties,
+            KOVA::Tessara::Fundament::Status& status);
+    Process(Process&& other) noexcept;
+    Process& operator=(Process&&) = delete;
+    ~Process();
+
+    explicit operator bool() const { return object != nullptr; }
+    KOVA::Tessara::Pixmere::IRasterProcess* operator->() const { return object; }
+    KOVA::Tessara::Pixmere::IRasterProcess& operator*() const { return *object; }
+
+private:
+    const PluginLibrary* library;
+    KOVA::Tessara::Pixmere::IRasterProcess* object;
+};
+
+} // namespace hostkit

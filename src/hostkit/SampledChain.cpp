@@ -1,0 +1,93 @@
+#include "hostkit/SampledChain.h"
+
+#include "fundament/Text.h"
+#include "hostkit/HostKitStatus.h"
+
+#include <utility>
+
+namespace hostkit {
+
+using KOVA::Tessara::Fundament::FormatString;
+using ULong = unsigned long; // what "%lu" takes
+
+namespace {
+constexpr const char* chainSource = "Host.SampledChain";
+}
+
+SampledChain::SampledChain(std::string imageId, const RasterInfo& panGrid, const SourceImage& sourceImage)
+    : id(std::move(imageId)), grid(panGrid), image(sourceImage) {}
+
+SampledChain::~SampledChain() = default;
+
+int SampledChain::SetProperties(const KOVA::Tessara::Global::NameValueMap* map) {
+    try {
+        return map ? KOVA::Tessara::Pixmere::NameValueMapToPropertyLookUp(*map, properties) : 0;
+    } catch (...) {
+        return 0;
+    }
+}
+
+int SampledChain::Initialize(Aoi* aoi) {
+    try {
+        raster.reset();
+        status.Reset(0, {}, chainSource, {});
+        if (!aoi) {
+            status.Add(HostKitStatus::RequestInvalid, "a chain needs a request record", {});
+            return 0;
+        }
+        const auto request = FindRequestedWindow(*aoi, grid, status);
+        return request && Open(*request) ? 1 : 0;
+    } catch (...) {
+        return 0;
+    }
+}
+
+bool SampledChain::Open(const RequestedWindow& request) {
+    if (request.inPixels) return OpenUnscaled(request.rect);
+    auto sampled = std::make_unique<SampledRaster>();
+    if (!sampled->Open(grid, request.rect, image.info, image.block)) {
+        status.Append(sampled->GetStatus());
+        return false;
+    }
+    raster = std::move(sampled);
+    return true;
+}
+
+bool SampledChain::OpenUnscaled(const PixelRect& rect) {
+    if (!image.block.samples || !image.block.rect.Contains(rect)) {
+        status.Add(HostKitStatus::SourceNotCovered,
+                   FormatString("the image '%s' has no samples for columns %lu to %lu and rows %lu to %lu, "
+                                "which were asked for in its own pixels",
+                                id.c_str(), ULong{rect.col0}, ULong{rect.col1}, ULong{rect.row0},
+                                ULong{rect.row1}),
+                   {});
+        return false;
+    }
+    RasterInfo info = image.info;
+    info.cols = rect.GetColumns();
+    info.rows = rect.GetRows();
+    const SampleBlock& block = image.block;
+    raster = std::make_unique<ArrayRaster>(info, SampleBlock{block.At(rect.col0, rect.row0, PixelBytes(info)),
+                                                             block.rowStride, WholeImage(info)});
+    return true;
+}
+
+const KOVA::Tessara::Pixmere::RasterInfo* SampledChain::GetRasterInfo() {
+    return raster ? raster->GetRasterInfo() : nullptr;
+}
+
+int SampledChain::Close() {
+    raster.reset();
+    return 1;
+}
+
+KOVA::Tessara::Pixmere::IRaster* SampledChain::CreateRaster() {
+    if (raster) return raster.get();
+    try {
+        status.Add(HostKitStatus::NotInitialized, "the chain is not initialized: call Initialize first", {});
+    } catch (...) { // the null answer says enough
+    }
+    return nullptr;
+}
+
+} // namespace hostkit

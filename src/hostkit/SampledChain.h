@@ -1,0 +1,61 @@
+#pragma once
+
+#include "host/IRasterProcessChain.h"
+#include "host/NameValueMap.h"
+#include "host/Object.h"
+#include "hostkit/ArrayRaster.h"
+#include "hostkit/RequestRecord.h"
+#include "hostkit/SampledRaster.h"
+
+#include <memory>
+#include <string>
+
+namespace hostkit {
+
+/// An image of a workspace: a description of the whole and samples of the part at hand.
+struct SourceImage {
+    KOVA::Tessara::Pixmere::RasterInfo info;
+    SampleBlock block;
+};
+
+/// The chain that brings an image of the workspace onto the window of a request. It obeys the record given to
+/// Initialize, whatever it was obtained with: a request in map units is snapped to whole pixels of the pan
+/// grid and interpolated, one in pixel coordinates is read from the image as it is.
+class SampledChain final : public KOVA::Tessara::Global::Object,
+                           public KOVA::Tessara::Pixmere::IRasterProcessChain {
+public:
+    using RasterInfo = KOVA::Tessara::Pixmere::RasterInfo;
+    using Aoi = KOVA::Tessara::Pixmere::Aoi;
+
+    /// The samples of the image stay where they are until the chain is destroyed.
+    SampledChain(std::string imageId, const RasterInfo& panGrid, const SourceImage& sourceImage);
+    SampledChain(const SampledChain&) = delete;
+    SampledChain& operator=(const SampledChain&) = delete;
+    ~SampledChain() override;
+
+    std::string GetImageId() override { return id; }
+    int SetWorkspace(void*) override { return 1; }
+    int SetProperties(const KOVA::Tessara::Global::NameValueMap* map) override;
+    std::uint32_t GetProcessCount() override { return 0; }
+    KOVA::Tessara::Pixmere::IRasterProcess* GetProcess(std::uint32_t) override { return nullptr; }
+    /// Fails when the record names no window of the pan grid or the samples at hand do not cover it.
+    int Initialize(Aoi* aoi) override;
+    const RasterInfo* GetRasterInfo() override;
+    int SetInputRaster(KOVA::Tessara::Pixmere::IRaster*) override { return 0; } ///< it has one already
+    const KOVA::Tessara::Global::NameValueMap& GetMetadata() override { return metadata; }
+    int Close() override;
+    /// Null, with an item, before a successful Initialize.
+    KOVA::Tessara::Pixmere::IRaster* CreateRaster() override;
+
+private:
+    bool Open(const RequestedWindow& request);
+    bool OpenUnscaled(const PixelRect& rect);
+
+    std::string id;
+    RasterInfo grid;
+    SourceImage image;
+    KOVA::Tessara::Global::NameValueMap metadata;
+    std::unique_ptr<RasterBase> raster;
+};
+
+} // namespace hostkit

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "hostkit/RasterBase.h"
+#include "kernels/BilinearRow.h"
+
+#include <array>
+#include <optional>
+#include <vector>
+
+namespace hostkit {
+
+/// The grid axes between two images, found from their descriptions in map units.
+struct GridPlacement {
+    kernels::GridAxis across;
+    kernels::GridAxis down;
+};
+[[nodiscard]] GridPlacement PlaceGrids(const KOVA::Tessara::Pixmere::RasterInfo& pan,
+                                       const KOVA::Tessara::Pixmere::RasterInfo& source);
+
+/// The rectangle of source pixels that a window of the pan grid is interpolated from, within the source.
+[[nodiscard]] PixelRect SourceRect(const GridPlacement& placement, const PixelRect& panWindow,
+                                   const KOVA::Tessara::Pixmere::RasterInfo& source);
+
+/// A source image brought onto a window of the pan grid by bilinear interpolation between pixel centres
+/// (kernels/BilinearRow.h), edges replicated. Row and column 0 are the window's first. Rows are computed when
+/// they are asked for; in ascending order every source row is interpolated across once.
+class SampledRaster final : public RasterBase {
+public:
+    SampledRaster();
+
+    /// Opens a window of the pan grid over source samples, which must cover SourceRect(). `sourceInfo`
+    /// describes the whole source image. False, with an item, when they do not or the depth is neither 8 nor
+    /// 16 bits.
+    [[nodiscard]] bool Open(const RasterInfo& pan, const PixelRect& panWindow, const RasterInfo& sourceInfo,
+                            const SampleBlock& source);
+
+    const unsigned char* GetRow(std::uint32_t row) override;
+
+private:
+    struct InterpolatedRow {
+        std::optional<std::uint32_t> sourceRow;
+        std::vector<double> values;
+    };
+
+    template <class T>
+    void ComputeRow(std::uint32_t row);
+    template <class T>
+    const double* InterpolateAcross(std::uint32_t sourceRow, std::uint32_t keptRow);
+
+    SampleBlock samples;
+    std::vector<kernels::BilinearTap> columnTaps;
+    std::vector<kernels::BilinearTap> rowTaps; ///< in absolute source rows
+    std::array<InterpolatedRow, 2> interpolated;
+    std::vector<unsigned short> output; ///< read as bytes when the depth is 8 bits
+    std::size_t rowSamples = 0;
+};
+
+} // namespace hostkit

@@ -1,0 +1,62 @@
+#include "kernels/GridAxis.h"
+
+#include <cmath>
+
+namespace kernels {
+
+namespace {
+
+constexpr std::int64_t largestDenominator = 64;
+constexpr double ratioNoise = 1e-9;
+constexpr double offsetNoise = 1e-7;
+// Beyond these the whole-number arithmetic could overflow; nobody's rasters lie so.
+constexpr double largestRatio = 1e4;
+constexpr double largestOffset = 1e7;
+
+struct Division {
+    std::int64_t quotient;
+    std::int64_t remainder; ///< 0 to divisor - 1
+};
+
+Division DivideDown(std::int64_t dividend, std::int64_t divisor) {
+    const std::int64_t quotient = dividend / divisor - (dividend % divisor < 0 ? 1 : 0);
+    return {quotient, dividend - quotient * divisor};
+}
+
+} // namespace
+
+GridAxis MakeGridAxis(double ratio, double offset) {
+    GridAxis axis{ratio, offset, 0, 0, 0};
+    if (!(ratio > 0.0 && ratio < largestRatio) || !(std::fabs(offset) < largestOffset)) return axis;
+    for (std::int64_t q = 1; q <= largestDenominator; ++q) {
+        const double p = std::round(ratio * static_cast<double>(q));
+        if (p < 1.0 || std::fabs(ratio * static_cast<double>(q) - p) > ratioNoise * p) continue;
+        axis.numerator = static_cast<std::int64_t>(p);
+        axis.denominator = q;
+        const double steps = 48.0 * static_cast<double>(q);
+        const double units = static_cast<double>(2 * q * GridAxis::unit);
+        const double step = std::round(offset * steps);
+        const bool onStep = std::fabs(offset - step / steps) <= offsetNoise;
+        axis.start =
+            onStep ? static_cast<std::int64_t>(step) * (GridAxis::unit / 24) : std::llround(offset * units);
+        axis.start -= q * GridAxis::unit; // half a multispectral pixel
+        break;
+    }
+    return axis;
+}
+
+GridPosition PanToMultispectral(const GridAxis& axis, std::int64_t pan) {
+    if (axis.denominator == 0) {
+        const double u = (static_cast<double>(pan) + 0.5) * axis.ratio + axis.offset - 0.5;
+        const double whole = std::floor(u);
+        return {static_cast<std::int64_t>(whole), u - whole};
+    }
+    const std::int64_t halfSteps = 2 * axis.denominator;
+    const Division phase = DivideDown((2 * pan + 1) * axis.numerator, halfSteps);
+    const std::int64_t units = halfSteps * GridAxis::unit;
+    const Division position = DivideDown(phase.remainder * GridAxis::unit + axis.start, units);
+    return {phase.quotient + position.quotient,
+            static_cast<double>(position.remainder) / static_cast<double>(units)};
+}
+
+} // namespace kernels

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+
+namespace kernels {
+
+/// How the pan grid lies on the multispectral grid along one axis. Pixel numbers are absolute and count from
+/// the corner of each grid; a position is counted between pixel centres, so the centre of multispectral pixel
+/// i is position i.
+struct GridAxis {
+    static constexpr std::int64_t unit = std::int64_t{3} << 28;
+
+    double ratio = 1.0;  ///< pan pixel size / multispectral pixel size
+    double offset = 0.0; ///< (pan corner - multispectral corner) / multispectral pixel size
+    /// The ratio as a fraction, and `offset - 0.5` in units of 1 / (2 * denominator * GridAxis::unit). With a
+    /// denominator of 0 the ratio is no simple fraction and positions are computed in double.
+    std::int64_t numerator = 1;
+    std::int64_t denominator = 1;
+    std::int64_t start = -unit;
+};
+
+/// A ratio within 1e-9 (relative) of a fraction with a denominator up to 64 is taken as that fraction, and an
+/// offset within 1e-7 of a 48th of the pan grid's step as that multiple: georeferencing carries such
+/// noise.
+[[nodiscard]] GridAxis MakeGridAxis(double ratio, double offset);
+
+struct GridPosition {
+    std::int64_t index = 0; ///< of the pixel at or before the position; may lie outside the image
+    double fraction = 0.0;  ///< of the way to the next pixel, 0 to 1
+};
+
+/// Where the centre of a pan pixel lies among the multispectral pixels:
+///
+///     u = (pan + 0.5) * ratio + offset - 0.5,  index = floor(u),  fraction = u - index
+///
+/// With a simple ratio the arithmetic is in whole numbers and the fraction rounded once, so that pan pixels
+/// of the same phase get the same fraction wherever they lie.
+[[nodiscard]] GridPosition PanToMultispectral(const GridAxis& axis, std::int64_t pan);
+
+} // namespace kernels

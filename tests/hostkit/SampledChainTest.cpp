@@ -1,0 +1,138 @@
+#include "hostkit/SampledChain.h"
+
+#include "CodedImage.h"
+#include "hostkit/HostKitStatus.h"
+#include "kernels/BilinearRow.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace {
+
+using namespace testimages;
+using hostkit::MakeRequest;
+using hostkit::PlaceGrids;
+using hostkit::SampledChain;
+using hostkit::SourceRect;
+using KOVA::Tessara::Pixmere::Aoi;
+using KOVA::Tessara::Pixmere::IRaster;
+
+/// The definition of one sample, from the whole source.
+template <class T>
+T Expected(const CodedImage<T>& source, const RasterInfo& pan, std::uint32_t column, std::uint32_t row,
+           std::uint32_t band) {
+    const hostkit::GridPlacement placement = PlaceGrids(pan, source.info);
+    const auto x = kernels::ClampTap(kernels::PanToMultispectral(placement.across, column), source.info.cols);
+    const auto y = kernels::ClampTap(kernels::PanToMultispectral(placement.down, row), source.info.rows);
+    return kernels::BilinearSample(source.At(x.first, y.first, band), source.At(x.second, y.first, band),
+                                   source.At(x.first, y.second, band), source.At(x.second, y.second, band),
+                                   x.fraction, y.fraction);
+}
+
+// In a source of column + 10 * row, a pan pixel's value is its position: at ratio 4 the centre of pan pixel
+// (c, r) lies at ((c + 0.5) / 4 - 0.5, (r + 0.5) / 4 - 0.5).
+TEST(SampledChain, EveryPixelNamesItsPosition) {
+    const CodedImage<unsigned short> source(MakeInfo(20, 20, 1, 16, 4.0),
+                                            [](auto c, auto r, auto) { return 8 * (c + 10 * r); });
+    const RasterInfo pan = MakeInfo(80, 80, 1, 16);
+    SampledChain chain("ms", pan, source.Whole());
+    Aoi request = MakeRequest(pan, {10, 30, 50, 34});
+    ASSERT_EQ(chain.Initialize(&request), 1);
+    IRaster* raster = chain.CreateRaster();
+    ASSERT_NE(raster, nullptr);
+    EXPECT_EQ(raster->GetRasterInfo()->cols, 40u);
+    EXPECT_EQ(raster->GetRasterInfo()->rows, 4u);
+    for (std::uint32_t r = 0; r < 4; ++r) {
+        const auto* samples = reinterpret_cast<const unsigned short*>(raster->GetRow(r));
+        for (std::uint32_t c = 0; c < 40; ++c)
+            EXPECT_EQ(samples[c], 2 * (10 + c) + 1 - 4 + 10 * (2 * (30 + r) + 1 - 4)) << c << " " << r;
+    }
+    EXPECT_EQ(raster->GetRow(4), nullptr);
+    EXPECT_EQ(raster->GetStatus().GetItem(0).id, hostkit::HostKitStatus::RowOutsideWindow);
+}
+
+template <class T>
+class SampledWindows : public testing::Test {};
+using Depths = testing::Types<unsigned char, unsigned short>;
+TYPED_TEST_SUITE(SampledWindows, Depths);
+
+// Windows anywhere, rows in any order, samples of no more than the source block that was named: always the
+// samples of the definition. A window-relative position or a missing block row cannot pass.
+TYPED_TEST(SampledWindows, AnyWindowAndRowOrderEqualsTheDefinition) {
+    std::mt19937 random(7);
+    const RasterInfo pan = MakeInfo(61, 47, 1, sizeof(TypeParam) * 8, 15.0, 438900.0, 4478700.0);
+    const struct {
+        double pixelSize, left, top; // in map units; the corner relative to pan's
+    } grids[] = {{30.0, -22.5, 7.5}, {60.0, 0.0, 0.0},      {45.0, 7.5, -7.5},
+                 {37.0, -3.3, 11.0}, {30.0, 300.0, -120.0}, {30.0, -60.0, 60.0}};
+    std::vector<TypeParam> copy;
+    for (const auto& grid : grids)
+        for (std::uint32_t bands : {1u, 3u, 5u}) {
+            const CodedImage<TypeParam> source(
+                MakeInfo(23, 17, bands, sizeof(TypeParam) * 8, grid.pixelSize, pan.xMin + grid.left,
+                         pan.yMax + grid.top),
+                [&](auto, auto, auto) { return static_cast<unsigned>(random()); });
+            for (int trial = 0; trial < 8; ++trial) {
+                const std::uint32_t col0 = static_cast<std::uint32_t>(random() % pan.cols);
+                const std::uint32_t row0 = static_cast<std::uint32_t>(random() % pan.rows);
+                const PixelRect window{col0, row0,
+                                       col0 + 1 + static_cast<std::uint32_t>(random() % (pan.cols - col0)),
+                                       row0 + 1 + static_cast<std::uint32_t>(random() % (pan.rows - row0))};
+                const PixelRect needed = SourceRect(PlaceGrids(pan, source.info), window, source.info);
+                SampledChain chain("ms", pan, source.Part(needed, copy));
+                Aoi request = MakeRequest(pan, window);
+                ASSERT_EQ(chain.Initialize(&request), 1) << chain.GetStatus().ToText();
+                IRaster* raster = chain.CreateRaster();
+                for (std::uint32_t i = 0; i < window.GetRows(); ++i) {
+                    const std::uint32_t row =
+                        trial % 2 == 0 ? i : static_cast<std::uint32_t>(random() % window.GetRows());
+                    const auto* samples = reinterpret_cast<const TypeParam*>(raster->GetRow(row));
+                    for (std::uint32_t c = 0; c < window.GetColumns(); ++c)
+                        for (std::uint32_t b = 0; b < bands; ++b)
+                            ASSERT_EQ(samples[c * bands + b], Expected(source, pan, col0 + c, row0 + row, b))
+                                << "pan pixel " << col0 + c << ", " << row0 + row << " band " << b;
+                }
+            }
+        }
+}
+
+TEST(SampledChain, ReadsPixelCoordinatesUnscaled) {
+    const CodedImage<unsigned char> source(MakeInfo(12, 12, 2, 8, 30.0));
+    SampledChain chain("ms", MakeInfo(24, 24, 1, 8, 15.0), source.Whole());
+    Aoi request;
+    request.extent = {2.5, 7.5, 9.5, 4.5, 0.0, 0.0}; // columns 3 to 7, rows 5 to 9
+    request.size = {4, 4};
+    for (int order = 0; order < 2; ++order) {
+        ASSERT_EQ(chain.Initialize(&request), 1) << chain.GetStatus().ToText();
+        IRaster* raster = chain.CreateRaster();
+        EXPECT_EQ(raster->GetRasterInfo()->cols, 4u);
+        EXPECT_EQ(raster->GetRow(0)[0], source.At(3, 5, 0));
+        EXPECT_EQ(raster->GetRow(3)[7], source.At(6, 8, 1));
+        EXPECT_EQ(raster->GetRow(4), nullptr);
+        std::swap(request.extent.vertical1, request.extent.vertical2);
+    }
+    request.extent = {9.5, 14.5, 4.5, 9.5, 0.0, 0.0}; // past the image's last column
+    EXPECT_EQ(chain.Initialize(&request), 0);
+    EXPECT_EQ(chain.GetStatus().GetItem(0).id, hostkit::HostKitStatus::SourceNotCovered);
+}
+
+TEST(SampledChain, FailsWithAReason) {
+    const CodedImage<unsigned char> source(MakeInfo(12, 12, 1, 8, 30.0));
+    const RasterInfo pan = MakeInfo(24, 24, 1, 8, 15.0);
+    std::vector<unsigned char> copy;
+    SampledChain chain("ms", pan, source.Part({0, 0, 12, 6}, copy));
+    const auto id = [&] { return chain.GetStatus().GetItem(0).id; };
+    EXPECT_EQ(chain.CreateRaster(), nullptr);
+    EXPECT_EQ(id(), hostkit::HostKitStatus::NotInitialized);
+    Aoi above = MakeRequest(pan, {0, 0, 24, 11}); // down to source row 5.25 - 0.5, which needs row 5
+    EXPECT_EQ(chain.Initialize(&above), 1);
+    Aoi below = MakeRequest(pan, {0, 0, 24, 12}); // 5.75 - 0.5 needs row 6
+    EXPECT_EQ(chain.Initialize(&below), 0);
+    EXPECT_EQ(id(), hostkit::HostKitStatus::SourceNotCovered);
+    EXPECT_EQ(chain.CreateRaster(), nullptr); // not the raster of the request before
+    EXPECT_EQ(chain.Initialize(nullptr), 0);
+    EXPECT_EQ(id(), hostkit::HostKitStatus::RequestInvalid);
+}
+
+} // namespace

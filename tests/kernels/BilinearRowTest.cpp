@@ -1,0 +1,90 @@
+#include "kernels/BilinearRow.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <random>
+#include <vector>
+
+namespace {
+
+using namespace kernels;
+
+// Worked out by hand from the definition.
+TEST(BilinearSample, RoundsHalfUp) {
+    EXPECT_EQ(BilinearSample<unsigned char>(10, 20, 30, 40, 0.0, 0.0), 10);
+    EXPECT_EQ(BilinearSample<unsigned char>(10, 20, 30, 40, 0.5, 0.5), 25);
+    EXPECT_EQ(BilinearSample<unsigned char>(0, 1, 0, 1, 0.5, 0.25), 1);   // 0.5 goes up
+    EXPECT_EQ(BilinearSample<unsigned char>(0, 1, 0, 1, 0.375, 0.25), 0); // 0.375 goes down
+    EXPECT_EQ(BilinearSample<unsigned char>(0, 0, 0, 2, 0.5, 0.5), 1);    // 0.5 goes up
+    EXPECT_EQ(BilinearSample<unsigned short>(65535, 65535, 65535, 65535, 1.0 / 3.0, 0.7), 65535);
+    EXPECT_EQ(BilinearSample<unsigned char>(255, 255, 255, 255, 1.0 / 3.0, 1.0 / 7.0), 255);
+}
+
+TEST(BilinearTap, ReplicatesEdges) {
+    const struct {
+        GridPosition position;
+        std::uint32_t first, second;
+    } cases[] = {{{-1, 0.6}, 0, 0}, {{-7, 0.1}, 0, 0}, {{0, 0.2}, 0, 1},
+                 {{3, 0.0}, 3, 4},  {{4, 0.3}, 4, 4},  {{99, 0.3}, 4, 4}};
+    for (const auto& c : cases) {
+        const BilinearTap tap = ClampTap(c.position, 5);
+        EXPECT_EQ(tap.first, c.first) << c.position.index;
+        EXPECT_EQ(tap.second, c.second) << c.position.index;
+        EXPECT_EQ(tap.fraction, c.position.fraction);
+    }
+}
+
+/// Rows of exactly their size, so that a sanitizer sees any step past them.
+template <class T>
+class BilinearRows : public testing::Test {};
+using Depths = testing::Types<unsigned char, unsigned short>;
+TYPED_TEST_SUITE(BilinearRows, Depths);
+
+// A swapped tap, a wrong band or a row blended twice gives other samples than the definition.
+TYPED_TEST(BilinearRows, SeparatedEqualsTheDefinition) {
+    std::mt19937 random(20);
+    std::uniform_int_distribution<int> sample(0, std::numeric_limits<TypeParam>::max());
+    const GridAxis axes[] = {MakeGridAxis(0.5, 0.25), MakeGridAxis(1.0 / 3.0, 0.1), MakeGridAxis(0.25, 0.0),
+                             MakeGridAxis(0.3141592, -2.0)};
+    std::uint64_t compared = 0;
+    for (std::uint32_t bands = 1; bands <= 9; ++bands)
+        for (const GridAxis& axis : axes)
+            for (std::uint32_t sourceColumns : {1u, 2u, 5u, 16u}) {
+                const std::size_t columns = sourceColumns * 4 + 3;
+                std::vector<BilinearTap> taps;
+                for (std::size_t c = 0; c < columns; ++c) {
+                    taps.push_back(
+                        ClampTap(PanToMultispectral(axis, static_cast<std::int64_t>(c)), sourceColumns));
+                    taps.back().first *= bands;
+                    taps.back().second *= bands;
+                }
+                const std::size_t sourceSamples = std::size_t{sourceColumns} * bands;
+                auto upper = std::make_unique<TypeParam[]>(sourceSamples);
+                auto lower = std::make_unique<TypeParam[]>(sourceSamples);
+                for (std::size_t i = 0; i < sourceSamples; ++i) {
+                    upper[i] = static_cast<TypeParam>(sample(random));
+                    lower[i] = static_cast<TypeParam>(sample(random));
+                }
+                const std::size_t samples = columns * bands;
+                auto upperAcross = std::make_unique<double[]>(samples);
+                auto lowerAcross = std::make_unique<double[]>(samples);
+                auto out = std::make_unique<TypeParam[]>(samples);
+                const AcrossRow<TypeParam> across = ChooseAcrossRow<TypeParam>(bands);
+                across(upper.get(), taps.data(), columns, bands, upperAcross.get());
+                across(lower.get(), taps.data(), columns, bands, lowerAcross.get());
+                for (const double fy : {0.0, 0.5, 1.0 / 3.0, 0.875}) {
+                    DownRow(upperAcross.get(), lowerAcross.get(), fy, samples, out.get());
+                    for (std::size_t c = 0; c < columns; ++c)
+                        for (std::uint32_t b = 0; b < bands; ++b, ++compared)
+                            ASSERT_EQ(out[c * bands + b],
+                                      BilinearSample(upper[taps[c].first + b], upper[taps[c].second + b],
+                                                     lower[taps[c].first + b], lower[taps[c].second + b],
+                                                     taps[c].fraction, fy))
+                                << "bands " << bands << " column " << c << " band " << b;
+                }
+            }
+    EXPECT_GT(compared, 10000u);
+}
+
+} // namespace

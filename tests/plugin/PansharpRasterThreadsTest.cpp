@@ -1,0 +1,66 @@
+#include "Plugin.h"
+
+#include <thread>
+
+using namespace fakehost;
+
+namespace {
+
+/// Checksum of the whole scene, read window by window.
+std::uint64_t Checksum(const std::string& method, std::uint32_t bits, std::uint32_t windowRows) {
+    Session session(Properties{{"Method", method}, {"generateMetadata", "true"}}, bits);
+    if (session.process->Init() == 0) return 0;
+    std::uint64_t sum = 14695981039346656037u; // FNV-1a
+    for (std::uint32_t first = 0; first < 30; first += windowRows) {
+        const std::uint32_t end = std::min(30u, first + windowRows);
+        if (session.SetWindow(0, first, 40, end) == 0) return 0;
+        for (std::uint32_t row = first; row < end; ++row) {
+            const unsigned char* bytes = session.process->GetRow(row);
+            if (!bytes) return 0;
+            for (std::uint32_t i = 0; i < 40 * 3 * bits / 8; ++i)
+                sum = (sum ^ bytes[i]) * 1099511628211u;
+        }
+        session.process->GetMetadata();
+    }
+    return sum;
+}
+
+} // namespace
+
+TEST(Threads, AnObjectEachGivesTheSameBytesForAnyWindows) {
+    const Plugin
+        held; // the library is not unloaded on the way: the loader's lock is unknown to ThreadSanitizer
+    for (const std::uint32_t bits : {8u, 16u}) {
+        const std::uint64_t whole = Checksum("KOVA", bits, 30);
+        ASSERT_NE(whole, 0u);
+        std::vector<std::uint64_t> sums(8);
+        std::vector<std::thread> threads;
+        for (std::size_t i = 0; i < sums.size(); ++i)
+            threads.emplace_back([&, i] {
+                for (const std::uint32_t rows : {1u, 7u, 13u, 30u}) {
+                    sums[i] = Checksum("kova", bits, rows);
+                    if (sums[i] != whole) return;
+                }
+            });
+        for (std::thread& thread : threads)
+            thread.join();
+        for (const std::uint64_t sum : sums)
+            EXPECT_EQ(sum, whole);
+    }
+}
+
+TEST(Threads, MemoryStaysFlatOverManyWindows) {
+    Session session;
+    ASSERT_EQ(session.process->Init(), 1);
+    for (int i = 0; i < 20000; ++i) {
+        ASSERT_EQ(session.SetWindow(0, 0, 40, 1), 1);
+        ASSERT_NE(session.process->GetRow(0), nullptr);
+        ASSERT_EQ(session.process->GetRow(1), nullptr); // a failing row must not make the status grow
+        ASSERT_LE(session.process->GetStatus().GetCount(), 1u);
+        session.log.clear();
+        session.workspace.obtained.clear();
+        session.workspace.initialized.clear();
+        ASSERT_EQ(session.workspace.Outstanding(), 1u);
+        session.workspace.ForgetReleased();
+    }
+}
