@@ -15,8 +15,10 @@ namespace scene {
 namespace {
 
 GDALDatasetUniquePtr Create(const std::string& file, int columns, int rows, int bands, int bits,
-                            const Placement& placement, const CPLStringList& options) {
+                            const Placement& placement, CPLStringList options) {
     GDALAllRegister();
+    options.SetNameValue("PHOTOMETRIC", "MINISBLACK");
+    options.SetNameValue("ALPHA", "NO"); // else a fourth band is one
     GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GTiff");
     GDALDatasetUniquePtr dataset(driver->Create(file.c_str(), columns, rows, bands,
                                                 bits == 8    ? GDT_Byte
