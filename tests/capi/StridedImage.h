@@ -123,10 +123,9 @@ private:
     std::vector<unsigned char> bytes;
 };
 
-/// Ratios and offsets whose positions are exact: denominators up to 64, multiples of a 48th of a pan pixel.
-///
 /// Position of a pan pixel on an axis of `own` pixels for `pan` pixels of pan, moved by `twentieths` / 20 of
-/// a pixel: a whole number and a fraction, exact.
+/// a pixel: a whole number and a fraction. Exact, for ratios with denominators up to 64 and offsets in 48ths
+/// of a pan pixel.
 struct Position {
     long long index;
     double fraction;
