@@ -17,7 +17,8 @@ inline constexpr const char* sceneId = "scene";
 struct ProcessSettings {
     KOVA::Tessara::Global::NameValueMap properties;
     std::string method; ///< the keyword as the plug-in writes it
-    /// Weights of the multispectral bands in the simulated pan, in the order of the request.
+    /// Weights of the multispectral bands in the simulated pan, in the order of the request; empty for a
+    /// method that weighs no bands.
     std::vector<double> effectiveWeights;
 };
 
@@ -25,8 +26,5 @@ struct ProcessSettings {
 /// number of weights is wrong or when a raw property is one that the host keeps to itself.
 [[nodiscard]] bool MakeSettings(const SharpenRequest& request, const Scene& scene,
                                 const PansharpDescription& plugin, ProcessSettings& settings, Status& status);
-
-/// The shortest text that reads as this number again.
-[[nodiscard]] std::string NumberText(double number);
 
 } // namespace rasterhost
