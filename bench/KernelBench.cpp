@@ -2,6 +2,7 @@
 // kernel is compared with the table walk first; with --verify nothing is timed.
 #include "TableWalk.h"
 #include "kernels/BroveyRow.h"
+#include "kernels/IhsRow.h"
 #include "kernels/KovaRow.h"
 #include "kernels/Simd.h"
 
@@ -25,9 +26,20 @@ struct Method {
     FuseRow<T> (*rowFor)(SimdTarget);
 };
 
+/// IHS is arithmetic but for two tables: its measure is the scalar definition.
+template <class T>
+void IhsDefinition(const T* ms, const T* pan, T* out, std::size_t pixels, const bench::Tables& tables) {
+    double weights[8] = {};
+    for (std::size_t b = 0; b < tables.size(); ++b)
+        weights[b] = tables[b][1];
+    const auto bands = static_cast<std::uint32_t>(tables.size());
+    IhsRowScalar(ms, pan, out, pixels, {weights, bands, bands});
+}
+
 template <class T>
 const std::vector<Method<T>> methods = {{"KOVA", &bench::KovaTableWalk<T>, &KovaRowFor<T>},
-                                        {"Brovey", &bench::BroveyTableWalk<T>, &BroveyRowFor<T>}};
+                                        {"Brovey", &bench::BroveyTableWalk<T>, &BroveyRowFor<T>},
+                                        {"IHS", &IhsDefinition<T>, &IhsRowFor<T>}};
 
 template <class T>
 struct Rows {

@@ -16,7 +16,7 @@ bool NamesMatch(const std::string& a, const std::string& b) {
 
 } // namespace
 
-std::vector<PropertyLookUp::Pair>::const_iterator PropertyLookUp::Find(const std::string& name) const {
+std::deque<PropertyLookUp::Pair>::const_iterator PropertyLookUp::Find(const std::string& name) const {
     return std::find_if(pairs.begin(), pairs.end(),
                         [&](const Pair& pair) { return NamesMatch(pair.first, name); });
 }
@@ -74,7 +74,7 @@ void PropertyLookUp::Clear() { pairs.clear(); }
 
 bool PropertyLookUp::Merge(const PropertyLookUp& other, bool skipEmpty, const std::string& prefix,
                            const std::string& suffix) {
-    const std::vector<Pair> incoming = other.pairs; // `other` may be this lookup, which grows below
+    const std::deque<Pair> incoming = other.pairs; // `other` may be this lookup, which grows below
     for (const auto& [name, value] : incoming)
         if (!skipEmpty || !value.empty()) (*this)[prefix + name + suffix] = value;
     return true;

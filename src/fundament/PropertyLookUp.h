@@ -1,9 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <utility>
-#include <vector>
 
 namespace KOVA::Tessara::Fundament {
 
@@ -17,7 +17,7 @@ public:
     using Pair = std::pair<std::string, std::string>;
 
     /// Trims the stored value in place and returns it; a missing name is appended with an empty value. The
-    /// reference is good until a pair is added or removed.
+    /// reference is good until a pair is removed: adding one leaves it, so one name may be set from another.
     std::string& operator[](const std::string& name);
 
     /// The trimmed value, or the trimmed default when the name is missing or its value blank. Adds nothing.
@@ -53,9 +53,9 @@ public:
     [[nodiscard]] std::string ToXml(std::string rootName) const;
 
 private:
-    [[nodiscard]] std::vector<Pair>::const_iterator Find(const std::string& name) const;
+    [[nodiscard]] std::deque<Pair>::const_iterator Find(const std::string& name) const;
 
-    std::vector<Pair> pairs;
+    std::deque<Pair> pairs;
 };
 
 } // namespace KOVA::Tessara::Fundament

@@ -24,8 +24,8 @@ std::string StatusItem::FormatLine(const char* tag) const {
 }
 
 bool Status::Reset(std::uint32_t, const std::string&, const std::string& source, const std::string&) {
+    defaultSource = source; // first: the text may be that of an item
     items.clear();
-    defaultSource = source;
     return true;
 }
 

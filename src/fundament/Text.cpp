@@ -107,6 +107,11 @@ FindText(const std::string& text, const std::string& search, bool ignoreCase) {
 
 std::uint32_t ReplaceAll(std::string& text, const std::string& search, const std::string& replacement,
                          bool ignoreCase, std::uint32_t limit) {
+    if (&search == &text || &replacement == &text) {
+        const std::string before = text;
+        return ReplaceAll(text, &search == &text ? before : search,
+                          &replacement == &text ? before : replacement, ignoreCase, limit);
+    }
     if (text.size() < limit) limit = static_cast<std::uint32_t>(text.size());
     for (std::uint32_t done = 0; done < limit; ++done) {
         const auto [position, length] = FindText(text, search, ignoreCase);

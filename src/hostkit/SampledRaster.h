@@ -1,10 +1,8 @@
 #pragma once
 
 #include "hostkit/RasterBase.h"
-#include "kernels/BilinearRow.h"
+#include "hostkit/RowSampler.h"
 
-#include <array>
-#include <optional>
 #include <vector>
 
 namespace hostkit {
@@ -20,6 +18,12 @@ struct GridPlacement {
 /// The rectangle of source pixels that a window of the pan grid is interpolated from, within the source.
 [[nodiscard]] PixelRect SourceRect(const GridPlacement& placement, const PixelRect& panWindow,
                                    const KOVA::Tessara::Pixmere::RasterInfo& source);
+
+/// The pan pixels that have data in a source: those with their centre on it or up to one source pixel
+/// outside, which take its edge samples. Empty when there are none.
+[[nodiscard]] PixelRect CoveredRect(const GridPlacement& placement,
+                                    const KOVA::Tessara::Pixmere::RasterInfo& pan,
+                                    const KOVA::Tessara::Pixmere::RasterInfo& source);
 
 /// A source image brought onto a window of the pan grid by bilinear interpolation between pixel centres
 /// (kernels/BilinearRow.h), edges replicated. Row and column 0 are the window's first. Rows are computed when
@@ -37,22 +41,10 @@ public:
     const unsigned char* GetRow(std::uint32_t row) override;
 
 private:
-    struct InterpolatedRow {
-        std::optional<std::uint32_t> sourceRow;
-        std::vector<double> values;
-    };
-
-    template <class T>
-    void ComputeRow(std::uint32_t row);
-    template <class T>
-    const double* InterpolateAcross(std::uint32_t sourceRow, std::uint32_t keptRow);
-
     SampleBlock samples;
-    std::vector<kernels::BilinearTap> columnTaps;
     std::vector<kernels::BilinearTap> rowTaps; ///< in absolute source rows
-    std::array<InterpolatedRow, 2> interpolated;
+    std::unique_ptr<RowSampler> sampler;
     std::vector<unsigned short> output; ///< read as bytes when the depth is 8 bits
-    std::size_t rowSamples = 0;
 };
 
 } // namespace hostkit

@@ -7,10 +7,8 @@ namespace kernels {
 template <class T>
 void BroveyRowScalar(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands) {
     for (std::size_t p = 0; p < pixels; ++p) {
-        double s = 0.0;
-        for (std::uint32_t b = 0; b < bands.msBands; ++b)
-            s = s + ms[b] * bands.weights[b];
-        const double r = s != 0.0 ? pan[p] / s : 0.0;
+        const double s = PixelSum(ms, bands);
+        const double r = s == 0.0 ? 0.0 : pan[p] / s;
         for (std::uint32_t c = 0; c < bands.outputBands; ++c)
             out[c] = StoreTruncated<T>(ms[c] * r);
         ms += bands.msBands;

@@ -5,14 +5,14 @@
 
 namespace kernels {
 
-/// Brovey: every output band is its multispectral band times the ratio of pan to the weighted sum of all
-/// multispectral bands,
+/// Brovey: every output band is its multispectral band times the ratio of pan to the weighted sum s of all
+/// multispectral bands (PixelSum),
 ///
-///     s = 0.0 + ms[0] * w[0] + ms[1] * w[1] + ...     (one rounding an operation, in this order)
-///     r = s != 0 ? pan / s : 0
-///     out[c] = clamp(truncate(ms[c] * r))
+///     r = pan / s, or 0 when s is 0
+///     out[c] = truncate(ms[c] * r), within the pixel range
 ///
-/// in IEEE double. This scalar version is the definition; every other version gives the same bytes.
+/// in IEEE double: divided first, then multiplied, then truncated, not rounded. This scalar version is the
+/// definition; every other version gives the same bytes.
 template <class T>
 void BroveyRowScalar(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands);
 

@@ -19,4 +19,14 @@ struct BandWeights {
 template <class T>
 using FuseRow = void (*)(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands);
 
+/// The weighted sum of the bands of one pixel, from 0.0 up in the order of the bands, one rounding an
+/// operation.
+template <class T>
+inline double PixelSum(const T* pixel, const BandWeights& bands) {
+    double s = 0.0;
+    for (std::uint32_t b = 0; b < bands.msBands; ++b)
+        s = s + pixel[b] * bands.weights[b];
+    return s;
+}
+
 } // namespace kernels

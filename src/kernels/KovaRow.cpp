@@ -7,10 +7,7 @@ namespace kernels {
 template <class T>
 void KovaRowScalar(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands) {
     for (std::size_t p = 0; p < pixels; ++p) {
-        double s = 0.0;
-        for (std::uint32_t b = 0; b < bands.msBands; ++b)
-            s = s + ms[b] * bands.weights[b];
-        const double d = pan[p] - s;
+        const double d = pan[p] - PixelSum(ms, bands);
         for (std::uint32_t c = 0; c < bands.outputBands; ++c)
             out[c] = StoreRounded<T>(ms[c] + d);
         ms += bands.msBands;

@@ -1,15 +1,21 @@
 #include "pansharp/CreatePanSharpImage.h"
 
 #include "fundament/Text.h"
+#include "pansharp/Methods.h"
 
 namespace PXL {
 
 template <class T>
-std::unique_ptr<PanSharpImage<T>> CreatePanSharpImage(const std::string& method, Fundament::Status& status) {
-    if (method.empty() || Fundament::StringsEqual(method, "KOVA", true))
-        return std::make_unique<PanSharpImage<T>>();
+std::unique_ptr<PanSharpImage<T>> CreatePanSharpImage(const std::string& keyword, Fundament::Status& status) {
+    for (const Method& method : Methods())
+        if (keyword.empty() || Fundament::StringsEqual(keyword, method.description.keyword, true)) {
+            if constexpr (sizeof(T) == 1)
+                return method.create8();
+            else
+                return method.create16();
+        }
     status.Insert(PanSharpStatus::UnknownMethod,
-                  Fundament::FormatString("unrecognized method specified: '%s'", method.c_str()));
+                  Fundament::FormatString("unrecognized method specified: '%s'", keyword.c_str()));
     return nullptr;
 }
 

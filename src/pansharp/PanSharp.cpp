@@ -4,6 +4,8 @@
 #include "fundament/Text.h"
 #include "kernels/KovaRow.h"
 
+#include <algorithm>
+
 namespace PXL {
 
 using Fundament::FormatString;
@@ -31,7 +33,15 @@ bool PanSharp<ImageBase<Info, T*, Traits>>::Reset() {
 }
 
 template <class Info, class T, class Traits>
-bool PanSharp<ImageBase<Info, T*, Traits>>::PrepareInit(InputImage* multispectral, InputImage* pan) {
+bool PanSharp<ImageBase<Info, T*, Traits>>::PrepareInit(InputImage* multispectral, InputImage* pan,
+                                                        std::uint32_t fewestBands) {
+    if (!multispectral || !pan) {
+        outputRow = {};
+        windowColumns = 0;
+        this->status.Insert(PanSharpStatus::InputsMissing, "input images not specified");
+        return false;
+    }
+    this->Reset();
     msImage = multispectral;
     panImage = pan;
     msInfo = msImage->GetInfo();
@@ -59,10 +69,11 @@ bool PanSharp<ImageBase<Info, T*, Traits>>::PrepareInit(InputImage* multispectra
                             FormatString("invalid output channels specified '%lu'", ULong{outputBandCount}));
         return false;
     }
-    if (msBandCount < outputBandCount) {
+    const std::uint32_t needed = std::max(outputBandCount, fewestBands);
+    if (msBandCount < needed) {
         this->status.Insert(PanSharpStatus::TooFewBands,
                             FormatString("too few input channels: %lu; require at least %lu channels",
-                                         ULong{msBandCount}, ULong{outputBandCount}));
+                                         ULong{msBandCount}, ULong{needed}));
         return false;
     }
     return true;
@@ -86,26 +97,21 @@ void PanSharp<ImageBase<Info, T*, Traits>>::ReadAdditionalBandWeight() {
 }
 
 template <class Info, class T, class Traits>
-void PanSharp<ImageBase<Info, T*, Traits>>::AllocateOutput() {
+void PanSharp<ImageBase<Info, T*, Traits>>::FinishInit(kernels::FuseRow<T> kernel) {
     outputInfo.properties["ColorSpace"] = outputBandCount == 1   ? "Gray"
                                           : outputBandCount == 3 ? "RGB"
                                                                  : "Unknown";
     outputRow.assign(std::size_t{outputBandCount} * panInfo.cols, 0);
+    fuseRow = kernel;
 }
 
 template <class Info, class T, class Traits>
 bool PanSharp<ImageBase<Info, T*, Traits>>::Init(InputImage* multispectral, InputImage* pan) {
     this->status.Reset(0, {}, "Pixmere.PXL.Pansharp.Init", {});
-    if (!multispectral || !pan) {
-        this->status.Insert(PanSharpStatus::InputsMissing, "input images not specified");
-        return false;
-    }
-    this->Reset();
     if (!PrepareInit(multispectral, pan)) return false;
     bandWeights = ReadBandWeights(1.0 / msBandCount, 0.0);
     ReadAdditionalBandWeight();
-    AllocateOutput();
-    kovaRow = kernels::KovaRowFor<T>(kernels::ChosenSimdTarget());
+    FinishInit(kernels::KovaRowFor<T>(kernels::ChosenSimdTarget()));
     if (this->metadataEnabled) {
         std::string weights;
         for (const double weight : bandWeights)
@@ -190,7 +196,7 @@ template <class Info, class T, class Traits>
 T* PanSharp<ImageBase<Info, T*, Traits>>::GetRow(std::uint32_t row) {
     const InputRows rows = FetchRows(row);
     if (!rows.ms) return nullptr;
-    kovaRow(rows.ms, rows.pan, outputRow.data(), windowColumns,
+    fuseRow(rows.ms, rows.pan, outputRow.data(), windowColumns,
             {bandWeights.data(), msBandCount, outputBandCount});
     return outputRow.data();
 }

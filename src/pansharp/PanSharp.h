@@ -34,8 +34,8 @@ class PanSharp;
 /// column firstColumn + j of pan. It is never windowed here, pan is. Both inputs outlive this image and are
 /// not owned.
 ///
-/// A method is a class that derives from this one, replaces Init, GetRow and Reset, and starts them with
-/// PrepareInit, FetchRows and the Reset of its base.
+/// A method is a class that derives from this one and replaces Init: PrepareInit, then its weights, then
+/// FinishInit with its row kernel. What it keeps beside them it releases in Reset.
 template <class Info, class T, class Traits>
 class PanSharp<ImageBase<Info, T*, Traits>> : public ImageBase<Info, T*, Traits> {
 public:
@@ -65,8 +65,10 @@ public:
     virtual ~PanSharp();
 
 protected:
-    /// The checks that all methods share: descriptions, depths, bands. Fills the members below.
-    bool PrepareInit(InputImage* multispectral, InputImage* pan);
+    /// The first part of Init: resets, then makes the checks that all methods share (inputs, depths, bands,
+    /// of which the method needs at least `fewestBands`) and fills the members below. After a failure the
+    /// image gives no rows until an Init succeeds.
+    bool PrepareInit(InputImage* multispectral, InputImage* pan, std::uint32_t fewestBands = 1);
 
     /// Weight of every multispectral band from its property, `whenMissing` where it is missing or blank and
     /// `whenMalformed` where it is no number.
@@ -74,15 +76,9 @@ protected:
     /// "AdditionalBandWeight", when given, becomes the weight of the last band.
     void ReadAdditionalBandWeight();
 
-    /// The rest of Init: the output's colour space and row buffer.
-    void AllocateOutput();
-
-    struct InputRows {
-        const T* ms = nullptr; ///< null when either row is missing; the item is then in `status`
-        const T* pan = nullptr;
-    };
-    /// The input rows of an output row; moves `nextRow`.
-    InputRows FetchRows(std::uint32_t row);
+    /// The last part of Init: the output's colour space and row buffer, and the kernel that GetRow runs with
+    /// `bandWeights`, one a multispectral band.
+    void FinishInit(kernels::FuseRow<T> kernel);
 
     InputImage* msImage = nullptr;
     InputImage* panImage = nullptr;
@@ -93,12 +89,19 @@ protected:
     std::vector<double> bandWeights;
     std::uint32_t outputBandCount = 0;
     std::uint32_t msBandCount = 0;
+
+private:
+    struct InputRows {
+        const T* ms = nullptr; ///< null when either row is missing; the item is then in `status`
+        const T* pan = nullptr;
+    };
+    /// The input rows of an output row; moves `nextRow`.
+    InputRows FetchRows(std::uint32_t row);
+
     std::uint32_t windowColumns = 0; ///< 0 while no window is set
     std::uint32_t windowFirstRow = 0;
     std::uint32_t nextRow = 0;
-
-private:
-    kernels::FuseRow<T> kovaRow = nullptr; ///< chosen in Init
+    kernels::FuseRow<T> fuseRow = nullptr;
 };
 
 template <class T>

@@ -1,5 +1,7 @@
 #include "host/Describe.h"
 
+#include "pansharp/Methods.h"
+
 namespace {
 
 constexpr PansharpProperty processProperties[] = {
@@ -13,30 +15,18 @@ constexpr PansharpProperty processProperties[] = {
     {"generateMetadata", "boolean", "false", "record facts about the run in the process metadata"},
 };
 
-constexpr PansharpProperty kovaProperties[] = {
-    {"BandWeight-N", "double", "1 / bands", "weight of multispectral band N in the simulated pan"},
-    {"AdditionalBandWeight", "double", "",
-     "replaces the weight of the last band, the infrared one when there is one"},
-};
-
-constexpr PansharpMethod methods[] = {
-    {"KOVA", "adds the difference between pan and a weighted sum of the bands to every band",
-     "out[c] = ms[c] + (pan - sum of ms[b] * weight[b])",
-     "the default: keeps colours well when pan is close to a weighted sum of the bands", 1,
-     sizeof kovaProperties / sizeof *kovaProperties, kovaProperties},
-};
-
-constexpr PansharpDescription description = {
-    sizeof(PansharpDescription),
-    PANSHARP_CONTRACT_VERSION,
-    "Pansharp",
-    PANSHARP_VERSION,
-    sizeof methods / sizeof *methods,
-    methods,
-    sizeof processProperties / sizeof *processProperties,
-    processProperties,
-};
-
 } // namespace
 
-const PansharpDescription* Pansharp_Describe(void) { return &description; }
+const PansharpDescription* Pansharp_Describe(void) {
+    static const PansharpDescription description = {
+        sizeof(PansharpDescription),
+        PANSHARP_CONTRACT_VERSION,
+        "Pansharp",
+        PANSHARP_VERSION,
+        static_cast<std::uint32_t>(PXL::MethodDescriptions().size()),
+        PXL::MethodDescriptions().data(),
+        sizeof processProperties / sizeof *processProperties,
+        processProperties,
+    };
+    return &description;
+}

@@ -2,6 +2,7 @@
 // that a sanitizer sees any step past them, and weights that put results on and beside a half, where a faster
 // way could differ.
 #include "kernels/BroveyRow.h"
+#include "kernels/IhsRow.h"
 #include "kernels/KovaRow.h"
 
 #include <gtest/gtest.h>
@@ -51,7 +52,8 @@ struct Kernel {
 };
 
 template <class T>
-const std::vector<Kernel<T>> allKernels = {{"KOVA", &KovaRowFor<T>, 1}, {"Brovey", &BroveyRowFor<T>, 1}};
+const std::vector<Kernel<T>> allKernels = {
+    {"KOVA", &KovaRowFor<T>, 1}, {"Brovey", &BroveyRowFor<T>, 1}, {"IHS", &IhsRowFor<T>, ihsFewestBands}};
 
 template <class T>
 void Compare(const Kernel<T>& kernel, SimdTarget target, std::size_t pixels, std::uint32_t msBands,

@@ -28,7 +28,8 @@ std::uint64_t Checksum(const std::string& method, std::uint32_t bits, std::uint3
 } // namespace
 
 TEST(Threads, AnObjectEachGivesTheSameBytesForAnyWindows) {
-    const Plugin held; // the library is not unloaded on the way: the loader's lock is unknown to ThreadSanitizer
+    const Plugin
+        held; // the library is not unloaded on the way: the loader's lock is unknown to ThreadSanitizer
     for (const std::uint32_t bits : {8u, 16u}) {
         const std::uint64_t whole = Checksum("KOVA", bits, 30);
         ASSERT_NE(whole, 0u);

@@ -1,0 +1,33 @@
+# Sourced by the scripts that talk to apt: as root where needed, without questions, no server named in the output.
+
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then
+        "$@"
+    elif command -v sudo >/dev/null; then
+        sudo "$@"
+    else
+        echo "Packages are installed as root: install sudo, or run scripts/setup as root." >&2
+        return 1
+    fi
+}
+
+# Prints the standard input with the servers' names taken out.
+without_servers() { sed -E 's#[a-z+]+://[^ /]+#(server)#g; s#(connect to|resolve|from) .?[A-Za-z0-9-]+(\.[A-Za-z0-9-]+)+.?(:[a-z0-9]+)?#\1 (server)#g'; }
+
+# apt_get ARGUMENTS...: the system's apt-get, quiet unless it fails.
+apt_get() {
+    local log status=0
+    log=$(mktemp)
+    as_root env DEBIAN_FRONTEND=noninteractive LC_ALL=C \
+        apt-get -qq -o DPkg::Lock::Timeout=300 -o Dpkg::Use-Pty=0 "$@" </dev/null >"$log" 2>&1 || status=$?
+    [ "$status" -eq 0 ] || without_servers <"$log" >&2
+    rm -f "$log"
+    return "$status"
+}
+
+# apt_download PACKAGE DIRECTORY: the package's file, not installed. The lists are fetched if it is in none.
+apt_download() {
+    if ! apt-cache show "$1" >/dev/null 2>&1; then apt_get update || return; fi
+    (cd "$2" && LC_ALL=C apt-get -qq -o APT::Sandbox::User=root download "$1" </dev/null 2>&1) | without_servers >&2
+    return "${PIPESTATUS[0]}"
+}

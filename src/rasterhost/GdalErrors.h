@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+
+namespace rasterhost {
+
+/// Catches what GDAL reports on this thread for as long as it lives; nothing is printed. Not moved, used by
+/// the thread that made it.
+class GdalErrors {
+public:
+    GdalErrors();
+    GdalErrors(const GdalErrors&) = delete;
+    GdalErrors& operator=(const GdalErrors&) = delete;
+    ~GdalErrors();
+
+    /// True when an error, not a mere warning, was reported.
+    [[nodiscard]] bool HasFailed() const { return !text.empty(); }
+    /// ": " and the first error, or nothing: to be appended to a message.
+    [[nodiscard]] std::string Reason() const { return text.empty() ? text : ": " + text; }
+
+private:
+    std::string text;
+};
+
+} // namespace rasterhost

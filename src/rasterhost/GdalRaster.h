@@ -1,0 +1,31 @@
+#pragma once
+
+#include "hostkit/RasterBase.h"
+#include "rasterhost/InputImage.h"
+
+#include <vector>
+
+namespace rasterhost {
+
+/// A raster over the bands of an open image, with a buffer of its own. A window is read at once when it is
+/// set and rows are handed out of the buffer; setting the same window again reads nothing, so that a process
+/// may do so on a thread of its own. Several rasters may share an image as long as one reads at a time.
+class GdalRaster final : public hostkit::RasterBase {
+public:
+    /// The image outlives the raster.
+    explicit GdalRaster(const InputImage& source);
+
+    const unsigned char* GetRow(std::uint32_t row) override;
+
+    /// The samples of the window, good until another is set.
+    [[nodiscard]] hostkit::SampleBlock GetBlock() const;
+
+private:
+    bool OpenWindow(const hostkit::PixelRect& wanted) override;
+
+    const InputImage& image;
+    std::vector<unsigned char> buffer;
+    bool isLoaded = false; ///< the buffer holds `window`
+};
+
+} // namespace rasterhost

@@ -1,0 +1,92 @@
+#pragma once
+
+#include "hostkit/SampleBlock.h"
+#include "rasterhost/HostStatus.h"
+#include "rasterhost/Sharpen.h"
+
+#include <ogr_spatialref.h>
+
+#include <array>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+class GDALDataset;
+class GDALRasterBand;
+
+namespace rasterhost {
+
+/// One band of an open file.
+struct SourceBand {
+    GDALDataset* dataset = nullptr;
+    GDALRasterBand* band = nullptr;
+    int number = 0;   ///< in its file, counted from 1
+    std::string file; ///< as the request names it
+    std::string
+        description; ///< the band's, else the file's stem when the file has no other band; may be empty
+};
+
+/// Bands of one size and position, taken from one file or several.
+class InputImage {
+public:
+    using RasterInfo = KOVA::Tessara::Pixmere::RasterInfo;
+
+    /// Opens the files and checks that the bands can be served: 8 or 16 bits unsigned, all of one size,
+    /// depth, position and projection, north up. Null with an item that names the file. `role` is "pan" or
+    /// the like.
+    [[nodiscard]] static std::unique_ptr<InputImage> Open(const std::vector<InputBand>& inputs,
+                                                          const char* role, Status& status);
+    InputImage(const InputImage&) = delete;
+    InputImage& operator=(const InputImage&) = delete;
+    ~InputImage();
+
+    /// Without georeferencing: pixels of size 1 and the upper left corner at the origin.
+    [[nodiscard]] const RasterInfo& GetInfo() const { return info; }
+    [[nodiscard]] bool IsGeoreferenced() const { return geoTransform.has_value(); }
+    [[nodiscard]] const std::optional<std::array<double, 6>>& GetGeoTransform() const { return geoTransform; }
+    [[nodiscard]] const OGRSpatialReference& GetProjection() const { return projection; } ///< may be empty
+    [[nodiscard]] const std::vector<SourceBand>& GetBands() const { return bands; }
+    /// The first file, and how many more there are: for messages.
+    [[nodiscard]] std::string GetName() const;
+    /// Every file that an input consists of, as GDAL lists them.
+    [[nodiscard]] std::vector<std::string> GetFiles() const;
+    /// Bytes of a row of the file's blocks, which are read again and again when the cache cannot hold them.
+    [[nodiscard]] std::uint64_t GetBlockRowBytes() const;
+
+    /// Stretches an image without georeferencing over the extent of another.
+    void SpreadOver(const RasterInfo& other);
+    /// Puts the bands into another order: `order` holds every position, counted from 0, once.
+    void Reorder(const std::vector<std::size_t>& order);
+
+    /// Reads a rectangle of all bands, interleaved by pixel and packed, into `out`. Not for two threads at a
+    /// time.
+    [[nodiscard]] bool Read(const hostkit::PixelRect& rect, unsigned char* out, Status& status) const;
+
+private:
+    InputImage() = default;
+    GDALDataset* OpenFile(const InputBand& input, const char* role, Status& status);
+    bool AddBands(const InputBand& input, GDALDataset& dataset, const char* role, Status& status);
+    bool Describe(const char* role, Status& status);
+    bool CheckBand(const SourceBand& source, const char* role, Status& status) const;
+    bool Georeference(Status& status);
+
+    struct CloseDataset {
+        void operator()(GDALDataset* dataset) const;
+    };
+    struct OpenFileEntry {
+        std::string name;
+        std::unique_ptr<GDALDataset, CloseDataset> dataset;
+    };
+
+    std::vector<OpenFileEntry> files;
+    std::vector<SourceBand> bands;
+    RasterInfo info;
+    std::optional<std::array<double, 6>> geoTransform;
+    OGRSpatialReference projection;
+};
+
+/// True when two projections mean the same; an empty one equals any.
+[[nodiscard]] bool IsSameProjection(const OGRSpatialReference& a, const OGRSpatialReference& b);
+
+} // namespace rasterhost

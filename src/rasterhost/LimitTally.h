@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+namespace rasterhost {
+
+/// Samples at 0 and at the largest value, for each band.
+using LimitTally = std::vector<std::pair<std::uint64_t, std::uint64_t>>;
+
+/// Adds the samples of a row, interleaved by pixel; `tally` has an entry for each band.
+template <class T>
+void CountLimits(const T* row, std::size_t pixels, LimitTally& tally);
+
+} // namespace rasterhost

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "hostkit/SampledRaster.h"
+#include "rasterhost/InputImage.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace rasterhost {
+
+using Warn = std::function<void(const std::string&)>;
+
+/// The images of a run, checked against each other.
+struct Scene {
+    std::unique_ptr<InputImage> pan;
+    std::unique_ptr<InputImage> multispectral; ///< bands to write first, in the order wanted
+    hostkit::GridPlacement placement;
+    hostkit::PixelRect covered; ///< the pan pixels that have multispectral data
+    /// For every band of `multispectral` its position in the request, counted from 0.
+    std::vector<std::size_t> bandOrder;
+    std::uint32_t outputBands = 0;
+};
+
+/// Opens pan and multispectral bands and finds how they lie on each other. Null with an item that names the
+/// file and says what to do.
+[[nodiscard]] std::unique_ptr<Scene> OpenScene(const SharpenRequest& request, const Warn& warn,
+                                               Status& status);
+
+} // namespace rasterhost

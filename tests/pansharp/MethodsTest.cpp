@@ -1,0 +1,251 @@
+// Every method, through its image: against the oracle over random rows, and pixels that random rows miss.
+#include "pansharp/Methods.h"
+
+#include "fundament/Numbers.h"
+#include "fundament/Text.h"
+#include "pansharp/Brovey.h"
+#include "pansharp/CreatePanSharpImage.h"
+#include "pansharp/IHS.h"
+#include "pansharp/Oracle.h"
+#include "support/FakeImage.h"
+#include "support/StatusText.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <map>
+
+namespace {
+
+using namespace PXL;
+using Settings = std::map<std::string, std::string>;
+using Fundament::FormatString;
+
+template <class T>
+std::unique_ptr<PanSharpImage<T>> Create(const std::string& keyword, const Settings& settings) {
+    Fundament::Status status;
+    auto image = CreatePanSharpImage<T>(keyword, status);
+    for (const auto& [name, value] : settings)
+        image->properties[name] = value;
+    return image;
+}
+
+/// The weights that the settings stand for: of every band, or of the infrared band alone for IHS.
+oracle::Pixel Weights(const std::string& keyword, std::uint32_t bands, const Settings& settings) {
+    const auto number = [&](const std::string& name, double missing, double malformed) {
+        const auto found = settings.find(name);
+        return found == settings.end() ? missing : Fundament::StringToDouble(found->second, malformed);
+    };
+    if (keyword == "IHS") return {number("AdditionalBandWeight", 0.0, 0.0)};
+    oracle::Pixel weights;
+    for (std::uint32_t b = 1; b <= bands; ++b)
+        weights.push_back(number("BandWeight-" + std::to_string(b), keyword == "KOVA" ? 1.0 / bands : 1.0,
+                                 keyword == "KOVA" ? 0.0 : 1.0));
+    if (keyword == "Brovey" && bands > 3 && weights[0] > 0 && weights[1] > 0 && weights[2] > 0) {
+        const double k = weights[3] > 0 ? 4 : 3;
+        for (std::size_t b = 0; b < 4; ++b)
+            weights[b] = weights[b] * k;
+    }
+    weights.back() = number("AdditionalBandWeight", weights.back(), 0.0);
+    return weights;
+}
+
+Settings RandomSettings(std::uint32_t bands, std::uint32_t outputBands, std::mt19937& random) {
+    const std::vector<std::string> texts = {"0.25", "0.3333333333333333", "0", "-0.4", "1e-3", "none", "1.7"};
+    Settings settings = {{"outputNBands", std::to_string(outputBands)}};
+    for (std::uint32_t b = 1; b <= bands; ++b)
+        if (random() % 2 == 0) settings["BandWeight-" + std::to_string(b)] = texts[random() % texts.size()];
+    if (random() % 3 == 0) settings["AdditionalBandWeight"] = texts[random() % texts.size()];
+    return settings;
+}
+
+template <class T>
+void CompareWithOracle(const std::string& keyword, std::uint32_t bands, std::uint32_t width,
+                       std::mt19937& random) {
+    const auto outputBands = static_cast<std::uint32_t>(1 + random() % bands);
+    const Settings settings = RandomSettings(bands, outputBands, random);
+    support::FakeImage<T> ms(width, 2, bands);
+    support::FakeImage<T> pan(width + 5, 9, 1);
+    const auto image = Create<T>(keyword, settings);
+    ASSERT_TRUE(image->Init(&ms, &pan)) << support::StatusText(image->status);
+    ASSERT_TRUE(image->SetWindow(3, 4, 3 + width, 6));
+    const double max = std::numeric_limits<T>::max();
+    oracle::Pixel weights = Weights(keyword, bands, settings);
+    if (keyword == "IHS") weights[0] = weights[0] / max;
+    const oracle::Tables tables = oracle::ProductTables(weights, max);
+    for (std::uint32_t row = 4; row < 6; ++row) {
+        const T* actual = image->GetRow(row);
+        ASSERT_NE(actual, nullptr);
+        for (std::uint32_t p = 0; p < width; ++p) {
+            oracle::Pixel pixel;
+            for (std::uint32_t b = 0; b < bands; ++b)
+                pixel.push_back(ms.sample(p, row - 4, b));
+            const double panSample = pan.sample(3 + p, row, 0);
+            const oracle::Pixel expected = keyword == "KOVA" ? oracle::Kova(pixel, panSample, tables, max)
+                                           : keyword == "Brovey"
+                                               ? oracle::Brovey(pixel, panSample, tables, max)
+                                               : oracle::Ihs(pixel, panSample, tables[0], max);
+            for (std::uint32_t c = 0; c < outputBands; ++c)
+                ASSERT_EQ(actual[p * outputBands + c], expected[c])
+                    << keyword << ", " << sizeof(T) * 8 << " bits, " << bands << " bands, " << width
+                    << " columns, row " << row << ", pixel " << p << ", band " << c;
+        }
+    }
+}
+
+template <class T>
+void CompareAll() {
+    std::mt19937 random(5);
+    for (const PansharpMethod& method : MethodDescriptions())
+        for (std::uint32_t bands = method.minimumBands; bands <= 8; ++bands)
+            for (std::uint32_t width = 1; width <= 67; width += sizeof(T) == 1 ? 1 : 11)
+                CompareWithOracle<T>(method.keyword, bands, width, random);
+}
+
+TEST(Methods, GiveTheBytesOfTheOracle) {
+    CompareAll<unsigned char>();
+    CompareAll<unsigned short>();
+}
+
+std::string Listed(const std::vector<double>& values) {
+    std::string text;
+    for (const double value : values)
+        text += FormatString(text.empty() ? "%g" : " %g", value);
+    return text;
+}
+
+template <class T>
+std::string FuseOne(const std::string& keyword, const Settings& settings, const std::vector<double>& pixel,
+                    double panSample) {
+    support::FakeImage<T> ms(1, 1, static_cast<std::uint32_t>(pixel.size()));
+    support::FakeImage<T> pan(1, 1, 1);
+    ms.sample = [&](auto, auto, std::uint32_t band) { return static_cast<T>(pixel[band]); };
+    pan.sample = [&](auto, auto, auto) { return static_cast<T>(panSample); };
+    const auto image = Create<T>(keyword, settings);
+    const T* row = image->Init(&ms, &pan) && image->SetWindow(0, 0, 1, 1) ? image->GetRow(0) : nullptr;
+    if (!row) return support::StatusText(image->status);
+    return Listed({row, row + image->GetInfo().bands});
+}
+
+struct ListedPixel {
+    int bits;
+    Settings settings;
+    std::vector<double> ms;
+    double pan;
+    std::string expected;
+};
+
+const Settings halves = {{"BandWeight-1", "0.5"}, {"BandWeight-2", "0.5"}, {"BandWeight-3", "0.5"}};
+const Settings fourOut = {{"outputNBands", "4"}};
+const Settings infrared = {{"outputNBands", "4"}, {"AdditionalBandWeight", "1"}};
+
+const std::map<std::string, std::vector<ListedPixel>> listedPixels = {
+    {"KOVA",
+     {
+         {8, {}, {30, 60, 90}, 100, "70 100 130"},
+         {8, {}, {40, 80, 120, 200}, 50, "0 20 60"},  // s = 110, d = -60
+         {8, {}, {250, 10, 10}, 255, "255 175 175"},  // 415 is clamped
+         {16, {}, {250, 10, 10}, 255, "415 175 175"}, // and fits here
+         {8, halves, {1, 0, 0}, 0, "1 0 0"},          // d = -0.5: 0.5 rounds up, -0.5 is clamped
+         {8, {{"BandWeight-2", "x"}}, {30, 60, 90}, 100, "90 120 150"}, // no number: weight 0
+         {8, {{"BandWeight-1", "1e999"}}, {1, 1, 1}, 9, "0 0 0"},       // d is minus infinity
+         {8, {{"BandWeight-1", "1e999"}}, {0, 1, 1}, 9, "0 0 0"},       // and here not a number
+     }},
+    {"Brovey",
+     {
+         {8, {}, {30, 60, 90}, 90, "15 30 45"},
+         {8, {}, {10, 20, 30}, 100, "16 33 50"},       // 16.67 and 33.33: truncated
+         {8, halves, {200, 50, 50}, 200, "255 66 66"}, // 266.67
+         {16, halves, {200, 50, 50}, 200, "266 66 66"},
+         {8, {}, {0, 0, 0}, 255, "0 0 0"},
+         {8, {}, {40, 80, 120, 160}, 100, "2 5 7"},                                 // weights 4 4 4 4
+         {8, {{"BandWeight-4", "0"}}, {40, 80, 120, 160}, 100, "5 11 16"},          // 3 3 3 0
+         {8, {{"AdditionalBandWeight", "0.5"}}, {40, 80, 120, 160}, 100, "3 7 11"}, // 4 4 4 0.5, s = 1040
+         {8, {}, {40, 80, 120, 160, 100}, 100, "2 4 7"},                            // 4 4 4 4 1, s = 1700
+         {8, {{"BandWeight-1", "-1"}}, {200, 50, 50, 50}, 100, "0 0 0"},            // a negative sum
+     }},
+    {"IHS",
+     {
+         {8, {}, {255, 0, 0}, 128, "128 0 0"},
+         {8, {}, {100, 150, 200}, 120, "60 90 120"},
+         {8, {}, {60, 120, 180}, 100, "33 66 100"},
+         {8, {}, {50, 50, 50}, 200, "200 200 200"},
+         {8, {}, {0, 0, 0}, 0, "0 0 0"},
+         {8, {}, {200, 200, 100}, 150, "150 150 75"},
+         {8, {}, {100, 200, 200}, 150, "75 150 150"},
+         {8, {}, {200, 100, 200}, 150, "150 75 150"},
+         {8, {}, {200, 100, 50}, 255, "255 127 63"},
+         {8, {}, {50, 200, 100}, 99, "24 99 49"},
+         {8, {}, {100, 50, 200}, 33, "16 8 32"},
+         {8, infrared, {100, 150, 200, 100}, 120, "10 15 20 105"},
+         {8, fourOut, {100, 150, 200, 100}, 20, "10 15 20 5"},
+         {8, fourOut, {100, 150, 200, 100}, 10, "5 7 10 2"}, // 10 - 22 / 3
+         {8, {{"AdditionalBandWeight", "-1"}}, {0, 0, 0, 255}, 0, "255 255 255"},
+         {8, {{"BandWeight-1", "9"}}, {255, 0, 0}, 128, "128 0 0"},
+     }},
+};
+
+TEST(Methods, GiveTheListedPixels) {
+    for (const auto& [keyword, pixels] : listedPixels)
+        for (const ListedPixel& listed : pixels)
+            EXPECT_EQ(listed.bits == 8
+                          ? FuseOne<unsigned char>(keyword, listed.settings, listed.ms, listed.pan)
+                          : FuseOne<unsigned short>(keyword, listed.settings, listed.ms, listed.pan),
+                      listed.expected)
+                << keyword << " of " << Listed(listed.ms) << " with pan " << listed.pan;
+}
+
+TEST(Methods, IhsTruncatesGreysThatComeOutJustBelow) {
+    // v * (1 / 255) * 255 is just below v for these and exactly v for the others.
+    const std::vector<int> below = {33, 37,  41,  45,  49,  53,  57,  61,  66,  74,  82,  90,
+                                    98, 106, 114, 122, 132, 148, 164, 180, 196, 212, 228, 244};
+    for (int v = 0; v < 256; ++v) {
+        const int expected = std::count(below.begin(), below.end(), v) ? v - 1 : v;
+        for (const double grey : {0.0, 50.0})
+            EXPECT_EQ(FuseOne<unsigned char>("IHS", {{"outputNBands", "1"}}, {grey, grey, grey}, v),
+                      std::to_string(expected));
+    }
+}
+
+TEST(Methods, AreCreatedByKeywordInAnyCase) {
+    Fundament::Status status;
+    for (const char* keyword : {"", "KOVA", "kova"}) {
+        const auto image = CreatePanSharpImage<unsigned char>(keyword, status);
+        EXPECT_FALSE(dynamic_cast<Brovey8*>(image.get()) || dynamic_cast<IHS8*>(image.get())) << keyword;
+    }
+    for (const char* keyword : {"Brovey", "BROVEY"})
+        EXPECT_NE(dynamic_cast<Brovey16*>(CreatePanSharpImage<unsigned short>(keyword, status).get()),
+                  nullptr);
+    for (const char* keyword : {"IHS", "ihs"})
+        EXPECT_NE(dynamic_cast<IHS8*>(CreatePanSharpImage<unsigned char>(keyword, status).get()), nullptr);
+    EXPECT_EQ(status.GetCount(), 0u);
+
+    status.Add(5, "earlier", "test");
+    EXPECT_EQ(CreatePanSharpImage<unsigned char>("Brovey ", status), nullptr);
+    EXPECT_EQ(support::StatusText(status), "3902 |unrecognized method specified: 'Brovey '; 5 test|earlier");
+}
+
+TEST(Methods, DescribeWhatTheyReadAndNeed) {
+    // A property that is described but not read, or read but not described, would mislead people: set to a
+    // new value, exactly the described ones change the result of four bands.
+    for (const PansharpMethod& method : MethodDescriptions()) {
+        const auto fuse = [&](const Settings& settings) {
+            return FuseOne<unsigned char>(method.keyword, settings, {90, 60, 200, 40}, 100);
+        };
+        for (const std::string property : {"BandWeight-N", "AdditionalBandWeight"}) {
+            const bool described = std::any_of(method.properties, method.properties + method.propertyCount,
+                                               [&](const PansharpProperty& p) { return p.name == property; });
+            const std::string name = property == "BandWeight-N" ? "BandWeight-1" : property;
+            EXPECT_EQ(fuse({{name, "0.125"}}) != fuse({}), described) << method.keyword << " " << property;
+        }
+        support::FakeImage<unsigned char> pan(1, 1, 1);
+        for (std::uint32_t bands = 1; bands <= 3; ++bands) {
+            support::FakeImage<unsigned char> ms(1, 1, bands);
+            EXPECT_EQ(Create<unsigned char>(method.keyword, {{"outputNBands", "1"}})->Init(&ms, &pan),
+                      bands >= method.minimumBands)
+                << method.keyword << " " << bands;
+        }
+    }
+}
+
+} // namespace
