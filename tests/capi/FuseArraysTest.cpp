@@ -189,6 +189,36 @@ TEST(FuseArrays, InfraredTakesPartInTheSum) {
     }
 }
 
+// Its first pixel lies at a third of a coarse pixel, which no double is.
+TEST(FuseArrays, TileGetsThePixelsOfTheWhole) {
+    constexpr std::uint32_t column = 13, row = 22, columns = 20, rows = 17;
+    const Library library = Open();
+    Scene whole(16, {60, 90}, {20, 30}, 3, Shape::Planar, Shape::Packed);
+    StridedImage tile(Shape::Packed, 16, columns, rows, 3);
+    pansharp_job job = whole.job;
+    const auto at = [](const pansharp_image& image, std::uint32_t c, std::uint32_t r) {
+        return static_cast<const unsigned char*>(image.samples) + c * image.pixel_stride +
+               r * image.row_stride;
+    };
+    job.pan.samples = at(job.pan, column, row);
+    job.pan.columns = columns;
+    job.pan.rows = rows;
+    job.multispectral.samples = at(job.multispectral, 2, 5);
+    job.multispectral.columns = 11;
+    job.multispectral.rows = 10;
+    job.multispectral.pixel_width = job.multispectral.pixel_height = 3;
+    job.multispectral.offset_x = column / 3.0 - 2;
+    job.multispectral.offset_y = row / 3.0 - 5;
+    job.output = tile.Output();
+    char error[2000];
+    ASSERT_EQ(pansharp_fuse(library.get(), &whole.job, error, sizeof error), PANSHARP_OK) << error;
+    ASSERT_EQ(pansharp_fuse(library.get(), &job, error, sizeof error), PANSHARP_OK) << error;
+    for (std::uint32_t r = 0; r < rows; ++r)
+        for (std::uint32_t c = 0; c < columns; ++c)
+            for (std::uint32_t b = 0; b < 3; ++b)
+                ASSERT_EQ(tile.Get(c, r, b), whole.out.Get(column + c, row + r, b)) << c << ' ' << r;
+}
+
 TEST(FuseArrays, PackedStridesMayBeLeftOut) {
     const Library library = Open();
     Scene scene(16, {12, 20}, {6, 10}, 3, Shape::Packed, Shape::Packed);
