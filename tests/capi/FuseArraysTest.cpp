@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <thread>
 
@@ -46,29 +47,46 @@ struct Scene {
         }
     }
 
-    /// Every band moved by what pan differs from the weighted sum of all bands.
-    [[nodiscard]] std::vector<unsigned> Expected(std::vector<double> weights) const {
-        if (weights.empty()) weights.assign(ms.bands, 1.0 / ms.bands);
-        const double largest = ms.sampleBytes == 1 ? 255 : 65535;
+    /// Every band moved by what pan differs from the weighted sum of all bands, or multiplied by their ratio.
+    [[nodiscard]] std::vector<unsigned> Expected(std::vector<double> weights, bool ratio = false) const {
+        const std::uint32_t bands = ms.bands + (infrared ? 1 : 0);
+        if (weights.empty()) weights.assign(bands, 1.0 / bands);
         std::vector<unsigned> expected;
+        std::vector<double> values(bands);
         for (std::uint32_t r = 0; r < pan.rows; ++r)
             for (std::uint32_t c = 0; c < pan.columns; ++c) {
                 double sum = 0;
-                for (std::uint32_t b = 0; b < ms.bands; ++b)
-                    sum += Interpolate(ms, place, c, r, b) * weights[b];
-                const double difference = pan.Get(c, r, 0) - sum;
+                for (std::uint32_t b = 0; b < bands; ++b) {
+                    values[b] = b < ms.bands ? Interpolate(ms, place, c, r, b)
+                                             : Interpolate(*infrared, infraredPlace, c, r, 0);
+                    sum += values[b] * weights[b];
+                }
+                const double sharp = pan.Get(c, r, 0);
                 for (std::uint32_t i = 0; i < out.bands; ++i) {
-                    const double x =
-                        Interpolate(ms, place, c, r, written.empty() ? i : written[i] - 1) + difference;
-                    expected.push_back(static_cast<unsigned>((x < 0 ? 0 : x > largest ? largest : x) + 0.5));
+                    const double value = values[written.empty() ? i : written[i] - 1];
+                    expected.push_back(ratio ? Stored(sum != 0 ? value * (sharp / sum) : 0)
+                                             : Stored(value + (sharp - sum) + 0.5));
                 }
             }
         return expected;
+    }
+    [[nodiscard]] unsigned Stored(double value) const {
+        const double largest = ms.sampleBytes == 1 ? 255 : 65535;
+        return static_cast<unsigned>(value < 0 ? 0 : value > largest ? largest : value);
+    }
+
+    void AddInfrared(Shape shape, Size size) {
+        infrared.emplace(shape, ms.sampleBytes * 8, size.columns, size.rows, 1);
+        infrared->Fill(77);
+        infraredPlace = {size.columns, pan.columns, size.rows, pan.rows};
+        job.infrared = infrared->Image();
     }
 
     Placement place;
     std::vector<std::uint32_t> written;
     StridedImage pan, ms, out;
+    std::optional<StridedImage> infrared;
+    Placement infraredPlace{};
     pansharp_job job;
 };
 
@@ -130,6 +148,75 @@ TEST(FuseArrays, PlacesTheCoarseImage) {
         ASSERT_EQ(pansharp_fuse(library.get(), &scene.job, error, sizeof error), PANSHARP_OK) << error;
         EXPECT_EQ(scene.out.Samples(), scene.Expected({})) << c.pixelSize;
     }
+}
+
+// Brovey scales the weights it is given, by 3 here; what counts is what a caller asked for.
+TEST(FuseArrays, WeightsMeanTheSameToBrovey) {
+    const Library library = Open();
+    for (const std::vector<double>& weights :
+         {std::vector<double>{}, {0.375, 0.28125, 0.1875, 0, 0.1875}, {0.1, 0.2, 0.3, 0.2, 0.2}}) {
+        Scene scene(16, {24, 40}, {12, 10}, 5, Shape::Lines, Shape::Packed, {1, 5});
+        scene.job.method = "brovey";
+        scene.job.weights = weights.empty() ? nullptr : weights.data();
+        scene.job.weight_count = static_cast<std::uint32_t>(weights.size());
+        char error[2000];
+        ASSERT_EQ(pansharp_fuse(library.get(), &scene.job, error, sizeof error), PANSHARP_OK) << error;
+        EXPECT_EQ(scene.out.Samples(), scene.Expected(weights, true));
+    }
+}
+
+TEST(FuseArrays, InfraredTakesPartInTheSum) {
+    const struct {
+        const char* method;
+        std::vector<double> weights; // the infrared one last
+    } cases[] = {{"KOVA", {}}, {"KOVA", {0.3, 0.3, 0.3, 0.1}}, {"Brovey", {0.4, 0.3, 0.2, 0.1}}};
+    const Library library = Open();
+    for (const auto& c : cases) {
+        Scene scene(8, {24, 40}, {12, 10}, 3, Shape::Planar, Shape::Packed);
+        scene.AddInfrared(Shape::Gaps, {8, 10});
+        scene.job.method = c.method;
+        if (!c.weights.empty()) {
+            scene.job.weights = c.weights.data();
+            scene.job.weight_count = 3;
+            scene.job.infrared_weight = &c.weights[3];
+        }
+        char error[2000];
+        const pansharp_result result = pansharp_fuse(library.get(), &scene.job, error, sizeof error);
+        if (std::string(error).find("cannot be merged") != std::string::npos)
+            GTEST_SKIP() << "the plug-in takes no infrared image: " << error;
+        ASSERT_EQ(result, PANSHARP_OK) << error;
+        EXPECT_EQ(scene.out.Samples(), scene.Expected(c.weights, std::string(c.method) == "Brovey"));
+    }
+}
+
+// Its first pixel lies at a third of a coarse pixel, which no double is.
+TEST(FuseArrays, TileGetsThePixelsOfTheWhole) {
+    constexpr std::uint32_t column = 13, row = 22, columns = 20, rows = 17;
+    const Library library = Open();
+    Scene whole(16, {60, 90}, {20, 30}, 3, Shape::Planar, Shape::Packed);
+    StridedImage tile(Shape::Packed, 16, columns, rows, 3);
+    pansharp_job job = whole.job;
+    const auto at = [](const pansharp_image& image, std::uint32_t c, std::uint32_t r) {
+        return static_cast<const unsigned char*>(image.samples) + c * image.pixel_stride +
+               r * image.row_stride;
+    };
+    job.pan.samples = at(job.pan, column, row);
+    job.pan.columns = columns;
+    job.pan.rows = rows;
+    job.multispectral.samples = at(job.multispectral, 2, 5);
+    job.multispectral.columns = 11;
+    job.multispectral.rows = 10;
+    job.multispectral.pixel_width = job.multispectral.pixel_height = 3;
+    job.multispectral.offset_x = column / 3.0 - 2;
+    job.multispectral.offset_y = row / 3.0 - 5;
+    job.output = tile.Output();
+    char error[2000];
+    ASSERT_EQ(pansharp_fuse(library.get(), &whole.job, error, sizeof error), PANSHARP_OK) << error;
+    ASSERT_EQ(pansharp_fuse(library.get(), &job, error, sizeof error), PANSHARP_OK) << error;
+    for (std::uint32_t r = 0; r < rows; ++r)
+        for (std::uint32_t c = 0; c < columns; ++c)
+            for (std::uint32_t b = 0; b < 3; ++b)
+                ASSERT_EQ(tile.Get(c, r, b), whole.out.Get(column + c, row + r, b)) << c << ' ' << r;
 }
 
 TEST(FuseArrays, PackedStridesMayBeLeftOut) {
