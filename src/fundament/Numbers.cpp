@@ -1,6 +1,7 @@
 #include "fundament/Numbers.h"
 
 #include "fundament/Text.h"
+#include "kernels/NearlyEqual.h"
 
 #include <algorithm>
 #include <charconv>
@@ -63,7 +64,7 @@ std::int64_t Truncated(double value) {
 
 } // namespace
 
-bool NearlyEqual(double a, double b, double tolerance) { return std::fabs(a - b) <= tolerance; }
+bool NearlyEqual(double a, double b, double tolerance) { return kernels::NearlyEqual(a, b, tolerance); }
 
 double StringToDouble(const std::string& text, double defaultValue) {
     if (text.empty()) return defaultValue;

@@ -103,45 +103,23 @@ bool SampledRaster::Open(const RasterInfo& pan, const PixelRect& panWindow, cons
     window = available;
 
     samples = source;
+    std::vector<kernels::BilinearTap> columnTaps;
     FillTaps(placement.across, panWindow.col0, panWindow.col1, sourceInfo.cols, source.rect.col0,
              sourceInfo.bandsPerPixel, columnTaps);
     FillTaps(placement.down, panWindow.row0, panWindow.row1, sourceInfo.rows, 0, 1, rowTaps);
-    rowSamples = std::size_t{info.cols} * info.bandsPerPixel;
-    for (InterpolatedRow& row : interpolated) {
-        row.sourceRow.reset();
-        row.values.resize(rowSamples);
-    }
+    sampler = MakeRowSampler(info.bitsPerBand, info.bandsPerPixel, std::move(columnTaps), rowTaps);
+    const std::size_t rowSamples = std::size_t{info.cols} * info.bandsPerPixel;
     output.resize(info.bitsPerBand == 8 ? (rowSamples + 1) / 2 : rowSamples);
     return true;
-}
-
-template <class T>
-const double* SampledRaster::InterpolateAcross(std::uint32_t sourceRow, std::uint32_t keptRow) {
-    for (const InterpolatedRow& row : interpolated)
-        if (row.sourceRow == sourceRow) return row.values.data();
-    InterpolatedRow& row = interpolated[interpolated[0].sourceRow == keptRow ? 1 : 0];
-    const unsigned char* source = samples.At(samples.rect.col0, sourceRow, 0);
-    kernels::ChooseAcrossRow<T>(info.bandsPerPixel)(reinterpret_cast<const T*>(source), columnTaps.data(),
-                                                    info.cols, info.bandsPerPixel, row.values.data());
-    row.sourceRow = sourceRow;
-    return row.values.data();
-}
-
-template <class T>
-void SampledRaster::ComputeRow(std::uint32_t row) {
-    const kernels::BilinearTap& tap = rowTaps[row];
-    const double* upper = InterpolateAcross<T>(tap.first, tap.second);
-    const double* lower = InterpolateAcross<T>(tap.second, tap.first);
-    kernels::DownRow(upper, lower, tap.fraction, rowSamples, reinterpret_cast<T*>(output.data()));
 }
 
 const unsigned char* SampledRaster::GetRow(std::uint32_t row) {
     try {
         if (!HoldsRow(row)) return nullptr;
-        if (info.bitsPerBand == 8)
-            ComputeRow<unsigned char>(row);
-        else
-            ComputeRow<unsigned short>(row);
+        const kernels::BilinearTap& tap = rowTaps[row];
+        const std::uint32_t col0 = samples.rect.col0;
+        sampler->Sample(tap.first, samples.At(col0, tap.first, 0), tap.second,
+                        samples.At(col0, tap.second, 0), tap.fraction, output.data());
         return reinterpret_cast<const unsigned char*>(output.data()) +
                std::size_t{window.col0} * PixelBytes(info);
     } catch (...) {

@@ -1,10 +1,8 @@
 #pragma once
 
 #include "hostkit/RasterBase.h"
-#include "kernels/BilinearRow.h"
+#include "hostkit/RowSampler.h"
 
-#include <array>
-#include <optional>
 #include <vector>
 
 namespace hostkit {
@@ -43,22 +41,10 @@ public:
     const unsigned char* GetRow(std::uint32_t row) override;
 
 private:
-    struct InterpolatedRow {
-        std::optional<std::uint32_t> sourceRow;
-        std::vector<double> values;
-    };
-
-    template <class T>
-    void ComputeRow(std::uint32_t row);
-    template <class T>
-    const double* InterpolateAcross(std::uint32_t sourceRow, std::uint32_t keptRow);
-
     SampleBlock samples;
-    std::vector<kernels::BilinearTap> columnTaps;
     std::vector<kernels::BilinearTap> rowTaps; ///< in absolute source rows
-    std::array<InterpolatedRow, 2> interpolated;
+    std::unique_ptr<RowSampler> sampler;
     std::vector<unsigned short> output; ///< read as bytes when the depth is 8 bits
-    std::size_t rowSamples = 0;
 };
 
 } // namespace hostkit

@@ -1,9 +1,12 @@
 #pragma once
 
 #include "kernels/GridAxis.h"
+#include "kernels/Simd.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
+#include <type_traits>
 
 /// Bilinear interpolation between pixel centres, separated by axis: a source row is interpolated across once,
 /// then two such rows are blended down for every output row between them. All samples are interleaved by
@@ -28,18 +31,47 @@ struct BilinearTap {
 template <class T>
 [[nodiscard]] T BilinearSample(T a, T b, T c, T d, double fx, double fy);
 
-/// Interpolates one source row across: writes exactly pixels * bands values, of 0 to the largest sample.
-/// Reads the samples that the taps name.
+/// Whole numbers wide enough for 256 times the largest sample.
 template <class T>
+using WholeOf = std::conditional_t<sizeof(T) == 1, std::uint16_t, std::uint32_t>;
+
+/// The fewest steps of 1, 2, 4, 8 or 16 in which all fractions are whole numbers; 0 when there are none. With
+/// such steps on both axes every product and sum of the definition is exact, and whole numbers give the same
+/// samples.
+[[nodiscard]] std::uint32_t WholeSteps(std::span<const BilinearTap> taps);
+
+/// Interpolates one source row across: writes exactly pixels * bands values, of 0 to the largest sample, or
+/// that times `steps` in whole numbers. Reads the samples that the taps name. V is double (`steps` is not
+/// read) or WholeOf<T>.
+template <class T, class V>
 using AcrossRow = void (*)(const T* source, const BilinearTap* taps, std::size_t pixels, std::uint32_t bands,
-                           double* out);
+                           std::uint32_t steps, V* out);
 
 /// The version for a band count. Asked once a window, not once a row.
-template <class T>
-[[nodiscard]] AcrossRow<T> ChooseAcrossRow(std::uint32_t bands);
+template <class T, class V>
+[[nodiscard]] AcrossRow<T, V> ChooseAcrossRow(std::uint32_t bands);
 
 /// Blends two interpolated rows of `samples` values and stores them rounded half up.
 template <class T>
-void DownRow(const double* upper, const double* lower, double fraction, std::size_t samples, T* out);
+using DownRow = void (*)(const double* upper, const double* lower, double fraction, std::size_t samples,
+                         T* out);
+
+/// The same of rows in whole numbers: `part` of `steps` on the way down, the values `acrossSteps` times too
+/// large. Both steps are those of WholeSteps.
+template <class T>
+using DownRowWhole = void (*)(const WholeOf<T>* upper, const WholeOf<T>* lower, std::uint32_t part,
+                              std::uint32_t steps, std::uint32_t acrossSteps, std::size_t samples, T* out);
+
+/// The versions for a vector target that can run here; the scalar ones are the definition.
+template <class T>
+[[nodiscard]] DownRow<T> DownRowFor(SimdTarget target);
+template <class T>
+[[nodiscard]] DownRowWhole<T> DownRowWholeFor(SimdTarget target);
+
+template <class T>
+void DownRowScalar(const double* upper, const double* lower, double fraction, std::size_t samples, T* out);
+template <class T>
+void DownRowWholeScalar(const WholeOf<T>* upper, const WholeOf<T>* lower, std::uint32_t part,
+                        std::uint32_t steps, std::uint32_t acrossSteps, std::size_t samples, T* out);
 
 } // namespace kernels

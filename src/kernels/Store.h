@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cmath>
 #include <limits>
 
 namespace kernels {
@@ -23,6 +24,12 @@ inline T StoreTruncated(double x) {
     if (!(x >= 0.0)) return 0;
     if (x > maxSample<T>) return std::numeric_limits<T>::max();
     return static_cast<T>(x);
+}
+
+/// StoreTruncated, but infinities store 0 too.
+template <class T>
+inline T StoreTruncatedFinite(double x) {
+    return std::isfinite(x) ? StoreTruncated<T>(x) : T{0};
 }
 
 } // namespace kernels

@@ -113,13 +113,10 @@ bool PanSharp<ImageBase<Info, T*, Traits>>::Init(InputImage* multispectral, Inpu
     ReadAdditionalBandWeight();
     FinishInit(kernels::KovaRowFor<T>(kernels::ChosenSimdTarget()));
     if (this->metadataEnabled) {
-        std::string weights;
-        for (const double weight : bandWeights)
-            weights += FormatString(weights.empty() ? "%0.3lf" : ", %0.3lf", weight);
         this->metadata["outputNumChannels"] = FormatString("%lu", ULong{outputBandCount});
         this->metadata["multispectralImageNumChannels"] = FormatString("%lu", ULong{msBandCount});
         this->metadata["panImageNumChannels"] = "1";
-        this->metadata["channelWeights"] = weights;
+        this->metadata["channelWeights"] = NumberList(bandWeights);
     }
     return true;
 }

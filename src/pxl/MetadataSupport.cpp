@@ -1,8 +1,16 @@
 #include "pxl/MetadataSupport.h"
 
+#include "fundament/Text.h"
 #include "pxl/PropertiesStatusSupport.h"
 
 namespace PXL {
+
+std::string NumberList(const std::vector<double>& numbers) {
+    std::string text;
+    for (const double number : numbers)
+        text += Fundament::FormatString(text.empty() ? "%0.3lf" : ", %0.3lf", number);
+    return text;
+}
 
 KOVA::Tessara::Fundament::PropertyLookUp& MetadataSupport::GetMetadata() { return metadata; }
 

@@ -2,7 +2,13 @@
 
 #include "fundament/PropertyLookUp.h"
 
+#include <string>
+#include <vector>
+
 namespace PXL {
+
+/// Numbers as metadata shows them: three decimals each, joined by ", ".
+[[nodiscard]] std::string NumberList(const std::vector<double>& numbers);
 
 /// Facts about the configuration, published while metadata is enabled. The primary base of every image and
 /// row operator: its two operations are their slots 0 and 1.

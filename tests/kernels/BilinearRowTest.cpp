@@ -35,7 +35,38 @@ TEST(BilinearTap, ReplicatesEdges) {
     }
 }
 
-/// Rows of exactly their size, so that a sanitizer sees any step past them.
+TEST(WholeSteps, AreFoundWhereFractionsAreCoarseBinaryOnes) {
+    const struct {
+        std::vector<double> fractions;
+        std::uint32_t steps;
+    } cases[] = {
+        {{}, 1}, {{0.0}, 1}, {{0.25, 0.75}, 4}, {{0.5, 0.0625}, 16}, {{0.03125}, 0}, {{0.25, 1.0 / 3.0}, 0}};
+    for (const auto& c : cases) {
+        std::vector<BilinearTap> taps;
+        for (const double fraction : c.fractions)
+            taps.push_back({0, 1, fraction});
+        EXPECT_EQ(WholeSteps(taps), c.steps);
+    }
+}
+
+/// Both passes over rows of exactly their size, so that a sanitizer sees any step past them.
+template <class T, class V>
+void Separated(const T* upper, const T* lower, const std::vector<BilinearTap>& taps, std::uint32_t bands,
+               double fy, std::uint32_t acrossSteps, std::uint32_t downSteps, SimdTarget target, T* out) {
+    const std::size_t samples = taps.size() * bands;
+    const auto upperAcross = std::make_unique<V[]>(samples);
+    const auto lowerAcross = std::make_unique<V[]>(samples);
+    const AcrossRow<T, V> across = ChooseAcrossRow<T, V>(bands);
+    across(upper, taps.data(), taps.size(), bands, acrossSteps, upperAcross.get());
+    across(lower, taps.data(), taps.size(), bands, acrossSteps, lowerAcross.get());
+    if constexpr (std::is_same_v<V, double>)
+        DownRowFor<T>(target)(upperAcross.get(), lowerAcross.get(), fy, samples, out);
+    else
+        DownRowWholeFor<T>(target)(upperAcross.get(), lowerAcross.get(),
+                                   static_cast<std::uint32_t>(fy * downSteps), downSteps, acrossSteps,
+                                   samples, out);
+}
+
 template <class T>
 class BilinearRows : public testing::Test {};
 using Depths = testing::Types<unsigned char, unsigned short>;
@@ -48,6 +79,7 @@ TYPED_TEST(BilinearRows, SeparatedEqualsTheDefinition) {
     const GridAxis axes[] = {MakeGridAxis(0.5, 0.25), MakeGridAxis(1.0 / 3.0, 0.1), MakeGridAxis(0.25, 0.0),
                              MakeGridAxis(0.3141592, -2.0)};
     std::uint64_t compared = 0;
+    std::uint64_t whole = 0;
     for (std::uint32_t bands = 1; bands <= 9; ++bands)
         for (const GridAxis& axis : axes)
             for (std::uint32_t sourceColumns : {1u, 2u, 5u, 16u}) {
@@ -66,24 +98,34 @@ TYPED_TEST(BilinearRows, SeparatedEqualsTheDefinition) {
                     upper[i] = static_cast<TypeParam>(sample(random));
                     lower[i] = static_cast<TypeParam>(sample(random));
                 }
-                const std::size_t samples = columns * bands;
-                auto upperAcross = std::make_unique<double[]>(samples);
-                auto lowerAcross = std::make_unique<double[]>(samples);
-                auto out = std::make_unique<TypeParam[]>(samples);
-                const AcrossRow<TypeParam> across = ChooseAcrossRow<TypeParam>(bands);
-                across(upper.get(), taps.data(), columns, bands, upperAcross.get());
-                across(lower.get(), taps.data(), columns, bands, lowerAcross.get());
+                const auto out = std::make_unique<TypeParam[]>(columns * bands);
                 for (const double fy : {0.0, 0.5, 1.0 / 3.0, 0.875}) {
-                    DownRow(upperAcross.get(), lowerAcross.get(), fy, samples, out.get());
-                    for (std::size_t c = 0; c < columns; ++c)
-                        for (std::uint32_t b = 0; b < bands; ++b, ++compared)
-                            ASSERT_EQ(out[c * bands + b],
-                                      BilinearSample(upper[taps[c].first + b], upper[taps[c].second + b],
-                                                     lower[taps[c].first + b], lower[taps[c].second + b],
-                                                     taps[c].fraction, fy))
-                                << "bands " << bands << " column " << c << " band " << b;
+                    const auto expect = [&](const char* way, SimdTarget target) {
+                        for (std::size_t c = 0; c < columns; ++c)
+                            for (std::uint32_t b = 0; b < bands; ++b, ++compared)
+                                ASSERT_EQ(out[c * bands + b],
+                                          BilinearSample(upper[taps[c].first + b], upper[taps[c].second + b],
+                                                         lower[taps[c].first + b], lower[taps[c].second + b],
+                                                         taps[c].fraction, fy))
+                                    << way << " " << SimdTargetName(target) << " bands " << bands
+                                    << " column " << c << " band " << b;
+                    };
+                    for (const SimdTarget target : SimdTargets()) {
+                        Separated<TypeParam, double>(upper.get(), lower.get(), taps, bands, fy, 1, 1, target,
+                                                     out.get());
+                        expect("double", target);
+                        const std::uint32_t across = WholeSteps(taps);
+                        const BilinearTap down{0, 0, fy};
+                        const std::uint32_t steps = WholeSteps({&down, 1});
+                        if (across == 0 || steps == 0) continue;
+                        Separated<TypeParam, WholeOf<TypeParam>>(upper.get(), lower.get(), taps, bands, fy,
+                                                                 across, steps, target, out.get());
+                        expect("whole", target);
+                        ++whole;
+                    }
                 }
             }
+    EXPECT_GT(whole, 100u);
     EXPECT_GT(compared, 10000u);
 }
 

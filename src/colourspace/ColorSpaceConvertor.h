@@ -1,0 +1,62 @@
+#pragma once
+
+#include "kernels/ConvertRow.h"
+#include "pxl/UnaryRowOperatorBase.h"
+
+#include <vector>
+
+namespace PXL {
+
+/// Ids of the items that the converters and their creation function record.
+namespace ColorSpaceStatus {
+inline constexpr std::uint32_t UnknownMethod = 0x1002;
+inline constexpr std::uint32_t WrongBandCount = 0x1003;
+inline constexpr std::uint32_t WrongColorSpace = 0x1004;
+inline constexpr std::uint32_t RowTooLong = 0x1010;
+} // namespace ColorSpaceStatus
+
+/// What tells one converter from another.
+template <class T>
+struct ColorSpaceConversion {
+    const char* source; ///< of the items it records
+    const char* requiredColorSpace;
+    const char* producedColorSpace;
+    const char* bandMessage; ///< with one "%lu", the number of bands
+    const char* colorSpaceMessage;
+    bool declaresBitDepth; ///< sets `bitsPerSample` of the output to the pixel type's
+    kernels::ConvertRow<T> row;
+};
+
+/// Converts rows of three bands from one colour space to another. Publishes no metadata.
+///
+/// A converter is a class that hands its ColorSpaceConversion to this base.
+template <class T>
+class ColorSpaceConvertor : public UnaryRowOperator<T> {
+public:
+    ColorSpaceConvertor(const ColorSpaceConvertor&) = delete;
+    ColorSpaceConvertor& operator=(const ColorSpaceConvertor&) = delete;
+
+    /// The input's description with the new "ColorSpace"; after a failed Init one of 0 columns.
+    ImageInfo GetOutputInfo() override { return outputInfo; }
+    T* ProcessRow(const T* input, std::uint32_t row) override;
+    bool SetWindow(std::uint32_t col0, std::uint32_t col1) override; ///< always true
+
+    /// Refuses what has not three bands or does not declare the required "ColorSpace" (in any letter case).
+    virtual bool Init(const ImageInfo& input);
+    virtual bool Reset(); ///< frees the row, empties the status; then ProcessRow returns null
+    virtual ~ColorSpaceConvertor();
+
+protected:
+    explicit ColorSpaceConvertor(const ColorSpaceConversion<T>& conversionMade);
+
+private:
+    const ColorSpaceConversion<T> conversion;
+    ImageInfo outputInfo;
+    std::vector<T> outputBuffer;
+    std::uint32_t windowWidth = 0; ///< pixels; 0 while no window is set
+};
+
+using ColorSpaceConvertor8 = ColorSpaceConvertor<unsigned char>;
+using ColorSpaceConvertor16 = ColorSpaceConvertor<unsigned short>;
+
+} // namespace PXL

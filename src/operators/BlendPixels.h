@@ -1,0 +1,109 @@
+#pragma once
+
+#include "kernels/BlendRow.h"
+#include "pxl/BinaryRowOperatorBase.h"
+
+#include <string>
+#include <vector>
+
+namespace PXL {
+
+/// Ids of the items that the blending operators and their creation function record.
+namespace BlendStatus {
+inline constexpr std::uint32_t NoRgbToYuv = 0x4E01;
+inline constexpr std::uint32_t RgbToYuvFailed = 0x4E02;
+inline constexpr std::uint32_t NoYuvToRgb = 0x4E03;
+inline constexpr std::uint32_t YuvToRgbFailed = 0x4E04;
+inline constexpr std::uint32_t NoMethod = 0x4F01;
+inline constexpr std::uint32_t UnknownMethod = 0x4F02;
+inline constexpr std::uint32_t FormatsDiffer = 0x4F03;
+inline constexpr std::uint32_t AuxiliaryNotGray = 0x4F05;
+inline constexpr std::uint32_t RowTooLong = 0x4F10;
+} // namespace BlendStatus
+
+/// Combines the row of a first input (primary) with that of a second (auxiliary), pixel by pixel.
+///
+/// Properties, read by Init: "OutputOffset-1" ... (default 127.5), "OutputGain-1" ... (1), and for the inputs
+/// "PrimaryOffset", "PrimaryGain", "AuxiliaryOffset", "AuxiliaryGain" (0 and 1), each numbered by band. What
+/// band 1 got is the default of the other bands.
+///
+/// An operator is a class that hands its name to this base and replaces ProcessRow, most with one formula
+/// for ForEachSample; one that checks, reads or publishes anything else replaces InitOperator, and one that
+/// keeps anything else releases it in Reset.
+template <class T>
+class BlendPixels : public BinaryRowOperator<T> {
+public:
+    BlendPixels(const BlendPixels&) = delete;
+    BlendPixels& operator=(const BlendPixels&) = delete;
+
+    /// Input 1's description with the operator's bands; before Init and after a failed one, 0 columns.
+    ImageInfo GetOutputInfo() override { return outputInfo; }
+    bool SetWindow(std::uint32_t col0, std::uint32_t col1) override; ///< true
+
+    /// `fullWidth2` says that rows of input 2 hold more than the window; no operator asks. After a failure
+    /// ProcessRow returns null until an Init and a SetWindow succeed.
+    virtual bool Init(const ImageInfo& input1, const ImageInfo& input2, bool fullWidth2);
+    virtual bool Reset(); ///< frees what Init made; the status becomes empty, its source the operator's name
+    virtual ~BlendPixels();
+
+protected:
+    explicit BlendPixels(const char* operatorName);
+
+    /// What Init does between its common checks and the common metadata. Here: bands of both inputs and of
+    /// the output are equal; gains and offsets; metadata of those of the output.
+    virtual bool InitOperator();
+    virtual bool ReadGainsAndOffsets(); ///< fills the maps from the properties; always true
+
+    /// Steps of an InitOperator; false with the item in `status`.
+    bool CheckBandsEqual();
+    bool DescribeOutput(std::uint64_t bands); ///< makes outputInfo
+    bool MakeOutput(std::uint64_t bands);     ///< makes outputInfo and outputBuffer
+    void PublishOutputMaps();                 ///< "outputGains", "outputOffsets", while metadata is enabled
+    void PublishInputMaps();                  ///< the same of "input1" and "input2"
+
+    /// ProcessRow by blend(samples of row 1, samples of row 2, output samples) for every pixel.
+    template <class Blend>
+    T* ForEachPixel(const T* row1, const T* row2, const Blend& blend) {
+        if (!CanProcess(row1, row2)) return nullptr;
+        kernels::BlendRow(row1, row2, outputBuffer.data(), windowWidth,
+                          {input1Bands, input2Bands, outputBands}, blend);
+        return outputBuffer.data();
+    }
+    /// ProcessRow by formula(a, b, map of input 1, map of input 2, map of the output) for every sample of
+    /// inputs with equal bands.
+    template <class Formula>
+    T* ForEachSample(const T* row1, const T* row2, const Formula& formula) {
+        if (!CanProcess(row1, row2)) return nullptr;
+        kernels::BlendSamples(row1, row2, outputBuffer.data(), windowWidth, outputBands,
+                              {input1Maps.data(), input2Maps.data(), outputMaps.data()}, formula);
+        return outputBuffer.data();
+    }
+
+    ImageInfo input1Info;
+    ImageInfo input2Info;
+    ImageInfo outputInfo;
+    bool input2FullWidth = false;
+    std::vector<T> outputBuffer; ///< the output's columns x bands
+    std::uint32_t input1Bands = 0;
+    std::uint32_t input2Bands = 0;
+    std::uint32_t outputBands = 0;
+    std::uint32_t windowWidth = 0;              ///< pixels; 0 while no window is set
+    std::vector<kernels::LinearMap> input1Maps; ///< one a band
+    std::vector<kernels::LinearMap> input2Maps;
+    std::vector<kernels::LinearMap> outputMaps;
+
+private:
+    [[nodiscard]] bool CanProcess(const T* row1, const T* row2) const {
+        return row1 && row2 && windowWidth != 0 && !outputBuffer.empty();
+    }
+    std::vector<kernels::LinearMap> ReadMaps(const std::string& family, double defaultOffset,
+                                             std::uint32_t bands);
+    void PublishMaps(const std::string& family, const std::vector<kernels::LinearMap>& maps);
+
+    const char* const name;
+};
+
+using BlendPixels8 = BlendPixels<unsigned char>;
+using BlendPixels16 = BlendPixels<unsigned short>;
+
+} // namespace PXL

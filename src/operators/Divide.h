@@ -1,0 +1,19 @@
+#pragma once
+
+#include "operators/BlendPixels.h"
+
+namespace PXL {
+
+/// Divides: ((a g1 + o1) / (b g2 + o2)) gOut + oOut, truncated; 0 where that is not finite, as for a
+/// divisor of 0.
+template <class T>
+class Divide final : public BlendPixels<T> {
+public:
+    Divide() : BlendPixels<T>("Divide") {}
+    T* ProcessRow(const T* row1, const T* row2, std::uint32_t row) override;
+};
+
+using Divide8 = Divide<unsigned char>;
+using Divide16 = Divide<unsigned short>;
+
+} // namespace PXL

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "operators/BlendPixels.h"
+
+namespace PXL {
+
+/// The bands of input 1 followed by those of input 2, unchanged. Inputs of any band counts; no gains and
+/// offsets.
+template <class T>
+class MergeBands final : public BlendPixels<T> {
+public:
+    MergeBands() : BlendPixels<T>("MergeBands") {}
+    T* ProcessRow(const T* row1, const T* row2, std::uint32_t row) override;
+
+protected:
+    bool InitOperator() override;
+};
+
+using MergeBands8 = MergeBands<unsigned char>;
+using MergeBands16 = MergeBands<unsigned short>;
+
+} // namespace PXL

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "operators/BlendPixels.h"
+
+namespace PXL {
+
+/// Multiplies: ((b g2 + o2) (a g1 + o1)) gOut + oOut, truncated; 0 where that is not finite.
+template <class T>
+class Multiply final : public BlendPixels<T> {
+public:
+    Multiply() : BlendPixels<T>("Multiply") {}
+    T* ProcessRow(const T* row1, const T* row2, std::uint32_t row) override;
+};
+
+using Multiply8 = Multiply<unsigned char>;
+using Multiply16 = Multiply<unsigned short>;
+
+} // namespace PXL

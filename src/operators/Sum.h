@@ -1,0 +1,18 @@
+#pragma once
+
+#include "operators/BlendPixels.h"
+
+namespace PXL {
+
+/// Adds: ((a g1 + o1) + (b g2 + o2)) gOut + oOut, truncated; 0 where that is not finite.
+template <class T>
+class Sum final : public BlendPixels<T> {
+public:
+    Sum() : BlendPixels<T>("Sum") {}
+    T* ProcessRow(const T* row1, const T* row2, std::uint32_t row) override;
+};
+
+using Sum8 = Sum<unsigned char>;
+using Sum16 = Sum<unsigned short>;
+
+} // namespace PXL

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "operators/BlendPixels.h"
+
+namespace PXL {
+
+/// Subtracts: ((a g1 + o1) - (b g2 + o2)) gOut + oOut, rounded.
+template <class T>
+class WeightedDifference final : public BlendPixels<T> {
+public:
+    WeightedDifference() : BlendPixels<T>("WeightedDifference") {}
+    T* ProcessRow(const T* row1, const T* row2, std::uint32_t row) override;
+
+protected:
+    bool InitOperator() override; ///< publishes the gains and offsets of the inputs too
+};
+
+using WeightedDifference8 = WeightedDifference<unsigned char>;
+using WeightedDifference16 = WeightedDifference<unsigned short>;
+
+} // namespace PXL

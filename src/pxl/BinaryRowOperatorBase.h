@@ -1,0 +1,40 @@
+#pragma once
+
+#include "pxl/ImageInfo.h"
+#include "pxl/MetadataSupport.h"
+#include "pxl/PropertiesStatusSupport.h"
+#include "pxl/RowOperatorWindowSupport.h"
+#include "pxl/RowTraits.h"
+
+namespace PXL {
+
+/// Turns a pair of rows into one row. It fetches nothing and has no rows of its own but the one it returns.
+///
+/// - Rows hold the window's pixels only, from sample 0 on, bands interleaved by pixel. The caller vouches for
+///   rows as long as the window is wide, with the bands of the description given at initialisation.
+/// - The returned row belongs to the operator and is valid until the next ProcessRow, initialisation or
+///   destruction.
+/// - Before a successful initialisation and SetWindow, ProcessRow returns null.
+/// - `row` is informative; nothing is addressed by it.
+///
+/// Deleted through a derived class only, which declares a virtual destructor.
+template <class Traits1, class Traits2, class OutputTraits, class Info>
+class BinaryRowOperatorBase : public PropertiesStatusSupport,
+                              public RowOperatorWindowSupport,
+                              public MetadataSupport {
+public:
+    using Pixel = typename OutputTraits::Pixel;
+
+    virtual Info GetOutputInfo() = 0;
+    virtual Pixel* ProcessRow(const typename Traits1::Pixel* row1, const typename Traits2::Pixel* row2,
+                              std::uint32_t row) = 0;
+    virtual bool SetWindow(std::uint32_t col0, std::uint32_t col1) = 0;
+
+protected:
+    ~BinaryRowOperatorBase() = default;
+};
+
+template <class T>
+using BinaryRowOperator = BinaryRowOperatorBase<RowTraits<T>, RowTraits<T>, RowTraits<T>, ImageInfo>;
+
+} // namespace PXL

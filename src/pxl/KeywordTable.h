@@ -1,0 +1,33 @@
+#pragma once
+
+#include "fundament/Text.h"
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+namespace PXL {
+
+/// One line of a table from keywords to classes.
+template <class Object>
+struct KeywordEntry {
+    const char* keyword;
+    std::unique_ptr<Object> (*create)();
+};
+
+/// The creator of a class, for a line of the table.
+template <class Object, class Class>
+std::unique_ptr<Object> CreateNew() {
+    return std::make_unique<Class>();
+}
+
+/// A new object of the first line whose keyword equals the given one in any letter case, or null.
+template <class Object, std::size_t count>
+std::unique_ptr<Object> CreateByKeyword(const KeywordEntry<Object> (&table)[count],
+                                        const std::string& keyword) {
+    for (const KeywordEntry<Object>& entry : table)
+        if (KOVA::Tessara::Fundament::StringsEqual(keyword, entry.keyword, true)) return entry.create();
+    return nullptr;
+}
+
+} // namespace PXL
