@@ -1,6 +1,7 @@
 #include "rasterhost/Sharpen.h"
 
 #include "fundament/Text.h"
+#include "rasterhost/GdalErrors.h"
 #include "rasterhost/OutputFile.h"
 #include "rasterhost/WindowPipeline.h"
 
@@ -197,6 +198,7 @@ bool Sharpen(const SharpenRequest& request, SharpenReport& report, Status& statu
     bool isDone = false;
     try {
         GDALAllRegister();
+        const GdalErrors silence; // this thread's; every failure below becomes an item
         isDone = SharpenRun(request, report, status).Run();
     } catch (const std::exception& error) {
         isDone = Fail(status, HostStatus::Unexpected, FormatString("unexpected: %s", error.what()));
