@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::uint32_t mostThreads = 1024;
 constexpr std::uint32_t mostRows = 0x7FFFFFFFu;
-constexpr const char* bandWeight = "BandWeight";
+constexpr const char* firstBandWeight = "BandWeight-1";
 
 void ReadInputs(const CommandLine& line, SharpenRequest& request) {
     const std::vector<std::string>& files = line.GetPositionals();
@@ -106,8 +106,7 @@ std::vector<std::string> FitToPlugin(const CommandLine& line, const PansharpDesc
                                      SharpenRequest& request) {
     const PansharpMethod& method = FindMethod(plugin, request.method);
     request.method = method.keyword;
-    if (line.Has("--weights") &&
-        !HasProperty(method.properties, method.propertyCount, std::string(bandWeight) + "-1"))
+    if (line.Has("--weights") && !HasProperty(method.properties, method.propertyCount, firstBandWeight))
         throw UsageError("--weights: the method " + request.method +
                          " takes no weights of bands; leave --weights out or choose another method");
     std::vector<std::string> warnings;

@@ -72,7 +72,7 @@ bool SetRawProperties(const SharpenRequest& request, PropertyTexts& properties, 
 
 } // namespace
 
-bool MakeSettings(const SharpenRequest& request, const Scene& scene, const PansharpDescription& plugin,
+bool MakeSettings(const SharpenRequest& request, Scene& scene, const PansharpDescription& plugin,
                   ProcessSettings& settings, Status& status) {
     const PansharpMethod* method = FindMethod(plugin, request.method, status);
     if (!method) return false;
@@ -82,6 +82,8 @@ bool MakeSettings(const SharpenRequest& request, const Scene& scene, const Pansh
                     FormatString("the method %s needs at least %u multispectral bands; %d were given",
                                  method->keyword, method->minimumBands, static_cast<int>(bands)));
     settings.method = method->keyword;
+    if (request.bands.empty() && !WeighsBands(*method)) // it makes nothing of more bands than it needs
+        scene.outputBands = std::min(scene.outputBands, method->minimumBands);
     PropertyTexts properties;
     SetProperty(properties, "Method", method->keyword);
     SetProperty(properties, "MSImageID", multispectralId);

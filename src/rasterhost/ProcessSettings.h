@@ -22,9 +22,10 @@ struct ProcessSettings {
     std::vector<double> effectiveWeights;
 };
 
-/// Turns a request into process properties. False with an item when the plug-in has no such method, when the
+/// Turns a request into process properties; a method that weighs no bands writes those that it needs unless
+/// others are asked for. False with an item when the plug-in has no such method, when the
 /// number of weights is wrong or when a raw property is one that the host keeps to itself.
-[[nodiscard]] bool MakeSettings(const SharpenRequest& request, const Scene& scene,
+[[nodiscard]] bool MakeSettings(const SharpenRequest& request, Scene& scene,
                                 const PansharpDescription& plugin, ProcessSettings& settings, Status& status);
 
 } // namespace rasterhost

@@ -33,6 +33,8 @@ const WrongLine wrongLines[] = {
     {{"sharpen", "a", "b", "-o", "c", "--overwrite=no"}, {"--overwrite takes no value"}},
     {{"sharpen", "a", "b", "-o", "c", "--method", "kovva"},
      {"'kovva'", "did you mean 'kova'?", "it offers kova"}},
+    {{"sharpen", "a", "b", "-o", "c", "--method", "ihs", "-w", "equal"},
+     {"--weights", "IHS takes no weights"}},
     {{"sharpen", "a", "b", "-o", "c", "--method", ""}, {"no method ''", "it offers kova"}},
     {{"sharpen", "a", "b,band=0", "-o", "c"}, {"'b,band=0'", "counted from 1"}},
     {{"sharpen", "a", "b,band=1,2", "-o", "c"}, {"'b,band=1,2'", "one number"}},

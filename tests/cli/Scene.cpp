@@ -99,8 +99,8 @@ Pair::Pair(const child::Folder& folder, int bands, int bits)
     Write(folder / "ms.tif", ms, {.pixelSize = 20.0});
 }
 
-Raster Fuse(const Raster& pan, const Raster& ms, const std::vector<double>& weights,
-            const std::vector<int>& wanted) {
+Raster Fuse(const std::string& method, const Raster& pan, const Raster& ms,
+            const std::vector<double>& weights, const std::vector<int>& wanted) {
     Raster fused{pan.columns, pan.rows, static_cast<int>(wanted.size()), pan.bits, {}};
     const double largest = pan.bits == 8 ? 255.0 : 65535.0;
     for (const int band : wanted)
@@ -109,9 +109,11 @@ Raster Fuse(const Raster& pan, const Raster& ms, const std::vector<double>& weig
                 double simulated = 0.0;
                 for (int each = 0; each < ms.bands; ++each)
                     simulated += Upsampled(ms, each, row, column) * weights[static_cast<std::size_t>(each)];
-                const double exact = Upsampled(ms, band, row, column) + (pan.At(0, row, column) - simulated);
-                fused.samples.push_back(
-                    static_cast<unsigned>(std::floor(std::clamp(exact, 0.0, largest) + 0.5)));
+                const double pure = Upsampled(ms, band, row, column), sharp = pan.At(0, row, column);
+                const double exact = method == "Brovey"
+                                         ? (simulated == 0.0 ? 0.0 : pure * (sharp / simulated))
+                                         : pure + (sharp - simulated) + 0.5;
+                fused.samples.push_back(static_cast<unsigned>(std::clamp(exact, 0.0, largest)));
             }
     return fused;
 }

@@ -47,8 +47,9 @@ struct Pair {
     Raster ms;
 };
 
-/// The fused bands `wanted` (from 0), by the long way: pixel for pixel, in whole numbers as far as they go.
-[[nodiscard]] Raster Fuse(const Raster& pan, const Raster& ms, const std::vector<double>& weights,
-                          const std::vector<int>& wanted);
+/// The bands `wanted` (from 0) fused by the long way: pixel for pixel, in whole numbers as far as they go; by
+/// KOVA or Brovey.
+[[nodiscard]] Raster Fuse(const std::string& method, const Raster& pan, const Raster& ms,
+                          const std::vector<double>& weights, const std::vector<int>& wanted);
 
 } // namespace scene

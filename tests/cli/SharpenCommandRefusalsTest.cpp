@@ -54,6 +54,7 @@ const Refusal refusals[] = {
     {{"pan.tif", "ms.tif,band=5", "-o", "o.tif"}, {"'ms.tif'", "no band 5", "1 to 4"}},
     {{"pan.tif", "ms.tif", "-o", "o.tif", "-w", "1,2"}, {"2 weights", "4 multispectral bands"}},
     {{"pan.tif", "ms.tif", "-o", "o.tif", "-b", "1,5"}, {"band 5", "1 to 4"}},
+    {{"pan.tif", "ms.tif,band=1", "-o", "o.tif", "--method", "ihs"}, {"IHS", "at least 3"}},
     {{"pan.tif", "ms.tif", "-o", "o.tif", "--set", "MSImageID=x"}, {"'MSImageID'"}},
     {{"pan.tif", "ms.tif", "-o", "exists.tif"}, {"'exists.tif'", "--overwrite"}},
     {{"pan.tif", "ms.tif", "-o", "pan.tif", "--overwrite"}, {"'pan.tif'", "one of the inputs"}},

@@ -24,6 +24,7 @@ struct GoodRun {
     Arguments options;
     std::vector<double> weights; ///< of the four bands of ms.tif
     std::vector<int> wanted;     ///< bands of ms.tif in the output, from 0
+    const char* method = "KOVA";
 };
 
 } // namespace
@@ -56,6 +57,21 @@ TEST(SharpenCommand, FusesWhatWasAsked) {
          uneven,
          {0, 1, 2, 3}},
         {"windows and threads", 16, {"ms.tif"}, {"--window", "7", "-j", "3"}, equal, {0, 1, 2, 3}},
+        {"Brovey", 8, {"ms.tif"}, {"--method", "brovey"}, equal, {0, 1, 2, 3}, "Brovey"},
+        {"Brovey's weights are those that count",
+         16,
+         {"ms.tif"},
+         {"--method=BROVEY", "-w", "0.5,0.125,0.25,0.125", "-b", "4,2"},
+         uneven,
+         {3, 1},
+         "Brovey"},
+        {"Brovey of two bands",
+         8,
+         {"ms.tif,band=3", "ms.tif,band=1"},
+         {"--method", "brovey", "-w", ".25,.5"},
+         {half, 0, quarter, 0},
+         {2, 0},
+         "Brovey"},
         {"another format", 8, {"ms.tif"}, {"-f", "ENVI", "--co", "INTERLEAVE=BIP"}, equal, {0, 1, 2, 3}},
         {"after a double dash", 8, {"--", "ms.tif"}, {}, equal, {0, 1, 2, 3}},
     };
@@ -69,8 +85,26 @@ TEST(SharpenCommand, FusesWhatWasAsked) {
         ASSERT_EQ(outcome.code, 0) << outcome.err;
         const scene::Raster fused = scene::Read(folder / "out.tif");
         EXPECT_EQ(fused.bits, run.bits);
-        EXPECT_EQ(fused.samples, scene::Fuse(pair.pan, pair.ms, run.weights, run.wanted).samples);
+        EXPECT_EQ(fused.samples, scene::Fuse(run.method, pair.pan, pair.ms, run.weights, run.wanted).samples);
     }
+}
+
+/// IHS replaces the largest of its three bands by pan, truncated on its way, and fuses no others.
+TEST(SharpenCommand, WritesTheThreeBandsOfIhs) {
+    const child::Folder folder;
+    const scene::Pair pair(folder, 5, 8);
+    const child::Outcome outcome =
+        child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "--method", "ihs"});
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, testing::Not(HasSubstr("weights")));
+    const scene::Raster fused = scene::Read(folder / "out.tif");
+    ASSERT_EQ(fused.bands, 3);
+    for (int row = 0; row < fused.rows; ++row)
+        for (int column = 0; column < fused.columns; ++column)
+            ASSERT_THAT(static_cast<int>(pair.pan.At(0, row, column)) -
+                            static_cast<int>(std::max({fused.At(0, row, column), fused.At(1, row, column),
+                                                       fused.At(2, row, column)})),
+                        testing::AnyOf(0, 1));
 }
 
 TEST(SharpenCommand, ClosesWithWhatWasDone) {
