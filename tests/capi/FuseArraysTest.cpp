@@ -181,10 +181,7 @@ TEST(FuseArrays, InfraredTakesPartInTheSum) {
             scene.job.infrared_weight = &c.weights[3];
         }
         char error[2000];
-        const pansharp_result result = pansharp_fuse(library.get(), &scene.job, error, sizeof error);
-        if (std::string(error).find("cannot be merged") != std::string::npos)
-            GTEST_SKIP() << "the plug-in takes no infrared image: " << error;
-        ASSERT_EQ(result, PANSHARP_OK) << error;
+        ASSERT_EQ(pansharp_fuse(library.get(), &scene.job, error, sizeof error), PANSHARP_OK) << error;
         EXPECT_EQ(scene.out.Samples(), scene.Expected(c.weights, std::string(c.method) == "Brovey"));
     }
 }
