@@ -60,8 +60,8 @@ constexpr Method methods[] = {
                     "gives pan the hue and saturation of the first three bands",
                     "the largest of three bands becomes pan - infrared * weight, the others keep their ratio "
                     "to it",
-                    "vivid pictures of three bands; it darkens wherever the largest band is brighter than "
-                    "pan, and its fourth output band is no usable infrared",
+                    "vivid pictures of three bands; it replaces the largest of them by pan and so darkens, "
+                    "and its fourth output band is no usable infrared",
                     ihsProperties),
 };
 

@@ -107,7 +107,6 @@ void CheckFrame(const Kind& kind) {
     refuses("before Init");
     const ImageInfo good = Description(8, 3, Fundament::ToLower(kind.from));
     ASSERT_TRUE(convertor->Init(good));
-    EXPECT_EQ(convertor->ProcessRow(row, 0), nullptr) << "no window";
     const ImageInfo output = convertor->GetOutputInfo();
     EXPECT_EQ(output.properties.GetString("ColorSpace"), kind.to);
     const bool yuv = std::string(kind.keyword).find("yuv") != std::string::npos;
@@ -115,6 +114,8 @@ void CheckFrame(const Kind& kind) {
     ASSERT_TRUE(convertor->SetWindow(2, 5));
     EXPECT_NE(convertor->ProcessRow(row, 0), nullptr);
     EXPECT_EQ(convertor->ProcessRow(nullptr, 0), nullptr);
+    ASSERT_TRUE(convertor->Init(Description(2, 3, kind.from)));
+    EXPECT_EQ(convertor->ProcessRow(row, 0), nullptr) << "the old window past the new row";
     EXPECT_EQ(convertor->GetMetadata().GetCount(), 0u);
 
     EXPECT_FALSE(convertor->Init(Description(8, 4, "CMYK")));

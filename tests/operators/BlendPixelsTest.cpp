@@ -176,7 +176,6 @@ void CheckOperator(const std::string& keyword, const Operator& expected) {
     };
     refuses("before Init");
     ASSERT_TRUE(blend->Init(info1, info2, false)) << StatusText(blend->status);
-    EXPECT_EQ(blend->ProcessRow(row, row, 0), nullptr) << "no window";
     const std::string count2 = std::to_string(bands2);
     EXPECT_EQ(blend->GetMetadata().ToXml({}),
               "<method>" + written + "</method>\n" +
@@ -205,6 +204,8 @@ void CheckOperator(const std::string& keyword, const Operator& expected) {
     EXPECT_NE(blend->ProcessRow(row, row, 0), nullptr);
     EXPECT_EQ(blend->ProcessRow(nullptr, row, 0), nullptr);
     EXPECT_EQ(blend->ProcessRow(row, nullptr, 0), nullptr);
+    ASSERT_TRUE(blend->Init(Description<T>(2, 3), Description<T>(2, bands2), false));
+    EXPECT_EQ(blend->ProcessRow(row, row, 0), nullptr) << "the old window past the new row";
 
     ImageInfo deep = info2;
     deep.bitsPerSample = 32;
