@@ -18,5 +18,7 @@ inline constexpr std::uint32_t PluginNotLoaded = 0xB011;
 inline constexpr std::uint32_t PluginLacksEntry = 0xB012;
 inline constexpr std::uint32_t PluginOfAnotherContract = 0xB013;
 inline constexpr std::uint32_t ProcessNotCreated = 0xB014;
+inline constexpr std::uint32_t NoSuchMethod = 0xB020;
+inline constexpr std::uint32_t WeightsInvalid = 0xB021;
 
 } // namespace hostkit::HostKitStatus

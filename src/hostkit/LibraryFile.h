@@ -14,5 +14,8 @@ void Close(void* handle);
 
 /// The folder of the running program; empty when the platform does not say.
 [[nodiscard]] std::filesystem::path ProgramFolder();
+/// The folder of the library that this code is a part of; empty when it is part of the program itself or the
+/// platform does not say.
+[[nodiscard]] std::filesystem::path LibraryFolder();
 
 } // namespace hostkit::LibraryFile

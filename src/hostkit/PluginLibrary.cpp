@@ -33,12 +33,16 @@ bool IsFile(const std::filesystem::path& path) {
 std::string FindPlugin(const std::string& path, Status& status) {
     if (!path.empty()) return path;
     if (const char* named = std::getenv(pluginVariable); named && *named) return named;
-    const std::filesystem::path folder = LibraryFile::ProgramFolder();
     std::string places;
-    for (const char* place : {"../lib", ".", "../lib/pansharp"}) {
-        const std::filesystem::path candidate = (folder / place / pluginFileName).lexically_normal();
-        if (IsFile(candidate)) return candidate.string();
-        places += (places.empty() ? "" : ", ") + candidate.string();
+    for (const std::filesystem::path& folder : {LibraryFile::LibraryFolder(), LibraryFile::ProgramFolder()}) {
+        if (folder.empty()) continue;
+        for (const char* place :
+             {"../lib", ".", "pansharp", "../lib/pansharp", "../" PANSHARP_LIBDIR "/pansharp"}) {
+            const std::filesystem::path candidate = (folder / place / pluginFileName).lexically_normal();
+            if (IsFile(candidate)) return candidate.string();
+            if (places.find(candidate.string()) == std::string::npos)
+                places += (places.empty() ? "" : ", ") + candidate.string();
+        }
     }
     status.Add(HostKitStatus::PluginNotFound,
                FormatString("the plug-in is not installed: none of %s exists; install it there or set %s to "

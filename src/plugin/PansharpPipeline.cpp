@@ -1,6 +1,8 @@
 // The images behind a window: how PansharpRaster builds them on its chains' rasters and reads their rows.
 
 #include "fundament/Text.h"
+#include "operators/CreateBlendPixels.h"
+#include "operators/CreateImageViaBinaryRowOperator.h"
 #include "pansharp/CreatePanSharpImage.h"
 #include "plugin/PansharpRaster.h"
 #include "plugin/ProcessStatus.h"
@@ -39,6 +41,8 @@ std::string BoundsText(const Extent& extent) {
 template <class T>
 void PansharpRaster::Pipeline<T>::Clear() {
     panSharpImage.reset();
+    mergedImage.reset();
+    mergeOperator.reset();
     msSource = nullptr;
     for (auto* image : {&msImage, &panImage, &irImage})
         image->Attach(nullptr, false);
@@ -65,11 +69,11 @@ int PansharpRaster::OpenPipeline(const Window& window) {
 
 template <class T>
 bool PansharpRaster::BuildPipeline() {
-    if (!additionalBandId.empty())
-        return Fail(ProcessStatus::InfraredNotMerged,
-                    FormatString("the infrared image '%s' cannot be merged; leave \"AdditionalBandID\" empty",
-                                 additionalBandId.c_str()));
-    return OpenMultispectral<T>() && CheckInputs<T>() && CreateFusion<T>();
+    // A failing infrared chain leaves the multispectral one untouched.
+    if (!additionalBandId.empty() && !OpenInfrared()) return false;
+    if (!OpenMultispectral<T>()) return false;
+    if (!additionalBandId.empty() && !MergeInfrared<T>()) return false;
+    return CheckInputs<T>() && CreateFusion<T>();
 }
 
 bool PansharpRaster::InitializeChain(IRasterProcessChain& chain, const std::string& message) {
@@ -100,6 +104,68 @@ bool PansharpRaster::OpenMultispectral() {
     }
     pipeline.msSource = &pipeline.msImage;
     return true;
+}
+
+bool PansharpRaster::OpenInfrared() {
+    if (!InitializeChain(*irChain,
+                         FormatString("Failed to Initialize Infrared Image: '%s'", additionalBandId.c_str())))
+        return false;
+    irRaster = irChain->CreateRaster();
+    return irRaster || Fail(ProcessStatus::NoInfraredRaster,
+                            FormatString("Failed to create Infrared Image: '%s'", additionalBandId.c_str()),
+                            &irChain->GetStatus());
+}
+
+template <class T>
+bool PansharpRaster::MergeInfrared() {
+    Pipeline<T>& pipeline = GetPipeline<T>();
+    pipeline.irImage.Attach(irRaster, false);
+    const PXL::ImageInfo msInfo = pipeline.msImage.GetInfo();
+    const PXL::ImageInfo irInfo = pipeline.irImage.GetInfo();
+    if (!CheckInfrared(msInfo.bitsPerSample, irInfo.bitsPerSample)) return false;
+    // The merge reads whole rows of both rasters, so the infrared one must be as large as the multispectral
+    // one too.
+    if (!Covers(msRaster, "multispectral", workAoi.size) ||
+        !Covers(irRaster, "infrared", {msInfo.cols, msInfo.rows}))
+        return false;
+    Fundament::Status reasons;
+    pipeline.mergeOperator = PXL::CreateBlendPixels<T>("mergeBands", reasons);
+    if (!pipeline.mergeOperator)
+        return Fail(ProcessStatus::NoMergeOperator, "could not create PXL::BlendPixels object", &reasons);
+    PXL::BlendPixels<T>& merge = *pipeline.mergeOperator;
+    CopyProperties(merge.properties, properties);
+    merge.EnableMetadata(generateMetadata);
+    if (!merge.Init(msInfo, irInfo, false))
+        return Fail(ProcessStatus::MergeOperatorFailed, "PXL::BlendPixels initialization failed",
+                    &merge.status);
+    pipeline.mergedImage = PXL::CreateImageViaBinaryRowOperator<T>({}, reasons);
+    if (!pipeline.mergedImage)
+        return Fail(
+            ProcessStatus::NoMergedImage,
+            FormatString("could not create PXL::ImageViaBinaryRowOperator object to merge multispectral "
+                         "image '%s' and infra-red image '%s'",
+                         msImageId.c_str(), additionalBandId.c_str()),
+            &reasons);
+    pipeline.mergedImage->EnableMetadata(generateMetadata);
+    if (!pipeline.mergedImage->Init(&pipeline.msImage, &pipeline.irImage, &merge, true))
+        return Fail(
+            ProcessStatus::MergedImageFailed,
+            FormatString("could not initialize BlendPixels object to merge multispectral image '%s' and "
+                         "infra-red image '%s'",
+                         msImageId.c_str(), additionalBandId.c_str()),
+            &pipeline.mergedImage->status);
+    pipeline.msSource = pipeline.mergedImage.get();
+    // Without a window the merged image serves no rows, and the fused row then fails with its reason.
+    pipeline.mergedImage->SetWindow(0, 0, msInfo.cols, msInfo.rows);
+    return true;
+}
+
+bool PansharpRaster::CheckInfrared(std::uint32_t msBits, std::uint32_t irBits) {
+    return msBits == irBits ||
+           Fail(ProcessStatus::DepthsDiffer,
+                FormatString("multispectral and infra-red images are incompatible : images are of different "
+                             "bit-depths (multispectral : %lu bits; infrared : %lu bits)",
+                             ULong{msBits}, ULong{irBits}));
 }
 
 template <class T>
@@ -156,6 +222,7 @@ const unsigned char* PansharpRaster::GetPipelineRow(std::uint32_t row) {
     }
     if (const T* samples = image.GetRow(row)) return reinterpret_cast<const unsigned char*>(samples);
     AppendOnce(image.status);
+    if (const auto& merged = GetPipeline<T>().mergedImage) AppendOnce(merged->status);
     for (IRaster* raster : {panRaster, msRaster, irRaster})
         if (raster) AppendOnce(raster->GetStatus());
     return nullptr;

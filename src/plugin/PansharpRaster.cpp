@@ -206,8 +206,11 @@ void PansharpRaster::AddOnce(std::uint32_t id, const std::string& message) {
 }
 
 void PansharpRaster::AppendOnce(const Fundament::Status& reasons) {
-    for (std::uint32_t i = 0; i < reasons.GetCount(); ++i)
-        if (!status.Contains(reasons.GetItem(i))) status.Add(reasons.GetItem(i));
+    for (std::uint32_t i = 0; i < reasons.GetCount(); ++i) {
+        const Fundament::StatusItem& item = reasons.GetItem(i);
+        const bool isEmpty = item.id == 0 && item.message.empty(); // some images start their status with one
+        if (!isEmpty && !status.Contains(item)) status.Add(item);
+    }
 }
 
 } // namespace KOVA::Tessara::Pixmere

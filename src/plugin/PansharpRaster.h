@@ -3,6 +3,7 @@
 #include "host/Aoi.h"
 #include "host/IRasterProcessChain.h"
 #include "host/IRasterWorkspace.h"
+#include "operators/ImageViaBinaryRowOperator.h"
 #include "pansharp/PanSharp.h"
 #include "plugin/RasterProcess.h"
 #include "pxl/SimpleImage.h"
@@ -53,6 +54,9 @@ private:
         PXL::RasterImage<T> msImage;
         PXL::RasterImage<T> panImage;
         PXL::RasterImage<T> irImage;
+        std::unique_ptr<PXL::BlendPixels<T>> mergeOperator;
+        std::unique_ptr<PXL::BinaryRowImage<T>>
+            mergedImage; ///< the multispectral bands, then the infrared one
         std::unique_ptr<PXL::PanSharpImage<T>> panSharpImage;
         PXL::Image<T>* msSource = nullptr; ///< what panSharpImage takes as multispectral
 
@@ -75,8 +79,12 @@ private:
     // Steps of OpenPipeline, in order; each returns false with its items in the status.
     template <class T>
     bool BuildPipeline();
+    bool OpenInfrared();
     template <class T>
     bool OpenMultispectral();
+    template <class T>
+    bool MergeInfrared();
+    bool CheckInfrared(std::uint32_t msBits, std::uint32_t irBits);
     template <class T>
     bool CheckInputs();
     template <class T>

@@ -15,6 +15,10 @@ inline constexpr std::uint32_t PanNotInitialized = 0xA20A;
 inline constexpr std::uint32_t NoMultispectralImage = 0xA20C; ///< none named, or its raster not created
 inline constexpr std::uint32_t NoInfraredRaster = 0xA20D;
 inline constexpr std::uint32_t DepthsDiffer = 0xA20F;
+inline constexpr std::uint32_t NoMergeOperator = 0xA210;
+inline constexpr std::uint32_t MergeOperatorFailed = 0xA211;
+inline constexpr std::uint32_t NoMergedImage = 0xA212;
+inline constexpr std::uint32_t MergedImageFailed = 0xA213;
 inline constexpr std::uint32_t NoPanSharpImage = 0xA214;
 inline constexpr std::uint32_t PanSharpImageFailed = 0xA215;
 inline constexpr std::uint32_t NoInputRaster = 0xA216;
@@ -26,7 +30,6 @@ inline constexpr std::uint32_t DepthChanged = 0xA224;
 inline constexpr std::uint32_t RasterTooSmall = 0xA225;
 inline constexpr std::uint32_t NoWindow = 0xA226;
 inline constexpr std::uint32_t RowOutsideWindow = 0xA227;
-inline constexpr std::uint32_t InfraredNotMerged = 0xA228;
 inline constexpr std::uint32_t Exception = 0xA22F;
 
 } // namespace KOVA::Tessara::Pixmere::ProcessStatus

@@ -51,7 +51,8 @@ std::string WorkName(const std::string& finalName) {
 }
 
 GDALColorInterp ColourOf(const Scene& scene, std::size_t band) {
-    return scene.multispectral->GetBands()[band].band->GetColorInterpretation();
+    const GDALColorInterp colour = scene.multispectral->GetBands()[band].band->GetColorInterpretation();
+    return colour == GCI_AlphaBand ? GCI_Undefined : colour; // a fused band is no transparency
 }
 
 /// The request's own options, and for GeoTIFF what they leave open.

@@ -1,46 +1,44 @@
 #include "rasterhost/ProcessSettings.h"
 
-#include "fundament/Numbers.h"
 #include "fundament/Text.h"
+#include "rasterhost/BandWeights.h"
 
+#include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
-#include <map>
-#include <utility>
 
 namespace rasterhost {
 
 using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Fundament::StringsEqual;
-using KOVA::Tessara::Fundament::ToLower;
 
 namespace {
 
-/// Properties by name in lower case, since the process reads them in any letter case.
-using Properties = std::map<std::string, std::pair<std::string, std::string>>;
-
-void Set(Properties& properties, const std::string& name, const std::string& value) {
-    properties[ToLower(name)] = {name, value};
+/// True when a method reads weights of the multispectral bands.
+bool WeighsBands(const PansharpMethod& method) {
+    return std::any_of(
+        method.properties, method.properties + method.propertyCount,
+        [](const PansharpProperty& property) { return StringsEqual(property.name, "BandWeight-N", true); });
 }
 
-std::string WeightName(std::size_t band) {
-    return FormatString("BandWeight-%lu", static_cast<unsigned long>(band) + 1);
-}
-
-bool SetWeights(const SharpenRequest& request, const Scene& scene, Properties& properties, Status& status) {
+bool SetWeights(const SharpenRequest& request, const Scene& scene, const PansharpMethod& method,
+                PropertyTexts& properties, Status& status) {
     const std::size_t bands = scene.bandOrder.size();
+    if (!WeighsBands(method))
+        return request.weights.empty() ||
+               Fail(status, HostStatus::RequestInvalid,
+                    FormatString("the method %s weighs no bands; leave the weights out", method.keyword));
     if (!request.weights.empty() && request.weights.size() != bands)
         return Fail(status, HostStatus::RequestInvalid,
                     FormatString("%d weights were given for %d multispectral bands; give one for each",
                                  static_cast<int>(request.weights.size()), static_cast<int>(bands)));
-    for (std::size_t band = 0; band < bands; ++band) {
-        const double weight = request.weights.empty() ? 1.0 / static_cast<double>(bands)
-                                                      : request.weights[scene.bandOrder[band]];
-        if (!std::isfinite(weight))
+    std::vector<double> weights(bands, 1.0 / static_cast<double>(bands));
+    for (std::size_t band = 0; band < request.weights.size(); ++band) {
+        weights[band] = request.weights[scene.bandOrder[band]];
+        if (!std::isfinite(weights[band]))
             return Fail(status, HostStatus::RequestInvalid, "a weight is no finite number");
-        Set(properties, WeightName(band), NumberText(weight));
     }
+    SetEffectiveWeights(method.keyword, weights, properties);
     return true;
 }
 
@@ -56,7 +54,7 @@ const PansharpMethod* FindMethod(const PansharpDescription& plugin, const std::s
     return nullptr;
 }
 
-bool SetRawProperties(const SharpenRequest& request, Properties& properties, Status& status) {
+bool SetRawProperties(const SharpenRequest& request, PropertyTexts& properties, Status& status) {
     constexpr std::array kept = {"MSImageID",  "AdditionalBandID", "_key_Process_RasterId_",
                                  "ReSampleMS", "ReSampleIR",       "outputNBands",
                                  "Method"};
@@ -67,20 +65,14 @@ bool SetRawProperties(const SharpenRequest& request, Properties& properties, Sta
                             FormatString("the property '%s' cannot be set: this program sets it from its "
                                          "inputs and options",
                                          name.c_str()));
-        Set(properties, name, value);
+        SetProperty(properties, name, value);
     }
     return true;
 }
 
 } // namespace
 
-std::string NumberText(double number) {
-    std::array<char, 40> text{};
-    const auto end = std::to_chars(text.data(), text.data() + text.size(), number);
-    return {text.data(), end.ptr};
-}
-
-bool MakeSettings(const SharpenRequest& request, const Scene& scene, const PansharpDescription& plugin,
+bool MakeSettings(const SharpenRequest& request, Scene& scene, const PansharpDescription& plugin,
                   ProcessSettings& settings, Status& status) {
     const PansharpMethod* method = FindMethod(plugin, request.method, status);
     if (!method) return false;
@@ -90,18 +82,23 @@ bool MakeSettings(const SharpenRequest& request, const Scene& scene, const Pansh
                     FormatString("the method %s needs at least %u multispectral bands; %d were given",
                                  method->keyword, method->minimumBands, static_cast<int>(bands)));
     settings.method = method->keyword;
-    Properties properties;
-    Set(properties, "Method", method->keyword);
-    Set(properties, "MSImageID", multispectralId);
-    Set(properties, "_key_Process_RasterId_", sceneId);
-    Set(properties, "outputNBands", FormatString("%u", scene.outputBands));
-    Set(properties, "generateMetadata", "true");
-    if (!SetWeights(request, scene, properties, status) || !SetRawProperties(request, properties, status))
+    if (request.bands.empty() && !WeighsBands(*method)) // it makes nothing of more bands than it needs
+        scene.outputBands = std::min(scene.outputBands, method->minimumBands);
+    PropertyTexts properties;
+    SetProperty(properties, "Method", method->keyword);
+    SetProperty(properties, "MSImageID", multispectralId);
+    SetProperty(properties, "_key_Process_RasterId_", sceneId);
+    SetProperty(properties, "outputNBands", FormatString("%u", scene.outputBands));
+    SetProperty(properties, "generateMetadata", "true");
+    if (!SetWeights(request, scene, *method, properties, status) ||
+        !SetRawProperties(request, properties, status))
         return false;
-    settings.effectiveWeights.resize(bands);
-    for (std::size_t band = 0; band < bands; ++band)
-        settings.effectiveWeights[scene.bandOrder[band]] =
-            KOVA::Tessara::Fundament::StringToDouble(properties[ToLower(WeightName(band))].second, 0.0);
+    if (WeighsBands(*method)) {
+        const auto weights = FindEffectiveWeights(method->keyword, bands, properties);
+        settings.effectiveWeights.resize(bands);
+        for (std::size_t band = 0; band < bands; ++band)
+            settings.effectiveWeights[scene.bandOrder[band]] = weights[band];
+    }
     for (const auto& [key, property] : properties)
         settings.properties[property.first] = property.second;
     return true;

@@ -17,16 +17,15 @@ inline constexpr const char* sceneId = "scene";
 struct ProcessSettings {
     KOVA::Tessara::Global::NameValueMap properties;
     std::string method; ///< the keyword as the plug-in writes it
-    /// Weights of the multispectral bands in the simulated pan, in the order of the request.
+    /// Weights of the multispectral bands in the simulated pan, in the order of the request; empty for a
+    /// method that weighs no bands.
     std::vector<double> effectiveWeights;
 };
 
-/// Turns a request into process properties. False with an item when the plug-in has no such method, when the
+/// Turns a request into process properties; a method that weighs no bands writes those that it needs unless
+/// others are asked for. False with an item when the plug-in has no such method, when the
 /// number of weights is wrong or when a raw property is one that the host keeps to itself.
-[[nodiscard]] bool MakeSettings(const SharpenRequest& request, const Scene& scene,
+[[nodiscard]] bool MakeSettings(const SharpenRequest& request, Scene& scene,
                                 const PansharpDescription& plugin, ProcessSettings& settings, Status& status);
-
-/// The shortest text that reads as this number again.
-[[nodiscard]] std::string NumberText(double number);
 
 } // namespace rasterhost

@@ -2,6 +2,8 @@
 
 #include "fundament/Text.h"
 
+#include <gdal_priv.h>
+
 #include <algorithm>
 
 namespace rasterhost {
@@ -41,6 +43,15 @@ bool OrderBands(const std::vector<int>& wanted, Scene& scene, Status& status) {
             scene.bandOrder.push_back(position);
     scene.multispectral->Reorder(scene.bandOrder);
     return true;
+}
+
+void WarnOfTransparency(const Scene& scene, const Warn& warn) {
+    for (const SourceBand& source : scene.multispectral->GetBands())
+        if (source.band->GetColorInterpretation() == GCI_AlphaBand)
+            warn(FormatString(
+                "band %d of '%s' is marked as transparency; it is fused like any other band: name "
+                "the bands to use, as in FILE,band=1, if it is one",
+                source.number, source.file.c_str()));
 }
 
 bool MatchGeoreferencing(Scene& scene, const Warn& warn, Status& status) {
@@ -117,6 +128,7 @@ std::unique_ptr<Scene> OpenScene(const SharpenRequest& request, const Warn& warn
     if (!scene->multispectral || !OrderBands(request.bands, *scene, status) ||
         !MatchGeoreferencing(*scene, warn, status) || !PlaceImages(*scene, warn, status))
         return nullptr;
+    WarnOfTransparency(*scene, warn);
     return scene;
 }
 

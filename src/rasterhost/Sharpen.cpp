@@ -1,6 +1,8 @@
 #include "rasterhost/Sharpen.h"
 
 #include "fundament/Text.h"
+#include "rasterhost/BandWeights.h"
+#include "rasterhost/GdalErrors.h"
 #include "rasterhost/OutputFile.h"
 #include "rasterhost/WindowPipeline.h"
 
@@ -111,7 +113,7 @@ private:
         for (const double weight : settings.effectiveWeights)
             weights += (weights.empty() ? "" : ", ") + NumberText(weight);
         metadata.emplace_back("Method", settings.method);
-        metadata.emplace_back("EffectiveWeights", weights);
+        if (!weights.empty()) metadata.emplace_back("EffectiveWeights", weights);
         metadata.emplace_back(StringsEqual(request.format, "GTiff", true) ? "TIFFTAG_SOFTWARE" : "Software",
                               FormatString("pansharp %s", PANSHARP_VERSION));
     }
@@ -197,6 +199,7 @@ bool Sharpen(const SharpenRequest& request, SharpenReport& report, Status& statu
     bool isDone = false;
     try {
         GDALAllRegister();
+        const GdalErrors silence; // this thread's; every failure below becomes an item
         isDone = SharpenRun(request, report, status).Run();
     } catch (const std::exception& error) {
         isDone = Fail(status, HostStatus::Unexpected, FormatString("unexpected: %s", error.what()));

@@ -1,5 +1,6 @@
 #include "Plugin.h"
 
+#include <array>
 #include <thread>
 
 using namespace fakehost;
@@ -7,8 +8,8 @@ using namespace fakehost;
 namespace {
 
 /// Checksum of the whole scene, read window by window.
-std::uint64_t Checksum(const std::string& method, std::uint32_t bits, std::uint32_t windowRows) {
-    Session session(Properties{{"Method", method}, {"generateMetadata", "true"}}, bits);
+std::uint64_t Checksum(const Properties& properties, std::uint32_t bits, std::uint32_t windowRows) {
+    Session session(properties, bits);
     if (session.process->Init() == 0) return 0;
     std::uint64_t sum = 14695981039346656037u; // FNV-1a
     for (std::uint32_t first = 0; first < 30; first += windowRows) {
@@ -30,15 +31,19 @@ std::uint64_t Checksum(const std::string& method, std::uint32_t bits, std::uint3
 TEST(Threads, AnObjectEachGivesTheSameBytesForAnyWindows) {
     const Plugin
         held; // the library is not unloaded on the way: the loader's lock is unknown to ThreadSanitizer
-    for (const std::uint32_t bits : {8u, 16u}) {
-        const std::uint64_t whole = Checksum("KOVA", bits, 30);
+    Properties properties{{"Method", ""}, {"AdditionalBandID", ""}, {"generateMetadata", "true"}};
+    for (int kind = 0; kind < 12; ++kind) {
+        const std::uint32_t bits = kind % 2 == 0 ? 8 : 16;
+        properties[0].second = std::array{"KOVA", "Brovey", "IHS"}[kind % 3];
+        properties[1].second = kind < 6 ? "" : "ir";
+        const std::uint64_t whole = Checksum(properties, bits, 30);
         ASSERT_NE(whole, 0u);
-        std::vector<std::uint64_t> sums(8);
+        std::vector<std::uint64_t> sums(4);
         std::vector<std::thread> threads;
         for (std::size_t i = 0; i < sums.size(); ++i)
             threads.emplace_back([&, i] {
                 for (const std::uint32_t rows : {1u, 7u, 13u, 30u}) {
-                    sums[i] = Checksum("kova", bits, rows);
+                    sums[i] = Checksum(properties, bits, rows);
                     if (sums[i] != whole) return;
                 }
             });

@@ -1,0 +1,66 @@
+# What an installation holds, wherever it is put: bin/pansharp, lib/libpansharp.so, the plug-in in lib/pansharp, and
+# for other programs the headers, the static libraries behind them, a package for find_package and one for pkg-config.
+#
+#     Pansharp::contract   the border between host and plug-in (host, fundament)
+#     Pansharp::hostkit    rasters, chains and a workspace over arrays, and the loader of the plug-in
+#     Pansharp::capi       the C interface
+#     Pansharp::pxl        the image library: images, fusion, row operators, colour spaces
+#     Pansharp::plugin     the plug-in as a file
+include(CMakePackageConfigHelpers)
+
+# The image library under one name, whichever of its folders there are.
+add_library(image_library INTERFACE)
+set(image_folders pxl pansharp)
+foreach(folder operators colourspace)
+  if(TARGET ${folder})
+    list(APPEND image_folders ${folder})
+  endif()
+endforeach()
+target_link_libraries(image_library INTERFACE ${image_folders})
+
+set_target_properties(host PROPERTIES EXPORT_NAME contract)
+set_target_properties(pxl PROPERTIES EXPORT_NAME pxl_images)
+set_target_properties(image_library PROPERTIES EXPORT_NAME pxl)
+add_library(Pansharp::contract ALIAS host)
+add_library(Pansharp::hostkit ALIAS hostkit)
+add_library(Pansharp::capi ALIAS capi)
+add_library(Pansharp::pxl ALIAS image_library)
+add_library(Pansharp::plugin ALIAS plugin)
+
+set(PANSHARP_INSTALL_FOLDER "${CMAKE_INSTALL_LIBDIR}/pansharp")
+set(PANSHARP_PACKAGE_FOLDER "${CMAKE_INSTALL_LIBDIR}/cmake/Pansharp")
+set(PANSHARP_HEADER_FOLDER "${CMAKE_INSTALL_INCLUDEDIR}/pansharp")
+
+# Shared libraries that are put beside these are found from wherever the whole lies. The static libraries lie beside
+# the plug-in, since their names are everyday words.
+set_target_properties(capi PROPERTIES INSTALL_RPATH "$ORIGIN")
+set_target_properties(plugin PROPERTIES INSTALL_RPATH "$ORIGIN;$ORIGIN/..")
+install(TARGETS capi EXPORT Pansharp LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(TARGETS plugin EXPORT Pansharp LIBRARY DESTINATION ${PANSHARP_INSTALL_FOLDER})
+install(TARGETS fundament host hostkit kernels_simd kernels_fusion kernels_sampling ${image_folders} image_library
+  EXPORT Pansharp ARCHIVE DESTINATION ${PANSHARP_INSTALL_FOLDER} INCLUDES DESTINATION ${PANSHARP_HEADER_FOLDER})
+if(TARGET cli)
+  set_target_properties(cli PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  install(TARGETS cli RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()
+
+install(FILES "${PROJECT_SOURCE_DIR}/src/capi/pansharp.h" DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+foreach(folder fundament host hostkit kernels ${image_folders})
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/src/${folder}" DESTINATION ${PANSHARP_HEADER_FOLDER}
+    FILES_MATCHING PATTERN "*.h" PATTERN "*-inl.h" EXCLUDE)
+endforeach()
+
+install(EXPORT Pansharp NAMESPACE Pansharp:: FILE PansharpTargets.cmake DESTINATION ${PANSHARP_PACKAGE_FOLDER})
+configure_package_config_file("${CMAKE_CURRENT_LIST_DIR}/PansharpConfig.cmake.in"
+  "${PROJECT_BINARY_DIR}/PansharpConfig.cmake" INSTALL_DESTINATION ${PANSHARP_PACKAGE_FOLDER}
+  NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/PansharpConfigVersion.cmake"
+  VERSION ${PROJECT_VERSION} COMPATIBILITY SameMinorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/PansharpConfig.cmake" "${PROJECT_BINARY_DIR}/PansharpConfigVersion.cmake"
+  DESTINATION ${PANSHARP_PACKAGE_FOLDER})
+
+# From the folder of the file back to the prefix.
+file(RELATIVE_PATH PANSHARP_PREFIX_FROM_PC "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+configure_file("${CMAKE_CURRENT_LIST_DIR}/pansharp.pc.in" "${PROJECT_BINARY_DIR}/pansharp.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/pansharp.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

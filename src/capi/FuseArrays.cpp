@@ -1,0 +1,231 @@
+#include "capi/FuseArrays.h"
+
+#include "fundament/Text.h"
+#include "hostkit/ArrayRaster.h"
+#include "hostkit/ArrayWorkspace.h"
+#include "hostkit/RequestRecord.h"
+#include "hostkit/SampledRaster.h"
+
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <system_error>
+#include <thread>
+
+namespace capi {
+
+using hostkit::PixelRect;
+using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Fundament::Status;
+using KOVA::Tessara::Pixmere::IRasterWorkspace;
+using ULong = unsigned long; // what "%lu" takes
+
+namespace {
+
+constexpr const char* source = "Pansharp.C";
+
+/// Rows of a window: enough that opening it costs little, few enough that threads end together.
+std::uint32_t WindowRows(const FuseJob& job, std::uint32_t threads) {
+    constexpr std::uint64_t fewest = 16, mostPixels = std::uint64_t{1} << 20;
+    const std::uint64_t most = std::max(fewest, mostPixels / job.pan.info.cols);
+    return static_cast<std::uint32_t>(
+        std::clamp(job.pan.info.rows / (std::uint64_t{threads} * 4), fewest, most));
+}
+
+std::uint32_t ThreadCount(const FuseJob& job) {
+    const std::uint32_t wanted = job.threads != 0 ? job.threads : std::thread::hardware_concurrency();
+    return std::clamp(wanted, 1u, (job.pan.info.rows + 15) / 16);
+}
+
+/// A process object with the images that it reads. Used by one thread.
+class Worker {
+public:
+    Worker(const hostkit::PluginLibrary& plugin, const FuseJob& fuseJob, Status& status)
+        : job(fuseJob), panRaster(job.pan.info, {}), workspace(job.pan.info),
+          request(hostkit::MakeRequest(job.pan.info, hostkit::WholeImage(job.pan.info))),
+          process(plugin, job.properties, status) {}
+
+    [[nodiscard]] bool Start(Status& status) {
+        if (!process) return false;
+        process->SetInputRaster(&panRaster);
+        process->SetWorkspace(static_cast<IRasterWorkspace*>(&workspace));
+        process->SetAoi(&request);
+        return process->Init() != 0 || Fail("the process cannot be initialized", status);
+    }
+
+    [[nodiscard]] bool Fuse(const PixelRect& window, Status& status) {
+        panRaster.SetBlock(MakeBlock(job.pan.samples, job.pan.layout, window, panBuffer));
+        SetImage(multispectralId, job.multispectral, window, multispectralBuffer);
+        if (job.infrared) SetImage(infraredId, *job.infrared, window, infraredBuffer);
+        request = hostkit::MakeRequest(job.pan.info, window);
+        if (process->SetWindow(window.col0, window.row0, window.col1, window.row1) == 0)
+            return Fail("the process cannot open a window", status);
+        for (std::uint32_t row = window.row0; row < window.row1; ++row) {
+            const unsigned char* samples = process->GetRow(row);
+            if (!samples) return Fail("the process delivers no row", status);
+            StoreRow(samples, job.processBands, job.outputBands, job.output, job.outputLayout, row);
+        }
+        return true;
+    }
+
+private:
+    void SetImage(const char* id, const InputImage& image, const PixelRect& window,
+                  std::vector<unsigned short>& buffer) {
+        const PixelRect needed =
+            hostkit::SourceRect(hostkit::PlaceGrids(job.pan.info, image.info), window, image.info);
+        workspace.SetImage(id, {image.info, MakeBlock(image.samples, image.layout, needed, buffer)});
+    }
+
+    bool Fail(const char* what, Status& status) {
+        status.Add(CStatus::ProcessFailed, what, source);
+        status.Append(process->GetStatus());
+        return false;
+    }
+
+    const FuseJob& job;
+    std::vector<unsigned short> panBuffer;
+    std::vector<unsigned short> multispectralBuffer;
+    std::vector<unsigned short> infraredBuffer;
+    // The process is the first to be destroyed: it gives its chains back to the workspace.
+    hostkit::ArrayRaster panRaster;
+    hostkit::ArrayWorkspace workspace;
+    KOVA::Tessara::Pixmere::Aoi request;
+    hostkit::Process process;
+};
+
+/// One run over the rows: hands out windows, counts rows, keeps the first failure.
+class Run {
+public:
+    Run(const hostkit::PluginLibrary& library, const FuseJob& fuseJob)
+        : plugin(library), job(fuseJob), threads(ThreadCount(job)), windowRows(WindowRows(job, threads)) {}
+
+    [[nodiscard]] pansharp_result Go(Status& status) {
+        std::vector<std::jthread> helpers;
+        try {
+            StartHelpers(helpers);
+            Work(true);
+            AwaitHelpers();
+        } catch (...) { // the progress callback may be anybody's code
+            stop = true;
+            throw;
+        }
+        helpers.clear();
+        if (cancelled)
+            status.Add(CStatus::Cancelled,
+                       FormatString("cancelled by the progress callback after %lu of %lu rows",
+                                    ULong{reportedRows}, ULong{job.pan.info.rows}),
+                       source);
+        status.Append(failure);
+        return cancelled ? PANSHARP_CANCELLED : failed ? PANSHARP_FAILED : PANSHARP_OK;
+    }
+
+private:
+    void StartHelpers(std::vector<std::jthread>& helpers) {
+        try {
+            while (helpers.size() + 1 < threads) {
+                {
+                    const std::lock_guard lock(mutex);
+                    ++running;
+                }
+                helpers.emplace_back([this] { Help(); });
+            }
+        } catch (const std::system_error&) { // no further thread to be had: those that run do the work
+            const std::lock_guard lock(mutex);
+            --running;
+        }
+    }
+
+    void Help() {
+        try {
+            Work(false);
+        } catch (...) {
+            stop = true;
+            const std::lock_guard lock(mutex);
+            failed = true;
+        }
+        const std::lock_guard lock(mutex);
+        --running;
+        changed.notify_one();
+    }
+
+    void Work(bool reports) {
+        Status reasons;
+        Worker worker(plugin, job, reasons);
+        if (!worker.Start(reasons)) return Fail(reasons);
+        const std::uint32_t rows = job.pan.info.rows;
+        const std::uint32_t windows = (rows - 1) / windowRows + 1;
+        while (!stop) {
+            const std::uint32_t window = nextWindow++;
+            if (window >= windows) break;
+            const std::uint32_t first = window * windowRows;
+            const PixelRect rect{0, first, job.pan.info.cols, first + std::min(windowRows, rows - first)};
+            if (!worker.Fuse(rect, reasons)) return Fail(reasons);
+            Count(rect.GetRows());
+            if (reports) Report();
+        }
+    }
+
+    void Fail(const Status& reasons) {
+        stop = true;
+        const std::lock_guard lock(mutex);
+        if (!failed) failure = reasons;
+        failed = true;
+    }
+
+    void Count(std::uint32_t rows) {
+        const std::lock_guard lock(mutex);
+        doneRows += rows;
+        changed.notify_one();
+    }
+
+    /// Tells the callback what is new. On the calling thread, without the lock.
+    void Report() {
+        std::uint32_t rows = 0;
+        {
+            const std::lock_guard lock(mutex);
+            if (doneRows == reportedRows || failed || cancelled) return;
+            rows = reportedRows = doneRows;
+        }
+        if (!job.progress || job.progress(rows, job.pan.info.rows, job.progressData) == 0) return;
+        // Nothing is left to be cancelled after the last row.
+        if (rows == job.pan.info.rows) return;
+        stop = true;
+        cancelled = true;
+    }
+
+    void AwaitHelpers() {
+        for (bool more = true; more;) {
+            {
+                std::unique_lock lock(mutex);
+                changed.wait(lock, [&] { return running == 0 || (!stop && doneRows != reportedRows); });
+                more = running != 0;
+            }
+            Report();
+        }
+    }
+
+    const hostkit::PluginLibrary& plugin;
+    const FuseJob& job;
+    const std::uint32_t threads;
+    const std::uint32_t windowRows;
+    std::atomic<std::uint32_t> nextWindow = 0;
+    std::atomic<bool> stop = false;
+
+    std::mutex mutex; ///< guards what follows
+    std::condition_variable changed;
+    std::uint32_t running = 0; ///< helpers
+    std::uint32_t doneRows = 0;
+    std::uint32_t reportedRows = 0;
+    bool failed = false;
+    bool cancelled = false; ///< used by the calling thread only
+    Status failure;
+};
+
+} // namespace
+
+pansharp_result FuseArrays(const hostkit::PluginLibrary& plugin, const FuseJob& job, Status& status) {
+    return Run(plugin, job).Go(status);
+}
+
+} // namespace capi

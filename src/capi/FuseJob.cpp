@@ -1,0 +1,242 @@
+#include "capi/FuseJob.h"
+
+#include "fundament/Text.h"
+#include "hostkit/EffectiveWeights.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+namespace capi {
+
+using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Fundament::Status;
+using ULong = unsigned long; // what "%lu" takes
+
+namespace {
+
+bool Refuse(Status& status, const std::string& message) {
+    status.Add(CStatus::BadArgument, message, "Pansharp.C");
+    return false;
+}
+
+/// Takes a structure of another age: what the caller does not know is 0, and what is not known here must be.
+bool TakeStructure(const pansharp_job& given, pansharp_job& job, Status& status) {
+    constexpr std::size_t least = offsetof(pansharp_job, progress_data) + sizeof(void*);
+    if (given.struct_size < least)
+        return Refuse(status, FormatString("job.struct_size is %lu, which is no size of a pansharp_job; call "
+                                           "pansharp_job_init(&job, sizeof job) before filling the job",
+                                           ULong{given.struct_size}));
+    const auto* bytes = reinterpret_cast<const unsigned char*>(&given);
+    if (given.struct_size > sizeof job && std::any_of(bytes + sizeof job, bytes + given.struct_size,
+                                                      [](unsigned char byte) { return byte != 0; }))
+        return Refuse(status, "the job uses members that this libpansharp does not have; install a newer one "
+                              "or leave them out");
+    job = {};
+    std::memcpy(static_cast<void*>(&job), bytes, std::min(given.struct_size, sizeof job));
+    return true;
+}
+
+bool CheckLayout(const char* name, const void* samples, Layout& layout, Status& status) {
+    if (!samples)
+        return Refuse(status, FormatString("%s.samples is null; give the address of the first sample", name));
+    if (layout.columns == 0 || layout.rows == 0 || layout.bands == 0)
+        return Refuse(status, FormatString("%s has %lu columns, %lu rows and %lu bands; none may be 0", name,
+                                           ULong{layout.columns}, ULong{layout.rows}, ULong{layout.bands}));
+    // Samples of a row are counted in 32 bits.
+    if (std::uint64_t{layout.columns} * layout.bands > std::numeric_limits<std::uint32_t>::max())
+        return Refuse(status,
+                      FormatString("%s has %lu columns of %lu bands; a row may have 4294967295 samples "
+                                   "at most",
+                                   name, ULong{layout.columns}, ULong{layout.bands}));
+    if (!FillStrides(layout))
+        return Refuse(status,
+                      FormatString("%s: give its three strides, or 0 for all of them when the samples "
+                                   "are packed with bands interleaved by pixel",
+                                   name));
+    if (!FindRange(samples, layout))
+        return Refuse(status,
+                      FormatString("%s: %lu columns, %lu rows and %lu bands with these strides reach "
+                                   "beyond what memory can hold",
+                                   name, ULong{layout.columns}, ULong{layout.rows}, ULong{layout.bands}));
+    return true;
+}
+
+bool ReadImage(const char* name, const pansharp_image& given, std::uint32_t bits, InputImage& image,
+               Status& status) {
+    image.samples = static_cast<const unsigned char*>(given.samples);
+    image.layout = {given.columns,    given.rows,         given.bands,      bits / 8,
+                    given.row_stride, given.pixel_stride, given.band_stride};
+    if (!CheckLayout(name, given.samples, image.layout, status)) return false;
+    image.info.cols = given.columns;
+    image.info.rows = given.rows;
+    image.info.bandsPerPixel = given.bands;
+    image.info.bitsPerBand = bits;
+    return true;
+}
+
+bool ReadPan(const pansharp_image& given, std::uint32_t bits, InputImage& pan, Status& status) {
+    if (!ReadImage("pan", given, bits, pan, status)) return false;
+    if (given.bands != 1)
+        return Refuse(status, FormatString("pan has %lu bands; it must have one", ULong{given.bands}));
+    if (given.pixel_width != 0 || given.pixel_height != 0 || given.offset_x != 0 || given.offset_y != 0)
+        return Refuse(status, "pan.pixel_width, pixel_height, offset_x and offset_y must be 0: the other "
+                              "images are placed under pan");
+    pan.info.pixelSizeX = pan.info.pixelSizeY = 1.0;
+    pan.info.xMax = pan.info.cols;
+    pan.info.yMin = -static_cast<double>(pan.info.rows);
+    return true;
+}
+
+/// One axis of an image under pan.
+struct Axis {
+    const char* image;
+    const char* size;   ///< name of the pixel size
+    const char* offset; ///< name of the offset
+    const char* pixels; ///< "columns" or "rows"
+    double givenSize;
+    double givenOffset;
+    std::uint32_t panPixels;
+    std::uint32_t ownPixels;
+};
+
+bool PlaceAxis(const Axis& axis, double& pixelSize, Status& status) {
+    constexpr double noise = 1e-6;
+    pixelSize = axis.givenSize == 0.0 ? static_cast<double>(axis.panPixels) / axis.ownPixels : axis.givenSize;
+    if (!(pixelSize >= 1.0 - noise && pixelSize < 1e4))
+        return Refuse(status,
+                      FormatString("a pixel of %s is %.10g pan pixels (%s: %lu %s to %lu of pan); it must "
+                                   "be 1 or more and less than 10000: are the images exchanged?",
+                                   axis.image, pixelSize, axis.size, ULong{axis.ownPixels}, axis.pixels,
+                                   ULong{axis.panPixels}));
+    // Up to one pixel around the image takes the samples of its edge.
+    const double end = axis.givenOffset + axis.panPixels / pixelSize;
+    if (!(axis.givenOffset >= -1.0 - noise && end <= axis.ownPixels + 1.0 + noise))
+        return Refuse(status,
+                      FormatString("pan lies on the %s %.10g to %.10g of %s, which has 0 to %lu and one "
+                                   "more on either side at most; correct %s.%s or %s.%s",
+                                   axis.pixels, axis.givenOffset, end, axis.image, ULong{axis.ownPixels},
+                                   axis.image, axis.offset, axis.image, axis.size));
+    return true;
+}
+
+/// Lays the image under pan, in units of pan pixels from pan's corner, the vertical axis upward.
+bool PlaceImage(const char* name, const pansharp_image& given, const InputImage& pan, InputImage& image,
+                Status& status) {
+    KOVA::Tessara::Pixmere::RasterInfo& info = image.info;
+    if (!PlaceAxis({name, "pixel_width", "offset_x", "columns", given.pixel_width, given.offset_x,
+                    pan.info.cols, info.cols},
+                   info.pixelSizeX, status) ||
+        !PlaceAxis({name, "pixel_height", "offset_y", "rows", given.pixel_height, given.offset_y,
+                    pan.info.rows, info.rows},
+                   info.pixelSizeY, status))
+        return false;
+    info.xMin = -given.offset_x * info.pixelSizeX;
+    info.xMax = info.xMin + info.cols * info.pixelSizeX;
+    info.yMax = given.offset_y * info.pixelSizeY;
+    info.yMin = info.yMax - info.rows * info.pixelSizeY;
+    return true;
+}
+
+bool ReadOutputBands(const pansharp_job& given, FuseJob& job, Status& status) {
+    const std::uint32_t bands = job.multispectral.info.bandsPerPixel;
+    if (given.output_bands ? given.output_band_count == 0 : given.output_band_count != 0)
+        return Refuse(status,
+                      "job.output_bands and job.output_band_count: give both, or neither for all bands");
+    for (std::uint32_t i = 0; i < given.output_band_count; ++i) {
+        const std::uint32_t band = given.output_bands[i];
+        if (band == 0 || band > bands)
+            return Refuse(status,
+                          FormatString("job.output_bands[%lu] is %lu; bands count from 1, and there are "
+                                       "%lu multispectral ones",
+                                       ULong{i}, ULong{band}, ULong{bands}));
+        job.outputBands.push_back(band - 1);
+    }
+    if (job.outputBands.empty())
+        for (std::uint32_t band = 0; band < bands; ++band)
+            job.outputBands.push_back(band);
+    job.processBands = *std::max_element(job.outputBands.begin(), job.outputBands.end()) + 1;
+    return true;
+}
+
+bool ReadOutput(const pansharp_output& given, FuseJob& job, Status& status) {
+    Layout& layout = job.outputLayout;
+    layout = {
+        job.pan.info.cols,          job.pan.info.rows, static_cast<std::uint32_t>(job.outputBands.size()),
+        job.pan.layout.sampleBytes, given.row_stride,  given.pixel_stride,
+        given.band_stride};
+    job.output = static_cast<unsigned char*>(given.samples);
+    if (!CheckLayout("output", given.samples, layout, status)) return false;
+    if (!KeepsSamplesApart(layout))
+        return Refuse(status, "output: with these strides samples would overwrite each other");
+    const AddressRange range = *FindRange(given.samples, layout);
+    const auto overlaps = [&](const InputImage& image) {
+        return range.Overlaps(*FindRange(image.samples, image.layout));
+    };
+    if (overlaps(job.pan) || overlaps(job.multispectral) || (job.infrared && overlaps(*job.infrared)))
+        return Refuse(status,
+                      "output lies in the memory of an image that is read; give it memory of its own");
+    return true;
+}
+
+/// What the process objects are made with.
+bool ReadMethod(const pansharp_job& given, const PansharpDescription& plugin, FuseJob& job, Status& status) {
+    const PansharpMethod* method = hostkit::FindMethod(plugin, given.method ? given.method : "", status);
+    if (!method) return false;
+    const hostkit::WeightedBands bands{job.multispectral.info.bandsPerPixel, job.infrared.has_value()};
+    if (bands.multispectral < method->minimumBands)
+        return Refuse(status,
+                      FormatString("the method %s needs %lu multispectral bands or more; there are %lu",
+                                   method->keyword, ULong{method->minimumBands}, ULong{bands.multispectral}));
+    if (given.weights ? given.weight_count == 0 : given.weight_count != 0)
+        return Refuse(status, "job.weights and job.weight_count: give both, or neither for equal weights");
+    hostkit::EffectiveWeights weights;
+    weights.bands.assign(given.weights, given.weights + given.weight_count);
+    if (given.infrared_weight) weights.infrared = *given.infrared_weight;
+    job.properties["Method"] = method->keyword;
+    job.properties["MSImageID"] = multispectralId;
+    if (job.infrared) job.properties["AdditionalBandID"] = infraredId;
+    job.properties["outputNBands"] = FormatString("%lu", ULong{job.processBands});
+    return hostkit::SetWeights(method->keyword, bands, weights, job.properties, status);
+}
+
+} // namespace
+
+bool ReadJob(const pansharp_job& given, const PansharpDescription& plugin, FuseJob& job, Status& status) {
+    pansharp_job known;
+    if (!TakeStructure(given, known, status)) return false;
+    const std::uint32_t bits = known.bits_per_sample;
+    if (bits != 8 && bits != 16)
+        return Refuse(status, FormatString("job.bits_per_sample is %lu; samples of 8 and of 16 bits can be "
+                                           "fused (put 9 to 15 bits into 16)",
+                                           ULong{bits}));
+    if (!ReadPan(known.pan, bits, job.pan, status) ||
+        !ReadImage("multispectral", known.multispectral, bits, job.multispectral, status) ||
+        !PlaceImage("multispectral", known.multispectral, job.pan, job.multispectral, status))
+        return false;
+    if (known.infrared.samples) {
+        InputImage& infrared = job.infrared.emplace();
+        if (!ReadImage("infrared", known.infrared, bits, infrared, status) ||
+            !PlaceImage("infrared", known.infrared, job.pan, infrared, status))
+            return false;
+        if (known.infrared.bands != 1)
+            return Refuse(status, FormatString("infrared has %lu bands; it must have one",
+                                               ULong{known.infrared.bands}));
+    } else if (known.infrared.columns != 0 || known.infrared.rows != 0) {
+        return Refuse(status, "infrared has a size but infrared.samples is null; leave all of it 0 for none");
+    }
+    if (std::uint64_t{job.pan.info.cols} * (std::uint64_t{job.multispectral.info.bandsPerPixel} + 1) >
+        std::numeric_limits<std::uint32_t>::max())
+        return Refuse(status,
+                      "a row of pan with all bands has more than 4294967295 samples; fuse it in parts");
+    if (!ReadOutputBands(known, job, status) || !ReadOutput(known.output, job, status) ||
+        !ReadMethod(known, plugin, job, status))
+        return false;
+    job.threads = known.threads;
+    job.progress = known.progress;
+    job.progressData = known.progress_data;
+    return true;
+}
+
+} // namespace capi

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "capi/StridedSamples.h"
+#include "capi/pansharp.h"
+#include "fundament/Status.h"
+#include "host/Describe.h"
+#include "host/NameValueMap.h"
+
+#include <optional>
+#include <vector>
+
+namespace capi {
+
+/// IDs under which a process finds its images.
+inline constexpr const char* multispectralId = "multispectral";
+inline constexpr const char* infraredId = "infrared";
+
+/// Ids of the items recorded here.
+namespace CStatus {
+inline constexpr std::uint32_t BadArgument = 0xC001;
+inline constexpr std::uint32_t NoThread = 0xC002;
+inline constexpr std::uint32_t ProcessFailed = 0xC003;
+inline constexpr std::uint32_t Cancelled = 0xC004;
+} // namespace CStatus
+
+/// An image to read, checked. Georeferenced in pan pixels from pan's upper left corner.
+struct InputImage {
+    const unsigned char* samples = nullptr;
+    Layout layout;
+    KOVA::Tessara::Pixmere::RasterInfo info;
+};
+
+/// A job of the C interface, checked and complete: what is left out there has its value here.
+struct FuseJob {
+    InputImage pan;
+    InputImage multispectral;
+    std::optional<InputImage> infrared;
+    unsigned char* output = nullptr;
+    Layout outputLayout;
+    std::vector<std::uint32_t> outputBands; ///< counted from 0
+    std::uint32_t processBands = 0;         ///< the first so many bands come out of the process
+    KOVA::Tessara::Global::NameValueMap properties;
+    std::uint32_t threads = 0; ///< 0: one a processor
+    pansharp_progress progress = nullptr;
+    void* progressData = nullptr;
+};
+
+/// False, with an item that names the member of the C structure, when the job cannot be done as it is.
+[[nodiscard]] bool ReadJob(const pansharp_job& given, const PansharpDescription& plugin, FuseJob& job,
+                           KOVA::Tessara::Fundament::Status& status);
+
+} // namespace capi

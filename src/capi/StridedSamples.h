@@ -1,0 +1,62 @@
+#pragma once
+
+#include "hostkit/SampleBlock.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+/// Samples that lie in memory of the caller with strides of any sign and address.
+namespace capi {
+
+/// Where the samples of an image lie, in bytes from band 0 of its upper left pixel.
+struct Layout {
+    std::uint32_t columns = 0;
+    std::uint32_t rows = 0;
+    std::uint32_t bands = 0;
+    std::uint32_t sampleBytes = 1; ///< 1 or 2
+    std::ptrdiff_t rowStride = 0;
+    std::ptrdiff_t pixelStride = 0;
+    std::ptrdiff_t bandStride = 0;
+
+    [[nodiscard]] std::ptrdiff_t At(std::uint32_t column, std::uint32_t row, std::uint32_t band) const {
+        return static_cast<std::ptrdiff_t>(row) * rowStride +
+               static_cast<std::ptrdiff_t>(column) * pixelStride +
+               static_cast<std::ptrdiff_t>(band) * bandStride;
+    }
+    /// True when the bands lie interleaved by pixel, without gaps, rows from the top, samples aligned.
+    [[nodiscard]] bool IsPacked(const unsigned char* samples) const;
+};
+
+/// Replaces strides that are all 0 by those of packed samples. False when only some are 0 that count, or a
+/// stride would be no number of bytes.
+[[nodiscard]] bool FillStrides(Layout& layout);
+
+/// The addresses that an image touches; the end is exclusive.
+struct AddressRange {
+    std::uintptr_t begin = 0;
+    std::uintptr_t end = 0;
+    [[nodiscard]] bool Overlaps(const AddressRange& other) const {
+        return begin < other.end && other.begin < end;
+    }
+};
+
+/// Nothing when the image would not fit into the address space there.
+[[nodiscard]] std::optional<AddressRange> FindRange(const void* samples, const Layout& layout);
+
+/// True when no two samples are sure to share a byte: each stride reaches over all that the smaller strides
+/// span.
+[[nodiscard]] bool KeepsSamplesApart(const Layout& layout);
+
+/// The samples of a rectangle for a raster. Those that are packed stay where they are; others are copied into
+/// the buffer, which then has to outlive the block.
+[[nodiscard]] hostkit::SampleBlock MakeBlock(const unsigned char* samples, const Layout& layout,
+                                             const hostkit::PixelRect& rect,
+                                             std::vector<unsigned short>& buffer);
+
+/// Writes bands of an interleaved row, counted from 0, as the bands of row `row` of an image.
+void StoreRow(const unsigned char* source, std::uint32_t sourceBands, const std::vector<std::uint32_t>& bands,
+              unsigned char* samples, const Layout& layout, std::uint32_t row);
+
+} // namespace capi

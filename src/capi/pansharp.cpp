@@ -1,0 +1,130 @@
+// The functions of the C interface: no exception leaves them.
+
+#include "capi/pansharp.h"
+
+#include "capi/FuseArrays.h"
+#include "capi/FuseJob.h"
+#include "hostkit/PluginLibrary.h"
+
+#include <algorithm>
+#include <cstring>
+#include <exception>
+#include <memory>
+#include <new>
+#include <string>
+
+using KOVA::Tessara::Fundament::Status;
+
+struct pansharp {
+    std::unique_ptr<hostkit::PluginLibrary> plugin;
+};
+
+namespace {
+
+/// A caller's buffer for the reason of a failure.
+class ErrorText {
+public:
+    ErrorText(char* text, std::size_t bytes) : buffer(text), size(text ? bytes : 0) { Set("", 0); }
+
+    void Set(const char* text) { Set(text, std::strlen(text)); }
+    void Set(const Status& status) {
+        std::string lines;
+        for (std::uint32_t i = 0; i < status.GetCount(); ++i) {
+            const std::string& message = status.GetItem(i).message;
+            if (!message.empty()) lines += (lines.empty() ? "" : "\n") + message;
+        }
+        // A thread that runs out of memory cannot say so.
+        if (lines.empty()) lines = outOfMemory;
+        Set(lines.data(), lines.size());
+    }
+
+    static constexpr const char* outOfMemory = "there is not enough memory";
+
+private:
+    void Set(const char* text, std::size_t length) {
+        if (size == 0) return;
+        length = std::min(length, size - 1);
+        std::memcpy(buffer, text, length);
+        // No part of a character at the end.
+        if (text[length] != 0)
+            while (length > 0 && (static_cast<unsigned char>(text[length]) & 0xC0u) == 0x80u)
+                --length;
+        buffer[length] = 0;
+    }
+
+    char* buffer;
+    std::size_t size;
+};
+
+/// What `call` returns, or `whenThrown` with the reason.
+template <class Result, class Call>
+Result Guarded(ErrorText& error, Result whenThrown, const Call& call) noexcept {
+    try {
+        return call();
+    } catch (const std::bad_alloc&) {
+        error.Set(ErrorText::outOfMemory);
+    } catch (const std::exception& exception) {
+        error.Set(exception.what());
+    } catch (...) {
+        error.Set("an exception of unknown kind was thrown, perhaps by the progress callback");
+    }
+    return whenThrown;
+}
+
+} // namespace
+
+pansharp* pansharp_open(const char* plugin_path, char* error, size_t error_size) {
+    ErrorText text(error, error_size);
+    return Guarded<pansharp*>(text, nullptr, [&]() -> pansharp* {
+        Status status;
+        const std::string path = hostkit::FindPlugin(plugin_path ? plugin_path : "", status);
+        auto library = std::make_unique<pansharp>();
+        if (!path.empty()) library->plugin = hostkit::PluginLibrary::Load(path, status);
+        if (library->plugin) return library.release();
+        text.Set(status);
+        return nullptr;
+    });
+}
+
+void pansharp_close(pansharp* library) { delete library; }
+
+const char* pansharp_version(void) { return PANSHARP_VERSION; }
+
+const char* pansharp_plugin_version(const pansharp* library) {
+    return library ? library->plugin->GetDescription().version : "";
+}
+
+const char* pansharp_plugin_path(const pansharp* library) {
+    return library ? library->plugin->GetPath().c_str() : "";
+}
+
+const char* pansharp_method(const pansharp* library, uint32_t position) {
+    if (!library) return nullptr;
+    const PansharpDescription& plugin = library->plugin->GetDescription();
+    return position < plugin.methodCount ? plugin.methods[position].keyword : nullptr;
+}
+
+void pansharp_job_init(pansharp_job* job, size_t size) {
+    if (!job || size < sizeof job->struct_size) return;
+    std::memset(static_cast<void*>(job), 0, size);
+    job->struct_size = size;
+}
+
+pansharp_result pansharp_fuse(const pansharp* library, const pansharp_job* job, char* error,
+                              size_t error_size) {
+    ErrorText text(error, error_size);
+    if (!library || !job) {
+        text.Set(library ? "job is null; give the address of a pansharp_job"
+                         : "library is null; give what pansharp_open returned");
+        return PANSHARP_BAD_ARGUMENT;
+    }
+    return Guarded(text, PANSHARP_FAILED, [&] {
+        Status status;
+        capi::FuseJob checked;
+        pansharp_result result = PANSHARP_BAD_ARGUMENT;
+        if (capi::ReadJob(*job, library->plugin->GetDescription(), checked, status))
+            result = capi::FuseArrays(*library->plugin, checked, status);
+        if (result != PANSHARP_OK) text.Set(status);
+        return result;
+    });
+}

@@ -1,0 +1,119 @@
+#include "cli/ArgumentText.h"
+
+#include "cli/ExitCode.h"
+#include "fundament/Text.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <filesystem>
+#include <optional>
+#include <string_view>
+#include <system_error>
+
+namespace cli {
+
+using KOVA::Tessara::Fundament::StringsEqual;
+using KOVA::Tessara::Fundament::Trim;
+
+namespace {
+
+constexpr std::string_view bandMark = ",band=";
+constexpr std::uint32_t largestBand = 65535;
+
+/// The value that the whole text is; nothing otherwise.
+template <class Number>
+std::optional<Number> Convert(const std::string& text) {
+    const std::string trimmed = Trim(text);
+    Number value{};
+    const char* end = trimmed.data() + trimmed.size();
+    const auto result = std::from_chars(trimmed.data(), end, value);
+    if (result.ec != std::errc() || result.ptr != end) return std::nullopt;
+    return value;
+}
+
+std::vector<std::string> SplitAtCommas(const std::string& text) {
+    std::vector<std::string> parts;
+    std::string::size_type start = 0;
+    for (auto comma = text.find(','); comma != std::string::npos; comma = text.find(',', start)) {
+        parts.push_back(text.substr(start, comma - start));
+        start = comma + 1;
+    }
+    parts.push_back(text.substr(start));
+    return parts;
+}
+
+bool Exists(const std::string& name) {
+    std::error_code failure;
+    return std::filesystem::exists(name, failure);
+}
+
+} // namespace
+
+rasterhost::InputBand ParseInputBand(const std::string& text) {
+    if (text.empty()) throw UsageError("the name of an input file is empty; give the name of a raster");
+    const auto mark = text.rfind(bandMark);
+    if (mark == std::string::npos || Exists(text)) return {text, std::nullopt};
+    const std::string file = text.substr(0, mark);
+    const auto band = Convert<std::uint32_t>(text.substr(mark + bandMark.size()));
+    if (file.empty() || !band || *band == 0 || *band > largestBand)
+        throw UsageError("'" + text +
+                         "' names no band of a file; after ',band=' comes one number, counted from 1, as in "
+                         "ms.tif,band=3");
+    return {file, static_cast<int>(*band)};
+}
+
+double ParseNumber(const std::string& option, const std::string& text) {
+    const auto value = Convert<double>(text);
+    if (!value || !std::isfinite(*value))
+        throw UsageError(option + ": '" + text + "' is not a number; give one such as 0.25");
+    return *value;
+}
+
+std::uint32_t ParseWhole(const std::string& option, const std::string& text, std::uint32_t minimum,
+                         std::uint32_t maximum) {
+    const auto value = Convert<std::uint32_t>(text);
+    if (!value || *value < minimum || *value > maximum)
+        throw UsageError(option + ": '" + text + "' is not a whole number from " + std::to_string(minimum) +
+                         " to " + std::to_string(maximum));
+    return *value;
+}
+
+std::vector<double> ParseWeights(const std::string& option, const std::string& text) {
+    if (StringsEqual(text, "equal", true)) return {};
+    std::vector<double> weights;
+    for (const std::string& part : SplitAtCommas(text)) {
+        const auto weight = Convert<double>(part);
+        if (!weight || !std::isfinite(*weight))
+            throw UsageError(option + ": '" + part + "' in '" + text +
+                             "' is not a number; give one weight a multispectral band, as in 0.3,0.3,0.4, or "
+                             "'equal'");
+        weights.push_back(*weight);
+    }
+    return weights;
+}
+
+std::vector<int> ParseBandList(const std::string& option, const std::string& text) {
+    if (StringsEqual(text, "all", true)) return {};
+    std::vector<int> bands;
+    for (const std::string& part : SplitAtCommas(text)) {
+        const auto band = Convert<std::uint32_t>(part);
+        if (!band || *band == 0 || *band > largestBand)
+            throw UsageError(option + ": '" + part + "' in '" + text +
+                             "' is not a band number; give numbers from 1, as in 3,2,1");
+        bands.push_back(static_cast<int>(*band));
+        if (std::count(bands.begin(), bands.end(), bands.back()) > 1)
+            throw UsageError(option + ": band " + Trim(part) + " stands twice in '" + text +
+                             "'; name each band once");
+    }
+    return bands;
+}
+
+std::pair<std::string, std::string> ParseNameValue(const std::string& option, const std::string& text) {
+    const auto equals = text.find('=');
+    if (equals == std::string::npos || equals == 0)
+        throw UsageError(option + ": '" + text + "' is not of the form NAME=VALUE");
+    return {text.substr(0, equals), text.substr(equals + 1)};
+}
+
+} // namespace cli

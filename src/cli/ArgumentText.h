@@ -1,0 +1,34 @@
+#pragma once
+
+#include "rasterhost/Sharpen.h"
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// Understanding the values of options. Each function throws UsageError with a text that quotes what was
+/// typed, says what is wrong and what to type. `option` is the name that the text uses.
+namespace cli {
+
+/// FILE or FILE,band=N. A file whose own name ends so is taken as it is.
+[[nodiscard]] rasterhost::InputBand ParseInputBand(const std::string& text);
+
+/// A finite decimal number, with a point in every locale.
+[[nodiscard]] double ParseNumber(const std::string& option, const std::string& text);
+
+/// A whole number within the range.
+[[nodiscard]] std::uint32_t ParseWhole(const std::string& option, const std::string& text,
+                                       std::uint32_t minimum, std::uint32_t maximum);
+
+/// "W1,W2,..." as numbers; "equal" as none.
+[[nodiscard]] std::vector<double> ParseWeights(const std::string& option, const std::string& text);
+
+/// "3,2,1": band numbers from 1, none twice; "all" as none.
+[[nodiscard]] std::vector<int> ParseBandList(const std::string& option, const std::string& text);
+
+/// NAME=VALUE; the name may not be empty, the value may and may hold further "=".
+[[nodiscard]] std::pair<std::string, std::string> ParseNameValue(const std::string& option,
+                                                                 const std::string& text);
+
+} // namespace cli

@@ -1,0 +1,147 @@
+#include "cli/CommandLine.h"
+
+#include "cli/ExitCode.h"
+#include "cli/Suggestion.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <list>
+
+namespace cli {
+
+namespace {
+
+/// One command of the table as the parser knows it.
+struct BoundCommand {
+    const CommandEntry* entry;
+    CLI::App* app;
+    std::list<std::vector<std::string>> values; // bound by address
+    std::vector<std::pair<const OptionEntry*, CLI::Option*>> options;
+};
+
+void Bind(BoundCommand& command) {
+    command.app->set_help_flag();
+    command.app->allow_extras();
+    for (const OptionEntry& entry : command.entry->options) {
+        const std::string names(entry.names);
+        CLI::Option* option;
+        if (entry.IsFlag()) {
+            option = command.app->add_flag(names)->disable_flag_override();
+        } else {
+            option = command.app->add_option(names, command.values.emplace_back());
+            option->expected(1)->allow_extra_args(false)->type_name(std::string(entry.value));
+            option->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        }
+        command.options.emplace_back(&entry, option);
+    }
+}
+
+bool Given(const BoundCommand& command, std::string_view key) {
+    return std::any_of(command.options.begin(), command.options.end(), [key](const auto& option) {
+        return option.first->Key() == key && option.second->count() > 0;
+    });
+}
+
+std::string SeeHelp(const CommandEntry& command) {
+    const std::string name(command.name);
+    return "; 'pansharp " + name + (name.empty() ? "" : " ") + "--help' lists what there is";
+}
+
+bool IsOption(const std::string& argument) { return argument.size() > 1 && argument.starts_with("-"); }
+
+[[noreturn]] void RefuseExtra(const CommandEntry& command, const std::string& extra) {
+    if (!IsOption(extra)) {
+        if (!command.name.empty())
+            throw UsageError("unexpected argument '" + extra + "': '" + std::string(command.name) +
+                             "' takes no files; leave it out");
+        std::vector<std::string> names;
+        for (const CommandEntry& each : Commands())
+            names.emplace_back(each.name);
+        throw UsageError("there is no command '" + extra + "'" + Suggestion(extra, names) + SeeHelp(command));
+    }
+    const std::string name = extra.substr(0, extra.find('='));
+    std::vector<std::string> keys;
+    for (const OptionEntry& option : command.options)
+        keys.emplace_back(option.Key());
+    throw UsageError("unknown option '" + name + "'" + Suggestion(name, keys) + SeeHelp(command));
+}
+
+/// What the parser says in its own words when a value is missing or stands where none belongs.
+[[noreturn]] void RefuseValue(const BoundCommand& command, const std::string& complaint) {
+    const std::string name = complaint.substr(0, complaint.find_first_of(": "));
+    for (const auto& [entry, option] : command.options) {
+        if (!option->check_name(name) && !option->check_lname(name)) continue;
+        const std::string key(entry->Key());
+        if (entry->IsFlag()) throw UsageError(key + " takes no value; give it alone");
+        throw UsageError(key + " needs a value: " + key + " " + std::string(entry->value));
+    }
+    throw UsageError(complaint + SeeHelp(*command.entry));
+}
+
+} // namespace
+
+CommandLine CommandLine::Parse(int argc, const char* const* argv) {
+    CLI::App app;
+    app.require_subcommand(0, 1);
+    std::list<BoundCommand> bound;
+    Bind(bound.emplace_back(BoundCommand{&Program(), &app, {}, {}}));
+    for (const CommandEntry& entry : Commands())
+        Bind(bound.emplace_back(BoundCommand{&entry, app.add_subcommand(std::string(entry.name)), {}, {}}));
+    // What follows "--" is no option, whatever it looks like; the parser takes the arguments from behind.
+    const char* const* const begin = argv + std::min(argc, 1);
+    const char* const* const end = argv + argc;
+    const char* const* const mark = std::find(begin, end, std::string_view("--"));
+    std::vector<std::string> arguments(begin, mark);
+    std::reverse(arguments.begin(), arguments.end());
+    std::string failure;
+    try {
+        app.parse(std::move(arguments));
+    } catch (const CLI::ParseError& error) {
+        failure = error.what();
+    }
+
+    CommandLine line;
+    BoundCommand* used = &bound.front();
+    for (BoundCommand& command : bound)
+        if (command.app->parsed() && !Given(bound.front(), "--version") && !Given(bound.front(), "--help"))
+            used = &command;
+    line.command = used->entry;
+    for (const auto& [entry, option] : used->options) {
+        if (option->count() == 0) continue;
+        if (option->count() > 1 && !entry->repeatable && !entry->IsFlag())
+            throw UsageError(std::string(entry->Key()) + " is given more than once; give it once");
+        line.options[std::string(entry->Key())] = option->results();
+    }
+    if (line.Has("--help") || line.Has("--version")) return line;
+    if (!failure.empty()) RefuseValue(*used, failure);
+    if (used != &bound.front())
+        for (const std::string& extra : app.remaining()) // what came before the command
+            RefuseExtra(Program(), extra);
+    const bool takesFiles = !used->entry->positionals.empty();
+    line.positionals = used->app->remaining();
+    for (const std::string& extra : line.positionals)
+        if (!takesFiles || IsOption(extra)) RefuseExtra(*used->entry, extra);
+    if (mark != end) line.positionals.insert(line.positionals.end(), mark + 1, end);
+    if (!takesFiles && !line.positionals.empty()) RefuseExtra(*used->entry, line.positionals.front());
+    return line;
+}
+
+std::vector<std::string> CommandLine::GetAll(std::string_view key) const {
+    const auto found = options.find(key);
+    return found == options.end() ? std::vector<std::string>() : found->second;
+}
+
+std::string CommandLine::Get(std::string_view key) const {
+    if (const auto found = options.find(key); found != options.end()) return found->second.back();
+    for (const OptionEntry& option : command->options)
+        if (option.Key() == key) return std::string(option.standard);
+    return {};
+}
+
+bool AsksForJson(int argc, const char* const* argv) {
+    const char* const* end = std::find(argv, argv + argc, std::string_view("--"));
+    return std::find(argv, end, std::string_view("--json")) != end;
+}
+
+} // namespace cli

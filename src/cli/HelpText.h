@@ -1,0 +1,12 @@
+#pragma once
+
+#include "cli/OptionTable.h"
+
+#include <string>
+
+namespace cli {
+
+/// The whole help of a command, or of the program with its list of commands, ending in a line feed.
+[[nodiscard]] std::string HelpText(const CommandEntry& command);
+
+} // namespace cli

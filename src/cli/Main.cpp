@@ -1,0 +1,62 @@
+#include "cli/CommandLine.h"
+#include "cli/ExitCode.h"
+#include "cli/HelpText.h"
+#include "cli/MethodsCommand.h"
+#include "cli/RunJson.h"
+#include "cli/SharpenCommand.h"
+#include "cli/StatusText.h"
+
+#include <exception>
+#include <iostream>
+#include <new>
+#include <string>
+
+namespace {
+
+using namespace cli;
+
+ExitCode Run(const CommandLine& line) {
+    const CommandEntry& command = line.GetCommand();
+    if (line.Has("--help")) {
+        std::cout << HelpText(command);
+        return Done;
+    }
+    if (line.Has("--version")) return RunVersion(line);
+    if (command.name == "sharpen") return RunSharpen(line);
+    if (command.name == "methods") return RunMethods(line);
+    std::cerr << HelpText(command);
+    return WrongCommandLine;
+}
+
+ExitCode Fail(ExitCode code, const std::string& message, std::string_view command, bool json) {
+    KOVA::Tessara::Fundament::Status status;
+    status.Add(0, message, "Command");
+    std::cerr << FormatErrors(status);
+    if (json) std::cout << FailureJson(command, code, status);
+    return code;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const bool json = AsksForJson(argc, argv);
+    std::string command;
+    ExitCode code = WorkFailed;
+    try {
+        const CommandLine line = CommandLine::Parse(argc, argv);
+        command = line.GetCommand().name;
+        code = Run(line);
+    } catch (const UsageError& error) {
+        code = Fail(WrongCommandLine, error.what(), command, json);
+    } catch (const std::bad_alloc&) {
+        code = Fail(WorkFailed, "the memory does not suffice; try fewer --threads or a smaller --window",
+                    command, json);
+    } catch (const std::exception& error) {
+        code = Fail(WorkFailed, error.what(), command, json);
+    }
+    if (!std::cout.flush()) {
+        std::cerr << FormatError("standard output cannot be written; is its disk full or its reader gone?");
+        if (code == Done) code = WorkFailed;
+    }
+    return code;
+}

@@ -1,0 +1,84 @@
+#include "cli/MethodsCommand.h"
+
+#include "cli/Plugin.h"
+#include "cli/RunJson.h"
+#include "cli/StatusText.h"
+#include "cli/TextLayout.h"
+#include "fundament/Text.h"
+
+#include <iostream>
+#include <span>
+
+namespace cli {
+
+using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Fundament::Status;
+
+namespace {
+
+constexpr std::size_t detailColumn = 14;
+constexpr std::size_t propertyColumn = 32;
+
+std::string FormatProperties(const PansharpProperty* properties, std::uint32_t count) {
+    std::string text;
+    for (const PansharpProperty& property : std::span(properties, count)) {
+        const std::string standard = property.defaultValue;
+        text += Wrap("    " + std::string(property.name), propertyColumn,
+                     std::string(property.help) + " (" + property.type +
+                         (standard.empty() ? "" : ", default " + standard) + ")");
+    }
+    return text;
+}
+
+std::string FormatMethod(const PansharpMethod& method) {
+    std::string text = std::string(method.keyword) + "\n" + Wrap("  does", detailColumn, method.summary) +
+                       Wrap("  formula", detailColumn, method.formula) +
+                       Wrap("  use", detailColumn, method.advice) +
+                       Wrap("  needs", detailColumn,
+                            FormatString("%u multispectral band%s at least", method.minimumBands,
+                                         method.minimumBands == 1 ? "" : "s"));
+    if (method.propertyCount > 0)
+        text += "  properties\n" + FormatProperties(method.properties, method.propertyCount);
+    return text + "\n";
+}
+
+} // namespace
+
+ExitCode RunMethods(const CommandLine& line) {
+    Status status;
+    const auto plugin = LoadPlugin(line, status);
+    if (!plugin) {
+        std::cerr << FormatErrors(status);
+        if (line.Has("--json")) std::cout << FailureJson("methods", WorkFailed, status);
+        return WorkFailed;
+    }
+    const PansharpDescription& description = plugin->GetDescription();
+    if (line.Has("--json")) {
+        std::cout << MethodsJson(description, plugin->GetPath());
+        return Done;
+    }
+    std::cout << "Methods of the plug-in " << description.name << " " << description.version << " ("
+              << plugin->GetPath() << "), for --method:\n\n";
+    for (const PansharpMethod& method : std::span(description.methods, description.methodCount))
+        std::cout << FormatMethod(method);
+    std::cout << "Properties of the process, whatever the method; the command sets those of images, bands\n"
+                 "and method itself:\n"
+              << FormatProperties(description.properties, description.propertyCount);
+    return Done;
+}
+
+ExitCode RunVersion(const CommandLine& line) {
+    std::cout << "pansharp " << PANSHARP_VERSION << "\n";
+    Status status;
+    if (const auto plugin = LoadPlugin(line, status)) {
+        const PansharpDescription& description = plugin->GetDescription();
+        std::cout << "plug-in " << description.name << " " << description.version << ", contract "
+                  << description.contractVersion << ", " << plugin->GetPath() << "\n";
+        return Done;
+    }
+    std::cout << "plug-in: none that works\n";
+    std::cerr << FormatErrors(status);
+    return WorkFailed;
+}
+
+} // namespace cli

@@ -1,0 +1,112 @@
+#include "cli/OptionTable.h"
+
+namespace cli {
+
+namespace {
+
+constexpr std::string_view inputHeading = "Inputs and outputs";
+constexpr std::string_view fusionHeading = "Fusion";
+constexpr std::string_view runHeading = "Running";
+constexpr std::string_view advancedHeading = "Advanced";
+constexpr std::string_view helpHeading = "Help";
+
+constexpr OptionEntry jsonOption = {
+    "--json", "", "", runHeading, "print one JSON object on standard output instead of text, on failure too"};
+constexpr OptionEntry pluginOption = {"--plugin", "FILE", "the installed one, or what PANSHARP_PLUGIN names",
+                                      advancedHeading, "the plug-in to run"};
+constexpr OptionEntry helpOption = {"-h,--help", "", "", helpHeading, "print this help"};
+
+constexpr PositionalEntry sharpenPositionals[] = {
+    {"PAN", "the panchromatic raster: one band, as fine as the result is to be"},
+    {"MS",
+     "the multispectral bands, in order: one file with several bands, several files, or FILE,band=N for one "
+     "band of a file"},
+};
+
+constexpr OptionEntry sharpenOptions[] = {
+    {"-o,--output", "OUT", "", inputHeading, "the file to write; it appears only when it is complete"},
+    {"-f,--of", "FORMAT", "GTiff", inputHeading, "format of the output: GDAL's short name of a driver"},
+    {"--co", "NAME=VALUE", "", inputHeading, "creation option of the format, such as COMPRESS=DEFLATE", true},
+    {"--overwrite", "", "", inputHeading, "replace the output if it exists"},
+    {"--method", "METHOD", "kova", fusionHeading, "how to fuse; 'pansharp methods' lists what there is"},
+    {"-w,--weights", "W1,W2,...|equal", "equal", fusionHeading,
+     "weights of the multispectral bands in the simulated pan, one a band, in order; 'equal' gives each, the "
+     "infrared band too, the same share of 1"},
+    {"--infrared", "FILE[,band=N]", "", fusionHeading,
+     "an infrared band that takes part in the simulated pan and is not written"},
+    {"--infrared-weight", "W", "the share of one band", fusionHeading,
+     "weight of the infrared band in the simulated pan"},
+    {"-b,--bands", "LIST", "all", fusionHeading,
+     "multispectral bands to write, by number from 1, in order, such as 3,2,1; the others only take part in "
+     "the simulated pan"},
+    {"-j,--threads", "N", "one a processor", runHeading, "threads that fuse"},
+    {"-q,--quiet", "", "", runHeading, "print warnings and errors only"},
+    jsonOption,
+    {"--window", "ROWS", "chosen from the sizes", advancedHeading,
+     "rows that are fused at a time; the pixels do not depend on it"},
+    {"--set", "NAME=VALUE", "", advancedHeading,
+     "a raw property of the process, set last; 'pansharp methods' lists them", true},
+    pluginOption,
+    helpOption,
+};
+
+constexpr OptionEntry methodsOptions[] = {jsonOption, pluginOption, helpOption};
+
+constexpr OptionEntry programOptions[] = {
+    {"--version", "", "", helpHeading, "print the versions of the program and of the plug-in"},
+    helpOption,
+};
+
+constexpr CommandEntry commands[] = {
+    {"sharpen", "pansharp sharpen PAN MS [MS ...] -o OUT [options]",
+     "Fuses a sharp panchromatic raster with a coarser multispectral one into a multispectral raster as fine "
+     "as "
+     "the first.",
+     sharpenPositionals, sharpenOptions,
+     R"(Examples:
+  pansharp sharpen pan.tif ms.tif -o sharp.tif
+  pansharp sharpen B8.TIF B4.TIF B3.TIF B2.TIF -o sharp.tif --co COMPRESS=DEFLATE
+  pansharp sharpen pan.tif ms.tif -o rgb.tif -w 0.2,0.3,0.3,0.2 -b 3,2,1
+  pansharp sharpen pan.tif ms.tif,band=3 ms.tif,band=2 ms.tif,band=1 -o rgb.tif \
+      --infrared ms.tif,band=4 --infrared-weight 0.25
+
+Exit codes: 0 done, 1 the work failed, 2 the command line is wrong, 130 interrupted.
+)"},
+    {"methods",
+     "pansharp methods [options]",
+     "Lists the methods that the plug-in offers, with formula, use and properties.",
+     {},
+     methodsOptions,
+     R"(Examples:
+  pansharp methods
+  pansharp methods --json
+)"},
+};
+
+constexpr CommandEntry program = {"",
+                                  "pansharp COMMAND ...",
+                                  "Pan-sharpening: as fine as the panchromatic raster, in the colours of the "
+                                  "multispectral one.",
+                                  {},
+                                  programOptions,
+                                  R"(Example:
+  pansharp sharpen pan.tif ms.tif -o sharp.tif
+
+'pansharp COMMAND --help' tells more of a command.
+)"};
+
+} // namespace
+
+std::string_view OptionEntry::Key() const { return names.substr(names.find("--")); }
+
+const CommandEntry& Program() { return program; }
+
+std::span<const CommandEntry> Commands() { return commands; }
+
+const CommandEntry* FindCommand(std::string_view name) {
+    for (const CommandEntry& command : commands)
+        if (command.name == name) return &command;
+    return nullptr;
+}
+
+} // namespace cli

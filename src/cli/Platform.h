@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+/// What the command needs of the system that it runs on. One file a platform.
+namespace cli::platform {
+
+[[nodiscard]] bool ErrorsGoToTerminal();
+/// Columns of the terminal that standard error is; 80 when it does not say.
+[[nodiscard]] std::size_t TerminalColumns();
+
+/// The most memory that this process has had in use so far, in bytes.
+[[nodiscard]] std::uint64_t PeakMemory();
+
+/// From here on the first request to stop (SIGINT, SIGTERM) is only noted; a second one stops the process.
+void CatchInterrupts();
+[[nodiscard]] bool WasInterrupted();
+
+} // namespace cli::platform

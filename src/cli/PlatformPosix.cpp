@@ -1,0 +1,52 @@
+#include "cli/Platform.h"
+
+#include <atomic>
+#include <csignal>
+#include <initializer_list>
+#include <sys/ioctl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace cli::platform {
+
+namespace {
+
+// Set on whatever thread takes the signal.
+std::atomic<bool> interrupted = false;
+static_assert(std::atomic<bool>::is_always_lock_free);
+
+void NoteInterrupt(int) {
+    interrupted = true;
+    std::signal(SIGINT, SIG_DFL);
+    std::signal(SIGTERM, SIG_DFL);
+}
+
+} // namespace
+
+bool ErrorsGoToTerminal() { return isatty(STDERR_FILENO) == 1; }
+
+std::size_t TerminalColumns() {
+    winsize size{};
+    return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
+}
+
+std::uint64_t PeakMemory() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return static_cast<std::uint64_t>(usage.ru_maxrss) * 1024;
+}
+
+void CatchInterrupts() {
+    for (const int signal : {SIGINT, SIGTERM}) {
+        struct sigaction action {};
+        sigaction(signal, nullptr, &action);
+        if (action.sa_handler == SIG_IGN) continue; // as under nohup
+        action.sa_handler = NoteInterrupt;
+        action.sa_flags = SA_RESTART;
+        sigaction(signal, &action, nullptr);
+    }
+}
+
+bool WasInterrupted() { return interrupted; }
+
+} // namespace cli::platform

@@ -1,0 +1,59 @@
+#include "cli/ReportText.h"
+
+#include "fundament/Text.h"
+
+namespace cli {
+
+using KOVA::Tessara::Fundament::FormatString;
+using rasterhost::SharpenReport;
+
+namespace {
+
+double Pixels(const SharpenReport& report) {
+    return static_cast<double>(report.columns) * static_cast<double>(report.rows);
+}
+
+std::string FormatWeights(const SharpenReport& report) {
+    std::string text;
+    for (const double weight : report.effectiveWeights)
+        text += FormatString(text.empty() ? "%.4g" : ", %.4g", weight);
+    if (report.infraredWeight)
+        text += FormatString("%sinfrared %.4g", text.empty() ? "" : "; ", *report.infraredWeight);
+    return text;
+}
+
+std::string FormatCount(std::uint64_t count, double of) {
+    const auto shown = static_cast<unsigned long long>(count);
+    const double percent = of > 0.0 ? 100.0 * static_cast<double>(count) / of : 0.0;
+    if (count == 0) return "0";
+    if (percent < 0.01) return FormatString("%llu (under 0.01 %%)", shown);
+    return FormatString("%llu (%.2f %%)", shown, percent);
+}
+
+} // namespace
+
+double MegapixelsPerSecond(const SharpenReport& report) {
+    return report.seconds > 0.0 ? Pixels(report) / report.seconds / 1e6 : 0.0;
+}
+
+std::string FormatReport(const SharpenReport& report, std::uint64_t peakMemory) {
+    std::string text =
+        FormatString("%s: %u x %u pixels, %u band%s of %u bits, method %s, pan %.4g times as fine\n",
+                     report.output.c_str(), report.columns, report.rows, report.bands,
+                     report.bands == 1 ? "" : "s", report.bitsPerSample, report.method.c_str(), report.ratio);
+    if (const std::string weights = FormatWeights(report); !weights.empty())
+        text += "  weights " + weights + "\n";
+    text += FormatString("  %.2f s, %.1f megapixels/s, %d thread%s, peak memory %.0f MB\n", report.seconds,
+                         MegapixelsPerSecond(report), report.threads, report.threads == 1 ? "" : "s",
+                         static_cast<double>(peakMemory) / 1e6);
+    const unsigned largest = report.bitsPerSample >= 32 ? ~0u : (1u << report.bitsPerSample) - 1;
+    for (std::size_t band = 0; band < report.samplesAtLimits.size(); ++band) {
+        const auto& [lowest, highest] = report.samplesAtLimits[band];
+        text += FormatString("  band %zu: %s samples at 0, %s at %u\n", band + 1,
+                             FormatCount(lowest, Pixels(report)).c_str(),
+                             FormatCount(highest, Pixels(report)).c_str(), largest);
+    }
+    return text;
+}
+
+} // namespace cli

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "rasterhost/Sharpen.h"
+
+#include <cstdint>
+#include <string>
+
+namespace cli {
+
+/// The closing lines of a run that is done. `peakMemory` in bytes.
+[[nodiscard]] std::string FormatReport(const rasterhost::SharpenReport& report, std::uint64_t peakMemory);
+
+/// Output pixels a second, in millions; 0 when no time has passed.
+[[nodiscard]] double MegapixelsPerSecond(const rasterhost::SharpenReport& report);
+
+} // namespace cli

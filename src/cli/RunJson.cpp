@@ -1,0 +1,129 @@
+#include "cli/RunJson.h"
+
+#include "cli/ReportText.h"
+#include "cli/StatusText.h"
+
+#include <nlohmann/json.hpp>
+
+namespace cli {
+
+using Json = nlohmann::ordered_json;
+using KOVA::Tessara::Fundament::Status;
+using KOVA::Tessara::Fundament::StatusItem;
+using rasterhost::InputBand;
+using rasterhost::SharpenReport;
+using rasterhost::SharpenRequest;
+
+namespace {
+
+Json Head(std::string_view command, ExitCode code) {
+    Json object;
+    object["command"] = command;
+    object["ok"] = code == Done;
+    object["exit_code"] = static_cast<int>(code);
+    object["version"] = PANSHARP_VERSION;
+    return object;
+}
+
+Json StatusItems(const Status& status) {
+    Json items = Json::array();
+    for (const StatusItem& item : SayingItems(status))
+        items.push_back({{"id", FormatId(item.id)},
+                         {"message", item.message},
+                         {"source", item.source},
+                         {"details", item.details}});
+    return items;
+}
+
+std::string Print(const Json& object) {
+    return object.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+Json Input(const InputBand& input) {
+    Json object = {{"file", input.file}};
+    if (input.band) object["band"] = *input.band;
+    return object;
+}
+
+Json Inputs(const SharpenRequest& request) {
+    Json multispectral = Json::array();
+    for (const InputBand& input : request.multispectral)
+        multispectral.push_back(Input(input));
+    Json object = {{"pan", Input(request.pan)}, {"multispectral", multispectral}};
+    if (request.infrared) object["infrared"] = Input(*request.infrared);
+    return object;
+}
+
+void AddReport(Json& object, const SharpenReport& report) {
+    object["columns"] = report.columns;
+    object["rows"] = report.rows;
+    object["bands"] = report.bands;
+    object["bits_per_sample"] = report.bitsPerSample;
+    object["ratio"] = report.ratio;
+    object["weights"] = report.effectiveWeights;
+    if (report.infraredWeight) object["infrared_weight"] = *report.infraredWeight;
+    object["threads"] = report.threads;
+    object["window_rows"] = report.windowRows;
+    object["seconds"] = report.seconds;
+    object["megapixels_per_second"] = MegapixelsPerSecond(report);
+    Json limits = Json::array();
+    for (const auto& [lowest, highest] : report.samplesAtLimits)
+        limits.push_back({{"band", limits.size() + 1}, {"at_zero", lowest}, {"at_maximum", highest}});
+    object["samples_at_limits"] = limits;
+}
+
+Json Properties(const PansharpProperty* properties, std::uint32_t count) {
+    Json list = Json::array();
+    for (const PansharpProperty* property = properties; property != properties + count; ++property)
+        list.push_back({{"name", property->name},
+                        {"type", property->type},
+                        {"default", property->defaultValue},
+                        {"help", property->help}});
+    return list;
+}
+
+} // namespace
+
+std::string FailureJson(std::string_view command, ExitCode code, const Status& status) {
+    Json object = Head(command, code);
+    object["status"] = StatusItems(status);
+    return Print(object);
+}
+
+std::string SharpenJson(const SharpenRequest& request, const SharpenReport& report, ExitCode code,
+                        const Status& status, std::uint64_t peakMemory) {
+    Json object = Head("sharpen", code);
+    object["inputs"] = Inputs(request);
+    object["output"] = request.output;
+    object["format"] = request.format;
+    object["creation_options"] = request.creationOptions;
+    object["requested_bands"] = request.bands;
+    object["method"] = request.method;
+    if (!report.plugin.empty()) object["plugin"] = report.plugin;
+    if (code == Done) AddReport(object, report);
+    object["peak_memory_bytes"] = peakMemory;
+    object["warnings"] = report.warnings;
+    object["status"] = StatusItems(status);
+    return Print(object);
+}
+
+std::string MethodsJson(const PansharpDescription& plugin, const std::string& file) {
+    Json object = Head("methods", Done);
+    object["plugin"] = {{"name", plugin.name}, {"version", plugin.version}, {"file", file}};
+    Json methods = Json::array();
+    for (std::uint32_t i = 0; i < plugin.methodCount; ++i) {
+        const PansharpMethod& method = plugin.methods[i];
+        methods.push_back({{"keyword", method.keyword},
+                           {"summary", method.summary},
+                           {"formula", method.formula},
+                           {"advice", method.advice},
+                           {"minimum_bands", method.minimumBands},
+                           {"properties", Properties(method.properties, method.propertyCount)}});
+    }
+    object["methods"] = methods;
+    object["properties"] = Properties(plugin.properties, plugin.propertyCount);
+    object["status"] = Json::array();
+    return Print(object);
+}
+
+} // namespace cli

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "cli/ExitCode.h"
+#include "fundament/Status.h"
+#include "host/Describe.h"
+#include "rasterhost/Sharpen.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+/// The JSON objects that "--json" prints: one a run, ending in a line feed. Every object has "command", "ok",
+/// "exit_code", "version" and "status", the items with id, message, source and details. Texts that are not
+/// UTF-8 get replacement characters.
+namespace cli {
+
+/// A run that came to nothing before there was anything to report.
+[[nodiscard]] std::string FailureJson(std::string_view command, ExitCode code,
+                                      const KOVA::Tessara::Fundament::Status& status);
+
+/// `peakMemory` in bytes.
+[[nodiscard]] std::string SharpenJson(const rasterhost::SharpenRequest& request,
+                                      const rasterhost::SharpenReport& report, ExitCode code,
+                                      const KOVA::Tessara::Fundament::Status& status,
+                                      std::uint64_t peakMemory);
+
+[[nodiscard]] std::string MethodsJson(const PansharpDescription& plugin, const std::string& file);
+
+} // namespace cli

@@ -1,0 +1,121 @@
+#include "cli/SharpenArguments.h"
+
+#include "cli/ArgumentText.h"
+#include "cli/ExitCode.h"
+#include "cli/Suggestion.h"
+#include "fundament/Text.h"
+
+#include <span>
+
+namespace cli {
+
+using KOVA::Tessara::Fundament::StartsWith;
+using KOVA::Tessara::Fundament::StringsEqual;
+using rasterhost::SharpenRequest;
+
+namespace {
+
+constexpr std::uint32_t mostThreads = 1024;
+constexpr std::uint32_t mostRows = 0x7FFFFFFFu;
+constexpr const char* firstBandWeight = "BandWeight-1";
+
+void ReadInputs(const CommandLine& line, SharpenRequest& request) {
+    const std::vector<std::string>& files = line.GetPositionals();
+    if (files.empty())
+        throw UsageError(
+            "no input is named; give the panchromatic raster and then the multispectral one, as in "
+            "pansharp sharpen pan.tif ms.tif -o sharp.tif");
+    request.pan = ParseInputBand(files.front());
+    if (files.size() == 1)
+        throw UsageError("only '" + files.front() +
+                         "' is named; give the multispectral raster, or one file a band, after it");
+    for (const std::string& file : std::span(files).subspan(1))
+        request.multispectral.push_back(ParseInputBand(file));
+    if (line.Has("--infrared")) request.infrared = ParseInputBand(line.Get("--infrared"));
+}
+
+void ReadOutput(const CommandLine& line, SharpenRequest& request) {
+    request.output = line.Get("--output");
+    if (request.output.empty())
+        throw UsageError("no output is named; add -o and the name of the file to write");
+    request.format = line.Get("--of");
+    if (request.format.empty()) throw UsageError("--of: the format is empty; give one such as GTiff");
+    for (const std::string& option : line.GetAll("--co")) {
+        (void)ParseNameValue("--co", option);
+        request.creationOptions.push_back(option);
+    }
+    request.overwrite = line.Has("--overwrite");
+}
+
+void ReadFusion(const CommandLine& line, SharpenRequest& request) {
+    request.method = line.Get("--method");
+    request.weights = ParseWeights("--weights", line.Get("--weights"));
+    request.bands = ParseBandList("--bands", line.Get("--bands"));
+    if (line.Has("--infrared-weight")) {
+        if (!request.infrared)
+            throw UsageError("--infrared-weight is given without an infrared band; name it with --infrared");
+        request.infraredWeight = ParseNumber("--infrared-weight", line.Get("--infrared-weight"));
+    }
+    for (const std::string& property : line.GetAll("--set"))
+        request.properties.push_back(ParseNameValue("--set", property));
+}
+
+const PansharpMethod& FindMethod(const PansharpDescription& plugin, const std::string& typed) {
+    std::vector<std::string> keywords;
+    std::string listed;
+    for (std::uint32_t i = 0; i < plugin.methodCount; ++i) {
+        const PansharpMethod& method = plugin.methods[i];
+        if (StringsEqual(method.keyword, typed, true)) return method;
+        keywords.push_back(KOVA::Tessara::Fundament::ToLower(method.keyword));
+        listed += (listed.empty() ? "" : ", ") + keywords.back();
+    }
+    throw UsageError("--method: the plug-in has no method '" + typed + "'" + Suggestion(typed, keywords) +
+                     "; it offers " + listed);
+}
+
+/// "BandWeight-N" stands for "BandWeight-1", "BandWeight-2" and so on.
+bool IsProperty(const PansharpProperty& property, const std::string& name) {
+    const std::string pattern = property.name;
+    if (!pattern.ends_with("-N")) return StringsEqual(pattern, name, true);
+    const std::string stem = pattern.substr(0, pattern.size() - 1);
+    return name.size() > stem.size() && StartsWith(name, stem, true) &&
+           name.find_first_not_of("0123456789", stem.size()) == std::string::npos;
+}
+
+bool HasProperty(const PansharpProperty* properties, std::uint32_t count, const std::string& name) {
+    for (const PansharpProperty& property : std::span(properties, count))
+        if (IsProperty(property, name)) return true;
+    return false;
+}
+
+} // namespace
+
+SharpenRequest MakeSharpenRequest(const CommandLine& line) {
+    SharpenRequest request;
+    ReadInputs(line, request);
+    ReadOutput(line, request);
+    ReadFusion(line, request);
+    if (line.Has("--plugin")) request.plugin = line.Get("--plugin");
+    if (line.Has("--threads"))
+        request.threads = static_cast<int>(ParseWhole("--threads", line.Get("--threads"), 1, mostThreads));
+    if (line.Has("--window")) request.windowRows = ParseWhole("--window", line.Get("--window"), 1, mostRows);
+    return request;
+}
+
+std::vector<std::string> FitToPlugin(const CommandLine& line, const PansharpDescription& plugin,
+                                     SharpenRequest& request) {
+    const PansharpMethod& method = FindMethod(plugin, request.method);
+    request.method = method.keyword;
+    if (line.Has("--weights") && !HasProperty(method.properties, method.propertyCount, firstBandWeight))
+        throw UsageError("--weights: the method " + request.method +
+                         " takes no weights of bands; leave --weights out or choose another method");
+    std::vector<std::string> warnings;
+    for (const auto& [name, value] : request.properties)
+        if (!HasProperty(plugin.properties, plugin.propertyCount, name) &&
+            !HasProperty(method.properties, method.propertyCount, name))
+            warnings.push_back("--set " + name + ": the plug-in names no such property for the method " +
+                               request.method + "; 'pansharp methods' lists those it reads");
+    return warnings;
+}
+
+} // namespace cli

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "cli/CommandLine.h"
+#include "host/Describe.h"
+#include "rasterhost/Sharpen.h"
+
+#include <string>
+#include <vector>
+
+namespace cli {
+
+/// What "pansharp sharpen" was asked, the method still as typed. Throws UsageError.
+[[nodiscard]] rasterhost::SharpenRequest MakeSharpenRequest(const CommandLine& line);
+
+/// Checks what depends on the plug-in: puts the keyword as the plug-in writes it in the place of the method,
+/// refuses weights for a method without any, and returns a warning for each property that the plug-in does
+/// not know. Throws UsageError.
+std::vector<std::string> FitToPlugin(const CommandLine& line, const PansharpDescription& plugin,
+                                     rasterhost::SharpenRequest& request);
+
+} // namespace cli

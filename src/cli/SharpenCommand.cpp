@@ -1,0 +1,73 @@
+#include "cli/SharpenCommand.h"
+
+#include "cli/Platform.h"
+#include "cli/Plugin.h"
+#include "cli/Progress.h"
+#include "cli/ReportText.h"
+#include "cli/RunJson.h"
+#include "cli/SharpenArguments.h"
+#include "cli/StatusText.h"
+
+#include <iostream>
+
+namespace cli {
+
+using KOVA::Tessara::Fundament::Status;
+using rasterhost::SharpenReport;
+using rasterhost::SharpenRequest;
+
+namespace {
+
+Progress::Style ChooseStyle(const CommandLine& line) {
+    if (line.Has("--quiet") || line.Has("--json")) return Progress::Style::Silent;
+    return platform::ErrorsGoToTerminal() ? Progress::Style::Bar : Progress::Style::Lines;
+}
+
+/// Fuses, with progress and warnings on standard error, until it is done, fails or is interrupted.
+ExitCode Fuse(const CommandLine& line, SharpenRequest& request, SharpenReport& report, Status& status) {
+    Progress progress(ChooseStyle(line), std::cerr);
+    request.progress = [&progress](double fraction) {
+        progress.Update(fraction);
+        return !platform::WasInterrupted();
+    };
+    const bool showWarnings = !line.Has("--json");
+    request.warn = [&progress, showWarnings](const std::string& message) {
+        progress.Clear();
+        if (showWarnings) std::cerr << FormatWarning(message);
+    };
+    platform::CatchInterrupts();
+    if (rasterhost::Sharpen(request, report, status)) return Done;
+    return report.cancelled ? Interrupted : WorkFailed;
+}
+
+void PrintOutcome(const CommandLine& line, const SharpenRequest& request, const SharpenReport& report,
+                  ExitCode code, const Status& status) {
+    if (code == Interrupted)
+        std::cerr << "pansharp: interrupted; '" << request.output << "' was not written\n";
+    if (code == WorkFailed) std::cerr << FormatErrors(status);
+    if (line.Has("--json"))
+        std::cout << SharpenJson(request, report, code, status, platform::PeakMemory());
+    else if (code == Done && !line.Has("--quiet"))
+        std::cout << FormatReport(report, platform::PeakMemory());
+}
+
+} // namespace
+
+ExitCode RunSharpen(const CommandLine& line) {
+    SharpenRequest request = MakeSharpenRequest(line);
+    SharpenReport report;
+    Status status;
+    ExitCode code = WorkFailed;
+    if (const auto plugin = LoadPlugin(line, status)) {
+        const std::vector<std::string> warnings = FitToPlugin(line, plugin->GetDescription(), request);
+        if (!line.Has("--json"))
+            for (const std::string& warning : warnings)
+                std::cerr << FormatWarning(warning);
+        code = Fuse(line, request, report, status);
+        report.warnings.insert(report.warnings.begin(), warnings.begin(), warnings.end());
+    }
+    PrintOutcome(line, request, report, code, status);
+    return code;
+}
+
+} // namespace cli

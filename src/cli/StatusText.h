@@ -1,0 +1,25 @@
+#pragma once
+
+#include "fundament/Status.h"
+
+#include <string>
+#include <vector>
+
+namespace cli {
+
+/// The items that say something, in order: those without message and details are left out.
+[[nodiscard]] std::vector<KOVA::Tessara::Fundament::StatusItem>
+SayingItems(const KOVA::Tessara::Fundament::Status& status);
+
+/// The id as six upper-case hexadecimal digits.
+[[nodiscard]] std::string FormatId(std::uint32_t id);
+
+/// What standard error shows of a failure: "pansharp: error: " and the first item's message, then the other
+/// items as indented lines with their ids; details are indented further. Ends in a line feed.
+[[nodiscard]] std::string FormatErrors(const KOVA::Tessara::Fundament::Status& status);
+
+/// "pansharp: error: " or "pansharp: warning: " before one message.
+[[nodiscard]] std::string FormatError(const std::string& message);
+[[nodiscard]] std::string FormatWarning(const std::string& message);
+
+} // namespace cli

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace cli {
+
+/// " (did you mean 'X'?)" with the known name that is nearest to what was typed; empty when none is near.
+[[nodiscard]] std::string Suggestion(const std::string& typed, const std::vector<std::string>& known);
+
+} // namespace cli

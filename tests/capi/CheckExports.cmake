@@ -1,0 +1,13 @@
+# The library exports the functions that its header declares, and nothing else.
+cmake_minimum_required(VERSION 3.25)
+execute_process(COMMAND ${NM} -D --defined-only ${FILE} OUTPUT_VARIABLE exported COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX REPLACE "[0-9a-f]+ [A-Za-z] ([^\n]+)" "\\1" exported "${exported}")
+string(REGEX MATCHALL "[^\n]+" exported "${exported}")
+file(READ "${HEADER}" header)
+string(REGEX MATCHALL "PANSHARP_API [^;(]*pansharp_[a-z_]+\\(" declared "${header}")
+list(TRANSFORM declared REPLACE ".*(pansharp_[a-z_]+)\\(" "\\1")
+list(SORT exported)
+list(SORT declared)
+if(NOT declared OR NOT exported STREQUAL declared)
+  message(FATAL_ERROR "declared: ${declared}\nexported: ${exported}")
+endif()

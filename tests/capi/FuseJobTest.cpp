@@ -1,0 +1,130 @@
+#include "StridedImage.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <limits>
+#include <memory>
+
+namespace {
+
+using namespace testcapi;
+using testing::HasSubstr;
+
+/// Images of a valid job: pan of 8 x 6 pixels, three bands of 4 x 3 pixels, 16 bits.
+struct Images {
+    StridedImage pan{Shape::Packed, 16, 8, 6, 1};
+    StridedImage ms{Shape::Packed, 16, 4, 3, 3};
+    StridedImage out{Shape::Packed, 16, 8, 6, 3};
+    pansharp_job job;
+
+    Images() {
+        pan.Fill(1);
+        ms.Fill(2);
+        pansharp_job_init(&job, sizeof job);
+        job.bits_per_sample = 16;
+        job.pan = pan.Image();
+        job.multispectral = ms.Image();
+        job.output = out.Output();
+    }
+};
+
+class FuseJob : public testing::Test {
+protected:
+    void SetUp() override {
+        char error[2000];
+        library.reset(pansharp_open(PANSHARP_PLUGIN_FILE, error, sizeof error));
+        ASSERT_NE(library, nullptr) << error;
+    }
+    std::unique_ptr<pansharp, decltype(&pansharp_close)> library{nullptr, &pansharp_close};
+};
+
+constexpr std::ptrdiff_t farthest = std::numeric_limits<std::ptrdiff_t>::max();
+const double two[] = {0.5, 0.5};
+const double three[] = {0.2, std::numeric_limits<double>::quiet_NaN(), 0.4};
+const std::uint32_t noBand[] = {1, 4};
+
+TEST_F(FuseJob, RefusesWhatContradictsItself) {
+    const struct {
+        std::function<void(pansharp_job&)> change;
+        const char* says;
+    } cases[] = {
+        {[](auto& job) { job.struct_size = 0; }, "call pansharp_job_init"},
+        {[](auto& job) { job.bits_per_sample = 12; }, "bits_per_sample is 12"},
+        {[](auto& job) { job.pan.samples = nullptr; }, "pan.samples is null"},
+        {[](auto& job) { job.multispectral.samples = nullptr; }, "multispectral.samples is null"},
+        {[](auto& job) { job.output.samples = nullptr; }, "output.samples is null"},
+        {[](auto& job) { job.pan.columns = 0; }, "pan has 0 columns, 6 rows and 1 bands"},
+        {[](auto& job) { job.pan.bands = 2; }, "pan has 2 bands; it must have one"},
+        {[](auto& job) { job.pan.offset_x = 1; }, "pan.pixel_width, pixel_height, offset_x and offset_y"},
+        {[](auto& job) { job.multispectral.bands = 0x60000000; }, "samples at most"},
+        {[](auto& job) { job.multispectral.row_stride = 0; }, "multispectral: give its three strides"},
+        {[](auto& job) { job.output.pixel_stride = 0; }, "output: give its three strides"},
+        {[](auto& job) { job.pan.row_stride = farthest / 2; },
+         "pan: 8 columns, 6 rows and 1 bands with these"},
+        {[](auto& job) { job.multispectral.row_stride = -farthest - 1; }, "beyond what memory can hold"},
+        {[](auto& job) { job.output.band_stride = farthest; }, "output: 8 columns, 6 rows and 3 bands with"},
+        {[](auto& job) { job.output.row_stride = 4; }, "overwrite each other"},
+        {[](auto& job) { job.output.band_stride = 1; }, "overwrite each other"},
+        {[](auto& job) { job.output.samples = const_cast<void*>(job.pan.samples); }, "memory of an image"},
+        {[](auto& job) { std::swap(job.pan.columns, job.multispectral.columns); },
+         "are the images exchanged?"},
+        {[](auto& job) { job.multispectral.pixel_height = 0.5; }, "pixel_height: 3 rows to 6 of pan"},
+        {[](auto& job) { job.multispectral.pixel_width = NAN; }, "are the images exchanged?"},
+        {[](auto& job) { job.multispectral.offset_x = 1.5; }, "columns 1.5 to 5.5 of multispectral"},
+        {[](auto& job) { job.multispectral.offset_y = -1.25; }, "correct multispectral.offset_y"},
+        {[](auto& job) { job.infrared.columns = 4; }, "infrared.samples is null"},
+        {[](auto& job) { job.infrared = job.multispectral; }, "infrared has 3 bands"},
+        {[](auto& job) { job.output_band_count = 2; }, "job.output_bands and job.output_band_count"},
+        {[](auto& job) { job.output_bands = noBand, job.output_band_count = 2; }, "output_bands[1] is 4"},
+        {[](auto& job) { job.method = "Median"; }, "there is no method 'Median'; the plug-in has KOVA"},
+        {[](auto& job) { job.method = "ihs", job.weights = two, job.weight_count = 2; },
+         "2 weights are given"},
+        {[](auto& job) { job.method = "IHS", job.multispectral.bands = 2; }, "needs 3 multispectral bands"},
+        {[](auto& job) { job.weights = two; }, "job.weights and job.weight_count"},
+        {[](auto& job) { job.weights = two, job.weight_count = 2; }, "2 weights are given for 3"},
+        {[](auto& job) { job.weights = three, job.weight_count = 3; },
+         "weight of band 2 is no finite number"},
+        {[](auto& job) { job.infrared_weight = two; }, "there is no infrared band"},
+    };
+    for (const auto& c : cases) {
+        Images images;
+        const auto before = images.out.Samples();
+        c.change(images.job);
+        char error[2000] = "";
+        EXPECT_EQ(pansharp_fuse(library.get(), &images.job, error, sizeof error), PANSHARP_BAD_ARGUMENT)
+            << c.says;
+        EXPECT_THAT(error, HasSubstr(c.says));
+        EXPECT_EQ(images.out.Samples(), before) << c.says;
+    }
+}
+
+TEST_F(FuseJob, RefusesNull) {
+    Images images;
+    char error[200];
+    EXPECT_EQ(pansharp_fuse(nullptr, &images.job, error, sizeof error), PANSHARP_BAD_ARGUMENT);
+    EXPECT_THAT(error, HasSubstr("library is null"));
+    EXPECT_EQ(pansharp_fuse(library.get(), nullptr, error, sizeof error), PANSHARP_BAD_ARGUMENT);
+    EXPECT_THAT(error, HasSubstr("job is null"));
+    EXPECT_EQ(pansharp_fuse(nullptr, nullptr, nullptr, 0), PANSHARP_BAD_ARGUMENT);
+    pansharp_job_init(nullptr, sizeof(pansharp_job));
+    pansharp_close(nullptr);
+}
+
+// A caller that was built against a header with more members.
+TEST_F(FuseJob, TakesALongerStructureWhoseRestIsUnused) {
+    Images images;
+    struct {
+        pansharp_job job;
+        void* more[2];
+    } longer{images.job, {}};
+    longer.job.struct_size = sizeof longer;
+    EXPECT_EQ(pansharp_fuse(library.get(), &longer.job, nullptr, 0), PANSHARP_OK);
+    longer.more[1] = &images;
+    char error[200];
+    EXPECT_EQ(pansharp_fuse(library.get(), &longer.job, error, sizeof error), PANSHARP_BAD_ARGUMENT);
+    EXPECT_THAT(error, HasSubstr("install a newer one"));
+}
+
+} // namespace

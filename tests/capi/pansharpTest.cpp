@@ -1,0 +1,70 @@
+#include "pansharp.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+extern "C" size_t JobSizeInC(void);
+
+namespace {
+
+using testing::HasSubstr;
+
+TEST(Pansharp, RefusesPluginsThatItCannotUse) {
+    const struct {
+        const char* path;
+        const char* says;
+    } cases[] = {
+        {"/nowhere/Pansharp.process", "there is no plug-in file '/nowhere/Pansharp.process'"},
+        {NO_PLUGIN_FILE, "lacks the entry Pansharp_Describe"},
+        {INCOMPLETE_FILE, "lacks the entry Tessara_RasterProcess_CreateObject"},
+        {OTHER_CONTRACT_FILE,
+         "was built against version 2 of the host contract, this program against version 1"},
+    };
+    for (const auto& c : cases) {
+        char error[2000] = "";
+        EXPECT_EQ(pansharp_open(c.path, error, sizeof error), nullptr) << c.path;
+        EXPECT_THAT(error, HasSubstr(c.says));
+        EXPECT_THAT(error, HasSubstr(c.path));
+    }
+}
+
+TEST(Pansharp, FindsThePluginBesideItself) {
+    unsetenv("PANSHARP_PLUGIN");
+    char error[2000];
+    pansharp* library = pansharp_open(nullptr, error, sizeof error);
+    ASSERT_NE(library, nullptr) << error;
+    EXPECT_STREQ(error, "");
+    EXPECT_STREQ(pansharp_plugin_path(library), PANSHARP_PLUGIN_FILE);
+    EXPECT_STREQ(pansharp_plugin_version(library), pansharp_version());
+    EXPECT_STREQ(pansharp_method(library, 0), "KOVA");
+    EXPECT_EQ(pansharp_method(library, 1000), nullptr);
+    pansharp_close(library);
+    EXPECT_STREQ(pansharp_version(), PANSHARP_VERSION);
+    EXPECT_STREQ(pansharp_plugin_path(nullptr), "");
+    EXPECT_STREQ(pansharp_plugin_version(nullptr), "");
+    EXPECT_EQ(pansharp_method(nullptr, 0), nullptr);
+}
+
+TEST(Pansharp, ErrorIsCutToItsBuffer) {
+    const char* path = "/\xC3\xA4"; // one letter of two bytes after the slash
+    char whole[500];
+    ASSERT_EQ(pansharp_open(path, whole, sizeof whole), nullptr);
+    const auto letter = static_cast<std::size_t>(std::strchr(whole, '\xC3') - whole);
+    for (const std::size_t size : {std::size_t{1}, std::size_t{10}, letter + 1, letter + 2, letter + 3}) {
+        std::string buffer(size + 1, '#');
+        EXPECT_EQ(pansharp_open(path, buffer.data(), size), nullptr);
+        const std::size_t kept = size == letter + 2 ? letter : size - 1; // never half a letter
+        EXPECT_EQ(std::string(buffer.c_str()), std::string(whole, kept));
+        EXPECT_EQ(buffer[size], '#');
+    }
+    EXPECT_EQ(pansharp_open(path, nullptr, 0), nullptr);
+    EXPECT_EQ(pansharp_open(path, nullptr, 10), nullptr);
+}
+
+TEST(Pansharp, HeaderMeansTheSameInC) { EXPECT_EQ(JobSizeInC(), sizeof(pansharp_job)); }
+
+} // namespace

@@ -1,0 +1,119 @@
+#include "Child.h"
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace child {
+
+namespace {
+
+constexpr const char* outName = ".stdout";
+constexpr const char* errName = ".stderr";
+
+std::string ReadAll(const std::string& name) {
+    std::ifstream file(name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// In the child: this descriptor becomes that file.
+void Redirect(int descriptor, const std::string& name) {
+    const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    if (file < 0 || dup2(file, descriptor) < 0) _exit(99);
+    close(file);
+}
+
+} // namespace
+
+Folder::Folder() {
+    std::string name = (std::filesystem::temp_directory_path() / "pansharp-cli-XXXXXX").string();
+    if (!mkdtemp(name.data())) throw std::runtime_error("no temporary folder");
+    path = name;
+}
+
+Folder::~Folder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path, ignored);
+}
+
+std::vector<std::string> Folder::List() const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(path))
+        if (const std::string name = entry.path().filename().string(); name != outName && name != errName)
+            names.push_back(name);
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+Running::Running(const Folder& workFolder, const Arguments& arguments,
+                 const std::optional<std::string>& plugin, const std::string& out, int terminal)
+    : folder(workFolder) {
+    std::vector<char*> pointers = {const_cast<char*>(PANSHARP_COMMAND_FILE)};
+    for (const std::string& argument : arguments)
+        pointers.push_back(const_cast<char*>(argument.c_str()));
+    pointers.push_back(nullptr);
+    id = fork();
+    if (id < 0) throw std::runtime_error("no child process");
+    if (id > 0) return;
+    if (chdir(folder.path.c_str()) != 0) _exit(99);
+    for (const int number : {SIGINT, SIGTERM})
+        std::signal(number, SIG_DFL); // a shell in the background may have these ignored
+    Redirect(STDOUT_FILENO, out.empty() ? folder / outName : out);
+    if (terminal >= 0)
+        dup2(terminal, STDERR_FILENO);
+    else
+        Redirect(STDERR_FILENO, folder / errName);
+    unsetenv("PANSHARP_PLUGIN");
+    if (plugin) setenv("PANSHARP_PLUGIN", plugin->c_str(), 1);
+    execv(pointers[0], pointers.data());
+    _exit(99);
+}
+
+std::string Running::ErrorsSoFar() const { return ReadAll(folder / errName); }
+
+void Running::Signal(int number) const { kill(id, number); }
+
+Outcome Running::Finish() {
+    int state = 0;
+    waitpid(id, &state, 0);
+    return {WIFEXITED(state) ? WEXITSTATUS(state) : 1000 + WTERMSIG(state), ReadAll(folder / outName),
+            ReadAll(folder / errName)};
+}
+
+Outcome Run(const Folder& folder, const Arguments& arguments, const std::optional<std::string>& plugin,
+            const std::string& out) {
+    return Running(folder, arguments, plugin, out).Finish();
+}
+
+bool WaitUntil(const std::function<bool()>& condition) {
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > limit) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+Arguments Concatenate(const std::vector<Arguments>& lists) {
+    Arguments all;
+    for (const Arguments& list : lists)
+        all.insert(all.end(), list.begin(), list.end());
+    return all;
+}
+
+std::string AsTyped(const Arguments& arguments) {
+    std::string text;
+    for (const std::string& argument : arguments)
+        text += "'" + argument + "' ";
+    return text;
+}
+
+} // namespace child

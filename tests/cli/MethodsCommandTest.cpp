@@ -1,0 +1,93 @@
+#include "Child.h"
+
+#include "host/Describe.h"
+
+#include <dlfcn.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+/// What the built plug-in says of itself, asked without the command.
+const PansharpDescription& AskPlugin() {
+    static void* library = dlopen(PANSHARP_PLUGIN_FILE, RTLD_NOW | RTLD_LOCAL);
+    void* address = dlsym(library, "Pansharp_Describe");
+    const PansharpDescription* (*describe)() = nullptr;
+    std::memcpy(&describe, &address, sizeof describe);
+    return *describe();
+}
+
+} // namespace
+
+TEST(MethodsCommand, ListsWhatThePluginSays) {
+    const child::Folder folder;
+    const child::Outcome text = child::Run(folder, {"methods"});
+    const child::Outcome json = child::Run(folder, {"methods", "--json"});
+    ASSERT_EQ(text.code, 0) << text.err;
+    ASSERT_EQ(json.code, 0) << json.err;
+    const auto object = nlohmann::json::parse(json.out);
+    EXPECT_EQ(object.at("ok"), true);
+    const PansharpDescription& plugin = AskPlugin();
+    ASSERT_EQ(object.at("methods").size(), plugin.methodCount);
+    for (std::uint32_t i = 0; i < plugin.methodCount; ++i) {
+        const PansharpMethod& method = plugin.methods[i];
+        EXPECT_THAT(text.out, HasSubstr("\n" + std::string(method.keyword) + "\n"));
+        const auto& listed = object.at("methods").at(i);
+        EXPECT_EQ(listed.at("keyword"), method.keyword);
+        EXPECT_EQ(listed.at("formula"), method.formula);
+        EXPECT_EQ(listed.at("minimum_bands"), method.minimumBands);
+        ASSERT_EQ(listed.at("properties").size(), method.propertyCount);
+        for (std::uint32_t p = 0; p < method.propertyCount; ++p) {
+            EXPECT_THAT(text.out, HasSubstr("\n    " + std::string(method.properties[p].name) + " "));
+            EXPECT_EQ(listed.at("properties").at(p).at("default"), method.properties[p].defaultValue);
+        }
+    }
+    ASSERT_EQ(object.at("properties").size(), plugin.propertyCount);
+    for (std::uint32_t p = 0; p < plugin.propertyCount; ++p)
+        EXPECT_THAT(text.out, HasSubstr("\n    " + std::string(plugin.properties[p].name) + " "));
+}
+
+TEST(MethodsCommand, VersionNamesProgramAndPlugin) {
+    const child::Folder folder;
+    for (const child::Arguments& arguments :
+         {child::Arguments{"--version"}, child::Arguments{"--version", "sharpen"}}) {
+        const child::Outcome outcome = child::Run(folder, arguments);
+        EXPECT_EQ(outcome.code, 0);
+        EXPECT_THAT(outcome.out, AllOf(testing::StartsWith("pansharp " PANSHARP_VERSION "\n"),
+                                       HasSubstr(std::string("plug-in Pansharp ") + AskPlugin().version),
+                                       HasSubstr("Pansharp.process")));
+    }
+}
+
+/// The environment names another file: one that is missing, one that is no library.
+TEST(MethodsCommand, APluginThatDoesNotWorkIsExplained) {
+    const child::Folder folder;
+    std::ofstream(folder / "text.process") << "no library";
+    for (const char* name : {"nowhere.process", "text.process"}) {
+        SCOPED_TRACE(name);
+        const child::Outcome methods = child::Run(folder, {"methods", "--json"}, name);
+        EXPECT_EQ(methods.code, 1);
+        EXPECT_THAT(methods.err, AllOf(testing::StartsWith("pansharp: error: "), HasSubstr(name)));
+        const auto object = nlohmann::json::parse(methods.out);
+        EXPECT_EQ(object.at("ok"), false);
+        EXPECT_THAT(std::string(object.at("status").at(0).at("message")), HasSubstr(name));
+
+        const child::Outcome version = child::Run(folder, {"--version"}, name);
+        EXPECT_EQ(version.code, 1);
+        EXPECT_THAT(version.out, HasSubstr("pansharp " PANSHARP_VERSION "\n"));
+        EXPECT_THAT(version.err, HasSubstr(name));
+    }
+    const child::Outcome given =
+        child::Run(folder, {"methods", "--plugin", PANSHARP_PLUGIN_FILE}, "nowhere.process");
+    EXPECT_EQ(given.code, 0) << given.err;
+    EXPECT_THAT(given.out, Not(HasSubstr("nowhere")));
+}

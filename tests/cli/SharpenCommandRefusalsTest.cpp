@@ -1,0 +1,112 @@
+#include "Child.h"
+#include "Scene.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+using child::Arguments;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+/// Files that people really have, beside the good pair pan.tif and ms.tif (four bands, 8 bits).
+void MakeBadFiles(const child::Folder& folder, const scene::Pair& pair) {
+    std::ofstream(folder / "empty.tif").flush();
+    std::ofstream(folder / "text.tif") << "this is no raster";
+    scene::Write(folder / "pan16.tif", scene::MakeRaster(46, 38, 1, 16, 5), {.pixelSize = 10.0});
+    scene::Write(folder / "float.tif", scene::MakeRaster(23, 19, 4, 32, 5), {.pixelSize = 20.0});
+    scene::Write(folder / "far.tif", pair.ms, {.x = 900000.0, .pixelSize = 20.0});
+    scene::Write(folder / "bare.tif", pair.ms, {.pixelSize = 0.0, .epsg = 0});
+    scene::Write(folder / "elsewhere.tif", pair.ms, {.pixelSize = 20.0, .epsg = 32633});
+    scene::Write(folder / "other_size.tif", scene::MakeRaster(20, 19, 1, 8, 5), {.pixelSize = 20.0});
+    scene::Write(folder / "exists.tif", scene::MakeRaster(2, 2, 1, 8, 5), {});
+    std::filesystem::create_directory(folder.path / "folder");
+    const scene::Raster large = scene::MakeRaster(400, 300, 4, 8, 6);
+    scene::Write(folder / "large_pan.tif", scene::MakeRaster(800, 600, 1, 8, 6), {.pixelSize = 10.0});
+    scene::Write(folder / "cut.tif", large, {.pixelSize = 20.0});
+    std::filesystem::resize_file(folder.path / "cut.tif", 240000);
+}
+
+struct Refusal {
+    Arguments arguments;            ///< after "sharpen"
+    std::vector<std::string> words; ///< in what standard error says
+};
+
+const Refusal refusals[] = {
+    {{"nowhere.tif", "ms.tif", "-o", "o.tif"}, {"'nowhere.tif'", "check the name"}},
+    {{"pan.tif", "nowhere.tif", "-o", "o.tif"}, {"'nowhere.tif'", "check the name"}},
+    {{"empty.tif", "ms.tif", "-o", "o.tif"}, {"'empty.tif'", "raster"}},
+    {{"pan.tif", "text.tif", "-o", "o.tif"}, {"'text.tif'", "raster"}},
+    {{"pan.tif", "folder", "-o", "o.tif"}, {"'folder'", "raster"}},
+    {{"large_pan.tif", "cut.tif", "-o", "o.tif"}, {"'cut.tif'", "cut short"}},
+    {{"ms.tif", "pan.tif", "-o", "o.tif"}, {"'ms.tif'", "4 bands", "swapped"}},
+    {{"ms.tif,band=1", "pan.tif", "-o", "o.tif"}, {"'pan.tif'", "swapped"}},
+    {{"pan16.tif", "ms.tif", "-o", "o.tif"}, {"'pan16.tif'", "16", "gdal_translate"}},
+    {{"pan.tif", "float.tif", "-o", "o.tif"}, {"'float.tif'", "Float32", "gdal_translate"}},
+    {{"pan.tif", "far.tif", "-o", "o.tif"}, {"'far.tif'", "overlap"}},
+    {{"pan.tif", "bare.tif", "-o", "o.tif"}, {"'bare.tif'", "georeferenced"}},
+    {{"pan.tif", "elsewhere.tif", "-o", "o.tif"}, {"'elsewhere.tif'", "projection", "gdalwarp"}},
+    {{"pan.tif", "ms.tif", "other_size.tif", "-o", "o.tif"}, {"'other_size.tif'", "agree"}},
+    {{"pan.tif", "ms.tif,band=5", "-o", "o.tif"}, {"'ms.tif'", "no band 5", "1 to 4"}},
+    {{"pan.tif", "ms.tif", "-o", "o.tif", "-w", "1,2"}, {"2 weights", "4 multispectral bands"}},
+    {{"pan.tif", "ms.tif", "-o", "o.tif", "-b", "1,5"}, {"band 5", "1 to 4"}},
+    {{"pan.tif", "ms.tif,band=1", "-o", "o.tif", "--method", "ihs"}, {"IHS", "at least 3"}},
+    {{"pan.tif", "ms.tif", "-o", "o.tif", "--set", "MSImageID=x"}, {"'MSImageID'"}},
+    {{"pan.tif", "ms.tif", "-o", "exists.tif"}, {"'exists.tif'", "--overwrite"}},
+    {{"pan.tif", "ms.tif", "-o", "pan.tif", "--overwrite"}, {"'pan.tif'", "one of the inputs"}},
+    {{"pan.tif", "ms.tif", "-o", "folder", "--overwrite"}, {"'folder'", "is a folder"}},
+    {{"pan.tif", "ms.tif", "-o", "no/o.tif"}, {"'no'", "does not exist"}},
+    {{"pan.tif", "ms.tif", "-o", "o.tif", "-f", "Nonesuch"}, {"'Nonesuch'", "gdalinfo --formats"}},
+    {{"pan.tif", "ms.tif", "-o", "o.tif", "--plugin", "text.tif"}, {"'text.tif'", "plug-in"}},
+    {{"pan.tif", "ms.tif", "-o", "o.tif", "--plugin", "nowhere.process"}, {"'nowhere.process'", "plug-in"}},
+};
+
+} // namespace
+
+TEST(SharpenCommandRefusals, SayWhatIsWrongAndLeaveNothing) {
+    const child::Folder folder;
+    const scene::Pair pair(folder, 4, 8);
+    MakeBadFiles(folder, pair);
+    const auto before = folder.List();
+    const auto existing = scene::Read(folder / "exists.tif").samples;
+    for (const Refusal& refusal : refusals) {
+        SCOPED_TRACE(child::AsTyped(refusal.arguments));
+        const child::Outcome outcome =
+            child::Run(folder, child::Concatenate({{"sharpen", "-q"}, refusal.arguments}));
+        EXPECT_EQ(outcome.code, 1);
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_THAT(outcome.err, StartsWith("pansharp: error: "));
+        for (const std::string& word : refusal.words)
+            EXPECT_THAT(outcome.err, HasSubstr(word));
+        EXPECT_EQ(folder.List(), before);
+        EXPECT_EQ(scene::Read(folder / "exists.tif").samples, existing);
+        EXPECT_EQ(scene::Read(folder / "pan.tif").samples, pair.pan.samples);
+    }
+}
+
+TEST(SharpenCommandRefusals, KeepTheOldFileWhenTheNewOneFails) {
+    const child::Folder folder;
+    const scene::Pair pair(folder, 4, 8);
+    MakeBadFiles(folder, pair);
+    const auto before = folder.List();
+    const auto existing = scene::Read(folder / "exists.tif").samples;
+    const child::Outcome outcome = child::Run(
+        folder, {"sharpen", "large_pan.tif", "cut.tif", "-o", "exists.tif", "--overwrite", "--window", "10"});
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("10 % done")); // it was well under way
+    EXPECT_THAT(outcome.err, HasSubstr("\npansharp: error: "));
+    EXPECT_EQ(folder.List(), before);
+    EXPECT_EQ(scene::Read(folder / "exists.tif").samples, existing);
+}
+
+TEST(SharpenCommandRefusals, NoticeThatTheReportCannotBePrinted) {
+    if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no device that is always full";
+    const child::Folder folder;
+    const child::Outcome outcome = child::Run(folder, {"methods"}, {}, "/dev/full");
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("standard output cannot be written"));
+}

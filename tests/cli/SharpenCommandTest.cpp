@@ -1,0 +1,172 @@
+#include "Child.h"
+#include "Scene.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+
+using child::Arguments;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+/// Dyadic weights: their sums have no rounding, so that the order of the bands does not show.
+constexpr double half = 0.5, quarter = 0.25, eighth = 0.125;
+
+struct GoodRun {
+    const char* what;
+    int bits;
+    Arguments inputs;
+    Arguments options;
+    std::vector<double> weights; ///< of the four bands of ms.tif
+    std::vector<int> wanted;     ///< bands of ms.tif in the output, from 0
+    const char* method = "KOVA";
+};
+
+} // namespace
+
+TEST(SharpenCommand, FusesWhatWasAsked) {
+    const std::vector<double> equal(4, quarter);
+    const std::vector<double> uneven = {half, eighth, quarter, eighth};
+    const GoodRun runs[] = {
+        {"all bands", 8, {"ms.tif"}, {}, equal, {0, 1, 2, 3}},
+        {"16 bits", 16, {"ms.tif"}, {"--method", "KOVA"}, equal, {0, 1, 2, 3}},
+        {"weights", 8, {"ms.tif"}, {"-w", "0.5,0.125,0.25,0.125"}, uneven, {0, 1, 2, 3}},
+        {"negative weight first",
+         16,
+         {"ms.tif"},
+         {"-w", "-0.5,1,.25,0.25"},
+         {-half, 1, quarter, quarter},
+         {0, 1, 2, 3}},
+        {"bands by number", 8, {"ms.tif"}, {"-w", "0.5,0.125,0.25,0.125", "-b", "3,1"}, uneven, {2, 0}},
+        {"bands of a file",
+         8,
+         {"ms.tif,band=4", "ms.tif,band=2"},
+         {"-w", "0.5,0.25"},
+         {0, quarter, 0, half},
+         {3, 1}},
+        {"raw properties last",
+         8,
+         {"ms.tif"},
+         {"-w", "1,1,1,1", "--set", "BandWeight-1=0.5", "--set", "BandWeight-2=0.125", "--set",
+          "bandweight-3=0.25", "--set", "BandWeight-4=0.125"},
+         uneven,
+         {0, 1, 2, 3}},
+        {"windows and threads", 16, {"ms.tif"}, {"--window", "7", "-j", "3"}, equal, {0, 1, 2, 3}},
+        {"Brovey", 8, {"ms.tif"}, {"--method", "brovey"}, equal, {0, 1, 2, 3}, "Brovey"},
+        {"Brovey's weights are those that count",
+         16,
+         {"ms.tif"},
+         {"--method=BROVEY", "-w", "0.5,0.125,0.25,0.125", "-b", "4,2"},
+         uneven,
+         {3, 1},
+         "Brovey"},
+        {"Brovey of two bands",
+         8,
+         {"ms.tif,band=3", "ms.tif,band=1"},
+         {"--method", "brovey", "-w", ".25,.5"},
+         {half, 0, quarter, 0},
+         {2, 0},
+         "Brovey"},
+        {"another format", 8, {"ms.tif"}, {"-f", "ENVI", "--co", "INTERLEAVE=BIP"}, equal, {0, 1, 2, 3}},
+        {"after a double dash", 8, {"--", "ms.tif"}, {}, equal, {0, 1, 2, 3}},
+    };
+    for (const GoodRun& run : runs) {
+        SCOPED_TRACE(run.what);
+        const child::Folder folder;
+        const scene::Pair pair(folder, 4, run.bits);
+        const Arguments arguments =
+            child::Concatenate({{"sharpen", "-o", "out.tif"}, run.options, {"pan.tif"}, run.inputs});
+        const child::Outcome outcome = child::Run(folder, arguments);
+        ASSERT_EQ(outcome.code, 0) << outcome.err;
+        const scene::Raster fused = scene::Read(folder / "out.tif");
+        EXPECT_EQ(fused.bits, run.bits);
+        EXPECT_EQ(fused.samples, scene::Fuse(run.method, pair.pan, pair.ms, run.weights, run.wanted).samples);
+    }
+}
+
+/// IHS replaces the largest of its three bands by pan, truncated on its way, and fuses no others.
+TEST(SharpenCommand, WritesTheThreeBandsOfIhs) {
+    const child::Folder folder;
+    const scene::Pair pair(folder, 5, 8);
+    const child::Outcome outcome =
+        child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "--method", "ihs"});
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, testing::Not(HasSubstr("weights")));
+    const scene::Raster fused = scene::Read(folder / "out.tif");
+    ASSERT_EQ(fused.bands, 3);
+    for (int row = 0; row < fused.rows; ++row)
+        for (int column = 0; column < fused.columns; ++column)
+            ASSERT_THAT(static_cast<int>(pair.pan.At(0, row, column)) -
+                            static_cast<int>(std::max({fused.At(0, row, column), fused.At(1, row, column),
+                                                       fused.At(2, row, column)})),
+                        testing::AnyOf(0, 1));
+}
+
+TEST(SharpenCommand, ClosesWithWhatWasDone) {
+    const child::Folder folder;
+    const scene::Pair pair(folder, 3, 8);
+    const child::Outcome outcome = child::Run(
+        folder, {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "-w", "0.5,0.25,0.25", "-j", "1"});
+    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    const scene::Raster fused = scene::Read(folder / "out.tif");
+    const auto zeros = std::count(fused.samples.begin(), fused.samples.begin() + 46 * 38, 0u);
+    for (const std::string& words :
+         {std::string("out.tif: 46 x 38 pixels, 3 bands of 8 bits, method KOVA"),
+          std::string("weights 0.5, 0.25, 0.25\n"), std::string(" megapixels/s, 1 thread, peak memory "),
+          "band 1: " + std::to_string(zeros) + " ("})
+        EXPECT_THAT(outcome.out, HasSubstr(words));
+    EXPECT_THAT(outcome.err, HasSubstr("100 % done"));
+    EXPECT_THAT(folder.List(), ElementsAre("ms.tif", "out.tif", "pan.tif"));
+
+    const child::Outcome quiet =
+        child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "--overwrite", "-q"});
+    EXPECT_EQ(quiet.code, 0);
+    EXPECT_EQ(quiet.out + quiet.err, "");
+}
+
+TEST(SharpenCommand, WarnsAndGoesOn) {
+    const child::Folder folder;
+    const scene::Pair pair(folder, 3, 8);
+    scene::Write(folder / "bare_pan.tif", pair.pan, {.pixelSize = 0, .epsg = 0});
+    scene::Write(folder / "bare_ms.tif", pair.ms, {.pixelSize = 0, .epsg = 0});
+    const child::Outcome bare =
+        child::Run(folder, {"sharpen", "bare_pan.tif", "bare_ms.tif", "-o", "bare.tif", "--quiet"});
+    EXPECT_EQ(bare.code, 0);
+    EXPECT_THAT(bare.err,
+                HasSubstr("pansharp: warning: neither 'bare_pan.tif' nor 'bare_ms.tif' is georeferenced"));
+
+    const child::Outcome unknown =
+        child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "a.tif", "--set", "BandWieght-1=2"});
+    EXPECT_EQ(unknown.code, 0);
+    EXPECT_THAT(unknown.err, HasSubstr("warning: --set BandWieght-1: the plug-in names no such property"));
+    const child::Outcome known =
+        child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "b.tif", "--set", "bandweight-12=2"});
+    EXPECT_EQ(known.code, 0);
+    EXPECT_THAT(known.err, testing::Not(HasSubstr("warning")));
+}
+
+/// The scene is large on paper only; once the first tenth is fused, nine tenths of the time are left.
+TEST(SharpenCommand, StopsWhenInterrupted) {
+    for (const int signal : {SIGINT, SIGTERM}) {
+        const child::Folder folder;
+        scene::WriteSparse(folder / "pan.tif", 8192, 8192, 1, {.pixelSize = 10.0});
+        scene::WriteSparse(folder / "ms.tif", 4096, 4096, 4, {.pixelSize = 20.0});
+        child::Running running(
+            folder, {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "--window", "16", "-j", "1"});
+        const auto isUnderWay = [&] { return running.ErrorsSoFar().find("10 % done") != std::string::npos; };
+        ASSERT_TRUE(child::WaitUntil(isUnderWay));
+        EXPECT_THAT(folder.List(), testing::SizeIs(3)); // the unfinished output, under another name
+        running.Signal(signal);
+        const child::Outcome outcome = running.Finish();
+        EXPECT_EQ(outcome.code, 130);
+        EXPECT_THAT(outcome.err, HasSubstr("pansharp: interrupted; 'out.tif' was not written"));
+        EXPECT_THAT(outcome.err, testing::Not(HasSubstr("100 %")));
+        EXPECT_THAT(outcome.out, IsEmpty());
+        EXPECT_THAT(folder.List(), ElementsAre("ms.tif", "pan.tif"));
+    }
+}

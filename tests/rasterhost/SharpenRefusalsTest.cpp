@@ -1,0 +1,146 @@
+#include "SceneFiles.h"
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+
+namespace {
+
+using namespace testfiles;
+using rasterhost::SharpenRequest;
+using testing::AllOf;
+using testing::HasSubstr;
+
+unsigned Flat(int, int, int) { return 50; }
+
+/// Files, most of them wrong in one way, and a request that is right.
+class Refusals : public testing::Test {
+protected:
+    Refusals() {
+        request.pan.file = folder.Write("pan.tif", {40, 40, 1, GDT_Byte, Grid(10.0), "EPSG:32630"}, Flat);
+        request.multispectral = {
+            {folder.Write("ms.tif", {20, 20, 3, GDT_Byte, Grid(20.0), "EPSG:32630"}, Flat), {}}};
+        request.output = folder / "fused.tif";
+    }
+    [[nodiscard]] std::string Make(const char* name, const FileShape& shape) const {
+        return folder.Write(name, shape, Flat);
+    }
+    /// A request with one thing changed must be refused with these texts, and must leave no file behind.
+    void Refuse(const std::function<void(SharpenRequest&)>& change, const std::vector<std::string>& texts) {
+        SharpenRequest changed = request;
+        change(changed);
+        const auto before = folder.List();
+        const Outcome outcome = RunSharpen(changed);
+        EXPECT_FALSE(outcome.isDone) << texts.front();
+        ASSERT_GE(outcome.status.GetCount(), 1u) << texts.front();
+        for (const std::string& text : texts)
+            EXPECT_THAT(outcome.status.GetItem(0).message, HasSubstr(text));
+        EXPECT_EQ(folder.List(), before);
+    }
+
+    const Folder folder;
+    SharpenRequest request;
+};
+
+TEST_F(Refusals, TheRequestIsRightOtherwise) {
+    const Outcome outcome = RunSharpen(request);
+    EXPECT_TRUE(outcome.isDone) << outcome.status.ToText();
+    EXPECT_TRUE(outcome.report.warnings.empty());
+}
+
+TEST_F(Refusals, InputsThatCannotBeServed) {
+    const std::string text = folder / "text.tif";
+    std::ofstream(text) << "no raster";
+    const std::string other = Make("other.tif", {30, 20, 1, GDT_Byte, Grid(20.0), "EPSG:32630"});
+    const std::string moved = Make("moved.tif", {20, 20, 1, GDT_Byte, Grid(20.0, 500020.0), "EPSG:32630"});
+    const std::string real = Make("real.tif", {20, 20, 1, GDT_Float32, Grid(20.0), "EPSG:32630"});
+    const std::string wide = Make("wide.tif", {20, 20, 1, GDT_UInt16, Grid(20.0), "EPSG:32630"});
+    const std::string turned =
+        Make("turned.tif", {20, 20, 1, GDT_Byte, std::array{500000.0, 20.0, 1.0, 4000000.0, 1.0, -20.0}, {}});
+    const std::string& ms = request.multispectral[0].file;
+    const auto useMs = [](std::vector<rasterhost::InputBand> inputs) {
+        return [inputs](SharpenRequest& r) { r.multispectral = inputs; };
+    };
+    Refuse([&](SharpenRequest& r) { r.pan.file = folder / "absent.tif"; },
+           {"absent.tif", "cannot be opened"});
+    Refuse([&](SharpenRequest& r) { r.pan.file = text; }, {"text.tif", "is a raster"});
+    Refuse([&](SharpenRequest& r) { r.pan.file = ms; }, {"has 3 bands", "band=1", "swapped"});
+    Refuse(useMs({}), {"no multispectral file"});
+    Refuse(useMs({{ms, 4}}), {"no band 4", "1 to 3"});
+    Refuse(useMs({{ms, 0}}), {"no band 0"});
+    Refuse(useMs({{ms, {}}, {other, {}}}), {"other.tif", "width (30)", "ms.tif", "(20)"});
+    Refuse(useMs({{ms, {}}, {moved, {}}}), {"moved.tif", "same place"});
+    Refuse(useMs({{ms, {}}, {wide, {}}}), {"wide.tif", "bits per sample (16)", "(8)"});
+    Refuse(useMs({{real, {}}}), {"real.tif", "Float32", "gdal_translate -ot"});
+    Refuse(useMs({{turned, {}}}), {"turned.tif", "not north up", "gdalwarp"});
+}
+
+TEST_F(Refusals, PalettesAreNoIntensities) {
+    const std::string name = Make("palette.tif", {20, 20, 1, GDT_Byte, Grid(20.0), "EPSG:32630"});
+    {
+        GDALDatasetUniquePtr dataset(GDALDataset::Open(name.c_str(), GDAL_OF_UPDATE));
+        GDALColorTable table;
+        const GDALColorEntry red = {255, 0, 0, 255};
+        table.SetColorEntry(7, &red);
+        dataset->GetRasterBand(1)->SetColorTable(&table);
+    }
+    Refuse([&](SharpenRequest& r) { r.multispectral = {{name, {}}}; }, {"palette", "-expand rgb"});
+}
+
+TEST_F(Refusals, PairsThatDoNotFit) {
+    const std::string wide = Make("wide.tif", {20, 20, 3, GDT_UInt16, Grid(20.0), "EPSG:32630"});
+    const std::string zone = Make("zone.tif", {20, 20, 3, GDT_Byte, Grid(20.0), "EPSG:32631"});
+    const std::string away = Make("away.tif", {20, 20, 3, GDT_Byte, Grid(20.0, 600000.0), "EPSG:32630"});
+    const std::string beside = Make("beside.tif", {20, 20, 3, GDT_Byte, Grid(20.0, 500400.0), "EPSG:32630"});
+    const std::string fine = Make("fine.tif", {80, 80, 3, GDT_Byte, Grid(5.0), "EPSG:32630"});
+    const std::string nowhere = Make("nowhere.tif", {20, 20, 3, GDT_Byte, {}, {}});
+    const struct {
+        std::string file;
+        std::vector<std::string> texts;
+    } cases[] = {
+        {wide, {"pan.tif", "8 bits", "wide.tif", "16", "-ot"}},
+        {zone, {"zone.tif", "different projections", "gdalwarp -t_srs"}},
+        {away, {"away.tif", "do not overlap", "600000"}},
+        {beside, {"beside.tif", "do not overlap"}},
+        {fine, {"fine.tif", "smaller than the pan pixels", "swapped"}},
+        {nowhere, {"pan.tif", "is georeferenced", "nowhere.tif", "is not"}},
+    };
+    for (const auto& c : cases)
+        Refuse([&](SharpenRequest& r) { r.multispectral = {{c.file, {}}}; }, c.texts);
+}
+
+TEST_F(Refusals, SettingsThatMakeNoSense) {
+    Refuse([](SharpenRequest& r) { r.weights = {0.5, 0.5}; }, {"2 weights", "3 multispectral bands"});
+    Refuse([](SharpenRequest& r) { r.weights = {0.5, 0.5, std::nan("")}; }, {"finite"});
+    Refuse([](SharpenRequest& r) { r.bands = {1, 4}; }, {"no band 4", "1 to 3"});
+    Refuse([](SharpenRequest& r) { r.bands = {2, 2}; }, {"band 2", "twice"});
+    Refuse([](SharpenRequest& r) { r.method = "Magic"; }, {"'Magic'", "KOVA"});
+    Refuse([](SharpenRequest& r) { r.method = "ihs", r.weights = {0.3, 0.3, 0.3}; }, {"IHS weighs no bands"});
+    Refuse([](SharpenRequest& r) { r.method = "ihs", r.multispectral[0].band = 1; },
+           {"IHS needs at least 3 multispectral bands; 1"});
+    Refuse([](SharpenRequest& r) { r.properties = {{"outputnbands", "1"}}; }, {"outputnbands"});
+    Refuse([](SharpenRequest& r) { r.infrared = r.pan; }, {"infrared"});
+    Refuse([](SharpenRequest& r) { r.plugin = "/nowhere/Pansharp.process"; }, {"/nowhere/Pansharp.process"});
+}
+
+TEST_F(Refusals, OutputsThatCannotBe) {
+    const std::string& pan = request.pan.file;
+    const std::string existing = Make("existing.tif", {1, 1, 1, GDT_Byte, {}, {}});
+    std::filesystem::create_symlink(pan, folder / "link.tif");
+    Refuse([](SharpenRequest& r) { r.output = ""; }, {"no output"});
+    Refuse([&](SharpenRequest& r) { r.output = existing; }, {"existing.tif", "exists", "--overwrite"});
+    Refuse([&](SharpenRequest& r) { r.output = pan, r.overwrite = true; }, {"pan.tif", "one of the inputs"});
+    Refuse([&](SharpenRequest& r) { r.output = folder / "link.tif", r.overwrite = true; },
+           {"link.tif", "one of the inputs"});
+    Refuse([&](SharpenRequest& r) { r.output = folder / "none/fused.tif"; }, {"none", "does not exist"});
+    Refuse([&](SharpenRequest& r) { r.output = folder / ".", r.overwrite = true; }, {"is a folder"});
+    Refuse([](SharpenRequest& r) { r.format = "NoFormat"; }, {"'NoFormat'"});
+    Refuse([](SharpenRequest& r) { r.format = "PNG"; }, {"'PNG'", "gdal_translate -of PNG"});
+    Refuse(
+        [](SharpenRequest& r) {
+            r.creationOptions = {"COMPRESS=NONSENSE", "BLOCKXSIZE=17"};
+        },
+        {"fused.tif", "cannot be created"});
+}
+
+} // namespace
