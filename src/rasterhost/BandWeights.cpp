@@ -6,8 +6,6 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cmath>
-#include <limits>
 
 namespace rasterhost {
 
@@ -27,16 +25,6 @@ double BroveyScale(const std::vector<double>& weights) {
     return weights[3] > 0.0 ? 4.0 : 3.0;
 }
 
-/// A number whose product with `scale` is `product`, or as near to it as there is one.
-double Unscaled(double product, double scale) {
-    const double quotient = product / scale;
-    for (const double direction : {-1.0, 1.0}) {
-        const double beside = std::nextafter(quotient, direction * std::numeric_limits<double>::infinity());
-        if (std::fabs(beside * scale - product) < std::fabs(quotient * scale - product)) return beside;
-    }
-    return quotient;
-}
-
 std::string WeightName(std::size_t band) {
     return FormatString("BandWeight-%lu", static_cast<unsigned long>(band) + 1);
 }
@@ -52,12 +40,9 @@ void SetProperty(PropertyTexts& properties, const std::string& name, const std::
     properties[ToLower(name)] = {name, value};
 }
 
-void SetEffectiveWeights(const std::string& method, const std::vector<double>& weights,
-                         PropertyTexts& properties) {
-    const double scale = IsBrovey(method) ? BroveyScale(weights) : 1.0;
-    for (std::size_t band = 0; band < weights.size(); ++band)
-        SetProperty(properties, WeightName(band),
-                    NumberText(band < scaledBands ? Unscaled(weights[band], scale) : weights[band]));
+std::optional<double> FindAdditionalBandWeight(const PropertyTexts& properties) {
+    const std::string text = ValueOf(properties, "AdditionalBandWeight");
+    return text.empty() ? std::nullopt : std::optional(StringToDouble(text, 0.0));
 }
 
 std::vector<double> FindEffectiveWeights(const std::string& method, std::size_t bands,
@@ -74,8 +59,7 @@ std::vector<double> FindEffectiveWeights(const std::string& method, std::size_t 
         for (std::size_t band = 0; band < std::min(bands, scaledBands); ++band)
             weights[band] *= scale;
     }
-    if (const std::string last = ValueOf(properties, "AdditionalBandWeight"); !last.empty() && bands > 0)
-        weights.back() = StringToDouble(last, 0.0);
+    if (const auto last = FindAdditionalBandWeight(properties); last && bands > 0) weights.back() = *last;
     return weights;
 }
 

@@ -13,8 +13,9 @@ using KOVA::Tessara::Pixmere::IRasterWorkspace;
 
 FusionSlot::FusionSlot(const Scene& images, const hostkit::PluginLibrary& plugin,
                        const ProcessSettings& settings, Status& creation)
-    : scene(images), pan(*images.pan), multispectral(*images.multispectral), workspace(images.pan->GetInfo()),
-      process(plugin, settings.properties, creation),
+    : scene(images), pan(*images.pan), multispectral(*images.multispectral),
+      infrared(images.infrared ? std::make_unique<GdalRaster>(*images.infrared) : nullptr),
+      workspace(images.pan->GetInfo()), process(plugin, settings.properties, creation),
       pixelBytes(std::size_t{images.outputBands} * (images.pan->GetInfo().bitsPerBand / 8)),
       rowBytes(pixelBytes * images.pan->GetInfo().cols) {}
 
@@ -35,17 +36,31 @@ bool FusionSlot::Init(std::uint32_t mostRows, Status& status) {
     return process->Init() != 0 || FailedProcess("initialize", status);
 }
 
+namespace {
+
+bool ReadRect(GdalRaster& raster, const PixelRect& rect, Status& status) {
+    if (raster.SetWindow(rect.col0, rect.row0, rect.col1, rect.row1) != 0) return true;
+    Fail(status, HostStatus::InputNotRead, "an input cannot be read");
+    status.Append(raster.GetStatus());
+    return false;
+}
+
+} // namespace
+
+bool FusionSlot::ReadSource(const InputImage& image, GdalRaster& raster, const char* imageId,
+                            Status& status) {
+    const auto placement = hostkit::PlaceGrids(scene.pan->GetInfo(), image.GetInfo());
+    if (!ReadRect(raster, hostkit::SourceRect(placement, window, image.GetInfo()), status)) return false;
+    workspace.SetImage(imageId, {image.GetInfo(), raster.GetBlock()});
+    return true;
+}
+
 bool FusionSlot::Read(std::uint32_t firstRow, std::uint32_t endRow, Status& status) {
     window = {0, firstRow, scene.pan->GetInfo().cols, endRow};
-    const PixelRect source = hostkit::SourceRect(scene.placement, window, scene.multispectral->GetInfo());
-    const auto read = [&status](GdalRaster& raster, const PixelRect& rect) {
-        if (raster.SetWindow(rect.col0, rect.row0, rect.col1, rect.row1) != 0) return true;
-        Fail(status, HostStatus::InputNotRead, "an input cannot be read");
-        status.Append(raster.GetStatus());
+    if (!ReadRect(pan, window, status) ||
+        !ReadSource(*scene.multispectral, multispectral, multispectralId, status))
         return false;
-    };
-    if (!read(pan, window) || !read(multispectral, source)) return false;
-    workspace.SetImage(multispectralId, {scene.multispectral->GetInfo(), multispectral.GetBlock()});
+    if (infrared && !ReadSource(*scene.infrared, *infrared, infraredId, status)) return false;
     // The process takes the bounds from this record and the size from the window.
     request = hostkit::MakeRequest(scene.pan->GetInfo(), window);
     return true;

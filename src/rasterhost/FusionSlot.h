@@ -6,6 +6,7 @@
 #include "rasterhost/LimitTally.h"
 #include "rasterhost/ProcessSettings.h"
 
+#include <memory>
 #include <vector>
 
 namespace rasterhost {
@@ -21,7 +22,8 @@ public:
 
     /// Prepares the process for windows of up to so many rows. False with items.
     [[nodiscard]] bool Init(std::uint32_t mostRows, Status& status);
-    /// Reads the samples of pan's rows and of the multispectral rows that they are interpolated from.
+    /// Reads the samples of pan's rows and of the multispectral and infrared rows that they are interpolated
+    /// from.
     [[nodiscard]] bool Read(std::uint32_t firstRow, std::uint32_t endRow, Status& status);
     /// Fuses the rows that were read and counts their limits. Pixels without multispectral data become 0 and
     /// do not count.
@@ -36,12 +38,14 @@ public:
     [[nodiscard]] const KOVA::Tessara::Global::NameValueMap& GetMetadata() { return process->GetMetadata(); }
 
 private:
+    bool ReadSource(const InputImage& image, GdalRaster& raster, const char* imageId, Status& status);
     bool FailedProcess(const char* what, Status& status);
     void TakeRow(const unsigned char* samples, unsigned char* out);
 
     const Scene& scene;
     GdalRaster pan;
     GdalRaster multispectral;
+    std::unique_ptr<GdalRaster> infrared; ///< null without an infrared band
     hostkit::ArrayWorkspace workspace;
     KOVA::Tessara::Pixmere::Aoi request;
     hostkit::Process process; ///< made after what it uses, so destroyed before it

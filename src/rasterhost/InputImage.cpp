@@ -184,6 +184,7 @@ void InputImage::Reorder(const std::vector<std::size_t>& order) {
     for (const std::size_t position : order)
         reordered.push_back(bands[position]);
     bands = std::move(reordered);
+    info.bandsPerPixel = static_cast<std::uint32_t>(bands.size());
 }
 
 bool InputImage::Read(const PixelRect& rect, unsigned char* out, Status& status) const {

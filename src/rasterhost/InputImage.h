@@ -56,7 +56,8 @@ public:
 
     /// Stretches an image without georeferencing over the extent of another.
     void SpreadOver(const RasterInfo& other);
-    /// Puts the bands into another order: `order` holds every position, counted from 0, once.
+    /// Puts the bands into another order and leaves out those that `order`, positions counted from 0, does
+    /// not name.
     void Reorder(const std::vector<std::size_t>& order);
 
     /// Reads a rectangle of all bands, interleaved by pixel and packed, into `out`. Not for two threads at a

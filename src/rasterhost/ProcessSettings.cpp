@@ -1,11 +1,11 @@
 #include "rasterhost/ProcessSettings.h"
 
 #include "fundament/Text.h"
+#include "hostkit/EffectiveWeights.h"
 #include "rasterhost/BandWeights.h"
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 
 namespace rasterhost {
 
@@ -21,37 +21,56 @@ bool WeighsBands(const PansharpMethod& method) {
         [](const PansharpProperty& property) { return StringsEqual(property.name, "BandWeight-N", true); });
 }
 
-bool SetWeights(const SharpenRequest& request, const Scene& scene, const PansharpMethod& method,
+/// The weights of the request as properties of the process, whose bands are in another order.
+bool SetWeights(const SharpenRequest& request, const Scene& scene, const std::string& method,
                 PropertyTexts& properties, Status& status) {
+    hostkit::EffectiveWeights weights{request.weights, request.infraredWeight};
     const std::size_t bands = scene.bandOrder.size();
-    if (!WeighsBands(method))
-        return request.weights.empty() ||
-               Fail(status, HostStatus::RequestInvalid,
-                    FormatString("the method %s weighs no bands; leave the weights out", method.keyword));
-    if (!request.weights.empty() && request.weights.size() != bands)
-        return Fail(status, HostStatus::RequestInvalid,
-                    FormatString("%d weights were given for %d multispectral bands; give one for each",
-                                 static_cast<int>(request.weights.size()), static_cast<int>(bands)));
-    std::vector<double> weights(bands, 1.0 / static_cast<double>(bands));
-    for (std::size_t band = 0; band < request.weights.size(); ++band) {
-        weights[band] = request.weights[scene.bandOrder[band]];
-        if (!std::isfinite(weights[band]))
-            return Fail(status, HostStatus::RequestInvalid, "a weight is no finite number");
-    }
-    SetEffectiveWeights(method.keyword, weights, properties);
+    if (request.weights.size() == bands)
+        for (std::size_t band = 0; band < bands; ++band)
+            weights.bands[band] = request.weights[scene.bandOrder[band]];
+    KOVA::Tessara::Global::NameValueMap texts;
+    if (!hostkit::SetWeights(method, {static_cast<std::uint32_t>(bands), scene.infrared != nullptr}, weights,
+                             texts, status))
+        return false;
+    for (const auto& [name, value] : texts)
+        SetProperty(properties, name, value);
     return true;
 }
 
-const PansharpMethod* FindMethod(const PansharpDescription& plugin, const std::string& keyword,
-                                 Status& status) {
-    std::string known;
-    for (std::uint32_t i = 0; i < plugin.methodCount; ++i) {
-        if (StringsEqual(plugin.methods[i].keyword, keyword, true)) return &plugin.methods[i];
-        known += (known.empty() ? "" : ", ") + std::string(plugin.methods[i].keyword);
+/// The weights as the process will find them, raw properties included, in the order of the request.
+void FillWeights(const Scene& scene, const PansharpMethod& method, const PropertyTexts& properties,
+                 ProcessSettings& settings) {
+    const std::size_t bands = scene.bandOrder.size();
+    const std::size_t all = bands + (scene.infrared ? 1 : 0);
+    if (!WeighsBands(method)) {
+        if (scene.infrared) settings.infraredWeight = FindAdditionalBandWeight(properties).value_or(0.0);
+        return;
     }
-    Fail(status, HostStatus::RequestInvalid,
-         FormatString("there is no method '%s'; the plug-in has %s", keyword.c_str(), known.c_str()));
-    return nullptr;
+    const auto weights = FindEffectiveWeights(method.keyword, all, properties);
+    settings.effectiveWeights.resize(bands);
+    for (std::size_t band = 0; band < bands; ++band)
+        settings.effectiveWeights[scene.bandOrder[band]] = weights[band];
+    if (scene.infrared) settings.infraredWeight = weights.back();
+}
+
+/// IHS makes nothing of more bands than its three, and takes the fourth for the infrared one.
+bool FitBands(const SharpenRequest& request, const PansharpMethod& method, Scene& scene, Status& status) {
+    if (scene.bandOrder.size() < method.minimumBands)
+        return Fail(status, HostStatus::RequestInvalid,
+                    FormatString("the method %s needs at least %u multispectral bands; %d were given",
+                                 method.keyword, method.minimumBands,
+                                 static_cast<int>(scene.bandOrder.size())));
+    if (WeighsBands(method)) return true;
+    if (request.bands.empty()) scene.outputBands = std::min(scene.outputBands, method.minimumBands);
+    if (!scene.infrared || scene.bandOrder.size() == method.minimumBands) return true;
+    if (scene.outputBands > method.minimumBands)
+        return Fail(
+            status, HostStatus::RequestInvalid,
+            FormatString("the method %s writes %u bands beside an infrared one; name so many with --bands",
+                         method.keyword, method.minimumBands));
+    scene.KeepFirstBands(method.minimumBands);
+    return true;
 }
 
 bool SetRawProperties(const SharpenRequest& request, PropertyTexts& properties, Status& status) {
@@ -74,31 +93,20 @@ bool SetRawProperties(const SharpenRequest& request, PropertyTexts& properties, 
 
 bool MakeSettings(const SharpenRequest& request, Scene& scene, const PansharpDescription& plugin,
                   ProcessSettings& settings, Status& status) {
-    const PansharpMethod* method = FindMethod(plugin, request.method, status);
-    if (!method) return false;
-    const std::size_t bands = scene.bandOrder.size();
-    if (bands < method->minimumBands)
-        return Fail(status, HostStatus::RequestInvalid,
-                    FormatString("the method %s needs at least %u multispectral bands; %d were given",
-                                 method->keyword, method->minimumBands, static_cast<int>(bands)));
+    const PansharpMethod* method = hostkit::FindMethod(plugin, request.method, status);
+    if (!method || !FitBands(request, *method, scene, status)) return false;
     settings.method = method->keyword;
-    if (request.bands.empty() && !WeighsBands(*method)) // it makes nothing of more bands than it needs
-        scene.outputBands = std::min(scene.outputBands, method->minimumBands);
     PropertyTexts properties;
     SetProperty(properties, "Method", method->keyword);
     SetProperty(properties, "MSImageID", multispectralId);
+    SetProperty(properties, "AdditionalBandID", scene.infrared ? infraredId : "");
     SetProperty(properties, "_key_Process_RasterId_", sceneId);
     SetProperty(properties, "outputNBands", FormatString("%u", scene.outputBands));
     SetProperty(properties, "generateMetadata", "true");
-    if (!SetWeights(request, scene, *method, properties, status) ||
+    if (!SetWeights(request, scene, method->keyword, properties, status) ||
         !SetRawProperties(request, properties, status))
         return false;
-    if (WeighsBands(*method)) {
-        const auto weights = FindEffectiveWeights(method->keyword, bands, properties);
-        settings.effectiveWeights.resize(bands);
-        for (std::size_t band = 0; band < bands; ++band)
-            settings.effectiveWeights[scene.bandOrder[band]] = weights[band];
-    }
+    FillWeights(scene, *method, properties, settings);
     for (const auto& [key, property] : properties)
         settings.properties[property.first] = property.second;
     return true;

@@ -4,6 +4,7 @@
 #include "host/NameValueMap.h"
 #include "rasterhost/Scene.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,7 @@ namespace rasterhost {
 
 /// IDs under which the process finds its images.
 inline constexpr const char* multispectralId = "multispectral";
+inline constexpr const char* infraredId = "infrared";
 inline constexpr const char* sceneId = "scene";
 
 /// What the process objects of a run are created with.
@@ -20,6 +22,7 @@ struct ProcessSettings {
     /// Weights of the multispectral bands in the simulated pan, in the order of the request; empty for a
     /// method that weighs no bands.
     std::vector<double> effectiveWeights;
+    std::optional<double> infraredWeight; ///< that of the infrared band, where the method reads one
 };
 
 /// Turns a request into process properties; a method that weighs no bands writes those that it needs unless

@@ -5,6 +5,7 @@
 #include <gdal_priv.h>
 
 #include <algorithm>
+#include <numeric>
 
 namespace rasterhost {
 
@@ -54,80 +55,118 @@ void WarnOfTransparency(const Scene& scene, const Warn& warn) {
                 source.number, source.file.c_str()));
 }
 
-bool MatchGeoreferencing(Scene& scene, const Warn& warn, Status& status) {
-    InputImage& pan = *scene.pan;
-    InputImage& ms = *scene.multispectral;
-    if (pan.IsGeoreferenced() != ms.IsGeoreferenced())
+bool MatchGeoreferencing(const InputImage& pan, InputImage& coarse, const char* role, const Warn& warn,
+                         Status& status) {
+    if (pan.IsGeoreferenced() != coarse.IsGeoreferenced())
         return Fail(status, HostStatus::InputsDoNotFit,
                     FormatString("%s is georeferenced and %s is not; give both a position, or take it from "
                                  "both, with gdal_edit.py -a_ullr or -unsetgt",
-                                 (pan.IsGeoreferenced() ? pan : ms).GetName().c_str(),
-                                 (pan.IsGeoreferenced() ? ms : pan).GetName().c_str()));
+                                 (pan.IsGeoreferenced() ? pan : coarse).GetName().c_str(),
+                                 (pan.IsGeoreferenced() ? coarse : pan).GetName().c_str()));
     if (!pan.IsGeoreferenced()) {
-        ms.SpreadOver(pan.GetInfo());
-        warn(FormatString("neither %s nor %s is georeferenced: the same corner and extent are assumed, so a "
-                          "multispectral pixel is %.6g x %.6g pan pixels",
-                          pan.GetName().c_str(), ms.GetName().c_str(), ms.GetInfo().pixelSizeX,
-                          ms.GetInfo().pixelSizeY));
+        coarse.SpreadOver(pan.GetInfo());
+        warn(FormatString("neither %s nor %s is georeferenced: the same corner and extent are assumed, so "
+                          "%s pixel is %.6g x %.6g pan pixels",
+                          pan.GetName().c_str(), coarse.GetName().c_str(), role, coarse.GetInfo().pixelSizeX,
+                          coarse.GetInfo().pixelSizeY));
     }
-    if (!IsSameProjection(pan.GetProjection(), ms.GetProjection()))
-        return Fail(status, HostStatus::InputsDoNotFit,
-                    FormatString("%s and %s have different projections; bring the multispectral image into "
-                                 "pan's with gdalwarp -t_srs",
-                                 pan.GetName().c_str(), ms.GetName().c_str()));
+    if (!IsSameProjection(pan.GetProjection(), coarse.GetProjection()))
+        return Fail(
+            status, HostStatus::InputsDoNotFit,
+            FormatString("%s and %s have different projections; bring the second into pan's with gdalwarp "
+                         "-t_srs",
+                         pan.GetName().c_str(), coarse.GetName().c_str()));
     return true;
 }
 
-bool PlaceImages(Scene& scene, const Warn& warn, Status& status) {
-    const RasterInfo& pan = scene.pan->GetInfo();
-    const RasterInfo& ms = scene.multispectral->GetInfo();
-    const std::string panName = scene.pan->GetName();
-    const std::string msName = scene.multispectral->GetName();
-    if (pan.bitsPerBand != ms.bitsPerBand)
+bool CheckFit(const InputImage& panImage, const InputImage& coarseImage, Status& status) {
+    const RasterInfo& pan = panImage.GetInfo();
+    const RasterInfo& coarse = coarseImage.GetInfo();
+    const std::string panName = panImage.GetName();
+    const std::string name = coarseImage.GetName();
+    if (pan.bitsPerBand != coarse.bitsPerBand)
         return Fail(status, HostStatus::InputsDoNotFit,
                     FormatString("%s has %u bits per sample and %s has %u; convert one of them with "
                                  "gdal_translate -ot",
-                                 panName.c_str(), pan.bitsPerBand, msName.c_str(), ms.bitsPerBand));
+                                 panName.c_str(), pan.bitsPerBand, name.c_str(), coarse.bitsPerBand));
     constexpr double noise = 1e-6;
-    if (ms.pixelSizeX < pan.pixelSizeX * (1.0 - noise) || ms.pixelSizeY < pan.pixelSizeY * (1.0 - noise))
-        return Fail(
-            status, HostStatus::InputsDoNotFit,
-            FormatString("the multispectral pixels of %s (%.6g x %.6g) are smaller than the pan pixels "
-                         "of %s (%.6g x %.6g); are the two swapped?",
-                         msName.c_str(), ms.pixelSizeX, ms.pixelSizeY, panName.c_str(), pan.pixelSizeX,
-                         pan.pixelSizeY));
-    if (pan.xMin >= ms.xMax || ms.xMin >= pan.xMax || pan.yMin >= ms.yMax || ms.yMin >= pan.yMax)
+    if (coarse.pixelSizeX < pan.pixelSizeX * (1.0 - noise) ||
+        coarse.pixelSizeY < pan.pixelSizeY * (1.0 - noise))
+        return Fail(status, HostStatus::InputsDoNotFit,
+                    FormatString("the pixels of %s (%.6g x %.6g) are smaller than the pan pixels of %s "
+                                 "(%.6g x %.6g); are the two swapped?",
+                                 name.c_str(), coarse.pixelSizeX, coarse.pixelSizeY, panName.c_str(),
+                                 pan.pixelSizeX, pan.pixelSizeY));
+    if (pan.xMin >= coarse.xMax || coarse.xMin >= pan.xMax || pan.yMin >= coarse.yMax ||
+        coarse.yMin >= pan.yMax)
         return Fail(
             status, HostStatus::InputsDoNotFit,
             FormatString("%s (x %.10g to %.10g, y %.10g to %.10g) and %s (x %.10g to %.10g, y %.10g to "
                          "%.10g) do not overlap; are they of the same scene?",
-                         panName.c_str(), pan.xMin, pan.xMax, pan.yMin, pan.yMax, msName.c_str(), ms.xMin,
-                         ms.xMax, ms.yMin, ms.yMax));
-    scene.placement = hostkit::PlaceGrids(pan, ms);
-    scene.covered = hostkit::CoveredRect(scene.placement, pan, ms);
-    const double all = static_cast<double>(pan.cols) * pan.rows;
-    const double bare = all - static_cast<double>(scene.covered.GetColumns()) * scene.covered.GetRows();
-    if (bare > 0.0)
-        warn(FormatString("%.0f pan pixels (%.3g %%) lie more than one multispectral pixel outside %s; they "
-                          "become 0 in the output",
-                          bare, 100.0 * bare / all, msName.c_str()));
+                         panName.c_str(), pan.xMin, pan.xMax, pan.yMin, pan.yMax, name.c_str(), coarse.xMin,
+                         coarse.xMax, coarse.yMin, coarse.yMax));
     return true;
+}
+
+/// Narrows the covered pan pixels down to those with data in one more image.
+void CoverBy(const InputImage& coarse, Scene& scene, const Warn& warn) {
+    const RasterInfo& pan = scene.pan->GetInfo();
+    const hostkit::PixelRect has =
+        hostkit::CoveredRect(hostkit::PlaceGrids(pan, coarse.GetInfo()), pan, coarse.GetInfo());
+    hostkit::PixelRect& covered = scene.covered;
+    covered = {std::max(covered.col0, has.col0), std::max(covered.row0, has.row0),
+               std::min(covered.col1, has.col1), std::min(covered.row1, has.row1)};
+    const double all = static_cast<double>(pan.cols) * pan.rows;
+    const double bare = all - static_cast<double>(has.GetColumns()) * has.GetRows();
+    if (bare > 0.0)
+        warn(FormatString(
+            "%.0f pan pixels (%.3g %%) lie more than one pixel of it outside %s; they become 0 in the "
+            "output",
+            bare, 100.0 * bare / all, coarse.GetName().c_str()));
+}
+
+bool PlaceImage(InputImage& coarse, const char* role, Scene& scene, const Warn& warn, Status& status) {
+    if (!MatchGeoreferencing(*scene.pan, coarse, role, warn, status) || !CheckFit(*scene.pan, coarse, status))
+        return false;
+    CoverBy(coarse, scene, warn);
+    return true;
+}
+
+bool OpenInfrared(const InputBand& input, Scene& scene, const Warn& warn, Status& status) {
+    scene.infrared = InputImage::Open({input}, "infrared", status);
+    if (!scene.infrared) return false;
+    if (scene.infrared->GetBands().size() != 1)
+        return Fail(status, HostStatus::InputNotSupported,
+                    FormatString("the infrared file %s has %d bands; name one, as in FILE,band=1",
+                                 scene.infrared->GetName().c_str(),
+                                 static_cast<int>(scene.infrared->GetBands().size())));
+    if (!PlaceImage(*scene.infrared, "an infrared", scene, warn, status)) return false;
+    const hostkit::PixelRect& covered = scene.covered;
+    return (covered.col0 < covered.col1 && covered.row0 < covered.row1) ||
+           Fail(status, HostStatus::InputsDoNotFit,
+                FormatString("%s, %s and %s have no part in common; are they of the same scene?",
+                             scene.pan->GetName().c_str(), scene.multispectral->GetName().c_str(),
+                             scene.infrared->GetName().c_str()));
 }
 
 } // namespace
 
+void Scene::KeepFirstBands(std::uint32_t count) {
+    bandOrder.resize(count);
+    std::vector<std::size_t> first(count);
+    std::iota(first.begin(), first.end(), std::size_t{0});
+    multispectral->Reorder(first);
+}
+
 std::unique_ptr<Scene> OpenScene(const SharpenRequest& request, const Warn& warn, Status& status) {
     auto scene = std::make_unique<Scene>();
-    if (request.infrared) {
-        Fail(status, HostStatus::RequestInvalid,
-             "an infrared band cannot be added yet; give it as one more multispectral band");
-        return nullptr;
-    }
     if (!OpenPan(request, *scene, status)) return nullptr;
+    scene->covered = {0, 0, scene->pan->GetInfo().cols, scene->pan->GetInfo().rows};
     scene->multispectral = InputImage::Open(request.multispectral, "multispectral", status);
     if (!scene->multispectral || !OrderBands(request.bands, *scene, status) ||
-        !MatchGeoreferencing(*scene, warn, status) || !PlaceImages(*scene, warn, status))
+        !PlaceImage(*scene->multispectral, "a multispectral", *scene, warn, status))
         return nullptr;
+    if (request.infrared && !OpenInfrared(*request.infrared, *scene, warn, status)) return nullptr;
     WarnOfTransparency(*scene, warn);
     return scene;
 }

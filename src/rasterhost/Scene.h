@@ -16,15 +16,18 @@ using Warn = std::function<void(const std::string&)>;
 struct Scene {
     std::unique_ptr<InputImage> pan;
     std::unique_ptr<InputImage> multispectral; ///< bands to write first, in the order wanted
-    hostkit::GridPlacement placement;
-    hostkit::PixelRect covered; ///< the pan pixels that have multispectral data
+    std::unique_ptr<InputImage> infrared;      ///< one band; null without one
+    hostkit::PixelRect covered;                ///< the pan pixels that have multispectral and infrared data
     /// For every band of `multispectral` its position in the request, counted from 0.
     std::vector<std::size_t> bandOrder;
     std::uint32_t outputBands = 0;
+
+    /// Leaves out all bands but the first ones in the order wanted.
+    void KeepFirstBands(std::uint32_t count);
 };
 
-/// Opens pan and multispectral bands and finds how they lie on each other. Null with an item that names the
-/// file and says what to do.
+/// Opens pan, multispectral bands and the infrared band and finds how they lie on each other. Null with an
+/// item that names the file and says what to do.
 [[nodiscard]] std::unique_ptr<Scene> OpenScene(const SharpenRequest& request, const Warn& warn,
                                                Status& status);
 

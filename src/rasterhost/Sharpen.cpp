@@ -80,6 +80,7 @@ private:
         report.bitsPerSample = pan.bitsPerBand;
         report.ratio = scene->multispectral->GetInfo().pixelSizeX / pan.pixelSizeX;
         report.effectiveWeights = settings.effectiveWeights;
+        report.infraredWeight = settings.infraredWeight;
         report.threads = request.threads > 0 ? request.threads : processors;
     }
 
@@ -114,6 +115,8 @@ private:
             weights += (weights.empty() ? "" : ", ") + NumberText(weight);
         metadata.emplace_back("Method", settings.method);
         if (!weights.empty()) metadata.emplace_back("EffectiveWeights", weights);
+        if (settings.infraredWeight)
+            metadata.emplace_back("EffectiveInfraredWeight", NumberText(*settings.infraredWeight));
         metadata.emplace_back(StringsEqual(request.format, "GTiff", true) ? "TIFFTAG_SOFTWARE" : "Software",
                               FormatString("pansharp %s", PANSHARP_VERSION));
     }

@@ -9,29 +9,6 @@ namespace {
 using namespace rasterhost;
 using Weights = std::vector<double>;
 
-// What people give is what counts: the method's own scaling is undone, to the last bit.
-TEST(BandWeights, ComeBackAsTheyWereGiven) {
-    const Weights cases[] = {{1.0},
-                             {0.3, 0.3, 0.4},
-                             {0.1, 0.2, 0.3, 0.4},
-                             {0.1, 0.2, 0.3, 0.0},      // Brovey: times 3
-                             {0.1, 0.7, 0.3, -0.1},     // times 3 too
-                             {0.0, 0.2, 0.3, 0.4},      // not scaled
-                             {0.1, 0.2, 0.3, 0.4, 0.5}, // the fifth is not scaled
-                             Weights(7, 1.0 / 7.0)};
-    for (const char* method : {"KOVA", "Brovey", "brovey"})
-        for (const Weights& weights : cases) {
-            PropertyTexts properties;
-            SetEffectiveWeights(method, weights, properties);
-            EXPECT_EQ(FindEffectiveWeights(method, weights.size(), properties), weights)
-                << method << " " << weights.size();
-        }
-    PropertyTexts properties;
-    SetEffectiveWeights("Brovey", {0.1, 0.2, 0.3, 0.4, 0.5}, properties);
-    EXPECT_EQ(properties["bandweight-1"].second, "0.025");
-    EXPECT_EQ(properties["bandweight-5"].second, "0.5");
-}
-
 // As the methods read raw properties: KOVA's defaults are 1/n and 0, Brovey's 1 and 1, times 4 here.
 TEST(BandWeights, RawPropertiesAreReadAsTheMethodDoes) {
     PropertyTexts properties;
