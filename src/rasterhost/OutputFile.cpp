@@ -82,6 +82,8 @@ CPLStringList CreationOptions(const SharpenRequest& request, const Scene& scene,
                        ColourOf(scene, 1) == GCI_GreenBand && ColourOf(scene, 2) == GCI_BlueBand;
     suggest("PHOTOMETRIC", isRgb ? "RGB" : "MINISBLACK");
     suggest("ALPHA", "NO"); // else a fourth band would be one
+    // Every tile is written; until then none is made, so that it is not written twice.
+    if (!options.FetchNameValue("COMPRESS")) suggest("SPARSE_OK", "YES");
     if (options.FetchNameValue("COMPRESS")) suggest("NUM_THREADS", FormatString("%d", threads).c_str());
     return options;
 }
@@ -148,7 +150,21 @@ std::unique_ptr<OutputFile> OutputFile::Create(const SharpenRequest& request, co
     output->dataset->GetRasterBand(1)->GetBlockSize(&width, &height);
     output->blockRows = static_cast<std::uint32_t>(height);
     output->Describe(scene, metadata);
-    return output;
+    if (output->TakeTiles(request)) return output;
+    Fail(status, HostStatus::OutputNotCreated,
+         FormatString("the output '%s' cannot be opened again%s", request.output.c_str(),
+                      errors.Reason().c_str()));
+    return nullptr;
+}
+
+bool OutputFile::TakeTiles(const SharpenRequest& request) {
+    const bool isPlainFile = EQUAL(format.c_str(), "GTiff") && !StartsWith(workName, "/vsi", false);
+    if (!isPlainFile || request.windowRows % blockRows != 0) return true;
+    GDALClose(dataset);
+    dataset = nullptr;
+    tiles = TileWriter::Open(workName);
+    if (!tiles) dataset = GDALDataset::Open(workName.c_str(), GDAL_OF_RASTER | GDAL_OF_UPDATE);
+    return tiles || dataset;
 }
 
 void OutputFile::Describe(const Scene& scene, const Metadata& metadata) {
@@ -171,29 +187,40 @@ void OutputFile::Describe(const Scene& scene, const Metadata& metadata) {
 OutputFile::~OutputFile() {
     if (isDone) return;
     const GdalErrors errors;
-    if (dataset) GDALClose(dataset);
+    CloseAll();
     if (LookAt(workName).exists && GDALDriver::QuietDelete(workName.c_str()) != CE_None)
         VSIUnlink(workName.c_str());
 }
 
+bool OutputFile::WritePixels(std::uint32_t firstRow, std::uint32_t rows, unsigned char* samples) {
+    if (tiles) return tiles->Write(firstRow, rows, samples);
+    const GSpacing pixelBytes = GSpacing{bands} * sampleBytes;
+    return dataset->RasterIO(GF_Write, 0, static_cast<int>(firstRow), static_cast<int>(columns),
+                             static_cast<int>(rows), samples, static_cast<int>(columns),
+                             static_cast<int>(rows), sampleBytes == 1 ? GDT_Byte : GDT_UInt16,
+                             static_cast<int>(bands), nullptr, pixelBytes, pixelBytes * columns, sampleBytes,
+                             nullptr) == CE_None;
+}
+
 bool OutputFile::Write(std::uint32_t firstRow, std::uint32_t rows, unsigned char* samples, Status& status) {
     const GdalErrors errors;
-    const GSpacing pixelBytes = GSpacing{bands} * sampleBytes;
-    const CPLErr result = dataset->RasterIO(
-        GF_Write, 0, static_cast<int>(firstRow), static_cast<int>(columns), static_cast<int>(rows), samples,
-        static_cast<int>(columns), static_cast<int>(rows), sampleBytes == 1 ? GDT_Byte : GDT_UInt16,
-        static_cast<int>(bands), nullptr, pixelBytes, pixelBytes * columns, sampleBytes, nullptr);
-    if (result == CE_None && !errors.HasFailed()) return true;
+    if (WritePixels(firstRow, rows, samples) && !errors.HasFailed()) return true;
     return Fail(status, HostStatus::OutputNotWritten,
                 FormatString("rows %u to %u of the output '%s' cannot be written; is the disk full?%s",
                              firstRow, firstRow + rows, finalName.c_str(), errors.Reason().c_str()));
 }
 
+bool OutputFile::CloseAll() {
+    const bool isWritten = !tiles || tiles->Close();
+    tiles.reset();
+    if (dataset) GDALClose(dataset);
+    dataset = nullptr;
+    return isWritten;
+}
+
 bool OutputFile::Finish(Status& status) {
     const GdalErrors errors;
-    GDALClose(dataset);
-    dataset = nullptr;
-    if (errors.HasFailed())
+    if (!CloseAll() || errors.HasFailed())
         return Fail(status, HostStatus::OutputNotWritten,
                     FormatString("the output '%s' cannot be completed; is the disk full?%s",
                                  finalName.c_str(), errors.Reason().c_str()));

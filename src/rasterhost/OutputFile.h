@@ -1,6 +1,7 @@
 #pragma once
 
 #include "rasterhost/ProcessSettings.h"
+#include "rasterhost/TileWriter.h"
 
 #include <memory>
 #include <string>
@@ -41,6 +42,9 @@ public:
 
 private:
     OutputFile(const SharpenRequest& request, const Scene& scene);
+    bool WritePixels(std::uint32_t firstRow, std::uint32_t rows, unsigned char* samples);
+    bool TakeTiles(const SharpenRequest& request);
+    bool CloseAll();
     void Describe(const Scene& scene, const Metadata& metadata);
     bool Rename(Status& status);
 
@@ -52,7 +56,8 @@ private:
     std::uint32_t sampleBytes;
     std::uint32_t blockRows = 1;
     bool isDone = false;
-    GDALDataset* dataset = nullptr;
+    GDALDataset* dataset = nullptr;    ///< null while `tiles` has the file, and when it is closed
+    std::unique_ptr<TileWriter> tiles; ///< null when GDAL writes the pixels
 };
 
 } // namespace rasterhost
