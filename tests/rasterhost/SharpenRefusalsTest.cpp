@@ -115,7 +115,11 @@ TEST_F(Refusals, SettingsThatMakeNoSense) {
     Refuse([](SharpenRequest& r) { r.bands = {1, 4}; }, {"no band 4", "1 to 3"});
     Refuse([](SharpenRequest& r) { r.bands = {2, 2}; }, {"band 2", "twice"});
     Refuse([](SharpenRequest& r) { r.method = "Magic"; }, {"'Magic'", "KOVA"});
-    Refuse([](SharpenRequest& r) { r.method = "ihs", r.weights = {0.3, 0.3, 0.3}; }, {"IHS has no weights of the multispectral bands"});
+    Refuse(
+        [](SharpenRequest& r) {
+            r.method = "ihs", r.weights = {0.3, 0.3, 0.3};
+        },
+        {"IHS has no weights of the multispectral bands"});
     Refuse([](SharpenRequest& r) { r.method = "ihs", r.multispectral[0].band = 1; },
            {"IHS needs at least 3 multispectral bands; 1"});
     Refuse([](SharpenRequest& r) { r.properties = {{"outputnbands", "1"}}; }, {"outputnbands"});
