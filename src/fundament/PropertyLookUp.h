@@ -7,6 +7,8 @@
 
 namespace KOVA::Tessara::Fundament {
 
+class Status;
+
 /// An ordered list of (name, value) texts, through which everything here receives its settings. Names match
 /// without regard to ASCII case, byte for byte otherwise; the first match wins. Values are converted when
 /// read, each read with its own default, and nothing throws on a missing or malformed value.
@@ -51,6 +53,13 @@ public:
     /// `<name>value</name>` and a line feed for each pair, within `<rootName>` unless that is empty. Nothing
     /// is escaped: the text is well-formed XML only when names and values are.
     [[nodiscard]] std::string ToXml(std::string rootName) const;
+
+    /// Replaces all pairs by the elements within the root element of an XML document, at all depths, given as
+    /// text or as the name of a file: name and text of each. False when it cannot be loaded or holds more
+    /// than 2000 names or 16 MiB of text; the lookup is then as before, and the reason is added to `status`.
+    /// In the target fundament_xml.
+    bool FromXml(const std::string& fileOrText);
+    bool FromXml(const std::string& fileOrText, Status& status);
 
 private:
     [[nodiscard]] std::deque<Pair>::const_iterator Find(const std::string& name) const;

@@ -6,16 +6,20 @@
 
 namespace KOVA::Tessara::Fundament {
 
+std::string StatusItem::CleanedSource() const {
+    std::string cleaned = source;
+    ReplaceAll(cleaned, "KOVA.Tessara.", "", true, 0xFFFFFFFFu);
+    return cleaned;
+}
+
 std::string StatusItem::FormatLine(const char* tag) const {
     std::string line;
     if (!source.empty()) {
-        std::string cleaned = source;
-        ReplaceAll(cleaned, "KOVA.Tessara.", "", true, 0xFFFFFFFFu);
         const std::string tagText = tag ? FormatString("[%s]: ", tag) : std::string();
         const std::string idText = id == UnknownId ? " : Unknown ID"
                                    : id != 0       ? FormatString(" : %06X", id)
                                                    : std::string();
-        line = FormatString("%s[%s%s] %s", tagText.c_str(), cleaned.c_str(), idText.c_str(),
+        line = FormatString("%s[%s%s] %s", tagText.c_str(), CleanedSource().c_str(), idText.c_str(),
                             id != 0 ? "Error: " : "");
     }
     line += message;

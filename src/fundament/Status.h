@@ -21,6 +21,9 @@ struct StatusItem {
     /// One line: "[tag]: [source : 003905] Error: message", then a line feed and the details when there are
     /// any. An item without a source prints no head at all. `tag` may be null.
     [[nodiscard]] std::string FormatLine(const char* tag = nullptr) const;
+
+    /// The source without the "KOVA.Tessara." that every component here could begin with.
+    [[nodiscard]] std::string CleanedSource() const;
 };
 
 /// How a layer records what went wrong and hands it upward: an ordered list of items and the source that new
@@ -60,6 +63,24 @@ public:
 
     /// All items as lines, a line feed between them and none at the end; empty without items.
     [[nodiscard]] std::string ToText(const char* tag = nullptr) const;
+
+    // The members below are in the target fundament_xml.
+
+    /// An XML report: a Status element with an Item for each item, with the local time of the report in each
+    /// when asked for. Empty without items. A text with control bytes, which XML cannot hold, puts its item
+    /// in unescaped: that report is for reading by eye only. Bytes that are not UTF-8 are carried
+    /// (XmlText.h).
+    [[nodiscard]] std::string ToXml(bool withTime) const;
+
+    /// The Item elements alone.
+    [[nodiscard]] std::string ItemsToXml(bool withTime) const;
+
+    /// Appends the items of a report, given as text or as the name of a file. False when it is empty or
+    /// cannot be loaded; a document without a Status element has no items.
+    bool FromXml(const std::string& fileOrText);
+
+    /// As FromXml, each item placed first: they end up in reverse order before those that are there.
+    bool InsertFromXml(const std::string& fileOrText);
 
 private:
     std::vector<StatusItem> items;

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <filesystem>
 #include <limits>
+#include <unistd.h>
 
 namespace {
 
@@ -41,11 +42,12 @@ TEST(Numbers, ReadsDoubles) { CheckDoubles(); }
 bool SetDecimalComma() {
     for (const char* name : {"de_DE.UTF-8", "fr_FR.UTF-8", "nb_NO.UTF-8"})
         if (std::setlocale(LC_ALL, name)) return true;
-    const std::string folder = std::filesystem::temp_directory_path() / "pansharp_test_locales";
+    const std::string folder = testing::TempDir() + "fundament_locales_" + std::to_string(getuid());
     std::filesystem::create_directories(folder);
     const std::string compile = "localedef -i de_DE -f UTF-8 '" + folder + "/de_DE.UTF-8' >/dev/null 2>&1";
     setenv("LOCPATH", folder.c_str(), 1);
-    return std::system(compile.c_str()) == 0 && std::setlocale(LC_ALL, "de_DE.UTF-8");
+    if (!std::filesystem::exists(folder + "/de_DE.UTF-8") && std::system(compile.c_str()) != 0) return false;
+    return std::setlocale(LC_ALL, "de_DE.UTF-8");
 }
 
 TEST(Numbers, NoLocaleIsConsulted) {

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+/// What the standard library cannot do. One file a platform.
+namespace KOVA::Tessara::Fundament::Platform {
+
+/// The numbers are the access modes of old.
+enum class Access { Exists = 0, Write = 2, Read = 4, ReadWrite = 6 };
+
+/// Whether the process, as the user it now acts for, may do that to an existing path.
+[[nodiscard]] bool CanAccess(const std::string& path, Access access);
+
+/// The home folder that the user's account names, or the empty text.
+[[nodiscard]] std::string AccountHome();
+
+/// True when standard input and standard error both are terminals.
+[[nodiscard]] bool IsInteractive();
+
+/// Keys from standard input, one at a time: from a terminal at once and without echo, elsewhere the bytes as
+/// they come, not one more than asked for. Typing ahead of the reader is dropped. The terminal is put back
+/// at the end, and by every signal that ends, stops or interrupts the process, before the signal does its
+/// work. One reader at a time in a process.
+class KeyReader {
+public:
+    KeyReader();
+    ~KeyReader();
+    KeyReader(const KeyReader&) = delete;
+    KeyReader& operator=(const KeyReader&) = delete;
+
+    /// The next key. Nothing at the end of input (on a terminal, its end-of-file key too), and when the
+    /// process survived an interrupting signal. Arrow and function keys are passed over.
+    std::optional<char> Next();
+
+private:
+    bool terminal = false;
+};
+
+} // namespace KOVA::Tessara::Fundament::Platform

@@ -1,0 +1,114 @@
+#include "fundament/Platform.h"
+
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <poll.h>
+#include <pwd.h>
+#include <termios.h>
+#include <unistd.h>
+#include <vector>
+
+namespace KOVA::Tessara::Fundament::Platform {
+
+bool CanAccess(const std::string& path, Access access) {
+    if (path.find('\0') != std::string::npos) return false; // would name another file
+    const int mode = access == Access::Exists  ? F_OK
+                     : access == Access::Write ? W_OK
+                     : access == Access::Read  ? R_OK
+                                               : R_OK | W_OK;
+    return faccessat(AT_FDCWD, path.c_str(), mode, AT_EACCESS) == 0;
+}
+
+std::string AccountHome() {
+    std::vector<char> buffer(16384);
+    passwd account{};
+    passwd* found = nullptr;
+    if (getpwuid_r(getuid(), &account, buffer.data(), buffer.size(), &found) != 0 || !found) return {};
+    return found->pw_dir ? found->pw_dir : "";
+}
+
+bool IsInteractive() { return isatty(STDIN_FILENO) && isatty(STDERR_FILENO); }
+
+namespace {
+
+// Signal handlers see nothing but this.
+constexpr int guardedSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGTSTP, SIGPIPE, SIGABRT, SIGSEGV};
+constexpr int guardedCount = sizeof guardedSignals / sizeof *guardedSignals;
+termios terminalBefore;
+struct sigaction actionsBefore[guardedCount];
+volatile std::sig_atomic_t caught = 0;
+
+void PutBackActions() {
+    for (int i = 0; i < guardedCount; ++i)
+        sigaction(guardedSignals[i], &actionsBefore[i], nullptr);
+}
+
+extern "C" void PutBackTerminal(int signal) {
+    const int error = errno;
+    tcsetattr(STDIN_FILENO, TCSANOW, &terminalBefore);
+    PutBackActions();
+    caught = signal;
+    raise(signal); // held back until this handler returns, then the process's own action takes it
+    errno = error;
+}
+
+// The handlers come first: there is no moment in which a signal could leave the terminal changed.
+void TakeTerminal() {
+    caught = 0;
+    struct sigaction guard {};
+    guard.sa_handler = PutBackTerminal;
+    sigfillset(&guard.sa_mask);
+    for (int i = 0; i < guardedCount; ++i) {
+        sigaction(guardedSignals[i], nullptr, &actionsBefore[i]);
+        if (actionsBefore[i].sa_handler != SIG_IGN) sigaction(guardedSignals[i], &guard, nullptr);
+    }
+    termios keys = terminalBefore;
+    keys.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+    keys.c_cc[VMIN] = 1;
+    keys.c_cc[VTIME] = 0;
+    tcsetattr(STDIN_FILENO, TCSAFLUSH, &keys);
+}
+
+bool InputWithin(int milliseconds) {
+    pollfd input{STDIN_FILENO, POLLIN, 0};
+    return poll(&input, 1, milliseconds) > 0;
+}
+
+std::optional<char> ReadByte() {
+    char byte = 0;
+    return read(STDIN_FILENO, &byte, 1) == 1 ? std::optional(byte) : std::nullopt;
+}
+
+} // namespace
+
+KeyReader::KeyReader() : terminal(isatty(STDIN_FILENO) && tcgetattr(STDIN_FILENO, &terminalBefore) == 0) {
+    if (terminal) TakeTerminal();
+}
+
+KeyReader::~KeyReader() {
+    if (!terminal || caught) return;
+    tcsetattr(STDIN_FILENO, TCSADRAIN, &terminalBefore);
+    PutBackActions();
+}
+
+std::optional<char> KeyReader::Next() {
+    if (!terminal) return ReadByte();
+    for (;;) {
+        // In short waits: a signal may come just before one, or on another thread.
+        while (!caught && !InputWithin(200)) {
+        }
+        if (caught && caught != SIGTSTP) return std::nullopt;
+        if (caught) {
+            TakeTerminal(); // stopped, and now continued
+            continue;
+        }
+        const auto key = ReadByte();
+        if (!key || *key == static_cast<char>(terminalBefore.c_cc[VEOF])) return std::nullopt;
+        if (*key != '\x1B') return key;
+        while (InputWithin(25)) // the rest of the sequence holds letters
+            if (!ReadByte()) return std::nullopt;
+    }
+}
+
+} // namespace KOVA::Tessara::Fundament::Platform
