@@ -46,6 +46,10 @@ constexpr OptionEntry sharpenOptions[] = {
      "rows that are fused at a time; the pixels do not depend on it"},
     {"--set", "NAME=VALUE", "", advancedHeading,
      "a raw property of the process, set last; 'pansharp methods' lists them", true},
+    {"--settings", "FILE", "", advancedHeading,
+     "an XML file of raw properties, one element each below its root; --set goes before it"},
+    {"--status-xml", "FILE", "", advancedHeading,
+     "when the work fails, write what went wrong into this file as an XML report"},
     pluginOption,
     helpOption,
 };

@@ -2,6 +2,7 @@
 
 #include "cli/ArgumentText.h"
 #include "cli/ExitCode.h"
+#include "cli/SettingsFile.h"
 #include "cli/Suggestion.h"
 #include "fundament/Text.h"
 
@@ -47,6 +48,16 @@ void ReadOutput(const CommandLine& line, SharpenRequest& request) {
     request.overwrite = line.Has("--overwrite");
 }
 
+/// A method that is typed goes before that of the settings.
+void TakeSettings(const PropertyPairs& settings, bool isMethodTyped, SharpenRequest& request) {
+    for (const auto& [name, value] : settings)
+        if (!StringsEqual(name, "Method", true)) {
+            request.properties.emplace_back(name, value);
+        } else if (!isMethodTyped) {
+            request.method = value;
+        }
+}
+
 void ReadFusion(const CommandLine& line, SharpenRequest& request) {
     request.method = line.Get("--method");
     request.weights = ParseWeights("--weights", line.Get("--weights"));
@@ -56,6 +67,8 @@ void ReadFusion(const CommandLine& line, SharpenRequest& request) {
             throw UsageError("--infrared-weight is given without an infrared band; name it with --infrared");
         request.infraredWeight = ParseNumber("--infrared-weight", line.Get("--infrared-weight"));
     }
+    if (line.Has("--settings"))
+        TakeSettings(ReadSettings(line.Get("--settings")), line.Has("--method"), request);
     for (const std::string& property : line.GetAll("--set"))
         request.properties.push_back(ParseNameValue("--set", property));
 }
@@ -113,8 +126,9 @@ std::vector<std::string> FitToPlugin(const CommandLine& line, const PansharpDesc
     for (const auto& [name, value] : request.properties)
         if (!HasProperty(plugin.properties, plugin.propertyCount, name) &&
             !HasProperty(method.properties, method.propertyCount, name))
-            warnings.push_back("--set " + name + ": the plug-in names no such property for the method " +
-                               request.method + "; 'pansharp methods' lists those it reads");
+            warnings.push_back("the property " + name +
+                               ": the plug-in names no such property for the method " + request.method +
+                               "; 'pansharp methods' lists those it reads");
     return warnings;
 }
 

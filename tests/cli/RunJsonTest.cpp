@@ -50,7 +50,7 @@ TEST(RunJson, TellsEverythingOfAGoodRun) {
     EXPECT_NEAR(object.at("megapixels_per_second"), 46 * 38 / 1e6 / double(object.at("seconds")), 1e-3);
     EXPECT_GT(object.at("peak_memory_bytes"), 1000000);
     ASSERT_EQ(object.at("warnings").size(), 1u);
-    EXPECT_THAT(std::string(object.at("warnings").at(0)), HasSubstr("--set odd"));
+    EXPECT_THAT(std::string(object.at("warnings").at(0)), HasSubstr("the property odd"));
 
     const auto samples = scene::Read(folder / "out.tif").samples;
     const json limits = {{{"band", 1},

@@ -143,7 +143,7 @@ TEST(SharpenCommand, WarnsAndGoesOn) {
     const child::Outcome unknown =
         child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "a.tif", "--set", "BandWieght-1=2"});
     EXPECT_EQ(unknown.code, 0);
-    EXPECT_THAT(unknown.err, HasSubstr("warning: --set BandWieght-1: the plug-in names no such property"));
+    EXPECT_THAT(unknown.err, HasSubstr("warning: the property BandWieght-1: the plug-in names no such property"));
     const child::Outcome known =
         child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "b.tif", "--set", "bandweight-12=2"});
     EXPECT_EQ(known.code, 0);
