@@ -7,6 +7,7 @@
 #include "cli/RunJson.h"
 #include "cli/SharpenArguments.h"
 #include "cli/StatusText.h"
+#include "cli/VectorTarget.h"
 
 #include <iostream>
 
@@ -55,6 +56,7 @@ void PrintOutcome(const CommandLine& line, const SharpenRequest& request, const 
 
 ExitCode RunSharpen(const CommandLine& line) {
     SharpenRequest request = MakeSharpenRequest(line);
+    if (line.Has("--simd")) ForceVectorTarget(line.Get("--simd"));
     SharpenReport report;
     Status status;
     ExitCode code = WorkFailed;
