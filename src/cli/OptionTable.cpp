@@ -120,6 +120,13 @@ std::size_t OptionEntry::CountValues() const {
     return IsFlag() ? 0 : static_cast<std::size_t>(std::count(value.begin(), value.end(), ' ')) + 1;
 }
 
+std::string HelpOf(const OptionEntry& option) {
+    std::string help(option.help);
+    if (option.repeatable) help += "; may be repeated";
+    if (!option.standard.empty()) help += " (default: " + std::string(option.standard) + ")";
+    return help;
+}
+
 const CommandEntry& Program() { return program; }
 
 std::span<const CommandEntry> Commands() { return commands; }

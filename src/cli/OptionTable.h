@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <span>
+#include <string>
 #include <string_view>
 
 /// Every command and option there is. The parser, --help and the manual page are made from this one table.
@@ -22,6 +23,9 @@ struct OptionEntry {
     /// Values that follow the option each time.
     [[nodiscard]] std::size_t CountValues() const;
 };
+
+/// The help with what else is to be said of the option: that it may be repeated, its default.
+[[nodiscard]] std::string HelpOf(const OptionEntry& option);
 
 struct PositionalEntry {
     std::string_view name;
