@@ -61,6 +61,10 @@ constexpr OptionEntry sharpenOptions[] = {
      "a raw property of the process, set last; 'pansharp methods' lists them", true},
     {"--simd", "TARGET", "the best, or what PANSHARP_SIMD names", advancedHeading,
      "vector instructions to use, or 'scalar'; the pixels do not depend on it"},
+    {"--settings", "FILE", "", advancedHeading,
+     "an XML file of raw properties, one element each below its root; --set goes before it"},
+    {"--status-xml", "FILE", "", advancedHeading,
+     "when the work fails, write what went wrong into this file as an XML report"},
     pluginOption,
     helpOption,
 };

@@ -3,6 +3,7 @@
 #include "cli/ArgumentText.h"
 #include "cli/ExitCode.h"
 #include "cli/RunWeights.h"
+#include "cli/SettingsFile.h"
 #include "cli/Suggestion.h"
 #include "fundament/Text.h"
 
@@ -69,6 +70,16 @@ void TakeRunWeights(const CommandLine& line, SharpenRequest& request) {
                          "' had no infrared band; give the weight of this one with --infrared-weight");
 }
 
+/// A method that is typed goes before that of the settings.
+void TakeSettings(const PropertyPairs& settings, bool isMethodTyped, SharpenRequest& request) {
+    for (const auto& [name, value] : settings)
+        if (!StringsEqual(name, "Method", true)) {
+            request.properties.emplace_back(name, value);
+        } else if (!isMethodTyped) {
+            request.method = value;
+        }
+}
+
 void ReadFusion(const CommandLine& line, SharpenRequest& request) {
     request.method = line.Get("--method");
     request.weights = ParseWeights("--weights", line.Get("--weights"));
@@ -79,6 +90,8 @@ void ReadFusion(const CommandLine& line, SharpenRequest& request) {
         request.infraredWeight = ParseNumber("--infrared-weight", line.Get("--infrared-weight"));
     }
     if (line.Has("--weights-from")) TakeRunWeights(line, request);
+    if (line.Has("--settings"))
+        TakeSettings(ReadSettings(line.Get("--settings")), line.Has("--method"), request);
     for (const std::string& property : line.GetAll("--set"))
         request.properties.push_back(ParseNameValue("--set", property));
 }
@@ -176,8 +189,9 @@ std::vector<std::string> FitToPlugin(const CommandLine& line, const PansharpDesc
     for (const auto& [name, value] : request.properties)
         if (!HasProperty(plugin.properties, plugin.propertyCount, name) &&
             !HasProperty(method.properties, method.propertyCount, name))
-            warnings.push_back("--set " + name + ": the plug-in names no such property for the method " +
-                               request.method + "; 'pansharp methods' lists those it reads");
+            warnings.push_back("the property " + name +
+                               ": the plug-in names no such property for the method " + request.method +
+                               "; 'pansharp methods' lists those it reads");
     return warnings;
 }
 

@@ -5,9 +5,12 @@
 #include "cli/Progress.h"
 #include "cli/ReportText.h"
 #include "cli/RunJson.h"
+#include "cli/SettingsFile.h"
 #include "cli/SharpenArguments.h"
 #include "cli/StatusText.h"
 #include "cli/VectorTarget.h"
+#include "fundament/Console.h"
+#include "fundament/Files.h"
 
 #include <iostream>
 
@@ -41,11 +44,24 @@ ExitCode Fuse(const CommandLine& line, SharpenRequest& request, SharpenReport& r
     return report.cancelled ? Interrupted : WorkFailed;
 }
 
+/// Asks before an existing file is replaced, where there is somebody to ask. False when the answer is no.
+bool MayWrite(const CommandLine& line, SharpenRequest& request) {
+    const bool isSilent = line.Has("--quiet") || line.Has("--json");
+    if (request.overwrite || isSilent || !KOVA::Tessara::Fundament::IsInteractive() ||
+        !KOVA::Tessara::Fundament::FileExists(request.output))
+        return true;
+    request.overwrite = KOVA::Tessara::Fundament::ConfirmOverwrite(request.output, false) == 1;
+    return request.overwrite;
+}
+
 void PrintOutcome(const CommandLine& line, const SharpenRequest& request, const SharpenReport& report,
-                  ExitCode code, const Status& status) {
+                  ExitCode code, Status& status) {
     if (code == Interrupted)
         std::cerr << "pansharp: interrupted; '" << request.output << "' was not written\n";
     if (code == WorkFailed) std::cerr << FormatErrors(status);
+    if (code == WorkFailed && line.Has("--status-xml") &&
+        !WriteStatusReport(line.Get("--status-xml"), status))
+        std::cerr << FormatError(status.GetItem(status.GetCount() - 1).message);
     if (line.Has("--json"))
         std::cout << SharpenJson(request, report, code, status, platform::PeakMemory());
     else if (code == Done && !line.Has("--quiet"))
@@ -60,6 +76,11 @@ ExitCode RunSharpen(const CommandLine& line) {
     SharpenReport report;
     Status status;
     ExitCode code = WorkFailed;
+    if (!MayWrite(line, request)) {
+        status.Add(0, "'" + request.output + "' was left as it is", "Command");
+        std::cerr << FormatErrors(status);
+        return WorkFailed;
+    }
     if (const auto plugin = LoadPlugin(line, status)) {
         const std::vector<std::string> warnings = FitToPlugin(line, plugin->GetDescription(), request);
         if (!line.Has("--json"))

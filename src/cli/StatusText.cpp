@@ -38,17 +38,16 @@ std::string FormatErrors(const Status& status) {
     if (items.empty()) return FormatError("the work failed and nothing says why");
     std::string text;
     for (const StatusItem& item : items) {
-        const bool first = &item == &items.front();
-        const bool known = item.id != 0 && item.id != StatusItem::UnknownId;
-        const std::string head = first ? "pansharp: error: " : "  ";
-        const std::string tail = first || !known ? "" : " [" + FormatId(item.id) + "]";
-        const std::string message = Trim(item.message.empty() ? item.source : item.message);
-        text += Indent(head + message + tail, "") + Indent(item.details, "    ");
+        if (&item == &items.front())
+            text += FormatError(Trim(item.message.empty() ? item.source : item.message)) +
+                    Indent(item.details, "    ");
+        else
+            text += Indent("  " + item.FormatLine(), "");
     }
     return text;
 }
 
-std::string FormatError(const std::string& message) { return "pansharp: error: " + message + "\n"; }
+std::string FormatError(const std::string& message) { return Indent("pansharp: error: " + message, ""); }
 
 std::string FormatWarning(const std::string& message) { return "pansharp: warning: " + message + "\n"; }
 

@@ -15,7 +15,7 @@ SayingItems(const KOVA::Tessara::Fundament::Status& status);
 [[nodiscard]] std::string FormatId(std::uint32_t id);
 
 /// What standard error shows of a failure: "pansharp: error: " and the first item's message, then the other
-/// items as indented lines with their ids; details are indented further. Ends in a line feed.
+/// items as indented lines of their own; details are indented further. Ends in a line feed.
 [[nodiscard]] std::string FormatErrors(const KOVA::Tessara::Fundament::Status& status);
 
 /// "pansharp: error: " or "pansharp: warning: " before one message.

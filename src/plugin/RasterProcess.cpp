@@ -68,7 +68,13 @@ int RasterProcess::SetInputRaster(IRaster* raster) {
 }
 
 unsigned short** RasterProcess::GetColorMap(unsigned int& count) {
-    return inputRaster ? inputRaster->GetColorMap(count) : colorMap;
+    if (!inputRaster) return colorMap;
+    try {
+        return inputRaster->GetColorMap(count);
+    } catch (...) {
+        RecordException("GetColorMap");
+        return nullptr;
+    }
 }
 
 int RasterProcess::SetColorMap(unsigned short** map, unsigned int) {

@@ -36,13 +36,13 @@ public:
         openpty(&keyboard, &screen, nullptr, nullptr, nullptr);
         tcgetattr(screen, &before);
         EXPECT_EQ(write(keyboard, "y", 1), 1); // typed ahead: must not answer
+        WaitFor("y");                          // it has arrived, and shows
         child = fork();
         if (child == 0) {
             login_tty(screen);
             _exit(question());
         }
-        for (int i = 0; i < 100 && shown.find("] ") == std::string::npos; ++i)
-            Read(100);
+        WaitFor("] ");
     }
     ~Terminal() {
         close(keyboard);
@@ -57,7 +57,9 @@ public:
             EXPECT_EQ(write(keyboard, stroke.data(), stroke.size()), static_cast<ssize_t>(stroke.size()));
             for (int wait = 0; wait < 10; ++wait) {
                 Read(10);
-                if (waitpid(child, &status, WNOHANG) == child) return status;
+                if (waitpid(child, &status, WNOHANG) != child) continue;
+                Read(50); // its last words
+                return status;
             }
         }
         kill(child, SIGKILL);
@@ -76,6 +78,11 @@ public:
     std::string shown;
 
 private:
+    void WaitFor(const char* text) {
+        for (int i = 0; i < 100 && shown.find(text) == std::string::npos; ++i)
+            Read(100);
+    }
+
     void Read(int milliseconds) {
         char buffer[256];
         pollfd output{keyboard, POLLIN, 0};
@@ -110,7 +117,7 @@ TEST(Console, TakesOneKey) {
         SCOPED_TRACE(terminal.shown);
         EXPECT_EQ(terminal.Flags(), tcflag_t{ISIG}) << "keys would wait for Enter, or show";
         const int status = terminal.Type(c.strokes);
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == c.answer) << std::hex << status;
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == c.answer) << std::hex << std::hex << status;
         EXPECT_TRUE(terminal.IsAsBefore());
         EXPECT_NE(terminal.shown.find(c.echo), std::string::npos) << terminal.shown;
     }
@@ -120,7 +127,7 @@ TEST(Console, InterruptPutsTheTerminalBack) {
     for (const auto& [key, signal] : {std::pair("\x03", SIGINT), std::pair("\x1C", SIGQUIT)}) {
         Terminal terminal(Overwrite);
         const int status = terminal.Type({key});
-        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << status;
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << std::hex << status;
         EXPECT_TRUE(terminal.IsAsBefore());
     }
 }

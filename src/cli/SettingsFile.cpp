@@ -1,0 +1,47 @@
+#include "cli/SettingsFile.h"
+
+#include "cli/ExitCode.h"
+#include "fundament/Files.h"
+#include "fundament/PropertyLookUp.h"
+
+#include <fstream>
+
+namespace cli {
+
+using KOVA::Tessara::Fundament::PropertyLookUp;
+using KOVA::Tessara::Fundament::Status;
+
+namespace {
+
+constexpr std::uint32_t reportNotWritten = 0xB201;
+
+} // namespace
+
+PropertyPairs ReadSettings(const std::string& file) {
+    if (!KOVA::Tessara::Fundament::IsReadable(file))
+        throw UsageError("--settings: the file '" + file + "' cannot be read; is the name right?");
+    PropertyLookUp properties;
+    Status reasons;
+    if (!properties.FromXml(file, reasons)) {
+        const std::string reason = reasons.GetCount() > 0 ? reasons.GetItem(0).message : std::string();
+        throw UsageError("--settings: '" + file +
+                         "' is no settings file; it holds one element a property, as in "
+                         "<Settings><BandWeight-1>0.3</BandWeight-1></Settings>. " +
+                         reason);
+    }
+    PropertyPairs pairs;
+    for (std::uint32_t i = 0; i < properties.GetCount(); ++i)
+        pairs.push_back(properties.GetAt(i));
+    return pairs;
+}
+
+bool WriteStatusReport(const std::string& file, Status& status) {
+    std::ofstream stream(file, std::ios::binary);
+    stream << status.ToXml(true) << "\n";
+    stream.close();
+    return stream.good() ||
+           !status.Add(reportNotWritten,
+                       "the status report '" + file + "' cannot be written; is its folder there?", "Command");
+}
+
+} // namespace cli

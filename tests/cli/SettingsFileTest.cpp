@@ -1,0 +1,121 @@
+#include "Child.h"
+#include "Scene.h"
+
+#include "fundament/Status.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using testing::HasSubstr;
+
+namespace {
+
+void WriteText(const std::string& file, const std::string& text) { std::ofstream(file) << text; }
+
+/// Runs "sharpen pan.tif ms.tif -o out.tif" as a person at a terminal would who answers with one key. Returns
+/// the exit code; `shown` gets what the terminal showed.
+int RunAtTerminal(const child::Folder& folder, char key, std::string& shown) {
+    int terminal = -1;
+    const pid_t id = forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (id == 0) {
+        if (chdir(folder.path.c_str()) == 0)
+            execl(PANSHARP_COMMAND_FILE, "pansharp", "sharpen", "pan.tif", "ms.tif", "-o", "out.tif",
+                  nullptr);
+        _exit(99);
+    }
+    char byte = 0;
+    bool isAnswered = false;
+    while (read(terminal, &byte, 1) == 1) {
+        shown += byte;
+        if (!isAnswered && shown.ends_with("[N] ")) isAnswered = write(terminal, &key, 1) == 1;
+    }
+    int status = 0;
+    waitpid(id, &status, 0);
+    close(terminal);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+} // namespace
+
+// The file's properties count like typed ones, and what is typed goes before them.
+TEST(SettingsFile, GivesMethodAndProperties) {
+    const child::Folder folder;
+    const scene::Pair pair(folder, 4, 8);
+    WriteText(folder / "set.xml", "<S><Method>brovey</Method><BandWeight-2>0.125</BandWeight-2></S>");
+    const auto fuse = [&](child::Arguments more) {
+        child::Arguments arguments{"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "--overwrite", "-q"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const auto outcome = child::Run(folder, arguments);
+        EXPECT_EQ(outcome.code, 0) << outcome.err;
+        return scene::Read(folder / "out.tif").samples;
+    };
+    const auto expect = [&](const char* method, std::vector<double> weights) {
+        return scene::Fuse(method, pair.pan, pair.ms, weights, {0, 1, 2, 3}).samples;
+    };
+    EXPECT_EQ(fuse({"--settings", "set.xml"}), expect("Brovey", {0.25, 0.5, 0.25, 0.25}));
+    EXPECT_EQ(fuse({"--settings", "set.xml", "--method", "kova"}), expect("KOVA", {0.25, 0.125, 0.25, 0.25}));
+    EXPECT_EQ(fuse({"--settings", "set.xml", "--method", "kova", "--set", "BandWeight-2=0.5"}),
+              expect("KOVA", {0.25, 0.5, 0.25, 0.25}));
+}
+
+TEST(SettingsFile, IsRefusedWithPlaceAndReason) {
+    const child::Folder folder;
+    const scene::Pair pair(folder, 4, 8);
+    WriteText(folder / "broken.xml", "<S>\n<Method>brovey</S>");
+    WriteText(folder / "own.xml", "<S><MSImageID>other</MSImageID></S>");
+    const struct {
+        const char* file;
+        int code;
+        std::vector<const char*> words;
+    } cases[] = {{"broken.xml", 2, {"broken.xml", "Line: '2'", "mismatch"}},
+                 {"none.xml", 2, {"none.xml", "cannot be read"}},
+                 {"own.xml", 1, {"MSImageID", "cannot be set"}}};
+    for (const auto& c : cases) {
+        const auto outcome =
+            child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "--settings", c.file});
+        EXPECT_EQ(outcome.code, c.code) << c.file;
+        for (const char* word : c.words)
+            EXPECT_THAT(outcome.err, HasSubstr(word));
+        EXPECT_FALSE(std::filesystem::exists(folder / "out.tif"));
+    }
+}
+
+// A report that is read back says what standard error said; a run that succeeds leaves none.
+TEST(SettingsFile, ReportHoldsWhatWentWrong) {
+    const child::Folder folder;
+    const scene::Pair pair(folder, 4, 8);
+    auto outcome =
+        child::Run(folder, {"sharpen", "pan.tif", "<none>.tif", "-o", "out.tif", "--status-xml", "why.xml"});
+    EXPECT_EQ(outcome.code, 1);
+    KOVA::Tessara::Fundament::Status status;
+    ASSERT_TRUE(status.FromXml(folder / "why.xml"));
+    ASSERT_GE(status.GetCount(), 1u);
+    EXPECT_THAT(status.GetItem(0).message, HasSubstr("'<none>.tif'"));
+    EXPECT_THAT(outcome.err, HasSubstr(status.GetItem(0).message));
+    outcome =
+        child::Run(folder, {"sharpen", "pan.tif", "none.tif", "-o", "out.tif", "--status-xml", "no/why.xml"});
+    EXPECT_THAT(outcome.err, HasSubstr("'no/why.xml' cannot be written"));
+    outcome = child::Run(folder,
+                         {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "--status-xml", "none.xml", "-q"});
+    EXPECT_EQ(outcome.code, 0) << outcome.err;
+    EXPECT_FALSE(std::filesystem::exists(folder / "none.xml"));
+}
+
+TEST(SharpenCommandAtATerminal, AsksBeforeItReplacesAFile) {
+    const child::Folder folder;
+    const scene::Pair pair(folder, 4, 8);
+    WriteText(folder / "out.tif", "precious");
+    std::string shown;
+    EXPECT_EQ(RunAtTerminal(folder, 'n', shown), 1);
+    EXPECT_THAT(shown, HasSubstr("out.tif already exists! Overwrite?(Y/N)[N] N"));
+    EXPECT_THAT(shown, HasSubstr("left as it is"));
+    EXPECT_EQ(std::filesystem::file_size(folder / "out.tif"), 8u);
+    shown.clear();
+    EXPECT_EQ(RunAtTerminal(folder, 'y', shown), 0) << shown;
+    EXPECT_EQ(scene::Read(folder / "out.tif").bands, 4);
+}
