@@ -43,6 +43,7 @@ install(TARGETS fundament host hostkit kernels_simd kernels_fusion kernels_sampl
 if(TARGET cli)
   set_target_properties(cli PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
   install(TARGETS cli RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(FILES "${PROJECT_SOURCE_DIR}/docs/pansharp.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
 endif()
 
 install(FILES "${PROJECT_SOURCE_DIR}/src/capi/pansharp.h" DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})

@@ -30,6 +30,7 @@ void Bind(BoundCommand& command) {
             option = command.app->add_flag(names)->disable_flag_override();
         } else {
             option = command.app->add_option(names, command.values.emplace_back());
+            option->type_size(static_cast<int>(entry.CountValues()));
             option->expected(1)->allow_extra_args(false)->type_name(std::string(entry.value));
             option->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
         }
@@ -74,7 +75,9 @@ bool IsOption(const std::string& argument) { return argument.size() > 1 && argum
         if (!option->check_name(name) && !option->check_lname(name)) continue;
         const std::string key(entry->Key());
         if (entry->IsFlag()) throw UsageError(key + " takes no value; give it alone");
-        throw UsageError(key + " needs a value: " + key + " " + std::string(entry->value));
+        const std::size_t count = entry->CountValues();
+        throw UsageError(key + " needs " + (count == 1 ? "a value" : std::to_string(count) + " values") +
+                         ": " + key + " " + std::string(entry->value));
     }
     throw UsageError(complaint + SeeHelp(*command.entry));
 }
@@ -109,7 +112,7 @@ CommandLine CommandLine::Parse(int argc, const char* const* argv) {
     line.command = used->entry;
     for (const auto& [entry, option] : used->options) {
         if (option->count() == 0) continue;
-        if (option->count() > 1 && !entry->repeatable && !entry->IsFlag())
+        if (!entry->IsFlag() && !entry->repeatable && option->count() > entry->CountValues())
             throw UsageError(std::string(entry->Key()) + " is given more than once; give it once");
         line.options[std::string(entry->Key())] = option->results();
     }

@@ -18,13 +18,6 @@ std::string OptionHead(const OptionEntry& option) {
     return "  " + names;
 }
 
-std::string OptionHelp(const OptionEntry& option) {
-    std::string help(option.help);
-    if (option.repeatable) help += "; may be repeated";
-    if (!option.standard.empty()) help += " (default: " + std::string(option.standard) + ")";
-    return help;
-}
-
 } // namespace
 
 std::string HelpText(const CommandEntry& command) {
@@ -40,7 +33,7 @@ std::string HelpText(const CommandEntry& command) {
     std::string_view heading;
     for (const OptionEntry& option : command.options) {
         if (option.heading != heading) text += "\n" + std::string(heading = option.heading) + ":\n";
-        text += Wrap(OptionHead(option), helpColumn, OptionHelp(option));
+        text += Wrap(OptionHead(option), helpColumn, HelpOf(option));
     }
     return text + "\n" + std::string(command.closing);
 }

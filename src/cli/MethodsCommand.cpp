@@ -5,6 +5,7 @@
 #include "cli/StatusText.h"
 #include "cli/TextLayout.h"
 #include "fundament/Text.h"
+#include "kernels/Simd.h"
 
 #include <iostream>
 #include <span>
@@ -68,7 +69,8 @@ ExitCode RunMethods(const CommandLine& line) {
 }
 
 ExitCode RunVersion(const CommandLine& line) {
-    std::cout << "pansharp " << PANSHARP_VERSION << "\n";
+    std::cout << "pansharp " << PANSHARP_VERSION << "\nvector instructions "
+              << kernels::SimdTargetName(kernels::ChosenSimdTarget()) << "\n";
     Status status;
     if (const auto plugin = LoadPlugin(line, status)) {
         const PansharpDescription& description = plugin->GetDescription();

@@ -1,5 +1,7 @@
 #include "cli/OptionTable.h"
 
+#include <algorithm>
+
 namespace cli {
 
 namespace {
@@ -32,6 +34,8 @@ constexpr OptionEntry sharpenOptions[] = {
     {"-w,--weights", "W1,W2,...|equal", "equal", fusionHeading,
      "weights of the multispectral bands in the simulated pan, one a band, in order; 'equal' gives each, the "
      "infrared band too, the same share of 1"},
+    {"--weights-from", "RUN.json", "", fusionHeading,
+     "the weights of an earlier run, from what it printed with --json; that of the infrared band too"},
     {"--infrared", "FILE[,band=N]", "", fusionHeading,
      "an infrared band that takes part in the simulated pan and is not written"},
     {"--infrared-weight", "W", "the share of one band", fusionHeading,
@@ -39,6 +43,15 @@ constexpr OptionEntry sharpenOptions[] = {
     {"-b,--bands", "LIST", "all", fusionHeading,
      "multispectral bands to write, by number from 1, in order, such as 3,2,1; the others only take part in "
      "the simulated pan"},
+    {"-r,--resampling", "bilinear|cubic", "bilinear", fusionHeading,
+     "how the multispectral bands are brought to the pixels of pan"},
+    {"--bit-depth", "N", "what the files declare, else all", fusionHeading,
+     "bits that are used of 16-bit samples, 9 to 16, such as 11; no result is larger"},
+    {"--projwin", "ULX ULY LRX LRY", "all of pan", fusionHeading,
+     "fuse only the part between these corners, upper left and lower right, in map units of pan; the pixels "
+     "are those that the whole has there"},
+    {"--bbox", "XMIN YMIN XMAX YMAX", "all of pan", fusionHeading,
+     "the same, by the least and greatest coordinates"},
     {"-j,--threads", "N", "one a processor", runHeading, "threads that fuse"},
     {"-q,--quiet", "", "", runHeading, "print warnings and errors only"},
     jsonOption,
@@ -46,6 +59,8 @@ constexpr OptionEntry sharpenOptions[] = {
      "rows that are fused at a time; the pixels do not depend on it"},
     {"--set", "NAME=VALUE", "", advancedHeading,
      "a raw property of the process, set last; 'pansharp methods' lists them", true},
+    {"--simd", "TARGET", "the best, or what PANSHARP_SIMD names", advancedHeading,
+     "vector instructions to use, or 'scalar'; the pixels do not depend on it"},
     {"--settings", "FILE", "", advancedHeading,
      "an XML file of raw properties, one element each below its root; --set goes before it"},
     {"--status-xml", "FILE", "", advancedHeading,
@@ -57,7 +72,8 @@ constexpr OptionEntry sharpenOptions[] = {
 constexpr OptionEntry methodsOptions[] = {jsonOption, pluginOption, helpOption};
 
 constexpr OptionEntry programOptions[] = {
-    {"--version", "", "", helpHeading, "print the versions of the program and of the plug-in"},
+    {"--version", "", "", helpHeading,
+     "print the versions of the program and of the plug-in and the vector instructions in use"},
     helpOption,
 };
 
@@ -73,6 +89,7 @@ constexpr CommandEntry commands[] = {
   pansharp sharpen pan.tif ms.tif -o rgb.tif -w 0.2,0.3,0.3,0.2 -b 3,2,1
   pansharp sharpen pan.tif ms.tif,band=3 ms.tif,band=2 ms.tif,band=1 -o rgb.tif \
       --infrared ms.tif,band=4 --infrared-weight 0.25
+  pansharp sharpen pan.tif ms.tif -o part.tif --projwin 500000 4600000 510000 4590000
 
 Exit codes: 0 done, 1 the work failed, 2 the command line is wrong, 130 interrupted.
 )"},
@@ -102,6 +119,17 @@ constexpr CommandEntry program = {"",
 } // namespace
 
 std::string_view OptionEntry::Key() const { return names.substr(names.find("--")); }
+
+std::size_t OptionEntry::CountValues() const {
+    return IsFlag() ? 0 : static_cast<std::size_t>(std::count(value.begin(), value.end(), ' ')) + 1;
+}
+
+std::string HelpOf(const OptionEntry& option) {
+    std::string help(option.help);
+    if (option.repeatable) help += "; may be repeated";
+    if (!option.standard.empty()) help += " (default: " + std::string(option.standard) + ")";
+    return help;
+}
 
 const CommandEntry& Program() { return program; }
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <span>
+#include <string>
 #include <string_view>
 
 /// Every command and option there is. The parser, --help and the manual page are made from this one table.
@@ -8,7 +10,8 @@ namespace cli {
 
 struct OptionEntry {
     std::string_view names;    ///< as typed, the short form first: "-o,--output"
-    std::string_view value;    ///< what stands for the value in the help; empty for a flag
+    std::string_view value;    ///< what stands for the value in the help, for several with blanks between
+                               ///< them; empty for a flag
     std::string_view standard; ///< the default, as typed or in words; empty for none
     std::string_view heading;  ///< under which the help shows it
     std::string_view help;
@@ -17,7 +20,12 @@ struct OptionEntry {
     /// The long form, by which the program asks for it: "--output".
     [[nodiscard]] std::string_view Key() const;
     [[nodiscard]] bool IsFlag() const { return value.empty(); }
+    /// Values that follow the option each time.
+    [[nodiscard]] std::size_t CountValues() const;
 };
+
+/// The help with what else is to be said of the option: that it may be repeated, its default.
+[[nodiscard]] std::string HelpOf(const OptionEntry& option);
 
 struct PositionalEntry {
     std::string_view name;

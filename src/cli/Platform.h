@@ -6,6 +6,9 @@
 /// What the command needs of the system that it runs on. One file a platform.
 namespace cli::platform {
 
+/// For this process and what it loads from now on.
+void SetEnvironment(const char* name, const char* value);
+
 [[nodiscard]] bool ErrorsGoToTerminal();
 /// Columns of the terminal that standard error is; 80 when it does not say.
 [[nodiscard]] std::size_t TerminalColumns();

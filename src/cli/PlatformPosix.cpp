@@ -23,6 +23,8 @@ void NoteInterrupt(int) {
 
 } // namespace
 
+void SetEnvironment(const char* name, const char* value) { setenv(name, value, 1); }
+
 bool ErrorsGoToTerminal() { return isatty(STDERR_FILENO) == 1; }
 
 std::size_t TerminalColumns() {

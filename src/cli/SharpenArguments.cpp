@@ -2,11 +2,15 @@
 
 #include "cli/ArgumentText.h"
 #include "cli/ExitCode.h"
+#include "cli/RunWeights.h"
 #include "cli/SettingsFile.h"
 #include "cli/Suggestion.h"
 #include "fundament/Text.h"
 
+#include <algorithm>
+#include <array>
 #include <span>
+#include <utility>
 
 namespace cli {
 
@@ -18,6 +22,8 @@ namespace {
 
 constexpr std::uint32_t mostThreads = 1024;
 constexpr std::uint32_t mostRows = 0x7FFFFFFFu;
+constexpr std::uint32_t fewestBits = 9;
+constexpr std::uint32_t mostBits = 16;
 constexpr const char* firstBandWeight = "BandWeight-1";
 
 void ReadInputs(const CommandLine& line, SharpenRequest& request) {
@@ -48,6 +54,22 @@ void ReadOutput(const CommandLine& line, SharpenRequest& request) {
     request.overwrite = line.Has("--overwrite");
 }
 
+/// The weights of an earlier run, in the place of those of the command line.
+void TakeRunWeights(const CommandLine& line, SharpenRequest& request) {
+    const std::string file = line.Get("--weights-from");
+    if (line.Has("--weights"))
+        throw UsageError("--weights and --weights-from both say what the weights are; give one of them");
+    const RunWeights run = ReadRunWeights(file);
+    request.weights = run.bands;
+    if (run.infrared && !request.infrared)
+        throw UsageError("--weights-from: the run of '" + file +
+                         "' had an infrared band that took part; name one with --infrared");
+    if (request.infrared && !request.infraredWeight) request.infraredWeight = run.infrared;
+    if (request.infrared && !request.infraredWeight)
+        throw UsageError("--weights-from: the run of '" + file +
+                         "' had no infrared band; give the weight of this one with --infrared-weight");
+}
+
 /// A method that is typed goes before that of the settings.
 void TakeSettings(const PropertyPairs& settings, bool isMethodTyped, SharpenRequest& request) {
     for (const auto& [name, value] : settings)
@@ -67,10 +89,43 @@ void ReadFusion(const CommandLine& line, SharpenRequest& request) {
             throw UsageError("--infrared-weight is given without an infrared band; name it with --infrared");
         request.infraredWeight = ParseNumber("--infrared-weight", line.Get("--infrared-weight"));
     }
+    if (line.Has("--weights-from")) TakeRunWeights(line, request);
     if (line.Has("--settings"))
         TakeSettings(ReadSettings(line.Get("--settings")), line.Has("--method"), request);
     for (const std::string& property : line.GetAll("--set"))
         request.properties.push_back(ParseNameValue("--set", property));
+}
+
+/// The sides of --projwin or --bbox as left, top, right, bottom.
+std::array<double, 4> ParsePart(const CommandLine& line, const std::string& option) {
+    std::array<double, 4> part{};
+    const std::vector<std::string> texts = line.GetAll(option);
+    for (std::size_t i = 0; i < part.size(); ++i)
+        part[i] = ParseNumber(option, texts[i]);
+    const bool isBox = option == "--bbox";
+    if (isBox) std::swap(part[1], part[3]);
+    const auto& [left, top, right, bottom] = part;
+    if (left >= right || (isBox ? bottom >= top : bottom == top))
+        throw UsageError(option + ": nothing lies between '" + texts[0] + " " + texts[1] + "' and '" +
+                         texts[2] + " " + texts[3] + "'; " +
+                         (isBox ? "the least x and y come first, then the greatest"
+                                : "the upper left corner comes first, then the lower right one"));
+    return part;
+}
+
+void ReadSampling(const CommandLine& line, SharpenRequest& request) {
+    const std::vector<std::string> known = {"bilinear", "cubic"};
+    request.resampling = KOVA::Tessara::Fundament::ToLower(line.Get("--resampling"));
+    if (std::find(known.begin(), known.end(), request.resampling) == known.end())
+        throw UsageError("--resampling: there is no '" + line.Get("--resampling") + "'" +
+                         Suggestion(request.resampling, known) + "; give bilinear or cubic");
+    if (line.Has("--bit-depth"))
+        request.bitDepth =
+            static_cast<int>(ParseWhole("--bit-depth", line.Get("--bit-depth"), fewestBits, mostBits));
+    if (line.Has("--projwin") && line.Has("--bbox"))
+        throw UsageError("--projwin and --bbox both say which part to fuse; give one of them");
+    for (const char* option : {"--projwin", "--bbox"})
+        if (line.Has(option)) request.part = ParsePart(line, option);
 }
 
 const PansharpMethod& FindMethod(const PansharpDescription& plugin, const std::string& typed) {
@@ -108,6 +163,7 @@ SharpenRequest MakeSharpenRequest(const CommandLine& line) {
     ReadInputs(line, request);
     ReadOutput(line, request);
     ReadFusion(line, request);
+    ReadSampling(line, request);
     if (line.Has("--plugin")) request.plugin = line.Get("--plugin");
     if (line.Has("--threads"))
         request.threads = static_cast<int>(ParseWhole("--threads", line.Get("--threads"), 1, mostThreads));
@@ -119,10 +175,17 @@ std::vector<std::string> FitToPlugin(const CommandLine& line, const PansharpDesc
                                      SharpenRequest& request) {
     const PansharpMethod& method = FindMethod(plugin, request.method);
     request.method = method.keyword;
-    if (line.Has("--weights") && !HasProperty(method.properties, method.propertyCount, firstBandWeight))
-        throw UsageError("--weights: the method " + request.method +
-                         " takes no weights of bands; leave --weights out or choose another method");
+    for (const std::string option : {"--weights", "--weights-from"})
+        if (line.Has(option) && !HasProperty(method.properties, method.propertyCount, firstBandWeight))
+            throw UsageError(option + ": the method " + request.method +
+                             " takes no weights of bands; leave " + option + " out or choose another method");
     std::vector<std::string> warnings;
+    if (line.Has("--weights-from")) {
+        const std::string file = line.Get("--weights-from");
+        if (const std::string run = ReadRunWeights(file).method; !StringsEqual(run, request.method, true))
+            warnings.push_back("--weights-from: the run of '" + file + "' was one of " + run +
+                               "; its weights are taken for " + request.method);
+    }
     for (const auto& [name, value] : request.properties)
         if (!HasProperty(plugin.properties, plugin.propertyCount, name) &&
             !HasProperty(method.properties, method.propertyCount, name))

@@ -13,8 +13,8 @@ namespace cli {
 [[nodiscard]] rasterhost::SharpenRequest MakeSharpenRequest(const CommandLine& line);
 
 /// Checks what depends on the plug-in: puts the keyword as the plug-in writes it in the place of the method,
-/// refuses weights for a method without any, and returns a warning for each property that the plug-in does
-/// not know. Throws UsageError.
+/// refuses weights for a method without any, and returns a warning for weights of another method's run and
+/// for each property that the plug-in does not know. Throws UsageError.
 std::vector<std::string> FitToPlugin(const CommandLine& line, const PansharpDescription& plugin,
                                      rasterhost::SharpenRequest& request);
 

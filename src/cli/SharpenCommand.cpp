@@ -8,6 +8,7 @@
 #include "cli/SettingsFile.h"
 #include "cli/SharpenArguments.h"
 #include "cli/StatusText.h"
+#include "cli/VectorTarget.h"
 #include "fundament/Console.h"
 #include "fundament/Files.h"
 
@@ -71,6 +72,7 @@ void PrintOutcome(const CommandLine& line, const SharpenRequest& request, const 
 
 ExitCode RunSharpen(const CommandLine& line) {
     SharpenRequest request = MakeSharpenRequest(line);
+    if (line.Has("--simd")) ForceVectorTarget(line.Get("--simd"));
     SharpenReport report;
     Status status;
     ExitCode code = WorkFailed;

@@ -57,6 +57,17 @@ const WrongLine wrongLines[] = {
     {{"sharpen", "a", "b", "-o", "c", "-j", "many"}, {"--threads", "'many'"}},
     {{"sharpen", "a", "b", "-o", "c", "--window", "-5"}, {"--window", "'-5'"}},
     {{"sharpen", "a", "b", "-o", "c", "--window", "99999999999"}, {"--window", "'99999999999'"}},
+    {{"sharpen", "a", "b", "-o", "c", "-r", "cubik"}, {"'cubik'", "did you mean 'cubic'?", "bilinear"}},
+    {{"sharpen", "a", "b", "-o", "c", "--bit-depth", "8"}, {"--bit-depth", "'8'", "9 to 16"}},
+    {{"sharpen", "a", "b", "-o", "c", "--projwin", "1", "2", "3"},
+     {"--projwin needs 4 values: --projwin ULX"}},
+    {{"sharpen", "a", "b", "-o", "c", "--projwin", "9", "2", "-3", "1"}, {"between '9 2' and '-3 1'"}},
+    {{"sharpen", "a", "b", "-o", "c", "--bbox", "0", "2", "3", "1"}, {"between '0 2' and '3 1'", "least"}},
+    {{"sharpen", "a", "b", "-o", "c", "--bbox", "0", "x", "3", "1"}, {"--bbox", "'x' is not a number"}},
+    {{"sharpen", "a", "b", "-o", "c", "--projwin", "0", "1", "1", "0", "--bbox", "0", "0", "1", "1"},
+     {"--projwin and --bbox"}},
+    {{"sharpen", "a", "b", "-o", "c", "--simd", "mmx"}, {"'mmx' cannot run here", "scalar"}},
+    {{"sharpen", "a", "b", "-o", "c", "--weights-from", "no.json"}, {"'no.json' cannot be opened", "--json"}},
     {{"methods", "kova"}, {"'kova'", "takes no files"}},
 };
 

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 using testing::AllOf;
 using testing::HasSubstr;
@@ -24,6 +25,15 @@ const PansharpDescription& AskPlugin() {
     const PansharpDescription* (*describe)() = nullptr;
     std::memcpy(&describe, &address, sizeof describe);
     return *describe();
+}
+
+/// Single blanks in the place of line feeds and margins.
+std::string Unwrapped(const std::string& text) {
+    std::istringstream words(text);
+    std::string joined;
+    for (std::string word; words >> word;)
+        joined += " " + word;
+    return joined;
 }
 
 } // namespace
@@ -41,6 +51,7 @@ TEST(MethodsCommand, ListsWhatThePluginSays) {
     for (std::uint32_t i = 0; i < plugin.methodCount; ++i) {
         const PansharpMethod& method = plugin.methods[i];
         EXPECT_THAT(text.out, HasSubstr("\n" + std::string(method.keyword) + "\n"));
+        EXPECT_THAT(Unwrapped(text.out), HasSubstr(" use " + std::string(method.advice) + " needs "));
         const auto& listed = object.at("methods").at(i);
         EXPECT_EQ(listed.at("keyword"), method.keyword);
         EXPECT_EQ(listed.at("formula"), method.formula);
@@ -63,6 +74,7 @@ TEST(MethodsCommand, VersionNamesProgramAndPlugin) {
         const child::Outcome outcome = child::Run(folder, arguments);
         EXPECT_EQ(outcome.code, 0);
         EXPECT_THAT(outcome.out, AllOf(testing::StartsWith("pansharp " PANSHARP_VERSION "\n"),
+                                       HasSubstr("\nvector instructions "),
                                        HasSubstr(std::string("plug-in Pansharp ") + AskPlugin().version),
                                        HasSubstr("Pansharp.process")));
     }

@@ -72,6 +72,25 @@ TEST(SharpenCommand, FusesWhatWasAsked) {
          {half, 0, quarter, 0},
          {2, 0},
          "Brovey"},
+        {"infrared with an equal share",
+         8,
+         {"ms.tif,band=1", "ms.tif,band=2", "ms.tif,band=3", "--infrared", "ms.tif,band=4"},
+         {},
+         equal,
+         {0, 1, 2}},
+        {"infrared with a weight",
+         16,
+         {"ms.tif,band=4", "ms.tif,band=2", "ms.tif,band=3", "--infrared", "ms.tif,band=1"},
+         {"-w", "0.125,0.125,0.25", "--infrared-weight", "0.5", "-b", "3,1"},
+         uneven,
+         {2, 3}},
+        {"Brovey with infrared",
+         8,
+         {"ms.tif,band=4", "ms.tif,band=2", "ms.tif,band=3", "--infrared", "ms.tif,band=1"},
+         {"--method", "brovey", "-w", "0.125,0.125,0.25", "--infrared-weight", "0.5", "--simd", "scalar"},
+         uneven,
+         {3, 1, 2},
+         "Brovey"},
         {"another format", 8, {"ms.tif"}, {"-f", "ENVI", "--co", "INTERLEAVE=BIP"}, equal, {0, 1, 2, 3}},
         {"after a double dash", 8, {"--", "ms.tif"}, {}, equal, {0, 1, 2, 3}},
     };
@@ -143,7 +162,8 @@ TEST(SharpenCommand, WarnsAndGoesOn) {
     const child::Outcome unknown =
         child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "a.tif", "--set", "BandWieght-1=2"});
     EXPECT_EQ(unknown.code, 0);
-    EXPECT_THAT(unknown.err, HasSubstr("warning: the property BandWieght-1: the plug-in names no such property"));
+    EXPECT_THAT(unknown.err,
+                HasSubstr("warning: the property BandWieght-1: the plug-in names no such property"));
     const child::Outcome known =
         child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "b.tif", "--set", "bandweight-12=2"});
     EXPECT_EQ(known.code, 0);

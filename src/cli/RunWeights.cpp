@@ -1,0 +1,49 @@
+#include "cli/RunWeights.h"
+
+#include "cli/ExitCode.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+#include <fstream>
+
+namespace cli {
+
+using Json = nlohmann::json;
+
+namespace {
+
+constexpr const char* whatToDo = "; name a file with what 'pansharp sharpen ... --json' printed";
+
+[[noreturn]] void Refuse(const std::string& file, const std::string& reason) {
+    throw UsageError("--weights-from: '" + file + "' " + reason);
+}
+
+bool IsFinite(const Json& number) { return number.is_number() && std::isfinite(number.get<double>()); }
+
+} // namespace
+
+RunWeights ReadRunWeights(const std::string& file) {
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream) Refuse(file, std::string("cannot be opened") + whatToDo);
+    const Json object = Json::parse(stream, nullptr, false);
+    if (!object.is_object() || object.value("command", Json()) != "sharpen")
+        Refuse(file, std::string("holds no JSON object of a run of 'sharpen'") + whatToDo);
+    if (object.value("ok", Json()) != true) Refuse(file, "is of a run that failed; take one that ended well");
+    const Json method = object.value("method", Json());
+    const Json weights = object.value("weights", Json());
+    const Json infrared = object.value("infrared_weight", Json());
+    if (!method.is_string() || !weights.is_array() || !(infrared.is_null() || IsFinite(infrared)))
+        Refuse(file, "lacks the method or the weights, or they are not what a run prints; run it again");
+    RunWeights run{method.get<std::string>(), {}, std::nullopt};
+    if (weights.empty())
+        Refuse(file, "is of the method " + run.method + ", which weighs no bands; take a run of another");
+    for (const Json& weight : weights) {
+        if (!IsFinite(weight)) Refuse(file, "has a weight that is no finite number; run it again");
+        run.bands.push_back(weight.get<double>());
+    }
+    if (infrared.is_number()) run.infrared = infrared.get<double>();
+    return run;
+}
+
+} // namespace cli

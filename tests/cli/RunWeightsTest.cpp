@@ -1,0 +1,67 @@
+#include "Child.h"
+#include "Scene.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+using child::Arguments;
+using testing::HasSubstr;
+
+TEST(RunWeights, OfAnEarlierRunServeAnotherMethodAndScene) {
+    const child::Folder folder;
+    const scene::Pair pair(folder, 4, 8);
+    const Arguments bands = {"sharpen",       "pan.tif",    "ms.tif,band=1", "ms.tif,band=2",
+                             "ms.tif,band=3", "--infrared", "ms.tif,band=4", "-o"};
+    const child::Outcome first = child::Run(
+        folder, child::Concatenate(
+                    {bands, {"a.tif", "--json", "-w", "0.5,0.125,0.125", "--infrared-weight", "0.25"}}));
+    ASSERT_EQ(first.code, 0) << first.err;
+    std::ofstream(folder / "run.json") << first.out;
+    const child::Outcome second = child::Run(
+        folder, child::Concatenate({bands, {"b.tif", "--method", "brovey", "--weights-from", "run.json"}}));
+    ASSERT_EQ(second.code, 0) << second.err;
+    EXPECT_THAT(second.err, HasSubstr("warning: --weights-from: the run of 'run.json' was one of KOVA"));
+    EXPECT_EQ(scene::Read(folder / "b.tif").samples,
+              scene::Fuse("Brovey", pair.pan, pair.ms, {0.5, 0.125, 0.125, 0.25}, {0, 1, 2}).samples);
+}
+
+TEST(RunWeights, AreRefusedWhereTheyDoNotServe) {
+    const std::string good = R"({"command": "sharpen", "ok": true, "method": "KOVA", "weights": [0.5, 0.5])";
+    const Arguments infrared = {"--infrared", "ms.tif,band=2"};
+    struct Case {
+        std::string json;
+        Arguments options;
+        const char* words;
+    };
+    const Case cases[] = {
+        {"", {}, "holds no JSON object"},
+        {good, {}, "holds no JSON object"}, // cut short
+        {"[1, 2]", {}, "holds no JSON object"},
+        {R"({"command": "methods", "ok": true})", {}, "of a run of 'sharpen'"},
+        {R"({"command": "sharpen", "ok": false})", {}, "a run that failed"},
+        {R"({"command": "sharpen", "ok": true, "method": "IHS", "weights": []})", {}, "weighs no bands"},
+        {R"({"command": "sharpen", "ok": true, "method": "KOVA", "weights": 3})", {}, "run it again"},
+        {R"({"command": "sharpen", "ok": true, "method": "KOVA", "weights": [1, null]})",
+         {},
+         "no finite number"},
+        {good + "}", {"-w", "equal"}, "give one of them"},
+        {good + "}", {"--method", "ihs"}, "IHS takes no weights"},
+        {good + "}", infrared, "--infrared-weight"},
+        {good + R"(, "infrared_weight": 0.1})", {}, "name one with --infrared"},
+    };
+    const child::Folder folder;
+    const scene::Pair pair(folder, 2, 8);
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.json + " " + child::AsTyped(each.options));
+        std::ofstream(folder / "run.json") << each.json;
+        const child::Outcome outcome = child::Run(
+            folder,
+            child::Concatenate({{"sharpen", "pan.tif", "ms.tif", "-o", "o.tif", "--weights-from", "run.json"},
+                                each.options}));
+        EXPECT_EQ(outcome.code, 2);
+        EXPECT_THAT(outcome.err, HasSubstr(each.words));
+        EXPECT_THAT(folder.List(), testing::ElementsAre("ms.tif", "pan.tif", "run.json"));
+    }
+}
