@@ -60,7 +60,6 @@ void AddReport(Json& object, const SharpenReport& report) {
     object["rows"] = report.rows;
     object["bands"] = report.bands;
     object["bits_per_sample"] = report.bitsPerSample;
-    object["bit_depth"] = report.bitDepth;
     object["ratio"] = report.ratio;
     object["weights"] = report.effectiveWeights;
     if (report.infraredWeight) object["infrared_weight"] = *report.infraredWeight;
@@ -101,8 +100,6 @@ std::string SharpenJson(const SharpenRequest& request, const SharpenReport& repo
     object["creation_options"] = request.creationOptions;
     object["requested_bands"] = request.bands;
     object["method"] = request.method;
-    object["resampling"] = request.resampling;
-    if (request.part) object["part"] = *request.part;
     object["vector_instructions"] = kernels::SimdTargetName(kernels::ChosenSimdTarget());
     if (!report.plugin.empty()) object["plugin"] = report.plugin;
     if (code == Done) AddReport(object, report);

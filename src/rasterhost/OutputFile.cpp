@@ -23,12 +23,13 @@ namespace {
 struct FileState {
     bool exists = false;
     bool isFolder = false;
+    bool isFile = false; ///< a regular one
 };
 
 FileState LookAt(const std::string& name) {
     VSIStatBufL state;
     if (VSIStatExL(name.c_str(), &state, VSI_STAT_EXISTS_FLAG | VSI_STAT_NATURE_FLAG) != 0) return {};
-    return {true, VSI_ISDIR(state.st_mode) != 0};
+    return {true, VSI_ISDIR(state.st_mode) != 0, VSI_ISREG(state.st_mode) != 0};
 }
 
 bool IsSameFile(const std::string& a, const std::string& b) {
@@ -113,6 +114,11 @@ bool CheckOutput(const SharpenRequest& request, const Scene& scene, Status& stat
     const FileState state = LookAt(name);
     if (state.isFolder)
         return refuse(FormatString("the output '%s' is a folder; name a file in it", name.c_str()));
+    if (state.exists && !state.isFile)
+        return refuse(
+            FormatString("the output '%s' is a device, and not a file that could be replaced; choose "
+                         "another name",
+                         name.c_str()));
     if (state.exists && !request.overwrite)
         return refuse(
             FormatString("the output '%s' exists; choose another name, or allow it to be overwritten "

@@ -34,7 +34,6 @@ TEST(RunJson, TellsEverythingOfAGoodRun) {
         {"creation_options", json::array()},
         {"requested_bands", {2}},
         {"method", "KOVA"},
-        {"resampling", "bilinear"},
         {"vector_instructions", "scalar"},
         {"columns", 46},
         {"rows", 38},

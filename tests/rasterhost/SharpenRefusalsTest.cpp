@@ -131,6 +131,8 @@ TEST_F(Refusals, OutputsThatCannotBe) {
     const std::string existing = Make("existing.tif", {1, 1, 1, GDT_Byte, {}, {}});
     std::filesystem::create_symlink(pan, folder / "link.tif");
     Refuse([](SharpenRequest& r) { r.output = ""; }, {"no output"});
+    Refuse([](SharpenRequest& r) { r.output = "/dev/null", r.overwrite = true; },
+           {"'/dev/null' is a device"});
     Refuse([&](SharpenRequest& r) { r.output = existing; }, {"existing.tif", "exists", "--overwrite"});
     Refuse([&](SharpenRequest& r) { r.output = pan, r.overwrite = true; }, {"pan.tif", "one of the inputs"});
     Refuse([&](SharpenRequest& r) { r.output = folder / "link.tif", r.overwrite = true; },
