@@ -38,9 +38,10 @@ bool FusionSlot::Init(std::uint32_t mostRows, Status& status) {
 
 namespace {
 
-bool ReadRect(GdalRaster& raster, const PixelRect& rect, Status& status) {
+bool ReadRect(const InputImage& image, GdalRaster& raster, const PixelRect& rect, Status& status) {
     if (raster.SetWindow(rect.col0, rect.row0, rect.col1, rect.row1) != 0) return true;
-    Fail(status, HostStatus::InputNotRead, "an input cannot be read");
+    Fail(status, HostStatus::InputNotRead,
+         FormatString("%s cannot be read; is the file complete?", image.GetName().c_str()));
     status.Append(raster.GetStatus());
     return false;
 }
@@ -50,14 +51,15 @@ bool ReadRect(GdalRaster& raster, const PixelRect& rect, Status& status) {
 bool FusionSlot::ReadSource(const InputImage& image, GdalRaster& raster, const char* imageId,
                             Status& status) {
     const auto placement = hostkit::PlaceGrids(scene.pan->GetInfo(), image.GetInfo());
-    if (!ReadRect(raster, hostkit::SourceRect(placement, window, image.GetInfo()), status)) return false;
+    if (!ReadRect(image, raster, hostkit::SourceRect(placement, window, image.GetInfo()), status))
+        return false;
     workspace.SetImage(imageId, {image.GetInfo(), raster.GetBlock()});
     return true;
 }
 
 bool FusionSlot::Read(std::uint32_t firstRow, std::uint32_t endRow, Status& status) {
     window = {0, firstRow, scene.pan->GetInfo().cols, endRow};
-    if (!ReadRect(pan, window, status) ||
+    if (!ReadRect(*scene.pan, pan, window, status) ||
         !ReadSource(*scene.multispectral, multispectral, multispectralId, status))
         return false;
     if (infrared && !ReadSource(*scene.infrared, *infrared, infraredId, status)) return false;
