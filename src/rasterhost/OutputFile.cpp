@@ -106,8 +106,8 @@ bool CheckOutput(const SharpenRequest& request, const Scene& scene, Status& stat
             FormatString("files of the format '%s' cannot be written window by window; write a GTiff "
                          "and convert it with gdal_translate -of %s",
                          request.format.c_str(), request.format.c_str()));
-    for (const InputImage* image : {scene.pan.get(), scene.multispectral.get()})
-        for (const std::string& input : image->GetFiles())
+    for (const InputImage* image : {scene.pan.get(), scene.multispectral.get(), scene.infrared.get()})
+        for (const std::string& input : image ? image->GetFiles() : std::vector<std::string>())
             if (IsSameFile(name, input))
                 return refuse(
                     FormatString("the output '%s' is one of the inputs; choose another name", name.c_str()));

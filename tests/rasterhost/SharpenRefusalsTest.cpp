@@ -137,6 +137,14 @@ TEST_F(Refusals, OutputsThatCannotBe) {
     Refuse([&](SharpenRequest& r) { r.output = pan, r.overwrite = true; }, {"pan.tif", "one of the inputs"});
     Refuse([&](SharpenRequest& r) { r.output = folder / "link.tif", r.overwrite = true; },
            {"link.tif", "one of the inputs"});
+    const std::string infrared = Make("ir.tif", {20, 20, 1, GDT_Byte, Grid(20.0), "EPSG:32630"});
+    Refuse(
+        [&](SharpenRequest& r) {
+            r.infrared = rasterhost::InputBand{infrared, {}};
+            r.output = infrared;
+            r.overwrite = true;
+        },
+        {"ir.tif", "one of the inputs"});
     Refuse([&](SharpenRequest& r) { r.output = folder / "none/fused.tif"; }, {"none", "does not exist"});
     Refuse([&](SharpenRequest& r) { r.output = folder / ".", r.overwrite = true; }, {"is a folder"});
     Refuse([](SharpenRequest& r) { r.format = "NoFormat"; }, {"'NoFormat'"});
