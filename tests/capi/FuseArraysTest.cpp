@@ -150,6 +150,21 @@ TEST(FuseArrays, PlacesTheCoarseImage) {
     }
 }
 
+// Brovey scales the weights it is given, by 3 here; what counts is what a caller asked for.
+TEST(FuseArrays, WeightsMeanTheSameToBrovey) {
+    const Library library = Open();
+    for (const std::vector<double>& weights :
+         {std::vector<double>{}, {0.375, 0.28125, 0.1875, 0, 0.1875}, {0.1, 0.2, 0.3, 0.2, 0.2}}) {
+        Scene scene(16, {24, 40}, {12, 10}, 5, Shape::Lines, Shape::Packed, {1, 5});
+        scene.job.method = "brovey";
+        scene.job.weights = weights.empty() ? nullptr : weights.data();
+        scene.job.weight_count = static_cast<std::uint32_t>(weights.size());
+        char error[2000];
+        ASSERT_EQ(pansharp_fuse(library.get(), &scene.job, error, sizeof error), PANSHARP_OK) << error;
+        EXPECT_EQ(scene.out.Samples(), scene.Expected(weights, true));
+    }
+}
+
 TEST(FuseArrays, InfraredTakesPartInTheSum) {
     const struct {
         const char* method;

@@ -100,6 +100,18 @@ TEST_F(FuseJob, RefusesWhatContradictsItself) {
     }
 }
 
+TEST_F(FuseJob, RefusesNull) {
+    Images images;
+    char error[200];
+    EXPECT_EQ(pansharp_fuse(nullptr, &images.job, error, sizeof error), PANSHARP_BAD_ARGUMENT);
+    EXPECT_THAT(error, HasSubstr("library is null"));
+    EXPECT_EQ(pansharp_fuse(library.get(), nullptr, error, sizeof error), PANSHARP_BAD_ARGUMENT);
+    EXPECT_THAT(error, HasSubstr("job is null"));
+    EXPECT_EQ(pansharp_fuse(nullptr, nullptr, nullptr, 0), PANSHARP_BAD_ARGUMENT);
+    pansharp_job_init(nullptr, sizeof(pansharp_job));
+    pansharp_close(nullptr);
+}
+
 // A caller that was built against a header with more members.
 TEST_F(FuseJob, TakesALongerStructureWhoseRestIsUnused) {
     Images images;
@@ -110,8 +122,6 @@ TEST_F(FuseJob, TakesALongerStructureWhoseRestIsUnused) {
     longer.job.struct_size = sizeof longer;
     EXPECT_EQ(pansharp_fuse(library.get(), &longer.job, nullptr, 0), PANSHARP_OK);
     longer.more[1] = &images;
-    EXPECT_EQ(pansharp_fuse(nullptr, &images.job, nullptr, 0), PANSHARP_BAD_ARGUMENT);
-    EXPECT_EQ(pansharp_fuse(library.get(), nullptr, nullptr, 0), PANSHARP_BAD_ARGUMENT);
     char error[200];
     EXPECT_EQ(pansharp_fuse(library.get(), &longer.job, error, sizeof error), PANSHARP_BAD_ARGUMENT);
     EXPECT_THAT(error, HasSubstr("install a newer one"));

@@ -37,6 +37,13 @@ TEST(DemoScene, UpsamplesBetweenPixelCentresAndKeepsTheEdges) {
                             40, 0, 0, 5, 15, 25, 35, 40, 40));
 }
 
+TEST(DemoScene, CutsTheUpperLeftAndRefusesASmallerImage) {
+    demo::Image image = demo::Image{}.Like(3, 2, 2, 1.0);
+    image.bands = {{1, 2, 3, 4, 5, 6}, {7, 8, 9, 10, 11, 12}};
+    EXPECT_THAT(demo::Crop(image, 2, 2, 1).bands, ElementsAre(ElementsAre(1, 2, 4, 5)));
+    EXPECT_THROW((void)demo::Crop(image, 3, 2, 1), std::runtime_error);
+}
+
 TEST(DemoScene, SaysInWhichBandAMethodIsWorse) {
     const demo::Image truth = Row({{10, 10}, {20, 20}, {30, 30}});
     std::ostringstream out;
@@ -49,6 +56,16 @@ TEST(DemoScene, SaysInWhichBandAMethodIsWorse) {
                 ElementsAre(std::sqrt(2.0), 5.0, std::nullopt));
     EXPECT_THROW((void)demo::RootMeanSquareErrors(truth, {"", Row({{1, 2}}), {0, 1}}), std::runtime_error);
     EXPECT_THROW((void)demo::RootMeanSquareErrors(truth, {"", Row({{1}}), {0}}), std::runtime_error);
+}
+
+TEST(DemoScene, StretchesAllThreePicturesByTheFusedOne) {
+    const demo::Image fused = Row({{50, 150}, {50, 150}, {50, 150}});
+    const demo::Image upsampled = Row({{100, 200}, {0, 150}, {50, 75}});
+    const demo::Image picture = demo::SideBySide(Row({{100, 50}}), upsampled, fused, {2, 1, 0});
+    ASSERT_EQ(picture.columns, 14);
+    EXPECT_THAT(picture.bands[0], ElementsAre(127, 0, 255, 255, 255, 255, 0, 63, 255, 255, 255, 255, 0, 255));
+    EXPECT_THAT(picture.bands[2],
+                ElementsAre(127, 0, 255, 255, 255, 255, 127, 255, 255, 255, 255, 255, 0, 255));
 }
 
 } // namespace

@@ -41,4 +41,25 @@ TEST(PropertyLookUp, ConvertsWithDefaults) {
     EXPECT_TRUE(none.GetLong("x", -5) == -5 && none.GetBool("x", true) && none.GetDouble("x", 1.5, 0) == 1.5);
 }
 
+// A reference into the lookup, or the lookup itself, may be what is added to it.
+TEST(PropertyLookUp, MayAddFromItself) {
+    PropertyLookUp p;
+    p["first"] = std::string(100, 'v');
+    for (int i = 0; i < 70; ++i)
+        p["copy" + std::to_string(i)] = p["first"];
+    EXPECT_EQ(p.GetString("copy69"), std::string(100, 'v'));
+    p.Clear();
+    p["Gain"] = " 2 ";
+    p["Empty"];
+    p.Merge(p, true, "In.", "");
+    EXPECT_EQ(p.ToXml(""), "<Gain> 2 </Gain>\n<Empty></Empty>\n<In.Gain> 2 </In.Gain>\n");
+    PropertyLookUp other;
+    other["GAIN"] = "3";
+    other["x"] = "";
+    p.Merge(other, false, "in.", "");
+    EXPECT_EQ(p.GetCount(), 4u); // over the pair that is there, whatever its case
+    EXPECT_EQ(p.GetAt(2), Pair("In.Gain", "3"));
+    EXPECT_EQ(PropertyLookUp().ToXml("P"), "<P></P>");
+}
+
 } // namespace

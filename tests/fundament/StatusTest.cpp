@@ -23,6 +23,20 @@ TEST(Status, KeepsOrderAndSources) {
     EXPECT_FALSE(s.Contains({1, "a", "PanSharp Process", ""}));
 }
 
+TEST(Status, MayTakeFromItself) {
+    Status s;
+    s.Add(1, "message", std::string(50, 's'));
+    for (int i = 0; i < 5; ++i)
+        s.Append(s);
+    s.Add(s.GetItem(0));
+    s.Insert(2, s.GetItem(31).message, s.GetItem(32).source);
+    EXPECT_EQ(s.GetCount(), 34u);
+    EXPECT_EQ(s.GetItem(0), (StatusItem{2, "message", std::string(50, 's'), ""}));
+    s.Reset(0, "", s.GetItem(33).source, "");
+    s.Add(3, "m", "");
+    EXPECT_EQ(s.GetItem(0).source, std::string(50, 's'));
+}
+
 TEST(Status, FormatsLines) {
     const struct {
         StatusItem item;

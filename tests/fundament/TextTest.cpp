@@ -32,6 +32,12 @@ TEST(Text, ComparesBytesUpToZero) {
                  EndsWith("C", "c", false));
 }
 
+TEST(Text, FormatsAnyLength) {
+    for (const std::size_t length : {0u, 4094u, 4095u, 4096u, 100000u})
+        EXPECT_EQ(FormatString("%s|%d", std::string(length, 'x').c_str(), 7),
+                  std::string(length, 'x') + "|7");
+}
+
 TEST(Text, SplitsAndShortens) {
     EXPECT_THAT(Tokenize(",;a; b,,c,", ",;"), ElementsAre("a", " b", "c"));
     EXPECT_THAT(Tokenize("a b", ""), ElementsAre("a b"));

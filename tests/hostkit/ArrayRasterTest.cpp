@@ -10,6 +10,20 @@ namespace {
 using namespace testimages;
 using hostkit::ArrayRaster;
 
+TEST(ArrayRaster, RowsStartAtTheWindow) {
+    const CodedImage<unsigned char> image(MakeInfo(8, 6, 2, 8));
+    std::vector<unsigned char> copy;
+    const PixelRect rect{2, 1, 7, 5};
+    const hostkit::SourceImage part = image.Part(rect, copy);
+    ArrayRaster raster(part.info, part.block);
+    EXPECT_EQ(raster.GetRow(3)[0], 2 + 10 * 3); // all of the block before any window
+    ASSERT_EQ(raster.SetWindow(4, 2, 6, 4), 1);
+    EXPECT_EQ(raster.GetRow(2)[0], 4 + 10 * 2);
+    EXPECT_EQ(raster.GetRow(3)[1], 4 + 10 * 3 + 1);
+    EXPECT_EQ(raster.GetRow(3)[2], 5 + 10 * 3);
+    EXPECT_EQ(raster.GetRasterInfo()->cols, 8u); // of the whole image
+}
+
 TEST(ArrayRaster, RefusesWhatItDoesNotHold) {
     const CodedImage<unsigned short> image(MakeInfo(8, 6, 1, 16));
     std::vector<unsigned short> copy;

@@ -85,6 +85,41 @@ TEST_P(SetWeights, ProcessArrivesAtTheWantedWeights) {
 
 INSTANTIATE_TEST_SUITE_P(Methods, SetWeights, testing::Values("KOVA", "Brovey"));
 
+TEST(EffectiveWeights, AreEqualUnlessGiven) {
+    const struct {
+        const char* method;
+        WeightedBands bands;
+        std::optional<double> infrared;
+        std::vector<double> wanted; // the infrared one last
+    } cases[] = {
+        {"KOVA", {3, false}, {}, {1.0 / 3, 1.0 / 3, 1.0 / 3}},
+        {"kova", {3, true}, {}, {0.25, 0.25, 0.25, 0.25}},
+        {"BROVEY", {4, false}, {}, {0.25, 0.25, 0.25, 0.25}},
+        {"Brovey", {3, true}, 0.0, {0.25, 0.25, 0.25, 0.0}},
+        {"Brovey", {4, true}, {}, {0.2, 0.2, 0.2, 0.2, 0.2}},
+    };
+    for (const auto& c : cases) {
+        EffectiveWeights weights{{}, c.infrared};
+        NameValueMap properties;
+        Status status;
+        ASSERT_TRUE(hostkit::SetWeights(c.method, c.bands, weights, properties, status)) << c.method;
+        EXPECT_EQ(WeightsOfProcess(std::string(c.method) != "KOVA" && c.method[0] == 'B', c.wanted.size(),
+                                   properties),
+                  c.wanted)
+            << c.method;
+    }
+}
+
+TEST(EffectiveWeights, SmallestNumberStaysAboveZero) {
+    const double least = std::numeric_limits<double>::denorm_min();
+    EffectiveWeights weights{{least, 0.5, 0.5, 0.5, 0.5}, {}};
+    NameValueMap properties;
+    Status status;
+    ASSERT_TRUE(hostkit::SetWeights("Brovey", {5, false}, weights, properties, status));
+    // A quarter of it would be 0, and nothing would be scaled any more.
+    EXPECT_EQ(WeightsOfProcess(true, 5, properties), (std::vector<double>{4 * least, 0.5, 0.5, 0.5, 0.5}));
+}
+
 TEST(EffectiveWeights, IhsWeighsTheFourthBandOnly) {
     const struct {
         WeightedBands bands;
@@ -137,6 +172,19 @@ TEST(EffectiveWeights, RefusesWhatDoesNotFit) {
         EXPECT_THAT(status.GetItem(0).message, HasSubstr(c.says));
         EXPECT_EQ(properties.GetCount(), 0u);
     }
+}
+
+TEST(EffectiveWeights, MethodIsFoundInAnyCase) {
+    const PansharpMethod methods[] = {{"KOVA", "", "", "", 1, 0, nullptr},
+                                      {"IHS", "", "", "", 3, 0, nullptr}};
+    const PansharpDescription plugin = {sizeof plugin, PANSHARP_CONTRACT_VERSION, "Fake", "1", 2, methods, 0,
+                                        nullptr};
+    Status status;
+    EXPECT_EQ(hostkit::FindMethod(plugin, "ihs", status), &methods[1]);
+    EXPECT_EQ(hostkit::FindMethod(plugin, "", status), &methods[0]);
+    EXPECT_EQ(status.GetCount(), 0u);
+    EXPECT_EQ(hostkit::FindMethod(plugin, "Median", status), nullptr);
+    EXPECT_THAT(status.ToText(), HasSubstr("'Median'; the plug-in has KOVA, IHS"));
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "hostkit/PluginLibrary.h"
 
+#include "CodedImage.h"
+#include "hostkit/ArrayWorkspace.h"
 #include "hostkit/HostKitStatus.h"
 
 #include <gmock/gmock.h>
@@ -11,9 +13,12 @@
 
 namespace {
 
+using namespace testimages;
 using hostkit::FindPlugin;
 using hostkit::PluginLibrary;
+using hostkit::Process;
 using KOVA::Tessara::Fundament::Status;
+using KOVA::Tessara::Global::NameValueMap;
 using testing::HasSubstr;
 
 TEST(PluginLibrary, RefusesWhatItCannotUse) {
@@ -53,6 +58,51 @@ TEST(PluginLibrary, IsFoundByPathThenVariableThenPlace) {
     EXPECT_EQ(FindPlugin("mine.process", status), "mine.process");
     unsetenv(hostkit::pluginVariable);
     EXPECT_EQ(status.GetCount(), 0u);
+}
+
+TEST(PluginLibrary, ProcessFusesOverArrays) {
+    Status status;
+    const auto plugin = PluginLibrary::Load(PANSHARP_PLUGIN_FILE, status);
+    ASSERT_NE(plugin, nullptr) << status.ToText();
+    EXPECT_STREQ(plugin->GetDescription().name, "Pansharp");
+
+    // Both bands are flat, so that every fused sample is the band plus pan minus their mean: 40 or 60 + pan
+    // - 50.
+    const CodedImage<unsigned char> pan(MakeInfo(8, 8, 1, 8));
+    const CodedImage<unsigned char> ms(MakeInfo(4, 4, 2, 8, 2.0),
+                                       [](auto, auto, auto b) { return b == 0 ? 40 : 60; });
+    hostkit::ArrayWorkspace workspace(pan.info);
+    workspace.SetImage("ms", ms.Whole());
+    hostkit::ArrayRaster panRaster(pan.info, pan.Whole().block);
+    NameValueMap properties;
+    properties["MSImageID"] = "ms";
+    properties["outputNBands"] = "2";
+    {
+        Process process(*plugin, properties, status);
+        ASSERT_TRUE(process) << status.ToText();
+        const PixelRect window{2, 3, 8, 8};
+        auto request = hostkit::MakeRequest(pan.info, window);
+        process->SetInputRaster(&panRaster);
+        process->SetWorkspace(static_cast<KOVA::Tessara::Pixmere::IRasterWorkspace*>(&workspace));
+        process->SetAoi(&request);
+        ASSERT_EQ(process->Init(), 1);
+        ASSERT_EQ(process->SetWindow(window.col0, window.row0, window.col1, window.row1), 1)
+            << process->GetStatus().ToText();
+        EXPECT_EQ(workspace.GetOutstandingChains(), 1u);
+        for (std::uint32_t row = window.row0; row < window.row1; ++row) {
+            const unsigned char* samples = process->GetRow(row);
+            ASSERT_NE(samples, nullptr) << process->GetStatus().ToText();
+            for (std::uint32_t c = 0; c < window.GetColumns(); ++c) {
+                const int panSample = pan.At(window.col0 + c, row, 0);
+                EXPECT_EQ(samples[2 * c], std::max(0, 40 + panSample - 50));
+                EXPECT_EQ(samples[2 * c + 1], 60 + panSample - 50);
+            }
+        }
+    }
+    EXPECT_EQ(workspace.GetOutstandingChains(), 0u);
+    Process none(*plugin, NameValueMap(), status); // a process needs a property
+    EXPECT_FALSE(none);
+    EXPECT_EQ(status.GetItem(0).id, hostkit::HostKitStatus::ProcessNotCreated);
 }
 
 } // namespace

@@ -97,6 +97,27 @@ TYPED_TEST(SampledWindows, AnyWindowAndRowOrderEqualsTheDefinition) {
         }
 }
 
+// Source pixels of two: data reach two pan pixels beyond the source, by the centres of the pan pixels.
+TEST(SampledChain, DataReachOneSourcePixelOutside) {
+    const RasterInfo pan = MakeInfo(40, 30, 1, 8);
+    const struct {
+        double left, top;
+        PixelRect covered;
+    } cases[] = {
+        {10.0, -8.0, {8, 6, 22, 16}}, // source from column 10 to 20 and row 8 to 14
+        {10.5, -8.0, {8, 6, 23, 16}}, // the centres of 8 and 22 lie exactly two outside: in
+        {10.6, -8.0, {9, 6, 23, 16}}, // that of 8 lies 2.1 outside
+        {-9.0, 4.0, {0, 0, 3, 4}},    // cut off by pan
+        {-12.0, 0.0, {0, 0, 0, 8}},   // nothing
+        {41.0, 0.0, {39, 0, 40, 8}},  // the last column only
+    };
+    for (const auto& c : cases) {
+        const RasterInfo source = MakeInfo(5, 3, 1, 8, 2.0, c.left, c.top);
+        EXPECT_EQ(hostkit::CoveredRect(PlaceGrids(pan, source), pan, source), c.covered)
+            << c.left << " " << c.top;
+    }
+}
+
 TEST(SampledChain, ReadsPixelCoordinatesUnscaled) {
     const CodedImage<unsigned char> source(MakeInfo(12, 12, 2, 8, 30.0));
     SampledChain chain("ms", MakeInfo(24, 24, 1, 8, 15.0), source.Whole());
