@@ -7,7 +7,9 @@
 #include "cli/Suggestion.h"
 #include "fundament/Text.h"
 
+#include <filesystem>
 #include <span>
+#include <system_error>
 #include <utility>
 
 namespace cli {
@@ -120,6 +122,20 @@ bool HasProperty(const PansharpProperty* properties, std::uint32_t count, const 
     return false;
 }
 
+/// A report must not take the place of what the run reads or makes.
+void CheckReportName(const std::string& report, const SharpenRequest& request) {
+    std::vector<std::string> files = {request.pan.file, request.output};
+    for (const auto& input : request.multispectral)
+        files.push_back(input.file);
+    if (request.infrared) files.push_back(request.infrared->file);
+    for (const std::string& file : files) {
+        std::error_code failure;
+        if (report == file || std::filesystem::equivalent(report, file, failure))
+            throw UsageError("--status-xml: '" + report +
+                             "' is an input or the output of this run; choose another name for the report");
+    }
+}
+
 } // namespace
 
 SharpenRequest MakeSharpenRequest(const CommandLine& line) {
@@ -127,6 +143,7 @@ SharpenRequest MakeSharpenRequest(const CommandLine& line) {
     ReadInputs(line, request);
     ReadOutput(line, request);
     ReadFusion(line, request);
+    if (line.Has("--status-xml")) CheckReportName(line.Get("--status-xml"), request);
     if (line.Has("--plugin")) request.plugin = line.Get("--plugin");
     if (line.Has("--threads"))
         request.threads = static_cast<int>(ParseWhole("--threads", line.Get("--threads"), 1, mostThreads));

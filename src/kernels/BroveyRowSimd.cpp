@@ -38,13 +38,8 @@ HWY_ATTR void BroveyBlock(T* planes, const T* HWY_RESTRICT pan, const BandWeight
 template <class T>
 HWY_ATTR void BroveyRow(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands) {
     if (bands.msBands > mostBands) return BroveyRowScalar(ms, pan, out, pixels, bands);
-    ForEachBlock(ms, pan, out, pixels, bands.msBands, bands.outputBands,
-                 [&](const T* msBlock, const T* panBlock, T* outBlock) HWY_ATTR {
-                     HWY_ALIGN T planes[mostBands * blockPixels];
-                     Deinterleave(msBlock, bands.msBands, planes);
-                     BroveyBlock(planes, panBlock, bands);
-                     Interleave(planes, bands.outputBands, outBlock);
-                 });
+    FuseBlocks(ms, pan, out, pixels, bands,
+               [&](T* planes, const T* panBlock) HWY_ATTR { BroveyBlock(planes, panBlock, bands); });
 }
 
 void BroveyRow8(const unsigned char* ms, const unsigned char* pan, unsigned char* out, std::size_t pixels,

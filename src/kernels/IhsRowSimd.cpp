@@ -107,13 +107,8 @@ HWY_ATTR void IhsBlock(T* planes, const T* HWY_RESTRICT pan, const BandWeights& 
 template <class T>
 HWY_ATTR void IhsRow(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands) {
     if (bands.msBands > mostBands) return IhsRowScalar(ms, pan, out, pixels, bands);
-    ForEachBlock(ms, pan, out, pixels, bands.msBands, bands.outputBands,
-                 [&](const T* msBlock, const T* panBlock, T* outBlock) HWY_ATTR {
-                     HWY_ALIGN T planes[mostBands * blockPixels];
-                     Deinterleave(msBlock, bands.msBands, planes);
-                     IhsBlock(planes, panBlock, bands);
-                     Interleave(planes, bands.outputBands, outBlock);
-                 });
+    FuseBlocks(ms, pan, out, pixels, bands,
+               [&](T* planes, const T* panBlock) HWY_ATTR { IhsBlock(planes, panBlock, bands); });
 }
 
 void IhsRow8(const unsigned char* ms, const unsigned char* pan, unsigned char* out, std::size_t pixels,

@@ -108,19 +108,15 @@ template <class T>
 HWY_ATTR void KovaRow(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands) {
     if (bands.msBands > mostBands) return KovaRowScalar(ms, pan, out, pixels, bands);
     const bool bounded = BoundsShifts<T>(bands);
-    ForEachBlock(ms, pan, out, pixels, bands.msBands, bands.outputBands,
-                 [&](const T* msBlock, const T* panBlock, T* outBlock) HWY_ATTR {
-                     HWY_ALIGN T planes[mostBands * blockPixels];
-                     HWY_ALIGN ShiftOf<T> shifts[blockPixels];
-                     Deinterleave(msBlock, bands.msBands, planes);
-                     if (bounded && BlockShifts(planes, panBlock, bands, shifts)) {
-                         for (std::uint32_t c = 0; c < bands.outputBands; ++c)
-                             ShiftPlane(planes + c * blockPixels, shifts);
-                     } else {
-                         AddDifferences(planes, panBlock, bands);
-                     }
-                     Interleave(planes, bands.outputBands, outBlock);
-                 });
+    FuseBlocks(ms, pan, out, pixels, bands, [&](T* planes, const T* panBlock) HWY_ATTR {
+        HWY_ALIGN ShiftOf<T> shifts[blockPixels];
+        if (bounded && BlockShifts(planes, panBlock, bands, shifts)) {
+            for (std::uint32_t c = 0; c < bands.outputBands; ++c)
+                ShiftPlane(planes + c * blockPixels, shifts);
+        } else {
+            AddDifferences(planes, panBlock, bands);
+        }
+    });
 }
 
 void KovaRow8(const unsigned char* ms, const unsigned char* pan, unsigned char* out, std::size_t pixels,

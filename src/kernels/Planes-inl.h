@@ -6,8 +6,11 @@
 #define PANSHARP_PLANES_INL_H
 #endif
 
+#include "kernels/FusionRow.h"
+
 #include <hwy/highway.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -177,23 +180,30 @@ HWY_INLINE hn::Vec<D> WeightedSum(D d, const T* planes, const double* weights, s
     return s;
 }
 
-/// Runs `block` over a row in steps of blockPixels. The rest of the row goes through copies, so that exactly
-/// the row's samples are read and written.
-template <class T, class Block>
-HWY_ATTR void ForEachBlock(const T* ms, const T* pan, T* out, std::size_t pixels, std::uint32_t msBands,
-                           std::uint32_t outputBands, const Block& block) {
+/// Fuses a row in blocks: `fuse` gets the planes of a block's multispectral bands and its pan samples, and
+/// leaves the output bands in the first planes. The rest of the row goes through copies, so that exactly the
+/// row's samples are read and written. For at most mostBands bands.
+template <class T, class Fuse>
+HWY_ATTR void FuseBlocks(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands,
+                         const Fuse& fuse) {
+    const auto block = [&](const T* msBlock, const T* panBlock, T* outBlock) HWY_ATTR {
+        HWY_ALIGN T planes[mostBands * blockPixels];
+        Deinterleave(msBlock, bands.msBands, planes);
+        fuse(planes, panBlock);
+        Interleave(planes, bands.outputBands, outBlock);
+    };
     std::size_t p = 0;
     for (; p + blockPixels <= pixels; p += blockPixels)
-        block(ms + p * msBands, pan + p, out + p * outputBands);
+        block(ms + p * bands.msBands, pan + p, out + p * bands.outputBands);
     if (p == pixels) return;
     const std::size_t rest = pixels - p;
     HWY_ALIGN T msCopy[blockPixels * mostBands] = {};
     HWY_ALIGN T panCopy[blockPixels] = {};
     HWY_ALIGN T outCopy[blockPixels * mostBands];
-    std::copy_n(ms + p * msBands, rest * msBands, msCopy);
+    std::copy_n(ms + p * bands.msBands, rest * bands.msBands, msCopy);
     std::copy_n(pan + p, rest, panCopy);
     block(msCopy, panCopy, outCopy);
-    std::copy_n(outCopy, rest * outputBands, out + p * outputBands);
+    std::copy_n(outCopy, rest * bands.outputBands, out + p * bands.outputBands);
 }
 
 } // namespace HWY_NAMESPACE

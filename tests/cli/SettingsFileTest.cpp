@@ -106,6 +106,21 @@ TEST(SettingsFile, ReportHoldsWhatWentWrong) {
     EXPECT_FALSE(std::filesystem::exists(folder / "none.xml"));
 }
 
+TEST(SettingsFile, ReportTakesNoPlaceOfAnInputOrTheOutput) {
+    const child::Folder folder;
+    const scene::Pair pair(folder, 2, 8);
+    std::filesystem::create_symlink("ms.tif", folder / "link.tif");
+    const auto before = folder.List();
+    for (const char* report : {"pan.tif", "./ms.tif", "link.tif", "out.tif", "ir.tif"}) {
+        const auto outcome = child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "--infrared", "ir.tif", "-o",
+                                                 "out.tif", "--status-xml", report});
+        EXPECT_EQ(outcome.code, 2) << report;
+        EXPECT_THAT(outcome.err, HasSubstr("is an input or the output"));
+    }
+    EXPECT_EQ(folder.List(), before);
+    EXPECT_EQ(scene::Read(folder / "ms.tif").samples, pair.ms.samples);
+}
+
 TEST(SharpenCommandAtATerminal, AsksBeforeItReplacesAFile) {
     const child::Folder folder;
     const scene::Pair pair(folder, 4, 8);

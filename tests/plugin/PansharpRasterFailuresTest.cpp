@@ -16,10 +16,6 @@ struct Case {
     Size to = {40, 10};
 };
 
-std::string P(const char* id, const char* message) {
-    return std::string(id) + " PanSharp Process: " + message;
-}
-
 const std::string panInit = P("A20A", "Could not initialize pan image");
 const std::string fusionFailed = P("A215", "PXL::PanSharp initialization failed");
 

@@ -4,10 +4,6 @@ using namespace fakehost;
 
 namespace {
 
-std::string P(const char* id, const char* message) {
-    return std::string(id) + " PanSharp Process: " + message;
-}
-
 Properties WithInfrared(Properties more = {}) {
     more.emplace_back("AdditionalBandID", "ir");
     return more;

@@ -35,6 +35,11 @@ struct Plugin {
     void* library;
 };
 
+/// An item of the process as Session::Items() gives it.
+inline std::string P(const char* id, const char* message) {
+    return std::string(id) + " PanSharp Process: " + message;
+}
+
 using Properties = std::vector<std::pair<std::string, std::string>>;
 
 /// One process in a server: a pan raster of 40 x 30, a workspace with the images "ms" and "ir", and a request
