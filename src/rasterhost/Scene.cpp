@@ -14,8 +14,10 @@ using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
 
+NoDataOptions NoDataOf(const SharpenRequest& request) { return {request.noData, request.ignoreNoData}; }
+
 bool OpenPan(const SharpenRequest& request, Scene& scene, Status& status) {
-    scene.pan = InputImage::Open({request.pan}, "pan", status);
+    scene.pan = InputImage::Open({request.pan}, "pan", NoDataOf(request), status);
     if (!scene.pan) return false;
     if (scene.pan->GetBands().size() == 1) return true;
     return Fail(status, HostStatus::InputNotSupported,
@@ -50,8 +52,9 @@ void WarnOfTransparency(const Scene& scene, const Warn& warn) {
     for (const SourceBand& source : scene.multispectral->GetBands())
         if (source.band->GetColorInterpretation() == GCI_AlphaBand)
             warn(FormatString(
-                "band %d of '%s' is marked as transparency; it is fused like any other band: name "
-                "the bands to use, as in FILE,band=1, if it is one",
+                "band %d of '%s' is marked as transparency and holds more than 0 and the largest value: it "
+                "is "
+                "fused like any other band; name the bands to use, as in FILE,band=1, if it is transparency",
                 source.number, source.file.c_str()));
 }
 
@@ -132,8 +135,8 @@ bool PlaceImage(InputImage& coarse, const char* role, Scene& scene, const Warn& 
     return true;
 }
 
-bool OpenInfrared(const InputBand& input, Scene& scene, const Warn& warn, Status& status) {
-    scene.infrared = InputImage::Open({input}, "infrared", status);
+bool OpenInfrared(const SharpenRequest& request, Scene& scene, const Warn& warn, Status& status) {
+    scene.infrared = InputImage::Open({*request.infrared}, "infrared", NoDataOf(request), status);
     if (!scene.infrared) return false;
     if (scene.infrared->GetBands().size() != 1)
         return Fail(status, HostStatus::InputNotSupported,
@@ -162,11 +165,12 @@ std::unique_ptr<Scene> OpenScene(const SharpenRequest& request, const Warn& warn
     auto scene = std::make_unique<Scene>();
     if (!OpenPan(request, *scene, status)) return nullptr;
     scene->covered = {0, 0, scene->pan->GetInfo().cols, scene->pan->GetInfo().rows};
-    scene->multispectral = InputImage::Open(request.multispectral, "multispectral", status);
+    scene->multispectral =
+        InputImage::Open(request.multispectral, "multispectral", NoDataOf(request), status);
     if (!scene->multispectral || !OrderBands(request.bands, *scene, status) ||
         !PlaceImage(*scene->multispectral, "a multispectral", *scene, warn, status))
         return nullptr;
-    if (request.infrared && !OpenInfrared(*request.infrared, *scene, warn, status)) return nullptr;
+    if (request.infrared && !OpenInfrared(request, *scene, warn, status)) return nullptr;
     WarnOfTransparency(*scene, warn);
     return scene;
 }

@@ -2,6 +2,7 @@
 
 #include "fundament/Status.h"
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -40,6 +41,20 @@ struct SharpenRequest {
     /// Raw process properties, set last.
     std::vector<std::pair<std::string, std::string>> properties;
 
+    /// "bilinear", or "cubic": convolution with a = -0.5, clamped at the edges.
+    std::string resampling = "bilinear";
+    /// Part of the scene in map units of pan (left, top, right, bottom), snapped to whole pan pixels; all of
+    /// pan without it. Its pixels are those that the whole would have there.
+    std::optional<std::array<double, 4>> part;
+    /// Depth of the samples within 16-bit files, 9 to 16; without it what the files declare, else the whole
+    /// depth. No result is larger.
+    std::optional<int> bitDepth;
+
+    /// The value that means no data in all inputs, whatever they declare.
+    std::optional<double> noData;
+    bool ignoreNoData = false; ///< all samples are data
+    bool alpha = false;        ///< writes a last band that tells where there is data
+
     std::string plugin;           ///< path of the plug-in; empty for the installed one
     int threads = 0;              ///< 0 for one a processor
     std::uint32_t windowRows = 0; ///< 0 for a height chosen from the sizes
@@ -59,7 +74,9 @@ struct SharpenReport {
     std::uint32_t rows = 0;
     std::uint32_t bands = 0;
     std::uint32_t bitsPerSample = 0; ///< of the file's samples
-    double ratio = 0.0;              ///< multispectral pixel width over pan pixel width
+    std::uint32_t bitDepth = 0;      ///< of the values in them
+    std::string resampling;
+    double ratio = 0.0; ///< multispectral pixel width over pan pixel width
     std::vector<double> effectiveWeights;
     std::optional<double> infraredWeight;
     int threads = 0;
