@@ -31,14 +31,16 @@ constexpr OptionEntry sharpenOptions[] = {
     {"--co", "NAME=VALUE", "", inputHeading, "creation option of the format, such as COMPRESS=DEFLATE", true},
     {"--overwrite", "", "", inputHeading, "replace the output if it exists"},
     {"--method", "METHOD", "kova", fusionHeading, "how to fuse; 'pansharp methods' lists what there is"},
-    {"-w,--weights", "W1,W2,...|equal", "equal", fusionHeading,
+    {"-w,--weights", "W1,W2,...|equal|auto", "auto", fusionHeading,
      "weights of the multispectral bands in the simulated pan, one a band, in order; 'equal' gives each, the "
-     "infrared band too, the same share of 1"},
+     "infrared band too, the same share of 1; 'auto' fits them, so that the weighted bands come as near to "
+     "pan "
+     "as can be"},
     {"--weights-from", "RUN.json", "", fusionHeading,
      "the weights of an earlier run, from what it printed with --json; that of the infrared band too"},
     {"--infrared", "FILE[,band=N]", "", fusionHeading,
      "an infrared band that takes part in the simulated pan and is not written"},
-    {"--infrared-weight", "W", "the share of one band", fusionHeading,
+    {"--infrared-weight", "W", "fitted, or the share of one band", fusionHeading,
      "weight of the infrared band in the simulated pan"},
     {"-b,--bands", "LIST", "all", fusionHeading,
      "multispectral bands to write, by number from 1, in order, such as 3,2,1; the others only take part in "

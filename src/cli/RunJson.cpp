@@ -55,6 +55,12 @@ Json Inputs(const SharpenRequest& request) {
     return object;
 }
 
+Json FitObject(const rasterhost::WeightFit& fit) {
+    Json object = {{"r_squared", fit.rSquared}, {"samples", fit.samples}, {"correlations", fit.correlations}};
+    if (fit.infraredCorrelation) object["infrared_correlation"] = *fit.infraredCorrelation;
+    return object;
+}
+
 void AddReport(Json& object, const SharpenReport& report) {
     object["columns"] = report.columns;
     object["rows"] = report.rows;
@@ -63,6 +69,7 @@ void AddReport(Json& object, const SharpenReport& report) {
     object["ratio"] = report.ratio;
     object["weights"] = report.effectiveWeights;
     if (report.infraredWeight) object["infrared_weight"] = *report.infraredWeight;
+    if (report.fit) object["fit"] = FitObject(*report.fit);
     object["threads"] = report.threads;
     object["window_rows"] = report.windowRows;
     object["seconds"] = report.seconds;

@@ -81,6 +81,8 @@ void TakeSettings(const PropertyPairs& settings, bool isMethodTyped, SharpenRequ
 void ReadFusion(const CommandLine& line, SharpenRequest& request) {
     request.method = line.Get("--method");
     request.weights = ParseWeights("--weights", line.Get("--weights"));
+    if (StringsEqual(line.Get("--weights"), "equal", true))
+        request.weightSource = rasterhost::WeightSource::Equal;
     request.bands = ParseBandList("--bands", line.Get("--bands"));
     if (line.Has("--infrared-weight")) {
         if (!request.infrared)

@@ -51,8 +51,7 @@ std::optional<double> AreaSums::Mean(double left, double top, double right, doub
     const std::size_t row1 = static_cast<std::size_t>(std::ceil(bottom)) * stride;
     if (unusable[row1 + col1] + unusable[row0 + col0] != unusable[row0 + col1] + unusable[row1 + col0])
         return std::nullopt;
-    const double sum =
-        SumTo(right, bottom) - SumTo(left, bottom) - SumTo(right, top) + SumTo(left, top);
+    const double sum = SumTo(right, bottom) - SumTo(left, bottom) - SumTo(right, top) + SumTo(left, top);
     return sum / ((right - left) * (bottom - top));
 }
 

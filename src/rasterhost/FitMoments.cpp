@@ -7,6 +7,10 @@
 
 namespace rasterhost {
 
+namespace {
+constexpr double negligible = 1e-12; ///< share of a sum of squares that is rounding
+}
+
 FitMoments::FitMoments(std::size_t bandCount)
     : bands(bandCount), gram(bands * bands), sums(bands), projection(bands) {}
 
@@ -43,6 +47,11 @@ void FitMoments::Add(const FitMoments& other) {
     panSquares += other.panSquares;
 }
 
+bool FitMoments::PanVaries() const {
+    if (count == 0) return false;
+    return panSquares - panSum * panSum / static_cast<double>(count) > negligible * panSquares;
+}
+
 std::vector<double> FitMoments::Solve(const double* lastWeight) const {
     const std::size_t n = bands - (lastWeight ? 1 : 0);
     std::vector<double> matrix(n * n), right(n);
@@ -57,9 +66,8 @@ std::vector<double> FitMoments::Solve(const double* lastWeight) const {
 }
 
 double FitMoments::GetRSquared(const std::vector<double>& weights) const {
-    if (count == 0) return 0.0;
+    if (!PanVaries()) return 0.0;
     const double about = panSquares - panSum * panSum / static_cast<double>(count);
-    if (!(about > 1e-12 * panSquares)) return 0.0;
     double left = panSquares;
     for (std::size_t i = 0; i < bands; ++i) {
         double fitted = 0.0;
@@ -71,12 +79,12 @@ double FitMoments::GetRSquared(const std::vector<double>& weights) const {
 }
 
 double FitMoments::GetCorrelation(std::size_t band) const {
-    if (count == 0) return 0.0;
+    if (!PanVaries()) return 0.0;
     const auto n = static_cast<double>(count);
     const double squares = gram[band * bands + band];
     const double spread = squares - sums[band] * sums[band] / n;
     const double panSpread = panSquares - panSum * panSum / n;
-    if (!(spread > 1e-12 * squares && panSpread > 1e-12 * panSquares)) return 0.0;
+    if (!(spread > negligible * squares)) return 0.0;
     const double product = projection[band] - sums[band] * panSum / n;
     return std::clamp(product / std::sqrt(spread * panSpread), -1.0, 1.0);
 }

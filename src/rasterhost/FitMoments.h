@@ -18,6 +18,7 @@ public:
     void Add(const FitMoments& other);
 
     [[nodiscard]] std::uint64_t GetCount() const { return count; }
+    [[nodiscard]] bool PanVaries() const;
     /// Non-negative least squares without an offset; the last weight is kept at a given number.
     [[nodiscard]] std::vector<double> Solve(const double* lastWeight = nullptr) const;
     /// 1 - the sum of squares that the weights leave over / that about the mean of pan; 0 when pan does not

@@ -1,5 +1,7 @@
 #include "rasterhost/SceneSample.h"
 
+#include <gdal_priv.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -14,9 +16,9 @@ namespace {
 constexpr double mostPanPixels = 1024.0;
 
 GridMap MakeGridMap(const kernels::GridAxis& axis) {
-    const double ratio = axis.denominator == 0 ? axis.ratio
-                                               : static_cast<double>(axis.numerator) /
-                                                     static_cast<double>(axis.denominator);
+    const double ratio = axis.denominator == 0
+                             ? axis.ratio
+                             : static_cast<double>(axis.numerator) / static_cast<double>(axis.denominator);
     return {-axis.offset / ratio, 1.0 / ratio};
 }
 
@@ -57,18 +59,27 @@ struct Pixels {
     ImageTally tally;
 };
 
-bool ReadPixels(const InputImage& image, const PixelRect& rect, std::uint32_t bitDepth, Pixels& pixels,
+/// Samples this large and larger may stand for any brightness.
+unsigned SaturatedSample(const InputImage& image, std::optional<int> bitDepth) {
+    unsigned bits = bitDepth ? static_cast<unsigned>(*bitDepth) : image.GetBitDepth();
+    for (const SourceBand& source : image.GetBands())
+        if (source.band->GetRasterDataType() == GDT_Int16) bits = std::min(bits, 15u);
+    return (1u << std::min(bits, image.GetInfo().bitsPerBand)) - 1;
+}
+
+bool ReadPixels(const InputImage& image, const PixelRect& rect, std::optional<int> bitDepth, Pixels& pixels,
                 Status& status) {
     const std::size_t count = std::size_t{rect.GetColumns()} * rect.GetRows();
     const std::size_t bands = image.GetInfo().bandsPerPixel;
     pixels.samples.resize(count * bands);
-    pixels.usable.assign(count, 1);
+    pixels.usable.resize(count);
     auto* bytes = reinterpret_cast<unsigned char*>(pixels.samples.data());
-    if (!image.Read(rect, bytes, status)) return false;
+    if (!image.Read(rect, bytes, status) || !image.ReadValid(rect, bytes, pixels.usable.data(), status))
+        return false;
     if (image.GetInfo().bitsPerBand == 8)
         for (std::size_t i = count * bands; i-- > 0;) // from behind, where nothing is still to be read
             pixels.samples[i] = bytes[i];
-    const unsigned saturated = (1u << bitDepth) - 1;
+    const unsigned saturated = SaturatedSample(image, bitDepth);
     pixels.tally.pixels = count;
     for (std::size_t i = 0; i < count; ++i) {
         if (!pixels.usable[i]) {
@@ -98,7 +109,7 @@ PixelRect RectBeneath(const GridMap& across, const GridMap& down, const PixelRec
 }
 
 /// One band of an image beneath a block, summed up.
-bool ReadSums(const InputImage& image, const PixelRect& rect, std::uint32_t bitDepth, AreaSums& sums,
+bool ReadSums(const InputImage& image, const PixelRect& rect, std::optional<int> bitDepth, AreaSums& sums,
               ImageTally& tally, Status& status) {
     sums = AreaSums();
     tally = {};
@@ -126,8 +137,8 @@ std::vector<PixelRect> ChooseBlocks(const Scene& scene, const SamplePlan& plan) 
     const GridMap across = MakeGridMap(placement.across), down = MakeGridMap(placement.down);
     const auto columns = WhollyOn(across, pan.cols, ms.cols);
     const auto rows = WhollyOn(down, pan.rows, ms.rows);
-    const double side = std::clamp(mostPanPixels / std::max(across.step, down.step), 1.0,
-                                   static_cast<double>(plan.side));
+    const double side =
+        std::clamp(mostPanPixels / std::max(across.step, down.step), 1.0, static_cast<double>(plan.side));
     std::vector<PixelRect> blocks;
     for (const auto& [row0, row1] : Divide(rows.first, rows.second, plan, static_cast<std::uint32_t>(side)))
         for (const auto& [col0, col1] :
@@ -136,7 +147,7 @@ std::vector<PixelRect> ChooseBlocks(const Scene& scene, const SamplePlan& plan) 
     return blocks;
 }
 
-bool BlockSample::Read(const Scene& scene, const PixelRect& block, double margin, std::uint32_t bitDepth,
+bool BlockSample::Read(const Scene& scene, const PixelRect& block, double margin, std::optional<int> bitDepth,
                        Status& status) {
     rect = block;
     tally = {};
@@ -150,7 +161,7 @@ bool BlockSample::Read(const Scene& scene, const PixelRect& block, double margin
     return ReadSums(*scene.pan, beneath, bitDepth, pan, tally.pan, status);
 }
 
-bool BlockSample::ReadBands(const InputImage& image, std::uint32_t bitDepth, Status& status) {
+bool BlockSample::ReadBands(const InputImage& image, std::optional<int> bitDepth, Status& status) {
     Pixels pixels;
     if (!ReadPixels(image, rect, bitDepth, pixels, status)) return false;
     tally.multispectral = pixels.tally;
@@ -162,7 +173,7 @@ bool BlockSample::ReadBands(const InputImage& image, std::uint32_t bitDepth, Sta
     return true;
 }
 
-bool BlockSample::AddInfrared(const Scene& scene, std::uint32_t bitDepth, Status& status) {
+bool BlockSample::AddInfrared(const Scene& scene, std::optional<int> bitDepth, Status& status) {
     const RasterInfo& info = scene.infrared->GetInfo();
     const auto placement = hostkit::PlaceGrids(info, scene.multispectral->GetInfo());
     const GridMap x = MakeGridMap(placement.across), y = MakeGridMap(placement.down);

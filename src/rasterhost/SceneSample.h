@@ -4,6 +4,7 @@
 #include "rasterhost/Scene.h"
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 /// What stands for a whole scene where looking at all of it takes too long: blocks of multispectral pixels on
@@ -46,9 +47,9 @@ struct GridMap {
 class BlockSample {
 public:
     /// Reads a block, with pan up to `margin` multispectral pixels around it where there is pan. Samples at
-    /// 2^bitDepth - 1 and above are saturated. False with an item.
+    /// 2^bitDepth - 1 and above are saturated; without a depth that of each image counts. False with an item.
     [[nodiscard]] bool Read(const Scene& scene, const hostkit::PixelRect& block, double margin,
-                            std::uint32_t bitDepth, Status& status);
+                            std::optional<int> bitDepth, Status& status);
 
     [[nodiscard]] std::size_t GetCount() const { return usable.size(); }
     [[nodiscard]] std::size_t GetBands() const { return bands; } ///< the infrared one counted
@@ -63,8 +64,8 @@ public:
     [[nodiscard]] const SceneTally& GetTally() const { return tally; }
 
 private:
-    bool ReadBands(const InputImage& image, std::uint32_t bitDepth, Status& status);
-    bool AddInfrared(const Scene& scene, std::uint32_t bitDepth, Status& status);
+    bool ReadBands(const InputImage& image, std::optional<int> bitDepth, Status& status);
+    bool AddInfrared(const Scene& scene, std::optional<int> bitDepth, Status& status);
 
     hostkit::PixelRect rect;
     std::size_t bands = 0;

@@ -38,6 +38,13 @@ private:
     GIntBig before;
 };
 
+std::string ListText(const std::vector<double>& numbers) {
+    std::string text;
+    for (const double number : numbers)
+        text += (text.empty() ? "" : ", ") + NumberText(number);
+    return text;
+}
+
 /// One run from the opened scene to the finished file.
 class SharpenRun {
 public:
@@ -52,7 +59,9 @@ public:
         scene = OpenScene(
             request, [this](const std::string& text) { Warn(text); }, status);
         if (!scene || !CheckOutput(request, *scene, status)) return false;
+        // What is wrong with the request comes to light before the images are read.
         if (!MakeSettings(request, *scene, plugin->GetDescription(), settings, status)) return false;
+        if (WantsFit(request, plugin->GetDescription()) && !FitToImages()) return false;
         FillReport();
         if (request.progress && !request.progress(0.0)) return Cancel();
         return TryOneRow() && FuseAll();
@@ -66,6 +75,24 @@ private:
     bool Cancel() {
         report.cancelled = true;
         return Fail(status, HostStatus::Cancelled, "cancelled; nothing was written");
+    }
+
+    /// Fits the weights that the request leaves open.
+    bool FitToImages() {
+        WeightFit fit;
+        const FitOptions options{request.bitDepth, request.infraredWeight};
+        if (!FitWeights(*scene, options, fit, nullptr, status)) return false;
+        if (!fit.obstacle.empty()) {
+            Warn(fit.obstacle + "; equal weights are used");
+            return true;
+        }
+        for (const std::string& warning : JudgeFit(*scene, fit))
+            Warn(warning);
+        request.weights = fit.weights;
+        request.infraredWeight = fit.infraredWeight;
+        report.fit = std::move(fit);
+        settings = {};
+        return MakeSettings(request, *scene, plugin->GetDescription(), settings, status);
     }
 
     void FillReport() {
@@ -110,15 +137,22 @@ private:
             const std::string& text = scenes == std::end(replaced) ? value : scenes->second;
             if (!text.empty()) metadata.emplace_back(name, text);
         }
-        std::string weights;
-        for (const double weight : settings.effectiveWeights)
-            weights += (weights.empty() ? "" : ", ") + NumberText(weight);
+        const std::string weights = ListText(settings.effectiveWeights);
         metadata.emplace_back("Method", settings.method);
         if (!weights.empty()) metadata.emplace_back("EffectiveWeights", weights);
         if (settings.infraredWeight)
             metadata.emplace_back("EffectiveInfraredWeight", NumberText(*settings.infraredWeight));
+        if (report.fit) DescribeFit(*report.fit);
         metadata.emplace_back(StringsEqual(request.format, "GTiff", true) ? "TIFFTAG_SOFTWARE" : "Software",
                               FormatString("pansharp %s", PANSHARP_VERSION));
+    }
+
+    void DescribeFit(const WeightFit& fit) {
+        metadata.emplace_back("FitRSquared", NumberText(fit.rSquared));
+        metadata.emplace_back("FitSamples", FormatString("%.0f", static_cast<double>(fit.samples)));
+        metadata.emplace_back("FitCorrelations", ListText(fit.correlations));
+        if (fit.infraredCorrelation)
+            metadata.emplace_back("FitInfraredCorrelation", NumberText(*fit.infraredCorrelation));
     }
 
     [[nodiscard]] std::uint64_t RowBytes() const {
@@ -185,7 +219,7 @@ private:
         return true;
     }
 
-    const SharpenRequest& request;
+    SharpenRequest request; ///< with the weights that were chosen
     SharpenReport& report;
     Status& status;
     std::unique_ptr<hostkit::PluginLibrary> plugin;

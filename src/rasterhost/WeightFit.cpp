@@ -37,9 +37,17 @@ void AddBlock(const BlockSample& block, FitMoments& moments, SceneTally* tally) 
     AddTally(block.GetTally().infrared, tally->infrared);
 }
 
+std::string FindObstacle(const FitMoments& moments, const std::vector<double>& weights) {
+    if (!moments.PanVaries()) return "no weights can be fitted: pan is the same everywhere";
+    if (std::all_of(weights.begin(), weights.end(), [](double weight) { return weight == 0.0; }))
+        return "no weight above 0 could be fitted: no band is bright where pan is";
+    return {};
+}
+
 /// Brings what was found into the order of the request.
 void Report(const Scene& scene, const FitMoments& moments, std::vector<double> weights, WeightFit& fit) {
     const std::size_t bands = scene.bandOrder.size();
+    fit.obstacle = FindObstacle(moments, weights);
     fit.rSquared = moments.GetRSquared(weights);
     fit.weights.resize(bands);
     fit.correlations.resize(bands);
@@ -65,27 +73,20 @@ bool FitWeights(const Scene& scene, const FitOptions& options, WeightFit& fit, S
         AddBlock(block, moments, tally);
     }
     fit.samples = moments.GetCount();
-    if (fit.samples < leastSamplesPerWeight * bands) return true;
+    if (fit.samples < leastSamplesPerWeight * bands) {
+        fit.obstacle =
+            FormatString("too few multispectral pixels can be used to fit weights: %.0f lie wholly on pan, "
+                         "have data and are not saturated",
+                         static_cast<double>(fit.samples));
+        return true;
+    }
     const bool keepsLast = scene.infrared && options.infraredWeight;
     Report(scene, moments, moments.Solve(keepsLast ? &*options.infraredWeight : nullptr), fit);
     return true;
 }
 
-std::string WhyUnusable(const WeightFit& fit) {
-    if (fit.weights.empty())
-        return FormatString("too few multispectral pixels can be used to fit weights: %.0f lie wholly on pan, "
-                            "have data and are not saturated",
-                            static_cast<double>(fit.samples));
-    const bool isZero =
-        std::all_of(fit.weights.begin(), fit.weights.end(), [](double weight) { return weight == 0.0; });
-    if (isZero && fit.infraredWeight.value_or(0.0) == 0.0)
-        return "no weight above 0 could be fitted: pan falls where every band rises";
-    return {};
-}
-
 std::vector<std::string> JudgeFit(const Scene& scene, const WeightFit& fit) {
     std::vector<std::string> warnings;
-    if (fit.weights.empty()) return warnings;
     if (fit.rSquared < poorFit)
         warnings.push_back(FormatString(
             "no weights of the bands make up pan well (R² %.2f, below %.1f): the images may be shifted "
@@ -101,10 +102,10 @@ std::vector<std::string> JudgeFit(const Scene& scene, const WeightFit& fit) {
         ++count;
     }
     if (count > 0)
-        warnings.push_back(FormatString("band%s %s do%s not follow pan (correlation %s, below %.1f): KOVA and "
-                                        "Brovey harm such bands; leave them out with --bands",
-                                        count == 1 ? "" : "s", named.c_str(), count == 1 ? "es" : "",
-                                        found.c_str(), leastCorrelation));
+        warnings.push_back(FormatString(
+            "band%s %s do%s not follow pan (correlation %s, below %.1f): KOVA and "
+            "Brovey harm such bands; leave them out of the result with --bands",
+            count == 1 ? "" : "s", named.c_str(), count == 1 ? "es" : "", found.c_str(), leastCorrelation));
     return warnings;
 }
 

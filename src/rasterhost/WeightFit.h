@@ -15,16 +15,17 @@ struct SceneTally;
 /// How well weighted bands make up pan, and with which weights: of the multispectral bands in the order of
 /// the request.
 struct WeightFit {
-    std::vector<double> weights;      ///< 0 or more; empty when nothing could be fitted
+    std::vector<double> weights;      ///< 0 or more; empty when there are too few samples
     std::vector<double> correlations; ///< of each band with pan brought down to its pixels
     std::optional<double> infraredWeight;
     std::optional<double> infraredCorrelation;
     double rSquared = 0.0; ///< 1 - the sum of squares left over / that about the mean of pan
     std::uint64_t samples = 0;
+    std::string obstacle; ///< why the weights cannot be used; empty when they can
 };
 
 struct FitOptions {
-    std::uint32_t bitDepth = 0;           ///< samples at 2^bitDepth - 1 and above are left out
+    std::optional<int> bitDepth;          ///< of the samples, when it is not that which the images tell
     std::optional<double> infraredWeight; ///< when it is not to be fitted
 };
 
@@ -36,10 +37,8 @@ struct FitOptions {
 [[nodiscard]] bool FitWeights(const Scene& scene, const FitOptions& options, WeightFit& fit,
                               SceneTally* tally, KOVA::Tessara::Fundament::Status& status);
 
-/// Why the weights of a fit cannot be used; empty when they can.
-[[nodiscard]] std::string WhyUnusable(const WeightFit& fit);
-
-/// What the fit says against the run, the worst first. Bands that are not written are not judged.
+/// What a fit whose weights can be used says against the run, the worst first. Bands that are not written are
+/// not judged.
 [[nodiscard]] std::vector<std::string> JudgeFit(const Scene& scene, const WeightFit& fit);
 
 } // namespace rasterhost

@@ -47,6 +47,7 @@ TEST(CollarWatch, RunsWarnOfACollar) {
                                            [](int c, int r, int) { return c + r < 20 ? 0u : 60u; }),
                               {}}};
     request.output = folder / "fused.tif";
+    request.weightSource = rasterhost::WeightSource::Equal;
     const Outcome outcome = RunSharpen(request);
     ASSERT_TRUE(outcome.isDone);
     ASSERT_EQ(outcome.report.warnings.size(), 1u);
