@@ -38,7 +38,8 @@ TEST(RunWeights, OfAFitServeAgain) {
     ASSERT_EQ(first.code, 0) << first.err;
     std::ofstream(folder / "run.json") << first.out;
     const auto run = nlohmann::json::parse(first.out);
-    EXPECT_EQ(run.at("fit").at("samples"), 23 * 19);
+    EXPECT_LT(run.at("fit").at("samples"), 23 * 19); // without saturated pixels
+    EXPECT_GT(run.at("fit").at("samples"), 400);
     EXPECT_EQ(run.at("fit").at("correlations").size(), 4u);
     EXPECT_LT(run.at("fit").at("r_squared"), 0.8);
     EXPECT_THAT(std::string(run.at("warnings").at(0)), HasSubstr("below 0.8"));
