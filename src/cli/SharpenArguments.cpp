@@ -153,6 +153,15 @@ SharpenRequest MakeSharpenRequest(const CommandLine& line) {
     return request;
 }
 
+SharpenRequest MakeInfoRequest(const CommandLine& line) {
+    SharpenRequest request;
+    ReadInputs(line, request);
+    request.method = line.Get("--method");
+    request.bands = ParseBandList("--bands", line.Get("--bands"));
+    if (line.Has("--plugin")) request.plugin = line.Get("--plugin");
+    return request;
+}
+
 std::vector<std::string> FitToPlugin(const CommandLine& line, const PansharpDescription& plugin,
                                      SharpenRequest& request) {
     const PansharpMethod& method = FindMethod(plugin, request.method);
