@@ -1,6 +1,6 @@
 #include "hostkit/EffectiveWeights.h"
 
-#include "fundament/Numbers.h"
+#include "support/MethodWeights.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,22 +17,10 @@ using KOVA::Tessara::Fundament::StringToDouble;
 using KOVA::Tessara::Global::NameValueMap;
 using testing::HasSubstr;
 
-/// The weights that a process has in its tables after it has read these properties.
-std::vector<double> WeightsOfProcess(bool brovey, std::size_t bands, const NameValueMap& properties) {
-    std::vector<double> weights;
-    for (std::size_t b = 1; b <= bands; ++b) {
-        const std::string* text = properties.Find("BandWeight-" + std::to_string(b));
-        const double whenMissing = brovey ? 1.0 : 1.0 / static_cast<double>(bands);
-        weights.push_back(text ? StringToDouble(*text, NAN) : whenMissing);
-    }
-    if (brovey && bands > 3 && weights[0] > 0 && weights[1] > 0 && weights[2] > 0) {
-        const double k = weights[3] > 0 ? 4 : 3;
-        for (int b = 0; b < 4; ++b)
-            weights[b] *= k;
-    }
-    if (const std::string* text = properties.Find("AdditionalBandWeight"))
-        weights.back() = StringToDouble(*text, NAN);
-    return weights;
+std::vector<double> WeightsOfProcess(const std::string& method, std::size_t bands,
+                                     const NameValueMap& properties) {
+    return support::MethodWeights(method, bands,
+                                  [&](const std::string& name) { return properties.Find(name); });
 }
 
 bool IsProductOf3(double weight) {
@@ -69,7 +57,7 @@ TEST_P(SetWeights, ProcessArrivesAtTheWantedWeights) {
 
         std::vector<double> used = weights.bands;
         if (infrared) used.push_back(weights.infrared.value());
-        EXPECT_EQ(used, WeightsOfProcess(brovey, count, properties));
+        EXPECT_EQ(used, WeightsOfProcess(method, count, properties));
         if (used == wanted) continue;
         inexact = true;
         ASSERT_TRUE(brovey && count > 4) << "run " << run;
@@ -103,8 +91,7 @@ TEST(EffectiveWeights, AreEqualUnlessGiven) {
         NameValueMap properties;
         Status status;
         ASSERT_TRUE(hostkit::SetWeights(c.method, c.bands, weights, properties, status)) << c.method;
-        EXPECT_EQ(WeightsOfProcess(std::string(c.method) != "KOVA" && c.method[0] == 'B', c.wanted.size(),
-                                   properties),
+        EXPECT_EQ(WeightsOfProcess(c.method[0] == 'B' ? "Brovey" : "KOVA", c.wanted.size(), properties),
                   c.wanted)
             << c.method;
     }
@@ -117,7 +104,8 @@ TEST(EffectiveWeights, SmallestNumberStaysAboveZero) {
     Status status;
     ASSERT_TRUE(hostkit::SetWeights("Brovey", {5, false}, weights, properties, status));
     // A quarter of it would be 0, and nothing would be scaled any more.
-    EXPECT_EQ(WeightsOfProcess(true, 5, properties), (std::vector<double>{4 * least, 0.5, 0.5, 0.5, 0.5}));
+    EXPECT_EQ(WeightsOfProcess("Brovey", 5, properties),
+              (std::vector<double>{4 * least, 0.5, 0.5, 0.5, 0.5}));
 }
 
 TEST(EffectiveWeights, IhsWeighsTheFourthBandOnly) {
