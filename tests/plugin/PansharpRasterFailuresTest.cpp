@@ -6,105 +6,92 @@ using namespace fakehost;
 
 namespace {
 
-/// One way in which a run fails: what is wrong, and the items that the host then reads, in order.
-struct Case {
-    Properties properties;
-    std::function<void(Session&)> spoil; ///< before Init
-    std::string items;
-    Window window = {0, 0, 40, 10};
-};
-
 FakeImage& Ms(Session& s) { return s.workspace.images["ms"]; }
 FakeImage& Ir(Session& s) { return s.workspace.images["ir"]; }
 void Nothing(Session&) {}
 
+/// One way in which a run fails: the items that the host then reads, in order, and what is wrong.
+struct Case {
+    std::string items;
+    std::function<void(Session&)> spoil; ///< before Init
+    Properties properties = {};
+    Window window = {0, 0, 40, 10};
+};
+
 const Properties infrared = {{"AdditionalBandID", "ir"}};
 const std::string fusionFailed = "A215 PXL::PanSharp initialization failed; ";
-const std::string invalidWindow = "A220 invalid window: columns ";
 const std::string withinPan =
     "; each must end past its start and within the pan raster's 40 columns and 30 rows";
 const std::string depthsDiffer = " images are incompatible : images are of different bit-depths (";
 
 const Case initCases[] = {
-    {{},
-     [](Session& s) { s.pan->initFails = true; },
-     "A20A Could not initialize pan image; 7 FakeRaster|pan init reason; 8 FakeRaster|pan more"},
-    {{},
-     [](Session& s) { s.pan->info.bitsPerBand = 12; },
-     "A201 Image format not supported : bits per channel (12) invalid"},
-    {{}, [](Session& s) { s.pan->hasInfo = false; }, "A223 the pan raster has no description"},
+    {"A20A Could not initialize pan image; 7 FakeRaster|pan init reason; 8 FakeRaster|pan more",
+     [](Session& s) { s.pan->initFails = true; }},
+    {"A201 Image format not supported : bits per channel (12) invalid",
+     [](Session& s) { s.pan->info.bitsPerBand = 12; }},
+    {"A223 the pan raster has no description", [](Session& s) { s.pan->hasInfo = false; }},
 };
 
 const Case windowCases[] = {
-    {{{"MSImageID", ""}}, Nothing, "A20C no multispectral Image specified"},
-    {{},
-     [](Session& s) { s.workspace.images.erase("ms"); },
-     "A203 Could not get ProcessChain for MultiSpectral Image ID: scene->ms; B FakeWorkspace|no image ms"},
-    {{{"AdditionalBandID", "heat"}},
+    {"A20C no multispectral Image specified", Nothing, {{"MSImageID", ""}}},
+    {"A203 Could not get ProcessChain for MultiSpectral Image ID: scene->ms; B FakeWorkspace|no image ms",
+     [](Session& s) { s.workspace.images.erase("ms"); }},
+    {"A204 Could not get ProcessChain for Infrared Image ID: scene->x; B FakeWorkspace|no image x",
      Nothing,
-     "A204 Could not get ProcessChain for Infrared Image ID: scene->heat; B FakeWorkspace|no image heat"},
-    {{},
-     [](Session& s) { Ms(s).initializeFails = true; },
-     "A209 Failed to Initialize Multispectral Raster: 'ms'; 9 FakeChain|ms refuses"},
-    {{},
-     [](Session& s) { Ms(s).createFails = true; },
-     "A20C Failed to create Multispectral Raster: 'ms'; A FakeChain|ms has no raster"},
-    {{},
-     [](Session& s) { Ms(s).bits = 16; },
-     "A20F multispectral and pan" + depthsDiffer + "16, 8 respectively)"},
-    {{{"Method", "kovA2"}},
+     {{"AdditionalBandID", "x"}}},
+    {"A209 Failed to Initialize Multispectral Raster: 'ms'; 9 FakeChain|ms refuses",
+     [](Session& s) { Ms(s).initializeFails = true; }},
+    {"A20C Failed to create Multispectral Raster: 'ms'; A FakeChain|ms has no raster",
+     [](Session& s) { Ms(s).createFails = true; }},
+    {"A20F multispectral and pan" + depthsDiffer + "16, 8 respectively)",
+     [](Session& s) { Ms(s).bits = 16; }},
+    {"A214 could not create PXL::PanSharp object; 3902 |unrecognized method specified: 'kovA2'",
      Nothing,
-     "A214 could not create PXL::PanSharp object; 3902 |unrecognized method specified: 'kovA2'"},
-    {{},
-     [](Session& s) { s.pan->info.bandsPerPixel = 3; },
-     fusionFailed + "3904 Pansharp|pan image has too many channels (3);  it must be a grayscale image"},
-    {{{"outputNBands", "4"}},
+     {{"Method", "kovA2"}}},
+    {fusionFailed + "3904 Pansharp|pan image has too many channels (3);  it must be a grayscale image",
+     [](Session& s) { s.pan->info.bandsPerPixel = 3; }},
+    {fusionFailed + "3907 Pansharp|too few input channels: 3; require at least 4 channels",
      Nothing,
-     fusionFailed + "3907 Pansharp|too few input channels: 3; require at least 4 channels"},
-    {{{"outputNBands", "0"}}, Nothing, fusionFailed + "3908 Pansharp|invalid output channels specified '0'"},
-    {{},
-     [](Session& s) { s.pan->windowFails = true; },
-     "390D Pixmere.PXL.Pansharp.SetWindow|Pan Image SetWindow Failed; 7 FakeRaster|pan window reason; "
-     "8 FakeRaster|pan more"},
-    // With an infrared band.
-    {infrared,
-     [](Session& s) { Ir(s).initializeFails = Ms(s).initializeFails = true; }, // which is left untouched
-     "A209 Failed to Initialize Infrared Image: 'ir'; 9 FakeChain|ir refuses"},
-    {infrared, [](Session& s) { Ir(s).createFails = Ms(s).initializeFails = true; },
-     "A20D Failed to create Infrared Image: 'ir'; A FakeChain|ir has no raster"},
-    {infrared, [](Session& s) { Ms(s).initializeFails = true; },
-     "A209 Failed to Initialize Multispectral Image: 'ms'; 9 FakeChain|ms refuses"},
-    {infrared, [](Session& s) { Ms(s).createFails = true; },
-     "A20C Failed to create Multispectral Image: 'ms'; A FakeChain|ms has no raster"},
-    {infrared, [](Session& s) { Ir(s).bits = 16; },
-     "A20F multispectral and infra-red" + depthsDiffer + "multispectral : 8 bits; infrared : 16 bits)"},
-    {infrared, [](Session& s) { Ms(s).bits = Ir(s).bits = 16; },
-     "A20F multispectral and pan" + depthsDiffer + "16, 8 respectively)"},
+     {{"outputNBands", "4"}}},
+    {fusionFailed + "3908 Pansharp|invalid output channels specified '0'", Nothing, {{"outputNBands", "0"}}},
+    {"390D Pixmere.PXL.Pansharp.SetWindow|Pan Image SetWindow Failed; 7 FakeRaster|pan window reason; "
+     "8 FakeRaster|pan more",
+     [](Session& s) { s.pan->windowFails = true; }},
+    // A failing infrared chain leaves the multispectral one untouched.
+    {"A209 Failed to Initialize Infrared Image: 'ir'; 9 FakeChain|ir refuses",
+     [](Session& s) { Ir(s).initializeFails = Ms(s).initializeFails = true; }, infrared},
+    {"A20D Failed to create Infrared Image: 'ir'; A FakeChain|ir has no raster",
+     [](Session& s) { Ir(s).createFails = Ms(s).initializeFails = true; }, infrared},
+    {"A209 Failed to Initialize Multispectral Image: 'ms'; 9 FakeChain|ms refuses",
+     [](Session& s) { Ms(s).initializeFails = true; }, infrared},
+    {"A20C Failed to create Multispectral Image: 'ms'; A FakeChain|ms has no raster",
+     [](Session& s) { Ms(s).createFails = true; }, infrared},
+    {"A20F multispectral and infra-red" + depthsDiffer + "multispectral : 8 bits; infrared : 16 bits)",
+     [](Session& s) { Ir(s).bits = 16; }, infrared},
+    {"A20F multispectral and pan" + depthsDiffer + "16, 8 respectively)",
+     [](Session& s) { Ms(s).bits = Ir(s).bits = 16; }, infrared},
     // What the process itself checks, so that a host's mistake costs an error and not the server.
-    {infrared, [](Session& s) { Ir(s).extraColumns = -1; },
-     "A225 the infrared raster of 39 x 10 pixels is too small; it must cover 40 x 10"},
-    {infrared, [](Session& s) { Ms(s).extraColumns = 5; },
-     "A225 the infrared raster of 40 x 10 pixels is too small; it must cover 45 x 10"},
-    {infrared, [](Session& s) { Ir(s).extraRows = -2; },
-     "A225 the infrared raster of 40 x 8 pixels is too small; it must cover 40 x 10"},
-    {{},
-     [](Session& s) { Ms(s).extraColumns = -1; },
-     "A225 the multispectral raster of 39 x 10 pixels is too small; it must cover 40 x 10"},
-    {{},
-     [](Session& s) { Ms(s).extraRows = -3; },
-     "A225 the multispectral raster of 40 x 7 pixels is too small; it must cover 40 x 10"},
-    {{},
-     [](Session& s) { Ms(s).prepare = [](FakeRaster& raster) { raster.hasInfo = false; }; },
-     "A223 the multispectral raster has no description"},
-    {{},
-     [](Session& s) { s.process->SetWorkspace(nullptr); },
-     "A222 no workspace: call SetWorkspace before SetWindow"},
-    {{},
-     [](Session& s) { s.process->SetAoi(nullptr); },
-     "A221 no request record: call SetAoi before SetWindow"},
-    {{}, Nothing, invalidWindow + "5 to 5, rows 0 to 10" + withinPan, {5, 0, 5, 10}},
-    {{}, Nothing, invalidWindow + "0 to 41, rows 0 to 10" + withinPan, {0, 0, 41, 10}},
-    {{}, Nothing, invalidWindow + "0 to 40, rows 20 to 4294967295" + withinPan, {0, 20, 40, 0xFFFFFFFFu}},
+    {"A225 the infrared raster of 39 x 10 pixels is too small; it must cover 40 x 10",
+     [](Session& s) { Ir(s).extraColumns = -1; }, infrared},
+    {"A225 the infrared raster of 40 x 10 pixels is too small; it must cover 45 x 10",
+     [](Session& s) { Ms(s).extraColumns = 5; }, infrared},
+    {"A225 the infrared raster of 40 x 8 pixels is too small; it must cover 40 x 10",
+     [](Session& s) { Ir(s).extraRows = -2; }, infrared},
+    {"A225 the multispectral raster of 39 x 10 pixels is too small; it must cover 40 x 10",
+     [](Session& s) { Ms(s).extraColumns = -1; }},
+    {"A225 the multispectral raster of 40 x 7 pixels is too small; it must cover 40 x 10",
+     [](Session& s) { Ms(s).extraRows = -3; }},
+    {"A223 the multispectral raster has no description",
+     [](Session& s) { Ms(s).prepare = [](FakeRaster& raster) { raster.hasInfo = false; }; }},
+    {"A222 no workspace: call SetWorkspace before SetWindow",
+     [](Session& s) { s.process->SetWorkspace(nullptr); }},
+    {"A221 no request record: call SetAoi before SetWindow", [](Session& s) { s.process->SetAoi(nullptr); }},
+    {"A220 invalid window: columns 5 to 5, rows 0 to 10" + withinPan, Nothing, {}, {5, 0, 5, 10}},
+    {"A220 invalid window: columns 0 to 41, rows 0 to 10" + withinPan, Nothing, {}, {0, 0, 41, 10}},
+    {"A220 invalid window: columns 0 to 40, rows 20 to 4294967295" + withinPan,
+     Nothing,
+     {},
+     {0, 20, 40, 0xFFFFFFFFu}},
 };
 
 } // namespace
