@@ -2,8 +2,11 @@
 
 #include "fundament/Text.h"
 #include "hostkit/PluginLibrary.h"
+#include "rasterhost/Collars.h"
 #include "rasterhost/GdalErrors.h"
+#include "rasterhost/OutputCheck.h"
 #include "rasterhost/ProcessSettings.h"
+#include "rasterhost/RunPlan.h"
 #include "rasterhost/SceneSample.h"
 
 #include <gdal_priv.h>
@@ -21,6 +24,7 @@ using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
 
+constexpr std::uint32_t outputBlockRows = 256; ///< of the tiles that are written unless others are asked for
 constexpr double leastShift = 0.1;
 constexpr double muchSaturated = 0.01;
 
@@ -44,6 +48,7 @@ std::vector<std::string> NoDataTexts(const InputImage& image) {
         if (source.mask)
             add(source.mask->GetColorInterpretation() == GCI_AlphaBand ? "transparency" : "a mask");
     }
+    if (image.GetCollar()) add("a collar of zeros along the edge");
     return texts;
 }
 
@@ -121,7 +126,8 @@ public:
         if (!plugin) return false;
         scene = OpenScene(
             request, [this](const std::string& text) { sceneWarnings.push_back(text); }, status);
-        const bool works = scene && MakeSettings(request, *scene, plugin->GetDescription(), settings, status);
+        const bool works = scene && SearchCollars() &&
+                           MakeSettings(request, *scene, plugin->GetDescription(), settings, status);
         if (scene) DescribeGrids();
         if (!works) {
             report.warnings = sceneWarnings;
@@ -136,6 +142,12 @@ public:
     }
 
 private:
+    bool SearchCollars() {
+        return FindCollars(
+                   *scene, [this](const std::string& text) { sceneWarnings.push_back(text); }, {}, status) ==
+               CollarSearch::Done;
+    }
+
     void DescribeGrids() {
         const RasterInfo& pan = scene->pan->GetInfo();
         const RasterInfo& ms = scene->multispectral->GetInfo();
@@ -174,14 +186,18 @@ private:
     }
 
     void DescribeRun() {
-        const RasterInfo& pan = scene->pan->GetInfo();
+        const OutputRules rules = MakeOutputRules(request, *scene);
+        const RunSizes sizes{scene->part.GetColumns(), scene->part.GetRows(), rules.GetFileBands(),
+                             ChooseThreads(request), 0};
         report.method = settings.method;
         report.effectiveWeights = settings.effectiveWeights;
         report.infraredWeight = settings.infraredWeight;
-        report.outputColumns = pan.cols;
-        report.outputRows = pan.rows;
+        report.outputColumns = sizes.columns;
+        report.outputRows = sizes.rows;
         report.outputBands = scene->outputBands;
-        report.outputBytes = std::uint64_t{pan.cols} * pan.rows * scene->outputBands * (pan.bitsPerBand / 8);
+        report.outputBytes = std::uint64_t{sizes.columns} * sizes.rows * sizes.fileBands *
+                             (scene->pan->GetInfo().bitsPerBand / 8);
+        report.memoryBytes = EstimateMemory(*scene, sizes, outputBlockRows);
     }
 
     /// Collects what was found to be wrong, the gravest first.

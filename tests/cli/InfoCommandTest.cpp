@@ -10,13 +10,13 @@ using testing::HasSubstr;
 
 TEST(InfoCommand, PrintsWhatSharpenWouldDo) {
     const child::Folder folder;
-    const scene::Pair pair(folder, 4, 8);
+    const scene::Pair pair(folder, 4, 16);
     const child::Arguments arguments = {"info",          "pan.tif",    "ms.tif,band=1", "ms.tif,band=2",
                                         "ms.tif,band=3", "--infrared", "ms.tif,band=4"};
     const auto text = child::Run(folder, arguments);
     ASSERT_EQ(text.code, 0) << text.err;
     for (const char* words :
-         {"'pan.tif': 46 x 38 pixels of 10 x 10, 1 band\n", "EPSG:32631", "8 bits unsigned",
+         {"'pan.tif': 46 x 38 pixels of 10 x 10, 1 band\n", "EPSG:32631", "16 bits unsigned",
           "ratio 2, overlap 100 % of pan", "band 3: correlation with pan", "46 x 38 pixels, 3 bands"})
         EXPECT_THAT(text.out, HasSubstr(words));
     EXPECT_THAT(text.err, testing::StartsWith("pansharp: warning: no weights of the bands make up pan well"));

@@ -58,16 +58,29 @@ TEST(Preflight, SaysWhatARunWouldDo) {
     EXPECT_EQ(report.warnings, run.report.warnings);
 }
 
-TEST(Preflight, WarnsOfTheGravestFirst) {
+TEST(Preflight, WarnsOfTheGravestFirstAndPutsItRight) {
     const Folder folder;
     const KnownPair pair{5, 20, {0.2, 0.5, 0.25, 0.0}, 64, 6, -9};
-    const auto [works, report, status] = Look(pair.Write(folder));
+    const SharpenRequest request = pair.Write(folder);
+    const auto [works, report, status] = Look(request);
     ASSERT_TRUE(works) << status.ToText();
-    ASSERT_EQ(report.warnings.size(), 2u);
-    // 0.3 x 20 map units to the left, 0.45 x 20 down.
-    EXPECT_THAT(report.warnings[0], testing::AllOf(HasSubstr("0.30 right of and 0.45 above"),
-                                                   HasSubstr("gdal_translate -a_ullr 499994 399999")));
-    EXPECT_THAT(report.warnings[1], HasSubstr("band 4 does not follow pan"));
+    ASSERT_EQ(report.warnings.size(), 3u);
+    EXPECT_THAT(report.warnings[0], HasSubstr("0.30 right of and 0.45 above"));
+    EXPECT_THAT(report.warnings[1], HasSubstr("below 0.8"));
+    EXPECT_THAT(report.warnings[2], HasSubstr("band 4 does not follow pan"));
+    {
+        const std::string command = "gdal_translate -a_ullr ";
+        const char* corners = report.warnings[0].c_str() + report.warnings[0].find(command) + command.size();
+        char* next = nullptr;
+        const double left = std::strtod(corners, &next), top = std::strtod(next, nullptr);
+        auto transform = *Grid(20.0, left, top);
+        GDALDatasetUniquePtr ms(GDALDataset::Open(request.multispectral[0].file.c_str(), GDAL_OF_UPDATE));
+        ms->SetGeoTransform(transform.data());
+    }
+    const auto right = Look(request).report;
+    ASSERT_TRUE(right.shift);
+    EXPECT_LT(right.shift->GetLength(), 0.05);
+    EXPECT_EQ(right.warnings.size(), 2u); // of band 4, and of pan's edge, where there is no band any more
 }
 
 // A run that would fail: the same words, and what was found until then.
@@ -108,6 +121,9 @@ TEST(Preflight, FindsTheHalfPixelHoweverItIsTold) {
         auto transform = *corner;
         made->SetMetadataItem(GDALMD_AREA_OR_POINT, GDALMD_AOP_POINT);
         made->SetGeoTransform(transform.data());
+        OGRSpatialReference reference;
+        reference.SetFromUserInput("EPSG:32630");
+        made->SetSpatialRef(&reference);
     }
     EXPECT_NE(ReadText(point), ReadText(area));
     for (const std::string& file : {area, world, point}) {

@@ -119,7 +119,7 @@ TEST(WeightFit, SaysWhatIsWrong) {
     const std::string flat =
         folder.Write("flat.tif", {240, 240, 1, GDT_UInt16, Grid(1), {}}, [](int, int, int) { return 9u; });
     const std::string small = folder.Write("small.tif", {20, 20, 1, GDT_UInt16, Grid(1), {}},
-                                           [](int c, int, int) { return unsigned(c); });
+                                           [](int c, int, int) { return unsigned(c + 1); });
     const struct {
         std::string pan;
         std::vector<const char*> words;
