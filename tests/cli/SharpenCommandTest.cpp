@@ -169,6 +169,12 @@ TEST(SharpenCommand, WarnsAndGoesOn) {
     EXPECT_THAT(bare.err,
                 HasSubstr("pansharp: warning: neither 'bare_pan.tif' nor 'bare_ms.tif' is georeferenced"));
 
+    scene::Write(folder / "unprojected.tif", pair.ms, {.pixelSize = 20.0, .epsg = 0});
+    const child::Outcome unprojected =
+        child::Run(folder, {"sharpen", "pan.tif", "unprojected.tif", "-o", "u.tif", "--quiet"});
+    EXPECT_EQ(unprojected.code, 0);
+    EXPECT_THAT(unprojected.err, HasSubstr("'unprojected.tif' has no projection"));
+
     const child::Outcome unknown =
         child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "a.tif", "--set", "BandWieght-1=2"});
     EXPECT_EQ(unknown.code, 0);
@@ -182,7 +188,7 @@ TEST(SharpenCommand, WarnsAndGoesOn) {
 
 /// The scene is large on paper only; once the first tenth is fused, nine tenths of the time are left.
 TEST(SharpenCommand, StopsWhenInterrupted) {
-    for (const int signal : {SIGINT, SIGTERM}) {
+    for (const int signal : {SIGINT, SIGTERM, SIGKILL}) {
         const child::Folder folder;
         scene::WriteSparse(folder / "pan.tif", 8192, 8192, 1, {.pixelSize = 10.0});
         scene::WriteSparse(folder / "ms.tif", 4096, 4096, 4, {.pixelSize = 20.0});
@@ -193,6 +199,16 @@ TEST(SharpenCommand, StopsWhenInterrupted) {
         EXPECT_THAT(folder.List(), testing::SizeIs(3)); // the unfinished output, under another name
         running.Signal(signal);
         const child::Outcome outcome = running.Finish();
+        if (signal == SIGKILL) { // leaves what it made under a name that tells, and the next run removes it
+            EXPECT_THAT(folder.List(),
+                        ElementsAre(testing::StartsWith(".out.pansharp-"), "ms.tif", "pan.tif"));
+            EXPECT_EQ(
+                child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "--co", "BLOCKXSIZE=7"})
+                    .code,
+                1);
+            EXPECT_THAT(folder.List(), ElementsAre("ms.tif", "pan.tif"));
+            continue;
+        }
         EXPECT_EQ(outcome.code, 130);
         EXPECT_THAT(outcome.err, HasSubstr("pansharp: interrupted; 'out.tif' was not written"));
         EXPECT_THAT(outcome.err, testing::Not(HasSubstr("100 %")));
