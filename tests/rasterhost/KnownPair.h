@@ -3,6 +3,7 @@
 #include "SceneFiles.h"
 
 #include <algorithm>
+#include <array>
 
 namespace testfiles {
 
@@ -19,7 +20,7 @@ inline double Noise(unsigned x, unsigned y, unsigned band) {
 /// others.
 struct KnownPair {
     int panFine, msFine;
-    std::vector<double> weights;
+    std::array<double, 4> weights;
     int msSize = 150;
     int right = 0, below = 0; ///< fine pixels by which the multispectral content is off
 
