@@ -161,7 +161,7 @@ private:
         const GridMap down{(pan.yMax - ms.yMax) / pan.pixelSizeY, report.ratioY};
         report.corner = {across.At(0.0), down.At(0.0)};
         for (std::size_t axis = 0; axis < 2; ++axis)
-            report.phase[axis] = report.corner[axis] - std::floor(report.corner[axis]);
+            report.phase[axis] = report.corner[axis] - std::ceil(report.corner[axis] - 0.5);
     }
 
     bool SampleImages(bool wantsFit) {

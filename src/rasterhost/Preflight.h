@@ -34,7 +34,7 @@ struct PreflightReport {
     double ratioX = 0.0, ratioY = 0.0; ///< multispectral pixel over pan pixel
     double overlap = 0.0;              ///< share of pan on which the multispectral and infrared images lie
     /// The multispectral corner from that of pan, right and down, in pan pixels, and what of it is no whole
-    /// pixel, 0 up to 1.
+    /// pixel, above -0.5 up to 0.5.
     std::array<double, 2> corner{}, phase{};
     std::optional<WeightFit> fit;
     std::optional<Shift> shift;

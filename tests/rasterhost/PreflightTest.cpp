@@ -80,7 +80,7 @@ TEST(Preflight, WarnsOfTheGravestFirstAndPutsItRight) {
     const auto right = Look(request).report;
     ASSERT_TRUE(right.shift);
     EXPECT_LT(right.shift->GetLength(), 0.05);
-    EXPECT_EQ(right.warnings.size(), 2u); // of band 4, and of pan's edge, where there is no band any more
+    EXPECT_THAT(right.warnings, testing::ElementsAre(HasSubstr("band 4"))); // nothing else is wrong now
 }
 
 // A run that would fail: the same words, and what was found until then.
