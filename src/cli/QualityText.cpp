@@ -97,10 +97,13 @@ std::string FormatComparison(const CompareReport& report) {
     if (report.windows > 1) text += FormatString(" in %u windows", report.windows);
     text += ", " + Count(report.entries.front().indices.pixels) + " compared\n";
     text += FormatString("%-32s%10s%10s%10s\n", "", "ERGAS", "SAM", "Q");
-    for (const CompareEntry& entry : report.entries)
+    for (const CompareEntry& entry : report.entries) {
         text += FormatString("%-32s", NameOf(entry).c_str()) + Cell(entry.indices.ergas, 3) +
-                Cell(entry.indices.sam, 3) + Cell(entry.indices.meanQ, 4) +
-                (&entry == &report.entries[report.best] ? "  *" : "") + "\n";
+                Cell(entry.indices.sam, 3) + Cell(entry.indices.meanQ, 4);
+        if (const auto bands = static_cast<unsigned>(entry.indices.errors.size()); bands < report.bands)
+            text += FormatString("  %u of %u bands", bands, report.bands);
+        text += &entry == &report.entries[report.best] ? "  *\n" : "\n";
+    }
     return text + Wrap("", 0, Verdict(report));
 }
 

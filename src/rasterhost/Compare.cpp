@@ -15,6 +15,7 @@
 #include <chrono>
 #include <cmath>
 #include <exception>
+#include <map>
 
 namespace rasterhost {
 
@@ -57,12 +58,24 @@ private:
     bool OpenReduced() {
         pan = InputImage::Open({{reduced->GetPan(), {}}}, "reduced", {}, status);
         multispectral = InputImage::Open({{reduced->GetMultispectral(), {}}}, "reduced", {}, status);
-        truth = InputImage::Open({{reduced->GetTruth(), {}}}, "reduced", {}, status);
-        return pan && multispectral && truth;
+        if (!pan || !multispectral) return false;
+        report.bands = multispectral->GetInfo().bandsPerPixel;
+        return true;
+    }
+
+    [[nodiscard]] std::unique_ptr<InputImage> OpenTruth(std::size_t bands) {
+        std::vector<InputBand> inputs;
+        for (std::size_t band = 1; band <= bands; ++band)
+            inputs.push_back({reduced->GetTruth(), static_cast<int>(band)});
+        return InputImage::Open(inputs, "reduced", {}, status);
     }
 
     bool Add(CompareEntry entry, RowSource& rows) {
-        ImageRows reference(*truth);
+        // A method may write fewer bands, the first ones.
+        const std::size_t bands = rows.GetBands();
+        if (!truths[bands]) truths[bands] = OpenTruth(bands);
+        if (!truths[bands]) return false;
+        ImageRows reference(*truths[bands]);
         if (!CompareRows(rows, reference, std::sqrt(report.ratioX * report.ratioY), entry.indices, status))
             return false;
         if (entry.indices.pixels == 0)
@@ -132,11 +145,12 @@ private:
     }
 
     bool FindBest() {
-        const auto worse = [](const CompareEntry& a, const CompareEntry& b) {
-            return a.indices.ergas < b.indices.ergas;
+        const auto better = [this](const CompareEntry& a, const CompareEntry& b) {
+            return a.indices.errors.size() == report.bands &&
+                   (b.indices.errors.size() < report.bands || a.indices.ergas < b.indices.ergas);
         };
         report.best = static_cast<std::size_t>(
-            std::min_element(report.entries.begin(), report.entries.end(), worse) - report.entries.begin());
+            std::min_element(report.entries.begin(), report.entries.end(), better) - report.entries.begin());
         return true;
     }
 
@@ -144,7 +158,8 @@ private:
     CompareReport& report;
     Status& status;
     std::unique_ptr<ReducedScene> reduced;
-    std::unique_ptr<InputImage> pan, multispectral, truth; ///< of the reduced scene
+    std::unique_ptr<InputImage> pan, multispectral;            ///< of the reduced scene
+    std::map<std::size_t, std::unique_ptr<InputImage>> truths; ///< by how many of its bands
     std::optional<int> bitDepth;
 };
 

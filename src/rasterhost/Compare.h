@@ -18,7 +18,8 @@ struct CompareEntry {
     std::string method;  ///< a keyword; "bilinear" and "cubic" for plain upsampling
     std::string weights; ///< "fitted" or "equal"; empty for a method that weighs no bands
     std::vector<double> effectiveWeights;
-    quality::ReferenceIndices indices;
+    quality::ReferenceIndices indices; ///< of the bands that the method writes: the first, at times not all
+
     [[nodiscard]] bool IsPlain() const { return method == "bilinear" || method == "cubic"; }
 };
 
@@ -27,7 +28,8 @@ struct CompareReport {
     std::uint32_t columns = 0, rows = 0; ///< of the truth
     std::uint32_t windows = 0;           ///< of the scene that it is made of
     std::vector<CompareEntry> entries;   ///< plain upsampling first, then the plug-in's methods in its order
-    std::size_t best = 0;                ///< entry with the lowest ERGAS
+    std::size_t best = 0;                ///< entry with the lowest ERGAS, of those with all bands
+    std::uint32_t bands = 0;             ///< of the multispectral image
     std::vector<std::string> warnings;
     double seconds = 0.0;
 };

@@ -44,8 +44,8 @@ bool FindRect(const Scene& scene, const PreviewRequest& preview, PixelRect& rect
                 pan.yMax - part.row0 * pan.pixelSizeY));
     const auto span = [](double middle, std::uint32_t first, std::uint32_t end) {
         const std::uint32_t length = std::min(mostPixels, end - first);
-        const double start =
-            std::clamp(std::floor(middle - 0.5 * length), double{first}, double{end - length});
+        const double start = std::clamp(std::floor(middle - 0.5 * length), static_cast<double>(first),
+                                        static_cast<double>(end - length));
         return std::pair(static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(start) + length);
     };
     std::tie(rect.col0, rect.col1) = span(column, part.col0, part.col1);

@@ -116,9 +116,11 @@ TEST(Compare, DegradesPanOntoTheMultispectralGrid) {
 
 TEST(Compare, NamesTheBestAndWhenNoneBeatsPlainUpsampling) {
     const Folder folder;
-    const auto texture = [](int column, int row) { return ((column / 4 * 37 + row / 4 * 101) % 17) * 40; };
-    const auto band = [&](int column, int row, int b) {
-        return 200u + unsigned(texture(column, row) * (b + 2) / 4);
+    // Blocks of 4 pan pixels: much that the bands have in common and something of each one's own.
+    const auto band = [](int column, int row, int b) {
+        const int x = column / 4, y = row / 4;
+        return unsigned(200 + (x * 37 + y * 101) % 17 * 10 * (b + 2) +
+                        (x * 13 * (b + 1) + y * 29 * (b + 2)) % 5 * 20);
     };
     const auto pan = folder.Write(
         "pan.tif", {160, 160, 1, GDT_UInt16, testfiles::Grid(1.0), {}}, [&](int column, int row, int) {
