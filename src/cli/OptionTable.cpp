@@ -70,6 +70,13 @@ constexpr OptionEntry sharpenOptions[] = {
      "are those that the whole has there"},
     {"--bbox", "XMIN YMIN XMAX YMAX", "all of pan", fusionHeading,
      "the same, by the least and greatest coordinates"},
+    {"--extent", "pan|intersection", "pan", fusionHeading,
+     "fuse all of pan, or only what lies on all the inputs"},
+    {"--same-corner", "", "", fusionHeading,
+     "take the inputs to have the corner and extent of pan, whatever their positions say"},
+    {"--shift", "DX,DY|auto", "0,0", fusionHeading,
+     "how far the multispectral content lies right of and below its place, in its pixels, as 'pansharp info' "
+     "tells; it is moved back. 'auto' measures it"},
     noDataOption,
     noNoDataOption,
     {"--alpha", "", "", fusionHeading,

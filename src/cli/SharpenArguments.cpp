@@ -134,6 +134,24 @@ void ReadSampling(const CommandLine& line, SharpenRequest& request) {
         if (line.Has(option)) request.part = ParsePart(line, option);
 }
 
+void ReadGrids(const CommandLine& line, SharpenRequest& request) {
+    const std::string extent = KOVA::Tessara::Fundament::ToLower(line.Get("--extent"));
+    if (extent != "pan" && extent != "intersection")
+        throw UsageError("--extent: there is no '" + line.Get("--extent") + "'" +
+                         Suggestion(extent, {"pan", "intersection"}) + "; give pan or intersection");
+    request.onlyIntersection = extent == "intersection";
+    request.sameCorner = line.Has("--same-corner");
+    const std::string shift = KOVA::Tessara::Fundament::ToLower(line.Get("--shift"));
+    request.measureShift = shift == "auto";
+    if (request.measureShift) return;
+    const std::size_t comma = shift.find(',');
+    if (comma == std::string::npos)
+        throw UsageError("--shift: '" + shift +
+                         "' is neither auto nor two numbers with a comma between them");
+    request.shift = {ParseNumber("--shift", shift.substr(0, comma)),
+                     ParseNumber("--shift", shift.substr(comma + 1))};
+}
+
 void ReadNoData(const CommandLine& line, SharpenRequest& request) {
     if (line.Has("--nodata")) request.noData = ParseNumber("--nodata", line.Get("--nodata"));
     request.ignoreNoData = line.Has("--no-nodata");
@@ -194,6 +212,7 @@ SharpenRequest MakeSharpenRequest(const CommandLine& line) {
     ReadOutput(line, request);
     ReadFusion(line, request);
     ReadSampling(line, request);
+    ReadGrids(line, request);
     ReadNoData(line, request);
     if (line.Has("--status-xml")) CheckReportName(line.Get("--status-xml"), request);
     if (line.Has("--plugin")) request.plugin = line.Get("--plugin");

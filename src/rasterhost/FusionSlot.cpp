@@ -1,6 +1,7 @@
 #include "rasterhost/FusionSlot.h"
 
 #include "fundament/Text.h"
+#include "hostkit/MappedRaster.h"
 #include "hostkit/RequestRecord.h"
 
 #include <cstring>
@@ -54,16 +55,28 @@ bool ReadRect(const InputImage& image, GdalRaster& raster, const PixelRect& rect
 
 bool FusionSlot::ReadSource(const InputImage& image, GdalRaster& raster, const char* imageId,
                             Validity& validity, Status& status) {
-    const auto placement = hostkit::PlaceGrids(scene.pan->GetInfo(), image.GetInfo());
-    const PixelRect needed = hostkit::SourceRect(placement, window, image.GetInfo(), scene.resampling);
+    const auto& info = image.GetInfo();
+    const hostkit::PixelMap* map = image.GetMap();
+    const auto placement = hostkit::PlaceGrids(scene.pan->GetInfo(), info);
+    const PixelRect needed = map ? map->SourceRect(window, info.cols, info.rows, scene.resampling)
+                                 : hostkit::SourceRect(placement, window, info, scene.resampling);
     if (!ReadRect(image, raster, needed, status)) return false;
     const hostkit::SampleBlock block = raster.GetBlock();
-    workspace.SetImage(imageId, {image.GetInfo(), block, scene.resampling});
+    workspace.SetImage(imageId, {info, block, scene.resampling, map});
     validity.reset();
+    if (map) {
+        auto mapped = std::make_unique<hostkit::MappedRaster>();
+        if (!mapped->Open(scene.pan->GetInfo(), window, info, block, *map, scene.resampling)) {
+            status.Append(mapped->GetStatus());
+            return false;
+        }
+        validity = std::move(mapped);
+        return true;
+    }
     if (!block.valid) return true;
     const hostkit::WindowPlacement at(placement, window);
-    validity = std::make_unique<hostkit::SampledValidity>(at.Shape(image.GetInfo(), block.rect),
-                                                          scene.resampling, block);
+    validity =
+        std::make_unique<hostkit::SampledValidity>(at.Shape(info, block.rect), scene.resampling, block);
     return true;
 }
 

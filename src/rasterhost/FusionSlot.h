@@ -38,7 +38,7 @@ public:
     [[nodiscard]] const KOVA::Tessara::Global::NameValueMap& GetMetadata() { return process->GetMetadata(); }
 
 private:
-    using Validity = std::unique_ptr<hostkit::SampledValidity>; ///< null when all samples have data
+    using Validity = std::unique_ptr<hostkit::ReachFinder>; ///< null when all samples have data
 
     bool ReadSource(const InputImage& image, GdalRaster& raster, const char* imageId, Validity& validity,
                     Status& status);

@@ -3,6 +3,7 @@
 #include "fundament/Text.h"
 #include "rasterhost/FileState.h"
 #include "rasterhost/GdalErrors.h"
+#include "rasterhost/GridTransform.h"
 
 #include <cpl_conv.h>
 #include <gdal_priv.h>
@@ -177,42 +178,65 @@ bool InputImage::Describe(const char* role, Status& status) {
     return Georeference(status);
 }
 
+bool InputImage::IsAtPlaceOfFirst(const GDALDataset& file) const {
+    auto& dataset = const_cast<GDALDataset&>(file);
+    std::array<double, 6> here{};
+    const bool hasTransform = dataset.GetGeoTransform(here.data()) == CE_None;
+    const OGRSpatialReference* reference = dataset.GetSpatialRef();
+    bool agrees = hasTransform == geoTransform.has_value() &&
+                  IsSameProjection(projection, reference ? *reference : OGRSpatialReference());
+    // Georeferencing that was written and read again differs in its last digits.
+    for (std::size_t i = 0; agrees && hasTransform && i < here.size(); ++i)
+        agrees = std::fabs(here[i] - (*geoTransform)[i]) <=
+                 1e-6 * std::hypot((*geoTransform)[1], (*geoTransform)[4]);
+    return agrees;
+}
+
 bool InputImage::Georeference(Status& status) {
-    for (const OpenFileEntry& file : files) {
-        std::array<double, 6> here{};
-        std::optional<std::array<double, 6>> found;
-        if (file.dataset->GetGeoTransform(here.data()) == CE_None) found = here;
-        if (found && !(here[2] == 0.0 && here[4] == 0.0 && here[1] > 0.0 && here[5] < 0.0))
-            return Fail(
-                status, HostStatus::InputNotSupported,
-                FormatString("'%s' is not north up (rotated, or its rows run upward); make it so with "
-                             "gdalwarp",
-                             file.name.c_str()));
-        if (&file == &files.front()) {
-            geoTransform = found;
-            if (const OGRSpatialReference* reference = file.dataset->GetSpatialRef()) projection = *reference;
-            continue;
-        }
-        const OGRSpatialReference* reference = file.dataset->GetSpatialRef();
-        bool agrees = found.has_value() == geoTransform.has_value() &&
-                      IsSameProjection(projection, reference ? *reference : OGRSpatialReference());
-        // Georeferencing that was written and read again differs in its last digits.
-        for (std::size_t i = 0; agrees && found && i < here.size(); ++i)
-            agrees = std::fabs(here[i] - (*geoTransform)[i]) <= 1e-6 * (*geoTransform)[1];
-        if (!agrees)
+    GDALDataset& first = *files.front().dataset;
+    std::array<double, 6> here{};
+    if (first.GetGeoTransform(here.data()) == CE_None) geoTransform = here;
+    hasControlPoints = !geoTransform && first.GetGCPCount() > 0;
+    if (const OGRSpatialReference* reference =
+            hasControlPoints ? first.GetGCPSpatialRef() : first.GetSpatialRef())
+        projection = *reference;
+    for (const OpenFileEntry& file : files)
+        if (&file != &files.front() && !IsAtPlaceOfFirst(*file.dataset))
             return Fail(status, HostStatus::InputsDoNotFit,
                         FormatString("'%s' and '%s' do not lie at the same place; bands from several files "
                                      "must share corner, pixel size and projection",
                                      file.name.c_str(), files.front().name.c_str()));
-    }
-    const std::array<double, 6> transform = geoTransform.value_or(std::array{0.0, 1.0, 0.0, 0.0, 0.0, -1.0});
-    info.pixelSizeX = transform[1];
-    info.pixelSizeY = -transform[5];
-    info.xMin = transform[0];
-    info.xMax = info.xMin + info.cols * info.pixelSizeX;
-    info.yMax = transform[3];
-    info.yMin = info.yMax - info.rows * info.pixelSizeY;
+    isNorthUp = !hasControlPoints &&
+                (!geoTransform || (here[2] == 0.0 && here[4] == 0.0 && here[1] > 0.0 && here[5] < 0.0));
+    const std::array<double, 6> pixels{0.0, 1.0, 0.0, 0.0, 0.0, -1.0};
+    const std::array<double, 6> grid = isNorthUp ? geoTransform.value_or(pixels) : pixels;
+    DescribeAs(grid[0], grid[3], grid[0] + info.cols * grid[1], grid[3] + info.rows * grid[5], grid[1],
+               -grid[5]);
     return true;
+}
+
+void InputImage::DescribeAs(double left, double top, double right, double bottom, double pixelSizeX,
+                            double pixelSizeY) {
+    info.xMin = left;
+    info.xMax = right;
+    info.yMin = bottom;
+    info.yMax = top;
+    info.pixelSizeX = pixelSizeX;
+    info.pixelSizeY = pixelSizeY;
+}
+
+void InputImage::SetMap(std::unique_ptr<hostkit::PixelMap> map, std::unique_ptr<GridTransform> exact) {
+    pixelMap = std::move(map);
+    transform = std::move(exact);
+}
+
+void InputImage::MoveContent(double right, double below) {
+    moved = {moved[0] + right, moved[1] + below};
+    if (pixelMap) return pixelMap->Move(right, below);
+    info.xMin -= right * info.pixelSizeX;
+    info.xMax -= right * info.pixelSizeX;
+    info.yMin += below * info.pixelSizeY;
+    info.yMax += below * info.pixelSizeY;
 }
 
 std::string InputImage::GetName() const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hostkit/PixelMap.h"
 #include "hostkit/SampleBlock.h"
 #include "rasterhost/HostStatus.h"
 #include "rasterhost/Sharpen.h"
@@ -18,6 +19,8 @@ class GDALDataset;
 class GDALRasterBand;
 
 namespace rasterhost {
+
+class GridTransform;
 
 /// One band of an open file.
 struct SourceBand {
@@ -52,9 +55,13 @@ public:
     InputImage& operator=(const InputImage&) = delete;
     ~InputImage();
 
-    /// Without georeferencing: pixels of size 1 and the upper left corner at the origin.
+    /// Without georeferencing, or when it is not north up: pixels of size 1 and the upper left corner at the
+    /// origin.
     [[nodiscard]] const RasterInfo& GetInfo() const { return info; }
-    [[nodiscard]] bool IsGeoreferenced() const { return geoTransform.has_value(); }
+    /// By a geotransform or by control points.
+    [[nodiscard]] bool IsGeoreferenced() const { return geoTransform || hasControlPoints; }
+    /// True when columns and rows run along the map's axes, rows downward; without a position too.
+    [[nodiscard]] bool IsNorthUp() const { return isNorthUp; }
     [[nodiscard]] const std::optional<std::array<double, 6>>& GetGeoTransform() const { return geoTransform; }
     [[nodiscard]] const OGRSpatialReference& GetProjection() const { return projection; } ///< may be empty
     [[nodiscard]] const std::vector<SourceBand>& GetBands() const { return bands; }
@@ -67,6 +74,17 @@ public:
 
     /// Stretches an image without georeferencing over the extent of another.
     void SpreadOver(const RasterInfo& other);
+    /// Gives an image another place and pixel size, in the units of pan's description.
+    void DescribeAs(double left, double top, double right, double bottom, double pixelSizeX,
+                    double pixelSizeY);
+    /// Sets where the pixels of pan lie on the image, and the exact way between them, when the two do not run
+    /// along each other.
+    void SetMap(std::unique_ptr<hostkit::PixelMap> map, std::unique_ptr<GridTransform> exact);
+    [[nodiscard]] const hostkit::PixelMap* GetMap() const { return pixelMap.get(); } ///< null without one
+    [[nodiscard]] const GridTransform* GetTransform() const { return transform.get(); }
+    /// Looks for the content so many pixels further right and below than the position says.
+    void MoveContent(double right, double below);
+    [[nodiscard]] const std::array<double, 2>& GetMove() const { return moved; }
     /// Puts the bands into another order and leaves out those that `order`, positions counted from 0, does
     /// not name.
     void Reorder(const std::vector<std::size_t>& order);
@@ -104,6 +122,7 @@ private:
     bool Describe(const char* role, Status& status);
     bool CheckBand(const SourceBand& source, const char* role, Status& status) const;
     bool Georeference(Status& status);
+    [[nodiscard]] bool IsAtPlaceOfFirst(const GDALDataset& file) const;
 
     struct CloseDataset {
         void operator()(GDALDataset* dataset) const;
@@ -118,7 +137,12 @@ private:
     RasterInfo info;
     std::unique_ptr<ZeroCollar> collar; ///< null without one
     std::optional<std::array<double, 6>> geoTransform;
+    bool hasControlPoints = false;
+    bool isNorthUp = true;
     OGRSpatialReference projection;
+    std::unique_ptr<hostkit::PixelMap> pixelMap;
+    std::unique_ptr<GridTransform> transform;
+    std::array<double, 2> moved{};
 };
 
 /// True when two projections mean the same; an empty one equals any.

@@ -142,8 +142,9 @@ void CopyPosition(GDALDataset& pan, const hostkit::PixelRect& part, GDALDataset&
 void OutputFile::Describe(const Scene& scene, const Metadata& metadata) {
     GDALDataset& pan = *scene.pan->GetBands().front().dataset;
     if (auto transform = scene.pan->GetGeoTransform()) {
-        (*transform)[0] += scene.part.col0 * (*transform)[1];
-        (*transform)[3] += scene.part.row0 * (*transform)[5];
+        auto& t = *transform;
+        t[0] += scene.part.col0 * t[1] + scene.part.row0 * t[2];
+        t[3] += scene.part.col0 * t[4] + scene.part.row0 * t[5];
         dataset->SetGeoTransform(transform->data());
     }
     const OGRSpatialReference& own = scene.pan->GetProjection();

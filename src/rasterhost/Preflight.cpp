@@ -62,7 +62,8 @@ ImageFacts DescribeImage(const InputImage& image) {
     const bool isSigned = image.GetBands().front().band->GetRasterDataType() == GDT_Int16;
     facts.sampleType = FormatString("%u bits %s", info.bitsPerBand, isSigned ? "signed" : "unsigned");
     facts.projection = ProjectionText(image.GetProjection());
-    if (image.IsGeoreferenced()) facts.extent = std::array{info.xMin, info.yMax, info.xMax, info.yMin};
+    if (image.IsGeoreferenced() && image.IsNorthUp() && !image.GetMap())
+        facts.extent = std::array{info.xMin, info.yMax, info.xMax, info.yMin};
     facts.pixelSizeX = info.pixelSizeX;
     facts.pixelSizeY = info.pixelSizeY;
     facts.noData = NoDataTexts(image);
