@@ -43,6 +43,21 @@ constexpr OptionEntry sharpenOptions[] = {
     {"-b,--bands", "LIST", "all", fusionHeading,
      "multispectral bands to write, by number from 1, in order, such as 3,2,1; the others only take part in "
      "the simulated pan"},
+    {"-r,--resampling", "bilinear|cubic", "bilinear", fusionHeading,
+     "how the multispectral bands are brought to the pixels of pan"},
+    {"--bit-depth", "N", "what the files declare, else all", fusionHeading,
+     "bits that are used of 16-bit samples, 9 to 16, such as 11; no result is larger"},
+    {"--projwin", "ULX ULY LRX LRY", "all of pan", fusionHeading,
+     "fuse only the part between these corners, upper left and lower right, in map units of pan; the pixels "
+     "are those that the whole has there"},
+    {"--bbox", "XMIN YMIN XMAX YMAX", "all of pan", fusionHeading,
+     "the same, by the least and greatest coordinates"},
+    {"--nodata", "V", "what the files declare", fusionHeading,
+     "the sample value that means no data, in every input and in the output"},
+    {"--no-nodata", "", "", fusionHeading,
+     "take every sample as data, whatever the files declare, and zeros along the edge too"},
+    {"--alpha", "", "", fusionHeading,
+     "write a last band that tells where there is data, 0 where there is none"},
     {"-j,--threads", "N", "one a processor", runHeading, "threads that fuse"},
     {"-q,--quiet", "", "", runHeading, "print warnings and errors only"},
     jsonOption,
@@ -80,6 +95,7 @@ constexpr CommandEntry commands[] = {
   pansharp sharpen pan.tif ms.tif -o rgb.tif -w 0.2,0.3,0.3,0.2 -b 3,2,1
   pansharp sharpen pan.tif ms.tif,band=3 ms.tif,band=2 ms.tif,band=1 -o rgb.tif \
       --infrared ms.tif,band=4 --infrared-weight 0.25
+  pansharp sharpen pan.tif ms.tif -o part.tif --projwin 500000 4600000 510000 4590000
 
 Exit codes: 0 done, 1 the work failed, 2 the command line is wrong, 130 interrupted.
 )"},

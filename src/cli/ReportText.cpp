@@ -46,7 +46,13 @@ std::string FormatReport(const SharpenReport& report, std::uint64_t peakMemory) 
     text += FormatString("  %.2f s, %.1f megapixels/s, %d thread%s, peak memory %.0f MB\n", report.seconds,
                          MegapixelsPerSecond(report), report.threads, report.threads == 1 ? "" : "s",
                          static_cast<double>(peakMemory) / 1e6);
-    const unsigned largest = report.bitsPerSample >= 32 ? ~0u : (1u << report.bitsPerSample) - 1;
+    if (report.pixelsWithoutData > 0)
+        text += FormatString("  %s pixels without data, told by %s\n",
+                             FormatCount(report.pixelsWithoutData, Pixels(report)).c_str(),
+                             report.noDataValue ? FormatString("the value %u", *report.noDataValue).c_str()
+                             : report.noDataBy == "alpha" ? "the last band"
+                                                          : "a mask");
+    const unsigned largest = (1u << report.bitDepth) - 1;
     for (std::size_t band = 0; band < report.samplesAtLimits.size(); ++band) {
         const auto& [lowest, highest] = report.samplesAtLimits[band];
         text += FormatString("  band %zu: %s samples at 0, %s at %u\n", band + 1,

@@ -60,6 +60,7 @@ void AddReport(Json& object, const SharpenReport& report) {
     object["rows"] = report.rows;
     object["bands"] = report.bands;
     object["bits_per_sample"] = report.bitsPerSample;
+    object["bit_depth"] = report.bitDepth;
     object["ratio"] = report.ratio;
     object["weights"] = report.effectiveWeights;
     if (report.infraredWeight) object["infrared_weight"] = *report.infraredWeight;
@@ -67,6 +68,8 @@ void AddReport(Json& object, const SharpenReport& report) {
     object["window_rows"] = report.windowRows;
     object["seconds"] = report.seconds;
     object["megapixels_per_second"] = MegapixelsPerSecond(report);
+    object["no_data"] = {{"by", report.noDataBy}, {"pixels", report.pixelsWithoutData}};
+    if (report.noDataValue) object["no_data"]["value"] = *report.noDataValue;
     Json limits = Json::array();
     for (const auto& [lowest, highest] : report.samplesAtLimits)
         limits.push_back({{"band", limits.size() + 1}, {"at_zero", lowest}, {"at_maximum", highest}});
@@ -100,6 +103,8 @@ std::string SharpenJson(const SharpenRequest& request, const SharpenReport& repo
     object["creation_options"] = request.creationOptions;
     object["requested_bands"] = request.bands;
     object["method"] = request.method;
+    object["resampling"] = request.resampling;
+    if (request.part) object["part"] = *request.part;
     object["vector_instructions"] = kernels::SimdTargetName(kernels::ChosenSimdTarget());
     if (!report.plugin.empty()) object["plugin"] = report.plugin;
     if (code == Done) AddReport(object, report);

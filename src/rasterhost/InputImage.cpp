@@ -73,15 +73,15 @@ bool IsTransparency(GDALRasterBand& band) {
     return true;
 }
 
-bool HasTransparency(GDALDataset& dataset) {
+/// Null without one. GDAL takes a last band for the mask of the others in files of two and four bands only.
+GDALRasterBand* FindTransparency(GDALDataset& dataset) {
     for (int number = 1; number <= dataset.GetRasterCount(); ++number)
-        if (dataset.GetRasterBand(number)->GetColorInterpretation() == GCI_AlphaBand)
-            return IsTransparency(*dataset.GetRasterBand(number));
-    return false;
+        if (GDALRasterBand* band = dataset.GetRasterBand(number); IsTransparency(*band)) return band;
+    return nullptr;
 }
 
 /// What the file declares of a band, or the options in its place.
-void FindNoData(const NoDataOptions& options, bool hasTransparency, SourceBand& source) {
+void FindNoData(const NoDataOptions& options, GDALRasterBand* transparency, SourceBand& source) {
     if (options.isIgnored) return;
     int isDeclared = options.value ? 1 : 0;
     const double value = options.value ? *options.value : source.band->GetNoDataValue(&isDeclared);
@@ -91,11 +91,13 @@ void FindNoData(const NoDataOptions& options, bool hasTransparency, SourceBand& 
     const double greatest = isByte ? 255.0 : (isSigned ? 32767.0 : 65535.0);
     if (isDeclared && value == std::floor(value) && value >= least && value <= greatest)
         source.noData = static_cast<int>(value);
+    if (options.value) return;
     const int flags = source.band->GetMaskFlags();
     const bool isOfValues = (flags & GMF_NODATA) != 0 && (flags & GMF_PER_DATASET) == 0;
-    const bool isOther = (flags & GMF_ALPHA) != 0 && !hasTransparency;
-    if (!options.value && (flags & GMF_ALL_VALID) == 0 && !isOfValues && !isOther)
+    if ((flags & (GMF_ALL_VALID | GMF_ALPHA)) == 0 && !isOfValues)
         source.mask = source.band->GetMaskBand();
+    else
+        source.mask = transparency;
 }
 
 } // namespace
@@ -113,16 +115,14 @@ bool InputImage::AddBands(const InputBand& input, GDALDataset& dataset, const ch
         return Fail(status, HostStatus::InputNotSupported,
                     FormatString("the %s file '%s' has no band %d; its bands are 1 to %d", role,
                                  input.file.c_str(), *input.band, count));
-    const bool hasTransparency = HasTransparency(dataset);
+    GDALRasterBand* transparency = FindTransparency(dataset);
     for (int number = input.band.value_or(1); number <= input.band.value_or(count); ++number) {
         SourceBand source{&dataset, dataset.GetRasterBand(number), number, input.file, {}, {}, nullptr};
-        if (!input.band && count > 1 && hasTransparency &&
-            source.band->GetColorInterpretation() == GCI_AlphaBand)
-            continue;
+        if (!input.band && count > 1 && source.band == transparency) continue;
         source.description = source.band->GetDescription();
         if (source.description.empty() && count == 1) source.description = CPLGetBasename(input.file.c_str());
         if (!CheckBand(source, role, status)) return false;
-        FindNoData(noData, hasTransparency, source);
+        FindNoData(noData, transparency, source);
         bands.push_back(std::move(source));
     }
     return true;
@@ -314,8 +314,13 @@ std::uint32_t InputImage::GetBitDepth() const {
 }
 
 bool InputImage::MayLackData() const {
+    return collar || std::any_of(bands.begin(), bands.end(),
+                                 [](const SourceBand& source) { return source.noData || source.mask; });
+}
+
+bool InputImage::DeclaresZerosOrMask() const {
     return std::any_of(bands.begin(), bands.end(),
-                       [](const SourceBand& source) { return source.noData || source.mask; });
+                       [](const SourceBand& source) { return source.noData == 0 || source.mask; });
 }
 
 std::optional<int> InputImage::GetNoDataValue() const {
@@ -366,6 +371,7 @@ bool InputImage::ReadValid(const PixelRect& rect, const unsigned char* samples, 
         for (std::size_t i = 0; i < pixels; ++i)
             if (mask[i] == 0) valid[i] = 0;
     }
+    if (collar) collar->Clear(rect, valid);
     return true;
 }
 

@@ -3,6 +3,7 @@
 #include "hostkit/SampleBlock.h"
 #include "rasterhost/HostStatus.h"
 #include "rasterhost/Sharpen.h"
+#include "rasterhost/ZeroCollar.h"
 
 #include <ogr_spatialref.h>
 
@@ -79,6 +80,11 @@ public:
 
     /// False when every pixel is known to have data.
     [[nodiscard]] bool MayLackData() const;
+    /// True when the files tell by a mask, or by zeros, where there is no data.
+    [[nodiscard]] bool DeclaresZerosOrMask() const;
+    /// Pixels to count as no data beside what is declared.
+    void SetCollar(std::unique_ptr<ZeroCollar> found) { collar = std::move(found); }
+    [[nodiscard]] const ZeroCollar* GetCollar() const { return collar.get(); }
     /// Tells which pixels of a rectangle have data in all bands: one byte a pixel, rows packed, not 0 where
     /// they have. `samples` are those that Read gave for the same rectangle. Not for two threads at a time.
     [[nodiscard]] bool ReadValid(const hostkit::PixelRect& rect, const unsigned char* samples,
@@ -110,6 +116,7 @@ private:
     std::vector<OpenFileEntry> files;
     std::vector<SourceBand> bands;
     RasterInfo info;
+    std::unique_ptr<ZeroCollar> collar; ///< null without one
     std::optional<std::array<double, 6>> geoTransform;
     OGRSpatialReference projection;
 };

@@ -2,7 +2,9 @@
 
 #include "fundament/Text.h"
 #include "rasterhost/BandWeights.h"
+#include "rasterhost/Collars.h"
 #include "rasterhost/GdalErrors.h"
+#include "rasterhost/OutputCheck.h"
 #include "rasterhost/OutputFile.h"
 #include "rasterhost/WindowPipeline.h"
 
@@ -51,8 +53,16 @@ public:
         if (!plugin) return false;
         scene = OpenScene(
             request, [this](const std::string& text) { Warn(text); }, status);
-        if (!scene || !CheckOutput(request, *scene, status)) return false;
-        if (!MakeSettings(request, *scene, plugin->GetDescription(), settings, status)) return false;
+        if (!scene) return false;
+        const CollarSearch search = FindCollars(
+            *scene, [this](const std::string& text) { Warn(text); },
+            [this] { return !request.progress || request.progress(0.0); }, status);
+        if (search == CollarSearch::Cancelled) return Cancel();
+        if (search == CollarSearch::Failed ||
+            !MakeSettings(request, *scene, plugin->GetDescription(), settings, status))
+            return false;
+        rules = MakeOutputRules(request, *scene);
+        if (!CheckOutput(request, *scene, rules, status)) return false;
         FillReport();
         if (request.progress && !request.progress(0.0)) return Cancel();
         return TryOneRow() && FuseAll();
@@ -74,10 +84,12 @@ private:
         report.output = request.output;
         report.method = settings.method;
         report.plugin = plugin->GetPath();
-        report.columns = pan.cols;
-        report.rows = pan.rows;
+        report.columns = scene->part.GetColumns();
+        report.rows = scene->part.GetRows();
         report.bands = scene->outputBands;
         report.bitsPerSample = pan.bitsPerBand;
+        report.bitDepth = scene->bitDepth;
+        report.resampling = request.resampling;
         report.ratio = scene->multispectral->GetInfo().pixelSizeX / pan.pixelSizeX;
         report.effectiveWeights = settings.effectiveWeights;
         report.infraredWeight = settings.infraredWeight;
@@ -86,7 +98,7 @@ private:
 
     /// Settings that the process refuses come to light before there is an output.
     bool TryOneRow() {
-        FusionSlot slot(*scene, *plugin, settings, status);
+        FusionSlot slot(*scene, *plugin, settings, rules, status);
         const std::uint32_t row = scene->covered.row0;
         if (!slot.Init(1, status) || !slot.Read(row, row + 1, status) || !slot.Fuse(status)) return false;
         DescribeScene(slot.GetMetadata());
@@ -117,7 +129,10 @@ private:
         if (!weights.empty()) metadata.emplace_back("EffectiveWeights", weights);
         if (settings.infraredWeight)
             metadata.emplace_back("EffectiveInfraredWeight", NumberText(*settings.infraredWeight));
-        metadata.emplace_back(StringsEqual(request.format, "GTiff", true) ? "TIFFTAG_SOFTWARE" : "Software",
+        metadata.emplace_back(StringsEqual(request.format, "GTiff", true) ||
+                                      StringsEqual(request.format, "COG", true)
+                                  ? "TIFFTAG_SOFTWARE"
+                                  : "Software",
                               FormatString("pansharp %s", PANSHARP_VERSION));
     }
 
@@ -126,7 +141,7 @@ private:
         const RasterInfo& ms = scene->multispectral->GetInfo();
         // The process and the sampler hold single rows; a window holds pan, its share of the source and
         // output.
-        return hostkit::PixelBytes(pan) * pan.cols * (1 + scene->outputBands) +
+        return hostkit::PixelBytes(pan) * report.columns * (1 + rules.GetFileBands()) +
                static_cast<std::uint64_t>(static_cast<double>(hostkit::PixelBytes(ms)) * ms.cols *
                                           pan.pixelSizeY / ms.pixelSizeY);
     }
@@ -134,7 +149,7 @@ private:
     /// Whole rows of output blocks, some 16 MB, and a few windows for every thread where the scene has them.
     [[nodiscard]] std::uint32_t ChooseWindowRows(std::uint32_t blockRows) const {
         constexpr std::uint64_t windowBytes = std::uint64_t{16} << 20;
-        const std::uint32_t rows = scene->pan->GetInfo().rows;
+        const std::uint32_t rows = report.rows;
         if (request.windowRows > 0) return std::min(request.windowRows, rows);
         const std::uint64_t byMemory = windowBytes / std::max<std::uint64_t>(RowBytes(), 1);
         const std::uint64_t byThreads = rows / (static_cast<unsigned>(report.threads) * 2u) + 1;
@@ -150,14 +165,14 @@ private:
             scene->pan->GetBlockRowBytes() + scene->multispectral->GetBlockRowBytes();
         const std::uint64_t outputs = request.windowRows == 0
                                           ? 0
-                                          : std::uint64_t{256} * scene->outputBands *
+                                          : std::uint64_t{256} * rules.GetFileBands() *
                                                 hostkit::PixelBytes(scene->pan->GetInfo()) * report.columns;
         return static_cast<std::int64_t>(std::max(least, 2 * inputs + outputs));
     }
 
     bool FuseAll() {
         const CacheLimit cache(CacheBytes());
-        const auto output = OutputFile::Create(request, *scene, report.threads, metadata, status);
+        const auto output = OutputFile::Create(request, *scene, rules, report.threads, metadata, status);
         if (!output) return false;
         report.windowRows = ChooseWindowRows(output->GetBlockRows());
         const std::uint32_t windows = (report.rows - 1) / report.windowRows + 1;
@@ -167,21 +182,29 @@ private:
         const int count = report.threads == 1 ? 1 : report.threads + 1;
         std::vector<std::unique_ptr<FusionSlot>> slots;
         for (int i = 0; i < count; ++i) {
-            slots.push_back(std::make_unique<FusionSlot>(*scene, *plugin, settings, status));
+            slots.push_back(std::make_unique<FusionSlot>(*scene, *plugin, settings, rules, status));
             if (!slots.back()->Init(report.windowRows, status)) return false;
         }
         PipelineResult result;
-        const WindowPlan plan{report.rows, report.windowRows, report.threads};
-        const bool isFused = FuseWindows(plan, slots, scene->multispectral->GetInfo(), *output,
-                                         request.progress, result, status);
+        const WindowPlan plan{scene->part.row0, report.rows, report.windowRows, report.threads};
+        // A format that is copied takes about as long again.
+        const double share = output->IsCopied() ? 0.5 : 1.0;
+        const auto fused = [&](double done) { return !request.progress || request.progress(share * done); };
+        const auto copied = [&](double done) {
+            result.wasCancelled = request.progress && !request.progress(share + (1.0 - share) * done);
+            return !result.wasCancelled;
+        };
+        bool isDone = FuseWindows(plan, slots, *output, fused, result, status);
+        if (isDone) isDone = output->Finish(copied, status);
         if (result.wasCancelled) return Cancel();
-        if (!isFused || !output->Finish(status)) return false;
+        if (!isDone) return false;
         report.samplesAtLimits = result.tally;
-        if (result.collar)
-            Warn(
-                FormatString("%.0f %% of the edge of %s are 0 in all bands: that looks like a collar without "
-                             "data that is not declared; it was fused like data",
-                             100.0 * *result.collar, scene->multispectral->GetName().c_str()));
+        report.pixelsWithoutData = output->GetPixelsWithoutData();
+        report.noDataValue = rules.noData;
+        report.noDataBy = rules.noData                    ? "value"
+                          : rules.hasAlpha                ? "alpha"
+                          : report.pixelsWithoutData == 0 ? "none"
+                                                          : "mask";
         return true;
     }
 
@@ -191,6 +214,7 @@ private:
     std::unique_ptr<hostkit::PluginLibrary> plugin;
     std::unique_ptr<Scene> scene;
     ProcessSettings settings;
+    OutputRules rules;
     OutputFile::Metadata metadata;
 };
 

@@ -84,6 +84,11 @@ struct SharpenReport {
     double seconds = 0.0;
     /// Samples at 0 and at the largest value, for each output band.
     std::vector<std::pair<std::uint64_t, std::uint64_t>> samplesAtLimits;
+    std::uint64_t pixelsWithoutData = 0;
+    /// How the output tells where they are: "value", "mask", "alpha", or "none" when there are none and no
+    /// value is declared.
+    std::string noDataBy;
+    std::optional<std::uint32_t> noDataValue;
     std::vector<std::string> warnings;
     bool cancelled = false;
 };

@@ -94,8 +94,9 @@ TEST(SharpenCommandRefusals, KeepTheOldFileWhenTheNewOneFails) {
     MakeBadFiles(folder, pair);
     const auto before = folder.List();
     const auto existing = scene::Read(folder / "exists.tif").samples;
-    const child::Outcome outcome = child::Run(
-        folder, {"sharpen", "large_pan.tif", "cut.tif", "-o", "exists.tif", "--overwrite", "--window", "10"});
+    const child::Outcome outcome =
+        child::Run(folder, {"sharpen", "large_pan.tif", "cut.tif", "-o", "exists.tif", "--overwrite",
+                            "--window", "10", "--no-nodata"});
     EXPECT_EQ(outcome.code, 1);
     EXPECT_THAT(outcome.err, HasSubstr("10 % done")); // it was well under way
     EXPECT_THAT(outcome.err, HasSubstr("\npansharp: error: "));

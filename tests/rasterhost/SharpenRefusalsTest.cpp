@@ -148,7 +148,8 @@ TEST_F(Refusals, OutputsThatCannotBe) {
     Refuse([&](SharpenRequest& r) { r.output = folder / "none/fused.tif"; }, {"none", "does not exist"});
     Refuse([&](SharpenRequest& r) { r.output = folder / ".", r.overwrite = true; }, {"is a folder"});
     Refuse([](SharpenRequest& r) { r.format = "NoFormat"; }, {"'NoFormat'"});
-    Refuse([](SharpenRequest& r) { r.format = "PNG"; }, {"'PNG'", "gdal_translate -of PNG"});
+    Refuse([](SharpenRequest& r) { r.format = "DIMAP"; }, {"'DIMAP'", "does not write it"});
+    Refuse([](SharpenRequest& r) { r.format = "GIF"; }, {"'GIF' cannot hold an image of 3 bands of 8 bits"});
     Refuse(
         [](SharpenRequest& r) {
             r.creationOptions = {"COMPRESS=NONSENSE", "BLOCKXSIZE=17"};
