@@ -53,26 +53,25 @@ TEST(Versions, DamagedModulesHaveNone) {
     EXPECT_EQ(VersionOf(MakeModule(false)), "2.1.45");
     const std::string module = MakeModule(true);
     ASSERT_EQ(VersionOf(module), "2.1.45");
-    const std::pair<std::size_t, std::uint32_t> damages[] = {
-        {0, 0},
-        {0x3C, 0xFFFFFFFFu},
-        {0x80, 0},
-        {0x86, 0xFFFF},
-        {0x94, 64},
-        {optionalHeader, 0x107},
-        {optionalHeader + 108, 2},
-        {optionalHeader + 128, 0},
-        {optionalHeader + 128, 0xFFFFFFF0u},
-        {resources + 32, 17},
-        {resources + 0x54, 0x80000040u}, // the tree in a circle
-        {resources + 36, 0x40},
-        {resources + 0x54, 0xFFFFFFFFu},
-        {resources + 0x74, 0x80000060u},
-        {resources + 0x74, 0x1F8},
-        {resources + 0x80, 0x31F0},
-        {resources + 0x84, 91},
-        {block + 6, 'v'},
-        {block + 40, 0xFEEF04BC}};
+    const std::pair<std::size_t, std::uint32_t> damages[] = {{0, 0},
+                                                             {0x3C, 0xFFFFFFFFu},
+                                                             {0x80, 0},
+                                                             {0x86, 0xFFFF},
+                                                             {0x94, 64},
+                                                             {optionalHeader, 0x107},
+                                                             {optionalHeader + 108, 2},
+                                                             {optionalHeader + 128, 0},
+                                                             {optionalHeader + 128, 0xFFFFFFF0u},
+                                                             {resources + 32, 17},
+                                                             {resources + 0x54, 0x80000040u},
+                                                             {resources + 36, 0x40},
+                                                             {resources + 0x54, 0xFFFFFFFFu},
+                                                             {resources + 0x74, 0x80000060u},
+                                                             {resources + 0x74, 0x1F8},
+                                                             {resources + 0x80, 0x31F0},
+                                                             {resources + 0x84, 91},
+                                                             {block + 6, 'v'},
+                                                             {block + 40, 0xFEEF04BC}};
     for (const auto& [at, value] : damages) {
         std::string damaged = module;
         Put(damaged, at, value);
@@ -92,10 +91,8 @@ TEST(Versions, SharedLibrariesTellByName) {
     namespace fs = std::filesystem;
     const fs::path folder = testing::TempDir() + "fundament_versions_" + std::to_string(getpid());
     fs::create_directories(folder);
-    std::string library(64, '\0');
-    library.replace(0, 6,
-                    "\x7F"
-                    "ELF\x02\x01");
+    const std::string elf = std::string(1, '\x7F') + "ELF";
+    std::string library = elf + std::string("\x02\x01") + std::string(58, '\0');
     library[16] = 3;
     std::string bigEndian = library, program = library;
     bigEndian[5] = 2, bigEndian[16] = 0, bigEndian[17] = 3;
@@ -107,10 +104,7 @@ TEST(Versions, SharedLibrariesTellByName) {
         {"liba.so", library, ""},
         {"libb.so.1.debug", library, "1"},
         {"libc.so.1.2.3", program, ""},
-        {"libd.so.1.2.3",
-         "\x7F"
-         "ELF",
-         ""},
+        {"libd.so.1.2.3", elf, ""},
         {"libe.so.1.2.3", "", ""},
         {"f.dll", MakeModule(true), "2.1.45"}};
     for (const auto& [name, content, version] : cases) {
