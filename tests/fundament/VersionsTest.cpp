@@ -53,25 +53,26 @@ TEST(Versions, DamagedModulesHaveNone) {
     EXPECT_EQ(VersionOf(MakeModule(false)), "2.1.45");
     const std::string module = MakeModule(true);
     ASSERT_EQ(VersionOf(module), "2.1.45");
-    const std::pair<std::size_t, std::uint32_t> damages[] = {{0, 0},
-                                                             {0x3C, 0xFFFFFFFFu},
-                                                             {0x80, 0},
-                                                             {0x86, 0xFFFF},
-                                                             {0x94, 64},
-                                                             {optionalHeader, 0x107},
-                                                             {optionalHeader + 108, 2},
-                                                             {optionalHeader + 128, 0},
-                                                             {optionalHeader + 128, 0xFFFFFFF0u},
-                                                             {resources + 32, 17},
-                                                             {resources + 0x54, 0x80000040u},
-                                                             {resources + 36, 0x40},
-                                                             {resources + 0x54, 0xFFFFFFFFu},
-                                                             {resources + 0x74, 0x80000060u},
-                                                             {resources + 0x74, 0x1F8},
-                                                             {resources + 0x80, 0x31F0},
-                                                             {resources + 0x84, 91},
-                                                             {block + 6, 'v'},
-                                                             {block + 40, 0xFEEF04BC}};
+    const std::pair<std::size_t, std::uint32_t> damages[] = {
+        {0, 0},
+        {0x3C, 0xFFFFFFFFu},
+        {0x80, 0},
+        {0x86, 0xFFFF},
+        {0x94, 64},
+        {optionalHeader, 0x107},
+        {optionalHeader + 108, 2},
+        {optionalHeader + 128, 0},
+        {optionalHeader + 128, 0xFFFFFFF0u},
+        {resources + 32, 17},
+        {resources + 0x54, 0x80000040u}, // the tree in a circle
+        {resources + 36, 0x40},
+        {resources + 0x54, 0xFFFFFFFFu},
+        {resources + 0x74, 0x80000060u},
+        {resources + 0x74, 0x1F8},
+        {resources + 0x80, 0x31F0},
+        {resources + 0x84, 91},
+        {block + 6, 'v'},
+        {block + 40, 0xFEEF04BC}};
     for (const auto& [at, value] : damages) {
         std::string damaged = module;
         Put(damaged, at, value);
