@@ -85,6 +85,8 @@ void TakeSettings(const PropertyPairs& settings, bool isMethodTyped, SharpenRequ
 void ReadFusion(const CommandLine& line, SharpenRequest& request) {
     request.method = line.Get("--method");
     request.weights = ParseWeights("--weights", line.Get("--weights"));
+    if (StringsEqual(line.Get("--weights"), "equal", true))
+        request.weightSource = rasterhost::WeightSource::Equal;
     request.bands = ParseBandList("--bands", line.Get("--bands"));
     if (line.Has("--infrared-weight")) {
         if (!request.infrared)
@@ -115,15 +117,17 @@ std::array<double, 4> ParsePart(const CommandLine& line, const std::string& opti
     return part;
 }
 
+int ReadBitDepth(const CommandLine& line) {
+    return static_cast<int>(ParseWhole("--bit-depth", line.Get("--bit-depth"), fewestBits, mostBits));
+}
+
 void ReadSampling(const CommandLine& line, SharpenRequest& request) {
     const std::vector<std::string> known = {"bilinear", "cubic"};
     request.resampling = KOVA::Tessara::Fundament::ToLower(line.Get("--resampling"));
     if (std::find(known.begin(), known.end(), request.resampling) == known.end())
         throw UsageError("--resampling: there is no '" + line.Get("--resampling") + "'" +
                          Suggestion(request.resampling, known) + "; give bilinear or cubic");
-    if (line.Has("--bit-depth"))
-        request.bitDepth =
-            static_cast<int>(ParseWhole("--bit-depth", line.Get("--bit-depth"), fewestBits, mostBits));
+    if (line.Has("--bit-depth")) request.bitDepth = ReadBitDepth(line);
     if (line.Has("--projwin") && line.Has("--bbox"))
         throw UsageError("--projwin and --bbox both say which part to fuse; give one of them");
     for (const char* option : {"--projwin", "--bbox"})
@@ -196,6 +200,17 @@ SharpenRequest MakeSharpenRequest(const CommandLine& line) {
     if (line.Has("--threads"))
         request.threads = static_cast<int>(ParseWhole("--threads", line.Get("--threads"), 1, mostThreads));
     if (line.Has("--window")) request.windowRows = ParseWhole("--window", line.Get("--window"), 1, mostRows);
+    return request;
+}
+
+SharpenRequest MakeInfoRequest(const CommandLine& line) {
+    SharpenRequest request;
+    ReadInputs(line, request);
+    request.method = line.Get("--method");
+    request.bands = ParseBandList("--bands", line.Get("--bands"));
+    if (line.Has("--bit-depth")) request.bitDepth = ReadBitDepth(line);
+    ReadNoData(line, request);
+    if (line.Has("--plugin")) request.plugin = line.Get("--plugin");
     return request;
 }
 

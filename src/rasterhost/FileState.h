@@ -9,6 +9,7 @@ struct FileState {
     bool exists = false;
     bool isFolder = false;
     bool isFile = false; ///< a regular one
+    bool isEmpty = false;
 };
 
 [[nodiscard]] FileState LookAt(const std::string& name);

@@ -1,6 +1,7 @@
 #include "rasterhost/InputImage.h"
 
 #include "fundament/Text.h"
+#include "rasterhost/FileState.h"
 #include "rasterhost/GdalErrors.h"
 
 #include <cpl_conv.h>
@@ -38,6 +39,13 @@ GDALDataset* InputImage::OpenFile(const InputBand& input, const char* role, Stat
         GDALOpenEx(input.file.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR, nullptr,
                    nullptr, nullptr));
     if (!dataset) {
+        const FileState state = LookAt(input.file);
+        if (state.isEmpty) {
+            Fail(status, HostStatus::InputNotOpened,
+                 FormatString("the %s file '%s' is empty; was it copied or downloaded to its end?", role,
+                              input.file.c_str()));
+            return nullptr;
+        }
         Fail(status, HostStatus::InputNotOpened,
              FormatString("the %s file '%s' cannot be opened; check the name and that it is a raster%s", role,
                           input.file.c_str(), errors.Reason().c_str()));

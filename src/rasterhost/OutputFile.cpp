@@ -2,18 +2,12 @@
 
 #include "fundament/Text.h"
 #include "rasterhost/BandWeights.h"
-#include "rasterhost/FileState.h"
 #include "rasterhost/GdalErrors.h"
 #include "rasterhost/OutputCheck.h"
 
 #include <cpl_conv.h>
-#include <cpl_multiproc.h>
 #include <cpl_string.h>
-#include <cpl_vsi.h>
 #include <gdal_priv.h>
-
-#include <filesystem>
-#include <system_error>
 
 namespace rasterhost {
 
@@ -24,16 +18,6 @@ namespace {
 
 GDALDriver* FindDriver(const std::string& format) {
     return GetGDALDriverManager()->GetDriverByName(format.c_str());
-}
-
-/// "folder/.scene.pansharp-123.tmp.tif" for "folder/scene.tif": hidden, and with the ending that some drivers
-/// go by.
-std::string WorkName(const std::string& finalName, const std::string& ending) {
-    const std::filesystem::path path(finalName);
-    const std::string name =
-        FormatString(".%s.pansharp-%d.tmp%s", path.stem().c_str(), static_cast<int>(CPLGetCurrentProcessID()),
-                     ending.empty() ? path.extension().c_str() : ending.c_str());
-    return (path.parent_path() / name).string();
 }
 
 GDALColorInterp ColourOf(const Scene& scene, std::size_t band) {
@@ -77,37 +61,6 @@ CPLStringList CreationOptions(const SharpenRequest& request, const Scene& scene,
 }
 
 } // namespace
-
-WorkFile::WorkFile(const std::string& finalName, const std::string& ending)
-    : name(WorkName(finalName, ending)) {}
-
-WorkFile::~WorkFile() {
-    if (isRenamed) return;
-    const GdalErrors errors;
-    if (LookAt(name).exists && GDALDriver::QuietDelete(name.c_str()) != CE_None) VSIUnlink(name.c_str());
-}
-
-bool WorkFile::Rename(const std::string& finalName, const std::string& format, Status& status) {
-    const GdalErrors errors;
-    bool isOneFile = true;
-    if (GDALDatasetUniquePtr made(GDALDataset::Open(name.c_str(), GDAL_OF_RASTER)); made) {
-        const CPLStringList list(made->GetFileList());
-        isOneFile = list.Count() == 1;
-    }
-    if (isOneFile) {
-        isRenamed = VSIRename(name.c_str(), finalName.c_str()) == 0;
-        // What lay beside a file that was overwritten described that one.
-        for (const char* ending : {".aux.xml", ".ovr", ".msk"})
-            if (const std::string beside = finalName + ending; isRenamed && LookAt(beside).exists)
-                VSIUnlink(beside.c_str());
-    } else {
-        if (LookAt(finalName).exists) GDALDriver::QuietDelete(finalName.c_str());
-        isRenamed = FindDriver(format)->Rename(finalName.c_str(), name.c_str()) == CE_None;
-    }
-    return isRenamed || Fail(status, HostStatus::OutputNotWritten,
-                             FormatString("the finished output cannot be renamed to '%s'%s",
-                                          finalName.c_str(), errors.Reason().c_str()));
-}
 
 OutputFile::OutputFile(const SharpenRequest& request, const Scene& scene, const OutputRules& outputRules)
     : finalName(request.output), format(request.format),

@@ -4,6 +4,7 @@
 #include "rasterhost/OutputRow.h"
 #include "rasterhost/ProcessSettings.h"
 #include "rasterhost/TileWriter.h"
+#include "rasterhost/WorkFile.h"
 
 #include <functional>
 #include <memory>
@@ -13,24 +14,6 @@
 class GDALDataset;
 
 namespace rasterhost {
-
-/// A file under a name that tells whose it is, removed with this object unless it got its final name.
-class WorkFile {
-public:
-    /// Lies beside `finalName`; `ending` replaces the final name's when it is not empty.
-    WorkFile(const std::string& finalName, const std::string& ending);
-    WorkFile(const WorkFile&) = delete;
-    WorkFile& operator=(const WorkFile&) = delete;
-    ~WorkFile();
-
-    [[nodiscard]] const std::string& GetName() const { return name; }
-    /// Replaces what has the final name, and what lies beside that and described it. False with an item.
-    [[nodiscard]] bool Rename(const std::string& finalName, const std::string& format, Status& status);
-
-private:
-    std::string name;
-    bool isRenamed = false;
-};
 
 /// The fused image in the making. It is written beside its final name and takes that when it is complete;
 /// until then it is removed with this object. A format that GDAL makes only by copying gets a GeoTIFF beside

@@ -6,6 +6,7 @@
 #include "rasterhost/GdalErrors.h"
 #include "rasterhost/OutputCheck.h"
 #include "rasterhost/OutputFile.h"
+#include "rasterhost/RunPlan.h"
 #include "rasterhost/WindowPipeline.h"
 
 #include <cpl_conv.h>
@@ -15,7 +16,6 @@
 #include <array>
 #include <chrono>
 #include <exception>
-#include <thread>
 
 namespace rasterhost {
 
@@ -40,6 +40,13 @@ private:
     GIntBig before;
 };
 
+std::string ListText(const std::vector<double>& numbers) {
+    std::string text;
+    for (const double number : numbers)
+        text += (text.empty() ? "" : ", ") + NumberText(number);
+    return text;
+}
+
 /// One run from the opened scene to the finished file.
 class SharpenRun {
 public:
@@ -63,6 +70,7 @@ public:
             return false;
         rules = MakeOutputRules(request, *scene);
         if (!CheckOutput(request, *scene, rules, status)) return false;
+        if (WantsFit(request, plugin->GetDescription()) && !FitToImages()) return false;
         FillReport();
         if (request.progress && !request.progress(0.0)) return Cancel();
         return TryOneRow() && FuseAll();
@@ -78,9 +86,26 @@ private:
         return Fail(status, HostStatus::Cancelled, "cancelled; nothing was written");
     }
 
+    /// Fits the weights that the request leaves open.
+    bool FitToImages() {
+        WeightFit fit;
+        const FitOptions options{request.bitDepth, request.infraredWeight};
+        if (!FitWeights(*scene, options, fit, nullptr, status)) return false;
+        if (!fit.obstacle.empty()) {
+            Warn(fit.obstacle + "; equal weights are used");
+            return true;
+        }
+        for (const std::string& warning : JudgeFit(*scene, fit))
+            Warn(warning);
+        request.weights = fit.weights;
+        request.infraredWeight = fit.infraredWeight;
+        report.fit = std::move(fit);
+        settings = {};
+        return MakeSettings(request, *scene, plugin->GetDescription(), settings, status);
+    }
+
     void FillReport() {
         const RasterInfo& pan = scene->pan->GetInfo();
-        const int processors = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
         report.output = request.output;
         report.method = settings.method;
         report.plugin = plugin->GetPath();
@@ -93,7 +118,7 @@ private:
         report.ratio = scene->multispectral->GetInfo().pixelSizeX / pan.pixelSizeX;
         report.effectiveWeights = settings.effectiveWeights;
         report.infraredWeight = settings.infraredWeight;
-        report.threads = request.threads > 0 ? request.threads : processors;
+        report.threads = ChooseThreads(request);
     }
 
     /// Settings that the process refuses come to light before there is an output.
@@ -122,13 +147,12 @@ private:
             const std::string& text = scenes == std::end(replaced) ? value : scenes->second;
             if (!text.empty()) metadata.emplace_back(name, text);
         }
-        std::string weights;
-        for (const double weight : settings.effectiveWeights)
-            weights += (weights.empty() ? "" : ", ") + NumberText(weight);
+        const std::string weights = ListText(settings.effectiveWeights);
         metadata.emplace_back("Method", settings.method);
         if (!weights.empty()) metadata.emplace_back("EffectiveWeights", weights);
         if (settings.infraredWeight)
             metadata.emplace_back("EffectiveInfraredWeight", NumberText(*settings.infraredWeight));
+        if (report.fit) DescribeFit(*report.fit);
         metadata.emplace_back(StringsEqual(request.format, "GTiff", true) ||
                                       StringsEqual(request.format, "COG", true)
                                   ? "TIFFTAG_SOFTWARE"
@@ -136,50 +160,27 @@ private:
                               FormatString("pansharp %s", PANSHARP_VERSION));
     }
 
-    [[nodiscard]] std::uint64_t RowBytes() const {
-        const RasterInfo& pan = scene->pan->GetInfo();
-        const RasterInfo& ms = scene->multispectral->GetInfo();
-        // The process and the sampler hold single rows; a window holds pan, its share of the source and
-        // output.
-        return hostkit::PixelBytes(pan) * report.columns * (1 + rules.GetFileBands()) +
-               static_cast<std::uint64_t>(static_cast<double>(hostkit::PixelBytes(ms)) * ms.cols *
-                                          pan.pixelSizeY / ms.pixelSizeY);
+    void DescribeFit(const WeightFit& fit) {
+        metadata.emplace_back("FitRSquared", NumberText(fit.rSquared));
+        metadata.emplace_back("FitSamples", FormatString("%.0f", static_cast<double>(fit.samples)));
+        metadata.emplace_back("FitCorrelations", ListText(fit.correlations));
+        if (fit.infraredCorrelation)
+            metadata.emplace_back("FitInfraredCorrelation", NumberText(*fit.infraredCorrelation));
     }
 
-    /// Whole rows of output blocks, some 16 MB, and a few windows for every thread where the scene has them.
-    [[nodiscard]] std::uint32_t ChooseWindowRows(std::uint32_t blockRows) const {
-        constexpr std::uint64_t windowBytes = std::uint64_t{16} << 20;
-        const std::uint32_t rows = report.rows;
-        if (request.windowRows > 0) return std::min(request.windowRows, rows);
-        const std::uint64_t byMemory = windowBytes / std::max<std::uint64_t>(RowBytes(), 1);
-        const std::uint64_t byThreads = rows / (static_cast<unsigned>(report.threads) * 2u) + 1;
-        // Blocks of one row, as strips have, need not be kept to.
-        const std::uint64_t blocks = std::max<std::uint64_t>(std::min(byMemory, byThreads) / blockRows, 1);
-        return static_cast<std::uint32_t>(std::min<std::uint64_t>(blocks * blockRows, rows));
-    }
-
-    /// Enough to keep rows of blocks that several windows share.
-    [[nodiscard]] std::int64_t CacheBytes() const {
-        constexpr std::uint64_t least = std::uint64_t{64} << 20;
-        const std::uint64_t inputs =
-            scene->pan->GetBlockRowBytes() + scene->multispectral->GetBlockRowBytes();
-        const std::uint64_t outputs = request.windowRows == 0
-                                          ? 0
-                                          : std::uint64_t{256} * rules.GetFileBands() *
-                                                hostkit::PixelBytes(scene->pan->GetInfo()) * report.columns;
-        return static_cast<std::int64_t>(std::max(least, 2 * inputs + outputs));
+    [[nodiscard]] RunSizes GetSizes() const {
+        return {report.columns, report.rows, rules.GetFileBands(), report.threads, request.windowRows};
     }
 
     bool FuseAll() {
-        const CacheLimit cache(CacheBytes());
+        const CacheLimit cache(CacheBytes(*scene, GetSizes()));
         const auto output = OutputFile::Create(request, *scene, rules, report.threads, metadata, status);
         if (!output) return false;
-        report.windowRows = ChooseWindowRows(output->GetBlockRows());
+        report.windowRows = ChooseWindowRows(*scene, GetSizes(), output->GetBlockRows());
         const std::uint32_t windows = (report.rows - 1) / report.windowRows + 1;
         report.threads =
             static_cast<int>(std::min<std::uint32_t>(static_cast<std::uint32_t>(report.threads), windows));
-        // One more window than threads, so that a thread finds work while another writes.
-        const int count = report.threads == 1 ? 1 : report.threads + 1;
+        const int count = CountSlots(report.threads);
         std::vector<std::unique_ptr<FusionSlot>> slots;
         for (int i = 0; i < count; ++i) {
             slots.push_back(std::make_unique<FusionSlot>(*scene, *plugin, settings, rules, status));
@@ -208,7 +209,7 @@ private:
         return true;
     }
 
-    const SharpenRequest& request;
+    SharpenRequest request; ///< with the weights that were chosen
     SharpenReport& report;
     Status& status;
     std::unique_ptr<hostkit::PluginLibrary> plugin;

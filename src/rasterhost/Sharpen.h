@@ -1,6 +1,7 @@
 #pragma once
 
 #include "fundament/Status.h"
+#include "rasterhost/WeightFit.h"
 
 #include <array>
 #include <cstdint>
@@ -21,6 +22,12 @@ struct InputBand {
     std::optional<int> band;
 };
 
+/// Where weights come from that a request does not give.
+enum class WeightSource {
+    Fit,  ///< fitted to the images, where the method weighs bands and no raw property sets a weight
+    Equal ///< 1 / n each, the infrared band counted
+};
+
 /// What to fuse and how. Defaults are those of the command.
 struct SharpenRequest {
     InputBand pan;
@@ -32,10 +39,11 @@ struct SharpenRequest {
     bool overwrite = false;
 
     std::string method = "KOVA";
-    /// Effective weights of the multispectral bands in the simulated pan, in their order; empty for equal
-    /// weights.
+    /// Effective weights of the multispectral bands in the simulated pan, in their order; empty for those of
+    /// `weightSource`.
     std::vector<double> weights;
     std::optional<double> infraredWeight;
+    WeightSource weightSource = WeightSource::Fit;
     /// Multispectral bands to write, counted from 1, in order; empty for all.
     std::vector<int> bands;
     /// Raw process properties, set last.
@@ -79,6 +87,7 @@ struct SharpenReport {
     double ratio = 0.0; ///< multispectral pixel width over pan pixel width
     std::vector<double> effectiveWeights;
     std::optional<double> infraredWeight;
+    std::optional<WeightFit> fit; ///< where the weights were fitted
     int threads = 0;
     std::uint32_t windowRows = 0;
     double seconds = 0.0;

@@ -21,6 +21,7 @@ protected:
                           [](int c, int r, int) { return static_cast<unsigned>((c + r) % 200); }),
              {}}};
         request.output = folder / "fused.tif";
+        request.weightSource = rasterhost::WeightSource::Equal;
         request.windowRows = 64;
         request.threads = 2;
     }

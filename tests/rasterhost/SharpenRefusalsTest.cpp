@@ -21,6 +21,7 @@ protected:
         request.multispectral = {
             {folder.Write("ms.tif", {20, 20, 3, GDT_Byte, Grid(20.0), "EPSG:32630"}, Flat), {}}};
         request.output = folder / "fused.tif";
+        request.weightSource = rasterhost::WeightSource::Equal;
     }
     [[nodiscard]] std::string Make(const char* name, const FileShape& shape) const {
         return folder.Write(name, shape, Flat);
