@@ -23,7 +23,10 @@ public:
         stream.seekg(static_cast<std::streamoff>(offset));
         whole = whole && stream.read(reinterpret_cast<char*>(raw), bytes);
         if (!whole) return 0;
-        return raw[0] | raw[1] << 8 | raw[2] << 16 | static_cast<std::uint32_t>(raw[3]) << 24;
+        std::uint32_t number = 0;
+        for (int i = 3; i >= 0; --i)
+            number = number << 8 | raw[i];
+        return number;
     }
 
     // Reads the section table; the address of the resources, or nothing.

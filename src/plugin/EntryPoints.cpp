@@ -27,6 +27,7 @@ PANSHARP_EXPORT IRasterProcess* Tessara_RasterProcess_CreateObject(void*, void*,
 }
 
 PANSHARP_EXPORT int Tessara_RasterProcess_DestroyObject(void*, IRasterProcess** object) {
+    if (!object) return 1;
     delete static_cast<IObject*>(*object);
     *object = nullptr;
     return 1;

@@ -26,6 +26,7 @@ std::string RasterProcess::ToString() {
 
 int RasterProcess::Init() {
     try {
+        BoundStatus();
         return InitProcess();
     } catch (...) {
         RecordException("Init");
@@ -35,6 +36,7 @@ int RasterProcess::Init() {
 
 int RasterProcess::SetWindow(std::uint32_t col0, std::uint32_t row0, std::uint32_t col1, std::uint32_t row1) {
     try {
+        BoundStatus();
         return SetProcessWindow(col0, row0, col1, row1);
     } catch (...) {
         RecordException("SetWindow");
@@ -44,6 +46,7 @@ int RasterProcess::SetWindow(std::uint32_t col0, std::uint32_t row0, std::uint32
 
 const unsigned char* RasterProcess::GetRow(std::uint32_t row) {
     try {
+        BoundStatus();
         return GetProcessRow(row);
     } catch (...) {
         RecordException("GetRow");
@@ -88,6 +91,12 @@ std::vector<Mapwarp::FGeoTransformers*> RasterProcess::GetGeoTransformer() {
     } catch (...) {
         return {};
     }
+}
+
+void RasterProcess::BoundStatus() {
+    constexpr std::uint32_t most = 1000;
+    const std::uint32_t count = status.GetCount();
+    if (count > most) status.Keep(count - most / 2, most / 2);
 }
 
 int RasterProcess::Close() { return 1; }

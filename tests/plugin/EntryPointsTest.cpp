@@ -3,6 +3,8 @@
 #include "host/Describe.h"
 #include "host/IReporter.h"
 
+#include <gtest/gtest.h>
+
 using namespace fakehost;
 namespace Names = KOVA::Tessara::EntryPoints;
 

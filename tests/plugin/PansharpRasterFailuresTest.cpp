@@ -71,6 +71,31 @@ const Case windowCases[] = {
      {{"outputNBands", "4"}},
      [](Session&) {},
      {fusionFailed, "3907 Pansharp: too few input channels: 3; require at least 4 channels"}},
+    {"pan without a band",
+     {},
+     [](Session& s) { s.pan->info.bandsPerPixel = 0; },
+     {fusionFailed, "3915 Pansharp: pan image has no channel;  it must be a grayscale image"}},
+    // A size that is only declared costs an error, not the memory: 2 x 10^10 bytes a row.
+    {"endless rows",
+     {{"outputNBands", "10000"}},
+     [](Session& s) {
+         s.pan->info.cols = s.pan->info.rows = 1'000'000;
+         s.workspace.images["ms"].bands = 10'000;
+     },
+     {fusionFailed,
+      "3914 Pansharp: a row of 1000000 columns and 10000 bands, of 10000 input channels, is too "
+      "long: at most 4096 channels and 256 MiB"}},
+    {"endless bands",
+     {{"AdditionalBandID", "ir"}, {"outputNBands", "1"}},
+     [](Session& s) { s.workspace.images["ms"].bands = 0xFFFFFFFFu; },
+     {P("A211", "PXL::BlendPixels initialization failed"),
+      "4F10 MergeBands: a row of 40 columns and 4294967296 bands is too long: at most 4096 bands and 256 "
+      "MiB"}},
+    {"a band too many",
+     {},
+     [](Session& s) { s.workspace.images["ms"].bands = 4097; },
+     {fusionFailed, "3914 Pansharp: a row of 40 columns and 3 bands, of 4097 input channels, is too long: at "
+                    "most 4096 channels and 256 MiB"}},
     {"no output bands",
      {{"outputNBands", "0"}},
      [](Session&) {},
@@ -208,6 +233,36 @@ TEST(Failures, AFailedSecondInitLeavesNoWayToReadRowsOfAnotherDepth) {
     EXPECT_EQ(session.SetWindow(0, 0, 40, 10), 0);
     EXPECT_EQ(session.Items().back(), P("A224", "the pan raster has 12 bits per channel, but the process was "
                                                 "initialized for 8; call Init again"));
+}
+
+TEST(Failures, ByTheHundredThousandAreNotCollected) {
+    Session session;
+    ASSERT_EQ(session.process->Init(), 1);
+    ASSERT_EQ(session.SetWindow(0, 10, 40, 20), 1);
+    session.pan->rowFails = true;
+    for (int i = 0; i < 2'000; ++i)
+        ASSERT_EQ(session.process->GetRow(10 + i % 10), nullptr);
+    ASSERT_LE(session.process->GetStatus().GetCount(), 100u) << "each kind of row once";
+    for (std::uint32_t i = 0; i < 100'000; ++i) { // the words differ from window to window
+        ASSERT_EQ(session.process->SetWindow(i, 9, i, 9), 0);
+        ASSERT_LE(session.process->GetStatus().GetCount(), 1001u);
+    }
+    EXPECT_THAT(session.Items().back(), testing::HasSubstr("columns 99999 to 99999"))
+        << "the newest is there";
+}
+
+TEST(Failures, RowsHaveThePublishedBandsWhateverIsSetLater) {
+    std::vector<std::vector<unsigned char>> rows;
+    for (const char* set : {"3", "1"}) {
+        Session session;
+        ASSERT_EQ(session.process->Init(), 1);
+        session.process->SetProperty("outputNBands", set);
+        ASSERT_EQ(session.SetWindow(0, 0, 40, 10), 1);
+        const unsigned char* row = session.process->GetRow(3);
+        ASSERT_NE(row, nullptr);
+        rows.emplace_back(row, row + 40 * session.process->GetRasterInfo()->bandsPerPixel);
+    }
+    EXPECT_EQ(rows[0], rows[1]);
 }
 
 TEST(Failures, OfRowsAreReportedOnceHoweverOftenTheyAreAsked) {

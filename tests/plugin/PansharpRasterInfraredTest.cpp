@@ -1,5 +1,7 @@
 #include "Plugin.h"
 
+#include <gtest/gtest.h>
+
 using namespace fakehost;
 
 namespace {

@@ -1,6 +1,7 @@
 #include "Plugin.h"
 
 #include <cmath>
+#include <gtest/gtest.h>
 #include <random>
 
 using namespace fakehost;

@@ -1,6 +1,7 @@
 #include "Plugin.h"
 
 #include <array>
+#include <gtest/gtest.h>
 #include <thread>
 
 using namespace fakehost;

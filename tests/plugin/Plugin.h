@@ -2,10 +2,8 @@
 
 #include "FakeHost.h"
 
-#include <dlfcn.h>
-#include <gtest/gtest.h>
-
 #include <cstring>
+#include <dlfcn.h>
 
 namespace fakehost {
 
