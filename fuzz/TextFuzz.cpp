@@ -55,7 +55,7 @@ void Convert(const std::string& text) {
 }
 
 void Format(const std::string& text, double number, std::uint32_t width) {
-    const std::string plain(text.c_str());
+    const std::string plain = text.substr(0, text.find('\0'));
     Require(FormatString("%s", text.c_str()) == plain, "a text is formatted whole");
     const std::string padded = FormatString("%*s|%lf", static_cast<int>(width % 9000), plain.c_str(), number);
     Require(padded.size() > std::max<std::size_t>(plain.size(), width % 9000), "padding is not cut short");

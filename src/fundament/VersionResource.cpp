@@ -45,10 +45,10 @@ public:
         const std::uint32_t count = At(header + 6, 2);
         if (count > 96) return std::nullopt; // no loader takes more
         for (std::uint32_t i = 0; i < count; ++i) {
-            const std::uint64_t entry = optional + optionalSize + 40 * i;
+            const std::uint64_t entry = optional + optionalSize + std::uint64_t{40} * i;
             sections.push_back({At(entry + 12, 4), At(entry + 16, 4), At(entry + 20, 4)});
         }
-        const std::uint32_t address = At(optional + directories + 8 * resources, 4);
+        const std::uint32_t address = At(optional + directories + std::uint64_t{8} * resources, 4);
         return address ? std::optional(address) : std::nullopt;
     }
 

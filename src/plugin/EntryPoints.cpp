@@ -17,10 +17,8 @@ PANSHARP_EXPORT IRasterProcess* Tessara_RasterProcess_CreateObject(void*, void*,
                                                                    const NameValueMap* properties) {
     try {
         auto object = std::make_unique<PansharpRaster>();
-        IRasterProcess& process = *object;
-        if (process.SetProperties(properties) == 0) return nullptr;
-        object.release(); // the host's now
-        return &process;
+        if (object->SetProperties(properties) == 0) return nullptr;
+        return object.release(); // the host's now
     } catch (...) {
         return nullptr;
     }

@@ -8,7 +8,10 @@
 namespace KOVA::Tessara::Pixmere {
 
 RasterProcess::RasterProcess() = default;
+// Neither copies anything: the contract has them, nobody calls them.
+// NOLINTNEXTLINE(bugprone-copy-constructor-init)
 RasterProcess::RasterProcess(const RasterProcess&) : IObject(), IRasterProcess(), Object() {}
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
 RasterProcess& RasterProcess::operator=(const RasterProcess&) { return *this; }
 RasterProcess::~RasterProcess() = default;
 
