@@ -3,7 +3,8 @@
 // order.
 #include "Input.h"
 
-#include "plugin/Plugin.h"
+#include "plugin/FakeHost.h"
+#include "plugin/PluginFile.h"
 
 using namespace fakehost;
 using fuzz::Require;
@@ -37,7 +38,6 @@ FakeImage TakeImage(fuzz::Input& input, std::uint32_t bits) {
     if (faults & 1) image.bits = input.Pick(someBits);
     if (faults & 2) image.extraColumns = static_cast<int>(input.Below(80)) - 40;
     if (faults & 4) image.extraRows = static_cast<int>(input.Below(80)) - 40;
-    image.missing = (faults & 0x38) == 0x38;
     image.initializeFails = (faults & 0x1C0) == 0x1C0;
     image.createFails = (faults & 0xE00) == 0xE00;
     image.prepare = [faults](FakeRaster& raster) {
@@ -64,9 +64,9 @@ class Server {
 public:
     explicit Server(fuzz::Input& bytes)
         : input(bytes), workspace(log), pan("pan", log, TakePan(bytes), Sample) {
-        workspace.images["ms"] = TakeImage(input, pan.info.bitsPerBand);
-        workspace.images["ir"] = TakeImage(input, pan.info.bitsPerBand);
-        workspace.images["ir"].bands = 1 + input.Below(2);
+        for (const char* id : {"ms", "ir"})
+            workspace.images[id] = TakeImage(input, pan.info.bitsPerBand);
+        if (input.Flag()) workspace.images["ir"].bands = 1;
         NameValueMap map;
         map["MSImageID"] = "ms";
         for (std::uint32_t count = input.Below(6); count > 0; --count)
@@ -103,7 +103,8 @@ private:
 
     void Act(std::uint32_t action) {
         log.clear();
-        workspace.ForgetReleased();
+        workspace.obtained.clear();
+        workspace.initialized.clear();
         switch (action) {
         case Init:
             windowed = false;
@@ -148,7 +149,14 @@ private:
         if (input.Flag()) SetEntry(map);
         process->SetProperties(&map);
         for (const char* id : {"ms", "ir"})
-            if (input.Below(4) == 0) workspace.images[id] = TakeImage(input, pan.info.bitsPerBand);
+            switch (input.Below(16)) {
+            case 0:
+                workspace.images.erase(id);
+                break;
+            case 1:
+            case 2:
+                workspace.images[id] = TakeImage(input, pan.info.bitsPerBand);
+            }
     }
 
     void OpenWindow() {

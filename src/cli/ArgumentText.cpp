@@ -80,14 +80,14 @@ std::uint32_t ParseWhole(const std::string& option, const std::string& text, std
 }
 
 std::vector<double> ParseWeights(const std::string& option, const std::string& text) {
-    if (StringsEqual(text, "equal", true)) return {};
+    if (StringsEqual(text, "equal", true) || StringsEqual(text, "auto", true)) return {};
     std::vector<double> weights;
     for (const std::string& part : SplitAtCommas(text)) {
         const auto weight = Convert<double>(part);
         if (!weight || !std::isfinite(*weight))
             throw UsageError(option + ": '" + part + "' in '" + text +
                              "' is not a number; give one weight a multispectral band, as in 0.3,0.3,0.4, or "
-                             "'equal'");
+                             "'equal' or 'auto'");
         weights.push_back(*weight);
     }
     return weights;

@@ -21,7 +21,7 @@ namespace cli {
 [[nodiscard]] std::uint32_t ParseWhole(const std::string& option, const std::string& text,
                                        std::uint32_t minimum, std::uint32_t maximum);
 
-/// "W1,W2,..." as numbers; "equal" as none.
+/// "W1,W2,..." as numbers; "auto" and "equal" as none.
 [[nodiscard]] std::vector<double> ParseWeights(const std::string& option, const std::string& text);
 
 /// "3,2,1": band numbers from 1, none twice; "all" as none.

@@ -1,6 +1,7 @@
 #include "cli/CommandLine.h"
 #include "cli/ExitCode.h"
 #include "cli/HelpText.h"
+#include "cli/InfoCommand.h"
 #include "cli/MethodsCommand.h"
 #include "cli/RunJson.h"
 #include "cli/SharpenCommand.h"
@@ -23,6 +24,7 @@ ExitCode Run(const CommandLine& line) {
     }
     if (line.Has("--version")) return RunVersion(line);
     if (command.name == "sharpen") return RunSharpen(line);
+    if (command.name == "info") return RunInfo(line);
     if (command.name == "methods") return RunMethods(line);
     std::cerr << HelpText(command);
     return WrongCommandLine;

@@ -18,6 +18,26 @@ constexpr OptionEntry pluginOption = {"--plugin", "FILE", "the installed one, or
                                       advancedHeading, "the plug-in to run"};
 constexpr OptionEntry helpOption = {"-h,--help", "", "", helpHeading, "print this help"};
 
+constexpr OptionEntry methodOption = {"--method", "METHOD", "kova", fusionHeading,
+                                      "how to fuse; 'pansharp methods' lists what there is"};
+constexpr OptionEntry infraredOption = {
+    "--infrared", "FILE[,band=N]", "", fusionHeading,
+    "an infrared band that takes part in the simulated pan and is not written"};
+constexpr OptionEntry bandsOption = {
+    "-b,--bands", "LIST", "all", fusionHeading,
+    "multispectral bands to write, by number from 1, in order, such as 3,2,1; the others only take part in "
+    "the simulated pan"};
+
+constexpr OptionEntry bitDepthOption = {
+    "--bit-depth", "N", "what the files declare, else all", fusionHeading,
+    "bits that are used of 16-bit samples, 9 to 16, such as 11; no result is larger"};
+constexpr OptionEntry noDataOption = {
+    "--nodata", "V", "what the files declare", fusionHeading,
+    "the sample value that means no data, in every input and in the output"};
+constexpr OptionEntry noNoDataOption = {
+    "--no-nodata", "", "", fusionHeading,
+    "take every sample as data, whatever the files declare, and zeros along the edge too"};
+
 constexpr PositionalEntry sharpenPositionals[] = {
     {"PAN", "the panchromatic raster: one band, as fine as the result is to be"},
     {"MS",
@@ -30,19 +50,30 @@ constexpr OptionEntry sharpenOptions[] = {
     {"-f,--of", "FORMAT", "GTiff", inputHeading, "format of the output: GDAL's short name of a driver"},
     {"--co", "NAME=VALUE", "", inputHeading, "creation option of the format, such as COMPRESS=DEFLATE", true},
     {"--overwrite", "", "", inputHeading, "replace the output if it exists"},
-    {"--method", "METHOD", "kova", fusionHeading, "how to fuse; 'pansharp methods' lists what there is"},
-    {"-w,--weights", "W1,W2,...|equal", "equal", fusionHeading,
+    methodOption,
+    {"-w,--weights", "W1,W2,...|equal|auto", "auto", fusionHeading,
      "weights of the multispectral bands in the simulated pan, one a band, in order; 'equal' gives each, the "
-     "infrared band too, the same share of 1"},
+     "infrared band too, the same share of 1; 'auto' fits them, so that the weighted bands come as near to "
+     "pan "
+     "as can be"},
     {"--weights-from", "RUN.json", "", fusionHeading,
      "the weights of an earlier run, from what it printed with --json; that of the infrared band too"},
-    {"--infrared", "FILE[,band=N]", "", fusionHeading,
-     "an infrared band that takes part in the simulated pan and is not written"},
-    {"--infrared-weight", "W", "the share of one band", fusionHeading,
+    infraredOption,
+    {"--infrared-weight", "W", "fitted, or the share of one band", fusionHeading,
      "weight of the infrared band in the simulated pan"},
-    {"-b,--bands", "LIST", "all", fusionHeading,
-     "multispectral bands to write, by number from 1, in order, such as 3,2,1; the others only take part in "
-     "the simulated pan"},
+    bandsOption,
+    {"-r,--resampling", "bilinear|cubic", "bilinear", fusionHeading,
+     "how the multispectral bands are brought to the pixels of pan"},
+    bitDepthOption,
+    {"--projwin", "ULX ULY LRX LRY", "all of pan", fusionHeading,
+     "fuse only the part between these corners, upper left and lower right, in map units of pan; the pixels "
+     "are those that the whole has there"},
+    {"--bbox", "XMIN YMIN XMAX YMAX", "all of pan", fusionHeading,
+     "the same, by the least and greatest coordinates"},
+    noDataOption,
+    noNoDataOption,
+    {"--alpha", "", "", fusionHeading,
+     "write a last band that tells where there is data, 0 where there is none"},
     {"-j,--threads", "N", "one a processor", runHeading, "threads that fuse"},
     {"-q,--quiet", "", "", runHeading, "print warnings and errors only"},
     jsonOption,
@@ -59,6 +90,10 @@ constexpr OptionEntry sharpenOptions[] = {
     pluginOption,
     helpOption,
 };
+
+constexpr OptionEntry infoOptions[] = {methodOption,   infraredOption, bandsOption,
+                                       bitDepthOption, noDataOption,   noNoDataOption,
+                                       jsonOption,     pluginOption,   helpOption};
 
 constexpr OptionEntry methodsOptions[] = {jsonOption, pluginOption, helpOption};
 
@@ -80,8 +115,24 @@ constexpr CommandEntry commands[] = {
   pansharp sharpen pan.tif ms.tif -o rgb.tif -w 0.2,0.3,0.3,0.2 -b 3,2,1
   pansharp sharpen pan.tif ms.tif,band=3 ms.tif,band=2 ms.tif,band=1 -o rgb.tif \
       --infrared ms.tif,band=4 --infrared-weight 0.25
+  pansharp sharpen pan.tif ms.tif -o part.tif --projwin 500000 4600000 510000 4590000
 
 Exit codes: 0 done, 1 the work failed, 2 the command line is wrong, 130 interrupted.
+)"},
+    {"info", "pansharp info PAN MS [MS ...] [options]",
+     "Tells what is to be known of a pair before it is fused: whether it would be and how, how well weights "
+     "of "
+     "the bands make up pan, whether the images are shifted against each other. It looks at a sample of the "
+     "pixels and writes nothing.",
+     sharpenPositionals, infoOptions,
+     R"(Examples:
+  pansharp info pan.tif ms.tif
+  pansharp info B8.TIF B4.TIF B3.TIF B2.TIF --infrared B5.TIF --json
+
+The shift is in multispectral pixels: how far the multispectral content lies
+right of and below where its georeferencing says.
+
+Exit codes: 0 'pansharp sharpen' would work, 1 it would fail, 2 the command line is wrong.
 )"},
     {"methods",
      "pansharp methods [options]",

@@ -39,6 +39,9 @@ std::uint64_t PeakMemory() {
 }
 
 void CatchInterrupts() {
+    // A file that may not grow and a reader that has gone are errors of writing, which are told.
+    for (const int signal : {SIGXFSZ, SIGPIPE})
+        std::signal(signal, SIG_IGN);
     for (const int signal : {SIGINT, SIGTERM}) {
         struct sigaction action {};
         sigaction(signal, nullptr, &action);

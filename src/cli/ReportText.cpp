@@ -22,6 +22,19 @@ std::string FormatWeights(const SharpenReport& report) {
     return text;
 }
 
+/// How well the weights fit, and each band to pan.
+std::string FormatFit(const rasterhost::WeightFit& fit) {
+    std::string text = FormatString("  fitted to %.0f multispectral pixels, R² %.3f; correlation with pan",
+                                    static_cast<double>(fit.samples), fit.rSquared);
+    const char* before = " ";
+    for (const double correlation : fit.correlations) {
+        text += FormatString("%s%.2f", before, correlation);
+        before = ", ";
+    }
+    if (fit.infraredCorrelation) text += FormatString("; infrared %.2f", *fit.infraredCorrelation);
+    return text + "\n";
+}
+
 std::string FormatCount(std::uint64_t count, double of) {
     const auto shown = static_cast<unsigned long long>(count);
     const double percent = of > 0.0 ? 100.0 * static_cast<double>(count) / of : 0.0;
@@ -43,10 +56,17 @@ std::string FormatReport(const SharpenReport& report, std::uint64_t peakMemory) 
                      report.bands == 1 ? "" : "s", report.bitsPerSample, report.method.c_str(), report.ratio);
     if (const std::string weights = FormatWeights(report); !weights.empty())
         text += "  weights " + weights + "\n";
+    if (report.fit) text += FormatFit(*report.fit);
     text += FormatString("  %.2f s, %.1f megapixels/s, %d thread%s, peak memory %.0f MB\n", report.seconds,
                          MegapixelsPerSecond(report), report.threads, report.threads == 1 ? "" : "s",
                          static_cast<double>(peakMemory) / 1e6);
-    const unsigned largest = report.bitsPerSample >= 32 ? ~0u : (1u << report.bitsPerSample) - 1;
+    if (report.pixelsWithoutData > 0)
+        text += FormatString("  %s pixels without data, told by %s\n",
+                             FormatCount(report.pixelsWithoutData, Pixels(report)).c_str(),
+                             report.noDataValue ? FormatString("the value %u", *report.noDataValue).c_str()
+                             : report.noDataBy == "alpha" ? "the last band"
+                                                          : "a mask");
+    const unsigned largest = (1u << report.bitDepth) - 1;
     for (std::size_t band = 0; band < report.samplesAtLimits.size(); ++band) {
         const auto& [lowest, highest] = report.samplesAtLimits[band];
         text += FormatString("  band %zu: %s samples at 0, %s at %u\n", band + 1,

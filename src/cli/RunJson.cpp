@@ -11,7 +11,9 @@ namespace cli {
 using Json = nlohmann::ordered_json;
 using KOVA::Tessara::Fundament::Status;
 using KOVA::Tessara::Fundament::StatusItem;
+using rasterhost::ImageFacts;
 using rasterhost::InputBand;
+using rasterhost::PreflightReport;
 using rasterhost::SharpenReport;
 using rasterhost::SharpenRequest;
 
@@ -55,22 +57,67 @@ Json Inputs(const SharpenRequest& request) {
     return object;
 }
 
+Json FitObject(const rasterhost::WeightFit& fit) {
+    Json object = {{"r_squared", fit.rSquared}, {"samples", fit.samples}, {"correlations", fit.correlations}};
+    if (fit.infraredCorrelation) object["infrared_correlation"] = *fit.infraredCorrelation;
+    return object;
+}
+
 void AddReport(Json& object, const SharpenReport& report) {
     object["columns"] = report.columns;
     object["rows"] = report.rows;
     object["bands"] = report.bands;
     object["bits_per_sample"] = report.bitsPerSample;
+    object["bit_depth"] = report.bitDepth;
     object["ratio"] = report.ratio;
     object["weights"] = report.effectiveWeights;
     if (report.infraredWeight) object["infrared_weight"] = *report.infraredWeight;
+    if (report.fit) object["fit"] = FitObject(*report.fit);
     object["threads"] = report.threads;
     object["window_rows"] = report.windowRows;
     object["seconds"] = report.seconds;
     object["megapixels_per_second"] = MegapixelsPerSecond(report);
+    object["no_data"] = {{"by", report.noDataBy}, {"pixels", report.pixelsWithoutData}};
+    if (report.noDataValue) object["no_data"]["value"] = *report.noDataValue;
     Json limits = Json::array();
     for (const auto& [lowest, highest] : report.samplesAtLimits)
         limits.push_back({{"band", limits.size() + 1}, {"at_zero", lowest}, {"at_maximum", highest}});
     object["samples_at_limits"] = limits;
+}
+
+Json FactsObject(const ImageFacts& facts) {
+    Json object = {{"name", facts.name},
+                   {"columns", facts.columns},
+                   {"rows", facts.rows},
+                   {"bands", facts.bands},
+                   {"sample_type", facts.sampleType},
+                   {"projection", facts.projection},
+                   {"pixel_size", {facts.pixelSizeX, facts.pixelSizeY}},
+                   {"bit_depth", facts.bitDepth},
+                   {"largest_sample", facts.largest},
+                   {"no_data", facts.noData},
+                   {"share_without_data", facts.withoutData},
+                   {"share_saturated", facts.saturated}};
+    object["extent"] = facts.extent ? Json(*facts.extent) : Json();
+    return object;
+}
+
+void AddFindings(Json& object, const PreflightReport& report) {
+    Json images = {{"pan", FactsObject(report.pan)}, {"multispectral", FactsObject(report.multispectral)}};
+    if (report.infrared) images["infrared"] = FactsObject(*report.infrared);
+    object["images"] = images;
+    object["ratio"] = {report.ratioX, report.ratioY};
+    object["overlap"] = report.overlap;
+    object["corner"] = report.corner;
+    object["phase"] = report.phase;
+    if (report.shift)
+        object["shift"] = {{"right", report.shift->right},        {"below", report.shift->below},
+                           {"r_squared", report.shift->rSquared}, {"windows", report.shift->windows},
+                           {"spread", report.shift->spread},      {"agreed", report.shift->IsAgreed()}};
+    if (!report.fit) return;
+    object["fit"] = FitObject(*report.fit);
+    object["fit"]["weights"] = report.fit->weights;
+    if (report.fit->infraredWeight) object["fit"]["infrared_weight"] = *report.fit->infraredWeight;
 }
 
 Json Properties(const PansharpProperty* properties, std::uint32_t count) {
@@ -100,10 +147,30 @@ std::string SharpenJson(const SharpenRequest& request, const SharpenReport& repo
     object["creation_options"] = request.creationOptions;
     object["requested_bands"] = request.bands;
     object["method"] = request.method;
+    object["resampling"] = request.resampling;
+    if (request.part) object["part"] = *request.part;
     object["vector_instructions"] = kernels::SimdTargetName(kernels::ChosenSimdTarget());
     if (!report.plugin.empty()) object["plugin"] = report.plugin;
     if (code == Done) AddReport(object, report);
     object["peak_memory_bytes"] = peakMemory;
+    object["warnings"] = report.warnings;
+    object["status"] = StatusItems(status);
+    return Print(object);
+}
+
+std::string InfoJson(const SharpenRequest& request, const PreflightReport& report, ExitCode code,
+                     const Status& status) {
+    Json object = Head("info", code);
+    object["inputs"] = Inputs(request);
+    if (report.pan.columns > 0) AddFindings(object, report);
+    if (code == Done) {
+        object["sharpen"] = {{"method", report.method},           {"weights", report.effectiveWeights},
+                             {"columns", report.outputColumns},   {"rows", report.outputRows},
+                             {"bands", report.outputBands},       {"output_bytes", report.outputBytes},
+                             {"memory_bytes", report.memoryBytes}};
+        if (report.infraredWeight) object["sharpen"]["infrared_weight"] = *report.infraredWeight;
+    }
+    object["seconds"] = report.seconds;
     object["warnings"] = report.warnings;
     object["status"] = StatusItems(status);
     return Print(object);

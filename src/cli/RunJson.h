@@ -3,7 +3,7 @@
 #include "cli/ExitCode.h"
 #include "fundament/Status.h"
 #include "host/Describe.h"
-#include "rasterhost/Sharpen.h"
+#include "rasterhost/Preflight.h"
 
 #include <cstdint>
 #include <string>
@@ -23,6 +23,11 @@ namespace cli {
                                       const rasterhost::SharpenReport& report, ExitCode code,
                                       const KOVA::Tessara::Fundament::Status& status,
                                       std::uint64_t peakMemory);
+
+/// What was found before a run failed, or all of it.
+[[nodiscard]] std::string InfoJson(const rasterhost::SharpenRequest& request,
+                                   const rasterhost::PreflightReport& report, ExitCode code,
+                                   const KOVA::Tessara::Fundament::Status& status);
 
 [[nodiscard]] std::string MethodsJson(const PansharpDescription& plugin, const std::string& file);
 

@@ -7,6 +7,8 @@
 #include "cli/Suggestion.h"
 #include "fundament/Text.h"
 
+#include <algorithm>
+#include <array>
 #include <filesystem>
 #include <span>
 #include <system_error>
@@ -22,6 +24,8 @@ namespace {
 
 constexpr std::uint32_t mostThreads = 1024;
 constexpr std::uint32_t mostRows = 0x7FFFFFFFu;
+constexpr std::uint32_t fewestBits = 9;
+constexpr std::uint32_t mostBits = 16;
 constexpr const char* firstBandWeight = "BandWeight-1";
 
 void ReadInputs(const CommandLine& line, SharpenRequest& request) {
@@ -81,6 +85,8 @@ void TakeSettings(const PropertyPairs& settings, bool isMethodTyped, SharpenRequ
 void ReadFusion(const CommandLine& line, SharpenRequest& request) {
     request.method = line.Get("--method");
     request.weights = ParseWeights("--weights", line.Get("--weights"));
+    if (StringsEqual(line.Get("--weights"), "equal", true))
+        request.weightSource = rasterhost::WeightSource::Equal;
     request.bands = ParseBandList("--bands", line.Get("--bands"));
     if (line.Has("--infrared-weight")) {
         if (!request.infrared)
@@ -92,6 +98,50 @@ void ReadFusion(const CommandLine& line, SharpenRequest& request) {
         TakeSettings(ReadSettings(line.Get("--settings")), line.Has("--method"), request);
     for (const std::string& property : line.GetAll("--set"))
         request.properties.push_back(ParseNameValue("--set", property));
+}
+
+/// The sides of --projwin or --bbox as left, top, right, bottom.
+std::array<double, 4> ParsePart(const CommandLine& line, const std::string& option) {
+    std::array<double, 4> part{};
+    const std::vector<std::string> texts = line.GetAll(option);
+    for (std::size_t i = 0; i < part.size(); ++i)
+        part[i] = ParseNumber(option, texts[i]);
+    const bool isBox = option == "--bbox";
+    if (isBox) std::swap(part[1], part[3]);
+    const auto& [left, top, right, bottom] = part;
+    if (left >= right || (isBox ? bottom >= top : bottom == top))
+        throw UsageError(option + ": nothing lies between '" + texts[0] + " " + texts[1] + "' and '" +
+                         texts[2] + " " + texts[3] + "'; " +
+                         (isBox ? "the least x and y come first, then the greatest"
+                                : "the upper left corner comes first, then the lower right one"));
+    return part;
+}
+
+int ReadBitDepth(const CommandLine& line) {
+    return static_cast<int>(ParseWhole("--bit-depth", line.Get("--bit-depth"), fewestBits, mostBits));
+}
+
+void ReadSampling(const CommandLine& line, SharpenRequest& request) {
+    const std::vector<std::string> known = {"bilinear", "cubic"};
+    request.resampling = KOVA::Tessara::Fundament::ToLower(line.Get("--resampling"));
+    if (std::find(known.begin(), known.end(), request.resampling) == known.end())
+        throw UsageError("--resampling: there is no '" + line.Get("--resampling") + "'" +
+                         Suggestion(request.resampling, known) + "; give bilinear or cubic");
+    if (line.Has("--bit-depth")) request.bitDepth = ReadBitDepth(line);
+    if (line.Has("--projwin") && line.Has("--bbox"))
+        throw UsageError("--projwin and --bbox both say which part to fuse; give one of them");
+    for (const char* option : {"--projwin", "--bbox"})
+        if (line.Has(option)) request.part = ParsePart(line, option);
+}
+
+void ReadNoData(const CommandLine& line, SharpenRequest& request) {
+    if (line.Has("--nodata")) request.noData = ParseNumber("--nodata", line.Get("--nodata"));
+    request.ignoreNoData = line.Has("--no-nodata");
+    request.alpha = line.Has("--alpha");
+    if (request.noData && request.ignoreNoData)
+        throw UsageError(
+            "--nodata names a value that means no data and --no-nodata says that none does; give "
+            "one of them");
 }
 
 const PansharpMethod& FindMethod(const PansharpDescription& plugin, const std::string& typed) {
@@ -143,11 +193,24 @@ SharpenRequest MakeSharpenRequest(const CommandLine& line) {
     ReadInputs(line, request);
     ReadOutput(line, request);
     ReadFusion(line, request);
+    ReadSampling(line, request);
+    ReadNoData(line, request);
     if (line.Has("--status-xml")) CheckReportName(line.Get("--status-xml"), request);
     if (line.Has("--plugin")) request.plugin = line.Get("--plugin");
     if (line.Has("--threads"))
         request.threads = static_cast<int>(ParseWhole("--threads", line.Get("--threads"), 1, mostThreads));
     if (line.Has("--window")) request.windowRows = ParseWhole("--window", line.Get("--window"), 1, mostRows);
+    return request;
+}
+
+SharpenRequest MakeInfoRequest(const CommandLine& line) {
+    SharpenRequest request;
+    ReadInputs(line, request);
+    request.method = line.Get("--method");
+    request.bands = ParseBandList("--bands", line.Get("--bands"));
+    if (line.Has("--bit-depth")) request.bitDepth = ReadBitDepth(line);
+    ReadNoData(line, request);
+    if (line.Has("--plugin")) request.plugin = line.Get("--plugin");
     return request;
 }
 

@@ -12,6 +12,9 @@ namespace cli {
 /// What "pansharp sharpen" was asked, the method still as typed. Throws UsageError.
 [[nodiscard]] rasterhost::SharpenRequest MakeSharpenRequest(const CommandLine& line);
 
+/// What "pansharp info" was asked: what it has in common with "sharpen", no output. Throws UsageError.
+[[nodiscard]] rasterhost::SharpenRequest MakeInfoRequest(const CommandLine& line);
+
 /// Checks what depends on the plug-in: puts the keyword as the plug-in writes it in the place of the method,
 /// refuses weights for a method without any, and returns a warning for weights of another method's run and
 /// for each property that the plug-in does not know. Throws UsageError.

@@ -1,11 +1,19 @@
 #pragma once
 
-#include "kernels/BilinearRow.h"
+#include "hostkit/SampleBlock.h"
+#include "kernels/GridAxis.h"
 
+#include <cstdint>
 #include <memory>
-#include <vector>
+#include <span>
 
 namespace hostkit {
+
+/// How source samples are brought to the pixels of pan.
+enum class Resampling {
+    Bilinear, ///< kernels/BilinearRow.h
+    Cubic     ///< kernels/CubicRow.h
+};
 
 /// Interpolates rows of a window from a source. In ascending order every source row is interpolated across
 /// once.
@@ -13,18 +21,25 @@ class RowSampler {
 public:
     virtual ~RowSampler() = default;
 
-    /// Writes the window's row between two source rows, `fraction` of the way from the upper to the lower:
-    /// samples of the source's depth, columns x bands. The numbers tell the source rows apart; `upper` and
-    /// `lower` point at their first sample and are read only when the row is not at hand.
-    virtual void Sample(std::uint32_t upperNumber, const unsigned char* upper, std::uint32_t lowerNumber,
-                        const unsigned char* lower, double fraction, void* out) = 0;
+    /// Writes a row of the window, counted from its first: samples of the source's depth, columns x bands.
+    /// `source` holds the samples of the rows that it lies between.
+    virtual void Sample(std::uint32_t row, const SampleBlock& source, void* out) = 0;
 };
 
-/// A sampler for source rows of `bits` per sample, 8 or 16. `columnTaps` are in samples; `rowTaps` tell which
-/// fractions will be asked for: where all fractions are coarse binary ones it works in whole numbers, several
-/// times faster and with the same samples.
-[[nodiscard]] std::unique_ptr<RowSampler> MakeRowSampler(std::uint32_t bits, std::uint32_t bands,
-                                                         std::vector<kernels::BilinearTap> columnTaps,
-                                                         std::span<const kernels::BilinearTap> rowTaps);
+/// What a sampler is made for.
+struct SamplerShape {
+    std::uint32_t bits = 0; ///< of a source sample, 8 or 16
+    std::uint32_t bands = 0;
+    std::uint32_t firstColumn = 0; ///< of the source block that it is going to be given
+    /// Where the window's columns and rows lie on the source, and how many pixels that has.
+    std::span<const kernels::GridPosition> columns;
+    std::span<const kernels::GridPosition> rows;
+    std::uint32_t sourceColumns = 0;
+    std::uint32_t sourceRows = 0;
+};
+
+/// Bilinear sampling where all fractions are coarse binary ones works in whole numbers, several times faster
+/// and with the same samples.
+[[nodiscard]] std::unique_ptr<RowSampler> MakeRowSampler(const SamplerShape& shape, Resampling resampling);
 
 } // namespace hostkit

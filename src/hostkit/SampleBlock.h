@@ -30,6 +30,9 @@ struct SampleBlock {
     const unsigned char* samples = nullptr; ///< of the rectangle's first pixel
     std::size_t rowStride = 0;              ///< bytes from one row to the next
     PixelRect rect;                         ///< what the samples cover
+    /// Where there are data: one byte a pixel of the rectangle, rows packed, 0 for none. Null when every
+    /// pixel has data.
+    const unsigned char* valid = nullptr;
 
     /// The sample of band 0 of a pixel within the rectangle.
     [[nodiscard]] const unsigned char* At(std::uint32_t column, std::uint32_t row,

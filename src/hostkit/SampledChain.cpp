@@ -45,7 +45,7 @@ int SampledChain::Initialize(Aoi* aoi) {
 bool SampledChain::Open(const RequestedWindow& request) {
     if (request.inPixels) return OpenUnscaled(request.rect);
     auto sampled = std::make_unique<SampledRaster>();
-    if (!sampled->Open(grid, request.rect, image.info, image.block)) {
+    if (!sampled->Open(grid, request.rect, image.info, image.block, image.resampling)) {
         status.Append(sampled->GetStatus());
         return false;
     }

@@ -16,6 +16,7 @@ namespace hostkit {
 struct SourceImage {
     KOVA::Tessara::Pixmere::RasterInfo info;
     SampleBlock block;
+    Resampling resampling = Resampling::Bilinear; ///< whatever a chain is asked for
 };
 
 /// The chain that brings an image of the workspace onto the window of a request. It obeys the record given to

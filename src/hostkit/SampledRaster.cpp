@@ -4,6 +4,7 @@
 #include "hostkit/HostKitStatus.h"
 #include "hostkit/RequestRecord.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace hostkit {
@@ -19,31 +20,30 @@ GridPlacement PlaceGrids(const RasterInfo& pan, const RasterInfo& source) {
                                   (source.yMax - pan.yMax) / source.pixelSizeY)};
 }
 
-namespace {
-
-kernels::BilinearTap TapOf(const kernels::GridAxis& axis, std::uint32_t pan, std::uint32_t sourcePixels) {
-    return kernels::ClampTap(kernels::PanToMultispectral(axis, pan), sourcePixels);
+PixelRect SourceRect(const GridPlacement& placement, const PixelRect& panWindow, const RasterInfo& source,
+                     Resampling resampling) {
+    // Cubic interpolation reads one pixel more on either side.
+    const std::int64_t more = resampling == Resampling::Cubic ? 1 : 0;
+    const auto pixel = [&](const kernels::GridAxis& axis, std::uint32_t pan, std::int64_t step,
+                           std::uint32_t pixels) {
+        const std::int64_t index = kernels::PanToMultispectral(axis, pan).index + step;
+        return static_cast<std::uint32_t>(std::clamp<std::int64_t>(index, 0, std::int64_t{pixels} - 1));
+    };
+    return {pixel(placement.across, panWindow.col0, -more, source.cols),
+            pixel(placement.down, panWindow.row0, -more, source.rows),
+            pixel(placement.across, panWindow.col1 - 1, 1 + more, source.cols) + 1,
+            pixel(placement.down, panWindow.row1 - 1, 1 + more, source.rows) + 1};
 }
 
-/// The taps of pan pixels first to end - 1, moved to a block that starts at source pixel `blockFirst`, in
-/// steps of `scale`.
-void FillTaps(const kernels::GridAxis& axis, std::uint32_t first, std::uint32_t end,
-              std::uint32_t sourcePixels, std::uint32_t blockFirst, std::uint32_t scale,
-              std::vector<kernels::BilinearTap>& taps) {
-    taps.resize(end - first);
-    for (std::uint32_t i = 0; i < end - first; ++i) {
-        const kernels::BilinearTap tap = TapOf(axis, first + i, sourcePixels);
-        taps[i] = {(tap.first - blockFirst) * scale, (tap.second - blockFirst) * scale, tap.fraction};
-    }
+WindowPlacement::WindowPlacement(const GridPlacement& placement, const PixelRect& panWindow) {
+    for (std::uint32_t column = panWindow.col0; column < panWindow.col1; ++column)
+        columns.push_back(kernels::PanToMultispectral(placement.across, column));
+    for (std::uint32_t row = panWindow.row0; row < panWindow.row1; ++row)
+        rows.push_back(kernels::PanToMultispectral(placement.down, row));
 }
 
-} // namespace
-
-PixelRect SourceRect(const GridPlacement& placement, const PixelRect& panWindow, const RasterInfo& source) {
-    return {TapOf(placement.across, panWindow.col0, source.cols).first,
-            TapOf(placement.down, panWindow.row0, source.rows).first,
-            TapOf(placement.across, panWindow.col1 - 1, source.cols).second + 1,
-            TapOf(placement.down, panWindow.row1 - 1, source.rows).second + 1};
+SamplerShape WindowPlacement::Shape(const RasterInfo& source, const PixelRect& block) const {
+    return {source.bitsPerBand, source.bandsPerPixel, block.col0, columns, rows, source.cols, source.rows};
 }
 
 namespace {
@@ -76,13 +76,13 @@ PixelRect CoveredRect(const GridPlacement& placement, const RasterInfo& pan, con
 SampledRaster::SampledRaster() : RasterBase("Host.SampledRaster") {}
 
 bool SampledRaster::Open(const RasterInfo& pan, const PixelRect& panWindow, const RasterInfo& sourceInfo,
-                         const SampleBlock& source) {
+                         const SampleBlock& source, Resampling resampling) {
     if (sourceInfo.bitsPerBand != 8 && sourceInfo.bitsPerBand != 16)
         return Fail(HostKitStatus::DepthNotSupported,
                     FormatString("samples of %lu bits cannot be interpolated; 8 and 16 bits can",
                                  ULong{sourceInfo.bitsPerBand}));
     const GridPlacement placement = PlaceGrids(pan, sourceInfo);
-    const PixelRect needed = SourceRect(placement, panWindow, sourceInfo);
+    const PixelRect needed = SourceRect(placement, panWindow, sourceInfo, resampling);
     if (!source.samples || !source.rect.Contains(needed))
         return Fail(HostKitStatus::SourceNotCovered,
                     FormatString("the window needs the source's columns %lu to %lu and rows %lu to %lu; the "
@@ -103,11 +103,11 @@ bool SampledRaster::Open(const RasterInfo& pan, const PixelRect& panWindow, cons
     window = available;
 
     samples = source;
-    std::vector<kernels::BilinearTap> columnTaps;
-    FillTaps(placement.across, panWindow.col0, panWindow.col1, sourceInfo.cols, source.rect.col0,
-             sourceInfo.bandsPerPixel, columnTaps);
-    FillTaps(placement.down, panWindow.row0, panWindow.row1, sourceInfo.rows, 0, 1, rowTaps);
-    sampler = MakeRowSampler(info.bitsPerBand, info.bandsPerPixel, std::move(columnTaps), rowTaps);
+    const WindowPlacement at(placement, panWindow);
+    const SamplerShape shape = at.Shape(sourceInfo, source.rect);
+    sampler = MakeRowSampler(shape, resampling);
+    validity = source.valid ? std::make_unique<SampledValidity>(shape, resampling, source) : nullptr;
+    reach.resize(validity ? info.cols : 0);
     const std::size_t rowSamples = std::size_t{info.cols} * info.bandsPerPixel;
     output.resize(info.bitsPerBand == 8 ? (rowSamples + 1) / 2 : rowSamples);
     return true;
@@ -116,12 +116,13 @@ bool SampledRaster::Open(const RasterInfo& pan, const PixelRect& panWindow, cons
 const unsigned char* SampledRaster::GetRow(std::uint32_t row) {
     try {
         if (!HoldsRow(row)) return nullptr;
-        const kernels::BilinearTap& tap = rowTaps[row];
-        const std::uint32_t col0 = samples.rect.col0;
-        sampler->Sample(tap.first, samples.At(col0, tap.first, 0), tap.second,
-                        samples.At(col0, tap.second, 0), tap.fraction, output.data());
-        return reinterpret_cast<const unsigned char*>(output.data()) +
-               std::size_t{window.col0} * PixelBytes(info);
+        sampler->Sample(row, samples, output.data());
+        auto* bytes = reinterpret_cast<unsigned char*>(output.data());
+        const std::size_t pixelBytes = PixelBytes(info);
+        if (validity && validity->Find(row, reach.data()))
+            for (std::uint32_t column = 0; column < info.cols; ++column)
+                if (reach[column] == Reach::Some) validity->Sample(column, row, bytes + column * pixelBytes);
+        return bytes + std::size_t{window.col0} * pixelBytes;
     } catch (...) {
         return nullptr;
     }

@@ -12,12 +12,12 @@ using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Pixmere::IRasterWorkspace;
 
 FusionSlot::FusionSlot(const Scene& images, const hostkit::PluginLibrary& plugin,
-                       const ProcessSettings& settings, Status& creation)
+                       const ProcessSettings& settings, const OutputRules& outputRules, Status& creation)
     : scene(images), pan(*images.pan), multispectral(*images.multispectral),
       infrared(images.infrared ? std::make_unique<GdalRaster>(*images.infrared) : nullptr),
-      workspace(images.pan->GetInfo()), process(plugin, settings.properties, creation),
-      pixelBytes(std::size_t{images.outputBands} * (images.pan->GetInfo().bitsPerBand / 8)),
-      rowBytes(pixelBytes * images.pan->GetInfo().cols) {}
+      workspace(images.pan->GetInfo()), process(plugin, settings.properties, creation), rules(outputRules),
+      rowBytes(std::size_t{rules.GetFileBands()} * (images.pan->GetInfo().bitsPerBand / 8) *
+               images.part.GetColumns()) {}
 
 bool FusionSlot::FailedProcess(const char* what, Status& status) {
     Fail(status, HostStatus::ProcessFailed,
@@ -30,6 +30,10 @@ bool FusionSlot::FailedProcess(const char* what, Status& status) {
 bool FusionSlot::Init(std::uint32_t mostRows, Status& status) {
     if (!process) return Fail(status, HostStatus::ProcessFailed, "the plug-in makes no process");
     output.resize(rowBytes * mostRows);
+    if (scene.MayLackData()) {
+        reach.resize(scene.part.GetColumns());
+        valid.resize(std::size_t{scene.part.GetColumns()} * mostRows);
+    }
     process->SetInputRaster(&pan);
     process->SetWorkspace(static_cast<IRasterWorkspace*>(&workspace));
     process->SetAoi(&request);
@@ -49,20 +53,27 @@ bool ReadRect(const InputImage& image, GdalRaster& raster, const PixelRect& rect
 } // namespace
 
 bool FusionSlot::ReadSource(const InputImage& image, GdalRaster& raster, const char* imageId,
-                            Status& status) {
+                            Validity& validity, Status& status) {
     const auto placement = hostkit::PlaceGrids(scene.pan->GetInfo(), image.GetInfo());
-    if (!ReadRect(image, raster, hostkit::SourceRect(placement, window, image.GetInfo()), status))
-        return false;
-    workspace.SetImage(imageId, {image.GetInfo(), raster.GetBlock()});
+    const PixelRect needed = hostkit::SourceRect(placement, window, image.GetInfo(), scene.resampling);
+    if (!ReadRect(image, raster, needed, status)) return false;
+    const hostkit::SampleBlock block = raster.GetBlock();
+    workspace.SetImage(imageId, {image.GetInfo(), block, scene.resampling});
+    validity.reset();
+    if (!block.valid) return true;
+    const hostkit::WindowPlacement at(placement, window);
+    validity = std::make_unique<hostkit::SampledValidity>(at.Shape(image.GetInfo(), block.rect),
+                                                          scene.resampling, block);
     return true;
 }
 
 bool FusionSlot::Read(std::uint32_t firstRow, std::uint32_t endRow, Status& status) {
-    window = {0, firstRow, scene.pan->GetInfo().cols, endRow};
+    window = {scene.part.col0, firstRow, scene.part.col1, endRow};
     if (!ReadRect(*scene.pan, pan, window, status) ||
-        !ReadSource(*scene.multispectral, multispectral, multispectralId, status))
+        !ReadSource(*scene.multispectral, multispectral, multispectralId, multispectralValidity, status))
         return false;
-    if (infrared && !ReadSource(*scene.infrared, *infrared, infraredId, status)) return false;
+    if (infrared && !ReadSource(*scene.infrared, *infrared, infraredId, infraredValidity, status))
+        return false;
     // The process takes the bounds from this record and the size from the window.
     request = hostkit::MakeRequest(scene.pan->GetInfo(), window);
     return true;
@@ -73,30 +84,53 @@ bool FusionSlot::Fuse(Status& status) {
     const bool isCovered = window.row0 < scene.covered.row1 && window.row1 > scene.covered.row0;
     if (isCovered && process->SetWindow(window.col0, window.row0, window.col1, window.row1) == 0)
         return FailedProcess("set the window", status);
+    hasGaps = false;
+    const std::size_t columns = window.GetColumns();
     for (std::uint32_t row = window.row0; row < window.row1; ++row) {
-        unsigned char* out = output.data() + (row - window.row0) * rowBytes;
-        if (row < scene.covered.row0 || row >= scene.covered.row1) {
-            std::memset(out, 0, rowBytes);
-            continue;
+        const std::uint32_t number = row - window.row0;
+        unsigned char* rowValid = valid.empty() ? nullptr : valid.data() + number * columns;
+        const bool lacksData = rowValid && FindValid(row, rowValid);
+        hasGaps = hasGaps || lacksData;
+        const unsigned char* samples = nullptr;
+        if (row >= scene.covered.row0 && row < scene.covered.row1) {
+            samples = process->GetRow(row);
+            if (!samples) return FailedProcess("deliver a row", status);
         }
-        const unsigned char* samples = process->GetRow(row);
-        if (!samples) return FailedProcess("deliver a row", status);
-        TakeRow(samples, out);
+        MakeRow(samples, lacksData ? rowValid : nullptr, output.data() + number * rowBytes);
     }
     return true;
 }
 
-void FusionSlot::TakeRow(const unsigned char* samples, unsigned char* out) {
+/// Fills in which pixels of a row have data in all images. False when all have.
+bool FusionSlot::FindValid(std::uint32_t row, unsigned char* rowValid) {
     const PixelRect& covered = scene.covered;
-    const std::size_t before = covered.col0 * pixelBytes;
-    const std::size_t bytes = covered.GetColumns() * pixelBytes;
-    std::memset(out, 0, before);
-    std::memcpy(out + before, samples + before, bytes);
-    std::memset(out + before + bytes, 0, rowBytes - before - bytes);
-    if (scene.pan->GetInfo().bitsPerBand == 8)
-        CountLimits(out + before, covered.GetColumns(), tally);
+    const std::size_t columns = window.GetColumns();
+    if (row < covered.row0 || row >= covered.row1) {
+        std::memset(rowValid, 0, columns);
+        return true;
+    }
+    const std::uint32_t number = row - window.row0;
+    const unsigned char* panValid = pan.GetBlock().valid;
+    if (panValid)
+        std::memcpy(rowValid, panValid + number * columns, columns);
     else
-        CountLimits(reinterpret_cast<const unsigned short*>(out + before), covered.GetColumns(), tally);
+        std::memset(rowValid, 0xFF, columns);
+    std::memset(rowValid, 0, covered.col0 - window.col0);
+    std::memset(rowValid + (covered.col1 - window.col0), 0, window.col1 - covered.col1);
+    for (const Validity* validity : {&multispectralValidity, &infraredValidity})
+        if (*validity && (*validity)->Find(number, reach.data()))
+            for (std::size_t column = 0; column < columns; ++column)
+                if (reach[column] == hostkit::Reach::None) rowValid[column] = 0;
+    return std::memchr(rowValid, 0, columns) != nullptr;
+}
+
+void FusionSlot::MakeRow(const unsigned char* fused, const unsigned char* rowValid, unsigned char* out) {
+    const std::size_t columns = window.GetColumns();
+    if (scene.pan->GetInfo().bitsPerBand == 8)
+        MakeOutputRow(fused, rowValid, columns, rules, out, tally);
+    else
+        MakeOutputRow(reinterpret_cast<const unsigned short*>(fused), rowValid, columns, rules,
+                      reinterpret_cast<unsigned short*>(out), tally);
 }
 
 } // namespace rasterhost

@@ -3,7 +3,7 @@
 #include "hostkit/ArrayWorkspace.h"
 #include "hostkit/PluginLibrary.h"
 #include "rasterhost/GdalRaster.h"
-#include "rasterhost/LimitTally.h"
+#include "rasterhost/OutputRow.h"
 #include "rasterhost/ProcessSettings.h"
 
 #include <memory>
@@ -16,31 +16,35 @@ namespace rasterhost {
 class FusionSlot {
 public:
     FusionSlot(const Scene& images, const hostkit::PluginLibrary& plugin, const ProcessSettings& settings,
-               Status& creation);
+               const OutputRules& outputRules, Status& creation);
     FusionSlot(const FusionSlot&) = delete;
     FusionSlot& operator=(const FusionSlot&) = delete;
 
     /// Prepares the process for windows of up to so many rows. False with items.
     [[nodiscard]] bool Init(std::uint32_t mostRows, Status& status);
-    /// Reads the samples of pan's rows and of the multispectral and infrared rows that they are interpolated
-    /// from.
+    /// Reads the samples of pan's rows within the scene's part and of the multispectral and infrared pixels
+    /// that they are interpolated from.
     [[nodiscard]] bool Read(std::uint32_t firstRow, std::uint32_t endRow, Status& status);
-    /// Fuses the rows that were read and counts their limits. Pixels without multispectral data become 0 and
-    /// do not count.
+    /// Fuses the rows that were read, makes rows of the file of them and counts their limits.
     [[nodiscard]] bool Fuse(Status& status);
 
-    [[nodiscard]] std::uint32_t GetFirstRow() const { return window.row0; }
+    [[nodiscard]] std::uint32_t GetFirstRow() const { return window.row0; } ///< of pan
     [[nodiscard]] std::uint32_t GetRows() const { return window.GetRows(); }
-    /// The fused rows, interleaved by pixel and packed.
+    /// Rows of the file, interleaved by pixel and packed.
     [[nodiscard]] unsigned char* GetOutput() { return output.data(); }
+    /// A byte a pixel of the rows, 0 without data; null when all pixels have data.
+    [[nodiscard]] const unsigned char* GetValid() const { return hasGaps ? valid.data() : nullptr; }
     [[nodiscard]] const LimitTally& GetTally() const { return tally; }
-    [[nodiscard]] hostkit::SampleBlock GetMultispectralBlock() const { return multispectral.GetBlock(); }
     [[nodiscard]] const KOVA::Tessara::Global::NameValueMap& GetMetadata() { return process->GetMetadata(); }
 
 private:
-    bool ReadSource(const InputImage& image, GdalRaster& raster, const char* imageId, Status& status);
+    using Validity = std::unique_ptr<hostkit::SampledValidity>; ///< null when all samples have data
+
+    bool ReadSource(const InputImage& image, GdalRaster& raster, const char* imageId, Validity& validity,
+                    Status& status);
     bool FailedProcess(const char* what, Status& status);
-    void TakeRow(const unsigned char* samples, unsigned char* out);
+    bool FindValid(std::uint32_t row, unsigned char* rowValid);
+    void MakeRow(const unsigned char* fused, const unsigned char* rowValid, unsigned char* out);
 
     const Scene& scene;
     GdalRaster pan;
@@ -50,9 +54,14 @@ private:
     KOVA::Tessara::Pixmere::Aoi request;
     hostkit::Process process; ///< made after what it uses, so destroyed before it
     hostkit::PixelRect window;
+    Validity multispectralValidity;
+    Validity infraredValidity;
+    std::vector<hostkit::Reach> reach; ///< of one row
+    std::vector<unsigned char> valid;  ///< of all rows; empty where the scene lacks no data
+    bool hasGaps = false;
     std::vector<unsigned char> output;
-    std::size_t pixelBytes;
-    std::size_t rowBytes;
+    const OutputRules rules;
+    std::size_t rowBytes; ///< of the output
     LimitTally tally;
 };
 

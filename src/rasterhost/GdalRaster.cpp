@@ -2,6 +2,8 @@
 
 #include "hostkit/RequestRecord.h"
 
+#include <algorithm>
+
 namespace rasterhost {
 
 GdalRaster::GdalRaster(const InputImage& source) : RasterBase("Host.GdalRaster"), image(source) {
@@ -17,8 +19,19 @@ bool GdalRaster::OpenWindow(const hostkit::PixelRect& wanted) {
     const std::size_t bytes = rowBytes * wanted.GetRows();
     if (buffer.size() < bytes) buffer.resize(bytes);
     status.Reset(0, {}, {}, {});
-    isLoaded = image.Read(wanted, buffer.data(), status);
+    isLoaded = image.Read(wanted, buffer.data(), status) && FindGaps(wanted);
     return isLoaded;
+}
+
+bool GdalRaster::FindGaps(const hostkit::PixelRect& wanted) {
+    hasGaps = false;
+    if (!image.MayLackData()) return true;
+    const std::size_t pixels = std::size_t{wanted.GetColumns()} * wanted.GetRows();
+    if (valid.size() < pixels) valid.resize(pixels);
+    if (!image.ReadValid(wanted, buffer.data(), valid.data(), status)) return false;
+    const auto end = valid.begin() + static_cast<std::ptrdiff_t>(pixels);
+    hasGaps = std::find(valid.begin(), end, static_cast<unsigned char>(0)) != end;
+    return true;
 }
 
 const unsigned char* GdalRaster::GetRow(std::uint32_t row) {
@@ -30,7 +43,8 @@ const unsigned char* GdalRaster::GetRow(std::uint32_t row) {
 }
 
 hostkit::SampleBlock GdalRaster::GetBlock() const {
-    return {buffer.data(), window.GetColumns() * hostkit::PixelBytes(info), window};
+    return {buffer.data(), window.GetColumns() * hostkit::PixelBytes(info), window,
+            hasGaps ? valid.data() : nullptr};
 }
 
 } // namespace rasterhost

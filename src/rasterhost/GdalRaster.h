@@ -17,14 +17,17 @@ public:
 
     const unsigned char* GetRow(std::uint32_t row) override;
 
-    /// The samples of the window, good until another is set.
+    /// The samples of the window and which of its pixels have data, good until another is set.
     [[nodiscard]] hostkit::SampleBlock GetBlock() const;
 
 private:
     bool OpenWindow(const hostkit::PixelRect& wanted) override;
+    bool FindGaps(const hostkit::PixelRect& wanted);
 
     const InputImage& image;
     std::vector<unsigned char> buffer;
+    std::vector<unsigned char> valid;
+    bool hasGaps = false;  ///< `valid` says that some pixel of the window has no data
     bool isLoaded = false; ///< the buffer holds `window`
 };
 

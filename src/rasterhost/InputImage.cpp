@@ -1,6 +1,7 @@
 #include "rasterhost/InputImage.h"
 
 #include "fundament/Text.h"
+#include "rasterhost/FileState.h"
 #include "rasterhost/GdalErrors.h"
 
 #include <cpl_conv.h>
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <set>
 
 namespace rasterhost {
@@ -20,11 +22,11 @@ void InputImage::CloseDataset::operator()(GDALDataset* dataset) const { GDALClos
 InputImage::~InputImage() = default;
 
 std::unique_ptr<InputImage> InputImage::Open(const std::vector<InputBand>& inputs, const char* role,
-                                             Status& status) {
+                                             const NoDataOptions& noData, Status& status) {
     std::unique_ptr<InputImage> image(new InputImage);
     for (const InputBand& input : inputs) {
         GDALDataset* dataset = image->OpenFile(input, role, status);
-        if (!dataset || !image->AddBands(input, *dataset, role, status)) return nullptr;
+        if (!dataset || !image->AddBands(input, *dataset, role, noData, status)) return nullptr;
     }
     return image->Describe(role, status) ? std::move(image) : nullptr;
 }
@@ -37,6 +39,13 @@ GDALDataset* InputImage::OpenFile(const InputBand& input, const char* role, Stat
         GDALOpenEx(input.file.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR, nullptr,
                    nullptr, nullptr));
     if (!dataset) {
+        const FileState state = LookAt(input.file);
+        if (state.isEmpty) {
+            Fail(status, HostStatus::InputNotOpened,
+                 FormatString("the %s file '%s' is empty; was it copied or downloaded to its end?", role,
+                              input.file.c_str()));
+            return nullptr;
+        }
         Fail(status, HostStatus::InputNotOpened,
              FormatString("the %s file '%s' cannot be opened; check the name and that it is a raster%s", role,
                           input.file.c_str(), errors.Reason().c_str()));
@@ -46,7 +55,63 @@ GDALDataset* InputImage::OpenFile(const InputBand& input, const char* role, Stat
     return dataset;
 }
 
-bool InputImage::AddBands(const InputBand& input, GDALDataset& dataset, const char* role, Status& status) {
+namespace {
+
+/// Four bands come easily marked as red, green, blue and transparency, near infrared though the last is: one
+/// is taken for transparency when a regular sample of it holds nothing but 0 and the largest value.
+bool IsTransparency(GDALRasterBand& band) {
+    if (band.GetColorInterpretation() != GCI_AlphaBand) return false;
+    constexpr int places = 8; // across and down
+    constexpr int most = 32;
+    const int columns = std::min(band.GetXSize(), most);
+    const int rows = std::min(band.GetYSize(), most);
+    const int largest = band.GetRasterDataType() == GDT_Byte ? 0xFF : 0xFFFF;
+    std::vector<unsigned short> samples(static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows));
+    const GdalErrors errors;
+    for (int place = 0; place < places * places; ++place) {
+        const int column = (band.GetXSize() - columns) * (place % places) / (places - 1);
+        const int row = (band.GetYSize() - rows) * (place / places) / (places - 1);
+        if (band.RasterIO(GF_Read, column, row, columns, rows, samples.data(), columns, rows, GDT_UInt16, 0,
+                          0, nullptr) != CE_None)
+            return true; // reading it again will tell why
+        if (!std::all_of(samples.begin(), samples.end(),
+                         [largest](int sample) { return sample == 0 || sample == largest; }))
+            return false;
+    }
+    return true;
+}
+
+/// Null without one. GDAL takes a last band for the mask of the others in files of two and four bands only.
+GDALRasterBand* FindTransparency(GDALDataset& dataset) {
+    for (int number = 1; number <= dataset.GetRasterCount(); ++number)
+        if (GDALRasterBand* band = dataset.GetRasterBand(number); IsTransparency(*band)) return band;
+    return nullptr;
+}
+
+/// What the file declares of a band, or the options in its place.
+void FindNoData(const NoDataOptions& options, GDALRasterBand* transparency, SourceBand& source) {
+    if (options.isIgnored) return;
+    int isDeclared = options.value ? 1 : 0;
+    const double value = options.value ? *options.value : source.band->GetNoDataValue(&isDeclared);
+    const bool isSigned = source.band->GetRasterDataType() == GDT_Int16;
+    const bool isByte = source.band->GetRasterDataType() == GDT_Byte;
+    const double least = isSigned ? -32768.0 : 0.0;
+    const double greatest = isByte ? 255.0 : (isSigned ? 32767.0 : 65535.0);
+    if (isDeclared && value == std::floor(value) && value >= least && value <= greatest)
+        source.noData = static_cast<int>(value);
+    if (options.value) return;
+    const int flags = source.band->GetMaskFlags();
+    const bool isOfValues = (flags & GMF_NODATA) != 0 && (flags & GMF_PER_DATASET) == 0;
+    if ((flags & (GMF_ALL_VALID | GMF_ALPHA)) == 0 && !isOfValues)
+        source.mask = source.band->GetMaskBand();
+    else
+        source.mask = transparency;
+}
+
+} // namespace
+
+bool InputImage::AddBands(const InputBand& input, GDALDataset& dataset, const char* role,
+                          const NoDataOptions& noData, Status& status) {
     const int count = dataset.GetRasterCount();
     if (count == 0)
         return Fail(
@@ -58,11 +123,14 @@ bool InputImage::AddBands(const InputBand& input, GDALDataset& dataset, const ch
         return Fail(status, HostStatus::InputNotSupported,
                     FormatString("the %s file '%s' has no band %d; its bands are 1 to %d", role,
                                  input.file.c_str(), *input.band, count));
+    GDALRasterBand* transparency = FindTransparency(dataset);
     for (int number = input.band.value_or(1); number <= input.band.value_or(count); ++number) {
-        SourceBand source{&dataset, dataset.GetRasterBand(number), number, input.file, {}};
+        SourceBand source{&dataset, dataset.GetRasterBand(number), number, input.file, {}, {}, nullptr};
+        if (!input.band && count > 1 && source.band == transparency) continue;
         source.description = source.band->GetDescription();
         if (source.description.empty() && count == 1) source.description = CPLGetBasename(input.file.c_str());
         if (!CheckBand(source, role, status)) return false;
+        FindNoData(noData, transparency, source);
         bands.push_back(std::move(source));
     }
     return true;
@@ -75,10 +143,11 @@ bool InputImage::CheckBand(const SourceBand& source, const char* role, Status& s
                                  what.c_str()));
     };
     const GDALDataType type = source.band->GetRasterDataType();
-    if (type != GDT_Byte && type != GDT_UInt16)
-        return refuse(FormatString("holds %s samples; 8 and 16 bits unsigned are supported: convert it with "
-                                   "gdal_translate -ot Byte or -ot UInt16",
-                                   GDALGetDataTypeName(type)));
+    if (type != GDT_Byte && type != GDT_UInt16 && type != GDT_Int16)
+        return refuse(
+            FormatString("holds %s samples; 8 and 16 bits are supported: convert it with "
+                         "gdal_translate -ot Byte or -ot UInt16, and -scale where values do not fit",
+                         GDALGetDataTypeName(type)));
     if (const char* pixelType = source.band->GetMetadataItem("PIXELTYPE", "IMAGE_STRUCTURE");
         pixelType && std::string(pixelType) == "SIGNEDBYTE")
         return refuse("holds signed bytes; 8 and 16 bits unsigned are supported");
@@ -188,28 +257,129 @@ void InputImage::Reorder(const std::vector<std::size_t>& order) {
 }
 
 bool InputImage::Read(const PixelRect& rect, unsigned char* out, Status& status) const {
+    // One call for as many bands in a row as come from one file with samples of one kind.
+    for (std::size_t first = 0, end = 0; first < bands.size(); first = end) {
+        const auto belongs = [&](const SourceBand& source) {
+            return source.dataset == bands[first].dataset &&
+                   source.band->GetRasterDataType() == bands[first].band->GetRasterDataType();
+        };
+        for (end = first; end < bands.size() && belongs(bands[end]);)
+            ++end;
+        if (!ReadBands(rect, first, end, out, status)) return false;
+        if (bands[first].band->GetRasterDataType() == GDT_Int16 && !CheckSigns(rect, first, end, out, status))
+            return false;
+    }
+    return true;
+}
+
+bool InputImage::ReadBands(const PixelRect& rect, std::size_t first, std::size_t end, unsigned char* out,
+                           Status& status) const {
     const auto columns = static_cast<int>(rect.GetColumns());
     const auto rows = static_cast<int>(rect.GetRows());
     const auto sampleBytes = static_cast<GSpacing>(info.bitsPerBand / 8);
     const auto pixelBytes = static_cast<GSpacing>(hostkit::PixelBytes(info));
+    std::vector<int> numbers;
+    for (std::size_t band = first; band < end; ++band)
+        numbers.push_back(bands[band].number);
     const GdalErrors errors;
-    // One call for as many bands in a row as come from one file.
-    for (std::size_t first = 0, end = 0; first < bands.size(); first = end) {
-        std::vector<int> numbers;
-        for (end = first; end < bands.size() && bands[end].dataset == bands[first].dataset; ++end)
-            numbers.push_back(bands[end].number);
-        const CPLErr result = bands[first].dataset->RasterIO(
-            GF_Read, static_cast<int>(rect.col0), static_cast<int>(rect.row0), columns, rows,
-            out + static_cast<GSpacing>(first) * sampleBytes, columns, rows,
-            bands[first].band->GetRasterDataType(), static_cast<int>(numbers.size()), numbers.data(),
-            pixelBytes, pixelBytes * columns, sampleBytes, nullptr);
-        if (result != CE_None || errors.HasFailed())
-            return Fail(status, HostStatus::InputNotRead,
-                        FormatString("rows %u to %u of '%s' cannot be read; the file may be cut short or "
-                                     "damaged%s",
-                                     rect.row0, rect.row1, bands[first].file.c_str(),
-                                     errors.Reason().c_str()));
+    const CPLErr result = bands[first].dataset->RasterIO(
+        GF_Read, static_cast<int>(rect.col0), static_cast<int>(rect.row0), columns, rows,
+        out + static_cast<GSpacing>(first) * sampleBytes, columns, rows,
+        bands[first].band->GetRasterDataType(), static_cast<int>(numbers.size()), numbers.data(), pixelBytes,
+        pixelBytes * columns, sampleBytes, nullptr);
+    return (result == CE_None && !errors.HasFailed()) ||
+           Fail(status, HostStatus::InputNotRead,
+                FormatString("rows %u to %u of '%s' cannot be read; the file may be cut short or damaged%s",
+                             rect.row0, rect.row1, bands[first].file.c_str(), errors.Reason().c_str()));
+}
+
+/// Signed samples are used as they are, which only those of 0 and more can be; those that mean no data are
+/// not used.
+bool InputImage::CheckSigns(const PixelRect& rect, std::size_t first, std::size_t end,
+                            const unsigned char* samples, Status& status) const {
+    const std::size_t pixels = std::size_t{rect.GetColumns()} * rect.GetRows();
+    const auto* pixel = reinterpret_cast<const short*>(samples);
+    for (std::size_t i = 0; i < pixels; ++i, pixel += bands.size())
+        for (std::size_t band = first; band < end; ++band)
+            if (pixel[band] < 0 && bands[band].noData != pixel[band])
+                return Fail(
+                    status, HostStatus::InputNotSupported,
+                    FormatString("band %d of '%s' holds the negative sample %d; samples have to be 0 or "
+                                 "more: name it with --nodata if it means no data, else convert the "
+                                 "file with gdal_translate -ot UInt16 -scale",
+                                 bands[band].number, bands[band].file.c_str(), int{pixel[band]}));
+    return true;
+}
+
+std::uint32_t InputImage::GetBitDepth() const {
+    std::uint32_t depth = 0;
+    for (const SourceBand& source : bands) {
+        const char* declared = source.band->GetMetadataItem("NBITS", "IMAGE_STRUCTURE");
+        const auto bits = declared ? static_cast<std::uint32_t>(std::max(0, atoi(declared))) : 0u;
+        depth = std::max(depth, bits > 8 && bits < info.bitsPerBand ? bits : info.bitsPerBand);
     }
+    return depth;
+}
+
+bool InputImage::MayLackData() const {
+    return collar || std::any_of(bands.begin(), bands.end(),
+                                 [](const SourceBand& source) { return source.noData || source.mask; });
+}
+
+bool InputImage::DeclaresZerosOrMask() const {
+    return std::any_of(bands.begin(), bands.end(),
+                       [](const SourceBand& source) { return source.noData == 0 || source.mask; });
+}
+
+std::optional<int> InputImage::GetNoDataValue() const {
+    for (const SourceBand& source : bands)
+        if (source.noData) return source.noData;
+    return std::nullopt;
+}
+
+namespace {
+
+template <class T>
+void ClearNoData(const T* samples, const std::vector<SourceBand>& bands, std::size_t pixels,
+                 unsigned char* valid) {
+    for (std::size_t band = 0; band < bands.size(); ++band) {
+        if (!bands[band].noData) continue;
+        const auto value = static_cast<T>(*bands[band].noData);
+        for (std::size_t i = 0; i < pixels; ++i)
+            valid[i] = static_cast<unsigned char>(
+                valid[i] & -static_cast<int>(samples[i * bands.size() + band] != value));
+    }
+}
+
+} // namespace
+
+bool InputImage::ReadValid(const PixelRect& rect, const unsigned char* samples, unsigned char* valid,
+                           Status& status) const {
+    const std::size_t pixels = std::size_t{rect.GetColumns()} * rect.GetRows();
+    std::fill_n(valid, pixels, static_cast<unsigned char>(0xFF));
+    if (info.bitsPerBand == 8)
+        ClearNoData(samples, bands, pixels, valid);
+    else
+        ClearNoData(reinterpret_cast<const unsigned short*>(samples), bands, pixels, valid);
+    std::set<GDALRasterBand*> masks;
+    for (const SourceBand& source : bands)
+        if (source.mask) masks.insert(source.mask);
+    std::vector<unsigned char> mask(masks.empty() ? 0 : pixels);
+    for (GDALRasterBand* band : masks) {
+        const GdalErrors errors;
+        const auto columns = static_cast<int>(rect.GetColumns());
+        const auto rows = static_cast<int>(rect.GetRows());
+        if (band->RasterIO(GF_Read, static_cast<int>(rect.col0), static_cast<int>(rect.row0), columns, rows,
+                           mask.data(), columns, rows, GDT_Byte, 0, 0, nullptr) != CE_None ||
+            errors.HasFailed())
+            return Fail(status, HostStatus::InputNotRead,
+                        FormatString("rows %u to %u of the mask of %s cannot be read; the file may be cut "
+                                     "short or damaged%s",
+                                     rect.row0, rect.row1, GetName().c_str(), errors.Reason().c_str()));
+        for (std::size_t i = 0; i < pixels; ++i)
+            if (mask[i] == 0) valid[i] = 0;
+    }
+    if (collar) collar->Clear(rect, valid);
     return true;
 }
 

@@ -3,10 +3,12 @@
 #include "hostkit/SampleBlock.h"
 #include "rasterhost/HostStatus.h"
 #include "rasterhost/Sharpen.h"
+#include "rasterhost/ZeroCollar.h"
 
 #include <ogr_spatialref.h>
 
 #include <array>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -25,6 +27,14 @@ struct SourceBand {
     std::string file; ///< as the request names it
     std::string
         description; ///< the band's, else the file's stem when the file has no other band; may be empty
+    std::optional<int> noData;      ///< the sample value that means no data
+    GDALRasterBand* mask = nullptr; ///< 0 where there is no data: a mask band or transparency; may be null
+};
+
+/// What is to count as no data.
+struct NoDataOptions {
+    std::optional<double> value; ///< this value in every band, whatever the file declares
+    bool isIgnored = false;      ///< nothing is: all samples are data
 };
 
 /// Bands of one size and position, taken from one file or several.
@@ -32,11 +42,12 @@ class InputImage {
 public:
     using RasterInfo = KOVA::Tessara::Pixmere::RasterInfo;
 
-    /// Opens the files and checks that the bands can be served: 8 or 16 bits unsigned, all of one size,
-    /// depth, position and projection, north up. Null with an item that names the file. `role` is "pan" or
-    /// the like.
-    [[nodiscard]] static std::unique_ptr<InputImage> Open(const std::vector<InputBand>& inputs,
-                                                          const char* role, Status& status);
+    /// Opens the files and checks that the bands can be served: 8 or 16 bits, all of one size, depth,
+    /// position and projection, north up. Signed 16-bit samples are served as they are and have to be 0 or
+    /// more. A file named without a band gives all its bands but transparency. Null with an item that names
+    /// the file. `role` is "pan" or the like.
+    [[nodiscard]] static std::unique_ptr<InputImage>
+    Open(const std::vector<InputBand>& inputs, const char* role, const NoDataOptions& noData, Status& status);
     InputImage(const InputImage&) = delete;
     InputImage& operator=(const InputImage&) = delete;
     ~InputImage();
@@ -64,10 +75,32 @@ public:
     /// time.
     [[nodiscard]] bool Read(const hostkit::PixelRect& rect, unsigned char* out, Status& status) const;
 
+    /// Bits that the samples use: what the files declare for 16-bit samples, else all.
+    [[nodiscard]] std::uint32_t GetBitDepth() const;
+
+    /// False when every pixel is known to have data.
+    [[nodiscard]] bool MayLackData() const;
+    /// True when the files tell by a mask, or by zeros, where there is no data.
+    [[nodiscard]] bool DeclaresZerosOrMask() const;
+    /// Pixels to count as no data beside what is declared.
+    void SetCollar(std::unique_ptr<ZeroCollar> found) { collar = std::move(found); }
+    [[nodiscard]] const ZeroCollar* GetCollar() const { return collar.get(); }
+    /// Tells which pixels of a rectangle have data in all bands: one byte a pixel, rows packed, not 0 where
+    /// they have. `samples` are those that Read gave for the same rectangle. Not for two threads at a time.
+    [[nodiscard]] bool ReadValid(const hostkit::PixelRect& rect, const unsigned char* samples,
+                                 unsigned char* valid, Status& status) const;
+    /// The value that means no data in the first band that has one.
+    [[nodiscard]] std::optional<int> GetNoDataValue() const;
+
 private:
     InputImage() = default;
     GDALDataset* OpenFile(const InputBand& input, const char* role, Status& status);
-    bool AddBands(const InputBand& input, GDALDataset& dataset, const char* role, Status& status);
+    bool AddBands(const InputBand& input, GDALDataset& dataset, const char* role, const NoDataOptions& noData,
+                  Status& status);
+    bool ReadBands(const hostkit::PixelRect& rect, std::size_t first, std::size_t end, unsigned char* out,
+                   Status& status) const;
+    bool CheckSigns(const hostkit::PixelRect& rect, std::size_t first, std::size_t end,
+                    const unsigned char* samples, Status& status) const;
     bool Describe(const char* role, Status& status);
     bool CheckBand(const SourceBand& source, const char* role, Status& status) const;
     bool Georeference(Status& status);
@@ -83,6 +116,7 @@ private:
     std::vector<OpenFileEntry> files;
     std::vector<SourceBand> bands;
     RasterInfo info;
+    std::unique_ptr<ZeroCollar> collar; ///< null without one
     std::optional<std::array<double, 6>> geoTransform;
     OGRSpatialReference projection;
 };

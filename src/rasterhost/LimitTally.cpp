@@ -1,13 +1,11 @@
 #include "rasterhost/LimitTally.h"
 
 #include <algorithm>
-#include <limits>
 
 namespace rasterhost {
 
 template <class T>
-void CountLimits(const T* row, std::size_t pixels, LimitTally& tally) {
-    constexpr T largest = std::numeric_limits<T>::max();
+void CountLimits(const T* row, std::size_t pixels, T largest, LimitTally& tally) {
     constexpr std::size_t stretch = 64; // pixels looked at together: limits are rare
     const std::size_t bands = tally.size();
     for (std::size_t first = 0; first < pixels; first += stretch) {
@@ -15,7 +13,8 @@ void CountLimits(const T* row, std::size_t pixels, LimitTally& tally) {
         const std::size_t count = std::min(stretch, pixels - first) * bands;
         T found = 0;
         for (std::size_t i = 0; i < count; ++i)
-            found = static_cast<T>(found | static_cast<T>(static_cast<T>(samples[i] + 1) <= 1));
+            found = static_cast<T>(found | static_cast<T>(samples[i] == 0) |
+                                   static_cast<T>(samples[i] == largest));
         if (!found) continue;
         for (std::size_t i = 0; i < count; i += bands)
             for (std::size_t band = 0; band < bands; ++band) {
@@ -25,7 +24,7 @@ void CountLimits(const T* row, std::size_t pixels, LimitTally& tally) {
     }
 }
 
-template void CountLimits(const unsigned char*, std::size_t, LimitTally&);
-template void CountLimits(const unsigned short*, std::size_t, LimitTally&);
+template void CountLimits(const unsigned char*, std::size_t, unsigned char, LimitTally&);
+template void CountLimits(const unsigned short*, std::size_t, unsigned short, LimitTally&);
 
 } // namespace rasterhost

@@ -12,6 +12,6 @@ using LimitTally = std::vector<std::pair<std::uint64_t, std::uint64_t>>;
 
 /// Adds the samples of a row, interleaved by pixel; `tally` has an entry for each band.
 template <class T>
-void CountLimits(const T* row, std::size_t pixels, LimitTally& tally);
+void CountLimits(const T* row, std::size_t pixels, T largest, LimitTally& tally);
 
 } // namespace rasterhost

@@ -1,8 +1,12 @@
 #pragma once
 
+#include "rasterhost/OutputMask.h"
+#include "rasterhost/OutputRow.h"
 #include "rasterhost/ProcessSettings.h"
 #include "rasterhost/TileWriter.h"
+#include "rasterhost/WorkFile.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,51 +15,58 @@ class GDALDataset;
 
 namespace rasterhost {
 
-/// False with an item when the output cannot go where the request says: it exists, is an input, its folder is
-/// missing, or the format cannot be written.
-[[nodiscard]] bool CheckOutput(const SharpenRequest& request, const Scene& scene, Status& status);
-
-/// The fused image in the making. It is written beside its final name, under one that tells whose it is, and
-/// takes the final name when it is complete; until then it is removed with this object.
+/// The fused image in the making. It is written beside its final name and takes that when it is complete;
+/// until then it is removed with this object. A format that GDAL makes only by copying gets a GeoTIFF beside
+/// it to copy from.
 class OutputFile {
 public:
     /// Metadata entries, in order.
     using Metadata = std::vector<std::pair<std::string, std::string>>;
 
-    /// Creates the file with pan's size and position, and the names and colours of the bands. Null with an
-    /// item.
+    /// Creates the file with the size and position of the scene's part, and the names and colours of the
+    /// bands. Null with an item.
     [[nodiscard]] static std::unique_ptr<OutputFile> Create(const SharpenRequest& request, const Scene& scene,
-                                                            int threads, const Metadata& metadata,
-                                                            Status& status);
+                                                            const OutputRules& rules, int threads,
+                                                            const Metadata& metadata, Status& status);
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
     ~OutputFile();
 
     /// Rows of one block of the file.
     [[nodiscard]] std::uint32_t GetBlockRows() const { return blockRows; }
+    /// True when Finish has to copy the whole image.
+    [[nodiscard]] bool IsCopied() const { return format != writtenFormat; }
 
-    /// Writes whole rows, interleaved by pixel and packed.
+    /// Writes the next whole rows, interleaved by pixel and packed, and which of their pixels have data: a
+    /// byte each, or null when all have.
     [[nodiscard]] bool Write(std::uint32_t firstRow, std::uint32_t rows, unsigned char* samples,
-                             Status& status);
-    /// Closes the file and gives it its name.
-    [[nodiscard]] bool Finish(Status& status);
+                             const unsigned char* valid, Status& status);
+    /// Among the pixels written so far.
+    [[nodiscard]] std::uint64_t GetPixelsWithoutData() const { return mask.GetPixelsWithoutData(); }
+    /// Adds the mask, copies if need be, and gives the file its name. `progress` gets the fraction done of
+    /// the copying, may be empty, and cancels by returning false.
+    [[nodiscard]] bool Finish(const std::function<bool(double)>& progress, Status& status);
 
 private:
-    OutputFile(const SharpenRequest& request, const Scene& scene);
+    OutputFile(const SharpenRequest& request, const Scene& scene, const OutputRules& outputRules);
     bool WritePixels(std::uint32_t firstRow, std::uint32_t rows, unsigned char* samples);
     bool TakeTiles(const SharpenRequest& request);
     bool CloseAll();
     void Describe(const Scene& scene, const Metadata& metadata);
-    bool Rename(Status& status);
+    bool AddMask(Status& status);
+    bool Copy(WorkFile& copy, const std::function<bool(double)>& progress, Status& status);
+    bool FailToComplete(const std::string& reason, Status& status) const;
 
     std::string finalName;
-    std::string workName;
     std::string format;
+    std::string writtenFormat;
+    std::vector<std::string> copyOptions;
+    WorkFile workFile;
+    OutputRules rules;
     std::uint32_t columns;
-    std::uint32_t bands;
     std::uint32_t sampleBytes;
     std::uint32_t blockRows = 1;
-    bool isDone = false;
+    OutputMask mask;
     GDALDataset* dataset = nullptr;    ///< null while `tiles` has the file, and when it is closed
     std::unique_ptr<TileWriter> tiles; ///< null when GDAL writes the pixels
 };

@@ -91,6 +91,17 @@ bool SetRawProperties(const SharpenRequest& request, PropertyTexts& properties, 
 
 } // namespace
 
+bool WantsFit(const SharpenRequest& request, const PansharpDescription& plugin) {
+    using KOVA::Tessara::Fundament::StartsWith;
+    if (request.weightSource != WeightSource::Fit || !request.weights.empty()) return false;
+    for (const auto& [name, value] : request.properties)
+        if (StartsWith(name, "BandWeight-", true) || StringsEqual(name, "AdditionalBandWeight", true))
+            return false;
+    Status unknown; // MakeSettings says what is wrong with the method
+    const PansharpMethod* method = hostkit::FindMethod(plugin, request.method, unknown);
+    return method && WeighsBands(*method);
+}
+
 bool MakeSettings(const SharpenRequest& request, Scene& scene, const PansharpDescription& plugin,
                   ProcessSettings& settings, Status& status) {
     const PansharpMethod* method = hostkit::FindMethod(plugin, request.method, status);

@@ -25,6 +25,10 @@ struct ProcessSettings {
     std::optional<double> infraredWeight; ///< that of the infrared band, where the method reads one
 };
 
+/// True when the weights of a request are to be fitted: it gives none, raw ones included, and the method
+/// weighs bands.
+[[nodiscard]] bool WantsFit(const SharpenRequest& request, const PansharpDescription& plugin);
+
 /// Turns a request into process properties; a method that weighs no bands writes those that it needs unless
 /// others are asked for. False with an item when the plug-in has no such method, when the
 /// number of weights is wrong or when a raw property is one that the host keeps to itself.

@@ -1,6 +1,8 @@
 #include "rasterhost/Scene.h"
 
 #include "fundament/Text.h"
+#include "hostkit/RequestRecord.h"
+#include "rasterhost/ScenePart.h"
 
 #include <gdal_priv.h>
 
@@ -15,7 +17,7 @@ using KOVA::Tessara::Pixmere::RasterInfo;
 namespace {
 
 bool OpenPan(const SharpenRequest& request, Scene& scene, Status& status) {
-    scene.pan = InputImage::Open({request.pan}, "pan", status);
+    scene.pan = InputImage::Open({request.pan}, "pan", scene.noData, status);
     if (!scene.pan) return false;
     if (scene.pan->GetBands().size() == 1) return true;
     return Fail(status, HostStatus::InputNotSupported,
@@ -50,8 +52,9 @@ void WarnOfTransparency(const Scene& scene, const Warn& warn) {
     for (const SourceBand& source : scene.multispectral->GetBands())
         if (source.band->GetColorInterpretation() == GCI_AlphaBand)
             warn(FormatString(
-                "band %d of '%s' is marked as transparency; it is fused like any other band: name "
-                "the bands to use, as in FILE,band=1, if it is one",
+                "band %d of '%s' is marked as transparency and holds more than 0 and the largest value: it "
+                "is "
+                "fused like any other band; name the bands to use, as in FILE,band=1, if it is transparency",
                 source.number, source.file.c_str()));
 }
 
@@ -70,6 +73,10 @@ bool MatchGeoreferencing(const InputImage& pan, InputImage& coarse, const char* 
                           pan.GetName().c_str(), coarse.GetName().c_str(), role, coarse.GetInfo().pixelSizeX,
                           coarse.GetInfo().pixelSizeY));
     }
+    if (pan.IsGeoreferenced() && pan.GetProjection().IsEmpty() != coarse.GetProjection().IsEmpty())
+        warn(FormatString("%s has no projection; its coordinates are taken to be in that of %s",
+                          (pan.GetProjection().IsEmpty() ? pan : coarse).GetName().c_str(),
+                          (pan.GetProjection().IsEmpty() ? coarse : pan).GetName().c_str()));
     if (!IsSameProjection(pan.GetProjection(), coarse.GetProjection()))
         return Fail(
             status, HostStatus::InputsDoNotFit,
@@ -108,48 +115,81 @@ bool CheckFit(const InputImage& panImage, const InputImage& coarseImage, Status&
     return true;
 }
 
-/// Narrows the covered pan pixels down to those with data in one more image.
-void CoverBy(const InputImage& coarse, Scene& scene, const Warn& warn) {
+/// Narrows the covered pixels of the part down to those with data in one more image.
+bool CoverBy(const InputImage& coarse, Scene& scene, const Warn& warn, Status& status) {
     const RasterInfo& pan = scene.pan->GetInfo();
     const hostkit::PixelRect has =
         hostkit::CoveredRect(hostkit::PlaceGrids(pan, coarse.GetInfo()), pan, coarse.GetInfo());
     hostkit::PixelRect& covered = scene.covered;
     covered = {std::max(covered.col0, has.col0), std::max(covered.row0, has.row0),
                std::min(covered.col1, has.col1), std::min(covered.row1, has.row1)};
-    const double all = static_cast<double>(pan.cols) * pan.rows;
-    const double bare = all - static_cast<double>(has.GetColumns()) * has.GetRows();
+    if (covered.IsEmpty())
+        return Fail(status, HostStatus::InputsDoNotFit,
+                    FormatString("%s has no data for %s; are the inputs of the same scene?",
+                                 coarse.GetName().c_str(),
+                                 scene.part == hostkit::WholeImage(pan) ? scene.pan->GetName().c_str()
+                                                                        : "the part asked for"));
+    const auto area = [](const hostkit::PixelRect& rect) {
+        return static_cast<double>(rect.GetColumns()) * rect.GetRows();
+    };
+    const hostkit::PixelRect& part = scene.part;
+    const hostkit::PixelRect within = {std::max(part.col0, has.col0), std::max(part.row0, has.row0),
+                                       std::min(part.col1, has.col1), std::min(part.row1, has.row1)};
+    const double bare = area(part) - (within.IsEmpty() ? 0.0 : area(within));
     if (bare > 0.0)
         warn(FormatString(
-            "%.0f pan pixels (%.3g %%) lie more than one pixel of it outside %s; they become 0 in the "
-            "output",
-            bare, 100.0 * bare / all, coarse.GetName().c_str()));
+            "%.0f pan pixels (%.3g %%) lie more than one pixel of it outside %s; they have no data in "
+            "the output",
+            bare, 100.0 * bare / area(part), coarse.GetName().c_str()));
+    return true;
 }
 
 bool PlaceImage(InputImage& coarse, const char* role, Scene& scene, const Warn& warn, Status& status) {
     if (!MatchGeoreferencing(*scene.pan, coarse, role, warn, status) || !CheckFit(*scene.pan, coarse, status))
         return false;
-    CoverBy(coarse, scene, warn);
-    return true;
+    return CoverBy(coarse, scene, warn, status);
 }
 
-bool OpenInfrared(const InputBand& input, Scene& scene, const Warn& warn, Status& status) {
-    scene.infrared = InputImage::Open({input}, "infrared", status);
+bool OpenInfrared(const SharpenRequest& request, Scene& scene, const Warn& warn, Status& status) {
+    scene.infrared = InputImage::Open({*request.infrared}, "infrared", scene.noData, status);
     if (!scene.infrared) return false;
     if (scene.infrared->GetBands().size() != 1)
         return Fail(status, HostStatus::InputNotSupported,
                     FormatString("the infrared file %s has %d bands; name one, as in FILE,band=1",
                                  scene.infrared->GetName().c_str(),
                                  static_cast<int>(scene.infrared->GetBands().size())));
-    if (!PlaceImage(*scene.infrared, "an infrared", scene, warn, status)) return false;
-    const hostkit::PixelRect& covered = scene.covered;
-    return (covered.col0 < covered.col1 && covered.row0 < covered.row1) ||
-           Fail(status, HostStatus::InputsDoNotFit,
-                FormatString("%s, %s and %s have no part in common; are they of the same scene?",
-                             scene.pan->GetName().c_str(), scene.multispectral->GetName().c_str(),
-                             scene.infrared->GetName().c_str()));
+    return PlaceImage(*scene.infrared, "an infrared", scene, warn, status);
+}
+
+/// What the results may reach: the request's depth, or the greatest that an input uses.
+bool FindDepth(const SharpenRequest& request, Scene& scene, Status& status) {
+    const std::uint32_t bits = scene.pan->GetInfo().bitsPerBand;
+    if (request.bitDepth && bits != 16)
+        return Fail(
+            status, HostStatus::RequestInvalid,
+            FormatString("a bit depth of %d was asked for, and %s has %u bits per sample; --bit-depth is "
+                         "for 16-bit files",
+                         *request.bitDepth, scene.pan->GetName().c_str(), bits));
+    for (const InputImage* image : {scene.pan.get(), scene.multispectral.get(), scene.infrared.get()})
+        if (image) scene.bitDepth = std::max(scene.bitDepth, image->GetBitDepth());
+    if (request.bitDepth) scene.bitDepth = static_cast<std::uint32_t>(*request.bitDepth);
+    return true;
+}
+
+bool FindResampling(const SharpenRequest& request, Scene& scene, Status& status) {
+    if (request.resampling == "cubic") scene.resampling = hostkit::Resampling::Cubic;
+    return request.resampling == "bilinear" || request.resampling == "cubic" ||
+           Fail(status, HostStatus::RequestInvalid,
+                FormatString("there is no resampling '%s'; bilinear and cubic are there",
+                             request.resampling.c_str()));
 }
 
 } // namespace
+
+bool Scene::MayLackData() const {
+    return covered != part || pan->MayLackData() || multispectral->MayLackData() ||
+           (infrared && infrared->MayLackData());
+}
 
 void Scene::KeepFirstBands(std::uint32_t count) {
     bandOrder.resize(count);
@@ -160,13 +200,17 @@ void Scene::KeepFirstBands(std::uint32_t count) {
 
 std::unique_ptr<Scene> OpenScene(const SharpenRequest& request, const Warn& warn, Status& status) {
     auto scene = std::make_unique<Scene>();
-    if (!OpenPan(request, *scene, status)) return nullptr;
-    scene->covered = {0, 0, scene->pan->GetInfo().cols, scene->pan->GetInfo().rows};
-    scene->multispectral = InputImage::Open(request.multispectral, "multispectral", status);
+    scene->noData = {request.noData, request.ignoreNoData};
+    if (!FindResampling(request, *scene, status) || !OpenPan(request, *scene, status) ||
+        !ChoosePart(request, *scene, warn, status))
+        return nullptr;
+    scene->covered = scene->part;
+    scene->multispectral = InputImage::Open(request.multispectral, "multispectral", scene->noData, status);
     if (!scene->multispectral || !OrderBands(request.bands, *scene, status) ||
         !PlaceImage(*scene->multispectral, "a multispectral", *scene, warn, status))
         return nullptr;
-    if (request.infrared && !OpenInfrared(*request.infrared, *scene, warn, status)) return nullptr;
+    if (request.infrared && !OpenInfrared(request, *scene, warn, status)) return nullptr;
+    if (!FindDepth(request, *scene, status)) return nullptr;
     WarnOfTransparency(*scene, warn);
     return scene;
 }

@@ -17,11 +17,17 @@ struct Scene {
     std::unique_ptr<InputImage> pan;
     std::unique_ptr<InputImage> multispectral; ///< bands to write first, in the order wanted
     std::unique_ptr<InputImage> infrared;      ///< one band; null without one
-    hostkit::PixelRect covered;                ///< the pan pixels that have multispectral and infrared data
+    hostkit::PixelRect part;                   ///< the pan pixels to fuse
+    hostkit::PixelRect covered;                ///< those of them that have multispectral and infrared data
+    NoDataOptions noData;
+    hostkit::Resampling resampling = hostkit::Resampling::Bilinear;
+    std::uint32_t bitDepth = 0; ///< of the results
     /// For every band of `multispectral` its position in the request, counted from 0.
     std::vector<std::size_t> bandOrder;
     std::uint32_t outputBands = 0;
 
+    /// False when every pixel of the part is known to have data in all images.
+    [[nodiscard]] bool MayLackData() const;
     /// Leaves out all bands but the first ones in the order wanted.
     void KeepFirstBands(std::uint32_t count);
 };

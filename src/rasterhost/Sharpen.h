@@ -1,7 +1,9 @@
 #pragma once
 
 #include "fundament/Status.h"
+#include "rasterhost/WeightFit.h"
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -20,6 +22,12 @@ struct InputBand {
     std::optional<int> band;
 };
 
+/// Where weights come from that a request does not give.
+enum class WeightSource {
+    Fit,  ///< fitted to the images, where the method weighs bands and no raw property sets a weight
+    Equal ///< 1 / n each, the infrared band counted
+};
+
 /// What to fuse and how. Defaults are those of the command.
 struct SharpenRequest {
     InputBand pan;
@@ -31,14 +39,29 @@ struct SharpenRequest {
     bool overwrite = false;
 
     std::string method = "KOVA";
-    /// Effective weights of the multispectral bands in the simulated pan, in their order; empty for equal
-    /// weights.
+    /// Effective weights of the multispectral bands in the simulated pan, in their order; empty for those of
+    /// `weightSource`.
     std::vector<double> weights;
     std::optional<double> infraredWeight;
+    WeightSource weightSource = WeightSource::Fit;
     /// Multispectral bands to write, counted from 1, in order; empty for all.
     std::vector<int> bands;
     /// Raw process properties, set last.
     std::vector<std::pair<std::string, std::string>> properties;
+
+    /// "bilinear", or "cubic": convolution with a = -0.5, clamped at the edges.
+    std::string resampling = "bilinear";
+    /// Part of the scene in map units of pan (left, top, right, bottom), snapped to whole pan pixels; all of
+    /// pan without it. Its pixels are those that the whole would have there.
+    std::optional<std::array<double, 4>> part;
+    /// Depth of the samples within 16-bit files, 9 to 16; without it what the files declare, else the whole
+    /// depth. No result is larger.
+    std::optional<int> bitDepth;
+
+    /// The value that means no data in all inputs, whatever they declare.
+    std::optional<double> noData;
+    bool ignoreNoData = false; ///< all samples are data
+    bool alpha = false;        ///< writes a last band that tells where there is data
 
     std::string plugin;           ///< path of the plug-in; empty for the installed one
     int threads = 0;              ///< 0 for one a processor
@@ -59,14 +82,22 @@ struct SharpenReport {
     std::uint32_t rows = 0;
     std::uint32_t bands = 0;
     std::uint32_t bitsPerSample = 0; ///< of the file's samples
-    double ratio = 0.0;              ///< multispectral pixel width over pan pixel width
+    std::uint32_t bitDepth = 0;      ///< of the values in them
+    std::string resampling;
+    double ratio = 0.0; ///< multispectral pixel width over pan pixel width
     std::vector<double> effectiveWeights;
     std::optional<double> infraredWeight;
+    std::optional<WeightFit> fit; ///< where the weights were fitted
     int threads = 0;
     std::uint32_t windowRows = 0;
     double seconds = 0.0;
     /// Samples at 0 and at the largest value, for each output band.
     std::vector<std::pair<std::uint64_t, std::uint64_t>> samplesAtLimits;
+    std::uint64_t pixelsWithoutData = 0;
+    /// How the output tells where they are: "value", "mask", "alpha", or "none" when there are none and no
+    /// value is declared.
+    std::string noDataBy;
+    std::optional<std::uint32_t> noDataValue;
     std::vector<std::string> warnings;
     bool cancelled = false;
 };

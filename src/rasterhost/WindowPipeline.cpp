@@ -1,7 +1,5 @@
 #include "rasterhost/WindowPipeline.h"
 
-#include "rasterhost/CollarWatch.h"
-
 #include <oneapi/tbb/global_control.h>
 #include <oneapi/tbb/parallel_pipeline.h>
 #include <oneapi/tbb/task_arena.h>
@@ -38,10 +36,8 @@ void Attempt(Job& job, Stage stage) {
 class PipelineRun {
 public:
     PipelineRun(const WindowPlan& windows, std::vector<std::unique_ptr<FusionSlot>>& fusionSlots,
-                const KOVA::Tessara::Pixmere::RasterInfo& multispectral, OutputFile& outputFile,
-                const std::function<bool(double)>& report)
-        : plan(windows), output(outputFile), progress(report), collar(multispectral),
-          jobs(fusionSlots.size()) {
+                OutputFile& outputFile, const std::function<bool(double)>& report)
+        : plan(windows), output(outputFile), progress(report), jobs(fusionSlots.size()) {
         for (std::size_t i = 0; i < jobs.size(); ++i) {
             jobs[i].slot = fusionSlots[i].get();
             freeJobs.push_back(&jobs[i]);
@@ -70,7 +66,6 @@ public:
                                                                     [this](Job* job) { Write(*job); }));
         });
         result.tally = tally;
-        result.collar = collar.GetShareOfZeros();
         result.wasCancelled = isCancelled;
         status.Append(reasons);
         return !hasStopped;
@@ -92,9 +87,7 @@ private:
         job->reasons = {};
         Attempt(*job, [&] {
             const std::lock_guard lock(fileMutex);
-            if (!job->slot->Read(firstRow, nextRow, job->reasons)) return false;
-            collar.See(job->slot->GetMultispectralBlock());
-            return true;
+            return job->slot->Read(plan.firstRow + firstRow, plan.firstRow + nextRow, job->reasons);
         });
         return job;
     }
@@ -117,16 +110,18 @@ private:
     }
 
     bool WriteWindow(FusionSlot& slot, Status& status) {
+        const std::uint32_t firstRow = slot.GetFirstRow() - plan.firstRow;
         {
             const std::lock_guard lock(fileMutex);
-            if (!output.Write(slot.GetFirstRow(), slot.GetRows(), slot.GetOutput(), status)) return false;
+            if (!output.Write(firstRow, slot.GetRows(), slot.GetOutput(), slot.GetValid(), status))
+                return false;
         }
         tally.resize(slot.GetTally().size());
         for (std::size_t band = 0; band < tally.size(); ++band) {
             tally[band].first += slot.GetTally()[band].first;
             tally[band].second += slot.GetTally()[band].second;
         }
-        const double done = static_cast<double>(slot.GetFirstRow() + slot.GetRows()) / plan.rows;
+        const double done = static_cast<double>(firstRow + slot.GetRows()) / plan.rows;
         isCancelled = progress && !progress(done);
         return !isCancelled;
     }
@@ -134,7 +129,6 @@ private:
     const WindowPlan plan;
     OutputFile& output;
     const std::function<bool(double)>& progress;
-    CollarWatch collar;
     LimitTally tally;
     Status reasons;
     bool isCancelled = false;
@@ -151,9 +145,9 @@ private:
 } // namespace
 
 bool FuseWindows(const WindowPlan& plan, std::vector<std::unique_ptr<FusionSlot>>& fusionSlots,
-                 const KOVA::Tessara::Pixmere::RasterInfo& multispectral, OutputFile& output,
-                 const std::function<bool(double)>& progress, PipelineResult& result, Status& status) {
-    PipelineRun run(plan, fusionSlots, multispectral, output, progress);
+                 OutputFile& output, const std::function<bool(double)>& progress, PipelineResult& result,
+                 Status& status) {
+    PipelineRun run(plan, fusionSlots, output, progress);
     return run.Run(result, status);
 }
 

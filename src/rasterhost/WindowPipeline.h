@@ -5,21 +5,19 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <vector>
 
 namespace rasterhost {
 
 struct WindowPlan {
-    std::uint32_t rows = 0;       ///< of the scene
+    std::uint32_t firstRow = 0;   ///< of pan
+    std::uint32_t rows = 0;       ///< to fuse from there on
     std::uint32_t windowRows = 0; ///< of a window; the last may have fewer
     int threads = 1;
 };
 
 struct PipelineResult {
     LimitTally tally;
-    /// Share of the multispectral image's edge that was 0 in all bands, when it is worth a warning.
-    std::optional<double> collar;
     bool wasCancelled = false;
 };
 
@@ -28,8 +26,7 @@ struct PipelineResult {
 /// and may be empty. False when a stage failed, with the items of the first window that did, and when
 /// `progress` returned false. Nothing is under way any more when it returns.
 [[nodiscard]] bool FuseWindows(const WindowPlan& plan, std::vector<std::unique_ptr<FusionSlot>>& fusionSlots,
-                               const KOVA::Tessara::Pixmere::RasterInfo& multispectral, OutputFile& output,
-                               const std::function<bool(double)>& progress, PipelineResult& result,
-                               Status& status);
+                               OutputFile& output, const std::function<bool(double)>& progress,
+                               PipelineResult& result, Status& status);
 
 } // namespace rasterhost

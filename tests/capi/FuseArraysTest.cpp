@@ -1,126 +1,57 @@
-#include "StridedImage.h"
+#include "Scene.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <memory>
-#include <optional>
 #include <stdexcept>
 #include <thread>
 
 namespace {
 
 using namespace testcapi;
+using enum Shape;
 using testing::HasSubstr;
 
-using Library = std::unique_ptr<pansharp, decltype(&pansharp_close)>;
-
-Library Open() {
-    char error[2000];
-    Library library(pansharp_open(PANSHARP_PLUGIN_FILE, error, sizeof error), &pansharp_close);
-    EXPECT_NE(library, nullptr) << error;
-    return library;
-}
-
-/// Images with a job that fuses them.
-struct Scene {
-    struct Size {
-        std::uint32_t columns, rows;
-    };
-    Scene(std::uint32_t bits, Size panSize, Size msSize, std::uint32_t bands, Shape inputs, Shape outputs,
-          std::vector<std::uint32_t> writtenBands = {})
-        : place{msSize.columns, panSize.columns, msSize.rows, panSize.rows}, written(std::move(writtenBands)),
-          pan(inputs, bits, panSize.columns, panSize.rows, 1),
-          ms(inputs, bits, msSize.columns, msSize.rows, bands),
-          out(outputs, bits, panSize.columns, panSize.rows,
-              written.empty() ? bands : static_cast<std::uint32_t>(written.size())) {
-        pan.Fill(bits + 1);
-        ms.Fill(bits + 2);
-        pansharp_job_init(&job, sizeof job);
-        job.bits_per_sample = bits;
-        job.pan = pan.Image();
-        job.multispectral = ms.Image();
-        job.output = out.Output();
-        if (!written.empty()) {
-            job.output_bands = written.data();
-            job.output_band_count = static_cast<std::uint32_t>(written.size());
-        }
-    }
-
-    /// Every band moved by what pan differs from the weighted sum of all bands, or multiplied by their ratio.
-    [[nodiscard]] std::vector<unsigned> Expected(std::vector<double> weights, bool ratio = false) const {
-        const std::uint32_t bands = ms.bands + (infrared ? 1 : 0);
-        if (weights.empty()) weights.assign(bands, 1.0 / bands);
-        std::vector<unsigned> expected;
-        std::vector<double> values(bands);
-        for (std::uint32_t r = 0; r < pan.rows; ++r)
-            for (std::uint32_t c = 0; c < pan.columns; ++c) {
-                double sum = 0;
-                for (std::uint32_t b = 0; b < bands; ++b) {
-                    values[b] = b < ms.bands ? Interpolate(ms, place, c, r, b)
-                                             : Interpolate(*infrared, infraredPlace, c, r, 0);
-                    sum += values[b] * weights[b];
-                }
-                const double sharp = pan.Get(c, r, 0);
-                for (std::uint32_t i = 0; i < out.bands; ++i) {
-                    const double value = values[written.empty() ? i : written[i] - 1];
-                    expected.push_back(ratio ? Stored(sum != 0 ? value * (sharp / sum) : 0)
-                                             : Stored(value + (sharp - sum) + 0.5));
-                }
-            }
-        return expected;
-    }
-    [[nodiscard]] unsigned Stored(double value) const {
-        const double largest = ms.sampleBytes == 1 ? 255 : 65535;
-        return static_cast<unsigned>(value < 0 ? 0 : value > largest ? largest : value);
-    }
-
-    void AddInfrared(Shape shape, Size size) {
-        infrared.emplace(shape, ms.sampleBytes * 8, size.columns, size.rows, 1);
-        infrared->Fill(77);
-        infraredPlace = {size.columns, pan.columns, size.rows, pan.rows};
-        job.infrared = infrared->Image();
-    }
-
-    Placement place;
-    std::vector<std::uint32_t> written;
-    StridedImage pan, ms, out;
-    std::optional<StridedImage> infrared;
-    Placement infraredPlace{};
-    pansharp_job job;
-};
-
 TEST(FuseArrays, EqualsTheDefinition) {
-    const struct {
+    struct Case {
         std::uint32_t bits;
         Scene::Size pan, ms;
         std::uint32_t bands;
         Shape inputs, outputs;
-        std::vector<double> weights;
-        std::vector<std::uint32_t> written;
-        std::uint32_t threads;
-    } cases[] = {
-        {8, {40, 70}, {10, 35}, 3, Shape::Packed, Shape::Packed, {}, {}, 1},
-        {16, {40, 70}, {10, 35}, 4, Shape::Packed, Shape::Packed, {0.1, 0.2, 0.3, 0.4}, {}, 3},
-        {8, {33, 65}, {11, 13}, 4, Shape::Planar, Shape::Lines, {0.5, -0.25, 0.25, 0.5}, {4, 1}, 4},
-        {16, {33, 65}, {11, 13}, 2, Shape::Gaps, Shape::Gaps, {}, {2, 1, 2}, 2},
-        {16, {25, 47}, {10, 20}, 1, Shape::Mirrored, Shape::Planar, {1.25}, {}, 2},
-        {8, {25, 47}, {25, 47}, 3, Shape::Lines, Shape::Mirrored, {}, {}, 0}, // on the grid of pan
-        {8, {1, 1}, {1, 1}, 1, Shape::Gaps, Shape::Gaps, {}, {}, 8},
+        std::vector<double> weights = {}; // the infrared one last
+        std::vector<std::uint32_t> written = {};
+        std::uint32_t threads = 0;
+        const char* method = "KOVA";
+        Scene::Size infrared = {};
+    };
+    const Case cases[] = {
+        {8, {40, 70}, {10, 35}, 3, Packed, Packed, {}, {}, 1},
+        {16, {40, 70}, {10, 35}, 4, Packed, Packed, {0.1, 0.2, 0.3, 0.4}, {}, 3},
+        {8, {33, 65}, {11, 13}, 4, Planar, Lines, {0.5, -0.25, 0.25, 0.5}, {4, 1}, 4},
+        {16, {33, 65}, {11, 13}, 2, Gaps, Gaps, {}, {2, 1, 2}, 2},
+        {16, {25, 47}, {10, 20}, 1, Mirrored, Planar, {1.25}, {}, 2},
+        {8, {25, 47}, {25, 47}, 3, Lines, Mirrored}, // on the grid of pan
+        {8, {1, 1}, {1, 1}, 1, Gaps, Gaps, {}, {}, 8},
+        // Brovey scales the weights it is given, by 3 in the second; what counts is what a caller asked for.
+        {16, {24, 40}, {12, 10}, 5, Lines, Packed, {}, {1, 5}, 0, "Brovey"},
+        {16, {24, 40}, {12, 10}, 5, Lines, Packed, {0.375, 0.28125, 0.1875, 0, 0.1875}, {}, 0, "Brovey"},
+        {16, {24, 40}, {12, 10}, 5, Lines, Packed, {0.1, 0.2, 0.3, 0.2, 0.2}, {1, 5}, 0, "Brovey"},
+        // The infrared band takes part in the sum.
+        {8, {24, 40}, {12, 10}, 3, Planar, Packed, {}, {}, 0, "KOVA", {8, 10}},
+        {8, {24, 40}, {12, 10}, 3, Planar, Packed, {0.3, 0.3, 0.3, 0.1}, {}, 0, "KOVA", {8, 10}},
+        {8, {24, 40}, {12, 10}, 3, Planar, Packed, {0.4, 0.3, 0.2, 0.1}, {}, 0, "Brovey", {8, 10}},
     };
     const Library library = Open();
-    for (const auto& c : cases) {
+    for (const Case& c : cases) {
+        SCOPED_TRACE(&c - cases);
         Scene scene(c.bits, c.pan, c.ms, c.bands, c.inputs, c.outputs, c.written);
         scene.job.threads = c.threads;
-        if (!c.weights.empty()) {
-            scene.job.weights = c.weights.data();
-            scene.job.weight_count = static_cast<std::uint32_t>(c.weights.size());
-        }
-        SCOPED_TRACE(&c - cases);
-        char error[2000] = "old";
-        ASSERT_EQ(pansharp_fuse(library.get(), &scene.job, error, sizeof error), PANSHARP_OK) << error;
-        EXPECT_STREQ(error, "");
-        EXPECT_EQ(scene.out.Samples(), scene.Expected(c.weights));
+        scene.job.method = c.method;
+        if (c.infrared.rows) scene.AddInfrared(Gaps, c.infrared);
+        scene.SetWeights(c.weights);
+        std::strcpy(scene.error, "old");
+        ASSERT_EQ(scene.Fuse(library.get()), PANSHARP_OK) << scene.error;
+        EXPECT_STREQ(scene.error, "");
+        EXPECT_EQ(scene.out.Samples(), scene.Expected(c.weights, c.method));
         EXPECT_TRUE(scene.out.GapsAreUntouched());
         EXPECT_TRUE(scene.ms.GapsAreUntouched());
     }
@@ -138,51 +69,13 @@ TEST(FuseArrays, PlacesTheCoarseImage) {
     };
     const Library library = Open();
     for (const auto& c : cases) {
-        Scene scene(16, {20, 36}, {13, 15}, 3, Shape::Planar, Shape::Packed);
+        Scene scene(16, {20, 36}, {13, 15}, 3, Planar, Packed);
         scene.place = c.place;
         scene.job.multispectral.pixel_width = scene.job.multispectral.pixel_height = c.pixelSize;
         scene.job.multispectral.offset_x = c.offsetX;
         scene.job.multispectral.offset_y = c.offsetY;
-        scene.job.method = "kova";
-        char error[2000];
-        ASSERT_EQ(pansharp_fuse(library.get(), &scene.job, error, sizeof error), PANSHARP_OK) << error;
-        EXPECT_EQ(scene.out.Samples(), scene.Expected({})) << c.pixelSize;
-    }
-}
-
-// Brovey scales the weights it is given, by 3 here; what counts is what a caller asked for.
-TEST(FuseArrays, WeightsMeanTheSameToBrovey) {
-    const Library library = Open();
-    for (const std::vector<double>& weights :
-         {std::vector<double>{}, {0.375, 0.28125, 0.1875, 0, 0.1875}, {0.1, 0.2, 0.3, 0.2, 0.2}}) {
-        Scene scene(16, {24, 40}, {12, 10}, 5, Shape::Lines, Shape::Packed, {1, 5});
-        scene.job.method = "brovey";
-        scene.job.weights = weights.empty() ? nullptr : weights.data();
-        scene.job.weight_count = static_cast<std::uint32_t>(weights.size());
-        char error[2000];
-        ASSERT_EQ(pansharp_fuse(library.get(), &scene.job, error, sizeof error), PANSHARP_OK) << error;
-        EXPECT_EQ(scene.out.Samples(), scene.Expected(weights, true));
-    }
-}
-
-TEST(FuseArrays, InfraredTakesPartInTheSum) {
-    const struct {
-        const char* method;
-        std::vector<double> weights; // the infrared one last
-    } cases[] = {{"KOVA", {}}, {"KOVA", {0.3, 0.3, 0.3, 0.1}}, {"Brovey", {0.4, 0.3, 0.2, 0.1}}};
-    const Library library = Open();
-    for (const auto& c : cases) {
-        Scene scene(8, {24, 40}, {12, 10}, 3, Shape::Planar, Shape::Packed);
-        scene.AddInfrared(Shape::Gaps, {8, 10});
-        scene.job.method = c.method;
-        if (!c.weights.empty()) {
-            scene.job.weights = c.weights.data();
-            scene.job.weight_count = 3;
-            scene.job.infrared_weight = &c.weights[3];
-        }
-        char error[2000];
-        ASSERT_EQ(pansharp_fuse(library.get(), &scene.job, error, sizeof error), PANSHARP_OK) << error;
-        EXPECT_EQ(scene.out.Samples(), scene.Expected(c.weights, std::string(c.method) == "Brovey"));
+        ASSERT_EQ(scene.Fuse(library.get()), PANSHARP_OK) << scene.error;
+        EXPECT_EQ(scene.out.Samples(), scene.Expected()) << c.pixelSize;
     }
 }
 
@@ -190,8 +83,8 @@ TEST(FuseArrays, InfraredTakesPartInTheSum) {
 TEST(FuseArrays, TileGetsThePixelsOfTheWhole) {
     constexpr std::uint32_t column = 13, row = 22, columns = 20, rows = 17;
     const Library library = Open();
-    Scene whole(16, {60, 90}, {20, 30}, 3, Shape::Planar, Shape::Packed);
-    StridedImage tile(Shape::Packed, 16, columns, rows, 3);
+    Scene whole(16, {60, 90}, {20, 30}, 3, Planar, Packed);
+    StridedImage tile(Packed, 16, columns, rows, 3);
     pansharp_job job = whole.job;
     const auto at = [](const pansharp_image& image, std::uint32_t c, std::uint32_t r) {
         return static_cast<const unsigned char*>(image.samples) + c * image.pixel_stride +
@@ -207,9 +100,9 @@ TEST(FuseArrays, TileGetsThePixelsOfTheWhole) {
     job.multispectral.offset_x = column / 3.0 - 2;
     job.multispectral.offset_y = row / 3.0 - 5;
     job.output = tile.Output();
-    char error[2000];
-    ASSERT_EQ(pansharp_fuse(library.get(), &whole.job, error, sizeof error), PANSHARP_OK) << error;
-    ASSERT_EQ(pansharp_fuse(library.get(), &job, error, sizeof error), PANSHARP_OK) << error;
+    ASSERT_EQ(whole.Fuse(library.get()), PANSHARP_OK) << whole.error;
+    ASSERT_EQ(pansharp_fuse(library.get(), &job, whole.error, sizeof whole.error), PANSHARP_OK)
+        << whole.error;
     for (std::uint32_t r = 0; r < rows; ++r)
         for (std::uint32_t c = 0; c < columns; ++c)
             for (std::uint32_t b = 0; b < 3; ++b)
@@ -223,16 +116,14 @@ TEST(FuseArrays, ServesSeveralThreadsAtOnce) {
     for (std::uint32_t i = 0; i < right.size(); ++i)
         callers.emplace_back([&, i] {
             const std::uint32_t bits = i % 2 == 0 ? 8 : 16;
-            Scene scene(bits, {30 + i, 150}, {10, 50}, 1 + i, Shape::Planar, Shape::Packed);
+            Scene scene(bits, {30 + i, 150}, {10, 50}, 1 + i, Planar, Packed);
             scene.job.threads = 1 + i % 3;
             // Strides of packed samples may be left out.
             scene.job.pan.row_stride = scene.job.pan.pixel_stride = scene.job.pan.band_stride = 0;
             scene.job.output.row_stride = scene.job.output.pixel_stride = scene.job.output.band_stride = 0;
-            const auto expected = scene.Expected({});
+            const auto expected = scene.Expected();
             for (int run = 0; run < 5; ++run)
-                if (pansharp_fuse(library.get(), &scene.job, nullptr, 0) == PANSHARP_OK &&
-                    scene.out.Samples() == expected)
-                    ++right[i];
+                right[i] += scene.Fuse(library.get()) == PANSHARP_OK && scene.out.Samples() == expected;
         });
     for (std::thread& caller : callers)
         caller.join();
@@ -257,18 +148,17 @@ struct Progress {
 TEST(FuseArrays, IsCancelledByTheCallback) {
     const Library library = Open();
     for (const std::uint32_t threads : {1u, 4u}) {
-        Scene scene(8, {50, 2000}, {25, 1000}, 3, Shape::Packed, Shape::Packed);
+        Scene scene(8, {50, 2000}, {25, 1000}, 3, Packed, Packed);
         Progress progress;
         progress.cancelAt = 1;
         scene.job.threads = threads;
         scene.job.progress = &Progress::Note;
         scene.job.progress_data = &progress;
-        char error[200];
-        const int result = pansharp_fuse(library.get(), &scene.job, error, sizeof error);
+        const pansharp_result result = scene.Fuse(library.get());
         ASSERT_EQ(progress.rows.size(), 1u);           // it is not asked again
         if (threads == 1 || progress.rows[0] < 2000) { // else the others were done before it was asked
             EXPECT_EQ(result, PANSHARP_CANCELLED);
-            EXPECT_THAT(error, HasSubstr("of 2000 rows"));
+            EXPECT_THAT(scene.error, HasSubstr("of 2000 rows"));
         }
         if (threads == 1) {
             EXPECT_EQ(scene.out.Get(49, 1999, 0), 0xA5u) << "the rest was not left alone";
@@ -276,8 +166,8 @@ TEST(FuseArrays, IsCancelledByTheCallback) {
 
         progress = {};
         progress.cancelAt = 2000; // with the last row: there is nothing left to be cancelled
-        EXPECT_EQ(pansharp_fuse(library.get(), &scene.job, error, sizeof error), PANSHARP_OK);
-        EXPECT_EQ(scene.out.Samples(), scene.Expected({}));
+        EXPECT_EQ(scene.Fuse(library.get()), PANSHARP_OK);
+        EXPECT_EQ(scene.out.Samples(), scene.Expected());
         ASSERT_FALSE(progress.rows.empty());
         EXPECT_TRUE(std::is_sorted(progress.rows.begin(), progress.rows.end(), std::less_equal<>()));
         EXPECT_EQ(progress.rows.back(), 2000u);
@@ -288,14 +178,13 @@ TEST(FuseArrays, IsCancelledByTheCallback) {
 
 TEST(FuseArrays, ExceptionOfTheCallbackStaysInside) {
     const Library library = Open();
-    Scene scene(8, {50, 2000}, {25, 1000}, 3, Shape::Packed, Shape::Packed);
+    Scene scene(8, {50, 2000}, {25, 1000}, 3, Packed, Packed);
     scene.job.threads = 3;
     scene.job.progress = [](std::uint32_t, std::uint32_t, void*) -> int {
         throw std::runtime_error("the window was closed");
     };
-    char error[200];
-    EXPECT_EQ(pansharp_fuse(library.get(), &scene.job, error, sizeof error), PANSHARP_FAILED);
-    EXPECT_STREQ(error, "the window was closed");
+    EXPECT_EQ(scene.Fuse(library.get()), PANSHARP_FAILED);
+    EXPECT_STREQ(scene.error, "the window was closed");
 }
 
 } // namespace

@@ -1,43 +1,19 @@
-#include "StridedImage.h"
+#include "Scene.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <functional>
 #include <limits>
-#include <memory>
 
 namespace {
 
 using namespace testcapi;
 using testing::HasSubstr;
 
-/// Images of a valid job: pan of 8 x 6 pixels, three bands of 4 x 3 pixels, 16 bits.
-struct Images {
-    StridedImage pan{Shape::Packed, 16, 8, 6, 1};
-    StridedImage ms{Shape::Packed, 16, 4, 3, 3};
-    StridedImage out{Shape::Packed, 16, 8, 6, 3};
-    pansharp_job job;
-
-    Images() {
-        pan.Fill(1);
-        ms.Fill(2);
-        pansharp_job_init(&job, sizeof job);
-        job.bits_per_sample = 16;
-        job.pan = pan.Image();
-        job.multispectral = ms.Image();
-        job.output = out.Output();
-    }
-};
-
-class FuseJob : public testing::Test {
-protected:
-    void SetUp() override {
-        char error[2000];
-        library.reset(pansharp_open(PANSHARP_PLUGIN_FILE, error, sizeof error));
-        ASSERT_NE(library, nullptr) << error;
-    }
-    std::unique_ptr<pansharp, decltype(&pansharp_close)> library{nullptr, &pansharp_close};
+/// A valid job: pan of 8 x 6 pixels, three bands of 4 x 3 pixels, 16 bits.
+struct FuseJob : testing::Test {
+    const Library library = Open();
+    Scene scene{16, {8, 6}, {4, 3}, 3, Shape::Packed, Shape::Packed};
 };
 
 constexpr std::ptrdiff_t farthest = std::numeric_limits<std::ptrdiff_t>::max();
@@ -89,22 +65,20 @@ TEST_F(FuseJob, RefusesWhatContradictsItself) {
         {[](auto& job) { job.infrared_weight = two; }, "there is no infrared band"},
     };
     for (const auto& c : cases) {
-        Images images;
-        const auto before = images.out.Samples();
-        c.change(images.job);
-        char error[2000] = "";
-        EXPECT_EQ(pansharp_fuse(library.get(), &images.job, error, sizeof error), PANSHARP_BAD_ARGUMENT)
-            << c.says;
-        EXPECT_THAT(error, HasSubstr(c.says));
-        EXPECT_EQ(images.out.Samples(), before) << c.says;
+        const auto before = scene.out.Samples();
+        const pansharp_job valid = scene.job;
+        c.change(scene.job);
+        EXPECT_EQ(scene.Fuse(library.get()), PANSHARP_BAD_ARGUMENT) << c.says;
+        EXPECT_THAT(scene.error, HasSubstr(c.says));
+        EXPECT_EQ(scene.out.Samples(), before) << c.says;
+        scene.job = valid;
     }
 }
 
 TEST_F(FuseJob, RefusesNull) {
-    Images images;
+    EXPECT_EQ(scene.Fuse(nullptr), PANSHARP_BAD_ARGUMENT);
+    EXPECT_THAT(scene.error, HasSubstr("library is null"));
     char error[200];
-    EXPECT_EQ(pansharp_fuse(nullptr, &images.job, error, sizeof error), PANSHARP_BAD_ARGUMENT);
-    EXPECT_THAT(error, HasSubstr("library is null"));
     EXPECT_EQ(pansharp_fuse(library.get(), nullptr, error, sizeof error), PANSHARP_BAD_ARGUMENT);
     EXPECT_THAT(error, HasSubstr("job is null"));
     EXPECT_EQ(pansharp_fuse(nullptr, nullptr, nullptr, 0), PANSHARP_BAD_ARGUMENT);
@@ -114,14 +88,13 @@ TEST_F(FuseJob, RefusesNull) {
 
 // A caller that was built against a header with more members.
 TEST_F(FuseJob, TakesALongerStructureWhoseRestIsUnused) {
-    Images images;
     struct {
         pansharp_job job;
         void* more[2];
-    } longer{images.job, {}};
+    } longer{scene.job, {}};
     longer.job.struct_size = sizeof longer;
     EXPECT_EQ(pansharp_fuse(library.get(), &longer.job, nullptr, 0), PANSHARP_OK);
-    longer.more[1] = &images;
+    longer.more[1] = &scene;
     char error[200];
     EXPECT_EQ(pansharp_fuse(library.get(), &longer.job, error, sizeof error), PANSHARP_BAD_ARGUMENT);
     EXPECT_THAT(error, HasSubstr("install a newer one"));

@@ -22,48 +22,36 @@ public:
         : columns(imageColumns), rows(imageRows), bands(imageBands), sampleBytes(bits / 8) {
         const auto c = static_cast<std::ptrdiff_t>(columns), r = static_cast<std::ptrdiff_t>(rows);
         const auto b = static_cast<std::ptrdiff_t>(bands), s = static_cast<std::ptrdiff_t>(sampleBytes);
-        switch (shape) {
-        case Shape::Packed:
-            SetStrides(c * b * s, b * s, s, 0);
-            break;
-        case Shape::Planar:
-            SetStrides(c * s, s, c * r * s, 0);
-            break;
-        case Shape::Lines:
-            SetStrides(c * b * s, s, c * s, 0);
-            break;
-        // From the right to the left and from the bottom to the top.
-        case Shape::Mirrored:
-            SetStrides(-c * b * s, -b * s, s, (r * c - 1) * b * s);
-            break;
-        // Nothing is aligned, and bytes lie between bands, pixels and rows.
-        case Shape::Gaps:
-            SetStrides(c * (b * (s + 1) + 3) + 5, b * (s + 1) + 3, s + 1, 1);
-            break;
-        }
-        bytes.assign(
-            static_cast<std::size_t>(r * (std::abs(rowStride) + 5) + b * std::abs(bandStride) + c + 9), mark);
+        // With gaps, nothing is aligned and bytes lie between bands, pixels and rows.
+        const std::ptrdiff_t gapped = b * (s + 1) + 3;
+        const Layout layouts[] = {
+            {c * b * s, b * s, s, 0},
+            {c * s, s, c * r * s, 0},
+            {c * b * s, s, c * s, 0},
+            {-c * b * s, -b * s, s, (r * c - 1) * b * s}, // from right to left and from bottom to top
+            {c * gapped + 5, gapped, s + 1, 1},
+        };
+        layout = layouts[static_cast<std::size_t>(shape)];
+        const auto size = r * (std::abs(layout.row) + 5) + b * std::abs(layout.band) + c + 9;
+        bytes.assign(static_cast<std::size_t>(size), mark);
     }
 
     void Fill(std::uint32_t seed) {
         std::mt19937 random(seed);
-        for (std::uint32_t r = 0; r < rows; ++r)
-            for (std::uint32_t c = 0; c < columns; ++c)
-                for (std::uint32_t b = 0; b < bands; ++b)
-                    Set(c, r, b, random());
+        ForEach([&](auto c, auto r, auto b) { Set(c, r, b, static_cast<unsigned>(random())); });
     }
 
-    void Set(std::uint32_t column, std::uint32_t row, std::uint32_t band, unsigned long value) {
-        const auto sample = static_cast<unsigned short>(value & (sampleBytes == 1 ? 0xFFu : 0xFFFFu));
-        const auto small = static_cast<unsigned char>(sample & 0xFFu);
-        std::memcpy(At(column, row, band), sampleBytes == 1 ? static_cast<const void*>(&small) : &sample,
+    void Set(std::uint32_t column, std::uint32_t row, std::uint32_t band, unsigned value) {
+        const auto small = static_cast<unsigned char>(value);
+        const auto wide = static_cast<unsigned short>(value);
+        std::memcpy(At(column, row, band), sampleBytes == 1 ? static_cast<const void*>(&small) : &wide,
                     sampleBytes);
     }
 
     [[nodiscard]] unsigned Get(std::uint32_t column, std::uint32_t row, std::uint32_t band) const {
-        unsigned short sample = 0;
         const unsigned char* at = const_cast<StridedImage*>(this)->At(column, row, band);
         if (sampleBytes == 1) return *at;
+        unsigned short sample = 0;
         std::memcpy(&sample, at, sizeof sample);
         return sample;
     }
@@ -71,21 +59,15 @@ public:
     /// All samples in order.
     [[nodiscard]] std::vector<unsigned> Samples() const {
         std::vector<unsigned> all;
-        for (std::uint32_t r = 0; r < rows; ++r)
-            for (std::uint32_t c = 0; c < columns; ++c)
-                for (std::uint32_t b = 0; b < bands; ++b)
-                    all.push_back(Get(c, r, b));
+        ForEach([&](auto c, auto r, auto b) { all.push_back(Get(c, r, b)); });
         return all;
     }
 
-    /// Bytes that hold the mark once the samples are taken away.
+    /// Whether the bytes between the samples hold the mark.
     [[nodiscard]] bool GapsAreUntouched() const {
         StridedImage copy = *this;
         std::memset(copy.bytes.data(), 0, copy.bytes.size());
-        for (std::uint32_t r = 0; r < rows; ++r)
-            for (std::uint32_t c = 0; c < columns; ++c)
-                for (std::uint32_t b = 0; b < bands; ++b)
-                    copy.Set(c, r, b, 0xFFFF);
+        ForEach([&](auto c, auto r, auto b) { copy.Set(c, r, b, 0xFFFF); });
         for (std::size_t i = 0; i < bytes.size(); ++i)
             if (copy.bytes[i] == 0 && bytes[i] != mark) return false;
         return true;
@@ -97,29 +79,32 @@ public:
         image.columns = columns;
         image.rows = rows;
         image.bands = bands;
-        image.row_stride = rowStride;
-        image.pixel_stride = pixelStride;
-        image.band_stride = bandStride;
+        image.row_stride = layout.row;
+        image.pixel_stride = layout.pixel;
+        image.band_stride = layout.band;
         return image;
     }
-    [[nodiscard]] pansharp_output Output() { return {At(0, 0, 0), rowStride, pixelStride, bandStride}; }
+    [[nodiscard]] pansharp_output Output() { return {At(0, 0, 0), layout.row, layout.pixel, layout.band}; }
 
     std::uint32_t columns, rows, bands, sampleBytes;
 
 private:
-    void SetStrides(std::ptrdiff_t row, std::ptrdiff_t pixel, std::ptrdiff_t band, std::ptrdiff_t start) {
-        rowStride = row;
-        pixelStride = pixel;
-        bandStride = band;
-        first = start;
+    struct Layout {
+        std::ptrdiff_t row = 0, pixel = 0, band = 0, first = 0;
+    };
+    template <class Visit>
+    void ForEach(const Visit& visit) const {
+        for (std::uint32_t r = 0; r < rows; ++r)
+            for (std::uint32_t c = 0; c < columns; ++c)
+                for (std::uint32_t b = 0; b < bands; ++b)
+                    visit(c, r, b);
     }
     unsigned char* At(std::uint32_t column, std::uint32_t row, std::uint32_t band) {
-        return bytes.data() + first + static_cast<std::ptrdiff_t>(row) * rowStride +
-               static_cast<std::ptrdiff_t>(column) * pixelStride +
-               static_cast<std::ptrdiff_t>(band) * bandStride;
+        return bytes.data() + layout.first + std::ptrdiff_t{row} * layout.row +
+               std::ptrdiff_t{column} * layout.pixel + std::ptrdiff_t{band} * layout.band;
     }
 
-    std::ptrdiff_t rowStride = 0, pixelStride = 0, bandStride = 0, first = 0;
+    Layout layout;
     std::vector<unsigned char> bytes;
 };
 

@@ -13,25 +13,6 @@ namespace {
 
 using testing::HasSubstr;
 
-TEST(Pansharp, RefusesPluginsThatItCannotUse) {
-    const struct {
-        const char* path;
-        const char* says;
-    } cases[] = {
-        {"/nowhere/Pansharp.process", "there is no plug-in file '/nowhere/Pansharp.process'"},
-        {NO_PLUGIN_FILE, "lacks the entry Pansharp_Describe"},
-        {INCOMPLETE_FILE, "lacks the entry Tessara_RasterProcess_CreateObject"},
-        {OTHER_CONTRACT_FILE,
-         "was built against version 2 of the host contract, this program against version 1"},
-    };
-    for (const auto& c : cases) {
-        char error[2000] = "";
-        EXPECT_EQ(pansharp_open(c.path, error, sizeof error), nullptr) << c.path;
-        EXPECT_THAT(error, HasSubstr(c.says));
-        EXPECT_THAT(error, HasSubstr(c.path));
-    }
-}
-
 TEST(Pansharp, FindsThePluginBesideItself) {
     unsetenv("PANSHARP_PLUGIN");
     char error[2000];
@@ -53,6 +34,7 @@ TEST(Pansharp, ErrorIsCutToItsBuffer) {
     const char* path = "/\xC3\xA4"; // one letter of two bytes after the slash
     char whole[500];
     ASSERT_EQ(pansharp_open(path, whole, sizeof whole), nullptr);
+    EXPECT_THAT(whole, HasSubstr(std::string("there is no plug-in file '") + path + "'"));
     const auto letter = static_cast<std::size_t>(std::strchr(whole, '\xC3') - whole);
     for (const std::size_t size : {std::size_t{1}, std::size_t{10}, letter + 1, letter + 2, letter + 3}) {
         std::string buffer(size + 1, '#');

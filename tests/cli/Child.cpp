@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -54,7 +55,8 @@ std::vector<std::string> Folder::List() const {
 }
 
 Running::Running(const Folder& workFolder, const Arguments& arguments,
-                 const std::optional<std::string>& plugin, const std::string& out, int terminal)
+                 const std::optional<std::string>& plugin, const std::string& out, int terminal,
+                 std::uint64_t largestFile)
     : folder(workFolder) {
     std::vector<char*> pointers = {const_cast<char*>(PANSHARP_COMMAND_FILE)};
     for (const std::string& argument : arguments)
@@ -71,6 +73,8 @@ Running::Running(const Folder& workFolder, const Arguments& arguments,
         dup2(terminal, STDERR_FILENO);
     else
         Redirect(STDERR_FILENO, folder / errName);
+    const rlimit limit{largestFile, largestFile};
+    if (largestFile > 0) setrlimit(RLIMIT_FSIZE, &limit);
     unsetenv("PANSHARP_PLUGIN");
     if (plugin) setenv("PANSHARP_PLUGIN", plugin->c_str(), 1);
     execv(pointers[0], pointers.data());

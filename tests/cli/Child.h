@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -39,9 +40,11 @@ public:
 class Running {
 public:
     /// `plugin` is what the environment names as the plug-in; without it the variable is unset. `out`
-    /// replaces the file that standard output goes to. A terminal, when given, is standard error.
+    /// replaces the file that standard output goes to. A terminal, when given, is standard error. No file
+    /// grows beyond `largestFile` bytes, when that is not 0.
     Running(const Folder& workFolder, const Arguments& arguments,
-            const std::optional<std::string>& plugin = {}, const std::string& out = {}, int terminal = -1);
+            const std::optional<std::string>& plugin = {}, const std::string& out = {}, int terminal = -1,
+            std::uint64_t largestFile = 0);
     Running(const Running&) = delete;
     Running& operator=(const Running&) = delete;
 

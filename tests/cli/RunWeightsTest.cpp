@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <fstream>
 
@@ -25,6 +26,32 @@ TEST(RunWeights, OfAnEarlierRunServeAnotherMethodAndScene) {
     EXPECT_THAT(second.err, HasSubstr("warning: --weights-from: the run of 'run.json' was one of KOVA"));
     EXPECT_EQ(scene::Read(folder / "b.tif").samples,
               scene::Fuse("Brovey", pair.pan, pair.ms, {0.5, 0.125, 0.125, 0.25}, {0, 1, 2}).samples);
+}
+
+// Fitted weights come back to the last bit, with the pixels.
+TEST(RunWeights, OfAFitServeAgain) {
+    const child::Folder folder;
+    const scene::Pair pair(folder, 4, 8);
+    const Arguments arguments = {"sharpen",    "pan.tif",       "ms.tif", "-b", "2",
+                                 "--infrared", "ms.tif,band=1", "--json", "-o"};
+    const child::Outcome first = child::Run(folder, child::Concatenate({arguments, {"a.tif"}}));
+    ASSERT_EQ(first.code, 0) << first.err;
+    std::ofstream(folder / "run.json") << first.out;
+    const auto run = nlohmann::json::parse(first.out);
+    EXPECT_LT(run.at("fit").at("samples"), 23 * 19); // without saturated pixels
+    EXPECT_GT(run.at("fit").at("samples"), 400);
+    EXPECT_EQ(run.at("fit").at("correlations").size(), 4u);
+    EXPECT_LT(run.at("fit").at("r_squared"), 0.8);
+    EXPECT_THAT(std::string(run.at("warnings").at(0)), HasSubstr("below 0.8"));
+    EXPECT_TRUE(run.at("fit").contains("infrared_correlation"));
+    const child::Outcome second =
+        child::Run(folder, child::Concatenate({arguments, {"b.tif", "--weights-from", "run.json"}}));
+    ASSERT_EQ(second.code, 0) << second.err;
+    const auto again = nlohmann::json::parse(second.out);
+    EXPECT_EQ(again.at("weights"), run.at("weights"));
+    EXPECT_EQ(again.at("infrared_weight"), run.at("infrared_weight"));
+    EXPECT_FALSE(again.contains("fit"));
+    EXPECT_EQ(scene::Read(folder / "b.tif").samples, scene::Read(folder / "a.tif").samples);
 }
 
 TEST(RunWeights, AreRefusedWhereTheyDoNotServe) {

@@ -6,10 +6,10 @@
 
 #include <filesystem>
 #include <fstream>
+#include <sys/mount.h>
 
 using child::Arguments;
 using testing::HasSubstr;
-using testing::StartsWith;
 
 namespace {
 
@@ -20,6 +20,7 @@ void MakeBadFiles(const child::Folder& folder, const scene::Pair& pair) {
     scene::Write(folder / "pan16.tif", scene::MakeRaster(46, 38, 1, 16, 5), {.pixelSize = 10.0});
     scene::Write(folder / "float.tif", scene::MakeRaster(23, 19, 4, 32, 5), {.pixelSize = 20.0});
     scene::Write(folder / "far.tif", pair.ms, {.x = 900000.0, .pixelSize = 20.0});
+    scene::Write(folder / "bare_pan.tif", pair.pan, {.pixelSize = 0.0, .epsg = 0});
     scene::Write(folder / "bare.tif", pair.ms, {.pixelSize = 0.0, .epsg = 0});
     scene::Write(folder / "elsewhere.tif", pair.ms, {.pixelSize = 20.0, .epsg = 32633});
     scene::Write(folder / "other_size.tif", scene::MakeRaster(20, 19, 1, 8, 5), {.pixelSize = 20.0});
@@ -39,7 +40,7 @@ struct Refusal {
 const Refusal refusals[] = {
     {{"nowhere.tif", "ms.tif", "-o", "o.tif"}, {"'nowhere.tif'", "check the name"}},
     {{"pan.tif", "nowhere.tif", "-o", "o.tif"}, {"'nowhere.tif'", "check the name"}},
-    {{"empty.tif", "ms.tif", "-o", "o.tif"}, {"'empty.tif'", "raster"}},
+    {{"empty.tif", "ms.tif", "-o", "o.tif"}, {"'empty.tif'", "is empty"}},
     {{"pan.tif", "text.tif", "-o", "o.tif"}, {"'text.tif'", "raster"}},
     {{"pan.tif", "folder", "-o", "o.tif"}, {"'folder'", "raster"}},
     {{"large_pan.tif", "cut.tif", "-o", "o.tif"}, {"'cut.tif'", "cut short"}},
@@ -63,6 +64,16 @@ const Refusal refusals[] = {
     {{"pan.tif", "ms.tif", "-o", "o.tif", "-f", "Nonesuch"}, {"'Nonesuch'", "gdalinfo --formats"}},
     {{"pan.tif", "ms.tif", "-o", "o.tif", "--plugin", "text.tif"}, {"'text.tif'", "plug-in"}},
     {{"pan.tif", "ms.tif", "-o", "o.tif", "--plugin", "nowhere.process"}, {"'nowhere.process'", "plug-in"}},
+    {{"pan.tif", "ms.tif", "-o", "o.tif", "--plugin", OTHER_CONTRACT_FILE}, {"contract", "version"}},
+    {{"pan.tif", "ms.tif", "-o", "o.tif", "--plugin", FAILING_PLUGIN_FILE, "--set", "failWindow=0"},
+     {"rows 0 to 1 cannot be fused", "no window here"}},
+    {{"pan.tif", "ms.tif", "-o", "o.tif", "-f", "DIMAP"}, {"'DIMAP'", "does not write it"}},
+    {{"pan.tif", "ms.tif", "-o", "o.tif", "-f", "GIF"}, {"'GIF' cannot hold"}},
+    {{"pan.tif", "ms.tif", "-o", "/proc/o.tif"}, {"'/proc/o.tif' cannot be created", "written to?"}},
+    {{"pan.tif", "ms.tif", "-o", "o.tif", "--bit-depth", "12"}, {"'pan.tif' has 8 bits", "16-bit"}},
+    {{"pan.tif", "ms.tif", "-o", "o.tif", "--bbox", "0", "0", "1", "1"}, {"holds no pixel", "'pan.tif'"}},
+    {{"bare_pan.tif", "bare.tif", "-o", "o.tif", "--bbox", "0", "0", "1", "1"},
+     {"'bare_pan.tif' has no position"}},
 };
 
 } // namespace
@@ -79,7 +90,7 @@ TEST(SharpenCommandRefusals, SayWhatIsWrongAndLeaveNothing) {
             child::Run(folder, child::Concatenate({{"sharpen", "-q"}, refusal.arguments}));
         EXPECT_EQ(outcome.code, 1);
         EXPECT_EQ(outcome.out, "");
-        EXPECT_THAT(outcome.err, StartsWith("pansharp: error: "));
+        EXPECT_THAT(outcome.err, HasSubstr("pansharp: error: "));
         for (const std::string& word : refusal.words)
             EXPECT_THAT(outcome.err, HasSubstr(word));
         EXPECT_EQ(folder.List(), before);
@@ -94,13 +105,49 @@ TEST(SharpenCommandRefusals, KeepTheOldFileWhenTheNewOneFails) {
     MakeBadFiles(folder, pair);
     const auto before = folder.List();
     const auto existing = scene::Read(folder / "exists.tif").samples;
-    const child::Outcome outcome = child::Run(
-        folder, {"sharpen", "large_pan.tif", "cut.tif", "-o", "exists.tif", "--overwrite", "--window", "10"});
+    const child::Outcome outcome =
+        child::Run(folder, {"sharpen", "large_pan.tif", "cut.tif", "-o", "exists.tif", "--overwrite",
+                            "--window", "10", "--no-nodata", "-w", "equal"});
     EXPECT_EQ(outcome.code, 1);
     EXPECT_THAT(outcome.err, HasSubstr("10 % done")); // it was well under way
     EXPECT_THAT(outcome.err, HasSubstr("\npansharp: error: "));
     EXPECT_EQ(folder.List(), before);
     EXPECT_EQ(scene::Read(folder / "exists.tif").samples, existing);
+}
+
+// No file grows beyond a limit: what a full disk does in the middle, to plain tiles, to tiles that GDAL packs
+// and to a copy.
+TEST(SharpenCommandRefusals, LeaveNothingOnADiskThatFillsUp) {
+    const child::Folder folder;
+    scene::Write(folder / "pan.tif", scene::MakeRaster(1000, 800, 1, 8, 5), {.pixelSize = 10.0});
+    scene::Write(folder / "ms.tif", scene::MakeRaster(500, 400, 4, 8, 5), {.pixelSize = 20.0});
+    const auto before = folder.List();
+    for (const Arguments& how :
+         {Arguments{}, {"--co", "COMPRESS=DEFLATE"}, {"--window", "100"}, {"-f", "COG"}}) {
+        SCOPED_TRACE(child::AsTyped(how));
+        child::Running running(folder,
+                               child::Concatenate({{"sharpen", "pan.tif", "ms.tif", "-o", "out.tif"}, how}),
+                               {}, {}, -1, 1500000);
+        const child::Outcome outcome = running.Finish();
+        EXPECT_EQ(outcome.code, 1);
+        EXPECT_THAT(outcome.err, testing::AllOf(HasSubstr("'out.tif'"), HasSubstr("is the disk full?")));
+        EXPECT_EQ(folder.List(), before);
+    }
+}
+
+TEST(SharpenCommandRefusals, LookForRoomFirst) {
+    const child::Folder folder;
+    const scene::Pair pair(folder, 4, 8);
+    const std::string small = folder / "small";
+    std::filesystem::create_directory(small);
+    if (mount("none", small.c_str(), "tmpfs", 0, "size=4k") != 0)
+        GTEST_SKIP() << "no file system may be mounted";
+    const child::Outcome outcome =
+        child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "small/out.tif"});
+    EXPECT_TRUE(std::filesystem::is_empty(small));
+    umount(small.c_str());
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_THAT(outcome.err, testing::AllOf(HasSubstr("'small/out.tif' takes 0 MB"), HasSubstr("make room")));
 }
 
 TEST(SharpenCommandRefusals, NoticeThatTheReportCannotBePrinted) {

@@ -33,8 +33,8 @@ TEST(SharpenCommand, FusesWhatWasAsked) {
     const std::vector<double> equal(4, quarter);
     const std::vector<double> uneven = {half, eighth, quarter, eighth};
     const GoodRun runs[] = {
-        {"all bands", 8, {"ms.tif"}, {}, equal, {0, 1, 2, 3}},
-        {"16 bits", 16, {"ms.tif"}, {"--method", "KOVA"}, equal, {0, 1, 2, 3}},
+        {"all bands", 8, {"ms.tif"}, {"-w", "equal"}, equal, {0, 1, 2, 3}},
+        {"16 bits", 16, {"ms.tif"}, {"--method", "KOVA", "--weights=Equal"}, equal, {0, 1, 2, 3}},
         {"weights", 8, {"ms.tif"}, {"-w", "0.5,0.125,0.25,0.125"}, uneven, {0, 1, 2, 3}},
         {"negative weight first",
          16,
@@ -56,8 +56,13 @@ TEST(SharpenCommand, FusesWhatWasAsked) {
           "bandweight-3=0.25", "--set", "BandWeight-4=0.125"},
          uneven,
          {0, 1, 2, 3}},
-        {"windows and threads", 16, {"ms.tif"}, {"--window", "7", "-j", "3"}, equal, {0, 1, 2, 3}},
-        {"Brovey", 8, {"ms.tif"}, {"--method", "brovey"}, equal, {0, 1, 2, 3}, "Brovey"},
+        {"windows and threads",
+         16,
+         {"ms.tif"},
+         {"--window", "7", "-j", "3", "-w", "equal"},
+         equal,
+         {0, 1, 2, 3}},
+        {"Brovey", 8, {"ms.tif"}, {"--method", "brovey", "-w", "equal"}, equal, {0, 1, 2, 3}, "Brovey"},
         {"Brovey's weights are those that count",
          16,
          {"ms.tif"},
@@ -75,7 +80,7 @@ TEST(SharpenCommand, FusesWhatWasAsked) {
         {"infrared with an equal share",
          8,
          {"ms.tif,band=1", "ms.tif,band=2", "ms.tif,band=3", "--infrared", "ms.tif,band=4"},
-         {},
+         {"-w", "equal"},
          equal,
          {0, 1, 2}},
         {"infrared with a weight",
@@ -91,8 +96,13 @@ TEST(SharpenCommand, FusesWhatWasAsked) {
          uneven,
          {3, 1, 2},
          "Brovey"},
-        {"another format", 8, {"ms.tif"}, {"-f", "ENVI", "--co", "INTERLEAVE=BIP"}, equal, {0, 1, 2, 3}},
-        {"after a double dash", 8, {"--", "ms.tif"}, {}, equal, {0, 1, 2, 3}},
+        {"another format",
+         8,
+         {"ms.tif"},
+         {"-f", "ENVI", "--co", "INTERLEAVE=BIP", "-w", "equal"},
+         equal,
+         {0, 1, 2, 3}},
+        {"after a double dash", 8, {"--", "ms.tif"}, {"-w", "equal"}, equal, {0, 1, 2, 3}},
     };
     for (const GoodRun& run : runs) {
         SCOPED_TRACE(run.what);
@@ -142,8 +152,8 @@ TEST(SharpenCommand, ClosesWithWhatWasDone) {
     EXPECT_THAT(outcome.err, HasSubstr("100 % done"));
     EXPECT_THAT(folder.List(), ElementsAre("ms.tif", "out.tif", "pan.tif"));
 
-    const child::Outcome quiet =
-        child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "--overwrite", "-q"});
+    const child::Outcome quiet = child::Run(
+        folder, {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "--overwrite", "-q", "-w", "equal"});
     EXPECT_EQ(quiet.code, 0);
     EXPECT_EQ(quiet.out + quiet.err, "");
 }
@@ -159,6 +169,12 @@ TEST(SharpenCommand, WarnsAndGoesOn) {
     EXPECT_THAT(bare.err,
                 HasSubstr("pansharp: warning: neither 'bare_pan.tif' nor 'bare_ms.tif' is georeferenced"));
 
+    scene::Write(folder / "unprojected.tif", pair.ms, {.pixelSize = 20.0, .epsg = 0});
+    const child::Outcome unprojected =
+        child::Run(folder, {"sharpen", "pan.tif", "unprojected.tif", "-o", "u.tif", "--quiet"});
+    EXPECT_EQ(unprojected.code, 0);
+    EXPECT_THAT(unprojected.err, HasSubstr("'unprojected.tif' has no projection"));
+
     const child::Outcome unknown =
         child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "a.tif", "--set", "BandWieght-1=2"});
     EXPECT_EQ(unknown.code, 0);
@@ -172,7 +188,7 @@ TEST(SharpenCommand, WarnsAndGoesOn) {
 
 /// The scene is large on paper only; once the first tenth is fused, nine tenths of the time are left.
 TEST(SharpenCommand, StopsWhenInterrupted) {
-    for (const int signal : {SIGINT, SIGTERM}) {
+    for (const int signal : {SIGINT, SIGTERM, SIGKILL}) {
         const child::Folder folder;
         scene::WriteSparse(folder / "pan.tif", 8192, 8192, 1, {.pixelSize = 10.0});
         scene::WriteSparse(folder / "ms.tif", 4096, 4096, 4, {.pixelSize = 20.0});
@@ -183,6 +199,16 @@ TEST(SharpenCommand, StopsWhenInterrupted) {
         EXPECT_THAT(folder.List(), testing::SizeIs(3)); // the unfinished output, under another name
         running.Signal(signal);
         const child::Outcome outcome = running.Finish();
+        if (signal == SIGKILL) { // leaves what it made under a name that tells, and the next run removes it
+            EXPECT_THAT(folder.List(),
+                        ElementsAre(testing::StartsWith(".out.pansharp-"), "ms.tif", "pan.tif"));
+            EXPECT_EQ(
+                child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "--co", "BLOCKXSIZE=7"})
+                    .code,
+                1);
+            EXPECT_THAT(folder.List(), ElementsAre("ms.tif", "pan.tif"));
+            continue;
+        }
         EXPECT_EQ(outcome.code, 130);
         EXPECT_THAT(outcome.err, HasSubstr("pansharp: interrupted; 'out.tif' was not written"));
         EXPECT_THAT(outcome.err, testing::Not(HasSubstr("100 %")));

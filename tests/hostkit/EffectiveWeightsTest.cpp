@@ -1,6 +1,6 @@
 #include "hostkit/EffectiveWeights.h"
 
-#include "fundament/Numbers.h"
+#include "support/MethodWeights.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,22 +17,10 @@ using KOVA::Tessara::Fundament::StringToDouble;
 using KOVA::Tessara::Global::NameValueMap;
 using testing::HasSubstr;
 
-/// The weights that a process has in its tables after it has read these properties.
-std::vector<double> WeightsOfProcess(bool brovey, std::size_t bands, const NameValueMap& properties) {
-    std::vector<double> weights;
-    for (std::size_t b = 1; b <= bands; ++b) {
-        const std::string* text = properties.Find("BandWeight-" + std::to_string(b));
-        const double whenMissing = brovey ? 1.0 : 1.0 / static_cast<double>(bands);
-        weights.push_back(text ? StringToDouble(*text, NAN) : whenMissing);
-    }
-    if (brovey && bands > 3 && weights[0] > 0 && weights[1] > 0 && weights[2] > 0) {
-        const double k = weights[3] > 0 ? 4 : 3;
-        for (int b = 0; b < 4; ++b)
-            weights[b] *= k;
-    }
-    if (const std::string* text = properties.Find("AdditionalBandWeight"))
-        weights.back() = StringToDouble(*text, NAN);
-    return weights;
+std::vector<double> WeightsOfProcess(const std::string& method, std::size_t bands,
+                                     const NameValueMap& properties) {
+    return support::MethodWeights(method, bands,
+                                  [&](const std::string& name) { return properties.Find(name); });
 }
 
 bool IsProductOf3(double weight) {
@@ -44,10 +32,7 @@ bool IsProductOf3(double weight) {
     return false;
 }
 
-class SetWeights : public testing::TestWithParam<const char*> {};
-
-TEST_P(SetWeights, ProcessArrivesAtTheWantedWeights) {
-    const std::string method = GetParam();
+void CheckRandomWeights(const std::string& method) {
     const bool brovey = method == "Brovey";
     std::mt19937 random(7);
     std::uniform_real_distribution<double> positive(1e-3, 2.0);
@@ -69,7 +54,7 @@ TEST_P(SetWeights, ProcessArrivesAtTheWantedWeights) {
 
         std::vector<double> used = weights.bands;
         if (infrared) used.push_back(weights.infrared.value());
-        EXPECT_EQ(used, WeightsOfProcess(brovey, count, properties));
+        EXPECT_EQ(used, WeightsOfProcess(method, count, properties));
         if (used == wanted) continue;
         inexact = true;
         ASSERT_TRUE(brovey && count > 4) << "run " << run;
@@ -83,30 +68,39 @@ TEST_P(SetWeights, ProcessArrivesAtTheWantedWeights) {
     EXPECT_EQ(inexact, brovey); // the runs do reach the weights that have no third
 }
 
-INSTANTIATE_TEST_SUITE_P(Methods, SetWeights, testing::Values("KOVA", "Brovey"));
+TEST(EffectiveWeights, ProcessArrivesAtTheWantedWeights) {
+    CheckRandomWeights("KOVA");
+    CheckRandomWeights("Brovey");
+}
 
 TEST(EffectiveWeights, AreEqualUnlessGiven) {
     const struct {
-        const char* method;
+        const char *given, *method;
         WeightedBands bands;
         std::optional<double> infrared;
         std::vector<double> wanted; // the infrared one last
     } cases[] = {
-        {"KOVA", {3, false}, {}, {1.0 / 3, 1.0 / 3, 1.0 / 3}},
-        {"kova", {3, true}, {}, {0.25, 0.25, 0.25, 0.25}},
-        {"BROVEY", {4, false}, {}, {0.25, 0.25, 0.25, 0.25}},
-        {"Brovey", {3, true}, 0.0, {0.25, 0.25, 0.25, 0.0}},
-        {"Brovey", {4, true}, {}, {0.2, 0.2, 0.2, 0.2, 0.2}},
+        {"KOVA", "KOVA", {3, false}, {}, {1.0 / 3, 1.0 / 3, 1.0 / 3}},
+        {"kova", "KOVA", {3, true}, {}, {0.25, 0.25, 0.25, 0.25}},
+        {"BROVEY", "Brovey", {4, false}, {}, {0.25, 0.25, 0.25, 0.25}},
+        {"Brovey", "Brovey", {3, true}, 0.0, {0.25, 0.25, 0.25, 0.0}},
+        {"Brovey", "Brovey", {4, true}, {}, {0.2, 0.2, 0.2, 0.2, 0.2}},
+        // IHS weighs the fourth band only, wherever it comes from.
+        {"ihs", "IHS", {3, false}, {}, {0}},
+        {"ihs", "IHS", {3, true}, 0.25, {0.25}},
+        {"ihs", "IHS", {4, false}, 0.25, {0.25}},
+        {"IHS", "IHS", {5, true}, {}, {0}},
     };
     for (const auto& c : cases) {
         EffectiveWeights weights{{}, c.infrared};
         NameValueMap properties;
         Status status;
-        ASSERT_TRUE(hostkit::SetWeights(c.method, c.bands, weights, properties, status)) << c.method;
-        EXPECT_EQ(WeightsOfProcess(std::string(c.method) != "KOVA" && c.method[0] == 'B', c.wanted.size(),
-                                   properties),
-                  c.wanted)
-            << c.method;
+        ASSERT_TRUE(hostkit::SetWeights(c.given, c.bands, weights, properties, status)) << c.given;
+        EXPECT_EQ(WeightsOfProcess(c.method, c.wanted.size(), properties), c.wanted) << c.given;
+        if (*c.method == 'I') {
+            EXPECT_EQ(properties.GetCount(), 1u);
+            EXPECT_EQ(weights.infrared, c.wanted[0]);
+        }
     }
 }
 
@@ -117,34 +111,8 @@ TEST(EffectiveWeights, SmallestNumberStaysAboveZero) {
     Status status;
     ASSERT_TRUE(hostkit::SetWeights("Brovey", {5, false}, weights, properties, status));
     // A quarter of it would be 0, and nothing would be scaled any more.
-    EXPECT_EQ(WeightsOfProcess(true, 5, properties), (std::vector<double>{4 * least, 0.5, 0.5, 0.5, 0.5}));
-}
-
-TEST(EffectiveWeights, IhsWeighsTheFourthBandOnly) {
-    const struct {
-        WeightedBands bands;
-        std::optional<double> infrared;
-        const char* property; // null: refused
-        const char* says;
-    } cases[] = {
-        {{3, false}, {}, "0", ""},
-        {{3, true}, 0.25, "0.25", ""},
-        {{4, false}, 0.25, "0.25", ""},
-        {{5, true}, {}, "0", ""},
-        {{3, false}, 0.25, nullptr, "no infrared band"},
-        {{4, true}, 0.25, nullptr, "fourth band"},
-    };
-    for (const auto& c : cases) {
-        EffectiveWeights weights{{}, c.infrared};
-        NameValueMap properties;
-        Status status;
-        EXPECT_EQ(hostkit::SetWeights("ihs", c.bands, weights, properties, status), c.property != nullptr);
-        EXPECT_THAT(status.ToText(), HasSubstr(c.says));
-        if (!c.property) continue;
-        EXPECT_EQ(properties.GetCount(), 1u);
-        EXPECT_EQ(properties["AdditionalBandWeight"], c.property);
-        EXPECT_EQ(weights.infrared.value(), StringToDouble(c.property, NAN));
-    }
+    EXPECT_EQ(WeightsOfProcess("Brovey", 5, properties),
+              (std::vector<double>{4 * least, 0.5, 0.5, 0.5, 0.5}));
 }
 
 TEST(EffectiveWeights, RefusesWhatDoesNotFit) {
@@ -160,6 +128,8 @@ TEST(EffectiveWeights, RefusesWhatDoesNotFit) {
         {"KOVA", {2, false}, {{0.5, 0.5}, 0.1}, "there is no infrared band"},
         {"KOVA", {2, true}, {{0.5, 0.5}, {}}, "the infrared band has none"},
         {"IHS", {3, false}, {{0.3, 0.3, 0.4}, {}}, "no weights of the multispectral bands"},
+        {"IHS", {3, false}, {{}, 0.25}, "no infrared band"},
+        {"IHS", {4, true}, {{}, 0.25}, "fourth band"},
         {"Median", {3, false}, {}, "'Median'"},
         {"KOVA", {0, false}, {}, "no multispectral bands"},
     };

@@ -80,22 +80,18 @@ TEST(PluginLibrary, ProcessFusesOverArrays) {
     {
         Process process(*plugin, properties, status);
         ASSERT_TRUE(process) << status.ToText();
-        const PixelRect window{2, 3, 8, 8};
-        auto request = hostkit::MakeRequest(pan.info, window);
+        auto request = hostkit::MakeRequest(pan.info, {2, 3, 8, 8});
         process->SetInputRaster(&panRaster);
         process->SetWorkspace(static_cast<KOVA::Tessara::Pixmere::IRasterWorkspace*>(&workspace));
         process->SetAoi(&request);
-        ASSERT_EQ(process->Init(), 1);
-        ASSERT_EQ(process->SetWindow(window.col0, window.row0, window.col1, window.row1), 1)
-            << process->GetStatus().ToText();
+        ASSERT_TRUE(process->Init() && process->SetWindow(2, 3, 8, 8)) << process->GetStatus().ToText();
         EXPECT_EQ(workspace.GetOutstandingChains(), 1u);
-        for (std::uint32_t row = window.row0; row < window.row1; ++row) {
+        for (std::uint32_t row = 3; row < 8; ++row) {
             const unsigned char* samples = process->GetRow(row);
             ASSERT_NE(samples, nullptr) << process->GetStatus().ToText();
-            for (std::uint32_t c = 0; c < window.GetColumns(); ++c) {
-                const int panSample = pan.At(window.col0 + c, row, 0);
-                EXPECT_EQ(samples[2 * c], std::max(0, 40 + panSample - 50));
-                EXPECT_EQ(samples[2 * c + 1], 60 + panSample - 50);
+            for (std::uint32_t c = 2; c < 8; ++c) {
+                EXPECT_EQ(*samples++, std::max(0, 40 + pan.At(c, row, 0) - 50));
+                EXPECT_EQ(*samples++, 60 + pan.At(c, row, 0) - 50);
             }
         }
     }

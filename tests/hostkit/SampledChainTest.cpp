@@ -52,49 +52,47 @@ TEST(SampledChain, EveryPixelNamesItsPosition) {
     EXPECT_EQ(raster->GetStatus().GetItem(0).id, hostkit::HostKitStatus::RowOutsideWindow);
 }
 
-template <class T>
-class SampledWindows : public testing::Test {};
-using Depths = testing::Types<unsigned char, unsigned short>;
-TYPED_TEST_SUITE(SampledWindows, Depths);
-
 // Windows anywhere, rows in any order, samples of no more than the source block that was named: always the
 // samples of the definition. A window-relative position or a missing block row cannot pass.
-TYPED_TEST(SampledWindows, AnyWindowAndRowOrderEqualsTheDefinition) {
+template <class T>
+void CompareRandomWindows() {
     std::mt19937 random(7);
-    const RasterInfo pan = MakeInfo(61, 47, 1, sizeof(TypeParam) * 8, 15.0, 438900.0, 4478700.0);
+    const auto below = [&](std::uint32_t end) { return static_cast<std::uint32_t>(random() % end); };
+    const RasterInfo pan = MakeInfo(61, 47, 1, sizeof(T) * 8, 15.0, 438900.0, 4478700.0);
     const struct {
         double pixelSize, left, top; // in map units; the corner relative to pan's
     } grids[] = {{30.0, -22.5, 7.5}, {60.0, 0.0, 0.0},      {45.0, 7.5, -7.5},
                  {37.0, -3.3, 11.0}, {30.0, 300.0, -120.0}, {30.0, -60.0, 60.0}};
-    std::vector<TypeParam> copy;
+    std::vector<T> copy;
     for (const auto& grid : grids)
         for (std::uint32_t bands : {1u, 3u, 5u}) {
-            const CodedImage<TypeParam> source(
-                MakeInfo(23, 17, bands, sizeof(TypeParam) * 8, grid.pixelSize, pan.xMin + grid.left,
-                         pan.yMax + grid.top),
-                [&](auto, auto, auto) { return static_cast<unsigned>(random()); });
+            const CodedImage<T> source(MakeInfo(23, 17, bands, sizeof(T) * 8, grid.pixelSize,
+                                                pan.xMin + grid.left, pan.yMax + grid.top),
+                                       [&](auto, auto, auto) { return static_cast<unsigned>(random()); });
             for (int trial = 0; trial < 8; ++trial) {
-                const std::uint32_t col0 = static_cast<std::uint32_t>(random() % pan.cols);
-                const std::uint32_t row0 = static_cast<std::uint32_t>(random() % pan.rows);
-                const PixelRect window{col0, row0,
-                                       col0 + 1 + static_cast<std::uint32_t>(random() % (pan.cols - col0)),
-                                       row0 + 1 + static_cast<std::uint32_t>(random() % (pan.rows - row0))};
+                PixelRect window{below(pan.cols), below(pan.rows), 0, 0};
+                window.col1 = window.col0 + 1 + below(pan.cols - window.col0);
+                window.row1 = window.row0 + 1 + below(pan.rows - window.row0);
                 const PixelRect needed = SourceRect(PlaceGrids(pan, source.info), window, source.info);
                 SampledChain chain("ms", pan, source.Part(needed, copy));
                 Aoi request = MakeRequest(pan, window);
                 ASSERT_EQ(chain.Initialize(&request), 1) << chain.GetStatus().ToText();
                 IRaster* raster = chain.CreateRaster();
                 for (std::uint32_t i = 0; i < window.GetRows(); ++i) {
-                    const std::uint32_t row =
-                        trial % 2 == 0 ? i : static_cast<std::uint32_t>(random() % window.GetRows());
-                    const auto* samples = reinterpret_cast<const TypeParam*>(raster->GetRow(row));
-                    for (std::uint32_t c = 0; c < window.GetColumns(); ++c)
+                    const std::uint32_t row = trial % 2 == 0 ? i : below(window.GetRows());
+                    const auto* samples = reinterpret_cast<const T*>(raster->GetRow(row));
+                    for (std::uint32_t c = window.col0; c < window.col1; ++c)
                         for (std::uint32_t b = 0; b < bands; ++b)
-                            ASSERT_EQ(samples[c * bands + b], Expected(source, pan, col0 + c, row0 + row, b))
-                                << "pan pixel " << col0 + c << ", " << row0 + row << " band " << b;
+                            ASSERT_EQ(*samples++, Expected(source, pan, c, window.row0 + row, b))
+                                << "pan pixel " << c << ", " << window.row0 + row << " band " << b;
                 }
             }
         }
+}
+
+TEST(SampledChain, AnyWindowAndRowOrderEqualsTheDefinition) {
+    CompareRandomWindows<unsigned char>();
+    CompareRandomWindows<unsigned short>();
 }
 
 // Source pixels of two: data reach two pan pixels beyond the source, by the centres of the pan pixels.

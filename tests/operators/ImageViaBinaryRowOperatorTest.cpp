@@ -19,19 +19,10 @@ struct Merged {
         EXPECT_TRUE(blend->Init(image1.GetInfo(), image2.GetInfo(), false));
         EXPECT_TRUE(image->Init(&image1, &image2, blend.get(), sampled));
     }
-    /// The pixel of the row that stands first in the window.
-    Log Pixel(const unsigned char* row) const {
-        Log pixel;
-        for (int band = 0; row && band < 4; ++band)
-            pixel.push_back(std::to_string(row[band]));
-        return pixel;
-    }
-    Log Expected(std::uint32_t col, std::uint32_t row, std::uint32_t col2, std::uint32_t row2) const {
-        Log pixel;
-        for (std::uint32_t band = 0; band < 3; ++band)
-            pixel.push_back(std::to_string(image1.sample(col, row, band)));
-        pixel.push_back(std::to_string(image2.sample(col2, row2, 0)));
-        return pixel;
+    /// Whether a row starts with these pixels of the two images.
+    bool Starts(const unsigned char* row, std::uint32_t col, std::uint32_t row1, std::uint32_t row2) const {
+        return row && row[0] == image1.sample(col, row1, 0) && row[1] == image1.sample(col, row1, 1) &&
+               row[2] == image1.sample(col, row1, 2) && row[3] == image2.sample(col, row2, 0);
     }
 
     support::FakeImage<unsigned char> image1{8, 200, 3};
@@ -44,8 +35,8 @@ struct Merged {
 TEST(ImageViaBinaryRowOperator, ReadsASampledInputFromItsOwnFirstRow) {
     Merged merged(true);
     ASSERT_TRUE(merged.image->SetWindow(0, 100, 8, 120));
-    EXPECT_EQ(merged.Pixel(merged.image->GetRow(100)), merged.Expected(0, 100, 0, 0));
-    EXPECT_EQ(merged.Pixel(merged.image->GetNextRow()), merged.Expected(0, 101, 0, 1));
+    EXPECT_TRUE(merged.Starts(merged.image->GetRow(100), 0, 100, 0));
+    EXPECT_TRUE(merged.Starts(merged.image->GetNextRow(), 0, 101, 1));
     EXPECT_EQ(merged.image1.log, (Log{"SetWindow 0 100 8 120", "GetRow 100", "GetRow 101"}));
     EXPECT_EQ(merged.image2.log, (Log{"SetWindow 0 0 8 20", "GetRow 0", "GetRow 1"}));
     EXPECT_TRUE(merged.image->firstColumn == 0 && merged.image->firstRow == 0);
@@ -59,7 +50,7 @@ TEST(ImageViaBinaryRowOperator, ReadsASampledInputFromItsOwnFirstRow) {
 TEST(ImageViaBinaryRowOperator, WindowsBothInputsAlikeOtherwise) {
     Merged merged(false, 8, 200);
     ASSERT_TRUE(merged.image->SetWindow(2, 100, 6, 104));
-    EXPECT_EQ(merged.Pixel(merged.image->GetRow(101)), merged.Expected(2, 101, 2, 101));
+    EXPECT_TRUE(merged.Starts(merged.image->GetRow(101), 2, 101, 101));
     EXPECT_EQ(merged.image2.log, (Log{"SetWindow 2 100 6 104", "GetRow 101"}));
 }
 
@@ -76,8 +67,8 @@ TEST(ImageViaBinaryRowOperator, EndsWithItsLastRow) {
         EXPECT_EQ(merged.image->GetRow(5), nullptr);
         EXPECT_EQ(merged.image->status.GetItem(0).id, 0x5013u);
         input->rowFails = false;
-        EXPECT_EQ(merged.Pixel(merged.image->GetNextRow()), merged.Expected(0, 5, 0, 5)) << "the same row";
-        EXPECT_EQ(merged.Pixel(merged.image->GetNextRow()), merged.Expected(0, 6, 0, 6));
+        EXPECT_TRUE(merged.Starts(merged.image->GetNextRow(), 0, 5, 5)) << "the same row";
+        EXPECT_TRUE(merged.Starts(merged.image->GetNextRow(), 0, 6, 6));
     }
 }
 

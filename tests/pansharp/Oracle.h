@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -90,17 +89,9 @@ inline Pixel Ihs(const Pixel& ms, double pan, const std::vector<double>& infrare
     const double G = ms[1] * unitStep;
     const double B = ms[2] * unitStep;
     const double I = ms.size() > 3 ? infrared[static_cast<std::size_t>(ms[3])] : 0.0;
-    double mx = B;
-    Pixel others = {R, G};
-    if (R > G && R > B) {
-        mx = R;
-        others = {G, B};
-    } else if (G > B) {
-        mx = G;
-        others = {R, B};
-    }
-    const double mid = std::max(others[0], others[1]);
-    const double mn = std::min(others[0], others[1]);
+    Pixel sorted = {R, G, B};
+    std::sort(sorted.begin(), sorted.end());
+    const double mn = sorted[0], mid = sorted[1], mx = sorted[2];
     const double S = mx == 0 ? 0.0 : (mx - mn) / mx;
     double V = pan * unitStep - I;
     if (!(V > 0)) V = 0;
@@ -110,6 +101,13 @@ inline Pixel Ihs(const Pixel& ms, double pan, const std::vector<double>& infrare
         out[c] = Truncate(rgb[c] * max, max);
     if (ms.size() > 3) out[3] = Truncate(pan - (out[0] + out[1] + out[2]) / 3.0 + I, max);
     return out;
+}
+
+/// Tables of all bands, or of the infrared band alone for IHS.
+inline Pixel Fuse(const std::string& keyword, const Pixel& ms, double pan, const Tables& tables, double max) {
+    return keyword == "KOVA"     ? Kova(ms, pan, tables, max)
+           : keyword == "Brovey" ? Brovey(ms, pan, tables, max)
+                                 : Ihs(ms, pan, tables[0], max);
 }
 
 } // namespace oracle

@@ -20,54 +20,30 @@ std::unique_ptr<PanSharp8> Create(const std::string& keyword, const std::string&
 }
 
 TEST(PanSharp, RefusesWhatItCannotFuse) {
-    struct Case {
-        std::uint32_t msBands, msBits, panBands, panBits;
-        const char* outputBands;
-        const char* expected;
-    };
-    const Case cases[] = {
-        {3, 8, 1, 16, "3",
-         "3905 Pansharp|input image formats do not match; images have different bit-depths (multispectral : "
-         "8 "
-         "bits; pan : 16 bits)"},
-        {3, 16, 2, 8, "0",
-         "3905 Pansharp|input image formats do not match; images have different bit-depths (multispectral : "
-         "16 bits; pan : 8 bits)"},
-        {3, 8, 3, 8, "0", "3904 Pansharp|pan image has too many channels (3);  it must be a grayscale image"},
-        {0, 8, 1, 8, "0", "3908 Pansharp|invalid output channels specified '0'"},
-        {3, 8, 1, 8, "4", "3907 Pansharp|too few input channels: 3; require at least 4 channels"},
-        {2, 8, 1, 8, "", "3907 Pansharp|too few input channels: 2; require at least 3 channels"},
-    };
-    for (const char* keyword : {"KOVA", "Brovey", "IHS"}) {
-        // Two methods keep an empty item behind what they report.
-        const std::string tail = std::string(keyword) == "KOVA" ? "" : "; 0 Pansharp|";
-        for (const Case& c : cases) {
-            Image8 ms(4, 4, c.msBands);
-            Image8 pan(4, 4, c.panBands);
-            ms.info.bitsPerSample = c.msBits;
-            pan.info.bitsPerSample = c.panBits;
-            const auto image = Create(keyword, c.outputBands);
-            EXPECT_FALSE(image->Init(&ms, &pan));
-            EXPECT_EQ(StatusText(image->status), c.expected + tail) << keyword;
-            EXPECT_FALSE(image->SetWindow(0, 0, 4, 4));
-            EXPECT_EQ(image->GetRow(0), nullptr);
-        }
-        Image8 good(4, 4, 4);
-        Image8 pan(4, 4, 1);
-        const auto image = Create(keyword);
-        const std::string source = tail.empty() ? "Pixmere.PXL.Pansharp.Init" : "Pansharp";
+    Image8 good(4, 4, 4), few(4, 4, 2), pan(4, 4, 1), deep(4, 4, 1);
+    deep.info.bitsPerSample = 16;
+    for (const std::string keyword : {"KOVA", "Brovey", "IHS"}) {
+        // Two methods keep an empty item behind what they report of a first Init.
+        const std::string tail = keyword == "KOVA" ? "" : "; 0 Pansharp|";
+        const std::string source = keyword == "KOVA" ? "Pixmere.PXL.Pansharp.Init" : "Pansharp";
+        const auto image = Create(keyword, "2");
         EXPECT_FALSE(image->Init(nullptr, &pan));
         EXPECT_EQ(StatusText(image->status), "3901 " + source + "|input images not specified" + tail);
-        EXPECT_TRUE(image->Init(&good, &pan) && image->SetWindow(0, 0, 4, 4) && image->GetRow(0));
-        EXPECT_FALSE(image->Init(&good, nullptr));
-        EXPECT_EQ(image->GetRow(0), nullptr) << "rows of the inputs before the failed Init";
-        EXPECT_FALSE(image->SetWindow(0, 0, 4, 4));
+        const auto refuses = [&](Image8* input1, Image8* input2, const std::string& expected) {
+            EXPECT_TRUE(image->Init(&good, &pan) && image->SetWindow(0, 0, 4, 4) && image->GetRow(0));
+            EXPECT_FALSE(image->Init(input1, input2));
+            EXPECT_EQ(StatusText(image->status).substr(0, expected.size()), expected) << keyword;
+            EXPECT_EQ(image->GetRow(0), nullptr) << "rows of the inputs before the failed Init";
+            EXPECT_FALSE(image->SetWindow(0, 0, 4, 4));
+        };
+        refuses(&good, nullptr, "3901 Pixmere.PXL.Pansharp.");
+        refuses(&good, &deep,
+                "3905 Pansharp|input image formats do not match; images have different bit-depths "
+                "(multispectral : 8 bits; pan : 16 bits)" +
+                    tail);
+        if (keyword == "IHS")
+            refuses(&few, &pan, "3907 Pansharp|too few input channels: 2; require at least 3 channels");
     }
-    Image8 twoBands(4, 4, 2);
-    Image8 pan(4, 4, 1);
-    const auto ihs = Create("IHS", "2");
-    EXPECT_FALSE(ihs->Init(&twoBands, &pan));
-    EXPECT_EQ(ihs->status.GetItem(0).message, "too few input channels: 2; require at least 3 channels");
 }
 
 TEST(PanSharp, DescribesItsOutputAndPublishesItsConfiguration) {

@@ -6,6 +6,7 @@
 #include "host/IRasterWorkspace.h"
 #include "host/Object.h"
 
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <memory>
@@ -49,18 +50,18 @@ public:
     const unsigned char* GetRow(std::uint32_t row) override {
         if (throws) throw std::runtime_error("raster exploded");
         if (Answer(rowFails, "row reason") == 0) return nullptr;
-        const std::uint32_t end = std::min(col1, info.cols);
-        row8.reset();
-        row16.reset();
-        const std::size_t samples = std::size_t{end - col0} * info.bandsPerPixel;
-        if (info.bitsPerBand == 8) {
-            row8 = std::make_unique<unsigned char[]>(samples);
-            Fill(row8.get(), row, end);
-            return row8.get();
-        }
-        row16 = std::make_unique<unsigned short[]>(samples);
-        Fill(row16.get(), row, end);
-        return reinterpret_cast<const unsigned char*>(row16.get());
+        const std::uint32_t end = std::min(col1, info.cols), bytes = info.bitsPerBand / 8;
+        block = std::make_unique<unsigned char[]>(std::size_t{end - col0} * info.bandsPerPixel * bytes);
+        unsigned char* out = block.get();
+        for (std::uint32_t c = col0; c < end; ++c)
+            for (std::uint32_t b = 0; b < info.bandsPerPixel; ++b, out += bytes) {
+                const unsigned value = sample(c + originColumn, row + originRow, b);
+                if (bytes == 1)
+                    *out = static_cast<unsigned char>(value);
+                else
+                    *reinterpret_cast<unsigned short*>(out) = static_cast<unsigned short>(value);
+            }
+        return block.get();
     }
     const RasterInfo* GetRasterInfo() override { return hasInfo ? &info : nullptr; }
     int SetProperties(const NameValueMap*) override { return 1; }
@@ -72,14 +73,9 @@ public:
     int SetColorMap(unsigned short**, unsigned int) override { return 1; }
 
     RasterInfo info;
-    bool initFails = false;
-    bool windowFails = false;
-    bool rowFails = false;
-    bool throws = false;
-    bool hasInfo = true;
+    bool initFails = false, windowFails = false, rowFails = false, throws = false, hasInfo = true;
     unsigned short* colorMap[1] = {nullptr};
-    std::uint32_t originColumn = 0; ///< added to what the sample function gets
-    std::uint32_t originRow = 0;
+    std::uint32_t originColumn = 0, originRow = 0; ///< added to what the sample function gets
 
 private:
     int Answer(bool fails, const char* reason) {
@@ -89,20 +85,12 @@ private:
         status.Add(8, name + " more", {});
         return 0;
     }
-    template <class T>
-    void Fill(T* out, std::uint32_t row, std::uint32_t end) {
-        for (std::uint32_t c = col0; c < end; ++c)
-            for (std::uint32_t b = 0; b < info.bandsPerPixel; ++b)
-                *out++ = static_cast<T>(sample(c + originColumn, row + originRow, b));
-    }
-
     std::string name;
     Log& log;
     SampleOf sample;
     std::uint32_t col0 = 0;
     std::uint32_t col1 = 0xFFFFFFFFu;
-    std::unique_ptr<unsigned char[]> row8;
-    std::unique_ptr<unsigned short[]> row16;
+    std::unique_ptr<unsigned char[]> block;
 };
 
 /// What an image of the workspace is, and where its chain fails.
@@ -110,11 +98,8 @@ struct FakeImage {
     std::uint32_t bands = 3;
     std::uint32_t bits = 8;
     SampleOf sample = [](auto, auto, auto) { return 0u; };
-    int extraColumns = 0; ///< how much wider or narrower than the request its raster is
-    int extraRows = 0;
-    bool missing = false;
-    bool initializeFails = false;
-    bool createFails = false;
+    int extraColumns = 0, extraRows = 0; ///< how much larger or smaller than the request its raster is
+    bool initializeFails = false, createFails = false;
     std::function<void(FakeRaster&)> prepare = [](FakeRaster&) {};
 };
 
@@ -124,7 +109,6 @@ public:
               std::uint32_t col0, std::uint32_t row0)
         : id(std::move(imageId)), image(std::move(fakeImage)), log(calls), initialized(requests),
           originColumn(col0), originRow(row0) {}
-    ~FakeChain() override = default;
 
     int SetProperty(const std::string& name, const std::string& value) override {
         log.push_back(id + ".SetProperty " + name + "=" + value);
@@ -171,8 +155,7 @@ private:
     FakeImage image;
     Log& log;
     std::vector<Aoi>& initialized;
-    std::uint32_t originColumn;
-    std::uint32_t originRow;
+    std::uint32_t originColumn, originRow;
     Size size;
     NameValueMap metadata;
     std::unique_ptr<FakeRaster> raster;
@@ -181,13 +164,12 @@ private:
 class FakeWorkspace : public Object, public IRasterWorkspace {
 public:
     explicit FakeWorkspace(Log& calls) : log(calls) {}
-    ~FakeWorkspace() override = default;
 
     IRasterProcessChain* GetProcessChain(const std::string& processRasterId, const std::string& imageId,
                                          Aoi* aoi, Status& reasons) override {
         log.push_back("GetProcessChain " + processRasterId + "->" + imageId);
         obtained.push_back(*aoi);
-        if (!images.contains(imageId) || images[imageId].missing) {
+        if (!images.contains(imageId)) {
             reasons.Add(11, "no image " + imageId, "FakeWorkspace");
             return nullptr;
         }
@@ -196,25 +178,18 @@ public:
         return issued.back().get();
     }
     int ReleaseProcessChain(IRasterProcessChain** holder) override {
-        for (auto& chain : issued)
-            if (chain && chain.get() == *holder) {
-                log.push_back("Release " + chain->GetImageId());
-                chain.reset();
-                if (clearsHolder) *holder = nullptr;
-                return 1;
-            }
-        log.push_back("Release of a chain that is not out");
-        return 0;
+        const auto chain =
+            std::find_if(issued.begin(), issued.end(), [&](const auto& out) { return out.get() == *holder; });
+        if (chain == issued.end()) {
+            log.push_back("Release of a chain that is not out");
+            return 0;
+        }
+        log.push_back("Release " + (*chain)->GetImageId());
+        issued.erase(chain);
+        if (clearsHolder) *holder = nullptr;
+        return 1;
     }
-    [[nodiscard]] std::size_t Outstanding() const {
-        std::size_t count = 0;
-        for (const auto& chain : issued)
-            count += chain ? 1 : 0;
-        return count;
-    }
-    void ForgetReleased() {
-        std::erase_if(issued, [](const auto& chain) { return !chain; });
-    }
+    [[nodiscard]] std::size_t Outstanding() const { return issued.size(); }
     int Open(const std::string&) override { return 1; }
     int SetProperties(const NameValueMap*) override { return 1; }
     const NameValueMap& GetProperties() override { return none; }
@@ -225,10 +200,9 @@ public:
     int Close() override { return 1; }
 
     std::map<std::string, FakeImage> images;
-    std::vector<Aoi> obtained;      ///< request records as GetProcessChain saw them
-    std::vector<Aoi> initialized;   ///< and as Initialize did
-    std::uint32_t windowColumn = 0; ///< where the next window starts
-    std::uint32_t windowRow = 0;
+    std::vector<Aoi> obtained;                     ///< request records as GetProcessChain saw them
+    std::vector<Aoi> initialized;                  ///< and as Initialize did
+    std::uint32_t windowColumn = 0, windowRow = 0; ///< where the next window starts
     bool clearsHolder = true;
 
 private:

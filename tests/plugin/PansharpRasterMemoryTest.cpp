@@ -4,7 +4,6 @@
 
 #include <array>
 #include <filesystem>
-#include <gtest/gtest.h>
 
 using namespace fakehost;
 using allocations::Fault;
@@ -46,13 +45,12 @@ std::size_t OpenFiles() {
 }
 
 void UseWindow(Session& session, std::uint32_t first) {
-    ASSERT_EQ(session.SetWindow(0, first, 40, first + 1), 1);
+    ASSERT_EQ(session.SetWindow({0, first, 40, first + 1}), 1);
     ASSERT_NE(session.process->GetRow(first), nullptr);
     ASSERT_EQ(session.process->GetRow(first + 1), nullptr);
     session.log = {};
     session.workspace.obtained = {};
     session.workspace.initialized = {};
-    session.workspace.ForgetReleased();
 }
 
 } // namespace
@@ -86,7 +84,7 @@ TEST(Memory, NoAllocationThatFailsLeavesASlotAsAnException) {
                     if (kind == Fault::Kind::Once) { // and it has lost nothing by it
                         session.process->SetProperty("Method", method);
                         EXPECT_EQ(session.process->Init(), 1);
-                        EXPECT_EQ(session.SetWindow(0, 0, 40, 2), 1);
+                        EXPECT_EQ(session.SetWindow({0, 0, 40, 2}), 1);
                         EXPECT_NE(session.process->GetRow(1), nullptr);
                     }
                     return reached;

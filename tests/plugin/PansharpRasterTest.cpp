@@ -1,173 +1,180 @@
 #include "Plugin.h"
 
-#include <cmath>
-#include <gtest/gtest.h>
-#include <random>
+#include "pansharp/Oracle.h"
 
 using namespace fakehost;
-using ::testing::Test;
 
 namespace {
 
-std::string Text(const Extent& e) {
-    char text[200];
-    std::snprintf(text, sizeof text, "%g %g %g %g %g %g", e.left, e.right, e.vertical1, e.vertical2,
-                  e.reserved1, e.reserved2);
-    return text;
-}
-
-/// KOVA by its formula, in the order in which it is written.
-unsigned Kova(const std::vector<unsigned>& ms, unsigned pan, const std::vector<double>& weights,
-              std::uint32_t band, double most) {
-    volatile double s = 0.0;
-    for (std::size_t b = 0; b < ms.size(); ++b) {
-        volatile double product = ms[b] * weights[b];
-        s = s + product;
-    }
-    volatile double d = pan - s;
-    double x = ms[band] + d;
-    if (std::isnan(x) || x < 0) x = 0;
-    return static_cast<unsigned>(std::floor(std::min(x, most) + 0.5));
+/// "left right vertical1 vertical2, columns x rows, reference" of a request record.
+std::string Text(const Aoi& asked) {
+    const Extent& e = asked.extent;
+    EXPECT_EQ(asked.requestExtent.vertical2, e.vertical2);
+    EXPECT_EQ(asked.requestSize.rows, asked.size.rows);
+    return KOVA::Tessara::Fundament::FormatString("%g %g %g %g, %u x %u, %s", e.left, e.right, e.vertical1,
+                                                  e.vertical2, asked.size.columns, asked.size.rows,
+                                                  asked.srs.c_str());
 }
 
 } // namespace
 
 TEST(PansharpRaster, PublishesPanWithTheBandCountOfTheOutput) {
     const struct {
-        Properties properties;
+        const char* outputBands;
         std::uint32_t bands, colorSpace;
-    } cases[] = {{{}, 3, 1},
-                 {{{"outputNBands", "1"}}, 1, 0},
-                 {{{"outputNBands", " 4 "}}, 4, 1},
-                 {{{"outputNBands", "many"}}, 3, 1}};
+    } cases[] = {{"", 3, 1}, {"1", 1, 0}, {" 4 ", 4, 1}, {"many", 3, 1}};
     for (const auto& c : cases) {
-        Session session(c.properties);
+        Session session(Properties{{"outputNBands", c.outputBands}});
+        const RasterInfo* before = session.process->GetRasterInfo();
         ASSERT_EQ(session.process->Init(), 1);
         const RasterInfo& info = *session.process->GetRasterInfo();
+        EXPECT_EQ(&info, before) << "a host keeps the address";
         EXPECT_EQ(info.bandsPerPixel, c.bands);
         EXPECT_EQ(info.colorSpace, c.colorSpace);
-        EXPECT_EQ(info.cols, 40u);
-        EXPECT_EQ(info.bitsPerBand, 8u);
+        EXPECT_NE(session.process->ToString().find(
+                      "\n\nRows: 30\nCols: 40\nBandsPerPixel: " + std::to_string(c.bands) +
+                      "\nBitsPerBand: 8\nPixelSizeX: 0.5\nPixelSizeY: 0.5\n\n"),
+                  std::string::npos);
     }
 }
 
 TEST(PansharpRaster, AsksTheHostInOrder) {
-    Session session(Properties{{"generateMetadata", "yes"}});
-    ASSERT_EQ(session.process->Init(), 1);
-    ASSERT_EQ(session.SetWindow(10, 5, 20, 8), 1);
-    session.Destroy();
-    EXPECT_EQ(session.log, (Log{"pan.Init", "GetProcessChain scene->ms",
-                                "ms.SetProperty _key_Process_TransmitProcessMetadata_=true", "ms.Initialize",
-                                "ms.CreateRaster", "pan.SetWindow 10 5 20 8", "Release ms"}));
+    const std::string transmit = ".SetProperty _key_Process_TransmitProcessMetadata_=true";
+    const std::pair<Properties, Log> cases[] = {
+        {{},
+         {"pan.Init", "GetProcessChain scene->ms", "ms" + transmit, "ms.Initialize", "ms.CreateRaster",
+          "pan.SetWindow 10 5 20 8", "Release ms"}},
+        {{{"AdditionalBandID", "ir"}},
+         {"pan.Init", "GetProcessChain scene->ms", "ms" + transmit, "GetProcessChain scene->ir",
+          "ir" + transmit, "ir.Initialize", "ir.CreateRaster", "ms.Initialize", "ms.CreateRaster",
+          "msRaster.SetWindow 0 0 10 3", "irRaster.SetWindow 0 0 10 3", "pan.SetWindow 10 5 20 8",
+          "Release ms", "Release ir"}},
+    };
+    for (auto [properties, log] : cases) {
+        properties.emplace_back("generateMetadata", "yes");
+        Session session(properties);
+        ASSERT_EQ(session.process->Init(), 1);
+        ASSERT_EQ(session.SetWindow({10, 5, 20, 8}), 1);
+        session.Destroy();
+        EXPECT_EQ(session.log, log);
+    }
 }
 
 TEST(PansharpRaster, WritesTheRequestRecordForTheWindow) {
-    Session session;
-    ASSERT_EQ(session.process->Init(), 1);
-    ASSERT_EQ(session.SetWindow(10, 20, 40, 30), 1);
-    const Aoi& asked = session.workspace.obtained.at(0);
-    EXPECT_EQ(Text(asked.extent), "100 120 500 515 1 2");
-    EXPECT_EQ(Text(asked.requestExtent), "100 120 500 515 1 2");
-    EXPECT_EQ(asked.size.columns, 30u);
-    EXPECT_EQ(asked.requestSize.rows, 10u);
-    EXPECT_EQ(asked.srs, "EPSG:32630");
-    EXPECT_TRUE(asked.bandIds.empty());
-    EXPECT_TRUE(asked.bandRecords.empty());
-    EXPECT_EQ(*asked.properties.Find("ClientProperties/SamplingMethod"), "Bilinear");
-    EXPECT_EQ(*session.aoi.properties.Find("ClientProperties/SamplingMethod"), "Nearest");
-}
-
-TEST(PansharpRaster, AsksInPixelsWhenToldNotToResample) {
-    Session session(Properties{{"ReSampleMS", "false"}});
-    session.pan->info.cols = 200;
-    session.pan->info.rows = 300;
-    ASSERT_EQ(session.process->Init(), 1);
-    ASSERT_EQ(session.SetWindow(10, 20, 110, 220), 1);
-    const Aoi& asked = session.workspace.initialized.at(0);
-    EXPECT_EQ(Text(asked.extent), "9.5 110.5 220.5 19.5 1 2");
-    EXPECT_EQ(Text(asked.requestExtent), "9.5 110.5 220.5 19.5 1 2");
-    EXPECT_EQ(asked.size.columns, 100u);
-    EXPECT_EQ(asked.size.rows, 200u);
-    EXPECT_EQ(asked.srs, "group srs");
+    const std::string map = "100 120 500 515, 10 x 3, EPSG:32630";
+    const std::string pixels = "9.5 20.5 8.5 4.5, 10 x 3, group srs";
+    const std::string otherWayRound = "9.5 20.5 4.5 8.5, 10 x 3, group srs"; // the infrared one's own order
+    const struct {
+        Properties properties;
+        std::string ms, ir, initialized; ///< both chains see the one record as it stands in the end
+    } cases[] = {{{}, map, map, map},
+                 {{{"ReSampleMS", "false"}}, pixels, pixels, pixels},
+                 {{{"ReSampleIR", "no"}}, map, otherWayRound, otherWayRound}};
+    for (const auto& c : cases) {
+        Properties properties = c.properties;
+        properties.emplace_back("AdditionalBandID", "ir");
+        Session session(properties);
+        ASSERT_EQ(session.process->Init(), 1);
+        ASSERT_EQ(session.SetWindow({10, 5, 20, 8}), 1);
+        EXPECT_EQ(Text(session.workspace.obtained.at(0)), c.ms);
+        EXPECT_EQ(Text(session.workspace.obtained.at(1)), c.ir);
+        for (const Aoi& asked : session.workspace.initialized) {
+            EXPECT_EQ(Text(asked), c.initialized);
+            EXPECT_TRUE(asked.bandIds.empty() && asked.bandRecords.empty());
+            EXPECT_TRUE(asked.extent.reserved1 == 1.0 && asked.extent.reserved2 == 2.0);
+            EXPECT_EQ(*asked.properties.Find("ClientProperties/SamplingMethod"), "Bilinear");
+        }
+        EXPECT_EQ(*session.aoi.properties.Find("ClientProperties/SamplingMethod"), "Nearest");
+    }
 }
 
 TEST(PansharpRaster, FusesEveryPixelOfEveryWindowAsDefined) {
-    std::mt19937 random(7);
-    const std::vector<std::string> weightTexts = {"0.25", "-1.5", "1e-9", "0.3333", "7", "", "abc", "1e308"};
+    const oracle::Pixel weights = {0.25, -1.5, 0.125, 0.3333, 7, 0.5, 1.25, 0};
     for (const std::uint32_t bits : {8u, 16u})
         for (std::uint32_t bands = 1; bands <= 8; ++bands) {
-            Properties properties{{"outputNBands", std::to_string(1 + random() % bands)}};
-            std::vector<double> weights;
-            for (std::uint32_t b = 1; b <= bands; ++b) {
-                const std::string& text = weightTexts[random() % weightTexts.size()];
-                properties.emplace_back("BandWeight-" + std::to_string(b), text);
-                weights.push_back(text.empty() ? 1.0 / bands : text == "abc" ? 0.0 : std::stod(text));
-            }
-            Session session(properties, bits);
+            const std::uint32_t outBands = 1 + bands / 2;
+            Properties properties{{"outputNBands", std::to_string(outBands)}};
+            for (std::uint32_t b = 0; b < bands; ++b)
+                properties.emplace_back("BandWeight-" + std::to_string(b + 1), std::to_string(weights[b]));
+            properties[1].second = ""; // the first band's is missing
+            oracle::Pixel used = weights;
+            used[0] = 1.0 / bands;
             const unsigned most = bits == 8 ? 255 : 65535;
-            const auto salt = static_cast<unsigned>(random());
-            const auto ms = [=](auto c, auto r, auto b) {
-                return (c * 2654435761u + r * 40503u + b * 977u + salt) % (most + 1);
+            const oracle::Tables tables = oracle::ProductTables(used, most);
+            const auto ms = [most](auto c, auto r, auto b) {
+                return (c * 2654435761u + r * 40503u + b * 977u) % (most + 1);
             };
+            Session session(properties, bits);
             session.workspace.images["ms"] = {bands, bits, ms};
             ASSERT_EQ(session.process->Init(), 1);
-            const std::uint32_t outBands = session.process->GetRasterInfo()->bandsPerPixel;
-            for (const auto& w :
-                 {Aoi{}.size, Size{3, 4}, Size{39, 29}}) { // first column and row of the window
-                ASSERT_EQ(session.SetWindow(w.columns, w.rows, 40, 30), 1);
-                for (std::uint32_t row = w.rows; row < 30; ++row) {
-                    const unsigned char* bytes = session.process->GetRow(row);
-                    ASSERT_NE(bytes, nullptr);
-                    for (std::uint32_t i = 0; i < (40 - w.columns) * outBands; ++i) {
-                        const std::uint32_t c = w.columns + i / outBands;
-                        std::vector<unsigned> pixel;
+            for (const Window& w : {Window{0, 0, 40, 30}, Window{3, 4, 40, 30}, Window{39, 29, 40, 30}}) {
+                std::vector<unsigned> expected;
+                for (std::uint32_t row = w.row0; row < w.row1; ++row)
+                    for (std::uint32_t c = w.col0; c < w.col1; ++c) {
+                        oracle::Pixel pixel;
                         for (std::uint32_t b = 0; b < bands; ++b)
                             pixel.push_back(ms(c, row, b));
-                        const unsigned got =
-                            bits == 8 ? bytes[i] : reinterpret_cast<const unsigned short*>(bytes)[i];
-                        ASSERT_EQ(got,
-                                  Kova(pixel, Session::PanSample(c, row, 0), weights, i % outBands, most))
-                            << bits << " bits, " << bands << " bands, column " << c << ", row " << row;
+                        const auto fused = oracle::Kova(pixel, Session::PanSample(c, row, 0), tables, most);
+                        expected.insert(expected.end(), fused.begin(), fused.begin() + outBands);
                     }
-                }
+                EXPECT_EQ(session.Read(w), expected) << bits << " bits, " << bands << " bands";
             }
         }
+}
+
+// A multispectral raster that carries the infrared band itself must give the same samples.
+TEST(PansharpRaster, InfraredJoinsAsTheLastBandUnderEveryMethod) {
+    const auto four = [](std::uint32_t c, std::uint32_t r, std::uint32_t b) {
+        return b < 3 ? Session::MsSample(c, r, b) : Session::IrSample(c, r, 0);
+    };
+    for (const char* method : {"KOVA", "Brovey", "IHS"})
+        for (const char* weight : {"", "0.5", "-0.25"})
+            for (const char* bands : {"3", "4"}) {
+                Properties settings{
+                    {"Method", method}, {"AdditionalBandWeight", weight}, {"outputNBands", bands}};
+                Session stacked(settings);
+                stacked.workspace.images["ms"] = {4, 8, four};
+                settings.emplace_back("AdditionalBandID", "ir");
+                Session merged(settings);
+                ASSERT_TRUE(merged.process->Init() && stacked.process->Init());
+                for (const Window& w : {Window{0, 0, 40, 30}, Window{13, 17, 40, 30}})
+                    EXPECT_EQ(merged.Read(w), stacked.Read(w)) << method << " " << weight << " " << bands;
+            }
 }
 
 TEST(PansharpRaster, RowsComeInAnyOrderAndStayTheSame) {
     Session session;
     ASSERT_EQ(session.process->Init(), 1);
-    ASSERT_EQ(session.SetWindow(0, 10, 40, 20), 1);
-    const auto read = [&](std::uint32_t row) {
+    const auto all = session.Read({0, 10, 40, 20});
+    for (const std::uint32_t row : {19u, 10u, 19u, 10u}) {
         const unsigned char* bytes = session.process->GetRow(row);
-        return bytes ? std::vector<unsigned char>(bytes, bytes + 120) : std::vector<unsigned char>();
-    };
-    const auto row19 = read(19);
-    const auto row10 = read(10);
-    ASSERT_FALSE(row10.empty());
-    EXPECT_NE(row10, row19);
-    EXPECT_EQ(read(19), row19);
-    EXPECT_EQ(read(10), row10);
+        EXPECT_TRUE(bytes && std::equal(bytes, bytes + 120, all.begin() + (row - 10) * 120)) << row;
+    }
 }
 
 TEST(PansharpRaster, MetadataTellOfTheWindowWhenAskedFor) {
-    for (const std::uint32_t bits : {8u, 16u}) {
-        Session session(Properties{{"generateMetadata", "true"}}, bits);
+    const std::string extents = "Extents=100.000000, 120.000000, 500.000000, 515.000000\n";
+    const std::string pan = "PanNCols=10\nPanNRows=5\nchannelWeights=", ms = "MSNCols=10\nMSNRows=5\n";
+    const std::string three = "0.333, 0.333, 0.333\nmultispectralImageNumChannels=3\n";
+    const std::string four = "0.250, 0.250, 0.250, 0.250\nmultispectralImageNumChannels=4\n";
+    const std::string tail = "outputNumChannels=3\npanImageNumChannels=1\n";
+    const struct {
+        std::uint32_t bits;
+        const char *asked, *infrared;
+        std::string text;
+    } cases[] = {{8, "true", "", "MS" + extents + ms + "Pan" + extents + pan + three + tail},
+                 {16, "true", "", ms + pan + three + tail},
+                 {8, "true", "ir", ms + pan + four + tail}, // those of the fusion, not of the merge
+                 {8, "no", "", ""}};
+    for (const auto& c : cases) {
+        Session session(Properties{{"generateMetadata", c.asked}, {"AdditionalBandID", c.infrared}}, c.bits);
         ASSERT_EQ(session.process->Init(), 1);
-        ASSERT_EQ(session.SetWindow(1, 2, 11, 7), 1);
+        ASSERT_EQ(session.SetWindow({1, 2, 11, 7}), 1);
         std::string text;
         for (const auto& [name, value] : session.process->GetMetadata())
             text += name + "=" + value + "\n";
-        const std::string extents = "100.000000, 120.000000, 500.000000, 515.000000\n";
-        EXPECT_EQ(text, (bits == 8 ? "MSExtents=" + extents : "") + "MSNCols=10\nMSNRows=5\n" +
-                            (bits == 8 ? "PanExtents=" + extents : "") +
-                            "PanNCols=10\nPanNRows=5\nchannelWeights=0.333, 0.333, 0.333\n"
-                            "multispectralImageNumChannels=3\noutputNumChannels=3\npanImageNumChannels=1\n");
+        EXPECT_EQ(text, c.text);
     }
-    Session session;
-    ASSERT_EQ(session.process->Init(), 1);
-    ASSERT_EQ(session.SetWindow(1, 2, 11, 7), 1);
-    EXPECT_EQ(session.process->GetMetadata().GetCount(), 0u);
 }
 
 TEST(PansharpRaster, EveryChainGoesBackOnceToTheWorkspaceThatIssuedIt) {
@@ -178,15 +185,15 @@ TEST(PansharpRaster, EveryChainGoesBackOnceToTheWorkspaceThatIssuedIt) {
         other.images = session.workspace.images;
         ASSERT_EQ(session.process->Init(), 1);
         for (int window = 0; window < 3; ++window) {
-            ASSERT_EQ(session.SetWindow(0, 0, 40, 10), 1);
+            ASSERT_EQ(session.SetWindow({0, 0, 40, 10}), 1);
             EXPECT_EQ(session.workspace.Outstanding(), 1u);
         }
         session.process->SetWorkspace(static_cast<IRasterWorkspace*>(&other));
-        ASSERT_EQ(session.SetWindow(0, 0, 40, 10), 1);
+        ASSERT_EQ(session.SetWindow({0, 0, 40, 10}), 1);
         EXPECT_EQ(session.workspace.Outstanding(), 0u);
         ASSERT_EQ(session.process->Init(), 1);
         EXPECT_EQ(other.Outstanding(), 0u);
-        ASSERT_EQ(session.SetWindow(0, 0, 40, 10), 1);
+        ASSERT_EQ(session.SetWindow({0, 0, 40, 10}), 1);
         session.Destroy();
         EXPECT_EQ(other.Outstanding(), 0u);
         EXPECT_EQ(std::count(session.log.begin(), session.log.end(), "Release of a chain that is not out"),

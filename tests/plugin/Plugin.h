@@ -1,42 +1,18 @@
 #pragma once
 
 #include "FakeHost.h"
+#include "PluginFile.h"
+#include "fundament/Text.h"
+#include "support/StatusText.h"
 
-#include <cstring>
-#include <dlfcn.h>
+#include <gtest/gtest.h>
 
 namespace fakehost {
 
-/// The built plug-in, loaded by its file name as a server would.
-struct Plugin {
-    Plugin() : library(dlopen(PANSHARP_PLUGIN_FILE, RTLD_NOW | RTLD_LOCAL)) {
-        if (!library) throw std::runtime_error(dlerror());
-    }
-    ~Plugin() { dlclose(library); }
-    template <class Function>
-    Function Entry(const char* name) const {
-        void* address = dlsym(library, name);
-        if (!address) throw std::runtime_error(name);
-        Function function;
-        std::memcpy(&function, &address, sizeof function);
-        return function;
-    }
-    IRasterProcess* Create(const NameValueMap* map) const {
-        namespace Names = KOVA::Tessara::EntryPoints;
-        return Entry<TessaraCreateObject>(Names::createObject)(nullptr, nullptr, map);
-    }
-    int Destroy(IRasterProcess** object) const {
-        namespace Names = KOVA::Tessara::EntryPoints;
-        return Entry<TessaraDestroyObject>(Names::destroyObject)(nullptr, object);
-    }
-
-    void* library;
+/// First column and row, and those past the end.
+struct Window {
+    std::uint32_t col0, row0, col1, row1;
 };
-
-/// An item of the process as Session::Items() gives it.
-inline std::string P(const char* id, const char* message) {
-    return std::string(id) + " PanSharp Process: " + message;
-}
 
 using Properties = std::vector<std::pair<std::string, std::string>>;
 
@@ -53,7 +29,7 @@ public:
         info.pixelSizeX = info.pixelSizeY = 0.5;
         pan = std::make_unique<FakeRaster>("pan", log, info, PanSample);
         workspace.images["ms"] = {3, bits, MsSample};
-        workspace.images["ir"] = {1, bits, [](auto c, auto r, auto) { return (c * 5 + r * 11) % 251; }};
+        workspace.images["ir"] = {1, bits, IrSample};
         aoi.requestExtent = {100.0, 120.0, 500.0, 515.0, 1.0, 2.0};
         aoi.requestSize = {40, 30};
         aoi.srs = "EPSG:32630";
@@ -75,22 +51,33 @@ public:
     ~Session() { Destroy(); }
     void Destroy() { plugin.Destroy(&process); }
 
-    int SetWindow(std::uint32_t c0, std::uint32_t r0, std::uint32_t c1, std::uint32_t r1) {
-        workspace.windowColumn = c0;
-        workspace.windowRow = r0;
-        return process->SetWindow(c0, r0, c1, r1);
+    int SetWindow(const Window& w) {
+        workspace.windowColumn = w.col0;
+        workspace.windowRow = w.row0;
+        return process->SetWindow(w.col0, w.row0, w.col1, w.row1);
     }
-    /// The items of the status, one "ID source: message" each.
-    [[nodiscard]] Log Items() const {
-        Log items;
-        const Status& status = process->GetStatus();
-        for (std::uint32_t i = 0; i < status.GetCount(); ++i) {
-            const auto& item = status.GetItem(i);
-            char id[16];
-            std::snprintf(id, sizeof id, "%X ", item.id);
-            items.push_back(id + item.source + ": " + item.message);
+    /// All samples of a window, row by row.
+    std::vector<unsigned> Read(const Window& w) {
+        std::vector<unsigned> all;
+        EXPECT_EQ(SetWindow(w), 1) << Items();
+        for (std::uint32_t row = w.row0; row < w.row1; ++row) {
+            const unsigned char* bytes = process->GetRow(row);
+            EXPECT_NE(bytes, nullptr) << Items();
+            if (!bytes) break;
+            const std::uint32_t samples = (w.col1 - w.col0) * process->GetRasterInfo()->bandsPerPixel;
+            if (pan->info.bitsPerBand == 8)
+                all.insert(all.end(), bytes, bytes + samples);
+            else
+                all.insert(all.end(), reinterpret_cast<const unsigned short*>(bytes),
+                           reinterpret_cast<const unsigned short*>(bytes) + samples);
         }
-        return items;
+        return all;
+    }
+    /// The items of the status: "ID message" of the process itself, "ID source|message" of the others.
+    [[nodiscard]] std::string Items() const {
+        std::string text = support::StatusText(process->GetStatus());
+        KOVA::Tessara::Fundament::ReplaceAll(text, " PanSharp Process|", " ", false, 0xFFFFFFFFu);
+        return text;
     }
 
     static unsigned PanSample(std::uint32_t c, std::uint32_t r, std::uint32_t) {
@@ -98,6 +85,9 @@ public:
     }
     static unsigned MsSample(std::uint32_t c, std::uint32_t r, std::uint32_t b) {
         return (c * 3 + r * 17 + b * 50) % 256;
+    }
+    static unsigned IrSample(std::uint32_t c, std::uint32_t r, std::uint32_t) {
+        return (c * 5 + r * 11) % 251;
     }
 
     Log log;

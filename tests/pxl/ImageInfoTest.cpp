@@ -6,13 +6,6 @@ namespace {
 
 using PXL::ImageInfo;
 
-TEST(ImageInfo, IsEmptyAtFirst) {
-    ImageInfo info;
-    EXPECT_TRUE(info.rows == 0 && info.cols == 0 && info.bands == 1 && info.bitsPerSample == 8);
-    EXPECT_TRUE(info.originX == 0 && info.originY == 0 && info.pixelSizeX == 0 && info.pixelSizeY == 0);
-    EXPECT_EQ(info.properties.ToXml({}), "<ColorSpace>Unknown</ColorSpace>\n");
-}
-
 TEST(ImageInfo, IsTheTranslationOfARasterDescription) {
     // Every number differs, so that a mixed-up field shows.
     KOVA::Tessara::Pixmere::RasterInfo raster;

@@ -15,15 +15,15 @@ using fakehost::FakeRaster;
 struct Fixture {
     fakehost::Log log;
     bool destroyed = false;
-    KOVA::Tessara::Pixmere::RasterInfo info = [] {
-        KOVA::Tessara::Pixmere::RasterInfo description;
-        description.rows = 4;
-        description.cols = 5;
-        description.bandsPerPixel = 1;
-        description.bitsPerBand = 16;
-        description.colorSpace = 1;
-        return description;
-    }();
+    KOVA::Tessara::Pixmere::RasterInfo info;
+
+    Fixture() {
+        info.rows = 4;
+        info.cols = 5;
+        info.bandsPerPixel = 1;
+        info.bitsPerBand = 16;
+        info.colorSpace = 1;
+    }
 
     /// A raster that tells of its end and whose samples are 1000 * row + column.
     FakeRaster* NewRaster() {
@@ -41,7 +41,9 @@ struct Fixture {
 TEST(SimpleImage, WithoutARasterGivesNothing) {
     SimpleImage16 image;
     EXPECT_EQ(image.GetRow(0), nullptr);
-    EXPECT_EQ(image.GetInfo().rows, 0u);
+    const ImageInfo info = image.GetInfo();
+    EXPECT_TRUE(info.rows == 0 && info.cols == 0 && info.bands == 1 && info.bitsPerSample == 8);
+    EXPECT_EQ(info.properties.ToXml({}), "<ColorSpace>Unknown</ColorSpace>\n");
     image.status.Add(1, "old", {});
     EXPECT_FALSE(image.SetWindow(0, 0, 1, 1));
     EXPECT_EQ(image.status.GetCount(), 0u);

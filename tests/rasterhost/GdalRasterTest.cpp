@@ -17,7 +17,7 @@ unsigned Coded(int column, int row, int band) {
 
 std::unique_ptr<InputImage> OpenImage(const std::vector<InputBand>& inputs) {
     rasterhost::Status status;
-    auto image = InputImage::Open(inputs, "multispectral", status);
+    auto image = InputImage::Open(inputs, "multispectral", {}, status);
     EXPECT_NE(image, nullptr) << status.ToText();
     return image;
 }

@@ -28,6 +28,7 @@ struct InfraredScene {
         request.method = method;
         request.output = folder / "fused.tif";
         request.overwrite = true;
+        request.weightSource = WeightSource::Equal;
         return request;
     }
     testfiles::Folder folder;

@@ -21,6 +21,7 @@ protected:
         request.multispectral = {
             {folder.Write("ms.tif", {20, 20, 3, GDT_Byte, Grid(20.0), "EPSG:32630"}, Flat), {}}};
         request.output = folder / "fused.tif";
+        request.weightSource = rasterhost::WeightSource::Equal;
     }
     [[nodiscard]] std::string Make(const char* name, const FileShape& shape) const {
         return folder.Write(name, shape, Flat);
@@ -148,7 +149,8 @@ TEST_F(Refusals, OutputsThatCannotBe) {
     Refuse([&](SharpenRequest& r) { r.output = folder / "none/fused.tif"; }, {"none", "does not exist"});
     Refuse([&](SharpenRequest& r) { r.output = folder / ".", r.overwrite = true; }, {"is a folder"});
     Refuse([](SharpenRequest& r) { r.format = "NoFormat"; }, {"'NoFormat'"});
-    Refuse([](SharpenRequest& r) { r.format = "PNG"; }, {"'PNG'", "gdal_translate -of PNG"});
+    Refuse([](SharpenRequest& r) { r.format = "DIMAP"; }, {"'DIMAP'", "does not write it"});
+    Refuse([](SharpenRequest& r) { r.format = "GIF"; }, {"'GIF' cannot hold an image of 3 bands of 8 bits"});
     Refuse(
         [](SharpenRequest& r) {
             r.creationOptions = {"COMPRESS=NONSENSE", "BLOCKXSIZE=17"};

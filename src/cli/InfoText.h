@@ -1,0 +1,12 @@
+#pragma once
+
+#include "rasterhost/Preflight.h"
+
+#include <string>
+
+namespace cli {
+
+/// What "pansharp info" prints of a pair that can be fused, without its warnings. Ends in a line feed.
+[[nodiscard]] std::string FormatInfo(const rasterhost::PreflightReport& report);
+
+} // namespace cli

@@ -1,0 +1,249 @@
+#include "rasterhost/Preflight.h"
+
+#include "fundament/Text.h"
+#include "hostkit/PluginLibrary.h"
+#include "rasterhost/Collars.h"
+#include "rasterhost/GdalErrors.h"
+#include "rasterhost/OutputCheck.h"
+#include "rasterhost/ProcessSettings.h"
+#include "rasterhost/RunPlan.h"
+#include "rasterhost/SceneSample.h"
+
+#include <gdal_priv.h>
+
+#include <algorithm>
+#include <bit>
+#include <chrono>
+#include <cmath>
+#include <exception>
+
+namespace rasterhost {
+
+using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Pixmere::RasterInfo;
+
+namespace {
+
+constexpr std::uint32_t outputBlockRows = 256; ///< of the tiles that are written unless others are asked for
+constexpr double leastShift = 0.1;
+constexpr double muchSaturated = 0.01;
+
+std::string ProjectionText(const OGRSpatialReference& projection) {
+    if (projection.IsEmpty()) return {};
+    const char* name = projection.GetName();
+    const char* authority = projection.GetAuthorityName(nullptr);
+    const char* code = projection.GetAuthorityCode(nullptr);
+    std::string text = name ? name : "unnamed";
+    if (authority && code) text += FormatString(" (%s:%s)", authority, code);
+    return text;
+}
+
+std::vector<std::string> NoDataTexts(const InputImage& image) {
+    std::vector<std::string> texts;
+    const auto add = [&](const std::string& text) {
+        if (std::find(texts.begin(), texts.end(), text) == texts.end()) texts.push_back(text);
+    };
+    for (const SourceBand& source : image.GetBands()) {
+        if (source.noData) add(FormatString("the value %d", *source.noData));
+        if (source.mask)
+            add(source.mask->GetColorInterpretation() == GCI_AlphaBand ? "transparency" : "a mask");
+    }
+    if (image.GetCollar()) add("a collar of zeros along the edge");
+    return texts;
+}
+
+ImageFacts DescribeImage(const InputImage& image) {
+    const RasterInfo& info = image.GetInfo();
+    ImageFacts facts;
+    facts.name = image.GetName();
+    facts.columns = info.cols;
+    facts.rows = info.rows;
+    facts.bands = info.bandsPerPixel;
+    const bool isSigned = image.GetBands().front().band->GetRasterDataType() == GDT_Int16;
+    facts.sampleType = FormatString("%u bits %s", info.bitsPerBand, isSigned ? "signed" : "unsigned");
+    facts.projection = ProjectionText(image.GetProjection());
+    if (image.IsGeoreferenced()) facts.extent = std::array{info.xMin, info.yMax, info.xMax, info.yMin};
+    facts.pixelSizeX = info.pixelSizeX;
+    facts.pixelSizeY = info.pixelSizeY;
+    facts.noData = NoDataTexts(image);
+    return facts;
+}
+
+void AddTally(const ImageTally& tally, ImageFacts& facts) {
+    facts.largest = tally.largest;
+    facts.bitDepth = static_cast<std::uint32_t>(std::bit_width(tally.largest));
+    if (tally.pixels == 0) return;
+    const auto all = static_cast<double>(tally.pixels);
+    facts.withoutData = static_cast<double>(tally.withoutData) / all;
+    facts.saturated = static_cast<double>(tally.saturated) / all;
+}
+
+/// "0.30 right of and 0.45 above".
+std::string WhereText(const Shift& shift) {
+    return FormatString("%.2f %s and %.2f %s", std::fabs(shift.right),
+                        shift.right < 0.0 ? "left of" : "right of", std::fabs(shift.below),
+                        shift.below < 0.0 ? "above" : "below");
+}
+
+std::string ShiftWarning(const Shift& shift, const InputImage& multispectral) {
+    std::string text = FormatString(
+        "the content of %s lies %s where its georeferencing says, in its pixels (%u windows agree to %.2f): "
+        "from about 0.3 fusing does more harm than good",
+        multispectral.GetName().c_str(), WhereText(shift).c_str(), shift.windows, shift.spread);
+    if (!multispectral.IsGeoreferenced()) return text + "; give both images a position that is right";
+    const RasterInfo& info = multispectral.GetInfo();
+    const double x = -shift.right * info.pixelSizeX, y = shift.below * info.pixelSizeY;
+    return text + FormatString("; put it right with gdal_translate -a_ullr %.10g %.10g %.10g %.10g",
+                               info.xMin + x, info.yMax + y, info.xMax + x, info.yMin + y);
+}
+
+/// The share of pan on which the other images lie.
+double FindOverlap(const Scene& scene) {
+    const RasterInfo& pan = scene.pan->GetInfo();
+    double left = pan.xMin, right = pan.xMax, bottom = pan.yMin, top = pan.yMax;
+    for (const InputImage* image : {scene.multispectral.get(), scene.infrared.get()}) {
+        if (!image) continue;
+        left = std::max(left, image->GetInfo().xMin);
+        right = std::min(right, image->GetInfo().xMax);
+        bottom = std::max(bottom, image->GetInfo().yMin);
+        top = std::min(top, image->GetInfo().yMax);
+    }
+    const double common = std::max(right - left, 0.0) * std::max(top - bottom, 0.0);
+    return common / ((pan.xMax - pan.xMin) * (pan.yMax - pan.yMin));
+}
+
+/// One look at a pair, from the opened scene to the warnings.
+class PreflightRun {
+public:
+    PreflightRun(const SharpenRequest& sharpenRequest, PreflightReport& preflightReport,
+                 Status& preflightStatus)
+        : request(sharpenRequest), report(preflightReport), status(preflightStatus) {}
+
+    bool Run() {
+        const std::string path = hostkit::FindPlugin(request.plugin, status);
+        if (path.empty()) return false;
+        const auto plugin = hostkit::PluginLibrary::Load(path, status);
+        if (!plugin) return false;
+        scene = OpenScene(
+            request, [this](const std::string& text) { sceneWarnings.push_back(text); }, status);
+        const bool works = scene && SearchCollars() &&
+                           MakeSettings(request, *scene, plugin->GetDescription(), settings, status);
+        if (scene) DescribeGrids();
+        if (!works) {
+            report.warnings = sceneWarnings;
+            return false;
+        }
+        const bool isSampled = SampleImages(WantsFit(request, plugin->GetDescription()));
+        settings = {};
+        if (isSampled && MakeSettings(request, *scene, plugin->GetDescription(), settings, status))
+            DescribeRun();
+        Warn();
+        return isSampled && !report.method.empty();
+    }
+
+private:
+    bool SearchCollars() {
+        return FindCollars(
+                   *scene, [this](const std::string& text) { sceneWarnings.push_back(text); }, {}, status) ==
+               CollarSearch::Done;
+    }
+
+    void DescribeGrids() {
+        const RasterInfo& pan = scene->pan->GetInfo();
+        const RasterInfo& ms = scene->multispectral->GetInfo();
+        report.pan = DescribeImage(*scene->pan);
+        report.multispectral = DescribeImage(*scene->multispectral);
+        if (scene->infrared) report.infrared = DescribeImage(*scene->infrared);
+        report.ratioX = ms.pixelSizeX / pan.pixelSizeX;
+        report.ratioY = ms.pixelSizeY / pan.pixelSizeY;
+        report.overlap = FindOverlap(*scene);
+        const GridMap across{(ms.xMin - pan.xMin) / pan.pixelSizeX, report.ratioX};
+        const GridMap down{(pan.yMax - ms.yMax) / pan.pixelSizeY, report.ratioY};
+        report.corner = {across.At(0.0), down.At(0.0)};
+        for (std::size_t axis = 0; axis < 2; ++axis)
+            report.phase[axis] = report.corner[axis] - std::ceil(report.corner[axis] - 0.5);
+    }
+
+    bool SampleImages(bool wantsFit) {
+        WeightFit fit;
+        SceneTally tally;
+        std::optional<double> fixed;
+        if (wantsFit) fixed = request.infraredWeight;
+        if (!FitWeights(*scene, {request.bitDepth, fixed}, fit, &tally, status) ||
+            !MeasureShift(*scene, request.bitDepth, report.shift, status))
+            return false;
+        AddTally(tally.pan, report.pan);
+        AddTally(tally.multispectral, report.multispectral);
+        if (report.infrared) AddTally(tally.infrared, *report.infrared);
+        obstacle = fit.obstacle;
+        if (fit.weights.empty()) return true;
+        if (wantsFit && fit.obstacle.empty()) {
+            request.weights = fit.weights;
+            request.infraredWeight = fit.infraredWeight;
+        }
+        report.fit = std::move(fit);
+        return true;
+    }
+
+    void DescribeRun() {
+        const OutputRules rules = MakeOutputRules(request, *scene);
+        const RunSizes sizes{scene->part.GetColumns(), scene->part.GetRows(), rules.GetFileBands(),
+                             ChooseThreads(request), 0};
+        report.method = settings.method;
+        report.effectiveWeights = settings.effectiveWeights;
+        report.infraredWeight = settings.infraredWeight;
+        report.outputColumns = sizes.columns;
+        report.outputRows = sizes.rows;
+        report.outputBands = scene->outputBands;
+        report.outputBytes = std::uint64_t{sizes.columns} * sizes.rows * sizes.fileBands *
+                             (scene->pan->GetInfo().bitsPerBand / 8);
+        report.memoryBytes = EstimateMemory(*scene, sizes, outputBlockRows);
+    }
+
+    /// Collects what was found to be wrong, the gravest first.
+    void Warn() {
+        std::vector<std::string>& warnings = report.warnings;
+        if (report.shift && report.shift->IsAgreed() && report.shift->GetLength() >= leastShift)
+            warnings.push_back(ShiftWarning(*report.shift, *scene->multispectral));
+        if (!obstacle.empty()) warnings.push_back(obstacle + "; equal weights are used");
+        if (report.fit && obstacle.empty())
+            for (const std::string& warning : JudgeFit(*scene, *report.fit))
+                warnings.push_back(warning);
+        warnings.insert(warnings.end(), sceneWarnings.begin(), sceneWarnings.end());
+        const auto warnOfSaturation = [&](const ImageFacts& facts) {
+            if (facts.saturated >= muchSaturated)
+                warnings.push_back(
+                    FormatString("%.1f %% of the pixels of %s are saturated: what was brighter there is lost",
+                                 100.0 * facts.saturated, facts.name.c_str()));
+        };
+        warnOfSaturation(report.pan);
+        warnOfSaturation(report.multispectral);
+    }
+
+    SharpenRequest request; ///< with the weights that were chosen
+    PreflightReport& report;
+    Status& status;
+    std::unique_ptr<Scene> scene;
+    ProcessSettings settings;
+    std::vector<std::string> sceneWarnings;
+    std::string obstacle;
+};
+
+} // namespace
+
+bool Preflight(const SharpenRequest& request, PreflightReport& report, Status& status) {
+    const auto start = std::chrono::steady_clock::now();
+    report = {};
+    bool isDone = false;
+    try {
+        GDALAllRegister();
+        const GdalErrors silence; // this thread's; every failure below becomes an item
+        isDone = PreflightRun(request, report, status).Run();
+    } catch (const std::exception& error) {
+        isDone = Fail(status, HostStatus::Unexpected, FormatString("unexpected: %s", error.what()));
+    }
+    report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return isDone;
+}
+
+} // namespace rasterhost

@@ -1,0 +1,66 @@
+#include "rasterhost/RunPlan.h"
+
+#include <algorithm>
+#include <thread>
+
+namespace rasterhost {
+
+using KOVA::Tessara::Pixmere::RasterInfo;
+
+namespace {
+
+std::uint64_t ImageBytes(const InputImage& image) {
+    const RasterInfo& info = image.GetInfo();
+    return std::uint64_t{info.cols} * info.rows * hostkit::PixelBytes(info);
+}
+
+/// The process and the sampler hold single rows; a window holds pan, its share of the source and output.
+std::uint64_t RowBytes(const Scene& scene, const RunSizes& sizes) {
+    const RasterInfo& pan = scene.pan->GetInfo();
+    const RasterInfo& ms = scene.multispectral->GetInfo();
+    return hostkit::PixelBytes(pan) * sizes.columns * (1 + sizes.fileBands) +
+           static_cast<std::uint64_t>(static_cast<double>(hostkit::PixelBytes(ms)) * ms.cols *
+                                      pan.pixelSizeY / ms.pixelSizeY);
+}
+
+} // namespace
+
+int ChooseThreads(const SharpenRequest& request) {
+    return request.threads > 0 ? request.threads
+                               : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+}
+
+std::uint32_t ChooseWindowRows(const Scene& scene, const RunSizes& sizes, std::uint32_t blockRows) {
+    constexpr std::uint64_t windowBytes = std::uint64_t{16} << 20;
+    if (sizes.windowRows > 0) return std::min(sizes.windowRows, sizes.rows);
+    const std::uint64_t byMemory = windowBytes / std::max<std::uint64_t>(RowBytes(scene, sizes), 1);
+    const std::uint64_t byThreads = sizes.rows / (static_cast<unsigned>(sizes.threads) * 2u) + 1;
+    // Blocks of one row, as strips have, need not be kept to.
+    const std::uint64_t blocks = std::max<std::uint64_t>(std::min(byMemory, byThreads) / blockRows, 1);
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(blocks * blockRows, sizes.rows));
+}
+
+int CountSlots(int threads) { return threads == 1 ? 1 : threads + 1; }
+
+std::int64_t CacheBytes(const Scene& scene, const RunSizes& sizes) {
+    constexpr std::uint64_t least = std::uint64_t{64} << 20;
+    const std::uint64_t inputs = scene.pan->GetBlockRowBytes() + scene.multispectral->GetBlockRowBytes();
+    const std::uint64_t outputs = sizes.windowRows == 0
+                                      ? 0
+                                      : std::uint64_t{256} * sizes.fileBands *
+                                            hostkit::PixelBytes(scene.pan->GetInfo()) * sizes.columns;
+    return static_cast<std::int64_t>(std::max(least, 2 * inputs + outputs));
+}
+
+std::uint64_t EstimateMemory(const Scene& scene, const RunSizes& sizes, std::uint32_t blockRows) {
+    constexpr std::uint64_t program = std::uint64_t{50} << 20; // with its libraries, as measured
+    std::uint64_t inputs = ImageBytes(*scene.pan) + ImageBytes(*scene.multispectral);
+    if (scene.infrared) inputs += ImageBytes(*scene.infrared);
+    const std::uint64_t cache = std::min(static_cast<std::uint64_t>(CacheBytes(scene, sizes)), inputs);
+    const std::uint32_t rows = ChooseWindowRows(scene, sizes, blockRows);
+    const std::uint32_t windows = (sizes.rows - 1) / rows + 1;
+    const int threads = std::min(sizes.threads, static_cast<int>(std::min(windows, 0x7FFFFFFFu)));
+    return program + cache + RowBytes(scene, sizes) * rows * static_cast<unsigned>(CountSlots(threads));
+}
+
+} // namespace rasterhost

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "rasterhost/Scene.h"
+
+#include <cstdint>
+
+namespace rasterhost {
+
+/// What decides how a scene is cut into windows.
+struct RunSizes {
+    std::uint32_t columns = 0; ///< of the output
+    std::uint32_t rows = 0;
+    std::uint32_t fileBands = 0;  ///< of the output, transparency counted
+    int threads = 1;              ///< that fuse
+    std::uint32_t windowRows = 0; ///< as the request gives them, or 0
+};
+
+/// The request's threads, or one a processor.
+[[nodiscard]] int ChooseThreads(const SharpenRequest& request);
+
+/// Whole rows of output blocks, some 16 MB, and a few windows for every thread where the scene has them.
+[[nodiscard]] std::uint32_t ChooseWindowRows(const Scene& scene, const RunSizes& sizes,
+                                             std::uint32_t blockRows);
+
+/// Windows that are held at a time: one more than threads, so that a thread finds work while another writes.
+[[nodiscard]] int CountSlots(int threads);
+
+/// Bytes for GDAL's cache: enough to keep rows of blocks that several windows share.
+[[nodiscard]] std::int64_t CacheBytes(const Scene& scene, const RunSizes& sizes);
+
+/// About what a run takes, in bytes, with blocks of so many rows.
+[[nodiscard]] std::uint64_t EstimateMemory(const Scene& scene, const RunSizes& sizes,
+                                           std::uint32_t blockRows);
+
+} // namespace rasterhost

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "rasterhost/Scene.h"
+
+namespace rasterhost {
+
+/// Sets the part of the scene that a request names, in whole pan pixels: corners go to the nearest, and what
+/// lies outside pan is left out with a warning. False with an item when nothing is left or pan has no
+/// position.
+[[nodiscard]] bool ChoosePart(const SharpenRequest& request, Scene& scene, const Warn& warn, Status& status);
+
+} // namespace rasterhost

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "fundament/Status.h"
+
+#include <cstdint>
+#include <optional>
+
+namespace rasterhost {
+
+struct Scene;
+
+/// How far the multispectral content lies right of and below where its georeferencing says, in multispectral
+/// pixels. With (0.5, 0) what pan shows at a place is found half a multispectral pixel further right in the
+/// multispectral image.
+struct Shift {
+    double right = 0.0;
+    double below = 0.0;
+    double rSquared = 0.0; ///< of the weight fit with this shift taken out
+    /// Windows that could be measured alone, and the median distance of their shifts from the one above.
+    std::uint32_t windows = 0;
+    double spread = 0.0;
+
+    [[nodiscard]] double GetLength() const;
+    /// True when the windows tell the same: several of them, and their spread is small beside the length or
+    /// below 0.1.
+    [[nodiscard]] bool IsAgreed() const;
+};
+
+/// Measures the shift from windows spread over the scene: the one with the largest R² of a weight fit over
+/// all of them, pan averaged anew over the moved footprints for each trial. Looks up to 2 multispectral
+/// pixels in each direction. None when there is nothing to measure by: too few pixels, bands that do not make
+/// up pan, or a best shift at the end of what was looked at. False with an item when an input cannot be read.
+[[nodiscard]] bool MeasureShift(const Scene& scene, std::optional<int> bitDepth, std::optional<Shift>& shift,
+                                KOVA::Tessara::Fundament::Status& status);
+
+} // namespace rasterhost

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "hostkit/SampleBlock.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+namespace rasterhost {
+
+/// The pixels of an image that are 0 in all bands and hang together with such pixels on the image's edge:
+/// what a collar without data looks like when nobody declared it. Pixels hang together by their sides. Zeros
+/// inside, of deep shadow and the like, are data.
+class ZeroCollar {
+public:
+    /// Finds the collar while rows pass by from the top: `columns` pixels of `pixelBytes` bytes each.
+    class Finder {
+    public:
+        Finder(std::uint32_t imageColumns, std::size_t bytesOfAPixel)
+            : columns(imageColumns), pixelBytes(bytesOfAPixel) {}
+        void AddRow(const unsigned char* samples);
+        /// Zeros this ragged are no collar, and would fill the memory.
+        [[nodiscard]] bool IsTooRagged() const { return runs.size() > mostRuns; }
+        [[nodiscard]] ZeroCollar Finish();
+
+    private:
+        static constexpr std::size_t mostRuns = std::size_t{8} << 20;
+
+        std::uint32_t Root(std::uint32_t run);
+        void Join(std::uint32_t a, std::uint32_t b);
+
+        struct LabelledRun {
+            std::uint32_t first, end, parent;
+            bool isAtEdge;
+        };
+        std::uint32_t columns;
+        std::size_t pixelBytes;
+        std::vector<LabelledRun> runs;
+        std::vector<std::size_t> rowStarts; ///< for every row its first run
+    };
+
+    /// Marks the collar's pixels of a rectangle: their bytes become 0, others stay. Rows packed.
+    void Clear(const hostkit::PixelRect& rect, unsigned char* valid) const;
+    [[nodiscard]] std::uint64_t GetPixels() const { return pixels; }
+
+private:
+    struct Run {
+        std::uint32_t first, end;
+    };
+    std::vector<Run> runs;
+    std::vector<std::size_t> rowStarts; ///< one more than there are rows
+    std::uint64_t pixels = 0;
+};
+
+} // namespace rasterhost

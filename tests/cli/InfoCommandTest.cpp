@@ -1,0 +1,61 @@
+#include "Child.h"
+#include "Scene.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+using nlohmann::json;
+using testing::HasSubstr;
+
+TEST(InfoCommand, PrintsWhatSharpenWouldDo) {
+    const child::Folder folder;
+    const scene::Pair pair(folder, 4, 16);
+    const child::Arguments arguments = {"info",          "pan.tif",    "ms.tif,band=1", "ms.tif,band=2",
+                                        "ms.tif,band=3", "--infrared", "ms.tif,band=4"};
+    const auto text = child::Run(folder, arguments);
+    ASSERT_EQ(text.code, 0) << text.err;
+    for (const char* words :
+         {"'pan.tif': 46 x 38 pixels of 10 x 10, 1 band\n", "EPSG:32631", "16 bits unsigned",
+          "ratio 2, overlap 100 % of pan", "band 3: correlation with pan", "46 x 38 pixels, 3 bands"})
+        EXPECT_THAT(text.out, HasSubstr(words));
+    EXPECT_THAT(text.err, testing::StartsWith("pansharp: warning: no weights of the bands make up pan well"));
+
+    const auto told = child::Run(folder, child::Concatenate({arguments, {"--json"}}));
+    EXPECT_EQ(told.err, "");
+    const json info = json::parse(told.out);
+    const auto run = child::Run(folder, child::Concatenate({{"sharpen", "-o", "out.tif", "--json"},
+                                                            {arguments.begin() + 1, arguments.end()}}));
+    const json fused = json::parse(run.out);
+    EXPECT_EQ(info.at("command"), "info");
+    for (const char* same : {"weights", "infrared_weight", "method", "columns", "rows", "bands"})
+        EXPECT_EQ(info.at("sharpen").at(same), fused.at(same)) << same;
+    EXPECT_EQ(info.at("fit").at("correlations"), fused.at("fit").at("correlations"));
+    EXPECT_EQ(info.at("warnings"), fused.at("warnings"));
+    EXPECT_EQ(info.at("images").at("infrared").at("columns"), 23);
+    EXPECT_THAT(folder.List(), testing::ElementsAre("ms.tif", "out.tif", "pan.tif"));
+}
+
+TEST(InfoCommand, FailsWhereSharpenWould) {
+    const child::Folder folder;
+    const scene::Pair pair(folder, 2, 8);
+    scene::Write(folder / "away.tif", pair.ms, {.x = 900000.0, .pixelSize = 20.0});
+    const struct {
+        child::Arguments arguments;
+        int code;
+        const char* words;
+    } cases[] = {{{"pan.tif", "away.tif"}, 1, "do not overlap"},
+                 {{"pan.tif", "ms.tif", "--method", "ihs"}, 1, "at least 3 multispectral bands"},
+                 {{"pan.tif", "ms.tif", "-o", "out.tif"}, 2, "-o"},
+                 {{"pan.tif"}, 2, "only 'pan.tif' is named"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(child::AsTyped(c.arguments));
+        const auto outcome = child::Run(folder, child::Concatenate({{"info", "--json"}, c.arguments}));
+        EXPECT_EQ(outcome.code, c.code);
+        EXPECT_THAT(outcome.err,
+                    testing::AllOf(testing::StartsWith("pansharp: error: "), HasSubstr(c.words)));
+        const json object = json::parse(outcome.out);
+        EXPECT_EQ(object.at("exit_code"), c.code);
+        EXPECT_FALSE(object.contains("sharpen"));
+    }
+}

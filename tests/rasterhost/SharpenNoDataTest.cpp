@@ -1,0 +1,251 @@
+#include "SceneFiles.h"
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+
+namespace {
+
+using namespace testfiles;
+using rasterhost::SharpenRequest;
+using testing::HasSubstr;
+
+constexpr int ratio = 4, msColumns = 40, msRows = 30, columns = msColumns * ratio, rows = msRows * ratio;
+constexpr double step = 200.0; // a pixel of the source, in samples
+
+/// A hole inside, a slanted collar and single pixels.
+bool IsHole(int c, int r) { return (c >= 12 && c < 19 && r >= 8 && r < 13) || c * 7 + r * 13 == 333; }
+bool IsCollar(int c, int r) { return c + 2 * r < 18 || c - r > 30; }
+
+enum class Kind { Value, OtherBand, Mask, Alpha, Collar, Pan, Infrared, Option, Ignored };
+
+/// A pair whose first multispectral band tells the column and whose second tells the row.
+struct CodedPair {
+    CodedPair(const Folder& folder, Kind kind) {
+        const bool isCollar = kind == Kind::Collar;
+        const auto isGap = [isCollar](int c, int r) { return isCollar ? IsCollar(c, r) : IsHole(c, r); };
+        const auto coded = [&](int c, int r, int band) -> unsigned {
+            if (isGap(c, r) && (isCollar || (kind != Kind::Pan && kind != Kind::Infrared &&
+                                             band == (kind == Kind::OtherBand ? 1 : 0))))
+                return 0;
+            if (isCollar && c == 20 && r == 15) return 0; // a zero inside is data
+            return static_cast<unsigned>(1000 + step * (band == 0 ? c : r));
+        };
+        request.pan.file =
+            folder.Write("pan.tif", {columns, rows, 1, GDT_UInt16, Grid(10.0), {}}, [&](int c, int r, int) {
+                return kind == Kind::Pan && IsHole(c / ratio, r / ratio) ? 5u : 3u;
+            });
+        const int bands = kind == Kind::Alpha ? 3 : 2;
+        const std::string ms = folder.Write(
+            "ms.tif", {msColumns, msRows, bands, GDT_UInt16, Grid(40.0), {}}, [&](int c, int r, int band) {
+                return band == 2 ? (isGap(c, r) ? 0u : 65535u) : coded(c, r, band);
+            });
+        request.multispectral = {{ms, {}}};
+        if (kind == Kind::Infrared) {
+            const std::string ir = folder.Write("ir.tif", {msColumns, msRows, 1, GDT_UInt16, Grid(40.0), {}},
+                                                [&](int c, int r, int) { return isGap(c, r) ? 9u : 100u; });
+            request.infrared = rasterhost::InputBand{ir, {}};
+            request.infraredWeight = 0.0;
+            Declare(ir, 9.0);
+        }
+        request.weights = {0.0, 0.0}; // so that fusing adds pan, which is 3
+        request.output = folder / "fused.tif";
+        if (kind == Kind::Value || kind == Kind::OtherBand || kind == Kind::Ignored) Declare(ms, 0.0);
+        if (kind == Kind::Pan) Declare(request.pan.file, 5.0);
+        if (kind == Kind::Option) request.noData = 0.0;
+        request.ignoreNoData = kind == Kind::Ignored;
+        GDALDatasetUniquePtr file(GDALDataset::Open(ms.c_str(), GDAL_OF_RASTER | GDAL_OF_UPDATE));
+        if (kind == Kind::Alpha) file->GetRasterBand(3)->SetColorInterpretation(GCI_AlphaBand);
+        if (kind == Kind::Mask) {
+            CPLConfigOptionSetter inside("GDAL_TIFF_INTERNAL_MASK", "YES", false);
+            file->CreateMaskBand(GMF_PER_DATASET);
+            std::vector<unsigned char> mask;
+            for (int i = 0; i < msColumns * msRows; ++i)
+                mask.push_back(isGap(i % msColumns, i / msColumns) ? 0 : 255);
+            EXPECT_EQ(file->GetRasterBand(1)->GetMaskBand()->RasterIO(GF_Write, 0, 0, msColumns, msRows,
+                                                                      mask.data(), msColumns, msRows,
+                                                                      GDT_Byte, 0, 0, nullptr),
+                      CE_None);
+        }
+    }
+    static void Declare(const std::string& file, double value) {
+        GDALDatasetUniquePtr dataset(GDALDataset::Open(file.c_str(), GDAL_OF_RASTER | GDAL_OF_UPDATE));
+        for (int band = 1; band <= dataset->GetRasterCount(); ++band)
+            dataset->GetRasterBand(band)->SetNoDataValue(value);
+    }
+    SharpenRequest request;
+};
+
+/// Where the output says that there are data.
+std::vector<unsigned char> ReadMask(const std::string& file) {
+    GDALDatasetUniquePtr dataset(GDALDataset::Open(file.c_str()));
+    std::vector<unsigned char> mask(std::size_t{columns} * rows);
+    GDALRasterBand* last = dataset->GetRasterBand(dataset->GetRasterCount());
+    const bool isAlpha = last->GetColorInterpretation() == GCI_AlphaBand;
+    GDALRasterBand* band = isAlpha ? last : dataset->GetRasterBand(1)->GetMaskBand();
+    EXPECT_EQ(
+        band->RasterIO(GF_Read, 0, 0, columns, rows, mask.data(), columns, rows, GDT_Byte, 0, 0, nullptr),
+        CE_None);
+    return mask;
+}
+
+struct Expected {
+    bool isValid = false;
+    double column = 0.0, row = 0.0; ///< mean position of the source pixels that take part
+    bool isWhole = false;
+};
+
+Expected At(int c, int r, Kind kind) {
+    const double x = (c + 0.5) / ratio - 0.5, y = (r + 0.5) / ratio - 0.5;
+    Expected at{false, 0.0, 0.0, true};
+    double weights = 0.0;
+    for (int j = static_cast<int>(std::floor(y)); j <= std::floor(y) + 1; ++j)
+        for (int i = static_cast<int>(std::floor(x)); i <= std::floor(x) + 1; ++i) {
+            const int column = std::clamp(i, 0, msColumns - 1), row = std::clamp(j, 0, msRows - 1);
+            const double weight = (1.0 - std::fabs(i - x)) * (1.0 - std::fabs(j - y));
+            const bool isGap = kind == Kind::Collar ? IsCollar(column, row) : IsHole(column, row);
+            if (isGap && kind != Kind::Pan && kind != Kind::Infrared) {
+                at.isWhole = false;
+                continue;
+            }
+            // The infrared band's gaps make pixels invalid and do not change the others.
+            at.isValid = at.isValid || kind != Kind::Infrared || !isGap;
+            weights += weight;
+            at.column += weight * column;
+            at.row += weight * row;
+        }
+    if (kind == Kind::Pan && IsHole(c / ratio, r / ratio)) at.isValid = false;
+    at.column /= weights;
+    at.row /= weights;
+    return at;
+}
+
+// Each kind of no data against its mask; every valid pixel lies where its neighbours with data lie, to 1/100
+// of a source pixel, beside the gaps too.
+TEST(SharpenNoData, EveryKindLeavesTheOthersInPlace) {
+    const struct {
+        Kind kind;
+        const char* by;
+        unsigned value;
+        std::size_t warnings;
+    } cases[] = {{Kind::Value, "value", 0, 0},    {Kind::OtherBand, "value", 0, 0},
+                 {Kind::Mask, "mask", 0, 0},      {Kind::Alpha, "mask", 0, 0},
+                 {Kind::Collar, "mask", 0, 1},    {Kind::Pan, "value", 5, 0},
+                 {Kind::Infrared, "value", 9, 0}, {Kind::Option, "value", 0, 0}};
+    for (const auto& c : cases)
+        for (const bool alpha : {false, true}) {
+            SCOPED_TRACE(testing::Message() << "kind " << static_cast<int>(c.kind) << " alpha " << alpha);
+            const Folder folder;
+            CodedPair pair(folder, c.kind);
+            pair.request.alpha = alpha;
+            pair.request.windowRows = 13;
+            const Outcome outcome = RunSharpen(pair.request);
+            ASSERT_TRUE(outcome.isDone) << outcome.status.ToText();
+            EXPECT_EQ(outcome.report.warnings.size(), c.warnings);
+            EXPECT_EQ(outcome.report.noDataBy, alpha ? "alpha" : c.by);
+            EXPECT_THAT(folder.List(), testing::Not(testing::Contains(HasSubstr(".msk"))));
+            const auto mask = ReadMask(pair.request.output);
+            const auto samples = ReadAll(pair.request.output);
+            const std::size_t bands = alpha ? 3 : 2;
+            ASSERT_EQ(samples.size(), mask.size() * bands);
+            std::uint64_t gaps = 0;
+            for (int r = 0; r < rows; ++r)
+                for (int col = 0; col < columns; ++col) {
+                    const auto i = static_cast<std::size_t>(r * columns + col);
+                    const Expected at = At(col, r, c.kind);
+                    ASSERT_EQ(mask[i] != 0, at.isValid) << "column " << col << " row " << r;
+                    gaps += !at.isValid;
+                    if (!at.isValid) {
+                        ASSERT_EQ(samples[i * bands], alpha ? 0 : c.value);
+                        continue;
+                    }
+                    if (c.kind == Kind::Collar && std::abs(at.column - 20) < 1 && std::abs(at.row - 15) < 1)
+                        continue; // beside the zero that is data
+                    ASSERT_NEAR((samples[i * bands] - 1003.0) / step, at.column, 0.01) << col << " " << r;
+                    ASSERT_NEAR((samples[i * bands + 1] - 1003.0) / step, at.row, 0.01) << col << " " << r;
+                }
+            EXPECT_EQ(outcome.report.pixelsWithoutData, gaps);
+        }
+}
+
+TEST(SharpenNoData, IsDataWhenItIsToBe) {
+    const Folder folder;
+    CodedPair pair(folder, Kind::Ignored);
+    const Outcome outcome = RunSharpen(pair.request);
+    ASSERT_TRUE(outcome.isDone) << outcome.status.ToText();
+    EXPECT_EQ(outcome.report.noDataBy, "none");
+    const auto samples = ReadAll(pair.request.output);
+    // The middle of the hole: 0 of the source, and pan.
+    EXPECT_EQ(samples[static_cast<std::size_t>((10 * ratio + 1) * columns + 15 * ratio + 1) * 2], 3u);
+}
+
+TEST(SharpenNoData, SignedSamplesOfZeroAndMoreAreTaken) {
+    const Folder folder;
+    SharpenRequest request;
+    const auto write = [&](const char* name, int size, double pixel, int low) {
+        const std::string file = folder / name;
+        GDALDatasetUniquePtr made(GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
+            file.c_str(), size, size, 1, GDT_Int16, nullptr));
+        auto grid = *Grid(pixel);
+        made->SetGeoTransform(grid.data());
+        made->GetRasterBand(1)->SetNoDataValue(-9999);
+        made->GetRasterBand(1)->Fill(100);
+        short sample = static_cast<short>(low);
+        EXPECT_EQ(
+            made->GetRasterBand(1)->RasterIO(GF_Write, 2, 2, 1, 1, &sample, 1, 1, GDT_Int16, 0, 0, nullptr),
+            CE_None);
+        return file;
+    };
+    request.pan.file = write("pan.tif", 32, 10.0, -9999);
+    request.output = folder / "fused.tif";
+    request.multispectral = {{write("ms.tif", 16, 20.0, 7), {}}};
+    const Outcome good = RunSharpen(request);
+    ASSERT_TRUE(good.isDone) << good.status.ToText();
+    EXPECT_EQ(good.report.pixelsWithoutData, 1u);
+    EXPECT_EQ(good.report.noDataBy, "mask"); // the file's samples cannot be -9999
+    request.multispectral = {{write("bad.tif", 16, 20.0, -5), {}}};
+    request.overwrite = true;
+    const Outcome bad = RunSharpen(request);
+    EXPECT_FALSE(bad.isDone);
+    EXPECT_THAT(bad.status.ToText(),
+                testing::AllOf(HasSubstr("bad.tif"), HasSubstr("-5"), HasSubstr("--nodata")));
+}
+
+// Cloud-optimised files are copies, masks, position and all; nothing of the way there is left.
+TEST(SharpenNoData, GoesIntoFormatsThatAreCopied) {
+    const Folder folder;
+    CodedPair pair(folder, Kind::Collar);
+    ASSERT_TRUE(RunSharpen(pair.request).isDone);
+    const auto samples = ReadAll(pair.request.output);
+    const auto mask = ReadMask(pair.request.output);
+    const auto before = folder.List();
+    for (const char* format : {"COG", "PNG"}) {
+        pair.request.format = format;
+        pair.request.multispectral[0].band = std::string(format) == "PNG" ? std::optional(1) : std::nullopt;
+        pair.request.weights.resize(std::string(format) == "PNG" ? 1 : 2);
+        pair.request.output = folder / (std::string("copy.") + format);
+        std::vector<double> seen;
+        pair.request.progress = [&](double done) { return seen.push_back(done), true; };
+        const Outcome outcome = RunSharpen(pair.request);
+        ASSERT_TRUE(outcome.isDone) << outcome.status.ToText();
+        EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
+        EXPECT_EQ(seen.back(), 1.0);
+        if (std::string(format) == "COG") {
+            EXPECT_EQ(ReadAll(pair.request.output), samples);
+            EXPECT_EQ(ReadMask(pair.request.output), mask);
+        }
+        for (const std::string& name : folder.List())
+            EXPECT_THAT(name, testing::AnyOf(testing::StartsWith("copy."), testing::AnyOfArray(before)));
+        // A run that is called off while it copies leaves what was there.
+        pair.request.overwrite = true;
+        pair.request.progress = [&](double done) { return done < 0.6; };
+        const auto names = folder.List();
+        const auto bytes = ReadText(pair.request.output);
+        EXPECT_TRUE(RunSharpen(pair.request).report.cancelled);
+        EXPECT_EQ(folder.List(), names);
+        EXPECT_TRUE(ReadText(pair.request.output) == bytes);
+        pair.request.overwrite = false;
+    }
+}
+
+} // namespace
