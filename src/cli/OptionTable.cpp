@@ -70,6 +70,8 @@ constexpr OptionEntry sharpenOptions[] = {
      "are those that the whole has there"},
     {"--bbox", "XMIN YMIN XMAX YMAX", "all of pan", fusionHeading,
      "the same, by the least and greatest coordinates"},
+    {"--scale", "MIN,MAX", "", fusionHeading,
+     "map these values of all inputs, of whatever type, to 16 bits; the output records scale and offset"},
     {"--extent", "pan|intersection", "pan", fusionHeading,
      "fuse all of pan, or only what lies on all the inputs"},
     {"--same-corner", "", "", fusionHeading,

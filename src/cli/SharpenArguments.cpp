@@ -134,6 +134,14 @@ void ReadSampling(const CommandLine& line, SharpenRequest& request) {
         if (line.Has(option)) request.part = ParsePart(line, option);
 }
 
+/// Two numbers with a comma between them.
+std::array<double, 2> ParsePair(const std::string& option, const std::string& text) {
+    const std::size_t comma = text.find(',');
+    if (comma == std::string::npos)
+        throw UsageError(option + ": '" + text + "' is no two numbers with a comma between them");
+    return {ParseNumber(option, text.substr(0, comma)), ParseNumber(option, text.substr(comma + 1))};
+}
+
 void ReadGrids(const CommandLine& line, SharpenRequest& request) {
     const std::string extent = KOVA::Tessara::Fundament::ToLower(line.Get("--extent"));
     if (extent != "pan" && extent != "intersection")
@@ -143,13 +151,12 @@ void ReadGrids(const CommandLine& line, SharpenRequest& request) {
     request.sameCorner = line.Has("--same-corner");
     const std::string shift = KOVA::Tessara::Fundament::ToLower(line.Get("--shift"));
     request.measureShift = shift == "auto";
-    if (request.measureShift) return;
-    const std::size_t comma = shift.find(',');
-    if (comma == std::string::npos)
-        throw UsageError("--shift: '" + shift +
-                         "' is neither auto nor two numbers with a comma between them");
-    request.shift = {ParseNumber("--shift", shift.substr(0, comma)),
-                     ParseNumber("--shift", shift.substr(comma + 1))};
+    if (!request.measureShift) request.shift = ParsePair("--shift", shift);
+    if (!line.Has("--scale")) return;
+    request.scale = ParsePair("--scale", line.Get("--scale"));
+    if (!((*request.scale)[0] < (*request.scale)[1]))
+        throw UsageError("--scale: the least value comes first, then the greatest; '" + line.Get("--scale") +
+                         "' leaves nothing between them");
 }
 
 void ReadNoData(const CommandLine& line, SharpenRequest& request) {

@@ -23,11 +23,12 @@ void InputImage::CloseDataset::operator()(GDALDataset* dataset) const { GDALClos
 InputImage::~InputImage() = default;
 
 std::unique_ptr<InputImage> InputImage::Open(const std::vector<InputBand>& inputs, const char* role,
-                                             const NoDataOptions& noData, Status& status) {
+                                             const SampleOptions& sampleOptions, Status& status) {
     std::unique_ptr<InputImage> image(new InputImage);
+    image->options = sampleOptions;
     for (const InputBand& input : inputs) {
         GDALDataset* dataset = image->OpenFile(input, role, status);
-        if (!dataset || !image->AddBands(input, *dataset, role, noData, status)) return nullptr;
+        if (!dataset || !image->AddBands(input, *dataset, role, status)) return nullptr;
     }
     return image->Describe(role, status) ? std::move(image) : nullptr;
 }
@@ -90,10 +91,15 @@ GDALRasterBand* FindTransparency(GDALDataset& dataset) {
 }
 
 /// What the file declares of a band, or the options in its place.
-void FindNoData(const NoDataOptions& options, GDALRasterBand* transparency, SourceBand& source) {
+void FindNoData(const SampleOptions& options, GDALRasterBand* transparency, SourceBand& source) {
     if (options.isIgnored) return;
     int isDeclared = options.value ? 1 : 0;
     const double value = options.value ? *options.value : source.band->GetNoDataValue(&isDeclared);
+    if (options.scale) {
+        if (isDeclared) source.rawNoData = value;
+        source.noData = 0;
+        isDeclared = 0;
+    }
     const bool isSigned = source.band->GetRasterDataType() == GDT_Int16;
     const bool isByte = source.band->GetRasterDataType() == GDT_Byte;
     const double least = isSigned ? -32768.0 : 0.0;
@@ -111,8 +117,7 @@ void FindNoData(const NoDataOptions& options, GDALRasterBand* transparency, Sour
 
 } // namespace
 
-bool InputImage::AddBands(const InputBand& input, GDALDataset& dataset, const char* role,
-                          const NoDataOptions& noData, Status& status) {
+bool InputImage::AddBands(const InputBand& input, GDALDataset& dataset, const char* role, Status& status) {
     const int count = dataset.GetRasterCount();
     if (count == 0)
         return Fail(
@@ -126,12 +131,12 @@ bool InputImage::AddBands(const InputBand& input, GDALDataset& dataset, const ch
                                  input.file.c_str(), *input.band, count));
     GDALRasterBand* transparency = FindTransparency(dataset);
     for (int number = input.band.value_or(1); number <= input.band.value_or(count); ++number) {
-        SourceBand source{&dataset, dataset.GetRasterBand(number), number, input.file, {}, {}, nullptr};
+        SourceBand source{&dataset, dataset.GetRasterBand(number), number, input.file, {}, {}, {}, nullptr};
         if (!input.band && count > 1 && source.band == transparency) continue;
         source.description = source.band->GetDescription();
         if (source.description.empty() && count == 1) source.description = CPLGetBasename(input.file.c_str());
         if (!CheckBand(source, role, status)) return false;
-        FindNoData(noData, transparency, source);
+        FindNoData(options, transparency, source);
         bands.push_back(std::move(source));
     }
     return true;
@@ -144,13 +149,15 @@ bool InputImage::CheckBand(const SourceBand& source, const char* role, Status& s
                                  what.c_str()));
     };
     const GDALDataType type = source.band->GetRasterDataType();
-    if (type != GDT_Byte && type != GDT_UInt16 && type != GDT_Int16)
+    const bool isTaken = options.scale ? !GDALDataTypeIsComplex(type)
+                                       : type == GDT_Byte || type == GDT_UInt16 || type == GDT_Int16;
+    if (!isTaken)
         return refuse(
-            FormatString("holds %s samples; 8 and 16 bits are supported: convert it with "
-                         "gdal_translate -ot Byte or -ot UInt16, and -scale where values do not fit",
+            FormatString("holds %s samples; 8 and 16 bits are supported: name the range of the values "
+                         "with --scale MIN,MAX, or convert it with gdal_translate -ot UInt16 -scale",
                          GDALGetDataTypeName(type)));
     if (const char* pixelType = source.band->GetMetadataItem("PIXELTYPE", "IMAGE_STRUCTURE");
-        pixelType && std::string(pixelType) == "SIGNEDBYTE")
+        pixelType && !options.scale && std::string(pixelType) == "SIGNEDBYTE")
         return refuse("holds signed bytes; 8 and 16 bits unsigned are supported");
     if (source.band->GetColorTable())
         return refuse("holds palette numbers, not intensities: expand it with gdal_translate -expand rgb");
@@ -162,8 +169,8 @@ bool InputImage::CheckBand(const SourceBand& source, const char* role, Status& s
     };
     return same("width", source.band->GetXSize(), first.band->GetXSize()) &&
            same("height", source.band->GetYSize(), first.band->GetYSize()) &&
-           same("bits per sample", GDALGetDataTypeSizeBits(type),
-                GDALGetDataTypeSizeBits(first.band->GetRasterDataType()));
+           (options.scale || same("bits per sample", GDALGetDataTypeSizeBits(type),
+                                  GDALGetDataTypeSizeBits(first.band->GetRasterDataType())));
 }
 
 bool InputImage::Describe(const char* role, Status& status) {
@@ -173,7 +180,8 @@ bool InputImage::Describe(const char* role, Status& status) {
     info.cols = static_cast<std::uint32_t>(band.GetXSize());
     info.rows = static_cast<std::uint32_t>(band.GetYSize());
     info.bandsPerPixel = static_cast<std::uint32_t>(bands.size());
-    info.bitsPerBand = static_cast<std::uint32_t>(GDALGetDataTypeSizeBits(band.GetRasterDataType()));
+    info.bitsPerBand =
+        options.scale ? 16u : static_cast<std::uint32_t>(GDALGetDataTypeSizeBits(band.GetRasterDataType()));
     info.colorSpace = bands.size() == 1 ? 0 : 1;
     return Georeference(status);
 }
@@ -280,7 +288,22 @@ void InputImage::Reorder(const std::vector<std::size_t>& order) {
     info.bandsPerPixel = static_cast<std::uint32_t>(bands.size());
 }
 
+namespace {
+
+bool FailToRead(const PixelRect& rect, const SourceBand& source, const std::string& reason, Status& status) {
+    return Fail(status, HostStatus::InputNotRead,
+                FormatString("rows %u to %u of '%s' cannot be read; the file may be cut short or damaged%s",
+                             rect.row0, rect.row1, source.file.c_str(), reason.c_str()));
+}
+
+} // namespace
+
 bool InputImage::Read(const PixelRect& rect, unsigned char* out, Status& status) const {
+    if (options.scale) {
+        for (std::size_t band = 0; band < bands.size(); ++band)
+            if (!ReadScaled(rect, band, out, status)) return false;
+        return true;
+    }
     // One call for as many bands in a row as come from one file with samples of one kind.
     for (std::size_t first = 0, end = 0; first < bands.size(); first = end) {
         const auto belongs = [&](const SourceBand& source) {
@@ -312,9 +335,28 @@ bool InputImage::ReadBands(const PixelRect& rect, std::size_t first, std::size_t
         bands[first].band->GetRasterDataType(), static_cast<int>(numbers.size()), numbers.data(), pixelBytes,
         pixelBytes * columns, sampleBytes, nullptr);
     return (result == CE_None && !errors.HasFailed()) ||
-           Fail(status, HostStatus::InputNotRead,
-                FormatString("rows %u to %u of '%s' cannot be read; the file may be cut short or damaged%s",
-                             rect.row0, rect.row1, bands[first].file.c_str(), errors.Reason().c_str()));
+           FailToRead(rect, bands[first], errors.Reason(), status);
+}
+
+bool InputImage::ReadScaled(const PixelRect& rect, std::size_t band, unsigned char* out,
+                            Status& status) const {
+    const SourceBand& source = bands[band];
+    const auto columns = static_cast<int>(rect.GetColumns());
+    const auto rows = static_cast<int>(rect.GetRows());
+    std::vector<double> samples(std::size_t{rect.GetColumns()} * rect.GetRows());
+    const GdalErrors errors;
+    if (source.band->RasterIO(GF_Read, static_cast<int>(rect.col0), static_cast<int>(rect.row0), columns,
+                              rows, samples.data(), columns, rows, GDT_Float64, 0, 0, nullptr) != CE_None ||
+        errors.HasFailed())
+        return FailToRead(rect, source, errors.Reason(), status);
+    auto* pixel = reinterpret_cast<unsigned short*>(out) + band;
+    const unsigned short none = options.isIgnored ? 1 : 0;
+    for (const double sample : samples) {
+        const bool hasData = !std::isnan(sample) && sample != source.rawNoData;
+        *pixel = hasData ? options.scale->Map(sample) : none;
+        pixel += bands.size();
+    }
+    return true;
 }
 
 /// Signed samples are used as they are, which only those of 0 and more can be; those that mean no data are
@@ -336,6 +378,7 @@ bool InputImage::CheckSigns(const PixelRect& rect, std::size_t first, std::size_
 }
 
 std::uint32_t InputImage::GetBitDepth() const {
+    if (options.scale) return info.bitsPerBand;
     std::uint32_t depth = 0;
     for (const SourceBand& source : bands) {
         const char* declared = source.band->GetMetadataItem("NBITS", "IMAGE_STRUCTURE");

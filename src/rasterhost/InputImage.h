@@ -3,6 +3,7 @@
 #include "hostkit/PixelMap.h"
 #include "hostkit/SampleBlock.h"
 #include "rasterhost/HostStatus.h"
+#include "rasterhost/SampleScale.h"
 #include "rasterhost/Sharpen.h"
 #include "rasterhost/ZeroCollar.h"
 
@@ -30,14 +31,16 @@ struct SourceBand {
     std::string file; ///< as the request names it
     std::string
         description; ///< the band's, else the file's stem when the file has no other band; may be empty
-    std::optional<int> noData;      ///< the sample value that means no data
-    GDALRasterBand* mask = nullptr; ///< 0 where there is no data: a mask band or transparency; may be null
+    std::optional<int> noData;       ///< the sample value that means no data
+    std::optional<double> rawNoData; ///< likewise, in the file, when samples are scaled
+    GDALRasterBand* mask = nullptr;  ///< 0 where there is no data: a mask band or transparency; may be null
 };
 
-/// What is to count as no data.
-struct NoDataOptions {
-    std::optional<double> value; ///< this value in every band, whatever the file declares
-    bool isIgnored = false;      ///< nothing is: all samples are data
+/// What the samples of a file are to be taken for.
+struct SampleOptions {
+    std::optional<double> value;      ///< this value in every band, whatever the file declares
+    bool isIgnored = false;           ///< no sample means no data
+    std::optional<SampleScale> scale; ///< brings samples of any kind to 16 bits
 };
 
 /// Bands of one size and position, taken from one file or several.
@@ -49,8 +52,9 @@ public:
     /// position and projection, north up. Signed 16-bit samples are served as they are and have to be 0 or
     /// more. A file named without a band gives all its bands but transparency. Null with an item that names
     /// the file. `role` is "pan" or the like.
-    [[nodiscard]] static std::unique_ptr<InputImage>
-    Open(const std::vector<InputBand>& inputs, const char* role, const NoDataOptions& noData, Status& status);
+    [[nodiscard]] static std::unique_ptr<InputImage> Open(const std::vector<InputBand>& inputs,
+                                                          const char* role,
+                                                          const SampleOptions& sampleOptions, Status& status);
     InputImage(const InputImage&) = delete;
     InputImage& operator=(const InputImage&) = delete;
     ~InputImage();
@@ -113,10 +117,11 @@ public:
 private:
     InputImage() = default;
     GDALDataset* OpenFile(const InputBand& input, const char* role, Status& status);
-    bool AddBands(const InputBand& input, GDALDataset& dataset, const char* role, const NoDataOptions& noData,
-                  Status& status);
+    bool AddBands(const InputBand& input, GDALDataset& dataset, const char* role, Status& status);
     bool ReadBands(const hostkit::PixelRect& rect, std::size_t first, std::size_t end, unsigned char* out,
                    Status& status) const;
+    bool ReadScaled(const hostkit::PixelRect& rect, std::size_t band, unsigned char* out,
+                    Status& status) const;
     bool CheckSigns(const hostkit::PixelRect& rect, std::size_t first, std::size_t end,
                     const unsigned char* samples, Status& status) const;
     bool Describe(const char* role, Status& status);
@@ -134,6 +139,7 @@ private:
 
     std::vector<OpenFileEntry> files;
     std::vector<SourceBand> bands;
+    SampleOptions options;
     RasterInfo info;
     std::unique_ptr<ZeroCollar> collar; ///< null without one
     std::optional<std::array<double, 6>> geoTransform;

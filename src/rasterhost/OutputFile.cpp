@@ -161,6 +161,10 @@ void OutputFile::Describe(const Scene& scene, const Metadata& metadata) {
         if (!description.empty()) target.SetDescription(description.c_str());
         target.SetColorInterpretation(ColourOf(scene, band));
         if (rules.noData) target.SetNoDataValue(*rules.noData);
+        if (const auto& scale = scene.sampleOptions.scale) {
+            target.SetScale(scale->Step());
+            target.SetOffset(scale->Offset());
+        }
     }
     if (rules.hasAlpha)
         dataset->GetRasterBand(static_cast<int>(rules.bands) + 1)->SetColorInterpretation(GCI_AlphaBand);

@@ -19,7 +19,7 @@ using KOVA::Tessara::Pixmere::RasterInfo;
 namespace {
 
 bool OpenPan(const SharpenRequest& request, Scene& scene, Status& status) {
-    scene.pan = InputImage::Open({request.pan}, "pan", scene.noData, status);
+    scene.pan = InputImage::Open({request.pan}, "pan", scene.sampleOptions, status);
     if (!scene.pan) return false;
     if (scene.pan->GetBands().size() == 1) return true;
     return Fail(status, HostStatus::InputNotSupported,
@@ -157,7 +157,7 @@ bool PlaceImage(const SharpenRequest& request, InputImage& coarse, const char* r
 }
 
 bool OpenInfrared(const SharpenRequest& request, Scene& scene, const Warn& warn, Status& status) {
-    scene.infrared = InputImage::Open({*request.infrared}, "infrared", scene.noData, status);
+    scene.infrared = InputImage::Open({*request.infrared}, "infrared", scene.sampleOptions, status);
     if (!scene.infrared) return false;
     if (scene.infrared->GetBands().size() != 1)
         return Fail(status, HostStatus::InputNotSupported,
@@ -170,6 +170,9 @@ bool OpenInfrared(const SharpenRequest& request, Scene& scene, const Warn& warn,
 /// What the results may reach: the request's depth, or the greatest that an input uses.
 bool FindDepth(const SharpenRequest& request, Scene& scene, Status& status) {
     const std::uint32_t bits = scene.pan->GetInfo().bitsPerBand;
+    if (request.bitDepth && request.scale)
+        return Fail(status, HostStatus::RequestInvalid,
+                    "scaled samples use all 16 bits; a bit depth cannot be asked for beside a scale");
     if (request.bitDepth && bits != 16)
         return Fail(
             status, HostStatus::RequestInvalid,
@@ -229,12 +232,14 @@ void Scene::KeepFirstBands(std::uint32_t count) {
 
 std::unique_ptr<Scene> OpenScene(const SharpenRequest& request, const Warn& warn, Status& status) {
     auto scene = std::make_unique<Scene>();
-    scene->noData = {request.noData, request.ignoreNoData};
+    scene->sampleOptions = {request.noData, request.ignoreNoData, {}};
+    if (request.scale) scene->sampleOptions.scale = SampleScale{(*request.scale)[0], (*request.scale)[1]};
     if (!FindResampling(request, *scene, status) || !OpenPan(request, *scene, status) ||
         !ChoosePart(request, *scene, warn, status))
         return nullptr;
     scene->covered = scene->part;
-    scene->multispectral = InputImage::Open(request.multispectral, "multispectral", scene->noData, status);
+    scene->multispectral =
+        InputImage::Open(request.multispectral, "multispectral", scene->sampleOptions, status);
     if (!scene->multispectral || !OrderBands(request.bands, *scene, status) ||
         !PlaceImage(request, *scene->multispectral, "a multispectral", *scene, warn, status))
         return nullptr;
