@@ -99,6 +99,7 @@ TEST(Memory, NoAllocationThatFailsLeavesASlotAsAnException) {
                     ASSERT_EQ(allocations::Live(), before) << method << ": leaked after allocation " << n;
                 }
             }
+    testing::Test::RecordProperty("failures", std::to_string(failures)); // in the report of --gtest_output
     EXPECT_GT(failures, 1000) << "the faults did not reach the plug-in";
 }
 
