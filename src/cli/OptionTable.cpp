@@ -45,6 +45,13 @@ constexpr PositionalEntry sharpenPositionals[] = {
      "band of a file"},
 };
 
+constexpr OptionEntry scaleOption = {
+    "--scale", "MIN,MAX", "", fusionHeading,
+    "map these values of all inputs, of whatever type, to 16 bits; the output records scale and offset"};
+constexpr OptionEntry sameCornerOption = {
+    "--same-corner", "", "", fusionHeading,
+    "take the inputs to have the corner and extent of pan, whatever their positions say"};
+
 constexpr OptionEntry sharpenOptions[] = {
     {"-o,--output", "OUT", "", inputHeading, "the file to write; it appears only when it is complete"},
     {"-f,--of", "FORMAT", "GTiff", inputHeading, "format of the output: GDAL's short name of a driver"},
@@ -70,12 +77,10 @@ constexpr OptionEntry sharpenOptions[] = {
      "are those that the whole has there"},
     {"--bbox", "XMIN YMIN XMAX YMAX", "all of pan", fusionHeading,
      "the same, by the least and greatest coordinates"},
-    {"--scale", "MIN,MAX", "", fusionHeading,
-     "map these values of all inputs, of whatever type, to 16 bits; the output records scale and offset"},
+    scaleOption,
     {"--extent", "pan|intersection", "pan", fusionHeading,
      "fuse all of pan, or only what lies on all the inputs"},
-    {"--same-corner", "", "", fusionHeading,
-     "take the inputs to have the corner and extent of pan, whatever their positions say"},
+    sameCornerOption,
     {"--shift", "DX,DY|auto", "0,0", fusionHeading,
      "how far the multispectral content lies right of and below its place, in its pixels, as 'pansharp info' "
      "tells; it is moved back. 'auto' measures it"},
@@ -100,9 +105,9 @@ constexpr OptionEntry sharpenOptions[] = {
     helpOption,
 };
 
-constexpr OptionEntry infoOptions[] = {methodOption,   infraredOption, bandsOption,
-                                       bitDepthOption, noDataOption,   noNoDataOption,
-                                       jsonOption,     pluginOption,   helpOption};
+constexpr OptionEntry infoOptions[] = {methodOption, infraredOption,   bandsOption,  bitDepthOption,
+                                       scaleOption,  sameCornerOption, noDataOption, noNoDataOption,
+                                       jsonOption,   pluginOption,     helpOption};
 
 constexpr OptionEntry methodsOptions[] = {jsonOption, pluginOption, helpOption};
 

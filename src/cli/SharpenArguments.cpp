@@ -152,6 +152,9 @@ void ReadGrids(const CommandLine& line, SharpenRequest& request) {
     const std::string shift = KOVA::Tessara::Fundament::ToLower(line.Get("--shift"));
     request.measureShift = shift == "auto";
     if (!request.measureShift) request.shift = ParsePair("--shift", shift);
+}
+
+void ReadScale(const CommandLine& line, SharpenRequest& request) {
     if (!line.Has("--scale")) return;
     request.scale = ParsePair("--scale", line.Get("--scale"));
     if (!((*request.scale)[0] < (*request.scale)[1]))
@@ -220,6 +223,7 @@ SharpenRequest MakeSharpenRequest(const CommandLine& line) {
     ReadFusion(line, request);
     ReadSampling(line, request);
     ReadGrids(line, request);
+    ReadScale(line, request);
     ReadNoData(line, request);
     if (line.Has("--status-xml")) CheckReportName(line.Get("--status-xml"), request);
     if (line.Has("--plugin")) request.plugin = line.Get("--plugin");
@@ -235,6 +239,8 @@ SharpenRequest MakeInfoRequest(const CommandLine& line) {
     request.method = line.Get("--method");
     request.bands = ParseBandList("--bands", line.Get("--bands"));
     if (line.Has("--bit-depth")) request.bitDepth = ReadBitDepth(line);
+    request.sameCorner = line.Has("--same-corner");
+    ReadScale(line, request);
     ReadNoData(line, request);
     if (line.Has("--plugin")) request.plugin = line.Get("--plugin");
     return request;
