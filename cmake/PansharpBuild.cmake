@@ -16,6 +16,15 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   add_compile_options(-Wno-restrict) # GCC 12 sees overlaps inside std::string that are not there
 endif()
 
+# What makes a mistake that is left harder to use. Kernels have no buffers on the stack that this would slow down.
+option(PANSHARP_HARDEN "Checked library calls, stack protection, tables that are read-only after loading" OFF)
+if(PANSHARP_HARDEN)
+  add_compile_options(-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong)
+  add_link_options(-Wl,-z,relro -Wl,-z,now)
+  include(CheckPIESupported)
+  check_pie_supported(LANGUAGES C CXX)
+endif()
+
 set(PANSHARP_SANITIZE "" CACHE STRING "Sanitizers, as -fsanitize takes them")
 if(PANSHARP_SANITIZE)
   add_compile_options(-fsanitize=${PANSHARP_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)

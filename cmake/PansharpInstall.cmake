@@ -33,8 +33,9 @@ set(PANSHARP_HEADER_FOLDER "${CMAKE_INSTALL_INCLUDEDIR}/pansharp")
 
 # Shared libraries that are put beside these are found from wherever the whole lies. The static libraries lie beside
 # the plug-in, since their names are everyday words.
-set_target_properties(capi PROPERTIES INSTALL_RPATH "$ORIGIN")
-set_target_properties(plugin PROPERTIES INSTALL_RPATH "$ORIGIN;$ORIGIN/..")
+# In the build tree too: a placeholder there would have them looked for in the folder that one happens to be in.
+set_target_properties(capi PROPERTIES INSTALL_RPATH "$ORIGIN" BUILD_WITH_INSTALL_RPATH ON)
+set_target_properties(plugin PROPERTIES INSTALL_RPATH "$ORIGIN;$ORIGIN/.." BUILD_WITH_INSTALL_RPATH ON)
 install(TARGETS capi EXPORT Pansharp LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(TARGETS plugin EXPORT Pansharp LIBRARY DESTINATION ${PANSHARP_INSTALL_FOLDER})

@@ -118,7 +118,8 @@ void StoreRow(const unsigned char* source, std::uint32_t sourceBands, const std:
     for (std::uint32_t band = 0; band < layout.bands && asTheyAre; ++band)
         asTheyAre = bands[band] == band;
     if (asTheyAre && layout.IsPacked(samples)) {
-        std::memcpy(samples + layout.At(0, row, 0), source, layout.columns * sourceBands * bytes);
+        std::memcpy(samples + layout.At(0, row, 0), source,
+                    std::size_t{layout.columns} * sourceBands * bytes);
         return;
     }
     for (std::uint32_t band = 0; band < layout.bands; ++band)

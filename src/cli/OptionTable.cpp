@@ -39,6 +39,10 @@ constexpr OptionEntry noNoDataOption = {
     "--no-nodata", "", "", fusionHeading,
     "take every sample as data, whatever the files declare, and zeros along the edge too"};
 
+constexpr OptionEntry shiftOption = {
+    "--shift", "DX,DY|auto", "0,0", fusionHeading,
+    "how far the multispectral content lies right of and below its place, in its pixels, as 'pansharp info' "
+    "tells; it is moved back. 'auto' measures it"};
 constexpr OptionEntry resamplingOption = {"-r,--resampling", "bilinear|cubic", "bilinear", fusionHeading,
                                           "how the multispectral bands are brought to the pixels of pan"};
 constexpr OptionEntry blurOption = {"--mtf", "G1,G2,...", "0.3", qualityHeading,
@@ -58,6 +62,13 @@ constexpr PositionalEntry sharpenPositionals[] = {
      "the multispectral bands, in order: one file with several bands, several files, or FILE,band=N for one "
      "band of a file"},
 };
+
+constexpr OptionEntry scaleOption = {
+    "--scale", "MIN,MAX", "", fusionHeading,
+    "map these values of all inputs, of whatever type, to 16 bits; the output records scale and offset"};
+constexpr OptionEntry sameCornerOption = {
+    "--same-corner", "", "", fusionHeading,
+    "take the inputs to have the corner and extent of pan, whatever their positions say"};
 
 constexpr OptionEntry sharpenOptions[] = {
     {"-o,--output", "OUT", "", inputHeading, "the file to write; it appears only when it is complete"},
@@ -89,6 +100,11 @@ constexpr OptionEntry sharpenOptions[] = {
      "are those that the whole has there"},
     {"--bbox", "XMIN YMIN XMAX YMAX", "all of pan", fusionHeading,
      "the same, by the least and greatest coordinates"},
+    scaleOption,
+    {"--extent", "pan|intersection", "pan", fusionHeading,
+     "fuse all of pan, or only what lies on all the inputs"},
+    sameCornerOption,
+    shiftOption,
     noDataOption,
     noNoDataOption,
     {"--alpha", "", "", fusionHeading,
@@ -110,9 +126,9 @@ constexpr OptionEntry sharpenOptions[] = {
     helpOption,
 };
 
-constexpr OptionEntry infoOptions[] = {methodOption,   infraredOption, bandsOption,
-                                       bitDepthOption, noDataOption,   noNoDataOption,
-                                       jsonOption,     pluginOption,   helpOption};
+constexpr OptionEntry infoOptions[] = {methodOption, infraredOption,   bandsOption,  bitDepthOption,
+                                       scaleOption,  sameCornerOption, noDataOption, noNoDataOption,
+                                       jsonOption,   pluginOption,     helpOption};
 
 constexpr PositionalEntry assessPositionals[] = {
     {"FUSED", "the image to assess: one file, or FILE,band=N for each band, in order"},
@@ -137,6 +153,9 @@ constexpr OptionEntry compareOptions[] = {
      "leave the degraded pair and the truth there, as pan.tif, ms.tif and truth.tif"},
     resamplingOption,
     bitDepthOption,
+    scaleOption,
+    sameCornerOption,
+    shiftOption,
     blurOption,
     panBlurOption,
     noDataOfAllOption,

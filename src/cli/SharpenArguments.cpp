@@ -134,6 +134,38 @@ void ReadSampling(const CommandLine& line, SharpenRequest& request) {
         if (line.Has(option)) request.part = ParsePart(line, option);
 }
 
+/// Two numbers with a comma between them.
+std::array<double, 2> ParsePair(const std::string& option, const std::string& text) {
+    const std::size_t comma = text.find(',');
+    if (comma == std::string::npos)
+        throw UsageError(option + ": '" + text + "' is no two numbers with a comma between them");
+    return {ParseNumber(option, text.substr(0, comma)), ParseNumber(option, text.substr(comma + 1))};
+}
+
+void ReadShift(const CommandLine& line, SharpenRequest& request) {
+    const std::string shift = KOVA::Tessara::Fundament::ToLower(line.Get("--shift"));
+    request.measureShift = shift == "auto";
+    if (!request.measureShift) request.shift = ParsePair("--shift", shift);
+}
+
+void ReadGrids(const CommandLine& line, SharpenRequest& request) {
+    const std::string extent = KOVA::Tessara::Fundament::ToLower(line.Get("--extent"));
+    if (extent != "pan" && extent != "intersection")
+        throw UsageError("--extent: there is no '" + line.Get("--extent") + "'" +
+                         Suggestion(extent, {"pan", "intersection"}) + "; give pan or intersection");
+    request.onlyIntersection = extent == "intersection";
+    request.sameCorner = line.Has("--same-corner");
+    ReadShift(line, request);
+}
+
+void ReadScale(const CommandLine& line, SharpenRequest& request) {
+    if (!line.Has("--scale")) return;
+    request.scale = ParsePair("--scale", line.Get("--scale"));
+    if (!((*request.scale)[0] < (*request.scale)[1]))
+        throw UsageError("--scale: the least value comes first, then the greatest; '" + line.Get("--scale") +
+                         "' leaves nothing between them");
+}
+
 void ReadNoData(const CommandLine& line, SharpenRequest& request) {
     if (line.Has("--nodata")) request.noData = ParseNumber("--nodata", line.Get("--nodata"));
     request.ignoreNoData = line.Has("--no-nodata");
@@ -194,6 +226,8 @@ SharpenRequest MakeSharpenRequest(const CommandLine& line) {
     ReadOutput(line, request);
     ReadFusion(line, request);
     ReadSampling(line, request);
+    ReadGrids(line, request);
+    ReadScale(line, request);
     ReadNoData(line, request);
     if (line.Has("--status-xml")) CheckName("--status-xml", line.Get("--status-xml"), request);
     if (line.Has("--plugin")) request.plugin = line.Get("--plugin");
@@ -216,13 +250,7 @@ std::optional<rasterhost::PreviewRequest> MakePreviewRequest(const CommandLine& 
                          "' is not the name of a PNG file; let it end in .png");
     CheckName("--preview", preview.file, request);
     if (!line.Has("--preview-at")) return preview;
-    const std::string at = line.Get("--preview-at");
-    const auto comma = at.find(',');
-    if (comma == std::string::npos)
-        throw UsageError("--preview-at: '" + at +
-                         "' is no place; give X,Y in map units, as in 500000,4600000");
-    preview.at = {ParseNumber("--preview-at", at.substr(0, comma)),
-                  ParseNumber("--preview-at", at.substr(comma + 1))};
+    preview.at = ParsePair("--preview-at", line.Get("--preview-at"));
     return preview;
 }
 
@@ -232,6 +260,8 @@ SharpenRequest MakeInfoRequest(const CommandLine& line) {
     request.method = line.Get("--method");
     request.bands = ParseBandList("--bands", line.Get("--bands"));
     if (line.Has("--bit-depth")) request.bitDepth = ReadBitDepth(line);
+    request.sameCorner = line.Has("--same-corner");
+    ReadScale(line, request);
     ReadNoData(line, request);
     if (line.Has("--plugin")) request.plugin = line.Get("--plugin");
     return request;
@@ -241,6 +271,9 @@ SharpenRequest MakePairRequest(const CommandLine& line) {
     SharpenRequest request;
     ReadInputs(line, request);
     ReadSampling(line, request);
+    request.sameCorner = line.Has("--same-corner");
+    ReadShift(line, request);
+    ReadScale(line, request);
     ReadNoData(line, request);
     if (line.Has("--plugin")) request.plugin = line.Get("--plugin");
     return request;

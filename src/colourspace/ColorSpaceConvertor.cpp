@@ -1,6 +1,7 @@
 #include "colourspace/ColorSpaceConvertor.h"
 
 #include "fundament/Text.h"
+#include "pxl/WorkingMemory.h"
 
 #include <limits>
 
@@ -21,7 +22,7 @@ ColorSpaceConvertor<T>::~ColorSpaceConvertor() = default;
 template <class T>
 bool ColorSpaceConvertor<T>::Reset() {
     this->status.Reset(0, {}, conversion.source, {});
-    outputInfo = {};
+    outputInfo = ImageInfo();
     outputBuffer = {};
     windowWidth = 0;
     return true;
@@ -40,16 +41,16 @@ bool ColorSpaceConvertor<T>::Init(const ImageInfo& input) {
         this->status.Insert(ColorSpaceStatus::WrongColorSpace, conversion.colorSpaceMessage);
         return false;
     }
-    const std::uint64_t samples = std::uint64_t{info.cols} * 3;
-    if (samples > std::numeric_limits<std::uint32_t>::max()) {
+    if (!RowFits(info.cols, info.bands, sizeof(T))) {
         this->status.Insert(ColorSpaceStatus::RowTooLong,
-                            FormatString("a row of %lu columns is too long", ULong{info.cols}));
+                            FormatString("a row of %lu columns is too long: at most %lu MiB",
+                                         ULong{info.cols}, ULong{mostRowBytes >> 20}));
         return false;
     }
     info.properties["ColorSpace"] = conversion.producedColorSpace;
     if (conversion.declaresBitDepth) info.bitsPerSample = std::numeric_limits<T>::digits;
     outputInfo = info;
-    outputBuffer.assign(samples, 0);
+    outputBuffer.assign(std::size_t{info.cols} * info.bands, 0);
     return true;
 }
 

@@ -36,7 +36,7 @@ std::string Folder(int code) {
         return folders.front();
     }
     if (code == 38) return "/opt";
-    const std::string home = Configured("HOME", Platform::AccountHome());
+    std::string home = Configured("HOME", Platform::AccountHome());
     if (home.empty()) return {};
     switch (code) {
     case 0:

@@ -56,6 +56,13 @@ bool Status::Append(const Status& other) {
     return true;
 }
 
+void Status::Keep(std::uint32_t first, std::uint32_t count) {
+    const auto from = std::min<std::size_t>(first, items.size());
+    const auto end = from + std::min<std::size_t>(count, items.size() - from);
+    items.erase(items.begin() + static_cast<std::ptrdiff_t>(end), items.end());
+    items.erase(items.begin(), items.begin() + static_cast<std::ptrdiff_t>(from));
+}
+
 bool Status::Contains(const StatusItem& item) const {
     return std::find(items.begin(), items.end(), item) != items.end();
 }

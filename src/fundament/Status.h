@@ -28,7 +28,8 @@ struct StatusItem {
 
 /// How a layer records what went wrong and hands it upward: an ordered list of items and the source that new
 /// items get when they name none. Images insert their newest failure at the front; the process adds its own
-/// item at the end and appends the items of the object that failed after it. Only Reset removes anything.
+/// item at the end and appends the items of the object that failed after it. Only Reset and Keep remove
+/// anything.
 ///
 /// The host receives it by reference: the order of the members is part of the contract.
 class Status {
@@ -51,6 +52,9 @@ public:
     /// items.
     bool Append(const Status& other);
     bool AppendStatus(const Status& other) { return Append(other); }
+
+    /// Removes all items but `count` from position `first` on: what bounds the record of failing calls.
+    void Keep(std::uint32_t first, std::uint32_t count);
 
     [[nodiscard]] std::uint32_t GetCount() const { return static_cast<std::uint32_t>(items.size()); }
 

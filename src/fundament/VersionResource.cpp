@@ -23,7 +23,10 @@ public:
         stream.seekg(static_cast<std::streamoff>(offset));
         whole = whole && stream.read(reinterpret_cast<char*>(raw), bytes);
         if (!whole) return 0;
-        return raw[0] | raw[1] << 8 | raw[2] << 16 | static_cast<std::uint32_t>(raw[3]) << 24;
+        std::uint32_t number = 0;
+        for (int i = 3; i >= 0; --i)
+            number = number << 8 | raw[i];
+        return number;
     }
 
     // Reads the section table; the address of the resources, or nothing.
@@ -42,10 +45,10 @@ public:
         const std::uint32_t count = At(header + 6, 2);
         if (count > 96) return std::nullopt; // no loader takes more
         for (std::uint32_t i = 0; i < count; ++i) {
-            const std::uint64_t entry = optional + optionalSize + 40 * i;
+            const std::uint64_t entry = optional + optionalSize + std::uint64_t{40} * i;
             sections.push_back({At(entry + 12, 4), At(entry + 16, 4), At(entry + 20, 4)});
         }
-        const std::uint32_t address = At(optional + directories + 8 * resources, 4);
+        const std::uint32_t address = At(optional + directories + std::uint64_t{8} * resources, 4);
         return address ? std::optional(address) : std::nullopt;
     }
 

@@ -20,7 +20,8 @@ int Object::SetStatusReporter(IReporter* reporter) {
     return 1;
 }
 
-// Out of memory is the one exception that the operations below can meet; none may leave them.
+// Running out of memory, and what a reporter throws, are the exceptions that the operations below can meet;
+// none may leave them.
 
 std::string Object::ToString() {
     try {
@@ -47,10 +48,20 @@ std::string Object::GetProperty(const std::string& name) {
     }
 }
 
-int Object::ReportStatus() { return statusReporter ? statusReporter->Report(status) : 0; }
+int Object::ReportStatus() {
+    try {
+        return statusReporter ? statusReporter->Report(status) : 0;
+    } catch (...) {
+        return 0;
+    }
+}
 
 int Object::Report(const Fundament::Status& report) {
-    return errorHandler ? errorHandler->Report(report) : 0;
+    try {
+        return errorHandler ? errorHandler->Report(report) : 0;
+    } catch (...) {
+        return 0;
+    }
 }
 
 int Object::Report(const char* source, const char* format, ...) {

@@ -16,7 +16,6 @@ namespace hostkit {
 using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Fundament::Status;
 using KOVA::Tessara::Global::NameValueMap;
-using KOVA::Tessara::Pixmere::IRasterProcess;
 namespace EntryPoints = KOVA::Tessara::EntryPoints;
 
 namespace {

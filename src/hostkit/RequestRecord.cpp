@@ -45,6 +45,17 @@ std::optional<std::uint32_t> FirstPixel(double position, std::uint32_t size) {
 
 PixelRect WholeImage(const RasterInfo& info) { return {0, 0, info.cols, info.rows}; }
 
+RasterInfo WindowInfo(const RasterInfo& grid, const PixelRect& window) {
+    RasterInfo info = grid;
+    info.cols = window.GetColumns();
+    info.rows = window.GetRows();
+    info.xMin = grid.xMin + window.col0 * grid.pixelSizeX;
+    info.xMax = info.xMin + info.cols * grid.pixelSizeX;
+    info.yMax = grid.yMax - window.row0 * grid.pixelSizeY;
+    info.yMin = info.yMax - info.rows * grid.pixelSizeY;
+    return info;
+}
+
 Aoi MakeRequest(const RasterInfo& grid, const PixelRect& window, const std::string& srs) {
     Aoi request;
     Extent bounds;

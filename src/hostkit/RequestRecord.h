@@ -13,6 +13,10 @@ namespace hostkit {
 /// The whole image as a rectangle.
 [[nodiscard]] PixelRect WholeImage(const KOVA::Tessara::Pixmere::RasterInfo& info);
 
+/// A window of a grid as a grid of its own.
+[[nodiscard]] KOVA::Tessara::Pixmere::RasterInfo WindowInfo(const KOVA::Tessara::Pixmere::RasterInfo& grid,
+                                                            const PixelRect& window);
+
 /// The record for a window of a grid: its bounds in map units, the lower vertical bound first, and its size.
 /// A process copies the bounds as they are and takes the size from the window, so it is written anew for
 /// every window.

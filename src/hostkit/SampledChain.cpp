@@ -2,6 +2,7 @@
 
 #include "fundament/Text.h"
 #include "hostkit/HostKitStatus.h"
+#include "hostkit/MappedRaster.h"
 
 #include <utility>
 
@@ -44,6 +45,15 @@ int SampledChain::Initialize(Aoi* aoi) {
 
 bool SampledChain::Open(const RequestedWindow& request) {
     if (request.inPixels) return OpenUnscaled(request.rect);
+    if (image.map) {
+        auto mapped = std::make_unique<MappedRaster>();
+        if (!mapped->Open(grid, request.rect, image.info, image.block, *image.map, image.resampling)) {
+            status.Append(mapped->GetStatus());
+            return false;
+        }
+        raster = std::move(mapped);
+        return true;
+    }
     auto sampled = std::make_unique<SampledRaster>();
     if (!sampled->Open(grid, request.rect, image.info, image.block, image.resampling)) {
         status.Append(sampled->GetStatus());

@@ -4,6 +4,7 @@
 #include "host/NameValueMap.h"
 #include "host/Object.h"
 #include "hostkit/ArrayRaster.h"
+#include "hostkit/PixelMap.h"
 #include "hostkit/RequestRecord.h"
 #include "hostkit/SampledRaster.h"
 
@@ -17,6 +18,7 @@ struct SourceImage {
     KOVA::Tessara::Pixmere::RasterInfo info;
     SampleBlock block;
     Resampling resampling = Resampling::Bilinear; ///< whatever a chain is asked for
+    const PixelMap* map = nullptr; ///< where pan lies on it; null when the grids run along each other
 };
 
 /// The chain that brings an image of the workspace onto the window of a request. It obeys the record given to

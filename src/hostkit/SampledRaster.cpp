@@ -89,13 +89,7 @@ bool SampledRaster::Open(const RasterInfo& pan, const PixelRect& panWindow, cons
                                  "samples at hand do not cover them",
                                  ULong{needed.col0}, ULong{needed.col1}, ULong{needed.row0},
                                  ULong{needed.row1}));
-    info = pan;
-    info.cols = panWindow.GetColumns();
-    info.rows = panWindow.GetRows();
-    info.xMin = pan.xMin + panWindow.col0 * pan.pixelSizeX;
-    info.xMax = info.xMin + info.cols * pan.pixelSizeX;
-    info.yMax = pan.yMax - panWindow.row0 * pan.pixelSizeY;
-    info.yMin = info.yMax - info.rows * pan.pixelSizeY;
+    info = WindowInfo(pan, panWindow);
     info.bandsPerPixel = sourceInfo.bandsPerPixel;
     info.bitsPerBand = sourceInfo.bitsPerBand;
     info.colorSpace = sourceInfo.colorSpace;

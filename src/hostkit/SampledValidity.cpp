@@ -1,9 +1,9 @@
 #include "hostkit/SampledValidity.h"
 
+#include "hostkit/MaskedSample.h"
 #include "kernels/CubicRow.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace hostkit {
 
@@ -37,18 +37,13 @@ SampledValidity::SampledValidity(const SamplerShape& shape, Resampling resamplin
     }
 }
 
-bool SampledValidity::IsValid(std::uint32_t column, std::uint32_t row) const {
-    return block.valid[std::size_t{row - block.rect.row0} * block.rect.GetColumns() +
-                       (column - block.rect.col0)] != 0;
-}
-
 Reach SampledValidity::FindOne(std::uint32_t column, std::uint32_t row) const {
     const AxisReach& x = columns[column];
     const AxisReach& y = rows[row];
     const auto areAll = [&] {
         for (const std::uint32_t r : y.All())
             for (const std::uint32_t c : x.All())
-                if (!IsValid(c, r)) return false;
+                if (!HasData(block, c, r)) return false;
         return true;
     };
     if (areAll()) return Reach::All;
@@ -56,11 +51,11 @@ Reach SampledValidity::FindOne(std::uint32_t column, std::uint32_t row) const {
          {std::pair(y.tap.first, 1.0 - y.tap.fraction), {y.tap.second, y.tap.fraction}})
         for (const auto& [c, across] :
              {std::pair(x.tap.first, 1.0 - x.tap.fraction), {x.tap.second, x.tap.fraction}})
-            if (across * down > 0.0 && IsValid(c, r)) return Reach::Some;
+            if (across * down > 0.0 && HasData(block, c, r)) return Reach::Some;
     return Reach::None;
 }
 
-bool SampledValidity::Find(std::uint32_t row, Reach* reach) const {
+bool SampledValidity::Find(std::uint32_t row, Reach* reach) {
     const std::span<const std::uint32_t> needed = rows[row].All();
     if (std::all_of(needed.begin(), needed.end(),
                     [this](std::uint32_t r) { return isWhole[r - block.rect.row0]; })) {
@@ -72,34 +67,13 @@ bool SampledValidity::Find(std::uint32_t row, Reach* reach) const {
     return true;
 }
 
-template <class T>
-void SampledValidity::SampleAs(std::uint32_t column, std::uint32_t row, T* out) const {
+void SampledValidity::Sample(std::uint32_t column, std::uint32_t row, void* out) const {
     const kernels::BilinearTap& x = columns[column].tap;
     const kernels::BilinearTap& y = rows[row].tap;
-    const std::size_t pixelBytes = std::size_t{bands} * sizeof(T);
-    const struct {
-        std::uint32_t column, row;
-        double weight;
-    } neighbours[] = {{x.first, y.first, (1.0 - x.fraction) * (1.0 - y.fraction)},
-                      {x.second, y.first, x.fraction * (1.0 - y.fraction)},
-                      {x.first, y.second, (1.0 - x.fraction) * y.fraction},
-                      {x.second, y.second, x.fraction * y.fraction}};
-    for (std::uint32_t band = 0; band < bands; ++band) {
-        double sum = 0.0, weights = 0.0;
-        for (const auto& at : neighbours) {
-            if (!IsValid(at.column, at.row)) continue;
-            sum += reinterpret_cast<const T*>(block.At(at.column, at.row, pixelBytes))[band] * at.weight;
-            weights += at.weight;
-        }
-        out[band] = static_cast<T>(std::floor(sum / weights + 0.5));
-    }
-}
-
-void SampledValidity::Sample(std::uint32_t column, std::uint32_t row, void* out) const {
     if (bits == 8)
-        SampleAs(column, row, static_cast<unsigned char*>(out));
+        SampleMasked(block, bands, x, y, static_cast<unsigned char*>(out));
     else
-        SampleAs(column, row, static_cast<unsigned short*>(out));
+        SampleMasked(block, bands, x, y, static_cast<unsigned short*>(out));
 }
 
 } // namespace hostkit

@@ -13,27 +13,31 @@ namespace hostkit {
 /// count.
 enum class Reach : unsigned char { None, Some, All };
 
+/// Tells how far data reach on a window of the pan grid.
+class ReachFinder {
+public:
+    virtual ~ReachFinder() = default;
+    /// One entry for every column of a row of the window. False when all of the row is Reach::All.
+    virtual bool Find(std::uint32_t row, Reach* reach) = 0;
+};
+
 /// Finds for the pan pixels of a window whether they can be interpolated, and interpolates those beside
 /// source pixels without data: from the valid ones among the four around them, their bilinear weights made to
 /// add up to 1. So data reach less than one source pixel beyond the last valid one, and no sample without
 /// data ever takes part. Cubic interpolation needs all sixteen and gives way to this.
-class SampledValidity {
+class SampledValidity final : public ReachFinder {
 public:
     /// The source's `valid` is not null; the block outlives this.
     SampledValidity(const SamplerShape& shape, Resampling resampling, const SampleBlock& source);
 
-    /// One entry for every column of a row of the window. False when all of the row is Reach::All, which is
-    /// found without looking at each.
-    bool Find(std::uint32_t row, Reach* reach) const;
+    /// Rows without gaps are found without looking at each pixel.
+    bool Find(std::uint32_t row, Reach* reach) override;
 
     /// Interpolates one pixel of Reach::Some into `out`, a sample for every band.
     void Sample(std::uint32_t column, std::uint32_t row, void* out) const;
 
 private:
-    [[nodiscard]] bool IsValid(std::uint32_t column, std::uint32_t row) const;
     [[nodiscard]] Reach FindOne(std::uint32_t column, std::uint32_t row) const;
-    template <class T>
-    void SampleAs(std::uint32_t column, std::uint32_t row, T* out) const;
 
     struct AxisReach {
         kernels::BilinearTap tap;

@@ -2,8 +2,7 @@
 
 #include "fundament/Numbers.h"
 #include "fundament/Text.h"
-
-#include <limits>
+#include "pxl/WorkingMemory.h"
 
 namespace PXL {
 
@@ -22,7 +21,7 @@ BlendPixels<T>::~BlendPixels() = default;
 template <class T>
 bool BlendPixels<T>::Reset() {
     this->status.Reset(0, {}, name, {});
-    outputInfo = {};
+    outputInfo = ImageInfo();
     outputBuffer = {};
     windowWidth = 0;
     input1Maps = input2Maps = outputMaps = {};
@@ -45,7 +44,7 @@ bool BlendPixels<T>::Init(const ImageInfo& input1, const ImageInfo& input2, bool
     input1Bands = input1Info.bands;
     input2Bands = input2Info.bands;
     if (!InitOperator()) {
-        outputInfo = {};
+        outputInfo = ImageInfo();
         outputBuffer = {};
         return false;
     }
@@ -84,11 +83,12 @@ bool BlendPixels<T>::CheckBandsEqual() {
 
 template <class T>
 bool BlendPixels<T>::DescribeOutput(std::uint64_t bands) {
-    constexpr std::uint64_t most = std::numeric_limits<std::uint32_t>::max();
-    if (bands > most || input1Info.cols * bands > most) {
-        this->status.Insert(BlendStatus::RowTooLong,
-                            FormatString("a row of %lu columns and %lu bands is too long",
-                                         ULong{input1Info.cols}, static_cast<ULong>(bands)));
+    if (!RowFits(input1Info.cols, bands, sizeof(T))) {
+        this->status.Insert(
+            BlendStatus::RowTooLong,
+            FormatString("a row of %lu columns and %lu bands is too long: at most %lu bands and %lu MiB",
+                         ULong{input1Info.cols}, static_cast<ULong>(bands), ULong{mostBands},
+                         ULong{mostRowBytes >> 20}));
         return false;
     }
     outputInfo = input1Info;

@@ -59,6 +59,8 @@ bool ImageViaBinaryRowOperator<Input1, Input2, Operator>::Init(Input1* image1, I
 template <class Input1, class Input2, class Operator>
 bool ImageViaBinaryRowOperator<Input1, Input2, Operator>::Append(const Fundament::Status& reasons) {
     this->status.Append(reasons);
+    const std::uint32_t count = this->status.GetCount();
+    this->status.Keep(count - std::min(count, this->mostItems), this->mostItems);
     return false;
 }
 

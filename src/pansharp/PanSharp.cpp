@@ -3,6 +3,7 @@
 #include "fundament/Numbers.h"
 #include "fundament/Text.h"
 #include "kernels/KovaRow.h"
+#include "pxl/WorkingMemory.h"
 
 #include <algorithm>
 
@@ -60,6 +61,16 @@ bool PanSharp<ImageBase<Info, T*, Traits>>::PrepareInit(InputImage* multispectra
                          ULong{panInfo.bands}));
         return false;
     }
+    if (panInfo.bands == 0) {
+        this->status.Insert(PanSharpStatus::PanWithoutBand,
+                            "pan image has no channel;  it must be a grayscale image");
+        return false;
+    }
+    return CheckBands(fewestBands);
+}
+
+template <class Info, class T, class Traits>
+bool PanSharp<ImageBase<Info, T*, Traits>>::CheckBands(std::uint32_t fewestBands) {
     msBandCount = msInfo.bands;
     outputInfo = panInfo;
     outputBandCount = this->properties.GetUnsignedLong("outputNBands", 3);
@@ -74,6 +85,15 @@ bool PanSharp<ImageBase<Info, T*, Traits>>::PrepareInit(InputImage* multispectra
         this->status.Insert(PanSharpStatus::TooFewBands,
                             FormatString("too few input channels: %lu; require at least %lu channels",
                                          ULong{msBandCount}, ULong{needed}));
+        return false;
+    }
+    if (msBandCount > mostBands || !RowFits(panInfo.cols, outputBandCount, sizeof(T))) {
+        this->status.Insert(
+            PanSharpStatus::RowTooLong,
+            FormatString("a row of %lu columns and %lu bands, of %lu input channels, is too long: at most "
+                         "%lu channels and %lu MiB",
+                         ULong{panInfo.cols}, ULong{outputBandCount}, ULong{msBandCount}, ULong{mostBands},
+                         ULong{mostRowBytes >> 20}));
         return false;
     }
     return true;

@@ -22,6 +22,8 @@ inline constexpr std::uint32_t WindowDoesNotFit = 0x3910;
 inline constexpr std::uint32_t NoWindow = 0x3911;
 inline constexpr std::uint32_t RowNotCovered = 0x3912;
 inline constexpr std::uint32_t NoInputRow = 0x3913;
+inline constexpr std::uint32_t RowTooLong = 0x3914;
+inline constexpr std::uint32_t PanWithoutBand = 0x3915;
 } // namespace PanSharpStatus
 
 template <class Base>
@@ -66,8 +68,8 @@ public:
 
 protected:
     /// The first part of Init: resets, then makes the checks that all methods share (inputs, depths, bands,
-    /// of which the method needs at least `fewestBands`) and fills the members below. After a failure the
-    /// image gives no rows until an Init succeeds.
+    /// of which the method needs at least `fewestBands`, working memory) and fills the members below. After a
+    /// failure the image gives no rows until an Init succeeds.
     bool PrepareInit(InputImage* multispectral, InputImage* pan, std::uint32_t fewestBands = 1);
 
     /// Weight of every multispectral band from its property, `whenMissing` where it is missing or blank and
@@ -95,6 +97,7 @@ private:
         const T* ms = nullptr; ///< null when either row is missing; the item is then in `status`
         const T* pan = nullptr;
     };
+    bool CheckBands(std::uint32_t fewestBands); ///< the end of PrepareInit
     /// The input rows of an output row; moves `nextRow`.
     InputRows FetchRows(std::uint32_t row);
 

@@ -17,16 +17,15 @@ PANSHARP_EXPORT IRasterProcess* Tessara_RasterProcess_CreateObject(void*, void*,
                                                                    const NameValueMap* properties) {
     try {
         auto object = std::make_unique<PansharpRaster>();
-        IRasterProcess& process = *object;
-        if (process.SetProperties(properties) == 0) return nullptr;
-        object.release(); // the host's now
-        return &process;
+        if (object->SetProperties(properties) == 0) return nullptr;
+        return object.release(); // the host's now
     } catch (...) {
         return nullptr;
     }
 }
 
 PANSHARP_EXPORT int Tessara_RasterProcess_DestroyObject(void*, IRasterProcess** object) {
+    if (!object) return 1;
     delete static_cast<IObject*>(*object);
     *object = nullptr;
     return 1;

@@ -202,6 +202,8 @@ bool PansharpRaster::CreateFusion() {
         return Fail(ProcessStatus::NoPanSharpImage, "could not create PXL::PanSharp object", &reasons);
     PXL::PanSharpImage<T>& image = *pipeline.panSharpImage;
     CopyProperties(image.properties, properties);
+    // As published by Init: the host reads rows of that many bands, whatever it has set since.
+    image.properties["outputNBands"] = FormatString("%lu", ULong{info.bandsPerPixel});
     image.EnableMetadata(generateMetadata);
     if (!image.Init(pipeline.msSource, &pipeline.panImage))
         return Fail(ProcessStatus::PanSharpImageFailed, "PXL::PanSharp initialization failed", &image.status);

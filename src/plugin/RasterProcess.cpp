@@ -8,7 +8,10 @@
 namespace KOVA::Tessara::Pixmere {
 
 RasterProcess::RasterProcess() = default;
+// Neither copies anything: the contract has them, nobody calls them.
+// NOLINTNEXTLINE(bugprone-copy-constructor-init)
 RasterProcess::RasterProcess(const RasterProcess&) : IObject(), IRasterProcess(), Object() {}
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
 RasterProcess& RasterProcess::operator=(const RasterProcess&) { return *this; }
 RasterProcess::~RasterProcess() = default;
 
@@ -26,6 +29,7 @@ std::string RasterProcess::ToString() {
 
 int RasterProcess::Init() {
     try {
+        BoundStatus();
         return InitProcess();
     } catch (...) {
         RecordException("Init");
@@ -35,6 +39,7 @@ int RasterProcess::Init() {
 
 int RasterProcess::SetWindow(std::uint32_t col0, std::uint32_t row0, std::uint32_t col1, std::uint32_t row1) {
     try {
+        BoundStatus();
         return SetProcessWindow(col0, row0, col1, row1);
     } catch (...) {
         RecordException("SetWindow");
@@ -44,6 +49,7 @@ int RasterProcess::SetWindow(std::uint32_t col0, std::uint32_t row0, std::uint32
 
 const unsigned char* RasterProcess::GetRow(std::uint32_t row) {
     try {
+        BoundStatus();
         return GetProcessRow(row);
     } catch (...) {
         RecordException("GetRow");
@@ -88,6 +94,12 @@ std::vector<Mapwarp::FGeoTransformers*> RasterProcess::GetGeoTransformer() {
     } catch (...) {
         return {};
     }
+}
+
+void RasterProcess::BoundStatus() {
+    constexpr std::uint32_t most = 1000;
+    const std::uint32_t count = status.GetCount();
+    if (count > most) status.Keep(count - most / 2, most / 2);
 }
 
 int RasterProcess::Close() { return 1; }

@@ -22,6 +22,7 @@ bool MetadataSupport::EnableMetadata(bool on) {
 void PropertiesStatusSupport::InsertOnce(std::uint32_t id, const std::string& message) {
     if (status.GetCount() > 0 && status.GetItem(0).id == id && status.GetItem(0).message == message) return;
     status.Insert(id, message);
+    status.Keep(0, mostItems);
 }
 
 } // namespace PXL

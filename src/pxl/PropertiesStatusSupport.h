@@ -17,8 +17,11 @@ public:
 
 protected:
     /// Inserts an item with the default source, unless the same one already stands first: a caller that
-    /// repeats a failing call does not make the status grow.
+    /// repeats a failing call does not make the status grow. Nor does one that fails with ever new words:
+    /// the oldest of more than 64 items are dropped.
     void InsertOnce(std::uint32_t id, const std::string& message);
+    static constexpr std::uint32_t mostItems = 64;
+
     ~PropertiesStatusSupport() = default;
 };
 

@@ -95,7 +95,7 @@ CollarSearch FindCollar(InputImage& image, const Warn& warn, const std::function
 
 CollarSearch FindCollars(Scene& scene, const Warn& warn, const std::function<bool()>& keepOn,
                          Status& status) {
-    if (scene.noData.isIgnored) return CollarSearch::Done;
+    if (scene.sampleOptions.isIgnored) return CollarSearch::Done;
     for (InputImage* image : {scene.pan.get(), scene.multispectral.get(), scene.infrared.get()}) {
         if (!image || image->DeclaresZerosOrMask()) continue;
         const CollarSearch result = FindCollar(*image, warn, keepOn, status);

@@ -1,8 +1,10 @@
 #include "rasterhost/FusionSlot.h"
 
 #include "fundament/Text.h"
+#include "hostkit/MappedRaster.h"
 #include "hostkit/RequestRecord.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace rasterhost {
@@ -16,8 +18,7 @@ FusionSlot::FusionSlot(const Scene& images, const hostkit::PluginLibrary& plugin
     : scene(images), pan(*images.pan), multispectral(*images.multispectral),
       infrared(images.infrared ? std::make_unique<GdalRaster>(*images.infrared) : nullptr),
       workspace(images.pan->GetInfo()), process(plugin, settings.properties, creation), rules(outputRules),
-      rowBytes(std::size_t{rules.GetFileBands()} * (images.pan->GetInfo().bitsPerBand / 8) *
-               images.part.GetColumns()) {}
+      pixelBytes(std::size_t{rules.GetFileBands()} * (images.pan->GetInfo().bitsPerBand / 8)) {}
 
 bool FusionSlot::FailedProcess(const char* what, Status& status) {
     Fail(status, HostStatus::ProcessFailed,
@@ -27,9 +28,12 @@ bool FusionSlot::FailedProcess(const char* what, Status& status) {
     return false;
 }
 
-bool FusionSlot::Init(std::uint32_t mostRows, Status& status) {
+bool FusionSlot::Init(std::uint32_t mostRows, const OutputLayout& outputLayout, Status& status) {
     if (!process) return Fail(status, HostStatus::ProcessFailed, "the plug-in makes no process");
-    output.resize(rowBytes * mostRows);
+    layout = outputLayout;
+    const std::size_t tileRows = layout.tileColumns == 0 ? 0 : (mostRows - 1) / layout.tileRows + 1;
+    output.resize(layout.tileColumns == 0 ? pixelBytes * scene.part.GetColumns() * mostRows
+                                          : TilesAcross() * tileRows * layout.tileRows * TileRowBytes());
     if (scene.MayLackData()) {
         reach.resize(scene.part.GetColumns());
         valid.resize(std::size_t{scene.part.GetColumns()} * mostRows);
@@ -54,16 +58,28 @@ bool ReadRect(const InputImage& image, GdalRaster& raster, const PixelRect& rect
 
 bool FusionSlot::ReadSource(const InputImage& image, GdalRaster& raster, const char* imageId,
                             Validity& validity, Status& status) {
-    const auto placement = hostkit::PlaceGrids(scene.pan->GetInfo(), image.GetInfo());
-    const PixelRect needed = hostkit::SourceRect(placement, window, image.GetInfo(), scene.resampling);
+    const auto& info = image.GetInfo();
+    const hostkit::PixelMap* map = image.GetMap();
+    const auto placement = hostkit::PlaceGrids(scene.pan->GetInfo(), info);
+    const PixelRect needed = map ? map->SourceRect(window, info.cols, info.rows, scene.resampling)
+                                 : hostkit::SourceRect(placement, window, info, scene.resampling);
     if (!ReadRect(image, raster, needed, status)) return false;
     const hostkit::SampleBlock block = raster.GetBlock();
-    workspace.SetImage(imageId, {image.GetInfo(), block, scene.resampling});
+    workspace.SetImage(imageId, {info, block, scene.resampling, map});
     validity.reset();
+    if (map) {
+        auto mapped = std::make_unique<hostkit::MappedRaster>();
+        if (!mapped->Open(scene.pan->GetInfo(), window, info, block, *map, scene.resampling)) {
+            status.Append(mapped->GetStatus());
+            return false;
+        }
+        validity = std::move(mapped);
+        return true;
+    }
     if (!block.valid) return true;
     const hostkit::WindowPlacement at(placement, window);
-    validity = std::make_unique<hostkit::SampledValidity>(at.Shape(image.GetInfo(), block.rect),
-                                                          scene.resampling, block);
+    validity =
+        std::make_unique<hostkit::SampledValidity>(at.Shape(info, block.rect), scene.resampling, block);
     return true;
 }
 
@@ -96,8 +112,9 @@ bool FusionSlot::Fuse(Status& status) {
             samples = process->GetRow(row);
             if (!samples) return FailedProcess("deliver a row", status);
         }
-        MakeRow(samples, lacksData ? rowValid : nullptr, output.data() + number * rowBytes);
+        MakeRow(samples, lacksData ? rowValid : nullptr, number);
     }
+    FillTilesUp();
     return true;
 }
 
@@ -124,8 +141,35 @@ bool FusionSlot::FindValid(std::uint32_t row, unsigned char* rowValid) {
     return std::memchr(rowValid, 0, columns) != nullptr;
 }
 
-void FusionSlot::MakeRow(const unsigned char* fused, const unsigned char* rowValid, unsigned char* out) {
+std::size_t FusionSlot::TilesAcross() const { return (scene.part.GetColumns() - 1) / layout.tileColumns + 1; }
+
+std::size_t FusionSlot::TileRowBytes() const { return layout.tileColumns * pixelBytes; }
+
+void FusionSlot::MakeRow(const unsigned char* fused, const unsigned char* rowValid, std::uint32_t number) {
     const std::size_t columns = window.GetColumns();
+    if (layout.tileColumns == 0)
+        return MakePixels(fused, rowValid, columns, output.data() + number * columns * pixelBytes);
+    const std::size_t fusedBytes = std::size_t{rules.bands} * (scene.pan->GetInfo().bitsPerBand / 8);
+    const std::size_t tileBytes = layout.tileRows * TileRowBytes();
+    unsigned char* out = output.data() + number / layout.tileRows * TilesAcross() * tileBytes +
+                         number % layout.tileRows * TileRowBytes();
+    for (std::size_t column = 0; column < columns; column += layout.tileColumns, out += tileBytes)
+        MakePixels(fused ? fused + column * fusedBytes : nullptr, rowValid ? rowValid + column : nullptr,
+                   std::min<std::size_t>(layout.tileColumns, columns - column), out);
+}
+
+/// The rows below the image in its last tiles, where another window may have left its own.
+void FusionSlot::FillTilesUp() {
+    if (layout.tileColumns == 0 || window.GetRows() % layout.tileRows == 0) return;
+    const std::size_t used = window.GetRows() % layout.tileRows * TileRowBytes();
+    const std::size_t tileBytes = layout.tileRows * TileRowBytes();
+    unsigned char* tile = output.data() + window.GetRows() / layout.tileRows * TilesAcross() * tileBytes;
+    for (std::size_t i = 0; i < TilesAcross(); ++i, tile += tileBytes)
+        std::memset(tile + used, 0, tileBytes - used);
+}
+
+void FusionSlot::MakePixels(const unsigned char* fused, const unsigned char* rowValid, std::size_t columns,
+                            unsigned char* out) {
     if (scene.pan->GetInfo().bitsPerBand == 8)
         MakeOutputRow(fused, rowValid, columns, rules, out, tally);
     else

@@ -21,7 +21,7 @@ public:
     FusionSlot& operator=(const FusionSlot&) = delete;
 
     /// Prepares the process for windows of up to so many rows. False with items.
-    [[nodiscard]] bool Init(std::uint32_t mostRows, Status& status);
+    [[nodiscard]] bool Init(std::uint32_t mostRows, const OutputLayout& outputLayout, Status& status);
     /// Reads the samples of pan's rows within the scene's part and of the multispectral and infrared pixels
     /// that they are interpolated from.
     [[nodiscard]] bool Read(std::uint32_t firstRow, std::uint32_t endRow, Status& status);
@@ -30,7 +30,7 @@ public:
 
     [[nodiscard]] std::uint32_t GetFirstRow() const { return window.row0; } ///< of pan
     [[nodiscard]] std::uint32_t GetRows() const { return window.GetRows(); }
-    /// Rows of the file, interleaved by pixel and packed.
+    /// Rows of the file, interleaved by pixel and packed, in the layout asked for.
     [[nodiscard]] unsigned char* GetOutput() { return output.data(); }
     /// A byte a pixel of the rows, 0 without data; null when all pixels have data.
     [[nodiscard]] const unsigned char* GetValid() const { return hasGaps ? valid.data() : nullptr; }
@@ -38,13 +38,18 @@ public:
     [[nodiscard]] const KOVA::Tessara::Global::NameValueMap& GetMetadata() { return process->GetMetadata(); }
 
 private:
-    using Validity = std::unique_ptr<hostkit::SampledValidity>; ///< null when all samples have data
+    using Validity = std::unique_ptr<hostkit::ReachFinder>; ///< null when all samples have data
 
     bool ReadSource(const InputImage& image, GdalRaster& raster, const char* imageId, Validity& validity,
                     Status& status);
     bool FailedProcess(const char* what, Status& status);
     bool FindValid(std::uint32_t row, unsigned char* rowValid);
-    void MakeRow(const unsigned char* fused, const unsigned char* rowValid, unsigned char* out);
+    void MakeRow(const unsigned char* fused, const unsigned char* rowValid, std::uint32_t number);
+    void MakePixels(const unsigned char* fused, const unsigned char* rowValid, std::size_t columns,
+                    unsigned char* out);
+    [[nodiscard]] std::size_t TilesAcross() const;
+    [[nodiscard]] std::size_t TileRowBytes() const;
+    void FillTilesUp();
 
     const Scene& scene;
     GdalRaster pan;
@@ -61,7 +66,8 @@ private:
     bool hasGaps = false;
     std::vector<unsigned char> output;
     const OutputRules rules;
-    std::size_t rowBytes; ///< of the output
+    OutputLayout layout;
+    std::size_t pixelBytes; ///< of the output
     LimitTally tally;
 };
 

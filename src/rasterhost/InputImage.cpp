@@ -3,6 +3,7 @@
 #include "fundament/Text.h"
 #include "rasterhost/FileState.h"
 #include "rasterhost/GdalErrors.h"
+#include "rasterhost/GridTransform.h"
 
 #include <cpl_conv.h>
 #include <gdal_priv.h>
@@ -22,11 +23,12 @@ void InputImage::CloseDataset::operator()(GDALDataset* dataset) const { GDALClos
 InputImage::~InputImage() = default;
 
 std::unique_ptr<InputImage> InputImage::Open(const std::vector<InputBand>& inputs, const char* role,
-                                             const NoDataOptions& noData, Status& status) {
+                                             const SampleOptions& sampleOptions, Status& status) {
     std::unique_ptr<InputImage> image(new InputImage);
+    image->options = sampleOptions;
     for (const InputBand& input : inputs) {
         GDALDataset* dataset = image->OpenFile(input, role, status);
-        if (!dataset || !image->AddBands(input, *dataset, role, noData, status)) return nullptr;
+        if (!dataset || !image->AddBands(input, *dataset, role, status)) return nullptr;
     }
     return image->Describe(role, status) ? std::move(image) : nullptr;
 }
@@ -89,10 +91,15 @@ GDALRasterBand* FindTransparency(GDALDataset& dataset) {
 }
 
 /// What the file declares of a band, or the options in its place.
-void FindNoData(const NoDataOptions& options, GDALRasterBand* transparency, SourceBand& source) {
+void FindNoData(const SampleOptions& options, GDALRasterBand* transparency, SourceBand& source) {
     if (options.isIgnored) return;
     int isDeclared = options.value ? 1 : 0;
     const double value = options.value ? *options.value : source.band->GetNoDataValue(&isDeclared);
+    if (options.scale) {
+        if (isDeclared) source.rawNoData = value;
+        source.noData = 0;
+        isDeclared = 0;
+    }
     const bool isSigned = source.band->GetRasterDataType() == GDT_Int16;
     const bool isByte = source.band->GetRasterDataType() == GDT_Byte;
     const double least = isSigned ? -32768.0 : 0.0;
@@ -110,8 +117,7 @@ void FindNoData(const NoDataOptions& options, GDALRasterBand* transparency, Sour
 
 } // namespace
 
-bool InputImage::AddBands(const InputBand& input, GDALDataset& dataset, const char* role,
-                          const NoDataOptions& noData, Status& status) {
+bool InputImage::AddBands(const InputBand& input, GDALDataset& dataset, const char* role, Status& status) {
     const int count = dataset.GetRasterCount();
     if (count == 0)
         return Fail(
@@ -125,12 +131,12 @@ bool InputImage::AddBands(const InputBand& input, GDALDataset& dataset, const ch
                                  input.file.c_str(), *input.band, count));
     GDALRasterBand* transparency = FindTransparency(dataset);
     for (int number = input.band.value_or(1); number <= input.band.value_or(count); ++number) {
-        SourceBand source{&dataset, dataset.GetRasterBand(number), number, input.file, {}, {}, nullptr};
+        SourceBand source{&dataset, dataset.GetRasterBand(number), number, input.file, {}, {}, {}, nullptr};
         if (!input.band && count > 1 && source.band == transparency) continue;
         source.description = source.band->GetDescription();
         if (source.description.empty() && count == 1) source.description = CPLGetBasename(input.file.c_str());
         if (!CheckBand(source, role, status)) return false;
-        FindNoData(noData, transparency, source);
+        FindNoData(options, transparency, source);
         bands.push_back(std::move(source));
     }
     return true;
@@ -143,13 +149,15 @@ bool InputImage::CheckBand(const SourceBand& source, const char* role, Status& s
                                  what.c_str()));
     };
     const GDALDataType type = source.band->GetRasterDataType();
-    if (type != GDT_Byte && type != GDT_UInt16 && type != GDT_Int16)
+    const bool isTaken = options.scale ? !GDALDataTypeIsComplex(type)
+                                       : type == GDT_Byte || type == GDT_UInt16 || type == GDT_Int16;
+    if (!isTaken)
         return refuse(
-            FormatString("holds %s samples; 8 and 16 bits are supported: convert it with "
-                         "gdal_translate -ot Byte or -ot UInt16, and -scale where values do not fit",
+            FormatString("holds %s samples; 8 and 16 bits are supported: name the range of the values "
+                         "with --scale MIN,MAX, or convert it with gdal_translate -ot UInt16 -scale",
                          GDALGetDataTypeName(type)));
     if (const char* pixelType = source.band->GetMetadataItem("PIXELTYPE", "IMAGE_STRUCTURE");
-        pixelType && std::string(pixelType) == "SIGNEDBYTE")
+        pixelType && !options.scale && std::string(pixelType) == "SIGNEDBYTE")
         return refuse("holds signed bytes; 8 and 16 bits unsigned are supported");
     if (source.band->GetColorTable())
         return refuse("holds palette numbers, not intensities: expand it with gdal_translate -expand rgb");
@@ -161,8 +169,8 @@ bool InputImage::CheckBand(const SourceBand& source, const char* role, Status& s
     };
     return same("width", source.band->GetXSize(), first.band->GetXSize()) &&
            same("height", source.band->GetYSize(), first.band->GetYSize()) &&
-           same("bits per sample", GDALGetDataTypeSizeBits(type),
-                GDALGetDataTypeSizeBits(first.band->GetRasterDataType()));
+           (options.scale || same("bits per sample", GDALGetDataTypeSizeBits(type),
+                                  GDALGetDataTypeSizeBits(first.band->GetRasterDataType())));
 }
 
 bool InputImage::Describe(const char* role, Status& status) {
@@ -172,47 +180,71 @@ bool InputImage::Describe(const char* role, Status& status) {
     info.cols = static_cast<std::uint32_t>(band.GetXSize());
     info.rows = static_cast<std::uint32_t>(band.GetYSize());
     info.bandsPerPixel = static_cast<std::uint32_t>(bands.size());
-    info.bitsPerBand = static_cast<std::uint32_t>(GDALGetDataTypeSizeBits(band.GetRasterDataType()));
+    info.bitsPerBand =
+        options.scale ? 16u : static_cast<std::uint32_t>(GDALGetDataTypeSizeBits(band.GetRasterDataType()));
     info.colorSpace = bands.size() == 1 ? 0 : 1;
     return Georeference(status);
 }
 
+bool InputImage::IsAtPlaceOfFirst(const GDALDataset& file) const {
+    auto& dataset = const_cast<GDALDataset&>(file);
+    std::array<double, 6> here{};
+    const bool hasTransform = dataset.GetGeoTransform(here.data()) == CE_None;
+    const OGRSpatialReference* reference = dataset.GetSpatialRef();
+    bool agrees = hasTransform == geoTransform.has_value() &&
+                  IsSameProjection(projection, reference ? *reference : OGRSpatialReference());
+    // Georeferencing that was written and read again differs in its last digits.
+    for (std::size_t i = 0; agrees && hasTransform && i < here.size(); ++i)
+        agrees = std::fabs(here[i] - (*geoTransform)[i]) <=
+                 1e-6 * std::hypot((*geoTransform)[1], (*geoTransform)[4]);
+    return agrees;
+}
+
 bool InputImage::Georeference(Status& status) {
-    for (const OpenFileEntry& file : files) {
-        std::array<double, 6> here{};
-        std::optional<std::array<double, 6>> found;
-        if (file.dataset->GetGeoTransform(here.data()) == CE_None) found = here;
-        if (found && !(here[2] == 0.0 && here[4] == 0.0 && here[1] > 0.0 && here[5] < 0.0))
-            return Fail(
-                status, HostStatus::InputNotSupported,
-                FormatString("'%s' is not north up (rotated, or its rows run upward); make it so with "
-                             "gdalwarp",
-                             file.name.c_str()));
-        if (&file == &files.front()) {
-            geoTransform = found;
-            if (const OGRSpatialReference* reference = file.dataset->GetSpatialRef()) projection = *reference;
-            continue;
-        }
-        const OGRSpatialReference* reference = file.dataset->GetSpatialRef();
-        bool agrees = found.has_value() == geoTransform.has_value() &&
-                      IsSameProjection(projection, reference ? *reference : OGRSpatialReference());
-        // Georeferencing that was written and read again differs in its last digits.
-        for (std::size_t i = 0; agrees && found && i < here.size(); ++i)
-            agrees = std::fabs(here[i] - (*geoTransform)[i]) <= 1e-6 * (*geoTransform)[1];
-        if (!agrees)
+    GDALDataset& first = *files.front().dataset;
+    std::array<double, 6> here{};
+    if (first.GetGeoTransform(here.data()) == CE_None) geoTransform = here;
+    hasControlPoints = !geoTransform && first.GetGCPCount() > 0;
+    if (const OGRSpatialReference* reference =
+            hasControlPoints ? first.GetGCPSpatialRef() : first.GetSpatialRef())
+        projection = *reference;
+    for (const OpenFileEntry& file : files)
+        if (&file != &files.front() && !IsAtPlaceOfFirst(*file.dataset))
             return Fail(status, HostStatus::InputsDoNotFit,
                         FormatString("'%s' and '%s' do not lie at the same place; bands from several files "
                                      "must share corner, pixel size and projection",
                                      file.name.c_str(), files.front().name.c_str()));
-    }
-    const std::array<double, 6> transform = geoTransform.value_or(std::array{0.0, 1.0, 0.0, 0.0, 0.0, -1.0});
-    info.pixelSizeX = transform[1];
-    info.pixelSizeY = -transform[5];
-    info.xMin = transform[0];
-    info.xMax = info.xMin + info.cols * info.pixelSizeX;
-    info.yMax = transform[3];
-    info.yMin = info.yMax - info.rows * info.pixelSizeY;
+    isNorthUp = !hasControlPoints &&
+                (!geoTransform || (here[2] == 0.0 && here[4] == 0.0 && here[1] > 0.0 && here[5] < 0.0));
+    const std::array<double, 6> pixels{0.0, 1.0, 0.0, 0.0, 0.0, -1.0};
+    const std::array<double, 6> grid = isNorthUp ? geoTransform.value_or(pixels) : pixels;
+    DescribeAs(grid[0], grid[3], grid[0] + info.cols * grid[1], grid[3] + info.rows * grid[5], grid[1],
+               -grid[5]);
     return true;
+}
+
+void InputImage::DescribeAs(double left, double top, double right, double bottom, double pixelSizeX,
+                            double pixelSizeY) {
+    info.xMin = left;
+    info.xMax = right;
+    info.yMin = bottom;
+    info.yMax = top;
+    info.pixelSizeX = pixelSizeX;
+    info.pixelSizeY = pixelSizeY;
+}
+
+void InputImage::SetMap(std::unique_ptr<hostkit::PixelMap> map, std::unique_ptr<GridTransform> exact) {
+    pixelMap = std::move(map);
+    transform = std::move(exact);
+}
+
+void InputImage::MoveContent(double right, double below) {
+    moved = {moved[0] + right, moved[1] + below};
+    if (pixelMap) return pixelMap->Move(right, below);
+    info.xMin -= right * info.pixelSizeX;
+    info.xMax -= right * info.pixelSizeX;
+    info.yMin += below * info.pixelSizeY;
+    info.yMax += below * info.pixelSizeY;
 }
 
 std::string InputImage::GetName() const {
@@ -256,7 +288,22 @@ void InputImage::Reorder(const std::vector<std::size_t>& order) {
     info.bandsPerPixel = static_cast<std::uint32_t>(bands.size());
 }
 
+namespace {
+
+bool FailToRead(const PixelRect& rect, const SourceBand& source, const std::string& reason, Status& status) {
+    return Fail(status, HostStatus::InputNotRead,
+                FormatString("rows %u to %u of '%s' cannot be read; the file may be cut short or damaged%s",
+                             rect.row0, rect.row1, source.file.c_str(), reason.c_str()));
+}
+
+} // namespace
+
 bool InputImage::Read(const PixelRect& rect, unsigned char* out, Status& status) const {
+    if (options.scale) {
+        for (std::size_t band = 0; band < bands.size(); ++band)
+            if (!ReadScaled(rect, band, out, status)) return false;
+        return true;
+    }
     // One call for as many bands in a row as come from one file with samples of one kind.
     for (std::size_t first = 0, end = 0; first < bands.size(); first = end) {
         const auto belongs = [&](const SourceBand& source) {
@@ -288,9 +335,28 @@ bool InputImage::ReadBands(const PixelRect& rect, std::size_t first, std::size_t
         bands[first].band->GetRasterDataType(), static_cast<int>(numbers.size()), numbers.data(), pixelBytes,
         pixelBytes * columns, sampleBytes, nullptr);
     return (result == CE_None && !errors.HasFailed()) ||
-           Fail(status, HostStatus::InputNotRead,
-                FormatString("rows %u to %u of '%s' cannot be read; the file may be cut short or damaged%s",
-                             rect.row0, rect.row1, bands[first].file.c_str(), errors.Reason().c_str()));
+           FailToRead(rect, bands[first], errors.Reason(), status);
+}
+
+bool InputImage::ReadScaled(const PixelRect& rect, std::size_t band, unsigned char* out,
+                            Status& status) const {
+    const SourceBand& source = bands[band];
+    const auto columns = static_cast<int>(rect.GetColumns());
+    const auto rows = static_cast<int>(rect.GetRows());
+    std::vector<double> samples(std::size_t{rect.GetColumns()} * rect.GetRows());
+    const GdalErrors errors;
+    if (source.band->RasterIO(GF_Read, static_cast<int>(rect.col0), static_cast<int>(rect.row0), columns,
+                              rows, samples.data(), columns, rows, GDT_Float64, 0, 0, nullptr) != CE_None ||
+        errors.HasFailed())
+        return FailToRead(rect, source, errors.Reason(), status);
+    auto* pixel = reinterpret_cast<unsigned short*>(out) + band;
+    const unsigned short none = options.isIgnored ? 1 : 0;
+    for (const double sample : samples) {
+        const bool hasData = !std::isnan(sample) && sample != source.rawNoData;
+        *pixel = hasData ? options.scale->Map(sample) : none;
+        pixel += bands.size();
+    }
+    return true;
 }
 
 /// Signed samples are used as they are, which only those of 0 and more can be; those that mean no data are
@@ -312,6 +378,7 @@ bool InputImage::CheckSigns(const PixelRect& rect, std::size_t first, std::size_
 }
 
 std::uint32_t InputImage::GetBitDepth() const {
+    if (options.scale) return info.bitsPerBand;
     std::uint32_t depth = 0;
     for (const SourceBand& source : bands) {
         const char* declared = source.band->GetMetadataItem("NBITS", "IMAGE_STRUCTURE");

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "hostkit/PixelMap.h"
 #include "hostkit/SampleBlock.h"
 #include "rasterhost/HostStatus.h"
+#include "rasterhost/SampleScale.h"
 #include "rasterhost/Sharpen.h"
 #include "rasterhost/ZeroCollar.h"
 
@@ -19,6 +21,8 @@ class GDALRasterBand;
 
 namespace rasterhost {
 
+class GridTransform;
+
 /// One band of an open file.
 struct SourceBand {
     GDALDataset* dataset = nullptr;
@@ -27,14 +31,16 @@ struct SourceBand {
     std::string file; ///< as the request names it
     std::string
         description; ///< the band's, else the file's stem when the file has no other band; may be empty
-    std::optional<int> noData;      ///< the sample value that means no data
-    GDALRasterBand* mask = nullptr; ///< 0 where there is no data: a mask band or transparency; may be null
+    std::optional<int> noData;       ///< the sample value that means no data
+    std::optional<double> rawNoData; ///< likewise, in the file, when samples are scaled
+    GDALRasterBand* mask = nullptr;  ///< 0 where there is no data: a mask band or transparency; may be null
 };
 
-/// What is to count as no data.
-struct NoDataOptions {
-    std::optional<double> value; ///< this value in every band, whatever the file declares
-    bool isIgnored = false;      ///< nothing is: all samples are data
+/// What the samples of a file are to be taken for.
+struct SampleOptions {
+    std::optional<double> value;      ///< this value in every band, whatever the file declares
+    bool isIgnored = false;           ///< no sample means no data
+    std::optional<SampleScale> scale; ///< brings samples of any kind to 16 bits
 };
 
 /// Bands of one size and position, taken from one file or several.
@@ -46,15 +52,20 @@ public:
     /// position and projection, north up. Signed 16-bit samples are served as they are and have to be 0 or
     /// more. A file named without a band gives all its bands but transparency. Null with an item that names
     /// the file. `role` is "pan" or the like.
-    [[nodiscard]] static std::unique_ptr<InputImage>
-    Open(const std::vector<InputBand>& inputs, const char* role, const NoDataOptions& noData, Status& status);
+    [[nodiscard]] static std::unique_ptr<InputImage> Open(const std::vector<InputBand>& inputs,
+                                                          const char* role,
+                                                          const SampleOptions& sampleOptions, Status& status);
     InputImage(const InputImage&) = delete;
     InputImage& operator=(const InputImage&) = delete;
     ~InputImage();
 
-    /// Without georeferencing: pixels of size 1 and the upper left corner at the origin.
+    /// Without georeferencing, or when it is not north up: pixels of size 1 and the upper left corner at the
+    /// origin.
     [[nodiscard]] const RasterInfo& GetInfo() const { return info; }
-    [[nodiscard]] bool IsGeoreferenced() const { return geoTransform.has_value(); }
+    /// By a geotransform or by control points.
+    [[nodiscard]] bool IsGeoreferenced() const { return geoTransform || hasControlPoints; }
+    /// True when columns and rows run along the map's axes, rows downward; without a position too.
+    [[nodiscard]] bool IsNorthUp() const { return isNorthUp; }
     [[nodiscard]] const std::optional<std::array<double, 6>>& GetGeoTransform() const { return geoTransform; }
     [[nodiscard]] const OGRSpatialReference& GetProjection() const { return projection; } ///< may be empty
     [[nodiscard]] const std::vector<SourceBand>& GetBands() const { return bands; }
@@ -67,6 +78,17 @@ public:
 
     /// Stretches an image without georeferencing over the extent of another.
     void SpreadOver(const RasterInfo& other);
+    /// Gives an image another place and pixel size, in the units of pan's description.
+    void DescribeAs(double left, double top, double right, double bottom, double pixelSizeX,
+                    double pixelSizeY);
+    /// Sets where the pixels of pan lie on the image, and the exact way between them, when the two do not run
+    /// along each other.
+    void SetMap(std::unique_ptr<hostkit::PixelMap> map, std::unique_ptr<GridTransform> exact);
+    [[nodiscard]] const hostkit::PixelMap* GetMap() const { return pixelMap.get(); } ///< null without one
+    [[nodiscard]] const GridTransform* GetTransform() const { return transform.get(); }
+    /// Looks for the content so many pixels further right and below than the position says.
+    void MoveContent(double right, double below);
+    [[nodiscard]] const std::array<double, 2>& GetMove() const { return moved; }
     /// Puts the bands into another order and leaves out those that `order`, positions counted from 0, does
     /// not name.
     void Reorder(const std::vector<std::size_t>& order);
@@ -95,15 +117,17 @@ public:
 private:
     InputImage() = default;
     GDALDataset* OpenFile(const InputBand& input, const char* role, Status& status);
-    bool AddBands(const InputBand& input, GDALDataset& dataset, const char* role, const NoDataOptions& noData,
-                  Status& status);
+    bool AddBands(const InputBand& input, GDALDataset& dataset, const char* role, Status& status);
     bool ReadBands(const hostkit::PixelRect& rect, std::size_t first, std::size_t end, unsigned char* out,
                    Status& status) const;
+    bool ReadScaled(const hostkit::PixelRect& rect, std::size_t band, unsigned char* out,
+                    Status& status) const;
     bool CheckSigns(const hostkit::PixelRect& rect, std::size_t first, std::size_t end,
                     const unsigned char* samples, Status& status) const;
     bool Describe(const char* role, Status& status);
     bool CheckBand(const SourceBand& source, const char* role, Status& status) const;
     bool Georeference(Status& status);
+    [[nodiscard]] bool IsAtPlaceOfFirst(const GDALDataset& file) const;
 
     struct CloseDataset {
         void operator()(GDALDataset* dataset) const;
@@ -115,10 +139,16 @@ private:
 
     std::vector<OpenFileEntry> files;
     std::vector<SourceBand> bands;
+    SampleOptions options;
     RasterInfo info;
     std::unique_ptr<ZeroCollar> collar; ///< null without one
     std::optional<std::array<double, 6>> geoTransform;
+    bool hasControlPoints = false;
+    bool isNorthUp = true;
     OGRSpatialReference projection;
+    std::unique_ptr<hostkit::PixelMap> pixelMap;
+    std::unique_ptr<GridTransform> transform;
+    std::array<double, 2> moved{};
 };
 
 /// True when two projections mean the same; an empty one equals any.

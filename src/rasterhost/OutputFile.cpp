@@ -142,8 +142,9 @@ void CopyPosition(GDALDataset& pan, const hostkit::PixelRect& part, GDALDataset&
 void OutputFile::Describe(const Scene& scene, const Metadata& metadata) {
     GDALDataset& pan = *scene.pan->GetBands().front().dataset;
     if (auto transform = scene.pan->GetGeoTransform()) {
-        (*transform)[0] += scene.part.col0 * (*transform)[1];
-        (*transform)[3] += scene.part.row0 * (*transform)[5];
+        auto& t = *transform;
+        t[0] += scene.part.col0 * t[1] + scene.part.row0 * t[2];
+        t[3] += scene.part.col0 * t[4] + scene.part.row0 * t[5];
         dataset->SetGeoTransform(transform->data());
     }
     const OGRSpatialReference& own = scene.pan->GetProjection();
@@ -160,6 +161,10 @@ void OutputFile::Describe(const Scene& scene, const Metadata& metadata) {
         if (!description.empty()) target.SetDescription(description.c_str());
         target.SetColorInterpretation(ColourOf(scene, band));
         if (rules.noData) target.SetNoDataValue(*rules.noData);
+        if (const auto& scale = scene.sampleOptions.scale) {
+            target.SetScale(scale->Step());
+            target.SetOffset(scale->Offset());
+        }
     }
     if (rules.hasAlpha)
         dataset->GetRasterBand(static_cast<int>(rules.bands) + 1)->SetColorInterpretation(GCI_AlphaBand);

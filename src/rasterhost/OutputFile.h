@@ -34,11 +34,13 @@ public:
 
     /// Rows of one block of the file.
     [[nodiscard]] std::uint32_t GetBlockRows() const { return blockRows; }
+    /// How Write wants the pixels.
+    [[nodiscard]] OutputLayout GetLayout() const { return tiles ? tiles->GetLayout() : OutputLayout(); }
     /// True when Finish has to copy the whole image.
     [[nodiscard]] bool IsCopied() const { return format != writtenFormat; }
 
-    /// Writes the next whole rows, interleaved by pixel and packed, and which of their pixels have data: a
-    /// byte each, or null when all have.
+    /// Writes the next whole rows, interleaved by pixel, packed, in the layout of GetLayout(), and which of
+    /// their pixels have data: a byte each, or null when all have.
     [[nodiscard]] bool Write(std::uint32_t firstRow, std::uint32_t rows, unsigned char* samples,
                              const unsigned char* valid, Status& status);
     /// Among the pixels written so far.

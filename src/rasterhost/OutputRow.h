@@ -18,6 +18,13 @@ struct OutputRules {
     [[nodiscard]] std::uint32_t GetFileBands() const { return bands + (hasAlpha ? 1u : 0u); }
 };
 
+/// How the pixels of a window of full rows lie in memory: row after row, or in tiles as the file has them,
+/// one after another along rows of tiles, those at the right and lower edge filled up with 0.
+struct OutputLayout {
+    std::uint32_t tileColumns = 0; ///< 0 for rows
+    std::uint32_t tileRows = 0;
+};
+
 /// Turns a fused row into one of the file: samples above the largest come down to it; a pixel without data
 /// becomes the nodata value, or 0; a sample with data that equals the nodata value becomes the next greater
 /// one, or the next smaller at the top. Counts the limits of the pixels with data. `valid` has a byte a

@@ -62,7 +62,8 @@ ImageFacts DescribeImage(const InputImage& image) {
     const bool isSigned = image.GetBands().front().band->GetRasterDataType() == GDT_Int16;
     facts.sampleType = FormatString("%u bits %s", info.bitsPerBand, isSigned ? "signed" : "unsigned");
     facts.projection = ProjectionText(image.GetProjection());
-    if (image.IsGeoreferenced()) facts.extent = std::array{info.xMin, info.yMax, info.xMax, info.yMin};
+    if (image.IsGeoreferenced() && image.IsNorthUp() && !image.GetMap())
+        facts.extent = std::array{info.xMin, info.yMax, info.xMax, info.yMin};
     facts.pixelSizeX = info.pixelSizeX;
     facts.pixelSizeY = info.pixelSizeY;
     facts.noData = NoDataTexts(image);
@@ -90,11 +91,14 @@ std::string ShiftWarning(const Shift& shift, const InputImage& multispectral) {
         "the content of %s lies %s where its georeferencing says, in its pixels (%u windows agree to %.2f): "
         "from about 0.3 fusing does more harm than good",
         multispectral.GetName().c_str(), WhereText(shift).c_str(), shift.windows, shift.spread);
-    if (!multispectral.IsGeoreferenced()) return text + "; give both images a position that is right";
+    if (!multispectral.IsGeoreferenced() || !multispectral.IsNorthUp() || multispectral.GetMap())
+        return text + FormatString("; fuse with --shift %.2f,%.2f", shift.right, shift.below);
     const RasterInfo& info = multispectral.GetInfo();
     const double x = -shift.right * info.pixelSizeX, y = shift.below * info.pixelSizeY;
-    return text + FormatString("; put it right with gdal_translate -a_ullr %.10g %.10g %.10g %.10g",
-                               info.xMin + x, info.yMax + y, info.xMax + x, info.yMin + y);
+    return text + FormatString("; put it right with gdal_translate -a_ullr %.10g %.10g %.10g %.10g, or fuse "
+                               "with --shift %.2f,%.2f",
+                               info.xMin + x, info.yMax + y, info.xMax + x, info.yMin + y, shift.right,
+                               shift.below);
 }
 
 /// The share of pan on which the other images lie.

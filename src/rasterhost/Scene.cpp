@@ -2,7 +2,9 @@
 
 #include "fundament/Text.h"
 #include "hostkit/RequestRecord.h"
+#include "rasterhost/GridTransform.h"
 #include "rasterhost/ScenePart.h"
+#include "rasterhost/Shift.h"
 
 #include <gdal_priv.h>
 
@@ -17,7 +19,7 @@ using KOVA::Tessara::Pixmere::RasterInfo;
 namespace {
 
 bool OpenPan(const SharpenRequest& request, Scene& scene, Status& status) {
-    scene.pan = InputImage::Open({request.pan}, "pan", scene.noData, status);
+    scene.pan = InputImage::Open({request.pan}, "pan", scene.sampleOptions, status);
     if (!scene.pan) return false;
     if (scene.pan->GetBands().size() == 1) return true;
     return Fail(status, HostStatus::InputNotSupported,
@@ -58,8 +60,12 @@ void WarnOfTransparency(const Scene& scene, const Warn& warn) {
                 source.number, source.file.c_str()));
 }
 
-bool MatchGeoreferencing(const InputImage& pan, InputImage& coarse, const char* role, const Warn& warn,
-                         Status& status) {
+bool MatchGeoreferencing(const InputImage& pan, InputImage& coarse, const char* role, bool isSameCorner,
+                         const Warn& warn, Status& status) {
+    if (isSameCorner) {
+        coarse.SpreadOver(pan.GetInfo());
+        return true;
+    }
     if (pan.IsGeoreferenced() != coarse.IsGeoreferenced())
         return Fail(status, HostStatus::InputsDoNotFit,
                     FormatString("%s is georeferenced and %s is not; give both a position, or take it from "
@@ -77,13 +83,9 @@ bool MatchGeoreferencing(const InputImage& pan, InputImage& coarse, const char* 
         warn(FormatString("%s has no projection; its coordinates are taken to be in that of %s",
                           (pan.GetProjection().IsEmpty() ? pan : coarse).GetName().c_str(),
                           (pan.GetProjection().IsEmpty() ? coarse : pan).GetName().c_str()));
-    if (!IsSameProjection(pan.GetProjection(), coarse.GetProjection()))
-        return Fail(
-            status, HostStatus::InputsDoNotFit,
-            FormatString("%s and %s have different projections; bring the second into pan's with gdalwarp "
-                         "-t_srs",
-                         pan.GetName().c_str(), coarse.GetName().c_str()));
-    return true;
+    return (pan.IsNorthUp() && coarse.IsNorthUp() &&
+            IsSameProjection(pan.GetProjection(), coarse.GetProjection())) ||
+           PlaceByTransform(pan, coarse, status);
 }
 
 bool CheckFit(const InputImage& panImage, const InputImage& coarseImage, Status& status) {
@@ -117,6 +119,7 @@ bool CheckFit(const InputImage& panImage, const InputImage& coarseImage, Status&
 
 /// Narrows the covered pixels of the part down to those with data in one more image.
 bool CoverBy(const InputImage& coarse, Scene& scene, const Warn& warn, Status& status) {
+    if (coarse.GetMap()) return true; // pixel by pixel
     const RasterInfo& pan = scene.pan->GetInfo();
     const hostkit::PixelRect has =
         hostkit::CoveredRect(hostkit::PlaceGrids(pan, coarse.GetInfo()), pan, coarse.GetInfo());
@@ -144,26 +147,32 @@ bool CoverBy(const InputImage& coarse, Scene& scene, const Warn& warn, Status& s
     return true;
 }
 
-bool PlaceImage(InputImage& coarse, const char* role, Scene& scene, const Warn& warn, Status& status) {
-    if (!MatchGeoreferencing(*scene.pan, coarse, role, warn, status) || !CheckFit(*scene.pan, coarse, status))
+bool PlaceImage(const SharpenRequest& request, InputImage& coarse, const char* role, Scene& scene,
+                const Warn& warn, Status& status) {
+    if (!MatchGeoreferencing(*scene.pan, coarse, role, request.sameCorner, warn, status) ||
+        !CheckFit(*scene.pan, coarse, status))
         return false;
+    coarse.MoveContent(request.shift[0], request.shift[1]);
     return CoverBy(coarse, scene, warn, status);
 }
 
 bool OpenInfrared(const SharpenRequest& request, Scene& scene, const Warn& warn, Status& status) {
-    scene.infrared = InputImage::Open({*request.infrared}, "infrared", scene.noData, status);
+    scene.infrared = InputImage::Open({*request.infrared}, "infrared", scene.sampleOptions, status);
     if (!scene.infrared) return false;
     if (scene.infrared->GetBands().size() != 1)
         return Fail(status, HostStatus::InputNotSupported,
                     FormatString("the infrared file %s has %d bands; name one, as in FILE,band=1",
                                  scene.infrared->GetName().c_str(),
                                  static_cast<int>(scene.infrared->GetBands().size())));
-    return PlaceImage(*scene.infrared, "an infrared", scene, warn, status);
+    return PlaceImage(request, *scene.infrared, "an infrared", scene, warn, status);
 }
 
 /// What the results may reach: the request's depth, or the greatest that an input uses.
 bool FindDepth(const SharpenRequest& request, Scene& scene, Status& status) {
     const std::uint32_t bits = scene.pan->GetInfo().bitsPerBand;
+    if (request.bitDepth && request.scale)
+        return Fail(status, HostStatus::RequestInvalid,
+                    "scaled samples use all 16 bits; a bit depth cannot be asked for beside a scale");
     if (request.bitDepth && bits != 16)
         return Fail(
             status, HostStatus::RequestInvalid,
@@ -173,6 +182,29 @@ bool FindDepth(const SharpenRequest& request, Scene& scene, Status& status) {
     for (const InputImage* image : {scene.pan.get(), scene.multispectral.get(), scene.infrared.get()})
         if (image) scene.bitDepth = std::max(scene.bitDepth, image->GetBitDepth());
     if (request.bitDepth) scene.bitDepth = static_cast<std::uint32_t>(*request.bitDepth);
+    return true;
+}
+
+/// Measures how far the multispectral content lies from its place and moves it there.
+bool CorrectShift(const SharpenRequest& request, Scene& scene, const Warn& warn, Status& status) {
+    std::optional<Shift> shift;
+    if (!MeasureShift(scene, request.bitDepth, shift, status)) return false;
+    if (!shift || !shift->IsAgreed()) {
+        warn("the shift between pan and the multispectral image cannot be measured; it is left as it is");
+        return true;
+    }
+    scene.covered = scene.part;
+    for (InputImage* image : {scene.multispectral.get(), scene.infrared.get()}) {
+        if (!image) continue;
+        image->MoveContent(shift->right, shift->below);
+        if (!CoverBy(
+                *image, scene, [](const std::string&) {}, status))
+            return false;
+    }
+    warn(FormatString(
+        "the content of %s lies (%.2f, %.2f) of its pixels right of and below its place; that is "
+        "corrected",
+        scene.multispectral->GetName().c_str(), shift->right, shift->below));
     return true;
 }
 
@@ -187,8 +219,8 @@ bool FindResampling(const SharpenRequest& request, Scene& scene, Status& status)
 } // namespace
 
 bool Scene::MayLackData() const {
-    return covered != part || pan->MayLackData() || multispectral->MayLackData() ||
-           (infrared && infrared->MayLackData());
+    return covered != part || multispectral->GetMap() || (infrared && infrared->GetMap()) ||
+           pan->MayLackData() || multispectral->MayLackData() || (infrared && infrared->MayLackData());
 }
 
 void Scene::KeepFirstBands(std::uint32_t count) {
@@ -200,17 +232,22 @@ void Scene::KeepFirstBands(std::uint32_t count) {
 
 std::unique_ptr<Scene> OpenScene(const SharpenRequest& request, const Warn& warn, Status& status) {
     auto scene = std::make_unique<Scene>();
-    scene->noData = {request.noData, request.ignoreNoData};
+    scene->sampleOptions = {request.noData, request.ignoreNoData, {}};
+    if (request.scale) scene->sampleOptions.scale = SampleScale{(*request.scale)[0], (*request.scale)[1]};
     if (!FindResampling(request, *scene, status) || !OpenPan(request, *scene, status) ||
         !ChoosePart(request, *scene, warn, status))
         return nullptr;
     scene->covered = scene->part;
-    scene->multispectral = InputImage::Open(request.multispectral, "multispectral", scene->noData, status);
+    scene->multispectral =
+        InputImage::Open(request.multispectral, "multispectral", scene->sampleOptions, status);
     if (!scene->multispectral || !OrderBands(request.bands, *scene, status) ||
-        !PlaceImage(*scene->multispectral, "a multispectral", *scene, warn, status))
+        !PlaceImage(request, *scene->multispectral, "a multispectral", *scene, warn, status))
         return nullptr;
     if (request.infrared && !OpenInfrared(request, *scene, warn, status)) return nullptr;
-    if (!FindDepth(request, *scene, status)) return nullptr;
+    if (!FindDepth(request, *scene, status) ||
+        (request.measureShift && !CorrectShift(request, *scene, warn, status)))
+        return nullptr;
+    if (request.onlyIntersection && !CutToIntersection(*scene, status)) return nullptr;
     WarnOfTransparency(*scene, warn);
     return scene;
 }

@@ -19,7 +19,7 @@ struct Scene {
     std::unique_ptr<InputImage> infrared;      ///< one band; null without one
     hostkit::PixelRect part;                   ///< the pan pixels to fuse
     hostkit::PixelRect covered;                ///< those of them that have multispectral and infrared data
-    NoDataOptions noData;
+    SampleOptions sampleOptions;
     hostkit::Resampling resampling = hostkit::Resampling::Bilinear;
     std::uint32_t bitDepth = 0; ///< of the results
     /// For every band of `multispectral` its position in the request, counted from 0.

@@ -9,4 +9,8 @@ namespace rasterhost {
 /// position.
 [[nodiscard]] bool ChoosePart(const SharpenRequest& request, Scene& scene, const Warn& warn, Status& status);
 
+/// Narrows the part to the smallest window with all pan pixels whose centre lies on all the other images.
+/// False with an item when there is none.
+[[nodiscard]] bool CutToIntersection(Scene& scene, Status& status);
+
 } // namespace rasterhost

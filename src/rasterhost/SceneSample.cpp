@@ -1,9 +1,13 @@
 #include "rasterhost/SceneSample.h"
 
+#include "hostkit/RequestRecord.h"
+#include "rasterhost/GridTransform.h"
+
 #include <gdal_priv.h>
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 
 namespace rasterhost {
 
@@ -20,6 +24,36 @@ GridMap MakeGridMap(const kernels::GridAxis& axis) {
                              ? axis.ratio
                              : static_cast<double>(axis.numerator) / static_cast<double>(axis.denominator);
     return {-axis.offset / ratio, 1.0 / ratio};
+}
+
+/// The multispectral grid beneath a block, along the axes of pan: the exact place of the block's middle and
+/// the mean size of a pixel. Exact where the grids run along each other; else blocks are small.
+std::pair<GridMap, GridMap> MapsOf(const Scene& scene, const PixelRect& block) {
+    const InputImage& image = *scene.multispectral;
+    const RasterInfo& pan = scene.pan->GetInfo();
+    const auto placement = hostkit::PlaceGrids(pan, image.GetInfo());
+    if (!image.GetMap()) return {MakeGridMap(placement.across), MakeGridMap(placement.down)};
+    const double column = (block.col0 + block.col1) / 2.0, row = (block.row0 + block.row1) / 2.0;
+    const auto middle = image.GetTransform()->ToPan({column - image.GetMove()[0], row - image.GetMove()[1]});
+    const double across = image.GetInfo().pixelSizeX / pan.pixelSizeX;
+    const double down = image.GetInfo().pixelSizeY / pan.pixelSizeY;
+    if (!middle) return {{-1e9, across}, {-1e9, down}}; // beside pan
+    return {{middle->x - column * across, across}, {middle->y - row * down, down}};
+}
+
+/// Where the grids are far from running along each other, footprints are no rectangles of pan.
+bool CanBeSampled(const Scene& scene) {
+    const InputImage& image = *scene.multispectral;
+    if (scene.infrared && scene.infrared->GetMap()) return false;
+    if (!image.GetMap()) return true;
+    const double column = image.GetInfo().cols / 2.0, row = image.GetInfo().rows / 2.0;
+    const auto a = image.GetTransform()->ToPan({column, row});
+    const auto b = image.GetTransform()->ToPan({column + 1.0, row});
+    const auto c = image.GetTransform()->ToPan({column, row + 1.0});
+    constexpr double mostTurn = 0.2;
+    return !scene.infrared && a && b && c && b->x > a->x && c->y > a->y &&
+           std::fabs(b->y - a->y) < mostTurn * (b->x - a->x) &&
+           std::fabs(c->x - a->x) < mostTurn * (c->y - a->y);
 }
 
 /// First and end of the multispectral pixels that lie wholly on an image of so many pixels.
@@ -133,12 +167,14 @@ double GridMap::At(double edge) const {
 std::vector<PixelRect> ChooseBlocks(const Scene& scene, const SamplePlan& plan) {
     const RasterInfo& pan = scene.pan->GetInfo();
     const RasterInfo& ms = scene.multispectral->GetInfo();
-    const auto placement = hostkit::PlaceGrids(pan, ms);
-    const GridMap across = MakeGridMap(placement.across), down = MakeGridMap(placement.down);
-    const auto columns = WhollyOn(across, pan.cols, ms.cols);
-    const auto rows = WhollyOn(down, pan.rows, ms.rows);
-    const double side =
-        std::clamp(mostPanPixels / std::max(across.step, down.step), 1.0, static_cast<double>(plan.side));
+    if (!CanBeSampled(scene)) return {};
+    const bool isMapped = scene.multispectral->GetMap() != nullptr;
+    const auto [across, down] = MapsOf(scene, hostkit::WholeImage(ms));
+    const auto columns = isMapped ? std::pair(0u, ms.cols) : WhollyOn(across, pan.cols, ms.cols);
+    const auto rows = isMapped ? std::pair(0u, ms.rows) : WhollyOn(down, pan.rows, ms.rows);
+    constexpr double smallSide = 12.0;
+    const double side = std::clamp(mostPanPixels / std::max(across.step, down.step), 1.0,
+                                   isMapped ? smallSide : static_cast<double>(plan.side));
     std::vector<PixelRect> blocks;
     for (const auto& [row0, row1] : Divide(rows.first, rows.second, plan, static_cast<std::uint32_t>(side)))
         for (const auto& [col0, col1] :
@@ -151,9 +187,7 @@ bool BlockSample::Read(const Scene& scene, const PixelRect& block, double margin
                        Status& status) {
     rect = block;
     tally = {};
-    const auto placement = hostkit::PlaceGrids(scene.pan->GetInfo(), scene.multispectral->GetInfo());
-    across = MakeGridMap(placement.across);
-    down = MakeGridMap(placement.down);
+    std::tie(across, down) = MapsOf(scene, block);
     bands = scene.multispectral->GetInfo().bandsPerPixel + (scene.infrared ? std::size_t{1} : 0);
     if (!ReadBands(*scene.multispectral, bitDepth, status)) return false;
     if (scene.infrared && !AddInfrared(scene, bitDepth, status)) return false;

@@ -125,7 +125,7 @@ private:
     bool TryOneRow() {
         FusionSlot slot(*scene, *plugin, settings, rules, status);
         const std::uint32_t row = scene->covered.row0;
-        if (!slot.Init(1, status) || !slot.Read(row, row + 1, status) || !slot.Fuse(status)) return false;
+        if (!slot.Init(1, {}, status) || !slot.Read(row, row + 1, status) || !slot.Fuse(status)) return false;
         DescribeScene(slot.GetMetadata());
         return true;
     }
@@ -184,7 +184,7 @@ private:
         std::vector<std::unique_ptr<FusionSlot>> slots;
         for (int i = 0; i < count; ++i) {
             slots.push_back(std::make_unique<FusionSlot>(*scene, *plugin, settings, rules, status));
-            if (!slots.back()->Init(report.windowRows, status)) return false;
+            if (!slots.back()->Init(report.windowRows, output->GetLayout(), status)) return false;
         }
         PipelineResult result;
         const WindowPlan plan{scene->part.row0, report.rows, report.windowRows, report.threads};

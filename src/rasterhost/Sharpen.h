@@ -54,10 +54,21 @@ struct SharpenRequest {
     /// Part of the scene in map units of pan (left, top, right, bottom), snapped to whole pan pixels; all of
     /// pan without it. Its pixels are those that the whole would have there.
     std::optional<std::array<double, 4>> part;
+    /// Only the part of pan that lies on all the other images.
+    bool onlyIntersection = false;
+    /// All images have the corner and extent of pan, whatever their georeferencing says.
+    bool sameCorner = false;
+    /// How far the multispectral and infrared content lies right of and below its place, in their pixels; it
+    /// is moved back. Or that is measured, and moved back where the measurement can be relied on.
+    std::array<double, 2> shift{};
+    bool measureShift = false;
     /// Depth of the samples within 16-bit files, 9 to 16; without it what the files declare, else the whole
     /// depth. No result is larger.
     std::optional<int> bitDepth;
 
+    /// The least and greatest value, which are mapped to 1 and 65535 in all inputs, of whatever type; the
+    /// output records how to get back.
+    std::optional<std::array<double, 2>> scale;
     /// The value that means no data in all inputs, whatever they declare.
     std::optional<double> noData;
     bool ignoreNoData = false; ///< all samples are data

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "rasterhost/OutputRow.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <vector>
 
 struct tiff;
 
@@ -20,9 +21,10 @@ public:
     TileWriter& operator=(const TileWriter&) = delete;
     ~TileWriter();
 
-    /// Writes whole rows, interleaved by pixel and packed. They start with a row of tiles and end with one,
-    /// or with the image. libtiff's error handler, which is GDAL's, hears of a failure.
-    [[nodiscard]] bool Write(std::uint32_t firstRow, std::uint32_t rowCount, const unsigned char* samples);
+    [[nodiscard]] OutputLayout GetLayout() const { return {tileColumns, tileRows}; }
+    /// Writes whole rows, in tiles of GetLayout(). They start with a row of tiles and end with one, or with
+    /// the image. libtiff's error handler, which is GDAL's, hears of a failure.
+    [[nodiscard]] bool Write(std::uint32_t firstRow, std::uint32_t rowCount, unsigned char* tiles);
     [[nodiscard]] bool Close();
 
 private:
@@ -32,8 +34,7 @@ private:
     std::uint32_t columns = 0;
     std::uint32_t tileColumns = 0;
     std::uint32_t tileRows = 0;
-    std::size_t pixelBytes = 0;
-    std::vector<unsigned char> tile;
+    std::size_t tileBytes = 0;
 };
 
 } // namespace rasterhost

@@ -26,7 +26,7 @@ struct Scene {
     };
     Scene(std::uint32_t bits, Size panSize, Size msSize, std::uint32_t bands, Shape inputs, Shape outputs,
           std::vector<std::uint32_t> writtenBands = {})
-        : place{msSize.columns, panSize.columns, msSize.rows, panSize.rows}, written(std::move(writtenBands)),
+        : place(Whole(msSize, panSize)), written(std::move(writtenBands)),
           pan(inputs, bits, panSize.columns, panSize.rows, 1),
           ms(inputs, bits, msSize.columns, msSize.rows, bands),
           out(outputs, bits, panSize.columns, panSize.rows,
@@ -65,10 +65,16 @@ struct Scene {
         return expected;
     }
 
+    /// Of an image that covers what pan covers.
+    static Placement Whole(Size own, Size panSize) {
+        return {kernels::MakeGridAxis(1.0 * own.columns / panSize.columns, 0),
+                kernels::MakeGridAxis(1.0 * own.rows / panSize.rows, 0)};
+    }
+
     void AddInfrared(Shape shape, Size size) {
         infrared.emplace(shape, ms.sampleBytes * 8, size.columns, size.rows, 1);
         infrared->Fill(77);
-        infraredPlace = {size.columns, pan.columns, size.rows, pan.rows};
+        infraredPlace = Whole(size, {pan.columns, pan.rows});
         job.infrared = infrared->Image();
     }
 

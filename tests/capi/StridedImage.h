@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kernels/BilinearRow.h"
 #include "pansharp.h"
 
 #include <cstring>
@@ -108,40 +109,19 @@ private:
     std::vector<unsigned char> bytes;
 };
 
-/// Position of a pan pixel on an axis of `own` pixels for `pan` pixels of pan, moved by `twentieths` / 20 of
-/// a pixel: a whole number and a fraction. Exact, for ratios with denominators up to 64 and offsets in 48ths
-/// of a pan pixel.
-struct Position {
-    long long index;
-    double fraction;
-};
-inline Position Place(std::uint32_t pixel, std::uint32_t own, std::uint32_t pan, int twentieths) {
-    const long long divisor = 40LL * pan;
-    const long long u = (2LL * pixel + 1) * own * 20 + 2LL * pan * twentieths - 20LL * pan;
-    const long long index = (u >= 0 ? u : u - divisor + 1) / divisor;
-    return {index, static_cast<double>(u - index * divisor) / static_cast<double>(divisor)};
-}
-
-/// How an image lies under pan: own pixels for pan pixels, and pan's corner on it.
+/// How an image lies under pan.
 struct Placement {
-    std::uint32_t ownX, panX, ownY, panY;
-    int twentiethsX = 0, twentiethsY = 0;
+    kernels::GridAxis across, down;
 };
 
 /// The image at a pixel of pan, between the centres of its pixels.
 inline unsigned Interpolate(const StridedImage& image, const Placement& place, std::uint32_t column,
                             std::uint32_t row, std::uint32_t band) {
-    const auto clamp = [](long long i, std::uint32_t count) {
-        return static_cast<std::uint32_t>(i < 0 ? 0 : i >= count ? count - 1LL : i);
-    };
-    const Position x = Place(column, place.ownX, place.panX, place.twentiethsX);
-    const Position y = Place(row, place.ownY, place.panY, place.twentiethsY);
-    const auto across = [&](long long r) {
-        const double a = image.Get(clamp(x.index, image.columns), clamp(r, image.rows), band);
-        const double b = image.Get(clamp(x.index + 1, image.columns), clamp(r, image.rows), band);
-        return a * (1 - x.fraction) + b * x.fraction;
-    };
-    return static_cast<unsigned>(across(y.index) * (1 - y.fraction) + across(y.index + 1) * y.fraction + 0.5);
+    const auto x = kernels::ClampTap(kernels::PanToMultispectral(place.across, column), image.columns);
+    const auto y = kernels::ClampTap(kernels::PanToMultispectral(place.down, row), image.rows);
+    const auto get = [&](auto c, auto r) { return static_cast<unsigned short>(image.Get(c, r, band)); };
+    return kernels::BilinearSample(get(x.first, y.first), get(x.second, y.first), get(x.first, y.second),
+                                   get(x.second, y.second), x.fraction, y.fraction);
 }
 
 } // namespace testcapi

@@ -50,7 +50,7 @@ const Refusal refusals[] = {
     {{"pan.tif", "float.tif", "-o", "o.tif"}, {"'float.tif'", "Float32", "gdal_translate"}},
     {{"pan.tif", "far.tif", "-o", "o.tif"}, {"'far.tif'", "overlap"}},
     {{"pan.tif", "bare.tif", "-o", "o.tif"}, {"'bare.tif'", "georeferenced"}},
-    {{"pan.tif", "elsewhere.tif", "-o", "o.tif"}, {"'elsewhere.tif'", "projection", "gdalwarp"}},
+    {{"pan.tif", "elsewhere.tif", "-o", "o.tif"}, {"'elsewhere.tif'", "do not overlap"}},
     {{"pan.tif", "ms.tif", "other_size.tif", "-o", "o.tif"}, {"'other_size.tif'", "agree"}},
     {{"pan.tif", "ms.tif,band=5", "-o", "o.tif"}, {"'ms.tif'", "no band 5", "1 to 4"}},
     {{"pan.tif", "ms.tif", "-o", "o.tif", "-w", "1,2"}, {"2 weights", "4 multispectral bands"}},

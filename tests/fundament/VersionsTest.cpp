@@ -92,10 +92,8 @@ TEST(Versions, SharedLibrariesTellByName) {
     namespace fs = std::filesystem;
     const fs::path folder = testing::TempDir() + "fundament_versions_" + std::to_string(getpid());
     fs::create_directories(folder);
-    std::string library(64, '\0');
-    library.replace(0, 6,
-                    "\x7F"
-                    "ELF\x02\x01");
+    const std::string elf = std::string(1, '\x7F') + "ELF";
+    std::string library = elf + std::string("\x02\x01") + std::string(58, '\0');
     library[16] = 3;
     std::string bigEndian = library, program = library;
     bigEndian[5] = 2, bigEndian[16] = 0, bigEndian[17] = 3;
@@ -107,10 +105,7 @@ TEST(Versions, SharedLibrariesTellByName) {
         {"liba.so", library, ""},
         {"libb.so.1.debug", library, "1"},
         {"libc.so.1.2.3", program, ""},
-        {"libd.so.1.2.3",
-         "\x7F"
-         "ELF",
-         ""},
+        {"libd.so.1.2.3", elf, ""},
         {"libe.so.1.2.3", "", ""},
         {"f.dll", MakeModule(true), "2.1.45"}};
     for (const auto& [name, content, version] : cases) {

@@ -1,9 +1,9 @@
 #include "kernels/BilinearRow.h"
 
+#include "support/Rows.h"
+
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <random>
 #include <vector>
 
 namespace {
@@ -75,11 +75,9 @@ TYPED_TEST_SUITE(BilinearRows, Depths);
 // A swapped tap, a wrong band or a row blended twice gives other samples than the definition.
 TYPED_TEST(BilinearRows, SeparatedEqualsTheDefinition) {
     std::mt19937 random(20);
-    std::uniform_int_distribution<int> sample(0, std::numeric_limits<TypeParam>::max());
     const GridAxis axes[] = {MakeGridAxis(0.5, 0.25), MakeGridAxis(1.0 / 3.0, 0.1), MakeGridAxis(0.25, 0.0),
                              MakeGridAxis(0.3141592, -2.0)};
-    std::uint64_t compared = 0;
-    std::uint64_t whole = 0;
+    std::uint64_t compared = 0, whole = 0;
     for (std::uint32_t bands = 1; bands <= 9; ++bands)
         for (const GridAxis& axis : axes)
             for (std::uint32_t sourceColumns : {1u, 2u, 5u, 16u}) {
@@ -91,13 +89,8 @@ TYPED_TEST(BilinearRows, SeparatedEqualsTheDefinition) {
                     taps.back().first *= bands;
                     taps.back().second *= bands;
                 }
-                const std::size_t sourceSamples = std::size_t{sourceColumns} * bands;
-                auto upper = std::make_unique<TypeParam[]>(sourceSamples);
-                auto lower = std::make_unique<TypeParam[]>(sourceSamples);
-                for (std::size_t i = 0; i < sourceSamples; ++i) {
-                    upper[i] = static_cast<TypeParam>(sample(random));
-                    lower[i] = static_cast<TypeParam>(sample(random));
-                }
+                const auto upper = support::RandomRow<TypeParam>(std::size_t{sourceColumns} * bands, random);
+                const auto lower = support::RandomRow<TypeParam>(std::size_t{sourceColumns} * bands, random);
                 const auto out = std::make_unique<TypeParam[]>(columns * bands);
                 for (const double fy : {0.0, 0.5, 1.0 / 3.0, 0.875}) {
                     const auto expect = [&](const char* way, SimdTarget target) {

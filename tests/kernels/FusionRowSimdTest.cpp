@@ -4,12 +4,11 @@
 #include "kernels/BroveyRow.h"
 #include "kernels/IhsRow.h"
 #include "kernels/KovaRow.h"
+#include "support/Rows.h"
 
 #include <gtest/gtest.h>
 
-#include <limits>
-#include <memory>
-#include <random>
+#include <optional>
 
 namespace {
 
@@ -29,18 +28,11 @@ const std::vector<std::vector<double>> weightSets = {
     {0, 0, 0, 0, 0, 0, 0, 0, 0},
 };
 
-enum class Pixels { Random, Black, Saturated, Equal };
-
+/// Random samples, or all of one value.
 template <class T>
-std::unique_ptr<T[]> Row(std::size_t samples, Pixels kind, std::mt19937& random) {
-    auto row = std::make_unique<T[]>(samples);
-    const auto any = [&] { return static_cast<T>(random()); };
-    const T equal = any();
-    for (std::size_t i = 0; i < samples; ++i)
-        row[i] = kind == Pixels::Random      ? (random() % 8 == 0 ? std::numeric_limits<T>::max() : any())
-                 : kind == Pixels::Black     ? T{0}
-                 : kind == Pixels::Saturated ? std::numeric_limits<T>::max()
-                                             : equal;
+std::unique_ptr<T[]> Row(std::size_t samples, std::optional<unsigned> value, std::mt19937& random) {
+    auto row = support::RandomRow<T>(samples, random);
+    if (value) std::fill_n(row.get(), samples, static_cast<T>(*value));
     return row;
 }
 
@@ -57,14 +49,14 @@ const std::vector<Kernel<T>> allKernels = {
 
 template <class T>
 void Compare(const Kernel<T>& kernel, SimdTarget target, std::size_t pixels, std::uint32_t msBands,
-             std::uint32_t outputBands, Pixels kind, const std::vector<double>& weights,
-             std::mt19937& random) {
-    const auto ms = Row<T>(pixels * msBands, kind, random);
-    const auto pan = Row<T>(pixels, kind == Pixels::Equal ? Pixels::Random : kind, random);
+             std::uint32_t outputBands, const std::vector<double>& weights, std::mt19937& random,
+             std::optional<unsigned> msValue = {}, std::optional<unsigned> panValue = {}) {
+    const auto ms = Row<T>(pixels * msBands, msValue, random);
+    const auto pan = Row<T>(pixels, panValue, random);
     const BandWeights bands{weights.data(), msBands, outputBands};
     const std::size_t samples = pixels * outputBands;
     const auto expected = std::make_unique<T[]>(samples);
-    const auto actual = Row<T>(samples, Pixels::Random, random);
+    const auto actual = support::RandomRow<T>(samples, random);
     kernel.rowFor(0)(ms.get(), pan.get(), expected.get(), pixels, bands);
     kernel.rowFor(target)(ms.get(), pan.get(), actual.get(), pixels, bands);
     for (std::size_t i = 0; i < samples; ++i)
@@ -83,12 +75,16 @@ void CompareAll(const Kernel<T>& kernel, SimdTarget target) {
         for (const std::size_t pixels : widths) {
             const auto& weights = weightSets[random() % weightSets.size()];
             const auto outputBands = static_cast<std::uint32_t>(1 + random() % msBands);
-            Compare(kernel, target, pixels, msBands, outputBands, Pixels::Random, weights, random);
+            Compare(kernel, target, pixels, msBands, outputBands, weights, random);
         }
+    const auto any = static_cast<unsigned>(random());
     for (const auto& weights : weightSets)
-        for (const Pixels kind : {Pixels::Random, Pixels::Black, Pixels::Saturated, Pixels::Equal})
-            for (const std::uint32_t msBands : {3u, 4u, 8u})
-                Compare(kernel, target, 700, msBands, msBands, kind, weights, random);
+        for (const std::uint32_t msBands : {3u, 4u, 8u}) {
+            Compare(kernel, target, 700, msBands, msBands, weights, random);
+            Compare(kernel, target, 700, msBands, msBands, weights, random, 0, 0);
+            Compare(kernel, target, 700, msBands, msBands, weights, random, 0xFFFF, 0xFFFF);
+            Compare(kernel, target, 700, msBands, msBands, weights, random, any);
+        }
 }
 
 } // namespace
@@ -110,15 +106,12 @@ TEST(FusionSimd, EveryTargetGivesTheBytesOfTheDefinition) {
 
 TEST(FusionSimd, EveryEightBitResultOfTwoBandsIsRight) {
     // All pairs of a band and pan, for weights that put the sum on, just below and just above a half.
-    std::vector<unsigned char> ms;
-    std::vector<unsigned char> pan;
-    for (unsigned a = 0; a < 256; ++a)
-        for (unsigned b = 0; b < 256; ++b) {
-            ms.push_back(static_cast<unsigned char>(a));
-            pan.push_back(static_cast<unsigned char>(b));
-        }
-    std::vector<unsigned char> expected(ms.size());
-    std::vector<unsigned char> actual(ms.size());
+    std::vector<unsigned char> ms, pan;
+    for (unsigned pair = 0; pair < 65536; ++pair) {
+        ms.push_back(static_cast<unsigned char>(pair >> 8));
+        pan.push_back(static_cast<unsigned char>(pair & 255));
+    }
+    std::vector<unsigned char> expected(ms.size()), actual(ms.size());
     for (const double weight : {0.5, 0.5 + 1e-16, 0.5 - 1e-16, 1.0 / 3, 0.1, 0.7, -0.3, 1e6, -1e300})
         for (const SimdTarget target : SimdTargets()) {
             const BandWeights bands{&weight, 1, 1};

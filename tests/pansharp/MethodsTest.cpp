@@ -53,9 +53,7 @@ void CompareWithOracle(const std::string& keyword, std::uint32_t bands, std::uin
         const auto found = settings.find(name);
         return found == settings.end() ? nullptr : &found->second;
     };
-    oracle::Pixel weights = support::MethodWeights(keyword, bands, find);
-    if (keyword == "IHS") weights[0] = weights[0] / max;
-    const oracle::Tables tables = oracle::ProductTables(weights, max);
+    const auto tables = oracle::MethodTables(keyword, support::MethodWeights(keyword, bands, find), max);
     for (std::uint32_t row = 4; row < 6; ++row) {
         const T* actual = image->GetRow(row);
         ASSERT_NE(actual, nullptr);

@@ -23,6 +23,12 @@ inline Tables ProductTables(const Pixel& weights, double max) {
     return tables;
 }
 
+/// Of the weights of a method: of every band, or the infrared weight alone for IHS.
+inline Tables MethodTables(const std::string& keyword, Pixel weights, double max) {
+    if (keyword == "IHS") weights[0] = weights[0] / max;
+    return ProductTables(weights, max);
+}
+
 inline double TableSum(const Pixel& ms, const Tables& tables) {
     double s = 0.0;
     for (std::size_t b = 0; b < ms.size(); ++b)
@@ -103,7 +109,6 @@ inline Pixel Ihs(const Pixel& ms, double pan, const std::vector<double>& infrare
     return out;
 }
 
-/// Tables of all bands, or of the infrared band alone for IHS.
 inline Pixel Fuse(const std::string& keyword, const Pixel& ms, double pan, const Tables& tables, double max) {
     return keyword == "KOVA"     ? Kova(ms, pan, tables, max)
            : keyword == "Brovey" ? Brovey(ms, pan, tables, max)

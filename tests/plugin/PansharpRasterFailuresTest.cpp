@@ -24,6 +24,8 @@ const std::string withinPan =
     "; each must end past its start and within the pan raster's 40 columns and 30 rows";
 const std::string depthsDiffer = " images are incompatible : images are of different bit-depths (";
 
+const std::string tooLong = "is too long: at most 4096 channels and 256 MiB";
+
 const Case initCases[] = {
     {"A20A Could not initialize pan image; 7 FakeRaster|pan init reason; 8 FakeRaster|pan more",
      [](Session& s) { s.pan->initFails = true; }},
@@ -50,6 +52,21 @@ const Case windowCases[] = {
      {{"Method", "kovA2"}}},
     {fusionFailed + "3904 Pansharp|pan image has too many channels (3);  it must be a grayscale image",
      [](Session& s) { s.pan->info.bandsPerPixel = 3; }},
+    {fusionFailed + "3915 Pansharp|pan image has no channel;  it must be a grayscale image",
+     [](Session& s) { s.pan->info.bandsPerPixel = 0; }},
+    // A size that is only declared costs an error, not the memory: 2 x 10^10 bytes a row.
+    {fusionFailed + "3914 Pansharp|a row of 1000000 columns and 4000 bands, of 4096 input channels, " +
+         tooLong,
+     [](Session& s) {
+         s.pan->info.cols = s.pan->info.rows = 1'000'000;
+         Ms(s).bands = 4096;
+     },
+     {{"outputNBands", "4000"}}},
+    {fusionFailed + "3914 Pansharp|a row of 40 columns and 3 bands, of 4097 input channels, " + tooLong,
+     [](Session& s) { Ms(s).bands = 4097; }},
+    {"A211 PXL::BlendPixels initialization failed; 4F10 MergeBands|a row of 40 columns and 4294967296 bands "
+     "is too long: at most 4096 bands and 256 MiB",
+     [](Session& s) { Ms(s).bands = 0xFFFFFFFFu; }, infrared},
     {fusionFailed + "3907 Pansharp|too few input channels: 3; require at least 4 channels",
      Nothing,
      {{"outputNBands", "4"}}},
@@ -179,6 +196,29 @@ TEST(Failures, OfRowsAreReportedOnceHoweverOftenTheyAreAsked) {
     EXPECT_EQ(session.Items(), outside +
                                    "; 3913 Pixmere.PXL.Pansharp.SetWindow|the pan image delivers no row 12; "
                                    "7 FakeRaster|pan row reason; 8 FakeRaster|pan more");
+}
+
+TEST(Failures, ByTheHundredThousandAreNotCollected) {
+    Session session;
+    ASSERT_EQ(session.process->Init(), 1);
+    ASSERT_EQ(session.SetWindow({0, 10, 40, 20}), 1);
+    session.pan->rowFails = true;
+    for (int i = 0; i < 2'000; ++i)
+        ASSERT_EQ(session.process->GetRow(10 + i % 10), nullptr);
+    ASSERT_LE(session.process->GetStatus().GetCount(), 100u) << "each row once";
+    for (std::uint32_t i = 0; i < 100'000; ++i) { // the words differ from window to window
+        ASSERT_EQ(session.process->SetWindow(i, 9, i, 9), 0);
+        ASSERT_LE(session.process->GetStatus().GetCount(), 1001u);
+    }
+    EXPECT_THAT(session.Items(), testing::HasSubstr("columns 99999 to 99999")) << "the newest is there";
+}
+
+TEST(Failures, RowsHaveThePublishedBandsWhateverIsSetLater) {
+    Session session;
+    ASSERT_EQ(session.process->Init(), 1);
+    const auto before = session.Read({0, 0, 40, 2});
+    session.process->SetProperty("outputNBands", "1");
+    EXPECT_TRUE(session.Read({0, 0, 40, 2}) == before);
 }
 
 TEST(Failures, ExceptionsOfTheHostStayInside) {

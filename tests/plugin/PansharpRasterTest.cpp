@@ -1,6 +1,7 @@
 #include "Plugin.h"
 
 #include "pansharp/Oracle.h"
+#include "support/MethodWeights.h"
 
 using namespace fakehost;
 
@@ -89,57 +90,55 @@ TEST(PansharpRaster, WritesTheRequestRecordForTheWindow) {
 }
 
 TEST(PansharpRaster, FusesEveryPixelOfEveryWindowAsDefined) {
-    const oracle::Pixel weights = {0.25, -1.5, 0.125, 0.3333, 7, 0.5, 1.25, 0};
-    for (const std::uint32_t bits : {8u, 16u})
-        for (std::uint32_t bands = 1; bands <= 8; ++bands) {
-            const std::uint32_t outBands = 1 + bands / 2;
-            Properties properties{{"outputNBands", std::to_string(outBands)}};
-            for (std::uint32_t b = 0; b < bands; ++b)
-                properties.emplace_back("BandWeight-" + std::to_string(b + 1), std::to_string(weights[b]));
-            properties[1].second = ""; // the first band's is missing
-            oracle::Pixel used = weights;
-            used[0] = 1.0 / bands;
-            const unsigned most = bits == 8 ? 255 : 65535;
-            const oracle::Tables tables = oracle::ProductTables(used, most);
-            const auto ms = [most](auto c, auto r, auto b) {
-                return (c * 2654435761u + r * 40503u + b * 977u) % (most + 1);
-            };
-            Session session(properties, bits);
-            session.workspace.images["ms"] = {bands, bits, ms};
-            ASSERT_EQ(session.process->Init(), 1);
-            for (const Window& w : {Window{0, 0, 40, 30}, Window{3, 4, 40, 30}, Window{39, 29, 40, 30}}) {
-                std::vector<unsigned> expected;
-                for (std::uint32_t row = w.row0; row < w.row1; ++row)
-                    for (std::uint32_t c = w.col0; c < w.col1; ++c) {
-                        oracle::Pixel pixel;
-                        for (std::uint32_t b = 0; b < bands; ++b)
-                            pixel.push_back(ms(c, row, b));
-                        const auto fused = oracle::Kova(pixel, Session::PanSample(c, row, 0), tables, most);
-                        expected.insert(expected.end(), fused.begin(), fused.begin() + outBands);
-                    }
-                EXPECT_EQ(session.Read(w), expected) << bits << " bits, " << bands << " bands";
-            }
-        }
-}
-
-// A multispectral raster that carries the infrared band itself must give the same samples.
-TEST(PansharpRaster, InfraredJoinsAsTheLastBandUnderEveryMethod) {
-    const auto four = [](std::uint32_t c, std::uint32_t r, std::uint32_t b) {
-        return b < 3 ? Session::MsSample(c, r, b) : Session::IrSample(c, r, 0);
+    struct Case {
+        std::uint32_t bits, bands;
+        std::string method, infrared, weight; ///< that of the last band
     };
-    for (const char* method : {"KOVA", "Brovey", "IHS"})
-        for (const char* weight : {"", "0.5", "-0.25"})
-            for (const char* bands : {"3", "4"}) {
-                Properties settings{
-                    {"Method", method}, {"AdditionalBandWeight", weight}, {"outputNBands", bands}};
-                Session stacked(settings);
-                stacked.workspace.images["ms"] = {4, 8, four};
-                settings.emplace_back("AdditionalBandID", "ir");
-                Session merged(settings);
-                ASSERT_TRUE(merged.process->Init() && stacked.process->Init());
-                for (const Window& w : {Window{0, 0, 40, 30}, Window{13, 17, 40, 30}})
-                    EXPECT_EQ(merged.Read(w), stacked.Read(w)) << method << " " << weight << " " << bands;
-            }
+    std::vector<Case> cases;
+    for (const std::uint32_t bits : {8u, 16u})
+        for (const std::uint32_t bands : {1u, 3u, 4u, 8u})
+            for (const char* method : {"KOVA", "Brovey", "IHS"})
+                for (const char* infrared : {"", "ir"})
+                    for (const char* weight : {"", "-0.25"})
+                        if (bands >= 3 || *method != 'I')
+                            cases.push_back({bits, bands, method, infrared, weight});
+    for (const Case& c : cases) {
+        const std::uint32_t allBands = c.bands + (c.infrared.empty() ? 0 : 1);
+        const std::uint32_t outBands = 1 + allBands / 2;
+        std::map<std::string, std::string> settings = {{"Method", c.method},
+                                                       {"AdditionalBandID", c.infrared},
+                                                       {"outputNBands", std::to_string(outBands)},
+                                                       {"BandWeight-1", "-1.5"},
+                                                       {"BandWeight-2", "0.3333"}};
+        if (!c.weight.empty()) settings["AdditionalBandWeight"] = c.weight;
+        const auto find = [&](const std::string& name) {
+            return settings.contains(name) ? &settings[name] : nullptr;
+        };
+        const double most = c.bits == 8 ? 255 : 65535;
+        const auto tables =
+            oracle::MethodTables(c.method, support::MethodWeights(c.method, allBands, find), most);
+        const auto ms = [most](std::uint32_t column, std::uint32_t row, std::uint32_t band) {
+            return (column * 2654435761u + row * 40503u + band * 977u) & static_cast<unsigned>(most);
+        };
+        Session session({settings.begin(), settings.end()}, c.bits);
+        session.workspace.images["ms"] = {c.bands, c.bits, ms};
+        ASSERT_EQ(session.process->Init(), 1);
+        for (const Window& w : {Window{0, 0, 40, 30}, Window{13, 17, 40, 30}, Window{39, 29, 40, 30}}) {
+            std::vector<unsigned> expected;
+            for (std::uint32_t row = w.row0; row < w.row1; ++row)
+                for (std::uint32_t column = w.col0; column < w.col1; ++column) {
+                    oracle::Pixel pixel;
+                    for (std::uint32_t b = 0; b < c.bands; ++b)
+                        pixel.push_back(ms(column, row, b));
+                    if (!c.infrared.empty()) pixel.push_back(Session::IrSample(column, row, 0));
+                    const auto fused =
+                        oracle::Fuse(c.method, pixel, Session::PanSample(column, row, 0), tables, most);
+                    expected.insert(expected.end(), fused.begin(), fused.begin() + outBands);
+                }
+            EXPECT_EQ(session.Read(w), expected)
+                << c.bits << " bits, " << c.bands << " bands, " << c.method << c.infrared << c.weight;
+        }
+    }
 }
 
 TEST(PansharpRaster, RowsComeInAnyOrderAndStayTheSame) {

@@ -40,18 +40,3 @@ TEST(Threads, AnObjectEachGivesTheSameBytesForAnyWindows) {
             });
     }
 }
-
-TEST(Threads, MemoryStaysFlatOverManyWindows) {
-    Session session;
-    ASSERT_EQ(session.process->Init(), 1);
-    for (int i = 0; i < 20000; ++i) {
-        ASSERT_EQ(session.SetWindow({0, 0, 40, 1}), 1);
-        ASSERT_NE(session.process->GetRow(0), nullptr);
-        ASSERT_EQ(session.process->GetRow(1), nullptr); // a failing row must not make the status grow
-        ASSERT_LE(session.process->GetStatus().GetCount(), 1u);
-        ASSERT_EQ(session.workspace.Outstanding(), 1u);
-        session.log.clear();
-        session.workspace.obtained.clear();
-        session.workspace.initialized.clear();
-    }
-}

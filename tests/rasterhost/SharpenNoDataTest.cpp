@@ -211,6 +211,40 @@ TEST(SharpenNoData, SignedSamplesOfZeroAndMoreAreTaken) {
                 testing::AllOf(HasSubstr("bad.tif"), HasSubstr("-5"), HasSubstr("--nodata")));
 }
 
+// Values of -1 to 1 in floating point; what is not a number or declared has no data.
+TEST(SharpenNoData, ScaledSamplesOfAnyType) {
+    const Folder folder;
+    SharpenRequest request;
+    const auto write = [&](const char* name, int size, double pixel, float value, float odd) {
+        const std::string file = folder / name;
+        GDALDatasetUniquePtr made(GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
+            file.c_str(), size, size, 1, GDT_Float32, nullptr));
+        auto grid = *Grid(pixel);
+        made->SetGeoTransform(grid.data());
+        made->GetRasterBand(1)->SetNoDataValue(-9999);
+        made->GetRasterBand(1)->Fill(value);
+        EXPECT_EQ(
+            made->GetRasterBand(1)->RasterIO(GF_Write, 2, 2, 1, 1, &odd, 1, 1, GDT_Float32, 0, 0, nullptr),
+            CE_None);
+        return file;
+    };
+    request.pan.file = write("pan.tif", 32, 10.0, -0.25f, -9999.0f);
+    request.multispectral = {{write("ms.tif", 16, 20.0, -0.5f, std::nanf("")), {}}};
+    request.output = folder / "fused.tif";
+    request.weights = {1.0};
+    request.scale = {-1.0, 1.0};
+    const Outcome outcome = RunSharpen(request);
+    ASSERT_TRUE(outcome.isDone) << outcome.status.ToText();
+    EXPECT_EQ(outcome.report.pixelsWithoutData, 1u); // pan's; around one source pixel there are always others
+    GDALDatasetUniquePtr fused(GDALDataset::Open(request.output.c_str()));
+    GDALRasterBand& band = *fused->GetRasterBand(1);
+    EXPECT_EQ(band.GetNoDataValue(), 0.0);
+    const auto samples = ReadAll(request.output);
+    EXPECT_EQ(samples[2 * 32 + 2], 0u);
+    // With a weight of 1 the result is pan.
+    EXPECT_NEAR(samples[0] * band.GetScale() + band.GetOffset(), -0.25, 2.0 / 65534);
+}
+
 // Cloud-optimised files are copies, masks, position and all; nothing of the way there is left.
 TEST(SharpenNoData, GoesIntoFormatsThatAreCopied) {
     const Folder folder;

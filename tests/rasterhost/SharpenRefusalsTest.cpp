@@ -73,7 +73,11 @@ TEST_F(Refusals, InputsThatCannotBeServed) {
     Refuse(useMs({{ms, {}}, {moved, {}}}), {"moved.tif", "same place"});
     Refuse(useMs({{ms, {}}, {wide, {}}}), {"wide.tif", "bits per sample (16)", "(8)"});
     Refuse(useMs({{real, {}}}), {"real.tif", "Float32", "gdal_translate -ot"});
-    Refuse(useMs({{turned, {}}}), {"turned.tif", "not north up", "gdalwarp"});
+    Refuse(
+        [&](SharpenRequest& r) {
+            r.pan.file = turned, r.part = {500000.0, 4000000.0, 500100.0, 3999900.0};
+        },
+        {"turned.tif", "not north up"});
 }
 
 TEST_F(Refusals, PalettesAreNoIntensities) {
@@ -100,7 +104,7 @@ TEST_F(Refusals, PairsThatDoNotFit) {
         std::vector<std::string> texts;
     } cases[] = {
         {wide, {"pan.tif", "8 bits", "wide.tif", "16", "-ot"}},
-        {zone, {"zone.tif", "different projections", "gdalwarp -t_srs"}},
+        {zone, {"zone.tif", "do not overlap"}},
         {away, {"away.tif", "do not overlap", "600000"}},
         {beside, {"beside.tif", "do not overlap"}},
         {fine, {"fine.tif", "smaller than the pan pixels", "swapped"}},

@@ -1,0 +1,139 @@
+// Every vector target gives the bytes of the scalar definition, whatever the samples and the weights are.
+#include "Input.h"
+
+#include "kernels/BilinearRow.h"
+#include "kernels/BroveyRow.h"
+#include "kernels/IhsRow.h"
+#include "kernels/KovaRow.h"
+
+#include <limits>
+#include <memory>
+#include <vector>
+
+using namespace kernels;
+using fuzz::Require;
+
+namespace {
+
+constexpr double awkward[] = {0.0,
+                              -0.0,
+                              0.5,
+                              1.0 / 3,
+                              0.25,
+                              1e-300,
+                              -1e300,
+                              1e308,
+                              std::numeric_limits<double>::infinity(),
+                              -std::numeric_limits<double>::infinity(),
+                              std::numeric_limits<double>::quiet_NaN(),
+                              std::numeric_limits<double>::denorm_min(),
+                              0.5 + 1e-16,
+                              0.49999999999999994,
+                              255.0,
+                              65535.0,
+                              1.0 / 255,
+                              2147483648.0,
+                              -32768.5,
+                              1e5};
+
+/// As the input has it to its end, then repeated by a rule.
+template <class T>
+std::unique_ptr<T[]> Samples(fuzz::Input& input, std::size_t count) {
+    auto row = std::make_unique<T[]>(count);
+    for (std::size_t i = 0; i < count; ++i)
+        row[i] = input.IsEmpty() ? static_cast<T>((i > 2 ? row[i - 3] : 11) * 77 + i) : input.Take<T>();
+    return row;
+}
+
+double Weight(fuzz::Input& input) {
+    if (input.Flag()) return input.Pick(awkward);
+    return input.Flag() ? input.Take<double>() : input.Take<std::int16_t>() / 1024.0;
+}
+
+template <class T>
+void Fuse(fuzz::Input& input, FuseRow<T> (*rowFor)(SimdTarget), std::uint32_t fewestBands,
+          const std::vector<SimdTarget>& targets) {
+    const std::size_t pixels = input.Flag() ? input.Below(200) : 120 + input.Take<std::uint16_t>() % 300;
+    const std::uint32_t msBands = fewestBands + input.Below(10);
+    const std::uint32_t outputBands = 1 + input.Below(msBands);
+    std::vector<double> weights(msBands);
+    for (double& weight : weights)
+        weight = Weight(input);
+    const auto pan = Samples<T>(input, pixels);
+    const auto ms = Samples<T>(input, pixels * msBands);
+    const BandWeights bands{weights.data(), msBands, outputBands};
+    const std::size_t samples = pixels * outputBands;
+    const auto expected = std::make_unique<T[]>(samples);
+    rowFor(0)(ms.get(), pan.get(), expected.get(), pixels, bands);
+    for (const SimdTarget target : targets) {
+        if (target == 0) continue;
+        const auto actual = std::make_unique<T[]>(samples);
+        rowFor(target)(ms.get(), pan.get(), actual.get(), pixels, bands);
+        Require(std::memcmp(expected.get(), actual.get(), samples * sizeof(T)) == 0,
+                SimdTargetName(target).c_str());
+    }
+}
+
+template <class T>
+void Down(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
+    const std::size_t count = input.Take<std::uint8_t>();
+    const double fraction = input.Take<std::uint16_t>() / 65535.0;
+    const std::uint32_t steps = 1u << input.Below(5);
+    const std::uint32_t across = 1u << input.Below(5);
+    const std::uint32_t part = input.Below(steps);
+    const auto upper = Samples<T>(input, count);
+    const auto lower = Samples<T>(input, count);
+    const auto doubles = [&](const T* row) {
+        auto values = std::make_unique<double[]>(count);
+        for (std::size_t i = 0; i < count; ++i) // between the sample and its neighbour, as across a row
+            values[i] = row[i] * (1.0 - fraction) + row[(i + 1) % count] * fraction;
+        return values;
+    };
+    const auto wholes = [&](const T* row) {
+        auto values = std::make_unique<WholeOf<T>[]>(count);
+        for (std::size_t i = 0; i < count; ++i)
+            values[i] = static_cast<WholeOf<T>>(row[i] * across);
+        return values;
+    };
+    const auto upper1 = doubles(upper.get());
+    const auto lower1 = doubles(lower.get());
+    const auto upper2 = wholes(upper.get());
+    const auto lower2 = wholes(lower.get());
+    const auto expected = std::make_unique<T[]>(count);
+    const auto actual = std::make_unique<T[]>(count);
+    for (const SimdTarget target : targets) {
+        DownRowScalar<T>(upper1.get(), lower1.get(), fraction, count, expected.get());
+        DownRowFor<T>(target)(upper1.get(), lower1.get(), fraction, count, actual.get());
+        Require(std::memcmp(expected.get(), actual.get(), count * sizeof(T)) == 0, "blending down in double");
+        DownRowWholeScalar<T>(upper2.get(), lower2.get(), part, steps, across, count, expected.get());
+        DownRowWholeFor<T>(target)(upper2.get(), lower2.get(), part, steps, across, count, actual.get());
+        Require(std::memcmp(expected.get(), actual.get(), count * sizeof(T)) == 0, "blending down in whole");
+    }
+}
+
+template <class T>
+void Compare(fuzz::Input& input, std::uint32_t which) {
+    static const std::vector<SimdTarget> targets = SimdTargets();
+    switch (which) {
+    case 0:
+        return Fuse<T>(input, &KovaRowFor<T>, 1, targets);
+    case 1:
+        return Fuse<T>(input, &BroveyRowFor<T>, 1, targets);
+    case 2:
+        return Fuse<T>(input, &IhsRowFor<T>, ihsFewestBands, targets);
+    default:
+        return Down<T>(input, targets);
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    fuzz::Input input(data, size);
+    const std::uint32_t which = input.Below(8);
+    if (which < 4)
+        Compare<unsigned char>(input, which);
+    else
+        Compare<unsigned short>(input, which - 4);
+    return 0;
+}

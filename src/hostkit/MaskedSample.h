@@ -1,0 +1,43 @@
+#pragma once
+
+#include "hostkit/SampleBlock.h"
+#include "kernels/BilinearRow.h"
+
+#include <cmath>
+
+namespace hostkit {
+
+/// True where a source pixel of the block has data.
+[[nodiscard]] inline bool HasData(const SampleBlock& block, std::uint32_t column, std::uint32_t row) {
+    return !block.valid || block.valid[std::size_t{row - block.rect.row0} * block.rect.GetColumns() +
+                                       (column - block.rect.col0)] != 0;
+}
+
+/// The mean of those of four source pixels that have data, by their bilinear weights made to add up to 1, for
+/// every band. False, with `out` as it was, when none of weight above 0 has.
+template <class T>
+bool SampleMasked(const SampleBlock& block, std::uint32_t bands, const kernels::BilinearTap& x,
+                  const kernels::BilinearTap& y, T* out) {
+    const struct {
+        std::uint32_t column, row;
+        double weight;
+    } neighbours[] = {{x.first, y.first, (1.0 - x.fraction) * (1.0 - y.fraction)},
+                      {x.second, y.first, x.fraction * (1.0 - y.fraction)},
+                      {x.first, y.second, (1.0 - x.fraction) * y.fraction},
+                      {x.second, y.second, x.fraction * y.fraction}};
+    double weights = 0.0;
+    for (const auto& at : neighbours)
+        if (HasData(block, at.column, at.row)) weights += at.weight;
+    if (!(weights > 0.0)) return false;
+    for (std::uint32_t band = 0; band < bands; ++band) {
+        double sum = 0.0;
+        for (const auto& at : neighbours)
+            if (HasData(block, at.column, at.row))
+                sum += reinterpret_cast<const T*>(block.At(at.column, at.row, bands * sizeof(T)))[band] *
+                       at.weight;
+        out[band] = static_cast<T>(std::floor(sum / weights + 0.5));
+    }
+    return true;
+}
+
+} // namespace hostkit

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "hostkit/RowSampler.h"
+#include "hostkit/SampleBlock.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace hostkit {
+
+/// Where the pixels of the pan grid lie on a source whose rows and columns do not run along those of pan.
+/// Positions are known at control points, on every `step`-th pan pixel from the first of the image, and
+/// interpolated between four of them: a pixel's position depends on nothing but its number.
+class PixelMap {
+public:
+    struct Position {
+        double x = 0.0; ///< between the centres of source pixels: 0 is the centre of the first
+        double y = 0.0;
+    };
+
+    /// `points` row by row, `pointColumns` a row; not a number where a pan pixel has no place on the source.
+    PixelMap(std::uint32_t step, std::uint32_t pointColumns, std::vector<Position> points);
+
+    /// So many control points stand for a row or column of so many pan pixels.
+    [[nodiscard]] static std::uint32_t CountPoints(std::uint32_t panPixels, std::uint32_t step) {
+        return (panPixels - 1) / step + 2;
+    }
+
+    /// Moves all positions, in source pixels: content that lies right of its place is looked for there.
+    void Move(double right, double below) { moved = {moved.x + right, moved.y + below}; }
+
+    /// Positions of the pan pixels col0 to col1 - 1 of a row.
+    void FindRow(std::uint32_t row, std::uint32_t col0, std::uint32_t col1, Position* positions) const;
+
+    /// The source pixels that a window of pan is interpolated from, within the source; one pixel where the
+    /// window lies beside it.
+    [[nodiscard]] PixelRect SourceRect(const PixelRect& panWindow, std::uint32_t sourceColumns,
+                                       std::uint32_t sourceRows, Resampling resampling) const;
+
+private:
+    std::uint32_t step;
+    std::uint32_t pointColumns;
+    std::vector<Position> points;
+    Position moved;
+};
+
+} // namespace hostkit

@@ -1,0 +1,55 @@
+#include "Allocations.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+std::atomic<long> live{0};
+thread_local long left = -1; // allocations before the next that fails; below 0 none does
+thread_local bool goesOn = false;
+thread_local bool reached = false;
+
+bool Fails() {
+    if (left < 0) return false;
+    if (left > 0) {
+        --left;
+        return false;
+    }
+    reached = true;
+    if (!goesOn) left = -1;
+    return true;
+}
+
+} // namespace
+
+void* operator new(std::size_t size) {
+    void* block = Fails() ? nullptr : std::malloc(size ? size : 1);
+    if (!block) throw std::bad_alloc();
+    ++live;
+    return block;
+}
+
+void operator delete(void* block) noexcept {
+    if (block) --live;
+    std::free(block);
+}
+
+void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
+
+namespace allocations {
+
+long Live() { return live; }
+
+Fault::Fault(long allocationsBefore, Kind kind) {
+    reached = false;
+    goesOn = kind == Kind::FromThereOn;
+    left = allocationsBefore;
+}
+
+Fault::~Fault() { left = -1; }
+
+bool Fault::WasReached() { return reached; }
+
+} // namespace allocations
