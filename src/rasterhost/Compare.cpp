@@ -40,7 +40,9 @@ public:
 private:
     bool Reduce() {
         const Warn warn = [this](const std::string& text) { report.warnings.push_back(text); };
-        const auto scene = OpenScene(request.inputs, warn, status);
+        SharpenRequest inputs = request.inputs;
+        if (inputs.resampling.empty()) inputs.resampling = "bilinear"; // nothing is sampled here
+        const auto scene = OpenScene(inputs, warn, status);
         if (!scene || !CheckGrids(*scene, status) ||
             !CheckBlur(request.blur, scene->multispectral->GetBands().size(), status) ||
             FindCollars(*scene, warn, {}, status) != CollarSearch::Done)
@@ -91,7 +93,7 @@ private:
     bool AddPlain(const char* name, hostkit::Resampling resampling) {
         const auto& grid = pan->GetInfo();
         UpsampledRows rows(*multispectral, grid, hostkit::WholeImage(grid), resampling, false);
-        return Add({name, {}, {}, {}}, rows);
+        return Add({name, {}, name, {}, {}}, rows);
     }
 
     bool AddMethods(const PansharpDescription& plugin) {
@@ -102,16 +104,22 @@ private:
                                                        method.keyword, method.minimumBands));
                 continue;
             }
-            SharpenRequest run = MakeRun(method.keyword);
-            const bool weighs = WantsFit(run, plugin);
-            if (!AddMethod(run, weighs ? "fitted" : "")) return false;
-            run.weightSource = WeightSource::Equal;
-            if (weighs && !AddMethod(run, "equal")) return false;
+            for (const char* resampling : {"bilinear", "cubic"}) {
+                if (!request.inputs.resampling.empty() && request.inputs.resampling != resampling) continue;
+                if (!AddRuns(MakeRun(method.keyword, resampling), plugin)) return false;
+            }
         }
         return true;
     }
 
-    [[nodiscard]] SharpenRequest MakeRun(const char* method) const {
+    bool AddRuns(SharpenRequest run, const PansharpDescription& plugin) {
+        const bool weighs = WantsFit(run, plugin);
+        if (!AddMethod(run, weighs ? "fitted" : "")) return false;
+        run.weightSource = WeightSource::Equal;
+        return !weighs || AddMethod(run, "equal");
+    }
+
+    [[nodiscard]] SharpenRequest MakeRun(const char* method, const char* resampling) const {
         SharpenRequest run;
         run.pan.file = reduced->GetPan();
         run.multispectral = {{reduced->GetMultispectral(), {}}};
@@ -119,7 +127,7 @@ private:
         run.overwrite = true;
         run.method = method;
         run.bitDepth = bitDepth;
-        run.resampling = request.inputs.resampling;
+        run.resampling = resampling;
         run.plugin = request.inputs.plugin;
         run.threads = request.inputs.threads;
         return run;
@@ -138,7 +146,7 @@ private:
             if (*weights == 'f' && !fitted)
                 report.warnings.push_back(run.method + ": no weights could be fitted to the degraded pair");
             isAdded =
-                Add({run.method, *weights == 'f' && !fitted ? "equal" : weights, fusion.effectiveWeights, {}},
+                Add({run.method, *weights == 'f' && !fitted ? "equal" : weights, run.resampling, fusion.effectiveWeights, {}},
                     rows);
         }
         VSIUnlink(run.output.c_str());

@@ -24,6 +24,7 @@ CompareReport Try(const std::string& pan, const std::string& ms, const std::stri
     request.inputs.pan = {pan, {}};
     request.inputs.multispectral = {{ms, {}}};
     request.inputs.plugin = PANSHARP_PLUGIN_FILE;
+    request.inputs.resampling.clear(); // both
     request.keep = keep;
     CompareReport report;
     KOVA::Tessara::Fundament::Status status;
@@ -133,17 +134,19 @@ TEST(Compare, NamesTheBestAndWhenNoneBeatsPlainUpsampling) {
     const CompareReport good = Try(pan, ms);
     const CompareReport bad = Try(flipped, ms);
     EXPECT_FALSE(good.entries[good.best].IsPlain());
-    EXPECT_EQ(good.entries[good.best].weights, "fitted");
     EXPECT_TRUE(bad.entries[bad.best].IsPlain());
     std::vector<std::string> names;
     for (const CompareEntry& entry : good.entries) {
-        names.push_back(entry.method + " " + entry.weights);
+        names.push_back(entry.method + " " + entry.weights + " " + entry.resampling);
         EXPECT_GE(entry.indices.ergas, good.entries[good.best].indices.ergas) << names.back();
         EXPECT_EQ(entry.indices.pixels, good.entries[0].indices.pixels) << names.back();
         const auto& weights = entry.effectiveWeights;
-        if (entry.weights == "fitted") EXPECT_NEAR(weights[2], 0.5, 0.05) << names.back();
-        if (entry.weights == "equal") EXPECT_DOUBLE_EQ(weights[2], 1.0 / 3.0) << names.back();
+        if (entry.weights.empty()) continue;
+        EXPECT_EQ(weights[2] > 0.45, entry.weights == "fitted") << names.back(); // of 1/4, 1/4 and 1/2
     }
-    EXPECT_THAT(names, testing::UnorderedElementsAre("bilinear ", "cubic ", "KOVA fitted", "KOVA equal",
-                                                     "Brovey fitted", "Brovey equal", "IHS "));
+    EXPECT_THAT(names, testing::UnorderedElementsAre(
+                           "bilinear  bilinear", "cubic  cubic", "KOVA fitted bilinear",
+                           "KOVA equal bilinear", "KOVA fitted cubic", "KOVA equal cubic",
+                           "Brovey fitted bilinear", "Brovey equal bilinear", "Brovey fitted cubic",
+                           "Brovey equal cubic", "IHS  bilinear", "IHS  cubic"));
 }
