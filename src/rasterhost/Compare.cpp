@@ -3,6 +3,7 @@
 #include "fundament/Text.h"
 #include "hostkit/PluginLibrary.h"
 #include "hostkit/RequestRecord.h"
+#include "rasterhost/CacheLimit.h"
 #include "rasterhost/Collars.h"
 #include "rasterhost/CompareRows.h"
 #include "rasterhost/GdalErrors.h"
@@ -48,6 +49,7 @@ private:
             FindCollars(*scene, warn, {}, status) != CollarSearch::Done)
             return false;
         if (scene->pan->GetInfo().bitsPerBand > 8) bitDepth = static_cast<int>(scene->bitDepth);
+        const CacheLimit cache(StripCache({scene->pan.get(), scene->multispectral.get()}));
         reduced = ReducedScene::Make(*scene, request.blur, request.keep, status);
         if (!reduced) return false;
         report.ratioX = reduced->ratioX;
@@ -145,9 +147,12 @@ private:
             const bool fitted = fusion.fit.has_value();
             if (*weights == 'f' && !fitted)
                 report.warnings.push_back(run.method + ": no weights could be fitted to the degraded pair");
-            isAdded =
-                Add({run.method, *weights == 'f' && !fitted ? "equal" : weights, run.resampling, fusion.effectiveWeights, {}},
-                    rows);
+            isAdded = Add({run.method,
+                           *weights == 'f' && !fitted ? "equal" : weights,
+                           run.resampling,
+                           fusion.effectiveWeights,
+                           {}},
+                          rows);
         }
         VSIUnlink(run.output.c_str());
         return isAdded;
