@@ -1,4 +1,6 @@
+#include "cli/AssessCommand.h"
 #include "cli/CommandLine.h"
+#include "cli/CompareCommand.h"
 #include "cli/ExitCode.h"
 #include "cli/HelpText.h"
 #include "cli/InfoCommand.h"
@@ -25,6 +27,8 @@ ExitCode Run(const CommandLine& line) {
     if (line.Has("--version")) return RunVersion(line);
     if (command.name == "sharpen") return RunSharpen(line);
     if (command.name == "info") return RunInfo(line);
+    if (command.name == "assess") return RunAssess(line);
+    if (command.name == "compare") return RunCompare(line);
     if (command.name == "methods") return RunMethods(line);
     std::cerr << HelpText(command);
     return WrongCommandLine;

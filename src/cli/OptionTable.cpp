@@ -8,6 +8,7 @@ namespace {
 
 constexpr std::string_view inputHeading = "Inputs and outputs";
 constexpr std::string_view fusionHeading = "Fusion";
+constexpr std::string_view qualityHeading = "Quality";
 constexpr std::string_view runHeading = "Running";
 constexpr std::string_view advancedHeading = "Advanced";
 constexpr std::string_view helpHeading = "Help";
@@ -38,6 +39,19 @@ constexpr OptionEntry noNoDataOption = {
     "--no-nodata", "", "", fusionHeading,
     "take every sample as data, whatever the files declare, and zeros along the edge too"};
 
+constexpr OptionEntry resamplingOption = {"-r,--resampling", "bilinear|cubic", "bilinear", fusionHeading,
+                                          "how the multispectral bands are brought to the pixels of pan"};
+constexpr OptionEntry blurOption = {"--mtf", "G1,G2,...", "0.3", qualityHeading,
+                                    "modulation transfer of the multispectral sensor at the Nyquist "
+                                    "frequency, one for all bands or one a band: the "
+                                    "Gaussian blur to degrade with has it, too"};
+constexpr OptionEntry panBlurOption = {"--mtf-pan", "G", "0.15", qualityHeading, "the same of pan"};
+constexpr OptionEntry noDataOfAllOption = {
+    "--nodata", "V", "what the files declare", qualityHeading,
+    "the sample value that means no data, in every image; such pixels are left out"};
+constexpr OptionEntry noNoDataOfAllOption = {"--no-nodata", "", "", qualityHeading,
+                                             "take every sample as data, whatever the files declare"};
+
 constexpr PositionalEntry sharpenPositionals[] = {
     {"PAN", "the panchromatic raster: one band, as fine as the result is to be"},
     {"MS",
@@ -57,6 +71,12 @@ constexpr OptionEntry sharpenOptions[] = {
     {"-f,--of", "FORMAT", "GTiff", inputHeading, "format of the output: GDAL's short name of a driver"},
     {"--co", "NAME=VALUE", "", inputHeading, "creation option of the format, such as COMPRESS=DEFLATE", true},
     {"--overwrite", "", "", inputHeading, "replace the output if it exists"},
+    {"--preview", "FILE.png", "", inputHeading,
+     "make a picture of up to 512 x 512 pixels of the scene, too: pan, the multispectral bands merely "
+     "upsampled, and "
+     "the result, side by side in one stretch"},
+    {"--preview-at", "X,Y", "the middle of what is fused", inputHeading,
+     "where the middle of the picture lies, in map units of pan"},
     methodOption,
     {"-w,--weights", "W1,W2,...|equal|auto", "auto", fusionHeading,
      "weights of the multispectral bands in the simulated pan, one a band, in order; 'equal' gives each, the "
@@ -69,8 +89,7 @@ constexpr OptionEntry sharpenOptions[] = {
     {"--infrared-weight", "W", "fitted, or the share of one band", fusionHeading,
      "weight of the infrared band in the simulated pan"},
     bandsOption,
-    {"-r,--resampling", "bilinear|cubic", "bilinear", fusionHeading,
-     "how the multispectral bands are brought to the pixels of pan"},
+    resamplingOption,
     bitDepthOption,
     {"--projwin", "ULX ULY LRX LRY", "all of pan", fusionHeading,
      "fuse only the part between these corners, upper left and lower right, in map units of pan; the pixels "
@@ -108,6 +127,38 @@ constexpr OptionEntry sharpenOptions[] = {
 constexpr OptionEntry infoOptions[] = {methodOption, infraredOption,   bandsOption,  bitDepthOption,
                                        scaleOption,  sameCornerOption, noDataOption, noNoDataOption,
                                        jsonOption,   pluginOption,     helpOption};
+
+constexpr PositionalEntry assessPositionals[] = {
+    {"FUSED", "the image to assess: one file, or FILE,band=N for each band, in order"},
+};
+
+constexpr OptionEntry assessOptions[] = {
+    {"--reference", "TRUTH", "", inputHeading, "what the image should be: the same bands and pixels", true},
+    {"--pan", "PAN", "", inputHeading, "the panchromatic raster that the image was made of"},
+    {"--ms", "MS", "", inputHeading, "the multispectral raster that it was made of, the same bands", true},
+    {"--ratio", "R", "that of MS and PAN; without them there is no ERGAS", qualityHeading,
+     "the coarse pixel's width over the fine one's, for ERGAS"},
+    blurOption,
+    panBlurOption,
+    noDataOfAllOption,
+    noNoDataOfAllOption,
+    jsonOption,
+    helpOption,
+};
+
+constexpr OptionEntry compareOptions[] = {
+    {"--keep", "FOLDER", "", inputHeading,
+     "leave the degraded pair and the truth there, as pan.tif, ms.tif and truth.tif"},
+    resamplingOption,
+    bitDepthOption,
+    blurOption,
+    panBlurOption,
+    noDataOfAllOption,
+    noNoDataOfAllOption,
+    jsonOption,
+    pluginOption,
+    helpOption,
+};
 
 constexpr OptionEntry methodsOptions[] = {jsonOption, pluginOption, helpOption};
 
@@ -147,6 +198,35 @@ The shift is in multispectral pixels: how far the multispectral content lies
 right of and below where its georeferencing says.
 
 Exit codes: 0 'pansharp sharpen' would work, 1 it would fail, 2 the command line is wrong.
+)"},
+    {"assess", "pansharp assess FUSED --reference TRUTH [--ratio R] | --pan PAN --ms MS [options]",
+     "Tells how good a fused image is: against the truth, where there is one, or against the pair that it "
+     "was made "
+     "of, with plain bilinear upsampling beside it.",
+     assessPositionals, assessOptions,
+     R"(Examples:
+  pansharp assess sharp.tif --pan pan.tif --ms ms.tif
+  pansharp assess sharp.tif --reference truth.tif --ratio 4 --json
+
+docs/quality.md defines the indices. QNR and HQNR favour an image to which
+nothing was done: look at consistency and at the row of plain upsampling first.
+
+Exit codes: 0 done, 1 the work failed, 2 the command line is wrong.
+)"},
+    {"compare", "pansharp compare PAN MS [MS ...] [options]",
+     "Tells which method suits a scene: degrades the pair by its own ratio, fuses it by every method with "
+     "fitted and "
+     "with equal weights, and compares what comes of it with the multispectral image.",
+     sharpenPositionals, compareOptions,
+     R"(Examples:
+  pansharp compare pan.tif ms.tif
+  pansharp compare B8.TIF B4.TIF B3.TIF B2.TIF --mtf 0.32,0.33,0.34 --json
+
+ERGAS and SAM are 0 and Q is 1 for a perfect image; docs/quality.md defines them.
+Of a scene of more than 1536 multispectral pixels across or down windows are
+taken.
+
+Exit codes: 0 done, 1 the work failed, 2 the command line is wrong.
 )"},
     {"methods",
      "pansharp methods [options]",

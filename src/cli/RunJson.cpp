@@ -1,59 +1,22 @@
 #include "cli/RunJson.h"
 
+#include "cli/JsonParts.h"
 #include "cli/ReportText.h"
-#include "cli/StatusText.h"
 #include "kernels/Simd.h"
-
-#include <nlohmann/json.hpp>
 
 namespace cli {
 
-using Json = nlohmann::ordered_json;
 using KOVA::Tessara::Fundament::Status;
-using KOVA::Tessara::Fundament::StatusItem;
 using rasterhost::ImageFacts;
-using rasterhost::InputBand;
 using rasterhost::PreflightReport;
 using rasterhost::SharpenReport;
 using rasterhost::SharpenRequest;
 
 namespace {
 
-Json Head(std::string_view command, ExitCode code) {
-    Json object;
-    object["command"] = command;
-    object["ok"] = code == Done;
-    object["exit_code"] = static_cast<int>(code);
-    object["version"] = PANSHARP_VERSION;
-    return object;
-}
-
-Json StatusItems(const Status& status) {
-    Json items = Json::array();
-    for (const StatusItem& item : SayingItems(status))
-        items.push_back({{"id", FormatId(item.id)},
-                         {"message", item.message},
-                         {"source", item.source},
-                         {"details", item.details}});
-    return items;
-}
-
-std::string Print(const Json& object) {
-    return object.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
-}
-
-Json Input(const InputBand& input) {
-    Json object = {{"file", input.file}};
-    if (input.band) object["band"] = *input.band;
-    return object;
-}
-
 Json Inputs(const SharpenRequest& request) {
-    Json multispectral = Json::array();
-    for (const InputBand& input : request.multispectral)
-        multispectral.push_back(Input(input));
-    Json object = {{"pan", Input(request.pan)}, {"multispectral", multispectral}};
-    if (request.infrared) object["infrared"] = Input(*request.infrared);
+    Json object = {{"pan", JsonInput(request.pan)}, {"multispectral", JsonInputs(request.multispectral)}};
+    if (request.infrared) object["infrared"] = JsonInput(*request.infrared);
     return object;
 }
 
@@ -133,14 +96,14 @@ Json Properties(const PansharpProperty* properties, std::uint32_t count) {
 } // namespace
 
 std::string FailureJson(std::string_view command, ExitCode code, const Status& status) {
-    Json object = Head(command, code);
-    object["status"] = StatusItems(status);
-    return Print(object);
+    Json object = JsonHead(command, code);
+    object["status"] = JsonStatus(status);
+    return PrintJson(object);
 }
 
 std::string SharpenJson(const SharpenRequest& request, const SharpenReport& report, ExitCode code,
                         const Status& status, std::uint64_t peakMemory) {
-    Json object = Head("sharpen", code);
+    Json object = JsonHead("sharpen", code);
     object["inputs"] = Inputs(request);
     object["output"] = request.output;
     object["format"] = request.format;
@@ -154,13 +117,13 @@ std::string SharpenJson(const SharpenRequest& request, const SharpenReport& repo
     if (code == Done) AddReport(object, report);
     object["peak_memory_bytes"] = peakMemory;
     object["warnings"] = report.warnings;
-    object["status"] = StatusItems(status);
-    return Print(object);
+    object["status"] = JsonStatus(status);
+    return PrintJson(object);
 }
 
 std::string InfoJson(const SharpenRequest& request, const PreflightReport& report, ExitCode code,
                      const Status& status) {
-    Json object = Head("info", code);
+    Json object = JsonHead("info", code);
     object["inputs"] = Inputs(request);
     if (report.pan.columns > 0) AddFindings(object, report);
     if (code == Done) {
@@ -172,12 +135,12 @@ std::string InfoJson(const SharpenRequest& request, const PreflightReport& repor
     }
     object["seconds"] = report.seconds;
     object["warnings"] = report.warnings;
-    object["status"] = StatusItems(status);
-    return Print(object);
+    object["status"] = JsonStatus(status);
+    return PrintJson(object);
 }
 
 std::string MethodsJson(const PansharpDescription& plugin, const std::string& file) {
-    Json object = Head("methods", Done);
+    Json object = JsonHead("methods", Done);
     object["plugin"] = {{"name", plugin.name}, {"version", plugin.version}, {"file", file}};
     Json methods = Json::array();
     for (std::uint32_t i = 0; i < plugin.methodCount; ++i) {
@@ -192,7 +155,7 @@ std::string MethodsJson(const PansharpDescription& plugin, const std::string& fi
     object["methods"] = methods;
     object["properties"] = Properties(plugin.properties, plugin.propertyCount);
     object["status"] = Json::array();
-    return Print(object);
+    return PrintJson(object);
 }
 
 } // namespace cli

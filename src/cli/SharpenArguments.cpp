@@ -200,8 +200,8 @@ bool HasProperty(const PansharpProperty* properties, std::uint32_t count, const 
     return false;
 }
 
-/// A report must not take the place of what the run reads or makes.
-void CheckReportName(const std::string& report, const SharpenRequest& request) {
+/// A report or picture must not take the place of what the run reads or makes.
+void CheckName(const std::string& option, const std::string& report, const SharpenRequest& request) {
     std::vector<std::string> files = {request.pan.file, request.output};
     for (const auto& input : request.multispectral)
         files.push_back(input.file);
@@ -209,8 +209,8 @@ void CheckReportName(const std::string& report, const SharpenRequest& request) {
     for (const std::string& file : files) {
         std::error_code failure;
         if (report == file || std::filesystem::equivalent(report, file, failure))
-            throw UsageError("--status-xml: '" + report +
-                             "' is an input or the output of this run; choose another name for the report");
+            throw UsageError(option + ": '" + report +
+                             "' is an input or the output of this run; choose another name");
     }
 }
 
@@ -225,12 +225,35 @@ SharpenRequest MakeSharpenRequest(const CommandLine& line) {
     ReadGrids(line, request);
     ReadScale(line, request);
     ReadNoData(line, request);
-    if (line.Has("--status-xml")) CheckReportName(line.Get("--status-xml"), request);
+    if (line.Has("--status-xml")) CheckName("--status-xml", line.Get("--status-xml"), request);
     if (line.Has("--plugin")) request.plugin = line.Get("--plugin");
     if (line.Has("--threads"))
         request.threads = static_cast<int>(ParseWhole("--threads", line.Get("--threads"), 1, mostThreads));
     if (line.Has("--window")) request.windowRows = ParseWhole("--window", line.Get("--window"), 1, mostRows);
     return request;
+}
+
+std::optional<rasterhost::PreviewRequest> MakePreviewRequest(const CommandLine& line,
+                                                             const SharpenRequest& request) {
+    if (!line.Has("--preview")) {
+        if (line.Has("--preview-at"))
+            throw UsageError("--preview-at is given without a picture; name it with --preview FILE.png");
+        return std::nullopt;
+    }
+    rasterhost::PreviewRequest preview{line.Get("--preview"), std::nullopt};
+    if (!KOVA::Tessara::Fundament::ToLower(preview.file).ends_with(".png"))
+        throw UsageError("--preview: '" + preview.file +
+                         "' is not the name of a PNG file; let it end in .png");
+    CheckName("--preview", preview.file, request);
+    if (!line.Has("--preview-at")) return preview;
+    const std::string at = line.Get("--preview-at");
+    const auto comma = at.find(',');
+    if (comma == std::string::npos)
+        throw UsageError("--preview-at: '" + at +
+                         "' is no place; give X,Y in map units, as in 500000,4600000");
+    preview.at = {ParseNumber("--preview-at", at.substr(0, comma)),
+                  ParseNumber("--preview-at", at.substr(comma + 1))};
+    return preview;
 }
 
 SharpenRequest MakeInfoRequest(const CommandLine& line) {
@@ -241,6 +264,15 @@ SharpenRequest MakeInfoRequest(const CommandLine& line) {
     if (line.Has("--bit-depth")) request.bitDepth = ReadBitDepth(line);
     request.sameCorner = line.Has("--same-corner");
     ReadScale(line, request);
+    ReadNoData(line, request);
+    if (line.Has("--plugin")) request.plugin = line.Get("--plugin");
+    return request;
+}
+
+SharpenRequest MakePairRequest(const CommandLine& line) {
+    SharpenRequest request;
+    ReadInputs(line, request);
+    ReadSampling(line, request);
     ReadNoData(line, request);
     if (line.Has("--plugin")) request.plugin = line.Get("--plugin");
     return request;

@@ -2,8 +2,10 @@
 
 #include "cli/CommandLine.h"
 #include "host/Describe.h"
+#include "rasterhost/Preview.h"
 #include "rasterhost/Sharpen.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,8 +14,16 @@ namespace cli {
 /// What "pansharp sharpen" was asked, the method still as typed. Throws UsageError.
 [[nodiscard]] rasterhost::SharpenRequest MakeSharpenRequest(const CommandLine& line);
 
+/// The picture that "pansharp sharpen" was asked for; none without "--preview". Throws UsageError.
+[[nodiscard]] std::optional<rasterhost::PreviewRequest>
+MakePreviewRequest(const CommandLine& line, const rasterhost::SharpenRequest& request);
+
 /// What "pansharp info" was asked: what it has in common with "sharpen", no output. Throws UsageError.
 [[nodiscard]] rasterhost::SharpenRequest MakeInfoRequest(const CommandLine& line);
+
+/// The pair that "pansharp compare" is to look at, and what else it has in common with "sharpen". Throws
+/// UsageError.
+[[nodiscard]] rasterhost::SharpenRequest MakePairRequest(const CommandLine& line);
 
 /// Checks what depends on the plug-in: puts the keyword as the plug-in writes it in the place of the method,
 /// refuses weights for a method without any, and returns a warning for weights of another method's run and

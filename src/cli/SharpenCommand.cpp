@@ -73,6 +73,7 @@ void PrintOutcome(const CommandLine& line, const SharpenRequest& request, const 
 ExitCode RunSharpen(const CommandLine& line) {
     SharpenRequest request = MakeSharpenRequest(line);
     if (line.Has("--simd")) ForceVectorTarget(line.Get("--simd"));
+    const auto preview = MakePreviewRequest(line, request);
     SharpenReport report;
     Status status;
     ExitCode code = WorkFailed;
@@ -86,7 +87,10 @@ ExitCode RunSharpen(const CommandLine& line) {
         if (!line.Has("--json"))
             for (const std::string& warning : warnings)
                 std::cerr << FormatWarning(warning);
-        code = Fuse(line, request, report, status);
+        if (!preview || rasterhost::CheckPreview(request, *preview, status))
+            code = Fuse(line, request, report, status);
+        if (code == Done && preview && !rasterhost::WritePreview(request, *preview, status))
+            code = WorkFailed;
         report.warnings.insert(report.warnings.begin(), warnings.begin(), warnings.end());
     }
     PrintOutcome(line, request, report, code, status);

@@ -1,0 +1,46 @@
+#include "cli/JsonParts.h"
+
+#include "cli/StatusText.h"
+
+namespace cli {
+
+using KOVA::Tessara::Fundament::Status;
+using KOVA::Tessara::Fundament::StatusItem;
+
+Json JsonHead(std::string_view command, ExitCode code) {
+    Json object;
+    object["command"] = command;
+    object["ok"] = code == Done;
+    object["exit_code"] = static_cast<int>(code);
+    object["version"] = PANSHARP_VERSION;
+    return object;
+}
+
+Json JsonStatus(const Status& status) {
+    Json items = Json::array();
+    for (const StatusItem& item : SayingItems(status))
+        items.push_back({{"id", FormatId(item.id)},
+                         {"message", item.message},
+                         {"source", item.source},
+                         {"details", item.details}});
+    return items;
+}
+
+Json JsonInput(const rasterhost::InputBand& input) {
+    Json object = {{"file", input.file}};
+    if (input.band) object["band"] = *input.band;
+    return object;
+}
+
+Json JsonInputs(const std::vector<rasterhost::InputBand>& inputs) {
+    Json list = Json::array();
+    for (const rasterhost::InputBand& input : inputs)
+        list.push_back(JsonInput(input));
+    return list;
+}
+
+std::string PrintJson(const Json& object) {
+    return object.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+} // namespace cli

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "cli/ExitCode.h"
+#include "fundament/Status.h"
+#include "rasterhost/Sharpen.h"
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <string_view>
+
+/// What the objects that "--json" prints have in common.
+namespace cli {
+
+using Json = nlohmann::ordered_json;
+
+/// "command", "ok", "exit_code" and "version".
+[[nodiscard]] Json JsonHead(std::string_view command, ExitCode code);
+[[nodiscard]] Json JsonStatus(const KOVA::Tessara::Fundament::Status& status);
+[[nodiscard]] Json JsonInput(const rasterhost::InputBand& input);
+[[nodiscard]] Json JsonInputs(const std::vector<rasterhost::InputBand>& inputs);
+/// The text of an object, ending in a line feed.
+[[nodiscard]] std::string PrintJson(const Json& object);
+
+} // namespace cli

@@ -1,0 +1,82 @@
+#include "cli/QualityArguments.h"
+
+#include "cli/ArgumentText.h"
+#include "cli/ExitCode.h"
+#include "cli/SharpenArguments.h"
+
+#include <filesystem>
+#include <sstream>
+
+namespace cli {
+
+using rasterhost::AssessRequest;
+using rasterhost::CompareRequest;
+using rasterhost::InputBand;
+using rasterhost::SensorBlur;
+
+namespace {
+
+double ParseTransfer(const std::string& option, const std::string& text) {
+    const double transfer = ParseNumber(option, text);
+    if (transfer > 0.0 && transfer < 1.0) return transfer;
+    throw UsageError(option + ": '" + text +
+                     "' is no modulation transfer; give numbers above 0 and below 1, such as 0.3");
+}
+
+SensorBlur ReadBlur(const CommandLine& line) {
+    SensorBlur blur;
+    blur.pan = ParseTransfer("--mtf-pan", line.Get("--mtf-pan"));
+    blur.multispectral.clear();
+    std::istringstream list(line.Get("--mtf"));
+    for (std::string part; std::getline(list, part, ',');)
+        blur.multispectral.push_back(ParseTransfer("--mtf", part));
+    if (blur.multispectral.empty()) throw UsageError("--mtf: no number is given; give one such as 0.3");
+    return blur;
+}
+
+std::vector<InputBand> ParseInputs(const std::vector<std::string>& texts) {
+    std::vector<InputBand> inputs;
+    for (const std::string& text : texts)
+        inputs.push_back(ParseInputBand(text));
+    return inputs;
+}
+
+} // namespace
+
+AssessRequest MakeAssessRequest(const CommandLine& line) {
+    AssessRequest request;
+    request.fused = ParseInputs(line.GetPositionals());
+    if (request.fused.empty())
+        throw UsageError(
+            "no image is named; give the fused raster, as in pansharp assess sharp.tif --pan pan.tif "
+            "--ms ms.tif");
+    request.reference = ParseInputs(line.GetAll("--reference"));
+    if (line.Has("--pan")) request.pan = ParseInputBand(line.Get("--pan"));
+    request.multispectral = ParseInputs(line.GetAll("--ms"));
+    const bool hasPair = request.pan && !request.multispectral.empty();
+    if (request.pan.has_value() == request.multispectral.empty())
+        throw UsageError("--pan and --ms go together: the pair that the image was made of; give both");
+    if (hasPair == !request.reference.empty())
+        throw UsageError(
+            "give what to assess the image by: the truth with --reference, or the pair that it was made "
+            "of with --pan and --ms");
+    if (line.Has("--ratio")) {
+        request.ratio = ParseNumber("--ratio", line.Get("--ratio"));
+        if (*request.ratio <= 0.0)
+            throw UsageError("--ratio: '" + line.Get("--ratio") +
+                             "' is no ratio; give the coarse pixel's width over the fine one's, such as 2");
+    }
+    request.blur = ReadBlur(line);
+    if (line.Has("--nodata")) request.noData = ParseNumber("--nodata", line.Get("--nodata"));
+    request.ignoreNoData = line.Has("--no-nodata");
+    return request;
+}
+
+CompareRequest MakeCompareRequest(const CommandLine& line) {
+    CompareRequest request{MakePairRequest(line), ReadBlur(line), line.Get("--keep")};
+    if (!request.keep.empty() && !std::filesystem::is_directory(request.keep))
+        throw UsageError("--keep: there is no folder '" + request.keep + "'; make it first");
+    return request;
+}
+
+} // namespace cli

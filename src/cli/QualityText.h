@@ -1,0 +1,16 @@
+#pragma once
+
+#include "rasterhost/Compare.h"
+
+#include <string>
+
+namespace cli {
+
+/// What "pansharp assess" and "pansharp compare" print.
+[[nodiscard]] std::string FormatAssessment(const rasterhost::AssessReport& report);
+[[nodiscard]] std::string FormatComparison(const rasterhost::CompareReport& report);
+
+/// "KOVA with fitted weights" and the like.
+[[nodiscard]] std::string NameOf(const rasterhost::CompareEntry& entry);
+
+} // namespace cli

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace quality {
+
+/// The correlation of two images' detail, band by band: of what the filter
+///
+///     -1 -1 -1
+///     -1  8 -1
+///     -1 -1 -1
+///
+/// leaves of them. Pixels count whose neighbours lie within the image and all count.
+class SpatialCorrelation {
+public:
+    SpatialCorrelation(std::size_t imageColumns, std::size_t bandCount);
+
+    void AddRow(const double* image, const double* reference, const unsigned char* valid);
+    /// 1 where both have no detail, 0 where one has none. Not a number when no pixel counted.
+    [[nodiscard]] std::vector<double> Find() const;
+
+private:
+    struct Row {
+        std::vector<double> image, reference;
+        std::vector<unsigned char> valid;
+    };
+    struct Sums {
+        double image = 0.0, reference = 0.0, imageSquares = 0.0, referenceSquares = 0.0, products = 0.0;
+    };
+    void AddMiddle();
+    [[nodiscard]] double Detail(std::vector<double> Row::*samples, std::size_t at) const;
+
+    std::size_t columns, bands;
+    std::array<Row, 3> rows; ///< the latest last
+    std::size_t seen = 0;
+    std::vector<Sums> sums;
+    std::uint64_t count = 0;
+};
+
+} // namespace quality

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace quality {
+
+/// The mean angle between the spectra of two images (SAM). Pixels where one of the two is 0 in all bands have
+/// no angle and do not count.
+class SpectralAngle {
+public:
+    explicit SpectralAngle(std::size_t bandCount) : bands(bandCount) {}
+
+    void AddPixel(const double* image, const double* reference);
+    /// Degrees; not a number when no pixel counted.
+    [[nodiscard]] double Find() const;
+
+private:
+    std::size_t bands;
+    double sum = 0.0; ///< radians
+    std::uint64_t count = 0;
+};
+
+} // namespace quality

@@ -1,0 +1,183 @@
+#include "rasterhost/Compare.h"
+
+#include "fundament/Text.h"
+#include "hostkit/PluginLibrary.h"
+#include "hostkit/RequestRecord.h"
+#include "rasterhost/Collars.h"
+#include "rasterhost/CompareRows.h"
+#include "rasterhost/GdalErrors.h"
+#include "rasterhost/ProcessSettings.h"
+#include "rasterhost/ReducedScene.h"
+
+#include <gdal_priv.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <exception>
+#include <map>
+
+namespace rasterhost {
+
+using KOVA::Tessara::Fundament::FormatString;
+
+namespace {
+
+class CompareRun {
+public:
+    CompareRun(const CompareRequest& compareRequest, CompareReport& compareReport, Status& compareStatus)
+        : request(compareRequest), report(compareReport), status(compareStatus) {}
+
+    bool Run() {
+        const std::string path = hostkit::FindPlugin(request.inputs.plugin, status);
+        if (path.empty()) return false;
+        const auto plugin = hostkit::PluginLibrary::Load(path, status);
+        return plugin && Reduce() && OpenReduced() && AddPlain("bilinear", hostkit::Resampling::Bilinear) &&
+               AddPlain("cubic", hostkit::Resampling::Cubic) && AddMethods(plugin->GetDescription()) &&
+               FindBest();
+    }
+
+private:
+    bool Reduce() {
+        const Warn warn = [this](const std::string& text) { report.warnings.push_back(text); };
+        const auto scene = OpenScene(request.inputs, warn, status);
+        if (!scene || !CheckBlur(request.blur, scene->multispectral->GetBands().size(), status) ||
+            FindCollars(*scene, warn, {}, status) != CollarSearch::Done)
+            return false;
+        if (scene->pan->GetInfo().bitsPerBand > 8) bitDepth = static_cast<int>(scene->bitDepth);
+        reduced = ReducedScene::Make(*scene, request.blur, request.keep, status);
+        if (!reduced) return false;
+        report.ratioX = reduced->ratioX;
+        report.ratioY = reduced->ratioY;
+        report.columns = reduced->columns;
+        report.rows = reduced->rows;
+        report.windows = reduced->windows;
+        return true;
+    }
+
+    bool OpenReduced() {
+        pan = InputImage::Open({{reduced->GetPan(), {}}}, "reduced", {}, status);
+        multispectral = InputImage::Open({{reduced->GetMultispectral(), {}}}, "reduced", {}, status);
+        if (!pan || !multispectral) return false;
+        report.bands = multispectral->GetInfo().bandsPerPixel;
+        return true;
+    }
+
+    [[nodiscard]] std::unique_ptr<InputImage> OpenTruth(std::size_t bands) {
+        std::vector<InputBand> inputs;
+        for (std::size_t band = 1; band <= bands; ++band)
+            inputs.push_back({reduced->GetTruth(), static_cast<int>(band)});
+        return InputImage::Open(inputs, "reduced", {}, status);
+    }
+
+    bool Add(CompareEntry entry, RowSource& rows) {
+        // A method may write fewer bands, the first ones.
+        const std::size_t bands = rows.GetBands();
+        if (!truths[bands]) truths[bands] = OpenTruth(bands);
+        if (!truths[bands]) return false;
+        ImageRows reference(*truths[bands]);
+        if (!CompareRows(rows, reference, std::sqrt(report.ratioX * report.ratioY), entry.indices, status))
+            return false;
+        if (entry.indices.pixels == 0)
+            return Fail(
+                status, HostStatus::InputsDoNotFit,
+                "no pixel has enough data around it when the images are degraded; there is nothing to "
+                "compare");
+        report.entries.push_back(std::move(entry));
+        return true;
+    }
+
+    bool AddPlain(const char* name, hostkit::Resampling resampling) {
+        const auto& grid = pan->GetInfo();
+        UpsampledRows rows(*multispectral, grid, hostkit::WholeImage(grid), resampling, false);
+        return Add({name, {}, {}, {}}, rows);
+    }
+
+    bool AddMethods(const PansharpDescription& plugin) {
+        for (std::uint32_t i = 0; i < plugin.methodCount; ++i) {
+            const PansharpMethod& method = plugin.methods[i];
+            if (method.minimumBands > multispectral->GetBands().size()) {
+                report.warnings.push_back(FormatString("%s is left out: it takes at least %u bands",
+                                                       method.keyword, method.minimumBands));
+                continue;
+            }
+            SharpenRequest run = MakeRun(method.keyword);
+            const bool weighs = WantsFit(run, plugin);
+            if (!AddMethod(run, weighs ? "fitted" : "")) return false;
+            run.weightSource = WeightSource::Equal;
+            if (weighs && !AddMethod(run, "equal")) return false;
+        }
+        return true;
+    }
+
+    [[nodiscard]] SharpenRequest MakeRun(const char* method) const {
+        SharpenRequest run;
+        run.pan.file = reduced->GetPan();
+        run.multispectral = {{reduced->GetMultispectral(), {}}};
+        run.output = reduced->GetFused();
+        run.overwrite = true;
+        run.method = method;
+        run.bitDepth = bitDepth;
+        run.resampling = request.inputs.resampling;
+        run.plugin = request.inputs.plugin;
+        run.threads = request.inputs.threads;
+        return run;
+    }
+
+    bool AddMethod(const SharpenRequest& run, const char* weights) {
+        SharpenReport fusion;
+        if (!Sharpen(run, fusion, status)) return false;
+        bool isAdded = false;
+        {
+            const auto fused = InputImage::Open({{run.output, {}}}, "fused", {}, status);
+            if (!fused) return false;
+            ImageRows rows(*fused);
+            // Where no weights could be fitted, the run took equal ones.
+            const bool fitted = fusion.fit.has_value();
+            if (*weights == 'f' && !fitted)
+                report.warnings.push_back(run.method + ": no weights could be fitted to the degraded pair");
+            isAdded =
+                Add({run.method, *weights == 'f' && !fitted ? "equal" : weights, fusion.effectiveWeights, {}},
+                    rows);
+        }
+        VSIUnlink(run.output.c_str());
+        return isAdded;
+    }
+
+    bool FindBest() {
+        const auto better = [this](const CompareEntry& a, const CompareEntry& b) {
+            return a.indices.errors.size() == report.bands &&
+                   (b.indices.errors.size() < report.bands || a.indices.ergas < b.indices.ergas);
+        };
+        report.best = static_cast<std::size_t>(
+            std::min_element(report.entries.begin(), report.entries.end(), better) - report.entries.begin());
+        return true;
+    }
+
+    const CompareRequest& request;
+    CompareReport& report;
+    Status& status;
+    std::unique_ptr<ReducedScene> reduced;
+    std::unique_ptr<InputImage> pan, multispectral;            ///< of the reduced scene
+    std::map<std::size_t, std::unique_ptr<InputImage>> truths; ///< by how many of its bands
+    std::optional<int> bitDepth;
+};
+
+} // namespace
+
+bool Compare(const CompareRequest& request, CompareReport& report, Status& status) {
+    const auto start = std::chrono::steady_clock::now();
+    report = {};
+    bool isDone = false;
+    try {
+        GDALAllRegister();
+        const GdalErrors silence; // this thread's; every failure below becomes an item
+        isDone = CompareRun(request, report, status).Run();
+    } catch (const std::exception& error) {
+        isDone = Fail(status, HostStatus::Unexpected, FormatString("unexpected: %s", error.what()));
+    }
+    report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return isDone;
+}
+
+} // namespace rasterhost

@@ -1,0 +1,22 @@
+#include "rasterhost/CompareRows.h"
+
+namespace rasterhost {
+
+bool CompareRows(RowSource& image, RowSource& reference, double ratio, quality::ReferenceIndices& found,
+                 Status& status) {
+    const std::size_t columns = image.GetColumns(), bands = image.GetBands();
+    quality::Comparison comparison(columns, bands);
+    SampleRows a, b;
+    const bool isDone = ForStrips(image, [&](std::uint32_t row, std::uint32_t end) {
+        if (!image.Read(row, end, a, status) || !reference.Read(row, end, b, status)) return false;
+        KeepCommon(a.valid, b.valid);
+        for (std::size_t i = 0; i < end - row; ++i)
+            comparison.AddRow(a.samples.data() + i * columns * bands, b.samples.data() + i * columns * bands,
+                              a.valid.data() + i * columns);
+        return true;
+    });
+    if (isDone) found = comparison.Find(ratio);
+    return isDone;
+}
+
+} // namespace rasterhost

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "quality/Comparison.h"
+#include "rasterhost/RowSource.h"
+
+#include <algorithm>
+
+namespace rasterhost {
+
+/// Calls `function` with the first and end row of one strip after another until it returns false.
+template <class Function>
+bool ForStrips(const RowSource& rows, const Function& function) {
+    const std::uint32_t strip = ChooseStrip(std::uint64_t{rows.GetColumns()} * rows.GetBands());
+    for (std::uint32_t row = 0; row < rows.GetRows(); row += strip)
+        if (!function(row, std::min(row + strip, rows.GetRows()))) return false;
+    return true;
+}
+
+/// All indices of an image against a reference of the same size where both have data. False with an item when
+/// one cannot be read.
+[[nodiscard]] bool CompareRows(RowSource& image, RowSource& reference, double ratio,
+                               quality::ReferenceIndices& found, Status& status);
+
+} // namespace rasterhost

@@ -1,0 +1,100 @@
+#pragma once
+
+#include "hostkit/SampledRaster.h"
+#include "rasterhost/InputImage.h"
+
+#include <vector>
+
+namespace rasterhost {
+
+/// Some rows of an image as plain numbers.
+struct SampleRows {
+    std::vector<double> samples;      ///< interleaved by pixel
+    std::vector<unsigned char> valid; ///< a byte a pixel, 0 without data
+
+    void Resize(std::size_t pixels, std::size_t bands) {
+        samples.assign(pixels * bands, 0.0);
+        valid.assign(pixels, 0);
+    }
+};
+
+/// An image that is read or made row by row, from the top as a rule.
+class RowSource {
+public:
+    virtual ~RowSource() = default;
+
+    [[nodiscard]] virtual std::uint32_t GetColumns() const = 0;
+    [[nodiscard]] virtual std::uint32_t GetRows() const = 0;
+    [[nodiscard]] virtual std::size_t GetBands() const = 0;
+    /// Rows `first` to `end` - 1. False with an item.
+    [[nodiscard]] virtual bool Read(std::uint32_t first, std::uint32_t end, SampleRows& rows,
+                                    Status& status) = 0;
+};
+
+/// A part of an open image, which outlives this.
+class ImageRows final : public RowSource {
+public:
+    ImageRows(const InputImage& source, const hostkit::PixelRect& partOfIt) : image(source), part(partOfIt) {}
+    explicit ImageRows(const InputImage& source);
+
+    [[nodiscard]] std::uint32_t GetColumns() const override { return part.GetColumns(); }
+    [[nodiscard]] std::uint32_t GetRows() const override { return part.GetRows(); }
+    [[nodiscard]] std::size_t GetBands() const override { return image.GetInfo().bandsPerPixel; }
+    [[nodiscard]] bool Read(std::uint32_t first, std::uint32_t end, SampleRows& rows,
+                            Status& status) override;
+
+private:
+    const InputImage& image;
+    hostkit::PixelRect part;
+    std::vector<unsigned char> bytes;
+};
+
+/// A coarse image brought to a part of a finer grid as a run of the process brings it there. The image
+/// outlives this.
+class UpsampledRows final : public RowSource {
+public:
+    using RasterInfo = KOVA::Tessara::Pixmere::RasterInfo;
+
+    /// A pixel has data when all coarse pixels that it is made of have, or, with `partly`, any.
+    UpsampledRows(const InputImage& coarseImage, const RasterInfo& fineGrid,
+                  const hostkit::PixelRect& partOfIt, hostkit::Resampling how, bool partly)
+        : coarse(coarseImage), grid(fineGrid), part(partOfIt), resampling(how), takesSome(partly) {}
+
+    [[nodiscard]] std::uint32_t GetColumns() const override { return part.GetColumns(); }
+    [[nodiscard]] std::uint32_t GetRows() const override { return part.GetRows(); }
+    [[nodiscard]] std::size_t GetBands() const override { return coarse.GetInfo().bandsPerPixel; }
+    [[nodiscard]] bool Read(std::uint32_t first, std::uint32_t end, SampleRows& rows,
+                            Status& status) override;
+
+private:
+    const InputImage& coarse;
+    RasterInfo grid;
+    hostkit::PixelRect part;
+    hostkit::Resampling resampling;
+    bool takesSome;
+};
+
+/// An image that has data only where another has, too. Both outlive this.
+class MaskedRows final : public RowSource {
+public:
+    MaskedRows(RowSource& imageRows, RowSource& otherRows) : image(imageRows), other(otherRows) {}
+
+    [[nodiscard]] std::uint32_t GetColumns() const override { return image.GetColumns(); }
+    [[nodiscard]] std::uint32_t GetRows() const override { return image.GetRows(); }
+    [[nodiscard]] std::size_t GetBands() const override { return image.GetBands(); }
+    [[nodiscard]] bool Read(std::uint32_t first, std::uint32_t end, SampleRows& rows,
+                            Status& status) override;
+
+private:
+    RowSource& image;
+    RowSource& other;
+    SampleRows mask;
+};
+
+/// Keeps of `valid` what is set in `other`, too.
+void KeepCommon(std::vector<unsigned char>& valid, const std::vector<unsigned char>& other);
+
+/// How many rows to read at a time where a row takes so many numbers.
+[[nodiscard]] std::uint32_t ChooseStrip(std::uint64_t numbersOfARow);
+
+} // namespace rasterhost
