@@ -39,6 +39,10 @@ constexpr OptionEntry noNoDataOption = {
     "--no-nodata", "", "", fusionHeading,
     "take every sample as data, whatever the files declare, and zeros along the edge too"};
 
+constexpr OptionEntry shiftOption = {
+    "--shift", "DX,DY|auto", "0,0", fusionHeading,
+    "how far the multispectral content lies right of and below its place, in its pixels, as 'pansharp info' "
+    "tells; it is moved back. 'auto' measures it"};
 constexpr OptionEntry resamplingOption = {"-r,--resampling", "bilinear|cubic", "bilinear", fusionHeading,
                                           "how the multispectral bands are brought to the pixels of pan"};
 constexpr OptionEntry blurOption = {"--mtf", "G1,G2,...", "0.3", qualityHeading,
@@ -100,9 +104,7 @@ constexpr OptionEntry sharpenOptions[] = {
     {"--extent", "pan|intersection", "pan", fusionHeading,
      "fuse all of pan, or only what lies on all the inputs"},
     sameCornerOption,
-    {"--shift", "DX,DY|auto", "0,0", fusionHeading,
-     "how far the multispectral content lies right of and below its place, in its pixels, as 'pansharp info' "
-     "tells; it is moved back. 'auto' measures it"},
+    shiftOption,
     noDataOption,
     noNoDataOption,
     {"--alpha", "", "", fusionHeading,
@@ -151,6 +153,9 @@ constexpr OptionEntry compareOptions[] = {
      "leave the degraded pair and the truth there, as pan.tif, ms.tif and truth.tif"},
     resamplingOption,
     bitDepthOption,
+    scaleOption,
+    sameCornerOption,
+    shiftOption,
     blurOption,
     panBlurOption,
     noDataOfAllOption,

@@ -142,6 +142,12 @@ std::array<double, 2> ParsePair(const std::string& option, const std::string& te
     return {ParseNumber(option, text.substr(0, comma)), ParseNumber(option, text.substr(comma + 1))};
 }
 
+void ReadShift(const CommandLine& line, SharpenRequest& request) {
+    const std::string shift = KOVA::Tessara::Fundament::ToLower(line.Get("--shift"));
+    request.measureShift = shift == "auto";
+    if (!request.measureShift) request.shift = ParsePair("--shift", shift);
+}
+
 void ReadGrids(const CommandLine& line, SharpenRequest& request) {
     const std::string extent = KOVA::Tessara::Fundament::ToLower(line.Get("--extent"));
     if (extent != "pan" && extent != "intersection")
@@ -149,9 +155,7 @@ void ReadGrids(const CommandLine& line, SharpenRequest& request) {
                          Suggestion(extent, {"pan", "intersection"}) + "; give pan or intersection");
     request.onlyIntersection = extent == "intersection";
     request.sameCorner = line.Has("--same-corner");
-    const std::string shift = KOVA::Tessara::Fundament::ToLower(line.Get("--shift"));
-    request.measureShift = shift == "auto";
-    if (!request.measureShift) request.shift = ParsePair("--shift", shift);
+    ReadShift(line, request);
 }
 
 void ReadScale(const CommandLine& line, SharpenRequest& request) {
@@ -246,13 +250,7 @@ std::optional<rasterhost::PreviewRequest> MakePreviewRequest(const CommandLine& 
                          "' is not the name of a PNG file; let it end in .png");
     CheckName("--preview", preview.file, request);
     if (!line.Has("--preview-at")) return preview;
-    const std::string at = line.Get("--preview-at");
-    const auto comma = at.find(',');
-    if (comma == std::string::npos)
-        throw UsageError("--preview-at: '" + at +
-                         "' is no place; give X,Y in map units, as in 500000,4600000");
-    preview.at = {ParseNumber("--preview-at", at.substr(0, comma)),
-                  ParseNumber("--preview-at", at.substr(comma + 1))};
+    preview.at = ParsePair("--preview-at", line.Get("--preview-at"));
     return preview;
 }
 
@@ -273,6 +271,9 @@ SharpenRequest MakePairRequest(const CommandLine& line) {
     SharpenRequest request;
     ReadInputs(line, request);
     ReadSampling(line, request);
+    request.sameCorner = line.Has("--same-corner");
+    ReadShift(line, request);
+    ReadScale(line, request);
     ReadNoData(line, request);
     if (line.Has("--plugin")) request.plugin = line.Get("--plugin");
     return request;

@@ -149,20 +149,20 @@ public:
         : request(assessRequest), report(assessReport), status(assessStatus) {}
 
     bool Run() {
-        const SampleOptions noData{request.noData, request.ignoreNoData, {}};
-        fused = InputImage::Open(request.fused, "fused", noData, status);
+        const SampleOptions options{request.noData, request.ignoreNoData, {}};
+        fused = InputImage::Open(request.fused, "fused", options, status);
         if (!fused) return false;
         report.columns = fused->GetInfo().cols;
         report.rows = fused->GetInfo().rows;
         report.bands = fused->GetInfo().bandsPerPixel;
         report.ratio = request.ratio;
-        if (!request.reference.empty()) return AgainstReference(noData);
+        if (!request.reference.empty()) return AgainstReference(options);
         return OpenPair() && AgainstPair();
     }
 
 private:
-    bool AgainstReference(const SampleOptions& noData) {
-        const auto truth = InputImage::Open(request.reference, "reference", noData, status);
+    bool AgainstReference(const SampleOptions& options) {
+        const auto truth = InputImage::Open(request.reference, "reference", options, status);
         if (!truth || !CheckPixels(*fused, *truth, "reference", status) ||
             !CheckBands(*fused, *truth, "reference", status))
             return false;
@@ -184,7 +184,7 @@ private:
         inputs.ignoreNoData = request.ignoreNoData;
         const Warn warn = [this](const std::string& text) { report.warnings.push_back(text); };
         scene = OpenScene(inputs, warn, status);
-        return scene && CheckPixels(*fused, *scene->pan, "pan", status) &&
+        return scene && CheckGrids(*scene, status) && CheckPixels(*fused, *scene->pan, "pan", status) &&
                CheckBands(*fused, *scene->multispectral, "multispectral", status) &&
                CheckBlur(request.blur, report.bands, status) &&
                FindCollars(*scene, warn, {}, status) == CollarSearch::Done;

@@ -41,7 +41,8 @@ private:
     bool Reduce() {
         const Warn warn = [this](const std::string& text) { report.warnings.push_back(text); };
         const auto scene = OpenScene(request.inputs, warn, status);
-        if (!scene || !CheckBlur(request.blur, scene->multispectral->GetBands().size(), status) ||
+        if (!scene || !CheckGrids(*scene, status) ||
+            !CheckBlur(request.blur, scene->multispectral->GetBands().size(), status) ||
             FindCollars(*scene, warn, {}, status) != CollarSearch::Done)
             return false;
         if (scene->pan->GetInfo().bitsPerBand > 8) bitDepth = static_cast<int>(scene->bitDepth);

@@ -1,6 +1,10 @@
 #include "rasterhost/CompareRows.h"
 
+#include "fundament/Text.h"
+
 namespace rasterhost {
+
+using KOVA::Tessara::Fundament::FormatString;
 
 bool CompareRows(RowSource& image, RowSource& reference, double ratio, quality::ReferenceIndices& found,
                  Status& status) {
@@ -17,6 +21,15 @@ bool CompareRows(RowSource& image, RowSource& reference, double ratio, quality::
     });
     if (isDone) found = comparison.Find(ratio);
     return isDone;
+}
+
+bool CheckGrids(const Scene& scene, Status& status) {
+    return !scene.multispectral->GetMap() ||
+           Fail(status, HostStatus::InputsDoNotFit,
+                FormatString(
+                    "rows and columns of %s and %s do not run along each other, which degrading them takes; "
+                    "bring the second into the projection of the first with gdalwarp -t_srs",
+                    scene.pan->GetName().c_str(), scene.multispectral->GetName().c_str()));
 }
 
 } // namespace rasterhost

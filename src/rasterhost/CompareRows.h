@@ -2,6 +2,7 @@
 
 #include "quality/Comparison.h"
 #include "rasterhost/RowSource.h"
+#include "rasterhost/Scene.h"
 
 #include <algorithm>
 
@@ -20,5 +21,8 @@ bool ForStrips(const RowSource& rows, const Function& function) {
 /// one cannot be read.
 [[nodiscard]] bool CompareRows(RowSource& image, RowSource& reference, double ratio,
                                quality::ReferenceIndices& found, Status& status);
+
+/// Checks that the grids of a pair run along each other, as degrading them takes. False with an item.
+[[nodiscard]] bool CheckGrids(const Scene& scene, Status& status);
 
 } // namespace rasterhost

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 #include <exception>
+#include <tuple>
 
 namespace rasterhost {
 
@@ -29,6 +30,10 @@ bool FindRect(const Scene& scene, const PreviewRequest& preview, PixelRect& rect
     const RasterInfo& pan = scene.pan->GetInfo();
     const PixelRect& part = scene.part;
     double column = 0.5 * (part.col0 + part.col1), row = 0.5 * (part.row0 + part.row1);
+    if (preview.at && !scene.pan->IsNorthUp())
+        return Fail(status, HostStatus::RequestInvalid,
+                    FormatString("%s is not north up, so the preview's middle cannot be named in map units",
+                                 scene.pan->GetName().c_str()));
     if (preview.at) {
         column = ((*preview.at)[0] - pan.xMin) / pan.pixelSizeX;
         row = (pan.yMax - (*preview.at)[1]) / pan.pixelSizeY;

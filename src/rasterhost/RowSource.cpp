@@ -1,5 +1,6 @@
 #include "rasterhost/RowSource.h"
 
+#include "hostkit/MappedRaster.h"
 #include "hostkit/RequestRecord.h"
 
 #include <algorithm>
@@ -36,41 +37,62 @@ bool ImageRows::Read(std::uint32_t first, std::uint32_t end, SampleRows& rows, S
     return true;
 }
 
-bool UpsampledRows::Read(std::uint32_t first, std::uint32_t end, SampleRows& rows, Status& status) {
+PixelRect UpsampledRows::FindWindow(std::uint32_t first, std::uint32_t end) const {
+    const PixelRect rows = {part.col0, part.row0 + first, part.col1, part.row0 + end};
+    if (coarse.GetMap()) return rows;
+    const PixelRect covered =
+        hostkit::CoveredRect(hostkit::PlaceGrids(grid, coarse.GetInfo()), grid, coarse.GetInfo());
+    return {std::max(covered.col0, rows.col0), std::max(covered.row0, rows.row0),
+            std::min(covered.col1, rows.col1), std::min(covered.row1, rows.row1)};
+}
+
+bool UpsampledRows::OpenWindow(const PixelRect& window, Opened& opened, Status& status) const {
     const RasterInfo& info = coarse.GetInfo();
-    rows.Resize(std::size_t{GetColumns()} * (end - first), GetBands());
-    const hostkit::GridPlacement placement = hostkit::PlaceGrids(grid, info);
-    const PixelRect covered = hostkit::CoveredRect(placement, grid, info);
-    const PixelRect window = {std::max(covered.col0, part.col0), std::max(covered.row0, part.row0 + first),
-                              std::min(covered.col1, part.col1), std::min(covered.row1, part.row0 + end)};
-    if (window.IsEmpty()) return true;
-    const PixelRect needed = hostkit::SourceRect(placement, window, info, resampling);
-    std::vector<unsigned char> samples(std::size_t{needed.GetColumns()} * needed.GetRows() *
-                                       hostkit::PixelBytes(info));
-    std::vector<unsigned char> valid(std::size_t{needed.GetColumns()} * needed.GetRows());
-    if (!coarse.Read(needed, samples.data(), status) ||
-        !coarse.ReadValid(needed, samples.data(), valid.data(), status))
+    const hostkit::PixelMap* map = coarse.GetMap();
+    const auto placement = hostkit::PlaceGrids(grid, info);
+    const PixelRect needed = map ? map->SourceRect(window, info.cols, info.rows, resampling)
+                                 : hostkit::SourceRect(placement, window, info, resampling);
+    const std::size_t pixels = std::size_t{needed.GetColumns()} * needed.GetRows();
+    opened.samples.resize(pixels * hostkit::PixelBytes(info));
+    opened.valid.resize(pixels);
+    if (!coarse.Read(needed, opened.samples.data(), status) ||
+        !coarse.ReadValid(needed, opened.samples.data(), opened.valid.data(), status))
         return false;
-    const hostkit::SampleBlock block = {samples.data(), needed.GetColumns() * hostkit::PixelBytes(info),
-                                        needed, valid.data()};
-    hostkit::SampledRaster raster;
-    if (!raster.Open(grid, window, info, block, resampling)) {
+    const hostkit::SampleBlock block = {
+        opened.samples.data(), needed.GetColumns() * hostkit::PixelBytes(info), needed, opened.valid.data()};
+    const auto fail = [&status](hostkit::RasterBase& raster) {
         status.Append(raster.GetStatus());
         return false;
+    };
+    if (map) {
+        auto mapped = std::make_shared<hostkit::MappedRaster>();
+        if (!mapped->Open(grid, window, info, block, *map, resampling)) return fail(*mapped);
+        opened.raster = mapped;
+        opened.reach = mapped;
+        return true;
     }
-    const hostkit::WindowPlacement at(placement, window);
-    hostkit::SampledValidity validity(at.Shape(info, needed), resampling, block);
+    auto sampled = std::make_shared<hostkit::SampledRaster>();
+    if (!sampled->Open(grid, window, info, block, resampling)) return fail(*sampled);
+    opened.raster = sampled;
+    opened.reach = std::make_shared<hostkit::SampledValidity>(
+        hostkit::WindowPlacement(placement, window).Shape(info, needed), resampling, block);
+    return true;
+}
+
+bool UpsampledRows::Read(std::uint32_t first, std::uint32_t end, SampleRows& rows, Status& status) {
+    rows.Resize(std::size_t{GetColumns()} * (end - first), GetBands());
+    const PixelRect window = FindWindow(first, end);
+    if (window.IsEmpty()) return true;
+    Opened opened;
+    if (!OpenWindow(window, opened, status)) return false;
     std::vector<hostkit::Reach> reach(window.GetColumns());
     for (std::uint32_t row = window.row0; row < window.row1; ++row) {
         const std::size_t start =
             std::size_t{row - part.row0 - first} * GetColumns() + window.col0 - part.col0;
-        Widen(raster.GetRow(row - window.row0), info.bitsPerBand, reach.size() * GetBands(),
-              rows.samples.data() + start * GetBands());
-        if (!validity.Find(row - window.row0, reach.data())) {
-            std::fill_n(rows.valid.begin() + static_cast<std::ptrdiff_t>(start), reach.size(),
-                        static_cast<unsigned char>(1));
-            continue;
-        }
+        Widen(opened.raster->GetRow(row - window.row0), coarse.GetInfo().bitsPerBand,
+              reach.size() * GetBands(), rows.samples.data() + start * GetBands());
+        if (!opened.reach->Find(row - window.row0, reach.data()))
+            std::fill(reach.begin(), reach.end(), hostkit::Reach::All);
         for (std::size_t i = 0; i < reach.size(); ++i)
             rows.valid[start + i] =
                 reach[i] == hostkit::Reach::All || (takesSome && reach[i] == hostkit::Reach::Some);

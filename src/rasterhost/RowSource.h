@@ -3,6 +3,7 @@
 #include "hostkit/SampledRaster.h"
 #include "rasterhost/InputImage.h"
 
+#include <memory>
 #include <vector>
 
 namespace rasterhost {
@@ -67,6 +68,15 @@ public:
                             Status& status) override;
 
 private:
+    /// A window of the grid with what it is made of.
+    struct Opened {
+        std::vector<unsigned char> samples, valid;
+        std::shared_ptr<hostkit::RasterBase> raster;
+        std::shared_ptr<hostkit::ReachFinder> reach;
+    };
+    [[nodiscard]] hostkit::PixelRect FindWindow(std::uint32_t first, std::uint32_t end) const;
+    bool OpenWindow(const hostkit::PixelRect& window, Opened& opened, Status& status) const;
+
     const InputImage& coarse;
     RasterInfo grid;
     hostkit::PixelRect part;
