@@ -21,7 +21,7 @@ constexpr const char* values[] = {"KOVA",  "brovey", "IHS", "ms",    "ir",      
                                   "no",    "1",      "2",   "4",     "-1",         "1e308", "0.5",
                                   "-0.25", "nan",    "0",   "70000", "4294967297", " "};
 constexpr std::uint32_t someBits[] = {8, 16, 8, 16, 8, 16, 12, 0};
-constexpr std::uint32_t someSizes[] = {40, 40, 40, 17, 1, 0, 1'000'000, 0xFFFFFFFFu};
+constexpr std::uint32_t someSizes[] = {40, 40, 40, 17, 1, 0, 20'000, 0xFFFFFFFFu};
 constexpr std::uint32_t someBands[] = {1, 3, 4, 8, 9, 0, 2, 5};
 constexpr std::uint32_t someEnds[] = {0, 1, 2, 17, 39, 40, 41, 0xFFFFFFFFu};
 

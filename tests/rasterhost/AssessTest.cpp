@@ -22,14 +22,14 @@ testfiles::Sample Ramp(double pixel, double left, double top) {
     };
 }
 
-struct Outcome {
+struct Assessed {
     bool isDone;
     AssessReport report;
     std::string told;
 };
 
-Outcome Try(const AssessRequest& request) {
-    Outcome run;
+Assessed Try(const AssessRequest& request) {
+    Assessed run;
     KOVA::Tessara::Fundament::Status status;
     run.isDone = rasterhost::Assess(request, run.report, status);
     run.told = support::StatusText(status);
@@ -56,7 +56,7 @@ TEST(Assess, DegradesOntoTheMultispectralGridWhereverItLies) {
         request.fused = {{fused, {}}};
         request.pan = {pan, {}};
         request.multispectral = {{ms, {}}};
-        const Outcome run = Try(request);
+        const Assessed run = Try(request);
         ASSERT_TRUE(run.isDone) << run.told;
         EXPECT_DOUBLE_EQ(*run.report.ratio, c.ratio);
         ASSERT_EQ(run.report.pair.size(), 2u);
@@ -88,7 +88,7 @@ TEST(Assess, LeavesOutWhatHasNoData) {
     request.fused = {{fused, 2}, {fused, 1}};
     request.reference = {{truth, 2}, {truth, 1}};
     request.noData = 200.0;
-    Outcome run = Try(request);
+    Assessed run = Try(request);
     ASSERT_TRUE(run.isDone) << run.told;
     EXPECT_EQ(run.report.reference->pixels, 40u * 40 - 81);
     EXPECT_DOUBLE_EQ(run.report.reference->errors[1].bias, 1.0);
@@ -130,7 +130,7 @@ TEST(Assess, RefusesWhatDoesNotFit) {
                  {against(folder / "none.tif"), "cannot be opened"},
                  {blur, "2 modulation transfers are given for 3 bands"}};
     for (const auto& c : cases) {
-        const Outcome run = Try(c.request);
+        const Assessed run = Try(c.request);
         EXPECT_FALSE(run.isDone);
         EXPECT_THAT(run.told, HasSubstr(c.words));
     }
