@@ -151,7 +151,8 @@ constexpr OptionEntry assessOptions[] = {
 constexpr OptionEntry compareOptions[] = {
     {"--keep", "FOLDER", "", inputHeading,
      "leave the degraded pair and the truth there, as pan.tif, ms.tif and truth.tif"},
-    resamplingOption,
+    {"-r,--resampling", "bilinear|cubic", "both", fusionHeading,
+     "sample the multispectral bands in this way only"},
     bitDepthOption,
     scaleOption,
     sameCornerOption,
@@ -219,7 +220,8 @@ nothing was done: look at consistency and at the row of plain upsampling first.
 Exit codes: 0 done, 1 the work failed, 2 the command line is wrong.
 )"},
     {"compare", "pansharp compare PAN MS [MS ...] [options]",
-     "Tells which method suits a scene: degrades the pair by its own ratio, fuses it by every method with "
+     "Tells which method suits a scene: degrades the pair by its own ratio, fuses it by every method and "
+     "sampling, with "
      "fitted and "
      "with equal weights, and compares what comes of it with the multispectral image.",
      sharpenPositionals, compareOptions,

@@ -75,7 +75,6 @@ std::string CompareJson(const CompareRequest& request, const CompareReport& repo
     Json object = JsonHead("compare", code);
     object["inputs"] = {{"pan", JsonInput(request.inputs.pan)},
                         {"multispectral", JsonInputs(request.inputs.multispectral)}};
-    object["resampling"] = request.inputs.resampling;
     object["modulation_transfer"] = Blur(request.blur);
     if (code == Done) {
         object["ratio"] = {report.ratioX, report.ratioY};
@@ -86,6 +85,7 @@ std::string CompareJson(const CompareRequest& request, const CompareReport& repo
         for (const CompareEntry& entry : report.entries) {
             Json row = {{"method", entry.method}, {"plain", entry.IsPlain()}};
             row["weights"] = entry.weights.empty() ? Json() : Json(entry.weights);
+            row["resampling"] = entry.resampling;
             row["effective_weights"] = entry.effectiveWeights;
             row.update(Indices(entry.indices));
             entries.push_back(row);

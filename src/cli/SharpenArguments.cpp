@@ -270,7 +270,11 @@ SharpenRequest MakeInfoRequest(const CommandLine& line) {
 SharpenRequest MakePairRequest(const CommandLine& line) {
     SharpenRequest request;
     ReadInputs(line, request);
-    ReadSampling(line, request);
+    if (line.Has("--resampling"))
+        ReadSampling(line, request);
+    else
+        request.resampling.clear();
+    if (line.Has("--bit-depth")) request.bitDepth = ReadBitDepth(line);
     request.sameCorner = line.Has("--same-corner");
     ReadShift(line, request);
     ReadScale(line, request);

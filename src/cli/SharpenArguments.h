@@ -21,7 +21,8 @@ MakePreviewRequest(const CommandLine& line, const rasterhost::SharpenRequest& re
 /// What "pansharp info" was asked: what it has in common with "sharpen", no output. Throws UsageError.
 [[nodiscard]] rasterhost::SharpenRequest MakeInfoRequest(const CommandLine& line);
 
-/// The pair that "pansharp compare" is to look at, and what else it has in common with "sharpen". Throws
+/// The pair that "pansharp compare" is to look at, and what else it has in common with "sharpen"; the
+/// resampling is empty for both. Throws
 /// UsageError.
 [[nodiscard]] rasterhost::SharpenRequest MakePairRequest(const CommandLine& line);
 

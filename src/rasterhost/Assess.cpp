@@ -3,6 +3,7 @@
 #include "fundament/Text.h"
 #include "hostkit/RequestRecord.h"
 #include "quality/NoReference.h"
+#include "rasterhost/CacheLimit.h"
 #include "rasterhost/Collars.h"
 #include "rasterhost/CompareRows.h"
 #include "rasterhost/DegradedRows.h"
@@ -166,6 +167,7 @@ private:
         if (!truth || !CheckPixels(*fused, *truth, "reference", status) ||
             !CheckBands(*fused, *truth, "reference", status))
             return false;
+        const CacheLimit cache(StripCache({fused.get(), truth.get()}));
         ImageRows image(*fused), reference(*truth);
         quality::ReferenceIndices indices;
         const double ratio = request.ratio.value_or(std::numeric_limits<double>::quiet_NaN());
@@ -196,6 +198,7 @@ private:
         if (!report.ratio)
             report.ratio =
                 std::sqrt(coarse.pixelSizeX / pan.pixelSizeX * (coarse.pixelSizeY / pan.pixelSizeY));
+        const CacheLimit cache(StripCache({fused.get(), scene->pan.get(), scene->multispectral.get()}));
         ImageRows image(*fused);
         UpsampledRows plain(*scene->multispectral, pan, hostkit::WholeImage(pan),
                             hostkit::Resampling::Bilinear, true);

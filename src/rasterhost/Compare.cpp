@@ -3,6 +3,7 @@
 #include "fundament/Text.h"
 #include "hostkit/PluginLibrary.h"
 #include "hostkit/RequestRecord.h"
+#include "rasterhost/CacheLimit.h"
 #include "rasterhost/Collars.h"
 #include "rasterhost/CompareRows.h"
 #include "rasterhost/GdalErrors.h"
@@ -40,12 +41,15 @@ public:
 private:
     bool Reduce() {
         const Warn warn = [this](const std::string& text) { report.warnings.push_back(text); };
-        const auto scene = OpenScene(request.inputs, warn, status);
+        SharpenRequest inputs = request.inputs;
+        if (inputs.resampling.empty()) inputs.resampling = "bilinear"; // nothing is sampled here
+        const auto scene = OpenScene(inputs, warn, status);
         if (!scene || !CheckGrids(*scene, status) ||
             !CheckBlur(request.blur, scene->multispectral->GetBands().size(), status) ||
             FindCollars(*scene, warn, {}, status) != CollarSearch::Done)
             return false;
         if (scene->pan->GetInfo().bitsPerBand > 8) bitDepth = static_cast<int>(scene->bitDepth);
+        const CacheLimit cache(StripCache({scene->pan.get(), scene->multispectral.get()}));
         reduced = ReducedScene::Make(*scene, request.blur, request.keep, status);
         if (!reduced) return false;
         report.ratioX = reduced->ratioX;
@@ -91,7 +95,7 @@ private:
     bool AddPlain(const char* name, hostkit::Resampling resampling) {
         const auto& grid = pan->GetInfo();
         UpsampledRows rows(*multispectral, grid, hostkit::WholeImage(grid), resampling, false);
-        return Add({name, {}, {}, {}}, rows);
+        return Add({name, {}, name, {}, {}}, rows);
     }
 
     bool AddMethods(const PansharpDescription& plugin) {
@@ -102,16 +106,22 @@ private:
                                                        method.keyword, method.minimumBands));
                 continue;
             }
-            SharpenRequest run = MakeRun(method.keyword);
-            const bool weighs = WantsFit(run, plugin);
-            if (!AddMethod(run, weighs ? "fitted" : "")) return false;
-            run.weightSource = WeightSource::Equal;
-            if (weighs && !AddMethod(run, "equal")) return false;
+            for (const char* resampling : {"bilinear", "cubic"}) {
+                if (!request.inputs.resampling.empty() && request.inputs.resampling != resampling) continue;
+                if (!AddRuns(MakeRun(method.keyword, resampling), plugin)) return false;
+            }
         }
         return true;
     }
 
-    [[nodiscard]] SharpenRequest MakeRun(const char* method) const {
+    bool AddRuns(SharpenRequest run, const PansharpDescription& plugin) {
+        const bool weighs = WantsFit(run, plugin);
+        if (!AddMethod(run, weighs ? "fitted" : "")) return false;
+        run.weightSource = WeightSource::Equal;
+        return !weighs || AddMethod(run, "equal");
+    }
+
+    [[nodiscard]] SharpenRequest MakeRun(const char* method, const char* resampling) const {
         SharpenRequest run;
         run.pan.file = reduced->GetPan();
         run.multispectral = {{reduced->GetMultispectral(), {}}};
@@ -119,7 +129,7 @@ private:
         run.overwrite = true;
         run.method = method;
         run.bitDepth = bitDepth;
-        run.resampling = request.inputs.resampling;
+        run.resampling = resampling;
         run.plugin = request.inputs.plugin;
         run.threads = request.inputs.threads;
         return run;
@@ -137,9 +147,12 @@ private:
             const bool fitted = fusion.fit.has_value();
             if (*weights == 'f' && !fitted)
                 report.warnings.push_back(run.method + ": no weights could be fitted to the degraded pair");
-            isAdded =
-                Add({run.method, *weights == 'f' && !fitted ? "equal" : weights, fusion.effectiveWeights, {}},
-                    rows);
+            isAdded = Add({run.method,
+                           *weights == 'f' && !fitted ? "equal" : weights,
+                           run.resampling,
+                           fusion.effectiveWeights,
+                           {}},
+                          rows);
         }
         VSIUnlink(run.output.c_str());
         return isAdded;

@@ -7,7 +7,8 @@
 namespace rasterhost {
 
 struct CompareRequest {
-    /// Inputs, no data, depth, resampling, plug-in and threads; the rest is not looked at.
+    /// Inputs, how they lie, no data, depth, resampling, plug-in and threads; the rest is not looked at. An
+    /// empty resampling is for both.
     SharpenRequest inputs;
     SensorBlur blur;
     /// Where to leave the degraded pair and the truth as pan.tif, ms.tif and truth.tif; empty for nowhere.
@@ -17,6 +18,7 @@ struct CompareRequest {
 struct CompareEntry {
     std::string method;  ///< a keyword; "bilinear" and "cubic" for plain upsampling
     std::string weights; ///< "fitted" or "equal"; empty for a method that weighs no bands
+    std::string resampling;
     std::vector<double> effectiveWeights;
     quality::ReferenceIndices indices; ///< of the bands that the method writes: the first, at times not all
 

@@ -23,6 +23,13 @@ bool CompareRows(RowSource& image, RowSource& reference, double ratio, quality::
     return isDone;
 }
 
+std::int64_t StripCache(std::initializer_list<const InputImage*> images) {
+    std::int64_t bytes = std::int64_t{32} << 20;
+    for (const InputImage* image : images)
+        if (image) bytes += 2 * static_cast<std::int64_t>(image->GetBlockRowBytes());
+    return bytes;
+}
+
 bool CheckGrids(const Scene& scene, Status& status) {
     return !scene.multispectral->GetMap() ||
            Fail(status, HostStatus::InputsDoNotFit,

@@ -2,6 +2,7 @@
 
 #include "fundament/Text.h"
 #include "rasterhost/BandWeights.h"
+#include "rasterhost/CacheLimit.h"
 #include "rasterhost/Collars.h"
 #include "rasterhost/GdalErrors.h"
 #include "rasterhost/OutputCheck.h"
@@ -9,7 +10,6 @@
 #include "rasterhost/RunPlan.h"
 #include "rasterhost/WindowPipeline.h"
 
-#include <cpl_conv.h>
 #include <gdal_priv.h>
 
 #include <algorithm>
@@ -24,21 +24,6 @@ using KOVA::Tessara::Fundament::StringsEqual;
 using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
-
-/// GDAL's block cache takes a share of the whole memory unless it is told otherwise; a scene that is read and
-/// written once, window by window, needs little.
-class CacheLimit {
-public:
-    explicit CacheLimit(std::int64_t bytes) : before(GDALGetCacheMax64()) {
-        if (!CPLGetConfigOption("GDAL_CACHEMAX", nullptr)) GDALSetCacheMax64(bytes);
-    }
-    CacheLimit(const CacheLimit&) = delete;
-    CacheLimit& operator=(const CacheLimit&) = delete;
-    ~CacheLimit() { GDALSetCacheMax64(before); }
-
-private:
-    GIntBig before;
-};
 
 std::string ListText(const std::vector<double>& numbers) {
     std::string text;
