@@ -59,11 +59,11 @@ struct BroveyWay {
         return doubts.count <= mostDoubts;
     }
 
-    HWY_ATTR void Exact(T* planes, const T* HWY_RESTRICT pan) const {
+    HWY_ATTR void Exact(T* planes, const T* HWY_RESTRICT pan, std::size_t pixels) const {
         const hn::ScalableTag<double> d;
         const auto zero = hn::Zero(d);
         const auto most = hn::Set(d, maxSample<T>);
-        for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
+        for (std::size_t i = 0; i < pixels; i += hn::Lanes(d)) {
             const auto s = WeightedSum(d, planes + i, bands.weights, bands.msBands);
             const auto ratio = hn::IfThenElseZero(hn::Ne(s, zero), hn::Div(LoadReal(d, pan + i), s));
             for (std::uint32_t c = 0; c < bands.outputBands; ++c) {
@@ -76,7 +76,6 @@ struct BroveyWay {
     }
 
     const BandWeights& bands;
-    FuseRow<T> definition = &BroveyRowScalar<T>;
     bool isFloat = false;
     float error = 0.0F; ///< of a result
     float floatWeights[mostBands] = {};

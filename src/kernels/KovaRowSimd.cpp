@@ -118,9 +118,9 @@ struct KovaWay {
     }
 
     /// round(clamp(ms + d)) in double, for any weights.
-    HWY_ATTR void Exact(T* planes, const T* HWY_RESTRICT pan) const {
+    HWY_ATTR void Exact(T* planes, const T* HWY_RESTRICT pan, std::size_t pixels) const {
         const hn::ScalableTag<double> d;
-        for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
+        for (std::size_t i = 0; i < pixels; i += hn::Lanes(d)) {
             const auto s = WeightedSum(d, planes + i, bands.weights, bands.msBands);
             const auto difference = hn::Sub(LoadReal(d, pan + i), s);
             for (std::uint32_t c = 0; c < bands.outputBands; ++c) {
@@ -134,7 +134,6 @@ struct KovaWay {
     }
 
     const BandWeights& bands;
-    FuseRow<T> definition = &KovaRowScalar<T>;
     bool isBounded = false;
     bool isFloat = false;
     float farthest = 0.5F; ///< from the middle between two halves without doubt
@@ -185,10 +184,7 @@ HWY_ATTR std::size_t FuseWords(const unsigned char* ms, const unsigned char* pan
             FuseBlocks(ms + p * bands, pan + p, out + p * bands, blockPixels, way.bands, way);
             continue;
         }
-        for (std::size_t i = 0; i < doubts.count; ++i) {
-            const std::size_t pixel = p + doubts.pixels[i];
-            way.definition(ms + pixel * bands, pan + pixel, out + pixel * bands, 1, way.bands);
-        }
+        Decide(ms + p * bands, pan + p, out + p * bands, way.bands, doubts, way);
     }
     return p;
 }
