@@ -12,24 +12,12 @@ namespace {
 // What lies below has no double-precision vectors or is emulated; the scalar definition is as fast.
 constexpr std::int64_t unused = HWY_SCALAR | HWY_EMU128;
 
-/// Bits count from the best target up. Asked once: a virtual machine takes as long to answer as a small
-/// window to fuse.
-std::int64_t Available() {
-    static const std::int64_t targets = [] {
-        std::int64_t found = 0;
-        for (const std::int64_t target : hwy::SupportedAndGeneratedTargets())
-            found |= target & ~unused;
-        return found;
-    }();
-    return targets;
-}
-
 } // namespace
 
 std::vector<SimdTarget> SimdTargets() {
     std::vector<SimdTarget> targets;
-    for (std::int64_t left = Available(); left != 0; left &= left - 1)
-        targets.push_back(left & -left);
+    for (const std::int64_t target : hwy::SupportedAndGeneratedTargets())
+        if ((target & unused) == 0) targets.push_back(target); // bits count from the best target up
     targets.push_back(0);
     return targets;
 }
