@@ -30,7 +30,7 @@ struct SourceImage {
     const PixelMap* map = nullptr; ///< where pan lies on it; null when the grids run along each other
     /// Where the bands do not share one grid: all of them, in place of `block` and `map`. Such an image can
     /// be interpolated, and not be read as it is.
-    std::vector<SourceGrid> grids;
+    std::vector<SourceGrid> grids = {};
 };
 
 /// The chain that brings an image of the workspace onto the window of a request. It obeys the record given to
