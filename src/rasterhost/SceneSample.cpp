@@ -28,8 +28,10 @@ GridMap MakeGridMap(const kernels::GridAxis& axis) {
 
 using Point = GridTransform::Point;
 
-/// Where the mean of a pan pixel's place is exact enough though the grids do not run along each other.
-constexpr double mostTurn = 0.2;
+/// Pixels across a block, and down, where grids do not run along each other; and how far such a block may be
+/// turned, right by down, for its footprints to be taken for rectangles.
+constexpr double smallSide = 16.0;
+constexpr double mostTurn = 0.005;
 
 /// Between the pixels of an image and those of pan, whatever lies between them.
 std::optional<Point> ToPan(const Scene& scene, const InputImage& image, Point at) {
@@ -203,8 +205,8 @@ double GridMap::At(double edge) const {
 std::optional<double> Footprint::Mean(const AreaSums& sums, double left, double top, double right,
                                       double bottom) const {
     if (!isTurned) return sums.Mean(across.At(left), down.At(top), across.At(right), down.At(bottom));
-    // About two points a pixel of the image along each side.
-    const auto count = [](double pixels) { return std::clamp(std::ceil(2.0 * pixels), 2.0, 16.0); };
+    // About two points a pixel of the image along each side, as long as they are few.
+    const auto count = [](double pixels) { return std::clamp(std::ceil(2.0 * pixels), 2.0, 8.0); };
     const double columns = count((right - left) * std::hypot(across.step, downOfColumn));
     const double rows = count((bottom - top) * std::hypot(acrossOfRow, down.step));
     double sum = 0.0;
@@ -247,7 +249,6 @@ std::vector<PixelRect> ChooseBlocks(const Scene& scene, const SamplePlan& plan) 
     const Footprint onPan = FootprintOnPan(scene, hostkit::WholeImage(ms));
     const auto columns = isMapped ? std::pair(0u, ms.cols) : WhollyOn(onPan.across, pan.cols, ms.cols);
     const auto rows = isMapped ? std::pair(0u, ms.rows) : WhollyOn(onPan.down, pan.rows, ms.rows);
-    constexpr double smallSide = 12.0;
     const double ratio = std::max(ms.pixelSizeX / pan.pixelSizeX, ms.pixelSizeY / pan.pixelSizeY);
     const double side =
         std::clamp(mostPanPixels / ratio, 1.0, isSmall ? smallSide : static_cast<double>(plan.side));

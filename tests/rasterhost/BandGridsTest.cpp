@@ -162,6 +162,23 @@ TEST_F(Grids, AreToldAndNotCompared) {
     EXPECT_THAT(status.ToText(), HasSubstr("2 different grids"));
 }
 
+/// Bands of KnownPair on another grid, their content so many pixels right of its place.
+std::string WriteBands(const Folder& folder, const std::string& name, const std::array<double, 6>& grid,
+                       const std::vector<int>& bands, double right) {
+    const auto size = static_cast<int>(std::lround(360.0 / std::hypot(grid[1], grid[4])));
+    const auto sample = [&](int column, int row, int band) {
+        double sum = 0.0;
+        for (double y = row + 0.0625; y < row + 1; y += 0.125)
+            for (double x = column - right + 0.0625; x < column - right + 1; x += 0.125)
+                sum += KnownPair::Fine(
+                    static_cast<int>(grid[0] + x * grid[1] + y * grid[2] - 500000.0 + 1000.0),
+                    static_cast<int>(4000000.0 - grid[3] - x * grid[4] - y * grid[5] + 1000.0),
+                    bands[static_cast<std::size_t>(band)]);
+        return static_cast<unsigned>(sum / 64.0);
+    };
+    return folder.Write(name, {size, size, static_cast<int>(bands.size()), GDT_UInt16, grid, {}}, sample);
+}
+
 /// Files of KnownPair's bands on other grids.
 struct FitCase {
     const char* name;
@@ -190,20 +207,8 @@ TEST(GridsFit, FindsTheWeightsThatPanWasMadeWith) {
         for (std::size_t file = 0; file < example.grids.size(); ++file) {
             const auto& grid = example.grids[file];
             const std::vector<int>& bands = example.bands[file];
-            const auto size = static_cast<int>(std::lround(360.0 / std::hypot(grid[1], grid[4])));
-            const auto sample = [&](int column, int row, int band) {
-                double sum = 0.0;
-                for (double y = row + 0.0625; y < row + 1; y += 0.125)
-                    for (double x = column + 0.0625; x < column + 1; x += 0.125)
-                        sum += KnownPair::Fine(
-                            static_cast<int>(grid[0] + x * grid[1] + y * grid[2] - 500000.0 + 1000.0),
-                            static_cast<int>(4000000.0 - grid[3] - x * grid[4] - y * grid[5] + 1000.0),
-                            bands[static_cast<std::size_t>(band)]);
-                return static_cast<unsigned>(sum / 64.0);
-            };
             const std::string name =
-                folder.Write("bands" + std::to_string(file) + ".tif",
-                             {size, size, static_cast<int>(bands.size()), GDT_UInt16, grid, {}}, sample);
+                WriteBands(folder, "bands" + std::to_string(file) + ".tif", grid, bands, 0.0);
             const bool isInfrared = example.lastIsInfrared && file == 1;
             if (isInfrared)
                 request.infrared = InputBand{name, {}};
@@ -222,6 +227,23 @@ TEST(GridsFit, FindsTheWeightsThatPanWasMadeWith) {
             EXPECT_NEAR(*outcome.report.infraredWeight, pair.weights[3], 0.03);
         }
     }
+}
+
+TEST(GridsFit, FindsTheShiftOfATurnedImage) {
+    const double c = std::cos(0.5), s = std::sin(0.5);
+    const KnownPair pair{1, 4, {0.2, 0.5, 0.25, 0.1}, 100};
+    const Folder folder;
+    SharpenRequest request = pair.Write(folder);
+    request.plugin = PANSHARP_PLUGIN_FILE;
+    const std::array<double, 6> turned{500060, 4 * c, 4 * s, 3999830, 4 * s, -4 * c};
+    request.multispectral = {{WriteBands(folder, "off.tif", turned, {0, 1, 2, 3}, 0.5), {}}};
+    rasterhost::PreflightReport facts;
+    KOVA::Tessara::Fundament::Status status;
+    ASSERT_TRUE(rasterhost::Preflight(request, facts, status)) << status.ToText();
+    ASSERT_TRUE(facts.shift);
+    EXPECT_TRUE(facts.shift->IsAgreed());
+    EXPECT_NEAR(facts.shift->right, 0.5, 0.05);
+    EXPECT_NEAR(facts.shift->below, 0.0, 0.05);
 }
 
 } // namespace
