@@ -53,6 +53,11 @@ const T* RowOf(const SampleBlock& source, std::uint32_t row) {
     return reinterpret_cast<const T*>(source.At(source.rect.col0, row, 0));
 }
 
+kernels::SimdTarget Target() {
+    static const kernels::SimdTarget target = kernels::ChosenSimdTarget();
+    return target;
+}
+
 template <class T>
 class BilinearSampler final : public RowSampler {
 public:
@@ -80,7 +85,7 @@ private:
     std::vector<BilinearTap> rowTaps;
     std::size_t samples;
     kernels::AcrossRow<T> acrossRow;
-    kernels::DownRow<T> down = kernels::DownRowFor<T>(kernels::ChosenSimdTarget());
+    kernels::DownRow<T> down = kernels::DownRowFor<T>(Target());
     AcrossRows<double, 2> across;
 };
 
@@ -132,7 +137,7 @@ private:
     std::size_t samples;
     std::uint32_t firstOffset = 0; ///< of the first source sample needed, in a row of the block
     std::vector<kernels::Word> spread;
-    kernels::DownRowWhole<T> down = kernels::DownRowWholeFor<T>(kernels::ChosenSimdTarget());
+    kernels::DownRowWhole<T> down = kernels::DownRowWholeFor<T>(Target());
     AcrossRows<Whole, 2> across;
 };
 

@@ -116,7 +116,7 @@ struct IhsWay {
         HWY_ALIGN T stored[blockPixels];
         FindValues(planes, pan, values, stored);
         if (bands.outputBands > 3)
-            return QuickBands(planes, values, stored, doubts) && AddFourth(planes, pan);
+            return QuickBands(planes, values, stored, doubts) && AddFourth(planes, pan, blockPixels);
         return QuickBands(planes, values, stored, doubts);
     }
 
@@ -149,9 +149,9 @@ struct IhsWay {
     }
 
     /// The fourth band from the three new ones.
-    HWY_ATTR bool AddFourth(T* planes, const T* HWY_RESTRICT pan) const {
+    HWY_ATTR bool AddFourth(T* planes, const T* HWY_RESTRICT pan, std::size_t pixels) const {
         const hn::ScalableTag<double> d;
-        for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
+        for (std::size_t i = 0; i < pixels; i += hn::Lanes(d)) {
             const auto load = [&](std::uint32_t band)
                                   HWY_ATTR { return LoadReal(d, planes + band * blockPixels + i); };
             const auto infrared = hn::Mul(load(3), hn::Set(d, infraredWeight));
@@ -163,10 +163,9 @@ struct IhsWay {
         return true;
     }
 
-    HWY_ATTR void Exact(T* planes, const T* HWY_RESTRICT pan) const;
+    HWY_ATTR void Exact(T* planes, const T* HWY_RESTRICT pan, std::size_t pixels) const;
 
     const BandWeights& bands;
-    FuseRow<T> definition = &IhsRowScalar<T>;
     bool hasInfrared;
     double infraredWeight;
     bool isQuick;
@@ -174,13 +173,13 @@ struct IhsWay {
 
 /// By the operations of the definition; planes from the fifth on stay as they are.
 template <class T>
-HWY_ATTR void IhsWay<T>::Exact(T* planes, const T* HWY_RESTRICT pan) const {
+HWY_ATTR void IhsWay<T>::Exact(T* planes, const T* HWY_RESTRICT pan, std::size_t pixels) const {
     const hn::ScalableTag<double> d;
     using V = hn::Vec<decltype(d)>;
     const V unit = hn::Set(d, 1.0 / maxSample<T>);
     const V most = hn::Set(d, maxSample<T>);
     const V weight = hn::Set(d, infraredWeight);
-    for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
+    for (std::size_t i = 0; i < pixels; i += hn::Lanes(d)) {
         const auto plane = [&](std::uint32_t band) { return planes + band * blockPixels + i; };
         const auto load = [&](std::uint32_t band) HWY_ATTR { return LoadReal(d, plane(band)); };
         const V panSample = LoadReal(d, pan + i);
@@ -194,7 +193,7 @@ HWY_ATTR void IhsWay<T>::Exact(T* planes, const T* HWY_RESTRICT pan) const {
         StoreTruncatedLanes(d, Clamp<T>(d, hn::Mul(rgb.g, most)), plane(1));
         StoreTruncatedLanes(d, Clamp<T>(d, hn::Mul(rgb.b, most)), plane(2));
     }
-    if (bands.outputBands > 3) AddFourth(planes, pan);
+    if (bands.outputBands > 3) AddFourth(planes, pan, pixels);
 }
 
 template <class T>

@@ -4,7 +4,6 @@
 #include "kernels/Store.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 
 #undef HWY_TARGET_INCLUDE
@@ -13,7 +12,7 @@
 // Highway asks for this order.
 #include <hwy/highway.h>
 
-#include "kernels/Planes-inl.h"
+#include "kernels/Words-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kernels {
@@ -50,10 +49,12 @@ struct KovaWay {
             isExact = isExact && weight * exactUnit == std::floor(weight * exactUnit);
         }
         isBounded = maxSample<T> * (magnitude + 1.0) < mostShift;
+        hasWords = isBounded;
         if (sizeof(T) != 1 || !isBounded) return;
         isExact = isExact && maxSample<T> * (magnitude + 1.0) < mostExact;
         const double error = isExact ? 0.0 : ((bands.msBands + 4) * magnitude + 2.0) / 32768.0;
         isFloat = error < mostFloatError;
+        hasWords = isFloat;
         farthest = static_cast<float>(0.5 - error);
         for (std::uint32_t band = 0; isFloat && band < bands.msBands; ++band)
             floatWeights[band] = static_cast<float>(bands.weights[band]);
@@ -72,7 +73,29 @@ struct KovaWay {
         else
             AddDoubts(d, hn::And(hn::Gt(fromMiddle, hn::Set(d, 0.5 - nearHalf)), hn::Ne(above, hn::Zero(d))),
                       firstPixel, doubts);
-        return TruncateReal(d, shift);
+        return shift;
+    }
+
+#if HWY_TARGET != HWY_SCALAR
+    template <class D, class S, class V>
+    HWY_INLINE S Words(D d, S samples, const FourBands<V>& of, V pan, std::size_t firstPixel,
+                       Doubts& doubts) const {
+        const hn::Repartition<T, D> dSample;
+        const auto limit = [&](V x) HWY_ATTR {
+            const auto most = hn::Set(d, static_cast<hn::TFromD<D>>(maxSample<T>));
+            return RepeatLowest<T>(d, ToWords(d, hn::Min(hn::Max(x, hn::Zero(d)), most)));
+        };
+        const auto shift = Shifts(d, hn::Sub(pan, SumOfBands(d, of, Weights(d))), firstPixel, doubts);
+        return hn::SaturatedSub(hn::SaturatedAdd(samples, limit(shift)), limit(hn::Neg(shift)));
+    }
+#endif
+
+    template <class D>
+    const auto* Weights(D /*d*/) const {
+        if constexpr (sizeof(hn::TFromD<D>) == 4)
+            return static_cast<const float*>(floatWeights);
+        else
+            return bands.weights;
     }
 
     /// Shifts of a block, upward and downward; one of the two is 0.
@@ -83,7 +106,7 @@ struct KovaWay {
         const hn::Rebind<T, decltype(d)> narrow;
         for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
             const auto s = WeightedSum(d, planes + i, weights, bands.msBands);
-            const auto shift = Shifts(d, hn::Sub(LoadReal(d, pan + i), s), i, doubts);
+            const auto shift = TruncateReal(d, Shifts(d, hn::Sub(LoadReal(d, pan + i), s), i, doubts));
             hn::StoreU(hn::DemoteTo(narrow, shift), narrow, up + i); // saturated
             hn::StoreU(hn::DemoteTo(narrow, hn::Neg(shift)), narrow, down + i);
         }
@@ -118,9 +141,9 @@ struct KovaWay {
     }
 
     /// round(clamp(ms + d)) in double, for any weights.
-    HWY_ATTR void Exact(T* planes, const T* HWY_RESTRICT pan) const {
+    HWY_ATTR void Exact(T* planes, const T* HWY_RESTRICT pan, std::size_t pixels) const {
         const hn::ScalableTag<double> d;
-        for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
+        for (std::size_t i = 0; i < pixels; i += hn::Lanes(d)) {
             const auto s = WeightedSum(d, planes + i, bands.weights, bands.msBands);
             const auto difference = hn::Sub(LoadReal(d, pan + i), s);
             for (std::uint32_t c = 0; c < bands.outputBands; ++c) {
@@ -134,76 +157,17 @@ struct KovaWay {
     }
 
     const BandWeights& bands;
-    FuseRow<T> definition = &KovaRowScalar<T>;
     bool isBounded = false;
     bool isFloat = false;
+    bool hasWords = false;
     float farthest = 0.5F; ///< from the middle between two halves without doubt
     float floatWeights[mostBands] = {};
 };
 
-#if HWY_TARGET == HWY_SCALAR // never run
-template <class T>
-std::size_t FuseWords(const T*, const T*, T*, std::size_t, const KovaWay<T>&) {
-    return 0;
-}
-#else
-/// The commonest case without taking bands apart: a pixel of four bands of 8 bits as one 32-bit word. Fuses
-/// whole blocks and returns how many pixels that are.
-HWY_ATTR std::size_t FuseWords(const unsigned char* ms, const unsigned char* pan, unsigned char* out,
-                               std::size_t pixels, const KovaWay<unsigned char>& way) {
-    constexpr std::uint32_t bands = 4;
-    const hn::ScalableTag<float> d;
-    const hn::Rebind<std::uint32_t, decltype(d)> dWord;
-    const hn::Rebind<std::int32_t, decltype(d)> d32;
-    const hn::Repartition<std::uint8_t, decltype(d)> d8;
-    // The lowest byte of every word, four times.
-    HWY_ALIGN constexpr std::uint8_t lowest[16] = {0, 0, 0, 0, 4, 4, 4, 4, 8, 8, 8, 8, 12, 12, 12, 12};
-    const auto spread = hn::LoadDup128(d8, lowest);
-    const auto byte = hn::Set(dWord, 0xFFu);
-    const auto most = hn::Set(d32, 255);
-    const auto zero = hn::Zero(d32);
-    const auto real = [&](auto word) HWY_ATTR { return hn::ConvertTo(d, hn::BitCast(d32, word)); };
-    std::size_t p = 0;
-    for (; p + blockPixels <= pixels; p += blockPixels) {
-        Doubts doubts;
-        for (std::size_t i = p; i < p + blockPixels; i += hn::Lanes(d)) {
-            const auto samples = hn::LoadU(d8, ms + i * bands);
-            const auto word = hn::BitCast(dWord, samples);
-            auto s = hn::Mul(real(hn::And(word, byte)), hn::Set(d, way.floatWeights[0]));
-            s = hn::Add(
-                s, hn::Mul(real(hn::And(hn::ShiftRight<8>(word), byte)), hn::Set(d, way.floatWeights[1])));
-            s = hn::Add(
-                s, hn::Mul(real(hn::And(hn::ShiftRight<16>(word), byte)), hn::Set(d, way.floatWeights[2])));
-            s = hn::Add(s, hn::Mul(real(hn::ShiftRight<24>(word)), hn::Set(d, way.floatWeights[3])));
-            const auto shift = way.Shifts(d, hn::Sub(LoadReal(d, pan + i), s), i - p, doubts);
-            const auto up = hn::BitCast(d8, hn::Min(hn::Max(shift, zero), most));
-            const auto down = hn::BitCast(d8, hn::Min(hn::Max(hn::Neg(shift), zero), most));
-            const auto raised = hn::SaturatedAdd(samples, hn::TableLookupBytes(up, spread));
-            hn::StoreU(hn::SaturatedSub(raised, hn::TableLookupBytes(down, spread)), d8, out + i * bands);
-        }
-        if (doubts.count > mostDoubts) {
-            FuseBlocks(ms + p * bands, pan + p, out + p * bands, blockPixels, way.bands, way);
-            continue;
-        }
-        for (std::size_t i = 0; i < doubts.count; ++i) {
-            const std::size_t pixel = p + doubts.pixels[i];
-            way.definition(ms + pixel * bands, pan + pixel, out + pixel * bands, 1, way.bands);
-        }
-    }
-    return p;
-}
-#endif
-
 template <class T>
 HWY_ATTR void KovaRow(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands) {
     if (bands.msBands > mostBands) return KovaRowScalar(ms, pan, out, pixels, bands);
-    const KovaWay<T> way(bands);
-    std::size_t done = 0;
-    if constexpr (sizeof(T) == 1 && std::endian::native == std::endian::little)
-        if (way.isFloat && bands.msBands == 4 && bands.outputBands == 4)
-            done = FuseWords(ms, pan, out, pixels, way);
-    FuseBlocks(ms + done * bands.msBands, pan + done, out + done * bands.outputBands, pixels - done, bands,
-               way);
+    FuseFast(ms, pan, out, pixels, bands, KovaWay<T>(bands));
 }
 
 void KovaRow8(const unsigned char* ms, const unsigned char* pan, unsigned char* out, std::size_t pixels,

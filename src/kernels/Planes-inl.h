@@ -196,7 +196,7 @@ struct Doubts {
 };
 
 /// With more doubts than this in a block, the long way for all of it takes less time.
-inline constexpr std::size_t mostDoubts = 12;
+inline constexpr std::size_t mostDoubts = 24;
 
 template <class D, class M>
 HWY_INLINE void AddDoubts(D d, M doubt, std::size_t firstPixel, Doubts& doubts) {
@@ -209,11 +209,29 @@ HWY_INLINE void AddDoubts(D d, M doubt, std::size_t firstPixel, Doubts& doubts) 
         if (bits >> lane & 1) doubts.pixels[doubts.count++] = static_cast<std::uint8_t>(firstPixel + lane);
 }
 
+/// Fuses the pixels of a block that are in doubt once more, by the definition, and puts them in their places.
+template <class T, class Way>
+HWY_ATTR void Decide(const T* ms, const T* pan, T* out, const BandWeights& bands, const Doubts& doubts,
+                     const Way& way) {
+    if (doubts.count == 0) return;
+    HWY_ALIGN T planes[mostBands * blockPixels] = {};
+    HWY_ALIGN T panOfPlanes[blockPixels] = {};
+    for (std::size_t i = 0; i < doubts.count; ++i) {
+        const std::size_t p = doubts.pixels[i];
+        for (std::uint32_t band = 0; band < bands.msBands; ++band)
+            planes[band * blockPixels + i] = ms[p * bands.msBands + band];
+        panOfPlanes[i] = pan[p];
+    }
+    way.Exact(planes, panOfPlanes, doubts.count);
+    for (std::size_t i = 0; i < doubts.count; ++i)
+        for (std::uint32_t band = 0; band < bands.outputBands; ++band)
+            out[doubts.pixels[i] * bands.outputBands + band] = planes[band * blockPixels + i];
+}
+
 /// Fuses a row in blocks of planes and leaves the output bands in the first planes. `way` has
 ///
-///     bool Quick(T* planes, const T* pan, Doubts&) const;    false: not for these weights or these samples
-///     void Exact(T* planes, const T* pan) const;             any
-///     definition                                             for single pixels
+///     bool Quick(T* planes, const T* pan, Doubts&) const;    false: not for these weights or samples
+///     void Exact(T* planes, const T* pan, std::size_t pixels) const;      by the definition
 ///
 /// The rest of the row goes through copies, so that exactly the row's samples are read and written. For at
 /// most mostBands bands.
@@ -227,14 +245,10 @@ HWY_ATTR void FuseBlocks(const T* ms, const T* pan, T* out, std::size_t pixels, 
         if (!way.Quick(planes, panBlock, doubts)) {
             doubts.count = 0;
             Deinterleave(msBlock, bands.msBands, planes);
-            way.Exact(planes, panBlock);
+            way.Exact(planes, panBlock, blockPixels);
         }
         Interleave(planes, bands.outputBands, outBlock);
-        for (std::size_t i = 0; i < doubts.count; ++i) {
-            const std::size_t p = doubts.pixels[i];
-            way.definition(msBlock + p * bands.msBands, panBlock + p, outBlock + p * bands.outputBands, 1,
-                           bands);
-        }
+        Decide(msBlock, panBlock, outBlock, bands, doubts, way);
     };
     std::size_t p = 0;
     for (; p + blockPixels <= pixels; p += blockPixels)
