@@ -86,6 +86,8 @@ std::string FormatRun(const PreflightReport& report) {
 
 std::string FormatInfo(const PreflightReport& report) {
     std::string text = FormatImage("pan", report.pan) + FormatImage("multispectral", report.multispectral);
+    for (const ImageFacts& facts : report.otherGrids)
+        text += FormatImage("", facts);
     if (report.infrared) text += FormatImage("infrared", *report.infrared);
     text += FormatGrids(report) + FormatShift(report.shift);
     if (report.fit) text += FormatBands(*report.fit);

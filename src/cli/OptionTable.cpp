@@ -188,6 +188,8 @@ constexpr CommandEntry commands[] = {
       --infrared ms.tif,band=4 --infrared-weight 0.25
   pansharp sharpen pan.tif ms.tif -o part.tif --projwin 500000 4600000 510000 4590000
 
+Bands in several files may differ in pixel size, extent and projection.
+
 Exit codes: 0 done, 1 the work failed, 2 the command line is wrong, 130 interrupted.
 )"},
     {"info", "pansharp info PAN MS [MS ...] [options]",

@@ -68,6 +68,8 @@ Json FactsObject(const ImageFacts& facts) {
 void AddFindings(Json& object, const PreflightReport& report) {
     Json images = {{"pan", FactsObject(report.pan)}, {"multispectral", FactsObject(report.multispectral)}};
     if (report.infrared) images["infrared"] = FactsObject(*report.infrared);
+    for (const ImageFacts& facts : report.otherGrids)
+        images["other_grids"].push_back(FactsObject(facts));
     object["images"] = images;
     object["ratio"] = {report.ratioX, report.ratioY};
     object["overlap"] = report.overlap;

@@ -2,6 +2,7 @@
 
 #include "fundament/Text.h"
 #include "hostkit/HostKitStatus.h"
+#include "hostkit/JoinedRaster.h"
 #include "hostkit/MappedRaster.h"
 
 #include <utility>
@@ -45,22 +46,31 @@ int SampledChain::Initialize(Aoi* aoi) {
 
 bool SampledChain::Open(const RequestedWindow& request) {
     if (request.inPixels) return OpenUnscaled(request.rect);
-    if (image.map) {
+    if (image.grids.empty()) {
+        raster = OpenGrid({image.info, image.block, image.map, {}}, request.rect);
+        return raster != nullptr;
+    }
+    std::vector<JoinedRaster::Part> parts;
+    for (const SourceGrid& source : image.grids) {
+        parts.push_back({OpenGrid(source, request.rect), source.bands});
+        if (!parts.back().raster) return false;
+    }
+    raster = std::make_unique<JoinedRaster>(std::move(parts));
+    return true;
+}
+
+/// Null, with items, when the samples at hand do not cover the window.
+std::unique_ptr<RasterBase> SampledChain::OpenGrid(const SourceGrid& source, const PixelRect& rect) {
+    if (source.map) {
         auto mapped = std::make_unique<MappedRaster>();
-        if (!mapped->Open(grid, request.rect, image.info, image.block, *image.map, image.resampling)) {
-            status.Append(mapped->GetStatus());
-            return false;
-        }
-        raster = std::move(mapped);
-        return true;
+        if (mapped->Open(grid, rect, source.info, source.block, *source.map, image.resampling)) return mapped;
+        status.Append(mapped->GetStatus());
+        return nullptr;
     }
     auto sampled = std::make_unique<SampledRaster>();
-    if (!sampled->Open(grid, request.rect, image.info, image.block, image.resampling)) {
-        status.Append(sampled->GetStatus());
-        return false;
-    }
-    raster = std::move(sampled);
-    return true;
+    if (sampled->Open(grid, rect, source.info, source.block, image.resampling)) return sampled;
+    status.Append(sampled->GetStatus());
+    return nullptr;
 }
 
 bool SampledChain::OpenUnscaled(const PixelRect& rect) {

@@ -10,15 +10,27 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace hostkit {
 
+/// Bands of an image that have a grid of their own.
+struct SourceGrid {
+    KOVA::Tessara::Pixmere::RasterInfo info; ///< of these bands
+    SampleBlock block;
+    const PixelMap* map = nullptr;
+    std::vector<std::size_t> bands; ///< where they stand among all bands of the image, counted from 0
+};
+
 /// An image of a workspace: a description of the whole and samples of the part at hand.
 struct SourceImage {
-    KOVA::Tessara::Pixmere::RasterInfo info;
+    KOVA::Tessara::Pixmere::RasterInfo info; ///< with all bands
     SampleBlock block;
     Resampling resampling = Resampling::Bilinear; ///< whatever a chain is asked for
     const PixelMap* map = nullptr; ///< where pan lies on it; null when the grids run along each other
+    /// Where the bands do not share one grid: all of them, in place of `block` and `map`. Such an image can
+    /// be interpolated, and not be read as it is.
+    std::vector<SourceGrid> grids = {};
 };
 
 /// The chain that brings an image of the workspace onto the window of a request. It obeys the record given to
@@ -52,6 +64,7 @@ public:
 
 private:
     bool Open(const RequestedWindow& request);
+    [[nodiscard]] std::unique_ptr<RasterBase> OpenGrid(const SourceGrid& source, const PixelRect& rect);
     bool OpenUnscaled(const PixelRect& rect);
 
     std::string id;

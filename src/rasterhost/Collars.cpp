@@ -96,8 +96,10 @@ CollarSearch FindCollar(InputImage& image, const Warn& warn, const std::function
 CollarSearch FindCollars(Scene& scene, const Warn& warn, const std::function<bool()>& keepOn,
                          Status& status) {
     if (scene.sampleOptions.isIgnored) return CollarSearch::Done;
-    for (InputImage* image : {scene.pan.get(), scene.multispectral.get(), scene.infrared.get()}) {
-        if (!image || image->DeclaresZerosOrMask()) continue;
+    std::vector<InputImage*> images = scene.GetCoarseImages();
+    images.insert(images.begin(), scene.pan.get());
+    for (InputImage* image : images) {
+        if (image->DeclaresZerosOrMask()) continue;
         const CollarSearch result = FindCollar(*image, warn, keepOn, status);
         if (result != CollarSearch::Done) return result;
     }

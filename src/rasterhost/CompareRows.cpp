@@ -31,6 +31,11 @@ std::int64_t StripCache(std::initializer_list<const InputImage*> images) {
 }
 
 bool CheckGrids(const Scene& scene, Status& status) {
+    if (!scene.otherGrids.empty())
+        return Fail(status, HostStatus::InputsDoNotFit,
+                    FormatString("the multispectral bands lie on %d different grids, and indices take one; "
+                                 "name bands that share a grid, or bring them onto one with gdalwarp",
+                                 static_cast<int>(scene.otherGrids.size()) + 1));
     return !scene.multispectral->GetMap() ||
            Fail(status, HostStatus::InputsDoNotFit,
                 FormatString(

@@ -15,10 +15,12 @@ using KOVA::Tessara::Pixmere::IRasterWorkspace;
 
 FusionSlot::FusionSlot(const Scene& images, const hostkit::PluginLibrary& plugin,
                        const ProcessSettings& settings, const OutputRules& outputRules, Status& creation)
-    : scene(images), pan(*images.pan), multispectral(*images.multispectral),
-      infrared(images.infrared ? std::make_unique<GdalRaster>(*images.infrared) : nullptr),
-      workspace(images.pan->GetInfo()), process(plugin, settings.properties, creation), rules(outputRules),
-      pixelBytes(std::size_t{rules.GetFileBands()} * (images.pan->GetInfo().bitsPerBand / 8)) {}
+    : scene(images), pan(*images.pan), workspace(images.pan->GetInfo()),
+      process(plugin, settings.properties, creation), rules(outputRules),
+      pixelBytes(std::size_t{rules.GetFileBands()} * (images.pan->GetInfo().bitsPerBand / 8)) {
+    for (const InputImage* image : images.GetCoarseImages())
+        sources.push_back(std::make_unique<Source>(*image));
+}
 
 bool FusionSlot::FailedProcess(const char* what, Status& status) {
     Fail(status, HostStatus::ProcessFailed,
@@ -56,40 +58,56 @@ bool ReadRect(const InputImage& image, GdalRaster& raster, const PixelRect& rect
 
 } // namespace
 
-bool FusionSlot::ReadSource(const InputImage& image, GdalRaster& raster, const char* imageId,
-                            Validity& validity, Status& status) {
-    const auto& info = image.GetInfo();
-    const hostkit::PixelMap* map = image.GetMap();
+bool FusionSlot::ReadSource(Source& source, Status& status) {
+    const auto& info = source.image.GetInfo();
+    const hostkit::PixelMap* map = source.image.GetMap();
     const auto placement = hostkit::PlaceGrids(scene.pan->GetInfo(), info);
     const PixelRect needed = map ? map->SourceRect(window, info.cols, info.rows, scene.resampling)
                                  : hostkit::SourceRect(placement, window, info, scene.resampling);
-    if (!ReadRect(image, raster, needed, status)) return false;
-    const hostkit::SampleBlock block = raster.GetBlock();
-    workspace.SetImage(imageId, {info, block, scene.resampling, map});
-    validity.reset();
+    if (!ReadRect(source.image, source.raster, needed, status)) return false;
+    const hostkit::SampleBlock block = source.raster.GetBlock();
+    source.validity.reset();
     if (map) {
         auto mapped = std::make_unique<hostkit::MappedRaster>();
         if (!mapped->Open(scene.pan->GetInfo(), window, info, block, *map, scene.resampling)) {
             status.Append(mapped->GetStatus());
             return false;
         }
-        validity = std::move(mapped);
+        source.validity = std::move(mapped);
         return true;
     }
     if (!block.valid) return true;
     const hostkit::WindowPlacement at(placement, window);
-    validity =
+    source.validity =
         std::make_unique<hostkit::SampledValidity>(at.Shape(info, block.rect), scene.resampling, block);
     return true;
 }
 
+/// Puts what was read into the workspace.
+void FusionSlot::OfferImages() {
+    const auto offer = [this](const Source& source) {
+        return hostkit::SourceImage{
+            source.image.GetInfo(), source.raster.GetBlock(), scene.resampling, source.image.GetMap(), {}};
+    };
+    hostkit::SourceImage multispectral = offer(*sources.front());
+    if (!scene.otherGrids.empty()) {
+        for (std::size_t grid = 0; grid < scene.gridBands.size(); ++grid) {
+            const hostkit::SourceImage own = offer(*sources[grid]);
+            multispectral.grids.push_back({own.info, own.block, own.map, scene.gridBands[grid]});
+        }
+        multispectral.info.bandsPerPixel = static_cast<std::uint32_t>(scene.bandOrder.size());
+        multispectral.info.colorSpace = 1;
+    }
+    workspace.SetImage(multispectralId, multispectral);
+    if (scene.infrared) workspace.SetImage(infraredId, offer(*sources.back()));
+}
+
 bool FusionSlot::Read(std::uint32_t firstRow, std::uint32_t endRow, Status& status) {
     window = {scene.part.col0, firstRow, scene.part.col1, endRow};
-    if (!ReadRect(*scene.pan, pan, window, status) ||
-        !ReadSource(*scene.multispectral, multispectral, multispectralId, multispectralValidity, status))
-        return false;
-    if (infrared && !ReadSource(*scene.infrared, *infrared, infraredId, infraredValidity, status))
-        return false;
+    if (!ReadRect(*scene.pan, pan, window, status)) return false;
+    for (const auto& source : sources)
+        if (!ReadSource(*source, status)) return false;
+    OfferImages();
     // The process takes the bounds from this record and the size from the window.
     request = hostkit::MakeRequest(scene.pan->GetInfo(), window);
     return true;
@@ -134,8 +152,8 @@ bool FusionSlot::FindValid(std::uint32_t row, unsigned char* rowValid) {
         std::memset(rowValid, 0xFF, columns);
     std::memset(rowValid, 0, covered.col0 - window.col0);
     std::memset(rowValid + (covered.col1 - window.col0), 0, window.col1 - covered.col1);
-    for (const Validity* validity : {&multispectralValidity, &infraredValidity})
-        if (*validity && (*validity)->Find(number, reach.data()))
+    for (const auto& source : sources)
+        if (source->validity && source->validity->Find(number, reach.data()))
             for (std::size_t column = 0; column < columns; ++column)
                 if (reach[column] == hostkit::Reach::None) rowValid[column] = 0;
     return std::memchr(rowValid, 0, columns) != nullptr;

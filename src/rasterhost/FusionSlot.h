@@ -40,8 +40,17 @@ public:
 private:
     using Validity = std::unique_ptr<hostkit::ReachFinder>; ///< null when all samples have data
 
-    bool ReadSource(const InputImage& image, GdalRaster& raster, const char* imageId, Validity& validity,
-                    Status& status);
+    /// An image on a grid of its own, and what was read of it.
+    struct Source {
+        explicit Source(const InputImage& source) : image(source), raster(source) {}
+
+        const InputImage& image;
+        GdalRaster raster;
+        Validity validity;
+    };
+
+    bool ReadSource(Source& source, Status& status);
+    void OfferImages();
     bool FailedProcess(const char* what, Status& status);
     bool FindValid(std::uint32_t row, unsigned char* rowValid);
     void MakeRow(const unsigned char* fused, const unsigned char* rowValid, std::uint32_t number);
@@ -53,14 +62,11 @@ private:
 
     const Scene& scene;
     GdalRaster pan;
-    GdalRaster multispectral;
-    std::unique_ptr<GdalRaster> infrared; ///< null without an infrared band
+    std::vector<std::unique_ptr<Source>> sources; ///< the scene's multispectral grids, then infrared
     hostkit::ArrayWorkspace workspace;
     KOVA::Tessara::Pixmere::Aoi request;
     hostkit::Process process; ///< made after what it uses, so destroyed before it
     hostkit::PixelRect window;
-    Validity multispectralValidity;
-    Validity infraredValidity;
     std::vector<hostkit::Reach> reach; ///< of one row
     std::vector<unsigned char> valid;  ///< of all rows; empty where the scene lacks no data
     bool hasGaps = false;

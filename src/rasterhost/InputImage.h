@@ -3,8 +3,8 @@
 #include "hostkit/PixelMap.h"
 #include "hostkit/SampleBlock.h"
 #include "rasterhost/HostStatus.h"
-#include "rasterhost/SampleScale.h"
 #include "rasterhost/Sharpen.h"
+#include "rasterhost/SourceBand.h"
 #include "rasterhost/ZeroCollar.h"
 
 #include <ogr_spatialref.h>
@@ -16,32 +16,9 @@
 #include <string>
 #include <vector>
 
-class GDALDataset;
-class GDALRasterBand;
-
 namespace rasterhost {
 
 class GridTransform;
-
-/// One band of an open file.
-struct SourceBand {
-    GDALDataset* dataset = nullptr;
-    GDALRasterBand* band = nullptr;
-    int number = 0;   ///< in its file, counted from 1
-    std::string file; ///< as the request names it
-    std::string
-        description; ///< the band's, else the file's stem when the file has no other band; may be empty
-    std::optional<int> noData;       ///< the sample value that means no data
-    std::optional<double> rawNoData; ///< likewise, in the file, when samples are scaled
-    GDALRasterBand* mask = nullptr;  ///< 0 where there is no data: a mask band or transparency; may be null
-};
-
-/// What the samples of a file are to be taken for.
-struct SampleOptions {
-    std::optional<double> value;      ///< this value in every band, whatever the file declares
-    bool isIgnored = false;           ///< no sample means no data
-    std::optional<SampleScale> scale; ///< brings samples of any kind to 16 bits
-};
 
 /// Bands of one size and position, taken from one file or several.
 class InputImage {
@@ -76,6 +53,9 @@ public:
     /// Bytes of a row of the file's blocks, which are read again and again when the cache cannot hold them.
     [[nodiscard]] std::uint64_t GetBlockRowBytes() const;
 
+    /// True when the bands of another image lie where those of this one do, pixel by pixel, before either was
+    /// placed anew.
+    [[nodiscard]] bool SharesGridWith(const InputImage& other) const;
     /// Stretches an image without georeferencing over the extent of another.
     void SpreadOver(const RasterInfo& other);
     /// Gives an image another place and pixel size, in the units of pan's description.
@@ -118,12 +98,6 @@ private:
     InputImage() = default;
     GDALDataset* OpenFile(const InputBand& input, const char* role, Status& status);
     bool AddBands(const InputBand& input, GDALDataset& dataset, const char* role, Status& status);
-    bool ReadBands(const hostkit::PixelRect& rect, std::size_t first, std::size_t end, unsigned char* out,
-                   Status& status) const;
-    bool ReadScaled(const hostkit::PixelRect& rect, std::size_t band, unsigned char* out,
-                    Status& status) const;
-    bool CheckSigns(const hostkit::PixelRect& rect, std::size_t first, std::size_t end,
-                    const unsigned char* samples, Status& status) const;
     bool Describe(const char* role, Status& status);
     bool CheckBand(const SourceBand& source, const char* role, Status& status) const;
     bool Georeference(Status& status);

@@ -107,8 +107,10 @@ bool CheckFolder(const SharpenRequest& request, const Scene& scene, const Output
 bool CheckName(const SharpenRequest& request, const Scene& scene, Status& status) {
     const std::string& name = request.output;
     if (name.empty()) return Refuse(status, "no output file was named");
-    for (const InputImage* image : {scene.pan.get(), scene.multispectral.get(), scene.infrared.get()})
-        for (const std::string& input : image ? image->GetFiles() : std::vector<std::string>())
+    std::vector<InputImage*> images = scene.GetCoarseImages();
+    images.push_back(scene.pan.get());
+    for (const InputImage* image : images)
+        for (const std::string& input : image->GetFiles())
             if (IsSameFile(name, input))
                 return Refuse(
                     status,
@@ -136,8 +138,11 @@ OutputRules MakeOutputRules(const SharpenRequest& request, const Scene& scene) {
     rules.hasAlpha = request.alpha;
     if (request.alpha) return rules;
     const int most = scene.pan->GetInfo().bitsPerBand == 8 ? 0xFF : 0xFFFF;
-    for (const InputImage* image : {scene.multispectral.get(), scene.pan.get(), scene.infrared.get()}) {
-        const std::optional<int> value = image ? image->GetNoDataValue() : std::nullopt;
+    std::vector<InputImage*> images = scene.GetGrids();
+    images.push_back(scene.pan.get());
+    if (scene.infrared) images.push_back(scene.infrared.get());
+    for (const InputImage* image : images) {
+        const std::optional<int> value = image->GetNoDataValue();
         if (!rules.noData && value && *value >= 0 && *value <= most)
             rules.noData = static_cast<std::uint32_t>(*value);
     }

@@ -21,7 +21,7 @@ GDALDriver* FindDriver(const std::string& format) {
 }
 
 GDALColorInterp ColourOf(const Scene& scene, std::size_t band) {
-    const GDALColorInterp colour = scene.multispectral->GetBands()[band].band->GetColorInterpretation();
+    const GDALColorInterp colour = scene.GetBand(band).band->GetColorInterpretation();
     return colour == GCI_AlphaBand ? GCI_Undefined : colour; // a fused band is no transparency
 }
 
@@ -157,7 +157,7 @@ void OutputFile::Describe(const Scene& scene, const Metadata& metadata) {
         dataset->SetMetadataItem(name.c_str(), value.c_str());
     for (std::uint32_t band = 0; band < rules.bands; ++band) {
         GDALRasterBand& target = *dataset->GetRasterBand(static_cast<int>(band) + 1);
-        const std::string& description = scene.multispectral->GetBands()[band].description;
+        const std::string& description = scene.GetBand(band).description;
         if (!description.empty()) target.SetDescription(description.c_str());
         target.SetColorInterpretation(ColourOf(scene, band));
         if (rules.noData) target.SetNoDataValue(*rules.noData);

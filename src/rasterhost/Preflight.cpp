@@ -105,8 +105,7 @@ std::string ShiftWarning(const Shift& shift, const InputImage& multispectral) {
 double FindOverlap(const Scene& scene) {
     const RasterInfo& pan = scene.pan->GetInfo();
     double left = pan.xMin, right = pan.xMax, bottom = pan.yMin, top = pan.yMax;
-    for (const InputImage* image : {scene.multispectral.get(), scene.infrared.get()}) {
-        if (!image) continue;
+    for (const InputImage* image : scene.GetCoarseImages()) {
         left = std::max(left, image->GetInfo().xMin);
         right = std::min(right, image->GetInfo().xMax);
         bottom = std::max(bottom, image->GetInfo().yMin);
@@ -157,6 +156,8 @@ private:
         const RasterInfo& ms = scene->multispectral->GetInfo();
         report.pan = DescribeImage(*scene->pan);
         report.multispectral = DescribeImage(*scene->multispectral);
+        for (const auto& other : scene->otherGrids)
+            report.otherGrids.push_back(DescribeImage(*other));
         if (scene->infrared) report.infrared = DescribeImage(*scene->infrared);
         report.ratioX = ms.pixelSizeX / pan.pixelSizeX;
         report.ratioY = ms.pixelSizeY / pan.pixelSizeY;
@@ -178,6 +179,8 @@ private:
             return false;
         AddTally(tally.pan, report.pan);
         AddTally(tally.multispectral, report.multispectral);
+        for (std::size_t i = 0; i < tally.otherGrids.size(); ++i)
+            AddTally(tally.otherGrids[i], report.otherGrids[i]);
         if (report.infrared) AddTally(tally.infrared, *report.infrared);
         obstacle = fit.obstacle;
         if (fit.weights.empty()) return true;
@@ -222,6 +225,8 @@ private:
         };
         warnOfSaturation(report.pan);
         warnOfSaturation(report.multispectral);
+        for (const ImageFacts& facts : report.otherGrids)
+            warnOfSaturation(facts);
     }
 
     SharpenRequest request; ///< with the weights that were chosen

@@ -29,7 +29,9 @@ struct ImageFacts {
 };
 
 struct PreflightReport {
-    ImageFacts pan, multispectral;
+    ImageFacts pan;
+    ImageFacts multispectral; ///< where its bands do not share one grid, those of the largest pixels
+    std::vector<ImageFacts> otherGrids; ///< the others
     std::optional<ImageFacts> infrared;
     double ratioX = 0.0, ratioY = 0.0; ///< multispectral pixel over pan pixel
     double overlap = 0.0;              ///< share of pan on which the multispectral and infrared images lie

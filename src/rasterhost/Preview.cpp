@@ -142,7 +142,12 @@ bool Make(const SharpenRequest& request, const PreviewRequest& preview, Status& 
     if (!fused) return false;
     const PixelRect& part = scene->part;
     ImageRows pan(*scene->pan, rect);
-    UpsampledRows upsampled(*scene->multispectral, scene->pan->GetInfo(), rect, scene->resampling, true);
+    std::vector<JoinedRows::Part> grids;
+    for (const InputImage* grid : scene->GetGrids())
+        grids.push_back(
+            {std::make_unique<UpsampledRows>(*grid, scene->pan->GetInfo(), rect, scene->resampling, true),
+             scene->gridBands[grids.size()]});
+    JoinedRows upsampled(std::move(grids));
     ImageRows sharp(
         *fused, {rect.col0 - part.col0, rect.row0 - part.row0, rect.col1 - part.col0, rect.row1 - part.row0});
     std::vector<Panel> all(panels);

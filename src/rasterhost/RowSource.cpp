@@ -4,6 +4,7 @@
 #include "hostkit/RequestRecord.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace rasterhost {
 
@@ -96,6 +97,25 @@ bool UpsampledRows::Read(std::uint32_t first, std::uint32_t end, SampleRows& row
         for (std::size_t i = 0; i < reach.size(); ++i)
             rows.valid[start + i] =
                 reach[i] == hostkit::Reach::All || (takesSome && reach[i] == hostkit::Reach::Some);
+    }
+    return true;
+}
+
+JoinedRows::JoinedRows(std::vector<Part> sources) : parts(std::move(sources)) {
+    for (const Part& part : parts)
+        allBands += part.bands.size();
+}
+
+bool JoinedRows::Read(std::uint32_t first, std::uint32_t end, SampleRows& rows, Status& status) {
+    rows.Resize(std::size_t{GetColumns()} * (end - first), allBands);
+    std::fill(rows.valid.begin(), rows.valid.end(), static_cast<unsigned char>(1));
+    SampleRows own;
+    for (const Part& part : parts) {
+        if (!part.rows->Read(first, end, own, status)) return false;
+        KeepCommon(rows.valid, own.valid);
+        const std::size_t count = part.bands.size();
+        for (std::size_t i = 0; i < own.samples.size(); ++i)
+            rows.samples[i / count * allBands + part.bands[i % count]] = own.samples[i];
     }
     return true;
 }

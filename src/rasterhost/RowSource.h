@@ -84,6 +84,28 @@ private:
     bool takesSome;
 };
 
+/// Images on the same pixels as one with the bands of all.
+class JoinedRows final : public RowSource {
+public:
+    struct Part {
+        std::unique_ptr<RowSource> rows;
+        std::vector<std::size_t> bands; ///< where its bands stand among all
+    };
+
+    /// At least one part; together they give every band once. A pixel has data when it has in all parts.
+    explicit JoinedRows(std::vector<Part> sources);
+
+    [[nodiscard]] std::uint32_t GetColumns() const override { return parts.front().rows->GetColumns(); }
+    [[nodiscard]] std::uint32_t GetRows() const override { return parts.front().rows->GetRows(); }
+    [[nodiscard]] std::size_t GetBands() const override { return allBands; }
+    [[nodiscard]] bool Read(std::uint32_t first, std::uint32_t end, SampleRows& rows,
+                            Status& status) override;
+
+private:
+    std::vector<Part> parts;
+    std::size_t allBands = 0;
+};
+
 /// An image that has data only where another has, too. Both outlive this.
 class MaskedRows final : public RowSource {
 public:

@@ -17,10 +17,13 @@ std::uint64_t ImageBytes(const InputImage& image) {
 /// The process and the sampler hold single rows; a window holds pan, its share of the source and output.
 std::uint64_t RowBytes(const Scene& scene, const RunSizes& sizes) {
     const RasterInfo& pan = scene.pan->GetInfo();
-    const RasterInfo& ms = scene.multispectral->GetInfo();
-    return hostkit::PixelBytes(pan) * sizes.columns * (1 + sizes.fileBands) +
-           static_cast<std::uint64_t>(static_cast<double>(hostkit::PixelBytes(ms)) * ms.cols *
-                                      pan.pixelSizeY / ms.pixelSizeY);
+    std::uint64_t bytes = hostkit::PixelBytes(pan) * sizes.columns * (1 + sizes.fileBands);
+    for (const InputImage* image : scene.GetGrids()) {
+        const RasterInfo& ms = image->GetInfo();
+        bytes += static_cast<std::uint64_t>(static_cast<double>(hostkit::PixelBytes(ms)) * ms.cols *
+                                            pan.pixelSizeY / ms.pixelSizeY);
+    }
+    return bytes;
 }
 
 } // namespace
@@ -44,7 +47,9 @@ int CountSlots(int threads) { return threads == 1 ? 1 : threads + 1; }
 
 std::int64_t CacheBytes(const Scene& scene, const RunSizes& sizes) {
     constexpr std::uint64_t least = std::uint64_t{64} << 20;
-    const std::uint64_t inputs = scene.pan->GetBlockRowBytes() + scene.multispectral->GetBlockRowBytes();
+    std::uint64_t inputs = scene.pan->GetBlockRowBytes();
+    for (const InputImage* image : scene.GetGrids())
+        inputs += image->GetBlockRowBytes();
     const std::uint64_t outputs = sizes.windowRows == 0
                                       ? 0
                                       : std::uint64_t{256} * sizes.fileBands *
@@ -54,8 +59,9 @@ std::int64_t CacheBytes(const Scene& scene, const RunSizes& sizes) {
 
 std::uint64_t EstimateMemory(const Scene& scene, const RunSizes& sizes, std::uint32_t blockRows) {
     constexpr std::uint64_t program = std::uint64_t{50} << 20; // with its libraries, as measured
-    std::uint64_t inputs = ImageBytes(*scene.pan) + ImageBytes(*scene.multispectral);
-    if (scene.infrared) inputs += ImageBytes(*scene.infrared);
+    std::uint64_t inputs = ImageBytes(*scene.pan);
+    for (const InputImage* image : scene.GetCoarseImages())
+        inputs += ImageBytes(*image);
     const std::uint64_t cache = std::min(static_cast<std::uint64_t>(CacheBytes(scene, sizes)), inputs);
     const std::uint32_t rows = ChooseWindowRows(scene, sizes, blockRows);
     const std::uint32_t windows = (sizes.rows - 1) / rows + 1;

@@ -2,6 +2,7 @@
 
 #include "fundament/Text.h"
 #include "hostkit/RequestRecord.h"
+#include "rasterhost/BandGrids.h"
 #include "rasterhost/GridTransform.h"
 #include "rasterhost/ScenePart.h"
 #include "rasterhost/Shift.h"
@@ -9,7 +10,7 @@
 #include <gdal_priv.h>
 
 #include <algorithm>
-#include <numeric>
+#include <utility>
 
 namespace rasterhost {
 
@@ -28,31 +29,10 @@ bool OpenPan(const SharpenRequest& request, Scene& scene, Status& status) {
                              scene.pan->GetName().c_str(), static_cast<int>(scene.pan->GetBands().size())));
 }
 
-/// The bands to write first, then those that only take part in the weighted sum.
-bool OrderBands(const std::vector<int>& wanted, Scene& scene, Status& status) {
-    const std::size_t count = scene.multispectral->GetBands().size();
-    for (const int number : wanted) {
-        if (number < 1 || static_cast<std::size_t>(number) > count)
-            return Fail(status, HostStatus::RequestInvalid,
-                        FormatString("there is no band %d to write; the multispectral bands are 1 to %d",
-                                     number, static_cast<int>(count)));
-        const auto position = static_cast<std::size_t>(number - 1);
-        if (std::find(scene.bandOrder.begin(), scene.bandOrder.end(), position) != scene.bandOrder.end())
-            return Fail(status, HostStatus::RequestInvalid,
-                        FormatString("band %d is asked for twice; name every band to write once", number));
-        scene.bandOrder.push_back(position);
-    }
-    scene.outputBands = static_cast<std::uint32_t>(wanted.empty() ? count : wanted.size());
-    for (std::size_t position = 0; position < count; ++position)
-        if (std::find(scene.bandOrder.begin(), scene.bandOrder.end(), position) == scene.bandOrder.end())
-            scene.bandOrder.push_back(position);
-    scene.multispectral->Reorder(scene.bandOrder);
-    return true;
-}
-
 void WarnOfTransparency(const Scene& scene, const Warn& warn) {
-    for (const SourceBand& source : scene.multispectral->GetBands())
-        if (source.band->GetColorInterpretation() == GCI_AlphaBand)
+    for (std::size_t band = 0; band < scene.bandOrder.size(); ++band)
+        if (const SourceBand& source = scene.GetBand(band);
+            source.band->GetColorInterpretation() == GCI_AlphaBand)
             warn(FormatString(
                 "band %d of '%s' is marked as transparency and holds more than 0 and the largest value: it "
                 "is "
@@ -147,13 +127,32 @@ bool CoverBy(const InputImage& coarse, Scene& scene, const Warn& warn, Status& s
     return true;
 }
 
-bool PlaceImage(const SharpenRequest& request, InputImage& coarse, const char* role, Scene& scene,
+bool PlaceImage(const SharpenRequest& request, InputImage& coarse, const char* role, const Scene& scene,
                 const Warn& warn, Status& status) {
-    if (!MatchGeoreferencing(*scene.pan, coarse, role, request.sameCorner, warn, status) ||
-        !CheckFit(*scene.pan, coarse, status))
+    return MatchGeoreferencing(*scene.pan, coarse, role, request.sameCorner, warn, status) &&
+           CheckFit(*scene.pan, coarse, status);
+}
+
+/// Moves the content of the multispectral grids, the way measured in pixels of the first.
+void MoveGrids(double right, double below, Scene& scene) {
+    const RasterInfo first = scene.multispectral->GetInfo();
+    for (InputImage* image : scene.GetGrids())
+        image->MoveContent(right * (first.pixelSizeX / image->GetInfo().pixelSizeX),
+                           below * (first.pixelSizeY / image->GetInfo().pixelSizeY));
+}
+
+bool OpenMultispectral(const SharpenRequest& request, Scene& scene, const Warn& warn, Status& status) {
+    std::vector<BandGrid> grids;
+    if (!OpenGrids(request.multispectral, scene.sampleOptions, grids, status) ||
+        !OrderBands(request.bands, grids, scene, status))
         return false;
-    coarse.MoveContent(request.shift[0], request.shift[1]);
-    return CoverBy(coarse, scene, warn, status);
+    for (const BandGrid& grid : grids)
+        if (!PlaceImage(request, *grid.image, "a multispectral", scene, warn, status)) return false;
+    TakeGrids(std::move(grids), scene);
+    MoveGrids(request.shift[0], request.shift[1], scene);
+    for (const InputImage* image : scene.GetGrids())
+        if (!CoverBy(*image, scene, warn, status)) return false;
+    return true;
 }
 
 bool OpenInfrared(const SharpenRequest& request, Scene& scene, const Warn& warn, Status& status) {
@@ -164,7 +163,9 @@ bool OpenInfrared(const SharpenRequest& request, Scene& scene, const Warn& warn,
                     FormatString("the infrared file %s has %d bands; name one, as in FILE,band=1",
                                  scene.infrared->GetName().c_str(),
                                  static_cast<int>(scene.infrared->GetBands().size())));
-    return PlaceImage(request, *scene.infrared, "an infrared", scene, warn, status);
+    if (!PlaceImage(request, *scene.infrared, "an infrared", scene, warn, status)) return false;
+    scene.infrared->MoveContent(request.shift[0], request.shift[1]);
+    return CoverBy(*scene.infrared, scene, warn, status);
 }
 
 /// What the results may reach: the request's depth, or the greatest that an input uses.
@@ -179,8 +180,9 @@ bool FindDepth(const SharpenRequest& request, Scene& scene, Status& status) {
             FormatString("a bit depth of %d was asked for, and %s has %u bits per sample; --bit-depth is "
                          "for 16-bit files",
                          *request.bitDepth, scene.pan->GetName().c_str(), bits));
-    for (const InputImage* image : {scene.pan.get(), scene.multispectral.get(), scene.infrared.get()})
-        if (image) scene.bitDepth = std::max(scene.bitDepth, image->GetBitDepth());
+    scene.bitDepth = scene.pan->GetBitDepth();
+    for (const InputImage* image : scene.GetCoarseImages())
+        scene.bitDepth = std::max(scene.bitDepth, image->GetBitDepth());
     if (request.bitDepth) scene.bitDepth = static_cast<std::uint32_t>(*request.bitDepth);
     return true;
 }
@@ -194,13 +196,12 @@ bool CorrectShift(const SharpenRequest& request, Scene& scene, const Warn& warn,
         return true;
     }
     scene.covered = scene.part;
-    for (InputImage* image : {scene.multispectral.get(), scene.infrared.get()}) {
-        if (!image) continue;
-        image->MoveContent(shift->right, shift->below);
+    MoveGrids(shift->right, shift->below, scene);
+    if (scene.infrared) scene.infrared->MoveContent(shift->right, shift->below);
+    for (const InputImage* image : scene.GetCoarseImages())
         if (!CoverBy(
                 *image, scene, [](const std::string&) {}, status))
             return false;
-    }
     warn(FormatString(
         "the content of %s lies (%.2f, %.2f) of its pixels right of and below its place; that is "
         "corrected",
@@ -218,16 +219,24 @@ bool FindResampling(const SharpenRequest& request, Scene& scene, Status& status)
 
 } // namespace
 
-bool Scene::MayLackData() const {
-    return covered != part || multispectral->GetMap() || (infrared && infrared->GetMap()) ||
-           pan->MayLackData() || multispectral->MayLackData() || (infrared && infrared->MayLackData());
+std::vector<InputImage*> Scene::GetGrids() const {
+    std::vector<InputImage*> grids{multispectral.get()};
+    for (const auto& other : otherGrids)
+        grids.push_back(other.get());
+    return grids;
 }
 
-void Scene::KeepFirstBands(std::uint32_t count) {
-    bandOrder.resize(count);
-    std::vector<std::size_t> first(count);
-    std::iota(first.begin(), first.end(), std::size_t{0});
-    multispectral->Reorder(first);
+std::vector<InputImage*> Scene::GetCoarseImages() const {
+    std::vector<InputImage*> images = GetGrids();
+    if (infrared) images.push_back(infrared.get());
+    return images;
+}
+
+bool Scene::MayLackData() const {
+    const std::vector<InputImage*> coarse = GetCoarseImages();
+    return covered != part || pan->MayLackData() ||
+           std::any_of(coarse.begin(), coarse.end(),
+                       [](const InputImage* image) { return image->GetMap() || image->MayLackData(); });
 }
 
 std::unique_ptr<Scene> OpenScene(const SharpenRequest& request, const Warn& warn, Status& status) {
@@ -238,11 +247,7 @@ std::unique_ptr<Scene> OpenScene(const SharpenRequest& request, const Warn& warn
         !ChoosePart(request, *scene, warn, status))
         return nullptr;
     scene->covered = scene->part;
-    scene->multispectral =
-        InputImage::Open(request.multispectral, "multispectral", scene->sampleOptions, status);
-    if (!scene->multispectral || !OrderBands(request.bands, *scene, status) ||
-        !PlaceImage(request, *scene->multispectral, "a multispectral", *scene, warn, status))
-        return nullptr;
+    if (!OpenMultispectral(request, *scene, warn, status)) return nullptr;
     if (request.infrared && !OpenInfrared(request, *scene, warn, status)) return nullptr;
     if (!FindDepth(request, *scene, status) ||
         (request.measureShift && !CorrectShift(request, *scene, warn, status)))

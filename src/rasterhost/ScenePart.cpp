@@ -90,8 +90,8 @@ PixelRect MappedOn(const InputImage& image, const PixelRect& part) {
 
 bool CutToIntersection(Scene& scene, Status& status) {
     PixelRect part = scene.part;
-    for (const InputImage* image : {scene.multispectral.get(), scene.infrared.get()}) {
-        if (!image || part.IsEmpty()) continue;
+    for (const InputImage* image : scene.GetCoarseImages()) {
+        if (part.IsEmpty()) continue;
         if (image->GetMap()) {
             part = MappedOn(*image, part);
             continue;

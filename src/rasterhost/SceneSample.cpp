@@ -7,7 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <tuple>
+#include <utility>
 
 namespace rasterhost {
 
@@ -26,34 +26,78 @@ GridMap MakeGridMap(const kernels::GridAxis& axis) {
     return {-axis.offset / ratio, 1.0 / ratio};
 }
 
-/// The multispectral grid beneath a block, along the axes of pan: the exact place of the block's middle and
-/// the mean size of a pixel. Exact where the grids run along each other; else blocks are small.
-std::pair<GridMap, GridMap> MapsOf(const Scene& scene, const PixelRect& block) {
+using Point = GridTransform::Point;
+
+/// Pixels across a block, and down, where grids do not run along each other; and how far such a block may be
+/// turned, right by down, for its footprints to be taken for rectangles.
+constexpr double smallSide = 16.0;
+constexpr double mostTurn = 0.005;
+
+/// Between the pixels of an image and those of pan, whatever lies between them.
+std::optional<Point> ToPan(const Scene& scene, const InputImage& image, Point at) {
+    if (image.GetMap())
+        return image.GetTransform()->ToPan({at.x - image.GetMove()[0], at.y - image.GetMove()[1]});
+    const auto placement = hostkit::PlaceGrids(scene.pan->GetInfo(), image.GetInfo());
+    const GridMap x = MakeGridMap(placement.across), y = MakeGridMap(placement.down);
+    return Point{x.origin + at.x * x.step, y.origin + at.y * y.step};
+}
+
+std::optional<Point> FromPan(const Scene& scene, const InputImage& image, Point at) {
+    if (image.GetMap()) {
+        auto on = image.GetTransform()->FromPan(at);
+        if (on) *on = {on->x + image.GetMove()[0], on->y + image.GetMove()[1]};
+        return on;
+    }
+    const auto placement = hostkit::PlaceGrids(scene.pan->GetInfo(), image.GetInfo());
+    const GridMap x = MakeGridMap(placement.across), y = MakeGridMap(placement.down);
+    return Point{(at.x - x.origin) / x.step, (at.y - y.origin) / y.step};
+}
+
+/// By the exact places of a block's middle and of its neighbours. Null for the other image means pan.
+Footprint TurnedFootprint(const Scene& scene, const InputImage* other, const PixelRect& block) {
+    const auto place = [&](double column, double row) {
+        const auto on = ToPan(scene, *scene.multispectral, {column, row});
+        return on && other ? FromPan(scene, *other, *on) : on;
+    };
+    const double column = (block.col0 + block.col1) / 2.0, row = (block.row0 + block.row1) / 2.0;
+    const auto a = place(column, row), b = place(column + 1.0, row), c = place(column, row + 1.0);
+    constexpr double beside = -1e9;
+    Footprint print{{beside, 1.0}, {beside, 1.0}, true};
+    if (!a || !b || !c) return print;
+    print.across.step = b->x - a->x;
+    print.downOfColumn = b->y - a->y;
+    print.acrossOfRow = c->x - a->x;
+    print.down.step = c->y - a->y;
+    print.across.origin = a->x - column * print.across.step - row * print.acrossOfRow;
+    print.down.origin = a->y - row * print.down.step - column * print.downOfColumn;
+    return print;
+}
+
+/// The multispectral grid beneath a block on pan. Where the two run nearly along each other, by the exact
+/// place of the block's middle and the mean size of a pixel: blocks are small then.
+Footprint FootprintOnPan(const Scene& scene, const PixelRect& block) {
     const InputImage& image = *scene.multispectral;
     const RasterInfo& pan = scene.pan->GetInfo();
     const auto placement = hostkit::PlaceGrids(pan, image.GetInfo());
     if (!image.GetMap()) return {MakeGridMap(placement.across), MakeGridMap(placement.down)};
+    const Footprint turned = TurnedFootprint(scene, nullptr, block);
+    const bool isNearlyAlong = turned.across.step > 0.0 && turned.down.step > 0.0 &&
+                               std::fabs(turned.downOfColumn) < mostTurn * turned.across.step &&
+                               std::fabs(turned.acrossOfRow) < mostTurn * turned.down.step;
+    if (!isNearlyAlong) return turned;
     const double column = (block.col0 + block.col1) / 2.0, row = (block.row0 + block.row1) / 2.0;
-    const auto middle = image.GetTransform()->ToPan({column - image.GetMove()[0], row - image.GetMove()[1]});
+    const auto middle = ToPan(scene, image, {column, row});
     const double across = image.GetInfo().pixelSizeX / pan.pixelSizeX;
     const double down = image.GetInfo().pixelSizeY / pan.pixelSizeY;
     if (!middle) return {{-1e9, across}, {-1e9, down}}; // beside pan
     return {{middle->x - column * across, across}, {middle->y - row * down, down}};
 }
 
-/// Where the grids are far from running along each other, footprints are no rectangles of pan.
-bool CanBeSampled(const Scene& scene) {
-    const InputImage& image = *scene.multispectral;
-    if (scene.infrared && scene.infrared->GetMap()) return false;
-    if (!image.GetMap()) return true;
-    const double column = image.GetInfo().cols / 2.0, row = image.GetInfo().rows / 2.0;
-    const auto a = image.GetTransform()->ToPan({column, row});
-    const auto b = image.GetTransform()->ToPan({column + 1.0, row});
-    const auto c = image.GetTransform()->ToPan({column, row + 1.0});
-    constexpr double mostTurn = 0.2;
-    return !scene.infrared && a && b && c && b->x > a->x && c->y > a->y &&
-           std::fabs(b->y - a->y) < mostTurn * (b->x - a->x) &&
-           std::fabs(c->x - a->x) < mostTurn * (c->y - a->y);
+/// Likewise on an image of other bands.
+Footprint FootprintOn(const Scene& scene, const InputImage& other, const PixelRect& block) {
+    if (scene.multispectral->GetMap() || other.GetMap()) return TurnedFootprint(scene, &other, block);
+    const auto placement = hostkit::PlaceGrids(other.GetInfo(), scene.multispectral->GetInfo());
+    return {MakeGridMap(placement.across), MakeGridMap(placement.down)};
 }
 
 /// First and end of the multispectral pixels that lie wholly on an image of so many pixels.
@@ -130,28 +174,22 @@ bool ReadPixels(const InputImage& image, const PixelRect& rect, std::optional<in
     return true;
 }
 
-/// The pixels of an image beneath a block of multispectral pixels and some around it.
-PixelRect RectBeneath(const GridMap& across, const GridMap& down, const PixelRect& block, double margin,
-                      const RasterInfo& image) {
-    const auto clamp = [](double position, std::uint32_t pixels) {
-        return static_cast<std::uint32_t>(std::clamp(position, 0.0, static_cast<double>(pixels)));
-    };
-    return {clamp(std::floor(across.At(block.col0 - margin)), image.cols),
-            clamp(std::floor(down.At(block.row0 - margin)), image.rows),
-            clamp(std::ceil(across.At(block.col1 + margin)), image.cols),
-            clamp(std::ceil(down.At(block.row1 + margin)), image.rows)};
-}
-
-/// One band of an image beneath a block, summed up.
-bool ReadSums(const InputImage& image, const PixelRect& rect, std::optional<int> bitDepth, AreaSums& sums,
-              ImageTally& tally, Status& status) {
-    sums = AreaSums();
+/// Bands of an image beneath a block, summed up; none of an empty rectangle.
+bool ReadSums(const InputImage& image, const PixelRect& rect, std::optional<int> bitDepth,
+              std::vector<AreaSums>& sums, ImageTally& tally, Status& status) {
+    const std::size_t bands = image.GetInfo().bandsPerPixel;
+    sums.assign(bands, {});
     tally = {};
     if (rect.IsEmpty()) return true;
     Pixels pixels;
     if (!ReadPixels(image, rect, bitDepth, pixels, status)) return false;
-    sums = AreaSums(rect, pixels.samples, pixels.usable);
     tally = pixels.tally;
+    std::vector<unsigned short> band(pixels.usable.size());
+    for (std::size_t number = 0; number < bands; ++number) {
+        for (std::size_t pixel = 0; pixel < band.size(); ++pixel)
+            band[pixel] = pixels.samples[pixel * bands + number];
+        sums[number] = AreaSums(rect, band, pixels.usable);
+    }
     return true;
 }
 
@@ -164,17 +202,56 @@ double GridMap::At(double edge) const {
     return std::fabs(position - whole) <= noise ? whole : position;
 }
 
+std::optional<double> Footprint::Mean(const AreaSums& sums, double left, double top, double right,
+                                      double bottom) const {
+    if (!isTurned) return sums.Mean(across.At(left), down.At(top), across.At(right), down.At(bottom));
+    // About two points a pixel of the image along each side, as long as they are few.
+    const auto count = [](double pixels) { return std::clamp(std::ceil(2.0 * pixels), 2.0, 8.0); };
+    const double columns = count((right - left) * std::hypot(across.step, downOfColumn));
+    const double rows = count((bottom - top) * std::hypot(acrossOfRow, down.step));
+    double sum = 0.0;
+    for (double i = 0.5; i < rows; ++i)
+        for (double j = 0.5; j < columns; ++j) {
+            const double column = left + (right - left) * j / columns, row = top + (bottom - top) * i / rows;
+            const double x = std::floor(across.origin + column * across.step + row * acrossOfRow);
+            const double y = std::floor(down.origin + row * down.step + column * downOfColumn);
+            const auto sample = sums.Mean(x, y, x + 1.0, y + 1.0);
+            if (!sample) return std::nullopt;
+            sum += *sample;
+        }
+    return sum / (rows * columns);
+}
+
+PixelRect Footprint::Beneath(double left, double top, double right, double bottom,
+                             const RasterInfo& image) const {
+    const auto clamp = [](double position, std::uint32_t pixels) {
+        return static_cast<std::uint32_t>(std::clamp(position, 0.0, static_cast<double>(pixels)));
+    };
+    double least[2] = {HUGE_VAL, HUGE_VAL}, greatest[2] = {-HUGE_VAL, -HUGE_VAL};
+    for (const auto& [column, row] : {std::pair(left, top), {right, top}, {left, bottom}, {right, bottom}}) {
+        const double x = across.At(column) + row * acrossOfRow, y = down.At(row) + column * downOfColumn;
+        least[0] = std::min(least[0], x);
+        least[1] = std::min(least[1], y);
+        greatest[0] = std::max(greatest[0], x);
+        greatest[1] = std::max(greatest[1], y);
+    }
+    return {clamp(std::floor(least[0]), image.cols), clamp(std::floor(least[1]), image.rows),
+            clamp(std::ceil(greatest[0]), image.cols), clamp(std::ceil(greatest[1]), image.rows)};
+}
+
 std::vector<PixelRect> ChooseBlocks(const Scene& scene, const SamplePlan& plan) {
     const RasterInfo& pan = scene.pan->GetInfo();
     const RasterInfo& ms = scene.multispectral->GetInfo();
-    if (!CanBeSampled(scene)) return {};
     const bool isMapped = scene.multispectral->GetMap() != nullptr;
-    const auto [across, down] = MapsOf(scene, hostkit::WholeImage(ms));
-    const auto columns = isMapped ? std::pair(0u, ms.cols) : WhollyOn(across, pan.cols, ms.cols);
-    const auto rows = isMapped ? std::pair(0u, ms.rows) : WhollyOn(down, pan.rows, ms.rows);
-    constexpr double smallSide = 12.0;
-    const double side = std::clamp(mostPanPixels / std::max(across.step, down.step), 1.0,
-                                   isMapped ? smallSide : static_cast<double>(plan.side));
+    const std::vector<InputImage*> images = scene.GetCoarseImages();
+    const bool isSmall =
+        std::any_of(images.begin(), images.end(), [](const InputImage* image) { return image->GetMap(); });
+    const Footprint onPan = FootprintOnPan(scene, hostkit::WholeImage(ms));
+    const auto columns = isMapped ? std::pair(0u, ms.cols) : WhollyOn(onPan.across, pan.cols, ms.cols);
+    const auto rows = isMapped ? std::pair(0u, ms.rows) : WhollyOn(onPan.down, pan.rows, ms.rows);
+    const double ratio = std::max(ms.pixelSizeX / pan.pixelSizeX, ms.pixelSizeY / pan.pixelSizeY);
+    const double side =
+        std::clamp(mostPanPixels / ratio, 1.0, isSmall ? smallSide : static_cast<double>(plan.side));
     std::vector<PixelRect> blocks;
     for (const auto& [row0, row1] : Divide(rows.first, rows.second, plan, static_cast<std::uint32_t>(side)))
         for (const auto& [col0, col1] :
@@ -187,40 +264,54 @@ bool BlockSample::Read(const Scene& scene, const PixelRect& block, double margin
                        Status& status) {
     rect = block;
     tally = {};
-    std::tie(across, down) = MapsOf(scene, block);
-    bands = scene.multispectral->GetInfo().bandsPerPixel + (scene.infrared ? std::size_t{1} : 0);
-    if (!ReadBands(*scene.multispectral, bitDepth, status)) return false;
-    if (scene.infrared && !AddInfrared(scene, bitDepth, status)) return false;
-    const PixelRect beneath = RectBeneath(across, down, block, margin, scene.pan->GetInfo());
-    return ReadSums(*scene.pan, beneath, bitDepth, pan, tally.pan, status);
-}
-
-bool BlockSample::ReadBands(const InputImage& image, std::optional<int> bitDepth, Status& status) {
-    Pixels pixels;
-    if (!ReadPixels(image, rect, bitDepth, pixels, status)) return false;
-    tally.multispectral = pixels.tally;
-    usable = std::move(pixels.usable);
-    samples.assign(usable.size() * bands, 0.0);
-    const std::size_t own = image.GetInfo().bandsPerPixel;
-    for (std::size_t pixel = 0; pixel < usable.size(); ++pixel)
-        std::copy_n(pixels.samples.data() + pixel * own, own, samples.data() + pixel * bands);
+    onPan = FootprintOnPan(scene, block);
+    bands = scene.bandOrder.size() + (scene.infrared ? std::size_t{1} : 0);
+    if (!ReadBands(scene, bitDepth, status)) return false;
+    tally.otherGrids.resize(scene.otherGrids.size());
+    for (std::size_t other = 0; other < scene.otherGrids.size(); ++other)
+        if (!AddOther(scene, *scene.otherGrids[other], scene.gridBands[other + 1], bitDepth,
+                      tally.otherGrids[other], status))
+            return false;
+    if (scene.infrared && !AddOther(scene, *scene.infrared, {bands - 1}, bitDepth, tally.infrared, status))
+        return false;
+    const PixelRect beneath = onPan.Beneath(block.col0 - margin, block.row0 - margin, block.col1 + margin,
+                                            block.row1 + margin, scene.pan->GetInfo());
+    std::vector<AreaSums> sums;
+    if (!ReadSums(*scene.pan, beneath, bitDepth, sums, tally.pan, status)) return false;
+    pan = std::move(sums.front());
     return true;
 }
 
-bool BlockSample::AddInfrared(const Scene& scene, std::optional<int> bitDepth, Status& status) {
-    const RasterInfo& info = scene.infrared->GetInfo();
-    const auto placement = hostkit::PlaceGrids(info, scene.multispectral->GetInfo());
-    const GridMap x = MakeGridMap(placement.across), y = MakeGridMap(placement.down);
-    AreaSums infrared;
-    if (!ReadSums(*scene.infrared, RectBeneath(x, y, rect, 0.0, info), bitDepth, infrared, tally.infrared,
-                  status))
+bool BlockSample::ReadBands(const Scene& scene, std::optional<int> bitDepth, Status& status) {
+    Pixels pixels;
+    if (!ReadPixels(*scene.multispectral, rect, bitDepth, pixels, status)) return false;
+    tally.multispectral = pixels.tally;
+    usable = std::move(pixels.usable);
+    samples.assign(usable.size() * bands, 0.0);
+    const std::vector<std::size_t>& places = scene.gridBands.front();
+    for (std::size_t pixel = 0; pixel < usable.size(); ++pixel)
+        for (std::size_t own = 0; own < places.size(); ++own)
+            samples[pixel * bands + places[own]] = pixels.samples[pixel * places.size() + own];
+    return true;
+}
+
+/// Fills in bands of another image, which stand at some places among all.
+bool BlockSample::AddOther(const Scene& scene, const InputImage& other,
+                           const std::vector<std::size_t>& places, std::optional<int> bitDepth,
+                           ImageTally& seen, Status& status) {
+    const Footprint print = FootprintOn(scene, other, rect);
+    std::vector<AreaSums> sums;
+    if (!ReadSums(other, print.Beneath(rect.col0, rect.row0, rect.col1, rect.row1, other.GetInfo()), bitDepth,
+                  sums, seen, status))
         return false;
     for (std::size_t pixel = 0; pixel < usable.size(); ++pixel) {
         const double column = rect.col0 + static_cast<double>(pixel % rect.GetColumns());
         const double row = rect.row0 + static_cast<double>(pixel / rect.GetColumns());
-        const auto mean = infrared.Mean(x.At(column), y.At(row), x.At(column + 1.0), y.At(row + 1.0));
-        if (!mean) usable[pixel] = 0;
-        samples[pixel * bands + bands - 1] = mean.value_or(0.0);
+        for (std::size_t own = 0; own < places.size(); ++own) {
+            const auto mean = print.Mean(sums[own], column, row, column + 1.0, row + 1.0);
+            if (!mean) usable[pixel] = 0;
+            samples[pixel * bands + places[own]] = mean.value_or(0.0);
+        }
     }
     return true;
 }
@@ -228,8 +319,7 @@ bool BlockSample::AddInfrared(const Scene& scene, std::optional<int> bitDepth, S
 std::optional<double> BlockSample::GetPan(std::size_t pixel, double right, double below, double grow) const {
     const double column = rect.col0 + static_cast<double>(pixel % rect.GetColumns()) + right;
     const double row = rect.row0 + static_cast<double>(pixel / rect.GetColumns()) + below;
-    return pan.Mean(across.At(column - grow), down.At(row - grow), across.At(column + 1.0 + grow),
-                    down.At(row + 1.0 + grow));
+    return onPan.Mean(pan, column - grow, row - grow, column + 1.0 + grow, row + 1.0 + grow);
 }
 
 } // namespace rasterhost

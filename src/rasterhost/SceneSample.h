@@ -31,6 +31,7 @@ struct ImageTally {
 
 struct SceneTally {
     ImageTally pan, multispectral, infrared;
+    std::vector<ImageTally> otherGrids;
 };
 
 /// Where the pixels of the multispectral grid lie along an axis of another image, in its pixels.
@@ -41,6 +42,22 @@ struct GridMap {
     /// Of an edge between multispectral pixels. Positions within 1e-6 of a whole number are that number:
     /// georeferencing carries such noise.
     [[nodiscard]] double At(double edge) const;
+};
+
+/// Where the pixels of a block of the multispectral grid lie on another image.
+struct Footprint {
+    GridMap across, down;
+    bool isTurned = false; ///< the two do not run along each other
+    /// Then: how far one pixel down is right, and one to the right down.
+    double acrossOfRow = 0.0, downOfColumn = 0.0;
+
+    /// The mean of an image over a rectangle of multispectral pixels: exact where the two run along each
+    /// other, else of regular points in it. None where any of it is not usable.
+    [[nodiscard]] std::optional<double> Mean(const AreaSums& sums, double left, double top, double right,
+                                             double bottom) const;
+    /// The pixels of an image of some size beneath a rectangle.
+    [[nodiscard]] hostkit::PixelRect Beneath(double left, double top, double right, double bottom,
+                                             const KOVA::Tessara::Pixmere::RasterInfo& image) const;
 };
 
 /// One block, its bands as numbers and pan beneath it.
@@ -55,7 +72,8 @@ public:
     [[nodiscard]] std::size_t GetBands() const { return bands; } ///< the infrared one counted
     /// True when a pixel has data in all bands and none is saturated.
     [[nodiscard]] bool IsUsable(std::size_t pixel) const { return usable[pixel] != 0; }
-    /// The samples of a pixel, the infrared band last: the mean of that image over the pixel.
+    /// The samples of a pixel, the infrared band last. Those of bands on other grids are means over the
+    /// pixel.
     [[nodiscard]] const double* GetSamples(std::size_t pixel) const { return samples.data() + pixel * bands; }
     /// Pan's mean over the footprint of a pixel moved right and down by so many multispectral pixels and
     /// grown by `grow` of them on all sides. None where it is not wholly on usable pan.
@@ -64,14 +82,15 @@ public:
     [[nodiscard]] const SceneTally& GetTally() const { return tally; }
 
 private:
-    bool ReadBands(const InputImage& image, std::optional<int> bitDepth, Status& status);
-    bool AddInfrared(const Scene& scene, std::optional<int> bitDepth, Status& status);
+    bool ReadBands(const Scene& scene, std::optional<int> bitDepth, Status& status);
+    bool AddOther(const Scene& scene, const InputImage& other, const std::vector<std::size_t>& places,
+                  std::optional<int> bitDepth, ImageTally& seen, Status& status);
 
     hostkit::PixelRect rect;
     std::size_t bands = 0;
     std::vector<double> samples;
     std::vector<unsigned char> usable;
-    GridMap across, down;
+    Footprint onPan;
     AreaSums pan;
     SceneTally tally;
 };

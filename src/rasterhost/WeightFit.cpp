@@ -35,6 +35,9 @@ void AddBlock(const BlockSample& block, FitMoments& moments, SceneTally* tally) 
     AddTally(block.GetTally().pan, tally->pan);
     AddTally(block.GetTally().multispectral, tally->multispectral);
     AddTally(block.GetTally().infrared, tally->infrared);
+    tally->otherGrids.resize(block.GetTally().otherGrids.size());
+    for (std::size_t grid = 0; grid < tally->otherGrids.size(); ++grid)
+        AddTally(block.GetTally().otherGrids[grid], tally->otherGrids[grid]);
 }
 
 std::string FindObstacle(const FitMoments& moments, const std::vector<double>& weights) {

@@ -23,7 +23,7 @@ void MakeBadFiles(const child::Folder& folder, const scene::Pair& pair) {
     scene::Write(folder / "bare_pan.tif", pair.pan, {.pixelSize = 0.0, .epsg = 0});
     scene::Write(folder / "bare.tif", pair.ms, {.pixelSize = 0.0, .epsg = 0});
     scene::Write(folder / "elsewhere.tif", pair.ms, {.pixelSize = 20.0, .epsg = 32633});
-    scene::Write(folder / "other_size.tif", scene::MakeRaster(20, 19, 1, 8, 5), {.pixelSize = 20.0});
+    scene::Write(folder / "too_fine.tif", scene::MakeRaster(20, 19, 1, 8, 5), {.pixelSize = 5.0});
     scene::Write(folder / "exists.tif", scene::MakeRaster(2, 2, 1, 8, 5), {});
     std::filesystem::create_directory(folder.path / "folder");
     const scene::Raster large = scene::MakeRaster(400, 300, 4, 8, 6);
@@ -51,7 +51,7 @@ const Refusal refusals[] = {
     {{"pan.tif", "far.tif", "-o", "o.tif"}, {"'far.tif'", "overlap"}},
     {{"pan.tif", "bare.tif", "-o", "o.tif"}, {"'bare.tif'", "georeferenced"}},
     {{"pan.tif", "elsewhere.tif", "-o", "o.tif"}, {"'elsewhere.tif'", "do not overlap"}},
-    {{"pan.tif", "ms.tif", "other_size.tif", "-o", "o.tif"}, {"'other_size.tif'", "agree"}},
+    {{"pan.tif", "ms.tif", "too_fine.tif", "-o", "o.tif"}, {"'too_fine.tif'", "smaller than the pan"}},
     {{"pan.tif", "ms.tif,band=5", "-o", "o.tif"}, {"'ms.tif'", "no band 5", "1 to 4"}},
     {{"pan.tif", "ms.tif", "-o", "o.tif", "-w", "1,2"}, {"2 weights", "4 multispectral bands"}},
     {{"pan.tif", "ms.tif", "-o", "o.tif", "-b", "1,5"}, {"band 5", "1 to 4"}},

@@ -154,4 +154,40 @@ TEST(SampledChain, FailsWithAReason) {
     EXPECT_EQ(id(), hostkit::HostKitStatus::RequestInvalid);
 }
 
+// Bands on two grids stand where they belong, at the definition's samples.
+template <class T>
+void CompareJoinedBands() {
+    constexpr std::uint32_t bits = sizeof(T) * 8;
+    const RasterInfo pan = MakeInfo(40, 30, 1, bits);
+    const CodedImage<T> fine(MakeInfo(20, 15, 2, bits, 2.0)), coarse(MakeInfo(9, 8, 1, bits, 4.0, 1.0, 1.0));
+    RasterInfo all = coarse.info;
+    all.bandsPerPixel = 3;
+    SampledChain chain("ms", pan,
+                       {all,
+                        {},
+                        hostkit::Resampling::Bilinear,
+                        nullptr,
+                        {{coarse.info, coarse.Whole().block, nullptr, {1}},
+                         {fine.info, fine.Whole().block, nullptr, {0, 2}}}});
+    Aoi request = MakeRequest(pan, {5, 7, 36, 28});
+    ASSERT_EQ(chain.Initialize(&request), 1) << chain.GetStatus().ToText();
+    IRaster* raster = chain.CreateRaster();
+    EXPECT_EQ(raster->GetRasterInfo()->bandsPerPixel, 3u);
+    ASSERT_EQ(raster->SetWindow(3, 2, 20, 11), 1);
+    for (std::uint32_t r = 2; r < 11; ++r) {
+        const auto* samples = reinterpret_cast<const T*>(raster->GetRow(r));
+        for (std::uint32_t c = 3; c < 20; ++c, samples += 3) {
+            ASSERT_EQ(samples[0], Expected(fine, pan, 5 + c, 7 + r, 0)) << c << " " << r;
+            ASSERT_EQ(samples[1], Expected(coarse, pan, 5 + c, 7 + r, 0)) << c << " " << r;
+            ASSERT_EQ(samples[2], Expected(fine, pan, 5 + c, 7 + r, 1)) << c << " " << r;
+        }
+    }
+    EXPECT_EQ(raster->GetRow(11), nullptr);
+}
+
+TEST(SampledChain, JoinsBandsOfTwoGrids) {
+    CompareJoinedBands<unsigned char>();
+    CompareJoinedBands<unsigned short>();
+}
+
 } // namespace

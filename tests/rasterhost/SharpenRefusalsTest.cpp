@@ -52,8 +52,9 @@ TEST_F(Refusals, TheRequestIsRightOtherwise) {
 TEST_F(Refusals, InputsThatCannotBeServed) {
     const std::string text = folder / "text.tif";
     std::ofstream(text) << "no raster";
-    const std::string other = Make("other.tif", {30, 20, 1, GDT_Byte, Grid(20.0), "EPSG:32630"});
-    const std::string moved = Make("moved.tif", {20, 20, 1, GDT_Byte, Grid(20.0, 500020.0), "EPSG:32630"});
+    const std::string deep = Make("deep.tif", {30, 20, 1, GDT_UInt16, Grid(20.0), "EPSG:32630"});
+    const std::string away = Make("away.tif", {20, 20, 1, GDT_Byte, Grid(20.0, 700020.0), "EPSG:32630"});
+    const std::string fine = Make("fine.tif", {80, 80, 1, GDT_Byte, Grid(5.0), "EPSG:32630"});
     const std::string real = Make("real.tif", {20, 20, 1, GDT_Float32, Grid(20.0), "EPSG:32630"});
     const std::string wide = Make("wide.tif", {20, 20, 1, GDT_UInt16, Grid(20.0), "EPSG:32630"});
     const std::string turned =
@@ -69,8 +70,9 @@ TEST_F(Refusals, InputsThatCannotBeServed) {
     Refuse(useMs({}), {"no multispectral file"});
     Refuse(useMs({{ms, 4}}), {"no band 4", "1 to 3"});
     Refuse(useMs({{ms, 0}}), {"no band 0"});
-    Refuse(useMs({{ms, {}}, {other, {}}}), {"other.tif", "width (30)", "ms.tif", "(20)"});
-    Refuse(useMs({{ms, {}}, {moved, {}}}), {"moved.tif", "same place"});
+    Refuse(useMs({{ms, {}}, {deep, {}}}), {"pan.tif", "8 bits", "deep.tif", "16"});
+    Refuse(useMs({{ms, {}}, {away, {}}}), {"away.tif", "do not overlap"});
+    Refuse(useMs({{ms, {}}, {fine, {}}}), {"fine.tif", "smaller than the pan pixels"});
     Refuse(useMs({{ms, {}}, {wide, {}}}), {"wide.tif", "bits per sample (16)", "(8)"});
     Refuse(useMs({{real, {}}}), {"real.tif", "Float32", "gdal_translate -ot"});
     Refuse(

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "hostkit/RasterBase.h"
+
+#include <memory>
+#include <vector>
+
+namespace hostkit {
+
+/// Several rasters over one window of the pan grid as one: each gives some of the bands, in the order that
+/// they are given.
+class JoinedRaster final : public RasterBase {
+public:
+    struct Part {
+        std::unique_ptr<RasterBase> raster;
+        std::vector<std::size_t> bands; ///< where its bands stand among all, counted from 0
+    };
+
+    /// Rows and columns of the parts are the same, and so are their depths; together they give every band
+    /// once. There is at least one.
+    explicit JoinedRaster(std::vector<Part> sources);
+
+    const unsigned char* GetRow(std::uint32_t row) override;
+
+private:
+    std::vector<Part> parts;
+    std::vector<unsigned short> output; ///< read as bytes when the depth is 8 bits
+};
+
+} // namespace hostkit
