@@ -15,8 +15,8 @@ namespace hostkit {
 
 /// An image of a workspace: a description of the whole and samples of the part at hand.
 struct SourceImage {
-    KOVA::Tessara::Pixmere::RasterInfo info;
-    SampleBlock block;
+    KOVA::Tessara::Pixmere::RasterInfo info;      ///< of the whole image
+    SampleBlock block;                            ///< the samples at hand; of the caller
     Resampling resampling = Resampling::Bilinear; ///< whatever a chain is asked for
     const PixelMap* map = nullptr; ///< where pan lies on it; null when the grids run along each other
 };
@@ -27,7 +27,9 @@ struct SourceImage {
 class SampledChain final : public KOVA::Tessara::Global::Object,
                            public KOVA::Tessara::Pixmere::IRasterProcessChain {
 public:
+    /// What describes an image.
     using RasterInfo = KOVA::Tessara::Pixmere::RasterInfo;
+    /// What a chain is asked with.
     using Aoi = KOVA::Tessara::Pixmere::Aoi;
 
     /// The samples of the image stay where they are until the chain is destroyed.
