@@ -13,7 +13,6 @@ inline constexpr std::uint32_t SourceNotCovered = 0xB004;
 inline constexpr std::uint32_t DepthNotSupported = 0xB005; ///< neither 8 nor 16 bits
 inline constexpr std::uint32_t NotInitialized = 0xB006;    ///< a chain that is asked too early
 inline constexpr std::uint32_t NoSuchImage = 0xB007;       ///< no image of that ID in the workspace
-inline constexpr std::uint32_t OutOfMemory = 0xB008;       ///< memory ran out
 inline constexpr std::uint32_t PluginNotFound = 0xB010;    ///< no file of the plug-in where it was looked for
 inline constexpr std::uint32_t PluginNotLoaded = 0xB011;   ///< a file that is no library for this machine
 inline constexpr std::uint32_t PluginLacksEntry = 0xB012;  ///< a library that exports not all entry points
