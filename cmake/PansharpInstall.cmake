@@ -6,6 +6,8 @@
 #     Pansharp::capi       the C interface
 #     Pansharp::pxl        the image library: images, fusion, row operators, colour spaces
 #     Pansharp::plugin     the plug-in as a file
+#
+# In two components: "runtime" is what runs, "development" what other programs are built with.
 include(CMakePackageConfigHelpers)
 
 # The image library under one name, whichever of its folders there are.
@@ -37,32 +39,46 @@ set(PANSHARP_HEADER_FOLDER "${CMAKE_INSTALL_INCLUDEDIR}/pansharp")
 set_target_properties(capi PROPERTIES INSTALL_RPATH "$ORIGIN" BUILD_WITH_INSTALL_RPATH ON)
 set_target_properties(plugin PROPERTIES INSTALL_RPATH "$ORIGIN;$ORIGIN/.." BUILD_WITH_INSTALL_RPATH ON)
 install(TARGETS capi EXPORT Pansharp LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(TARGETS plugin EXPORT Pansharp LIBRARY DESTINATION ${PANSHARP_INSTALL_FOLDER})
+  COMPONENT runtime NAMELINK_COMPONENT development INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(TARGETS plugin EXPORT Pansharp LIBRARY DESTINATION ${PANSHARP_INSTALL_FOLDER} COMPONENT runtime)
 install(TARGETS fundament host hostkit kernels_simd kernels_fusion kernels_sampling ${image_folders} image_library
-  EXPORT Pansharp ARCHIVE DESTINATION ${PANSHARP_INSTALL_FOLDER} INCLUDES DESTINATION ${PANSHARP_HEADER_FOLDER})
+  EXPORT Pansharp ARCHIVE DESTINATION ${PANSHARP_INSTALL_FOLDER} COMPONENT development
+  INCLUDES DESTINATION ${PANSHARP_HEADER_FOLDER})
 if(TARGET cli)
   set_target_properties(cli PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
-  install(TARGETS cli RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-  install(FILES "${PROJECT_SOURCE_DIR}/docs/pansharp.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
+  install(TARGETS cli RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+  install(FILES "${PROJECT_SOURCE_DIR}/docs/pansharp.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT runtime)
+  install(FILES "${PROJECT_BINARY_DIR}/completion/bash" RENAME pansharp
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT runtime)
+  install(FILES "${PROJECT_BINARY_DIR}/completion/zsh" RENAME _pansharp
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions" COMPONENT runtime)
 endif()
 
-install(FILES "${PROJECT_SOURCE_DIR}/src/capi/pansharp.h" DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+# The pages as they lie here, so that they find each other; the manual is where man looks for it.
+install(FILES "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CHANGELOG.md" DESTINATION ${CMAKE_INSTALL_DOCDIR}
+  COMPONENT runtime)
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs" DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.svg")
+
+install(FILES "${PROJECT_SOURCE_DIR}/src/capi/pansharp.h" DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+  COMPONENT development)
 foreach(folder fundament host hostkit kernels ${image_folders})
-  install(DIRECTORY "${PROJECT_SOURCE_DIR}/src/${folder}" DESTINATION ${PANSHARP_HEADER_FOLDER}
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/src/${folder}" DESTINATION ${PANSHARP_HEADER_FOLDER} COMPONENT development
     FILES_MATCHING PATTERN "*.h" PATTERN "*-inl.h" EXCLUDE)
 endforeach()
 
-install(EXPORT Pansharp NAMESPACE Pansharp:: FILE PansharpTargets.cmake DESTINATION ${PANSHARP_PACKAGE_FOLDER})
+install(EXPORT Pansharp NAMESPACE Pansharp:: FILE PansharpTargets.cmake DESTINATION ${PANSHARP_PACKAGE_FOLDER}
+  COMPONENT development)
 configure_package_config_file("${CMAKE_CURRENT_LIST_DIR}/PansharpConfig.cmake.in"
   "${PROJECT_BINARY_DIR}/PansharpConfig.cmake" INSTALL_DESTINATION ${PANSHARP_PACKAGE_FOLDER}
   NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/PansharpConfigVersion.cmake"
   VERSION ${PROJECT_VERSION} COMPATIBILITY SameMinorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/PansharpConfig.cmake" "${PROJECT_BINARY_DIR}/PansharpConfigVersion.cmake"
-  DESTINATION ${PANSHARP_PACKAGE_FOLDER})
+  DESTINATION ${PANSHARP_PACKAGE_FOLDER} COMPONENT development)
 
 # From the folder of the file back to the prefix.
 file(RELATIVE_PATH PANSHARP_PREFIX_FROM_PC "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 configure_file("${CMAKE_CURRENT_LIST_DIR}/pansharp.pc.in" "${PROJECT_BINARY_DIR}/pansharp.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/pansharp.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+install(FILES "${PROJECT_BINARY_DIR}/pansharp.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
+  COMPONENT development)

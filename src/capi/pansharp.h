@@ -1,4 +1,5 @@
-/* Pan-sharpening of images in memory, for programs in C and whatever calls C.
+/** @file
+ * Pan-sharpening of images in memory, for programs in C and whatever calls C.
  *
  *     char error[1024];
  *     pansharp *library = pansharp_open(NULL, error, sizeof error);
@@ -16,6 +17,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/** Marks what the library exports. */
 #if defined(_WIN32)
 #if defined(PANSHARP_BUILDING)
 #define PANSHARP_API __declspec(dllexport)
@@ -30,93 +32,99 @@
 extern "C" {
 #endif
 
+/** How a call went. */
 typedef enum pansharp_result {
-    PANSHARP_OK = 0,
-    PANSHARP_BAD_ARGUMENT = 1, /* the job contradicts itself; nothing was written */
-    PANSHARP_FAILED = 2,       /* parts of the output may have been written, here and below */
-    PANSHARP_CANCELLED = 3
+    PANSHARP_OK = 0,           /**< all of the output is written */
+    PANSHARP_BAD_ARGUMENT = 1, /**< the job contradicts itself; nothing was written */
+    PANSHARP_FAILED = 2,       /**< parts of the output may have been written, here and below */
+    PANSHARP_CANCELLED = 3     /**< the progress function asked for it */
 } pansharp_result;
 
-/* The plug-in that fuses, loaded. */
+/** The plug-in that fuses, loaded. */
 typedef struct pansharp pansharp;
 
-/* An image to read. Samples are unsigned, in the byte order of the machine, and may lie at any address.
+/** An image to read. Samples are unsigned, in the byte order of the machine, and may lie at any address.
  * Strides are in bytes and may be negative; all three 0 stand for packed samples, bands interleaved by pixel.
  */
 typedef struct pansharp_image {
-    const void* samples; /* band 0 of the upper left pixel; not modified, and read only during the call */
-    uint32_t columns;
-    uint32_t rows;
-    uint32_t bands;
-    ptrdiff_t row_stride;
-    ptrdiff_t pixel_stride;
-    ptrdiff_t band_stride;
-    /* How the image lies under pan; 0 in the image that is pan.
-     * Size of one of its pixels in pan pixels, 1 or more. 0: both images show the same ground, so that it is
-     * the number of pan's columns (rows) divided by that of its own. */
+    const void* samples;  /**< band 0 of the upper left pixel; not modified, and read only during the call */
+    uint32_t columns;     /**< pixels across, 1 or more */
+    uint32_t rows;        /**< pixels down, 1 or more */
+    uint32_t bands;       /**< samples of a pixel, 1 or more */
+    ptrdiff_t row_stride; /**< bytes from a pixel to the one below */
+    ptrdiff_t pixel_stride; /**< bytes from a pixel to the one right of it */
+    ptrdiff_t band_stride;  /**< bytes from a sample to that of the next band */
+    /** How the image lies under pan; 0 in the image that is pan.
+     * Width of one of its pixels in pan pixels, 1 or more. 0: both images show the same ground, so that it is
+     * the number of pan's columns divided by that of its own. */
     double pixel_width;
-    double pixel_height;
-    /* Where the upper left corner of pan lies: columns (rows) of this image, right of (below) its own. */
+    double pixel_height; /**< the same down, from the rows */
+    /** Where the upper left corner of pan lies: columns of this image, right of its own. */
     double offset_x;
-    double offset_y;
+    double offset_y; /**< the same down: rows, below its own */
 } pansharp_image;
 
-/* Where the fused image goes: pan's columns and rows, one band for each output band. Strides as above. No
+/** Where the fused image goes: pan's columns and rows, one band for each output band. Strides as above. No
  * part of it may lie within the extent of an image that is read. */
 typedef struct pansharp_output {
-    void* samples;
-    ptrdiff_t row_stride;
-    ptrdiff_t pixel_stride;
-    ptrdiff_t band_stride;
+    void* samples;          /**< band 0 of the upper left pixel; written during the call */
+    ptrdiff_t row_stride;   /**< bytes from a pixel to the one below */
+    ptrdiff_t pixel_stride; /**< bytes from a pixel to the one right of it */
+    ptrdiff_t band_stride;  /**< bytes from a sample to that of the next band */
 } pansharp_output;
 
-/* Told how many of the rows are done, in ascending order, 'rows' of them last; on the thread that called
+/** Told how many of the rows are done, in ascending order, 'rows' of them last; on the thread that called
  * pansharp_fuse. An answer other than 0 cancels. */
 typedef int (*pansharp_progress)(uint32_t rows_done, uint32_t rows, void* data);
 
-/* What to fuse and how. pansharp_job_init makes all of it 0, which leaves out whatever may be left out.
+/** What to fuse and how. pansharp_job_init makes all of it 0, which leaves out whatever may be left out.
  * Nothing of it is kept. */
 typedef struct pansharp_job {
-    size_t struct_size;       /* set by pansharp_job_init */
-    uint32_t bits_per_sample; /* 8 or 16, in all images */
-    pansharp_image pan;       /* 1 band */
-    pansharp_image multispectral;
-    pansharp_image infrared; /* 1 band; may be left out */
-    pansharp_output output;
-    const uint32_t* output_bands; /* multispectral bands to write, counted from 1; left out: all, in order */
-    uint32_t output_band_count;
-    const char* method; /* a keyword in any letter case; left out: "KOVA" */
-    /* Share of each multispectral band in pan; left out: equal shares, the infrared band counted. */
+    size_t struct_size;           /**< set by pansharp_job_init */
+    uint32_t bits_per_sample;     /**< 8 or 16, in all images */
+    pansharp_image pan;           /**< 1 band */
+    pansharp_image multispectral; /**< 1 band or more, as many as the method needs */
+    pansharp_image infrared;      /**< 1 band; may be left out */
+    pansharp_output output;       /**< pan's columns and rows */
+    const uint32_t*
+        output_bands;           /**< multispectral bands to write, counted from 1; left out: all, in order */
+    uint32_t output_band_count; /**< numbers at output_bands */
+    const char* method;         /**< a keyword in any letter case; left out: "KOVA" */
+    /** Share of each multispectral band in pan; left out: equal shares, the infrared band counted. */
     const double* weights;
-    uint32_t weight_count;
-    const double* infrared_weight; /* one number; needed with an infrared image and weights */
-    uint32_t threads;              /* 0: one a processor */
-    pansharp_progress progress;    /* may be left out */
-    void* progress_data;           /* handed to it */
+    uint32_t weight_count;         /**< numbers at weights: one a band */
+    const double* infrared_weight; /**< one number; needed with an infrared image and weights */
+    uint32_t threads;              /**< 0: one a processor */
+    pansharp_progress progress;    /**< may be left out */
+    void* progress_data;           /**< handed to it */
 } pansharp_job;
 
 /* Every function that can fail takes a buffer for the reason, in UTF-8, cut to its size and always ended with
  * a zero byte; empty after a success. It may be null when its size is 0. */
 
-/* Loads the plug-in from a file; from where it is installed when the path is null or empty. Null on failure.
+/** Loads the plug-in from a file; from where it is installed when the path is null or empty. Null on failure.
  */
 PANSHARP_API pansharp* pansharp_open(const char* plugin_path, char* error, size_t error_size);
 
-/* Gives it back, when none of its calls is under way. Null is accepted. */
+/** Gives it back, when none of its calls is under way. Null is accepted. */
 PANSHARP_API void pansharp_close(pansharp* library);
 
-/* Version of this library, and of the plug-in with the file it was loaded from; "" for null. The latter two
- * live until the plug-in is closed. */
+/** Version of this library, such as "1.2.3". */
 PANSHARP_API const char* pansharp_version(void);
+
+/** Version of the plug-in; "" for null. It lives until the plug-in is closed. */
 PANSHARP_API const char* pansharp_plugin_version(const pansharp* library);
+
+/** The file that the plug-in was loaded from; "" for null. It lives until the plug-in is closed. */
 PANSHARP_API const char* pansharp_plugin_path(const pansharp* library);
 
-/* Keyword of one of the plug-in's methods, counted from 0; null past the last. */
+/** Keyword of one of the plug-in's methods, counted from 0; null past the last. */
 PANSHARP_API const char* pansharp_method(const pansharp* library, uint32_t position);
 
-/* 'size' is sizeof(pansharp_job) as the caller knows it. Null is accepted. */
+/** Makes a job empty. 'size' is sizeof(pansharp_job) as the caller knows it. Null is accepted. */
 PANSHARP_API void pansharp_job_init(pansharp_job* job, size_t size);
 
+/** Fuses, and returns when all of the output is written, or with what went wrong. */
 PANSHARP_API pansharp_result pansharp_fuse(const pansharp* library, const pansharp_job* job, char* error,
                                            size_t error_size);
 

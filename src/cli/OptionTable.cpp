@@ -19,8 +19,13 @@ constexpr OptionEntry pluginOption = {"--plugin", "FILE", "the installed one, or
                                       advancedHeading, "the plug-in to run"};
 constexpr OptionEntry helpOption = {"-h,--help", "", "", helpHeading, "print this help"};
 
-constexpr OptionEntry methodOption = {"--method", "METHOD", "kova", fusionHeading,
-                                      "how to fuse; 'pansharp methods' lists what there is"};
+constexpr OptionEntry methodOption = {"--method",
+                                      "METHOD",
+                                      "kova",
+                                      fusionHeading,
+                                      "how to fuse; 'pansharp methods' lists what there is",
+                                      false,
+                                      "kova brovey ihs"};
 constexpr OptionEntry infraredOption = {
     "--infrared", "FILE[,band=N]", "", fusionHeading,
     "an infrared band that takes part in the simulated pan and is not written"};
@@ -72,8 +77,10 @@ constexpr OptionEntry sameCornerOption = {
 
 constexpr OptionEntry sharpenOptions[] = {
     {"-o,--output", "OUT", "", inputHeading, "the file to write; it appears only when it is complete"},
-    {"-f,--of", "FORMAT", "GTiff", inputHeading, "format of the output: GDAL's short name of a driver"},
-    {"--co", "NAME=VALUE", "", inputHeading, "creation option of the format, such as COMPRESS=DEFLATE", true},
+    {"-f,--of", "FORMAT", "GTiff", inputHeading, "format of the output: GDAL's short name of a driver", false,
+     "GTiff COG PNG JPEG JP2OpenJPEG HFA ENVI"},
+    {"--co", "NAME=VALUE", "", inputHeading, "creation option of the format, such as COMPRESS=DEFLATE", true,
+     "COMPRESS=DEFLATE COMPRESS=LZW COMPRESS=ZSTD PREDICTOR=2 BIGTIFF=YES NUM_THREADS=ALL_CPUS"},
     {"--overwrite", "", "", inputHeading, "replace the output if it exists"},
     {"--preview", "FILE.png", "", inputHeading,
      "make a picture of up to 512 x 512 pixels of the scene, too: pan, the multispectral bands merely "
@@ -117,7 +124,7 @@ constexpr OptionEntry sharpenOptions[] = {
     {"--set", "NAME=VALUE", "", advancedHeading,
      "a raw property of the process, set last; 'pansharp methods' lists them", true},
     {"--simd", "TARGET", "the best, or what PANSHARP_SIMD names", advancedHeading,
-     "vector instructions to use, or 'scalar'; the pixels do not depend on it"},
+     "vector instructions to use, or 'scalar'; the pixels do not depend on it", false, "scalar"},
     {"--settings", "FILE", "", advancedHeading,
      "an XML file of raw properties, one element each below its root; --set goes before it"},
     {"--status-xml", "FILE", "", advancedHeading,

@@ -16,6 +16,7 @@ struct OptionEntry {
     std::string_view heading;  ///< under which the help shows it
     std::string_view help;
     bool repeatable = false;
+    std::string_view choices = {}; ///< words that completion offers besides those that `value` spells out
 
     /// The long form, by which the program asks for it: "--output".
     [[nodiscard]] std::string_view Key() const;

@@ -16,11 +16,17 @@ class IReporter;
 class IObject {
 public:
     virtual ~IObject();
+    /// Takes the receiver of single errors; not owned, null for none.
     virtual int SetErrorHandler(IReporter* reporter) = 0;
+    /// Takes the receiver of whole statuses; not owned, null for none.
     virtual int SetStatusReporter(IReporter* reporter) = 0;
+    /// The properties as text, for people; empty on failure.
     virtual std::string ToString() = 0;
+    /// Sets a property; names match without regard to ASCII case.
     virtual int SetProperty(const std::string& name, const std::string& value) = 0;
+    /// The trimmed value of a property; empty when there is none.
     virtual std::string GetProperty(const std::string& name) = 0;
+    /// The reasons of what failed; good as long as the object.
     virtual const Fundament::Status& GetStatus() = 0;
 };
 

@@ -21,9 +21,13 @@ public:
     IRasterProcess& operator=(const IRasterProcess&);
     ~IRasterProcess() override;
 
+    /// Facts about the run, as of the last window; empty unless they were asked for. Lives as long as the
+    /// process.
     virtual const Global::NameValueMap& GetMetadata() = 0;
+    /// What the process does to its raster; all zero here.
     virtual ProcessModifierFlags GetModifierFlags() = 0;
     virtual int SetInputRaster(IRaster* raster) = 0; ///< not owned; null is refused
+    /// Transformers of positions that the process brings along, not owned; empty here.
     virtual std::vector<Mapwarp::FGeoTransformers*> GetGeoTransformer() = 0;
 };
 

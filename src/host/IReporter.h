@@ -8,6 +8,7 @@ namespace KOVA::Tessara::Global {
 class IReporter {
 public:
     virtual ~IReporter() = default;
+    /// Takes a status, which is good during the call only. What it answers goes back to who reported.
     virtual int Report(const Fundament::Status& status) = 0;
 };
 

@@ -13,6 +13,7 @@ namespace KOVA::Tessara::Global {
 /// Text-to-text map in which properties and metadata cross the border; names are compared byte for byte.
 class NameValueMap {
 public:
+    /// What holds the entries, in the order of the names.
     using Entries = std::map<std::string, std::string>;
 
     /// The value of a name, to read or to write; a missing name is inserted with an empty value.
@@ -20,9 +21,12 @@ public:
 
     /// The value, or null when there is no such name. Good until the entry is removed.
     [[nodiscard]] const std::string* Find(const std::string& name) const;
+    /// How many entries there are.
     [[nodiscard]] std::uint32_t GetCount() const { return static_cast<std::uint32_t>(entries.size()); }
 
+    /// The first entry, in the order of the names.
     [[nodiscard]] Entries::const_iterator begin() const { return entries.begin(); }
+    /// Past the last entry.
     [[nodiscard]] Entries::const_iterator end() const { return entries.end(); }
 
 private:

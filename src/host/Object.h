@@ -15,8 +15,10 @@ public:
     int SetErrorHandler(IReporter* reporter) override;   ///< null takes the handler away; returns 1
     int SetStatusReporter(IReporter* reporter) override; ///< null takes the reporter away; returns 1
     std::string ToString() override;                     ///< the properties as a flat element list
+    /// Returns 1, or 0 when memory runs out.
     int SetProperty(const std::string& name, const std::string& value) override;
     std::string GetProperty(const std::string& name) override; ///< empty when missing; adds nothing
+    /// The own status, good as long as the object.
     const Fundament::Status& GetStatus() override { return status; }
 
     /// Hands the own status to the status reporter. Returns its answer, 0 without a reporter.
@@ -27,8 +29,8 @@ public:
     virtual int Report(const char* source, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
 protected:
-    Fundament::PropertyLookUp properties;
-    Fundament::Status status;
+    Fundament::PropertyLookUp properties; ///< the settings
+    Fundament::Status status;             ///< what failed
 
 private:
     IReporter* errorHandler = nullptr;

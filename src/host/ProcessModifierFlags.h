@@ -6,8 +6,8 @@ namespace KOVA::Tessara::Pixmere {
 
 /// Two words that a process returns by value; all zero here.
 struct ProcessModifierFlags {
-    std::uint32_t word = 0;
-    std::uint16_t halfWord = 0;
+    std::uint32_t word = 0;     ///< not interpreted
+    std::uint16_t halfWord = 0; ///< not interpreted
 };
 
 } // namespace KOVA::Tessara::Pixmere

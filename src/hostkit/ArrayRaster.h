@@ -14,6 +14,7 @@ public:
     /// Takes other samples of the same image; the window becomes all that they cover.
     void SetBlock(const SampleBlock& block);
 
+    /// The samples of the row where they lie; null, with an item, outside the window.
     const unsigned char* GetRow(std::uint32_t row) override;
 
 private:

@@ -17,8 +17,10 @@ namespace hostkit {
 class ArrayWorkspace final : public KOVA::Tessara::Global::Object,
                              public KOVA::Tessara::Pixmere::IRasterWorkspace {
 public:
+    /// What describes an image.
     using RasterInfo = KOVA::Tessara::Pixmere::RasterInfo;
 
+    /// Chains deliver on this grid.
     explicit ArrayWorkspace(const RasterInfo& panGrid);
     ArrayWorkspace(const ArrayWorkspace&) = delete;
     ArrayWorkspace& operator=(const ArrayWorkspace&) = delete;
@@ -31,13 +33,16 @@ public:
     [[nodiscard]] std::uint32_t GetOutstandingChains() const;
 
     int Open(const std::string&) override { return 1; }
+    /// Null, with an item in `reasons`, when there is no image of that ID; the request counts at Initialize.
     KOVA::Tessara::Pixmere::IRasterProcessChain*
     GetProcessChain(const std::string& processRasterId, const std::string& imageId,
                     KOVA::Tessara::Pixmere::Aoi* aoi, KOVA::Tessara::Fundament::Status& reasons) override;
     int SetProperties(const KOVA::Tessara::Global::NameValueMap* map) override;
     const KOVA::Tessara::Global::NameValueMap& GetProperties() override { return settings; }
+    /// How many images it has.
     std::uint32_t GetImageCount() override { return static_cast<std::uint32_t>(images.size()); }
     std::string GetImageId(std::uint32_t position) override; ///< in the order of the IDs; empty past the end
+    /// 1 when there is an image of that ID.
     int HasImage(const std::string& imageId) override { return images.contains(imageId) ? 1 : 0; }
     const RasterInfo* GetImageInfo(const std::string& imageId) override;
     int Close() override;

@@ -20,8 +20,8 @@ struct EffectiveWeights {
 
 /// The bands that a run brings together.
 struct WeightedBands {
-    std::uint32_t multispectral = 0;
-    bool infrared = false;
+    std::uint32_t multispectral = 0; ///< how many
+    bool infrared = false;           ///< whether an infrared band takes part
 };
 
 /// The method of a plug-in by its keyword, in any letter case; an empty keyword names the first. Null, with

@@ -5,19 +5,21 @@
 /// Ids of the items that the host's rasters, chains, workspace and loader record.
 namespace hostkit::HostKitStatus {
 
-inline constexpr std::uint32_t WindowInvalid = 0xB001;
-inline constexpr std::uint32_t RowOutsideWindow = 0xB002;
-inline constexpr std::uint32_t RequestInvalid = 0xB003;
+inline constexpr std::uint32_t WindowInvalid = 0xB001;    ///< empty, or not within the pixels at hand
+inline constexpr std::uint32_t RowOutsideWindow = 0xB002; ///< a row that the window has not
+inline constexpr std::uint32_t RequestInvalid = 0xB003;   ///< a record that names no window of the grid
+/// the samples at hand do not reach as far as the window
 inline constexpr std::uint32_t SourceNotCovered = 0xB004;
-inline constexpr std::uint32_t DepthNotSupported = 0xB005;
-inline constexpr std::uint32_t NotInitialized = 0xB006;
-inline constexpr std::uint32_t NoSuchImage = 0xB007;
-inline constexpr std::uint32_t PluginNotFound = 0xB010;
-inline constexpr std::uint32_t PluginNotLoaded = 0xB011;
-inline constexpr std::uint32_t PluginLacksEntry = 0xB012;
-inline constexpr std::uint32_t PluginOfAnotherContract = 0xB013;
-inline constexpr std::uint32_t ProcessNotCreated = 0xB014;
-inline constexpr std::uint32_t NoSuchMethod = 0xB020;
+inline constexpr std::uint32_t DepthNotSupported = 0xB005; ///< neither 8 nor 16 bits
+inline constexpr std::uint32_t NotInitialized = 0xB006;    ///< a chain that is asked too early
+inline constexpr std::uint32_t NoSuchImage = 0xB007;       ///< no image of that ID in the workspace
+inline constexpr std::uint32_t PluginNotFound = 0xB010;    ///< no file of the plug-in where it was looked for
+inline constexpr std::uint32_t PluginNotLoaded = 0xB011;   ///< a file that is no library for this machine
+inline constexpr std::uint32_t PluginLacksEntry = 0xB012;  ///< a library that exports not all entry points
+inline constexpr std::uint32_t PluginOfAnotherContract = 0xB013; ///< built against another contract
+inline constexpr std::uint32_t ProcessNotCreated = 0xB014;       ///< the plug-in made no object
+inline constexpr std::uint32_t NoSuchMethod = 0xB020;            ///< no method of that keyword
+/// too many, too few, not finite, or of no use to the method
 inline constexpr std::uint32_t WeightsInvalid = 0xB021;
 
 } // namespace hostkit::HostKitStatus

@@ -10,6 +10,7 @@ namespace hostkit::LibraryFile {
 [[nodiscard]] void* Open(const std::string& path, std::string& reason);
 /// The address of an exported name, or null.
 [[nodiscard]] void* Find(void* handle, const char* name);
+/// Gives a handle back, which is not null.
 void Close(void* handle);
 
 /// The folder of the running program; empty when the platform does not say.

@@ -20,6 +20,7 @@ public:
     [[nodiscard]] bool Open(const RasterInfo& pan, const PixelRect& panWindow, const RasterInfo& sourceInfo,
                             const SampleBlock& source, const PixelMap& map, Resampling resampling);
 
+    /// Computes a row of the window; null, with an item, outside it. Good until the next row.
     const unsigned char* GetRow(std::uint32_t row) override;
     bool Find(std::uint32_t row, Reach* reach) override;
 

@@ -13,9 +13,10 @@ namespace hostkit {
 /// interpolated between four of them: a pixel's position depends on nothing but its number.
 class PixelMap {
 public:
+    /// A place on the source, in its pixels.
     struct Position {
         double x = 0.0; ///< between the centres of source pixels: 0 is the centre of the first
-        double y = 0.0;
+        double y = 0.0; ///< the same down
     };
 
     /// `points` row by row, `pointColumns` a row; not a number where a pan pixel has no place on the source.

@@ -30,6 +30,7 @@ public:
     PluginLibrary& operator=(const PluginLibrary&) = delete;
     ~PluginLibrary();
 
+    /// The path it was loaded from.
     [[nodiscard]] const std::string& GetPath() const { return path; }
     /// What the plug-in says of itself; lives as long as this object.
     [[nodiscard]] const PansharpDescription& GetDescription() const { return *description; }
@@ -57,12 +58,16 @@ public:
     /// Asks for an object with these properties; when none is made, this is empty and `status` has an item.
     Process(const PluginLibrary& plugin, const KOVA::Tessara::Global::NameValueMap& properties,
             KOVA::Tessara::Fundament::Status& status);
+    /// Leaves `other` empty.
     Process(Process&& other) noexcept;
     Process& operator=(Process&&) = delete;
     ~Process();
 
+    /// True when there is an object.
     explicit operator bool() const { return object != nullptr; }
+    /// The object, null when empty; good as long as this.
     KOVA::Tessara::Pixmere::IRasterProcess* operator->() const { return object; }
+    /// The object; not to be asked when empty.
     KOVA::Tessara::Pixmere::IRasterProcess& operator*() const { return *object; }
 
 private:

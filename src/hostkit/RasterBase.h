@@ -10,6 +10,7 @@ namespace hostkit {
 /// need no thought. A derived class supplies GetRow and says what window it can take.
 class RasterBase : public KOVA::Tessara::Global::Object, public KOVA::Tessara::Pixmere::IRaster {
 public:
+    /// What describes a raster.
     using RasterInfo = KOVA::Tessara::Pixmere::RasterInfo;
 
     RasterBase(const RasterBase&) = delete;
@@ -39,9 +40,9 @@ protected:
     /// Empties the status and records an item. Always false.
     bool Fail(std::uint32_t id, const std::string& message);
 
-    RasterInfo info;
+    RasterInfo info;     ///< of the whole raster
     PixelRect available; ///< the pixels that windows may cover
-    PixelRect window;
+    PixelRect window;    ///< the one that is set; within `available`
 
 private:
     const char* statusSource;

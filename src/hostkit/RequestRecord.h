@@ -23,6 +23,7 @@ namespace hostkit {
 [[nodiscard]] KOVA::Tessara::Pixmere::Aoi MakeRequest(const KOVA::Tessara::Pixmere::RasterInfo& grid,
                                                       const PixelRect& window, const std::string& srs = {});
 
+/// What a record asks for, found again.
 struct RequestedWindow {
     PixelRect rect;        ///< of the grid
     bool inPixels = false; ///< the request counts pixels: read from them as they are, nothing is resampled

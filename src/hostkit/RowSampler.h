@@ -28,14 +28,14 @@ public:
 
 /// What a sampler is made for.
 struct SamplerShape {
-    std::uint32_t bits = 0; ///< of a source sample, 8 or 16
-    std::uint32_t bands = 0;
+    std::uint32_t bits = 0;        ///< of a source sample, 8 or 16
+    std::uint32_t bands = 0;       ///< samples of a pixel
     std::uint32_t firstColumn = 0; ///< of the source block that it is going to be given
     /// Where the window's columns and rows lie on the source, and how many pixels that has.
     std::span<const kernels::GridPosition> columns;
-    std::span<const kernels::GridPosition> rows;
-    std::uint32_t sourceColumns = 0;
-    std::uint32_t sourceRows = 0;
+    std::span<const kernels::GridPosition> rows; ///< the same down
+    std::uint32_t sourceColumns = 0;             ///< pixels of the whole source
+    std::uint32_t sourceRows = 0;                ///< the same down
 };
 
 /// Bilinear sampling where all fractions are coarse binary ones works in whole numbers, several times faster

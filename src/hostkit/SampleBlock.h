@@ -9,14 +9,18 @@ namespace hostkit {
 
 /// A rectangle of pixels by absolute column and row; the ends are exclusive.
 struct PixelRect {
-    std::uint32_t col0 = 0;
-    std::uint32_t row0 = 0;
-    std::uint32_t col1 = 0;
-    std::uint32_t row1 = 0;
+    std::uint32_t col0 = 0; ///< first column
+    std::uint32_t row0 = 0; ///< first row
+    std::uint32_t col1 = 0; ///< end, exclusive
+    std::uint32_t row1 = 0; ///< end, exclusive
 
+    /// Pixels across; of a rectangle that is not empty.
     [[nodiscard]] std::uint32_t GetColumns() const { return col1 - col0; }
+    /// Pixels down; of a rectangle that is not empty.
     [[nodiscard]] std::uint32_t GetRows() const { return row1 - row0; }
+    /// True when it has no pixel.
     [[nodiscard]] bool IsEmpty() const { return col0 >= col1 || row0 >= row1; }
+    /// True when all of the other lies within this.
     [[nodiscard]] bool Contains(const PixelRect& other) const {
         return other.col0 >= col0 && other.row0 >= row0 && other.col1 <= col1 && other.row1 <= row1;
     }

@@ -17,15 +17,15 @@ namespace hostkit {
 /// Bands of an image that have a grid of their own.
 struct SourceGrid {
     KOVA::Tessara::Pixmere::RasterInfo info; ///< of these bands
-    SampleBlock block;
-    const PixelMap* map = nullptr;
+    SampleBlock block;             ///< the samples at hand; of the caller
+    const PixelMap* map = nullptr; ///< where pan lies on it; null when the grids run along each other
     std::vector<std::size_t> bands; ///< where they stand among all bands of the image, counted from 0
 };
 
 /// An image of a workspace: a description of the whole and samples of the part at hand.
 struct SourceImage {
-    KOVA::Tessara::Pixmere::RasterInfo info; ///< with all bands
-    SampleBlock block;
+    KOVA::Tessara::Pixmere::RasterInfo info;      ///< of the whole image, with all bands
+    SampleBlock block;                            ///< the samples at hand; of the caller
     Resampling resampling = Resampling::Bilinear; ///< whatever a chain is asked for
     const PixelMap* map = nullptr; ///< where pan lies on it; null when the grids run along each other
     /// Where the bands do not share one grid: all of them, in place of `block` and `map`. Such an image can
@@ -39,7 +39,9 @@ struct SourceImage {
 class SampledChain final : public KOVA::Tessara::Global::Object,
                            public KOVA::Tessara::Pixmere::IRasterProcessChain {
 public:
+    /// What describes an image.
     using RasterInfo = KOVA::Tessara::Pixmere::RasterInfo;
+    /// What a chain is asked with.
     using Aoi = KOVA::Tessara::Pixmere::Aoi;
 
     /// The samples of the image stay where they are until the chain is destroyed.

@@ -9,9 +9,10 @@ namespace hostkit {
 
 /// The grid axes between two images, found from their descriptions in map units.
 struct GridPlacement {
-    kernels::GridAxis across;
-    kernels::GridAxis down;
+    kernels::GridAxis across; ///< columns
+    kernels::GridAxis down;   ///< rows
 };
+/// How the pan grid lies on that of a source, both running along the map's axes.
 [[nodiscard]] GridPlacement PlaceGrids(const KOVA::Tessara::Pixmere::RasterInfo& pan,
                                        const KOVA::Tessara::Pixmere::RasterInfo& source);
 
@@ -22,10 +23,11 @@ struct GridPlacement {
 
 /// Where the pixels of a window of the pan grid lie on a source, and what a sampler of it is made for.
 struct WindowPlacement {
-    std::vector<kernels::GridPosition> columns;
-    std::vector<kernels::GridPosition> rows;
+    std::vector<kernels::GridPosition> columns; ///< of every column of the window
+    std::vector<kernels::GridPosition> rows;    ///< of every row
 
     WindowPlacement() = default;
+    /// Positions of a window of the pan grid.
     WindowPlacement(const GridPlacement& placement, const PixelRect& panWindow);
     /// Good for as long as this is; `block` is the part of the source at hand.
     [[nodiscard]] SamplerShape Shape(const KOVA::Tessara::Pixmere::RasterInfo& source,
@@ -52,6 +54,7 @@ public:
     [[nodiscard]] bool Open(const RasterInfo& pan, const PixelRect& panWindow, const RasterInfo& sourceInfo,
                             const SampleBlock& source, Resampling resampling = Resampling::Bilinear);
 
+    /// Computes a row of the window; null, with an item, outside it. Good until the next row.
     const unsigned char* GetRow(std::uint32_t row) override;
 
 private:

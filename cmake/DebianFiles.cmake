@@ -1,0 +1,25 @@
+# Before the packages are closed: pages compressed, and the two changelogs under Debian's names.
+function(compress file)
+  execute_process(COMMAND gzip -9nf "${file}" COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
+file(GLOB pages "${CPACK_TEMPORARY_DIRECTORY}/*/usr/share/man/man*/*.[1-9]")
+foreach(page IN LISTS pages)
+  compress("${page}")
+endforeach()
+
+set(doc "${CPACK_TEMPORARY_DIRECTORY}/runtime/usr/share/doc/pansharp")
+file(RENAME "${doc}/CHANGELOG.md" "${doc}/changelog")
+compress("${doc}/changelog")
+
+string(TIMESTAMP now "%a, %d %b %Y %H:%M:%S +0000" UTC)
+foreach(package runtime/usr/share/doc/pansharp development/usr/share/doc/libpansharp-dev)
+  set(file "${CPACK_TEMPORARY_DIRECTORY}/${package}/changelog.Debian")
+  file(WRITE "${file}" "pansharp (${CPACK_PACKAGE_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}) unstable; urgency=medium
+
+  * What has changed stands in changelog.gz of pansharp.
+
+ -- ${CPACK_PACKAGE_CONTACT}  ${now}
+")
+  compress("${file}")
+endforeach()

@@ -1,0 +1,222 @@
+#include "cli/CompletionText.h"
+
+#include "cli/OptionTable.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace cli {
+
+namespace {
+
+constexpr const char* made = "# Completion of the command pansharp. Made from its table of options.\n";
+
+std::vector<std::string> Split(std::string_view text, char separator) {
+    std::vector<std::string> parts(1);
+    for (const char c : text)
+        if (c == separator)
+            parts.emplace_back();
+        else
+            parts.back() += c;
+    return parts;
+}
+
+/// The words that may be the value as they stand: those of the table and, of "W1,W2,...|equal", "equal".
+std::string Choices(const OptionEntry& option) {
+    std::string words(option.choices);
+    for (const std::string& part : Split(option.value, '|'))
+        if (!part.empty() &&
+            std::all_of(part.begin(), part.end(), [](char c) { return c >= 'a' && c <= 'z'; }))
+            words += (words.empty() ? "" : " ") + part;
+    return words;
+}
+
+/// What the value is completed with when it has no choices.
+enum class Kind { Nothing, Files, Folders };
+
+Kind KindOf(const OptionEntry& option) {
+    if (option.value == "FOLDER") return Kind::Folders;
+    for (const std::string_view file : {"FILE", "OUT", "TRUTH", "PAN", "MS", "RUN.json"})
+        if (option.value == file || (file == "FILE" && option.value.starts_with(file))) return Kind::Files;
+    return Kind::Nothing;
+}
+
+std::string Join(const std::vector<std::string>& words, const char* separator) {
+    std::string text;
+    for (const std::string& word : words)
+        text += (text.empty() ? "" : separator) + word;
+    return text;
+}
+
+std::string OptionWords(const CommandEntry& command) {
+    std::vector<std::string> words;
+    for (const OptionEntry& option : command.options)
+        for (const std::string& name : Split(option.names, ','))
+            words.push_back(name);
+    return Join(words, " ");
+}
+
+std::string CommandWords() {
+    std::vector<std::string> words;
+    for (const CommandEntry& command : Commands())
+        words.emplace_back(command.name);
+    return Join(words, " ");
+}
+
+/// The lines of a bash "case" for the values of a command's options.
+std::string BashValues(const CommandEntry& command) {
+    std::string lines;
+    for (const OptionEntry& option : command.options) {
+        if (option.IsFlag()) continue;
+        std::vector<std::string> patterns;
+        for (const std::string& name : Split(option.names, ','))
+            patterns.push_back("'" + std::string(command.name) + " " + name + "'");
+        const std::string choices = Choices(option);
+        const Kind kind = KindOf(option);
+        lines += "        " + Join(patterns, " | ") + ") " +
+                 (!choices.empty()        ? "words='" + choices + "'"
+                  : kind == Kind::Files   ? "action=file"
+                  : kind == Kind::Folders ? "action=directory"
+                                          : "action=none") +
+                 " ;;\n";
+    }
+    return lines;
+}
+
+/// In a description within quotes and brackets, colons apart.
+std::string ZshText(std::string_view text) {
+    std::string escaped;
+    for (const char c : text) {
+        if (c == '\'')
+            escaped += "'\\'";
+        else if (c == '[' || c == ']' || c == ':' || c == '\\')
+            escaped += '\\';
+        escaped += c;
+    }
+    return escaped;
+}
+
+/// The help up to its first stop.
+std::string Brief(std::string_view help) {
+    std::string_view brief = help.substr(0, help.find(';'));
+    if (const auto stop = brief.find(". "); stop != std::string_view::npos) brief = brief.substr(0, stop);
+    return std::string(brief.ends_with('.') ? brief.substr(0, brief.size() - 1) : brief);
+}
+
+/// One argument of _arguments.
+std::string ZshOption(const OptionEntry& option) {
+    const std::vector<std::string> names = Split(option.names, ',');
+    const bool one = option.CountValues() == 1;
+    std::vector<std::string> forms;
+    for (const std::string& name : names)
+        forms.push_back(name + (!one ? "" : name.starts_with("--") ? "=" : "+"));
+    std::string text = option.repeatable ? "'*'" : "'(" + Join(names, " ") + ")'";
+    text += forms.size() > 1 ? "{" + Join(forms, ",") + "}" : forms.front();
+    text += "'[" + ZshText(Brief(option.help)) + "]";
+    if (!option.IsFlag()) {
+        const std::string choices = Choices(option);
+        const Kind kind = KindOf(option);
+        const std::string action = !choices.empty()        ? "(" + ZshText(choices) + ")"
+                                   : kind == Kind::Files   ? "_files"
+                                   : kind == Kind::Folders ? "_files -/"
+                                                           : " ";
+        for (const std::string& value : Split(option.value, ' '))
+            text += ":" + ZshText(value) + ":" + action;
+    }
+    return text + "'";
+}
+
+std::string ZshArguments(const CommandEntry& command, const char* indent) {
+    std::string text;
+    for (const OptionEntry& option : command.options)
+        text += " \\\n" + std::string(indent) + ZshOption(option);
+    return text;
+}
+
+} // namespace
+
+std::string BashCompletion() {
+    std::string commands, values;
+    for (const CommandEntry& command : Commands()) {
+        commands += "        " + std::string(command.name) + ") options='" + OptionWords(command) + "'" +
+                    (command.positionals.empty() ? "" : " action=file") + " ;;\n";
+        values += BashValues(command);
+    }
+    return std::string(made) + R"(
+_pansharp() {
+    local current previous command= options words= action=none i
+    COMPREPLY=()
+    # Readline takes "=" for a word of its own: --method=kova, COMPRESS=DEFLATE.
+    local -a line=()
+    for ((i = 1; i <= COMP_CWORD; ++i)); do
+        if ((i > 1)) && [[ ${COMP_WORDS[i]} == =* || ${COMP_WORDS[i - 1]} == = ]]; then
+            line[-1]+=${COMP_WORDS[i]}
+        else
+            line+=("${COMP_WORDS[i]}")
+        fi
+    done
+    current=${line[-1]} previous=
+    ((${#line[@]} > 1)) && previous=${line[-2]}
+    for i in "${line[@]:0:${#line[@]}-1}"; do
+        [[ $i == -* ]] || { command=$i; break; }
+    done
+    [[ $current != --*=* ]] || { previous=${current%%=*} current=${current#*=}; }
+
+    case $command in
+)" + commands +
+           "        '') words='" + CommandWords() + "' options='" + OptionWords(Program()) + R"(' ;;
+        *) return ;;
+    esac
+    case "$command $previous" in
+)" + values +
+           R"(        *) [[ $current != -* ]] || words=$options ;;
+    esac
+
+    if [[ -n $words ]]; then
+        mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
+        # What stands before "=" is on the line already.
+        [[ $current != *=* || $COMP_WORDBREAKS != *=* ]] || COMPREPLY=("${COMPREPLY[@]#"${current%=*}="}")
+    elif [[ $action != none ]]; then
+        compopt -o filenames 2>/dev/null
+        mapfile -t COMPREPLY < <(compgen -A "$action" -- "$current")
+    fi
+}
+complete -F _pansharp pansharp
+)";
+}
+
+std::string ZshCompletion() {
+    std::string described, cases;
+    for (const CommandEntry& command : Commands()) {
+        described +=
+            "                '" + std::string(command.name) + ":" + ZshText(Brief(command.summary)) + "'\n";
+        cases += "                " + std::string(command.name) + ") _arguments -s" +
+                 ZshArguments(command, "                    ");
+        if (!command.positionals.empty()) cases += " \\\n                    '*:raster:_files'";
+        cases += " ;;\n";
+    }
+    return "#compdef pansharp\n" + std::string(made) + R"(
+_pansharp() {
+    local context state state_descr line
+    typeset -A opt_args
+    _arguments -C)" +
+           ZshArguments(Program(), "        ") + R"( \
+        '1:command:->command' '*::argument:->argument'
+    case $state in
+        command)
+            local -a commands=(
+)" + described +
+           R"(            )
+            _describe command commands ;;
+        argument)
+            case $words[1] in
+)" + cases +
+           R"(            esac ;;
+    esac
+}
+
+_pansharp "$@"
+)";
+}
+
+} // namespace cli
