@@ -61,7 +61,8 @@ std::string Verdict(const CompareReport& report) {
 
 std::string NameOf(const CompareEntry& entry) {
     if (entry.IsPlain()) return "plain " + entry.method + " upsampling";
-    return entry.method + (entry.weights.empty() ? "" : ", " + entry.weights + " weights") + ", " + entry.resampling;
+    return entry.method + (entry.weights.empty() ? "" : ", " + entry.weights + " weights") + ", " +
+           entry.resampling;
 }
 
 std::string FormatAssessment(const AssessReport& report) {

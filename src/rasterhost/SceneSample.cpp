@@ -170,6 +170,7 @@ std::vector<PixelRect> ChooseBlocks(const Scene& scene, const SamplePlan& plan) 
     if (!CanBeSampled(scene)) return {};
     const bool isMapped = scene.multispectral->GetMap() != nullptr;
     const auto [across, down] = MapsOf(scene, hostkit::WholeImage(ms));
+    if (!(std::max(across.step, down.step) <= mostPanPixels)) return {};
     const auto columns = isMapped ? std::pair(0u, ms.cols) : WhollyOn(across, pan.cols, ms.cols);
     const auto rows = isMapped ? std::pair(0u, ms.rows) : WhollyOn(down, pan.rows, ms.rows);
     constexpr double smallSide = 12.0;
