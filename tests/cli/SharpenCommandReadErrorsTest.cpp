@@ -68,7 +68,7 @@ struct Case {
 
 // The block lies where only the run itself comes by, well after the output was begun. Pan rows 240 to 255 lie
 // between multispectral rows 119 and 128, of which the last is the first of the block.
-TEST(ReadErrors, InTheMiddleNameFileAndRows) {
+TEST(SharpenCommandReadErrors, InTheMiddleNameFileAndRows) {
     const Case cases[] = {
         {"pan.tif", {"rows 256 to 272 of 'pan.tif' cannot be read", "damaged"}},
         {"ms.tif", {"rows 119 to 129 of 'ms.tif' cannot be read", "damaged"}},

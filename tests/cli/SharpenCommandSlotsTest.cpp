@@ -52,7 +52,7 @@ pansharp_result FuseInMemory(char* error, std::size_t size) {
 
 } // namespace
 
-TEST(FailingPlugin, IsToldOfWhereverItFails) {
+TEST(SharpenCommandSlots, ThatFailAreToldOf) {
     const child::Folder folder;
     const scene::Pair pair(folder, 3, 8);
     const auto before = folder.List();
