@@ -290,6 +290,7 @@ void InputImage::SpreadOver(const RasterInfo& other) {
 
 void InputImage::Reorder(const std::vector<std::size_t>& order) {
     std::vector<SourceBand> reordered;
+    reordered.reserve(order.size());
     for (const std::size_t position : order)
         reordered.push_back(bands[position]);
     bands = std::move(reordered);

@@ -218,7 +218,8 @@ bool BlockSample::AddInfrared(const Scene& scene, std::optional<int> bitDepth, S
         return false;
     for (std::size_t pixel = 0; pixel < usable.size(); ++pixel) {
         const double column = rect.col0 + static_cast<double>(pixel % rect.GetColumns());
-        const double row = rect.row0 + static_cast<double>(pixel / rect.GetColumns());
+        const std::size_t rowOfBlock = pixel / rect.GetColumns();
+        const double row = rect.row0 + static_cast<double>(rowOfBlock);
         const auto mean = infrared.Mean(x.At(column), y.At(row), x.At(column + 1.0), y.At(row + 1.0));
         if (!mean) usable[pixel] = 0;
         samples[pixel * bands + bands - 1] = mean.value_or(0.0);
@@ -228,7 +229,8 @@ bool BlockSample::AddInfrared(const Scene& scene, std::optional<int> bitDepth, S
 
 std::optional<double> BlockSample::GetPan(std::size_t pixel, double right, double below, double grow) const {
     const double column = rect.col0 + static_cast<double>(pixel % rect.GetColumns()) + right;
-    const double row = rect.row0 + static_cast<double>(pixel / rect.GetColumns()) + below;
+    const std::size_t rowOfBlock = pixel / rect.GetColumns();
+    const double row = rect.row0 + static_cast<double>(rowOfBlock) + below;
     return pan.Mean(across.At(column - grow), down.At(row - grow), across.At(column + 1.0 + grow),
                     down.At(row + 1.0 + grow));
 }
