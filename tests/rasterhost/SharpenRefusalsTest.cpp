@@ -65,6 +65,9 @@ TEST_F(Refusals, WhatIsOnlyDeclared) {
     Refuse([&](SharpenRequest& r) { r.pan.file = vast; }, {"vast.vrt", "300000000 columns", "takes 300 MB"});
     for (const std::string& file : {nowhere, flat})
         Refuse([&](SharpenRequest& r) { r.pan.file = file; }, {file, "the position of", "gdal_edit.py"});
+    const std::string far = declare("far.vrt", "rasterXSize=\"900000\" rasterYSize=\"900000\"",
+                                    "500000,1e-3,0.0001,4000000,0.0001,-1e-3");
+    Refuse([&](SharpenRequest& r) { r.pan.file = far; }, {"far.vrt", "900000 x 900000", "gdalwarp"});
     Refuse([&](SharpenRequest& r) { r.mostMemory = std::uint64_t{20} << 20; },
            {"ms.tif", "there are 21 MB", "--window"});
 }
