@@ -12,7 +12,6 @@ inline constexpr std::uint32_t SourceNotCovered = 0xB004;
 inline constexpr std::uint32_t DepthNotSupported = 0xB005;
 inline constexpr std::uint32_t NotInitialized = 0xB006;
 inline constexpr std::uint32_t NoSuchImage = 0xB007;
-inline constexpr std::uint32_t OutOfMemory = 0xB008;
 inline constexpr std::uint32_t PluginNotFound = 0xB010;
 inline constexpr std::uint32_t PluginNotLoaded = 0xB011;
 inline constexpr std::uint32_t PluginLacksEntry = 0xB012;

@@ -53,52 +53,92 @@ const T* RowOf(const SampleBlock& source, std::uint32_t row) {
     return reinterpret_cast<const T*>(source.At(source.rect.col0, row, 0));
 }
 
-/// T is the sample type, V that of interpolated rows: double, or whole numbers.
-template <class T, class V>
+kernels::SimdTarget Target() {
+    static const kernels::SimdTarget target = kernels::ChosenSimdTarget();
+    return target;
+}
+
+template <class T>
 class BilinearSampler final : public RowSampler {
 public:
-    BilinearSampler(std::uint32_t bandCount, std::vector<BilinearTap> columns, std::vector<BilinearTap> rows,
-                    std::uint32_t stepsAcross, std::uint32_t stepsDown)
+    BilinearSampler(std::uint32_t bandCount, std::vector<BilinearTap> columns, std::vector<BilinearTap> rows)
         : bands(bandCount), columnTaps(std::move(columns)), rowTaps(std::move(rows)),
-          acrossSteps(stepsAcross), downSteps(stepsDown), samples(columnTaps.size() * bandCount),
-          acrossRow(kernels::ChooseAcrossRow<T, V>(bandCount)), across(samples) {}
+          samples(columnTaps.size() * bandCount), acrossRow(kernels::ChooseAcrossRow<T>(bandCount)),
+          across(samples) {}
 
     void Sample(std::uint32_t row, const SampleBlock& source, void* out) override {
         const BilinearTap& tap = rowTaps[row];
-        const V* first = Across(source, tap.first, tap);
-        const V* second = Across(source, tap.second, tap);
-        if constexpr (std::is_same_v<V, double>)
-            down(first, second, tap.fraction, samples, static_cast<T*>(out));
-        else
-            down(first, second, static_cast<std::uint32_t>(tap.fraction * downSteps), downSteps, acrossSteps,
-                 samples, static_cast<T*>(out));
+        const double* first = Across(source, tap.first, tap);
+        const double* second = Across(source, tap.second, tap);
+        down(first, second, tap.fraction, samples, static_cast<T*>(out));
     }
 
 private:
-    const V* Across(const SampleBlock& source, std::uint32_t number, const BilinearTap& tap) {
-        return across.Get(number, {tap.first, tap.second}, [&](V* values) {
-            acrossRow(RowOf<T>(source, number), columnTaps.data(), columnTaps.size(), bands, acrossSteps,
-                      values);
+    const double* Across(const SampleBlock& source, std::uint32_t number, const BilinearTap& tap) {
+        return across.Get(number, {tap.first, tap.second}, [&](double* values) {
+            acrossRow(RowOf<T>(source, number), columnTaps.data(), columnTaps.size(), bands, values);
         });
-    }
-
-    static auto ChooseDown() {
-        const kernels::SimdTarget target = kernels::ChosenSimdTarget();
-        if constexpr (std::is_same_v<V, double>)
-            return kernels::DownRowFor<T>(target);
-        else
-            return kernels::DownRowWholeFor<T>(target);
     }
 
     std::uint32_t bands;
     std::vector<BilinearTap> columnTaps;
     std::vector<BilinearTap> rowTaps;
+    std::size_t samples;
+    kernels::AcrossRow<T> acrossRow;
+    kernels::DownRow<T> down = kernels::DownRowFor<T>(Target());
+    AcrossRows<double, 2> across;
+};
+
+/// The same in whole numbers, for taps whose fractions are whole numbers of steps.
+template <class T>
+class WholeSampler final : public RowSampler {
+public:
+    WholeSampler(std::uint32_t bandCount, const std::vector<BilinearTap>& columns,
+                 std::vector<BilinearTap> rows, std::uint32_t stepsAcross, std::uint32_t stepsDown)
+        : bands(bandCount), rowTaps(std::move(rows)), acrossSteps(stepsAcross), downSteps(stepsDown),
+          samples(columns.size() * bandCount), across(samples + sizeof(kernels::Word)) {
+        const auto words = static_cast<std::uint32_t>(kernels::PixelWords<T>(bands));
+        firstOffset = columns.empty() ? 0 : columns.front().first;
+        std::uint32_t lastOffset = firstOffset;
+        for (const BilinearTap& tap : columns) {
+            lastOffset = std::max(lastOffset, tap.second);
+            columnTaps.push_back({(tap.first - firstOffset) / bands * words,
+                                  (tap.second - firstOffset) / bands * words,
+                                  static_cast<std::uint32_t>(tap.fraction * acrossSteps)});
+        }
+        spread.resize(((lastOffset - firstOffset) / bands + 1) * words);
+    }
+
+    void Sample(std::uint32_t row, const SampleBlock& source, void* out) override {
+        const BilinearTap& tap = rowTaps[row];
+        const Whole* first = Across(source, tap.first, tap);
+        const Whole* second = Across(source, tap.second, tap);
+        down(first, second, static_cast<std::uint32_t>(tap.fraction * downSteps), downSteps, acrossSteps,
+             samples, static_cast<T*>(out));
+    }
+
+private:
+    using Whole = kernels::WholeOf<T>;
+
+    const Whole* Across(const SampleBlock& source, std::uint32_t number, const BilinearTap& tap) {
+        return across.Get(number, {tap.first, tap.second}, [&](Whole* values) {
+            kernels::SpreadRow(RowOf<T>(source, number) + firstOffset,
+                               spread.size() / kernels::PixelWords<T>(bands), bands, spread.data());
+            kernels::AcrossWhole<T>(spread.data(), columnTaps.data(), columnTaps.size(), bands, acrossSteps,
+                                    values);
+        });
+    }
+
+    std::uint32_t bands;
+    std::vector<kernels::WholeTap> columnTaps;
+    std::vector<BilinearTap> rowTaps;
     std::uint32_t acrossSteps;
     std::uint32_t downSteps;
     std::size_t samples;
-    kernels::AcrossRow<T, V> acrossRow;
-    decltype(ChooseDown()) down = ChooseDown();
-    AcrossRows<V, 2> across;
+    std::uint32_t firstOffset = 0; ///< of the first source sample needed, in a row of the block
+    std::vector<kernels::Word> spread;
+    kernels::DownRowWhole<T> down = kernels::DownRowWholeFor<T>(Target());
+    AcrossRows<Whole, 2> across;
 };
 
 template <class T>
@@ -143,10 +183,8 @@ std::unique_ptr<RowSampler> MakeBilinear(const SamplerShape& shape) {
     const std::uint32_t across = kernels::WholeSteps(columns);
     const std::uint32_t down = kernels::WholeSteps(rows);
     if (across != 0 && down != 0)
-        return std::make_unique<BilinearSampler<T, kernels::WholeOf<T>>>(shape.bands, std::move(columns),
-                                                                         std::move(rows), across, down);
-    return std::make_unique<BilinearSampler<T, double>>(shape.bands, std::move(columns), std::move(rows),
-                                                        across, down);
+        return std::make_unique<WholeSampler<T>>(shape.bands, columns, std::move(rows), across, down);
+    return std::make_unique<BilinearSampler<T>>(shape.bands, std::move(columns), std::move(rows));
 }
 
 template <class T>

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
+#include <vector>
 
 namespace kernels {
 
@@ -10,23 +12,30 @@ namespace {
 double Blend(double a, double b, double fraction) { return a * (1.0 - fraction) + b * fraction; }
 
 // A band count known to the compiler unrolls the inner loop; 0 stands for any.
-template <class T, class V, std::uint32_t N>
+template <class T, std::uint32_t N>
 void Across(const T* source, const BilinearTap* taps, std::size_t pixels, std::uint32_t anyBands,
-            [[maybe_unused]] std::uint32_t steps, V* out) {
+            double* out) {
     const std::uint32_t bands = N != 0 ? N : anyBands;
-    for (std::size_t p = 0; p < pixels; ++p) {
+    for (std::size_t p = 0; p < pixels; ++p, out += bands) {
         const T* a = source + taps[p].first;
         const T* b = source + taps[p].second;
-        if constexpr (std::is_same_v<V, double>) {
-            const double fraction = taps[p].fraction;
-            for (std::uint32_t band = 0; band < bands; ++band)
-                out[band] = Blend(a[band], b[band], fraction);
-        } else {
-            const auto part = static_cast<std::uint32_t>(taps[p].fraction * steps);
-            for (std::uint32_t band = 0; band < bands; ++band)
-                out[band] = static_cast<V>(a[band] * (steps - part) + b[band] * part);
+        for (std::uint32_t band = 0; band < bands; ++band)
+            out[band] = Blend(a[band], b[band], taps[p].fraction);
+    }
+}
+
+// The last word of a pixel may reach into the next, which is written after it. 0 stands for any word count.
+template <std::size_t N>
+void BlendWords(const Word* source, const WholeTap* taps, std::size_t pixels, std::size_t anyWords,
+                std::size_t pixelBytes, std::uint32_t steps, unsigned char* out) {
+    const std::size_t words = N != 0 ? N : anyWords;
+    for (std::size_t p = 0; p < pixels; ++p, out += pixelBytes) {
+        const Word* a = source + taps[p].first;
+        const Word* b = source + taps[p].second;
+        for (std::size_t i = 0; i < words; ++i) {
+            const Word blend = a[i] * (steps - taps[p].part) + b[i] * taps[p].part;
+            std::memcpy(out + i * sizeof(Word), &blend, sizeof(Word));
         }
-        out += bands;
     }
 }
 
@@ -55,19 +64,55 @@ std::uint32_t WholeSteps(std::span<const BilinearTap> taps) {
     return steps;
 }
 
-template <class T, class V>
-AcrossRow<T, V> ChooseAcrossRow(std::uint32_t bands) {
+template <class T>
+AcrossRow<T> ChooseAcrossRow(std::uint32_t bands) {
     switch (bands) {
     case 1:
-        return &Across<T, V, 1>;
+        return &Across<T, 1>;
     case 3:
-        return &Across<T, V, 3>;
+        return &Across<T, 3>;
     case 4:
-        return &Across<T, V, 4>;
+        return &Across<T, 4>;
     case 8:
-        return &Across<T, V, 8>;
+        return &Across<T, 8>;
     default:
-        return &Across<T, V, 0>;
+        return &Across<T, 0>;
+    }
+}
+
+template <class T>
+void SpreadRow(const T* source, std::size_t pixels, std::uint32_t bands, Word* out) {
+    const std::size_t words = PixelWords<T>(bands);
+    const bool isFull = bands * sizeof(WholeOf<T>) == words * sizeof(Word);
+    if (isFull) {
+        constexpr std::size_t samples = sizeof(Word) / sizeof(WholeOf<T>);
+        for (std::size_t i = 0; i < pixels * words; ++i) {
+            WholeOf<T> values[samples];
+            std::copy_n(source + i * samples, samples, values);
+            std::memcpy(out + i, values, sizeof(Word));
+        }
+        return;
+    }
+    std::vector<WholeOf<T>> pixel(words * sizeof(Word) / sizeof(WholeOf<T>));
+    for (std::size_t p = 0; p < pixels; ++p) {
+        std::copy_n(source + p * bands, bands, pixel.begin());
+        std::memcpy(out + p * words, pixel.data(), words * sizeof(Word));
+    }
+}
+
+template <class T>
+void AcrossWhole(const Word* source, const WholeTap* taps, std::size_t pixels, std::uint32_t bands,
+                 std::uint32_t steps, WholeOf<T>* out) {
+    const std::size_t words = PixelWords<T>(bands);
+    const std::size_t pixelBytes = bands * sizeof(WholeOf<T>);
+    auto* bytes = reinterpret_cast<unsigned char*>(out);
+    switch (words) {
+    case 1:
+        return BlendWords<1>(source, taps, pixels, words, pixelBytes, steps, bytes);
+    case 2:
+        return BlendWords<2>(source, taps, pixels, words, pixelBytes, steps, bytes);
+    default:
+        return BlendWords<0>(source, taps, pixels, words, pixelBytes, steps, bytes);
     }
 }
 
@@ -90,10 +135,14 @@ template unsigned char BilinearSample(unsigned char, unsigned char, unsigned cha
                                       double);
 template unsigned short BilinearSample(unsigned short, unsigned short, unsigned short, unsigned short, double,
                                        double);
-template AcrossRow<unsigned char, double> ChooseAcrossRow(std::uint32_t);
-template AcrossRow<unsigned short, double> ChooseAcrossRow(std::uint32_t);
-template AcrossRow<unsigned char, WholeOf<unsigned char>> ChooseAcrossRow(std::uint32_t);
-template AcrossRow<unsigned short, WholeOf<unsigned short>> ChooseAcrossRow(std::uint32_t);
+template AcrossRow<unsigned char> ChooseAcrossRow(std::uint32_t);
+template AcrossRow<unsigned short> ChooseAcrossRow(std::uint32_t);
+template void SpreadRow(const unsigned char*, std::size_t, std::uint32_t, Word*);
+template void SpreadRow(const unsigned short*, std::size_t, std::uint32_t, Word*);
+template void AcrossWhole<unsigned char>(const Word*, const WholeTap*, std::size_t, std::uint32_t,
+                                         std::uint32_t, WholeOf<unsigned char>*);
+template void AcrossWhole<unsigned short>(const Word*, const WholeTap*, std::size_t, std::uint32_t,
+                                          std::uint32_t, WholeOf<unsigned short>*);
 template void DownRowScalar(const double*, const double*, double, std::size_t, unsigned char*);
 template void DownRowScalar(const double*, const double*, double, std::size_t, unsigned short*);
 template void DownRowWholeScalar(const WholeOf<unsigned char>*, const WholeOf<unsigned char>*, std::uint32_t,

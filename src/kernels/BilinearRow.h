@@ -40,16 +40,42 @@ using WholeOf = std::conditional_t<sizeof(T) == 1, std::uint16_t, std::uint32_t>
 /// samples.
 [[nodiscard]] std::uint32_t WholeSteps(std::span<const BilinearTap> taps);
 
-/// Interpolates one source row across: writes exactly pixels * bands values, of 0 to the largest sample, or
-/// that times `steps` in whole numbers. Reads the samples that the taps name. V is double (`steps` is not
-/// read) or WholeOf<T>.
-template <class T, class V>
+/// Interpolates one source row across: writes exactly pixels * bands values of 0 to the largest sample. Reads
+/// the samples that the taps name.
+template <class T>
 using AcrossRow = void (*)(const T* source, const BilinearTap* taps, std::size_t pixels, std::uint32_t bands,
-                           std::uint32_t steps, V* out);
+                           double* out);
 
 /// The version for a band count. Asked once a window, not once a row.
-template <class T, class V>
-[[nodiscard]] AcrossRow<T, V> ChooseAcrossRow(std::uint32_t bands);
+template <class T>
+[[nodiscard]] AcrossRow<T> ChooseAcrossRow(std::uint32_t bands);
+
+/// The same in whole numbers: a word holds as many samples side by side, each with room for 16 times the
+/// largest, and one multiplication serves them all.
+using Word = std::uint64_t;
+
+/// Words that hold a pixel of so many bands.
+template <class T>
+[[nodiscard]] constexpr std::size_t PixelWords(std::uint32_t bands) {
+    return (bands * sizeof(WholeOf<T>) + sizeof(Word) - 1) / sizeof(Word);
+}
+
+/// A tap as offsets in words, and the whole number of steps from the first to the second.
+struct WholeTap {
+    std::uint32_t first = 0;
+    std::uint32_t second = 0;
+    std::uint32_t part = 0;
+};
+
+/// Takes the samples of a source row apart: writes pixels * PixelWords words.
+template <class T>
+void SpreadRow(const T* source, std::size_t pixels, std::uint32_t bands, Word* out);
+
+/// Interpolates a spread row across: writes pixels * bands values of `steps` times the samples, and up to
+/// sizeof(Word) bytes of no meaning behind them.
+template <class T>
+void AcrossWhole(const Word* source, const WholeTap* taps, std::size_t pixels, std::uint32_t bands,
+                 std::uint32_t steps, WholeOf<T>* out);
 
 /// Blends two interpolated rows of `samples` values and stores them rounded half up.
 template <class T>

@@ -4,6 +4,8 @@
 #include "kernels/Store.h"
 
 #include <algorithm>
+#include <cmath>
+#include <type_traits>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "kernels/IhsRowSimd.cpp"
@@ -74,19 +76,113 @@ HWY_INLINE V Clamp(D d, V x) {
     return hn::Min(hn::IfThenElseZero(hn::Ge(x, hn::Zero(d)), x), hn::Set(d, maxSample<T>));
 }
 
-/// Fuses a block of planes in place; planes from the fifth on stay as they are.
+// A new value V keeps the proportions of the three bands: the result is V * max * band / largest but for
+// rounding. Where a band is the largest it is V * max rounded, since then its hue lies on the end of a sector
+// exactly; the others err by a few roundings, of float with 8 bits and of double with 16.
 template <class T>
-HWY_ATTR void IhsBlock(T* planes, const T* HWY_RESTRICT pan, const BandWeights& bands) {
+struct IhsWay {
+    using Real = std::conditional_t<sizeof(T) == 1, float, double>;
+    static constexpr Real nearWhole = sizeof(T) == 1 ? Real(1.0 / 8192) : Real(1.0 / (1 << 30));
+    static constexpr double mostWeight = 1024.0;
+
+    explicit IhsWay(const BandWeights& bandWeights)
+        : bands(bandWeights), hasInfrared(bands.msBands > 3),
+          infraredWeight(hasInfrared ? bands.weights[3] / maxSample<T> : 0.0),
+          isQuick(!hasInfrared || std::fabs(bands.weights[3]) <= mostWeight) {}
+
+    /// V * max of a block, as it is and as it is stored.
+    HWY_ATTR void FindValues(const T* planes, const T* HWY_RESTRICT pan, Real* HWY_RESTRICT values,
+                             T* HWY_RESTRICT stored) const {
+        const hn::ScalableTag<double> d;
+        const hn::Rebind<Real, decltype(d)> dReal;
+        for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
+            auto value = hn::Mul(LoadReal(d, pan + i), hn::Set(d, 1.0 / maxSample<T>));
+            if (hasInfrared)
+                value = hn::Sub(
+                    value, hn::Mul(LoadReal(d, planes + 3 * blockPixels + i), hn::Set(d, infraredWeight)));
+            value = hn::IfThenElseZero(hn::Gt(value, hn::Zero(d)), value);
+            const auto x = hn::Mul(value, hn::Set(d, maxSample<T>));
+            StoreTruncatedLanes(d, Clamp<T>(d, x), stored + i);
+            if constexpr (sizeof(T) == 1)
+                hn::Store(hn::DemoteTo(dReal, x), dReal, values + i);
+            else
+                hn::Store(x, d, values + i);
+        }
+    }
+
+    HWY_ATTR bool Quick(T* planes, const T* HWY_RESTRICT pan, Doubts& doubts) const {
+        if (!isQuick) return false;
+        HWY_ALIGN Real values[blockPixels];
+        HWY_ALIGN T stored[blockPixels];
+        FindValues(planes, pan, values, stored);
+        if (bands.outputBands > 3)
+            return QuickBands(planes, values, stored, doubts) && AddFourth(planes, pan, blockPixels);
+        return QuickBands(planes, values, stored, doubts);
+    }
+
+    HWY_ATTR bool QuickBands(T* planes, const Real* HWY_RESTRICT values, const T* HWY_RESTRICT stored,
+                             Doubts& doubts) const {
+        const hn::ScalableTag<Real> d;
+        const auto zero = hn::Zero(d);
+        const auto least = hn::Set(d, Real(0.5));
+        const auto most = hn::Set(d, static_cast<Real>(maxSample<T>) + Real(0.5));
+        const auto near = hn::Set(d, nearWhole);
+        for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
+            const auto load = [&](std::uint32_t band)
+                                  HWY_ATTR { return LoadReal(d, planes + band * blockPixels + i); };
+            const auto largest = hn::Max(load(0), hn::Max(load(1), load(2)));
+            const auto value = hn::Load(d, values + i);
+            const auto whole = LoadReal(d, stored + i);
+            const auto ratio = hn::Div(value, hn::Max(largest, hn::Set(d, Real(1))));
+            auto doubt = hn::Lt(zero, zero);
+            for (std::uint32_t c = 0; c < 3; ++c) {
+                T* samples = planes + c * blockPixels + i;
+                const auto isLargest = hn::Eq(load(c), largest);
+                // Beyond these limits the sample is 0 or the largest possible whatever the error.
+                const auto x = hn::Min(hn::Max(hn::Mul(load(c), ratio), least), most);
+                doubt = hn::Or(doubt, hn::AndNot(isLargest, hn::Lt(hn::Abs(hn::Sub(x, hn::Round(x))), near)));
+                StoreTruncatedLanes(d, hn::IfThenElse(isLargest, whole, x), samples);
+            }
+            AddDoubts(d, doubt, i, doubts);
+        }
+        return doubts.count <= mostDoubts;
+    }
+
+    /// The fourth band from the three new ones.
+    HWY_ATTR bool AddFourth(T* planes, const T* HWY_RESTRICT pan, std::size_t pixels) const {
+        const hn::ScalableTag<double> d;
+        for (std::size_t i = 0; i < pixels; i += hn::Lanes(d)) {
+            const auto load = [&](std::uint32_t band)
+                                  HWY_ATTR { return LoadReal(d, planes + band * blockPixels + i); };
+            const auto infrared = hn::Mul(load(3), hn::Set(d, infraredWeight));
+            const auto sum = hn::Add(hn::Add(load(0), load(1)), load(2)); // exact in any order
+            const auto fourth =
+                hn::Add(hn::Sub(LoadReal(d, pan + i), hn::Div(sum, hn::Set(d, 3.0))), infrared);
+            StoreTruncatedLanes(d, Clamp<T>(d, fourth), planes + 3 * blockPixels + i);
+        }
+        return true;
+    }
+
+    HWY_ATTR void Exact(T* planes, const T* HWY_RESTRICT pan, std::size_t pixels) const;
+
+    const BandWeights& bands;
+    bool hasInfrared;
+    double infraredWeight;
+    bool isQuick;
+};
+
+/// By the operations of the definition; planes from the fifth on stay as they are.
+template <class T>
+HWY_ATTR void IhsWay<T>::Exact(T* planes, const T* HWY_RESTRICT pan, std::size_t pixels) const {
     const hn::ScalableTag<double> d;
     using V = hn::Vec<decltype(d)>;
     const V unit = hn::Set(d, 1.0 / maxSample<T>);
     const V most = hn::Set(d, maxSample<T>);
-    const bool hasInfrared = bands.msBands > 3;
-    const V weight = hn::Set(d, hasInfrared ? bands.weights[3] / maxSample<T> : 0.0);
-    for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
+    const V weight = hn::Set(d, infraredWeight);
+    for (std::size_t i = 0; i < pixels; i += hn::Lanes(d)) {
         const auto plane = [&](std::uint32_t band) { return planes + band * blockPixels + i; };
-        const auto load = [&](std::uint32_t band) HWY_ATTR { return LoadAsDouble(d, plane(band)); };
-        const V panSample = LoadAsDouble(d, pan + i);
+        const auto load = [&](std::uint32_t band) HWY_ATTR { return LoadReal(d, plane(band)); };
+        const V panSample = LoadReal(d, pan + i);
         V infrared = hn::Zero(d);
         if (hasInfrared) infrared = hn::Mul(load(3), weight);
         V value = hn::Sub(hn::Mul(panSample, unit), infrared);
@@ -96,19 +192,14 @@ HWY_ATTR void IhsBlock(T* planes, const T* HWY_RESTRICT pan, const BandWeights& 
         StoreTruncatedLanes(d, Clamp<T>(d, hn::Mul(rgb.r, most)), plane(0));
         StoreTruncatedLanes(d, Clamp<T>(d, hn::Mul(rgb.g, most)), plane(1));
         StoreTruncatedLanes(d, Clamp<T>(d, hn::Mul(rgb.b, most)), plane(2));
-        if (bands.outputBands > 3) {
-            const V sum = hn::Add(hn::Add(load(0), load(1)), load(2)); // of whole numbers, exact in any order
-            const V fourth = hn::Add(hn::Sub(panSample, hn::Div(sum, hn::Set(d, 3.0))), infrared);
-            StoreTruncatedLanes(d, Clamp<T>(d, fourth), plane(3));
-        }
     }
+    if (bands.outputBands > 3) AddFourth(planes, pan, pixels);
 }
 
 template <class T>
 HWY_ATTR void IhsRow(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands) {
     if (bands.msBands > mostBands) return IhsRowScalar(ms, pan, out, pixels, bands);
-    FuseBlocks(ms, pan, out, pixels, bands,
-               [&](T* planes, const T* panBlock) HWY_ATTR { IhsBlock(planes, panBlock, bands); });
+    FuseBlocks(ms, pan, out, pixels, bands, IhsWay<T>(bands));
 }
 
 void IhsRow8(const unsigned char* ms, const unsigned char* pan, unsigned char* out, std::size_t pixels,

@@ -12,111 +12,162 @@
 // Highway asks for this order.
 #include <hwy/highway.h>
 
-#include "kernels/Planes-inl.h"
+#include "kernels/Words-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kernels {
 namespace HWY_NAMESPACE {
 
 // Every output band of a pixel is round(clamp(ms + d)), which is clamp(ms + r) for the whole number
-// r = floor(d + 1/2), whenever the two roundings on the way cannot carry ms + d across a half:
-//  - |d| < 2^20, so that both are at most 2^-33, and
-//  - d lies farther than 2^-30 from a half, or exactly on one, where nothing is rounded.
-// The first depends on the weights alone. Where a pixel fails the second, its block takes the long way.
+// r = floor(d + 1/2), whenever d is known well enough to tell r and the roundings on the way cannot carry
+// ms + d across a half.
+//
+// In double, d is that of the definition. With |d| < 2^20 the roundings of ms + d are at most 2^-33, and they
+// can do harm only where d lies nearer than 2^-30 to a half, and not exactly on one.
 constexpr double mostShift = 1048576.0;
 constexpr double nearHalf = 1.0 / (1 << 30);
 
-template <class T>
-using ShiftOf = std::conditional_t<sizeof(T) == 1, std::int16_t, std::int32_t>;
+// In float, for 8-bit samples, all is exact when every weight is a whole number of 2^-10 and no sum reaches
+// 2^13. With other weights of magnitude W together, d errs by at most
+//
+//     2^-24 * 256 * (W [weights] + (bands + 1) * W [products and sums] + 2 * (1 + W) [d and d + 1/2])
+//
+// of which twice as much is allowed for.
+constexpr double exactUnit = 1024.0;
+constexpr double mostExact = 8192.0;
+constexpr double mostFloatError = 1.0 / 64;
 
-/// True when no pixel can have a difference of mostShift or more.
+/// What the weights allow; made once a row.
 template <class T>
-bool BoundsShifts(const BandWeights& bands) {
-    double most = maxSample<T>;
-    for (std::uint32_t band = 0; band < bands.msBands; ++band)
-        most += std::fabs(bands.weights[band]) * maxSample<T>;
-    return most < mostShift;
-}
+struct KovaWay {
+    explicit KovaWay(const BandWeights& bandWeights) : bands(bandWeights) {
+        double magnitude = 0.0;
+        bool isExact = true;
+        for (std::uint32_t band = 0; band < bands.msBands; ++band) {
+            const double weight = bands.weights[band];
+            magnitude += std::fabs(weight);
+            isExact = isExact && weight * exactUnit == std::floor(weight * exactUnit);
+        }
+        isBounded = maxSample<T> * (magnitude + 1.0) < mostShift;
+        hasWords = isBounded;
+        if (sizeof(T) != 1 || !isBounded) return;
+        isExact = isExact && maxSample<T> * (magnitude + 1.0) < mostExact;
+        const double error = isExact ? 0.0 : ((bands.msBands + 4) * magnitude + 2.0) / 32768.0;
+        isFloat = error < mostFloatError;
+        hasWords = isFloat;
+        farthest = static_cast<float>(0.5 - error);
+        for (std::uint32_t band = 0; isFloat && band < bands.msBands; ++band)
+            floatWeights[band] = static_cast<float>(bands.weights[band]);
+    }
 
-/// Shifts of a block of pixels; false when some pixel lies too near to a half.
-template <class T>
-HWY_ATTR bool BlockShifts(const T* HWY_RESTRICT planes, const T* HWY_RESTRICT pan, const BandWeights& bands,
-                          ShiftOf<T>* HWY_RESTRICT shifts) {
-    const hn::ScalableTag<double> d;
-    const hn::Rebind<std::int32_t, decltype(d)> d32;
-    const hn::Rebind<ShiftOf<T>, decltype(d)> dShift;
-    const auto half = hn::Set(d, 0.5);
-    auto least = half;
-    auto most = half;
-    for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
-        const auto s = WeightedSum(d, planes + i, bands.weights, bands.msBands);
-        const auto difference = hn::Sub(LoadAsDouble(d, pan + i), s);
+    /// The whole shifts of some pixels from their differences.
+    template <class D>
+    HWY_INLINE auto Shifts(D d, hn::Vec<D> difference, std::size_t firstPixel, Doubts& doubts) const {
+        const auto half = hn::Set(d, hn::TFromD<D>{0.5});
         const auto shift = hn::Floor(hn::Add(difference, half));
-        const auto above =
-            hn::Sub(difference, hn::Sub(shift, half)); // the half below, in [0, 1] but for rounding
-        least = hn::Min(least, hn::IfThenElse(hn::Eq(above, hn::Zero(d)), half, above));
-        most = hn::Max(most, above);
-        const auto whole = hn::DemoteTo(d32, shift);
-        if constexpr (sizeof(T) == 1)
-            hn::Store(hn::DemoteTo(dShift, whole), dShift,
-                      shifts + i); // saturated, far outside a sample's range
+        // How far above the half below, in [0, 1] but for rounding.
+        const auto above = hn::Sub(difference, hn::Sub(shift, half));
+        const auto fromMiddle = hn::Abs(hn::Sub(above, half));
+        if constexpr (sizeof(hn::TFromD<D>) == 4)
+            AddDoubts(d, hn::Gt(fromMiddle, hn::Set(d, farthest)), firstPixel, doubts);
         else
-            hn::Store(whole, dShift, shifts + i);
+            AddDoubts(d, hn::And(hn::Gt(fromMiddle, hn::Set(d, 0.5 - nearHalf)), hn::Ne(above, hn::Zero(d))),
+                      firstPixel, doubts);
+        return shift;
     }
-    return hn::AllTrue(
-        d, hn::And(hn::Gt(least, hn::Set(d, nearHalf)), hn::Lt(most, hn::Set(d, 1.0 - nearHalf))));
-}
 
-/// clamp(ms + shift) for a plane of 8-bit samples.
-HWY_ATTR void ShiftPlane(unsigned char* plane, const std::int16_t* HWY_RESTRICT shifts) {
-    const hn::ScalableTag<std::int16_t> d16;
-    const hn::Rebind<std::uint8_t, decltype(d16)> d8;
-    for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d16)) {
-        const auto sum =
-            hn::SaturatedAdd(hn::PromoteTo(d16, hn::LoadU(d8, plane + i)), hn::Load(d16, shifts + i));
-        hn::StoreU(hn::DemoteTo(d8, sum), d8, plane + i);
+#if HWY_TARGET != HWY_SCALAR
+    template <class D, class S, class V>
+    HWY_INLINE S Words(D d, S samples, const FourBands<V>& of, V pan, std::size_t firstPixel,
+                       Doubts& doubts) const {
+        const hn::Repartition<T, D> dSample;
+        const auto limit = [&](V x) HWY_ATTR {
+            const auto most = hn::Set(d, static_cast<hn::TFromD<D>>(maxSample<T>));
+            return RepeatLowest<T>(d, ToWords(d, hn::Min(hn::Max(x, hn::Zero(d)), most)));
+        };
+        const auto shift = Shifts(d, hn::Sub(pan, SumOfBands(d, of, Weights(d))), firstPixel, doubts);
+        return hn::SaturatedSub(hn::SaturatedAdd(samples, limit(shift)), limit(hn::Neg(shift)));
     }
-}
+#endif
 
-HWY_ATTR void ShiftPlane(unsigned short* plane, const std::int32_t* HWY_RESTRICT shifts) {
-    const hn::ScalableTag<std::int32_t> d32;
-    const hn::Rebind<std::uint16_t, decltype(d32)> d16;
-    for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d32)) {
-        const auto sum = hn::Add(hn::PromoteTo(d32, hn::LoadU(d16, plane + i)), hn::Load(d32, shifts + i));
-        hn::StoreU(hn::DemoteTo(d16, sum), d16, plane + i);
+    template <class D>
+    const auto* Weights(D /*d*/) const {
+        if constexpr (sizeof(hn::TFromD<D>) == 4)
+            return static_cast<const float*>(floatWeights);
+        else
+            return bands.weights;
     }
-}
 
-/// round(clamp(ms + d)) in double, for any weights.
-template <class T>
-HWY_ATTR void AddDifferences(T* planes, const T* HWY_RESTRICT pan, const BandWeights& bands) {
-    const hn::ScalableTag<double> d;
-    for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
-        const auto s = WeightedSum(d, planes + i, bands.weights, bands.msBands);
-        const auto difference = hn::Sub(LoadAsDouble(d, pan + i), s);
-        for (std::uint32_t c = 0; c < bands.outputBands; ++c) {
-            T* samples = planes + c * blockPixels + i;
-            const auto x = hn::Add(LoadAsDouble(d, samples), difference);
-            const auto positive = hn::IfThenElseZero(hn::Ge(x, hn::Zero(d)), x); // not-a-number stores 0
-            const auto clamped = hn::Min(positive, hn::Set(d, maxSample<T>));
-            StoreTruncatedLanes(d, hn::Add(clamped, hn::Set(d, 0.5)), samples);
+    /// Shifts of a block, upward and downward; one of the two is 0.
+    template <class Real>
+    HWY_ATTR void BlockShifts(const T* planes, const T* pan, const Real* weights, T* up, T* down,
+                              Doubts& doubts) const {
+        const hn::ScalableTag<Real> d;
+        const hn::Rebind<T, decltype(d)> narrow;
+        for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
+            const auto s = WeightedSum(d, planes + i, weights, bands.msBands);
+            const auto shift = TruncateReal(d, Shifts(d, hn::Sub(LoadReal(d, pan + i), s), i, doubts));
+            hn::StoreU(hn::DemoteTo(narrow, shift), narrow, up + i); // saturated
+            hn::StoreU(hn::DemoteTo(narrow, hn::Neg(shift)), narrow, down + i);
         }
     }
-}
+
+    HWY_ATTR void ShiftPlanes(T* planes, const T* up, const T* down) const {
+        const hn::ScalableTag<T> d;
+        for (std::uint32_t c = 0; c < bands.outputBands; ++c, planes += blockPixels)
+            for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
+                const auto raised = hn::SaturatedAdd(hn::LoadU(d, planes + i), hn::Load(d, up + i));
+                hn::StoreU(hn::SaturatedSub(raised, hn::Load(d, down + i)), d, planes + i);
+            }
+    }
+
+    HWY_ATTR bool Quick(T* planes, const T* pan, Doubts& doubts) const {
+        HWY_ALIGN T up[blockPixels];
+        HWY_ALIGN T down[blockPixels];
+        bool isFound = false;
+        if constexpr (sizeof(T) == 1)
+            if (isFloat) {
+                BlockShifts(planes, pan, floatWeights, up, down, doubts);
+                isFound = doubts.count <= mostDoubts;
+            }
+        if (!isFound) {
+            if (!isBounded) return false;
+            doubts.count = 0;
+            BlockShifts(planes, pan, bands.weights, up, down, doubts);
+            if (doubts.count > mostDoubts) return false;
+        }
+        ShiftPlanes(planes, up, down);
+        return true;
+    }
+
+    /// round(clamp(ms + d)) in double, for any weights.
+    HWY_ATTR void Exact(T* planes, const T* HWY_RESTRICT pan, std::size_t pixels) const {
+        const hn::ScalableTag<double> d;
+        for (std::size_t i = 0; i < pixels; i += hn::Lanes(d)) {
+            const auto s = WeightedSum(d, planes + i, bands.weights, bands.msBands);
+            const auto difference = hn::Sub(LoadReal(d, pan + i), s);
+            for (std::uint32_t c = 0; c < bands.outputBands; ++c) {
+                T* samples = planes + c * blockPixels + i;
+                const auto x = hn::Add(LoadReal(d, samples), difference);
+                const auto positive = hn::IfThenElseZero(hn::Ge(x, hn::Zero(d)), x); // not-a-number stores 0
+                const auto clamped = hn::Min(positive, hn::Set(d, maxSample<T>));
+                StoreTruncatedLanes(d, hn::Add(clamped, hn::Set(d, 0.5)), samples);
+            }
+        }
+    }
+
+    const BandWeights& bands;
+    bool isBounded = false;
+    bool isFloat = false;
+    bool hasWords = false;
+    float farthest = 0.5F; ///< from the middle between two halves without doubt
+    float floatWeights[mostBands] = {};
+};
 
 template <class T>
 HWY_ATTR void KovaRow(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands) {
     if (bands.msBands > mostBands) return KovaRowScalar(ms, pan, out, pixels, bands);
-    const bool bounded = BoundsShifts<T>(bands);
-    FuseBlocks(ms, pan, out, pixels, bands, [&](T* planes, const T* panBlock) HWY_ATTR {
-        HWY_ALIGN ShiftOf<T> shifts[blockPixels];
-        if (bounded && BlockShifts(planes, panBlock, bands, shifts)) {
-            for (std::uint32_t c = 0; c < bands.outputBands; ++c)
-                ShiftPlane(planes + c * blockPixels, shifts);
-        } else {
-            AddDifferences(planes, panBlock, bands);
-        }
-    });
+    FuseFast(ms, pan, out, pixels, bands, KovaWay<T>(bands));
 }
 
 void KovaRow8(const unsigned char* ms, const unsigned char* pan, unsigned char* out, std::size_t pixels,

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 HWY_BEFORE_NAMESPACE();
 namespace kernels {
@@ -150,47 +151,104 @@ HWY_ATTR void Interleave(const T* HWY_RESTRICT planes, std::uint32_t bands, T* H
     }
 }
 
-/// As many samples as a double vector has lanes, as doubles.
+/// As many samples as a vector of D, of float or double, has lanes, as real numbers.
 template <class D, class T>
-HWY_INLINE hn::Vec<D> LoadAsDouble(D d, const T* samples) {
+HWY_INLINE hn::Vec<D> LoadReal(D d, const T* samples) {
     const hn::Rebind<std::int32_t, D> d32;
     const hn::Rebind<T, D> narrow;
-    return hn::PromoteTo(d, hn::PromoteTo(d32, hn::LoadU(narrow, samples)));
+    const auto whole = hn::PromoteTo(d32, hn::LoadU(narrow, samples));
+    if constexpr (sizeof(hn::TFromD<D>) == 4)
+        return hn::ConvertTo(d, whole);
+    else
+        return hn::PromoteTo(d, whole);
 }
 
-/// The whole parts of doubles in [0, largest sample + 1), as samples.
-template <class D, class T>
-HWY_INLINE void StoreTruncatedLanes(D /*d*/, hn::Vec<D> x, T* samples) {
+/// Numbers whose whole parts 32 bits hold, as those.
+template <class D>
+HWY_INLINE auto TruncateReal(D /*d*/, hn::Vec<D> x) {
     const hn::Rebind<std::int32_t, D> d32;
+    if constexpr (sizeof(hn::TFromD<D>) == 4)
+        return hn::ConvertTo(d32, x);
+    else
+        return hn::DemoteTo(d32, x);
+}
+
+/// The whole parts of numbers in [0, largest sample + 1), as samples.
+template <class D, class T>
+HWY_INLINE void StoreTruncatedLanes(D d, hn::Vec<D> x, T* samples) {
     const hn::Rebind<T, D> narrow;
-    if constexpr (sizeof(T) == 1) {
-        const hn::Rebind<std::int16_t, D> d16;
-        hn::StoreU(hn::DemoteTo(narrow, hn::DemoteTo(d16, hn::DemoteTo(d32, x))), narrow, samples);
-    } else {
-        hn::StoreU(hn::DemoteTo(narrow, hn::DemoteTo(d32, x)), narrow, samples);
-    }
+    hn::StoreU(hn::DemoteTo(narrow, TruncateReal(d, x)), narrow, samples);
 }
 
 /// The weighted sum of the bands of some pixels, in the order of the definition, one rounding an operation.
 template <class D, class T>
-HWY_INLINE hn::Vec<D> WeightedSum(D d, const T* planes, const double* weights, std::uint32_t bands) {
+HWY_INLINE hn::Vec<D> WeightedSum(D d, const T* planes, const hn::TFromD<D>* weights, std::uint32_t bands) {
     auto s = hn::Zero(d);
     for (std::uint32_t band = 0; band < bands; ++band)
-        s = hn::Add(s, hn::Mul(LoadAsDouble(d, planes + band * blockPixels), hn::Set(d, weights[band])));
+        s = hn::Add(s, hn::Mul(LoadReal(d, planes + band * blockPixels), hn::Set(d, weights[band])));
     return s;
 }
 
-/// Fuses a row in blocks: `fuse` gets the planes of a block's multispectral bands and its pan samples, and
-/// leaves the output bands in the first planes. The rest of the row goes through copies, so that exactly the
-/// row's samples are read and written. For at most mostBands bands.
-template <class T, class Fuse>
+/// Pixels of a block, found by a quick way, whose result is in doubt: the definition decides about them.
+struct Doubts {
+    std::uint8_t pixels[blockPixels];
+    std::size_t count = 0;
+};
+
+/// With more doubts than this in a block, the long way for all of it takes less time.
+inline constexpr std::size_t mostDoubts = 24;
+
+template <class D, class M>
+HWY_INLINE void AddDoubts(D d, M doubt, std::size_t firstPixel, Doubts& doubts) {
+    if (HWY_LIKELY(hn::AllFalse(d, doubt))) return;
+    alignas(8) std::uint8_t bytes[8] = {};
+    hn::StoreMaskBits(d, doubt, bytes);
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, bytes, sizeof bits);
+    for (std::size_t lane = 0; lane < hn::Lanes(d); ++lane)
+        if (bits >> lane & 1) doubts.pixels[doubts.count++] = static_cast<std::uint8_t>(firstPixel + lane);
+}
+
+/// Fuses the pixels of a block that are in doubt once more, by the definition, and puts them in their places.
+template <class T, class Way>
+HWY_ATTR void Decide(const T* ms, const T* pan, T* out, const BandWeights& bands, const Doubts& doubts,
+                     const Way& way) {
+    if (doubts.count == 0) return;
+    HWY_ALIGN T planes[mostBands * blockPixels] = {};
+    HWY_ALIGN T panOfPlanes[blockPixels] = {};
+    for (std::size_t i = 0; i < doubts.count; ++i) {
+        const std::size_t p = doubts.pixels[i];
+        for (std::uint32_t band = 0; band < bands.msBands; ++band)
+            planes[band * blockPixels + i] = ms[p * bands.msBands + band];
+        panOfPlanes[i] = pan[p];
+    }
+    way.Exact(planes, panOfPlanes, doubts.count);
+    for (std::size_t i = 0; i < doubts.count; ++i)
+        for (std::uint32_t band = 0; band < bands.outputBands; ++band)
+            out[doubts.pixels[i] * bands.outputBands + band] = planes[band * blockPixels + i];
+}
+
+/// Fuses a row in blocks of planes and leaves the output bands in the first planes. `way` has
+///
+///     bool Quick(T* planes, const T* pan, Doubts&) const;    false: not for these weights or samples
+///     void Exact(T* planes, const T* pan, std::size_t pixels) const;      by the definition
+///
+/// The rest of the row goes through copies, so that exactly the row's samples are read and written. For at
+/// most mostBands bands.
+template <class T, class Way>
 HWY_ATTR void FuseBlocks(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands,
-                         const Fuse& fuse) {
+                         const Way& way) {
     const auto block = [&](const T* msBlock, const T* panBlock, T* outBlock) HWY_ATTR {
         HWY_ALIGN T planes[mostBands * blockPixels];
+        Doubts doubts;
         Deinterleave(msBlock, bands.msBands, planes);
-        fuse(planes, panBlock);
+        if (!way.Quick(planes, panBlock, doubts)) {
+            doubts.count = 0;
+            Deinterleave(msBlock, bands.msBands, planes);
+            way.Exact(planes, panBlock, blockPixels);
+        }
         Interleave(planes, bands.outputBands, outBlock);
+        Decide(msBlock, panBlock, outBlock, bands, doubts, way);
     };
     std::size_t p = 0;
     for (; p + blockPixels <= pixels; p += blockPixels)

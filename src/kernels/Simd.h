@@ -16,7 +16,7 @@ using SimdTarget = std::int64_t;
 [[nodiscard]] std::string SimdTargetName(SimdTarget target);
 
 /// The target in use: the best one, unless the environment variable PANSHARP_SIMD names another that can run
-/// here.
+/// here. In a virtual machine the processor takes as long to answer as a small window to fuse: ask once.
 [[nodiscard]] SimdTarget ChosenSimdTarget();
 
 } // namespace kernels

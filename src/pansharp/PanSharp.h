@@ -1,8 +1,10 @@
 #pragma once
 
 #include "kernels/FusionRow.h"
+#include "kernels/Simd.h"
 #include "pxl/ImageBase.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -63,6 +65,8 @@ public:
     /// Reads "outputNBands" (default 3), "BandWeight-1" ... (default 1 / bands; a text that is no number is
     /// 0) and "AdditionalBandWeight", which replaces the weight of the last band.
     virtual bool Init(InputImage* multispectral, InputImage* pan);
+    /// The vector target for the next Init, of those that can run here; without it Init chooses.
+    void UseSimdTarget(kernels::SimdTarget target) { simdTarget = target; }
     virtual bool Reset(); ///< releases what Init made; the status becomes empty, with source "Pansharp"
     virtual ~PanSharp();
 
@@ -81,6 +85,10 @@ protected:
     /// The last part of Init: the output's colour space and row buffer, and the kernel that GetRow runs with
     /// `bandWeights`, one a multispectral band.
     void FinishInit(kernels::FuseRow<T> kernel);
+
+    [[nodiscard]] kernels::SimdTarget GetSimdTarget() const {
+        return simdTarget ? *simdTarget : kernels::ChosenSimdTarget();
+    }
 
     InputImage* msImage = nullptr;
     InputImage* panImage = nullptr;
@@ -105,6 +113,7 @@ private:
     std::uint32_t windowFirstRow = 0;
     std::uint32_t nextRow = 0;
     kernels::FuseRow<T> fuseRow = nullptr;
+    std::optional<kernels::SimdTarget> simdTarget;
 };
 
 template <class T>

@@ -205,6 +205,7 @@ bool PansharpRaster::CreateFusion() {
     // As published by Init: the host reads rows of that many bands, whatever it has set since.
     image.properties["outputNBands"] = FormatString("%lu", ULong{info.bandsPerPixel});
     image.EnableMetadata(generateMetadata);
+    image.UseSimdTarget(simdTarget);
     if (!image.Init(pipeline.msSource, &pipeline.panImage))
         return Fail(ProcessStatus::PanSharpImageFailed, "PXL::PanSharp initialization failed", &image.status);
     if (generateMetadata) ExportPropertiesToMap(image.GetMetadata(), metadata, false, {}, {});

@@ -34,6 +34,7 @@ int PansharpRaster::InitProcess() {
     Reset();
     generateMetadata = Fundament::StringToBool(properties["generateMetadata"], false);
     method = properties["Method"];
+    simdTarget = kernels::ChosenSimdTarget();
     panRaster = inputRaster;
     if (!panRaster) return Fail(ProcessStatus::NoInputRaster, "No Input Raster.");
     if (panRaster->Init() == 0)

@@ -3,6 +3,7 @@
 #include "host/Aoi.h"
 #include "host/IRasterProcessChain.h"
 #include "host/IRasterWorkspace.h"
+#include "kernels/Simd.h"
 #include "operators/ImageViaBinaryRowOperator.h"
 #include "pansharp/PanSharp.h"
 #include "plugin/RasterProcess.h"
@@ -109,6 +110,7 @@ private:
     int (PansharpRaster::*metadataCollector)() = nullptr;
     std::uint32_t boundBits = 0; ///< depth that they are bound for
 
+    kernels::SimdTarget simdTarget = 0;
     std::string method;
     std::string processRasterId;
     std::string msImageId;

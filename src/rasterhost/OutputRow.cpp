@@ -8,17 +8,20 @@ namespace rasterhost {
 
 namespace {
 
+/// True when some sample was perhaps changed.
 template <class T>
-void LimitSamples(T* samples, std::size_t count, const OutputRules& rules) {
+bool LimitSamples(T* samples, std::size_t count, const OutputRules& rules) {
     const auto largest = static_cast<T>(rules.largest);
-    if (largest != std::numeric_limits<T>::max())
+    const bool isLimited = largest != std::numeric_limits<T>::max();
+    if (isLimited)
         for (std::size_t i = 0; i < count; ++i)
             samples[i] = std::min(samples[i], largest);
-    if (!rules.noData) return;
+    if (!rules.noData) return isLimited;
     const auto taken = static_cast<T>(*rules.noData);
     const auto other = static_cast<T>(taken >= largest ? taken - 1 : taken + 1);
     for (std::size_t i = 0; i < count; ++i)
         samples[i] = samples[i] == taken ? other : samples[i];
+    return true;
 }
 
 /// Makes room for the last band and fills it.
@@ -46,8 +49,9 @@ void MakeOutputRow(const T* fused, const unsigned char* valid, std::size_t colum
         const std::size_t count = (end - first) * bands;
         if (isValid) {
             std::copy_n(fused + first * bands, count, run);
-            LimitSamples(run, count, rules);
-            CountLimits(run, end - first, static_cast<T>(rules.largest), tally);
+            // The fused row is still in the processor's cache; rows of tiles lie far apart.
+            const T* counted = LimitSamples(run, count, rules) ? run : fused + first * bands;
+            CountLimits(counted, end - first, static_cast<T>(rules.largest), tally);
         } else {
             std::fill_n(run, count, none);
         }

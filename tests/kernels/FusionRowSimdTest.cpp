@@ -104,19 +104,58 @@ TEST(FusionSimd, EveryTargetGivesTheBytesOfTheDefinition) {
     }
 }
 
-TEST(FusionSimd, EveryEightBitResultOfTwoBandsIsRight) {
-    // All pairs of a band and pan, for weights that put the sum on, just below and just above a half.
+namespace {
+
+struct Pixels {
+    std::uint32_t bands = 1;
     std::vector<unsigned char> ms, pan;
+};
+
+/// All pairs of a band and pan.
+Pixels AllPairs() {
+    Pixels pixels;
     for (unsigned pair = 0; pair < 65536; ++pair) {
-        ms.push_back(static_cast<unsigned char>(pair >> 8));
-        pan.push_back(static_cast<unsigned char>(pair & 255));
+        pixels.ms.push_back(static_cast<unsigned char>(pair >> 8));
+        pixels.pan.push_back(static_cast<unsigned char>(pair & 255));
     }
-    std::vector<unsigned char> expected(ms.size()), actual(ms.size());
-    for (const double weight : {0.5, 0.5 + 1e-16, 0.5 - 1e-16, 1.0 / 3, 0.1, 0.7, -0.3, 1e6, -1e300})
-        for (const SimdTarget target : SimdTargets()) {
-            const BandWeights bands{&weight, 1, 1};
-            KovaRowFor<unsigned char>(0)(ms.data(), pan.data(), expected.data(), ms.size(), bands);
-            KovaRowFor<unsigned char>(target)(ms.data(), pan.data(), actual.data(), ms.size(), bands);
-            EXPECT_EQ(actual, expected) << weight << " " << SimdTargetName(target);
-        }
+    return pixels;
+}
+
+/// All pairs of the largest band and another, the third at either or 0, in every order, with many pans.
+Pixels ManyColours() {
+    Pixels pixels{3, {}, {}};
+    unsigned n = 0;
+    for (unsigned largest = 0; largest < 256; ++largest)
+        for (unsigned other = 0; other <= largest; ++other)
+            for (unsigned pan = n % 13; pan < 256; pan += 13, ++n) {
+                const unsigned third[] = {0, other, largest, (largest + other) / 2};
+                const unsigned rgb[] = {largest, other, third[n / 3 % 4]};
+                for (unsigned band = 0; band < 3; ++band)
+                    pixels.ms.push_back(static_cast<unsigned char>(rgb[(band + n) % 3]));
+                pixels.pan.push_back(static_cast<unsigned char>(pan));
+            }
+    return pixels;
+}
+
+void CompareEvery(const Kernel<unsigned char>& kernel, const Pixels& pixels, double weight) {
+    const std::vector<double> weights(pixels.bands, weight);
+    const BandWeights bands{weights.data(), pixels.bands, pixels.bands};
+    std::vector<unsigned char> expected(pixels.ms.size()), actual(pixels.ms.size());
+    kernel.rowFor(0)(pixels.ms.data(), pixels.pan.data(), expected.data(), pixels.pan.size(), bands);
+    for (const SimdTarget target : SimdTargets()) {
+        kernel.rowFor(target)(pixels.ms.data(), pixels.pan.data(), actual.data(), pixels.pan.size(), bands);
+        EXPECT_TRUE(actual == expected) << kernel.name << " " << weight << " " << SimdTargetName(target);
+    }
+}
+
+} // namespace
+
+// Weights that put sums on, just below and just above a half, and quotients on and beside whole numbers.
+TEST(FusionSimd, EveryEightBitResultIsRight) {
+    const Pixels pairs = AllPairs();
+    for (const double weight : {0.5, 0.5 + 1e-16, 0.5 - 1e-16, 1.0, 1.0 / 3, 0.1, 0.7, -0.3, 1e6, -1e300}) {
+        CompareEvery(allKernels<unsigned char>[0], pairs, weight);
+        CompareEvery(allKernels<unsigned char>[1], pairs, weight);
+    }
+    CompareEvery(allKernels<unsigned char>[2], ManyColours(), 0.0);
 }

@@ -1,0 +1,172 @@
+// What a window costs a pixel through the plug-in, from SetWindow to the last GetRow: 256 x 256, as image
+// servers ask for, against one window of the whole image. The samples are in memory, so that neither reads a
+// file. Windows are compared with the whole first; with --verify nothing is timed.
+//
+//     window_bench [--verify] [PATH OF Pansharp.process]
+#include "hostkit/ArrayRaster.h"
+#include "hostkit/ArrayWorkspace.h"
+#include "hostkit/PluginLibrary.h"
+#include "hostkit/RequestRecord.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+using hostkit::PixelRect;
+using KOVA::Tessara::Fundament::Status;
+using KOVA::Tessara::Global::NameValueMap;
+using KOVA::Tessara::Pixmere::IRasterWorkspace;
+using KOVA::Tessara::Pixmere::RasterInfo;
+
+constexpr std::uint32_t columns = 4096;
+constexpr std::uint32_t rows = 1024;
+constexpr std::uint32_t ratio = 4;
+constexpr std::uint32_t bands = 4;
+constexpr std::uint32_t small = 256;
+
+struct Image {
+    Image(std::uint32_t width, std::uint32_t height, std::uint32_t bandCount, std::uint32_t bits,
+          double pixelSize) {
+        info.cols = width;
+        info.rows = height;
+        info.bandsPerPixel = bandCount;
+        info.bitsPerBand = bits;
+        info.pixelSizeX = info.pixelSizeY = pixelSize;
+        info.xMax = width * pixelSize;
+        info.yMin = -(height * pixelSize);
+        std::mt19937 random(bandCount);
+        samples.resize(std::size_t{width} * height * hostkit::PixelBytes(info));
+        for (unsigned char& sample : samples)
+            sample = static_cast<unsigned char>(random());
+    }
+    [[nodiscard]] hostkit::SourceImage Wrap() const {
+        return {info, {samples.data(), info.cols * hostkit::PixelBytes(info), hostkit::WholeImage(info)}};
+    }
+    RasterInfo info;
+    std::vector<unsigned char> samples;
+};
+
+class Bench {
+public:
+    Bench(const hostkit::PluginLibrary& plugin, const char* method, std::uint32_t bits)
+        : pan(columns, rows, 1, bits, 1.0), ms(columns / ratio, rows / ratio, bands, bits, ratio),
+          panRaster(pan.info, pan.Wrap().block), workspace(pan.info),
+          request(hostkit::MakeRequest(pan.info, hostkit::WholeImage(pan.info))),
+          process(plugin, Properties(method), status) {
+        workspace.SetImage("ms", ms.Wrap());
+        if (!process) Stop(status);
+        process->SetInputRaster(&panRaster);
+        process->SetWorkspace(static_cast<IRasterWorkspace*>(&workspace));
+        process->SetAoi(&request);
+        if (process->Init() == 0) Stop(process->GetStatus());
+        fused.resize(std::size_t{columns} * rows * hostkit::PixelBytes(ms.info));
+    }
+
+    /// Seconds for the whole image in windows of a size; the rows are looked at by `take`.
+    template <class Take>
+    double Run(std::uint32_t width, std::uint32_t height, const Take& take) {
+        const auto start = std::chrono::steady_clock::now();
+        for (std::uint32_t row = 0; row < rows; row += height)
+            for (std::uint32_t column = 0; column < columns; column += width) {
+                request = hostkit::MakeRequest(pan.info, {column, row, column + width, row + height});
+                if (process->SetWindow(column, row, column + width, row + height) == 0)
+                    Stop(process->GetStatus());
+                for (std::uint32_t r = row; r < row + height; ++r) {
+                    const unsigned char* samples = process->GetRow(r);
+                    if (!samples) Stop(process->GetStatus());
+                    take(samples, column, r, width * hostkit::PixelBytes(ms.info));
+                }
+            }
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    }
+
+    bool Verify() {
+        const std::size_t pixelBytes = hostkit::PixelBytes(ms.info);
+        const auto place = [&](std::uint32_t column, std::uint32_t row) {
+            return fused.data() + (std::size_t{row} * columns + column) * pixelBytes;
+        };
+        Run(columns, rows,
+            [&](const unsigned char* samples, std::uint32_t column, std::uint32_t row, std::size_t bytes) {
+                std::memcpy(place(column, row), samples, bytes);
+            });
+        bool isRight = true;
+        Run(small, small,
+            [&](const unsigned char* samples, std::uint32_t column, std::uint32_t row, std::size_t bytes) {
+                isRight = isRight && std::memcmp(place(column, row), samples, bytes) == 0;
+            });
+        return isRight;
+    }
+
+    /// Median nanoseconds a pixel of windows of 256 x 256 and of the whole, taken in turn.
+    std::pair<double, double> Time() {
+        const auto ignore = [](const unsigned char*, std::uint32_t, std::uint32_t, std::size_t) {};
+        constexpr std::size_t trials = 21;
+        std::vector<double> smallTimes, wholeTimes;
+        for (std::size_t trial = 0; trial < trials; ++trial) {
+            smallTimes.push_back(Run(small, small, ignore));
+            wholeTimes.push_back(Run(columns, rows, ignore));
+        }
+        const auto median = [](std::vector<double>& times) {
+            std::sort(times.begin(), times.end());
+            return times[times.size() / 2] * 1e9 / columns / rows;
+        };
+        return {median(smallTimes), median(wholeTimes)};
+    }
+
+private:
+    static NameValueMap Properties(const char* method) {
+        NameValueMap properties;
+        properties["Method"] = method;
+        properties["MSImageID"] = "ms";
+        properties["outputNBands"] = std::to_string(bands);
+        return properties;
+    }
+
+    [[noreturn]] static void Stop(const Status& reasons) {
+        std::fprintf(stderr, "%s\n", reasons.ToText().c_str());
+        std::exit(1);
+    }
+
+    Image pan, ms;
+    Status status;
+    hostkit::ArrayRaster panRaster;
+    hostkit::ArrayWorkspace workspace;
+    KOVA::Tessara::Pixmere::Aoi request;
+    hostkit::Process process;
+    std::vector<unsigned char> fused;
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const bool isTimed = argc < 2 || std::strcmp(argv[1], "--verify") != 0;
+    const int pathAt = isTimed ? 1 : 2;
+    Status status;
+    const std::string path = hostkit::FindPlugin(argc > pathAt ? argv[pathAt] : "", status);
+    const auto plugin = path.empty() ? nullptr : hostkit::PluginLibrary::Load(path, status);
+    if (!plugin) {
+        std::fprintf(stderr, "%s\n", status.ToText().c_str());
+        return 1;
+    }
+    bool isRight = true;
+    for (const char* method : {"KOVA", "Brovey", "IHS"})
+        for (const std::uint32_t bits : {8u, 16u}) {
+            Bench bench(*plugin, method, bits);
+            if (!bench.Verify()) {
+                std::fprintf(stderr, "%s, %u bits: small windows give other bytes than the whole\n", method,
+                             bits);
+                isRight = false;
+            } else if (isTimed) {
+                const auto [windows, whole] = bench.Time();
+                std::printf("%s %u bits: 256 x 256 %.2f ns a pixel, whole %.2f, ratio %.2f\n", method, bits,
+                            windows, whole, windows / whole);
+            }
+        }
+    return isRight ? 0 : 1;
+}

@@ -1,0 +1,136 @@
+// Included once for every vector target (see Highway's foreach_target.h); a helper of the fusing kernels.
+#if defined(PANSHARP_WORDS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef PANSHARP_WORDS_INL_H
+#undef PANSHARP_WORDS_INL_H
+#else
+#define PANSHARP_WORDS_INL_H
+#endif
+
+#include "kernels/Planes-inl.h"
+
+#include <bit>
+#include <type_traits>
+
+/// The commonest pixels, of four bands in and out, are fused without taking the bands apart: a pixel is one
+/// word of 32 or 64 bits, with the first band lowest, and as long as the real number that is worked with.
+HWY_BEFORE_NAMESPACE();
+namespace kernels {
+namespace HWY_NAMESPACE {
+
+inline constexpr std::uint32_t wordBands = 4;
+
+template <class T>
+using RealOfWord = std::conditional_t<sizeof(T) == 1, float, double>;
+
+#if HWY_TARGET != HWY_SCALAR
+
+template <class D>
+using WordsOf = hn::RebindToUnsigned<D>;
+
+/// Added to a whole number of [0, 2^23) or [0, 2^52), leaves its bits lowest.
+template <class Real>
+inline constexpr Real lowestUnit = sizeof(Real) == 4 ? Real(1 << 23) : Real(std::uint64_t{1} << 52);
+
+/// Whole numbers within the pixel range, as the lowest bits of words; the bits above are 0.
+template <class D>
+HWY_INLINE hn::Vec<WordsOf<D>> ToWords(D d, hn::Vec<D> whole) {
+    const WordsOf<D> dWord;
+    const auto unit = hn::Set(d, lowestUnit<hn::TFromD<D>>);
+    return hn::Xor(hn::BitCast(dWord, hn::Add(whole, unit)), hn::BitCast(dWord, unit));
+}
+
+/// One band of the pixels.
+template <std::uint32_t Band, class D>
+HWY_INLINE hn::Vec<D> BandOfWords(D d, hn::Vec<WordsOf<D>> words) {
+    using Real = hn::TFromD<D>;
+    constexpr int bits = sizeof(Real) * 2;
+    const WordsOf<D> dWord;
+    const hn::RebindToSigned<D> dSigned;
+    auto band = hn::ShiftRight<static_cast<int>(Band) * bits>(words);
+    if constexpr (Band + 1 < wordBands)
+        band = hn::And(band, hn::Set(dWord, (hn::TFromD<WordsOf<D>>{1} << bits) - 1));
+    if constexpr (sizeof(Real) == 4) return hn::ConvertTo(d, hn::BitCast(dSigned, band));
+    const auto unit = hn::Set(d, lowestUnit<Real>);
+    return hn::Sub(hn::BitCast(d, hn::Or(band, hn::BitCast(dWord, unit))), unit);
+}
+
+template <class V>
+struct FourBands {
+    V bands[wordBands];
+};
+
+/// The weighted sum in the order of the definition.
+template <class D, class V>
+HWY_INLINE V SumOfBands(D d, const FourBands<V>& of, const hn::TFromD<D>* weights) {
+    V s =
+        hn::Mul(of.bands[0], hn::Set(d, weights[0])); // from 0.0 up: adding that to it changes nothing stored
+    for (std::uint32_t band = 1; band < wordBands; ++band)
+        s = hn::Add(s, hn::Mul(of.bands[band], hn::Set(d, weights[band])));
+    return s;
+}
+
+/// The lowest sample of every word in all four places.
+template <class T, class D>
+HWY_INLINE auto RepeatLowest(D /*d*/, hn::Vec<WordsOf<D>> words) {
+    const hn::Repartition<std::uint8_t, D> d8;
+    HWY_ALIGN constexpr std::uint8_t of8[16] = {0, 0, 0, 0, 4, 4, 4, 4, 8, 8, 8, 8, 12, 12, 12, 12};
+    HWY_ALIGN constexpr std::uint8_t of16[16] = {0, 1, 0, 1, 0, 1, 0, 1, 8, 9, 8, 9, 8, 9, 8, 9};
+    const auto places = hn::LoadDup128(d8, sizeof(T) == 1 ? of8 : of16);
+    return hn::BitCast(hn::Repartition<T, D>(), hn::TableLookupBytes(hn::BitCast(d8, words), places));
+}
+
+/// Fuses whole blocks and returns how many pixels that are. `way`, beside what FuseBlocks asks for, has
+///
+///     Words(d, samples, bands, pan, firstPixel, doubts)      a vector of output samples
+template <class T, class Way>
+HWY_ATTR std::size_t FuseWords(const T* ms, const T* pan, T* out, std::size_t pixels, const Way& way) {
+    if (std::endian::native != std::endian::little) return 0;
+    const hn::ScalableTag<RealOfWord<T>> d;
+    const hn::Repartition<T, decltype(d)> dSample;
+    const WordsOf<decltype(d)> dWord;
+    std::size_t p = 0;
+    for (; p + blockPixels <= pixels; p += blockPixels) {
+        Doubts doubts;
+        for (std::size_t i = p; i < p + blockPixels; i += hn::Lanes(d)) {
+            const auto samples = hn::LoadU(dSample, ms + i * wordBands);
+            const auto words = hn::BitCast(dWord, samples);
+            const FourBands<hn::Vec<decltype(d)>> bands = {
+                {BandOfWords<0>(d, words), BandOfWords<1>(d, words), BandOfWords<2>(d, words),
+                 BandOfWords<3>(d, words)}};
+            hn::StoreU(way.Words(d, samples, bands, LoadReal(d, pan + i), i - p, doubts), dSample,
+                       out + i * wordBands);
+        }
+        if (doubts.count > mostDoubts)
+            FuseBlocks(ms + p * wordBands, pan + p, out + p * wordBands, blockPixels, way.bands, way);
+        else
+            Decide(ms + p * wordBands, pan + p, out + p * wordBands, way.bands, doubts, way);
+    }
+    return p;
+}
+
+#else // never run
+
+template <class T, class Way>
+std::size_t FuseWords(const T* /*ms*/, const T* /*pan*/, T* /*out*/, std::size_t /*pixels*/,
+                      const Way& /*way*/) {
+    return 0;
+}
+
+#endif
+
+/// In words where the pixels and `way` allow it, else in blocks of planes.
+template <class T, class Way>
+HWY_ATTR void FuseFast(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands,
+                       const Way& way) {
+    std::size_t done = 0;
+    if (way.hasWords && bands.msBands == wordBands && bands.outputBands == wordBands)
+        done = FuseWords(ms, pan, out, pixels, way);
+    FuseBlocks(ms + done * bands.msBands, pan + done, out + done * bands.outputBands, pixels - done, bands,
+               way);
+}
+
+} // namespace HWY_NAMESPACE
+} // namespace kernels
+HWY_AFTER_NAMESPACE();
+
+#endif // PANSHARP_WORDS_INL_H

@@ -1,0 +1,46 @@
+#!/usr/bin/env bash
+# Breaks a small set of pages in one way at a time, and a small site, and expects the check to name that one.
+#   CheckDocsTest.sh CHECK_DOCS
+set -euo pipefail
+check=$1
+root=$(mktemp -d)
+trap 'rm -rf "$root"' EXIT
+failures=0
+fail() { echo "FAILED: $1"; failures=$((failures + 1)); }
+
+mkdir -p "$root/docs" "$root/site"
+printf 'int a;\nint b;\nint c;\n' >"$root/code.cpp"
+printf '# The *first*, `b` page\n## ERGAS: 4/5\n[here](#the-first-b-page)\n' >"$root/docs/a.md"
+row=0
+while IFS='|' read -r text expected; do
+    row=$((row + 1))
+    printf '%b\n' "$text" >"$root/README.md"
+    said=$("$check" "$root" 2>&1) && status=0 || status=1
+    [ "$status:$said" = "1:$expected" ] || [ "$status:$said" = "0:$expected" ] || fail "row $row: expected '$expected', got '$said'"
+    [ "$expected" = 'no fault' ] || [ "$status" = 1 ] || fail "row $row passes: $text"
+done <<'TABLE'
+[a](docs/a.md) [b](docs/a.md#ergas-45) [c](https://example.org) `[d](nowhere.md)`|no fault
+```\n[a](nowhere.md)\n```|no fault
+[a](docs/b.md)|README.md:1: links to docs/b.md, which does not exist
+\n[a](docs/a.md#second)|README.md:2: links to #second, which is no heading of a.md
+[a](#top)|README.md:1: links to #top, which is no heading of README.md
+[a](..)|README.md:1: links out of the house: ..
+```\nopen|README.md:1: the listing is not closed
+<!-- from code.cpp -->\n```cpp\nint b;\nint c;\n```|no fault
+<!-- from code.cpp -->\n```cpp\nint a;\nint c;\n```|README.md:2: the listing does not stand in code.cpp like this
+<!-- from gone.cpp -->\n```cpp\nint a;\n```|README.md:2: an excerpt of gone.cpp, which does not exist
+TABLE
+
+while IFS='|' read -r text expected; do
+    row=$((row + 1))
+    printf '%b\n' "$text" >"$root/site/index.html"
+    said=$("$check" --site "$root/site" 2>&1) || true
+    [ "$said" = "$expected" ] || fail "row $row: expected '$expected', got '$said'"
+done <<'TABLE'
+<a id="x" href="#x">|no fault
+<a href="#y">|index.html:1: links to #y, an anchor that is not there
+<img src="no.png">|index.html:1: links to no.png, which does not exist
+<a href="https://example.org/">|index.html:1: leads to another server: https://example.org/
+<p>see \0057home/me/x</p>|index.html:1: a path of the machine
+TABLE
+[ "$failures" -eq 0 ] && echo "$row cases passed"
