@@ -48,9 +48,10 @@ public:
 
     [[nodiscard]] bool Start(Status& status) {
         if (!process) return false;
-        process->SetInputRaster(&panRaster);
-        process->SetWorkspace(static_cast<IRasterWorkspace*>(&workspace));
-        process->SetAoi(&request);
+        if (process->SetInputRaster(&panRaster) == 0 ||
+            process->SetWorkspace(static_cast<IRasterWorkspace*>(&workspace)) == 0 ||
+            process->SetAoi(&request) == 0)
+            return Fail("the process does not take its inputs", status);
         return process->Init() != 0 || Fail("the process cannot be initialized", status);
     }
 

@@ -8,6 +8,7 @@
 #include "cli/RunJson.h"
 #include "cli/SharpenCommand.h"
 #include "cli/StatusText.h"
+#include "cli/VectorTarget.h"
 
 #include <exception>
 #include <iostream>
@@ -25,6 +26,7 @@ ExitCode Run(const CommandLine& line) {
         return Done;
     }
     if (line.Has("--version")) return RunVersion(line);
+    ForceVectorTarget(line);
     if (command.name == "sharpen") return RunSharpen(line);
     if (command.name == "info") return RunInfo(line);
     if (command.name == "assess") return RunAssess(line);

@@ -36,6 +36,7 @@ SensorBlur ReadBlur(const CommandLine& line) {
 
 std::vector<InputBand> ParseInputs(const std::vector<std::string>& texts) {
     std::vector<InputBand> inputs;
+    inputs.reserve(texts.size());
     for (const std::string& text : texts)
         inputs.push_back(ParseInputBand(text));
     return inputs;

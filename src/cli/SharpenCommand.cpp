@@ -8,7 +8,6 @@
 #include "cli/SettingsFile.h"
 #include "cli/SharpenArguments.h"
 #include "cli/StatusText.h"
-#include "cli/VectorTarget.h"
 #include "fundament/Console.h"
 #include "fundament/Files.h"
 
@@ -72,7 +71,6 @@ void PrintOutcome(const CommandLine& line, const SharpenRequest& request, const 
 
 ExitCode RunSharpen(const CommandLine& line) {
     SharpenRequest request = MakeSharpenRequest(line);
-    if (line.Has("--simd")) ForceVectorTarget(line.Get("--simd"));
     const auto preview = MakePreviewRequest(line, request);
     SharpenReport report;
     Status status;

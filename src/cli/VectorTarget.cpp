@@ -5,17 +5,32 @@
 #include "fundament/Text.h"
 #include "kernels/Simd.h"
 
+#include <cstdlib>
+#include <string>
+
 namespace cli {
 
-void ForceVectorTarget(const std::string& name) {
+namespace {
+
+constexpr const char* variable = "PANSHARP_SIMD";
+
+void Force(const std::string& origin, const std::string& name) {
     const std::string wanted = KOVA::Tessara::Fundament::ToLower(name);
     std::string listed;
     for (const kernels::SimdTarget target : kernels::SimdTargets()) {
         const std::string each = kernels::SimdTargetName(target);
-        if (each == wanted) return platform::SetEnvironment("PANSHARP_SIMD", each.c_str());
+        if (each == wanted) return platform::SetEnvironment(variable, each.c_str());
         listed += (listed.empty() ? "" : ", ") + each;
     }
-    throw UsageError("--simd: '" + name + "' cannot run here; what can is " + listed);
+    throw UsageError(origin + ": '" + name + "' cannot run here; what can is " + listed);
+}
+
+} // namespace
+
+void ForceVectorTarget(const CommandLine& line) {
+    if (line.Has("--simd")) return Force("--simd", line.Get("--simd"));
+    if (const char* named = std::getenv(variable); named && *named)
+        Force(std::string("the environment variable ") + variable, named);
 }
 
 } // namespace cli

@@ -1,11 +1,12 @@
 #pragma once
 
-#include <string>
+#include "cli/CommandLine.h"
 
 namespace cli {
 
-/// Makes this process, and the plug-in that it loads afterwards, use these vector instructions, or "scalar"
-/// for none. Throws UsageError, with those that can run, for any other.
-void ForceVectorTarget(const std::string& name);
+/// Makes this process, and the plug-in that it loads afterwards, use the vector instructions that --simd
+/// names, or the environment variable PANSHARP_SIMD: "scalar" for none. Throws UsageError, with those that
+/// can run, when they name any other.
+void ForceVectorTarget(const CommandLine& line);
 
 } // namespace cli

@@ -8,6 +8,7 @@
 #include "rasterhost/CompareRows.h"
 #include "rasterhost/DegradedRows.h"
 #include "rasterhost/GdalErrors.h"
+#include "rasterhost/RunPlan.h"
 
 #include <gdal_priv.h>
 
@@ -186,7 +187,8 @@ private:
         inputs.ignoreNoData = request.ignoreNoData;
         const Warn warn = [this](const std::string& text) { report.warnings.push_back(text); };
         scene = OpenScene(inputs, warn, status);
-        return scene && CheckGrids(*scene, status) && CheckPixels(*fused, *scene->pan, "pan", status) &&
+        return scene && CheckSizes(*scene, status) && CheckGrids(*scene, status) &&
+               CheckPixels(*fused, *scene->pan, "pan", status) &&
                CheckBands(*fused, *scene->multispectral, "multispectral", status) &&
                CheckBlur(request.blur, report.bands, status) &&
                FindCollars(*scene, warn, {}, status) == CollarSearch::Done;

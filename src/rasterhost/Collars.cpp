@@ -61,7 +61,15 @@ CollarSearch FindCollar(InputImage& image, const Warn& warn, const std::function
     if (!edge.AreMany()) return CollarSearch::Done;
 
     constexpr std::size_t blockBytes = std::size_t{16} << 20;
+    constexpr std::uint64_t mostPixels = std::uint64_t{1} << 34; // hours, whatever a file declares
     const auto& info = image.GetInfo();
+    if (std::uint64_t{info.cols} * info.rows > mostPixels) {
+        warn(FormatString(
+            "many pixels at the edge of %s are 0 in all bands, and it is too large to be searched for a "
+            "collar; they are taken as data (--nodata 0 takes zeros as no data)",
+            image.GetName().c_str()));
+        return CollarSearch::Done;
+    }
     const std::size_t rowBytes = info.cols * hostkit::PixelBytes(info);
     const auto blockRows = static_cast<std::uint32_t>(std::max<std::size_t>(blockBytes / rowBytes, 1));
     std::vector<unsigned char> samples(rowBytes * std::min(blockRows, info.rows));

@@ -9,6 +9,7 @@
 #include "rasterhost/GdalErrors.h"
 #include "rasterhost/ProcessSettings.h"
 #include "rasterhost/ReducedScene.h"
+#include "rasterhost/RunPlan.h"
 
 #include <gdal_priv.h>
 
@@ -44,7 +45,7 @@ private:
         SharpenRequest inputs = request.inputs;
         if (inputs.resampling.empty()) inputs.resampling = "bilinear"; // nothing is sampled here
         const auto scene = OpenScene(inputs, warn, status);
-        if (!scene || !CheckGrids(*scene, status) ||
+        if (!scene || !CheckSizes(*scene, status) || !CheckGrids(*scene, status) ||
             !CheckBlur(request.blur, scene->multispectral->GetBands().size(), status) ||
             FindCollars(*scene, warn, {}, status) != CollarSearch::Done)
             return false;

@@ -5,6 +5,9 @@
 
 namespace rasterhost {
 
+/// More are not fitted: the work grows with the square of their number.
+inline constexpr std::size_t mostFittedBands = 512;
+
 /// Sums from which weights, correlations and what a fit leaves over follow. A sample is the numbers of all
 /// bands and that of pan; the sums of the bands alone stay when pan is taken anew.
 class FitMoments {

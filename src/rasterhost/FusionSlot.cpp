@@ -24,8 +24,9 @@ FusionSlot::FusionSlot(const Scene& images, const hostkit::PluginLibrary& plugin
 
 bool FusionSlot::FailedProcess(const char* what, Status& status) {
     Fail(status, HostStatus::ProcessFailed,
-         FormatString("rows %u to %u cannot be fused: the plug-in fails to %s", window.row0, window.row1,
-                      what));
+         window.IsEmpty() ? FormatString("nothing can be fused: the plug-in fails to %s", what)
+                          : FormatString("rows %u to %u cannot be fused: the plug-in fails to %s",
+                                         window.row0, window.row1, what));
     status.Append(process->GetStatus());
     return false;
 }
@@ -40,9 +41,10 @@ bool FusionSlot::Init(std::uint32_t mostRows, const OutputLayout& outputLayout, 
         reach.resize(scene.part.GetColumns());
         valid.resize(std::size_t{scene.part.GetColumns()} * mostRows);
     }
-    process->SetInputRaster(&pan);
-    process->SetWorkspace(static_cast<IRasterWorkspace*>(&workspace));
-    process->SetAoi(&request);
+    if (process->SetInputRaster(&pan) == 0 ||
+        process->SetWorkspace(static_cast<IRasterWorkspace*>(&workspace)) == 0 ||
+        process->SetAoi(&request) == 0)
+        return FailedProcess("take its inputs", status);
     return process->Init() != 0 || FailedProcess("initialize", status);
 }
 

@@ -22,6 +22,7 @@ namespace {
 constexpr double mostError = 0.01; // image pixels
 constexpr std::uint32_t greatestStep = 64;
 constexpr std::uint32_t leastStep = 8;
+constexpr std::uint64_t mostPoints = std::uint64_t{1} << 25; ///< of a map, which is held whole
 
 std::optional<GridTransform::Point> Transform(void* transformer, bool isFromPan, GridTransform::Point point) {
     double z = 0.0;
@@ -121,7 +122,18 @@ bool GridTransform::IsFine(const std::vector<PixelMap::Position>& points, std::u
 }
 
 std::unique_ptr<PixelMap> GridTransform::MakeMap(Status& status) const {
+    const RasterInfo& grid = pan.GetInfo();
     for (std::uint32_t step = greatestStep; step >= leastStep; step /= 2) {
+        if (std::uint64_t{PixelMap::CountPoints(grid.cols, step)} * PixelMap::CountPoints(grid.rows, step) >
+            mostPoints) {
+            Fail(
+                status, HostStatus::InputsDoNotFit,
+                FormatString("%s has too many pixels (%u x %u) to be placed on the grid of %s pixel by "
+                             "pixel; bring one "
+                             "into the projection and grid of the other with gdalwarp, or cut pan into parts",
+                             pan.GetName().c_str(), grid.cols, grid.rows, image.GetName().c_str()));
+            return nullptr;
+        }
         std::vector<PixelMap::Position> points = FindPoints(step);
         if (IsFine(points, step))
             return std::make_unique<PixelMap>(step, PixelMap::CountPoints(pan.GetInfo().cols, step),

@@ -1,8 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
-/// What files in the making are told apart by.
+/// This process and its machine: what files in the making are told apart by, and what memory there is.
 namespace rasterhost {
 
 /// Of this machine; letters, digits, '-' and '.' only.
@@ -10,5 +11,7 @@ namespace rasterhost {
 [[nodiscard]] int OwnProcess();
 /// False when no process of this machine has that number.
 [[nodiscard]] bool IsRunning(int process);
+/// Bytes of memory that this machine has; 0 when that cannot be found out.
+[[nodiscard]] std::uint64_t MachineMemory();
 
 } // namespace rasterhost

@@ -21,4 +21,9 @@ int OwnProcess() { return getpid(); }
 
 bool IsRunning(int process) { return kill(process, 0) == 0 || errno != ESRCH; }
 
+std::uint64_t MachineMemory() {
+    const long pages = sysconf(_SC_PHYS_PAGES), bytes = sysconf(_SC_PAGESIZE);
+    return pages > 0 && bytes > 0 ? static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(bytes) : 0;
+}
+
 } // namespace rasterhost

@@ -226,7 +226,15 @@ bool InputImage::Georeference(Status& status) {
     const std::array<double, 6> grid = isNorthUp ? geoTransform.value_or(pixels) : pixels;
     DescribeAs(grid[0], grid[3], grid[0] + info.cols * grid[1], grid[3] + info.rows * grid[5], grid[1],
                -grid[5]);
-    return true;
+    const bool isPlace =
+        std::all_of(here.begin(), here.end(), [](double part) { return std::isfinite(part); }) &&
+        std::isfinite(info.xMax) && std::isfinite(info.yMin) && info.xMax > info.xMin &&
+        info.yMax > info.yMin;
+    return isPlace ||
+           Fail(status, HostStatus::InputNotSupported,
+                FormatString("the position of %s is damaged: its geotransform has parts that are no "
+                             "numbers, or pixels of no size; set it anew with gdal_edit.py -a_ullr",
+                             GetName().c_str()));
 }
 
 void InputImage::DescribeAs(double left, double top, double right, double bottom, double pixelSizeX,
@@ -288,6 +296,7 @@ void InputImage::SpreadOver(const RasterInfo& other) {
 
 void InputImage::Reorder(const std::vector<std::size_t>& order) {
     std::vector<SourceBand> reordered;
+    reordered.reserve(order.size());
     for (const std::size_t position : order)
         reordered.push_back(bands[position]);
     bands = std::move(reordered);

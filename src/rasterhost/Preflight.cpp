@@ -24,7 +24,6 @@ using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
 
-constexpr std::uint32_t outputBlockRows = 256; ///< of the tiles that are written unless others are asked for
 constexpr double leastShift = 0.1;
 constexpr double muchSaturated = 0.01;
 
@@ -129,7 +128,7 @@ public:
         if (!plugin) return false;
         scene = OpenScene(
             request, [this](const std::string& text) { sceneWarnings.push_back(text); }, status);
-        const bool works = scene && SearchCollars() &&
+        const bool works = scene && CheckSizes(*scene, status) && SearchCollars() &&
                            MakeSettings(request, *scene, plugin->GetDescription(), settings, status);
         if (scene) DescribeGrids();
         if (!works) {
@@ -141,14 +140,16 @@ public:
         if (isSampled && MakeSettings(request, *scene, plugin->GetDescription(), settings, status))
             DescribeRun();
         Warn();
-        return isSampled && !report.method.empty();
+        return isSampled && fits;
     }
 
 private:
     bool SearchCollars() {
-        return FindCollars(
-                   *scene, [this](const std::string& text) { sceneWarnings.push_back(text); }, {}, status) ==
-               CollarSearch::Done;
+        const CollarSearch search = FindCollars(
+            *scene, [this](const std::string& text) { sceneWarnings.push_back(text); },
+            [this] { return !request.progress || request.progress(0.0); }, status);
+        return search == CollarSearch::Done ||
+               (search == CollarSearch::Cancelled && Fail(status, HostStatus::Cancelled, "cancelled"));
     }
 
     void DescribeGrids() {
@@ -195,7 +196,7 @@ private:
     void DescribeRun() {
         const OutputRules rules = MakeOutputRules(request, *scene);
         const RunSizes sizes{scene->part.GetColumns(), scene->part.GetRows(), rules.GetFileBands(),
-                             ChooseThreads(request), 0};
+                             ChooseThreads(request), request.windowRows};
         report.method = settings.method;
         report.effectiveWeights = settings.effectiveWeights;
         report.infraredWeight = settings.infraredWeight;
@@ -204,7 +205,8 @@ private:
         report.outputBands = scene->outputBands;
         report.outputBytes = std::uint64_t{sizes.columns} * sizes.rows * sizes.fileBands *
                              (scene->pan->GetInfo().bitsPerBand / 8);
-        report.memoryBytes = EstimateMemory(*scene, sizes, outputBlockRows);
+        report.memoryBytes = EstimateMemory(*scene, sizes, usualBlockRows);
+        fits = CheckMemory(request, *scene, sizes, usualBlockRows, status);
     }
 
     /// Collects what was found to be wrong, the gravest first.
@@ -236,6 +238,7 @@ private:
     ProcessSettings settings;
     std::vector<std::string> sceneWarnings;
     std::string obstacle;
+    bool fits = false; ///< the settings and the memory
 };
 
 } // namespace

@@ -1,10 +1,14 @@
 #include "rasterhost/RunPlan.h"
 
+#include "fundament/Text.h"
+#include "rasterhost/HostProcess.h"
+
 #include <algorithm>
 #include <thread>
 
 namespace rasterhost {
 
+using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
@@ -24,6 +28,24 @@ std::uint64_t RowBytes(const Scene& scene, const RunSizes& sizes) {
                                             pan.pixelSizeY / ms.pixelSizeY);
     }
     return bytes;
+}
+
+constexpr double megabyte = 1e6;
+
+bool CheckImage(const InputImage& image, Status& status) {
+    constexpr std::uint64_t mostRowBytes = std::uint64_t{256} << 20, mostBlockBytes = std::uint64_t{2} << 30;
+    const RasterInfo& info = image.GetInfo();
+    const std::uint64_t rowBytes = std::uint64_t{info.cols} * hostkit::PixelBytes(info);
+    const bool isLong = rowBytes > mostRowBytes;
+    if (!isLong && image.GetBlockRowBytes() <= mostBlockBytes) return true;
+    return Fail(
+        status, HostStatus::InputNotSupported,
+        FormatString("a row of %s of %s, which has %u columns and %u bands, takes %.0f MB; %.0f MB are "
+                     "supported: name fewer bands, as in FILE,band=1, or cut the file with gdal_translate%s",
+                     isLong ? "pixels" : "blocks", image.GetName().c_str(), info.cols, info.bandsPerPixel,
+                     static_cast<double>(isLong ? rowBytes : image.GetBlockRowBytes()) / megabyte,
+                     static_cast<double>(isLong ? mostRowBytes : mostBlockBytes) / megabyte,
+                     isLong ? "" : " -co TILED=YES"));
 }
 
 } // namespace
@@ -67,6 +89,25 @@ std::uint64_t EstimateMemory(const Scene& scene, const RunSizes& sizes, std::uin
     const std::uint32_t windows = (sizes.rows - 1) / rows + 1;
     const int threads = std::min(sizes.threads, static_cast<int>(std::min(windows, 0x7FFFFFFFu)));
     return program + cache + RowBytes(scene, sizes) * rows * static_cast<unsigned>(CountSlots(threads));
+}
+
+bool CheckSizes(const Scene& scene, Status& status) {
+    for (const InputImage* image : {scene.pan.get(), scene.multispectral.get(), scene.infrared.get()})
+        if (image && !CheckImage(*image, status)) return false;
+    return true;
+}
+
+bool CheckMemory(const SharpenRequest& request, const Scene& scene, const RunSizes& sizes,
+                 std::uint32_t blockRows, Status& status) {
+    const std::uint64_t most = request.mostMemory > 0 ? request.mostMemory : MachineMemory();
+    const std::uint64_t needed = EstimateMemory(scene, sizes, blockRows);
+    if (most == 0 || needed <= most) return true;
+    return Fail(status, HostStatus::RequestInvalid,
+                FormatString(
+                    "fusing %s takes about %.0f MB of memory, and there are %.0f MB: ask for fewer --threads "
+                    "or a smaller --window, name fewer bands, or fuse it in parts (--projwin)",
+                    scene.multispectral->GetName().c_str(), static_cast<double>(needed) / megabyte,
+                    static_cast<double>(most) / megabyte));
 }
 
 } // namespace rasterhost

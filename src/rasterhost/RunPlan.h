@@ -15,6 +15,9 @@ struct RunSizes {
     std::uint32_t windowRows = 0; ///< as the request gives them, or 0
 };
 
+inline constexpr std::uint32_t usualBlockRows =
+    256; ///< of the tiles that are written unless others are asked for
+
 /// The request's threads, or one a processor.
 [[nodiscard]] int ChooseThreads(const SharpenRequest& request);
 
@@ -31,5 +34,13 @@ struct RunSizes {
 /// About what a run takes, in bytes, with blocks of so many rows.
 [[nodiscard]] std::uint64_t EstimateMemory(const Scene& scene, const RunSizes& sizes,
                                            std::uint32_t blockRows);
+
+/// False, with an item, when a row or a block of the images is larger than anything here is made for: a
+/// damaged file may declare any size. To be asked before pixels are read.
+[[nodiscard]] bool CheckSizes(const Scene& scene, Status& status);
+
+/// False, with an item, when a run would take more memory than the request allows.
+[[nodiscard]] bool CheckMemory(const SharpenRequest& request, const Scene& scene, const RunSizes& sizes,
+                               std::uint32_t blockRows, Status& status);
 
 } // namespace rasterhost

@@ -250,6 +250,7 @@ std::vector<PixelRect> ChooseBlocks(const Scene& scene, const SamplePlan& plan) 
     const auto columns = isMapped ? std::pair(0u, ms.cols) : WhollyOn(onPan.across, pan.cols, ms.cols);
     const auto rows = isMapped ? std::pair(0u, ms.rows) : WhollyOn(onPan.down, pan.rows, ms.rows);
     const double ratio = std::max(ms.pixelSizeX / pan.pixelSizeX, ms.pixelSizeY / pan.pixelSizeY);
+    if (!(ratio <= mostPanPixels)) return {};
     const double side =
         std::clamp(mostPanPixels / ratio, 1.0, isSmall ? smallSide : static_cast<double>(plan.side));
     std::vector<PixelRect> blocks;
@@ -306,7 +307,8 @@ bool BlockSample::AddOther(const Scene& scene, const InputImage& other,
         return false;
     for (std::size_t pixel = 0; pixel < usable.size(); ++pixel) {
         const double column = rect.col0 + static_cast<double>(pixel % rect.GetColumns());
-        const double row = rect.row0 + static_cast<double>(pixel / rect.GetColumns());
+        const std::size_t rowOfBlock = pixel / rect.GetColumns();
+        const double row = rect.row0 + static_cast<double>(rowOfBlock);
         for (std::size_t own = 0; own < places.size(); ++own) {
             const auto mean = print.Mean(sums[own], column, row, column + 1.0, row + 1.0);
             if (!mean) usable[pixel] = 0;
@@ -318,7 +320,8 @@ bool BlockSample::AddOther(const Scene& scene, const InputImage& other,
 
 std::optional<double> BlockSample::GetPan(std::size_t pixel, double right, double below, double grow) const {
     const double column = rect.col0 + static_cast<double>(pixel % rect.GetColumns()) + right;
-    const double row = rect.row0 + static_cast<double>(pixel / rect.GetColumns()) + below;
+    const std::size_t rowOfBlock = pixel / rect.GetColumns();
+    const double row = rect.row0 + static_cast<double>(rowOfBlock) + below;
     return onPan.Mean(pan, column - grow, row - grow, column + 1.0 + grow, row + 1.0 + grow);
 }
 

@@ -18,7 +18,8 @@ struct SamplePlan {
 };
 
 /// Blocks of multispectral pixels, row by row, that do not overlap and are spread evenly over those whose
-/// footprint lies wholly on pan. They cover them all in a small scene. None when there are none.
+/// footprint lies wholly on pan. They cover them all in a small scene. None when there are none, or when
+/// a multispectral pixel is more than 1024 pan pixels wide or high.
 [[nodiscard]] std::vector<hostkit::PixelRect> ChooseBlocks(const Scene& scene, const SamplePlan& plan);
 
 /// What was seen of one image.

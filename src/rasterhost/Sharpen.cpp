@@ -45,7 +45,7 @@ public:
         if (!plugin) return false;
         scene = OpenScene(
             request, [this](const std::string& text) { Warn(text); }, status);
-        if (!scene) return false;
+        if (!scene || !CheckSizes(*scene, status)) return false;
         const CollarSearch search = FindCollars(
             *scene, [this](const std::string& text) { Warn(text); },
             [this] { return !request.progress || request.progress(0.0); }, status);
@@ -54,7 +54,9 @@ public:
             !MakeSettings(request, *scene, plugin->GetDescription(), settings, status))
             return false;
         rules = MakeOutputRules(request, *scene);
-        if (!CheckOutput(request, *scene, rules, status)) return false;
+        if (!CheckOutput(request, *scene, rules, status) ||
+            !CheckMemory(request, *scene, GetSizes(), usualBlockRows, status))
+            return false;
         if (WantsFit(request, plugin->GetDescription()) && !FitToImages()) return false;
         FillReport();
         if (request.progress && !request.progress(0.0)) return Cancel();
@@ -128,7 +130,7 @@ private:
                                                                 {"channelWeights", {}}};
         for (const auto& [name, value] : facts) {
             const auto scenes = std::find_if(std::begin(replaced), std::end(replaced),
-                                             [&](const auto& entry) { return name == entry.first; });
+                                             [&key = name](const auto& entry) { return key == entry.first; });
             const std::string& text = scenes == std::end(replaced) ? value : scenes->second;
             if (!text.empty()) metadata.emplace_back(name, text);
         }
@@ -154,7 +156,8 @@ private:
     }
 
     [[nodiscard]] RunSizes GetSizes() const {
-        return {report.columns, report.rows, rules.GetFileBands(), report.threads, request.windowRows};
+        return {scene->part.GetColumns(), scene->part.GetRows(), rules.GetFileBands(), ChooseThreads(request),
+                request.windowRows};
     }
 
     bool FuseAll() {

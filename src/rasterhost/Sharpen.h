@@ -77,6 +77,8 @@ struct SharpenRequest {
     std::string plugin;           ///< path of the plug-in; empty for the installed one
     int threads = 0;              ///< 0 for one a processor
     std::uint32_t windowRows = 0; ///< 0 for a height chosen from the sizes
+    /// Bytes that the run may take by its own estimate; 0 for all that the machine has.
+    std::uint64_t mostMemory = 0;
 
     /// Called in order with the fraction done, 0 to 1, from one thread at a time. Returning false cancels.
     std::function<bool(double)> progress;

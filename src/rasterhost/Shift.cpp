@@ -138,6 +138,7 @@ bool Shift::IsAgreed() const { return windows >= 2 && (spread <= 0.1 || spread <
 bool MeasureShift(const Scene& scene, std::optional<int> bitDepth, std::optional<Shift>& shift,
                   Status& status) {
     shift.reset();
+    if (scene.bandOrder.size() >= mostFittedBands) return true;
     std::vector<Window> windows;
     if (!ReadWindows(scene, bitDepth, windows, status)) return false;
     if (windows.empty()) return true;

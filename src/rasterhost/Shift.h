@@ -29,7 +29,8 @@ struct Shift {
 /// Measures the shift from windows spread over the scene: the one with the largest R² of a weight fit over
 /// all of them, pan averaged anew over the moved footprints for each trial. Looks up to 2 multispectral
 /// pixels in each direction. None when there is nothing to measure by: too few pixels, bands that do not make
-/// up pan, or a best shift at the end of what was looked at. False with an item when an input cannot be read.
+/// up pan or are too many to be fitted, or a best shift at the end of what was looked at. False with an item
+/// when an input cannot be read.
 [[nodiscard]] bool MeasureShift(const Scene& scene, std::optional<int> bitDepth, std::optional<Shift>& shift,
                                 KOVA::Tessara::Fundament::Status& status);
 

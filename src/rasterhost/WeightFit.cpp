@@ -69,6 +69,11 @@ bool FitWeights(const Scene& scene, const FitOptions& options, WeightFit& fit, S
                 Status& status) {
     const std::size_t bands = scene.bandOrder.size() + (scene.infrared ? 1 : 0);
     fit = {};
+    if (bands > mostFittedBands) {
+        fit.obstacle = FormatString("weights are fitted to %d bands at most, and there are %d",
+                                    static_cast<int>(mostFittedBands), static_cast<int>(bands));
+        return true;
+    }
     FitMoments moments(bands);
     BlockSample block;
     for (const hostkit::PixelRect& rect : ChooseBlocks(scene, {})) {

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 using child::Arguments;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -90,6 +92,22 @@ TEST(CommandLine, WrongOnesAreRefusedWithAWayOut) {
             EXPECT_THAT(outcome.err, HasSubstr(word));
         EXPECT_THAT(folder.List(), IsEmpty());
     }
+}
+
+// A name that is not known would otherwise be passed over in silence, and another target measured.
+TEST(CommandLine, VectorTargetOfTheEnvironmentIsChecked) {
+    const child::Folder folder;
+    setenv("PANSHARP_SIMD", "mmx", 1);
+    const child::Outcome wrong = child::Run(folder, {"methods"});
+    const child::Outcome version = child::Run(folder, {"--version"});
+    setenv("PANSHARP_SIMD", "Scalar", 1);
+    const child::Outcome right = child::Run(folder, {"methods"});
+    unsetenv("PANSHARP_SIMD");
+    EXPECT_EQ(wrong.code, 2);
+    EXPECT_THAT(wrong.err, testing::AllOf(HasSubstr("PANSHARP_SIMD"), HasSubstr("'mmx' cannot run here"),
+                                          HasSubstr("scalar")));
+    EXPECT_EQ(version.code, 0);
+    EXPECT_EQ(right.code, 0) << right.err;
 }
 
 TEST(CommandLine, HelpTellsEveryOptionAndFitsTheTerminal) {

@@ -1,6 +1,9 @@
 #include "Plugin.h"
 
 #include <array>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <thread>
 
 using namespace fakehost;
@@ -20,11 +23,8 @@ std::vector<unsigned> ReadScene(const Properties& properties, std::uint32_t bits
     return all;
 }
 
-} // namespace
-
-TEST(Threads, AnObjectEachGivesTheSameBytesForAnyWindows) {
-    // The library is not unloaded on the way: the loader's lock is unknown to ThreadSanitizer.
-    const Plugin held;
+/// Of 12 settings, by 4 threads at a time, each with objects of its own.
+void ReadByThreads() {
     Properties properties{{"Method", ""}, {"AdditionalBandID", ""}, {"generateMetadata", "true"}};
     for (int kind = 0; kind < 12; ++kind) {
         const std::uint32_t bits = kind % 2 == 0 ? 8 : 16;
@@ -39,4 +39,22 @@ TEST(Threads, AnObjectEachGivesTheSameBytesForAnyWindows) {
                     EXPECT_TRUE(ReadScene(properties, bits, rows) == whole) << kind << " " << rows;
             });
     }
+}
+
+} // namespace
+
+// Once, or again and again for as many seconds as the environment variable PANSHARP_THREADS_SECONDS says.
+TEST(Threads, AnObjectEachGivesTheSameBytesForAnyWindows) {
+    // The library is not unloaded on the way: the loader's lock is unknown to ThreadSanitizer.
+    const Plugin held;
+    const char* seconds = std::getenv("PANSHARP_THREADS_SECONDS");
+    const auto end =
+        std::chrono::steady_clock::now() + std::chrono::seconds(seconds ? std::atoi(seconds) : 0);
+    int rounds = 0;
+    do {
+        ReadByThreads();
+        ++rounds;
+    } while (!HasFailure() && std::chrono::steady_clock::now() < end);
+    RecordProperty("rounds", rounds);
+    if (seconds) std::printf("%d rounds of 192 scenes\n", rounds);
 }

@@ -4,15 +4,23 @@
 #include "host/Object.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <string_view>
 #include <vector>
 
 // A plug-in whose rows are 0, of as many bands as asked for, and fail from row "failRow" on; windows fail
-// from row "failWindow" on.
+// from row "failWindow" on. The environment variable FAILING_PLUGIN_SLOT names an operation that fails;
+// GetRow does so from row 20 on, GetStatus by having nothing to say of that row.
 namespace {
 
 using namespace KOVA::Tessara;
 using Global::NameValueMap;
 using namespace Pixmere;
+
+bool FailsAt(std::string_view slot) {
+    const char* named = std::getenv("FAILING_PLUGIN_SLOT");
+    return named && slot == named;
+}
 
 class FailingProcess final : public Global::Object, public IRasterProcess {
 public:
@@ -21,23 +29,25 @@ public:
     int SetProperties(const NameValueMap* map) override {
         return NameValueMapToPropertyLookUp(*map, properties);
     }
-    int Init() override { return 1; }
+    int Init() override { return Answer(FailsAt("Init"), "no start here"); }
     int SetWindow(std::uint32_t col0, std::uint32_t row0, std::uint32_t col1, std::uint32_t) override {
         zeros.assign(std::size_t{col1 - col0} * properties.GetUnsignedLong("outputNBands", 3) * 2, 0);
-        return Answer(row0 >= properties.GetUnsignedLong("failWindow", ~0u), "no window here");
+        return Answer(row0 >= properties.GetUnsignedLong("failWindow", ~0u) || FailsAt("SetWindow"),
+                      "no window here");
     }
     const unsigned char* GetRow(std::uint32_t row) override {
-        return Answer(row >= properties.GetUnsignedLong("failRow", ~0u), "no row here") ? zeros.data()
-                                                                                        : nullptr;
+        if (row >= 20 && FailsAt("GetStatus")) return nullptr;
+        const bool fails = row >= properties.GetUnsignedLong("failRow", FailsAt("GetRow") ? 20 : ~0u);
+        return Answer(fails, "no row here") ? zeros.data() : nullptr;
     }
-    int SetWorkspace(void*) override { return 1; }
+    int SetWorkspace(void*) override { return Answer(FailsAt("SetWorkspace"), "no workspace here"); }
     const RasterInfo* GetRasterInfo() override { return nullptr; }
-    int SetAoi(Aoi*) override { return 1; }
+    int SetAoi(Aoi*) override { return Answer(FailsAt("SetAoi"), "no request here"); }
     unsigned short** GetColorMap(unsigned int&) override { return nullptr; }
     int SetColorMap(unsigned short**, unsigned int) override { return 1; }
     const NameValueMap& GetMetadata() override { return metadata; }
     ProcessModifierFlags GetModifierFlags() override { return {}; }
-    int SetInputRaster(IRaster*) override { return 1; }
+    int SetInputRaster(IRaster*) override { return Answer(FailsAt("SetInputRaster"), "no raster here"); }
     std::vector<Mapwarp::FGeoTransformers*> GetGeoTransformer() override { return {}; }
 
 private:
@@ -56,11 +66,12 @@ const PansharpDescription description = {
 
 } // namespace
 
-const PansharpDescription* Pansharp_Describe(void) { return &description; }
+const PansharpDescription* Pansharp_Describe(void) { return FailsAt("Describe") ? nullptr : &description; }
 
 extern "C" {
-PANSHARP_EXPORT int Tessara_RasterProcess_Initialize(void*, void*) { return 0; }
+PANSHARP_EXPORT int Tessara_RasterProcess_Initialize(void*, void*) { return FailsAt("Initialize") ? 1 : 0; }
 PANSHARP_EXPORT IRasterProcess* Tessara_RasterProcess_CreateObject(void*, void*, const NameValueMap* map) {
+    if (FailsAt("CreateObject")) return nullptr;
     auto* process = new FailingProcess;
     process->SetProperties(map);
     return process;
@@ -68,7 +79,7 @@ PANSHARP_EXPORT IRasterProcess* Tessara_RasterProcess_CreateObject(void*, void*,
 PANSHARP_EXPORT int Tessara_RasterProcess_DestroyObject(void*, IRasterProcess** object) {
     delete static_cast<Global::IObject*>(*object);
     *object = nullptr;
-    return 1;
+    return FailsAt("DestroyObject") ? 0 : 1;
 }
 PANSHARP_EXPORT int Tessara_RasterProcess_GetStatus(void*) { return 0; }
 PANSHARP_EXPORT int Tessara_RasterProcess_Cleanup(void*) { return 0; }

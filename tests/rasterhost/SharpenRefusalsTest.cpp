@@ -49,6 +49,29 @@ TEST_F(Refusals, TheRequestIsRightOtherwise) {
     EXPECT_TRUE(outcome.report.warnings.empty());
 }
 
+// A file that says what it does not hold costs an error, not the machine.
+TEST_F(Refusals, WhatIsOnlyDeclared) {
+    const auto declare = [this](const char* name, const std::string& sizes, const std::string& transform) {
+        const std::string file = folder / name;
+        std::ofstream(file) << "<VRTDataset " << sizes << "><GeoTransform>" << transform
+                            << "</GeoTransform><VRTRasterBand dataType=\"Byte\" band=\"1\"/></VRTDataset>";
+        return file;
+    };
+    const std::string small = "rasterXSize=\"40\" rasterYSize=\"40\"";
+    const std::string vast =
+        declare("vast.vrt", "rasterXSize=\"300000000\" rasterYSize=\"40\"", "500000,1e-6,0,4000000,0,-10");
+    const std::string nowhere = declare("nowhere.vrt", small, "nan,10,0,4000000,0,-10");
+    const std::string flat = declare("flat.vrt", small, "500000,1e-300,0,4000000,0,-10");
+    Refuse([&](SharpenRequest& r) { r.pan.file = vast; }, {"vast.vrt", "300000000 columns", "takes 300 MB"});
+    for (const std::string& file : {nowhere, flat})
+        Refuse([&](SharpenRequest& r) { r.pan.file = file; }, {file, "the position of", "gdal_edit.py"});
+    const std::string far = declare("far.vrt", "rasterXSize=\"900000\" rasterYSize=\"900000\"",
+                                    "500000,1e-3,0.0001,4000000,0.0001,-1e-3");
+    Refuse([&](SharpenRequest& r) { r.pan.file = far; }, {"far.vrt", "900000 x 900000", "gdalwarp"});
+    Refuse([&](SharpenRequest& r) { r.mostMemory = std::uint64_t{20} << 20; },
+           {"ms.tif", "there are 21 MB", "--window"});
+}
+
 TEST_F(Refusals, InputsThatCannotBeServed) {
     const std::string text = folder / "text.tif";
     std::ofstream(text) << "no raster";

@@ -1,0 +1,173 @@
+// The host on damaged rasters: pan, multispectral or both are files of any bytes, GeoTIFF or a virtual
+// raster. The first two bytes say which and how they are fused.
+#include "Input.h"
+
+#include "hostkit/PluginLibrary.h"
+#include "rasterhost/Preflight.h"
+#include "rasterhost/Sharpen.h"
+
+#include <cpl_conv.h>
+#include <cpl_string.h>
+#include <cpl_vsi.h>
+#include <gdal_priv.h>
+
+using fuzz::Require;
+using KOVA::Tessara::Fundament::Status;
+
+namespace {
+
+constexpr const char* folder = "/vsimem/fuzz/";
+
+std::string Name(const std::string& file) { return folder + file; }
+
+/// A sound partner of the damaged file; pan is twice as fine.
+void WriteGood(const char* file, int columns, int rows, int bands, GDALDataType type) {
+    constexpr int extent = 240;
+    GDALDatasetUniquePtr made(GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
+        Name(file).c_str(), columns, rows, bands, type, nullptr));
+    double transform[] = {1000.0, static_cast<double>(extent) / columns, 0.0, 2000.0,
+                          0.0,    -static_cast<double>(extent) / rows};
+    made->SetGeoTransform(transform);
+    std::vector<unsigned short> samples(static_cast<std::size_t>(columns * rows * bands));
+    for (std::size_t i = 0; i < samples.size(); ++i)
+        samples[i] = static_cast<unsigned short>((i * 37 + i / 7) % 251 + 1);
+    Require(made->RasterIO(GF_Write, 0, 0, columns, rows, samples.data(), columns, rows, GDT_UInt16, bands,
+                           nullptr, 0, 0, 0, nullptr) == CE_None,
+            "the sound files are written");
+}
+
+const hostkit::PluginLibrary& Prepare() {
+    static const auto plugin = [] {
+        CPLSetConfigOption("GDAL_DISABLE_READDIR_ON_OPEN", "EMPTY_DIR");
+        CPLSetConfigOption("GDAL_CACHEMAX", "64");
+        GDALAllRegister();
+        WriteGood("pan8.tif", 24, 20, 1, GDT_Byte);
+        WriteGood("pan16.tif", 24, 20, 1, GDT_UInt16);
+        WriteGood("ms8.tif", 12, 10, 4, GDT_Byte);
+        WriteGood("ms16.tif", 12, 10, 4, GDT_UInt16);
+        Status status;
+        auto loaded = hostkit::PluginLibrary::Load(PANSHARP_PLUGIN_FILE, status);
+        Require(loaded != nullptr, "the plug-in is there");
+        return loaded;
+    }();
+    return *plugin;
+}
+
+/// A virtual raster may name any file, and what a server has: only those of the folder here are let through.
+bool StaysHere(const std::string& text) {
+    for (std::size_t at = text.find('/'); at != std::string::npos; at = text.find('/', at + 1))
+        if ((at == 0 || text[at - 1] != '<') && text[at + 1] != '>') return false;
+    return text.find("..") == std::string::npos;
+}
+
+/// The damaged bytes as a file for as long as this lives.
+class Damaged {
+public:
+    Damaged(const char* file, std::string bytes) : name(Name(file)), content(std::move(bytes)) {
+        VSIFCloseL(VSIFileFromMemBuffer(name.c_str(), reinterpret_cast<GByte*>(content.data()),
+                                        content.size(), FALSE));
+    }
+    Damaged(const Damaged&) = delete;
+    Damaged& operator=(const Damaged&) = delete;
+    ~Damaged() { VSIUnlink(name.c_str()); }
+
+    const std::string name;
+
+private:
+    std::string content;
+};
+
+rasterhost::SharpenRequest MakeRequest(unsigned how, unsigned which, const std::string& damaged) {
+    rasterhost::SharpenRequest request;
+    const bool is16 = (which & 4u) != 0;
+    request.pan.file = (which & 1u) != 0 ? damaged : Name(is16 ? "pan16.tif" : "pan8.tif");
+    request.multispectral = {{(which & 2u) != 0 ? damaged : Name(is16 ? "ms16.tif" : "ms8.tif"), {}}};
+    if ((which & 3u) == 0) request.infrared = rasterhost::InputBand{damaged, {}};
+    if ((which & 3u) == 3) request.pan.band = 1;
+    if ((which & 8u) != 0) request.bands = {1};
+    request.sameCorner = (which & 16u) != 0;
+    request.measureShift = (which & 32u) != 0;
+    request.onlyIntersection = (which & 64u) != 0;
+    const char* const methods[] = {"KOVA", "Brovey", "IHS", "KOVA"};
+    request.method = methods[how & 3u];
+    request.resampling = (how & 4u) != 0 ? "cubic" : "bilinear";
+    if ((how & 8u) != 0) request.scale = std::array{-3.0, 500.0};
+    request.alpha = (how & 16u) != 0;
+    request.ignoreNoData = (how & 32u) != 0;
+    if ((how & 64u) != 0) request.noData = 7.0;
+    if ((how & 128u) != 0) request.weightSource = rasterhost::WeightSource::Equal;
+    request.output = Name("out.tif");
+    request.creationOptions = {"TILED=NO"}; // tiles of 256 x 256 pixels take most of the time
+    request.plugin = PANSHARP_PLUGIN_FILE;
+    request.threads = 1;
+    request.mostMemory = std::uint64_t{1} << 30;
+    return request;
+}
+
+void CheckFailure(const Status& status) {
+    Require(status.GetCount() > 0 && !status.GetItem(0).message.empty(), "a failure says why");
+    Require(status.GetItem(0).id != 0xB10B, "a failure is foreseen");
+    VSIStatBufL state;
+    Require(VSIStatL(Name("out.tif").c_str(), &state) != 0, "a failure leaves no output");
+}
+
+void CheckOutput(const rasterhost::SharpenReport& report) {
+    {
+        GDALDatasetUniquePtr made(GDALDataset::Open(Name("out.tif").c_str()));
+        Require(made && static_cast<std::uint32_t>(made->GetRasterXSize()) == report.columns &&
+                    static_cast<std::uint32_t>(made->GetRasterYSize()) == report.rows &&
+                    static_cast<std::uint32_t>(made->GetRasterCount()) >= report.bands,
+                "the output is what the report says");
+    }
+    VSIUnlink(Name("out.tif").c_str());
+}
+
+/// What is declared may take days: such a file is let go after a few steps.
+int CountSteps(const std::string& file) {
+    constexpr double many = 1e6;
+    CPLPushErrorHandler(CPLQuietErrorHandler);
+    GDALDatasetUniquePtr opened(GDALDataset::Open(file.c_str(), GDAL_OF_RASTER));
+    CPLPopErrorHandler();
+    return opened && static_cast<double>(opened->GetRasterXSize()) * opened->GetRasterYSize() > many ? 2
+                                                                                                     : 100;
+}
+
+void Fuse(rasterhost::SharpenRequest request, int mostSteps) {
+    int steps = 0;
+    bool wasCancelled = false;
+    request.progress = [&](double) { return !(wasCancelled = ++steps >= mostSteps); };
+    rasterhost::PreflightReport facts;
+    Status reasons;
+    const bool fits = rasterhost::Preflight(request, facts, reasons);
+    if (!fits) CheckFailure(reasons);
+    if (wasCancelled) return;
+    rasterhost::SharpenReport report;
+    Status status;
+    const bool isDone = rasterhost::Sharpen(request, report, status);
+    Require(fits || wasCancelled || !isDone, "what cannot be fused is told beforehand");
+    if (isDone)
+        CheckOutput(report);
+    else
+        CheckFailure(status);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    fuzz::Drop(&Prepare());
+    fuzz::Input input(data, size);
+    const auto how = input.Take<std::uint8_t>();
+    const auto which = input.Take<std::uint8_t>();
+    std::string bytes = input.Rest();
+    const bool isVirtual = bytes.starts_with("<");
+    // Another beginning would be another driver's.
+    constexpr std::string_view virtualStart = "<VRTDataset", classic = std::string_view("II*\0", 4);
+    if (isVirtual ? !bytes.starts_with(virtualStart) || !StaysHere(bytes) : bytes.size() < 8) return 0;
+    if (!isVirtual && !bytes.starts_with("II") && !bytes.starts_with("MM")) bytes.replace(0, 4, classic);
+    const Damaged damaged(isVirtual ? "damaged.vrt" : "damaged.tif", std::move(bytes));
+    Fuse(MakeRequest(how, which, damaged.name), CountSteps(damaged.name));
+    char** left = VSIReadDir("/vsimem/fuzz");
+    Require(CSLCount(left) == 5, "no file is left behind");
+    CSLDestroy(left);
+    return 0;
+}
