@@ -11,9 +11,10 @@ namespace hostkit {
 /// they are given.
 class JoinedRaster final : public RasterBase {
 public:
+    /// A raster that gives some of the bands.
     struct Part {
-        std::unique_ptr<RasterBase> raster;
-        std::vector<std::size_t> bands; ///< where its bands stand among all, counted from 0
+        std::unique_ptr<RasterBase> raster; ///< windowed already
+        std::vector<std::size_t> bands;     ///< where its bands stand among all, counted from 0
     };
 
     /// Rows and columns of the parts are the same, and so are their depths; together they give every band

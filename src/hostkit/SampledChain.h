@@ -17,8 +17,8 @@ namespace hostkit {
 /// Bands of an image that have a grid of their own.
 struct SourceGrid {
     KOVA::Tessara::Pixmere::RasterInfo info; ///< of these bands
-    SampleBlock block;             ///< the samples at hand; of the caller
-    const PixelMap* map = nullptr; ///< where pan lies on it; null when the grids run along each other
+    SampleBlock block;                       ///< the samples at hand; of the caller
+    const PixelMap* map = nullptr;  ///< where pan lies on it; null when the grids run along each other
     std::vector<std::size_t> bands; ///< where they stand among all bands of the image, counted from 0
 };
 

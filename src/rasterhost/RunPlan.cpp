@@ -92,8 +92,9 @@ std::uint64_t EstimateMemory(const Scene& scene, const RunSizes& sizes, std::uin
 }
 
 bool CheckSizes(const Scene& scene, Status& status) {
-    for (const InputImage* image : {scene.pan.get(), scene.multispectral.get(), scene.infrared.get()})
-        if (image && !CheckImage(*image, status)) return false;
+    if (!CheckImage(*scene.pan, status)) return false;
+    for (const InputImage* image : scene.GetCoarseImages())
+        if (!CheckImage(*image, status)) return false;
     return true;
 }
 
