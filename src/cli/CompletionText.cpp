@@ -108,6 +108,7 @@ std::string ZshOption(const OptionEntry& option) {
     const std::vector<std::string> names = Split(option.names, ',');
     const bool one = option.CountValues() == 1;
     std::vector<std::string> forms;
+    forms.reserve(names.size());
     for (const std::string& name : names)
         forms.push_back(name + (!one ? "" : name.starts_with("--") ? "=" : "+"));
     std::string text = option.repeatable ? "'*'" : "'(" + Join(names, " ") + ")'";

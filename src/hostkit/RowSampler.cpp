@@ -106,7 +106,7 @@ public:
                                   (tap.second - firstOffset) / bands * words,
                                   static_cast<std::uint32_t>(tap.fraction * acrossSteps)});
         }
-        spread.resize(((lastOffset - firstOffset) / bands + 1) * words);
+        spread.resize(std::size_t{(lastOffset - firstOffset) / bands + 1} * words);
     }
 
     void Sample(std::uint32_t row, const SampleBlock& source, void* out) override {

@@ -80,7 +80,6 @@ struct KovaWay {
     template <class D, class S, class V>
     HWY_INLINE S Words(D d, S samples, const FourBands<V>& of, V pan, std::size_t firstPixel,
                        Doubts& doubts) const {
-        const hn::Repartition<T, D> dSample;
         const auto limit = [&](V x) HWY_ATTR {
             const auto most = hn::Set(d, static_cast<hn::TFromD<D>>(maxSample<T>));
             return RepeatLowest<T>(d, ToWords(d, hn::Min(hn::Max(x, hn::Zero(d)), most)));

@@ -191,7 +191,7 @@ HWY_INLINE hn::Vec<D> WeightedSum(D d, const T* planes, const hn::TFromD<D>* wei
 
 /// Pixels of a block, found by a quick way, whose result is in doubt: the definition decides about them.
 struct Doubts {
-    std::uint8_t pixels[blockPixels];
+    std::uint8_t pixels[blockPixels] = {};
     std::size_t count = 0;
 };
 

@@ -50,7 +50,7 @@ bool BandReader::ReadBands(const PixelRect& rect, std::size_t first, std::size_t
     const auto columns = static_cast<int>(rect.GetColumns());
     const auto rows = static_cast<int>(rect.GetRows());
     const auto sampleBytes = static_cast<GSpacing>(bits / 8);
-    const auto pixelBytes = static_cast<GSpacing>(bands.size() * (bits / 8));
+    const auto pixelBytes = static_cast<GSpacing>(bands.size()) * sampleBytes;
     std::vector<int> numbers;
     for (std::size_t band = first; band < end; ++band)
         numbers.push_back(bands[band].number);

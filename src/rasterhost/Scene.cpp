@@ -10,7 +10,10 @@
 #include <gdal_priv.h>
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <utility>
+#include <vector>
 
 namespace rasterhost {
 
@@ -133,12 +136,50 @@ bool PlaceImage(const SharpenRequest& request, InputImage& coarse, const char* r
            CheckFit(*scene.pan, coarse, status);
 }
 
-/// Moves the content of the multispectral grids, the way measured in pixels of the first.
-void MoveGrids(double right, double below, Scene& scene) {
-    const RasterInfo first = scene.multispectral->GetInfo();
-    for (InputImage* image : scene.GetGrids())
-        image->MoveContent(right * (first.pixelSizeX / image->GetInfo().pixelSizeX),
-                           below * (first.pixelSizeY / image->GetInfo().pixelSizeY));
+/// A way on an image, in its pixels.
+struct Way {
+    double right = 0.0, below = 0.0;
+};
+
+/// How far one pan pixel across goes on an image that has a map, and one down, in the middle of pan.
+std::array<Way, 2> WaysOfPanPixel(const RasterInfo& pan, const InputImage& image) {
+    if (!image.GetMap())
+        return {{{pan.pixelSizeX / image.GetInfo().pixelSizeX, 0.0},
+                 {0.0, pan.pixelSizeY / image.GetInfo().pixelSizeY}}};
+    const std::uint32_t column = (pan.cols - 1) / 2, row = (pan.rows - 1) / 2;
+    std::array<hostkit::PixelMap::Position, 2> here{}, below{};
+    image.GetMap()->FindRow(row, column, column + 2, here.data());
+    image.GetMap()->FindRow(row + 1, column, column + 1, below.data());
+    return {
+        {{here[1].x - here[0].x, here[1].y - here[0].y}, {below[0].x - here[0].x, below[0].y - here[0].y}}};
+}
+
+/// A way on the multispectral image (on the first of its grids) as one on another image, over the same
+/// ground.
+Way WayOn(const InputImage& image, const Way& way, const Scene& scene) {
+    const RasterInfo& pan = scene.pan->GetInfo();
+    const InputImage& first = *scene.multispectral;
+    const Way bySize{way.right * (first.GetInfo().pixelSizeX / image.GetInfo().pixelSizeX),
+                     way.below * (first.GetInfo().pixelSizeY / image.GetInfo().pixelSizeY)};
+    const bool isAlong = &image == &first || (!first.GetMap() && !image.GetMap());
+    if (isAlong || pan.cols < 2 || pan.rows < 2) return bySize;
+    const auto [across, down] = WaysOfPanPixel(pan, first);
+    const auto [ownAcross, ownDown] = WaysOfPanPixel(pan, image);
+    const double determinant = across.right * down.below - down.right * across.below;
+    const double panRight = (way.right * down.below - way.below * down.right) / determinant;
+    const double panBelow = (way.below * across.right - way.right * across.below) / determinant;
+    const Way turned{panRight * ownAcross.right + panBelow * ownDown.right,
+                     panRight * ownAcross.below + panBelow * ownDown.below};
+    // The middle of pan may have no place on the image.
+    return std::isfinite(turned.right) && std::isfinite(turned.below) ? turned : bySize;
+}
+
+/// Moves the content of images over the same ground, by a way on the multispectral image.
+void MoveTogether(const std::vector<InputImage*>& images, const Way& way, const Scene& scene) {
+    for (InputImage* image : images) {
+        const Way own = WayOn(*image, way, scene);
+        image->MoveContent(own.right, own.below);
+    }
 }
 
 bool OpenMultispectral(const SharpenRequest& request, Scene& scene, const Warn& warn, Status& status) {
@@ -149,7 +190,7 @@ bool OpenMultispectral(const SharpenRequest& request, Scene& scene, const Warn& 
     for (const BandGrid& grid : grids)
         if (!PlaceImage(request, *grid.image, "a multispectral", scene, warn, status)) return false;
     TakeGrids(std::move(grids), scene);
-    MoveGrids(request.shift[0], request.shift[1], scene);
+    MoveTogether(scene.GetGrids(), {request.shift[0], request.shift[1]}, scene);
     for (const InputImage* image : scene.GetGrids())
         if (!CoverBy(*image, scene, warn, status)) return false;
     return true;
@@ -164,7 +205,7 @@ bool OpenInfrared(const SharpenRequest& request, Scene& scene, const Warn& warn,
                                  scene.infrared->GetName().c_str(),
                                  static_cast<int>(scene.infrared->GetBands().size())));
     if (!PlaceImage(request, *scene.infrared, "an infrared", scene, warn, status)) return false;
-    scene.infrared->MoveContent(request.shift[0], request.shift[1]);
+    MoveTogether({scene.infrared.get()}, {request.shift[0], request.shift[1]}, scene);
     return CoverBy(*scene.infrared, scene, warn, status);
 }
 
@@ -196,8 +237,7 @@ bool CorrectShift(const SharpenRequest& request, Scene& scene, const Warn& warn,
         return true;
     }
     scene.covered = scene.part;
-    MoveGrids(shift->right, shift->below, scene);
-    if (scene.infrared) scene.infrared->MoveContent(shift->right, shift->below);
+    MoveTogether(scene.GetCoarseImages(), {shift->right, shift->below}, scene);
     for (const InputImage* image : scene.GetCoarseImages())
         if (!CoverBy(
                 *image, scene, [](const std::string&) {}, status))

@@ -58,8 +58,8 @@ struct SharpenRequest {
     bool onlyIntersection = false;
     /// All images have the corner and extent of pan, whatever their georeferencing says.
     bool sameCorner = false;
-    /// How far the multispectral and infrared content lies right of and below its place, in their pixels; it
-    /// is moved back. Or that is measured, and moved back where the measurement can be relied on.
+    /// How far the multispectral and infrared content lies right of and below its place, in multispectral
+    /// pixels; it is moved back. Or that is measured, and moved back where the measurement can be relied on.
     std::array<double, 2> shift{};
     bool measureShift = false;
     /// Depth of the samples within 16-bit files, 9 to 16; without it what the files declare, else the whole

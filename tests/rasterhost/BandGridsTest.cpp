@@ -133,15 +133,36 @@ TEST_F(Grids, TakePartAsLongAsTheirBandsDo) {
     EXPECT_EQ(std::pair(fused->GetRasterXSize(), fused->GetRasterYSize()), std::pair(200, 120));
 }
 
+// The way is counted in pixels of 40 m; a grid of 20 m goes twice as far, one turned by half a radian another
+// way.
 TEST_F(Grids, AShiftIsOneWayOnTheGround) {
     request.ignoreNoData = true;
-    const auto before = Fuse({files[0], files[1]});
-    request.shift = {0.5, -0.25}; // of the larger pixels, which are twice the others
-    const auto after = Fuse({files[0], files[1]});
-    const std::size_t middle = (60 * columns + 100) * 4;
-    const double moved[] = {100.0, -50.0, 50.0, -25.0};
-    for (std::size_t band = 0; band < 4; ++band)
-        EXPECT_NEAR(static_cast<double>(after[middle + band]) - before[middle + band], moved[band], 1.0);
+    const double c = 20.0 * std::cos(0.5), s = 20.0 * std::sin(0.5);
+    const std::string turned = folder.Write(
+        "turned.tif", {120, 120, 2, GDT_UInt16, std::array{500000.0, c, s, 3999200.0, s, -c}, "EPSG:32630"},
+        [](int column, int row, int band) {
+            return static_cast<unsigned>(1000 + 100 * (band == 0 ? column : row));
+        });
+    const std::vector<InputBand> inputs = {files[0], files[1], {turned, {}}};
+    const auto before = Fuse(inputs);
+    request.shift = {0.5, -0.25};
+    const auto after = Fuse(inputs);
+    const std::size_t middle = (60 * columns + 100) * 6;
+    const double moved[] = {100.0, -50.0, 50.0, -25.0, 5.0 * c + 2.5 * s, 5.0 * s - 2.5 * c};
+    for (std::size_t band = 0; band < 6; ++band)
+        EXPECT_NEAR(static_cast<double>(after[middle + band]) - before[middle + band], moved[band], 1.0)
+            << band;
+}
+
+TEST_F(Grids, AShiftTakesTheInfraredAlong) {
+    request.ignoreNoData = true;
+    request.infrared = InputBand{files[0].file, 1};
+    request.infraredWeight = 0.25;
+    const auto before = Fuse({files[1]});
+    request.shift = {0.5, 0.0};
+    const auto after = Fuse({files[1]});
+    const std::size_t middle = (60 * columns + 100) * 2; // 20 m are 50 of the band and a pixel of infrared
+    EXPECT_NEAR(static_cast<double>(after[middle]) - before[middle], 50.0 - 0.25 * 100.0, 1.0);
 }
 
 TEST_F(Grids, AreToldAndNotCompared) {
