@@ -26,14 +26,14 @@ constexpr double mostWeight = 1024.0;
 template <class T>
 struct BroveyWay {
     explicit BroveyWay(const BandWeights& bandWeights) : bands(bandWeights) {
-        isFloat = sizeof(T) == 1;
+        hasQuick = sizeof(T) == 1;
         for (std::uint32_t band = 0; band < bands.msBands; ++band) {
             const double weight = bands.weights[band];
-            isFloat = isFloat && (weight == 0.0 || (weight >= leastWeight && weight <= mostWeight));
+            hasQuick = hasQuick && (weight == 0.0 || (weight >= leastWeight && weight <= mostWeight));
         }
-        for (std::uint32_t band = 0; isFloat && band < bands.msBands; ++band)
+        for (std::uint32_t band = 0; hasQuick && band < bands.msBands; ++band)
             floatWeights[band] = static_cast<float>(bands.weights[band]);
-        hasWords = isFloat || sizeof(T) == 2;
+        hasWords = hasQuick || sizeof(T) == 2;
         error = 256.0F * static_cast<float>(bands.msBands + 4) / (1 << 23);
     }
 
@@ -49,7 +49,6 @@ struct BroveyWay {
     }
 
     HWY_ATTR bool Quick(T* planes, const T* HWY_RESTRICT pan, Doubts& doubts) const {
-        if (!isFloat) return false;
         const hn::ScalableTag<float> d;
         const hn::Rebind<std::int32_t, decltype(d)> d32;
         const hn::Rebind<T, decltype(d)> narrow;
@@ -91,19 +90,13 @@ struct BroveyWay {
         } else {
             const auto ratio = Ratio(d, pan, SumOfBands(d, of, bands.weights));
             for (std::uint32_t c = wordBands; c-- > 0;) {
-                const auto whole = ToWords(d, hn::Floor(Limit(d, hn::Mul(of.bands[c], ratio))));
+                const auto whole = ToWords(d, hn::Floor(Clamp<T>(d, hn::Mul(of.bands[c], ratio))));
                 words = hn::Or(hn::ShiftLeft<bits>(words), whole);
             }
         }
         return hn::BitCast(hn::Repartition<T, D>(), words);
     }
 #endif
-
-    /// Within the pixel range; not-a-number gives 0.
-    template <class D>
-    HWY_INLINE static hn::Vec<D> Limit(D d, hn::Vec<D> x) {
-        return hn::Min(hn::IfThenElseZero(hn::Ge(x, hn::Zero(d)), x), hn::Set(d, maxSample<T>));
-    }
 
     HWY_ATTR void Exact(T* planes, const T* HWY_RESTRICT pan, std::size_t pixels) const {
         const hn::ScalableTag<double> d;
@@ -112,13 +105,13 @@ struct BroveyWay {
             const auto ratio = Ratio(d, LoadReal(d, pan + i), s);
             for (std::uint32_t c = 0; c < bands.outputBands; ++c) {
                 T* samples = planes + c * blockPixels + i;
-                StoreTruncatedLanes(d, Limit(d, hn::Mul(LoadReal(d, samples), ratio)), samples);
+                StoreTruncatedLanes(d, Clamp<T>(d, hn::Mul(LoadReal(d, samples), ratio)), samples);
             }
         }
     }
 
     const BandWeights& bands;
-    bool isFloat = false;
+    bool hasQuick = false;
     bool hasWords = false;
     float error = 0.0F; ///< of a result
     float floatWeights[mostBands] = {};

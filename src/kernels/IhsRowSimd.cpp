@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <type_traits>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "kernels/IhsRowSimd.cpp"
@@ -70,12 +69,6 @@ HWY_INLINE Triple<V> ReplaceValue(D d, const Triple<V>& in, V value) {
             choose(bySector(low, low, rising, value, value, falling))};
 }
 
-/// x within the pixel range, not truncated yet; not-a-number gives 0.
-template <class T, class D, class V = hn::Vec<D>>
-HWY_INLINE V Clamp(D d, V x) {
-    return hn::Min(hn::IfThenElseZero(hn::Ge(x, hn::Zero(d)), x), hn::Set(d, maxSample<T>));
-}
-
 // A new value V keeps the proportions of the three bands: the result is V * max * band / largest but for
 // rounding. Where a band is the largest it is V * max rounded, since then its hue lies on the end of a sector
 // exactly. The others err, with 8 bits in float, by at most 256 * 3 * 2^-24 < 2^-14 (value, quotient,
@@ -83,14 +76,14 @@ HWY_INLINE V Clamp(D d, V x) {
 // * 2 * 6 * 4 * 2^-53 < 2^-31. Twice as much is allowed for.
 template <class T>
 struct IhsWay {
-    using Real = std::conditional_t<sizeof(T) == 1, float, double>;
+    using Real = RealOf<T>;
     static constexpr Real nearWhole = sizeof(T) == 1 ? Real(1.0 / 8192) : Real(1.0 / (1 << 30));
     static constexpr double mostWeight = 1.0; ///< of infrared; keeps the value at most 2
 
     explicit IhsWay(const BandWeights& bandWeights)
         : bands(bandWeights), hasInfrared(bands.msBands > 3),
           infraredWeight(hasInfrared ? bands.weights[3] / maxSample<T> : 0.0),
-          isQuick(!hasInfrared || std::fabs(bands.weights[3]) <= mostWeight) {}
+          hasQuick(!hasInfrared || std::fabs(bands.weights[3]) <= mostWeight) {}
 
     /// V * max of a block, as it is and as it is stored.
     HWY_ATTR void FindValues(const T* planes, const T* HWY_RESTRICT pan, Real* HWY_RESTRICT values,
@@ -113,13 +106,12 @@ struct IhsWay {
     }
 
     HWY_ATTR bool Quick(T* planes, const T* HWY_RESTRICT pan, Doubts& doubts) const {
-        if (!isQuick) return false;
         HWY_ALIGN Real values[blockPixels];
         HWY_ALIGN T stored[blockPixels];
         FindValues(planes, pan, values, stored);
-        if (bands.outputBands > 3)
-            return QuickBands(planes, values, stored, doubts) && AddFourth(planes, pan, blockPixels);
-        return QuickBands(planes, values, stored, doubts);
+        if (!QuickBands(planes, values, stored, doubts)) return false;
+        if (bands.outputBands > 3) AddFourth(planes, pan, blockPixels);
+        return true;
     }
 
     HWY_ATTR bool QuickBands(T* planes, const Real* HWY_RESTRICT values, const T* HWY_RESTRICT stored,
@@ -151,7 +143,7 @@ struct IhsWay {
     }
 
     /// The fourth band from the three new ones.
-    HWY_ATTR bool AddFourth(T* planes, const T* HWY_RESTRICT pan, std::size_t pixels) const {
+    HWY_ATTR void AddFourth(T* planes, const T* HWY_RESTRICT pan, std::size_t pixels) const {
         const hn::ScalableTag<double> d;
         for (std::size_t i = 0; i < pixels; i += hn::Lanes(d)) {
             const auto load = [&](std::uint32_t band)
@@ -162,7 +154,6 @@ struct IhsWay {
                 hn::Add(hn::Sub(LoadReal(d, pan + i), hn::Div(sum, hn::Set(d, 3.0))), infrared);
             StoreTruncatedLanes(d, Clamp<T>(d, fourth), planes + 3 * blockPixels + i);
         }
-        return true;
     }
 
     HWY_ATTR void Exact(T* planes, const T* HWY_RESTRICT pan, std::size_t pixels) const;
@@ -170,7 +161,7 @@ struct IhsWay {
     const BandWeights& bands;
     bool hasInfrared;
     double infraredWeight;
-    bool isQuick;
+    bool hasQuick;
 };
 
 /// By the operations of the definition; planes from the fifth on stay as they are.

@@ -48,9 +48,9 @@ struct KovaWay {
             magnitude += std::fabs(weight);
             isExact = isExact && weight * exactUnit == std::floor(weight * exactUnit);
         }
-        isBounded = maxSample<T> * (magnitude + 1.0) < mostShift;
-        hasWords = isBounded;
-        if (sizeof(T) != 1 || !isBounded) return;
+        hasQuick = maxSample<T> * (magnitude + 1.0) < mostShift;
+        hasWords = hasQuick;
+        if (sizeof(T) != 1 || !hasQuick) return;
         isExact = isExact && maxSample<T> * (magnitude + 1.0) < mostExact;
         const double error = isExact ? 0.0 : ((bands.msBands + 4) * magnitude + 2.0) / 32768.0;
         isFloat = error < mostFloatError;
@@ -130,7 +130,6 @@ struct KovaWay {
                 isFound = doubts.count <= mostDoubts;
             }
         if (!isFound) {
-            if (!isBounded) return false;
             doubts.count = 0;
             BlockShifts(planes, pan, bands.weights, up, down, doubts);
             if (doubts.count > mostDoubts) return false;
@@ -148,15 +147,13 @@ struct KovaWay {
             for (std::uint32_t c = 0; c < bands.outputBands; ++c) {
                 T* samples = planes + c * blockPixels + i;
                 const auto x = hn::Add(LoadReal(d, samples), difference);
-                const auto positive = hn::IfThenElseZero(hn::Ge(x, hn::Zero(d)), x); // not-a-number stores 0
-                const auto clamped = hn::Min(positive, hn::Set(d, maxSample<T>));
-                StoreTruncatedLanes(d, hn::Add(clamped, hn::Set(d, 0.5)), samples);
+                StoreTruncatedLanes(d, hn::Add(Clamp<T>(d, x), hn::Set(d, 0.5)), samples);
             }
         }
     }
 
     const BandWeights& bands;
-    bool isBounded = false;
+    bool hasQuick = false;
     bool isFloat = false;
     bool hasWords = false;
     float farthest = 0.5F; ///< from the middle between two halves without doubt

@@ -7,6 +7,7 @@
 #endif
 
 #include "kernels/FusionRow.h"
+#include "kernels/Store.h"
 
 #include <hwy/highway.h>
 
@@ -14,6 +15,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 HWY_BEFORE_NAMESPACE();
 namespace kernels {
@@ -25,6 +27,10 @@ namespace hn = hwy::HWY_NAMESPACE;
 inline constexpr std::size_t blockPixels = 128;
 /// More bands than this are left to the scalar definition.
 inline constexpr std::uint32_t mostBands = 8;
+
+/// What quick ways work in: holds sums of samples with bits to spare.
+template <class T>
+using RealOf = std::conditional_t<sizeof(T) == 1, float, double>;
 
 /// Two neighbouring bands as one number of twice the width, the first band in its low half.
 template <class T>
@@ -173,6 +179,12 @@ HWY_INLINE auto TruncateReal(D /*d*/, hn::Vec<D> x) {
         return hn::DemoteTo(d32, x);
 }
 
+/// Within the pixel range, not truncated yet; not-a-number gives 0.
+template <class T, class D, class V = hn::Vec<D>>
+HWY_INLINE V Clamp(D d, V x) {
+    return hn::Min(hn::IfThenElseZero(hn::Ge(x, hn::Zero(d)), x), hn::Set(d, maxSample<T>));
+}
+
 /// The whole parts of numbers in [0, largest sample + 1), as samples.
 template <class D, class T>
 HWY_INLINE void StoreTruncatedLanes(D d, hn::Vec<D> x, T* samples) {
@@ -230,7 +242,8 @@ HWY_ATTR void Decide(const T* ms, const T* pan, T* out, const BandWeights& bands
 
 /// Fuses a row in blocks of planes and leaves the output bands in the first planes. `way` has
 ///
-///     bool Quick(T* planes, const T* pan, Doubts&) const;    false: not for these weights or samples
+///     bool hasQuick;                                         whether the weights allow the quick way
+///     bool Quick(T* planes, const T* pan, Doubts&) const;    false: not for these samples
 ///     void Exact(T* planes, const T* pan, std::size_t pixels) const;      by the definition
 ///
 /// The rest of the row goes through copies, so that exactly the row's samples are read and written. For at
@@ -242,9 +255,11 @@ HWY_ATTR void FuseBlocks(const T* ms, const T* pan, T* out, std::size_t pixels, 
         HWY_ALIGN T planes[mostBands * blockPixels];
         Doubts doubts;
         Deinterleave(msBlock, bands.msBands, planes);
-        if (!way.Quick(planes, panBlock, doubts)) {
+        if (!way.hasQuick) {
+            way.Exact(planes, panBlock, blockPixels);
+        } else if (!way.Quick(planes, panBlock, doubts)) {
             doubts.count = 0;
-            Deinterleave(msBlock, bands.msBands, planes);
+            Deinterleave(msBlock, bands.msBands, planes); // which the quick way has written to
             way.Exact(planes, panBlock, blockPixels);
         }
         Interleave(planes, bands.outputBands, outBlock);

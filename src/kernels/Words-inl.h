@@ -9,7 +9,6 @@
 #include "kernels/Planes-inl.h"
 
 #include <bit>
-#include <type_traits>
 
 /// The commonest pixels, of four bands in and out, are fused without taking the bands apart: a pixel is one
 /// word of 32 or 64 bits, with the first band lowest, and as long as the real number that is worked with.
@@ -18,9 +17,6 @@ namespace kernels {
 namespace HWY_NAMESPACE {
 
 inline constexpr std::uint32_t wordBands = 4;
-
-template <class T>
-using RealOfWord = std::conditional_t<sizeof(T) == 1, float, double>;
 
 #if HWY_TARGET != HWY_SCALAR
 
@@ -85,7 +81,7 @@ HWY_INLINE auto RepeatLowest(D /*d*/, hn::Vec<WordsOf<D>> words) {
 template <class T, class Way>
 HWY_ATTR std::size_t FuseWords(const T* ms, const T* pan, T* out, std::size_t pixels, const Way& way) {
     if (std::endian::native != std::endian::little) return 0;
-    const hn::ScalableTag<RealOfWord<T>> d;
+    const hn::ScalableTag<RealOf<T>> d;
     const hn::Repartition<T, decltype(d)> dSample;
     const WordsOf<decltype(d)> dWord;
     std::size_t p = 0;
