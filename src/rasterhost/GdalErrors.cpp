@@ -7,13 +7,21 @@ namespace rasterhost {
 namespace {
 
 void CPL_STDCALL Collect(CPLErr kind, CPLErrorNum, const char* message) {
-    auto* text = static_cast<std::string*>(CPLGetErrorHandlerUserData());
-    if (kind >= CE_Failure && text->empty()) *text = message && *message ? message : "unknown error";
+    if (kind < CE_Warning) return; // debugging
+    static_cast<GdalErrors*>(CPLGetErrorHandlerUserData())->Add(kind >= CE_Failure, message);
 }
 
 } // namespace
 
-GdalErrors::GdalErrors() { CPLPushErrorHandlerEx(&Collect, &text); }
+GdalErrors::GdalErrors(Severity leastSeverity) : least(leastSeverity) {
+    CPLPushErrorHandlerEx(&Collect, this);
+}
+
 GdalErrors::~GdalErrors() { CPLPopErrorHandler(); }
+
+void GdalErrors::Add(bool isError, const char* message) {
+    if ((isError || least == Severity::Warning) && text.empty())
+        text = message && *message ? message : "unknown error";
+}
 
 } // namespace rasterhost

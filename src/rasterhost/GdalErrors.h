@@ -8,17 +8,23 @@ namespace rasterhost {
 /// the thread that made it.
 class GdalErrors {
 public:
-    GdalErrors();
+    /// What counts as an error.
+    enum class Severity { Error, Warning };
+
+    explicit GdalErrors(Severity leastSeverity = Severity::Error);
     GdalErrors(const GdalErrors&) = delete;
     GdalErrors& operator=(const GdalErrors&) = delete;
     ~GdalErrors();
 
-    /// True when an error, not a mere warning, was reported.
+    /// True when an error, by default not a mere warning, was reported.
     [[nodiscard]] bool HasFailed() const { return !text.empty(); }
     /// ": " and the first error, or nothing: to be appended to a message.
     [[nodiscard]] std::string Reason() const { return text.empty() ? text : ": " + text; }
 
+    void Add(bool isError, const char* message); ///< for GDAL's handler
+
 private:
+    Severity least;
     std::string text;
 };
 

@@ -28,6 +28,23 @@ bool Refuse(Status& status, const std::string& message) {
     return Fail(status, HostStatus::OutputRefused, message);
 }
 
+CPLStringList ToList(const std::vector<std::string>& options) {
+    CPLStringList list;
+    for (const std::string& option : options)
+        list.AddString(option.c_str());
+    return list;
+}
+
+/// GDAL only warns of what it does not know, and writes a file that is not what was asked for.
+bool CheckCreationOptions(GDALDriver& driver, const SharpenRequest& request, Status& status) {
+    const CPLStringList options = ToList(request.creationOptions);
+    const GdalErrors errors(GdalErrors::Severity::Warning);
+    if (options.empty() || GDALValidateCreationOptions(&driver, options.List())) return true;
+    return Refuse(status,
+                  FormatString("the creation options cannot be used%s; gdalinfo --format %s lists them",
+                               errors.Reason().c_str(), request.format.c_str()));
+}
+
 /// Formats that copy know only when they have the whole image whether they can hold it, so they are asked
 /// with a small one.
 bool CanCopy(GDALDriver& driver, const SharpenRequest& request, const Scene& scene, const OutputRules& rules,
@@ -38,9 +55,7 @@ bool CanCopy(GDALDriver& driver, const SharpenRequest& request, const Scene& sce
     const GdalErrors errors;
     GDALDatasetUniquePtr image(GetGDALDriverManager()->GetDriverByName("MEM")->Create(
         "", size, size, static_cast<int>(rules.GetFileBands()), type, nullptr));
-    CPLStringList options;
-    for (const std::string& option : request.creationOptions)
-        options.AddString(option.c_str());
+    const CPLStringList options = ToList(request.creationOptions);
     const std::string name = FormatString("/vsimem/pansharp-%p%s", static_cast<const void*>(&scene),
                                           std::filesystem::path(request.output).extension().c_str());
     GDALDatasetUniquePtr copy(
@@ -62,20 +77,19 @@ bool CheckFormat(const SharpenRequest& request, const Scene& scene, const Output
     if (!driver || !driver->GetMetadataItem(GDAL_DCAP_RASTER))
         return Refuse(status, FormatString("there is no raster format '%s'; gdalinfo --formats lists them",
                                            request.format.c_str()));
-    if (driver->GetMetadataItem(GDAL_DCAP_CREATE)) return true;
-    if (!IsMadeByCopy(request.format))
+    const bool isCreated = driver->GetMetadataItem(GDAL_DCAP_CREATE) != nullptr;
+    if (!isCreated && !IsMadeByCopy(request.format))
         return Refuse(status,
                       FormatString("GDAL reads the format '%s' and does not write it; gdalinfo --formats "
                                    "lists those with a w",
                                    request.format.c_str()));
-    return CanCopy(*driver, request, scene, rules, status);
+    return CheckCreationOptions(*driver, request, status) &&
+           (isCreated || CanCopy(*driver, request, scene, rules, status));
 }
 
 /// Bytes that are going to be written as they are, beside the final name; 0 when compression decides.
 std::uint64_t FindBytes(const SharpenRequest& request, const Scene& scene, const OutputRules& rules) {
-    CPLStringList options;
-    for (const std::string& option : request.creationOptions)
-        options.AddString(option.c_str());
+    const CPLStringList options = ToList(request.creationOptions);
     const char* compression = options.FetchNameValueDef("COMPRESS", "NONE");
     if (!IsMadeByCopy(request.format) &&
         !(StringsEqual(request.format, "GTiff", true) && StringsEqual(compression, "NONE", true)))

@@ -25,6 +25,13 @@ GDALColorInterp ColourOf(const Scene& scene, std::size_t band) {
     return colour == GCI_AlphaBand ? GCI_Undefined : colour; // a fused band is no transparency
 }
 
+std::vector<std::string> ToVector(const CPLStringList& list) {
+    std::vector<std::string> options;
+    for (int i = 0; i < list.size(); ++i)
+        options.emplace_back(list[i]);
+    return options;
+}
+
 /// The request's own options, and for GeoTIFF what they leave open.
 CPLStringList CreationOptions(const SharpenRequest& request, const Scene& scene, const OutputRules& rules,
                               const std::string& format, int threads) {
@@ -54,8 +61,6 @@ CPLStringList CreationOptions(const SharpenRequest& request, const Scene& scene,
                        ColourOf(scene, 1) == GCI_GreenBand && ColourOf(scene, 2) == GCI_BlueBand;
     suggest("PHOTOMETRIC", isRgb ? "RGB" : "MINISBLACK");
     suggest("ALPHA", "NO"); // else a fourth band would be one; the band's colour tells
-    // Every tile is written; until then none is made, so that it is not written twice.
-    if (!options.FetchNameValue("COMPRESS")) suggest("SPARSE_OK", "YES");
     if (options.FetchNameValue("COMPRESS")) suggest("NUM_THREADS", FormatString("%d", threads).c_str());
     return options;
 }
@@ -73,8 +78,15 @@ std::unique_ptr<OutputFile> OutputFile::Create(const SharpenRequest& request, co
                                                const OutputRules& rules, int threads,
                                                const Metadata& metadata, Status& status) {
     std::unique_ptr<OutputFile> output(new OutputFile(request, scene, rules));
-    const GdalErrors errors;
-    const CPLStringList options = CreationOptions(request, scene, rules, output->writtenFormat, threads);
+    const GdalErrors errors(GdalErrors::Severity::Warning);
+    CPLStringList options = CreationOptions(request, scene, rules, output->writtenFormat, threads);
+    const std::vector<std::string> tileOptions = ToVector(options);
+    // A file that is opened again has forgotten what its options say of quality and threads.
+    const bool writesTiles = EQUAL(output->writtenFormat.c_str(), "GTiff") &&
+                             !StartsWith(output->workFile.GetName(), "/vsi", false) &&
+                             TileWriter::CanWrite(tileOptions);
+    // Every tile is written; until then none is made, so that it is not written twice.
+    if (writesTiles) options.SetNameValue("SPARSE_OK", "YES");
     output->dataset =
         FindDriver(output->writtenFormat)
             ->Create(output->workFile.GetName().c_str(), static_cast<int>(output->columns),
@@ -86,12 +98,17 @@ std::unique_ptr<OutputFile> OutputFile::Create(const SharpenRequest& request, co
                           request.output.c_str(), errors.Reason().c_str()));
         return nullptr;
     }
+    output->warning = errors.Reason();
     if (output->IsCopied()) output->copyOptions.push_back(FormatString("NUM_THREADS=%d", threads));
     int width = 0, height = 0;
     output->dataset->GetRasterBand(1)->GetBlockSize(&width, &height);
     output->blockRows = static_cast<std::uint32_t>(height);
     output->Describe(scene, metadata);
-    if (output->TakeTiles(request)) return output;
+    if (!writesTiles || request.windowRows % output->blockRows != 0) return output;
+    GDALClose(output->dataset);
+    output->dataset = nullptr;
+    output->tiles = TileWriter::Open(output->workFile.GetName(), tileOptions);
+    if (output->tiles) return output;
     Fail(status, HostStatus::OutputNotCreated,
          FormatString("the output '%s' cannot be opened again%s", request.output.c_str(),
                       errors.Reason().c_str()));
@@ -101,17 +118,6 @@ std::unique_ptr<OutputFile> OutputFile::Create(const SharpenRequest& request, co
 OutputFile::~OutputFile() {
     const GdalErrors errors;
     CloseAll();
-}
-
-bool OutputFile::TakeTiles(const SharpenRequest& request) {
-    const std::string& name = workFile.GetName();
-    const bool isPlainFile = EQUAL(writtenFormat.c_str(), "GTiff") && !StartsWith(name, "/vsi", false);
-    if (!isPlainFile || request.windowRows % blockRows != 0) return true;
-    GDALClose(dataset);
-    dataset = nullptr;
-    tiles = TileWriter::Open(name);
-    if (!tiles) dataset = GDALDataset::Open(name.c_str(), GDAL_OF_RASTER | GDAL_OF_UPDATE);
-    return tiles || dataset;
 }
 
 namespace {
@@ -170,8 +176,17 @@ void OutputFile::Describe(const Scene& scene, const Metadata& metadata) {
         dataset->GetRasterBand(static_cast<int>(rules.bands) + 1)->SetColorInterpretation(GCI_AlphaBand);
 }
 
-bool OutputFile::WritePixels(std::uint32_t firstRow, std::uint32_t rows, unsigned char* samples) {
-    if (tiles) return tiles->Write(firstRow, rows, samples);
+bool OutputFile::Pack(std::uint32_t firstRow, std::uint32_t rows, const unsigned char* samples,
+                      PackedTiles& packed, Status& status) const {
+    return !tiles || tiles->Pack(rows, samples, packed) ||
+           Fail(status, HostStatus::OutputNotWritten,
+                FormatString("rows %u to %u of the output '%s' cannot be compressed; does memory run out?",
+                             firstRow, firstRow + rows, finalName.c_str()));
+}
+
+bool OutputFile::WritePixels(std::uint32_t firstRow, std::uint32_t rows, unsigned char* samples,
+                             PackedTiles& packed) {
+    if (tiles) return tiles->Write(firstRow, rows, samples, packed);
     const auto bands = static_cast<int>(rules.GetFileBands());
     const GSpacing pixelBytes = GSpacing{bands} * sampleBytes;
     return dataset->RasterIO(GF_Write, 0, static_cast<int>(firstRow), static_cast<int>(columns),
@@ -181,10 +196,10 @@ bool OutputFile::WritePixels(std::uint32_t firstRow, std::uint32_t rows, unsigne
 }
 
 bool OutputFile::Write(std::uint32_t firstRow, std::uint32_t rows, unsigned char* samples,
-                       const unsigned char* valid, Status& status) {
+                       PackedTiles& packed, const unsigned char* valid, Status& status) {
     mask.AddRows(valid, rows);
     const GdalErrors errors;
-    if (WritePixels(firstRow, rows, samples) && !errors.HasFailed()) return true;
+    if (WritePixels(firstRow, rows, samples, packed) && !errors.HasFailed()) return true;
     return Fail(status, HostStatus::OutputNotWritten,
                 FormatString("rows %u to %u of the output '%s' cannot be written; is the disk full?%s",
                              firstRow, firstRow + rows, finalName.c_str(), errors.Reason().c_str()));

@@ -32,6 +32,9 @@ public:
     OutputFile& operator=(const OutputFile&) = delete;
     ~OutputFile();
 
+    /// What GDAL warned of when it made the file, such as a creation option's value that it ignores; or
+    /// empty.
+    [[nodiscard]] const std::string& GetWarning() const { return warning; }
     /// Rows of one block of the file.
     [[nodiscard]] std::uint32_t GetBlockRows() const { return blockRows; }
     /// How Write wants the pixels.
@@ -39,10 +42,14 @@ public:
     /// True when Finish has to copy the whole image.
     [[nodiscard]] bool IsCopied() const { return format != writtenFormat; }
 
-    /// Writes the next whole rows, interleaved by pixel, packed, in the layout of GetLayout(), and which of
-    /// their pixels have data: a byte each, or null when all have.
+    /// Compresses whole rows, interleaved by pixel, in the layout of GetLayout(), where that can be done
+    /// before they are written. Any number of threads at a time.
+    [[nodiscard]] bool Pack(std::uint32_t firstRow, std::uint32_t rows, const unsigned char* samples,
+                            PackedTiles& packed, Status& status) const;
+    /// Writes the next whole rows, `packed` being what Pack made of them, and which of their pixels have
+    /// data: a byte each, or null when all have.
     [[nodiscard]] bool Write(std::uint32_t firstRow, std::uint32_t rows, unsigned char* samples,
-                             const unsigned char* valid, Status& status);
+                             PackedTiles& packed, const unsigned char* valid, Status& status);
     /// Among the pixels written so far.
     [[nodiscard]] std::uint64_t GetPixelsWithoutData() const { return mask.GetPixelsWithoutData(); }
     /// Adds the mask, copies if need be, and gives the file its name. `progress` gets the fraction done of
@@ -51,8 +58,7 @@ public:
 
 private:
     OutputFile(const SharpenRequest& request, const Scene& scene, const OutputRules& outputRules);
-    bool WritePixels(std::uint32_t firstRow, std::uint32_t rows, unsigned char* samples);
-    bool TakeTiles(const SharpenRequest& request);
+    bool WritePixels(std::uint32_t firstRow, std::uint32_t rows, unsigned char* samples, PackedTiles& packed);
     bool CloseAll();
     void Describe(const Scene& scene, const Metadata& metadata);
     bool AddMask(Status& status);
@@ -64,6 +70,7 @@ private:
     std::string writtenFormat;
     std::vector<std::string> copyOptions;
     WorkFile workFile;
+    std::string warning;
     OutputRules rules;
     std::uint32_t columns;
     std::uint32_t sampleBytes;

@@ -195,8 +195,7 @@ private:
 
     void DescribeRun() {
         const OutputRules rules = MakeOutputRules(request, *scene);
-        const RunSizes sizes{scene->part.GetColumns(), scene->part.GetRows(), rules.GetFileBands(),
-                             ChooseThreads(request), request.windowRows};
+        const RunSizes sizes = FindSizes(request, *scene, rules.GetFileBands());
         report.method = settings.method;
         report.effectiveWeights = settings.effectiveWeights;
         report.infraredWeight = settings.infraredWeight;

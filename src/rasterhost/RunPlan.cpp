@@ -9,6 +9,8 @@
 namespace rasterhost {
 
 using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Fundament::StartsWith;
+using KOVA::Tessara::Fundament::StringsEqual;
 using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
@@ -21,7 +23,8 @@ std::uint64_t ImageBytes(const InputImage& image) {
 /// The process and the sampler hold single rows; a window holds pan, its share of the source and output.
 std::uint64_t RowBytes(const Scene& scene, const RunSizes& sizes) {
     const RasterInfo& pan = scene.pan->GetInfo();
-    std::uint64_t bytes = hostkit::PixelBytes(pan) * sizes.columns * (1 + sizes.fileBands);
+    std::uint64_t bytes =
+        hostkit::PixelBytes(pan) * sizes.columns * (1 + sizes.fileBands * (sizes.isCompressed ? 2 : 1));
     for (const InputImage* image : scene.GetGrids()) {
         const RasterInfo& ms = image->GetInfo();
         bytes += static_cast<std::uint64_t>(static_cast<double>(hostkit::PixelBytes(ms)) * ms.cols *
@@ -49,6 +52,15 @@ bool CheckImage(const InputImage& image, Status& status) {
 }
 
 } // namespace
+
+RunSizes FindSizes(const SharpenRequest& request, const Scene& scene, std::uint32_t fileBands) {
+    const bool isCompressed =
+        std::any_of(request.creationOptions.begin(), request.creationOptions.end(), [](const auto& option) {
+            return StartsWith(option, "COMPRESS=", true) && !StringsEqual(option, "COMPRESS=NONE", true);
+        });
+    return {scene.part.GetColumns(), scene.part.GetRows(), fileBands,
+            ChooseThreads(request),  request.windowRows,   isCompressed};
+}
 
 int ChooseThreads(const SharpenRequest& request) {
     return request.threads > 0 ? request.threads

@@ -13,10 +13,14 @@ struct RunSizes {
     std::uint32_t fileBands = 0;  ///< of the output, transparency counted
     int threads = 1;              ///< that fuse
     std::uint32_t windowRows = 0; ///< as the request gives them, or 0
+    bool isCompressed = false;    ///< and so held twice before it is written
 };
 
 inline constexpr std::uint32_t usualBlockRows =
     256; ///< of the tiles that are written unless others are asked for
+
+/// The sizes of a run for the scene's part.
+[[nodiscard]] RunSizes FindSizes(const SharpenRequest& request, const Scene& scene, std::uint32_t fileBands);
 
 /// The request's threads, or one a processor.
 [[nodiscard]] int ChooseThreads(const SharpenRequest& request);

@@ -155,15 +155,13 @@ private:
             metadata.emplace_back("FitInfraredCorrelation", NumberText(*fit.infraredCorrelation));
     }
 
-    [[nodiscard]] RunSizes GetSizes() const {
-        return {scene->part.GetColumns(), scene->part.GetRows(), rules.GetFileBands(), ChooseThreads(request),
-                request.windowRows};
-    }
+    [[nodiscard]] RunSizes GetSizes() const { return FindSizes(request, *scene, rules.GetFileBands()); }
 
     bool FuseAll() {
         const CacheLimit cache(CacheBytes(*scene, GetSizes()));
         const auto output = OutputFile::Create(request, *scene, rules, report.threads, metadata, status);
         if (!output) return false;
+        if (!output->GetWarning().empty()) Warn("the output '" + request.output + "'" + output->GetWarning());
         report.windowRows = ChooseWindowRows(*scene, GetSizes(), output->GetBlockRows());
         const std::uint32_t windows = (report.rows - 1) / report.windowRows + 1;
         report.threads =

@@ -1,10 +1,67 @@
 #include "rasterhost/TileWriter.h"
 
+#include "rasterhost/GdalErrors.h"
+
+#include <cpl_string.h>
+#include <oneapi/tbb/parallel_for.h>
 #include <tiffio.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
 
 namespace rasterhost {
 
-std::unique_ptr<TileWriter> TileWriter::Open(const std::string& name) {
+namespace {
+
+/// Compressions without loss, and the option that sets how hard they try.
+const struct {
+    const char* name;
+    std::uint16_t compression;
+    const char* levelOption;
+    std::uint32_t levelTag;
+} codecs[] = {{"NONE", COMPRESSION_NONE, nullptr, 0},
+              {"DEFLATE", COMPRESSION_ADOBE_DEFLATE, "ZLEVEL", TIFFTAG_ZIPQUALITY},
+              {"ZSTD", COMPRESSION_ZSTD, "ZSTD_LEVEL", TIFFTAG_ZSTD_LEVEL},
+              {"LZMA", COMPRESSION_LZMA, "LZMA_PRESET", TIFFTAG_LZMAPRESET},
+              {"LZW", COMPRESSION_LZW, nullptr, 0},
+              {"PACKBITS", COMPRESSION_PACKBITS, nullptr, 0}};
+
+bool HasPredictor(std::uint16_t compression) {
+    return compression != COMPRESSION_NONE && compression != COMPRESSION_PACKBITS;
+}
+
+CPLStringList ToList(const std::vector<std::string>& options) {
+    CPLStringList list;
+    for (const std::string& option : options)
+        list.AddString(option.c_str());
+    return list;
+}
+
+} // namespace
+
+bool TileWriter::CanWrite(const std::vector<std::string>& creationOptions) {
+    const char* const known[] = {
+        "TILED",       "BLOCKXSIZE", "BLOCKYSIZE",          "INTERLEAVE",     "BIGTIFF",    "PHOTOMETRIC",
+        "ALPHA",       "COMPRESS",   "PREDICTOR",           "ZLEVEL",         "ZSTD_LEVEL", "LZMA_PRESET",
+        "NUM_THREADS", "PROFILE",    "GEOTIFF_KEYS_FLAVOR", "GEOTIFF_VERSION"};
+    for (const std::string& option : creationOptions) {
+        const std::string name = option.substr(0, option.find('='));
+        if (std::none_of(std::begin(known), std::end(known),
+                         [&](const char* each) { return EQUAL(each, name.c_str()); }))
+            return false;
+    }
+    const CPLStringList options = ToList(creationOptions);
+    const char* compression = options.FetchNameValueDef("COMPRESS", "NONE");
+    return options.FetchBool("TILED", false) &&
+           EQUAL(options.FetchNameValueDef("INTERLEAVE", "PIXEL"), "PIXEL") &&
+           std::any_of(std::begin(codecs), std::end(codecs), [&](const auto& codec) {
+               return EQUAL(codec.name, compression) && TIFFIsCODECConfigured(codec.compression);
+           });
+}
+
+std::unique_ptr<TileWriter> TileWriter::Open(const std::string& name,
+                                             const std::vector<std::string>& creationOptions) {
     std::unique_ptr<TileWriter> writer(new TileWriter);
     writer->file = TIFFOpen(name.c_str(), "r+");
     if (!writer->file) return nullptr;
@@ -18,30 +75,57 @@ std::unique_ptr<TileWriter> TileWriter::Open(const std::string& name) {
         TIFFGetFieldDefaulted(writer->file, tag, &value);
         return value;
     };
-    const std::uint16_t bits = shortField(TIFFTAG_BITSPERSAMPLE);
-    if (!TIFFIsTiled(writer->file) || TIFFIsByteSwapped(writer->file) || (bits != 8 && bits != 16) ||
-        shortField(TIFFTAG_COMPRESSION) != COMPRESSION_NONE ||
-        shortField(TIFFTAG_PLANARCONFIG) != PLANARCONFIG_CONTIG)
+    TileForm& form = writer->form;
+    form.bits = shortField(TIFFTAG_BITSPERSAMPLE);
+    form.compression = shortField(TIFFTAG_COMPRESSION);
+    const auto* codec = std::find_if(std::begin(codecs), std::end(codecs),
+                                     [&](const auto& each) { return each.compression == form.compression; });
+    if (!TIFFIsTiled(writer->file) || TIFFIsByteSwapped(writer->file) || codec == std::end(codecs) ||
+        (form.bits != 8 && form.bits != 16) || shortField(TIFFTAG_PLANARCONFIG) != PLANARCONFIG_CONTIG)
         return nullptr;
+    if (HasPredictor(form.compression)) form.predictor = shortField(TIFFTAG_PREDICTOR);
+    // The file does not tell how hard its compression tries.
+    const CPLStringList options = ToList(creationOptions);
+    if (const char* level = codec->levelOption ? options.FetchNameValue(codec->levelOption) : nullptr) {
+        form.levelTag = codec->levelTag;
+        form.level = std::atoi(level);
+    }
     writer->columns = field(TIFFTAG_IMAGEWIDTH);
-    writer->tileColumns = field(TIFFTAG_TILEWIDTH);
-    writer->tileRows = field(TIFFTAG_TILELENGTH);
-    writer->tileBytes = std::size_t{shortField(TIFFTAG_SAMPLESPERPIXEL)} * (bits / 8u) * writer->tileColumns *
-                        writer->tileRows;
+    form.columns = field(TIFFTAG_TILEWIDTH);
+    form.rows = field(TIFFTAG_TILELENGTH);
+    form.samples = shortField(TIFFTAG_SAMPLESPERPIXEL);
     const tmsize_t expected = TIFFTileSize(writer->file);
-    return expected > 0 && static_cast<std::size_t>(expected) == writer->tileBytes ? std::move(writer)
-                                                                                   : nullptr;
+    return expected > 0 && static_cast<std::size_t>(expected) == form.GetBytes() ? std::move(writer)
+                                                                                 : nullptr;
 }
 
 TileWriter::~TileWriter() {
     if (file) TIFFClose(file);
 }
 
-bool TileWriter::Write(std::uint32_t firstRow, std::uint32_t rowCount, unsigned char* tiles) {
-    for (std::uint32_t row = 0; row < rowCount; row += tileRows)
-        for (std::uint32_t column = 0; column < columns; column += tileColumns, tiles += tileBytes) {
+bool TileWriter::Pack(std::uint32_t rowCount, const unsigned char* tiles, PackedTiles& packed) const {
+    if (form.compression == COMPRESSION_NONE) return true;
+    packed.resize(std::size_t{(columns - 1) / form.columns + 1} * ((rowCount - 1) / form.rows + 1));
+    std::atomic<bool> isPacked = true;
+    oneapi::tbb::parallel_for(std::size_t{0}, packed.size(), [&](std::size_t tile) {
+        const GdalErrors silence; // of whichever thread this is
+        std::unique_ptr<TileEncoder>& encoder = encoders.local();
+        if (!encoder) encoder = std::make_unique<TileEncoder>(form);
+        if (!encoder->Encode(tiles + tile * form.GetBytes(), packed[tile])) isPacked = false;
+    });
+    return isPacked;
+}
+
+bool TileWriter::Write(std::uint32_t firstRow, std::uint32_t rowCount, unsigned char* tiles,
+                       PackedTiles& packed) {
+    const bool isPacked = form.compression != COMPRESSION_NONE;
+    std::size_t tile = 0;
+    for (std::uint32_t row = 0; row < rowCount; row += form.rows)
+        for (std::uint32_t column = 0; column < columns; column += form.columns, ++tile) {
+            unsigned char* bytes = isPacked ? packed[tile].data() : tiles + tile * form.GetBytes();
+            const std::size_t size = isPacked ? packed[tile].size() : form.GetBytes();
             const std::uint32_t number = TIFFComputeTile(file, column, firstRow + row, 0, 0);
-            if (TIFFWriteRawTile(file, number, tiles, static_cast<tmsize_t>(tileBytes)) < 0) return false;
+            if (TIFFWriteRawTile(file, number, bytes, static_cast<tmsize_t>(size)) < 0) return false;
         }
     return true;
 }

@@ -18,6 +18,7 @@ namespace tbb = oneapi::tbb;
 /// A window on its way through the stages, in a slot of its own.
 struct Job {
     FusionSlot* slot = nullptr;
+    PackedTiles packed;
     bool isGood = true;
     Status reasons;
 };
@@ -93,13 +94,19 @@ private:
     }
 
     Job* Fuse(Job* job) {
-        if (!hasStopped) Attempt(*job, [job] { return job->slot->Fuse(job->reasons); });
+        if (!hasStopped)
+            Attempt(*job, [&] {
+                FusionSlot& slot = *job->slot;
+                return slot.Fuse(job->reasons) &&
+                       output.Pack(slot.GetFirstRow() - plan.firstRow, slot.GetRows(), slot.GetOutput(),
+                                   job->packed, job->reasons);
+            });
         return job;
     }
 
     void Write(Job& job) {
         if (!hasStopped) {
-            Attempt(job, [&] { return WriteWindow(*job.slot, job.reasons); });
+            Attempt(job, [&] { return WriteWindow(job); });
             if (!job.isGood) {
                 reasons = job.reasons;
                 hasStopped = true;
@@ -109,11 +116,13 @@ private:
         freeJobs.push_back(&job);
     }
 
-    bool WriteWindow(FusionSlot& slot, Status& status) {
+    bool WriteWindow(Job& job) {
+        FusionSlot& slot = *job.slot;
         const std::uint32_t firstRow = slot.GetFirstRow() - plan.firstRow;
         {
             const std::lock_guard lock(fileMutex);
-            if (!output.Write(firstRow, slot.GetRows(), slot.GetOutput(), slot.GetValid(), status))
+            if (!output.Write(firstRow, slot.GetRows(), slot.GetOutput(), job.packed, slot.GetValid(),
+                              job.reasons))
                 return false;
         }
         tally.resize(slot.GetTally().size());

@@ -115,15 +115,18 @@ TEST(SharpenCommandRefusals, KeepTheOldFileWhenTheNewOneFails) {
     EXPECT_EQ(scene::Read(folder / "exists.tif").samples, existing);
 }
 
-// No file grows beyond a limit: what a full disk does in the middle, to plain tiles, to tiles that GDAL packs
-// and to a copy.
+// No file grows beyond a limit: what a full disk does in the middle, to tiles, to what GDAL writes and to a
+// copy.
 TEST(SharpenCommandRefusals, LeaveNothingOnADiskThatFillsUp) {
     const child::Folder folder;
     scene::Write(folder / "pan.tif", scene::MakeRaster(1000, 800, 1, 8, 5), {.pixelSize = 10.0});
     scene::Write(folder / "ms.tif", scene::MakeRaster(500, 400, 4, 8, 5), {.pixelSize = 20.0});
     const auto before = folder.List();
-    for (const Arguments& how :
-         {Arguments{}, {"--co", "COMPRESS=DEFLATE"}, {"--window", "100"}, {"-f", "COG"}}) {
+    for (const Arguments& how : {Arguments{},
+                                 {"--co", "COMPRESS=DEFLATE"},
+                                 {"--window", "100"},
+                                 {"--window", "100", "--co", "COMPRESS=DEFLATE"},
+                                 {"-f", "COG"}}) {
         SCOPED_TRACE(child::AsTyped(how));
         child::Running running(folder,
                                child::Concatenate({{"sharpen", "pan.tif", "ms.tif", "-o", "out.tif"}, how}),

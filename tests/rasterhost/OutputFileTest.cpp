@@ -110,6 +110,73 @@ TEST_F(Output, OverwritingTakesAwayWhatDescribedTheOldFile) {
     EXPECT_THAT(folder.List(), ElementsAre("fused.tif", "ms.tif", "pan.tif"));
 }
 
+/// Bytes of the tiles as they lie in the file, along rows of tiles.
+std::vector<int> TileSizes(const std::string& file) {
+    const GDALDatasetUniquePtr dataset(GDALDataset::Open(file.c_str()));
+    GDALRasterBand& band = *dataset->GetRasterBand(1);
+    std::vector<int> sizes;
+    for (int row = 0, column = 0;; ++column) {
+        const std::string name = "BLOCK_SIZE_" + std::to_string(column) + "_" + std::to_string(row);
+        const char* size = band.GetMetadataItem(name.c_str(), "TIFF");
+        if (!size && column == 0) return sizes;
+        if (!size)
+            ++row, column = -1;
+        else
+            sizes.push_back(std::atoi(size));
+    }
+}
+
+// Whoever writes the tiles, they are what GDAL makes of the same pixels with the same options: quality,
+// level, predictor and size reach them, at any number of threads.
+TEST_F(Output, CreationOptionsReachTheTiles) {
+    ASSERT_TRUE(RunSharpen(request).isDone);
+    const std::string plain = folder / "plain.tif", expected = folder / "expected.tif";
+    std::filesystem::rename(request.output, plain);
+    const GDALDatasetUniquePtr source(GDALDataset::Open(plain.c_str()));
+    const std::vector<std::vector<std::string>> cases = {
+        {},
+        {"COMPRESS=NONE", "BIGTIFF=YES"},
+        {"COMPRESS=DEFLATE"},
+        {"COMPRESS=DEFLATE", "ZLEVEL=1"},
+        {"compress=deflate", "ZLEVEL=9", "PREDICTOR=2"},
+        {"COMPRESS=ZSTD", "ZSTD_LEVEL=1"},
+        {"COMPRESS=LZW", "PREDICTOR=2"},
+        {"COMPRESS=PACKBITS"},
+        {"COMPRESS=DEFLATE", "ENDIANNESS=BIG"},
+        {"COMPRESS=DEFLATE", "INTERLEAVE=BAND", "ZLEVEL=9"},
+        {"COMPRESS=LERC", "MAX_Z_ERROR=10"},
+        {"DISCARD_LSB=3"},
+    };
+    for (const auto& options : cases)
+        for (const auto& [blockRows, threads] : {std::pair{64, 1}, {64, 3}, {48, 2}}) {
+            const std::string height = "BLOCKYSIZE=" + std::to_string(blockRows);
+            request.creationOptions = options;
+            request.creationOptions.insert(request.creationOptions.end(), {"BLOCKXSIZE=64", height});
+            request.threads = threads;
+            SCOPED_TRACE(testing::PrintToString(request.creationOptions));
+            const Outcome outcome = RunSharpen(request);
+            ASSERT_TRUE(outcome.isDone) << outcome.status.ToText();
+            EXPECT_THAT(outcome.report.warnings, testing::IsEmpty());
+            std::vector<const char*> theirs = {"TILED=YES", "INTERLEAVE=PIXEL"};
+            for (const std::string& option : request.creationOptions)
+                theirs.insert(theirs.begin(), option.c_str());
+            theirs.push_back(nullptr);
+            GDALDatasetUniquePtr(GetGDALDriverManager()->GetDriverByName("GTiff")->CreateCopy(
+                expected.c_str(), source.get(), FALSE, const_cast<char**>(theirs.data()), nullptr, nullptr));
+            EXPECT_EQ(ReadAll(request.output), ReadAll(expected));
+            EXPECT_EQ(TileSizes(request.output), TileSizes(expected));
+            std::filesystem::remove(request.output);
+        }
+}
+
+TEST_F(Output, ValuesThatGdalIgnoresAreWarnedOf) {
+    request.creationOptions = {"COMPRESS=DEFLATE", "ZLEVEL=99"};
+    const Outcome outcome = RunSharpen(request);
+    EXPECT_TRUE(outcome.isDone);
+    EXPECT_THAT(outcome.report.warnings,
+                ElementsAre(testing::AllOf(HasSubstr("fused.tif"), HasSubstr("ZLEVEL=99"))));
+}
+
 TEST_F(Output, OtherFormatsKeepTheirFilesTogether) {
     ASSERT_TRUE(RunSharpen(request).isDone);
     const auto expected = ReadAll(request.output);

@@ -180,11 +180,13 @@ TEST_F(Refusals, OutputsThatCannotBe) {
     Refuse([](SharpenRequest& r) { r.format = "NoFormat"; }, {"'NoFormat'"});
     Refuse([](SharpenRequest& r) { r.format = "DIMAP"; }, {"'DIMAP'", "does not write it"});
     Refuse([](SharpenRequest& r) { r.format = "GIF"; }, {"'GIF' cannot hold an image of 3 bands of 8 bits"});
-    Refuse(
-        [](SharpenRequest& r) {
-            r.creationOptions = {"COMPRESS=NONSENSE", "BLOCKXSIZE=17"};
-        },
-        {"fused.tif", "cannot be created"});
+    const auto refuseOption = [&](const char* format, const char* option, std::vector<std::string> texts) {
+        Refuse([&](SharpenRequest& r) { r.format = format, r.creationOptions = {option}; }, std::move(texts));
+    };
+    refuseOption("GTiff", "BLOCKXSIZE=17", {"fused.tif", "cannot be created"});
+    refuseOption("GTiff", "COMPRESS=NONSENSE", {"NONSENSE", "gdalinfo --format GTiff"});
+    refuseOption("GTiff", "COMPRES=LZW", {"COMPRES", "gdalinfo --format GTiff"});
+    refuseOption("COG", "TILED=YES", {"TILED", "gdalinfo --format COG"});
 }
 
 } // namespace

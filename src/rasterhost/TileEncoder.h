@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+struct tiff;
+
+namespace rasterhost {
+
+/// What tiles of a GeoTIFF are made of: bands interleaved by pixel, compressed without loss.
+struct TileForm {
+    std::uint32_t columns = 0;
+    std::uint32_t rows = 0;
+    std::uint16_t bits = 0; ///< per sample
+    std::uint16_t samples = 0;
+    std::uint16_t compression = 0; ///< COMPRESSION_* of tiff.h
+    std::uint16_t predictor = 0;   ///< 0 where the compression has none
+    std::uint32_t levelTag = 0;    ///< how hard the compression tries; 0 for its own choice
+    int level = 0;
+
+    [[nodiscard]] std::size_t GetBytes() const { return std::size_t{samples} * (bits / 8u) * columns * rows; }
+};
+
+/// Compresses one tile after another with libtiff's codecs, which keep their working memory in between: with
+/// some, that is most of the work. One thread at a time.
+class TileEncoder {
+public:
+    explicit TileEncoder(const TileForm& tileForm);
+    TileEncoder(const TileEncoder&) = delete;
+    TileEncoder& operator=(const TileEncoder&) = delete;
+    ~TileEncoder();
+
+    /// `tile` has the form's bytes. False when memory runs out or the codec fails; libtiff's error handler
+    /// hears of it.
+    [[nodiscard]] bool Encode(const unsigned char* tile, std::vector<unsigned char>& encoded);
+
+private:
+    struct Sink;
+
+    void Open();
+    void Close();
+
+    const TileForm form;
+    std::unique_ptr<Sink> sink;
+    tiff* file = nullptr;
+    std::uint32_t next = 0; ///< tile of `file`
+};
+
+} // namespace rasterhost
