@@ -25,27 +25,16 @@ constexpr double mostWeight = 1024.0;
 
 template <class T>
 struct BroveyWay {
-    explicit BroveyWay(const BandWeights& bandWeights) : bands(bandWeights) {
+    explicit BroveyWay(const BandWeights& bandWeights)
+        : bands(bandWeights), fixed(static_cast<int>(bandWeights.msBands) + 4) {
         hasQuick = sizeof(T) == 1;
         for (std::uint32_t band = 0; band < bands.msBands; ++band) {
             const double weight = bands.weights[band];
             hasQuick = hasQuick && (weight == 0.0 || (weight >= leastWeight && weight <= mostWeight));
         }
         for (std::uint32_t band = 0; hasQuick && band < bands.msBands; ++band)
-            floatWeights[band] = static_cast<float>(bands.weights[band]);
+            floatWeights[band] = static_cast<float>(bands.weights[band]) / (1 << FixedResults::bits);
         hasWords = hasQuick || sizeof(T) == 2;
-        error = 256.0F * static_cast<float>(bands.msBands + 4) / (1 << 23);
-    }
-
-    /// Within the limits beyond which a sample is 0 or the largest; whole parts may differ where x may be a
-    /// whole number.
-    template <class D, class M>
-    HWY_INLINE auto Whole(D d, hn::Vec<D> product, M& doubt) const {
-        const auto x = hn::Min(product, hn::Set(d, static_cast<float>(maxSample<T>) + 0.5F));
-        const auto near = hn::Set(d, error);
-        const auto whole = TruncateReal(d, hn::Add(x, near));
-        doubt = hn::Or(doubt, hn::Xor(whole, TruncateReal(d, hn::Sub(x, near))));
-        return whole;
     }
 
     HWY_ATTR bool Quick(T* planes, const T* HWY_RESTRICT pan, Doubts& doubts) const {
@@ -55,13 +44,14 @@ struct BroveyWay {
         for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
             const auto s = WeightedSum(d, planes + i, floatWeights, bands.msBands);
             const auto ratio = Ratio(d, LoadReal(d, pan + i), s);
-            auto doubt = hn::Zero(d32);
+            auto fractions = hn::Zero(d32);
             for (std::uint32_t c = 0; c < bands.outputBands; ++c) {
                 T* samples = planes + c * blockPixels + i;
-                const auto whole = Whole(d, hn::Mul(LoadReal(d, samples), ratio), doubt);
-                hn::StoreU(hn::DemoteTo(narrow, whole), narrow, samples);
+                const auto result = fixed.Product(d, LoadReal(d, samples), ratio);
+                fractions = FixedResults::GreaterFraction(d32, fractions, result);
+                hn::StoreU(hn::DemoteTo(narrow, FixedResults::Whole(d32, result)), narrow, samples);
             }
-            AddDoubts(d, hn::RebindMask(d, hn::Ne(doubt, hn::Zero(d32))), i, doubts);
+            AddDoubts(d, fixed.InDoubt(d32, fractions), i, doubts);
         }
         return doubts.count <= mostDoubts;
     }
@@ -75,26 +65,29 @@ struct BroveyWay {
     template <class D, class S, class V>
     HWY_INLINE S Words(D d, S /*samples*/, const FourBands<V>& of, V pan, std::size_t firstPixel,
                        Doubts& doubts) const {
-        const WordsOf<D> dWord;
-        auto words = hn::Zero(dWord);
-        constexpr int bits = sizeof(T) * 8;
         if constexpr (sizeof(T) == 1) {
-            const auto ratio = Ratio(d, pan, SumOfBands(d, of, floatWeights));
             const hn::Rebind<std::int32_t, D> d32;
-            auto doubt = hn::Zero(d32);
-            for (std::uint32_t c = wordBands; c-- > 0;) {
-                const auto whole = hn::BitCast(dWord, Whole(d, hn::Mul(of.bands[c], ratio), doubt));
-                words = hn::Or(hn::ShiftLeft<bits>(words), whole);
-            }
-            AddDoubts(d, hn::RebindMask(d, hn::Ne(doubt, hn::Zero(d32))), firstPixel, doubts);
+            const auto ratio = Ratio(d, pan, SumOfBands(d, of, floatWeights));
+            auto fractions = hn::Zero(d32);
+            const auto result = [&](int band) HWY_ATTR {
+                const auto product = fixed.Product(d, of.bands[band], ratio);
+                fractions = FixedResults::GreaterFraction(d32, fractions, product);
+                return product;
+            };
+            const auto words =
+                JoinBytes<FixedResults::bits>(WordsOf<D>(), result(0), result(1), result(2), result(3));
+            AddDoubts(d, fixed.InDoubt(d32, fractions), firstPixel, doubts);
+            return words;
         } else {
+            const WordsOf<D> dWord;
+            auto words = hn::Zero(dWord);
             const auto ratio = Ratio(d, pan, SumOfBands(d, of, bands.weights));
             for (std::uint32_t c = wordBands; c-- > 0;) {
                 const auto whole = ToWords(d, hn::Floor(Clamp<T>(d, hn::Mul(of.bands[c], ratio))));
-                words = hn::Or(hn::ShiftLeft<bits>(words), whole);
+                words = hn::Or(hn::ShiftLeft<sizeof(T) * 8>(words), whole);
             }
+            return hn::BitCast(hn::Repartition<T, D>(), words);
         }
-        return hn::BitCast(hn::Repartition<T, D>(), words);
     }
 #endif
 
@@ -113,7 +106,7 @@ struct BroveyWay {
     const BandWeights& bands;
     bool hasQuick = false;
     bool hasWords = false;
-    float error = 0.0F; ///< of a result
+    const FixedResults fixed;
     float floatWeights[mostBands] = {};
 };
 

@@ -71,14 +71,14 @@ HWY_INLINE Triple<V> ReplaceValue(D d, const Triple<V>& in, V value) {
 
 // A new value V keeps the proportions of the three bands: the result is V * max * band / largest but for
 // rounding. Where a band is the largest it is V * max rounded, since then its hue lies on the end of a sector
-// exactly. The others err, with 8 bits in float, by at most 256 * 3 * 2^-24 < 2^-14 (value, quotient,
-// product); with 16 bits in double, the definition's hue and a value of up to 2 included, by less than 65536
-// * 2 * 6 * 4 * 2^-53 < 2^-31. Twice as much is allowed for.
+// exactly. The others err, with 8 bits in float, by at most 256 * 3 * 2^-24 (value, quotient, product), which
+// is 3 / 2 in units of 2^-15; with 16 bits in double, the definition's hue and a value of up to 2 included,
+// by less than 65536 * 2 * 6 * 4 * 2^-53 < 2^-31. Twice as much is allowed for.
 template <class T>
 struct IhsWay {
     using Real = RealOf<T>;
-    static constexpr Real nearWhole = sizeof(T) == 1 ? Real(1.0 / 8192) : Real(1.0 / (1 << 30));
-    static constexpr double mostWeight = 1.0; ///< of infrared; keeps the value at most 2
+    static constexpr double nearWhole = 1.0 / (1 << 30); ///< with 16 bits
+    static constexpr double mostWeight = 1.0;            ///< of infrared; keeps the value at most 2
 
     explicit IhsWay(const BandWeights& bandWeights)
         : bands(bandWeights), hasInfrared(bands.msBands > 3),
@@ -117,29 +117,56 @@ struct IhsWay {
     HWY_ATTR bool QuickBands(T* planes, const Real* HWY_RESTRICT values, const T* HWY_RESTRICT stored,
                              Doubts& doubts) const {
         const hn::ScalableTag<Real> d;
-        const auto zero = hn::Zero(d);
-        const auto least = hn::Set(d, Real(0.5));
-        const auto most = hn::Set(d, static_cast<Real>(maxSample<T>) + Real(0.5));
-        const auto near = hn::Set(d, nearWhole);
         for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
             const auto load = [&](std::uint32_t band)
                                   HWY_ATTR { return LoadReal(d, planes + band * blockPixels + i); };
             const auto largest = hn::Max(load(0), hn::Max(load(1), load(2)));
-            const auto value = hn::Load(d, values + i);
-            const auto whole = LoadReal(d, stored + i);
-            const auto ratio = hn::Div(value, hn::Max(largest, hn::Set(d, Real(1))));
-            auto doubt = hn::Lt(zero, zero);
-            for (std::uint32_t c = 0; c < 3; ++c) {
-                T* samples = planes + c * blockPixels + i;
-                const auto isLargest = hn::Eq(load(c), largest);
-                // Beyond these limits the sample is 0 or the largest possible whatever the error.
-                const auto x = hn::Min(hn::Max(hn::Mul(load(c), ratio), least), most);
-                doubt = hn::Or(doubt, hn::AndNot(isLargest, hn::Lt(hn::Abs(hn::Sub(x, hn::Round(x))), near)));
-                StoreTruncatedLanes(d, hn::IfThenElse(isLargest, whole, x), samples);
-            }
-            AddDoubts(d, doubt, i, doubts);
+            const auto ratio = hn::Div(hn::Load(d, values + i), hn::Max(largest, hn::Set(d, Real(1))));
+            if constexpr (sizeof(T) == 1)
+                FixedBands(d, planes + i, largest, ratio, stored + i, i, doubts);
+            else
+                RealBands(d, planes + i, largest, ratio, stored + i, i, doubts);
         }
         return doubts.count <= mostDoubts;
+    }
+
+    template <class D>
+    HWY_INLINE void FixedBands(D d, T* planes, hn::Vec<D> largest, hn::Vec<D> ratio, const T* stored,
+                               std::size_t firstPixel, Doubts& doubts) const {
+        const hn::Rebind<std::int32_t, D> d32;
+        const hn::Rebind<T, D> narrow;
+        const auto scaled = hn::Mul(ratio, hn::Set(d, static_cast<float>(1 << FixedResults::bits)));
+        const auto whole = hn::PromoteTo(d32, hn::LoadU(narrow, stored));
+        auto fractions = hn::Zero(d32);
+        for (std::uint32_t c = 0; c < 3; ++c) {
+            T* samples = planes + c * blockPixels;
+            const auto sample = LoadReal(d, samples);
+            const auto isLargest = hn::RebindMask(d32, hn::Eq(sample, largest));
+            const auto result = fixed.Product(d, sample, scaled);
+            fractions = FixedResults::GreaterFraction(d32, fractions, hn::IfThenZeroElse(isLargest, result));
+            const auto chosen = hn::IfThenElse(isLargest, whole, FixedResults::Whole(d32, result));
+            hn::StoreU(hn::DemoteTo(narrow, chosen), narrow, samples);
+        }
+        AddDoubts(d, fixed.InDoubt(d32, fractions), firstPixel, doubts);
+    }
+
+    template <class D>
+    HWY_INLINE void RealBands(D d, T* planes, hn::Vec<D> largest, hn::Vec<D> ratio, const T* stored,
+                              std::size_t firstPixel, Doubts& doubts) const {
+        const auto whole = LoadReal(d, stored);
+        auto doubt = hn::Lt(ratio, ratio);
+        for (std::uint32_t c = 0; c < 3; ++c) {
+            T* samples = planes + c * blockPixels;
+            const auto sample = LoadReal(d, samples);
+            const auto isLargest = hn::Eq(sample, largest);
+            // Beyond these limits the sample is 0 or the largest possible whatever the error.
+            const auto x =
+                hn::Min(hn::Max(hn::Mul(sample, ratio), hn::Set(d, 0.5)), hn::Set(d, maxSample<T> + 0.5));
+            const auto isNear = hn::Lt(hn::Abs(hn::Sub(x, hn::Round(x))), hn::Set(d, nearWhole));
+            doubt = hn::Or(doubt, hn::AndNot(isLargest, isNear));
+            StoreTruncatedLanes(d, hn::IfThenElse(isLargest, whole, x), samples);
+        }
+        AddDoubts(d, doubt, firstPixel, doubts);
     }
 
     /// The fourth band from the three new ones.
@@ -162,6 +189,7 @@ struct IhsWay {
     bool hasInfrared;
     double infraredWeight;
     bool hasQuick;
+    const FixedResults fixed{3}; ///< with 8 bits
 };
 
 /// By the operations of the definition; planes from the fifth on stay as they are.

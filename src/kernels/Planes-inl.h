@@ -192,6 +192,47 @@ HWY_INLINE void StoreTruncatedLanes(D d, hn::Vec<D> x, T* samples) {
     hn::StoreU(hn::DemoteTo(narrow, TruncateReal(d, x)), narrow, samples);
 }
 
+/// 8-bit results of a quick way in float, as whole numbers of 2^-bits. Each is taken too small by the most
+/// that it errs by, so that its whole part is right unless its fraction is close to 1. Being added to 2^23
+/// makes it whole and leaves it as the lowest bits; limits keep it there, with fractions in no doubt.
+struct FixedResults {
+    static constexpr int bits = 15;
+    static constexpr float unit = 1 << 23;
+
+    /// Of results up to 256, an error of 2^-bits * `error` before they are made whole.
+    explicit FixedResults(int error)
+        : offset(unit - static_cast<float>(error + 1)), mostCertain((1 << bits) - 2 * (error + 1) - 2) {}
+
+    /// The result a * b, b being 2^bits times as much, from bit `bits` on; bits above its 8 are not 0.
+    template <class D>
+    HWY_INLINE hn::Vec<hn::Rebind<std::int32_t, D>> Product(D d, hn::Vec<D> a, hn::Vec<D> b) const {
+        const auto most = hn::Set(d, unit + 255.5F * (1 << bits));
+        const auto sum = hn::MulAdd(a, b, hn::Set(d, offset));
+        return hn::BitCast(hn::Rebind<std::int32_t, D>(), hn::Min(hn::Max(sum, hn::Set(d, unit)), most));
+    }
+
+    /// Results as numbers.
+    template <class D32, class V>
+    HWY_INLINE static V Whole(D32 d32, V results) {
+        const hn::Rebind<float, D32> d;
+        return hn::ShiftRight<bits>(hn::Sub(results, hn::BitCast(d32, hn::Set(d, unit))));
+    }
+
+    /// The greater of `fractions`, of a pixel's other bands, and those of results.
+    template <class D32, class V>
+    HWY_INLINE static V GreaterFraction(D32 d32, V fractions, V results) {
+        return hn::Max(fractions, hn::And(results, hn::Set(d32, (1 << bits) - 1)));
+    }
+
+    template <class D32, class V>
+    HWY_INLINE auto InDoubt(D32 d32, V fractions) const {
+        return hn::RebindMask(hn::Rebind<float, D32>(), hn::Gt(fractions, hn::Set(d32, mostCertain)));
+    }
+
+    float offset;             ///< added to every result
+    std::int32_t mostCertain; ///< fraction
+};
+
 /// The weighted sum of the bands of some pixels, in the order of the definition, one rounding an operation.
 template <class D, class T>
 HWY_INLINE hn::Vec<D> WeightedSum(D d, const T* planes, const hn::TFromD<D>* weights, std::uint32_t bands) {

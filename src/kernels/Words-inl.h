@@ -75,6 +75,19 @@ HWY_INLINE auto RepeatLowest(D /*d*/, hn::Vec<WordsOf<D>> words) {
     return hn::BitCast(hn::Repartition<T, D>(), hn::TableLookupBytes(hn::BitCast(d8, words), places));
 }
 
+/// The samples of pixels, from words that have those of a band in their bits from `Bit` on.
+template <int Bit, class D, class V>
+HWY_INLINE auto JoinBytes(D /*dWord*/, const V& a, const V& b, const V& c, const V& e) {
+    static_assert(Bit > 0 && Bit < 16);
+    const hn::Repartition<std::uint16_t, D> d16;
+    const auto joinHalves = [&](auto low, auto high) HWY_ATTR {
+        return hn::OddEven(hn::BitCast(d16, hn::ShiftLeft<16 - Bit>(high)),
+                           hn::BitCast(d16, hn::ShiftRight<Bit>(low)));
+    };
+    const auto low = hn::And(joinHalves(a, c), hn::Set(d16, 0xFF));
+    return hn::BitCast(hn::Repartition<std::uint8_t, D>(), hn::Or(low, hn::ShiftLeft<8>(joinHalves(b, e))));
+}
+
 /// Fuses whole blocks and returns how many pixels that are. `way`, beside what FuseBlocks asks for, has
 ///
 ///     Words(d, samples, bands, pan, firstPixel, doubts)      a vector of output samples
