@@ -62,8 +62,8 @@ struct BroveyWay {
     }
 
 #if HWY_TARGET != HWY_SCALAR
-    template <class D, class S, class V>
-    HWY_INLINE S Words(D d, S /*samples*/, const FourBands<V>& of, V pan, std::size_t firstPixel,
+    template <class D, class S, class V, std::uint32_t Bands>
+    HWY_INLINE S Words(D d, S /*samples*/, const SomeBands<V, Bands>& of, V pan, std::size_t firstPixel,
                        Doubts& doubts) const {
         if constexpr (sizeof(T) == 1) {
             const hn::Rebind<std::int32_t, D> d32;
@@ -74,15 +74,16 @@ struct BroveyWay {
                 fractions = FixedResults::GreaterFraction(d32, fractions, product);
                 return product;
             };
-            const auto words =
-                JoinBytes<FixedResults::bits>(WordsOf<D>(), result(0), result(1), result(2), result(3));
+            const auto third = result(2);
+            const auto words = JoinBytes<FixedResults::bits>(WordsOf<D>(), result(0), result(1), third,
+                                                             Bands == wordBands ? result(Bands - 1) : third);
             AddDoubts(d, fixed.InDoubt(d32, fractions), firstPixel, doubts);
             return words;
         } else {
             const WordsOf<D> dWord;
             auto words = hn::Zero(dWord);
             const auto ratio = Ratio(d, pan, SumOfBands(d, of, bands.weights));
-            for (std::uint32_t c = wordBands; c-- > 0;) {
+            for (std::uint32_t c = Bands; c-- > 0;) {
                 const auto whole = ToWords(d, hn::Floor(Clamp<T>(d, hn::Mul(of.bands[c], ratio))));
                 words = hn::Or(hn::ShiftLeft<sizeof(T) * 8>(words), whole);
             }

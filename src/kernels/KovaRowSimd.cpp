@@ -77,8 +77,8 @@ struct KovaWay {
     }
 
 #if HWY_TARGET != HWY_SCALAR
-    template <class D, class S, class V>
-    HWY_INLINE S Words(D d, S samples, const FourBands<V>& of, V pan, std::size_t firstPixel,
+    template <class D, class S, class V, std::uint32_t Bands>
+    HWY_INLINE S Words(D d, S samples, const SomeBands<V, Bands>& of, V pan, std::size_t firstPixel,
                        Doubts& doubts) const {
         const auto limit = [&](V x) HWY_ATTR {
             const auto most = hn::Set(d, static_cast<hn::TFromD<D>>(maxSample<T>));
@@ -105,7 +105,10 @@ struct KovaWay {
         const hn::Rebind<T, decltype(d)> narrow;
         for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
             const auto s = WeightedSum(d, planes + i, weights, bands.msBands);
-            const auto shift = TruncateReal(d, Shifts(d, hn::Sub(LoadReal(d, pan + i), s), i, doubts));
+            const auto found = Shifts(d, hn::Sub(LoadReal(d, pan + i), s), i, doubts);
+            // Demoting to bytes does not saturate from 2^15 on with every target.
+            const auto most = hn::Set(d, static_cast<Real>(maxSample<T>));
+            const auto shift = TruncateReal(d, hn::Min(hn::Max(found, hn::Neg(most)), most));
             hn::StoreU(hn::DemoteTo(narrow, shift), narrow, up + i); // saturated
             hn::StoreU(hn::DemoteTo(narrow, hn::Neg(shift)), narrow, down + i);
         }

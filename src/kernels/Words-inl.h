@@ -10,7 +10,7 @@
 
 #include <bit>
 
-/// The commonest pixels, of four bands in and out, are fused without taking the bands apart: a pixel is one
+/// The commonest pixels, of three or four bands, are fused without taking the bands apart: a pixel is one
 /// word of 32 or 64 bits, with the first band lowest, and as long as the real number that is worked with.
 HWY_BEFORE_NAMESPACE();
 namespace kernels {
@@ -50,17 +50,17 @@ HWY_INLINE hn::Vec<D> BandOfWords(D d, hn::Vec<WordsOf<D>> words) {
     return hn::Sub(hn::BitCast(d, hn::Or(band, hn::BitCast(dWord, unit))), unit);
 }
 
-template <class V>
-struct FourBands {
-    V bands[wordBands];
+template <class V, std::uint32_t Bands>
+struct SomeBands {
+    V bands[Bands];
 };
 
 /// The weighted sum in the order of the definition.
-template <class D, class V>
-HWY_INLINE V SumOfBands(D d, const FourBands<V>& of, const hn::TFromD<D>* weights) {
+template <class D, class V, std::uint32_t Bands>
+HWY_INLINE V SumOfBands(D d, const SomeBands<V, Bands>& of, const hn::TFromD<D>* weights) {
     V s =
         hn::Mul(of.bands[0], hn::Set(d, weights[0])); // from 0.0 up: adding that to it changes nothing stored
-    for (std::uint32_t band = 1; band < wordBands; ++band)
+    for (std::uint32_t band = 1; band < Bands; ++band)
         s = hn::Add(s, hn::Mul(of.bands[band], hn::Set(d, weights[band])));
     return s;
 }
@@ -88,38 +88,84 @@ HWY_INLINE auto JoinBytes(D /*dWord*/, const V& a, const V& b, const V& c, const
     return hn::BitCast(hn::Repartition<std::uint8_t, D>(), hn::Or(low, hn::ShiftLeft<8>(joinHalves(b, e))));
 }
 
+// Pixels of three bytes: four of them lie in 12 of every 16 bytes.
+HWY_ALIGN inline constexpr std::uint8_t wordsOfTwelve[16] = {0, 1, 2, 0x80, 3, 4,  5,  0x80,
+                                                             6, 7, 8, 0x80, 9, 10, 11, 0x80};
+HWY_ALIGN inline constexpr std::uint8_t twelveOfWords[16] = {0,  1,  2,  4,  5,    6,    8,    9,
+                                                             10, 12, 13, 14, 0x80, 0x80, 0x80, 0x80};
+// Where the four bytes of each place come from, to spread such bytes or to bring them together.
+HWY_ALIGN inline constexpr std::int32_t spreadPlaces[16] = {0, 1, 2, 0, 3, 4, 5, 0, 6, 7, 8, 0, 9, 10, 11, 0};
+HWY_ALIGN inline constexpr std::int32_t closePlaces[16] = {0,  1,  2,  4,  5, 6, 8, 9,
+                                                           10, 12, 13, 14, 0, 0, 0, 0};
+
+template <class D>
+HWY_INLINE hn::Vec<D> MoveFours(D d, hn::Vec<D> bytes, const std::int32_t* places) {
+    const hn::Repartition<std::int32_t, D> d32;
+    if (hn::Lanes(d32) == 4) return bytes; // nothing has to cross a block of 16 bytes
+    return hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(d32, bytes), hn::SetTableIndices(d32, places)));
+}
+
+/// A vector of words of `Bands` samples; of three, it reads up to 16 bytes more than those take.
+template <std::uint32_t Bands, class D, class T = hn::TFromD<D>>
+HWY_INLINE hn::Vec<D> LoadWords(D d, const T* samples) {
+    if constexpr (Bands == wordBands) return hn::LoadU(d, samples);
+    static_assert(Bands == wordBands || sizeof(T) == 1);
+    const hn::Repartition<std::uint8_t, D> d8;
+    const auto apart = MoveFours(d8, hn::BitCast(d8, hn::LoadU(d, samples)), spreadPlaces);
+    return hn::BitCast(d, hn::TableLookupBytesOr0(apart, hn::LoadDup128(d8, wordsOfTwelve)));
+}
+
+/// The reverse; it writes as many bytes more.
+template <std::uint32_t Bands, class D, class T = hn::TFromD<D>>
+HWY_INLINE void StoreWords(D d, hn::Vec<D> words, T* samples) {
+    if constexpr (Bands == wordBands) return hn::StoreU(words, d, samples);
+    const hn::Repartition<std::uint8_t, D> d8;
+    const auto twelves = hn::TableLookupBytesOr0(hn::BitCast(d8, words), hn::LoadDup128(d8, twelveOfWords));
+    hn::StoreU(hn::BitCast(d, MoveFours(d8, twelves, closePlaces)), d, samples);
+}
+
+template <std::uint32_t Bands, class D>
+HWY_INLINE SomeBands<hn::Vec<D>, Bands> BandsOfWords(D d, hn::Vec<WordsOf<D>> words) {
+    if constexpr (Bands == 3)
+        return {{BandOfWords<0>(d, words), BandOfWords<1>(d, words), BandOfWords<2>(d, words)}};
+    else
+        return {{BandOfWords<0>(d, words), BandOfWords<1>(d, words), BandOfWords<2>(d, words),
+                 BandOfWords<3>(d, words)}};
+}
+
 /// Fuses whole blocks and returns how many pixels that are. `way`, beside what FuseBlocks asks for, has
 ///
-///     Words(d, samples, bands, pan, firstPixel, doubts)      a vector of output samples
-template <class T, class Way>
+///     Words(d, samples, bands, pan, firstPixel, doubts)      a vector of output words
+///
+/// where of words of three bands the fourth does not matter.
+template <std::uint32_t MsBands, std::uint32_t OutputBands, class T, class Way>
 HWY_ATTR std::size_t FuseWords(const T* ms, const T* pan, T* out, std::size_t pixels, const Way& way) {
     if (std::endian::native != std::endian::little) return 0;
     const hn::ScalableTag<RealOf<T>> d;
     const hn::Repartition<T, decltype(d)> dSample;
     const WordsOf<decltype(d)> dWord;
+    // What is read and written too far has to lie in the row.
+    constexpr std::size_t beyond = MsBands == wordBands && OutputBands == wordBands ? 0 : 6;
     std::size_t p = 0;
-    for (; p + blockPixels <= pixels; p += blockPixels) {
+    for (; p + blockPixels + beyond <= pixels; p += blockPixels) {
         Doubts doubts;
         for (std::size_t i = p; i < p + blockPixels; i += hn::Lanes(d)) {
-            const auto samples = hn::LoadU(dSample, ms + i * wordBands);
-            const auto words = hn::BitCast(dWord, samples);
-            const FourBands<hn::Vec<decltype(d)>> bands = {
-                {BandOfWords<0>(d, words), BandOfWords<1>(d, words), BandOfWords<2>(d, words),
-                 BandOfWords<3>(d, words)}};
-            hn::StoreU(way.Words(d, samples, bands, LoadReal(d, pan + i), i - p, doubts), dSample,
-                       out + i * wordBands);
+            const auto samples = LoadWords<MsBands>(dSample, ms + i * MsBands);
+            const auto bands = BandsOfWords<MsBands>(d, hn::BitCast(dWord, samples));
+            const auto words = way.Words(d, samples, bands, LoadReal(d, pan + i), i - p, doubts);
+            StoreWords<OutputBands>(dSample, words, out + i * OutputBands);
         }
         if (doubts.count > mostDoubts)
-            FuseBlocks(ms + p * wordBands, pan + p, out + p * wordBands, blockPixels, way.bands, way);
+            FuseBlocks(ms + p * MsBands, pan + p, out + p * OutputBands, blockPixels, way.bands, way);
         else
-            Decide(ms + p * wordBands, pan + p, out + p * wordBands, way.bands, doubts, way);
+            Decide(ms + p * MsBands, pan + p, out + p * OutputBands, way.bands, doubts, way);
     }
     return p;
 }
 
 #else // never run
 
-template <class T, class Way>
+template <std::uint32_t MsBands, std::uint32_t OutputBands, class T, class Way>
 std::size_t FuseWords(const T* /*ms*/, const T* /*pan*/, T* /*out*/, std::size_t /*pixels*/,
                       const Way& /*way*/) {
     return 0;
@@ -132,8 +178,14 @@ template <class T, class Way>
 HWY_ATTR void FuseFast(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands,
                        const Way& way) {
     std::size_t done = 0;
-    if (way.hasWords && bands.msBands == wordBands && bands.outputBands == wordBands)
-        done = FuseWords(ms, pan, out, pixels, way);
+    if (way.hasWords && bands.msBands == 4 && bands.outputBands == 4)
+        done = FuseWords<4, 4>(ms, pan, out, pixels, way);
+    if constexpr (sizeof(T) == 1) { // the longer samples gain nothing
+        if (way.hasWords && bands.msBands == 4 && bands.outputBands == 3)
+            done = FuseWords<4, 3>(ms, pan, out, pixels, way);
+        else if (way.hasWords && bands.msBands == 3 && bands.outputBands == 3)
+            done = FuseWords<3, 3>(ms, pan, out, pixels, way);
+    }
     FuseBlocks(ms + done * bands.msBands, pan + done, out + done * bands.outputBands, pixels - done, bands,
                way);
 }

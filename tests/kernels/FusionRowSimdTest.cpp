@@ -26,6 +26,7 @@ const std::vector<std::vector<double>> weightSets = {
     {infinity, 1.0, -infinity, 0.0, 1.0, 1.0, 1.0, 1.0, 1.0},
     {std::nan(""), 0.5, 0.5, 0.5, 0.5, 0.5, 0.5, 0.5, 0.5},
     {0, 0, 0, 0, 0, 0, 0, 0, 0},
+    {65.0, 64.0, 0, 0, 0, 0, 0, 0, 0}, // times 255, just beyond what 16 bits with a sign hold
 };
 
 /// Random samples, or all of one value.
@@ -68,7 +69,7 @@ void Compare(const Kernel<T>& kernel, SimdTarget target, std::size_t pixels, std
 template <class T>
 void CompareAll(const Kernel<T>& kernel, SimdTarget target) {
     std::mt19937 random(1);
-    std::vector<std::size_t> widths = {127, 128, 129, 255, 256, 300, 1000};
+    std::vector<std::size_t> widths = {127, 128, 129, 133, 134, 255, 256, 261, 262, 1000};
     for (std::size_t width = 0; width <= 67; ++width)
         widths.push_back(width);
     for (std::uint32_t msBands = kernel.fewestBands; msBands <= 9; ++msBands)
@@ -81,6 +82,8 @@ void CompareAll(const Kernel<T>& kernel, SimdTarget target) {
     for (const auto& weights : weightSets)
         for (const std::uint32_t msBands : {3u, 4u, 8u}) {
             Compare(kernel, target, 700, msBands, msBands, weights, random);
+            Compare(kernel, target, 700, msBands, 3, weights, random);
+            Compare(kernel, target, 700, msBands, msBands, weights, random, 0xFFFF);
             Compare(kernel, target, 700, msBands, msBands, weights, random, 0, 0);
             Compare(kernel, target, 700, msBands, msBands, weights, random, 0xFFFF, 0xFFFF);
             Compare(kernel, target, 700, msBands, msBands, weights, random, any);
