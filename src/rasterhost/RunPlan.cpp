@@ -80,15 +80,20 @@ std::uint32_t ChooseWindowRows(const Scene& scene, const RunSizes& sizes, std::u
 int CountSlots(int threads) { return threads == 1 ? 1 : threads + 1; }
 
 std::int64_t CacheBytes(const Scene& scene, const RunSizes& sizes) {
-    constexpr std::uint64_t least = std::uint64_t{64} << 20;
+    // Memory that is new to the process takes longer than reading into what it has already. Windows of
+    // grids that lie askew reach over many rows of blocks.
+    constexpr std::uint64_t least = std::uint64_t{8} << 20, leastAskew = std::uint64_t{64} << 20;
     std::uint64_t inputs = scene.pan->GetBlockRowBytes();
-    for (const InputImage* image : scene.GetGrids())
+    bool isAskew = false;
+    for (const InputImage* image : scene.GetCoarseImages()) {
         inputs += image->GetBlockRowBytes();
+        isAskew = isAskew || image->GetMap();
+    }
     const std::uint64_t outputs = sizes.windowRows == 0
                                       ? 0
                                       : std::uint64_t{256} * sizes.fileBands *
                                             hostkit::PixelBytes(scene.pan->GetInfo()) * sizes.columns;
-    return static_cast<std::int64_t>(std::max(least, 2 * inputs + outputs));
+    return static_cast<std::int64_t>(std::max(isAskew ? leastAskew : least, 2 * inputs + outputs));
 }
 
 std::uint64_t EstimateMemory(const Scene& scene, const RunSizes& sizes, std::uint32_t blockRows) {
