@@ -68,7 +68,7 @@ int ChooseThreads(const SharpenRequest& request) {
 }
 
 std::uint32_t ChooseWindowRows(const Scene& scene, const RunSizes& sizes, std::uint32_t blockRows) {
-    constexpr std::uint64_t windowBytes = std::uint64_t{16} << 20;
+    constexpr std::uint64_t windowBytes = std::uint64_t{4} << 20;
     if (sizes.windowRows > 0) return std::min(sizes.windowRows, sizes.rows);
     const std::uint64_t byMemory = windowBytes / std::max<std::uint64_t>(RowBytes(scene, sizes), 1);
     const std::uint64_t byThreads = sizes.rows / (static_cast<unsigned>(sizes.threads) * 2u) + 1;

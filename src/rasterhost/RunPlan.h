@@ -25,7 +25,7 @@ inline constexpr std::uint32_t usualBlockRows =
 /// The request's threads, or one a processor.
 [[nodiscard]] int ChooseThreads(const SharpenRequest& request);
 
-/// Whole rows of output blocks, some 16 MB, and a few windows for every thread where the scene has them.
+/// Whole rows of output blocks, some 4 MB, and a few windows for every thread where the scene has them.
 [[nodiscard]] std::uint32_t ChooseWindowRows(const Scene& scene, const RunSizes& sizes,
                                              std::uint32_t blockRows);
 
