@@ -77,7 +77,7 @@ std::uint32_t ChooseWindowRows(const Scene& scene, const RunSizes& sizes, std::u
     return static_cast<std::uint32_t>(std::min<std::uint64_t>(blocks * blockRows, sizes.rows));
 }
 
-int CountSlots(int threads) { return threads == 1 ? 1 : threads + 1; }
+int CountSlots(int threads) { return threads <= 2 ? threads : threads + 1; }
 
 std::int64_t CacheBytes(const Scene& scene, const RunSizes& sizes) {
     // Memory that is new to the process takes longer than reading into what it has already. Windows of

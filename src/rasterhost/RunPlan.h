@@ -29,7 +29,8 @@ inline constexpr std::uint32_t usualBlockRows =
 [[nodiscard]] std::uint32_t ChooseWindowRows(const Scene& scene, const RunSizes& sizes,
                                              std::uint32_t blockRows);
 
-/// Windows that are held at a time: one more than threads, so that a thread finds work while another writes.
+/// Windows that are held at a time: one more than threads, so that a thread finds work while another writes;
+/// of two threads, which seldom wait for each other, that would cost more memory than it gains.
 [[nodiscard]] int CountSlots(int threads);
 
 /// Bytes for GDAL's cache: enough to keep rows of blocks that several windows share.
