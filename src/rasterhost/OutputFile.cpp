@@ -26,10 +26,8 @@ GDALColorInterp ColourOf(const Scene& scene, std::size_t band) {
 }
 
 std::vector<std::string> ToVector(const CPLStringList& list) {
-    std::vector<std::string> options;
-    for (int i = 0; i < list.size(); ++i)
-        options.emplace_back(list[i]);
-    return options;
+    const char* const* options = list.List();
+    return std::vector<std::string>(options, options + list.size());
 }
 
 /// The request's own options, and for GeoTIFF what they leave open.

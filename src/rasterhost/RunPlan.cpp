@@ -79,7 +79,7 @@ std::uint32_t ChooseWindowRows(const Scene& scene, const RunSizes& sizes, std::u
 
 int CountSlots(int threads) { return threads <= 2 ? threads : threads + 1; }
 
-std::int64_t CacheBytes(const Scene& scene, const RunSizes& sizes) {
+std::int64_t CacheBytes(const Scene& scene, const RunSizes& sizes, std::uint32_t blockRows) {
     // Memory that is new to the process takes longer than reading into what it has already. Windows of
     // grids that lie askew reach over many rows of blocks.
     constexpr std::uint64_t least = std::uint64_t{8} << 20, leastAskew = std::uint64_t{64} << 20;
@@ -89,11 +89,12 @@ std::int64_t CacheBytes(const Scene& scene, const RunSizes& sizes) {
         inputs += image->GetBlockRowBytes();
         isAskew = isAskew || image->GetMap();
     }
-    const std::uint64_t outputs = sizes.windowRows == 0
+    // A block that leaves before it is full is compressed and written again.
+    const std::uint64_t outputs = sizes.windowRows % blockRows == 0
                                       ? 0
-                                      : std::uint64_t{256} * sizes.fileBands *
+                                      : std::uint64_t{blockRows} * sizes.fileBands *
                                             hostkit::PixelBytes(scene.pan->GetInfo()) * sizes.columns;
-    return static_cast<std::int64_t>(std::max(isAskew ? leastAskew : least, 2 * inputs + outputs));
+    return static_cast<std::int64_t>(std::max(isAskew ? leastAskew : least, 2 * (inputs + outputs)));
 }
 
 std::uint64_t EstimateMemory(const Scene& scene, const RunSizes& sizes, std::uint32_t blockRows) {
@@ -101,7 +102,8 @@ std::uint64_t EstimateMemory(const Scene& scene, const RunSizes& sizes, std::uin
     std::uint64_t inputs = ImageBytes(*scene.pan);
     for (const InputImage* image : scene.GetCoarseImages())
         inputs += ImageBytes(*image);
-    const std::uint64_t cache = std::min(static_cast<std::uint64_t>(CacheBytes(scene, sizes)), inputs);
+    const std::uint64_t cache =
+        std::min(static_cast<std::uint64_t>(CacheBytes(scene, sizes, blockRows)), inputs);
     const std::uint32_t rows = ChooseWindowRows(scene, sizes, blockRows);
     const std::uint32_t windows = (sizes.rows - 1) / rows + 1;
     const int threads = std::min(sizes.threads, static_cast<int>(std::min(windows, 0x7FFFFFFFu)));

@@ -33,8 +33,9 @@ inline constexpr std::uint32_t usualBlockRows =
 /// of two threads, which seldom wait for each other, that would cost more memory than it gains.
 [[nodiscard]] int CountSlots(int threads);
 
-/// Bytes for GDAL's cache: enough to keep rows of blocks that several windows share.
-[[nodiscard]] std::int64_t CacheBytes(const Scene& scene, const RunSizes& sizes);
+/// Bytes for GDAL's cache: enough to keep rows of blocks that several windows share, of the inputs and of the
+/// output, whose blocks have so many rows.
+[[nodiscard]] std::int64_t CacheBytes(const Scene& scene, const RunSizes& sizes, std::uint32_t blockRows);
 
 /// About what a run takes, in bytes, with blocks of so many rows.
 [[nodiscard]] std::uint64_t EstimateMemory(const Scene& scene, const RunSizes& sizes,

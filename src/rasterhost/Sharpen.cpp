@@ -158,10 +158,10 @@ private:
     [[nodiscard]] RunSizes GetSizes() const { return FindSizes(request, *scene, rules.GetFileBands()); }
 
     bool FuseAll() {
-        const CacheLimit cache(CacheBytes(*scene, GetSizes()));
         const auto output = OutputFile::Create(request, *scene, rules, report.threads, metadata, status);
         if (!output) return false;
         if (!output->GetWarning().empty()) Warn("the output '" + request.output + "'" + output->GetWarning());
+        const CacheLimit cache(CacheBytes(*scene, GetSizes(), output->GetBlockRows()));
         report.windowRows = ChooseWindowRows(*scene, GetSizes(), output->GetBlockRows());
         const std::uint32_t windows = (report.rows - 1) / report.windowRows + 1;
         report.threads =
