@@ -13,15 +13,12 @@ void CPL_STDCALL Collect(CPLErr kind, CPLErrorNum, const char* message) {
 
 } // namespace
 
-GdalErrors::GdalErrors(Severity leastSeverity) : least(leastSeverity) {
-    CPLPushErrorHandlerEx(&Collect, this);
-}
-
+GdalErrors::GdalErrors() { CPLPushErrorHandlerEx(&Collect, this); }
 GdalErrors::~GdalErrors() { CPLPopErrorHandler(); }
 
 void GdalErrors::Add(bool isError, const char* message) {
-    if ((isError || least == Severity::Warning) && text.empty())
-        text = message && *message ? message : "unknown error";
+    std::string& first = isError ? text : warning;
+    if (first.empty()) first = message && *message ? message : "unknown error";
 }
 
 } // namespace rasterhost

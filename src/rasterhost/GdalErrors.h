@@ -8,24 +8,23 @@ namespace rasterhost {
 /// the thread that made it.
 class GdalErrors {
 public:
-    /// What counts as an error.
-    enum class Severity { Error, Warning };
-
-    explicit GdalErrors(Severity leastSeverity = Severity::Error);
+    GdalErrors();
     GdalErrors(const GdalErrors&) = delete;
     GdalErrors& operator=(const GdalErrors&) = delete;
     ~GdalErrors();
 
-    /// True when an error, by default not a mere warning, was reported.
+    /// True when an error, not a mere warning, was reported.
     [[nodiscard]] bool HasFailed() const { return !text.empty(); }
     /// ": " and the first error, or nothing: to be appended to a message.
     [[nodiscard]] std::string Reason() const { return text.empty() ? text : ": " + text; }
 
+    /// ": " and the first warning, or nothing.
+    [[nodiscard]] std::string Warning() const { return warning.empty() ? warning : ": " + warning; }
     void Add(bool isError, const char* message); ///< for GDAL's handler
 
 private:
-    Severity least;
     std::string text;
+    std::string warning;
 };
 
 } // namespace rasterhost

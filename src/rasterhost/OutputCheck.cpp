@@ -1,10 +1,10 @@
 #include "rasterhost/OutputCheck.h"
 
 #include "fundament/Text.h"
+#include "rasterhost/CreationOptions.h"
 #include "rasterhost/FileState.h"
 #include "rasterhost/GdalErrors.h"
 
-#include <cpl_string.h>
 #include <cpl_vsi.h>
 #include <gdal_priv.h>
 
@@ -28,21 +28,14 @@ bool Refuse(Status& status, const std::string& message) {
     return Fail(status, HostStatus::OutputRefused, message);
 }
 
-CPLStringList ToList(const std::vector<std::string>& options) {
-    CPLStringList list;
-    for (const std::string& option : options)
-        list.AddString(option.c_str());
-    return list;
-}
-
 /// GDAL only warns of what it does not know, and writes a file that is not what was asked for.
 bool CheckCreationOptions(GDALDriver& driver, const SharpenRequest& request, Status& status) {
-    const CPLStringList options = ToList(request.creationOptions);
-    const GdalErrors errors(GdalErrors::Severity::Warning);
+    const CPLStringList options = ToOptionList(request.creationOptions);
+    const GdalErrors errors;
     if (options.empty() || GDALValidateCreationOptions(&driver, options.List())) return true;
     return Refuse(status,
                   FormatString("the creation options cannot be used%s; gdalinfo --format %s lists them",
-                               errors.Reason().c_str(), request.format.c_str()));
+                               errors.Warning().c_str(), request.format.c_str()));
 }
 
 /// Formats that copy know only when they have the whole image whether they can hold it, so they are asked
@@ -55,7 +48,7 @@ bool CanCopy(GDALDriver& driver, const SharpenRequest& request, const Scene& sce
     const GdalErrors errors;
     GDALDatasetUniquePtr image(GetGDALDriverManager()->GetDriverByName("MEM")->Create(
         "", size, size, static_cast<int>(rules.GetFileBands()), type, nullptr));
-    const CPLStringList options = ToList(request.creationOptions);
+    const CPLStringList options = ToOptionList(request.creationOptions);
     const std::string name = FormatString("/vsimem/pansharp-%p%s", static_cast<const void*>(&scene),
                                           std::filesystem::path(request.output).extension().c_str());
     GDALDatasetUniquePtr copy(
@@ -89,11 +82,8 @@ bool CheckFormat(const SharpenRequest& request, const Scene& scene, const Output
 
 /// Bytes that are going to be written as they are, beside the final name; 0 when compression decides.
 std::uint64_t FindBytes(const SharpenRequest& request, const Scene& scene, const OutputRules& rules) {
-    const CPLStringList options = ToList(request.creationOptions);
-    const char* compression = options.FetchNameValueDef("COMPRESS", "NONE");
-    if (!IsMadeByCopy(request.format) &&
-        !(StringsEqual(request.format, "GTiff", true) && StringsEqual(compression, "NONE", true)))
-        return 0;
+    const bool isPlainTiff = StringsEqual(request.format, "GTiff", true) && !WritesCompressedTiff(request);
+    if (!isPlainTiff && !IsMadeByCopy(request.format)) return 0;
     return std::uint64_t{scene.part.GetColumns()} * scene.part.GetRows() * rules.GetFileBands() *
            (scene.pan->GetInfo().bitsPerBand / 8);
 }

@@ -2,11 +2,11 @@
 
 #include "fundament/Text.h"
 #include "rasterhost/BandWeights.h"
+#include "rasterhost/CreationOptions.h"
 #include "rasterhost/GdalErrors.h"
 #include "rasterhost/OutputCheck.h"
 
 #include <cpl_conv.h>
-#include <cpl_string.h>
 #include <gdal_priv.h>
 
 namespace rasterhost {
@@ -25,18 +25,11 @@ GDALColorInterp ColourOf(const Scene& scene, std::size_t band) {
     return colour == GCI_AlphaBand ? GCI_Undefined : colour; // a fused band is no transparency
 }
 
-std::vector<std::string> ToVector(const CPLStringList& list) {
-    const char* const* options = list.List();
-    return std::vector<std::string>(options, options + list.size());
-}
-
 /// The request's own options, and for GeoTIFF what they leave open.
 CPLStringList CreationOptions(const SharpenRequest& request, const Scene& scene, const OutputRules& rules,
                               const std::string& format, int threads) {
     CPLStringList options;
-    if (format == request.format)
-        for (const std::string& option : request.creationOptions)
-            options.AddString(option.c_str());
+    if (format == request.format) options = ToOptionList(request.creationOptions);
     if (!EQUAL(format.c_str(), "GTiff")) return options;
     const auto suggest = [&](const char* name, const char* value) {
         if (!options.FetchNameValue(name)) options.SetNameValue(name, value);
@@ -76,13 +69,12 @@ std::unique_ptr<OutputFile> OutputFile::Create(const SharpenRequest& request, co
                                                const OutputRules& rules, int threads,
                                                const Metadata& metadata, Status& status) {
     std::unique_ptr<OutputFile> output(new OutputFile(request, scene, rules));
-    const GdalErrors errors(GdalErrors::Severity::Warning);
+    const GdalErrors errors;
     CPLStringList options = CreationOptions(request, scene, rules, output->writtenFormat, threads);
-    const std::vector<std::string> tileOptions = ToVector(options);
     // A file that is opened again has forgotten what its options say of quality and threads.
     const bool writesTiles = EQUAL(output->writtenFormat.c_str(), "GTiff") &&
                              !StartsWith(output->workFile.GetName(), "/vsi", false) &&
-                             TileWriter::CanWrite(tileOptions);
+                             TileWriter::CanWrite(options);
     // Every tile is written; until then none is made, so that it is not written twice.
     if (writesTiles) options.SetNameValue("SPARSE_OK", "YES");
     output->dataset =
@@ -96,7 +88,7 @@ std::unique_ptr<OutputFile> OutputFile::Create(const SharpenRequest& request, co
                           request.output.c_str(), errors.Reason().c_str()));
         return nullptr;
     }
-    output->warning = errors.Reason();
+    output->warning = errors.Warning();
     if (output->IsCopied()) output->copyOptions.push_back(FormatString("NUM_THREADS=%d", threads));
     int width = 0, height = 0;
     output->dataset->GetRasterBand(1)->GetBlockSize(&width, &height);
@@ -105,7 +97,7 @@ std::unique_ptr<OutputFile> OutputFile::Create(const SharpenRequest& request, co
     if (!writesTiles || request.windowRows % output->blockRows != 0) return output;
     GDALClose(output->dataset);
     output->dataset = nullptr;
-    output->tiles = TileWriter::Open(output->workFile.GetName(), tileOptions);
+    output->tiles = TileWriter::Open(output->workFile.GetName(), options);
     if (output->tiles) return output;
     Fail(status, HostStatus::OutputNotCreated,
          FormatString("the output '%s' cannot be opened again%s", request.output.c_str(),
@@ -229,9 +221,7 @@ bool OutputFile::AddMask(Status& status) {
 }
 
 bool OutputFile::Copy(WorkFile& copy, const std::function<bool(double)>& progress, Status& status) {
-    CPLStringList options;
-    for (const std::string& option : copyOptions)
-        options.AddString(option.c_str());
+    CPLStringList options = ToOptionList(copyOptions);
     const auto report = [](double done, const char*, void* to) -> int {
         const auto& callback = *static_cast<const std::function<bool(double)>*>(to);
         return callback && !callback(done) ? FALSE : TRUE;

@@ -1,6 +1,7 @@
 #include "rasterhost/RunPlan.h"
 
 #include "fundament/Text.h"
+#include "rasterhost/CreationOptions.h"
 #include "rasterhost/HostProcess.h"
 
 #include <algorithm>
@@ -9,8 +10,6 @@
 namespace rasterhost {
 
 using KOVA::Tessara::Fundament::FormatString;
-using KOVA::Tessara::Fundament::StartsWith;
-using KOVA::Tessara::Fundament::StringsEqual;
 using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
@@ -54,12 +53,8 @@ bool CheckImage(const InputImage& image, Status& status) {
 } // namespace
 
 RunSizes FindSizes(const SharpenRequest& request, const Scene& scene, std::uint32_t fileBands) {
-    const bool isCompressed =
-        std::any_of(request.creationOptions.begin(), request.creationOptions.end(), [](const auto& option) {
-            return StartsWith(option, "COMPRESS=", true) && !StringsEqual(option, "COMPRESS=NONE", true);
-        });
     return {scene.part.GetColumns(), scene.part.GetRows(), fileBands,
-            ChooseThreads(request),  request.windowRows,   isCompressed};
+            ChooseThreads(request),  request.windowRows,   WritesCompressedTiff(request)};
 }
 
 int ChooseThreads(const SharpenRequest& request) {

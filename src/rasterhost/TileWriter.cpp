@@ -31,27 +31,18 @@ bool HasPredictor(std::uint16_t compression) {
     return compression != COMPRESSION_NONE && compression != COMPRESSION_PACKBITS;
 }
 
-CPLStringList ToList(const std::vector<std::string>& options) {
-    CPLStringList list;
-    for (const std::string& option : options)
-        list.AddString(option.c_str());
-    return list;
-}
-
 } // namespace
 
-bool TileWriter::CanWrite(const std::vector<std::string>& creationOptions) {
+bool TileWriter::CanWrite(const CPLStringList& options) {
     const char* const known[] = {
         "TILED",       "BLOCKXSIZE", "BLOCKYSIZE",          "INTERLEAVE",     "BIGTIFF",    "PHOTOMETRIC",
         "ALPHA",       "COMPRESS",   "PREDICTOR",           "ZLEVEL",         "ZSTD_LEVEL", "LZMA_PRESET",
         "NUM_THREADS", "PROFILE",    "GEOTIFF_KEYS_FLAVOR", "GEOTIFF_VERSION"};
-    for (const std::string& option : creationOptions) {
-        const std::string name = option.substr(0, option.find('='));
-        if (std::none_of(std::begin(known), std::end(known),
-                         [&](const char* each) { return EQUAL(each, name.c_str()); }))
+    for (int i = 0; i < options.size(); ++i)
+        if (std::none_of(std::begin(known), std::end(known), [&](const std::string& name) {
+                return STARTS_WITH_CI(options[i], (name + "=").c_str());
+            }))
             return false;
-    }
-    const CPLStringList options = ToList(creationOptions);
     const char* compression = options.FetchNameValueDef("COMPRESS", "NONE");
     return options.FetchBool("TILED", false) &&
            EQUAL(options.FetchNameValueDef("INTERLEAVE", "PIXEL"), "PIXEL") &&
@@ -60,8 +51,7 @@ bool TileWriter::CanWrite(const std::vector<std::string>& creationOptions) {
            });
 }
 
-std::unique_ptr<TileWriter> TileWriter::Open(const std::string& name,
-                                             const std::vector<std::string>& creationOptions) {
+std::unique_ptr<TileWriter> TileWriter::Open(const std::string& name, const CPLStringList& options) {
     std::unique_ptr<TileWriter> writer(new TileWriter);
     writer->file = TIFFOpen(name.c_str(), "r+");
     if (!writer->file) return nullptr;
@@ -85,7 +75,6 @@ std::unique_ptr<TileWriter> TileWriter::Open(const std::string& name,
         return nullptr;
     if (HasPredictor(form.compression)) form.predictor = shortField(TIFFTAG_PREDICTOR);
     // The file does not tell how hard its compression tries.
-    const CPLStringList options = ToList(creationOptions);
     if (const char* level = codec->levelOption ? options.FetchNameValue(codec->levelOption) : nullptr) {
         form.levelTag = codec->levelTag;
         form.level = std::atoi(level);

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+class CPLStringList;
 struct tiff;
 
 namespace rasterhost {
@@ -24,10 +25,10 @@ class TileWriter {
 public:
     /// Whether a file made with these options ("NAME=VALUE") is of that kind. All their names are known to be
     /// honoured here; any other leaves the pixels to GDAL.
-    [[nodiscard]] static bool CanWrite(const std::vector<std::string>& creationOptions);
+    [[nodiscard]] static bool CanWrite(const CPLStringList& creationOptions);
     /// Null when the file is not of that kind after all.
     [[nodiscard]] static std::unique_ptr<TileWriter> Open(const std::string& file,
-                                                          const std::vector<std::string>& creationOptions);
+                                                          const CPLStringList& creationOptions);
     TileWriter(const TileWriter&) = delete;
     TileWriter& operator=(const TileWriter&) = delete;
     ~TileWriter();

@@ -111,19 +111,17 @@ TEST_F(Output, OverwritingTakesAwayWhatDescribedTheOldFile) {
 }
 
 /// Bytes of the tiles as they lie in the file, along rows of tiles.
-std::vector<int> TileSizes(const std::string& file) {
+std::vector<std::string> TileSizes(const std::string& file) {
     const GDALDatasetUniquePtr dataset(GDALDataset::Open(file.c_str()));
-    GDALRasterBand& band = *dataset->GetRasterBand(1);
-    std::vector<int> sizes;
-    for (int row = 0, column = 0;; ++column) {
+    const auto size = [&](int column, int row) {
         const std::string name = "BLOCK_SIZE_" + std::to_string(column) + "_" + std::to_string(row);
-        const char* size = band.GetMetadataItem(name.c_str(), "TIFF");
-        if (!size && column == 0) return sizes;
-        if (!size)
-            ++row, column = -1;
-        else
-            sizes.push_back(std::atoi(size));
-    }
+        return dataset->GetRasterBand(1)->GetMetadataItem(name.c_str(), "TIFF");
+    };
+    std::vector<std::string> sizes;
+    for (int row = 0; size(0, row); ++row)
+        for (int column = 0; const char* bytes = size(column, row); ++column)
+            sizes.emplace_back(bytes);
+    return sizes;
 }
 
 // Whoever writes the tiles, they are what GDAL makes of the same pixels with the same options: quality,

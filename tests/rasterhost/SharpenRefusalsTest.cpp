@@ -180,13 +180,18 @@ TEST_F(Refusals, OutputsThatCannotBe) {
     Refuse([](SharpenRequest& r) { r.format = "NoFormat"; }, {"'NoFormat'"});
     Refuse([](SharpenRequest& r) { r.format = "DIMAP"; }, {"'DIMAP'", "does not write it"});
     Refuse([](SharpenRequest& r) { r.format = "GIF"; }, {"'GIF' cannot hold an image of 3 bands of 8 bits"});
-    const auto refuseOption = [&](const char* format, const char* option, std::vector<std::string> texts) {
-        Refuse([&](SharpenRequest& r) { r.format = format, r.creationOptions = {option}; }, std::move(texts));
-    };
-    refuseOption("GTiff", "BLOCKXSIZE=17", {"fused.tif", "cannot be created"});
-    refuseOption("GTiff", "COMPRESS=NONSENSE", {"NONSENSE", "gdalinfo --format GTiff"});
-    refuseOption("GTiff", "COMPRES=LZW", {"COMPRES", "gdalinfo --format GTiff"});
-    refuseOption("COG", "TILED=YES", {"TILED", "gdalinfo --format COG"});
+    const struct {
+        const char* format;
+        std::vector<std::string> options, texts;
+    } cases[] = {{"GTiff", {"BLOCKXSIZE=17"}, {"fused.tif", "cannot be created"}},
+                 {"GTiff",
+                  {"COMPRESS=DEFLATE", "ZLEVEL=99", "BLOCKXSIZE=17"},
+                  {"17", "TileWidth"}}, // not the mere warning
+                 {"GTiff", {"COMPRESS=NONSENSE"}, {"NONSENSE", "gdalinfo --format GTiff"}},
+                 {"GTiff", {"COMPRES=LZW"}, {"COMPRES", "gdalinfo --format GTiff"}},
+                 {"COG", {"TILED=YES"}, {"TILED", "gdalinfo --format COG"}}};
+    for (const auto& c : cases)
+        Refuse([&](SharpenRequest& r) { r.format = c.format, r.creationOptions = c.options; }, c.texts);
 }
 
 } // namespace
