@@ -1,7 +1,5 @@
 #include "colourspace/CS_hsi2rgb.h"
 
-#include "kernels/HsiRow.h"
-
 namespace PXL {
 
 template <class T>
@@ -12,7 +10,7 @@ CS_hsi2rgb<T>::CS_hsi2rgb()
                               .bandMessage = "input-image has %lu bands; must be a 3-band image",
                               .colorSpaceMessage = "input image must be in the hsi color-space",
                               .declaresBitDepth = false,
-                              .row = &kernels::HsiToRgbRow<T>}) {}
+                              .pixels = kernels::Conversion::HsiToRgb}) {}
 
 template class CS_hsi2rgb<unsigned char>;
 template class CS_hsi2rgb<unsigned short>;

@@ -1,7 +1,5 @@
 #include "colourspace/CS_rgb2hsi.h"
 
-#include "kernels/HsiRow.h"
-
 namespace PXL {
 
 template <class T>
@@ -12,7 +10,7 @@ CS_rgb2hsi<T>::CS_rgb2hsi()
                               .bandMessage = "input image has %lu bands; must be a 3-band image",
                               .colorSpaceMessage = "input-image must be in the RGB color-space",
                               .declaresBitDepth = false,
-                              .row = &kernels::RgbToHsiRow<T>}) {}
+                              .pixels = kernels::Conversion::RgbToHsi}) {}
 
 template class CS_rgb2hsi<unsigned char>;
 template class CS_rgb2hsi<unsigned short>;

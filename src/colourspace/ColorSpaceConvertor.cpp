@@ -11,8 +11,9 @@ using Fundament::FormatString;
 using ULong = unsigned long; // what "%lu" takes
 
 template <class T>
-ColorSpaceConvertor<T>::ColorSpaceConvertor(const ColorSpaceConversion<T>& conversionMade)
-    : conversion(conversionMade) {
+ColorSpaceConvertor<T>::ColorSpaceConvertor(const ColorSpaceConversion& conversionMade)
+    : conversion(conversionMade),
+      convertRow(kernels::ConvertRowFor<T>(conversion.pixels, kernels::ChosenSimdTarget())) {
     ColorSpaceConvertor::Reset();
 }
 
@@ -64,7 +65,7 @@ bool ColorSpaceConvertor<T>::SetWindow(std::uint32_t col0, std::uint32_t col1) {
 template <class T>
 T* ColorSpaceConvertor<T>::ProcessRow(const T* input, std::uint32_t) {
     if (!input || windowWidth == 0) return nullptr;
-    conversion.row(input, outputBuffer.data(), windowWidth);
+    convertRow(input, outputBuffer.data(), windowWidth);
     return outputBuffer.data();
 }
 

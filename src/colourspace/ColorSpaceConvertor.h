@@ -16,7 +16,6 @@ inline constexpr std::uint32_t RowTooLong = 0x1010;
 } // namespace ColorSpaceStatus
 
 /// What tells one converter from another.
-template <class T>
 struct ColorSpaceConversion {
     const char* source; ///< of the items it records
     const char* requiredColorSpace;
@@ -24,7 +23,7 @@ struct ColorSpaceConversion {
     const char* bandMessage; ///< with one "%lu", the number of bands
     const char* colorSpaceMessage;
     bool declaresBitDepth; ///< sets `bitsPerSample` of the output to the pixel type's
-    kernels::ConvertRow<T> row;
+    kernels::Conversion pixels;
 };
 
 /// Converts rows of three bands from one colour space to another. Publishes no metadata.
@@ -47,10 +46,11 @@ public:
     virtual ~ColorSpaceConvertor();
 
 protected:
-    explicit ColorSpaceConvertor(const ColorSpaceConversion<T>& conversionMade);
+    explicit ColorSpaceConvertor(const ColorSpaceConversion& conversionMade);
 
 private:
-    const ColorSpaceConversion<T> conversion;
+    const ColorSpaceConversion conversion;
+    const kernels::ConvertRow<T> convertRow;
     ImageInfo outputInfo;
     std::vector<T> outputBuffer;
     std::uint32_t windowWidth = 0; ///< pixels; 0 while no window is set

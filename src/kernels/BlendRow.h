@@ -1,8 +1,12 @@
 #pragma once
 
+#include "kernels/Simd.h"
+
 #include <cstddef>
 #include <cstdint>
 
+/// Rows of two images combined pixel by pixel, all interleaved by pixel. Every function reads and writes
+/// exactly `pixels` pixels of each row; `out` overlaps neither input.
 namespace kernels {
 
 /// gain * x + offset, one rounding an operation.
@@ -12,38 +16,46 @@ struct LinearMap {
     double operator()(double x) const { return x * gain + offset; }
 };
 
-/// Samples a pixel in the two input rows and in the output row.
-struct BlendBands {
-    std::uint32_t input1 = 0;
-    std::uint32_t input2 = 0;
-    std::uint32_t output = 0;
-};
-
-/// The maps of every band, owned by the caller.
+/// One map a band, owned by the caller.
 struct BlendMaps {
     const LinearMap* input1 = nullptr;
     const LinearMap* input2 = nullptr;
     const LinearMap* output = nullptr;
 };
 
-/// Calls blend(samples of row 1, samples of row 2, output samples) for each pixel of two rows interleaved by
-/// pixel. Reads and writes exactly `pixels` pixels of each row; `out` overlaps neither input.
-template <class T, class Blend>
-inline void BlendRow(const T* row1, const T* row2, T* out, std::size_t pixels, BlendBands bands,
-                     const Blend& blend) {
-    for (std::size_t p = 0; p < pixels; ++p)
-        blend(row1 + p * bands.input1, row2 + p * bands.input2, out + p * bands.output);
-}
+/// How a sample comes from the samples a and b in the same place, with the maps m1, m2 and m of their band.
+enum class SampleBlend : std::uint8_t {
+    Sum,             ///< m(m1(a) + m2(b)), truncated; 0 where that is not finite
+    Product,         ///< m(m2(b) * m1(a)), as Sum
+    Quotient,        ///< m(m1(a) / m2(b)), as Sum
+    Difference,      ///< m(m1(a) - m2(b)), rounded half up
+    PlainDifference, ///< m(a - b), rounded half up
+};
 
-/// BlendRow for rows of `bands` bands each, whose output samples are formula(a, b, map of input 1, map of
-/// input 2, map of the output) of the two samples a and b in the same place.
-template <class T, class Formula>
-inline void BlendSamples(const T* row1, const T* row2, T* out, std::size_t pixels, std::uint32_t bands,
-                         BlendMaps maps, const Formula& formula) {
-    BlendRow(row1, row2, out, pixels, {bands, bands, bands}, [&](const T* a, const T* b, T* result) {
-        for (std::uint32_t c = 0; c < bands; ++c)
-            result[c] = formula(a[c], b[c], maps.input1[c], maps.input2[c], maps.output[c]);
-    });
-}
+/// The functions of one vector target.
+template <class T>
+struct BlendKernels {
+    /// Rows of `bands` bands each.
+    void (*samples)(SampleBlend blend, const T* row1, const T* row2, T* out, std::size_t pixels,
+                    std::uint32_t bands, const BlendMaps& maps);
+    /// The largest |a - b| of a pixel's bands, mapped and rounded half up; one band.
+    void (*largestDifference)(const T* row1, const T* row2, T* out, std::size_t pixels, std::uint32_t bands,
+                              const LinearMap& output);
+    /// The pixels of row 1, but `color`, of as many bands, where the mask's one band is `value`.
+    void (*mask)(const T* row1, const T* mask, T* out, std::size_t pixels, std::uint32_t bands,
+                 std::uint32_t value, const T* color);
+    /// The bands of row 1, then those of row 2.
+    void (*merge)(const T* row1, std::uint32_t bands1, const T* row2, std::uint32_t bands2, T* out,
+                  std::size_t pixels);
+    /// Replaces the first y of every three samples by map2(x) + map1(y), rounded half up, x being of row 2.
+    void (*addToFirst)(T* row1, const T* row2, std::size_t pixels, const LinearMap& map1,
+                       const LinearMap& map2);
+};
+
+/// Those for a vector target that can run here; the scalar ones are the definition.
+template <class T>
+[[nodiscard]] BlendKernels<T> BlendKernelsFor(SimdTarget target);
+template <class T>
+[[nodiscard]] BlendKernels<T> ScalarBlendKernels();
 
 } // namespace kernels

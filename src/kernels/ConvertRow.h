@@ -1,11 +1,21 @@
 #pragma once
 
+#include "kernels/Simd.h"
+
 #include <cstddef>
+#include <cstdint>
 
 namespace kernels {
 
 /// Converts `pixels` pixels of three bands, interleaved by pixel. `out` does not overlap `in`.
 template <class T>
 using ConvertRow = void (*)(const T* in, T* out, std::size_t pixels);
+
+/// The scalar definitions are in YuvRow.h and HsiRow.h.
+enum class Conversion : std::uint8_t { RgbToYuv, YuvToRgb, RgbToHsi, HsiToRgb };
+
+/// The version for a vector target that can run here.
+template <class T>
+[[nodiscard]] ConvertRow<T> ConvertRowFor(Conversion conversion, SimdTarget target);
 
 } // namespace kernels

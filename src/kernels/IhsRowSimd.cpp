@@ -12,7 +12,7 @@
 // Highway asks for this order.
 #include <hwy/highway.h>
 
-#include "kernels/Planes-inl.h"
+#include "kernels/Quick-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kernels {

@@ -6,7 +6,7 @@
 #define PANSHARP_WORDS_INL_H
 #endif
 
-#include "kernels/Planes-inl.h"
+#include "kernels/Quick-inl.h"
 
 #include <bit>
 

@@ -11,7 +11,8 @@ using kernels::LinearMap;
 using ULong = unsigned long; // what "%lu" takes
 
 template <class T>
-BlendPixels<T>::BlendPixels(const char* operatorName) : name(operatorName) {
+BlendPixels<T>::BlendPixels(const char* operatorName)
+    : rows(kernels::BlendKernelsFor<T>(kernels::ChosenSimdTarget())), name(operatorName) {
     BlendPixels::Reset();
 }
 
@@ -69,6 +70,14 @@ bool BlendPixels<T>::InitOperator() {
     ReadGainsAndOffsets();
     PublishOutputMaps();
     return true;
+}
+
+template <class T>
+T* BlendPixels<T>::BlendSamples(kernels::SampleBlend blend, const T* row1, const T* row2) {
+    if (!CanProcess(row1, row2)) return nullptr;
+    rows.samples(blend, row1, row2, outputBuffer.data(), windowWidth, outputBands,
+                 {.input1 = input1Maps.data(), .input2 = input2Maps.data(), .output = outputMaps.data()});
+    return outputBuffer.data();
 }
 
 template <class T>

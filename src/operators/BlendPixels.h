@@ -27,9 +27,9 @@ inline constexpr std::uint32_t RowTooLong = 0x4F10;
 /// "PrimaryOffset", "PrimaryGain", "AuxiliaryOffset", "AuxiliaryGain" (0 and 1), each numbered by band. What
 /// band 1 got is the default of the other bands.
 ///
-/// An operator is a class that hands its name to this base and replaces ProcessRow, most with one formula
-/// for ForEachSample; one that checks, reads or publishes anything else replaces InitOperator, and one that
-/// keeps anything else releases it in Reset.
+/// An operator is a class that hands its name to this base and replaces ProcessRow by a row of
+/// kernels/BlendRow.h, most by BlendSamples; one that checks, reads or publishes anything else replaces
+/// InitOperator, and one that keeps anything else releases it in Reset.
 template <class T>
 class BlendPixels : public BinaryRowOperator<T> {
 public:
@@ -61,24 +61,13 @@ protected:
     void PublishOutputMaps();                 ///< "outputGains", "outputOffsets", while metadata is enabled
     void PublishInputMaps();                  ///< the same of "input1" and "input2"
 
-    /// ProcessRow by blend(samples of row 1, samples of row 2, output samples) for every pixel.
-    template <class Blend>
-    T* ForEachPixel(const T* row1, const T* row2, const Blend& blend) {
-        if (!CanProcess(row1, row2)) return nullptr;
-        kernels::BlendRow(row1, row2, outputBuffer.data(), windowWidth,
-                          {input1Bands, input2Bands, outputBands}, blend);
-        return outputBuffer.data();
+    [[nodiscard]] bool CanProcess(const T* row1, const T* row2) const {
+        return row1 && row2 && windowWidth != 0 && !outputBuffer.empty();
     }
-    /// ProcessRow by formula(a, b, map of input 1, map of input 2, map of the output) for every sample of
-    /// inputs with equal bands.
-    template <class Formula>
-    T* ForEachSample(const T* row1, const T* row2, const Formula& formula) {
-        if (!CanProcess(row1, row2)) return nullptr;
-        kernels::BlendSamples(row1, row2, outputBuffer.data(), windowWidth, outputBands,
-                              {input1Maps.data(), input2Maps.data(), outputMaps.data()}, formula);
-        return outputBuffer.data();
-    }
+    /// ProcessRow of an operator that works sample by sample, of inputs with equal bands.
+    T* BlendSamples(kernels::SampleBlend blend, const T* row1, const T* row2);
 
+    const kernels::BlendKernels<T> rows;
     ImageInfo input1Info;
     ImageInfo input2Info;
     ImageInfo outputInfo;
@@ -93,9 +82,6 @@ protected:
     std::vector<kernels::LinearMap> outputMaps;
 
 private:
-    [[nodiscard]] bool CanProcess(const T* row1, const T* row2) const {
-        return row1 && row2 && windowWidth != 0 && !outputBuffer.empty();
-    }
     std::vector<kernels::LinearMap> ReadMaps(const std::string& family, double defaultOffset,
                                              std::uint32_t bands);
     void PublishMaps(const std::string& family, const std::vector<kernels::LinearMap>& maps);

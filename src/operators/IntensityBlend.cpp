@@ -2,7 +2,6 @@
 
 #include "colourspace/CreateColorSpaceConvertor.h"
 #include "fundament/Text.h"
-#include "kernels/Store.h"
 
 namespace PXL {
 
@@ -69,10 +68,7 @@ T* IntensityBlend<T>::ProcessRow(const T* row1, const T* row2, std::uint32_t) {
     if (!rgbToYuv || !yuvToRgb || !row2) return nullptr;
     T* yuv = rgbToYuv->ProcessRow(row1, noRow);
     if (!yuv) return nullptr;
-    const kernels::LinearMap first = this->input1Maps[0];
-    const kernels::LinearMap second = this->input2Maps[0];
-    for (std::uint32_t p = 0; p < this->windowWidth; ++p)
-        yuv[std::size_t{p} * 3] = kernels::StoreRounded<T>(second(row2[p]) + first(yuv[std::size_t{p} * 3]));
+    this->rows.addToFirst(yuv, row2, this->windowWidth, this->input1Maps[0], this->input2Maps[0]);
     return yuvToRgb->ProcessRow(yuv, noRow);
 }
 

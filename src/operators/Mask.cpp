@@ -63,11 +63,10 @@ bool Mask<T>::Reset() {
 
 template <class T>
 T* Mask<T>::ProcessRow(const T* row1, const T* row2, std::uint32_t) {
-    return this->ForEachPixel(row1, row2,
-                              [bands = this->input1Bands, value = fillValue,
-                               color = fillColor.data()](const T* pixel, const T* mask, T* out) {
-                                  std::copy_n(*mask == value ? color : pixel, bands, out);
-                              });
+    if (!this->CanProcess(row1, row2)) return nullptr;
+    this->rows.mask(row1, row2, this->outputBuffer.data(), this->windowWidth, this->input1Bands, fillValue,
+                    fillColor.data());
+    return this->outputBuffer.data();
 }
 
 template class Mask<unsigned char>;

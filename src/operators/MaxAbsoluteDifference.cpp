@@ -1,10 +1,5 @@
 #include "operators/MaxAbsoluteDifference.h"
 
-#include "kernels/Store.h"
-
-#include <algorithm>
-#include <cstdlib>
-
 namespace PXL {
 
 template <class T>
@@ -17,14 +12,10 @@ bool MaxAbsoluteDifference<T>::InitOperator() {
 
 template <class T>
 T* MaxAbsoluteDifference<T>::ProcessRow(const T* row1, const T* row2, std::uint32_t) {
-    return this->ForEachPixel(
-        row1, row2,
-        [bands = this->input1Bands, map = this->outputMaps.data()](const T* a, const T* b, T* out) {
-            int largest = 0;
-            for (std::uint32_t c = 0; c < bands; ++c)
-                largest = std::max(largest, std::abs(a[c] - b[c]));
-            *out = kernels::StoreRounded<T>(map[0](largest));
-        });
+    if (!this->CanProcess(row1, row2)) return nullptr;
+    this->rows.largestDifference(row1, row2, this->outputBuffer.data(), this->windowWidth, this->input1Bands,
+                                 this->outputMaps[0]);
+    return this->outputBuffer.data();
 }
 
 template class MaxAbsoluteDifference<unsigned char>;

@@ -1,7 +1,5 @@
 #include "operators/MergeBands.h"
 
-#include <algorithm>
-
 namespace PXL {
 
 template <class T>
@@ -11,10 +9,10 @@ bool MergeBands<T>::InitOperator() {
 
 template <class T>
 T* MergeBands<T>::ProcessRow(const T* row1, const T* row2, std::uint32_t) {
-    return this->ForEachPixel(
-        row1, row2, [bands1 = this->input1Bands, bands2 = this->input2Bands](const T* a, const T* b, T* out) {
-            std::copy_n(b, bands2, std::copy_n(a, bands1, out));
-        });
+    if (!this->CanProcess(row1, row2)) return nullptr;
+    this->rows.merge(row1, this->input1Bands, row2, this->input2Bands, this->outputBuffer.data(),
+                     this->windowWidth);
+    return this->outputBuffer.data();
 }
 
 template class MergeBands<unsigned char>;

@@ -1,18 +1,10 @@
 #include "operators/Sum.h"
 
-#include "kernels/Store.h"
-
 namespace PXL {
-
-using kernels::LinearMap;
 
 template <class T>
 T* Sum<T>::ProcessRow(const T* row1, const T* row2, std::uint32_t) {
-    return this->ForEachSample(
-        row1, row2,
-        [](double a, double b, const LinearMap& first, const LinearMap& second, const LinearMap& result) {
-            return kernels::StoreTruncatedFinite<T>(result(first(a) + second(b)));
-        });
+    return this->BlendSamples(kernels::SampleBlend::Sum, row1, row2);
 }
 
 template class Sum<unsigned char>;

@@ -1,10 +1,6 @@
 #include "operators/WeightedDifference.h"
 
-#include "kernels/Store.h"
-
 namespace PXL {
-
-using kernels::LinearMap;
 
 template <class T>
 bool WeightedDifference<T>::InitOperator() {
@@ -15,11 +11,7 @@ bool WeightedDifference<T>::InitOperator() {
 
 template <class T>
 T* WeightedDifference<T>::ProcessRow(const T* row1, const T* row2, std::uint32_t) {
-    return this->ForEachSample(
-        row1, row2,
-        [](double a, double b, const LinearMap& first, const LinearMap& second, const LinearMap& result) {
-            return kernels::StoreRounded<T>(result(first(a) - second(b)));
-        });
+    return this->BlendSamples(kernels::SampleBlend::Difference, row1, row2);
 }
 
 template class WeightedDifference<unsigned char>;

@@ -1,0 +1,240 @@
+// The blends in vectors of whatever width the processor has; the same bytes as the scalar definitions.
+#include "kernels/BlendRow.h"
+#include "kernels/Simd.h"
+
+#include <algorithm>
+#include <limits>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "kernels/BlendRowSimd.cpp"
+#include <hwy/foreach_target.h>
+// Highway asks for this order.
+#include <hwy/highway.h>
+
+#include "kernels/Planes-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace kernels {
+namespace HWY_NAMESPACE {
+
+using Reals = hn::ScalableTag<double>;
+using RealVector = hn::Vec<Reals>;
+
+HWY_INLINE RealVector Map(RealVector x, RealVector gain, RealVector offset) {
+    return hn::Add(hn::Mul(x, gain), offset);
+}
+
+HWY_INLINE RealVector Map(RealVector x, const LinearMap& map) {
+    const Reals d;
+    return Map(x, hn::Set(d, map.gain), hn::Set(d, map.offset));
+}
+
+template <class T>
+HWY_INLINE void StoreRoundedLanes(RealVector x, T* samples) {
+    const Reals d;
+    StoreTruncatedLanes(d, hn::Add(Clamp<T>(d, x), hn::Set(d, 0.5)), samples);
+}
+
+/// The maps of the samples of a row, as long as they take to begin again with a whole vector.
+struct MapTable {
+    static constexpr std::size_t mostSamples = std::size_t{mostBands} * HWY_MAX_BYTES / sizeof(double);
+
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): filled as far as `samples`
+    HWY_ATTR MapTable(const BlendMaps& maps, std::uint32_t bands) : samples(bands * hn::Lanes(Reals())) {
+        const LinearMap* const ofInputs[] = {maps.input1, maps.input2, maps.output};
+        for (std::size_t m = 0; m < 3; ++m)
+            for (std::size_t i = 0; i < samples; ++i) {
+                gains[m][i] = ofInputs[m][i % bands].gain;
+                offsets[m][i] = ofInputs[m][i % bands].offset;
+            }
+    }
+    [[nodiscard]] HWY_ATTR RealVector Apply(std::size_t m, std::size_t at, RealVector x) const {
+        const Reals d;
+        return Map(x, hn::Load(d, gains[m] + at), hn::Load(d, offsets[m] + at));
+    }
+
+    std::size_t samples;
+    HWY_ALIGN double gains[3][mostSamples];
+    HWY_ALIGN double offsets[3][mostSamples];
+};
+
+template <SampleBlend Blend, class T>
+HWY_INLINE void BlendLanes(const T* row1, const T* row2, T* out, const MapTable& maps, std::size_t at) {
+    const Reals d;
+    const auto a = LoadReal(d, row1);
+    const auto b = LoadReal(d, row2);
+    if constexpr (Blend == SampleBlend::PlainDifference)
+        return StoreRoundedLanes(maps.Apply(2, at, hn::Sub(a, b)), out);
+    const auto x = maps.Apply(0, at, a);
+    const auto y = maps.Apply(1, at, b);
+    if constexpr (Blend == SampleBlend::Difference)
+        return StoreRoundedLanes(maps.Apply(2, at, hn::Sub(x, y)), out);
+    const auto blend = Blend == SampleBlend::Sum       ? hn::Add(x, y)
+                       : Blend == SampleBlend::Product ? hn::Mul(y, x)
+                                                       : hn::Div(x, y);
+    const auto mapped = maps.Apply(2, at, blend);
+    const auto isFinite = hn::Lt(hn::Abs(mapped), hn::Set(d, std::numeric_limits<double>::infinity()));
+    StoreTruncatedLanes(d, Clamp<T>(d, hn::IfThenElseZero(isFinite, mapped)), out);
+}
+
+template <SampleBlend Blend, class T>
+HWY_ATTR void BlendRow(const T* row1, const T* row2, T* out, std::size_t samples, const MapTable& maps) {
+    const std::size_t lanes = hn::Lanes(Reals());
+    std::size_t at = 0;
+    std::size_t i = 0;
+    for (; i + lanes <= samples; i += lanes) {
+        BlendLanes<Blend>(row1 + i, row2 + i, out + i, maps, at);
+        at += lanes;
+        if (at == maps.samples) at = 0;
+    }
+    if (i == samples) return;
+    T copies[3][HWY_MAX_BYTES / sizeof(double)] = {};
+    std::copy(row1 + i, row1 + samples, copies[0]);
+    std::copy(row2 + i, row2 + samples, copies[1]);
+    BlendLanes<Blend>(copies[0], copies[1], copies[2], maps, at);
+    std::copy_n(copies[2], samples - i, out + i);
+}
+
+bool AreEqual(const LinearMap* maps, std::uint32_t bands) {
+    return std::all_of(maps, maps + bands, [&](const LinearMap& map) {
+        return map.gain == maps[0].gain && map.offset == maps[0].offset;
+    });
+}
+
+template <class T>
+HWY_ATTR void Blend(SampleBlend blend, const T* row1, const T* row2, T* out, std::size_t pixels,
+                    std::uint32_t bands, const BlendMaps& maps) {
+    const bool isOneMap = bands > 0 && AreEqual(maps.input1, bands) && AreEqual(maps.input2, bands) &&
+                          AreEqual(maps.output, bands);
+    if (!isOneMap && bands > mostBands)
+        return ScalarBlendKernels<T>().samples(blend, row1, row2, out, pixels, bands, maps);
+    const MapTable table(maps, isOneMap ? 1 : bands);
+    const std::size_t samples = pixels * bands;
+    switch (blend) {
+    case SampleBlend::Sum:
+        return BlendRow<SampleBlend::Sum>(row1, row2, out, samples, table);
+    case SampleBlend::Product:
+        return BlendRow<SampleBlend::Product>(row1, row2, out, samples, table);
+    case SampleBlend::Quotient:
+        return BlendRow<SampleBlend::Quotient>(row1, row2, out, samples, table);
+    case SampleBlend::Difference:
+        return BlendRow<SampleBlend::Difference>(row1, row2, out, samples, table);
+    case SampleBlend::PlainDifference:
+        return BlendRow<SampleBlend::PlainDifference>(row1, row2, out, samples, table);
+    }
+}
+
+template <class T>
+HWY_ATTR void LargestDifference(const T* row1, const T* row2, T* out, std::size_t pixels, std::uint32_t bands,
+                                const LinearMap& output) {
+    if (!HasFastPlanes(bands))
+        return ScalarBlendKernels<T>().largestDifference(row1, row2, out, pixels, bands, output);
+    const auto block = [&](const T* block1, const T* block2, T* outBlock) HWY_ATTR {
+        const hn::ScalableTag<T> d;
+        const Reals dReal;
+        HWY_ALIGN T planes1[mostBands * blockPixels];
+        HWY_ALIGN T planes2[mostBands * blockPixels];
+        HWY_ALIGN T largest[blockPixels] = {};
+        Deinterleave(block1, bands, planes1);
+        Deinterleave(block2, bands, planes2);
+        for (std::size_t i = 0; i < bands * blockPixels; i += hn::Lanes(d)) {
+            const auto a = hn::Load(d, planes1 + i);
+            const auto b = hn::Load(d, planes2 + i);
+            T* const place = largest + i % blockPixels;
+            hn::Store(hn::Max(hn::Load(d, place), hn::Max(hn::SaturatedSub(a, b), hn::SaturatedSub(b, a))), d,
+                      place);
+        }
+        for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(dReal))
+            StoreRoundedLanes(Map(LoadReal(dReal, largest + i), output), outBlock + i);
+    };
+    InBlocks(row1, bands, row2, bands, out, 1, pixels, block);
+}
+
+template <class T>
+HWY_ATTR void Mask(const T* row1, const T* mask, T* out, std::size_t pixels, std::uint32_t bands,
+                   std::uint32_t value, const T* color) {
+    if (!HasFastPlanes(bands) || value > std::numeric_limits<T>::max())
+        return ScalarBlendKernels<T>().mask(row1, mask, out, pixels, bands, value, color);
+    const auto block = [&](const T* pixelBlock, const T* maskBlock, T* outBlock) HWY_ATTR {
+        const hn::ScalableTag<T> d;
+        HWY_ALIGN T planes[mostBands * blockPixels];
+        Deinterleave(pixelBlock, bands, planes);
+        for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
+            const auto isMasked = hn::Eq(hn::LoadU(d, maskBlock + i), hn::Set(d, static_cast<T>(value)));
+            for (std::uint32_t c = 0; c < bands; ++c) {
+                T* const place = planes + c * blockPixels + i;
+                hn::Store(hn::IfThenElse(isMasked, hn::Set(d, color[c]), hn::Load(d, place)), d, place);
+            }
+        }
+        Interleave(planes, bands, outBlock);
+    };
+    InBlocks(row1, bands, mask, 1, out, bands, pixels, block);
+}
+
+template <class T>
+HWY_ATTR void Merge(const T* row1, std::uint32_t bands1, const T* row2, std::uint32_t bands2, T* out,
+                    std::size_t pixels) {
+    const std::uint32_t bands = bands1 + bands2;
+    if (!HasFastPlanes(bands1) || !HasFastPlanes(bands2) || !HasFastPlanes(bands))
+        return ScalarBlendKernels<T>().merge(row1, bands1, row2, bands2, out, pixels);
+    const auto block = [&](const T* block1, const T* block2, T* outBlock) HWY_ATTR {
+        HWY_ALIGN T planes[mostBands * blockPixels];
+        Deinterleave(block1, bands1, planes);
+        Deinterleave(block2, bands2, planes + bands1 * blockPixels);
+        Interleave(planes, bands, outBlock);
+    };
+    InBlocks(row1, bands1, row2, bands2, out, bands, pixels, block);
+}
+
+template <class T>
+HWY_ATTR void AddToFirst(T* row1, const T* row2, std::size_t pixels, const LinearMap& map1,
+                         const LinearMap& map2) {
+    const auto block = [&](const T* block1, const T* block2, T* outBlock) HWY_ATTR {
+        const Reals d;
+        HWY_ALIGN T planes[3 * blockPixels];
+        Deinterleave(block1, 3, planes);
+        for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d))
+            StoreRoundedLanes(hn::Add(Map(LoadReal(d, block2 + i), map2), Map(LoadReal(d, planes + i), map1)),
+                              planes + i);
+        Interleave(planes, 3, outBlock);
+    };
+    InBlocks(static_cast<const T*>(row1), 3, row2, 1, row1, 3, pixels,
+             block); // blocks are read, then written
+}
+
+template <class T>
+BlendKernels<T> Kernels() {
+    return {.samples = &Blend<T>,
+            .largestDifference = &LargestDifference<T>,
+            .mask = &Mask<T>,
+            .merge = &Merge<T>,
+            .addToFirst = &AddToFirst<T>};
+}
+
+BlendKernels<unsigned char> Kernels8() { return Kernels<unsigned char>(); }
+BlendKernels<unsigned short> Kernels16() { return Kernels<unsigned short>(); }
+
+} // namespace HWY_NAMESPACE
+} // namespace kernels
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace kernels {
+
+HWY_EXPORT(Kernels8);
+HWY_EXPORT(Kernels16);
+
+template <>
+BlendKernels<unsigned char> BlendKernelsFor(SimdTarget target) {
+    return target == 0 ? ScalarBlendKernels<unsigned char>()
+                       : HWY_DISPATCH_TABLE(Kernels8)[DispatchIndex(target)]();
+}
+
+template <>
+BlendKernels<unsigned short> BlendKernelsFor(SimdTarget target) {
+    return target == 0 ? ScalarBlendKernels<unsigned short>()
+                       : HWY_DISPATCH_TABLE(Kernels16)[DispatchIndex(target)]();
+}
+
+} // namespace kernels
+#endif

@@ -1,0 +1,167 @@
+// Every vector target gives the bytes of the scalar definitions of blends and colour conversions, in rows of
+// exactly their size on the heap.
+#include "kernels/BlendRow.h"
+#include "kernels/ConvertRow.h"
+#include "support/Rows.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+namespace {
+
+using namespace kernels;
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+/// Identity; results on and beside halves and whole numbers; beyond all ranges; none.
+const LinearMap maps[] = {
+    {1, 0},        {1, 127.5},     {0.5, 0.25},      {-1.0 / 3, 99.5}, {1e-3, -0.0},
+    {-1, 0},       {0, 0},         {0, 0.5 - 1e-17}, {1e308, 1e308},   {-1e300, 5},
+    {infinity, 0}, {1, -infinity}, {2, -3},          {65536.5, 1e5},   {std::nan(""), 1.25},
+};
+
+std::vector<LinearMap> SomeMaps(std::uint32_t bands, bool isOne, std::mt19937& random) {
+    const LinearMap one = maps[random() % std::size(maps)];
+    std::vector<LinearMap> some(bands, one);
+    for (LinearMap& map : some)
+        if (!isOne) map = maps[random() % std::size(maps)];
+    return some;
+}
+
+template <class T>
+struct Rows {
+    std::unique_ptr<T[]> row1, row2;
+    std::uint32_t bands1, bands2;
+    std::size_t pixels;
+};
+
+/// Runs a kernel of the scalar definition and of a target on the same rows.
+template <class T>
+void Compare(const char* name, SimdTarget target, const Rows<T>& rows, std::uint32_t outputBands,
+             const std::function<void(const BlendKernels<T>&, T*)>& run) {
+    const std::size_t samples = rows.pixels * outputBands;
+    const auto expected = std::make_unique<T[]>(samples);
+    const auto actual = std::make_unique<T[]>(samples);
+    run(BlendKernelsFor<T>(0), expected.get());
+    run(BlendKernelsFor<T>(target), actual.get());
+    for (std::size_t i = 0; i < samples; ++i)
+        ASSERT_EQ(actual[i], expected[i])
+            << name << " " << SimdTargetName(target) << ", " << sizeof(T) * 8 << " bits, " << rows.pixels
+            << " pixels, " << rows.bands1 << " and " << rows.bands2 << " bands, sample " << i;
+}
+
+template <class T>
+void CompareSamples(SimdTarget target, const Rows<T>& rows, std::mt19937& random) {
+    const bool isOne = random() % 2 == 0;
+    const auto m1 = SomeMaps(rows.bands1, isOne, random);
+    const auto m2 = SomeMaps(rows.bands1, isOne, random);
+    const auto m = SomeMaps(rows.bands1, isOne, random);
+    for (const SampleBlend blend : {SampleBlend::Sum, SampleBlend::Product, SampleBlend::Quotient,
+                                    SampleBlend::Difference, SampleBlend::PlainDifference})
+        Compare<T>("samples", target, rows, rows.bands1, [&](const BlendKernels<T>& kernels, T* out) {
+            kernels.samples(blend, rows.row1.get(), rows.row2.get(), out, rows.pixels, rows.bands1,
+                            {m1.data(), m2.data(), m.data()});
+        });
+    Compare<T>("largestDifference", target, rows, 1, [&](const BlendKernels<T>& kernels, T* out) {
+        kernels.largestDifference(rows.row1.get(), rows.row2.get(), out, rows.pixels, rows.bands1, m[0]);
+    });
+}
+
+template <class T>
+void CompareMasks(SimdTarget target, const Rows<T>& rows, std::mt19937& random) {
+    const auto color = support::RandomRow<T>(rows.bands1, random);
+    for (const std::uint32_t value : {0u, unsigned{rows.row2[0]}, 0xFFFFu, 0x10000u})
+        Compare<T>("mask", target, rows, rows.bands1, [&](const BlendKernels<T>& kernels, T* out) {
+            kernels.mask(rows.row1.get(), rows.row2.get(), out, rows.pixels, rows.bands1, value, color.get());
+        });
+    if (rows.bands1 != 3) return;
+    const auto map1 = SomeMaps(1, true, random);
+    const auto map2 = SomeMaps(1, true, random);
+    Compare<T>("addToFirst", target, rows, 3, [&](const BlendKernels<T>& kernels, T* out) {
+        std::copy_n(rows.row1.get(), rows.pixels * 3, out);
+        kernels.addToFirst(out, rows.row2.get(), rows.pixels, map1[0], map2[0]);
+    });
+}
+
+template <class T>
+void CompareBlends(SimdTarget target, std::size_t pixels, std::mt19937& random) {
+    const auto make = [&](std::uint32_t bands1, std::uint32_t bands2) {
+        return Rows<T>{support::RandomRow<T>(pixels * bands1, random),
+                       support::RandomRow<T>(std::max<std::size_t>(pixels, 1) * bands2, random), bands1,
+                       bands2, pixels};
+    };
+    for (std::uint32_t bands1 = 1; bands1 <= 9; ++bands1) {
+        CompareSamples<T>(target, make(bands1, bands1), random);
+        CompareMasks<T>(target, make(bands1, 1), random);
+        const auto rows = make(bands1, static_cast<std::uint32_t>(1 + random() % 8));
+        Compare<T>("merge", target, rows, rows.bands1 + rows.bands2,
+                   [&](const BlendKernels<T>& kernels, T* out) {
+                       kernels.merge(rows.row1.get(), rows.bands1, rows.row2.get(), rows.bands2, out, pixels);
+                   });
+    }
+}
+
+template <class T>
+void CompareConversions(SimdTarget target, const T* in, std::size_t pixels) {
+    const auto expected = std::make_unique<T[]>(pixels * 3);
+    const auto actual = std::make_unique<T[]>(pixels * 3);
+    for (const Conversion conversion :
+         {Conversion::RgbToYuv, Conversion::YuvToRgb, Conversion::RgbToHsi, Conversion::HsiToRgb}) {
+        ConvertRowFor<T>(conversion, 0)(in, expected.get(), pixels);
+        ConvertRowFor<T>(conversion, target)(in, actual.get(), pixels);
+        for (std::size_t i = 0; i < pixels * 3; ++i)
+            ASSERT_EQ(actual[i], expected[i])
+                << static_cast<int>(conversion) << " " << SimdTargetName(target) << ", " << sizeof(T) * 8
+                << " bits, " << pixels << " pixels, of " << +in[i / 3 * 3] << " " << +in[i / 3 * 3 + 1] << " "
+                << +in[i / 3 * 3 + 2];
+    }
+}
+
+template <class T>
+void CompareAll(SimdTarget target) {
+    std::mt19937 random(6);
+    std::vector<std::size_t> widths = {127, 128, 129, 255, 257, 1000};
+    for (std::size_t width = 0; width <= 67; ++width)
+        widths.push_back(width);
+    for (const std::size_t pixels : widths) {
+        CompareBlends<T>(target, pixels, random);
+        const auto row = support::RandomRow<T>(pixels * 3, random);
+        if (pixels % 3 == 0)
+            for (std::size_t i = 0; i < pixels * 3; ++i)
+                row[i] = static_cast<T>(row[i] % 3); // near grey, and the samples that the HSI way makes
+        CompareConversions(target, row.get(), pixels);
+    }
+}
+
+TEST(BlendSimd, EveryTargetGivesTheBytesOfTheDefinition) {
+    for (const SimdTarget target : SimdTargets()) {
+        EXPECT_EQ(BlendKernelsFor<unsigned char>(target).merge == BlendKernelsFor<unsigned char>(0).merge,
+                  target == 0);
+        CompareAll<unsigned char>(target);
+        CompareAll<unsigned short>(target);
+    }
+}
+
+// A third of the steps from 0 to the largest sample in each band, both ends with them, so that saturations of
+// a half and colours with equal bands occur.
+TEST(BlendSimd, ColoursOfAllKindsAreConvertedAlike) {
+    const auto compare = [](auto sample, unsigned step) {
+        using T = decltype(sample);
+        std::vector<T> colours;
+        const auto forEachStep = [&](const auto& use) {
+            for (unsigned value = 0; value < std::numeric_limits<T>::max(); value += step)
+                use(static_cast<T>(value));
+            use(std::numeric_limits<T>::max());
+        };
+        forEachStep([&](T r) {
+            forEachStep([&](T g) { forEachStep([&](T b) { colours.insert(colours.end(), {r, g, b}); }); });
+        });
+        for (const SimdTarget target : SimdTargets())
+            CompareConversions(target, colours.data(), colours.size() / 3);
+    };
+    compare(static_cast<unsigned char>(0), 3);
+    compare(static_cast<unsigned short>(0), 1023);
+}
+
+} // namespace
