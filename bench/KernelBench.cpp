@@ -1,7 +1,11 @@
-// Row kernels, one thread, in pixels a second, beside a plain table walk and a copy of the same bytes. Every
-// kernel is compared with the table walk first; with --verify nothing is timed.
+// Row kernels, one thread, in pixels a second. Fusing beside a plain table walk and a copy of the same bytes;
+// blends, colour conversions and the second pass of the sampler beside their scalar definitions. Every kernel
+// is compared with those first; with --verify nothing is timed.
 #include "TableWalk.h"
+#include "kernels/BilinearRow.h"
+#include "kernels/BlendRow.h"
 #include "kernels/BroveyRow.h"
+#include "kernels/ConvertRow.h"
 #include "kernels/IhsRow.h"
 #include "kernels/KovaRow.h"
 #include "kernels/Simd.h"
@@ -10,6 +14,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <random>
 #include <string>
 
@@ -43,17 +48,24 @@ const std::vector<Method<T>> methods = {{"KOVA", &bench::KovaTableWalk<T>, &Kova
 
 template <class T>
 struct Rows {
-    explicit Rows(std::uint32_t bands) : ms(rowPixels * bands), pan(rowPixels), out(rowPixels * bands) {
+    explicit Rows(std::uint32_t bands)
+        : ms(rowPixels * bands), other(rowPixels * bands), pan(rowPixels), out(rowPixels * (bands + 1)),
+          maps(bands) {
         std::mt19937 random(1);
-        for (T& sample : ms)
-            sample = static_cast<T>(random());
-        for (T& sample : pan)
-            sample = static_cast<T>(random());
+        for (auto* row : {&ms, &other, &pan})
+            for (T& sample : *row)
+                sample = static_cast<T>(random());
+        for (std::size_t i = 0; i < ms.size(); ++i) {
+            upper.push_back(ms[i]);
+            lower.push_back(other[i]);
+        }
         for (std::uint32_t b = 0; b < bands; ++b)
             weights.push_back(0.1 + 0.173 * b / bands);
         tables = bench::ProductTables<T>(weights);
     }
-    std::vector<T> ms, pan, out;
+    std::vector<T> ms, other, pan, out;
+    std::vector<WholeOf<T>> upper, lower; ///< spread source rows
+    std::vector<LinearMap> maps;
     std::vector<double> weights;
     bench::Tables tables;
 };
@@ -88,6 +100,80 @@ void Register(const std::string& name, std::uint32_t bands, Work work) {
     });
 }
 
+/// Kernels that are measured against their scalar definition.
+template <class T>
+struct OtherKernel {
+    std::string name;
+    std::uint32_t bands;
+    std::function<void(SimdTarget, Rows<T>&)> run;
+};
+
+template <class T>
+std::vector<OtherKernel<T>> OtherKernels() {
+    std::vector<OtherKernel<T>> all;
+    const auto add = [&](const char* name, std::uint32_t bands, auto run) {
+        all.push_back({name, bands, run});
+    };
+    static const std::pair<const char*, SampleBlend> blends[] = {
+        {"blend sum", SampleBlend::Sum},
+        {"blend product", SampleBlend::Product},
+        {"blend quotient", SampleBlend::Quotient},
+        {"blend difference", SampleBlend::Difference}};
+    for (const std::uint32_t bands : {3u, 4u, 8u}) {
+        for (const auto& [name, blend] : blends)
+            add(name, bands, [bands, blend = blend](SimdTarget target, Rows<T>& rows) {
+                const LinearMap* const maps = rows.maps.data();
+                BlendKernelsFor<T>(target).samples(blend, rows.ms.data(), rows.other.data(), rows.out.data(),
+                                                   rowPixels, bands, {maps, maps, maps});
+            });
+        add("largest difference", bands, [bands](SimdTarget target, Rows<T>& rows) {
+            BlendKernelsFor<T>(target).largestDifference(rows.ms.data(), rows.other.data(), rows.out.data(),
+                                                         rowPixels, bands, {});
+        });
+        add("mask", bands, [bands](SimdTarget target, Rows<T>& rows) {
+            BlendKernelsFor<T>(target).mask(rows.ms.data(), rows.pan.data(), rows.out.data(), rowPixels,
+                                            bands, 0, rows.other.data());
+        });
+    }
+    for (const std::uint32_t bands : {3u, 7u})
+        add("merge with one more", bands, [bands](SimdTarget target, Rows<T>& rows) {
+            BlendKernelsFor<T>(target).merge(rows.ms.data(), bands, rows.pan.data(), 1, rows.out.data(),
+                                             rowPixels);
+        });
+    static const std::pair<const char*, Conversion> conversions[] = {{"RGB to YUV", Conversion::RgbToYuv},
+                                                                     {"YUV to RGB", Conversion::YuvToRgb},
+                                                                     {"RGB to HSI", Conversion::RgbToHsi},
+                                                                     {"HSI to RGB", Conversion::HsiToRgb}};
+    for (const auto& [name, conversion] : conversions)
+        add(name, 3, [conversion = conversion](SimdTarget target, Rows<T>& rows) {
+            ConvertRowFor<T>(conversion, target)(rows.ms.data(), rows.out.data(), rowPixels);
+        });
+    add("sampling down", 4, [](SimdTarget target, Rows<T>& rows) {
+        DownRowWholeFor<T>(target)(rows.upper.data(), rows.lower.data(), 3, 8, 1, rows.upper.size(),
+                                   rows.out.data());
+    });
+    return all;
+}
+
+template <class T>
+bool RegisterOther(const OtherKernel<T>& kernel) {
+    bool right = true;
+    Rows<T> expected(kernel.bands);
+    kernel.run(0, expected);
+    for (const SimdTarget target : SimdTargets()) {
+        Rows<T> actual(kernel.bands);
+        kernel.run(target, actual);
+        if (actual.out != expected.out) {
+            std::fprintf(stderr, "%s on %s, %u bands of %zu bits: not the bytes of the definition\n",
+                         kernel.name.c_str(), SimdTargetName(target).c_str(), kernel.bands, sizeof(T) * 8);
+            right = false;
+        }
+        Register<T>(kernel.name + "/" + SimdTargetName(target), kernel.bands,
+                    [kernel, target](Rows<T>& rows) { kernel.run(target, rows); });
+    }
+    return right;
+}
+
 template <class T>
 bool RegisterAll() {
     bool right = true;
@@ -107,9 +193,11 @@ bool RegisterAll() {
             }
         }
         Register<T>("copy", bands, [](Rows<T>& rows) {
-            std::memcpy(rows.out.data(), rows.ms.data(), rows.out.size() * sizeof(T));
+            std::memcpy(rows.out.data(), rows.ms.data(), rows.ms.size() * sizeof(T));
         });
     }
+    for (const auto& kernel : OtherKernels<T>())
+        right = RegisterOther(kernel) && right;
     return right;
 }
 
