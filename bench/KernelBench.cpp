@@ -46,11 +46,13 @@ const std::vector<Method<T>> methods = {{"KOVA", &bench::KovaTableWalk<T>, &Kova
                                         {"Brovey", &bench::BroveyTableWalk<T>, &BroveyRowFor<T>},
                                         {"IHS", &IhsDefinition<T>, &IhsRowFor<T>}};
 
+BlendMaps::OfRow OfOnes(std::uint32_t bands) { return BlendMaps::OfRow(std::vector<LinearMap>(bands)); }
+
 template <class T>
 struct Rows {
     explicit Rows(std::uint32_t bands)
-        : ms(rowPixels * bands), other(rowPixels * bands), pan(rowPixels), out(rowPixels * (bands + 1)),
-          maps(bands) {
+        : ms(rowPixels * bands), other(rowPixels * bands), pan(rowPixels),
+          out(rowPixels * (bands + 1)), maps{OfOnes(bands), OfOnes(bands), OfOnes(bands)} {
         std::mt19937 random(1);
         for (auto* row : {&ms, &other, &pan})
             for (T& sample : *row)
@@ -65,7 +67,7 @@ struct Rows {
     }
     std::vector<T> ms, other, pan, out;
     std::vector<WholeOf<T>> upper, lower; ///< spread source rows
-    std::vector<LinearMap> maps;
+    BlendMaps maps;
     std::vector<double> weights;
     bench::Tables tables;
 };
@@ -122,9 +124,8 @@ std::vector<OtherKernel<T>> OtherKernels() {
     for (const std::uint32_t bands : {3u, 4u, 8u}) {
         for (const auto& [name, blend] : blends)
             add(name, bands, [bands, blend = blend](SimdTarget target, Rows<T>& rows) {
-                const LinearMap* const maps = rows.maps.data();
                 BlendKernelsFor<T>(target).samples(blend, rows.ms.data(), rows.other.data(), rows.out.data(),
-                                                   rowPixels, bands, {maps, maps, maps});
+                                                   rowPixels, bands, rows.maps);
             });
         add("largest difference", bands, [bands](SimdTarget target, Rows<T>& rows) {
             BlendKernelsFor<T>(target).largestDifference(rows.ms.data(), rows.other.data(), rows.out.data(),

@@ -10,7 +10,7 @@ CS_hsi2rgb<T>::CS_hsi2rgb()
                               .bandMessage = "input-image has %lu bands; must be a 3-band image",
                               .colorSpaceMessage = "input image must be in the hsi color-space",
                               .declaresBitDepth = false,
-                              .pixels = kernels::Conversion::HsiToRgb}) {}
+                              .row = kernels::Conversion::HsiToRgb}) {}
 
 template class CS_hsi2rgb<unsigned char>;
 template class CS_hsi2rgb<unsigned short>;

@@ -10,7 +10,7 @@ CS_rgb2hsi<T>::CS_rgb2hsi()
                               .bandMessage = "input image has %lu bands; must be a 3-band image",
                               .colorSpaceMessage = "input-image must be in the RGB color-space",
                               .declaresBitDepth = false,
-                              .pixels = kernels::Conversion::RgbToHsi}) {}
+                              .row = kernels::Conversion::RgbToHsi}) {}
 
 template class CS_rgb2hsi<unsigned char>;
 template class CS_rgb2hsi<unsigned short>;

@@ -10,7 +10,7 @@ CS_rgb2yuv<T>::CS_rgb2yuv()
                               .bandMessage = "input image has %lu bands; must be a 3-band image",
                               .colorSpaceMessage = "input-image must be in the RGB color-space",
                               .declaresBitDepth = true,
-                              .pixels = kernels::Conversion::RgbToYuv}) {}
+                              .row = kernels::Conversion::RgbToYuv}) {}
 
 template class CS_rgb2yuv<unsigned char>;
 template class CS_rgb2yuv<unsigned short>;

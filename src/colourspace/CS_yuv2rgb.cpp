@@ -10,7 +10,7 @@ CS_yuv2rgb<T>::CS_yuv2rgb()
                               .bandMessage = "input-image has %lu bands; must be a 3-band image",
                               .colorSpaceMessage = "input image must be in the yuv color-space",
                               .declaresBitDepth = true,
-                              .pixels = kernels::Conversion::YuvToRgb}) {}
+                              .row = kernels::Conversion::YuvToRgb}) {}
 
 template class CS_yuv2rgb<unsigned char>;
 template class CS_yuv2rgb<unsigned short>;

@@ -12,8 +12,7 @@ using ULong = unsigned long; // what "%lu" takes
 
 template <class T>
 ColorSpaceConvertor<T>::ColorSpaceConvertor(const ColorSpaceConversion& conversionMade)
-    : conversion(conversionMade),
-      convertRow(kernels::ConvertRowFor<T>(conversion.pixels, kernels::ChosenSimdTarget())) {
+    : conversion(conversionMade) {
     ColorSpaceConvertor::Reset();
 }
 
@@ -50,6 +49,7 @@ bool ColorSpaceConvertor<T>::Init(const ImageInfo& input) {
     }
     info.properties["ColorSpace"] = conversion.producedColorSpace;
     if (conversion.declaresBitDepth) info.bitsPerSample = std::numeric_limits<T>::digits;
+    convertRow = kernels::ConvertRowFor<T>(conversion.row, simd.Get());
     outputInfo = info;
     outputBuffer.assign(std::size_t{info.cols} * info.bands, 0);
     return true;

@@ -23,7 +23,7 @@ struct ColorSpaceConversion {
     const char* bandMessage; ///< with one "%lu", the number of bands
     const char* colorSpaceMessage;
     bool declaresBitDepth; ///< sets `bitsPerSample` of the output to the pixel type's
-    kernels::Conversion pixels;
+    kernels::Conversion row;
 };
 
 /// Converts rows of three bands from one colour space to another. Publishes no metadata.
@@ -42,6 +42,8 @@ public:
 
     /// Refuses what has not three bands or does not declare the required "ColorSpace" (in any letter case).
     virtual bool Init(const ImageInfo& input);
+    /// The vector target for the next Init, of those that can run here; without it Init chooses.
+    void UseSimdTarget(kernels::SimdTarget target) { simd.given = target; }
     virtual bool Reset(); ///< frees the row, empties the status; then ProcessRow returns null
     virtual ~ColorSpaceConvertor();
 
@@ -50,7 +52,8 @@ protected:
 
 private:
     const ColorSpaceConversion conversion;
-    const kernels::ConvertRow<T> convertRow;
+    kernels::SimdChoice simd;
+    kernels::ConvertRow<T> convertRow = nullptr; ///< chosen by Init
     ImageInfo outputInfo;
     std::vector<T> outputBuffer;
     std::uint32_t windowWidth = 0; ///< pixels; 0 while no window is set

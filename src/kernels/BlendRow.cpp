@@ -7,6 +7,14 @@
 
 namespace kernels {
 
+BlendMaps::OfRow::OfRow(std::span<const LinearMap> ofBands) {
+    for (std::size_t i = 0; !ofBands.empty() && i < ofBands.size() + mostLanes - 1; ++i) {
+        const LinearMap& map = ofBands[i % ofBands.size()];
+        gains.push_back(map.gain);
+        offsets.push_back(map.offset);
+    }
+}
+
 namespace {
 
 template <class T, class Formula>
@@ -14,7 +22,8 @@ void ForEachSample(const T* row1, const T* row2, T* out, std::size_t pixels, std
                    const BlendMaps& maps, const Formula& formula) {
     for (std::size_t p = 0; p < pixels; ++p, row1 += bands, row2 += bands, out += bands)
         for (std::uint32_t c = 0; c < bands; ++c)
-            out[c] = formula(row1[c], row2[c], maps.input1[c], maps.input2[c], maps.output[c]);
+            out[c] = formula(row1[c], row2[c], maps.input1.OfBand(c), maps.input2.OfBand(c),
+                             maps.output.OfBand(c));
 }
 
 template <class T>

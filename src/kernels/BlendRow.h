@@ -4,6 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
+#include <vector>
 
 /// Rows of two images combined pixel by pixel, all interleaved by pixel. Every function reads and writes
 /// exactly `pixels` pixels of each row; `out` overlaps neither input.
@@ -16,11 +18,19 @@ struct LinearMap {
     double operator()(double x) const { return x * gain + offset; }
 };
 
-/// One map a band, owned by the caller.
+/// The maps of the bands of both inputs and of the output, as many of each. Made once an operator.
 struct BlendMaps {
-    const LinearMap* input1 = nullptr;
-    const LinearMap* input2 = nullptr;
-    const LinearMap* output = nullptr;
+    /// Of one row: gains and offsets of bands 1, 2, ..., 1, 2, ..., so that from any band on as many samples
+    /// as the longest vector has follow.
+    struct OfRow {
+        OfRow() = default;
+        explicit OfRow(std::span<const LinearMap> ofBands);
+        [[nodiscard]] LinearMap OfBand(std::size_t band) const { return {gains[band], offsets[band]}; }
+        std::vector<double> gains, offsets;
+    };
+    static constexpr std::size_t mostLanes = 32;
+
+    OfRow input1, input2, output;
 };
 
 /// How a sample comes from the samples a and b in the same place, with the maps m1, m2 and m of their band.

@@ -35,92 +35,67 @@ HWY_INLINE void StoreRoundedLanes(RealVector x, T* samples) {
     StoreTruncatedLanes(d, hn::Add(Clamp<T>(d, x), hn::Set(d, 0.5)), samples);
 }
 
-/// The maps of the samples of a row, as long as they take to begin again with a whole vector.
-struct MapTable {
-    static constexpr std::size_t mostSamples = std::size_t{mostBands} * HWY_MAX_BYTES / sizeof(double);
-
-    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): filled as far as `samples`
-    HWY_ATTR MapTable(const BlendMaps& maps, std::uint32_t bands) : samples(bands * hn::Lanes(Reals())) {
-        const LinearMap* const ofInputs[] = {maps.input1, maps.input2, maps.output};
-        for (std::size_t m = 0; m < 3; ++m)
-            for (std::size_t i = 0; i < samples; ++i) {
-                gains[m][i] = ofInputs[m][i % bands].gain;
-                offsets[m][i] = ofInputs[m][i % bands].offset;
-            }
-    }
-    [[nodiscard]] HWY_ATTR RealVector Apply(std::size_t m, std::size_t at, RealVector x) const {
-        const Reals d;
-        return Map(x, hn::Load(d, gains[m] + at), hn::Load(d, offsets[m] + at));
-    }
-
-    std::size_t samples;
-    HWY_ALIGN double gains[3][mostSamples];
-    HWY_ALIGN double offsets[3][mostSamples];
-};
+/// Maps of the samples of a vector, the first of which is of `band`.
+HWY_INLINE RealVector Map(RealVector x, const BlendMaps::OfRow& maps, std::size_t band) {
+    const Reals d;
+    return Map(x, hn::LoadU(d, maps.gains.data() + band), hn::LoadU(d, maps.offsets.data() + band));
+}
 
 template <SampleBlend Blend, class T>
-HWY_INLINE void BlendLanes(const T* row1, const T* row2, T* out, const MapTable& maps, std::size_t at) {
+HWY_INLINE void BlendLanes(const T* row1, const T* row2, T* out, const BlendMaps& maps, std::size_t band) {
     const Reals d;
     const auto a = LoadReal(d, row1);
     const auto b = LoadReal(d, row2);
     if constexpr (Blend == SampleBlend::PlainDifference)
-        return StoreRoundedLanes(maps.Apply(2, at, hn::Sub(a, b)), out);
-    const auto x = maps.Apply(0, at, a);
-    const auto y = maps.Apply(1, at, b);
+        return StoreRoundedLanes(Map(hn::Sub(a, b), maps.output, band), out);
+    const auto x = Map(a, maps.input1, band);
+    const auto y = Map(b, maps.input2, band);
     if constexpr (Blend == SampleBlend::Difference)
-        return StoreRoundedLanes(maps.Apply(2, at, hn::Sub(x, y)), out);
+        return StoreRoundedLanes(Map(hn::Sub(x, y), maps.output, band), out);
     const auto blend = Blend == SampleBlend::Sum       ? hn::Add(x, y)
                        : Blend == SampleBlend::Product ? hn::Mul(y, x)
                                                        : hn::Div(x, y);
-    const auto mapped = maps.Apply(2, at, blend);
+    const auto mapped = Map(blend, maps.output, band);
     const auto isFinite = hn::Lt(hn::Abs(mapped), hn::Set(d, std::numeric_limits<double>::infinity()));
     StoreTruncatedLanes(d, Clamp<T>(d, hn::IfThenElseZero(isFinite, mapped)), out);
 }
 
 template <SampleBlend Blend, class T>
-HWY_ATTR void BlendRow(const T* row1, const T* row2, T* out, std::size_t samples, const MapTable& maps) {
+HWY_ATTR void BlendRow(const T* row1, const T* row2, T* out, std::size_t pixels, std::uint32_t bands,
+                       const BlendMaps& maps) {
+    constexpr std::size_t mostLanes = HWY_MAX_BYTES / sizeof(double);
+    static_assert(mostLanes <= BlendMaps::mostLanes);
+    const std::size_t samples = pixels * bands;
     const std::size_t lanes = hn::Lanes(Reals());
-    std::size_t at = 0;
+    std::size_t band = 0;
     std::size_t i = 0;
     for (; i + lanes <= samples; i += lanes) {
-        BlendLanes<Blend>(row1 + i, row2 + i, out + i, maps, at);
-        at += lanes;
-        if (at == maps.samples) at = 0;
+        BlendLanes<Blend>(row1 + i, row2 + i, out + i, maps, band);
+        band += lanes % bands;
+        if (band >= bands) band -= bands;
     }
     if (i == samples) return;
-    T copies[3][HWY_MAX_BYTES / sizeof(double)] = {};
+    T copies[3][mostLanes] = {};
     std::copy(row1 + i, row1 + samples, copies[0]);
     std::copy(row2 + i, row2 + samples, copies[1]);
-    BlendLanes<Blend>(copies[0], copies[1], copies[2], maps, at);
+    BlendLanes<Blend>(copies[0], copies[1], copies[2], maps, band);
     std::copy_n(copies[2], samples - i, out + i);
-}
-
-bool AreEqual(const LinearMap* maps, std::uint32_t bands) {
-    return std::all_of(maps, maps + bands, [&](const LinearMap& map) {
-        return map.gain == maps[0].gain && map.offset == maps[0].offset;
-    });
 }
 
 template <class T>
 HWY_ATTR void Blend(SampleBlend blend, const T* row1, const T* row2, T* out, std::size_t pixels,
                     std::uint32_t bands, const BlendMaps& maps) {
-    const bool isOneMap = bands > 0 && AreEqual(maps.input1, bands) && AreEqual(maps.input2, bands) &&
-                          AreEqual(maps.output, bands);
-    if (!isOneMap && bands > mostBands)
-        return ScalarBlendKernels<T>().samples(blend, row1, row2, out, pixels, bands, maps);
-    const MapTable table(maps, isOneMap ? 1 : bands);
-    const std::size_t samples = pixels * bands;
     switch (blend) {
     case SampleBlend::Sum:
-        return BlendRow<SampleBlend::Sum>(row1, row2, out, samples, table);
+        return BlendRow<SampleBlend::Sum>(row1, row2, out, pixels, bands, maps);
     case SampleBlend::Product:
-        return BlendRow<SampleBlend::Product>(row1, row2, out, samples, table);
+        return BlendRow<SampleBlend::Product>(row1, row2, out, pixels, bands, maps);
     case SampleBlend::Quotient:
-        return BlendRow<SampleBlend::Quotient>(row1, row2, out, samples, table);
+        return BlendRow<SampleBlend::Quotient>(row1, row2, out, pixels, bands, maps);
     case SampleBlend::Difference:
-        return BlendRow<SampleBlend::Difference>(row1, row2, out, samples, table);
+        return BlendRow<SampleBlend::Difference>(row1, row2, out, pixels, bands, maps);
     case SampleBlend::PlainDifference:
-        return BlendRow<SampleBlend::PlainDifference>(row1, row2, out, samples, table);
+        return BlendRow<SampleBlend::PlainDifference>(row1, row2, out, pixels, bands, maps);
     }
 }
 
@@ -153,7 +128,9 @@ HWY_ATTR void LargestDifference(const T* row1, const T* row2, T* out, std::size_
 template <class T>
 HWY_ATTR void Mask(const T* row1, const T* mask, T* out, std::size_t pixels, std::uint32_t bands,
                    std::uint32_t value, const T* color) {
-    if (!HasFastPlanes(bands) || value > std::numeric_limits<T>::max())
+    // To copy a pixel as long as a vector takes no longer than to choose it.
+    const bool isLong = bands >= hn::Lanes(hn::ScalableTag<T>());
+    if (!HasFastPlanes(bands) || isLong || value > std::numeric_limits<T>::max())
         return ScalarBlendKernels<T>().mask(row1, mask, out, pixels, bands, value, color);
     const auto block = [&](const T* pixelBlock, const T* maskBlock, T* outBlock) HWY_ATTR {
         const hn::ScalableTag<T> d;

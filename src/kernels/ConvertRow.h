@@ -2,6 +2,7 @@
 
 #include "kernels/Simd.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -13,6 +14,13 @@ using ConvertRow = void (*)(const T* in, T* out, std::size_t pixels);
 
 /// The scalar definitions are in YuvRow.h and HsiRow.h.
 enum class Conversion : std::uint8_t { RgbToYuv, YuvToRgb, RgbToHsi, HsiToRgb };
+
+/// The one of the rows for all conversions, in the order of the enumerators.
+template <class T>
+[[nodiscard]] inline ConvertRow<T> ChooseRow(Conversion conversion,
+                                             const std::array<ConvertRow<T>, 4>& rows) {
+    return rows[static_cast<std::size_t>(conversion)];
+}
 
 /// The version for a vector target that can run here.
 template <class T>

@@ -86,10 +86,10 @@ HWY_ATTR void YuvToRgb(const T* in, T* out, std::size_t pixels) {
     });
 }
 
-/// Stored rounded, a fraction is 1 from a half on. A hue is that far round for all colours with the most
-/// blue, but for those with as much red and more green than blue's least; and for red ones from magenta on.
-/// There every quotient of the definition that decides is exact. Saturation and lightness follow its
-/// operations.
+/// Stored rounded, a fraction is 1 from a half on. A hue is that where red is the largest band and green the
+/// smallest, magenta to red, or where red is not the largest and blue is: 5 + x, 3 + x and 5 - x of the
+/// definition, in sixths, against 1 - x, 1 + x and 3 - x, x being in [0, 1], and 0 in the last only when blue
+/// is largest too. Saturation and lightness follow the definition's operations.
 template <class T>
 HWY_ATTR void RgbToHsi(const T* in, T* out, std::size_t pixels) {
     const hn::ScalableTag<double> d;
@@ -143,16 +143,7 @@ HWY_ATTR void HsiToRgb(const T* in, T* out, std::size_t pixels) {
 
 template <class T>
 ConvertRow<T> Row(Conversion conversion) {
-    switch (conversion) {
-    case Conversion::RgbToYuv:
-        return &RgbToYuv<T>;
-    case Conversion::YuvToRgb:
-        return &YuvToRgb<T>;
-    case Conversion::RgbToHsi:
-        return &RgbToHsi<T>;
-    default:
-        return &HsiToRgb<T>;
-    }
+    return ChooseRow<T>(conversion, {&RgbToYuv<T>, &YuvToRgb<T>, &RgbToHsi<T>, &HsiToRgb<T>});
 }
 
 ConvertRow<unsigned char> Row8(Conversion conversion) { return Row<unsigned char>(conversion); }
@@ -169,16 +160,7 @@ namespace {
 
 template <class T>
 ConvertRow<T> ScalarRow(Conversion conversion) {
-    switch (conversion) {
-    case Conversion::RgbToYuv:
-        return &RgbToYuvRow<T>;
-    case Conversion::YuvToRgb:
-        return &YuvToRgbRow<T>;
-    case Conversion::RgbToHsi:
-        return &RgbToHsiRow<T>;
-    default:
-        return &HsiToRgbRow<T>;
-    }
+    return ChooseRow<T>(conversion, {&RgbToYuvRow<T>, &YuvToRgbRow<T>, &RgbToHsiRow<T>, &HsiToRgbRow<T>});
 }
 
 } // namespace

@@ -191,7 +191,7 @@ HWY_INLINE void StoreTruncatedLanes(D d, hn::Vec<D> x, T* samples) {
     hn::StoreU(hn::DemoteTo(narrow, TruncateReal(d, x)), narrow, samples);
 }
 
-/// Calls block(ms, pan, out) for blocks of pixels of two rows, whose results it writes to a third. The rest
+/// Calls block(pixels of row 1, of row 2, output pixels) for blocks of two rows. The rest
 /// of the rows goes through copies, so that exactly their samples are read and written. For at most mostBands
 /// bands each.
 template <class T, class Block>
@@ -202,11 +202,14 @@ HWY_ATTR void InBlocks(const T* row1, std::uint32_t bands1, const T* row2, std::
         block(row1 + p * bands1, row2 + p * bands2, out + p * outputBands);
     if (p == pixels) return;
     const std::size_t rest = pixels - p;
-    HWY_ALIGN T copy1[blockPixels * mostBands] = {};
-    HWY_ALIGN T copy2[blockPixels * mostBands] = {};
+    HWY_ALIGN T copy1[blockPixels * mostBands];
+    HWY_ALIGN T copy2[blockPixels * mostBands];
     HWY_ALIGN T outCopy[blockPixels * mostBands];
-    std::copy_n(row1 + p * bands1, rest * bands1, copy1);
-    std::copy_n(row2 + p * bands2, rest * bands2, copy2);
+    const auto copy = [&](const T* row, std::uint32_t bands, T* to) {
+        std::fill(std::copy_n(row + p * bands, rest * bands, to), to + blockPixels * bands, T{0});
+    };
+    copy(row1, bands1, copy1);
+    copy(row2, bands2, copy2);
     block(static_cast<const T*>(copy1), static_cast<const T*>(copy2), static_cast<T*>(outCopy));
     std::copy_n(outCopy, rest * outputBands, out + p * outputBands);
 }

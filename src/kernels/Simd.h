@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,5 +19,11 @@ using SimdTarget = std::int64_t;
 /// The target in use: the best one, unless the environment variable PANSHARP_SIMD names another that can run
 /// here. In a virtual machine the processor takes as long to answer as a small window to fuse: ask once.
 [[nodiscard]] SimdTarget ChosenSimdTarget();
+
+/// The target of one object: the one it is given, else ChosenSimdTarget, asked whenever it is needed.
+struct SimdChoice {
+    [[nodiscard]] SimdTarget Get() const { return given ? *given : ChosenSimdTarget(); }
+    std::optional<SimdTarget> given;
+};
 
 } // namespace kernels

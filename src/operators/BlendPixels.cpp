@@ -11,8 +11,7 @@ using kernels::LinearMap;
 using ULong = unsigned long; // what "%lu" takes
 
 template <class T>
-BlendPixels<T>::BlendPixels(const char* operatorName)
-    : rows(kernels::BlendKernelsFor<T>(kernels::ChosenSimdTarget())), name(operatorName) {
+BlendPixels<T>::BlendPixels(const char* operatorName) : name(operatorName) {
     BlendPixels::Reset();
 }
 
@@ -26,6 +25,7 @@ bool BlendPixels<T>::Reset() {
     outputBuffer = {};
     windowWidth = 0;
     input1Maps = input2Maps = outputMaps = {};
+    sampleMaps = {};
     return true;
 }
 
@@ -42,6 +42,7 @@ bool BlendPixels<T>::Init(const ImageInfo& input1, const ImageInfo& input2, bool
                          ULong{input1Info.bitsPerSample}, ULong{input2Info.bitsPerSample}));
         return false;
     }
+    rows = kernels::BlendKernelsFor<T>(simd.Get());
     input1Bands = input1Info.bands;
     input2Bands = input2Info.bands;
     if (!InitOperator()) {
@@ -68,6 +69,8 @@ template <class T>
 bool BlendPixels<T>::InitOperator() {
     if (!CheckBandsEqual() || !MakeOutput(input1Bands)) return false;
     ReadGainsAndOffsets();
+    using OfRow = kernels::BlendMaps::OfRow;
+    sampleMaps = {.input1 = OfRow(input1Maps), .input2 = OfRow(input2Maps), .output = OfRow(outputMaps)};
     PublishOutputMaps();
     return true;
 }
@@ -75,8 +78,7 @@ bool BlendPixels<T>::InitOperator() {
 template <class T>
 T* BlendPixels<T>::BlendSamples(kernels::SampleBlend blend, const T* row1, const T* row2) {
     if (!CanProcess(row1, row2)) return nullptr;
-    rows.samples(blend, row1, row2, outputBuffer.data(), windowWidth, outputBands,
-                 {.input1 = input1Maps.data(), .input2 = input2Maps.data(), .output = outputMaps.data()});
+    rows.samples(blend, row1, row2, outputBuffer.data(), windowWidth, outputBands, sampleMaps);
     return outputBuffer.data();
 }
 

@@ -43,6 +43,8 @@ public:
     /// `fullWidth2` says that rows of input 2 hold more than the window; no operator asks. After a failure
     /// ProcessRow returns null until an Init and a SetWindow succeed.
     virtual bool Init(const ImageInfo& input1, const ImageInfo& input2, bool fullWidth2);
+    /// The vector target for the next Init, of those that can run here; without it Init chooses.
+    void UseSimdTarget(kernels::SimdTarget target) { simd.given = target; }
     virtual bool Reset(); ///< frees what Init made; the status becomes empty, its source the operator's name
     virtual ~BlendPixels();
 
@@ -67,7 +69,8 @@ protected:
     /// ProcessRow of an operator that works sample by sample, of inputs with equal bands.
     T* BlendSamples(kernels::SampleBlend blend, const T* row1, const T* row2);
 
-    const kernels::BlendKernels<T> rows;
+    kernels::BlendKernels<T> rows = {}; ///< chosen by Init
+    kernels::SimdChoice simd;
     ImageInfo input1Info;
     ImageInfo input2Info;
     ImageInfo outputInfo;
@@ -80,6 +83,7 @@ protected:
     std::vector<kernels::LinearMap> input1Maps; ///< one a band
     std::vector<kernels::LinearMap> input2Maps;
     std::vector<kernels::LinearMap> outputMaps;
+    kernels::BlendMaps sampleMaps; ///< all of them, of operators that work sample by sample
 
 private:
     std::vector<kernels::LinearMap> ReadMaps(const std::string& family, double defaultOffset,

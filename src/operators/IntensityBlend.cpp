@@ -35,6 +35,7 @@ IntensityBlend<T>::MakeConvertor(const char* keyword, const char* conversion, co
                                  std::uint32_t idWhenMissing, std::uint32_t idWhenFailed) {
     Fundament::Status reasons;
     auto convertor = CreateColorSpaceConvertor<T>(keyword, reasons);
+    if (convertor && this->simd.given) convertor->UseSimdTarget(*this->simd.given);
     if (!convertor) {
         this->status.Insert(idWhenMissing, FormatString("Could not create %s Convertor", conversion));
         this->status.Append(reasons);

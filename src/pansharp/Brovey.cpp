@@ -24,7 +24,7 @@ bool Brovey<ImageBase<Info, T*, Traits>>::Init(InputImage* multispectral, InputI
     this->bandWeights = this->ReadBandWeights(1.0, 1.0);
     ScaleBandWeights();
     this->ReadAdditionalBandWeight();
-    this->FinishInit(kernels::BroveyRowFor<T>(this->GetSimdTarget()));
+    this->FinishInit(kernels::BroveyRowFor<T>(this->simd.Get()));
     return true;
 }
 

@@ -26,7 +26,7 @@ bool IHS<ImageBase<Info, T*, Traits>>::Init(InputImage* multispectral, InputImag
     this->bandWeights.assign(this->msBandCount, 0.0);
     if (this->msBandCount > 3)
         this->bandWeights[3] = Fundament::StringToDouble(this->properties["AdditionalBandWeight"], 0.0);
-    this->FinishInit(kernels::IhsRowFor<T>(this->GetSimdTarget()));
+    this->FinishInit(kernels::IhsRowFor<T>(this->simd.Get()));
     return true;
 }
 

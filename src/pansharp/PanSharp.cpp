@@ -131,7 +131,7 @@ bool PanSharp<ImageBase<Info, T*, Traits>>::Init(InputImage* multispectral, Inpu
     if (!PrepareInit(multispectral, pan)) return false;
     bandWeights = ReadBandWeights(1.0 / msBandCount, 0.0);
     ReadAdditionalBandWeight();
-    FinishInit(kernels::KovaRowFor<T>(this->GetSimdTarget()));
+    FinishInit(kernels::KovaRowFor<T>(this->simd.Get()));
     if (this->metadataEnabled) {
         this->metadata["outputNumChannels"] = FormatString("%lu", ULong{outputBandCount});
         this->metadata["multispectralImageNumChannels"] = FormatString("%lu", ULong{msBandCount});

@@ -4,7 +4,6 @@
 #include "kernels/Simd.h"
 #include "pxl/ImageBase.h"
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -66,7 +65,7 @@ public:
     /// 0) and "AdditionalBandWeight", which replaces the weight of the last band.
     virtual bool Init(InputImage* multispectral, InputImage* pan);
     /// The vector target for the next Init, of those that can run here; without it Init chooses.
-    void UseSimdTarget(kernels::SimdTarget target) { simdTarget = target; }
+    void UseSimdTarget(kernels::SimdTarget target) { simd.given = target; }
     virtual bool Reset(); ///< releases what Init made; the status becomes empty, with source "Pansharp"
     virtual ~PanSharp();
 
@@ -86,10 +85,7 @@ protected:
     /// `bandWeights`, one a multispectral band.
     void FinishInit(kernels::FuseRow<T> kernel);
 
-    [[nodiscard]] kernels::SimdTarget GetSimdTarget() const {
-        return simdTarget ? *simdTarget : kernels::ChosenSimdTarget();
-    }
-
+    kernels::SimdChoice simd;
     InputImage* msImage = nullptr;
     InputImage* panImage = nullptr;
     Info panInfo;
@@ -113,7 +109,6 @@ private:
     std::uint32_t windowFirstRow = 0;
     std::uint32_t nextRow = 0;
     kernels::FuseRow<T> fuseRow = nullptr;
-    std::optional<kernels::SimdTarget> simdTarget;
 };
 
 template <class T>

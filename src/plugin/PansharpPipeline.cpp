@@ -135,6 +135,7 @@ bool PansharpRaster::MergeInfrared() {
     PXL::BlendPixels<T>& merge = *pipeline.mergeOperator;
     CopyProperties(merge.properties, properties);
     merge.EnableMetadata(generateMetadata);
+    merge.UseSimdTarget(simdTarget);
     if (!merge.Init(msInfo, irInfo, false))
         return Fail(ProcessStatus::MergeOperatorFailed, "PXL::BlendPixels initialization failed",
                     &merge.status);

@@ -60,20 +60,16 @@ void Compare(const Kernel<T>& kernel, SimdTarget target, std::size_t pixels, std
     const auto actual = support::RandomRow<T>(samples, random);
     kernel.rowFor(0)(ms.get(), pan.get(), expected.get(), pixels, bands);
     kernel.rowFor(target)(ms.get(), pan.get(), actual.get(), pixels, bands);
-    for (std::size_t i = 0; i < samples; ++i)
-        ASSERT_EQ(actual[i], expected[i])
-            << kernel.name << " " << SimdTargetName(target) << ", " << sizeof(T) * 8 << " bits, " << pixels
-            << " pixels, " << msBands << " bands, sample " << i;
+    support::ExpectSameRow(actual.get(), expected.get(), samples,
+                           kernel.name + (" " + SimdTargetName(target)) + ", " + std::to_string(msBands) +
+                               " bands");
 }
 
 template <class T>
 void CompareAll(const Kernel<T>& kernel, SimdTarget target) {
     std::mt19937 random(1);
-    std::vector<std::size_t> widths = {127, 128, 129, 133, 134, 255, 256, 261, 262, 1000};
-    for (std::size_t width = 0; width <= 67; ++width)
-        widths.push_back(width);
     for (std::uint32_t msBands = kernel.fewestBands; msBands <= 9; ++msBands)
-        for (const std::size_t pixels : widths) {
+        for (const std::size_t pixels : support::KernelWidths()) {
             const auto& weights = weightSets[random() % weightSets.size()];
             const auto outputBands = static_cast<std::uint32_t>(1 + random() % msBands);
             Compare(kernel, target, pixels, msBands, outputBands, weights, random);

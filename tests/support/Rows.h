@@ -1,10 +1,14 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <limits>
 #include <memory>
 #include <random>
+#include <string>
+#include <vector>
 
 namespace support {
 
@@ -17,6 +21,24 @@ std::unique_ptr<T[]> RandomRow(std::size_t samples, std::mt19937& random) {
         return chance == 0 ? T{0} : chance == 1 ? std::numeric_limits<T>::max() : static_cast<T>(random());
     });
     return row;
+}
+
+/// Widths of rows, in pixels, around the vectors and the blocks that kernels work in.
+inline std::vector<std::size_t> KernelWidths() {
+    std::vector<std::size_t> widths = {127, 128, 129, 133, 134, 255, 256, 257, 261, 262, 1000};
+    for (std::size_t width = 0; width <= 67; ++width)
+        widths.push_back(width);
+    return widths;
+}
+
+/// `actual` is `expected`; tells the first sample that differs.
+template <class T>
+void ExpectSameRow(const T* actual, const T* expected, std::size_t samples, const std::string& what) {
+    const std::size_t at =
+        static_cast<std::size_t>(std::mismatch(actual, actual + samples, expected).first - actual);
+    if (at == samples) return;
+    ADD_FAILURE() << what << ", " << sizeof(T) * 8 << " bits, sample " << at << " of " << samples << ": "
+                  << +actual[at] << " for " << +expected[at];
 }
 
 } // namespace support
