@@ -54,12 +54,13 @@ struct Image {
 
 class Bench {
 public:
-    Bench(const hostkit::PluginLibrary& plugin, const char* method, std::uint32_t bits)
+    Bench(const hostkit::PluginLibrary& plugin, const char* method, std::uint32_t bits, bool hasInfrared)
         : pan(columns, rows, 1, bits, 1.0), ms(columns / ratio, rows / ratio, bands, bits, ratio),
-          panRaster(pan.info, pan.Wrap().block), workspace(pan.info),
-          request(hostkit::MakeRequest(pan.info, hostkit::WholeImage(pan.info))),
-          process(plugin, Properties(method), status) {
+          infrared(columns / ratio, rows / ratio, 1, bits, ratio), panRaster(pan.info, pan.Wrap().block),
+          workspace(pan.info), request(hostkit::MakeRequest(pan.info, hostkit::WholeImage(pan.info))),
+          process(plugin, Properties(method, hasInfrared), status) {
         workspace.SetImage("ms", ms.Wrap());
+        workspace.SetImage("infrared", infrared.Wrap());
         if (!process) Stop(status);
         process->SetInputRaster(&panRaster);
         process->SetWorkspace(static_cast<IRasterWorkspace*>(&workspace));
@@ -120,10 +121,11 @@ public:
     }
 
 private:
-    static NameValueMap Properties(const char* method) {
+    static NameValueMap Properties(const char* method, bool hasInfrared) {
         NameValueMap properties;
         properties["Method"] = method;
         properties["MSImageID"] = "ms";
+        if (hasInfrared) properties["AdditionalBandID"] = "infrared";
         properties["outputNBands"] = std::to_string(bands);
         return properties;
     }
@@ -133,7 +135,7 @@ private:
         std::exit(1);
     }
 
-    Image pan, ms;
+    Image pan, ms, infrared;
     Status status;
     hostkit::ArrayRaster panRaster;
     hostkit::ArrayWorkspace workspace;
@@ -154,17 +156,25 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "%s\n", status.ToText().c_str());
         return 1;
     }
+    const struct {
+        const char* name;
+        const char* method;
+        bool hasInfrared;
+    } cases[] = {{"KOVA", "KOVA", false},
+                 {"Brovey", "Brovey", false},
+                 {"IHS", "IHS", false},
+                 {"KOVA with infrared", "KOVA", true}};
     bool isRight = true;
-    for (const char* method : {"KOVA", "Brovey", "IHS"})
+    for (const auto& [name, method, hasInfrared] : cases)
         for (const std::uint32_t bits : {8u, 16u}) {
-            Bench bench(*plugin, method, bits);
+            Bench bench(*plugin, method, bits, hasInfrared);
             if (!bench.Verify()) {
-                std::fprintf(stderr, "%s, %u bits: small windows give other bytes than the whole\n", method,
+                std::fprintf(stderr, "%s, %u bits: small windows give other bytes than the whole\n", name,
                              bits);
                 isRight = false;
             } else if (isTimed) {
                 const auto [windows, whole] = bench.Time();
-                std::printf("%s %u bits: 256 x 256 %.2f ns a pixel, whole %.2f, ratio %.2f\n", method, bits,
+                std::printf("%s %u bits: 256 x 256 %.2f ns a pixel, whole %.2f, ratio %.2f\n", name, bits,
                             windows, whole, windows / whole);
             }
         }
