@@ -136,7 +136,7 @@ std::vector<OtherKernel<T>> OtherKernels() {
                                             bands, 0, rows.other.data());
         });
     }
-    for (const std::uint32_t bands : {3u, 7u})
+    for (const std::uint32_t bands : {3u, 4u, 7u})
         add("merge with one more", bands, [bands](SimdTarget target, Rows<T>& rows) {
             BlendKernelsFor<T>(target).merge(rows.ms.data(), bands, rows.pan.data(), 1, rows.out.data(),
                                              rowPixels);

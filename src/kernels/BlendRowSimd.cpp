@@ -102,7 +102,7 @@ HWY_ATTR void Blend(SampleBlend blend, const T* row1, const T* row2, T* out, std
 template <class T>
 HWY_ATTR void LargestDifference(const T* row1, const T* row2, T* out, std::size_t pixels, std::uint32_t bands,
                                 const LinearMap& output) {
-    if (!HasFastPlanes(bands))
+    if (bands > mostBands)
         return ScalarBlendKernels<T>().largestDifference(row1, row2, out, pixels, bands, output);
     const auto block = [&](const T* block1, const T* block2, T* outBlock) HWY_ATTR {
         const hn::ScalableTag<T> d;
@@ -130,7 +130,7 @@ HWY_ATTR void Mask(const T* row1, const T* mask, T* out, std::size_t pixels, std
                    std::uint32_t value, const T* color) {
     // To copy a pixel as long as a vector takes no longer than to choose it.
     const bool isLong = bands >= hn::Lanes(hn::ScalableTag<T>());
-    if (!HasFastPlanes(bands) || isLong || value > std::numeric_limits<T>::max())
+    if (bands > mostBands || isLong || value > std::numeric_limits<T>::max())
         return ScalarBlendKernels<T>().mask(row1, mask, out, pixels, bands, value, color);
     const auto block = [&](const T* pixelBlock, const T* maskBlock, T* outBlock) HWY_ATTR {
         const hn::ScalableTag<T> d;
@@ -152,8 +152,7 @@ template <class T>
 HWY_ATTR void Merge(const T* row1, std::uint32_t bands1, const T* row2, std::uint32_t bands2, T* out,
                     std::size_t pixels) {
     const std::uint32_t bands = bands1 + bands2;
-    if (!HasFastPlanes(bands1) || !HasFastPlanes(bands2) || !HasFastPlanes(bands))
-        return ScalarBlendKernels<T>().merge(row1, bands1, row2, bands2, out, pixels);
+    if (bands > mostBands) return ScalarBlendKernels<T>().merge(row1, bands1, row2, bands2, out, pixels);
     const auto block = [&](const T* block1, const T* block2, T* outBlock) HWY_ATTR {
         HWY_ALIGN T planes[mostBands * blockPixels];
         Deinterleave(block1, bands1, planes);

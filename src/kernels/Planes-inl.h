@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 
 HWY_BEFORE_NAMESPACE();
@@ -25,11 +26,6 @@ namespace hn = hwy::HWY_NAMESPACE;
 inline constexpr std::size_t blockPixels = 128;
 /// More bands than this are left to the scalar definition.
 inline constexpr std::uint32_t mostBands = 8;
-
-/// Whether vectors take pixels of so many bands apart and join them.
-constexpr bool HasFastPlanes(std::uint32_t bands) {
-    return (bands >= 1 && bands <= 4) || bands == 6 || bands == 8;
-}
 
 /// Two neighbouring bands as one number of twice the width, the first band in its low half.
 template <class T>
@@ -63,7 +59,18 @@ HWY_ATTR void JoinPairs(const T* HWY_RESTRICT first, const T* HWY_RESTRICT secon
     }
 }
 
-/// Splits `blockPixels` interleaved pixels into one plane a band, blockPixels apart.
+/// Copies blockPixels pixels of 5 to 8 bands to where pixels have another number of them, 5 to 8 too; bands
+/// that the pixels of `in` lack get any value. Eight samples a pixel are copied, the next pixel's over them.
+template <class T>
+HWY_INLINE void RespacePixels(const T* HWY_RESTRICT in, std::uint32_t inBands, T* HWY_RESTRICT out,
+                              std::uint32_t outBands) {
+    constexpr std::size_t last = blockPixels - 1;
+    for (std::size_t i = 0; i < last; ++i)
+        std::memcpy(out + i * outBands, in + i * inBands, mostBands * sizeof(T));
+    std::copy_n(in + last * inBands, std::min(inBands, outBands), out + last * outBands);
+}
+
+/// Splits `blockPixels` interleaved pixels of 1 to 8 bands into one plane a band, blockPixels apart.
 template <class T>
 HWY_ATTR void Deinterleave(const T* HWY_RESTRICT in, std::uint32_t bands, T* HWY_RESTRICT planes) {
     const hn::ScalableTag<T> d;
@@ -98,24 +105,22 @@ HWY_ATTR void Deinterleave(const T* HWY_RESTRICT in, std::uint32_t bands, T* HWY
             hn::StoreU(e, d, planes + 3 * blockPixels + i);
         }
         return;
-    case 6:
-    case 8:
+    default:
         if constexpr (sizeof(T) <= 2) {
+            HWY_ALIGN T even[mostBands * blockPixels];
             HWY_ALIGN PairOf<T> pairs[mostBands / 2 * blockPixels];
-            Deinterleave(reinterpret_cast<const PairOf<T>*>(in), bands / 2, pairs);
+            HWY_ALIGN T noBand[blockPixels];
+            const std::uint32_t pairsOfBands = (bands + 1) / 2;
+            if (bands % 2 != 0) RespacePixels(in, bands, even, bands + 1);
+            Deinterleave(reinterpret_cast<const PairOf<T>*>(bands % 2 != 0 ? even : in), pairsOfBands, pairs);
             for (std::uint32_t band = 0; band < bands; band += 2)
                 SplitPairs(pairs + band / 2 * blockPixels, planes + band * blockPixels,
-                           planes + (band + 1) * blockPixels);
+                           band + 1 == bands ? noBand : planes + (band + 1) * blockPixels);
         }
-        return;
-    default:
-        for (std::size_t i = 0; i < blockPixels; ++i)
-            for (std::uint32_t band = 0; band < bands; ++band)
-                planes[band * blockPixels + i] = in[i * bands + band];
     }
 }
 
-/// The reverse: interleaves planes, blockPixels apart, into blockPixels pixels.
+/// The reverse: interleaves 1 to 8 planes, blockPixels apart, into blockPixels pixels.
 template <class T>
 HWY_ATTR void Interleave(const T* HWY_RESTRICT planes, std::uint32_t bands, T* HWY_RESTRICT out) {
     const hn::ScalableTag<T> d;
@@ -139,20 +144,18 @@ HWY_ATTR void Interleave(const T* HWY_RESTRICT planes, std::uint32_t bands, T* H
         for (std::size_t i = 0; i < blockPixels; i += lanes)
             hn::StoreInterleaved4(plane(0, i), plane(1, i), plane(2, i), plane(3, i), d, out + 4 * i);
         return;
-    case 6:
-    case 8:
+    default:
         if constexpr (sizeof(T) <= 2) {
             HWY_ALIGN PairOf<T> pairs[mostBands / 2 * blockPixels];
+            HWY_ALIGN T even[mostBands * blockPixels];
+            const std::uint32_t pairsOfBands = (bands + 1) / 2;
             for (std::uint32_t band = 0; band < bands; band += 2)
-                JoinPairs(planes + band * blockPixels, planes + (band + 1) * blockPixels,
+                JoinPairs(planes + band * blockPixels,
+                          planes + (band + 1 == bands ? band : band + 1) * blockPixels,
                           pairs + band / 2 * blockPixels);
-            Interleave(pairs, bands / 2, reinterpret_cast<PairOf<T>*>(out));
+            Interleave(pairs, pairsOfBands, reinterpret_cast<PairOf<T>*>(bands % 2 != 0 ? even : out));
+            if (bands % 2 != 0) RespacePixels(even, bands + 1, out, bands);
         }
-        return;
-    default:
-        for (std::size_t i = 0; i < blockPixels; ++i)
-            for (std::uint32_t band = 0; band < bands; ++band)
-                out[i * bands + band] = planes[band * blockPixels + i];
     }
 }
 
