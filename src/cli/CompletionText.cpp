@@ -9,7 +9,8 @@ namespace cli {
 
 namespace {
 
-constexpr const char* made = "# Completion of the command pansharp. Made from its table of options.\n";
+constexpr const char* completionOrigin =
+    "# Completion of the command pansharp. Made from its table of options.\n";
 
 std::vector<std::string> Split(std::string_view text, char separator) {
     std::vector<std::string> parts(1);
@@ -143,7 +144,7 @@ std::string BashCompletion() {
                     (command.positionals.empty() ? "" : " action=file") + " ;;\n";
         values += BashValues(command);
     }
-    return std::string(made) + R"(
+    return std::string(completionOrigin) + R"(
 _pansharp() {
     local current previous command= options words= action=none i
     COMPREPLY=()
@@ -196,7 +197,7 @@ std::string ZshCompletion() {
         if (!command.positionals.empty()) cases += " \\\n                    '*:raster:_files'";
         cases += " ;;\n";
     }
-    return "#compdef pansharp\n" + std::string(made) + R"(
+    return "#compdef pansharp\n" + std::string(completionOrigin) + R"(
 _pansharp() {
     local context state state_descr line
     typeset -A opt_args

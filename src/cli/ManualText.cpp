@@ -6,7 +6,7 @@ namespace cli {
 
 namespace {
 
-constexpr const char* made = "Made from the table of options by the target 'manual'; edits go there.";
+constexpr const char* manualOrigin = "Made from the table of options by the target 'manual'; edits go there.";
 
 std::string Upper(std::string_view text) {
     std::string upper(text);
@@ -88,7 +88,7 @@ std::string MarkdownCommand(const CommandEntry& command) {
 } // namespace
 
 std::string ManualPage() {
-    std::string text = ".\\\" " + std::string(made) +
+    std::string text = ".\\\" " + std::string(manualOrigin) +
                        "\n.TH PANSHARP 1 \"\" \"Pansharp " PANSHARP_VERSION
                        "\" \"User Commands\"\n.SH NAME\npansharp \\- fuses a panchromatic raster with a "
                        "multispectral one\n.SH DESCRIPTION\n" +
@@ -99,8 +99,8 @@ std::string ManualPage() {
 }
 
 std::string ManualMarkdown() {
-    std::string text =
-        "<!-- " + std::string(made) + " -->\n# The command `pansharp`\n\n" + MarkdownCommand(Program());
+    std::string text = "<!-- " + std::string(manualOrigin) + " -->\n# The command `pansharp`\n\n" +
+                       MarkdownCommand(Program());
     for (const CommandEntry& command : Commands())
         text += "\n## " + std::string(command.name) + "\n\n" + MarkdownCommand(command);
     return text;

@@ -1,15 +1,12 @@
 #include "cli/RunWeights.h"
 
 #include "cli/ExitCode.h"
-
-#include <nlohmann/json.hpp>
+#include "cli/JsonParts.h"
 
 #include <cmath>
 #include <fstream>
 
 namespace cli {
-
-using Json = nlohmann::json;
 
 namespace {
 

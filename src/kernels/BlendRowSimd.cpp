@@ -56,8 +56,9 @@ HWY_INLINE void BlendLanes(const T* row1, const T* row2, T* out, const BlendMaps
                        : Blend == SampleBlend::Product ? hn::Mul(y, x)
                                                        : hn::Div(x, y);
     const auto mapped = Map(blend, maps.output, band);
-    const auto isFinite = hn::Lt(hn::Abs(mapped), hn::Set(d, std::numeric_limits<double>::infinity()));
-    StoreTruncatedLanes(d, Clamp<T>(d, hn::IfThenElseZero(isFinite, mapped)), out);
+    const auto atLeast0 = hn::Max(mapped, hn::Zero(d)); // not-a-number stays or gives 0
+    const auto isFinite = hn::Lt(atLeast0, hn::Set(d, std::numeric_limits<double>::infinity()));
+    StoreTruncatedLanes(d, hn::Min(hn::IfThenElseZero(isFinite, atLeast0), hn::Set(d, maxSample<T>)), out);
 }
 
 template <SampleBlend Blend, class T>

@@ -61,12 +61,22 @@ struct FixedResults {
     std::int32_t mostCertain; ///< fraction
 };
 
-/// The weighted sum of the bands of some pixels, in the order of the definition, one rounding an operation.
+/// The sum and one more product: in double with the roundings of the definition, in float, where results are
+/// proven, with one or two.
+template <class D>
+HWY_INLINE hn::Vec<D> AddProduct(D /*d*/, hn::Vec<D> sum, hn::Vec<D> a, hn::Vec<D> b) {
+    if constexpr (sizeof(hn::TFromD<D>) == 4)
+        return hn::MulAdd(a, b, sum);
+    else
+        return hn::Add(sum, hn::Mul(a, b));
+}
+
+/// The weighted sum of the bands of some pixels, in the order of the definition.
 template <class D, class T>
 HWY_INLINE hn::Vec<D> WeightedSum(D d, const T* planes, const hn::TFromD<D>* weights, std::uint32_t bands) {
     auto s = hn::Zero(d);
     for (std::uint32_t band = 0; band < bands; ++band)
-        s = hn::Add(s, hn::Mul(LoadReal(d, planes + band * blockPixels), hn::Set(d, weights[band])));
+        s = AddProduct(d, s, LoadReal(d, planes + band * blockPixels), hn::Set(d, weights[band]));
     return s;
 }
 

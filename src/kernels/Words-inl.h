@@ -61,7 +61,7 @@ HWY_INLINE V SumOfBands(D d, const SomeBands<V, Bands>& of, const hn::TFromD<D>*
     V s =
         hn::Mul(of.bands[0], hn::Set(d, weights[0])); // from 0.0 up: adding that to it changes nothing stored
     for (std::uint32_t band = 1; band < Bands; ++band)
-        s = hn::Add(s, hn::Mul(of.bands[band], hn::Set(d, weights[band])));
+        s = AddProduct(d, s, of.bands[band], hn::Set(d, weights[band]));
     return s;
 }
 
@@ -97,6 +97,7 @@ HWY_ALIGN inline constexpr std::uint8_t twelveOfWords[16] = {0,  1,  2,  4,  5, 
 HWY_ALIGN inline constexpr std::int32_t spreadPlaces[16] = {0, 1, 2, 0, 3, 4, 5, 0, 6, 7, 8, 0, 9, 10, 11, 0};
 HWY_ALIGN inline constexpr std::int32_t closePlaces[16] = {0,  1,  2,  4,  5, 6, 8, 9,
                                                            10, 12, 13, 14, 0, 0, 0, 0};
+HWY_ALIGN inline constexpr std::int32_t closePlacesOf8[8] = {0, 1, 2, 4, 5, 6, 0, 0};
 
 template <class D>
 HWY_INLINE hn::Vec<D> MoveFours(D d, hn::Vec<D> bytes, const std::int32_t* places) {
@@ -121,7 +122,8 @@ HWY_INLINE void StoreWords(D d, hn::Vec<D> words, T* samples) {
     if constexpr (Bands == wordBands) return hn::StoreU(words, d, samples);
     const hn::Repartition<std::uint8_t, D> d8;
     const auto twelves = hn::TableLookupBytesOr0(hn::BitCast(d8, words), hn::LoadDup128(d8, twelveOfWords));
-    hn::StoreU(hn::BitCast(d, MoveFours(d8, twelves, closePlaces)), d, samples);
+    hn::StoreU(hn::BitCast(d, MoveFours(d8, twelves, hn::Lanes(d8) == 32 ? closePlacesOf8 : closePlaces)), d,
+               samples);
 }
 
 template <std::uint32_t Bands, class D>

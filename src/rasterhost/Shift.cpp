@@ -16,12 +16,12 @@ constexpr double finestStep = 1.0 / 128.0;
 constexpr double leastRSquared = 0.3; ///< below it the bands say nothing about where pan is
 constexpr std::size_t leastPixels = 200;
 
-struct Point {
+struct Offset {
     double right = 0.0;
     double below = 0.0;
 };
 
-double Distance(const Point& a, const Point& b) { return std::hypot(a.right - b.right, a.below - b.below); }
+double Distance(const Offset& a, const Offset& b) { return std::hypot(a.right - b.right, a.below - b.below); }
 
 /// A block and its pixels that every trial uses: those that stay on usable pan wherever they are moved.
 struct Window {
@@ -32,7 +32,7 @@ struct Window {
     explicit Window(std::size_t bands) : moments(bands) {}
 
     /// Takes pan anew. Content that lies right of its place is found under a footprint further left.
-    void Move(const Point& shift) {
+    void Move(const Offset& shift) {
         moments.ClearPan();
         for (const std::size_t pixel : pixels)
             moments.AddPan(block.GetSamples(pixel),
@@ -43,7 +43,7 @@ struct Window {
 using Windows = std::vector<Window*>;
 
 /// R² of one fit over all the windows.
-double RSquaredAt(const Windows& windows, const Point& shift) {
+double RSquaredAt(const Windows& windows, const Offset& shift) {
     FitMoments all(windows.front()->block.GetBands());
     for (Window* window : windows) {
         window->Move(shift);
@@ -53,11 +53,11 @@ double RSquaredAt(const Windows& windows, const Point& shift) {
 }
 
 struct Best {
-    Point at;
+    Offset at;
     double rSquared = 0.0;
 };
 
-bool IsWithinReach(const Point& point) {
+bool IsWithinReach(const Offset& point) {
     return std::fabs(point.right) <= reach && std::fabs(point.below) <= reach;
 }
 
@@ -67,7 +67,7 @@ Best SearchGrid(const Windows& windows) {
     constexpr int steps = static_cast<int>(reach / coarseStep);
     for (int row = -steps; row <= steps; ++row)
         for (int column = -steps; column <= steps; ++column) {
-            const Point point{column * coarseStep, row * coarseStep};
+            const Offset point{column * coarseStep, row * coarseStep};
             const double rSquared = RSquaredAt(windows, point);
             if (rSquared > best.rSquared) best = {point, rSquared};
         }
@@ -76,11 +76,11 @@ Best SearchGrid(const Windows& windows) {
 
 /// Climbs from neighbour to neighbour, with half the step where none is better.
 Best Climb(const Windows& windows, Best best) {
-    constexpr Point ways[] = {{1, 0}, {-1, 0}, {0, 1}, {0, -1}, {1, 1}, {-1, -1}, {1, -1}, {-1, 1}};
+    constexpr Offset ways[] = {{1, 0}, {-1, 0}, {0, 1}, {0, -1}, {1, 1}, {-1, -1}, {1, -1}, {-1, 1}};
     for (double step = coarseStep / 2.0; step >= finestStep;) {
         Best next = best;
-        for (const Point& way : ways) {
-            const Point point{best.at.right + step * way.right, best.at.below + step * way.below};
+        for (const Offset& way : ways) {
+            const Offset point{best.at.right + step * way.right, best.at.below + step * way.below};
             if (!IsWithinReach(point)) continue;
             const double rSquared = RSquaredAt(windows, point);
             if (rSquared > next.rSquared) next = {point, rSquared};

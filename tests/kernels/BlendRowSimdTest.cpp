@@ -12,7 +12,7 @@ namespace {
 
 using namespace kernels;
 
-constexpr double infinity = std::numeric_limits<double>::infinity();
+using support::infinity;
 
 /// Identity; results on and beside halves and whole numbers; beyond all ranges; none.
 const LinearMap maps[] = {

@@ -14,7 +14,7 @@ namespace {
 
 using namespace kernels;
 
-constexpr double infinity = std::numeric_limits<double>::infinity();
+using support::infinity;
 
 const std::vector<std::vector<double>> weightSets = {
     {1.0 / 3, 1.0 / 3, 1.0 / 3, 1.0 / 3, 1.0 / 3, 1.0 / 3, 1.0 / 3, 1.0 / 3, 1.0 / 3},

@@ -203,7 +203,7 @@ TEST(Failures, ByTheHundredThousandAreNotCollected) {
     ASSERT_EQ(session.process->Init(), 1);
     ASSERT_EQ(session.SetWindow({0, 10, 40, 20}), 1);
     session.pan->rowFails = true;
-    for (int i = 0; i < 2'000; ++i)
+    for (std::uint32_t i = 0; i < 2'000; ++i)
         ASSERT_EQ(session.process->GetRow(10 + i % 10), nullptr);
     ASSERT_LE(session.process->GetStatus().GetCount(), 100u) << "each row once";
     for (std::uint32_t i = 0; i < 100'000; ++i) { // the words differ from window to window

@@ -26,7 +26,7 @@ std::vector<unsigned> ReadScene(const Properties& properties, std::uint32_t bits
 /// Of 12 settings, by 4 threads at a time, each with objects of its own.
 void ReadByThreads() {
     Properties properties{{"Method", ""}, {"AdditionalBandID", ""}, {"generateMetadata", "true"}};
-    for (int kind = 0; kind < 12; ++kind) {
+    for (std::size_t kind = 0; kind < 12; ++kind) {
         const std::uint32_t bits = kind % 2 == 0 ? 8 : 16;
         properties[0].second = std::array{"KOVA", "Brovey", "IHS"}[kind % 3];
         properties[1].second = kind < 6 ? "" : "ir";

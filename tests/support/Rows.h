@@ -12,6 +12,8 @@
 
 namespace support {
 
+inline constexpr double infinity = std::numeric_limits<double>::infinity();
+
 /// A heap block of exactly this many random samples, the extremes among them more often than by chance.
 template <class T>
 std::unique_ptr<T[]> RandomRow(std::size_t samples, std::mt19937& random) {
