@@ -31,12 +31,6 @@ if(PANSHARP_SANITIZE)
   add_link_options(-fsanitize=${PANSHARP_SANITIZE})
 endif()
 
-# Most of the time of compiling goes into headers: files joined by CMAKE_UNITY_BUILD take half as long. Their names in
-# anonymous namespaces have to differ, but may shadow each other; clang-tidy looks for shadowing file by file.
-if(CMAKE_UNITY_BUILD)
-  add_compile_options(-Wno-shadow)
-endif()
-
 # pansharp_library(NAME SOURCES ... LINKS ...): a static library of the folder's name.
 function(pansharp_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})

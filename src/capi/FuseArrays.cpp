@@ -23,7 +23,7 @@ using ULong = unsigned long; // what "%lu" takes
 
 namespace {
 
-constexpr const char* source = "Pansharp.C";
+constexpr const char* statusSource = "Pansharp.C";
 
 /// Rows of a window: enough that opening it costs little, few enough that threads end together.
 std::uint32_t WindowRows(const FuseJob& job, std::uint32_t threads) {
@@ -79,7 +79,7 @@ private:
     }
 
     bool Fail(const char* what, Status& status) {
-        status.Add(CStatus::ProcessFailed, what, source);
+        status.Add(CStatus::ProcessFailed, what, statusSource);
         status.Append(process->GetStatus());
         return false;
     }
@@ -116,7 +116,7 @@ public:
             status.Add(CStatus::Cancelled,
                        FormatString("cancelled by the progress callback after %lu of %lu rows",
                                     ULong{reportedRows}, ULong{job.pan.info.rows}),
-                       source);
+                       statusSource);
         status.Append(failure);
         return cancelled ? PANSHARP_CANCELLED : failed ? PANSHARP_FAILED : PANSHARP_OK;
     }

@@ -12,7 +12,7 @@ using KOVA::Tessara::Fundament::FormatString;
 
 namespace {
 
-constexpr const char* role = "multispectral";
+constexpr const char* multispectral = "multispectral";
 
 /// Inputs of one grid, and which bands of the request they give.
 struct InputGroup {
@@ -25,7 +25,7 @@ bool GroupByGrid(const std::vector<InputBand>& inputs, const SampleOptions& opti
                  std::vector<InputGroup>& groups, Status& status) {
     std::size_t position = 0;
     for (const InputBand& input : inputs) {
-        auto image = InputImage::Open({input}, role, options, status);
+        auto image = InputImage::Open({input}, multispectral, options, status);
         if (!image) return false;
         auto group = std::find_if(groups.begin(), groups.end(), [&](const InputGroup& other) {
             return other.first->SharesGridWith(*image);
@@ -49,14 +49,15 @@ bool OpenGrids(const std::vector<InputBand>& inputs, const SampleOptions& option
     });
     if (!isOneFile && !GroupByGrid(inputs, options, groups, status)) return false;
     if (groups.size() < 2) {
-        grids.push_back({InputImage::Open(inputs, role, options, status), {}});
+        grids.push_back({InputImage::Open(inputs, multispectral, options, status), {}});
         if (!grids.back().image) return false;
         grids.back().bands.resize(grids.back().image->GetBands().size());
         std::iota(grids.back().bands.begin(), grids.back().bands.end(), std::size_t{0});
         return true;
     }
     for (InputGroup& group : groups) {
-        grids.push_back({InputImage::Open(group.inputs, role, options, status), std::move(group.bands)});
+        grids.push_back(
+            {InputImage::Open(group.inputs, multispectral, options, status), std::move(group.bands)});
         if (!grids.back().image) return false;
     }
     return true;

@@ -17,13 +17,8 @@ namespace {
 void MakeBadFiles(const child::Folder& folder, const scene::Pair& pair) {
     std::ofstream(folder / "empty.tif").flush();
     std::ofstream(folder / "text.tif") << "this is no raster";
-    scene::Write(folder / "pan16.tif", scene::MakeRaster(46, 38, 1, 16, 5), {.pixelSize = 10.0});
-    scene::Write(folder / "float.tif", scene::MakeRaster(23, 19, 4, 32, 5), {.pixelSize = 20.0});
-    scene::Write(folder / "far.tif", pair.ms, {.x = 900000.0, .pixelSize = 20.0});
     scene::Write(folder / "bare_pan.tif", pair.pan, {.pixelSize = 0.0, .epsg = 0});
     scene::Write(folder / "bare.tif", pair.ms, {.pixelSize = 0.0, .epsg = 0});
-    scene::Write(folder / "elsewhere.tif", pair.ms, {.pixelSize = 20.0, .epsg = 32633});
-    scene::Write(folder / "too_fine.tif", scene::MakeRaster(20, 19, 1, 8, 5), {.pixelSize = 5.0});
     scene::Write(folder / "exists.tif", scene::MakeRaster(2, 2, 1, 8, 5), {});
     std::filesystem::create_directory(folder.path / "folder");
     const scene::Raster large = scene::MakeRaster(400, 300, 4, 8, 6);
@@ -37,38 +32,26 @@ struct Refusal {
     std::vector<std::string> words; ///< in what standard error says
 };
 
+/// One of a kind, and what a request alone cannot hold: the requests that are refused are tested by
+/// rasterhost.
 const Refusal refusals[] = {
     {{"nowhere.tif", "ms.tif", "-o", "o.tif"}, {"'nowhere.tif'", "check the name"}},
     {{"pan.tif", "nowhere.tif", "-o", "o.tif"}, {"'nowhere.tif'", "check the name"}},
     {{"empty.tif", "ms.tif", "-o", "o.tif"}, {"'empty.tif'", "is empty"}},
-    {{"pan.tif", "text.tif", "-o", "o.tif"}, {"'text.tif'", "raster"}},
     {{"pan.tif", "folder", "-o", "o.tif"}, {"'folder'", "raster"}},
     {{"large_pan.tif", "cut.tif", "-o", "o.tif"}, {"'cut.tif'", "cut short"}},
     {{"ms.tif", "pan.tif", "-o", "o.tif"}, {"'ms.tif'", "4 bands", "swapped"}},
-    {{"ms.tif,band=1", "pan.tif", "-o", "o.tif"}, {"'pan.tif'", "swapped"}},
-    {{"pan16.tif", "ms.tif", "-o", "o.tif"}, {"'pan16.tif'", "16", "gdal_translate"}},
-    {{"pan.tif", "float.tif", "-o", "o.tif"}, {"'float.tif'", "Float32", "gdal_translate"}},
-    {{"pan.tif", "far.tif", "-o", "o.tif"}, {"'far.tif'", "overlap"}},
-    {{"pan.tif", "bare.tif", "-o", "o.tif"}, {"'bare.tif'", "georeferenced"}},
-    {{"pan.tif", "elsewhere.tif", "-o", "o.tif"}, {"'elsewhere.tif'", "do not overlap"}},
-    {{"pan.tif", "ms.tif", "too_fine.tif", "-o", "o.tif"}, {"'too_fine.tif'", "smaller than the pan"}},
     {{"pan.tif", "ms.tif,band=5", "-o", "o.tif"}, {"'ms.tif'", "no band 5", "1 to 4"}},
     {{"pan.tif", "ms.tif", "-o", "o.tif", "-w", "1,2"}, {"2 weights", "4 multispectral bands"}},
     {{"pan.tif", "ms.tif", "-o", "o.tif", "-b", "1,5"}, {"band 5", "1 to 4"}},
-    {{"pan.tif", "ms.tif,band=1", "-o", "o.tif", "--method", "ihs"}, {"IHS", "at least 3"}},
     {{"pan.tif", "ms.tif", "-o", "o.tif", "--set", "MSImageID=x"}, {"'MSImageID'"}},
     {{"pan.tif", "ms.tif", "-o", "exists.tif"}, {"'exists.tif'", "--overwrite"}},
     {{"pan.tif", "ms.tif", "-o", "pan.tif", "--overwrite"}, {"'pan.tif'", "one of the inputs"}},
-    {{"pan.tif", "ms.tif", "-o", "folder", "--overwrite"}, {"'folder'", "is a folder"}},
-    {{"pan.tif", "ms.tif", "-o", "no/o.tif"}, {"'no'", "does not exist"}},
-    {{"pan.tif", "ms.tif", "-o", "o.tif", "-f", "Nonesuch"}, {"'Nonesuch'", "gdalinfo --formats"}},
     {{"pan.tif", "ms.tif", "-o", "o.tif", "--plugin", "text.tif"}, {"'text.tif'", "plug-in"}},
     {{"pan.tif", "ms.tif", "-o", "o.tif", "--plugin", "nowhere.process"}, {"'nowhere.process'", "plug-in"}},
     {{"pan.tif", "ms.tif", "-o", "o.tif", "--plugin", OTHER_CONTRACT_FILE}, {"contract", "version"}},
     {{"pan.tif", "ms.tif", "-o", "o.tif", "--plugin", FAILING_PLUGIN_FILE, "--set", "failWindow=0"},
      {"rows 0 to 1 cannot be fused", "no window here"}},
-    {{"pan.tif", "ms.tif", "-o", "o.tif", "-f", "DIMAP"}, {"'DIMAP'", "does not write it"}},
-    {{"pan.tif", "ms.tif", "-o", "o.tif", "-f", "GIF"}, {"'GIF' cannot hold"}},
     {{"pan.tif", "ms.tif", "-o", "/proc/o.tif"}, {"'/proc/o.tif' cannot be created", "written to?"}},
     {{"pan.tif", "ms.tif", "-o", "o.tif", "--bit-depth", "12"}, {"'pan.tif' has 8 bits", "16-bit"}},
     {{"pan.tif", "ms.tif", "-o", "o.tif", "--bbox", "0", "0", "1", "1"}, {"holds no pixel", "'pan.tif'"}},

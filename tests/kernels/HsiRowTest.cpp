@@ -8,10 +8,10 @@ namespace {
 using namespace kernels;
 
 TEST(HsiRow, KnowsTheSixPureHuesAndTheWayBetweenThem) {
-    struct Case {
+    struct Hue {
         double r, g, b, hue, saturation, lightness;
     };
-    const Case cases[] = {
+    const Hue cases[] = {
         {1, 0, 0, 6. / 6, 1, 0.5},
         {1, 1, 0, 1. / 6, 1, 0.5},
         {0, 1, 0, 2. / 6, 1, 0.5},
@@ -30,7 +30,7 @@ TEST(HsiRow, KnowsTheSixPureHuesAndTheWayBetweenThem) {
         {0, 0, 0, 0, 0, 0},
         {1, 1, 1, 0, 0, 1},
     };
-    for (const Case& c : cases) {
+    for (const Hue& c : cases) {
         const Hsi hsi = ToHsi(c.r, c.g, c.b);
         EXPECT_NEAR(hsi.hue, c.hue, 1e-15);
         EXPECT_NEAR(hsi.saturation, c.saturation, 1e-15);

@@ -64,14 +64,14 @@ TEST(Memory, NoAllocationThatFailsLeavesASlotAsAnException) {
         row.reserve(1'000);
     long failures = 0;
     for (const char* method : {"KOVA", "Brovey", "IHS"})
-        for (const char* infrared : {"", "ir"})
+        for (const char* additional : {"", "ir"})
             for (const Fault::Kind kind : {Fault::Kind::Once, Fault::Kind::FromThereOn}) {
                 const Properties properties{{"Method", method},
-                                            {"AdditionalBandID", infrared},
+                                            {"AdditionalBandID", additional},
                                             {"outputNBands", "2"},
                                             {"generateMetadata", "true"}};
                 const auto use = [&](long before) {
-                    Session session(properties, infrared[0] ? 16 : 8);
+                    Session session(properties, additional[0] ? 16 : 8);
                     for (auto& row : rows)
                         row.clear();
                     bool reached = false;

@@ -89,7 +89,7 @@ TEST_F(Refusals, InputsThatCannotBeServed) {
     Refuse([&](SharpenRequest& r) { r.pan.file = folder / "absent.tif"; },
            {"absent.tif", "cannot be opened"});
     Refuse([&](SharpenRequest& r) { r.pan.file = text; }, {"text.tif", "is a raster"});
-    Refuse([&](SharpenRequest& r) { r.pan.file = ms; }, {"has 3 bands", "band=1", "swapped"});
+    Refuse([&](SharpenRequest& r) { r.pan.file = ms; }, {"'" + ms + "'", "has 3 bands", "band=1", "swapped"});
     Refuse(useMs({}), {"no multispectral file"});
     Refuse(useMs({{ms, 4}}), {"no band 4", "1 to 3"});
     Refuse(useMs({{ms, 0}}), {"no band 0"});
@@ -177,7 +177,7 @@ TEST_F(Refusals, OutputsThatCannotBe) {
         {"ir.tif", "one of the inputs"});
     Refuse([&](SharpenRequest& r) { r.output = folder / "none/fused.tif"; }, {"none", "does not exist"});
     Refuse([&](SharpenRequest& r) { r.output = folder / ".", r.overwrite = true; }, {"is a folder"});
-    Refuse([](SharpenRequest& r) { r.format = "NoFormat"; }, {"'NoFormat'"});
+    Refuse([](SharpenRequest& r) { r.format = "NoFormat"; }, {"'NoFormat'", "gdalinfo --formats"});
     Refuse([](SharpenRequest& r) { r.format = "DIMAP"; }, {"'DIMAP'", "does not write it"});
     Refuse([](SharpenRequest& r) { r.format = "GIF"; }, {"'GIF' cannot hold an image of 3 bands of 8 bits"});
     const struct {
