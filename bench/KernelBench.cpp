@@ -46,13 +46,10 @@ const std::vector<Method<T>> methods = {{"KOVA", &bench::KovaTableWalk<T>, &Kova
                                         {"Brovey", &bench::BroveyTableWalk<T>, &BroveyRowFor<T>},
                                         {"IHS", &IhsDefinition<T>, &IhsRowFor<T>}};
 
-BlendMaps::OfRow OfOnes(std::uint32_t bands) { return BlendMaps::OfRow(std::vector<LinearMap>(bands)); }
-
 template <class T>
 struct Rows {
     explicit Rows(std::uint32_t bands)
-        : ms(rowPixels * bands), other(rowPixels * bands), pan(rowPixels),
-          out(rowPixels * (bands + 1)), maps{OfOnes(bands), OfOnes(bands), OfOnes(bands)} {
+        : ms(rowPixels * bands), other(rowPixels * bands), pan(rowPixels), out(rowPixels * (bands + 1)) {
         std::mt19937 random(1);
         for (auto* row : {&ms, &other, &pan})
             for (T& sample : *row)
@@ -67,7 +64,6 @@ struct Rows {
     }
     std::vector<T> ms, other, pan, out;
     std::vector<WholeOf<T>> upper, lower; ///< spread source rows
-    BlendMaps maps;
     std::vector<double> weights;
     bench::Tables tables;
 };
@@ -110,6 +106,14 @@ struct OtherKernel {
     std::function<void(SimdTarget, Rows<T>&)> run;
 };
 
+/// Those of operators without properties.
+template <class T>
+BlendMaps<T> MapsOf(SampleBlend blend, std::uint32_t bands) {
+    const std::vector<LinearMap> ofInput(bands);
+    const std::vector<LinearMap> ofOutput(bands, {.gain = 1, .offset = 127.5});
+    return {blend, ofInput, ofInput, ofOutput};
+}
+
 template <class T>
 std::vector<OtherKernel<T>> OtherKernels() {
     std::vector<OtherKernel<T>> all;
@@ -123,9 +127,9 @@ std::vector<OtherKernel<T>> OtherKernels() {
         {"blend difference", SampleBlend::Difference}};
     for (const std::uint32_t bands : {3u, 4u, 8u}) {
         for (const auto& [name, blend] : blends)
-            add(name, bands, [bands, blend = blend](SimdTarget target, Rows<T>& rows) {
-                BlendKernelsFor<T>(target).samples(blend, rows.ms.data(), rows.other.data(), rows.out.data(),
-                                                   rowPixels, bands, rows.maps);
+            add(name, bands, [bands, maps = MapsOf<T>(blend, bands)](SimdTarget target, Rows<T>& rows) {
+                BlendKernelsFor<T>(target).samples(rows.ms.data(), rows.other.data(), rows.out.data(),
+                                                   rowPixels, bands, maps);
             });
         add("largest difference", bands, [bands](SimdTarget target, Rows<T>& rows) {
             BlendKernelsFor<T>(target).largestDifference(rows.ms.data(), rows.other.data(), rows.out.data(),

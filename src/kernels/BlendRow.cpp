@@ -7,19 +7,25 @@
 
 namespace kernels {
 
-BlendMaps::OfRow::OfRow(std::span<const LinearMap> ofBands) {
-    for (std::size_t i = 0; !ofBands.empty() && i < ofBands.size() + mostLanes - 1; ++i) {
+MapsOfRow::MapsOfRow(std::span<const LinearMap> ofBands) {
+    for (std::size_t i = 0; !ofBands.empty() && i < ofBands.size() + mostLanesOfMaps - 1; ++i) {
         const LinearMap& map = ofBands[i % ofBands.size()];
         gains.push_back(map.gain);
         offsets.push_back(map.offset);
     }
 }
 
+template <class T>
+BlendMaps<T>::BlendMaps(SampleBlend sampleBlend, std::span<const LinearMap> ofInput1,
+                        std::span<const LinearMap> ofInput2, std::span<const LinearMap> ofOutput)
+    : blend(sampleBlend), input1(ofInput1), input2(ofInput2), output(ofOutput),
+      quick(sampleBlend, ofInput1, ofInput2, ofOutput) {}
+
 namespace {
 
 template <class T, class Formula>
 void ForEachSample(const T* row1, const T* row2, T* out, std::size_t pixels, std::uint32_t bands,
-                   const BlendMaps& maps, const Formula& formula) {
+                   const BlendMaps<T>& maps, const Formula& formula) {
     for (std::size_t p = 0; p < pixels; ++p, row1 += bands, row2 += bands, out += bands)
         for (std::uint32_t c = 0; c < bands; ++c)
             out[c] = formula(row1[c], row2[c], maps.input1.OfBand(c), maps.input2.OfBand(c),
@@ -27,13 +33,13 @@ void ForEachSample(const T* row1, const T* row2, T* out, std::size_t pixels, std
 }
 
 template <class T>
-void BlendScalar(SampleBlend blend, const T* row1, const T* row2, T* out, std::size_t pixels,
-                 std::uint32_t bands, const BlendMaps& maps) {
+void BlendScalar(const T* row1, const T* row2, T* out, std::size_t pixels, std::uint32_t bands,
+                 const BlendMaps<T>& maps) {
     using Map = LinearMap;
     const auto forEach = [&](const auto& formula) {
         ForEachSample(row1, row2, out, pixels, bands, maps, formula);
     };
-    switch (blend) {
+    switch (maps.blend) {
     case SampleBlend::Sum:
         return forEach([](double a, double b, const Map& m1, const Map& m2, const Map& m) {
             return StoreTruncatedFinite<T>(m(m1(a) + m2(b)));
@@ -100,6 +106,8 @@ BlendKernels<T> ScalarBlendKernels() {
             .addToFirst = &AddToFirstScalar<T>};
 }
 
+template struct BlendMaps<unsigned char>;
+template struct BlendMaps<unsigned short>;
 template BlendKernels<unsigned char> ScalarBlendKernels();
 template BlendKernels<unsigned short> ScalarBlendKernels();
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kernels/QuickBlend.h"
 #include "kernels/Simd.h"
 
 #include <cstddef>
@@ -11,43 +12,33 @@
 /// exactly `pixels` pixels of each row; `out` overlaps neither input.
 namespace kernels {
 
-/// gain * x + offset, one rounding an operation.
-struct LinearMap {
-    double gain = 1.0;
-    double offset = 0.0;
-    double operator()(double x) const { return x * gain + offset; }
+/// The maps of the bands of an image, as gains and offsets of bands 1, 2, ..., 1, 2, ...; see
+/// mostLanesOfMaps.
+struct MapsOfRow {
+    MapsOfRow() = default;
+    explicit MapsOfRow(std::span<const LinearMap> ofBands);
+    [[nodiscard]] LinearMap OfBand(std::size_t band) const { return {gains[band], offsets[band]}; }
+    std::vector<double> gains, offsets;
 };
 
-/// The maps of the bands of both inputs and of the output, as many of each. Made once an operator.
+/// A blend and the maps of both inputs and of the output, of as many bands. Made once an operator.
+template <class T>
 struct BlendMaps {
-    /// Of one row: gains and offsets of bands 1, 2, ..., 1, 2, ..., so that from any band on as many samples
-    /// as the longest vector has follow.
-    struct OfRow {
-        OfRow() = default;
-        explicit OfRow(std::span<const LinearMap> ofBands);
-        [[nodiscard]] LinearMap OfBand(std::size_t band) const { return {gains[band], offsets[band]}; }
-        std::vector<double> gains, offsets;
-    };
-    static constexpr std::size_t mostLanes = 32;
+    BlendMaps() = default;
+    BlendMaps(SampleBlend sampleBlend, std::span<const LinearMap> ofInput1,
+              std::span<const LinearMap> ofInput2, std::span<const LinearMap> ofOutput);
 
-    OfRow input1, input2, output;
-};
-
-/// How a sample comes from the samples a and b in the same place, with the maps m1, m2 and m of their band.
-enum class SampleBlend : std::uint8_t {
-    Sum,             ///< m(m1(a) + m2(b)), truncated; 0 where that is not finite
-    Product,         ///< m(m2(b) * m1(a)), as Sum
-    Quotient,        ///< m(m1(a) / m2(b)), as Sum
-    Difference,      ///< m(m1(a) - m2(b)), rounded half up
-    PlainDifference, ///< m(a - b), rounded half up
+    SampleBlend blend = SampleBlend::Sum;
+    MapsOfRow input1, input2, output;
+    QuickBlend<T> quick;
 };
 
 /// The functions of one vector target.
 template <class T>
 struct BlendKernels {
     /// Rows of `bands` bands each.
-    void (*samples)(SampleBlend blend, const T* row1, const T* row2, T* out, std::size_t pixels,
-                    std::uint32_t bands, const BlendMaps& maps);
+    void (*samples)(const T* row1, const T* row2, T* out, std::size_t pixels, std::uint32_t bands,
+                    const BlendMaps<T>& maps);
     /// The largest |a - b| of a pixel's bands, mapped and rounded half up; one band.
     void (*largestDifference)(const T* row1, const T* row2, T* out, std::size_t pixels, std::uint32_t bands,
                               const LinearMap& output);

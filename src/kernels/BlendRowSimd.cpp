@@ -1,5 +1,6 @@
 // The blends in vectors of whatever width the processor has; the same bytes as the scalar definitions.
 #include "kernels/BlendRow.h"
+#include "kernels/FixedPoint.h"
 #include "kernels/Simd.h"
 
 #include <algorithm>
@@ -36,13 +37,13 @@ HWY_INLINE void StoreRoundedLanes(RealVector x, T* samples) {
 }
 
 /// Maps of the samples of a vector, the first of which is of `band`.
-HWY_INLINE RealVector Map(RealVector x, const BlendMaps::OfRow& maps, std::size_t band) {
+HWY_INLINE RealVector Map(RealVector x, const MapsOfRow& maps, std::size_t band) {
     const Reals d;
     return Map(x, hn::LoadU(d, maps.gains.data() + band), hn::LoadU(d, maps.offsets.data() + band));
 }
 
 template <SampleBlend Blend, class T>
-HWY_INLINE void BlendLanes(const T* row1, const T* row2, T* out, const BlendMaps& maps, std::size_t band) {
+HWY_INLINE void BlendLanes(const T* row1, const T* row2, T* out, const BlendMaps<T>& maps, std::size_t band) {
     const Reals d;
     const auto a = LoadReal(d, row1);
     const auto b = LoadReal(d, row2);
@@ -61,15 +62,92 @@ HWY_INLINE void BlendLanes(const T* row1, const T* row2, T* out, const BlendMaps
     StoreTruncatedLanes(d, hn::Min(hn::IfThenElseZero(isFinite, atLeast0), hn::Set(d, maxSample<T>)), out);
 }
 
+#if HWY_TARGET != HWY_SCALAR // whose single lanes cannot be joined
+
+/// What QuickBlend gives for a vector of D, within the range of samples: the lowest bits hold the results.
+template <SampleBlend Blend, class D, class T>
+HWY_INLINE hn::Vec<D> QuickLanes(D d, const T* row1, const T* row2, const QuickBlend<T>& quick,
+                                 std::size_t band) {
+    using Real = hn::TFromD<D>;
+    const auto of = [&](const std::vector<Real>& bands)
+                        HWY_ATTR { return hn::LoadU(d, bands.data() + band); };
+    const auto least = hn::Set(d, fixedUnit<Real>);
+    const auto most = hn::Set(d, fixedUnit<Real> + static_cast<Real>(maxSample<T> + 0.5) * fixedOne);
+    const auto limit = [&](hn::Vec<D> x) HWY_ATTR { return hn::Min(hn::Max(x, least), most); };
+    const auto a = LoadReal(d, row1);
+    const auto b = LoadReal(d, row2);
+    if constexpr (Blend != SampleBlend::Product && Blend != SampleBlend::Quotient)
+        return limit(hn::MulAdd(a, of(quick.gain1), hn::MulAdd(b, of(quick.gain2), of(quick.offset))));
+    const auto x = hn::MulAdd(a, of(quick.gain1), of(quick.offset1));
+    const auto y = hn::MulAdd(b, of(quick.gain2), of(quick.offset2));
+    if constexpr (Blend == SampleBlend::Product) return limit(hn::MulAdd(x, y, of(quick.offset)));
+    return hn::IfThenElse(hn::Eq(y, hn::Zero(d)), least, limit(hn::Add(hn::Div(x, y), of(quick.offset))));
+}
+
+using WholeNumbers = hn::ScalableTag<std::int32_t>;
+
+/// Results of QuickBlend, in steps of 1 / fixedOne.
+template <SampleBlend Blend>
+HWY_INLINE hn::Vec<WholeNumbers> QuickResults(const unsigned char* row1, const unsigned char* row2,
+                                              const QuickBlend<unsigned char>& quick, std::size_t band) {
+    const hn::ScalableTag<float> d;
+    const WholeNumbers dWhole;
+    const auto unit = hn::BitCast(dWhole, hn::Set(d, fixedUnit<float>));
+    return hn::Sub(hn::BitCast(dWhole, QuickLanes<Blend>(d, row1, row2, quick, band)), unit);
+}
+
+template <SampleBlend Blend>
+HWY_INLINE hn::Vec<WholeNumbers> QuickResults(const unsigned short* row1, const unsigned short* row2,
+                                              const QuickBlend<unsigned short>& quick, std::size_t band) {
+    const Reals d;
+    const WholeNumbers dWhole;
+    const std::size_t half = hn::Lanes(d);
+    const auto first = QuickLanes<Blend>(d, row1, row2, quick, band);
+    const auto second = QuickLanes<Blend>(d, row1 + half, row2 + half, quick, band + half);
+    return hn::ConcatEven(dWhole, hn::BitCast(dWhole, second), hn::BitCast(dWhole, first));
+}
+
+/// Blends samples in whole vectors and returns how many; for those that it leaves it would take longer than
+/// the definition.
+template <SampleBlend Blend, class T>
+HWY_ATTR std::size_t QuickBlendRow(const T* row1, const T* row2, T* out, std::size_t samples,
+                                   std::uint32_t bands, const BlendMaps<T>& maps) {
+    const WholeNumbers d;
+    const hn::Rebind<T, WholeNumbers> narrow;
+    const std::size_t lanes = hn::Lanes(d);
+    const auto fractionBits = hn::Set(d, fixedOne - 1);
+    const auto mostCertain = hn::Set(d, MostCertainFraction(maps.quick.error));
+    std::size_t band = 0;
+    std::size_t doubtful = 0; // vectors with results in doubt
+    std::size_t i = 0;
+    for (; i + lanes <= samples && doubtful <= 32 + i / lanes / 2; i += lanes) {
+        const auto results = QuickResults<Blend>(row1 + i, row2 + i, maps.quick, band);
+        hn::StoreU(hn::DemoteTo(narrow, hn::ShiftRight<fixedBits>(results)), narrow, out + i);
+        if (HWY_UNLIKELY(!hn::AllFalse(d, hn::Gt(hn::And(results, fractionBits), mostCertain)))) {
+            ++doubtful;
+            for (std::size_t j = 0; j < lanes; j += hn::Lanes(Reals()))
+                BlendLanes<Blend>(row1 + i + j, row2 + i + j, out + i + j, maps, band + j);
+        }
+        band += lanes % bands;
+        if (band >= bands) band -= bands;
+    }
+    return i;
+}
+
+#endif
+
 template <SampleBlend Blend, class T>
 HWY_ATTR void BlendRow(const T* row1, const T* row2, T* out, std::size_t pixels, std::uint32_t bands,
-                       const BlendMaps& maps) {
+                       const BlendMaps<T>& maps) {
     constexpr std::size_t mostLanes = HWY_MAX_BYTES / sizeof(double);
-    static_assert(mostLanes <= BlendMaps::mostLanes);
+    static_assert(HWY_MAX_BYTES / sizeof(std::int32_t) <= mostLanesOfMaps);
     const std::size_t samples = pixels * bands;
     const std::size_t lanes = hn::Lanes(Reals());
-    std::size_t band = 0;
     std::size_t i = 0;
+#if HWY_TARGET != HWY_SCALAR
+    if (maps.quick.isPossible) i = QuickBlendRow<Blend>(row1, row2, out, samples, bands, maps);
+#endif
+    std::size_t band = i % bands;
     for (; i + lanes <= samples; i += lanes) {
         BlendLanes<Blend>(row1 + i, row2 + i, out + i, maps, band);
         band += lanes % bands;
@@ -84,9 +162,9 @@ HWY_ATTR void BlendRow(const T* row1, const T* row2, T* out, std::size_t pixels,
 }
 
 template <class T>
-HWY_ATTR void Blend(SampleBlend blend, const T* row1, const T* row2, T* out, std::size_t pixels,
-                    std::uint32_t bands, const BlendMaps& maps) {
-    switch (blend) {
+HWY_ATTR void Blend(const T* row1, const T* row2, T* out, std::size_t pixels, std::uint32_t bands,
+                    const BlendMaps<T>& maps) {
+    switch (maps.blend) {
     case SampleBlend::Sum:
         return BlendRow<SampleBlend::Sum>(row1, row2, out, pixels, bands, maps);
     case SampleBlend::Product:

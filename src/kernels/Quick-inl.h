@@ -6,6 +6,7 @@
 #define PANSHARP_QUICK_INL_H
 #endif
 
+#include "kernels/FixedPoint.h"
 #include "kernels/FusionRow.h"
 #include "kernels/Planes-inl.h"
 
@@ -20,16 +21,14 @@ namespace HWY_NAMESPACE {
 template <class T>
 using RealOf = std::conditional_t<sizeof(T) == 1, float, double>;
 
-/// 8-bit results of a quick way in float, as whole numbers of 2^-bits. Each is taken too small by the most
-/// that it errs by, so that its whole part is right unless its fraction is close to 1. Being added to 2^23
-/// makes it whole and leaves it as the lowest bits; limits keep it there, with fractions in no doubt.
+/// 8-bit results of a quick way in float; see FixedPoint.h. Limits have fractions in no doubt.
 struct FixedResults {
-    static constexpr int bits = 15;
-    static constexpr float unit = 1 << 23;
+    static constexpr int bits = fixedBits;
+    static constexpr float unit = fixedUnit<float>;
 
     /// Of results up to 256, an error of 2^-bits * `error` before they are made whole.
     explicit FixedResults(int error)
-        : offset(unit - static_cast<float>(error + 1)), mostCertain((1 << bits) - 2 * (error + 1) - 2) {}
+        : offset(FixedOffset<float>(error)), mostCertain(MostCertainFraction(error)) {}
 
     /// The result a * b, b being 2^bits times as much, from bit `bits` on; bits above its 8 are not 0.
     template <class D>

@@ -11,7 +11,8 @@ using kernels::LinearMap;
 using ULong = unsigned long; // what "%lu" takes
 
 template <class T>
-BlendPixels<T>::BlendPixels(const char* operatorName) : name(operatorName) {
+BlendPixels<T>::BlendPixels(const char* operatorName, kernels::SampleBlend blend)
+    : name(operatorName), sampleBlend(blend) {
     BlendPixels::Reset();
 }
 
@@ -69,16 +70,15 @@ template <class T>
 bool BlendPixels<T>::InitOperator() {
     if (!CheckBandsEqual() || !MakeOutput(input1Bands)) return false;
     ReadGainsAndOffsets();
-    using OfRow = kernels::BlendMaps::OfRow;
-    sampleMaps = {.input1 = OfRow(input1Maps), .input2 = OfRow(input2Maps), .output = OfRow(outputMaps)};
+    sampleMaps = kernels::BlendMaps<T>(sampleBlend, input1Maps, input2Maps, outputMaps);
     PublishOutputMaps();
     return true;
 }
 
 template <class T>
-T* BlendPixels<T>::BlendSamples(kernels::SampleBlend blend, const T* row1, const T* row2) {
+T* BlendPixels<T>::ProcessRow(const T* row1, const T* row2, std::uint32_t) {
     if (!CanProcess(row1, row2)) return nullptr;
-    rows.samples(blend, row1, row2, outputBuffer.data(), windowWidth, outputBands, sampleMaps);
+    rows.samples(row1, row2, outputBuffer.data(), windowWidth, outputBands, sampleMaps);
     return outputBuffer.data();
 }
 

@@ -27,9 +27,9 @@ inline constexpr std::uint32_t RowTooLong = 0x4F10;
 /// "PrimaryOffset", "PrimaryGain", "AuxiliaryOffset", "AuxiliaryGain" (0 and 1), each numbered by band. What
 /// band 1 got is the default of the other bands.
 ///
-/// An operator is a class that hands its name to this base and replaces ProcessRow by a row of
-/// kernels/BlendRow.h, most by BlendSamples; one that checks, reads or publishes anything else replaces
-/// InitOperator, and one that keeps anything else releases it in Reset.
+/// An operator that works sample by sample is a class that hands its name and its blend to this base. Another
+/// replaces ProcessRow by a row of kernels/BlendRow.h; one that checks, reads or publishes anything else
+/// replaces InitOperator, and one that keeps anything else releases it in Reset.
 template <class T>
 class BlendPixels : public BinaryRowOperator<T> {
 public:
@@ -45,11 +45,13 @@ public:
     virtual bool Init(const ImageInfo& input1, const ImageInfo& input2, bool fullWidth2);
     /// The vector target for the next Init, of those that can run here; without it Init chooses.
     void UseSimdTarget(kernels::SimdTarget target) { simd.given = target; }
+    T* ProcessRow(const T* row1, const T* row2, std::uint32_t row) override; ///< the blend of the samples
     virtual bool Reset(); ///< frees what Init made; the status becomes empty, its source the operator's name
     virtual ~BlendPixels();
 
 protected:
-    explicit BlendPixels(const char* operatorName);
+    /// `blend` matters to operators that keep this ProcessRow.
+    explicit BlendPixels(const char* operatorName, kernels::SampleBlend blend = kernels::SampleBlend::Sum);
 
     /// What Init does between its common checks and the common metadata. Here: bands of both inputs and of
     /// the output are equal; gains and offsets; metadata of those of the output.
@@ -66,8 +68,6 @@ protected:
     [[nodiscard]] bool CanProcess(const T* row1, const T* row2) const {
         return row1 && row2 && windowWidth != 0 && !outputBuffer.empty();
     }
-    /// ProcessRow of an operator that works sample by sample, of inputs with equal bands.
-    T* BlendSamples(kernels::SampleBlend blend, const T* row1, const T* row2);
 
     kernels::BlendKernels<T> rows = {}; ///< chosen by Init
     kernels::SimdChoice simd;
@@ -83,7 +83,6 @@ protected:
     std::vector<kernels::LinearMap> input1Maps; ///< one a band
     std::vector<kernels::LinearMap> input2Maps;
     std::vector<kernels::LinearMap> outputMaps;
-    kernels::BlendMaps sampleMaps; ///< all of them, of operators that work sample by sample
 
 private:
     std::vector<kernels::LinearMap> ReadMaps(const std::string& family, double defaultOffset,
@@ -91,6 +90,8 @@ private:
     void PublishMaps(const std::string& family, const std::vector<kernels::LinearMap>& maps);
 
     const char* const name;
+    const kernels::SampleBlend sampleBlend;
+    kernels::BlendMaps<T> sampleMaps;
 };
 
 using BlendPixels8 = BlendPixels<unsigned char>;

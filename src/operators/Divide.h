@@ -9,8 +9,7 @@ namespace PXL {
 template <class T>
 class Divide final : public BlendPixels<T> {
 public:
-    Divide() : BlendPixels<T>("Divide") {}
-    T* ProcessRow(const T* row1, const T* row2, std::uint32_t row) override;
+    Divide() : BlendPixels<T>("Divide", kernels::SampleBlend::Quotient) {}
 };
 
 using Divide8 = Divide<unsigned char>;

@@ -8,8 +8,7 @@ namespace PXL {
 template <class T>
 class Multiply final : public BlendPixels<T> {
 public:
-    Multiply() : BlendPixels<T>("Multiply") {}
-    T* ProcessRow(const T* row1, const T* row2, std::uint32_t row) override;
+    Multiply() : BlendPixels<T>("Multiply", kernels::SampleBlend::Product) {}
 };
 
 using Multiply8 = Multiply<unsigned char>;

@@ -8,8 +8,7 @@ namespace PXL {
 template <class T>
 class ScaledDifference final : public BlendPixels<T> {
 public:
-    ScaledDifference() : BlendPixels<T>("ScaledDifference") {}
-    T* ProcessRow(const T* row1, const T* row2, std::uint32_t row) override;
+    ScaledDifference() : BlendPixels<T>("ScaledDifference", kernels::SampleBlend::PlainDifference) {}
 };
 
 using ScaledDifference8 = ScaledDifference<unsigned char>;

@@ -8,8 +8,7 @@ namespace PXL {
 template <class T>
 class Sum final : public BlendPixels<T> {
 public:
-    Sum() : BlendPixels<T>("Sum") {}
-    T* ProcessRow(const T* row1, const T* row2, std::uint32_t row) override;
+    Sum() : BlendPixels<T>("Sum", kernels::SampleBlend::Sum) {}
 };
 
 using Sum8 = Sum<unsigned char>;

@@ -9,11 +9,6 @@ bool WeightedDifference<T>::InitOperator() {
     return true;
 }
 
-template <class T>
-T* WeightedDifference<T>::ProcessRow(const T* row1, const T* row2, std::uint32_t) {
-    return this->BlendSamples(kernels::SampleBlend::Difference, row1, row2);
-}
-
 template class WeightedDifference<unsigned char>;
 template class WeightedDifference<unsigned short>;
 

@@ -8,8 +8,7 @@ namespace PXL {
 template <class T>
 class WeightedDifference final : public BlendPixels<T> {
 public:
-    WeightedDifference() : BlendPixels<T>("WeightedDifference") {}
-    T* ProcessRow(const T* row1, const T* row2, std::uint32_t row) override;
+    WeightedDifference() : BlendPixels<T>("WeightedDifference", kernels::SampleBlend::Difference) {}
 
 protected:
     bool InitOperator() override; ///< publishes the gains and offsets of the inputs too

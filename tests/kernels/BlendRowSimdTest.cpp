@@ -14,8 +14,11 @@ using namespace kernels;
 
 using support::infinity;
 
+constexpr SampleBlend blends[] = {SampleBlend::Sum, SampleBlend::Product, SampleBlend::Quotient,
+                                  SampleBlend::Difference, SampleBlend::PlainDifference};
+
 /// Identity; results on and beside halves and whole numbers; beyond all ranges; none.
-const LinearMap maps[] = {
+const LinearMap oddMaps[] = {
     {1, 0},        {1, 127.5},     {0.5, 0.25},      {-1.0 / 3, 99.5}, {1e-3, -0.0},
     {-1, 0},       {0, 0},         {0, 0.5 - 1e-17}, {1e308, 1e308},   {-1e300, 5},
     {infinity, 0}, {1, -infinity}, {2, -3},          {65536.5, 1e5},   {std::nan(""), 1.25},
@@ -24,7 +27,7 @@ const LinearMap maps[] = {
 std::vector<LinearMap> SomeMaps(std::uint32_t bands, std::mt19937& random) {
     std::vector<LinearMap> some(bands);
     for (LinearMap& map : some)
-        map = maps[random() % std::size(maps)];
+        map = oddMaps[random() % std::size(oddMaps)];
     return some;
 }
 
@@ -54,12 +57,10 @@ void CompareSamples(SimdTarget target, const Rows<T>& rows, std::mt19937& random
     const auto m1 = SomeMaps(rows.bands1, random);
     const auto m2 = SomeMaps(rows.bands1, random);
     const auto m = SomeMaps(rows.bands1, random);
-    const BlendMaps blendMaps{BlendMaps::OfRow(m1), BlendMaps::OfRow(m2), BlendMaps::OfRow(m)};
-    for (const SampleBlend blend : {SampleBlend::Sum, SampleBlend::Product, SampleBlend::Quotient,
-                                    SampleBlend::Difference, SampleBlend::PlainDifference})
+    for (const SampleBlend blend : blends)
         Compare<T>("samples", target, rows, rows.bands1, [&](const BlendKernels<T>& kernels, T* out) {
-            kernels.samples(blend, rows.row1.get(), rows.row2.get(), out, rows.pixels, rows.bands1,
-                            blendMaps);
+            kernels.samples(rows.row1.get(), rows.row2.get(), out, rows.pixels, rows.bands1,
+                            BlendMaps<T>(blend, m1, m2, m));
         });
     Compare<T>("largestDifference", target, rows, 1, [&](const BlendKernels<T>& kernels, T* out) {
         kernels.largestDifference(rows.row1.get(), rows.row2.get(), out, rows.pixels, rows.bands1, m[0]);
@@ -133,6 +134,97 @@ TEST(BlendSimd, EveryTargetGivesTheBytesOfTheDefinition) {
         CompareAll<unsigned char>(target);
         CompareAll<unsigned short>(target);
     }
+}
+
+/// Results on whole numbers, halves and tenths, and on either side of them; differences of large terms;
+/// divisors that are 0, close to it or on both sides of it.
+const LinearMap everydayMaps[] = {
+    {1, 0},        {0.1, 0},     {1, 127.5},  {0.5, 0.25},   {-1.0 / 3, 99.5}, {0.0625, 12}, {1.0 / 255, 0},
+    {255, 0},      {2, -3},      {-1, 255},   {1, 1e-3},     {30.1, 0},        {30, -0.2},   {-29.9, 7630},
+    {0, 5},        {1e-3, -0.0}, {0, 0},      {0.299, 0.5},  {1, -1e-9},       {1e-20, 0},   {1e5, 1e-40},
+    {-16.25, 1e3}, {-1, 300},    {1, -255.7}, {1.1, -280.5}, {60.7, 0.1},      {1, 0.2},     {-1, 0.9},
+};
+
+/// Blends with what their quick ways are proven to err by.
+const int exact = QuickBlend<unsigned char>::exact;
+const int notQuick = -2;
+struct Proof {
+    SampleBlend blend;
+    LinearMap input1, input2, output;
+    int error8, error16;
+};
+const Proof proofs[] = {
+    {SampleBlend::Sum, {}, {}, {1, 127.5}, exact, exact},
+    {SampleBlend::Product, {}, {}, {1, 127.5}, exact, exact},
+    {SampleBlend::Quotient, {}, {}, {1, 127.5}, 7, 2},
+    {SampleBlend::Difference, {}, {}, {1, 127.5}, exact, exact},
+    {SampleBlend::PlainDifference, {infinity, 0}, {}, {1, 127.5}, exact, exact},
+    {SampleBlend::Sum, {1.0 / 3, 0}, {}, {1, 127.5}, 9, 2},
+    {SampleBlend::Product, {1.0 / 3, 0}, {}, {1, 127.5}, notQuick, notQuick},
+    {SampleBlend::Product, {1.0 / 3, 0}, {}, {1.0 / 255, 0}, 3, 2},
+    {SampleBlend::Quotient, {}, {1, 1}, {}, 6, 2},
+    {SampleBlend::Quotient, {}, {-1, 255.7}, {}, notQuick, notQuick},
+    {SampleBlend::Quotient, {}, {-1, 263.1}, {}, 257, notQuick},
+    {SampleBlend::Quotient, {0.7, -255.7 * 0.7}, {0.05, 0}, {-1, 0}, 117, 2},
+    {SampleBlend::Quotient, {}, {1, -100}, {}, notQuick, notQuick},
+    {SampleBlend::Sum, {1e10, 0}, {}, {0, 0}, notQuick, notQuick},
+    {SampleBlend::Difference, {}, {std::nan(""), 0}, {}, notQuick, notQuick},
+};
+
+/// Every pair of 8-bit samples, and as many of 16 bits.
+template <class T>
+void ComparePairs(const BlendMaps<T>& maps, std::uint32_t bands, std::mt19937& random) {
+    constexpr std::size_t pixels = 256 * 256;
+    std::vector<T> row1, row2, expected(pixels * bands), actual(pixels * bands);
+    for (std::size_t i = 0; i < pixels * bands; ++i) {
+        const std::size_t pair = sizeof(T) == 1 ? i / bands : random();
+        row1.push_back(static_cast<T>(pair >> 8 * sizeof(T)));
+        row2.push_back(static_cast<T>(pair));
+    }
+    const auto run = [&](SimdTarget target, T* out) {
+        BlendKernelsFor<T>(target).samples(row1.data(), row2.data(), out, pixels, bands, maps);
+    };
+    run(0, expected.data());
+    for (const SimdTarget target : SimdTargets()) {
+        run(target, actual.data());
+        support::ExpectSameRow(actual.data(), expected.data(), actual.size(),
+                               std::to_string(static_cast<int>(maps.blend)) + " " + SimdTargetName(target));
+    }
+}
+
+// What is not proven takes three times as long, which only the errors here tell.
+TEST(BlendSimd, QuickResultsAreProven) {
+    std::mt19937 random(8);
+    const auto check = [&](const Proof& proof, auto sample, int error) {
+        using T = decltype(sample);
+        const BlendMaps<T> maps(proof.blend, {&proof.input1, 1}, {&proof.input2, 1}, {&proof.output, 1});
+        EXPECT_EQ(maps.quick.isPossible ? maps.quick.error : notQuick, error);
+        ComparePairs(maps, 1, random);
+    };
+    for (const Proof& proof : proofs) {
+        SCOPED_TRACE(&proof - proofs);
+        check(proof, static_cast<unsigned char>(0), proof.error8);
+        check(proof, static_cast<unsigned short>(0), proof.error16);
+    }
+}
+
+TEST(BlendSimd, PairsOfSamplesAreBlendedAlike) {
+    std::mt19937 random(7);
+    constexpr std::uint32_t bands = 3;
+    const auto some = [&](bool isOutput) {
+        std::vector<LinearMap> ofBands;
+        for (std::uint32_t band = 0; band < bands; ++band) {
+            const bool isIdentity = isOutput && random() % 2 == 0; // keeps more results in range
+            ofBands.push_back(everydayMaps[isIdentity ? 0 : random() % std::size(everydayMaps)]);
+        }
+        return ofBands;
+    };
+    for (int i = 0; i < 12; ++i)
+        for (const SampleBlend blend : blends) {
+            const auto input1 = some(false), input2 = some(false), output = some(true);
+            ComparePairs(BlendMaps<unsigned char>(blend, input1, input2, output), bands, random);
+            ComparePairs(BlendMaps<unsigned short>(blend, input1, input2, output), bands, random);
+        }
 }
 
 // A third of the steps from 0 to the largest sample in each band, both ends with them, so that saturations of

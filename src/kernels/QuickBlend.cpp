@@ -1,0 +1,119 @@
+#include "kernels/QuickBlend.h"
+
+#include "kernels/FixedPoint.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace kernels {
+
+namespace {
+
+/// What keeps float and double from overflowing, and divisors normal.
+constexpr double mostOfMap = 1e9;
+constexpr double leastDivisor = 1e-30;
+
+/// The maps of a band.
+struct Maps {
+    LinearMap input1, input2, output;
+};
+
+template <class T>
+struct Bounds {
+    static constexpr double mostSample = std::numeric_limits<T>::max();
+
+    /// Up to this, few results are in doubt, and the definition errs by next to nothing.
+    static constexpr double mostMagnitude = sizeof(T) == 1 ? 1 << 14 : 1 << 30;
+
+    /// The largest magnitude among m's terms: |m(x)| is no more, and rounding errs in proportion to it.
+    static double Largest(const LinearMap& m) { return mostSample * std::abs(m.gain) + std::abs(m.offset); }
+
+    /// The sum of the magnitudes that a blend's roundings are in proportion to, in samples; infinite where
+    /// the quick way cannot tell results. Each coefficient, product and sum errs by epsilon / 2 of its
+    /// magnitude at most. A product of two inputs takes the most of them: three for each input, one of its
+    /// own and the last sum, in all 4 epsilon of this; its offset takes fewer, a sum of two inputs four, a
+    /// quotient seven.
+    static double Magnitude(SampleBlend blend, const Maps& maps) {
+        const auto& [m1, m2, m] = maps;
+        const double gain = std::abs(m.gain);
+        const double offset = std::abs(m.offset);
+        if (blend == SampleBlend::Product) return gain * Largest(m1) * Largest(m2) + offset;
+        if (blend != SampleBlend::Quotient) return gain * (Largest(m1) + Largest(m2)) + offset;
+        // Only where its terms cancel a map errs by more than in proportion to its result.
+        const auto cancels = [](const LinearMap& map) {
+            return map.gain != 0 && map.offset != 0 && std::signbit(map.gain) != std::signbit(map.offset);
+        };
+        const double ofMost = m2(mostSample);
+        if (cancels(m2) && std::signbit(m2.offset) != std::signbit(ofMost)) return INFINITY;
+        const double least = // of the divisors but 0
+            m2.offset == 0 ? std::abs(m2.gain) : std::min(std::abs(m2.offset), std::abs(ofMost));
+        if (least < leastDivisor) return INFINITY;
+        const double ofDividend = cancels(m1) ? gain * Largest(m1) / least : 0;
+        return (mostSample + 1 + offset) * (cancels(m2) ? Largest(m2) / least : 1) + ofDividend;
+    }
+
+    /// A result's error in steps of 1 / fixedOne. The unit in the offset adds half a step to each of up to
+    /// three sums: to more than two only in sums of inputs, which err by half of the rest.
+    static int Error(double magnitude) {
+        constexpr double epsilon = std::numeric_limits<typename QuickBlend<T>::Real>::epsilon();
+        return static_cast<int>(magnitude * 4 * epsilon * fixedOne) + 2;
+    }
+
+    /// Whether the quick way and the definition round nothing but results far out of range. With maps of
+    /// multiples of 1/16, sums are multiples of 2^-8 and products of 2^-12. Sums within these limits have
+    /// fewer bits than Real; products have if they are up to four times the largest offset.
+    static bool RoundsNothing(SampleBlend blend, const Maps& maps, double magnitude) {
+        const auto& [m1, m2, m] = maps;
+        const auto isMultiple = [](double x) { return std::nearbyint(x * 16) == x * 16; };
+        for (const LinearMap& map : {m1, m2, m})
+            if (!isMultiple(map.gain) || !isMultiple(map.offset)) return false;
+        if (blend == SampleBlend::Quotient) return false;
+        if (blend != SampleBlend::Product) return magnitude <= mostMagnitude;
+        return std::abs(m.gain) * Largest(m1) <= mostMagnitude && Largest(m2) <= mostMagnitude &&
+               std::abs(m.offset) <= mostMagnitude / 16;
+    }
+};
+
+bool IsModerate(const LinearMap& m) {
+    return std::abs(m.gain) <= mostOfMap && std::abs(m.offset) <= mostOfMap;
+}
+
+} // namespace
+
+template <class T>
+QuickBlend<T>::QuickBlend(SampleBlend blend, std::span<const LinearMap> ofInput1,
+                          std::span<const LinearMap> ofInput2, std::span<const LinearMap> ofOutput) {
+    const std::size_t bands = ofOutput.size();
+    const bool isDifference = blend == SampleBlend::Difference || blend == SampleBlend::PlainDifference;
+    const bool isSum = isDifference || blend == SampleBlend::Sum;
+    const auto mapsOf = [&](std::size_t band) {
+        if (blend == SampleBlend::PlainDifference) return Maps{{}, {}, ofOutput[band]};
+        return Maps{ofInput1[band], ofInput2[band], ofOutput[band]};
+    };
+    for (std::size_t band = 0; band < bands; ++band) {
+        const Maps maps = mapsOf(band);
+        if (!IsModerate(maps.input1) || !IsModerate(maps.input2) || !IsModerate(maps.output)) return;
+        const double magnitude = Bounds<T>::Magnitude(blend, maps);
+        if (Bounds<T>::RoundsNothing(blend, maps, magnitude)) continue;
+        if (!(magnitude <= Bounds<T>::mostMagnitude)) return;
+        error = std::max(error, Bounds<T>::Error(magnitude));
+    }
+    for (std::size_t i = 0; bands != 0 && i < bands + mostLanesOfMaps - 1; ++i) {
+        const auto [m1, m2, m] = mapsOf(i % bands);
+        const double gain = m.gain * fixedOne;
+        const double last = (m.offset + (isDifference ? 0.5 : 0)) * fixedOne + FixedOffset<Real>(error);
+        const double gainOf2 = isDifference ? -gain : gain;
+        gain1.push_back(static_cast<Real>(m1.gain * gain));
+        offset1.push_back(static_cast<Real>(m1.offset * gain));
+        gain2.push_back(static_cast<Real>(isSum ? m2.gain * gainOf2 : m2.gain));
+        offset2.push_back(static_cast<Real>(m2.offset));
+        offset.push_back(static_cast<Real>(isSum ? m1.offset * gain + m2.offset * gainOf2 + last : last));
+    }
+    isPossible = bands != 0;
+}
+
+template struct QuickBlend<unsigned char>;
+template struct QuickBlend<unsigned short>;
+
+} // namespace kernels

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <type_traits>
+#include <vector>
+
+namespace kernels {
+
+/// gain * x + offset, one rounding an operation.
+struct LinearMap {
+    double gain = 1.0;
+    double offset = 0.0;
+    double operator()(double x) const { return x * gain + offset; }
+};
+
+/// How a sample comes from the samples a and b in the same place, with the maps m1, m2 and m of their band.
+enum class SampleBlend : std::uint8_t {
+    Sum,             ///< m(m1(a) + m2(b)), truncated; 0 where that is not finite
+    Product,         ///< m(m2(b) * m1(a)), as Sum
+    Quotient,        ///< m(m1(a) / m2(b)), as Sum
+    Difference,      ///< m(m1(a) - m2(b)), rounded half up
+    PlainDifference, ///< m(a - b), rounded half up
+};
+
+/// What is kept for every band is repeated, so that from any band on as many samples as vectors have follow.
+inline constexpr std::size_t mostLanesOfMaps = 32;
+
+/// A blend with fewer operations than its definition, and the most that it errs by: of 8-bit samples in
+/// float, of 16-bit ones in double,
+///
+///     a * gain1 + (b * gain2 + offset)                           sums and differences
+///     (a * gain1 + offset1) * (b * gain2 + offset2) + offset     products
+///     (a * gain1 + offset1) / (b * gain2 + offset2) + offset     quotients
+///
+/// gives fixedOne * result + FixedOffset(error), the result to be truncated. A quotient by 0 is 0.
+template <class T>
+struct QuickBlend {
+    using Real = std::conditional_t<sizeof(T) == 1, float, double>;
+
+    QuickBlend() = default;
+    QuickBlend(SampleBlend blend, std::span<const LinearMap> ofInput1, std::span<const LinearMap> ofInput2,
+               std::span<const LinearMap> ofOutput);
+
+    bool isPossible = false;
+    static constexpr int exact = -1;
+    int error = exact; ///< of results in the range of samples; `exact` ones are multiples of 2^-12
+    std::vector<Real> gain1, offset1, gain2, offset2, offset;
+};
+
+} // namespace kernels
