@@ -63,31 +63,34 @@ struct BroveyWay {
 
 #if HWY_TARGET != HWY_SCALAR
     template <class D, class S, class V, std::uint32_t Bands>
-    HWY_INLINE S Words(D d, S /*samples*/, const SomeBands<V, Bands>& of, V pan, std::size_t firstPixel,
-                       Doubts& doubts) const {
+    HWY_INLINE void Words(D d, SomeWords<S, Bands>& of, const SomeBands<V, Bands>& ms, V pan,
+                          std::size_t firstPixel, Doubts& doubts) const {
+        const WordsOf<D> dWord;
+        const hn::Repartition<T, D> dSample;
         if constexpr (sizeof(T) == 1) {
             const hn::Rebind<std::int32_t, D> d32;
-            const auto ratio = Ratio(d, pan, SumOfBands(d, of, floatWeights));
+            const auto ratio = Ratio(d, pan, SumOfBands(d, ms, floatWeights));
             auto fractions = hn::Zero(d32);
-            const auto result = [&](int band) HWY_ATTR {
-                const auto product = fixed.Product(d, of.bands[band], ratio);
-                fractions = FixedResults::GreaterFraction(d32, fractions, product);
-                return product;
+            const auto result = [&](std::uint32_t band) HWY_ATTR {
+                const auto sum = fixed.Sum(d, ms.bands[std::min(band, Bands - 1)], ratio);
+                fractions = FixedResults::GreaterFractionOfSums(d32, fractions, sum);
+                return hn::BitCast(dWord, sum);
             };
-            const auto third = result(2);
-            const auto words = JoinBytes<FixedResults::bits>(WordsOf<D>(), result(0), result(1), third,
-                                                             Bands == wordBands ? result(Bands - 1) : third);
-            AddDoubts(d, fixed.InDoubt(d32, fractions), firstPixel, doubts);
-            return words;
+            for (std::uint32_t w = 0, c = 0; c < Bands; ++w, c += wordBands)
+                of.words[w] = hn::BitCast(
+                    dSample, JoinFixed(dWord, result(c), result(c + 1), result(c + 2), result(c + 3)));
+            AddDoubts(d, fixed.SumsInDoubt(d32, fractions), firstPixel, doubts);
         } else {
-            const WordsOf<D> dWord;
-            auto words = hn::Zero(dWord);
-            const auto ratio = Ratio(d, pan, SumOfBands(d, of, bands.weights));
-            for (std::uint32_t c = Bands; c-- > 0;) {
-                const auto whole = ToWords(d, hn::Floor(Clamp<T>(d, hn::Mul(of.bands[c], ratio))));
-                words = hn::Or(hn::ShiftLeft<sizeof(T) * 8>(words), whole);
+            const auto ratio = Ratio(d, pan, SumOfBands(d, ms, bands.weights));
+            for (std::uint32_t w = 0; w * wordBands < Bands; ++w) {
+                auto words = hn::Zero(dWord);
+                for (std::uint32_t c = wordBands; c-- > 0;) {
+                    const auto product = hn::Mul(ms.bands[w * wordBands + c], ratio);
+                    words = hn::Or(hn::ShiftLeft<sizeof(T) * 8>(words),
+                                   ToWords(d, hn::Floor(Clamp<T>(d, product))));
+                }
+                of.words[w] = hn::BitCast(dSample, words);
             }
-            return hn::BitCast(hn::Repartition<T, D>(), words);
         }
     }
 #endif

@@ -27,14 +27,16 @@ namespace HWY_NAMESPACE {
 constexpr double mostShift = 1048576.0;
 constexpr double nearHalf = 1.0 / (1 << 30);
 
-// In float, for 8-bit samples, all is exact when every weight is a whole number of 2^-10 and no sum reaches
-// 2^13. With other weights of magnitude W together, d errs by at most
+// In float, for 8-bit samples, r is the whole number nearest to d, with half of them in doubt, and so is what
+// d errs by. With weights of magnitude W together that is at most
 //
-//     2^-24 * 256 * (W [weights] + (bands + 1) * W [products and sums] + 2 * (1 + W) [d and d + 1/2])
+//     2^-24 * 256 * (W [weights] + (bands + 1) * W [products and sums] + 1 + W [d])
 //
-// of which twice as much is allowed for.
+// of which twice as much is allowed for. All is exact when every weight is a whole number of 2^-10 and no sum
+// reaches 2^12: then 2^-12 more than d is never a half, and nearest to r.
 constexpr double exactUnit = 1024.0;
-constexpr double mostExact = 8192.0;
+constexpr double mostExact = 4096.0;
+constexpr float aboveHalf = 1.0F / 4096;
 constexpr double mostFloatError = 1.0 / 64;
 
 /// What the weights allow; made once a row.
@@ -56,46 +58,60 @@ struct KovaWay {
         isFloat = error < mostFloatError;
         hasWords = isFloat;
         farthest = static_cast<float>(0.5 - error);
+        above = isExact ? aboveHalf : 0.0F;
         for (std::uint32_t band = 0; isFloat && band < bands.msBands; ++band)
             floatWeights[band] = static_cast<float>(bands.weights[band]);
     }
 
     /// The whole shifts of some pixels from their differences.
     template <class D>
-    HWY_INLINE auto Shifts(D d, hn::Vec<D> difference, std::size_t firstPixel, Doubts& doubts) const {
-        const auto half = hn::Set(d, hn::TFromD<D>{0.5});
+    HWY_INLINE hn::Vec<D> Shifts(D d, hn::Vec<D> difference, std::size_t firstPixel, Doubts& doubts) const {
+        const auto half = hn::Set(d, 0.5);
         const auto shift = hn::Floor(hn::Add(difference, half));
         // How far above the half below, in [0, 1] but for rounding.
-        const auto above = hn::Sub(difference, hn::Sub(shift, half));
-        const auto fromMiddle = hn::Abs(hn::Sub(above, half));
-        if constexpr (sizeof(hn::TFromD<D>) == 4)
-            AddDoubts(d, hn::Gt(fromMiddle, hn::Set(d, farthest)), firstPixel, doubts);
-        else
-            AddDoubts(d, hn::And(hn::Gt(fromMiddle, hn::Set(d, 0.5 - nearHalf)), hn::Ne(above, hn::Zero(d))),
-                      firstPixel, doubts);
+        const auto aboveHalfBelow = hn::Sub(difference, hn::Sub(shift, half));
+        const auto fromMiddle = hn::Abs(hn::Sub(aboveHalfBelow, half));
+        AddDoubts(
+            d, hn::And(hn::Gt(fromMiddle, hn::Set(d, 0.5 - nearHalf)), hn::Ne(aboveHalfBelow, hn::Zero(d))),
+            firstPixel, doubts);
         return shift;
+    }
+
+    /// The same in float, from differences that are `above` more, as whole numbers.
+    template <class D>
+    HWY_INLINE hn::Vec<hn::Rebind<std::int32_t, D>>
+    WholeShifts(D d, hn::Vec<D> difference, std::size_t firstPixel, Doubts& doubts) const {
+        const hn::Rebind<std::int32_t, D> d32;
+        const auto unit = hn::Set(d, 1.5F * (1 << 23)); // the sum is whole, and its lowest bits are the shift
+        const auto sum = hn::Add(difference, unit);
+        const auto fromShift = hn::Abs(hn::Sub(difference, hn::Sub(sum, unit)));
+        AddDoubts(d, hn::Gt(fromShift, hn::Set(d, farthest)), firstPixel, doubts);
+        return hn::Sub(hn::BitCast(d32, sum), hn::BitCast(d32, unit));
     }
 
 #if HWY_TARGET != HWY_SCALAR
     template <class D, class S, class V, std::uint32_t Bands>
-    HWY_INLINE S Words(D d, S samples, const SomeBands<V, Bands>& of, V pan, std::size_t firstPixel,
-                       Doubts& doubts) const {
-        const auto limit = [&](V x) HWY_ATTR {
-            const auto most = hn::Set(d, static_cast<hn::TFromD<D>>(maxSample<T>));
-            return RepeatLowest<T>(d, ToWords(d, hn::Min(hn::Max(x, hn::Zero(d)), most)));
+    HWY_INLINE void Words(D d, SomeWords<S, Bands>& of, const SomeBands<V, Bands>& ms, V pan,
+                          std::size_t firstPixel, Doubts& doubts) const {
+        const auto add = [&](S up, S down) HWY_ATTR {
+            for (S& words : of.words)
+                words = hn::SaturatedSub(hn::SaturatedAdd(words, up), down);
         };
-        const auto shift = Shifts(d, hn::Sub(pan, SumOfBands(d, of, Weights(d))), firstPixel, doubts);
-        return hn::SaturatedSub(hn::SaturatedAdd(samples, limit(shift)), limit(hn::Neg(shift)));
+        if constexpr (sizeof(T) == 1) {
+            const auto sum = SumOfBands(d, ms, floatWeights, hn::Set(d, -above));
+            const auto shift = WholeShifts(d, hn::Sub(pan, sum), firstPixel, doubts);
+            const auto [up, down] = RepeatLimited(hn::Rebind<std::int32_t, D>(), shift);
+            add(up, down);
+        } else {
+            const auto limit = [&](V x) HWY_ATTR {
+                return RepeatLowest(d,
+                                    ToWords(d, hn::Min(hn::Max(x, hn::Zero(d)), hn::Set(d, maxSample<T>))));
+            };
+            const auto shift = Shifts(d, hn::Sub(pan, SumOfBands(d, ms, bands.weights)), firstPixel, doubts);
+            add(limit(shift), limit(hn::Neg(shift)));
+        }
     }
 #endif
-
-    template <class D>
-    const auto* Weights(D /*d*/) const {
-        if constexpr (sizeof(hn::TFromD<D>) == 4)
-            return static_cast<const float*>(floatWeights);
-        else
-            return bands.weights;
-    }
 
     /// Shifts of a block, upward and downward; one of the two is 0.
     template <class Real>
@@ -104,11 +120,15 @@ struct KovaWay {
         const hn::ScalableTag<Real> d;
         const hn::Rebind<T, decltype(d)> narrow;
         for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
-            const auto s = WeightedSum(d, planes + i, weights, bands.msBands);
-            const auto found = Shifts(d, hn::Sub(LoadReal(d, pan + i), s), i, doubts);
-            // Demoting to bytes does not saturate from 2^15 on with every target.
-            const auto most = hn::Set(d, static_cast<Real>(maxSample<T>));
-            const auto shift = TruncateReal(d, hn::Min(hn::Max(found, hn::Neg(most)), most));
+            const auto difference =
+                hn::Sub(LoadReal(d, pan + i), WeightedSum(d, planes + i, weights, bands.msBands));
+            const auto shift = [&]() HWY_ATTR {
+                if constexpr (sizeof(Real) == 4)
+                    return WholeShifts(d, hn::Add(difference, hn::Set(d, above)), i, doubts);
+                const auto most = hn::Set(d, static_cast<Real>(maxSample<T>));
+                const auto found = Shifts(d, difference, i, doubts);
+                return TruncateReal(d, hn::Min(hn::Max(found, hn::Neg(most)), most));
+            }();
             hn::StoreU(hn::DemoteTo(narrow, shift), narrow, up + i); // saturated
             hn::StoreU(hn::DemoteTo(narrow, hn::Neg(shift)), narrow, down + i);
         }
@@ -159,7 +179,8 @@ struct KovaWay {
     bool hasQuick = false;
     bool isFloat = false;
     bool hasWords = false;
-    float farthest = 0.5F; ///< from the middle between two halves without doubt
+    float farthest = 0.5F; ///< from a shift without doubt
+    float above = 0.0F;    ///< what differences in float are too large by
     float floatWeights[mostBands] = {};
 };
 

@@ -38,6 +38,26 @@ struct FixedResults {
         return hn::BitCast(hn::Rebind<std::int32_t, D>(), hn::Min(hn::Max(sum, hn::Set(d, unit)), most));
     }
 
+    /// The same without limits, for JoinFixed; it is not negative.
+    template <class D>
+    HWY_INLINE hn::Vec<hn::Rebind<std::int32_t, D>> Sum(D d, hn::Vec<D> a, hn::Vec<D> b) const {
+        return hn::BitCast(hn::Rebind<std::int32_t, D>(), hn::MulAdd(a, b, hn::Set(d, offset)));
+    }
+
+    /// Of floats this bit is 0 just below the unit, where a result of 0 lies that is in no doubt.
+    static constexpr std::int32_t atLeastUnit = 1 << 24;
+
+    /// GreaterFraction and InDoubt of sums.
+    template <class D32, class V>
+    HWY_INLINE static V GreaterFractionOfSums(D32 d32, V fractions, V sums) {
+        return hn::Max(fractions, hn::And(sums, hn::Set(d32, atLeastUnit + (1 << bits) - 1)));
+    }
+    template <class D32, class V>
+    HWY_INLINE auto SumsInDoubt(D32 d32, V fractions) const {
+        return hn::RebindMask(hn::Rebind<float, D32>(),
+                              hn::Gt(fractions, hn::Set(d32, atLeastUnit + mostCertain)));
+    }
+
     /// Results as numbers.
     template <class D32, class V>
     HWY_INLINE static V Whole(D32 d32, V results) {

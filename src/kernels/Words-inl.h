@@ -10,8 +10,9 @@
 
 #include <bit>
 
-/// The commonest pixels, of three or four bands, are fused without taking the bands apart: a pixel is one
-/// word of 32 or 64 bits, with the first band lowest, and as long as the real number that is worked with.
+/// The commonest pixels, of three, four or eight bands, are fused without taking the bands apart: a pixel is
+/// one word of 32 or 64 bits, or two, with the first band lowest, and as long as the real number that is
+/// worked with.
 HWY_BEFORE_NAMESPACE();
 namespace kernels {
 namespace HWY_NAMESPACE {
@@ -20,6 +21,11 @@ inline constexpr std::uint32_t wordBands = 4;
 
 #if HWY_TARGET != HWY_SCALAR
 
+/// Of samples T.
+template <class T>
+using WordOf = std::conditional_t<sizeof(T) == 1, std::uint32_t, std::uint64_t>;
+
+/// Of the real numbers D.
 template <class D>
 using WordsOf = hn::RebindToUnsigned<D>;
 
@@ -35,6 +41,20 @@ HWY_INLINE hn::Vec<WordsOf<D>> ToWords(D d, hn::Vec<D> whole) {
     return hn::Xor(hn::BitCast(dWord, hn::Add(whole, unit)), hn::BitCast(dWord, unit));
 }
 
+/// The bytes of a band between the first and the last, as the lowest of words.
+template <std::uint32_t Band, class D>
+HWY_INLINE auto MiddleBand(D /*d*/, hn::Vec<WordsOf<D>> words) {
+    const hn::Repartition<std::uint8_t, D> d8;
+    constexpr std::uint8_t b = Band, none = 0x80;
+    HWY_ALIGN static constexpr std::uint8_t of8[16] = {b,     none, none, none, b + 4,  none, none, none,
+                                                       b + 8, none, none, none, b + 12, none, none, none};
+    HWY_ALIGN static constexpr std::uint8_t of16[16] = {2 * b, 2 * b + 1, none,      none,      none, none,
+                                                        none,  none,      2 * b + 8, 2 * b + 9, none, none,
+                                                        none,  none,      none,      none};
+    const auto places = hn::LoadDup128(d8, sizeof(hn::TFromD<D>) == 4 ? of8 : of16);
+    return hn::TableLookupBytesOr0(hn::BitCast(d8, words), places);
+}
+
 /// One band of the pixels.
 template <std::uint32_t Band, class D>
 HWY_INLINE hn::Vec<D> BandOfWords(D d, hn::Vec<WordsOf<D>> words) {
@@ -42,9 +62,13 @@ HWY_INLINE hn::Vec<D> BandOfWords(D d, hn::Vec<WordsOf<D>> words) {
     constexpr int bits = sizeof(Real) * 2;
     const WordsOf<D> dWord;
     const hn::RebindToSigned<D> dSigned;
-    auto band = hn::ShiftRight<static_cast<int>(Band) * bits>(words);
-    if constexpr (Band + 1 < wordBands)
-        band = hn::And(band, hn::Set(dWord, (hn::TFromD<WordsOf<D>>{1} << bits) - 1));
+    auto band = words;
+    if constexpr (Band == 0)
+        band = hn::And(words, hn::Set(dWord, (hn::TFromD<WordsOf<D>>{1} << bits) - 1));
+    else if constexpr (Band + 1 == wordBands)
+        band = hn::ShiftRight<static_cast<int>(Band) * bits>(words);
+    else
+        band = hn::BitCast(dWord, MiddleBand<Band>(d, words));
     if constexpr (sizeof(Real) == 4) return hn::ConvertTo(d, hn::BitCast(dSigned, band));
     const auto unit = hn::Set(d, lowestUnit<Real>);
     return hn::Sub(hn::BitCast(d, hn::Or(band, hn::BitCast(dWord, unit))), unit);
@@ -54,6 +78,15 @@ template <class V, std::uint32_t Bands>
 struct SomeBands {
     V bands[Bands];
 };
+
+/// The weighted sum and `first`.
+template <class D, class V, std::uint32_t Bands>
+HWY_INLINE V SumOfBands(D d, const SomeBands<V, Bands>& of, const float* weights, V first) {
+    V s = first;
+    for (std::uint32_t band = 0; band < Bands; ++band)
+        s = AddProduct(d, s, of.bands[band], hn::Set(d, weights[band]));
+    return s;
+}
 
 /// The weighted sum in the order of the definition.
 template <class D, class V, std::uint32_t Bands>
@@ -65,27 +98,48 @@ HWY_INLINE V SumOfBands(D d, const SomeBands<V, Bands>& of, const hn::TFromD<D>*
     return s;
 }
 
-/// The lowest sample of every word in all four places.
-template <class T, class D>
+/// The lowest sample of every word of four 16-bit samples in all places.
+template <class D>
 HWY_INLINE auto RepeatLowest(D /*d*/, hn::Vec<WordsOf<D>> words) {
     const hn::Repartition<std::uint8_t, D> d8;
-    HWY_ALIGN constexpr std::uint8_t of8[16] = {0, 0, 0, 0, 4, 4, 4, 4, 8, 8, 8, 8, 12, 12, 12, 12};
-    HWY_ALIGN constexpr std::uint8_t of16[16] = {0, 1, 0, 1, 0, 1, 0, 1, 8, 9, 8, 9, 8, 9, 8, 9};
-    const auto places = hn::LoadDup128(d8, sizeof(T) == 1 ? of8 : of16);
-    return hn::BitCast(hn::Repartition<T, D>(), hn::TableLookupBytes(hn::BitCast(d8, words), places));
+    HWY_ALIGN static constexpr std::uint8_t places[16] = {0, 1, 0, 1, 0, 1, 0, 1, 8, 9, 8, 9, 8, 9, 8, 9};
+    const auto repeated = hn::TableLookupBytes(hn::BitCast(d8, words), hn::LoadDup128(d8, places));
+    return hn::BitCast(hn::Repartition<std::uint16_t, D>(), repeated);
 }
 
-/// The samples of pixels, from words that have those of a band in their bits from `Bit` on.
-template <int Bit, class D, class V>
-HWY_INLINE auto JoinBytes(D /*dWord*/, const V& a, const V& b, const V& c, const V& e) {
-    static_assert(Bit > 0 && Bit < 16);
+template <class V>
+struct UpAndDown {
+    V up, down;
+};
+
+/// Whole numbers of less than 2^15, and their negatives, within the range of bytes, in all places of words of
+/// four.
+template <class D>
+HWY_INLINE auto RepeatLimited(D /*d*/, hn::Vec<D> whole) {
+    const hn::Repartition<std::int16_t, D> d16;
+    const hn::Repartition<std::uint8_t, D> d8;
+    HWY_ALIGN static constexpr std::uint8_t ofFirst[16] = {0, 0, 0, 0, 2, 2, 2, 2, 4, 4, 4, 4, 6, 6, 6, 6};
+    HWY_ALIGN static constexpr std::uint8_t ofSecond[16] = {8,  8,  8,  8,  10, 10, 10, 10,
+                                                            12, 12, 12, 12, 14, 14, 14, 14};
+    const auto both = hn::ReorderDemote2To(d16, whole, hn::Neg(whole)); // in every 16 bytes four of each
+    const auto bytes = hn::BitCast(d8, hn::Min(hn::Max(both, hn::Zero(d16)), hn::Set(d16, 255)));
+    const auto repeat = [&](const std::uint8_t* places)
+                            HWY_ATTR { return hn::TableLookupBytes(bytes, hn::LoadDup128(d8, places)); };
+    return UpAndDown<hn::Vec<decltype(d8)>>{repeat(ofFirst), repeat(ofSecond)};
+}
+
+/// The samples of pixels from the bands' sums of FixedResults, limited to the range of samples.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE auto JoinFixed(D dWord, V a, V b, V c, V e) {
     const hn::Repartition<std::uint16_t, D> d16;
-    const auto joinHalves = [&](auto low, auto high) HWY_ATTR {
-        return hn::OddEven(hn::BitCast(d16, hn::ShiftLeft<16 - Bit>(high)),
-                           hn::BitCast(d16, hn::ShiftRight<Bit>(low)));
+    constexpr auto unit = std::bit_cast<std::uint32_t>(FixedResults::unit) >> FixedResults::bits;
+    const auto join = [&](V low, V high) HWY_ATTR {
+        const auto halves = hn::OddEven(hn::BitCast(d16, hn::ShiftLeft<16 - FixedResults::bits>(high)),
+                                        hn::BitCast(d16, hn::ShiftRight<FixedResults::bits>(low)));
+        const auto whole = hn::SaturatedSub(halves, hn::Set(d16, static_cast<std::uint16_t>(unit)));
+        return hn::BitCast(dWord, hn::Min(whole, hn::Set(d16, 0xFF)));
     };
-    const auto low = hn::And(joinHalves(a, c), hn::Set(d16, 0xFF));
-    return hn::BitCast(hn::Repartition<std::uint8_t, D>(), hn::Or(low, hn::ShiftLeft<8>(joinHalves(b, e))));
+    return hn::BitCast(hn::Repartition<std::uint8_t, D>(), hn::Or(join(a, c), hn::ShiftLeft<8>(join(b, e))));
 }
 
 // Pixels of three bytes: four of them lie in 12 of every 16 bytes.
@@ -126,18 +180,53 @@ HWY_INLINE void StoreWords(D d, hn::Vec<D> words, T* samples) {
                samples);
 }
 
-template <std::uint32_t Bands, class D>
-HWY_INLINE SomeBands<hn::Vec<D>, Bands> BandsOfWords(D d, hn::Vec<WordsOf<D>> words) {
-    if constexpr (Bands == 3)
-        return {{BandOfWords<0>(d, words), BandOfWords<1>(d, words), BandOfWords<2>(d, words)}};
-    else
-        return {{BandOfWords<0>(d, words), BandOfWords<1>(d, words), BandOfWords<2>(d, words),
-                 BandOfWords<3>(d, words)}};
+/// The words of some pixels of `Bands` bands, the first of each pixel in one vector, the second in another.
+template <class V, std::uint32_t Bands>
+struct SomeWords {
+    static constexpr std::size_t count = (Bands + wordBands - 1) / wordBands;
+    V words[count];
+};
+
+template <std::uint32_t Bands, class D, class T = hn::TFromD<D>, class S = SomeWords<hn::Vec<D>, Bands>>
+HWY_INLINE S LoadSomeWords(D d, const T* samples) {
+    if constexpr (S::count == 1) {
+        return {{LoadWords<Bands>(d, samples)}};
+    } else {
+        const hn::Repartition<WordOf<T>, D> dWord;
+        hn::Vec<decltype(dWord)> first, second;
+        hn::LoadInterleaved2(dWord, reinterpret_cast<const WordOf<T>*>(samples), first, second);
+        return {{hn::BitCast(d, first), hn::BitCast(d, second)}};
+    }
+}
+
+template <std::uint32_t Bands, class D, class T = hn::TFromD<D>, std::uint32_t MsBands>
+HWY_INLINE void StoreSomeWords(D d, const SomeWords<hn::Vec<D>, MsBands>& of, T* samples) {
+    if constexpr (SomeWords<hn::Vec<D>, MsBands>::count == 1) {
+        StoreWords<Bands>(d, of.words[0], samples);
+    } else {
+        const hn::Repartition<WordOf<T>, D> dWord;
+        hn::StoreInterleaved2(hn::BitCast(dWord, of.words[0]), hn::BitCast(dWord, of.words[1]), dWord,
+                              reinterpret_cast<WordOf<T>*>(samples));
+    }
+}
+
+template <class D, class S, std::uint32_t Bands>
+HWY_INLINE SomeBands<hn::Vec<D>, Bands> BandsOfWords(D d, const SomeWords<S, Bands>& of) {
+    SomeBands<hn::Vec<D>, Bands> result;
+    for (std::uint32_t w = 0; w < SomeWords<S, Bands>::count; ++w) {
+        const auto words = hn::BitCast(WordsOf<D>(), of.words[w]);
+        auto* const bands = result.bands + w * wordBands;
+        bands[0] = BandOfWords<0>(d, words);
+        bands[1] = BandOfWords<1>(d, words);
+        bands[2] = BandOfWords<2>(d, words);
+        if constexpr (Bands % wordBands == 0) bands[3] = BandOfWords<3>(d, words);
+    }
+    return result;
 }
 
 /// Fuses whole blocks and returns how many pixels that are. `way`, beside what FuseBlocks asks for, has
 ///
-///     Words(d, samples, bands, pan, firstPixel, doubts)      a vector of output words
+///     Words(d, words, bands, pan, firstPixel, doubts)      replaces the words of some pixels
 ///
 /// where of words of three bands the fourth does not matter.
 template <std::uint32_t MsBands, std::uint32_t OutputBands, class T, class Way>
@@ -145,17 +234,15 @@ HWY_ATTR std::size_t FuseWords(const T* ms, const T* pan, T* out, std::size_t pi
     if (std::endian::native != std::endian::little) return 0;
     const hn::ScalableTag<RealOf<T>> d;
     const hn::Repartition<T, decltype(d)> dSample;
-    const WordsOf<decltype(d)> dWord;
     // What is read and written too far has to lie in the row.
-    constexpr std::size_t beyond = MsBands == wordBands && OutputBands == wordBands ? 0 : 6;
+    constexpr std::size_t beyond = MsBands % wordBands == 0 && OutputBands == MsBands ? 0 : 6;
     std::size_t p = 0;
     for (; p + blockPixels + beyond <= pixels; p += blockPixels) {
         Doubts doubts;
         for (std::size_t i = p; i < p + blockPixels; i += hn::Lanes(d)) {
-            const auto samples = LoadWords<MsBands>(dSample, ms + i * MsBands);
-            const auto bands = BandsOfWords<MsBands>(d, hn::BitCast(dWord, samples));
-            const auto words = way.Words(d, samples, bands, LoadReal(d, pan + i), i - p, doubts);
-            StoreWords<OutputBands>(dSample, words, out + i * OutputBands);
+            auto words = LoadSomeWords<MsBands>(dSample, ms + i * MsBands);
+            way.Words(d, words, BandsOfWords(d, words), LoadReal(d, pan + i), i - p, doubts);
+            StoreSomeWords<OutputBands>(dSample, words, out + i * OutputBands);
         }
         if (doubts.count > mostDoubts)
             FuseBlocks(ms + p * MsBands, pan + p, out + p * OutputBands, blockPixels, way.bands, way);
@@ -182,6 +269,8 @@ HWY_ATTR void FuseFast(const T* ms, const T* pan, T* out, std::size_t pixels, co
     std::size_t done = 0;
     if (way.hasWords && bands.msBands == 4 && bands.outputBands == 4)
         done = FuseWords<4, 4>(ms, pan, out, pixels, way);
+    else if (way.hasWords && bands.msBands == 8 && bands.outputBands == 8)
+        done = FuseWords<8, 8>(ms, pan, out, pixels, way);
     if constexpr (sizeof(T) == 1) { // the longer samples gain nothing
         if (way.hasWords && bands.msBands == 4 && bands.outputBands == 3)
             done = FuseWords<4, 3>(ms, pan, out, pixels, way);

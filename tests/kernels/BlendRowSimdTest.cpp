@@ -219,7 +219,7 @@ TEST(BlendSimd, PairsOfSamplesAreBlendedAlike) {
         }
         return ofBands;
     };
-    for (int i = 0; i < 12; ++i)
+    for (int i = 0; i < 6; ++i)
         for (const SampleBlend blend : blends) {
             const auto input1 = some(false), input2 = some(false), output = some(true);
             ComparePairs(BlendMaps<unsigned char>(blend, input1, input2, output), bands, random);

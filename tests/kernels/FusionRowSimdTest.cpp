@@ -120,6 +120,17 @@ Pixels AllPairs() {
     return pixels;
 }
 
+/// Random pixels, enough for doubts of all kinds.
+Pixels ManyPixels(std::uint32_t bands) {
+    std::mt19937 random(bands);
+    Pixels pixels{bands, {}, {}};
+    for (unsigned i = 0; i < 65536 * bands; ++i)
+        pixels.ms.push_back(static_cast<unsigned char>(random()));
+    for (unsigned i = 0; i < 65536; ++i)
+        pixels.pan.push_back(static_cast<unsigned char>(random()));
+    return pixels;
+}
+
 /// All pairs of the largest band and another, the third at either or 0, in every order, with many pans.
 Pixels ManyColours() {
     Pixels pixels{3, {}, {}};
@@ -151,10 +162,11 @@ void CompareEvery(const Kernel<unsigned char>& kernel, const Pixels& pixels, dou
 
 // Weights that put sums on, just below and just above a half, and quotients on and beside whole numbers.
 TEST(FusionSimd, EveryEightBitResultIsRight) {
-    const Pixels pairs = AllPairs();
-    for (const double weight : {0.5, 0.5 + 1e-16, 0.5 - 1e-16, 1.0, 1.0 / 3, 0.1, 0.7, -0.3, 1e6, -1e300}) {
-        CompareEvery(allKernels<unsigned char>[0], pairs, weight);
-        CompareEvery(allKernels<unsigned char>[1], pairs, weight);
-    }
+    for (const Pixels& pixels : {AllPairs(), ManyPixels(3), ManyPixels(4), ManyPixels(8)})
+        for (const double weight :
+             {0.5, 0.5 + 1e-16, 0.5 - 1e-16, 1.0, 1.0 / 3, 0.1, 0.7, -0.3, 1e6, -1e300}) {
+            CompareEvery(allKernels<unsigned char>[0], pixels, weight);
+            CompareEvery(allKernels<unsigned char>[1], pixels, weight);
+        }
     CompareEvery(allKernels<unsigned char>[2], ManyColours(), 0.0);
 }
