@@ -12,7 +12,7 @@
 // Highway asks for this order.
 #include <hwy/highway.h>
 
-#include "kernels/Planes-inl.h"
+#include "kernels/Quick-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kernels {
@@ -62,49 +62,22 @@ HWY_INLINE void BlendLanes(const T* row1, const T* row2, T* out, const BlendMaps
     StoreTruncatedLanes(d, hn::Min(hn::IfThenElseZero(isFinite, atLeast0), hn::Set(d, maxSample<T>)), out);
 }
 
-#if HWY_TARGET != HWY_SCALAR // whose single lanes cannot be joined
-
-/// What QuickBlend gives for a vector of D, within the range of samples: the lowest bits hold the results.
+/// What QuickBlend gives for a vector of D.
 template <SampleBlend Blend, class D, class T>
 HWY_INLINE hn::Vec<D> QuickLanes(D d, const T* row1, const T* row2, const QuickBlend<T>& quick,
                                  std::size_t band) {
     using Real = hn::TFromD<D>;
     const auto of = [&](const std::vector<Real>& bands)
                         HWY_ATTR { return hn::LoadU(d, bands.data() + band); };
-    const auto least = hn::Set(d, fixedUnit<Real>);
-    const auto most = hn::Set(d, fixedUnit<Real> + static_cast<Real>(maxSample<T> + 0.5) * fixedOne);
-    const auto limit = [&](hn::Vec<D> x) HWY_ATTR { return hn::Min(hn::Max(x, least), most); };
     const auto a = LoadReal(d, row1);
     const auto b = LoadReal(d, row2);
     if constexpr (Blend != SampleBlend::Product && Blend != SampleBlend::Quotient)
-        return limit(hn::MulAdd(a, of(quick.gain1), hn::MulAdd(b, of(quick.gain2), of(quick.offset))));
+        return hn::MulAdd(a, of(quick.gain1), hn::MulAdd(b, of(quick.gain2), of(quick.offset)));
     const auto x = hn::MulAdd(a, of(quick.gain1), of(quick.offset1));
     const auto y = hn::MulAdd(b, of(quick.gain2), of(quick.offset2));
-    if constexpr (Blend == SampleBlend::Product) return limit(hn::MulAdd(x, y, of(quick.offset)));
-    return hn::IfThenElse(hn::Eq(y, hn::Zero(d)), least, limit(hn::Add(hn::Div(x, y), of(quick.offset))));
-}
-
-using WholeNumbers = hn::ScalableTag<std::int32_t>;
-
-/// Results of QuickBlend, in steps of 1 / fixedOne.
-template <SampleBlend Blend>
-HWY_INLINE hn::Vec<WholeNumbers> QuickResults(const unsigned char* row1, const unsigned char* row2,
-                                              const QuickBlend<unsigned char>& quick, std::size_t band) {
-    const hn::ScalableTag<float> d;
-    const WholeNumbers dWhole;
-    const auto unit = hn::BitCast(dWhole, hn::Set(d, fixedUnit<float>));
-    return hn::Sub(hn::BitCast(dWhole, QuickLanes<Blend>(d, row1, row2, quick, band)), unit);
-}
-
-template <SampleBlend Blend>
-HWY_INLINE hn::Vec<WholeNumbers> QuickResults(const unsigned short* row1, const unsigned short* row2,
-                                              const QuickBlend<unsigned short>& quick, std::size_t band) {
-    const Reals d;
-    const WholeNumbers dWhole;
-    const std::size_t half = hn::Lanes(d);
-    const auto first = QuickLanes<Blend>(d, row1, row2, quick, band);
-    const auto second = QuickLanes<Blend>(d, row1 + half, row2 + half, quick, band + half);
-    return hn::ConcatEven(dWhole, hn::BitCast(dWhole, second), hn::BitCast(dWhole, first));
+    if constexpr (Blend == SampleBlend::Product) return hn::MulAdd(x, y, of(quick.offset));
+    const auto quotient = hn::Add(hn::Div(x, y), of(quick.offset));
+    return hn::IfThenElse(hn::Eq(y, hn::Zero(d)), hn::Set(d, fixedUnit<Real>), quotient);
 }
 
 /// Blends samples in whole vectors and returns how many; for those that it leaves it would take longer than
@@ -113,17 +86,18 @@ template <SampleBlend Blend, class T>
 HWY_ATTR std::size_t QuickBlendRow(const T* row1, const T* row2, T* out, std::size_t samples,
                                    std::uint32_t bands, const BlendMaps<T>& maps) {
     const WholeNumbers d;
-    const hn::Rebind<T, WholeNumbers> narrow;
+    const hn::ScalableTag<RealOf<T>> dReal;
     const std::size_t lanes = hn::Lanes(d);
-    const auto fractionBits = hn::Set(d, fixedOne - 1);
-    const auto mostCertain = hn::Set(d, MostCertainFraction(maps.quick.error));
     std::size_t band = 0;
     std::size_t doubtful = 0; // vectors with results in doubt
     std::size_t i = 0;
     for (; i + lanes <= samples && doubtful <= 32 + i / lanes / 2; i += lanes) {
-        const auto results = QuickResults<Blend>(row1 + i, row2 + i, maps.quick, band);
-        hn::StoreU(hn::DemoteTo(narrow, hn::ShiftRight<fixedBits>(results)), narrow, out + i);
-        if (HWY_UNLIKELY(!hn::AllFalse(d, hn::Gt(hn::And(results, fractionBits), mostCertain)))) {
+        const auto results = FixedResults<T>([&](std::size_t first) HWY_ATTR {
+            return QuickLanes<Blend>(dReal, row1 + i + first, row2 + i + first, maps.quick, band + first);
+        });
+        auto fractions = hn::Zero(d);
+        StoreResults(results, out + i, fractions);
+        if (HWY_UNLIKELY(!hn::AllFalse(d, InDoubt(fractions, maps.quick.error)))) {
             ++doubtful;
             for (std::size_t j = 0; j < lanes; j += hn::Lanes(Reals()))
                 BlendLanes<Blend>(row1 + i + j, row2 + i + j, out + i + j, maps, band + j);
@@ -134,8 +108,6 @@ HWY_ATTR std::size_t QuickBlendRow(const T* row1, const T* row2, T* out, std::si
     return i;
 }
 
-#endif
-
 template <SampleBlend Blend, class T>
 HWY_ATTR void BlendRow(const T* row1, const T* row2, T* out, std::size_t pixels, std::uint32_t bands,
                        const BlendMaps<T>& maps) {
@@ -144,9 +116,7 @@ HWY_ATTR void BlendRow(const T* row1, const T* row2, T* out, std::size_t pixels,
     const std::size_t samples = pixels * bands;
     const std::size_t lanes = hn::Lanes(Reals());
     std::size_t i = 0;
-#if HWY_TARGET != HWY_SCALAR
     if (maps.quick.isPossible) i = QuickBlendRow<Blend>(row1, row2, out, samples, bands, maps);
-#endif
     std::size_t band = i % bands;
     for (; i + lanes <= samples; i += lanes) {
         BlendLanes<Blend>(row1 + i, row2 + i, out + i, maps, band);

@@ -17,41 +17,48 @@ HWY_BEFORE_NAMESPACE();
 namespace kernels {
 namespace HWY_NAMESPACE {
 
-// The quick way is for 8-bit samples and weights that are 0 or of an ordinary size and not negative. Then
-// nothing cancels, and in float a result errs by at most a relative 2^-24 for each of: the weights, the
-// products, a sum a band, the quotient and the product. Twice as much is allowed for.
+// The quick way is for weights that are 0 or of an ordinary size and not negative. Then nothing cancels, and
+// a result errs by at most a relative 2^-24 in float, 2^-53 in double, for each of: the weights, the
+// products, a sum a band, the quotient and the product. Twice as much is allowed for; in double that is next
+// to nothing.
 constexpr double leastWeight = 1.0 / (1 << 20);
 constexpr double mostWeight = 1024.0;
 
 template <class T>
 struct BroveyWay {
+    using Real = RealOf<T>;
+
     explicit BroveyWay(const BandWeights& bandWeights)
-        : bands(bandWeights), fixed(static_cast<int>(bandWeights.msBands) + 4) {
-        hasQuick = sizeof(T) == 1;
+        : bands(bandWeights), error(sizeof(T) == 1 ? static_cast<int>(bandWeights.msBands) + 4 : 1) {
+        hasQuick = true;
         for (std::uint32_t band = 0; band < bands.msBands; ++band) {
             const double weight = bands.weights[band];
             hasQuick = hasQuick && (weight == 0.0 || (weight >= leastWeight && weight <= mostWeight));
         }
         for (std::uint32_t band = 0; hasQuick && band < bands.msBands; ++band)
-            floatWeights[band] = static_cast<float>(bands.weights[band]) / (1 << FixedResults::bits);
-        hasWords = hasQuick || sizeof(T) == 2;
+            weights[band] = static_cast<Real>(bands.weights[band]) / fixedOne;
+        hasWords = hasQuick;
     }
 
     HWY_ATTR bool Quick(T* planes, const T* HWY_RESTRICT pan, Doubts& doubts) const {
-        const hn::ScalableTag<float> d;
-        const hn::Rebind<std::int32_t, decltype(d)> d32;
-        const hn::Rebind<T, decltype(d)> narrow;
-        for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
-            const auto s = WeightedSum(d, planes + i, floatWeights, bands.msBands);
-            const auto ratio = Ratio(d, LoadReal(d, pan + i), s);
+        const hn::ScalableTag<Real> d;
+        const WholeNumbers d32;
+        const auto offset = hn::Set(d, FixedOffset<Real>(error));
+        for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d32)) {
+            const auto ratioFrom = [&](std::size_t p) HWY_ATTR {
+                return Ratio(d, LoadReal(d, pan + p), QuickSum(d, planes + p, weights, bands.msBands));
+            };
+            const auto ratio = ratioFrom(i);
+            const auto secondRatio = sizeof(T) == 1 ? ratio : ratioFrom(i + hn::Lanes(d));
             auto fractions = hn::Zero(d32);
             for (std::uint32_t c = 0; c < bands.outputBands; ++c) {
                 T* samples = planes + c * blockPixels + i;
-                const auto result = fixed.Product(d, LoadReal(d, samples), ratio);
-                fractions = FixedResults::GreaterFraction(d32, fractions, result);
-                hn::StoreU(hn::DemoteTo(narrow, FixedResults::Whole(d32, result)), narrow, samples);
+                const auto results = FixedResults<T>([&](std::size_t first) HWY_ATTR {
+                    return hn::MulAdd(LoadReal(d, samples + first), first == 0 ? ratio : secondRatio, offset);
+                });
+                StoreResults(results, samples, fractions);
             }
-            AddDoubts(d, fixed.InDoubt(d32, fractions), i, doubts);
+            AddDoubts(d32, InDoubt(fractions, error), i, doubts);
         }
         return doubts.count <= mostDoubts;
     }
@@ -65,40 +72,23 @@ struct BroveyWay {
     template <class D, class S, class V, std::uint32_t Bands>
     HWY_INLINE void Words(D d, SomeWords<S, Bands>& of, const SomeBands<V, Bands>& ms, V pan,
                           std::size_t firstPixel, Doubts& doubts) const {
-        const WordsOf<D> dWord;
-        const hn::Repartition<T, D> dSample;
-        if constexpr (sizeof(T) == 1) {
-            const hn::Rebind<std::int32_t, D> d32;
-            const auto ratio = Ratio(d, pan, SumOfBands(d, ms, floatWeights));
-            auto fractions = hn::Zero(d32);
-            const auto result = [&](std::uint32_t band) HWY_ATTR {
-                const auto sum = fixed.Sum(d, ms.bands[std::min(band, Bands - 1)], ratio);
-                fractions = FixedResults::GreaterFractionOfSums(d32, fractions, sum);
-                return hn::BitCast(dWord, sum);
-            };
-            for (std::uint32_t w = 0, c = 0; c < Bands; ++w, c += wordBands)
-                of.words[w] = hn::BitCast(
-                    dSample, JoinFixed(dWord, result(c), result(c + 1), result(c + 2), result(c + 3)));
-            AddDoubts(d, fixed.SumsInDoubt(d32, fractions), firstPixel, doubts);
-        } else {
-            const auto ratio = Ratio(d, pan, SumOfBands(d, ms, bands.weights));
-            for (std::uint32_t w = 0; w * wordBands < Bands; ++w) {
-                auto words = hn::Zero(dWord);
-                for (std::uint32_t c = wordBands; c-- > 0;) {
-                    const auto product = hn::Mul(ms.bands[w * wordBands + c], ratio);
-                    words = hn::Or(hn::ShiftLeft<sizeof(T) * 8>(words),
-                                   ToWords(d, hn::Floor(Clamp<T>(d, product))));
-                }
-                of.words[w] = hn::BitCast(dSample, words);
-            }
-        }
+        const WholeNumbers d32;
+        const auto ratio = Ratio(d, pan, QuickSumOfBands(d, ms, weights, hn::Zero(d)));
+        auto fractions = hn::Zero(d32);
+        const auto sum = [&](std::uint32_t band) HWY_ATTR {
+            return hn::MulAdd(ms.bands[std::min(band, Bands - 1)], ratio,
+                              hn::Set(d, FixedOffset<Real>(error)));
+        };
+        for (std::uint32_t w = 0, c = 0; c < Bands; ++w, c += wordBands)
+            of.words[w] = JoinFixed(d, sum(c), sum(c + 1), sum(c + 2), sum(c + 3), fractions);
+        AddDoubtsOfSums(d, fractions, error, firstPixel, doubts);
     }
 #endif
 
     HWY_ATTR void Exact(T* planes, const T* HWY_RESTRICT pan, std::size_t pixels) const {
         const hn::ScalableTag<double> d;
         for (std::size_t i = 0; i < pixels; i += hn::Lanes(d)) {
-            const auto s = WeightedSum(d, planes + i, bands.weights, bands.msBands);
+            const auto s = WeightedSum(planes + i, bands.weights, bands.msBands);
             const auto ratio = Ratio(d, LoadReal(d, pan + i), s);
             for (std::uint32_t c = 0; c < bands.outputBands; ++c) {
                 T* samples = planes + c * blockPixels + i;
@@ -110,8 +100,8 @@ struct BroveyWay {
     const BandWeights& bands;
     bool hasQuick = false;
     bool hasWords = false;
-    const FixedResults fixed;
-    float floatWeights[mostBands] = {};
+    const int error;              ///< of quick results, in steps of 1 / fixedOne
+    Real weights[mostBands] = {}; ///< by which a ratio has fixedBits more
 };
 
 template <class T>

@@ -4,6 +4,7 @@
 #include "kernels/Store.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 #undef HWY_TARGET_INCLUDE
@@ -71,102 +72,134 @@ HWY_INLINE Triple<V> ReplaceValue(D d, const Triple<V>& in, V value) {
 
 // A new value V keeps the proportions of the three bands: the result is V * max * band / largest but for
 // rounding. Where a band is the largest it is V * max rounded, since then its hue lies on the end of a sector
-// exactly. The others err, with 8 bits in float, by at most 256 * 3 * 2^-24 (value, quotient, product), which
-// is 3 / 2 in units of 2^-15; with 16 bits in double, the definition's hue and a value of up to 2 included,
-// by less than 65536 * 2 * 6 * 4 * 2^-53 < 2^-31. Twice as much is allowed for.
+// exactly. In steps of 1 / fixedOne, of V * max, which is pan but for infrared, the others err in float by at
+// most 1 for quotient and product and 2 for V * max: its coefficient, product and sum. In double, with 16
+// bits, that is next to nothing, and so is what the definition's hue errs by. The largest errs by 2 in float;
+// in double the last sum alone adds half a step.
+//
+// The fourth band, a sum of three numbers of at most 255, errs in float by half a step for each of its two
+// coefficients and products, as much for the second sum and one step for the last, in double by one for both
+// sums.
 template <class T>
 struct IhsWay {
     using Real = RealOf<T>;
-    static constexpr double nearWhole = 1.0 / (1 << 30); ///< with 16 bits
-    static constexpr double mostWeight = 1.0;            ///< of infrared; keeps the value at most 2
+    static constexpr int error = sizeof(T) == 1 ? 6 : 2;
+    static constexpr double mostWeight = 1.0; ///< of infrared; keeps the value at most 2
 
     explicit IhsWay(const BandWeights& bandWeights)
-        : bands(bandWeights), hasInfrared(bands.msBands > 3),
-          infraredWeight(hasInfrared ? bands.weights[3] / maxSample<T> : 0.0),
-          hasQuick(!hasInfrared || std::fabs(bands.weights[3]) <= mostWeight) {}
-
-    /// V * max of a block, as it is and as it is stored.
-    HWY_ATTR void FindValues(const T* planes, const T* HWY_RESTRICT pan, Real* HWY_RESTRICT values,
-                             T* HWY_RESTRICT stored) const {
-        const hn::ScalableTag<double> d;
-        const hn::Rebind<Real, decltype(d)> dReal;
-        for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
-            auto value = hn::Mul(LoadReal(d, pan + i), hn::Set(d, 1.0 / maxSample<T>));
-            if (hasInfrared)
-                value = hn::Sub(
-                    value, hn::Mul(LoadReal(d, planes + 3 * blockPixels + i), hn::Set(d, infraredWeight)));
-            value = hn::IfThenElseZero(hn::Gt(value, hn::Zero(d)), value);
-            const auto x = hn::Mul(value, hn::Set(d, maxSample<T>));
-            StoreTruncatedLanes(d, Clamp<T>(d, x), stored + i);
-            if constexpr (sizeof(T) == 1)
-                hn::Store(hn::DemoteTo(dReal, x), dReal, values + i);
-            else
-                hn::Store(x, d, values + i);
-        }
+        : bands(bandWeights), infraredWeight(bands.msBands > 3 ? bands.weights[3] / maxSample<T> : 0.0),
+          hasQuick(bands.msBands <= 3 || std::fabs(bands.weights[3]) <= mostWeight) {
+        if (!hasQuick) return;
+        infraredOfValue = static_cast<Real>(infraredWeight * maxSample<T> * fixedOne);
+        infraredOfFourth = static_cast<Real>(infraredWeight * fixedOne);
     }
 
     HWY_ATTR bool Quick(T* planes, const T* HWY_RESTRICT pan, Doubts& doubts) const {
-        HWY_ALIGN Real values[blockPixels];
-        HWY_ALIGN T stored[blockPixels];
-        FindValues(planes, pan, values, stored);
-        if (!QuickBands(planes, values, stored, doubts)) return false;
-        if (bands.outputBands > 3) AddFourth(planes, pan, blockPixels);
+        const bool isInfrared = infraredWeight != 0.0;
+        if (isInfrared)
+            QuickBands<true>(planes, pan, doubts);
+        else
+            QuickBands<false>(planes, pan, doubts);
+        if (doubts.count > mostDoubts) return false;
+        if (bands.outputBands <= 3) return true;
+        if (isInfrared) return QuickFourth(planes, pan, doubts);
+        AddFourth(planes, pan, blockPixels); // a third of all sums would be whole, and in doubt
         return true;
     }
 
-    HWY_ATTR bool QuickBands(T* planes, const Real* HWY_RESTRICT values, const T* HWY_RESTRICT stored,
-                             Doubts& doubts) const {
+    /// V * max as it is stored, in steps, of some pixels without infrared.
+    HWY_INLINE static auto StoredPan(const T* pan) {
+        const WholeNumbers d32;
+        if constexpr (sizeof(T) == 1) {
+            static constexpr auto stored = [] {
+                std::array<unsigned char, 256> all = {};
+                for (int p = 0; p < 256; ++p)
+                    all[static_cast<std::size_t>(p)] = static_cast<unsigned char>(p * (1.0 / 255) * 255);
+                return all;
+            }();
+            HWY_ALIGN unsigned char samples[HWY_MAX_BYTES / 4];
+            for (std::size_t i = 0; i < hn::Lanes(d32); ++i)
+                samples[i] = stored[pan[i]];
+            const hn::Rebind<T, WholeNumbers> narrow;
+            return hn::ShiftLeft<fixedBits>(hn::PromoteTo(d32, hn::LoadU(narrow, samples)));
+        } else {
+            const hn::ScalableTag<double> d;
+            return FixedResults<T>([&](std::size_t first) HWY_ATTR {
+                const auto value = hn::Mul(LoadReal(d, pan + first), hn::Set(d, 1.0 / maxSample<T>));
+                const auto whole = hn::Floor(hn::Mul(value, hn::Set(d, maxSample<T>)));
+                return hn::MulAdd(whole, hn::Set(d, fixedOne), hn::Set(d, fixedUnit<double>));
+            });
+        }
+    }
+
+    template <bool IsInfrared>
+    HWY_ATTR void QuickBands(T* planes, const T* HWY_RESTRICT pan, Doubts& doubts) const {
         const hn::ScalableTag<Real> d;
-        for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
-            const auto load = [&](std::uint32_t band)
-                                  HWY_ATTR { return LoadReal(d, planes + band * blockPixels + i); };
-            const auto largest = hn::Max(load(0), hn::Max(load(1), load(2)));
-            const auto ratio = hn::Div(hn::Load(d, values + i), hn::Max(largest, hn::Set(d, Real(1))));
-            if constexpr (sizeof(T) == 1)
-                FixedBands(d, planes + i, largest, ratio, stored + i, i, doubts);
-            else
-                RealBands(d, planes + i, largest, ratio, stored + i, i, doubts);
+        const WholeNumbers d32;
+        const hn::Rebind<T, WholeNumbers> narrow;
+        const auto one = hn::Set(d, static_cast<Real>(fixedOne));
+        const auto offset = hn::Set(d, FixedOffset<Real>(error));
+        for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d32)) {
+            const auto whole = [&](std::uint32_t band) HWY_ATTR {
+                return hn::PromoteTo(d32, hn::LoadU(narrow, planes + band * blockPixels + i));
+            };
+            const auto valueFrom = [&](std::size_t first, hn::Vec<decltype(d)> from) HWY_ATTR {
+                const auto ofPan = hn::MulAdd(LoadReal(d, pan + i + first), one, from);
+                if constexpr (!IsInfrared) return ofPan;
+                const auto samples = LoadReal(d, planes + 3 * blockPixels + i + first);
+                return hn::NegMulAdd(samples, hn::Set(d, infraredOfValue), ofPan);
+            };
+            const auto largest = hn::Max(whole(0), hn::Max(whole(1), whole(2)));
+            const auto ratioFrom = [&](std::size_t first) HWY_ATTR {
+                const auto value = hn::Max(valueFrom(first, hn::Zero(d)), hn::Zero(d));
+                return hn::Div(value, hn::Max(ToReal<T>(largest, first), hn::Set(d, Real(1))));
+            };
+            const auto ratio = ratioFrom(0);
+            const auto secondRatio = sizeof(T) == 1 ? ratio : ratioFrom(hn::Lanes(d));
+            const auto ofLargest = [&]() HWY_ATTR {
+                if constexpr (!IsInfrared) return StoredPan(pan + i);
+                return FixedResults<T>([&](std::size_t first) HWY_ATTR { return valueFrom(first, offset); });
+            }();
+            auto fractions = hn::Zero(d32);
+            for (std::uint32_t c = 0; c < 3; ++c) {
+                T* samples = planes + c * blockPixels + i;
+                const auto isLargest = hn::Eq(whole(c), largest);
+                const auto results = FixedResults<T>([&](std::size_t first) HWY_ATTR {
+                    return hn::MulAdd(LoadReal(d, samples + first), first == 0 ? ratio : secondRatio, offset);
+                });
+                StoreResults(hn::IfThenElse(isLargest, ofLargest, results), samples, fractions);
+            }
+            AddDoubts(d32, InDoubt(fractions, error), i, doubts);
         }
-        return doubts.count <= mostDoubts;
     }
 
-    template <class D>
-    HWY_INLINE void FixedBands(D d, T* planes, hn::Vec<D> largest, hn::Vec<D> ratio, const T* stored,
-                               std::size_t firstPixel, Doubts& doubts) const {
-        const hn::Rebind<std::int32_t, D> d32;
-        const hn::Rebind<T, D> narrow;
-        const auto scaled = hn::Mul(ratio, hn::Set(d, static_cast<float>(1 << FixedResults::bits)));
-        const auto whole = hn::PromoteTo(d32, hn::LoadU(narrow, stored));
-        auto fractions = hn::Zero(d32);
-        for (std::uint32_t c = 0; c < 3; ++c) {
-            T* samples = planes + c * blockPixels;
-            const auto sample = LoadReal(d, samples);
-            const auto isLargest = hn::RebindMask(d32, hn::Eq(sample, largest));
-            const auto result = fixed.Product(d, sample, scaled);
-            fractions = FixedResults::GreaterFraction(d32, fractions, hn::IfThenZeroElse(isLargest, result));
-            const auto chosen = hn::IfThenElse(isLargest, whole, FixedResults::Whole(d32, result));
-            hn::StoreU(hn::DemoteTo(narrow, chosen), narrow, samples);
+    /// As AddFourth.
+    HWY_ATTR bool QuickFourth(T* planes, const T* HWY_RESTRICT pan, Doubts& doubts) const {
+        const hn::ScalableTag<Real> d;
+        const WholeNumbers d32;
+        const hn::Rebind<T, WholeNumbers> narrow;
+        Doubts ofFourth;
+        for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d32)) {
+            const auto whole = [&](std::uint32_t band) HWY_ATTR {
+                return hn::PromoteTo(d32, hn::LoadU(narrow, planes + band * blockPixels + i));
+            };
+            const auto sum = hn::Add(hn::Add(whole(0), whole(1)), whole(2));
+            T* fourth = planes + 3 * blockPixels + i;
+            const auto results = FixedResults<T>([&](std::size_t first) HWY_ATTR {
+                const auto offset = hn::Set(d, FixedOffset<Real>(error));
+                const auto ofPan =
+                    hn::MulAdd(LoadReal(d, pan + i + first), hn::Set(d, Real(fixedOne)), offset);
+                const auto less = hn::MulAdd(ToReal<T>(sum, first), hn::Set(d, Real(fixedOne / -3.0)), ofPan);
+                return hn::MulAdd(LoadReal(d, fourth + first), hn::Set(d, infraredOfFourth), less);
+            });
+            auto fractions = hn::Zero(d32);
+            StoreResults(results, fourth, fractions);
+            AddDoubts(d32, InDoubt(fractions, error), i, ofFourth);
         }
-        AddDoubts(d, fixed.InDoubt(d32, fractions), firstPixel, doubts);
-    }
-
-    template <class D>
-    HWY_INLINE void RealBands(D d, T* planes, hn::Vec<D> largest, hn::Vec<D> ratio, const T* stored,
-                              std::size_t firstPixel, Doubts& doubts) const {
-        const auto whole = LoadReal(d, stored);
-        auto doubt = hn::Lt(ratio, ratio);
-        for (std::uint32_t c = 0; c < 3; ++c) {
-            T* samples = planes + c * blockPixels;
-            const auto sample = LoadReal(d, samples);
-            const auto isLargest = hn::Eq(sample, largest);
-            // Beyond these limits the sample is 0 or the largest possible whatever the error.
-            const auto x =
-                hn::Min(hn::Max(hn::Mul(sample, ratio), hn::Set(d, 0.5)), hn::Set(d, maxSample<T> + 0.5));
-            const auto isNear = hn::Lt(hn::Abs(hn::Sub(x, hn::Round(x))), hn::Set(d, nearWhole));
-            doubt = hn::Or(doubt, hn::AndNot(isLargest, isNear));
-            StoreTruncatedLanes(d, hn::IfThenElse(isLargest, whole, x), samples);
-        }
-        AddDoubts(d, doubt, firstPixel, doubts);
+        if (ofFourth.count > mostDoubts) return false;
+        std::copy_n(ofFourth.pixels, ofFourth.count, doubts.pixels + doubts.count);
+        doubts.count += ofFourth.count;
+        return true;
     }
 
     /// The fourth band from the three new ones.
@@ -186,10 +219,10 @@ struct IhsWay {
     HWY_ATTR void Exact(T* planes, const T* HWY_RESTRICT pan, std::size_t pixels) const;
 
     const BandWeights& bands;
-    bool hasInfrared;
     double infraredWeight;
     bool hasQuick;
-    const FixedResults fixed{3}; ///< with 8 bits
+    Real infraredOfValue = 0;  ///< its weight in V * max, in steps
+    Real infraredOfFourth = 0; ///< and in the fourth band
 };
 
 /// By the operations of the definition; planes from the fifth on stay as they are.
@@ -205,7 +238,7 @@ HWY_ATTR void IhsWay<T>::Exact(T* planes, const T* HWY_RESTRICT pan, std::size_t
         const auto load = [&](std::uint32_t band) HWY_ATTR { return LoadReal(d, plane(band)); };
         const V panSample = LoadReal(d, pan + i);
         V infrared = hn::Zero(d);
-        if (hasInfrared) infrared = hn::Mul(load(3), weight);
+        if (bands.msBands > 3) infrared = hn::Mul(load(3), weight);
         V value = hn::Sub(hn::Mul(panSample, unit), infrared);
         value = hn::IfThenElseZero(hn::Gt(value, hn::Zero(d)), value);
         const Triple<V> rgb = ReplaceValue(

@@ -39,6 +39,10 @@ constexpr double mostExact = 4096.0;
 constexpr float aboveHalf = 1.0F / 4096;
 constexpr double mostFloatError = 1.0 / 64;
 
+/// Being added to a whole number leaves it as the lowest bits.
+template <class Real>
+constexpr Real lowestBits = fixedUnit<Real> + fixedUnit<Real> / 2;
+
 /// What the weights allow; made once a row.
 template <class T>
 struct KovaWay {
@@ -82,7 +86,7 @@ struct KovaWay {
     HWY_INLINE hn::Vec<hn::Rebind<std::int32_t, D>>
     WholeShifts(D d, hn::Vec<D> difference, std::size_t firstPixel, Doubts& doubts) const {
         const hn::Rebind<std::int32_t, D> d32;
-        const auto unit = hn::Set(d, 1.5F * (1 << 23)); // the sum is whole, and its lowest bits are the shift
+        const auto unit = hn::Set(d, lowestBits<float>); // makes the sum whole
         const auto sum = hn::Add(difference, unit);
         const auto fromShift = hn::Abs(hn::Sub(difference, hn::Sub(sum, unit)));
         AddDoubts(d, hn::Gt(fromShift, hn::Set(d, farthest)), firstPixel, doubts);
@@ -98,7 +102,7 @@ struct KovaWay {
                 words = hn::SaturatedSub(hn::SaturatedAdd(words, up), down);
         };
         if constexpr (sizeof(T) == 1) {
-            const auto sum = SumOfBands(d, ms, floatWeights, hn::Set(d, -above));
+            const auto sum = QuickSumOfBands(d, ms, floatWeights, hn::Set(d, -above));
             const auto shift = WholeShifts(d, hn::Sub(pan, sum), firstPixel, doubts);
             const auto [up, down] = RepeatLimited(hn::Rebind<std::int32_t, D>(), shift);
             add(up, down);
@@ -115,19 +119,26 @@ struct KovaWay {
 
     /// Shifts of a block, upward and downward; one of the two is 0.
     template <class Real>
-    HWY_ATTR void BlockShifts(const T* planes, const T* pan, const Real* weights, T* up, T* down,
-                              Doubts& doubts) const {
+    HWY_ATTR void BlockShifts(const T* planes, const T* pan, T* up, T* down, Doubts& doubts) const {
         const hn::ScalableTag<Real> d;
-        const hn::Rebind<T, decltype(d)> narrow;
-        for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
-            const auto difference =
-                hn::Sub(LoadReal(d, pan + i), WeightedSum(d, planes + i, weights, bands.msBands));
+        const WholeNumbers d32;
+        const hn::Rebind<T, WholeNumbers> narrow;
+        for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d32)) {
             const auto shift = [&]() HWY_ATTR {
-                if constexpr (sizeof(Real) == 4)
+                if constexpr (sizeof(Real) == 4) {
+                    const auto sum = QuickSum(d, planes + i, floatWeights, bands.msBands);
+                    const auto difference = hn::Sub(LoadReal(d, pan + i), sum);
                     return WholeShifts(d, hn::Add(difference, hn::Set(d, above)), i, doubts);
-                const auto most = hn::Set(d, static_cast<Real>(maxSample<T>));
-                const auto found = Shifts(d, difference, i, doubts);
-                return TruncateReal(d, hn::Min(hn::Max(found, hn::Neg(most)), most));
+                } else {
+                    const auto from = [&](std::size_t p) HWY_ATTR {
+                        const auto sum = WeightedSum(planes + p, bands.weights, bands.msBands);
+                        const auto most = hn::Set(d, maxSample<T>);
+                        const auto found = Shifts(d, hn::Sub(LoadReal(d, pan + p), sum), p, doubts);
+                        const auto limited = hn::Min(hn::Max(found, hn::Neg(most)), most);
+                        return hn::Add(limited, hn::Set(d, lowestBits<Real>));
+                    };
+                    return JoinLower(from(i), from(i + hn::Lanes(d)));
+                }
             }();
             hn::StoreU(hn::DemoteTo(narrow, shift), narrow, up + i); // saturated
             hn::StoreU(hn::DemoteTo(narrow, hn::Neg(shift)), narrow, down + i);
@@ -149,12 +160,12 @@ struct KovaWay {
         bool isFound = false;
         if constexpr (sizeof(T) == 1)
             if (isFloat) {
-                BlockShifts(planes, pan, floatWeights, up, down, doubts);
+                BlockShifts<float>(planes, pan, up, down, doubts);
                 isFound = doubts.count <= mostDoubts;
             }
         if (!isFound) {
             doubts.count = 0;
-            BlockShifts(planes, pan, bands.weights, up, down, doubts);
+            BlockShifts<double>(planes, pan, up, down, doubts);
             if (doubts.count > mostDoubts) return false;
         }
         ShiftPlanes(planes, up, down);
@@ -165,7 +176,7 @@ struct KovaWay {
     HWY_ATTR void Exact(T* planes, const T* HWY_RESTRICT pan, std::size_t pixels) const {
         const hn::ScalableTag<double> d;
         for (std::size_t i = 0; i < pixels; i += hn::Lanes(d)) {
-            const auto s = WeightedSum(d, planes + i, bands.weights, bands.msBands);
+            const auto s = WeightedSum(planes + i, bands.weights, bands.msBands);
             const auto difference = hn::Sub(LoadReal(d, pan + i), s);
             for (std::uint32_t c = 0; c < bands.outputBands; ++c) {
                 T* samples = planes + c * blockPixels + i;

@@ -21,81 +21,85 @@ namespace HWY_NAMESPACE {
 template <class T>
 using RealOf = std::conditional_t<sizeof(T) == 1, float, double>;
 
-/// 8-bit results of a quick way in float; see FixedPoint.h. Limits have fractions in no doubt.
-struct FixedResults {
-    static constexpr int bits = fixedBits;
-    static constexpr float unit = fixedUnit<float>;
+/// As many pixels as a vector of these has lanes are one vector of floats or, of 16-bit samples, two of
+/// doubles.
+using WholeNumbers = hn::ScalableTag<std::int32_t>;
 
-    /// Of results up to 256, an error of 2^-bits * `error` before they are made whole.
-    explicit FixedResults(int error)
-        : offset(FixedOffset<float>(error)), mostCertain(MostCertainFraction(error)) {}
-
-    /// The result a * b, b being 2^bits times as much, from bit `bits` on; bits above its 8 are not 0.
-    template <class D>
-    HWY_INLINE hn::Vec<hn::Rebind<std::int32_t, D>> Product(D d, hn::Vec<D> a, hn::Vec<D> b) const {
-        const auto most = hn::Set(d, unit + 255.5F * (1 << bits));
-        const auto sum = hn::MulAdd(a, b, hn::Set(d, offset));
-        return hn::BitCast(hn::Rebind<std::int32_t, D>(), hn::Min(hn::Max(sum, hn::Set(d, unit)), most));
+/// The real numbers from lane `first` on, 0 or that of the second vector.
+template <class T, class V>
+HWY_INLINE auto ToReal(V whole, [[maybe_unused]] std::size_t first) {
+    const hn::ScalableTag<RealOf<T>> d;
+    if constexpr (sizeof(T) == 1) {
+        return hn::ConvertTo(d, whole);
+    } else {
+#if HWY_TARGET == HWY_SCALAR // never run
+        return hn::Zero(d);
+#else
+        const hn::Half<WholeNumbers> half;
+        return hn::PromoteTo(d, first == 0 ? hn::LowerHalf(half, whole) : hn::UpperHalf(half, whole));
+#endif
     }
-
-    /// The same without limits, for JoinFixed; it is not negative.
-    template <class D>
-    HWY_INLINE hn::Vec<hn::Rebind<std::int32_t, D>> Sum(D d, hn::Vec<D> a, hn::Vec<D> b) const {
-        return hn::BitCast(hn::Rebind<std::int32_t, D>(), hn::MulAdd(a, b, hn::Set(d, offset)));
-    }
-
-    /// Of floats this bit is 0 just below the unit, where a result of 0 lies that is in no doubt.
-    static constexpr std::int32_t atLeastUnit = 1 << 24;
-
-    /// GreaterFraction and InDoubt of sums.
-    template <class D32, class V>
-    HWY_INLINE static V GreaterFractionOfSums(D32 d32, V fractions, V sums) {
-        return hn::Max(fractions, hn::And(sums, hn::Set(d32, atLeastUnit + (1 << bits) - 1)));
-    }
-    template <class D32, class V>
-    HWY_INLINE auto SumsInDoubt(D32 d32, V fractions) const {
-        return hn::RebindMask(hn::Rebind<float, D32>(),
-                              hn::Gt(fractions, hn::Set(d32, atLeastUnit + mostCertain)));
-    }
-
-    /// Results as numbers.
-    template <class D32, class V>
-    HWY_INLINE static V Whole(D32 d32, V results) {
-        const hn::Rebind<float, D32> d;
-        return hn::ShiftRight<bits>(hn::Sub(results, hn::BitCast(d32, hn::Set(d, unit))));
-    }
-
-    /// The greater of `fractions`, of a pixel's other bands, and those of results.
-    template <class D32, class V>
-    HWY_INLINE static V GreaterFraction(D32 d32, V fractions, V results) {
-        return hn::Max(fractions, hn::And(results, hn::Set(d32, (1 << bits) - 1)));
-    }
-
-    template <class D32, class V>
-    HWY_INLINE auto InDoubt(D32 d32, V fractions) const {
-        return hn::RebindMask(hn::Rebind<float, D32>(), hn::Gt(fractions, hn::Set(d32, mostCertain)));
-    }
-
-    float offset;             ///< added to every result
-    std::int32_t mostCertain; ///< fraction
-};
-
-/// The sum and one more product: in double with the roundings of the definition, in float, where results are
-/// proven, with one or two.
-template <class D>
-HWY_INLINE hn::Vec<D> AddProduct(D /*d*/, hn::Vec<D> sum, hn::Vec<D> a, hn::Vec<D> b) {
-    if constexpr (sizeof(hn::TFromD<D>) == 4)
-        return hn::MulAdd(a, b, sum);
-    else
-        return hn::Add(sum, hn::Mul(a, b));
 }
 
-/// The weighted sum of the bands of some pixels, in the order of the definition.
-template <class D, class T>
-HWY_INLINE hn::Vec<D> WeightedSum(D d, const T* planes, const hn::TFromD<D>* weights, std::uint32_t bands) {
+/// The lower halves of the real numbers of two vectors of doubles.
+HWY_INLINE auto JoinLower(hn::Vec<hn::ScalableTag<double>> first, hn::Vec<hn::ScalableTag<double>> second) {
+    const WholeNumbers d;
+#if HWY_TARGET == HWY_SCALAR // never run
+    (void)first, (void)second;
+    return hn::Zero(d);
+#else
+    return hn::ConcatEven(d, hn::BitCast(d, second), hn::BitCast(d, first));
+#endif
+}
+
+/// Results in steps of 1 / fixedOne, within the range of samples T; see FixedPoint.h. `sumOf`, called for
+/// lanes from 0 and from that of the second vector on, gives fixedOne times the results and FixedOffset.
+template <class T, class SumOf>
+HWY_INLINE auto FixedResults(const SumOf& sumOf) {
+    using Real = RealOf<T>;
+    const hn::ScalableTag<Real> d;
+    const WholeNumbers d32;
+    const auto unit = hn::Set(d, fixedUnit<Real>);
+    const auto most = hn::Set(d, fixedUnit<Real> + static_cast<Real>(maxSample<T> + 0.5) * fixedOne);
+    const auto limited = [&](std::size_t first)
+                             HWY_ATTR { return hn::Min(hn::Max(sumOf(first), unit), most); };
+    if constexpr (sizeof(T) == 1)
+        return hn::Sub(hn::BitCast(d32, limited(0)), hn::BitCast(d32, unit));
+    else
+        return JoinLower(limited(0), limited(hn::Lanes(d)));
+}
+
+/// Stores the whole parts of results; `fractions` becomes the greater of it and theirs.
+template <class T, class V>
+HWY_INLINE void StoreResults(V results, T* samples, V& fractions) {
+    const WholeNumbers d;
+    const hn::Rebind<T, WholeNumbers> narrow;
+    fractions = hn::Max(fractions, hn::And(results, hn::Set(d, fixedOne - 1)));
+    hn::StoreU(hn::DemoteTo(narrow, hn::ShiftRight<fixedBits>(results)), narrow, samples);
+}
+
+template <class V>
+HWY_INLINE auto InDoubt(V fractions, int error) {
+    return hn::Gt(fractions, hn::Set(WholeNumbers(), MostCertainFraction(error)));
+}
+
+/// The weighted sum of the bands of some pixels, with the roundings of the definition.
+template <class T>
+HWY_INLINE hn::Vec<hn::ScalableTag<double>> WeightedSum(const T* planes, const double* weights,
+                                                        std::uint32_t bands) {
+    const hn::ScalableTag<double> d;
     auto s = hn::Zero(d);
     for (std::uint32_t band = 0; band < bands; ++band)
-        s = AddProduct(d, s, LoadReal(d, planes + band * blockPixels), hn::Set(d, weights[band]));
+        s = hn::Add(s, hn::Mul(LoadReal(d, planes + band * blockPixels), hn::Set(d, weights[band])));
+    return s;
+}
+
+/// With fewer roundings where the processor has them.
+template <class D, class T>
+HWY_INLINE hn::Vec<D> QuickSum(D d, const T* planes, const hn::TFromD<D>* weights, std::uint32_t bands) {
+    auto s = hn::Zero(d);
+    for (std::uint32_t band = 0; band < bands; ++band)
+        s = hn::MulAdd(LoadReal(d, planes + band * blockPixels), hn::Set(d, weights[band]), s);
     return s;
 }
 

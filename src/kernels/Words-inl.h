@@ -79,22 +79,22 @@ struct SomeBands {
     V bands[Bands];
 };
 
-/// The weighted sum and `first`.
+/// The weighted sum in the order of the definition, with its roundings.
 template <class D, class V, std::uint32_t Bands>
-HWY_INLINE V SumOfBands(D d, const SomeBands<V, Bands>& of, const float* weights, V first) {
-    V s = first;
-    for (std::uint32_t band = 0; band < Bands; ++band)
-        s = AddProduct(d, s, of.bands[band], hn::Set(d, weights[band]));
-    return s;
-}
-
-/// The weighted sum in the order of the definition.
-template <class D, class V, std::uint32_t Bands>
-HWY_INLINE V SumOfBands(D d, const SomeBands<V, Bands>& of, const hn::TFromD<D>* weights) {
+HWY_INLINE V SumOfBands(D d, const SomeBands<V, Bands>& of, const double* weights) {
     V s =
         hn::Mul(of.bands[0], hn::Set(d, weights[0])); // from 0.0 up: adding that to it changes nothing stored
     for (std::uint32_t band = 1; band < Bands; ++band)
-        s = AddProduct(d, s, of.bands[band], hn::Set(d, weights[band]));
+        s = hn::Add(s, hn::Mul(of.bands[band], hn::Set(d, weights[band])));
+    return s;
+}
+
+/// `first` and the weighted sum, with fewer roundings where the processor has them.
+template <class D, class V, std::uint32_t Bands>
+HWY_INLINE V QuickSumOfBands(D d, const SomeBands<V, Bands>& of, const hn::TFromD<D>* weights, V first) {
+    V s = first;
+    for (std::uint32_t band = 0; band < Bands; ++band)
+        s = hn::MulAdd(of.bands[band], hn::Set(d, weights[band]), s);
     return s;
 }
 
@@ -128,18 +128,64 @@ HWY_INLINE auto RepeatLimited(D /*d*/, hn::Vec<D> whole) {
     return UpAndDown<hn::Vec<decltype(d8)>>{repeat(ofFirst), repeat(ofSecond)};
 }
 
-/// The samples of pixels from the bands' sums of FixedResults, limited to the range of samples.
-template <class D, class V = hn::Vec<D>>
-HWY_INLINE auto JoinFixed(D dWord, V a, V b, V c, V e) {
+/// Fractions of sums of floats have this bit more, but just below the unit, where a result is 0 in no doubt.
+inline constexpr std::int32_t fractionUnit = 1 << 24;
+
+template <class V32>
+HWY_INLINE void AddFractions(V32 numbers, std::int32_t unit, V32& fractions) {
+    const WholeNumbers d;
+    fractions = hn::Max(fractions, hn::And(numbers, hn::Set(d, unit + fixedOne - 1)));
+}
+
+/// The samples of pixels from the bands' sums with FixedOffset, of results that are not negative. Per 32 bits
+/// `fractions` becomes the greater of it and theirs.
+template <class D, class V32>
+HWY_INLINE auto JoinFixed(D /*d*/, hn::Vec<D> a, hn::Vec<D> b, hn::Vec<D> c, hn::Vec<D> e, V32& fractions) {
     const hn::Repartition<std::uint16_t, D> d16;
-    constexpr auto unit = std::bit_cast<std::uint32_t>(FixedResults::unit) >> FixedResults::bits;
-    const auto join = [&](V low, V high) HWY_ATTR {
-        const auto halves = hn::OddEven(hn::BitCast(d16, hn::ShiftLeft<16 - FixedResults::bits>(high)),
-                                        hn::BitCast(d16, hn::ShiftRight<FixedResults::bits>(low)));
-        const auto whole = hn::SaturatedSub(halves, hn::Set(d16, static_cast<std::uint16_t>(unit)));
-        return hn::BitCast(dWord, hn::Min(whole, hn::Set(d16, 0xFF)));
-    };
-    return hn::BitCast(hn::Repartition<std::uint8_t, D>(), hn::Or(join(a, c), hn::ShiftLeft<8>(join(b, e))));
+    const WordsOf<D> dWord;
+    const WholeNumbers d32;
+    if constexpr (sizeof(hn::TFromD<D>) == 4) {
+        constexpr auto unit = std::bit_cast<std::uint32_t>(fixedUnit<float>) >> fixedBits;
+        for (const auto& sum : {a, b, c, e})
+            AddFractions(hn::BitCast(d32, sum), fractionUnit, fractions);
+        const auto join = [&](hn::Vec<D> low, hn::Vec<D> high) HWY_ATTR {
+            const auto halves =
+                hn::OddEven(hn::BitCast(d16, hn::ShiftLeft<16 - fixedBits>(hn::BitCast(dWord, high))),
+                            hn::BitCast(d16, hn::ShiftRight<fixedBits>(hn::BitCast(dWord, low))));
+            const auto whole = hn::SaturatedSub(halves, hn::Set(d16, static_cast<std::uint16_t>(unit)));
+            return hn::BitCast(dWord, hn::Min(whole, hn::Set(d16, 0xFF)));
+        };
+        const auto words = hn::Or(join(a, c), hn::ShiftLeft<8>(join(b, e)));
+        return hn::BitCast(hn::Repartition<std::uint8_t, D>(), words);
+    } else {
+        const auto most = hn::Set(D(), fixedUnit<double> + 65535.5 * fixedOne);
+        const auto join = [&](hn::Vec<D> low, hn::Vec<D> high) HWY_ATTR {
+            const auto words = hn::ShiftLeft<32>(hn::BitCast(dWord, hn::Min(high, most)));
+            const auto both = hn::OddEven(hn::BitCast(d32, words), hn::BitCast(d32, hn::Min(low, most)));
+            const auto atLeast0 = hn::Max(both, hn::Zero(d32)); // just below the unit it is negative
+            AddFractions(atLeast0, 0, fractions);
+            return atLeast0;
+        };
+        const auto first = hn::ShiftRight<fixedBits>(join(a, c));
+        const auto second = hn::ShiftLeft<16 - fixedBits>(join(b, e));
+        return hn::OddEven(hn::BitCast(d16, second), hn::BitCast(d16, first));
+    }
+}
+
+/// Adds the pixels whose greatest fraction of JoinFixed leaves them in doubt.
+template <class D, class V32>
+HWY_INLINE void AddDoubtsOfSums(D /*d*/, V32 fractions, int error, std::size_t firstPixel, Doubts& doubts) {
+    const WholeNumbers d32;
+    if constexpr (sizeof(hn::TFromD<D>) == 4) {
+        const auto mostCertain = hn::Set(d32, fractionUnit + MostCertainFraction(error));
+        AddDoubts(d32, hn::Gt(fractions, mostCertain), firstPixel, doubts);
+    } else {
+        const auto inDoubt = hn::Gt(fractions, hn::Set(d32, MostCertainFraction(error)));
+        if (HWY_LIKELY(hn::AllFalse(d32, inDoubt))) return;
+        const hn::RebindToSigned<D> dWord;
+        const auto ofBoth = hn::BitCast(dWord, hn::VecFromMask(d32, inDoubt));
+        AddDoubts(dWord, hn::Ne(ofBoth, hn::Zero(dWord)), firstPixel, doubts);
+    }
 }
 
 // Pixels of three bytes: four of them lie in 12 of every 16 bytes.
