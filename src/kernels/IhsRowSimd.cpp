@@ -74,8 +74,7 @@ HWY_INLINE Triple<V> ReplaceValue(D d, const Triple<V>& in, V value) {
 // rounding. Where a band is the largest it is V * max rounded, since then its hue lies on the end of a sector
 // exactly. In steps of 1 / fixedOne, of V * max, which is pan but for infrared, the others err in float by at
 // most 1 for quotient and product and 2 for V * max: its coefficient, product and sum. In double, with 16
-// bits, that is next to nothing, and so is what the definition's hue errs by. The largest errs by 2 in float;
-// in double the last sum alone adds half a step.
+// bits, that is next to nothing, and so is what the definition's hue errs by.
 //
 // The fourth band, a sum of three numbers of at most 255, errs in float by half a step for each of its two
 // coefficients and products, as much for the second sum and one step for the last, in double by one for both
@@ -107,25 +106,29 @@ struct IhsWay {
         return true;
     }
 
-    /// V * max as it is stored, in steps, of some pixels without infrared.
-    HWY_INLINE static auto StoredPan(const T* pan) {
-        const WholeNumbers d32;
-        if constexpr (sizeof(T) == 1) {
+    /// V * max as it is stored, in steps, with the roundings of the definition: often it is just below or on
+    /// a whole number.
+    template <bool IsInfrared>
+    HWY_INLINE auto StoredValue(const T* pan, const T* fourth) const {
+        if constexpr (sizeof(T) == 1 && !IsInfrared) {
             static constexpr auto stored = [] {
                 std::array<unsigned char, 256> all = {};
                 for (int p = 0; p < 256; ++p)
                     all[static_cast<std::size_t>(p)] = static_cast<unsigned char>(p * (1.0 / 255) * 255);
                 return all;
             }();
+            const WholeNumbers d32;
+            const hn::Rebind<T, WholeNumbers> narrow;
             HWY_ALIGN unsigned char samples[HWY_MAX_BYTES / 4];
             for (std::size_t i = 0; i < hn::Lanes(d32); ++i)
                 samples[i] = stored[pan[i]];
-            const hn::Rebind<T, WholeNumbers> narrow;
             return hn::ShiftLeft<fixedBits>(hn::PromoteTo(d32, hn::LoadU(narrow, samples)));
         } else {
             const hn::ScalableTag<double> d;
-            return FixedResults<T>([&](std::size_t first) HWY_ATTR {
-                const auto value = hn::Mul(LoadReal(d, pan + first), hn::Set(d, 1.0 / maxSample<T>));
+            return FixedResults<T, double>([&](std::size_t first) HWY_ATTR {
+                auto value = hn::Mul(LoadReal(d, pan + first), hn::Set(d, 1.0 / maxSample<T>));
+                if constexpr (IsInfrared)
+                    value = hn::Sub(value, hn::Mul(LoadReal(d, fourth + first), hn::Set(d, infraredWeight)));
                 const auto whole = hn::Floor(hn::Mul(value, hn::Set(d, maxSample<T>)));
                 return hn::MulAdd(whole, hn::Set(d, fixedOne), hn::Set(d, fixedUnit<double>));
             });
@@ -143,23 +146,18 @@ struct IhsWay {
             const auto whole = [&](std::uint32_t band) HWY_ATTR {
                 return hn::PromoteTo(d32, hn::LoadU(narrow, planes + band * blockPixels + i));
             };
-            const auto valueFrom = [&](std::size_t first, hn::Vec<decltype(d)> from) HWY_ATTR {
-                const auto ofPan = hn::MulAdd(LoadReal(d, pan + i + first), one, from);
-                if constexpr (!IsInfrared) return ofPan;
-                const auto samples = LoadReal(d, planes + 3 * blockPixels + i + first);
-                return hn::NegMulAdd(samples, hn::Set(d, infraredOfValue), ofPan);
-            };
             const auto largest = hn::Max(whole(0), hn::Max(whole(1), whole(2)));
             const auto ratioFrom = [&](std::size_t first) HWY_ATTR {
-                const auto value = hn::Max(valueFrom(first, hn::Zero(d)), hn::Zero(d));
+                auto value = hn::Mul(LoadReal(d, pan + i + first), one);
+                if constexpr (IsInfrared) {
+                    const auto samples = LoadReal(d, planes + 3 * blockPixels + i + first);
+                    value = hn::Max(hn::NegMulAdd(samples, hn::Set(d, infraredOfValue), value), hn::Zero(d));
+                }
                 return hn::Div(value, hn::Max(ToReal<T>(largest, first), hn::Set(d, Real(1))));
             };
             const auto ratio = ratioFrom(0);
             const auto secondRatio = sizeof(T) == 1 ? ratio : ratioFrom(hn::Lanes(d));
-            const auto ofLargest = [&]() HWY_ATTR {
-                if constexpr (!IsInfrared) return StoredPan(pan + i);
-                return FixedResults<T>([&](std::size_t first) HWY_ATTR { return valueFrom(first, offset); });
-            }();
+            const auto ofLargest = StoredValue<IsInfrared>(pan + i, planes + 3 * blockPixels + i);
             auto fractions = hn::Zero(d32);
             for (std::uint32_t c = 0; c < 3; ++c) {
                 T* samples = planes + c * blockPixels + i;

@@ -54,16 +54,15 @@ HWY_INLINE auto JoinLower(hn::Vec<hn::ScalableTag<double>> first, hn::Vec<hn::Sc
 
 /// Results in steps of 1 / fixedOne, within the range of samples T; see FixedPoint.h. `sumOf`, called for
 /// lanes from 0 and from that of the second vector on, gives fixedOne times the results and FixedOffset.
-template <class T, class SumOf>
+template <class T, class Real = RealOf<T>, class SumOf = void>
 HWY_INLINE auto FixedResults(const SumOf& sumOf) {
-    using Real = RealOf<T>;
     const hn::ScalableTag<Real> d;
     const WholeNumbers d32;
     const auto unit = hn::Set(d, fixedUnit<Real>);
     const auto most = hn::Set(d, fixedUnit<Real> + static_cast<Real>(maxSample<T> + 0.5) * fixedOne);
     const auto limited = [&](std::size_t first)
                              HWY_ATTR { return hn::Min(hn::Max(sumOf(first), unit), most); };
-    if constexpr (sizeof(T) == 1)
+    if constexpr (sizeof(Real) == 4)
         return hn::Sub(hn::BitCast(d32, limited(0)), hn::BitCast(d32, unit));
     else
         return JoinLower(limited(0), limited(hn::Lanes(d)));
