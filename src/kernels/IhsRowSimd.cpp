@@ -4,7 +4,6 @@
 #include "kernels/Store.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 #undef HWY_TARGET_INCLUDE
@@ -94,45 +93,25 @@ struct IhsWay {
     }
 
     HWY_ATTR bool Quick(T* planes, const T* HWY_RESTRICT pan, Doubts& doubts) const {
-        const bool isInfrared = infraredWeight != 0.0;
-        if (isInfrared)
+        if (infraredWeight != 0.0)
             QuickBands<true>(planes, pan, doubts);
         else
             QuickBands<false>(planes, pan, doubts);
-        if (doubts.count > mostDoubts) return false;
-        if (bands.outputBands <= 3) return true;
-        if (isInfrared) return QuickFourth(planes, pan, doubts);
-        AddFourth(planes, pan, blockPixels); // a third of all sums would be whole, and in doubt
-        return true;
+        return doubts.count <= mostDoubts && (bands.outputBands <= 3 || QuickFourth(planes, pan, doubts));
     }
 
     /// V * max as it is stored, in steps, with the roundings of the definition: often it is just below or on
     /// a whole number.
     template <bool IsInfrared>
     HWY_INLINE auto StoredValue(const T* pan, const T* fourth) const {
-        if constexpr (sizeof(T) == 1 && !IsInfrared) {
-            static constexpr auto stored = [] {
-                std::array<unsigned char, 256> all = {};
-                for (int p = 0; p < 256; ++p)
-                    all[static_cast<std::size_t>(p)] = static_cast<unsigned char>(p * (1.0 / 255) * 255);
-                return all;
-            }();
-            const WholeNumbers d32;
-            const hn::Rebind<T, WholeNumbers> narrow;
-            HWY_ALIGN unsigned char samples[HWY_MAX_BYTES / 4];
-            for (std::size_t i = 0; i < hn::Lanes(d32); ++i)
-                samples[i] = stored[pan[i]];
-            return hn::ShiftLeft<fixedBits>(hn::PromoteTo(d32, hn::LoadU(narrow, samples)));
-        } else {
-            const hn::ScalableTag<double> d;
-            return FixedResults<T, double>([&](std::size_t first) HWY_ATTR {
-                auto value = hn::Mul(LoadReal(d, pan + first), hn::Set(d, 1.0 / maxSample<T>));
-                if constexpr (IsInfrared)
-                    value = hn::Sub(value, hn::Mul(LoadReal(d, fourth + first), hn::Set(d, infraredWeight)));
-                const auto whole = hn::Floor(hn::Mul(value, hn::Set(d, maxSample<T>)));
-                return hn::MulAdd(whole, hn::Set(d, fixedOne), hn::Set(d, fixedUnit<double>));
-            });
-        }
+        const hn::ScalableTag<double> d;
+        return FixedResults<T, double>([&](std::size_t first) HWY_ATTR {
+            auto value = hn::Mul(LoadReal(d, pan + first), hn::Set(d, 1.0 / maxSample<T>));
+            if constexpr (IsInfrared)
+                value = hn::Sub(value, hn::Mul(LoadReal(d, fourth + first), hn::Set(d, infraredWeight)));
+            const auto whole = hn::Floor(hn::Mul(value, hn::Set(d, maxSample<T>)));
+            return hn::MulAdd(whole, hn::Set(d, fixedOne), hn::Set(d, fixedUnit<double>));
+        });
     }
 
     template <bool IsInfrared>
@@ -171,11 +150,14 @@ struct IhsWay {
         }
     }
 
-    /// As AddFourth.
+    /// The fourth band from the three new ones.
     HWY_ATTR bool QuickFourth(T* planes, const T* HWY_RESTRICT pan, Doubts& doubts) const {
         const hn::ScalableTag<Real> d;
         const WholeNumbers d32;
         const hn::Rebind<T, WholeNumbers> narrow;
+        // Without infrared a third of the results would be whole, and in doubt; a sixth more, none is.
+        const Real more = infraredWeight != 0.0 ? Real(0) : Real(fixedOne / 6.0);
+        const auto offset = hn::Set(d, FixedOffset<Real>(error) + more);
         Doubts ofFourth;
         for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d32)) {
             const auto whole = [&](std::uint32_t band) HWY_ATTR {
@@ -184,7 +166,6 @@ struct IhsWay {
             const auto sum = hn::Add(hn::Add(whole(0), whole(1)), whole(2));
             T* fourth = planes + 3 * blockPixels + i;
             const auto results = FixedResults<T>([&](std::size_t first) HWY_ATTR {
-                const auto offset = hn::Set(d, FixedOffset<Real>(error));
                 const auto ofPan =
                     hn::MulAdd(LoadReal(d, pan + i + first), hn::Set(d, Real(fixedOne)), offset);
                 const auto less = hn::MulAdd(ToReal<T>(sum, first), hn::Set(d, Real(fixedOne / -3.0)), ofPan);
@@ -200,7 +181,7 @@ struct IhsWay {
         return true;
     }
 
-    /// The fourth band from the three new ones.
+    /// The same by the definition.
     HWY_ATTR void AddFourth(T* planes, const T* HWY_RESTRICT pan, std::size_t pixels) const {
         const hn::ScalableTag<double> d;
         for (std::size_t i = 0; i < pixels; i += hn::Lanes(d)) {

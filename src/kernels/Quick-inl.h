@@ -10,6 +10,7 @@
 #include "kernels/FusionRow.h"
 #include "kernels/Planes-inl.h"
 
+#include <bit>
 #include <cstring>
 
 /// Quick ways of fusing that prove which of their results are right, and leave the others to the definition.
@@ -118,8 +119,9 @@ HWY_INLINE void AddDoubts(D d, M doubt, std::size_t firstPixel, Doubts& doubts) 
     hn::StoreMaskBits(d, doubt, bytes);
     std::uint64_t bits = 0;
     std::memcpy(&bits, bytes, sizeof bits);
-    for (std::size_t lane = 0; lane < hn::Lanes(d); ++lane)
-        if (bits >> lane & 1) doubts.pixels[doubts.count++] = static_cast<std::uint8_t>(firstPixel + lane);
+    for (; bits != 0; bits &= bits - 1)
+        doubts.pixels[doubts.count++] =
+            static_cast<std::uint8_t>(firstPixel + static_cast<unsigned>(std::countr_zero(bits)));
 }
 
 /// Fuses the pixels of a block that are in doubt once more, by the definition, and puts them in their places.
@@ -127,10 +129,12 @@ template <class T, class Way>
 HWY_ATTR void Decide(const T* ms, const T* pan, T* out, const BandWeights& bands, const Doubts& doubts,
                      const Way& way) {
     if (doubts.count == 0) return;
-    HWY_ALIGN T planes[mostBands * blockPixels] = {};
-    HWY_ALIGN T panOfPlanes[blockPixels] = {};
-    for (std::size_t i = 0; i < doubts.count; ++i) {
-        const std::size_t p = doubts.pixels[i];
+    HWY_ALIGN T planes[mostBands * blockPixels];
+    HWY_ALIGN T panOfPlanes[blockPixels];
+    constexpr std::size_t lanes = HWY_MAX_BYTES / sizeof(double); // are read and written with the last pixel
+    const std::size_t end = std::min(blockPixels, doubts.count + lanes);
+    for (std::size_t i = 0; i < end; ++i) {
+        const std::size_t p = doubts.pixels[std::min(i, doubts.count - 1)];
         for (std::uint32_t band = 0; band < bands.msBands; ++band)
             planes[band * blockPixels + i] = ms[p * bands.msBands + band];
         panOfPlanes[i] = pan[p];
