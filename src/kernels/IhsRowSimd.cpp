@@ -70,14 +70,14 @@ HWY_INLINE Triple<V> ReplaceValue(D d, const Triple<V>& in, V value) {
 }
 
 // A new value V keeps the proportions of the three bands: the result is V * max * band / largest but for
-// rounding. Where a band is the largest it is V * max rounded, since then its hue lies on the end of a sector
-// exactly. In steps of 1 / fixedOne, of V * max, which is pan but for infrared, the others err in float by at
-// most 1 for quotient and product and 2 for V * max: its coefficient, product and sum. In double, with 16
-// bits, that is next to nothing, and so is what the definition's hue errs by.
+// rounding. The largest band is V * max rounded, and so is another that equals it, since then the hue lies on
+// the end of a sector exactly. In steps of 1 / fixedOne, of V * max, which is pan but for infrared, the
+// others err in float by at most 1 for quotient and product and 2 for V * max: its coefficient, product and
+// sum. In double, with 16 bits, that is next to nothing, and so is what the definition's hue errs by.
 //
 // The fourth band, a sum of three numbers of at most 255, errs in float by half a step for each of its two
-// coefficients and products, as much for the second sum and one step for the last, in double by one for both
-// sums.
+// coefficients and products, for its offset and the second sum and by one step for the last, in double by
+// half a step for the offset and both sums.
 template <class T>
 struct IhsWay {
     using Real = RealOf<T>;

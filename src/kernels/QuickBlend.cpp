@@ -53,8 +53,8 @@ struct Bounds {
         return (mostSample + 1 + offset) * (cancels(m2) ? Largest(m2) / least : 1) + ofDividend;
     }
 
-    /// A result's error in steps of 1 / fixedOne. The unit in the offset adds half a step to each of up to
-    /// three sums: to more than two only in sums of inputs, which err by half of the rest.
+    /// A result's error in steps of 1 / fixedOne, before the last sum makes it whole. The unit in the offset
+    /// adds half a step to each of up to three sums before that.
     static int Error(double magnitude) {
         constexpr double epsilon = std::numeric_limits<typename QuickBlend<T>::Real>::epsilon();
         return static_cast<int>(magnitude * 4 * epsilon * fixedOne) + 2;

@@ -128,7 +128,8 @@ HWY_INLINE auto RepeatLimited(D /*d*/, hn::Vec<D> whole) {
     return UpAndDown<hn::Vec<decltype(d8)>>{repeat(ofFirst), repeat(ofSecond)};
 }
 
-/// Fractions of sums of floats have this bit more, but just below the unit, where a result is 0 in no doubt.
+/// Fractions of sums of floats have this bit more, but where a result is out of range and in no doubt: just
+/// below the unit, and from four times it on.
 inline constexpr std::int32_t fractionUnit = 1 << 24;
 
 template <class V32>
