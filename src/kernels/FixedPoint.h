@@ -14,6 +14,10 @@ inline constexpr std::int32_t fixedOne = 1 << fixedBits;
 template <class Real>
 inline constexpr Real fixedUnit = std::uint64_t{1} << (std::numeric_limits<Real>::digits - 1);
 
+/// The same of whole numbers that may be negative.
+template <class Real>
+inline constexpr Real signedUnit = fixedUnit<Real> + fixedUnit<Real> / 2;
+
 /// What is added to a result that errs by 2^-fixedBits * `error` before it is made whole.
 template <class Real>
 constexpr Real FixedOffset(int error) {

@@ -29,18 +29,6 @@ using WordOf = std::conditional_t<sizeof(T) == 1, std::uint32_t, std::uint64_t>;
 template <class D>
 using WordsOf = hn::RebindToUnsigned<D>;
 
-/// Added to a whole number of [0, 2^23) or [0, 2^52), leaves its bits lowest.
-template <class Real>
-inline constexpr Real lowestUnit = sizeof(Real) == 4 ? Real(1 << 23) : Real(std::uint64_t{1} << 52);
-
-/// Whole numbers within the pixel range, as the lowest bits of words; the bits above are 0.
-template <class D>
-HWY_INLINE hn::Vec<WordsOf<D>> ToWords(D d, hn::Vec<D> whole) {
-    const WordsOf<D> dWord;
-    const auto unit = hn::Set(d, lowestUnit<hn::TFromD<D>>);
-    return hn::Xor(hn::BitCast(dWord, hn::Add(whole, unit)), hn::BitCast(dWord, unit));
-}
-
 /// The bytes of a band between the first and the last, as the lowest of words.
 template <std::uint32_t Band, class D>
 HWY_INLINE auto MiddleBand(D /*d*/, hn::Vec<WordsOf<D>> words) {
@@ -70,7 +58,7 @@ HWY_INLINE hn::Vec<D> BandOfWords(D d, hn::Vec<WordsOf<D>> words) {
     else
         band = hn::BitCast(dWord, MiddleBand<Band>(d, words));
     if constexpr (sizeof(Real) == 4) return hn::ConvertTo(d, hn::BitCast(dSigned, band));
-    const auto unit = hn::Set(d, lowestUnit<Real>);
+    const auto unit = hn::Set(d, fixedUnit<Real>);
     return hn::Sub(hn::BitCast(d, hn::Or(band, hn::BitCast(dWord, unit))), unit);
 }
 
@@ -78,16 +66,6 @@ template <class V, std::uint32_t Bands>
 struct SomeBands {
     V bands[Bands];
 };
-
-/// The weighted sum in the order of the definition, with its roundings.
-template <class D, class V, std::uint32_t Bands>
-HWY_INLINE V SumOfBands(D d, const SomeBands<V, Bands>& of, const double* weights) {
-    V s =
-        hn::Mul(of.bands[0], hn::Set(d, weights[0])); // from 0.0 up: adding that to it changes nothing stored
-    for (std::uint32_t band = 1; band < Bands; ++band)
-        s = hn::Add(s, hn::Mul(of.bands[band], hn::Set(d, weights[band])));
-    return s;
-}
 
 /// `first` and the weighted sum, with fewer roundings where the processor has them.
 template <class D, class V, std::uint32_t Bands>
@@ -98,34 +76,40 @@ HWY_INLINE V QuickSumOfBands(D d, const SomeBands<V, Bands>& of, const hn::TFrom
     return s;
 }
 
-/// The lowest sample of every word of four 16-bit samples in all places.
-template <class D>
-HWY_INLINE auto RepeatLowest(D /*d*/, hn::Vec<WordsOf<D>> words) {
-    const hn::Repartition<std::uint8_t, D> d8;
-    HWY_ALIGN static constexpr std::uint8_t places[16] = {0, 1, 0, 1, 0, 1, 0, 1, 8, 9, 8, 9, 8, 9, 8, 9};
-    const auto repeated = hn::TableLookupBytes(hn::BitCast(d8, words), hn::LoadDup128(d8, places));
-    return hn::BitCast(hn::Repartition<std::uint16_t, D>(), repeated);
-}
-
 template <class V>
 struct UpAndDown {
     V up, down;
 };
 
-/// Whole numbers of less than 2^15, and their negatives, within the range of bytes, in all places of words of
-/// four.
+/// The whole numbers that real numbers with signedUnit are, for bytes of less than 2^15, and their negatives,
+/// within the range of samples, in all places of words of four.
 template <class D>
-HWY_INLINE auto RepeatLimited(D /*d*/, hn::Vec<D> whole) {
-    const hn::Repartition<std::int16_t, D> d16;
+HWY_INLINE auto RepeatLimited(D d, hn::Vec<D> numbers) {
+    const hn::Repartition<std::int32_t, D> d32;
     const hn::Repartition<std::uint8_t, D> d8;
-    HWY_ALIGN static constexpr std::uint8_t ofFirst[16] = {0, 0, 0, 0, 2, 2, 2, 2, 4, 4, 4, 4, 6, 6, 6, 6};
-    HWY_ALIGN static constexpr std::uint8_t ofSecond[16] = {8,  8,  8,  8,  10, 10, 10, 10,
-                                                            12, 12, 12, 12, 14, 14, 14, 14};
-    const auto both = hn::ReorderDemote2To(d16, whole, hn::Neg(whole)); // in every 16 bytes four of each
-    const auto bytes = hn::BitCast(d8, hn::Min(hn::Max(both, hn::Zero(d16)), hn::Set(d16, 255)));
-    const auto repeat = [&](const std::uint8_t* places)
-                            HWY_ATTR { return hn::TableLookupBytes(bytes, hn::LoadDup128(d8, places)); };
-    return UpAndDown<hn::Vec<decltype(d8)>>{repeat(ofFirst), repeat(ofSecond)};
+    const auto repeat = [&](auto bytes, const std::uint8_t* places) HWY_ATTR {
+        return hn::TableLookupBytes(hn::BitCast(d8, bytes), hn::LoadDup128(d8, places));
+    };
+    if constexpr (sizeof(hn::TFromD<D>) == 4) {
+        const hn::Repartition<std::int16_t, D> d16;
+        HWY_ALIGN static constexpr std::uint8_t ofUp[16] = {0, 0, 0, 0, 2, 2, 2, 2, 4, 4, 4, 4, 6, 6, 6, 6};
+        HWY_ALIGN static constexpr std::uint8_t ofDown[16] = {8,  8,  8,  8,  10, 10, 10, 10,
+                                                              12, 12, 12, 12, 14, 14, 14, 14};
+        const auto unit = hn::Set(d, signedUnit<float>);
+        const auto whole = hn::Sub(hn::BitCast(d32, numbers), hn::BitCast(d32, unit));
+        const auto both = hn::ReorderDemote2To(d16, whole, hn::Neg(whole)); // in every 16 bytes four of each
+        const auto limited = hn::Min(hn::Max(both, hn::Zero(d16)), hn::Set(d16, 255));
+        return UpAndDown<hn::Vec<decltype(d8)>>{repeat(limited, ofUp), repeat(limited, ofDown)};
+    } else {
+        const hn::Repartition<std::uint16_t, D> d16;
+        HWY_ALIGN static constexpr std::uint8_t lowest[16] = {0, 1, 0, 1, 0, 1, 0, 1, 8, 9, 8, 9, 8, 9, 8, 9};
+        const auto limited = [&](auto whole) HWY_ATTR {
+            const auto within = hn::Min(hn::Max(whole, hn::Zero(d32)), hn::Set(d32, 65535));
+            return hn::BitCast(d16, repeat(within, lowest));
+        };
+        const auto whole = hn::BitCast(d32, numbers);
+        return UpAndDown<hn::Vec<decltype(d16)>>{limited(whole), limited(hn::Neg(whole))};
+    }
 }
 
 /// Fractions of sums of floats have this bit more, but where a result is out of range and in no doubt: just
