@@ -37,7 +37,6 @@ struct BroveyWay {
         }
         for (std::uint32_t band = 0; hasQuick && band < bands.msBands; ++band)
             weights[band] = static_cast<Real>(bands.weights[band]) / fixedOne;
-        hasWords = hasQuick;
     }
 
     HWY_ATTR bool Quick(T* planes, const T* HWY_RESTRICT pan, Doubts& doubts) const {
@@ -99,7 +98,6 @@ struct BroveyWay {
 
     const BandWeights& bands;
     bool hasQuick = false;
-    bool hasWords = false;
     const int error;              ///< of quick results, in steps of 1 / fixedOne
     Real weights[mostBands] = {}; ///< by which a ratio has fixedBits more
 };

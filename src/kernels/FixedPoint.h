@@ -1,5 +1,7 @@
 #pragma once
 
+#include "kernels/Store.h"
+
 #include <cstdint>
 #include <limits>
 
@@ -17,6 +19,10 @@ inline constexpr Real fixedUnit = std::uint64_t{1} << (std::numeric_limits<Real>
 /// The same of whole numbers that may be negative.
 template <class Real>
 inline constexpr Real signedUnit = fixedUnit<Real> + fixedUnit<Real> / 2;
+
+/// The largest result of samples T, whose fraction is in no doubt, with fixedUnit.
+template <class T, class Real>
+inline constexpr Real fixedMost = fixedUnit<Real> + (Real(maxSample<T>) + Real(0.5)) * fixedOne;
 
 /// What is added to a result that errs by 2^-fixedBits * `error` before it is made whole.
 template <class Real>

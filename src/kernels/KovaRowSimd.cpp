@@ -63,7 +63,7 @@ struct KovaWay {
         isExact = isExact && most < Bounds::mostExact;
         const double error =
             isExact ? 0.0 : Bounds::errorUnit * ((bands.msBands + 3) * magnitude + 1.0) + Bounds::nearHalf;
-        hasQuick = hasWords = most < Bounds::mostShift && error < Bounds::mostError;
+        hasQuick = most < Bounds::mostShift && error < Bounds::mostError;
         if (!hasQuick) return;
         farthest = static_cast<Real>(0.5 - error);
         above = static_cast<Real>(isExact ? Bounds::unit / 4 : 0.0);
@@ -149,7 +149,6 @@ struct KovaWay {
 
     const BandWeights& bands;
     bool hasQuick = false;
-    bool hasWords = false;
     Real farthest = 0; ///< from a shift without doubt
     Real above = 0;    ///< what differences are too large by
     Real weights[mostBands] = {};

@@ -60,7 +60,7 @@ HWY_INLINE auto FixedResults(const SumOf& sumOf) {
     const hn::ScalableTag<Real> d;
     const WholeNumbers d32;
     const auto unit = hn::Set(d, fixedUnit<Real>);
-    const auto most = hn::Set(d, fixedUnit<Real> + static_cast<Real>(maxSample<T> + 0.5) * fixedOne);
+    const auto most = hn::Set(d, fixedMost<T, Real>);
     const auto limited = [&](std::size_t first)
                              HWY_ATTR { return hn::Min(hn::Max(sumOf(first), unit), most); };
     if constexpr (sizeof(Real) == 4)
@@ -69,18 +69,23 @@ HWY_INLINE auto FixedResults(const SumOf& sumOf) {
         return JoinLower(limited(0), limited(hn::Lanes(d)));
 }
 
-/// Stores the whole parts of results; `fractions` becomes the greater of it and theirs.
+/// `fractions` becomes the greater of it and those of results, of which all have a bit `unit` more.
+template <class V>
+HWY_INLINE void AddFractions(V results, V& fractions, std::int32_t unit = 0) {
+    fractions = hn::Max(fractions, hn::And(results, hn::Set(WholeNumbers(), unit + fixedOne - 1)));
+}
+
+/// Stores the whole parts of results and adds their fractions.
 template <class T, class V>
 HWY_INLINE void StoreResults(V results, T* samples, V& fractions) {
-    const WholeNumbers d;
     const hn::Rebind<T, WholeNumbers> narrow;
-    fractions = hn::Max(fractions, hn::And(results, hn::Set(d, fixedOne - 1)));
+    AddFractions(results, fractions);
     hn::StoreU(hn::DemoteTo(narrow, hn::ShiftRight<fixedBits>(results)), narrow, samples);
 }
 
 template <class V>
-HWY_INLINE auto InDoubt(V fractions, int error) {
-    return hn::Gt(fractions, hn::Set(WholeNumbers(), MostCertainFraction(error)));
+HWY_INLINE auto InDoubt(V fractions, int error, std::int32_t unit = 0) {
+    return hn::Gt(fractions, hn::Set(WholeNumbers(), unit + MostCertainFraction(error)));
 }
 
 /// The weighted sum of the bands of some pixels, with the roundings of the definition.

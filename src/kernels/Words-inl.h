@@ -116,12 +116,6 @@ HWY_INLINE auto RepeatLimited(D d, hn::Vec<D> numbers) {
 /// below the unit, and from four times it on.
 inline constexpr std::int32_t fractionUnit = 1 << 24;
 
-template <class V32>
-HWY_INLINE void AddFractions(V32 numbers, std::int32_t unit, V32& fractions) {
-    const WholeNumbers d;
-    fractions = hn::Max(fractions, hn::And(numbers, hn::Set(d, unit + fixedOne - 1)));
-}
-
 /// The samples of pixels from the bands' sums with FixedOffset, of results that are not negative. Per 32 bits
 /// `fractions` becomes the greater of it and theirs.
 template <class D, class V32>
@@ -132,7 +126,7 @@ HWY_INLINE auto JoinFixed(D /*d*/, hn::Vec<D> a, hn::Vec<D> b, hn::Vec<D> c, hn:
     if constexpr (sizeof(hn::TFromD<D>) == 4) {
         constexpr auto unit = std::bit_cast<std::uint32_t>(fixedUnit<float>) >> fixedBits;
         for (const auto& sum : {a, b, c, e})
-            AddFractions(hn::BitCast(d32, sum), fractionUnit, fractions);
+            AddFractions(hn::BitCast(d32, sum), fractions, fractionUnit);
         const auto join = [&](hn::Vec<D> low, hn::Vec<D> high) HWY_ATTR {
             const auto halves =
                 hn::OddEven(hn::BitCast(d16, hn::ShiftLeft<16 - fixedBits>(hn::BitCast(dWord, high))),
@@ -143,12 +137,12 @@ HWY_INLINE auto JoinFixed(D /*d*/, hn::Vec<D> a, hn::Vec<D> b, hn::Vec<D> c, hn:
         const auto words = hn::Or(join(a, c), hn::ShiftLeft<8>(join(b, e)));
         return hn::BitCast(hn::Repartition<std::uint8_t, D>(), words);
     } else {
-        const auto most = hn::Set(D(), fixedUnit<double> + 65535.5 * fixedOne);
+        const auto most = hn::Set(D(), fixedMost<unsigned short, double>);
         const auto join = [&](hn::Vec<D> low, hn::Vec<D> high) HWY_ATTR {
             const auto words = hn::ShiftLeft<32>(hn::BitCast(dWord, hn::Min(high, most)));
             const auto both = hn::OddEven(hn::BitCast(d32, words), hn::BitCast(d32, hn::Min(low, most)));
             const auto atLeast0 = hn::Max(both, hn::Zero(d32)); // just below the unit it is negative
-            AddFractions(atLeast0, 0, fractions);
+            AddFractions(atLeast0, fractions);
             return atLeast0;
         };
         const auto first = hn::ShiftRight<fixedBits>(join(a, c));
@@ -162,10 +156,9 @@ template <class D, class V32>
 HWY_INLINE void AddDoubtsOfSums(D /*d*/, V32 fractions, int error, std::size_t firstPixel, Doubts& doubts) {
     const WholeNumbers d32;
     if constexpr (sizeof(hn::TFromD<D>) == 4) {
-        const auto mostCertain = hn::Set(d32, fractionUnit + MostCertainFraction(error));
-        AddDoubts(d32, hn::Gt(fractions, mostCertain), firstPixel, doubts);
+        AddDoubts(d32, InDoubt(fractions, error, fractionUnit), firstPixel, doubts);
     } else {
-        const auto inDoubt = hn::Gt(fractions, hn::Set(d32, MostCertainFraction(error)));
+        const auto inDoubt = InDoubt(fractions, error);
         if (HWY_LIKELY(hn::AllFalse(d32, inDoubt))) return;
         const hn::RebindToSigned<D> dWord;
         const auto ofBoth = hn::BitCast(dWord, hn::VecFromMask(d32, inDoubt));
@@ -298,14 +291,14 @@ template <class T, class Way>
 HWY_ATTR void FuseFast(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands,
                        const Way& way) {
     std::size_t done = 0;
-    if (way.hasWords && bands.msBands == 4 && bands.outputBands == 4)
+    if (way.hasQuick && bands.msBands == 4 && bands.outputBands == 4)
         done = FuseWords<4, 4>(ms, pan, out, pixels, way);
-    else if (way.hasWords && bands.msBands == 8 && bands.outputBands == 8)
+    else if (way.hasQuick && bands.msBands == 8 && bands.outputBands == 8)
         done = FuseWords<8, 8>(ms, pan, out, pixels, way);
     if constexpr (sizeof(T) == 1) { // the longer samples gain nothing
-        if (way.hasWords && bands.msBands == 4 && bands.outputBands == 3)
+        if (way.hasQuick && bands.msBands == 4 && bands.outputBands == 3)
             done = FuseWords<4, 3>(ms, pan, out, pixels, way);
-        else if (way.hasWords && bands.msBands == 3 && bands.outputBands == 3)
+        else if (way.hasQuick && bands.msBands == 3 && bands.outputBands == 3)
             done = FuseWords<3, 3>(ms, pan, out, pixels, way);
     }
     FuseBlocks(ms + done * bands.msBands, pan + done, out + done * bands.outputBands, pixels - done, bands,

@@ -172,8 +172,8 @@ void CompareEvery(const Pixels<T>& pixels, const std::vector<double>& equalWeigh
 
 // Weights that put sums on, just below and just above a half, and quotients on and beside whole numbers.
 TEST(FusionSimd, ManyResultsAreRight) {
-    const std::vector<double> weights = {0.5, 0.5 + 1e-16, 0.5 - 1e-16, 1.0,  1.0 / 3,
-                                         0.1, 0.7,         -0.3,        1e-9, -1e300};
+    const std::vector<double> weights = {0.0, 0.5, 0.5 + 1e-16, 0.5 - 1e-16, 1.0,   1.0 / 3,
+                                         0.1, 0.7, -0.3,        1e-9,        -1e300};
     CompareEvery(AllPairs(), weights);
     CompareEvery(ManyColours(), {0.0});
     for (const std::uint32_t bands : {3u, 4u, 8u}) {
