@@ -171,27 +171,18 @@ HWY_INLINE hn::Vec<D> LoadReal(D d, const T* samples) {
         return hn::PromoteTo(d, whole);
 }
 
-/// Numbers whose whole parts 32 bits hold, as those.
-template <class D>
-HWY_INLINE auto TruncateReal(D /*d*/, hn::Vec<D> x) {
-    const hn::Rebind<std::int32_t, D> d32;
-    if constexpr (sizeof(hn::TFromD<D>) == 4)
-        return hn::ConvertTo(d32, x);
-    else
-        return hn::DemoteTo(d32, x);
-}
-
 /// Within the pixel range, not truncated yet; not-a-number gives 0.
 template <class T, class D, class V = hn::Vec<D>>
 HWY_INLINE V Clamp(D d, V x) {
     return hn::Min(hn::IfThenElseZero(hn::Ge(x, hn::Zero(d)), x), hn::Set(d, maxSample<T>));
 }
 
-/// The whole parts of numbers in [0, largest sample + 1), as samples.
+/// The whole parts of doubles in [0, largest sample + 1), as samples.
 template <class D, class T>
-HWY_INLINE void StoreTruncatedLanes(D d, hn::Vec<D> x, T* samples) {
+HWY_INLINE void StoreTruncatedLanes(D /*d*/, hn::Vec<D> x, T* samples) {
+    const hn::Rebind<std::int32_t, D> d32;
     const hn::Rebind<T, D> narrow;
-    hn::StoreU(hn::DemoteTo(narrow, TruncateReal(d, x)), narrow, samples);
+    hn::StoreU(hn::DemoteTo(narrow, hn::DemoteTo(d32, x)), narrow, samples);
 }
 
 /// Calls block(pixels of row 1, of row 2, output pixels) for blocks of two rows. The rest
