@@ -18,7 +18,7 @@ constexpr double leastShareOfEdge = 0.05;
 /// files in strips have to be read whole for their first column.
 class EdgeZeros {
 public:
-    explicit EdgeZeros(const InputImage& edgeOf) : image(edgeOf) {}
+    explicit EdgeZeros(hostkit::ImageSource& edgeOf) : image(edgeOf) {}
 
     [[nodiscard]] bool Count(Status& status) {
         const auto& info = image.GetInfo();
@@ -48,7 +48,7 @@ private:
         return true;
     }
 
-    const InputImage& image;
+    hostkit::ImageSource& image;
     std::vector<unsigned char> samples;
     std::uint64_t seen = 0;
     std::uint64_t zeros = 0;

@@ -18,7 +18,7 @@ FusionSlot::FusionSlot(const Scene& images, const hostkit::PluginLibrary& plugin
     : scene(images), pan(*images.pan), workspace(images.pan->GetInfo()),
       process(plugin, settings.properties, creation), rules(outputRules),
       pixelBytes(std::size_t{rules.GetFileBands()} * (images.pan->GetInfo().bitsPerBand / 8)) {
-    for (const InputImage* image : images.GetCoarseImages())
+    for (InputImage* image : images.GetCoarseImages())
         sources.push_back(std::make_unique<Source>(*image));
 }
 
@@ -50,7 +50,8 @@ bool FusionSlot::Init(std::uint32_t mostRows, const OutputLayout& outputLayout, 
 
 namespace {
 
-bool ReadRect(const InputImage& image, GdalRaster& raster, const PixelRect& rect, Status& status) {
+bool ReadRect(const hostkit::ImageSource& image, hostkit::SourceRaster& raster, const PixelRect& rect,
+              Status& status) {
     if (raster.SetWindow(rect.col0, rect.row0, rect.col1, rect.row1) != 0) return true;
     Fail(status, HostStatus::InputNotRead,
          FormatString("%s cannot be read; is the file complete?", image.GetName().c_str()));

@@ -2,7 +2,7 @@
 
 #include "hostkit/ArrayWorkspace.h"
 #include "hostkit/PluginLibrary.h"
-#include "rasterhost/GdalRaster.h"
+#include "hostkit/SourceRaster.h"
 #include "rasterhost/OutputRow.h"
 #include "rasterhost/ProcessSettings.h"
 
@@ -42,10 +42,10 @@ private:
 
     /// An image on a grid of its own, and what was read of it.
     struct Source {
-        explicit Source(const InputImage& source) : image(source), raster(source) {}
+        explicit Source(InputImage& source) : image(source), raster(source) {}
 
-        const InputImage& image;
-        GdalRaster raster;
+        InputImage& image;
+        hostkit::SourceRaster raster;
         Validity validity;
     };
 
@@ -61,7 +61,7 @@ private:
     void FillTilesUp();
 
     const Scene& scene;
-    GdalRaster pan;
+    hostkit::SourceRaster pan;
     std::vector<std::unique_ptr<Source>> sources; ///< the scene's multispectral grids, then infrared
     hostkit::ArrayWorkspace workspace;
     KOVA::Tessara::Pixmere::Aoi request;

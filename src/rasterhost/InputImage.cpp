@@ -330,12 +330,12 @@ std::optional<int> InputImage::GetNoDataValue() const {
     return std::nullopt;
 }
 
-bool InputImage::Read(const PixelRect& rect, unsigned char* out, Status& status) const {
+bool InputImage::Read(const PixelRect& rect, unsigned char* out, Status& status) {
     return BandReader(bands, options, info.bitsPerBand).Read(rect, out, status);
 }
 
 bool InputImage::ReadValid(const PixelRect& rect, const unsigned char* samples, unsigned char* valid,
-                           Status& status) const {
+                           Status& status) {
     if (!BandReader(bands, options, info.bitsPerBand).ReadValid(rect, samples, valid, status)) return false;
     if (collar) collar->Clear(rect, valid);
     return true;

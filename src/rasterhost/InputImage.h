@@ -1,7 +1,7 @@
 #pragma once
 
+#include "hostkit/ImageSource.h"
 #include "hostkit/PixelMap.h"
-#include "hostkit/SampleBlock.h"
 #include "rasterhost/HostStatus.h"
 #include "rasterhost/Sharpen.h"
 #include "rasterhost/SourceBand.h"
@@ -21,10 +21,8 @@ namespace rasterhost {
 class GridTransform;
 
 /// Bands of one size and position, taken from one file or several.
-class InputImage {
+class InputImage final : public hostkit::ImageSource {
 public:
-    using RasterInfo = KOVA::Tessara::Pixmere::RasterInfo;
-
     /// Opens the files and checks that the bands can be served: 8 or 16 bits, all of one size, depth,
     /// position and projection, north up. Signed 16-bit samples are served as they are and have to be 0 or
     /// more. A file named without a band gives all its bands but transparency. Null with an item that names
@@ -34,11 +32,11 @@ public:
                                                           const SampleOptions& sampleOptions, Status& status);
     InputImage(const InputImage&) = delete;
     InputImage& operator=(const InputImage&) = delete;
-    ~InputImage();
+    ~InputImage() override;
 
     /// Without georeferencing, or when it is not north up: pixels of size 1 and the upper left corner at the
     /// origin.
-    [[nodiscard]] const RasterInfo& GetInfo() const { return info; }
+    [[nodiscard]] const RasterInfo& GetInfo() const override { return info; }
     /// By a geotransform or by control points.
     [[nodiscard]] bool IsGeoreferenced() const { return geoTransform || hasControlPoints; }
     /// True when columns and rows run along the map's axes, rows downward; without a position too.
@@ -47,7 +45,7 @@ public:
     [[nodiscard]] const OGRSpatialReference& GetProjection() const { return projection; } ///< may be empty
     [[nodiscard]] const std::vector<SourceBand>& GetBands() const { return bands; }
     /// The first file, and how many more there are: for messages.
-    [[nodiscard]] std::string GetName() const;
+    [[nodiscard]] std::string GetName() const override;
     /// Every file that an input consists of, as GDAL lists them.
     [[nodiscard]] std::vector<std::string> GetFiles() const;
     /// Bytes of a row of the file's blocks, which are read again and again when the cache cannot hold them.
@@ -73,24 +71,19 @@ public:
     /// not name.
     void Reorder(const std::vector<std::size_t>& order);
 
-    /// Reads a rectangle of all bands, interleaved by pixel and packed, into `out`. Not for two threads at a
-    /// time.
-    [[nodiscard]] bool Read(const hostkit::PixelRect& rect, unsigned char* out, Status& status) const;
+    [[nodiscard]] bool Read(const hostkit::PixelRect& rect, unsigned char* out, Status& status) override;
+    [[nodiscard]] bool ReadValid(const hostkit::PixelRect& rect, const unsigned char* samples,
+                                 unsigned char* valid, Status& status) override;
 
     /// Bits that the samples use: what the files declare for 16-bit samples, else all.
     [[nodiscard]] std::uint32_t GetBitDepth() const;
 
-    /// False when every pixel is known to have data.
-    [[nodiscard]] bool MayLackData() const;
+    [[nodiscard]] bool MayLackData() const override;
     /// True when the files tell by a mask, or by zeros, where there is no data.
     [[nodiscard]] bool DeclaresZerosOrMask() const;
     /// Pixels to count as no data beside what is declared.
     void SetCollar(std::unique_ptr<ZeroCollar> found) { collar = std::move(found); }
     [[nodiscard]] const ZeroCollar* GetCollar() const { return collar.get(); }
-    /// Tells which pixels of a rectangle have data in all bands: one byte a pixel, rows packed, not 0 where
-    /// they have. `samples` are those that Read gave for the same rectangle. Not for two threads at a time.
-    [[nodiscard]] bool ReadValid(const hostkit::PixelRect& rect, const unsigned char* samples,
-                                 unsigned char* valid, Status& status) const;
     /// The value that means no data in the first band that has one.
     [[nodiscard]] std::optional<int> GetNoDataValue() const;
 

@@ -143,7 +143,7 @@ bool Make(const SharpenRequest& request, const PreviewRequest& preview, Status& 
     const PixelRect& part = scene->part;
     ImageRows pan(*scene->pan, rect);
     std::vector<JoinedRows::Part> grids;
-    for (const InputImage* grid : scene->GetGrids())
+    for (InputImage* grid : scene->GetGrids())
         grids.push_back(
             {std::make_unique<UpsampledRows>(*grid, scene->pan->GetInfo(), rect, scene->resampling, true),
              scene->gridBands[grids.size()]});

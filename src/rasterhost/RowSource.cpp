@@ -23,7 +23,8 @@ void Widen(const unsigned char* bytes, std::uint32_t bits, std::size_t count, do
 
 } // namespace
 
-ImageRows::ImageRows(const InputImage& source) : ImageRows(source, hostkit::WholeImage(source.GetInfo())) {}
+ImageRows::ImageRows(hostkit::ImageSource& source)
+    : ImageRows(source, hostkit::WholeImage(source.GetInfo())) {}
 
 bool ImageRows::Read(std::uint32_t first, std::uint32_t end, SampleRows& rows, Status& status) {
     const RasterInfo& info = image.GetInfo();

@@ -35,8 +35,9 @@ public:
 /// A part of an open image, which outlives this.
 class ImageRows final : public RowSource {
 public:
-    ImageRows(const InputImage& source, const hostkit::PixelRect& partOfIt) : image(source), part(partOfIt) {}
-    explicit ImageRows(const InputImage& source);
+    ImageRows(hostkit::ImageSource& source, const hostkit::PixelRect& partOfIt)
+        : image(source), part(partOfIt) {}
+    explicit ImageRows(hostkit::ImageSource& source);
 
     [[nodiscard]] std::uint32_t GetColumns() const override { return part.GetColumns(); }
     [[nodiscard]] std::uint32_t GetRows() const override { return part.GetRows(); }
@@ -45,7 +46,7 @@ public:
                             Status& status) override;
 
 private:
-    const InputImage& image;
+    hostkit::ImageSource& image;
     hostkit::PixelRect part;
     std::vector<unsigned char> bytes;
 };
@@ -57,8 +58,8 @@ public:
     using RasterInfo = KOVA::Tessara::Pixmere::RasterInfo;
 
     /// A pixel has data when all coarse pixels that it is made of have, or, with `partly`, any.
-    UpsampledRows(const InputImage& coarseImage, const RasterInfo& fineGrid,
-                  const hostkit::PixelRect& partOfIt, hostkit::Resampling how, bool partly)
+    UpsampledRows(InputImage& coarseImage, const RasterInfo& fineGrid, const hostkit::PixelRect& partOfIt,
+                  hostkit::Resampling how, bool partly)
         : coarse(coarseImage), grid(fineGrid), part(partOfIt), resampling(how), takesSome(partly) {}
 
     [[nodiscard]] std::uint32_t GetColumns() const override { return part.GetColumns(); }
@@ -77,7 +78,7 @@ private:
     [[nodiscard]] hostkit::PixelRect FindWindow(std::uint32_t first, std::uint32_t end) const;
     bool OpenWindow(const hostkit::PixelRect& window, Opened& opened, Status& status) const;
 
-    const InputImage& coarse;
+    InputImage& coarse;
     RasterInfo grid;
     hostkit::PixelRect part;
     hostkit::Resampling resampling;

@@ -145,7 +145,7 @@ unsigned SaturatedSample(const InputImage& image, std::optional<int> bitDepth) {
     return (1u << std::min(bits, image.GetInfo().bitsPerBand)) - 1;
 }
 
-bool ReadPixels(const InputImage& image, const PixelRect& rect, std::optional<int> bitDepth, Pixels& pixels,
+bool ReadPixels(InputImage& image, const PixelRect& rect, std::optional<int> bitDepth, Pixels& pixels,
                 Status& status) {
     const std::size_t count = std::size_t{rect.GetColumns()} * rect.GetRows();
     const std::size_t bands = image.GetInfo().bandsPerPixel;
@@ -175,7 +175,7 @@ bool ReadPixels(const InputImage& image, const PixelRect& rect, std::optional<in
 }
 
 /// Bands of an image beneath a block, summed up; none of an empty rectangle.
-bool ReadSums(const InputImage& image, const PixelRect& rect, std::optional<int> bitDepth,
+bool ReadSums(InputImage& image, const PixelRect& rect, std::optional<int> bitDepth,
               std::vector<AreaSums>& sums, ImageTally& tally, Status& status) {
     const std::size_t bands = image.GetInfo().bandsPerPixel;
     sums.assign(bands, {});
@@ -297,9 +297,8 @@ bool BlockSample::ReadBands(const Scene& scene, std::optional<int> bitDepth, Sta
 }
 
 /// Fills in bands of another image, which stand at some places among all.
-bool BlockSample::AddOther(const Scene& scene, const InputImage& other,
-                           const std::vector<std::size_t>& places, std::optional<int> bitDepth,
-                           ImageTally& seen, Status& status) {
+bool BlockSample::AddOther(const Scene& scene, InputImage& other, const std::vector<std::size_t>& places,
+                           std::optional<int> bitDepth, ImageTally& seen, Status& status) {
     const Footprint print = FootprintOn(scene, other, rect);
     std::vector<AreaSums> sums;
     if (!ReadSums(other, print.Beneath(rect.col0, rect.row0, rect.col1, rect.row1, other.GetInfo()), bitDepth,

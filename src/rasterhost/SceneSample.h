@@ -84,7 +84,7 @@ public:
 
 private:
     bool ReadBands(const Scene& scene, std::optional<int> bitDepth, Status& status);
-    bool AddOther(const Scene& scene, const InputImage& other, const std::vector<std::size_t>& places,
+    bool AddOther(const Scene& scene, InputImage& other, const std::vector<std::size_t>& places,
                   std::optional<int> bitDepth, ImageTally& seen, Status& status);
 
     hostkit::PixelRect rect;

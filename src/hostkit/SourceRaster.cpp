@@ -1,21 +1,21 @@
-#include "rasterhost/GdalRaster.h"
+#include "hostkit/SourceRaster.h"
 
 #include "hostkit/RequestRecord.h"
 
 #include <algorithm>
 
-namespace rasterhost {
+namespace hostkit {
 
-GdalRaster::GdalRaster(const InputImage& source) : RasterBase("Host.GdalRaster"), image(source) {
+SourceRaster::SourceRaster(ImageSource& source) : RasterBase("Host.SourceRaster"), image(source) {
     info = image.GetInfo();
-    available = hostkit::WholeImage(info);
+    available = WholeImage(info);
 }
 
-bool GdalRaster::OpenWindow(const hostkit::PixelRect& wanted) {
+bool SourceRaster::OpenWindow(const PixelRect& wanted) {
     if (isLoaded && wanted == window) return true;
     isLoaded = false;
     window = {}; // the buffer belongs to no window until it is filled
-    const std::size_t rowBytes = wanted.GetColumns() * hostkit::PixelBytes(info);
+    const std::size_t rowBytes = wanted.GetColumns() * PixelBytes(info);
     const std::size_t bytes = rowBytes * wanted.GetRows();
     if (buffer.size() < bytes) buffer.resize(bytes);
     status.Reset(0, {}, {}, {});
@@ -23,7 +23,7 @@ bool GdalRaster::OpenWindow(const hostkit::PixelRect& wanted) {
     return isLoaded;
 }
 
-bool GdalRaster::FindGaps(const hostkit::PixelRect& wanted) {
+bool SourceRaster::FindGaps(const PixelRect& wanted) {
     hasGaps = false;
     if (!image.MayLackData()) return true;
     const std::size_t pixels = std::size_t{wanted.GetColumns()} * wanted.GetRows();
@@ -34,17 +34,16 @@ bool GdalRaster::FindGaps(const hostkit::PixelRect& wanted) {
     return true;
 }
 
-const unsigned char* GdalRaster::GetRow(std::uint32_t row) {
+const unsigned char* SourceRaster::GetRow(std::uint32_t row) {
     try {
-        return HoldsRow(row) ? GetBlock().At(window.col0, row, hostkit::PixelBytes(info)) : nullptr;
+        return HoldsRow(row) ? GetBlock().At(window.col0, row, PixelBytes(info)) : nullptr;
     } catch (...) {
         return nullptr;
     }
 }
 
-hostkit::SampleBlock GdalRaster::GetBlock() const {
-    return {buffer.data(), window.GetColumns() * hostkit::PixelBytes(info), window,
-            hasGaps ? valid.data() : nullptr};
+SampleBlock SourceRaster::GetBlock() const {
+    return {buffer.data(), window.GetColumns() * PixelBytes(info), window, hasGaps ? valid.data() : nullptr};
 }
 
-} // namespace rasterhost
+} // namespace hostkit

@@ -1,13 +1,14 @@
-#include "rasterhost/GdalRaster.h"
+#include "rasterhost/InputImage.h"
 
 #include "SceneFiles.h"
+#include "hostkit/SourceRaster.h"
 
 #include <gmock/gmock.h>
 
 namespace {
 
 using namespace testfiles;
-using rasterhost::GdalRaster;
+using hostkit::SourceRaster;
 using rasterhost::InputBand;
 using rasterhost::InputImage;
 
@@ -24,14 +25,14 @@ std::unique_ptr<InputImage> OpenImage(const std::vector<InputBand>& inputs) {
 
 // Bands of two files in the order given, some out of the middle of a file: a wrong band or pixel names
 // itself.
-TEST(GdalRaster, ServesBandsOfSeveralFilesInOrder) {
+TEST(InputImage, ServesBandsOfSeveralFilesInOrder) {
     const Folder folder;
     const FileShape shape{30, 40, 3, GDT_UInt16, Grid(2.0), {}};
     const std::string a = folder.Write("a.tif", shape, Coded);
     const std::string b =
         folder.Write("b.tif", shape, [](int c, int r, int band) { return Coded(c, r, band + 10); });
     const auto image = OpenImage({{b, 2}, {a, {}}, {b, 1}});
-    GdalRaster raster(*image);
+    SourceRaster raster(*image);
     ASSERT_EQ(raster.GetRasterInfo()->bandsPerPixel, 5u);
     ASSERT_EQ(raster.SetWindow(7, 11, 12, 14), 1);
     constexpr int bands[] = {11, 0, 1, 2, 10};
@@ -48,12 +49,12 @@ TEST(GdalRaster, ServesBandsOfSeveralFilesInOrder) {
 }
 
 // A process sets the window that the host has read already, on another thread: no file may be touched then.
-TEST(GdalRaster, SameWindowIsNotReadAgain) {
+TEST(InputImage, SameWindowIsNotReadAgain) {
     const Folder folder;
     const std::string file = folder.Write("a.tif", {2000, 400, 1, GDT_Byte, {}, {}},
                                           [](int c, int r, int) { return (c + r) % 251; });
     const auto image = OpenImage({{file, {}}});
-    GdalRaster raster(*image);
+    SourceRaster raster(*image);
     ASSERT_EQ(raster.SetWindow(0, 10, 2000, 20), 1);
     const unsigned char* row = raster.GetRow(15);
     std::filesystem::resize_file(file, 100000); // rows from some 50 on are gone
