@@ -145,7 +145,7 @@ bool SetWeights(const std::string& method, const WeightedBands& bands, Effective
     if (!CheckWeights(bands, weights, status)) return false;
     if (StringsEqual(method, "IHS", true)) return SetIhsWeights(bands, weights, properties, status);
     const bool brovey = StringsEqual(method, "Brovey", true);
-    if (!brovey && !StringsEqual(method, "KOVA", true))
+    if (!brovey && !StringsEqual(method, "KOVA", true) && !StringsEqual(method, "Injection", true))
         return Refuse(status, FormatString("how the method '%s' weighs bands is not known here; set its "
                                            "properties one by one",
                                            method.c_str()));

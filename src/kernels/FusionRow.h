@@ -5,12 +5,15 @@
 
 namespace kernels {
 
+struct InjectionGains;
+
 /// What a fusing kernel needs to know of the bands. The weights, one a multispectral band, belong to the
-/// caller.
+/// caller, and so do the gains.
 struct BandWeights {
     const double* weights = nullptr;
     std::uint32_t msBands = 0;
     std::uint32_t outputBands = 0; ///< the first so many multispectral bands are written; at most msBands
+    const InjectionGains* injection = nullptr; ///< read by InjectionRow alone, which needs it
 };
 
 /// Fuses one row of `pixels` pixels: reads exactly pixels * msBands samples of `ms` and pixels of `pan`,

@@ -21,7 +21,7 @@ bool Brovey<ImageBase<Info, T*, Traits>>::Reset() {
 template <class Info, class T, class Traits>
 bool Brovey<ImageBase<Info, T*, Traits>>::Init(InputImage* multispectral, InputImage* pan) {
     if (!this->PrepareInit(multispectral, pan)) return false;
-    this->bandWeights = this->ReadBandWeights(1.0, 1.0);
+    this->bandWeights = this->ReadBandNumbers("BandWeight", 1.0, 1.0);
     ScaleBandWeights();
     this->ReadAdditionalBandWeight();
     this->FinishInit(kernels::BroveyRowFor<T>(this->simd.Get()));

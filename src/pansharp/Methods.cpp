@@ -3,6 +3,7 @@
 #include "kernels/IhsRow.h"
 #include "pansharp/Brovey.h"
 #include "pansharp/IHS.h"
+#include "pansharp/Injection.h"
 
 #include <array>
 
@@ -14,6 +15,16 @@ constexpr PansharpProperty kovaProperties[] = {
     {"BandWeight-N", "double", "1 / bands", "weight of multispectral band N in the simulated pan"},
     {"AdditionalBandWeight", "double", "",
      "replaces the weight of the last band, the infrared one when there is one"},
+};
+
+constexpr PansharpProperty injectionProperties[] = {
+    kovaProperties[0],
+    kovaProperties[1],
+    {"InjectionGain-N", "double", "1", "share of the detail that band N takes"},
+    {"InjectionRatioGain-N", "double", "0",
+     "further share of the detail that band N takes, times the band's ratio to the simulated pan"},
+    {"InjectionLimit", "double", "", "most of both shares together, in such ratios; blank for no limit"},
+    {"InjectionFloor", "double", "0", "the least simulated pan that a band is divided by for its ratio"},
 };
 
 constexpr PansharpProperty broveyProperties[] = {
@@ -63,6 +74,14 @@ constexpr Method methods[] = {
                     "vivid pictures of three bands; it replaces the largest of them by pan and so darkens, "
                     "and its fourth output band is no usable infrared",
                     ihsProperties),
+    Entry<InjectionImage>("Injection", 1,
+                          "adds a share of KOVA's difference to every band, by the band and by the pixel",
+                          "out[c] = ms[c] + g * (pan - I), I = sum of ms[b] * weight[b], g = gain[c] + ratio "
+                          "gain[c] * ms[c] / I",
+                          "the most faithful, when I is pan's low-pass and the gains are fitted to the "
+                          "scene; with its defaults "
+                          "it is KOVA",
+                          injectionProperties),
 };
 
 constexpr auto descriptions = [] {

@@ -100,14 +100,15 @@ bool PanSharp<ImageBase<Info, T*, Traits>>::CheckBands(std::uint32_t fewestBands
 }
 
 template <class Info, class T, class Traits>
-std::vector<double> PanSharp<ImageBase<Info, T*, Traits>>::ReadBandWeights(double whenMissing,
+std::vector<double> PanSharp<ImageBase<Info, T*, Traits>>::ReadBandNumbers(const std::string& name,
+                                                                           double whenMissing,
                                                                            double whenMalformed) {
-    std::vector<double> weights(msBandCount);
+    std::vector<double> numbers(msBandCount);
     for (std::uint32_t b = 0; b < msBandCount; ++b) {
-        const std::string text = this->properties["BandWeight" + FormatString("-%lu", ULong{b} + 1)];
-        weights[b] = text.empty() ? whenMissing : Fundament::StringToDouble(text, whenMalformed);
+        const std::string text = this->properties[name + FormatString("-%lu", ULong{b} + 1)];
+        numbers[b] = text.empty() ? whenMissing : Fundament::StringToDouble(text, whenMalformed);
     }
-    return weights;
+    return numbers;
 }
 
 template <class Info, class T, class Traits>
@@ -117,27 +118,33 @@ void PanSharp<ImageBase<Info, T*, Traits>>::ReadAdditionalBandWeight() {
 }
 
 template <class Info, class T, class Traits>
-void PanSharp<ImageBase<Info, T*, Traits>>::FinishInit(kernels::FuseRow<T> kernel) {
+void PanSharp<ImageBase<Info, T*, Traits>>::FinishInit(kernels::FuseRow<T> kernel,
+                                                       const kernels::InjectionGains* gains) {
     outputInfo.properties["ColorSpace"] = outputBandCount == 1   ? "Gray"
                                           : outputBandCount == 3 ? "RGB"
                                                                  : "Unknown";
     outputRow.assign(std::size_t{outputBandCount} * panInfo.cols, 0);
     fuseRow = kernel;
+    injection = gains;
+}
+
+template <class Info, class T, class Traits>
+void PanSharp<ImageBase<Info, T*, Traits>>::PublishBands() {
+    if (!this->metadataEnabled) return;
+    this->metadata["outputNumChannels"] = FormatString("%lu", ULong{outputBandCount});
+    this->metadata["multispectralImageNumChannels"] = FormatString("%lu", ULong{msBandCount});
+    this->metadata["panImageNumChannels"] = "1";
+    this->metadata["channelWeights"] = NumberList(bandWeights);
 }
 
 template <class Info, class T, class Traits>
 bool PanSharp<ImageBase<Info, T*, Traits>>::Init(InputImage* multispectral, InputImage* pan) {
     this->status.Reset(0, {}, "Pixmere.PXL.Pansharp.Init", {});
     if (!PrepareInit(multispectral, pan)) return false;
-    bandWeights = ReadBandWeights(1.0 / msBandCount, 0.0);
+    bandWeights = ReadBandNumbers("BandWeight", 1.0 / msBandCount, 0.0);
     ReadAdditionalBandWeight();
     FinishInit(kernels::KovaRowFor<T>(this->simd.Get()));
-    if (this->metadataEnabled) {
-        this->metadata["outputNumChannels"] = FormatString("%lu", ULong{outputBandCount});
-        this->metadata["multispectralImageNumChannels"] = FormatString("%lu", ULong{msBandCount});
-        this->metadata["panImageNumChannels"] = "1";
-        this->metadata["channelWeights"] = NumberList(bandWeights);
-    }
+    PublishBands();
     return true;
 }
 
@@ -214,7 +221,7 @@ T* PanSharp<ImageBase<Info, T*, Traits>>::GetRow(std::uint32_t row) {
     const InputRows rows = FetchRows(row);
     if (!rows.ms) return nullptr;
     fuseRow(rows.ms, rows.pan, outputRow.data(), windowColumns,
-            {bandWeights.data(), msBandCount, outputBandCount});
+            {bandWeights.data(), msBandCount, outputBandCount, injection});
     return outputRow.data();
 }
 

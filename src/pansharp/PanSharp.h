@@ -75,15 +75,17 @@ protected:
     /// failure the image gives no rows until an Init succeeds.
     bool PrepareInit(InputImage* multispectral, InputImage* pan, std::uint32_t fewestBands = 1);
 
-    /// Weight of every multispectral band from its property, `whenMissing` where it is missing or blank and
-    /// `whenMalformed` where it is no number.
-    [[nodiscard]] std::vector<double> ReadBandWeights(double whenMissing, double whenMalformed);
+    /// A number for every multispectral band from the properties "name-1", "name-2", ...: `whenMissing` where
+    /// that is missing or empty and `whenMalformed` where it is no number.
+    [[nodiscard]] std::vector<double> ReadBandNumbers(const std::string& name, double whenMissing,
+                                                      double whenMalformed);
     /// "AdditionalBandWeight", when given, becomes the weight of the last band.
     void ReadAdditionalBandWeight();
 
     /// The last part of Init: the output's colour space and row buffer, and the kernel that GetRow runs with
-    /// `bandWeights`, one a multispectral band.
-    void FinishInit(kernels::FuseRow<T> kernel);
+    /// `bandWeights`, one a multispectral band, and with the gains, which the method keeps.
+    void FinishInit(kernels::FuseRow<T> kernel, const kernels::InjectionGains* gains = nullptr);
+    void PublishBands(); ///< KOVA's metadata: bands and weights, while metadata is enabled
 
     kernels::SimdChoice simd;
     InputImage* msImage = nullptr;
@@ -109,6 +111,7 @@ private:
     std::uint32_t windowFirstRow = 0;
     std::uint32_t nextRow = 0;
     kernels::FuseRow<T> fuseRow = nullptr;
+    const kernels::InjectionGains* injection = nullptr;
 };
 
 template <class T>

@@ -1,6 +1,7 @@
 // Every method, through its image: against the oracle over random rows, and pixels that random rows miss.
 #include "pansharp/Methods.h"
 
+#include "fundament/Numbers.h"
 #include "fundament/Text.h"
 #include "pansharp/CreatePanSharpImage.h"
 #include "pansharp/Oracle.h"
@@ -35,7 +36,31 @@ Settings RandomSettings(std::uint32_t bands, std::uint32_t outputBands, std::mt1
     for (std::uint32_t b = 1; b <= bands; ++b)
         if (random() % 2 == 0) settings["BandWeight-" + std::to_string(b)] = texts[random() % texts.size()];
     if (random() % 3 == 0) settings["AdditionalBandWeight"] = texts[random() % texts.size()];
+    if (random() % 3 == 0) return settings; // the gains of Injection are its defaults
+    for (const std::string gain : {"InjectionGain-", "InjectionRatioGain-"})
+        for (std::uint32_t b = 1; b <= bands; ++b)
+            if (random() % 4 != 0) settings[gain + std::to_string(b)] = texts[random() % texts.size()];
+    if (random() % 2 == 0) settings["InjectionLimit"] = texts[random() % texts.size()];
+    if (random() % 2 == 0) settings["InjectionFloor"] = std::to_string(random() % 100);
     return settings;
+}
+
+/// None when no setting is of Injection alone.
+oracle::Gains GainsOf(const Settings& settings, std::uint32_t bands) {
+    const auto number = [&](const std::string& name, double otherwise) {
+        const auto found = settings.find(name);
+        return found == settings.end() ? otherwise : Fundament::StringToDouble(found->second, otherwise);
+    };
+    oracle::Gains gains;
+    const auto first = settings.lower_bound("Injection");
+    if (first == settings.end() || !first->first.starts_with("Injection")) return gains;
+    for (std::uint32_t b = 1; b <= bands; ++b) {
+        gains.gains.push_back(number("InjectionGain-" + std::to_string(b), 1.0));
+        gains.ratioGains.push_back(number("InjectionRatioGain-" + std::to_string(b), 0.0));
+    }
+    gains.limit = number("InjectionLimit", HUGE_VAL);
+    gains.floor = number("InjectionFloor", 0.0);
+    return gains;
 }
 
 template <class T>
@@ -54,6 +79,7 @@ void CompareWithOracle(const std::string& keyword, std::uint32_t bands, std::uin
         return found == settings.end() ? nullptr : &found->second;
     };
     const auto tables = oracle::MethodTables(keyword, support::MethodWeights(keyword, bands, find), max);
+    const oracle::Gains gains = GainsOf(settings, bands);
     for (std::uint32_t row = 4; row < 6; ++row) {
         const T* actual = image->GetRow(row);
         ASSERT_NE(actual, nullptr);
@@ -61,7 +87,7 @@ void CompareWithOracle(const std::string& keyword, std::uint32_t bands, std::uin
             oracle::Pixel pixel;
             for (std::uint32_t b = 0; b < bands; ++b)
                 pixel.push_back(ms.sample(p, row - 4, b));
-            const auto expected = oracle::Fuse(keyword, pixel, pan.sample(3 + p, row, 0), tables, max);
+            const auto expected = oracle::Fuse(keyword, pixel, pan.sample(3 + p, row, 0), tables, max, gains);
             for (std::uint32_t c = 0; c < outputBands; ++c)
                 ASSERT_EQ(actual[p * outputBands + c], expected[c])
                     << keyword << ", " << sizeof(T) * 8 << " bits, " << bands << " bands, " << width
@@ -119,6 +145,17 @@ const Settings halves = {{"BandWeight-1", "0.5"}, {"BandWeight-2", "0.5"}, {"Ban
 const Settings fourOut = {{"outputNBands", "4"}};
 const Settings infrared = {{"outputNBands", "4"}, {"AdditionalBandWeight", "1"}};
 
+/// Injection of three bands that take half of the detail and a quarter by ratio; the fourth is the intensity.
+Settings Gained(Settings settings) {
+    settings.insert({{"BandWeight-1", "0"}, {"BandWeight-2", "0"}, {"BandWeight-3", "0"}});
+    settings["AdditionalBandWeight"] = "1";
+    for (const std::string band : {"1", "2", "3"}) {
+        settings["InjectionGain-" + band] = "0.5";
+        settings["InjectionRatioGain-" + band] = "0.25";
+    }
+    return settings;
+}
+
 const std::map<std::string, std::vector<ListedPixel>> listedPixels = {
     {"KOVA",
      {
@@ -147,6 +184,15 @@ const std::map<std::string, std::vector<ListedPixel>> listedPixels = {
          {8, {{"AdditionalBandWeight", "0.5"}}, {40, 80, 120, 160}, 100, "3 7 11"}, // 4 4 4 0.5, s = 1040
          {8, {}, {40, 80, 120, 160, 100}, 100, "2 4 7"},                            // 4 4 4 4 1, s = 1700
          {8, {{"BandWeight-1", "-1"}}, {200, 50, 50, 50}, 100, "0 0 0"},            // a negative sum
+     }},
+    {"injection",
+     {
+         {8, Gained({}), {50, 200, 100, 100}, 120, "63 220 115"}, // g is 0.625, 1 and 0.75
+         {8, Gained({{"InjectionLimit", "1"}}), {50, 200, 20, 100}, 140, "70 240 28"}, // 0.5, 1 and 0.2
+         {8, Gained({{"InjectionLimit", "2"}, {"InjectionFloor", "40"}}), {5, 2, 0, 10}, 50, "15 6 0"},
+         {8, Gained({}), {5, 2, 9, 0}, 50, "30 27 34"}, // no ratio to 0
+         {8, {{"InjectionGain-1", "x"}, {"InjectionLimit", "no"}}, {30, 60, 90}, 100, "70 100 130"},
+         {8, {{"outputNBands", "1"}, {"BandWeight-1", "1e-320"}}, {9}, 3, "12"}, // 1 / I overflows
      }},
     {"IHS",
      {
@@ -192,12 +238,14 @@ TEST(Methods, DescribeWhatTheyReadAndNeed) {
     // new value, exactly the described ones change the result of four bands.
     for (const PansharpMethod& method : MethodDescriptions()) {
         const auto fuse = [&](const Settings& settings) {
-            return FuseOne<unsigned char>(method.keyword, settings, {90, 60, 200, 40}, 100);
+            return FuseOne<unsigned char>(method.keyword, settings, {90, 60, 200, 40}, 120);
         };
-        for (const std::string property : {"BandWeight-N", "AdditionalBandWeight"}) {
+        for (const std::string property : {"BandWeight-N", "AdditionalBandWeight", "InjectionGain-N",
+                                           "InjectionRatioGain-N", "InjectionLimit"}) {
             const bool described = std::any_of(method.properties, method.properties + method.propertyCount,
                                                [&](const PansharpProperty& p) { return p.name == property; });
-            const std::string name = property == "BandWeight-N" ? "BandWeight-1" : property;
+            std::string name = property;
+            if (name.ends_with('N')) name.back() = '1';
             EXPECT_EQ(fuse({{name, "0.125"}}) != fuse({}), described) << method.keyword << " " << property;
         }
         support::FakeImage<unsigned char> pan(1, 1, 1);

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-/// The three methods once more, as slowly and as literally as they can be said: a pixel of doubles at a time,
+/// The methods once more, as slowly and as literally as they can be said: a pixel of doubles at a time,
 /// every product read from a table of all sample values.
 namespace oracle {
 
@@ -62,6 +62,33 @@ inline Pixel Brovey(const Pixel& ms, double pan, const Tables& tables, double ma
     return out;
 }
 
+/// One gain and one ratio gain a band; without them it is KOVA.
+struct Gains {
+    Pixel gains, ratioGains;
+    double limit = HUGE_VAL;
+    double floor = 0.0;
+};
+
+inline Pixel Inject(const Pixel& ms, double pan, const Tables& tables, const Gains& how, double max) {
+    if (how.gains.empty()) return Kova(ms, pan, tables, max);
+    const double I = TableSum(ms, tables);
+    const double divisor = I > how.floor ? I : how.floor;
+    double r = 0.0;
+    if (divisor > 0) r = 1 / divisor;
+    Pixel out;
+    for (std::size_t c = 0; c < ms.size(); ++c) {
+        const double q = ms[c] * r;
+        const double product = how.ratioGains[c] * q;
+        const double limited = how.limit * q;
+        double g = how.ratioGains[c] == 0 ? how.gains[c] : how.gains[c] + product;
+        if (limited < g) g = limited;
+        const double change = g * (pan - I);
+        const double x = ms[c] + change;
+        out.push_back(x > 0 ? std::floor(std::min(x, max) + 0.5) : 0.0);
+    }
+    return out;
+}
+
 inline double Hue(double R, double G, double B, double mx, double mid, double mn) {
     const double f = (mid - mn) / (mx - mn);
     if (mx == R) {
@@ -109,10 +136,12 @@ inline Pixel Ihs(const Pixel& ms, double pan, const std::vector<double>& infrare
     return out;
 }
 
-inline Pixel Fuse(const std::string& keyword, const Pixel& ms, double pan, const Tables& tables, double max) {
-    return keyword == "KOVA"     ? Kova(ms, pan, tables, max)
-           : keyword == "Brovey" ? Brovey(ms, pan, tables, max)
-                                 : Ihs(ms, pan, tables[0], max);
+inline Pixel Fuse(const std::string& keyword, const Pixel& ms, double pan, const Tables& tables, double max,
+                  const Gains& gains = {}) {
+    return keyword == "KOVA"        ? Kova(ms, pan, tables, max)
+           : keyword == "Brovey"    ? Brovey(ms, pan, tables, max)
+           : keyword == "Injection" ? Inject(ms, pan, tables, gains, max)
+                                    : Ihs(ms, pan, tables[0], max);
 }
 
 } // namespace oracle

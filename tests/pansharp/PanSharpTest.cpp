@@ -22,9 +22,9 @@ std::unique_ptr<PanSharp8> Create(const std::string& keyword, const std::string&
 TEST(PanSharp, RefusesWhatItCannotFuse) {
     Image8 good(4, 4, 4), few(4, 4, 2), pan(4, 4, 1), deep(4, 4, 1);
     deep.info.bitsPerSample = 16;
-    for (const std::string keyword : {"KOVA", "Brovey", "IHS"}) {
+    for (const std::string keyword : {"KOVA", "Brovey", "IHS", "Injection"}) {
         // Two methods keep an empty item behind what they report of a first Init.
-        const std::string tail = keyword == "KOVA" ? "" : "; 0 Pansharp|";
+        const std::string tail = keyword == "Brovey" || keyword == "IHS" ? "; 0 Pansharp|" : "";
         const std::string source = keyword == "KOVA" ? "Pixmere.PXL.Pansharp.Init" : "Pansharp";
         const auto image = Create(keyword, "2");
         EXPECT_FALSE(image->Init(nullptr, &pan));
@@ -52,14 +52,17 @@ TEST(PanSharp, DescribesItsOutputAndPublishesItsConfiguration) {
         bool enabled;
         const char* outputBands;
         const char* colorSpace;
-        const char* afterInit;
+        std::string afterInit;
     };
+    const std::string ofBands = "<outputNumChannels>3</outputNumChannels>\n"
+                                "<multispectralImageNumChannels>4</multispectralImageNumChannels>\n"
+                                "<panImageNumChannels>1</panImageNumChannels>\n"
+                                "<channelWeights>0.250, 0.250, 0.250, 0.667</channelWeights>\n";
     const Case cases[] = {
-        {"KOVA", true, "3", "RGB",
-         "<outputNumChannels>3</outputNumChannels>\n"
-         "<multispectralImageNumChannels>4</multispectralImageNumChannels>\n"
-         "<panImageNumChannels>1</panImageNumChannels>\n"
-         "<channelWeights>0.250, 0.250, 0.250, 0.667</channelWeights>\n"},
+        {"KOVA", true, "3", "RGB", ofBands},
+        {"Injection", true, "3", "RGB",
+         ofBands + "<injectionGains>1.000, 1.000, 1.000, 1.000</injectionGains>\n"
+                   "<injectionRatioGains>0.000, 0.000, 0.000, 0.000</injectionRatioGains>\n"},
         {"KOVA", false, "1", "Gray", ""},
         {"Brovey", true, "1", "Gray", ""},
         {"IHS", true, "4", "Unknown", ""},

@@ -63,7 +63,7 @@ TEST(Memory, NoAllocationThatFailsLeavesASlotAsAnException) {
     for (auto& row : rows) // the test itself allocates nothing on the way
         row.reserve(1'000);
     long failures = 0;
-    for (const char* method : {"KOVA", "Brovey", "IHS"})
+    for (const char* method : {"KOVA", "Brovey", "IHS", "Injection"})
         for (const char* additional : {"", "ir"})
             for (const Fault::Kind kind : {Fault::Kind::Once, Fault::Kind::FromThereOn}) {
                 const Properties properties{{"Method", method},

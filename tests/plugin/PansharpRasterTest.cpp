@@ -97,10 +97,10 @@ TEST(PansharpRaster, FusesEveryPixelOfEveryWindowAsDefined) {
     std::vector<Case> cases;
     for (const std::uint32_t bits : {8u, 16u})
         for (const std::uint32_t bands : {1u, 3u, 4u, 8u})
-            for (const char* method : {"KOVA", "Brovey", "IHS"})
+            for (const char* method : {"KOVA", "Brovey", "IHS", "Injection"})
                 for (const char* infrared : {"", "ir"})
                     for (const char* weight : {"", "-0.25"})
-                        if (bands >= 3 || *method != 'I')
+                        if (bands >= 3 || std::string(method) != "IHS")
                             cases.push_back({bits, bands, method, infrared, weight});
     for (const Case& c : cases) {
         const std::uint32_t allBands = c.bands + (c.infrared.empty() ? 0 : 1);

@@ -152,5 +152,6 @@ TEST(Compare, NamesTheBestAndWhenNoneBeatsPlainUpsampling) {
                            "bilinear  bilinear", "cubic  cubic", "KOVA fitted bilinear",
                            "KOVA equal bilinear", "KOVA fitted cubic", "KOVA equal cubic",
                            "Brovey fitted bilinear", "Brovey equal bilinear", "Brovey fitted cubic",
-                           "Brovey equal cubic", "IHS  bilinear", "IHS  cubic"));
+                           "Brovey equal cubic", "IHS  bilinear", "IHS  cubic", "Injection fitted bilinear",
+                           "Injection equal bilinear", "Injection fitted cubic", "Injection equal cubic"));
 }
