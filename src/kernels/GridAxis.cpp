@@ -23,6 +23,20 @@ Division DivideDown(std::int64_t dividend, std::int64_t divisor) {
     return {quotient, dividend - quotient * divisor};
 }
 
+GridPosition Split(double position) {
+    const double whole = std::floor(position);
+    return {static_cast<std::int64_t>(whole), position - whole};
+}
+
+/// (steps + units / GridAxis::unit) / divisor.
+GridPosition Divide(std::int64_t steps, std::int64_t units, std::int64_t divisor) {
+    const Division phase = DivideDown(steps, divisor);
+    const std::int64_t whole = divisor * GridAxis::unit;
+    const Division position = DivideDown(phase.remainder * GridAxis::unit + units, whole);
+    return {phase.quotient + position.quotient,
+            static_cast<double>(position.remainder) / static_cast<double>(whole)};
+}
+
 } // namespace
 
 GridAxis MakeGridAxis(double ratio, double offset) {
@@ -46,17 +60,15 @@ GridAxis MakeGridAxis(double ratio, double offset) {
 }
 
 GridPosition PanToMultispectral(const GridAxis& axis, std::int64_t pan) {
-    if (axis.denominator == 0) {
-        const double u = (static_cast<double>(pan) + 0.5) * axis.ratio + axis.offset - 0.5;
-        const double whole = std::floor(u);
-        return {static_cast<std::int64_t>(whole), u - whole};
-    }
-    const std::int64_t halfSteps = 2 * axis.denominator;
-    const Division phase = DivideDown((2 * pan + 1) * axis.numerator, halfSteps);
-    const std::int64_t units = halfSteps * GridAxis::unit;
-    const Division position = DivideDown(phase.remainder * GridAxis::unit + axis.start, units);
-    return {phase.quotient + position.quotient,
-            static_cast<double>(position.remainder) / static_cast<double>(units)};
+    if (axis.denominator == 0)
+        return Split((static_cast<double>(pan) + 0.5) * axis.ratio + axis.offset - 0.5);
+    return Divide((2 * pan + 1) * axis.numerator, axis.start, 2 * axis.denominator);
+}
+
+GridPosition MultispectralToPan(const GridAxis& axis, std::int64_t multispectral) {
+    if (axis.denominator == 0)
+        return Split((static_cast<double>(multispectral) + 0.5 - axis.offset) / axis.ratio - 0.5);
+    return Divide(2 * multispectral * axis.denominator - axis.numerator, -axis.start, 2 * axis.numerator);
 }
 
 } // namespace kernels

@@ -37,4 +37,10 @@ struct GridPosition {
 /// of the same phase get the same fraction wherever they lie.
 [[nodiscard]] GridPosition PanToMultispectral(const GridAxis& axis, std::int64_t pan);
 
+/// The reverse: where the centre of a multispectral pixel lies among the pan pixels, counted between their
+/// centres,
+///
+///     v = (multispectral + 0.5 - offset) / ratio - 0.5,  index = floor(v),  fraction = v - index
+[[nodiscard]] GridPosition MultispectralToPan(const GridAxis& axis, std::int64_t multispectral);
+
 } // namespace kernels

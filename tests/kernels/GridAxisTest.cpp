@@ -7,6 +7,7 @@ namespace {
 using kernels::GridAxis;
 using kernels::GridPosition;
 using kernels::MakeGridAxis;
+using kernels::MultispectralToPan;
 using kernels::PanToMultispectral;
 
 // u = (pan + 0.5) * ratio + offset - 0.5, worked out by hand.
@@ -33,6 +34,8 @@ TEST(GridAxis, PositionsOfPanPixels) {
         {0.7071, 0.0, 0, -1, 0.85355},
         {1.0 / 3.0, 0.5 / 3.0, 2, 0, 0.5},
         {1.0 / 3.0, 0.5 / 3.0, 3000002, 1000000, 0.5},
+        {0.5, 0.75, 2000001, 1000001, 0.0},
+        {0.7, 0.15, 0, 0, 0.0},
         {15.0 / 30.0, (438900.0 - 438877.5) / 30.0, 4, 2, 0.5},
     };
     for (const auto& c : cases) {
@@ -40,6 +43,11 @@ TEST(GridAxis, PositionsOfPanPixels) {
         const GridPosition position = PanToMultispectral(MakeGridAxis(c.ratio, c.offset), c.pan);
         EXPECT_EQ(position.index, c.index);
         EXPECT_NEAR(position.fraction, c.fraction, 1e-9);
+        if (c.fraction == 0.0) {
+            const GridPosition back = MultispectralToPan(MakeGridAxis(c.ratio, c.offset), c.index);
+            EXPECT_EQ(back.index, c.pan);
+            EXPECT_EQ(back.fraction, 0.0);
+        }
         // With halves in both directions the sum of four samples has ties to round.
         if (c.fraction == 0.5) {
             EXPECT_EQ(position.fraction, 0.5);

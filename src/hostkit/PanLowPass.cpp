@@ -1,0 +1,165 @@
+#include "hostkit/PanLowPass.h"
+
+#include "hostkit/SampledRaster.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace hostkit {
+
+using kernels::LowPassAxis;
+using KOVA::Tessara::Pixmere::RasterInfo;
+
+namespace {
+
+/// The pixels that a span of coarse ones is made of, first and end.
+std::pair<std::uint32_t, std::uint32_t> SpanOf(const LowPassAxis& axis, std::uint32_t first,
+                                               std::uint32_t end) {
+    std::pair<std::uint32_t, std::uint32_t> span{0, 0};
+    for (std::uint32_t i = first; i < end; ++i) {
+        const LowPassAxis::Taps& taps = axis.GetTaps(i);
+        if (taps.count == 0) continue;
+        if (span.second == 0) span.first = taps.first;
+        span.second = taps.first + taps.count;
+    }
+    return span;
+}
+
+/// Rows of pan, and where some of it has no data those with 0 there, and 1 where there are data.
+template <class T>
+class PanRows {
+public:
+    PanRows(const SampleBlock& pan, const PixelRect& panRect, kernels::SimdTarget target)
+        : block(pan), rect(panRect), weighRows(kernels::WeighRowsFor<T>(target)),
+          weighCounts(kernels::WeighRowsFor<unsigned char>(target)) {
+        if (!block.valid || rect.IsEmpty()) return;
+        const std::size_t columns = rect.GetColumns();
+        cleared.resize(columns * rect.GetRows());
+        counts.resize(cleared.size());
+        hasGap.resize(rect.GetRows());
+        for (std::uint32_t row = 0; row < rect.GetRows(); ++row) {
+            const T* samples = SamplesOf(rect.row0 + row);
+            const unsigned char* valid =
+                block.valid + std::size_t{rect.row0 + row - block.rect.row0} * block.rect.GetColumns() +
+                (rect.col0 - block.rect.col0);
+            for (std::size_t i = 0; i < columns; ++i) {
+                counts[row * columns + i] = valid[i] != 0 ? 1 : 0;
+                cleared[row * columns + i] = valid[i] != 0 ? samples[i] : T{0};
+            }
+            hasGap[row] = std::find(valid, valid + columns, static_cast<unsigned char>(0)) != valid + columns;
+        }
+    }
+
+    /// Sums down for all columns, and those of the weights of pixels with data where some have none. True
+    /// then.
+    bool Weigh(const LowPassAxis::Taps& taps, const std::uint32_t* weights, std::uint32_t* sums,
+               std::uint32_t* shares) {
+        const std::size_t columns = rect.GetColumns();
+        const std::uint32_t first = taps.first - rect.row0;
+        const auto begin = hasGap.begin() + (hasGap.empty() ? 0 : first);
+        const bool lacks =
+            !hasGap.empty() && std::find(begin, begin + taps.count, true) != begin + taps.count;
+        rows.clear();
+        countRows.clear();
+        for (std::uint32_t i = 0; i < taps.count; ++i) {
+            rows.push_back(lacks ? cleared.data() + (first + i) * columns : SamplesOf(taps.first + i));
+            if (lacks) countRows.push_back(counts.data() + (first + i) * columns);
+        }
+        weighRows(rows.data(), weights, rows.size(), columns, sums);
+        if (lacks) weighCounts(countRows.data(), weights, countRows.size(), columns, shares);
+        return lacks;
+    }
+
+private:
+    [[nodiscard]] const T* SamplesOf(std::uint32_t row) const {
+        return reinterpret_cast<const T*>(block.At(rect.col0, row, sizeof(T)));
+    }
+
+    const SampleBlock& block;
+    PixelRect rect;
+    std::vector<T> cleared;
+    std::vector<unsigned char> counts;
+    std::vector<bool> hasGap; ///< of each row; empty when none has
+    std::vector<const T*> rows;
+    std::vector<const unsigned char*> countRows;
+    kernels::WeighRows<T> weighRows;
+    kernels::WeighRows<unsigned char> weighCounts;
+};
+
+/// One row of the image; `shares` are null where all of pan has data. True when some pixel has none.
+template <class T>
+bool MakeLowPassRow(const LowPassAxis& across, const PixelRect& rect, std::uint32_t panColumn,
+                    const std::uint32_t* sums, const std::uint32_t* shares, T* out, unsigned char* valid) {
+    constexpr std::uint64_t all = std::uint64_t{kernels::lowPassOne} * kernels::lowPassOne;
+    bool lacks = false;
+    for (std::uint32_t column = rect.col0; column < rect.col1; ++column, ++out, ++valid) {
+        const LowPassAxis::Taps& taps = across.GetTaps(column);
+        const std::uint32_t* weights = across.GetWeights(taps);
+        const std::size_t first = taps.count == 0 ? 0 : taps.first - panColumn;
+        const std::uint64_t sum = kernels::WeighColumns(sums + first, weights, taps.count);
+        const std::uint64_t share = taps.count == 0 ? 0
+                                    : shares ? kernels::WeighColumns(shares + first, weights, taps.count)
+                                             : all;
+        *valid = share != 0 ? 1 : 0;
+        *out = static_cast<T>(share != 0 ? (2 * sum + share) / (2 * share) : 0);
+        lacks = lacks || share == 0;
+    }
+    return lacks;
+}
+
+template <class T>
+bool ComputeRows(const LowPassAxis& across, const LowPassAxis& down, PanRows<T> pan, const PixelRect& panRect,
+                 const PixelRect& rect, T* out, unsigned char* valid) {
+    const std::size_t panColumns = panRect.IsEmpty() ? 0 : panRect.GetColumns();
+    std::vector<std::uint32_t> sums(panColumns), shares(panColumns);
+    bool lacks = false;
+    for (std::uint32_t row = rect.row0; row < rect.row1; ++row) {
+        const LowPassAxis::Taps& taps = down.GetTaps(row);
+        if (taps.count == 0 || panRect.IsEmpty()) {
+            std::fill_n(out, rect.GetColumns(), T{0});
+            std::fill_n(valid, rect.GetColumns(), static_cast<unsigned char>(0));
+            lacks = true;
+        } else {
+            const bool hasGaps = pan.Weigh(taps, down.GetWeights(taps), sums.data(), shares.data());
+            if (MakeLowPassRow(across, rect, panRect.col0, sums.data(), hasGaps ? shares.data() : nullptr,
+                               out, valid))
+                lacks = true;
+        }
+        out += rect.GetColumns();
+        valid += rect.GetColumns();
+    }
+    return lacks;
+}
+
+} // namespace
+
+/// exp(-2 pi^2 sigma^2 f^2) with f = 1/2.
+double GaussianSigma(double transfer) { return std::sqrt(-2.0 * std::log(transfer)) / std::numbers::pi; }
+
+PanLowPass::PanLowPass(const RasterInfo& pan, const RasterInfo& coarse, double transfer)
+    : info(coarse), across(PlaceGrids(pan, coarse).across, GaussianSigma(transfer), coarse.cols, pan.cols),
+      down(PlaceGrids(pan, coarse).down, GaussianSigma(transfer), coarse.rows, pan.rows) {
+    info.bandsPerPixel = 1;
+    info.bitsPerBand = pan.bitsPerBand;
+    info.colorSpace = 0;
+    info.bandIds.clear();
+    info.bandRecords.clear();
+}
+
+PixelRect PanLowPass::PanRect(const PixelRect& rect) const {
+    const auto [col0, col1] = SpanOf(across, rect.col0, rect.col1);
+    const auto [row0, row1] = SpanOf(down, rect.row0, rect.row1);
+    return {col0, row0, col1, row1};
+}
+
+bool PanLowPass::Compute(const SampleBlock& pan, const PixelRect& rect, unsigned char* out,
+                         unsigned char* valid) const {
+    const PixelRect panRect = PanRect(rect);
+    const auto compute = [&]<class T>(T* samples) {
+        return ComputeRows(across, down, PanRows<T>(pan, panRect, target), panRect, rect, samples, valid);
+    };
+    return info.bitsPerBand == 8 ? compute(out) : compute(reinterpret_cast<unsigned short*>(out));
+}
+
+} // namespace hostkit

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "hostkit/SampleBlock.h"
+#include "kernels/LowPassRow.h"
+
+namespace hostkit {
+
+/// The low-pass of pan at the centres of the pixels of a coarser grid that runs along that of pan: an image
+/// of one band, of pan's depth. A sample is the mean of pan by a Gaussian (kernels/LowPassRow.h), in exact
+/// whole numbers, rounded half up. Pixels of pan without data and those beyond its edge take no part: the
+/// weights of the others are made to add up to 1. Where none of weight above 0 is left there is no data.
+///
+/// Sources: Aiazzi, Alparone, Baronti, Garzelli 2002 and 2006 (filters matched to the modulation transfer).
+class PanLowPass {
+public:
+    /// What describes an image.
+    using RasterInfo = KOVA::Tessara::Pixmere::RasterInfo;
+
+    /// `pan` has one band; `coarse` tells place, pixel size and number of the pixels. `transfer`, above 0 and
+    /// below 1, is the modulation transfer of the Gaussian at the Nyquist frequency of the coarse grid.
+    PanLowPass(const RasterInfo& pan, const RasterInfo& coarse, double transfer);
+
+    /// The whole image.
+    [[nodiscard]] const RasterInfo& GetInfo() const { return info; }
+    /// The pixels of pan that a rectangle of the image is made of; may be empty.
+    [[nodiscard]] PixelRect PanRect(const PixelRect& rect) const;
+    /// Makes a rectangle of the image: samples packed, and a byte a pixel, 0 without data. `pan` covers
+    /// PanRect. True when some pixel has no data.
+    bool Compute(const SampleBlock& pan, const PixelRect& rect, unsigned char* out,
+                 unsigned char* valid) const;
+
+private:
+    RasterInfo info;
+    kernels::LowPassAxis across;
+    kernels::LowPassAxis down;
+    kernels::SimdTarget target = kernels::ChosenSimdTarget();
+};
+
+/// The standard deviation of a Gaussian with this transfer at the Nyquist frequency, in pixels.
+[[nodiscard]] double GaussianSigma(double transfer);
+
+} // namespace hostkit

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "kernels/GridAxis.h"
+#include "kernels/Simd.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+/// The low-pass of an image at the centres of the pixels of a coarser grid, separated by axis: down first,
+/// then across. Weights are whole numbers and all sums exact, so that any order of adding gives the same.
+namespace kernels {
+
+/// What the weights of a coarse pixel add up to along an axis. Sums down stay below 2^30, sums of those
+/// across below 2^44.
+inline constexpr int lowPassBits = 14;
+inline constexpr std::uint32_t lowPassOne = std::uint32_t{1} << lowPassBits;
+
+/// Which fine pixels a coarse one is made of along one axis, and their weights: a Gaussian about the true
+/// place of its centre, cut at three standard deviations.
+class LowPassAxis {
+public:
+    /// The fine pixels of one coarse pixel; none where none lies within reach.
+    struct Taps {
+        std::uint32_t first = 0;
+        std::uint32_t count = 0;
+        std::size_t weights = 0; ///< position of the first of its weights
+    };
+
+    /// Of the coarse pixels 0 to coarsePixels - 1; `axis` tells how the fine grid lies on the coarse one.
+    /// `sigma` is the standard deviation in coarse pixels. The fine pixels that there are share the weight of
+    /// those beyond the edge.
+    LowPassAxis(const GridAxis& axis, double sigma, std::uint32_t coarsePixels, std::uint32_t finePixels);
+
+    [[nodiscard]] const Taps& GetTaps(std::uint32_t coarse) const { return taps[coarse]; }
+    [[nodiscard]] const std::uint32_t* GetWeights(const Taps& of) const {
+        return weights.data() + of.weights;
+    }
+
+private:
+    void AddWeights(const GridPosition& centre, double sigma, const Taps& of);
+
+    std::vector<Taps> taps;
+    std::vector<std::uint32_t> weights;
+};
+
+/// Sums down: sums[i] = weights[0] * rows[0][i] + ... + weights[count - 1] * rows[count - 1][i], for
+/// `columns` columns.
+template <class T>
+using WeighRows = void (*)(const T* const* rows, const std::uint32_t* weights, std::size_t count,
+                           std::size_t columns, std::uint32_t* sums);
+
+/// The version for a vector target that can run here; the scalar one is the definition.
+template <class T>
+[[nodiscard]] WeighRows<T> WeighRowsFor(SimdTarget target);
+
+template <class T>
+void WeighRowsScalar(const T* const* rows, const std::uint32_t* weights, std::size_t count,
+                     std::size_t columns, std::uint32_t* sums);
+
+/// The sum across of `count` sums down.
+[[nodiscard]] inline std::uint64_t WeighColumns(const std::uint32_t* sums, const std::uint32_t* weights,
+                                                std::size_t count) {
+    std::uint64_t sum = 0;
+    for (std::size_t i = 0; i < count; ++i)
+        sum += std::uint64_t{sums[i]} * weights[i];
+    return sum;
+}
+
+} // namespace kernels

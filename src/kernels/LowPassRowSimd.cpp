@@ -1,0 +1,102 @@
+// The sums down of the low-pass in vectors of whatever width the processor has; the same sums as the scalar
+// one.
+#include "kernels/LowPassRow.h"
+#include "kernels/Simd.h"
+
+#include <type_traits>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "kernels/LowPassRowSimd.cpp"
+#include <hwy/foreach_target.h>
+// Highway asks for this order.
+#include <hwy/highway.h>
+
+#include "kernels/Planes-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace kernels {
+namespace HWY_NAMESPACE {
+
+/// 8-bit sums stay below 2^22 and are exact in float, whose products are faster than those of whole numbers.
+template <class T>
+using LowPassLane = std::conditional_t<sizeof(T) == 1, float, std::uint32_t>;
+
+template <class T>
+HWY_ATTR void WeighInVectors(const T* const* rows, const std::uint32_t* weights, std::size_t count,
+                             std::size_t columns, std::uint32_t* HWY_RESTRICT sums) {
+    using Lane = LowPassLane<T>;
+    const hn::ScalableTag<Lane> d;
+    const hn::RebindToSigned<decltype(d)> dSigned;
+    const hn::RebindToUnsigned<decltype(d)> dUnsigned;
+    const hn::Rebind<T, decltype(d)> narrow;
+    const std::size_t lanes = hn::Lanes(d);
+    const auto load = [&](const T* samples) HWY_ATTR {
+        if constexpr (sizeof(T) == 1)
+            return hn::ConvertTo(d, hn::PromoteTo(dSigned, hn::LoadU(narrow, samples)));
+        else
+            return hn::PromoteTo(d, hn::LoadU(narrow, samples));
+    };
+    const auto store = [&](auto sum, std::uint32_t* to) HWY_ATTR {
+        if constexpr (sizeof(T) == 1)
+            hn::StoreU(hn::BitCast(dUnsigned, hn::ConvertTo(dSigned, sum)), dUnsigned, to);
+        else
+            hn::StoreU(sum, d, to);
+    };
+    std::size_t i = 0;
+    for (; i + 4 * lanes <= columns; i += 4 * lanes) {
+        auto a = hn::Zero(d), b = a, c = a, e = a;
+        for (std::size_t row = 0; row < count; ++row) {
+            const T* samples = rows[row] + i;
+            const auto weight = hn::Set(d, static_cast<Lane>(weights[row]));
+            a = hn::Add(a, hn::Mul(load(samples), weight));
+            b = hn::Add(b, hn::Mul(load(samples + lanes), weight));
+            c = hn::Add(c, hn::Mul(load(samples + 2 * lanes), weight));
+            e = hn::Add(e, hn::Mul(load(samples + 3 * lanes), weight));
+        }
+        store(a, sums + i);
+        store(b, sums + i + lanes);
+        store(c, sums + i + 2 * lanes);
+        store(e, sums + i + 3 * lanes);
+    }
+    for (; i < columns; ++i) {
+        std::uint32_t sum = 0;
+        for (std::size_t row = 0; row < count; ++row)
+            sum += rows[row][i] * weights[row];
+        sums[i] = sum;
+    }
+}
+
+void WeighRows8(const unsigned char* const* rows, const std::uint32_t* weights, std::size_t count,
+                std::size_t columns, std::uint32_t* sums) {
+    WeighInVectors(rows, weights, count, columns, sums);
+}
+
+void WeighRows16(const unsigned short* const* rows, const std::uint32_t* weights, std::size_t count,
+                 std::size_t columns, std::uint32_t* sums) {
+    WeighInVectors(rows, weights, count, columns, sums);
+}
+
+} // namespace HWY_NAMESPACE
+} // namespace kernels
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace kernels {
+
+HWY_EXPORT(WeighRows8);
+HWY_EXPORT(WeighRows16);
+
+template <>
+WeighRows<unsigned char> WeighRowsFor(SimdTarget target) {
+    return target == 0 ? &WeighRowsScalar<unsigned char>
+                       : HWY_DISPATCH_TABLE(WeighRows8)[DispatchIndex(target)];
+}
+
+template <>
+WeighRows<unsigned short> WeighRowsFor(SimdTarget target) {
+    return target == 0 ? &WeighRowsScalar<unsigned short>
+                       : HWY_DISPATCH_TABLE(WeighRows16)[DispatchIndex(target)];
+}
+
+} // namespace kernels
+#endif

@@ -1,0 +1,73 @@
+#include "kernels/LowPassRow.h"
+
+#include <gtest/gtest.h>
+
+#include <numeric>
+#include <random>
+
+namespace {
+
+using namespace kernels;
+
+/// Rows of exactly their size, with the largest samples among them; weights that add up to the most there is.
+template <class T>
+void ExpectSameSums(std::size_t count, std::size_t columns, std::mt19937& random) {
+    std::vector<std::vector<T>> rows(count, std::vector<T>(columns));
+    std::vector<const T*> starts;
+    std::vector<std::uint32_t> weights(count, lowPassOne / static_cast<std::uint32_t>(count));
+    weights.front() += lowPassOne % static_cast<std::uint32_t>(count);
+    for (auto& row : rows) {
+        for (T& sample : row)
+            sample = random() % 4 == 0 ? std::numeric_limits<T>::max() : static_cast<T>(random());
+        starts.push_back(row.data());
+    }
+    std::vector<std::uint32_t> expected(columns);
+    WeighRowsScalar<T>(starts.data(), weights.data(), count, columns, expected.data());
+    for (const SimdTarget target : SimdTargets()) {
+        std::vector<std::uint32_t> sums(columns);
+        WeighRowsFor<T>(target)(starts.data(), weights.data(), count, columns, sums.data());
+        EXPECT_EQ(sums, expected) << SimdTargetName(target) << " " << count << " x " << columns;
+    }
+}
+
+TEST(LowPassRow, EveryTargetGivesTheSameSums) {
+    std::mt19937 random(7);
+    for (const std::size_t count : {1, 2, 7, 14, 300})
+        for (const std::size_t columns : {0, 1, 15, 64, 67, 131}) {
+            ExpectSameSums<unsigned char>(count, columns, random);
+            ExpectSameSums<unsigned short>(count, columns, random);
+        }
+}
+
+// Sigma half a coarse pixel: 3 sigma are 3 pixels of the fine grid at ratio 2, 6 at ratio 4. At the edge the
+// weights of the pixels that there are add up to the whole; beyond reach there are none.
+TEST(LowPassAxis, WeightsLieAboutTheTruePlaceOfThePixel) {
+    const struct {
+        double ratio, offset;
+        std::uint32_t coarse, first, count;
+    } cases[] = {
+        {0.5, 0.0, 10, 18, 6},   // its centre lies between 20 and 21
+        {0.5, 0.75, 10, 16, 7},  // and on 19: 1.5 fine pixels to the left
+        {0.25, 0.0, 10, 36, 12}, // between 41 and 42
+        {0.5, 0.0, 0, 0, 4},     {0.5, 10.0, 5, 0, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.ratio << " " << c.offset << " pixel " << c.coarse);
+        const GridAxis axis = MakeGridAxis(c.ratio, c.offset);
+        const LowPassAxis low(axis, 0.5, 20, 400);
+        const LowPassAxis::Taps& taps = low.GetTaps(c.coarse);
+        EXPECT_EQ(taps.count, c.count);
+        if (c.count == 0) continue;
+        EXPECT_EQ(taps.first, c.first);
+        const std::uint32_t* weights = low.GetWeights(taps);
+        EXPECT_EQ(std::accumulate(weights, weights + c.count, 0u), lowPassOne);
+        if (c.coarse == 0) continue;
+        double mean = 0.0;
+        for (std::uint32_t i = 0; i < c.count; ++i)
+            mean += (taps.first + i) * static_cast<double>(weights[i]) / lowPassOne;
+        EXPECT_NEAR(mean, (c.coarse + 0.5 - c.offset) / c.ratio - 0.5, 0.001);
+        EXPECT_NEAR(weights[c.count / 2], weights[(c.count - 1) / 2], 1.0);
+    }
+}
+
+} // namespace
