@@ -1,6 +1,6 @@
 #pragma once
 
-#include "rasterhost/Sharpen.h"
+#include "rasterhost/Requests.h"
 
 #include <cpl_string.h>
 
@@ -19,7 +19,7 @@ inline CPLStringList ToOptionList(const std::vector<std::string>& options) {
 
 /// Whether the pixels are to be compressed as they are written. A format that is copied gets them as they
 /// are.
-inline bool WritesCompressedTiff(const SharpenRequest& request) {
+inline bool WritesCompressedTiff(const OutputRequest& request) {
     const CPLStringList options = ToOptionList(request.creationOptions);
     return EQUAL(request.format.c_str(), "GTiff") &&
            !EQUAL(options.FetchNameValueDef("COMPRESS", "NONE"), "NONE");

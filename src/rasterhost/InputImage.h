@@ -3,7 +3,7 @@
 #include "hostkit/ImageSource.h"
 #include "hostkit/PixelMap.h"
 #include "rasterhost/HostStatus.h"
-#include "rasterhost/Sharpen.h"
+#include "rasterhost/Requests.h"
 #include "rasterhost/SourceBand.h"
 #include "rasterhost/ZeroCollar.h"
 

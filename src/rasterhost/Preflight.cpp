@@ -195,7 +195,7 @@ private:
 
     void DescribeRun() {
         const OutputRules rules = MakeOutputRules(request, *scene);
-        const RunSizes sizes = FindSizes(request, *scene, rules.GetFileBands());
+        const RunSizes sizes = FindSizes(request, request, *scene, rules.GetFileBands());
         report.method = settings.method;
         report.effectiveWeights = settings.effectiveWeights;
         report.infraredWeight = settings.infraredWeight;

@@ -52,14 +52,15 @@ bool CheckImage(const InputImage& image, Status& status) {
 
 } // namespace
 
-RunSizes FindSizes(const SharpenRequest& request, const Scene& scene, std::uint32_t fileBands) {
+RunSizes FindSizes(const RunOptions& run, const OutputRequest& output, const Scene& scene,
+                   std::uint32_t fileBands) {
     return {scene.part.GetColumns(), scene.part.GetRows(), fileBands,
-            ChooseThreads(request),  request.windowRows,   WritesCompressedTiff(request)};
+            ChooseThreads(run),      run.windowRows,       WritesCompressedTiff(output)};
 }
 
-int ChooseThreads(const SharpenRequest& request) {
-    return request.threads > 0 ? request.threads
-                               : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+int ChooseThreads(const RunOptions& run) {
+    return run.threads > 0 ? run.threads
+                           : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
 }
 
 std::uint32_t ChooseWindowRows(const Scene& scene, const RunSizes& sizes, std::uint32_t blockRows) {
@@ -112,9 +113,9 @@ bool CheckSizes(const Scene& scene, Status& status) {
     return true;
 }
 
-bool CheckMemory(const SharpenRequest& request, const Scene& scene, const RunSizes& sizes,
-                 std::uint32_t blockRows, Status& status) {
-    const std::uint64_t most = request.mostMemory > 0 ? request.mostMemory : MachineMemory();
+bool CheckMemory(const RunOptions& run, const Scene& scene, const RunSizes& sizes, std::uint32_t blockRows,
+                 Status& status) {
+    const std::uint64_t most = run.mostMemory > 0 ? run.mostMemory : MachineMemory();
     const std::uint64_t needed = EstimateMemory(scene, sizes, blockRows);
     if (most == 0 || needed <= most) return true;
     return Fail(status, HostStatus::RequestInvalid,

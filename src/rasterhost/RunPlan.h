@@ -20,10 +20,11 @@ inline constexpr std::uint32_t usualBlockRows =
     256; ///< of the tiles that are written unless others are asked for
 
 /// The sizes of a run for the scene's part.
-[[nodiscard]] RunSizes FindSizes(const SharpenRequest& request, const Scene& scene, std::uint32_t fileBands);
+[[nodiscard]] RunSizes FindSizes(const RunOptions& run, const OutputRequest& output, const Scene& scene,
+                                 std::uint32_t fileBands);
 
-/// The request's threads, or one a processor.
-[[nodiscard]] int ChooseThreads(const SharpenRequest& request);
+/// The threads asked for, or one a processor.
+[[nodiscard]] int ChooseThreads(const RunOptions& run);
 
 /// Whole rows of output blocks, some 4 MB, and a few windows for every thread where the scene has them.
 [[nodiscard]] std::uint32_t ChooseWindowRows(const Scene& scene, const RunSizes& sizes,
@@ -45,8 +46,8 @@ inline constexpr std::uint32_t usualBlockRows =
 /// damaged file may declare any size. To be asked before pixels are read.
 [[nodiscard]] bool CheckSizes(const Scene& scene, Status& status);
 
-/// False, with an item, when a run would take more memory than the request allows.
-[[nodiscard]] bool CheckMemory(const SharpenRequest& request, const Scene& scene, const RunSizes& sizes,
+/// False, with an item, when a run would take more memory than is allowed.
+[[nodiscard]] bool CheckMemory(const RunOptions& run, const Scene& scene, const RunSizes& sizes,
                                std::uint32_t blockRows, Status& status);
 
 } // namespace rasterhost

@@ -22,7 +22,7 @@ using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
 
-bool OpenPan(const SharpenRequest& request, Scene& scene, Status& status) {
+bool OpenPan(const PairRequest& request, Scene& scene, Status& status) {
     scene.pan = InputImage::Open({request.pan}, "pan", scene.sampleOptions, status);
     if (!scene.pan) return false;
     if (scene.pan->GetBands().size() == 1) return true;
@@ -130,7 +130,7 @@ bool CoverBy(const InputImage& coarse, Scene& scene, const Warn& warn, Status& s
     return true;
 }
 
-bool PlaceImage(const SharpenRequest& request, InputImage& coarse, const char* role, const Scene& scene,
+bool PlaceImage(const PairRequest& request, InputImage& coarse, const char* role, const Scene& scene,
                 const Warn& warn, Status& status) {
     return MatchGeoreferencing(*scene.pan, coarse, role, request.sameCorner, warn, status) &&
            CheckFit(*scene.pan, coarse, status);
@@ -182,7 +182,7 @@ void MoveTogether(const std::vector<InputImage*>& images, const Way& way, const 
     }
 }
 
-bool OpenMultispectral(const SharpenRequest& request, Scene& scene, const Warn& warn, Status& status) {
+bool OpenMultispectral(const PairRequest& request, Scene& scene, const Warn& warn, Status& status) {
     std::vector<BandGrid> grids;
     if (!OpenGrids(request.multispectral, scene.sampleOptions, grids, status) ||
         !OrderBands(request.bands, grids, scene, status))
@@ -196,7 +196,7 @@ bool OpenMultispectral(const SharpenRequest& request, Scene& scene, const Warn& 
     return true;
 }
 
-bool OpenInfrared(const SharpenRequest& request, Scene& scene, const Warn& warn, Status& status) {
+bool OpenInfrared(const PairRequest& request, Scene& scene, const Warn& warn, Status& status) {
     scene.infrared = InputImage::Open({*request.infrared}, "infrared", scene.sampleOptions, status);
     if (!scene.infrared) return false;
     if (scene.infrared->GetBands().size() != 1)
@@ -210,7 +210,7 @@ bool OpenInfrared(const SharpenRequest& request, Scene& scene, const Warn& warn,
 }
 
 /// What the results may reach: the request's depth, or the greatest that an input uses.
-bool FindDepth(const SharpenRequest& request, Scene& scene, Status& status) {
+bool FindDepth(const PairRequest& request, Scene& scene, Status& status) {
     const std::uint32_t bits = scene.pan->GetInfo().bitsPerBand;
     if (request.bitDepth && request.scale)
         return Fail(status, HostStatus::RequestInvalid,
@@ -229,7 +229,7 @@ bool FindDepth(const SharpenRequest& request, Scene& scene, Status& status) {
 }
 
 /// Measures how far the multispectral content lies from its place and moves it there.
-bool CorrectShift(const SharpenRequest& request, Scene& scene, const Warn& warn, Status& status) {
+bool CorrectShift(const PairRequest& request, Scene& scene, const Warn& warn, Status& status) {
     std::optional<Shift> shift;
     if (!MeasureShift(scene, request.bitDepth, shift, status)) return false;
     if (!shift || !shift->IsAgreed()) {
@@ -249,7 +249,7 @@ bool CorrectShift(const SharpenRequest& request, Scene& scene, const Warn& warn,
     return true;
 }
 
-bool FindResampling(const SharpenRequest& request, Scene& scene, Status& status) {
+bool FindResampling(const PairRequest& request, Scene& scene, Status& status) {
     if (request.resampling == "cubic") scene.resampling = hostkit::Resampling::Cubic;
     return request.resampling == "bilinear" || request.resampling == "cubic" ||
            Fail(status, HostStatus::RequestInvalid,
@@ -279,7 +279,7 @@ bool Scene::MayLackData() const {
                        [](const InputImage* image) { return image->GetMap() || image->MayLackData(); });
 }
 
-std::unique_ptr<Scene> OpenScene(const SharpenRequest& request, const Warn& warn, Status& status) {
+std::unique_ptr<Scene> OpenScene(const PairRequest& request, const Warn& warn, Status& status) {
     auto scene = std::make_unique<Scene>();
     scene->sampleOptions = {request.noData, request.ignoreNoData, {}};
     if (request.scale) scene->sampleOptions.scale = SampleScale{(*request.scale)[0], (*request.scale)[1]};

@@ -45,7 +45,6 @@ struct Scene {
 
 /// Opens pan, multispectral bands and the infrared band and finds how they lie on each other. Null with an
 /// item that names the file and says what to do.
-[[nodiscard]] std::unique_ptr<Scene> OpenScene(const SharpenRequest& request, const Warn& warn,
-                                               Status& status);
+[[nodiscard]] std::unique_ptr<Scene> OpenScene(const PairRequest& request, const Warn& warn, Status& status);
 
 } // namespace rasterhost

@@ -12,7 +12,7 @@ namespace rasterhost {
 using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Pixmere::RasterInfo;
 
-bool ChoosePart(const SharpenRequest& request, Scene& scene, const Warn& warn, Status& status) {
+bool ChoosePart(const PairRequest& request, Scene& scene, const Warn& warn, Status& status) {
     const RasterInfo& pan = scene.pan->GetInfo();
     scene.part = {0, 0, pan.cols, pan.rows};
     if (!request.part) return true;

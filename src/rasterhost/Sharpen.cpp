@@ -155,7 +155,9 @@ private:
             metadata.emplace_back("FitInfraredCorrelation", NumberText(*fit.infraredCorrelation));
     }
 
-    [[nodiscard]] RunSizes GetSizes() const { return FindSizes(request, *scene, rules.GetFileBands()); }
+    [[nodiscard]] RunSizes GetSizes() const {
+        return FindSizes(request, request, *scene, rules.GetFileBands());
+    }
 
     bool FuseAll() {
         const auto output = OutputFile::Create(request, *scene, rules, report.threads, metadata, status);
