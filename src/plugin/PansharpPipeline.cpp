@@ -216,9 +216,9 @@ bool PansharpRaster::CreateFusion() {
 template <class T>
 const unsigned char* PansharpRaster::GetPipelineRow(std::uint32_t row) {
     PXL::PanSharpImage<T>& image = *GetPipeline<T>().panSharpImage;
-    // Rows past the pan raster are the image's to refuse; other rows outside the window have no defined
-    // samples.
-    if (row < currentWindow.row0 || (row >= currentWindow.row1 && row < workInfo.rows)) {
+    // Rows past the pan raster are the image's to refuse, by pan's size as the image knows it; other rows
+    // outside the window have no defined samples.
+    if (row < currentWindow.row0 || (row >= currentWindow.row1 && row < image.GetInfo().rows)) {
         AddOnce(ProcessStatus::RowOutsideWindow,
                 FormatString("row %lu lies outside the window (rows %lu to %lu)", ULong{row},
                              ULong{currentWindow.row0}, ULong{currentWindow.row1}));
