@@ -116,6 +116,7 @@ auto ImageViaBinaryRowOperator<Input1, Input2, Operator>::GetRow(std::uint32_t r
                                       ULong{row}, ULong{input2Info.rows}, ULong{windowFirstRow}));
         return nullptr;
     }
+    currentRow = row + 1; // whether or not the inputs have the row
     const T* samples1 = input1->GetRow(row);
     const T* samples2 = samples1 ? input2->GetRow(row2) : nullptr;
     T* result = samples2 ? rowOperator->ProcessRow(samples1, samples2, row) : nullptr;
@@ -123,9 +124,7 @@ auto ImageViaBinaryRowOperator<Input1, Input2, Operator>::GetRow(std::uint32_t r
         const char* who = !samples1 ? "first input image" : !samples2 ? "second input image" : "row operator";
         this->InsertOnce(BinaryRowImageStatus::NoInputRow,
                          FormatString("the %s delivers no row %lu", who, ULong{row}));
-        return nullptr;
     }
-    currentRow = row + 1;
     return result;
 }
 

@@ -38,7 +38,9 @@ public:
     /// `row` counts from the top of the output image. Fails from its last row on, without a window, for rows
     /// that a sampled input 2 does not cover, and when an input has no row to give.
     T* GetRow(std::uint32_t row) override;
-    T* GetNextRow() override { return GetRow(currentRow); } ///< after a failure the same row again
+    /// The row after the last one asked for; that one again when this image itself refused it, not when an
+    /// input or the operator had no row.
+    T* GetNextRow() override { return GetRow(currentRow); }
 
     /// Windows both inputs and the operator; a refusal is passed on with their items. Fails also when a row
     /// of an input would be narrower than the operator's window. Rows can be read only after a success.

@@ -45,6 +45,7 @@ TEST(ImageViaBinaryRowOperator, ReadsASampledInputFromItsOwnFirstRow) {
         EXPECT_EQ(merged.image->GetRow(uncovered), nullptr);
         EXPECT_EQ(merged.image->status.GetItem(0).id, 0x5012u);
     }
+    EXPECT_EQ(merged.image->GetNextRow(), nullptr) << "row 0 again, which the image itself refused";
 }
 
 TEST(ImageViaBinaryRowOperator, WindowsBothInputsAlikeOtherwise) {
@@ -67,8 +68,8 @@ TEST(ImageViaBinaryRowOperator, EndsWithItsLastRow) {
         EXPECT_EQ(merged.image->GetRow(5), nullptr);
         EXPECT_EQ(merged.image->status.GetItem(0).id, 0x5013u);
         input->rowFails = false;
-        EXPECT_TRUE(merged.Starts(merged.image->GetNextRow(), 0, 5, 5)) << "the same row";
-        EXPECT_TRUE(merged.Starts(merged.image->GetNextRow(), 0, 6, 6));
+        EXPECT_TRUE(merged.Starts(merged.image->GetNextRow(), 0, 6, 6))
+            << "on past the row that an input lacks";
     }
 }
 
