@@ -29,6 +29,11 @@ PropertyPairs ReadSettings(const std::string& file) {
                          "<Settings><BandWeight-1>0.3</BandWeight-1></Settings>. " +
                          reason);
     }
+    constexpr std::uint32_t most =
+        2000; // a process looks names up one by one, and copies them for every window
+    if (properties.GetCount() > most)
+        throw UsageError("--settings: '" + file + "' holds " + std::to_string(properties.GetCount()) +
+                         " properties; give " + std::to_string(most) + " at most");
     PropertyPairs pairs;
     for (std::uint32_t i = 0; i < properties.GetCount(); ++i)
         pairs.push_back(properties.GetAt(i));

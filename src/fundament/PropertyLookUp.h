@@ -18,6 +18,10 @@ class PropertyLookUp {
 public:
     using Pair = std::pair<std::string, std::string>;
 
+    PropertyLookUp() = default;
+    /// Takes pairs as they are, in order.
+    explicit PropertyLookUp(std::deque<Pair> taken) : pairs(std::move(taken)) {}
+
     /// Trims the stored value in place and returns it; a missing name is appended with an empty value. The
     /// reference is good until a pair is removed: adding one leaves it, so one name may be set from another.
     std::string& operator[](const std::string& name);
@@ -55,9 +59,10 @@ public:
     [[nodiscard]] std::string ToXml(std::string rootName) const;
 
     /// Replaces all pairs by the elements within the root element of an XML document, at all depths, given as
-    /// text or as the name of a file: name and text of each. False when it cannot be loaded or holds more
-    /// than 2000 names or 16 MiB of text; the lookup is then as before, and the reason is added to `status`.
-    /// In the target fundament_xml.
+    /// text or as the name of a file: name and text of each. False when it cannot be loaded or is
+    /// beyond the bounds of XmlTree.h or holds more than 16 MiB of text, that of nested elements counted in
+    /// each; the lookup is then as before, and the reason is added to `status`. Within these bounds it reads
+    /// what ToXml wrote of names and values that are XML. In the target fundament_xml.
     bool FromXml(const std::string& fileOrText);
     bool FromXml(const std::string& fileOrText, Status& status);
 

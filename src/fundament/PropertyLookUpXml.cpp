@@ -12,11 +12,11 @@ bool PropertyLookUp::FromXml(const std::string& fileOrText) {
 bool PropertyLookUp::FromXml(const std::string& fileOrText, Status& status) {
     XmlDocument document;
     const bool loaded = document.Load(fileOrText);
-    const PropertyLookUp read = loaded ? document.ToPropertyLookUp("//*/*") : PropertyLookUp();
+    PropertyLookUp read = loaded ? document.ToPropertyLookUp("//*/*") : PropertyLookUp();
     status.Append(document.GetStatus());
     if (!loaded || document.GetStatus().GetCount() != 0) return false;
-    Clear();
-    return Merge(read, false, "", "");
+    pairs = std::move(read.pairs); // each name once, as Merge would leave them
+    return true;
 }
 
 } // namespace KOVA::Tessara::Fundament

@@ -5,6 +5,7 @@
 #include "fundament/XmlTree.h"
 
 #include <fstream>
+#include <unordered_map>
 
 namespace KOVA::Tessara::Fundament {
 
@@ -139,24 +140,29 @@ PropertyLookUp& XmlDocument::GetAttributes() {
 }
 
 PropertyLookUp XmlDocument::ToPropertyLookUp(const std::string& path) {
-    constexpr std::uint32_t mostNames = 2000;
     constexpr std::size_t mostText = std::size_t{16} << 20;
-    PropertyLookUp result;
     if (!Hold(path)) {
         Fail(SelectFailed, FormatString("Could not select XML node; XPath: '%s'", path.c_str()));
-        return result;
+        return {};
     }
     lastPath = path;
+    std::deque<PropertyLookUp::Pair> pairs;
+    std::unordered_map<std::string, std::size_t>
+        positions; // by name as it is compared: a lookup searches one by one
     std::size_t size = 0;
     for (const _xmlNode* node : list) {
         std::string text = XmlTree::Text(node);
         size += text.size();
-        result[XmlTree::Name(node)] = std::move(text);
-        if (size <= mostText && result.GetCount() <= mostNames) continue;
-        Fail(OtherFailure, otherMessage, "More than 2000 names or 16 MiB of text for one property list");
-        return {};
+        if (size > mostText) {
+            Fail(OtherFailure, otherMessage, "More than 16 MiB of text for one property list");
+            return {};
+        }
+        std::string name = XmlTree::Name(node);
+        const auto [position, isNew] = positions.try_emplace(ToLower(name), pairs.size());
+        if (isNew) pairs.emplace_back(std::move(name), std::string());
+        pairs[position->second].second = std::move(text);
     }
-    return result;
+    return PropertyLookUp(std::move(pairs));
 }
 
 } // namespace KOVA::Tessara::Fundament

@@ -66,7 +66,7 @@ public:
     PropertyLookUp& GetAttributes();
 
     /// Name and text of every node of an expression, in order; a later node overwrites an earlier one of its
-    /// name. Empty, with an item in the status, beyond 2000 names or 16 MiB of text.
+    /// name. Empty, with an item in the status, beyond 16 MiB of text.
     PropertyLookUp ToPropertyLookUp(const std::string& path);
 
     /// The last failure since Load; no items without one.

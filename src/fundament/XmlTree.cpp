@@ -88,11 +88,16 @@ std::optional<std::string> ToUtf8(const std::string& text) {
     return converted;
 }
 
-// The parser compares each attribute of an element with each other one, and searches name spaces one by one.
-// An attribute has its "=" outside quotes, and no "<" can stand in it.
-bool IsCrowded(const std::string& text) {
-    constexpr int most = 1000;
-    int attributes = 0, spaces = 0;
+constexpr const char* tooManyAttributes =
+    "An element has more than 1000 attributes, or the document as many name spaces";
+constexpr const char* tooManyNodes = "The document has more than 300000 elements and attributes";
+
+// What a document has too many of, or null. The parser compares each attribute of an element with each other
+// one, and searches name spaces one by one; every element and attribute takes many times the memory of its
+// text. An attribute has its "=" outside quotes, and no "<" can stand in it.
+const char* FindCrowd(const std::string& text) {
+    constexpr int most = 1000, mostNodes = 300'000;
+    int attributes = 0, spaces = 0, nodes = 0;
     char quote = 0;
     bool inTag = false;
     for (std::size_t at = 0; at < text.size(); ++at) {
@@ -101,6 +106,7 @@ bool IsCrowded(const std::string& text) {
             inTag = at + 1 < text.size() && text[at + 1] != '!' && text[at + 1] != '?';
             attributes = 0;
             quote = 0;
+            if (at + 1 < text.size() && text[at + 1] != '/' && ++nodes > mostNodes) return tooManyNodes;
         } else if (!inTag) {
             continue;
         } else if (quote) {
@@ -109,12 +115,14 @@ bool IsCrowded(const std::string& text) {
             quote = c;
         } else if (c == '>') {
             inTag = false;
-        } else if ((c == '=' && ++attributes > most) ||
-                   (c == 'x' && text.compare(at, 5, "xmlns") == 0 && ++spaces > most)) {
-            return true;
+        } else if (c == '=') {
+            if (++attributes > most) return tooManyAttributes;
+            if (++nodes > mostNodes) return tooManyNodes;
+        } else if (c == 'x' && text.compare(at, 5, "xmlns") == 0 && ++spaces > most) {
+            return tooManyAttributes;
         }
     }
-    return false;
+    return nullptr;
 }
 
 // A document type ends the parsing at its name, before anything in it is read.
@@ -146,7 +154,7 @@ std::unique_ptr<XmlTree> Refuse(XmlFault& fault, std::string reason) {
 
 std::unique_ptr<XmlTree> XmlTree::Parse(const std::string& text, bool keepBlanks, XmlFault& fault) {
     fault = {};
-    const char* const tooLarge = "The document is larger than 1 MiB";
+    const char* const tooLarge = "The document is larger than 16 MiB";
     if (text.size() > longestDocument) return Refuse(fault, tooLarge);
     static const bool started = (xmlInitParser(), true); // once, before any thread needs it
     static_cast<void>(started);
@@ -155,8 +163,7 @@ std::unique_ptr<XmlTree> XmlTree::Parse(const std::string& text, bool keepBlanks
     if (!plain) return Refuse(fault, "The document is not in the encoding it declares, or that is unknown");
     const std::string carried = CarryStrayBytes(*plain);
     if (plain->size() > longestDocument) return Refuse(fault, tooLarge);
-    if (IsCrowded(carried))
-        return Refuse(fault, "An element has more than 1000 attributes, or the document as many name spaces");
+    if (const char* const crowd = FindCrowd(carried)) return Refuse(fault, crowd);
     const std::unique_ptr<xmlParserCtxt, void (*)(xmlParserCtxtPtr)> parser(xmlNewParserCtxt(),
                                                                             xmlFreeParserCtxt);
     if (!parser) return nullptr;
