@@ -6,6 +6,7 @@
 #     Pansharp::capi       the C interface
 #     Pansharp::pxl        the image library: images, fusion, row operators, colour spaces
 #     Pansharp::plugin     the plug-in as a file
+#     Pansharp::process    the base class of raster processes that the plug-in exports
 #
 # In two components: "runtime" is what runs, "development" what other programs are built with.
 include(CMakePackageConfigHelpers)
@@ -28,6 +29,8 @@ add_library(Pansharp::hostkit ALIAS hostkit)
 add_library(Pansharp::capi ALIAS capi)
 add_library(Pansharp::pxl ALIAS image_library)
 add_library(Pansharp::plugin ALIAS plugin)
+set_target_properties(raster_process PROPERTIES EXPORT_NAME process)
+add_library(Pansharp::process ALIAS raster_process)
 
 set(PANSHARP_INSTALL_FOLDER "${CMAKE_INSTALL_LIBDIR}/pansharp")
 set(PANSHARP_PACKAGE_FOLDER "${CMAKE_INSTALL_LIBDIR}/cmake/Pansharp")
@@ -42,7 +45,7 @@ install(TARGETS capi EXPORT Pansharp LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   COMPONENT runtime NAMELINK_COMPONENT development INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(TARGETS plugin EXPORT Pansharp LIBRARY DESTINATION ${PANSHARP_INSTALL_FOLDER} COMPONENT runtime)
 install(TARGETS fundament host hostkit kernels_simd kernels_fusion kernels_sampling ${image_folders} image_library
-  EXPORT Pansharp ARCHIVE DESTINATION ${PANSHARP_INSTALL_FOLDER} COMPONENT development
+  raster_process EXPORT Pansharp ARCHIVE DESTINATION ${PANSHARP_INSTALL_FOLDER} COMPONENT development
   INCLUDES DESTINATION ${PANSHARP_HEADER_FOLDER})
 if(TARGET cli)
   set_target_properties(cli PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
@@ -66,6 +69,9 @@ foreach(folder fundament host hostkit kernels ${image_folders})
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/src/${folder}" DESTINATION ${PANSHARP_HEADER_FOLDER} COMPONENT development
     FILES_MATCHING PATTERN "*.h" PATTERN "*-inl.h" EXCLUDE)
 endforeach()
+
+install(FILES "${PROJECT_SOURCE_DIR}/src/plugin/RasterProcess.h" DESTINATION "${PANSHARP_HEADER_FOLDER}/plugin"
+  COMPONENT development)
 
 install(EXPORT Pansharp NAMESPACE Pansharp:: FILE PansharpTargets.cmake DESTINATION ${PANSHARP_PACKAGE_FOLDER}
   COMPONENT development)
