@@ -1,6 +1,9 @@
 #include "hostkit/LibraryFile.h"
 
 #include <dlfcn.h>
+#if defined(__linux__)
+#include <sys/auxv.h>
+#endif
 
 #include <system_error>
 
@@ -19,11 +22,24 @@ void* Find(void* handle, const char* name) { return dlsym(handle, name); }
 
 void Close(void* handle) { dlclose(handle); }
 
-std::filesystem::path ProgramFolder() {
+namespace {
+
+// The file of the running program. Where no /proc is mounted, the one it was started by, if that names it.
+std::filesystem::path ProgramFile() {
     std::error_code failure;
-    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", failure);
-    return failure ? std::filesystem::path() : program.parent_path();
+    std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", failure);
+#if defined(__linux__)
+    if (failure) {
+        const auto* started = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
+        program = started ? std::filesystem::canonical(started, failure) : std::filesystem::path();
+    }
+#endif
+    return failure ? std::filesystem::path() : program;
 }
+
+} // namespace
+
+std::filesystem::path ProgramFolder() { return ProgramFile().parent_path(); }
 
 std::filesystem::path LibraryFolder() {
     static const char somewhere = 0;
@@ -34,9 +50,7 @@ std::filesystem::path LibraryFolder() {
     if (!file.is_absolute()) return {};
     std::error_code failure;
     const std::filesystem::path real = std::filesystem::canonical(file, failure);
-    return failure || real == std::filesystem::read_symlink("/proc/self/exe", failure)
-               ? std::filesystem::path()
-               : real.parent_path();
+    return failure || real == ProgramFile() ? std::filesystem::path() : real.parent_path();
 }
 
 } // namespace hostkit::LibraryFile

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace hostkit {
 
@@ -33,8 +34,11 @@ std::string FindPlugin(const std::string& path, Status& status) {
     if (!path.empty()) return path;
     if (const char* named = std::getenv(pluginVariable); named && *named) return named;
     std::string places;
-    for (const std::filesystem::path& folder : {LibraryFile::LibraryFolder(), LibraryFile::ProgramFolder()}) {
-        if (folder.empty()) continue;
+    std::vector<std::filesystem::path> folders = {LibraryFile::LibraryFolder(), LibraryFile::ProgramFolder()};
+    std::erase(folders, std::filesystem::path());
+    // When the platform tells neither, only where the build was to be installed is left.
+    if (folders.empty()) folders.emplace_back(PANSHARP_BINARIES);
+    for (const std::filesystem::path& folder : folders) {
         for (const char* place :
              {"../lib", ".", "pansharp", "../lib/pansharp", "../" PANSHARP_LIBDIR "/pansharp"}) {
             const std::filesystem::path candidate = (folder / place / pluginFileName).lexically_normal();
