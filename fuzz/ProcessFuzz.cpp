@@ -78,6 +78,7 @@ public:
         process->SetAoi(&aoi);
     }
     ~Server() {
+        process->SetWorkspace(static_cast<IRasterWorkspace*>(&workspace)); // it may have been taken away
         plugin.Destroy(&process);
         Require(workspace.Outstanding() == 0, "every chain goes back");
     }

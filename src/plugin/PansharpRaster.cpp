@@ -21,6 +21,14 @@ int PansharpRaster::SetProperties(const Global::NameValueMap* map) {
     }
 }
 
+int PansharpRaster::SetWorkspace(void* newWorkspace) {
+    if (!newWorkspace)
+        sourceTaken = true;
+    else if (static_cast<IRasterWorkspace*>(newWorkspace) == chainSource)
+        sourceTaken = false;
+    return RasterProcess::SetWorkspace(newWorkspace);
+}
+
 int PansharpRaster::Reset() {
     ReleaseWindow();
     panRaster = nullptr;
@@ -137,6 +145,8 @@ bool PansharpRaster::ObtainChains(const Window& window) {
     if (!workspace)
         return Fail(ProcessStatus::NoWorkspace, "no workspace: call SetWorkspace before SetWindow");
     chainSource = static_cast<IRasterWorkspace*>(workspace);
+    sourceTaken = false;
+    irChain = nullptr; // one of a workspace that was taken away went with it
     const auto obtain = [&](const std::string& imageId, std::uint32_t id, const char* message) {
         Fundament::Status reasons;
         IRasterProcessChain* chain =
@@ -181,6 +191,7 @@ void PansharpRaster::ReleaseWindow() noexcept {
     pipeline16.Clear();
     msRaster = nullptr;
     irRaster = nullptr;
+    if (sourceTaken) return; // the chains went with it, unless it is set again
     ReleaseChain(msChain);
     ReleaseChain(irChain);
     chainSource = nullptr;

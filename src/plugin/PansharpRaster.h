@@ -31,6 +31,9 @@ public:
 
     /// Loads the properties. Returns 0 for null or an empty map.
     int SetProperties(const Global::NameValueMap* map) override;
+    /// Null takes the workspace away: the chains it issued are not given back until it is set again, so that
+    /// it may be destroyed. One that another replaces is given its chains back, and has to live until then.
+    int SetWorkspace(void* newWorkspace) override;
     const Global::NameValueMap& GetMetadata() override; ///< with the method's metadata as they are now
 
 protected:
@@ -125,6 +128,7 @@ private:
     IRasterProcessChain* msChain = nullptr;
     IRasterProcessChain* irChain = nullptr;
     IRasterWorkspace* chainSource = nullptr; ///< the workspace that issued the chains
+    bool sourceTaken = false;                ///< it was taken away since, and may be gone
 
     RasterInfo workInfo;
     Aoi workAoi; ///< the request as the chains see it

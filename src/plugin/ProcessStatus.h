@@ -30,6 +30,7 @@ inline constexpr std::uint32_t DepthChanged = 0xA224;
 inline constexpr std::uint32_t RasterTooSmall = 0xA225;
 inline constexpr std::uint32_t NoWindow = 0xA226;
 inline constexpr std::uint32_t RowOutsideWindow = 0xA227;
+inline constexpr std::uint32_t ItemsDropped = 0xA228;
 inline constexpr std::uint32_t Exception = 0xA22F;
 
 } // namespace KOVA::Tessara::Pixmere::ProcessStatus

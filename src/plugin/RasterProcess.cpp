@@ -99,7 +99,13 @@ std::vector<Mapwarp::FGeoTransformers*> RasterProcess::GetGeoTransformer() {
 void RasterProcess::BoundStatus() {
     constexpr std::uint32_t most = 1000;
     const std::uint32_t count = status.GetCount();
-    if (count > most) status.Keep(count - most / 2, most / 2);
+    if (count <= most) return;
+    status.Keep(count - most / 2, most / 2);
+    status.Insert(
+        ProcessStatus::ItemsDropped,
+        "older items were dropped: beyond 1000 items the newest 500 are kept; read the status after every "
+        "failure, and call Init to empty it",
+        ProcessStatus::source);
 }
 
 int RasterProcess::Close() { return 1; }

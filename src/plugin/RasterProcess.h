@@ -51,8 +51,8 @@ protected:
     /// Called in a catch block: records the exception that is being handled. Throws nothing.
     void RecordException(const char* operation) noexcept;
 
-    /// Called at the start of an operation: of more than 1000 items the oldest are dropped, so that a host
-    /// which never looks at them does not collect them without end.
+    /// Called at the start of an operation: of more than 1000 items only the newest 500 are kept, after one
+    /// that says so, so that a host which never looks at them does not collect them without end.
     void BoundStatus();
 
     RasterInfo info;

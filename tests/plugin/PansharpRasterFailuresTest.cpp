@@ -178,6 +178,20 @@ TEST(Failures, AFailedSecondInitLeavesNoWayToReadRowsOfAnotherDepth) {
                                                    "process was initialized for 8; call Init again"));
 }
 
+// Between Init and SetWindow the pan raster gets another size: the window counts, whichever size is larger.
+TEST(Failures, APanRasterDescribedAnewServesRowsOfTheWindowOnly) {
+    for (const auto [columns, rows] : {Size{40, 0xFFFFFFFFu}, Size{60, 45}, Size{20, 25}}) {
+        Session session;
+        Ms(session).extraRows = 100; // or the multispectral image would end with the window
+        ASSERT_EQ(session.process->Init(), 1);
+        session.pan->info.cols = columns;
+        session.pan->info.rows = rows;
+        EXPECT_EQ(session.Read({5, 10, columns, 20}).size(), (columns - 5) * 10 * 3);
+        for (const std::uint32_t row : {9u, 20u, 24u, 29u, 44u, 0xFFFFFFFFu})
+            EXPECT_EQ(session.process->GetRow(row), nullptr) << row << " of " << rows;
+    }
+}
+
 TEST(Failures, OfRowsAreReportedOnceHoweverOftenTheyAreAsked) {
     Session session;
     ASSERT_EQ(session.process->Init(), 1);
@@ -211,6 +225,8 @@ TEST(Failures, ByTheHundredThousandAreNotCollected) {
         ASSERT_LE(session.process->GetStatus().GetCount(), 1001u);
     }
     EXPECT_THAT(session.Items(), testing::HasSubstr("columns 99999 to 99999")) << "the newest is there";
+    EXPECT_THAT(session.Items(), testing::StartsWith("A228 older items were dropped"))
+        << "and what tells of the rest";
 }
 
 TEST(Failures, RowsHaveThePublishedBandsWhateverIsSetLater) {

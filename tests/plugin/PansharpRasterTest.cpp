@@ -199,3 +199,31 @@ TEST(PansharpRaster, EveryChainGoesBackOnceToTheWorkspaceThatIssuedIt) {
                   0);
     }
 }
+
+TEST(PansharpRaster, ChainsOfAWorkspaceThatIsTakenAwayGoWithIt) {
+    for (const char* infrared : {"", "ir"})
+        for (const bool another : {false, true}) {
+            Session session(Properties{{"AdditionalBandID", infrared}});
+            const auto images = session.workspace.images;
+            auto taken = std::make_unique<FakeWorkspace>(session.log);
+            taken->images = images;
+            session.process->SetWorkspace(static_cast<IRasterWorkspace*>(taken.get()));
+            ASSERT_EQ(session.process->Init(), 1);
+            ASSERT_EQ(session.SetWindow({0, 0, 40, 10}), 1);
+            session.process->SetWorkspace(nullptr);
+            EXPECT_EQ(session.SetWindow({0, 0, 40, 10}), 0);
+            EXPECT_GT(taken->Outstanding(), 0u);
+            session.process->SetWorkspace(static_cast<IRasterWorkspace*>(taken.get()));
+            ASSERT_EQ(session.process->Init(), 1);
+            EXPECT_EQ(taken->Outstanding(), 0u) << "set again, it gets them back";
+            ASSERT_EQ(session.SetWindow({0, 0, 40, 10}), 1);
+            session.process->SetWorkspace(nullptr);
+            taken.reset();
+            if (another) {
+                session.process->SetWorkspace(static_cast<IRasterWorkspace*>(&session.workspace));
+                ASSERT_EQ(session.SetWindow({0, 0, 40, 10}), 1);
+            }
+            session.Destroy(); // calls nothing that is gone
+            EXPECT_EQ(session.workspace.Outstanding(), 0u);
+        }
+}
