@@ -14,6 +14,8 @@ ExitCode RunAssess(const CommandLine& line) {
     rasterhost::AssessReport report;
     KOVA::Tessara::Fundament::Status status;
     const ExitCode code = rasterhost::Assess(request, report, status) ? Done : WorkFailed;
+    if (const std::string hint = HintAtFiles(line); code == WorkFailed && !hint.empty())
+        status.Add(0, hint, "Command");
     if (code == WorkFailed) std::cerr << FormatErrors(status);
     if (line.Has("--json")) {
         std::cout << AssessJson(request, report, code, status);

@@ -25,15 +25,22 @@ std::string FormatImage(const char* role, const ImageFacts& facts) {
                            facts.rows, facts.pixelSizeX, facts.pixelSizeY, facts.bands, Plural(facts.bands)));
     text += Line("", facts.projection.empty() ? (facts.extent ? "no projection" : "not georeferenced")
                                               : facts.projection);
-    text += Line("", FormatString("%s, of which %u are in use (largest sample seen: %u); %.2g %% saturated",
-                                  facts.sampleType.c_str(), facts.bitDepth, facts.largest,
-                                  100.0 * facts.saturated));
     std::string noData;
     for (const std::string& what : facts.noData)
         noData += (noData.empty() ? "" : ", ") + what;
+    if (!noData.empty()) noData = "no data: " + noData;
+    if (facts.seen == 0)
+        return text + Line("", facts.sampleType + "; no pixel was looked at") +
+               (noData.empty() ? noData : Line("", noData));
+    text +=
+        Line("", facts.largest ? FormatString("%s, of which %u are in use (largest sample seen: %u); %.2g %% "
+                                              "saturated",
+                                              facts.sampleType.c_str(), *facts.bitDepth, *facts.largest,
+                                              100.0 * facts.saturated)
+                               : facts.sampleType + "; no pixel with data was seen");
     return text + Line("", noData.empty() ? "every sample is data"
-                                          : FormatString("no data: %s; %.3g %% of the pixels seen",
-                                                         noData.c_str(), 100.0 * facts.withoutData));
+                                          : FormatString("%s; %.3g %% of the pixels seen", noData.c_str(),
+                                                         100.0 * facts.withoutData));
 }
 
 std::string FormatGrids(const PreflightReport& report) {

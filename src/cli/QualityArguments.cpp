@@ -73,6 +73,15 @@ AssessRequest MakeAssessRequest(const CommandLine& line) {
     return request;
 }
 
+std::string HintAtFiles(const CommandLine& line) {
+    for (const std::string option : {"--ms", "--reference"})
+        if (line.GetPositionals().size() > 1 && line.GetAll(option).size() == 1)
+            return option + " takes one file: those after it, as '" + line.GetPositionals()[1] +
+                   "' may be, are taken for bands of the fused image; repeat it for each, as in " + option +
+                   " b1.tif " + option + " b2.tif";
+    return {};
+}
+
 CompareRequest MakeCompareRequest(const CommandLine& line) {
     CompareRequest request{MakePairRequest(line), ReadBlur(line), line.Get("--keep")};
     if (!request.keep.empty() && !std::filesystem::is_directory(request.keep))

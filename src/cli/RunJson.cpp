@@ -56,11 +56,13 @@ Json FactsObject(const ImageFacts& facts) {
                    {"sample_type", facts.sampleType},
                    {"projection", facts.projection},
                    {"pixel_size", {facts.pixelSizeX, facts.pixelSizeY}},
-                   {"bit_depth", facts.bitDepth},
-                   {"largest_sample", facts.largest},
                    {"no_data", facts.noData},
                    {"share_without_data", facts.withoutData},
                    {"share_saturated", facts.saturated}};
+    if (facts.largest) {
+        object["bit_depth"] = *facts.bitDepth;
+        object["largest_sample"] = *facts.largest;
+    }
     object["extent"] = facts.extent ? Json(*facts.extent) : Json();
     return object;
 }

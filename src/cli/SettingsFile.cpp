@@ -23,7 +23,10 @@ PropertyPairs ReadSettings(const std::string& file) {
     PropertyLookUp properties;
     Status reasons;
     if (!properties.FromXml(file, reasons)) {
-        const std::string reason = reasons.GetCount() > 0 ? reasons.GetItem(0).message : std::string();
+        std::string reason;
+        if (reasons.GetCount() > 0) // details, where there are any, say what the message leaves open
+            reason =
+                reasons.GetItem(0).details.empty() ? reasons.GetItem(0).message : reasons.GetItem(0).details;
         throw UsageError("--settings: '" + file +
                          "' is no settings file; it holds one element a property, as in "
                          "<Settings><BandWeight-1>0.3</BandWeight-1></Settings>. " +

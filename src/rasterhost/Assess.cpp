@@ -7,15 +7,13 @@
 #include "rasterhost/Collars.h"
 #include "rasterhost/CompareRows.h"
 #include "rasterhost/DegradedRows.h"
-#include "rasterhost/GdalErrors.h"
+#include "rasterhost/Operation.h"
 #include "rasterhost/RunPlan.h"
 
 #include <gdal_priv.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
-#include <exception>
 #include <limits>
 
 namespace rasterhost {
@@ -245,17 +243,11 @@ bool CheckBlur(const SensorBlur& blur, std::size_t bands, Status& status) {
 }
 
 bool Assess(const AssessRequest& request, AssessReport& report, Status& status) {
-    const auto start = std::chrono::steady_clock::now();
     report = {};
-    bool isDone = false;
-    try {
-        GDALAllRegister();
-        const GdalErrors silence; // this thread's; every failure below becomes an item
-        isDone = Assessment(request, report, status).Run();
-    } catch (const std::exception& error) {
-        isDone = Fail(status, HostStatus::Unexpected, FormatString("unexpected: %s", error.what()));
-    }
-    report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    double seconds = 0.0;
+    const bool isDone =
+        RunOperation([&] { return Assessment(request, report, status).Run(); }, seconds, status);
+    report.seconds = seconds;
     return isDone;
 }
 

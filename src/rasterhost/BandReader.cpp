@@ -78,7 +78,7 @@ bool BandReader::ReadScaled(const PixelRect& rect, std::size_t band, unsigned ch
     auto* pixel = reinterpret_cast<unsigned short*>(out) + band;
     const unsigned short none = options.isIgnored ? 1 : 0;
     for (const double sample : samples) {
-        const bool hasData = !std::isnan(sample) && sample != source.rawNoData;
+        const bool hasData = std::isfinite(sample) && sample != source.rawNoData;
         *pixel = hasData ? options.scale->Map(sample) : none;
         pixel += bands.size();
     }

@@ -1,6 +1,7 @@
 #include "rasterhost/Collars.h"
 
 #include "fundament/Text.h"
+#include "rasterhost/DataCheck.h"
 #include "rasterhost/ZeroCollar.h"
 
 #include <algorithm>
@@ -89,7 +90,13 @@ CollarSearch FindCollar(InputImage& image, const Warn& warn, const std::function
     }
     auto collar = std::make_unique<ZeroCollar>(finder.Finish());
     const std::uint64_t pixels = std::uint64_t{info.cols} * info.rows;
-    if (collar->GetPixels() == pixels) return CollarSearch::Done; // nothing but zeros is no collar
+    if (collar->GetPixels() == pixels) {
+        Fail(status, HostStatus::InputsDoNotFit,
+             FormatString("every pixel of %s is 0 in all bands; is it the right file? --no-nodata takes "
+                          "zeros as data",
+                          image.GetName().c_str()));
+        return CollarSearch::Failed;
+    }
     warn(
         FormatString("%.3g %% of the pixels of %s are a collar of zeros along its edge that is not declared; "
                      "it is taken as no data (--no-nodata takes it as data)",
@@ -107,9 +114,12 @@ CollarSearch FindCollars(Scene& scene, const Warn& warn, const std::function<boo
     std::vector<InputImage*> images = scene.GetCoarseImages();
     images.insert(images.begin(), scene.pan.get());
     for (InputImage* image : images) {
-        if (image->DeclaresZerosOrMask()) continue;
-        const CollarSearch result = FindCollar(*image, warn, keepOn, status);
+        const CollarSearch result =
+            image->DeclaresZerosOrMask() ? CollarSearch::Done : FindCollar(*image, warn, keepOn, status);
         if (result != CollarSearch::Done) return result;
+        const DataSearch found = FindData(*image, keepOn, status);
+        if (found == DataSearch::Cancelled) return CollarSearch::Cancelled;
+        if (found != DataSearch::Found) return CollarSearch::Failed;
     }
     return CollarSearch::Done;
 }

@@ -6,7 +6,7 @@
 #include "rasterhost/CacheLimit.h"
 #include "rasterhost/Collars.h"
 #include "rasterhost/CompareRows.h"
-#include "rasterhost/GdalErrors.h"
+#include "rasterhost/Operation.h"
 #include "rasterhost/ProcessSettings.h"
 #include "rasterhost/ReducedScene.h"
 #include "rasterhost/RunPlan.h"
@@ -14,9 +14,7 @@
 #include <gdal_priv.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
-#include <exception>
 #include <map>
 
 namespace rasterhost {
@@ -181,17 +179,11 @@ private:
 } // namespace
 
 bool Compare(const CompareRequest& request, CompareReport& report, Status& status) {
-    const auto start = std::chrono::steady_clock::now();
     report = {};
-    bool isDone = false;
-    try {
-        GDALAllRegister();
-        const GdalErrors silence; // this thread's; every failure below becomes an item
-        isDone = CompareRun(request, report, status).Run();
-    } catch (const std::exception& error) {
-        isDone = Fail(status, HostStatus::Unexpected, FormatString("unexpected: %s", error.what()));
-    }
-    report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    double seconds = 0.0;
+    const bool isDone =
+        RunOperation([&] { return CompareRun(request, report, status).Run(); }, seconds, status);
+    report.seconds = seconds;
     return isDone;
 }
 

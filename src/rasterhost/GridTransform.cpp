@@ -34,6 +34,18 @@ std::optional<GridTransform::Point> Transform(void* transformer, bool isFromPan,
     return point;
 }
 
+/// Pan's longitudes may run across 180 degrees, and those that a projection gives never do.
+std::optional<GridTransform::Point> FindTurn(const InputImage& pan) {
+    const auto& geoTransform = pan.GetGeoTransform();
+    if (!geoTransform || !pan.GetProjection().IsGeographic()) return std::nullopt;
+    constexpr double pi = 3.14159265358979323846;
+    const double whole = 2.0 * pi / pan.GetProjection().GetAngularUnits();
+    const auto& t = *geoTransform;
+    const double determinant = t[1] * t[5] - t[2] * t[4];
+    if (!(determinant < 0.0 || determinant > 0.0)) return std::nullopt;
+    return GridTransform::Point{whole * t[5] / determinant, -whole * t[4] / determinant};
+}
+
 } // namespace
 
 std::unique_ptr<GridTransform> GridTransform::Make(const InputImage& pan, const InputImage& image,
@@ -46,6 +58,7 @@ std::unique_ptr<GridTransform> GridTransform::Make(const InputImage& pan, const 
     const GdalErrors errors;
     made->transformer = GDALCreateGenImgProjTransformer2(image.GetBands().front().dataset,
                                                          pan.GetBands().front().dataset, options.List());
+    made->turn = FindTurn(pan);
     if (made->transformer) return made;
     Fail(status, HostStatus::InputsDoNotFit,
          FormatString(
@@ -63,7 +76,14 @@ std::optional<GridTransform::Point> GridTransform::FromPan(const Point& panPixel
 }
 
 std::optional<GridTransform::Point> GridTransform::ToPan(const Point& imagePixel) const {
-    return Transform(transformer, false, imagePixel);
+    auto at = Transform(transformer, false, imagePixel);
+    if (!at || !turn) return at;
+    // Of all places that are whole turns apart, that nearest to pan's middle.
+    const Point off{at->x - pan.GetInfo().cols / 2.0, at->y - pan.GetInfo().rows / 2.0};
+    const double turns = (off.x * turn->x + off.y * turn->y) / (turn->x * turn->x + turn->y * turn->y);
+    constexpr double half = 0.5 + 1e-9; // the edges of a pan image of all the globe stay where they are
+    if (std::fabs(turns) <= half) return at;
+    return Point{at->x - std::round(turns) * turn->x, at->y - std::round(turns) * turn->y};
 }
 
 /// Of the centre of every step-th pan pixel; pan pixels past the last are as good as others.

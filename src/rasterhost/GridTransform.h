@@ -45,6 +45,8 @@ private:
     const InputImage& pan;
     const InputImage& image;
     void* transformer = nullptr; ///< GDAL's, from the image to pan
+    /// The way of 360 degrees on pan, in its pixels; none where its coordinates are no longitudes.
+    std::optional<Point> turn;
 };
 
 /// Places an image on the grid of pan, whatever their projections and directions: by its description in pan's

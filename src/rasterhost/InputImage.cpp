@@ -153,10 +153,12 @@ bool InputImage::CheckBand(const SourceBand& source, const char* role, Status& s
     const bool isTaken = options.scale ? !GDALDataTypeIsComplex(type)
                                        : type == GDT_Byte || type == GDT_UInt16 || type == GDT_Int16;
     if (!isTaken)
-        return refuse(
-            FormatString("holds %s samples; 8 and 16 bits are supported: name the range of the values "
-                         "with --scale MIN,MAX, or convert it with gdal_translate -ot UInt16 -scale",
-                         GDALGetDataTypeName(type)));
+        return refuse(FormatString(
+            options.scale ? "holds %s samples, which are pairs of numbers; take the first of each with "
+                            "gdal_translate -ot Float32"
+                          : "holds %s samples; 8 and 16 bits are supported: name the range of the values "
+                            "with --scale MIN,MAX, or convert it with gdal_translate -ot UInt16 -scale",
+            GDALGetDataTypeName(type)));
     if (const char* pixelType = source.band->GetMetadataItem("PIXELTYPE", "IMAGE_STRUCTURE");
         pixelType && !options.scale && std::string(pixelType) == "SIGNEDBYTE")
         return refuse("holds signed bytes; 8 and 16 bits unsigned are supported");

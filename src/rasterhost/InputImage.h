@@ -44,6 +44,7 @@ public:
     [[nodiscard]] const std::optional<std::array<double, 6>>& GetGeoTransform() const { return geoTransform; }
     [[nodiscard]] const OGRSpatialReference& GetProjection() const { return projection; } ///< may be empty
     [[nodiscard]] const std::vector<SourceBand>& GetBands() const { return bands; }
+    [[nodiscard]] const SampleOptions& GetOptions() const { return options; }
     /// The first file, and how many more there are: for messages.
     [[nodiscard]] std::string GetName() const override;
     /// Every file that an input consists of, as GDAL lists them.

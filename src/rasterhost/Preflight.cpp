@@ -3,7 +3,7 @@
 #include "fundament/Text.h"
 #include "hostkit/PluginLibrary.h"
 #include "rasterhost/Collars.h"
-#include "rasterhost/GdalErrors.h"
+#include "rasterhost/Operation.h"
 #include "rasterhost/OutputCheck.h"
 #include "rasterhost/ProcessSettings.h"
 #include "rasterhost/RunPlan.h"
@@ -13,9 +13,7 @@
 
 #include <algorithm>
 #include <bit>
-#include <chrono>
 #include <cmath>
-#include <exception>
 
 namespace rasterhost {
 
@@ -70,9 +68,12 @@ ImageFacts DescribeImage(const InputImage& image) {
 }
 
 void AddTally(const ImageTally& tally, ImageFacts& facts) {
-    facts.largest = tally.largest;
-    facts.bitDepth = static_cast<std::uint32_t>(std::bit_width(tally.largest));
+    facts.seen = tally.pixels;
     if (tally.pixels == 0) return;
+    if (tally.withoutData < tally.pixels) {
+        facts.largest = tally.largest;
+        facts.bitDepth = static_cast<std::uint32_t>(std::bit_width(tally.largest));
+    }
     const auto all = static_cast<double>(tally.pixels);
     facts.withoutData = static_cast<double>(tally.withoutData) / all;
     facts.saturated = static_cast<double>(tally.saturated) / all;
@@ -243,17 +244,11 @@ private:
 } // namespace
 
 bool Preflight(const SharpenRequest& request, PreflightReport& report, Status& status) {
-    const auto start = std::chrono::steady_clock::now();
     report = {};
-    bool isDone = false;
-    try {
-        GDALAllRegister();
-        const GdalErrors silence; // this thread's; every failure below becomes an item
-        isDone = PreflightRun(request, report, status).Run();
-    } catch (const std::exception& error) {
-        isDone = Fail(status, HostStatus::Unexpected, FormatString("unexpected: %s", error.what()));
-    }
-    report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    double seconds = 0.0;
+    const bool isDone =
+        RunOperation([&] { return PreflightRun(request, report, status).Run(); }, seconds, status);
+    report.seconds = seconds;
     return isDone;
 }
 

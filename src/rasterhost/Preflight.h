@@ -21,11 +21,13 @@ struct ImageFacts {
     std::string projection;                      ///< name and code; empty without one
     std::optional<std::array<double, 4>> extent; ///< left, top, right, bottom in map units
     double pixelSizeX = 0.0, pixelSizeY = 0.0;   ///< map units; pan pixels without georeferencing
-    std::uint32_t bitDepth = 0;                  ///< bits that the samples seen need
-    unsigned largest = 0;                        ///< sample seen
-    std::vector<std::string> noData;             ///< what counts as no data, in words; empty for nothing
-    double withoutData = 0.0;                    ///< share, 0 to 1
-    double saturated = 0.0;                      ///< likewise
+    std::uint64_t seen = 0;                      ///< pixels in the sample, those without data counted
+    /// Largest sample seen, and the bits that it needs; none where no pixel with data was seen.
+    std::optional<unsigned> largest;
+    std::optional<std::uint32_t> bitDepth;
+    std::vector<std::string> noData; ///< what counts as no data, in words; empty for nothing
+    double withoutData = 0.0;        ///< share, 0 to 1
+    double saturated = 0.0;          ///< likewise
 };
 
 struct PreflightReport {

@@ -3,6 +3,7 @@
 #include "fundament/Text.h"
 #include "rasterhost/FileState.h"
 #include "rasterhost/GdalErrors.h"
+#include "rasterhost/Operation.h"
 #include "rasterhost/RowSource.h"
 #include "rasterhost/Scene.h"
 
@@ -10,7 +11,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <exception>
 #include <tuple>
 
 namespace rasterhost {
@@ -32,7 +32,8 @@ bool FindRect(const Scene& scene, const PreviewRequest& preview, PixelRect& rect
     double column = 0.5 * (part.col0 + part.col1), row = 0.5 * (part.row0 + part.row1);
     if (preview.at && !scene.pan->IsNorthUp())
         return Fail(status, HostStatus::RequestInvalid,
-                    FormatString("%s is not north up, so the preview's middle cannot be named in map units",
+                    FormatString("%s is not north up, so the preview's middle cannot be named in map units; "
+                                 "leave --preview-at out for the middle of the image",
                                  scene.pan->GetName().c_str()));
     if (preview.at) {
         column = ((*preview.at)[0] - pan.xMin) / pan.pixelSizeX;
@@ -159,21 +160,11 @@ bool Make(const SharpenRequest& request, const PreviewRequest& preview, Status& 
     return WritePng(preview.file, picture, static_cast<int>(picture.size() / 3) / height, height, status);
 }
 
-template <class Function>
-bool Guard(const Function& function, Status& status) {
-    try {
-        GDALAllRegister();
-        const GdalErrors silence; // this thread's; every failure becomes an item
-        return function();
-    } catch (const std::exception& error) {
-        return Fail(status, HostStatus::Unexpected, FormatString("unexpected: %s", error.what()));
-    }
-}
-
 } // namespace
 
 bool CheckPreview(const SharpenRequest& request, const PreviewRequest& preview, Status& status) {
-    return Guard(
+    double seconds = 0.0;
+    return RunOperation(
         [&] {
             if (LookAt(preview.file).exists && !request.overwrite)
                 return Fail(
@@ -185,11 +176,12 @@ bool CheckPreview(const SharpenRequest& request, const PreviewRequest& preview, 
             PixelRect rect;
             return scene && FindRect(*scene, preview, rect, status);
         },
-        status);
+        seconds, status);
 }
 
 bool WritePreview(const SharpenRequest& request, const PreviewRequest& preview, Status& status) {
-    return Guard([&] { return Make(request, preview, status); }, status);
+    double seconds = 0.0;
+    return RunOperation([&] { return Make(request, preview, status); }, seconds, status);
 }
 
 } // namespace rasterhost

@@ -1,16 +1,20 @@
 #include "rasterhost/ProcessSettings.h"
 
+#include "fundament/Numbers.h"
 #include "fundament/Text.h"
 #include "hostkit/EffectiveWeights.h"
 #include "rasterhost/BandWeights.h"
 
 #include <algorithm>
 #include <array>
+#include <numeric>
 
 namespace rasterhost {
 
 using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Fundament::StartsWith;
 using KOVA::Tessara::Fundament::StringsEqual;
+using KOVA::Tessara::Fundament::StringToUnsignedLong;
 
 namespace {
 
@@ -54,6 +58,28 @@ void FillWeights(const Scene& scene, const PansharpMethod& method, const Propert
     if (scene.infrared) settings.infraredWeight = weights.back();
 }
 
+/// Raw weights of bands that are not there would pass unnoticed, and weights whose sum is 0 or below leave
+/// nothing of the simulated pan.
+bool CheckWeights(const FusionRequest& request, const ProcessSettings& settings, Status& status) {
+    if (settings.effectiveWeights.empty()) return true;
+    const std::size_t bands = settings.effectiveWeights.size() + (settings.infraredWeight ? 1 : 0);
+    const std::string stem = "BandWeight-";
+    for (const auto& [name, value] : request.properties) {
+        if (!StartsWith(name, stem, true)) continue;
+        const std::uint32_t band = StringToUnsignedLong(name.substr(stem.size()), 0);
+        if (band < 1 || band > bands)
+            return Fail(status, HostStatus::RequestInvalid,
+                        FormatString("the property %s weighs a band that is not there; the weights are "
+                                     "BandWeight-1 to BandWeight-%lu",
+                                     name.c_str(), static_cast<unsigned long>(bands)));
+    }
+    return settings.GetWeightSum() > 0.0 ||
+           Fail(status, HostStatus::RequestInvalid,
+                FormatString("the weights of the bands add up to %s, so that nothing simulates pan; give "
+                             "weights with a sum above 0, about 1 where bands and pan are on one scale",
+                             NumberText(settings.GetWeightSum()).c_str()));
+}
+
 /// IHS makes nothing of more bands than its three, and takes the fourth for the infrared one.
 bool FitBands(const SharpenRequest& request, const PansharpMethod& method, Scene& scene, Status& status) {
     if (scene.bandOrder.size() < method.minimumBands)
@@ -91,8 +117,11 @@ bool SetRawProperties(const SharpenRequest& request, PropertyTexts& properties, 
 
 } // namespace
 
+double ProcessSettings::GetWeightSum() const {
+    return std::accumulate(effectiveWeights.begin(), effectiveWeights.end(), infraredWeight.value_or(0.0));
+}
+
 bool WantsFit(const SharpenRequest& request, const PansharpDescription& plugin) {
-    using KOVA::Tessara::Fundament::StartsWith;
     if (request.weightSource != WeightSource::Fit || !request.weights.empty()) return false;
     for (const auto& [name, value] : request.properties)
         if (StartsWith(name, "BandWeight-", true) || StringsEqual(name, "AdditionalBandWeight", true))
@@ -118,6 +147,7 @@ bool MakeSettings(const SharpenRequest& request, Scene& scene, const PansharpDes
         !SetRawProperties(request, properties, status))
         return false;
     FillWeights(scene, *method, properties, settings);
+    if (!CheckWeights(request, settings, status)) return false;
     for (const auto& [key, property] : properties)
         settings.properties[property.first] = property.second;
     return true;

@@ -23,6 +23,8 @@ struct ProcessSettings {
     /// method that weighs no bands.
     std::vector<double> effectiveWeights;
     std::optional<double> infraredWeight; ///< that of the infrared band, where the method reads one
+
+    [[nodiscard]] double GetWeightSum() const; ///< the infrared band's counted
 };
 
 /// True when the weights of a request are to be fitted: it gives none, raw ones included, and the method
@@ -31,7 +33,8 @@ struct ProcessSettings {
 
 /// Turns a request into process properties; a method that weighs no bands writes those that it needs unless
 /// others are asked for. False with an item when the plug-in has no such method, when the
-/// number of weights is wrong or when a raw property is one that the host keeps to itself.
+/// number of weights is wrong or their sum not above 0, or when a raw property is one that the host keeps to
+/// itself or weighs a band that is not there.
 [[nodiscard]] bool MakeSettings(const SharpenRequest& request, Scene& scene,
                                 const PansharpDescription& plugin, ProcessSettings& settings, Status& status);
 

@@ -3,6 +3,7 @@
 #include "fundament/Text.h"
 #include "hostkit/RequestRecord.h"
 #include "rasterhost/BandGrids.h"
+#include "rasterhost/DataCheck.h"
 #include "rasterhost/GridTransform.h"
 #include "rasterhost/ScenePart.h"
 #include "rasterhost/Shift.h"
@@ -209,6 +210,25 @@ bool OpenInfrared(const PairRequest& request, Scene& scene, const Warn& warn, St
     return CoverBy(*scene.infrared, scene, warn, status);
 }
 
+/// The process takes so many bands. It looks each up by its name, which takes long for more.
+bool CheckBandCount(const Scene& scene, Status& status) {
+    constexpr std::size_t mostBands = 4096;
+    std::size_t count = scene.bandOrder.size() + (scene.infrared ? 1 : 0);
+    return count <= mostBands ||
+           Fail(status, HostStatus::InputNotSupported,
+                FormatString("there are %lu multispectral and infrared bands, and %lu can be fused at a "
+                             "time; name those to fuse, as in FILE,band=1",
+                             static_cast<unsigned long>(count), static_cast<unsigned long>(mostBands)));
+}
+
+bool CheckNoData(const PairRequest& request, const Scene& scene, Status& status) {
+    if (!request.noData) return true;
+    std::vector<const InputImage*> images{scene.pan.get()};
+    for (const InputImage* image : scene.GetCoarseImages())
+        images.push_back(image);
+    return CheckNoDataValue(*request.noData, images, status);
+}
+
 /// What the results may reach: the request's depth, or the greatest that an input uses.
 bool FindDepth(const PairRequest& request, Scene& scene, Status& status) {
     const std::uint32_t bits = scene.pan->GetInfo().bitsPerBand;
@@ -289,7 +309,8 @@ std::unique_ptr<Scene> OpenScene(const PairRequest& request, const Warn& warn, S
     scene->covered = scene->part;
     if (!OpenMultispectral(request, *scene, warn, status)) return nullptr;
     if (request.infrared && !OpenInfrared(request, *scene, warn, status)) return nullptr;
-    if (!FindDepth(request, *scene, status) ||
+    if (!CheckBandCount(*scene, status) || !CheckNoData(request, *scene, status) ||
+        !FindDepth(request, *scene, status) ||
         (request.measureShift && !CorrectShift(request, *scene, warn, status)))
         return nullptr;
     if (request.onlyIntersection && !CutToIntersection(*scene, status)) return nullptr;

@@ -18,9 +18,12 @@ bool ChoosePart(const PairRequest& request, Scene& scene, const Warn& warn, Stat
     if (!request.part) return true;
     if (!scene.pan->IsGeoreferenced() || !scene.pan->IsNorthUp())
         return Fail(status, HostStatus::RequestInvalid,
-                    FormatString("%s %s, so no part of it can be named in map units",
+                    FormatString("%s %s, so no part of it can be named in map units; cut it by pixels with "
+                                 "gdal_translate -srcwin, or %s",
                                  scene.pan->GetName().c_str(),
-                                 scene.pan->IsNorthUp() ? "has no position" : "is not north up"));
+                                 scene.pan->IsNorthUp() ? "has no position" : "is not north up",
+                                 scene.pan->IsNorthUp() ? "give it one with gdal_edit.py -a_ullr"
+                                                        : "bring it north up with gdalwarp"));
     const auto& [left, top, right, bottom] = *request.part;
     bool isCut = false;
     // The pixels between two coordinates, both in pixels from pan's corner.

@@ -4,7 +4,8 @@
 #include "rasterhost/BandWeights.h"
 #include "rasterhost/CacheLimit.h"
 #include "rasterhost/Collars.h"
-#include "rasterhost/GdalErrors.h"
+#include "rasterhost/ExactFormat.h"
+#include "rasterhost/Operation.h"
 #include "rasterhost/OutputCheck.h"
 #include "rasterhost/OutputFile.h"
 #include "rasterhost/RunPlan.h"
@@ -14,8 +15,6 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
-#include <exception>
 
 namespace rasterhost {
 
@@ -36,7 +35,9 @@ std::string ListText(const std::vector<double>& numbers) {
 class SharpenRun {
 public:
     SharpenRun(const SharpenRequest& sharpenRequest, SharpenReport& sharpenReport, Status& sharpenStatus)
-        : request(sharpenRequest), report(sharpenReport), status(sharpenStatus) {}
+        : request(sharpenRequest), report(sharpenReport), status(sharpenStatus) {
+        request.creationOptions = ExactOptions(request);
+    }
 
     bool Run() {
         const std::string path = hostkit::FindPlugin(request.plugin, status);
@@ -57,7 +58,10 @@ public:
         if (!CheckOutput(request, *scene, rules, status) ||
             !CheckMemory(request, *scene, GetSizes(), usualBlockRows, status))
             return false;
+        if (const std::string loss = FindLoss(request, *scene, rules); !loss.empty())
+            Warn("the output '" + request.output + "' " + loss);
         if (WantsFit(request, plugin->GetDescription()) && !FitToImages()) return false;
+        JudgeWeights();
         FillReport();
         if (request.progress && !request.progress(0.0)) return Cancel();
         return TryOneRow() && FuseAll();
@@ -89,6 +93,36 @@ private:
         report.fit = std::move(fit);
         settings = {};
         return MakeSettings(request, *scene, plugin->GetDescription(), settings, status);
+    }
+
+    /// Weights that were given in per cent, or for another scale of the bands.
+    void JudgeWeights() {
+        constexpr double most = 10.0;
+        const double sum = settings.GetWeightSum();
+        if (report.fit || settings.effectiveWeights.empty() || sum <= most) return;
+        Warn(FormatString("the weights of the bands add up to %s: where bands and pan are on one scale the "
+                          "sum is about 1, and the result is far too dark otherwise; are they per cent?",
+                          NumberText(sum).c_str()));
+    }
+
+    /// What the pixels say in the end: that there is nothing in them.
+    void JudgeResult() {
+        const double pixels = static_cast<double>(report.columns) * report.rows;
+        const double withData = pixels - static_cast<double>(report.pixelsWithoutData);
+        if (withData == 0.0)
+            return Warn("no pixel of the output has data: none of what is fused has data in all the inputs");
+        constexpr double nearlyAll = 0.99;
+        for (std::size_t band = 0; band < report.samplesAtLimits.size(); ++band)
+            for (const bool isLargest : {false, true}) {
+                const auto& [lowest, highest] = report.samplesAtLimits[band];
+                const double share = static_cast<double>(isLargest ? highest : lowest) / withData;
+                if (share >= nearlyAll)
+                    Warn(FormatString(
+                        "%.3g %% of the samples of band %d are %u, the %s that there is; check the inputs "
+                        "and the weights",
+                        100.0 * share, static_cast<int>(band) + 1, isLargest ? rules.largest : 0u,
+                        isLargest ? "largest" : "least"));
+            }
     }
 
     void FillReport() {
@@ -194,6 +228,7 @@ private:
                           : rules.hasAlpha                ? "alpha"
                           : report.pixelsWithoutData == 0 ? "none"
                                                           : "mask";
+        JudgeResult();
         return true;
     }
 
@@ -210,17 +245,11 @@ private:
 } // namespace
 
 bool Sharpen(const SharpenRequest& request, SharpenReport& report, Status& status) {
-    const auto start = std::chrono::steady_clock::now();
     report = {};
-    bool isDone = false;
-    try {
-        GDALAllRegister();
-        const GdalErrors silence; // this thread's; every failure below becomes an item
-        isDone = SharpenRun(request, report, status).Run();
-    } catch (const std::exception& error) {
-        isDone = Fail(status, HostStatus::Unexpected, FormatString("unexpected: %s", error.what()));
-    }
-    report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    double seconds = 0.0;
+    const bool isDone =
+        RunOperation([&] { return SharpenRun(request, report, status).Run(); }, seconds, status);
+    report.seconds = seconds;
     return isDone;
 }
 

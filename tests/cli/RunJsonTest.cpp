@@ -102,8 +102,8 @@ TEST(RunJson, TellsOfAnInterrupt) {
     const child::Folder folder;
     scene::WriteSparse(folder / "pan.tif", 8192, 8192, 1, {.pixelSize = 10.0});
     scene::WriteSparse(folder / "ms.tif", 4096, 4096, 4, {.pixelSize = 20.0});
-    child::Running running(folder,
-                           {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "--window", "16", "--json"});
+    child::Running running(
+        folder, {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "--no-nodata", "--window", "16", "--json"});
     // The unfinished output shows that it is under way.
     ASSERT_TRUE(child::WaitUntil([&] { return folder.List().size() == 3; }));
     running.Signal(SIGINT);

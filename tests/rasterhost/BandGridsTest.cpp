@@ -44,7 +44,7 @@ protected:
     /// The fused samples of some files; pan, which is 3, is added to each.
     std::vector<unsigned> Fuse(const std::vector<InputBand>& inputs) {
         request.multispectral = inputs;
-        request.weights.assign(2 * inputs.size(), 0.0);
+        request.weights.assign(2 * inputs.size(), 1e-300);
         const Outcome outcome = RunSharpen(request);
         EXPECT_TRUE(outcome.isDone) << outcome.status.ToText();
         return ReadAll(request.output);

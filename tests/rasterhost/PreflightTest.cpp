@@ -92,6 +92,7 @@ TEST(Preflight, FailsAsTheRunWould) {
         {[](SharpenRequest& r) { std::swap(r.pan, r.multispectral[0]), r.pan.band = 1; }, false},
         {[](SharpenRequest& r) { r.method = "best"; }, true},
         {[](SharpenRequest& r) { r.multispectral[0].band = 1, r.method = "ihs"; }, true},
+        {[](SharpenRequest& r) { r.noData = -0.5; }, false},
     };
     for (const auto& [change, isDescribed] : cases) {
         SharpenRequest request = good;
@@ -120,6 +121,7 @@ TEST(Preflight, FindsTheHalfPixelHoweverItIsTold) {
         GDALDatasetUniquePtr made(driver->Create(point.c_str(), 21, 21, 1, GDT_Byte, nullptr));
         auto transform = *corner;
         made->SetMetadataItem(GDALMD_AREA_OR_POINT, GDALMD_AOP_POINT);
+        made->GetRasterBand(1)->Fill(9);
         made->SetGeoTransform(transform.data());
         OGRSpatialReference reference;
         reference.SetFromUserInput("EPSG:32630");
@@ -134,6 +136,20 @@ TEST(Preflight, FindsTheHalfPixelHoweverItIsTold) {
         EXPECT_EQ(report.corner, (std::array{-1.5, -0.5}));
         EXPECT_EQ(report.phase, (std::array{0.5, 0.5}));
     }
+}
+
+// Pan within one multispectral pixel: nothing was seen, and nothing is said of what was seen.
+TEST(Preflight, SaysNothingOfWhatItDidNotSee) {
+    const Folder folder;
+    const auto flat = [](int, int, int) { return 9u; };
+    SharpenRequest request;
+    request.pan.file =
+        folder.Write("pan.tif", {3, 3, 1, GDT_Byte, Grid(10.0, 500005.0, 3999995.0), {}}, flat);
+    request.multispectral = {{folder.Write("ms.tif", {2, 2, 1, GDT_Byte, Grid(40.0), {}}, flat), {}}};
+    const auto [works, report, status] = Look(request);
+    ASSERT_TRUE(works) << status.ToText();
+    EXPECT_EQ(report.pan.seen, 0u);
+    EXPECT_FALSE(report.pan.largest || report.pan.bitDepth || report.multispectral.largest);
 }
 
 } // namespace

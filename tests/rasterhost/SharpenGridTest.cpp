@@ -34,7 +34,7 @@ struct GridPair {
         request.multispectral = {
             {folder.Write("ms.tif", {msColumns, msRows, 2, GDT_UInt16, ms, msProjection}, code), {}}};
         request.output = folder / "fused.tif";
-        request.weights = {0.0, 0.0}; // so that fusing adds pan, which is 3
+        request.weights = {1e-300, 1e-300}; // so that fusing adds pan, which is 3
         if (!hasControlPoints) return request;
         std::vector<GDAL_GCP> points;
         for (const auto& [c, r] : {std::pair(0.0, 0.0), {200.0, 0.0}, {0.0, 150.0}, {200.0, 150.0}}) {
@@ -60,6 +60,7 @@ struct GridPair {
         EXPECT_TRUE(way->Transform(1, &x, &y));
         const double determinant = ms[1] * ms[5] - ms[2] * ms[4];
         x -= ms[0];
+        if (x < -180.0) x += 360.0;
         y -= ms[3];
         return {(x * ms[5] - y * ms[2]) / determinant - 0.5, (y * ms[1] - x * ms[4]) / determinant - 0.5};
     }
@@ -94,6 +95,16 @@ const GridPair pairs[] = {
      "EPSG:32630",
      "EPSG:32630",
      true},
+    {"pan across 180 degrees",
+     {179.99, 0.0001, 0, -17.0, 0, -0.0001},
+     {818300, 40, 0, 8118100, 0, -40},
+     "EPSG:4326",
+     "EPSG:32760"},
+    {"source across 180 degrees",
+     {818400, 10, 0, 8117900, 0, -10},
+     {179.99, 0.0004, 0, -17.0, 0, -0.0004},
+     "EPSG:32760",
+     "EPSG:4326"},
 };
 
 // Every pixel lies where the exact transform says, to 1/100 source pixel and the rounding of a sample; data

@@ -48,7 +48,7 @@ struct CodedPair {
             request.infraredWeight = 0.0;
             Declare(ir, 9.0);
         }
-        request.weights = {0.0, 0.0}; // so that fusing adds pan, which is 3
+        request.weights = {1e-300, 1e-300}; // so that fusing adds pan, which is 3
         request.output = folder / "fused.tif";
         if (kind == Kind::Value || kind == Kind::OtherBand || kind == Kind::Ignored) Declare(ms, 0.0);
         if (kind == Kind::Pan) Declare(request.pan.file, 5.0);
@@ -229,13 +229,20 @@ TEST(SharpenNoData, ScaledSamplesOfAnyType) {
         return file;
     };
     request.pan.file = write("pan.tif", 32, 10.0, -0.25f, -9999.0f);
-    request.multispectral = {{write("ms.tif", 16, 20.0, -0.5f, std::nanf("")), {}}};
     request.output = folder / "fused.tif";
     request.weights = {1.0};
     request.scale = {-1.0, 1.0};
-    const Outcome outcome = RunSharpen(request);
-    ASSERT_TRUE(outcome.isDone) << outcome.status.ToText();
-    EXPECT_EQ(outcome.report.pixelsWithoutData, 1u); // pan's; around one source pixel there are always others
+    request.overwrite = true;
+    Outcome outcome;
+    // Infinities stand for the largest value when they are taken for data.
+    for (const float odd : {HUGE_VALF, -HUGE_VALF, std::nanf("")}) {
+        request.multispectral = {{write("ms.tif", 16, 20.0, -0.5f, odd), {}}};
+        outcome = RunSharpen(request);
+        ASSERT_TRUE(outcome.isDone) << outcome.status.ToText();
+        // Pan's; around one source pixel there are always others.
+        EXPECT_EQ(outcome.report.pixelsWithoutData, 1u);
+        EXPECT_EQ(ReadAll(request.output)[4 * 32 + 4], ReadAll(request.output)[0]);
+    }
     GDALDatasetUniquePtr fused(GDALDataset::Open(request.output.c_str()));
     GDALRasterBand& band = *fused->GetRasterBand(1);
     EXPECT_EQ(band.GetNoDataValue(), 0.0);

@@ -154,6 +154,80 @@ TEST_F(Refusals, SettingsThatMakeNoSense) {
            {"IHS needs at least 3 multispectral bands; 1"});
     Refuse([](SharpenRequest& r) { r.properties = {{"outputnbands", "1"}}; }, {"outputnbands"});
     Refuse([](SharpenRequest& r) { r.plugin = "/nowhere/Pansharp.process"; }, {"/nowhere/Pansharp.process"});
+    for (const char* method : {"kova", "brovey"})
+        for (const std::vector<double>& weights : {std::vector{0.0, 0.0, 0.0}, {-1.0, 0.2, 0.3}})
+            Refuse([&](SharpenRequest& r) { r.method = method, r.weights = weights; },
+                   {"add up to", "a sum above 0"});
+    for (const char* name : {"BandWeight-4", "bandweight-0", "BandWeight-x"})
+        Refuse([&](SharpenRequest& r) { r.properties = {{name, "1"}}; }, {name, "to BandWeight-3"});
+    for (const double value : {256.0, 0.5, -1.0})
+        Refuse([&](SharpenRequest& r) { r.noData = value; }, {"cannot mean no data", "from 0 to 255"});
+}
+
+// What would come out without a single pixel of worth is not begun.
+TEST_F(Refusals, InputsWithNothingToFuse) {
+    const FileShape panShape{40, 40, 1, GDT_Byte, Grid(10.0), "EPSG:32630"};
+    const FileShape msShape{20, 20, 3, GDT_Byte, Grid(20.0), "EPSG:32630"};
+    const auto declare = [](const std::string& file, int value) {
+        GDALDatasetUniquePtr dataset(GDALDataset::Open(file.c_str(), GDAL_OF_UPDATE));
+        for (int band = 1; band <= dataset->GetRasterCount(); ++band)
+            dataset->GetRasterBand(band)->SetNoDataValue(value);
+        return file;
+    };
+    const std::string dark = folder.Write("dark.tif", panShape, [](int, int, int) { return 0u; });
+    const std::string pan = declare(Make("void.tif", panShape), 50),
+                      ms = declare(Make("none.tif", msShape), 50);
+    const std::string band =
+        declare(folder.Write("band.tif", msShape, [](int, int, int b) { return b == 1 ? 9u : 50u; }), 9);
+    const std::string apart = declare(
+        folder.Write("apart.tif", msShape, [](int c, int, int b) { return (c < 9) == (b < 1) ? 9u : 50u; }),
+        9);
+    const std::string many = Make("many.tif", {20, 20, 4097, GDT_Byte, Grid(20.0), "EPSG:32630"});
+    Refuse([&](SharpenRequest& r) { r.pan.file = dark; }, {"dark.tif", "is 0 in all bands", "--no-nodata"});
+    Refuse([&](SharpenRequest& r) { r.pan.file = pan; }, {"no pixel of", "void.tif", "--no-nodata"});
+    const auto useMs = [](const std::string& file) {
+        return [file](SharpenRequest& r) { r.multispectral = {{file, {}}}; };
+    };
+    Refuse(useMs(ms), {"no pixel of band 1 of", "none.tif"});
+    Refuse(useMs(band), {"no pixel of band 2 of", "band.tif"});
+    Refuse(useMs(apart), {"apart.tif", "in all its bands"});
+    Refuse(useMs(many), {"4097", "4096", "band=1"});
+}
+
+// What is of little worth is made, and told of.
+TEST_F(Refusals, WhatIsOfLittleWorthIsToldOf) {
+    const auto pattern = [](int c, int r, int b) {
+        return 40u + static_cast<unsigned>((c * 7 + r * 5 + b) % 60);
+    };
+    request.pan.file = folder.Write("noisy.tif", {40, 40, 1, GDT_Byte, Grid(10.0), "EPSG:32630"}, pattern);
+    const struct {
+        std::vector<double> weights;
+        const char* format;
+        std::vector<std::string> options, texts; ///< of the warnings, in order
+    } cases[] = {
+        {{20.0, 30.0, 50.0}, "GTiff", {}, {"add up to 100", "band 1 are 0", "band 2 are 0", "band 3 are 0"}},
+        {{}, "GTiff", {"NBITS=4"}, {"is not exact: as GTiff"}},
+        {{}, "JPEG", {}, {"is not exact: as JPEG"}},
+        {{}, "JP2OpenJPEG", {"QUALITY=20"}, {"is not exact: as JP2OpenJPEG"}},
+        {{}, "JP2OpenJPEG", {}, {}},
+        {{}, "COG", {}, {}}};
+    std::vector<unsigned> exact;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.format);
+        SharpenRequest changed = request;
+        changed.weights = c.weights;
+        changed.format = c.format;
+        changed.creationOptions = c.options;
+        changed.overwrite = true;
+        const Outcome outcome = RunSharpen(changed);
+        ASSERT_TRUE(outcome.isDone) << outcome.status.ToText();
+        ASSERT_EQ(outcome.report.warnings.size(), c.texts.size());
+        for (std::size_t i = 0; i < c.texts.size(); ++i)
+            EXPECT_THAT(outcome.report.warnings[i], HasSubstr(c.texts[i]));
+        if (!c.texts.empty()) continue;
+        if (exact.empty()) exact = ReadAll(changed.output);
+        EXPECT_EQ(ReadAll(changed.output), exact);
+    }
 }
 
 TEST_F(Refusals, OutputsThatCannotBe) {

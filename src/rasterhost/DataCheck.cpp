@@ -1,0 +1,121 @@
+#include "rasterhost/DataCheck.h"
+
+#include "fundament/Text.h"
+#include "rasterhost/BandReader.h"
+#include "rasterhost/BandWeights.h"
+
+#include <gdal_priv.h>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace rasterhost {
+
+using hostkit::PixelRect;
+using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Pixmere::RasterInfo;
+
+namespace {
+
+/// Reads the samples of a rectangle and which of its pixels have data.
+using ReadBlock =
+    std::function<bool(const PixelRect& rect, std::vector<unsigned char>& samples, unsigned char* valid)>;
+
+/// Rows of blocks, that in the middle first.
+std::vector<PixelRect> ChooseStrips(const RasterInfo& info) {
+    constexpr std::size_t stripBytes = std::size_t{16} << 20;
+    const std::size_t rowBytes = info.cols * hostkit::PixelBytes(info);
+    const auto height = static_cast<std::uint32_t>(std::clamp<std::size_t>(stripBytes / rowBytes, 1, 256));
+    std::vector<PixelRect> strips;
+    for (std::uint32_t row = 0; row < info.rows; row += std::min(height, info.rows - row))
+        strips.push_back({0, row, info.cols, row + std::min(height, info.rows - row)});
+    std::swap(strips.front(), strips[strips.size() / 2]);
+    return strips;
+}
+
+DataSearch Search(const RasterInfo& info, const ReadBlock& read, const std::function<bool()>& keepOn) {
+    std::vector<unsigned char> samples, valid;
+    for (const PixelRect& strip : ChooseStrips(info)) {
+        if (keepOn && !keepOn()) return DataSearch::Cancelled;
+        valid.resize(std::size_t{strip.GetColumns()} * strip.GetRows());
+        samples.resize(valid.size() * hostkit::PixelBytes(info));
+        if (!read(strip, samples, valid.data()) ||
+            std::any_of(valid.begin(), valid.end(), [](unsigned char has) { return has != 0; }))
+            return DataSearch::Found;
+    }
+    return DataSearch::None;
+}
+
+DataSearch SearchBand(const InputImage& image, const SourceBand& band, const std::function<bool()>& keepOn) {
+    RasterInfo info = image.GetInfo();
+    info.bandsPerPixel = 1;
+    const std::vector<SourceBand> single{band};
+    const BandReader reader(single, image.GetOptions(), info.bitsPerBand);
+    return Search(
+        info,
+        [&](const PixelRect& rect, std::vector<unsigned char>& samples, unsigned char* valid) {
+            Status unread;
+            return reader.Read(rect, samples.data(), unread) &&
+                   reader.ReadValid(rect, samples.data(), valid, unread);
+        },
+        keepOn);
+}
+
+/// The least and greatest sample that a band can have.
+std::pair<double, double> RangeOf(const SourceBand& source) {
+    const GDALDataType type = source.band->GetRasterDataType();
+    if (type == GDT_Int16) return {-32768.0, 32767.0};
+    return {0.0, type == GDT_Byte ? 255.0 : 65535.0};
+}
+
+} // namespace
+
+DataSearch FindData(InputImage& image, const std::function<bool()>& keepOn, Status& status) {
+    if (!image.MayLackData()) return DataSearch::Found;
+    const DataSearch found = Search(
+        image.GetInfo(),
+        [&](const PixelRect& rect, std::vector<unsigned char>& samples, unsigned char* valid) {
+            Status unread;
+            return image.Read(rect, samples.data(), unread) &&
+                   image.ReadValid(rect, samples.data(), valid, unread);
+        },
+        keepOn);
+    if (found != DataSearch::None) return found;
+    constexpr const char* remedy = "; is it the right file? --no-nodata takes every sample as data";
+    const std::vector<SourceBand>& bands = image.GetBands();
+    for (const SourceBand& band : bands) {
+        if (bands.size() == 1) break;
+        const DataSearch ofBand = SearchBand(image, band, keepOn);
+        if (ofBand == DataSearch::Found) continue;
+        if (ofBand == DataSearch::None)
+            Fail(status, HostStatus::InputsDoNotFit,
+                 FormatString("no pixel of band %d of '%s' has data, so that no pixel of the result would; "
+                              "leave the band out, as in FILE,band=1%s",
+                              band.number, band.file.c_str(), remedy));
+        return ofBand;
+    }
+    Fail(status, HostStatus::InputsDoNotFit,
+         FormatString(bands.size() == 1 ? "no pixel of %s has data%s"
+                                        : "no pixel of %s has data in all its bands%s",
+                      image.GetName().c_str(), remedy));
+    return DataSearch::None;
+}
+
+bool CheckNoDataValue(double value, const std::vector<const InputImage*>& images, Status& status) {
+    std::pair<double, double> all{0.0, 0.0};
+    for (const InputImage* image : images)
+        for (const SourceBand& source : image->GetBands()) {
+            const auto [least, greatest] = RangeOf(source);
+            if (image->GetOptions().scale ||
+                (value == std::floor(value) && value >= least && value <= greatest))
+                return true;
+            all = {std::min(all.first, least), std::max(all.second, greatest)};
+        }
+    return Fail(status, HostStatus::RequestInvalid,
+                FormatString("the value %s cannot mean no data: the samples of the inputs are whole numbers "
+                             "from %.0f to %.0f; give one of them with --nodata",
+                             NumberText(value).c_str(), all.first, all.second));
+}
+
+} // namespace rasterhost
