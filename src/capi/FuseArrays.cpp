@@ -19,7 +19,6 @@ using hostkit::PixelRect;
 using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Fundament::Status;
 using KOVA::Tessara::Pixmere::IRasterWorkspace;
-using ULong = unsigned long; // what "%lu" takes
 
 namespace {
 
@@ -114,8 +113,8 @@ public:
         helpers.clear();
         if (cancelled)
             status.Add(CStatus::Cancelled,
-                       FormatString("cancelled by the progress callback after %lu of %lu rows",
-                                    ULong{reportedRows}, ULong{job.pan.info.rows}),
+                       FormatString("cancelled by the progress callback after %u of %u rows", reportedRows,
+                                    job.pan.info.rows),
                        statusSource);
         status.Append(failure);
         return cancelled ? PANSHARP_CANCELLED : failed ? PANSHARP_FAILED : PANSHARP_OK;

@@ -7,7 +7,7 @@ CS_hsi2rgb<T>::CS_hsi2rgb()
     : ColorSpaceConvertor<T>({.source = "ColorSpaceConvertor/hsi2rgb",
                               .requiredColorSpace = "HSI",
                               .producedColorSpace = "RGB",
-                              .bandMessage = "input-image has %lu bands; must be a 3-band image",
+                              .bandMessage = "input-image has %u bands; must be a 3-band image",
                               .colorSpaceMessage = "input image must be in the hsi color-space",
                               .declaresBitDepth = false,
                               .row = kernels::Conversion::HsiToRgb}) {}

@@ -7,7 +7,7 @@ CS_rgb2yuv<T>::CS_rgb2yuv()
     : ColorSpaceConvertor<T>({.source = "ColorSpaceConvertor/rgb2yuv",
                               .requiredColorSpace = "RGB",
                               .producedColorSpace = "YUV",
-                              .bandMessage = "input image has %lu bands; must be a 3-band image",
+                              .bandMessage = "input image has %u bands; must be a 3-band image",
                               .colorSpaceMessage = "input-image must be in the RGB color-space",
                               .declaresBitDepth = true,
                               .row = kernels::Conversion::RgbToYuv}) {}

@@ -7,7 +7,7 @@ CS_yuv2rgb<T>::CS_yuv2rgb()
     : ColorSpaceConvertor<T>({.source = "ColorSpaceConvertor/yuv2rgb",
                               .requiredColorSpace = "YUV",
                               .producedColorSpace = "RGB",
-                              .bandMessage = "input-image has %lu bands; must be a 3-band image",
+                              .bandMessage = "input-image has %u bands; must be a 3-band image",
                               .colorSpaceMessage = "input image must be in the yuv color-space",
                               .declaresBitDepth = true,
                               .row = kernels::Conversion::YuvToRgb}) {}

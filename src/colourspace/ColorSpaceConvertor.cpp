@@ -8,7 +8,6 @@
 namespace PXL {
 
 using Fundament::FormatString;
-using ULong = unsigned long; // what "%lu" takes
 
 template <class T>
 ColorSpaceConvertor<T>::ColorSpaceConvertor(const ColorSpaceConversion& conversionMade)
@@ -34,7 +33,7 @@ bool ColorSpaceConvertor<T>::Init(const ImageInfo& input) {
     Reset();
     if (info.bands != 3) {
         this->status.Insert(ColorSpaceStatus::WrongBandCount,
-                            FormatString(conversion.bandMessage, ULong{info.bands}));
+                            FormatString(conversion.bandMessage, info.bands));
         return false;
     }
     if (!Fundament::StringsEqual(info.properties["ColorSpace"], conversion.requiredColorSpace, true)) {
@@ -43,8 +42,8 @@ bool ColorSpaceConvertor<T>::Init(const ImageInfo& input) {
     }
     if (!RowFits(info.cols, info.bands, sizeof(T))) {
         this->status.Insert(ColorSpaceStatus::RowTooLong,
-                            FormatString("a row of %lu columns is too long: at most %lu MiB",
-                                         ULong{info.cols}, ULong{mostRowBytes >> 20}));
+                            FormatString("a row of %u columns is too long: at most %u MiB", info.cols,
+                                         static_cast<unsigned>(mostRowBytes >> 20)));
         return false;
     }
     info.properties["ColorSpace"] = conversion.producedColorSpace;

@@ -20,7 +20,7 @@ struct ColorSpaceConversion {
     const char* source; ///< of the items it records
     const char* requiredColorSpace;
     const char* producedColorSpace;
-    const char* bandMessage; ///< with one "%lu", the number of bands
+    const char* bandMessage; ///< with one "%u", the number of bands
     const char* colorSpaceMessage;
     bool declaresBitDepth; ///< sets `bitsPerSample` of the output to the pixel type's
     kernels::Conversion row;

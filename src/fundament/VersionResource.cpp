@@ -117,9 +117,9 @@ std::string ReadVersionResource(std::istream& stream) {
     const std::uint64_t fixed = *block + fixedStart;
     if (module.At(fixed, 4) != 0xFEEF04BDu) return {};
     const auto part = [&](std::uint32_t offset) {
-        return static_cast<unsigned long>(module.At(fixed + offset, 2));
+        return static_cast<unsigned>(module.At(fixed + offset, 2));
     };
-    const std::string version = FormatString("%lu.%lu.%lu", part(10), part(8), part(14));
+    const std::string version = FormatString("%u.%u.%u", part(10), part(8), part(14));
     return module.IsWhole() ? version : std::string();
 }
 

@@ -62,7 +62,7 @@ bool XmlDocument::Load(const std::string& fileOrText, Blanks blanks) {
     return Fail(
         LoadFailed,
         FormatString("Could not load XML: '%s'.  Please ensure that the XML is accessible and valid.  "
-                     "Code: '%Xh';  Line: '%lu';  Column: '%lu';  Reason: '%s'",
+                     "Code: '%Xh';  Line: '%u';  Column: '%u';  Reason: '%s'",
                      Abbreviate(fileOrText, "...", 100).c_str(), static_cast<unsigned>(fault.code),
                      fault.line, fault.column, fault.reason.c_str()));
 }

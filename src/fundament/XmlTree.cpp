@@ -28,8 +28,8 @@ public:
             if (fault.code != 0 || error->level < XML_ERR_ERROR || error->domain == XML_FROM_NAMESPACE)
                 return;
             fault.code = error->code;
-            fault.line = static_cast<unsigned long>(std::max(error->line, 0));
-            fault.column = static_cast<unsigned long>(std::max(error->int2, 0));
+            fault.line = static_cast<unsigned>(std::max(error->line, 0));
+            fault.column = static_cast<unsigned>(std::max(error->int2, 0));
             fault.reason = Trim(error->message ? error->message : "");
         });
     }
@@ -176,7 +176,7 @@ std::unique_ptr<XmlTree> XmlTree::Parse(const std::string& text, bool keepBlanks
                           XML_PARSE_NONET | XML_PARSE_NOCDATA | XML_PARSE_IGNORE_ENC);
     if (parsed) tree.reset(new XmlTree(parsed));
     if (typed) {
-        fault.line = static_cast<unsigned long>(parser->input ? parser->input->line : 0);
+        fault.line = static_cast<unsigned>(parser->input ? parser->input->line : 0);
         return Refuse(fault, "A document type declaration is not allowed");
     }
     if (!tree || !tree->Root()) return nullptr;

@@ -14,8 +14,8 @@ namespace KOVA::Tessara::Fundament {
 /// trouble has no place), and the reason.
 struct XmlFault {
     int code = 0;
-    unsigned long line = 0;
-    unsigned long column = 0;
+    unsigned line = 0;
+    unsigned column = 0;
     std::string reason;
 };
 

@@ -7,7 +7,6 @@
 namespace hostkit {
 
 using KOVA::Tessara::Fundament::FormatString;
-using ULong = unsigned long; // what "%lu" takes
 
 RasterBase::RasterBase(const char* source) : statusSource(source) {}
 RasterBase::~RasterBase() = default;
@@ -30,11 +29,10 @@ int RasterBase::SetWindow(std::uint32_t col0, std::uint32_t row0, std::uint32_t 
     try {
         if (wanted.IsEmpty() || !available.Contains(wanted))
             return Fail(HostKitStatus::WindowInvalid,
-                        FormatString("the window (columns %lu to %lu, rows %lu to %lu) must not be empty and "
-                                     "must lie within columns %lu to %lu and rows %lu to %lu",
-                                     ULong{col0}, ULong{col1}, ULong{row0}, ULong{row1},
-                                     ULong{available.col0}, ULong{available.col1}, ULong{available.row0},
-                                     ULong{available.row1}));
+                        FormatString("the window (columns %u to %u, rows %u to %u) must not be empty and "
+                                     "must lie within columns %u to %u and rows %u to %u",
+                                     col0, col1, row0, row1, available.col0, available.col1, available.row0,
+                                     available.row1));
         if (!OpenWindow(wanted)) return 0;
         window = wanted;
         return 1;
@@ -47,9 +45,9 @@ bool RasterBase::OpenWindow(const PixelRect&) { return true; }
 
 bool RasterBase::HoldsRow(std::uint32_t row) {
     if (row >= window.row0 && row < window.row1) return true;
-    return Fail(HostKitStatus::RowOutsideWindow,
-                FormatString("row %lu lies outside the window (rows %lu to %lu)", ULong{row},
-                             ULong{window.row0}, ULong{window.row1}));
+    return Fail(
+        HostKitStatus::RowOutsideWindow,
+        FormatString("row %u lies outside the window (rows %u to %u)", row, window.row0, window.row1));
 }
 
 bool RasterBase::Fail(std::uint32_t id, const std::string& message) {

@@ -13,7 +13,6 @@ using KOVA::Tessara::Fundament::Status;
 using KOVA::Tessara::Pixmere::Aoi;
 using KOVA::Tessara::Pixmere::Extent;
 using KOVA::Tessara::Pixmere::RasterInfo;
-using ULong = unsigned long; // what "%lu" takes
 
 namespace {
 
@@ -89,11 +88,11 @@ std::optional<RequestedWindow> FindRequestedWindow(const Aoi& request, const Ras
         if (col0 && row0) return RequestedWindow{{*col0, *row0, *col0 + columns, *row0 + rows}, inPixels};
     }
     status.Add(HostKitStatus::RequestInvalid,
-               FormatString("the request for %lu x %lu pixels with the bounds %.10g to %.10g and %.10g to "
+               FormatString("the request for %u x %u pixels with the bounds %.10g to %.10g and %.10g to "
                             "%.10g is no window of the grid with the corner (%.10g, %.10g) and pixels of "
                             "%.10g x %.10g; write the request record anew for every window",
-                            ULong{columns}, ULong{rows}, bounds.left, bounds.right, low, high, grid.xMin,
-                            grid.yMax, grid.pixelSizeX, grid.pixelSizeY),
+                            columns, rows, bounds.left, bounds.right, low, high, grid.xMin, grid.yMax,
+                            grid.pixelSizeX, grid.pixelSizeY),
                "Host.RequestRecord");
     return std::nullopt;
 }

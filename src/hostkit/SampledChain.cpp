@@ -10,7 +10,6 @@
 namespace hostkit {
 
 using KOVA::Tessara::Fundament::FormatString;
-using ULong = unsigned long; // what "%lu" takes
 
 namespace {
 constexpr const char* chainSource = "Host.SampledChain";
@@ -76,10 +75,9 @@ std::unique_ptr<RasterBase> SampledChain::OpenGrid(const SourceGrid& source, con
 bool SampledChain::OpenUnscaled(const PixelRect& rect) {
     if (!image.block.samples || !image.block.rect.Contains(rect)) {
         status.Add(HostKitStatus::SourceNotCovered,
-                   FormatString("the image '%s' has no samples for columns %lu to %lu and rows %lu to %lu, "
+                   FormatString("the image '%s' has no samples for columns %u to %u and rows %u to %u, "
                                 "which were asked for in its own pixels",
-                                id.c_str(), ULong{rect.col0}, ULong{rect.col1}, ULong{rect.row0},
-                                ULong{rect.row1}),
+                                id.c_str(), rect.col0, rect.col1, rect.row0, rect.row1),
                    {});
         return false;
     }

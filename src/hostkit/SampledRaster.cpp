@@ -11,7 +11,6 @@ namespace hostkit {
 
 using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Pixmere::RasterInfo;
-using ULong = unsigned long; // what "%lu" takes
 
 GridPlacement PlaceGrids(const RasterInfo& pan, const RasterInfo& source) {
     return {kernels::MakeGridAxis(pan.pixelSizeX / source.pixelSizeX,
@@ -79,16 +78,15 @@ bool SampledRaster::Open(const RasterInfo& pan, const PixelRect& panWindow, cons
                          const SampleBlock& source, Resampling resampling) {
     if (sourceInfo.bitsPerBand != 8 && sourceInfo.bitsPerBand != 16)
         return Fail(HostKitStatus::DepthNotSupported,
-                    FormatString("samples of %lu bits cannot be interpolated; 8 and 16 bits can",
-                                 ULong{sourceInfo.bitsPerBand}));
+                    FormatString("samples of %u bits cannot be interpolated; 8 and 16 bits can",
+                                 sourceInfo.bitsPerBand));
     const GridPlacement placement = PlaceGrids(pan, sourceInfo);
     const PixelRect needed = SourceRect(placement, panWindow, sourceInfo, resampling);
     if (!source.samples || !source.rect.Contains(needed))
         return Fail(HostKitStatus::SourceNotCovered,
-                    FormatString("the window needs the source's columns %lu to %lu and rows %lu to %lu; the "
+                    FormatString("the window needs the source's columns %u to %u and rows %u to %u; the "
                                  "samples at hand do not cover them",
-                                 ULong{needed.col0}, ULong{needed.col1}, ULong{needed.row0},
-                                 ULong{needed.row1}));
+                                 needed.col0, needed.col1, needed.row0, needed.row1));
     info = WindowInfo(pan, panWindow);
     info.bandsPerPixel = sourceInfo.bandsPerPixel;
     info.bitsPerBand = sourceInfo.bitsPerBand;

@@ -8,7 +8,6 @@ namespace PXL {
 
 using Fundament::FormatString;
 using kernels::LinearMap;
-using ULong = unsigned long; // what "%lu" takes
 
 template <class T>
 BlendPixels<T>::BlendPixels(const char* operatorName, kernels::SampleBlend blend)
@@ -39,8 +38,8 @@ bool BlendPixels<T>::Init(const ImageInfo& input1, const ImageInfo& input2, bool
     if (input1Info.bitsPerSample != input2Info.bitsPerSample) {
         this->status.Insert(
             BlendStatus::FormatsDiffer,
-            FormatString("input image formats do not match; images have different bit-depths (%lu and %lu)",
-                         ULong{input1Info.bitsPerSample}, ULong{input2Info.bitsPerSample}));
+            FormatString("input image formats do not match; images have different bit-depths (%u and %u)",
+                         input1Info.bitsPerSample, input2Info.bitsPerSample));
         return false;
     }
     rows = kernels::BlendKernelsFor<T>(simd.Get());
@@ -52,9 +51,9 @@ bool BlendPixels<T>::Init(const ImageInfo& input1, const ImageInfo& input2, bool
         return false;
     }
     if (this->metadataEnabled) {
-        this->metadata["input1NumChannels"] = FormatString("%lu", ULong{input1Bands});
-        this->metadata["input2NumChannels"] = FormatString("%lu", ULong{input2Bands});
-        this->metadata["outputNumChannels"] = FormatString("%lu", ULong{outputBands});
+        this->metadata["input1NumChannels"] = FormatString("%u", input1Bands);
+        this->metadata["input2NumChannels"] = FormatString("%u", input2Bands);
+        this->metadata["outputNumChannels"] = FormatString("%u", outputBands);
     }
     return true;
 }
@@ -87,8 +86,8 @@ bool BlendPixels<T>::CheckBandsEqual() {
     if (input1Bands == input2Bands) return true;
     this->status.Insert(
         BlendStatus::FormatsDiffer,
-        FormatString("input image formats do not match; images have different number of bands (%lu and %lu)",
-                     ULong{input1Bands}, ULong{input2Bands}));
+        FormatString("input image formats do not match; images have different number of bands (%u and %u)",
+                     input1Bands, input2Bands));
     return false;
 }
 
@@ -97,9 +96,9 @@ bool BlendPixels<T>::DescribeOutput(std::uint64_t bands) {
     if (!RowFits(input1Info.cols, bands, sizeof(T))) {
         this->status.Insert(
             BlendStatus::RowTooLong,
-            FormatString("a row of %lu columns and %lu bands is too long: at most %lu bands and %lu MiB",
-                         ULong{input1Info.cols}, static_cast<ULong>(bands), ULong{mostBands},
-                         ULong{mostRowBytes >> 20}));
+            FormatString("a row of %u columns and %llu bands is too long: at most %u bands and %u MiB",
+                         input1Info.cols, static_cast<unsigned long long>(bands), mostBands,
+                         static_cast<unsigned>(mostRowBytes >> 20)));
         return false;
     }
     outputInfo = input1Info;
@@ -128,7 +127,7 @@ std::vector<LinearMap> BlendPixels<T>::ReadMaps(const std::string& family, doubl
     std::vector<LinearMap> maps(bands);
     LinearMap whenMissing = {.gain = 1.0, .offset = defaultOffset};
     for (std::uint32_t b = 0; b < bands; ++b) {
-        const std::string number = FormatString("-%lu", ULong{b} + 1);
+        const std::string number = FormatString("-%u", b + 1);
         maps[b].offset =
             Fundament::StringToDouble(this->properties[family + "Offset" + number], whenMissing.offset);
         maps[b].gain =

@@ -11,8 +11,8 @@ template <class T>
 bool IntensityBlend<T>::InitOperator() {
     if (this->input2Bands != 1) {
         this->status.Insert(BlendStatus::AuxiliaryNotGray,
-                            FormatString("Auxiliary image has %lu bands;  it should be a single-band image",
-                                         static_cast<unsigned long>(this->input2Bands)));
+                            FormatString("Auxiliary image has %u bands;  it should be a single-band image",
+                                         this->input2Bands));
         return false;
     }
     if (!this->DescribeOutput(this->input1Bands)) return false;
