@@ -130,13 +130,6 @@ std::vector<std::pair<std::uint32_t, std::uint32_t>> Divide(std::uint32_t first,
     return spans;
 }
 
-/// All samples of a part of an image, and which of its pixels have data and are not saturated.
-struct Pixels {
-    std::vector<unsigned short> samples; ///< interleaved by pixel
-    std::vector<unsigned char> usable;
-    ImageTally tally;
-};
-
 /// Samples this large and larger may stand for any brightness.
 unsigned SaturatedSample(const InputImage& image, std::optional<int> bitDepth) {
     unsigned bits = bitDepth ? static_cast<unsigned>(*bitDepth) : image.GetBitDepth();
@@ -145,7 +138,28 @@ unsigned SaturatedSample(const InputImage& image, std::optional<int> bitDepth) {
     return (1u << std::min(bits, image.GetInfo().bitsPerBand)) - 1;
 }
 
-bool ReadPixels(InputImage& image, const PixelRect& rect, std::optional<int> bitDepth, Pixels& pixels,
+/// Bands of an image beneath a block, summed up; none of an empty rectangle.
+bool ReadSums(InputImage& image, const PixelRect& rect, std::optional<int> bitDepth,
+              std::vector<AreaSums>& sums, ImageTally& tally, Status& status) {
+    const std::size_t bands = image.GetInfo().bandsPerPixel;
+    sums.assign(bands, {});
+    tally = {};
+    if (rect.IsEmpty()) return true;
+    PixelSample pixels;
+    if (!ReadPixels(image, rect, bitDepth, pixels, status)) return false;
+    tally = pixels.tally;
+    std::vector<unsigned short> band(pixels.usable.size());
+    for (std::size_t number = 0; number < bands; ++number) {
+        for (std::size_t pixel = 0; pixel < band.size(); ++pixel)
+            band[pixel] = pixels.samples[pixel * bands + number];
+        sums[number] = AreaSums(rect, band, pixels.usable);
+    }
+    return true;
+}
+
+} // namespace
+
+bool ReadPixels(InputImage& image, const PixelRect& rect, std::optional<int> bitDepth, PixelSample& pixels,
                 Status& status) {
     const std::size_t count = std::size_t{rect.GetColumns()} * rect.GetRows();
     const std::size_t bands = image.GetInfo().bandsPerPixel;
@@ -174,107 +188,53 @@ bool ReadPixels(InputImage& image, const PixelRect& rect, std::optional<int> bit
     return true;
 }
 
-/// Bands of an image beneath a block, summed up; none of an empty rectangle.
-bool ReadSums(InputImage& image, const PixelRect& rect, std::optional<int> bitDepth,
-              std::vector<AreaSums>& sums, ImageTally& tally, Status& status) {
-    const std::size_t bands = image.GetInfo().bandsPerPixel;
-    sums.assign(bands, {});
-    tally = {};
-    if (rect.IsEmpty()) return true;
-    Pixels pixels;
-    if (!ReadPixels(image, rect, bitDepth, pixels, status)) return false;
-    tally = pixels.tally;
-    std::vector<unsigned short> band(pixels.usable.size());
-    for (std::size_t number = 0; number < bands; ++number) {
-        for (std::size_t pixel = 0; pixel < band.size(); ++pixel)
-            band[pixel] = pixels.samples[pixel * bands + number];
-        sums[number] = AreaSums(rect, band, pixels.usable);
-    }
-    return true;
-}
-
-} // namespace
-
-double GridMap::At(double edge) const {
-    constexpr double noise = 1e-6;
-    const double position = origin + edge * step;
-    const double whole = std::floor(position + 0.5);
-    return std::fabs(position - whole) <= noise ? whole : position;
-}
-
-std::optional<double> Footprint::Mean(const AreaSums& sums, double left, double top, double right,
-                                      double bottom) const {
-    if (!isTurned) return sums.Mean(across.At(left), down.At(top), across.At(right), down.At(bottom));
-    // About two points a pixel of the image along each side, as long as they are few.
-    const auto count = [](double pixels) { return std::clamp(std::ceil(2.0 * pixels), 2.0, 8.0); };
-    const double columns = count((right - left) * std::hypot(across.step, downOfColumn));
-    const double rows = count((bottom - top) * std::hypot(acrossOfRow, down.step));
-    double sum = 0.0;
-    for (double i = 0.5; i < rows; ++i)
-        for (double j = 0.5; j < columns; ++j) {
-            const double column = left + (right - left) * j / columns, row = top + (bottom - top) * i / rows;
-            const double x = std::floor(across.origin + column * across.step + row * acrossOfRow);
-            const double y = std::floor(down.origin + row * down.step + column * downOfColumn);
-            const auto sample = sums.Mean(x, y, x + 1.0, y + 1.0);
-            if (!sample) return std::nullopt;
-            sum += *sample;
-        }
-    return sum / (rows * columns);
-}
-
-PixelRect Footprint::Beneath(double left, double top, double right, double bottom,
-                             const RasterInfo& image) const {
-    const auto clamp = [](double position, std::uint32_t pixels) {
-        return static_cast<std::uint32_t>(std::clamp(position, 0.0, static_cast<double>(pixels)));
-    };
-    double least[2] = {HUGE_VAL, HUGE_VAL}, greatest[2] = {-HUGE_VAL, -HUGE_VAL};
-    for (const auto& [column, row] : {std::pair(left, top), {right, top}, {left, bottom}, {right, bottom}}) {
-        const double x = across.At(column) + row * acrossOfRow, y = down.At(row) + column * downOfColumn;
-        least[0] = std::min(least[0], x);
-        least[1] = std::min(least[1], y);
-        greatest[0] = std::max(greatest[0], x);
-        greatest[1] = std::max(greatest[1], y);
-    }
-    return {clamp(std::floor(least[0]), image.cols), clamp(std::floor(least[1]), image.rows),
-            clamp(std::ceil(greatest[0]), image.cols), clamp(std::ceil(greatest[1]), image.rows)};
+PixelRect FindAreaOnPan(const Scene& scene) {
+    const RasterInfo& pan = scene.pan->GetInfo();
+    const RasterInfo& ms = scene.multispectral->GetInfo();
+    if (scene.multispectral->GetMap()) return hostkit::WholeImage(ms);
+    const Footprint onPan = FootprintOnPan(scene, hostkit::WholeImage(ms));
+    const auto [col0, col1] = WhollyOn(onPan.across, pan.cols, ms.cols);
+    const auto [row0, row1] = WhollyOn(onPan.down, pan.rows, ms.rows);
+    return {col0, row0, col1, row1};
 }
 
 std::vector<PixelRect> ChooseBlocks(const Scene& scene, const SamplePlan& plan) {
     const RasterInfo& pan = scene.pan->GetInfo();
     const RasterInfo& ms = scene.multispectral->GetInfo();
-    const bool isMapped = scene.multispectral->GetMap() != nullptr;
     const std::vector<InputImage*> images = scene.GetCoarseImages();
     const bool isSmall =
         std::any_of(images.begin(), images.end(), [](const InputImage* image) { return image->GetMap(); });
-    const Footprint onPan = FootprintOnPan(scene, hostkit::WholeImage(ms));
-    const auto columns = isMapped ? std::pair(0u, ms.cols) : WhollyOn(onPan.across, pan.cols, ms.cols);
-    const auto rows = isMapped ? std::pair(0u, ms.rows) : WhollyOn(onPan.down, pan.rows, ms.rows);
+    const PixelRect area = FindAreaOnPan(scene);
     const double ratio = std::max(ms.pixelSizeX / pan.pixelSizeX, ms.pixelSizeY / pan.pixelSizeY);
     if (!(ratio <= mostPanPixels)) return {};
     const double side =
         std::clamp(mostPanPixels / ratio, 1.0, isSmall ? smallSide : static_cast<double>(plan.side));
     std::vector<PixelRect> blocks;
-    for (const auto& [row0, row1] : Divide(rows.first, rows.second, plan, static_cast<std::uint32_t>(side)))
-        for (const auto& [col0, col1] :
-             Divide(columns.first, columns.second, plan, static_cast<std::uint32_t>(side)))
+    for (const auto& [row0, row1] : Divide(area.row0, area.row1, plan, static_cast<std::uint32_t>(side)))
+        for (const auto& [col0, col1] : Divide(area.col0, area.col1, plan, static_cast<std::uint32_t>(side)))
             blocks.push_back({col0, row0, col1, row1});
     return blocks;
 }
 
-bool BlockSample::Read(const Scene& scene, const PixelRect& block, double margin, std::optional<int> bitDepth,
-                       Status& status) {
+bool BlockSample::ReadBands(const Scene& scene, const PixelRect& block, std::optional<int> bitDepth,
+                            Status& status) {
     rect = block;
+    pan = {};
     tally = {};
     onPan = FootprintOnPan(scene, block);
     bands = scene.bandOrder.size() + (scene.infrared ? std::size_t{1} : 0);
-    if (!ReadBands(scene, bitDepth, status)) return false;
+    if (!ReadMultispectral(scene, bitDepth, status)) return false;
     tally.otherGrids.resize(scene.otherGrids.size());
     for (std::size_t other = 0; other < scene.otherGrids.size(); ++other)
         if (!AddOther(scene, *scene.otherGrids[other], scene.gridBands[other + 1], bitDepth,
                       tally.otherGrids[other], status))
             return false;
-    if (scene.infrared && !AddOther(scene, *scene.infrared, {bands - 1}, bitDepth, tally.infrared, status))
-        return false;
+    return !scene.infrared || AddOther(scene, *scene.infrared, {bands - 1}, bitDepth, tally.infrared, status);
+}
+
+bool BlockSample::Read(const Scene& scene, const PixelRect& block, double margin, std::optional<int> bitDepth,
+                       Status& status) {
+    if (!ReadBands(scene, block, bitDepth, status)) return false;
     const PixelRect beneath = onPan.Beneath(block.col0 - margin, block.row0 - margin, block.col1 + margin,
                                             block.row1 + margin, scene.pan->GetInfo());
     std::vector<AreaSums> sums;
@@ -283,8 +243,8 @@ bool BlockSample::Read(const Scene& scene, const PixelRect& block, double margin
     return true;
 }
 
-bool BlockSample::ReadBands(const Scene& scene, std::optional<int> bitDepth, Status& status) {
-    Pixels pixels;
+bool BlockSample::ReadMultispectral(const Scene& scene, std::optional<int> bitDepth, Status& status) {
+    PixelSample pixels;
     if (!ReadPixels(*scene.multispectral, rect, bitDepth, pixels, status)) return false;
     tally.multispectral = pixels.tally;
     usable = std::move(pixels.usable);

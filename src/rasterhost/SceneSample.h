@@ -1,6 +1,6 @@
 #pragma once
 
-#include "rasterhost/AreaSums.h"
+#include "rasterhost/Footprint.h"
 #include "rasterhost/Scene.h"
 
 #include <cstdint>
@@ -22,6 +22,10 @@ struct SamplePlan {
 /// a multispectral pixel is more than 1024 pan pixels wide or high.
 [[nodiscard]] std::vector<hostkit::PixelRect> ChooseBlocks(const Scene& scene, const SamplePlan& plan);
 
+/// The multispectral pixels whose footprint lies wholly on pan; all of them where there is a map between the
+/// two. May be empty.
+[[nodiscard]] hostkit::PixelRect FindAreaOnPan(const Scene& scene);
+
 /// What was seen of one image.
 struct ImageTally {
     std::uint64_t pixels = 0;
@@ -35,35 +39,24 @@ struct SceneTally {
     std::vector<ImageTally> otherGrids;
 };
 
-/// Where the pixels of the multispectral grid lie along an axis of another image, in its pixels.
-struct GridMap {
-    double origin = 0.0;
-    double step = 1.0;
-
-    /// Of an edge between multispectral pixels. Positions within 1e-6 of a whole number are that number:
-    /// georeferencing carries such noise.
-    [[nodiscard]] double At(double edge) const;
+/// All samples of a part of an image, and which of its pixels have data and are not saturated.
+struct PixelSample {
+    std::vector<unsigned short> samples; ///< interleaved by pixel
+    std::vector<unsigned char> usable;   ///< a byte a pixel, 0 for not
+    ImageTally tally;
 };
 
-/// Where the pixels of a block of the multispectral grid lie on another image.
-struct Footprint {
-    GridMap across, down;
-    bool isTurned = false; ///< the two do not run along each other
-    /// Then: how far one pixel down is right, and one to the right down.
-    double acrossOfRow = 0.0, downOfColumn = 0.0;
-
-    /// The mean of an image over a rectangle of multispectral pixels: exact where the two run along each
-    /// other, else of regular points in it. None where any of it is not usable.
-    [[nodiscard]] std::optional<double> Mean(const AreaSums& sums, double left, double top, double right,
-                                             double bottom) const;
-    /// The pixels of an image of some size beneath a rectangle.
-    [[nodiscard]] hostkit::PixelRect Beneath(double left, double top, double right, double bottom,
-                                             const KOVA::Tessara::Pixmere::RasterInfo& image) const;
-};
+/// Reads a part of an image that is not empty. Samples at 2^bitDepth - 1 and above are saturated; without a
+/// depth that of the image counts. False with an item.
+[[nodiscard]] bool ReadPixels(InputImage& image, const hostkit::PixelRect& rect, std::optional<int> bitDepth,
+                              PixelSample& pixels, Status& status);
 
 /// One block, its bands as numbers and pan beneath it.
 class BlockSample {
 public:
+    /// Reads the bands of a block alone; GetPan has nothing then. Else as Read.
+    [[nodiscard]] bool ReadBands(const Scene& scene, const hostkit::PixelRect& block,
+                                 std::optional<int> bitDepth, Status& status);
     /// Reads a block, with pan up to `margin` multispectral pixels around it where there is pan. Samples at
     /// 2^bitDepth - 1 and above are saturated; without a depth that of each image counts. False with an item.
     [[nodiscard]] bool Read(const Scene& scene, const hostkit::PixelRect& block, double margin,
@@ -81,9 +74,11 @@ public:
     [[nodiscard]] std::optional<double> GetPan(std::size_t pixel, double right, double down,
                                                double grow = 0.0) const;
     [[nodiscard]] const SceneTally& GetTally() const { return tally; }
+    /// Where the pixels of the block lie on pan.
+    [[nodiscard]] const Footprint& GetFootprint() const { return onPan; }
 
 private:
-    bool ReadBands(const Scene& scene, std::optional<int> bitDepth, Status& status);
+    bool ReadMultispectral(const Scene& scene, std::optional<int> bitDepth, Status& status);
     bool AddOther(const Scene& scene, InputImage& other, const std::vector<std::size_t>& places,
                   std::optional<int> bitDepth, ImageTally& seen, Status& status);
 
