@@ -12,6 +12,15 @@
 /// exactly `pixels` pixels of each row; `out` overlaps neither input.
 namespace kernels {
 
+/// How a sample comes from the samples a and b in the same place, with the maps m1, m2 and m of their band.
+enum class SampleBlend : std::uint8_t {
+    Sum,             ///< m(m1(a) + m2(b)), truncated; 0 where that is not finite
+    Product,         ///< m(m2(b) * m1(a)), as Sum
+    Quotient,        ///< m(m1(a) / m2(b)), as Sum
+    Difference,      ///< m(m1(a) - m2(b)), rounded half up
+    PlainDifference, ///< m(a - b), rounded half up
+};
+
 /// The maps of the bands of an image, as gains and offsets of bands 1, 2, ..., 1, 2, ...; see
 /// mostLanesOfMaps.
 struct MapsOfRow {

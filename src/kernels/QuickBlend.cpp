@@ -1,5 +1,6 @@
 #include "kernels/QuickBlend.h"
 
+#include "kernels/BlendRow.h"
 #include "kernels/FixedPoint.h"
 
 #include <algorithm>

@@ -15,14 +15,7 @@ struct LinearMap {
     double operator()(double x) const { return x * gain + offset; }
 };
 
-/// How a sample comes from the samples a and b in the same place, with the maps m1, m2 and m of their band.
-enum class SampleBlend : std::uint8_t {
-    Sum,             ///< m(m1(a) + m2(b)), truncated; 0 where that is not finite
-    Product,         ///< m(m2(b) * m1(a)), as Sum
-    Quotient,        ///< m(m1(a) / m2(b)), as Sum
-    Difference,      ///< m(m1(a) - m2(b)), rounded half up
-    PlainDifference, ///< m(a - b), rounded half up
-};
+enum class SampleBlend : std::uint8_t; // BlendRow.h
 
 /// What is kept for every band is repeated, so that from any band on as many samples as vectors have follow.
 inline constexpr std::size_t mostLanesOfMaps = 32;
