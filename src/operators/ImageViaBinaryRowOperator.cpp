@@ -7,7 +7,6 @@
 namespace PXL {
 
 using Fundament::FormatString;
-using ULong = unsigned long; // what "%lu" takes
 
 template <class Input1, class Input2, class Operator>
 ImageViaBinaryRowOperator<Input1, Input2, Operator>::ImageViaBinaryRowOperator() {
@@ -87,9 +86,9 @@ bool ImageViaBinaryRowOperator<Input1, Input2, Operator>::SetWindow(std::uint32_
     const std::uint32_t width = rowOperator->endColumn - rowOperator->firstColumn;
     if (width > std::min(width1, width2)) {
         this->InsertOnce(BinaryRowImageStatus::WindowDoesNotFit,
-                         FormatString("the window is %lu columns wide, but rows of the input images have %lu "
-                                      "and %lu",
-                                      ULong{width}, ULong{width1}, ULong{width2}));
+                         FormatString("the window is %u columns wide, but rows of the input images have %u "
+                                      "and %u",
+                                      width, width1, width2));
         return false;
     }
     windowed = true;
@@ -111,9 +110,9 @@ auto ImageViaBinaryRowOperator<Input1, Input2, Operator>::GetRow(std::uint32_t r
     const std::uint32_t row2 = input2Sampled ? row - windowFirstRow : row;
     if (input2Sampled && (row < windowFirstRow || row2 >= input2Info.rows)) {
         this->InsertOnce(BinaryRowImageStatus::RowNotCovered,
-                         FormatString("row %lu is outside the rows that the second input image covers (%lu "
-                                      "from row %lu)",
-                                      ULong{row}, ULong{input2Info.rows}, ULong{windowFirstRow}));
+                         FormatString("row %u is outside the rows that the second input image covers (%u "
+                                      "from row %u)",
+                                      row, input2Info.rows, windowFirstRow));
         return nullptr;
     }
     currentRow = row + 1; // whether or not the inputs have the row
@@ -123,7 +122,7 @@ auto ImageViaBinaryRowOperator<Input1, Input2, Operator>::GetRow(std::uint32_t r
     if (!result) {
         const char* who = !samples1 ? "first input image" : !samples2 ? "second input image" : "row operator";
         this->InsertOnce(BinaryRowImageStatus::NoInputRow,
-                         FormatString("the %s delivers no row %lu", who, ULong{row}));
+                         FormatString("the %s delivers no row %u", who, row));
     }
     return result;
 }

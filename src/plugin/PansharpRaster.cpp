@@ -7,7 +7,6 @@
 namespace KOVA::Tessara::Pixmere {
 
 using Fundament::FormatString;
-using ULong = unsigned long; // what "%lu" takes
 
 PansharpRaster::~PansharpRaster() { ReleaseWindow(); }
 
@@ -57,9 +56,9 @@ int PansharpRaster::InitProcess() {
     else if (workInfo.bitsPerBand == 16)
         BindPixelType<unsigned short>();
     else
-        return Fail(ProcessStatus::DepthNotSupported,
-                    FormatString("Image format not supported : bits per channel (%lu) invalid",
-                                 ULong{workInfo.bitsPerBand}));
+        return Fail(
+            ProcessStatus::DepthNotSupported,
+            FormatString("Image format not supported : bits per channel (%u) invalid", workInfo.bitsPerBand));
     boundBits = workInfo.bitsPerBand;
     workInfo.colorSpace = workInfo.bandsPerPixel != 1 ? 1 : 0; // "RGB", "Gray"
     info = workInfo;
@@ -103,17 +102,16 @@ bool PansharpRaster::CheckWindow(const Window& window) {
         window.row1 > pan->rows)
         return Fail(
             ProcessStatus::WindowInvalid,
-            FormatString("invalid window: columns %lu to %lu, rows %lu to %lu; each must end past its start "
-                         "and within the pan raster's %lu columns and %lu rows",
-                         ULong{window.col0}, ULong{window.col1}, ULong{window.row0}, ULong{window.row1},
-                         ULong{pan->cols}, ULong{pan->rows}));
+            FormatString("invalid window: columns %u to %u, rows %u to %u; each must end past its start "
+                         "and within the pan raster's %u columns and %u rows",
+                         window.col0, window.col1, window.row0, window.row1, pan->cols, pan->rows));
     // A failed Init leaves the binding of an earlier one, and with it rows of another size.
     if (pan->bitsPerBand != boundBits)
         return Fail(
             ProcessStatus::DepthChanged,
-            FormatString("the pan raster has %lu bits per channel, but the process was initialized for %lu; "
+            FormatString("the pan raster has %u bits per channel, but the process was initialized for %u; "
                          "call Init again",
-                         ULong{pan->bitsPerBand}, ULong{boundBits}));
+                         pan->bitsPerBand, boundBits));
     if (!aoi) return Fail(ProcessStatus::NoRequest, "no request record: call SetAoi before SetWindow");
     return true;
 }
