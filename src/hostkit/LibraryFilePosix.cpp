@@ -30,6 +30,7 @@ std::filesystem::path ProgramFile() {
     std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", failure);
 #if defined(__linux__)
     if (failure) {
+        // The kernel tells addresses as numbers. NOLINTNEXTLINE(performance-no-int-to-ptr)
         const auto* started = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
         program = started ? std::filesystem::canonical(started, failure) : std::filesystem::path();
     }
