@@ -96,6 +96,13 @@ CommandLine CommandLine::Parse(int argc, const char* const* argv) {
     const char* const* const end = argv + argc;
     const char* const* const mark = std::find(begin, end, std::string_view("--"));
     std::vector<std::string> arguments(begin, mark);
+    // "help COMMAND" and "version", as people know them from other programs.
+    if (!arguments.empty() && arguments.front() == "help") {
+        arguments.erase(arguments.begin());
+        arguments.emplace_back("--help");
+    } else if (!arguments.empty() && arguments.front() == "version") {
+        arguments.front() = "--version";
+    }
     std::reverse(arguments.begin(), arguments.end());
     std::string failure;
     try {

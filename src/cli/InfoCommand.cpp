@@ -14,15 +14,10 @@ using KOVA::Tessara::Fundament::Status;
 using rasterhost::PreflightReport;
 using rasterhost::SharpenRequest;
 
-ExitCode RunInfo(const CommandLine& line) {
-    SharpenRequest request = MakeInfoRequest(line);
+ExitCode ReportFindings(const CommandLine& line, const SharpenRequest& request, Status& status) {
     PreflightReport report;
-    Status status;
-    ExitCode code = WorkFailed;
-    if (const auto plugin = LoadPlugin(line, status)) {
-        FitToPlugin(line, plugin->GetDescription(), request);
-        if (rasterhost::Preflight(request, report, status)) code = Done;
-    }
+    const bool works = status.GetCount() == 0 && rasterhost::Preflight(request, report, status);
+    const ExitCode code = works ? Done : WorkFailed;
     if (line.Has("--json")) {
         if (code == WorkFailed) std::cerr << FormatErrors(status);
         std::cout << InfoJson(request, report, code, status);
@@ -33,6 +28,13 @@ ExitCode RunInfo(const CommandLine& line) {
         std::cerr << FormatWarning(warning);
     if (code == WorkFailed) std::cerr << FormatErrors(status);
     return code;
+}
+
+ExitCode RunInfo(const CommandLine& line) {
+    SharpenRequest request = MakeInfoRequest(line);
+    Status status;
+    if (const auto plugin = LoadPlugin(line, status)) FitToPlugin(line, plugin->GetDescription(), request);
+    return ReportFindings(line, request, status);
 }
 
 } // namespace cli

@@ -69,18 +69,24 @@ ExitCode RunMethods(const CommandLine& line) {
 }
 
 ExitCode RunVersion(const CommandLine& line) {
+    Status status;
+    const auto plugin = LoadPlugin(line, status);
+    const ExitCode code = plugin ? Done : WorkFailed;
+    if (!plugin) std::cerr << FormatErrors(status);
+    if (line.Has("--json")) {
+        std::cout << VersionJson(plugin ? &plugin->GetDescription() : nullptr,
+                                 plugin ? plugin->GetPath() : std::string(), code, status);
+        return code;
+    }
     std::cout << "pansharp " << PANSHARP_VERSION << "\nvector instructions "
               << kernels::SimdTargetName(kernels::ChosenSimdTarget()) << "\n";
-    Status status;
-    if (const auto plugin = LoadPlugin(line, status)) {
-        const PansharpDescription& description = plugin->GetDescription();
-        std::cout << "plug-in " << description.name << " " << description.version << ", contract "
-                  << description.contractVersion << ", " << plugin->GetPath() << "\n";
-        return Done;
-    }
-    std::cout << "plug-in: none that works\n";
-    std::cerr << FormatErrors(status);
-    return WorkFailed;
+    if (plugin)
+        std::cout << "plug-in " << plugin->GetDescription().name << " " << plugin->GetDescription().version
+                  << ", contract " << plugin->GetDescription().contractVersion << ", " << plugin->GetPath()
+                  << "\n";
+    else
+        std::cout << "plug-in: none that works\n";
+    return code;
 }
 
 } // namespace cli

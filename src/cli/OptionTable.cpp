@@ -85,7 +85,9 @@ constexpr OptionEntry sharpenOptions[] = {
     {"--preview", "FILE.png", "", inputHeading,
      "make a picture of up to 512 x 512 pixels of the scene, too: pan, the multispectral bands merely "
      "upsampled, and "
-     "the result, side by side in one stretch"},
+     "the result, side by side; the first three bands written are red, green and blue, each with a stretch "
+     "of "
+     "its own"},
     {"--preview-at", "X,Y", "the middle of what is fused", inputHeading,
      "where the middle of the picture lies, in map units of pan"},
     methodOption,
@@ -117,6 +119,10 @@ constexpr OptionEntry sharpenOptions[] = {
     {"--alpha", "", "", fusionHeading,
      "write a last band that tells where there is data, 0 where there is none"},
     {"-j,--threads", "N", "one a processor", runHeading, "threads that fuse"},
+    {"--dry-run", "", "", runHeading,
+     "fuse and write nothing: tell what 'pansharp info' tells, for these options, and whether the output can "
+     "be written"},
+    {"-v,--verbose", "", "", runHeading, "say in the end what the run was made with, too"},
     {"-q,--quiet", "", "", runHeading, "print warnings and errors only"},
     jsonOption,
     {"--window", "ROWS", "chosen from the sizes", advancedHeading,
@@ -175,9 +181,13 @@ constexpr OptionEntry compareOptions[] = {
 
 constexpr OptionEntry methodsOptions[] = {jsonOption, pluginOption, helpOption};
 
+constexpr OptionEntry jsonOfVersionOption = {"--json", "", "", helpHeading,
+                                             "print the versions as one JSON object"};
 constexpr OptionEntry programOptions[] = {
     {"--version", "", "", helpHeading,
-     "print the versions of the program and of the plug-in and the vector instructions in use"},
+     "print the versions of the program and of the plug-in and the vector instructions in use; so does "
+     "'pansharp version'"},
+    jsonOfVersionOption,
     helpOption,
 };
 
@@ -264,7 +274,7 @@ constexpr CommandEntry program = {"",
                                   R"(Example:
   pansharp sharpen pan.tif ms.tif -o sharp.tif
 
-'pansharp COMMAND --help' tells more of a command.
+'pansharp COMMAND --help' and 'pansharp help COMMAND' tell more of a command.
 )"};
 
 } // namespace

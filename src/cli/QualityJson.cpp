@@ -57,7 +57,7 @@ std::string AssessJson(const AssessRequest& request, const AssessReport& report,
         object["multispectral"] = JsonInputs(request.multispectral);
         object["modulation_transfer"] = Blur(request.blur);
     }
-    if (report.ratio) object["ratio"] = *report.ratio;
+    if (report.ratio) object["ratio"] = {*report.ratio, *report.ratio};
     if (report.reference) object["indices"] = Indices(*report.reference);
     if (!report.pair.empty()) {
         object["rows"] = Json::array();

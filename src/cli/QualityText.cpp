@@ -82,6 +82,7 @@ std::string FormatAssessment(const AssessReport& report) {
             text += FormatString(" %.3f", errors.rmse);
         text += "\n";
     }
+    text += "the fused image, band by band\n" + FormatBands(report.pair.front().consistency);
     text += "without a reference\n";
     text += FormatString("%-10s%10s%10s%10s%12s%10s\n", "", "D_lambda", "D_S", "QNR", "D_lambda K", "HQNR");
     for (const PairIndices& row : report.pair)
@@ -105,6 +106,8 @@ std::string FormatComparison(const CompareReport& report) {
             text += FormatString("  %u of %u bands", bands, report.bands);
         text += &entry == &report.entries[report.best] ? "  *\n" : "\n";
     }
+    text += NameOf(report.entries[report.best]) + ", band by band\n" +
+            FormatBands(report.entries[report.best].indices);
     return text + Wrap("", 0, Verdict(report));
 }
 

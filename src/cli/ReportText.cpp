@@ -1,11 +1,13 @@
 #include "cli/ReportText.h"
 
 #include "fundament/Text.h"
+#include "kernels/Simd.h"
 
 namespace cli {
 
 using KOVA::Tessara::Fundament::FormatString;
 using rasterhost::SharpenReport;
+using rasterhost::SharpenRequest;
 
 namespace {
 
@@ -74,6 +76,28 @@ std::string FormatReport(const SharpenReport& report, std::uint64_t peakMemory) 
                              FormatCount(highest, Pixels(report)).c_str(), largest);
     }
     return text;
+}
+
+std::string FormatDetails(const SharpenRequest& request, const SharpenReport& report) {
+    std::string options;
+    for (const std::string& option : request.creationOptions)
+        options += " " + option;
+    return FormatString(
+        "  plug-in %s; vector instructions %s\n  sampled %s, fused %u rows at a time, written "
+        "as %s%s\n",
+        report.plugin.c_str(), kernels::SimdTargetName(kernels::ChosenSimdTarget()).c_str(),
+        report.resampling.c_str(), report.windowRows, request.format.c_str(), options.c_str());
+}
+
+std::string FormatPreview(const std::string& file, const SharpenRequest& request,
+                          const SharpenReport& report) {
+    const auto band = [&](std::size_t place) {
+        return request.bands.empty() ? static_cast<int>(place) + 1 : request.bands[place];
+    };
+    const std::string shown = report.bands < 3 ? FormatString("band %d in grey", band(0))
+                                               : FormatString("bands %d, %d and %d in red, green and blue",
+                                                              band(0), band(1), band(2));
+    return FormatString("  preview %s: pan, then %s, upsampled and fused\n", file.c_str(), shown.c_str());
 }
 
 } // namespace cli

@@ -13,4 +13,12 @@ namespace cli {
 /// Output pixels a second, in millions; 0 when no time has passed.
 [[nodiscard]] double MegapixelsPerSecond(const rasterhost::SharpenReport& report);
 
+/// What the run was made with: lines to follow the report.
+[[nodiscard]] std::string FormatDetails(const rasterhost::SharpenRequest& request,
+                                        const rasterhost::SharpenReport& report);
+
+/// What the picture beside the output shows: a line to follow the report.
+[[nodiscard]] std::string FormatPreview(const std::string& file, const rasterhost::SharpenRequest& request,
+                                        const rasterhost::SharpenReport& report);
+
 } // namespace cli

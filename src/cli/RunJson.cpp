@@ -32,7 +32,7 @@ void AddReport(Json& object, const SharpenReport& report) {
     object["bands"] = report.bands;
     object["bits_per_sample"] = report.bitsPerSample;
     object["bit_depth"] = report.bitDepth;
-    object["ratio"] = report.ratio;
+    object["ratio"] = {report.ratio, report.ratioDown};
     object["weights"] = report.effectiveWeights;
     if (report.infraredWeight) object["infrared_weight"] = *report.infraredWeight;
     if (report.fit) object["fit"] = FitObject(*report.fit);
@@ -139,6 +139,19 @@ std::string InfoJson(const SharpenRequest& request, const PreflightReport& repor
     }
     object["seconds"] = report.seconds;
     object["warnings"] = report.warnings;
+    object["status"] = JsonStatus(status);
+    return PrintJson(object);
+}
+
+std::string VersionJson(const PansharpDescription* plugin, const std::string& file, ExitCode code,
+                        const Status& status) {
+    Json object = JsonHead("version", code);
+    object["vector_instructions"] = kernels::SimdTargetName(kernels::ChosenSimdTarget());
+    if (plugin)
+        object["plugin"] = {{"name", plugin->name},
+                            {"version", plugin->version},
+                            {"contract", plugin->contractVersion},
+                            {"file", file}};
     object["status"] = JsonStatus(status);
     return PrintJson(object);
 }

@@ -29,6 +29,10 @@ namespace cli {
                                    const rasterhost::PreflightReport& report, ExitCode code,
                                    const KOVA::Tessara::Fundament::Status& status);
 
+/// Null for a plug-in that does not work; `status` says why.
+[[nodiscard]] std::string VersionJson(const PansharpDescription* plugin, const std::string& file,
+                                      ExitCode code, const KOVA::Tessara::Fundament::Status& status);
+
 [[nodiscard]] std::string MethodsJson(const PansharpDescription& plugin, const std::string& file);
 
 } // namespace cli

@@ -1,5 +1,6 @@
 #include "cli/SharpenCommand.h"
 
+#include "cli/InfoCommand.h"
 #include "cli/Platform.h"
 #include "cli/Plugin.h"
 #include "cli/Progress.h"
@@ -64,7 +65,9 @@ void PrintOutcome(const CommandLine& line, const SharpenRequest& request, const 
     if (line.Has("--json"))
         std::cout << SharpenJson(request, report, code, status, platform::PeakMemory());
     else if (code == Done && !line.Has("--quiet"))
-        std::cout << FormatReport(report, platform::PeakMemory());
+        std::cout << FormatReport(report, platform::PeakMemory())
+                  << (line.Has("--verbose") ? FormatDetails(request, report) : "")
+                  << (line.Has("--preview") ? FormatPreview(line.Get("--preview"), request, report) : "");
 }
 
 } // namespace
@@ -75,7 +78,8 @@ ExitCode RunSharpen(const CommandLine& line) {
     SharpenReport report;
     Status status;
     ExitCode code = WorkFailed;
-    if (!MayWrite(line, request)) {
+    const bool isTrial = line.Has("--dry-run");
+    if (!isTrial && !MayWrite(line, request)) {
         status.Add(0, "'" + request.output + "' was left as it is", "Command");
         std::cerr << FormatErrors(status);
         return WorkFailed;
@@ -85,6 +89,7 @@ ExitCode RunSharpen(const CommandLine& line) {
         if (!line.Has("--json"))
             for (const std::string& warning : warnings)
                 std::cerr << FormatWarning(warning);
+        if (isTrial) return ReportFindings(line, request, status);
         if (!preview || rasterhost::CheckPreview(request, *preview, status))
             code = Fuse(line, request, report, status);
         if (code == Done && preview && !rasterhost::WritePreview(request, *preview, status))

@@ -84,20 +84,22 @@ DataSearch FindData(InputImage& image, const std::function<bool()>& keepOn, Stat
     if (found != DataSearch::None) return found;
     constexpr const char* remedy = "; is it the right file? --no-nodata takes every sample as data";
     const std::vector<SourceBand>& bands = image.GetBands();
+    std::vector<const SourceBand*> empty;
     for (const SourceBand& band : bands) {
-        if (bands.size() == 1) break;
         const DataSearch ofBand = SearchBand(image, band, keepOn);
-        if (ofBand == DataSearch::Found) continue;
-        if (ofBand == DataSearch::None)
-            Fail(status, HostStatus::InputsDoNotFit,
-                 FormatString("no pixel of band %d of '%s' has data, so that no pixel of the result would; "
-                              "leave the band out, as in FILE,band=1%s",
-                              band.number, band.file.c_str(), remedy));
-        return ofBand;
+        if (ofBand == DataSearch::Cancelled) return ofBand;
+        if (ofBand == DataSearch::None) empty.push_back(&band);
+    }
+    if (!empty.empty() && empty.size() < bands.size()) {
+        Fail(status, HostStatus::InputsDoNotFit,
+             FormatString("no pixel of band %d of '%s' has data, so that no pixel of the result would; leave "
+                          "the band out, as in FILE,band=1%s",
+                          empty.front()->number, empty.front()->file.c_str(), remedy));
+        return DataSearch::None;
     }
     Fail(status, HostStatus::InputsDoNotFit,
-         FormatString(bands.size() == 1 ? "no pixel of %s has data%s"
-                                        : "no pixel of %s has data in all its bands%s",
+         FormatString(empty.size() == bands.size() ? "no pixel of %s has data%s"
+                                                   : "no pixel of %s has data in all its bands%s",
                       image.GetName().c_str(), remedy));
     return DataSearch::None;
 }

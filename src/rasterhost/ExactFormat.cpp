@@ -33,12 +33,12 @@ const ExactWay exactWays[] = {
     {"MBTiles", {"QUALITY", "TILE_FORMAT"}, {"TILE_FORMAT=PNG"}},
 };
 
-constexpr int side = 64; ///< of the image to try with
+constexpr int trialSide = 64; ///< of the image to try with
 
-bool Move(GDALDataset& dataset, GDALRWFlag way, int bands, std::vector<unsigned short>& samples) {
+bool MoveSamples(GDALDataset& dataset, GDALRWFlag way, int bands, std::vector<unsigned short>& samples) {
     return dataset.GetRasterCount() >= bands &&
-           dataset.RasterIO(way, 0, 0, side, side, samples.data(), side, side, GDT_UInt16, bands, nullptr, 0,
-                            0, 0, nullptr) == CE_None;
+           dataset.RasterIO(way, 0, 0, trialSide, trialSide, samples.data(), trialSide, trialSide, GDT_UInt16,
+                            bands, nullptr, 0, 0, 0, nullptr) == CE_None;
 }
 
 /// Writes an image by the format's own way, be it by creating or by copying.
@@ -46,9 +46,9 @@ bool WriteTrial(GDALDriver& driver, const std::string& name, const CPLStringList
                 GDALDataType type, std::vector<unsigned short>& samples) {
     const bool isCopied = driver.GetMetadataItem(GDAL_DCAP_CREATE) == nullptr;
     GDALDriver& maker = isCopied ? *GetGDALDriverManager()->GetDriverByName("MEM") : driver;
-    GDALDatasetUniquePtr made(maker.Create(isCopied ? "" : name.c_str(), side, side, bands, type,
+    GDALDatasetUniquePtr made(maker.Create(isCopied ? "" : name.c_str(), trialSide, trialSide, bands, type,
                                            isCopied ? nullptr : const_cast<char**>(options.List())));
-    if (!made || !Move(*made, GF_Write, bands, samples)) return false;
+    if (!made || !MoveSamples(*made, GF_Write, bands, samples)) return false;
     const GDALDatasetUniquePtr copy(
         isCopied ? driver.CreateCopy(name.c_str(), made.get(), FALSE, options.List(), nullptr, nullptr)
                  : nullptr);
@@ -72,7 +72,7 @@ std::string FindLoss(const OutputRequest& request, const Scene& scene, const Out
     GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(request.format.c_str());
     if (!driver || !driver->GetMetadataItem(GDAL_DCAP_VIRTUALIO)) return {};
     const auto bands = static_cast<int>(rules.GetFileBands());
-    std::vector<unsigned short> samples(std::size_t{side} * side * rules.GetFileBands());
+    std::vector<unsigned short> samples(std::size_t{trialSide} * trialSide * rules.GetFileBands());
     std::minstd_rand random; // noise is as hard to keep as can be
     for (unsigned short& sample : samples)
         sample = static_cast<unsigned short>(random() % (rules.largest + 1));
@@ -84,7 +84,7 @@ std::string FindLoss(const OutputRequest& request, const Scene& scene, const Out
     if (WriteTrial(*driver, name, ToOptionList(request.creationOptions), bands,
                    scene.pan->GetInfo().bitsPerBand == 8 ? GDT_Byte : GDT_UInt16, samples)) {
         const GDALDatasetUniquePtr written(GDALDataset::Open(name.c_str(), GDAL_OF_RASTER));
-        isRead = written && Move(*written, GF_Read, bands, back);
+        isRead = written && MoveSamples(*written, GF_Read, bands, back);
     }
     VSIRmdirRecursive(folder.c_str());
     if (!isRead || back == samples) return {};

@@ -152,6 +152,14 @@ bool InputImage::CheckBand(const SourceBand& source, const char* role, Status& s
     const GDALDataType type = source.band->GetRasterDataType();
     const bool isTaken = options.scale ? !GDALDataTypeIsComplex(type)
                                        : type == GDT_Byte || type == GDT_UInt16 || type == GDT_Int16;
+    if (double range[2] = {}; !isTaken && !options.scale && !GDALDataTypeIsComplex(type) &&
+                              source.band->ComputeRasterMinMax(TRUE, range) == CE_None)
+        return refuse(
+            FormatString("holds %s samples, in part of the file from %.6g to %.6g; 8 and 16 bits are "
+                         "supported: name a range that all inputs keep to with --scale MIN,MAX, "
+                         "such as --scale %.6g,%.6g, or convert it with gdal_translate -ot UInt16 -scale",
+                         GDALGetDataTypeName(type), range[0], range[1], std::min(range[0], 0.0),
+                         range[1] + (range[1] - std::min(range[0], 0.0)) / 4.0));
     if (!isTaken)
         return refuse(FormatString(
             options.scale ? "holds %s samples, which are pairs of numbers; take the first of each with "

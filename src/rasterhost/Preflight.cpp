@@ -206,7 +206,8 @@ private:
         report.outputBytes = std::uint64_t{sizes.columns} * sizes.rows * sizes.fileBands *
                              (scene->pan->GetInfo().bitsPerBand / 8);
         report.memoryBytes = EstimateMemory(*scene, sizes, usualBlockRows);
-        fits = CheckMemory(request, *scene, sizes, usualBlockRows, status);
+        fits = (request.output.empty() || CheckOutput(request, *scene, rules, status)) &&
+               CheckMemory(request, *scene, sizes, usualBlockRows, status);
     }
 
     /// Collects what was found to be wrong, the gravest first.

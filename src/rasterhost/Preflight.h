@@ -54,9 +54,9 @@ struct PreflightReport {
     double seconds = 0.0;
 };
 
-/// Looks at what `Sharpen` would be given; its output is not looked at. May be cancelled by `progress` of the
-/// request. False with the reasons for which `Sharpen` would fail, in the same words; the report then has
-/// what was found until then.
+/// Looks at what `Sharpen` would be given, and whether an output, where one is named, can go there. May be
+/// cancelled by `progress` of the request. False with the reasons for which `Sharpen` would fail, in the same
+/// words; the report then has what was found until then.
 [[nodiscard]] bool Preflight(const SharpenRequest& request, PreflightReport& report,
                              KOVA::Tessara::Fundament::Status& status);
 

@@ -10,7 +10,9 @@
 #include <gdal_priv.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <span>
 #include <tuple>
 
 namespace rasterhost {
@@ -82,12 +84,12 @@ bool ReadPanel(RowSource& rows, std::size_t usedBands, Panel& panel, Status& sta
     return true;
 }
 
-/// The 2nd and the 98th percentile of all panels.
-std::pair<double, double> FindStretch(const std::vector<Panel>& all) {
+/// The 2nd and the 98th percentile of a colour of some panels.
+std::pair<double, double> FindStretch(std::span<const Panel> some, std::size_t colour) {
     std::vector<double> shown;
-    for (const Panel& panel : all)
-        for (std::size_t i = 0; i < panel.colours.size(); ++i)
-            if (panel.valid[i / 3]) shown.push_back(panel.colours[i]);
+    for (const Panel& panel : some)
+        for (std::size_t pixel = 0; pixel < panel.valid.size(); ++pixel)
+            if (panel.valid[pixel]) shown.push_back(panel.colours[pixel * 3 + colour]);
     if (shown.empty()) return {0.0, 1.0};
     const auto percentile = [&shown](std::size_t percent) {
         const auto at = shown.begin() + static_cast<std::ptrdiff_t>((shown.size() - 1) * percent / 100);
@@ -98,14 +100,20 @@ std::pair<double, double> FindStretch(const std::vector<Panel>& all) {
     return {low, std::max(high, low + 1.0)};
 }
 
-/// Red, green and blue, side by side.
+/// Red, green and blue, side by side. A colour has one stretch in both multispectral panels, else bands of
+/// different brightness would tint them; pan, the first panel, has its own.
 std::vector<unsigned char> Draw(const std::vector<Panel>& all, std::size_t columns, std::size_t rows) {
-    const auto [low, high] = FindStretch(all);
+    const std::span<const Panel> panPanel(all.data(), 1), colourPanels(all.data() + 1, all.size() - 1);
+    std::array<std::pair<double, double>, 3> ofColour;
+    for (std::size_t colour = 0; colour < 3; ++colour)
+        ofColour[colour] = FindStretch(colourPanels, colour);
+    const auto ofPan = FindStretch(panPanel, 0);
     const std::size_t width = panels * columns + (panels - 1) * gap;
     std::vector<unsigned char> picture(width * rows * 3, 255);
     for (std::size_t p = 0; p < all.size(); ++p)
         for (std::size_t pixel = 0; pixel < columns * rows; ++pixel)
             for (std::size_t colour = 0; colour < 3; ++colour) {
+                const auto [low, high] = p == 0 ? ofPan : ofColour[colour];
                 const double level = (all[p].colours[pixel * 3 + colour] - low) / (high - low);
                 const std::size_t column = p * (columns + gap) + pixel % columns;
                 picture[(pixel / columns * width + column) * 3 + colour] =

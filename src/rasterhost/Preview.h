@@ -21,8 +21,8 @@ struct PreviewRequest {
                                 KOVA::Tessara::Fundament::Status& status);
 
 /// Makes the picture of a run that is done. The first three bands that were written are red, green and blue,
-/// one or two bands are grey; black is no data. One stretch for all, from the 2nd to the 98th percentile of
-/// what is shown. False with an item.
+/// one or two bands are grey; black is no data. Pan has a stretch of its own and each colour
+/// one, from the 2nd to the 98th percentile of what is shown. False with an item.
 [[nodiscard]] bool WritePreview(const SharpenRequest& request, const PreviewRequest& preview,
                                 KOVA::Tessara::Fundament::Status& status);
 

@@ -137,6 +137,7 @@ private:
         report.bitDepth = scene->bitDepth;
         report.resampling = request.resampling;
         report.ratio = scene->multispectral->GetInfo().pixelSizeX / pan.pixelSizeX;
+        report.ratioDown = scene->multispectral->GetInfo().pixelSizeY / pan.pixelSizeY;
         report.effectiveWeights = settings.effectiveWeights;
         report.infraredWeight = settings.infraredWeight;
         report.threads = ChooseThreads(request);

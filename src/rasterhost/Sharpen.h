@@ -25,7 +25,8 @@ struct SharpenReport {
     std::uint32_t bitsPerSample = 0; ///< of the file's samples
     std::uint32_t bitDepth = 0;      ///< of the values in them
     std::string resampling;
-    double ratio = 0.0; ///< multispectral pixel width over pan pixel width
+    double ratio = 0.0;     ///< multispectral pixel width over pan pixel width
+    double ratioDown = 0.0; ///< likewise of their heights
     std::vector<double> effectiveWeights;
     std::optional<double> infraredWeight;
     std::optional<WeightFit> fit; ///< where the weights were fitted

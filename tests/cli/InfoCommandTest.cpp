@@ -27,6 +27,11 @@ TEST(InfoCommand, PrintsWhatSharpenWouldDo) {
     const auto run = child::Run(folder, child::Concatenate({{"sharpen", "-o", "out.tif", "--json"},
                                                             {arguments.begin() + 1, arguments.end()}}));
     const json fused = json::parse(run.out);
+    child::Arguments trial = child::Concatenate({arguments, {"--dry-run", "-o", "trial.tif"}});
+    trial.front() = "sharpen";
+    EXPECT_EQ(child::Run(folder, trial).out, text.out);
+    trial.back() = "none/trial.tif";
+    EXPECT_THAT(child::Run(folder, trial).err, HasSubstr("the folder 'none' of the output does not exist"));
     EXPECT_EQ(info.at("command"), "info");
     for (const char* same : {"weights", "infrared_weight", "method", "columns", "rows", "bands"})
         EXPECT_EQ(info.at("sharpen").at(same), fused.at(same)) << same;

@@ -70,7 +70,8 @@ TEST(MethodsCommand, ListsWhatThePluginSays) {
 TEST(MethodsCommand, VersionNamesProgramAndPlugin) {
     const child::Folder folder;
     for (const child::Arguments& arguments :
-         {child::Arguments{"--version"}, child::Arguments{"--version", "sharpen"}}) {
+         {child::Arguments{"--version"}, child::Arguments{"--version", "sharpen"},
+          child::Arguments{"version"}}) {
         const child::Outcome outcome = child::Run(folder, arguments);
         EXPECT_EQ(outcome.code, 0);
         EXPECT_THAT(outcome.out, AllOf(testing::StartsWith("pansharp " PANSHARP_VERSION "\n"),
@@ -81,6 +82,18 @@ TEST(MethodsCommand, VersionNamesProgramAndPlugin) {
 }
 
 /// The environment names another file: one that is missing, one that is no library.
+TEST(MethodsCommand, VersionAndHelpAsOtherProgramsHaveThem) {
+    const child::Folder folder;
+    const auto versions = nlohmann::json::parse(child::Run(folder, {"version", "--json"}).out);
+    EXPECT_EQ(versions.at("version"), PANSHARP_VERSION);
+    EXPECT_EQ(versions.at("plugin").at("version"), AskPlugin().version);
+    for (const child::Arguments& asked : {child::Arguments{}, {"sharpen"}, {"info"}}) {
+        const auto help = child::Run(folder, child::Concatenate({{"help"}, asked}));
+        EXPECT_EQ(help.code, 0);
+        EXPECT_EQ(help.out, child::Run(folder, child::Concatenate({asked, {"--help"}})).out);
+    }
+}
+
 TEST(MethodsCommand, APluginThatDoesNotWorkIsExplained) {
     const child::Folder folder;
     std::ofstream(folder / "text.process") << "no library";

@@ -42,7 +42,7 @@ TEST(RunJson, TellsEverythingOfAGoodRun) {
         {"bits_per_sample", 16},
         {"bit_depth", 16},
         {"no_data", {{"by", "none"}, {"pixels", 0}}},
-        {"ratio", 2.0},
+        {"ratio", {2.0, 2.0}},
         {"weights", {0.75, 0.3}},
         {"threads", 2},
         {"window_rows", 8},

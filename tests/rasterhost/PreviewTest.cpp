@@ -48,3 +48,23 @@ TEST(Preview, ShowsPanUpsampledAndFusedSideBySide) {
     EXPECT_FALSE(rasterhost::CheckPreview(request, {folder / "other.png", {{30.0, -40.0}}}, status));
     EXPECT_THAT(support::StatusText(status), testing::HasSubstr("x 40 to 600, y -550 to -20"));
 }
+
+// Bands of different brightness make a grey picture all the same.
+TEST(Preview, StretchesEveryColourByItself) {
+    const Folder folder;
+    const auto ground = [](int column, int row, int band) {
+        return static_cast<unsigned>(20 + 60 * band + (column * 7 + row * 3) % 40);
+    };
+    rasterhost::SharpenRequest request;
+    request.pan = {folder.Write("pan.tif", {64, 64, 1, GDT_Byte, testfiles::Grid(1.0), {}}, ground), {}};
+    request.multispectral = {
+        {folder.Write("ms.tif", {64, 64, 3, GDT_Byte, testfiles::Grid(1.0), {}}, ground), {}}};
+    request.output = folder / "out.tif";
+    request.weights = {1.0, 0.0, 0.0};
+    ASSERT_TRUE(testfiles::RunSharpen(request).isDone);
+    KOVA::Tessara::Fundament::Status status;
+    ASSERT_TRUE(rasterhost::WritePreview(request, {folder / "look.png", {}}, status));
+    const auto picture = testfiles::ReadAll(folder / "look.png");
+    for (std::size_t i = 0; i < picture.size(); i += 3)
+        ASSERT_TRUE(picture[i] == picture[i + 1] && picture[i] == picture[i + 2]) << i;
+}

@@ -97,7 +97,8 @@ TEST_F(Refusals, InputsThatCannotBeServed) {
     Refuse(useMs({{ms, {}}, {away, {}}}), {"away.tif", "do not overlap"});
     Refuse(useMs({{ms, {}}, {fine, {}}}), {"fine.tif", "smaller than the pan pixels"});
     Refuse(useMs({{ms, {}}, {wide, {}}}), {"wide.tif", "bits per sample (16)", "(8)"});
-    Refuse(useMs({{real, {}}}), {"real.tif", "Float32", "gdal_translate -ot"});
+    Refuse(useMs({{real, {}}}),
+           {"real.tif", "Float32", "from 50 to 50", "--scale 0,62.5", "gdal_translate -ot"});
     Refuse(
         [&](SharpenRequest& r) {
             r.pan.file = turned, r.part = {500000.0, 4000000.0, 500100.0, 3999900.0};
@@ -188,7 +189,7 @@ TEST_F(Refusals, InputsWithNothingToFuse) {
     const auto useMs = [](const std::string& file) {
         return [file](SharpenRequest& r) { r.multispectral = {{file, {}}}; };
     };
-    Refuse(useMs(ms), {"no pixel of band 1 of", "none.tif"});
+    Refuse(useMs(ms), {"no pixel of", "none.tif' has data;"});
     Refuse(useMs(band), {"no pixel of band 2 of", "band.tif"});
     Refuse(useMs(apart), {"apart.tif", "in all its bands"});
     Refuse(useMs(many), {"4097", "4096", "band=1"});
