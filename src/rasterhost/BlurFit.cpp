@@ -20,10 +20,10 @@ constexpr std::size_t firstTried = 1;        ///< by which pixels that do not ob
 constexpr double panBlur = 0.14;             ///< variance that pan's own blur adds, in pan pixels
 constexpr double robustDeviations = 4.0;     ///< beyond them a pixel does not obey
 constexpr double deviationOfMedian = 1.4826; ///< of the normal distribution, over the median distance
-constexpr std::uint32_t blocks = 8, side = 32;
+constexpr std::uint32_t blocks = 8, pixelsAcross = 32;
 constexpr std::size_t mostValues = std::size_t{1} << 22; ///< kept; of many bands every n-th pixel is
 constexpr std::size_t leastSamplesPerNumber = 10;        ///< that is fitted
-constexpr double negligible = 1e-10;
+constexpr double negligiblePivot = 1e-10;
 
 double VarianceOf(double transfer) { return std::pow(hostkit::GaussianSigma(transfer), 2.0); }
 double TransferOf(double variance) { return std::exp(-0.5 * std::numbers::pi * std::numbers::pi * variance); }
@@ -72,8 +72,8 @@ void BlurSamples::Add(const FitBlock& block, std::size_t step) {
 }
 
 bool BlurSamples::Read(FitBlockSource& source, Status& status) {
-    const std::vector<hostkit::PixelRect> rects = source.Choose(blocks, side);
-    const std::size_t step = rects.size() * side * side * Width() / mostValues + 1;
+    const std::vector<hostkit::PixelRect> rects = source.Choose(blocks, pixelsAcross);
+    const std::size_t step = rects.size() * pixelsAcross * pixelsAcross * Width() / mostValues + 1;
     FitBlock block;
     for (const hostkit::PixelRect& rect : rects) {
         if (!source.Read(rect, block, status)) return false;
@@ -90,7 +90,7 @@ std::vector<double> SolveByCholesky(std::vector<double> matrix, std::vector<doub
         double pivot = own;
         for (std::size_t k = 0; k < j; ++k)
             pivot -= matrix[j * n + k] * matrix[j * n + k];
-        const double root = pivot > negligible * own ? std::sqrt(pivot) : 0.0;
+        const double root = pivot > negligiblePivot * own ? std::sqrt(pivot) : 0.0;
         matrix[j * n + j] = root;
         for (std::size_t i = j + 1; i < n; ++i) {
             double sum = matrix[i * n + j];

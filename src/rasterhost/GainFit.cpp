@@ -15,10 +15,10 @@ namespace {
 using hostkit::PixelRect;
 using KOVA::Tessara::Fundament::Status;
 
-constexpr std::uint32_t windows = 4;  ///< across and down
-constexpr double windowSide = 16.0;   ///< in pixels one scale down
-constexpr double around = 4.0;        ///< what is read beside a window, likewise
-constexpr std::uint64_t fewest = 500; ///< samples that gains are fitted to
+constexpr std::uint32_t windowsAcross = 4; ///< across and down
+constexpr double windowSide = 16.0;        ///< in pixels one scale down
+constexpr double around = 4.0;             ///< what is read beside a window, likewise
+constexpr std::uint64_t fewest = 500;      ///< samples that gains are fitted to
 /// Where less than this of the weight is on usable pixels there is no mean.
 constexpr double leastPartUsable = 0.75;
 constexpr double noNumber = std::numeric_limits<double>::quiet_NaN();
@@ -138,7 +138,8 @@ public:
     [[nodiscard]] bool Read(Status& status) {
         const double side = std::sqrt(ratio[0] * ratio[1]) * windowSide;
         FitBlock block;
-        for (const PixelRect& window : source.Choose(windows, static_cast<std::uint32_t>(std::ceil(side)))) {
+        for (const PixelRect& window :
+             source.Choose(windowsAcross, static_cast<std::uint32_t>(std::ceil(side)))) {
             if (!source.Read(Grow(window), block, status)) return false;
             Add(block, window);
         }
