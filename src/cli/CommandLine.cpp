@@ -49,6 +49,13 @@ std::string SeeHelp(const CommandEntry& command) {
     return "; 'pansharp " + name + (name.empty() ? "" : " ") + "--help' lists what there is";
 }
 
+bool IsOptionOf(const CommandEntry& command, const std::string& text) {
+    return std::any_of(command.options.begin(), command.options.end(), [&text](const OptionEntry& option) {
+        const std::string names = "," + std::string(option.names) + ",";
+        return text.starts_with("-") && names.find("," + text + ",") != std::string::npos;
+    });
+}
+
 bool IsOption(const std::string& argument) { return argument.size() > 1 && argument.starts_with("-"); }
 
 [[noreturn]] void RefuseExtra(const CommandEntry& command, const std::string& extra) {
@@ -104,6 +111,8 @@ CommandLine CommandLine::Parse(int argc, const char* const* argv) {
         arguments.front() = "--version";
     }
     std::reverse(arguments.begin(), arguments.end());
+    std::replace(arguments.begin(), arguments.end(), std::string("-of"),
+                 std::string("--of")); // as GDAL has it
     std::string failure;
     try {
         app.parse(std::move(arguments));
@@ -122,6 +131,9 @@ CommandLine CommandLine::Parse(int argc, const char* const* argv) {
         if (!entry->IsFlag() && !entry->repeatable && option->count() > entry->CountValues())
             throw UsageError(std::string(entry->Key()) + " is given more than once; give it once");
         line.options[std::string(entry->Key())] = option->results();
+        if (entry->IsFlag()) continue;
+        for (const std::string& value : option->results())
+            if (IsOptionOf(*used->entry, value)) RefuseValue(*used, std::string(entry->Key()) + ":");
     }
     if (line.Has("--help") || line.Has("--version")) return line;
     if (!failure.empty()) RefuseValue(*used, failure);

@@ -1,5 +1,6 @@
 #include "cli/CompareCommand.h"
 
+#include "cli/Platform.h"
 #include "cli/QualityArguments.h"
 #include "cli/QualityJson.h"
 #include "cli/QualityText.h"
@@ -10,10 +11,14 @@
 namespace cli {
 
 ExitCode RunCompare(const CommandLine& line) {
-    const rasterhost::CompareRequest request = MakeCompareRequest(line);
+    rasterhost::CompareRequest request = MakeCompareRequest(line);
+    request.inputs.progress = [](double) { return !platform::WasInterrupted(); };
+    platform::CatchInterrupts();
     rasterhost::CompareReport report;
     KOVA::Tessara::Fundament::Status status;
-    const ExitCode code = rasterhost::Compare(request, report, status) ? Done : WorkFailed;
+    const bool isDone = rasterhost::Compare(request, report, status);
+    const ExitCode code = isDone ? Done : report.cancelled ? Interrupted : WorkFailed;
+    if (code == Interrupted) std::cerr << "pansharp: interrupted; nothing was written\n";
     if (code == WorkFailed) std::cerr << FormatErrors(status);
     if (line.Has("--json")) {
         std::cout << CompareJson(request, report, code, status);

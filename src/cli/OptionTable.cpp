@@ -77,11 +77,12 @@ constexpr OptionEntry sameCornerOption = {
 
 constexpr OptionEntry sharpenOptions[] = {
     {"-o,--output", "OUT", "", inputHeading, "the file to write; it appears only when it is complete"},
-    {"-f,--of", "FORMAT", "GTiff", inputHeading, "format of the output: GDAL's short name of a driver", false,
+    {"-f,--of", "FORMAT", "what the ending of OUT stands for", inputHeading,
+     "format of the output: GDAL's short name of a driver; GTiff for a name without an ending", false,
      "GTiff COG PNG JPEG JP2OpenJPEG HFA ENVI"},
     {"--co", "NAME=VALUE", "", inputHeading, "creation option of the format, such as COMPRESS=DEFLATE", true,
      "COMPRESS=DEFLATE COMPRESS=LZW COMPRESS=ZSTD PREDICTOR=2 BIGTIFF=YES NUM_THREADS=ALL_CPUS"},
-    {"--overwrite", "", "", inputHeading, "replace the output if it exists"},
+    {"--overwrite", "", "", inputHeading, "replace the output and what is written beside it if they exist"},
     {"--preview", "FILE.png", "", inputHeading,
      "make a picture of up to 512 x 512 pixels of the scene, too: pan, the multispectral bands merely "
      "upsampled, and "
@@ -164,6 +165,7 @@ constexpr OptionEntry assessOptions[] = {
 constexpr OptionEntry compareOptions[] = {
     {"--keep", "FOLDER", "", inputHeading,
      "leave the degraded pair and the truth there, as pan.tif, ms.tif and truth.tif"},
+    {"--overwrite", "", "", inputHeading, "replace such files if they exist"},
     {"-r,--resampling", "bilinear|cubic", "both", fusionHeading,
      "sample the multispectral bands in this way only"},
     bitDepthOption,

@@ -16,7 +16,8 @@ void SetEnvironment(const char* name, const char* value);
 /// The most memory that this process has had in use so far, in bytes.
 [[nodiscard]] std::uint64_t PeakMemory();
 
-/// From here on the first request to stop (SIGINT, SIGTERM) is only noted; a second one stops the process.
+/// From here on the first request to stop (SIGINT, SIGTERM, SIGHUP) is only noted; a second one stops the
+/// process.
 void CatchInterrupts();
 [[nodiscard]] bool WasInterrupted();
 

@@ -11,14 +11,16 @@ namespace cli::platform {
 
 namespace {
 
+constexpr int requestsToStop[] = {SIGINT, SIGTERM, SIGHUP}; // SIGHUP: the terminal is gone
+
 // Set on whatever thread takes the signal.
 std::atomic<bool> interrupted = false;
 static_assert(std::atomic<bool>::is_always_lock_free);
 
 void NoteInterrupt(int) {
     interrupted = true;
-    std::signal(SIGINT, SIG_DFL);
-    std::signal(SIGTERM, SIG_DFL);
+    for (const int signal : requestsToStop)
+        std::signal(signal, SIG_DFL);
 }
 
 } // namespace
@@ -42,7 +44,7 @@ void CatchInterrupts() {
     // A file that may not grow and a reader that has gone are errors of writing, which are told.
     for (const int signal : {SIGXFSZ, SIGPIPE})
         std::signal(signal, SIG_IGN);
-    for (const int signal : {SIGINT, SIGTERM}) {
+    for (const int signal : requestsToStop) {
         struct sigaction action {};
         sigaction(signal, nullptr, &action);
         if (action.sa_handler == SIG_IGN) continue; // as under nohup

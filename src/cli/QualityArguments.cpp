@@ -84,6 +84,7 @@ std::string HintAtFiles(const CommandLine& line) {
 
 CompareRequest MakeCompareRequest(const CommandLine& line) {
     CompareRequest request{MakePairRequest(line), ReadBlur(line), line.Get("--keep")};
+    request.inputs.overwrite = line.Has("--overwrite");
     if (!request.keep.empty() && !std::filesystem::is_directory(request.keep))
         throw UsageError("--keep: there is no folder '" + request.keep + "'; make it first");
     return request;

@@ -110,7 +110,7 @@ std::string SharpenJson(const SharpenRequest& request, const SharpenReport& repo
     Json object = JsonHead("sharpen", code);
     object["inputs"] = Inputs(request);
     object["output"] = request.output;
-    object["format"] = request.format;
+    object["format"] = report.format;
     object["creation_options"] = request.creationOptions;
     object["requested_bands"] = request.bands;
     object["method"] = request.method;

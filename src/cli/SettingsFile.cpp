@@ -3,6 +3,7 @@
 #include "cli/ExitCode.h"
 #include "fundament/Files.h"
 #include "fundament/PropertyLookUp.h"
+#include "rasterhost/WorkFolder.h"
 
 #include <fstream>
 
@@ -43,13 +44,21 @@ PropertyPairs ReadSettings(const std::string& file) {
     return pairs;
 }
 
-bool WriteStatusReport(const std::string& file, Status& status) {
-    std::ofstream stream(file, std::ios::binary);
-    stream << status.ToXml(true) << "\n";
-    stream.close();
-    return stream.good() ||
+bool WriteStatusReport(const std::string& file, bool overwrite, Status& status) {
+    const std::string report = status.ToXml(true) + "\n";
+    const auto folder = rasterhost::WorkFolder::Make(file, status);
+    bool isWritten = false;
+    if (folder) {
+        std::ofstream stream(folder->GetFile(), std::ios::binary);
+        stream << report;
+        stream.close();
+        isWritten = stream.good() && folder->Deliver(overwrite, status);
+    }
+    return isWritten ||
            !status.Add(reportNotWritten,
-                       "the status report '" + file + "' cannot be written; is its folder there?", "Command");
+                       "the status report '" + file +
+                           "' cannot be written; is its folder there, is there room, and is the name free?",
+                       "Command");
 }
 
 } // namespace cli

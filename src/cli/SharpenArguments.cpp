@@ -6,12 +6,11 @@
 #include "cli/SettingsFile.h"
 #include "cli/Suggestion.h"
 #include "fundament/Text.h"
+#include "rasterhost/RunFiles.h"
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
 #include <span>
-#include <system_error>
 #include <utility>
 
 namespace cli {
@@ -43,12 +42,23 @@ void ReadInputs(const CommandLine& line, SharpenRequest& request) {
     if (line.Has("--infrared")) request.infrared = ParseInputBand(line.Get("--infrared"));
 }
 
+/// The name of a file to write.
+std::string FileName(const CommandLine& line, const std::string& option) {
+    std::string name = line.Get(option);
+    if (name == "-")
+        throw UsageError(option + ": standard output takes no file; name one (./- is a file of that name)");
+    return name;
+}
+
 void ReadOutput(const CommandLine& line, SharpenRequest& request) {
-    request.output = line.Get("--output");
+    request.output = FileName(line, "--output");
     if (request.output.empty())
         throw UsageError("no output is named; add -o and the name of the file to write");
-    request.format = line.Get("--of");
-    if (request.format.empty()) throw UsageError("--of: the format is empty; give one such as GTiff");
+    if (StartsWith(request.output, "/vsimem/", false))
+        throw UsageError("-o: '" + request.output + "' would be gone with this run; name a file");
+    if (line.Has("--of")) request.format = line.Get("--of");
+    if (line.Has("--of") && request.format.empty())
+        throw UsageError("--of: the format is empty; give one such as GTiff");
     for (const std::string& option : line.GetAll("--co")) {
         (void)ParseNameValue("--co", option);
         request.creationOptions.push_back(option);
@@ -204,18 +214,13 @@ bool HasProperty(const PansharpProperty* properties, std::uint32_t count, const 
     return false;
 }
 
-/// A report or picture must not take the place of what the run reads or makes.
-void CheckName(const std::string& option, const std::string& report, const SharpenRequest& request) {
-    std::vector<std::string> files = {request.pan.file, request.output};
-    for (const auto& input : request.multispectral)
-        files.push_back(input.file);
-    if (request.infrared) files.push_back(request.infrared->file);
-    for (const std::string& file : files) {
-        std::error_code failure;
-        if (report == file || std::filesystem::equivalent(report, file, failure))
-            throw UsageError(option + ": '" + report +
-                             "' is an input or the output of this run; choose another name");
-    }
+/// A report or picture must not take the place of what the run reads or makes, nor be one of it.
+void AddReport(const std::string& option, const std::string& report, SharpenRequest& request) {
+    rasterhost::RunFiles files = rasterhost::FilesOf(request);
+    files.Add(request.output, "the output");
+    if (const std::string use = files.FindUse(report); !use.empty())
+        throw UsageError(option + ": '" + report + "' is " + use + " of this run; choose another name");
+    request.otherFiles.emplace_back(report, "the file of " + option);
 }
 
 } // namespace
@@ -229,8 +234,11 @@ SharpenRequest MakeSharpenRequest(const CommandLine& line) {
     ReadGrids(line, request);
     ReadScale(line, request);
     ReadNoData(line, request);
-    if (line.Has("--status-xml")) CheckName("--status-xml", line.Get("--status-xml"), request);
     if (line.Has("--plugin")) request.plugin = line.Get("--plugin");
+    for (const char* option : {"--settings", "--weights-from"})
+        if (line.Has(option))
+            request.otherFiles.emplace_back(line.Get(option), std::string("the file of ") + option);
+    if (line.Has("--status-xml")) AddReport("--status-xml", FileName(line, "--status-xml"), request);
     if (line.Has("--threads"))
         request.threads = static_cast<int>(ParseWhole("--threads", line.Get("--threads"), 1, mostThreads));
     if (line.Has("--window")) request.windowRows = ParseWhole("--window", line.Get("--window"), 1, mostRows);
@@ -238,7 +246,7 @@ SharpenRequest MakeSharpenRequest(const CommandLine& line) {
 }
 
 std::optional<rasterhost::PreviewRequest> MakePreviewRequest(const CommandLine& line,
-                                                             const SharpenRequest& request) {
+                                                             SharpenRequest& request) {
     if (!line.Has("--preview")) {
         if (line.Has("--preview-at"))
             throw UsageError("--preview-at is given without a picture; name it with --preview FILE.png");
@@ -248,7 +256,7 @@ std::optional<rasterhost::PreviewRequest> MakePreviewRequest(const CommandLine& 
     if (!KOVA::Tessara::Fundament::ToLower(preview.file).ends_with(".png"))
         throw UsageError("--preview: '" + preview.file +
                          "' is not the name of a PNG file; let it end in .png");
-    CheckName("--preview", preview.file, request);
+    AddReport("--preview", preview.file, request);
     if (!line.Has("--preview-at")) return preview;
     preview.at = ParsePair("--preview-at", line.Get("--preview-at"));
     return preview;

@@ -14,9 +14,11 @@ namespace cli {
 /// What "pansharp sharpen" was asked, the method still as typed. Throws UsageError.
 [[nodiscard]] rasterhost::SharpenRequest MakeSharpenRequest(const CommandLine& line);
 
-/// The picture that "pansharp sharpen" was asked for; none without "--preview". Throws UsageError.
+/// The picture that "pansharp sharpen" was asked for, noted among the other files of the request; none
+/// without
+/// "--preview". Throws UsageError.
 [[nodiscard]] std::optional<rasterhost::PreviewRequest>
-MakePreviewRequest(const CommandLine& line, const rasterhost::SharpenRequest& request);
+MakePreviewRequest(const CommandLine& line, rasterhost::SharpenRequest& request);
 
 /// What "pansharp info" was asked: what it has in common with "sharpen", no output. Throws UsageError.
 [[nodiscard]] rasterhost::SharpenRequest MakeInfoRequest(const CommandLine& line);

@@ -11,6 +11,7 @@
 #include "cli/StatusText.h"
 #include "fundament/Console.h"
 #include "fundament/Files.h"
+#include "rasterhost/OutputCheck.h"
 
 #include <iostream>
 
@@ -54,13 +55,24 @@ bool MayWrite(const CommandLine& line, SharpenRequest& request) {
     return request.overwrite;
 }
 
+/// Tells before a run whether what stands beside the output can be written.
+bool CheckReports(const CommandLine& line, const SharpenRequest& request,
+                  const std::optional<rasterhost::PreviewRequest>& preview, Status& status) {
+    rasterhost::RunFiles others; // the arguments were checked for what the run uses
+    return (!line.Has("--status-xml") ||
+            rasterhost::CheckNewFile(line.Get("--status-xml"),
+                                     "the status report '" + line.Get("--status-xml") + "'",
+                                     request.overwrite, others, status)) &&
+           (!preview || rasterhost::CheckPreview(request, *preview, status));
+}
+
 void PrintOutcome(const CommandLine& line, const SharpenRequest& request, const SharpenReport& report,
                   ExitCode code, Status& status) {
     if (code == Interrupted)
         std::cerr << "pansharp: interrupted; '" << request.output << "' was not written\n";
     if (code == WorkFailed) std::cerr << FormatErrors(status);
     if (code == WorkFailed && line.Has("--status-xml") &&
-        !WriteStatusReport(line.Get("--status-xml"), status))
+        !WriteStatusReport(line.Get("--status-xml"), request.overwrite, status))
         std::cerr << FormatError(status.GetItem(status.GetCount() - 1).message);
     if (line.Has("--json"))
         std::cout << SharpenJson(request, report, code, status, platform::PeakMemory());
@@ -90,8 +102,7 @@ ExitCode RunSharpen(const CommandLine& line) {
             for (const std::string& warning : warnings)
                 std::cerr << FormatWarning(warning);
         if (isTrial) return ReportFindings(line, request, status);
-        if (!preview || rasterhost::CheckPreview(request, *preview, status))
-            code = Fuse(line, request, report, status);
+        if (CheckReports(line, request, preview, status)) code = Fuse(line, request, report, status);
         if (code == Done && preview && !rasterhost::WritePreview(request, *preview, status))
             code = WorkFailed;
         report.warnings.insert(report.warnings.begin(), warnings.begin(), warnings.end());

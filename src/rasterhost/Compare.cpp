@@ -7,6 +7,7 @@
 #include "rasterhost/Collars.h"
 #include "rasterhost/CompareRows.h"
 #include "rasterhost/Operation.h"
+#include "rasterhost/OutputCheck.h"
 #include "rasterhost/ProcessSettings.h"
 #include "rasterhost/ReducedScene.h"
 #include "rasterhost/RunPlan.h"
@@ -32,12 +33,35 @@ public:
         const std::string path = hostkit::FindPlugin(request.inputs.plugin, status);
         if (path.empty()) return false;
         const auto plugin = hostkit::PluginLibrary::Load(path, status);
-        return plugin && Reduce() && OpenReduced() && AddPlain("bilinear", hostkit::Resampling::Bilinear) &&
+        return plugin && PrepareToKeep() && Reduce() && OpenReduced() &&
+               AddPlain("bilinear", hostkit::Resampling::Bilinear) &&
                AddPlain("cubic", hostkit::Resampling::Cubic) && AddMethods(plugin->GetDescription()) &&
-               FindBest();
+               FindBest() && (!kept || reduced->Keep(*kept, request.inputs.overwrite, status));
     }
 
 private:
+    /// Looks before the work whether its files can be kept.
+    bool PrepareToKeep() {
+        if (request.keep.empty()) return true;
+        RunFiles files = FilesOf(request.inputs);
+        for (const std::string name : ReducedScene::names) {
+            std::vector<std::string> all = NamesOfDescriptions(request.keep + "/" + name);
+            all.push_back(request.keep + "/" + name);
+            for (const std::string& file : all)
+                if (!CheckNewFile(file, "the file to keep '" + file + "'", request.inputs.overwrite, files,
+                                  status))
+                    return false;
+        }
+        kept = WorkFolder::Make(request.keep + "/" + ReducedScene::names[2], status);
+        return kept != nullptr;
+    }
+
+    [[nodiscard]] bool GoesOn() const { return !request.inputs.progress || request.inputs.progress(0.0); }
+    bool Cancel() {
+        report.cancelled = true;
+        return Fail(status, HostStatus::Cancelled, "cancelled; nothing was compared");
+    }
+
     bool Reduce() {
         const Warn warn = [this](const std::string& text) { report.warnings.push_back(text); };
         SharpenRequest inputs = request.inputs;
@@ -47,9 +71,10 @@ private:
             !CheckBlur(request.blur, scene->multispectral->GetBands().size(), status) ||
             FindCollars(*scene, warn, {}, status) != CollarSearch::Done)
             return false;
+        if (!GoesOn()) return Cancel();
         if (scene->pan->GetInfo().bitsPerBand > 8) bitDepth = static_cast<int>(scene->bitDepth);
         const CacheLimit cache(StripCache({scene->pan.get(), scene->multispectral.get()}));
-        reduced = ReducedScene::Make(*scene, request.blur, request.keep, status);
+        reduced = ReducedScene::Make(*scene, request.blur, status);
         if (!reduced) return false;
         report.ratioX = reduced->ratioX;
         report.ratioY = reduced->ratioY;
@@ -75,6 +100,7 @@ private:
     }
 
     bool Add(CompareEntry entry, RowSource& rows) {
+        if (!GoesOn()) return Cancel();
         // A method may write fewer bands, the first ones.
         const std::size_t bands = rows.GetBands();
         if (!truths[bands]) truths[bands] = OpenTruth(bands);
@@ -131,12 +157,16 @@ private:
         run.resampling = resampling;
         run.plugin = request.inputs.plugin;
         run.threads = request.inputs.threads;
+        if (request.inputs.progress) run.progress = [this](double) { return GoesOn(); };
         return run;
     }
 
     bool AddMethod(const SharpenRequest& run, const char* weights) {
         SharpenReport fusion;
-        if (!Sharpen(run, fusion, status)) return false;
+        if (!Sharpen(run, fusion, status)) {
+            report.cancelled = fusion.cancelled;
+            return false;
+        }
         bool isAdded = false;
         {
             const auto fused = InputImage::Open({{run.output, {}}}, "fused", {}, status);
@@ -170,6 +200,7 @@ private:
     const CompareRequest& request;
     CompareReport& report;
     Status& status;
+    std::unique_ptr<WorkFolder> kept; ///< null when nothing is
     std::unique_ptr<ReducedScene> reduced;
     std::unique_ptr<InputImage> pan, multispectral;            ///< of the reduced scene
     std::map<std::size_t, std::unique_ptr<InputImage>> truths; ///< by how many of its bands

@@ -7,11 +7,12 @@
 namespace rasterhost {
 
 struct CompareRequest {
-    /// Inputs, how they lie, no data, depth, resampling, plug-in and threads; the rest is not looked at. An
-    /// empty resampling is for both.
+    /// Inputs, how they lie, no data, depth, resampling, plug-in, threads, whether to overwrite and what
+    /// tells to cancel; the rest is not looked at. An empty resampling is for both.
     SharpenRequest inputs;
     SensorBlur blur;
-    /// Where to leave the degraded pair and the truth as pan.tif, ms.tif and truth.tif; empty for nowhere.
+    /// Folder to leave the degraded pair and the truth in as pan.tif, ms.tif and truth.tif, in the place of
+    /// such files only with `inputs.overwrite`; empty for nowhere.
     std::string keep;
 };
 
@@ -34,6 +35,7 @@ struct CompareReport {
     std::uint32_t bands = 0;             ///< of the multispectral image
     std::vector<std::string> warnings;
     double seconds = 0.0;
+    bool cancelled = false;
 };
 
 /// False with the reasons in `status`.

@@ -11,6 +11,9 @@ namespace rasterhost {
 [[nodiscard]] int OwnProcess();
 /// False when no process of this machine has that number.
 [[nodiscard]] bool IsRunning(int process);
+/// How many threads can be started beside those that run, `wanted` at most. They are started to find out, and
+/// are gone when it returns.
+[[nodiscard]] int CountThreadsToBeHad(int wanted);
 /// Bytes of memory that this machine has; 0 when that cannot be found out.
 [[nodiscard]] std::uint64_t MachineMemory();
 

@@ -34,9 +34,24 @@ std::unique_ptr<InputImage> InputImage::Open(const std::vector<InputBand>& input
     return image->Describe(role, status) ? std::move(image) : nullptr;
 }
 
+namespace {
+
+/// Opening a pipe would wait for its writer, for ever.
+bool CheckKind(const std::string& file, const char* role, Status& status) {
+    const FileState state = LookAt(file);
+    return !state.exists || state.isFile || state.isFolder ||
+           Fail(status, HostStatus::InputNotOpened,
+                FormatString("the %s '%s' is a pipe or a device; write what it gives into a file, and name "
+                             "that",
+                             role, file.c_str()));
+}
+
+} // namespace
+
 GDALDataset* InputImage::OpenFile(const InputBand& input, const char* role, Status& status) {
     for (const OpenFileEntry& entry : files)
         if (entry.name == input.file) return entry.dataset.get();
+    if (!CheckKind(input.file, role, status)) return nullptr;
     const GdalErrors errors;
     auto* dataset = GDALDataset::FromHandle(
         GDALOpenEx(input.file.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR, nullptr,

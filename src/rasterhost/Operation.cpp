@@ -14,6 +14,12 @@ namespace rasterhost {
 
 namespace {
 
+/// What GDAL says of a GDAL_CACHEMAX that it ignores would else be taken for the failure of the first read.
+void LookAtCacheSize() {
+    const GdalErrors silence;
+    GDALGetCacheMax64();
+}
+
 bool FailForMemory(Status& status) {
     return Fail(status, HostStatus::Unexpected,
                 "the memory does not suffice: ask for fewer --threads or a smaller --window, cut the inputs "
@@ -29,6 +35,7 @@ bool RunOperation(const std::function<bool()>& operation, double& seconds, Statu
     try {
         GDALAllRegister();
         const GdalErrors silence; // this thread's; every failure becomes an item
+        LookAtCacheSize();
         isDone = operation();
     } catch (const std::bad_alloc&) {
         isDone = FailForMemory(status);

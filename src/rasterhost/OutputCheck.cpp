@@ -4,8 +4,8 @@
 #include "rasterhost/CreationOptions.h"
 #include "rasterhost/FileState.h"
 #include "rasterhost/GdalErrors.h"
+#include "rasterhost/OutputTrial.h"
 
-#include <cpl_vsi.h>
 #include <gdal_priv.h>
 
 #include <filesystem>
@@ -18,11 +18,6 @@ using KOVA::Tessara::Fundament::StartsWith;
 using KOVA::Tessara::Fundament::StringsEqual;
 
 namespace {
-
-bool IsSameFile(const std::string& a, const std::string& b) {
-    std::error_code failure;
-    return a == b || std::filesystem::equivalent(a, b, failure);
-}
 
 bool Refuse(Status& status, const std::string& message) {
     return Fail(status, HostStatus::OutputRefused, message);
@@ -38,34 +33,7 @@ bool CheckCreationOptions(GDALDriver& driver, const SharpenRequest& request, Sta
                                errors.Warning().c_str(), request.format.c_str()));
 }
 
-/// Formats that copy know only when they have the whole image whether they can hold it, so they are asked
-/// with a small one.
-bool CanCopy(GDALDriver& driver, const SharpenRequest& request, const Scene& scene, const OutputRules& rules,
-             Status& status) {
-    if (!driver.GetMetadataItem(GDAL_DCAP_VIRTUALIO)) return true;
-    constexpr int size = 64;
-    const GDALDataType type = scene.pan->GetInfo().bitsPerBand == 8 ? GDT_Byte : GDT_UInt16;
-    const GdalErrors errors;
-    GDALDatasetUniquePtr image(GetGDALDriverManager()->GetDriverByName("MEM")->Create(
-        "", size, size, static_cast<int>(rules.GetFileBands()), type, nullptr));
-    const CPLStringList options = ToOptionList(request.creationOptions);
-    const std::string name = FormatString("/vsimem/pansharp-%p%s", static_cast<const void*>(&scene),
-                                          std::filesystem::path(request.output).extension().c_str());
-    GDALDatasetUniquePtr copy(
-        driver.CreateCopy(name.c_str(), image.get(), FALSE, options.List(), nullptr, nullptr));
-    const bool isMade = copy != nullptr;
-    copy.reset();
-    const std::string reason = errors.Reason();
-    driver.QuietDelete(name.c_str());
-    return (isMade && reason.empty()) ||
-           Refuse(status, FormatString("the format '%s' cannot hold an image of %u bands of %u bits with the "
-                                       "creation options given%s",
-                                       request.format.c_str(), rules.GetFileBands(),
-                                       scene.pan->GetInfo().bitsPerBand, reason.c_str()));
-}
-
-bool CheckFormat(const SharpenRequest& request, const Scene& scene, const OutputRules& rules,
-                 Status& status) {
+bool CheckFormat(const SharpenRequest& request, Status& status) {
     GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(request.format.c_str());
     if (!driver || !driver->GetMetadataItem(GDAL_DCAP_RASTER))
         return Refuse(status, FormatString("there is no raster format '%s'; gdalinfo --formats lists them",
@@ -76,8 +44,7 @@ bool CheckFormat(const SharpenRequest& request, const Scene& scene, const Output
                       FormatString("GDAL reads the format '%s' and does not write it; gdalinfo --formats "
                                    "lists those with a w",
                                    request.format.c_str()));
-    return CheckCreationOptions(*driver, request, status) &&
-           (isCreated || CanCopy(*driver, request, scene, rules, status));
+    return CheckCreationOptions(*driver, request, status);
 }
 
 /// Bytes that are going to be written as they are, beside the final name; 0 when compression decides.
@@ -90,8 +57,8 @@ std::uint64_t FindBytes(const SharpenRequest& request, const Scene& scene, const
 
 bool CheckFolder(const SharpenRequest& request, const Scene& scene, const OutputRules& rules,
                  Status& status) {
-    if (StartsWith(request.output, "/vsi", false)) return true;
-    std::string folder = std::filesystem::path(request.output).parent_path().string();
+    if (StartsWith(request.output, "/vsimem/", false)) return true;
+    std::string folder = std::filesystem::path(FollowLinks(request.output)).parent_path().string();
     if (folder.empty()) folder = ".";
     if (!LookAt(folder).isFolder)
         return Refuse(status, FormatString("the folder '%s' of the output does not exist; make it first",
@@ -108,29 +75,32 @@ bool CheckFolder(const SharpenRequest& request, const Scene& scene, const Output
                                static_cast<double>(space.available) / megabyte));
 }
 
-bool CheckName(const SharpenRequest& request, const Scene& scene, Status& status) {
+bool CheckName(const SharpenRequest& request, Status& status) {
     const std::string& name = request.output;
     if (name.empty()) return Refuse(status, "no output file was named");
-    std::vector<InputImage*> images = scene.GetCoarseImages();
-    images.push_back(scene.pan.get());
-    for (const InputImage* image : images)
-        for (const std::string& input : image->GetFiles())
-            if (IsSameFile(name, input))
-                return Refuse(
-                    status,
-                    FormatString("the output '%s' is one of the inputs; choose another name", name.c_str()));
-    const FileState state = LookAt(name);
-    if (state.isFolder)
-        return Refuse(status, FormatString("the output '%s' is a folder; name a file in it", name.c_str()));
-    if (state.exists && !state.isFile)
+    if (StartsWith(name, "/vsi", false) && !StartsWith(name, "/vsimem/", false))
         return Refuse(status,
-                      FormatString("the output '%s' is a device, and not a file that could be replaced; "
-                                   "choose another name",
+                      FormatString("the output '%s' is no name of the file system; write it there and "
+                                   "copy it",
                                    name.c_str()));
-    return !state.exists || request.overwrite ||
-           Refuse(status, FormatString("the output '%s' exists; choose another name, or allow it to be "
-                                       "overwritten (--overwrite)",
-                                       name.c_str()));
+    RunFiles files = FilesOf(request);
+    return CheckNewFile(name, "the output '" + name + "'", request.overwrite, files, status);
+}
+
+/// Looks at all that lies where the output's files are going to be.
+bool CheckNames(const SharpenRequest& request, const WorkFolder& folder, std::vector<std::string> names,
+                Status& status) {
+    RunFiles files = FilesOf(request);
+    const std::string mainName = std::filesystem::path(folder.GetPlace()).filename().string();
+    for (const std::string& name : NamesOfDescriptions(mainName))
+        names.push_back(name);
+    for (const std::string& name : names)
+        if (name != mainName &&
+            !CheckNewFile(folder.GetPlace(name),
+                          "the file '" + folder.GetPlace(name) + "' of the output '" + request.output + "'",
+                          request.overwrite, files, status))
+            return false;
+    return true;
 }
 
 } // namespace
@@ -159,10 +129,30 @@ bool IsMadeByCopy(const std::string& format) {
            driver->GetMetadataItem(GDAL_DCAP_CREATECOPY);
 }
 
-bool CheckOutput(const SharpenRequest& request, const Scene& scene, const OutputRules& rules,
-                 Status& status) {
-    return CheckName(request, scene, status) && CheckFolder(request, scene, rules, status) &&
-           CheckFormat(request, scene, rules, status);
+bool CheckNewFile(const std::string& name, const std::string& what, bool overwrite, RunFiles& files,
+                  Status& status) {
+    const auto refuse = [&](const std::string& why) { return Refuse(status, what + " " + why); };
+    if (const std::string use = files.FindUse(name); !use.empty())
+        return refuse("is " + use + "; choose another name");
+    const FileState state = LookAt(name);
+    if (state.isFolder) return refuse("is a folder; name a file in it");
+    if (state.exists && !state.isFile)
+        return refuse("is a device, and not a file that could be replaced; choose another name");
+    return !state.exists || overwrite ||
+           refuse("exists; choose another name, or allow it to be overwritten (--overwrite)");
+}
+
+std::unique_ptr<WorkFolder> PrepareOutput(const SharpenRequest& request, const Scene& scene,
+                                          const OutputRules& rules, Status& status) {
+    if (!CheckName(request, status) || !CheckFolder(request, scene, rules, status) ||
+        !CheckFormat(request, status))
+        return nullptr;
+    auto folder = WorkFolder::Make(request.output, status);
+    std::vector<std::string> names;
+    const bool isGood = folder && (StartsWith(request.output, "/vsimem/", false) ||
+                                   (TryOutput(request, scene, rules, *folder, names, status) &&
+                                    CheckNames(request, *folder, names, status)));
+    return isGood ? std::move(folder) : nullptr;
 }
 
 } // namespace rasterhost

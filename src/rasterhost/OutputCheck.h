@@ -1,8 +1,11 @@
 #pragma once
 
 #include "rasterhost/OutputRow.h"
+#include "rasterhost/RunFiles.h"
 #include "rasterhost/Scene.h"
+#include "rasterhost/WorkFolder.h"
 
+#include <memory>
 #include <string>
 
 namespace rasterhost {
@@ -14,9 +17,15 @@ namespace rasterhost {
 /// True for a format that GDAL makes only as a copy of a finished image, such as COG, PNG or JPEG 2000.
 [[nodiscard]] bool IsMadeByCopy(const std::string& format);
 
-/// False with an item when the output cannot go where the request says: it exists, is an input, its folder is
-/// missing or has no room for it, or the format cannot hold it.
-[[nodiscard]] bool CheckOutput(const SharpenRequest& request, const Scene& scene, const OutputRules& rules,
-                               Status& status);
+/// False with an item when a file cannot be made under that name: it is one of `files`, a folder or a device,
+/// or exists. `what` begins the message, such as "the output 'x.tif'".
+[[nodiscard]] bool CheckNewFile(const std::string& name, const std::string& what, bool overwrite,
+                                RunFiles& files, Status& status);
+
+/// The folder to make the output in. Null with an item when it cannot go where the request says: one of its
+/// files exists or is used by this run, its folder is missing or has no room for it, or the format cannot
+/// hold it.
+[[nodiscard]] std::unique_ptr<WorkFolder> PrepareOutput(const SharpenRequest& request, const Scene& scene,
+                                                        const OutputRules& rules, Status& status);
 
 } // namespace rasterhost

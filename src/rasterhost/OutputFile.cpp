@@ -1,7 +1,6 @@
 #include "rasterhost/OutputFile.h"
 
 #include "fundament/Text.h"
-#include "rasterhost/BandWeights.h"
 #include "rasterhost/CreationOptions.h"
 #include "rasterhost/GdalErrors.h"
 #include "rasterhost/OutputCheck.h"
@@ -18,11 +17,6 @@ namespace {
 
 GDALDriver* FindDriver(const std::string& format) {
     return GetGDALDriverManager()->GetDriverByName(format.c_str());
-}
-
-GDALColorInterp ColourOf(const Scene& scene, std::size_t band) {
-    const GDALColorInterp colour = scene.GetBand(band).band->GetColorInterpretation();
-    return colour == GCI_AlphaBand ? GCI_Undefined : colour; // a fused band is no transparency
 }
 
 /// The request's own options, and for GeoTIFF what they leave open.
@@ -58,28 +52,28 @@ CPLStringList CreationOptions(const SharpenRequest& request, const Scene& scene,
 
 } // namespace
 
-OutputFile::OutputFile(const SharpenRequest& request, const Scene& scene, const OutputRules& outputRules)
-    : finalName(request.output), format(request.format),
+OutputFile::OutputFile(const SharpenRequest& request, const Scene& scene, const OutputRules& outputRules,
+                       WorkFolder& workFolder)
+    : folder(workFolder), overwrite(request.overwrite), format(request.format),
       writtenFormat(IsMadeByCopy(request.format) ? "GTiff" : request.format),
-      copyOptions(request.creationOptions), workFile(finalName, format == writtenFormat ? "" : ".copy.tif"),
-      rules(outputRules), columns(scene.part.GetColumns()), sampleBytes(scene.pan->GetInfo().bitsPerBand / 8),
-      mask(columns) {}
+      copyOptions(request.creationOptions),
+      writtenFile(IsCopied() ? workFolder.GetSpare("copied.tif") : workFolder.GetFile()), rules(outputRules),
+      columns(scene.part.GetColumns()), sampleBytes(scene.pan->GetInfo().bitsPerBand / 8), mask(columns) {}
 
 std::unique_ptr<OutputFile> OutputFile::Create(const SharpenRequest& request, const Scene& scene,
-                                               const OutputRules& rules, int threads,
-                                               const Metadata& metadata, Status& status) {
-    std::unique_ptr<OutputFile> output(new OutputFile(request, scene, rules));
+                                               const OutputRules& rules, WorkFolder& folder, int threads,
+                                               const OutputMetadata& metadata, Status& status) {
+    std::unique_ptr<OutputFile> output(new OutputFile(request, scene, rules, folder));
     const GdalErrors errors;
     CPLStringList options = CreationOptions(request, scene, rules, output->writtenFormat, threads);
     // A file that is opened again has forgotten what its options say of quality and threads.
     const bool writesTiles = EQUAL(output->writtenFormat.c_str(), "GTiff") &&
-                             !StartsWith(output->workFile.GetName(), "/vsi", false) &&
-                             TileWriter::CanWrite(options);
+                             !StartsWith(output->writtenFile, "/vsi", false) && TileWriter::CanWrite(options);
     // Every tile is written; until then none is made, so that it is not written twice.
     if (writesTiles) options.SetNameValue("SPARSE_OK", "YES");
     output->dataset =
         FindDriver(output->writtenFormat)
-            ->Create(output->workFile.GetName().c_str(), static_cast<int>(output->columns),
+            ->Create(output->writtenFile.c_str(), static_cast<int>(output->columns),
                      static_cast<int>(scene.part.GetRows()), static_cast<int>(rules.GetFileBands()),
                      output->sampleBytes == 1 ? GDT_Byte : GDT_UInt16, const_cast<char**>(options.List()));
     if (!output->dataset) {
@@ -93,11 +87,11 @@ std::unique_ptr<OutputFile> OutputFile::Create(const SharpenRequest& request, co
     int width = 0, height = 0;
     output->dataset->GetRasterBand(1)->GetBlockSize(&width, &height);
     output->blockRows = static_cast<std::uint32_t>(height);
-    output->Describe(scene, metadata);
+    DescribeOutput(scene, rules, metadata, *output->dataset);
     if (!writesTiles || request.windowRows % output->blockRows != 0) return output;
     GDALClose(output->dataset);
     output->dataset = nullptr;
-    output->tiles = TileWriter::Open(output->workFile.GetName(), options);
+    output->tiles = TileWriter::Open(output->writtenFile, options);
     if (output->tiles) return output;
     Fail(status, HostStatus::OutputNotCreated,
          FormatString("the output '%s' cannot be opened again%s", request.output.c_str(),
@@ -110,68 +104,12 @@ OutputFile::~OutputFile() {
     CloseAll();
 }
 
-namespace {
-
-/// Position by control points or by rational polynomials: both count pixels from the image's corner.
-void CopyPosition(GDALDataset& pan, const hostkit::PixelRect& part, GDALDataset& target) {
-    if (pan.GetGCPCount() > 0) {
-        std::vector<GDAL_GCP> points(pan.GetGCPs(), pan.GetGCPs() + pan.GetGCPCount());
-        for (GDAL_GCP& point : points) {
-            point.dfGCPPixel -= part.col0;
-            point.dfGCPLine -= part.row0;
-        }
-        target.SetGCPs(static_cast<int>(points.size()), points.data(), pan.GetGCPSpatialRef());
-    }
-    CPLStringList polynomials(CSLDuplicate(pan.GetMetadata("RPC")));
-    if (polynomials.empty()) return;
-    const auto move = [&](const char* name, std::uint32_t pixels) {
-        if (const char* offset = polynomials.FetchNameValue(name); offset && pixels > 0)
-            polynomials.SetNameValue(name, NumberText(CPLAtof(offset) - pixels).c_str());
-    };
-    move("SAMP_OFF", part.col0);
-    move("LINE_OFF", part.row0);
-    target.SetMetadata(polynomials.List(), "RPC");
-}
-
-} // namespace
-
-void OutputFile::Describe(const Scene& scene, const Metadata& metadata) {
-    GDALDataset& pan = *scene.pan->GetBands().front().dataset;
-    if (auto transform = scene.pan->GetGeoTransform()) {
-        auto& t = *transform;
-        t[0] += scene.part.col0 * t[1] + scene.part.row0 * t[2];
-        t[3] += scene.part.col0 * t[4] + scene.part.row0 * t[5];
-        dataset->SetGeoTransform(transform->data());
-    }
-    const OGRSpatialReference& own = scene.pan->GetProjection();
-    const OGRSpatialReference& projection = own.IsEmpty() ? scene.multispectral->GetProjection() : own;
-    if (!projection.IsEmpty()) dataset->SetSpatialRef(&projection);
-    CopyPosition(pan, scene.part, *dataset);
-    if (const char* kind = pan.GetMetadataItem(GDALMD_AREA_OR_POINT))
-        dataset->SetMetadataItem(GDALMD_AREA_OR_POINT, kind);
-    for (const auto& [name, value] : metadata)
-        dataset->SetMetadataItem(name.c_str(), value.c_str());
-    for (std::uint32_t band = 0; band < rules.bands; ++band) {
-        GDALRasterBand& target = *dataset->GetRasterBand(static_cast<int>(band) + 1);
-        const std::string& description = scene.GetBand(band).description;
-        if (!description.empty()) target.SetDescription(description.c_str());
-        target.SetColorInterpretation(ColourOf(scene, band));
-        if (rules.noData) target.SetNoDataValue(*rules.noData);
-        if (const auto& scale = scene.sampleOptions.scale) {
-            target.SetScale(scale->Step());
-            target.SetOffset(scale->Offset());
-        }
-    }
-    if (rules.hasAlpha)
-        dataset->GetRasterBand(static_cast<int>(rules.bands) + 1)->SetColorInterpretation(GCI_AlphaBand);
-}
-
 bool OutputFile::Pack(std::uint32_t firstRow, std::uint32_t rows, const unsigned char* samples,
                       PackedTiles& packed, Status& status) const {
     return !tiles || tiles->Pack(rows, samples, packed) ||
            Fail(status, HostStatus::OutputNotWritten,
                 FormatString("rows %u to %u of the output '%s' cannot be compressed; does memory run out?",
-                             firstRow, firstRow + rows, finalName.c_str()));
+                             firstRow, firstRow + rows, folder.GetPlace().c_str()));
 }
 
 bool OutputFile::WritePixels(std::uint32_t firstRow, std::uint32_t rows, unsigned char* samples,
@@ -192,7 +130,7 @@ bool OutputFile::Write(std::uint32_t firstRow, std::uint32_t rows, unsigned char
     if (WritePixels(firstRow, rows, samples, packed) && !errors.HasFailed()) return true;
     return Fail(status, HostStatus::OutputNotWritten,
                 FormatString("rows %u to %u of the output '%s' cannot be written; is the disk full?%s",
-                             firstRow, firstRow + rows, finalName.c_str(), errors.Reason().c_str()));
+                             firstRow, firstRow + rows, folder.GetPlace().c_str(), errors.Reason().c_str()));
 }
 
 bool OutputFile::CloseAll() {
@@ -205,31 +143,31 @@ bool OutputFile::CloseAll() {
 
 bool OutputFile::FailToComplete(const std::string& reason, Status& status) const {
     return Fail(status, HostStatus::OutputNotWritten,
-                FormatString("the output '%s' cannot be completed; is the disk full?%s", finalName.c_str(),
-                             reason.c_str()));
+                FormatString("the output '%s' cannot be completed; is the disk full?%s",
+                             folder.GetPlace().c_str(), reason.c_str()));
 }
 
 bool OutputFile::AddMask(Status& status) {
     if (GetPixelsWithoutData() == 0 || rules.noData || rules.hasAlpha) return true;
     const GdalErrors errors;
     const CPLConfigOptionSetter inside("GDAL_TIFF_INTERNAL_MASK", "YES", false);
-    GDALDatasetUniquePtr made(GDALDataset::Open(workFile.GetName().c_str(), GDAL_OF_RASTER | GDAL_OF_UPDATE));
+    GDALDatasetUniquePtr made(GDALDataset::Open(writtenFile.c_str(), GDAL_OF_RASTER | GDAL_OF_UPDATE));
     const bool isMade = made && made->CreateMaskBand(GMF_PER_DATASET) == CE_None &&
                         mask.Write(*made->GetRasterBand(1)->GetMaskBand());
     made.reset();
     return (isMade && !errors.HasFailed()) || FailToComplete(errors.Reason(), status);
 }
 
-bool OutputFile::Copy(WorkFile& copy, const std::function<bool(double)>& progress, Status& status) {
+bool OutputFile::Copy(const std::function<bool(double)>& progress, Status& status) {
     CPLStringList options = ToOptionList(copyOptions);
     const auto report = [](double done, const char*, void* to) -> int {
         const auto& callback = *static_cast<const std::function<bool(double)>*>(to);
         return callback && !callback(done) ? FALSE : TRUE;
     };
     const GdalErrors errors;
-    GDALDatasetUniquePtr made(GDALDataset::Open(workFile.GetName().c_str(), GDAL_OF_RASTER));
+    GDALDatasetUniquePtr made(GDALDataset::Open(writtenFile.c_str(), GDAL_OF_RASTER));
     GDALDatasetUniquePtr copied(
-        made ? FindDriver(format)->CreateCopy(copy.GetName().c_str(), made.get(), FALSE, options.List(),
+        made ? FindDriver(format)->CreateCopy(folder.GetFile().c_str(), made.get(), FALSE, options.List(),
                                               report, const_cast<std::function<bool(double)>*>(&progress))
              : nullptr);
     const bool isCopied = copied != nullptr;
@@ -243,9 +181,7 @@ bool OutputFile::Finish(const std::function<bool(double)>& progress, Status& sta
         if (!CloseAll() || errors.HasFailed()) return FailToComplete(errors.Reason(), status);
     }
     if (!AddMask(status)) return false;
-    if (!IsCopied()) return workFile.Rename(finalName, format, status);
-    WorkFile copy(finalName, "");
-    return Copy(copy, progress, status) && copy.Rename(finalName, format, status);
+    return (!IsCopied() || Copy(progress, status)) && folder.Deliver(overwrite, status);
 }
 
 } // namespace rasterhost

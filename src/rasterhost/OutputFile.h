@@ -1,10 +1,11 @@
 #pragma once
 
+#include "rasterhost/OutputDescription.h"
 #include "rasterhost/OutputMask.h"
 #include "rasterhost/OutputRow.h"
 #include "rasterhost/ProcessSettings.h"
 #include "rasterhost/TileWriter.h"
-#include "rasterhost/WorkFile.h"
+#include "rasterhost/WorkFolder.h"
 
 #include <functional>
 #include <memory>
@@ -15,19 +16,16 @@ class GDALDataset;
 
 namespace rasterhost {
 
-/// The fused image in the making. It is written beside its final name and takes that when it is complete;
-/// until then it is removed with this object. A format that GDAL makes only by copying gets a GeoTIFF beside
-/// it to copy from.
+/// The fused image in the making, in a folder that delivers it when it is complete. A format that GDAL makes
+/// only by copying gets a GeoTIFF there to copy from.
 class OutputFile {
 public:
-    /// Metadata entries, in order.
-    using Metadata = std::vector<std::pair<std::string, std::string>>;
-
     /// Creates the file with the size and position of the scene's part, and the names and colours of the
-    /// bands. Null with an item.
+    /// bands. Null with an item. The folder outlives it.
     [[nodiscard]] static std::unique_ptr<OutputFile> Create(const SharpenRequest& request, const Scene& scene,
-                                                            const OutputRules& rules, int threads,
-                                                            const Metadata& metadata, Status& status);
+                                                            const OutputRules& rules, WorkFolder& folder,
+                                                            int threads, const OutputMetadata& metadata,
+                                                            Status& status);
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
     ~OutputFile();
@@ -57,19 +55,20 @@ public:
     [[nodiscard]] bool Finish(const std::function<bool(double)>& progress, Status& status);
 
 private:
-    OutputFile(const SharpenRequest& request, const Scene& scene, const OutputRules& outputRules);
+    OutputFile(const SharpenRequest& request, const Scene& scene, const OutputRules& outputRules,
+               WorkFolder& workFolder);
     bool WritePixels(std::uint32_t firstRow, std::uint32_t rows, unsigned char* samples, PackedTiles& packed);
     bool CloseAll();
-    void Describe(const Scene& scene, const Metadata& metadata);
     bool AddMask(Status& status);
-    bool Copy(WorkFile& copy, const std::function<bool(double)>& progress, Status& status);
+    bool Copy(const std::function<bool(double)>& progress, Status& status);
     bool FailToComplete(const std::string& reason, Status& status) const;
 
-    std::string finalName;
+    WorkFolder& folder;
+    bool overwrite;
     std::string format;
     std::string writtenFormat;
     std::vector<std::string> copyOptions;
-    WorkFile workFile;
+    std::string writtenFile;
     std::string warning;
     OutputRules rules;
     std::uint32_t columns;

@@ -5,6 +5,7 @@
 #include "rasterhost/Collars.h"
 #include "rasterhost/Operation.h"
 #include "rasterhost/OutputCheck.h"
+#include "rasterhost/OutputFormat.h"
 #include "rasterhost/ProcessSettings.h"
 #include "rasterhost/RunPlan.h"
 #include "rasterhost/SceneSample.h"
@@ -194,6 +195,11 @@ private:
         return true;
     }
 
+    bool CanBeWritten(const OutputRules& rules) {
+        if (request.format.empty()) request.format = FormatOfName(request.output, status);
+        return !request.format.empty() && PrepareOutput(request, *scene, rules, status);
+    }
+
     void DescribeRun() {
         const OutputRules rules = MakeOutputRules(request, *scene);
         const RunSizes sizes = FindSizes(request, request, *scene, rules.GetFileBands());
@@ -206,7 +212,7 @@ private:
         report.outputBytes = std::uint64_t{sizes.columns} * sizes.rows * sizes.fileBands *
                              (scene->pan->GetInfo().bitsPerBand / 8);
         report.memoryBytes = EstimateMemory(*scene, sizes, usualBlockRows);
-        fits = (request.output.empty() || CheckOutput(request, *scene, rules, status)) &&
+        fits = (request.output.empty() || CanBeWritten(rules)) &&
                CheckMemory(request, *scene, sizes, usualBlockRows, status);
     }
 

@@ -1,9 +1,9 @@
 #include "rasterhost/Preview.h"
 
 #include "fundament/Text.h"
-#include "rasterhost/FileState.h"
 #include "rasterhost/GdalErrors.h"
 #include "rasterhost/Operation.h"
+#include "rasterhost/OutputCheck.h"
 #include "rasterhost/RowSource.h"
 #include "rasterhost/Scene.h"
 
@@ -124,8 +124,10 @@ std::vector<unsigned char> Draw(const std::vector<Panel>& all, std::size_t colum
     return picture;
 }
 
-bool WritePng(const std::string& file, std::vector<unsigned char>& picture, int width, int height,
-              Status& status) {
+bool WritePng(const std::string& file, bool overwrite, std::vector<unsigned char>& picture, int width,
+              int height, Status& status) {
+    const auto folder = WorkFolder::Make(file, status);
+    if (!folder) return false;
     const GdalErrors errors;
     GDALDriverManager& drivers = *GetGDALDriverManager();
     GDALDriver* memory = drivers.GetDriverByName("MEM");
@@ -135,10 +137,13 @@ bool WritePng(const std::string& file, std::vector<unsigned char>& picture, int 
     const bool isDrawn =
         made && made->RasterIO(GF_Write, 0, 0, width, height, picture.data(), width, height, GDT_Byte, 3,
                                nullptr, 3, GSpacing{3} * width, 1, nullptr) == CE_None;
-    const GDALDatasetUniquePtr written(
-        isDrawn ? png->CreateCopy(file.c_str(), made.get(), FALSE, nullptr, nullptr, nullptr) : nullptr);
-    return (written && !errors.HasFailed()) ||
-           Fail(status, HostStatus::OutputNotWritten,
+    GDALDatasetUniquePtr written(
+        isDrawn ? png->CreateCopy(folder->GetFile().c_str(), made.get(), FALSE, nullptr, nullptr, nullptr)
+                : nullptr);
+    const bool isWritten = written != nullptr;
+    written.reset();
+    if (isWritten && !errors.HasFailed()) return folder->Deliver(overwrite, status);
+    return Fail(status, HostStatus::OutputNotWritten,
                 FormatString("the preview '%s' cannot be written; check the folder and the space there%s",
                              file.c_str(), errors.Reason().c_str()));
 }
@@ -165,7 +170,8 @@ bool Make(const SharpenRequest& request, const PreviewRequest& preview, Status& 
         return false;
     std::vector<unsigned char> picture = Draw(all, rect.GetColumns(), rect.GetRows());
     const auto height = static_cast<int>(rect.GetRows());
-    return WritePng(preview.file, picture, static_cast<int>(picture.size() / 3) / height, height, status);
+    return WritePng(preview.file, request.overwrite, picture, static_cast<int>(picture.size() / 3) / height,
+                    height, status);
 }
 
 } // namespace
@@ -174,12 +180,14 @@ bool CheckPreview(const SharpenRequest& request, const PreviewRequest& preview, 
     double seconds = 0.0;
     return RunOperation(
         [&] {
-            if (LookAt(preview.file).exists && !request.overwrite)
-                return Fail(
-                    status, HostStatus::OutputRefused,
-                    FormatString(
-                        "the preview '%s' exists; choose another name, or replace it with --overwrite",
-                        preview.file.c_str()));
+            RunFiles others;
+            std::vector<std::string> names = NamesOfDescriptions(preview.file);
+            names.push_back(preview.file);
+            for (const std::string& name : names)
+                if (!CheckNewFile(name, "the preview's file '" + name + "'", request.overwrite, others,
+                                  status))
+                    return false;
+            if (!WorkFolder::Make(preview.file, status)) return false; // whether it can be made
             const auto scene = Open(request, status);
             PixelRect rect;
             return scene && FindRect(*scene, preview, rect, status);
@@ -189,7 +197,10 @@ bool CheckPreview(const SharpenRequest& request, const PreviewRequest& preview, 
 
 bool WritePreview(const SharpenRequest& request, const PreviewRequest& preview, Status& status) {
     double seconds = 0.0;
-    return RunOperation([&] { return Make(request, preview, status); }, seconds, status);
+    return RunOperation([&] { return Make(request, preview, status); }, seconds, status) ||
+           Fail(status, HostStatus::OutputNotWritten,
+                FormatString("the output '%s' is complete; only its preview is missing",
+                             request.output.c_str()));
 }
 
 } // namespace rasterhost

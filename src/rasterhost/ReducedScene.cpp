@@ -4,6 +4,7 @@
 #include "hostkit/RequestRecord.h"
 #include "rasterhost/CompareRows.h"
 #include "rasterhost/DegradedRows.h"
+#include "rasterhost/GdalErrors.h"
 #include "rasterhost/HostProcess.h"
 #include "rasterhost/PlainFile.h"
 
@@ -168,15 +169,23 @@ private:
 
 } // namespace
 
-std::unique_ptr<ReducedScene> ReducedScene::Make(const Scene& scene, const SensorBlur& blur,
-                                                 const std::string& folder, Status& status) {
+std::unique_ptr<ReducedScene> ReducedScene::Make(const Scene& scene, const SensorBlur& blur, Status& status) {
     static std::atomic<unsigned> made{0};
     std::unique_ptr<ReducedScene> reduced(new ReducedScene);
-    reduced->memoryFolder = FormatString("/vsimem/pansharp-reduced-%d-%u", OwnProcess(), made++);
-    reduced->folder = folder.empty() ? reduced->memoryFolder : folder;
+    reduced->folder = FormatString("/vsimem/pansharp-reduced-%d-%u", OwnProcess(), made++);
     return Reduction(scene, blur, *reduced, status).Run() ? std::move(reduced) : nullptr;
 }
 
-ReducedScene::~ReducedScene() { VSIRmdirRecursive(memoryFolder.c_str()); }
+bool ReducedScene::Keep(WorkFolder& target, bool overwrite, Status& status) const {
+    const GdalErrors errors;
+    for (const std::string name : names)
+        if (CPLCopyFile(target.GetFile(name).c_str(), (folder + "/" + name).c_str()) != 0)
+            return Fail(status, HostStatus::OutputNotWritten,
+                        FormatString("'%s' cannot be written; is the disk full?%s",
+                                     target.GetPlace(name).c_str(), errors.Reason().c_str()));
+    return target.Deliver(overwrite, status);
+}
+
+ReducedScene::~ReducedScene() { VSIRmdirRecursive(folder.c_str()); }
 
 } // namespace rasterhost

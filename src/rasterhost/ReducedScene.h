@@ -2,6 +2,7 @@
 
 #include "rasterhost/Assess.h"
 #include "rasterhost/Scene.h"
+#include "rasterhost/WorkFolder.h"
 
 #include <string>
 
@@ -11,23 +12,28 @@ namespace rasterhost {
 /// pan on the multispectral grid, the multispectral image coarser by the ratio of the pair. Of a large scene
 /// some windows, side by side.
 ///
-/// Three GeoTIFF files in a folder, in memory unless one is named; those in memory go with this object.
+/// Three GeoTIFF files in memory, which go with this object.
 class ReducedScene {
 public:
-    /// Null with an item when the images do not share enough or cannot be read. `folder` is empty for memory.
+    /// Null with an item when the images do not share enough or cannot be read.
     [[nodiscard]] static std::unique_ptr<ReducedScene> Make(const Scene& scene, const SensorBlur& blur,
-                                                            const std::string& folder, Status& status);
+                                                            Status& status);
     ReducedScene(const ReducedScene&) = delete;
     ReducedScene& operator=(const ReducedScene&) = delete;
     ~ReducedScene();
 
-    [[nodiscard]] std::string GetPan() const { return folder + "/pan.tif"; }
-    [[nodiscard]] std::string GetMultispectral() const { return folder + "/ms.tif"; }
+    [[nodiscard]] std::string GetPan() const { return folder + "/" + names[0]; }
+    [[nodiscard]] std::string GetMultispectral() const { return folder + "/" + names[1]; }
     /// Has data at the pixels to compare: where pan and the truth have, and all multispectral pixels that
     /// cubic interpolation takes there.
-    [[nodiscard]] std::string GetTruth() const { return folder + "/truth.tif"; }
-    /// For what is made of them, in memory.
-    [[nodiscard]] std::string GetFused() const { return memoryFolder + "/fused.tif"; }
+    [[nodiscard]] std::string GetTruth() const { return folder + "/" + names[2]; }
+    /// For what is made of them.
+    [[nodiscard]] std::string GetFused() const { return folder + "/fused.tif"; }
+    /// Writes the three where they stay. False with an item.
+    [[nodiscard]] bool Keep(WorkFolder& target, bool overwrite, Status& status) const;
+
+    /// Of the three files: pan, multispectral image, truth.
+    static constexpr const char* names[] = {"pan.tif", "ms.tif", "truth.tif"};
 
     std::uint32_t windows = 0;
     std::uint32_t columns = 0, rows = 0; ///< of the truth
@@ -36,8 +42,7 @@ public:
 private:
     ReducedScene() = default;
 
-    std::string memoryFolder;
-    std::string folder; ///< of the three
+    std::string folder;
 };
 
 } // namespace rasterhost

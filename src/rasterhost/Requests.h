@@ -75,9 +75,13 @@ struct FusionRequest {
 /// The file to write.
 struct OutputRequest {
     std::string output;
-    std::string format = "GTiff"; ///< GDAL's short driver name
+    /// GDAL's short driver name; empty for what the ending of the output's name stands for.
+    std::string format;
     std::vector<std::string> creationOptions;
     bool overwrite = false;
+    /// Files that the caller reads or writes beside this run, each with what it is, such as "the settings":
+    /// the output takes the place of none of them.
+    std::vector<std::pair<std::string, std::string>> otherFiles;
     bool alpha = false; ///< writes a last band that tells where there is data
 };
 

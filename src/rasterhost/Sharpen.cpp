@@ -5,9 +5,11 @@
 #include "rasterhost/CacheLimit.h"
 #include "rasterhost/Collars.h"
 #include "rasterhost/ExactFormat.h"
+#include "rasterhost/HostProcess.h"
 #include "rasterhost/Operation.h"
 #include "rasterhost/OutputCheck.h"
 #include "rasterhost/OutputFile.h"
+#include "rasterhost/OutputFormat.h"
 #include "rasterhost/RunPlan.h"
 #include "rasterhost/WindowPipeline.h"
 
@@ -35,11 +37,13 @@ std::string ListText(const std::vector<double>& numbers) {
 class SharpenRun {
 public:
     SharpenRun(const SharpenRequest& sharpenRequest, SharpenReport& sharpenReport, Status& sharpenStatus)
-        : request(sharpenRequest), report(sharpenReport), status(sharpenStatus) {
-        request.creationOptions = ExactOptions(request);
-    }
+        : request(sharpenRequest), report(sharpenReport), status(sharpenStatus) {}
 
     bool Run() {
+        if (request.format.empty()) request.format = FormatOfName(request.output, status);
+        if (request.format.empty()) return false;
+        report.format = request.format;
+        request.creationOptions = ExactOptions(request);
         const std::string path = hostkit::FindPlugin(request.plugin, status);
         if (path.empty()) return false;
         plugin = hostkit::PluginLibrary::Load(path, status);
@@ -55,9 +59,8 @@ public:
             !MakeSettings(request, *scene, plugin->GetDescription(), settings, status))
             return false;
         rules = MakeOutputRules(request, *scene);
-        if (!CheckOutput(request, *scene, rules, status) ||
-            !CheckMemory(request, *scene, GetSizes(), usualBlockRows, status))
-            return false;
+        folder = PrepareOutput(request, *scene, rules, status);
+        if (!folder || !CheckMemory(request, *scene, GetSizes(), usualBlockRows, status)) return false;
         if (const std::string loss = FindLoss(request, *scene, rules); !loss.empty())
             Warn("the output '" + request.output + "' " + loss);
         if (WantsFit(request, plugin->GetDescription()) && !FitToImages()) return false;
@@ -194,8 +197,18 @@ private:
         return FindSizes(request, request, *scene, rules.GetFileBands());
     }
 
+    /// A pool that is refused a thread in the middle of the work ends the process.
+    void LimitThreads() {
+        const int most = 1 + CountThreadsToBeHad(report.threads - 1);
+        if (most >= report.threads) return;
+        Warn(FormatString("%d of the %d threads asked for are used: this machine or user may start no more",
+                          most, report.threads));
+        report.threads = most;
+    }
+
     bool FuseAll() {
-        const auto output = OutputFile::Create(request, *scene, rules, report.threads, metadata, status);
+        const auto output =
+            OutputFile::Create(request, *scene, rules, *folder, report.threads, metadata, status);
         if (!output) return false;
         if (!output->GetWarning().empty()) Warn("the output '" + request.output + "'" + output->GetWarning());
         const CacheLimit cache(CacheBytes(*scene, GetSizes(), output->GetBlockRows()));
@@ -203,6 +216,7 @@ private:
         const std::uint32_t windows = (report.rows - 1) / report.windowRows + 1;
         report.threads =
             static_cast<int>(std::min<std::uint32_t>(static_cast<std::uint32_t>(report.threads), windows));
+        LimitThreads();
         const int count = CountSlots(report.threads);
         std::vector<std::unique_ptr<FusionSlot>> slots;
         for (int i = 0; i < count; ++i) {
@@ -240,7 +254,8 @@ private:
     std::unique_ptr<Scene> scene;
     ProcessSettings settings;
     OutputRules rules;
-    OutputFile::Metadata metadata;
+    OutputMetadata metadata;
+    std::unique_ptr<WorkFolder> folder;
 };
 
 } // namespace

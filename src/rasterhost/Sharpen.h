@@ -17,6 +17,7 @@ namespace rasterhost {
 /// What was done, for the closing line and for `--json`.
 struct SharpenReport {
     std::string output;
+    std::string format; ///< of the output, GDAL's short driver name; empty when none was found
     std::string method;
     std::string plugin;
     std::uint32_t columns = 0; ///< of the output

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
+#include <grp.h>
 #include <iterator>
 #include <stdexcept>
 #include <sys/resource.h>
@@ -56,7 +57,7 @@ std::vector<std::string> Folder::List() const {
 
 Running::Running(const Folder& workFolder, const Arguments& arguments,
                  const std::optional<std::string>& plugin, const std::string& out, int terminal,
-                 std::uint64_t largestFile)
+                 std::uint64_t largestFile, std::uint64_t mostThreads)
     : folder(workFolder) {
     std::vector<char*> pointers = {const_cast<char*>(PANSHARP_COMMAND_FILE)};
     for (const std::string& argument : arguments)
@@ -75,6 +76,11 @@ Running::Running(const Folder& workFolder, const Arguments& arguments,
         Redirect(STDERR_FILENO, folder / errName);
     const rlimit limit{largestFile, largestFile};
     if (largestFile > 0) setrlimit(RLIMIT_FSIZE, &limit);
+    constexpr uid_t nobody = 65534;
+    const rlimit threads{mostThreads, mostThreads};
+    if (mostThreads > 0 && (setrlimit(RLIMIT_NPROC, &threads) != 0 ||
+                            (geteuid() == 0 && (setgroups(0, nullptr) != 0 || setuid(nobody) != 0))))
+        _exit(99);
     unsetenv("PANSHARP_PLUGIN");
     if (plugin) setenv("PANSHARP_PLUGIN", plugin->c_str(), 1);
     execv(pointers[0], pointers.data());

@@ -41,10 +41,11 @@ class Running {
 public:
     /// `plugin` is what the environment names as the plug-in; without it the variable is unset. `out`
     /// replaces the file that standard output goes to. A terminal, when given, is standard error. No file
-    /// grows beyond `largestFile` bytes, when that is not 0.
+    /// grows beyond `largestFile` bytes, when that is not 0. No more than `mostThreads` run, when that is not
+    /// 0: root, whom no limit binds, becomes another user.
     Running(const Folder& workFolder, const Arguments& arguments,
             const std::optional<std::string>& plugin = {}, const std::string& out = {}, int terminal = -1,
-            std::uint64_t largestFile = 0);
+            std::uint64_t largestFile = 0, std::uint64_t mostThreads = 0);
     Running(const Running&) = delete;
     Running& operator=(const Running&) = delete;
 

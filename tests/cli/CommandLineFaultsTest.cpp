@@ -1,0 +1,290 @@
+#include "Child.h"
+#include "Scene.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <sys/stat.h>
+
+using child::Arguments;
+using testing::AnyOf;
+using testing::HasSubstr;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using Files = std::map<std::string, std::string>;
+
+/// Kind, permissions and bytes of every file in a folder and below.
+Files Look(const child::Folder& folder) {
+    Files files;
+    for (const auto& entry : fs::recursive_directory_iterator(folder.path)) {
+        const std::string name = entry.path().lexically_relative(folder.path).string();
+        if (name == ".stdout" || name == ".stderr") continue;
+        std::string& text = files[name];
+        text = std::to_string(static_cast<int>(entry.symlink_status().permissions())) + ' ' +
+               std::to_string(static_cast<int>(entry.symlink_status().type())) + ' ';
+        if (!fs::is_regular_file(entry.symlink_status())) continue;
+        std::ifstream file(entry.path(), std::ios::binary);
+        text.append(std::istreambuf_iterator<char>(file), {});
+    }
+    return files;
+}
+
+/// Names of files that are new or not what they were.
+std::vector<std::string> Changed(const Files& before, const Files& after) {
+    std::vector<std::string> names;
+    for (const auto& [name, text] : after)
+        if (const auto old = before.find(name); old == before.end() || old->second != text)
+            names.push_back(name);
+    for (const auto& [name, text] : before)
+        if (!after.contains(name)) names.push_back(name + " is gone");
+    return names;
+}
+
+void WriteText(const std::string& name, const std::string& text) { std::ofstream(name) << text; }
+
+/// A raster of one band, which is another file's.
+void WriteVrt(const std::string& name, const std::string& source) {
+    WriteText(name, "<VRTDataset rasterXSize='23' rasterYSize='19'><GeoTransform>500000,20,0,4600000,0,-20"
+                    "</GeoTransform><VRTRasterBand dataType='Byte' band='1'><SimpleSource><SourceFilename "
+                    "relativeToVRT='1'>" +
+                        source +
+                        "</SourceFilename><SourceBand>1</SourceBand></SimpleSource></VRTRasterBand>"
+                        "</VRTDataset>");
+}
+
+/// The pair, and all that may stand in the place of an input.
+void MakeInputs(const child::Folder& folder) {
+    const scene::Pair pair(folder, 3, 8);
+    scene::Write(folder / "float.tif", {23, 19, 3, 32, pair.ms.samples}, {.pixelSize = 20.0});
+    scene::Write(folder / "away.tif", pair.ms, {.x = 900000.0, .pixelSize = 20.0});
+    fs::copy_file(folder / "ms.tif", folder / "cut.tif");
+    fs::resize_file(folder / "cut.tif", fs::file_size(folder / "cut.tif") / 2);
+    WriteText(folder / "empty.tif", "");
+    WriteText(folder / "text.tif", "no raster\n");
+    WriteVrt(folder / "loop.vrt", "loop.vrt");
+    fs::create_directory(folder / "folder.tif");
+    ASSERT_EQ(mkfifo((folder / "pipe.tif").c_str(), 0600), 0);
+    fs::create_symlink("none", folder / "dangling.tif");
+}
+
+constexpr const char* badInputs[] = {"none.tif",
+                                     "float.tif",
+                                     "away.tif",
+                                     "cut.tif",
+                                     "empty.tif",
+                                     "text.tif",
+                                     "loop.vrt",
+                                     "folder.tif",
+                                     "pipe.tif",
+                                     "dangling.tif",
+                                     "ms.tif,band=9",
+                                     "/vsizip/text.tif/a.tif",
+                                     "/vsimem/no",
+                                     "",
+                                     "/vsisubfile/0_9,text.tif"};
+
+} // namespace
+
+// Every command with every kind of input in every place: told in words, nothing touched, nothing left.
+TEST(Faults, OfInputs) {
+    const child::Folder folder;
+    MakeInputs(folder);
+    const Files before = Look(folder);
+    for (const std::string bad : badInputs)
+        for (const Arguments& command :
+             {Arguments{"sharpen", "PAN", "MS", "-o", "o.tif"}, Arguments{"info", "PAN", "MS"},
+              Arguments{"compare", "PAN", "MS", "--keep", "."},
+              Arguments{"assess", "MS", "--pan", "PAN", "--ms", "ms.tif"}})
+            for (const std::string place : {"PAN", "MS"}) {
+                Arguments arguments = command;
+                for (std::string& argument : arguments)
+                    argument = argument == place   ? bad
+                               : argument == "PAN" ? "pan.tif"
+                               : argument == "MS"  ? "ms.tif"
+                                                   : argument;
+                SCOPED_TRACE(child::AsTyped(arguments));
+                const child::Outcome outcome = child::Run(folder, arguments);
+                EXPECT_THAT(outcome.code, AnyOf(1, 2));
+                EXPECT_THAT(outcome.err, HasSubstr("error: "));
+                EXPECT_THAT(Changed(before, Look(folder)), testing::IsEmpty());
+            }
+}
+
+// Whatever lies where a file is to be written, whatever name it has there and whatever it is to the run.
+TEST(Faults, OfOutputs) {
+    const struct {
+        const char* what;
+        Arguments arguments; ///< after "sharpen", or whole ones of another command
+        int code;
+        std::vector<std::string> changed; ///< with it
+    } cases[] = {
+        {"an input", {"pan.tif", "ms.tif", "-o", "ms.tif", "--overwrite"}, 1, {}},
+        {"a link to one", {"pan.tif", "ms.tif", "-o", "link.tif", "--overwrite"}, 1, {}},
+        {"another name of one", {"pan.tif", "ms.tif", "-o", "hard.tif", "--overwrite"}, 1, {}},
+        {"a source of a source", {"pan.tif", "b.vrt", "-o", "ms.tif", "--overwrite"}, 1, {}},
+        {"what holds one", {"pan.tif", "/vsisubfile/0_99999,ms.tif", "-o", "ms.tif", "--overwrite"}, 1, {}},
+        {"settings",
+         {"pan.tif", "ms.tif", "--settings", "s.xml", "-o", "s.xml", "-f", "GTiff", "--overwrite"},
+         1,
+         {}},
+        {"an input's header", {"pan.tif", "e.img", "-o", "e.dat", "-f", "ENVI", "--overwrite"}, 1, {}},
+        {"a header", {"pan.tif", "ms.tif", "-o", "h.dat", "-f", "ENVI"}, 1, {}},
+        {"a mask", {"pan.tif", "ms.tif", "-o", "m.tif"}, 1, {}},
+        {"a mask to replace",
+         {"pan.tif", "ms.tif", "-o", "m.tif", "--overwrite"},
+         0,
+         {"m.tif", "m.tif.msk is gone"}},
+        {"a file", {"pan.tif", "ms.tif", "-o", "old.tif"}, 1, {}},
+        {"a file to replace", {"pan.tif", "ms.tif", "-o", "old.tif", "--overwrite"}, 0, {"old.tif"}},
+        {"a link to a file to replace",
+         {"pan.tif", "ms.tif", "-o", "to-old.tif", "--overwrite"},
+         0,
+         {"old.tif"}},
+        {"a pipe", {"pan.tif", "ms.tif", "-o", "pipe.tif", "--overwrite"}, 1, {}},
+        {"a folder", {"pan.tif", "ms.tif", "-o", "folder.tif", "--overwrite"}, 1, {}},
+        {"no folder", {"pan.tif", "ms.tif", "-o", "no/o.tif"}, 1, {}},
+        {"memory", {"pan.tif", "ms.tif", "-o", "/vsimem/o.tif"}, 2, {}},
+        {"an archive", {"pan.tif", "ms.tif", "-o", "/vsizip/z.zip/o.tif"}, 1, {}},
+        {"a long name",
+         {"pan.tif", "ms.tif", "-o", std::string(240, 'n') + ".tif"},
+         0,
+         {std::string(240, 'n') + ".tif"}},
+        {"too long a name", {"pan.tif", "ms.tif", "-o", std::string(300, 'n') + ".tif"}, 1, {}},
+        {"standard output", {"pan.tif", "ms.tif", "-o", "-"}, 2, {}},
+        {"an option", {"pan.tif", "ms.tif", "-o", "--overwrite"}, 2, {}},
+        {"no pixels", {"pan.tif", "ms.tif", "-o", "o.vrt"}, 1, {}},
+        {"an ending of no format", {"pan.tif", "ms.tif", "-o", "o.foo"}, 1, {}},
+        {"a format by its ending", {"pan.tif", "ms.tif", "-o", "o.img"}, 0, {"o.img", "o.img.aux.xml"}},
+        {"GDAL's name of the option", {"pan.tif", "ms.tif", "-of", "COG", "-o", "o.tif"}, 0, {"o.tif"}},
+        {"a world file", {"pan.tif", "ms.tif", "-o", "o.tif", "--co", "TFW=YES"}, 0, {"o.tfw", "o.tif"}},
+        {"a picture's place", {"pan.tif", "ms.tif", "-o", "o.tif", "--preview", "p.png"}, 1, {}},
+        {"a picture's folder", {"pan.tif", "ms.tif", "-o", "o.tif", "--preview", "no/p.png"}, 1, {}},
+        {"two of one name", {"pan.tif", "ms.tif", "-o", "./o.png", "--preview", "o.png"}, 2, {}},
+        {"a report's place", {"pan.tif", "none.tif", "-o", "o.tif", "--status-xml", "s.xml"}, 1, {}},
+        {"a report", {"pan.tif", "none.tif", "-o", "o.tif", "--status-xml", "r.xml"}, 1, {"r.xml"}},
+        {"what is kept", {"compare", "pan.tif", "ms.tif", "--keep", ".", "--overwrite"}, 1, {}},
+        {"what was kept", {"compare", "pan.tif", "ms.tif", "--keep", "kept"}, 1, {}},
+        {"what was kept, to replace",
+         {"compare", "pan.tif", "ms.tif", "--keep", "kept", "--overwrite"},
+         0,
+         {"kept/ms.tif", "kept/pan.tif", "kept/truth.tif"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const child::Folder folder;
+        MakeInputs(folder);
+        fs::create_symlink("ms.tif", folder / "link.tif");
+        fs::create_hard_link(folder / "ms.tif", folder / "hard.tif");
+        WriteVrt(folder / "a.vrt", "ms.tif");
+        WriteVrt(folder / "b.vrt", "a.vrt");
+        WriteText(folder / "e.hdr", "ENVI\nsamples = 23\nlines = 19\nbands = 3\ndata type = 1\n"
+                                    "interleave = bsq\n");
+        WriteText(folder / "e.img", std::string(23 * 19 * 3, 'e'));
+        fs::create_directory(folder / "kept");
+        WriteText(folder / "s.xml", "<Settings><BandWeight-1>0.3</BandWeight-1></Settings>");
+        for (const char* name : {"old.tif", "m.tif.msk", "h.hdr", "p.png", "kept/truth.tif"})
+            WriteText(folder / name, "precious");
+        fs::permissions(folder / "old.tif", fs::perms::owner_all | fs::perms::group_read);
+        fs::create_symlink("old.tif", folder / "to-old.tif");
+        const Files before = Look(folder);
+        const bool isOther = c.arguments.front() == "compare";
+        const child::Outcome outcome = child::Run(
+            folder, child::Concatenate({isOther ? Arguments{} : Arguments{"sharpen"}, c.arguments}));
+        EXPECT_EQ(outcome.code, c.code) << outcome.err;
+        EXPECT_EQ(outcome.err.find("error: ") != std::string::npos, c.code != 0) << outcome.err;
+        const Files after = Look(folder);
+        EXPECT_THAT(Changed(before, after), testing::UnorderedElementsAreArray(c.changed));
+        for (const auto& [name, text] : before) // permissions and kind stay, whatever the content
+            if (after.contains(name)) {
+                EXPECT_EQ(after.at(name).substr(0, 5), text.substr(0, 5)) << name;
+            }
+    }
+}
+
+// Files that may not grow (a disk that is full), requests to stop at any time,
+// and runs that write the same file at once.
+TEST(Faults, OfTheMachine) {
+    const Arguments sharpen = {"sharpen", "pan.tif", "ms.tif", "-w", "equal", "--no-nodata"};
+    const struct {
+        const char* what;
+        Arguments arguments;
+        std::uint64_t largestFile; ///< in bytes
+        int signal;
+    } cases[] = {
+        {"full", {"-o", "o.tif"}, 1, 0},
+        {"full", {"-o", "o.dat", "-f", "ENVI"}, 1, 0},
+        {"full", {"-o", "o.dat", "-f", "ENVI"}, 200000, 0},
+        {"full", {"-o", "o.rst", "-f", "RST"}, 200000, 0},
+        {"full", {"-o", "o.png"}, 500, 0},
+        {"interrupted", {"-o", "o.dat", "-f", "ENVI"}, 0, SIGINT},
+        {"terminated", {"-o", "o.tif", "--preview", "p.png"}, 0, SIGTERM},
+        {"hung up", {"-o", "o.png"}, 0, SIGHUP},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what + (" " + child::AsTyped(c.arguments)));
+        const child::Folder folder;
+        const int size = c.signal == 0 ? 600 : 8192;
+        scene::WriteSparse(folder / "pan.tif", size, size, 1, {.pixelSize = 10.0});
+        scene::WriteSparse(folder / "ms.tif", size / 2, size / 2, 3, {.pixelSize = 20.0});
+        const Files before = Look(folder);
+        child::Running running(folder,
+                               child::Concatenate({sharpen, c.arguments, {"--window", "16", "-j", "1"}}), {},
+                               {}, -1, c.largestFile);
+        if (c.signal != 0) {
+            ASSERT_TRUE(child::WaitUntil(
+                [&] { return running.ErrorsSoFar().find("10 % done") != std::string::npos; }));
+            running.Signal(c.signal);
+        }
+        const child::Outcome outcome = running.Finish();
+        EXPECT_EQ(outcome.code, c.signal == 0 ? 1 : 130) << outcome.err;
+        EXPECT_THAT(Changed(before, Look(folder)), testing::IsEmpty());
+    }
+}
+
+TEST(Faults, OfThreadsThatCannotBeStarted) {
+    for (const unsigned most : {1u, 2u, 3u, 5u}) {
+        const child::Folder folder;
+        scene::WriteSparse(folder / "pan.tif", 600, 600, 1, {.pixelSize = 10.0});
+        scene::WriteSparse(folder / "ms.tif", 300, 300, 3, {.pixelSize = 20.0});
+        fs::permissions(folder.path, fs::perms::all);
+        const Files before = Look(folder);
+        child::Running running(
+            folder,
+            {"sharpen", "pan.tif", "ms.tif", "-o", "o.tif", "--no-nodata", "-j", "8", "--window", "16"}, {},
+            {}, -1, 0, most);
+        const child::Outcome outcome = running.Finish();
+        if (outcome.code == 99) GTEST_SKIP() << "no other user may run the command";
+        EXPECT_EQ(outcome.code, 0) << outcome.err;
+        EXPECT_THAT(outcome.err, HasSubstr(" of the 8 threads asked for are used"));
+        EXPECT_THAT(Changed(before, Look(folder)), testing::ElementsAre("o.tif"));
+    }
+}
+
+TEST(Faults, OfRunsThatWriteTheSameFileAtOnce) {
+    for (const bool overwrite : {false, true}) {
+        const child::Folder folder;
+        const scene::Pair pair(folder, 3, 8);
+        Arguments arguments = {"sharpen", "pan.tif", "ms.tif", "-o", "o.tif", "-w", "equal"};
+        if (overwrite) arguments.emplace_back("--overwrite");
+        std::vector<std::unique_ptr<child::Running>> runs;
+        for (int i = 0; i < 4; ++i)
+            runs.push_back(std::make_unique<child::Running>(folder, arguments));
+        std::vector<int> codes;
+        for (const auto& run : runs)
+            codes.push_back(run->Finish().code);
+        EXPECT_EQ(std::count(codes.begin(), codes.end(), 0), overwrite ? 4 : 1);
+        EXPECT_EQ(std::count(codes.begin(), codes.end(), 1), overwrite ? 0 : 3);
+        EXPECT_THAT(folder.List(), testing::ElementsAre("ms.tif", "o.tif", "pan.tif"));
+        EXPECT_EQ(scene::Read(folder / "o.tif").samples,
+                  scene::Fuse("KOVA", pair.pan, pair.ms, {1 / 3.0, 1 / 3.0, 1 / 3.0}, {0, 1, 2}).samples);
+    }
+}
