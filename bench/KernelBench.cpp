@@ -7,8 +7,10 @@
 #include "kernels/BroveyRow.h"
 #include "kernels/ConvertRow.h"
 #include "kernels/IhsRow.h"
+#include "kernels/InjectionRow.h"
 #include "kernels/KovaRow.h"
 #include "kernels/Simd.h"
+#include "kernels/Store.h"
 
 #include <benchmark/benchmark.h>
 
@@ -38,7 +40,7 @@ void IhsDefinition(const T* ms, const T* pan, T* out, std::size_t pixels, const 
     for (std::size_t b = 0; b < tables.size(); ++b)
         weights[b] = tables[b][1];
     const auto bands = static_cast<std::uint32_t>(tables.size());
-    IhsRowScalar(ms, pan, out, pixels, {weights, bands, bands});
+    IhsRowScalar({ms, pan}, out, pixels, {weights, bands, bands});
 }
 
 template <class T>
@@ -73,7 +75,7 @@ bool Verify(const Method<T>& method, SimdTarget target, std::uint32_t bands) {
     Rows<T> rows(bands);
     std::vector<T> expected(rows.out.size());
     method.tableWalk(rows.ms.data(), rows.pan.data(), expected.data(), rowPixels, rows.tables);
-    method.rowFor(target)(rows.ms.data(), rows.pan.data(), rows.out.data(), rowPixels,
+    method.rowFor(target)({rows.ms.data(), rows.pan.data()}, rows.out.data(), rowPixels,
                           {rows.weights.data(), bands, bands});
     if (rows.out == expected) return true;
     std::fprintf(stderr, "%s on %s, %u bands of %zu bits: not the bytes of the table walk\n", method.name,
@@ -114,9 +116,31 @@ BlendMaps<T> MapsOf(SampleBlend blend, std::uint32_t bands) {
     return {blend, ofInput, ofInput, ofOutput};
 }
 
+/// Methods with an additional band apart. It alone is the intensity of Injection, with gains as they are
+/// fitted.
+template <class T>
+OtherKernel<T> WithOneMore(const char* name, std::uint32_t bands, FuseRow<T> (*rowFor)(SimdTarget),
+                           std::vector<double> weights) {
+    return {name, bands, [=](SimdTarget target, Rows<T>& rows) {
+                static const std::vector<double> gains(8, 0.37), ratioGains(8, 0.61);
+                const InjectionGains injection{gains.data(), ratioGains.data(), 2.0, maxSample<T> / 10};
+                rowFor(target)({rows.ms.data(), rows.pan.data(), rows.other.data()}, rows.out.data(),
+                               rowPixels, {weights.data(), bands + 1, bands, &injection});
+            }};
+}
+
 template <class T>
 std::vector<OtherKernel<T>> OtherKernels() {
     std::vector<OtherKernel<T>> all;
+    for (const std::uint32_t bands : {3u, 4u, 8u}) {
+        const std::vector<double> equal(bands + 1, 1.0 / (bands + 1));
+        std::vector<double> lastAlone(bands + 1);
+        lastAlone.back() = 1.0;
+        all.push_back(WithOneMore("KOVA with one more", bands, &KovaRowFor<T>, equal));
+        all.push_back(WithOneMore("Brovey with one more", bands, &BroveyRowFor<T>, equal));
+        all.push_back(WithOneMore("Injection", bands, &InjectionRowFor<T>, lastAlone));
+        all.push_back(WithOneMore("Injection of all bands", bands, &InjectionRowFor<T>, equal));
+    }
     const auto add = [&](const char* name, std::uint32_t bands, auto run) {
         all.push_back({name, bands, run});
     };
@@ -192,7 +216,7 @@ bool RegisterAll() {
                 right = Verify(method, target, bands) && right;
                 Register<T>(name + "/" + SimdTargetName(target), bands,
                             [row = method.rowFor(target), bands](Rows<T>& rows) {
-                                row(rows.ms.data(), rows.pan.data(), rows.out.data(), rowPixels,
+                                row({rows.ms.data(), rows.pan.data()}, rows.out.data(), rowPixels,
                                     {rows.weights.data(), bands, bands});
                             });
             }

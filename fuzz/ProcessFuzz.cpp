@@ -11,15 +11,13 @@ using fuzz::Require;
 
 namespace {
 
-constexpr const char* names[] = {"Method",           "MSImageID",
-                                 "AdditionalBandID", "outputNBands",
-                                 "ReSampleMS",       "ReSampleIR",
-                                 "generateMetadata", "BandWeight-1",
-                                 "BandWeight-2",     "AdditionalBandWeight",
-                                 "outputNBands",     "Method"};
-constexpr const char* values[] = {"KOVA",  "brovey", "IHS", "ms",    "ir",         "",      "true",
-                                  "no",    "1",      "2",   "4",     "-1",         "1e308", "0.5",
-                                  "-0.25", "nan",    "0",   "70000", "4294967297", " "};
+constexpr const char* names[] = {
+    "Method",       "MSImageID",        "AdditionalBandID", "outputNBands",  "ReSampleMS",
+    "ReSampleIR",   "generateMetadata", "BandWeight-1",     "BandWeight-2",  "AdditionalBandWeight",
+    "outputNBands", "Method",           "InjectionGain-1",  "InjectionLimit"};
+constexpr const char* values[] = {"KOVA", "brovey", "IHS", "injection", "ms",    "ir",         "",
+                                  "true", "no",     "1",   "2",         "4",     "-1",         "1e308",
+                                  "0.5",  "-0.25",  "nan", "0",         "70000", "4294967297", " "};
 constexpr std::uint32_t someBits[] = {8, 16, 8, 16, 8, 16, 12, 0};
 constexpr std::uint32_t someSizes[] = {40, 40, 40, 17, 1, 0, 20'000, 0xFFFFFFFFu};
 constexpr std::uint32_t someBands[] = {1, 3, 4, 8, 9, 0, 2, 5};

@@ -4,6 +4,7 @@
 #include "kernels/BilinearRow.h"
 #include "kernels/BroveyRow.h"
 #include "kernels/IhsRow.h"
+#include "kernels/InjectionRow.h"
 #include "kernels/KovaRow.h"
 
 #include <limits>
@@ -60,15 +61,23 @@ void Fuse(fuzz::Input& input, FuseRow<T> (*rowFor)(SimdTarget), std::uint32_t fe
     for (double& weight : weights)
         weight = Weight(input);
     const auto pan = Samples<T>(input, pixels);
-    const auto ms = Samples<T>(input, pixels * msBands);
-    const BandWeights bands{weights.data(), msBands, outputBands};
+    const bool isApart = msBands > 1 && input.Flag();
+    const auto last = Samples<T>(input, isApart ? pixels : 0);
+    const auto ms = Samples<T>(input, pixels * (msBands - isApart));
+    const FusionRows<T> rows{ms.get(), pan.get(), isApart ? last.get() : nullptr};
+    std::vector<double> gains(outputBands), ratioGains(outputBands);
+    for (auto* numbers : {&gains, &ratioGains})
+        for (double& number : *numbers)
+            number = Weight(input);
+    const InjectionGains injection{gains.data(), ratioGains.data(), Weight(input), Weight(input)};
+    const BandWeights bands{weights.data(), msBands, outputBands, &injection};
     const std::size_t samples = pixels * outputBands;
     const auto expected = std::make_unique<T[]>(samples);
-    rowFor(0)(ms.get(), pan.get(), expected.get(), pixels, bands);
+    rowFor(0)(rows, expected.get(), pixels, bands);
     for (const SimdTarget target : targets) {
         if (target == 0) continue;
         const auto actual = std::make_unique<T[]>(samples);
-        rowFor(target)(ms.get(), pan.get(), actual.get(), pixels, bands);
+        rowFor(target)(rows, actual.get(), pixels, bands);
         Require(std::memcmp(expected.get(), actual.get(), samples * sizeof(T)) == 0,
                 SimdTargetName(target).c_str());
     }
@@ -121,6 +130,8 @@ void Compare(fuzz::Input& input, std::uint32_t which) {
         return Fuse<T>(input, &BroveyRowFor<T>, 1, targets);
     case 2:
         return Fuse<T>(input, &IhsRowFor<T>, ihsFewestBands, targets);
+    case 3:
+        return Fuse<T>(input, &InjectionRowFor<T>, 1, targets);
     default:
         return Down<T>(input, targets);
     }
@@ -130,10 +141,10 @@ void Compare(fuzz::Input& input, std::uint32_t which) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Input input(data, size);
-    const std::uint32_t which = input.Below(8);
-    if (which < 4)
+    const std::uint32_t which = input.Below(10);
+    if (which < 5)
         Compare<unsigned char>(input, which);
     else
-        Compare<unsigned short>(input, which - 4);
+        Compare<unsigned short>(input, which - 5);
     return 0;
 }

@@ -12,7 +12,7 @@
 // Highway asks for this order.
 #include <hwy/highway.h>
 
-#include "kernels/Planes-inl.h"
+#include "kernels/Planar-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kernels {
@@ -58,25 +58,10 @@ HWY_ATTR void DownInWhole(const WholeOf<T>* HWY_RESTRICT upper, const WholeOf<T>
     DownRowWholeScalar(upper + i, lower + i, part, steps, acrossSteps, samples - i, out + i);
 }
 
-void Down8(const double* upper, const double* lower, double fraction, std::size_t samples,
-           unsigned char* out) {
-    DownInDouble(upper, lower, fraction, samples, out);
-}
-
-void Down16(const double* upper, const double* lower, double fraction, std::size_t samples,
-            unsigned short* out) {
-    DownInDouble(upper, lower, fraction, samples, out);
-}
-
-void DownWhole8(const std::uint16_t* upper, const std::uint16_t* lower, std::uint32_t part,
-                std::uint32_t steps, std::uint32_t acrossSteps, std::size_t samples, unsigned char* out) {
-    DownInWhole(upper, lower, part, steps, acrossSteps, samples, out);
-}
-
-void DownWhole16(const std::uint32_t* upper, const std::uint32_t* lower, std::uint32_t part,
-                 std::uint32_t steps, std::uint32_t acrossSteps, std::size_t samples, unsigned short* out) {
-    DownInWhole(upper, lower, part, steps, acrossSteps, samples, out);
-}
+DownRow<unsigned char> Down8() { return &DownInDouble<unsigned char>; }
+DownRow<unsigned short> Down16() { return &DownInDouble<unsigned short>; }
+DownRowWhole<unsigned char> DownWhole8() { return &DownInWhole<unsigned char>; }
+DownRowWhole<unsigned short> DownWhole16() { return &DownInWhole<unsigned short>; }
 
 } // namespace HWY_NAMESPACE
 } // namespace kernels
@@ -92,24 +77,24 @@ HWY_EXPORT(DownWhole16);
 
 template <>
 DownRow<unsigned char> DownRowFor(SimdTarget target) {
-    return target == 0 ? &DownRowScalar<unsigned char> : HWY_DISPATCH_TABLE(Down8)[DispatchIndex(target)];
+    return ForTarget<DownRow<unsigned char>>(target, &DownRowScalar, HWY_DISPATCH_TABLE(Down8));
 }
 
 template <>
 DownRow<unsigned short> DownRowFor(SimdTarget target) {
-    return target == 0 ? &DownRowScalar<unsigned short> : HWY_DISPATCH_TABLE(Down16)[DispatchIndex(target)];
+    return ForTarget<DownRow<unsigned short>>(target, &DownRowScalar, HWY_DISPATCH_TABLE(Down16));
 }
 
 template <>
 DownRowWhole<unsigned char> DownRowWholeFor(SimdTarget target) {
-    return target == 0 ? &DownRowWholeScalar<unsigned char>
-                       : HWY_DISPATCH_TABLE(DownWhole8)[DispatchIndex(target)];
+    return ForTarget<DownRowWhole<unsigned char>>(target, &DownRowWholeScalar,
+                                                  HWY_DISPATCH_TABLE(DownWhole8));
 }
 
 template <>
 DownRowWhole<unsigned short> DownRowWholeFor(SimdTarget target) {
-    return target == 0 ? &DownRowWholeScalar<unsigned short>
-                       : HWY_DISPATCH_TABLE(DownWhole16)[DispatchIndex(target)];
+    return ForTarget<DownRowWhole<unsigned short>>(target, &DownRowWholeScalar,
+                                                   HWY_DISPATCH_TABLE(DownWhole16));
 }
 
 } // namespace kernels

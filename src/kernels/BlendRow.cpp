@@ -19,7 +19,7 @@ template <class T>
 BlendMaps<T>::BlendMaps(SampleBlend sampleBlend, std::span<const LinearMap> ofInput1,
                         std::span<const LinearMap> ofInput2, std::span<const LinearMap> ofOutput)
     : blend(sampleBlend), input1(ofInput1), input2(ofInput2), output(ofOutput),
-      quick(sampleBlend, ofInput1, ofInput2, ofOutput) {}
+      filtered(sampleBlend, ofInput1, ofInput2, ofOutput) {}
 
 namespace {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kernels/QuickBlend.h"
+#include "kernels/FilteredBlend.h"
 #include "kernels/Simd.h"
 
 #include <cstddef>
@@ -39,7 +39,7 @@ struct BlendMaps {
 
     SampleBlend blend = SampleBlend::Sum;
     MapsOfRow input1, input2, output;
-    QuickBlend<T> quick;
+    FilteredBlend<T> filtered;
 };
 
 /// The functions of one vector target.

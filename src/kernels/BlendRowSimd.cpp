@@ -12,7 +12,7 @@
 // Highway asks for this order.
 #include <hwy/highway.h>
 
-#include "kernels/Quick-inl.h"
+#include "kernels/Filtered-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kernels {
@@ -62,43 +62,44 @@ HWY_INLINE void BlendLanes(const T* row1, const T* row2, T* out, const BlendMaps
     StoreTruncatedLanes(d, hn::Min(hn::IfThenElseZero(isFinite, atLeast0), hn::Set(d, maxSample<T>)), out);
 }
 
-/// What QuickBlend gives for a vector of D.
+/// What FilteredBlend gives for a vector of D.
 template <SampleBlend Blend, class D, class T>
-HWY_INLINE hn::Vec<D> QuickLanes(D d, const T* row1, const T* row2, const QuickBlend<T>& quick,
-                                 std::size_t band) {
+HWY_INLINE hn::Vec<D> FilteredLanes(D d, const T* row1, const T* row2, const FilteredBlend<T>& filtered,
+                                    std::size_t band) {
     using Real = hn::TFromD<D>;
     const auto of = [&](const std::vector<Real>& bands)
                         HWY_ATTR { return hn::LoadU(d, bands.data() + band); };
     const auto a = LoadReal(d, row1);
     const auto b = LoadReal(d, row2);
     if constexpr (Blend != SampleBlend::Product && Blend != SampleBlend::Quotient)
-        return hn::MulAdd(a, of(quick.gain1), hn::MulAdd(b, of(quick.gain2), of(quick.offset)));
-    const auto x = hn::MulAdd(a, of(quick.gain1), of(quick.offset1));
-    const auto y = hn::MulAdd(b, of(quick.gain2), of(quick.offset2));
-    if constexpr (Blend == SampleBlend::Product) return hn::MulAdd(x, y, of(quick.offset));
-    const auto quotient = hn::Add(hn::Div(x, y), of(quick.offset));
+        return hn::MulAdd(a, of(filtered.gain1), hn::MulAdd(b, of(filtered.gain2), of(filtered.offset)));
+    const auto x = hn::MulAdd(a, of(filtered.gain1), of(filtered.offset1));
+    const auto y = hn::MulAdd(b, of(filtered.gain2), of(filtered.offset2));
+    if constexpr (Blend == SampleBlend::Product) return hn::MulAdd(x, y, of(filtered.offset));
+    const auto quotient = hn::Add(hn::Div(x, y), of(filtered.offset));
     return hn::IfThenElse(hn::Eq(y, hn::Zero(d)), hn::Set(d, fixedUnit<Real>), quotient);
 }
 
 /// Blends samples in whole vectors and returns how many; for those that it leaves it would take longer than
 /// the definition.
 template <SampleBlend Blend, class T>
-HWY_ATTR std::size_t QuickBlendRow(const T* row1, const T* row2, T* out, std::size_t samples,
-                                   std::uint32_t bands, const BlendMaps<T>& maps) {
+HWY_ATTR std::size_t FilteredBlendRow(const T* row1, const T* row2, T* out, std::size_t samples,
+                                      std::uint32_t bands, const BlendMaps<T>& maps) {
     const WholeNumbers d;
     const hn::ScalableTag<RealOf<T>> dReal;
     const std::size_t lanes = hn::Lanes(d);
     std::size_t band = 0;
-    std::size_t doubtful = 0; // vectors with results in doubt
+    std::size_t uncertain = 0; // vectors with uncertain results
     std::size_t i = 0;
-    for (; i + lanes <= samples && doubtful <= 32 + i / lanes / 2; i += lanes) {
+    for (; i + lanes <= samples && uncertain <= 32 + i / lanes / 2; i += lanes) {
         const auto results = FixedResults<T>([&](std::size_t first) HWY_ATTR {
-            return QuickLanes<Blend>(dReal, row1 + i + first, row2 + i + first, maps.quick, band + first);
+            return FilteredLanes<Blend>(dReal, row1 + i + first, row2 + i + first, maps.filtered,
+                                        band + first);
         });
         auto fractions = hn::Zero(d);
         StoreResults(results, out + i, fractions);
-        if (HWY_UNLIKELY(!hn::AllFalse(d, InDoubt(fractions, maps.quick.error)))) {
-            ++doubtful;
+        if (HWY_UNLIKELY(!hn::AllFalse(d, IsUncertain(fractions, maps.filtered.error)))) {
+            ++uncertain;
             for (std::size_t j = 0; j < lanes; j += hn::Lanes(Reals()))
                 BlendLanes<Blend>(row1 + i + j, row2 + i + j, out + i + j, maps, band + j);
         }
@@ -116,7 +117,7 @@ HWY_ATTR void BlendRow(const T* row1, const T* row2, T* out, std::size_t pixels,
     const std::size_t samples = pixels * bands;
     const std::size_t lanes = hn::Lanes(Reals());
     std::size_t i = 0;
-    if (maps.quick.isPossible) i = QuickBlendRow<Blend>(row1, row2, out, samples, bands, maps);
+    if (maps.filtered.isPossible) i = FilteredBlendRow<Blend>(row1, row2, out, samples, bands, maps);
     std::size_t band = i % bands;
     for (; i + lanes <= samples; i += lanes) {
         BlendLanes<Blend>(row1 + i, row2 + i, out + i, maps, band);
@@ -153,14 +154,14 @@ HWY_ATTR void LargestDifference(const T* row1, const T* row2, T* out, std::size_
                                 const LinearMap& output) {
     if (bands > mostBands)
         return ScalarBlendKernels<T>().largestDifference(row1, row2, out, pixels, bands, output);
-    const auto block = [&](const T* block1, const T* block2, T* outBlock) HWY_ATTR {
+    const auto block = [&](const std::array<const T*, 2>& inputs, T* outBlock) HWY_ATTR {
         const hn::ScalableTag<T> d;
         const Reals dReal;
         HWY_ALIGN T planes1[mostBands * blockPixels];
         HWY_ALIGN T planes2[mostBands * blockPixels];
         HWY_ALIGN T largest[blockPixels] = {};
-        Deinterleave(block1, bands, planes1);
-        Deinterleave(block2, bands, planes2);
+        Deinterleave(inputs[0], bands, planes1);
+        Deinterleave(inputs[1], bands, planes2);
         for (std::size_t i = 0; i < bands * blockPixels; i += hn::Lanes(d)) {
             const auto a = hn::Load(d, planes1 + i);
             const auto b = hn::Load(d, planes2 + i);
@@ -171,7 +172,7 @@ HWY_ATTR void LargestDifference(const T* row1, const T* row2, T* out, std::size_
         for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(dReal))
             StoreRoundedLanes(Map(LoadReal(dReal, largest + i), output), outBlock + i);
     };
-    InBlocks(row1, bands, row2, bands, out, 1, pixels, block);
+    InBlocks<T>({{row1, bands}, {row2, bands}}, out, 1, pixels, block);
 }
 
 template <class T>
@@ -181,12 +182,12 @@ HWY_ATTR void Mask(const T* row1, const T* mask, T* out, std::size_t pixels, std
     const bool isLong = bands >= hn::Lanes(hn::ScalableTag<T>());
     if (bands > mostBands || isLong || value > std::numeric_limits<T>::max())
         return ScalarBlendKernels<T>().mask(row1, mask, out, pixels, bands, value, color);
-    const auto block = [&](const T* pixelBlock, const T* maskBlock, T* outBlock) HWY_ATTR {
+    const auto block = [&](const std::array<const T*, 2>& inputs, T* outBlock) HWY_ATTR {
         const hn::ScalableTag<T> d;
         HWY_ALIGN T planes[mostBands * blockPixels];
-        Deinterleave(pixelBlock, bands, planes);
+        Deinterleave(inputs[0], bands, planes);
         for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
-            const auto isMasked = hn::Eq(hn::LoadU(d, maskBlock + i), hn::Set(d, static_cast<T>(value)));
+            const auto isMasked = hn::Eq(hn::LoadU(d, inputs[1] + i), hn::Set(d, static_cast<T>(value)));
             for (std::uint32_t c = 0; c < bands; ++c) {
                 T* const place = planes + c * blockPixels + i;
                 hn::Store(hn::IfThenElse(isMasked, hn::Set(d, color[c]), hn::Load(d, place)), d, place);
@@ -194,7 +195,7 @@ HWY_ATTR void Mask(const T* row1, const T* mask, T* out, std::size_t pixels, std
         }
         Interleave(planes, bands, outBlock);
     };
-    InBlocks(row1, bands, mask, 1, out, bands, pixels, block);
+    InBlocks<T>({{row1, bands}, {mask, 1}}, out, bands, pixels, block);
 }
 
 template <class T>
@@ -202,29 +203,30 @@ HWY_ATTR void Merge(const T* row1, std::uint32_t bands1, const T* row2, std::uin
                     std::size_t pixels) {
     const std::uint32_t bands = bands1 + bands2;
     if (bands > mostBands) return ScalarBlendKernels<T>().merge(row1, bands1, row2, bands2, out, pixels);
-    const auto block = [&](const T* block1, const T* block2, T* outBlock) HWY_ATTR {
+    const auto block = [&](const std::array<const T*, 2>& inputs, T* outBlock) HWY_ATTR {
         HWY_ALIGN T planes[mostBands * blockPixels];
-        Deinterleave(block1, bands1, planes);
-        Deinterleave(block2, bands2, planes + bands1 * blockPixels);
+        Deinterleave(inputs[0], bands1, planes);
+        Deinterleave(inputs[1], bands2, planes + bands1 * blockPixels);
         Interleave(planes, bands, outBlock);
     };
-    InBlocks(row1, bands1, row2, bands2, out, bands, pixels, block);
+    InBlocks<T>({{row1, bands1}, {row2, bands2}}, out, bands, pixels, block);
 }
 
 template <class T>
 HWY_ATTR void AddToFirst(T* row1, const T* row2, std::size_t pixels, const LinearMap& map1,
                          const LinearMap& map2) {
-    const auto block = [&](const T* block1, const T* block2, T* outBlock) HWY_ATTR {
+    const auto block = [&](const std::array<const T*, 2>& inputs, T* outBlock) HWY_ATTR {
         const Reals d;
         HWY_ALIGN T planes[3 * blockPixels];
-        Deinterleave(block1, 3, planes);
+        Deinterleave(inputs[0], 3, planes);
         for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d))
-            StoreRoundedLanes(hn::Add(Map(LoadReal(d, block2 + i), map2), Map(LoadReal(d, planes + i), map1)),
-                              planes + i);
+            StoreRoundedLanes(
+                hn::Add(Map(LoadReal(d, inputs[1] + i), map2), Map(LoadReal(d, planes + i), map1)),
+                planes + i);
         Interleave(planes, 3, outBlock);
     };
-    InBlocks(static_cast<const T*>(row1), 3, row2, 1, row1, 3, pixels,
-             block); // blocks are read, then written
+    // Blocks are read, then written.
+    InBlocks<T>({{row1, 3}, {row2, 1}}, row1, 3, pixels, block);
 }
 
 template <class T>
@@ -251,14 +253,12 @@ HWY_EXPORT(Kernels16);
 
 template <>
 BlendKernels<unsigned char> BlendKernelsFor(SimdTarget target) {
-    return target == 0 ? ScalarBlendKernels<unsigned char>()
-                       : HWY_DISPATCH_TABLE(Kernels8)[DispatchIndex(target)]();
+    return ForTarget(target, ScalarBlendKernels<unsigned char>(), HWY_DISPATCH_TABLE(Kernels8));
 }
 
 template <>
 BlendKernels<unsigned short> BlendKernelsFor(SimdTarget target) {
-    return target == 0 ? ScalarBlendKernels<unsigned short>()
-                       : HWY_DISPATCH_TABLE(Kernels16)[DispatchIndex(target)]();
+    return ForTarget(target, ScalarBlendKernels<unsigned short>(), HWY_DISPATCH_TABLE(Kernels16));
 }
 
 } // namespace kernels

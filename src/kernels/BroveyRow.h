@@ -6,7 +6,7 @@
 namespace kernels {
 
 /// Brovey: every output band is its multispectral band times the ratio of pan to the weighted sum s of all
-/// multispectral bands (PixelSum),
+/// multispectral bands,
 ///
 ///     r = pan / s, or 0 when s is 0
 ///     out[c] = truncate(ms[c] * r), within the pixel range
@@ -14,7 +14,7 @@ namespace kernels {
 /// in IEEE double: divided first, then multiplied, then truncated, not rounded. This scalar version is the
 /// definition; every other version gives the same bytes.
 template <class T>
-void BroveyRowScalar(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands);
+void BroveyRowScalar(const FusionRows<T>& rows, T* out, std::size_t pixels, const BandWeights& bands);
 
 /// The version for a vector target that can run here. Asked once, when an image is initialised.
 template <class T>

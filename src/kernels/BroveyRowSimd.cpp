@@ -11,13 +11,13 @@
 // Highway asks for this order.
 #include <hwy/highway.h>
 
-#include "kernels/Words-inl.h"
+#include "kernels/Packed-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kernels {
 namespace HWY_NAMESPACE {
 
-// The quick way is for weights that are 0 or of an ordinary size and not negative. Then nothing cancels, and
+// The filter is for weights that are 0 or of an ordinary size and not negative. Then nothing cancels, and
 // a result errs by at most a relative 2^-24 in float, 2^-53 in double, for each of: the weights, the
 // products, a sum a band, the quotient and the product. Twice as much is allowed for; in double that is next
 // to nothing.
@@ -25,27 +25,28 @@ constexpr double leastWeight = 1.0 / (1 << 20);
 constexpr double mostWeight = 1024.0;
 
 template <class T>
-struct BroveyWay {
+struct BroveyFilter {
     using Real = RealOf<T>;
+    static constexpr FuseRow<T> definition = &BroveyRowScalar<T>;
 
-    explicit BroveyWay(const BandWeights& bandWeights)
+    explicit BroveyFilter(const BandWeights& bandWeights)
         : bands(bandWeights), error(sizeof(T) == 1 ? static_cast<int>(bandWeights.msBands) + 4 : 1) {
-        hasQuick = true;
+        isUsable = true;
         for (std::uint32_t band = 0; band < bands.msBands; ++band) {
             const double weight = bands.weights[band];
-            hasQuick = hasQuick && (weight == 0.0 || (weight >= leastWeight && weight <= mostWeight));
+            isUsable = isUsable && (weight == 0.0 || (weight >= leastWeight && weight <= mostWeight));
         }
-        for (std::uint32_t band = 0; hasQuick && band < bands.msBands; ++band)
+        for (std::uint32_t band = 0; isUsable && band < bands.msBands; ++band)
             weights[band] = static_cast<Real>(bands.weights[band]) / fixedOne;
     }
 
-    HWY_ATTR bool Quick(T* planes, const T* HWY_RESTRICT pan, Doubts& doubts) const {
+    HWY_ATTR bool Filtered(T* planes, const T* HWY_RESTRICT pan, Uncertain& uncertain) const {
         const hn::ScalableTag<Real> d;
         const WholeNumbers d32;
         const auto offset = hn::Set(d, FixedOffset<Real>(error));
         for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d32)) {
             const auto ratioFrom = [&](std::size_t p) HWY_ATTR {
-                return Ratio(d, LoadReal(d, pan + p), QuickSum(d, planes + p, weights, bands.msBands));
+                return Ratio(d, LoadReal(d, pan + p), FilteredSum(d, planes + p, weights, bands.msBands));
             };
             const auto ratio = ratioFrom(i);
             const auto secondRatio = sizeof(T) == 1 ? ratio : ratioFrom(i + hn::Lanes(d));
@@ -57,9 +58,9 @@ struct BroveyWay {
                 });
                 StoreResults(results, samples, fractions);
             }
-            AddDoubts(d32, InDoubt(fractions, error), i, doubts);
+            AddUncertain(d32, IsUncertain(fractions, error), i, uncertain);
         }
-        return doubts.count <= mostDoubts;
+        return uncertain.count <= mostUncertain;
     }
 
     template <class D>
@@ -69,18 +70,19 @@ struct BroveyWay {
 
 #if HWY_TARGET != HWY_SCALAR
     template <class D, class S, class V, std::uint32_t Bands>
-    HWY_INLINE void Words(D d, SomeWords<S, Bands>& of, const SomeBands<V, Bands>& ms, V pan,
-                          std::size_t firstPixel, Doubts& doubts) const {
+    HWY_INLINE void Packed(D d, PackedPixels<S, Bands>& packed, const SomeBands<V, Bands>& ms, const T* pan,
+                           const T* additional, std::size_t firstPixel, Uncertain& uncertain) const {
         const WholeNumbers d32;
-        const auto ratio = Ratio(d, pan, QuickSumOfBands(d, ms, weights, hn::Zero(d)));
+        const auto s = FilteredSumOfBands(d, ms, additional, weights, hn::Zero(d));
+        const auto ratio = Ratio(d, LoadReal(d, pan), s);
         auto fractions = hn::Zero(d32);
         const auto sum = [&](std::uint32_t band) HWY_ATTR {
             return hn::MulAdd(ms.bands[std::min(band, Bands - 1)], ratio,
                               hn::Set(d, FixedOffset<Real>(error)));
         };
-        for (std::uint32_t w = 0, c = 0; c < Bands; ++w, c += wordBands)
-            of.words[w] = JoinFixed(d, sum(c), sum(c + 1), sum(c + 2), sum(c + 3), fractions);
-        AddDoubtsOfSums(d, fractions, error, firstPixel, doubts);
+        for (std::uint32_t w = 0, c = 0; c < Bands; ++w, c += packedBands)
+            packed.words[w] = JoinFixed(d, sum(c), sum(c + 1), sum(c + 2), sum(c + 3), fractions);
+        AddUncertainOfSums(d, fractions, error, firstPixel, uncertain);
     }
 #endif
 
@@ -97,26 +99,19 @@ struct BroveyWay {
     }
 
     const BandWeights& bands;
-    bool hasQuick = false;
-    const int error;              ///< of quick results, in steps of 1 / fixedOne
-    Real weights[mostBands] = {}; ///< by which a ratio has fixedBits more
+    bool isUsable = false;
+    const int error;               ///< of its results, in steps of 1 / fixedOne
+    Real weights[mostPlanes] = {}; ///< by which a ratio has fixedBits more
 };
 
 template <class T>
-HWY_ATTR void BroveyRow(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands) {
-    if (bands.msBands > mostBands) return BroveyRowScalar(ms, pan, out, pixels, bands);
-    FuseFast(ms, pan, out, pixels, bands, BroveyWay<T>(bands));
+HWY_ATTR void BroveyRow(const FusionRows<T>& rows, T* out, std::size_t pixels, const BandWeights& bands) {
+    if (HasManyBands(rows, bands)) return BroveyRowScalar(rows, out, pixels, bands);
+    FuseFiltered(rows, out, pixels, BroveyFilter<T>(bands));
 }
 
-void BroveyRow8(const unsigned char* ms, const unsigned char* pan, unsigned char* out, std::size_t pixels,
-                const BandWeights& bands) {
-    BroveyRow(ms, pan, out, pixels, bands);
-}
-
-void BroveyRow16(const unsigned short* ms, const unsigned short* pan, unsigned short* out, std::size_t pixels,
-                 const BandWeights& bands) {
-    BroveyRow(ms, pan, out, pixels, bands);
-}
+FuseRow<unsigned char> BroveyRow8() { return &BroveyRow<unsigned char>; }
+FuseRow<unsigned short> BroveyRow16() { return &BroveyRow<unsigned short>; }
 
 } // namespace HWY_NAMESPACE
 } // namespace kernels
@@ -130,14 +125,12 @@ HWY_EXPORT(BroveyRow16);
 
 template <>
 FuseRow<unsigned char> BroveyRowFor(SimdTarget target) {
-    return target == 0 ? &BroveyRowScalar<unsigned char>
-                       : HWY_DISPATCH_TABLE(BroveyRow8)[DispatchIndex(target)];
+    return ForTarget<FuseRow<unsigned char>>(target, &BroveyRowScalar, HWY_DISPATCH_TABLE(BroveyRow8));
 }
 
 template <>
 FuseRow<unsigned short> BroveyRowFor(SimdTarget target) {
-    return target == 0 ? &BroveyRowScalar<unsigned short>
-                       : HWY_DISPATCH_TABLE(BroveyRow16)[DispatchIndex(target)];
+    return ForTarget<FuseRow<unsigned short>>(target, &BroveyRowScalar, HWY_DISPATCH_TABLE(BroveyRow16));
 }
 
 } // namespace kernels

@@ -14,7 +14,7 @@
 // Highway asks for this order.
 #include <hwy/highway.h>
 
-#include "kernels/Planes-inl.h"
+#include "kernels/Planar-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kernels {
@@ -24,14 +24,14 @@ namespace HWY_NAMESPACE {
 template <class T, class Convert>
 HWY_ATTR void ConvertPlanes(const T* in, T* out, std::size_t pixels, std::size_t lanes,
                             const Convert& convert) {
-    const auto block = [&](const T* inBlock, const T* /*none*/, T* outBlock) HWY_ATTR {
+    const auto block = [&](const std::array<const T*, 1>& inputs, T* outBlock) HWY_ATTR {
         HWY_ALIGN T planes[3 * blockPixels];
-        Deinterleave(inBlock, 3, planes);
+        Deinterleave(inputs[0], 3, planes);
         for (std::size_t i = 0; i < blockPixels; i += lanes)
             convert(planes + i, planes + blockPixels + i, planes + 2 * blockPixels + i);
         Interleave(planes, 3, outBlock);
     };
-    InBlocks(in, 3, in, 0, out, 3, pixels, block);
+    InBlocks<T>({{in, 3}}, out, 3, pixels, block);
 }
 
 /// YUV is worked out in whole numbers of twice the sample's width. With 16 bits those hold every sum. With 8
@@ -170,14 +170,12 @@ HWY_EXPORT(Row16);
 
 template <>
 ConvertRow<unsigned char> ConvertRowFor(Conversion conversion, SimdTarget target) {
-    return target == 0 ? ScalarRow<unsigned char>(conversion)
-                       : HWY_DISPATCH_TABLE(Row8)[DispatchIndex(target)](conversion);
+    return ForTarget(target, ScalarRow<unsigned char>(conversion), HWY_DISPATCH_TABLE(Row8), conversion);
 }
 
 template <>
 ConvertRow<unsigned short> ConvertRowFor(Conversion conversion, SimdTarget target) {
-    return target == 0 ? ScalarRow<unsigned short>(conversion)
-                       : HWY_DISPATCH_TABLE(Row16)[DispatchIndex(target)](conversion);
+    return ForTarget(target, ScalarRow<unsigned short>(conversion), HWY_DISPATCH_TABLE(Row16), conversion);
 }
 
 } // namespace kernels

@@ -5,8 +5,22 @@
 #include <cstdint>
 #include <limits>
 
-/// Results of quick ways as whole numbers of 2^-fixedBits. Each is taken too small by the most that it errs
+/// Results of filters as whole numbers of 2^-fixedBits, made by adding a result times fixedOne to a real
+/// number so large that its last bit counts 1 (fixedUnit). Each is taken too small by the most that it errs
 /// by, so that its whole part is right unless its fraction is close to 1.
+///
+/// For example 147.25, an 8-bit result that errs by 6 steps of 2^-15 at most, in float:
+///
+///     147.25 * 2^15 + FixedOffset(6) = 4825088 + 2^23 - 7
+///
+///     0 10010110 10010011 001111111111001     its bits
+///     | |        |        fraction, 15 bits: 8185, at most MostCertainFraction(6) = 32752, so that
+///     | |        whole part, 8 bits: 147 is certain; from 32753 on the result is uncertain
+///     | exponent of 2^23, the same for all results from 0 to below 256
+///     sign
+///
+/// A 16-bit result, in double with 2^52, has its whole part in 16 bits above the same fraction, 31 bits
+/// together: the lower half of the double holds them all.
 namespace kernels {
 
 inline constexpr int fixedBits = 15;
@@ -20,7 +34,7 @@ inline constexpr Real fixedUnit = std::uint64_t{1} << (std::numeric_limits<Real>
 template <class Real>
 inline constexpr Real signedUnit = fixedUnit<Real> + fixedUnit<Real> / 2;
 
-/// The largest result of samples T, whose fraction is in no doubt, with fixedUnit.
+/// The largest result of samples T, whose fraction is certain, with fixedUnit.
 template <class T, class Real>
 inline constexpr Real fixedMost = fixedUnit<Real> + (Real(maxSample<T>) + Real(0.5)) * fixedOne;
 

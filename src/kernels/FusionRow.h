@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -16,20 +17,51 @@ struct BandWeights {
     const InjectionGains* injection = nullptr; ///< read by InjectionRow alone, which needs it
 };
 
-/// Fuses one row of `pixels` pixels: reads exactly pixels * msBands samples of `ms` and pixels of `pan`,
-/// writes exactly pixels * outputBands samples of `out`, all interleaved by pixel. `out` overlaps neither
-/// input.
+/// The input of a fusing kernel, rows of as many pixels.
 template <class T>
-using FuseRow = void (*)(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands);
+struct FusionRows {
+    const T* ms = nullptr; ///< the multispectral bands interleaved by pixel: all, or all but the last
+    const T* pan = nullptr;
+    const T* additional = nullptr; ///< the last multispectral band where it lies apart, else null
 
-/// The weighted sum of the bands of one pixel, from 0.0 up in the order of the bands, one rounding an
-/// operation.
+    /// Bands that `ms` has a pixel.
+    [[nodiscard]] std::uint32_t InterleavedBands(const BandWeights& bands) const {
+        return bands.msBands - (additional ? 1 : 0);
+    }
+    /// The rows from a pixel on.
+    [[nodiscard]] FusionRows From(std::size_t pixel, const BandWeights& bands) const {
+        return {ms + pixel * InterleavedBands(bands), pan + pixel, additional ? additional + pixel : nullptr};
+    }
+    [[nodiscard]] T Band(std::size_t pixel, std::uint32_t band, const BandWeights& bands) const {
+        const std::uint32_t interleaved = InterleavedBands(bands);
+        return band < interleaved ? ms[pixel * interleaved + band] : additional[pixel];
+    }
+};
+
+/// Fuses one row of `pixels` pixels: reads exactly so many of every row of `rows`, writes exactly
+/// pixels * outputBands samples of `out`, interleaved by pixel. `out` overlaps no input.
 template <class T>
-inline double PixelSum(const T* pixel, const BandWeights& bands) {
-    double s = 0.0;
-    for (std::uint32_t b = 0; b < bands.msBands; ++b)
-        s = s + pixel[b] * bands.weights[b];
-    return s;
+using FuseRow = void (*)(const FusionRows<T>& rows, T* out, std::size_t pixels, const BandWeights& bands);
+
+/// A row by a formula of a pixel's pan sample and of s, the weighted sum of its bands, from 0.0 up in the
+/// order of the bands, one rounding an operation. formula(pan, s) gives what turns a band's sample and number
+/// into an output sample.
+template <class T, class Formula>
+inline void FuseByFormula(const FusionRows<T>& rows, T* out, std::size_t pixels, const BandWeights& bands,
+                          const Formula& formula) {
+    const std::uint32_t interleaved = rows.InterleavedBands(bands);
+    const std::uint32_t written = std::min(interleaved, bands.outputBands);
+    const T* ms = rows.ms;
+    for (std::size_t p = 0; p < pixels; ++p, ms += interleaved, out += bands.outputBands) {
+        double s = 0.0;
+        for (std::uint32_t b = 0; b < interleaved; ++b)
+            s = s + ms[b] * bands.weights[b];
+        if (rows.additional) s = s + rows.additional[p] * bands.weights[interleaved];
+        const auto fused = formula(rows.pan[p], s);
+        for (std::uint32_t c = 0; c < written; ++c)
+            out[c] = fused(ms[c], c);
+        if (written < bands.outputBands) out[written] = fused(rows.additional[p], written);
+    }
 }
 
 } // namespace kernels

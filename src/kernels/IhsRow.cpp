@@ -62,30 +62,28 @@ Rgb ToRgb(const HueSaturation& color, double value) {
 } // namespace
 
 template <class T>
-void IhsRowScalar(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands) {
+void IhsRowScalar(const FusionRows<T>& rows, T* out, std::size_t pixels, const BandWeights& bands) {
     constexpr double unit = 1.0 / maxSample<T>;
     const bool hasInfrared = bands.msBands > 3;
     const double infraredWeight = hasInfrared ? bands.weights[3] / maxSample<T> : 0.0;
-    for (std::size_t p = 0; p < pixels; ++p) {
-        const double infrared = hasInfrared ? ms[3] * infraredWeight : 0.0;
-        double value = pan[p] * unit - infrared;
+    for (std::size_t p = 0; p < pixels; ++p, out += bands.outputBands) {
+        const auto ms = [&](std::uint32_t band) { return rows.Band(p, band, bands); };
+        const double infrared = hasInfrared ? ms(3) * infraredWeight : 0.0;
+        double value = rows.pan[p] * unit - infrared;
         if (!(value > 0.0)) value = 0.0;
-        const auto [r, g, b] = ToRgb(ToHueSaturation({ms[0] * unit, ms[1] * unit, ms[2] * unit}), value);
+        const auto [r, g, b] = ToRgb(ToHueSaturation({ms(0) * unit, ms(1) * unit, ms(2) * unit}), value);
         const T rgb[] = {StoreTruncated<T>(r * maxSample<T>), StoreTruncated<T>(g * maxSample<T>),
                          StoreTruncated<T>(b * maxSample<T>)};
         std::copy_n(rgb, std::min(bands.outputBands, std::uint32_t{3}), out);
-        if (bands.outputBands > 3) {
-            out[3] = StoreTruncated<T>(pan[p] - (rgb[0] + rgb[1] + rgb[2]) / 3.0 + infrared);
-            std::copy(ms + 4, ms + bands.outputBands, out + 4);
-        }
-        ms += bands.msBands;
-        out += bands.outputBands;
+        if (bands.outputBands > 3)
+            out[3] = StoreTruncated<T>(rows.pan[p] - (rgb[0] + rgb[1] + rgb[2]) / 3.0 + infrared);
+        for (std::uint32_t c = 4; c < bands.outputBands; ++c)
+            out[c] = ms(c);
     }
 }
 
-template void IhsRowScalar(const unsigned char*, const unsigned char*, unsigned char*, std::size_t,
-                           const BandWeights&);
-template void IhsRowScalar(const unsigned short*, const unsigned short*, unsigned short*, std::size_t,
+template void IhsRowScalar(const FusionRows<unsigned char>&, unsigned char*, std::size_t, const BandWeights&);
+template void IhsRowScalar(const FusionRows<unsigned short>&, unsigned short*, std::size_t,
                            const BandWeights&);
 
 } // namespace kernels

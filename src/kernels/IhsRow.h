@@ -19,7 +19,7 @@ inline constexpr std::uint32_t ihsFewestBands = 3;
 /// in IEEE double, within the pixel range. Of the weights only weights[3] is read, and only when msBands is
 /// greater than 3. This scalar version is the definition; every other version gives the same bytes.
 template <class T>
-void IhsRowScalar(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands);
+void IhsRowScalar(const FusionRows<T>& rows, T* out, std::size_t pixels, const BandWeights& bands);
 
 /// The version for a vector target that can run here. Asked once, when an image is initialised.
 template <class T>

@@ -12,7 +12,7 @@
 // Highway asks for this order.
 #include <hwy/highway.h>
 
-#include "kernels/Quick-inl.h"
+#include "kernels/Filtered-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kernels {
@@ -79,25 +79,27 @@ HWY_INLINE Triple<V> ReplaceValue(D d, const Triple<V>& in, V value) {
 // coefficients and products, for its offset and the second sum and by one step for the last, in double by
 // half a step for the offset and both sums.
 template <class T>
-struct IhsWay {
+struct IhsFilter {
     using Real = RealOf<T>;
+    static constexpr FuseRow<T> definition = &IhsRowScalar<T>;
     static constexpr int error = sizeof(T) == 1 ? 6 : 2;
     static constexpr double mostWeight = 1.0; ///< of infrared; keeps the value at most 2
 
-    explicit IhsWay(const BandWeights& bandWeights)
+    explicit IhsFilter(const BandWeights& bandWeights)
         : bands(bandWeights), infraredWeight(bands.msBands > 3 ? bands.weights[3] / maxSample<T> : 0.0),
-          hasQuick(bands.msBands <= 3 || std::fabs(bands.weights[3]) <= mostWeight) {
-        if (!hasQuick) return;
+          isUsable(bands.msBands <= 3 || std::fabs(bands.weights[3]) <= mostWeight) {
+        if (!isUsable) return;
         infraredOfValue = static_cast<Real>(infraredWeight * maxSample<T> * fixedOne);
         infraredOfFourth = static_cast<Real>(infraredWeight * fixedOne);
     }
 
-    HWY_ATTR bool Quick(T* planes, const T* HWY_RESTRICT pan, Doubts& doubts) const {
+    HWY_ATTR bool Filtered(T* planes, const T* HWY_RESTRICT pan, Uncertain& uncertain) const {
         if (infraredWeight != 0.0)
-            QuickBands<true>(planes, pan, doubts);
+            FilteredBands<true>(planes, pan, uncertain);
         else
-            QuickBands<false>(planes, pan, doubts);
-        return doubts.count <= mostDoubts && (bands.outputBands <= 3 || QuickFourth(planes, pan, doubts));
+            FilteredBands<false>(planes, pan, uncertain);
+        return uncertain.count <= mostUncertain &&
+               (bands.outputBands <= 3 || FilteredFourth(planes, pan, uncertain));
     }
 
     /// V * max as it is stored, in steps, with the roundings of the definition: often it is just below or on
@@ -115,7 +117,7 @@ struct IhsWay {
     }
 
     template <bool IsInfrared>
-    HWY_ATTR void QuickBands(T* planes, const T* HWY_RESTRICT pan, Doubts& doubts) const {
+    HWY_ATTR void FilteredBands(T* planes, const T* HWY_RESTRICT pan, Uncertain& uncertain) const {
         const hn::ScalableTag<Real> d;
         const WholeNumbers d32;
         const hn::Rebind<T, WholeNumbers> narrow;
@@ -146,19 +148,19 @@ struct IhsWay {
                 });
                 StoreResults(hn::IfThenElse(isLargest, ofLargest, results), samples, fractions);
             }
-            AddDoubts(d32, InDoubt(fractions, error), i, doubts);
+            AddUncertain(d32, IsUncertain(fractions, error), i, uncertain);
         }
     }
 
     /// The fourth band from the three new ones.
-    HWY_ATTR bool QuickFourth(T* planes, const T* HWY_RESTRICT pan, Doubts& doubts) const {
+    HWY_ATTR bool FilteredFourth(T* planes, const T* HWY_RESTRICT pan, Uncertain& uncertain) const {
         const hn::ScalableTag<Real> d;
         const WholeNumbers d32;
         const hn::Rebind<T, WholeNumbers> narrow;
-        // Without infrared a third of the results would be whole, and in doubt; a sixth more, none is.
+        // Without infrared a third of the results would be whole, and uncertain; a sixth more, none is.
         const Real more = infraredWeight != 0.0 ? Real(0) : Real(fixedOne / 6.0);
         const auto offset = hn::Set(d, FixedOffset<Real>(error) + more);
-        Doubts ofFourth;
+        Uncertain ofFourth;
         for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d32)) {
             const auto whole = [&](std::uint32_t band) HWY_ATTR {
                 return hn::PromoteTo(d32, hn::LoadU(narrow, planes + band * blockPixels + i));
@@ -173,11 +175,11 @@ struct IhsWay {
             });
             auto fractions = hn::Zero(d32);
             StoreResults(results, fourth, fractions);
-            AddDoubts(d32, InDoubt(fractions, error), i, ofFourth);
+            AddUncertain(d32, IsUncertain(fractions, error), i, ofFourth);
         }
-        if (ofFourth.count > mostDoubts) return false;
-        std::copy_n(ofFourth.pixels, ofFourth.count, doubts.pixels + doubts.count);
-        doubts.count += ofFourth.count;
+        if (ofFourth.count > mostUncertain) return false;
+        std::copy_n(ofFourth.pixels, ofFourth.count, uncertain.pixels + uncertain.count);
+        uncertain.count += ofFourth.count;
         return true;
     }
 
@@ -199,14 +201,14 @@ struct IhsWay {
 
     const BandWeights& bands;
     double infraredWeight;
-    bool hasQuick;
+    bool isUsable;
     Real infraredOfValue = 0;  ///< its weight in V * max, in steps
     Real infraredOfFourth = 0; ///< and in the fourth band
 };
 
 /// By the operations of the definition; planes from the fifth on stay as they are.
 template <class T>
-HWY_ATTR void IhsWay<T>::Exact(T* planes, const T* HWY_RESTRICT pan, std::size_t pixels) const {
+HWY_ATTR void IhsFilter<T>::Exact(T* planes, const T* HWY_RESTRICT pan, std::size_t pixels) const {
     const hn::ScalableTag<double> d;
     using V = hn::Vec<decltype(d)>;
     const V unit = hn::Set(d, 1.0 / maxSample<T>);
@@ -230,20 +232,13 @@ HWY_ATTR void IhsWay<T>::Exact(T* planes, const T* HWY_RESTRICT pan, std::size_t
 }
 
 template <class T>
-HWY_ATTR void IhsRow(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands) {
-    if (bands.msBands > mostBands) return IhsRowScalar(ms, pan, out, pixels, bands);
-    FuseBlocks(ms, pan, out, pixels, bands, IhsWay<T>(bands));
+HWY_ATTR void IhsRow(const FusionRows<T>& rows, T* out, std::size_t pixels, const BandWeights& bands) {
+    if (HasManyBands(rows, bands)) return IhsRowScalar(rows, out, pixels, bands);
+    FusePlanar(rows, out, pixels, IhsFilter<T>(bands));
 }
 
-void IhsRow8(const unsigned char* ms, const unsigned char* pan, unsigned char* out, std::size_t pixels,
-             const BandWeights& bands) {
-    IhsRow(ms, pan, out, pixels, bands);
-}
-
-void IhsRow16(const unsigned short* ms, const unsigned short* pan, unsigned short* out, std::size_t pixels,
-              const BandWeights& bands) {
-    IhsRow(ms, pan, out, pixels, bands);
-}
+FuseRow<unsigned char> IhsRow8() { return &IhsRow<unsigned char>; }
+FuseRow<unsigned short> IhsRow16() { return &IhsRow<unsigned short>; }
 
 } // namespace HWY_NAMESPACE
 } // namespace kernels
@@ -257,12 +252,12 @@ HWY_EXPORT(IhsRow16);
 
 template <>
 FuseRow<unsigned char> IhsRowFor(SimdTarget target) {
-    return target == 0 ? &IhsRowScalar<unsigned char> : HWY_DISPATCH_TABLE(IhsRow8)[DispatchIndex(target)];
+    return ForTarget<FuseRow<unsigned char>>(target, &IhsRowScalar, HWY_DISPATCH_TABLE(IhsRow8));
 }
 
 template <>
 FuseRow<unsigned short> IhsRowFor(SimdTarget target) {
-    return target == 0 ? &IhsRowScalar<unsigned short> : HWY_DISPATCH_TABLE(IhsRow16)[DispatchIndex(target)];
+    return ForTarget<FuseRow<unsigned short>>(target, &IhsRowScalar, HWY_DISPATCH_TABLE(IhsRow16));
 }
 
 } // namespace kernels

@@ -16,7 +16,7 @@ struct InjectionGains {
 };
 
 /// Injection: every output band is its multispectral band plus the detail, which is the difference between
-/// pan and the intensity I, the weighted sum of all multispectral bands (PixelSum), times a gain that may
+/// pan and the intensity I, the weighted sum of all multispectral bands, times a gain that may
 /// follow the band's ratio to the intensity,
 ///
 ///     m = the larger of I and floor
@@ -29,7 +29,7 @@ struct InjectionGains {
 /// in IEEE double, one rounding an operation. With gains of 1, ratio gains of 0 and no limit it is KOVA. This
 /// scalar version is the definition; every other version gives the same bytes.
 template <class T>
-void InjectionRowScalar(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands);
+void InjectionRowScalar(const FusionRows<T>& rows, T* out, std::size_t pixels, const BandWeights& bands);
 
 /// The version for a vector target that can run here. Asked once, when an image is initialised.
 template <class T>

@@ -13,7 +13,7 @@ namespace kernels {
 ///
 /// in IEEE double. This scalar version is the definition; every other version gives the same bytes.
 template <class T>
-void KovaRowScalar(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands);
+void KovaRowScalar(const FusionRows<T>& rows, T* out, std::size_t pixels, const BandWeights& bands);
 
 /// The version for a vector target that can run here. Asked once, when an image is initialised.
 template <class T>

@@ -13,7 +13,7 @@
 // Highway asks for this order.
 #include <hwy/highway.h>
 
-#include "kernels/Words-inl.h"
+#include "kernels/Packed-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kernels {
@@ -23,8 +23,8 @@ namespace HWY_NAMESPACE {
 // to d, a half rounded up, whenever d is known well enough to tell r and the roundings of ms + d cannot carry
 // it across a half. Those are at most 2^-33 while |d| < 2^20.
 //
-// The quick way, in float for 8-bit samples and in double for those of 16, takes the number nearest to its d.
-// What lies on a half or nearer to it than d errs by is in doubt. With weights of magnitude W together that
+// The filter, in float for 8-bit samples and in double for those of 16, takes the number nearest to its d.
+// What lies on a half or nearer to it than d errs by is uncertain. With weights of magnitude W together that
 // is
 //
 //     u * (max + 1) * (W [weights] + (bands + 1) * W [products and sums] + 1 + W [d])
@@ -42,16 +42,16 @@ struct KovaBounds {
     static constexpr double errorUnit = std::numeric_limits<RealOf<T>>::epsilon() * (maxSample<T> + 1);
     static constexpr double nearHalf = 1.0 / (1 << 30);
     static constexpr double mostShift = isFloat ? 1 << 15 : 1 << 20;
-    static constexpr double mostError = 1.0 / 64; ///< with more, too many pixels are in doubt
+    static constexpr double mostError = 1.0 / 64; ///< with more, too many pixels are uncertain
 };
 
-/// What the weights allow; made once a row.
 template <class T>
-struct KovaWay {
+struct KovaFilter {
     using Real = RealOf<T>;
+    static constexpr FuseRow<T> definition = &KovaRowScalar<T>;
     using Bounds = KovaBounds<T>;
 
-    explicit KovaWay(const BandWeights& bandWeights) : bands(bandWeights) {
+    explicit KovaFilter(const BandWeights& bandWeights) : bands(bandWeights) {
         double magnitude = 0.0;
         bool isExact = true;
         for (std::uint32_t band = 0; band < bands.msBands; ++band) {
@@ -63,8 +63,8 @@ struct KovaWay {
         isExact = isExact && most < Bounds::mostExact;
         const double error =
             isExact ? 0.0 : Bounds::errorUnit * ((bands.msBands + 3) * magnitude + 1.0) + Bounds::nearHalf;
-        hasQuick = most < Bounds::mostShift && error < Bounds::mostError;
-        if (!hasQuick) return;
+        isUsable = most < Bounds::mostShift && error < Bounds::mostError;
+        if (!isUsable) return;
         farthest = static_cast<Real>(0.5 - error);
         above = static_cast<Real>(isExact ? Bounds::unit / 4 : 0.0);
         for (std::uint32_t band = 0; band < bands.msBands; ++band)
@@ -74,35 +74,35 @@ struct KovaWay {
     /// The whole shifts of some pixels, from sums of bands that are `above` less, as the lowest bits.
     template <class D>
     HWY_INLINE hn::Vec<D> Shifts(D d, hn::Vec<D> pan, hn::Vec<D> sum, std::size_t firstPixel,
-                                 Doubts& doubts) const {
+                                 Uncertain& uncertain) const {
         const auto difference = hn::Sub(pan, sum);
         const auto unit = hn::Set(d, signedUnit<Real>); // makes it whole
         const auto shift = hn::Add(difference, unit);
         const auto fromShift = hn::Abs(hn::Sub(difference, hn::Sub(shift, unit)));
-        AddDoubts(d, hn::Gt(fromShift, hn::Set(d, farthest)), firstPixel, doubts);
+        AddUncertain(d, hn::Gt(fromShift, hn::Set(d, farthest)), firstPixel, uncertain);
         return shift;
     }
 
 #if HWY_TARGET != HWY_SCALAR
     template <class D, class S, class V, std::uint32_t Bands>
-    HWY_INLINE void Words(D d, SomeWords<S, Bands>& of, const SomeBands<V, Bands>& ms, V pan,
-                          std::size_t firstPixel, Doubts& doubts) const {
-        const auto sum = QuickSumOfBands(d, ms, weights, hn::Set(d, -above));
-        const auto [up, down] = RepeatLimited(d, Shifts(d, pan, sum, firstPixel, doubts));
-        for (S& words : of.words)
+    HWY_INLINE void Packed(D d, PackedPixels<S, Bands>& packed, const SomeBands<V, Bands>& ms, const T* pan,
+                           const T* additional, std::size_t firstPixel, Uncertain& uncertain) const {
+        const auto sum = FilteredSumOfBands(d, ms, additional, weights, hn::Set(d, -above));
+        const auto [up, down] = RepeatLimited(d, Shifts(d, LoadReal(d, pan), sum, firstPixel, uncertain));
+        for (S& words : packed.words)
             words = hn::SaturatedSub(hn::SaturatedAdd(words, up), down);
     }
 #endif
 
     /// Shifts of a block, upward and downward; one of the two is 0.
-    HWY_ATTR void BlockShifts(const T* planes, const T* pan, T* up, T* down, Doubts& doubts) const {
+    HWY_ATTR void BlockShifts(const T* planes, const T* pan, T* up, T* down, Uncertain& uncertain) const {
         const hn::ScalableTag<Real> d;
         const WholeNumbers d32;
         const hn::Rebind<T, WholeNumbers> narrow;
         for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d32)) {
             const auto from = [&](std::size_t p) HWY_ATTR {
-                const auto sum = QuickSum(d, planes + p, weights, bands.msBands);
-                return Shifts(d, LoadReal(d, pan + p), hn::Sub(sum, hn::Set(d, above)), p, doubts);
+                const auto sum = FilteredSum(d, planes + p, weights, bands.msBands);
+                return Shifts(d, LoadReal(d, pan + p), hn::Sub(sum, hn::Set(d, above)), p, uncertain);
             };
             const auto shift = [&]() HWY_ATTR {
                 if constexpr (sizeof(T) == 1)
@@ -124,11 +124,11 @@ struct KovaWay {
             }
     }
 
-    HWY_ATTR bool Quick(T* planes, const T* pan, Doubts& doubts) const {
+    HWY_ATTR bool Filtered(T* planes, const T* pan, Uncertain& uncertain) const {
         HWY_ALIGN T up[blockPixels];
         HWY_ALIGN T down[blockPixels];
-        BlockShifts(planes, pan, up, down, doubts);
-        if (doubts.count > mostDoubts) return false;
+        BlockShifts(planes, pan, up, down, uncertain);
+        if (uncertain.count > mostUncertain) return false;
         ShiftPlanes(planes, up, down);
         return true;
     }
@@ -148,27 +148,20 @@ struct KovaWay {
     }
 
     const BandWeights& bands;
-    bool hasQuick = false;
-    Real farthest = 0; ///< from a shift without doubt
+    bool isUsable = false;
+    Real farthest = 0; ///< from a shift that is certain
     Real above = 0;    ///< what differences are too large by
-    Real weights[mostBands] = {};
+    Real weights[mostPlanes] = {};
 };
 
 template <class T>
-HWY_ATTR void KovaRow(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands) {
-    if (bands.msBands > mostBands) return KovaRowScalar(ms, pan, out, pixels, bands);
-    FuseFast(ms, pan, out, pixels, bands, KovaWay<T>(bands));
+HWY_ATTR void KovaRow(const FusionRows<T>& rows, T* out, std::size_t pixels, const BandWeights& bands) {
+    if (HasManyBands(rows, bands)) return KovaRowScalar(rows, out, pixels, bands);
+    FuseFiltered(rows, out, pixels, KovaFilter<T>(bands));
 }
 
-void KovaRow8(const unsigned char* ms, const unsigned char* pan, unsigned char* out, std::size_t pixels,
-              const BandWeights& bands) {
-    KovaRow(ms, pan, out, pixels, bands);
-}
-
-void KovaRow16(const unsigned short* ms, const unsigned short* pan, unsigned short* out, std::size_t pixels,
-               const BandWeights& bands) {
-    KovaRow(ms, pan, out, pixels, bands);
-}
+FuseRow<unsigned char> KovaRow8() { return &KovaRow<unsigned char>; }
+FuseRow<unsigned short> KovaRow16() { return &KovaRow<unsigned short>; }
 
 } // namespace HWY_NAMESPACE
 } // namespace kernels
@@ -182,13 +175,12 @@ HWY_EXPORT(KovaRow16);
 
 template <>
 FuseRow<unsigned char> KovaRowFor(SimdTarget target) {
-    return target == 0 ? &KovaRowScalar<unsigned char> : HWY_DISPATCH_TABLE(KovaRow8)[DispatchIndex(target)];
+    return ForTarget<FuseRow<unsigned char>>(target, &KovaRowScalar, HWY_DISPATCH_TABLE(KovaRow8));
 }
 
 template <>
 FuseRow<unsigned short> KovaRowFor(SimdTarget target) {
-    return target == 0 ? &KovaRowScalar<unsigned short>
-                       : HWY_DISPATCH_TABLE(KovaRow16)[DispatchIndex(target)];
+    return ForTarget<FuseRow<unsigned short>>(target, &KovaRowScalar, HWY_DISPATCH_TABLE(KovaRow16));
 }
 
 } // namespace kernels

@@ -11,7 +11,7 @@
 // Highway asks for this order.
 #include <hwy/highway.h>
 
-#include "kernels/Planes-inl.h"
+#include "kernels/Planar-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kernels {
@@ -66,15 +66,8 @@ HWY_ATTR void WeighInVectors(const T* const* rows, const std::uint32_t* weights,
     }
 }
 
-void WeighRows8(const unsigned char* const* rows, const std::uint32_t* weights, std::size_t count,
-                std::size_t columns, std::uint32_t* sums) {
-    WeighInVectors(rows, weights, count, columns, sums);
-}
-
-void WeighRows16(const unsigned short* const* rows, const std::uint32_t* weights, std::size_t count,
-                 std::size_t columns, std::uint32_t* sums) {
-    WeighInVectors(rows, weights, count, columns, sums);
-}
+WeighRows<unsigned char> WeighRows8() { return &WeighInVectors<unsigned char>; }
+WeighRows<unsigned short> WeighRows16() { return &WeighInVectors<unsigned short>; }
 
 } // namespace HWY_NAMESPACE
 } // namespace kernels
@@ -88,14 +81,12 @@ HWY_EXPORT(WeighRows16);
 
 template <>
 WeighRows<unsigned char> WeighRowsFor(SimdTarget target) {
-    return target == 0 ? &WeighRowsScalar<unsigned char>
-                       : HWY_DISPATCH_TABLE(WeighRows8)[DispatchIndex(target)];
+    return ForTarget<WeighRows<unsigned char>>(target, &WeighRowsScalar, HWY_DISPATCH_TABLE(WeighRows8));
 }
 
 template <>
 WeighRows<unsigned short> WeighRowsFor(SimdTarget target) {
-    return target == 0 ? &WeighRowsScalar<unsigned short>
-                       : HWY_DISPATCH_TABLE(WeighRows16)[DispatchIndex(target)];
+    return ForTarget<WeighRows<unsigned short>>(target, &WeighRowsScalar, HWY_DISPATCH_TABLE(WeighRows16));
 }
 
 } // namespace kernels

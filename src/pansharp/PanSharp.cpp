@@ -6,6 +6,7 @@
 #include "pxl/WorkingMemory.h"
 
 #include <algorithm>
+#include <tuple>
 
 namespace PXL {
 
@@ -185,15 +186,15 @@ bool PanSharp<ImageBase<Info, T*, Traits>>::SetWindow(std::uint32_t col0, std::u
 }
 
 template <class Info, class T, class Traits>
-auto PanSharp<ImageBase<Info, T*, Traits>>::FetchRows(std::uint32_t row) -> InputRows {
+bool PanSharp<ImageBase<Info, T*, Traits>>::FetchRows(std::uint32_t row, kernels::FusionRows<T>& rows) {
     nextRow = row;
     if (row >= panInfo.rows) {
         this->InsertOnce(PanSharpStatus::BeyondEnd, "requesting beyond end of image");
-        return {};
+        return false;
     }
     if (windowColumns == 0) {
         this->InsertOnce(PanSharpStatus::NoWindow, "no window is set: call SetWindow before asking for rows");
-        return {};
+        return false;
     }
     if (row < windowFirstRow || row - windowFirstRow >= msInfo.rows) {
         this->InsertOnce(
@@ -201,26 +202,29 @@ auto PanSharp<ImageBase<Info, T*, Traits>>::FetchRows(std::uint32_t row) -> Inpu
             FormatString("row %lu is outside the rows that the multispectral image covers (%lu from "
                          "row %lu)",
                          ULong{row}, ULong{msInfo.rows}, ULong{windowFirstRow}));
-        return {};
+        return false;
     }
-    InputRows rows;
+    const std::uint32_t msRow = row - windowFirstRow;
     rows.pan = panImage->GetRow(row);
-    if (rows.pan) rows.ms = msImage->GetRow(row - windowFirstRow);
-    if (!rows.ms) {
+    if (rows.pan && apartRows)
+        std::tie(rows.ms, rows.additional) = apartRows(msRow);
+    else if (rows.pan)
+        rows.ms = msImage->GetRow(msRow);
+    if (!rows.ms || (apartRows && !rows.additional)) {
         this->InsertOnce(
             PanSharpStatus::NoInputRow,
             FormatString("the %s image delivers no row %lu", rows.pan ? "multispectral" : "pan", ULong{row}));
-        return {};
+        return false;
     }
     nextRow = row + 1;
-    return rows;
+    return true;
 }
 
 template <class Info, class T, class Traits>
 T* PanSharp<ImageBase<Info, T*, Traits>>::GetRow(std::uint32_t row) {
-    const InputRows rows = FetchRows(row);
-    if (!rows.ms) return nullptr;
-    fuseRow(rows.ms, rows.pan, outputRow.data(), windowColumns,
+    kernels::FusionRows<T> rows;
+    if (!FetchRows(row, rows)) return nullptr;
+    fuseRow(rows, outputRow.data(), windowColumns,
             {bandWeights.data(), msBandCount, outputBandCount, injection});
     return outputRow.data();
 }

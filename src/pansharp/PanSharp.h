@@ -4,7 +4,9 @@
 #include "kernels/Simd.h"
 #include "pxl/ImageBase.h"
 
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace PXL {
@@ -66,6 +68,10 @@ public:
     virtual bool Init(InputImage* multispectral, InputImage* pan);
     /// The vector target for the next Init, of those that can run here; without it Init chooses.
     void UseSimdTarget(kernels::SimdTarget target) { simd.given = target; }
+    /// The last band of the multispectral image lies apart: `source`, asked instead of that image for a row,
+    /// gives the row of its other bands and the row of the last, or null for one of them.
+    using ApartRows = std::pair<const T*, const T*>;
+    void TakeRowsApart(std::function<ApartRows(std::uint32_t row)> source) { apartRows = std::move(source); }
     virtual bool Reset(); ///< releases what Init made; the status becomes empty, with source "Pansharp"
     virtual ~PanSharp();
 
@@ -99,17 +105,14 @@ protected:
     std::uint32_t msBandCount = 0;
 
 private:
-    struct InputRows {
-        const T* ms = nullptr; ///< null when either row is missing; the item is then in `status`
-        const T* pan = nullptr;
-    };
     bool CheckBands(std::uint32_t fewestBands); ///< the end of PrepareInit
-    /// The input rows of an output row; moves `nextRow`.
-    InputRows FetchRows(std::uint32_t row);
+    /// The input rows of an output row; moves `nextRow`. False when one is missing; the item is in `status`.
+    bool FetchRows(std::uint32_t row, kernels::FusionRows<T>& rows);
 
     std::uint32_t windowColumns = 0; ///< 0 while no window is set
     std::uint32_t windowFirstRow = 0;
     std::uint32_t nextRow = 0;
+    std::function<ApartRows(std::uint32_t)> apartRows;
     kernels::FuseRow<T> fuseRow = nullptr;
     const kernels::InjectionGains* injection = nullptr;
 };

@@ -145,9 +145,9 @@ const LinearMap everydayMaps[] = {
     {-16.25, 1e3}, {-1, 300},    {1, -255.7}, {1.1, -280.5}, {60.7, 0.1},      {1, 0.2},     {-1, 0.9},
 };
 
-/// Blends with what their quick ways are proven to err by.
-const int exact = QuickBlend<unsigned char>::exact;
-const int notQuick = -2;
+/// Blends with what their filters are proven to err by.
+const int exact = FilteredBlend<unsigned char>::exact;
+const int notFiltered = -2;
 struct Proof {
     SampleBlend blend;
     LinearMap input1, input2, output;
@@ -160,15 +160,15 @@ const Proof proofs[] = {
     {SampleBlend::Difference, {}, {}, {1, 127.5}, exact, exact},
     {SampleBlend::PlainDifference, {infinity, 0}, {}, {1, 127.5}, exact, exact},
     {SampleBlend::Sum, {1.0 / 3, 0}, {}, {1, 127.5}, 9, 2},
-    {SampleBlend::Product, {1.0 / 3, 0}, {}, {1, 127.5}, notQuick, notQuick},
+    {SampleBlend::Product, {1.0 / 3, 0}, {}, {1, 127.5}, notFiltered, notFiltered},
     {SampleBlend::Product, {1.0 / 3, 0}, {}, {1.0 / 255, 0}, 3, 2},
     {SampleBlend::Quotient, {}, {1, 1}, {}, 6, 2},
-    {SampleBlend::Quotient, {}, {-1, 255.7}, {}, notQuick, notQuick},
-    {SampleBlend::Quotient, {}, {-1, 263.1}, {}, 257, notQuick},
+    {SampleBlend::Quotient, {}, {-1, 255.7}, {}, notFiltered, notFiltered},
+    {SampleBlend::Quotient, {}, {-1, 263.1}, {}, 257, notFiltered},
     {SampleBlend::Quotient, {0.7, -255.7 * 0.7}, {0.05, 0}, {-1, 0}, 117, 2},
-    {SampleBlend::Quotient, {}, {1, -100}, {}, notQuick, notQuick},
-    {SampleBlend::Sum, {1e10, 0}, {}, {0, 0}, notQuick, notQuick},
-    {SampleBlend::Difference, {}, {std::nan(""), 0}, {}, notQuick, notQuick},
+    {SampleBlend::Quotient, {}, {1, -100}, {}, notFiltered, notFiltered},
+    {SampleBlend::Sum, {1e10, 0}, {}, {0, 0}, notFiltered, notFiltered},
+    {SampleBlend::Difference, {}, {std::nan(""), 0}, {}, notFiltered, notFiltered},
 };
 
 /// Every pair of 8-bit samples, and as many of 16 bits.
@@ -193,12 +193,12 @@ void ComparePairs(const BlendMaps<T>& maps, std::uint32_t bands, std::mt19937& r
 }
 
 // What is not proven takes three times as long, which only the errors here tell.
-TEST(BlendSimd, QuickResultsAreProven) {
+TEST(BlendSimd, FilteredResultsAreProven) {
     std::mt19937 random(8);
     const auto check = [&](const Proof& proof, auto sample, int error) {
         using T = decltype(sample);
         const BlendMaps<T> maps(proof.blend, {&proof.input1, 1}, {&proof.input2, 1}, {&proof.output, 1});
-        EXPECT_EQ(maps.quick.isPossible ? maps.quick.error : notQuick, error);
+        EXPECT_EQ(maps.filtered.isPossible ? maps.filtered.error : notFiltered, error);
         ComparePairs(maps, 1, random);
     };
     for (const Proof& proof : proofs) {

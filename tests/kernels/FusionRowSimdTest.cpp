@@ -3,6 +3,7 @@
 // way could differ.
 #include "kernels/BroveyRow.h"
 #include "kernels/IhsRow.h"
+#include "kernels/InjectionRow.h"
 #include "kernels/KovaRow.h"
 #include "support/Rows.h"
 
@@ -29,6 +30,35 @@ const std::vector<std::vector<double>> weightSets = {
     {65.0, 64.0, 0, 0, 0, 0, 0, 0, 0}, // times 255, just beyond what 16 bits with a sign hold
 };
 
+/// Gains that every band has, but for the second, whose two are exchanged.
+struct Gains {
+    double gain, ratioGain, limit, floor;
+};
+
+const std::vector<Gains> gainSets = {
+    {1, 0, infinity, 0},       {0.37, 0.61, 2, 40.7}, {0.42, 0.9, 2, 0},      {0, 1.1, infinity, 0},
+    {0.5, 0.25, 1, 3},         {2.5, 1.3, 9, 0.01},   {3, 0.1, infinity, 7},  {-0.5, 0.3, 2, 1},
+    {0.5, 0.7, 0, 20},         {0.5, 0.7, -1, 20},    {1e300, 1e-300, 2, 20}, {infinity, 0.5, 2, 20},
+    {0.5, infinity, 1e300, 0}, {1, 1, 2, 1e300},      {1, 1, 2, -infinity},   {0.5, 0.5, 2, std::nan("")},
+};
+
+/// Of a set and for up to 16 bands.
+class AllGains {
+public:
+    explicit AllGains(const Gains& set)
+        : gains(16, set.gain),
+          ratioGains(16, set.ratioGain), all{gains.data(), ratioGains.data(), set.limit, set.floor} {
+        std::swap(gains[1], ratioGains[1]);
+    }
+    AllGains(const AllGains&) = delete;
+    AllGains& operator=(const AllGains&) = delete;
+    [[nodiscard]] const InjectionGains* Get() const { return &all; }
+
+private:
+    std::vector<double> gains, ratioGains;
+    InjectionGains all;
+};
+
 /// Random samples, or all of one value.
 template <class T>
 std::unique_ptr<T[]> Row(std::size_t samples, std::optional<unsigned> value, std::mt19937& random) {
@@ -45,24 +75,34 @@ struct Kernel {
 };
 
 template <class T>
-const std::vector<Kernel<T>> allKernels = {
-    {"KOVA", &KovaRowFor<T>, 1}, {"Brovey", &BroveyRowFor<T>, 1}, {"IHS", &IhsRowFor<T>, ihsFewestBands}};
+const std::vector<Kernel<T>> allKernels = {{"KOVA", &KovaRowFor<T>, 1},
+                                           {"Brovey", &BroveyRowFor<T>, 1},
+                                           {"IHS", &IhsRowFor<T>, ihsFewestBands},
+                                           {"Injection", &InjectionRowFor<T>, 1}};
 
 template <class T>
 void Compare(const Kernel<T>& kernel, SimdTarget target, std::size_t pixels, std::uint32_t msBands,
-             std::uint32_t outputBands, const std::vector<double>& weights, std::mt19937& random,
+             std::uint32_t outputBands, std::vector<double> weights, std::mt19937& random,
              std::optional<unsigned> msValue = {}, std::optional<unsigned> panValue = {}) {
-    const auto ms = Row<T>(pixels * msBands, msValue, random);
+    const bool isApart = msBands > 1 && random() % 2 == 0;
+    const auto ms = Row<T>(pixels * (msBands - isApart), msValue, random);
     const auto pan = Row<T>(pixels, panValue, random);
-    const BandWeights bands{weights.data(), msBands, outputBands};
+    const auto last = Row<T>(pixels, msValue, random);
+    const FusionRows<T> rows{ms.get(), pan.get(), isApart ? last.get() : nullptr};
+    if (random() % 4 == 0) { // the last band alone
+        weights.assign(msBands, 0.0);
+        weights.back() = 1.0;
+    }
+    const AllGains gains(gainSets[random() % gainSets.size()]);
+    const BandWeights bands{weights.data(), msBands, outputBands, gains.Get()};
     const std::size_t samples = pixels * outputBands;
     const auto expected = std::make_unique<T[]>(samples);
     const auto actual = support::RandomRow<T>(samples, random);
-    kernel.rowFor(0)(ms.get(), pan.get(), expected.get(), pixels, bands);
-    kernel.rowFor(target)(ms.get(), pan.get(), actual.get(), pixels, bands);
+    kernel.rowFor(0)(rows, expected.get(), pixels, bands);
+    kernel.rowFor(target)(rows, actual.get(), pixels, bands);
     support::ExpectSameRow(actual.get(), expected.get(), samples,
                            kernel.name + (" " + SimdTargetName(target)) + ", " + std::to_string(msBands) +
-                               " bands");
+                               " bands" + (isApart ? ", the last apart" : ""));
 }
 
 template <class T>
@@ -121,7 +161,7 @@ Pixels<unsigned char> AllPairs() {
     return pixels;
 }
 
-/// Random pixels, enough for doubts of all kinds.
+/// Random pixels, enough for uncertain ones of all kinds.
 template <class T>
 Pixels<T> ManyPixels(std::uint32_t bands) {
     std::mt19937 random(bands);
@@ -149,23 +189,33 @@ Pixels<unsigned char> ManyColours() {
     return pixels;
 }
 
+/// The last band is another one, apart, when isApart is.
+template <class T>
+void CompareEvery(const Pixels<T>& pixels, const Kernel<T>& kernel, double weight, const Gains& set,
+                  bool isApart) {
+    const std::uint32_t msBands = pixels.bands + (isApart ? 1 : 0);
+    if (msBands < kernel.fewestBands) return;
+    std::vector<T> expected(pixels.ms.size()), actual(pixels.ms.size());
+    const std::vector<double> weights(msBands, weight);
+    const AllGains gains(set);
+    const BandWeights bands{weights.data(), msBands, pixels.bands, gains.Get()};
+    const FusionRows<T> rows{pixels.ms.data(), pixels.pan.data(), isApart ? pixels.ms.data() : nullptr};
+    kernel.rowFor(0)(rows, expected.data(), pixels.pan.size(), bands);
+    for (const SimdTarget target : SimdTargets()) {
+        kernel.rowFor(target)(rows, actual.data(), pixels.pan.size(), bands);
+        support::ExpectSameRow(actual.data(), expected.data(), actual.size(),
+                               kernel.name + (" " + SimdTargetName(target)) + ", weight " +
+                                   std::to_string(weight) + ", gain " + std::to_string(set.gain));
+    }
+}
+
 template <class T>
 void CompareEvery(const Pixels<T>& pixels, const std::vector<double>& equalWeights) {
-    std::vector<T> expected(pixels.ms.size()), actual(pixels.ms.size());
     for (const Kernel<T>& kernel : allKernels<T>)
-        for (const double weight : equalWeights) {
-            if (pixels.bands < kernel.fewestBands) continue;
-            const std::vector<double> weights(pixels.bands, weight);
-            const BandWeights bands{weights.data(), pixels.bands, pixels.bands};
-            kernel.rowFor(0)(pixels.ms.data(), pixels.pan.data(), expected.data(), pixels.pan.size(), bands);
-            for (const SimdTarget target : SimdTargets()) {
-                kernel.rowFor(target)(pixels.ms.data(), pixels.pan.data(), actual.data(), pixels.pan.size(),
-                                      bands);
-                support::ExpectSameRow(actual.data(), expected.data(), actual.size(),
-                                       kernel.name + (" " + SimdTargetName(target)) + ", weight " +
-                                           std::to_string(weight));
-            }
-        }
+        for (std::size_t i = 0; i < equalWeights.size(); ++i)
+            CompareEvery(pixels, kernel, equalWeights[i], gainSets[i % 7], i % 2 == 0);
+    for (std::size_t i = 0; i < gainSets.size(); ++i)
+        CompareEvery(pixels, allKernels<T>.back(), i % 3 == 0 ? 1.0 : 0.3, gainSets[i], i % 2 == 0);
 }
 
 } // namespace

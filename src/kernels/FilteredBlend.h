@@ -29,12 +29,12 @@ inline constexpr std::size_t mostLanesOfMaps = 32;
 ///
 /// gives fixedOne * result + FixedOffset(error), the result to be truncated. A quotient by 0 is 0.
 template <class T>
-struct QuickBlend {
+struct FilteredBlend {
     using Real = std::conditional_t<sizeof(T) == 1, float, double>;
 
-    QuickBlend() = default;
-    QuickBlend(SampleBlend blend, std::span<const LinearMap> ofInput1, std::span<const LinearMap> ofInput2,
-               std::span<const LinearMap> ofOutput);
+    FilteredBlend() = default;
+    FilteredBlend(SampleBlend blend, std::span<const LinearMap> ofInput1, std::span<const LinearMap> ofInput2,
+                  std::span<const LinearMap> ofOutput);
 
     bool isPossible = false;
     static constexpr int exact = -1;

@@ -1,23 +1,23 @@
 // Included once for every vector target (see Highway's foreach_target.h); a helper of the fusing kernels.
-#if defined(PANSHARP_WORDS_INL_H) == defined(HWY_TARGET_TOGGLE)
-#ifdef PANSHARP_WORDS_INL_H
-#undef PANSHARP_WORDS_INL_H
+#if defined(PANSHARP_PACKED_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef PANSHARP_PACKED_INL_H
+#undef PANSHARP_PACKED_INL_H
 #else
-#define PANSHARP_WORDS_INL_H
+#define PANSHARP_PACKED_INL_H
 #endif
 
-#include "kernels/Quick-inl.h"
+#include "kernels/Filtered-inl.h"
 
 #include <bit>
 
-/// The commonest pixels, of three, four or eight bands, are fused without taking the bands apart: a pixel is
-/// one word of 32 or 64 bits, or two, with the first band lowest, and as long as the real number that is
-/// worked with.
+/// The commonest pixels, of three, four or eight bands, are fused without taking the bands apart: a packed
+/// pixel is one word of 32 or 64 bits, or two, with the first band lowest, and as long as the real number
+/// that is worked with.
 HWY_BEFORE_NAMESPACE();
 namespace kernels {
 namespace HWY_NAMESPACE {
 
-inline constexpr std::uint32_t wordBands = 4;
+inline constexpr std::uint32_t packedBands = 4;
 
 #if HWY_TARGET != HWY_SCALAR
 
@@ -45,7 +45,7 @@ HWY_INLINE auto MiddleBand(D /*d*/, hn::Vec<WordsOf<D>> words) {
 
 /// One band of the pixels.
 template <std::uint32_t Band, class D>
-HWY_INLINE hn::Vec<D> BandOfWords(D d, hn::Vec<WordsOf<D>> words) {
+HWY_INLINE hn::Vec<D> BandOfPacked(D d, hn::Vec<WordsOf<D>> words) {
     using Real = hn::TFromD<D>;
     constexpr int bits = sizeof(Real) * 2;
     const WordsOf<D> dWord;
@@ -53,7 +53,7 @@ HWY_INLINE hn::Vec<D> BandOfWords(D d, hn::Vec<WordsOf<D>> words) {
     auto band = words;
     if constexpr (Band == 0)
         band = hn::And(words, hn::Set(dWord, (hn::TFromD<WordsOf<D>>{1} << bits) - 1));
-    else if constexpr (Band + 1 == wordBands)
+    else if constexpr (Band + 1 == packedBands)
         band = hn::ShiftRight<static_cast<int>(Band) * bits>(words);
     else
         band = hn::BitCast(dWord, MiddleBand<Band>(d, words));
@@ -67,10 +67,13 @@ struct SomeBands {
     V bands[Bands];
 };
 
-/// `first` and the weighted sum, with fewer roundings where the processor has them.
-template <class D, class V, std::uint32_t Bands>
-HWY_INLINE V QuickSumOfBands(D d, const SomeBands<V, Bands>& of, const hn::TFromD<D>* weights, V first) {
+/// `first` and the weighted sum, with that of the additional band unless it is null, and with fewer roundings
+/// where the processor has them.
+template <class D, class V, class T, std::uint32_t Bands>
+HWY_INLINE V FilteredSumOfBands(D d, const SomeBands<V, Bands>& of, const T* additional,
+                                const hn::TFromD<D>* weights, V first) {
     V s = first;
+    if (additional) s = hn::MulAdd(LoadReal(d, additional), hn::Set(d, weights[Bands]), s);
     for (std::uint32_t band = 0; band < Bands; ++band)
         s = hn::MulAdd(of.bands[band], hn::Set(d, weights[band]), s);
     return s;
@@ -112,7 +115,7 @@ HWY_INLINE auto RepeatLimited(D d, hn::Vec<D> numbers) {
     }
 }
 
-/// Fractions of sums of floats have this bit more, but where a result is out of range and in no doubt: just
+/// Fractions of sums of floats have this bit more, but where a result is out of range and certain: just
 /// below the unit, and from four times it on.
 inline constexpr std::int32_t fractionUnit = 1 << 24;
 
@@ -151,18 +154,19 @@ HWY_INLINE auto JoinFixed(D /*d*/, hn::Vec<D> a, hn::Vec<D> b, hn::Vec<D> c, hn:
     }
 }
 
-/// Adds the pixels whose greatest fraction of JoinFixed leaves them in doubt.
+/// Adds the pixels whose greatest fraction of JoinFixed leaves them uncertain.
 template <class D, class V32>
-HWY_INLINE void AddDoubtsOfSums(D /*d*/, V32 fractions, int error, std::size_t firstPixel, Doubts& doubts) {
+HWY_INLINE void AddUncertainOfSums(D /*d*/, V32 fractions, int error, std::size_t firstPixel,
+                                   Uncertain& uncertain) {
     const WholeNumbers d32;
     if constexpr (sizeof(hn::TFromD<D>) == 4) {
-        AddDoubts(d32, InDoubt(fractions, error, fractionUnit), firstPixel, doubts);
+        AddUncertain(d32, IsUncertain(fractions, error, fractionUnit), firstPixel, uncertain);
     } else {
-        const auto inDoubt = InDoubt(fractions, error);
-        if (HWY_LIKELY(hn::AllFalse(d32, inDoubt))) return;
+        const auto isUncertain = IsUncertain(fractions, error);
+        if (HWY_LIKELY(hn::AllFalse(d32, isUncertain))) return;
         const hn::RebindToSigned<D> dWord;
-        const auto ofBoth = hn::BitCast(dWord, hn::VecFromMask(d32, inDoubt));
-        AddDoubts(dWord, hn::Ne(ofBoth, hn::Zero(dWord)), firstPixel, doubts);
+        const auto ofBoth = hn::BitCast(dWord, hn::VecFromMask(d32, isUncertain));
+        AddUncertain(dWord, hn::Ne(ofBoth, hn::Zero(dWord)), firstPixel, uncertain);
     }
 }
 
@@ -186,9 +190,9 @@ HWY_INLINE hn::Vec<D> MoveFours(D d, hn::Vec<D> bytes, const std::int32_t* place
 
 /// A vector of words of `Bands` samples; of three, it reads up to 16 bytes more than those take.
 template <std::uint32_t Bands, class D, class T = hn::TFromD<D>>
-HWY_INLINE hn::Vec<D> LoadWords(D d, const T* samples) {
-    if constexpr (Bands == wordBands) return hn::LoadU(d, samples);
-    static_assert(Bands == wordBands || sizeof(T) == 1);
+HWY_INLINE hn::Vec<D> LoadPacked(D d, const T* samples) {
+    if constexpr (Bands == packedBands) return hn::LoadU(d, samples);
+    static_assert(Bands == packedBands || sizeof(T) == 1);
     const hn::Repartition<std::uint8_t, D> d8;
     const auto apart = MoveFours(d8, hn::BitCast(d8, hn::LoadU(d, samples)), spreadPlaces);
     return hn::BitCast(d, hn::TableLookupBytesOr0(apart, hn::LoadDup128(d8, wordsOfTwelve)));
@@ -196,8 +200,8 @@ HWY_INLINE hn::Vec<D> LoadWords(D d, const T* samples) {
 
 /// The reverse; it writes as many bytes more.
 template <std::uint32_t Bands, class D, class T = hn::TFromD<D>>
-HWY_INLINE void StoreWords(D d, hn::Vec<D> words, T* samples) {
-    if constexpr (Bands == wordBands) return hn::StoreU(words, d, samples);
+HWY_INLINE void StorePacked(D d, hn::Vec<D> words, T* samples) {
+    if constexpr (Bands == packedBands) return hn::StoreU(words, d, samples);
     const hn::Repartition<std::uint8_t, D> d8;
     const auto twelves = hn::TableLookupBytesOr0(hn::BitCast(d8, words), hn::LoadDup128(d8, twelveOfWords));
     hn::StoreU(hn::BitCast(d, MoveFours(d8, twelves, hn::Lanes(d8) == 32 ? closePlacesOf8 : closePlaces)), d,
@@ -206,15 +210,15 @@ HWY_INLINE void StoreWords(D d, hn::Vec<D> words, T* samples) {
 
 /// The words of some pixels of `Bands` bands, the first of each pixel in one vector, the second in another.
 template <class V, std::uint32_t Bands>
-struct SomeWords {
-    static constexpr std::size_t count = (Bands + wordBands - 1) / wordBands;
+struct PackedPixels {
+    static constexpr std::size_t count = (Bands + packedBands - 1) / packedBands;
     V words[count];
 };
 
-template <std::uint32_t Bands, class D, class T = hn::TFromD<D>, class S = SomeWords<hn::Vec<D>, Bands>>
-HWY_INLINE S LoadSomeWords(D d, const T* samples) {
+template <std::uint32_t Bands, class D, class T = hn::TFromD<D>, class S = PackedPixels<hn::Vec<D>, Bands>>
+HWY_INLINE S LoadPackedPixels(D d, const T* samples) {
     if constexpr (S::count == 1) {
-        return {{LoadWords<Bands>(d, samples)}};
+        return {{LoadPacked<Bands>(d, samples)}};
     } else {
         const hn::Repartition<WordOf<T>, D> dWord;
         hn::Vec<decltype(dWord)> first, second;
@@ -224,9 +228,9 @@ HWY_INLINE S LoadSomeWords(D d, const T* samples) {
 }
 
 template <std::uint32_t Bands, class D, class T = hn::TFromD<D>, std::uint32_t MsBands>
-HWY_INLINE void StoreSomeWords(D d, const SomeWords<hn::Vec<D>, MsBands>& of, T* samples) {
-    if constexpr (SomeWords<hn::Vec<D>, MsBands>::count == 1) {
-        StoreWords<Bands>(d, of.words[0], samples);
+HWY_INLINE void StorePackedPixels(D d, const PackedPixels<hn::Vec<D>, MsBands>& of, T* samples) {
+    if constexpr (PackedPixels<hn::Vec<D>, MsBands>::count == 1) {
+        StorePacked<Bands>(d, of.words[0], samples);
     } else {
         const hn::Repartition<WordOf<T>, D> dWord;
         hn::StoreInterleaved2(hn::BitCast(dWord, of.words[0]), hn::BitCast(dWord, of.words[1]), dWord,
@@ -235,78 +239,86 @@ HWY_INLINE void StoreSomeWords(D d, const SomeWords<hn::Vec<D>, MsBands>& of, T*
 }
 
 template <class D, class S, std::uint32_t Bands>
-HWY_INLINE SomeBands<hn::Vec<D>, Bands> BandsOfWords(D d, const SomeWords<S, Bands>& of) {
+HWY_INLINE SomeBands<hn::Vec<D>, Bands> BandsOfPacked(D d, const PackedPixels<S, Bands>& of) {
     SomeBands<hn::Vec<D>, Bands> result;
-    for (std::uint32_t w = 0; w < SomeWords<S, Bands>::count; ++w) {
+    for (std::uint32_t w = 0; w < PackedPixels<S, Bands>::count; ++w) {
         const auto words = hn::BitCast(WordsOf<D>(), of.words[w]);
-        auto* const bands = result.bands + w * wordBands;
-        bands[0] = BandOfWords<0>(d, words);
-        bands[1] = BandOfWords<1>(d, words);
-        bands[2] = BandOfWords<2>(d, words);
-        if constexpr (Bands % wordBands == 0) bands[3] = BandOfWords<3>(d, words);
+        auto* const bands = result.bands + w * packedBands;
+        bands[0] = BandOfPacked<0>(d, words);
+        bands[1] = BandOfPacked<1>(d, words);
+        bands[2] = BandOfPacked<2>(d, words);
+        if constexpr (Bands % packedBands == 0) bands[3] = BandOfPacked<3>(d, words);
     }
     return result;
 }
 
-/// Fuses whole blocks and returns how many pixels that are. `way`, beside what FuseBlocks asks for, has
+/// What a filter has beside, to fuse packed pixels:
 ///
-///     Words(d, words, bands, pan, firstPixel, doubts)      replaces the words of some pixels
+///     Packed(d, packed, bands, pan, additional, firstPixel, uncertain)       replaces `packed`
 ///
-/// where of words of three bands the fourth does not matter.
-template <std::uint32_t MsBands, std::uint32_t OutputBands, class T, class Way>
-HWY_ATTR std::size_t FuseWords(const T* ms, const T* pan, T* out, std::size_t pixels, const Way& way) {
+/// where `pan` and `additional`, which may be null, point to the samples of the same pixels, and of packed
+/// pixels of three bands the fourth does not matter. Fuses whole blocks and returns how many pixels that are.
+template <std::uint32_t MsBands, std::uint32_t OutputBands, class T, MethodFilter<T> Filter>
+HWY_ATTR std::size_t FusePacked(const FusionRows<T>& rows, T* out, std::size_t pixels, const Filter& filter) {
     if (std::endian::native != std::endian::little) return 0;
     const hn::ScalableTag<RealOf<T>> d;
     const hn::Repartition<T, decltype(d)> dSample;
     // What is read and written too far has to lie in the row.
-    constexpr std::size_t beyond = MsBands % wordBands == 0 && OutputBands == MsBands ? 0 : 6;
+    constexpr std::size_t beyond = MsBands % packedBands == 0 && OutputBands == MsBands ? 0 : 6;
+    // A copy that no other function sees: what is stored through `out` cannot change it, so that its numbers
+    // stay in registers.
+    const Filter own = filter;
     std::size_t p = 0;
     for (; p + blockPixels + beyond <= pixels; p += blockPixels) {
-        Doubts doubts;
-        for (std::size_t i = p; i < p + blockPixels; i += hn::Lanes(d)) {
-            auto words = LoadSomeWords<MsBands>(dSample, ms + i * MsBands);
-            way.Words(d, words, BandsOfWords(d, words), LoadReal(d, pan + i), i - p, doubts);
-            StoreSomeWords<OutputBands>(dSample, words, out + i * OutputBands);
+        const FusionRows<T> block = rows.From(p, filter.bands);
+        T* blockOut = out + p * OutputBands;
+        Uncertain uncertain;
+        for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d)) {
+            auto packed = LoadPackedPixels<MsBands>(dSample, block.ms + i * MsBands);
+            own.Packed(d, packed, BandsOfPacked(d, packed), block.pan + i,
+                       block.additional ? block.additional + i : nullptr, i, uncertain);
+            StorePackedPixels<OutputBands>(dSample, packed, blockOut + i * OutputBands);
         }
-        if (doubts.count > mostDoubts)
-            FuseBlocks(ms + p * MsBands, pan + p, out + p * OutputBands, blockPixels, way.bands, way);
+        if (uncertain.count > mostUncertain)
+            FusePlanar(block, blockOut, blockPixels, filter);
         else
-            Decide(ms + p * MsBands, pan + p, out + p * OutputBands, way.bands, doubts, way);
+            Resolve(block, blockOut, uncertain, filter);
     }
     return p;
 }
 
 #else // never run
 
-template <std::uint32_t MsBands, std::uint32_t OutputBands, class T, class Way>
-std::size_t FuseWords(const T* /*ms*/, const T* /*pan*/, T* /*out*/, std::size_t /*pixels*/,
-                      const Way& /*way*/) {
+template <std::uint32_t MsBands, std::uint32_t OutputBands, class T, class Filter>
+std::size_t FusePacked(const FusionRows<T>& /*rows*/, T* /*out*/, std::size_t /*pixels*/,
+                       const Filter& /*filter*/) {
     return 0;
 }
 
 #endif
 
-/// In words where the pixels and `way` allow it, else in blocks of planes.
-template <class T, class Way>
-HWY_ATTR void FuseFast(const T* ms, const T* pan, T* out, std::size_t pixels, const BandWeights& bands,
-                       const Way& way) {
+/// Packed where the pixels and the filter allow it, else in planes.
+template <class T, MethodFilter<T> Filter>
+HWY_ATTR void FuseFiltered(const FusionRows<T>& rows, T* out, std::size_t pixels, const Filter& filter) {
+    const BandWeights& bands = filter.bands;
+    const std::uint32_t msBands = filter.isUsable ? rows.InterleavedBands(bands) : 0;
+    const std::uint32_t outputBands = bands.outputBands;
     std::size_t done = 0;
-    if (way.hasQuick && bands.msBands == 4 && bands.outputBands == 4)
-        done = FuseWords<4, 4>(ms, pan, out, pixels, way);
-    else if (way.hasQuick && bands.msBands == 8 && bands.outputBands == 8)
-        done = FuseWords<8, 8>(ms, pan, out, pixels, way);
+    if (msBands == 4 && outputBands == 4)
+        done = FusePacked<4, 4>(rows, out, pixels, filter);
+    else if (msBands == 8 && outputBands == 8)
+        done = FusePacked<8, 8>(rows, out, pixels, filter);
     if constexpr (sizeof(T) == 1) { // the longer samples gain nothing
-        if (way.hasQuick && bands.msBands == 4 && bands.outputBands == 3)
-            done = FuseWords<4, 3>(ms, pan, out, pixels, way);
-        else if (way.hasQuick && bands.msBands == 3 && bands.outputBands == 3)
-            done = FuseWords<3, 3>(ms, pan, out, pixels, way);
+        if (msBands == 4 && outputBands == 3)
+            done = FusePacked<4, 3>(rows, out, pixels, filter);
+        else if (msBands == 3 && outputBands == 3)
+            done = FusePacked<3, 3>(rows, out, pixels, filter);
     }
-    FuseBlocks(ms + done * bands.msBands, pan + done, out + done * bands.outputBands, pixels - done, bands,
-               way);
+    FusePlanar(rows.From(done, bands), out + done * outputBands, pixels - done, filter);
 }
 
 } // namespace HWY_NAMESPACE
 } // namespace kernels
 HWY_AFTER_NAMESPACE();
 
-#endif // PANSHARP_WORDS_INL_H
+#endif // PANSHARP_PACKED_INL_H

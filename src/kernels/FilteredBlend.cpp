@@ -1,4 +1,4 @@
-#include "kernels/QuickBlend.h"
+#include "kernels/FilteredBlend.h"
 
 #include "kernels/BlendRow.h"
 #include "kernels/FixedPoint.h"
@@ -24,14 +24,14 @@ template <class T>
 struct Bounds {
     static constexpr double mostSample = std::numeric_limits<T>::max();
 
-    /// Up to this, few results are in doubt, and the definition errs by next to nothing.
+    /// Up to this, few results are uncertain, and the definition errs by next to nothing.
     static constexpr double mostMagnitude = sizeof(T) == 1 ? 1 << 14 : 1 << 30;
 
     /// The largest magnitude among m's terms: |m(x)| is no more, and rounding errs in proportion to it.
     static double Largest(const LinearMap& m) { return mostSample * std::abs(m.gain) + std::abs(m.offset); }
 
     /// The sum of the magnitudes that a blend's roundings are in proportion to, in samples; infinite where
-    /// the quick way cannot tell results. Each coefficient, product and sum errs by epsilon / 2 of its
+    /// the filter cannot tell results. Each coefficient, product and sum errs by epsilon / 2 of its
     /// magnitude at most. A product of two inputs takes the most of them: three for each input, one of its
     /// own and the last sum, in all 4 epsilon of this; its offset takes fewer, a sum of two inputs four, a
     /// quotient seven.
@@ -57,11 +57,11 @@ struct Bounds {
     /// A result's error in steps of 1 / fixedOne, before the last sum makes it whole. The unit in the offset
     /// adds half a step to each of up to three sums before that.
     static int Error(double magnitude) {
-        constexpr double epsilon = std::numeric_limits<typename QuickBlend<T>::Real>::epsilon();
+        constexpr double epsilon = std::numeric_limits<typename FilteredBlend<T>::Real>::epsilon();
         return static_cast<int>(magnitude * 4 * epsilon * fixedOne) + 2;
     }
 
-    /// Whether the quick way and the definition round nothing but results far out of range. With maps of
+    /// Whether the filter and the definition round nothing but results far out of range. With maps of
     /// multiples of 1/16, sums are multiples of 2^-8 and products of 2^-12. Sums within these limits have
     /// fewer bits than Real; products have if they are up to four times the largest offset.
     static bool RoundsNothing(SampleBlend blend, const Maps& maps, double magnitude) {
@@ -83,8 +83,8 @@ bool IsModerate(const LinearMap& m) {
 } // namespace
 
 template <class T>
-QuickBlend<T>::QuickBlend(SampleBlend blend, std::span<const LinearMap> ofInput1,
-                          std::span<const LinearMap> ofInput2, std::span<const LinearMap> ofOutput) {
+FilteredBlend<T>::FilteredBlend(SampleBlend blend, std::span<const LinearMap> ofInput1,
+                                std::span<const LinearMap> ofInput2, std::span<const LinearMap> ofOutput) {
     const std::size_t bands = ofOutput.size();
     const bool isDifference = blend == SampleBlend::Difference || blend == SampleBlend::PlainDifference;
     const bool isSum = isDifference || blend == SampleBlend::Sum;
@@ -114,7 +114,7 @@ QuickBlend<T>::QuickBlend(SampleBlend blend, std::span<const LinearMap> ofInput1
     isPossible = bands != 0;
 }
 
-template struct QuickBlend<unsigned char>;
-template struct QuickBlend<unsigned short>;
+template struct FilteredBlend<unsigned char>;
+template struct FilteredBlend<unsigned short>;
 
 } // namespace kernels

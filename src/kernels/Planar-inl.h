@@ -1,9 +1,9 @@
 // Included once for every vector target (see Highway's foreach_target.h); helpers of the row kernels.
-#if defined(PANSHARP_PLANES_INL_H) == defined(HWY_TARGET_TOGGLE)
-#ifdef PANSHARP_PLANES_INL_H
-#undef PANSHARP_PLANES_INL_H
+#if defined(PANSHARP_PLANAR_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef PANSHARP_PLANAR_INL_H
+#undef PANSHARP_PLANAR_INL_H
 #else
-#define PANSHARP_PLANES_INL_H
+#define PANSHARP_PLANAR_INL_H
 #endif
 
 #include "kernels/Store.h"
@@ -11,6 +11,7 @@
 #include <hwy/highway.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -185,26 +186,35 @@ HWY_INLINE void StoreTruncatedLanes(D /*d*/, hn::Vec<D> x, T* samples) {
     hn::StoreU(hn::DemoteTo(narrow, hn::DemoteTo(d32, x)), narrow, samples);
 }
 
-/// Calls block(pixels of row 1, of row 2, output pixels) for blocks of two rows. The rest
-/// of the rows goes through copies, so that exactly their samples are read and written. For at most mostBands
-/// bands each.
-template <class T, class Block>
-HWY_ATTR void InBlocks(const T* row1, std::uint32_t bands1, const T* row2, std::uint32_t bands2, T* out,
-                       std::uint32_t outputBands, std::size_t pixels, const Block& block) {
+template <class T>
+struct InputRow {
+    const T* samples;
+    std::uint32_t bands; ///< 0 for no row
+};
+
+/// Calls block(pixels of the input rows, output pixels) for blocks of the rows. Their rest goes through
+/// copies, so that exactly their samples are read and written. For at most mostBands bands each.
+template <class T, std::size_t Rows, class Block>
+HWY_ATTR void InBlocks(const InputRow<T> (&rows)[Rows], T* out, std::uint32_t outputBands, std::size_t pixels,
+                       const Block& block) {
+    std::array<const T*, Rows> inputs = {};
     std::size_t p = 0;
-    for (; p + blockPixels <= pixels; p += blockPixels)
-        block(row1 + p * bands1, row2 + p * bands2, out + p * outputBands);
+    for (; p + blockPixels <= pixels; p += blockPixels) {
+        for (std::size_t r = 0; r < Rows; ++r)
+            inputs[r] = rows[r].samples + p * rows[r].bands;
+        block(inputs, out + p * outputBands);
+    }
     if (p == pixels) return;
     const std::size_t rest = pixels - p;
-    HWY_ALIGN T copy1[blockPixels * mostBands];
-    HWY_ALIGN T copy2[blockPixels * mostBands];
+    HWY_ALIGN T copies[Rows][blockPixels * mostBands];
     HWY_ALIGN T outCopy[blockPixels * mostBands];
-    const auto copy = [&](const T* row, std::uint32_t bands, T* to) {
-        std::fill(std::copy_n(row + p * bands, rest * bands, to), to + blockPixels * bands, T{0});
-    };
-    copy(row1, bands1, copy1);
-    copy(row2, bands2, copy2);
-    block(static_cast<const T*>(copy1), static_cast<const T*>(copy2), static_cast<T*>(outCopy));
+    for (std::size_t r = 0; r < Rows; ++r) {
+        const std::uint32_t bands = rows[r].bands;
+        std::fill(std::copy_n(rows[r].samples + p * bands, rest * bands, copies[r]),
+                  copies[r] + blockPixels * bands, T{0});
+        inputs[r] = copies[r];
+    }
+    block(inputs, static_cast<T*>(outCopy));
     std::copy_n(outCopy, rest * outputBands, out + p * outputBands);
 }
 
@@ -215,14 +225,18 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kernels {
 
-/// Where the version for a target stands in a dispatch table of the including file.
-static inline std::size_t DispatchIndex(std::int64_t target) {
+/// What the version for a target gives, from the including file's dispatch table of it, or what the scalar
+/// definition is, for target 0.
+template <class Result, class... Arguments>
+inline Result ForTarget(std::int64_t target, Result scalar, Result (*const table[])(Arguments...),
+                        std::type_identity_t<Arguments>... arguments) {
+    if (target == 0) return scalar;
     hwy::ChosenTarget chosen;
     chosen.Update(target);
-    return chosen.GetIndex();
+    return table[chosen.GetIndex()](arguments...);
 }
 
 } // namespace kernels
 #endif
 
-#endif // PANSHARP_PLANES_INL_H
+#endif // PANSHARP_PLANAR_INL_H

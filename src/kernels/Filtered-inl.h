@@ -1,0 +1,226 @@
+// Included once for every vector target (see Highway's foreach_target.h); a helper of the fusing kernels.
+#if defined(PANSHARP_FILTERED_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef PANSHARP_FILTERED_INL_H
+#undef PANSHARP_FILTERED_INL_H
+#else
+#define PANSHARP_FILTERED_INL_H
+#endif
+
+#include "kernels/FixedPoint.h"
+#include "kernels/FusionRow.h"
+#include "kernels/Planar-inl.h"
+
+#include <bit>
+#include <concepts>
+#include <cstring>
+
+/// Floating-point filters, as computational geometry calls them (S. Fortune, C. Van Wyk, Efficient exact
+/// arithmetic for computational geometry, 1993; J. Shewchuk, Adaptive precision floating-point arithmetic and
+/// fast robust geometric predicates, 1997): a result is worked out fast, with a proven bound on its error.
+/// Where the error could change the sample that is stored, the result is uncertain, and the definition
+/// resolves it.
+HWY_BEFORE_NAMESPACE();
+namespace kernels {
+namespace HWY_NAMESPACE {
+
+/// What filters work in: holds sums of samples with bits to spare.
+template <class T>
+using RealOf = std::conditional_t<sizeof(T) == 1, float, double>;
+
+/// As many pixels as a vector of these has lanes are one vector of floats or, of 16-bit samples, two of
+/// doubles.
+using WholeNumbers = hn::ScalableTag<std::int32_t>;
+
+/// The real numbers from lane `first` on, 0 or that of the second vector.
+template <class T, class V>
+HWY_INLINE auto ToReal(V whole, [[maybe_unused]] std::size_t first) {
+    const hn::ScalableTag<RealOf<T>> d;
+    if constexpr (sizeof(T) == 1) {
+        return hn::ConvertTo(d, whole);
+    } else {
+#if HWY_TARGET == HWY_SCALAR // never run
+        return hn::Zero(d);
+#else
+        const hn::Half<WholeNumbers> half;
+        return hn::PromoteTo(d, first == 0 ? hn::LowerHalf(half, whole) : hn::UpperHalf(half, whole));
+#endif
+    }
+}
+
+/// The lower halves of the real numbers of two vectors of doubles.
+HWY_INLINE auto JoinLower(hn::Vec<hn::ScalableTag<double>> first, hn::Vec<hn::ScalableTag<double>> second) {
+    const WholeNumbers d;
+#if HWY_TARGET == HWY_SCALAR // never run
+    (void)first, (void)second;
+    return hn::Zero(d);
+#else
+    return hn::ConcatEven(d, hn::BitCast(d, second), hn::BitCast(d, first));
+#endif
+}
+
+/// Results in steps of 1 / fixedOne, within the range of samples T; see FixedPoint.h. `sumOf`, called for
+/// lanes from 0 and from that of the second vector on, gives fixedOne times the results and FixedOffset.
+template <class T, class Real = RealOf<T>, class SumOf = void>
+HWY_INLINE auto FixedResults(const SumOf& sumOf) {
+    const hn::ScalableTag<Real> d;
+    const WholeNumbers d32;
+    const auto unit = hn::Set(d, fixedUnit<Real>);
+    const auto most = hn::Set(d, fixedMost<T, Real>);
+    const auto limited = [&](std::size_t first)
+                             HWY_ATTR { return hn::Min(hn::Max(sumOf(first), unit), most); };
+    if constexpr (sizeof(Real) == 4)
+        return hn::Sub(hn::BitCast(d32, limited(0)), hn::BitCast(d32, unit));
+    else
+        return JoinLower(limited(0), limited(hn::Lanes(d)));
+}
+
+/// `fractions` becomes the greater of it and those of results, of which all have a bit `unit` more.
+template <class V>
+HWY_INLINE void AddFractions(V results, V& fractions, std::int32_t unit = 0) {
+    fractions = hn::Max(fractions, hn::And(results, hn::Set(WholeNumbers(), unit + fixedOne - 1)));
+}
+
+/// Stores the whole parts of results and adds their fractions.
+template <class T, class V>
+HWY_INLINE void StoreResults(V results, T* samples, V& fractions) {
+    const hn::Rebind<T, WholeNumbers> narrow;
+    AddFractions(results, fractions);
+    hn::StoreU(hn::DemoteTo(narrow, hn::ShiftRight<fixedBits>(results)), narrow, samples);
+}
+
+template <class V>
+HWY_INLINE auto IsUncertain(V fractions, int error, std::int32_t unit = 0) {
+    return hn::Gt(fractions, hn::Set(WholeNumbers(), unit + MostCertainFraction(error)));
+}
+
+/// The weighted sum of the bands of some pixels, with the roundings of the definition.
+template <class T>
+HWY_INLINE hn::Vec<hn::ScalableTag<double>> WeightedSum(const T* planes, const double* weights,
+                                                        std::uint32_t bands) {
+    const hn::ScalableTag<double> d;
+    auto s = hn::Zero(d);
+    for (std::uint32_t band = 0; band < bands; ++band)
+        s = hn::Add(s, hn::Mul(LoadReal(d, planes + band * blockPixels), hn::Set(d, weights[band])));
+    return s;
+}
+
+/// With fewer roundings where the processor has them.
+template <class D, class T>
+HWY_INLINE hn::Vec<D> FilteredSum(D d, const T* planes, const hn::TFromD<D>* weights, std::uint32_t bands) {
+    auto s = hn::Zero(d);
+    for (std::uint32_t band = 0; band < bands; ++band)
+        s = hn::MulAdd(LoadReal(d, planes + band * blockPixels), hn::Set(d, weights[band]), s);
+    return s;
+}
+
+/// Pixels of a block whose result the filter leaves uncertain.
+struct Uncertain {
+    std::uint8_t pixels[blockPixels] = {};
+    std::size_t count = 0;
+};
+
+/// With more of them in a block, all of it by the definition takes less time.
+inline constexpr std::size_t mostUncertain = 24;
+
+template <class D, class M>
+HWY_INLINE void AddUncertain(D d, M isUncertain, std::size_t firstPixel, Uncertain& uncertain) {
+    if (HWY_LIKELY(hn::AllFalse(d, isUncertain))) return;
+    alignas(8) std::uint8_t bytes[8] = {};
+    hn::StoreMaskBits(d, isUncertain, bytes);
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, bytes, sizeof bits);
+    for (; bits != 0; bits &= bits - 1)
+        uncertain.pixels[uncertain.count++] =
+            static_cast<std::uint8_t>(firstPixel + static_cast<unsigned>(std::countr_zero(bits)));
+}
+
+/// What a method gives to be fused by a filter. Planes lie blockPixels apart, one a multispectral band; the
+/// output bands are left in the first of them.
+template <class F, class T>
+concept MethodFilter = requires(const F& filter, T* planes, const T* pan, std::size_t pixels,
+                                Uncertain& uncertain) {
+    { filter.bands } -> std::convertible_to<const BandWeights&>;
+    { filter.isUsable } -> std::convertible_to<bool>; // with these weights
+    { F::definition } -> std::convertible_to<FuseRow<T>>;
+    // The same in vectors.
+    { filter.Exact(planes, pan, pixels) } -> std::same_as<void>;
+    // A block by the filter; false when much of it is uncertain.
+    { filter.Filtered(planes, pan, uncertain) } -> std::same_as<bool>;
+};
+
+/// The planes of a fused block.
+inline constexpr std::uint32_t mostPlanes = mostBands + 1;
+
+/// Fuses the uncertain pixels of a block once more, by the definition: one or two each for itself, more side
+/// by side.
+template <class T, MethodFilter<T> Filter>
+HWY_ATTR void Resolve(const FusionRows<T>& rows, T* out, const Uncertain& uncertain, const Filter& filter) {
+    const BandWeights& bands = filter.bands;
+    if (uncertain.count <= 2) {
+        for (std::size_t i = 0; i < uncertain.count; ++i) {
+            const std::size_t p = uncertain.pixels[i];
+            Filter::definition(rows.From(p, bands), out + p * bands.outputBands, 1, bands);
+        }
+        return;
+    }
+    HWY_ALIGN T planes[mostPlanes * blockPixels];
+    HWY_ALIGN T pan[blockPixels];
+    constexpr std::size_t lanes = HWY_MAX_BYTES / sizeof(double); // are read and written with the last pixel
+    const std::size_t end = std::min(blockPixels, uncertain.count + lanes);
+    const std::uint32_t interleaved = rows.InterleavedBands(bands);
+    for (std::size_t i = 0; i < end; ++i) {
+        const std::size_t p = uncertain.pixels[std::min(i, uncertain.count - 1)];
+        for (std::uint32_t band = 0; band < interleaved; ++band)
+            planes[band * blockPixels + i] = rows.ms[p * interleaved + band];
+        if (rows.additional) planes[interleaved * blockPixels + i] = rows.additional[p];
+        pan[i] = rows.pan[p];
+    }
+    filter.Exact(planes, pan, uncertain.count);
+    for (std::size_t i = 0; i < uncertain.count; ++i)
+        for (std::uint32_t band = 0; band < bands.outputBands; ++band)
+            out[uncertain.pixels[i] * bands.outputBands + band] = planes[band * blockPixels + i];
+}
+
+/// Fuses a row in blocks of planes.
+template <class T, MethodFilter<T> Filter>
+HWY_ATTR void FusePlanar(const FusionRows<T>& rows, T* out, std::size_t pixels, const Filter& filter) {
+    const BandWeights& bands = filter.bands;
+    const std::uint32_t interleaved = rows.InterleavedBands(bands);
+    const bool isApart = rows.additional != nullptr;
+    const auto block = [&filter, &bands, interleaved, isApart](const std::array<const T*, 3>& inputs,
+                                                               T* outBlock) HWY_ATTR {
+        const T* const ms = inputs[0];
+        const T* const pan = inputs[1];
+        const T* const additional = inputs[2];
+        HWY_ALIGN T planes[mostPlanes * blockPixels];
+        Uncertain uncertain;
+        const auto takeApart = [&]() HWY_ATTR {
+            Deinterleave(ms, interleaved, planes);
+            if (isApart) std::copy_n(additional, blockPixels, planes + interleaved * blockPixels);
+        };
+        takeApart();
+        if (!filter.isUsable) {
+            filter.Exact(planes, pan, blockPixels);
+        } else if (!filter.Filtered(planes, pan, uncertain)) {
+            uncertain.count = 0;
+            takeApart(); // again: the filter has written to the planes
+            filter.Exact(planes, pan, blockPixels);
+        }
+        Interleave(planes, bands.outputBands, outBlock);
+        Resolve({ms, pan, isApart ? additional : nullptr}, outBlock, uncertain, filter);
+    };
+    InBlocks<T>({{rows.ms, interleaved}, {rows.pan, 1}, {rows.additional, isApart ? 1u : 0u}}, out,
+                bands.outputBands, pixels, block);
+}
+
+/// Whether a row is left to the scalar definition, for its many bands.
+template <class T>
+HWY_INLINE bool HasManyBands(const FusionRows<T>& rows, const BandWeights& bands) {
+    return rows.InterleavedBands(bands) > mostBands || bands.outputBands > mostBands;
+}
+
+} // namespace HWY_NAMESPACE
+} // namespace kernels
+HWY_AFTER_NAMESPACE();
+
+#endif // PANSHARP_FILTERED_INL_H
