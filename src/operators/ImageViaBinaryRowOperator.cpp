@@ -96,16 +96,16 @@ bool ImageViaBinaryRowOperator<Input1, Input2, Operator>::SetWindow(std::uint32_
 }
 
 template <class Input1, class Input2, class Operator>
-auto ImageViaBinaryRowOperator<Input1, Input2, Operator>::GetRow(std::uint32_t row) -> T* {
+auto ImageViaBinaryRowOperator<Input1, Input2, Operator>::GetInputRows(std::uint32_t row) -> InputRows {
     currentRow = row;
     if (row >= outputRows) {
         this->InsertOnce(BinaryRowImageStatus::BeyondEnd, "requesting beyond end of image");
-        return nullptr;
+        return {};
     }
     if (!windowed) {
         this->InsertOnce(BinaryRowImageStatus::NoWindow,
                          "no window is set: call SetWindow before asking for rows");
-        return nullptr;
+        return {};
     }
     const std::uint32_t row2 = input2Sampled ? row - windowFirstRow : row;
     if (input2Sampled && (row < windowFirstRow || row2 >= input2Info.rows)) {
@@ -113,18 +113,28 @@ auto ImageViaBinaryRowOperator<Input1, Input2, Operator>::GetRow(std::uint32_t r
                          FormatString("row %u is outside the rows that the second input image covers (%u "
                                       "from row %u)",
                                       row, input2Info.rows, windowFirstRow));
-        return nullptr;
+        return {};
     }
     currentRow = row + 1; // whether or not the inputs have the row
-    const T* samples1 = input1->GetRow(row);
-    const T* samples2 = samples1 ? input2->GetRow(row2) : nullptr;
-    T* result = samples2 ? rowOperator->ProcessRow(samples1, samples2, row) : nullptr;
-    if (!result) {
-        const char* who = !samples1 ? "first input image" : !samples2 ? "second input image" : "row operator";
-        this->InsertOnce(BinaryRowImageStatus::NoInputRow,
-                         FormatString("the %s delivers no row %u", who, row));
-    }
+    InputRows rows;
+    rows.row1 = input1->GetRow(row);
+    if (rows.row1) rows.row2 = input2->GetRow(row2);
+    if (!rows.row2) ReportMissing(rows.row1 ? "second input image" : "first input image", row);
+    return rows;
+}
+
+template <class Input1, class Input2, class Operator>
+auto ImageViaBinaryRowOperator<Input1, Input2, Operator>::GetRow(std::uint32_t row) -> T* {
+    const InputRows rows = GetInputRows(row);
+    if (!rows.row2) return nullptr;
+    T* result = rowOperator->ProcessRow(rows.row1, rows.row2, row);
+    if (!result) ReportMissing("row operator", row);
     return result;
+}
+
+template <class Input1, class Input2, class Operator>
+void ImageViaBinaryRowOperator<Input1, Input2, Operator>::ReportMissing(const char* who, std::uint32_t row) {
+    this->InsertOnce(BinaryRowImageStatus::NoInputRow, FormatString("the %s delivers no row %u", who, row));
 }
 
 template class ImageViaBinaryRowOperator<Image<unsigned char>, Image<unsigned char>,

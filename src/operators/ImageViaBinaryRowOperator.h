@@ -38,6 +38,13 @@ public:
     /// `row` counts from the top of the output image. Fails from its last row on, without a window, for rows
     /// that a sampled input 2 does not cover, and when an input has no row to give.
     T* GetRow(std::uint32_t row) override;
+    /// The rows of both inputs of which GetRow makes its row; none or the first alone where that would fail
+    /// for it, with the same items.
+    struct InputRows {
+        const T* row1 = nullptr;
+        const T* row2 = nullptr;
+    };
+    InputRows GetInputRows(std::uint32_t row);
     /// The row after the last one asked for; that one again when this image itself refused it, not when an
     /// input or the operator had no row.
     T* GetNextRow() override { return GetRow(currentRow); }
@@ -53,6 +60,7 @@ public:
 
 private:
     bool Append(const Fundament::Status& reasons); ///< always false
+    void ReportMissing(const char* who, std::uint32_t row);
 
     Input1* input1 = nullptr;
     Input2* input2 = nullptr;

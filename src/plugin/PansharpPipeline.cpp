@@ -207,6 +207,13 @@ bool PansharpRaster::CreateFusion() {
     image.properties["outputNBands"] = FormatString("%lu", ULong{info.bandsPerPixel});
     image.EnableMetadata(generateMetadata);
     image.UseSimdTarget(simdTarget);
+    // One infrared band is fused from where it lies: to merge it into every row first takes longer than to
+    // fuse.
+    if (pipeline.msSource == pipeline.mergedImage.get() && pipeline.irImage.GetInfo().bands == 1)
+        image.TakeRowsApart([merged = pipeline.mergedImage.get()](std::uint32_t row) {
+            const auto rows = merged->GetInputRows(row);
+            return std::pair{rows.row1, rows.row2};
+        });
     if (!image.Init(pipeline.msSource, &pipeline.panImage))
         return Fail(ProcessStatus::PanSharpImageFailed, "PXL::PanSharp initialization failed", &image.status);
     if (generateMetadata) ExportPropertiesToMap(image.GetMetadata(), metadata, false, {}, {});
