@@ -3,8 +3,8 @@
 #include "fundament/Text.h"
 #include "hostkit/ArrayRaster.h"
 #include "hostkit/ArrayWorkspace.h"
+#include "hostkit/AxisPlacement.h"
 #include "hostkit/RequestRecord.h"
-#include "hostkit/SampledRaster.h"
 
 #include <algorithm>
 #include <atomic>
@@ -72,8 +72,8 @@ public:
 private:
     void SetImage(const char* id, const InputImage& image, const PixelRect& window,
                   std::vector<unsigned short>& buffer) {
-        const PixelRect needed =
-            hostkit::SourceRect(hostkit::PlaceGrids(job.pan.info, image.info), window, image.info);
+        const PixelRect needed = hostkit::AxisPlacement(job.pan.info, image.info)
+                                     .FindSource(window, hostkit::Resampling::Bilinear);
         workspace.SetImage(id, {image.info, MakeBlock(image.samples, image.layout, needed, buffer)});
     }
 

@@ -57,7 +57,7 @@ std::string FormatShift(const std::optional<Shift>& shift) {
     if (!shift) return Line("shift", "could not be measured");
     std::string text = FormatString("the multispectral content lies (%.2f, %.2f) of its pixels right of and "
                                     "below its place",
-                                    shift->right, shift->below);
+                                    shift->way.x, shift->way.y);
     if (shift->windows >= 2)
         text += FormatString("; %u windows %s: they differ by %.2f", shift->windows,
                              shift->IsAgreed() ? "agree" : "do not agree", shift->spread);
@@ -92,10 +92,12 @@ std::string FormatRun(const PreflightReport& report) {
 } // namespace
 
 std::string FormatInfo(const PreflightReport& report) {
-    std::string text = FormatImage("pan", report.pan) + FormatImage("multispectral", report.multispectral);
-    for (const ImageFacts& facts : report.otherGrids)
-        text += FormatImage("", facts);
-    if (report.infrared) text += FormatImage("infrared", *report.infrared);
+    std::string text = FormatImage("pan", report.pan);
+    const char* multispectral = "multispectral";
+    for (const rasterhost::CoarseFacts& facts : report.images) {
+        text += FormatImage(facts.role == rasterhost::Role::Infrared ? "infrared" : multispectral, facts);
+        multispectral = ""; // the other grids stand below
+    }
     text += FormatGrids(report) + FormatShift(report.shift);
     if (report.fit) text += FormatBands(*report.fit);
     return text + FormatRun(report);

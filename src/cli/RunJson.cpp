@@ -68,17 +68,25 @@ Json FactsObject(const ImageFacts& facts) {
 }
 
 void AddFindings(Json& object, const PreflightReport& report) {
-    Json images = {{"pan", FactsObject(report.pan)}, {"multispectral", FactsObject(report.multispectral)}};
-    if (report.infrared) images["infrared"] = FactsObject(*report.infrared);
-    for (const ImageFacts& facts : report.otherGrids)
-        images["other_grids"].push_back(FactsObject(facts));
+    Json images = {{"pan", FactsObject(report.pan)}};
+    Json otherGrids = Json::array();
+    for (const rasterhost::CoarseFacts& facts : report.images) {
+        const Json found = FactsObject(facts);
+        if (facts.role == rasterhost::Role::Infrared)
+            images["infrared"] = found;
+        else if (images.contains("multispectral"))
+            otherGrids.push_back(found);
+        else
+            images["multispectral"] = found;
+    }
+    if (!otherGrids.empty()) images["other_grids"] = otherGrids;
     object["images"] = images;
     object["ratio"] = {report.ratioX, report.ratioY};
     object["overlap"] = report.overlap;
     object["corner"] = report.corner;
     object["phase"] = report.phase;
     if (report.shift)
-        object["shift"] = {{"right", report.shift->right},        {"below", report.shift->below},
+        object["shift"] = {{"right", report.shift->way.x},        {"below", report.shift->way.y},
                            {"r_squared", report.shift->rSquared}, {"windows", report.shift->windows},
                            {"spread", report.shift->spread},      {"agreed", report.shift->IsAgreed()}};
     if (!report.fit) return;

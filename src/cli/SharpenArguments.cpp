@@ -155,7 +155,9 @@ std::array<double, 2> ParsePair(const std::string& option, const std::string& te
 void ReadShift(const CommandLine& line, SharpenRequest& request) {
     const std::string shift = KOVA::Tessara::Fundament::ToLower(line.Get("--shift"));
     request.measureShift = shift == "auto";
-    if (!request.measureShift) request.shift = ParsePair("--shift", shift);
+    if (request.measureShift) return;
+    const auto [right, below] = ParsePair("--shift", shift);
+    request.shift = {right, below};
 }
 
 void ReadGrids(const CommandLine& line, SharpenRequest& request) {

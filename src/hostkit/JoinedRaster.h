@@ -13,7 +13,7 @@ class JoinedRaster final : public RasterBase {
 public:
     /// A raster that gives some of the bands.
     struct Part {
-        std::unique_ptr<RasterBase> raster; ///< windowed already
+        std::shared_ptr<RasterBase> raster; ///< windowed already
         std::vector<std::size_t> bands;     ///< where its bands stand among all, counted from 0
     };
 

@@ -23,7 +23,7 @@ kernels::GridPosition Split(double position) {
 
 } // namespace
 
-MappedRaster::MappedRaster() : RasterBase("Host.MappedRaster") {}
+MappedRaster::MappedRaster() : PlacedWindow("Host.MappedRaster") {}
 
 bool MappedRaster::Open(const RasterInfo& pan, const PixelRect& panWindow, const RasterInfo& sourceInfo,
                         const SampleBlock& source, const PixelMap& map, Resampling resampling) {
@@ -47,17 +47,15 @@ bool MappedRaster::Open(const RasterInfo& pan, const PixelRect& panWindow, const
     samples = source;
     sourceColumns = sourceInfo.cols;
     sourceRows = sourceInfo.rows;
+    seen.reset();
     positions.resize(info.cols);
+    reach.resize(info.cols);
     output.resize(std::size_t{info.cols} * info.bandsPerPixel);
     return true;
 }
 
-bool MappedRaster::IsWithin(const PixelMap::Position& at) const {
-    return at.x >= -1.5 && at.x <= sourceColumns + 0.5 && at.y >= -1.5 && at.y <= sourceRows + 0.5;
-}
-
 /// True when all pixels from so many before a position to so many after have data.
-bool MappedRaster::HasAll(const PixelMap::Position& at, int before, int after) const {
+bool MappedRaster::HasAll(const Point& at, int before, int after) const {
     if (!samples.valid) return true;
     const auto clamp = [](std::int64_t index, std::uint32_t pixels) {
         return static_cast<std::uint32_t>(std::clamp<std::int64_t>(index, 0, std::int64_t{pixels} - 1));
@@ -71,7 +69,7 @@ bool MappedRaster::HasAll(const PixelMap::Position& at, int before, int after) c
 }
 
 template <class T>
-void MappedRaster::SampleCubic(const PixelMap::Position& at, T* out) const {
+void MappedRaster::SampleCubic(const Point& at, T* out) const {
     const kernels::CubicTap x = kernels::MakeCubicTap(Split(at.x), sourceColumns);
     const kernels::CubicTap y = kernels::MakeCubicTap(Split(at.y), sourceRows);
     const std::uint32_t bands = info.bandsPerPixel;
@@ -89,38 +87,61 @@ void MappedRaster::SampleCubic(const PixelMap::Position& at, T* out) const {
     kernels::CubicDown(rows, y.weights, bands, out);
 }
 
+Reach MappedRaster::FindOne(const Point& at) const {
+    const bool isWithin =
+        at.x >= -1.5 && at.x <= sourceColumns + 0.5 && at.y >= -1.5 && at.y <= sourceRows + 0.5;
+    if (!isWithin) return Reach::None;
+    if (HasAll(at, 0, 1)) return Reach::All;
+    unsigned short none = 0;
+    return SampleMasked(samples, 0, kernels::ClampTap(Split(at.x), sourceColumns),
+                        kernels::ClampTap(Split(at.y), sourceRows), &none)
+               ? Reach::Some
+               : Reach::None;
+}
+
+/// Finds the positions of a row and the reach of data there, once.
+void MappedRaster::Look(std::uint32_t row) {
+    if (seen == row) return;
+    pixelMap->FindRow(panRect.row0 + row, panRect.col0, panRect.col1, positions.data());
+    std::transform(positions.begin(), positions.end(), reach.begin(),
+                   [this](const Point& at) { return FindOne(at); });
+    hasGaps = std::any_of(reach.begin(), reach.end(), [](Reach found) { return found != Reach::All; });
+    seen = row;
+}
+
 template <class T>
 void MappedRaster::SampleRow(T* out) {
     const std::uint32_t bands = info.bandsPerPixel;
-    for (const PixelMap::Position& at : positions) {
-        if (!IsWithin(at)) {
+    for (std::size_t column = 0; column < positions.size(); ++column, out += bands) {
+        const Point& at = positions[column];
+        if (reach[column] == Reach::None) {
             std::fill_n(out, bands, T{0});
-        } else if (kind == Resampling::Cubic && HasAll(at, 1, 2)) {
-            SampleCubic(at, out);
-        } else {
-            const kernels::BilinearTap x = kernels::ClampTap(Split(at.x), sourceColumns);
-            const kernels::BilinearTap y = kernels::ClampTap(Split(at.y), sourceRows);
-            const auto row = [&](std::uint32_t column, std::uint32_t number) {
-                return reinterpret_cast<const T*>(samples.At(column, number, bands * sizeof(T)));
-            };
-            if (HasAll(at, 0, 1)) {
-                const T *a = row(x.first, y.first), *b = row(x.second, y.first), *c = row(x.first, y.second),
-                        *d = row(x.second, y.second);
-                for (std::uint32_t band = 0; band < bands; ++band)
-                    out[band] =
-                        kernels::BilinearSample(a[band], b[band], c[band], d[band], x.fraction, y.fraction);
-            } else if (!SampleMasked(samples, bands, x, y, out)) {
-                std::fill_n(out, bands, T{0});
-            }
+            continue;
         }
-        out += bands;
+        if (kind == Resampling::Cubic && reach[column] == Reach::All && HasAll(at, 1, 2)) {
+            SampleCubic(at, out);
+            continue;
+        }
+        const kernels::BilinearTap x = kernels::ClampTap(Split(at.x), sourceColumns);
+        const kernels::BilinearTap y = kernels::ClampTap(Split(at.y), sourceRows);
+        if (reach[column] == Reach::Some) {
+            SampleMasked(samples, bands, x, y, out);
+            continue;
+        }
+        const auto row = [&](std::uint32_t columnOfSource, std::uint32_t number) {
+            return reinterpret_cast<const T*>(samples.At(columnOfSource, number, bands * sizeof(T)));
+        };
+        const T *a = row(x.first, y.first), *b = row(x.second, y.first), *c = row(x.first, y.second),
+                *d = row(x.second, y.second);
+        for (std::uint32_t band = 0; band < bands; ++band)
+            out[band] = kernels::BilinearSample(a[band], b[band], c[band], d[band], x.fraction, y.fraction);
     }
 }
 
 const unsigned char* MappedRaster::GetRow(std::uint32_t row) {
     try {
         if (!HoldsRow(row)) return nullptr;
-        pixelMap->FindRow(panRect.row0 + row, panRect.col0, panRect.col1, positions.data());
+        Look(row);
         auto* bytes = reinterpret_cast<unsigned char*>(output.data());
         if (info.bitsPerBand == 8)
             SampleRow(bytes);
@@ -132,23 +153,10 @@ const unsigned char* MappedRaster::GetRow(std::uint32_t row) {
     }
 }
 
-bool MappedRaster::Find(std::uint32_t row, Reach* reach) {
-    pixelMap->FindRow(panRect.row0 + row, panRect.col0, panRect.col1, positions.data());
-    bool isWhole = true;
-    for (const PixelMap::Position& at : positions) {
-        *reach = Reach::All;
-        if (!IsWithin(at)) {
-            *reach = Reach::None;
-        } else if (!HasAll(at, 0, 1)) {
-            const kernels::BilinearTap x = kernels::ClampTap(Split(at.x), sourceColumns);
-            const kernels::BilinearTap y = kernels::ClampTap(Split(at.y), sourceRows);
-            unsigned short ignored = 0;
-            *reach = SampleMasked(samples, 0, x, y, &ignored) ? Reach::Some : Reach::None;
-        }
-        isWhole = isWhole && *reach == Reach::All;
-        ++reach;
-    }
-    return !isWhole;
+bool MappedRaster::FindReach(std::uint32_t row, Reach* rowReach) {
+    Look(row);
+    if (hasGaps) std::copy(reach.begin(), reach.end(), rowReach);
+    return hasGaps;
 }
 
 } // namespace hostkit

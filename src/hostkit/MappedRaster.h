@@ -1,9 +1,9 @@
 #pragma once
 
 #include "hostkit/PixelMap.h"
-#include "hostkit/RasterBase.h"
-#include "hostkit/SampledValidity.h"
+#include "hostkit/PlacedWindow.h"
 
+#include <optional>
 #include <vector>
 
 namespace hostkit {
@@ -11,7 +11,7 @@ namespace hostkit {
 /// A source image brought onto a window of the pan grid by way of a map: pixel by pixel, with the samples
 /// that the separable way has at the same positions. Data reach one source pixel beyond the source's edge
 /// and, like there, less than one beyond pixels without data.
-class MappedRaster final : public RasterBase, public ReachFinder {
+class MappedRaster final : public PlacedWindow {
 public:
     MappedRaster();
 
@@ -22,15 +22,16 @@ public:
 
     /// Computes a row of the window; null, with an item, outside it. Good until the next row.
     const unsigned char* GetRow(std::uint32_t row) override;
-    bool Find(std::uint32_t row, Reach* reach) override;
+    bool FindReach(std::uint32_t row, Reach* rowReach) override;
 
 private:
     template <class T>
     void SampleRow(T* out);
     template <class T>
-    void SampleCubic(const PixelMap::Position& at, T* out) const;
-    [[nodiscard]] bool IsWithin(const PixelMap::Position& at) const;
-    [[nodiscard]] bool HasAll(const PixelMap::Position& at, int before, int after) const;
+    void SampleCubic(const Point& at, T* out) const;
+    void Look(std::uint32_t row);
+    [[nodiscard]] Reach FindOne(const Point& at) const;
+    [[nodiscard]] bool HasAll(const Point& at, int before, int after) const;
 
     const PixelMap* pixelMap = nullptr;
     Resampling kind = Resampling::Bilinear;
@@ -38,8 +39,11 @@ private:
     SampleBlock samples;
     std::uint32_t sourceColumns = 0;
     std::uint32_t sourceRows = 0;
-    std::vector<PixelMap::Position> positions; ///< of one row
-    std::vector<unsigned short> output;        ///< read as bytes when the depth is 8 bits
+    std::optional<std::uint32_t> seen;  ///< the row that was looked at last
+    bool hasGaps = false;               ///< in it
+    std::vector<Point> positions;       ///< of it
+    std::vector<Reach> reach;           ///< likewise
+    std::vector<unsigned short> output; ///< read as bytes when the depth is 8 bits
 };
 
 } // namespace hostkit

@@ -1,6 +1,6 @@
 #include "hostkit/PanLowPass.h"
 
-#include "hostkit/SampledRaster.h"
+#include "hostkit/AxisPlacement.h"
 
 #include <algorithm>
 #include <cmath>
@@ -138,8 +138,9 @@ bool ComputeRows(const LowPassAxis& across, const LowPassAxis& down, PanRows<T> 
 double GaussianSigma(double transfer) { return std::sqrt(-2.0 * std::log(transfer)) / std::numbers::pi; }
 
 PanLowPass::PanLowPass(const RasterInfo& pan, const RasterInfo& coarse, double transfer)
-    : info(coarse), across(PlaceGrids(pan, coarse).across, GaussianSigma(transfer), coarse.cols, pan.cols),
-      down(PlaceGrids(pan, coarse).down, GaussianSigma(transfer), coarse.rows, pan.rows) {
+    : info(coarse),
+      across(AxisPlacement(pan, coarse).GetAcross(), GaussianSigma(transfer), coarse.cols, pan.cols),
+      down(AxisPlacement(pan, coarse).GetDown(), GaussianSigma(transfer), coarse.rows, pan.rows) {
     info.bandsPerPixel = 1;
     info.bitsPerBand = pan.bitsPerBand;
     info.colorSpace = 0;

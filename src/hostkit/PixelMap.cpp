@@ -12,20 +12,20 @@ double Blend(double a, double b, double fraction) { return a * (1.0 - fraction) 
 
 } // namespace
 
-PixelMap::PixelMap(std::uint32_t pointStep, std::uint32_t columns, std::vector<Position> positions)
+PixelMap::PixelMap(std::uint32_t pointStep, std::uint32_t columns, std::vector<Point> positions)
     : step(pointStep), pointColumns(columns), points(std::move(positions)) {}
 
-void PixelMap::FindRow(std::uint32_t row, std::uint32_t col0, std::uint32_t col1, Position* positions) const {
-    const Position* upper = points.data() + std::size_t{row / step} * pointColumns;
-    const Position* lower = upper + pointColumns;
+void PixelMap::FindRow(std::uint32_t row, std::uint32_t col0, std::uint32_t col1, Point* positions) const {
+    const Point* upper = points.data() + std::size_t{row / step} * pointColumns;
+    const Point* lower = upper + pointColumns;
     const double down = static_cast<double>(row % step) / step;
     const auto at = [&](std::uint32_t point) {
-        return Position{Blend(upper[point].x, lower[point].x, down) + moved.x,
-                        Blend(upper[point].y, lower[point].y, down) + moved.y};
+        return Point{Blend(upper[point].x, lower[point].x, down) + moved.x,
+                     Blend(upper[point].y, lower[point].y, down) + moved.y};
     };
     for (std::uint32_t column = col0; column < col1;) {
         const std::uint32_t point = column / step;
-        const Position left = at(point), right = at(point + 1);
+        const Point left = at(point), right = at(point + 1);
         const std::uint32_t end = std::min(col1, (point + 1) * step);
         for (; column < end; ++column) {
             const double across = static_cast<double>(column % step) / step;
@@ -42,7 +42,7 @@ PixelRect PixelMap::SourceRect(const PixelRect& panWindow, std::uint32_t sourceC
     for (std::uint32_t row = panWindow.row0 / step; row <= (panWindow.row1 - 1) / step + 1; ++row)
         for (std::uint32_t column = panWindow.col0 / step; column <= (panWindow.col1 - 1) / step + 1;
              ++column) {
-            const Position& point = points[std::size_t{row} * pointColumns + column];
+            const Point& point = points[std::size_t{row} * pointColumns + column];
             if (std::isnan(point.x) || std::isnan(point.y)) continue;
             least[0] = std::min(least[0], point.x + moved.x);
             least[1] = std::min(least[1], point.y + moved.y);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hostkit/Point.h"
 #include "hostkit/RowSampler.h"
 #include "hostkit/SampleBlock.h"
 
@@ -13,14 +14,9 @@ namespace hostkit {
 /// interpolated between four of them: a pixel's position depends on nothing but its number.
 class PixelMap {
 public:
-    /// A place on the source, in its pixels.
-    struct Position {
-        double x = 0.0; ///< between the centres of source pixels: 0 is the centre of the first
-        double y = 0.0; ///< the same down
-    };
-
-    /// `points` row by row, `pointColumns` a row; not a number where a pan pixel has no place on the source.
-    PixelMap(std::uint32_t step, std::uint32_t pointColumns, std::vector<Position> points);
+    /// Positions count source pixels between their centres: 0 is the centre of the first. `points` row by
+    /// row, `pointColumns` a row; not a number where a pan pixel has no place on the source.
+    PixelMap(std::uint32_t step, std::uint32_t pointColumns, std::vector<Point> points);
 
     /// So many control points stand for a row or column of so many pan pixels.
     [[nodiscard]] static std::uint32_t CountPoints(std::uint32_t panPixels, std::uint32_t step) {
@@ -28,10 +24,10 @@ public:
     }
 
     /// Moves all positions, in source pixels: content that lies right of its place is looked for there.
-    void Move(double right, double below) { moved = {moved.x + right, moved.y + below}; }
+    void Move(const Point& way) { moved = moved + way; }
 
     /// Positions of the pan pixels col0 to col1 - 1 of a row.
-    void FindRow(std::uint32_t row, std::uint32_t col0, std::uint32_t col1, Position* positions) const;
+    void FindRow(std::uint32_t row, std::uint32_t col0, std::uint32_t col1, Point* positions) const;
 
     /// The source pixels that a window of pan is interpolated from, within the source; one pixel where the
     /// window lies beside it.
@@ -41,8 +37,8 @@ public:
 private:
     std::uint32_t step;
     std::uint32_t pointColumns;
-    std::vector<Position> points;
-    Position moved;
+    std::vector<Point> points;
+    Point moved;
 };
 
 } // namespace hostkit

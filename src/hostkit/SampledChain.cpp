@@ -3,7 +3,6 @@
 #include "fundament/Text.h"
 #include "hostkit/HostKitStatus.h"
 #include "hostkit/JoinedRaster.h"
-#include "hostkit/MappedRaster.h"
 
 #include <utility>
 
@@ -45,31 +44,32 @@ int SampledChain::Initialize(Aoi* aoi) {
 
 bool SampledChain::Open(const RequestedWindow& request) {
     if (request.inPixels) return OpenUnscaled(request.rect);
-    if (image.grids.empty()) {
-        raster = OpenGrid({image.info, image.block, image.map, {}}, request.rect);
-        return raster != nullptr;
-    }
-    std::vector<JoinedRaster::Part> parts;
-    for (const SourceGrid& source : image.grids) {
-        parts.push_back({OpenGrid(source, request.rect), source.bands});
-        if (!parts.back().raster) return false;
-    }
-    raster = std::make_unique<JoinedRaster>(std::move(parts));
-    return true;
+    return image.opened.empty() ? OpenSamples(request.rect) : TakeOpened(request.rect);
 }
 
-/// Null, with items, when the samples at hand do not cover the window.
-std::unique_ptr<RasterBase> SampledChain::OpenGrid(const SourceGrid& source, const PixelRect& rect) {
-    if (source.map) {
-        auto mapped = std::make_unique<MappedRaster>();
-        if (mapped->Open(grid, rect, source.info, source.block, *source.map, image.resampling)) return mapped;
-        status.Append(mapped->GetStatus());
-        return nullptr;
+bool SampledChain::OpenSamples(const PixelRect& rect) {
+    placement = std::make_unique<AxisPlacement>(grid, image.info);
+    raster = placement->Open(rect, image.info, image.block, image.resampling, status);
+    return raster != nullptr;
+}
+
+bool SampledChain::TakeOpened(const PixelRect& rect) {
+    if (rect != image.window) {
+        status.Add(HostKitStatus::SourceNotCovered,
+                   FormatString("the image '%s' is at hand on another window than columns %u to %u and rows "
+                                "%u to %u",
+                                id.c_str(), rect.col0, rect.col1, rect.row0, rect.row1),
+                   {});
+        return false;
     }
-    auto sampled = std::make_unique<SampledRaster>();
-    if (sampled->Open(grid, rect, source.info, source.block, image.resampling)) return sampled;
-    status.Append(sampled->GetStatus());
-    return nullptr;
+    std::vector<JoinedRaster::Part> parts;
+    for (const OpenedBands& part : image.opened)
+        parts.push_back({part.raster, part.bands});
+    if (parts.size() == 1)
+        raster = parts.front().raster;
+    else
+        raster = std::make_shared<JoinedRaster>(std::move(parts));
+    return true;
 }
 
 bool SampledChain::OpenUnscaled(const PixelRect& rect) {

@@ -4,9 +4,8 @@
 #include "host/NameValueMap.h"
 #include "host/Object.h"
 #include "hostkit/ArrayRaster.h"
-#include "hostkit/PixelMap.h"
+#include "hostkit/AxisPlacement.h"
 #include "hostkit/RequestRecord.h"
-#include "hostkit/SampledRaster.h"
 
 #include <memory>
 #include <string>
@@ -14,23 +13,22 @@
 
 namespace hostkit {
 
-/// Bands of an image that have a grid of their own.
-struct SourceGrid {
-    KOVA::Tessara::Pixmere::RasterInfo info; ///< of these bands
-    SampleBlock block;                       ///< the samples at hand; of the caller
-    const PixelMap* map = nullptr;  ///< where pan lies on it; null when the grids run along each other
-    std::vector<std::size_t> bands; ///< where they stand among all bands of the image, counted from 0
+/// Bands of an image on a window of the pan grid, opened by the host.
+struct OpenedBands {
+    std::shared_ptr<PlacedWindow> raster; ///< lent to the chains, one at a time
+    std::vector<std::size_t> bands;       ///< where they stand among all bands of the image, counted from 0
 };
 
-/// An image of a workspace: a description of the whole and samples of the part at hand.
+/// An image of a workspace: a description of the whole, and either samples of the part at hand, of an image
+/// that runs along pan, or the window at hand.
 struct SourceImage {
     KOVA::Tessara::Pixmere::RasterInfo info;      ///< of the whole image, with all bands
     SampleBlock block;                            ///< the samples at hand; of the caller
     Resampling resampling = Resampling::Bilinear; ///< whatever a chain is asked for
-    const PixelMap* map = nullptr; ///< where pan lies on it; null when the grids run along each other
-    /// Where the bands do not share one grid: all of them, in place of `block` and `map`. Such an image can
-    /// be interpolated, and not be read as it is.
-    std::vector<SourceGrid> grids = {};
+    /// The window at hand: all bands, where they do not share one grid in several parts. There are no samples
+    /// then; the image can be delivered on this window and not be read as it is.
+    std::vector<OpenedBands> opened = {};
+    PixelRect window = {}; ///< of the pan grid, that is
 };
 
 /// The chain that brings an image of the workspace onto the window of a request. It obeys the record given to
@@ -66,14 +64,16 @@ public:
 
 private:
     bool Open(const RequestedWindow& request);
-    [[nodiscard]] std::unique_ptr<RasterBase> OpenGrid(const SourceGrid& source, const PixelRect& rect);
+    bool OpenSamples(const PixelRect& rect);
+    bool TakeOpened(const PixelRect& rect);
     bool OpenUnscaled(const PixelRect& rect);
 
     std::string id;
     RasterInfo grid;
     SourceImage image;
+    std::unique_ptr<AxisPlacement> placement; ///< of the samples at hand
     KOVA::Tessara::Global::NameValueMap metadata;
-    std::unique_ptr<RasterBase> raster;
+    std::shared_ptr<RasterBase> raster;
 };
 
 } // namespace hostkit

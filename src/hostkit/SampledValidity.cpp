@@ -55,7 +55,7 @@ Reach SampledValidity::FindOne(std::uint32_t column, std::uint32_t row) const {
     return Reach::None;
 }
 
-bool SampledValidity::Find(std::uint32_t row, Reach* reach) {
+bool SampledValidity::Find(std::uint32_t row, Reach* reach) const {
     const std::span<const std::uint32_t> needed = rows[row].All();
     if (std::all_of(needed.begin(), needed.end(),
                     [this](std::uint32_t r) { return isWhole[r - block.rect.row0]; })) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hostkit/PlacedWindow.h"
 #include "hostkit/RowSampler.h"
 #include "hostkit/SampleBlock.h"
 #include "kernels/BilinearRow.h"
@@ -9,29 +10,18 @@
 
 namespace hostkit {
 
-/// How many of the source pixels that a pan pixel is interpolated from have data. Those of weight 0 do not
-/// count.
-enum class Reach : unsigned char { None, Some, All };
-
-/// Tells how far data reach on a window of the pan grid.
-class ReachFinder {
-public:
-    virtual ~ReachFinder() = default;
-    /// One entry for every column of a row of the window. False when all of the row is Reach::All.
-    virtual bool Find(std::uint32_t row, Reach* reach) = 0;
-};
-
 /// Finds for the pan pixels of a window whether they can be interpolated, and interpolates those beside
 /// source pixels without data: from the valid ones among the four around them, their bilinear weights made to
 /// add up to 1. So data reach less than one source pixel beyond the last valid one, and no sample without
 /// data ever takes part. Cubic interpolation needs all sixteen and gives way to this.
-class SampledValidity final : public ReachFinder {
+class SampledValidity {
 public:
     /// The source's `valid` is not null; the block outlives this.
     SampledValidity(const SamplerShape& shape, Resampling resampling, const SampleBlock& source);
 
-    /// Rows without gaps are found without looking at each pixel.
-    bool Find(std::uint32_t row, Reach* reach) override;
+    /// One entry for every column of a row of the window. False when all of the row is Reach::All, which is
+    /// found without looking at each pixel.
+    bool Find(std::uint32_t row, Reach* reach) const;
 
     /// Interpolates one pixel of Reach::Some into `out`, a sample for every band.
     void Sample(std::uint32_t column, std::uint32_t row, void* out) const;

@@ -63,7 +63,7 @@ class PairView {
 public:
     PairView(const Scene& images, const SensorBlur& sensorBlur, double gridRatio)
         : scene(images), blur(sensorBlur), ratio(gridRatio), fine(images.pan->GetInfo()),
-          coarse(images.multispectral->GetInfo()), bands(coarse.bandsPerPixel),
+          coarse(images.GetMultispectral().GetInfo()), bands(coarse.bandsPerPixel),
           consistency(coarse.cols, bands), blurred(coarse.cols, bands, quality::blockSide),
           fineScale(fine.cols, bands, quality::blockSide),
           coarseScale(coarse.cols, bands, quality::CoarseBlockSide(ratio)) {}
@@ -71,7 +71,7 @@ public:
     /// At the multispectral pixels.
     bool SeeCoarse(RowSource& image, Status& status) {
         const hostkit::PixelRect all = hostkit::WholeImage(coarse);
-        ImageRows multispectral(*scene.multispectral), pan(*scene.pan);
+        ImageRows multispectral(*scene.GetMultispectral().image), pan(*scene.pan);
         DegradedRows seenImage = DegradeOnto(image, fine, coarse, all, blur.multispectral);
         DegradedRows seenPan = DegradeOnto(pan, fine, coarse, all, std::span(&blur.pan, 1));
         SampleRows a, b, c;
@@ -133,7 +133,7 @@ private:
     const SensorBlur& blur;
     double ratio;
     const RasterInfo& fine;
-    const RasterInfo& coarse;
+    const RasterInfo coarse;
     std::size_t bands;
     quality::Comparison consistency;
     quality::HypercomplexIndex blurred;
@@ -187,20 +187,21 @@ private:
         scene = OpenScene(inputs, warn, status);
         return scene && CheckSizes(*scene, status) && CheckGrids(*scene, status) &&
                CheckPixels(*fused, *scene->pan, "pan", status) &&
-               CheckBands(*fused, *scene->multispectral, "multispectral", status) &&
+               CheckBands(*fused, *scene->GetMultispectral().image, "multispectral", status) &&
                CheckBlur(request.blur, report.bands, status) &&
                FindCollars(*scene, warn, {}, status) == CollarSearch::Done;
     }
 
     bool AgainstPair() {
         const RasterInfo& pan = scene->pan->GetInfo();
-        const RasterInfo& coarse = scene->multispectral->GetInfo();
+        const PlacedImage& multispectral = scene->GetMultispectral();
+        const RasterInfo coarse = multispectral.GetInfo();
         if (!report.ratio)
             report.ratio =
                 std::sqrt(coarse.pixelSizeX / pan.pixelSizeX * (coarse.pixelSizeY / pan.pixelSizeY));
-        const CacheLimit cache(StripCache({fused.get(), scene->pan.get(), scene->multispectral.get()}));
+        const CacheLimit cache(StripCache({fused.get(), scene->pan.get(), multispectral.image.get()}));
         ImageRows image(*fused);
-        UpsampledRows plain(*scene->multispectral, pan, hostkit::WholeImage(pan),
+        UpsampledRows plain(*multispectral.image, *multispectral.placement, hostkit::WholeImage(pan),
                             hostkit::Resampling::Bilinear, true);
         // Both at the same pixels.
         MaskedRows maskedImage(image, plain), maskedPlain(plain, image);

@@ -42,14 +42,14 @@ bool GroupByGrid(const std::vector<InputBand>& inputs, const SampleOptions& opti
 } // namespace
 
 bool OpenGrids(const std::vector<InputBand>& inputs, const SampleOptions& options,
-               std::vector<BandGrid>& grids, Status& status) {
+               std::vector<PlacedImage>& grids, Status& status) {
     std::vector<InputGroup> groups;
     const bool isOneFile = std::all_of(inputs.begin(), inputs.end(), [&](const InputBand& input) {
         return input.file == inputs.front().file;
     });
     if (!isOneFile && !GroupByGrid(inputs, options, groups, status)) return false;
     if (groups.size() < 2) {
-        grids.push_back({InputImage::Open(inputs, multispectral, options, status), {}});
+        grids.push_back({InputImage::Open(inputs, multispectral, options, status), {}, {}});
         if (!grids.back().image) return false;
         grids.back().bands.resize(grids.back().image->GetBands().size());
         std::iota(grids.back().bands.begin(), grids.back().bands.end(), std::size_t{0});
@@ -57,16 +57,16 @@ bool OpenGrids(const std::vector<InputBand>& inputs, const SampleOptions& option
     }
     for (InputGroup& group : groups) {
         grids.push_back(
-            {InputImage::Open(group.inputs, multispectral, options, status), std::move(group.bands)});
+            {InputImage::Open(group.inputs, multispectral, options, status), {}, std::move(group.bands)});
         if (!grids.back().image) return false;
     }
     return true;
 }
 
-bool OrderBands(const std::vector<int>& wanted, const std::vector<BandGrid>& grids, Scene& scene,
+bool OrderBands(const std::vector<int>& wanted, const std::vector<PlacedImage>& grids, Scene& scene,
                 Status& status) {
     std::size_t count = 0;
-    for (const BandGrid& grid : grids)
+    for (const PlacedImage& grid : grids)
         count += grid.bands.size();
     for (const int number : wanted) {
         if (number < 1 || static_cast<std::size_t>(number) > count)
@@ -86,15 +86,15 @@ bool OrderBands(const std::vector<int>& wanted, const std::vector<BandGrid>& gri
     return true;
 }
 
-void TakeGrids(std::vector<BandGrid> grids, Scene& scene) {
-    const auto pixelArea = [](const BandGrid& grid) {
-        return grid.image->GetInfo().pixelSizeX * grid.image->GetInfo().pixelSizeY;
+void TakeGrids(std::vector<PlacedImage> grids, Scene& scene) {
+    const auto pixelArea = [](const PlacedImage& grid) {
+        return grid.GetInfo().pixelSizeX * grid.GetInfo().pixelSizeY;
     };
     const auto largest = std::max_element(grids.begin(), grids.end(), [&](const auto& a, const auto& b) {
         return pixelArea(a) < pixelArea(b);
     });
     std::rotate(grids.begin(), largest, largest + 1);
-    for (BandGrid& grid : grids) {
+    for (PlacedImage& grid : grids) {
         std::vector<std::size_t> order, places;
         for (std::size_t place = 0; place < scene.bandOrder.size(); ++place) {
             const auto own = std::find(grid.bands.begin(), grid.bands.end(), scene.bandOrder[place]);
@@ -103,43 +103,34 @@ void TakeGrids(std::vector<BandGrid> grids, Scene& scene) {
             places.push_back(place);
         }
         grid.image->Reorder(order);
-        scene.gridBands.push_back(std::move(places));
-        if (scene.multispectral)
-            scene.otherGrids.push_back(std::move(grid.image));
-        else
-            scene.multispectral = std::move(grid.image);
+        grid.bands = std::move(places);
+        scene.images.push_back(std::move(grid));
     }
 }
 
 const SourceBand& Scene::GetBand(std::size_t position) const {
-    const std::vector<InputImage*> grids = GetGrids();
-    std::size_t grid = 0;
-    auto at = gridBands[grid].begin();
-    while ((at = std::find(gridBands[grid].begin(), gridBands[grid].end(), position)) ==
-           gridBands[grid].end())
+    const PlacedImage* grid = &images.front();
+    while (!std::binary_search(grid->bands.begin(), grid->bands.end(), position))
         ++grid;
-    return grids[grid]->GetBands()[static_cast<std::size_t>(at - gridBands[grid].begin())];
+    const auto at = std::lower_bound(grid->bands.begin(), grid->bands.end(), position);
+    return grid->image->GetBands()[static_cast<std::size_t>(at - grid->bands.begin())];
 }
 
 void Scene::KeepFirstBands(std::uint32_t count) {
     bandOrder.resize(count);
-    std::vector<std::unique_ptr<InputImage>> kept;
-    std::vector<std::vector<std::size_t>> keptBands;
-    otherGrids.insert(otherGrids.begin(), std::move(multispectral));
-    for (std::size_t grid = 0; grid < otherGrids.size(); ++grid) {
-        std::vector<std::size_t>& places = gridBands[grid];
-        places.erase(std::lower_bound(places.begin(), places.end(), std::size_t{count}), places.end());
-        if (places.empty()) continue;
-        std::vector<std::size_t> first(places.size());
-        std::iota(first.begin(), first.end(), std::size_t{0});
-        otherGrids[grid]->Reorder(first);
-        kept.push_back(std::move(otherGrids[grid]));
-        keptBands.push_back(std::move(places));
+    std::vector<PlacedImage> kept;
+    for (PlacedImage& coarse : images) {
+        if (coarse.role == Role::Multispectral) {
+            std::vector<std::size_t>& places = coarse.bands;
+            places.erase(std::lower_bound(places.begin(), places.end(), std::size_t{count}), places.end());
+            if (places.empty()) continue;
+            std::vector<std::size_t> first(places.size());
+            std::iota(first.begin(), first.end(), std::size_t{0});
+            coarse.image->Reorder(first);
+        }
+        kept.push_back(std::move(coarse));
     }
-    multispectral = std::move(kept.front());
-    kept.erase(kept.begin());
-    otherGrids = std::move(kept);
-    gridBands = std::move(keptBands);
+    images = std::move(kept);
 }
 
 } // namespace rasterhost

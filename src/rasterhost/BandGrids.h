@@ -4,23 +4,18 @@
 
 namespace rasterhost {
 
-/// Bands of a request that share one grid.
-struct BandGrid {
-    std::unique_ptr<InputImage> image;
-    std::vector<std::size_t> bands; ///< their positions in the request, in ascending order
-};
-
-/// Opens the multispectral files of a request, an image for each grid. Never none; false with an item.
+/// Opens the multispectral files of a request, an image for each grid, not placed yet; its bands are
+/// positions in the request. Never none; false with an item.
 [[nodiscard]] bool OpenGrids(const std::vector<InputBand>& inputs, const SampleOptions& options,
-                             std::vector<BandGrid>& grids, Status& status);
+                             std::vector<PlacedImage>& grids, Status& status);
 
 /// Sets the scene's order of bands: those wanted first, counted from 1, or all when none is named. False with
 /// an item when there is no such band.
-[[nodiscard]] bool OrderBands(const std::vector<int>& wanted, const std::vector<BandGrid>& grids,
+[[nodiscard]] bool OrderBands(const std::vector<int>& wanted, const std::vector<PlacedImage>& grids,
                               Scene& scene, Status& status);
 
 /// Makes grids that were placed on pan those of the scene, the one of the largest pixels first, with their
 /// bands in the scene's order.
-void TakeGrids(std::vector<BandGrid> grids, Scene& scene);
+void TakeGrids(std::vector<PlacedImage> grids, Scene& scene);
 
 } // namespace rasterhost

@@ -111,8 +111,9 @@ CollarSearch FindCollar(InputImage& image, const Warn& warn, const std::function
 CollarSearch FindCollars(Scene& scene, const Warn& warn, const std::function<bool()>& keepOn,
                          Status& status) {
     if (scene.sampleOptions.isIgnored) return CollarSearch::Done;
-    std::vector<InputImage*> images = scene.GetCoarseImages();
-    images.insert(images.begin(), scene.pan.get());
+    std::vector<InputImage*> images{scene.pan.get()};
+    for (const PlacedImage& coarse : scene.images)
+        images.push_back(coarse.image.get());
     for (InputImage* image : images) {
         const CollarSearch result =
             image->DeclaresZerosOrMask() ? CollarSearch::Done : FindCollar(*image, warn, keepOn, status);

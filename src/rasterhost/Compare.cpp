@@ -1,6 +1,7 @@
 #include "rasterhost/Compare.h"
 
 #include "fundament/Text.h"
+#include "hostkit/AxisPlacement.h"
 #include "hostkit/PluginLibrary.h"
 #include "hostkit/RequestRecord.h"
 #include "rasterhost/CacheLimit.h"
@@ -68,12 +69,12 @@ private:
         if (inputs.resampling.empty()) inputs.resampling = "bilinear"; // nothing is sampled here
         const auto scene = OpenScene(inputs, warn, status);
         if (!scene || !CheckSizes(*scene, status) || !CheckGrids(*scene, status) ||
-            !CheckBlur(request.blur, scene->multispectral->GetBands().size(), status) ||
+            !CheckBlur(request.blur, scene->GetMultispectral().image->GetBands().size(), status) ||
             FindCollars(*scene, warn, {}, status) != CollarSearch::Done)
             return false;
         if (!GoesOn()) return Cancel();
         if (scene->pan->GetInfo().bitsPerBand > 8) bitDepth = static_cast<int>(scene->bitDepth);
-        const CacheLimit cache(StripCache({scene->pan.get(), scene->multispectral.get()}));
+        const CacheLimit cache(StripCache({scene->pan.get(), scene->GetMultispectral().image.get()}));
         reduced = ReducedScene::Make(*scene, request.blur, status);
         if (!reduced) return false;
         report.ratioX = reduced->ratioX;
@@ -119,7 +120,8 @@ private:
 
     bool AddPlain(const char* name, hostkit::Resampling resampling) {
         const auto& grid = pan->GetInfo();
-        UpsampledRows rows(*multispectral, grid, hostkit::WholeImage(grid), resampling, false);
+        const hostkit::AxisPlacement placement(grid, multispectral->GetInfo());
+        UpsampledRows rows(*multispectral, placement, hostkit::WholeImage(grid), resampling, false);
         return Add({name, {}, name, {}, {}}, rows);
     }
 

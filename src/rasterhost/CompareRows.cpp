@@ -31,17 +31,18 @@ std::int64_t StripCache(std::initializer_list<const InputImage*> images) {
 }
 
 bool CheckGrids(const Scene& scene, Status& status) {
-    if (!scene.otherGrids.empty())
+    const std::size_t grids = scene.GetGrids().size();
+    if (grids > 1)
         return Fail(status, HostStatus::InputsDoNotFit,
                     FormatString("the multispectral bands lie on %d different grids, and indices take one; "
                                  "name bands that share a grid, or bring them onto one with gdalwarp",
-                                 static_cast<int>(scene.otherGrids.size()) + 1));
-    return !scene.multispectral->GetMap() ||
+                                 static_cast<int>(grids)));
+    return scene.GetMultispectral().placement->RunsAlong() ||
            Fail(status, HostStatus::InputsDoNotFit,
                 FormatString(
                     "rows and columns of %s and %s do not run along each other, which degrading them takes; "
                     "bring the second into the projection of the first with gdalwarp -t_srs",
-                    scene.pan->GetName().c_str(), scene.multispectral->GetName().c_str()));
+                    scene.pan->GetName().c_str(), scene.GetMultispectral().image->GetName().c_str()));
 }
 
 } // namespace rasterhost

@@ -9,13 +9,6 @@ namespace rasterhost {
 using hostkit::PixelRect;
 using KOVA::Tessara::Pixmere::RasterInfo;
 
-double GridMap::At(double edge) const {
-    constexpr double noise = 1e-6;
-    const double position = origin + edge * step;
-    const double whole = std::floor(position + 0.5);
-    return std::fabs(position - whole) <= noise ? whole : position;
-}
-
 std::optional<double> Footprint::Mean(const AreaSums& sums, double left, double top, double right,
                                       double bottom) const {
     if (!isTurned) return sums.Mean(across.At(left), down.At(top), across.At(right), down.At(bottom));

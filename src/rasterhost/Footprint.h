@@ -1,21 +1,14 @@
 #pragma once
 
 #include "host/RasterInfo.h"
+#include "hostkit/GridMap.h"
 #include "rasterhost/AreaSums.h"
 
 #include <optional>
 
 namespace rasterhost {
 
-/// Where the pixels of the multispectral grid lie along an axis of another image, in its pixels.
-struct GridMap {
-    double origin = 0.0;
-    double step = 1.0;
-
-    /// Of an edge between multispectral pixels. Positions within 1e-6 of a whole number are that number:
-    /// georeferencing carries such noise.
-    [[nodiscard]] double At(double edge) const;
-};
+using hostkit::GridMap;
 
 /// Where the pixels of a block of the multispectral grid lie on another image.
 struct Footprint {

@@ -1,7 +1,6 @@
 #include "rasterhost/FusionSlot.h"
 
 #include "fundament/Text.h"
-#include "hostkit/MappedRaster.h"
 #include "hostkit/RequestRecord.h"
 
 #include <algorithm>
@@ -13,13 +12,22 @@ using hostkit::PixelRect;
 using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Pixmere::IRasterWorkspace;
 
-FusionSlot::FusionSlot(const Scene& images, const hostkit::PluginLibrary& plugin,
-                       const ProcessSettings& settings, const OutputRules& outputRules, Status& creation)
+FusionSlot::FusionSlot(const Scene& images, std::vector<PlacedSource> placed,
+                       const hostkit::PluginLibrary& plugin, const ProcessSettings& settings,
+                       const OutputRules& outputRules, Status& creation)
     : scene(images), pan(*images.pan), workspace(images.pan->GetInfo()),
       process(plugin, settings.properties, creation), rules(outputRules),
       pixelBytes(std::size_t{rules.GetFileBands()} * (images.pan->GetInfo().bitsPerBand / 8)) {
-    for (InputImage* image : images.GetCoarseImages())
-        sources.push_back(std::make_unique<Source>(*image));
+    for (PlacedSource& source : placed)
+        sources.push_back(std::make_unique<Source>(std::move(source)));
+}
+
+/// False when every pixel of the part is known to have data in all images.
+bool FusionSlot::MayLackData() const {
+    return scene.covered != scene.part || scene.pan->MayLackData() ||
+           std::any_of(sources.begin(), sources.end(), [](const auto& source) {
+               return !source->placed.placement->RunsAlong() || source->placed.image->MayLackData();
+           });
 }
 
 bool FusionSlot::FailedProcess(const char* what, Status& status) {
@@ -37,7 +45,7 @@ bool FusionSlot::Init(std::uint32_t mostRows, const OutputLayout& outputLayout, 
     const std::size_t tileRows = layout.tileColumns == 0 ? 0 : (mostRows - 1) / layout.tileRows + 1;
     output.resize(layout.tileColumns == 0 ? pixelBytes * scene.part.GetColumns() * mostRows
                                           : TilesAcross() * tileRows * layout.tileRows * TileRowBytes());
-    if (scene.MayLackData()) {
+    if (MayLackData()) {
         reach.resize(scene.part.GetColumns());
         valid.resize(std::size_t{scene.part.GetColumns()} * mostRows);
     }
@@ -61,64 +69,53 @@ bool ReadRect(const hostkit::ImageSource& image, hostkit::SourceRaster& raster, 
 
 } // namespace
 
-bool FusionSlot::ReadSource(Source& source, Status& status) {
-    const auto& info = source.image.GetInfo();
-    const hostkit::PixelMap* map = source.image.GetMap();
-    const auto placement = hostkit::PlaceGrids(scene.pan->GetInfo(), info);
-    const PixelRect needed = map ? map->SourceRect(window, info.cols, info.rows, scene.resampling)
-                                 : hostkit::SourceRect(placement, window, info, scene.resampling);
-    if (!ReadRect(source.image, source.raster, needed, status)) return false;
-    const hostkit::SampleBlock block = source.raster.GetBlock();
-    source.validity.reset();
-    if (map) {
-        auto mapped = std::make_unique<hostkit::MappedRaster>();
-        if (!mapped->Open(scene.pan->GetInfo(), window, info, block, *map, scene.resampling)) {
-            status.Append(mapped->GetStatus());
-            return false;
-        }
-        source.validity = std::move(mapped);
-        return true;
-    }
-    if (!block.valid) return true;
-    const hostkit::WindowPlacement at(placement, window);
-    source.validity =
-        std::make_unique<hostkit::SampledValidity>(at.Shape(info, block.rect), scene.resampling, block);
-    return true;
-}
-
-/// Puts what was read into the workspace.
-void FusionSlot::OfferImages() {
-    const auto offer = [this](const Source& source) {
-        return hostkit::SourceImage{
-            source.image.GetInfo(), source.raster.GetBlock(), scene.resampling, source.image.GetMap(), {}};
-    };
-    hostkit::SourceImage multispectral = offer(*sources.front());
-    if (!scene.otherGrids.empty()) {
-        for (std::size_t grid = 0; grid < scene.gridBands.size(); ++grid) {
-            const hostkit::SourceImage own = offer(*sources[grid]);
-            multispectral.grids.push_back({own.info, own.block, own.map, scene.gridBands[grid]});
-        }
-        multispectral.info.bandsPerPixel = static_cast<std::uint32_t>(scene.bandOrder.size());
-        multispectral.info.colorSpace = 1;
-    }
-    workspace.SetImage(multispectralId, multispectral);
-    if (scene.infrared) workspace.SetImage(infraredId, offer(*sources.back()));
-}
-
 bool FusionSlot::Read(std::uint32_t firstRow, std::uint32_t endRow, Status& status) {
     window = {scene.part.col0, firstRow, scene.part.col1, endRow};
     if (!ReadRect(*scene.pan, pan, window, status)) return false;
-    for (const auto& source : sources)
-        if (!ReadSource(*source, status)) return false;
-    OfferImages();
+    for (const auto& source : sources) {
+        const PixelRect needed = source->placed.placement->FindSource(window, scene.resampling);
+        if (!ReadRect(*source->placed.image, source->raster, needed, status)) return false;
+    }
+    return true;
+}
+
+/// Opens the window over what was read and puts it into the workspace.
+bool FusionSlot::OpenSources(Status& status) {
+    for (const auto& source : sources) {
+        const PlacedSource& placed = source->placed;
+        source->opened = placed.placement->Open(window, placed.image->GetInfo(), source->raster.GetBlock(),
+                                                scene.resampling, status);
+        if (!source->opened) return false;
+    }
+    OfferImage(multispectralId, Role::Multispectral);
+    OfferImage(infraredId, Role::Infrared);
     // The process takes the bounds from this record and the size from the window.
     request = hostkit::MakeRequest(scene.pan->GetInfo(), window);
     return true;
 }
 
+/// Puts the images of a role into the workspace as one, described as the first.
+void FusionSlot::OfferImage(const char* id, Role role) {
+    hostkit::SourceImage image;
+    for (const auto& source : sources) {
+        const PlacedSource& placed = source->placed;
+        if (placed.role != role) continue;
+        if (image.opened.empty()) image.info = placed.placement->Describe(placed.image->GetInfo());
+        image.opened.push_back({source->opened, placed.bands});
+    }
+    if (image.opened.empty()) return;
+    if (image.opened.size() > 1) {
+        image.info.bandsPerPixel = static_cast<std::uint32_t>(scene.bandOrder.size());
+        image.info.colorSpace = 1;
+    }
+    image.window = window;
+    workspace.SetImage(id, image);
+}
+
 bool FusionSlot::Fuse(Status& status) {
     tally.assign(scene.outputBands, {0, 0});
     const bool isCovered = window.row0 < scene.covered.row1 && window.row1 > scene.covered.row0;
+    if (isCovered && !OpenSources(status)) return false;
     if (isCovered && process->SetWindow(window.col0, window.row0, window.col1, window.row1) == 0)
         return FailedProcess("set the window", status);
     hasGaps = false;
@@ -156,7 +153,7 @@ bool FusionSlot::FindValid(std::uint32_t row, unsigned char* rowValid) {
     std::memset(rowValid, 0, covered.col0 - window.col0);
     std::memset(rowValid + (covered.col1 - window.col0), 0, window.col1 - covered.col1);
     for (const auto& source : sources)
-        if (source->validity && source->validity->Find(number, reach.data()))
+        if (source->opened->FindReach(number, reach.data()))
             for (std::size_t column = 0; column < columns; ++column)
                 if (reach[column] == hostkit::Reach::None) rowValid[column] = 0;
     return std::memchr(rowValid, 0, columns) != nullptr;

@@ -1,12 +1,14 @@
 #pragma once
 
 #include "hostkit/ArrayWorkspace.h"
+#include "hostkit/Placement.h"
 #include "hostkit/PluginLibrary.h"
 #include "hostkit/SourceRaster.h"
 #include "rasterhost/OutputRow.h"
 #include "rasterhost/ProcessSettings.h"
 
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace rasterhost {
@@ -15,8 +17,10 @@ namespace rasterhost {
 /// input files, Fuse does not: slots may fuse side by side.
 class FusionSlot {
 public:
-    FusionSlot(const Scene& images, const hostkit::PluginLibrary& plugin, const ProcessSettings& settings,
-               const OutputRules& outputRules, Status& creation);
+    /// `placed` are the scene's sources, or these and a computed one in place of an infrared band; they
+    /// outlive the slot, as the scene does.
+    FusionSlot(const Scene& images, std::vector<PlacedSource> placed, const hostkit::PluginLibrary& plugin,
+               const ProcessSettings& settings, const OutputRules& outputRules, Status& creation);
     FusionSlot(const FusionSlot&) = delete;
     FusionSlot& operator=(const FusionSlot&) = delete;
 
@@ -38,19 +42,18 @@ public:
     [[nodiscard]] const KOVA::Tessara::Global::NameValueMap& GetMetadata() { return process->GetMetadata(); }
 
 private:
-    using Validity = std::unique_ptr<hostkit::ReachFinder>; ///< null when all samples have data
-
-    /// An image on a grid of its own, and what was read of it.
+    /// An image to feed the process from, what was read of it and the window open over that.
     struct Source {
-        explicit Source(InputImage& source) : image(source), raster(source) {}
+        explicit Source(PlacedSource source) : placed(std::move(source)), raster(*placed.image) {}
 
-        InputImage& image;
+        PlacedSource placed;
         hostkit::SourceRaster raster;
-        Validity validity;
+        std::shared_ptr<hostkit::PlacedWindow> opened;
     };
 
-    bool ReadSource(Source& source, Status& status);
-    void OfferImages();
+    [[nodiscard]] bool MayLackData() const;
+    bool OpenSources(Status& status);
+    void OfferImage(const char* id, Role role);
     bool FailedProcess(const char* what, Status& status);
     bool FindValid(std::uint32_t row, unsigned char* rowValid);
     void MakeRow(const unsigned char* fused, const unsigned char* rowValid, std::uint32_t number);
@@ -62,13 +65,13 @@ private:
 
     const Scene& scene;
     hostkit::SourceRaster pan;
-    std::vector<std::unique_ptr<Source>> sources; ///< the scene's multispectral grids, then infrared
+    std::vector<std::unique_ptr<Source>> sources;
     hostkit::ArrayWorkspace workspace;
     KOVA::Tessara::Pixmere::Aoi request;
     hostkit::Process process; ///< made after what it uses, so destroyed before it
     hostkit::PixelRect window;
     std::vector<hostkit::Reach> reach; ///< of one row
-    std::vector<unsigned char> valid;  ///< of all rows; empty where the scene lacks no data
+    std::vector<unsigned char> valid;  ///< of all rows; empty where no pixel lacks data
     bool hasGaps = false;
     std::vector<unsigned char> output;
     const OutputRules rules;

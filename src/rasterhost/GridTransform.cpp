@@ -1,6 +1,7 @@
 #include "rasterhost/GridTransform.h"
 
 #include "fundament/Text.h"
+#include "hostkit/AxisPlacement.h"
 #include "rasterhost/GdalErrors.h"
 
 #include <cpl_string.h>
@@ -87,12 +88,12 @@ std::optional<GridTransform::Point> GridTransform::ToPan(const Point& imagePixel
 }
 
 /// Of the centre of every step-th pan pixel; pan pixels past the last are as good as others.
-std::vector<PixelMap::Position> GridTransform::FindPoints(std::uint32_t step) const {
+std::vector<GridTransform::Point> GridTransform::FindPoints(std::uint32_t step) const {
     const RasterInfo& info = pan.GetInfo();
     const std::uint32_t columns = PixelMap::CountPoints(info.cols, step);
     const std::uint32_t rows = PixelMap::CountPoints(info.rows, step);
     constexpr double none = std::numeric_limits<double>::quiet_NaN();
-    std::vector<PixelMap::Position> points(std::size_t{columns} * rows, {none, none});
+    std::vector<GridTransform::Point> points(std::size_t{columns} * rows, {none, none});
     std::vector<double> x(columns), y(columns), z(columns);
     std::vector<int> isGood(columns);
     const GdalErrors silence;
@@ -112,7 +113,7 @@ std::vector<PixelMap::Position> GridTransform::FindPoints(std::uint32_t step) co
 }
 
 /// Compares the middle of all fields between control points with the exact position.
-bool GridTransform::IsFine(const std::vector<PixelMap::Position>& points, std::uint32_t step) const {
+bool GridTransform::IsFine(const std::vector<Point>& points, std::uint32_t step) const {
     const RasterInfo& info = pan.GetInfo();
     const std::uint32_t columns = PixelMap::CountPoints(info.cols, step);
     const std::uint32_t rows = PixelMap::CountPoints(info.rows, step);
@@ -128,8 +129,8 @@ bool GridTransform::IsFine(const std::vector<PixelMap::Position>& points, std::u
         GDALGenImgProjTransform(transformer, TRUE, static_cast<int>(columns) - 1, x.data(), y.data(),
                                 z.data(), isGood.data());
         for (std::uint32_t column = 0; column + 1 < columns; ++column) {
-            const PixelMap::Position* upper = points.data() + std::size_t{row} * columns + column;
-            const PixelMap::Position* lower = upper + columns;
+            const GridTransform::Point* upper = points.data() + std::size_t{row} * columns + column;
+            const GridTransform::Point* lower = upper + columns;
             const double middleX = (upper[0].x + upper[1].x + lower[0].x + lower[1].x) / 4.0;
             const double middleY = (upper[0].y + upper[1].y + lower[0].y + lower[1].y) / 4.0;
             // Where a corner has no place the field has none, and nothing to be compared.
@@ -141,7 +142,7 @@ bool GridTransform::IsFine(const std::vector<PixelMap::Position>& points, std::u
     return true;
 }
 
-std::unique_ptr<PixelMap> GridTransform::MakeMap(Status& status) const {
+std::optional<PixelMap> GridTransform::MakeMap(Status& status) const {
     const RasterInfo& grid = pan.GetInfo();
     for (std::uint32_t step = greatestStep; step >= leastStep; step /= 2) {
         if (std::uint64_t{PixelMap::CountPoints(grid.cols, step)} * PixelMap::CountPoints(grid.rows, step) >
@@ -152,18 +153,17 @@ std::unique_ptr<PixelMap> GridTransform::MakeMap(Status& status) const {
                              "pixel; bring one "
                              "into the projection and grid of the other with gdalwarp, or cut pan into parts",
                              pan.GetName().c_str(), grid.cols, grid.rows, image.GetName().c_str()));
-            return nullptr;
+            return std::nullopt;
         }
-        std::vector<PixelMap::Position> points = FindPoints(step);
+        std::vector<Point> points = FindPoints(step);
         if (IsFine(points, step))
-            return std::make_unique<PixelMap>(step, PixelMap::CountPoints(pan.GetInfo().cols, step),
-                                              std::move(points));
+            return PixelMap(step, PixelMap::CountPoints(pan.GetInfo().cols, step), std::move(points));
     }
     Fail(status, HostStatus::InputsDoNotFit,
          FormatString("the way from %s to %s bends too much within %u pixels; bring the second into pan's "
                       "projection and grid with gdalwarp",
                       pan.GetName().c_str(), image.GetName().c_str(), leastStep));
-    return nullptr;
+    return std::nullopt;
 }
 
 bool GridTransform::RunsAlong() const {
@@ -183,7 +183,9 @@ bool GridTransform::RunsAlong() const {
 
 namespace {
 
-bool DescribeOnPan(const GridTransform& transform, const InputImage& pan, InputImage& image, Status& status) {
+/// The image in the map units of pan; none, with an item, where it has no place there.
+std::optional<RasterInfo> DescribeOnPan(const GridTransform& transform, const InputImage& pan,
+                                        const InputImage& image, bool runsAlong, Status& status) {
     const RasterInfo& grid = pan.GetInfo();
     const double columns = image.GetInfo().cols, rows = image.GetInfo().rows;
     double left = HUGE_VAL, right = -HUGE_VAL, top = HUGE_VAL, bottom = -HUGE_VAL;
@@ -201,29 +203,38 @@ bool DescribeOnPan(const GridTransform& transform, const InputImage& pan, InputI
                b = transform.ToPan({middle.x + 0.5, middle.y});
     const auto c = transform.ToPan({middle.x, middle.y - 0.5}),
                d = transform.ToPan({middle.x, middle.y + 0.5});
-    if (!(left < right) || !(top < bottom) || !a || !b || !c || !d)
-        return Fail(status, HostStatus::InputsDoNotFit,
-                    FormatString("%s has no place on the grid of %s; are they of the same scene?",
-                                 image.GetName().c_str(), pan.GetName().c_str()));
-    const bool runsAlong = transform.RunsAlong();
-    image.DescribeAs(
-        grid.xMin + left * grid.pixelSizeX, grid.yMax - top * grid.pixelSizeY,
-        grid.xMin + right * grid.pixelSizeX, grid.yMax - bottom * grid.pixelSizeY,
-        (runsAlong ? (right - left) / columns : std::hypot(b->x - a->x, b->y - a->y)) * grid.pixelSizeX,
-        (runsAlong ? (bottom - top) / rows : std::hypot(d->x - c->x, d->y - c->y)) * grid.pixelSizeY);
-    return true;
+    if (!(left < right) || !(top < bottom) || !a || !b || !c || !d) {
+        Fail(status, HostStatus::InputsDoNotFit,
+             FormatString("%s has no place on the grid of %s; are they of the same scene?",
+                          image.GetName().c_str(), pan.GetName().c_str()));
+        return std::nullopt;
+    }
+    RasterInfo info = image.GetInfo();
+    info.xMin = grid.xMin + left * grid.pixelSizeX;
+    info.xMax = grid.xMin + right * grid.pixelSizeX;
+    info.yMin = grid.yMax - bottom * grid.pixelSizeY;
+    info.yMax = grid.yMax - top * grid.pixelSizeY;
+    info.pixelSizeX =
+        (runsAlong ? (right - left) / columns : std::hypot(b->x - a->x, b->y - a->y)) * grid.pixelSizeX;
+    info.pixelSizeY =
+        (runsAlong ? (bottom - top) / rows : std::hypot(d->x - c->x, d->y - c->y)) * grid.pixelSizeY;
+    return info;
 }
 
 } // namespace
 
-bool PlaceByTransform(const InputImage& pan, InputImage& image, Status& status) {
+std::unique_ptr<hostkit::Placement> PlaceByTransform(const InputImage& pan, const InputImage& image,
+                                                     Status& status) {
     auto transform = GridTransform::Make(pan, image, status);
-    if (!transform || !DescribeOnPan(*transform, pan, image, status)) return false;
-    if (transform->RunsAlong()) return true;
+    if (!transform) return nullptr;
+    const bool runsAlong = transform->RunsAlong();
+    const auto info = DescribeOnPan(*transform, pan, image, runsAlong, status);
+    if (!info) return nullptr;
+    if (runsAlong) return std::make_unique<hostkit::AxisPlacement>(pan.GetInfo(), *info);
     auto map = transform->MakeMap(status);
-    if (!map) return false;
-    image.SetMap(std::move(map), std::move(transform));
-    return true;
+    if (!map) return nullptr;
+    return std::make_unique<hostkit::MapPlacement>(pan.GetInfo(), *info, *std::move(map),
+                                                   std::move(transform));
 }
 
 } // namespace rasterhost

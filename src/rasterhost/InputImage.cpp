@@ -4,7 +4,6 @@
 #include "rasterhost/BandReader.h"
 #include "rasterhost/FileState.h"
 #include "rasterhost/GdalErrors.h"
-#include "rasterhost/GridTransform.h"
 
 #include <cpl_conv.h>
 #include <gdal_priv.h>
@@ -249,8 +248,12 @@ bool InputImage::Georeference(Status& status) {
                 (!geoTransform || (here[2] == 0.0 && here[4] == 0.0 && here[1] > 0.0 && here[5] < 0.0));
     const std::array<double, 6> pixels{0.0, 1.0, 0.0, 0.0, 0.0, -1.0};
     const std::array<double, 6> grid = isNorthUp ? geoTransform.value_or(pixels) : pixels;
-    DescribeAs(grid[0], grid[3], grid[0] + info.cols * grid[1], grid[3] + info.rows * grid[5], grid[1],
-               -grid[5]);
+    info.xMin = grid[0];
+    info.xMax = grid[0] + info.cols * grid[1];
+    info.yMin = grid[3] + info.rows * grid[5];
+    info.yMax = grid[3];
+    info.pixelSizeX = grid[1];
+    info.pixelSizeY = -grid[5];
     const bool isPlace =
         std::all_of(here.begin(), here.end(), [](double part) { return std::isfinite(part); }) &&
         std::isfinite(info.xMax) && std::isfinite(info.yMin) && info.xMax > info.xMin &&
@@ -260,30 +263,6 @@ bool InputImage::Georeference(Status& status) {
                 FormatString("the position of %s is damaged: its geotransform has parts that are no "
                              "numbers, or pixels of no size; set it anew with gdal_edit.py -a_ullr",
                              GetName().c_str()));
-}
-
-void InputImage::DescribeAs(double left, double top, double right, double bottom, double pixelSizeX,
-                            double pixelSizeY) {
-    info.xMin = left;
-    info.xMax = right;
-    info.yMin = bottom;
-    info.yMax = top;
-    info.pixelSizeX = pixelSizeX;
-    info.pixelSizeY = pixelSizeY;
-}
-
-void InputImage::SetMap(std::unique_ptr<hostkit::PixelMap> map, std::unique_ptr<GridTransform> exact) {
-    pixelMap = std::move(map);
-    transform = std::move(exact);
-}
-
-void InputImage::MoveContent(double right, double below) {
-    moved = {moved[0] + right, moved[1] + below};
-    if (pixelMap) return pixelMap->Move(right, below);
-    info.xMin -= right * info.pixelSizeX;
-    info.xMax -= right * info.pixelSizeX;
-    info.yMin += below * info.pixelSizeY;
-    info.yMax += below * info.pixelSizeY;
 }
 
 std::string InputImage::GetName() const {
@@ -308,15 +287,6 @@ std::uint64_t InputImage::GetBlockRowBytes() const {
     int width = 0, height = 0;
     bands.front().band->GetBlockSize(&width, &height);
     return std::uint64_t{info.cols} * static_cast<std::uint64_t>(height) * hostkit::PixelBytes(info);
-}
-
-void InputImage::SpreadOver(const RasterInfo& other) {
-    info.xMin = other.xMin;
-    info.xMax = other.xMax;
-    info.yMin = other.yMin;
-    info.yMax = other.yMax;
-    info.pixelSizeX = (info.xMax - info.xMin) / info.cols;
-    info.pixelSizeY = (info.yMax - info.yMin) / info.rows;
 }
 
 void InputImage::Reorder(const std::vector<std::size_t>& order) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "hostkit/ImageSource.h"
-#include "hostkit/PixelMap.h"
 #include "rasterhost/HostStatus.h"
 #include "rasterhost/Requests.h"
 #include "rasterhost/SourceBand.h"
@@ -17,8 +16,6 @@
 #include <vector>
 
 namespace rasterhost {
-
-class GridTransform;
 
 /// Bands of one size and position, taken from one file or several.
 class InputImage final : public hostkit::ImageSource {
@@ -52,22 +49,8 @@ public:
     /// Bytes of a row of the file's blocks, which are read again and again when the cache cannot hold them.
     [[nodiscard]] std::uint64_t GetBlockRowBytes() const;
 
-    /// True when the bands of another image lie where those of this one do, pixel by pixel, before either was
-    /// placed anew.
+    /// True when the bands of another image lie where those of this one do, pixel by pixel.
     [[nodiscard]] bool SharesGridWith(const InputImage& other) const;
-    /// Stretches an image without georeferencing over the extent of another.
-    void SpreadOver(const RasterInfo& other);
-    /// Gives an image another place and pixel size, in the units of pan's description.
-    void DescribeAs(double left, double top, double right, double bottom, double pixelSizeX,
-                    double pixelSizeY);
-    /// Sets where the pixels of pan lie on the image, and the exact way between them, when the two do not run
-    /// along each other.
-    void SetMap(std::unique_ptr<hostkit::PixelMap> map, std::unique_ptr<GridTransform> exact);
-    [[nodiscard]] const hostkit::PixelMap* GetMap() const { return pixelMap.get(); } ///< null without one
-    [[nodiscard]] const GridTransform* GetTransform() const { return transform.get(); }
-    /// Looks for the content so many pixels further right and below than the position says.
-    void MoveContent(double right, double below);
-    [[nodiscard]] const std::array<double, 2>& GetMove() const { return moved; }
     /// Puts the bands into another order and leaves out those that `order`, positions counted from 0, does
     /// not name.
     void Reorder(const std::vector<std::size_t>& order);
@@ -114,9 +97,6 @@ private:
     bool hasControlPoints = false;
     bool isNorthUp = true;
     OGRSpatialReference projection;
-    std::unique_ptr<hostkit::PixelMap> pixelMap;
-    std::unique_ptr<GridTransform> transform;
-    std::array<double, 2> moved{};
 };
 
 /// True when two projections mean the same; an empty one equals any.

@@ -112,9 +112,12 @@ OutputRules MakeOutputRules(const SharpenRequest& request, const Scene& scene) {
     rules.hasAlpha = request.alpha;
     if (request.alpha) return rules;
     const int most = scene.pan->GetInfo().bitsPerBand == 8 ? 0xFF : 0xFFFF;
-    std::vector<InputImage*> images = scene.GetGrids();
+    std::vector<const InputImage*> images;
+    for (const PlacedImage& coarse : scene.images) {
+        if (coarse.role == Role::Infrared) images.push_back(scene.pan.get());
+        images.push_back(coarse.image.get());
+    }
     images.push_back(scene.pan.get());
-    if (scene.infrared) images.push_back(scene.infrared.get());
     for (const InputImage* image : images) {
         const std::optional<int> value = image->GetNoDataValue();
         if (!rules.noData && value && *value >= 0 && *value <= most)

@@ -46,7 +46,7 @@ void DescribeOutput(const Scene& scene, const OutputRules& rules, const OutputMe
         output.SetGeoTransform(transform->data());
     }
     const OGRSpatialReference& own = scene.pan->GetProjection();
-    const OGRSpatialReference& projection = own.IsEmpty() ? scene.multispectral->GetProjection() : own;
+    const OGRSpatialReference& projection = own.IsEmpty() ? scene.GetMultispectral().image->GetProjection() : own;
     if (!projection.IsEmpty()) output.SetSpatialRef(&projection);
     CopyPosition(pan, scene.part, output);
     if (const char* kind = pan.GetMetadataItem(GDALMD_AREA_OR_POINT))

@@ -50,8 +50,8 @@ std::vector<std::string> NoDataTexts(const InputImage& image) {
     return texts;
 }
 
-ImageFacts DescribeImage(const InputImage& image) {
-    const RasterInfo& info = image.GetInfo();
+/// `info` has the place and pixel size in the map units of pan.
+ImageFacts DescribeImage(const InputImage& image, const RasterInfo& info, bool runsAlong) {
     ImageFacts facts;
     facts.name = image.GetName();
     facts.columns = info.cols;
@@ -60,7 +60,7 @@ ImageFacts DescribeImage(const InputImage& image) {
     const bool isSigned = image.GetBands().front().band->GetRasterDataType() == GDT_Int16;
     facts.sampleType = FormatString("%u bits %s", info.bitsPerBand, isSigned ? "signed" : "unsigned");
     facts.projection = ProjectionText(image.GetProjection());
-    if (image.IsGeoreferenced() && image.IsNorthUp() && !image.GetMap())
+    if (image.IsGeoreferenced() && image.IsNorthUp() && runsAlong)
         facts.extent = std::array{info.xMin, info.yMax, info.xMax, info.yMin};
     facts.pixelSizeX = info.pixelSizeX;
     facts.pixelSizeY = info.pixelSizeY;
@@ -82,35 +82,37 @@ void AddTally(const ImageTally& tally, ImageFacts& facts) {
 
 /// "0.30 right of and 0.45 above".
 std::string WhereText(const Shift& shift) {
-    return FormatString("%.2f %s and %.2f %s", std::fabs(shift.right),
-                        shift.right < 0.0 ? "left of" : "right of", std::fabs(shift.below),
-                        shift.below < 0.0 ? "above" : "below");
+    return FormatString("%.2f %s and %.2f %s", std::fabs(shift.way.x),
+                        shift.way.x < 0.0 ? "left of" : "right of", std::fabs(shift.way.y),
+                        shift.way.y < 0.0 ? "above" : "below");
 }
 
-std::string ShiftWarning(const Shift& shift, const InputImage& multispectral) {
+std::string ShiftWarning(const Shift& shift, const PlacedImage& placed) {
+    const InputImage& multispectral = *placed.image;
     std::string text = FormatString(
         "the content of %s lies %s where its georeferencing says, in its pixels (%u windows agree to %.2f): "
         "from about 0.3 fusing does more harm than good",
         multispectral.GetName().c_str(), WhereText(shift).c_str(), shift.windows, shift.spread);
-    if (!multispectral.IsGeoreferenced() || !multispectral.IsNorthUp() || multispectral.GetMap())
-        return text + FormatString("; fuse with --shift %.2f,%.2f", shift.right, shift.below);
-    const RasterInfo& info = multispectral.GetInfo();
-    const double x = -shift.right * info.pixelSizeX, y = shift.below * info.pixelSizeY;
+    if (!multispectral.IsGeoreferenced() || !multispectral.IsNorthUp() || !placed.placement->RunsAlong())
+        return text + FormatString("; fuse with --shift %.2f,%.2f", shift.way.x, shift.way.y);
+    const RasterInfo info = placed.GetInfo();
+    const double x = -shift.way.x * info.pixelSizeX, y = shift.way.y * info.pixelSizeY;
     return text + FormatString("; put it right with gdal_translate -a_ullr %.10g %.10g %.10g %.10g, or fuse "
                                "with --shift %.2f,%.2f",
-                               info.xMin + x, info.yMax + y, info.xMax + x, info.yMin + y, shift.right,
-                               shift.below);
+                               info.xMin + x, info.yMax + y, info.xMax + x, info.yMin + y, shift.way.x,
+                               shift.way.y);
 }
 
 /// The share of pan on which the other images lie.
 double FindOverlap(const Scene& scene) {
     const RasterInfo& pan = scene.pan->GetInfo();
     double left = pan.xMin, right = pan.xMax, bottom = pan.yMin, top = pan.yMax;
-    for (const InputImage* image : scene.GetCoarseImages()) {
-        left = std::max(left, image->GetInfo().xMin);
-        right = std::min(right, image->GetInfo().xMax);
-        bottom = std::max(bottom, image->GetInfo().yMin);
-        top = std::min(top, image->GetInfo().yMax);
+    for (const PlacedImage& coarse : scene.images) {
+        const RasterInfo info = coarse.GetInfo();
+        left = std::max(left, info.xMin);
+        right = std::min(right, info.xMax);
+        bottom = std::max(bottom, info.yMin);
+        top = std::min(top, info.yMax);
     }
     const double common = std::max(right - left, 0.0) * std::max(top - bottom, 0.0);
     return common / ((pan.xMax - pan.xMin) * (pan.yMax - pan.yMin));
@@ -156,17 +158,16 @@ private:
 
     void DescribeGrids() {
         const RasterInfo& pan = scene->pan->GetInfo();
-        const RasterInfo& ms = scene->multispectral->GetInfo();
-        report.pan = DescribeImage(*scene->pan);
-        report.multispectral = DescribeImage(*scene->multispectral);
-        for (const auto& other : scene->otherGrids)
-            report.otherGrids.push_back(DescribeImage(*other));
-        if (scene->infrared) report.infrared = DescribeImage(*scene->infrared);
+        const RasterInfo ms = scene->GetMultispectral().GetInfo();
+        report.pan = DescribeImage(*scene->pan, pan, true);
+        for (const PlacedImage& coarse : scene->images)
+            report.images.push_back(
+                {DescribeImage(*coarse.image, coarse.GetInfo(), coarse.placement->RunsAlong()), coarse.role});
         report.ratioX = ms.pixelSizeX / pan.pixelSizeX;
         report.ratioY = ms.pixelSizeY / pan.pixelSizeY;
         report.overlap = FindOverlap(*scene);
-        const GridMap across{(ms.xMin - pan.xMin) / pan.pixelSizeX, report.ratioX};
-        const GridMap down{(pan.yMax - ms.yMax) / pan.pixelSizeY, report.ratioY};
+        const hostkit::GridMap across{(ms.xMin - pan.xMin) / pan.pixelSizeX, report.ratioX};
+        const hostkit::GridMap down{(pan.yMax - ms.yMax) / pan.pixelSizeY, report.ratioY};
         report.corner = {across.At(0.0), down.At(0.0)};
         for (std::size_t axis = 0; axis < 2; ++axis)
             report.phase[axis] = report.corner[axis] - std::ceil(report.corner[axis] - 0.5);
@@ -181,10 +182,8 @@ private:
             !MeasureShift(*scene, request.bitDepth, report.shift, status))
             return false;
         AddTally(tally.pan, report.pan);
-        AddTally(tally.multispectral, report.multispectral);
-        for (std::size_t i = 0; i < tally.otherGrids.size(); ++i)
-            AddTally(tally.otherGrids[i], report.otherGrids[i]);
-        if (report.infrared) AddTally(tally.infrared, *report.infrared);
+        for (std::size_t i = 0; i < tally.images.size(); ++i)
+            AddTally(tally.images[i], report.images[i]);
         obstacle = fit.obstacle;
         if (fit.weights.empty()) return true;
         if (wantsFit && fit.obstacle.empty()) {
@@ -220,7 +219,7 @@ private:
     void Warn() {
         std::vector<std::string>& warnings = report.warnings;
         if (report.shift && report.shift->IsAgreed() && report.shift->GetLength() >= leastShift)
-            warnings.push_back(ShiftWarning(*report.shift, *scene->multispectral));
+            warnings.push_back(ShiftWarning(*report.shift, scene->GetMultispectral()));
         if (!obstacle.empty()) warnings.push_back(obstacle + "; equal weights are used");
         if (report.fit && obstacle.empty())
             for (const std::string& warning : JudgeFit(*scene, *report.fit))
@@ -233,9 +232,8 @@ private:
                                  100.0 * facts.saturated, facts.name.c_str()));
         };
         warnOfSaturation(report.pan);
-        warnOfSaturation(report.multispectral);
-        for (const ImageFacts& facts : report.otherGrids)
-            warnOfSaturation(facts);
+        for (const CoarseFacts& facts : report.images)
+            if (facts.role == Role::Multispectral) warnOfSaturation(facts);
     }
 
     SharpenRequest request; ///< with the weights that were chosen

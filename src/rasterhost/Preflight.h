@@ -1,5 +1,6 @@
 #pragma once
 
+#include "rasterhost/Role.h"
 #include "rasterhost/Sharpen.h"
 #include "rasterhost/Shift.h"
 
@@ -30,11 +31,16 @@ struct ImageFacts {
     double saturated = 0.0;          ///< likewise
 };
 
+/// Of an image beneath pan.
+struct CoarseFacts : ImageFacts {
+    Role role = Role::Multispectral;
+};
+
 struct PreflightReport {
     ImageFacts pan;
-    ImageFacts multispectral; ///< where its bands do not share one grid, those of the largest pixels
-    std::vector<ImageFacts> otherGrids; ///< the others
-    std::optional<ImageFacts> infrared;
+    /// The multispectral image, where its bands do not share one grid those of the largest pixels first, and
+    /// the infrared one; empty where they could not be opened.
+    std::vector<CoarseFacts> images;
     double ratioX = 0.0, ratioY = 0.0; ///< multispectral pixel over pan pixel
     double overlap = 0.0;              ///< share of pan on which the multispectral and infrared images lie
     /// The multispectral corner from that of pan, right and down, in pan pixels, and what of it is no whole

@@ -157,10 +157,10 @@ bool Make(const SharpenRequest& request, const PreviewRequest& preview, Status& 
     const PixelRect& part = scene->part;
     ImageRows pan(*scene->pan, rect);
     std::vector<JoinedRows::Part> grids;
-    for (InputImage* grid : scene->GetGrids())
+    for (const PlacedImage& grid : scene->GetGrids())
         grids.push_back(
-            {std::make_unique<UpsampledRows>(*grid, scene->pan->GetInfo(), rect, scene->resampling, true),
-             scene->gridBands[grids.size()]});
+            {std::make_unique<UpsampledRows>(*grid.image, *grid.placement, rect, scene->resampling, true),
+             grid.bands});
     JoinedRows upsampled(std::move(grids));
     ImageRows sharp(
         *fused, {rect.col0 - part.col0, rect.row0 - part.row0, rect.col1 - part.col0, rect.row1 - part.row0});

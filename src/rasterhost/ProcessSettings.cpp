@@ -34,8 +34,8 @@ bool SetWeights(const SharpenRequest& request, const Scene& scene, const std::st
         for (std::size_t band = 0; band < bands; ++band)
             weights.bands[band] = request.weights[scene.bandOrder[band]];
     KOVA::Tessara::Global::NameValueMap texts;
-    if (!hostkit::SetWeights(method, {static_cast<std::uint32_t>(bands), scene.infrared != nullptr}, weights,
-                             texts, status))
+    if (!hostkit::SetWeights(method, {static_cast<std::uint32_t>(bands), scene.HasInfrared()}, weights, texts,
+                             status))
         return false;
     for (const auto& [name, value] : texts)
         SetProperty(properties, name, value);
@@ -46,16 +46,16 @@ bool SetWeights(const SharpenRequest& request, const Scene& scene, const std::st
 void FillWeights(const Scene& scene, const PansharpMethod& method, const PropertyTexts& properties,
                  ProcessSettings& settings) {
     const std::size_t bands = scene.bandOrder.size();
-    const std::size_t all = bands + (scene.infrared ? 1 : 0);
+    const std::size_t all = scene.CountBands();
     if (!WeighsBands(method)) {
-        if (scene.infrared) settings.infraredWeight = FindAdditionalBandWeight(properties).value_or(0.0);
+        if (scene.HasInfrared()) settings.infraredWeight = FindAdditionalBandWeight(properties).value_or(0.0);
         return;
     }
     const auto weights = FindEffectiveWeights(method.keyword, all, properties);
     settings.effectiveWeights.resize(bands);
     for (std::size_t band = 0; band < bands; ++band)
         settings.effectiveWeights[scene.bandOrder[band]] = weights[band];
-    if (scene.infrared) settings.infraredWeight = weights.back();
+    if (scene.HasInfrared()) settings.infraredWeight = weights.back();
 }
 
 /// Raw weights of bands that are not there would pass unnoticed, and weights whose sum is 0 or below leave
@@ -89,7 +89,7 @@ bool FitBands(const SharpenRequest& request, const PansharpMethod& method, Scene
                                  static_cast<int>(scene.bandOrder.size())));
     if (WeighsBands(method)) return true;
     if (request.bands.empty()) scene.outputBands = std::min(scene.outputBands, method.minimumBands);
-    if (!scene.infrared || scene.bandOrder.size() == method.minimumBands) return true;
+    if (!scene.HasInfrared() || scene.bandOrder.size() == method.minimumBands) return true;
     if (scene.outputBands > method.minimumBands)
         return Fail(
             status, HostStatus::RequestInvalid,
@@ -139,7 +139,7 @@ bool MakeSettings(const SharpenRequest& request, Scene& scene, const PansharpDes
     PropertyTexts properties;
     SetProperty(properties, "Method", method->keyword);
     SetProperty(properties, "MSImageID", multispectralId);
-    SetProperty(properties, "AdditionalBandID", scene.infrared ? infraredId : "");
+    SetProperty(properties, "AdditionalBandID", scene.HasInfrared() ? infraredId : "");
     SetProperty(properties, "_key_Process_RasterId_", sceneId);
     SetProperty(properties, "outputNBands", FormatString("%u", scene.outputBands));
     SetProperty(properties, "generateMetadata", "true");

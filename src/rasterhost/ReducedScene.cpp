@@ -1,6 +1,7 @@
 #include "rasterhost/ReducedScene.h"
 
 #include "fundament/Text.h"
+#include "hostkit/AxisPlacement.h"
 #include "hostkit/RequestRecord.h"
 #include "rasterhost/CompareRows.h"
 #include "rasterhost/DegradedRows.h"
@@ -83,7 +84,7 @@ class Reduction {
 public:
     Reduction(const Scene& images, const SensorBlur& sensorBlur, ReducedScene& reducedScene, Status& failure)
         : scene(images), blur(sensorBlur), reduced(reducedScene), status(failure),
-          ms(images.multispectral->GetInfo()) {}
+          ms(images.GetMultispectral().GetInfo()) {}
 
     bool Run() {
         const RasterInfo& fine = scene.pan->GetInfo();
@@ -125,7 +126,7 @@ private:
                 const PixelRect rect = {x.first, y.first, x.end, y.end};
                 DegradedRows seen =
                     DegradeOnto(panRows, scene.pan->GetInfo(), ms, rect, std::span(&blur.pan, 1));
-                ImageRows window(*scene.multispectral, rect);
+                ImageRows window(*scene.GetMultispectral().image, rect);
                 if (!pan->Write(seen, x.at, y.at, status) || !truth->Write(window, x.at, y.at, status))
                     return false;
             }
@@ -152,7 +153,8 @@ private:
         const auto truth = InputImage::Open({{reduced.GetTruth(), {}}}, "reduced", {}, status);
         if (!pan || !coarse || !truth) return false;
         ImageRows panRows(*pan), truthRows(*truth);
-        UpsampledRows cubic(*coarse, pan->GetInfo(), hostkit::WholeImage(pan->GetInfo()),
+        const hostkit::AxisPlacement placement(pan->GetInfo(), coarse->GetInfo());
+        UpsampledRows cubic(*coarse, placement, hostkit::WholeImage(pan->GetInfo()),
                             hostkit::Resampling::Cubic, false);
         MaskedRows panAndTruth(truthRows, panRows), all(panAndTruth, cubic);
         const auto file = PlainFile::Open(reduced.GetTruth(), status);
@@ -163,7 +165,7 @@ private:
     const SensorBlur& blur;
     ReducedScene& reduced;
     Status& status;
-    const RasterInfo& ms;
+    const RasterInfo ms;
     std::vector<Segment> across, down;
 };
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "hostkit/Point.h"
+
 #include <array>
 #include <cstdint>
 #include <functional>
@@ -34,7 +36,7 @@ struct PairRequest {
     bool sameCorner = false;
     /// How far the multispectral and infrared content lies right of and below its place, in multispectral
     /// pixels; it is moved back. Or that is measured, and moved back where the measurement can be relied on.
-    std::array<double, 2> shift{};
+    hostkit::Point shift;
     bool measureShift = false;
 
     /// Depth of the samples within 16-bit files, 9 to 16; without it what the files declare, else the whole

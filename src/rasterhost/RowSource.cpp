@@ -1,7 +1,7 @@
 #include "rasterhost/RowSource.h"
 
-#include "hostkit/MappedRaster.h"
 #include "hostkit/RequestRecord.h"
+#include "hostkit/SourceRaster.h"
 
 #include <algorithm>
 #include <utility>
@@ -39,61 +39,27 @@ bool ImageRows::Read(std::uint32_t first, std::uint32_t end, SampleRows& rows, S
     return true;
 }
 
-PixelRect UpsampledRows::FindWindow(std::uint32_t first, std::uint32_t end) const {
-    const PixelRect rows = {part.col0, part.row0 + first, part.col1, part.row0 + end};
-    if (coarse.GetMap()) return rows;
-    const PixelRect covered =
-        hostkit::CoveredRect(hostkit::PlaceGrids(grid, coarse.GetInfo()), grid, coarse.GetInfo());
-    return {std::max(covered.col0, rows.col0), std::max(covered.row0, rows.row0),
-            std::min(covered.col1, rows.col1), std::min(covered.row1, rows.row1)};
-}
-
-bool UpsampledRows::OpenWindow(const PixelRect& window, Opened& opened, Status& status) const {
-    const RasterInfo& info = coarse.GetInfo();
-    const hostkit::PixelMap* map = coarse.GetMap();
-    const auto placement = hostkit::PlaceGrids(grid, info);
-    const PixelRect needed = map ? map->SourceRect(window, info.cols, info.rows, resampling)
-                                 : hostkit::SourceRect(placement, window, info, resampling);
-    const std::size_t pixels = std::size_t{needed.GetColumns()} * needed.GetRows();
-    opened.samples.resize(pixels * hostkit::PixelBytes(info));
-    opened.valid.resize(pixels);
-    if (!coarse.Read(needed, opened.samples.data(), status) ||
-        !coarse.ReadValid(needed, opened.samples.data(), opened.valid.data(), status))
-        return false;
-    const hostkit::SampleBlock block = {
-        opened.samples.data(), needed.GetColumns() * hostkit::PixelBytes(info), needed, opened.valid.data()};
-    const auto fail = [&status](hostkit::RasterBase& raster) {
-        status.Append(raster.GetStatus());
-        return false;
-    };
-    if (map) {
-        auto mapped = std::make_shared<hostkit::MappedRaster>();
-        if (!mapped->Open(grid, window, info, block, *map, resampling)) return fail(*mapped);
-        opened.raster = mapped;
-        opened.reach = mapped;
-        return true;
-    }
-    auto sampled = std::make_shared<hostkit::SampledRaster>();
-    if (!sampled->Open(grid, window, info, block, resampling)) return fail(*sampled);
-    opened.raster = sampled;
-    opened.reach = std::make_shared<hostkit::SampledValidity>(
-        hostkit::WindowPlacement(placement, window).Shape(info, needed), resampling, block);
-    return true;
-}
-
 bool UpsampledRows::Read(std::uint32_t first, std::uint32_t end, SampleRows& rows, Status& status) {
     rows.Resize(std::size_t{GetColumns()} * (end - first), GetBands());
-    const PixelRect window = FindWindow(first, end);
+    const PixelRect covered = placement.FindCovered();
+    const PixelRect window = {std::max(covered.col0, part.col0), std::max(covered.row0, part.row0 + first),
+                              std::min(covered.col1, part.col1), std::min(covered.row1, part.row0 + end)};
     if (window.IsEmpty()) return true;
-    Opened opened;
-    if (!OpenWindow(window, opened, status)) return false;
+    hostkit::SourceRaster read(coarse);
+    const PixelRect needed = placement.FindSource(window, resampling);
+    if (read.SetWindow(needed.col0, needed.row0, needed.col1, needed.row1) == 0) {
+        status.Append(read.GetStatus());
+        return false;
+    }
+    const auto opened = placement.Open(window, coarse.GetInfo(), read.GetBlock(), resampling, status);
+    if (!opened) return false;
     std::vector<hostkit::Reach> reach(window.GetColumns());
     for (std::uint32_t row = window.row0; row < window.row1; ++row) {
         const std::size_t start =
             std::size_t{row - part.row0 - first} * GetColumns() + window.col0 - part.col0;
-        Widen(opened.raster->GetRow(row - window.row0), coarse.GetInfo().bitsPerBand,
-              reach.size() * GetBands(), rows.samples.data() + start * GetBands());
-        if (!opened.reach->Find(row - window.row0, reach.data()))
+        Widen(opened->GetRow(row - window.row0), coarse.GetInfo().bitsPerBand, reach.size() * GetBands(),
+              rows.samples.data() + start * GetBands());
+        if (!opened->FindReach(row - window.row0, reach.data()))
             std::fill(reach.begin(), reach.end(), hostkit::Reach::All);
         for (std::size_t i = 0; i < reach.size(); ++i)
             rows.valid[start + i] =

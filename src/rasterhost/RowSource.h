@@ -1,7 +1,8 @@
 #pragma once
 
-#include "hostkit/SampledRaster.h"
-#include "rasterhost/InputImage.h"
+#include "hostkit/ImageSource.h"
+#include "hostkit/Placement.h"
+#include "rasterhost/HostStatus.h"
 
 #include <memory>
 #include <vector>
@@ -51,16 +52,15 @@ private:
     std::vector<unsigned char> bytes;
 };
 
-/// A coarse image brought to a part of a finer grid as a run of the process brings it there. The image
-/// outlives this.
+/// A coarse image brought to a part of a finer grid as a run of the process brings it there. The image and
+/// its placement outlive this.
 class UpsampledRows final : public RowSource {
 public:
-    using RasterInfo = KOVA::Tessara::Pixmere::RasterInfo;
-
     /// A pixel has data when all coarse pixels that it is made of have, or, with `partly`, any.
-    UpsampledRows(InputImage& coarseImage, const RasterInfo& fineGrid, const hostkit::PixelRect& partOfIt,
-                  hostkit::Resampling how, bool partly)
-        : coarse(coarseImage), grid(fineGrid), part(partOfIt), resampling(how), takesSome(partly) {}
+    UpsampledRows(hostkit::ImageSource& coarseImage, const hostkit::Placement& placementOfIt,
+                  const hostkit::PixelRect& partOfGrid, hostkit::Resampling how, bool partly)
+        : coarse(coarseImage), placement(placementOfIt), part(partOfGrid), resampling(how),
+          takesSome(partly) {}
 
     [[nodiscard]] std::uint32_t GetColumns() const override { return part.GetColumns(); }
     [[nodiscard]] std::uint32_t GetRows() const override { return part.GetRows(); }
@@ -69,17 +69,8 @@ public:
                             Status& status) override;
 
 private:
-    /// A window of the grid with what it is made of.
-    struct Opened {
-        std::vector<unsigned char> samples, valid;
-        std::shared_ptr<hostkit::RasterBase> raster;
-        std::shared_ptr<hostkit::ReachFinder> reach;
-    };
-    [[nodiscard]] hostkit::PixelRect FindWindow(std::uint32_t first, std::uint32_t end) const;
-    bool OpenWindow(const hostkit::PixelRect& window, Opened& opened, Status& status) const;
-
-    InputImage& coarse;
-    RasterInfo grid;
+    hostkit::ImageSource& coarse;
+    const hostkit::Placement& placement;
     hostkit::PixelRect part;
     hostkit::Resampling resampling;
     bool takesSome;

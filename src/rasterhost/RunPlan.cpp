@@ -24,8 +24,8 @@ std::uint64_t RowBytes(const Scene& scene, const RunSizes& sizes) {
     const RasterInfo& pan = scene.pan->GetInfo();
     std::uint64_t bytes =
         hostkit::PixelBytes(pan) * sizes.columns * (1 + sizes.fileBands * (sizes.isCompressed ? 2 : 1));
-    for (const InputImage* image : scene.GetGrids()) {
-        const RasterInfo& ms = image->GetInfo();
+    for (const PlacedImage& grid : scene.GetGrids()) {
+        const RasterInfo ms = grid.GetInfo();
         bytes += static_cast<std::uint64_t>(static_cast<double>(hostkit::PixelBytes(ms)) * ms.cols *
                                             pan.pixelSizeY / ms.pixelSizeY);
     }
@@ -81,9 +81,9 @@ std::int64_t CacheBytes(const Scene& scene, const RunSizes& sizes, std::uint32_t
     constexpr std::uint64_t least = std::uint64_t{8} << 20, leastAskew = std::uint64_t{64} << 20;
     std::uint64_t inputs = scene.pan->GetBlockRowBytes();
     bool isAskew = false;
-    for (const InputImage* image : scene.GetCoarseImages()) {
-        inputs += image->GetBlockRowBytes();
-        isAskew = isAskew || image->GetMap();
+    for (const PlacedImage& coarse : scene.images) {
+        inputs += coarse.image->GetBlockRowBytes();
+        isAskew = isAskew || !coarse.placement->RunsAlong();
     }
     // A block that leaves before it is full is compressed and written again.
     const std::uint64_t outputs = sizes.windowRows % blockRows == 0
@@ -96,8 +96,8 @@ std::int64_t CacheBytes(const Scene& scene, const RunSizes& sizes, std::uint32_t
 std::uint64_t EstimateMemory(const Scene& scene, const RunSizes& sizes, std::uint32_t blockRows) {
     constexpr std::uint64_t program = std::uint64_t{50} << 20; // with its libraries, as measured
     std::uint64_t inputs = ImageBytes(*scene.pan);
-    for (const InputImage* image : scene.GetCoarseImages())
-        inputs += ImageBytes(*image);
+    for (const PlacedImage& coarse : scene.images)
+        inputs += ImageBytes(*coarse.image);
     const std::uint64_t cache =
         std::min(static_cast<std::uint64_t>(CacheBytes(scene, sizes, blockRows)), inputs);
     const std::uint32_t rows = ChooseWindowRows(scene, sizes, blockRows);
@@ -107,10 +107,9 @@ std::uint64_t EstimateMemory(const Scene& scene, const RunSizes& sizes, std::uin
 }
 
 bool CheckSizes(const Scene& scene, Status& status) {
-    if (!CheckImage(*scene.pan, status)) return false;
-    for (const InputImage* image : scene.GetCoarseImages())
-        if (!CheckImage(*image, status)) return false;
-    return true;
+    return CheckImage(*scene.pan, status) &&
+           std::all_of(scene.images.begin(), scene.images.end(),
+                       [&](const PlacedImage& coarse) { return CheckImage(*coarse.image, status); });
 }
 
 bool CheckMemory(const RunOptions& run, const Scene& scene, const RunSizes& sizes, std::uint32_t blockRows,
@@ -122,7 +121,7 @@ bool CheckMemory(const RunOptions& run, const Scene& scene, const RunSizes& size
                 FormatString(
                     "fusing %s takes about %.0f MB of memory, and there are %.0f MB: ask for fewer --threads "
                     "or a smaller --window, name fewer bands, or fuse it in parts (--projwin)",
-                    scene.multispectral->GetName().c_str(), static_cast<double>(needed) / megabyte,
+                    scene.GetMultispectral().image->GetName().c_str(), static_cast<double>(needed) / megabyte,
                     static_cast<double>(most) / megabyte));
 }
 

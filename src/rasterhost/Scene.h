@@ -1,45 +1,67 @@
 #pragma once
 
-#include "hostkit/SampledRaster.h"
-#include "rasterhost/InputImage.h"
+#include "rasterhost/PlaceImage.h"
+#include "rasterhost/Role.h"
 
-#include <functional>
+#include <cstddef>
 #include <memory>
-#include <string>
+#include <span>
 #include <vector>
 
 namespace rasterhost {
 
-using Warn = std::function<void(const std::string&)>;
+/// An image of a scene beneath pan.
+struct PlacedImage {
+    std::unique_ptr<InputImage> image;
+    std::unique_ptr<hostkit::Placement> placement;
+    std::vector<std::size_t> bands; ///< where its bands stand among those of its role, in ascending order
+    Role role = Role::Multispectral;
+
+    /// With its place and pixel size in the map units of pan.
+    [[nodiscard]] hostkit::ImageSource::RasterInfo GetInfo() const {
+        return placement->Describe(image->GetInfo());
+    }
+};
+
+/// What the process is fed from beside pan: an image of a scene, or one that is computed.
+struct PlacedSource {
+    hostkit::ImageSource* image = nullptr; ///< of the scene, or of whoever computes it
+    const hostkit::Placement* placement = nullptr;
+    std::vector<std::size_t> bands; ///< where its bands stand among those of its role, in ascending order
+    Role role = Role::Multispectral;
+};
 
 /// The images of a run, checked against each other.
 struct Scene {
     std::unique_ptr<InputImage> pan;
-    /// Bands to write first, in the order wanted. Where they do not share one grid: those on the grid of the
-    /// largest pixels, which stands for all where one grid is looked at.
-    std::unique_ptr<InputImage> multispectral;
-    std::vector<std::unique_ptr<InputImage>> otherGrids; ///< the other multispectral bands
-    /// For `multispectral` and each of `otherGrids` where their bands stand among all, in ascending order.
-    std::vector<std::vector<std::size_t>> gridBands;
-    std::unique_ptr<InputImage> infrared; ///< one band; null without one
-    hostkit::PixelRect part;              ///< the pan pixels to fuse
-    hostkit::PixelRect covered;           ///< those of them that have multispectral and infrared data
+    /// The multispectral bands, an image for each grid that they lie on, that of the largest pixels first;
+    /// then the infrared one, if any. The first stands for all where one grid is looked at.
+    std::vector<PlacedImage> images;
+    hostkit::PixelRect part;    ///< the pan pixels to fuse
+    hostkit::PixelRect covered; ///< those of them that may have data in all images
     SampleOptions sampleOptions;
     hostkit::Resampling resampling = hostkit::Resampling::Bilinear;
     std::uint32_t bitDepth = 0; ///< of the results
-    /// For every multispectral band its position in the request, counted from 0.
+    /// For every multispectral band, those to write first, its position in the request, counted from 0.
     std::vector<std::size_t> bandOrder;
     std::uint32_t outputBands = 0;
 
-    /// The images of the multispectral bands, `multispectral` first.
-    [[nodiscard]] std::vector<InputImage*> GetGrids() const;
-    /// Those and the infrared band.
-    [[nodiscard]] std::vector<InputImage*> GetCoarseImages() const;
+    /// The images of the multispectral bands.
+    [[nodiscard]] std::span<const PlacedImage> GetGrids() const;
+    /// The one that stands for all.
+    [[nodiscard]] const PlacedImage& GetMultispectral() const { return images.front(); }
+    [[nodiscard]] bool HasInfrared() const { return images.back().role == Role::Infrared; }
+    /// The multispectral bands and the infrared one.
+    [[nodiscard]] std::size_t CountBands() const { return bandOrder.size() + (HasInfrared() ? 1 : 0); }
+    /// Where a role's first band stands among all that the process is given.
+    [[nodiscard]] std::size_t FirstOf(Role role) const {
+        return role == Role::Multispectral ? 0 : bandOrder.size();
+    }
     /// The multispectral band at a place among all.
     [[nodiscard]] const SourceBand& GetBand(std::size_t position) const;
-    /// False when every pixel of the part is known to have data in all images.
-    [[nodiscard]] bool MayLackData() const;
-    /// Leaves out all bands but the first ones in the order wanted.
+    /// What the process is fed from; good for as long as the scene.
+    [[nodiscard]] std::vector<PlacedSource> GetSources() const;
+    /// Leaves out all multispectral bands but the first ones in the order wanted.
     void KeepFirstBands(std::uint32_t count);
 };
 

@@ -7,13 +7,11 @@ namespace rasterhost {
 SceneFitBlocks::SceneFitBlocks(const Scene& images, std::optional<int> sampleDepth)
     : scene(images), bitDepth(sampleDepth) {}
 
-std::size_t SceneFitBlocks::GetBands() const {
-    return scene.bandOrder.size() + (scene.infrared ? std::size_t{1} : 0);
-}
+std::size_t SceneFitBlocks::GetBands() const { return scene.CountBands(); }
 
 std::array<double, 2> SceneFitBlocks::GetRatio() const {
     const auto& pan = scene.pan->GetInfo();
-    const auto& ms = scene.multispectral->GetInfo();
+    const auto ms = scene.GetMultispectral().GetInfo();
     return {ms.pixelSizeX / pan.pixelSizeX, ms.pixelSizeY / pan.pixelSizeY};
 }
 

@@ -8,7 +8,7 @@
 namespace rasterhost {
 
 /// Blocks of a scene: all its bands in the order of the process, those on other grids as means over the
-/// pixels of `multispectral`.
+/// pixels of the first.
 class SceneFitBlocks final : public FitBlockSource {
 public:
     /// Samples at 2^bitDepth - 1 and above are saturated; without a depth that of each image counts. The

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <tuple>
 #include <utility>
 
 namespace rasterhost {
@@ -53,57 +52,10 @@ bool ChoosePart(const PairRequest& request, Scene& scene, const Warn& warn, Stat
     return true;
 }
 
-namespace {
-
-using hostkit::PixelRect;
-
-/// First and end of the pan pixels of a span whose centre lies on a source of so many pixels.
-std::pair<std::uint32_t, std::uint32_t> SpanOn(const kernels::GridAxis& axis, std::uint32_t first,
-                                               std::uint32_t end, std::uint32_t sourcePixels) {
-    const auto isOn = [&](std::uint32_t pan) {
-        const kernels::GridPosition at = kernels::PanToMultispectral(axis, pan);
-        const double position = static_cast<double>(at.index) + at.fraction;
-        return position >= -0.5 && position <= sourcePixels - 0.5;
-    };
-    while (first < end && !isOn(first))
-        ++first;
-    while (end > first && !isOn(end - 1))
-        --end;
-    return {first, end};
-}
-
-/// The window of all pixels of a part that lie on an image by its map.
-PixelRect MappedOn(const InputImage& image, const PixelRect& part) {
-    PixelRect on{part.col1, part.row1, part.col0, part.row0};
-    std::vector<hostkit::PixelMap::Position> positions(part.GetColumns());
-    const double right = image.GetInfo().cols - 0.5, bottom = image.GetInfo().rows - 0.5;
-    for (std::uint32_t row = part.row0; row < part.row1; ++row) {
-        image.GetMap()->FindRow(row, part.col0, part.col1, positions.data());
-        for (std::uint32_t i = 0; i < positions.size(); ++i) {
-            const auto& at = positions[i];
-            if (!(at.x >= -0.5 && at.x <= right && at.y >= -0.5 && at.y <= bottom)) continue;
-            on = {std::min(on.col0, part.col0 + i), std::min(on.row0, row),
-                  std::max(on.col1, part.col0 + i + 1), std::max(on.row1, row + 1)};
-        }
-    }
-    return on;
-}
-
-} // namespace
-
 bool CutToIntersection(Scene& scene, Status& status) {
-    PixelRect part = scene.part;
-    for (const InputImage* image : scene.GetCoarseImages()) {
-        if (part.IsEmpty()) continue;
-        if (image->GetMap()) {
-            part = MappedOn(*image, part);
-            continue;
-        }
-        const auto placement = hostkit::PlaceGrids(scene.pan->GetInfo(), image->GetInfo());
-        std::tie(part.col0, part.col1) =
-            SpanOn(placement.across, part.col0, part.col1, image->GetInfo().cols);
-        std::tie(part.row0, part.row1) = SpanOn(placement.down, part.row0, part.row1, image->GetInfo().rows);
-    }
+    hostkit::PixelRect part = scene.part;
+    for (const PlacedImage& coarse : scene.images)
+        if (!part.IsEmpty()) part = coarse.placement->FindShared(part);
     if (part.IsEmpty())
         return Fail(
             status, HostStatus::InputsDoNotFit,

@@ -1,7 +1,7 @@
 #include "rasterhost/SceneSample.h"
 
+#include "hostkit/AxisPlacement.h"
 #include "hostkit/RequestRecord.h"
-#include "rasterhost/GridTransform.h"
 
 #include <gdal_priv.h>
 
@@ -19,45 +19,16 @@ namespace {
 /// Pan pixels across a block, and down, at most: a coarse image has smaller blocks.
 constexpr double mostPanPixels = 1024.0;
 
-GridMap MakeGridMap(const kernels::GridAxis& axis) {
-    const double ratio = axis.denominator == 0
-                             ? axis.ratio
-                             : static_cast<double>(axis.numerator) / static_cast<double>(axis.denominator);
-    return {-axis.offset / ratio, 1.0 / ratio};
-}
-
-using Point = GridTransform::Point;
-
 /// Pixels across a block, and down, where grids do not run along each other; and how far such a block may be
 /// turned, right by down, for its footprints to be taken for rectangles.
 constexpr double smallSide = 16.0;
 constexpr double mostTurn = 0.005;
 
-/// Between the pixels of an image and those of pan, whatever lies between them.
-std::optional<Point> ToPan(const Scene& scene, const InputImage& image, Point at) {
-    if (image.GetMap())
-        return image.GetTransform()->ToPan({at.x - image.GetMove()[0], at.y - image.GetMove()[1]});
-    const auto placement = hostkit::PlaceGrids(scene.pan->GetInfo(), image.GetInfo());
-    const GridMap x = MakeGridMap(placement.across), y = MakeGridMap(placement.down);
-    return Point{x.origin + at.x * x.step, y.origin + at.y * y.step};
-}
-
-std::optional<Point> FromPan(const Scene& scene, const InputImage& image, Point at) {
-    if (image.GetMap()) {
-        auto on = image.GetTransform()->FromPan(at);
-        if (on) *on = {on->x + image.GetMove()[0], on->y + image.GetMove()[1]};
-        return on;
-    }
-    const auto placement = hostkit::PlaceGrids(scene.pan->GetInfo(), image.GetInfo());
-    const GridMap x = MakeGridMap(placement.across), y = MakeGridMap(placement.down);
-    return Point{(at.x - x.origin) / x.step, (at.y - y.origin) / y.step};
-}
-
 /// By the exact places of a block's middle and of its neighbours. Null for the other image means pan.
-Footprint TurnedFootprint(const Scene& scene, const InputImage* other, const PixelRect& block) {
+Footprint TurnedFootprint(const Scene& scene, const PlacedImage* other, const PixelRect& block) {
     const auto place = [&](double column, double row) {
-        const auto on = ToPan(scene, *scene.multispectral, {column, row});
-        return on && other ? FromPan(scene, *other, *on) : on;
+        const auto on = scene.GetMultispectral().placement->ToPan({column, row});
+        return on && other ? other->placement->FromPan(*on) : on;
     };
     const double column = (block.col0 + block.col1) / 2.0, row = (block.row0 + block.row1) / 2.0;
     const auto a = place(column, row), b = place(column + 1.0, row), c = place(column, row + 1.0);
@@ -73,31 +44,36 @@ Footprint TurnedFootprint(const Scene& scene, const InputImage* other, const Pix
     return print;
 }
 
+/// The multispectral grid beneath a block, where it runs along that of an image in the same map units.
+Footprint StraightFootprint(const Scene& scene, const RasterInfo& on) {
+    const hostkit::AxisPlacement placement(on, scene.GetMultispectral().GetInfo());
+    return {placement.FindEdgesAcross(), placement.FindEdgesDown()};
+}
+
 /// The multispectral grid beneath a block on pan. Where the two run nearly along each other, by the exact
 /// place of the block's middle and the mean size of a pixel: blocks are small then.
 Footprint FootprintOnPan(const Scene& scene, const PixelRect& block) {
-    const InputImage& image = *scene.multispectral;
+    const PlacedImage& coarse = scene.GetMultispectral();
     const RasterInfo& pan = scene.pan->GetInfo();
-    const auto placement = hostkit::PlaceGrids(pan, image.GetInfo());
-    if (!image.GetMap()) return {MakeGridMap(placement.across), MakeGridMap(placement.down)};
+    if (coarse.placement->RunsAlong()) return StraightFootprint(scene, pan);
     const Footprint turned = TurnedFootprint(scene, nullptr, block);
     const bool isNearlyAlong = turned.across.step > 0.0 && turned.down.step > 0.0 &&
                                std::fabs(turned.downOfColumn) < mostTurn * turned.across.step &&
                                std::fabs(turned.acrossOfRow) < mostTurn * turned.down.step;
     if (!isNearlyAlong) return turned;
     const double column = (block.col0 + block.col1) / 2.0, row = (block.row0 + block.row1) / 2.0;
-    const auto middle = ToPan(scene, image, {column, row});
-    const double across = image.GetInfo().pixelSizeX / pan.pixelSizeX;
-    const double down = image.GetInfo().pixelSizeY / pan.pixelSizeY;
+    const auto middle = coarse.placement->ToPan({column, row});
+    const RasterInfo info = coarse.GetInfo();
+    const double across = info.pixelSizeX / pan.pixelSizeX;
+    const double down = info.pixelSizeY / pan.pixelSizeY;
     if (!middle) return {{-1e9, across}, {-1e9, down}}; // beside pan
     return {{middle->x - column * across, across}, {middle->y - row * down, down}};
 }
 
 /// Likewise on an image of other bands.
-Footprint FootprintOn(const Scene& scene, const InputImage& other, const PixelRect& block) {
-    if (scene.multispectral->GetMap() || other.GetMap()) return TurnedFootprint(scene, &other, block);
-    const auto placement = hostkit::PlaceGrids(other.GetInfo(), scene.multispectral->GetInfo());
-    return {MakeGridMap(placement.across), MakeGridMap(placement.down)};
+Footprint FootprintOn(const Scene& scene, const PlacedImage& other, const PixelRect& block) {
+    const bool runsAlong = scene.GetMultispectral().placement->RunsAlong() && other.placement->RunsAlong();
+    return runsAlong ? StraightFootprint(scene, other.GetInfo()) : TurnedFootprint(scene, &other, block);
 }
 
 /// First and end of the multispectral pixels that lie wholly on an image of so many pixels.
@@ -190,8 +166,8 @@ bool ReadPixels(InputImage& image, const PixelRect& rect, std::optional<int> bit
 
 PixelRect FindAreaOnPan(const Scene& scene) {
     const RasterInfo& pan = scene.pan->GetInfo();
-    const RasterInfo& ms = scene.multispectral->GetInfo();
-    if (scene.multispectral->GetMap()) return hostkit::WholeImage(ms);
+    const RasterInfo ms = scene.GetMultispectral().GetInfo();
+    if (!scene.GetMultispectral().placement->RunsAlong()) return hostkit::WholeImage(ms);
     const Footprint onPan = FootprintOnPan(scene, hostkit::WholeImage(ms));
     const auto [col0, col1] = WhollyOn(onPan.across, pan.cols, ms.cols);
     const auto [row0, row1] = WhollyOn(onPan.down, pan.rows, ms.rows);
@@ -200,10 +176,10 @@ PixelRect FindAreaOnPan(const Scene& scene) {
 
 std::vector<PixelRect> ChooseBlocks(const Scene& scene, const SamplePlan& plan) {
     const RasterInfo& pan = scene.pan->GetInfo();
-    const RasterInfo& ms = scene.multispectral->GetInfo();
-    const std::vector<InputImage*> images = scene.GetCoarseImages();
-    const bool isSmall =
-        std::any_of(images.begin(), images.end(), [](const InputImage* image) { return image->GetMap(); });
+    const RasterInfo ms = scene.GetMultispectral().GetInfo();
+    const bool isSmall = std::any_of(scene.images.begin(), scene.images.end(), [](const PlacedImage& coarse) {
+        return !coarse.placement->RunsAlong();
+    });
     const PixelRect area = FindAreaOnPan(scene);
     const double ratio = std::max(ms.pixelSizeX / pan.pixelSizeX, ms.pixelSizeY / pan.pixelSizeY);
     if (!(ratio <= mostPanPixels)) return {};
@@ -222,14 +198,12 @@ bool BlockSample::ReadBands(const Scene& scene, const PixelRect& block, std::opt
     pan = {};
     tally = {};
     onPan = FootprintOnPan(scene, block);
-    bands = scene.bandOrder.size() + (scene.infrared ? std::size_t{1} : 0);
-    if (!ReadMultispectral(scene, bitDepth, status)) return false;
-    tally.otherGrids.resize(scene.otherGrids.size());
-    for (std::size_t other = 0; other < scene.otherGrids.size(); ++other)
-        if (!AddOther(scene, *scene.otherGrids[other], scene.gridBands[other + 1], bitDepth,
-                      tally.otherGrids[other], status))
-            return false;
-    return !scene.infrared || AddOther(scene, *scene.infrared, {bands - 1}, bitDepth, tally.infrared, status);
+    bands = scene.CountBands();
+    tally.images.resize(scene.images.size());
+    if (!ReadFirst(scene, bitDepth, status)) return false;
+    for (std::size_t other = 1; other < scene.images.size(); ++other)
+        if (!AddOther(scene, scene.images[other], bitDepth, tally.images[other], status)) return false;
+    return true;
 }
 
 bool BlockSample::Read(const Scene& scene, const PixelRect& block, double margin, std::optional<int> bitDepth,
@@ -243,35 +217,37 @@ bool BlockSample::Read(const Scene& scene, const PixelRect& block, double margin
     return true;
 }
 
-bool BlockSample::ReadMultispectral(const Scene& scene, std::optional<int> bitDepth, Status& status) {
+bool BlockSample::ReadFirst(const Scene& scene, std::optional<int> bitDepth, Status& status) {
+    const PlacedImage& first = scene.GetMultispectral();
     PixelSample pixels;
-    if (!ReadPixels(*scene.multispectral, rect, bitDepth, pixels, status)) return false;
-    tally.multispectral = pixels.tally;
+    if (!ReadPixels(*first.image, rect, bitDepth, pixels, status)) return false;
+    tally.images.front() = pixels.tally;
     usable = std::move(pixels.usable);
     samples.assign(usable.size() * bands, 0.0);
-    const std::vector<std::size_t>& places = scene.gridBands.front();
     for (std::size_t pixel = 0; pixel < usable.size(); ++pixel)
-        for (std::size_t own = 0; own < places.size(); ++own)
-            samples[pixel * bands + places[own]] = pixels.samples[pixel * places.size() + own];
+        for (std::size_t own = 0; own < first.bands.size(); ++own)
+            samples[pixel * bands + first.bands[own]] = pixels.samples[pixel * first.bands.size() + own];
     return true;
 }
 
-/// Fills in bands of another image, which stand at some places among all.
-bool BlockSample::AddOther(const Scene& scene, InputImage& other, const std::vector<std::size_t>& places,
-                           std::optional<int> bitDepth, ImageTally& seen, Status& status) {
+/// Fills in the bands of another image.
+bool BlockSample::AddOther(const Scene& scene, const PlacedImage& other, std::optional<int> bitDepth,
+                           ImageTally& seen, Status& status) {
     const Footprint print = FootprintOn(scene, other, rect);
+    const std::size_t first = scene.FirstOf(other.role);
     std::vector<AreaSums> sums;
-    if (!ReadSums(other, print.Beneath(rect.col0, rect.row0, rect.col1, rect.row1, other.GetInfo()), bitDepth,
+    if (!ReadSums(*other.image,
+                  print.Beneath(rect.col0, rect.row0, rect.col1, rect.row1, other.image->GetInfo()), bitDepth,
                   sums, seen, status))
         return false;
     for (std::size_t pixel = 0; pixel < usable.size(); ++pixel) {
         const double column = rect.col0 + static_cast<double>(pixel % rect.GetColumns());
         const std::size_t rowOfBlock = pixel / rect.GetColumns();
         const double row = rect.row0 + static_cast<double>(rowOfBlock);
-        for (std::size_t own = 0; own < places.size(); ++own) {
+        for (std::size_t own = 0; own < other.bands.size(); ++own) {
             const auto mean = print.Mean(sums[own], column, row, column + 1.0, row + 1.0);
             if (!mean) usable[pixel] = 0;
-            samples[pixel * bands + places[own]] = mean.value_or(0.0);
+            samples[pixel * bands + first + other.bands[own]] = mean.value_or(0.0);
         }
     }
     return true;

@@ -35,8 +35,8 @@ struct ImageTally {
 };
 
 struct SceneTally {
-    ImageTally pan, multispectral, infrared;
-    std::vector<ImageTally> otherGrids;
+    ImageTally pan;
+    std::vector<ImageTally> images; ///< those of the scene
 };
 
 /// All samples of a part of an image, and which of its pixels have data and are not saturated.
@@ -78,9 +78,9 @@ public:
     [[nodiscard]] const Footprint& GetFootprint() const { return onPan; }
 
 private:
-    bool ReadMultispectral(const Scene& scene, std::optional<int> bitDepth, Status& status);
-    bool AddOther(const Scene& scene, InputImage& other, const std::vector<std::size_t>& places,
-                  std::optional<int> bitDepth, ImageTally& seen, Status& status);
+    bool ReadFirst(const Scene& scene, std::optional<int> bitDepth, Status& status);
+    bool AddOther(const Scene& scene, const PlacedImage& other, std::optional<int> bitDepth, ImageTally& seen,
+                  Status& status);
 
     hostkit::PixelRect rect;
     std::size_t bands = 0;

@@ -139,8 +139,9 @@ private:
         report.bitsPerSample = pan.bitsPerBand;
         report.bitDepth = scene->bitDepth;
         report.resampling = request.resampling;
-        report.ratio = scene->multispectral->GetInfo().pixelSizeX / pan.pixelSizeX;
-        report.ratioDown = scene->multispectral->GetInfo().pixelSizeY / pan.pixelSizeY;
+        const RasterInfo ms = scene->GetMultispectral().GetInfo();
+        report.ratio = ms.pixelSizeX / pan.pixelSizeX;
+        report.ratioDown = ms.pixelSizeY / pan.pixelSizeY;
         report.effectiveWeights = settings.effectiveWeights;
         report.infraredWeight = settings.infraredWeight;
         report.threads = ChooseThreads(request);
@@ -148,7 +149,7 @@ private:
 
     /// Settings that the process refuses come to light before there is an output.
     bool TryOneRow() {
-        FusionSlot slot(*scene, *plugin, settings, rules, status);
+        FusionSlot slot(*scene, scene->GetSources(), *plugin, settings, rules, status);
         const std::uint32_t row = scene->covered.row0;
         if (!slot.Init(1, {}, status) || !slot.Read(row, row + 1, status) || !slot.Fuse(status)) return false;
         DescribeScene(slot.GetMetadata());
@@ -158,7 +159,7 @@ private:
     /// The process's facts, with those of a window replaced by those of the scene, and the run's own.
     void DescribeScene(const KOVA::Tessara::Global::NameValueMap& facts) {
         const RasterInfo& pan = scene->pan->GetInfo();
-        const RasterInfo& ms = scene->multispectral->GetInfo();
+        const RasterInfo& ms = scene->GetMultispectral().image->GetInfo();
         const std::pair<const char*, std::string> replaced[] = {{"PanNCols", FormatString("%u", pan.cols)},
                                                                 {"PanNRows", FormatString("%u", pan.rows)},
                                                                 {"MSNCols", FormatString("%u", ms.cols)},
@@ -220,7 +221,8 @@ private:
         const int count = CountSlots(report.threads);
         std::vector<std::unique_ptr<FusionSlot>> slots;
         for (int i = 0; i < count; ++i) {
-            slots.push_back(std::make_unique<FusionSlot>(*scene, *plugin, settings, rules, status));
+            slots.push_back(
+                std::make_unique<FusionSlot>(*scene, scene->GetSources(), *plugin, settings, rules, status));
             if (!slots.back()->Init(report.windowRows, output->GetLayout(), status)) return false;
         }
         PipelineResult result;

@@ -8,6 +8,8 @@
 
 namespace rasterhost {
 
+using hostkit::Point;
+
 namespace {
 
 constexpr double reach = 2.0;      ///< of the search, in multispectral pixels
@@ -16,12 +18,7 @@ constexpr double finestStep = 1.0 / 128.0;
 constexpr double leastRSquared = 0.3; ///< below it the bands say nothing about where pan is
 constexpr std::size_t leastPixels = 200;
 
-struct Offset {
-    double right = 0.0;
-    double below = 0.0;
-};
-
-double Distance(const Offset& a, const Offset& b) { return std::hypot(a.right - b.right, a.below - b.below); }
+double Length(const Point& way) { return std::hypot(way.x, way.y); }
 
 /// A block and its pixels that every trial uses: those that stay on usable pan wherever they are moved.
 struct Window {
@@ -32,18 +29,17 @@ struct Window {
     explicit Window(std::size_t bands) : moments(bands) {}
 
     /// Takes pan anew. Content that lies right of its place is found under a footprint further left.
-    void Move(const Offset& shift) {
+    void Move(const Point& shift) {
         moments.ClearPan();
         for (const std::size_t pixel : pixels)
-            moments.AddPan(block.GetSamples(pixel),
-                           block.GetPan(pixel, -shift.right, -shift.below).value_or(0.0));
+            moments.AddPan(block.GetSamples(pixel), block.GetPan(pixel, -shift.x, -shift.y).value_or(0.0));
     }
 };
 
 using Windows = std::vector<Window*>;
 
 /// R² of one fit over all the windows.
-double RSquaredAt(const Windows& windows, const Offset& shift) {
+double RSquaredAt(const Windows& windows, const Point& shift) {
     FitMoments all(windows.front()->block.GetBands());
     for (Window* window : windows) {
         window->Move(shift);
@@ -53,13 +49,11 @@ double RSquaredAt(const Windows& windows, const Offset& shift) {
 }
 
 struct Best {
-    Offset at;
+    Point at;
     double rSquared = 0.0;
 };
 
-bool IsWithinReach(const Offset& point) {
-    return std::fabs(point.right) <= reach && std::fabs(point.below) <= reach;
-}
+bool IsWithinReach(const Point& point) { return std::fabs(point.x) <= reach && std::fabs(point.y) <= reach; }
 
 /// Looks at all places of a grid.
 Best SearchGrid(const Windows& windows) {
@@ -67,7 +61,7 @@ Best SearchGrid(const Windows& windows) {
     constexpr int steps = static_cast<int>(reach / coarseStep);
     for (int row = -steps; row <= steps; ++row)
         for (int column = -steps; column <= steps; ++column) {
-            const Offset point{column * coarseStep, row * coarseStep};
+            const Point point{column * coarseStep, row * coarseStep};
             const double rSquared = RSquaredAt(windows, point);
             if (rSquared > best.rSquared) best = {point, rSquared};
         }
@@ -76,11 +70,11 @@ Best SearchGrid(const Windows& windows) {
 
 /// Climbs from neighbour to neighbour, with half the step where none is better.
 Best Climb(const Windows& windows, Best best) {
-    constexpr Offset ways[] = {{1, 0}, {-1, 0}, {0, 1}, {0, -1}, {1, 1}, {-1, -1}, {1, -1}, {-1, 1}};
+    constexpr Point ways[] = {{1, 0}, {-1, 0}, {0, 1}, {0, -1}, {1, 1}, {-1, -1}, {1, -1}, {-1, 1}};
     for (double step = coarseStep / 2.0; step >= finestStep;) {
         Best next = best;
-        for (const Offset& way : ways) {
-            const Offset point{best.at.right + step * way.right, best.at.below + step * way.below};
+        for (const Point& way : ways) {
+            const Point point{best.at.x + step * way.x, best.at.y + step * way.y};
             if (!IsWithinReach(point)) continue;
             const double rSquared = RSquaredAt(windows, point);
             if (rSquared > next.rSquared) next = {point, rSquared};
@@ -95,13 +89,13 @@ Best Climb(const Windows& windows, Best best) {
 
 /// Several windows even of a small scene, so that they can be compared.
 SamplePlan PlanWindows(const Scene& scene) {
-    const auto& info = scene.multispectral->GetInfo();
+    const auto& info = scene.GetMultispectral().image->GetInfo();
     return {4, std::clamp(std::min(info.cols, info.rows) / 4, 24u, 64u)};
 }
 
 bool ReadWindows(const Scene& scene, std::optional<int> bitDepth, std::vector<Window>& windows,
                  Status& status) {
-    const std::size_t bands = scene.bandOrder.size() + (scene.infrared ? 1 : 0);
+    const std::size_t bands = scene.CountBands();
     for (const hostkit::PixelRect& rect : ChooseBlocks(scene, PlanWindows(scene))) {
         Window window(bands);
         if (!window.block.Read(scene, rect, reach, bitDepth, status)) return false;
@@ -121,7 +115,7 @@ void MeasureSpread(std::vector<Window>& windows, const Best& all, Shift& shift) 
     for (Window& window : windows) {
         const Windows alone{&window};
         const Best own = Climb(alone, {all.at, RSquaredAt(alone, all.at)});
-        if (own.rSquared >= leastRSquared) distances.push_back(Distance(own.at, all.at));
+        if (own.rSquared >= leastRSquared) distances.push_back(Length(own.at - all.at));
     }
     shift.windows = static_cast<std::uint32_t>(distances.size());
     if (distances.empty()) return;
@@ -131,7 +125,7 @@ void MeasureSpread(std::vector<Window>& windows, const Best& all, Shift& shift) 
 
 } // namespace
 
-double Shift::GetLength() const { return std::hypot(right, below); }
+double Shift::GetLength() const { return Length(way); }
 
 bool Shift::IsAgreed() const { return windows >= 2 && (spread <= 0.1 || spread <= GetLength() / 3.0); }
 
@@ -146,9 +140,9 @@ bool MeasureShift(const Scene& scene, std::optional<int> bitDepth, std::optional
     for (Window& window : windows)
         all.push_back(&window);
     const Best best = Climb(all, SearchGrid(all));
-    const bool isAtEnd = std::max(std::fabs(best.at.right), std::fabs(best.at.below)) >= reach - finestStep;
+    const bool isAtEnd = std::max(std::fabs(best.at.x), std::fabs(best.at.y)) >= reach - finestStep;
     if (best.rSquared < leastRSquared || isAtEnd) return true;
-    shift = Shift{best.at.right, best.at.below, best.rSquared, 0, 0.0};
+    shift = Shift{best.at, best.rSquared, 0, 0.0};
     MeasureSpread(windows, best, *shift);
     return true;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "fundament/Status.h"
+#include "hostkit/Point.h"
 
 #include <cstdint>
 #include <optional>
@@ -13,8 +14,7 @@ struct Scene;
 /// pixels. With (0.5, 0) what pan shows at a place is found half a multispectral pixel further right in the
 /// multispectral image.
 struct Shift {
-    double right = 0.0;
-    double below = 0.0;
+    hostkit::Point way;
     double rSquared = 0.0; ///< of the weight fit with this shift taken out
     /// Windows that could be measured alone, and the median distance of their shifts from the one above.
     std::uint32_t windows = 0;

@@ -33,11 +33,9 @@ void AddBlock(const BlockSample& block, FitMoments& moments, SceneTally* tally) 
     }
     if (!tally) return;
     AddTally(block.GetTally().pan, tally->pan);
-    AddTally(block.GetTally().multispectral, tally->multispectral);
-    AddTally(block.GetTally().infrared, tally->infrared);
-    tally->otherGrids.resize(block.GetTally().otherGrids.size());
-    for (std::size_t grid = 0; grid < tally->otherGrids.size(); ++grid)
-        AddTally(block.GetTally().otherGrids[grid], tally->otherGrids[grid]);
+    tally->images.resize(block.GetTally().images.size());
+    for (std::size_t image = 0; image < tally->images.size(); ++image)
+        AddTally(block.GetTally().images[image], tally->images[image]);
 }
 
 std::string FindObstacle(const FitMoments& moments, const std::vector<double>& weights) {
@@ -58,7 +56,7 @@ void Report(const Scene& scene, const FitMoments& moments, std::vector<double> w
         fit.weights[scene.bandOrder[band]] = weights[band];
         fit.correlations[scene.bandOrder[band]] = moments.GetCorrelation(band);
     }
-    if (!scene.infrared) return;
+    if (!scene.HasInfrared()) return;
     fit.infraredWeight = weights.back();
     fit.infraredCorrelation = moments.GetCorrelation(bands);
 }
@@ -67,7 +65,7 @@ void Report(const Scene& scene, const FitMoments& moments, std::vector<double> w
 
 bool FitWeights(const Scene& scene, const FitOptions& options, WeightFit& fit, SceneTally* tally,
                 Status& status) {
-    const std::size_t bands = scene.bandOrder.size() + (scene.infrared ? 1 : 0);
+    const std::size_t bands = scene.CountBands();
     fit = {};
     if (bands > mostFittedBands) {
         fit.obstacle = FormatString("weights are fitted to %d bands at most, and there are %d",
@@ -88,7 +86,7 @@ bool FitWeights(const Scene& scene, const FitOptions& options, WeightFit& fit, S
                          static_cast<double>(fit.samples));
         return true;
     }
-    const bool keepsLast = scene.infrared && options.infraredWeight;
+    const bool keepsLast = scene.HasInfrared() && options.infraredWeight;
     Report(scene, moments, moments.Solve(keepsLast ? &*options.infraredWeight : nullptr), fit);
     return true;
 }

@@ -11,10 +11,10 @@
 namespace {
 
 using namespace testimages;
+using hostkit::AxisPlacement;
 using hostkit::MakeRequest;
-using hostkit::PlaceGrids;
+using hostkit::Resampling;
 using hostkit::SampledChain;
-using hostkit::SourceRect;
 using KOVA::Tessara::Pixmere::Aoi;
 using KOVA::Tessara::Pixmere::IRaster;
 
@@ -22,9 +22,10 @@ using KOVA::Tessara::Pixmere::IRaster;
 template <class T>
 T Expected(const CodedImage<T>& source, const RasterInfo& pan, std::uint32_t column, std::uint32_t row,
            std::uint32_t band) {
-    const hostkit::GridPlacement placement = PlaceGrids(pan, source.info);
-    const auto x = kernels::ClampTap(kernels::PanToMultispectral(placement.across, column), source.info.cols);
-    const auto y = kernels::ClampTap(kernels::PanToMultispectral(placement.down, row), source.info.rows);
+    const AxisPlacement placement(pan, source.info);
+    const auto x =
+        kernels::ClampTap(kernels::PanToMultispectral(placement.GetAcross(), column), source.info.cols);
+    const auto y = kernels::ClampTap(kernels::PanToMultispectral(placement.GetDown(), row), source.info.rows);
     return kernels::BilinearSample(source.At(x.first, y.first, band), source.At(x.second, y.first, band),
                                    source.At(x.first, y.second, band), source.At(x.second, y.second, band),
                                    x.fraction, y.fraction);
@@ -73,7 +74,8 @@ void CompareRandomWindows() {
                 PixelRect window{below(pan.cols), below(pan.rows), 0, 0};
                 window.col1 = window.col0 + 1 + below(pan.cols - window.col0);
                 window.row1 = window.row0 + 1 + below(pan.rows - window.row0);
-                const PixelRect needed = SourceRect(PlaceGrids(pan, source.info), window, source.info);
+                const PixelRect needed =
+                    AxisPlacement(pan, source.info).FindSource(window, Resampling::Bilinear);
                 SampledChain chain("ms", pan, source.Part(needed, copy));
                 Aoi request = MakeRequest(pan, window);
                 ASSERT_EQ(chain.Initialize(&request), 1) << chain.GetStatus().ToText();
@@ -111,8 +113,7 @@ TEST(SampledChain, DataReachOneSourcePixelOutside) {
     };
     for (const auto& c : cases) {
         const RasterInfo source = MakeInfo(5, 3, 1, 8, 2.0, c.left, c.top);
-        EXPECT_EQ(hostkit::CoveredRect(PlaceGrids(pan, source), pan, source), c.covered)
-            << c.left << " " << c.top;
+        EXPECT_EQ(AxisPlacement(pan, source).FindCovered(), c.covered) << c.left << " " << c.top;
     }
 }
 
@@ -162,14 +163,17 @@ void CompareJoinedBands() {
     const CodedImage<T> fine(MakeInfo(20, 15, 2, bits, 2.0)), coarse(MakeInfo(9, 8, 1, bits, 4.0, 1.0, 1.0));
     RasterInfo all = coarse.info;
     all.bandsPerPixel = 3;
+    const PixelRect window{5, 7, 36, 28};
+    const AxisPlacement ofFine(pan, fine.info), ofCoarse(pan, coarse.info);
+    KOVA::Tessara::Fundament::Status status;
+    const auto open = [&](const AxisPlacement& placement, const CodedImage<T>& image) {
+        return placement.Open(window, image.info, image.Whole().block, Resampling::Bilinear, status);
+    };
     SampledChain chain("ms", pan,
-                       {all,
-                        {},
-                        hostkit::Resampling::Bilinear,
-                        nullptr,
-                        {{coarse.info, coarse.Whole().block, nullptr, {1}},
-                         {fine.info, fine.Whole().block, nullptr, {0, 2}}}});
-    Aoi request = MakeRequest(pan, {5, 7, 36, 28});
+                       {all, {}, {}, {{open(ofCoarse, coarse), {1}}, {open(ofFine, fine), {0, 2}}}, window});
+    Aoi request = MakeRequest(pan, {5, 7, 36, 29});
+    EXPECT_EQ(chain.Initialize(&request), 0); // not the window that is open
+    request = MakeRequest(pan, window);
     ASSERT_EQ(chain.Initialize(&request), 1) << chain.GetStatus().ToText();
     IRaster* raster = chain.CreateRaster();
     EXPECT_EQ(raster->GetRasterInfo()->bandsPerPixel, 3u);

@@ -89,8 +89,8 @@ TYPED_TEST(SampledValidity, SamplesAreTheDefinition) {
                 const auto col0 = static_cast<std::uint32_t>(random() % 30);
                 const auto row0 = static_cast<std::uint32_t>(random() % 30);
                 const PixelRect window{col0, row0, col0 + 20, row0 + 11};
-                const auto placement = hostkit::PlaceGrids(pan, source.image.info);
-                const PixelRect needed = SourceRect(placement, window, source.image.info, resampling);
+                const hostkit::AxisPlacement placement(pan, source.image.info);
+                const PixelRect needed = placement.FindSource(window, resampling);
                 std::vector<TypeParam> copy;
                 hostkit::SourceImage part = source.image.Part(needed, copy);
                 std::vector<unsigned char> valid;
@@ -98,15 +98,14 @@ TYPED_TEST(SampledValidity, SamplesAreTheDefinition) {
                     for (std::uint32_t c = needed.col0; c < needed.col1; ++c)
                         valid.push_back(source.valid[r * source.image.info.cols + c]);
                 part.block.valid = gaps == 0 ? nullptr : valid.data();
-                hostkit::SampledRaster raster;
-                ASSERT_TRUE(raster.Open(pan, window, part.info, part.block, resampling));
-                const hostkit::WindowPlacement at(placement, window);
+                KOVA::Tessara::Fundament::Status status;
+                const auto raster = placement.Open(window, part.info, part.block, resampling, status);
+                ASSERT_NE(raster, nullptr) << status.ToText();
                 std::vector<hostkit::Reach> reach(20, hostkit::Reach::All);
                 for (std::uint32_t r = 0; r < window.GetRows(); ++r) {
-                    const auto* samples = reinterpret_cast<const TypeParam*>(raster.GetRow(r));
-                    if (gaps != 0)
-                        hostkit::SampledValidity(at.Shape(part.info, needed), resampling, part.block)
-                            .Find(r, reach.data());
+                    const auto* samples = reinterpret_cast<const TypeParam*>(raster->GetRow(r));
+                    if (!raster->FindReach(r, reach.data()))
+                        std::fill(reach.begin(), reach.end(), hostkit::Reach::All);
                     for (std::uint32_t i = 0; i < 20u * 3u; ++i) {
                         const double x = (15.0 * (col0 + i / 3 + 0.5) - grid.left) / grid.pixelSize - 0.5;
                         const double y = (15.0 * (row0 + r + 0.5) + grid.top) / grid.pixelSize - 0.5;

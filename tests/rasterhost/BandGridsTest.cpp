@@ -173,9 +173,9 @@ TEST_F(Grids, AreToldAndNotCompared) {
     KOVA::Tessara::Fundament::Status status;
     ASSERT_TRUE(rasterhost::Preflight(request, facts, status)) << status.ToText();
     EXPECT_EQ(facts.ratioX, 4.0);
-    ASSERT_EQ(facts.otherGrids.size(), 1u);
-    EXPECT_EQ(facts.otherGrids[0].columns, 110u);
-    EXPECT_GT(facts.otherGrids[0].largest, 5000u);
+    ASSERT_EQ(facts.images.size(), 2u);
+    EXPECT_EQ(facts.images[1].columns, 110u);
+    EXPECT_GT(facts.images[1].largest, 5000u);
     rasterhost::CompareRequest pair;
     pair.inputs = request;
     rasterhost::CompareReport table;
@@ -263,8 +263,8 @@ TEST(GridsFit, FindsTheShiftOfATurnedImage) {
     ASSERT_TRUE(rasterhost::Preflight(request, facts, status)) << status.ToText();
     ASSERT_TRUE(facts.shift);
     EXPECT_TRUE(facts.shift->IsAgreed());
-    EXPECT_NEAR(facts.shift->right, 0.5, 0.05);
-    EXPECT_NEAR(facts.shift->below, 0.0, 0.05);
+    EXPECT_NEAR(facts.shift->way.x, 0.5, 0.05);
+    EXPECT_NEAR(facts.shift->way.y, 0.0, 0.05);
 }
 
 } // namespace

@@ -49,8 +49,9 @@ TEST(Preflight, SaysWhatARunWouldDo) {
     EXPECT_GT(report.memoryBytes, report.outputBytes);
     EXPECT_EQ(report.ratioX, 4.0);
     EXPECT_EQ(report.overlap, 1.0);
-    EXPECT_THAT(report.multispectral.noData, testing::ElementsAre("the value 7"));
-    EXPECT_DOUBLE_EQ(report.multispectral.withoutData, 0.25);
+    ASSERT_EQ(report.images.size(), 1u);
+    EXPECT_THAT(report.images[0].noData, testing::ElementsAre("the value 7"));
+    EXPECT_DOUBLE_EQ(report.images[0].withoutData, 0.25);
     EXPECT_THAT(report.pan.noData, testing::IsEmpty());
     EXPECT_EQ(report.pan.bitDepth, 16u);
     ASSERT_TRUE(report.shift);
@@ -149,7 +150,8 @@ TEST(Preflight, SaysNothingOfWhatItDidNotSee) {
     const auto [works, report, status] = Look(request);
     ASSERT_TRUE(works) << status.ToText();
     EXPECT_EQ(report.pan.seen, 0u);
-    EXPECT_FALSE(report.pan.largest || report.pan.bitDepth || report.multispectral.largest);
+    ASSERT_EQ(report.images.size(), 1u);
+    EXPECT_FALSE(report.pan.largest || report.pan.bitDepth || report.images[0].largest);
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "SceneFiles.h"
+#include "hostkit/AxisPlacement.h"
 #include "hostkit/RequestRecord.h"
-#include "hostkit/SampledRaster.h"
 
 #include <gdal_utils.h>
 
@@ -9,7 +9,6 @@
 namespace {
 
 using namespace testfiles;
-using hostkit::SampledRaster;
 using KOVA::Tessara::Pixmere::RasterInfo;
 
 RasterInfo MakeInfo(int columns, int rows, std::uint32_t bits, double size, double left, double top) {
@@ -32,13 +31,15 @@ protected:
     /// All of a source sampled onto a pan grid by the host.
     static std::vector<T> Sampled(const std::vector<T>& source, const RasterInfo& sourceInfo,
                                   const RasterInfo& pan) {
-        SampledRaster raster;
+        KOVA::Tessara::Fundament::Status status;
         const hostkit::SampleBlock block{reinterpret_cast<const unsigned char*>(source.data()),
                                          sourceInfo.cols * sizeof(T), hostkit::WholeImage(sourceInfo)};
-        EXPECT_TRUE(raster.Open(pan, hostkit::WholeImage(pan), sourceInfo, block));
+        const auto raster =
+            hostkit::AxisPlacement(pan, sourceInfo)
+                .Open(hostkit::WholeImage(pan), sourceInfo, block, hostkit::Resampling::Bilinear, status);
         std::vector<T> all;
         for (std::uint32_t row = 0; row < pan.rows; ++row) {
-            const T* samples = reinterpret_cast<const T*>(raster.GetRow(row));
+            const T* samples = reinterpret_cast<const T*>(raster->GetRow(row));
             all.insert(all.end(), samples, samples + pan.cols);
         }
         return all;

@@ -1,0 +1,65 @@
+#include "hostkit/MapPlacement.h"
+
+#include "hostkit/MappedRaster.h"
+#include "hostkit/RequestRecord.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace hostkit {
+
+MapPlacement::MapPlacement(const RasterInfo& panInfo, const RasterInfo& imageInfo, PixelMap positions,
+                           std::unique_ptr<const PixelTransform> exact)
+    : Placement(panInfo, imageInfo), map(std::move(positions)), transform(std::move(exact)) {}
+
+void MapPlacement::Move(const Point& way) {
+    moved = moved + way;
+    map.Move(way);
+}
+
+std::optional<Point> MapPlacement::ToPan(const Point& at) const { return transform->ToPan(at - moved); }
+
+std::optional<Point> MapPlacement::FromPan(const Point& at) const {
+    auto on = transform->FromPan(at);
+    if (on) *on = *on + moved;
+    return on;
+}
+
+std::array<Point, 2> MapPlacement::FindSteps() const {
+    const std::uint32_t column = (pan.cols - 1) / 2, row = (pan.rows - 1) / 2;
+    std::array<Point, 2> here{}, below{};
+    map.FindRow(row, column, column + 2, here.data());
+    map.FindRow(row + 1, column, column + 1, below.data());
+    return {here[1] - here[0], below[0] - here[0]};
+}
+
+PixelRect MapPlacement::FindCovered() const { return WholeImage(pan); }
+
+PixelRect MapPlacement::FindShared(const PixelRect& part) const {
+    PixelRect on{part.col1, part.row1, part.col0, part.row0};
+    std::vector<Point> positions(part.GetColumns());
+    const double right = image.cols - 0.5, bottom = image.rows - 0.5;
+    for (std::uint32_t row = part.row0; row < part.row1; ++row) {
+        map.FindRow(row, part.col0, part.col1, positions.data());
+        for (std::uint32_t i = 0; i < positions.size(); ++i) {
+            const Point& at = positions[i];
+            if (!(at.x >= -0.5 && at.x <= right && at.y >= -0.5 && at.y <= bottom)) continue;
+            on = {std::min(on.col0, part.col0 + i), std::min(on.row0, row),
+                  std::max(on.col1, part.col0 + i + 1), std::max(on.row1, row + 1)};
+        }
+    }
+    return on;
+}
+
+PixelRect MapPlacement::FindSource(const PixelRect& panWindow, Resampling resampling) const {
+    return map.SourceRect(panWindow, image.cols, image.rows, resampling);
+}
+
+std::unique_ptr<PlacedWindow> MapPlacement::Open(const PixelRect& panWindow, const RasterInfo& source,
+                                                 const SampleBlock& block, Resampling resampling,
+                                                 KOVA::Tessara::Fundament::Status& status) const {
+    return OpenRaster<MappedRaster>(status, pan, panWindow, source, block, map, resampling);
+}
+
+} // namespace hostkit

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "hostkit/PixelMap.h"
+#include "hostkit/Placement.h"
+
+namespace hostkit {
+
+/// The exact way between the pixels of pan and those of an image that do not run along each other. Places
+/// count pixels from the corner of each.
+class PixelTransform {
+public:
+    virtual ~PixelTransform() = default;
+    /// Where a place on pan lies on the image; none where it has no place there.
+    [[nodiscard]] virtual std::optional<Point> FromPan(const Point& at) const = 0;
+    /// Where a place on the image lies on pan; none where it has no place there.
+    [[nodiscard]] virtual std::optional<Point> ToPan(const Point& at) const = 0;
+};
+
+/// The placement of an image that pan's pixels are found on by a map.
+class MapPlacement final : public Placement {
+public:
+    /// `imageInfo` has in its place what the image covers, in the map units of pan, and the size of a pixel
+    /// in its middle. The map is the one of the transform.
+    MapPlacement(const RasterInfo& panInfo, const RasterInfo& imageInfo, PixelMap positions,
+                 std::unique_ptr<const PixelTransform> exact);
+
+    [[nodiscard]] bool RunsAlong() const override { return false; }
+    void Move(const Point& way) override;
+    [[nodiscard]] std::optional<Point> ToPan(const Point& at) const override;
+    [[nodiscard]] std::optional<Point> FromPan(const Point& at) const override;
+    [[nodiscard]] std::array<Point, 2> FindSteps() const override;
+    /// All of pan: which of its pixels have data is found pixel by pixel.
+    [[nodiscard]] PixelRect FindCovered() const override;
+    [[nodiscard]] PixelRect FindShared(const PixelRect& part) const override;
+    [[nodiscard]] PixelRect FindSource(const PixelRect& panWindow, Resampling resampling) const override;
+    [[nodiscard]] std::unique_ptr<PlacedWindow> Open(const PixelRect& panWindow, const RasterInfo& source,
+                                                     const SampleBlock& block, Resampling resampling,
+                                                     KOVA::Tessara::Fundament::Status& status) const override;
+
+private:
+    PixelMap map;
+    std::unique_ptr<const PixelTransform> transform;
+    Point moved;
+};
+
+} // namespace hostkit
