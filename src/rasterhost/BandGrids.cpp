@@ -28,7 +28,7 @@ bool GroupByGrid(const std::vector<InputBand>& inputs, const SampleOptions& opti
         auto image = InputImage::Open({input}, multispectral, options, status);
         if (!image) return false;
         auto group = std::find_if(groups.begin(), groups.end(), [&](const InputGroup& other) {
-            return other.first->SharesGridWith(*image);
+            return other.first->GetDescription()->SharesGridWith(*image->GetDescription());
         });
         const std::size_t count = image->GetBands().size();
         if (group == groups.end()) group = groups.insert(groups.end(), {std::move(image), {}, {}});

@@ -32,15 +32,13 @@ bool BandReader::Read(const PixelRect& rect, unsigned char* out, Status& status)
     }
     // One call for as many bands in a row as come from one file with samples of one kind.
     for (std::size_t first = 0, end = 0; first < bands.size(); first = end) {
-        const auto belongs = [&](const SourceBand& source) {
-            return source.dataset == bands[first].dataset &&
-                   source.band->GetRasterDataType() == bands[first].band->GetRasterDataType();
+        const auto belongs = [&](std::size_t band) {
+            return handles[band].dataset == handles[first].dataset && bands[band].type == bands[first].type;
         };
-        for (end = first; end < bands.size() && belongs(bands[end]);)
+        for (end = first; end < bands.size() && belongs(end);)
             ++end;
         if (!ReadBands(rect, first, end, out, status)) return false;
-        if (bands[first].band->GetRasterDataType() == GDT_Int16 && !CheckSigns(rect, first, end, out, status))
-            return false;
+        if (bands[first].type == GDT_Int16 && !CheckSigns(rect, first, end, out, status)) return false;
     }
     return true;
 }
@@ -55,11 +53,11 @@ bool BandReader::ReadBands(const PixelRect& rect, std::size_t first, std::size_t
     for (std::size_t band = first; band < end; ++band)
         numbers.push_back(bands[band].number);
     const GdalErrors errors;
-    const CPLErr result = bands[first].dataset->RasterIO(
+    const CPLErr result = handles[first].dataset->RasterIO(
         GF_Read, static_cast<int>(rect.col0), static_cast<int>(rect.row0), columns, rows,
-        out + static_cast<GSpacing>(first) * sampleBytes, columns, rows,
-        bands[first].band->GetRasterDataType(), static_cast<int>(numbers.size()), numbers.data(), pixelBytes,
-        pixelBytes * columns, sampleBytes, nullptr);
+        out + static_cast<GSpacing>(first) * sampleBytes, columns, rows, bands[first].type,
+        static_cast<int>(numbers.size()), numbers.data(), pixelBytes, pixelBytes * columns, sampleBytes,
+        nullptr);
     return (result == CE_None && !errors.HasFailed()) ||
            FailToRead(rect, bands[first], errors.Reason(), status);
 }
@@ -71,8 +69,9 @@ bool BandReader::ReadScaled(const PixelRect& rect, std::size_t band, unsigned ch
     const auto rows = static_cast<int>(rect.GetRows());
     std::vector<double> samples(std::size_t{rect.GetColumns()} * rect.GetRows());
     const GdalErrors errors;
-    if (source.band->RasterIO(GF_Read, static_cast<int>(rect.col0), static_cast<int>(rect.row0), columns,
-                              rows, samples.data(), columns, rows, GDT_Float64, 0, 0, nullptr) != CE_None ||
+    if (handles[band].band->RasterIO(GF_Read, static_cast<int>(rect.col0), static_cast<int>(rect.row0),
+                                     columns, rows, samples.data(), columns, rows, GDT_Float64, 0, 0,
+                                     nullptr) != CE_None ||
         errors.HasFailed())
         return FailToRead(rect, source, errors.Reason(), status);
     auto* pixel = reinterpret_cast<unsigned short*>(out) + band;
@@ -128,8 +127,8 @@ bool BandReader::ReadValid(const PixelRect& rect, const unsigned char* samples, 
     else
         ClearNoData(reinterpret_cast<const unsigned short*>(samples), bands, pixels, valid);
     std::map<GDALRasterBand*, const SourceBand*> masks;
-    for (const SourceBand& source : bands)
-        if (source.mask) masks.emplace(source.mask, &source);
+    for (std::size_t band = 0; band < bands.size(); ++band)
+        if (handles[band].mask) masks.emplace(handles[band].mask, &bands[band]);
     std::vector<unsigned char> mask(masks.empty() ? 0 : pixels);
     for (const auto& [band, source] : masks) {
         const GdalErrors errors;

@@ -2,20 +2,29 @@
 
 #include "hostkit/SampleBlock.h"
 #include "rasterhost/HostStatus.h"
-#include "rasterhost/SourceBand.h"
+#include "rasterhost/ImageDescription.h"
 
 #include <cstdint>
 #include <vector>
 
+class GDALDataset;
+class GDALRasterBand;
+
 namespace rasterhost {
+
+/// What a band is read by, of an open file.
+struct BandHandles {
+    GDALDataset* dataset = nullptr;
+    GDALRasterBand* band = nullptr;
+    GDALRasterBand* mask = nullptr; ///< 0 where there is no data: a mask band or transparency; may be null
+};
 
 /// Reads bands of one size side by side. Not for two threads at a time.
 class BandReader {
 public:
-    /// All of them outlive the reader; `sampleBits` are those of a sample read, 8 or 16.
-    BandReader(const std::vector<SourceBand>& sourceBands, const SampleOptions& sampleOptions,
-               std::uint32_t sampleBits)
-        : bands(sourceBands), options(sampleOptions), bits(sampleBits) {}
+    /// Both outlive the reader; the handles are those of the image's bands.
+    BandReader(const ImageDescription& image, const std::vector<BandHandles>& bandHandles)
+        : bands(image.bands), handles(bandHandles), options(image.options), bits(image.info.bitsPerBand) {}
 
     /// Reads a rectangle of all bands, interleaved by pixel and packed.
     [[nodiscard]] bool Read(const hostkit::PixelRect& rect, unsigned char* out, Status& status) const;
@@ -33,6 +42,7 @@ private:
                     const unsigned char* samples, Status& status) const;
 
     const std::vector<SourceBand>& bands;
+    const std::vector<BandHandles>& handles;
     const SampleOptions& options;
     std::uint32_t bits;
 };

@@ -115,8 +115,9 @@ CollarSearch FindCollars(Scene& scene, const Warn& warn, const std::function<boo
     for (const PlacedImage& coarse : scene.images)
         images.push_back(coarse.image.get());
     for (InputImage* image : images) {
-        const CollarSearch result =
-            image->DeclaresZerosOrMask() ? CollarSearch::Done : FindCollar(*image, warn, keepOn, status);
+        const CollarSearch result = image->GetDescription()->DeclaresZerosOrMask()
+                                        ? CollarSearch::Done
+                                        : FindCollar(*image, warn, keepOn, status);
         if (result != CollarSearch::Done) return result;
         const DataSearch found = FindData(*image, keepOn, status);
         if (found == DataSearch::Cancelled) return CollarSearch::Cancelled;

@@ -26,7 +26,7 @@ bool CompareRows(RowSource& image, RowSource& reference, double ratio, quality::
 std::int64_t StripCache(std::initializer_list<const InputImage*> images) {
     std::int64_t bytes = std::int64_t{32} << 20;
     for (const InputImage* image : images)
-        if (image) bytes += 2 * static_cast<std::int64_t>(image->GetBlockRowBytes());
+        if (image) bytes += 2 * static_cast<std::int64_t>(image->GetDescription()->GetBlockRowBytes());
     return bytes;
 }
 

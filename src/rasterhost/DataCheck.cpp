@@ -1,7 +1,6 @@
 #include "rasterhost/DataCheck.h"
 
 #include "fundament/Text.h"
-#include "rasterhost/BandReader.h"
 #include "rasterhost/BandWeights.h"
 
 #include <gdal_priv.h>
@@ -47,24 +46,27 @@ DataSearch Search(const RasterInfo& info, const ReadBlock& read, const std::func
     return DataSearch::None;
 }
 
-DataSearch SearchBand(const InputImage& image, const SourceBand& band, const std::function<bool()>& keepOn) {
-    RasterInfo info = image.GetInfo();
-    info.bandsPerPixel = 1;
-    const std::vector<SourceBand> single{band};
-    const BandReader reader(single, image.GetOptions(), info.bitsPerBand);
+DataSearch Search(InputImage& image, const std::function<bool()>& keepOn) {
     return Search(
-        info,
+        image.GetInfo(),
         [&](const PixelRect& rect, std::vector<unsigned char>& samples, unsigned char* valid) {
             Status unread;
-            return reader.Read(rect, samples.data(), unread) &&
-                   reader.ReadValid(rect, samples.data(), valid, unread);
+            return image.Read(rect, samples.data(), unread) &&
+                   image.ReadValid(rect, samples.data(), valid, unread);
         },
         keepOn);
 }
 
+DataSearch SearchBand(const InputImage& image, std::size_t band, const std::function<bool()>& keepOn) {
+    Status unread;
+    const auto single = InputImage::Open(
+        std::make_shared<const ImageDescription>(image.GetDescription()->WithBands({band})), unread);
+    return single ? Search(*single, keepOn) : DataSearch::Found;
+}
+
 /// The least and greatest sample that a band can have.
 std::pair<double, double> RangeOf(const SourceBand& source) {
-    const GDALDataType type = source.band->GetRasterDataType();
+    const GDALDataType type = source.type;
     if (type == GDT_Int16) return {-32768.0, 32767.0};
     return {0.0, type == GDT_Byte ? 255.0 : 65535.0};
 }
@@ -73,22 +75,15 @@ std::pair<double, double> RangeOf(const SourceBand& source) {
 
 DataSearch FindData(InputImage& image, const std::function<bool()>& keepOn, Status& status) {
     if (!image.MayLackData()) return DataSearch::Found;
-    const DataSearch found = Search(
-        image.GetInfo(),
-        [&](const PixelRect& rect, std::vector<unsigned char>& samples, unsigned char* valid) {
-            Status unread;
-            return image.Read(rect, samples.data(), unread) &&
-                   image.ReadValid(rect, samples.data(), valid, unread);
-        },
-        keepOn);
+    const DataSearch found = Search(image, keepOn);
     if (found != DataSearch::None) return found;
     constexpr const char* remedy = "; is it the right file? --no-nodata takes every sample as data";
     const std::vector<SourceBand>& bands = image.GetBands();
     std::vector<const SourceBand*> empty;
-    for (const SourceBand& band : bands) {
-        const DataSearch ofBand = SearchBand(image, band, keepOn);
+    for (std::size_t number = 0; number < bands.size(); ++number) {
+        const DataSearch ofBand = SearchBand(image, number, keepOn);
         if (ofBand == DataSearch::Cancelled) return ofBand;
-        if (ofBand == DataSearch::None) empty.push_back(&band);
+        if (ofBand == DataSearch::None) empty.push_back(&bands[number]);
     }
     if (!empty.empty() && empty.size() < bands.size()) {
         Fail(status, HostStatus::InputsDoNotFit,
@@ -109,7 +104,7 @@ bool CheckNoDataValue(double value, const std::vector<const InputImage*>& images
     for (const InputImage* image : images)
         for (const SourceBand& source : image->GetBands()) {
             const auto [least, greatest] = RangeOf(source);
-            if (image->GetOptions().scale ||
+            if (image->GetDescription()->options.scale ||
                 (value == std::floor(value) && value >= least && value <= greatest))
                 return true;
             all = {std::min(all.first, least), std::max(all.second, greatest)};

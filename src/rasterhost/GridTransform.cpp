@@ -57,8 +57,8 @@ std::unique_ptr<GridTransform> GridTransform::Make(const InputImage& pan, const 
     for (const auto& [side, placed] : {std::pair("SRC_METHOD", &image), {"DST_METHOD", &pan}})
         options.SetNameValue(side, placed->GetGeoTransform() ? "GEOTRANSFORM" : "GCP_POLYNOMIAL");
     const GdalErrors errors;
-    made->transformer = GDALCreateGenImgProjTransformer2(image.GetBands().front().dataset,
-                                                         pan.GetBands().front().dataset, options.List());
+    made->transformer =
+        GDALCreateGenImgProjTransformer2(&image.GetDataset(), &pan.GetDataset(), options.List());
     made->turn = FindTurn(pan);
     if (made->transformer) return made;
     Fail(status, HostStatus::InputsDoNotFit,

@@ -1,12 +1,11 @@
 #pragma once
 
 #include "hostkit/ImageSource.h"
+#include "rasterhost/BandReader.h"
 #include "rasterhost/HostStatus.h"
+#include "rasterhost/ImageDescription.h"
 #include "rasterhost/Requests.h"
-#include "rasterhost/SourceBand.h"
 #include "rasterhost/ZeroCollar.h"
-
-#include <ogr_spatialref.h>
 
 #include <array>
 #include <cstdint>
@@ -17,7 +16,8 @@
 
 namespace rasterhost {
 
-/// Bands of one size and position, taken from one file or several.
+/// Bands of one size and position, taken from one file or several: a description, and the open files to read
+/// it from.
 class InputImage final : public hostkit::ImageSource {
 public:
     /// Opens the files and checks that the bands can be served: 8 or 16 bits, all of one size, depth,
@@ -31,54 +31,48 @@ public:
     InputImage& operator=(const InputImage&) = delete;
     ~InputImage() override;
 
-    /// Without georeferencing, or when it is not north up: pixels of size 1 and the upper left corner at the
-    /// origin.
-    [[nodiscard]] const RasterInfo& GetInfo() const override { return info; }
+    /// Opens the files of an image that was described before, for one more thread. Null with an item when one
+    /// is gone or has not its bands any more.
+    [[nodiscard]] static std::unique_ptr<InputImage> Open(std::shared_ptr<const ImageDescription> known,
+                                                          Status& status);
+
+    [[nodiscard]] const std::shared_ptr<const ImageDescription>& GetDescription() const {
+        return description;
+    }
+    [[nodiscard]] const RasterInfo& GetInfo() const override { return description->info; }
+    [[nodiscard]] std::string GetName() const override { return description->GetName(); }
+    [[nodiscard]] const std::vector<SourceBand>& GetBands() const { return description->bands; }
     /// By a geotransform or by control points.
-    [[nodiscard]] bool IsGeoreferenced() const { return geoTransform || hasControlPoints; }
-    /// True when columns and rows run along the map's axes, rows downward; without a position too.
-    [[nodiscard]] bool IsNorthUp() const { return isNorthUp; }
-    [[nodiscard]] const std::optional<std::array<double, 6>>& GetGeoTransform() const { return geoTransform; }
-    [[nodiscard]] const OGRSpatialReference& GetProjection() const { return projection; } ///< may be empty
-    [[nodiscard]] const std::vector<SourceBand>& GetBands() const { return bands; }
-    [[nodiscard]] const SampleOptions& GetOptions() const { return options; }
-    /// The first file, and how many more there are: for messages.
-    [[nodiscard]] std::string GetName() const override;
+    [[nodiscard]] bool IsGeoreferenced() const {
+        return description->geoTransform || description->hasControlPoints;
+    }
+    [[nodiscard]] bool IsNorthUp() const { return description->isNorthUp; }
+    [[nodiscard]] const OGRSpatialReference& GetProjection() const { return description->projection; }
+    [[nodiscard]] const std::optional<std::array<double, 6>>& GetGeoTransform() const {
+        return description->geoTransform;
+    }
     /// Every file that an input consists of, as GDAL lists them.
     [[nodiscard]] std::vector<std::string> GetFiles() const;
-    /// Bytes of a row of the file's blocks, which are read again and again when the cache cannot hold them.
-    [[nodiscard]] std::uint64_t GetBlockRowBytes() const;
+    /// The file of the first band; for its position.
+    [[nodiscard]] GDALDataset& GetDataset() const { return *handles.front().dataset; }
 
-    /// True when the bands of another image lie where those of this one do, pixel by pixel.
-    [[nodiscard]] bool SharesGridWith(const InputImage& other) const;
     /// Puts the bands into another order and leaves out those that `order`, positions counted from 0, does
     /// not name.
     void Reorder(const std::vector<std::size_t>& order);
 
+    [[nodiscard]] bool MayLackData() const override { return collar || description->MayLackData(); }
     [[nodiscard]] bool Read(const hostkit::PixelRect& rect, unsigned char* out, Status& status) override;
     [[nodiscard]] bool ReadValid(const hostkit::PixelRect& rect, const unsigned char* samples,
                                  unsigned char* valid, Status& status) override;
 
-    /// Bits that the samples use: what the files declare for 16-bit samples, else all.
-    [[nodiscard]] std::uint32_t GetBitDepth() const;
-
-    [[nodiscard]] bool MayLackData() const override;
-    /// True when the files tell by a mask, or by zeros, where there is no data.
-    [[nodiscard]] bool DeclaresZerosOrMask() const;
     /// Pixels to count as no data beside what is declared.
-    void SetCollar(std::unique_ptr<ZeroCollar> found) { collar = std::move(found); }
+    void SetCollar(std::shared_ptr<const ZeroCollar> found) { collar = std::move(found); }
     [[nodiscard]] const ZeroCollar* GetCollar() const { return collar.get(); }
-    /// The value that means no data in the first band that has one.
-    [[nodiscard]] std::optional<int> GetNoDataValue() const;
 
 private:
     InputImage() = default;
-    GDALDataset* OpenFile(const InputBand& input, const char* role, Status& status);
-    bool AddBands(const InputBand& input, GDALDataset& dataset, const char* role, Status& status);
-    bool Describe(const char* role, Status& status);
-    bool CheckBand(const SourceBand& source, const char* role, Status& status) const;
-    bool Georeference(Status& status);
-    [[nodiscard]] bool IsAtPlaceOfFirst(const GDALDataset& file) const;
+    GDALDataset* OpenFile(const std::string& name, const char* role, Status& status);
+    bool FindHandles(Status& status);
 
     struct CloseDataset {
         void operator()(GDALDataset* dataset) const;
@@ -88,18 +82,10 @@ private:
         std::unique_ptr<GDALDataset, CloseDataset> dataset;
     };
 
+    std::shared_ptr<const ImageDescription> description;
     std::vector<OpenFileEntry> files;
-    std::vector<SourceBand> bands;
-    SampleOptions options;
-    RasterInfo info;
-    std::unique_ptr<ZeroCollar> collar; ///< null without one
-    std::optional<std::array<double, 6>> geoTransform;
-    bool hasControlPoints = false;
-    bool isNorthUp = true;
-    OGRSpatialReference projection;
+    std::vector<BandHandles> handles;         ///< of the description's bands
+    std::shared_ptr<const ZeroCollar> collar; ///< null without one
 };
-
-/// True when two projections mean the same; an empty one equals any.
-[[nodiscard]] bool IsSameProjection(const OGRSpatialReference& a, const OGRSpatialReference& b);
 
 } // namespace rasterhost

@@ -119,7 +119,7 @@ OutputRules MakeOutputRules(const SharpenRequest& request, const Scene& scene) {
     }
     images.push_back(scene.pan.get());
     for (const InputImage* image : images) {
-        const std::optional<int> value = image->GetNoDataValue();
+        const std::optional<int> value = image->GetDescription()->GetNoDataValue();
         if (!rules.noData && value && *value >= 0 && *value <= most)
             rules.noData = static_cast<std::uint32_t>(*value);
     }

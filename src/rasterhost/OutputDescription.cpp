@@ -7,7 +7,7 @@
 namespace rasterhost {
 
 GDALColorInterp ColourOf(const Scene& scene, std::size_t band) {
-    const GDALColorInterp colour = scene.GetBand(band).band->GetColorInterpretation();
+    const GDALColorInterp colour = scene.GetBand(band).colour;
     return colour == GCI_AlphaBand ? GCI_Undefined : colour; // a fused band is no transparency
 }
 
@@ -38,7 +38,7 @@ void CopyPosition(GDALDataset& pan, const hostkit::PixelRect& part, GDALDataset&
 
 void DescribeOutput(const Scene& scene, const OutputRules& rules, const OutputMetadata& metadata,
                     GDALDataset& output) {
-    GDALDataset& pan = *scene.pan->GetBands().front().dataset;
+    GDALDataset& pan = scene.pan->GetDataset();
     if (auto transform = scene.pan->GetGeoTransform()) {
         auto& t = *transform;
         t[0] += scene.part.col0 * t[1] + scene.part.row0 * t[2];

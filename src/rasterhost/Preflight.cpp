@@ -43,8 +43,8 @@ std::vector<std::string> NoDataTexts(const InputImage& image) {
     };
     for (const SourceBand& source : image.GetBands()) {
         if (source.noData) add(FormatString("the value %d", *source.noData));
-        if (source.mask)
-            add(source.mask->GetColorInterpretation() == GCI_AlphaBand ? "transparency" : "a mask");
+        if (source.mask != MaskKind::None)
+            add(source.mask == MaskKind::Transparency ? "transparency" : "a mask");
     }
     if (image.GetCollar()) add("a collar of zeros along the edge");
     return texts;
@@ -57,7 +57,7 @@ ImageFacts DescribeImage(const InputImage& image, const RasterInfo& info, bool r
     facts.columns = info.cols;
     facts.rows = info.rows;
     facts.bands = info.bandsPerPixel;
-    const bool isSigned = image.GetBands().front().band->GetRasterDataType() == GDT_Int16;
+    const bool isSigned = image.GetBands().front().type == GDT_Int16;
     facts.sampleType = FormatString("%u bits %s", info.bitsPerBand, isSigned ? "signed" : "unsigned");
     facts.projection = ProjectionText(image.GetProjection());
     if (image.IsGeoreferenced() && image.IsNorthUp() && runsAlong)

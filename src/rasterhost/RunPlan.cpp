@@ -39,13 +39,14 @@ bool CheckImage(const InputImage& image, Status& status) {
     const RasterInfo& info = image.GetInfo();
     const std::uint64_t rowBytes = std::uint64_t{info.cols} * hostkit::PixelBytes(info);
     const bool isLong = rowBytes > mostRowBytes;
-    if (!isLong && image.GetBlockRowBytes() <= mostBlockBytes) return true;
+    if (!isLong && image.GetDescription()->GetBlockRowBytes() <= mostBlockBytes) return true;
     return Fail(
         status, HostStatus::InputNotSupported,
         FormatString("a row of %s of %s, which has %u columns and %u bands, takes %.0f MB; %.0f MB are "
                      "supported: name fewer bands, as in FILE,band=1, or cut the file with gdal_translate%s",
                      isLong ? "pixels" : "blocks", image.GetName().c_str(), info.cols, info.bandsPerPixel,
-                     static_cast<double>(isLong ? rowBytes : image.GetBlockRowBytes()) / megabyte,
+                     static_cast<double>(isLong ? rowBytes : image.GetDescription()->GetBlockRowBytes()) /
+                         megabyte,
                      static_cast<double>(isLong ? mostRowBytes : mostBlockBytes) / megabyte,
                      isLong ? "" : " -co TILED=YES"));
 }
@@ -79,10 +80,10 @@ std::int64_t CacheBytes(const Scene& scene, const RunSizes& sizes, std::uint32_t
     // Memory that is new to the process takes longer than reading into what it has already. Windows of
     // grids that lie askew reach over many rows of blocks.
     constexpr std::uint64_t least = std::uint64_t{8} << 20, leastAskew = std::uint64_t{64} << 20;
-    std::uint64_t inputs = scene.pan->GetBlockRowBytes();
+    std::uint64_t inputs = scene.pan->GetDescription()->GetBlockRowBytes();
     bool isAskew = false;
     for (const PlacedImage& coarse : scene.images) {
-        inputs += coarse.image->GetBlockRowBytes();
+        inputs += coarse.image->GetDescription()->GetBlockRowBytes();
         isAskew = isAskew || !coarse.placement->RunsAlong();
     }
     // A block that leaves before it is full is compressed and written again.

@@ -34,8 +34,7 @@ bool OpenPan(const PairRequest& request, Scene& scene, Status& status) {
 
 void WarnOfTransparency(const Scene& scene, const Warn& warn) {
     for (std::size_t band = 0; band < scene.bandOrder.size(); ++band)
-        if (const SourceBand& source = scene.GetBand(band);
-            source.band->GetColorInterpretation() == GCI_AlphaBand)
+        if (const SourceBand& source = scene.GetBand(band); source.colour == GCI_AlphaBand)
             warn(FormatString(
                 "band %d of '%s' is marked as transparency and holds more than 0 and the largest value: it "
                 "is "
@@ -166,9 +165,9 @@ bool FindDepth(const PairRequest& request, Scene& scene, Status& status) {
             FormatString("a bit depth of %d was asked for, and %s has %u bits per sample; --bit-depth is "
                          "for 16-bit files",
                          *request.bitDepth, scene.pan->GetName().c_str(), bits));
-    scene.bitDepth = scene.pan->GetBitDepth();
+    scene.bitDepth = scene.pan->GetDescription()->GetBitDepth();
     for (const PlacedImage& coarse : scene.images)
-        scene.bitDepth = std::max(scene.bitDepth, coarse.image->GetBitDepth());
+        scene.bitDepth = std::max(scene.bitDepth, coarse.image->GetDescription()->GetBitDepth());
     if (request.bitDepth) scene.bitDepth = static_cast<std::uint32_t>(*request.bitDepth);
     return true;
 }

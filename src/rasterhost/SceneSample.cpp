@@ -108,9 +108,9 @@ std::vector<std::pair<std::uint32_t, std::uint32_t>> Divide(std::uint32_t first,
 
 /// Samples this large and larger may stand for any brightness.
 unsigned SaturatedSample(const InputImage& image, std::optional<int> bitDepth) {
-    unsigned bits = bitDepth ? static_cast<unsigned>(*bitDepth) : image.GetBitDepth();
+    unsigned bits = bitDepth ? static_cast<unsigned>(*bitDepth) : image.GetDescription()->GetBitDepth();
     for (const SourceBand& source : image.GetBands())
-        if (source.band->GetRasterDataType() == GDT_Int16) bits = std::min(bits, 15u);
+        if (source.type == GDT_Int16) bits = std::min(bits, 15u);
     return (1u << std::min(bits, image.GetInfo().bitsPerBand)) - 1;
 }
 

@@ -2,25 +2,35 @@
 
 #include "rasterhost/SampleScale.h"
 
+#include <gdal.h>
+
+#include <cstdint>
 #include <optional>
 #include <string>
 
-class GDALDataset;
-class GDALRasterBand;
-
 namespace rasterhost {
 
-/// One band of an open file.
+/// What tells, beside values, where a band has data.
+enum class MaskKind {
+    None,
+    Mask,        ///< its mask band
+    Transparency ///< another band of its file
+};
+
+/// What is known of one band of a file.
 struct SourceBand {
-    GDALDataset* dataset = nullptr;
-    GDALRasterBand* band = nullptr;
     int number = 0;   ///< in its file, counted from 1
     std::string file; ///< as the request names it
     std::string
         description; ///< the band's, else the file's stem when the file has no other band; may be empty
+    GDALDataType type = GDT_Unknown;
+    GDALColorInterp colour = GCI_Undefined;
+    std::uint32_t bits = 0;          ///< that the samples use: as the file declares, else all
+    std::uint32_t blockRows = 0;     ///< height of its blocks
     std::optional<int> noData;       ///< the sample value that means no data
     std::optional<double> rawNoData; ///< likewise, in the file, when samples are scaled
-    GDALRasterBand* mask = nullptr;  ///< 0 where there is no data: a mask band or transparency; may be null
+    MaskKind mask = MaskKind::None;
+    int transparency = 0; ///< number of the band that is the mask, where one is
 };
 
 /// What the samples of a file are to be taken for.
