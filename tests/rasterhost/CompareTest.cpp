@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <numeric>
+#include <span>
 
 using rasterhost::CompareEntry;
 using rasterhost::CompareReport;

@@ -69,4 +69,24 @@ TEST(InputImage, SameWindowIsNotReadAgain) {
     EXPECT_EQ(raster.GetRow(15)[3], 18);
 }
 
+// A second reader has files of its own, the same samples and masks; of another file it is refused.
+TEST(InputImage, IsOpenedAgainByItsDescription) {
+    const Folder folder;
+    const FileShape shape{30, 40, 3, GDT_UInt16, Grid(2.0), {}};
+    const std::string file = folder.Write("a.tif", shape, Coded);
+    auto first = OpenImage({{file, {}}});
+    first->Reorder({2, 0});
+    rasterhost::Status status;
+    const auto second = InputImage::Open(first->GetDescription(), status);
+    ASSERT_NE(second, nullptr) << status.ToText();
+    first.reset();
+    std::vector<unsigned short> samples(2 * 2);
+    ASSERT_TRUE(second->Read({7, 11, 9, 12}, reinterpret_cast<unsigned char*>(samples.data()), status));
+    EXPECT_THAT(samples,
+                testing::ElementsAre(Coded(7, 11, 2), Coded(7, 11, 0), Coded(8, 11, 2), Coded(8, 11, 0)));
+    folder.Write("a.tif", {30, 41, 3, GDT_UInt16, Grid(2.0), {}}, Coded);
+    EXPECT_EQ(InputImage::Open(second->GetDescription(), status), nullptr);
+    EXPECT_THAT(status.ToText(), testing::HasSubstr("is another file than before"));
+}
+
 } // namespace
