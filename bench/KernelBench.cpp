@@ -4,19 +4,17 @@
 #include "TableWalk.h"
 #include "kernels/BilinearRow.h"
 #include "kernels/BlendRow.h"
-#include "kernels/BroveyRow.h"
 #include "kernels/ConvertRow.h"
-#include "kernels/IhsRow.h"
 #include "kernels/InjectionRow.h"
-#include "kernels/KovaRow.h"
 #include "kernels/Simd.h"
-#include "kernels/Store.h"
+#include "pansharp/Methods.h"
 
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
 #include <cstring>
 #include <functional>
+#include <map>
 #include <random>
 #include <string>
 
@@ -26,27 +24,20 @@ using namespace kernels;
 
 constexpr std::size_t rowPixels = 8192;
 
+/// The measure of a method's kernel: its table walk where there is one, else the scalar definition.
 template <class T>
-struct Method {
-    const char* name;
-    void (*tableWalk)(const T*, const T*, T*, std::size_t, const bench::Tables&);
-    FuseRow<T> (*rowFor)(SimdTarget);
-};
-
-/// IHS is arithmetic but for two tables: its measure is the scalar definition.
-template <class T>
-void IhsDefinition(const T* ms, const T* pan, T* out, std::size_t pixels, const bench::Tables& tables) {
+void RunMeasure(const PXL::Method& method, const T* ms, const T* pan, T* out, const bench::Tables& tables) {
+    static const std::map<std::string, void (*)(const T*, const T*, T*, std::size_t, const bench::Tables&)>
+        tableWalks = {{"KOVA", &bench::KovaTableWalk<T>}, {"Brovey", &bench::BroveyTableWalk<T>}};
+    if (const auto found = tableWalks.find(method.description.keyword); found != tableWalks.end())
+        return found->second(ms, pan, out, rowPixels, tables);
     double weights[8] = {};
     for (std::size_t b = 0; b < tables.size(); ++b)
         weights[b] = tables[b][1];
     const auto bands = static_cast<std::uint32_t>(tables.size());
-    IhsRowScalar({ms, pan}, out, pixels, {weights, bands, bands});
+    const InjectionGains gains{weights, weights};
+    method.RowFor<T>(0)({ms, pan}, out, rowPixels, {weights, bands, bands, &gains});
 }
-
-template <class T>
-const std::vector<Method<T>> methods = {{"KOVA", &bench::KovaTableWalk<T>, &KovaRowFor<T>},
-                                        {"Brovey", &bench::BroveyTableWalk<T>, &BroveyRowFor<T>},
-                                        {"IHS", &IhsDefinition<T>, &IhsRowFor<T>}};
 
 template <class T>
 struct Rows {
@@ -64,22 +55,28 @@ struct Rows {
             weights.push_back(0.1 + 0.173 * b / bands);
         tables = bench::ProductTables<T>(weights);
     }
+    /// All of them are written; the weights are gains, too.
+    [[nodiscard]] BandWeights GetBands() {
+        gains = {weights.data(), weights.data()};
+        const auto bands = static_cast<std::uint32_t>(weights.size());
+        return {weights.data(), bands, bands, &gains};
+    }
     std::vector<T> ms, other, pan, out;
     std::vector<WholeOf<T>> upper, lower; ///< spread source rows
     std::vector<double> weights;
+    InjectionGains gains;
     bench::Tables tables;
 };
 
 template <class T>
-bool Verify(const Method<T>& method, SimdTarget target, std::uint32_t bands) {
+bool Verify(const PXL::Method& method, SimdTarget target, std::uint32_t bands) {
     Rows<T> rows(bands);
     std::vector<T> expected(rows.out.size());
-    method.tableWalk(rows.ms.data(), rows.pan.data(), expected.data(), rowPixels, rows.tables);
-    method.rowFor(target)({rows.ms.data(), rows.pan.data()}, rows.out.data(), rowPixels,
-                          {rows.weights.data(), bands, bands});
+    RunMeasure(method, rows.ms.data(), rows.pan.data(), expected.data(), rows.tables);
+    method.RowFor<T>(target)({rows.ms.data(), rows.pan.data()}, rows.out.data(), rowPixels, rows.GetBands());
     if (rows.out == expected) return true;
-    std::fprintf(stderr, "%s on %s, %u bands of %zu bits: not the bytes of the table walk\n", method.name,
-                 SimdTargetName(target).c_str(), bands, sizeof(T) * 8);
+    std::fprintf(stderr, "%s on %s, %u bands of %zu bits: not the bytes of the table walk\n",
+                 method.description.keyword, SimdTargetName(target).c_str(), bands, sizeof(T) * 8);
     return false;
 }
 
@@ -207,18 +204,18 @@ template <class T>
 bool RegisterAll() {
     bool right = true;
     for (const std::uint32_t bands : {3u, 4u, 8u}) {
-        for (const Method<T>& method : methods<T>) {
-            const std::string name = method.name;
-            Register<T>(name + "/table", bands, [method](Rows<T>& rows) {
-                method.tableWalk(rows.ms.data(), rows.pan.data(), rows.out.data(), rowPixels, rows.tables);
+        for (const PXL::Method& method : PXL::Methods()) {
+            const std::string name = method.description.keyword;
+            Register<T>(name + "/table", bands, [&method](Rows<T>& rows) {
+                RunMeasure(method, rows.ms.data(), rows.pan.data(), rows.out.data(), rows.tables);
             });
             for (const SimdTarget target : SimdTargets()) {
-                right = Verify(method, target, bands) && right;
-                Register<T>(name + "/" + SimdTargetName(target), bands,
-                            [row = method.rowFor(target), bands](Rows<T>& rows) {
-                                row({rows.ms.data(), rows.pan.data()}, rows.out.data(), rowPixels,
-                                    {rows.weights.data(), bands, bands});
-                            });
+                right = Verify<T>(method, target, bands) && right;
+                Register<T>(
+                    name + "/" + SimdTargetName(target), bands,
+                    [row = method.RowFor<T>(target)](Rows<T>& rows) {
+                        row({rows.ms.data(), rows.pan.data()}, rows.out.data(), rowPixels, rows.GetBands());
+                    });
             }
         }
         Register<T>("copy", bands, [](Rows<T>& rows) {

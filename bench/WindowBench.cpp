@@ -3,10 +3,10 @@
 // file. Windows are compared with the whole first; with --verify nothing is timed.
 //
 //     window_bench [--verify] [PATH OF Pansharp.process]
+#include "host/PropertyNames.h"
 #include "hostkit/ArrayRaster.h"
-#include "hostkit/ArrayWorkspace.h"
-#include "hostkit/PluginLibrary.h"
-#include "hostkit/RequestRecord.h"
+#include "hostkit/MethodTable.h"
+#include "hostkit/WindowWorker.h"
 
 #include <algorithm>
 #include <chrono>
@@ -21,8 +21,8 @@ namespace {
 using hostkit::PixelRect;
 using KOVA::Tessara::Fundament::Status;
 using KOVA::Tessara::Global::NameValueMap;
-using KOVA::Tessara::Pixmere::IRasterWorkspace;
 using KOVA::Tessara::Pixmere::RasterInfo;
+namespace PropertyNames = KOVA::Tessara::PropertyNames;
 
 constexpr std::uint32_t columns = 4096;
 constexpr std::uint32_t rows = 1024;
@@ -57,15 +57,10 @@ public:
     Bench(const hostkit::PluginLibrary& plugin, const char* method, std::uint32_t bits, bool hasInfrared)
         : pan(columns, rows, 1, bits, 1.0), ms(columns / ratio, rows / ratio, bands, bits, ratio),
           infrared(columns / ratio, rows / ratio, 1, bits, ratio), panRaster(pan.info, pan.Wrap().block),
-          workspace(pan.info), request(hostkit::MakeRequest(pan.info, hostkit::WholeImage(pan.info))),
-          process(plugin, Properties(method, hasInfrared), status) {
-        workspace.SetImage("ms", ms.Wrap());
-        workspace.SetImage("infrared", infrared.Wrap());
-        if (!process) Stop(status);
-        process->SetInputRaster(&panRaster);
-        process->SetWorkspace(static_cast<IRasterWorkspace*>(&workspace));
-        process->SetAoi(&request);
-        if (process->Init() == 0) Stop(process->GetStatus());
+          worker(plugin, Properties(method, hasInfrared), pan.info, panRaster, status) {
+        worker.GetWorkspace().SetImage(hostkit::multispectralId, ms.Wrap());
+        worker.GetWorkspace().SetImage(hostkit::infraredId, infrared.Wrap());
+        if (!worker.Start(status)) Stop(status);
         fused.resize(std::size_t{columns} * rows * hostkit::PixelBytes(ms.info));
     }
 
@@ -75,12 +70,10 @@ public:
         const auto start = std::chrono::steady_clock::now();
         for (std::uint32_t row = 0; row < rows; row += height)
             for (std::uint32_t column = 0; column < columns; column += width) {
-                request = hostkit::MakeRequest(pan.info, {column, row, column + width, row + height});
-                if (process->SetWindow(column, row, column + width, row + height) == 0)
-                    Stop(process->GetStatus());
+                if (!worker.OpenWindow({column, row, column + width, row + height}, status)) Stop(status);
                 for (std::uint32_t r = row; r < row + height; ++r) {
-                    const unsigned char* samples = process->GetRow(r);
-                    if (!samples) Stop(process->GetStatus());
+                    const unsigned char* samples = worker.GetRow(r, status);
+                    if (!samples) Stop(status);
                     take(samples, column, r, width * hostkit::PixelBytes(ms.info));
                 }
             }
@@ -129,10 +122,10 @@ public:
 private:
     static NameValueMap Properties(const char* method, bool hasInfrared) {
         NameValueMap properties;
-        properties["Method"] = method;
-        properties["MSImageID"] = "ms";
-        if (hasInfrared) properties["AdditionalBandID"] = "infrared";
-        properties["outputNBands"] = std::to_string(bands);
+        properties[PropertyNames::method] = method;
+        properties[PropertyNames::multispectralImage] = hostkit::multispectralId;
+        if (hasInfrared) properties[PropertyNames::additionalImage] = hostkit::infraredId;
+        properties[PropertyNames::outputBands] = std::to_string(bands);
         return properties;
     }
 
@@ -144,9 +137,7 @@ private:
     Image pan, ms, infrared;
     Status status;
     hostkit::ArrayRaster panRaster;
-    hostkit::ArrayWorkspace workspace;
-    KOVA::Tessara::Pixmere::Aoi request;
-    hostkit::Process process;
+    hostkit::WindowWorker worker;
     std::vector<unsigned char> fused;
 };
 
@@ -162,26 +153,27 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "%s\n", status.ToText().c_str());
         return 1;
     }
-    const struct {
-        const char* name;
+    struct Case {
+        std::string name;
         const char* method;
         bool hasInfrared;
-    } cases[] = {{"KOVA", "KOVA", false},
-                 {"Brovey", "Brovey", false},
-                 {"IHS", "IHS", false},
-                 {"KOVA with infrared", "KOVA", true}};
+    };
+    std::vector<Case> cases;
+    for (const PansharpMethod& method : hostkit::MethodsOf(plugin->GetDescription()))
+        cases.push_back({method.keyword, method.keyword, false});
+    cases.push_back({cases.front().name + " with infrared", cases.front().method, true});
     bool isRight = true;
     for (const auto& [name, method, hasInfrared] : cases)
         for (const std::uint32_t bits : {8u, 16u}) {
             Bench bench(*plugin, method, bits, hasInfrared);
             if (!bench.Verify()) {
-                std::fprintf(stderr, "%s, %u bits: small windows give other bytes than the whole\n", name,
-                             bits);
+                std::fprintf(stderr, "%s, %u bits: small windows give other bytes than the whole\n",
+                             name.c_str(), bits);
                 isRight = false;
             } else if (isTimed) {
                 const Bench::Times times = bench.Time();
-                std::printf("%s %u bits: 256 x 256 %.2f ns a pixel, whole %.2f, ratio %.2f\n", name, bits,
-                            times.small, times.whole, times.ratio);
+                std::printf("%s %u bits: 256 x 256 %.2f ns a pixel, whole %.2f, ratio %.2f\n", name.c_str(),
+                            bits, times.small, times.whole, times.ratio);
             }
         }
     return isRight ? 0 : 1;

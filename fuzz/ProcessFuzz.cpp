@@ -3,21 +3,45 @@
 // order.
 #include "Input.h"
 
+#include "host/PropertyNames.h"
 #include "plugin/FakeHost.h"
 #include "plugin/PluginFile.h"
 
 using namespace fakehost;
 using fuzz::Require;
+namespace PropertyNames = KOVA::Tessara::PropertyNames;
 
 namespace {
 
-constexpr const char* names[] = {
-    "Method",       "MSImageID",        "AdditionalBandID", "outputNBands",  "ReSampleMS",
-    "ReSampleIR",   "generateMetadata", "BandWeight-1",     "BandWeight-2",  "AdditionalBandWeight",
-    "outputNBands", "Method",           "InjectionGain-1",  "InjectionLimit"};
-constexpr const char* values[] = {"KOVA", "brovey", "IHS", "injection", "ms",    "ir",         "",
-                                  "true", "no",     "1",   "2",         "4",     "-1",         "1e308",
-                                  "0.5",  "-0.25",  "nan", "0",         "70000", "4294967297", " "};
+const Plugin plugin;
+
+/// Names of properties: those of the process, and those of all methods' parameters for two bands.
+std::vector<std::string> Names() {
+    std::vector<std::string> all = {PropertyNames::method, PropertyNames::outputBands};
+    for (const PansharpProperty& property :
+         std::span(plugin.Describe().properties, plugin.Describe().propertyCount))
+        all.emplace_back(property.name);
+    for (const PansharpMethod& method : plugin.Methods()) {
+        for (const auto& parameter : std::span(method.bandParameters, method.bandParameterCount)) {
+            for (const std::size_t band : {0, 1})
+                if (parameter.band.name) all.push_back(PropertyNames::OfBand(parameter.band, band));
+            if (parameter.additional.name) all.emplace_back(parameter.additional.name);
+        }
+        for (const auto& parameter : std::span(method.scalarParameters, method.scalarParameterCount))
+            all.emplace_back(parameter.property.name);
+    }
+    return all;
+}
+
+std::vector<std::string> Values() {
+    std::vector<std::string> all = {"ms",    "ir",  "",      "true", "no", "1",     "2",          "4", "-1",
+                                    "1e308", "0.5", "-0.25", "nan",  "0",  "70000", "4294967297", " "};
+    for (const PansharpMethod& method : plugin.Methods())
+        all.emplace_back(method.keyword);
+    return all;
+}
+
+const std::vector<std::string> names = Names(), values = Values();
 constexpr std::uint32_t someBits[] = {8, 16, 8, 16, 8, 16, 12, 0};
 constexpr std::uint32_t someSizes[] = {40, 40, 40, 17, 1, 0, 20'000, 0xFFFFFFFFu};
 constexpr std::uint32_t someBands[] = {1, 3, 4, 8, 9, 0, 2, 5};
@@ -191,10 +215,7 @@ private:
     struct {
         std::uint32_t col0 = 0, row0 = 0, col1 = 0, row1 = 0;
     } window;
-    static const Plugin plugin;
 };
-
-const Plugin Server::plugin;
 
 } // namespace
 

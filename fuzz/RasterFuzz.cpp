@@ -2,6 +2,7 @@
 // raster. The first two bytes say which and how they are fused.
 #include "Input.h"
 
+#include "hostkit/MethodTable.h"
 #include "hostkit/PluginLibrary.h"
 #include "rasterhost/Preflight.h"
 #include "rasterhost/Sharpen.h"
@@ -77,6 +78,18 @@ private:
     std::string content;
 };
 
+/// The methods of the plug-in, and none, which stands for the recommended one.
+std::vector<std::string> Methods() {
+    Status status;
+    const auto plugin = hostkit::PluginLibrary::Load(PANSHARP_PLUGIN_FILE, status);
+    std::vector<std::string> all = {""};
+    for (const PansharpMethod& method : hostkit::MethodsOf(plugin->GetDescription()))
+        all.emplace_back(method.keyword);
+    return all;
+}
+
+const std::vector<std::string> methods = Methods();
+
 rasterhost::SharpenRequest MakeRequest(unsigned how, unsigned which, const std::string& damaged) {
     rasterhost::SharpenRequest request;
     const bool is16 = (which & 4u) != 0;
@@ -88,8 +101,7 @@ rasterhost::SharpenRequest MakeRequest(unsigned how, unsigned which, const std::
     request.sameCorner = (which & 16u) != 0;
     request.measureShift = (which & 32u) != 0;
     request.onlyIntersection = (which & 64u) != 0;
-    const char* const methods[] = {"KOVA", "Brovey", "IHS", "KOVA"};
-    request.method = methods[how & 3u];
+    request.method = methods[how % methods.size()];
     request.resampling = (how & 4u) != 0 ? "cubic" : "bilinear";
     if ((how & 8u) != 0) request.scale = std::array{-3.0, 500.0};
     request.alpha = (how & 16u) != 0;

@@ -2,10 +2,8 @@
 #include "Input.h"
 
 #include "kernels/BilinearRow.h"
-#include "kernels/BroveyRow.h"
-#include "kernels/IhsRow.h"
 #include "kernels/InjectionRow.h"
-#include "kernels/KovaRow.h"
+#include "pansharp/Methods.h"
 
 #include <limits>
 #include <memory>
@@ -52,32 +50,28 @@ double Weight(fuzz::Input& input) {
 }
 
 template <class T>
-void Fuse(fuzz::Input& input, FuseRow<T> (*rowFor)(SimdTarget), std::uint32_t fewestBands,
-          const std::vector<SimdTarget>& targets) {
+void Fuse(fuzz::Input& input, const PXL::Method& method, const std::vector<SimdTarget>& targets) {
     const std::size_t pixels = input.Flag() ? input.Below(200) : 120 + input.Take<std::uint16_t>() % 300;
-    const std::uint32_t msBands = fewestBands + input.Below(10);
+    const std::uint32_t msBands = method.description.minimumBands + input.Below(10);
     const std::uint32_t outputBands = 1 + input.Below(msBands);
-    std::vector<double> weights(msBands);
-    for (double& weight : weights)
-        weight = Weight(input);
+    std::vector<double> weights(msBands), gains(msBands), ratioGains(msBands);
+    for (auto* values : {&weights, &gains, &ratioGains})
+        for (double& value : *values)
+            value = Weight(input);
+    const InjectionGains injection{gains.data(), ratioGains.data(), Weight(input), Weight(input)};
     const auto pan = Samples<T>(input, pixels);
     const bool isApart = msBands > 1 && input.Flag();
     const auto last = Samples<T>(input, isApart ? pixels : 0);
     const auto ms = Samples<T>(input, pixels * (msBands - isApart));
     const FusionRows<T> rows{ms.get(), pan.get(), isApart ? last.get() : nullptr};
-    std::vector<double> gains(outputBands), ratioGains(outputBands);
-    for (auto* numbers : {&gains, &ratioGains})
-        for (double& number : *numbers)
-            number = Weight(input);
-    const InjectionGains injection{gains.data(), ratioGains.data(), Weight(input), Weight(input)};
     const BandWeights bands{weights.data(), msBands, outputBands, &injection};
     const std::size_t samples = pixels * outputBands;
     const auto expected = std::make_unique<T[]>(samples);
-    rowFor(0)(rows, expected.get(), pixels, bands);
+    method.RowFor<T>(0)(rows, expected.get(), pixels, bands);
     for (const SimdTarget target : targets) {
         if (target == 0) continue;
         const auto actual = std::make_unique<T[]>(samples);
-        rowFor(target)(rows, actual.get(), pixels, bands);
+        method.RowFor<T>(target)(rows, actual.get(), pixels, bands);
         Require(std::memcmp(expected.get(), actual.get(), samples * sizeof(T)) == 0,
                 SimdTargetName(target).c_str());
     }
@@ -123,28 +117,21 @@ void Down(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
 template <class T>
 void Compare(fuzz::Input& input, std::uint32_t which) {
     static const std::vector<SimdTarget> targets = SimdTargets();
-    switch (which) {
-    case 0:
-        return Fuse<T>(input, &KovaRowFor<T>, 1, targets);
-    case 1:
-        return Fuse<T>(input, &BroveyRowFor<T>, 1, targets);
-    case 2:
-        return Fuse<T>(input, &IhsRowFor<T>, ihsFewestBands, targets);
-    case 3:
-        return Fuse<T>(input, &InjectionRowFor<T>, 1, targets);
-    default:
-        return Down<T>(input, targets);
-    }
+    if (which < PXL::Methods().size())
+        Fuse<T>(input, PXL::Methods()[which], targets);
+    else
+        Down<T>(input, targets);
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Input input(data, size);
-    const std::uint32_t which = input.Below(10);
-    if (which < 5)
+    const auto kinds = static_cast<std::uint32_t>(PXL::Methods().size()) + 1;
+    const std::uint32_t which = input.Below(2 * kinds);
+    if (which < kinds)
         Compare<unsigned char>(input, which);
     else
-        Compare<unsigned short>(input, which - 5);
+        Compare<unsigned short>(input, which - kinds);
     return 0;
 }

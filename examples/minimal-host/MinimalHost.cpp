@@ -2,10 +2,9 @@
 //
 //     minimal_host [PATH OF Pansharp.process]
 
+#include "host/PropertyNames.h"
 #include "hostkit/ArrayRaster.h"
-#include "hostkit/ArrayWorkspace.h"
-#include "hostkit/PluginLibrary.h"
-#include "hostkit/RequestRecord.h"
+#include "hostkit/WindowWorker.h"
 
 #include <cstdio>
 #include <vector>
@@ -13,8 +12,8 @@
 using hostkit::PixelRect;
 using KOVA::Tessara::Fundament::Status;
 using KOVA::Tessara::Global::NameValueMap;
-using KOVA::Tessara::Pixmere::IRasterWorkspace;
 using KOVA::Tessara::Pixmere::RasterInfo;
+namespace PropertyNames = KOVA::Tessara::PropertyNames;
 
 namespace {
 
@@ -60,34 +59,25 @@ int main(int argc, char** argv) {
     const auto plugin = path.empty() ? nullptr : hostkit::PluginLibrary::Load(path, status);
     if (!plugin) return Fail("no plug-in", status);
 
-    // 2. Make a process object. Names and values are texts.
+    // 2. Make a worker: a process object with its workspace. Names and values of properties are texts.
     NameValueMap properties;
-    properties["Method"] = "KOVA";
-    properties["MSImageID"] = "ms";
-    properties["outputNBands"] = "2";
-    // The objects that the process uses outlive it.
-    hostkit::ArrayRaster panRaster(panInfo, Wrap(panInfo, pan).block);
-    hostkit::ArrayWorkspace workspace(panInfo);
-    workspace.SetImage("ms", Wrap(msInfo, ms));
-    auto request = hostkit::MakeRequest(panInfo, hostkit::WholeImage(panInfo));
-    const hostkit::Process process(*plugin, properties, status);
-    if (!process) return Fail("no process", status);
+    properties[PropertyNames::method] = plugin->GetDescription().methods[0].keyword;
+    properties[PropertyNames::multispectralImage] = hostkit::multispectralId;
+    properties[PropertyNames::outputBands] = "2";
+    hostkit::ArrayRaster panRaster(panInfo, Wrap(panInfo, pan).block); // outlives the worker
+    hostkit::WindowWorker worker(*plugin, properties, panInfo, panRaster, status);
+    worker.GetWorkspace().SetImage(hostkit::multispectralId, Wrap(msInfo, ms));
 
-    // 3. Hand it the pan raster, the workspace and the request record, and initialize it.
-    process->SetInputRaster(&panRaster);
-    process->SetWorkspace(static_cast<IRasterWorkspace*>(&workspace));
-    process->SetAoi(&request);
-    if (process->Init() == 0) return Fail("the process cannot be initialized", process->GetStatus());
+    // 3. Hand the process the pan raster, the workspace and the request record, and initialize it.
+    if (!worker.Start(status)) return Fail("no process", status);
 
     // 4. Window by window: write the request record anew, set the window, read its rows.
     for (std::uint32_t first = 0; first < panInfo.rows; first += 4) {
         const PixelRect window{0, first, panInfo.cols, first + 4};
-        request = hostkit::MakeRequest(panInfo, window);
-        if (process->SetWindow(window.col0, window.row0, window.col1, window.row1) == 0)
-            return Fail("no window", process->GetStatus());
+        if (!worker.OpenWindow(window, status)) return Fail("no window", status);
         for (std::uint32_t row = window.row0; row < window.row1; ++row) {
-            const unsigned char* samples = process->GetRow(row);
-            if (!samples) return Fail("no row", process->GetStatus());
+            const unsigned char* samples = worker.GetRow(row, status);
+            if (!samples) return Fail("no row", status);
             std::printf("row %u:", row);
             for (std::uint32_t column = 0; column < panInfo.cols; ++column)
                 std::printf(" %d %d%s", samples[2 * column], samples[2 * column + 1],

@@ -2,9 +2,8 @@
 
 #include "fundament/Text.h"
 #include "hostkit/ArrayRaster.h"
-#include "hostkit/ArrayWorkspace.h"
 #include "hostkit/AxisPlacement.h"
-#include "hostkit/RequestRecord.h"
+#include "hostkit/WindowWorker.h"
 
 #include <algorithm>
 #include <atomic>
@@ -18,7 +17,6 @@ namespace capi {
 using hostkit::PixelRect;
 using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Fundament::Status;
-using KOVA::Tessara::Pixmere::IRasterWorkspace;
 
 namespace {
 
@@ -37,33 +35,23 @@ std::uint32_t ThreadCount(const FuseJob& job) {
     return std::clamp(wanted, 1u, (job.pan.info.rows + 15) / 16);
 }
 
-/// A process object with the images that it reads. Used by one thread.
+/// A worker with the images that it reads. Used by one thread.
 class Worker {
 public:
     Worker(const hostkit::PluginLibrary& plugin, const FuseJob& fuseJob, Status& status)
-        : job(fuseJob), panRaster(job.pan.info, {}), workspace(job.pan.info),
-          request(hostkit::MakeRequest(job.pan.info, hostkit::WholeImage(job.pan.info))),
-          process(plugin, job.properties, status) {}
+        : job(fuseJob), panRaster(job.pan.info, {}),
+          worker(plugin, job.properties, job.pan.info, panRaster, status) {}
 
-    [[nodiscard]] bool Start(Status& status) {
-        if (!process) return false;
-        if (process->SetInputRaster(&panRaster) == 0 ||
-            process->SetWorkspace(static_cast<IRasterWorkspace*>(&workspace)) == 0 ||
-            process->SetAoi(&request) == 0)
-            return Fail("the process does not take its inputs", status);
-        return process->Init() != 0 || Fail("the process cannot be initialized", status);
-    }
+    [[nodiscard]] bool Start(Status& status) { return worker.Start(status); }
 
     [[nodiscard]] bool Fuse(const PixelRect& window, Status& status) {
         panRaster.SetBlock(MakeBlock(job.pan.samples, job.pan.layout, window, panBuffer));
-        SetImage(multispectralId, job.multispectral, window, multispectralBuffer);
-        if (job.infrared) SetImage(infraredId, *job.infrared, window, infraredBuffer);
-        request = hostkit::MakeRequest(job.pan.info, window);
-        if (process->SetWindow(window.col0, window.row0, window.col1, window.row1) == 0)
-            return Fail("the process cannot open a window", status);
+        SetImage(hostkit::multispectralId, job.multispectral, window, multispectralBuffer);
+        if (job.infrared) SetImage(hostkit::infraredId, *job.infrared, window, infraredBuffer);
+        if (!worker.OpenWindow(window, status)) return false;
         for (std::uint32_t row = window.row0; row < window.row1; ++row) {
-            const unsigned char* samples = process->GetRow(row);
-            if (!samples) return Fail("the process delivers no row", status);
+            const unsigned char* samples = worker.GetRow(row, status);
+            if (!samples) return false;
             StoreRow(samples, job.processBands, job.outputBands, job.output, job.outputLayout, row);
         }
         return true;
@@ -74,24 +62,16 @@ private:
                   std::vector<unsigned short>& buffer) {
         const PixelRect needed = hostkit::AxisPlacement(job.pan.info, image.info)
                                      .FindSource(window, hostkit::Resampling::Bilinear);
-        workspace.SetImage(id, {image.info, MakeBlock(image.samples, image.layout, needed, buffer)});
-    }
-
-    bool Fail(const char* what, Status& status) {
-        status.Add(CStatus::ProcessFailed, what, statusSource);
-        status.Append(process->GetStatus());
-        return false;
+        worker.GetWorkspace().SetImage(id,
+                                       {image.info, MakeBlock(image.samples, image.layout, needed, buffer)});
     }
 
     const FuseJob& job;
     std::vector<unsigned short> panBuffer;
     std::vector<unsigned short> multispectralBuffer;
     std::vector<unsigned short> infraredBuffer;
-    // The process is the first to be destroyed: it gives its chains back to the workspace.
     hostkit::ArrayRaster panRaster;
-    hostkit::ArrayWorkspace workspace;
-    KOVA::Tessara::Pixmere::Aoi request;
-    hostkit::Process process;
+    hostkit::WindowWorker worker; ///< made after pan, so destroyed before it
 };
 
 /// One run over the rows: hands out windows, counts rows, keeps the first failure.

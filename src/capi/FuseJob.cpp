@@ -1,7 +1,10 @@
 #include "capi/FuseJob.h"
 
 #include "fundament/Text.h"
+#include "host/PropertyNames.h"
 #include "hostkit/EffectiveWeights.h"
+#include "hostkit/MethodTable.h"
+#include "hostkit/WindowWorker.h"
 
 #include <algorithm>
 #include <cmath>
@@ -12,6 +15,7 @@ namespace capi {
 
 using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Fundament::Status;
+namespace PropertyNames = KOVA::Tessara::PropertyNames;
 using ULong = unsigned long; // what "%lu" takes
 
 namespace {
@@ -194,11 +198,12 @@ bool ReadMethod(const pansharp_job& given, const PansharpDescription& plugin, Fu
     hostkit::EffectiveWeights weights;
     weights.bands.assign(given.weights, given.weights + given.weight_count);
     if (given.infrared_weight) weights.infrared = *given.infrared_weight;
-    job.properties["Method"] = method->keyword;
-    job.properties["MSImageID"] = multispectralId;
-    if (job.infrared) job.properties["AdditionalBandID"] = infraredId;
-    job.properties["outputNBands"] = FormatString("%lu", ULong{job.processBands});
-    return hostkit::SetWeights(method->keyword, bands, weights, job.properties, status);
+    job.properties[PropertyNames::method] = method->keyword;
+    job.properties[PropertyNames::multispectralImage] = hostkit::multispectralId;
+    if (job.infrared) job.properties[PropertyNames::additionalImage] = hostkit::infraredId;
+    job.properties[PropertyNames::outputBands] = FormatString("%lu", ULong{job.processBands});
+    hostkit::SetScalars(*method, std::nullopt, job.properties);
+    return hostkit::SetWeights(*method, bands, weights, job.properties, status);
 }
 
 } // namespace

@@ -11,15 +11,10 @@
 
 namespace capi {
 
-/// IDs under which a process finds its images.
-inline constexpr const char* multispectralId = "multispectral";
-inline constexpr const char* infraredId = "infrared";
-
 /// Ids of the items recorded here.
 namespace CStatus {
 inline constexpr std::uint32_t BadArgument = 0xC001;
 inline constexpr std::uint32_t NoThread = 0xC002;
-inline constexpr std::uint32_t ProcessFailed = 0xC003;
 inline constexpr std::uint32_t Cancelled = 0xC004;
 } // namespace CStatus
 

@@ -22,9 +22,10 @@ std::vector<std::string> Split(std::string_view text, char separator) {
     return parts;
 }
 
-/// The words that may be the value as they stand: those of the table and, of "W1,W2,...|equal", "equal".
-std::string Choices(const OptionEntry& option) {
-    std::string words(option.choices);
+/// The words that may be the value as they stand: the methods, those of the table and, of "W1,W2,...|equal",
+/// "equal".
+std::string Choices(const OptionEntry& option, const std::string& methods) {
+    std::string words(option.value == "METHOD" ? methods : option.choices);
     for (const std::string& part : Split(option.value, '|'))
         if (!part.empty() &&
             std::all_of(part.begin(), part.end(), [](char c) { return c >= 'a' && c <= 'z'; }))
@@ -65,14 +66,14 @@ std::string CommandWords() {
 }
 
 /// The lines of a bash "case" for the values of a command's options.
-std::string BashValues(const CommandEntry& command) {
+std::string BashValues(const CommandEntry& command, const std::string& methods) {
     std::string lines;
     for (const OptionEntry& option : command.options) {
         if (option.IsFlag()) continue;
         std::vector<std::string> patterns;
         for (const std::string& name : Split(option.names, ','))
             patterns.push_back("'" + std::string(command.name) + " " + name + "'");
-        const std::string choices = Choices(option);
+        const std::string choices = Choices(option, methods);
         const Kind kind = KindOf(option);
         lines += "        " + Join(patterns, " | ") + ") " +
                  (!choices.empty()        ? "words='" + choices + "'"
@@ -105,7 +106,7 @@ std::string Brief(std::string_view help) {
 }
 
 /// One argument of _arguments.
-std::string ZshOption(const OptionEntry& option) {
+std::string ZshOption(const OptionEntry& option, const std::string& methods) {
     const std::vector<std::string> names = Split(option.names, ',');
     const bool one = option.CountValues() == 1;
     std::vector<std::string> forms;
@@ -116,7 +117,7 @@ std::string ZshOption(const OptionEntry& option) {
     text += forms.size() > 1 ? "{" + Join(forms, ",") + "}" : forms.front();
     text += "'[" + ZshText(Brief(option.help)) + "]";
     if (!option.IsFlag()) {
-        const std::string choices = Choices(option);
+        const std::string choices = Choices(option, methods);
         const Kind kind = KindOf(option);
         const std::string action = !choices.empty()        ? "(" + ZshText(choices) + ")"
                                    : kind == Kind::Files   ? "_files"
@@ -128,27 +129,27 @@ std::string ZshOption(const OptionEntry& option) {
     return text + "'";
 }
 
-std::string ZshArguments(const CommandEntry& command, const char* indent) {
+std::string ZshArguments(const CommandEntry& command, const std::string& methods, const char* indent) {
     std::string text;
     for (const OptionEntry& option : command.options)
-        text += " \\\n" + std::string(indent) + ZshOption(option);
+        text += " \\\n" + std::string(indent) + ZshOption(option, methods);
     return text;
 }
 
 } // namespace
 
-std::string BashCompletion() {
+std::string BashCompletion(const std::string& methods) {
     std::string commands, values;
     for (const CommandEntry& command : Commands()) {
         commands += "        " + std::string(command.name) + ") options='" + OptionWords(command) + "'" +
                     (command.positionals.empty() ? "" : " action=file") + " ;;\n";
-        values += BashValues(command);
+        values += BashValues(command, methods);
     }
     return std::string(completionOrigin) + R"(
 _pansharp() {
     local current previous command= options words= action=none i
     COMPREPLY=()
-    # Readline takes "=" for a word of its own: --method=kova, COMPRESS=DEFLATE.
+    # Readline takes "=" for a word of its own: --extent=pan, COMPRESS=DEFLATE.
     local -a line=()
     for ((i = 1; i <= COMP_CWORD; ++i)); do
         if ((i > 1)) && [[ ${COMP_WORDS[i]} == =* || ${COMP_WORDS[i - 1]} == = ]]; then
@@ -187,13 +188,13 @@ complete -F _pansharp pansharp
 )";
 }
 
-std::string ZshCompletion() {
+std::string ZshCompletion(const std::string& methods) {
     std::string described, cases;
     for (const CommandEntry& command : Commands()) {
         described +=
             "                '" + std::string(command.name) + ":" + ZshText(Brief(command.summary)) + "'\n";
         cases += "                " + std::string(command.name) + ") _arguments -s" +
-                 ZshArguments(command, "                    ");
+                 ZshArguments(command, methods, "                    ");
         if (!command.positionals.empty()) cases += " \\\n                    '*:raster:_files'";
         cases += " ;;\n";
     }
@@ -202,7 +203,7 @@ _pansharp() {
     local context state state_descr line
     typeset -A opt_args
     _arguments -C)" +
-           ZshArguments(Program(), "        ") + R"( \
+           ZshArguments(Program(), methods, "        ") + R"( \
         '1:command:->command' '*::argument:->argument'
     case $state in
         command)

@@ -5,6 +5,7 @@
 #include "cli/StatusText.h"
 #include "cli/TextLayout.h"
 #include "fundament/Text.h"
+#include "hostkit/MethodTable.h"
 #include "kernels/Simd.h"
 
 #include <iostream>
@@ -20,9 +21,9 @@ namespace {
 constexpr std::size_t detailColumn = 14;
 constexpr std::size_t propertyColumn = 32;
 
-std::string FormatProperties(const PansharpProperty* properties, std::uint32_t count) {
+std::string FormatProperties(std::span<const PansharpProperty> properties) {
     std::string text;
-    for (const PansharpProperty& property : std::span(properties, count)) {
+    for (const PansharpProperty& property : properties) {
         const std::string standard = property.defaultValue;
         text += Wrap("    " + std::string(property.name), propertyColumn,
                      std::string(property.help) + " (" + property.type +
@@ -31,15 +32,16 @@ std::string FormatProperties(const PansharpProperty* properties, std::uint32_t c
     return text;
 }
 
-std::string FormatMethod(const PansharpMethod& method) {
-    std::string text = std::string(method.keyword) + "\n" + Wrap("  does", detailColumn, method.summary) +
+std::string FormatMethod(const PansharpMethod& method, bool isDefault) {
+    std::string text = std::string(method.keyword) + (isDefault ? " (the default)\n" : "\n") +
+                       Wrap("  does", detailColumn, method.summary) +
                        Wrap("  formula", detailColumn, method.formula) +
                        Wrap("  use", detailColumn, method.advice) +
                        Wrap("  needs", detailColumn,
                             FormatString("%u multispectral band%s at least", method.minimumBands,
                                          method.minimumBands == 1 ? "" : "s"));
-    if (method.propertyCount > 0)
-        text += "  properties\n" + FormatProperties(method.properties, method.propertyCount);
+    const auto properties = hostkit::PropertiesOf(method);
+    if (!properties.empty()) text += "  properties\n" + FormatProperties(properties);
     return text + "\n";
 }
 
@@ -60,11 +62,11 @@ ExitCode RunMethods(const CommandLine& line) {
     }
     std::cout << "Methods of the plug-in " << description.name << " " << description.version << " ("
               << plugin->GetPath() << "), for --method:\n\n";
-    for (const PansharpMethod& method : std::span(description.methods, description.methodCount))
-        std::cout << FormatMethod(method);
+    for (const PansharpMethod& method : hostkit::MethodsOf(description))
+        std::cout << FormatMethod(method, &method == hostkit::FindRecommended(description));
     std::cout << "Properties of the process, whatever the method; the command sets those of images, bands\n"
                  "and method itself:\n"
-              << FormatProperties(description.properties, description.propertyCount);
+              << FormatProperties(std::span(description.properties, description.propertyCount));
     return Done;
 }
 

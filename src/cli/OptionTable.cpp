@@ -19,13 +19,8 @@ constexpr OptionEntry pluginOption = {"--plugin", "FILE", "the installed one, or
                                       advancedHeading, "the plug-in to run"};
 constexpr OptionEntry helpOption = {"-h,--help", "", "", helpHeading, "print this help"};
 
-constexpr OptionEntry methodOption = {"--method",
-                                      "METHOD",
-                                      "kova",
-                                      fusionHeading,
-                                      "how to fuse; 'pansharp methods' lists what there is",
-                                      false,
-                                      "kova brovey ihs"};
+constexpr OptionEntry methodOption = {"--method", "METHOD", "what the plug-in recommends", fusionHeading,
+                                      "how to fuse; 'pansharp methods' lists what there is"};
 constexpr OptionEntry infraredOption = {
     "--infrared", "FILE[,band=N]", "", fusionHeading,
     "an infrared band that takes part in the simulated pan and is not written"};

@@ -10,7 +10,7 @@ namespace cli {
 [[nodiscard]] std::string FormatAssessment(const rasterhost::AssessReport& report);
 [[nodiscard]] std::string FormatComparison(const rasterhost::CompareReport& report);
 
-/// "KOVA, fitted weights, cubic" and the like.
+/// What made an entry: "METHOD, fitted weights, cubic" and the like.
 [[nodiscard]] std::string NameOf(const rasterhost::CompareEntry& entry);
 
 } // namespace cli

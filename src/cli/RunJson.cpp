@@ -2,7 +2,10 @@
 
 #include "cli/JsonParts.h"
 #include "cli/ReportText.h"
+#include "hostkit/MethodTable.h"
 #include "kernels/Simd.h"
+
+#include <span>
 
 namespace cli {
 
@@ -95,13 +98,13 @@ void AddFindings(Json& object, const PreflightReport& report) {
     if (report.fit->infraredWeight) object["fit"]["infrared_weight"] = *report.fit->infraredWeight;
 }
 
-Json Properties(const PansharpProperty* properties, std::uint32_t count) {
+Json Properties(std::span<const PansharpProperty> properties) {
     Json list = Json::array();
-    for (const PansharpProperty* property = properties; property != properties + count; ++property)
-        list.push_back({{"name", property->name},
-                        {"type", property->type},
-                        {"default", property->defaultValue},
-                        {"help", property->help}});
+    for (const PansharpProperty& property : properties)
+        list.push_back({{"name", property.name},
+                        {"type", property.type},
+                        {"default", property.defaultValue},
+                        {"help", property.help}});
     return list;
 }
 
@@ -168,17 +171,16 @@ std::string MethodsJson(const PansharpDescription& plugin, const std::string& fi
     Json object = JsonHead("methods", Done);
     object["plugin"] = {{"name", plugin.name}, {"version", plugin.version}, {"file", file}};
     Json methods = Json::array();
-    for (std::uint32_t i = 0; i < plugin.methodCount; ++i) {
-        const PansharpMethod& method = plugin.methods[i];
+    for (const PansharpMethod& method : hostkit::MethodsOf(plugin))
         methods.push_back({{"keyword", method.keyword},
                            {"summary", method.summary},
                            {"formula", method.formula},
                            {"advice", method.advice},
                            {"minimum_bands", method.minimumBands},
-                           {"properties", Properties(method.properties, method.propertyCount)}});
-    }
+                           {"recommended", &method == hostkit::FindRecommended(plugin)},
+                           {"properties", Properties(hostkit::PropertiesOf(method))}});
     object["methods"] = methods;
-    object["properties"] = Properties(plugin.properties, plugin.propertyCount);
+    object["properties"] = Properties(std::span(plugin.properties, plugin.propertyCount));
     object["status"] = Json::array();
     return PrintJson(object);
 }

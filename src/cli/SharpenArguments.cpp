@@ -6,6 +6,8 @@
 #include "cli/SettingsFile.h"
 #include "cli/Suggestion.h"
 #include "fundament/Text.h"
+#include "host/PropertyNames.h"
+#include "hostkit/MethodTable.h"
 #include "rasterhost/RunFiles.h"
 
 #include <algorithm>
@@ -25,7 +27,6 @@ constexpr std::uint32_t mostThreads = 1024;
 constexpr std::uint32_t mostRows = 0x7FFFFFFFu;
 constexpr std::uint32_t fewestBits = 9;
 constexpr std::uint32_t mostBits = 16;
-constexpr const char* firstBandWeight = "BandWeight-1";
 
 void ReadInputs(const CommandLine& line, SharpenRequest& request) {
     const std::vector<std::string>& files = line.GetPositionals();
@@ -85,7 +86,7 @@ void TakeRunWeights(const CommandLine& line, SharpenRequest& request) {
 /// A method that is typed goes before that of the settings.
 void TakeSettings(const PropertyPairs& settings, bool isMethodTyped, SharpenRequest& request) {
     for (const auto& [name, value] : settings)
-        if (!StringsEqual(name, "Method", true)) {
+        if (!StringsEqual(name, KOVA::Tessara::PropertyNames::method, true)) {
             request.properties.emplace_back(name, value);
         } else if (!isMethodTyped) {
             request.method = value;
@@ -93,7 +94,7 @@ void TakeSettings(const PropertyPairs& settings, bool isMethodTyped, SharpenRequ
 }
 
 void ReadFusion(const CommandLine& line, SharpenRequest& request) {
-    request.method = line.Get("--method");
+    if (line.Has("--method")) request.method = line.Get("--method");
     request.weights = ParseWeights("--weights", line.Get("--weights"));
     if (StringsEqual(line.Get("--weights"), "equal", true))
         request.weightSource = rasterhost::WeightSource::Equal;
@@ -191,8 +192,7 @@ void ReadNoData(const CommandLine& line, SharpenRequest& request) {
 const PansharpMethod& FindMethod(const PansharpDescription& plugin, const std::string& typed) {
     std::vector<std::string> keywords;
     std::string listed;
-    for (std::uint32_t i = 0; i < plugin.methodCount; ++i) {
-        const PansharpMethod& method = plugin.methods[i];
+    for (const PansharpMethod& method : hostkit::MethodsOf(plugin)) {
         if (StringsEqual(method.keyword, typed, true)) return method;
         keywords.push_back(KOVA::Tessara::Fundament::ToLower(method.keyword));
         listed += (listed.empty() ? "" : ", ") + keywords.back();
@@ -201,19 +201,9 @@ const PansharpMethod& FindMethod(const PansharpDescription& plugin, const std::s
                      "; it offers " + listed);
 }
 
-/// "BandWeight-N" stands for "BandWeight-1", "BandWeight-2" and so on.
-bool IsProperty(const PansharpProperty& property, const std::string& name) {
-    const std::string pattern = property.name;
-    if (!pattern.ends_with("-N")) return StringsEqual(pattern, name, true);
-    const std::string stem = pattern.substr(0, pattern.size() - 1);
-    return name.size() > stem.size() && StartsWith(name, stem, true) &&
-           name.find_first_not_of("0123456789", stem.size()) == std::string::npos;
-}
-
-bool HasProperty(const PansharpProperty* properties, std::uint32_t count, const std::string& name) {
-    for (const PansharpProperty& property : std::span(properties, count))
-        if (IsProperty(property, name)) return true;
-    return false;
+bool HasProperty(std::span<const PansharpProperty> properties, const std::string& name) {
+    return std::any_of(properties.begin(), properties.end(),
+                       [&](const PansharpProperty& property) { return hostkit::IsNamed(property, name); });
 }
 
 /// A report or picture must not take the place of what the run reads or makes, nor be one of it.
@@ -267,7 +257,7 @@ std::optional<rasterhost::PreviewRequest> MakePreviewRequest(const CommandLine& 
 SharpenRequest MakeInfoRequest(const CommandLine& line) {
     SharpenRequest request;
     ReadInputs(line, request);
-    request.method = line.Get("--method");
+    if (line.Has("--method")) request.method = line.Get("--method");
     request.bands = ParseBandList("--bands", line.Get("--bands"));
     if (line.Has("--bit-depth")) request.bitDepth = ReadBitDepth(line);
     request.sameCorner = line.Has("--same-corner");
@@ -295,10 +285,12 @@ SharpenRequest MakePairRequest(const CommandLine& line) {
 
 std::vector<std::string> FitToPlugin(const CommandLine& line, const PansharpDescription& plugin,
                                      SharpenRequest& request) {
-    const PansharpMethod& method = FindMethod(plugin, request.method);
+    const auto* recommended = hostkit::FindRecommended(plugin);
+    const bool isOpen = recommended && request.method.empty() && !line.Has("--method");
+    const PansharpMethod& method = isOpen ? *recommended : FindMethod(plugin, request.method);
     request.method = method.keyword;
     for (const std::string option : {"--weights", "--weights-from"})
-        if (line.Has(option) && !HasProperty(method.properties, method.propertyCount, firstBandWeight))
+        if (line.Has(option) && !hostkit::WeighsBands(method))
             throw UsageError(option + ": the method " + request.method +
                              " takes no weights of bands; leave " + option + " out or choose another method");
     std::vector<std::string> warnings;
@@ -309,8 +301,8 @@ std::vector<std::string> FitToPlugin(const CommandLine& line, const PansharpDesc
                                "; its weights are taken for " + request.method);
     }
     for (const auto& [name, value] : request.properties)
-        if (!HasProperty(plugin.properties, plugin.propertyCount, name) &&
-            !HasProperty(method.properties, method.propertyCount, name))
+        if (!HasProperty(std::span(plugin.properties, plugin.propertyCount), name) &&
+            !HasProperty(hostkit::PropertiesOf(method), name))
             warnings.push_back("the property " + name +
                                ": the plug-in names no such property for the method " + request.method +
                                "; 'pansharp methods' lists those it reads");

@@ -4,6 +4,7 @@
 #include "kernels/NearlyEqual.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <string_view>
@@ -88,6 +89,12 @@ std::uint32_t StringToUnsignedLong(const std::string& text, std::uint32_t defaul
     // A number never reads as not-a-number, so it can mark the default.
     const double value = StringToDouble(text, std::nan(""));
     return std::isnan(value) ? defaultValue : static_cast<std::uint32_t>(Truncated(value));
+}
+
+std::string NumberText(double number) {
+    std::array<char, 40> text{};
+    const auto end = std::to_chars(text.data(), text.data() + text.size(), number);
+    return {text.data(), end.ptr};
 }
 
 bool StringToBool(const std::string& text, bool defaultValue) {

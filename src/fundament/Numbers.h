@@ -20,6 +20,9 @@ namespace KOVA::Tessara::Fundament {
 [[nodiscard]] std::int32_t StringToLong(const std::string& text, std::int32_t defaultValue);
 [[nodiscard]] std::uint32_t StringToUnsignedLong(const std::string& text, std::uint32_t defaultValue);
 
+/// The shortest text that StringToDouble reads as this finite number again.
+[[nodiscard]] std::string NumberText(double number);
+
 /// "ON" and "OFF" in any case, else by the first letter: 1, T, Y or 0, F, N. Anything else gives the default.
 [[nodiscard]] bool StringToBool(const std::string& text, bool defaultValue);
 

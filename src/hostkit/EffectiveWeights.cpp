@@ -2,33 +2,30 @@
 
 #include "fundament/Text.h"
 #include "hostkit/HostKitStatus.h"
+#include "hostkit/MethodTable.h"
 
-#include <algorithm>
 #include <cmath>
-#include <limits>
+#include <utility>
 
 namespace hostkit {
 
 using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Fundament::PropertyLookUp;
 using KOVA::Tessara::Fundament::Status;
-using KOVA::Tessara::Fundament::StringsEqual;
 using KOVA::Tessara::Global::NameValueMap;
 using ULong = unsigned long; // what "%lu" takes
 
 namespace {
-
-constexpr const char* additionalBandWeight = "AdditionalBandWeight";
-constexpr std::size_t scaledBands = 4;
 
 bool Refuse(Status& status, const std::string& message) {
     status.Add(HostKitStatus::WeightsInvalid, message, "Host.EffectiveWeights");
     return false;
 }
 
-/// 17 significant digits read as the same number again.
-std::string NumberText(double number) { return FormatString("%.17g", number); }
-
-std::string BandWeightName(std::size_t band) { return FormatString("BandWeight-%lu", ULong{band} + 1); }
+bool RefuseInfraredWeight(Status& status) {
+    return Refuse(status, "a weight of the infrared band is given, but there is no infrared band; leave it "
+                          "out or add the band");
+}
 
 bool CheckWeights(const WeightedBands& bands, const EffectiveWeights& weights, Status& status) {
     if (!weights.bands.empty() && weights.bands.size() != bands.multispectral)
@@ -43,75 +40,10 @@ bool CheckWeights(const WeightedBands& bands, const EffectiveWeights& weights, S
     return true;
 }
 
-/// The number that comes out as `weight` when it is multiplied by `scale`, or as near to it as can be. Above
-/// 0 when the weight is: whether a process scales depends on that.
-double UnscaledWeight(double weight, double scale) {
-    double raw = weight / scale;
-    if (weight > 0.0) raw = std::max(raw, std::numeric_limits<double>::denorm_min());
-    for (const double toward : {-HUGE_VAL, HUGE_VAL}) {
-        const double neighbour = std::nextafter(raw, toward);
-        if (raw * scale != weight && neighbour * scale == weight) return neighbour;
-    }
-    return raw;
-}
-
-/// Brovey multiplies the weights of the first four of more than three bands, when the first three are above
-/// 0: by 4, or by 3 when the fourth is not above 0. The text "AdditionalBandWeight" then replaces the last
-/// weight and is not scaled. `weights` has them all, the infrared one last.
-void SetBroveyWeights(std::vector<double>& weights, bool infrared, NameValueMap& properties) {
-    const bool scaled =
-        weights.size() >= scaledBands &&
-        std::all_of(weights.begin(), weights.begin() + 3, [](double weight) { return weight > 0.0; });
-    // Where the last band is the fourth, its weight can be replaced, and any weight above 0 put in its place
-    // so that the scale is 4: a division by that is exact.
-    const bool lastReplaced = infrared || (scaled && weights.size() == scaledBands);
-    const bool scaledBy4 = weights.size() == scaledBands || (scaled && weights[3] > 0.0);
-    const double scale = !scaled ? 1.0 : scaledBy4 ? 4.0 : 3.0;
-    for (std::size_t b = 0; b < weights.size(); ++b) {
-        const bool last = b + 1 == weights.size();
-        if (last && lastReplaced) {
-            properties[BandWeightName(b)] = "1";
-            properties[additionalBandWeight] = NumberText(weights[b]);
-            continue;
-        }
-        const double factor = b < scaledBands ? scale : 1.0;
-        const double raw = UnscaledWeight(weights[b], factor);
-        properties[BandWeightName(b)] = NumberText(raw);
-        weights[b] = raw * factor;
-    }
-}
-
-void SetKovaWeights(const std::vector<double>& weights, bool infrared, NameValueMap& properties) {
-    const std::size_t named = weights.size() - (infrared ? 1 : 0);
-    for (std::size_t b = 0; b < named; ++b)
-        properties[BandWeightName(b)] = NumberText(weights[b]);
-    if (infrared) properties[additionalBandWeight] = NumberText(weights.back());
-}
-
-bool SetIhsWeights(const WeightedBands& bands, EffectiveWeights& weights, NameValueMap& properties,
-                   Status& status) {
-    if (!weights.bands.empty())
-        return Refuse(status, "the method IHS has no weights of the multispectral bands; leave them out, or "
-                              "choose KOVA or Brovey");
-    if (weights.infrared && bands.multispectral + (bands.infrared ? 1 : 0) < scaledBands)
-        return Refuse(status, "a weight of the infrared band is given, but there is no infrared band; leave "
-                              "it out or add the band");
-    if (bands.infrared && bands.multispectral >= scaledBands && weights.infrared.value_or(0.0) != 0.0)
-        return Refuse(status,
-                      FormatString("the method IHS takes the fourth band for the infrared one; with an "
-                                   "infrared image give it three multispectral bands, not %lu",
-                                   ULong{bands.multispectral}));
-    weights.infrared = weights.infrared.value_or(0.0);
-    properties[additionalBandWeight] = NumberText(*weights.infrared);
-    return true;
-}
-
 /// All weights in the order of the sum, the infrared one last.
 bool JoinWeights(const WeightedBands& bands, const EffectiveWeights& weights, std::vector<double>& all,
                  Status& status) {
-    if (weights.infrared && !bands.infrared)
-        return Refuse(status, "a weight of the infrared band is given, but there is no infrared band; leave "
-                              "it out or add the band");
+    if (weights.infrared && !bands.infrared) return RefuseInfraredWeight(status);
     if (bands.infrared && !weights.bands.empty() && !weights.infrared)
         return Refuse(status,
                       "the multispectral bands have weights, the infrared band has none; give it one, "
@@ -123,38 +55,73 @@ bool JoinWeights(const WeightedBands& bands, const EffectiveWeights& weights, st
     return true;
 }
 
+std::vector<double> ReadBack(const PansharpBandParameter& parameter, std::size_t count,
+                             const NameValueMap& properties) {
+    PropertyLookUp asRead;
+    KOVA::Tessara::Pixmere::NameValueMapToPropertyLookUp(properties, asRead);
+    return ReadValues(parameter, count, asRead);
+}
+
+/// Pan's low-pass is the simulated pan.
+bool SetLowPass(const PansharpMethod& method, const WeightedBands& bands, const EffectiveWeights& weights,
+                NameValueMap& properties, Status& status) {
+    if (bands.infrared || weights.infrared || !weights.bands.empty())
+        return Refuse(status, FormatString("the method %s compares pan with its low-pass; leave weights and "
+                                           "infrared band out or choose another method",
+                                           method.keyword));
+    const PansharpBandParameter* shares = FindParameter(method, PansharpFit::Share);
+    std::vector<double> values(std::size_t{bands.multispectral} + 1, 0.0);
+    values.back() = 1.0;
+    return !shares || SetValues(*shares, values, true, properties, status);
+}
+
+/// Of a method that weighs no bands.
+bool SetInfraredWeight(const PansharpMethod& method, const WeightedBands& bands, EffectiveWeights& weights,
+                       NameValueMap& properties, Status& status) {
+    if (!weights.bands.empty())
+        return Refuse(status, FormatString("the method %s has no weights of the multispectral bands; leave "
+                                           "them out or choose another method",
+                                           method.keyword));
+    const bool hasOwn = method.fusedBands != 0 && bands.multispectral > method.fusedBands;
+    if (weights.infrared && !bands.infrared && !hasOwn) return RefuseInfraredWeight(status);
+    const PansharpBandParameter* parameter = FindInfraredWeight(method);
+    if (weights.infrared && !parameter)
+        return Refuse(status, FormatString("the method %s has no weight of the infrared band; leave it out "
+                                           "or choose another method",
+                                           method.keyword));
+    if (bands.infrared && hasOwn && weights.infrared.value_or(0.0) != 0.0)
+        return Refuse(status, FormatString("the method %s takes band %u for the infrared one; with an "
+                                           "infrared image give it %u multispectral bands, not %u",
+                                           method.keyword, method.fusedBands + 1, method.fusedBands,
+                                           bands.multispectral));
+    if (weights.infrared && !SetValues(*parameter, {*weights.infrared}, true, properties, status))
+        return false;
+    if (parameter) weights.infrared = ReadBack(*parameter, 1, properties).front();
+    return true;
+}
+
 } // namespace
 
-const PansharpMethod* FindMethod(const PansharpDescription& plugin, const std::string& keyword,
-                                 Status& status) {
-    std::string known;
-    for (std::uint32_t i = 0; i < plugin.methodCount; ++i) {
-        const PansharpMethod& method = plugin.methods[i];
-        if (keyword.empty() || StringsEqual(method.keyword, keyword, true)) return &method;
-        known += (known.empty() ? "" : ", ") + std::string(method.keyword);
-    }
-    status.Add(HostKitStatus::NoSuchMethod,
-               FormatString("there is no method '%s'; the plug-in has %s", keyword.c_str(), known.c_str()),
-               "Host.EffectiveWeights");
+const PansharpBandParameter* FindInfraredWeight(const PansharpMethod& method) {
+    for (std::uint32_t i = 0; i < method.bandParameterCount; ++i)
+        if (const PansharpBandParameter& parameter = method.bandParameters[i];
+            !parameter.band.name && parameter.additional.name)
+            return &parameter;
     return nullptr;
 }
 
-bool SetWeights(const std::string& method, const WeightedBands& bands, EffectiveWeights& weights,
+bool SetWeights(const PansharpMethod& method, const WeightedBands& bands, EffectiveWeights& weights,
                 NameValueMap& properties, Status& status) {
     if (bands.multispectral == 0) return Refuse(status, "there are no multispectral bands to weigh");
     if (!CheckWeights(bands, weights, status)) return false;
-    if (StringsEqual(method, "IHS", true)) return SetIhsWeights(bands, weights, properties, status);
-    const bool brovey = StringsEqual(method, "Brovey", true);
-    if (!brovey && !StringsEqual(method, "KOVA", true) && !StringsEqual(method, "Injection", true))
-        return Refuse(status, FormatString("how the method '%s' weighs bands is not known here; set its "
-                                           "properties one by one",
-                                           method.c_str()));
+    if (bands.lowPass) return SetLowPass(method, bands, weights, properties, status);
+    const PansharpBandParameter* shares = FindParameter(method, PansharpFit::Share);
+    if (!shares) return SetInfraredWeight(method, bands, weights, properties, status);
     std::vector<double> all;
-    if (!JoinWeights(bands, weights, all, status)) return false;
-    if (brovey)
-        SetBroveyWeights(all, bands.infrared, properties);
-    else
-        SetKovaWeights(all, bands.infrared, properties);
+    if (!JoinWeights(bands, weights, all, status) ||
+        !SetValues(*shares, all, bands.infrared, properties, status))
+        return false;
+    all = ReadBack(*shares, all.size(), properties);
     if (bands.infrared) {
         weights.infrared = all.back();
         all.pop_back();

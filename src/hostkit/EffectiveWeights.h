@@ -6,7 +6,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
 #include <vector>
 
 namespace hostkit {
@@ -22,24 +21,23 @@ struct EffectiveWeights {
 struct WeightedBands {
     std::uint32_t multispectral = 0; ///< how many
     bool infrared = false;           ///< whether an infrared band takes part
+    bool lowPass = false;            ///< whether the host offers pan's low-pass as the additional band
 };
 
-/// The method of a plug-in by its keyword, in any letter case; an empty keyword names the first. Null, with
-/// an item that lists the methods, when there is none.
-[[nodiscard]] const PansharpMethod* FindMethod(const PansharpDescription& plugin, const std::string& keyword,
-                                               KOVA::Tessara::Fundament::Status& status);
-
 /// Sets the properties by which a process arrives at these weights, and turns `weights` into those that it
-/// arrives at. Weights that are not given are equal, 1 / n with the infrared band counted. They come out bit
-/// for bit, but for this: Brovey with five bands or more, the first three weights above 0 and the fourth not,
-/// multiplies the first four by 3, and a third of the numbers between 1.5 and 2 times a power of two are no
-/// product of 3 in double; such a weight is off by its last bit. IHS weighs no multispectral bands: theirs
-/// are left empty, and its infrared weight, that of the fourth band, is 0 unless given.
+/// arrives at: the same but for a last bit, where a method scales what it is given. Weights that are not
+/// given are equal, 1 / n with the infrared band counted. A method that weighs no bands may have a weight of
+/// the infrared one alone; it keeps its default unless given, and the bands' weights are left empty. Where
+/// pan's low-pass is the additional band, its share is 1 and there are no weights to give.
 ///
-/// False, with an item, when the method is unknown here, has no use for a weight, or the weights are too
-/// many, too few or no finite numbers.
-[[nodiscard]] bool SetWeights(const std::string& method, const WeightedBands& bands,
+/// False, with an item, when the method has no use for a weight or for the infrared band, or the weights are
+/// too many, too few or no finite numbers.
+[[nodiscard]] bool SetWeights(const PansharpMethod& method, const WeightedBands& bands,
                               EffectiveWeights& weights, KOVA::Tessara::Global::NameValueMap& properties,
                               KOVA::Tessara::Fundament::Status& status);
+
+/// The parameter of a method that weighs no bands which has a weight of the infrared band. Null when there
+/// is none.
+[[nodiscard]] const PansharpBandParameter* FindInfraredWeight(const PansharpMethod& method);
 
 } // namespace hostkit

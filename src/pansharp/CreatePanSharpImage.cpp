@@ -8,12 +8,8 @@ namespace PXL {
 template <class T>
 std::unique_ptr<PanSharpImage<T>> CreatePanSharpImage(const std::string& keyword, Fundament::Status& status) {
     for (const Method& method : Methods())
-        if (keyword.empty() || Fundament::StringsEqual(keyword, method.description.keyword, true)) {
-            if constexpr (sizeof(T) == 1)
-                return method.create8();
-            else
-                return method.create16();
-        }
+        if (keyword.empty() || Fundament::StringsEqual(keyword, method.description.keyword, true))
+            return method.Create<T>();
     status.Insert(PanSharpStatus::UnknownMethod,
                   Fundament::FormatString("unrecognized method specified: '%s'", keyword.c_str()));
     return nullptr;

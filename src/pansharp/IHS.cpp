@@ -1,9 +1,11 @@
 #include "pansharp/IHS.h"
 
-#include "fundament/Numbers.h"
-#include "kernels/IhsRow.h"
-
 namespace PXL {
+
+void ReadIhsWeight(const ParameterTexts& texts, std::span<double> weight) {
+    ReadBandValues(texts, 0.0, 0.0, weight);
+    ReadAdditionalValue(texts, weight);
+}
 
 template <class Info, class T, class Traits>
 IHS<ImageBase<Info, T*, Traits>>::IHS() {
@@ -24,10 +26,14 @@ bool IHS<ImageBase<Info, T*, Traits>>::Init(InputImage* multispectral, InputImag
     if (!this->PrepareInit(multispectral, pan, kernels::ihsFewestBands)) return false;
     // The kernel takes the infrared weight where that band stands, which need not be the last place.
     this->bandWeights.assign(this->msBandCount, 0.0);
-    if (this->msBandCount > 3)
-        this->bandWeights[3] = Fundament::StringToDouble(this->properties["AdditionalBandWeight"], 0.0);
-    this->FinishInit(kernels::IhsRowFor<T>(this->simd.Get()));
+    if (this->msBandCount > 3) this->bandWeights[3] = this->ReadValues(ihsWeights[0], 1).front();
+    this->FinishInit(RowFor(this->simd.Get()));
     return true;
+}
+
+template <class Info, class T, class Traits>
+kernels::FuseRow<T> IHS<ImageBase<Info, T*, Traits>>::RowFor(kernels::SimdTarget target) {
+    return kernels::IhsRowFor<T>(target);
 }
 
 template class IHS<Image<unsigned char>>;

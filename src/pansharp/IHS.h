@@ -1,8 +1,37 @@
 #pragma once
 
+#include "kernels/IhsRow.h"
 #include "pansharp/PanSharp.h"
 
 namespace PXL {
+
+/// The weight of the infrared band, alone: 0 without a text, also for a text that is no number.
+void ReadIhsWeight(const ParameterTexts& texts, std::span<double> weight);
+
+inline constexpr PansharpBandParameter ihsWeights[] = {
+    {noProperty,
+     {"AdditionalBandWeight", "double", "0", "share of the fourth band, the infrared one, taken off pan"},
+     -unbounded,
+     unbounded,
+     PansharpFit::None,
+     &ToProperties,
+     &FromProperties<ReadIhsWeight>}};
+
+inline constexpr PansharpMethod ihsMethod = {
+    .keyword = "IHS",
+    .summary = "gives pan the hue and saturation of the first three bands",
+    .formula =
+        "the largest of three bands becomes pan - infrared * weight, the others keep their ratio to it",
+    .advice = "vivid pictures of three bands; it replaces the largest of them by pan and so darkens, and its "
+              "fourth output band is no usable infrared",
+    .minimumBands = kernels::ihsFewestBands,
+    .fusedBands = kernels::ihsFewestBands,
+    .isRecommended = 0,
+    .additionalBand = PansharpAdditionalBand::Infrared,
+    .bandParameterCount = std::size(ihsWeights),
+    .bandParameters = ihsWeights,
+    .scalarParameterCount = 0,
+    .scalarParameters = nullptr};
 
 template <class Base>
 class IHS;
@@ -17,11 +46,12 @@ public:
     IHS();
     ~IHS() override;
 
-    /// Reads "outputNBands" (default 3) and "AdditionalBandWeight", the share of the infrared band that is
-    /// taken off pan (default 0, also for a text that is no number). Fewer than three multispectral bands
-    /// are refused. Publishes no metadata.
+    /// Reads "outputNBands" (default 3) and the infrared weight. Fewer than three multispectral bands are
+    /// refused. Publishes no metadata.
     bool Init(InputImage* multispectral, InputImage* pan) override;
     bool Reset() override; ///< leaves an empty item with id 0 in the status
+
+    static kernels::FuseRow<T> RowFor(kernels::SimdTarget target);
 };
 
 template <class T>

@@ -7,6 +7,14 @@
 
 namespace PXL {
 
+void ReadInjectionGains(const ParameterTexts& texts, std::span<double> gains) {
+    ReadBandValues(texts, 1.0, 1.0, gains);
+}
+
+void ReadInjectionRatioGains(const ParameterTexts& texts, std::span<double> gains) {
+    ReadBandValues(texts, 0.0, 0.0, gains);
+}
+
 template <class Info, class T, class Traits>
 Injection<ImageBase<Info, T*, Traits>>::Injection() {
     Injection::Reset();
@@ -25,22 +33,29 @@ bool Injection<ImageBase<Info, T*, Traits>>::Reset() {
 template <class Info, class T, class Traits>
 bool Injection<ImageBase<Info, T*, Traits>>::Init(InputImage* multispectral, InputImage* pan) {
     if (!this->PrepareInit(multispectral, pan)) return false;
-    this->bandWeights = this->ReadBandNumbers("BandWeight", 1.0 / this->msBandCount, 0.0);
-    this->ReadAdditionalBandWeight();
-    gains = this->ReadBandNumbers("InjectionGain", 1.0, 1.0);
-    ratioGains = this->ReadBandNumbers("InjectionRatioGain", 0.0, 0.0);
-    const std::string limit = Fundament::Trim(this->properties["InjectionLimit"]);
+    const auto& [weightsOfBands, gainsOfBands, ratioGainsOfBands] = injectionParameters;
+    this->bandWeights = this->ReadValues(weightsOfBands, this->msBandCount);
+    gains = this->ReadValues(gainsOfBands, this->msBandCount);
+    ratioGains = this->ReadValues(ratioGainsOfBands, this->msBandCount);
+    const auto& [limitOfGains, floorOfIntensity] = injectionScalars;
+    const std::string limit = Fundament::Trim(this->properties[limitOfGains.property.name]);
     injectionGains = {.gains = gains.data(),
                       .ratioGains = ratioGains.data(),
                       .limit = Fundament::StringToDouble(limit, std::numeric_limits<double>::infinity()),
-                      .floor = Fundament::StringToDouble(this->properties["InjectionFloor"], 0.0)};
-    this->FinishInit(kernels::InjectionRowFor<T>(this->simd.Get()), &injectionGains);
+                      .floor =
+                          Fundament::StringToDouble(this->properties[floorOfIntensity.property.name], 0.0)};
+    this->FinishInit(RowFor(this->simd.Get()), &injectionGains);
     this->PublishBands();
     if (this->metadataEnabled) {
         this->metadata["injectionGains"] = NumberList(gains);
         this->metadata["injectionRatioGains"] = NumberList(ratioGains);
     }
     return true;
+}
+
+template <class Info, class T, class Traits>
+kernels::FuseRow<T> Injection<ImageBase<Info, T*, Traits>>::RowFor(kernels::SimdTarget target) {
+    return kernels::InjectionRowFor<T>(target);
 }
 
 template class Injection<Image<unsigned char>>;

@@ -5,6 +5,52 @@
 
 namespace PXL {
 
+/// Gains from their properties: 1 each, and 0 each; a text that is no number counts as missing.
+void ReadInjectionGains(const ParameterTexts& texts, std::span<double> gains);
+void ReadInjectionRatioGains(const ParameterTexts& texts, std::span<double> gains);
+
+inline constexpr PansharpBandParameter injectionParameters[] = {
+    kovaWeights[0],
+    {{"InjectionGain-N", "double", "1", "share of the detail that band N takes"},
+     noProperty,
+     0.0,
+     unbounded,
+     PansharpFit::Gain,
+     &ToProperties,
+     &FromProperties<ReadInjectionGains>},
+    {{"InjectionRatioGain-N", "double", "0",
+      "further share of the detail that band N takes, times the band's ratio to the simulated pan"},
+     noProperty,
+     0.0,
+     unbounded,
+     PansharpFit::RatioGain,
+     &ToProperties,
+     &FromProperties<ReadInjectionRatioGains>}};
+
+inline constexpr PansharpScalarParameter injectionScalars[] = {
+    {{"InjectionLimit", "double", "", "most of both shares together, in such ratios; blank for no limit"},
+     PansharpSetting::Constant,
+     2.0},
+    {{"InjectionFloor", "double", "0", "the least simulated pan that a band is divided by for its ratio"},
+     PansharpSetting::ShareOfMean,
+     0.25}};
+
+inline constexpr PansharpMethod injectionMethod = {
+    .keyword = "Injection",
+    .summary = "adds a share of KOVA's difference to every band, by the band and by the pixel",
+    .formula = "out[c] = ms[c] + g * (pan - I), I = sum of ms[b] * weight[b], g = gain[c] + ratio gain[c] * "
+               "ms[c] / I",
+    .advice = "the most faithful, when I is pan's low-pass and the gains are fitted to the scene; with its "
+              "defaults it is KOVA",
+    .minimumBands = 1,
+    .fusedBands = 0,
+    .isRecommended = 0,
+    .additionalBand = PansharpAdditionalBand::LowPass,
+    .bandParameterCount = std::size(injectionParameters),
+    .bandParameters = injectionParameters,
+    .scalarParameterCount = std::size(injectionScalars),
+    .scalarParameters = injectionScalars};
+
 template <class Base>
 class Injection;
 
@@ -17,12 +63,13 @@ public:
     Injection();
     ~Injection() override;
 
-    /// Reads "outputNBands", "BandWeight-1" ... and "AdditionalBandWeight" as KOVA does; further
-    /// "InjectionGain-1" ... (default 1), "InjectionRatioGain-1" ... (default 0), "InjectionLimit" (default
-    /// none) and "InjectionFloor" (default 0). In these four a text that is no number counts as missing, and
-    /// any number is taken as it is. Publishes KOVA's metadata and the gains.
+    /// Reads "outputNBands" and weights as KOVA does; further the gains, "InjectionLimit" (default none) and
+    /// "InjectionFloor" (default 0). In these a text that is no number counts as missing, and any number is
+    /// taken as it is. Publishes KOVA's metadata and the gains.
     bool Init(InputImage* multispectral, InputImage* pan) override;
     bool Reset() override;
+
+    static kernels::FuseRow<T> RowFor(kernels::SimdTarget target);
 
 private:
     std::vector<double> gains;

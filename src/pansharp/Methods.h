@@ -8,11 +8,28 @@
 
 namespace PXL {
 
-/// A pan-sharpening method: what it says of itself, and how its images are made.
+/// A pan-sharpening method: what it says of itself, how its images are made, and its row kernels.
 struct Method {
     PansharpMethod description;
     std::unique_ptr<PanSharp8> (*create8)();
     std::unique_ptr<PanSharp16> (*create16)();
+    kernels::FuseRow<unsigned char> (*row8)(kernels::SimdTarget);
+    kernels::FuseRow<unsigned short> (*row16)(kernels::SimdTarget);
+
+    template <class T>
+    [[nodiscard]] std::unique_ptr<PanSharpImage<T>> Create() const {
+        if constexpr (sizeof(T) == 1)
+            return create8();
+        else
+            return create16();
+    }
+    template <class T>
+    [[nodiscard]] kernels::FuseRow<T> RowFor(kernels::SimdTarget target) const {
+        if constexpr (sizeof(T) == 1)
+            return row8(target);
+        else
+            return row16(target);
+    }
 };
 
 /// The one table of methods, the default one first. A method is a class and one entry here.

@@ -1,22 +1,29 @@
 #include "pansharp/PanSharp.h"
 
-#include "fundament/Numbers.h"
 #include "fundament/Text.h"
+#include "host/PropertyNames.h"
 #include "kernels/KovaRow.h"
 #include "pxl/WorkingMemory.h"
 
 #include <algorithm>
+#include <new>
 #include <tuple>
 
 namespace PXL {
 
 using Fundament::FormatString;
 using ULong = unsigned long; // what "%lu" takes
+namespace PropertyNames = KOVA::Tessara::PropertyNames;
+
+void ReadKovaWeights(const ParameterTexts& texts, std::span<double> weights) {
+    ReadBandValues(texts, 1.0 / static_cast<double>(weights.size()), 0.0, weights);
+    ReadAdditionalValue(texts, weights);
+}
 
 template <class Info, class T, class Traits>
 PanSharp<ImageBase<Info, T*, Traits>>::PanSharp() {
     this->properties["BandWeight"];
-    this->properties["outputNBands"];
+    this->properties[PropertyNames::outputBands];
     PanSharp::Reset();
 }
 
@@ -74,7 +81,7 @@ template <class Info, class T, class Traits>
 bool PanSharp<ImageBase<Info, T*, Traits>>::CheckBands(std::uint32_t fewestBands) {
     msBandCount = msInfo.bands;
     outputInfo = panInfo;
-    outputBandCount = this->properties.GetUnsignedLong("outputNBands", 3);
+    outputBandCount = this->properties.GetUnsignedLong(PropertyNames::outputBands, 3);
     outputInfo.bands = outputBandCount;
     if (outputBandCount == 0) {
         this->status.Insert(PanSharpStatus::NoOutputBands,
@@ -101,21 +108,20 @@ bool PanSharp<ImageBase<Info, T*, Traits>>::CheckBands(std::uint32_t fewestBands
 }
 
 template <class Info, class T, class Traits>
-std::vector<double> PanSharp<ImageBase<Info, T*, Traits>>::ReadBandNumbers(const std::string& name,
-                                                                           double whenMissing,
-                                                                           double whenMalformed) {
-    std::vector<double> numbers(msBandCount);
-    for (std::uint32_t b = 0; b < msBandCount; ++b) {
-        const std::string text = this->properties[name + FormatString("-%lu", ULong{b} + 1)];
-        numbers[b] = text.empty() ? whenMissing : Fundament::StringToDouble(text, whenMalformed);
+std::vector<double> PanSharp<ImageBase<Info, T*, Traits>>::ReadValues(const PansharpBandParameter& parameter,
+                                                                      std::uint32_t count) {
+    std::vector<std::string> texts(count);
+    std::vector<const char*> addresses;
+    for (std::uint32_t b = 0; b < count; ++b) {
+        if (parameter.band.name) texts[b] = this->properties[PropertyNames::OfBand(parameter.band, b)];
+        addresses.push_back(texts[b].c_str());
     }
-    return numbers;
-}
-
-template <class Info, class T, class Traits>
-void PanSharp<ImageBase<Info, T*, Traits>>::ReadAdditionalBandWeight() {
-    const std::string text = this->properties["AdditionalBandWeight"];
-    if (!text.empty()) bandWeights.back() = Fundament::StringToDouble(text, 0.0);
+    const std::string additional =
+        parameter.additional.name ? this->properties[parameter.additional.name] : std::string();
+    std::vector<double> values(count);
+    if (parameter.fromProperties(addresses.data(), additional.c_str(), count, values.data()) == 0)
+        throw std::bad_alloc();
+    return values;
 }
 
 template <class Info, class T, class Traits>
@@ -142,11 +148,15 @@ template <class Info, class T, class Traits>
 bool PanSharp<ImageBase<Info, T*, Traits>>::Init(InputImage* multispectral, InputImage* pan) {
     this->status.Reset(0, {}, "Pixmere.PXL.Pansharp.Init", {});
     if (!PrepareInit(multispectral, pan)) return false;
-    bandWeights = ReadBandNumbers("BandWeight", 1.0 / msBandCount, 0.0);
-    ReadAdditionalBandWeight();
-    FinishInit(kernels::KovaRowFor<T>(this->simd.Get()));
+    bandWeights = ReadValues(kovaWeights[0], msBandCount);
+    FinishInit(RowFor(this->simd.Get()));
     PublishBands();
     return true;
+}
+
+template <class Info, class T, class Traits>
+kernels::FuseRow<T> PanSharp<ImageBase<Info, T*, Traits>>::RowFor(kernels::SimdTarget target) {
+    return kernels::KovaRowFor<T>(target);
 }
 
 template <class Info, class T, class Traits>

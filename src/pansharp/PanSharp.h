@@ -2,6 +2,7 @@
 
 #include "kernels/FusionRow.h"
 #include "kernels/Simd.h"
+#include "pansharp/BandParameter.h"
 #include "pxl/ImageBase.h"
 
 #include <functional>
@@ -29,6 +30,35 @@ inline constexpr std::uint32_t RowTooLong = 0x3914;
 inline constexpr std::uint32_t PanWithoutBand = 0x3915;
 } // namespace PanSharpStatus
 
+/// Weights from their properties: 1 / bands each; 0 for a text that is no number. "AdditionalBandWeight"
+/// replaces the weight of the last band.
+void ReadKovaWeights(const ParameterTexts& texts, std::span<double> weights);
+
+inline constexpr PansharpBandParameter kovaWeights[] = {
+    {{"BandWeight-N", "double", "1 / bands", "weight of multispectral band N in the simulated pan"},
+     {"AdditionalBandWeight", "double", "",
+      "replaces the weight of the last band, the infrared one when there is one"},
+     -unbounded,
+     unbounded,
+     PansharpFit::Share,
+     &ToProperties,
+     &FromProperties<ReadKovaWeights>}};
+
+inline constexpr PansharpMethod kovaMethod = {
+    .keyword = "KOVA",
+    .summary = "adds the difference between pan and a weighted sum of the bands to every band",
+    .formula = "out[c] = ms[c] + (pan - sum of ms[b] * weight[b])",
+    .advice = "the default: keeps the differences between the bands, with any number of bands, when pan is "
+              "close to a weighted sum of them",
+    .minimumBands = 1,
+    .fusedBands = 0,
+    .isRecommended = 1,
+    .additionalBand = PansharpAdditionalBand::Infrared,
+    .bandParameterCount = std::size(kovaWeights),
+    .bandParameters = kovaWeights,
+    .scalarParameterCount = 0,
+    .scalarParameters = nullptr};
+
 template <class Base>
 class PanSharp;
 
@@ -40,7 +70,7 @@ class PanSharp;
 /// not owned.
 ///
 /// A method is a class that derives from this one and replaces Init: PrepareInit, then its weights, then
-/// FinishInit with its row kernel. What it keeps beside them it releases in Reset.
+/// FinishInit with its row kernel, which RowFor gives. What it keeps beside them it releases in Reset.
 template <class Info, class T, class Traits>
 class PanSharp<ImageBase<Info, T*, Traits>> : public ImageBase<Info, T*, Traits> {
 public:
@@ -63,8 +93,7 @@ public:
     /// and within the size of the multispectral image. Rows can be read only after a success.
     bool SetWindow(std::uint32_t col0, std::uint32_t row0, std::uint32_t col1, std::uint32_t row1) override;
 
-    /// Reads "outputNBands" (default 3), "BandWeight-1" ... (default 1 / bands; a text that is no number is
-    /// 0) and "AdditionalBandWeight", which replaces the weight of the last band.
+    /// Reads "outputNBands" (default 3) and the weights.
     virtual bool Init(InputImage* multispectral, InputImage* pan);
     /// The vector target for the next Init, of those that can run here; without it Init chooses.
     void UseSimdTarget(kernels::SimdTarget target) { simd.given = target; }
@@ -75,18 +104,17 @@ public:
     virtual bool Reset(); ///< releases what Init made; the status becomes empty, with source "Pansharp"
     virtual ~PanSharp();
 
+    /// The row kernel of the method for a vector target.
+    static kernels::FuseRow<T> RowFor(kernels::SimdTarget target);
+
 protected:
     /// The first part of Init: resets, then makes the checks that all methods share (inputs, depths, bands,
     /// of which the method needs at least `fewestBands`, working memory) and fills the members below. After a
     /// failure the image gives no rows until an Init succeeds.
     bool PrepareInit(InputImage* multispectral, InputImage* pan, std::uint32_t fewestBands = 1);
 
-    /// A number for every multispectral band from the properties "name-1", "name-2", ...: `whenMissing` where
-    /// that is missing or empty and `whenMalformed` where it is no number.
-    [[nodiscard]] std::vector<double> ReadBandNumbers(const std::string& name, double whenMissing,
-                                                      double whenMalformed);
-    /// "AdditionalBandWeight", when given, becomes the weight of the last band.
-    void ReadAdditionalBandWeight();
+    /// So many values of a parameter, from the properties that its description names.
+    [[nodiscard]] std::vector<double> ReadValues(const PansharpBandParameter& parameter, std::uint32_t count);
 
     /// The last part of Init: the output's colour space and row buffer, and the kernel that GetRow runs with
     /// `bandWeights`, one a multispectral band, and with the gains, which the method keeps.

@@ -1,6 +1,7 @@
 // The images behind a window: how PansharpRaster builds them on its chains' rasters and reads their rows.
 
 #include "fundament/Text.h"
+#include "host/PropertyNames.h"
 #include "operators/CreateBlendPixels.h"
 #include "operators/CreateImageViaBinaryRowOperator.h"
 #include "pansharp/CreatePanSharpImage.h"
@@ -204,7 +205,7 @@ bool PansharpRaster::CreateFusion() {
     PXL::PanSharpImage<T>& image = *pipeline.panSharpImage;
     CopyProperties(image.properties, properties);
     // As published by Init: the host reads rows of that many bands, whatever it has set since.
-    image.properties["outputNBands"] = FormatString("%lu", ULong{info.bandsPerPixel});
+    image.properties[PropertyNames::outputBands] = FormatString("%lu", ULong{info.bandsPerPixel});
     image.EnableMetadata(generateMetadata);
     image.UseSimdTarget(simdTarget);
     // One infrared band is fused from where it lies: to merge it into every row first takes longer than to

@@ -2,6 +2,7 @@
 
 #include "fundament/Numbers.h"
 #include "fundament/Text.h"
+#include "host/PropertyNames.h"
 #include "plugin/ProcessStatus.h"
 
 namespace KOVA::Tessara::Pixmere {
@@ -39,8 +40,8 @@ int PansharpRaster::Reset() {
 
 int PansharpRaster::InitProcess() {
     Reset();
-    generateMetadata = Fundament::StringToBool(properties["generateMetadata"], false);
-    method = properties["Method"];
+    generateMetadata = Fundament::StringToBool(properties[PropertyNames::generateMetadata], false);
+    method = properties[PropertyNames::method];
     simdTarget = kernels::ChosenSimdTarget();
     panRaster = inputRaster;
     if (!panRaster) return Fail(ProcessStatus::NoInputRaster, "No Input Raster.");
@@ -66,12 +67,12 @@ int PansharpRaster::InitProcess() {
 }
 
 void PansharpRaster::ReadProperties() {
-    msImageId = properties["MSImageID"];
-    processRasterId = properties["_key_Process_RasterId_"];
-    additionalBandId = properties["AdditionalBandID"];
-    reSampleMS = Fundament::StringToBool(properties["ReSampleMS"], true);
-    reSampleIR = Fundament::StringToBool(properties["ReSampleIR"], true);
-    workInfo.bandsPerPixel = Fundament::StringToUnsignedLong(properties["outputNBands"], 3);
+    msImageId = properties[PropertyNames::multispectralImage];
+    processRasterId = properties[PropertyNames::processRaster];
+    additionalBandId = properties[PropertyNames::additionalImage];
+    reSampleMS = Fundament::StringToBool(properties[PropertyNames::resampleMultispectral], true);
+    reSampleIR = Fundament::StringToBool(properties[PropertyNames::resampleAdditional], true);
+    workInfo.bandsPerPixel = Fundament::StringToUnsignedLong(properties[PropertyNames::outputBands], 3);
 }
 
 template <class T>

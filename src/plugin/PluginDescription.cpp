@@ -1,18 +1,27 @@
 #include "host/Describe.h"
 
+#include "host/PropertyNames.h"
 #include "pansharp/Methods.h"
 
 namespace {
 
+namespace PropertyNames = KOVA::Tessara::PropertyNames;
+
 constexpr PansharpProperty processProperties[] = {
-    {"Method", "text", "KOVA", "the method: one of the keywords, in any letter case"},
-    {"MSImageID", "text", "", "image ID of the multispectral raster in the workspace; required"},
-    {"AdditionalBandID", "text", "", "image ID of the infrared raster; empty for none"},
-    {"_key_Process_RasterId_", "text", "", "ID of this process's raster, given with every chain request"},
-    {"outputNBands", "unsigned", "3", "bands to write: the first so many of the multispectral raster"},
-    {"ReSampleMS", "boolean", "true", "false: the multispectral request is made in pixel coordinates"},
-    {"ReSampleIR", "boolean", "true", "false: the infrared request is made in pixel coordinates"},
-    {"generateMetadata", "boolean", "false", "record facts about the run in the process metadata"},
+    {PropertyNames::method, "text", PXL::kovaMethod.keyword,
+     "the method: one of the keywords, in any letter case"},
+    {PropertyNames::multispectralImage, "text", "",
+     "image ID of the multispectral raster in the workspace; required"},
+    {PropertyNames::additionalImage, "text", "", "image ID of the infrared raster; empty for none"},
+    {PropertyNames::processRaster, "text", "", "ID of this process's raster, given with every chain request"},
+    {PropertyNames::outputBands, "unsigned", "3",
+     "bands to write: the first so many of the multispectral raster"},
+    {PropertyNames::resampleMultispectral, "boolean", "true",
+     "false: the multispectral request is made in pixel coordinates"},
+    {PropertyNames::resampleAdditional, "boolean", "true",
+     "false: the infrared request is made in pixel coordinates"},
+    {PropertyNames::generateMetadata, "boolean", "false",
+     "record facts about the run in the process metadata"},
 };
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "fundament/Text.h"
 #include "hostkit/AxisPlacement.h"
+#include "hostkit/MethodTable.h"
 #include "hostkit/PluginLibrary.h"
 #include "hostkit/RequestRecord.h"
 #include "rasterhost/CacheLimit.h"
@@ -126,8 +127,7 @@ private:
     }
 
     bool AddMethods(const PansharpDescription& plugin) {
-        for (std::uint32_t i = 0; i < plugin.methodCount; ++i) {
-            const PansharpMethod& method = plugin.methods[i];
+        for (const PansharpMethod& method : hostkit::MethodsOf(plugin)) {
             if (method.minimumBands > multispectral->GetBands().size()) {
                 report.warnings.push_back(FormatString("%s is left out: it takes at least %u bands",
                                                        method.keyword, method.minimumBands));

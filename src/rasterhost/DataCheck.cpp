@@ -1,7 +1,7 @@
 #include "rasterhost/DataCheck.h"
 
+#include "fundament/Numbers.h"
 #include "fundament/Text.h"
-#include "rasterhost/BandWeights.h"
 
 #include <gdal_priv.h>
 
@@ -13,6 +13,7 @@ namespace rasterhost {
 
 using hostkit::PixelRect;
 using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Fundament::NumberText;
 using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {

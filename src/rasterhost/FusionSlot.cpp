@@ -10,13 +10,12 @@ namespace rasterhost {
 
 using hostkit::PixelRect;
 using KOVA::Tessara::Fundament::FormatString;
-using KOVA::Tessara::Pixmere::IRasterWorkspace;
 
 FusionSlot::FusionSlot(const Scene& images, std::vector<PlacedSource> placed,
                        const hostkit::PluginLibrary& plugin, const ProcessSettings& settings,
                        const OutputRules& outputRules, Status& creation)
-    : scene(images), pan(*images.pan), workspace(images.pan->GetInfo()),
-      process(plugin, settings.properties, creation), rules(outputRules),
+    : scene(images), pan(*images.pan),
+      worker(plugin, settings.properties, images.pan->GetInfo(), pan, creation), rules(outputRules),
       pixelBytes(std::size_t{rules.GetFileBands()} * (images.pan->GetInfo().bitsPerBand / 8)) {
     for (PlacedSource& source : placed)
         sources.push_back(std::make_unique<Source>(std::move(source)));
@@ -30,17 +29,7 @@ bool FusionSlot::MayLackData() const {
            });
 }
 
-bool FusionSlot::FailedProcess(const char* what, Status& status) {
-    Fail(status, HostStatus::ProcessFailed,
-         window.IsEmpty() ? FormatString("nothing can be fused: the plug-in fails to %s", what)
-                          : FormatString("rows %u to %u cannot be fused: the plug-in fails to %s",
-                                         window.row0, window.row1, what));
-    status.Append(process->GetStatus());
-    return false;
-}
-
 bool FusionSlot::Init(std::uint32_t mostRows, const OutputLayout& outputLayout, Status& status) {
-    if (!process) return Fail(status, HostStatus::ProcessFailed, "the plug-in makes no process");
     layout = outputLayout;
     const std::size_t tileRows = layout.tileColumns == 0 ? 0 : (mostRows - 1) / layout.tileRows + 1;
     output.resize(layout.tileColumns == 0 ? pixelBytes * scene.part.GetColumns() * mostRows
@@ -49,11 +38,7 @@ bool FusionSlot::Init(std::uint32_t mostRows, const OutputLayout& outputLayout, 
         reach.resize(scene.part.GetColumns());
         valid.resize(std::size_t{scene.part.GetColumns()} * mostRows);
     }
-    if (process->SetInputRaster(&pan) == 0 ||
-        process->SetWorkspace(static_cast<IRasterWorkspace*>(&workspace)) == 0 ||
-        process->SetAoi(&request) == 0)
-        return FailedProcess("take its inputs", status);
-    return process->Init() != 0 || FailedProcess("initialize", status);
+    return worker.Start(status);
 }
 
 namespace {
@@ -87,10 +72,8 @@ bool FusionSlot::OpenSources(Status& status) {
                                                 scene.resampling, status);
         if (!source->opened) return false;
     }
-    OfferImage(multispectralId, Role::Multispectral);
-    OfferImage(infraredId, Role::Infrared);
-    // The process takes the bounds from this record and the size from the window.
-    request = hostkit::MakeRequest(scene.pan->GetInfo(), window);
+    OfferImage(hostkit::multispectralId, Role::Multispectral);
+    OfferImage(hostkit::infraredId, Role::Infrared);
     return true;
 }
 
@@ -109,15 +92,13 @@ void FusionSlot::OfferImage(const char* id, Role role) {
         image.info.colorSpace = 1;
     }
     image.window = window;
-    workspace.SetImage(id, image);
+    worker.GetWorkspace().SetImage(id, image);
 }
 
 bool FusionSlot::Fuse(Status& status) {
     tally.assign(scene.outputBands, {0, 0});
     const bool isCovered = window.row0 < scene.covered.row1 && window.row1 > scene.covered.row0;
-    if (isCovered && !OpenSources(status)) return false;
-    if (isCovered && process->SetWindow(window.col0, window.row0, window.col1, window.row1) == 0)
-        return FailedProcess("set the window", status);
+    if (isCovered && !(OpenSources(status) && worker.OpenWindow(window, status))) return false;
     hasGaps = false;
     const std::size_t columns = window.GetColumns();
     for (std::uint32_t row = window.row0; row < window.row1; ++row) {
@@ -127,8 +108,8 @@ bool FusionSlot::Fuse(Status& status) {
         hasGaps = hasGaps || lacksData;
         const unsigned char* samples = nullptr;
         if (row >= scene.covered.row0 && row < scene.covered.row1) {
-            samples = process->GetRow(row);
-            if (!samples) return FailedProcess("deliver a row", status);
+            samples = worker.GetRow(row, status);
+            if (!samples) return false;
         }
         MakeRow(samples, lacksData ? rowValid : nullptr, number);
     }

@@ -1,9 +1,8 @@
 #pragma once
 
-#include "hostkit/ArrayWorkspace.h"
 #include "hostkit/Placement.h"
-#include "hostkit/PluginLibrary.h"
 #include "hostkit/SourceRaster.h"
+#include "hostkit/WindowWorker.h"
 #include "rasterhost/OutputRow.h"
 #include "rasterhost/ProcessSettings.h"
 
@@ -39,7 +38,7 @@ public:
     /// A byte a pixel of the rows, 0 without data; null when all pixels have data.
     [[nodiscard]] const unsigned char* GetValid() const { return hasGaps ? valid.data() : nullptr; }
     [[nodiscard]] const LimitTally& GetTally() const { return tally; }
-    [[nodiscard]] const KOVA::Tessara::Global::NameValueMap& GetMetadata() { return process->GetMetadata(); }
+    [[nodiscard]] const KOVA::Tessara::Global::NameValueMap& GetMetadata() { return worker.GetMetadata(); }
 
 private:
     /// An image to feed the process from, what was read of it and the window open over that.
@@ -54,7 +53,6 @@ private:
     [[nodiscard]] bool MayLackData() const;
     bool OpenSources(Status& status);
     void OfferImage(const char* id, Role role);
-    bool FailedProcess(const char* what, Status& status);
     bool FindValid(std::uint32_t row, unsigned char* rowValid);
     void MakeRow(const unsigned char* fused, const unsigned char* rowValid, std::uint32_t number);
     void MakePixels(const unsigned char* fused, const unsigned char* rowValid, std::size_t columns,
@@ -66,9 +64,7 @@ private:
     const Scene& scene;
     hostkit::SourceRaster pan;
     std::vector<std::unique_ptr<Source>> sources;
-    hostkit::ArrayWorkspace workspace;
-    KOVA::Tessara::Pixmere::Aoi request;
-    hostkit::Process process; ///< made after what it uses, so destroyed before it
+    hostkit::WindowWorker worker; ///< made after pan, so destroyed before it
     hostkit::PixelRect window;
     std::vector<hostkit::Reach> reach; ///< of one row
     std::vector<unsigned char> valid;  ///< of all rows; empty where no pixel lacks data

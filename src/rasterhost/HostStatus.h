@@ -19,7 +19,6 @@ inline constexpr std::uint32_t InputNotRead = 0xB105;
 inline constexpr std::uint32_t OutputRefused = 0xB106;
 inline constexpr std::uint32_t OutputNotCreated = 0xB107;
 inline constexpr std::uint32_t OutputNotWritten = 0xB108;
-inline constexpr std::uint32_t ProcessFailed = 0xB109;
 inline constexpr std::uint32_t Cancelled = 0xB10A;
 inline constexpr std::uint32_t Unexpected = 0xB10B;
 } // namespace HostStatus

@@ -1,10 +1,12 @@
 #include "rasterhost/OutputDescription.h"
 
-#include "rasterhost/BandWeights.h"
+#include "fundament/Numbers.h"
 
 #include <gdal_priv.h>
 
 namespace rasterhost {
+
+using KOVA::Tessara::Fundament::NumberText;
 
 GDALColorInterp ColourOf(const Scene& scene, std::size_t band) {
     const GDALColorInterp colour = scene.GetBand(band).colour;
@@ -46,7 +48,8 @@ void DescribeOutput(const Scene& scene, const OutputRules& rules, const OutputMe
         output.SetGeoTransform(transform->data());
     }
     const OGRSpatialReference& own = scene.pan->GetProjection();
-    const OGRSpatialReference& projection = own.IsEmpty() ? scene.GetMultispectral().image->GetProjection() : own;
+    const OGRSpatialReference& projection =
+        own.IsEmpty() ? scene.GetMultispectral().image->GetProjection() : own;
     if (!projection.IsEmpty()) output.SetSpatialRef(&projection);
     CopyPosition(pan, scene.part, output);
     if (const char* kind = pan.GetMetadataItem(GDALMD_AREA_OR_POINT))

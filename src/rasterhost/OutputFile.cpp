@@ -1,5 +1,6 @@
 #include "rasterhost/OutputFile.h"
 
+#include "fundament/Numbers.h"
 #include "fundament/Text.h"
 #include "rasterhost/CreationOptions.h"
 #include "rasterhost/GdalErrors.h"
@@ -11,6 +12,7 @@
 namespace rasterhost {
 
 using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Fundament::NumberText;
 using KOVA::Tessara::Fundament::StartsWith;
 
 namespace {

@@ -1,9 +1,12 @@
 #include "rasterhost/ProcessSettings.h"
 
 #include "fundament/Numbers.h"
+#include "fundament/PropertyLookUp.h"
 #include "fundament/Text.h"
+#include "host/PropertyNames.h"
 #include "hostkit/EffectiveWeights.h"
-#include "rasterhost/BandWeights.h"
+#include "hostkit/MethodTable.h"
+#include "hostkit/WindowWorker.h"
 
 #include <algorithm>
 #include <array>
@@ -12,22 +15,18 @@
 namespace rasterhost {
 
 using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Fundament::NumberText;
+using KOVA::Tessara::Fundament::PropertyLookUp;
 using KOVA::Tessara::Fundament::StartsWith;
 using KOVA::Tessara::Fundament::StringsEqual;
 using KOVA::Tessara::Fundament::StringToUnsignedLong;
+namespace PropertyNames = KOVA::Tessara::PropertyNames;
 
 namespace {
 
-/// True when a method reads weights of the multispectral bands.
-bool WeighsBands(const PansharpMethod& method) {
-    return std::any_of(
-        method.properties, method.properties + method.propertyCount,
-        [](const PansharpProperty& property) { return StringsEqual(property.name, "BandWeight-N", true); });
-}
-
 /// The weights of the request as properties of the process, whose bands are in another order.
-bool SetWeights(const SharpenRequest& request, const Scene& scene, const std::string& method,
-                PropertyTexts& properties, Status& status) {
+bool SetWeights(const SharpenRequest& request, const Scene& scene, const PansharpMethod& method,
+                PropertyLookUp& properties, Status& status) {
     hostkit::EffectiveWeights weights{request.weights, request.infraredWeight};
     const std::size_t bands = scene.bandOrder.size();
     if (request.weights.size() == bands)
@@ -37,21 +36,24 @@ bool SetWeights(const SharpenRequest& request, const Scene& scene, const std::st
     if (!hostkit::SetWeights(method, {static_cast<std::uint32_t>(bands), scene.HasInfrared()}, weights, texts,
                              status))
         return false;
+    hostkit::SetScalars(method, std::nullopt, texts);
     for (const auto& [name, value] : texts)
-        SetProperty(properties, name, value);
+        properties[name] = value;
     return true;
 }
 
 /// The weights as the process will find them, raw properties included, in the order of the request.
-void FillWeights(const Scene& scene, const PansharpMethod& method, const PropertyTexts& properties,
+void FillWeights(const Scene& scene, const PansharpMethod& method, const PropertyLookUp& properties,
                  ProcessSettings& settings) {
-    const std::size_t bands = scene.bandOrder.size();
-    const std::size_t all = scene.CountBands();
-    if (!WeighsBands(method)) {
-        if (scene.HasInfrared()) settings.infraredWeight = FindAdditionalBandWeight(properties).value_or(0.0);
+    const auto* shares = hostkit::FindParameter(method, PansharpFit::Share);
+    if (!shares) {
+        const auto* infrared = hostkit::FindInfraredWeight(method);
+        if (scene.HasInfrared() && infrared)
+            settings.infraredWeight = hostkit::ReadValues(*infrared, 1, properties).front();
         return;
     }
-    const auto weights = FindEffectiveWeights(method.keyword, all, properties);
+    const std::size_t bands = scene.bandOrder.size();
+    const auto weights = hostkit::ReadValues(*shares, scene.CountBands(), properties);
     settings.effectiveWeights.resize(bands);
     for (std::size_t band = 0; band < bands; ++band)
         settings.effectiveWeights[scene.bandOrder[band]] = weights[band];
@@ -60,18 +62,22 @@ void FillWeights(const Scene& scene, const PansharpMethod& method, const Propert
 
 /// Raw weights of bands that are not there would pass unnoticed, and weights whose sum is 0 or below leave
 /// nothing of the simulated pan.
-bool CheckWeights(const FusionRequest& request, const ProcessSettings& settings, Status& status) {
-    if (settings.effectiveWeights.empty()) return true;
+bool CheckWeights(const FusionRequest& request, const PansharpMethod& method, const ProcessSettings& settings,
+                  Status& status) {
+    const auto* shares = hostkit::FindParameter(method, PansharpFit::Share);
+    if (!shares) return true;
     const std::size_t bands = settings.effectiveWeights.size() + (settings.infraredWeight ? 1 : 0);
-    const std::string stem = "BandWeight-";
+    const std::string first = PropertyNames::OfBand(shares->band, 0);
+    const std::string stem = first.substr(0, first.size() - 1);
     for (const auto& [name, value] : request.properties) {
         if (!StartsWith(name, stem, true)) continue;
         const std::uint32_t band = StringToUnsignedLong(name.substr(stem.size()), 0);
         if (band < 1 || band > bands)
-            return Fail(status, HostStatus::RequestInvalid,
-                        FormatString("the property %s weighs a band that is not there; the weights are "
-                                     "BandWeight-1 to BandWeight-%lu",
-                                     name.c_str(), static_cast<unsigned long>(bands)));
+            return Fail(
+                status, HostStatus::RequestInvalid,
+                FormatString("the property %s weighs a band that is not there; the weights are %s to %s",
+                             name.c_str(), first.c_str(),
+                             PropertyNames::OfBand(shares->band, bands - 1).c_str()));
     }
     return settings.GetWeightSum() > 0.0 ||
            Fail(status, HostStatus::RequestInvalid,
@@ -80,29 +86,29 @@ bool CheckWeights(const FusionRequest& request, const ProcessSettings& settings,
                              NumberText(settings.GetWeightSum()).c_str()));
 }
 
-/// IHS makes nothing of more bands than its three, and takes the fourth for the infrared one.
+/// A method that fuses so many bands makes nothing of more, and takes the next for the infrared one.
 bool FitBands(const SharpenRequest& request, const PansharpMethod& method, Scene& scene, Status& status) {
     if (scene.bandOrder.size() < method.minimumBands)
         return Fail(status, HostStatus::RequestInvalid,
                     FormatString("the method %s needs at least %u multispectral bands; %d were given",
                                  method.keyword, method.minimumBands,
                                  static_cast<int>(scene.bandOrder.size())));
-    if (WeighsBands(method)) return true;
-    if (request.bands.empty()) scene.outputBands = std::min(scene.outputBands, method.minimumBands);
-    if (!scene.HasInfrared() || scene.bandOrder.size() == method.minimumBands) return true;
-    if (scene.outputBands > method.minimumBands)
+    if (method.fusedBands == 0) return true;
+    if (request.bands.empty()) scene.outputBands = std::min(scene.outputBands, method.fusedBands);
+    if (!scene.HasInfrared() || scene.bandOrder.size() <= method.fusedBands) return true;
+    if (scene.outputBands > method.fusedBands)
         return Fail(
             status, HostStatus::RequestInvalid,
             FormatString("the method %s writes %u bands beside an infrared one; name so many with --bands",
-                         method.keyword, method.minimumBands));
-    scene.KeepFirstBands(method.minimumBands);
+                         method.keyword, method.fusedBands));
+    scene.KeepFirstBands(method.fusedBands);
     return true;
 }
 
-bool SetRawProperties(const SharpenRequest& request, PropertyTexts& properties, Status& status) {
-    constexpr std::array kept = {"MSImageID",  "AdditionalBandID", "_key_Process_RasterId_",
-                                 "ReSampleMS", "ReSampleIR",       "outputNBands",
-                                 "Method"};
+bool SetRawProperties(const SharpenRequest& request, PropertyLookUp& properties, Status& status) {
+    using namespace KOVA::Tessara::PropertyNames;
+    constexpr std::array kept = {multispectralImage,    additionalImage,    processRaster, outputBands,
+                                 resampleMultispectral, resampleAdditional, method};
     for (const auto& [name, value] : request.properties) {
         for (const char* own : kept)
             if (StringsEqual(name, own, true))
@@ -110,7 +116,7 @@ bool SetRawProperties(const SharpenRequest& request, PropertyTexts& properties, 
                             FormatString("the property '%s' cannot be set: this program sets it from its "
                                          "inputs and options",
                                          name.c_str()));
-        SetProperty(properties, name, value);
+        properties[name] = value;
     }
     return true;
 }
@@ -123,12 +129,13 @@ double ProcessSettings::GetWeightSum() const {
 
 bool WantsFit(const SharpenRequest& request, const PansharpDescription& plugin) {
     if (request.weightSource != WeightSource::Fit || !request.weights.empty()) return false;
-    for (const auto& [name, value] : request.properties)
-        if (StartsWith(name, "BandWeight-", true) || StringsEqual(name, "AdditionalBandWeight", true))
-            return false;
     Status unknown; // MakeSettings says what is wrong with the method
     const PansharpMethod* method = hostkit::FindMethod(plugin, request.method, unknown);
-    return method && WeighsBands(*method);
+    const auto* shares = method ? hostkit::FindParameter(*method, PansharpFit::Share) : nullptr;
+    return shares && std::none_of(request.properties.begin(), request.properties.end(), [&](const auto& raw) {
+               return hostkit::IsNamed(shares->band, raw.first) ||
+                      hostkit::IsNamed(shares->additional, raw.first);
+           });
 }
 
 bool MakeSettings(const SharpenRequest& request, Scene& scene, const PansharpDescription& plugin,
@@ -136,20 +143,22 @@ bool MakeSettings(const SharpenRequest& request, Scene& scene, const PansharpDes
     const PansharpMethod* method = hostkit::FindMethod(plugin, request.method, status);
     if (!method || !FitBands(request, *method, scene, status)) return false;
     settings.method = method->keyword;
-    PropertyTexts properties;
-    SetProperty(properties, "Method", method->keyword);
-    SetProperty(properties, "MSImageID", multispectralId);
-    SetProperty(properties, "AdditionalBandID", scene.HasInfrared() ? infraredId : "");
-    SetProperty(properties, "_key_Process_RasterId_", sceneId);
-    SetProperty(properties, "outputNBands", FormatString("%u", scene.outputBands));
-    SetProperty(properties, "generateMetadata", "true");
-    if (!SetWeights(request, scene, method->keyword, properties, status) ||
+    PropertyLookUp properties;
+    properties[PropertyNames::method] = method->keyword;
+    properties[PropertyNames::multispectralImage] = hostkit::multispectralId;
+    properties[PropertyNames::additionalImage] = scene.HasInfrared() ? hostkit::infraredId : "";
+    properties[PropertyNames::processRaster] = hostkit::sceneId;
+    properties[PropertyNames::outputBands] = FormatString("%u", scene.outputBands);
+    properties[PropertyNames::generateMetadata] = "true";
+    if (!SetWeights(request, scene, *method, properties, status) ||
         !SetRawProperties(request, properties, status))
         return false;
     FillWeights(scene, *method, properties, settings);
-    if (!CheckWeights(request, settings, status)) return false;
-    for (const auto& [key, property] : properties)
-        settings.properties[property.first] = property.second;
+    if (!CheckWeights(request, *method, settings, status)) return false;
+    for (std::uint32_t i = 0; i < properties.GetCount(); ++i) {
+        const auto [name, value] = properties.GetAt(i);
+        settings.properties[name] = value;
+    }
     return true;
 }
 

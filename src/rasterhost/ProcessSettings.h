@@ -10,11 +10,6 @@
 
 namespace rasterhost {
 
-/// IDs under which the process finds its images.
-inline constexpr const char* multispectralId = "multispectral";
-inline constexpr const char* infraredId = "infrared";
-inline constexpr const char* sceneId = "scene";
-
 /// What the process objects of a run are created with.
 struct ProcessSettings {
     KOVA::Tessara::Global::NameValueMap properties;

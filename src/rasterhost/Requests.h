@@ -64,7 +64,7 @@ enum class WeightSource {
 
 /// How a pair is fused.
 struct FusionRequest {
-    std::string method = "KOVA";
+    std::string method; ///< a keyword in any letter case; empty for the one that the plug-in recommends
     /// Effective weights of the multispectral bands in the simulated pan, in their order; empty for those of
     /// `weightSource`.
     std::vector<double> weights;

@@ -1,7 +1,7 @@
 #include "rasterhost/Sharpen.h"
 
+#include "fundament/Numbers.h"
 #include "fundament/Text.h"
-#include "rasterhost/BandWeights.h"
 #include "rasterhost/CacheLimit.h"
 #include "rasterhost/Collars.h"
 #include "rasterhost/ExactFormat.h"
@@ -21,6 +21,7 @@
 namespace rasterhost {
 
 using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Fundament::NumberText;
 using KOVA::Tessara::Fundament::StringsEqual;
 using KOVA::Tessara::Pixmere::RasterInfo;
 

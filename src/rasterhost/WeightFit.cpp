@@ -109,8 +109,8 @@ std::vector<std::string> JudgeFit(const Scene& scene, const WeightFit& fit) {
     }
     if (count > 0)
         warnings.push_back(FormatString(
-            "band%s %s do%s not follow pan (correlation %s, below %.1f): KOVA and "
-            "Brovey harm such bands; leave them out of the result with --bands",
+            "band%s %s do%s not follow pan (correlation %s, below %.1f): fusing harms such bands; leave them "
+            "out of the result with --bands",
             count == 1 ? "" : "s", named.c_str(), count == 1 ? "es" : "", found.c_str(), leastCorrelation));
     return warnings;
 }

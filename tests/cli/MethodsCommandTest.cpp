@@ -1,6 +1,6 @@
 #include "Child.h"
 
-#include "host/Describe.h"
+#include "hostkit/MethodTable.h"
 
 #include <dlfcn.h>
 #include <gmock/gmock.h>
@@ -50,16 +50,20 @@ TEST(MethodsCommand, ListsWhatThePluginSays) {
     ASSERT_EQ(object.at("methods").size(), plugin.methodCount);
     for (std::uint32_t i = 0; i < plugin.methodCount; ++i) {
         const PansharpMethod& method = plugin.methods[i];
-        EXPECT_THAT(text.out, HasSubstr("\n" + std::string(method.keyword) + "\n"));
+        const bool isDefault = method.isRecommended != 0;
+        EXPECT_THAT(text.out,
+                    HasSubstr("\n" + std::string(method.keyword) + (isDefault ? " (the default)\n" : "\n")));
+        EXPECT_EQ(object.at("methods").at(i).at("recommended"), isDefault);
         EXPECT_THAT(Unwrapped(text.out), HasSubstr(" use " + std::string(method.advice) + " needs "));
         const auto& listed = object.at("methods").at(i);
         EXPECT_EQ(listed.at("keyword"), method.keyword);
         EXPECT_EQ(listed.at("formula"), method.formula);
         EXPECT_EQ(listed.at("minimum_bands"), method.minimumBands);
-        ASSERT_EQ(listed.at("properties").size(), method.propertyCount);
-        for (std::uint32_t p = 0; p < method.propertyCount; ++p) {
-            EXPECT_THAT(text.out, HasSubstr("\n    " + std::string(method.properties[p].name) + " "));
-            EXPECT_EQ(listed.at("properties").at(p).at("default"), method.properties[p].defaultValue);
+        const auto properties = hostkit::PropertiesOf(method);
+        ASSERT_EQ(listed.at("properties").size(), properties.size());
+        for (std::size_t p = 0; p < properties.size(); ++p) {
+            EXPECT_THAT(text.out, HasSubstr("\n    " + std::string(properties[p].name) + " "));
+            EXPECT_EQ(listed.at("properties").at(p).at("default"), properties[p].defaultValue);
         }
     }
     ASSERT_EQ(object.at("properties").size(), plugin.propertyCount);

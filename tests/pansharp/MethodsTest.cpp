@@ -6,20 +6,19 @@
 #include "pansharp/CreatePanSharpImage.h"
 #include "pansharp/Oracle.h"
 #include "support/FakeImage.h"
-#include "support/MethodWeights.h"
+#include "support/MethodValues.h"
 #include "support/StatusText.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <limits>
-#include <map>
 
 namespace {
 
 using namespace PXL;
-using Settings = std::map<std::string, std::string>;
 using Fundament::FormatString;
+using support::Settings;
+namespace PropertyNames = KOVA::Tessara::PropertyNames;
 
 template <class T>
 std::unique_ptr<PanSharpImage<T>> Create(const std::string& keyword, const Settings& settings) {
@@ -64,21 +63,19 @@ oracle::Gains GainsOf(const Settings& settings, std::uint32_t bands) {
 }
 
 template <class T>
-void CompareWithOracle(const std::string& keyword, std::uint32_t bands, std::uint32_t width,
-                       std::mt19937& random) {
+void CompareWithOracle(const PansharpMethod& method, kernels::SimdTarget target, std::uint32_t bands,
+                       std::uint32_t width, std::mt19937& random) {
+    const std::string keyword = method.keyword;
     const auto outputBands = static_cast<std::uint32_t>(1 + random() % bands);
     const Settings settings = RandomSettings(bands, outputBands, random);
     support::FakeImage<T> ms(width, 2, bands);
     support::FakeImage<T> pan(width + 5, 9, 1);
     const auto image = Create<T>(keyword, settings);
+    image->UseSimdTarget(target);
     ASSERT_TRUE(image->Init(&ms, &pan)) << support::StatusText(image->status);
     ASSERT_TRUE(image->SetWindow(3, 4, 3 + width, 6));
     const double max = std::numeric_limits<T>::max();
-    const auto find = [&](const std::string& name) {
-        const auto found = settings.find(name);
-        return found == settings.end() ? nullptr : &found->second;
-    };
-    const auto tables = oracle::MethodTables(keyword, support::MethodWeights(keyword, bands, find), max);
+    const auto tables = oracle::MethodTables(keyword, support::MethodValues(method, bands, settings), max);
     const oracle::Gains gains = GainsOf(settings, bands);
     for (std::uint32_t row = 4; row < 6; ++row) {
         const T* actual = image->GetRow(row);
@@ -97,19 +94,18 @@ void CompareWithOracle(const std::string& keyword, std::uint32_t bands, std::uin
 }
 
 template <class T>
-void CompareAll() {
+void CompareAll(kernels::SimdTarget target) {
     std::mt19937 random(5);
     for (const PansharpMethod& method : MethodDescriptions())
         for (std::uint32_t bands = method.minimumBands; bands <= 8; ++bands)
             for (std::uint32_t width = 1; width <= 67; width += sizeof(T) == 1 ? 1 : 11)
-                CompareWithOracle<T>(method.keyword, bands, width, random);
+                CompareWithOracle<T>(method, target, bands, width, random);
 }
 
 TEST(Methods, GiveTheBytesOfTheOracle) {
-    for (const char* target : {"scalar", ""}) { // the definition, then the best this processor has
-        ASSERT_EQ(setenv("PANSHARP_SIMD", target, 1), 0);
-        CompareAll<unsigned char>();
-        CompareAll<unsigned short>();
+    for (const kernels::SimdTarget target : {kernels::SimdTarget{0}, kernels::ChosenSimdTarget()}) {
+        CompareAll<unsigned char>(target);
+        CompareAll<unsigned short>(target);
     }
 }
 
@@ -240,14 +236,20 @@ TEST(Methods, DescribeWhatTheyReadAndNeed) {
         const auto fuse = [&](const Settings& settings) {
             return FuseOne<unsigned char>(method.keyword, settings, {90, 60, 200, 40}, 120);
         };
-        for (const std::string property : {"BandWeight-N", "AdditionalBandWeight", "InjectionGain-N",
-                                           "InjectionRatioGain-N", "InjectionLimit"}) {
-            const bool described = std::any_of(method.properties, method.properties + method.propertyCount,
-                                               [&](const PansharpProperty& p) { return p.name == property; });
-            std::string name = property;
-            if (name.ends_with('N')) name.back() = '1';
-            EXPECT_EQ(fuse({{name, "0.125"}}) != fuse({}), described) << method.keyword << " " << property;
-        }
+        const auto describes = [&](const std::string& name) {
+            const std::span bands(method.bandParameters, method.bandParameterCount);
+            const std::span scalars(method.scalarParameters, method.scalarParameterCount);
+            return std::any_of(bands.begin(), bands.end(),
+                               [&](const PansharpBandParameter& p) {
+                                   return (p.band.name && PropertyNames::OfBand(p.band, 0) == name) ||
+                                          (p.additional.name && p.additional.name == name);
+                               }) ||
+                   std::any_of(scalars.begin(), scalars.end(),
+                               [&](const PansharpScalarParameter& p) { return p.property.name == name; });
+        };
+        for (const std::string name : {"BandWeight-1", "AdditionalBandWeight", "InjectionGain-1",
+                                       "InjectionRatioGain-1", "InjectionLimit"})
+            EXPECT_EQ(fuse({{name, "0.125"}}) != fuse({}), describes(name)) << method.keyword << " " << name;
         support::FakeImage<unsigned char> pan(1, 1, 1);
         for (std::uint32_t bands = 1; bands <= 3; ++bands) {
             support::FakeImage<unsigned char> ms(1, 1, bands);

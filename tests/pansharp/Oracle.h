@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -136,12 +137,14 @@ inline Pixel Ihs(const Pixel& ms, double pan, const std::vector<double>& infrare
     return out;
 }
 
+/// Every method of the plug-in has its formula here.
 inline Pixel Fuse(const std::string& keyword, const Pixel& ms, double pan, const Tables& tables, double max,
                   const Gains& gains = {}) {
-    return keyword == "KOVA"        ? Kova(ms, pan, tables, max)
-           : keyword == "Brovey"    ? Brovey(ms, pan, tables, max)
-           : keyword == "Injection" ? Inject(ms, pan, tables, gains, max)
-                                    : Ihs(ms, pan, tables[0], max);
+    if (keyword == "KOVA") return Kova(ms, pan, tables, max);
+    if (keyword == "Brovey") return Brovey(ms, pan, tables, max);
+    if (keyword == "IHS") return Ihs(ms, pan, tables[0], max);
+    if (keyword == "Injection") return Inject(ms, pan, tables, gains, max);
+    throw std::logic_error("tests/pansharp/Oracle.h has no formula of " + keyword);
 }
 
 } // namespace oracle

@@ -63,9 +63,10 @@ TEST(Memory, NoAllocationThatFailsLeavesASlotAsAnException) {
     for (auto& row : rows) // the test itself allocates nothing on the way
         row.reserve(1'000);
     long failures = 0;
-    for (const char* method : {"KOVA", "Brovey", "IHS", "Injection"})
+    for (const PansharpMethod& described : plugin.Methods())
         for (const char* additional : {"", "ir"})
             for (const Fault::Kind kind : {Fault::Kind::Once, Fault::Kind::FromThereOn}) {
+                const std::string method = described.keyword;
                 const Properties properties{{"Method", method},
                                             {"AdditionalBandID", additional},
                                             {"outputNBands", "2"},
@@ -119,16 +120,17 @@ TEST(Memory, StaysFlatOverManyWindows) {
 
 TEST(Memory, StaysFlatOverManyObjects) {
     const Plugin held;
+    const auto methods = held.Methods();
     const auto use = [](const char* method) {
         Session session({{"Method", method}}, 16);
         ASSERT_EQ(session.process->Init(), 1);
         ASSERT_NO_FATAL_FAILURE(UseWindow(session, 3));
     };
-    use("IHS");
+    use(methods.back().keyword);
     const long before = allocations::Live();
     const std::size_t filesBefore = OpenFiles();
     for (int i = 0; i < manyObjects; ++i)
-        ASSERT_NO_FATAL_FAILURE(use(i % 2 == 0 ? "KOVA" : "Brovey"));
+        ASSERT_NO_FATAL_FAILURE(use(methods[static_cast<std::size_t>(i) % methods.size()].keyword));
     EXPECT_EQ(allocations::Live(), before);
     EXPECT_EQ(OpenFiles(), filesBefore);
 }

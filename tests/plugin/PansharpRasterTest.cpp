@@ -1,7 +1,7 @@
 #include "Plugin.h"
 
 #include "pansharp/Oracle.h"
-#include "support/MethodWeights.h"
+#include "support/MethodValues.h"
 
 using namespace fakehost;
 
@@ -92,31 +92,31 @@ TEST(PansharpRaster, WritesTheRequestRecordForTheWindow) {
 TEST(PansharpRaster, FusesEveryPixelOfEveryWindowAsDefined) {
     struct Case {
         std::uint32_t bits, bands;
-        std::string method, infrared, weight; ///< that of the last band
+        const PansharpMethod* method;
+        std::string infrared, weight; ///< that of the last band
     };
+    const Plugin plugin;
     std::vector<Case> cases;
     for (const std::uint32_t bits : {8u, 16u})
         for (const std::uint32_t bands : {1u, 3u, 4u, 8u})
-            for (const char* method : {"KOVA", "Brovey", "IHS", "Injection"})
+            for (const PansharpMethod& method : plugin.Methods())
                 for (const char* infrared : {"", "ir"})
                     for (const char* weight : {"", "-0.25"})
-                        if (bands >= 3 || std::string(method) != "IHS")
-                            cases.push_back({bits, bands, method, infrared, weight});
+                        if (bands >= method.minimumBands)
+                            cases.push_back({bits, bands, &method, infrared, weight});
     for (const Case& c : cases) {
         const std::uint32_t allBands = c.bands + (c.infrared.empty() ? 0 : 1);
         const std::uint32_t outBands = 1 + allBands / 2;
-        std::map<std::string, std::string> settings = {{"Method", c.method},
-                                                       {"AdditionalBandID", c.infrared},
-                                                       {"outputNBands", std::to_string(outBands)},
-                                                       {"BandWeight-1", "-1.5"},
-                                                       {"BandWeight-2", "0.3333"}};
+        const std::string keyword = c.method->keyword;
+        support::Settings settings = {{"Method", keyword},
+                                      {"AdditionalBandID", c.infrared},
+                                      {"outputNBands", std::to_string(outBands)},
+                                      {"BandWeight-1", "-1.5"},
+                                      {"BandWeight-2", "0.3333"}};
         if (!c.weight.empty()) settings["AdditionalBandWeight"] = c.weight;
-        const auto find = [&](const std::string& name) {
-            return settings.contains(name) ? &settings[name] : nullptr;
-        };
         const double most = c.bits == 8 ? 255 : 65535;
         const auto tables =
-            oracle::MethodTables(c.method, support::MethodWeights(c.method, allBands, find), most);
+            oracle::MethodTables(keyword, support::MethodValues(*c.method, allBands, settings), most);
         const auto ms = [most](std::uint32_t column, std::uint32_t row, std::uint32_t band) {
             return (column * 2654435761u + row * 40503u + band * 977u) & static_cast<unsigned>(most);
         };
@@ -132,11 +132,11 @@ TEST(PansharpRaster, FusesEveryPixelOfEveryWindowAsDefined) {
                         pixel.push_back(ms(column, row, b));
                     if (!c.infrared.empty()) pixel.push_back(Session::IrSample(column, row, 0));
                     const auto fused =
-                        oracle::Fuse(c.method, pixel, Session::PanSample(column, row, 0), tables, most);
+                        oracle::Fuse(keyword, pixel, Session::PanSample(column, row, 0), tables, most);
                     expected.insert(expected.end(), fused.begin(), fused.begin() + outBands);
                 }
             EXPECT_EQ(session.Read(w), expected)
-                << c.bits << " bits, " << c.bands << " bands, " << c.method << c.infrared << c.weight;
+                << c.bits << " bits, " << c.bands << " bands, " << keyword << c.infrared << c.weight;
         }
     }
 }

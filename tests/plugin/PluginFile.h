@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <dlfcn.h>
+#include <span>
 #include <stdexcept>
 
 namespace fakehost {
@@ -32,6 +33,13 @@ struct Plugin {
     int Destroy(IRasterProcess** object) const {
         namespace Names = KOVA::Tessara::EntryPoints;
         return Entry<TessaraDestroyObject>(Names::destroyObject)(nullptr, object);
+    }
+
+    [[nodiscard]] const PansharpDescription& Describe() const {
+        return *Entry<PansharpDescribe>(KOVA::Tessara::EntryPoints::describe)();
+    }
+    [[nodiscard]] std::span<const PansharpMethod> Methods() const {
+        return {Describe().methods, Describe().methodCount};
     }
 
     void* library;

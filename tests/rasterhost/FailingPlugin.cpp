@@ -60,7 +60,8 @@ private:
     std::vector<unsigned char> zeros;
 };
 
-const PansharpMethod methods[] = {{"KOVA", "", "", "", 1, 0, nullptr}};
+const PansharpMethod methods[] = {
+    {"Zeros", "", "", "", 1, 0, 1, PansharpAdditionalBand::Infrared, 0, nullptr, 0, nullptr}};
 const PansharpDescription description = {
     sizeof(PansharpDescription), PANSHARP_CONTRACT_VERSION, "Failing", "1", 1, methods, 0, nullptr};
 

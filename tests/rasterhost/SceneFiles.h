@@ -1,5 +1,7 @@
 #pragma once
 
+#include "hostkit/MethodTable.h"
+#include "hostkit/PluginLibrary.h"
 #include "rasterhost/Sharpen.h"
 
 #include <gdal_priv.h>
@@ -120,6 +122,13 @@ struct Outcome {
     rasterhost::SharpenReport report;
     KOVA::Tessara::Fundament::Status status;
 };
+
+/// The methods of the built plug-in.
+inline std::span<const PansharpMethod> Methods() {
+    static KOVA::Tessara::Fundament::Status status;
+    static const auto plugin = hostkit::PluginLibrary::Load(PANSHARP_PLUGIN_FILE, status);
+    return hostkit::MethodsOf(plugin->GetDescription());
+}
 
 inline Outcome RunSharpen(rasterhost::SharpenRequest request) {
     if (request.plugin.empty()) request.plugin = PANSHARP_PLUGIN_FILE;
