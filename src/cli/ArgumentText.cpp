@@ -93,6 +93,27 @@ std::vector<double> ParseWeights(const std::string& option, const std::string& t
     return weights;
 }
 
+std::vector<rasterhost::BandGains> ParseGains(const std::string& option, const std::string& text) {
+    if (StringsEqual(text, "auto", true)) return {};
+    std::vector<rasterhost::BandGains> gains;
+    for (const std::string& part : SplitAtCommas(text)) {
+        const auto colon = part.find(':');
+        const auto gain = Convert<double>(part.substr(0, colon));
+        const auto ratioGain =
+            colon == std::string::npos ? std::optional(0.0) : Convert<double>(part.substr(colon + 1));
+        const auto isGain = [](const std::optional<double>& of) {
+            return of && std::isfinite(*of) && *of >= 0.0;
+        };
+        if (!isGain(gain) || !isGain(ratioGain))
+            throw UsageError(
+                option + ": '" + part + "' in '" + text +
+                "' is no pair of gains; give two numbers of 0 or more for each multispectral band, as in "
+                "0.4:0.6,0.5:0.5, or 'auto'");
+        gains.push_back({*gain, *ratioGain});
+    }
+    return gains;
+}
+
 std::vector<int> ParseBandList(const std::string& option, const std::string& text) {
     if (StringsEqual(text, "all", true)) return {};
     std::vector<int> bands;

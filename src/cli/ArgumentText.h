@@ -24,6 +24,10 @@ namespace cli {
 /// "W1,W2,..." as numbers; "auto" and "equal" as none.
 [[nodiscard]] std::vector<double> ParseWeights(const std::string& option, const std::string& text);
 
+/// "A1:B1,..." as pairs of gains, the second 0 where it is left out; "auto" as none.
+[[nodiscard]] std::vector<rasterhost::BandGains> ParseGains(const std::string& option,
+                                                            const std::string& text);
+
 /// "3,2,1": band numbers from 1, none twice; "all" as none.
 [[nodiscard]] std::vector<int> ParseBandList(const std::string& option, const std::string& text);
 

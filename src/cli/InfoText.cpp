@@ -1,5 +1,6 @@
 #include "cli/InfoText.h"
 
+#include "cli/ReportText.h"
 #include "cli/TextLayout.h"
 #include "fundament/Text.h"
 
@@ -81,7 +82,11 @@ std::string FormatRun(const PreflightReport& report) {
     for (const double weight : report.effectiveWeights)
         weights += FormatString(weights.empty() ? " with the weights %.4g" : ", %.4g", weight);
     if (report.infraredWeight) weights += FormatString("; infrared %.4g", *report.infraredWeight);
-    return Line("sharpen", FormatString("%s%s", report.method.c_str(), weights.c_str())) +
+    std::string detail;
+    if (report.detail)
+        for (const std::string& line : DescribeDetail(*report.detail))
+            detail += Line("", line);
+    return Line("sharpen", FormatString("%s%s", report.method.c_str(), weights.c_str())) + detail +
            Line("", FormatString("%u x %u pixels, %u band%s: %.1f MB before compression; about %.0f MB of "
                                  "memory",
                                  report.outputColumns, report.outputRows, report.outputBands,

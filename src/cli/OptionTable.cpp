@@ -24,6 +24,16 @@ constexpr OptionEntry methodOption = {"--method", "METHOD", "what the plug-in re
 constexpr OptionEntry infraredOption = {
     "--infrared", "FILE[,band=N]", "", fusionHeading,
     "an infrared band that takes part in the simulated pan and is not written"};
+constexpr OptionEntry transferOption = {"--mtf", "auto|G", "auto", fusionHeading,
+                                        "modulation transfer of the multispectral sensor at the Nyquist "
+                                        "frequency of its pixels, 0.05 to 0.9, which "
+                                        "pan's low-pass is to have; 'auto' measures it on the pair. For "
+                                        "methods that compare pan with its low-pass"};
+constexpr OptionEntry gainsOption = {
+    "--gains", "auto|A1:B1,...", "auto", fusionHeading,
+    "what each multispectral band, in order, takes of pan's detail: A of it, and B of it times the band's "
+    "ratio to "
+    "pan's low-pass; 'auto' fits them one scale down, where the truth is known. For the same methods"};
 constexpr OptionEntry bandsOption = {
     "-b,--bands", "LIST", "all", fusionHeading,
     "multispectral bands to write, by number from 1, in order, such as 3,2,1; the others only take part in "
@@ -93,10 +103,14 @@ constexpr OptionEntry sharpenOptions[] = {
      "pan "
      "as can be"},
     {"--weights-from", "RUN.json", "", fusionHeading,
-     "the weights of an earlier run, from what it printed with --json; that of the infrared band too"},
+     "the weights of an earlier run, from what it printed with --json; that of the infrared band too, or "
+     "blur and "
+     "gains in their place"},
     infraredOption,
     {"--infrared-weight", "W", "fitted, or the share of one band", fusionHeading,
      "weight of the infrared band in the simulated pan"},
+    transferOption,
+    gainsOption,
     bandsOption,
     resamplingOption,
     bitDepthOption,

@@ -51,6 +51,28 @@ double MegapixelsPerSecond(const SharpenReport& report) {
     return report.seconds > 0.0 ? Pixels(report) / report.seconds / 1e6 : 0.0;
 }
 
+std::vector<std::string> DescribeDetail(const rasterhost::DetailFit& detail) {
+    std::vector<std::string> lines;
+    lines.push_back(FormatString("modulation transfer %.4g ", detail.transfer) +
+                    (!detail.blur ? std::string("as given")
+                     : detail.blur->obstacle.empty()
+                         ? FormatString("measured, R² %.3f", detail.blur->rSquared)
+                         : std::string("taken as usual, since it cannot be measured")));
+    std::string gains;
+    for (const rasterhost::BandGains& of : detail.gains)
+        gains += FormatString("%s%.3g:%.3g", gains.empty() ? "" : ", ", of.gain, of.ratioGain);
+    lines.push_back(FormatString("gains %s (of pan's detail : and by the band's ratio), %s", gains.c_str(),
+                                 detail.areGainsGiven ? "given"
+                                 : detail.error       ? "fitted one scale down"
+                                                      : "by a rule of thumb"));
+    if (detail.error)
+        lines.push_back(
+            FormatString("ERGAS one scale down %.3g, merely upsampled %.3g; at full size the gain is "
+                         "smaller",
+                         *detail.error, *detail.plainError));
+    return lines;
+}
+
 std::string FormatReport(const SharpenReport& report, std::uint64_t peakMemory) {
     std::string text =
         FormatString("%s: %u x %u pixels, %u band%s of %u bits, method %s, pan %.4g times as fine\n",
@@ -59,6 +81,9 @@ std::string FormatReport(const SharpenReport& report, std::uint64_t peakMemory) 
     if (const std::string weights = FormatWeights(report); !weights.empty())
         text += "  weights " + weights + "\n";
     if (report.fit) text += FormatFit(*report.fit);
+    if (report.detail)
+        for (const std::string& line : DescribeDetail(*report.detail))
+            text += "  " + line + "\n";
     text += FormatString("  %.2f s, %.1f megapixels/s, %d thread%s, peak memory %.0f MB\n", report.seconds,
                          MegapixelsPerSecond(report), report.threads, report.threads == 1 ? "" : "s",
                          static_cast<double>(peakMemory) / 1e6);

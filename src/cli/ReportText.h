@@ -4,8 +4,12 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace cli {
+
+/// Blur, gains and what they promise, each sentence a line.
+[[nodiscard]] std::vector<std::string> DescribeDetail(const rasterhost::DetailFit& detail);
 
 /// The closing lines of a run that is done. `peakMemory` in bytes.
 [[nodiscard]] std::string FormatReport(const rasterhost::SharpenReport& report, std::uint64_t peakMemory);

@@ -29,6 +29,21 @@ Json FitObject(const rasterhost::WeightFit& fit) {
     return object;
 }
 
+/// Blur and gains at the top, where an earlier run's are looked for; how they were found beside them.
+void AddDetail(Json& object, const rasterhost::DetailFit& detail) {
+    object["modulation_transfer"] = detail.transfer;
+    object["gains"] = Json::array();
+    for (const rasterhost::BandGains& of : detail.gains)
+        object["gains"].push_back({of.gain, of.ratioGain});
+    Json fit = {{"gains_given", detail.areGainsGiven}, {"samples", detail.samples}};
+    if (detail.blur) fit["blur_r_squared"] = detail.blur->rSquared;
+    if (detail.error) {
+        fit["ergas_one_scale_down"] = *detail.error;
+        fit["plain_ergas_one_scale_down"] = *detail.plainError;
+    }
+    object["detail_fit"] = fit;
+}
+
 void AddReport(Json& object, const SharpenReport& report) {
     object["columns"] = report.columns;
     object["rows"] = report.rows;
@@ -39,6 +54,7 @@ void AddReport(Json& object, const SharpenReport& report) {
     object["weights"] = report.effectiveWeights;
     if (report.infraredWeight) object["infrared_weight"] = *report.infraredWeight;
     if (report.fit) object["fit"] = FitObject(*report.fit);
+    if (report.detail) AddDetail(object, *report.detail);
     object["threads"] = report.threads;
     object["window_rows"] = report.windowRows;
     object["seconds"] = report.seconds;
@@ -147,6 +163,7 @@ std::string InfoJson(const SharpenRequest& request, const PreflightReport& repor
                              {"bands", report.outputBands},       {"output_bytes", report.outputBytes},
                              {"memory_bytes", report.memoryBytes}};
         if (report.infraredWeight) object["sharpen"]["infrared_weight"] = *report.infraredWeight;
+        if (report.detail) AddDetail(object["sharpen"], *report.detail);
     }
     object["seconds"] = report.seconds;
     object["warnings"] = report.warnings;

@@ -18,6 +18,23 @@ constexpr const char* whatToDo = "; name a file with what 'pansharp sharpen ... 
 
 bool IsFinite(const Json& number) { return number.is_number() && std::isfinite(number.get<double>()); }
 
+bool IsGain(const Json& number) { return IsFinite(number) && number.get<double>() >= 0.0; }
+
+/// Blur and gains, where the run had them.
+void ReadDetail(const std::string& file, const Json& object, RunWeights& run) {
+    const Json transfer = object.value("modulation_transfer", Json());
+    const Json gains = object.value("gains", Json());
+    if (transfer.is_null() && gains.is_null()) return;
+    if (!IsFinite(transfer) || !gains.is_array() || gains.empty())
+        Refuse(file, "lacks the blur or the gains, or they are not what a run prints; run it again");
+    run.transfer = transfer.get<double>();
+    for (const Json& of : gains) {
+        if (!of.is_array() || of.size() != 2 || !IsGain(of[0]) || !IsGain(of[1]))
+            Refuse(file, "has gains that are no pairs of numbers of 0 or more; run it again");
+        run.gains.push_back({of[0].get<double>(), of[1].get<double>()});
+    }
+}
+
 } // namespace
 
 RunWeights ReadRunWeights(const std::string& file) {
@@ -32,8 +49,10 @@ RunWeights ReadRunWeights(const std::string& file) {
     const Json infrared = object.value("infrared_weight", Json());
     if (!method.is_string() || !weights.is_array() || !(infrared.is_null() || IsFinite(infrared)))
         Refuse(file, "lacks the method or the weights, or they are not what a run prints; run it again");
-    RunWeights run{method.get<std::string>(), {}, std::nullopt};
-    if (weights.empty())
+    RunWeights run;
+    run.method = method.get<std::string>();
+    ReadDetail(file, object, run);
+    if (weights.empty() && run.gains.empty())
         Refuse(file, "is of the method " + run.method + ", which weighs no bands; take a run of another");
     for (const Json& weight : weights) {
         if (!IsFinite(weight)) Refuse(file, "has a weight that is no finite number; run it again");

@@ -1,20 +1,25 @@
 #pragma once
 
+#include "rasterhost/BandGains.h"
+
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace cli {
 
-/// What an earlier run weighed the bands with: its effective weights.
+/// What an earlier run weighed the bands with, its effective weights, or what it took of pan's detail. In the
+/// order of the multispectral bands.
 struct RunWeights {
     std::string method;        ///< as the plug-in writes it
-    std::vector<double> bands; ///< one or more, in the order of the multispectral bands
+    std::vector<double> bands; ///< empty where the run has gains
     std::optional<double> infrared;
+    std::optional<double> transfer; ///< of the bands' blur
+    std::vector<rasterhost::BandGains> gains;
 };
 
 /// From the object that a run printed with "--json". Throws UsageError when the file cannot be read, holds no
-/// such object, or the run failed or weighed no bands.
+/// such object, or the run failed or has neither weights nor gains.
 [[nodiscard]] RunWeights ReadRunWeights(const std::string& file);
 
 } // namespace cli

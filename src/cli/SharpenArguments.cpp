@@ -73,6 +73,8 @@ void TakeRunWeights(const CommandLine& line, SharpenRequest& request) {
     if (line.Has("--weights"))
         throw UsageError("--weights and --weights-from both say what the weights are; give one of them");
     const RunWeights run = ReadRunWeights(file);
+    if (run.transfer && !line.Has("--mtf")) request.transfer = run.transfer;
+    if (!line.Has("--gains")) request.gains = run.gains;
     request.weights = run.bands;
     if (run.infrared && !request.infrared)
         throw UsageError("--weights-from: the run of '" + file +
@@ -104,6 +106,9 @@ void ReadFusion(const CommandLine& line, SharpenRequest& request) {
             throw UsageError("--infrared-weight is given without an infrared band; name it with --infrared");
         request.infraredWeight = ParseNumber("--infrared-weight", line.Get("--infrared-weight"));
     }
+    if (!StringsEqual(line.Get("--mtf"), "auto", true))
+        request.transfer = ParseNumber("--mtf", line.Get("--mtf"));
+    request.gains = ParseGains("--gains", line.Get("--gains"));
     if (line.Has("--weights-from")) TakeRunWeights(line, request);
     if (line.Has("--settings"))
         TakeSettings(ReadSettings(line.Get("--settings")), line.Has("--method"), request);
@@ -201,6 +206,25 @@ const PansharpMethod& FindMethod(const PansharpDescription& plugin, const std::s
                      "; it offers " + listed);
 }
 
+/// The method that is named; else that of the run whose weights are taken, the plug-in's default for options
+/// that a recommended one makes nothing of, or the recommended one.
+const PansharpMethod& ChooseMethod(const CommandLine& line, const PansharpDescription& plugin,
+                                   const SharpenRequest& request, std::vector<std::string>& warnings) {
+    const auto* recommended = hostkit::FindRecommended(plugin);
+    if (!recommended || !request.method.empty() || line.Has("--method"))
+        return FindMethod(plugin, request.method);
+    if (line.Has("--weights-from"))
+        return FindMethod(plugin, ReadRunWeights(line.Get("--weights-from")).method);
+    if (!hostkit::UsesLowPass(*recommended)) return *recommended;
+    for (const std::string option : {"--weights", "--infrared", "--infrared-weight"})
+        if (line.Has(option)) {
+            warnings.push_back(option + ": the method " + plugin.methods[0].keyword + " is taken, since " +
+                               recommended->keyword + " makes nothing of it; name one with --method");
+            return plugin.methods[0];
+        }
+    return *recommended;
+}
+
 bool HasProperty(std::span<const PansharpProperty> properties, const std::string& name) {
     return std::any_of(properties.begin(), properties.end(),
                        [&](const PansharpProperty& property) { return hostkit::IsNamed(property, name); });
@@ -285,15 +309,23 @@ SharpenRequest MakePairRequest(const CommandLine& line) {
 
 std::vector<std::string> FitToPlugin(const CommandLine& line, const PansharpDescription& plugin,
                                      SharpenRequest& request) {
-    const auto* recommended = hostkit::FindRecommended(plugin);
-    const bool isOpen = recommended && request.method.empty() && !line.Has("--method");
-    const PansharpMethod& method = isOpen ? *recommended : FindMethod(plugin, request.method);
-    request.method = method.keyword;
-    for (const std::string option : {"--weights", "--weights-from"})
-        if (line.Has(option) && !hostkit::WeighsBands(method))
-            throw UsageError(option + ": the method " + request.method +
-                             " takes no weights of bands; leave " + option + " out or choose another method");
     std::vector<std::string> warnings;
+    const PansharpMethod& method = ChooseMethod(line, plugin, request, warnings);
+    request.method = method.keyword;
+    const auto refuse = [&](const std::string& option, const char* what) {
+        throw UsageError(option + ": the method " + request.method + " takes no " + what + "; leave " +
+                         option + " out or choose another method");
+    };
+    if (line.Has("--weights") && !hostkit::WeighsBands(method)) refuse("--weights", "weights of bands");
+    if (line.Has("--weights-from") && !hostkit::WeighsBands(method) && !hostkit::UsesLowPass(method))
+        refuse("--weights-from", "weights of bands");
+    if (line.Has("--infrared") && hostkit::UsesLowPass(method)) refuse("--infrared", "infrared band");
+    for (const std::string option : {"--mtf", "--gains"})
+        if (line.Has(option) && !hostkit::UsesLowPass(method)) refuse(option, "blur or gains");
+    if (!hostkit::UsesLowPass(method)) {
+        request.transfer.reset();
+        request.gains.clear();
+    }
     if (line.Has("--weights-from")) {
         const std::string file = line.Get("--weights-from");
         if (const std::string run = ReadRunWeights(file).method; !StringsEqual(run, request.method, true))

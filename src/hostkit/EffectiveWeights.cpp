@@ -29,12 +29,12 @@ bool RefuseInfraredWeight(Status& status) {
 
 bool CheckWeights(const WeightedBands& bands, const EffectiveWeights& weights, Status& status) {
     if (!weights.bands.empty() && weights.bands.size() != bands.multispectral)
-        return Refuse(status, FormatString("%lu weights are given for %lu multispectral bands; give one for "
+        return Refuse(status, FormatString("%zu weights are given for %u multispectral bands; give one for "
                                            "each, in the order of the bands",
-                                           ULong{weights.bands.size()}, ULong{bands.multispectral}));
+                                           weights.bands.size(), bands.multispectral));
     for (std::size_t b = 0; b < weights.bands.size(); ++b)
         if (!std::isfinite(weights.bands[b]))
-            return Refuse(status, FormatString("the weight of band %lu is no finite number", ULong{b} + 1));
+            return Refuse(status, FormatString("the weight of band %zu is no finite number", b + 1));
     if (weights.infrared && !std::isfinite(*weights.infrared))
         return Refuse(status, "the weight of the infrared band is no finite number");
     return true;

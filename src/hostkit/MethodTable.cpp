@@ -64,8 +64,12 @@ const PansharpBandParameter* FindParameter(const PansharpMethod& method, Panshar
     return nullptr;
 }
 
+bool UsesLowPass(const PansharpMethod& method) {
+    return method.additionalBand == PansharpAdditionalBand::LowPass;
+}
+
 bool WeighsBands(const PansharpMethod& method) {
-    return FindParameter(method, PansharpFit::Share) != nullptr;
+    return !UsesLowPass(method) && FindParameter(method, PansharpFit::Share) != nullptr;
 }
 
 std::vector<PansharpProperty> PropertiesOf(const PansharpMethod& method) {

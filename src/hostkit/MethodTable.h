@@ -29,7 +29,11 @@ namespace hostkit {
 /// The per-band parameter that is fitted in this way. Null when the method has none.
 [[nodiscard]] const PansharpBandParameter* FindParameter(const PansharpMethod& method, PansharpFit fit);
 
-/// Whether the method weighs bands: has a parameter for their shares in a simulated pan.
+/// Whether the method compares pan with its low-pass, which the host makes.
+[[nodiscard]] bool UsesLowPass(const PansharpMethod& method);
+
+/// Whether the method weighs bands: has a parameter for their shares in a simulated pan, and no low-pass of
+/// pan in their place.
 [[nodiscard]] bool WeighsBands(const PansharpMethod& method);
 
 /// All properties that a method reads, those of the bands first.

@@ -132,21 +132,46 @@ bool ComputeRows(const LowPassAxis& across, const LowPassAxis& down, PanRows<T> 
     return lacks;
 }
 
+/// The coarse pixels along one axis of which a Gaussian reaches pan, first and end, around those that pan's
+/// pixels lie between.
+std::pair<std::int64_t, std::int64_t> Covering(const kernels::GridAxis& axis, std::uint32_t panPixels,
+                                               double transfer) {
+    const double reach = 3.0 * GaussianSigma(transfer);
+    const kernels::GridPosition first = kernels::PanToMultispectral(axis, 0);
+    const kernels::GridPosition last = kernels::PanToMultispectral(axis, std::int64_t{panPixels} - 1);
+    return {first.index + (first.fraction < reach ? 0 : 1),
+            last.index + (1.0 - last.fraction < reach ? 2 : 1)};
+}
+
+/// Those pixels of the grid.
+RasterInfo CoverPan(const RasterInfo& pan, const RasterInfo& coarse, double transfer) {
+    const AxisPlacement placement(pan, coarse);
+    const auto [col0, col1] = Covering(placement.GetAcross(), pan.cols, transfer);
+    const auto [row0, row1] = Covering(placement.GetDown(), pan.rows, transfer);
+    RasterInfo info = coarse;
+    info.cols = static_cast<std::uint32_t>(std::max(col1 - col0, std::int64_t{1}));
+    info.rows = static_cast<std::uint32_t>(std::max(row1 - row0, std::int64_t{1}));
+    info.xMin = coarse.xMin + static_cast<double>(col0) * coarse.pixelSizeX;
+    info.yMax = coarse.yMax - static_cast<double>(row0) * coarse.pixelSizeY;
+    info.xMax = info.xMin + info.cols * info.pixelSizeX;
+    info.yMin = info.yMax - info.rows * info.pixelSizeY;
+    info.bandsPerPixel = 1;
+    info.bitsPerBand = pan.bitsPerBand;
+    info.colorSpace = 0;
+    info.bandIds.clear();
+    info.bandRecords.clear();
+    return info;
+}
+
 } // namespace
 
 /// exp(-2 pi^2 sigma^2 f^2) with f = 1/2.
 double GaussianSigma(double transfer) { return std::sqrt(-2.0 * std::log(transfer)) / std::numbers::pi; }
 
 PanLowPass::PanLowPass(const RasterInfo& pan, const RasterInfo& coarse, double transfer)
-    : info(coarse),
-      across(AxisPlacement(pan, coarse).GetAcross(), GaussianSigma(transfer), coarse.cols, pan.cols),
-      down(AxisPlacement(pan, coarse).GetDown(), GaussianSigma(transfer), coarse.rows, pan.rows) {
-    info.bandsPerPixel = 1;
-    info.bitsPerBand = pan.bitsPerBand;
-    info.colorSpace = 0;
-    info.bandIds.clear();
-    info.bandRecords.clear();
-}
+    : info(CoverPan(pan, coarse, transfer)),
+      across(AxisPlacement(pan, info).GetAcross(), GaussianSigma(transfer), info.cols, pan.cols),
+      down(AxisPlacement(pan, info).GetDown(), GaussianSigma(transfer), info.rows, pan.rows) {}
 
 PixelRect PanLowPass::PanRect(const PixelRect& rect) const {
     const auto [col0, col1] = SpanOf(across, rect.col0, rect.col1);

@@ -6,9 +6,10 @@
 namespace hostkit {
 
 /// The low-pass of pan at the centres of the pixels of a coarser grid that runs along that of pan: an image
-/// of one band, of pan's depth. A sample is the mean of pan by a Gaussian (kernels/LowPassRow.h), in exact
-/// whole numbers, rounded half up. Pixels of pan without data and those beyond its edge take no part: the
-/// weights of the others are made to add up to 1. Where none of weight above 0 is left there is no data.
+/// of one band, of pan's depth, that covers pan wherever the image of the coarser grid ends. A sample is the
+/// mean of pan by a Gaussian (kernels/LowPassRow.h), in exact whole numbers, rounded half up. Pixels of pan
+/// without data and those beyond its edge take no part: the weights of the others are made to add up to 1.
+/// Where none of weight above 0 is left there is no data.
 ///
 /// Sources: Aiazzi, Alparone, Baronti, Garzelli 2002 and 2006 (filters matched to the modulation transfer).
 class PanLowPass {
@@ -16,7 +17,7 @@ public:
     /// What describes an image.
     using RasterInfo = KOVA::Tessara::Pixmere::RasterInfo;
 
-    /// `pan` has one band; `coarse` tells place, pixel size and number of the pixels. `transfer`, above 0 and
+    /// `pan` has one band; `coarse` tells the place and size of the pixels. `transfer`, above 0 and
     /// below 1, is the modulation transfer of the Gaussian at the Nyquist frequency of the coarse grid.
     PanLowPass(const RasterInfo& pan, const RasterInfo& coarse, double transfer);
 

@@ -12,15 +12,15 @@ SourceRaster::SourceRaster(ImageSource& source) : RasterBase("Host.SourceRaster"
 }
 
 bool SourceRaster::OpenWindow(const PixelRect& wanted) {
-    if (isLoaded && wanted == window) return true;
-    isLoaded = false;
-    window = {}; // the buffer belongs to no window until it is filled
+    if (loaded.Contains(wanted)) return true;
+    loaded = window = {}; // the buffer belongs to no window until it is filled
     const std::size_t rowBytes = wanted.GetColumns() * PixelBytes(info);
     const std::size_t bytes = rowBytes * wanted.GetRows();
     if (buffer.size() < bytes) buffer.resize(bytes);
     status.Reset(0, {}, {}, {});
-    isLoaded = image.Read(wanted, buffer.data(), status) && FindGaps(wanted);
-    return isLoaded;
+    if (!image.Read(wanted, buffer.data(), status) || !FindGaps(wanted)) return false;
+    loaded = wanted;
+    return true;
 }
 
 bool SourceRaster::FindGaps(const PixelRect& wanted) {
@@ -43,7 +43,7 @@ const unsigned char* SourceRaster::GetRow(std::uint32_t row) {
 }
 
 SampleBlock SourceRaster::GetBlock() const {
-    return {buffer.data(), window.GetColumns() * PixelBytes(info), window, hasGaps ? valid.data() : nullptr};
+    return {buffer.data(), loaded.GetColumns() * PixelBytes(info), loaded, hasGaps ? valid.data() : nullptr};
 }
 
 } // namespace hostkit

@@ -8,8 +8,9 @@
 namespace hostkit {
 
 /// A raster over an image that is read, with a buffer of its own. A window is read at once when it is set and
-/// rows are handed out of the buffer; setting the same window again reads nothing, so that a process may do
-/// so on a thread of its own. Several rasters may share an image as long as one reads at a time.
+/// rows are handed out of the buffer; setting the same window again, or one within what was read last, reads
+/// nothing, so that a process may do so on a thread of its own. Several rasters may share an image as long as
+/// one reads at a time.
 class SourceRaster final : public RasterBase {
 public:
     /// The image outlives the raster.
@@ -18,7 +19,7 @@ public:
     /// A row of the window; null, with an item, outside it. Good until another window is set.
     const unsigned char* GetRow(std::uint32_t row) override;
 
-    /// The samples of the window and which of its pixels have data, good until another is set.
+    /// The samples that were read and which of the pixels have data, good until others are read.
     [[nodiscard]] SampleBlock GetBlock() const;
 
 private:
@@ -28,8 +29,8 @@ private:
     ImageSource& image;
     std::vector<unsigned char> buffer;
     std::vector<unsigned char> valid;
-    bool hasGaps = false;  ///< `valid` says that some pixel of the window has no data
-    bool isLoaded = false; ///< the buffer holds `window`
+    bool hasGaps = false; ///< `valid` says that some pixel of the window has no data
+    PixelRect loaded;     ///< what the buffer holds; empty for nothing
 };
 
 } // namespace hostkit

@@ -9,6 +9,7 @@ namespace hostkit {
 /// IDs under which a worker's process finds its images, and that of what it fuses.
 inline constexpr const char* multispectralId = "multispectral";
 inline constexpr const char* infraredId = "infrared";
+inline constexpr const char* lowPassId = "low-pass"; ///< of pan
 inline constexpr const char* sceneId = "scene";
 
 /// One process object, the workspace that it takes its coarse images from and the request record: fuses one

@@ -1,6 +1,7 @@
 #include "rasterhost/FusionSlot.h"
 
 #include "fundament/Text.h"
+#include "hostkit/AxisPlacement.h"
 #include "hostkit/RequestRecord.h"
 
 #include <algorithm>
@@ -15,7 +16,8 @@ FusionSlot::FusionSlot(const Scene& images, std::vector<PlacedSource> placed,
                        const hostkit::PluginLibrary& plugin, const ProcessSettings& settings,
                        const OutputRules& outputRules, Status& creation)
     : scene(images), pan(*images.pan),
-      worker(plugin, settings.properties, images.pan->GetInfo(), pan, creation), rules(outputRules),
+      worker(plugin, settings.properties, images.pan->GetInfo(), pan, creation), lowPass(settings.lowPass),
+      rules(outputRules),
       pixelBytes(std::size_t{rules.GetFileBands()} * (images.pan->GetInfo().bitsPerBand / 8)) {
     for (PlacedSource& source : placed)
         sources.push_back(std::make_unique<Source>(std::move(source)));
@@ -54,9 +56,33 @@ bool ReadRect(const hostkit::ImageSource& image, hostkit::SourceRaster& raster, 
 
 } // namespace
 
+/// Pan in the window, and around it as far as its low-pass reaches.
+bool FusionSlot::ReadPan(Status& status) {
+    if (!lowPass) return ReadRect(*scene.pan, pan, window, status);
+    lowPassRect =
+        hostkit::AxisPlacement(scene.pan->GetInfo(), lowPass->GetInfo()).FindSource(window, scene.resampling);
+    const PixelRect needed = lowPass->PanRect(lowPassRect);
+    const PixelRect all{std::min(window.col0, needed.col0), std::min(window.row0, needed.row0),
+                        std::max(window.col1, needed.col1), std::max(window.row1, needed.row1)};
+    return ReadRect(*scene.pan, pan, all, status);
+}
+
+/// Makes the low-pass of what was read and puts it into the workspace.
+void FusionSlot::OfferLowPass() {
+    const auto& info = lowPass->GetInfo();
+    const std::size_t pixels = std::size_t{lowPassRect.GetColumns()} * lowPassRect.GetRows();
+    lowPassSamples.resize(std::max(lowPassSamples.size(), pixels));
+    lowPassValid.resize(std::max(lowPassValid.size(), pixels));
+    auto* samples = reinterpret_cast<unsigned char*>(lowPassSamples.data());
+    const bool lacks = lowPass->Compute(pan.GetBlock(), lowPassRect, samples, lowPassValid.data());
+    const hostkit::SampleBlock block{samples, lowPassRect.GetColumns() * hostkit::PixelBytes(info),
+                                     lowPassRect, lacks ? lowPassValid.data() : nullptr};
+    worker.GetWorkspace().SetImage(hostkit::lowPassId, {info, block, scene.resampling});
+}
+
 bool FusionSlot::Read(std::uint32_t firstRow, std::uint32_t endRow, Status& status) {
     window = {scene.part.col0, firstRow, scene.part.col1, endRow};
-    if (!ReadRect(*scene.pan, pan, window, status)) return false;
+    if (!ReadPan(status)) return false;
     for (const auto& source : sources) {
         const PixelRect needed = source->placed.placement->FindSource(window, scene.resampling);
         if (!ReadRect(*source->placed.image, source->raster, needed, status)) return false;
@@ -97,6 +123,7 @@ void FusionSlot::OfferImage(const char* id, Role role) {
 
 bool FusionSlot::Fuse(Status& status) {
     tally.assign(scene.outputBands, {0, 0});
+    if (lowPass) OfferLowPass();
     const bool isCovered = window.row0 < scene.covered.row1 && window.row1 > scene.covered.row0;
     if (isCovered && !(OpenSources(status) && worker.OpenWindow(window, status))) return false;
     hasGaps = false;
@@ -126,9 +153,11 @@ bool FusionSlot::FindValid(std::uint32_t row, unsigned char* rowValid) {
         return true;
     }
     const std::uint32_t number = row - window.row0;
-    const unsigned char* panValid = pan.GetBlock().valid;
-    if (panValid)
-        std::memcpy(rowValid, panValid + number * columns, columns);
+    if (const hostkit::SampleBlock read = pan.GetBlock(); read.valid)
+        std::memcpy(rowValid,
+                    read.valid + std::size_t{row - read.rect.row0} * read.rect.GetColumns() +
+                        (window.col0 - read.rect.col0),
+                    columns);
     else
         std::memset(rowValid, 0xFF, columns);
     std::memset(rowValid, 0, covered.col0 - window.col0);

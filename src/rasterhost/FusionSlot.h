@@ -51,8 +51,10 @@ private:
     };
 
     [[nodiscard]] bool MayLackData() const;
+    bool ReadPan(Status& status);
     bool OpenSources(Status& status);
     void OfferImage(const char* id, Role role);
+    void OfferLowPass();
     bool FindValid(std::uint32_t row, unsigned char* rowValid);
     void MakeRow(const unsigned char* fused, const unsigned char* rowValid, std::uint32_t number);
     void MakePixels(const unsigned char* fused, const unsigned char* rowValid, std::size_t columns,
@@ -66,6 +68,10 @@ private:
     std::vector<std::unique_ptr<Source>> sources;
     hostkit::WindowWorker worker; ///< made after pan, so destroyed before it
     hostkit::PixelRect window;
+    std::shared_ptr<const hostkit::PanLowPass> lowPass; ///< null for a method that wants none
+    hostkit::PixelRect lowPassRect;                     ///< that the window needs
+    std::vector<unsigned short> lowPassSamples;         ///< read as bytes when the depth is 8 bits
+    std::vector<unsigned char> lowPassValid;
     std::vector<hostkit::Reach> reach; ///< of one row
     std::vector<unsigned char> valid;  ///< of all rows; empty where no pixel lacks data
     bool hasGaps = false;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "rasterhost/BandGains.h"
 #include "rasterhost/FitBlock.h"
 
 #include <cstdint>
@@ -7,13 +8,6 @@
 #include <vector>
 
 namespace rasterhost {
-
-/// Gains of a band: a share of pan's detail, and one of the detail times the band's ratio to pan's low-pass.
-struct BandGains {
-    double gain = 0.0;
-    double ratioGain = 0.0;
-    friend bool operator==(const BandGains&, const BandGains&) = default;
-};
 
 struct GainFit {
     std::vector<BandGains> gains; ///< of each band, in ten-thousandths when they were fitted

@@ -133,15 +133,16 @@ public:
         scene = OpenScene(
             request, [this](const std::string& text) { sceneWarnings.push_back(text); }, status);
         const bool works = scene && CheckSizes(*scene, status) && SearchCollars() &&
-                           MakeSettings(request, *scene, plugin->GetDescription(), settings, status);
+                           MakeSettings(request, *scene, plugin->GetDescription(), nullptr, settings, status);
         if (scene) DescribeGrids();
         if (!works) {
             report.warnings = sceneWarnings;
             return false;
         }
-        const bool isSampled = SampleImages(WantsFit(request, plugin->GetDescription()));
-        settings = {};
-        if (isSampled && MakeSettings(request, *scene, plugin->GetDescription(), settings, status))
+        const bool isSampled = SampleImages(WantsFit(request, plugin->GetDescription())) &&
+                               (!WantsDetail(request, plugin->GetDescription()) || FindDetail());
+        if (isSampled && MakeSettings(request, *scene, plugin->GetDescription(),
+                                      report.detail ? &*report.detail : nullptr, settings, status))
             DescribeRun();
         Warn();
         return isSampled && fits;
@@ -199,6 +200,11 @@ private:
         return !request.format.empty() && PrepareOutput(request, *scene, rules, status);
     }
 
+    bool FindDetail() {
+        report.detail.emplace();
+        return FitDetail(*scene, request, request.bitDepth, *report.detail, status);
+    }
+
     void DescribeRun() {
         const OutputRules rules = MakeOutputRules(request, *scene);
         const RunSizes sizes = FindSizes(request, request, *scene, rules.GetFileBands());
@@ -223,6 +229,9 @@ private:
         if (!obstacle.empty()) warnings.push_back(obstacle + "; equal weights are used");
         if (report.fit && obstacle.empty())
             for (const std::string& warning : JudgeFit(*scene, *report.fit))
+                warnings.push_back(warning);
+        if (report.detail)
+            for (const std::string& warning : JudgeDetail(*report.detail))
                 warnings.push_back(warning);
         warnings.insert(warnings.end(), sceneWarnings.begin(), sceneWarnings.end());
         const auto warnOfSaturation = [&](const ImageFacts& facts) {

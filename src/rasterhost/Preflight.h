@@ -52,6 +52,7 @@ struct PreflightReport {
     std::string method; ///< that `Sharpen` would use, with what it would use and make
     std::vector<double> effectiveWeights;
     std::optional<double> infraredWeight;
+    std::optional<DetailFit> detail; ///< for a method that compares pan with its low-pass
     std::uint32_t outputColumns = 0, outputRows = 0, outputBands = 0;
     std::uint64_t outputBytes = 0; ///< of its samples, not compressed
     std::uint64_t memoryBytes = 0; ///< about what the run would take

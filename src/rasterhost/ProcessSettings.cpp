@@ -24,19 +24,47 @@ namespace PropertyNames = KOVA::Tessara::PropertyNames;
 
 namespace {
 
-/// The weights of the request as properties of the process, whose bands are in another order.
-bool SetWeights(const SharpenRequest& request, const Scene& scene, const PansharpMethod& method,
-                PropertyLookUp& properties, Status& status) {
+/// Blur and gains are for methods that compare pan with its low-pass.
+bool CheckDetail(const FusionRequest& request, const PansharpMethod& method, Status& status) {
+    if (hostkit::UsesLowPass(method) || (!request.transfer && request.gains.empty())) return true;
+    return Fail(
+        status, HostStatus::RequestInvalid,
+        FormatString("the method %s does not compare pan with its low-pass: it takes neither a modulation "
+                     "transfer nor gains; leave them out or choose another method",
+                     method.keyword));
+}
+
+/// The gains as properties, in the order of the process.
+bool SetGains(const Scene& scene, const PansharpMethod& method, const DetailFit& detail,
+              KOVA::Tessara::Global::NameValueMap& texts, Status& status) {
+    std::vector<double> gains, ratioGains;
+    for (const std::size_t band : scene.bandOrder) {
+        gains.push_back(detail.gains[band].gain);
+        ratioGains.push_back(detail.gains[band].ratioGain);
+    }
+    for (const auto& [fit, values] :
+         {std::pair(PansharpFit::Gain, gains), {PansharpFit::RatioGain, ratioGains}})
+        if (const auto* parameter = hostkit::FindParameter(method, fit);
+            parameter && !hostkit::SetValues(*parameter, values, false, texts, status))
+            return false;
+    return true;
+}
+
+/// The weights of the request as properties of the process, whose bands are in another order, and what the
+/// method wants to know of pan's detail.
+bool SetParameters(const SharpenRequest& request, const Scene& scene, const PansharpMethod& method,
+                   const DetailFit* detail, PropertyLookUp& properties, Status& status) {
     hostkit::EffectiveWeights weights{request.weights, request.infraredWeight};
     const std::size_t bands = scene.bandOrder.size();
     if (request.weights.size() == bands)
         for (std::size_t band = 0; band < bands; ++band)
             weights.bands[band] = request.weights[scene.bandOrder[band]];
     KOVA::Tessara::Global::NameValueMap texts;
-    if (!hostkit::SetWeights(method, {static_cast<std::uint32_t>(bands), scene.HasInfrared()}, weights, texts,
-                             status))
-        return false;
-    hostkit::SetScalars(method, std::nullopt, texts);
+    const hostkit::WeightedBands weighed{static_cast<std::uint32_t>(bands), scene.HasInfrared(),
+                                         hostkit::UsesLowPass(method)};
+    if (!hostkit::SetWeights(method, weighed, weights, texts, status)) return false;
+    if (detail && !SetGains(scene, method, *detail, texts, status)) return false;
+    hostkit::SetScalars(method, detail ? std::optional(detail->lowPassMean) : std::nullopt, texts);
     for (const auto& [name, value] : texts)
         properties[name] = value;
     return true;
@@ -45,6 +73,7 @@ bool SetWeights(const SharpenRequest& request, const Scene& scene, const Panshar
 /// The weights as the process will find them, raw properties included, in the order of the request.
 void FillWeights(const Scene& scene, const PansharpMethod& method, const PropertyLookUp& properties,
                  ProcessSettings& settings) {
+    if (hostkit::UsesLowPass(method)) return;
     const auto* shares = hostkit::FindParameter(method, PansharpFit::Share);
     if (!shares) {
         const auto* infrared = hostkit::FindInfraredWeight(method);
@@ -65,7 +94,7 @@ void FillWeights(const Scene& scene, const PansharpMethod& method, const Propert
 bool CheckWeights(const FusionRequest& request, const PansharpMethod& method, const ProcessSettings& settings,
                   Status& status) {
     const auto* shares = hostkit::FindParameter(method, PansharpFit::Share);
-    if (!shares) return true;
+    if (!shares || hostkit::UsesLowPass(method)) return true;
     const std::size_t bands = settings.effectiveWeights.size() + (settings.infraredWeight ? 1 : 0);
     const std::string first = PropertyNames::OfBand(shares->band, 0);
     const std::string stem = first.substr(0, first.size() - 1);
@@ -131,28 +160,43 @@ bool WantsFit(const SharpenRequest& request, const PansharpDescription& plugin) 
     if (request.weightSource != WeightSource::Fit || !request.weights.empty()) return false;
     Status unknown; // MakeSettings says what is wrong with the method
     const PansharpMethod* method = hostkit::FindMethod(plugin, request.method, unknown);
-    const auto* shares = method ? hostkit::FindParameter(*method, PansharpFit::Share) : nullptr;
+    const auto* shares = method && !hostkit::UsesLowPass(*method)
+                             ? hostkit::FindParameter(*method, PansharpFit::Share)
+                             : nullptr;
     return shares && std::none_of(request.properties.begin(), request.properties.end(), [&](const auto& raw) {
                return hostkit::IsNamed(shares->band, raw.first) ||
                       hostkit::IsNamed(shares->additional, raw.first);
            });
 }
 
+bool WantsDetail(const SharpenRequest& request, const PansharpDescription& plugin) {
+    Status unknown;
+    const PansharpMethod* method = hostkit::FindMethod(plugin, request.method, unknown);
+    return method && hostkit::UsesLowPass(*method);
+}
+
 bool MakeSettings(const SharpenRequest& request, Scene& scene, const PansharpDescription& plugin,
-                  ProcessSettings& settings, Status& status) {
+                  const DetailFit* detail, ProcessSettings& settings, Status& status) {
+    settings = {};
     const PansharpMethod* method = hostkit::FindMethod(plugin, request.method, status);
-    if (!method || !FitBands(request, *method, scene, status)) return false;
+    if (!method || !FitBands(request, *method, scene, status) || !CheckDetail(request, *method, status))
+        return false;
     settings.method = method->keyword;
     PropertyLookUp properties;
     properties[PropertyNames::method] = method->keyword;
     properties[PropertyNames::multispectralImage] = hostkit::multispectralId;
-    properties[PropertyNames::additionalImage] = scene.HasInfrared() ? hostkit::infraredId : "";
+    properties[PropertyNames::additionalImage] = hostkit::UsesLowPass(*method) ? hostkit::lowPassId
+                                                 : scene.HasInfrared()         ? hostkit::infraredId
+                                                                               : "";
     properties[PropertyNames::processRaster] = hostkit::sceneId;
     properties[PropertyNames::outputBands] = FormatString("%u", scene.outputBands);
     properties[PropertyNames::generateMetadata] = "true";
-    if (!SetWeights(request, scene, *method, properties, status) ||
+    if (!SetParameters(request, scene, *method, detail, properties, status) ||
         !SetRawProperties(request, properties, status))
         return false;
+    if (hostkit::UsesLowPass(*method) && detail)
+        settings.lowPass = std::make_shared<hostkit::PanLowPass>(
+            scene.pan->GetInfo(), scene.GetMultispectral().GetInfo(), detail->transfer);
     FillWeights(scene, *method, properties, settings);
     if (!CheckWeights(request, *method, settings, status)) return false;
     for (std::uint32_t i = 0; i < properties.GetCount(); ++i) {

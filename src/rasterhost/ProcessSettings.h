@@ -2,8 +2,10 @@
 
 #include "host/Describe.h"
 #include "host/NameValueMap.h"
-#include "rasterhost/Scene.h"
+#include "hostkit/PanLowPass.h"
+#include "rasterhost/DetailFit.h"
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -18,6 +20,8 @@ struct ProcessSettings {
     /// method that weighs no bands.
     std::vector<double> effectiveWeights;
     std::optional<double> infraredWeight; ///< that of the infrared band, where the method reads one
+    /// Pan's low-pass, for a method that compares pan with it; it weighs no bands then.
+    std::shared_ptr<const hostkit::PanLowPass> lowPass;
 
     [[nodiscard]] double GetWeightSum() const; ///< the infrared band's counted
 };
@@ -26,11 +30,16 @@ struct ProcessSettings {
 /// weighs bands.
 [[nodiscard]] bool WantsFit(const SharpenRequest& request, const PansharpDescription& plugin);
 
-/// Turns a request into process properties; a method that weighs no bands writes those that it needs unless
+/// True when the method compares pan with its low-pass, so that blur and gains are wanted.
+[[nodiscard]] bool WantsDetail(const SharpenRequest& request, const PansharpDescription& plugin);
+
+/// Turns a request into process properties, with the blur and the gains where the method wants them (null
+/// before they are known); a method that weighs no bands writes those that it needs unless
 /// others are asked for. False with an item when the plug-in has no such method, when the
 /// number of weights is wrong or their sum not above 0, or when a raw property is one that the host keeps to
 /// itself or weighs a band that is not there.
 [[nodiscard]] bool MakeSettings(const SharpenRequest& request, Scene& scene,
-                                const PansharpDescription& plugin, ProcessSettings& settings, Status& status);
+                                const PansharpDescription& plugin, const DetailFit* detail,
+                                ProcessSettings& settings, Status& status);
 
 } // namespace rasterhost

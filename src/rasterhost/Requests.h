@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostkit/Point.h"
+#include "rasterhost/BandGains.h"
 
 #include <array>
 #include <cstdint>
@@ -70,6 +71,11 @@ struct FusionRequest {
     std::vector<double> weights;
     std::optional<double> infraredWeight;
     WeightSource weightSource = WeightSource::Fit;
+    /// For a method that compares pan with its low-pass: the modulation transfer of the multispectral sensor
+    /// at the Nyquist frequency of its pixels, 0.05 to 0.9, and the gains of each multispectral band. Fitted
+    /// to the images where not given.
+    std::optional<double> transfer;
+    std::vector<BandGains> gains;
     /// Raw process properties, set last.
     std::vector<std::pair<std::string, std::string>> properties;
 };

@@ -57,7 +57,7 @@ public:
             [this] { return !request.progress || request.progress(0.0); }, status);
         if (search == CollarSearch::Cancelled) return Cancel();
         if (search == CollarSearch::Failed ||
-            !MakeSettings(request, *scene, plugin->GetDescription(), settings, status))
+            !MakeSettings(request, *scene, plugin->GetDescription(), nullptr, settings, status))
             return false;
         rules = MakeOutputRules(request, *scene);
         folder = PrepareOutput(request, *scene, rules, status);
@@ -65,6 +65,7 @@ public:
         if (const std::string loss = FindLoss(request, *scene, rules); !loss.empty())
             Warn("the output '" + request.output + "' " + loss);
         if (WantsFit(request, plugin->GetDescription()) && !FitToImages()) return false;
+        if (WantsDetail(request, plugin->GetDescription()) && !FindDetail()) return false;
         JudgeWeights();
         FillReport();
         if (request.progress && !request.progress(0.0)) return Cancel();
@@ -95,8 +96,16 @@ private:
         request.weights = fit.weights;
         request.infraredWeight = fit.infraredWeight;
         report.fit = std::move(fit);
-        settings = {};
-        return MakeSettings(request, *scene, plugin->GetDescription(), settings, status);
+        return MakeSettings(request, *scene, plugin->GetDescription(), nullptr, settings, status);
+    }
+
+    /// Fits blur and gains as far as the request leaves them open.
+    bool FindDetail() {
+        report.detail.emplace();
+        if (!FitDetail(*scene, request, request.bitDepth, *report.detail, status)) return false;
+        for (const std::string& warning : JudgeDetail(*report.detail))
+            Warn(warning);
+        return MakeSettings(request, *scene, plugin->GetDescription(), &*report.detail, settings, status);
     }
 
     /// Weights that were given in per cent, or for another scale of the bands.
@@ -180,6 +189,7 @@ private:
         if (settings.infraredWeight)
             metadata.emplace_back("EffectiveInfraredWeight", NumberText(*settings.infraredWeight));
         if (report.fit) DescribeFit(*report.fit);
+        if (report.detail) DescribeDetail(*report.detail);
         metadata.emplace_back(StringsEqual(request.format, "GTiff", true) ||
                                       StringsEqual(request.format, "COG", true)
                                   ? "TIFFTAG_SOFTWARE"
@@ -193,6 +203,21 @@ private:
         metadata.emplace_back("FitCorrelations", ListText(fit.correlations));
         if (fit.infraredCorrelation)
             metadata.emplace_back("FitInfraredCorrelation", NumberText(*fit.infraredCorrelation));
+    }
+
+    void DescribeDetail(const DetailFit& detail) {
+        std::vector<double> gains, ratioGains;
+        for (const BandGains& of : detail.gains) {
+            gains.push_back(of.gain);
+            ratioGains.push_back(of.ratioGain);
+        }
+        metadata.emplace_back("ModulationTransfer", NumberText(detail.transfer));
+        metadata.emplace_back("EffectiveGains", ListText(gains));
+        metadata.emplace_back("EffectiveRatioGains", ListText(ratioGains));
+        if (detail.blur) metadata.emplace_back("BlurRSquared", NumberText(detail.blur->rSquared));
+        if (!detail.error) return;
+        metadata.emplace_back("ErgasOneScaleDown", NumberText(*detail.error));
+        metadata.emplace_back("PlainErgasOneScaleDown", NumberText(*detail.plainError));
     }
 
     [[nodiscard]] RunSizes GetSizes() const {

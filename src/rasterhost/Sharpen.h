@@ -1,6 +1,7 @@
 #pragma once
 
 #include "fundament/Status.h"
+#include "rasterhost/DetailFit.h"
 #include "rasterhost/Requests.h"
 #include "rasterhost/WeightFit.h"
 
@@ -31,6 +32,8 @@ struct SharpenReport {
     std::vector<double> effectiveWeights;
     std::optional<double> infraredWeight;
     std::optional<WeightFit> fit; ///< where the weights were fitted
+    /// Blur and gains, for a method that compares pan with its low-pass.
+    std::optional<DetailFit> detail;
     int threads = 0;
     std::uint32_t windowRows = 0;
     double seconds = 0.0;

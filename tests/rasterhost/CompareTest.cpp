@@ -134,7 +134,7 @@ TEST(Compare, NamesTheBestAndWhenNoneBeatsPlainUpsampling) {
     const CompareReport good = Try(pan, ms);
     const CompareReport bad = Try(flipped, ms);
     EXPECT_FALSE(good.entries[good.best].IsPlain());
-    EXPECT_EQ(good.entries[good.best].weights, "fitted");
+    EXPECT_NE(good.entries[good.best].weights, "equal");
     EXPECT_TRUE(bad.entries[bad.best].IsPlain());
     std::vector<std::string> names;
     for (const CompareEntry& entry : good.entries) {
