@@ -7,6 +7,7 @@
 #include "kernels/ConvertRow.h"
 #include "kernels/InjectionRow.h"
 #include "kernels/Simd.h"
+#include "kernels/Store.h"
 #include "pansharp/Methods.h"
 
 #include <benchmark/benchmark.h>
@@ -113,31 +114,28 @@ BlendMaps<T> MapsOf(SampleBlend blend, std::uint32_t bands) {
     return {blend, ofInput, ofInput, ofOutput};
 }
 
-/// Methods with an additional band apart. It alone is the intensity of Injection, with gains as they are
-/// fitted.
+/// A method with an additional band apart that alone is summed up, as when it is pan's low-pass; gains as
+/// they are fitted.
 template <class T>
-OtherKernel<T> WithOneMore(const char* name, std::uint32_t bands, FuseRow<T> (*rowFor)(SimdTarget),
-                           std::vector<double> weights) {
-    return {name, bands, [=](SimdTarget target, Rows<T>& rows) {
+OtherKernel<T> WithOneMore(const PXL::Method& method, std::uint32_t bands) {
+    std::vector<double> weights(bands + 1);
+    weights.back() = 1.0;
+    return {method.description.keyword + std::string(" with one more"), bands,
+            [=, &method](SimdTarget target, Rows<T>& rows) {
                 static const std::vector<double> gains(8, 0.37), ratioGains(8, 0.61);
                 const InjectionGains injection{gains.data(), ratioGains.data(), 2.0, maxSample<T> / 10};
-                rowFor(target)({rows.ms.data(), rows.pan.data(), rows.other.data()}, rows.out.data(),
-                               rowPixels, {weights.data(), bands + 1, bands, &injection});
+                method.RowFor<T>(target)({rows.ms.data(), rows.pan.data(), rows.other.data()},
+                                         rows.out.data(), rowPixels,
+                                         {weights.data(), bands + 1, bands, &injection});
             }};
 }
 
 template <class T>
 std::vector<OtherKernel<T>> OtherKernels() {
     std::vector<OtherKernel<T>> all;
-    for (const std::uint32_t bands : {3u, 4u, 8u}) {
-        const std::vector<double> equal(bands + 1, 1.0 / (bands + 1));
-        std::vector<double> lastAlone(bands + 1);
-        lastAlone.back() = 1.0;
-        all.push_back(WithOneMore("KOVA with one more", bands, &KovaRowFor<T>, equal));
-        all.push_back(WithOneMore("Brovey with one more", bands, &BroveyRowFor<T>, equal));
-        all.push_back(WithOneMore("Injection", bands, &InjectionRowFor<T>, lastAlone));
-        all.push_back(WithOneMore("Injection of all bands", bands, &InjectionRowFor<T>, equal));
-    }
+    for (const std::uint32_t bands : {3u, 4u, 8u})
+        for (const PXL::Method& method : PXL::Methods())
+            all.push_back(WithOneMore<T>(method, bands));
     const auto add = [&](const char* name, std::uint32_t bands, auto run) {
         all.push_back({name, bands, run});
     };
