@@ -4,8 +4,8 @@
 
 #include "hostkit/MethodTable.h"
 #include "hostkit/PluginLibrary.h"
-#include "rasterhost/Preflight.h"
-#include "rasterhost/Sharpen.h"
+#include "rasterhost/assessing/Preflight.h"
+#include "rasterhost/fusing/Sharpen.h"
 
 #include <cpl_conv.h>
 #include <cpl_string.h>

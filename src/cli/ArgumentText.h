@@ -1,6 +1,6 @@
 #pragma once
 
-#include "rasterhost/Sharpen.h"
+#include "rasterhost/fusing/Sharpen.h"
 
 #include <cstdint>
 #include <string>

@@ -3,7 +3,7 @@
 #include "cli/CommandLine.h"
 #include "cli/ExitCode.h"
 #include "fundament/Status.h"
-#include "rasterhost/Requests.h"
+#include "rasterhost/requests/Requests.h"
 
 namespace cli {
 

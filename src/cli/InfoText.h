@@ -1,6 +1,6 @@
 #pragma once
 
-#include "rasterhost/Preflight.h"
+#include "rasterhost/assessing/Preflight.h"
 
 #include <string>
 

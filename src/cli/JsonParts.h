@@ -2,7 +2,7 @@
 
 #include "cli/ExitCode.h"
 #include "fundament/Status.h"
-#include "rasterhost/Sharpen.h"
+#include "rasterhost/fusing/Sharpen.h"
 
 #include <nlohmann/json.hpp>
 

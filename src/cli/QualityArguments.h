@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cli/CommandLine.h"
-#include "rasterhost/Compare.h"
+#include "rasterhost/assessing/Compare.h"
 
 namespace cli {
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cli/ExitCode.h"
-#include "rasterhost/Compare.h"
+#include "rasterhost/assessing/Compare.h"
 
 #include <string>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "rasterhost/Compare.h"
+#include "rasterhost/assessing/Compare.h"
 
 #include <string>
 

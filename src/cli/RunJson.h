@@ -3,7 +3,7 @@
 #include "cli/ExitCode.h"
 #include "fundament/Status.h"
 #include "host/Describe.h"
-#include "rasterhost/Preflight.h"
+#include "rasterhost/assessing/Preflight.h"
 
 #include <cstdint>
 #include <string>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "rasterhost/BandGains.h"
+#include "rasterhost/requests/BandGains.h"
 
 #include <optional>
 #include <string>

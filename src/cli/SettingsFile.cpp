@@ -3,7 +3,7 @@
 #include "cli/ExitCode.h"
 #include "fundament/Files.h"
 #include "fundament/PropertyLookUp.h"
-#include "rasterhost/WorkFolder.h"
+#include "rasterhost/writing/WorkFolder.h"
 
 #include <fstream>
 

@@ -8,7 +8,7 @@
 #include "fundament/Text.h"
 #include "host/PropertyNames.h"
 #include "hostkit/MethodTable.h"
-#include "rasterhost/RunFiles.h"
+#include "rasterhost/writing/RunFiles.h"
 
 #include <algorithm>
 #include <array>

@@ -2,8 +2,8 @@
 
 #include "cli/CommandLine.h"
 #include "host/Describe.h"
-#include "rasterhost/Preview.h"
-#include "rasterhost/Sharpen.h"
+#include "rasterhost/assessing/Preview.h"
+#include "rasterhost/fusing/Sharpen.h"
 
 #include <optional>
 #include <string>

@@ -11,7 +11,7 @@
 #include "cli/StatusText.h"
 #include "fundament/Console.h"
 #include "fundament/Files.h"
-#include "rasterhost/OutputCheck.h"
+#include "rasterhost/writing/OutputCheck.h"
 
 #include <iostream>
 
@@ -29,7 +29,8 @@ Progress::Style ChooseStyle(const CommandLine& line) {
 }
 
 /// Fuses, with progress and warnings on standard error, until it is done, fails or is interrupted.
-ExitCode Fuse(const CommandLine& line, SharpenRequest& request, SharpenReport& report, Status& status) {
+ExitCode Fuse(const CommandLine& line, SharpenRequest& request, rasterhost::PreparedPair& pair,
+              SharpenReport& report, Status& status) {
     Progress progress(ChooseStyle(line), std::cerr);
     request.progress = [&progress](double fraction) {
         progress.Update(fraction);
@@ -41,7 +42,7 @@ ExitCode Fuse(const CommandLine& line, SharpenRequest& request, SharpenReport& r
         if (showWarnings) std::cerr << FormatWarning(message);
     };
     platform::CatchInterrupts();
-    if (rasterhost::Sharpen(request, report, status)) return Done;
+    if (rasterhost::Sharpen(request, report, status, &pair)) return Done;
     return report.cancelled ? Interrupted : WorkFailed;
 }
 
@@ -88,6 +89,7 @@ ExitCode RunSharpen(const CommandLine& line) {
     SharpenRequest request = MakeSharpenRequest(line);
     const auto preview = MakePreviewRequest(line, request);
     SharpenReport report;
+    rasterhost::PreparedPair pair;
     Status status;
     ExitCode code = WorkFailed;
     const bool isTrial = line.Has("--dry-run");
@@ -102,8 +104,8 @@ ExitCode RunSharpen(const CommandLine& line) {
             for (const std::string& warning : warnings)
                 std::cerr << FormatWarning(warning);
         if (isTrial) return ReportFindings(line, request, status);
-        if (CheckReports(line, request, preview, status)) code = Fuse(line, request, report, status);
-        if (code == Done && preview && !rasterhost::WritePreview(request, *preview, status))
+        if (CheckReports(line, request, preview, status)) code = Fuse(line, request, pair, report, status);
+        if (code == Done && preview && !rasterhost::WritePreview(request, *pair.scene, *preview, status))
             code = WorkFailed;
         report.warnings.insert(report.warnings.begin(), warnings.begin(), warnings.end());
     }

@@ -62,6 +62,11 @@ PluginLibrary::~PluginLibrary() {
     LibraryFile::Close(handle);
 }
 
+std::unique_ptr<PluginLibrary> PluginLibrary::FindAndLoad(const std::string& path, Status& status) {
+    const std::string found = FindPlugin(path, status);
+    return found.empty() ? nullptr : Load(found, status);
+}
+
 std::unique_ptr<PluginLibrary> PluginLibrary::Load(const std::string& path, Status& status) {
     // A bare name would be looked for along the platform's own search path.
     const std::string file = std::filesystem::absolute(path).string();

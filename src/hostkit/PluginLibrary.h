@@ -26,6 +26,9 @@ public:
     /// missing or no library, or when the library lacks an entry point or was built against another contract.
     [[nodiscard]] static std::unique_ptr<PluginLibrary> Load(const std::string& path,
                                                              KOVA::Tessara::Fundament::Status& status);
+    /// Finds the plug-in as FindPlugin does and loads it. Null with an item.
+    [[nodiscard]] static std::unique_ptr<PluginLibrary> FindAndLoad(const std::string& path,
+                                                                    KOVA::Tessara::Fundament::Status& status);
     PluginLibrary(const PluginLibrary&) = delete;
     PluginLibrary& operator=(const PluginLibrary&) = delete;
     ~PluginLibrary();

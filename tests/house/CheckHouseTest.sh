@@ -18,7 +18,7 @@ write src/host/IRaster.h '#include "fundament/Text.h"'
 write src/pxl/Image.h '#include "host/IRaster.h"\n#include "kernels/Row.h"'
 write src/plugin/Entry.cpp '#include "pxl/Image.h"'
 write src/rasterhost/Raster.cpp '# include <gdal_priv.h>\n#include "host/IRaster.h"'
-write src/cli/Main.cpp '#include "rasterhost/Sharpen.h"\n#include <CLI/CLI.hpp>'
+write src/cli/Main.cpp '#include "rasterhost/fusing/Sharpen.h"\n#include <CLI/CLI.hpp>'
 write tests/pxl/ImageEdgesTest.cpp '// reads ../data, writes build/tmp/x and <https://example.org/home/page>'
 write tests/house/NoFolderOfThatNameTest.cpp ''
 "$check" "$house" >"$house/out" 2>&1 || fail "a house in order passes: $(cat "$house/out")"
@@ -38,6 +38,8 @@ done <<'TABLE'
 src/pxl/Bad.h|\n#include "operators/Blend.h"|src/pxl/Bad.h:2: pxl/ includes operators/Blend.h, which is on a higher floor
 src/host/Bad.h|#include "pxl/Image.h"|higher floor
 src/rasterhost/Bad.h|#include "pansharp/PanSharp.h"|the host wing includes pansharp/PanSharp.h of the plug-in wing
+src/rasterhost/reading/Bad.h|#include "rasterhost/fusing/Sharpen.h"|the room reading/ includes rasterhost/fusing/Sharpen.h, which is on a higher floor
+src/rasterhost/Bad.h|#include "rasterhost/scene/Scene.h"|put the file into one of them
 src/cli/Bad.cpp|#include "pxl/Image.h"|the host wing includes pxl/Image.h
 src/plugin/Bad.cpp|#include "rasterhost/Raster.h"|the plug-in wing includes rasterhost/Raster.h
 src/pansharp/Bad.cpp|#include <tbb/parallel_for.h>|only the host wing may

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "KnownPair.h"
-#include "rasterhost/FitBlock.h"
+#include "rasterhost/fitting/FitBlock.h"
 
 #include <cmath>
 

@@ -2,7 +2,7 @@
 
 #include "hostkit/MethodTable.h"
 #include "hostkit/PluginLibrary.h"
-#include "rasterhost/Sharpen.h"
+#include "rasterhost/fusing/Sharpen.h"
 
 #include <gdal_priv.h>
 #include <gtest/gtest.h>
@@ -121,6 +121,7 @@ struct Outcome {
     bool isDone = false;
     rasterhost::SharpenReport report;
     KOVA::Tessara::Fundament::Status status;
+    rasterhost::PreparedPair pair; ///< that was fused
 };
 
 /// The methods of the built plug-in.
@@ -133,7 +134,7 @@ inline std::span<const PansharpMethod> Methods() {
 inline Outcome RunSharpen(rasterhost::SharpenRequest request) {
     if (request.plugin.empty()) request.plugin = PANSHARP_PLUGIN_FILE;
     Outcome outcome;
-    outcome.isDone = rasterhost::Sharpen(request, outcome.report, outcome.status);
+    outcome.isDone = rasterhost::Sharpen(request, outcome.report, outcome.status, &outcome.pair);
     return outcome;
 }
 

@@ -1,0 +1,252 @@
+#include "rasterhost/assessing/Assess.h"
+
+#include "fundament/Text.h"
+#include "hostkit/RequestRecord.h"
+#include "quality/NoReference.h"
+#include "rasterhost/assessing/CompareRows.h"
+#include "rasterhost/assessing/DegradedRows.h"
+#include "rasterhost/fusing/PreparedPair.h"
+#include "rasterhost/requests/CacheLimit.h"
+#include "rasterhost/requests/Operation.h"
+
+#include <gdal_priv.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace rasterhost {
+
+using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Pixmere::RasterInfo;
+
+namespace {
+
+bool CheckBands(const InputImage& fused, const InputImage& other, const char* role, Status& status) {
+    const auto count = fused.GetInfo().bandsPerPixel;
+    return other.GetInfo().bandsPerPixel == count ||
+           Fail(status, HostStatus::InputsDoNotFit,
+                FormatString("%s has %u bands and the %s image %s has %u; name the same bands in the same "
+                             "order, as in FILE,band=3 FILE,band=2",
+                             fused.GetName().c_str(), count, role, other.GetName().c_str(),
+                             other.GetInfo().bandsPerPixel));
+}
+
+/// The same pixels: size and, where both have one, position.
+bool CheckPixels(const InputImage& fused, const InputImage& other, const char* role, Status& status) {
+    const RasterInfo& a = fused.GetInfo();
+    const RasterInfo& b = other.GetInfo();
+    if (a.cols != b.cols || a.rows != b.rows)
+        return Fail(
+            status, HostStatus::InputsDoNotFit,
+            FormatString("%s is of %u x %u pixels and the %s image %s of %u x %u; they have to be of the "
+                         "same pixels: cut the second with gdal_translate -projwin",
+                         fused.GetName().c_str(), a.cols, a.rows, role, other.GetName().c_str(), b.cols,
+                         b.rows));
+    if (!fused.IsGeoreferenced() || !other.IsGeoreferenced()) return true;
+    constexpr double noise = 0.01; // of a pixel
+    const double off =
+        std::max(std::fabs(a.xMin - b.xMin) / a.pixelSizeX, std::fabs(a.yMax - b.yMax) / a.pixelSizeY);
+    const double far =
+        std::max(std::fabs(a.xMax - b.xMax) / a.pixelSizeX, std::fabs(a.yMin - b.yMin) / a.pixelSizeY);
+    return (std::max(off, far) <= noise && IsSameProjection(fused.GetProjection(), other.GetProjection())) ||
+           Fail(status, HostStatus::InputsDoNotFit,
+                FormatString(
+                    "%s and the %s image %s do not lie at the same place; they have to be of the same "
+                    "pixels",
+                    fused.GetName().c_str(), role, other.GetName().c_str()));
+}
+
+/// What an image on the grid of pan looks like beside the pair that it was made of.
+class PairView {
+public:
+    PairView(const Scene& images, const SensorBlur& sensorBlur, double gridRatio)
+        : scene(images), blur(sensorBlur), ratio(gridRatio), fine(images.pan->GetInfo()),
+          coarse(images.GetMultispectral().GetInfo()), bands(coarse.bandsPerPixel),
+          consistency(coarse.cols, bands), blurred(coarse.cols, bands, quality::blockSide),
+          fineScale(fine.cols, bands, quality::blockSide),
+          coarseScale(coarse.cols, bands, quality::CoarseBlockSide(ratio)) {}
+
+    /// At the multispectral pixels.
+    bool SeeCoarse(RowSource& image, Status& status) {
+        const hostkit::PixelRect all = hostkit::WholeImage(coarse);
+        ImageRows multispectral(*scene.GetMultispectral().image), pan(*scene.pan);
+        DegradedRows seenImage = DegradeOnto(image, fine, coarse, all, blur.multispectral);
+        DegradedRows seenPan = DegradeOnto(pan, fine, coarse, all, std::span(&blur.pan, 1));
+        SampleRows a, b, c;
+        return ForStrips(multispectral, [&](std::uint32_t row, std::uint32_t end) {
+            if (!seenImage.Read(row, end, a, status) || !multispectral.Read(row, end, b, status) ||
+                !seenPan.Read(row, end, c, status))
+                return false;
+            KeepCommon(a.valid, b.valid);
+            KeepCommon(c.valid, a.valid);
+            for (std::size_t i = 0; i < end - row; ++i) {
+                const std::size_t at = i * coarse.cols;
+                const double* seen = a.samples.data() + at * bands;
+                const double* truth = b.samples.data() + at * bands;
+                consistency.AddRow(seen, truth, a.valid.data() + at);
+                blurred.AddRow(Join(seen, truth), a.valid.data() + at);
+                coarseScale.AddRow(truth, c.samples.data() + at, c.valid.data() + at);
+            }
+            return true;
+        });
+    }
+
+    /// At the pixels of pan.
+    bool SeeFine(RowSource& image, Status& status) {
+        ImageRows pan(*scene.pan);
+        SampleRows a, b;
+        return ForStrips(image, [&](std::uint32_t row, std::uint32_t end) {
+            if (!image.Read(row, end, a, status) || !pan.Read(row, end, b, status)) return false;
+            KeepCommon(a.valid, b.valid);
+            for (std::size_t at = 0; at < a.valid.size(); at += fine.cols)
+                fineScale.AddRow(a.samples.data() + at * bands, b.samples.data() + at, a.valid.data() + at);
+            pixels +=
+                a.valid.size() - static_cast<std::size_t>(std::count(a.valid.begin(), a.valid.end(), 0));
+            return true;
+        });
+    }
+
+    void Find(PairIndices& found) {
+        found.consistency = consistency.Find(ratio);
+        found.pixels = pixels;
+        const auto atFine = fineScale.Find(), atCoarse = coarseScale.Find();
+        found.spectralDistortion = quality::Distortion(atFine.ofBands, atCoarse.ofBands);
+        found.spatialDistortion = quality::Distortion(atFine.withPan, atCoarse.withPan);
+        found.qnr = (1.0 - found.spectralDistortion) * (1.0 - found.spatialDistortion);
+        found.spectralDistortionOfBlur = 1.0 - blurred.Find();
+        found.hqnr = (1.0 - found.spectralDistortionOfBlur) * (1.0 - found.spatialDistortion);
+    }
+
+private:
+    /// Pixel by pixel the bands of one row and then those of another.
+    const double* Join(const double* first, const double* second) {
+        both.clear();
+        for (std::size_t column = 0; column < coarse.cols; ++column)
+            for (const double* row : {first, second})
+                both.insert(both.end(), row + column * bands, row + (column + 1) * bands);
+        return both.data();
+    }
+
+    const Scene& scene;
+    const SensorBlur& blur;
+    double ratio;
+    const RasterInfo& fine;
+    const RasterInfo coarse;
+    std::size_t bands;
+    quality::Comparison consistency;
+    quality::HypercomplexIndex blurred;
+    quality::ScaleIndices fineScale, coarseScale;
+    std::uint64_t pixels = 0;
+    std::vector<double> both;
+};
+
+/// One assessment from the opened images to the report.
+class Assessment {
+public:
+    Assessment(const AssessRequest& assessRequest, AssessReport& assessReport, Status& assessStatus)
+        : request(assessRequest), report(assessReport), status(assessStatus) {}
+
+    bool Run() {
+        const SampleOptions options{request.noData, request.ignoreNoData, {}};
+        fused = InputImage::Open(request.fused, "fused", options, status);
+        if (!fused) return false;
+        report.columns = fused->GetInfo().cols;
+        report.rows = fused->GetInfo().rows;
+        report.bands = fused->GetInfo().bandsPerPixel;
+        report.ratio = request.ratio;
+        if (!request.reference.empty()) return AgainstReference(options);
+        return OpenPair() && AgainstPair();
+    }
+
+private:
+    bool AgainstReference(const SampleOptions& options) {
+        const auto truth = InputImage::Open(request.reference, "reference", options, status);
+        if (!truth || !CheckPixels(*fused, *truth, "reference", status) ||
+            !CheckBands(*fused, *truth, "reference", status))
+            return false;
+        const CacheLimit cache(StripCache({fused.get(), truth.get()}));
+        ImageRows image(*fused), reference(*truth);
+        quality::ReferenceIndices indices;
+        const double ratio = request.ratio.value_or(std::numeric_limits<double>::quiet_NaN());
+        if (!CompareRows(image, reference, ratio, indices, status)) return false;
+        report.reference = std::move(indices);
+        return report.reference->pixels > 0 ||
+               Fail(status, HostStatus::InputsDoNotFit,
+                    "the images have no pixel with data in both; there is nothing to assess");
+    }
+
+    bool OpenPair() {
+        PairRequest inputs;
+        inputs.pan = *request.pan;
+        inputs.multispectral = request.multispectral;
+        inputs.noData = request.noData;
+        inputs.ignoreNoData = request.ignoreNoData;
+        const Warn warn = [this](const std::string& text) { report.warnings.push_back(text); };
+        return PrepareScene(inputs, warn, {}, scene, status) == Preparation::Done &&
+               CheckGrids(*scene, status) && CheckPixels(*fused, *scene->pan, "pan", status) &&
+               CheckBands(*fused, *scene->GetMultispectral().image, "multispectral", status) &&
+               CheckBlur(request.blur, report.bands, status);
+    }
+
+    bool AgainstPair() {
+        const RasterInfo& pan = scene->pan->GetInfo();
+        const PlacedImage& multispectral = scene->GetMultispectral();
+        const RasterInfo coarse = multispectral.GetInfo();
+        if (!report.ratio)
+            report.ratio =
+                std::sqrt(coarse.pixelSizeX / pan.pixelSizeX * (coarse.pixelSizeY / pan.pixelSizeY));
+        const CacheLimit cache(StripCache({fused.get(), scene->pan.get(), multispectral.image.get()}));
+        ImageRows image(*fused);
+        UpsampledRows plain(*multispectral.image, *multispectral.placement, hostkit::WholeImage(pan),
+                            hostkit::Resampling::Bilinear, true);
+        // Both at the same pixels.
+        MaskedRows maskedImage(image, plain), maskedPlain(plain, image);
+        return AddRow("fused", maskedImage) && AddRow("bilinear", maskedPlain);
+    }
+
+    bool AddRow(const char* name, RowSource& image) {
+        PairIndices found;
+        found.name = name;
+        PairView view(*scene, request.blur, *report.ratio);
+        if (!view.SeeCoarse(image, status) || !view.SeeFine(image, status)) return false;
+        view.Find(found);
+        if (found.consistency.pixels == 0 || found.pixels == 0)
+            return Fail(
+                status, HostStatus::InputsDoNotFit,
+                "no multispectral pixel has data around it in all images; there is nothing to assess");
+        report.pair.push_back(std::move(found));
+        return true;
+    }
+
+    const AssessRequest& request;
+    AssessReport& report;
+    Status& status;
+    std::unique_ptr<InputImage> fused;
+    std::unique_ptr<Scene> scene;
+};
+
+} // namespace
+
+bool CheckBlur(const SensorBlur& blur, std::size_t bands, Status& status) {
+    const auto isTransfer = [](double number) { return number > 0.0 && number < 1.0; };
+    if (!isTransfer(blur.pan) ||
+        !std::all_of(blur.multispectral.begin(), blur.multispectral.end(), isTransfer))
+        return Fail(status, HostStatus::RequestInvalid,
+                    "a modulation transfer at the Nyquist frequency lies above 0 and below 1, such as 0.3");
+    return blur.multispectral.size() == 1 || blur.multispectral.size() == bands ||
+           Fail(status, HostStatus::RequestInvalid,
+                FormatString("%d modulation transfers are given for %d bands; give one, or one a band",
+                             static_cast<int>(blur.multispectral.size()), static_cast<int>(bands)));
+}
+
+bool Assess(const AssessRequest& request, AssessReport& report, Status& status) {
+    report = {};
+    double seconds = 0.0;
+    const bool isDone =
+        RunOperation([&] { return Assessment(request, report, status).Run(); }, seconds, status);
+    report.seconds = seconds;
+    return isDone;
+}
+
+} // namespace rasterhost

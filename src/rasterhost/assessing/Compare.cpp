@@ -1,0 +1,222 @@
+#include "rasterhost/assessing/Compare.h"
+
+#include "fundament/Text.h"
+#include "hostkit/AxisPlacement.h"
+#include "hostkit/MethodTable.h"
+#include "hostkit/PluginLibrary.h"
+#include "hostkit/RequestRecord.h"
+#include "rasterhost/assessing/CompareRows.h"
+#include "rasterhost/assessing/ReducedScene.h"
+#include "rasterhost/fusing/PreparedPair.h"
+#include "rasterhost/fusing/ProcessSettings.h"
+#include "rasterhost/requests/CacheLimit.h"
+#include "rasterhost/requests/Operation.h"
+#include "rasterhost/writing/OutputCheck.h"
+
+#include <gdal_priv.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+
+namespace rasterhost {
+
+using KOVA::Tessara::Fundament::FormatString;
+
+namespace {
+
+class CompareRun {
+public:
+    CompareRun(const CompareRequest& compareRequest, CompareReport& compareReport, Status& compareStatus)
+        : request(compareRequest), report(compareReport), status(compareStatus) {}
+
+    bool Run() {
+        const auto plugin = hostkit::PluginLibrary::FindAndLoad(request.inputs.plugin, status);
+        return plugin && PrepareToKeep() && Reduce() && OpenReduced() &&
+               AddPlain("bilinear", hostkit::Resampling::Bilinear) &&
+               AddPlain("cubic", hostkit::Resampling::Cubic) && AddMethods(plugin->GetDescription()) &&
+               FindBest() && (!kept || reduced->Keep(*kept, request.inputs.overwrite, status));
+    }
+
+private:
+    /// Looks before the work whether its files can be kept.
+    bool PrepareToKeep() {
+        if (request.keep.empty()) return true;
+        RunFiles files = FilesOf(request.inputs);
+        for (const std::string name : ReducedScene::names) {
+            std::vector<std::string> all = NamesOfDescriptions(request.keep + "/" + name);
+            all.push_back(request.keep + "/" + name);
+            for (const std::string& file : all)
+                if (!CheckNewFile(file, "the file to keep '" + file + "'", request.inputs.overwrite, files,
+                                  status))
+                    return false;
+        }
+        kept = WorkFolder::Make(request.keep + "/" + ReducedScene::names[2], status);
+        return kept != nullptr;
+    }
+
+    [[nodiscard]] bool GoesOn() const { return !request.inputs.progress || request.inputs.progress(0.0); }
+    bool Cancel() {
+        report.cancelled = true;
+        return Fail(status, HostStatus::Cancelled, "cancelled; nothing was compared");
+    }
+
+    bool Reduce() {
+        const Warn warn = [this](const std::string& text) { report.warnings.push_back(text); };
+        SharpenRequest inputs = request.inputs;
+        if (inputs.resampling.empty()) inputs.resampling = "bilinear"; // nothing is sampled here
+        std::unique_ptr<Scene> scene;
+        const Preparation preparation = PrepareScene(
+            inputs, warn, [this] { return GoesOn(); }, scene, status);
+        report.cancelled = preparation == Preparation::Cancelled;
+        if (preparation != Preparation::Done || !CheckGrids(*scene, status) ||
+            !CheckBlur(request.blur, scene->GetMultispectral().image->GetBands().size(), status))
+            return false;
+        if (!GoesOn()) return Cancel();
+        if (scene->pan->GetInfo().bitsPerBand > 8) bitDepth = static_cast<int>(scene->bitDepth);
+        const CacheLimit cache(StripCache({scene->pan.get(), scene->GetMultispectral().image.get()}));
+        reduced = ReducedScene::Make(*scene, request.blur, status);
+        if (!reduced) return false;
+        report.ratioX = reduced->ratioX;
+        report.ratioY = reduced->ratioY;
+        report.columns = reduced->columns;
+        report.rows = reduced->rows;
+        report.windows = reduced->windows;
+        return true;
+    }
+
+    bool OpenReduced() {
+        pan = InputImage::Open({{reduced->GetPan(), {}}}, "reduced", {}, status);
+        multispectral = InputImage::Open({{reduced->GetMultispectral(), {}}}, "reduced", {}, status);
+        if (!pan || !multispectral) return false;
+        report.bands = multispectral->GetInfo().bandsPerPixel;
+        return true;
+    }
+
+    [[nodiscard]] std::unique_ptr<InputImage> OpenTruth(std::size_t bands) {
+        std::vector<InputBand> inputs;
+        for (std::size_t band = 1; band <= bands; ++band)
+            inputs.push_back({reduced->GetTruth(), static_cast<int>(band)});
+        return InputImage::Open(inputs, "reduced", {}, status);
+    }
+
+    bool Add(CompareEntry entry, RowSource& rows) {
+        if (!GoesOn()) return Cancel();
+        // A method may write fewer bands, the first ones.
+        const std::size_t bands = rows.GetBands();
+        if (!truths[bands]) truths[bands] = OpenTruth(bands);
+        if (!truths[bands]) return false;
+        ImageRows reference(*truths[bands]);
+        if (!CompareRows(rows, reference, std::sqrt(report.ratioX * report.ratioY), entry.indices, status))
+            return false;
+        if (entry.indices.pixels == 0)
+            return Fail(
+                status, HostStatus::InputsDoNotFit,
+                "no pixel has enough data around it when the images are degraded; there is nothing to "
+                "compare");
+        report.entries.push_back(std::move(entry));
+        return true;
+    }
+
+    bool AddPlain(const char* name, hostkit::Resampling resampling) {
+        const auto& grid = pan->GetInfo();
+        const hostkit::AxisPlacement placement(grid, multispectral->GetInfo());
+        UpsampledRows rows(*multispectral, placement, hostkit::WholeImage(grid), resampling, false);
+        return Add({name, {}, name, {}, {}}, rows);
+    }
+
+    bool AddMethods(const PansharpDescription& plugin) {
+        for (const PansharpMethod& method : hostkit::MethodsOf(plugin)) {
+            if (method.minimumBands > multispectral->GetBands().size()) {
+                report.warnings.push_back(FormatString("%s is left out: it takes at least %u bands",
+                                                       method.keyword, method.minimumBands));
+                continue;
+            }
+            for (const char* resampling : {"bilinear", "cubic"}) {
+                if (!request.inputs.resampling.empty() && request.inputs.resampling != resampling) continue;
+                if (!AddRuns(MakeRun(method.keyword, resampling), plugin)) return false;
+            }
+        }
+        return true;
+    }
+
+    bool AddRuns(SharpenRequest run, const PansharpDescription& plugin) {
+        const bool weighs = WantsFit(run, plugin);
+        if (!AddMethod(run, weighs ? "fitted" : "")) return false;
+        run.weightSource = WeightSource::Equal;
+        return !weighs || AddMethod(run, "equal");
+    }
+
+    [[nodiscard]] SharpenRequest MakeRun(const char* method, const char* resampling) const {
+        SharpenRequest run;
+        run.pan.file = reduced->GetPan();
+        run.multispectral = {{reduced->GetMultispectral(), {}}};
+        run.output = reduced->GetFused();
+        run.overwrite = true;
+        run.method = method;
+        run.bitDepth = bitDepth;
+        run.resampling = resampling;
+        run.plugin = request.inputs.plugin;
+        run.threads = request.inputs.threads;
+        if (request.inputs.progress) run.progress = [this](double) { return GoesOn(); };
+        return run;
+    }
+
+    bool AddMethod(const SharpenRequest& run, const char* weights) {
+        SharpenReport fusion;
+        if (!Sharpen(run, fusion, status)) {
+            report.cancelled = fusion.cancelled;
+            return false;
+        }
+        bool isAdded = false;
+        {
+            const auto fused = InputImage::Open({{run.output, {}}}, "fused", {}, status);
+            if (!fused) return false;
+            ImageRows rows(*fused);
+            // Where no weights could be fitted, the run took equal ones.
+            const bool fitted = fusion.fit.has_value();
+            if (*weights == 'f' && !fitted)
+                report.warnings.push_back(run.method + ": no weights could be fitted to the degraded pair");
+            isAdded = Add({run.method,
+                           *weights == 'f' && !fitted ? "equal" : weights,
+                           run.resampling,
+                           fusion.effectiveWeights,
+                           {}},
+                          rows);
+        }
+        VSIUnlink(run.output.c_str());
+        return isAdded;
+    }
+
+    bool FindBest() {
+        const auto better = [this](const CompareEntry& a, const CompareEntry& b) {
+            return a.indices.errors.size() == report.bands &&
+                   (b.indices.errors.size() < report.bands || a.indices.ergas < b.indices.ergas);
+        };
+        report.best = static_cast<std::size_t>(
+            std::min_element(report.entries.begin(), report.entries.end(), better) - report.entries.begin());
+        return true;
+    }
+
+    const CompareRequest& request;
+    CompareReport& report;
+    Status& status;
+    std::unique_ptr<WorkFolder> kept; ///< null when nothing is
+    std::unique_ptr<ReducedScene> reduced;
+    std::unique_ptr<InputImage> pan, multispectral;            ///< of the reduced scene
+    std::map<std::size_t, std::unique_ptr<InputImage>> truths; ///< by how many of its bands
+    std::optional<int> bitDepth;
+};
+
+} // namespace
+
+bool Compare(const CompareRequest& request, CompareReport& report, Status& status) {
+    report = {};
+    double seconds = 0.0;
+    const bool isDone =
+        RunOperation([&] { return CompareRun(request, report, status).Run(); }, seconds, status);
+    report.seconds = seconds;
+    return isDone;
+}
+
+} // namespace rasterhost

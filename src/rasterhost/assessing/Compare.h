@@ -1,0 +1,45 @@
+#pragma once
+
+#include "rasterhost/assessing/Assess.h"
+
+/// Which method for a scene: the pair is degraded by its own ratio, fused by every method, and what comes of
+/// it compared with the multispectral image that it was degraded from.
+namespace rasterhost {
+
+struct CompareRequest {
+    /// Inputs, how they lie, no data, depth, resampling, plug-in, threads, whether to overwrite and what
+    /// tells to cancel; the rest is not looked at. An empty resampling is for both.
+    SharpenRequest inputs;
+    SensorBlur blur;
+    /// Folder to leave the degraded pair and the truth in as pan.tif, ms.tif and truth.tif, in the place of
+    /// such files only with `inputs.overwrite`; empty for nowhere.
+    std::string keep;
+};
+
+struct CompareEntry {
+    std::string method;  ///< a keyword; "bilinear" and "cubic" for plain upsampling
+    std::string weights; ///< "fitted" or "equal"; empty for a method that weighs no bands
+    std::string resampling;
+    std::vector<double> effectiveWeights;
+    quality::ReferenceIndices indices; ///< of the bands that the method writes: the first, at times not all
+
+    [[nodiscard]] bool IsPlain() const { return method == "bilinear" || method == "cubic"; }
+};
+
+struct CompareReport {
+    double ratioX = 0.0, ratioY = 0.0;   ///< multispectral pixel over pan pixel
+    std::uint32_t columns = 0, rows = 0; ///< of the truth
+    std::uint32_t windows = 0;           ///< of the scene that it is made of
+    std::vector<CompareEntry> entries;   ///< plain upsampling first, then the plug-in's methods in its order
+    std::size_t best = 0;                ///< entry with the lowest ERGAS, of those with all bands
+    std::uint32_t bands = 0;             ///< of the multispectral image
+    std::vector<std::string> warnings;
+    double seconds = 0.0;
+    bool cancelled = false;
+};
+
+/// False with the reasons in `status`.
+[[nodiscard]] bool Compare(const CompareRequest& request, CompareReport& report,
+                           KOVA::Tessara::Fundament::Status& status);
+
+} // namespace rasterhost

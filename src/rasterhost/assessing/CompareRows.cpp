@@ -1,0 +1,48 @@
+#include "rasterhost/assessing/CompareRows.h"
+
+#include "fundament/Text.h"
+
+namespace rasterhost {
+
+using KOVA::Tessara::Fundament::FormatString;
+
+bool CompareRows(RowSource& image, RowSource& reference, double ratio, quality::ReferenceIndices& found,
+                 Status& status) {
+    const std::size_t columns = image.GetColumns(), bands = image.GetBands();
+    quality::Comparison comparison(columns, bands);
+    SampleRows a, b;
+    const bool isDone = ForStrips(image, [&](std::uint32_t row, std::uint32_t end) {
+        if (!image.Read(row, end, a, status) || !reference.Read(row, end, b, status)) return false;
+        KeepCommon(a.valid, b.valid);
+        for (std::size_t i = 0; i < end - row; ++i)
+            comparison.AddRow(a.samples.data() + i * columns * bands, b.samples.data() + i * columns * bands,
+                              a.valid.data() + i * columns);
+        return true;
+    });
+    if (isDone) found = comparison.Find(ratio);
+    return isDone;
+}
+
+std::int64_t StripCache(std::initializer_list<const InputImage*> images) {
+    std::int64_t bytes = std::int64_t{32} << 20;
+    for (const InputImage* image : images)
+        if (image) bytes += 2 * static_cast<std::int64_t>(image->GetDescription()->GetBlockRowBytes());
+    return bytes;
+}
+
+bool CheckGrids(const Scene& scene, Status& status) {
+    const std::size_t grids = scene.GetGrids().size();
+    if (grids > 1)
+        return Fail(status, HostStatus::InputsDoNotFit,
+                    FormatString("the multispectral bands lie on %d different grids, and indices take one; "
+                                 "name bands that share a grid, or bring them onto one with gdalwarp",
+                                 static_cast<int>(grids)));
+    return scene.GetMultispectral().placement->RunsAlong() ||
+           Fail(status, HostStatus::InputsDoNotFit,
+                FormatString(
+                    "rows and columns of %s and %s do not run along each other, which degrading them takes; "
+                    "bring the second into the projection of the first with gdalwarp -t_srs",
+                    scene.pan->GetName().c_str(), scene.GetMultispectral().image->GetName().c_str()));
+}
+
+} // namespace rasterhost

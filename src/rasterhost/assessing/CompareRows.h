@@ -1,0 +1,24 @@
+#pragma once
+
+#include "quality/Comparison.h"
+#include "rasterhost/reading/RowSource.h"
+#include "rasterhost/scene/Scene.h"
+
+#include <algorithm>
+#include <initializer_list>
+
+namespace rasterhost {
+
+/// All indices of an image against a reference of the same size where both have data. False with an item when
+/// one cannot be read.
+[[nodiscard]] bool CompareRows(RowSource& image, RowSource& reference, double ratio,
+                               quality::ReferenceIndices& found, Status& status);
+
+/// Bytes of GDAL's block cache in which images are read strip by strip without reading a block twice; null
+/// pointers count for nothing.
+[[nodiscard]] std::int64_t StripCache(std::initializer_list<const InputImage*> images);
+
+/// Checks that the grids of a pair run along each other, as degrading them takes. False with an item.
+[[nodiscard]] bool CheckGrids(const Scene& scene, Status& status);
+
+} // namespace rasterhost

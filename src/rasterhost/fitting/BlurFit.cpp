@@ -1,0 +1,214 @@
+#include "rasterhost/fitting/BlurFit.h"
+
+#include "fundament/Text.h"
+#include "hostkit/PanLowPass.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numbers>
+
+namespace rasterhost {
+
+namespace {
+
+using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Fundament::Status;
+
+constexpr std::array tried{leastTransfer, 0.3, 0.4, 0.5, greatestTransfer};
+constexpr std::size_t firstTried = 1;        ///< by which pixels that do not obey are found
+constexpr double panBlur = 0.14;             ///< variance that pan's own blur adds, in pan pixels
+constexpr double robustDeviations = 4.0;     ///< beyond them a pixel does not obey
+constexpr double deviationOfMedian = 1.4826; ///< of the normal distribution, over the median distance
+constexpr std::uint32_t blocks = 8, pixelsAcross = 32;
+constexpr std::size_t mostValues = std::size_t{1} << 22; ///< kept; of many bands every n-th pixel is
+constexpr std::size_t leastSamplesPerNumber = 10;        ///< that is fitted
+constexpr double negligiblePivot = 1e-10;
+
+double VarianceOf(double transfer) { return std::pow(hostkit::GaussianSigma(transfer), 2.0); }
+double TransferOf(double variance) { return std::exp(-0.5 * std::numbers::pi * std::numbers::pi * variance); }
+
+/// Fits of pan's low-pass on the bands, one a transfer tried. Means stand for the offset.
+struct BlurFits {
+    std::vector<double> means; ///< of the bands, then of the low-passes
+    std::array<std::vector<double>, tried.size()> coefficients;
+    /// 1 - the sum of squares left over / that about the mean.
+    std::array<double, tried.size()> rSquared{};
+};
+
+/// The bands of many pixels, and pan's low-pass by each transfer tried.
+class BlurSamples {
+public:
+    explicit BlurSamples(std::size_t bandCount) : bands(bandCount) {}
+
+    [[nodiscard]] bool Read(FitBlockSource& source, Status& status);
+    [[nodiscard]] std::size_t GetCount() const { return values.size() / Width(); }
+    /// Forgets pixels whose residual by the first transfer is out of line.
+    void DropOutliers();
+    [[nodiscard]] BlurFits Fit() const;
+
+private:
+    [[nodiscard]] std::size_t Width() const { return bands + tried.size(); }
+    void Add(const FitBlock& block, std::size_t step);
+
+    std::size_t bands;
+    std::vector<double> values; ///< of a pixel side by side
+};
+
+void BlurSamples::Add(const FitBlock& block, std::size_t step) {
+    std::array<std::vector<double>, tried.size()> low;
+    for (std::size_t i = 0; i < tried.size(); ++i)
+        low[i] = block.LowPass(tried[i]);
+    const double around = 3.0 * hostkit::GaussianSigma(leastTransfer);
+    for (std::size_t pixel = 0; pixel < block.GetCount(); pixel += step) {
+        if (block.usable[pixel] == 0 || !block.IsWithinPan(pixel, around)) continue;
+        if (!std::all_of(low.begin(), low.end(), [&](const auto& of) { return std::isfinite(of[pixel]); }))
+            continue;
+        const double* samples = block.samples.data() + pixel * bands;
+        values.insert(values.end(), samples, samples + bands);
+        for (const auto& of : low)
+            values.push_back(of[pixel]);
+    }
+}
+
+bool BlurSamples::Read(FitBlockSource& source, Status& status) {
+    const std::vector<hostkit::PixelRect> rects = source.Choose(blocks, pixelsAcross);
+    const std::size_t step = rects.size() * pixelsAcross * pixelsAcross * Width() / mostValues + 1;
+    FitBlock block;
+    for (const hostkit::PixelRect& rect : rects) {
+        if (!source.Read(rect, block, status)) return false;
+        Add(block, step);
+    }
+    return true;
+}
+
+/// By Cholesky's decomposition of the bands' covariances; a band that depends on those before it gets 0.
+std::vector<double> SolveByCholesky(std::vector<double> matrix, std::vector<double> right) {
+    const std::size_t n = right.size();
+    for (std::size_t j = 0; j < n; ++j) {
+        const double own = matrix[j * n + j];
+        double pivot = own;
+        for (std::size_t k = 0; k < j; ++k)
+            pivot -= matrix[j * n + k] * matrix[j * n + k];
+        const double root = pivot > negligiblePivot * own ? std::sqrt(pivot) : 0.0;
+        matrix[j * n + j] = root;
+        for (std::size_t i = j + 1; i < n; ++i) {
+            double sum = matrix[i * n + j];
+            for (std::size_t k = 0; k < j; ++k)
+                sum -= matrix[i * n + k] * matrix[j * n + k];
+            matrix[i * n + j] = root > 0.0 ? sum / root : 0.0;
+        }
+    }
+    for (std::size_t i = 0; i < n; ++i) {
+        for (std::size_t k = 0; k < i; ++k)
+            right[i] -= matrix[i * n + k] * right[k];
+        right[i] = matrix[i * n + i] > 0.0 ? right[i] / matrix[i * n + i] : 0.0;
+    }
+    for (std::size_t i = n; i-- > 0;) {
+        for (std::size_t k = i + 1; k < n; ++k)
+            right[i] -= matrix[k * n + i] * right[k];
+        right[i] = matrix[i * n + i] > 0.0 ? right[i] / matrix[i * n + i] : 0.0;
+    }
+    return right;
+}
+
+BlurFits BlurSamples::Fit() const {
+    BlurFits fits;
+    fits.means.resize(Width());
+    for (std::size_t at = 0; at < values.size(); at += Width())
+        for (std::size_t i = 0; i < Width(); ++i)
+            fits.means[i] += values[at + i];
+    for (double& mean : fits.means)
+        mean /= static_cast<double>(GetCount());
+    // Products of the bands with each other, then of each low-pass with the bands and with itself.
+    std::vector<double> products(Width() * Width()), centred(Width());
+    for (std::size_t at = 0; at < values.size(); at += Width())
+        for (std::size_t i = 0; i < Width(); ++i) {
+            centred[i] = values[at + i] - fits.means[i];
+            for (std::size_t j = 0; j < std::min(i, bands); ++j)
+                products[i * Width() + j] += centred[i] * centred[j];
+            products[i * Width() + i] += centred[i] * centred[i];
+        }
+    std::vector<double> matrix;
+    for (std::size_t i = 0; i < bands; ++i)
+        matrix.insert(matrix.end(), products.data() + i * Width(), products.data() + i * Width() + bands);
+    for (std::size_t low = 0; low < tried.size(); ++low) {
+        const double* projection = products.data() + (bands + low) * Width();
+        fits.coefficients[low] = SolveByCholesky(matrix, {projection, projection + bands});
+        const double squares = projection[bands + low];
+        double explained = 0.0;
+        for (std::size_t i = 0; i < bands; ++i)
+            explained += fits.coefficients[low][i] * projection[i];
+        fits.rSquared[low] = squares > 0.0 ? explained / squares : 0.0;
+    }
+    return fits;
+}
+
+void BlurSamples::DropOutliers() {
+    const BlurFits fits = Fit();
+    std::vector<double> residuals;
+    for (std::size_t at = 0; at < values.size(); at += Width()) {
+        double residual = values[at + bands + firstTried] - fits.means[bands + firstTried];
+        for (std::size_t i = 0; i < bands; ++i)
+            residual -= fits.coefficients[firstTried][i] * (values[at + i] - fits.means[i]);
+        residuals.push_back(std::fabs(residual));
+    }
+    std::vector<double> sorted = residuals;
+    const auto middle = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
+    std::nth_element(sorted.begin(), middle, sorted.end());
+    const double most = robustDeviations * deviationOfMedian * *middle;
+    std::size_t kept = 0;
+    for (std::size_t pixel = 0; pixel < residuals.size(); ++pixel)
+        if (residuals[pixel] <= most) {
+            std::copy_n(values.data() + pixel * Width(), Width(), values.data() + kept * Width());
+            ++kept;
+        }
+    values.resize(kept * Width());
+}
+
+/// The variance where a parabola through the best and its neighbours is highest.
+double Refine(const std::array<double, tried.size()>& rSquared, std::size_t best) {
+    const double at = VarianceOf(tried[best]);
+    if (best == 0 || best + 1 == tried.size()) return at;
+    const double before = VarianceOf(tried[best - 1]) - at, after = VarianceOf(tried[best + 1]) - at;
+    const double fallBefore = rSquared[best - 1] - rSquared[best],
+                 fallAfter = rSquared[best + 1] - rSquared[best];
+    // y = a x^2 + b x through (before, fallBefore), (0, 0) and (after, fallAfter).
+    const double a = (fallAfter / after - fallBefore / before) / (after - before);
+    const double b = fallAfter / after - a * after;
+    return a < 0.0 ? at - b / (2.0 * a) : at;
+}
+
+} // namespace
+
+bool FitBlur(FitBlockSource& source, BlurFit& fit, Status& status) {
+    fit = {};
+    BlurSamples samples(source.GetBands());
+    if (!samples.Read(source, status)) return false;
+    fit.samples = samples.GetCount();
+    if (fit.samples < leastSamplesPerNumber * (source.GetBands() + 1)) {
+        fit.obstacle =
+            FormatString("too few multispectral pixels tell it: %.0f lie wholly on pan, have data and "
+                         "are not saturated",
+                         static_cast<double>(fit.samples));
+        return true;
+    }
+    for (int pass = 0; pass < 2; ++pass)
+        samples.DropOutliers();
+    fit.samples = samples.GetCount();
+    const auto rSquared = samples.Fit().rSquared;
+    const auto best = std::max_element(rSquared.begin(), rSquared.end());
+    fit.rSquared = *best;
+    if (!(fit.rSquared >= leastBlurRSquared)) {
+        fit.obstacle = FormatString("no weights of the bands make up pan's low-pass (R² %.2f, below %.1f)",
+                                    fit.rSquared, leastBlurRSquared);
+        return true;
+    }
+    const double variance = Refine(rSquared, static_cast<std::size_t>(best - rSquared.begin())) +
+                            panBlur / (source.GetRatio()[0] * source.GetRatio()[1]);
+    const double transfer = std::clamp(TransferOf(variance), leastTransfer, greatestTransfer);
+    fit.transfer = std::floor(transfer * 1000.0 + 0.5) / 1000.0;
+    return true;
+}
+
+} // namespace rasterhost

@@ -1,0 +1,131 @@
+#include "rasterhost/fitting/FitBlock.h"
+
+#include "hostkit/PanLowPass.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace rasterhost {
+
+namespace {
+
+/// Where less than this of the weight is on usable pixels there is no mean.
+constexpr double leastShare = 0.75;
+constexpr double notUsable = std::numeric_limits<double>::quiet_NaN();
+
+/// How pan's pixels lie on those of a block along one axis, both counted from their first.
+kernels::GridAxis AxisOf(const GridMap& onPan, std::uint32_t first, std::uint32_t panFirst) {
+    return kernels::MakeGridAxis(1.0 / onPan.step, (panFirst - onPan.origin) / onPan.step - first);
+}
+
+/// A mean of samples that together have a share of the weight.
+double MeanOf(double sum, double share, double all) {
+    return share >= leastShare * all ? sum / share : notUsable;
+}
+
+/// Where the two run along each other: down first, then across, in exact whole numbers.
+std::vector<double> LowPassAlong(const FitBlock& block, double sigma) {
+    const std::uint32_t columns = block.rect.GetColumns(), rows = block.rect.GetRows();
+    const std::size_t panColumns = block.panRect.GetColumns();
+    const kernels::LowPassAxis across(AxisOf(block.onPan.across, block.rect.col0, block.panRect.col0), sigma,
+                                      columns, block.panRect.GetColumns());
+    const kernels::LowPassAxis down(AxisOf(block.onPan.down, block.rect.row0, block.panRect.row0), sigma,
+                                    rows, block.panRect.GetRows());
+    const kernels::SimdTarget target = kernels::ChosenSimdTarget();
+    const auto weigh = kernels::WeighRowsFor<unsigned short>(target);
+    const auto weighUsable = kernels::WeighRowsFor<unsigned char>(target);
+    std::vector<std::uint32_t> sums(panColumns), shares(panColumns);
+    std::vector<const unsigned short*> starts;
+    std::vector<const unsigned char*> usableStarts;
+    std::vector<double> low;
+    for (std::uint32_t row = 0; row < rows; ++row) {
+        const auto& of = down.GetTaps(row);
+        starts.clear();
+        usableStarts.clear();
+        for (std::size_t i = of.first; i < of.first + of.count; ++i) {
+            starts.push_back(block.pan.data() + i * panColumns);
+            usableStarts.push_back(block.panUsable.data() + i * panColumns);
+        }
+        weigh(starts.data(), down.GetWeights(of), of.count, panColumns, sums.data());
+        weighUsable(usableStarts.data(), down.GetWeights(of), of.count, panColumns, shares.data());
+        for (std::uint32_t column = 0; column < columns; ++column) {
+            const auto& taps = across.GetTaps(column);
+            const std::uint32_t* weights = across.GetWeights(taps);
+            low.push_back(MeanOf(
+                static_cast<double>(kernels::WeighColumns(sums.data() + taps.first, weights, taps.count)),
+                static_cast<double>(kernels::WeighColumns(shares.data() + taps.first, weights, taps.count)),
+                double{kernels::lowPassOne} * kernels::lowPassOne));
+        }
+    }
+    return low;
+}
+
+/// A Gaussian that is the same in all directions, at one place on pan, counted from the corner.
+double LowPassAt(const FitBlock& block, double x, double y, double sigma) {
+    const double reach = 3.0 * sigma;
+    const auto limit = [](double place, std::uint32_t first, std::uint32_t end) {
+        return std::clamp<double>(place, first, end);
+    };
+    const auto& pan = block.panRect;
+    const auto col0 = static_cast<std::uint32_t>(limit(std::ceil(x - reach - 0.5), pan.col0, pan.col1));
+    const auto col1 = static_cast<std::uint32_t>(limit(std::floor(x + reach + 0.5), pan.col0, pan.col1));
+    const auto row0 = static_cast<std::uint32_t>(limit(std::ceil(y - reach - 0.5), pan.row0, pan.row1));
+    const auto row1 = static_cast<std::uint32_t>(limit(std::floor(y + reach + 0.5), pan.row0, pan.row1));
+    std::vector<double> weights;
+    for (std::uint32_t column = col0; column < col1; ++column)
+        weights.push_back(std::exp(-0.5 * std::pow((column + 0.5 - x) / sigma, 2.0)));
+    double sum = 0.0, share = 0.0, all = 0.0;
+    for (std::uint32_t row = row0; row < row1; ++row) {
+        const double down = std::exp(-0.5 * std::pow((row + 0.5 - y) / sigma, 2.0));
+        const std::size_t first = std::size_t{row - pan.row0} * pan.GetColumns() + (col0 - pan.col0);
+        for (std::size_t i = 0; i < weights.size(); ++i) {
+            sum += down * weights[i] * block.pan[first + i];
+            share += down * weights[i] * block.panUsable[first + i];
+            all += down * weights[i];
+        }
+    }
+    return all > 0.0 ? MeanOf(sum, share, all) : notUsable;
+}
+
+struct PanPlace {
+    double x = 0.0, y = 0.0;
+};
+
+PanPlace PlaceOf(const FitBlock& block, std::size_t pixel) {
+    const double column = block.rect.col0 + static_cast<double>(pixel % block.rect.GetColumns()) + 0.5;
+    const std::size_t rowOfBlock = pixel / block.rect.GetColumns();
+    const double row = block.rect.row0 + static_cast<double>(rowOfBlock) + 0.5;
+    const Footprint& on = block.onPan;
+    return {on.across.origin + column * on.across.step + row * on.acrossOfRow,
+            on.down.origin + row * on.down.step + column * on.downOfColumn};
+}
+
+/// Pan pixels across a multispectral one, the mean of all directions.
+double MeanStep(const Footprint& on) {
+    return std::sqrt(std::fabs(on.across.step * on.down.step - on.acrossOfRow * on.downOfColumn));
+}
+
+} // namespace
+
+std::vector<double> FitBlock::LowPass(double transfer) const {
+    const double sigma = hostkit::GaussianSigma(transfer);
+    if (panRect.IsEmpty()) return std::vector<double>(GetCount(), notUsable);
+    if (!onPan.isTurned) return LowPassAlong(*this, sigma);
+    std::vector<double> low;
+    for (std::size_t pixel = 0; pixel < GetCount(); ++pixel) {
+        const PanPlace at = PlaceOf(*this, pixel);
+        low.push_back(LowPassAt(*this, at.x, at.y, sigma * MeanStep(onPan)));
+    }
+    return low;
+}
+
+bool FitBlock::IsWithinPan(std::size_t pixel, double around) const {
+    const PanPlace at = PlaceOf(*this, pixel);
+    const double across = around * (onPan.isTurned ? MeanStep(onPan) : onPan.across.step);
+    const double down = around * (onPan.isTurned ? MeanStep(onPan) : onPan.down.step);
+    return !panRect.IsEmpty() && at.x - across >= panRect.col0 && at.x + across <= panRect.col1 &&
+           at.y - down >= panRect.row0 && at.y + down <= panRect.row1;
+}
+
+} // namespace rasterhost

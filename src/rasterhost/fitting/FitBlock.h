@@ -1,0 +1,52 @@
+#pragma once
+
+#include "fundament/Status.h"
+#include "hostkit/SampleBlock.h"
+#include "rasterhost/fitting/Footprint.h"
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+/// What blur and gains are fitted to: blocks of multispectral pixels and pan beneath them, from files or from
+/// memory.
+namespace rasterhost {
+
+/// One block as numbers.
+struct FitBlock {
+    hostkit::PixelRect rect; ///< of multispectral pixels
+    std::size_t bands = 0;
+    std::vector<double> samples;       ///< the bands of a pixel side by side
+    std::vector<unsigned char> usable; ///< a byte a pixel, 1; 0 without data, and where a sample is saturated
+    hostkit::PixelRect panRect;        ///< of the pan pixels beneath and a little around; may be empty
+    std::vector<unsigned short> pan;   ///< 0 where not usable
+    std::vector<unsigned char> panUsable; ///< as for the bands
+    Footprint onPan;                      ///< where the pixels of the block lie on pan
+
+    [[nodiscard]] std::size_t GetCount() const { return usable.size(); }
+    /// Pan's low-pass (hostkit/PanLowPass.h), not rounded, at the centre of each pixel of the block. Usable
+    /// pixels stand for the others that it is made of; not a number where they are too few.
+    [[nodiscard]] std::vector<double> LowPass(double transfer) const;
+    /// True where so many multispectral pixels around the centre of a pixel all is pan.
+    [[nodiscard]] bool IsWithinPan(std::size_t pixel, double around) const;
+};
+
+class FitBlockSource {
+public:
+    virtual ~FitBlockSource() = default;
+
+    [[nodiscard]] virtual std::size_t GetBands() const = 0;
+    /// Pan pixels across a multispectral pixel, and down.
+    [[nodiscard]] virtual std::array<double, 2> GetRatio() const = 0;
+    /// The multispectral pixels that lie on pan.
+    [[nodiscard]] virtual hostkit::PixelRect GetArea() const = 0;
+    /// So many blocks across and down at most, of so many pixels at most, spread over the area without
+    /// overlapping.
+    [[nodiscard]] virtual std::vector<hostkit::PixelRect> Choose(std::uint32_t blocks,
+                                                                 std::uint32_t side) const = 0;
+    /// Reads a block within the area, with pan up to two multispectral pixels around it. False with an item.
+    [[nodiscard]] virtual bool Read(const hostkit::PixelRect& rect, FitBlock& block,
+                                    KOVA::Tessara::Fundament::Status& status) = 0;
+};
+
+} // namespace rasterhost

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "host/RasterInfo.h"
+#include "hostkit/GridMap.h"
+#include "rasterhost/reading/AreaSums.h"
+
+#include <optional>
+
+namespace rasterhost {
+
+using hostkit::GridMap;
+
+/// Where the pixels of a block of the multispectral grid lie on another image.
+struct Footprint {
+    GridMap across, down;
+    bool isTurned = false; ///< the two do not run along each other
+    /// Then: how far one pixel down is right, and one to the right down.
+    double acrossOfRow = 0.0, downOfColumn = 0.0;
+
+    /// The mean of an image over a rectangle of multispectral pixels: exact where the two run along each
+    /// other, else of regular points in it. None where any of it is not usable.
+    [[nodiscard]] std::optional<double> Mean(const AreaSums& sums, double left, double top, double right,
+                                             double bottom) const;
+    /// The pixels of an image of some size beneath a rectangle.
+    [[nodiscard]] hostkit::PixelRect Beneath(double left, double top, double right, double bottom,
+                                             const KOVA::Tessara::Pixmere::RasterInfo& image) const;
+};
+
+} // namespace rasterhost

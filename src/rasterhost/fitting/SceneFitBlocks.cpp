@@ -1,0 +1,49 @@
+#include "rasterhost/fitting/SceneFitBlocks.h"
+
+#include "rasterhost/fitting/SceneSample.h"
+
+namespace rasterhost {
+
+SceneFitBlocks::SceneFitBlocks(const Scene& images, std::optional<int> sampleDepth)
+    : scene(images), bitDepth(sampleDepth) {}
+
+std::size_t SceneFitBlocks::GetBands() const { return scene.CountBands(); }
+
+std::array<double, 2> SceneFitBlocks::GetRatio() const {
+    const auto& pan = scene.pan->GetInfo();
+    const auto ms = scene.GetMultispectral().GetInfo();
+    return {ms.pixelSizeX / pan.pixelSizeX, ms.pixelSizeY / pan.pixelSizeY};
+}
+
+hostkit::PixelRect SceneFitBlocks::GetArea() const { return FindAreaOnPan(scene); }
+
+std::vector<hostkit::PixelRect> SceneFitBlocks::Choose(std::uint32_t blocks, std::uint32_t side) const {
+    return ChooseBlocks(scene, {blocks, side});
+}
+
+bool SceneFitBlocks::Read(const hostkit::PixelRect& rect, FitBlock& block, Status& status) {
+    constexpr double margin = 2.0;
+    BlockSample sample;
+    if (!sample.ReadBands(scene, rect, bitDepth, status)) return false;
+    block.rect = rect;
+    block.bands = sample.GetBands();
+    block.samples.assign(sample.GetSamples(0), sample.GetSamples(sample.GetCount()));
+    block.usable.resize(sample.GetCount());
+    for (std::size_t pixel = 0; pixel < block.usable.size(); ++pixel)
+        block.usable[pixel] = sample.IsUsable(pixel) ? 1 : 0;
+    block.onPan = sample.GetFootprint();
+    block.panRect = block.onPan.Beneath(rect.col0 - margin, rect.row0 - margin, rect.col1 + margin,
+                                        rect.row1 + margin, scene.pan->GetInfo());
+    if (block.panRect.IsEmpty()) return true;
+    PixelSample pan;
+    if (!ReadPixels(*scene.pan, block.panRect, bitDepth, pan, status)) return false;
+    block.pan = std::move(pan.samples);
+    block.panUsable = std::move(pan.usable);
+    for (std::size_t pixel = 0; pixel < block.pan.size(); ++pixel) {
+        block.panUsable[pixel] = block.panUsable[pixel] != 0 ? 1 : 0;
+        if (block.panUsable[pixel] == 0) block.pan[pixel] = 0;
+    }
+    return true;
+}
+
+} // namespace rasterhost

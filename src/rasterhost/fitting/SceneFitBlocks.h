@@ -1,0 +1,30 @@
+#pragma once
+
+#include "rasterhost/fitting/FitBlock.h"
+#include "rasterhost/scene/Scene.h"
+
+#include <optional>
+
+namespace rasterhost {
+
+/// Blocks of a scene: all its bands in the order of the process, those on other grids as means over the
+/// pixels of the first.
+class SceneFitBlocks final : public FitBlockSource {
+public:
+    /// Samples at 2^bitDepth - 1 and above are saturated; without a depth that of each image counts. The
+    /// scene outlives this.
+    SceneFitBlocks(const Scene& images, std::optional<int> sampleDepth);
+
+    [[nodiscard]] std::size_t GetBands() const override;
+    [[nodiscard]] std::array<double, 2> GetRatio() const override;
+    [[nodiscard]] hostkit::PixelRect GetArea() const override;
+    [[nodiscard]] std::vector<hostkit::PixelRect> Choose(std::uint32_t blocks,
+                                                         std::uint32_t side) const override;
+    [[nodiscard]] bool Read(const hostkit::PixelRect& rect, FitBlock& block, Status& status) override;
+
+private:
+    const Scene& scene;
+    std::optional<int> bitDepth;
+};
+
+} // namespace rasterhost

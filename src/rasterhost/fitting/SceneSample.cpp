@@ -1,0 +1,263 @@
+#include "rasterhost/fitting/SceneSample.h"
+
+#include "hostkit/AxisPlacement.h"
+#include "hostkit/RequestRecord.h"
+
+#include <gdal_priv.h>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace rasterhost {
+
+using hostkit::PixelRect;
+using KOVA::Tessara::Pixmere::RasterInfo;
+
+namespace {
+
+/// Pan pixels across a block, and down, at most: a coarse image has smaller blocks.
+constexpr double mostPanPixels = 1024.0;
+
+/// Pixels across a block, and down, where grids do not run along each other; and how far such a block may be
+/// turned, right by down, for its footprints to be taken for rectangles.
+constexpr double smallSide = 16.0;
+constexpr double mostTurn = 0.005;
+
+/// By the exact places of a block's middle and of its neighbours. Null for the other image means pan.
+Footprint TurnedFootprint(const Scene& scene, const PlacedImage* other, const PixelRect& block) {
+    const auto place = [&](double column, double row) {
+        const auto on = scene.GetMultispectral().placement->ToPan({column, row});
+        return on && other ? other->placement->FromPan(*on) : on;
+    };
+    const double column = (block.col0 + block.col1) / 2.0, row = (block.row0 + block.row1) / 2.0;
+    const auto a = place(column, row), b = place(column + 1.0, row), c = place(column, row + 1.0);
+    constexpr double beside = -1e9;
+    Footprint print{{beside, 1.0}, {beside, 1.0}, true};
+    if (!a || !b || !c) return print;
+    print.across.step = b->x - a->x;
+    print.downOfColumn = b->y - a->y;
+    print.acrossOfRow = c->x - a->x;
+    print.down.step = c->y - a->y;
+    print.across.origin = a->x - column * print.across.step - row * print.acrossOfRow;
+    print.down.origin = a->y - row * print.down.step - column * print.downOfColumn;
+    return print;
+}
+
+/// The multispectral grid beneath a block, where it runs along that of an image in the same map units.
+Footprint StraightFootprint(const Scene& scene, const RasterInfo& on) {
+    const hostkit::AxisPlacement placement(on, scene.GetMultispectral().GetInfo());
+    return {placement.FindEdgesAcross(), placement.FindEdgesDown()};
+}
+
+/// The multispectral grid beneath a block on pan. Where the two run nearly along each other, by the exact
+/// place of the block's middle and the mean size of a pixel: blocks are small then.
+Footprint FootprintOnPan(const Scene& scene, const PixelRect& block) {
+    const PlacedImage& coarse = scene.GetMultispectral();
+    const RasterInfo& pan = scene.pan->GetInfo();
+    if (coarse.placement->RunsAlong()) return StraightFootprint(scene, pan);
+    const Footprint turned = TurnedFootprint(scene, nullptr, block);
+    const bool isNearlyAlong = turned.across.step > 0.0 && turned.down.step > 0.0 &&
+                               std::fabs(turned.downOfColumn) < mostTurn * turned.across.step &&
+                               std::fabs(turned.acrossOfRow) < mostTurn * turned.down.step;
+    if (!isNearlyAlong) return turned;
+    const double column = (block.col0 + block.col1) / 2.0, row = (block.row0 + block.row1) / 2.0;
+    const auto middle = coarse.placement->ToPan({column, row});
+    const RasterInfo info = coarse.GetInfo();
+    const double across = info.pixelSizeX / pan.pixelSizeX;
+    const double down = info.pixelSizeY / pan.pixelSizeY;
+    if (!middle) return {{-1e9, across}, {-1e9, down}}; // beside pan
+    return {{middle->x - column * across, across}, {middle->y - row * down, down}};
+}
+
+/// Likewise on an image of other bands.
+Footprint FootprintOn(const Scene& scene, const PlacedImage& other, const PixelRect& block) {
+    const bool runsAlong = scene.GetMultispectral().placement->RunsAlong() && other.placement->RunsAlong();
+    return runsAlong ? StraightFootprint(scene, other.GetInfo()) : TurnedFootprint(scene, &other, block);
+}
+
+/// First and end of the multispectral pixels that lie wholly on an image of so many pixels.
+std::pair<std::uint32_t, std::uint32_t> WhollyOn(const GridMap& map, std::uint32_t pixels,
+                                                 std::uint32_t multispectralPixels) {
+    std::uint32_t first = 0, end = multispectralPixels;
+    while (first < end && map.At(first) < 0.0)
+        ++first;
+    while (end > first && map.At(end) > pixels)
+        --end;
+    return {first, end};
+}
+
+/// Starts and ends of blocks along one axis.
+std::vector<std::pair<std::uint32_t, std::uint32_t>> Divide(std::uint32_t first, std::uint32_t end,
+                                                            const SamplePlan& plan, std::uint32_t side) {
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> spans;
+    const std::uint64_t length = end - first;
+    if (length == 0) return spans;
+    const std::uint64_t count = std::min<std::uint64_t>((length - 1) / side + 1, plan.blocksAcross);
+    const bool coversAll = count * side >= length;
+    for (std::uint64_t i = 0; i < count; ++i) {
+        const std::uint64_t start = coversAll    ? i * length / count
+                                    : count == 1 ? (length - side) / 2
+                                                 : i * (length - side) / (count - 1);
+        const std::uint64_t stop = coversAll ? (i + 1) * length / count : start + side;
+        spans.emplace_back(first + static_cast<std::uint32_t>(start),
+                           first + static_cast<std::uint32_t>(stop));
+    }
+    return spans;
+}
+
+/// Samples this large and larger may stand for any brightness.
+unsigned SaturatedSample(const InputImage& image, std::optional<int> bitDepth) {
+    unsigned bits = bitDepth ? static_cast<unsigned>(*bitDepth) : image.GetDescription()->GetBitDepth();
+    for (const SourceBand& source : image.GetBands())
+        if (source.type == GDT_Int16) bits = std::min(bits, 15u);
+    return (1u << std::min(bits, image.GetInfo().bitsPerBand)) - 1;
+}
+
+/// Bands of an image beneath a block, summed up; none of an empty rectangle.
+bool ReadSums(InputImage& image, const PixelRect& rect, std::optional<int> bitDepth,
+              std::vector<AreaSums>& sums, ImageTally& tally, Status& status) {
+    const std::size_t bands = image.GetInfo().bandsPerPixel;
+    sums.assign(bands, {});
+    tally = {};
+    if (rect.IsEmpty()) return true;
+    PixelSample pixels;
+    if (!ReadPixels(image, rect, bitDepth, pixels, status)) return false;
+    tally = pixels.tally;
+    std::vector<unsigned short> band(pixels.usable.size());
+    for (std::size_t number = 0; number < bands; ++number) {
+        for (std::size_t pixel = 0; pixel < band.size(); ++pixel)
+            band[pixel] = pixels.samples[pixel * bands + number];
+        sums[number] = AreaSums(rect, band, pixels.usable);
+    }
+    return true;
+}
+
+} // namespace
+
+bool ReadPixels(InputImage& image, const PixelRect& rect, std::optional<int> bitDepth, PixelSample& pixels,
+                Status& status) {
+    const std::size_t count = std::size_t{rect.GetColumns()} * rect.GetRows();
+    const std::size_t bands = image.GetInfo().bandsPerPixel;
+    pixels.samples.resize(count * bands);
+    pixels.usable.resize(count);
+    auto* bytes = reinterpret_cast<unsigned char*>(pixels.samples.data());
+    if (!image.Read(rect, bytes, status) || !image.ReadValid(rect, bytes, pixels.usable.data(), status))
+        return false;
+    if (image.GetInfo().bitsPerBand == 8)
+        for (std::size_t i = count * bands; i-- > 0;) // from behind, where nothing is still to be read
+            pixels.samples[i] = bytes[i];
+    const unsigned saturated = SaturatedSample(image, bitDepth);
+    pixels.tally.pixels = count;
+    for (std::size_t i = 0; i < count; ++i) {
+        if (!pixels.usable[i]) {
+            ++pixels.tally.withoutData;
+            continue;
+        }
+        const unsigned short* pixel = pixels.samples.data() + i * bands;
+        const unsigned largest = *std::max_element(pixel, pixel + bands);
+        pixels.tally.largest = std::max(pixels.tally.largest, largest);
+        if (largest < saturated) continue;
+        ++pixels.tally.saturated;
+        pixels.usable[i] = 0;
+    }
+    return true;
+}
+
+PixelRect FindAreaOnPan(const Scene& scene) {
+    const RasterInfo& pan = scene.pan->GetInfo();
+    const RasterInfo ms = scene.GetMultispectral().GetInfo();
+    if (!scene.GetMultispectral().placement->RunsAlong()) return hostkit::WholeImage(ms);
+    const Footprint onPan = FootprintOnPan(scene, hostkit::WholeImage(ms));
+    const auto [col0, col1] = WhollyOn(onPan.across, pan.cols, ms.cols);
+    const auto [row0, row1] = WhollyOn(onPan.down, pan.rows, ms.rows);
+    return {col0, row0, col1, row1};
+}
+
+std::vector<PixelRect> ChooseBlocks(const Scene& scene, const SamplePlan& plan) {
+    const RasterInfo& pan = scene.pan->GetInfo();
+    const RasterInfo ms = scene.GetMultispectral().GetInfo();
+    const bool isSmall = std::any_of(scene.images.begin(), scene.images.end(), [](const PlacedImage& coarse) {
+        return !coarse.placement->RunsAlong();
+    });
+    const PixelRect area = FindAreaOnPan(scene);
+    const double ratio = std::max(ms.pixelSizeX / pan.pixelSizeX, ms.pixelSizeY / pan.pixelSizeY);
+    if (!(ratio <= mostPanPixels)) return {};
+    const double side =
+        std::clamp(mostPanPixels / ratio, 1.0, isSmall ? smallSide : static_cast<double>(plan.side));
+    std::vector<PixelRect> blocks;
+    for (const auto& [row0, row1] : Divide(area.row0, area.row1, plan, static_cast<std::uint32_t>(side)))
+        for (const auto& [col0, col1] : Divide(area.col0, area.col1, plan, static_cast<std::uint32_t>(side)))
+            blocks.push_back({col0, row0, col1, row1});
+    return blocks;
+}
+
+bool BlockSample::ReadBands(const Scene& scene, const PixelRect& block, std::optional<int> bitDepth,
+                            Status& status) {
+    rect = block;
+    pan = {};
+    tally = {};
+    onPan = FootprintOnPan(scene, block);
+    bands = scene.CountBands();
+    tally.images.resize(scene.images.size());
+    if (!ReadFirst(scene, bitDepth, status)) return false;
+    for (std::size_t other = 1; other < scene.images.size(); ++other)
+        if (!AddOther(scene, scene.images[other], bitDepth, tally.images[other], status)) return false;
+    return true;
+}
+
+bool BlockSample::Read(const Scene& scene, const PixelRect& block, double margin, std::optional<int> bitDepth,
+                       Status& status) {
+    if (!ReadBands(scene, block, bitDepth, status)) return false;
+    const PixelRect beneath = onPan.Beneath(block.col0 - margin, block.row0 - margin, block.col1 + margin,
+                                            block.row1 + margin, scene.pan->GetInfo());
+    std::vector<AreaSums> sums;
+    if (!ReadSums(*scene.pan, beneath, bitDepth, sums, tally.pan, status)) return false;
+    pan = std::move(sums.front());
+    return true;
+}
+
+bool BlockSample::ReadFirst(const Scene& scene, std::optional<int> bitDepth, Status& status) {
+    const PlacedImage& first = scene.GetMultispectral();
+    PixelSample pixels;
+    if (!ReadPixels(*first.image, rect, bitDepth, pixels, status)) return false;
+    tally.images.front() = pixels.tally;
+    usable = std::move(pixels.usable);
+    samples.assign(usable.size() * bands, 0.0);
+    for (std::size_t pixel = 0; pixel < usable.size(); ++pixel)
+        for (std::size_t own = 0; own < first.bands.size(); ++own)
+            samples[pixel * bands + first.bands[own]] = pixels.samples[pixel * first.bands.size() + own];
+    return true;
+}
+
+/// Fills in the bands of another image.
+bool BlockSample::AddOther(const Scene& scene, const PlacedImage& other, std::optional<int> bitDepth,
+                           ImageTally& seen, Status& status) {
+    const Footprint print = FootprintOn(scene, other, rect);
+    const std::size_t first = scene.FirstOf(other.role);
+    std::vector<AreaSums> sums;
+    if (!ReadSums(*other.image,
+                  print.Beneath(rect.col0, rect.row0, rect.col1, rect.row1, other.image->GetInfo()), bitDepth,
+                  sums, seen, status))
+        return false;
+    for (std::size_t pixel = 0; pixel < usable.size(); ++pixel) {
+        const double column = rect.col0 + static_cast<double>(pixel % rect.GetColumns());
+        const std::size_t rowOfBlock = pixel / rect.GetColumns();
+        const double row = rect.row0 + static_cast<double>(rowOfBlock);
+        for (std::size_t own = 0; own < other.bands.size(); ++own) {
+            const auto mean = print.Mean(sums[own], column, row, column + 1.0, row + 1.0);
+            if (!mean) usable[pixel] = 0;
+            samples[pixel * bands + first + other.bands[own]] = mean.value_or(0.0);
+        }
+    }
+    return true;
+}
+
+std::optional<double> BlockSample::GetPan(std::size_t pixel, double right, double below, double grow) const {
+    const double column = rect.col0 + static_cast<double>(pixel % rect.GetColumns()) + right;
+    const std::size_t rowOfBlock = pixel / rect.GetColumns();
+    const double row = rect.row0 + static_cast<double>(rowOfBlock) + below;
+    return onPan.Mean(pan, column - grow, row - grow, column + 1.0 + grow, row + 1.0 + grow);
+}
+
+} // namespace rasterhost

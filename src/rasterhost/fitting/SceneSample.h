@@ -1,0 +1,94 @@
+#pragma once
+
+#include "rasterhost/fitting/Footprint.h"
+#include "rasterhost/scene/Scene.h"
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+/// What stands for a whole scene where looking at all of it takes too long: blocks of multispectral pixels on
+/// a regular grid, the same for the same images whatever else a run is asked for.
+namespace rasterhost {
+
+/// How many blocks, and how large.
+struct SamplePlan {
+    std::uint32_t blocksAcross = 8; ///< and down, at most
+    std::uint32_t side = 64;        ///< of a block, in multispectral pixels, at most
+};
+
+/// Blocks of multispectral pixels, row by row, that do not overlap and are spread evenly over those whose
+/// footprint lies wholly on pan. They cover them all in a small scene. None when there are none, or when
+/// a multispectral pixel is more than 1024 pan pixels wide or high.
+[[nodiscard]] std::vector<hostkit::PixelRect> ChooseBlocks(const Scene& scene, const SamplePlan& plan);
+
+/// The multispectral pixels whose footprint lies wholly on pan; all of them where there is a map between the
+/// two. May be empty.
+[[nodiscard]] hostkit::PixelRect FindAreaOnPan(const Scene& scene);
+
+/// What was seen of one image.
+struct ImageTally {
+    std::uint64_t pixels = 0;
+    std::uint64_t withoutData = 0;
+    std::uint64_t saturated = 0; ///< with a sample at the largest value or above
+    unsigned largest = 0;        ///< sample with data
+};
+
+struct SceneTally {
+    ImageTally pan;
+    std::vector<ImageTally> images; ///< those of the scene
+};
+
+/// All samples of a part of an image, and which of its pixels have data and are not saturated.
+struct PixelSample {
+    std::vector<unsigned short> samples; ///< interleaved by pixel
+    std::vector<unsigned char> usable;   ///< a byte a pixel, 0 for not
+    ImageTally tally;
+};
+
+/// Reads a part of an image that is not empty. Samples at 2^bitDepth - 1 and above are saturated; without a
+/// depth that of the image counts. False with an item.
+[[nodiscard]] bool ReadPixels(InputImage& image, const hostkit::PixelRect& rect, std::optional<int> bitDepth,
+                              PixelSample& pixels, Status& status);
+
+/// One block, its bands as numbers and pan beneath it.
+class BlockSample {
+public:
+    /// Reads the bands of a block alone; GetPan has nothing then. Else as Read.
+    [[nodiscard]] bool ReadBands(const Scene& scene, const hostkit::PixelRect& block,
+                                 std::optional<int> bitDepth, Status& status);
+    /// Reads a block, with pan up to `margin` multispectral pixels around it where there is pan. Samples at
+    /// 2^bitDepth - 1 and above are saturated; without a depth that of each image counts. False with an item.
+    [[nodiscard]] bool Read(const Scene& scene, const hostkit::PixelRect& block, double margin,
+                            std::optional<int> bitDepth, Status& status);
+
+    [[nodiscard]] std::size_t GetCount() const { return usable.size(); }
+    [[nodiscard]] std::size_t GetBands() const { return bands; } ///< the infrared one counted
+    /// True when a pixel has data in all bands and none is saturated.
+    [[nodiscard]] bool IsUsable(std::size_t pixel) const { return usable[pixel] != 0; }
+    /// The samples of a pixel, the infrared band last. Those of bands on other grids are means over the
+    /// pixel.
+    [[nodiscard]] const double* GetSamples(std::size_t pixel) const { return samples.data() + pixel * bands; }
+    /// Pan's mean over the footprint of a pixel moved right and down by so many multispectral pixels and
+    /// grown by `grow` of them on all sides. None where it is not wholly on usable pan.
+    [[nodiscard]] std::optional<double> GetPan(std::size_t pixel, double right, double down,
+                                               double grow = 0.0) const;
+    [[nodiscard]] const SceneTally& GetTally() const { return tally; }
+    /// Where the pixels of the block lie on pan.
+    [[nodiscard]] const Footprint& GetFootprint() const { return onPan; }
+
+private:
+    bool ReadFirst(const Scene& scene, std::optional<int> bitDepth, Status& status);
+    bool AddOther(const Scene& scene, const PlacedImage& other, std::optional<int> bitDepth, ImageTally& seen,
+                  Status& status);
+
+    hostkit::PixelRect rect;
+    std::size_t bands = 0;
+    std::vector<double> samples;
+    std::vector<unsigned char> usable;
+    Footprint onPan;
+    AreaSums pan;
+    SceneTally tally;
+};
+
+} // namespace rasterhost

@@ -1,0 +1,60 @@
+#include "rasterhost/fusing/PreparedPair.h"
+
+#include "fundament/Text.h"
+#include "rasterhost/fitting/Shift.h"
+#include "rasterhost/fusing/RunPlan.h"
+#include "rasterhost/scene/Collars.h"
+#include "rasterhost/scene/ScenePart.h"
+
+namespace rasterhost {
+
+using KOVA::Tessara::Fundament::FormatString;
+
+namespace {
+
+/// Measures how far the multispectral content lies from its place and moves it there.
+bool TakeBackShift(const PairRequest& request, Scene& scene, const Warn& warn, Status& status) {
+    std::optional<Shift> shift;
+    if (!MeasureShift(scene, request.bitDepth, shift, status)) return false;
+    if (!shift || !shift->IsAgreed()) {
+        warn("the shift between pan and the multispectral image cannot be measured; it is left as it is");
+        return true;
+    }
+    if (!MoveScene(shift->way, scene, status)) return false;
+    warn(FormatString(
+        "the content of %s lies (%.2f, %.2f) of its pixels right of and below its place; that is "
+        "corrected",
+        scene.GetMultispectral().image->GetName().c_str(), shift->way.x, shift->way.y));
+    return true;
+}
+
+} // namespace
+
+Preparation PrepareScene(const PairRequest& request, const Warn& warn, const std::function<bool()>& keepOn,
+                         std::unique_ptr<Scene>& scene, Status& status) {
+    scene = OpenScene(request, warn, status);
+    if (!scene || !CheckSizes(*scene, status) ||
+        (request.measureShift && !TakeBackShift(request, *scene, warn, status)) ||
+        (request.onlyIntersection && !CutToIntersection(*scene, status)))
+        return Preparation::Failed;
+    switch (FindCollars(*scene, warn, keepOn, status)) {
+    case CollarSearch::Done:
+        return Preparation::Done;
+    case CollarSearch::Failed:
+        return Preparation::Failed;
+    case CollarSearch::Cancelled:
+        break;
+    }
+    (void)Fail(status, HostStatus::Cancelled, "cancelled; nothing was made");
+    return Preparation::Cancelled;
+}
+
+Preparation Prepare(const PairRequest& request, const RunOptions& run, const Warn& warn, PreparedPair& pair,
+                    Status& status) {
+    pair.plugin = hostkit::PluginLibrary::FindAndLoad(run.plugin, status);
+    if (!pair.plugin) return Preparation::Failed;
+    return PrepareScene(
+        request, warn, [&run] { return !run.progress || run.progress(0.0); }, pair.scene, status);
+}
+
+} // namespace rasterhost

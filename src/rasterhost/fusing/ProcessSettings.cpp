@@ -1,0 +1,209 @@
+#include "rasterhost/fusing/ProcessSettings.h"
+
+#include "fundament/Numbers.h"
+#include "fundament/PropertyLookUp.h"
+#include "fundament/Text.h"
+#include "host/PropertyNames.h"
+#include "hostkit/EffectiveWeights.h"
+#include "hostkit/MethodTable.h"
+#include "hostkit/WindowWorker.h"
+
+#include <algorithm>
+#include <array>
+#include <numeric>
+
+namespace rasterhost {
+
+using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Fundament::NumberText;
+using KOVA::Tessara::Fundament::PropertyLookUp;
+using KOVA::Tessara::Fundament::StartsWith;
+using KOVA::Tessara::Fundament::StringsEqual;
+using KOVA::Tessara::Fundament::StringToUnsignedLong;
+namespace PropertyNames = KOVA::Tessara::PropertyNames;
+
+namespace {
+
+/// Blur and gains are for methods that compare pan with its low-pass.
+bool CheckDetail(const FusionRequest& request, const PansharpMethod& method, Status& status) {
+    if (hostkit::UsesLowPass(method) || (!request.transfer && request.gains.empty())) return true;
+    return Fail(
+        status, HostStatus::RequestInvalid,
+        FormatString("the method %s does not compare pan with its low-pass: it takes neither a modulation "
+                     "transfer nor gains; leave them out or choose another method",
+                     method.keyword));
+}
+
+/// The gains as properties, in the order of the process.
+bool SetGains(const Scene& scene, const PansharpMethod& method, const DetailFit& detail,
+              KOVA::Tessara::Global::NameValueMap& texts, Status& status) {
+    std::vector<double> gains, ratioGains;
+    for (const std::size_t band : scene.bandOrder) {
+        gains.push_back(detail.gains[band].gain);
+        ratioGains.push_back(detail.gains[band].ratioGain);
+    }
+    for (const auto& [fit, values] :
+         {std::pair(PansharpFit::Gain, gains), {PansharpFit::RatioGain, ratioGains}})
+        if (const auto* parameter = hostkit::FindParameter(method, fit);
+            parameter && !hostkit::SetValues(*parameter, values, false, texts, status))
+            return false;
+    return true;
+}
+
+/// The weights of the request as properties of the process, whose bands are in another order, and what the
+/// method wants to know of pan's detail.
+bool SetParameters(const SharpenRequest& request, const Scene& scene, const PansharpMethod& method,
+                   const DetailFit* detail, PropertyLookUp& properties, Status& status) {
+    hostkit::EffectiveWeights weights{request.weights, request.infraredWeight};
+    const std::size_t bands = scene.bandOrder.size();
+    if (request.weights.size() == bands)
+        for (std::size_t band = 0; band < bands; ++band)
+            weights.bands[band] = request.weights[scene.bandOrder[band]];
+    KOVA::Tessara::Global::NameValueMap texts;
+    const hostkit::WeightedBands weighed{static_cast<std::uint32_t>(bands), scene.HasInfrared(),
+                                         hostkit::UsesLowPass(method)};
+    if (!hostkit::SetWeights(method, weighed, weights, texts, status)) return false;
+    if (detail && !SetGains(scene, method, *detail, texts, status)) return false;
+    hostkit::SetScalars(method, detail ? std::optional(detail->lowPassMean) : std::nullopt, texts);
+    for (const auto& [name, value] : texts)
+        properties[name] = value;
+    return true;
+}
+
+/// The weights as the process will find them, raw properties included, in the order of the request.
+void FillWeights(const Scene& scene, const PansharpMethod& method, const PropertyLookUp& properties,
+                 ProcessSettings& settings) {
+    if (hostkit::UsesLowPass(method)) return;
+    const auto* shares = hostkit::FindParameter(method, PansharpFit::Share);
+    if (!shares) {
+        const auto* infrared = hostkit::FindInfraredWeight(method);
+        if (scene.HasInfrared() && infrared)
+            settings.infraredWeight = hostkit::ReadValues(*infrared, 1, properties).front();
+        return;
+    }
+    const std::size_t bands = scene.bandOrder.size();
+    const auto weights = hostkit::ReadValues(*shares, scene.CountBands(), properties);
+    settings.effectiveWeights.resize(bands);
+    for (std::size_t band = 0; band < bands; ++band)
+        settings.effectiveWeights[scene.bandOrder[band]] = weights[band];
+    if (scene.HasInfrared()) settings.infraredWeight = weights.back();
+}
+
+/// Raw weights of bands that are not there would pass unnoticed, and weights whose sum is 0 or below leave
+/// nothing of the simulated pan.
+bool CheckWeights(const FusionRequest& request, const PansharpMethod& method, const ProcessSettings& settings,
+                  Status& status) {
+    const auto* shares = hostkit::FindParameter(method, PansharpFit::Share);
+    if (!shares || hostkit::UsesLowPass(method)) return true;
+    const std::size_t bands = settings.effectiveWeights.size() + (settings.infraredWeight ? 1 : 0);
+    const std::string first = PropertyNames::OfBand(shares->band, 0);
+    const std::string stem = first.substr(0, first.size() - 1);
+    for (const auto& [name, value] : request.properties) {
+        if (!StartsWith(name, stem, true)) continue;
+        const std::uint32_t band = StringToUnsignedLong(name.substr(stem.size()), 0);
+        if (band < 1 || band > bands)
+            return Fail(
+                status, HostStatus::RequestInvalid,
+                FormatString("the property %s weighs a band that is not there; the weights are %s to %s",
+                             name.c_str(), first.c_str(),
+                             PropertyNames::OfBand(shares->band, bands - 1).c_str()));
+    }
+    return settings.GetWeightSum() > 0.0 ||
+           Fail(status, HostStatus::RequestInvalid,
+                FormatString("the weights of the bands add up to %s, so that nothing simulates pan; give "
+                             "weights with a sum above 0, about 1 where bands and pan are on one scale",
+                             NumberText(settings.GetWeightSum()).c_str()));
+}
+
+/// A method that fuses so many bands makes nothing of more, and takes the next for the infrared one.
+bool FitBands(const SharpenRequest& request, const PansharpMethod& method, Scene& scene, Status& status) {
+    if (scene.bandOrder.size() < method.minimumBands)
+        return Fail(status, HostStatus::RequestInvalid,
+                    FormatString("the method %s needs at least %u multispectral bands; %d were given",
+                                 method.keyword, method.minimumBands,
+                                 static_cast<int>(scene.bandOrder.size())));
+    if (method.fusedBands == 0) return true;
+    if (request.bands.empty()) scene.outputBands = std::min(scene.outputBands, method.fusedBands);
+    if (!scene.HasInfrared() || scene.bandOrder.size() <= method.fusedBands) return true;
+    if (scene.outputBands > method.fusedBands)
+        return Fail(
+            status, HostStatus::RequestInvalid,
+            FormatString("the method %s writes %u bands beside an infrared one; name so many with --bands",
+                         method.keyword, method.fusedBands));
+    scene.KeepFirstBands(method.fusedBands);
+    return true;
+}
+
+bool SetRawProperties(const SharpenRequest& request, PropertyLookUp& properties, Status& status) {
+    using namespace KOVA::Tessara::PropertyNames;
+    constexpr std::array kept = {multispectralImage,    additionalImage,    processRaster, outputBands,
+                                 resampleMultispectral, resampleAdditional, method};
+    for (const auto& [name, value] : request.properties) {
+        for (const char* own : kept)
+            if (StringsEqual(name, own, true))
+                return Fail(status, HostStatus::RequestInvalid,
+                            FormatString("the property '%s' cannot be set: this program sets it from its "
+                                         "inputs and options",
+                                         name.c_str()));
+        properties[name] = value;
+    }
+    return true;
+}
+
+} // namespace
+
+double ProcessSettings::GetWeightSum() const {
+    return std::accumulate(effectiveWeights.begin(), effectiveWeights.end(), infraredWeight.value_or(0.0));
+}
+
+bool WantsFit(const SharpenRequest& request, const PansharpDescription& plugin) {
+    if (request.weightSource != WeightSource::Fit || !request.weights.empty()) return false;
+    Status unknown; // MakeSettings says what is wrong with the method
+    const PansharpMethod* method = hostkit::FindMethod(plugin, request.method, unknown);
+    const auto* shares = method && !hostkit::UsesLowPass(*method)
+                             ? hostkit::FindParameter(*method, PansharpFit::Share)
+                             : nullptr;
+    return shares && std::none_of(request.properties.begin(), request.properties.end(), [&](const auto& raw) {
+               return hostkit::IsNamed(shares->band, raw.first) ||
+                      hostkit::IsNamed(shares->additional, raw.first);
+           });
+}
+
+bool WantsDetail(const SharpenRequest& request, const PansharpDescription& plugin) {
+    Status unknown;
+    const PansharpMethod* method = hostkit::FindMethod(plugin, request.method, unknown);
+    return method && hostkit::UsesLowPass(*method);
+}
+
+bool MakeSettings(const SharpenRequest& request, Scene& scene, const PansharpDescription& plugin,
+                  const DetailFit* detail, ProcessSettings& settings, Status& status) {
+    settings = {};
+    const PansharpMethod* method = hostkit::FindMethod(plugin, request.method, status);
+    if (!method || !FitBands(request, *method, scene, status) || !CheckDetail(request, *method, status))
+        return false;
+    settings.method = method->keyword;
+    PropertyLookUp properties;
+    properties[PropertyNames::method] = method->keyword;
+    properties[PropertyNames::multispectralImage] = hostkit::multispectralId;
+    properties[PropertyNames::additionalImage] = hostkit::UsesLowPass(*method) ? hostkit::lowPassId
+                                                 : scene.HasInfrared()         ? hostkit::infraredId
+                                                                               : "";
+    properties[PropertyNames::processRaster] = hostkit::sceneId;
+    properties[PropertyNames::outputBands] = FormatString("%u", scene.outputBands);
+    properties[PropertyNames::generateMetadata] = "true";
+    if (!SetParameters(request, scene, *method, detail, properties, status) ||
+        !SetRawProperties(request, properties, status))
+        return false;
+    if (hostkit::UsesLowPass(*method) && detail)
+        settings.lowPass = std::make_shared<hostkit::PanLowPass>(
+            scene.pan->GetInfo(), scene.GetMultispectral().GetInfo(), detail->transfer);
+    FillWeights(scene, *method, properties, settings);
+    if (!CheckWeights(request, *method, settings, status)) return false;
+    for (std::uint32_t i = 0; i < properties.GetCount(); ++i) {
+        const auto [name, value] = properties.GetAt(i);
+        settings.properties[name] = value;
+    }
+    return true;
+}
+
+} // namespace rasterhost

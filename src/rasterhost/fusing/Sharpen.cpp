@@ -1,0 +1,294 @@
+#include "rasterhost/fusing/Sharpen.h"
+
+#include "fundament/Numbers.h"
+#include "fundament/Text.h"
+#include "rasterhost/fusing/RunPlan.h"
+#include "rasterhost/fusing/WindowPipeline.h"
+#include "rasterhost/requests/CacheLimit.h"
+#include "rasterhost/requests/HostProcess.h"
+#include "rasterhost/requests/Operation.h"
+#include "rasterhost/writing/ExactFormat.h"
+#include "rasterhost/writing/OutputCheck.h"
+#include "rasterhost/writing/OutputFile.h"
+#include "rasterhost/writing/OutputFormat.h"
+
+#include <gdal_priv.h>
+
+#include <algorithm>
+#include <array>
+
+namespace rasterhost {
+
+using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Fundament::NumberText;
+using KOVA::Tessara::Fundament::StringsEqual;
+using KOVA::Tessara::Pixmere::RasterInfo;
+
+namespace {
+
+std::string ListText(const std::vector<double>& numbers) {
+    std::string text;
+    for (const double number : numbers)
+        text += (text.empty() ? "" : ", ") + NumberText(number);
+    return text;
+}
+
+/// One run from the opened scene to the finished file.
+class SharpenRun {
+public:
+    SharpenRun(const SharpenRequest& sharpenRequest, PreparedPair& preparedPair, SharpenReport& sharpenReport,
+               Status& sharpenStatus)
+        : request(sharpenRequest), pair(preparedPair), report(sharpenReport), status(sharpenStatus) {}
+
+    bool Run() {
+        if (request.format.empty()) request.format = FormatOfName(request.output, status);
+        if (request.format.empty()) return false;
+        report.format = request.format;
+        request.creationOptions = ExactOptions(request);
+        const Preparation preparation = Prepare(
+            request, request, [this](const std::string& text) { Warn(text); }, pair, status);
+        report.cancelled = preparation == Preparation::Cancelled;
+        if (preparation != Preparation::Done ||
+            !MakeSettings(request, *pair.scene, pair.plugin->GetDescription(), nullptr, settings, status))
+            return false;
+        rules = MakeOutputRules(request, *pair.scene);
+        folder = PrepareOutput(request, *pair.scene, rules, status);
+        if (!folder || !CheckMemory(request, *pair.scene, GetSizes(), usualBlockRows, status)) return false;
+        if (const std::string loss = FindLoss(request, *pair.scene, rules); !loss.empty())
+            Warn("the output '" + request.output + "' " + loss);
+        if (WantsFit(request, pair.plugin->GetDescription()) && !FitToImages()) return false;
+        if (WantsDetail(request, pair.plugin->GetDescription()) && !FindDetail()) return false;
+        JudgeWeights();
+        FillReport();
+        if (request.progress && !request.progress(0.0)) return Cancel();
+        return TryOneRow() && FuseAll();
+    }
+
+private:
+    void Warn(const std::string& text) {
+        report.warnings.push_back(text);
+        if (request.warn) request.warn(text);
+    }
+    bool Cancel() {
+        report.cancelled = true;
+        return Fail(status, HostStatus::Cancelled, "cancelled; nothing was written");
+    }
+
+    /// Fits the weights that the request leaves open.
+    bool FitToImages() {
+        WeightFit fit;
+        const FitOptions options{request.bitDepth, request.infraredWeight};
+        if (!FitWeights(*pair.scene, options, fit, nullptr, status)) return false;
+        if (!fit.obstacle.empty()) {
+            Warn(fit.obstacle + "; equal weights are used");
+            return true;
+        }
+        for (const std::string& warning : JudgeFit(*pair.scene, fit))
+            Warn(warning);
+        request.weights = fit.weights;
+        request.infraredWeight = fit.infraredWeight;
+        report.fit = std::move(fit);
+        return MakeSettings(request, *pair.scene, pair.plugin->GetDescription(), nullptr, settings, status);
+    }
+
+    /// Fits blur and gains as far as the request leaves them open.
+    bool FindDetail() {
+        report.detail.emplace();
+        if (!FitDetail(*pair.scene, request, request.bitDepth, *report.detail, status)) return false;
+        for (const std::string& warning : JudgeDetail(*report.detail))
+            Warn(warning);
+        return MakeSettings(request, *pair.scene, pair.plugin->GetDescription(), &*report.detail, settings,
+                            status);
+    }
+
+    /// Weights that were given in per cent, or for another scale of the bands.
+    void JudgeWeights() {
+        constexpr double most = 10.0;
+        const double sum = settings.GetWeightSum();
+        if (report.fit || settings.effectiveWeights.empty() || sum <= most) return;
+        Warn(FormatString("the weights of the bands add up to %s: where bands and pan are on one scale the "
+                          "sum is about 1, and the result is far too dark otherwise; are they per cent?",
+                          NumberText(sum).c_str()));
+    }
+
+    /// What the pixels say in the end: that there is nothing in them.
+    void JudgeResult() {
+        const double pixels = static_cast<double>(report.columns) * report.rows;
+        const double withData = pixels - static_cast<double>(report.pixelsWithoutData);
+        if (withData == 0.0)
+            return Warn("no pixel of the output has data: none of what is fused has data in all the inputs");
+        constexpr double nearlyAll = 0.99;
+        for (std::size_t band = 0; band < report.samplesAtLimits.size(); ++band)
+            for (const bool isLargest : {false, true}) {
+                const auto& [lowest, highest] = report.samplesAtLimits[band];
+                const double share = static_cast<double>(isLargest ? highest : lowest) / withData;
+                if (share >= nearlyAll)
+                    Warn(FormatString(
+                        "%.3g %% of the samples of band %d are %u, the %s that there is; check the inputs "
+                        "and the weights",
+                        100.0 * share, static_cast<int>(band) + 1, isLargest ? rules.largest : 0u,
+                        isLargest ? "largest" : "least"));
+            }
+    }
+
+    void FillReport() {
+        const RasterInfo& pan = pair.scene->pan->GetInfo();
+        report.output = request.output;
+        report.method = settings.method;
+        report.plugin = pair.plugin->GetPath();
+        report.columns = pair.scene->part.GetColumns();
+        report.rows = pair.scene->part.GetRows();
+        report.bands = pair.scene->outputBands;
+        report.bitsPerSample = pan.bitsPerBand;
+        report.bitDepth = pair.scene->bitDepth;
+        report.resampling = request.resampling;
+        const RasterInfo ms = pair.scene->GetMultispectral().GetInfo();
+        report.ratio = ms.pixelSizeX / pan.pixelSizeX;
+        report.ratioDown = ms.pixelSizeY / pan.pixelSizeY;
+        report.effectiveWeights = settings.effectiveWeights;
+        report.infraredWeight = settings.infraredWeight;
+        report.threads = ChooseThreads(request);
+    }
+
+    /// Settings that the process refuses come to light before there is an output.
+    bool TryOneRow() {
+        FusionSlot slot(*pair.scene, pair.scene->GetSources(), *pair.plugin, settings, rules, status);
+        const std::uint32_t row = pair.scene->covered.row0;
+        if (!slot.Init(1, {}, status) || !slot.Read(row, row + 1, status) || !slot.Fuse(status)) return false;
+        DescribeScene(slot.GetMetadata());
+        return true;
+    }
+
+    /// The process's facts, with those of a window replaced by those of the scene, and the run's own.
+    void DescribeScene(const KOVA::Tessara::Global::NameValueMap& facts) {
+        const RasterInfo& pan = pair.scene->pan->GetInfo();
+        const RasterInfo& ms = pair.scene->GetMultispectral().image->GetInfo();
+        const std::pair<const char*, std::string> replaced[] = {{"PanNCols", FormatString("%u", pan.cols)},
+                                                                {"PanNRows", FormatString("%u", pan.rows)},
+                                                                {"MSNCols", FormatString("%u", ms.cols)},
+                                                                {"MSNRows", FormatString("%u", ms.rows)},
+                                                                {"PanExtents", {}},
+                                                                {"MSExtents", {}},
+                                                                {"channelWeights", {}}};
+        for (const auto& [name, value] : facts) {
+            const auto scenes = std::find_if(std::begin(replaced), std::end(replaced),
+                                             [&key = name](const auto& entry) { return key == entry.first; });
+            const std::string& text = scenes == std::end(replaced) ? value : scenes->second;
+            if (!text.empty()) metadata.emplace_back(name, text);
+        }
+        const std::string weights = ListText(settings.effectiveWeights);
+        metadata.emplace_back("Method", settings.method);
+        if (!weights.empty()) metadata.emplace_back("EffectiveWeights", weights);
+        if (settings.infraredWeight)
+            metadata.emplace_back("EffectiveInfraredWeight", NumberText(*settings.infraredWeight));
+        if (report.fit) DescribeFit(*report.fit);
+        if (report.detail) DescribeDetail(*report.detail);
+        metadata.emplace_back(StringsEqual(request.format, "GTiff", true) ||
+                                      StringsEqual(request.format, "COG", true)
+                                  ? "TIFFTAG_SOFTWARE"
+                                  : "Software",
+                              FormatString("pansharp %s", PANSHARP_VERSION));
+    }
+
+    void DescribeFit(const WeightFit& fit) {
+        metadata.emplace_back("FitRSquared", NumberText(fit.rSquared));
+        metadata.emplace_back("FitSamples", FormatString("%.0f", static_cast<double>(fit.samples)));
+        metadata.emplace_back("FitCorrelations", ListText(fit.correlations));
+        if (fit.infraredCorrelation)
+            metadata.emplace_back("FitInfraredCorrelation", NumberText(*fit.infraredCorrelation));
+    }
+
+    void DescribeDetail(const DetailFit& detail) {
+        std::vector<double> gains, ratioGains;
+        for (const BandGains& of : detail.gains) {
+            gains.push_back(of.gain);
+            ratioGains.push_back(of.ratioGain);
+        }
+        metadata.emplace_back("ModulationTransfer", NumberText(detail.transfer));
+        metadata.emplace_back("EffectiveGains", ListText(gains));
+        metadata.emplace_back("EffectiveRatioGains", ListText(ratioGains));
+        if (detail.blur) metadata.emplace_back("BlurRSquared", NumberText(detail.blur->rSquared));
+        if (!detail.error) return;
+        metadata.emplace_back("ErgasOneScaleDown", NumberText(*detail.error));
+        metadata.emplace_back("PlainErgasOneScaleDown", NumberText(*detail.plainError));
+    }
+
+    [[nodiscard]] RunSizes GetSizes() const {
+        return FindSizes(request, request, *pair.scene, rules.GetFileBands());
+    }
+
+    /// A pool that is refused a thread in the middle of the work ends the process.
+    void LimitThreads() {
+        const int most = 1 + CountThreadsToBeHad(report.threads - 1);
+        if (most >= report.threads) return;
+        Warn(FormatString("%d of the %d threads asked for are used: this machine or user may start no more",
+                          most, report.threads));
+        report.threads = most;
+    }
+
+    bool FuseAll() {
+        const auto output =
+            OutputFile::Create(request, *pair.scene, rules, *folder, report.threads, metadata, status);
+        if (!output) return false;
+        if (!output->GetWarning().empty()) Warn("the output '" + request.output + "'" + output->GetWarning());
+        const CacheLimit cache(CacheBytes(*pair.scene, GetSizes(), output->GetBlockRows()));
+        report.windowRows = ChooseWindowRows(*pair.scene, GetSizes(), output->GetBlockRows());
+        const std::uint32_t windows = (report.rows - 1) / report.windowRows + 1;
+        report.threads =
+            static_cast<int>(std::min<std::uint32_t>(static_cast<std::uint32_t>(report.threads), windows));
+        LimitThreads();
+        const int count = CountSlots(report.threads);
+        std::vector<std::unique_ptr<FusionSlot>> slots;
+        for (int i = 0; i < count; ++i) {
+            slots.push_back(std::make_unique<FusionSlot>(*pair.scene, pair.scene->GetSources(), *pair.plugin,
+                                                         settings, rules, status));
+            if (!slots.back()->Init(report.windowRows, output->GetLayout(), status)) return false;
+        }
+        PipelineResult result;
+        const WindowPlan plan{pair.scene->part.row0, report.rows, report.windowRows, report.threads};
+        // A format that is copied takes about as long again.
+        const double share = output->IsCopied() ? 0.5 : 1.0;
+        const auto fused = [&](double done) { return !request.progress || request.progress(share * done); };
+        const auto copied = [&](double done) {
+            result.wasCancelled = request.progress && !request.progress(share + (1.0 - share) * done);
+            return !result.wasCancelled;
+        };
+        bool isDone = FuseWindows(plan, slots, *output, fused, result, status);
+        if (isDone) isDone = output->Finish(copied, status);
+        if (result.wasCancelled) return Cancel();
+        if (!isDone) return false;
+        report.samplesAtLimits = result.tally;
+        report.pixelsWithoutData = output->GetPixelsWithoutData();
+        report.noDataValue = rules.noData;
+        report.noDataBy = rules.noData                    ? "value"
+                          : rules.hasAlpha                ? "alpha"
+                          : report.pixelsWithoutData == 0 ? "none"
+                                                          : "mask";
+        JudgeResult();
+        return true;
+    }
+
+    SharpenRequest request; ///< with the weights that were chosen
+    PreparedPair& pair;
+    SharpenReport& report;
+    Status& status;
+    ProcessSettings settings;
+    OutputRules rules;
+    OutputMetadata metadata;
+    std::unique_ptr<WorkFolder> folder;
+};
+
+} // namespace
+
+bool Sharpen(const SharpenRequest& request, SharpenReport& report, Status& status, PreparedPair* used) {
+    report = {};
+    double seconds = 0.0;
+    PreparedPair own;
+    PreparedPair& pair = used ? *used : own;
+    const bool isDone =
+        RunOperation([&] { return SharpenRun(request, pair, report, status).Run(); }, seconds, status);
+    report.seconds = seconds;
+    return isDone;
+}
+
+} // namespace rasterhost

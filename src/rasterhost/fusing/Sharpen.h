@@ -1,0 +1,59 @@
+#pragma once
+
+#include "fundament/Status.h"
+#include "rasterhost/fitting/DetailFit.h"
+#include "rasterhost/fitting/WeightFit.h"
+#include "rasterhost/fusing/PreparedPair.h"
+#include "rasterhost/requests/Requests.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// The host that ships with the plug-in: opens real rasters, serves them to the plug-in through the host
+/// contract and writes what it fuses.
+namespace rasterhost {
+
+/// What was done, for the closing line and for `--json`.
+struct SharpenReport {
+    std::string output;
+    std::string format; ///< of the output, GDAL's short driver name; empty when none was found
+    std::string method;
+    std::string plugin;
+    std::uint32_t columns = 0; ///< of the output
+    std::uint32_t rows = 0;
+    std::uint32_t bands = 0;
+    std::uint32_t bitsPerSample = 0; ///< of the file's samples
+    std::uint32_t bitDepth = 0;      ///< of the values in them
+    std::string resampling;
+    double ratio = 0.0;     ///< multispectral pixel width over pan pixel width
+    double ratioDown = 0.0; ///< likewise of their heights
+    std::vector<double> effectiveWeights;
+    std::optional<double> infraredWeight;
+    std::optional<WeightFit> fit; ///< where the weights were fitted
+    /// Blur and gains, for a method that compares pan with its low-pass.
+    std::optional<DetailFit> detail;
+    int threads = 0;
+    std::uint32_t windowRows = 0;
+    double seconds = 0.0;
+    /// Samples at 0 and at the largest value, for each output band.
+    std::vector<std::pair<std::uint64_t, std::uint64_t>> samplesAtLimits;
+    std::uint64_t pixelsWithoutData = 0;
+    /// How the output tells where they are: "value", "mask", "alpha", or "none" when there are none and no
+    /// value is declared.
+    std::string noDataBy;
+    std::optional<std::uint32_t> noDataValue;
+    std::vector<std::string> warnings;
+    bool cancelled = false;
+};
+
+/// Fuses one scene. The output appears under its final name only when it is complete; on failure nothing is
+/// left behind and an existing file is untouched. Returns false with the reasons in `status`, the first
+/// saying what to do. `used`, where it is not null, gets the pair that was fused, for what is to be done with
+/// it after.
+[[nodiscard]] bool Sharpen(const SharpenRequest& request, SharpenReport& report,
+                           KOVA::Tessara::Fundament::Status& status, PreparedPair* used = nullptr);
+
+} // namespace rasterhost

@@ -1,0 +1,163 @@
+#include "rasterhost/fusing/WindowPipeline.h"
+
+#include <oneapi/tbb/global_control.h>
+#include <oneapi/tbb/parallel_pipeline.h>
+#include <oneapi/tbb/task_arena.h>
+
+#include <algorithm>
+#include <atomic>
+#include <exception>
+#include <mutex>
+
+namespace rasterhost {
+
+namespace {
+
+namespace tbb = oneapi::tbb;
+
+/// A window on its way through the stages, in a slot of its own.
+struct Job {
+    FusionSlot* slot = nullptr;
+    PackedTiles packed;
+    bool isGood = true;
+    Status reasons;
+};
+
+/// Runs a stage of a window unless one before failed; what it throws becomes a failure of the window.
+template <class Stage>
+void Attempt(Job& job, Stage stage) {
+    if (!job.isGood) return;
+    try {
+        job.isGood = stage();
+    } catch (const std::exception& error) {
+        job.isGood = Fail(job.reasons, HostStatus::Unexpected, std::string("unexpected: ") + error.what());
+    }
+}
+
+class PipelineRun {
+public:
+    PipelineRun(const WindowPlan& windows, std::vector<std::unique_ptr<FusionSlot>>& fusionSlots,
+                OutputFile& outputFile, const std::function<bool(double)>& report)
+        : plan(windows), output(outputFile), progress(report), jobs(fusionSlots.size()) {
+        for (std::size_t i = 0; i < jobs.size(); ++i) {
+            jobs[i].slot = fusionSlots[i].get();
+            freeJobs.push_back(&jobs[i]);
+        }
+    }
+
+    bool Run(PipelineResult& result, Status& status) {
+        // An arena gets no more threads than this allows, which by default is one a processor.
+        const tbb::global_control allowance(
+            tbb::global_control::max_allowed_parallelism,
+            std::max<std::size_t>(
+                static_cast<std::size_t>(plan.threads),
+                tbb::global_control::active_value(tbb::global_control::max_allowed_parallelism)));
+        tbb::task_arena arena(plan.threads);
+        arena.execute([this] {
+            tbb::parallel_pipeline(jobs.size(),
+                                   tbb::make_filter<void, Job*>(tbb::filter_mode::serial_in_order,
+                                                                [this](tbb::flow_control& flow) {
+                                                                    Job* job = ReadNext();
+                                                                    if (!job) flow.stop();
+                                                                    return job;
+                                                                }) &
+                                       tbb::make_filter<Job*, Job*>(tbb::filter_mode::parallel,
+                                                                    [this](Job* job) { return Fuse(job); }) &
+                                       tbb::make_filter<Job*, void>(tbb::filter_mode::serial_in_order,
+                                                                    [this](Job* job) { Write(*job); }));
+        });
+        result.tally = tally;
+        result.wasCancelled = isCancelled;
+        status.Append(reasons);
+        return !hasStopped;
+    }
+
+private:
+    /// Null after the last window, and once a window has failed.
+    Job* ReadNext() {
+        if (hasStopped || nextRow >= plan.rows) return nullptr;
+        Job* job = nullptr;
+        {
+            const std::lock_guard lock(freeMutex);
+            job = freeJobs.back(); // a window is let in only when one has left
+            freeJobs.pop_back();
+        }
+        const std::uint32_t firstRow = nextRow;
+        nextRow += std::min(plan.windowRows, plan.rows - firstRow);
+        job->isGood = true;
+        job->reasons = {};
+        Attempt(*job, [&] {
+            const std::lock_guard lock(fileMutex);
+            return job->slot->Read(plan.firstRow + firstRow, plan.firstRow + nextRow, job->reasons);
+        });
+        return job;
+    }
+
+    Job* Fuse(Job* job) {
+        if (!hasStopped)
+            Attempt(*job, [&] {
+                FusionSlot& slot = *job->slot;
+                return slot.Fuse(job->reasons) &&
+                       output.Pack(slot.GetFirstRow() - plan.firstRow, slot.GetRows(), slot.GetOutput(),
+                                   job->packed, job->reasons);
+            });
+        return job;
+    }
+
+    void Write(Job& job) {
+        if (!hasStopped) {
+            Attempt(job, [&] { return WriteWindow(job); });
+            if (!job.isGood) {
+                reasons = job.reasons;
+                hasStopped = true;
+            }
+        }
+        const std::lock_guard lock(freeMutex);
+        freeJobs.push_back(&job);
+    }
+
+    bool WriteWindow(Job& job) {
+        FusionSlot& slot = *job.slot;
+        const std::uint32_t firstRow = slot.GetFirstRow() - plan.firstRow;
+        {
+            const std::lock_guard lock(fileMutex);
+            if (!output.Write(firstRow, slot.GetRows(), slot.GetOutput(), job.packed, slot.GetValid(),
+                              job.reasons))
+                return false;
+        }
+        tally.resize(slot.GetTally().size());
+        for (std::size_t band = 0; band < tally.size(); ++band) {
+            tally[band].first += slot.GetTally()[band].first;
+            tally[band].second += slot.GetTally()[band].second;
+        }
+        const double done = static_cast<double>(firstRow + slot.GetRows()) / plan.rows;
+        isCancelled = progress && !progress(done);
+        return !isCancelled;
+    }
+
+    const WindowPlan plan;
+    OutputFile& output;
+    const std::function<bool(double)>& progress;
+    LimitTally tally;
+    Status reasons;
+    bool isCancelled = false;
+    std::atomic<bool> hasStopped = false;
+    std::uint32_t nextRow = 0;
+
+    std::vector<Job> jobs;
+    std::mutex freeMutex;
+    std::vector<Job*> freeJobs;
+    // A read may push blocks of the output out of GDAL's cache: one thread in GDAL at a time.
+    std::mutex fileMutex;
+};
+
+} // namespace
+
+bool FuseWindows(const WindowPlan& plan, std::vector<std::unique_ptr<FusionSlot>>& fusionSlots,
+                 OutputFile& output, const std::function<bool(double)>& progress, PipelineResult& result,
+                 Status& status) {
+    PipelineRun run(plan, fusionSlots, output, progress);
+    return run.Run(result, status);
+}
+
+} // namespace rasterhost

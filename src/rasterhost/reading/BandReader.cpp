@@ -1,0 +1,150 @@
+#include "rasterhost/reading/BandReader.h"
+
+#include "fundament/Text.h"
+#include "rasterhost/requests/GdalErrors.h"
+
+#include <gdal_priv.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+
+namespace rasterhost {
+
+using hostkit::PixelRect;
+using KOVA::Tessara::Fundament::FormatString;
+
+namespace {
+
+bool FailToRead(const PixelRect& rect, const SourceBand& source, const std::string& reason, Status& status) {
+    return Fail(status, HostStatus::InputNotRead,
+                FormatString("rows %u to %u of '%s' cannot be read; the file may be cut short or damaged%s",
+                             rect.row0, rect.row1, source.file.c_str(), reason.c_str()));
+}
+
+} // namespace
+
+bool BandReader::Read(const PixelRect& rect, unsigned char* out, Status& status) const {
+    if (options.scale) {
+        for (std::size_t band = 0; band < bands.size(); ++band)
+            if (!ReadScaled(rect, band, out, status)) return false;
+        return true;
+    }
+    // One call for as many bands in a row as come from one file with samples of one kind.
+    for (std::size_t first = 0, end = 0; first < bands.size(); first = end) {
+        const auto belongs = [&](std::size_t band) {
+            return handles[band].dataset == handles[first].dataset && bands[band].type == bands[first].type;
+        };
+        for (end = first; end < bands.size() && belongs(end);)
+            ++end;
+        if (!ReadBands(rect, first, end, out, status)) return false;
+        if (bands[first].type == GDT_Int16 && !CheckSigns(rect, first, end, out, status)) return false;
+    }
+    return true;
+}
+
+bool BandReader::ReadBands(const PixelRect& rect, std::size_t first, std::size_t end, unsigned char* out,
+                           Status& status) const {
+    const auto columns = static_cast<int>(rect.GetColumns());
+    const auto rows = static_cast<int>(rect.GetRows());
+    const auto sampleBytes = static_cast<GSpacing>(bits / 8);
+    const auto pixelBytes = static_cast<GSpacing>(bands.size()) * sampleBytes;
+    std::vector<int> numbers;
+    for (std::size_t band = first; band < end; ++band)
+        numbers.push_back(bands[band].number);
+    const GdalErrors errors;
+    const CPLErr result = handles[first].dataset->RasterIO(
+        GF_Read, static_cast<int>(rect.col0), static_cast<int>(rect.row0), columns, rows,
+        out + static_cast<GSpacing>(first) * sampleBytes, columns, rows, bands[first].type,
+        static_cast<int>(numbers.size()), numbers.data(), pixelBytes, pixelBytes * columns, sampleBytes,
+        nullptr);
+    return (result == CE_None && !errors.HasFailed()) ||
+           FailToRead(rect, bands[first], errors.Reason(), status);
+}
+
+bool BandReader::ReadScaled(const PixelRect& rect, std::size_t band, unsigned char* out,
+                            Status& status) const {
+    const SourceBand& source = bands[band];
+    const auto columns = static_cast<int>(rect.GetColumns());
+    const auto rows = static_cast<int>(rect.GetRows());
+    std::vector<double> samples(std::size_t{rect.GetColumns()} * rect.GetRows());
+    const GdalErrors errors;
+    if (handles[band].band->RasterIO(GF_Read, static_cast<int>(rect.col0), static_cast<int>(rect.row0),
+                                     columns, rows, samples.data(), columns, rows, GDT_Float64, 0, 0,
+                                     nullptr) != CE_None ||
+        errors.HasFailed())
+        return FailToRead(rect, source, errors.Reason(), status);
+    auto* pixel = reinterpret_cast<unsigned short*>(out) + band;
+    const unsigned short none = options.isIgnored ? 1 : 0;
+    for (const double sample : samples) {
+        const bool hasData = std::isfinite(sample) && sample != source.rawNoData;
+        *pixel = hasData ? options.scale->Map(sample) : none;
+        pixel += bands.size();
+    }
+    return true;
+}
+
+/// Signed samples are used as they are, which only those of 0 and more can be; those that mean no data are
+/// not used.
+bool BandReader::CheckSigns(const PixelRect& rect, std::size_t first, std::size_t end,
+                            const unsigned char* samples, Status& status) const {
+    const std::size_t pixels = std::size_t{rect.GetColumns()} * rect.GetRows();
+    const auto* pixel = reinterpret_cast<const short*>(samples);
+    for (std::size_t i = 0; i < pixels; ++i, pixel += bands.size())
+        for (std::size_t band = first; band < end; ++band)
+            if (pixel[band] < 0 && bands[band].noData != pixel[band])
+                return Fail(
+                    status, HostStatus::InputNotSupported,
+                    FormatString("band %d of '%s' holds the negative sample %d; samples have to be 0 or "
+                                 "more: name it with --nodata if it means no data, else convert the "
+                                 "file with gdal_translate -ot UInt16 -scale",
+                                 bands[band].number, bands[band].file.c_str(), int{pixel[band]}));
+    return true;
+}
+
+namespace {
+
+template <class T>
+void ClearNoData(const T* samples, const std::vector<SourceBand>& bands, std::size_t pixels,
+                 unsigned char* valid) {
+    for (std::size_t band = 0; band < bands.size(); ++band) {
+        if (!bands[band].noData) continue;
+        const auto value = static_cast<T>(*bands[band].noData);
+        for (std::size_t i = 0; i < pixels; ++i)
+            valid[i] = static_cast<unsigned char>(
+                valid[i] & -static_cast<int>(samples[i * bands.size() + band] != value));
+    }
+}
+
+} // namespace
+
+bool BandReader::ReadValid(const PixelRect& rect, const unsigned char* samples, unsigned char* valid,
+                           Status& status) const {
+    const std::size_t pixels = std::size_t{rect.GetColumns()} * rect.GetRows();
+    std::fill_n(valid, pixels, static_cast<unsigned char>(0xFF));
+    if (bits == 8)
+        ClearNoData(samples, bands, pixels, valid);
+    else
+        ClearNoData(reinterpret_cast<const unsigned short*>(samples), bands, pixels, valid);
+    std::map<GDALRasterBand*, const SourceBand*> masks;
+    for (std::size_t band = 0; band < bands.size(); ++band)
+        if (handles[band].mask) masks.emplace(handles[band].mask, &bands[band]);
+    std::vector<unsigned char> mask(masks.empty() ? 0 : pixels);
+    for (const auto& [band, source] : masks) {
+        const GdalErrors errors;
+        const auto columns = static_cast<int>(rect.GetColumns());
+        const auto rows = static_cast<int>(rect.GetRows());
+        if (band->RasterIO(GF_Read, static_cast<int>(rect.col0), static_cast<int>(rect.row0), columns, rows,
+                           mask.data(), columns, rows, GDT_Byte, 0, 0, nullptr) != CE_None ||
+            errors.HasFailed())
+            return Fail(status, HostStatus::InputNotRead,
+                        FormatString("rows %u to %u of the mask of '%s' cannot be read; the file may be cut "
+                                     "short or damaged%s",
+                                     rect.row0, rect.row1, source->file.c_str(), errors.Reason().c_str()));
+        for (std::size_t i = 0; i < pixels; ++i)
+            if (mask[i] == 0) valid[i] = 0;
+    }
+    return true;
+}
+
+} // namespace rasterhost

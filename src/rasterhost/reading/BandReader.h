@@ -1,0 +1,50 @@
+#pragma once
+
+#include "hostkit/SampleBlock.h"
+#include "rasterhost/reading/ImageDescription.h"
+#include "rasterhost/requests/HostStatus.h"
+
+#include <cstdint>
+#include <vector>
+
+class GDALDataset;
+class GDALRasterBand;
+
+namespace rasterhost {
+
+/// What a band is read by, of an open file.
+struct BandHandles {
+    GDALDataset* dataset = nullptr;
+    GDALRasterBand* band = nullptr;
+    GDALRasterBand* mask = nullptr; ///< 0 where there is no data: a mask band or transparency; may be null
+};
+
+/// Reads bands of one size side by side. Not for two threads at a time.
+class BandReader {
+public:
+    /// Both outlive the reader; the handles are those of the image's bands.
+    BandReader(const ImageDescription& image, const std::vector<BandHandles>& bandHandles)
+        : bands(image.bands), handles(bandHandles), options(image.options), bits(image.info.bitsPerBand) {}
+
+    /// Reads a rectangle of all bands, interleaved by pixel and packed.
+    [[nodiscard]] bool Read(const hostkit::PixelRect& rect, unsigned char* out, Status& status) const;
+    /// Tells by the bands' values and masks which pixels have data in all: a byte a pixel, not 0 where they
+    /// have. `samples` are those that Read gave for the same rectangle.
+    [[nodiscard]] bool ReadValid(const hostkit::PixelRect& rect, const unsigned char* samples,
+                                 unsigned char* valid, Status& status) const;
+
+private:
+    bool ReadBands(const hostkit::PixelRect& rect, std::size_t first, std::size_t end, unsigned char* out,
+                   Status& status) const;
+    bool ReadScaled(const hostkit::PixelRect& rect, std::size_t band, unsigned char* out,
+                    Status& status) const;
+    bool CheckSigns(const hostkit::PixelRect& rect, std::size_t first, std::size_t end,
+                    const unsigned char* samples, Status& status) const;
+
+    const std::vector<SourceBand>& bands;
+    const std::vector<BandHandles>& handles;
+    const SampleOptions& options;
+    std::uint32_t bits;
+};
+
+} // namespace rasterhost

@@ -1,0 +1,231 @@
+#include "rasterhost/reading/DescribeFiles.h"
+
+#include "fundament/Text.h"
+#include "rasterhost/requests/GdalErrors.h"
+
+#include <cpl_conv.h>
+#include <gdal_priv.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdlib>
+
+namespace rasterhost {
+
+using KOVA::Tessara::Fundament::FormatString;
+
+namespace {
+
+/// Four bands come easily marked as red, green, blue and transparency, near infrared though the last is: one
+/// is taken for transparency when a regular sample of it holds nothing but 0 and the largest value.
+bool IsTransparency(GDALRasterBand& band) {
+    if (band.GetColorInterpretation() != GCI_AlphaBand) return false;
+    constexpr int places = 8; // across and down
+    constexpr int most = 32;
+    const int columns = std::min(band.GetXSize(), most);
+    const int rows = std::min(band.GetYSize(), most);
+    const int largest = band.GetRasterDataType() == GDT_Byte ? 0xFF : 0xFFFF;
+    std::vector<unsigned short> samples(static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows));
+    const GdalErrors errors;
+    for (int place = 0; place < places * places; ++place) {
+        const int column = (band.GetXSize() - columns) * (place % places) / (places - 1);
+        const int row = (band.GetYSize() - rows) * (place / places) / (places - 1);
+        if (band.RasterIO(GF_Read, column, row, columns, rows, samples.data(), columns, rows, GDT_UInt16, 0,
+                          0, nullptr) != CE_None)
+            return true; // reading it again will tell why
+        if (!std::all_of(samples.begin(), samples.end(),
+                         [largest](int sample) { return sample == 0 || sample == largest; }))
+            return false;
+    }
+    return true;
+}
+
+/// Null without one. GDAL takes a last band for the mask of the others in files of two and four bands only.
+GDALRasterBand* FindTransparency(GDALDataset& dataset) {
+    for (int number = 1; number <= dataset.GetRasterCount(); ++number)
+        if (GDALRasterBand* band = dataset.GetRasterBand(number); IsTransparency(*band)) return band;
+    return nullptr;
+}
+
+/// What the file declares of a band, or the options in its place.
+void FindNoData(const SampleOptions& options, GDALRasterBand& band, GDALRasterBand* transparency,
+                SourceBand& source) {
+    if (options.isIgnored) return;
+    int isDeclared = options.value ? 1 : 0;
+    const double value = options.value ? *options.value : band.GetNoDataValue(&isDeclared);
+    if (options.scale) {
+        if (isDeclared) source.rawNoData = value;
+        source.noData = 0;
+        isDeclared = 0;
+    }
+    const bool isSigned = source.type == GDT_Int16;
+    const bool isByte = source.type == GDT_Byte;
+    const double least = isSigned ? -32768.0 : 0.0;
+    const double greatest = isByte ? 255.0 : (isSigned ? 32767.0 : 65535.0);
+    if (isDeclared && value == std::floor(value) && value >= least && value <= greatest)
+        source.noData = static_cast<int>(value);
+    if (options.value) return;
+    const int flags = band.GetMaskFlags();
+    const bool isOfValues = (flags & GMF_NODATA) != 0 && (flags & GMF_PER_DATASET) == 0;
+    if ((flags & (GMF_ALL_VALID | GMF_ALPHA)) == 0 && !isOfValues) {
+        source.mask = MaskKind::Mask;
+        return;
+    }
+    if (!transparency) return;
+    source.mask = MaskKind::Transparency;
+    source.transparency = transparency->GetBand();
+}
+
+bool CheckBand(const ImageDescription& image, const SourceBand& source, GDALRasterBand& band,
+               const char* role, Status& status) {
+    const auto refuse = [&](const std::string& what) {
+        return Fail(status, HostStatus::InputNotSupported,
+                    FormatString("band %d of the %s file '%s' %s", source.number, role, source.file.c_str(),
+                                 what.c_str()));
+    };
+    const GDALDataType type = source.type;
+    const bool isTaken = image.options.scale ? !GDALDataTypeIsComplex(type)
+                                             : type == GDT_Byte || type == GDT_UInt16 || type == GDT_Int16;
+    if (double range[2] = {}; !isTaken && !image.options.scale && !GDALDataTypeIsComplex(type) &&
+                              band.ComputeRasterMinMax(TRUE, range) == CE_None)
+        return refuse(
+            FormatString("holds %s samples, in part of the file from %.6g to %.6g; 8 and 16 bits are "
+                         "supported: name a range that all inputs keep to with --scale MIN,MAX, "
+                         "such as --scale %.6g,%.6g, or convert it with gdal_translate -ot UInt16 -scale",
+                         GDALGetDataTypeName(type), range[0], range[1], std::min(range[0], 0.0),
+                         range[1] + (range[1] - std::min(range[0], 0.0)) / 4.0));
+    if (!isTaken)
+        return refuse(
+            FormatString(image.options.scale
+                             ? "holds %s samples, which are pairs of numbers; take the first of each with "
+                               "gdal_translate -ot Float32"
+                             : "holds %s samples; 8 and 16 bits are supported: name the range of the values "
+                               "with --scale MIN,MAX, or convert it with gdal_translate -ot UInt16 -scale",
+                         GDALGetDataTypeName(type)));
+    if (const char* pixelType = band.GetMetadataItem("PIXELTYPE", "IMAGE_STRUCTURE");
+        pixelType && !image.options.scale && std::string(pixelType) == "SIGNEDBYTE")
+        return refuse("holds signed bytes; 8 and 16 bits unsigned are supported");
+    if (band.GetColorTable())
+        return refuse("holds palette numbers, not intensities: expand it with gdal_translate -expand rgb");
+    if (image.bands.empty()) return true;
+    const SourceBand& first = image.bands.front();
+    const auto columns = static_cast<int>(image.info.cols), rows = static_cast<int>(image.info.rows);
+    const auto same = [&](const char* what, int here, int there) {
+        return here == there || refuse(FormatString("differs in %s (%d) from '%s' (%d); all bands must agree",
+                                                    what, here, first.file.c_str(), there));
+    };
+    return same("width", band.GetXSize(), columns) && same("height", band.GetYSize(), rows) &&
+           (image.options.scale ||
+            same("bits per sample", GDALGetDataTypeSizeBits(type), GDALGetDataTypeSizeBits(first.type)));
+}
+
+SourceBand DescribeBand(const InputBand& input, GDALDataset& dataset, int number) {
+    GDALRasterBand& band = *dataset.GetRasterBand(number);
+    SourceBand source;
+    source.number = number;
+    source.file = input.file;
+    source.description = band.GetDescription();
+    if (source.description.empty() && dataset.GetRasterCount() == 1)
+        source.description = CPLGetBasename(input.file.c_str());
+    source.type = band.GetRasterDataType();
+    source.colour = band.GetColorInterpretation();
+    const auto all = static_cast<std::uint32_t>(GDALGetDataTypeSizeBits(source.type));
+    const char* declared = band.GetMetadataItem("NBITS", "IMAGE_STRUCTURE");
+    const auto bits = declared ? static_cast<std::uint32_t>(std::max(0, atoi(declared))) : 0u;
+    source.bits = bits > 8 && bits < all ? bits : all;
+    int width = 0, height = 0;
+    band.GetBlockSize(&width, &height);
+    source.blockRows = static_cast<std::uint32_t>(height);
+    return source;
+}
+
+bool IsAtPlaceOf(const ImageDescription& image, GDALDataset& file) {
+    std::array<double, 6> here{};
+    std::optional<std::array<double, 6>> place;
+    if (file.GetGeoTransform(here.data()) == CE_None) place = here;
+    const OGRSpatialReference* reference = file.GetSpatialRef();
+    return image.IsAt(place, reference ? *reference : OGRSpatialReference());
+}
+
+bool Georeference(const std::vector<GDALDataset*>& files, ImageDescription& image, Status& status) {
+    GDALDataset& first = *files.front();
+    auto& info = image.info;
+    std::array<double, 6> here{};
+    if (first.GetGeoTransform(here.data()) == CE_None) image.geoTransform = here;
+    image.hasControlPoints = !image.geoTransform && first.GetGCPCount() > 0;
+    if (const OGRSpatialReference* reference =
+            image.hasControlPoints ? first.GetGCPSpatialRef() : first.GetSpatialRef())
+        image.projection = *reference;
+    for (std::size_t file = 1; file < files.size(); ++file)
+        if (!IsAtPlaceOf(image, *files[file]))
+            return Fail(status, HostStatus::InputsDoNotFit,
+                        FormatString("'%s' and '%s' do not lie at the same place; bands from several files "
+                                     "must share corner, pixel size and projection",
+                                     image.files[file].c_str(), image.files.front().c_str()));
+    image.isNorthUp =
+        !image.hasControlPoints &&
+        (!image.geoTransform || (here[2] == 0.0 && here[4] == 0.0 && here[1] > 0.0 && here[5] < 0.0));
+    const std::array<double, 6> pixels{0.0, 1.0, 0.0, 0.0, 0.0, -1.0};
+    const std::array<double, 6> grid = image.isNorthUp ? image.geoTransform.value_or(pixels) : pixels;
+    info.xMin = grid[0];
+    info.xMax = grid[0] + info.cols * grid[1];
+    info.yMin = grid[3] + info.rows * grid[5];
+    info.yMax = grid[3];
+    info.pixelSizeX = grid[1];
+    info.pixelSizeY = -grid[5];
+    const bool isPlace =
+        std::all_of(here.begin(), here.end(), [](double part) { return std::isfinite(part); }) &&
+        std::isfinite(info.xMax) && std::isfinite(info.yMin) && info.xMax > info.xMin &&
+        info.yMax > info.yMin;
+    return isPlace ||
+           Fail(status, HostStatus::InputNotSupported,
+                FormatString("the position of %s is damaged: its geotransform has parts that are no "
+                             "numbers, or pixels of no size; set it anew with gdal_edit.py -a_ullr",
+                             image.GetName().c_str()));
+}
+
+} // namespace
+
+bool AddBands(const InputBand& input, GDALDataset& dataset, const char* role, ImageDescription& image,
+              Status& status) {
+    const int count = dataset.GetRasterCount();
+    if (count == 0)
+        return Fail(
+            status, HostStatus::InputNotSupported,
+            FormatString("the %s file '%s' has no raster band; when it holds several rasters, give the "
+                         "name of one as gdalinfo lists them",
+                         role, input.file.c_str()));
+    if (input.band && (*input.band < 1 || *input.band > count))
+        return Fail(status, HostStatus::InputNotSupported,
+                    FormatString("the %s file '%s' has no band %d; its bands are 1 to %d", role,
+                                 input.file.c_str(), *input.band, count));
+    GDALRasterBand* transparency = FindTransparency(dataset);
+    for (int number = input.band.value_or(1); number <= input.band.value_or(count); ++number) {
+        GDALRasterBand& band = *dataset.GetRasterBand(number);
+        if (!input.band && count > 1 && &band == transparency) continue;
+        SourceBand source = DescribeBand(input, dataset, number);
+        if (!CheckBand(image, source, band, role, status)) return false;
+        FindNoData(image.options, band, transparency, source);
+        if (image.bands.empty()) {
+            image.info.cols = static_cast<std::uint32_t>(band.GetXSize());
+            image.info.rows = static_cast<std::uint32_t>(band.GetYSize());
+        }
+        image.bands.push_back(std::move(source));
+    }
+    return true;
+}
+
+bool DescribeAll(const std::vector<GDALDataset*>& files, const char* role, ImageDescription& image,
+                 Status& status) {
+    if (image.bands.empty())
+        return Fail(status, HostStatus::RequestInvalid, FormatString("no %s file was given", role));
+    image.info.bandsPerPixel = static_cast<std::uint32_t>(image.bands.size());
+    image.info.bitsPerBand =
+        image.options.scale ? 16u
+                            : static_cast<std::uint32_t>(GDALGetDataTypeSizeBits(image.bands.front().type));
+    image.info.colorSpace = image.bands.size() == 1 ? 0 : 1;
+    return Georeference(files, image, status);
+}
+
+} // namespace rasterhost

@@ -1,0 +1,144 @@
+#include "rasterhost/reading/InputImage.h"
+
+#include "fundament/Text.h"
+#include "rasterhost/reading/DescribeFiles.h"
+#include "rasterhost/reading/FileState.h"
+#include "rasterhost/requests/GdalErrors.h"
+
+#include <cpl_conv.h>
+#include <gdal_priv.h>
+
+#include <algorithm>
+#include <set>
+
+namespace rasterhost {
+
+using hostkit::PixelRect;
+using KOVA::Tessara::Fundament::FormatString;
+
+void InputImage::CloseDataset::operator()(GDALDataset* dataset) const { GDALClose(dataset); }
+
+InputImage::~InputImage() = default;
+
+std::unique_ptr<InputImage> InputImage::Open(const std::vector<InputBand>& inputs, const char* role,
+                                             const SampleOptions& sampleOptions, Status& status) {
+    std::unique_ptr<InputImage> image(new InputImage);
+    ImageDescription made;
+    made.options = sampleOptions;
+    for (const InputBand& input : inputs) {
+        GDALDataset* dataset = image->OpenFile(input.file, role, status);
+        if (!dataset || !AddBands(input, *dataset, role, made, status)) return nullptr;
+    }
+    std::vector<GDALDataset*> datasets;
+    for (const OpenFileEntry& file : image->files) {
+        made.files.push_back(file.name);
+        datasets.push_back(file.dataset.get());
+    }
+    if (!DescribeAll(datasets, role, made, status)) return nullptr;
+    image->description = std::make_shared<const ImageDescription>(std::move(made));
+    return image->FindHandles(status) ? std::move(image) : nullptr;
+}
+
+std::unique_ptr<InputImage> InputImage::Open(std::shared_ptr<const ImageDescription> known, Status& status) {
+    std::unique_ptr<InputImage> image(new InputImage);
+    image->description = std::move(known);
+    for (const std::string& file : image->description->files)
+        if (!image->OpenFile(file, "same", status)) return nullptr;
+    return image->FindHandles(status) ? std::move(image) : nullptr;
+}
+
+/// Finds the bands in the files, where the description knows them.
+bool InputImage::FindHandles(Status& status) {
+    const RasterInfo& info = description->info;
+    for (const SourceBand& source : description->bands) {
+        const auto file = std::find_if(files.begin(), files.end(),
+                                       [&](const OpenFileEntry& entry) { return entry.name == source.file; });
+        GDALDataset& dataset = *file->dataset;
+        const bool isSame = dataset.GetRasterXSize() == static_cast<int>(info.cols) &&
+                            dataset.GetRasterYSize() == static_cast<int>(info.rows) &&
+                            dataset.GetRasterCount() >= std::max(source.number, source.transparency) &&
+                            dataset.GetRasterBand(source.number)->GetRasterDataType() == source.type;
+        if (!isSame)
+            return Fail(status, HostStatus::InputNotOpened,
+                        FormatString("'%s' is another file than before: its size, bands or samples differ",
+                                     source.file.c_str()));
+        GDALRasterBand* band = dataset.GetRasterBand(source.number);
+        GDALRasterBand* mask = source.mask == MaskKind::Mask ? band->GetMaskBand()
+                               : source.mask == MaskKind::Transparency
+                                   ? dataset.GetRasterBand(source.transparency)
+                                   : nullptr;
+        handles.push_back({&dataset, band, mask});
+    }
+    return true;
+}
+
+namespace {
+
+/// Opening a pipe would wait for its writer, for ever.
+bool CheckKind(const std::string& file, const char* role, Status& status) {
+    const FileState state = LookAt(file);
+    return !state.exists || state.isFile || state.isFolder ||
+           Fail(status, HostStatus::InputNotOpened,
+                FormatString("the %s '%s' is a pipe or a device; write what it gives into a file, and name "
+                             "that",
+                             role, file.c_str()));
+}
+
+} // namespace
+
+GDALDataset* InputImage::OpenFile(const std::string& name, const char* role, Status& status) {
+    for (const OpenFileEntry& entry : files)
+        if (entry.name == name) return entry.dataset.get();
+    if (!CheckKind(name, role, status)) return nullptr;
+    const GdalErrors errors;
+    auto* dataset = GDALDataset::FromHandle(GDALOpenEx(
+        name.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR, nullptr, nullptr, nullptr));
+    if (!dataset) {
+        const FileState state = LookAt(name);
+        if (state.isEmpty) {
+            Fail(status, HostStatus::InputNotOpened,
+                 FormatString("the %s file '%s' is empty; was it copied or downloaded to its end?", role,
+                              name.c_str()));
+            return nullptr;
+        }
+        Fail(status, HostStatus::InputNotOpened,
+             FormatString("the %s file '%s' cannot be opened; check the name and that it is a raster%s", role,
+                          name.c_str(), errors.Reason().c_str()));
+        return nullptr;
+    }
+    files.push_back({name, std::unique_ptr<GDALDataset, CloseDataset>(dataset)});
+    return dataset;
+}
+
+std::vector<std::string> InputImage::GetFiles() const {
+    std::set<std::string> names;
+    for (const OpenFileEntry& file : files) {
+        names.insert(file.name);
+        char** list = file.dataset->GetFileList();
+        for (char** name = list; name && *name; ++name)
+            names.insert(*name);
+        CSLDestroy(list);
+    }
+    return {names.begin(), names.end()};
+}
+
+void InputImage::Reorder(const std::vector<std::size_t>& order) {
+    description = std::make_shared<const ImageDescription>(description->WithBands(order));
+    std::vector<BandHandles> reordered;
+    for (const std::size_t position : order)
+        reordered.push_back(handles[position]);
+    handles = std::move(reordered);
+}
+
+bool InputImage::Read(const PixelRect& rect, unsigned char* out, Status& status) {
+    return BandReader(*description, handles).Read(rect, out, status);
+}
+
+bool InputImage::ReadValid(const PixelRect& rect, const unsigned char* samples, unsigned char* valid,
+                           Status& status) {
+    if (!BandReader(*description, handles).ReadValid(rect, samples, valid, status)) return false;
+    if (collar) collar->Clear(rect, valid);
+    return true;
+}
+
+} // namespace rasterhost

@@ -1,0 +1,91 @@
+#pragma once
+
+#include "hostkit/ImageSource.h"
+#include "rasterhost/reading/BandReader.h"
+#include "rasterhost/reading/ImageDescription.h"
+#include "rasterhost/reading/ZeroCollar.h"
+#include "rasterhost/requests/HostStatus.h"
+#include "rasterhost/requests/Requests.h"
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace rasterhost {
+
+/// Bands of one size and position, taken from one file or several: a description, and the open files to read
+/// it from.
+class InputImage final : public hostkit::ImageSource {
+public:
+    /// Opens the files and checks that the bands can be served: 8 or 16 bits, all of one size, depth,
+    /// position and projection, north up. Signed 16-bit samples are served as they are and have to be 0 or
+    /// more. A file named without a band gives all its bands but transparency. Null with an item that names
+    /// the file. `role` is "pan" or the like.
+    [[nodiscard]] static std::unique_ptr<InputImage> Open(const std::vector<InputBand>& inputs,
+                                                          const char* role,
+                                                          const SampleOptions& sampleOptions, Status& status);
+    InputImage(const InputImage&) = delete;
+    InputImage& operator=(const InputImage&) = delete;
+    ~InputImage() override;
+
+    /// Opens the files of an image that was described before, for one more thread. Null with an item when one
+    /// is gone or has not its bands any more.
+    [[nodiscard]] static std::unique_ptr<InputImage> Open(std::shared_ptr<const ImageDescription> known,
+                                                          Status& status);
+
+    [[nodiscard]] const std::shared_ptr<const ImageDescription>& GetDescription() const {
+        return description;
+    }
+    [[nodiscard]] const RasterInfo& GetInfo() const override { return description->info; }
+    [[nodiscard]] std::string GetName() const override { return description->GetName(); }
+    [[nodiscard]] const std::vector<SourceBand>& GetBands() const { return description->bands; }
+    /// By a geotransform or by control points.
+    [[nodiscard]] bool IsGeoreferenced() const {
+        return description->geoTransform || description->hasControlPoints;
+    }
+    [[nodiscard]] bool IsNorthUp() const { return description->isNorthUp; }
+    [[nodiscard]] const OGRSpatialReference& GetProjection() const { return description->projection; }
+    [[nodiscard]] const std::optional<std::array<double, 6>>& GetGeoTransform() const {
+        return description->geoTransform;
+    }
+    /// Every file that an input consists of, as GDAL lists them.
+    [[nodiscard]] std::vector<std::string> GetFiles() const;
+    /// The file of the first band; for its position.
+    [[nodiscard]] GDALDataset& GetDataset() const { return *handles.front().dataset; }
+
+    /// Puts the bands into another order and leaves out those that `order`, positions counted from 0, does
+    /// not name.
+    void Reorder(const std::vector<std::size_t>& order);
+
+    [[nodiscard]] bool MayLackData() const override { return collar || description->MayLackData(); }
+    [[nodiscard]] bool Read(const hostkit::PixelRect& rect, unsigned char* out, Status& status) override;
+    [[nodiscard]] bool ReadValid(const hostkit::PixelRect& rect, const unsigned char* samples,
+                                 unsigned char* valid, Status& status) override;
+
+    /// Pixels to count as no data beside what is declared.
+    void SetCollar(std::shared_ptr<const ZeroCollar> found) { collar = std::move(found); }
+    [[nodiscard]] const ZeroCollar* GetCollar() const { return collar.get(); }
+
+private:
+    InputImage() = default;
+    GDALDataset* OpenFile(const std::string& name, const char* role, Status& status);
+    bool FindHandles(Status& status);
+
+    struct CloseDataset {
+        void operator()(GDALDataset* dataset) const;
+    };
+    struct OpenFileEntry {
+        std::string name;
+        std::unique_ptr<GDALDataset, CloseDataset> dataset;
+    };
+
+    std::shared_ptr<const ImageDescription> description;
+    std::vector<OpenFileEntry> files;
+    std::vector<BandHandles> handles;         ///< of the description's bands
+    std::shared_ptr<const ZeroCollar> collar; ///< null without one
+};
+
+} // namespace rasterhost

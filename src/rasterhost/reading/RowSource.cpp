@@ -1,0 +1,107 @@
+#include "rasterhost/reading/RowSource.h"
+
+#include "hostkit/RequestRecord.h"
+#include "hostkit/SourceRaster.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace rasterhost {
+
+using hostkit::PixelRect;
+using KOVA::Tessara::Pixmere::RasterInfo;
+
+namespace {
+
+/// Bytes of 8-bit samples or of 16-bit ones as numbers.
+void Widen(const unsigned char* bytes, std::uint32_t bits, std::size_t count, double* out) {
+    if (bits == 8)
+        std::copy_n(bytes, count, out);
+    else
+        std::copy_n(reinterpret_cast<const unsigned short*>(bytes), count, out);
+}
+
+} // namespace
+
+ImageRows::ImageRows(hostkit::ImageSource& source)
+    : ImageRows(source, hostkit::WholeImage(source.GetInfo())) {}
+
+bool ImageRows::Read(std::uint32_t first, std::uint32_t end, SampleRows& rows, Status& status) {
+    const RasterInfo& info = image.GetInfo();
+    const PixelRect rect = {part.col0, part.row0 + first, part.col1, part.row0 + end};
+    const std::size_t pixels = std::size_t{rect.GetColumns()} * rect.GetRows();
+    rows.Resize(pixels, GetBands());
+    bytes.resize(pixels * hostkit::PixelBytes(info));
+    if (!image.Read(rect, bytes.data(), status) ||
+        !image.ReadValid(rect, bytes.data(), rows.valid.data(), status))
+        return false;
+    Widen(bytes.data(), info.bitsPerBand, rows.samples.size(), rows.samples.data());
+    return true;
+}
+
+bool UpsampledRows::Read(std::uint32_t first, std::uint32_t end, SampleRows& rows, Status& status) {
+    rows.Resize(std::size_t{GetColumns()} * (end - first), GetBands());
+    const PixelRect covered = placement.FindCovered();
+    const PixelRect window = {std::max(covered.col0, part.col0), std::max(covered.row0, part.row0 + first),
+                              std::min(covered.col1, part.col1), std::min(covered.row1, part.row0 + end)};
+    if (window.IsEmpty()) return true;
+    hostkit::SourceRaster read(coarse);
+    const PixelRect needed = placement.FindSource(window, resampling);
+    if (read.SetWindow(needed.col0, needed.row0, needed.col1, needed.row1) == 0) {
+        status.Append(read.GetStatus());
+        return false;
+    }
+    const auto opened = placement.Open(window, coarse.GetInfo(), read.GetBlock(), resampling, status);
+    if (!opened) return false;
+    std::vector<hostkit::Reach> reach(window.GetColumns());
+    for (std::uint32_t row = window.row0; row < window.row1; ++row) {
+        const std::size_t start =
+            std::size_t{row - part.row0 - first} * GetColumns() + window.col0 - part.col0;
+        Widen(opened->GetRow(row - window.row0), coarse.GetInfo().bitsPerBand, reach.size() * GetBands(),
+              rows.samples.data() + start * GetBands());
+        if (!opened->FindReach(row - window.row0, reach.data()))
+            std::fill(reach.begin(), reach.end(), hostkit::Reach::All);
+        for (std::size_t i = 0; i < reach.size(); ++i)
+            rows.valid[start + i] =
+                reach[i] == hostkit::Reach::All || (takesSome && reach[i] == hostkit::Reach::Some);
+    }
+    return true;
+}
+
+JoinedRows::JoinedRows(std::vector<Part> sources) : parts(std::move(sources)) {
+    for (const Part& part : parts)
+        allBands += part.bands.size();
+}
+
+bool JoinedRows::Read(std::uint32_t first, std::uint32_t end, SampleRows& rows, Status& status) {
+    rows.Resize(std::size_t{GetColumns()} * (end - first), allBands);
+    std::fill(rows.valid.begin(), rows.valid.end(), static_cast<unsigned char>(1));
+    SampleRows own;
+    for (const Part& part : parts) {
+        if (!part.rows->Read(first, end, own, status)) return false;
+        KeepCommon(rows.valid, own.valid);
+        const std::size_t count = part.bands.size();
+        for (std::size_t i = 0; i < own.samples.size(); ++i)
+            rows.samples[i / count * allBands + part.bands[i % count]] = own.samples[i];
+    }
+    return true;
+}
+
+bool MaskedRows::Read(std::uint32_t first, std::uint32_t end, SampleRows& rows, Status& status) {
+    if (!image.Read(first, end, rows, status) || !other.Read(first, end, mask, status)) return false;
+    KeepCommon(rows.valid, mask.valid);
+    return true;
+}
+
+void KeepCommon(std::vector<unsigned char>& valid, const std::vector<unsigned char>& other) {
+    for (std::size_t i = 0; i < valid.size(); ++i)
+        if (!other[i]) valid[i] = 0;
+}
+
+std::uint32_t ChooseStrip(std::uint64_t numbersOfARow) {
+    constexpr std::uint64_t mostNumbers = std::uint64_t{2} << 20;
+    return static_cast<std::uint32_t>(
+        std::max<std::uint64_t>(mostNumbers / std::max<std::uint64_t>(numbersOfARow, 1), 1));
+}
+
+} // namespace rasterhost

@@ -1,0 +1,134 @@
+#pragma once
+
+#include "hostkit/ImageSource.h"
+#include "hostkit/Placement.h"
+#include "rasterhost/requests/HostStatus.h"
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+namespace rasterhost {
+
+/// Some rows of an image as plain numbers.
+struct SampleRows {
+    std::vector<double> samples;      ///< interleaved by pixel
+    std::vector<unsigned char> valid; ///< a byte a pixel, 0 without data
+
+    void Resize(std::size_t pixels, std::size_t bands) {
+        samples.assign(pixels * bands, 0.0);
+        valid.assign(pixels, 0);
+    }
+};
+
+/// An image that is read or made row by row, from the top as a rule.
+class RowSource {
+public:
+    virtual ~RowSource() = default;
+
+    [[nodiscard]] virtual std::uint32_t GetColumns() const = 0;
+    [[nodiscard]] virtual std::uint32_t GetRows() const = 0;
+    [[nodiscard]] virtual std::size_t GetBands() const = 0;
+    /// Rows `first` to `end` - 1. False with an item.
+    [[nodiscard]] virtual bool Read(std::uint32_t first, std::uint32_t end, SampleRows& rows,
+                                    Status& status) = 0;
+};
+
+/// A part of an open image, which outlives this.
+class ImageRows final : public RowSource {
+public:
+    ImageRows(hostkit::ImageSource& source, const hostkit::PixelRect& partOfIt)
+        : image(source), part(partOfIt) {}
+    explicit ImageRows(hostkit::ImageSource& source);
+
+    [[nodiscard]] std::uint32_t GetColumns() const override { return part.GetColumns(); }
+    [[nodiscard]] std::uint32_t GetRows() const override { return part.GetRows(); }
+    [[nodiscard]] std::size_t GetBands() const override { return image.GetInfo().bandsPerPixel; }
+    [[nodiscard]] bool Read(std::uint32_t first, std::uint32_t end, SampleRows& rows,
+                            Status& status) override;
+
+private:
+    hostkit::ImageSource& image;
+    hostkit::PixelRect part;
+    std::vector<unsigned char> bytes;
+};
+
+/// A coarse image brought to a part of a finer grid as a run of the process brings it there. The image and
+/// its placement outlive this.
+class UpsampledRows final : public RowSource {
+public:
+    /// A pixel has data when all coarse pixels that it is made of have, or, with `partly`, any.
+    UpsampledRows(hostkit::ImageSource& coarseImage, const hostkit::Placement& placementOfIt,
+                  const hostkit::PixelRect& partOfGrid, hostkit::Resampling how, bool partly)
+        : coarse(coarseImage), placement(placementOfIt), part(partOfGrid), resampling(how),
+          takesSome(partly) {}
+
+    [[nodiscard]] std::uint32_t GetColumns() const override { return part.GetColumns(); }
+    [[nodiscard]] std::uint32_t GetRows() const override { return part.GetRows(); }
+    [[nodiscard]] std::size_t GetBands() const override { return coarse.GetInfo().bandsPerPixel; }
+    [[nodiscard]] bool Read(std::uint32_t first, std::uint32_t end, SampleRows& rows,
+                            Status& status) override;
+
+private:
+    hostkit::ImageSource& coarse;
+    const hostkit::Placement& placement;
+    hostkit::PixelRect part;
+    hostkit::Resampling resampling;
+    bool takesSome;
+};
+
+/// Images on the same pixels as one with the bands of all.
+class JoinedRows final : public RowSource {
+public:
+    struct Part {
+        std::unique_ptr<RowSource> rows;
+        std::vector<std::size_t> bands; ///< where its bands stand among all
+    };
+
+    /// At least one part; together they give every band once. A pixel has data when it has in all parts.
+    explicit JoinedRows(std::vector<Part> sources);
+
+    [[nodiscard]] std::uint32_t GetColumns() const override { return parts.front().rows->GetColumns(); }
+    [[nodiscard]] std::uint32_t GetRows() const override { return parts.front().rows->GetRows(); }
+    [[nodiscard]] std::size_t GetBands() const override { return allBands; }
+    [[nodiscard]] bool Read(std::uint32_t first, std::uint32_t end, SampleRows& rows,
+                            Status& status) override;
+
+private:
+    std::vector<Part> parts;
+    std::size_t allBands = 0;
+};
+
+/// An image that has data only where another has, too. Both outlive this.
+class MaskedRows final : public RowSource {
+public:
+    MaskedRows(RowSource& imageRows, RowSource& otherRows) : image(imageRows), other(otherRows) {}
+
+    [[nodiscard]] std::uint32_t GetColumns() const override { return image.GetColumns(); }
+    [[nodiscard]] std::uint32_t GetRows() const override { return image.GetRows(); }
+    [[nodiscard]] std::size_t GetBands() const override { return image.GetBands(); }
+    [[nodiscard]] bool Read(std::uint32_t first, std::uint32_t end, SampleRows& rows,
+                            Status& status) override;
+
+private:
+    RowSource& image;
+    RowSource& other;
+    SampleRows mask;
+};
+
+/// Keeps of `valid` what is set in `other`, too.
+void KeepCommon(std::vector<unsigned char>& valid, const std::vector<unsigned char>& other);
+
+/// How many rows to read at a time where a row takes so many numbers.
+[[nodiscard]] std::uint32_t ChooseStrip(std::uint64_t numbersOfARow);
+
+/// Calls `function` with the first and end row of one strip after another until it returns false.
+template <class Function>
+bool ForStrips(const RowSource& rows, const Function& function) {
+    const std::uint32_t strip = ChooseStrip(std::uint64_t{rows.GetColumns()} * rows.GetBands());
+    for (std::uint32_t row = 0; row < rows.GetRows(); row += strip)
+        if (!function(row, std::min(row + strip, rows.GetRows()))) return false;
+    return true;
+}
+
+} // namespace rasterhost

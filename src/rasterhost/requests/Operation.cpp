@@ -1,0 +1,52 @@
+#include "rasterhost/requests/Operation.h"
+
+#include "fundament/Text.h"
+#include "rasterhost/requests/GdalErrors.h"
+
+#include <gdal_priv.h>
+
+#include <chrono>
+#include <exception>
+#include <new>
+#include <stdexcept>
+
+namespace rasterhost {
+
+namespace {
+
+/// What GDAL says of a GDAL_CACHEMAX that it ignores would else be taken for the failure of the first read.
+void LookAtCacheSize() {
+    const GdalErrors silence;
+    GDALGetCacheMax64();
+}
+
+bool FailForMemory(Status& status) {
+    return Fail(status, HostStatus::Unexpected,
+                "the memory does not suffice: ask for fewer --threads or a smaller --window, cut the inputs "
+                "with gdal_translate -projwin, or, where the blocks of a file are very large, write it anew "
+                "with gdal_translate -co TILED=YES");
+}
+
+} // namespace
+
+bool RunOperation(const std::function<bool()>& operation, double& seconds, Status& status) {
+    const auto start = std::chrono::steady_clock::now();
+    bool isDone = false;
+    try {
+        GDALAllRegister();
+        const GdalErrors silence; // this thread's; every failure becomes an item
+        LookAtCacheSize();
+        isDone = operation();
+    } catch (const std::bad_alloc&) {
+        isDone = FailForMemory(status);
+    } catch (const std::length_error&) {
+        isDone = FailForMemory(status);
+    } catch (const std::exception& error) {
+        isDone = Fail(status, HostStatus::Unexpected,
+                      KOVA::Tessara::Fundament::FormatString("unexpected: %s", error.what()));
+    }
+    seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return isDone;
+}
+
+} // namespace rasterhost

@@ -1,0 +1,113 @@
+#pragma once
+
+#include "hostkit/Point.h"
+#include "rasterhost/requests/BandGains.h"
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// What people ask for, by what each step reads of it: a step takes the narrowest request that tells it
+/// enough. Defaults are those of the command.
+namespace rasterhost {
+
+/// One input image: a file name as GDAL takes it, and a band of it counted from 1 or, without one, all its
+/// bands.
+struct InputBand {
+    std::string file;
+    std::optional<int> band;
+};
+
+/// The images of a pair, how they lie on each other and come onto the grid of pan, what counts as data, and
+/// which bands and part of them are wanted.
+struct PairRequest {
+    InputBand pan;
+    std::vector<InputBand> multispectral; ///< bands in the order given
+    std::optional<InputBand> infrared;
+    /// Multispectral bands to write, counted from 1, in order; empty for all.
+    std::vector<int> bands;
+    /// "bilinear", or "cubic": convolution with a = -0.5, clamped at the edges.
+    std::string resampling = "bilinear";
+
+    /// All images have the corner and extent of pan, whatever their georeferencing says.
+    bool sameCorner = false;
+    /// How far the multispectral and infrared content lies right of and below its place, in multispectral
+    /// pixels; it is moved back. Or that is measured, and moved back where the measurement can be relied on.
+    hostkit::Point shift;
+    bool measureShift = false;
+
+    /// Depth of the samples within 16-bit files, 9 to 16; without it what the files declare, else the whole
+    /// depth. No result is larger.
+    std::optional<int> bitDepth;
+    /// The least and greatest value, which are mapped to 1 and 65535 in all inputs, of whatever type; the
+    /// output records how to get back.
+    std::optional<std::array<double, 2>> scale;
+    /// The value that means no data in all inputs, whatever they declare.
+    std::optional<double> noData;
+    bool ignoreNoData = false; ///< all samples are data
+
+    /// Part of the scene in map units of pan (left, top, right, bottom), snapped to whole pan pixels; all of
+    /// pan without it. Its pixels are those that the whole would have there.
+    std::optional<std::array<double, 4>> part;
+    /// Only the part of pan that lies on all the other images.
+    bool onlyIntersection = false;
+};
+
+/// Where weights come from that a request does not give.
+enum class WeightSource {
+    Fit,  ///< fitted to the images, where the method weighs bands and no raw property sets a weight
+    Equal ///< 1 / n each, the infrared band counted
+};
+
+/// How a pair is fused.
+struct FusionRequest {
+    std::string method; ///< a keyword in any letter case; empty for the one that the plug-in recommends
+    /// Effective weights of the multispectral bands in the simulated pan, in their order; empty for those of
+    /// `weightSource`.
+    std::vector<double> weights;
+    std::optional<double> infraredWeight;
+    WeightSource weightSource = WeightSource::Fit;
+    /// For a method that compares pan with its low-pass: the modulation transfer of the multispectral sensor
+    /// at the Nyquist frequency of its pixels, 0.05 to 0.9, and the gains of each multispectral band. Fitted
+    /// to the images where not given.
+    std::optional<double> transfer;
+    std::vector<BandGains> gains;
+    /// Raw process properties, set last.
+    std::vector<std::pair<std::string, std::string>> properties;
+};
+
+/// The file to write.
+struct OutputRequest {
+    std::string output;
+    /// GDAL's short driver name; empty for what the ending of the output's name stands for.
+    std::string format;
+    std::vector<std::string> creationOptions;
+    bool overwrite = false;
+    /// Files that the caller reads or writes beside this run, each with what it is, such as "the settings":
+    /// the output takes the place of none of them.
+    std::vector<std::pair<std::string, std::string>> otherFiles;
+    bool alpha = false; ///< writes a last band that tells where there is data
+};
+
+/// How a run goes about its work; nothing of it changes a pixel.
+struct RunOptions {
+    std::string plugin;           ///< path of the plug-in; empty for the installed one
+    int threads = 0;              ///< 0 for one a processor
+    std::uint32_t windowRows = 0; ///< 0 for a height chosen from the sizes
+    /// Bytes that the run may take by its own estimate; 0 for all that the machine has.
+    std::uint64_t mostMemory = 0;
+
+    /// Called in order with the fraction done, 0 to 1, from one thread at a time. Returning false cancels.
+    std::function<bool(double)> progress;
+    /// Called for each warning as it is found.
+    std::function<void(const std::string&)> warn;
+};
+
+/// What to fuse, how, and into which file.
+struct SharpenRequest : PairRequest, FusionRequest, OutputRequest, RunOptions {};
+
+} // namespace rasterhost

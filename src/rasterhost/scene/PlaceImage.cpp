@@ -1,0 +1,96 @@
+#include "rasterhost/scene/PlaceImage.h"
+
+#include "fundament/Text.h"
+#include "hostkit/AxisPlacement.h"
+#include "rasterhost/scene/GridTransform.h"
+
+namespace rasterhost {
+
+using hostkit::AxisPlacement;
+using hostkit::Placement;
+using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Pixmere::RasterInfo;
+
+namespace {
+
+/// Stretches an image over the extent of pan.
+std::unique_ptr<AxisPlacement> SpreadOver(const RasterInfo& pan, RasterInfo coarse) {
+    coarse.xMin = pan.xMin;
+    coarse.xMax = pan.xMax;
+    coarse.yMin = pan.yMin;
+    coarse.yMax = pan.yMax;
+    coarse.pixelSizeX = (coarse.xMax - coarse.xMin) / coarse.cols;
+    coarse.pixelSizeY = (coarse.yMax - coarse.yMin) / coarse.rows;
+    return std::make_unique<AxisPlacement>(pan, coarse);
+}
+
+std::unique_ptr<Placement> MatchGeoreferencing(const InputImage& pan, const InputImage& coarse,
+                                               const char* role, bool isSameCorner, const Warn& warn,
+                                               Status& status) {
+    if (isSameCorner) return SpreadOver(pan.GetInfo(), coarse.GetInfo());
+    if (pan.IsGeoreferenced() != coarse.IsGeoreferenced()) {
+        Fail(status, HostStatus::InputsDoNotFit,
+             FormatString("%s is georeferenced and %s is not; give both a position, or take it from "
+                          "both, with gdal_edit.py -a_ullr or -unsetgt",
+                          (pan.IsGeoreferenced() ? pan : coarse).GetName().c_str(),
+                          (pan.IsGeoreferenced() ? coarse : pan).GetName().c_str()));
+        return nullptr;
+    }
+    auto placement = pan.IsGeoreferenced() ? std::make_unique<AxisPlacement>(pan.GetInfo(), coarse.GetInfo())
+                                           : SpreadOver(pan.GetInfo(), coarse.GetInfo());
+    if (!pan.IsGeoreferenced()) {
+        const RasterInfo info = placement->Describe(coarse.GetInfo());
+        warn(FormatString("neither %s nor %s is georeferenced: the same corner and extent are assumed, so "
+                          "%s pixel is %.6g x %.6g pan pixels",
+                          pan.GetName().c_str(), coarse.GetName().c_str(), role, info.pixelSizeX,
+                          info.pixelSizeY));
+    } else if (pan.GetProjection().IsEmpty() != coarse.GetProjection().IsEmpty()) {
+        warn(FormatString("%s has no projection; its coordinates are taken to be in that of %s",
+                          (pan.GetProjection().IsEmpty() ? pan : coarse).GetName().c_str(),
+                          (pan.GetProjection().IsEmpty() ? coarse : pan).GetName().c_str()));
+    }
+    if (pan.IsNorthUp() && coarse.IsNorthUp() &&
+        IsSameProjection(pan.GetProjection(), coarse.GetProjection()))
+        return placement;
+    return PlaceByTransform(pan, coarse, status);
+}
+
+bool CheckFit(const InputImage& panImage, const InputImage& coarseImage, const hostkit::Placement& placement,
+              Status& status) {
+    const RasterInfo& pan = panImage.GetInfo();
+    const RasterInfo coarse = placement.Describe(coarseImage.GetInfo());
+    const std::string panName = panImage.GetName();
+    const std::string name = coarseImage.GetName();
+    if (pan.bitsPerBand != coarse.bitsPerBand)
+        return Fail(status, HostStatus::InputsDoNotFit,
+                    FormatString("%s has %u bits per sample and %s has %u; convert one of them with "
+                                 "gdal_translate -ot",
+                                 panName.c_str(), pan.bitsPerBand, name.c_str(), coarse.bitsPerBand));
+    constexpr double noise = 1e-6;
+    if (coarse.pixelSizeX < pan.pixelSizeX * (1.0 - noise) ||
+        coarse.pixelSizeY < pan.pixelSizeY * (1.0 - noise))
+        return Fail(status, HostStatus::InputsDoNotFit,
+                    FormatString("the pixels of %s (%.6g x %.6g) are smaller than the pan pixels of %s "
+                                 "(%.6g x %.6g); are the two swapped?",
+                                 name.c_str(), coarse.pixelSizeX, coarse.pixelSizeY, panName.c_str(),
+                                 pan.pixelSizeX, pan.pixelSizeY));
+    if (pan.xMin >= coarse.xMax || coarse.xMin >= pan.xMax || pan.yMin >= coarse.yMax ||
+        coarse.yMin >= pan.yMax)
+        return Fail(
+            status, HostStatus::InputsDoNotFit,
+            FormatString("%s (x %.10g to %.10g, y %.10g to %.10g) and %s (x %.10g to %.10g, y %.10g to "
+                         "%.10g) do not overlap; are they of the same scene?",
+                         panName.c_str(), pan.xMin, pan.xMax, pan.yMin, pan.yMax, name.c_str(), coarse.xMin,
+                         coarse.xMax, coarse.yMin, coarse.yMax));
+    return true;
+}
+
+} // namespace
+
+std::unique_ptr<Placement> PlaceImage(const InputImage& pan, const InputImage& coarse, const char* role,
+                                      bool isSameCorner, const Warn& warn, Status& status) {
+    auto placement = MatchGeoreferencing(pan, coarse, role, isSameCorner, warn, status);
+    return placement && CheckFit(pan, coarse, *placement, status) ? std::move(placement) : nullptr;
+}
+
+} // namespace rasterhost

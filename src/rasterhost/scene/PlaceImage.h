@@ -1,0 +1,22 @@
+#pragma once
+
+#include "hostkit/Placement.h"
+#include "rasterhost/reading/InputImage.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace rasterhost {
+
+using Warn = std::function<void(const std::string&)>;
+
+/// Finds how an image lies on the grid of pan, whatever their projections and directions, and checks that it
+/// may be a coarser image of the same scene. With `isSameCorner` its georeferencing counts for nothing: it
+/// has the corner and extent of pan. `role` is "a multispectral" or the like. Null with an item. Both images
+/// outlive the placement.
+[[nodiscard]] std::unique_ptr<hostkit::Placement> PlaceImage(const InputImage& pan, const InputImage& coarse,
+                                                             const char* role, bool isSameCorner,
+                                                             const Warn& warn, Status& status);
+
+} // namespace rasterhost

@@ -1,0 +1,221 @@
+#include "rasterhost/scene/Scene.h"
+
+#include "fundament/Text.h"
+#include "hostkit/RequestRecord.h"
+#include "rasterhost/reading/DataCheck.h"
+#include "rasterhost/scene/BandGrids.h"
+#include "rasterhost/scene/ScenePart.h"
+
+#include <gdal_priv.h>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+#include <vector>
+
+namespace rasterhost {
+
+using hostkit::Point;
+using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Pixmere::RasterInfo;
+
+namespace {
+
+bool OpenPan(const PairRequest& request, Scene& scene, Status& status) {
+    scene.pan = InputImage::Open({request.pan}, "pan", scene.sampleOptions, status);
+    if (!scene.pan) return false;
+    if (scene.pan->GetBands().size() == 1) return true;
+    return Fail(status, HostStatus::InputNotSupported,
+                FormatString("the pan file %s has %d bands; name the panchromatic one, as in FILE,band=1 (or "
+                             "were pan and multispectral swapped?)",
+                             scene.pan->GetName().c_str(), static_cast<int>(scene.pan->GetBands().size())));
+}
+
+void WarnOfTransparency(const Scene& scene, const Warn& warn) {
+    for (std::size_t band = 0; band < scene.bandOrder.size(); ++band)
+        if (const SourceBand& source = scene.GetBand(band); source.colour == GCI_AlphaBand)
+            warn(FormatString(
+                "band %d of '%s' is marked as transparency and holds more than 0 and the largest value: it "
+                "is "
+                "fused like any other band; name the bands to use, as in FILE,band=1, if it is transparency",
+                source.number, source.file.c_str()));
+}
+
+hostkit::PixelRect Intersect(const hostkit::PixelRect& a, const hostkit::PixelRect& b) {
+    return {std::max(a.col0, b.col0), std::max(a.row0, b.row0), std::min(a.col1, b.col1),
+            std::min(a.row1, b.row1)};
+}
+
+/// Narrows the covered pixels of the part down to those with data in one more image.
+bool CoverBy(const PlacedImage& coarse, Scene& scene, const Warn& warn, Status& status) {
+    const hostkit::PixelRect has = coarse.placement->FindCovered();
+    const std::string name = coarse.image->GetName();
+    scene.covered = Intersect(scene.covered, has);
+    if (scene.covered.IsEmpty())
+        return Fail(status, HostStatus::InputsDoNotFit,
+                    FormatString("%s has no data for %s; are the inputs of the same scene?", name.c_str(),
+                                 scene.part == hostkit::WholeImage(scene.pan->GetInfo())
+                                     ? scene.pan->GetName().c_str()
+                                     : "the part asked for"));
+    const auto area = [](const hostkit::PixelRect& rect) {
+        return static_cast<double>(rect.GetColumns()) * rect.GetRows();
+    };
+    const hostkit::PixelRect within = Intersect(scene.part, has);
+    const double bare = area(scene.part) - (within.IsEmpty() ? 0.0 : area(within));
+    if (bare > 0.0)
+        warn(FormatString(
+            "%.0f pan pixels (%.3g %%) lie more than one pixel of it outside %s; they have no data in "
+            "the output",
+            bare, 100.0 * bare / area(scene.part), name.c_str()));
+    return true;
+}
+
+bool Place(const PairRequest& request, PlacedImage& coarse, const char* role, const Scene& scene,
+           const Warn& warn, Status& status) {
+    coarse.placement = PlaceImage(*scene.pan, *coarse.image, role, request.sameCorner, warn, status);
+    return coarse.placement != nullptr;
+}
+
+/// A way on the multispectral image (on the first of its grids) as one on another image, over the same
+/// ground.
+Point WayOn(const PlacedImage& other, const Point& way, const Scene& scene) {
+    const RasterInfo& pan = scene.pan->GetInfo();
+    const PlacedImage& first = scene.GetMultispectral();
+    const RasterInfo own = other.GetInfo(), own1 = first.GetInfo();
+    const Point bySize{way.x * (own1.pixelSizeX / own.pixelSizeX),
+                       way.y * (own1.pixelSizeY / own.pixelSizeY)};
+    const bool isAlong = &other == &first || (first.placement->RunsAlong() && other.placement->RunsAlong());
+    if (isAlong || pan.cols < 2 || pan.rows < 2) return bySize;
+    const auto [across, down] = first.placement->FindSteps();
+    const auto [ownAcross, ownDown] = other.placement->FindSteps();
+    const double determinant = across.x * down.y - down.x * across.y;
+    const Point onPan{(way.x * down.y - way.y * down.x) / determinant,
+                      (way.y * across.x - way.x * across.y) / determinant};
+    const Point turned{onPan.x * ownAcross.x + onPan.y * ownDown.x,
+                       onPan.x * ownAcross.y + onPan.y * ownDown.y};
+    // The middle of pan may have no place on the image.
+    return std::isfinite(turned.x) && std::isfinite(turned.y) ? turned : bySize;
+}
+
+/// Moves the content of images over the same ground, by a way on the multispectral image.
+void MoveTogether(std::span<const PlacedImage> images, const Point& way, const Scene& scene) {
+    for (const PlacedImage& image : images)
+        image.placement->Move(WayOn(image, way, scene));
+}
+
+bool OpenMultispectral(const PairRequest& request, Scene& scene, const Warn& warn, Status& status) {
+    std::vector<PlacedImage> grids;
+    if (!OpenGrids(request.multispectral, scene.sampleOptions, grids, status) ||
+        !OrderBands(request.bands, grids, scene, status))
+        return false;
+    for (PlacedImage& grid : grids)
+        if (!Place(request, grid, "a multispectral", scene, warn, status)) return false;
+    TakeGrids(std::move(grids), scene);
+    MoveTogether(scene.images, request.shift, scene);
+    return std::all_of(scene.images.begin(), scene.images.end(),
+                       [&](const PlacedImage& grid) { return CoverBy(grid, scene, warn, status); });
+}
+
+bool OpenInfrared(const PairRequest& request, Scene& scene, const Warn& warn, Status& status) {
+    PlacedImage infrared{InputImage::Open({*request.infrared}, "infrared", scene.sampleOptions, status),
+                         {},
+                         {0},
+                         Role::Infrared};
+    if (!infrared.image) return false;
+    if (infrared.image->GetBands().size() != 1)
+        return Fail(status, HostStatus::InputNotSupported,
+                    FormatString("the infrared file %s has %d bands; name one, as in FILE,band=1",
+                                 infrared.image->GetName().c_str(),
+                                 static_cast<int>(infrared.image->GetBands().size())));
+    if (!Place(request, infrared, "an infrared", scene, warn, status)) return false;
+    scene.images.push_back(std::move(infrared));
+    MoveTogether(std::span(scene.images).last(1), request.shift, scene);
+    return CoverBy(scene.images.back(), scene, warn, status);
+}
+
+/// The process takes so many bands. It looks each up by its name, which takes long for more.
+bool CheckBandCount(const Scene& scene, Status& status) {
+    constexpr std::size_t mostBands = 4096;
+    const std::size_t count = scene.CountBands();
+    return count <= mostBands ||
+           Fail(status, HostStatus::InputNotSupported,
+                FormatString("there are %lu multispectral and infrared bands, and %lu can be fused at a "
+                             "time; name those to fuse, as in FILE,band=1",
+                             static_cast<unsigned long>(count), static_cast<unsigned long>(mostBands)));
+}
+
+bool CheckNoData(const PairRequest& request, const Scene& scene, Status& status) {
+    if (!request.noData) return true;
+    std::vector<const InputImage*> images{scene.pan.get()};
+    for (const PlacedImage& coarse : scene.images)
+        images.push_back(coarse.image.get());
+    return CheckNoDataValue(*request.noData, images, status);
+}
+
+/// What the results may reach: the request's depth, or the greatest that an input uses.
+bool FindDepth(const PairRequest& request, Scene& scene, Status& status) {
+    const std::uint32_t bits = scene.pan->GetInfo().bitsPerBand;
+    if (request.bitDepth && request.scale)
+        return Fail(status, HostStatus::RequestInvalid,
+                    "scaled samples use all 16 bits; a bit depth cannot be asked for beside a scale");
+    if (request.bitDepth && bits != 16)
+        return Fail(
+            status, HostStatus::RequestInvalid,
+            FormatString("a bit depth of %d was asked for, and %s has %u bits per sample; --bit-depth is "
+                         "for 16-bit files",
+                         *request.bitDepth, scene.pan->GetName().c_str(), bits));
+    scene.bitDepth = scene.pan->GetDescription()->GetBitDepth();
+    for (const PlacedImage& coarse : scene.images)
+        scene.bitDepth = std::max(scene.bitDepth, coarse.image->GetDescription()->GetBitDepth());
+    if (request.bitDepth) scene.bitDepth = static_cast<std::uint32_t>(*request.bitDepth);
+    return true;
+}
+
+bool FindResampling(const PairRequest& request, Scene& scene, Status& status) {
+    if (request.resampling == "cubic") scene.resampling = hostkit::Resampling::Cubic;
+    return request.resampling == "bilinear" || request.resampling == "cubic" ||
+           Fail(status, HostStatus::RequestInvalid,
+                FormatString("there is no resampling '%s'; bilinear and cubic are there",
+                             request.resampling.c_str()));
+}
+
+} // namespace
+
+std::span<const PlacedImage> Scene::GetGrids() const {
+    return std::span(images).first(images.size() - (HasInfrared() ? 1 : 0));
+}
+
+std::vector<PlacedSource> Scene::GetSources() const {
+    std::vector<PlacedSource> sources;
+    for (const PlacedImage& coarse : images)
+        sources.push_back({coarse.image.get(), coarse.placement.get(), coarse.bands, coarse.role});
+    return sources;
+}
+
+bool MoveScene(const hostkit::Point& way, Scene& scene, Status& status) {
+    scene.covered = scene.part;
+    MoveTogether(scene.images, way, scene);
+    return std::all_of(scene.images.begin(), scene.images.end(), [&](const PlacedImage& coarse) {
+        return CoverBy(
+            coarse, scene, [](const std::string&) {}, status);
+    });
+}
+
+std::unique_ptr<Scene> OpenScene(const PairRequest& request, const Warn& warn, Status& status) {
+    auto scene = std::make_unique<Scene>();
+    scene->sampleOptions = {request.noData, request.ignoreNoData, {}};
+    if (request.scale) scene->sampleOptions.scale = SampleScale{(*request.scale)[0], (*request.scale)[1]};
+    if (!FindResampling(request, *scene, status) || !OpenPan(request, *scene, status) ||
+        !ChoosePart(request, *scene, warn, status))
+        return nullptr;
+    scene->covered = scene->part;
+    if (!OpenMultispectral(request, *scene, warn, status)) return nullptr;
+    if (request.infrared && !OpenInfrared(request, *scene, warn, status)) return nullptr;
+    if (!CheckBandCount(*scene, status) || !CheckNoData(request, *scene, status) ||
+        !FindDepth(request, *scene, status))
+        return nullptr;
+    WarnOfTransparency(*scene, warn);
+    return scene;
+}
+
+} // namespace rasterhost

@@ -1,0 +1,99 @@
+#include "rasterhost/writing/ExactFormat.h"
+
+#include "fundament/Text.h"
+#include "rasterhost/requests/GdalErrors.h"
+#include "rasterhost/writing/CreationOptions.h"
+#include "rasterhost/writing/OutputRow.h"
+
+#include <cpl_vsi.h>
+#include <gdal_priv.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <random>
+
+namespace rasterhost {
+
+using KOVA::Tessara::Fundament::FormatString;
+
+namespace {
+
+/// Formats that lose by default and need not.
+struct ExactWay {
+    const char* format;
+    std::vector<const char*> questions; ///< options by which a request says itself how good it wants it
+    std::vector<const char*> answers;
+};
+
+const ExactWay exactWays[] = {
+    {"JP2OpenJPEG", {"QUALITY", "REVERSIBLE", "YCBCR420"}, {"QUALITY=100", "REVERSIBLE=YES"}},
+    {"WEBP", {"QUALITY", "LOSSLESS", "TARGETSIZE", "PSNR"}, {"LOSSLESS=YES"}},
+    {"GPKG", {"QUALITY", "TILE_FORMAT"}, {"TILE_FORMAT=PNG"}},
+    {"MBTiles", {"QUALITY", "TILE_FORMAT"}, {"TILE_FORMAT=PNG"}},
+};
+
+constexpr int trialSide = 64; ///< of the image to try with
+
+bool MoveSamples(GDALDataset& dataset, GDALRWFlag way, int bands, std::vector<unsigned short>& samples) {
+    return dataset.GetRasterCount() >= bands &&
+           dataset.RasterIO(way, 0, 0, trialSide, trialSide, samples.data(), trialSide, trialSide, GDT_UInt16,
+                            bands, nullptr, 0, 0, 0, nullptr) == CE_None;
+}
+
+/// Writes an image by the format's own way, be it by creating or by copying.
+bool WriteTrial(GDALDriver& driver, const std::string& name, const CPLStringList& options, int bands,
+                GDALDataType type, std::vector<unsigned short>& samples) {
+    const bool isCopied = driver.GetMetadataItem(GDAL_DCAP_CREATE) == nullptr;
+    GDALDriver& maker = isCopied ? *GetGDALDriverManager()->GetDriverByName("MEM") : driver;
+    GDALDatasetUniquePtr made(maker.Create(isCopied ? "" : name.c_str(), trialSide, trialSide, bands, type,
+                                           isCopied ? nullptr : const_cast<char**>(options.List())));
+    if (!made || !MoveSamples(*made, GF_Write, bands, samples)) return false;
+    const GDALDatasetUniquePtr copy(
+        isCopied ? driver.CreateCopy(name.c_str(), made.get(), FALSE, options.List(), nullptr, nullptr)
+                 : nullptr);
+    return !isCopied || copy;
+}
+
+} // namespace
+
+std::vector<std::string> ExactOptions(const OutputRequest& request) {
+    const CPLStringList given = ToOptionList(request.creationOptions);
+    std::vector<std::string> options = request.creationOptions;
+    for (const ExactWay& way : exactWays)
+        if (EQUAL(request.format.c_str(), way.format) &&
+            std::none_of(way.questions.begin(), way.questions.end(),
+                         [&](const char* name) { return given.FetchNameValue(name) != nullptr; }))
+            options.insert(options.begin(), way.answers.begin(), way.answers.end());
+    return options;
+}
+
+std::string FindLoss(const OutputRequest& request, const Scene& scene, const OutputRules& rules) {
+    GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(request.format.c_str());
+    if (!driver || !driver->GetMetadataItem(GDAL_DCAP_VIRTUALIO)) return {};
+    const auto bands = static_cast<int>(rules.GetFileBands());
+    std::vector<unsigned short> samples(std::size_t{trialSide} * trialSide * rules.GetFileBands());
+    std::minstd_rand random; // noise is as hard to keep as can be
+    for (unsigned short& sample : samples)
+        sample = static_cast<unsigned short>(random() % (rules.largest + 1));
+    std::vector<unsigned short> back(samples.size());
+    const GdalErrors silence;
+    const std::string folder = FormatString("/vsimem/pansharp-trial-%p", static_cast<const void*>(&scene));
+    const std::string name = folder + "/trial" + std::filesystem::path(request.output).extension().string();
+    bool isRead = false;
+    if (WriteTrial(*driver, name, ToOptionList(request.creationOptions), bands,
+                   scene.pan->GetInfo().bitsPerBand == 8 ? GDT_Byte : GDT_UInt16, samples)) {
+        const GDALDatasetUniquePtr written(GDALDataset::Open(name.c_str(), GDAL_OF_RASTER));
+        isRead = written && MoveSamples(*written, GF_Read, bands, back);
+    }
+    VSIRmdirRecursive(folder.c_str());
+    if (!isRead || back == samples) return {};
+    int most = 0;
+    for (std::size_t i = 0; i < samples.size(); ++i)
+        most = std::max(most, std::abs(int{samples[i]} - int{back[i]}));
+    return FormatString("is not exact: as %s with these creation options samples may be off by %d; GTiff "
+                        "keeps them as they are",
+                        request.format.c_str(), most);
+}
+
+} // namespace rasterhost

@@ -1,0 +1,74 @@
+#include "rasterhost/writing/OutputDescription.h"
+
+#include "fundament/Numbers.h"
+
+#include <gdal_priv.h>
+
+namespace rasterhost {
+
+using KOVA::Tessara::Fundament::NumberText;
+
+GDALColorInterp ColourOf(const Scene& scene, std::size_t band) {
+    const GDALColorInterp colour = scene.GetBand(band).colour;
+    return colour == GCI_AlphaBand ? GCI_Undefined : colour; // a fused band is no transparency
+}
+
+namespace {
+
+/// Position by control points or by rational polynomials: both count pixels from the image's corner.
+void CopyPosition(GDALDataset& pan, const hostkit::PixelRect& part, GDALDataset& target) {
+    if (pan.GetGCPCount() > 0) {
+        std::vector<GDAL_GCP> points(pan.GetGCPs(), pan.GetGCPs() + pan.GetGCPCount());
+        for (GDAL_GCP& point : points) {
+            point.dfGCPPixel -= part.col0;
+            point.dfGCPLine -= part.row0;
+        }
+        target.SetGCPs(static_cast<int>(points.size()), points.data(), pan.GetGCPSpatialRef());
+    }
+    CPLStringList polynomials(CSLDuplicate(pan.GetMetadata("RPC")));
+    if (polynomials.empty()) return;
+    const auto move = [&](const char* name, std::uint32_t pixels) {
+        if (const char* offset = polynomials.FetchNameValue(name); offset && pixels > 0)
+            polynomials.SetNameValue(name, NumberText(CPLAtof(offset) - pixels).c_str());
+    };
+    move("SAMP_OFF", part.col0);
+    move("LINE_OFF", part.row0);
+    target.SetMetadata(polynomials.List(), "RPC");
+}
+
+} // namespace
+
+void DescribeOutput(const Scene& scene, const OutputRules& rules, const OutputMetadata& metadata,
+                    GDALDataset& output) {
+    GDALDataset& pan = scene.pan->GetDataset();
+    if (auto transform = scene.pan->GetGeoTransform()) {
+        auto& t = *transform;
+        t[0] += scene.part.col0 * t[1] + scene.part.row0 * t[2];
+        t[3] += scene.part.col0 * t[4] + scene.part.row0 * t[5];
+        output.SetGeoTransform(transform->data());
+    }
+    const OGRSpatialReference& own = scene.pan->GetProjection();
+    const OGRSpatialReference& projection =
+        own.IsEmpty() ? scene.GetMultispectral().image->GetProjection() : own;
+    if (!projection.IsEmpty()) output.SetSpatialRef(&projection);
+    CopyPosition(pan, scene.part, output);
+    if (const char* kind = pan.GetMetadataItem(GDALMD_AREA_OR_POINT))
+        output.SetMetadataItem(GDALMD_AREA_OR_POINT, kind);
+    for (const auto& [name, value] : metadata)
+        output.SetMetadataItem(name.c_str(), value.c_str());
+    for (std::uint32_t band = 0; band < rules.bands; ++band) {
+        GDALRasterBand& target = *output.GetRasterBand(static_cast<int>(band) + 1);
+        const std::string& description = scene.GetBand(band).description;
+        if (!description.empty()) target.SetDescription(description.c_str());
+        target.SetColorInterpretation(ColourOf(scene, band));
+        if (rules.noData) target.SetNoDataValue(*rules.noData);
+        if (const auto& scale = scene.sampleOptions.scale) {
+            target.SetScale(scale->Step());
+            target.SetOffset(scale->Offset());
+        }
+    }
+    if (rules.hasAlpha)
+        output.GetRasterBand(static_cast<int>(rules.bands) + 1)->SetColorInterpretation(GCI_AlphaBand);
+}
+
+} // namespace rasterhost

@@ -1,0 +1,83 @@
+#pragma once
+
+#include "rasterhost/requests/Requests.h"
+#include "rasterhost/scene/Scene.h"
+#include "rasterhost/writing/OutputDescription.h"
+#include "rasterhost/writing/OutputMask.h"
+#include "rasterhost/writing/OutputRow.h"
+#include "rasterhost/writing/TileWriter.h"
+#include "rasterhost/writing/WorkFolder.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+class GDALDataset;
+
+namespace rasterhost {
+
+/// The fused image in the making, in a folder that delivers it when it is complete. A format that GDAL makes
+/// only by copying gets a GeoTIFF there to copy from.
+class OutputFile {
+public:
+    /// Creates the file with the size and position of the scene's part, and the names and colours of the
+    /// bands. Null with an item. The folder outlives it.
+    [[nodiscard]] static std::unique_ptr<OutputFile> Create(const SharpenRequest& request, const Scene& scene,
+                                                            const OutputRules& rules, WorkFolder& folder,
+                                                            int threads, const OutputMetadata& metadata,
+                                                            Status& status);
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+    ~OutputFile();
+
+    /// What GDAL warned of when it made the file, such as a creation option's value that it ignores; or
+    /// empty.
+    [[nodiscard]] const std::string& GetWarning() const { return warning; }
+    /// Rows of one block of the file.
+    [[nodiscard]] std::uint32_t GetBlockRows() const { return blockRows; }
+    /// How Write wants the pixels.
+    [[nodiscard]] OutputLayout GetLayout() const { return tiles ? tiles->GetLayout() : OutputLayout(); }
+    /// True when Finish has to copy the whole image.
+    [[nodiscard]] bool IsCopied() const { return format != writtenFormat; }
+
+    /// Compresses whole rows, interleaved by pixel, in the layout of GetLayout(), where that can be done
+    /// before they are written. Any number of threads at a time.
+    [[nodiscard]] bool Pack(std::uint32_t firstRow, std::uint32_t rows, const unsigned char* samples,
+                            PackedTiles& packed, Status& status) const;
+    /// Writes the next whole rows, `packed` being what Pack made of them, and which of their pixels have
+    /// data: a byte each, or null when all have.
+    [[nodiscard]] bool Write(std::uint32_t firstRow, std::uint32_t rows, unsigned char* samples,
+                             PackedTiles& packed, const unsigned char* valid, Status& status);
+    /// Among the pixels written so far.
+    [[nodiscard]] std::uint64_t GetPixelsWithoutData() const { return mask.GetPixelsWithoutData(); }
+    /// Adds the mask, copies if need be, and gives the file its name. `progress` gets the fraction done of
+    /// the copying, may be empty, and cancels by returning false.
+    [[nodiscard]] bool Finish(const std::function<bool(double)>& progress, Status& status);
+
+private:
+    OutputFile(const SharpenRequest& request, const Scene& scene, const OutputRules& outputRules,
+               WorkFolder& workFolder);
+    bool WritePixels(std::uint32_t firstRow, std::uint32_t rows, unsigned char* samples, PackedTiles& packed);
+    bool CloseAll();
+    bool AddMask(Status& status);
+    bool Copy(const std::function<bool(double)>& progress, Status& status);
+    bool FailToComplete(const std::string& reason, Status& status) const;
+
+    WorkFolder& folder;
+    bool overwrite;
+    std::string format;
+    std::string writtenFormat;
+    std::vector<std::string> copyOptions;
+    std::string writtenFile;
+    std::string warning;
+    OutputRules rules;
+    std::uint32_t columns;
+    std::uint32_t sampleBytes;
+    std::uint32_t blockRows = 1;
+    OutputMask mask;
+    GDALDataset* dataset = nullptr;    ///< null while `tiles` has the file, and when it is closed
+    std::unique_ptr<TileWriter> tiles; ///< null when GDAL writes the pixels
+};
+
+} // namespace rasterhost

@@ -1,0 +1,95 @@
+#include "rasterhost/writing/OutputTrial.h"
+
+#include "fundament/Text.h"
+#include "rasterhost/reading/FileState.h"
+#include "rasterhost/requests/GdalErrors.h"
+#include "rasterhost/writing/CreationOptions.h"
+#include "rasterhost/writing/OutputCheck.h"
+#include "rasterhost/writing/OutputDescription.h"
+
+#include <gdal_priv.h>
+
+#include <filesystem>
+
+namespace rasterhost {
+
+using KOVA::Tessara::Fundament::FormatString;
+
+namespace {
+
+constexpr int trialSize = 64; // pixels across and down
+
+class Trial {
+public:
+    Trial(const SharpenRequest& sharpenRequest, const Scene& images, const OutputRules& outputRules)
+        : request(sharpenRequest), scene(images), rules(outputRules),
+          driver(*GetGDALDriverManager()->GetDriverByName(request.format.c_str())) {}
+
+    /// Empty when it is made, else ": " and why it is not.
+    [[nodiscard]] std::string Make(const std::string& file) {
+        const bool isCopied = IsMadeByCopy(request.format);
+        GDALDriver& maker = isCopied ? *GetGDALDriverManager()->GetDriverByName("MEM") : driver;
+        CPLStringList options = isCopied ? CPLStringList() : ToOptionList(request.creationOptions);
+        const bool isTiff = EQUAL(request.format.c_str(), "GTiff");
+        if (isTiff) options.SetNameValue("SPARSE_OK", "YES"); // blocks may be large
+        const GdalErrors errors;
+        GDALDatasetUniquePtr image(maker.Create(isCopied ? "" : file.c_str(), trialSize, trialSize,
+                                                static_cast<int>(rules.GetFileBands()), GetType(),
+                                                options.List()));
+        if (!image) return errors.Reason().empty() ? ": no reason is given" : errors.Reason();
+        {
+            const GdalErrors silence; // what cannot be described is left out
+            DescribeOutput(scene, rules, {{"Method", request.method}}, *image);
+        }
+        if (isCopied) return Copy(file, *image);
+        if (!isTiff && !Fill(*image) && !errors.HasFailed()) return ": it takes no pixels";
+        image.reset();
+        return errors.Reason();
+    }
+
+private:
+    [[nodiscard]] GDALDataType GetType() const {
+        return scene.pan->GetInfo().bitsPerBand == 8 ? GDT_Byte : GDT_UInt16;
+    }
+
+    [[nodiscard]] std::string Copy(const std::string& file, GDALDataset& image) {
+        const GdalErrors errors;
+        GDALDatasetUniquePtr copy(driver.CreateCopy(
+            file.c_str(), &image, FALSE, ToOptionList(request.creationOptions).List(), nullptr, nullptr));
+        if (!copy && errors.Reason().empty()) return ": no reason is given";
+        copy.reset();
+        return errors.Reason();
+    }
+
+    [[nodiscard]] bool Fill(GDALDataset& image) const {
+        const auto bands = static_cast<int>(rules.GetFileBands());
+        std::vector<std::uint16_t> samples(
+            static_cast<std::size_t>(trialSize) * trialSize * static_cast<std::size_t>(bands), 1);
+        return image.RasterIO(GF_Write, 0, 0, trialSize, trialSize, samples.data(), trialSize, trialSize,
+                              GDT_UInt16, bands, nullptr, 0, 0, 0, nullptr) == CE_None;
+    }
+
+    const SharpenRequest& request;
+    const Scene& scene;
+    const OutputRules& rules;
+    GDALDriver& driver;
+};
+
+} // namespace
+
+bool TryOutput(const SharpenRequest& request, const Scene& scene, const OutputRules& rules,
+               WorkFolder& folder, std::vector<std::string>& names, Status& status) {
+    const std::string file = folder.GetSpare(std::filesystem::path(folder.GetPlace()).filename().string());
+    std::string reason = Trial(request, scene, rules).Make(file);
+    if (reason.empty() && !LookAt(file).exists) reason = ": it writes no file";
+    names = folder.ListSpare();
+    folder.ClearSpare();
+    return reason.empty() ||
+           Fail(status, HostStatus::OutputRefused,
+                FormatString("the format '%s' cannot hold an image of %u bands of %u bits with the creation "
+                             "options given%s",
+                             request.format.c_str(), rules.GetFileBands(), scene.pan->GetInfo().bitsPerBand,
+                             reason.c_str()));
+}
+
+} // namespace rasterhost

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "rasterhost/requests/HostStatus.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace rasterhost {
+
+/// The one way in which this host makes files appear. They are written, under the names that they are going
+/// to have, in a hidden folder beside their place; complete, they are moved there, those that belong to the
+/// main file first and that last. Until then they are removed with this object.
+///
+/// The folder of "scene.tif" is ".scene.pansharp-HOST-123-0.tmp", which tells whose it is: what a run that
+/// was killed on this machine left of the same file is removed first. A link is followed: what it leads to is
+/// written. In GDAL's memory ("/vsimem/") there is no folder, and the file is written at its place.
+class WorkFolder {
+public:
+    /// Null with an item when the folder cannot be made. `finalName` is the main file.
+    [[nodiscard]] static std::unique_ptr<WorkFolder> Make(const std::string& finalName, Status& status);
+    WorkFolder(const WorkFolder&) = delete;
+    WorkFolder& operator=(const WorkFolder&) = delete;
+    ~WorkFolder();
+
+    /// Where to write the main file.
+    [[nodiscard]] const std::string& GetFile() const { return file; }
+    /// Where to write another one that is to stand beside it.
+    [[nodiscard]] std::string GetFile(const std::string& name) const;
+    /// Where to write what is only for the time of the run.
+    [[nodiscard]] std::string GetSpare(const std::string& name) const;
+    /// Removes the spare files.
+    void ClearSpare();
+    /// Names of the spare files.
+    [[nodiscard]] std::vector<std::string> ListSpare() const;
+    /// The main file's name when it stands at its place.
+    [[nodiscard]] const std::string& GetPlace() const { return place; }
+    /// Where a file of this name is going to stand.
+    [[nodiscard]] std::string GetPlace(const std::string& name) const;
+
+    /// Moves all files to their place, and takes away what lies there and described a file that is replaced.
+    /// Nothing that is there is touched unless `overwrite` is set; what is replaced hands on its permissions.
+    /// False with an item, all being as it was before.
+    [[nodiscard]] bool Deliver(bool overwrite, Status& status);
+
+private:
+    explicit WorkFolder(const std::string& finalName);
+    bool MakeFolders(Status& status);
+
+    std::string place;
+    std::string folder; ///< empty in memory
+    std::string file;
+    bool isDelivered = false;
+};
+
+/// Names of the files that GDAL takes for descriptions of a raster, whatever its format: statistics,
+/// overviews, mask.
+[[nodiscard]] std::vector<std::string> NamesOfDescriptions(const std::string& name);
+
+} // namespace rasterhost

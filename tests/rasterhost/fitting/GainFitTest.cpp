@@ -1,0 +1,42 @@
+#include "rasterhost/fitting/GainFit.h"
+
+#include "MadeBlocks.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace rasterhost;
+using namespace testblocks;
+
+// A band that is half of pan takes half of its detail, one that is pan under slow shade takes it by its ratio
+// to pan, and one that runs against pan takes none.
+TEST(GainFit, FindsWhatEachBandTakesOfTheDetail) {
+    Status status;
+    MadeBlocks blocks(72, 0.3, {half, shaded, reverse});
+    GainFit fit;
+    ASSERT_TRUE(FitGains(blocks, 0.3, {}, 2, fit, status));
+    ASSERT_TRUE(fit.isFitted);
+    EXPECT_NEAR(fit.gains[0].gain, 0.5, 0.01);
+    EXPECT_NEAR(fit.gains[0].ratioGain, 0.0, 0.01);
+    EXPECT_NEAR(fit.gains[1].gain, 0.0, 0.05);
+    EXPECT_NEAR(fit.gains[1].ratioGain, 1.0, 0.05);
+    EXPECT_EQ(fit.gains[2], BandGains());
+    EXPECT_NEAR(fit.lowPassMean, 10000.0, 500.0);
+    EXPECT_LT(*fit.error, 0.1 * *fit.plainError);
+    // Given ones are judged; without any nothing is gained.
+    GainFit given;
+    ASSERT_TRUE(FitGains(blocks, 0.3, {{}, {}, {}}, 2, given, status));
+    EXPECT_DOUBLE_EQ(*given.error, *fit.plainError);
+}
+
+TEST(GainFit, GoesByARuleOfThumbWhereSamplesAreFew) {
+    Status status;
+    MadeBlocks blocks(24, 0.3, {half, reverse});
+    GainFit fit;
+    ASSERT_TRUE(FitGains(blocks, 0.3, {}, 2, fit, status));
+    EXPECT_FALSE(fit.isFitted || fit.error);
+    EXPECT_EQ(fit.gains, (std::vector<BandGains>{{0.25, 0.5}, {0.0, 0.5}}));
+}
+
+} // namespace

@@ -1,0 +1,92 @@
+#include "rasterhost/reading/InputImage.h"
+
+#include "SceneFiles.h"
+#include "hostkit/SourceRaster.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using namespace testfiles;
+using hostkit::SourceRaster;
+using rasterhost::InputBand;
+using rasterhost::InputImage;
+
+unsigned Coded(int column, int row, int band) {
+    return static_cast<unsigned>(column + 10 * row + 1000 * band);
+}
+
+std::unique_ptr<InputImage> OpenImage(const std::vector<InputBand>& inputs) {
+    rasterhost::Status status;
+    auto image = InputImage::Open(inputs, "multispectral", {}, status);
+    EXPECT_NE(image, nullptr) << status.ToText();
+    return image;
+}
+
+// Bands of two files in the order given, some out of the middle of a file: a wrong band or pixel names
+// itself.
+TEST(InputImage, ServesBandsOfSeveralFilesInOrder) {
+    const Folder folder;
+    const FileShape shape{30, 40, 3, GDT_UInt16, Grid(2.0), {}};
+    const std::string a = folder.Write("a.tif", shape, Coded);
+    const std::string b =
+        folder.Write("b.tif", shape, [](int c, int r, int band) { return Coded(c, r, band + 10); });
+    const auto image = OpenImage({{b, 2}, {a, {}}, {b, 1}});
+    SourceRaster raster(*image);
+    ASSERT_EQ(raster.GetRasterInfo()->bandsPerPixel, 5u);
+    ASSERT_EQ(raster.SetWindow(7, 11, 12, 14), 1);
+    constexpr int bands[] = {11, 0, 1, 2, 10};
+    for (int row = 11; row < 14; ++row) {
+        const auto* samples =
+            reinterpret_cast<const unsigned short*>(raster.GetRow(static_cast<unsigned>(row)));
+        ASSERT_NE(samples, nullptr);
+        for (int column = 7; column < 12; ++column)
+            for (const int band : bands)
+                EXPECT_EQ(*samples++, Coded(column, row, band)) << column << " " << row << " " << band;
+    }
+    EXPECT_EQ(raster.GetRow(10), nullptr);
+    EXPECT_EQ(raster.SetWindow(0, 0, 31, 1), 0); // past the last column
+}
+
+// A process sets the window that the host has read already, on another thread: no file may be touched then.
+TEST(InputImage, SameWindowIsNotReadAgain) {
+    const Folder folder;
+    const std::string file = folder.Write("a.tif", {2000, 400, 1, GDT_Byte, {}, {}},
+                                          [](int c, int r, int) { return (c + r) % 251; });
+    const auto image = OpenImage({{file, {}}});
+    SourceRaster raster(*image);
+    ASSERT_EQ(raster.SetWindow(0, 10, 2000, 20), 1);
+    const unsigned char* row = raster.GetRow(15);
+    std::filesystem::resize_file(file, 100000); // rows from some 50 on are gone
+    EXPECT_EQ(raster.SetWindow(0, 10, 2000, 20), 1);
+    EXPECT_EQ(raster.GetRow(15), row);
+    EXPECT_EQ(row[3], 18);
+    EXPECT_EQ(raster.SetWindow(0, 300, 2000, 310), 0);
+    ASSERT_EQ(raster.GetStatus().GetCount(), 1u);
+    EXPECT_THAT(raster.GetStatus().GetItem(0).message, testing::HasSubstr(file));
+    EXPECT_EQ(raster.GetRow(15), nullptr); // the buffer may hold anything now
+    EXPECT_EQ(raster.SetWindow(0, 10, 2000, 20), 1);
+    EXPECT_EQ(raster.GetRow(15)[3], 18);
+}
+
+// A second reader has files of its own, the same samples and masks; of another file it is refused.
+TEST(InputImage, IsOpenedAgainByItsDescription) {
+    const Folder folder;
+    const FileShape shape{30, 40, 3, GDT_UInt16, Grid(2.0), {}};
+    const std::string file = folder.Write("a.tif", shape, Coded);
+    auto first = OpenImage({{file, {}}});
+    first->Reorder({2, 0});
+    rasterhost::Status status;
+    const auto second = InputImage::Open(first->GetDescription(), status);
+    ASSERT_NE(second, nullptr) << status.ToText();
+    first.reset();
+    std::vector<unsigned short> samples(2 * 2);
+    ASSERT_TRUE(second->Read({7, 11, 9, 12}, reinterpret_cast<unsigned char*>(samples.data()), status));
+    EXPECT_THAT(samples,
+                testing::ElementsAre(Coded(7, 11, 2), Coded(7, 11, 0), Coded(8, 11, 2), Coded(8, 11, 0)));
+    folder.Write("a.tif", {30, 41, 3, GDT_UInt16, Grid(2.0), {}}, Coded);
+    EXPECT_EQ(InputImage::Open(second->GetDescription(), status), nullptr);
+    EXPECT_THAT(status.ToText(), testing::HasSubstr("is another file than before"));
+}
+
+} // namespace
