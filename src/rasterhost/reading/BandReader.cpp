@@ -16,10 +16,12 @@ using KOVA::Tessara::Fundament::FormatString;
 
 namespace {
 
-bool FailToRead(const PixelRect& rect, const SourceBand& source, const std::string& reason, Status& status) {
+bool FailToRead(const PixelRect& rect, const char* what, const SourceBand& source, const GdalErrors& errors,
+                Status& status) {
     return Fail(status, HostStatus::InputNotRead,
-                FormatString("rows %u to %u of '%s' cannot be read; the file may be cut short or damaged%s",
-                             rect.row0, rect.row1, source.file.c_str(), reason.c_str()));
+                FormatString("rows %u to %u of %s'%s' cannot be read; %s%s", rect.row0, rect.row1, what,
+                             source.file.c_str(), errors.Suspect("the file may be cut short or damaged"),
+                             errors.Reason().c_str()));
 }
 
 } // namespace
@@ -58,8 +60,7 @@ bool BandReader::ReadBands(const PixelRect& rect, std::size_t first, std::size_t
         out + static_cast<GSpacing>(first) * sampleBytes, columns, rows, bands[first].type,
         static_cast<int>(numbers.size()), numbers.data(), pixelBytes, pixelBytes * columns, sampleBytes,
         nullptr);
-    return (result == CE_None && !errors.HasFailed()) ||
-           FailToRead(rect, bands[first], errors.Reason(), status);
+    return (result == CE_None && !errors.HasFailed()) || FailToRead(rect, "", bands[first], errors, status);
 }
 
 bool BandReader::ReadScaled(const PixelRect& rect, std::size_t band, unsigned char* out,
@@ -73,7 +74,7 @@ bool BandReader::ReadScaled(const PixelRect& rect, std::size_t band, unsigned ch
                                      columns, rows, samples.data(), columns, rows, GDT_Float64, 0, 0,
                                      nullptr) != CE_None ||
         errors.HasFailed())
-        return FailToRead(rect, source, errors.Reason(), status);
+        return FailToRead(rect, "", source, errors, status);
     auto* pixel = reinterpret_cast<unsigned short*>(out) + band;
     const unsigned short none = options.isIgnored ? 1 : 0;
     for (const double sample : samples) {
@@ -137,10 +138,7 @@ bool BandReader::ReadValid(const PixelRect& rect, const unsigned char* samples, 
         if (band->RasterIO(GF_Read, static_cast<int>(rect.col0), static_cast<int>(rect.row0), columns, rows,
                            mask.data(), columns, rows, GDT_Byte, 0, 0, nullptr) != CE_None ||
             errors.HasFailed())
-            return Fail(status, HostStatus::InputNotRead,
-                        FormatString("rows %u to %u of the mask of '%s' cannot be read; the file may be cut "
-                                     "short or damaged%s",
-                                     rect.row0, rect.row1, source->file.c_str(), errors.Reason().c_str()));
+            return FailToRead(rect, "the mask of ", *source, errors, status);
         for (std::size_t i = 0; i < pixels; ++i)
             if (mask[i] == 0) valid[i] = 0;
     }

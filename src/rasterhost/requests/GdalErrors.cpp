@@ -6,9 +6,10 @@ namespace rasterhost {
 
 namespace {
 
-void CPL_STDCALL Collect(CPLErr kind, CPLErrorNum, const char* message) {
+void CPL_STDCALL Collect(CPLErr kind, CPLErrorNum number, const char* message) {
     if (kind < CE_Warning) return; // debugging
-    static_cast<GdalErrors*>(CPLGetErrorHandlerUserData())->Add(kind >= CE_Failure, message);
+    static_cast<GdalErrors*>(CPLGetErrorHandlerUserData())
+        ->Add(kind >= CE_Failure, number == CPLE_OutOfMemory, message);
 }
 
 } // namespace
@@ -16,9 +17,16 @@ void CPL_STDCALL Collect(CPLErr kind, CPLErrorNum, const char* message) {
 GdalErrors::GdalErrors() { CPLPushErrorHandlerEx(&Collect, this); }
 GdalErrors::~GdalErrors() { CPLPopErrorHandler(); }
 
-void GdalErrors::Add(bool isError, const char* message) {
+void GdalErrors::Add(bool isError, bool isOfMemory, const char* message) {
+    lacksMemory = lacksMemory || (isError && isOfMemory);
     std::string& first = isError ? text : warning;
     if (first.empty()) first = message && *message ? message : "unknown error";
+}
+
+const char* GdalErrors::Suspect(const char* otherwise) const {
+    return lacksMemory ? "the memory does not suffice: end other programs, or cut the inputs with "
+                         "gdal_translate -projwin"
+                       : otherwise;
 }
 
 } // namespace rasterhost

@@ -20,11 +20,14 @@ public:
 
     /// ": " and the first warning, or nothing.
     [[nodiscard]] std::string Warning() const { return warning.empty() ? warning : ": " + warning; }
-    void Add(bool isError, const char* message); ///< for GDAL's handler
+    /// What to suspect and to do: the memory where an error was that it could not be had, else `otherwise`.
+    [[nodiscard]] const char* Suspect(const char* otherwise) const;
+    void Add(bool isError, bool isOfMemory, const char* message); ///< for GDAL's handler
 
 private:
     std::string text;
     std::string warning;
+    bool lacksMemory = false;
 };
 
 } // namespace rasterhost

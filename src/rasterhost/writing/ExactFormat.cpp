@@ -16,6 +16,7 @@
 namespace rasterhost {
 
 using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Fundament::StringsEqual;
 
 namespace {
 
@@ -32,6 +33,28 @@ const ExactWay exactWays[] = {
     {"GPKG", {"QUALITY", "TILE_FORMAT"}, {"TILE_FORMAT=PNG"}},
     {"MBTiles", {"QUALITY", "TILE_FORMAT"}, {"TILE_FORMAT=PNG"}},
 };
+
+/// Options by which a request says itself how good it wants samples.
+const char* const questions[] = {"QUALITY",     "JPEG_QUALITY", "WEBP_LEVEL",   "REVERSIBLE", "LOSSLESS",
+                                 "YCBCR420",    "TARGETSIZE",   "PSNR",         "NBITS",      "MAX_Z_ERROR",
+                                 "DISCARD_LSB", "JXL_DISTANCE", "JXL_LOSSLESS", "RATE"};
+
+/// The options that ask for a loss, as they are typed.
+std::string LossAskedFor(const OutputRequest& request) {
+    std::string asked;
+    for (const std::string& option : request.creationOptions) {
+        const auto isNamed = [&](const char* name) {
+            return StringsEqual(option.substr(0, option.find('=')), name, true);
+        };
+        const auto isAnswer = [&](const ExactWay& way) {
+            return std::find(way.answers.begin(), way.answers.end(), option) != way.answers.end();
+        };
+        if (std::any_of(std::begin(questions), std::end(questions), isNamed) &&
+            std::none_of(std::begin(exactWays), std::end(exactWays), isAnswer))
+            asked += (asked.empty() ? "" : " ") + option;
+    }
+    return asked;
+}
 
 constexpr int trialSide = 64; ///< of the image to try with
 
@@ -91,6 +114,8 @@ std::string FindLoss(const OutputRequest& request, const Scene& scene, const Out
     int most = 0;
     for (std::size_t i = 0; i < samples.size(); ++i)
         most = std::max(most, std::abs(int{samples[i]} - int{back[i]}));
+    if (const std::string asked = LossAskedFor(request); !asked.empty())
+        return FormatString("is as good as %s asks for: samples may be off by %d", asked.c_str(), most);
     return FormatString("is not exact: as %s with these creation options samples may be off by %d; GTiff "
                         "keeps them as they are",
                         request.format.c_str(), most);

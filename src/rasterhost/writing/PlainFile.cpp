@@ -13,10 +13,11 @@ namespace rasterhost {
 
 using KOVA::Tessara::Fundament::FormatString;
 
-bool PlainFile::Refuse(const std::string& reason, Status& status) const {
+bool PlainFile::Refuse(const GdalErrors& errors, Status& status) const {
     return Fail(status, HostStatus::OutputNotWritten,
-                FormatString("'%s' cannot be written; check the folder and the space there%s", name.c_str(),
-                             reason.c_str()));
+                FormatString("'%s' cannot be written; %s%s", name.c_str(),
+                             errors.Suspect("check the folder and the space there"),
+                             errors.Reason().c_str()));
 }
 
 std::unique_ptr<PlainFile> PlainFile::Create(const std::string& name, const PlainShape& shape,
@@ -36,14 +37,14 @@ std::unique_ptr<PlainFile> PlainFile::Create(const std::string& name, const Plai
                                             shape.bits == 8 ? GDT_Byte : GDT_UInt16, options.List())
                            : nullptr;
     if (!file->dataset) {
-        file->Refuse(errors.Reason(), status);
+        file->Refuse(errors, status);
         return nullptr;
     }
     std::array<double, 6> transform{0.0, shape.pixelSize[0], 0.0, 0.0, 0.0, -shape.pixelSize[1]};
     file->dataset->SetGeoTransform(transform.data());
     const CPLConfigOptionSetter inside("GDAL_TIFF_INTERNAL_MASK", "YES", false);
     if (file->dataset->CreateMaskBand(GMF_PER_DATASET) == CE_None) return file;
-    file->Refuse(errors.Reason(), status);
+    file->Refuse(errors, status);
     return nullptr;
 }
 
@@ -53,7 +54,7 @@ std::unique_ptr<PlainFile> PlainFile::Open(const std::string& name, Status& stat
     file->dataset = GDALDataset::FromHandle(
         GDALOpenEx(name.c_str(), GDAL_OF_RASTER | GDAL_OF_UPDATE, nullptr, nullptr, nullptr));
     if (file->dataset) return file;
-    file->Refuse(errors.Reason(), status);
+    file->Refuse(errors, status);
     return nullptr;
 }
 
@@ -83,7 +84,7 @@ bool PlainFile::WriteRows(RowSource& image, std::uint32_t column, std::uint32_t 
                                GSpacing{8} * bands * columns, 8, nullptr) == CE_None) &&
             mask->RasterIO(GF_Write, static_cast<int>(column), at, columns, count, rows.valid.data(), columns,
                            count, GDT_Byte, 0, 0, nullptr) == CE_None;
-        return (isWritten && !errors.HasFailed()) || Refuse(errors.Reason(), status);
+        return (isWritten && !errors.HasFailed()) || Refuse(errors, status);
     });
 }
 
@@ -97,7 +98,7 @@ bool PlainFile::Close(Status& status) {
     const GdalErrors errors;
     GDALClose(dataset);
     dataset = nullptr;
-    return !errors.HasFailed() || Refuse(errors.Reason(), status);
+    return !errors.HasFailed() || Refuse(errors, status);
 }
 
 } // namespace rasterhost

@@ -10,6 +10,8 @@ class GDALDataset;
 
 namespace rasterhost {
 
+class GdalErrors;
+
 struct PlainShape {
     std::uint32_t columns = 0, rows = 0, bands = 0;
     std::uint32_t bits = 8;     ///< of a sample, 8 or 16
@@ -38,7 +40,7 @@ public:
 private:
     explicit PlainFile(std::string fileName) : name(std::move(fileName)) {}
     bool WriteRows(RowSource& image, std::uint32_t column, std::uint32_t row, bool maskOnly, Status& status);
-    bool Refuse(const std::string& reason, Status& status) const;
+    bool Refuse(const GdalErrors& errors, Status& status) const;
 
     std::string name;
     GDALDataset* dataset = nullptr;
