@@ -57,8 +57,8 @@ constexpr OptionEntry resamplingOption = {"-r,--resampling", "bilinear|cubic", "
                                           "how the multispectral bands are brought to the pixels of pan"};
 constexpr OptionEntry blurOption = {"--mtf", "G1,G2,...", "0.3", qualityHeading,
                                     "modulation transfer of the multispectral sensor at the Nyquist "
-                                    "frequency, one for all bands or one a band: the "
-                                    "Gaussian blur to degrade with has it, too"};
+                                    "frequency, one for all bands or one a band, that of an infrared one "
+                                    "last: the Gaussian blur to degrade with has it, too"};
 constexpr OptionEntry panBlurOption = {"--mtf-pan", "G", "0.15", qualityHeading, "the same of pan"};
 constexpr OptionEntry noDataOfAllOption = {
     "--nodata", "V", "what the files declare", qualityHeading,
@@ -160,7 +160,9 @@ constexpr PositionalEntry assessPositionals[] = {
 constexpr OptionEntry assessOptions[] = {
     {"--reference", "TRUTH", "", inputHeading, "what the image should be: the same bands and pixels", true},
     {"--pan", "PAN", "", inputHeading, "the panchromatic raster that the image was made of"},
-    {"--ms", "MS", "", inputHeading, "the multispectral raster that it was made of, the same bands", true},
+    {"--ms", "MS", "", inputHeading, "the multispectral raster that it was made of", true},
+    {"-b,--bands", "LIST", "all", inputHeading,
+     "the bands of MS that the image has, by number from 1, in its order, such as 3,2,1"},
     {"--ratio", "R", "that of MS and PAN; without them there is no ERGAS", qualityHeading,
      "the coarse pixel's width over the fine one's, for ERGAS"},
     blurOption,
@@ -173,8 +175,12 @@ constexpr OptionEntry assessOptions[] = {
 
 constexpr OptionEntry compareOptions[] = {
     {"--keep", "FOLDER", "", inputHeading,
-     "leave the degraded pair and the truth there, as pan.tif, ms.tif and truth.tif"},
+     "leave the degraded pair and the truth there, as pan.tif, ms.tif and truth.tif; and infrared.tif"},
     {"--overwrite", "", "", inputHeading, "replace such files if they exist"},
+    infraredOption,
+    {"-b,--bands", "LIST", "all", fusionHeading,
+     "multispectral bands to fuse and compare, by number from 1, in order; the others only take part in the "
+     "simulated pan"},
     {"-r,--resampling", "bilinear|cubic", "both", fusionHeading,
      "sample the multispectral bands in this way only"},
     bitDepthOption,

@@ -67,6 +67,10 @@ AssessRequest MakeAssessRequest(const CommandLine& line) {
             throw UsageError("--ratio: '" + line.Get("--ratio") +
                              "' is no ratio; give the coarse pixel's width over the fine one's, such as 2");
     }
+    if (line.Has("--bands") && !hasPair)
+        throw UsageError("--bands names bands of the pair; for a reference name them as in --reference "
+                         "FILE,band=3 --reference FILE,band=2");
+    request.bands = ParseBandList("--bands", line.Get("--bands"));
     request.blur = ReadBlur(line);
     if (line.Has("--nodata")) request.noData = ParseNumber("--nodata", line.Get("--nodata"));
     request.ignoreNoData = line.Has("--no-nodata");

@@ -55,6 +55,7 @@ std::string AssessJson(const AssessRequest& request, const AssessReport& report,
     if (request.pan) {
         object["pan"] = JsonInput(*request.pan);
         object["multispectral"] = JsonInputs(request.multispectral);
+        object["requested_bands"] = request.bands;
         object["modulation_transfer"] = Blur(request.blur);
     }
     if (report.ratio) object["ratio"] = {*report.ratio, *report.ratio};
@@ -75,6 +76,8 @@ std::string CompareJson(const CompareRequest& request, const CompareReport& repo
     Json object = JsonHead("compare", code);
     object["inputs"] = {{"pan", JsonInput(request.inputs.pan)},
                         {"multispectral", JsonInputs(request.inputs.multispectral)}};
+    if (request.inputs.infrared) object["inputs"]["infrared"] = JsonInput(*request.inputs.infrared);
+    object["requested_bands"] = request.inputs.bands;
     object["modulation_transfer"] = Blur(request.blur);
     if (code == Done) {
         object["ratio"] = {report.ratioX, report.ratioY};
@@ -87,6 +90,7 @@ std::string CompareJson(const CompareRequest& request, const CompareReport& repo
             row["weights"] = entry.weights.empty() ? Json() : Json(entry.weights);
             row["resampling"] = entry.resampling;
             row["effective_weights"] = entry.effectiveWeights;
+            if (entry.infraredWeight) row["infrared_weight"] = *entry.infraredWeight;
             row.update(Indices(entry.indices));
             entries.push_back(row);
         }

@@ -298,6 +298,7 @@ SharpenRequest MakePairRequest(const CommandLine& line) {
         ReadSampling(line, request);
     else
         request.resampling.clear();
+    request.bands = ParseBandList("--bands", line.Get("--bands"));
     if (line.Has("--bit-depth")) request.bitDepth = ReadBitDepth(line);
     request.sameCorner = line.Has("--same-corner");
     ReadShift(line, request);

@@ -22,14 +22,15 @@ using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
 
-bool CheckBands(const InputImage& fused, const InputImage& other, const char* role, Status& status) {
+bool CheckBands(const InputImage& fused, const InputImage& other, const char* role, bool takesList,
+                Status& status) {
     const auto count = fused.GetInfo().bandsPerPixel;
     return other.GetInfo().bandsPerPixel == count ||
            Fail(status, HostStatus::InputsDoNotFit,
                 FormatString("%s has %u bands and the %s image %s has %u; name the same bands in the same "
-                             "order, as in FILE,band=3 FILE,band=2",
+                             "order, as in %sFILE,band=3 FILE,band=2",
                              fused.GetName().c_str(), count, role, other.GetName().c_str(),
-                             other.GetInfo().bandsPerPixel));
+                             other.GetInfo().bandsPerPixel, takesList ? "--bands 3,2 or " : ""));
 }
 
 /// The same pixels: size and, where both have one, position.
@@ -145,7 +146,7 @@ private:
 class Assessment {
 public:
     Assessment(const AssessRequest& assessRequest, AssessReport& assessReport, Status& assessStatus)
-        : request(assessRequest), report(assessReport), status(assessStatus) {}
+        : request(assessRequest), report(assessReport), status(assessStatus), blur(assessRequest.blur) {}
 
     bool Run() {
         const SampleOptions options{request.noData, request.ignoreNoData, {}};
@@ -163,7 +164,7 @@ private:
     bool AgainstReference(const SampleOptions& options) {
         const auto truth = InputImage::Open(request.reference, "reference", options, status);
         if (!truth || !CheckPixels(*fused, *truth, "reference", status) ||
-            !CheckBands(*fused, *truth, "reference", status))
+            !CheckBands(*fused, *truth, "reference", false, status))
             return false;
         const CacheLimit cache(StripCache({fused.get(), truth.get()}));
         ImageRows image(*fused), reference(*truth);
@@ -180,13 +181,20 @@ private:
         PairRequest inputs;
         inputs.pan = *request.pan;
         inputs.multispectral = request.multispectral;
+        inputs.bands = request.bands;
         inputs.noData = request.noData;
         inputs.ignoreNoData = request.ignoreNoData;
         const Warn warn = [this](const std::string& text) { report.warnings.push_back(text); };
-        return PrepareScene(inputs, warn, {}, scene, status) == Preparation::Done &&
-               CheckGrids(*scene, status) && CheckPixels(*fused, *scene->pan, "pan", status) &&
-               CheckBands(*fused, *scene->GetMultispectral().image, "multispectral", status) &&
-               CheckBlur(request.blur, report.bands, status);
+        if (PrepareScene(inputs, warn, {}, scene, status) != Preparation::Done ||
+            !CheckGrids(*scene, status) || !CheckBlur(request.blur, scene->bandOrder.size(), status))
+            return false;
+        if (blur.multispectral.size() > 1)
+            for (std::size_t place = 0; place < scene->bandOrder.size(); ++place)
+                blur.multispectral[place] = request.blur.multispectral[scene->bandOrder[place]];
+        scene->KeepFirstBands(scene->outputBands);
+        if (blur.multispectral.size() > 1) blur.multispectral.resize(scene->outputBands);
+        return CheckPixels(*fused, *scene->pan, "pan", status) &&
+               CheckBands(*fused, *scene->GetMultispectral().image, "multispectral", true, status);
     }
 
     bool AgainstPair() {
@@ -208,7 +216,7 @@ private:
     bool AddRow(const char* name, RowSource& image) {
         PairIndices found;
         found.name = name;
-        PairView view(*scene, request.blur, *report.ratio);
+        PairView view(*scene, blur, *report.ratio);
         if (!view.SeeCoarse(image, status) || !view.SeeFine(image, status)) return false;
         view.Find(found);
         if (found.consistency.pixels == 0 || found.pixels == 0)
@@ -222,6 +230,7 @@ private:
     const AssessRequest& request;
     AssessReport& report;
     Status& status;
+    SensorBlur blur; ///< of the bands that the fused image has, in its order
     std::unique_ptr<InputImage> fused;
     std::unique_ptr<Scene> scene;
 };

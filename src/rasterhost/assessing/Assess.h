@@ -18,8 +18,9 @@ struct AssessRequest {
     std::vector<InputBand> reference;     ///< of the same bands and pixels; either this or the pair
     std::optional<double> ratio;          ///< coarse pixel's width over the fine one's, for ERGAS
     std::optional<InputBand> pan;         ///< of the same pixels as the fused image
-    std::vector<InputBand> multispectral; ///< of the same bands
-    SensorBlur blur;
+    std::vector<InputBand> multispectral; ///< of the same bands, or of more
+    std::vector<int> bands;       ///< which of these the fused image has, in its order, from 1; empty for all
+    SensorBlur blur;              ///< of all multispectral bands, in their order
     std::optional<double> noData; ///< the value that means no data in all images, whatever they declare
     bool ignoreNoData = false;    ///< all samples are data
 };

@@ -11,6 +11,7 @@
 #include "rasterhost/fusing/ProcessSettings.h"
 #include "rasterhost/requests/CacheLimit.h"
 #include "rasterhost/requests/Operation.h"
+#include "rasterhost/scene/BandGrids.h"
 #include "rasterhost/writing/OutputCheck.h"
 
 #include <gdal_priv.h>
@@ -43,7 +44,8 @@ private:
     bool PrepareToKeep() {
         if (request.keep.empty()) return true;
         RunFiles files = FilesOf(request.inputs);
-        for (const std::string name : ReducedScene::names) {
+        const auto names = ReducedScene::GetNames(request.inputs.infrared.has_value());
+        for (const std::string name : names) {
             std::vector<std::string> all = NamesOfDescriptions(request.keep + "/" + name);
             all.push_back(request.keep + "/" + name);
             for (const std::string& file : all)
@@ -51,7 +53,7 @@ private:
                                   status))
                     return false;
         }
-        kept = WorkFolder::Make(request.keep + "/" + ReducedScene::names[2], status);
+        kept = WorkFolder::Make(request.keep + "/" + names[2], status);
         return kept != nullptr;
     }
 
@@ -65,16 +67,23 @@ private:
         const Warn warn = [this](const std::string& text) { report.warnings.push_back(text); };
         SharpenRequest inputs = request.inputs;
         if (inputs.resampling.empty()) inputs.resampling = "bilinear"; // nothing is sampled here
+        inputs.bands.clear();                                          // the runs choose
         std::unique_ptr<Scene> scene;
         const Preparation preparation = PrepareScene(
             inputs, warn, [this] { return GoesOn(); }, scene, status);
         report.cancelled = preparation == Preparation::Cancelled;
-        if (preparation != Preparation::Done || !CheckGrids(*scene, status) ||
-            !CheckBlur(request.blur, scene->GetMultispectral().image->GetBands().size(), status))
+        if (preparation != Preparation::Done ||
+            !CheckBandList(request.inputs.bands, scene->bandOrder.size(), status) ||
+            !CheckGrids(*scene, status) || !CheckBlur(request.blur, scene->CountBands(), status))
             return false;
         if (!GoesOn()) return Cancel();
         if (scene->pan->GetInfo().bitsPerBand > 8) bitDepth = static_cast<int>(scene->bitDepth);
-        const CacheLimit cache(StripCache({scene->pan.get(), scene->GetMultispectral().image.get()}));
+        report.bands = static_cast<std::uint32_t>(scene->bandOrder.size());
+        if (!request.inputs.bands.empty())
+            report.bands = static_cast<std::uint32_t>(request.inputs.bands.size());
+        allBands = scene->bandOrder.size();
+        const CacheLimit cache(StripCache(
+            {scene->pan.get(), scene->GetMultispectral().image.get(), scene->images.back().image.get()}));
         reduced = ReducedScene::Make(*scene, request.blur, status);
         if (!reduced) return false;
         report.ratioX = reduced->ratioX;
@@ -87,16 +96,16 @@ private:
 
     bool OpenReduced() {
         pan = InputImage::Open({{reduced->GetPan(), {}}}, "reduced", {}, status);
-        multispectral = InputImage::Open({{reduced->GetMultispectral(), {}}}, "reduced", {}, status);
-        if (!pan || !multispectral) return false;
-        report.bands = multispectral->GetInfo().bandsPerPixel;
-        return true;
+        multispectral = OpenBands(reduced->GetMultispectral(), report.bands);
+        return pan && multispectral;
     }
 
-    [[nodiscard]] std::unique_ptr<InputImage> OpenTruth(std::size_t bands) {
+    /// So many of the bands that are compared.
+    [[nodiscard]] std::unique_ptr<InputImage> OpenBands(const std::string& file, std::size_t count) {
+        const std::vector<int>& wanted = request.inputs.bands;
         std::vector<InputBand> inputs;
-        for (std::size_t band = 1; band <= bands; ++band)
-            inputs.push_back({reduced->GetTruth(), static_cast<int>(band)});
+        for (std::size_t band = 0; band < count; ++band)
+            inputs.push_back({file, wanted.empty() ? static_cast<int>(band) + 1 : wanted[band]});
         return InputImage::Open(inputs, "reduced", {}, status);
     }
 
@@ -104,7 +113,7 @@ private:
         if (!GoesOn()) return Cancel();
         // A method may write fewer bands, the first ones.
         const std::size_t bands = rows.GetBands();
-        if (!truths[bands]) truths[bands] = OpenTruth(bands);
+        if (!truths[bands]) truths[bands] = OpenBands(reduced->GetTruth(), bands);
         if (!truths[bands]) return false;
         ImageRows reference(*truths[bands]);
         if (!CompareRows(rows, reference, std::sqrt(report.ratioX * report.ratioY), entry.indices, status))
@@ -122,26 +131,30 @@ private:
         const auto& grid = pan->GetInfo();
         const hostkit::AxisPlacement placement(grid, multispectral->GetInfo());
         UpsampledRows rows(*multispectral, placement, hostkit::WholeImage(grid), resampling, false);
-        return Add({name, {}, name, {}, {}}, rows);
+        return Add({name, {}, name, {}, {}, {}}, rows);
     }
 
     bool AddMethods(const PansharpDescription& plugin) {
         for (const PansharpMethod& method : hostkit::MethodsOf(plugin)) {
-            if (method.minimumBands > multispectral->GetBands().size()) {
+            if (method.minimumBands > allBands) {
                 report.warnings.push_back(FormatString("%s is left out: it takes at least %u bands",
                                                        method.keyword, method.minimumBands));
                 continue;
             }
             for (const char* resampling : {"bilinear", "cubic"}) {
                 if (!request.inputs.resampling.empty() && request.inputs.resampling != resampling) continue;
-                if (!AddRuns(MakeRun(method.keyword, resampling), plugin)) return false;
+                if (!AddRuns(method, MakeRun(method.keyword, resampling), plugin)) return false;
             }
         }
         return true;
     }
 
-    bool AddRuns(SharpenRequest run, const PansharpDescription& plugin) {
+    /// A method that weighs no bands makes nothing of an infrared one.
+    bool AddRuns(const PansharpMethod& method, SharpenRequest run, const PansharpDescription& plugin) {
         const bool weighs = WantsFit(run, plugin);
+        if (weighs && reduced->hasInfrared) run.infrared = InputBand{reduced->GetInfrared(), {}};
+        if (method.fusedBands > 0 && run.bands.size() > method.fusedBands)
+            run.bands.resize(method.fusedBands);
         if (!AddMethod(run, weighs ? "fitted" : "")) return false;
         run.weightSource = WeightSource::Equal;
         return !weighs || AddMethod(run, "equal");
@@ -151,6 +164,7 @@ private:
         SharpenRequest run;
         run.pan.file = reduced->GetPan();
         run.multispectral = {{reduced->GetMultispectral(), {}}};
+        run.bands = request.inputs.bands;
         run.output = reduced->GetFused();
         run.overwrite = true;
         run.method = method;
@@ -181,6 +195,7 @@ private:
                            *weights == 'f' && !fitted ? "equal" : weights,
                            run.resampling,
                            fusion.effectiveWeights,
+                           fusion.infraredWeight,
                            {}},
                           rows);
         }
@@ -206,6 +221,7 @@ private:
     std::unique_ptr<InputImage> pan, multispectral;            ///< of the reduced scene
     std::map<std::size_t, std::unique_ptr<InputImage>> truths; ///< by how many of its bands
     std::optional<int> bitDepth;
+    std::size_t allBands = 0; ///< of the multispectral image
 };
 
 } // namespace

@@ -7,12 +7,13 @@
 namespace rasterhost {
 
 struct CompareRequest {
-    /// Inputs, how they lie, no data, depth, resampling, plug-in, threads, whether to overwrite and what
-    /// tells to cancel; the rest is not looked at. An empty resampling is for both.
+    /// Inputs, bands, how they lie, no data, depth, resampling, plug-in, threads, whether to overwrite and
+    /// what tells to cancel; the rest is not looked at. Bands that are not asked for and an infrared one take
+    /// part in the simulated pan. An empty resampling is for both.
     SharpenRequest inputs;
-    SensorBlur blur;
-    /// Folder to leave the degraded pair and the truth in as pan.tif, ms.tif and truth.tif, in the place of
-    /// such files only with `inputs.overwrite`; empty for nowhere.
+    SensorBlur blur; ///< where it has one for each band, that of the infrared band last
+    /// Folder to leave the degraded pair and the truth in as pan.tif, ms.tif, truth.tif and infrared.tif, in
+    /// the place of such files only with `inputs.overwrite`; empty for nowhere.
     std::string keep;
 };
 
@@ -20,7 +21,8 @@ struct CompareEntry {
     std::string method;  ///< a keyword; "bilinear" and "cubic" for plain upsampling
     std::string weights; ///< "fitted" or "equal"; empty for a method that weighs no bands
     std::string resampling;
-    std::vector<double> effectiveWeights;
+    std::vector<double> effectiveWeights; ///< of all multispectral bands, in their order
+    std::optional<double> infraredWeight;
     quality::ReferenceIndices indices; ///< of the bands that the method writes: the first, at times not all
 
     [[nodiscard]] bool IsPlain() const { return method == "bilinear" || method == "cubic"; }
@@ -32,7 +34,7 @@ struct CompareReport {
     std::uint32_t windows = 0;           ///< of the scene that it is made of
     std::vector<CompareEntry> entries;   ///< plain upsampling first, then the plug-in's methods in its order
     std::size_t best = 0;                ///< entry with the lowest ERGAS, of those with all bands
-    std::uint32_t bands = 0;             ///< of the multispectral image
+    std::uint32_t bands = 0;             ///< that are compared
     std::vector<std::string> warnings;
     double seconds = 0.0;
     bool cancelled = false;

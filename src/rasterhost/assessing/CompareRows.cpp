@@ -2,9 +2,25 @@
 
 #include "fundament/Text.h"
 
+#include <cmath>
+
 namespace rasterhost {
 
 using KOVA::Tessara::Fundament::FormatString;
+
+namespace {
+
+bool IsOnGrid(const PlacedImage& image, const PlacedImage& other) {
+    if (!image.placement->RunsAlong() || !other.placement->RunsAlong()) return false;
+    const auto a = image.GetInfo(), b = other.GetInfo();
+    constexpr double noise = 1e-6; // of a pixel
+    return a.cols == b.cols && a.rows == b.rows && std::fabs(a.xMin - b.xMin) <= noise * b.pixelSizeX &&
+           std::fabs(a.xMax - b.xMax) <= noise * b.pixelSizeX &&
+           std::fabs(a.yMin - b.yMin) <= noise * b.pixelSizeY &&
+           std::fabs(a.yMax - b.yMax) <= noise * b.pixelSizeY;
+}
+
+} // namespace
 
 bool CompareRows(RowSource& image, RowSource& reference, double ratio, quality::ReferenceIndices& found,
                  Status& status) {
@@ -37,12 +53,20 @@ bool CheckGrids(const Scene& scene, Status& status) {
                     FormatString("the multispectral bands lie on %d different grids, and indices take one; "
                                  "name bands that share a grid, or bring them onto one with gdalwarp",
                                  static_cast<int>(grids)));
-    return scene.GetMultispectral().placement->RunsAlong() ||
+    const PlacedImage& multispectral = scene.GetMultispectral();
+    if (scene.HasInfrared() && !IsOnGrid(scene.images.back(), multispectral))
+        return Fail(
+            status, HostStatus::InputsDoNotFit,
+            FormatString("the infrared band of %s lies on another grid than %s, and both are degraded "
+                         "alike; bring it onto that grid with gdalwarp -te and -ts",
+                         scene.images.back().image->GetName().c_str(),
+                         multispectral.image->GetName().c_str()));
+    return multispectral.placement->RunsAlong() ||
            Fail(status, HostStatus::InputsDoNotFit,
                 FormatString(
                     "rows and columns of %s and %s do not run along each other, which degrading them takes; "
                     "bring the second into the projection of the first with gdalwarp -t_srs",
-                    scene.pan->GetName().c_str(), scene.GetMultispectral().image->GetName().c_str()));
+                    scene.pan->GetName().c_str(), multispectral.image->GetName().c_str()));
 }
 
 } // namespace rasterhost

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <list>
 
 namespace rasterhost {
 
@@ -79,11 +80,12 @@ PixelRect OnPan(const RasterInfo& pan, const RasterInfo& ms) {
             clip((ms.yMax - pan.yMin) / ms.pixelSizeY, ms.rows)};
 }
 
-/// Writes the three images.
+/// Writes the images.
 class Reduction {
 public:
     Reduction(const Scene& images, const SensorBlur& sensorBlur, ReducedScene& reducedScene, Status& failure)
         : scene(images), blur(sensorBlur), reduced(reducedScene), status(failure),
+          infraredImage(images.HasInfrared() ? images.images.back().image.get() : nullptr),
           ms(images.GetMultispectral().GetInfo()) {}
 
     bool Run() {
@@ -102,7 +104,15 @@ public:
         reduced.columns = Length(across);
         reduced.rows = Length(down);
         reduced.windows = static_cast<std::uint32_t>(across.size() * down.size());
-        return WriteFine() && WriteCoarse() && WriteMask();
+        const std::span<const double> all(blur.multispectral);
+        const bool isOne = all.size() == 1;
+        reduced.hasInfrared = infraredImage != nullptr;
+        return WriteFine() &&
+               WriteCoarse(reduced.GetTruth(), reduced.GetMultispectral(),
+                           isOne ? all : all.first(ms.bandsPerPixel)) &&
+               (!infraredImage ||
+                WriteCoarse(reduced.GetFineInfrared(), reduced.GetInfrared(), all.last(1))) &&
+               WriteMask();
     }
 
 private:
@@ -111,15 +121,15 @@ private:
         return {columns, rows, bands, scene.pan->GetInfo().bitsPerBand, scene.bitDepth, {sizeX, sizeY}};
     }
 
-    /// Pan on the multispectral grid and the truth.
+    /// Pan on the multispectral grid, the truth and the infrared band.
     bool WriteFine() {
-        const auto pan =
-            PlainFile::Create(reduced.GetPan(), Shape(reduced.columns, reduced.rows, 1, 1.0, 1.0), status);
-        const auto truth =
-            pan ? PlainFile::Create(reduced.GetTruth(),
-                                    Shape(reduced.columns, reduced.rows, ms.bandsPerPixel, 1.0, 1.0), status)
-                : nullptr;
-        if (!truth) return false;
+        const auto create = [&](const std::string& name, std::uint32_t bands) {
+            return PlainFile::Create(name, Shape(reduced.columns, reduced.rows, bands, 1.0, 1.0), status);
+        };
+        const auto pan = create(reduced.GetPan(), 1);
+        const auto truth = pan ? create(reduced.GetTruth(), ms.bandsPerPixel) : nullptr;
+        const auto infrared = truth && infraredImage ? create(reduced.GetFineInfrared(), 1) : nullptr;
+        if (!truth || (infraredImage && !infrared)) return false;
         ImageRows panRows(*scene.pan);
         for (const Segment& y : down)
             for (const Segment& x : across) {
@@ -129,42 +139,57 @@ private:
                 ImageRows window(*scene.GetMultispectral().image, rect);
                 if (!pan->Write(seen, x.at, y.at, status) || !truth->Write(window, x.at, y.at, status))
                     return false;
+                if (!infrared) continue;
+                ImageRows band(*infraredImage, rect);
+                if (!infrared->Write(band, x.at, y.at, status)) return false;
             }
-        return pan->Close(status) && truth->Close(status);
+        return pan->Close(status) && truth->Close(status) && (!infrared || infrared->Close(status));
     }
 
-    bool WriteCoarse() {
-        const auto truth = InputImage::Open({{reduced.GetTruth(), {}}}, "reduced", {}, status);
-        if (!truth) return false;
-        ImageRows rows(*truth);
-        DegradedRows coarse(rows, CoarseAxis(across, reduced.ratioX, blur.multispectral),
-                            CoarseAxis(down, reduced.ratioY, blur.multispectral));
-        const auto file = PlainFile::Create(
-            reduced.GetMultispectral(),
-            Shape(coarse.GetColumns(), coarse.GetRows(), ms.bandsPerPixel, reduced.ratioX, reduced.ratioY),
-            status);
+    bool WriteCoarse(const std::string& fine, const std::string& name, std::span<const double> transfers) {
+        const auto image = InputImage::Open({{fine, {}}}, "reduced", {}, status);
+        if (!image) return false;
+        ImageRows rows(*image);
+        DegradedRows coarse(rows, CoarseAxis(across, reduced.ratioX, transfers),
+                            CoarseAxis(down, reduced.ratioY, transfers));
+        const auto file =
+            PlainFile::Create(name,
+                              Shape(coarse.GetColumns(), coarse.GetRows(), image->GetInfo().bandsPerPixel,
+                                    reduced.ratioX, reduced.ratioY),
+                              status);
         return file && file->Write(coarse, 0, 0, status) && file->Close(status);
     }
 
     /// Narrows the truth's mask down to the pixels to compare.
     bool WriteMask() {
         const auto pan = InputImage::Open({{reduced.GetPan(), {}}}, "reduced", {}, status);
-        const auto coarse = InputImage::Open({{reduced.GetMultispectral(), {}}}, "reduced", {}, status);
         const auto truth = InputImage::Open({{reduced.GetTruth(), {}}}, "reduced", {}, status);
-        if (!pan || !coarse || !truth) return false;
+        if (!pan || !truth) return false;
+        const RasterInfo& grid = pan->GetInfo();
         ImageRows panRows(*pan), truthRows(*truth);
-        const hostkit::AxisPlacement placement(pan->GetInfo(), coarse->GetInfo());
-        UpsampledRows cubic(*coarse, placement, hostkit::WholeImage(pan->GetInfo()),
-                            hostkit::Resampling::Cubic, false);
-        MaskedRows panAndTruth(truthRows, panRows), all(panAndTruth, cubic);
+        std::vector<std::unique_ptr<InputImage>> coarse;
+        std::list<hostkit::AxisPlacement> placements;
+        std::list<UpsampledRows> cubic;
+        std::list<MaskedRows> masked;
+        masked.emplace_back(truthRows, panRows);
+        for (const std::string& name : {reduced.GetMultispectral(), reduced.GetInfrared()}) {
+            if (!infraredImage && !coarse.empty()) break;
+            coarse.push_back(InputImage::Open({{name, {}}}, "reduced", {}, status));
+            if (!coarse.back()) return false;
+            placements.emplace_back(grid, coarse.back()->GetInfo());
+            cubic.emplace_back(*coarse.back(), placements.back(), hostkit::WholeImage(grid),
+                               hostkit::Resampling::Cubic, false);
+            masked.emplace_back(masked.back(), cubic.back());
+        }
         const auto file = PlainFile::Open(reduced.GetTruth(), status);
-        return file && file->WriteMask(all, status) && file->Close(status);
+        return file && file->WriteMask(masked.back(), status) && file->Close(status);
     }
 
     const Scene& scene;
     const SensorBlur& blur;
     ReducedScene& reduced;
     Status& status;
+    InputImage* infraredImage; ///< null without one
     const RasterInfo ms;
     std::vector<Segment> across, down;
 };
@@ -180,7 +205,7 @@ std::unique_ptr<ReducedScene> ReducedScene::Make(const Scene& scene, const Senso
 
 bool ReducedScene::Keep(WorkFolder& target, bool overwrite, Status& status) const {
     const GdalErrors errors;
-    for (const std::string name : names)
+    for (const std::string name : GetNames(hasInfrared))
         if (CPLCopyFile(target.GetFile(name).c_str(), (folder + "/" + name).c_str()) != 0)
             return Fail(status, HostStatus::OutputNotWritten,
                         FormatString("'%s' cannot be written; is the disk full?%s",

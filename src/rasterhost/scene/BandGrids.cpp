@@ -63,22 +63,27 @@ bool OpenGrids(const std::vector<InputBand>& inputs, const SampleOptions& option
     return true;
 }
 
+bool CheckBandList(const std::vector<int>& wanted, std::size_t count, Status& status) {
+    for (auto number = wanted.begin(); number != wanted.end(); ++number) {
+        if (*number < 1 || static_cast<std::size_t>(*number) > count)
+            return Fail(status, HostStatus::RequestInvalid,
+                        FormatString("there is no band %d to write; the multispectral bands are 1 to %d",
+                                     *number, static_cast<int>(count)));
+        if (std::find(wanted.begin(), number, *number) != number)
+            return Fail(status, HostStatus::RequestInvalid,
+                        FormatString("band %d is asked for twice; name every band to write once", *number));
+    }
+    return true;
+}
+
 bool OrderBands(const std::vector<int>& wanted, const std::vector<PlacedImage>& grids, Scene& scene,
                 Status& status) {
     std::size_t count = 0;
     for (const PlacedImage& grid : grids)
         count += grid.bands.size();
-    for (const int number : wanted) {
-        if (number < 1 || static_cast<std::size_t>(number) > count)
-            return Fail(status, HostStatus::RequestInvalid,
-                        FormatString("there is no band %d to write; the multispectral bands are 1 to %d",
-                                     number, static_cast<int>(count)));
-        const auto position = static_cast<std::size_t>(number - 1);
-        if (std::find(scene.bandOrder.begin(), scene.bandOrder.end(), position) != scene.bandOrder.end())
-            return Fail(status, HostStatus::RequestInvalid,
-                        FormatString("band %d is asked for twice; name every band to write once", number));
-        scene.bandOrder.push_back(position);
-    }
+    if (!CheckBandList(wanted, count, status)) return false;
+    for (const int number : wanted)
+        scene.bandOrder.push_back(static_cast<std::size_t>(number - 1));
     scene.outputBands = static_cast<std::uint32_t>(wanted.empty() ? count : wanted.size());
     for (std::size_t position = 0; position < count; ++position)
         if (std::find(scene.bandOrder.begin(), scene.bandOrder.end(), position) == scene.bandOrder.end())
