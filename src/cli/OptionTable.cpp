@@ -130,8 +130,8 @@ constexpr OptionEntry sharpenOptions[] = {
      "write a last band that tells where there is data, 0 where there is none"},
     {"-j,--threads", "N", "one a processor", runHeading, "threads that fuse"},
     {"--dry-run", "", "", runHeading,
-     "fuse and write nothing: tell what 'pansharp info' tells, for these options, and whether the output can "
-     "be written"},
+     "fuse and write nothing: tell what 'pansharp info' tells, for these options, and whether the output and "
+     "the preview can be written"},
     {"-v,--verbose", "", "", runHeading, "say in the end what the run was made with, too"},
     {"-q,--quiet", "", "", runHeading, "print warnings and errors only"},
     jsonOption,

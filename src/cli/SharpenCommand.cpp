@@ -103,8 +103,9 @@ ExitCode RunSharpen(const CommandLine& line) {
         if (!line.Has("--json"))
             for (const std::string& warning : warnings)
                 std::cerr << FormatWarning(warning);
-        if (isTrial) return ReportFindings(line, request, status);
-        if (CheckReports(line, request, preview, status)) code = Fuse(line, request, pair, report, status);
+        const bool canReport = CheckReports(line, request, preview, status);
+        if (isTrial) return ReportFindings(line, request, status); // what cannot be written is a finding
+        if (canReport) code = Fuse(line, request, pair, report, status);
         if (code == Done && preview && !rasterhost::WritePreview(request, *pair.scene, *preview, status))
             code = WorkFailed;
         report.warnings.insert(report.warnings.begin(), warnings.begin(), warnings.end());

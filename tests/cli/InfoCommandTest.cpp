@@ -30,6 +30,9 @@ TEST(InfoCommand, PrintsWhatSharpenWouldDo) {
     child::Arguments trial = child::Concatenate({arguments, {"--dry-run", "-o", "trial.tif"}});
     trial.front() = "sharpen";
     EXPECT_EQ(child::Run(folder, trial).out, text.out);
+    const auto preview = child::Run(folder, child::Concatenate({trial, {"--preview", "none/look.png"}}));
+    EXPECT_EQ(preview.code, 1);
+    EXPECT_THAT(preview.err, HasSubstr("'none/look.png' cannot be created"));
     trial.back() = "none/trial.tif";
     EXPECT_THAT(child::Run(folder, trial).err, HasSubstr("the folder 'none' of the output does not exist"));
     EXPECT_EQ(info.at("command"), "info");
