@@ -186,7 +186,9 @@ bool ReadOutput(const pansharp_output& given, FuseJob& job, Status& status) {
 
 /// What the process objects are made with.
 bool ReadMethod(const pansharp_job& given, const PansharpDescription& plugin, FuseJob& job, Status& status) {
-    const PansharpMethod* method = hostkit::FindMethod(plugin, given.method ? given.method : "", status);
+    // Pan's low-pass, which the recommended one may stand on, is not made here.
+    const char* keyword = given.method || plugin.methodCount == 0 ? given.method : plugin.methods[0].keyword;
+    const PansharpMethod* method = hostkit::FindMethod(plugin, keyword ? keyword : "", status);
     if (!method) return false;
     const hostkit::WeightedBands bands{job.multispectral.info.bandsPerPixel, job.infrared.has_value()};
     if (bands.multispectral < method->minimumBands)

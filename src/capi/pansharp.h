@@ -89,7 +89,7 @@ typedef struct pansharp_job {
     const uint32_t*
         output_bands;           /**< multispectral bands to write, counted from 1; left out: all, in order */
     uint32_t output_band_count; /**< numbers at output_bands */
-    const char* method;         /**< a keyword in any letter case; left out: what the plug-in recommends */
+    const char* method;         /**< a keyword in any letter case; left out: the plug-in's first */
     /** Share of each multispectral band in pan; left out: equal shares, the infrared band counted. */
     const double* weights;
     uint32_t weight_count;         /**< numbers at weights: one a band */

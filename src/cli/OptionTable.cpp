@@ -53,7 +53,7 @@ constexpr OptionEntry shiftOption = {
     "--shift", "DX,DY|auto", "0,0", fusionHeading,
     "how far the multispectral content lies right of and below its place, in its pixels, as 'pansharp info' "
     "tells; it is moved back. 'auto' measures it"};
-constexpr OptionEntry resamplingOption = {"-r,--resampling", "bilinear|cubic", "bilinear", fusionHeading,
+constexpr OptionEntry resamplingOption = {"-r,--resampling", "bilinear|cubic", "cubic", fusionHeading,
                                           "how the multispectral bands are brought to the pixels of pan"};
 constexpr OptionEntry blurOption = {"--mtf", "G1,G2,...", "0.3", qualityHeading,
                                     "modulation transfer of the multispectral sensor at the Nyquist "

@@ -66,10 +66,9 @@ std::vector<std::string> DescribeDetail(const rasterhost::DetailFit& detail) {
                                  : detail.error       ? "fitted one scale down"
                                                       : "by a rule of thumb"));
     if (detail.error)
-        lines.push_back(
-            FormatString("ERGAS one scale down %.3g, merely upsampled %.3g; at full size the gain is "
-                         "smaller",
-                         *detail.error, *detail.plainError));
+        lines.push_back(FormatString("ERGAS one scale down %.3g, merely upsampled %.3g; at full size less is "
+                                     "gained",
+                                     *detail.error, *detail.plainError));
     return lines;
 }
 

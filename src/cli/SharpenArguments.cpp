@@ -216,13 +216,17 @@ const PansharpMethod& ChooseMethod(const CommandLine& line, const PansharpDescri
     if (line.Has("--weights-from"))
         return FindMethod(plugin, ReadRunWeights(line.Get("--weights-from")).method);
     if (!hostkit::UsesLowPass(*recommended)) return *recommended;
-    for (const std::string option : {"--weights", "--infrared", "--infrared-weight"})
-        if (line.Has(option)) {
-            warnings.push_back(option + ": the method " + plugin.methods[0].keyword + " is taken, since " +
-                               recommended->keyword + " makes nothing of it; name one with --method");
-            return plugin.methods[0];
-        }
-    return *recommended;
+    std::string weighs;
+    for (const char* option : {"--infrared-weight", "--infrared", "--weights"})
+        if (line.Has(option)) weighs = option;
+    const auto* shares = hostkit::FindParameter(*recommended, PansharpFit::Share);
+    for (const auto& [name, value] : request.properties)
+        if (shares && (hostkit::IsNamed(shares->band, name) || hostkit::IsNamed(shares->additional, name)))
+            weighs = "--set " + name;
+    if (weighs.empty()) return *recommended;
+    warnings.push_back(weighs + ": the method " + plugin.methods[0].keyword + " is taken, since " +
+                       recommended->keyword + " weighs no bands; name one with --method");
+    return plugin.methods[0];
 }
 
 bool HasProperty(std::span<const PansharpProperty> properties, const std::string& name) {
@@ -320,6 +324,9 @@ std::vector<std::string> FitToPlugin(const CommandLine& line, const PansharpDesc
     if (line.Has("--weights") && !hostkit::WeighsBands(method)) refuse("--weights", "weights of bands");
     if (line.Has("--weights-from") && !hostkit::WeighsBands(method) && !hostkit::UsesLowPass(method))
         refuse("--weights-from", "weights of bands");
+    if (line.Has("--weights-from") && hostkit::WeighsBands(method) && request.weights.empty())
+        throw UsageError("--weights-from: the run of '" + line.Get("--weights-from") +
+                         "' weighed no bands; take a run of another method");
     if (line.Has("--infrared") && hostkit::UsesLowPass(method)) refuse("--infrared", "infrared band");
     for (const std::string option : {"--mtf", "--gains"})
         if (line.Has(option) && !hostkit::UsesLowPass(method)) refuse(option, "blur or gains");

@@ -40,11 +40,11 @@ inline constexpr PansharpMethod injectionMethod = {
     .summary = "adds a share of KOVA's difference to every band, by the band and by the pixel",
     .formula = "out[c] = ms[c] + g * (pan - I), I = sum of ms[b] * weight[b], g = gain[c] + ratio gain[c] * "
                "ms[c] / I",
-    .advice = "the most faithful, when I is pan's low-pass and the gains are fitted to the scene; with its "
+    .advice = "the most faithful: I is pan's low-pass and the gains are fitted to the scene; with its "
               "defaults it is KOVA",
     .minimumBands = 1,
     .fusedBands = 0,
-    .isRecommended = 0,
+    .isRecommended = 1,
     .additionalBand = PansharpAdditionalBand::LowPass,
     .bandParameterCount = std::size(injectionParameters),
     .bandParameters = injectionParameters,

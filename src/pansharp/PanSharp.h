@@ -52,7 +52,7 @@ inline constexpr PansharpMethod kovaMethod = {
               "close to a weighted sum of them",
     .minimumBands = 1,
     .fusedBands = 0,
-    .isRecommended = 1,
+    .isRecommended = 0,
     .additionalBand = PansharpAdditionalBand::Infrared,
     .bandParameterCount = std::size(kovaWeights),
     .bandParameters = kovaWeights,

@@ -213,7 +213,8 @@ TEST(Faults, OfOutputs) {
 // Files that may not grow (a disk that is full), requests to stop at any time,
 // and runs that write the same file at once.
 TEST(Faults, OfTheMachine) {
-    const Arguments sharpen = {"sharpen", "pan.tif", "ms.tif", "-w", "equal", "--no-nodata"};
+    const Arguments sharpen = {"sharpen", "pan.tif", "ms.tif", "--method",
+                               "kova",    "-w",      "equal",  "--no-nodata"};
     const struct {
         const char* what;
         Arguments arguments;
@@ -273,7 +274,8 @@ TEST(Faults, OfRunsThatWriteTheSameFileAtOnce) {
     for (const bool overwrite : {false, true}) {
         const child::Folder folder;
         const scene::Pair pair(folder, 3, 8);
-        Arguments arguments = {"sharpen", "pan.tif", "ms.tif", "-o", "o.tif", "-w", "equal"};
+        Arguments arguments = {"sharpen", "pan.tif", "ms.tif", "-o",      "o.tif",
+                               "-w",      "equal",   "-r",     "bilinear"};
         if (overwrite) arguments.emplace_back("--overwrite");
         std::vector<std::unique_ptr<child::Running>> runs;
         for (int i = 0; i < 4; ++i)

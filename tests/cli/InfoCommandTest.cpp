@@ -11,8 +11,9 @@ using testing::HasSubstr;
 TEST(InfoCommand, PrintsWhatSharpenWouldDo) {
     const child::Folder folder;
     const scene::Pair pair(folder, 4, 16);
-    const child::Arguments arguments = {"info",          "pan.tif",    "ms.tif,band=1", "ms.tif,band=2",
-                                        "ms.tif,band=3", "--infrared", "ms.tif,band=4"};
+    const child::Arguments arguments = {"info",          "pan.tif",       "ms.tif,band=1",
+                                        "ms.tif,band=2", "ms.tif,band=3", "--infrared",
+                                        "ms.tif,band=4", "--method",      "kova"};
     const auto text = child::Run(folder, arguments);
     ASSERT_EQ(text.code, 0) << text.err;
     for (const char* words :

@@ -15,9 +15,27 @@ using testing::MatchesRegex;
 TEST(RunJson, TellsEverythingOfAGoodRun) {
     const child::Folder folder;
     const scene::Pair pair(folder, 3, 16);
-    const child::Outcome outcome = child::Run(
-        folder, {"sharpen", "pan.tif", "ms.tif,band=3", "ms.tif,band=1", "-o", "out.tif", "--json", "-w",
-                 "0.75,0.3", "-b", "2", "--window", "8", "-j", "2", "--set", "odd=1", "--simd", "scalar"});
+    const child::Outcome outcome = child::Run(folder, {"sharpen",
+                                                       "pan.tif",
+                                                       "ms.tif,band=3",
+                                                       "ms.tif,band=1",
+                                                       "-o",
+                                                       "out.tif",
+                                                       "--json",
+                                                       "-w",
+                                                       "0.75,0.3",
+                                                       "-b",
+                                                       "2",
+                                                       "--window",
+                                                       "8",
+                                                       "-j",
+                                                       "2",
+                                                       "--set",
+                                                       "odd=1",
+                                                       "--simd",
+                                                       "scalar",
+                                                       "--method",
+                                                       "kova"});
     ASSERT_EQ(outcome.code, 0) << outcome.err;
     EXPECT_EQ(outcome.err, "");
     const json object = json::parse(outcome.out); // throws when anything follows the object
@@ -34,7 +52,7 @@ TEST(RunJson, TellsEverythingOfAGoodRun) {
         {"creation_options", json::array()},
         {"requested_bands", {2}},
         {"method", "KOVA"},
-        {"resampling", "bilinear"},
+        {"resampling", "cubic"},
         {"vector_instructions", "scalar"},
         {"columns", 46},
         {"rows", 38},

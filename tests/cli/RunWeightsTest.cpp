@@ -13,8 +13,8 @@ using testing::HasSubstr;
 TEST(RunWeights, OfAnEarlierRunServeAnotherMethodAndScene) {
     const child::Folder folder;
     const scene::Pair pair(folder, 4, 8);
-    const Arguments bands = {"sharpen",       "pan.tif",    "ms.tif,band=1", "ms.tif,band=2",
-                             "ms.tif,band=3", "--infrared", "ms.tif,band=4", "-o"};
+    const Arguments bands = {"sharpen", "pan.tif",  "ms.tif,band=1", "ms.tif,band=2", "ms.tif,band=3",
+                             "-r",      "bilinear", "--infrared",    "ms.tif,band=4", "-o"};
     const child::Outcome first = child::Run(
         folder, child::Concatenate(
                     {bands, {"a.tif", "--json", "-w", "0.5,0.125,0.125", "--infrared-weight", "0.25"}}));
@@ -32,8 +32,8 @@ TEST(RunWeights, OfAnEarlierRunServeAnotherMethodAndScene) {
 TEST(RunWeights, OfAFitServeAgain) {
     const child::Folder folder;
     const scene::Pair pair(folder, 4, 8);
-    const Arguments arguments = {"sharpen",    "pan.tif",       "ms.tif", "-b", "2",
-                                 "--infrared", "ms.tif,band=1", "--json", "-o"};
+    const Arguments arguments = {"sharpen",       "pan.tif", "ms.tif",   "-b",   "2", "--infrared",
+                                 "ms.tif,band=1", "--json",  "--method", "kova", "-o"};
     const child::Outcome first = child::Run(folder, child::Concatenate({arguments, {"a.tif"}}));
     ASSERT_EQ(first.code, 0) << first.err;
     std::ofstream(folder / "run.json") << first.out;
@@ -52,6 +52,28 @@ TEST(RunWeights, OfAFitServeAgain) {
     EXPECT_EQ(again.at("infrared_weight"), run.at("infrared_weight"));
     EXPECT_FALSE(again.contains("fit"));
     EXPECT_EQ(scene::Read(folder / "b.tif").samples, scene::Read(folder / "a.tif").samples);
+}
+
+// So do blur and gains, to the last digit.
+TEST(RunWeights, CarryBlurAndGains) {
+    const child::Folder folder;
+    const scene::Pair pair(folder, 4, 8);
+    const Arguments arguments = {"sharpen", "pan.tif", "ms.tif", "--json", "-o"};
+    const child::Outcome first =
+        child::Run(folder, child::Concatenate({arguments, {"a.tif", "--mtf", "0.45"}}));
+    ASSERT_EQ(first.code, 0) << first.err;
+    std::ofstream(folder / "run.json") << first.out;
+    const child::Outcome second =
+        child::Run(folder, child::Concatenate({arguments, {"b.tif", "--weights-from", "run.json"}}));
+    ASSERT_EQ(second.code, 0) << second.err;
+    const auto again = nlohmann::json::parse(second.out);
+    EXPECT_EQ(again.at("modulation_transfer"), 0.45);
+    EXPECT_EQ(again.at("gains"), nlohmann::json::parse(first.out).at("gains"));
+    EXPECT_EQ(again.at("detail_fit").at("gains_given"), true);
+    EXPECT_EQ(scene::Read(folder / "b.tif").samples, scene::Read(folder / "a.tif").samples);
+    const child::Outcome other = child::Run(
+        folder, child::Concatenate({arguments, {"c.tif", "--weights-from", "run.json", "--method", "kova"}}));
+    EXPECT_THAT(other.err, HasSubstr("the run of 'run.json' weighed no bands"));
 }
 
 TEST(RunWeights, AreRefusedWhereTheyDoNotServe) {

@@ -48,7 +48,8 @@ TEST(SettingsFile, GivesMethodAndProperties) {
     const scene::Pair pair(folder, 4, 8);
     WriteText(folder / "set.xml", "<S><Method>brovey</Method><BandWeight-2>0.125</BandWeight-2></S>");
     const auto fuse = [&](child::Arguments more) {
-        child::Arguments arguments{"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "--overwrite", "-q"};
+        child::Arguments arguments{"sharpen",     "pan.tif", "ms.tif", "-o",      "out.tif",
+                                   "--overwrite", "-q",      "-r",     "bilinear"};
         arguments.insert(arguments.end(), more.begin(), more.end());
         const auto outcome = child::Run(folder, arguments);
         EXPECT_EQ(outcome.code, 0) << outcome.err;

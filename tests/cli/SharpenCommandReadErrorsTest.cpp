@@ -86,7 +86,7 @@ TEST(SharpenCommandReadErrors, InTheMiddleNameFileAndRows) {
             const auto before = folder.List();
             const child::Outcome outcome =
                 child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "--window", "16", "-w",
-                                    "equal", "--threads", threads});
+                                    "equal", "-r", "bilinear", "--threads", threads});
             EXPECT_EQ(outcome.code, 1);
             EXPECT_THAT(outcome.err, HasSubstr("40 % done"));
             for (const std::string& word : c.words)

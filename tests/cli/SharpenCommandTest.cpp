@@ -108,8 +108,8 @@ TEST(SharpenCommand, FusesWhatWasAsked) {
         SCOPED_TRACE(run.what);
         const child::Folder folder;
         const scene::Pair pair(folder, 4, run.bits);
-        const Arguments arguments =
-            child::Concatenate({{"sharpen", "-o", "out.tif"}, run.options, {"pan.tif"}, run.inputs});
+        const Arguments arguments = child::Concatenate(
+            {{"sharpen", "-o", "out.tif", "-r", "bilinear"}, run.options, {"pan.tif"}, run.inputs});
         const child::Outcome outcome = child::Run(folder, arguments);
         ASSERT_EQ(outcome.code, 0) << outcome.err;
         const scene::Raster fused = scene::Read(folder / "out.tif");
@@ -139,8 +139,8 @@ TEST(SharpenCommand, WritesTheThreeBandsOfIhs) {
 TEST(SharpenCommand, ClosesWithWhatWasDone) {
     const child::Folder folder;
     const scene::Pair pair(folder, 3, 8);
-    const child::Outcome outcome = child::Run(
-        folder, {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "-w", "0.5,0.25,0.25", "-j", "1"});
+    const child::Outcome outcome = child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "-w",
+                                                       "0.5,0.25,0.25", "-j", "1", "--method", "kova"});
     ASSERT_EQ(outcome.code, 0) << outcome.err;
     const scene::Raster fused = scene::Read(folder / "out.tif");
     const auto zeros = std::count(fused.samples.begin(), fused.samples.begin() + 46 * 38, 0u);
@@ -152,8 +152,8 @@ TEST(SharpenCommand, ClosesWithWhatWasDone) {
     EXPECT_THAT(outcome.err, HasSubstr("100 % done"));
     EXPECT_THAT(folder.List(), ElementsAre("ms.tif", "out.tif", "pan.tif"));
 
-    const child::Outcome quiet = child::Run(
-        folder, {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "--overwrite", "-q", "-w", "equal"});
+    const child::Outcome quiet = child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif",
+                                                     "--overwrite", "-q", "-w", "equal", "--method", "kova"});
     EXPECT_EQ(quiet.code, 0);
     EXPECT_EQ(quiet.out + quiet.err, "");
 }
@@ -180,10 +180,17 @@ TEST(SharpenCommand, WarnsAndGoesOn) {
     EXPECT_EQ(unknown.code, 0);
     EXPECT_THAT(unknown.err,
                 HasSubstr("warning: the property BandWieght-1: the plug-in names no such property"));
-    const child::Outcome known =
-        child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "b.tif", "--set", "bandweight-2=2"});
+    const child::Outcome known = child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "b.tif", "--set",
+                                                     "bandweight-2=2", "--method", "kova"});
     EXPECT_EQ(known.code, 0);
     EXPECT_THAT(known.err, testing::Not(HasSubstr("warning")));
+    for (const Arguments& weighed : {Arguments{"-w", "equal"}, {"--set", "BandWeight-2=2"}}) {
+        const child::Outcome chosen = child::Run(
+            folder,
+            child::Concatenate({{"sharpen", "pan.tif", "ms.tif", "-o", "c.tif", "--overwrite"}, weighed}));
+        EXPECT_THAT(chosen.err, HasSubstr(": the method KOVA is taken, since Injection weighs no bands"));
+        EXPECT_THAT(chosen.out, HasSubstr("method KOVA"));
+    }
 }
 
 /// The scene is large on paper only; once the first tenth is fused, nine tenths of the time are left.

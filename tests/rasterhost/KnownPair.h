@@ -43,7 +43,7 @@ struct KnownPair {
         return sum / (size * size);
     }
     [[nodiscard]] rasterhost::SharpenRequest Write(const Folder& folder) const {
-        rasterhost::SharpenRequest request;
+        rasterhost::SharpenRequest request = MakeRequest();
         const int panSize = msSize * msFine / panFine;
         request.pan.file = folder.Write(
             "pan.tif", {panSize, panSize, 1, GDT_UInt16, Grid(panFine), {}}, [&](int c, int r, int) {

@@ -131,6 +131,14 @@ inline std::span<const PansharpMethod> Methods() {
     return hostkit::MethodsOf(plugin->GetDescription());
 }
 
+/// A request whose pixels can be worked out by hand: it weighs bands and samples between four neighbours.
+inline rasterhost::SharpenRequest MakeRequest() {
+    rasterhost::SharpenRequest request;
+    request.method = "kova";
+    request.resampling = "bilinear";
+    return request;
+}
+
 inline Outcome RunSharpen(rasterhost::SharpenRequest request) {
     if (request.plugin.empty()) request.plugin = PANSHARP_PLUGIN_FILE;
     Outcome outcome;

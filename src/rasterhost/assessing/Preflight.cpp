@@ -219,8 +219,9 @@ private:
         std::vector<std::string>& warnings = report.warnings;
         if (report.shift && report.shift->IsAgreed() && report.shift->GetLength() >= leastShift)
             warnings.push_back(ShiftWarning(*report.shift, scene->GetMultispectral()));
-        if (!obstacle.empty()) warnings.push_back(obstacle + "; equal weights are used");
-        if (report.fit && obstacle.empty())
+        const bool isWeighed = !report.detail;
+        if (isWeighed && !obstacle.empty()) warnings.push_back(obstacle + "; equal weights are used");
+        if (isWeighed && report.fit && obstacle.empty())
             for (const std::string& warning : JudgeFit(*scene, *report.fit))
                 warnings.push_back(warning);
         if (report.detail)

@@ -31,7 +31,7 @@ struct PairRequest {
     /// Multispectral bands to write, counted from 1, in order; empty for all.
     std::vector<int> bands;
     /// "bilinear", or "cubic": convolution with a = -0.5, clamped at the edges.
-    std::string resampling = "bilinear";
+    std::string resampling = "cubic";
 
     /// All images have the corner and extent of pan, whatever their georeferencing says.
     bool sameCorner = false;

@@ -110,7 +110,7 @@ TEST(Preflight, FailsAsTheRunWould) {
 TEST(Preflight, FindsTheHalfPixelHoweverItIsTold) {
     const Folder folder;
     const auto flat = [](int, int, int) { return 9u; };
-    SharpenRequest request;
+    SharpenRequest request = MakeRequest();
     request.pan.file = folder.Write("pan.tif", {40, 40, 1, GDT_Byte, Grid(15.0), "EPSG:32630"}, flat);
     const Transform corner = Grid(30.0, 500000.0 - 22.5, 4000000.0 + 7.5);
     const std::string area = folder.Write("area.tif", {21, 21, 1, GDT_Byte, corner, "EPSG:32630"}, flat);
@@ -143,7 +143,7 @@ TEST(Preflight, FindsTheHalfPixelHoweverItIsTold) {
 TEST(Preflight, SaysNothingOfWhatItDidNotSee) {
     const Folder folder;
     const auto flat = [](int, int, int) { return 9u; };
-    SharpenRequest request;
+    SharpenRequest request = MakeRequest();
     request.pan.file =
         folder.Write("pan.tif", {3, 3, 1, GDT_Byte, Grid(10.0, 500005.0, 3999995.0), {}}, flat);
     request.multispectral = {{folder.Write("ms.tif", {2, 2, 1, GDT_Byte, Grid(40.0), {}}, flat), {}}};

@@ -15,7 +15,7 @@ TEST(Preview, ShowsPanUpsampledAndFusedSideBySide) {
                      [](int column, int row, int) { return column == 590 && row == 40 ? 200u : 50u; });
     const auto ms = folder.Write("ms.tif", {300, 275, 3, GDT_Byte, testfiles::Grid(2.0, 0.0, 0.0), {}},
                                  [](int, int, int) { return 50u; });
-    rasterhost::SharpenRequest request;
+    rasterhost::SharpenRequest request = testfiles::MakeRequest();
     request.pan = {pan, {}};
     request.multispectral = {{ms, {}}};
     request.output = folder / "out.tif";
@@ -57,7 +57,7 @@ TEST(Preview, StretchesEveryColourByItself) {
     const auto ground = [](int column, int row, int band) {
         return static_cast<unsigned>(20 + 60 * band + (column * 7 + row * 3) % 40);
     };
-    rasterhost::SharpenRequest request;
+    rasterhost::SharpenRequest request = testfiles::MakeRequest();
     request.pan = {folder.Write("pan.tif", {64, 64, 1, GDT_Byte, testfiles::Grid(1.0), {}}, ground), {}};
     request.multispectral = {
         {folder.Write("ms.tif", {64, 64, 3, GDT_Byte, testfiles::Grid(1.0), {}}, ground), {}}};

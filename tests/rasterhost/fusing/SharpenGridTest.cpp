@@ -22,7 +22,7 @@ struct GridPair {
     bool hasControlPoints = false; ///< pan is placed by them
 
     [[nodiscard]] SharpenRequest Write(const Folder& folder) const {
-        SharpenRequest request;
+        SharpenRequest request = MakeRequest();
         const auto code = [](int c, int r, int band) {
             return static_cast<unsigned>(1000 + step * (band == 0 ? c : r));
         };

@@ -20,7 +20,7 @@ struct InfraredScene {
     }
     [[nodiscard]] SharpenRequest Request(const char* method, std::vector<int> multispectral,
                                          std::optional<int> infrared) const {
-        SharpenRequest request;
+        SharpenRequest request = testfiles::MakeRequest();
         request.pan.file = pan;
         for (const int band : multispectral)
             request.multispectral.push_back({stacked, band});

@@ -73,7 +73,7 @@ struct CodedPair {
         for (int band = 1; band <= dataset->GetRasterCount(); ++band)
             dataset->GetRasterBand(band)->SetNoDataValue(value);
     }
-    SharpenRequest request;
+    SharpenRequest request = MakeRequest();
 };
 
 /// Where the output says that there are data.
@@ -181,7 +181,7 @@ TEST(SharpenNoData, IsDataWhenItIsToBe) {
 
 TEST(SharpenNoData, SignedSamplesOfZeroAndMoreAreTaken) {
     const Folder folder;
-    SharpenRequest request;
+    SharpenRequest request = MakeRequest();
     const auto write = [&](const char* name, int size, double pixel, int low) {
         const std::string file = folder / name;
         GDALDatasetUniquePtr made(GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
@@ -214,7 +214,7 @@ TEST(SharpenNoData, SignedSamplesOfZeroAndMoreAreTaken) {
 // Values of -1 to 1 in floating point; what is not a number or declared has no data.
 TEST(SharpenNoData, ScaledSamplesOfAnyType) {
     const Folder folder;
-    SharpenRequest request;
+    SharpenRequest request = MakeRequest();
     const auto write = [&](const char* name, int size, double pixel, float value, float odd) {
         const std::string file = folder / name;
         GDALDatasetUniquePtr made(GetGDALDriverManager()->GetDriverByName("GTiff")->Create(

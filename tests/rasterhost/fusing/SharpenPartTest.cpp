@@ -24,7 +24,7 @@ protected:
         request.overwrite = true;
     }
     const Folder folder;
-    SharpenRequest request;
+    SharpenRequest request = MakeRequest();
 };
 
 // A part has the pixels that the whole has there, whatever the sampling and the windows; its position says

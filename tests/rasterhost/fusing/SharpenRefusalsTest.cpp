@@ -40,7 +40,7 @@ protected:
     }
 
     const Folder folder;
-    SharpenRequest request;
+    SharpenRequest request = MakeRequest();
 };
 
 TEST_F(Refusals, TheRequestIsRightOtherwise) {

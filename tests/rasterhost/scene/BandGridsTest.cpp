@@ -52,7 +52,7 @@ protected:
 
     const Folder folder;
     std::vector<InputBand> files;
-    SharpenRequest request;
+    SharpenRequest request = MakeRequest();
 };
 
 // Each band is what its file alone gives, in the order wanted, and a pixel has data where all bands have.

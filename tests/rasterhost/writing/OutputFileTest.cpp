@@ -36,7 +36,7 @@ protected:
     }
 
     const Folder folder;
-    SharpenRequest request;
+    SharpenRequest request = MakeRequest();
 };
 
 TEST_F(Output, AppearsWhenItIsComplete) {
@@ -87,6 +87,7 @@ TEST_F(Output, FailingProcessesTellWhy) {
                  {"failWindow", "300", "rows 320 to 384", "no window here"},
                  {"failRow", "0", "rows 0 to 1", "no row here"}};
     request.plugin = FAILING_PLUGIN_FILE;
+    request.method.clear();
     for (const auto& c : cases)
         for (const int threads : {1, 2, 5}) {
             request.threads = threads;
