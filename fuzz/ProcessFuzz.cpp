@@ -23,7 +23,7 @@ std::vector<std::string> Names() {
         all.emplace_back(property.name);
     for (const PansharpMethod& method : plugin.Methods()) {
         for (const auto& parameter : std::span(method.bandParameters, method.bandParameterCount)) {
-            for (const std::size_t band : {0, 1})
+            for (std::size_t band = 0; band < 2; ++band)
                 if (parameter.band.name) all.push_back(PropertyNames::OfBand(parameter.band, band));
             if (parameter.additional.name) all.emplace_back(parameter.additional.name);
         }

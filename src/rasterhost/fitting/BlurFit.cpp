@@ -20,7 +20,7 @@ constexpr std::size_t firstTried = 1;        ///< by which pixels that do not ob
 constexpr double panBlur = 0.14;             ///< variance that pan's own blur adds, in pan pixels
 constexpr double robustDeviations = 4.0;     ///< beyond them a pixel does not obey
 constexpr double deviationOfMedian = 1.4826; ///< of the normal distribution, over the median distance
-constexpr std::uint32_t blocks = 8, pixelsAcross = 32;
+constexpr std::uint32_t blocksAcross = 8, pixelsAcross = 32;
 constexpr std::size_t mostValues = std::size_t{1} << 22; ///< kept; of many bands every n-th pixel is
 constexpr std::size_t leastSamplesPerNumber = 10;        ///< that is fitted
 constexpr double negligiblePivot = 1e-10;
@@ -72,7 +72,7 @@ void BlurSamples::Add(const FitBlock& block, std::size_t step) {
 }
 
 bool BlurSamples::Read(FitBlockSource& source, Status& status) {
-    const std::vector<hostkit::PixelRect> rects = source.Choose(blocks, pixelsAcross);
+    const std::vector<hostkit::PixelRect> rects = source.Choose(blocksAcross, pixelsAcross);
     const std::size_t step = rects.size() * pixelsAcross * pixelsAcross * Width() / mostValues + 1;
     FitBlock block;
     for (const hostkit::PixelRect& rect : rects) {

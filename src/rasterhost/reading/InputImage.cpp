@@ -125,6 +125,7 @@ std::vector<std::string> InputImage::GetFiles() const {
 void InputImage::Reorder(const std::vector<std::size_t>& order) {
     description = std::make_shared<const ImageDescription>(description->WithBands(order));
     std::vector<BandHandles> reordered;
+    reordered.reserve(order.size());
     for (const std::size_t position : order)
         reordered.push_back(handles[position]);
     handles = std::move(reordered);

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <compare>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <tuple>
 
 /// What files are, whatever their names, and how they change their names. Names of the file system only.
 namespace rasterhost {
@@ -14,7 +14,9 @@ struct FileIdentity {
     std::uint64_t number = 0;
     std::string name; ///< of a file that is not there, in the folder of that number; else empty
 
-    auto operator<=>(const FileIdentity&) const = default;
+    bool operator<(const FileIdentity& other) const {
+        return std::tie(volume, number, name) < std::tie(other.volume, other.number, other.name);
+    }
 };
 
 /// Links are followed. A file that is not there has its place for identity; nothing when that is not there
