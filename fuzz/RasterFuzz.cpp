@@ -6,11 +6,11 @@
 #include "hostkit/PluginLibrary.h"
 #include "rasterhost/assessing/Preflight.h"
 #include "rasterhost/fusing/Sharpen.h"
+#include "support/RasterFiles.h"
 
 #include <cpl_conv.h>
 #include <cpl_string.h>
 #include <cpl_vsi.h>
-#include <gdal_priv.h>
 
 using fuzz::Require;
 using KOVA::Tessara::Fundament::Status;
@@ -22,36 +22,32 @@ constexpr const char* folder = "/vsimem/fuzz/";
 std::string Name(const std::string& file) { return folder + file; }
 
 /// A sound partner of the damaged file; pan is twice as fine.
-void WriteGood(const char* file, int columns, int rows, int bands, GDALDataType type) {
-    constexpr int extent = 240;
-    GDALDatasetUniquePtr made(GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
-        Name(file).c_str(), columns, rows, bands, type, nullptr));
-    double transform[] = {1000.0, static_cast<double>(extent) / columns, 0.0, 2000.0,
-                          0.0,    -static_cast<double>(extent) / rows};
-    made->SetGeoTransform(transform);
-    std::vector<unsigned short> samples(static_cast<std::size_t>(columns * rows * bands));
-    for (std::size_t i = 0; i < samples.size(); ++i)
-        samples[i] = static_cast<unsigned short>((i * 37 + i / 7) % 251 + 1);
-    Require(made->RasterIO(GF_Write, 0, 0, columns, rows, samples.data(), columns, rows, GDT_UInt16, bands,
-                           nullptr, 0, 0, 0, nullptr) == CE_None,
-            "the sound files are written");
+void WriteGood(const char* file, int columns, int bands, GDALDataType type) {
+    testfiles::WriteRaster(
+        Name(file),
+        {columns, columns * 5 / 6, bands, type, testfiles::Grid(240.0 / columns, 1000.0, 2000.0), {}},
+        [](int column, int row, int band) { return (column * 37 + row * 5 + band * 11) % 251 + 1; });
 }
 
-const hostkit::PluginLibrary& Prepare() {
-    static const auto plugin = [] {
+/// Makes the sound files; returns the methods of the plug-in, and none, which stands for the recommended one.
+const std::vector<std::string>& Prepare() {
+    static const auto methods = [] {
         CPLSetConfigOption("GDAL_DISABLE_READDIR_ON_OPEN", "EMPTY_DIR");
         CPLSetConfigOption("GDAL_CACHEMAX", "64");
         GDALAllRegister();
-        WriteGood("pan8.tif", 24, 20, 1, GDT_Byte);
-        WriteGood("pan16.tif", 24, 20, 1, GDT_UInt16);
-        WriteGood("ms8.tif", 12, 10, 4, GDT_Byte);
-        WriteGood("ms16.tif", 12, 10, 4, GDT_UInt16);
+        WriteGood("pan8.tif", 24, 1, GDT_Byte);
+        WriteGood("pan16.tif", 24, 1, GDT_UInt16);
+        WriteGood("ms8.tif", 12, 4, GDT_Byte);
+        WriteGood("ms16.tif", 12, 4, GDT_UInt16);
         Status status;
-        auto loaded = hostkit::PluginLibrary::Load(PANSHARP_PLUGIN_FILE, status);
-        Require(loaded != nullptr, "the plug-in is there");
-        return loaded;
+        static const auto plugin = hostkit::PluginLibrary::Load(PANSHARP_PLUGIN_FILE, status);
+        Require(plugin != nullptr, "the plug-in is there");
+        std::vector<std::string> all = {""};
+        for (const PansharpMethod& method : hostkit::MethodsOf(plugin->GetDescription()))
+            all.emplace_back(method.keyword);
+        return all;
     }();
-    return *plugin;
+    return methods;
 }
 
 /// A virtual raster may name any file, and what a server has: only those of the folder here are let through.
@@ -78,18 +74,6 @@ private:
     std::string content;
 };
 
-/// The methods of the plug-in, and none, which stands for the recommended one.
-std::vector<std::string> Methods() {
-    Status status;
-    const auto plugin = hostkit::PluginLibrary::Load(PANSHARP_PLUGIN_FILE, status);
-    std::vector<std::string> all = {""};
-    for (const PansharpMethod& method : hostkit::MethodsOf(plugin->GetDescription()))
-        all.emplace_back(method.keyword);
-    return all;
-}
-
-const std::vector<std::string> methods = Methods();
-
 rasterhost::SharpenRequest MakeRequest(unsigned how, unsigned which, const std::string& damaged) {
     rasterhost::SharpenRequest request;
     const bool is16 = (which & 4u) != 0;
@@ -101,7 +85,6 @@ rasterhost::SharpenRequest MakeRequest(unsigned how, unsigned which, const std::
     request.sameCorner = (which & 16u) != 0;
     request.measureShift = (which & 32u) != 0;
     request.onlyIntersection = (which & 64u) != 0;
-    request.method = methods[how % methods.size()];
     request.resampling = (how & 4u) != 0 ? "cubic" : "bilinear";
     if ((how & 8u) != 0) request.scale = std::array{-3.0, 500.0};
     request.alpha = (how & 16u) != 0;
@@ -166,7 +149,7 @@ void Fuse(rasterhost::SharpenRequest request, int mostSteps) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    fuzz::Drop(&Prepare());
+    const auto& methods = Prepare();
     fuzz::Input input(data, size);
     const auto how = input.Take<std::uint8_t>();
     const auto which = input.Take<std::uint8_t>();
@@ -177,7 +160,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (isVirtual ? !bytes.starts_with(virtualStart) || !StaysHere(bytes) : bytes.size() < 8) return 0;
     if (!isVirtual && !bytes.starts_with("II") && !bytes.starts_with("MM")) bytes.replace(0, 4, classic);
     const Damaged damaged(isVirtual ? "damaged.vrt" : "damaged.tif", std::move(bytes));
-    Fuse(MakeRequest(how, which, damaged.name), CountSteps(damaged.name));
+    auto request = MakeRequest(how, which, damaged.name);
+    request.method = methods[how % methods.size()];
+    Fuse(std::move(request), CountSteps(damaged.name));
     char** left = VSIReadDir("/vsimem/fuzz");
     Require(CSLCount(left) == 5, "no file is left behind");
     CSLDestroy(left);

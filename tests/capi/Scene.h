@@ -1,7 +1,7 @@
 #pragma once
 
 #include "StridedImage.h"
-#include "pansharp/Oracle.h"
+#include "support/MethodOracle.h"
 
 #include <gtest/gtest.h>
 

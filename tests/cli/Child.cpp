@@ -1,13 +1,10 @@
 #include "Child.h"
 
-#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
-#include <fstream>
 #include <grp.h>
-#include <iterator>
 #include <stdexcept>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -21,11 +18,6 @@ namespace {
 constexpr const char* outName = ".stdout";
 constexpr const char* errName = ".stderr";
 
-std::string ReadAll(const std::string& name) {
-    std::ifstream file(name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 /// In the child: this descriptor becomes that file.
 void Redirect(int descriptor, const std::string& name) {
     const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
@@ -34,26 +26,6 @@ void Redirect(int descriptor, const std::string& name) {
 }
 
 } // namespace
-
-Folder::Folder() {
-    std::string name = (std::filesystem::temp_directory_path() / "pansharp-cli-XXXXXX").string();
-    if (!mkdtemp(name.data())) throw std::runtime_error("no temporary folder");
-    path = name;
-}
-
-Folder::~Folder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path, ignored);
-}
-
-std::vector<std::string> Folder::List() const {
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(path))
-        if (const std::string name = entry.path().filename().string(); name != outName && name != errName)
-            names.push_back(name);
-    std::sort(names.begin(), names.end());
-    return names;
-}
 
 Running::Running(const Folder& workFolder, const Arguments& arguments,
                  const std::optional<std::string>& plugin, const std::string& out, int terminal,
@@ -87,20 +59,26 @@ Running::Running(const Folder& workFolder, const Arguments& arguments,
     _exit(99);
 }
 
-std::string Running::ErrorsSoFar() const { return ReadAll(folder / errName); }
+std::string Running::ErrorsSoFar() const { return testfiles::ReadText(folder / errName); }
 
 void Running::Signal(int number) const { kill(id, number); }
 
 Outcome Running::Finish() {
     int state = 0;
     waitpid(id, &state, 0);
-    return {WIFEXITED(state) ? WEXITSTATUS(state) : 1000 + WTERMSIG(state), ReadAll(folder / outName),
-            ReadAll(folder / errName)};
+    return {WIFEXITED(state) ? WEXITSTATUS(state) : 1000 + WTERMSIG(state),
+            testfiles::ReadText(folder / outName), testfiles::ReadText(folder / errName)};
 }
 
 Outcome Run(const Folder& folder, const Arguments& arguments, const std::optional<std::string>& plugin,
             const std::string& out) {
     return Running(folder, arguments, plugin, out).Finish();
+}
+
+Outcome RunWell(const Folder& folder, const Arguments& arguments) {
+    Outcome outcome = Run(folder, arguments);
+    if (outcome.code != 0) throw std::runtime_error(AsTyped(arguments) + "\n" + outcome.err);
+    return outcome;
 }
 
 bool WaitUntil(const std::function<bool()>& condition) {

@@ -1,7 +1,8 @@
 #pragma once
 
+#include "support/RasterFiles.h"
+
 #include <cstdint>
-#include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>
@@ -19,21 +20,7 @@ struct Outcome {
     std::string err;
 };
 
-/// A folder of its own for one test, removed with it.
-class Folder {
-public:
-    Folder();
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-    ~Folder();
-
-    /// Full name of a file in it.
-    [[nodiscard]] std::string operator/(const std::string& name) const { return (path / name).string(); }
-    /// Names of all files in it, hidden ones too, sorted, without those that the child printed to.
-    [[nodiscard]] std::vector<std::string> List() const;
-
-    std::filesystem::path path;
-};
+using testfiles::Folder;
 
 /// A running command. Its working directory is the folder, and its output goes to files there that List()
 /// does not show.
@@ -61,6 +48,9 @@ private:
 
 [[nodiscard]] Outcome Run(const Folder& folder, const Arguments& arguments,
                           const std::optional<std::string>& plugin = {}, const std::string& out = {});
+
+/// One that has to end with 0: an exception fails the test.
+Outcome RunWell(const Folder& folder, const Arguments& arguments);
 
 /// Looks again and again until the condition holds; false when it does not within a minute.
 [[nodiscard]] bool WaitUntil(const std::function<bool()>& condition);

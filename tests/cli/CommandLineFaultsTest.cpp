@@ -144,11 +144,18 @@ TEST(Faults, OfOutputs) {
          0,
          {"m.tif", "m.tif.msk is gone"}},
         {"a file", {"pan.tif", "ms.tif", "-o", "old.tif"}, 1, {}},
-        {"a file to replace", {"pan.tif", "ms.tif", "-o", "old.tif", "--overwrite"}, 0, {"old.tif"}},
+        {"a header to replace",
+         {"pan.tif", "ms.tif", "-o", "h.dat", "-f", "ENVI", "--overwrite"},
+         0,
+         {"h.dat", "h.dat.aux.xml", "h.hdr"}},
+        {"a file to replace",
+         {"pan.tif", "ms.tif", "-o", "old.tif", "--overwrite"},
+         0,
+         {"old.tif", "old.tif.aux.xml is gone", "old.tif.ovr is gone"}},
         {"a link to a file to replace",
          {"pan.tif", "ms.tif", "-o", "to-old.tif", "--overwrite"},
          0,
-         {"old.tif"}},
+         {"old.tif", "old.tif.aux.xml is gone", "old.tif.ovr is gone"}},
         {"a pipe", {"pan.tif", "ms.tif", "-o", "pipe.tif", "--overwrite"}, 1, {}},
         {"a folder", {"pan.tif", "ms.tif", "-o", "folder.tif", "--overwrite"}, 1, {}},
         {"no folder", {"pan.tif", "ms.tif", "-o", "no/o.tif"}, 1, {}},
@@ -191,7 +198,8 @@ TEST(Faults, OfOutputs) {
         WriteText(folder / "e.img", std::string(23 * 19 * 3, 'e'));
         fs::create_directory(folder / "kept");
         WriteText(folder / "s.xml", "<Settings><BandWeight-1>0.3</BandWeight-1></Settings>");
-        for (const char* name : {"old.tif", "m.tif.msk", "h.hdr", "p.png", "kept/truth.tif"})
+        for (const char* name :
+             {"old.tif", "old.tif.aux.xml", "old.tif.ovr", "m.tif.msk", "h.hdr", "p.png", "kept/truth.tif"})
             WriteText(folder / name, "precious");
         fs::permissions(folder / "old.tif", fs::perms::owner_all | fs::perms::group_read);
         fs::create_symlink("old.tif", folder / "to-old.tif");
@@ -221,7 +229,12 @@ TEST(Faults, OfTheMachine) {
         std::uint64_t largestFile; ///< in bytes
         int signal;
     } cases[] = {
-        {"full", {"-o", "o.tif"}, 1, 0},
+        {"full", {"-o", "o.tif", "--window", "16"}, 1, 0},
+        {"full", {"-o", "o.tif"}, 1500000, 0},
+        {"full", {"-o", "o.tif", "--co", "COMPRESS=DEFLATE"}, 1500000, 0},
+        {"full", {"-o", "o.tif", "--window", "100"}, 1500000, 0},
+        {"full", {"-o", "o.tif", "--window", "100", "--co", "COMPRESS=DEFLATE"}, 1500000, 0},
+        {"full", {"-o", "o.tif", "-f", "COG"}, 1500000, 0},
         {"full", {"-o", "o.dat", "-f", "ENVI"}, 1, 0},
         {"full", {"-o", "o.dat", "-f", "ENVI"}, 200000, 0},
         {"full", {"-o", "o.rst", "-f", "RST"}, 200000, 0},
@@ -233,13 +246,17 @@ TEST(Faults, OfTheMachine) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what + (" " + child::AsTyped(c.arguments)));
         const child::Folder folder;
-        const int size = c.signal == 0 ? 600 : 8192;
-        scene::WriteSparse(folder / "pan.tif", size, size, 1, {.pixelSize = 10.0});
-        scene::WriteSparse(folder / "ms.tif", size / 2, size / 2, 3, {.pixelSize = 20.0});
+        if (c.signal == 0) {
+            scene::Write(folder / "pan.tif", scene::MakeRaster(1000, 800, 1, 8, 5), {.pixelSize = 10.0});
+            scene::Write(folder / "ms.tif", scene::MakeRaster(500, 400, 3, 8, 5), {.pixelSize = 20.0});
+        } else {
+            scene::WriteSparse(folder / "pan.tif", 8192, 8192, 1, {.pixelSize = 10.0});
+            scene::WriteSparse(folder / "ms.tif", 4096, 4096, 3, {.pixelSize = 20.0});
+        }
         const Files before = Look(folder);
-        child::Running running(folder,
-                               child::Concatenate({sharpen, c.arguments, {"--window", "16", "-j", "1"}}), {},
-                               {}, -1, c.largestFile);
+        const Arguments slowly = c.signal == 0 ? Arguments{} : Arguments{"--window", "16", "-j", "1"};
+        child::Running running(folder, child::Concatenate({sharpen, c.arguments, slowly}), {}, {}, -1,
+                               c.largestFile);
         if (c.signal != 0) {
             ASSERT_TRUE(child::WaitUntil(
                 [&] { return running.ErrorsSoFar().find("10 % done") != std::string::npos; }));
@@ -247,6 +264,11 @@ TEST(Faults, OfTheMachine) {
         }
         const child::Outcome outcome = running.Finish();
         EXPECT_EQ(outcome.code, c.signal == 0 ? 1 : 130) << outcome.err;
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_TRUE(c.signal == 0 || outcome.err.find("100 %") == std::string::npos) << outcome.err;
+        if (c.largestFile == 1500000) { // full in the middle
+            EXPECT_THAT(outcome.err, testing::AllOf(HasSubstr("'o.tif'"), HasSubstr("is the disk full?")));
+        }
         EXPECT_THAT(Changed(before, Look(folder)), testing::IsEmpty());
     }
 }

@@ -112,8 +112,7 @@ TEST(CommandLine, VectorTargetOfTheEnvironmentIsChecked) {
 
 TEST(CommandLine, HelpTellsEveryOptionAndFitsTheTerminal) {
     const child::Folder folder;
-    const child::Outcome help = child::Run(folder, {"sharpen", "--help", "--nonsense"});
-    EXPECT_EQ(help.code, 0);
+    const child::Outcome help = child::RunWell(folder, {"sharpen", "--help", "--nonsense"});
     EXPECT_THAT(help.err, IsEmpty());
     EXPECT_THAT(help.out, StartsWith("Usage: pansharp sharpen PAN MS"));
     for (const char* words :
@@ -125,8 +124,7 @@ TEST(CommandLine, HelpTellsEveryOptionAndFitsTheTerminal) {
     for (std::size_t start = 0; start < help.out.find("\nExamples:"); start = help.out.find('\n', start) + 1)
         EXPECT_LE(help.out.find('\n', start) - start, 80u) << help.out.substr(start, 100);
 
-    const child::Outcome program = child::Run(folder, {"-h"});
-    EXPECT_EQ(program.code, 0);
+    const child::Outcome program = child::RunWell(folder, {"-h"});
     EXPECT_THAT(program.out, testing::AllOf(HasSubstr("\n  sharpen "), HasSubstr("\n  methods ")));
     const child::Outcome nothing = child::Run(folder, {});
     EXPECT_EQ(nothing.code, 2);

@@ -14,8 +14,7 @@ TEST(InfoCommand, PrintsWhatSharpenWouldDo) {
     const child::Arguments arguments = {"info",          "pan.tif",       "ms.tif,band=1",
                                         "ms.tif,band=2", "ms.tif,band=3", "--infrared",
                                         "ms.tif,band=4", "--method",      "kova"};
-    const auto text = child::Run(folder, arguments);
-    ASSERT_EQ(text.code, 0) << text.err;
+    const auto text = child::RunWell(folder, arguments);
     for (const char* words :
          {"'pan.tif': 46 x 38 pixels of 10 x 10, 1 band\n", "EPSG:32631", "16 bits unsigned",
           "ratio 2, overlap 100 % of pan", "band 3: correlation with pan", "46 x 38 pixels, 3 bands"})
@@ -43,28 +42,4 @@ TEST(InfoCommand, PrintsWhatSharpenWouldDo) {
     EXPECT_EQ(info.at("warnings"), fused.at("warnings"));
     EXPECT_EQ(info.at("images").at("infrared").at("columns"), 23);
     EXPECT_THAT(folder.List(), testing::ElementsAre("ms.tif", "out.tif", "pan.tif"));
-}
-
-TEST(InfoCommand, FailsWhereSharpenWould) {
-    const child::Folder folder;
-    const scene::Pair pair(folder, 2, 8);
-    scene::Write(folder / "away.tif", pair.ms, {.x = 900000.0, .pixelSize = 20.0});
-    const struct {
-        child::Arguments arguments;
-        int code;
-        const char* words;
-    } cases[] = {{{"pan.tif", "away.tif"}, 1, "do not overlap"},
-                 {{"pan.tif", "ms.tif", "--method", "ihs"}, 1, "at least 3 multispectral bands"},
-                 {{"pan.tif", "ms.tif", "-o", "out.tif"}, 2, "-o"},
-                 {{"pan.tif"}, 2, "only 'pan.tif' is named"}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(child::AsTyped(c.arguments));
-        const auto outcome = child::Run(folder, child::Concatenate({{"info", "--json"}, c.arguments}));
-        EXPECT_EQ(outcome.code, c.code);
-        EXPECT_THAT(outcome.err,
-                    testing::AllOf(testing::StartsWith("pansharp: error: "), HasSubstr(c.words)));
-        const json object = json::parse(outcome.out);
-        EXPECT_EQ(object.at("exit_code"), c.code);
-        EXPECT_FALSE(object.contains("sharpen"));
-    }
 }

@@ -1,13 +1,12 @@
 #include "Child.h"
 
 #include "hostkit/MethodTable.h"
+#include "plugin/PluginFile.h"
 
-#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -20,11 +19,8 @@ namespace {
 
 /// What the built plug-in says of itself, asked without the command.
 const PansharpDescription& AskPlugin() {
-    static void* library = dlopen(PANSHARP_PLUGIN_FILE, RTLD_NOW | RTLD_LOCAL);
-    void* address = dlsym(library, "Pansharp_Describe");
-    const PansharpDescription* (*describe)() = nullptr;
-    std::memcpy(&describe, &address, sizeof describe);
-    return *describe();
+    static const fakehost::Plugin plugin;
+    return plugin.Describe();
 }
 
 /// Single blanks in the place of line feeds and margins.
@@ -76,8 +72,7 @@ TEST(MethodsCommand, VersionNamesProgramAndPlugin) {
     for (const child::Arguments& arguments :
          {child::Arguments{"--version"}, child::Arguments{"--version", "sharpen"},
           child::Arguments{"version"}}) {
-        const child::Outcome outcome = child::Run(folder, arguments);
-        EXPECT_EQ(outcome.code, 0);
+        const child::Outcome outcome = child::RunWell(folder, arguments);
         EXPECT_THAT(outcome.out, AllOf(testing::StartsWith("pansharp " PANSHARP_VERSION "\n"),
                                        HasSubstr("\nvector instructions "),
                                        HasSubstr(std::string("plug-in Pansharp ") + AskPlugin().version),
@@ -92,8 +87,7 @@ TEST(MethodsCommand, VersionAndHelpAsOtherProgramsHaveThem) {
     EXPECT_EQ(versions.at("version"), PANSHARP_VERSION);
     EXPECT_EQ(versions.at("plugin").at("version"), AskPlugin().version);
     for (const child::Arguments& asked : {child::Arguments{}, {"sharpen"}, {"info"}}) {
-        const auto help = child::Run(folder, child::Concatenate({{"help"}, asked}));
-        EXPECT_EQ(help.code, 0);
+        const auto help = child::RunWell(folder, child::Concatenate({{"help"}, asked}));
         EXPECT_EQ(help.out, child::Run(folder, child::Concatenate({asked, {"--help"}})).out);
     }
 }

@@ -6,7 +6,6 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <csignal>
 
 using nlohmann::json;
 using testing::HasSubstr;
@@ -15,28 +14,10 @@ using testing::MatchesRegex;
 TEST(RunJson, TellsEverythingOfAGoodRun) {
     const child::Folder folder;
     const scene::Pair pair(folder, 3, 16);
-    const child::Outcome outcome = child::Run(folder, {"sharpen",
-                                                       "pan.tif",
-                                                       "ms.tif,band=3",
-                                                       "ms.tif,band=1",
-                                                       "-o",
-                                                       "out.tif",
-                                                       "--json",
-                                                       "-w",
-                                                       "0.75,0.3",
-                                                       "-b",
-                                                       "2",
-                                                       "--window",
-                                                       "8",
-                                                       "-j",
-                                                       "2",
-                                                       "--set",
-                                                       "odd=1",
-                                                       "--simd",
-                                                       "scalar",
-                                                       "--method",
-                                                       "kova"});
-    ASSERT_EQ(outcome.code, 0) << outcome.err;
+    const child::Outcome outcome = child::RunWell(
+        folder, child::Concatenate({{"sharpen", "pan.tif", "ms.tif,band=3", "ms.tif,band=1", "-o", "out.tif"},
+                                    {"--json", "-w", "0.75,0.3", "-b", "2", "--window", "8", "-j", "2"},
+                                    {"--set", "odd=1", "--simd", "scalar", "--method", "kova"}}));
     EXPECT_EQ(outcome.err, "");
     const json object = json::parse(outcome.out); // throws when anything follows the object
     const json expected = {
@@ -94,10 +75,17 @@ TEST(RunJson, TellsWhyARunFailed) {
         {{"sharpen", "pan.tif", "ms.tif", "-o", "o.tif", "--json", "--nonsense"}, 2, "--nonsense"},
         {{"sharpen", "--json"}, 2, "no input"},
         {{"frobnicate", "--json"}, 2, "frobnicate"},
+        {{"info", "pan.tif", "away.tif", "--json"}, 1, "do not overlap"},
+        {{"info", "pan.tif", "ms.tif,band=1", "--method", "ihs", "--json"},
+         1,
+         "at least 3 multispectral bands"},
+        {{"info", "pan.tif", "ms.tif", "-o", "out.tif", "--json"}, 2, "-o"},
+        {{"info", "pan.tif", "--json"}, 2, "only 'pan.tif' is named"},
         {{"sharpen", "pan.tif", "\xff.tif", "-o", "o.tif", "--json"}, 1, "\xef\xbf\xbd.tif"}, // no UTF-8
     };
     const child::Folder folder;
     const scene::Pair pair(folder, 3, 8);
+    scene::Write(folder / "away.tif", pair.ms, {.x = 900000.0, .pixelSize = 20.0});
     for (const Case& each : cases) {
         SCOPED_TRACE(each.word);
         const child::Outcome outcome = child::Run(folder, each.arguments);
@@ -112,23 +100,6 @@ TEST(RunJson, TellsWhyARunFailed) {
         EXPECT_THAT(std::string(item.at("message")), HasSubstr(each.word));
         EXPECT_NE(item.at("source"), "");
         EXPECT_TRUE(item.at("details").is_string());
-        EXPECT_FALSE(object.contains("seconds")); // nothing was done
+        EXPECT_FALSE(object.contains(each.arguments[0] == "info" ? "sharpen" : "seconds")); // not done
     }
-}
-
-TEST(RunJson, TellsOfAnInterrupt) {
-    const child::Folder folder;
-    scene::WriteSparse(folder / "pan.tif", 8192, 8192, 1, {.pixelSize = 10.0});
-    scene::WriteSparse(folder / "ms.tif", 4096, 4096, 4, {.pixelSize = 20.0});
-    child::Running running(
-        folder, {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "--no-nodata", "--window", "16", "--json"});
-    // The unfinished output shows that it is under way.
-    ASSERT_TRUE(child::WaitUntil([&] { return folder.List().size() == 3; }));
-    running.Signal(SIGINT);
-    const child::Outcome outcome = running.Finish();
-    EXPECT_EQ(outcome.code, 130);
-    const json object = json::parse(outcome.out);
-    EXPECT_EQ(object.at("exit_code"), 130);
-    EXPECT_EQ(object.at("ok"), false);
-    EXPECT_THAT(folder.List(), testing::ElementsAre("ms.tif", "pan.tif"));
 }

@@ -15,14 +15,12 @@ TEST(RunWeights, OfAnEarlierRunServeAnotherMethodAndScene) {
     const scene::Pair pair(folder, 4, 8);
     const Arguments bands = {"sharpen", "pan.tif",  "ms.tif,band=1", "ms.tif,band=2", "ms.tif,band=3",
                              "-r",      "bilinear", "--infrared",    "ms.tif,band=4", "-o"};
-    const child::Outcome first = child::Run(
+    const child::Outcome first = child::RunWell(
         folder, child::Concatenate(
                     {bands, {"a.tif", "--json", "-w", "0.5,0.125,0.125", "--infrared-weight", "0.25"}}));
-    ASSERT_EQ(first.code, 0) << first.err;
     std::ofstream(folder / "run.json") << first.out;
-    const child::Outcome second = child::Run(
+    const child::Outcome second = child::RunWell(
         folder, child::Concatenate({bands, {"b.tif", "--method", "brovey", "--weights-from", "run.json"}}));
-    ASSERT_EQ(second.code, 0) << second.err;
     EXPECT_THAT(second.err, HasSubstr("warning: --weights-from: the run of 'run.json' was one of KOVA"));
     EXPECT_EQ(scene::Read(folder / "b.tif").samples,
               scene::Fuse("Brovey", pair.pan, pair.ms, {0.5, 0.125, 0.125, 0.25}, {0, 1, 2}).samples);
@@ -34,8 +32,7 @@ TEST(RunWeights, OfAFitServeAgain) {
     const scene::Pair pair(folder, 4, 8);
     const Arguments arguments = {"sharpen",       "pan.tif", "ms.tif",   "-b",   "2", "--infrared",
                                  "ms.tif,band=1", "--json",  "--method", "kova", "-o"};
-    const child::Outcome first = child::Run(folder, child::Concatenate({arguments, {"a.tif"}}));
-    ASSERT_EQ(first.code, 0) << first.err;
+    const child::Outcome first = child::RunWell(folder, child::Concatenate({arguments, {"a.tif"}}));
     std::ofstream(folder / "run.json") << first.out;
     const auto run = nlohmann::json::parse(first.out);
     EXPECT_LT(run.at("fit").at("samples"), 23 * 19); // without saturated pixels
@@ -45,8 +42,7 @@ TEST(RunWeights, OfAFitServeAgain) {
     EXPECT_THAT(std::string(run.at("warnings").at(0)), HasSubstr("below 0.8"));
     EXPECT_TRUE(run.at("fit").contains("infrared_correlation"));
     const child::Outcome second =
-        child::Run(folder, child::Concatenate({arguments, {"b.tif", "--weights-from", "run.json"}}));
-    ASSERT_EQ(second.code, 0) << second.err;
+        child::RunWell(folder, child::Concatenate({arguments, {"b.tif", "--weights-from", "run.json"}}));
     const auto again = nlohmann::json::parse(second.out);
     EXPECT_EQ(again.at("weights"), run.at("weights"));
     EXPECT_EQ(again.at("infrared_weight"), run.at("infrared_weight"));

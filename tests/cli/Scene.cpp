@@ -1,12 +1,7 @@
 #include "Scene.h"
 
-#include <cpl_string.h>
-#include <gdal_priv.h>
-#include <ogr_spatialref.h>
+#include "support/MethodOracle.h"
 
-#include <algorithm>
-#include <array>
-#include <cmath>
 #include <random>
 #include <stdexcept>
 
@@ -14,29 +9,15 @@ namespace scene {
 
 namespace {
 
-GDALDatasetUniquePtr Create(const std::string& file, int columns, int rows, int bands, int bits,
-                            const Placement& placement, CPLStringList options) {
-    GDALAllRegister();
-    options.SetNameValue("PHOTOMETRIC", "MINISBLACK");
-    options.SetNameValue("ALPHA", "NO"); // else a fourth band is one
-    GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GTiff");
-    GDALDatasetUniquePtr dataset(driver->Create(file.c_str(), columns, rows, bands,
-                                                bits == 8    ? GDT_Byte
-                                                : bits == 16 ? GDT_UInt16
-                                                             : GDT_Float32,
-                                                const_cast<char**>(options.List())));
-    if (!dataset) throw std::runtime_error("cannot create " + file);
-    if (placement.pixelSize > 0.0) {
-        std::array<double, 6> transform = {placement.x, placement.pixelSize, 0.0, placement.y,
-                                           0.0,         -placement.pixelSize};
-        dataset->SetGeoTransform(transform.data());
-    }
-    if (placement.epsg > 0) {
-        OGRSpatialReference reference;
-        reference.importFromEPSG(placement.epsg);
-        dataset->SetSpatialRef(&reference);
-    }
-    return dataset;
+testfiles::FileShape Shape(int columns, int rows, int bands, int bits, const Placement& placement) {
+    const auto type = bits == 8 ? GDT_Byte : bits == 16 ? GDT_UInt16 : GDT_Float32;
+    testfiles::Transform transform;
+    if (placement.pixelSize > 0.0) transform = testfiles::Grid(placement.pixelSize, placement.x, placement.y);
+    return {
+        columns,   rows,
+        bands,     type,
+        transform, placement.epsg > 0 ? "EPSG:" + std::to_string(placement.epsg) : "",
+        {},        {"PHOTOMETRIC=MINISBLACK", "ALPHA=NO", "SPARSE_OK=TRUE"}}; // else a fourth band is alpha
 }
 
 /// Twice as many pixels across and down: pixel centres lie a quarter and three quarters between those of the
@@ -63,18 +44,12 @@ Raster MakeRaster(int columns, int rows, int bands, int bits, unsigned seed) {
 }
 
 void Write(const std::string& file, const Raster& raster, const Placement& placement) {
-    const auto dataset =
-        Create(file, raster.columns, raster.rows, raster.bands, raster.bits, placement, CPLStringList());
-    std::vector<unsigned> copy = raster.samples;
-    if (dataset->RasterIO(GF_Write, 0, 0, raster.columns, raster.rows, copy.data(), raster.columns,
-                          raster.rows, GDT_UInt32, raster.bands, nullptr, 0, 0, 0, nullptr) != CE_None)
-        throw std::runtime_error("cannot write " + file);
+    testfiles::WriteRaster(file, Shape(raster.columns, raster.rows, raster.bands, raster.bits, placement),
+                           [&](int column, int row, int band) { return raster.At(band, row, column); });
 }
 
 void WriteSparse(const std::string& file, int columns, int rows, int bands, const Placement& placement) {
-    CPLStringList options;
-    options.SetNameValue("SPARSE_OK", "TRUE");
-    Create(file, columns, rows, bands, 8, placement, options);
+    testfiles::WriteRaster(file, Shape(columns, rows, bands, 8, placement), {});
 }
 
 Raster Read(const std::string& file) {
@@ -86,10 +61,11 @@ Raster Read(const std::string& file) {
                   dataset->GetRasterCount(),
                   GDALGetDataTypeSizeBits(dataset->GetRasterBand(1)->GetRasterDataType()),
                   {}};
-    raster.samples.resize(static_cast<std::size_t>(raster.columns * raster.rows * raster.bands));
-    if (dataset->RasterIO(GF_Read, 0, 0, raster.columns, raster.rows, raster.samples.data(), raster.columns,
-                          raster.rows, GDT_UInt32, raster.bands, nullptr, 0, 0, 0, nullptr) != CE_None)
-        throw std::runtime_error("cannot read " + file);
+    const auto bands = static_cast<std::size_t>(raster.bands);
+    const auto pixels = testfiles::ReadAll(file);
+    for (std::size_t band = 0; band < bands; ++band)
+        for (std::size_t i = band; i < pixels.size(); i += bands)
+            raster.samples.push_back(pixels[i]);
     return raster;
 }
 
@@ -103,17 +79,15 @@ Raster Fuse(const std::string& method, const Raster& pan, const Raster& ms,
             const std::vector<double>& weights, const std::vector<int>& wanted) {
     Raster fused{pan.columns, pan.rows, static_cast<int>(wanted.size()), pan.bits, {}};
     const double largest = pan.bits == 8 ? 255.0 : 65535.0;
+    const auto tables = oracle::ProductTables(weights, largest);
     for (const int band : wanted)
         for (int row = 0; row < pan.rows; ++row)
             for (int column = 0; column < pan.columns; ++column) {
-                double simulated = 0.0;
+                oracle::Pixel pixel;
                 for (int each = 0; each < ms.bands; ++each)
-                    simulated += Upsampled(ms, each, row, column) * weights[static_cast<std::size_t>(each)];
-                const double pure = Upsampled(ms, band, row, column), sharp = pan.At(0, row, column);
-                const double exact = method == "Brovey"
-                                         ? (simulated == 0.0 ? 0.0 : pure * (sharp / simulated))
-                                         : pure + (sharp - simulated) + 0.5;
-                fused.samples.push_back(static_cast<unsigned>(std::clamp(exact, 0.0, largest)));
+                    pixel.push_back(Upsampled(ms, each, row, column));
+                const auto all = oracle::Fuse(method, pixel, pan.At(0, row, column), tables, largest);
+                fused.samples.push_back(static_cast<unsigned>(all[static_cast<std::size_t>(band)]));
             }
     return fused;
 }

@@ -47,8 +47,7 @@ struct Pair {
     Raster ms;
 };
 
-/// The bands `wanted` (from 0) fused by the long way: pixel for pixel, in whole numbers as far as they go; by
-/// KOVA or Brovey.
+/// The bands `wanted` (from 0) fused by the long way, pixel for pixel; by KOVA or Brovey.
 [[nodiscard]] Raster Fuse(const std::string& method, const Raster& pan, const Raster& ms,
                           const std::vector<double>& weights, const std::vector<int>& wanted);
 

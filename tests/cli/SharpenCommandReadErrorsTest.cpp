@@ -1,13 +1,8 @@
 #include "Child.h"
 #include "Scene.h"
 
-#include <gdal_priv.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <cpl_string.h>
-#include <filesystem>
-#include <fstream>
 
 using testing::HasSubstr;
 
@@ -15,17 +10,18 @@ namespace {
 
 /// A file in packed tiles of 64 x 64 pixels.
 void WriteTiled(const std::string& file, int size, int bands, double pixelSize) {
-    const std::string plain = file + ".plain";
-    scene::Write(plain, scene::MakeRaster(size, size, bands, 8, 3), {.pixelSize = pixelSize});
-    const char* const options[] = {"TILED=YES",        "BLOCKXSIZE=64",    "BLOCKYSIZE=64",
-                                   "COMPRESS=DEFLATE", "INTERLEAVE=PIXEL", nullptr};
-    GDALDatasetUniquePtr source(GDALDataset::Open(plain.c_str()));
-    GDALDatasetUniquePtr made(GetGDALDriverManager()->GetDriverByName("GTiff")->CreateCopy(
-        file.c_str(), source.get(), FALSE, const_cast<char**>(options), nullptr, nullptr));
-    ASSERT_TRUE(made);
-    made.reset();
-    source.reset();
-    std::filesystem::remove(plain);
+    const auto raster = scene::MakeRaster(size, size, bands, 8, 3);
+    testfiles::WriteRaster(
+        file,
+        {size,
+         size,
+         bands,
+         GDT_Byte,
+         testfiles::Grid(pixelSize),
+         {},
+         {},
+         {"TILED=YES", "BLOCKXSIZE=64", "BLOCKYSIZE=64", "COMPRESS=DEFLATE", "INTERLEAVE=PIXEL"}},
+        [&](int c, int r, int b) { return raster.At(b, r, c); });
 }
 
 /// A mask of all but one pixel, in a file of its own beside the image.
@@ -34,10 +30,8 @@ void AddMask(const std::string& file) {
     ASSERT_EQ(image->CreateMaskBand(GMF_PER_DATASET), CE_None);
     GDALRasterBand& mask = *image->GetRasterBand(1)->GetMaskBand();
     ASSERT_EQ(mask.Fill(255.0), CE_None);
-    const unsigned char none = 0;
-    ASSERT_EQ(
-        mask.RasterIO(GF_Write, 3, 3, 1, 1, const_cast<unsigned char*>(&none), 1, 1, GDT_Byte, 0, 0, nullptr),
-        CE_None);
+    unsigned char none = 0;
+    ASSERT_EQ(mask.RasterIO(GF_Write, 3, 3, 1, 1, &none, 1, 1, GDT_Byte, 0, 0, nullptr), CE_None);
 }
 
 /// Makes the block in the middle of a file one that cannot be unpacked.
@@ -83,12 +77,15 @@ TEST(SharpenCommandReadErrors, InTheMiddleNameFileAndRows) {
             WriteTiled(folder / "ms.tif", 256, 3, 20.0);
             if (c.damaged == "pan.tif.msk") AddMask(folder / "pan.tif");
             DamageMiddle(folder / c.damaged);
+            std::ofstream(folder / "out.tif") << "precious";
             const auto before = folder.List();
             const child::Outcome outcome =
-                child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "--window", "16", "-w",
-                                    "equal", "-r", "bilinear", "--threads", threads});
+                child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "--overwrite",
+                                    "--window", "16", "-w", "equal", "-r", "bilinear", "--threads", threads});
             EXPECT_EQ(outcome.code, 1);
-            EXPECT_THAT(outcome.err, HasSubstr("40 % done"));
+            EXPECT_THAT(outcome.err,
+                        testing::AllOf(HasSubstr("40 % done"), HasSubstr("\npansharp: error: ")));
+            EXPECT_EQ(testfiles::ReadText(folder / "out.tif"), "precious");
             for (const std::string& word : c.words)
                 EXPECT_THAT(outcome.err, HasSubstr(word));
             EXPECT_EQ(folder.List(), before);

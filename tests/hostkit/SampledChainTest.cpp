@@ -31,28 +31,6 @@ T Expected(const CodedImage<T>& source, const RasterInfo& pan, std::uint32_t col
                                    x.fraction, y.fraction);
 }
 
-// In a source of column + 10 * row, a pan pixel's value is its position: at ratio 4 the centre of pan pixel
-// (c, r) lies at ((c + 0.5) / 4 - 0.5, (r + 0.5) / 4 - 0.5).
-TEST(SampledChain, EveryPixelNamesItsPosition) {
-    const CodedImage<unsigned short> source(MakeInfo(20, 20, 1, 16, 4.0),
-                                            [](auto c, auto r, auto) { return 8 * (c + 10 * r); });
-    const RasterInfo pan = MakeInfo(80, 80, 1, 16);
-    SampledChain chain("ms", pan, source.Whole());
-    Aoi request = MakeRequest(pan, {10, 30, 50, 34});
-    ASSERT_EQ(chain.Initialize(&request), 1);
-    IRaster* raster = chain.CreateRaster();
-    ASSERT_NE(raster, nullptr);
-    EXPECT_EQ(raster->GetRasterInfo()->cols, 40u);
-    EXPECT_EQ(raster->GetRasterInfo()->rows, 4u);
-    for (std::uint32_t r = 0; r < 4; ++r) {
-        const auto* samples = reinterpret_cast<const unsigned short*>(raster->GetRow(r));
-        for (std::uint32_t c = 0; c < 40; ++c)
-            EXPECT_EQ(samples[c], 2 * (10 + c) + 1 - 4 + 10 * (2 * (30 + r) + 1 - 4)) << c << " " << r;
-    }
-    EXPECT_EQ(raster->GetRow(4), nullptr);
-    EXPECT_EQ(raster->GetStatus().GetItem(0).id, hostkit::HostKitStatus::RowOutsideWindow);
-}
-
 // Windows anywhere, rows in any order, samples of no more than the source block that was named: always the
 // samples of the definition. A window-relative position or a missing block row cannot pass.
 template <class T>

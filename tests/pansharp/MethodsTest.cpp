@@ -4,8 +4,8 @@
 #include "fundament/Numbers.h"
 #include "fundament/Text.h"
 #include "pansharp/CreatePanSharpImage.h"
-#include "pansharp/Oracle.h"
 #include "support/FakeImage.h"
+#include "support/MethodOracle.h"
 #include "support/MethodValues.h"
 #include "support/StatusText.h"
 

@@ -105,8 +105,7 @@ TEST(Memory, NoAllocationThatFailsLeavesASlotAsAnException) {
 }
 
 TEST(Memory, StaysFlatOverManyWindows) {
-    Session session({{"AdditionalBandID", "ir"}, {"generateMetadata", "true"}});
-    ASSERT_EQ(session.process->Init(), 1);
+    ReadySession session({{"AdditionalBandID", "ir"}, {"generateMetadata", "true"}});
     for (std::uint32_t i = 0; i < 29; ++i)
         UseWindow(session, i);
     const long before = allocations::Live();
@@ -122,8 +121,7 @@ TEST(Memory, StaysFlatOverManyObjects) {
     const Plugin held;
     const auto methods = held.Methods();
     const auto use = [](const char* method) {
-        Session session({{"Method", method}}, 16);
-        ASSERT_EQ(session.process->Init(), 1);
+        ReadySession session({{"Method", method}}, 16);
         ASSERT_NO_FATAL_FAILURE(UseWindow(session, 3));
     };
     use(methods.back().keyword);

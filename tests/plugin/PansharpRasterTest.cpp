@@ -1,6 +1,6 @@
 #include "Plugin.h"
 
-#include "pansharp/Oracle.h"
+#include "support/MethodOracle.h"
 #include "support/MethodValues.h"
 
 using namespace fakehost;
@@ -53,8 +53,7 @@ TEST(PansharpRaster, AsksTheHostInOrder) {
     };
     for (auto [properties, log] : cases) {
         properties.emplace_back("generateMetadata", "yes");
-        Session session(properties);
-        ASSERT_EQ(session.process->Init(), 1);
+        ReadySession session(properties);
         ASSERT_EQ(session.SetWindow({10, 5, 20, 8}), 1);
         session.Destroy();
         EXPECT_EQ(session.log, log);
@@ -74,8 +73,7 @@ TEST(PansharpRaster, WritesTheRequestRecordForTheWindow) {
     for (const auto& c : cases) {
         Properties properties = c.properties;
         properties.emplace_back("AdditionalBandID", "ir");
-        Session session(properties);
-        ASSERT_EQ(session.process->Init(), 1);
+        ReadySession session(properties);
         ASSERT_EQ(session.SetWindow({10, 5, 20, 8}), 1);
         EXPECT_EQ(Text(session.workspace.obtained.at(0)), c.ms);
         EXPECT_EQ(Text(session.workspace.obtained.at(1)), c.ir);
@@ -142,8 +140,7 @@ TEST(PansharpRaster, FusesEveryPixelOfEveryWindowAsDefined) {
 }
 
 TEST(PansharpRaster, RowsComeInAnyOrderAndStayTheSame) {
-    Session session;
-    ASSERT_EQ(session.process->Init(), 1);
+    ReadySession session;
     const auto all = session.Read({0, 10, 40, 20});
     for (const std::uint32_t row : {19u, 10u, 19u, 10u}) {
         const unsigned char* bytes = session.process->GetRow(row);
@@ -166,8 +163,8 @@ TEST(PansharpRaster, MetadataTellOfTheWindowWhenAskedFor) {
                  {8, "true", "ir", ms + pan + four + tail}, // those of the fusion, not of the merge
                  {8, "no", "", ""}};
     for (const auto& c : cases) {
-        Session session(Properties{{"generateMetadata", c.asked}, {"AdditionalBandID", c.infrared}}, c.bits);
-        ASSERT_EQ(session.process->Init(), 1);
+        ReadySession session(Properties{{"generateMetadata", c.asked}, {"AdditionalBandID", c.infrared}},
+                             c.bits);
         ASSERT_EQ(session.SetWindow({1, 2, 11, 7}), 1);
         std::string text;
         for (const auto& [name, value] : session.process->GetMetadata())

@@ -11,8 +11,7 @@ namespace {
 
 /// The samples of the whole scene, read window by window.
 std::vector<unsigned> ReadScene(const Properties& properties, std::uint32_t bits, std::uint32_t windowRows) {
-    Session session(properties, bits);
-    EXPECT_EQ(session.process->Init(), 1);
+    ReadySession session(properties, bits);
     std::vector<unsigned> all;
     for (std::uint32_t first = 0; first < 30; first += windowRows) {
         const auto part = session.Read({0, first, 40, std::min(30u, first + windowRows)});

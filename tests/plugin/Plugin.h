@@ -100,4 +100,12 @@ private:
     Plugin plugin;
 };
 
+/// One whose process is initialised.
+struct ReadySession : Session {
+    explicit ReadySession(Properties settings = {}, std::uint32_t bits = 8)
+        : Session(std::move(settings), bits) {
+        if (process->Init() != 1) throw std::runtime_error(Items());
+    }
+};
+
 } // namespace fakehost

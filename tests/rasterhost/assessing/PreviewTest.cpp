@@ -21,8 +21,7 @@ TEST(Preview, ShowsPanUpsampledAndFusedSideBySide) {
     request.output = folder / "out.tif";
     request.part = {40.0, -20.0, 600.0, -550.0};
     request.weightSource = rasterhost::WeightSource::Equal;
-    const testfiles::Outcome run = testfiles::RunSharpen(request);
-    ASSERT_TRUE(run.isDone);
+    const testfiles::Outcome run = testfiles::RunWell(request);
 
     KOVA::Tessara::Fundament::Status status;
     const rasterhost::PreviewRequest preview{folder / "look.png", {{590.0, -40.0}}};
@@ -63,8 +62,7 @@ TEST(Preview, StretchesEveryColourByItself) {
         {folder.Write("ms.tif", {64, 64, 3, GDT_Byte, testfiles::Grid(1.0), {}}, ground), {}}};
     request.output = folder / "out.tif";
     request.weights = {1.0, 0.0, 0.0};
-    const testfiles::Outcome run = testfiles::RunSharpen(request);
-    ASSERT_TRUE(run.isDone);
+    const testfiles::Outcome run = testfiles::RunWell(request);
     KOVA::Tessara::Fundament::Status status;
     ASSERT_TRUE(rasterhost::WritePreview(request, *run.pair.scene, {folder / "look.png", {}}, status));
     const auto picture = testfiles::ReadAll(folder / "look.png");

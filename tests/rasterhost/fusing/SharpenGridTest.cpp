@@ -115,8 +115,7 @@ TEST(SharpenGrid, EveryPixelIsAtItsPlace) {
         SCOPED_TRACE(pair.name);
         const Folder folder;
         SharpenRequest request = pair.Write(folder);
-        const Outcome outcome = RunSharpen(request);
-        ASSERT_TRUE(outcome.isDone) << outcome.status.ToText();
+        const Outcome outcome = RunWell(request);
         const auto samples = ReadAll(request.output);
         OGRSpatialReference from, to;
         from.SetFromUserInput(pair.panProjection);
@@ -145,12 +144,10 @@ TEST(SharpenGrid, EveryPixelIsAtItsPlace) {
             request.resampling = resampling;
             request.windowRows = 0;
             request.threads = 1;
-            ASSERT_TRUE(RunSharpen(request).isDone);
-            const auto whole = ReadAll(request.output);
+            const auto whole = Fused(request);
             request.windowRows = 7;
             request.threads = 3;
-            ASSERT_TRUE(RunSharpen(request).isDone);
-            EXPECT_EQ(ReadAll(request.output), whole);
+            EXPECT_EQ(Fused(request), whole);
         }
         GDALDatasetUniquePtr fused(GDALDataset::Open(request.output.c_str()));
         double transform[6] = {};
@@ -169,11 +166,9 @@ TEST(SharpenGrid, TheIntersectionIsWhatLiesOnAll) {
           GridPair{"", {500000, 10, 0, 4500000, 0, -10}, {500105, 40, 0, 4497795, 0, 40}}}) {
         const Folder folder;
         SharpenRequest request = pair.Write(folder);
-        ASSERT_TRUE(RunSharpen(request).isDone);
-        const auto whole = ReadAll(request.output);
+        const auto whole = Fused(request);
         request.overwrite = request.onlyIntersection = true;
-        const Outcome outcome = RunSharpen(request);
-        ASSERT_TRUE(outcome.isDone) << outcome.status.ToText();
+        const Outcome outcome = RunWell(request);
         EXPECT_EQ(outcome.report.pixelsWithoutData, 0u);
         // Centres from column 10 and row 20 on lie exactly on the corner's edge or within.
         ASSERT_EQ(std::pair(outcome.report.columns, outcome.report.rows), std::pair(190u, 130u));
@@ -190,12 +185,10 @@ TEST(SharpenGrid, AShiftIsMovedBack) {
     for (const int which : {0, 6}) {
         const Folder folder;
         SharpenRequest request = pairs[which].Write(folder);
-        ASSERT_TRUE(RunSharpen(request).isDone);
-        const auto before = ReadAll(request.output);
+        const auto before = Fused(request);
         request.overwrite = true;
         request.shift = {1.5, -0.25};
-        ASSERT_TRUE(RunSharpen(request).isDone);
-        const auto after = ReadAll(request.output);
+        const auto after = Fused(request);
         const std::size_t middle = static_cast<std::size_t>(75 * columns + 100) * 2;
         EXPECT_NEAR(static_cast<double>(after[middle]) - before[middle], 1.5 * step, 1.0);
         EXPECT_NEAR(static_cast<double>(after[middle + 1]) - before[middle + 1], -0.25 * step, 1.0);
@@ -206,8 +199,7 @@ TEST(SharpenGrid, TheSameCornerForgetsThePositions) {
     const Folder folder;
     SharpenRequest request = pairs[0].Write(folder);
     request.sameCorner = true;
-    const Outcome outcome = RunSharpen(request);
-    ASSERT_TRUE(outcome.isDone) << outcome.status.ToText();
+    const Outcome outcome = RunWell(request);
     EXPECT_EQ(outcome.report.pixelsWithoutData, 0u);
     EXPECT_EQ(ReadAll(request.output)[static_cast<std::size_t>(75 * columns + 100) * 2],
               static_cast<unsigned>(1003 + std::floor(step * (100.5 * msColumns / columns - 0.5) + 0.5)));

@@ -2,6 +2,7 @@
 
 #include "SceneFiles.h"
 #include "hostkit/SourceRaster.h"
+#include "rasterhost/reading/ZeroCollar.h"
 
 #include <gmock/gmock.h>
 
@@ -11,6 +12,7 @@ using namespace testfiles;
 using hostkit::SourceRaster;
 using rasterhost::InputBand;
 using rasterhost::InputImage;
+using rasterhost::ZeroCollar;
 
 unsigned Coded(int column, int row, int band) {
     return static_cast<unsigned>(column + 10 * row + 1000 * band);
@@ -87,6 +89,41 @@ TEST(InputImage, IsOpenedAgainByItsDescription) {
     folder.Write("a.tif", {30, 41, 3, GDT_UInt16, Grid(2.0), {}}, Coded);
     EXPECT_EQ(InputImage::Open(second->GetDescription(), status), nullptr);
     EXPECT_THAT(status.ToText(), testing::HasSubstr("is another file than before"));
+}
+
+// 'x' has samples other than 0; what is to count as collar is '.', zeros that are data are 'o'. The long way
+// round tells a search by rows alone from one that joins areas.
+TEST(ZeroCollar, HangsTogetherWithTheEdge) {
+    const std::vector<std::string> pictures[] = {
+        {"xxxxx", "xoxox", "xxxxx"},
+        {"....xx", "..xxxx", ".xoxxx", "xxxxx."},
+        {"xxxxxxx", "xx...xx", "xx.x.xx", "xx.x.x.", "xxxx...", "xxxxxxx"},
+        {".x.", "x.x", "..."},
+        {"xxxxxx", "xox.xx", "xxx.ox", "xxx.xx"},
+    };
+    for (auto picture : pictures) {
+        if (picture[0] == "xxxxxx") picture[2][4] = '.'; // a side, not a corner, joins it
+        const auto columns = static_cast<std::uint32_t>(picture[0].size());
+        const auto rows = static_cast<std::uint32_t>(picture.size());
+        ZeroCollar::Finder finder(columns, 2);
+        for (const std::string& row : picture) {
+            std::vector<unsigned char> samples;
+            for (const char pixel : row)
+                samples.insert(samples.end(), {0, static_cast<unsigned char>(pixel == 'x' ? 1 : 0)});
+            finder.AddRow(samples.data());
+        }
+        const ZeroCollar collar = finder.Finish();
+        const hostkit::PixelRect part{1, 1, columns, rows};
+        for (const hostkit::PixelRect& rect : {hostkit::PixelRect{0, 0, columns, rows}, part}) {
+            std::vector<unsigned char> valid(std::size_t{rect.GetColumns()} * rect.GetRows(), 1);
+            collar.Clear(rect, valid.data());
+            for (std::uint32_t r = rect.row0; r < rect.row1; ++r)
+                for (std::uint32_t c = rect.col0; c < rect.col1; ++c)
+                    EXPECT_EQ(valid[(r - rect.row0) * rect.GetColumns() + c - rect.col0] == 0,
+                              picture[r][c] == '.')
+                        << picture[0] << " column " << c << " row " << r;
+        }
+    }
 }
 
 } // namespace

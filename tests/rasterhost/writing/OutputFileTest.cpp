@@ -45,7 +45,7 @@ TEST_F(Output, AppearsWhenItIsComplete) {
         if (done > 0.3 && done < 0.6) seen.push_back(folder.List());
         return true;
     };
-    ASSERT_TRUE(RunSharpen(request).isDone);
+    RunWell(request);
     ASSERT_FALSE(seen.empty());
     for (const auto& names : seen)
         EXPECT_THAT(names, ElementsAre(testing::StartsWith(".fused.pansharp-"), "ms.tif", "pan.tif"));
@@ -101,16 +101,6 @@ TEST_F(Output, FailingProcessesTellWhy) {
         }
 }
 
-// Statistics and overviews beside the file that is overwritten were those of that file.
-TEST_F(Output, OverwritingTakesAwayWhatDescribedTheOldFile) {
-    ASSERT_TRUE(RunSharpen(request).isDone);
-    std::ofstream(request.output + ".aux.xml") << "<PAMDataset/>";
-    std::ofstream(request.output + ".ovr") << "overviews";
-    request.overwrite = true;
-    ASSERT_TRUE(RunSharpen(request).isDone);
-    EXPECT_THAT(folder.List(), ElementsAre("fused.tif", "ms.tif", "pan.tif"));
-}
-
 /// Bytes of the tiles as they lie in the file, along rows of tiles.
 std::vector<std::string> TileSizes(const std::string& file) {
     const GDALDatasetUniquePtr dataset(GDALDataset::Open(file.c_str()));
@@ -128,7 +118,7 @@ std::vector<std::string> TileSizes(const std::string& file) {
 // Whoever writes the tiles, they are what GDAL makes of the same pixels with the same options: quality,
 // level, predictor and size reach them, at any number of threads.
 TEST_F(Output, CreationOptionsReachTheTiles) {
-    ASSERT_TRUE(RunSharpen(request).isDone);
+    RunWell(request);
     const std::string plain = folder / "plain.tif", expected = folder / "expected.tif";
     std::filesystem::rename(request.output, plain);
     const GDALDatasetUniquePtr source(GDALDataset::Open(plain.c_str()));
@@ -153,8 +143,7 @@ TEST_F(Output, CreationOptionsReachTheTiles) {
             request.creationOptions.insert(request.creationOptions.end(), {"BLOCKXSIZE=64", height});
             request.threads = threads;
             SCOPED_TRACE(testing::PrintToString(request.creationOptions));
-            const Outcome outcome = RunSharpen(request);
-            ASSERT_TRUE(outcome.isDone) << outcome.status.ToText();
+            const Outcome outcome = RunWell(request);
             const bool isLossy =
                 !options.empty() && (options[0] == "COMPRESS=LERC" || options[0] == "DISCARD_LSB=3");
             EXPECT_EQ(outcome.report.warnings.size(), isLossy ? 1u : 0u);
@@ -168,29 +157,6 @@ TEST_F(Output, CreationOptionsReachTheTiles) {
             EXPECT_EQ(TileSizes(request.output), TileSizes(expected));
             std::filesystem::remove(request.output);
         }
-}
-
-TEST_F(Output, ValuesThatGdalIgnoresAreWarnedOf) {
-    request.creationOptions = {"COMPRESS=DEFLATE", "ZLEVEL=99"};
-    const Outcome outcome = RunSharpen(request);
-    EXPECT_TRUE(outcome.isDone);
-    EXPECT_THAT(outcome.report.warnings,
-                ElementsAre(testing::AllOf(HasSubstr("fused.tif"), HasSubstr("ZLEVEL=99"))));
-}
-
-TEST_F(Output, OtherFormatsKeepTheirFilesTogether) {
-    ASSERT_TRUE(RunSharpen(request).isDone);
-    const auto expected = ReadAll(request.output);
-    request.format = "ENVI";
-    request.output = folder / "fused.img";
-    for (const bool overwrite : {false, true}) {
-        request.overwrite = overwrite;
-        const Outcome outcome = RunSharpen(request);
-        ASSERT_TRUE(outcome.isDone) << outcome.status.ToText();
-        EXPECT_EQ(ReadAll(request.output), expected);
-        for (const std::string& name : folder.List())
-            EXPECT_THAT(name, testing::Not(HasSubstr("pansharp-")));
-    }
 }
 
 } // namespace

@@ -144,7 +144,7 @@ inline Pixel Fuse(const std::string& keyword, const Pixel& ms, double pan, const
     if (keyword == "Brovey") return Brovey(ms, pan, tables, max);
     if (keyword == "IHS") return Ihs(ms, pan, tables[0], max);
     if (keyword == "Injection") return Inject(ms, pan, tables, gains, max);
-    throw std::logic_error("tests/pansharp/Oracle.h has no formula of " + keyword);
+    throw std::logic_error("tests/support/MethodOracle.h has no formula of " + keyword);
 }
 
 } // namespace oracle
