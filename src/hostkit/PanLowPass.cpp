@@ -182,10 +182,11 @@ PixelRect PanLowPass::PanRect(const PixelRect& rect) const {
 bool PanLowPass::Compute(const SampleBlock& pan, const PixelRect& rect, unsigned char* out,
                          unsigned char* valid) const {
     const PixelRect panRect = PanRect(rect);
-    const auto compute = [&]<class T>(T* samples) {
-        return ComputeRows(across, down, PanRows<T>(pan, panRect, target), panRect, rect, samples, valid);
-    };
-    return info.bitsPerBand == 8 ? compute(out) : compute(reinterpret_cast<unsigned short*>(out));
+    if (info.bitsPerBand == 8)
+        return ComputeRows(across, down, PanRows<unsigned char>(pan, panRect, target), panRect, rect, out,
+                           valid);
+    return ComputeRows(across, down, PanRows<unsigned short>(pan, panRect, target), panRect, rect,
+                       reinterpret_cast<unsigned short*>(out), valid);
 }
 
 } // namespace hostkit

@@ -126,7 +126,6 @@ public:
         : request(sharpenRequest), report(preflightReport), status(preflightStatus) {}
 
     bool Run() {
-        PreparedPair pair;
         const Preparation preparation = Prepare(
             request, request, [this](const std::string& text) { sceneWarnings.push_back(text); }, pair,
             status);
@@ -242,7 +241,8 @@ private:
     SharpenRequest request; ///< with the weights that were chosen
     PreflightReport& report;
     Status& status;
-    Scene* scene = nullptr; ///< of the run; null until it is open
+    PreparedPair pair;
+    Scene* scene = nullptr; ///< of the pair; null until it is open
     ProcessSettings settings;
     std::vector<std::string> sceneWarnings;
     std::string obstacle;
