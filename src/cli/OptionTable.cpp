@@ -73,9 +73,10 @@ constexpr PositionalEntry sharpenPositionals[] = {
      "band of a file"},
 };
 
-constexpr OptionEntry scaleOption = {
-    "--scale", "MIN,MAX", "", fusionHeading,
-    "map these values of all inputs, of whatever type, to 16 bits; the output records scale and offset"};
+constexpr OptionEntry scaleOption = {"--scale", "MIN,MAX|auto", "", fusionHeading,
+                                     "map these values of all inputs, of whatever type, to 16 bits; the "
+                                     "output records scale and offset. 'auto' "
+                                     "finds them in a part of the inputs"};
 constexpr OptionEntry sameCornerOption = {
     "--same-corner", "", "", fusionHeading,
     "take the inputs to have the corner and extent of pan, whatever their positions say"};

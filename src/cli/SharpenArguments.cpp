@@ -178,6 +178,8 @@ void ReadGrids(const CommandLine& line, SharpenRequest& request) {
 
 void ReadScale(const CommandLine& line, SharpenRequest& request) {
     if (!line.Has("--scale")) return;
+    request.findScale = StringsEqual(line.Get("--scale"), "auto", true);
+    if (request.findScale) return;
     request.scale = ParsePair("--scale", line.Get("--scale"));
     if (!((*request.scale)[0] < (*request.scale)[1]))
         throw UsageError("--scale: the least value comes first, then the greatest; '" + line.Get("--scale") +

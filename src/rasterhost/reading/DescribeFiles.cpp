@@ -1,6 +1,7 @@
 #include "rasterhost/reading/DescribeFiles.h"
 
 #include "fundament/Text.h"
+#include "rasterhost/reading/FindScale.h"
 #include "rasterhost/requests/GdalErrors.h"
 
 #include <cpl_conv.h>
@@ -92,9 +93,10 @@ bool CheckBand(const ImageDescription& image, const SourceBand& source, GDALRast
         return refuse(
             FormatString("holds %s samples, in part of the file from %.6g to %.6g; 8 and 16 bits are "
                          "supported: name a range that all inputs keep to with --scale MIN,MAX, "
-                         "such as --scale %.6g,%.6g, or convert it with gdal_translate -ot UInt16 -scale",
-                         GDALGetDataTypeName(type), range[0], range[1], std::min(range[0], 0.0),
-                         range[1] + (range[1] - std::min(range[0], 0.0)) / 4.0));
+                         "such as --scale %.6g,%.6g, have it found by --scale auto, or convert it with "
+                         "gdal_translate -ot UInt16 -scale",
+                         GDALGetDataTypeName(type), range[0], range[1],
+                         ProposeScale(range[0], range[1]).least, ProposeScale(range[0], range[1]).greatest));
     if (!isTaken)
         return refuse(
             FormatString(image.options.scale

@@ -46,6 +46,7 @@ struct PairRequest {
     /// The least and greatest value, which are mapped to 1 and 65535 in all inputs, of whatever type; the
     /// output records how to get back.
     std::optional<std::array<double, 2>> scale;
+    bool findScale = false; ///< these two are to be found in the inputs
     /// The value that means no data in all inputs, whatever they declare.
     std::optional<double> noData;
     bool ignoreNoData = false; ///< all samples are data

@@ -3,6 +3,7 @@
 #include "fundament/Text.h"
 #include "hostkit/RequestRecord.h"
 #include "rasterhost/reading/DataCheck.h"
+#include "rasterhost/reading/FindScale.h"
 #include "rasterhost/scene/BandGrids.h"
 #include "rasterhost/scene/ScenePart.h"
 
@@ -155,7 +156,7 @@ bool CheckNoData(const PairRequest& request, const Scene& scene, Status& status)
 /// What the results may reach: the request's depth, or the greatest that an input uses.
 bool FindDepth(const PairRequest& request, Scene& scene, Status& status) {
     const std::uint32_t bits = scene.pan->GetInfo().bitsPerBand;
-    if (request.bitDepth && request.scale)
+    if (request.bitDepth && scene.sampleOptions.scale)
         return Fail(status, HostStatus::RequestInvalid,
                     "scaled samples use all 16 bits; a bit depth cannot be asked for beside a scale");
     if (request.bitDepth && bits != 16)
@@ -205,6 +206,14 @@ std::unique_ptr<Scene> OpenScene(const PairRequest& request, const Warn& warn, S
     auto scene = std::make_unique<Scene>();
     scene->sampleOptions = {request.noData, request.ignoreNoData, {}};
     if (request.scale) scene->sampleOptions.scale = SampleScale{(*request.scale)[0], (*request.scale)[1]};
+    if (request.findScale) {
+        scene->sampleOptions.scale = FindScale(request, status);
+        if (!scene->sampleOptions.scale) return nullptr;
+        warn(FormatString(
+            "samples are scaled as by --scale %.6g,%.6g, which a part of the inputs shows; give the "
+            "range where scenes are to be compared",
+            scene->sampleOptions.scale->least, scene->sampleOptions.scale->greatest));
+    }
     if (!FindResampling(request, *scene, status) || !OpenPan(request, *scene, status) ||
         !ChoosePart(request, *scene, warn, status))
         return nullptr;

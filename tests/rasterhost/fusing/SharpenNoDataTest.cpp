@@ -222,6 +222,15 @@ TEST(SharpenNoData, ScaledSamplesOfAnyType) {
     EXPECT_EQ(samples[2 * 32 + 2], 0u);
     // With a weight of 1 the result is pan.
     EXPECT_NEAR(samples[0] * band.GetScale() + band.GetOffset(), -0.25, 2.0 / 65534);
+
+    // Found, the range is that of both inputs and a quarter more, without nodata values and the odd sample.
+    fused.reset();
+    request.scale.reset();
+    request.findScale = true;
+    outcome = RunSharpen(request);
+    ASSERT_TRUE(outcome.isDone) << outcome.status.ToText();
+    EXPECT_THAT(outcome.report.warnings.front(), testing::HasSubstr("--scale -0.5,-0.1875"));
+    EXPECT_EQ(ReadAll(request.output)[0], 1u + 52427u); // floor(0.8 * 65534 + 0.5)
 }
 
 // Cloud-optimised files are copies, masks, position and all; nothing of the way there is left.
