@@ -279,6 +279,7 @@ std::optional<rasterhost::PreviewRequest> MakePreviewRequest(const CommandLine& 
         throw UsageError("--preview: '" + preview.file +
                          "' is not the name of a PNG file; let it end in .png");
     AddReport("--preview", preview.file, request);
+    request.hasPreview = true;
     if (!line.Has("--preview-at")) return preview;
     preview.at = ParsePair("--preview-at", line.Get("--preview-at"));
     return preview;

@@ -1,7 +1,9 @@
 #include "rasterhost/assessing/Preview.h"
 
 #include "fundament/Text.h"
+#include "rasterhost/assessing/CompareRows.h"
 #include "rasterhost/reading/RowSource.h"
+#include "rasterhost/requests/CacheLimit.h"
 #include "rasterhost/requests/GdalErrors.h"
 #include "rasterhost/requests/Operation.h"
 #include "rasterhost/scene/Scene.h"
@@ -24,8 +26,7 @@ using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
 
-constexpr std::uint32_t mostPixels = 512; // across and down a panel
-constexpr std::size_t gap = 4;            // white columns between panels
+constexpr std::size_t gap = 4; // white columns between panels
 constexpr std::size_t panels = 3;
 
 /// Pan pixels to show, within what is fused.
@@ -52,7 +53,7 @@ bool FindRect(const Scene& scene, const PreviewRequest& preview, PixelRect& rect
                 pan.xMin + part.col1 * pan.pixelSizeX, pan.yMax - part.row1 * pan.pixelSizeY,
                 pan.yMax - part.row0 * pan.pixelSizeY));
     const auto span = [](double middle, std::uint32_t first, std::uint32_t end) {
-        const std::uint32_t length = std::min(mostPixels, end - first);
+        const std::uint32_t length = std::min(mostPreviewPixels, end - first);
         const double start = std::clamp(std::floor(middle - 0.5 * length), static_cast<double>(first),
                                         static_cast<double>(end - length));
         return std::pair(static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(start) + length);
@@ -149,6 +150,7 @@ bool Make(const SharpenRequest& request, const Scene& scene, const PreviewReques
     if (!FindRect(scene, preview, rect, status)) return false;
     const auto fused = InputImage::Open({{request.output, {}}}, "fused", {}, status);
     if (!fused) return false;
+    const CacheLimit cache(StripCache({scene.pan.get(), scene.GetMultispectral().image.get(), fused.get()}));
     const PixelRect& part = scene.part;
     ImageRows pan(*scene.pan, rect);
     std::vector<JoinedRows::Part> grids;

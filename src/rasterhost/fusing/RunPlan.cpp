@@ -32,6 +32,13 @@ std::uint64_t RowBytes(const Scene& scene, const RunSizes& sizes) {
     return bytes;
 }
 
+/// Numbers of a picture's panels: of pan, of all bands upsampled and again fused, and three colours of each.
+std::uint64_t PreviewBytes(const Scene& scene) {
+    const std::uint64_t pixels = std::uint64_t{std::min(mostPreviewPixels, scene.part.GetColumns())} *
+                                 std::min(mostPreviewPixels, scene.part.GetRows());
+    return pixels * sizeof(double) * (10 + scene.bandOrder.size() + scene.outputBands);
+}
+
 constexpr double megabyte = 1e6;
 
 bool CheckImage(const InputImage& image, Status& status) {
@@ -55,8 +62,8 @@ bool CheckImage(const InputImage& image, Status& status) {
 
 RunSizes FindSizes(const RunOptions& run, const OutputRequest& output, const Scene& scene,
                    std::uint32_t fileBands) {
-    return {scene.part.GetColumns(), scene.part.GetRows(), fileBands,
-            ChooseThreads(run),      run.windowRows,       WritesCompressedTiff(output)};
+    return {scene.part.GetColumns(), scene.part.GetRows(),         fileBands,        ChooseThreads(run),
+            run.windowRows,          WritesCompressedTiff(output), output.hasPreview};
 }
 
 int ChooseThreads(const RunOptions& run) {
@@ -104,7 +111,9 @@ std::uint64_t EstimateMemory(const Scene& scene, const RunSizes& sizes, std::uin
     const std::uint32_t rows = ChooseWindowRows(scene, sizes, blockRows);
     const std::uint32_t windows = (sizes.rows - 1) / rows + 1;
     const int threads = std::min(sizes.threads, static_cast<int>(std::min(windows, 0x7FFFFFFFu)));
-    return program + cache + RowBytes(scene, sizes) * rows * static_cast<unsigned>(CountSlots(threads));
+    const std::uint64_t fusing =
+        cache + RowBytes(scene, sizes) * rows * static_cast<unsigned>(CountSlots(threads));
+    return program + std::max(fusing, sizes.hasPreview ? cache + PreviewBytes(scene) : 0);
 }
 
 bool CheckSizes(const Scene& scene, Status& status) {

@@ -14,6 +14,7 @@ struct RunSizes {
     int threads = 1;              ///< that fuse
     std::uint32_t windowRows = 0; ///< as the request gives them, or 0
     bool isCompressed = false;    ///< and so held twice before it is written
+    bool hasPreview = false;      ///< a picture of it is made when it is finished
 };
 
 inline constexpr std::uint32_t usualBlockRows =

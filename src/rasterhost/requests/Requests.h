@@ -91,8 +91,11 @@ struct OutputRequest {
     /// Files that the caller reads or writes beside this run, each with what it is, such as "the settings":
     /// the output takes the place of none of them.
     std::vector<std::pair<std::string, std::string>> otherFiles;
-    bool alpha = false; ///< writes a last band that tells where there is data
+    bool alpha = false;      ///< writes a last band that tells where there is data
+    bool hasPreview = false; ///< a picture is going to be made of the output, which takes memory, too
 };
+
+inline constexpr std::uint32_t mostPreviewPixels = 512; ///< across and down a panel of a picture
 
 /// How a run goes about its work; nothing of it changes a pixel.
 struct RunOptions {

@@ -56,6 +56,8 @@ TEST(Preflight, SaysWhatARunWouldDo) {
     ASSERT_TRUE(report.shift);
     EXPECT_LT(report.shift->GetLength(), 0.05);
     EXPECT_EQ(report.warnings, run.report.warnings);
+    request.hasPreview = true; // 16 numbers a pixel
+    EXPECT_GT(Look(request).report.memoryBytes, report.memoryBytes + 320u * 320u * 8u * 8u);
 }
 
 TEST(Preflight, WarnsOfTheGravestFirstAndPutsItRight) {
