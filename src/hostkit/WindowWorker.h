@@ -6,11 +6,10 @@
 
 namespace hostkit {
 
-/// IDs under which a worker's process finds its images, and that of what it fuses.
-inline constexpr const char* multispectralId = "multispectral";
-inline constexpr const char* infraredId = "infrared";
-inline constexpr const char* lowPassId = "low-pass"; ///< of pan
-inline constexpr const char* sceneId = "scene";
+inline constexpr const char* multispectralId = "multispectral"; ///< ID of the bands in a worker's workspace
+inline constexpr const char* infraredId = "infrared";           ///< ID of the infrared band
+inline constexpr const char* lowPassId = "low-pass";            ///< ID of pan's low-pass
+inline constexpr const char* sceneId = "scene";                 ///< ID of what is fused
 
 /// One process object, the workspace that it takes its coarse images from and the request record: fuses one
 /// window after another. Used by one caller at a time. Calls that fail leave an item that says what cannot be
