@@ -32,8 +32,8 @@ void ExpectSameSums(std::size_t count, std::size_t columns, std::mt19937& random
 
 TEST(LowPassRow, EveryTargetGivesTheSameSums) {
     std::mt19937 random(7);
-    for (const std::size_t count : {1, 2, 7, 14, 300})
-        for (const std::size_t columns : {0, 1, 15, 64, 67, 131}) {
+    for (const std::size_t count : {1u, 2u, 7u, 14u, 300u})
+        for (const std::size_t columns : {0u, 1u, 15u, 64u, 67u, 131u}) {
             ExpectSameSums<unsigned char>(count, columns, random);
             ExpectSameSums<unsigned short>(count, columns, random);
         }
