@@ -53,6 +53,7 @@ Running::Running(const Folder& workFolder, const Arguments& arguments,
     if (mostThreads > 0 && (setrlimit(RLIMIT_NPROC, &threads) != 0 ||
                             (geteuid() == 0 && (setgroups(0, nullptr) != 0 || setuid(nobody) != 0))))
         _exit(99);
+    if (mostThreads > 0) setenv("ASAN_OPTIONS", "detect_leaks=0", 1); // its search takes a thread of its own
     unsetenv("PANSHARP_PLUGIN");
     if (plugin) setenv("PANSHARP_PLUGIN", plugin->c_str(), 1);
     execv(pointers[0], pointers.data());
