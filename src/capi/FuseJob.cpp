@@ -16,7 +16,6 @@ namespace capi {
 using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Fundament::Status;
 namespace PropertyNames = KOVA::Tessara::PropertyNames;
-using ULong = unsigned long; // what "%lu" takes
 
 namespace {
 
@@ -29,9 +28,9 @@ bool Refuse(Status& status, const std::string& message) {
 bool TakeStructure(const pansharp_job& given, pansharp_job& job, Status& status) {
     constexpr std::size_t least = offsetof(pansharp_job, progress_data) + sizeof(void*);
     if (given.struct_size < least)
-        return Refuse(status, FormatString("job.struct_size is %lu, which is no size of a pansharp_job; call "
+        return Refuse(status, FormatString("job.struct_size is %zu, which is no size of a pansharp_job; call "
                                            "pansharp_job_init(&job, sizeof job) before filling the job",
-                                           ULong{given.struct_size}));
+                                           given.struct_size));
     const auto* bytes = reinterpret_cast<const unsigned char*>(&given);
     if (given.struct_size > sizeof job && std::any_of(bytes + sizeof job, bytes + given.struct_size,
                                                       [](unsigned char byte) { return byte != 0; }))
@@ -46,24 +45,22 @@ bool CheckLayout(const char* name, const void* samples, Layout& layout, Status& 
     if (!samples)
         return Refuse(status, FormatString("%s.samples is null; give the address of the first sample", name));
     if (layout.columns == 0 || layout.rows == 0 || layout.bands == 0)
-        return Refuse(status, FormatString("%s has %lu columns, %lu rows and %lu bands; none may be 0", name,
-                                           ULong{layout.columns}, ULong{layout.rows}, ULong{layout.bands}));
+        return Refuse(status, FormatString("%s has %u columns, %u rows and %u bands; none may be 0", name,
+                                           layout.columns, layout.rows, layout.bands));
     // Samples of a row are counted in 32 bits.
     if (std::uint64_t{layout.columns} * layout.bands > std::numeric_limits<std::uint32_t>::max())
-        return Refuse(status,
-                      FormatString("%s has %lu columns of %lu bands; a row may have 4294967295 samples "
-                                   "at most",
-                                   name, ULong{layout.columns}, ULong{layout.bands}));
+        return Refuse(status, FormatString("%s has %u columns of %u bands; a row may have 4294967295 samples "
+                                           "at most",
+                                           name, layout.columns, layout.bands));
     if (!FillStrides(layout))
         return Refuse(status,
                       FormatString("%s: give its three strides, or 0 for all of them when the samples "
                                    "are packed with bands interleaved by pixel",
                                    name));
     if (!FindRange(samples, layout))
-        return Refuse(status,
-                      FormatString("%s: %lu columns, %lu rows and %lu bands with these strides reach "
-                                   "beyond what memory can hold",
-                                   name, ULong{layout.columns}, ULong{layout.rows}, ULong{layout.bands}));
+        return Refuse(status, FormatString("%s: %u columns, %u rows and %u bands with these strides reach "
+                                           "beyond what memory can hold",
+                                           name, layout.columns, layout.rows, layout.bands));
     return true;
 }
 
@@ -83,7 +80,7 @@ bool ReadImage(const char* name, const pansharp_image& given, std::uint32_t bits
 bool ReadPan(const pansharp_image& given, std::uint32_t bits, InputImage& pan, Status& status) {
     if (!ReadImage("pan", given, bits, pan, status)) return false;
     if (given.bands != 1)
-        return Refuse(status, FormatString("pan has %lu bands; it must have one", ULong{given.bands}));
+        return Refuse(status, FormatString("pan has %u bands; it must have one", given.bands));
     if (given.pixel_width != 0 || given.pixel_height != 0 || given.offset_x != 0 || given.offset_y != 0)
         return Refuse(status, "pan.pixel_width, pixel_height, offset_x and offset_y must be 0: the other "
                               "images are placed under pan");
@@ -110,18 +107,18 @@ bool PlaceAxis(const Axis& axis, double& pixelSize, Status& status) {
     pixelSize = axis.givenSize == 0.0 ? static_cast<double>(axis.panPixels) / axis.ownPixels : axis.givenSize;
     if (!(pixelSize >= 1.0 - noise && pixelSize < 1e4))
         return Refuse(status,
-                      FormatString("a pixel of %s is %.10g pan pixels (%s: %lu %s to %lu of pan); it must "
+                      FormatString("a pixel of %s is %.10g pan pixels (%s: %u %s to %u of pan); it must "
                                    "be 1 or more and less than 10000: are the images exchanged?",
-                                   axis.image, pixelSize, axis.size, ULong{axis.ownPixels}, axis.pixels,
-                                   ULong{axis.panPixels}));
+                                   axis.image, pixelSize, axis.size, axis.ownPixels, axis.pixels,
+                                   axis.panPixels));
     // Up to one pixel around the image takes the samples of its edge.
     const double end = axis.givenOffset + axis.panPixels / pixelSize;
     if (!(axis.givenOffset >= -1.0 - noise && end <= axis.ownPixels + 1.0 + noise))
         return Refuse(status,
-                      FormatString("pan lies on the %s %.10g to %.10g of %s, which has 0 to %lu and one "
+                      FormatString("pan lies on the %s %.10g to %.10g of %s, which has 0 to %u and one "
                                    "more on either side at most; correct %s.%s or %s.%s",
-                                   axis.pixels, axis.givenOffset, end, axis.image, ULong{axis.ownPixels},
-                                   axis.image, axis.offset, axis.image, axis.size));
+                                   axis.pixels, axis.givenOffset, end, axis.image, axis.ownPixels, axis.image,
+                                   axis.offset, axis.image, axis.size));
     return true;
 }
 
@@ -152,9 +149,9 @@ bool ReadOutputBands(const pansharp_job& given, FuseJob& job, Status& status) {
         const std::uint32_t band = given.output_bands[i];
         if (band == 0 || band > bands)
             return Refuse(status,
-                          FormatString("job.output_bands[%lu] is %lu; bands count from 1, and there are "
-                                       "%lu multispectral ones",
-                                       ULong{i}, ULong{band}, ULong{bands}));
+                          FormatString("job.output_bands[%u] is %u; bands count from 1, and there are "
+                                       "%u multispectral ones",
+                                       i, band, bands));
         job.outputBands.push_back(band - 1);
     }
     if (job.outputBands.empty())
@@ -192,9 +189,8 @@ bool ReadMethod(const pansharp_job& given, const PansharpDescription& plugin, Fu
     if (!method) return false;
     const hostkit::WeightedBands bands{job.multispectral.info.bandsPerPixel, job.infrared.has_value()};
     if (bands.multispectral < method->minimumBands)
-        return Refuse(status,
-                      FormatString("the method %s needs %lu multispectral bands or more; there are %lu",
-                                   method->keyword, ULong{method->minimumBands}, ULong{bands.multispectral}));
+        return Refuse(status, FormatString("the method %s needs %u multispectral bands or more; there are %u",
+                                           method->keyword, method->minimumBands, bands.multispectral));
     if (given.weights ? given.weight_count == 0 : given.weight_count != 0)
         return Refuse(status, "job.weights and job.weight_count: give both, or neither for equal weights");
     hostkit::EffectiveWeights weights;
@@ -203,7 +199,7 @@ bool ReadMethod(const pansharp_job& given, const PansharpDescription& plugin, Fu
     job.properties[PropertyNames::method] = method->keyword;
     job.properties[PropertyNames::multispectralImage] = hostkit::multispectralId;
     if (job.infrared) job.properties[PropertyNames::additionalImage] = hostkit::infraredId;
-    job.properties[PropertyNames::outputBands] = FormatString("%lu", ULong{job.processBands});
+    job.properties[PropertyNames::outputBands] = FormatString("%u", job.processBands);
     hostkit::SetScalars(*method, std::nullopt, job.properties);
     return hostkit::SetWeights(*method, bands, weights, job.properties, status);
 }
@@ -215,9 +211,9 @@ bool ReadJob(const pansharp_job& given, const PansharpDescription& plugin, FuseJ
     if (!TakeStructure(given, known, status)) return false;
     const std::uint32_t bits = known.bits_per_sample;
     if (bits != 8 && bits != 16)
-        return Refuse(status, FormatString("job.bits_per_sample is %lu; samples of 8 and of 16 bits can be "
+        return Refuse(status, FormatString("job.bits_per_sample is %u; samples of 8 and of 16 bits can be "
                                            "fused (put 9 to 15 bits into 16)",
-                                           ULong{bits}));
+                                           bits));
     if (!ReadPan(known.pan, bits, job.pan, status) ||
         !ReadImage("multispectral", known.multispectral, bits, job.multispectral, status) ||
         !PlaceImage("multispectral", known.multispectral, job.pan, job.multispectral, status))
@@ -228,8 +224,8 @@ bool ReadJob(const pansharp_job& given, const PansharpDescription& plugin, FuseJ
             !PlaceImage("infrared", known.infrared, job.pan, infrared, status))
             return false;
         if (known.infrared.bands != 1)
-            return Refuse(status, FormatString("infrared has %lu bands; it must have one",
-                                               ULong{known.infrared.bands}));
+            return Refuse(status,
+                          FormatString("infrared has %u bands; it must have one", known.infrared.bands));
     } else if (known.infrared.columns != 0 || known.infrared.rows != 0) {
         return Refuse(status, "infrared has a size but infrared.samples is null; leave all of it 0 for none");
     }

@@ -13,7 +13,6 @@ using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Fundament::PropertyLookUp;
 using KOVA::Tessara::Fundament::Status;
 using KOVA::Tessara::Global::NameValueMap;
-using ULong = unsigned long; // what "%lu" takes
 
 namespace {
 

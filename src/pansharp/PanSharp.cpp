@@ -12,7 +12,6 @@
 namespace PXL {
 
 using Fundament::FormatString;
-using ULong = unsigned long; // what "%lu" takes
 namespace PropertyNames = KOVA::Tessara::PropertyNames;
 
 void ReadKovaWeights(const ParameterTexts& texts, std::span<double> weights) {
@@ -58,15 +57,15 @@ bool PanSharp<ImageBase<Info, T*, Traits>>::PrepareInit(InputImage* multispectra
     if (msInfo.bitsPerSample != panInfo.bitsPerSample) {
         this->status.Insert(PanSharpStatus::DepthsDiffer,
                             FormatString("input image formats do not match; images have different bit-depths "
-                                         "(multispectral : %lu bits; pan : %lu bits)",
-                                         ULong{msInfo.bitsPerSample}, ULong{panInfo.bitsPerSample}));
+                                         "(multispectral : %u bits; pan : %u bits)",
+                                         msInfo.bitsPerSample, panInfo.bitsPerSample));
         return false;
     }
     if (panInfo.bands >= 2) {
         this->status.Insert(
             PanSharpStatus::PanNotGray,
-            FormatString("pan image has too many channels (%lu);  it must be a grayscale image",
-                         ULong{panInfo.bands}));
+            FormatString("pan image has too many channels (%u);  it must be a grayscale image",
+                         panInfo.bands));
         return false;
     }
     if (panInfo.bands == 0) {
@@ -85,23 +84,23 @@ bool PanSharp<ImageBase<Info, T*, Traits>>::CheckBands(std::uint32_t fewestBands
     outputInfo.bands = outputBandCount;
     if (outputBandCount == 0) {
         this->status.Insert(PanSharpStatus::NoOutputBands,
-                            FormatString("invalid output channels specified '%lu'", ULong{outputBandCount}));
+                            FormatString("invalid output channels specified '%u'", outputBandCount));
         return false;
     }
     const std::uint32_t needed = std::max(outputBandCount, fewestBands);
     if (msBandCount < needed) {
-        this->status.Insert(PanSharpStatus::TooFewBands,
-                            FormatString("too few input channels: %lu; require at least %lu channels",
-                                         ULong{msBandCount}, ULong{needed}));
+        this->status.Insert(
+            PanSharpStatus::TooFewBands,
+            FormatString("too few input channels: %u; require at least %u channels", msBandCount, needed));
         return false;
     }
     if (msBandCount > mostBands || !RowFits(panInfo.cols, outputBandCount, sizeof(T))) {
         this->status.Insert(
             PanSharpStatus::RowTooLong,
-            FormatString("a row of %lu columns and %lu bands, of %lu input channels, is too long: at most "
-                         "%lu channels and %lu MiB",
-                         ULong{panInfo.cols}, ULong{outputBandCount}, ULong{msBandCount}, ULong{mostBands},
-                         ULong{mostRowBytes >> 20}));
+            FormatString("a row of %u columns and %u bands, of %u input channels, is too long: at most "
+                         "%u channels and %u MiB",
+                         panInfo.cols, outputBandCount, msBandCount, mostBands,
+                         static_cast<unsigned>(mostRowBytes >> 20)));
         return false;
     }
     return true;
@@ -138,8 +137,8 @@ void PanSharp<ImageBase<Info, T*, Traits>>::FinishInit(kernels::FuseRow<T> kerne
 template <class Info, class T, class Traits>
 void PanSharp<ImageBase<Info, T*, Traits>>::PublishBands() {
     if (!this->metadataEnabled) return;
-    this->metadata["outputNumChannels"] = FormatString("%lu", ULong{outputBandCount});
-    this->metadata["multispectralImageNumChannels"] = FormatString("%lu", ULong{msBandCount});
+    this->metadata["outputNumChannels"] = FormatString("%u", outputBandCount);
+    this->metadata["multispectralImageNumChannels"] = FormatString("%u", msBandCount);
     this->metadata["panImageNumChannels"] = "1";
     this->metadata["channelWeights"] = NumberList(bandWeights);
 }
@@ -179,18 +178,17 @@ bool PanSharp<ImageBase<Info, T*, Traits>>::SetWindow(std::uint32_t col0, std::u
     if (!withinPan || msInfo.cols < this->endColumn || msInfo.rows < this->endRow) {
         this->status.Insert(
             PanSharpStatus::WindowDoesNotFit,
-            FormatString("the window (columns %lu to %lu, rows %lu to %lu) does not fit the pan image "
-                         "(%lu x %lu) and the multispectral image (%lu x %lu)",
-                         ULong{col0}, ULong{col1}, ULong{row0}, ULong{row1}, ULong{panInfo.cols},
-                         ULong{panInfo.rows}, ULong{msInfo.cols}, ULong{msInfo.rows}));
+            FormatString("the window (columns %u to %u, rows %u to %u) does not fit the pan image "
+                         "(%u x %u) and the multispectral image (%u x %u)",
+                         col0, col1, row0, row1, panInfo.cols, panInfo.rows, msInfo.cols, msInfo.rows));
         return false;
     }
     windowColumns = this->endColumn;
     if (this->metadataEnabled) {
-        this->metadata["PanNCols"] = FormatString("%lu", ULong{this->endColumn});
-        this->metadata["PanNRows"] = FormatString("%lu", ULong{this->endRow});
-        this->metadata["MSNCols"] = FormatString("%lu", ULong{msInfo.cols});
-        this->metadata["MSNRows"] = FormatString("%lu", ULong{msInfo.rows});
+        this->metadata["PanNCols"] = FormatString("%u", this->endColumn);
+        this->metadata["PanNRows"] = FormatString("%u", this->endRow);
+        this->metadata["MSNCols"] = FormatString("%u", msInfo.cols);
+        this->metadata["MSNRows"] = FormatString("%u", msInfo.rows);
     }
     return true;
 }
@@ -209,9 +207,9 @@ bool PanSharp<ImageBase<Info, T*, Traits>>::FetchRows(std::uint32_t row, kernels
     if (row < windowFirstRow || row - windowFirstRow >= msInfo.rows) {
         this->InsertOnce(
             PanSharpStatus::RowNotCovered,
-            FormatString("row %lu is outside the rows that the multispectral image covers (%lu from "
-                         "row %lu)",
-                         ULong{row}, ULong{msInfo.rows}, ULong{windowFirstRow}));
+            FormatString("row %u is outside the rows that the multispectral image covers (%u from "
+                         "row %u)",
+                         row, msInfo.rows, windowFirstRow));
         return false;
     }
     const std::uint32_t msRow = row - windowFirstRow;
@@ -221,9 +219,8 @@ bool PanSharp<ImageBase<Info, T*, Traits>>::FetchRows(std::uint32_t row, kernels
     else if (rows.pan)
         rows.ms = msImage->GetRow(msRow);
     if (!rows.ms || (apartRows && !rows.additional)) {
-        this->InsertOnce(
-            PanSharpStatus::NoInputRow,
-            FormatString("the %s image delivers no row %lu", rows.pan ? "multispectral" : "pan", ULong{row}));
+        this->InsertOnce(PanSharpStatus::NoInputRow, FormatString("the %s image delivers no row %u",
+                                                                  rows.pan ? "multispectral" : "pan", row));
         return false;
     }
     nextRow = row + 1;

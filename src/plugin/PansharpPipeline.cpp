@@ -14,7 +14,6 @@ namespace KOVA::Tessara::Pixmere {
 
 using Fundament::FormatString;
 using Fundament::PropertyLookUp;
-using ULong = unsigned long; // what "%lu" takes
 
 namespace {
 
@@ -166,8 +165,8 @@ bool PansharpRaster::CheckInfrared(std::uint32_t msBits, std::uint32_t irBits) {
     return msBits == irBits ||
            Fail(ProcessStatus::DepthsDiffer,
                 FormatString("multispectral and infra-red images are incompatible : images are of different "
-                             "bit-depths (multispectral : %lu bits; infrared : %lu bits)",
-                             ULong{msBits}, ULong{irBits}));
+                             "bit-depths (multispectral : %u bits; infrared : %u bits)",
+                             msBits, irBits));
 }
 
 template <class T>
@@ -179,8 +178,8 @@ bool PansharpRaster::CheckInputs() {
         return Fail(
             ProcessStatus::DepthsDiffer,
             FormatString("multispectral and pan images are incompatible : images are of different bit-depths "
-                         "(%lu, %lu respectively)",
-                         ULong{msBits}, ULong{panBits}));
+                         "(%u, %u respectively)",
+                         msBits, panBits));
     return Covers(msRaster, "multispectral", workAoi.size);
 }
 
@@ -190,9 +189,8 @@ bool PansharpRaster::Covers(IRaster* raster, const char* role, const Size& least
         return Fail(ProcessStatus::NoDescription, FormatString("the %s raster has no description", role));
     if (description->cols >= least.columns && description->rows >= least.rows) return true;
     return Fail(ProcessStatus::RasterTooSmall,
-                FormatString("the %s raster of %lu x %lu pixels is too small; it must cover %lu x %lu", role,
-                             ULong{description->cols}, ULong{description->rows}, ULong{least.columns},
-                             ULong{least.rows}));
+                FormatString("the %s raster of %u x %u pixels is too small; it must cover %u x %u", role,
+                             description->cols, description->rows, least.columns, least.rows));
 }
 
 template <class T>
@@ -205,7 +203,7 @@ bool PansharpRaster::CreateFusion() {
     PXL::PanSharpImage<T>& image = *pipeline.panSharpImage;
     CopyProperties(image.properties, properties);
     // As published by Init: the host reads rows of that many bands, whatever it has set since.
-    image.properties[PropertyNames::outputBands] = FormatString("%lu", ULong{info.bandsPerPixel});
+    image.properties[PropertyNames::outputBands] = FormatString("%u", info.bandsPerPixel);
     image.EnableMetadata(generateMetadata);
     image.UseSimdTarget(simdTarget);
     // One infrared band is fused from where it lies: to merge it into every row first takes longer than to
@@ -228,8 +226,8 @@ const unsigned char* PansharpRaster::GetPipelineRow(std::uint32_t row) {
     // outside the window have no defined samples.
     if (row < currentWindow.row0 || (row >= currentWindow.row1 && row < image.GetInfo().rows)) {
         AddOnce(ProcessStatus::RowOutsideWindow,
-                FormatString("row %lu lies outside the window (rows %lu to %lu)", ULong{row},
-                             ULong{currentWindow.row0}, ULong{currentWindow.row1}));
+                FormatString("row %u lies outside the window (rows %u to %u)", row, currentWindow.row0,
+                             currentWindow.row1));
         return nullptr;
     }
     if (const T* samples = image.GetRow(row)) return reinterpret_cast<const unsigned char*>(samples);
