@@ -48,7 +48,7 @@ inline constexpr PansharpMethod kovaMethod = {
     .keyword = "KOVA",
     .summary = "adds the difference between pan and a weighted sum of the bands to every band",
     .formula = "out[c] = ms[c] + (pan - sum of ms[b] * weight[b])",
-    .advice = "the default: keeps the differences between the bands, with any number of bands, when pan is "
+    .advice = "keeps the differences between the bands, with any number of bands, when pan is "
               "close to a weighted sum of them",
     .minimumBands = 1,
     .fusedBands = 0,
