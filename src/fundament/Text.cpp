@@ -65,13 +65,18 @@ bool EndsWith(const std::string& text, const std::string& suffix, bool ignoreCas
 }
 
 std::string FormatString(const char* format, ...) {
-    char buffer[4096];
     va_list arguments;
     va_start(arguments, format);
+    std::string result = FormatArguments(format, arguments);
+    va_end(arguments);
+    return result;
+}
+
+std::string FormatArguments(const char* format, std::va_list arguments) {
+    char buffer[4096];
     va_list again;
     va_copy(again, arguments);
     const int length = FormatClassic(buffer, sizeof buffer, format, arguments);
-    va_end(arguments);
     std::string result;
     if (length >= 0 && static_cast<std::size_t>(length) < sizeof buffer) {
         result.assign(buffer, static_cast<std::size_t>(length));

@@ -1,6 +1,5 @@
 #include "rasterhost/assessing/Assess.h"
 
-#include "fundament/Text.h"
 #include "hostkit/RequestRecord.h"
 #include "quality/NoReference.h"
 #include "rasterhost/assessing/CompareRows.h"
@@ -17,7 +16,6 @@
 
 namespace rasterhost {
 
-using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
@@ -27,10 +25,10 @@ bool CheckBands(const InputImage& fused, const InputImage& other, const char* ro
     const auto count = fused.GetInfo().bandsPerPixel;
     return other.GetInfo().bandsPerPixel == count ||
            Fail(status, HostStatus::InputsDoNotFit,
-                FormatString("%s has %u bands and the %s image %s has %u; name the same bands in the same "
-                             "order, as in %sFILE,band=3 FILE,band=2",
-                             fused.GetName().c_str(), count, role, other.GetName().c_str(),
-                             other.GetInfo().bandsPerPixel, takesList ? "--bands 3,2 or " : ""));
+                "%s has %u bands and the %s image %s has %u; name the same bands in the same "
+                "order, as in %sFILE,band=3 FILE,band=2",
+                fused.GetName().c_str(), count, role, other.GetName().c_str(), other.GetInfo().bandsPerPixel,
+                takesList ? "--bands 3,2 or " : "");
 }
 
 /// The same pixels: size and, where both have one, position.
@@ -38,12 +36,10 @@ bool CheckPixels(const InputImage& fused, const InputImage& other, const char* r
     const RasterInfo& a = fused.GetInfo();
     const RasterInfo& b = other.GetInfo();
     if (a.cols != b.cols || a.rows != b.rows)
-        return Fail(
-            status, HostStatus::InputsDoNotFit,
-            FormatString("%s is of %u x %u pixels and the %s image %s of %u x %u; they have to be of the "
-                         "same pixels: cut the second with gdal_translate -projwin",
-                         fused.GetName().c_str(), a.cols, a.rows, role, other.GetName().c_str(), b.cols,
-                         b.rows));
+        return Fail(status, HostStatus::InputsDoNotFit,
+                    "%s is of %u x %u pixels and the %s image %s of %u x %u; they have to be of the "
+                    "same pixels: cut the second with gdal_translate -projwin",
+                    fused.GetName().c_str(), a.cols, a.rows, role, other.GetName().c_str(), b.cols, b.rows);
     if (!fused.IsGeoreferenced() || !other.IsGeoreferenced()) return true;
     constexpr double noise = 0.01; // of a pixel
     const double off =
@@ -52,10 +48,9 @@ bool CheckPixels(const InputImage& fused, const InputImage& other, const char* r
         std::max(std::fabs(a.xMax - b.xMax) / a.pixelSizeX, std::fabs(a.yMin - b.yMin) / a.pixelSizeY);
     return (std::max(off, far) <= noise && IsSameProjection(fused.GetProjection(), other.GetProjection())) ||
            Fail(status, HostStatus::InputsDoNotFit,
-                FormatString(
-                    "%s and the %s image %s do not lie at the same place; they have to be of the same "
-                    "pixels",
-                    fused.GetName().c_str(), role, other.GetName().c_str()));
+                "%s and the %s image %s do not lie at the same place; they have to be of the same "
+                "pixels",
+                fused.GetName().c_str(), role, other.GetName().c_str());
 }
 
 /// What an image on the grid of pan looks like beside the pair that it was made of.
@@ -245,8 +240,8 @@ bool CheckBlur(const SensorBlur& blur, std::size_t bands, Status& status) {
                     "a modulation transfer at the Nyquist frequency lies above 0 and below 1, such as 0.3");
     return blur.multispectral.size() == 1 || blur.multispectral.size() == bands ||
            Fail(status, HostStatus::RequestInvalid,
-                FormatString("%d modulation transfers are given for %d bands; give one, or one a band",
-                             static_cast<int>(blur.multispectral.size()), static_cast<int>(bands)));
+                "%d modulation transfers are given for %d bands; give one, or one a band",
+                static_cast<int>(blur.multispectral.size()), static_cast<int>(bands));
 }
 
 bool Assess(const AssessRequest& request, AssessReport& report, Status& status) {

@@ -1,12 +1,8 @@
 #include "rasterhost/assessing/CompareRows.h"
 
-#include "fundament/Text.h"
-
 #include <cmath>
 
 namespace rasterhost {
-
-using KOVA::Tessara::Fundament::FormatString;
 
 namespace {
 
@@ -50,23 +46,20 @@ bool CheckGrids(const Scene& scene, Status& status) {
     const std::size_t grids = scene.GetGrids().size();
     if (grids > 1)
         return Fail(status, HostStatus::InputsDoNotFit,
-                    FormatString("the multispectral bands lie on %d different grids, and indices take one; "
-                                 "name bands that share a grid, or bring them onto one with gdalwarp",
-                                 static_cast<int>(grids)));
+                    "the multispectral bands lie on %d different grids, and indices take one; "
+                    "name bands that share a grid, or bring them onto one with gdalwarp",
+                    static_cast<int>(grids));
     const PlacedImage& multispectral = scene.GetMultispectral();
     if (scene.HasInfrared() && !IsOnGrid(scene.images.back(), multispectral))
-        return Fail(
-            status, HostStatus::InputsDoNotFit,
-            FormatString("the infrared band of %s lies on another grid than %s, and both are degraded "
-                         "alike; bring it onto that grid with gdalwarp -te and -ts",
-                         scene.images.back().image->GetName().c_str(),
-                         multispectral.image->GetName().c_str()));
+        return Fail(status, HostStatus::InputsDoNotFit,
+                    "the infrared band of %s lies on another grid than %s, and both are degraded "
+                    "alike; bring it onto that grid with gdalwarp -te and -ts",
+                    scene.images.back().image->GetName().c_str(), multispectral.image->GetName().c_str());
     return multispectral.placement->RunsAlong() ||
            Fail(status, HostStatus::InputsDoNotFit,
-                FormatString(
-                    "rows and columns of %s and %s do not run along each other, which degrading them takes; "
-                    "bring the second into the projection of the first with gdalwarp -t_srs",
-                    scene.pan->GetName().c_str(), multispectral.image->GetName().c_str()));
+                "rows and columns of %s and %s do not run along each other, which degrading them takes; "
+                "bring the second into the projection of the first with gdalwarp -t_srs",
+                scene.pan->GetName().c_str(), multispectral.image->GetName().c_str());
 }
 
 } // namespace rasterhost

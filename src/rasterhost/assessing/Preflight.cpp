@@ -2,7 +2,7 @@
 
 #include "fundament/Text.h"
 #include "hostkit/PluginLibrary.h"
-#include "rasterhost/fitting/SceneSample.h"
+#include "rasterhost/fitting/SceneSurvey.h"
 #include "rasterhost/fusing/PreparedPair.h"
 #include "rasterhost/fusing/ProcessSettings.h"
 #include "rasterhost/fusing/RunPlan.h"

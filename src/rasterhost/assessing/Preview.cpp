@@ -1,6 +1,5 @@
 #include "rasterhost/assessing/Preview.h"
 
-#include "fundament/Text.h"
 #include "rasterhost/assessing/CompareRows.h"
 #include "rasterhost/reading/RowSource.h"
 #include "rasterhost/requests/CacheLimit.h"
@@ -21,7 +20,6 @@
 namespace rasterhost {
 
 using hostkit::PixelRect;
-using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
@@ -36,22 +34,20 @@ bool FindRect(const Scene& scene, const PreviewRequest& preview, PixelRect& rect
     double column = 0.5 * (part.col0 + part.col1), row = 0.5 * (part.row0 + part.row1);
     if (preview.at && !scene.pan->IsNorthUp())
         return Fail(status, HostStatus::RequestInvalid,
-                    FormatString("%s is not north up, so the preview's middle cannot be named in map units; "
-                                 "leave --preview-at out for the middle of the image",
-                                 scene.pan->GetName().c_str()));
+                    "%s is not north up, so the preview's middle cannot be named in map units; "
+                    "leave --preview-at out for the middle of the image",
+                    scene.pan->GetName().c_str());
     if (preview.at) {
         column = ((*preview.at)[0] - pan.xMin) / pan.pixelSizeX;
         row = (pan.yMax - (*preview.at)[1]) / pan.pixelSizeY;
     }
     if (column < part.col0 || column > part.col1 || row < part.row0 || row > part.row1)
-        return Fail(
-            status, HostStatus::RequestInvalid,
-            FormatString(
-                "the preview's middle (%.10g, %.10g) does not lie in what is fused: x %.10g to %.10g, "
-                "y %.10g to %.10g",
-                (*preview.at)[0], (*preview.at)[1], pan.xMin + part.col0 * pan.pixelSizeX,
-                pan.xMin + part.col1 * pan.pixelSizeX, pan.yMax - part.row1 * pan.pixelSizeY,
-                pan.yMax - part.row0 * pan.pixelSizeY));
+        return Fail(status, HostStatus::RequestInvalid,
+                    "the preview's middle (%.10g, %.10g) does not lie in what is fused: x %.10g to %.10g, "
+                    "y %.10g to %.10g",
+                    (*preview.at)[0], (*preview.at)[1], pan.xMin + part.col0 * pan.pixelSizeX,
+                    pan.xMin + part.col1 * pan.pixelSizeX, pan.yMax - part.row1 * pan.pixelSizeY,
+                    pan.yMax - part.row0 * pan.pixelSizeY);
     const auto span = [](double middle, std::uint32_t first, std::uint32_t end) {
         const std::uint32_t length = std::min(mostPreviewPixels, end - first);
         const double start = std::clamp(std::floor(middle - 0.5 * length), static_cast<double>(first),
@@ -141,8 +137,8 @@ bool WritePng(const std::string& file, bool overwrite, std::vector<unsigned char
     written.reset();
     if (isWritten && !errors.HasFailed()) return folder->Deliver(overwrite, status);
     return Fail(status, HostStatus::OutputNotWritten,
-                FormatString("the preview '%s' cannot be written; check the folder and the space there%s",
-                             file.c_str(), errors.Reason().c_str()));
+                "the preview '%s' cannot be written; check the folder and the space there%s", file.c_str(),
+                errors.Reason().c_str());
 }
 
 bool Make(const SharpenRequest& request, const Scene& scene, const PreviewRequest& preview, Status& status) {
@@ -199,8 +195,7 @@ bool WritePreview(const SharpenRequest& request, const Scene& scene, const Previ
     double seconds = 0.0;
     return RunOperation([&] { return Make(request, scene, preview, status); }, seconds, status) ||
            Fail(status, HostStatus::OutputNotWritten,
-                FormatString("the output '%s' is complete; only its preview is missing",
-                             request.output.c_str()));
+                "the output '%s' is complete; only its preview is missing", request.output.c_str());
 }
 
 } // namespace rasterhost

@@ -94,11 +94,10 @@ public:
         reduced.ratioY = ms.pixelSizeY / fine.pixelSizeY;
         const PixelRect shared = OnPan(fine, ms);
         if (shared.GetColumns() < 8.0 * reduced.ratioX || shared.GetRows() < 8.0 * reduced.ratioY)
-            return Fail(
-                status, HostStatus::InputsDoNotFit,
-                FormatString("the images share %u x %u multispectral pixels; that is too few to degrade "
-                             "them by %.6g x %.6g and compare",
-                             shared.GetColumns(), shared.GetRows(), reduced.ratioX, reduced.ratioY));
+            return Fail(status, HostStatus::InputsDoNotFit,
+                        "the images share %u x %u multispectral pixels; that is too few to degrade "
+                        "them by %.6g x %.6g and compare",
+                        shared.GetColumns(), shared.GetRows(), reduced.ratioX, reduced.ratioY);
         across = Divide(shared.col0, shared.col1);
         down = Divide(shared.row0, shared.row1);
         reduced.columns = Length(across);
@@ -207,9 +206,8 @@ bool ReducedScene::Keep(WorkFolder& target, bool overwrite, Status& status) cons
     const GdalErrors errors;
     for (const std::string name : GetNames(hasInfrared))
         if (CPLCopyFile(target.GetFile(name).c_str(), (folder + "/" + name).c_str()) != 0)
-            return Fail(status, HostStatus::OutputNotWritten,
-                        FormatString("'%s' cannot be written; is the disk full?%s",
-                                     target.GetPlace(name).c_str(), errors.Reason().c_str()));
+            return Fail(status, HostStatus::OutputNotWritten, "'%s' cannot be written; is the disk full?%s",
+                        target.GetPlace(name).c_str(), errors.Reason().c_str());
     return target.Deliver(overwrite, status);
 }
 

@@ -20,20 +20,20 @@ constexpr double leastGiven = 0.05, greatestGiven = 0.9;
 bool CheckGiven(const FusionRequest& request, std::size_t bands, Status& status) {
     if (request.transfer && !(*request.transfer >= leastGiven && *request.transfer <= greatestGiven))
         return Fail(status, HostStatus::RequestInvalid,
-                    FormatString("the modulation transfer %s is none; give a number from %s to %s",
-                                 NumberText(*request.transfer).c_str(), NumberText(leastGiven).c_str(),
-                                 NumberText(greatestGiven).c_str()));
+                    "the modulation transfer %s is none; give a number from %s to %s",
+                    NumberText(*request.transfer).c_str(), NumberText(leastGiven).c_str(),
+                    NumberText(greatestGiven).c_str());
     if (!request.gains.empty() && request.gains.size() != bands)
         return Fail(status, HostStatus::RequestInvalid,
-                    FormatString("%zu pairs of gains are given for %zu multispectral bands; give one for "
-                                 "each, in the order of the bands",
-                                 request.gains.size(), bands));
+                    "%zu pairs of gains are given for %zu multispectral bands; give one for "
+                    "each, in the order of the bands",
+                    request.gains.size(), bands);
     for (std::size_t band = 0; band < request.gains.size(); ++band) {
         const auto& [gain, ratioGain] = request.gains[band];
         if (!(gain >= 0.0 && ratioGain >= 0.0 && std::isfinite(gain) && std::isfinite(ratioGain)))
             return Fail(status, HostStatus::RequestInvalid,
-                        FormatString("the gains of band %zu are %s and %s; give numbers of 0 or more",
-                                     band + 1, NumberText(gain).c_str(), NumberText(ratioGain).c_str()));
+                        "the gains of band %zu are %s and %s; give numbers of 0 or more", band + 1,
+                        NumberText(gain).c_str(), NumberText(ratioGain).c_str());
     }
     return true;
 }

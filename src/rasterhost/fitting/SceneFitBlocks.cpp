@@ -1,6 +1,6 @@
 #include "rasterhost/fitting/SceneFitBlocks.h"
 
-#include "rasterhost/fitting/SceneSample.h"
+#include "rasterhost/fitting/SceneSurvey.h"
 
 namespace rasterhost {
 
@@ -23,7 +23,7 @@ std::vector<hostkit::PixelRect> SceneFitBlocks::Choose(std::uint32_t blocks, std
 
 bool SceneFitBlocks::Read(const hostkit::PixelRect& rect, FitBlock& block, Status& status) {
     constexpr double margin = 2.0;
-    BlockSample sample;
+    SurveyBlock sample;
     if (!sample.ReadBands(scene, rect, bitDepth, status)) return false;
     block.rect = rect;
     block.bands = sample.GetBands();
@@ -35,7 +35,7 @@ bool SceneFitBlocks::Read(const hostkit::PixelRect& rect, FitBlock& block, Statu
     block.panRect = block.onPan.Beneath(rect.col0 - margin, rect.row0 - margin, rect.col1 + margin,
                                         rect.row1 + margin, scene.pan->GetInfo());
     if (block.panRect.IsEmpty()) return true;
-    PixelSample pan;
+    SurveyedPixels pan;
     if (!ReadPixels(*scene.pan, block.panRect, bitDepth, pan, status)) return false;
     block.pan = std::move(pan.samples);
     block.panUsable = std::move(pan.usable);

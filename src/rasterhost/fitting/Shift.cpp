@@ -1,7 +1,7 @@
 #include "rasterhost/fitting/Shift.h"
 
 #include "rasterhost/fitting/FitMoments.h"
-#include "rasterhost/fitting/SceneSample.h"
+#include "rasterhost/fitting/SceneSurvey.h"
 
 #include <algorithm>
 #include <cmath>
@@ -22,7 +22,7 @@ double Length(const Point& way) { return std::hypot(way.x, way.y); }
 
 /// A block and its pixels that every trial uses: those that stay on usable pan wherever they are moved.
 struct Window {
-    BlockSample block;
+    SurveyBlock block;
     std::vector<std::size_t> pixels;
     FitMoments moments;
 
@@ -88,7 +88,7 @@ Best Climb(const Windows& windows, Best best) {
 }
 
 /// Several windows even of a small scene, so that they can be compared.
-SamplePlan PlanWindows(const Scene& scene) {
+SurveyPlan PlanWindows(const Scene& scene) {
     const auto& info = scene.GetMultispectral().image->GetInfo();
     return {4, std::clamp(std::min(info.cols, info.rows) / 4, 24u, 64u)};
 }

@@ -2,7 +2,7 @@
 
 #include "fundament/Text.h"
 #include "rasterhost/fitting/FitMoments.h"
-#include "rasterhost/fitting/SceneSample.h"
+#include "rasterhost/fitting/SceneSurvey.h"
 
 #include <algorithm>
 
@@ -23,7 +23,7 @@ void AddTally(const ImageTally& block, ImageTally& sum) {
     sum.largest = std::max(sum.largest, block.largest);
 }
 
-void AddBlock(const BlockSample& block, FitMoments& moments, SceneTally* tally) {
+void AddBlock(const SurveyBlock& block, FitMoments& moments, SceneTally* tally) {
     for (std::size_t pixel = 0; pixel < block.GetCount(); ++pixel) {
         if (!block.IsUsable(pixel)) continue;
         const auto pan = block.GetPan(pixel, 0.0, 0.0);
@@ -73,7 +73,7 @@ bool FitWeights(const Scene& scene, const FitOptions& options, WeightFit& fit, S
         return true;
     }
     FitMoments moments(bands);
-    BlockSample block;
+    SurveyBlock block;
     for (const hostkit::PixelRect& rect : ChooseBlocks(scene, {})) {
         if (!block.Read(scene, rect, 0.0, options.bitDepth, status)) return false;
         AddBlock(block, moments, tally);

@@ -31,7 +31,7 @@ struct FitOptions {
 
 /// Fits weights without an offset by non-negative least squares: pan, averaged over the footprint of each
 /// multispectral pixel, on the bands there, the infrared one included (its mean over that pixel). From a
-/// sample of blocks (SceneSample.h), whose pixels without data or with saturated samples are left out; one
+/// sample of blocks (SceneSurvey.h), whose pixels without data or with saturated samples are left out; one
 /// thread, always in the same order. `tally`, when not null, gets what was seen. False with an item when an
 /// input cannot be read.
 [[nodiscard]] bool FitWeights(const Scene& scene, const FitOptions& options, WeightFit& fit,

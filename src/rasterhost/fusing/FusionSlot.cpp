@@ -1,6 +1,5 @@
 #include "rasterhost/fusing/FusionSlot.h"
 
-#include "fundament/Text.h"
 #include "hostkit/AxisPlacement.h"
 #include "hostkit/RequestRecord.h"
 
@@ -10,7 +9,6 @@
 namespace rasterhost {
 
 using hostkit::PixelRect;
-using KOVA::Tessara::Fundament::FormatString;
 
 FusionSlot::FusionSlot(const Scene& images, std::vector<PlacedSource> placed,
                        const hostkit::PluginLibrary& plugin, const ProcessSettings& settings,
@@ -48,8 +46,8 @@ namespace {
 bool ReadRect(const hostkit::ImageSource& image, hostkit::SourceRaster& raster, const PixelRect& rect,
               Status& status) {
     if (raster.SetWindow(rect.col0, rect.row0, rect.col1, rect.row1) != 0) return true;
-    Fail(status, HostStatus::InputNotRead,
-         FormatString("%s cannot be read; is the file complete?", image.GetName().c_str()));
+    Fail(status, HostStatus::InputNotRead, "%s cannot be read; is the file complete?",
+         image.GetName().c_str());
     status.Append(raster.GetStatus());
     return false;
 }

@@ -27,11 +27,10 @@ namespace {
 /// Blur and gains are for methods that compare pan with its low-pass.
 bool CheckDetail(const FusionRequest& request, const PansharpMethod& method, Status& status) {
     if (hostkit::UsesLowPass(method) || (!request.transfer && request.gains.empty())) return true;
-    return Fail(
-        status, HostStatus::RequestInvalid,
-        FormatString("the method %s does not compare pan with its low-pass: it takes neither a modulation "
-                     "transfer nor gains; leave them out or choose another method",
-                     method.keyword));
+    return Fail(status, HostStatus::RequestInvalid,
+                "the method %s does not compare pan with its low-pass: it takes neither a modulation "
+                "transfer nor gains; leave them out or choose another method",
+                method.keyword);
 }
 
 /// The gains as properties, in the order of the process.
@@ -102,34 +101,30 @@ bool CheckWeights(const FusionRequest& request, const PansharpMethod& method, co
         if (!StartsWith(name, stem, true)) continue;
         const std::uint32_t band = StringToUnsignedLong(name.substr(stem.size()), 0);
         if (band < 1 || band > bands)
-            return Fail(
-                status, HostStatus::RequestInvalid,
-                FormatString("the property %s weighs a band that is not there; the weights are %s to %s",
-                             name.c_str(), first.c_str(),
-                             PropertyNames::OfBand(shares->band, bands - 1).c_str()));
+            return Fail(status, HostStatus::RequestInvalid,
+                        "the property %s weighs a band that is not there; the weights are %s to %s",
+                        name.c_str(), first.c_str(), PropertyNames::OfBand(shares->band, bands - 1).c_str());
     }
     return settings.GetWeightSum() > 0.0 ||
            Fail(status, HostStatus::RequestInvalid,
-                FormatString("the weights of the bands add up to %s, so that nothing simulates pan; give "
-                             "weights with a sum above 0, about 1 where bands and pan are on one scale",
-                             NumberText(settings.GetWeightSum()).c_str()));
+                "the weights of the bands add up to %s, so that nothing simulates pan; give "
+                "weights with a sum above 0, about 1 where bands and pan are on one scale",
+                NumberText(settings.GetWeightSum()).c_str());
 }
 
 /// A method that fuses so many bands makes nothing of more, and takes the next for the infrared one.
 bool FitBands(const SharpenRequest& request, const PansharpMethod& method, Scene& scene, Status& status) {
     if (scene.bandOrder.size() < method.minimumBands)
         return Fail(status, HostStatus::RequestInvalid,
-                    FormatString("the method %s needs at least %u multispectral bands; %d were given",
-                                 method.keyword, method.minimumBands,
-                                 static_cast<int>(scene.bandOrder.size())));
+                    "the method %s needs at least %u multispectral bands; %d were given", method.keyword,
+                    method.minimumBands, static_cast<int>(scene.bandOrder.size()));
     if (method.fusedBands == 0) return true;
     if (request.bands.empty()) scene.outputBands = std::min(scene.outputBands, method.fusedBands);
     if (!scene.HasInfrared() || scene.bandOrder.size() <= method.fusedBands) return true;
     if (scene.outputBands > method.fusedBands)
-        return Fail(
-            status, HostStatus::RequestInvalid,
-            FormatString("the method %s writes %u bands beside an infrared one; name so many with --bands",
-                         method.keyword, method.fusedBands));
+        return Fail(status, HostStatus::RequestInvalid,
+                    "the method %s writes %u bands beside an infrared one; name so many with --bands",
+                    method.keyword, method.fusedBands);
     scene.KeepFirstBands(method.fusedBands);
     return true;
 }
@@ -142,9 +137,9 @@ bool SetRawProperties(const SharpenRequest& request, PropertyLookUp& properties,
         for (const char* own : kept)
             if (StringsEqual(name, own, true))
                 return Fail(status, HostStatus::RequestInvalid,
-                            FormatString("the property '%s' cannot be set: this program sets it from its "
-                                         "inputs and options",
-                                         name.c_str()));
+                            "the property '%s' cannot be set: this program sets it from its "
+                            "inputs and options",
+                            name.c_str());
         properties[name] = value;
     }
     return true;

@@ -1,6 +1,5 @@
 #include "rasterhost/fusing/RunPlan.h"
 
-#include "fundament/Text.h"
 #include "rasterhost/requests/HostProcess.h"
 #include "rasterhost/writing/CreationOptions.h"
 
@@ -9,7 +8,6 @@
 
 namespace rasterhost {
 
-using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
@@ -47,15 +45,14 @@ bool CheckImage(const InputImage& image, Status& status) {
     const std::uint64_t rowBytes = std::uint64_t{info.cols} * hostkit::PixelBytes(info);
     const bool isLong = rowBytes > mostRowBytes;
     if (!isLong && image.GetDescription()->GetBlockRowBytes() <= mostBlockBytes) return true;
-    return Fail(
-        status, HostStatus::InputNotSupported,
-        FormatString("a row of %s of %s, which has %u columns and %u bands, takes %.0f MB; %.0f MB are "
-                     "supported: name fewer bands, as in FILE,band=1, or cut the file with gdal_translate%s",
-                     isLong ? "pixels" : "blocks", image.GetName().c_str(), info.cols, info.bandsPerPixel,
-                     static_cast<double>(isLong ? rowBytes : image.GetDescription()->GetBlockRowBytes()) /
-                         megabyte,
-                     static_cast<double>(isLong ? mostRowBytes : mostBlockBytes) / megabyte,
-                     isLong ? "" : " -co TILED=YES"));
+    return Fail(status, HostStatus::InputNotSupported,
+                "a row of %s of %s, which has %u columns and %u bands, takes %.0f MB; %.0f MB are "
+                "supported: name fewer bands, as in FILE,band=1, or cut the file with gdal_translate%s",
+                isLong ? "pixels" : "blocks", image.GetName().c_str(), info.cols, info.bandsPerPixel,
+                static_cast<double>(isLong ? rowBytes : image.GetDescription()->GetBlockRowBytes()) /
+                    megabyte,
+                static_cast<double>(isLong ? mostRowBytes : mostBlockBytes) / megabyte,
+                isLong ? "" : " -co TILED=YES");
 }
 
 } // namespace
@@ -128,11 +125,10 @@ bool CheckMemory(const RunOptions& run, const Scene& scene, const RunSizes& size
     const std::uint64_t needed = EstimateMemory(scene, sizes, blockRows);
     if (most == 0 || needed <= most) return true;
     return Fail(status, HostStatus::RequestInvalid,
-                FormatString(
-                    "fusing %s takes about %.0f MB of memory, and there are %.0f MB: ask for fewer --threads "
-                    "or a smaller --window, name fewer bands, or fuse it in parts (--projwin)",
-                    scene.GetMultispectral().image->GetName().c_str(), static_cast<double>(needed) / megabyte,
-                    static_cast<double>(most) / megabyte));
+                "fusing %s takes about %.0f MB of memory, and there are %.0f MB: ask for fewer --threads "
+                "or a smaller --window, name fewer bands, or fuse it in parts (--projwin)",
+                scene.GetMultispectral().image->GetName().c_str(), static_cast<double>(needed) / megabyte,
+                static_cast<double>(most) / megabyte);
 }
 
 } // namespace rasterhost

@@ -1,6 +1,5 @@
 #include "rasterhost/reading/BandReader.h"
 
-#include "fundament/Text.h"
 #include "rasterhost/requests/GdalErrors.h"
 
 #include <gdal_priv.h>
@@ -12,16 +11,14 @@
 namespace rasterhost {
 
 using hostkit::PixelRect;
-using KOVA::Tessara::Fundament::FormatString;
 
 namespace {
 
 bool FailToRead(const PixelRect& rect, const char* what, const SourceBand& source, const GdalErrors& errors,
                 Status& status) {
-    return Fail(status, HostStatus::InputNotRead,
-                FormatString("rows %u to %u of %s'%s' cannot be read; %s%s", rect.row0, rect.row1, what,
-                             source.file.c_str(), errors.Suspect("the file may be cut short or damaged"),
-                             errors.Reason().c_str()));
+    return Fail(status, HostStatus::InputNotRead, "rows %u to %u of %s'%s' cannot be read; %s%s", rect.row0,
+                rect.row1, what, source.file.c_str(), errors.Suspect("the file may be cut short or damaged"),
+                errors.Reason().c_str());
 }
 
 } // namespace
@@ -94,12 +91,11 @@ bool BandReader::CheckSigns(const PixelRect& rect, std::size_t first, std::size_
     for (std::size_t i = 0; i < pixels; ++i, pixel += bands.size())
         for (std::size_t band = first; band < end; ++band)
             if (pixel[band] < 0 && bands[band].noData != pixel[band])
-                return Fail(
-                    status, HostStatus::InputNotSupported,
-                    FormatString("band %d of '%s' holds the negative sample %d; samples have to be 0 or "
-                                 "more: name it with --nodata if it means no data, else convert the "
-                                 "file with gdal_translate -ot UInt16 -scale",
-                                 bands[band].number, bands[band].file.c_str(), int{pixel[band]}));
+                return Fail(status, HostStatus::InputNotSupported,
+                            "band %d of '%s' holds the negative sample %d; samples have to be 0 or "
+                            "more: name it with --nodata if it means no data, else convert the "
+                            "file with gdal_translate -ot UInt16 -scale",
+                            bands[band].number, bands[band].file.c_str(), int{pixel[band]});
     return true;
 }
 

@@ -1,7 +1,6 @@
 #include "rasterhost/reading/DataCheck.h"
 
 #include "fundament/Numbers.h"
-#include "fundament/Text.h"
 
 #include <gdal_priv.h>
 
@@ -12,7 +11,6 @@
 namespace rasterhost {
 
 using hostkit::PixelRect;
-using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Fundament::NumberText;
 using KOVA::Tessara::Pixmere::RasterInfo;
 
@@ -88,15 +86,15 @@ DataSearch FindData(InputImage& image, const std::function<bool()>& keepOn, Stat
     }
     if (!empty.empty() && empty.size() < bands.size()) {
         Fail(status, HostStatus::InputsDoNotFit,
-             FormatString("no pixel of band %d of '%s' has data, so that no pixel of the result would; leave "
-                          "the band out, as in FILE,band=1%s",
-                          empty.front()->number, empty.front()->file.c_str(), remedy));
+             "no pixel of band %d of '%s' has data, so that no pixel of the result would; leave "
+             "the band out, as in FILE,band=1%s",
+             empty.front()->number, empty.front()->file.c_str(), remedy);
         return DataSearch::None;
     }
     Fail(status, HostStatus::InputsDoNotFit,
-         FormatString(empty.size() == bands.size() ? "no pixel of %s has data%s"
-                                                   : "no pixel of %s has data in all its bands%s",
-                      image.GetName().c_str(), remedy));
+         empty.size() == bands.size() ? "no pixel of %s has data%s"
+                                      : "no pixel of %s has data in all its bands%s",
+         image.GetName().c_str(), remedy);
     return DataSearch::None;
 }
 
@@ -111,9 +109,9 @@ bool CheckNoDataValue(double value, const std::vector<const InputImage*>& images
             all = {std::min(all.first, least), std::max(all.second, greatest)};
         }
     return Fail(status, HostStatus::RequestInvalid,
-                FormatString("the value %s cannot mean no data: the samples of the inputs are whole numbers "
-                             "from %.0f to %.0f; give one of them with --nodata",
-                             NumberText(value).c_str(), all.first, all.second));
+                "the value %s cannot mean no data: the samples of the inputs are whole numbers "
+                "from %.0f to %.0f; give one of them with --nodata",
+                NumberText(value).c_str(), all.first, all.second);
 }
 
 } // namespace rasterhost

@@ -81,9 +81,8 @@ void FindNoData(const SampleOptions& options, GDALRasterBand& band, GDALRasterBa
 bool CheckBand(const ImageDescription& image, const SourceBand& source, GDALRasterBand& band,
                const char* role, Status& status) {
     const auto refuse = [&](const std::string& what) {
-        return Fail(status, HostStatus::InputNotSupported,
-                    FormatString("band %d of the %s file '%s' %s", source.number, role, source.file.c_str(),
-                                 what.c_str()));
+        return Fail(status, HostStatus::InputNotSupported, "band %d of the %s file '%s' %s", source.number,
+                    role, source.file.c_str(), what.c_str());
     };
     const GDALDataType type = source.type;
     const bool isTaken = image.options.scale ? !GDALDataTypeIsComplex(type)
@@ -162,9 +161,9 @@ bool Georeference(const std::vector<GDALDataset*>& files, ImageDescription& imag
     for (std::size_t file = 1; file < files.size(); ++file)
         if (!IsAtPlaceOf(image, *files[file]))
             return Fail(status, HostStatus::InputsDoNotFit,
-                        FormatString("'%s' and '%s' do not lie at the same place; bands from several files "
-                                     "must share corner, pixel size and projection",
-                                     image.files[file].c_str(), image.files.front().c_str()));
+                        "'%s' and '%s' do not lie at the same place; bands from several files "
+                        "must share corner, pixel size and projection",
+                        image.files[file].c_str(), image.files.front().c_str());
     image.isNorthUp =
         !image.hasControlPoints &&
         (!image.geoTransform || (here[2] == 0.0 && here[4] == 0.0 && here[1] > 0.0 && here[5] < 0.0));
@@ -180,11 +179,10 @@ bool Georeference(const std::vector<GDALDataset*>& files, ImageDescription& imag
         std::all_of(here.begin(), here.end(), [](double part) { return std::isfinite(part); }) &&
         std::isfinite(info.xMax) && std::isfinite(info.yMin) && info.xMax > info.xMin &&
         info.yMax > info.yMin;
-    return isPlace ||
-           Fail(status, HostStatus::InputNotSupported,
-                FormatString("the position of %s is damaged: its geotransform has parts that are no "
-                             "numbers, or pixels of no size; set it anew with gdal_edit.py -a_ullr",
-                             image.GetName().c_str()));
+    return isPlace || Fail(status, HostStatus::InputNotSupported,
+                           "the position of %s is damaged: its geotransform has parts that are no "
+                           "numbers, or pixels of no size; set it anew with gdal_edit.py -a_ullr",
+                           image.GetName().c_str());
 }
 
 } // namespace
@@ -193,15 +191,14 @@ bool AddBands(const InputBand& input, GDALDataset& dataset, const char* role, Im
               Status& status) {
     const int count = dataset.GetRasterCount();
     if (count == 0)
-        return Fail(
-            status, HostStatus::InputNotSupported,
-            FormatString("the %s file '%s' has no raster band; when it holds several rasters, give the "
-                         "name of one as gdalinfo lists them",
-                         role, input.file.c_str()));
+        return Fail(status, HostStatus::InputNotSupported,
+                    "the %s file '%s' has no raster band; when it holds several rasters, give the "
+                    "name of one as gdalinfo lists them",
+                    role, input.file.c_str());
     if (input.band && (*input.band < 1 || *input.band > count))
         return Fail(status, HostStatus::InputNotSupported,
-                    FormatString("the %s file '%s' has no band %d; its bands are 1 to %d", role,
-                                 input.file.c_str(), *input.band, count));
+                    "the %s file '%s' has no band %d; its bands are 1 to %d", role, input.file.c_str(),
+                    *input.band, count);
     GDALRasterBand* transparency = FindTransparency(dataset);
     for (int number = input.band.value_or(1); number <= input.band.value_or(count); ++number) {
         GDALRasterBand& band = *dataset.GetRasterBand(number);
@@ -220,8 +217,7 @@ bool AddBands(const InputBand& input, GDALDataset& dataset, const char* role, Im
 
 bool DescribeAll(const std::vector<GDALDataset*>& files, const char* role, ImageDescription& image,
                  Status& status) {
-    if (image.bands.empty())
-        return Fail(status, HostStatus::RequestInvalid, FormatString("no %s file was given", role));
+    if (image.bands.empty()) return Fail(status, HostStatus::RequestInvalid, "no %s file was given", role);
     image.info.bandsPerPixel = static_cast<std::uint32_t>(image.bands.size());
     image.info.bitsPerBand =
         image.options.scale ? 16u

@@ -61,11 +61,10 @@ bool LookAtInput(const InputBand& input, const std::optional<double>& noData, Sa
             input.band ? number == *input.band : band.GetColorInterpretation() != GCI_AlphaBand;
         isRead = !isWanted || LookAtBand(band, noData, range);
     }
-    return isRead ||
-           Fail(status, HostStatus::InputNotOpened,
-                FormatString("'%s' cannot be read to find its range; check the name, or give the range with "
-                             "--scale MIN,MAX%s",
-                             input.file.c_str(), errors.Reason().c_str()));
+    return isRead || Fail(status, HostStatus::InputNotOpened,
+                          "'%s' cannot be read to find its range; check the name, or give the range with "
+                          "--scale MIN,MAX%s",
+                          input.file.c_str(), errors.Reason().c_str());
 }
 
 double SixDigits(double number) { return std::strtod(FormatString("%.6g", number).c_str(), nullptr); }

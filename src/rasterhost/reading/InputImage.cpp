@@ -1,6 +1,5 @@
 #include "rasterhost/reading/InputImage.h"
 
-#include "fundament/Text.h"
 #include "rasterhost/reading/DescribeFiles.h"
 #include "rasterhost/reading/FileState.h"
 #include "rasterhost/requests/GdalErrors.h"
@@ -14,7 +13,6 @@
 namespace rasterhost {
 
 using hostkit::PixelRect;
-using KOVA::Tessara::Fundament::FormatString;
 
 void InputImage::CloseDataset::operator()(GDALDataset* dataset) const { GDALClose(dataset); }
 
@@ -60,8 +58,8 @@ bool InputImage::FindHandles(Status& status) {
                             dataset.GetRasterBand(source.number)->GetRasterDataType() == source.type;
         if (!isSame)
             return Fail(status, HostStatus::InputNotOpened,
-                        FormatString("'%s' is another file than before: its size, bands or samples differ",
-                                     source.file.c_str()));
+                        "'%s' is another file than before: its size, bands or samples differ",
+                        source.file.c_str());
         GDALRasterBand* band = dataset.GetRasterBand(source.number);
         GDALRasterBand* mask = source.mask == MaskKind::Mask ? band->GetMaskBand()
                                : source.mask == MaskKind::Transparency
@@ -79,9 +77,9 @@ bool CheckKind(const std::string& file, const char* role, Status& status) {
     const FileState state = LookAt(file);
     return !state.exists || state.isFile || state.isFolder ||
            Fail(status, HostStatus::InputNotOpened,
-                FormatString("the %s '%s' is a pipe or a device; write what it gives into a file, and name "
-                             "that",
-                             role, file.c_str()));
+                "the %s '%s' is a pipe or a device; write what it gives into a file, and name "
+                "that",
+                role, file.c_str());
 }
 
 } // namespace
@@ -97,13 +95,12 @@ GDALDataset* InputImage::OpenFile(const std::string& name, const char* role, Sta
         const FileState state = LookAt(name);
         if (state.isEmpty) {
             Fail(status, HostStatus::InputNotOpened,
-                 FormatString("the %s file '%s' is empty; was it copied or downloaded to its end?", role,
-                              name.c_str()));
+                 "the %s file '%s' is empty; was it copied or downloaded to its end?", role, name.c_str());
             return nullptr;
         }
         Fail(status, HostStatus::InputNotOpened,
-             FormatString("the %s file '%s' cannot be opened; check the name and that it is a raster%s", role,
-                          name.c_str(), errors.Reason().c_str()));
+             "the %s file '%s' cannot be opened; check the name and that it is a raster%s", role,
+             name.c_str(), errors.Reason().c_str());
         return nullptr;
     }
     files.push_back({name, std::unique_ptr<GDALDataset, CloseDataset>(dataset)});

@@ -24,9 +24,8 @@ inline constexpr std::uint32_t Unexpected = 0xB10B;
 } // namespace HostStatus
 
 /// Records an item of this host. Always false.
-inline bool Fail(Status& status, std::uint32_t id, const std::string& message) {
-    status.Add(id, message, "Host");
-    return false;
-}
+bool Fail(Status& status, std::uint32_t id, const std::string& message);
+/// The same with a message that is formatted as by printf.
+bool Fail(Status& status, std::uint32_t id, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
 } // namespace rasterhost

@@ -1,6 +1,5 @@
 #include "rasterhost/requests/Operation.h"
 
-#include "fundament/Text.h"
 #include "rasterhost/requests/GdalErrors.h"
 
 #include <gdal_priv.h>
@@ -42,8 +41,7 @@ bool RunOperation(const std::function<bool()>& operation, double& seconds, Statu
     } catch (const std::length_error&) {
         isDone = FailForMemory(status);
     } catch (const std::exception& error) {
-        isDone = Fail(status, HostStatus::Unexpected,
-                      KOVA::Tessara::Fundament::FormatString("unexpected: %s", error.what()));
+        isDone = Fail(status, HostStatus::Unexpected, "unexpected: %s", error.what());
     }
     seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return isDone;

@@ -1,14 +1,10 @@
 #include "rasterhost/scene/BandGrids.h"
 
-#include "fundament/Text.h"
-
 #include <algorithm>
 #include <numeric>
 #include <utility>
 
 namespace rasterhost {
-
-using KOVA::Tessara::Fundament::FormatString;
 
 namespace {
 
@@ -67,11 +63,11 @@ bool CheckBandList(const std::vector<int>& wanted, std::size_t count, Status& st
     for (auto number = wanted.begin(); number != wanted.end(); ++number) {
         if (*number < 1 || static_cast<std::size_t>(*number) > count)
             return Fail(status, HostStatus::RequestInvalid,
-                        FormatString("there is no band %d to write; the multispectral bands are 1 to %d",
-                                     *number, static_cast<int>(count)));
+                        "there is no band %d to write; the multispectral bands are 1 to %d", *number,
+                        static_cast<int>(count));
         if (std::find(wanted.begin(), number, *number) != number)
             return Fail(status, HostStatus::RequestInvalid,
-                        FormatString("band %d is asked for twice; name every band to write once", *number));
+                        "band %d is asked for twice; name every band to write once", *number);
     }
     return true;
 }

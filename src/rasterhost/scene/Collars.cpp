@@ -92,9 +92,9 @@ CollarSearch FindCollar(InputImage& image, const Warn& warn, const std::function
     const std::uint64_t pixels = std::uint64_t{info.cols} * info.rows;
     if (collar->GetPixels() == pixels) {
         Fail(status, HostStatus::InputsDoNotFit,
-             FormatString("every pixel of %s is 0 in all bands; is it the right file? --no-nodata takes "
-                          "zeros as data",
-                          image.GetName().c_str()));
+             "every pixel of %s is 0 in all bands; is it the right file? --no-nodata takes "
+             "zeros as data",
+             image.GetName().c_str());
         return CollarSearch::Failed;
     }
     warn(

@@ -1,6 +1,5 @@
 #include "rasterhost/scene/GridTransform.h"
 
-#include "fundament/Text.h"
 #include "hostkit/AxisPlacement.h"
 #include "rasterhost/requests/GdalErrors.h"
 
@@ -15,7 +14,6 @@
 namespace rasterhost {
 
 using hostkit::PixelMap;
-using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
@@ -62,9 +60,8 @@ std::unique_ptr<GridTransform> GridTransform::Make(const InputImage& pan, const 
     made->turn = FindTurn(pan);
     if (made->transformer) return made;
     Fail(status, HostStatus::InputsDoNotFit,
-         FormatString(
-             "%s cannot be placed on %s; bring it into the projection and grid of pan with gdalwarp%s",
-             image.GetName().c_str(), pan.GetName().c_str(), errors.Reason().c_str()));
+         "%s cannot be placed on %s; bring it into the projection and grid of pan with gdalwarp%s",
+         image.GetName().c_str(), pan.GetName().c_str(), errors.Reason().c_str());
     return nullptr;
 }
 
@@ -147,12 +144,11 @@ std::optional<PixelMap> GridTransform::MakeMap(Status& status) const {
     for (std::uint32_t step = greatestStep; step >= leastStep; step /= 2) {
         if (std::uint64_t{PixelMap::CountPoints(grid.cols, step)} * PixelMap::CountPoints(grid.rows, step) >
             mostPoints) {
-            Fail(
-                status, HostStatus::InputsDoNotFit,
-                FormatString("%s has too many pixels (%u x %u) to be placed on the grid of %s pixel by "
-                             "pixel; bring one "
-                             "into the projection and grid of the other with gdalwarp, or cut pan into parts",
-                             pan.GetName().c_str(), grid.cols, grid.rows, image.GetName().c_str()));
+            Fail(status, HostStatus::InputsDoNotFit,
+                 "%s has too many pixels (%u x %u) to be placed on the grid of %s pixel by "
+                 "pixel; bring one "
+                 "into the projection and grid of the other with gdalwarp, or cut pan into parts",
+                 pan.GetName().c_str(), grid.cols, grid.rows, image.GetName().c_str());
             return std::nullopt;
         }
         std::vector<Point> points = FindPoints(step);
@@ -160,9 +156,9 @@ std::optional<PixelMap> GridTransform::MakeMap(Status& status) const {
             return PixelMap(step, PixelMap::CountPoints(pan.GetInfo().cols, step), std::move(points));
     }
     Fail(status, HostStatus::InputsDoNotFit,
-         FormatString("the way from %s to %s bends too much within %u pixels; bring the second into pan's "
-                      "projection and grid with gdalwarp",
-                      pan.GetName().c_str(), image.GetName().c_str(), leastStep));
+         "the way from %s to %s bends too much within %u pixels; bring the second into pan's "
+         "projection and grid with gdalwarp",
+         pan.GetName().c_str(), image.GetName().c_str(), leastStep);
     return std::nullopt;
 }
 
@@ -205,8 +201,8 @@ std::optional<RasterInfo> DescribeOnPan(const GridTransform& transform, const In
                d = transform.ToPan({middle.x, middle.y + 0.5});
     if (!(left < right) || !(top < bottom) || !a || !b || !c || !d) {
         Fail(status, HostStatus::InputsDoNotFit,
-             FormatString("%s has no place on the grid of %s; are they of the same scene?",
-                          image.GetName().c_str(), pan.GetName().c_str()));
+             "%s has no place on the grid of %s; are they of the same scene?", image.GetName().c_str(),
+             pan.GetName().c_str());
         return std::nullopt;
     }
     RasterInfo info = image.GetInfo();

@@ -30,10 +30,10 @@ std::unique_ptr<Placement> MatchGeoreferencing(const InputImage& pan, const Inpu
     if (isSameCorner) return SpreadOver(pan.GetInfo(), coarse.GetInfo());
     if (pan.IsGeoreferenced() != coarse.IsGeoreferenced()) {
         Fail(status, HostStatus::InputsDoNotFit,
-             FormatString("%s is georeferenced and %s is not; give both a position, or take it from "
-                          "both, with gdal_edit.py -a_ullr or -unsetgt",
-                          (pan.IsGeoreferenced() ? pan : coarse).GetName().c_str(),
-                          (pan.IsGeoreferenced() ? coarse : pan).GetName().c_str()));
+             "%s is georeferenced and %s is not; give both a position, or take it from "
+             "both, with gdal_edit.py -a_ullr or -unsetgt",
+             (pan.IsGeoreferenced() ? pan : coarse).GetName().c_str(),
+             (pan.IsGeoreferenced() ? coarse : pan).GetName().c_str());
         return nullptr;
     }
     auto placement = pan.IsGeoreferenced() ? std::make_unique<AxisPlacement>(pan.GetInfo(), coarse.GetInfo())
@@ -63,25 +63,24 @@ bool CheckFit(const InputImage& panImage, const InputImage& coarseImage, const h
     const std::string name = coarseImage.GetName();
     if (pan.bitsPerBand != coarse.bitsPerBand)
         return Fail(status, HostStatus::InputsDoNotFit,
-                    FormatString("%s has %u bits per sample and %s has %u; convert one of them with "
-                                 "gdal_translate -ot",
-                                 panName.c_str(), pan.bitsPerBand, name.c_str(), coarse.bitsPerBand));
+                    "%s has %u bits per sample and %s has %u; convert one of them with "
+                    "gdal_translate -ot",
+                    panName.c_str(), pan.bitsPerBand, name.c_str(), coarse.bitsPerBand);
     constexpr double noise = 1e-6;
     if (coarse.pixelSizeX < pan.pixelSizeX * (1.0 - noise) ||
         coarse.pixelSizeY < pan.pixelSizeY * (1.0 - noise))
         return Fail(status, HostStatus::InputsDoNotFit,
-                    FormatString("the pixels of %s (%.6g x %.6g) are smaller than the pan pixels of %s "
-                                 "(%.6g x %.6g); are the two swapped?",
-                                 name.c_str(), coarse.pixelSizeX, coarse.pixelSizeY, panName.c_str(),
-                                 pan.pixelSizeX, pan.pixelSizeY));
+                    "the pixels of %s (%.6g x %.6g) are smaller than the pan pixels of %s "
+                    "(%.6g x %.6g); are the two swapped?",
+                    name.c_str(), coarse.pixelSizeX, coarse.pixelSizeY, panName.c_str(), pan.pixelSizeX,
+                    pan.pixelSizeY);
     if (pan.xMin >= coarse.xMax || coarse.xMin >= pan.xMax || pan.yMin >= coarse.yMax ||
         coarse.yMin >= pan.yMax)
-        return Fail(
-            status, HostStatus::InputsDoNotFit,
-            FormatString("%s (x %.10g to %.10g, y %.10g to %.10g) and %s (x %.10g to %.10g, y %.10g to "
-                         "%.10g) do not overlap; are they of the same scene?",
-                         panName.c_str(), pan.xMin, pan.xMax, pan.yMin, pan.yMax, name.c_str(), coarse.xMin,
-                         coarse.xMax, coarse.yMin, coarse.yMax));
+        return Fail(status, HostStatus::InputsDoNotFit,
+                    "%s (x %.10g to %.10g, y %.10g to %.10g) and %s (x %.10g to %.10g, y %.10g to "
+                    "%.10g) do not overlap; are they of the same scene?",
+                    panName.c_str(), pan.xMin, pan.xMax, pan.yMin, pan.yMax, name.c_str(), coarse.xMin,
+                    coarse.xMax, coarse.yMin, coarse.yMax);
     return true;
 }
 

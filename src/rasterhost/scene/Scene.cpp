@@ -27,9 +27,9 @@ bool OpenPan(const PairRequest& request, Scene& scene, Status& status) {
     if (!scene.pan) return false;
     if (scene.pan->GetBands().size() == 1) return true;
     return Fail(status, HostStatus::InputNotSupported,
-                FormatString("the pan file %s has %d bands; name the panchromatic one, as in FILE,band=1 (or "
-                             "were pan and multispectral swapped?)",
-                             scene.pan->GetName().c_str(), static_cast<int>(scene.pan->GetBands().size())));
+                "the pan file %s has %d bands; name the panchromatic one, as in FILE,band=1 (or "
+                "were pan and multispectral swapped?)",
+                scene.pan->GetName().c_str(), static_cast<int>(scene.pan->GetBands().size()));
 }
 
 void WarnOfTransparency(const Scene& scene, const Warn& warn) {
@@ -54,10 +54,9 @@ bool CoverBy(const PlacedImage& coarse, Scene& scene, const Warn& warn, Status& 
     scene.covered = Intersect(scene.covered, has);
     if (scene.covered.IsEmpty())
         return Fail(status, HostStatus::InputsDoNotFit,
-                    FormatString("%s has no data for %s; are the inputs of the same scene?", name.c_str(),
-                                 scene.part == hostkit::WholeImage(scene.pan->GetInfo())
-                                     ? scene.pan->GetName().c_str()
-                                     : "the part asked for"));
+                    "%s has no data for %s; are the inputs of the same scene?", name.c_str(),
+                    scene.part == hostkit::WholeImage(scene.pan->GetInfo()) ? scene.pan->GetName().c_str()
+                                                                            : "the part asked for");
     const auto area = [](const hostkit::PixelRect& rect) {
         return static_cast<double>(rect.GetColumns()) * rect.GetRows();
     };
@@ -125,9 +124,8 @@ bool OpenInfrared(const PairRequest& request, Scene& scene, const Warn& warn, St
     if (!infrared.image) return false;
     if (infrared.image->GetBands().size() != 1)
         return Fail(status, HostStatus::InputNotSupported,
-                    FormatString("the infrared file %s has %d bands; name one, as in FILE,band=1",
-                                 infrared.image->GetName().c_str(),
-                                 static_cast<int>(infrared.image->GetBands().size())));
+                    "the infrared file %s has %d bands; name one, as in FILE,band=1",
+                    infrared.image->GetName().c_str(), static_cast<int>(infrared.image->GetBands().size()));
     if (!Place(request, infrared, "an infrared", scene, warn, status)) return false;
     scene.images.push_back(std::move(infrared));
     MoveTogether(std::span(scene.images).last(1), request.shift, scene);
@@ -140,9 +138,9 @@ bool CheckBandCount(const Scene& scene, Status& status) {
     const std::size_t count = scene.CountBands();
     return count <= mostBands ||
            Fail(status, HostStatus::InputNotSupported,
-                FormatString("there are %lu multispectral and infrared bands, and %lu can be fused at a "
-                             "time; name those to fuse, as in FILE,band=1",
-                             static_cast<unsigned long>(count), static_cast<unsigned long>(mostBands)));
+                "there are %lu multispectral and infrared bands, and %lu can be fused at a "
+                "time; name those to fuse, as in FILE,band=1",
+                static_cast<unsigned long>(count), static_cast<unsigned long>(mostBands));
 }
 
 bool CheckNoData(const PairRequest& request, const Scene& scene, Status& status) {
@@ -160,11 +158,10 @@ bool FindDepth(const PairRequest& request, Scene& scene, Status& status) {
         return Fail(status, HostStatus::RequestInvalid,
                     "scaled samples use all 16 bits; a bit depth cannot be asked for beside a scale");
     if (request.bitDepth && bits != 16)
-        return Fail(
-            status, HostStatus::RequestInvalid,
-            FormatString("a bit depth of %d was asked for, and %s has %u bits per sample; --bit-depth is "
-                         "for 16-bit files",
-                         *request.bitDepth, scene.pan->GetName().c_str(), bits));
+        return Fail(status, HostStatus::RequestInvalid,
+                    "a bit depth of %d was asked for, and %s has %u bits per sample; --bit-depth is "
+                    "for 16-bit files",
+                    *request.bitDepth, scene.pan->GetName().c_str(), bits);
     scene.bitDepth = scene.pan->GetDescription()->GetBitDepth();
     for (const PlacedImage& coarse : scene.images)
         scene.bitDepth = std::max(scene.bitDepth, coarse.image->GetDescription()->GetBitDepth());
@@ -176,8 +173,7 @@ bool FindResampling(const PairRequest& request, Scene& scene, Status& status) {
     if (request.resampling == "cubic") scene.resampling = hostkit::Resampling::Cubic;
     return request.resampling == "bilinear" || request.resampling == "cubic" ||
            Fail(status, HostStatus::RequestInvalid,
-                FormatString("there is no resampling '%s'; bilinear and cubic are there",
-                             request.resampling.c_str()));
+                "there is no resampling '%s'; bilinear and cubic are there", request.resampling.c_str());
 }
 
 } // namespace

@@ -17,12 +17,12 @@ bool ChoosePart(const PairRequest& request, Scene& scene, const Warn& warn, Stat
     if (!request.part) return true;
     if (!scene.pan->IsGeoreferenced() || !scene.pan->IsNorthUp())
         return Fail(status, HostStatus::RequestInvalid,
-                    FormatString("%s %s, so no part of it can be named in map units; cut it by pixels with "
-                                 "gdal_translate -srcwin, or %s",
-                                 scene.pan->GetName().c_str(),
-                                 scene.pan->IsNorthUp() ? "has no position" : "is not north up",
-                                 scene.pan->IsNorthUp() ? "give it one with gdal_edit.py -a_ullr"
-                                                        : "bring it north up with gdalwarp"));
+                    "%s %s, so no part of it can be named in map units; cut it by pixels with "
+                    "gdal_translate -srcwin, or %s",
+                    scene.pan->GetName().c_str(),
+                    scene.pan->IsNorthUp() ? "has no position" : "is not north up",
+                    scene.pan->IsNorthUp() ? "give it one with gdal_edit.py -a_ullr"
+                                           : "bring it north up with gdalwarp");
     const auto& [left, top, right, bottom] = *request.part;
     bool isCut = false;
     // The pixels between two coordinates, both in pixels from pan's corner.
@@ -40,12 +40,11 @@ bool ChoosePart(const PairRequest& request, Scene& scene, const Warn& warn, Stat
         between((pan.yMax - top) / pan.pixelSizeY, (pan.yMax - bottom) / pan.pixelSizeY, pan.rows);
     scene.part = {col0, row0, col1, row1};
     if (scene.part.IsEmpty())
-        return Fail(
-            status, HostStatus::RequestInvalid,
-            FormatString("the part asked for (x %.10g to %.10g, y %.10g to %.10g) holds no pixel of %s "
-                         "(x %.10g to %.10g, y %.10g to %.10g)",
-                         left, right, bottom, top, scene.pan->GetName().c_str(), pan.xMin, pan.xMax, pan.yMin,
-                         pan.yMax));
+        return Fail(status, HostStatus::RequestInvalid,
+                    "the part asked for (x %.10g to %.10g, y %.10g to %.10g) holds no pixel of %s "
+                    "(x %.10g to %.10g, y %.10g to %.10g)",
+                    left, right, bottom, top, scene.pan->GetName().c_str(), pan.xMin, pan.xMax, pan.yMin,
+                    pan.yMax);
     if (isCut)
         warn(FormatString("the part asked for reaches beyond %s and ends at its edge",
                           scene.pan->GetName().c_str()));
@@ -57,9 +56,8 @@ bool CutToIntersection(Scene& scene, Status& status) {
     for (const PlacedImage& coarse : scene.images)
         if (!part.IsEmpty()) part = coarse.placement->FindShared(part);
     if (part.IsEmpty())
-        return Fail(
-            status, HostStatus::InputsDoNotFit,
-            FormatString("no pixel of %s lies on all the other images", scene.pan->GetName().c_str()));
+        return Fail(status, HostStatus::InputsDoNotFit, "no pixel of %s lies on all the other images",
+                    scene.pan->GetName().c_str());
     scene.part = part;
     scene.covered = {std::max(scene.covered.col0, part.col0), std::max(scene.covered.row0, part.row0),
                      std::min(scene.covered.col1, part.col1), std::min(scene.covered.row1, part.row1)};

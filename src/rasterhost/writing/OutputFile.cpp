@@ -80,8 +80,8 @@ std::unique_ptr<OutputFile> OutputFile::Create(const SharpenRequest& request, co
                      output->sampleBytes == 1 ? GDT_Byte : GDT_UInt16, const_cast<char**>(options.List()));
     if (!output->dataset) {
         Fail(status, HostStatus::OutputNotCreated,
-             FormatString("the output '%s' cannot be created; may its folder be written to?%s",
-                          request.output.c_str(), errors.Reason().c_str()));
+             "the output '%s' cannot be created; may its folder be written to?%s", request.output.c_str(),
+             errors.Reason().c_str());
         return nullptr;
     }
     output->warning = errors.Warning();
@@ -95,9 +95,8 @@ std::unique_ptr<OutputFile> OutputFile::Create(const SharpenRequest& request, co
     output->dataset = nullptr;
     output->tiles = TileWriter::Open(output->writtenFile, options);
     if (output->tiles) return output;
-    Fail(status, HostStatus::OutputNotCreated,
-         FormatString("the output '%s' cannot be opened again%s", request.output.c_str(),
-                      errors.Reason().c_str()));
+    Fail(status, HostStatus::OutputNotCreated, "the output '%s' cannot be opened again%s",
+         request.output.c_str(), errors.Reason().c_str());
     return nullptr;
 }
 
@@ -110,8 +109,8 @@ bool OutputFile::Pack(std::uint32_t firstRow, std::uint32_t rows, const unsigned
                       PackedTiles& packed, Status& status) const {
     return !tiles || tiles->Pack(rows, samples, packed) ||
            Fail(status, HostStatus::OutputNotWritten,
-                FormatString("rows %u to %u of the output '%s' cannot be compressed; does memory run out?",
-                             firstRow, firstRow + rows, folder.GetPlace().c_str()));
+                "rows %u to %u of the output '%s' cannot be compressed; does memory run out?", firstRow,
+                firstRow + rows, folder.GetPlace().c_str());
 }
 
 bool OutputFile::WritePixels(std::uint32_t firstRow, std::uint32_t rows, unsigned char* samples,
@@ -131,8 +130,8 @@ bool OutputFile::Write(std::uint32_t firstRow, std::uint32_t rows, unsigned char
     const GdalErrors errors;
     if (WritePixels(firstRow, rows, samples, packed) && !errors.HasFailed()) return true;
     return Fail(status, HostStatus::OutputNotWritten,
-                FormatString("rows %u to %u of the output '%s' cannot be written; is the disk full?%s",
-                             firstRow, firstRow + rows, folder.GetPlace().c_str(), errors.Reason().c_str()));
+                "rows %u to %u of the output '%s' cannot be written; is the disk full?%s", firstRow,
+                firstRow + rows, folder.GetPlace().c_str(), errors.Reason().c_str());
 }
 
 bool OutputFile::CloseAll() {
@@ -145,8 +144,8 @@ bool OutputFile::CloseAll() {
 
 bool OutputFile::FailToComplete(const std::string& reason, Status& status) const {
     return Fail(status, HostStatus::OutputNotWritten,
-                FormatString("the output '%s' cannot be completed; is the disk full?%s",
-                             folder.GetPlace().c_str(), reason.c_str()));
+                "the output '%s' cannot be completed; is the disk full?%s", folder.GetPlace().c_str(),
+                reason.c_str());
 }
 
 bool OutputFile::AddMask(Status& status) {

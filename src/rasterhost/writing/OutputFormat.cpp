@@ -9,8 +9,6 @@
 
 namespace rasterhost {
 
-using KOVA::Tessara::Fundament::FormatString;
-
 std::string FormatOfName(const std::string& file, Status& status) {
     const std::string ending = std::filesystem::path(file).extension().string();
     if (ending.size() < 2) return "GTiff";
@@ -26,9 +24,9 @@ std::string FormatOfName(const std::string& file, Status& status) {
             return driver.GetDescription();
     }
     Fail(status, HostStatus::OutputRefused,
-         FormatString("no format that can be written has names that end in '%s', as the output '%s' does; "
-                      "name the format with --of, such as GTiff",
-                      ending.c_str(), file.c_str()));
+         "no format that can be written has names that end in '%s', as the output '%s' does; "
+         "name the format with --of, such as GTiff",
+         ending.c_str(), file.c_str());
     return {};
 }
 

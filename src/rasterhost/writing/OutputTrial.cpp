@@ -1,6 +1,5 @@
 #include "rasterhost/writing/OutputTrial.h"
 
-#include "fundament/Text.h"
 #include "rasterhost/reading/FileState.h"
 #include "rasterhost/requests/GdalErrors.h"
 #include "rasterhost/writing/CreationOptions.h"
@@ -12,8 +11,6 @@
 #include <filesystem>
 
 namespace rasterhost {
-
-using KOVA::Tessara::Fundament::FormatString;
 
 namespace {
 
@@ -86,10 +83,10 @@ bool TryOutput(const SharpenRequest& request, const Scene& scene, const OutputRu
     folder.ClearSpare();
     return reason.empty() ||
            Fail(status, HostStatus::OutputRefused,
-                FormatString("the format '%s' cannot hold an image of %u bands of %u bits with the creation "
-                             "options given%s",
-                             request.format.c_str(), rules.GetFileBands(), scene.pan->GetInfo().bitsPerBand,
-                             reason.c_str()));
+                "the format '%s' cannot hold an image of %u bands of %u bits with the creation "
+                "options given%s",
+                request.format.c_str(), rules.GetFileBands(), scene.pan->GetInfo().bitsPerBand,
+                reason.c_str());
 }
 
 } // namespace rasterhost

@@ -14,10 +14,8 @@ namespace rasterhost {
 using KOVA::Tessara::Fundament::FormatString;
 
 bool PlainFile::Refuse(const GdalErrors& errors, Status& status) const {
-    return Fail(status, HostStatus::OutputNotWritten,
-                FormatString("'%s' cannot be written; %s%s", name.c_str(),
-                             errors.Suspect("check the folder and the space there"),
-                             errors.Reason().c_str()));
+    return Fail(status, HostStatus::OutputNotWritten, "'%s' cannot be written; %s%s", name.c_str(),
+                errors.Suspect("check the folder and the space there"), errors.Reason().c_str());
 }
 
 std::unique_ptr<PlainFile> PlainFile::Create(const std::string& name, const PlainShape& shape,

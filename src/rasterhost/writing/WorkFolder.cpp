@@ -74,9 +74,8 @@ public:
         MoveResult done = MoveToFreeName(from, to);
         if (done == MoveResult::NameIsTaken && overwrite) {
             if (!LookAt(to).isFile)
-                return Fail(
-                    status, HostStatus::OutputNotWritten,
-                    FormatString("'%s' is no file that could be replaced; choose another name", to.c_str()));
+                return Fail(status, HostStatus::OutputNotWritten,
+                            "'%s' is no file that could be replaced; choose another name", to.c_str());
             TakePermissions(to, from);
             done = Replace(from, to, aside) ? MoveResult::Done : MoveResult::Failed;
             if (done == MoveResult::Done) steps.push_back({to, aside});
@@ -138,8 +137,8 @@ bool WorkFolder::MakeFolders(Status& status) {
     std::error_code ignored;
     fs::remove(file, ignored);
     return !failure || Fail(status, HostStatus::OutputNotCreated,
-                            FormatString("'%s' cannot be created; may its folder be written to?: %s",
-                                         place.c_str(), failure.message().c_str()));
+                            "'%s' cannot be created; may its folder be written to?: %s", place.c_str(),
+                            failure.message().c_str());
 }
 
 WorkFolder::~WorkFolder() {
@@ -190,9 +189,9 @@ bool WorkFolder::Deliver(bool overwrite, Status& status) {
             continue;
         if (!overwrite)
             return Fail(status, HostStatus::OutputNotWritten,
-                        FormatString("'%s' is there and would describe the output '%s'; remove it, choose "
-                                     "another name, or allow it to be overwritten (--overwrite)",
-                                     beside.c_str(), place.c_str()));
+                        "'%s' is there and would describe the output '%s'; remove it, choose "
+                        "another name, or allow it to be overwritten (--overwrite)",
+                        beside.c_str(), place.c_str());
         if (!moves.Add(beside, aside(described), {}, false, status)) return false;
     }
     for (const std::string& name : names)

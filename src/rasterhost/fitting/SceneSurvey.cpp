@@ -1,4 +1,4 @@
-#include "rasterhost/fitting/SceneSample.h"
+#include "rasterhost/fitting/SceneSurvey.h"
 
 #include "hostkit/AxisPlacement.h"
 #include "hostkit/RequestRecord.h"
@@ -89,7 +89,7 @@ std::pair<std::uint32_t, std::uint32_t> WhollyOn(const GridMap& map, std::uint32
 
 /// Starts and ends of blocks along one axis.
 std::vector<std::pair<std::uint32_t, std::uint32_t>> Divide(std::uint32_t first, std::uint32_t end,
-                                                            const SamplePlan& plan, std::uint32_t side) {
+                                                            const SurveyPlan& plan, std::uint32_t side) {
     std::vector<std::pair<std::uint32_t, std::uint32_t>> spans;
     const std::uint64_t length = end - first;
     if (length == 0) return spans;
@@ -121,7 +121,7 @@ bool ReadSums(InputImage& image, const PixelRect& rect, std::optional<int> bitDe
     sums.assign(bands, {});
     tally = {};
     if (rect.IsEmpty()) return true;
-    PixelSample pixels;
+    SurveyedPixels pixels;
     if (!ReadPixels(image, rect, bitDepth, pixels, status)) return false;
     tally = pixels.tally;
     std::vector<unsigned short> band(pixels.usable.size());
@@ -135,7 +135,7 @@ bool ReadSums(InputImage& image, const PixelRect& rect, std::optional<int> bitDe
 
 } // namespace
 
-bool ReadPixels(InputImage& image, const PixelRect& rect, std::optional<int> bitDepth, PixelSample& pixels,
+bool ReadPixels(InputImage& image, const PixelRect& rect, std::optional<int> bitDepth, SurveyedPixels& pixels,
                 Status& status) {
     const std::size_t count = std::size_t{rect.GetColumns()} * rect.GetRows();
     const std::size_t bands = image.GetInfo().bandsPerPixel;
@@ -174,7 +174,7 @@ PixelRect FindAreaOnPan(const Scene& scene) {
     return {col0, row0, col1, row1};
 }
 
-std::vector<PixelRect> ChooseBlocks(const Scene& scene, const SamplePlan& plan) {
+std::vector<PixelRect> ChooseBlocks(const Scene& scene, const SurveyPlan& plan) {
     const RasterInfo& pan = scene.pan->GetInfo();
     const RasterInfo ms = scene.GetMultispectral().GetInfo();
     const bool isSmall = std::any_of(scene.images.begin(), scene.images.end(), [](const PlacedImage& coarse) {
@@ -192,7 +192,7 @@ std::vector<PixelRect> ChooseBlocks(const Scene& scene, const SamplePlan& plan) 
     return blocks;
 }
 
-bool BlockSample::ReadBands(const Scene& scene, const PixelRect& block, std::optional<int> bitDepth,
+bool SurveyBlock::ReadBands(const Scene& scene, const PixelRect& block, std::optional<int> bitDepth,
                             Status& status) {
     rect = block;
     pan = {};
@@ -206,7 +206,7 @@ bool BlockSample::ReadBands(const Scene& scene, const PixelRect& block, std::opt
     return true;
 }
 
-bool BlockSample::Read(const Scene& scene, const PixelRect& block, double margin, std::optional<int> bitDepth,
+bool SurveyBlock::Read(const Scene& scene, const PixelRect& block, double margin, std::optional<int> bitDepth,
                        Status& status) {
     if (!ReadBands(scene, block, bitDepth, status)) return false;
     const PixelRect beneath = onPan.Beneath(block.col0 - margin, block.row0 - margin, block.col1 + margin,
@@ -217,9 +217,9 @@ bool BlockSample::Read(const Scene& scene, const PixelRect& block, double margin
     return true;
 }
 
-bool BlockSample::ReadFirst(const Scene& scene, std::optional<int> bitDepth, Status& status) {
+bool SurveyBlock::ReadFirst(const Scene& scene, std::optional<int> bitDepth, Status& status) {
     const PlacedImage& first = scene.GetMultispectral();
-    PixelSample pixels;
+    SurveyedPixels pixels;
     if (!ReadPixels(*first.image, rect, bitDepth, pixels, status)) return false;
     tally.images.front() = pixels.tally;
     usable = std::move(pixels.usable);
@@ -231,7 +231,7 @@ bool BlockSample::ReadFirst(const Scene& scene, std::optional<int> bitDepth, Sta
 }
 
 /// Fills in the bands of another image.
-bool BlockSample::AddOther(const Scene& scene, const PlacedImage& other, std::optional<int> bitDepth,
+bool SurveyBlock::AddOther(const Scene& scene, const PlacedImage& other, std::optional<int> bitDepth,
                            ImageTally& seen, Status& status) {
     const Footprint print = FootprintOn(scene, other, rect);
     const std::size_t first = scene.FirstOf(other.role);
@@ -253,7 +253,7 @@ bool BlockSample::AddOther(const Scene& scene, const PlacedImage& other, std::op
     return true;
 }
 
-std::optional<double> BlockSample::GetPan(std::size_t pixel, double right, double below, double grow) const {
+std::optional<double> SurveyBlock::GetPan(std::size_t pixel, double right, double below, double grow) const {
     const double column = rect.col0 + static_cast<double>(pixel % rect.GetColumns()) + right;
     const std::size_t rowOfBlock = pixel / rect.GetColumns();
     const double row = rect.row0 + static_cast<double>(rowOfBlock) + below;

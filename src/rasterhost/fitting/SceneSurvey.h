@@ -12,7 +12,7 @@
 namespace rasterhost {
 
 /// How many blocks, and how large.
-struct SamplePlan {
+struct SurveyPlan {
     std::uint32_t blocksAcross = 8; ///< and down, at most
     std::uint32_t side = 64;        ///< of a block, in multispectral pixels, at most
 };
@@ -20,7 +20,7 @@ struct SamplePlan {
 /// Blocks of multispectral pixels, row by row, that do not overlap and are spread evenly over those whose
 /// footprint lies wholly on pan. They cover them all in a small scene. None when there are none, or when
 /// a multispectral pixel is more than 1024 pan pixels wide or high.
-[[nodiscard]] std::vector<hostkit::PixelRect> ChooseBlocks(const Scene& scene, const SamplePlan& plan);
+[[nodiscard]] std::vector<hostkit::PixelRect> ChooseBlocks(const Scene& scene, const SurveyPlan& plan);
 
 /// The multispectral pixels whose footprint lies wholly on pan; all of them where there is a map between the
 /// two. May be empty.
@@ -40,7 +40,7 @@ struct SceneTally {
 };
 
 /// All samples of a part of an image, and which of its pixels have data and are not saturated.
-struct PixelSample {
+struct SurveyedPixels {
     std::vector<unsigned short> samples; ///< interleaved by pixel
     std::vector<unsigned char> usable;   ///< a byte a pixel, 0 for not
     ImageTally tally;
@@ -49,10 +49,10 @@ struct PixelSample {
 /// Reads a part of an image that is not empty. Samples at 2^bitDepth - 1 and above are saturated; without a
 /// depth that of the image counts. False with an item.
 [[nodiscard]] bool ReadPixels(InputImage& image, const hostkit::PixelRect& rect, std::optional<int> bitDepth,
-                              PixelSample& pixels, Status& status);
+                              SurveyedPixels& pixels, Status& status);
 
 /// One block, its bands as numbers and pan beneath it.
-class BlockSample {
+class SurveyBlock {
 public:
     /// Reads the bands of a block alone; GetPan has nothing then. Else as Read.
     [[nodiscard]] bool ReadBands(const Scene& scene, const hostkit::PixelRect& block,
