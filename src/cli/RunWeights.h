@@ -1,6 +1,6 @@
 #pragma once
 
-#include "rasterhost/requests/BandGains.h"
+#include "fitting/BandGains.h"
 
 #include <optional>
 #include <string>
@@ -15,7 +15,7 @@ struct RunWeights {
     std::vector<double> bands; ///< empty where the run has gains
     std::optional<double> infrared;
     std::optional<double> transfer; ///< of the bands' blur
-    std::vector<rasterhost::BandGains> gains;
+    std::vector<fitting::BandGains> gains;
 };
 
 /// From the object that a run printed with "--json". Throws UsageError when the file cannot be read, holds no

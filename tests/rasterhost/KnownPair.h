@@ -1,19 +1,12 @@
 #pragma once
 
 #include "SceneFiles.h"
+#include "support/Noise.h"
 
 #include <algorithm>
 #include <array>
 
 namespace testfiles {
-
-/// Noise of no pattern, -1 to 1, the same for the same place.
-inline double Noise(unsigned x, unsigned y, unsigned band) {
-    unsigned h = x * 0x9E3779B1u ^ y * 0x85EBCA77u ^ band * 0xC2B2AE3Du;
-    h = (h ^ h >> 15) * 0x2C1B3C6Du;
-    h = (h ^ h >> 12) * 0x297A2D39u;
-    return static_cast<double>(h ^ h >> 15) / 2147483647.5 - 1.0;
-}
 
 /// A pair that obeys pan = the weighted bands + noise, both the means of one fine image whose pixels go
 /// `panFine` across a pan pixel and `msFine` across a multispectral one. The fourth band runs against the

@@ -54,7 +54,7 @@ bool FitDetail(const Scene& scene, const FusionRequest& request, std::optional<i
     std::vector<BandGains> given(request.gains.size());
     for (std::size_t band = 0; band < given.size(); ++band)
         given[band] = request.gains[scene.bandOrder[band]];
-    GainFit gains;
+    fitting::GainFit gains;
     if (!FitGains(blocks, fit.transfer, given, scene.outputBands, gains, status)) return false;
     fit.areGainsGiven = !given.empty();
     fit.gains.resize(bands);

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "rasterhost/fitting/BlurFit.h"
-#include "rasterhost/fitting/GainFit.h"
+#include "fitting/BlurFit.h"
+#include "fitting/GainFit.h"
 #include "rasterhost/scene/Scene.h"
 
 #include <optional>
@@ -9,6 +9,8 @@
 #include <vector>
 
 namespace rasterhost {
+
+using fitting::BlurFit;
 
 /// What a run knows of a pair whose pan it compares with pan's low-pass: given, or fitted.
 struct DetailFit {

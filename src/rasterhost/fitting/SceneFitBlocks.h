@@ -1,15 +1,17 @@
 #pragma once
 
-#include "rasterhost/fitting/FitBlock.h"
+#include "fitting/FitBlock.h"
 #include "rasterhost/scene/Scene.h"
 
 #include <optional>
 
 namespace rasterhost {
 
+using fitting::FitBlock;
+
 /// Blocks of a scene: all its bands in the order of the process, those on other grids as means over the
 /// pixels of the first.
-class SceneFitBlocks final : public FitBlockSource {
+class SceneFitBlocks final : public fitting::FitBlockSource {
 public:
     /// Samples at 2^bitDepth - 1 and above are saturated; without a depth that of each image counts. The
     /// scene outlives this.

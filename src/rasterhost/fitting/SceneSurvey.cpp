@@ -16,12 +16,9 @@ using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
 
-/// Pan pixels across a block, and down, at most: a coarse image has smaller blocks.
-constexpr double mostPanPixels = 1024.0;
-
 /// Pixels across a block, and down, where grids do not run along each other; and how far such a block may be
 /// turned, right by down, for its footprints to be taken for rectangles.
-constexpr double smallSide = 16.0;
+constexpr std::uint32_t smallSide = 16;
 constexpr double mostTurn = 0.005;
 
 /// By the exact places of a block's middle and of its neighbours. Null for the other image means pan.
@@ -74,36 +71,6 @@ Footprint FootprintOnPan(const Scene& scene, const PixelRect& block) {
 Footprint FootprintOn(const Scene& scene, const PlacedImage& other, const PixelRect& block) {
     const bool runsAlong = scene.GetMultispectral().placement->RunsAlong() && other.placement->RunsAlong();
     return runsAlong ? StraightFootprint(scene, other.GetInfo()) : TurnedFootprint(scene, &other, block);
-}
-
-/// First and end of the multispectral pixels that lie wholly on an image of so many pixels.
-std::pair<std::uint32_t, std::uint32_t> WhollyOn(const GridMap& map, std::uint32_t pixels,
-                                                 std::uint32_t multispectralPixels) {
-    std::uint32_t first = 0, end = multispectralPixels;
-    while (first < end && map.At(first) < 0.0)
-        ++first;
-    while (end > first && map.At(end) > pixels)
-        --end;
-    return {first, end};
-}
-
-/// Starts and ends of blocks along one axis.
-std::vector<std::pair<std::uint32_t, std::uint32_t>> Divide(std::uint32_t first, std::uint32_t end,
-                                                            const SurveyPlan& plan, std::uint32_t side) {
-    std::vector<std::pair<std::uint32_t, std::uint32_t>> spans;
-    const std::uint64_t length = end - first;
-    if (length == 0) return spans;
-    const std::uint64_t count = std::min<std::uint64_t>((length - 1) / side + 1, plan.blocksAcross);
-    const bool coversAll = count * side >= length;
-    for (std::uint64_t i = 0; i < count; ++i) {
-        const std::uint64_t start = coversAll    ? i * length / count
-                                    : count == 1 ? (length - side) / 2
-                                                 : i * (length - side) / (count - 1);
-        const std::uint64_t stop = coversAll ? (i + 1) * length / count : start + side;
-        spans.emplace_back(first + static_cast<std::uint32_t>(start),
-                           first + static_cast<std::uint32_t>(stop));
-    }
-    return spans;
 }
 
 /// Samples this large and larger may stand for any brightness.
@@ -165,13 +132,9 @@ bool ReadPixels(InputImage& image, const PixelRect& rect, std::optional<int> bit
 }
 
 PixelRect FindAreaOnPan(const Scene& scene) {
-    const RasterInfo& pan = scene.pan->GetInfo();
-    const RasterInfo ms = scene.GetMultispectral().GetInfo();
-    if (!scene.GetMultispectral().placement->RunsAlong()) return hostkit::WholeImage(ms);
-    const Footprint onPan = FootprintOnPan(scene, hostkit::WholeImage(ms));
-    const auto [col0, col1] = WhollyOn(onPan.across, pan.cols, ms.cols);
-    const auto [row0, row1] = WhollyOn(onPan.down, pan.rows, ms.rows);
-    return {col0, row0, col1, row1};
+    const PixelRect whole = hostkit::WholeImage(scene.GetMultispectral().GetInfo());
+    if (!scene.GetMultispectral().placement->RunsAlong()) return whole;
+    return FootprintOnPan(scene, whole).FindWhollyOn(whole, scene.pan->GetInfo());
 }
 
 std::vector<PixelRect> ChooseBlocks(const Scene& scene, const SurveyPlan& plan) {
@@ -180,16 +143,9 @@ std::vector<PixelRect> ChooseBlocks(const Scene& scene, const SurveyPlan& plan) 
     const bool isSmall = std::any_of(scene.images.begin(), scene.images.end(), [](const PlacedImage& coarse) {
         return !coarse.placement->RunsAlong();
     });
-    const PixelRect area = FindAreaOnPan(scene);
     const double ratio = std::max(ms.pixelSizeX / pan.pixelSizeX, ms.pixelSizeY / pan.pixelSizeY);
-    if (!(ratio <= mostPanPixels)) return {};
-    const double side =
-        std::clamp(mostPanPixels / ratio, 1.0, isSmall ? smallSide : static_cast<double>(plan.side));
-    std::vector<PixelRect> blocks;
-    for (const auto& [row0, row1] : Divide(area.row0, area.row1, plan, static_cast<std::uint32_t>(side)))
-        for (const auto& [col0, col1] : Divide(area.col0, area.col1, plan, static_cast<std::uint32_t>(side)))
-            blocks.push_back({col0, row0, col1, row1});
-    return blocks;
+    return fitting::SpreadBlocks(FindAreaOnPan(scene), ratio,
+                                 {plan.blocksAcross, isSmall ? std::min(plan.side, smallSide) : plan.side});
 }
 
 bool SurveyBlock::ReadBands(const Scene& scene, const PixelRect& block, std::optional<int> bitDepth,

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "rasterhost/fitting/Footprint.h"
+#include "fitting/FitBlock.h"
 #include "rasterhost/scene/Scene.h"
 
 #include <cstdint>
@@ -11,11 +11,9 @@
 /// a regular grid, the same for the same images whatever else a run is asked for.
 namespace rasterhost {
 
-/// How many blocks, and how large.
-struct SurveyPlan {
-    std::uint32_t blocksAcross = 8; ///< and down, at most
-    std::uint32_t side = 64;        ///< of a block, in multispectral pixels, at most
-};
+using fitting::AreaSums;
+using fitting::Footprint;
+using SurveyPlan = fitting::BlockPlan;
 
 /// Blocks of multispectral pixels, row by row, that do not overlap and are spread evenly over those whose
 /// footprint lies wholly on pan. They cover them all in a small scene. None when there are none, or when

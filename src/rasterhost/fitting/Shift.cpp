@@ -1,12 +1,15 @@
 #include "rasterhost/fitting/Shift.h"
 
-#include "rasterhost/fitting/FitMoments.h"
+#include "fitting/FitMoments.h"
 #include "rasterhost/fitting/SceneSurvey.h"
 
 #include <algorithm>
 #include <cmath>
 
 namespace rasterhost {
+
+using fitting::FitMoments;
+using fitting::mostFittedBands;
 
 using hostkit::Point;
 

@@ -1,12 +1,15 @@
 #include "rasterhost/fitting/WeightFit.h"
 
+#include "fitting/FitMoments.h"
 #include "fundament/Text.h"
-#include "rasterhost/fitting/FitMoments.h"
 #include "rasterhost/fitting/SceneSurvey.h"
 
 #include <algorithm>
 
 namespace rasterhost {
+
+using fitting::FitMoments;
+using fitting::mostFittedBands;
 
 using KOVA::Tessara::Fundament::FormatString;
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "fitting/BandGains.h"
 #include "hostkit/Point.h"
-#include "rasterhost/requests/BandGains.h"
 
 #include <array>
 #include <cstdint>
@@ -14,6 +14,8 @@
 /// What people ask for, by what each step reads of it: a step takes the narrowest request that tells it
 /// enough. Defaults are those of the command.
 namespace rasterhost {
+
+using fitting::BandGains;
 
 /// One input image: a file name as GDAL takes it, and a band of it counted from 1 or, without one, all its
 /// bands.

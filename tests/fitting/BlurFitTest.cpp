@@ -1,4 +1,4 @@
-#include "rasterhost/fitting/BlurFit.h"
+#include "fitting/BlurFit.h"
 
 #include "MadeBlocks.h"
 
@@ -8,7 +8,7 @@
 
 namespace {
 
-using namespace rasterhost;
+using namespace fitting;
 using namespace testblocks;
 
 // What the bands are made by is found, less the blur of pan: 0.14 pan pixels of variance.

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "fitting/AreaSums.h"
 #include "host/RasterInfo.h"
 #include "hostkit/GridMap.h"
-#include "rasterhost/reading/AreaSums.h"
 
 #include <optional>
 
-namespace rasterhost {
+namespace fitting {
 
 using hostkit::GridMap;
 
@@ -24,6 +24,10 @@ struct Footprint {
     /// The pixels of an image of some size beneath a rectangle.
     [[nodiscard]] hostkit::PixelRect Beneath(double left, double top, double right, double bottom,
                                              const KOVA::Tessara::Pixmere::RasterInfo& image) const;
+    /// The pixels of a part of the multispectral grid that lie wholly on an image, where the two run along
+    /// each other. May be empty.
+    [[nodiscard]] hostkit::PixelRect FindWhollyOn(const hostkit::PixelRect& part,
+                                                  const KOVA::Tessara::Pixmere::RasterInfo& image) const;
 };
 
-} // namespace rasterhost
+} // namespace fitting

@@ -1,4 +1,4 @@
-#include "rasterhost/fitting/NonNegativeLeastSquares.h"
+#include "fitting/NonNegativeLeastSquares.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 
 namespace {
 
-using rasterhost::SolveNonNegative;
+using fitting::SolveNonNegative;
 
 // The best x >= 0 is the one whose gradient is 0 where x is above 0 and does not fall where x is 0: that
 // holds for no other, whatever way led there. Columns that are the same or empty are among them.

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace rasterhost {
+namespace fitting {
 
 /// More are not fitted: the work grows with the square of their number.
 inline constexpr std::size_t mostFittedBands = 512;
@@ -40,4 +40,4 @@ private:
     double panSquares = 0.0;
 };
 
-} // namespace rasterhost
+} // namespace fitting

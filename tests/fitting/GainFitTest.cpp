@@ -1,4 +1,4 @@
-#include "rasterhost/fitting/GainFit.h"
+#include "fitting/GainFit.h"
 
 #include "MadeBlocks.h"
 
@@ -6,7 +6,7 @@
 
 namespace {
 
-using namespace rasterhost;
+using namespace fitting;
 using namespace testblocks;
 
 // A band that is half of pan takes half of its detail, one that is pan under slow shade takes it by its ratio

@@ -1,12 +1,13 @@
-#include "rasterhost/fitting/FitBlock.h"
+#include "fitting/FitBlock.h"
 
 #include "hostkit/PanLowPass.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
-namespace rasterhost {
+namespace fitting {
 
 namespace {
 
@@ -88,6 +89,25 @@ double LowPassAt(const FitBlock& block, double x, double y, double sigma) {
     return all > 0.0 ? MeanOf(sum, share, all) : notUsable;
 }
 
+/// Starts and ends of blocks along one axis.
+std::vector<std::pair<std::uint32_t, std::uint32_t>> Divide(std::uint32_t first, std::uint32_t end,
+                                                            std::uint32_t mostBlocks, std::uint32_t side) {
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> spans;
+    const std::uint64_t length = end - first;
+    if (length == 0) return spans;
+    const std::uint64_t count = std::min<std::uint64_t>((length - 1) / side + 1, mostBlocks);
+    const bool coversAll = count * side >= length;
+    for (std::uint64_t i = 0; i < count; ++i) {
+        const std::uint64_t start = coversAll    ? i * length / count
+                                    : count == 1 ? (length - side) / 2
+                                                 : i * (length - side) / (count - 1);
+        const std::uint64_t stop = coversAll ? (i + 1) * length / count : start + side;
+        spans.emplace_back(first + static_cast<std::uint32_t>(start),
+                           first + static_cast<std::uint32_t>(stop));
+    }
+    return spans;
+}
+
 struct PanPlace {
     double x = 0.0, y = 0.0;
 };
@@ -107,6 +127,19 @@ double MeanStep(const Footprint& on) {
 }
 
 } // namespace
+
+std::vector<hostkit::PixelRect> SpreadBlocks(const hostkit::PixelRect& area, double ratio,
+                                             const BlockPlan& plan) {
+    constexpr double mostPanPixels = 1024.0; // across a block, and down
+    std::vector<hostkit::PixelRect> blocks;
+    if (!(ratio <= mostPanPixels)) return blocks;
+    const auto side =
+        static_cast<std::uint32_t>(std::clamp(mostPanPixels / ratio, 1.0, static_cast<double>(plan.side)));
+    for (const auto& [row0, row1] : Divide(area.row0, area.row1, plan.blocksAcross, side))
+        for (const auto& [col0, col1] : Divide(area.col0, area.col1, plan.blocksAcross, side))
+            blocks.push_back({col0, row0, col1, row1});
+    return blocks;
+}
 
 std::vector<double> FitBlock::LowPass(double transfer) const {
     const double sigma = hostkit::GaussianSigma(transfer);
@@ -128,4 +161,4 @@ bool FitBlock::IsWithinPan(std::size_t pixel, double around) const {
            at.y - down >= panRect.row0 && at.y + down <= panRect.row1;
 }
 
-} // namespace rasterhost
+} // namespace fitting

@@ -1,16 +1,17 @@
 #pragma once
 
-#include "KnownPair.h"
-#include "rasterhost/fitting/FitBlock.h"
+#include "fitting/FitBlock.h"
+#include "support/Noise.h"
 
 #include <cmath>
+#include <functional>
 
 /// A pair whose blur and gains are known.
 namespace testblocks {
 
+using fitting::FitBlock;
 using hostkit::PixelRect;
 using KOVA::Tessara::Fundament::Status;
-using rasterhost::FitBlock;
 using testfiles::Noise;
 
 inline constexpr std::uint32_t ratio = 4;
@@ -22,7 +23,7 @@ inline unsigned Pan(std::uint32_t column, std::uint32_t row) {
 }
 
 /// Bands that are made of pan's low-pass by a blur.
-class MadeBlocks final : public rasterhost::FitBlockSource {
+class MadeBlocks final : public fitting::FitBlockSource {
 public:
     using Band = std::function<double(double low, std::uint32_t column, std::uint32_t row)>;
 

@@ -1,14 +1,14 @@
-#include "rasterhost/fitting/GainFit.h"
+#include "fitting/GainFit.h"
 
+#include "fitting/NonNegativeLeastSquares.h"
 #include "hostkit/PanLowPass.h"
 #include "kernels/CubicRow.h"
-#include "rasterhost/fitting/NonNegativeLeastSquares.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 
-namespace rasterhost {
+namespace fitting {
 
 namespace {
 
@@ -275,4 +275,4 @@ bool FitGains(FitBlockSource& source, double transfer, const std::vector<BandGai
     return true;
 }
 
-} // namespace rasterhost
+} // namespace fitting

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace rasterhost {
+namespace fitting {
 
 /// What a band takes of pan's detail: a share of it, and one of the detail times the band's ratio to pan's
 /// low-pass. Each is 0 or more.
@@ -10,4 +10,4 @@ struct BandGains {
     friend bool operator==(const BandGains&, const BandGains&) = default;
 };
 
-} // namespace rasterhost
+} // namespace fitting

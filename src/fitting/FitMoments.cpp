@@ -1,11 +1,11 @@
-#include "rasterhost/fitting/FitMoments.h"
+#include "fitting/FitMoments.h"
 
-#include "rasterhost/fitting/NonNegativeLeastSquares.h"
+#include "fitting/NonNegativeLeastSquares.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace rasterhost {
+namespace fitting {
 
 namespace {
 constexpr double negligible = 1e-12; ///< share of a sum of squares that is rounding
@@ -89,4 +89,4 @@ double FitMoments::GetCorrelation(std::size_t band) const {
     return std::clamp(product / std::sqrt(spread * panSpread), -1.0, 1.0);
 }
 
-} // namespace rasterhost
+} // namespace fitting

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "rasterhost/fitting/FitBlock.h"
-#include "rasterhost/requests/BandGains.h"
+#include "fitting/BandGains.h"
+#include "fitting/FitBlock.h"
 
 #include <cstdint>
 #include <optional>
 #include <vector>
 
-namespace rasterhost {
+namespace fitting {
 
 struct GainFit {
     std::vector<BandGains> gains; ///< of each band, in ten-thousandths when they were fitted
@@ -26,4 +26,4 @@ struct GainFit {
 [[nodiscard]] bool FitGains(FitBlockSource& source, double transfer, const std::vector<BandGains>& given,
                             std::size_t judged, GainFit& fit, KOVA::Tessara::Fundament::Status& status);
 
-} // namespace rasterhost
+} // namespace fitting

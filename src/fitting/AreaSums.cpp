@@ -1,9 +1,9 @@
-#include "rasterhost/reading/AreaSums.h"
+#include "fitting/AreaSums.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace rasterhost {
+namespace fitting {
 
 AreaSums::AreaSums(const hostkit::PixelRect& part, const std::vector<unsigned short>& samples,
                    const std::vector<unsigned char>& usable)
@@ -55,4 +55,4 @@ std::optional<double> AreaSums::Mean(double left, double top, double right, doub
     return sum / ((right - left) * (bottom - top));
 }
 
-} // namespace rasterhost
+} // namespace fitting

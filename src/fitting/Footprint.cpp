@@ -1,13 +1,27 @@
-#include "rasterhost/fitting/Footprint.h"
+#include "fitting/Footprint.h"
 
 #include <algorithm>
 #include <cmath>
 #include <utility>
 
-namespace rasterhost {
+namespace fitting {
 
 using hostkit::PixelRect;
 using KOVA::Tessara::Pixmere::RasterInfo;
+
+namespace {
+
+/// First and end of the pixels that lie wholly on an image of so many.
+std::pair<std::uint32_t, std::uint32_t> WhollyOn(const GridMap& map, std::uint32_t pixels,
+                                                 std::uint32_t first, std::uint32_t end) {
+    while (first < end && map.At(first) < 0.0)
+        ++first;
+    while (end > first && map.At(end) > pixels)
+        --end;
+    return {first, end};
+}
+
+} // namespace
 
 std::optional<double> Footprint::Mean(const AreaSums& sums, double left, double top, double right,
                                       double bottom) const {
@@ -46,4 +60,10 @@ PixelRect Footprint::Beneath(double left, double top, double right, double botto
             clamp(std::ceil(greatest[0]), image.cols), clamp(std::ceil(greatest[1]), image.rows)};
 }
 
-} // namespace rasterhost
+PixelRect Footprint::FindWhollyOn(const PixelRect& part, const RasterInfo& image) const {
+    const auto [col0, col1] = WhollyOn(across, image.cols, part.col0, part.col1);
+    const auto [row0, row1] = WhollyOn(down, image.rows, part.row0, part.row1);
+    return {col0, row0, col1, row1};
+}
+
+} // namespace fitting

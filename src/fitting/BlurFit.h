@@ -1,11 +1,11 @@
 #pragma once
 
-#include "rasterhost/fitting/FitBlock.h"
+#include "fitting/FitBlock.h"
 
 #include <cstdint>
 #include <string>
 
-namespace rasterhost {
+namespace fitting {
 
 /// The modulation transfers of the bands, at the Nyquist frequency of their pixels, that are taken for
 /// possible, and the one for a pair that does not tell.
@@ -25,4 +25,4 @@ struct BlurFit {
 /// with an item when an input cannot be read.
 [[nodiscard]] bool FitBlur(FitBlockSource& source, BlurFit& fit, KOVA::Tessara::Fundament::Status& status);
 
-} // namespace rasterhost
+} // namespace fitting

@@ -1,4 +1,4 @@
-#include "rasterhost/fitting/BlurFit.h"
+#include "fitting/BlurFit.h"
 
 #include "fundament/Text.h"
 #include "hostkit/PanLowPass.h"
@@ -8,7 +8,7 @@
 #include <cmath>
 #include <numbers>
 
-namespace rasterhost {
+namespace fitting {
 
 namespace {
 
@@ -211,4 +211,4 @@ bool FitBlur(FitBlockSource& source, BlurFit& fit, Status& status) {
     return true;
 }
 
-} // namespace rasterhost
+} // namespace fitting

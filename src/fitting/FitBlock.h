@@ -1,8 +1,8 @@
 #pragma once
 
+#include "fitting/Footprint.h"
 #include "fundament/Status.h"
 #include "hostkit/SampleBlock.h"
-#include "rasterhost/fitting/Footprint.h"
 
 #include <array>
 #include <cstdint>
@@ -10,7 +10,7 @@
 
 /// What blur and gains are fitted to: blocks of multispectral pixels and pan beneath them, from files or from
 /// memory.
-namespace rasterhost {
+namespace fitting {
 
 /// One block as numbers.
 struct FitBlock {
@@ -31,6 +31,18 @@ struct FitBlock {
     [[nodiscard]] bool IsWithinPan(std::size_t pixel, double around) const;
 };
 
+/// How many blocks, and how large.
+struct BlockPlan {
+    std::uint32_t blocksAcross = 8; ///< and down, at most
+    std::uint32_t side = 64;        ///< of a block, in multispectral pixels, at most
+};
+
+/// Blocks of multispectral pixels, row by row, that do not overlap and are spread evenly over an area; they
+/// cover it all where it is small. `ratio` is how many pan pixels a multispectral one has across, or down:
+/// blocks are smaller where it is large. None where the area is empty or the ratio is above 1024.
+[[nodiscard]] std::vector<hostkit::PixelRect> SpreadBlocks(const hostkit::PixelRect& area, double ratio,
+                                                           const BlockPlan& plan);
+
 class FitBlockSource {
 public:
     virtual ~FitBlockSource() = default;
@@ -49,4 +61,4 @@ public:
                                     KOVA::Tessara::Fundament::Status& status) = 0;
 };
 
-} // namespace rasterhost
+} // namespace fitting

@@ -1,10 +1,10 @@
-#include "rasterhost/fitting/NonNegativeLeastSquares.h"
+#include "fitting/NonNegativeLeastSquares.h"
 
 #include <algorithm>
 #include <cmath>
 #include <optional>
 
-namespace rasterhost {
+namespace fitting {
 
 namespace {
 
@@ -148,4 +148,4 @@ std::vector<double> SolveNonNegative(std::span<const double> gram, std::span<con
     return Solver(gram, projection).Solve();
 }
 
-} // namespace rasterhost
+} // namespace fitting

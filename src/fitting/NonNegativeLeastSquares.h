@@ -3,7 +3,7 @@
 #include <span>
 #include <vector>
 
-namespace rasterhost {
+namespace fitting {
 
 /// The x of all x >= 0 that makes |A x - y| smallest, from the normal equations: `gram` is A'A, n x n by
 /// rows, `projection` is A'y, n numbers. A column that depends on others already in use, to 1e-10 of its
@@ -13,4 +13,4 @@ namespace rasterhost {
 [[nodiscard]] std::vector<double> SolveNonNegative(std::span<const double> gram,
                                                    std::span<const double> projection);
 
-} // namespace rasterhost
+} // namespace fitting

@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-namespace rasterhost {
+namespace fitting {
 
 /// One band of a part of an image, summed up so that the mean over any rectangle, fractions of pixels
 /// included, takes the same few steps. Samples are whole numbers: their sums are exact.
@@ -32,4 +32,4 @@ private:
     std::vector<std::uint32_t> unusable; ///< likewise
 };
 
-} // namespace rasterhost
+} // namespace fitting
