@@ -4,40 +4,60 @@
 #include "hostkit/SourceRaster.h"
 #include "hostkit/WindowWorker.h"
 #include "rasterhost/fusing/ProcessSettings.h"
-#include "rasterhost/writing/OutputRow.h"
+#include "rasterhost/scene/Scene.h"
 
+#include <functional>
 #include <memory>
 #include <utility>
 #include <vector>
 
 namespace rasterhost {
 
-/// One process object and all that it needs, to fuse one window of full rows after another. Read touches the
-/// input files, Fuse does not: slots may fuse side by side.
+/// What a slot reads, and how it lies on the grid of pan.
+struct FusionSources {
+    hostkit::ImageSource* pan = nullptr;
+    std::vector<PlacedSource> beneath; ///< the multispectral bands, then the infrared one, if any
+    hostkit::PixelRect part;           ///< the pan pixels that windows may have
+    hostkit::PixelRect covered;        ///< those of them that may have data in all images
+    hostkit::Resampling resampling = hostkit::Resampling::Bilinear;
+    std::uint32_t bands = 0; ///< multispectral ones
+};
+
+/// The images of a scene themselves; good for as long as the scene.
+[[nodiscard]] FusionSources SourcesOf(const Scene& scene);
+
+/// A fused row of a window.
+struct FusedRow {
+    std::uint32_t number = 0;               ///< of pan
+    const unsigned char* samples = nullptr; ///< interleaved by pixel; null where no pixel has data
+    const unsigned char* valid = nullptr;   ///< a byte a pixel, 0 without data; null when all have data
+};
+
+/// Takes the rows of a window in ascending order. What a row points to is good until it returns.
+using RowSink = std::function<void(const FusedRow&)>;
+
+/// One process object and all that it needs, to fuse one window after another. Read touches the input files,
+/// Fuse does not: slots may fuse side by side. Slots that share an image read one at a time.
 class FusionSlot {
 public:
-    /// `placed` are the scene's sources, or these and a computed one in place of an infrared band; they
-    /// outlive the slot, as the scene does.
-    FusionSlot(const Scene& images, std::vector<PlacedSource> placed, const hostkit::PluginLibrary& plugin,
-               const ProcessSettings& settings, const OutputRules& outputRules, Status& creation);
+    /// The images and placements of `fusionSources` outlive the slot.
+    FusionSlot(FusionSources fusionSources, const hostkit::PluginLibrary& plugin,
+               const ProcessSettings& settings, Status& creation);
     FusionSlot(const FusionSlot&) = delete;
     FusionSlot& operator=(const FusionSlot&) = delete;
 
-    /// Prepares the process for windows of up to so many rows. False with items.
-    [[nodiscard]] bool Init(std::uint32_t mostRows, const OutputLayout& outputLayout, Status& status);
-    /// Reads the samples of pan's rows within the scene's part and of the multispectral and infrared pixels
-    /// that they are interpolated from.
-    [[nodiscard]] bool Read(std::uint32_t firstRow, std::uint32_t endRow, Status& status);
-    /// Fuses the rows that were read, makes rows of the file of them and counts their limits.
-    [[nodiscard]] bool Fuse(Status& status);
+    /// Prepares the process. Once, before the first window. False with items.
+    [[nodiscard]] bool Init(Status& status);
+    /// Reads the samples of a window of pan, any rectangle within the part, and of the pixels beneath that it
+    /// is interpolated from; nothing where no pixel has data. Buffers grow to the largest window. After a
+    /// failure, which leaves items, another window may be read.
+    [[nodiscard]] bool Read(const hostkit::PixelRect& rect, Status& status);
+    /// Fuses the window that was read and hands its rows to `sink`. False with items.
+    [[nodiscard]] bool Fuse(const RowSink& sink, Status& status);
 
-    [[nodiscard]] std::uint32_t GetFirstRow() const { return window.row0; } ///< of pan
-    [[nodiscard]] std::uint32_t GetRows() const { return window.GetRows(); }
-    /// Rows of the file, interleaved by pixel and packed, in the layout asked for.
-    [[nodiscard]] unsigned char* GetOutput() { return output.data(); }
-    /// A byte a pixel of the rows, 0 without data; null when all pixels have data.
+    [[nodiscard]] const hostkit::PixelRect& GetWindow() const { return window; } ///< that was read last
+    /// A byte a pixel of the fused window, 0 without data; null when all pixels have data.
     [[nodiscard]] const unsigned char* GetValid() const { return hasGaps ? valid.data() : nullptr; }
-    [[nodiscard]] const LimitTally& GetTally() const { return tally; }
     [[nodiscard]] const KOVA::Tessara::Global::NameValueMap& GetMetadata() { return worker.GetMetadata(); }
 
 private:
@@ -55,31 +75,23 @@ private:
     bool OpenSources(Status& status);
     void OfferImage(const char* id, Role role);
     void OfferLowPass();
+    [[nodiscard]] bool HoldsRow(std::uint32_t row) const;
     bool FindValid(std::uint32_t row, unsigned char* rowValid);
-    void MakeRow(const unsigned char* fused, const unsigned char* rowValid, std::uint32_t number);
-    void MakePixels(const unsigned char* fused, const unsigned char* rowValid, std::size_t columns,
-                    unsigned char* out);
-    [[nodiscard]] std::size_t TilesAcross() const;
-    [[nodiscard]] std::size_t TileRowBytes() const;
-    void FillTilesUp();
 
-    const Scene& scene;
+    const FusionSources from;
     hostkit::SourceRaster pan;
     std::vector<std::unique_ptr<Source>> sources;
     hostkit::WindowWorker worker; ///< made after pan, so destroyed before it
     hostkit::PixelRect window;
+    hostkit::PixelRect inside;                          ///< what of it is covered; empty for nothing
     std::shared_ptr<const hostkit::PanLowPass> lowPass; ///< null for a method that wants none
     hostkit::PixelRect lowPassRect;                     ///< that the window needs
     std::vector<unsigned short> lowPassSamples;         ///< read as bytes when the depth is 8 bits
     std::vector<unsigned char> lowPassValid;
+    bool mayLackData = true;
     std::vector<hostkit::Reach> reach; ///< of one row
-    std::vector<unsigned char> valid;  ///< of all rows; empty where no pixel lacks data
+    std::vector<unsigned char> valid;  ///< of all rows; unused where no pixel lacks data
     bool hasGaps = false;
-    std::vector<unsigned char> output;
-    const OutputRules rules;
-    OutputLayout layout;
-    std::size_t pixelBytes; ///< of the output
-    LimitTally tally;
 };
 
 } // namespace rasterhost

@@ -152,9 +152,12 @@ private:
 
     /// Settings that the process refuses come to light before there is an output.
     bool TryOneRow() {
-        FusionSlot slot(*pair.scene, pair.scene->GetSources(), *pair.plugin, settings, rules, status);
-        const std::uint32_t row = pair.scene->covered.row0;
-        if (!slot.Init(1, {}, status) || !slot.Read(row, row + 1, status) || !slot.Fuse(status)) return false;
+        FusionSlot slot(SourcesOf(*pair.scene), *pair.plugin, settings, status);
+        hostkit::PixelRect row = pair.scene->part;
+        row.row0 = pair.scene->covered.row0;
+        row.row1 = row.row0 + 1;
+        if (!slot.Init(status) || !slot.Read(row, status) || !slot.Fuse([](const FusedRow&) {}, status))
+            return false;
         DescribeScene(slot.GetMetadata());
         return true;
     }
@@ -240,12 +243,12 @@ private:
         const int count = CountSlots(report.threads);
         std::vector<std::unique_ptr<FusionSlot>> slots;
         for (int i = 0; i < count; ++i) {
-            slots.push_back(std::make_unique<FusionSlot>(*pair.scene, pair.scene->GetSources(), *pair.plugin,
-                                                         settings, rules, status));
-            if (!slots.back()->Init(report.windowRows, output->GetLayout(), status)) return false;
+            slots.push_back(
+                std::make_unique<FusionSlot>(SourcesOf(*pair.scene), *pair.plugin, settings, status));
+            if (!slots.back()->Init(status)) return false;
         }
         PipelineResult result;
-        const WindowPlan plan{pair.scene->part.row0, report.rows, report.windowRows, report.threads};
+        const WindowPlan plan{pair.scene->part, report.windowRows, report.threads};
         // A format that is copied takes about as long again.
         const double share = output->IsCopied() ? 0.5 : 1.0;
         const auto fused = [&](double done) { return !request.progress || request.progress(share * done); };

@@ -17,8 +17,8 @@ namespace tbb = oneapi::tbb;
 
 /// A window on its way through the stages, in a slot of its own.
 struct Job {
-    FusionSlot* slot = nullptr;
-    PackedTiles packed;
+    FusionSlot* slot;
+    OutputWindow made;
     bool isGood = true;
     Status reasons;
 };
@@ -38,10 +38,11 @@ class PipelineRun {
 public:
     PipelineRun(const WindowPlan& windows, std::vector<std::unique_ptr<FusionSlot>>& fusionSlots,
                 OutputFile& outputFile, const std::function<bool(double)>& report)
-        : plan(windows), output(outputFile), progress(report), jobs(fusionSlots.size()) {
-        for (std::size_t i = 0; i < jobs.size(); ++i) {
-            jobs[i].slot = fusionSlots[i].get();
-            freeJobs.push_back(&jobs[i]);
+        : plan(windows), output(outputFile), progress(report) {
+        jobs.reserve(fusionSlots.size());
+        for (const auto& slot : fusionSlots) {
+            jobs.push_back({slot.get(), output.MakeWindow(plan.windowRows), true, {}});
+            freeJobs.push_back(&jobs.back());
         }
     }
 
@@ -75,20 +76,22 @@ public:
 private:
     /// Null after the last window, and once a window has failed.
     Job* ReadNext() {
-        if (hasStopped || nextRow >= plan.rows) return nullptr;
+        if (hasStopped || nextRow >= plan.part.row1) return nullptr;
         Job* job = nullptr;
         {
             const std::lock_guard lock(freeMutex);
             job = freeJobs.back(); // a window is let in only when one has left
             freeJobs.pop_back();
         }
-        const std::uint32_t firstRow = nextRow;
-        nextRow += std::min(plan.windowRows, plan.rows - firstRow);
+        const hostkit::PixelRect window{plan.part.col0, nextRow, plan.part.col1,
+                                        nextRow + std::min(plan.windowRows, plan.part.row1 - nextRow)};
+        nextRow = window.row1;
         job->isGood = true;
         job->reasons = {};
+        job->made.Start(window.row0 - plan.part.row0, window.GetRows());
         Attempt(*job, [&] {
             const std::lock_guard lock(fileMutex);
-            return job->slot->Read(plan.firstRow + firstRow, plan.firstRow + nextRow, job->reasons);
+            return job->slot->Read(window, job->reasons);
         });
         return job;
     }
@@ -96,10 +99,8 @@ private:
     Job* Fuse(Job* job) {
         if (!hasStopped)
             Attempt(*job, [&] {
-                FusionSlot& slot = *job->slot;
-                return slot.Fuse(job->reasons) &&
-                       output.Pack(slot.GetFirstRow() - plan.firstRow, slot.GetRows(), slot.GetOutput(),
-                                   job->packed, job->reasons);
+                const auto add = [&](const FusedRow& row) { job->made.AddRow(row.samples, row.valid); };
+                return job->slot->Fuse(add, job->reasons) && output.Pack(job->made, job->reasons);
             });
         return job;
     }
@@ -117,20 +118,18 @@ private:
     }
 
     bool WriteWindow(Job& job) {
-        FusionSlot& slot = *job.slot;
-        const std::uint32_t firstRow = slot.GetFirstRow() - plan.firstRow;
         {
             const std::lock_guard lock(fileMutex);
-            if (!output.Write(firstRow, slot.GetRows(), slot.GetOutput(), job.packed, slot.GetValid(),
-                              job.reasons))
-                return false;
+            if (!output.Write(job.made, job.slot->GetValid(), job.reasons)) return false;
         }
-        tally.resize(slot.GetTally().size());
+        const LimitTally& found = job.made.GetTally();
+        tally.resize(found.size());
         for (std::size_t band = 0; band < tally.size(); ++band) {
-            tally[band].first += slot.GetTally()[band].first;
-            tally[band].second += slot.GetTally()[band].second;
+            tally[band].first += found[band].first;
+            tally[band].second += found[band].second;
         }
-        const double done = static_cast<double>(firstRow + slot.GetRows()) / plan.rows;
+        const double done =
+            static_cast<double>(job.made.GetFirstRow() + job.made.GetRows()) / plan.part.GetRows();
         isCancelled = progress && !progress(done);
         return !isCancelled;
     }
@@ -142,7 +141,7 @@ private:
     Status reasons;
     bool isCancelled = false;
     std::atomic<bool> hasStopped = false;
-    std::uint32_t nextRow = 0;
+    std::uint32_t nextRow = plan.part.row0;
 
     std::vector<Job> jobs;
     std::mutex freeMutex;

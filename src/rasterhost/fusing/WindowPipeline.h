@@ -10,9 +10,8 @@
 namespace rasterhost {
 
 struct WindowPlan {
-    std::uint32_t firstRow = 0;   ///< of pan
-    std::uint32_t rows = 0;       ///< to fuse from there on
-    std::uint32_t windowRows = 0; ///< of a window; the last may have fewer
+    hostkit::PixelRect part;      ///< of pan, to fuse
+    std::uint32_t windowRows = 0; ///< of a window, which has all columns; the last may have fewer
     int threads = 1;
 };
 

@@ -105,33 +105,38 @@ OutputFile::~OutputFile() {
     CloseAll();
 }
 
-bool OutputFile::Pack(std::uint32_t firstRow, std::uint32_t rows, const unsigned char* samples,
-                      PackedTiles& packed, Status& status) const {
-    return !tiles || tiles->Pack(rows, samples, packed) ||
-           Fail(status, HostStatus::OutputNotWritten,
-                "rows %u to %u of the output '%s' cannot be compressed; does memory run out?", firstRow,
-                firstRow + rows, folder.GetPlace().c_str());
+OutputWindow OutputFile::MakeWindow(std::uint32_t mostRows) const {
+    return {rules, tiles ? tiles->GetLayout() : OutputLayout(), sampleBytes * 8, columns, mostRows};
 }
 
-bool OutputFile::WritePixels(std::uint32_t firstRow, std::uint32_t rows, unsigned char* samples,
-                             PackedTiles& packed) {
-    if (tiles) return tiles->Write(firstRow, rows, samples, packed);
+bool OutputFile::FailAt(const OutputWindow& window, const std::string& what, Status& status) const {
+    return Fail(status, HostStatus::OutputNotWritten, "rows %u to %u of the output '%s' cannot be %s",
+                window.GetFirstRow(), window.GetFirstRow() + window.GetRows(), folder.GetPlace().c_str(),
+                what.c_str());
+}
+
+bool OutputFile::Pack(OutputWindow& window, Status& status) const {
+    return !tiles || tiles->Pack(window.GetRows(), window.GetSamples(), window.GetPacked()) ||
+           FailAt(window, "compressed; does memory run out?", status);
+}
+
+bool OutputFile::WritePixels(OutputWindow& window) {
+    unsigned char* samples = window.GetSamples();
+    if (tiles) return tiles->Write(window.GetFirstRow(), window.GetRows(), samples, window.GetPacked());
     const auto bands = static_cast<int>(rules.GetFileBands());
+    const auto firstRow = static_cast<int>(window.GetFirstRow()), rows = static_cast<int>(window.GetRows());
+    const auto across = static_cast<int>(columns);
     const GSpacing pixelBytes = GSpacing{bands} * sampleBytes;
-    return dataset->RasterIO(GF_Write, 0, static_cast<int>(firstRow), static_cast<int>(columns),
-                             static_cast<int>(rows), samples, static_cast<int>(columns),
-                             static_cast<int>(rows), sampleBytes == 1 ? GDT_Byte : GDT_UInt16, bands, nullptr,
-                             pixelBytes, pixelBytes * columns, sampleBytes, nullptr) == CE_None;
+    return dataset->RasterIO(GF_Write, 0, firstRow, across, rows, samples, across, rows,
+                             sampleBytes == 1 ? GDT_Byte : GDT_UInt16, bands, nullptr, pixelBytes,
+                             pixelBytes * columns, sampleBytes, nullptr) == CE_None;
 }
 
-bool OutputFile::Write(std::uint32_t firstRow, std::uint32_t rows, unsigned char* samples,
-                       PackedTiles& packed, const unsigned char* valid, Status& status) {
-    mask.AddRows(valid, rows);
+bool OutputFile::Write(OutputWindow& window, const unsigned char* valid, Status& status) {
+    mask.AddRows(valid, window.GetRows());
     const GdalErrors errors;
-    if (WritePixels(firstRow, rows, samples, packed) && !errors.HasFailed()) return true;
-    return Fail(status, HostStatus::OutputNotWritten,
-                "rows %u to %u of the output '%s' cannot be written; is the disk full?%s", firstRow,
-                firstRow + rows, folder.GetPlace().c_str(), errors.Reason().c_str());
+    if (WritePixels(window) && !errors.HasFailed()) return true;
+    return FailAt(window, "written; is the disk full?" + errors.Reason(), status);
 }
 
 bool OutputFile::CloseAll() {

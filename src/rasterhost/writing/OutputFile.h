@@ -36,19 +36,17 @@ public:
     [[nodiscard]] const std::string& GetWarning() const { return warning; }
     /// Rows of one block of the file.
     [[nodiscard]] std::uint32_t GetBlockRows() const { return blockRows; }
-    /// How Write wants the pixels.
-    [[nodiscard]] OutputLayout GetLayout() const { return tiles ? tiles->GetLayout() : OutputLayout(); }
+    /// A window of up to so many rows, laid out as Write wants it.
+    [[nodiscard]] OutputWindow MakeWindow(std::uint32_t mostRows) const;
     /// True when Finish has to copy the whole image.
     [[nodiscard]] bool IsCopied() const { return format != writtenFormat; }
 
-    /// Compresses whole rows, interleaved by pixel, in the layout of GetLayout(), where that can be done
-    /// before they are written. Any number of threads at a time.
-    [[nodiscard]] bool Pack(std::uint32_t firstRow, std::uint32_t rows, const unsigned char* samples,
-                            PackedTiles& packed, Status& status) const;
-    /// Writes the next whole rows, `packed` being what Pack made of them, and which of their pixels have
-    /// data: a byte each, or null when all have.
-    [[nodiscard]] bool Write(std::uint32_t firstRow, std::uint32_t rows, unsigned char* samples,
-                             PackedTiles& packed, const unsigned char* valid, Status& status);
+    /// Compresses a window whose rows are all there, where that can be done before they are written. Any
+    /// number of threads at a time.
+    [[nodiscard]] bool Pack(OutputWindow& window, Status& status) const;
+    /// Writes the next window, which was packed, and which of its pixels have data: a byte each, or null when
+    /// all have.
+    [[nodiscard]] bool Write(OutputWindow& window, const unsigned char* valid, Status& status);
     /// Among the pixels written so far.
     [[nodiscard]] std::uint64_t GetPixelsWithoutData() const { return mask.GetPixelsWithoutData(); }
     /// Adds the mask, copies if need be, and gives the file its name. `progress` gets the fraction done of
@@ -58,7 +56,8 @@ public:
 private:
     OutputFile(const SharpenRequest& request, const Scene& scene, const OutputRules& outputRules,
                WorkFolder& workFolder);
-    bool WritePixels(std::uint32_t firstRow, std::uint32_t rows, unsigned char* samples, PackedTiles& packed);
+    bool WritePixels(OutputWindow& window);
+    bool FailAt(const OutputWindow& window, const std::string& what, Status& status) const;
     bool CloseAll();
     bool AddMask(Status& status);
     bool Copy(const std::function<bool(double)>& progress, Status& status);

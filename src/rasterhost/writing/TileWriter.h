@@ -1,6 +1,6 @@
 #pragma once
 
-#include "rasterhost/writing/OutputRow.h"
+#include "rasterhost/writing/OutputWindow.h"
 #include "rasterhost/writing/TileEncoder.h"
 
 #include <oneapi/tbb/enumerable_thread_specific.h>
@@ -14,9 +14,6 @@ class CPLStringList;
 struct tiff;
 
 namespace rasterhost {
-
-/// The compressed tiles of a window, along rows of tiles. Empty where a file holds its tiles as they are.
-using PackedTiles = std::vector<std::vector<unsigned char>>;
 
 /// Writes the pixels of a GeoTIFF that GDAL has made and closed, tile by tile, where bands are interleaved by
 /// pixel and nothing is lost. GDAL takes such tiles apart by band and puts them together again, which costs

@@ -1,0 +1,51 @@
+#include "rasterhost/writing/OutputWindow.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace rasterhost {
+
+OutputWindow::OutputWindow(const OutputRules& outputRules, const OutputLayout& outputLayout,
+                           std::uint32_t bits, std::uint32_t fileColumns, std::uint32_t mostRows)
+    : rules(outputRules), layout(outputLayout), columns(fileColumns), sampleBytes(bits / 8),
+      pixelBytes(rules.GetFileBands() * sampleBytes) {
+    const std::size_t tileRows = layout.tileColumns == 0 ? 0 : (mostRows - 1) / layout.tileRows + 1;
+    samples.resize(layout.tileColumns == 0 ? pixelBytes * columns * mostRows
+                                           : TilesAcross() * tileRows * TileBytes());
+}
+
+void OutputWindow::Start(std::uint32_t firstFileRow, std::uint32_t rowCount) {
+    firstRow = firstFileRow;
+    rows = rowCount;
+    added = 0;
+    tally.assign(rules.bands, {0, 0});
+    if (layout.tileColumns == 0 || rows % layout.tileRows == 0) return;
+    // The rows below the image in its last tiles, where another window may have left its own.
+    const std::size_t used = rows % layout.tileRows * TileRowBytes();
+    unsigned char* tile = samples.data() + rows / layout.tileRows * TilesAcross() * TileBytes();
+    for (std::size_t i = 0; i < TilesAcross(); ++i, tile += TileBytes())
+        std::memset(tile + used, 0, TileBytes() - used);
+}
+
+void OutputWindow::AddRow(const unsigned char* fused, const unsigned char* valid) {
+    const std::size_t number = added++;
+    if (layout.tileColumns == 0)
+        return MakePixels(fused, valid, columns, samples.data() + number * columns * pixelBytes);
+    unsigned char* out = samples.data() + number / layout.tileRows * TilesAcross() * TileBytes() +
+                         number % layout.tileRows * TileRowBytes();
+    for (std::size_t column = 0; column < columns; column += layout.tileColumns, out += TileBytes())
+        MakePixels(fused ? fused + column * rules.bands * sampleBytes : nullptr,
+                   valid ? valid + column : nullptr,
+                   std::min<std::size_t>(layout.tileColumns, columns - column), out);
+}
+
+void OutputWindow::MakePixels(const unsigned char* fused, const unsigned char* valid, std::size_t count,
+                              unsigned char* out) {
+    if (sampleBytes == 1)
+        MakeOutputRow(fused, valid, count, rules, out, tally);
+    else
+        MakeOutputRow(reinterpret_cast<const unsigned short*>(fused), valid, count, rules,
+                      reinterpret_cast<unsigned short*>(out), tally);
+}
+
+} // namespace rasterhost

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "rasterhost/writing/OutputRow.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace rasterhost {
+
+/// The compressed tiles of a window, along rows of tiles. Empty where a file holds its tiles as they are.
+using PackedTiles = std::vector<std::vector<unsigned char>>;
+
+/// The pixels of a window of full rows as the file takes them: fused rows, added one after another, become
+/// rows of the file in its layout.
+class OutputWindow {
+public:
+    /// For windows of up to so many rows; samples have 8 or 16 bits.
+    OutputWindow(const OutputRules& outputRules, const OutputLayout& outputLayout, std::uint32_t bits,
+                 std::uint32_t fileColumns, std::uint32_t mostRows);
+
+    /// Begins a window of so many rows of the file.
+    void Start(std::uint32_t firstFileRow, std::uint32_t rowCount);
+    /// Makes the next row of a fused one, and counts its limits. `fused` is null where no pixel has data;
+    /// `valid` as MakeOutputRow has it.
+    void AddRow(const unsigned char* fused, const unsigned char* valid);
+
+    [[nodiscard]] std::uint32_t GetFirstRow() const { return firstRow; }
+    [[nodiscard]] std::uint32_t GetRows() const { return rows; }
+    /// Rows of the file, interleaved by pixel and packed, in the layout asked for.
+    [[nodiscard]] unsigned char* GetSamples() { return samples.data(); }
+    /// What a file that is compressed as it is written makes of them.
+    [[nodiscard]] PackedTiles& GetPacked() { return packed; }
+    [[nodiscard]] const LimitTally& GetTally() const { return tally; }
+
+private:
+    [[nodiscard]] std::size_t TilesAcross() const { return (columns - 1) / layout.tileColumns + 1; }
+    [[nodiscard]] std::size_t TileRowBytes() const { return layout.tileColumns * pixelBytes; }
+    [[nodiscard]] std::size_t TileBytes() const { return layout.tileRows * TileRowBytes(); }
+    void MakePixels(const unsigned char* fused, const unsigned char* valid, std::size_t count,
+                    unsigned char* out);
+
+    const OutputRules rules;
+    const OutputLayout layout;
+    const std::uint32_t columns;
+    const std::size_t sampleBytes;
+    const std::size_t pixelBytes; ///< of the file
+    std::uint32_t firstRow = 0;
+    std::uint32_t rows = 0;
+    std::uint32_t added = 0; ///< of the rows
+    std::vector<unsigned char> samples;
+    PackedTiles packed;
+    LimitTally tally;
+};
+
+} // namespace rasterhost
