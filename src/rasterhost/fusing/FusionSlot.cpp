@@ -1,7 +1,5 @@
 #include "rasterhost/fusing/FusionSlot.h"
 
-#include "hostkit/AxisPlacement.h"
-
 #include <algorithm>
 #include <cstring>
 
@@ -17,7 +15,8 @@ FusionSources SourcesOf(const Scene& scene) {
 FusionSlot::FusionSlot(FusionSources fusionSources, const hostkit::PluginLibrary& plugin,
                        const ProcessSettings& settings, Status& creation)
     : from(std::move(fusionSources)), pan(*from.pan),
-      worker(plugin, settings.properties, from.pan->GetInfo(), pan, creation), lowPass(settings.lowPass) {
+      worker(plugin, settings.properties, from.pan->GetInfo(), pan, creation) {
+    if (settings.lowPass) lowPass.emplace(settings.lowPass, from.pan->GetInfo(), from.resampling);
     for (const PlacedSource& source : from.beneath)
         sources.push_back(std::make_unique<Source>(source));
 }
@@ -48,36 +47,12 @@ bool ReadRect(const hostkit::ImageSource& image, hostkit::SourceRaster& raster, 
 
 } // namespace
 
-/// Pan in the window, and around it as far as its low-pass reaches.
-bool FusionSlot::ReadPan(Status& status) {
-    if (!lowPass) return ReadRect(*from.pan, pan, window, status);
-    lowPassRect =
-        hostkit::AxisPlacement(from.pan->GetInfo(), lowPass->GetInfo()).FindSource(window, from.resampling);
-    const PixelRect needed = lowPass->PanRect(lowPassRect);
-    const PixelRect all{std::min(window.col0, needed.col0), std::min(window.row0, needed.row0),
-                        std::max(window.col1, needed.col1), std::max(window.row1, needed.row1)};
-    return ReadRect(*from.pan, pan, all, status);
-}
-
-/// Makes the low-pass of what was read and puts it into the workspace.
-void FusionSlot::OfferLowPass() {
-    const auto& info = lowPass->GetInfo();
-    const std::size_t pixels = std::size_t{lowPassRect.GetColumns()} * lowPassRect.GetRows();
-    lowPassSamples.resize(std::max(lowPassSamples.size(), pixels));
-    lowPassValid.resize(std::max(lowPassValid.size(), pixels));
-    auto* samples = reinterpret_cast<unsigned char*>(lowPassSamples.data());
-    const bool lacks = lowPass->Compute(pan.GetBlock(), lowPassRect, samples, lowPassValid.data());
-    const hostkit::SampleBlock block{samples, lowPassRect.GetColumns() * hostkit::PixelBytes(info),
-                                     lowPassRect, lacks ? lowPassValid.data() : nullptr};
-    worker.GetWorkspace().SetImage(hostkit::lowPassId, {info, block, from.resampling});
-}
-
 bool FusionSlot::Read(const PixelRect& rect, Status& status) {
     window = rect;
     inside = {std::max(rect.col0, from.covered.col0), std::max(rect.row0, from.covered.row0),
               std::min(rect.col1, from.covered.col1), std::min(rect.row1, from.covered.row1)};
     if (inside.IsEmpty()) return true;
-    if (!ReadPan(status)) return false;
+    if (!ReadRect(*from.pan, pan, lowPass ? lowPass->SetWindow(window) : window, status)) return false;
     for (const auto& source : sources) {
         const PixelRect needed = source->placed.placement->FindSource(window, from.resampling);
         if (!ReadRect(*source->placed.image, source->raster, needed, status)) return false;
@@ -124,7 +99,7 @@ bool FusionSlot::Fuse(const RowSink& sink, Status& status) {
         valid.resize(std::max(valid.size(), columns * window.GetRows()));
     }
     if (!inside.IsEmpty()) {
-        if (lowPass) OfferLowPass();
+        if (lowPass) lowPass->Offer(pan.GetBlock(), worker.GetWorkspace());
         if (!OpenSources(status) || !worker.OpenWindow(window, status)) return false;
     }
     for (FusedRow row{window.row0}; row.number < window.row1; ++row.number) {

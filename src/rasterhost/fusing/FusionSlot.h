@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hostkit/LowPassFeed.h"
 #include "hostkit/Placement.h"
 #include "hostkit/SourceRaster.h"
 #include "hostkit/WindowWorker.h"
@@ -8,6 +9,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -71,10 +73,8 @@ private:
     };
 
     [[nodiscard]] bool MayLackData() const;
-    bool ReadPan(Status& status);
     bool OpenSources(Status& status);
     void OfferImage(const char* id, Role role);
-    void OfferLowPass();
     [[nodiscard]] bool HoldsRow(std::uint32_t row) const;
     bool FindValid(std::uint32_t row, unsigned char* rowValid);
 
@@ -83,11 +83,8 @@ private:
     std::vector<std::unique_ptr<Source>> sources;
     hostkit::WindowWorker worker; ///< made after pan, so destroyed before it
     hostkit::PixelRect window;
-    hostkit::PixelRect inside;                          ///< what of it is covered; empty for nothing
-    std::shared_ptr<const hostkit::PanLowPass> lowPass; ///< null for a method that wants none
-    hostkit::PixelRect lowPassRect;                     ///< that the window needs
-    std::vector<unsigned short> lowPassSamples;         ///< read as bytes when the depth is 8 bits
-    std::vector<unsigned char> lowPassValid;
+    hostkit::PixelRect inside;                   ///< what of it is covered; empty for nothing
+    std::optional<hostkit::LowPassFeed> lowPass; ///< for a method that wants pan's low-pass
     bool mayLackData = true;
     std::vector<hostkit::Reach> reach; ///< of one row
     std::vector<unsigned char> valid;  ///< of all rows; unused where no pixel lacks data
