@@ -85,7 +85,7 @@ rasterhost::SharpenRequest MakeRequest(unsigned how, unsigned which, const std::
     request.sameCorner = (which & 16u) != 0;
     request.measureShift = (which & 32u) != 0;
     request.onlyIntersection = (which & 64u) != 0;
-    request.resampling = (how & 4u) != 0 ? "cubic" : "bilinear";
+    request.resampling = (how & 4u) != 0 ? hostkit::Resampling::Cubic : hostkit::Resampling::Bilinear;
     if ((how & 8u) != 0) request.scale = std::array{-3.0, 500.0};
     request.alpha = (how & 16u) != 0;
     request.ignoreNoData = (how & 32u) != 0;

@@ -12,7 +12,7 @@ namespace cli {
 
 ExitCode RunCompare(const CommandLine& line) {
     rasterhost::CompareRequest request = MakeCompareRequest(line);
-    request.inputs.progress = [](double) { return !platform::WasInterrupted(); };
+    request.progress = [](double) { return !platform::WasInterrupted(); };
     platform::CatchInterrupts();
     rasterhost::CompareReport report;
     KOVA::Tessara::Fundament::Status status;

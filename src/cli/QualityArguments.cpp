@@ -52,10 +52,11 @@ AssessRequest MakeAssessRequest(const CommandLine& line) {
             "no image is named; give the fused raster, as in pansharp assess sharp.tif --pan pan.tif "
             "--ms ms.tif");
     request.reference = ParseInputs(line.GetAll("--reference"));
-    if (line.Has("--pan")) request.pan = ParseInputBand(line.Get("--pan"));
+    const bool hasPan = line.Has("--pan");
+    if (hasPan) request.pan = ParseInputBand(line.Get("--pan"));
     request.multispectral = ParseInputs(line.GetAll("--ms"));
-    const bool hasPair = request.pan && !request.multispectral.empty();
-    if (request.pan.has_value() == request.multispectral.empty())
+    const bool hasPair = hasPan && !request.multispectral.empty();
+    if (hasPan == request.multispectral.empty())
         throw UsageError("--pan and --ms go together: the pair that the image was made of; give both");
     if (hasPair == !request.reference.empty())
         throw UsageError(
@@ -87,8 +88,10 @@ std::string HintAtFiles(const CommandLine& line) {
 }
 
 CompareRequest MakeCompareRequest(const CommandLine& line) {
-    CompareRequest request{MakePairRequest(line), ReadBlur(line), line.Get("--keep")};
-    request.inputs.overwrite = line.Has("--overwrite");
+    CompareRequest request = MakePairRequest(line);
+    request.blur = ReadBlur(line);
+    request.keep = line.Get("--keep");
+    request.replaceKept = line.Has("--overwrite");
     if (!request.keep.empty() && !std::filesystem::is_directory(request.keep))
         throw UsageError("--keep: there is no folder '" + request.keep + "'; make it first");
     return request;

@@ -1,6 +1,7 @@
 #include "cli/QualityJson.h"
 
 #include "cli/JsonParts.h"
+#include "cli/QualityText.h"
 
 namespace cli {
 
@@ -52,8 +53,8 @@ std::string AssessJson(const AssessRequest& request, const AssessReport& report,
     Json object = JsonHead("assess", code);
     object["fused"] = JsonInputs(request.fused);
     if (!request.reference.empty()) object["reference"] = JsonInputs(request.reference);
-    if (request.pan) {
-        object["pan"] = JsonInput(*request.pan);
+    if (request.reference.empty()) {
+        object["pan"] = JsonInput(request.pan);
         object["multispectral"] = JsonInputs(request.multispectral);
         object["requested_bands"] = request.bands;
         object["modulation_transfer"] = Blur(request.blur);
@@ -74,10 +75,10 @@ std::string AssessJson(const AssessRequest& request, const AssessReport& report,
 std::string CompareJson(const CompareRequest& request, const CompareReport& report, ExitCode code,
                         const Status& status) {
     Json object = JsonHead("compare", code);
-    object["inputs"] = {{"pan", JsonInput(request.inputs.pan)},
-                        {"multispectral", JsonInputs(request.inputs.multispectral)}};
-    if (request.inputs.infrared) object["inputs"]["infrared"] = JsonInput(*request.inputs.infrared);
-    object["requested_bands"] = request.inputs.bands;
+    object["inputs"] = {{"pan", JsonInput(request.pan)},
+                        {"multispectral", JsonInputs(request.multispectral)}};
+    if (request.infrared) object["inputs"]["infrared"] = JsonInput(*request.infrared);
+    object["requested_bands"] = request.bands;
     object["modulation_transfer"] = Blur(request.blur);
     if (code == Done) {
         object["ratio"] = {report.ratioX, report.ratioY};
@@ -86,9 +87,10 @@ std::string CompareJson(const CompareRequest& request, const CompareReport& repo
         object["windows"] = report.windows;
         Json entries = Json::array();
         for (const CompareEntry& entry : report.entries) {
-            Json row = {{"method", entry.method}, {"plain", entry.IsPlain()}};
-            row["weights"] = entry.weights.empty() ? Json() : Json(entry.weights);
-            row["resampling"] = entry.resampling;
+            const char* resampling = hostkit::NameOf(entry.resampling);
+            Json row = {{"method", entry.IsPlain() ? resampling : entry.method}, {"plain", entry.IsPlain()}};
+            row["weights"] = entry.weights ? Json(NameOf(*entry.weights)) : Json();
+            row["resampling"] = resampling;
             row["effective_weights"] = entry.effectiveWeights;
             if (entry.infraredWeight) row["infrared_weight"] = *entry.infraredWeight;
             row.update(Indices(entry.indices));

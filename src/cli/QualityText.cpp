@@ -59,10 +59,15 @@ std::string Verdict(const CompareReport& report) {
 
 } // namespace
 
+const char* NameOf(rasterhost::WeightSource weights) {
+    return weights == rasterhost::WeightSource::Fit ? "fitted" : "equal";
+}
+
 std::string NameOf(const CompareEntry& entry) {
-    if (entry.IsPlain()) return "plain " + entry.method + " upsampling";
-    return entry.method + (entry.weights.empty() ? "" : ", " + entry.weights + " weights") + ", " +
-           entry.resampling;
+    const std::string resampling = hostkit::NameOf(entry.resampling);
+    if (entry.IsPlain()) return "plain " + resampling + " upsampling";
+    const std::string weights = entry.weights ? std::string(", ") + NameOf(*entry.weights) + " weights" : "";
+    return entry.method + weights + ", " + resampling;
 }
 
 std::string FormatAssessment(const AssessReport& report) {

@@ -10,6 +10,8 @@ namespace cli {
 [[nodiscard]] std::string FormatAssessment(const rasterhost::AssessReport& report);
 [[nodiscard]] std::string FormatComparison(const rasterhost::CompareReport& report);
 
+/// "fitted" or "equal".
+[[nodiscard]] const char* NameOf(rasterhost::WeightSource weights);
 /// What made an entry: "METHOD, fitted weights, cubic" and the like.
 [[nodiscard]] std::string NameOf(const rasterhost::CompareEntry& entry);
 

@@ -90,8 +90,8 @@ std::string FormatReport(const SharpenReport& report, std::uint64_t peakMemory) 
         text += FormatString("  %s pixels without data, told by %s\n",
                              FormatCount(report.pixelsWithoutData, Pixels(report)).c_str(),
                              report.noDataValue ? FormatString("the value %u", *report.noDataValue).c_str()
-                             : report.noDataBy == "alpha" ? "the last band"
-                                                          : "a mask");
+                             : report.noDataBy == rasterhost::NoDataBy::Alpha ? "the last band"
+                                                                              : "a mask");
     const unsigned largest = (1u << report.bitDepth) - 1;
     for (std::size_t band = 0; band < report.samplesAtLimits.size(); ++band) {
         const auto& [lowest, highest] = report.samplesAtLimits[band];
@@ -110,7 +110,7 @@ std::string FormatDetails(const SharpenRequest& request, const SharpenReport& re
         "  plug-in %s; vector instructions %s\n  sampled %s, fused %u rows at a time, written "
         "as %s%s\n",
         report.plugin.c_str(), kernels::SimdTargetName(kernels::ChosenSimdTarget()).c_str(),
-        report.resampling.c_str(), report.windowRows, request.format.c_str(), options.c_str());
+        hostkit::NameOf(report.resampling), report.windowRows, request.format.c_str(), options.c_str());
 }
 
 std::string FormatPreview(const std::string& file, const SharpenRequest& request,

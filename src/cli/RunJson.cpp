@@ -44,6 +44,11 @@ void AddDetail(Json& object, const rasterhost::DetailFit& detail) {
     object["detail_fit"] = fit;
 }
 
+const char* NameOf(rasterhost::NoDataBy means) {
+    constexpr const char* names[] = {"none", "value", "mask", "alpha"};
+    return names[static_cast<std::size_t>(means)];
+}
+
 void AddReport(Json& object, const SharpenReport& report) {
     object["columns"] = report.columns;
     object["rows"] = report.rows;
@@ -59,7 +64,7 @@ void AddReport(Json& object, const SharpenReport& report) {
     object["window_rows"] = report.windowRows;
     object["seconds"] = report.seconds;
     object["megapixels_per_second"] = MegapixelsPerSecond(report);
-    object["no_data"] = {{"by", report.noDataBy}, {"pixels", report.pixelsWithoutData}};
+    object["no_data"] = {{"by", NameOf(report.noDataBy)}, {"pixels", report.pixelsWithoutData}};
     if (report.noDataValue) object["no_data"]["value"] = *report.noDataValue;
     Json limits = Json::array();
     for (const auto& [lowest, highest] : report.samplesAtLimits)
@@ -141,7 +146,7 @@ std::string SharpenJson(const SharpenRequest& request, const SharpenReport& repo
     object["creation_options"] = request.creationOptions;
     object["requested_bands"] = request.bands;
     object["method"] = request.method;
-    object["resampling"] = request.resampling;
+    object["resampling"] = hostkit::NameOf(request.resampling);
     if (request.part) object["part"] = *request.part;
     object["vector_instructions"] = kernels::SimdTargetName(kernels::ChosenSimdTarget());
     if (!report.plugin.empty()) object["plugin"] = report.plugin;

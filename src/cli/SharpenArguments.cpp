@@ -28,7 +28,7 @@ constexpr std::uint32_t mostRows = 0x7FFFFFFFu;
 constexpr std::uint32_t fewestBits = 9;
 constexpr std::uint32_t mostBits = 16;
 
-void ReadInputs(const CommandLine& line, SharpenRequest& request) {
+void ReadInputs(const CommandLine& line, rasterhost::PairRequest& request) {
     const std::vector<std::string>& files = line.GetPositionals();
     if (files.empty())
         throw UsageError(
@@ -137,12 +137,17 @@ int ReadBitDepth(const CommandLine& line) {
     return static_cast<int>(ParseWhole("--bit-depth", line.Get("--bit-depth"), fewestBits, mostBits));
 }
 
-void ReadSampling(const CommandLine& line, SharpenRequest& request) {
+hostkit::Resampling ReadResampling(const CommandLine& line) {
     const std::vector<std::string> known = {"bilinear", "cubic"};
-    request.resampling = KOVA::Tessara::Fundament::ToLower(line.Get("--resampling"));
-    if (std::find(known.begin(), known.end(), request.resampling) == known.end())
+    const std::string resampling = KOVA::Tessara::Fundament::ToLower(line.Get("--resampling"));
+    if (std::find(known.begin(), known.end(), resampling) == known.end())
         throw UsageError("--resampling: there is no '" + line.Get("--resampling") + "'" +
-                         Suggestion(request.resampling, known) + "; give bilinear or cubic");
+                         Suggestion(resampling, known) + "; give bilinear or cubic");
+    return resampling == "cubic" ? hostkit::Resampling::Cubic : hostkit::Resampling::Bilinear;
+}
+
+void ReadSampling(const CommandLine& line, SharpenRequest& request) {
+    request.resampling = ReadResampling(line);
     if (line.Has("--bit-depth")) request.bitDepth = ReadBitDepth(line);
     if (line.Has("--projwin") && line.Has("--bbox"))
         throw UsageError("--projwin and --bbox both say which part to fuse; give one of them");
@@ -158,7 +163,7 @@ std::array<double, 2> ParsePair(const std::string& option, const std::string& te
     return {ParseNumber(option, text.substr(0, comma)), ParseNumber(option, text.substr(comma + 1))};
 }
 
-void ReadShift(const CommandLine& line, SharpenRequest& request) {
+void ReadShift(const CommandLine& line, rasterhost::PairRequest& request) {
     const std::string shift = KOVA::Tessara::Fundament::ToLower(line.Get("--shift"));
     request.measureShift = shift == "auto";
     if (request.measureShift) return;
@@ -176,7 +181,7 @@ void ReadGrids(const CommandLine& line, SharpenRequest& request) {
     ReadShift(line, request);
 }
 
-void ReadScale(const CommandLine& line, SharpenRequest& request) {
+void ReadScale(const CommandLine& line, rasterhost::PairRequest& request) {
     if (!line.Has("--scale")) return;
     request.findScale = StringsEqual(line.Get("--scale"), "auto", true);
     if (request.findScale) return;
@@ -186,10 +191,9 @@ void ReadScale(const CommandLine& line, SharpenRequest& request) {
                          "' leaves nothing between them");
 }
 
-void ReadNoData(const CommandLine& line, SharpenRequest& request) {
+void ReadNoData(const CommandLine& line, rasterhost::PairRequest& request) {
     if (line.Has("--nodata")) request.noData = ParseNumber("--nodata", line.Get("--nodata"));
     request.ignoreNoData = line.Has("--no-nodata");
-    request.alpha = line.Has("--alpha");
     if (request.noData && request.ignoreNoData)
         throw UsageError(
             "--nodata names a value that means no data and --no-nodata says that none does; give "
@@ -256,6 +260,7 @@ SharpenRequest MakeSharpenRequest(const CommandLine& line) {
     ReadGrids(line, request);
     ReadScale(line, request);
     ReadNoData(line, request);
+    request.alpha = line.Has("--alpha");
     if (line.Has("--plugin")) request.plugin = line.Get("--plugin");
     for (const char* option : {"--settings", "--weights-from"})
         if (line.Has(option))
@@ -298,13 +303,10 @@ SharpenRequest MakeInfoRequest(const CommandLine& line) {
     return request;
 }
 
-SharpenRequest MakePairRequest(const CommandLine& line) {
-    SharpenRequest request;
+rasterhost::CompareRequest MakePairRequest(const CommandLine& line) {
+    rasterhost::CompareRequest request;
     ReadInputs(line, request);
-    if (line.Has("--resampling"))
-        ReadSampling(line, request);
-    else
-        request.resampling.clear();
+    if (line.Has("--resampling")) request.onlyResampling = ReadResampling(line);
     request.bands = ParseBandList("--bands", line.Get("--bands"));
     if (line.Has("--bit-depth")) request.bitDepth = ReadBitDepth(line);
     request.sameCorner = line.Has("--same-corner");

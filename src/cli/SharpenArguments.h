@@ -2,6 +2,7 @@
 
 #include "cli/CommandLine.h"
 #include "host/Describe.h"
+#include "rasterhost/assessing/Compare.h"
 #include "rasterhost/assessing/Preview.h"
 #include "rasterhost/fusing/Sharpen.h"
 
@@ -23,10 +24,8 @@ MakePreviewRequest(const CommandLine& line, rasterhost::SharpenRequest& request)
 /// What "pansharp info" was asked: what it has in common with "sharpen", no output. Throws UsageError.
 [[nodiscard]] rasterhost::SharpenRequest MakeInfoRequest(const CommandLine& line);
 
-/// The pair that "pansharp compare" is to look at, and what else it has in common with "sharpen"; the
-/// resampling is empty for both. Throws
-/// UsageError.
-[[nodiscard]] rasterhost::SharpenRequest MakePairRequest(const CommandLine& line);
+/// Of what "pansharp compare" was asked what it has in common with "sharpen". Throws UsageError.
+[[nodiscard]] rasterhost::CompareRequest MakePairRequest(const CommandLine& line);
 
 /// Checks what depends on the plug-in: puts the keyword as the plug-in writes it in the place of the method,
 /// refuses weights for a method without any, and returns a warning for weights of another method's run and

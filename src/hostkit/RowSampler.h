@@ -1,5 +1,6 @@
 #pragma once
 
+#include "hostkit/Resampling.h"
 #include "hostkit/SampleBlock.h"
 #include "kernels/GridAxis.h"
 
@@ -8,12 +9,6 @@
 #include <span>
 
 namespace hostkit {
-
-/// How source samples are brought to the pixels of pan.
-enum class Resampling {
-    Bilinear, ///< kernels/BilinearRow.h
-    Cubic     ///< kernels/CubicRow.h
-};
 
 /// Interpolates rows of a window from a source. In ascending order every source row is interpolated across
 /// once.

@@ -28,7 +28,7 @@ inline std::span<const PansharpMethod> Methods() {
 inline rasterhost::SharpenRequest MakeRequest() {
     rasterhost::SharpenRequest request;
     request.method = "kova";
-    request.resampling = "bilinear";
+    request.resampling = hostkit::Resampling::Bilinear;
     return request;
 }
 

@@ -173,14 +173,8 @@ private:
     }
 
     bool OpenPair() {
-        PairRequest inputs;
-        inputs.pan = *request.pan;
-        inputs.multispectral = request.multispectral;
-        inputs.bands = request.bands;
-        inputs.noData = request.noData;
-        inputs.ignoreNoData = request.ignoreNoData;
         const Warn warn = [this](const std::string& text) { report.warnings.push_back(text); };
-        if (PrepareScene(inputs, warn, {}, scene, status) != Preparation::Done ||
+        if (PrepareScene(request, warn, {}, scene, status) != Preparation::Done ||
             !CheckGrids(*scene, status) || !CheckBlur(request.blur, scene->bandOrder.size(), status))
             return false;
         if (blur.multispectral.size() > 1)

@@ -1,7 +1,8 @@
 #pragma once
 
 #include "quality/Comparison.h"
-#include "rasterhost/fusing/Sharpen.h"
+#include "rasterhost/requests/HostStatus.h"
+#include "rasterhost/requests/Requests.h"
 
 /// How good a fused image is: against the truth, or against the pair that it was made of.
 namespace rasterhost {
@@ -13,17 +14,21 @@ struct SensorBlur {
     double pan = 0.15;
 };
 
-struct AssessRequest {
-    std::vector<InputBand> fused;
-    std::vector<InputBand> reference;     ///< of the same bands and pixels; either this or the pair
-    std::optional<double> ratio;          ///< coarse pixel's width over the fine one's, for ERGAS
-    std::optional<InputBand> pan;         ///< of the same pixels as the fused image
-    std::vector<InputBand> multispectral; ///< of the same bands, or of more
-    std::vector<int> bands;       ///< which of these the fused image has, in its order, from 1; empty for all
-    SensorBlur blur;              ///< of all multispectral bands, in their order
-    std::optional<double> noData; ///< the value that means no data in all images, whatever they declare
-    bool ignoreNoData = false;    ///< all samples are data
+/// What the images of a pair are degraded with.
+struct BlurOptions {
+    SensorBlur blur; ///< of all multispectral bands, in their order, that of an infrared band last
 };
+
+/// An image, and what it is to be assessed by where that is no pair.
+struct AssessOptions {
+    std::vector<InputBand> fused;
+    std::vector<InputBand> reference; ///< of the same bands and pixels; either this or the pair
+    std::optional<double> ratio;      ///< coarse pixel's width over the fine one's, for ERGAS
+};
+
+/// The pair, where one is named, is that which the image was made of: pan has the pixels of the image, the
+/// multispectral image has its bands, or those and more: `bands` are then those of the image, in its order.
+struct AssessRequest : PairRequest, BlurOptions, AssessOptions {};
 
 /// An image beside the pair that it was made of.
 struct PairIndices {

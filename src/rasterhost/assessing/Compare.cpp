@@ -9,6 +9,7 @@
 #include "rasterhost/assessing/ReducedScene.h"
 #include "rasterhost/fusing/PreparedPair.h"
 #include "rasterhost/fusing/ProcessSettings.h"
+#include "rasterhost/fusing/Sharpen.h"
 #include "rasterhost/requests/CacheLimit.h"
 #include "rasterhost/requests/Operation.h"
 #include "rasterhost/scene/BandGrids.h"
@@ -22,6 +23,7 @@
 
 namespace rasterhost {
 
+using hostkit::Resampling;
 using KOVA::Tessara::Fundament::FormatString;
 
 namespace {
@@ -32,24 +34,23 @@ public:
         : request(compareRequest), report(compareReport), status(compareStatus) {}
 
     bool Run() {
-        const auto plugin = hostkit::PluginLibrary::FindAndLoad(request.inputs.plugin, status);
-        return plugin && PrepareToKeep() && Reduce() && OpenReduced() &&
-               AddPlain("bilinear", hostkit::Resampling::Bilinear) &&
-               AddPlain("cubic", hostkit::Resampling::Cubic) && AddMethods(plugin->GetDescription()) &&
-               FindBest() && (!kept || reduced->Keep(*kept, request.inputs.overwrite, status));
+        const auto plugin = hostkit::PluginLibrary::FindAndLoad(request.plugin, status);
+        return plugin && PrepareToKeep() && Reduce() && OpenReduced() && AddPlain(Resampling::Bilinear) &&
+               AddPlain(Resampling::Cubic) && AddMethods(plugin->GetDescription()) && FindBest() &&
+               (!kept || reduced->Keep(*kept, request.replaceKept, status));
     }
 
 private:
     /// Looks before the work whether its files can be kept.
     bool PrepareToKeep() {
         if (request.keep.empty()) return true;
-        RunFiles files = FilesOf(request.inputs);
-        const auto names = ReducedScene::GetNames(request.inputs.infrared.has_value());
+        RunFiles files = FilesOf(request, request);
+        const auto names = ReducedScene::GetNames(request.infrared.has_value());
         for (const std::string name : names) {
             std::vector<std::string> all = NamesOfDescriptions(request.keep + "/" + name);
             all.push_back(request.keep + "/" + name);
             for (const std::string& file : all)
-                if (!CheckNewFile(file, "the file to keep '" + file + "'", request.inputs.overwrite, files,
+                if (!CheckNewFile(file, "the file to keep '" + file + "'", request.replaceKept, files,
                                   status))
                     return false;
         }
@@ -57,7 +58,7 @@ private:
         return kept != nullptr;
     }
 
-    [[nodiscard]] bool GoesOn() const { return !request.inputs.progress || request.inputs.progress(0.0); }
+    [[nodiscard]] bool GoesOn() const { return !request.progress || request.progress(0.0); }
     bool Cancel() {
         report.cancelled = true;
         return Fail(status, HostStatus::Cancelled, "cancelled; nothing was compared");
@@ -65,22 +66,20 @@ private:
 
     bool Reduce() {
         const Warn warn = [this](const std::string& text) { report.warnings.push_back(text); };
-        SharpenRequest inputs = request.inputs;
-        if (inputs.resampling.empty()) inputs.resampling = "bilinear"; // nothing is sampled here
-        inputs.bands.clear();                                          // the runs choose
+        PairRequest inputs = request;
+        inputs.bands.clear(); // the runs choose
         std::unique_ptr<Scene> scene;
         const Preparation preparation = PrepareScene(
             inputs, warn, [this] { return GoesOn(); }, scene, status);
         report.cancelled = preparation == Preparation::Cancelled;
         if (preparation != Preparation::Done ||
-            !CheckBandList(request.inputs.bands, scene->bandOrder.size(), status) ||
-            !CheckGrids(*scene, status) || !CheckBlur(request.blur, scene->CountBands(), status))
+            !CheckBandList(request.bands, scene->bandOrder.size(), status) || !CheckGrids(*scene, status) ||
+            !CheckBlur(request.blur, scene->CountBands(), status))
             return false;
         if (!GoesOn()) return Cancel();
         if (scene->pan->GetInfo().bitsPerBand > 8) bitDepth = static_cast<int>(scene->bitDepth);
         report.bands = static_cast<std::uint32_t>(scene->bandOrder.size());
-        if (!request.inputs.bands.empty())
-            report.bands = static_cast<std::uint32_t>(request.inputs.bands.size());
+        if (!request.bands.empty()) report.bands = static_cast<std::uint32_t>(request.bands.size());
         allBands = scene->bandOrder.size();
         const CacheLimit cache(StripCache(
             {scene->pan.get(), scene->GetMultispectral().image.get(), scene->images.back().image.get()}));
@@ -102,7 +101,7 @@ private:
 
     /// So many of the bands that are compared.
     [[nodiscard]] std::unique_ptr<InputImage> OpenBands(const std::string& file, std::size_t count) {
-        const std::vector<int>& wanted = request.inputs.bands;
+        const std::vector<int>& wanted = request.bands;
         std::vector<InputBand> inputs;
         for (std::size_t band = 0; band < count; ++band)
             inputs.push_back({file, wanted.empty() ? static_cast<int>(band) + 1 : wanted[band]});
@@ -127,11 +126,11 @@ private:
         return true;
     }
 
-    bool AddPlain(const char* name, hostkit::Resampling resampling) {
+    bool AddPlain(Resampling resampling) {
         const auto& grid = pan->GetInfo();
         const hostkit::AxisPlacement placement(grid, multispectral->GetInfo());
         UpsampledRows rows(*multispectral, placement, hostkit::WholeImage(grid), resampling, false);
-        return Add({name, {}, name, {}, {}, {}}, rows);
+        return Add({{}, {}, resampling, {}, {}, {}}, rows);
     }
 
     bool AddMethods(const PansharpDescription& plugin) {
@@ -141,8 +140,8 @@ private:
                                                        method.keyword, method.minimumBands));
                 continue;
             }
-            for (const char* resampling : {"bilinear", "cubic"}) {
-                if (!request.inputs.resampling.empty() && request.inputs.resampling != resampling) continue;
+            for (const Resampling resampling : {Resampling::Bilinear, Resampling::Cubic}) {
+                if (request.onlyResampling.value_or(resampling) != resampling) continue;
                 if (!AddRuns(method, MakeRun(method.keyword, resampling), plugin)) return false;
             }
         }
@@ -155,28 +154,29 @@ private:
         if (weighs && reduced->hasInfrared) run.infrared = InputBand{reduced->GetInfrared(), {}};
         if (method.fusedBands > 0 && run.bands.size() > method.fusedBands)
             run.bands.resize(method.fusedBands);
-        if (!AddMethod(run, weighs ? "fitted" : "")) return false;
+        if (!weighs) return AddMethod(run, {});
+        if (!AddMethod(run, WeightSource::Fit)) return false;
         run.weightSource = WeightSource::Equal;
-        return !weighs || AddMethod(run, "equal");
+        return AddMethod(run, WeightSource::Equal);
     }
 
-    [[nodiscard]] SharpenRequest MakeRun(const char* method, const char* resampling) const {
+    [[nodiscard]] SharpenRequest MakeRun(const char* method, Resampling resampling) const {
         SharpenRequest run;
         run.pan.file = reduced->GetPan();
         run.multispectral = {{reduced->GetMultispectral(), {}}};
-        run.bands = request.inputs.bands;
+        run.bands = request.bands;
         run.output = reduced->GetFused();
         run.overwrite = true;
         run.method = method;
         run.bitDepth = bitDepth;
         run.resampling = resampling;
-        run.plugin = request.inputs.plugin;
-        run.threads = request.inputs.threads;
-        if (request.inputs.progress) run.progress = [this](double) { return GoesOn(); };
+        run.plugin = request.plugin;
+        run.threads = request.threads;
+        if (request.progress) run.progress = [this](double) { return GoesOn(); };
         return run;
     }
 
-    bool AddMethod(const SharpenRequest& run, const char* weights) {
+    bool AddMethod(const SharpenRequest& run, std::optional<WeightSource> weights) {
         SharpenReport fusion;
         if (!Sharpen(run, fusion, status)) {
             report.cancelled = fusion.cancelled;
@@ -188,16 +188,13 @@ private:
             if (!fused) return false;
             ImageRows rows(*fused);
             // Where no weights could be fitted, the run took equal ones.
-            const bool fitted = fusion.fit.has_value();
-            if (*weights == 'f' && !fitted)
+            if (weights == WeightSource::Fit && !fusion.fit) {
+                weights = WeightSource::Equal;
                 report.warnings.push_back(run.method + ": no weights could be fitted to the degraded pair");
-            isAdded = Add({run.method,
-                           *weights == 'f' && !fitted ? "equal" : weights,
-                           run.resampling,
-                           fusion.effectiveWeights,
-                           fusion.infraredWeight,
-                           {}},
-                          rows);
+            }
+            isAdded =
+                Add({run.method, weights, run.resampling, fusion.effectiveWeights, fusion.infraredWeight, {}},
+                    rows);
         }
         VSIUnlink(run.output.c_str());
         return isAdded;

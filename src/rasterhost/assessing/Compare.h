@@ -6,26 +6,26 @@
 /// it compared with the multispectral image that it was degraded from.
 namespace rasterhost {
 
-struct CompareRequest {
-    /// Inputs, bands, how they lie, no data, depth, resampling, plug-in, threads, whether to overwrite and
-    /// what tells to cancel; the rest is not looked at. Bands that are not asked for and an infrared one take
-    /// part in the simulated pan. An empty resampling is for both.
-    SharpenRequest inputs;
-    SensorBlur blur; ///< where it has one for each band, that of the infrared band last
+struct CompareOptions {
+    std::optional<hostkit::Resampling> onlyResampling; ///< without it both; that of the pair is not looked at
     /// Folder to leave the degraded pair and the truth in as pan.tif, ms.tif, truth.tif and infrared.tif, in
-    /// the place of such files only with `inputs.overwrite`; empty for nowhere.
+    /// the place of such files only with `replaceKept`; empty for nowhere.
     std::string keep;
+    bool replaceKept = false;
 };
 
+/// Bands that are not asked for and an infrared one take part in the simulated pan.
+struct CompareRequest : PairRequest, RunOptions, BlurOptions, CompareOptions {};
+
 struct CompareEntry {
-    std::string method;  ///< a keyword; "bilinear" and "cubic" for plain upsampling
-    std::string weights; ///< "fitted" or "equal"; empty for a method that weighs no bands
-    std::string resampling;
+    std::string method;                  ///< a keyword; empty for plain upsampling
+    std::optional<WeightSource> weights; ///< none for a method that weighs no bands
+    hostkit::Resampling resampling = hostkit::Resampling::Cubic;
     std::vector<double> effectiveWeights; ///< of all multispectral bands, in their order
     std::optional<double> infraredWeight;
     quality::ReferenceIndices indices; ///< of the bands that the method writes: the first, at times not all
 
-    [[nodiscard]] bool IsPlain() const { return method == "bilinear" || method == "cubic"; }
+    [[nodiscard]] bool IsPlain() const { return method.empty(); }
 };
 
 struct CompareReport {

@@ -263,10 +263,10 @@ private:
         report.samplesAtLimits = result.tally;
         report.pixelsWithoutData = output->GetPixelsWithoutData();
         report.noDataValue = rules.noData;
-        report.noDataBy = rules.noData                    ? "value"
-                          : rules.hasAlpha                ? "alpha"
-                          : report.pixelsWithoutData == 0 ? "none"
-                                                          : "mask";
+        report.noDataBy = rules.noData                    ? NoDataBy::Value
+                          : rules.hasAlpha                ? NoDataBy::Alpha
+                          : report.pixelsWithoutData == 0 ? NoDataBy::None
+                                                          : NoDataBy::Mask;
         JudgeResult();
         return true;
     }

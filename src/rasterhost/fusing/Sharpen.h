@@ -16,6 +16,14 @@
 /// contract and writes what it fuses.
 namespace rasterhost {
 
+/// How an output tells where there is no data.
+enum class NoDataBy {
+    None, ///< there are no such pixels and no value is declared
+    Value,
+    Mask,
+    Alpha
+};
+
 /// What was done, for the closing line and for `--json`.
 struct SharpenReport {
     std::string output;
@@ -27,7 +35,7 @@ struct SharpenReport {
     std::uint32_t bands = 0;
     std::uint32_t bitsPerSample = 0; ///< of the file's samples
     std::uint32_t bitDepth = 0;      ///< of the values in them
-    std::string resampling;
+    hostkit::Resampling resampling = hostkit::Resampling::Cubic;
     double ratio = 0.0;     ///< multispectral pixel width over pan pixel width
     double ratioDown = 0.0; ///< likewise of their heights
     std::vector<double> effectiveWeights;
@@ -41,9 +49,7 @@ struct SharpenReport {
     /// Samples at 0 and at the largest value, for each output band.
     std::vector<std::pair<std::uint64_t, std::uint64_t>> samplesAtLimits;
     std::uint64_t pixelsWithoutData = 0;
-    /// How the output tells where they are: "value", "mask", "alpha", or "none" when there are none and no
-    /// value is declared.
-    std::string noDataBy;
+    NoDataBy noDataBy = NoDataBy::None;
     std::optional<std::uint32_t> noDataValue;
     std::vector<std::string> warnings;
     bool cancelled = false;

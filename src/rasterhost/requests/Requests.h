@@ -2,6 +2,7 @@
 
 #include "fitting/BandGains.h"
 #include "hostkit/Point.h"
+#include "hostkit/Resampling.h"
 
 #include <array>
 #include <cstdint>
@@ -32,8 +33,7 @@ struct PairRequest {
     std::optional<InputBand> infrared;
     /// Multispectral bands to write, counted from 1, in order; empty for all.
     std::vector<int> bands;
-    /// "bilinear", or "cubic": convolution with a = -0.5, clamped at the edges.
-    std::string resampling = "cubic";
+    hostkit::Resampling resampling = hostkit::Resampling::Cubic;
 
     /// All images have the corner and extent of pan, whatever their georeferencing says.
     bool sameCorner = false;

@@ -169,13 +169,6 @@ bool FindDepth(const PairRequest& request, Scene& scene, Status& status) {
     return true;
 }
 
-bool FindResampling(const PairRequest& request, Scene& scene, Status& status) {
-    if (request.resampling == "cubic") scene.resampling = hostkit::Resampling::Cubic;
-    return request.resampling == "bilinear" || request.resampling == "cubic" ||
-           Fail(status, HostStatus::RequestInvalid,
-                "there is no resampling '%s'; bilinear and cubic are there", request.resampling.c_str());
-}
-
 } // namespace
 
 std::span<const PlacedImage> Scene::GetGrids() const {
@@ -210,9 +203,8 @@ std::unique_ptr<Scene> OpenScene(const PairRequest& request, const Warn& warn, S
             "range where scenes are to be compared",
             scene->sampleOptions.scale->least, scene->sampleOptions.scale->greatest));
     }
-    if (!FindResampling(request, *scene, status) || !OpenPan(request, *scene, status) ||
-        !ChoosePart(request, *scene, warn, status))
-        return nullptr;
+    scene->resampling = request.resampling;
+    if (!OpenPan(request, *scene, status) || !ChoosePart(request, *scene, warn, status)) return nullptr;
     scene->covered = scene->part;
     if (!OpenMultispectral(request, *scene, warn, status)) return nullptr;
     if (request.infrared && !OpenInfrared(request, *scene, warn, status)) return nullptr;

@@ -83,18 +83,23 @@ std::string RunFiles::FindUse(const std::string& file) {
     return found == uses.end() ? std::string() : found->second;
 }
 
-RunFiles FilesOf(const SharpenRequest& request) {
+RunFiles FilesOf(const PairRequest& pair, const RunOptions& options) {
     RunFiles files;
     const std::string use = "one of the inputs";
-    files.AddRaster(request.pan.file, use);
-    for (const InputBand& input : request.multispectral)
+    files.AddRaster(pair.pan.file, use);
+    for (const InputBand& input : pair.multispectral)
         files.AddRaster(input.file, use);
-    if (request.infrared) files.AddRaster(request.infrared->file, use);
+    if (pair.infrared) files.AddRaster(pair.infrared->file, use);
+    Status ignored; // without one the run fails
+    if (const std::string plugin = hostkit::FindPlugin(options.plugin, ignored); !plugin.empty())
+        files.Add(plugin, "the plug-in");
+    return files;
+}
+
+RunFiles FilesOf(const SharpenRequest& request) {
+    RunFiles files = FilesOf(request, request);
     for (const auto& [file, what] : request.otherFiles)
         files.Add(file, what);
-    Status ignored; // without one the run fails
-    if (const std::string plugin = hostkit::FindPlugin(request.plugin, ignored); !plugin.empty())
-        files.Add(plugin, "the plug-in");
     return files;
 }
 

@@ -33,7 +33,9 @@ private:
     std::vector<std::pair<std::string, std::string>> rasters; ///< not opened yet
 };
 
-/// What a run reads, and what its caller reads and writes beside it. Its output is not in it.
+/// What a run reads.
+[[nodiscard]] RunFiles FilesOf(const PairRequest& pair, const RunOptions& options);
+/// The same, and what its caller reads and writes beside it. Its output is not in it.
 [[nodiscard]] RunFiles FilesOf(const SharpenRequest& request);
 
 } // namespace rasterhost

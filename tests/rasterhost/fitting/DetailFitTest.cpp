@@ -56,7 +56,7 @@ protected:
         request.output = folder / "fused.tif";
         request.overwrite = true;
         request.method = "injection";
-        request.resampling = "cubic";
+        request.resampling = hostkit::Resampling::Cubic;
         request.bands = {3, 1};
         request.transfer = 0.4;
         request.gains = {{0.25, 0.5}, {1.0, 1.0}, {1.5, 0.0}};

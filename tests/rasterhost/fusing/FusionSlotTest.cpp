@@ -24,7 +24,8 @@ TEST(FusionSlot, ReadsAnyWindow) {
     request.output = folder / "fused.tif";
     request.overwrite = request.alpha = true;
     request.weightSource = rasterhost::WeightSource::Equal;
-    for (const auto& [method, resampling] : {std::pair("kova", "bilinear"), {"injection", "cubic"}}) {
+    for (const auto& [method, resampling] :
+         {std::pair("kova", hostkit::Resampling::Bilinear), {"injection", hostkit::Resampling::Cubic}}) {
         request.method = method;
         request.resampling = resampling;
         const Outcome run = RunWell(request);

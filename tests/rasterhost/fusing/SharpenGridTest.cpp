@@ -140,7 +140,7 @@ TEST(SharpenGrid, EveryPixelIsAtItsPlace) {
             }
         EXPECT_GT(within, 10000u);
         request.overwrite = true;
-        for (const char* resampling : {"bilinear", "cubic"}) {
+        for (const auto resampling : {hostkit::Resampling::Bilinear, hostkit::Resampling::Cubic}) {
             request.resampling = resampling;
             request.windowRows = 0;
             request.threads = 1;

@@ -6,6 +6,7 @@
 
 namespace {
 
+using rasterhost::NoDataBy;
 using namespace testfiles;
 using rasterhost::SharpenRequest;
 using testing::HasSubstr;
@@ -120,13 +121,13 @@ Expected At(int c, int r, Kind kind) {
 TEST(SharpenNoData, EveryKindLeavesTheOthersInPlace) {
     const struct {
         Kind kind;
-        const char* by;
+        NoDataBy by;
         unsigned value;
         std::size_t warnings;
-    } cases[] = {{Kind::Value, "value", 0, 0},    {Kind::OtherBand, "value", 0, 0},
-                 {Kind::Mask, "mask", 0, 0},      {Kind::Alpha, "mask", 0, 0},
-                 {Kind::Collar, "mask", 0, 1},    {Kind::Pan, "value", 5, 0},
-                 {Kind::Infrared, "value", 9, 0}, {Kind::Option, "value", 0, 0}};
+    } cases[] = {{Kind::Value, NoDataBy::Value, 0, 0},    {Kind::OtherBand, NoDataBy::Value, 0, 0},
+                 {Kind::Mask, NoDataBy::Mask, 0, 0},      {Kind::Alpha, NoDataBy::Mask, 0, 0},
+                 {Kind::Collar, NoDataBy::Mask, 0, 1},    {Kind::Pan, NoDataBy::Value, 5, 0},
+                 {Kind::Infrared, NoDataBy::Value, 9, 0}, {Kind::Option, NoDataBy::Value, 0, 0}};
     for (const auto& c : cases)
         for (const bool alpha : {false, true}) {
             SCOPED_TRACE(testing::Message() << "kind " << static_cast<int>(c.kind) << " alpha " << alpha);
@@ -136,7 +137,7 @@ TEST(SharpenNoData, EveryKindLeavesTheOthersInPlace) {
             pair.request.windowRows = 13;
             const Outcome outcome = RunWell(pair.request);
             EXPECT_EQ(outcome.report.warnings.size(), c.warnings);
-            EXPECT_EQ(outcome.report.noDataBy, alpha ? "alpha" : c.by);
+            EXPECT_EQ(outcome.report.noDataBy, alpha ? NoDataBy::Alpha : c.by);
             EXPECT_THAT(folder.List(), testing::Not(testing::Contains(HasSubstr(".msk"))));
             const auto mask = ReadMask(pair.request.output);
             const auto samples = ReadAll(pair.request.output);
@@ -166,7 +167,7 @@ TEST(SharpenNoData, IsDataWhenItIsToBe) {
     const Folder folder;
     CodedPair pair(folder, Kind::Ignored);
     const Outcome outcome = RunWell(pair.request);
-    EXPECT_EQ(outcome.report.noDataBy, "none");
+    EXPECT_EQ(outcome.report.noDataBy, NoDataBy::None);
     const auto samples = ReadAll(pair.request.output);
     // The middle of the hole: 0 of the source, and pan.
     EXPECT_EQ(samples[static_cast<std::size_t>((10 * ratio + 1) * columns + 15 * ratio + 1) * 2], 3u);
@@ -188,7 +189,7 @@ TEST(SharpenNoData, SignedSamplesOfZeroAndMoreAreTaken) {
     request.multispectral = {{WriteOdd(folder, "ms.tif", GDT_Int16, 20.0, 100, 7), {}}};
     const Outcome good = RunWell(request);
     EXPECT_EQ(good.report.pixelsWithoutData, 1u);
-    EXPECT_EQ(good.report.noDataBy, "mask"); // the file's samples cannot be -9999
+    EXPECT_EQ(good.report.noDataBy, NoDataBy::Mask); // the file's samples cannot be -9999
     request.multispectral = {{WriteOdd(folder, "bad.tif", GDT_Int16, 20.0, 100, -5), {}}};
     request.overwrite = true;
     const Outcome bad = RunSharpen(request);

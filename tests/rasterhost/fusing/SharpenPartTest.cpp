@@ -41,7 +41,7 @@ TEST_F(Part, EqualsTheCutOfTheWhole) {
     } parts[] = {{{500150.0, 3999850.0, 501350.0, 3998650.0}, 10, 10, 80, 80},
                  {{500157.0, 3999844.0, 500166.0, 3999835.0}, 10, 10, 1, 1},
                  {{0.0, 3998000.0, 9e9, 0.0}, 0, 133, 157, 78}};
-    for (const char* resampling : {"bilinear", "cubic"}) {
+    for (const auto resampling : {hostkit::Resampling::Bilinear, hostkit::Resampling::Cubic}) {
         request.resampling = resampling;
         request.part.reset();
         const auto whole = Fused(request);

@@ -53,7 +53,7 @@ protected:
 
 // Each band is what its file alone gives, in the order wanted, and a pixel has data where all bands have.
 TEST_F(Grids, EveryBandIsSampledFromItsOwn) {
-    for (const char* resampling : {"bilinear", "cubic"}) {
+    for (const auto resampling : {hostkit::Resampling::Bilinear, hostkit::Resampling::Cubic}) {
         request.resampling = resampling;
         request.bands.clear();
         std::vector<std::vector<unsigned>> alone;
@@ -84,7 +84,7 @@ TEST_F(Grids, EveryBandIsSampledFromItsOwn) {
 // Windows, threads and parts change no byte, with masks and another projection, of one grid and of several.
 TEST_F(Grids, WindowsAndPartsEqualTheCutOfTheWhole) {
     for (const auto& inputs : {std::vector{files[2]}, files})
-        for (const char* resampling : {"bilinear", "cubic"}) {
+        for (const auto resampling : {hostkit::Resampling::Bilinear, hostkit::Resampling::Cubic}) {
             request.resampling = resampling;
             request.windowRows = 0;
             request.part.reset();
@@ -170,8 +170,7 @@ TEST_F(Grids, AreToldAndNotCompared) {
     ASSERT_EQ(facts.images.size(), 2u);
     EXPECT_EQ(facts.images[1].columns, 110u);
     EXPECT_GT(facts.images[1].largest, 5000u);
-    rasterhost::CompareRequest pair;
-    pair.inputs = request;
+    const rasterhost::CompareRequest pair{request, request, {}, {}};
     rasterhost::CompareReport table;
     EXPECT_FALSE(rasterhost::Compare(pair, table, status));
     EXPECT_THAT(status.ToText(), HasSubstr("2 different grids"));

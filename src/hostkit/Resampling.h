@@ -1,0 +1,16 @@
+#pragma once
+
+namespace hostkit {
+
+/// How source samples are brought to the pixels of pan.
+enum class Resampling {
+    Bilinear, ///< kernels/BilinearRow.h
+    Cubic     ///< kernels/CubicRow.h: convolution with a = -0.5, clamped at the edges
+};
+
+/// In lower case, as people type it.
+[[nodiscard]] constexpr const char* NameOf(Resampling resampling) {
+    return resampling == Resampling::Cubic ? "cubic" : "bilinear";
+}
+
+} // namespace hostkit
