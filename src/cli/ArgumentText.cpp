@@ -1,6 +1,7 @@
 #include "cli/ArgumentText.h"
 
 #include "cli/ExitCode.h"
+#include "cli/Suggestion.h"
 #include "fundament/Text.h"
 
 #include <algorithm>
@@ -63,6 +64,14 @@ rasterhost::InputBand ParseInputBand(const std::string& text) {
     return {file, static_cast<int>(*band)};
 }
 
+std::vector<rasterhost::InputBand> ParseInputs(std::span<const std::string> texts) {
+    std::vector<rasterhost::InputBand> inputs;
+    inputs.reserve(texts.size());
+    for (const std::string& text : texts)
+        inputs.push_back(ParseInputBand(text));
+    return inputs;
+}
+
 double ParseNumber(const std::string& option, const std::string& text) {
     const auto value = Convert<double>(text);
     if (!value || !std::isfinite(*value))
@@ -77,6 +86,24 @@ std::uint32_t ParseWhole(const std::string& option, const std::string& text, std
         throw UsageError(option + ": '" + text + "' is not a whole number from " + std::to_string(minimum) +
                          " to " + std::to_string(maximum));
     return *value;
+}
+
+std::array<double, 2> ParsePair(const std::string& option, const std::string& text) {
+    const std::size_t comma = text.find(',');
+    if (comma == std::string::npos)
+        throw UsageError(option + ": '" + text + "' is no two numbers with a comma between them");
+    return {ParseNumber(option, text.substr(0, comma)), ParseNumber(option, text.substr(comma + 1))};
+}
+
+std::size_t ParseChoice(const std::string& option, const std::string& text,
+                        const std::vector<std::string>& known) {
+    const std::string typed = KOVA::Tessara::Fundament::ToLower(text);
+    const auto found = std::find(known.begin(), known.end(), typed);
+    if (found != known.end()) return static_cast<std::size_t>(found - known.begin());
+    std::string listed;
+    for (const std::string& word : known)
+        listed += (listed.empty() ? "" : " or ") + word;
+    throw UsageError(option + ": there is no '" + text + "'" + Suggestion(typed, known) + "; give " + listed);
 }
 
 std::vector<double> ParseWeights(const std::string& option, const std::string& text) {

@@ -1,8 +1,11 @@
 #pragma once
 
-#include "rasterhost/fusing/Sharpen.h"
+#include "rasterhost/requests/Requests.h"
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -14,12 +17,21 @@ namespace cli {
 /// FILE or FILE,band=N. A file whose own name ends so is taken as it is.
 [[nodiscard]] rasterhost::InputBand ParseInputBand(const std::string& text);
 
+[[nodiscard]] std::vector<rasterhost::InputBand> ParseInputs(std::span<const std::string> texts);
+
 /// A finite decimal number, with a point in every locale.
 [[nodiscard]] double ParseNumber(const std::string& option, const std::string& text);
 
 /// A whole number within the range.
 [[nodiscard]] std::uint32_t ParseWhole(const std::string& option, const std::string& text,
                                        std::uint32_t minimum, std::uint32_t maximum);
+
+/// Two numbers with a comma between them.
+[[nodiscard]] std::array<double, 2> ParsePair(const std::string& option, const std::string& text);
+
+/// One of a few words, in any letter case: which.
+[[nodiscard]] std::size_t ParseChoice(const std::string& option, const std::string& text,
+                                      const std::vector<std::string>& known);
 
 /// "W1,W2,..." as numbers; "auto" and "equal" as none.
 [[nodiscard]] std::vector<double> ParseWeights(const std::string& option, const std::string& text);

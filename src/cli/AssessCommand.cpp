@@ -1,6 +1,5 @@
 #include "cli/AssessCommand.h"
 
-#include "cli/QualityArguments.h"
 #include "cli/QualityJson.h"
 #include "cli/QualityText.h"
 #include "cli/StatusText.h"
@@ -9,15 +8,31 @@
 
 namespace cli {
 
-ExitCode RunAssess(const CommandLine& line) {
-    const rasterhost::AssessRequest request = MakeAssessRequest(line);
+namespace {
+
+/// What may be wrong with a line that failed: several images are named and one file after an option that
+/// takes one. Empty otherwise.
+std::string HintAtFiles(const CommandLine& line) {
+    for (const OptionEntry& option : {option::ms, option::reference})
+        if (const std::string name(option.Key());
+            line.GetPositionals().size() > 1 && line.GetAll(option).size() == 1)
+            return name + " takes one file: those after it, as '" + line.GetPositionals()[1] +
+                   "' may be, are taken for bands of the fused image; repeat it for each, as in " + name +
+                   " b1.tif " + name + " b2.tif";
+    return {};
+}
+
+} // namespace
+
+ExitCode RunAssess(const Arguments& arguments) {
+    const rasterhost::AssessRequest request{arguments, arguments, arguments};
     rasterhost::AssessReport report;
     KOVA::Tessara::Fundament::Status status;
     const ExitCode code = rasterhost::Assess(request, report, status) ? Done : WorkFailed;
-    if (const std::string hint = HintAtFiles(line); code == WorkFailed && !hint.empty())
+    if (const std::string hint = HintAtFiles(arguments.line); code == WorkFailed && !hint.empty())
         status.Add(0, hint, "Command");
     if (code == WorkFailed) std::cerr << FormatErrors(status);
-    if (line.Has("--json")) {
+    if (arguments.json) {
         std::cout << AssessJson(request, report, code, status);
         return code;
     }

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "cli/CommandLine.h"
+#include "cli/Arguments.h"
 #include "cli/ExitCode.h"
 
 namespace cli {
 
 /// "pansharp assess": how good a fused image is, by the truth or by the pair that it was made of.
-[[nodiscard]] ExitCode RunAssess(const CommandLine& line);
+[[nodiscard]] ExitCode RunAssess(const Arguments& arguments);
 
 } // namespace cli

@@ -38,9 +38,9 @@ void Bind(BoundCommand& command) {
     }
 }
 
-bool Given(const BoundCommand& command, std::string_view key) {
-    return std::any_of(command.options.begin(), command.options.end(), [key](const auto& option) {
-        return option.first->Key() == key && option.second->count() > 0;
+bool Given(const BoundCommand& command, const OptionEntry& wanted) {
+    return std::any_of(command.options.begin(), command.options.end(), [&wanted](const auto& option) {
+        return option.first->Key() == wanted.Key() && option.second->count() > 0;
     });
 }
 
@@ -123,7 +123,8 @@ CommandLine CommandLine::Parse(int argc, const char* const* argv) {
     CommandLine line;
     BoundCommand* used = &bound.front();
     for (BoundCommand& command : bound)
-        if (command.app->parsed() && !Given(bound.front(), "--version") && !Given(bound.front(), "--help"))
+        if (command.app->parsed() && !Given(bound.front(), option::version) &&
+            !Given(bound.front(), option::help))
             used = &command;
     line.command = used->entry;
     for (const auto& [entry, option] : used->options) {
@@ -135,7 +136,7 @@ CommandLine CommandLine::Parse(int argc, const char* const* argv) {
         for (const std::string& value : option->results())
             if (IsOptionOf(*used->entry, value)) RefuseValue(*used, std::string(entry->Key()) + ":");
     }
-    if (line.Has("--help") || line.Has("--version")) return line;
+    if (line.Has(option::help) || line.Has(option::version)) return line;
     if (!failure.empty()) RefuseValue(*used, failure);
     if (used != &bound.front())
         for (const std::string& extra : app.remaining()) // what came before the command
@@ -149,16 +150,14 @@ CommandLine CommandLine::Parse(int argc, const char* const* argv) {
     return line;
 }
 
-std::vector<std::string> CommandLine::GetAll(std::string_view key) const {
-    const auto found = options.find(key);
+std::vector<std::string> CommandLine::GetAll(const OptionEntry& option) const {
+    const auto found = options.find(option.Key());
     return found == options.end() ? std::vector<std::string>() : found->second;
 }
 
-std::string CommandLine::Get(std::string_view key) const {
-    if (const auto found = options.find(key); found != options.end()) return found->second.back();
-    for (const OptionEntry& option : command->options)
-        if (option.Key() == key) return std::string(option.standard);
-    return {};
+std::string CommandLine::Get(const OptionEntry& option) const {
+    const auto found = options.find(option.Key());
+    return found == options.end() ? std::string() : found->second.back();
 }
 
 bool AsksForJson(int argc, const char* const* argv) {

@@ -18,16 +18,26 @@ public:
     /// The command's entry; that of the program when no command was named.
     [[nodiscard]] const CommandEntry& GetCommand() const { return *command; }
     [[nodiscard]] const std::vector<std::string>& GetPositionals() const { return positionals; }
-    [[nodiscard]] bool Has(std::string_view key) const { return options.contains(key); }
-    /// All values of an option, in order. Options go by their long form, as in "--output".
-    [[nodiscard]] std::vector<std::string> GetAll(std::string_view key) const;
-    /// The value of an option, or its default from the table.
-    [[nodiscard]] std::string Get(std::string_view key) const;
+    /// Whether an option of that long form was typed.
+    [[nodiscard]] bool Has(const OptionEntry& option) const { return options.contains(option.Key()); }
+    /// All values of an option, in order.
+    [[nodiscard]] std::vector<std::string> GetAll(const OptionEntry& option) const;
+    /// The last value of an option; empty where it was not typed.
+    [[nodiscard]] std::string Get(const OptionEntry& option) const;
 
 private:
     const CommandEntry* command = &Program();
     std::vector<std::string> positionals;
     std::map<std::string, std::vector<std::string>, std::less<>> options;
+};
+
+/// An option that stands on a command line.
+struct TypedOption {
+    std::string name;                ///< its long form, for messages
+    std::vector<std::string> values; ///< in order; of a flag none that says anything
+    const CommandLine& line;
+
+    [[nodiscard]] const std::string& Value() const { return values.back(); }
 };
 
 /// True when "--json" stands among the arguments, also among those that cannot be parsed.

@@ -1,7 +1,6 @@
 #include "cli/CompareCommand.h"
 
 #include "cli/Platform.h"
-#include "cli/QualityArguments.h"
 #include "cli/QualityJson.h"
 #include "cli/QualityText.h"
 #include "cli/StatusText.h"
@@ -10,8 +9,8 @@
 
 namespace cli {
 
-ExitCode RunCompare(const CommandLine& line) {
-    rasterhost::CompareRequest request = MakeCompareRequest(line);
+ExitCode RunCompare(const Arguments& arguments) {
+    rasterhost::CompareRequest request{arguments, arguments, arguments, arguments};
     request.progress = [](double) { return !platform::WasInterrupted(); };
     platform::CatchInterrupts();
     rasterhost::CompareReport report;
@@ -20,7 +19,7 @@ ExitCode RunCompare(const CommandLine& line) {
     const ExitCode code = isDone ? Done : report.cancelled ? Interrupted : WorkFailed;
     if (code == Interrupted) std::cerr << "pansharp: interrupted; nothing was written\n";
     if (code == WorkFailed) std::cerr << FormatErrors(status);
-    if (line.Has("--json")) {
+    if (arguments.json) {
         std::cout << CompareJson(request, report, code, status);
         return code;
     }

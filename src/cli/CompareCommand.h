@@ -1,11 +1,11 @@
 #pragma once
 
-#include "cli/CommandLine.h"
+#include "cli/Arguments.h"
 #include "cli/ExitCode.h"
 
 namespace cli {
 
 /// "pansharp compare": which method suits a scene.
-[[nodiscard]] ExitCode RunCompare(const CommandLine& line);
+[[nodiscard]] ExitCode RunCompare(const Arguments& arguments);
 
 } // namespace cli

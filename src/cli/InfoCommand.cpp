@@ -1,10 +1,10 @@
 #include "cli/InfoCommand.h"
 
+#include "cli/FitToPlugin.h"
 #include "cli/InfoText.h"
-#include "cli/Plugin.h"
 #include "cli/RunJson.h"
-#include "cli/SharpenArguments.h"
 #include "cli/StatusText.h"
+#include "hostkit/PluginLibrary.h"
 
 #include <iostream>
 
@@ -12,13 +12,12 @@ namespace cli {
 
 using KOVA::Tessara::Fundament::Status;
 using rasterhost::PreflightReport;
-using rasterhost::SharpenRequest;
 
-ExitCode ReportFindings(const CommandLine& line, const SharpenRequest& request, Status& status) {
+ExitCode ReportFindings(const Arguments& request, Status& status) {
     PreflightReport report;
     const bool works = status.GetCount() == 0 && rasterhost::Preflight(request, report, status);
     const ExitCode code = works ? Done : WorkFailed;
-    if (line.Has("--json")) {
+    if (request.json) {
         if (code == WorkFailed) std::cerr << FormatErrors(status);
         std::cout << InfoJson(request, report, code, status);
         return code;
@@ -30,11 +29,11 @@ ExitCode ReportFindings(const CommandLine& line, const SharpenRequest& request, 
     return code;
 }
 
-ExitCode RunInfo(const CommandLine& line) {
-    SharpenRequest request = MakeInfoRequest(line);
+ExitCode RunInfo(Arguments request) {
     Status status;
-    if (const auto plugin = LoadPlugin(line, status)) FitToPlugin(line, plugin->GetDescription(), request);
-    return ReportFindings(line, request, status);
+    if (const auto plugin = hostkit::PluginLibrary::FindAndLoad(request.plugin, status))
+        FitToPlugin(plugin->GetDescription(), request);
+    return ReportFindings(request, status);
 }
 
 } // namespace cli

@@ -1,3 +1,4 @@
+#include "cli/Arguments.h"
 #include "cli/AssessCommand.h"
 #include "cli/CommandLine.h"
 #include "cli/CompareCommand.h"
@@ -21,17 +22,17 @@ using namespace cli;
 
 ExitCode Run(const CommandLine& line) {
     const CommandEntry& command = line.GetCommand();
-    if (line.Has("--help")) {
+    if (line.Has(option::help)) {
         std::cout << HelpText(command);
         return Done;
     }
-    if (line.Has("--version")) return RunVersion(line);
+    if (line.Has(option::version)) return RunVersion(ReadArguments(line));
     ForceVectorTarget(line);
-    if (command.name == "sharpen") return RunSharpen(line);
-    if (command.name == "info") return RunInfo(line);
-    if (command.name == "assess") return RunAssess(line);
-    if (command.name == "compare") return RunCompare(line);
-    if (command.name == "methods") return RunMethods(line);
+    if (command.name == "sharpen") return RunSharpen(ReadArguments(line));
+    if (command.name == "info") return RunInfo(ReadArguments(line));
+    if (command.name == "assess") return RunAssess(ReadArguments(line));
+    if (command.name == "compare") return RunCompare(ReadArguments(line));
+    if (command.name == "methods") return RunMethods(ReadArguments(line));
     std::cerr << HelpText(command);
     return WrongCommandLine;
 }

@@ -1,11 +1,11 @@
 #include "cli/MethodsCommand.h"
 
-#include "cli/Plugin.h"
 #include "cli/RunJson.h"
 #include "cli/StatusText.h"
 #include "cli/TextLayout.h"
 #include "fundament/Text.h"
 #include "hostkit/MethodTable.h"
+#include "hostkit/PluginLibrary.h"
 #include "kernels/Simd.h"
 
 #include <iostream>
@@ -47,16 +47,16 @@ std::string FormatMethod(const PansharpMethod& method, bool isDefault) {
 
 } // namespace
 
-ExitCode RunMethods(const CommandLine& line) {
+ExitCode RunMethods(const Arguments& arguments) {
     Status status;
-    const auto plugin = LoadPlugin(line, status);
+    const auto plugin = hostkit::PluginLibrary::FindAndLoad(arguments.plugin, status);
     if (!plugin) {
         std::cerr << FormatErrors(status);
-        if (line.Has("--json")) std::cout << FailureJson("methods", WorkFailed, status);
+        if (arguments.json) std::cout << FailureJson("methods", WorkFailed, status);
         return WorkFailed;
     }
     const PansharpDescription& description = plugin->GetDescription();
-    if (line.Has("--json")) {
+    if (arguments.json) {
         std::cout << MethodsJson(description, plugin->GetPath());
         return Done;
     }
@@ -70,12 +70,12 @@ ExitCode RunMethods(const CommandLine& line) {
     return Done;
 }
 
-ExitCode RunVersion(const CommandLine& line) {
+ExitCode RunVersion(const Arguments& arguments) {
     Status status;
-    const auto plugin = LoadPlugin(line, status);
+    const auto plugin = hostkit::PluginLibrary::FindAndLoad(arguments.plugin, status);
     const ExitCode code = plugin ? Done : WorkFailed;
     if (!plugin) std::cerr << FormatErrors(status);
-    if (line.Has("--json")) {
+    if (arguments.json) {
         std::cout << VersionJson(plugin ? &plugin->GetDescription() : nullptr,
                                  plugin ? plugin->GetPath() : std::string(), code, status);
         return code;

@@ -1,14 +1,14 @@
 #pragma once
 
-#include "cli/CommandLine.h"
+#include "cli/Arguments.h"
 #include "cli/ExitCode.h"
 
 namespace cli {
 
 /// "pansharp methods": what the plug-in says of its methods and properties.
-[[nodiscard]] ExitCode RunMethods(const CommandLine& line);
+[[nodiscard]] ExitCode RunMethods(const Arguments& arguments);
 
 /// "pansharp --version": also when there is no plug-in.
-[[nodiscard]] ExitCode RunVersion(const CommandLine& line);
+[[nodiscard]] ExitCode RunVersion(const Arguments& arguments);
 
 } // namespace cli

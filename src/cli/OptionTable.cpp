@@ -1,5 +1,7 @@
 #include "cli/OptionTable.h"
 
+#include "cli/OptionReaders.h"
+
 #include <algorithm>
 
 namespace cli {
@@ -13,58 +15,116 @@ constexpr std::string_view runHeading = "Running";
 constexpr std::string_view advancedHeading = "Advanced";
 constexpr std::string_view helpHeading = "Help";
 
-constexpr OptionEntry jsonOption = {
-    "--json", "", "", runHeading, "print one JSON object on standard output instead of text, on failure too"};
-constexpr OptionEntry pluginOption = {"--plugin", "FILE", "the installed one, or what PANSHARP_PLUGIN names",
-                                      advancedHeading, "the plug-in to run"};
-constexpr OptionEntry helpOption = {"-h,--help", "", "", helpHeading, "print this help"};
+} // namespace
 
-constexpr OptionEntry methodOption = {"--method", "METHOD", "what the plug-in recommends", fusionHeading,
-                                      "how to fuse; 'pansharp methods' lists what there is"};
-constexpr OptionEntry infraredOption = {
-    "--infrared", "FILE[,band=N]", "", fusionHeading,
-    "an infrared band that takes part in the simulated pan and is not written"};
-constexpr OptionEntry transferOption = {"--mtf", "auto|G", "auto", fusionHeading,
-                                        "modulation transfer of the multispectral sensor at the Nyquist "
-                                        "frequency of its pixels, 0.05 to 0.9, which "
-                                        "pan's low-pass is to have; 'auto' measures it on the pair. For "
-                                        "methods that compare pan with its low-pass"};
-constexpr OptionEntry gainsOption = {
-    "--gains", "auto|A1:B1,...", "auto", fusionHeading,
-    "what each multispectral band, in order, takes of pan's detail: A of it, and B of it times the band's "
-    "ratio to "
-    "pan's low-pass; 'auto' fits them one scale down, where the truth is known. For the same methods"};
-constexpr OptionEntry bandsOption = {
-    "-b,--bands", "LIST", "all", fusionHeading,
-    "multispectral bands to write, by number from 1, in order, such as 3,2,1; the others only take part in "
-    "the simulated pan"};
+// Those that others ask for by their handle.
+namespace option {
+
+constexpr OptionEntry method = {{"--method", "METHOD", "what the plug-in recommends", fusionHeading,
+                                 "how to fuse; 'pansharp methods' lists what there is"},
+                                SetText<&Arguments::method>};
+constexpr OptionEntry weights = {
+    {"-w,--weights", "W1,W2,...|equal|auto", "auto", fusionHeading,
+     "weights of the multispectral bands in the simulated pan, one a band, in order; 'equal' gives each, the "
+     "infrared band too, the same share of 1; 'auto' fits them, so that the weighted bands come as near to "
+     "pan as can be"},
+    ReadWeights};
+constexpr OptionEntry weightsFrom = {{"--weights-from", "RUN.json", "", fusionHeading,
+                                      "the weights of an earlier run, from what it printed with --json; that "
+                                      "of the infrared band too, or blur and gains in their place"},
+                                     ReadWeightsFrom};
+constexpr OptionEntry infrared = {
+    {"--infrared", "FILE[,band=N]", "", fusionHeading,
+     "an infrared band that takes part in the simulated pan and is not written"},
+    SetInput<&Arguments::infrared>};
+constexpr OptionEntry infraredWeight = {{"--infrared-weight", "W", "fitted, or the share of one band",
+                                         fusionHeading, "weight of the infrared band in the simulated pan"},
+                                        ReadInfraredWeight};
+constexpr OptionEntry transfer = {{"--mtf", "auto|G", "auto", fusionHeading,
+                                   "modulation transfer of the multispectral sensor at the Nyquist frequency "
+                                   "of its pixels, 0.05 to 0.9, which pan's low-pass is to have; 'auto' "
+                                   "measures it on the pair. For methods that compare pan with its low-pass"},
+                                  ReadTransfer};
+constexpr OptionEntry gains = {{"--gains", "auto|A1:B1,...", "auto", fusionHeading,
+                                "what each multispectral band, in order, takes of pan's detail: A of it, and "
+                                "B of it times the band's ratio to pan's low-pass; 'auto' fits them one "
+                                "scale down, where the truth is known. For the same methods"},
+                               ReadGains};
+constexpr OptionEntry projwin = {{"--projwin", "ULX ULY LRX LRY", "all of pan", fusionHeading,
+                                  "fuse only the part between these corners, upper left and lower right, in "
+                                  "map units of pan; the pixels are those that the whole has there"},
+                                 ReadPart};
+constexpr OptionEntry bbox = {{"--bbox", "XMIN YMIN XMAX YMAX", "all of pan", fusionHeading,
+                               "the same, by the least and greatest coordinates"},
+                              ReadPart};
+constexpr OptionEntry noData = {{"--nodata", "V", "what the files declare", fusionHeading,
+                                 "the sample value that means no data, in every input and in the output"},
+                                ReadNoData};
+constexpr OptionEntry reference = {
+    {"--reference", "TRUTH", "", inputHeading, "what the image should be: the same bands and pixels"},
+    nullptr,
+    true};
+constexpr OptionEntry pan = {
+    {"--pan", "PAN", "", inputHeading, "the panchromatic raster that the image was made of"}};
+constexpr OptionEntry ms = {
+    {"--ms", "MS", "", inputHeading, "the multispectral raster that it was made of"}, nullptr, true};
+constexpr OptionEntry simd = {{"--simd", "TARGET", "the best, or what PANSHARP_SIMD names", advancedHeading,
+                               "vector instructions to use, or 'scalar'; the pixels do not depend on it"},
+                              nullptr,
+                              false,
+                              "scalar"};
+constexpr OptionEntry version = {{"--version", "", "", helpHeading,
+                                  "print the versions of the program and of the plug-in and the vector "
+                                  "instructions in use; so does 'pansharp version'"}};
+constexpr OptionEntry help = {{"-h,--help", "", "", helpHeading, "print this help"}};
+
+} // namespace option
+
+namespace {
+
+constexpr OptionEntry jsonOption = {
+    {"--json", "", "", runHeading,
+     "print one JSON object on standard output instead of text, on failure too"},
+    SetFlag<&Arguments::json>};
+constexpr OptionEntry pluginOption = {{"--plugin", "FILE", "the installed one, or what PANSHARP_PLUGIN names",
+                                       advancedHeading, "the plug-in to run"},
+                                      SetText<&Arguments::plugin>};
+constexpr OptionEntry bandsOption = {{"-b,--bands", "LIST", "all", fusionHeading,
+                                      "multispectral bands to write, by number from 1, in order, such as "
+                                      "3,2,1; the others only take part in the simulated pan"},
+                                     ReadBands};
 
 constexpr OptionEntry bitDepthOption = {
-    "--bit-depth", "N", "what the files declare, else all", fusionHeading,
-    "bits that are used of 16-bit samples, 9 to 16, such as 11; no result is larger"};
-constexpr OptionEntry noDataOption = {
-    "--nodata", "V", "what the files declare", fusionHeading,
-    "the sample value that means no data, in every input and in the output"};
+    {"--bit-depth", "N", "what the files declare, else all", fusionHeading,
+     "bits that are used of 16-bit samples, 9 to 16, such as 11; no result is larger"},
+    SetWhole<&Arguments::bitDepth, 9, 16>};
 constexpr OptionEntry noNoDataOption = {
-    "--no-nodata", "", "", fusionHeading,
-    "take every sample as data, whatever the files declare, and zeros along the edge too"};
+    {"--no-nodata", "", "", fusionHeading,
+     "take every sample as data, whatever the files declare, and zeros along the edge too"},
+    ReadNoNoData};
 
 constexpr OptionEntry shiftOption = {
-    "--shift", "DX,DY|auto", "0,0", fusionHeading,
-    "how far the multispectral content lies right of and below its place, in its pixels, as 'pansharp info' "
-    "tells; it is moved back. 'auto' measures it"};
-constexpr OptionEntry resamplingOption = {"-r,--resampling", "bilinear|cubic", "cubic", fusionHeading,
-                                          "how the multispectral bands are brought to the pixels of pan"};
-constexpr OptionEntry blurOption = {"--mtf", "G1,G2,...", "0.3", qualityHeading,
-                                    "modulation transfer of the multispectral sensor at the Nyquist "
-                                    "frequency, one for all bands or one a band, that of an infrared one "
-                                    "last: the Gaussian blur to degrade with has it, too"};
-constexpr OptionEntry panBlurOption = {"--mtf-pan", "G", "0.15", qualityHeading, "the same of pan"};
+    {"--shift", "DX,DY|auto", "0,0", fusionHeading,
+     "how far the multispectral content lies right of and below its place, in its pixels, as 'pansharp info' "
+     "tells; it is moved back. 'auto' measures it"},
+    ReadShift};
+constexpr OptionEntry resamplingOption = {{"-r,--resampling", "bilinear|cubic", "cubic", fusionHeading,
+                                           "how the multispectral bands are brought to the pixels of pan"},
+                                          SetResampling<&Arguments::resampling>};
+constexpr OptionEntry blurOption = {
+    {"--mtf", "G1,G2,...", "0.3", qualityHeading,
+     "modulation transfer of the multispectral sensor at the Nyquist frequency, one for all bands or one a "
+     "band, that of an infrared one last: the Gaussian blur to degrade with has it, too"},
+    ReadBlur};
+constexpr OptionEntry panBlurOption = {{"--mtf-pan", "G", "0.15", qualityHeading, "the same of pan"},
+                                       ReadPanBlur};
 constexpr OptionEntry noDataOfAllOption = {
-    "--nodata", "V", "what the files declare", qualityHeading,
-    "the sample value that means no data, in every image; such pixels are left out"};
-constexpr OptionEntry noNoDataOfAllOption = {"--no-nodata", "", "", qualityHeading,
-                                             "take every sample as data, whatever the files declare"};
+    {"--nodata", "V", "what the files declare", qualityHeading,
+     "the sample value that means no data, in every image; such pixels are left out"},
+    ReadNoData};
+constexpr OptionEntry noNoDataOfAllOption = {
+    {"--no-nodata", "", "", qualityHeading, "take every sample as data, whatever the files declare"},
+    ReadNoNoData};
 
 constexpr PositionalEntry sharpenPositionals[] = {
     {"PAN", "the panchromatic raster: one band, as fine as the result is to be"},
@@ -73,117 +133,132 @@ constexpr PositionalEntry sharpenPositionals[] = {
      "band of a file"},
 };
 
-constexpr OptionEntry scaleOption = {"--scale", "MIN,MAX|auto", "", fusionHeading,
-                                     "map these values of all inputs, of whatever type, to 16 bits; the "
-                                     "output records scale and offset. 'auto' "
-                                     "finds them in a part of the inputs"};
+constexpr OptionEntry scaleOption = {
+    {"--scale", "MIN,MAX|auto", "", fusionHeading,
+     "map these values of all inputs, of whatever type, to 16 bits; the output records scale and offset. "
+     "'auto' finds them in a part of the inputs"},
+    ReadScale};
 constexpr OptionEntry sameCornerOption = {
-    "--same-corner", "", "", fusionHeading,
-    "take the inputs to have the corner and extent of pan, whatever their positions say"};
+    {"--same-corner", "", "", fusionHeading,
+     "take the inputs to have the corner and extent of pan, whatever their positions say"},
+    SetFlag<&Arguments::sameCorner>};
 
 constexpr OptionEntry sharpenOptions[] = {
-    {"-o,--output", "OUT", "", inputHeading, "the file to write; it appears only when it is complete"},
-    {"-f,--of", "FORMAT", "what the ending of OUT stands for", inputHeading,
-     "format of the output: GDAL's short name of a driver; GTiff for a name without an ending", false,
+    {{"-o,--output", "OUT", "", inputHeading, "the file to write; it appears only when it is complete"},
+     ReadOutput,
+     false,
+     {},
+     "no output is named; add -o and the name of the file to write"},
+    {{"-f,--of", "FORMAT", "what the ending of OUT stands for", inputHeading,
+      "format of the output: GDAL's short name of a driver; GTiff for a name without an ending"},
+     ReadFormat,
+     false,
      "GTiff COG PNG JPEG JP2OpenJPEG HFA ENVI"},
-    {"--co", "NAME=VALUE", "", inputHeading, "creation option of the format, such as COMPRESS=DEFLATE", true,
+    {{"--co", "NAME=VALUE", "", inputHeading, "creation option of the format, such as COMPRESS=DEFLATE"},
+     ReadCreationOptions,
+     true,
      "COMPRESS=DEFLATE COMPRESS=LZW COMPRESS=ZSTD PREDICTOR=2 BIGTIFF=YES NUM_THREADS=ALL_CPUS"},
-    {"--overwrite", "", "", inputHeading, "replace the output and what is written beside it if they exist"},
-    {"--preview", "FILE.png", "", inputHeading,
-     "make a picture of up to 512 x 512 pixels of the scene, too: pan, the multispectral bands merely "
-     "upsampled, and "
-     "the result, side by side; the first three bands written are red, green and blue, each with a stretch "
-     "of "
-     "its own"},
-    {"--preview-at", "X,Y", "the middle of what is fused", inputHeading,
-     "where the middle of the picture lies, in map units of pan"},
-    methodOption,
-    {"-w,--weights", "W1,W2,...|equal|auto", "auto", fusionHeading,
-     "weights of the multispectral bands in the simulated pan, one a band, in order; 'equal' gives each, the "
-     "infrared band too, the same share of 1; 'auto' fits them, so that the weighted bands come as near to "
-     "pan "
-     "as can be"},
-    {"--weights-from", "RUN.json", "", fusionHeading,
-     "the weights of an earlier run, from what it printed with --json; that of the infrared band too, or "
-     "blur and "
-     "gains in their place"},
-    infraredOption,
-    {"--infrared-weight", "W", "fitted, or the share of one band", fusionHeading,
-     "weight of the infrared band in the simulated pan"},
-    transferOption,
-    gainsOption,
+    {{"--overwrite", "", "", inputHeading, "replace the output and what is written beside it if they exist"},
+     SetFlag<&Arguments::overwrite>},
+    {{"--preview", "FILE.png", "", inputHeading,
+      "make a picture of up to 512 x 512 pixels of the scene, too: pan, the multispectral bands merely "
+      "upsampled, and the result, side by side; the first three bands written are red, green and blue, each "
+      "with a stretch of its own"},
+     ReadPreview},
+    {{"--preview-at", "X,Y", "the middle of what is fused", inputHeading,
+      "where the middle of the picture lies, in map units of pan"},
+     ReadPreviewPlace},
+    option::method,
+    option::weights,
+    option::weightsFrom,
+    option::infrared,
+    option::infraredWeight,
+    option::transfer,
+    option::gains,
     bandsOption,
     resamplingOption,
     bitDepthOption,
-    {"--projwin", "ULX ULY LRX LRY", "all of pan", fusionHeading,
-     "fuse only the part between these corners, upper left and lower right, in map units of pan; the pixels "
-     "are those that the whole has there"},
-    {"--bbox", "XMIN YMIN XMAX YMAX", "all of pan", fusionHeading,
-     "the same, by the least and greatest coordinates"},
+    option::projwin,
+    option::bbox,
     scaleOption,
-    {"--extent", "pan|intersection", "pan", fusionHeading,
-     "fuse all of pan, or only what lies on all the inputs"},
+    {{"--extent", "pan|intersection", "pan", fusionHeading,
+      "fuse all of pan, or only what lies on all the inputs"},
+     ReadExtent},
     sameCornerOption,
     shiftOption,
-    noDataOption,
+    option::noData,
     noNoDataOption,
-    {"--alpha", "", "", fusionHeading,
-     "write a last band that tells where there is data, 0 where there is none"},
-    {"-j,--threads", "N", "one a processor", runHeading, "threads that fuse"},
-    {"--dry-run", "", "", runHeading,
-     "fuse and write nothing: tell what 'pansharp info' tells, for these options, and whether the output and "
-     "the preview can be written"},
-    {"-v,--verbose", "", "", runHeading, "say in the end what the run was made with, too"},
-    {"-q,--quiet", "", "", runHeading, "print warnings and errors only"},
+    {{"--alpha", "", "", fusionHeading,
+      "write a last band that tells where there is data, 0 where there is none"},
+     SetFlag<&Arguments::alpha>},
+    {{"-j,--threads", "N", "one a processor", runHeading, "threads that fuse"},
+     SetWhole<&Arguments::threads, 1, 1024>},
+    {{"--dry-run", "", "", runHeading,
+      "fuse and write nothing: tell what 'pansharp info' tells, for these options, and whether the output "
+      "and the preview can be written"},
+     SetFlag<&Arguments::dryRun>},
+    {{"-v,--verbose", "", "", runHeading, "say in the end what the run was made with, too"},
+     SetFlag<&Arguments::verbose>},
+    {{"-q,--quiet", "", "", runHeading, "print warnings and errors only"}, SetFlag<&Arguments::quiet>},
     jsonOption,
-    {"--window", "ROWS", "chosen from the sizes", advancedHeading,
-     "rows that are fused at a time; the pixels do not depend on it"},
-    {"--set", "NAME=VALUE", "", advancedHeading,
-     "a raw property of the process, set last; 'pansharp methods' lists them", true},
-    {"--simd", "TARGET", "the best, or what PANSHARP_SIMD names", advancedHeading,
-     "vector instructions to use, or 'scalar'; the pixels do not depend on it", false, "scalar"},
-    {"--settings", "FILE", "", advancedHeading,
-     "an XML file of raw properties, one element each below its root; --set goes before it"},
-    {"--status-xml", "FILE", "", advancedHeading,
-     "when the work fails, write what went wrong into this file as an XML report"},
+    {{"--window", "ROWS", "chosen from the sizes", advancedHeading,
+      "rows that are fused at a time; the pixels do not depend on it"},
+     SetWhole<&Arguments::windowRows, 1, 0x7FFFFFFF>},
+    {{"--set", "NAME=VALUE", "", advancedHeading,
+      "a raw property of the process, set last; 'pansharp methods' lists them"},
+     ReadProperties,
+     true},
+    option::simd,
+    {{"--settings", "FILE", "", advancedHeading,
+      "an XML file of raw properties, one element each below its root; --set goes before it"},
+     ReadSettingsFile},
+    {{"--status-xml", "FILE", "", advancedHeading,
+      "when the work fails, write what went wrong into this file as an XML report"},
+     ReadStatusXml},
     pluginOption,
-    helpOption,
+    option::help,
 };
 
-constexpr OptionEntry infoOptions[] = {methodOption, infraredOption,   bandsOption,  bitDepthOption,
-                                       scaleOption,  sameCornerOption, noDataOption, noNoDataOption,
-                                       jsonOption,   pluginOption,     helpOption};
+constexpr OptionEntry infoOptions[] = {option::method, option::infrared, bandsOption,    bitDepthOption,
+                                       scaleOption,    sameCornerOption, option::noData, noNoDataOption,
+                                       jsonOption,     pluginOption,     option::help};
 
 constexpr PositionalEntry assessPositionals[] = {
     {"FUSED", "the image to assess: one file, or FILE,band=N for each band, in order"},
 };
 
 constexpr OptionEntry assessOptions[] = {
-    {"--reference", "TRUTH", "", inputHeading, "what the image should be: the same bands and pixels", true},
-    {"--pan", "PAN", "", inputHeading, "the panchromatic raster that the image was made of"},
-    {"--ms", "MS", "", inputHeading, "the multispectral raster that it was made of", true},
-    {"-b,--bands", "LIST", "all", inputHeading,
-     "the bands of MS that the image has, by number from 1, in its order, such as 3,2,1"},
-    {"--ratio", "R", "that of MS and PAN; without them there is no ERGAS", qualityHeading,
-     "the coarse pixel's width over the fine one's, for ERGAS"},
+    option::reference,
+    option::pan,
+    option::ms,
+    {{"-b,--bands", "LIST", "all", inputHeading,
+      "the bands of MS that the image has, by number from 1, in its order, such as 3,2,1"},
+     ReadBandsOfImage},
+    {{"--ratio", "R", "that of MS and PAN; without them there is no ERGAS", qualityHeading,
+      "the coarse pixel's width over the fine one's, for ERGAS"},
+     ReadRatio},
     blurOption,
     panBlurOption,
     noDataOfAllOption,
     noNoDataOfAllOption,
     jsonOption,
-    helpOption,
+    option::help,
 };
 
 constexpr OptionEntry compareOptions[] = {
-    {"--keep", "FOLDER", "", inputHeading,
-     "leave the degraded pair and the truth there, as pan.tif, ms.tif and truth.tif; and infrared.tif"},
-    {"--overwrite", "", "", inputHeading, "replace such files if they exist"},
-    infraredOption,
-    {"-b,--bands", "LIST", "all", fusionHeading,
-     "multispectral bands to fuse and compare, by number from 1, in order; the others only take part in the "
-     "simulated pan"},
-    {"-r,--resampling", "bilinear|cubic", "both", fusionHeading,
-     "sample the multispectral bands in this way only"},
+    {{"--keep", "FOLDER", "", inputHeading,
+      "leave the degraded pair and the truth there, as pan.tif, ms.tif and truth.tif; and infrared.tif"},
+     ReadKeep},
+    {{"--overwrite", "", "", inputHeading, "replace such files if they exist"},
+     SetFlag<&Arguments::replaceKept>},
+    option::infrared,
+    {{"-b,--bands", "LIST", "all", fusionHeading,
+      "multispectral bands to fuse and compare, by number from 1, in order; the others only take part in the "
+      "simulated pan"},
+     ReadBands},
+    {{"-r,--resampling", "bilinear|cubic", "both", fusionHeading,
+      "sample the multispectral bands in this way only"},
+     SetResampling<&Arguments::onlyResampling>},
     bitDepthOption,
     scaleOption,
     sameCornerOption,
@@ -194,27 +269,48 @@ constexpr OptionEntry compareOptions[] = {
     noNoDataOfAllOption,
     jsonOption,
     pluginOption,
-    helpOption,
+    option::help,
 };
 
-constexpr OptionEntry methodsOptions[] = {jsonOption, pluginOption, helpOption};
+constexpr OptionEntry methodsOptions[] = {jsonOption, pluginOption, option::help};
 
-constexpr OptionEntry jsonOfVersionOption = {"--json", "", "", helpHeading,
-                                             "print the versions as one JSON object"};
+constexpr OptionEntry jsonOfVersionOption = {
+    {"--json", "", "", helpHeading, "print the versions as one JSON object"}, SetFlag<&Arguments::json>};
 constexpr OptionEntry programOptions[] = {
-    {"--version", "", "", helpHeading,
-     "print the versions of the program and of the plug-in and the vector instructions in use; so does "
-     "'pansharp version'"},
+    option::version,
     jsonOfVersionOption,
-    helpOption,
+    option::help,
 };
+
+// What a reader looks at is read before it: the infrared band before its weight, all that a run reads and
+// writes before what stands beside it.
+constexpr std::string_view sharpenOrder[] = {
+    "--infrared",        "--output",    "--of",        "--co",           "--weights",    "--bands",
+    "--infrared-weight", "--mtf",       "--gains",     "--weights-from", "--settings",   "--set",
+    "--resampling",      "--bit-depth", "--projwin",   "--bbox",         "--extent",     "--shift",
+    "--scale",           "--nodata",    "--no-nodata", "--plugin",       "--status-xml", "--threads",
+    "--window"};
+constexpr std::string_view compareOrder[] = {"--infrared", "--resampling", "--bands",  "--bit-depth",
+                                             "--shift",    "--scale",      "--nodata", "--no-nodata",
+                                             "--mtf-pan",  "--mtf"};
+constexpr std::string_view assessOrder[] = {"--ratio", "--bands", "--mtf-pan"};
+
+/// A name that is none would say nothing.
+constexpr bool AreOptions(std::span<const std::string_view> keys, std::span<const OptionEntry> options) {
+    return std::all_of(keys.begin(), keys.end(), [&](std::string_view key) {
+        return std::any_of(options.begin(), options.end(),
+                           [&](const OptionEntry& option) { return option.Key() == key; });
+    });
+}
+static_assert(AreOptions(sharpenOrder, sharpenOptions) && AreOptions(compareOrder, compareOptions) &&
+              AreOptions(assessOrder, assessOptions));
 
 constexpr CommandEntry commands[] = {
     {"sharpen", "pansharp sharpen PAN MS [MS ...] -o OUT [options]",
      "Fuses a sharp panchromatic raster with a coarser multispectral one into a multispectral raster as fine "
      "as "
      "the first.",
-     sharpenPositionals, sharpenOptions,
+     sharpenPositionals, ReadPair, sharpenOptions, sharpenOrder,
      R"(Examples:
   pansharp sharpen pan.tif ms.tif -o sharp.tif
   pansharp sharpen B8.TIF B4.TIF B3.TIF B2.TIF -o sharp.tif --co COMPRESS=DEFLATE
@@ -227,12 +323,16 @@ Bands in several files may differ in pixel size, extent and projection.
 
 Exit codes: 0 done, 1 the work failed, 2 the command line is wrong, 130 interrupted.
 )"},
-    {"info", "pansharp info PAN MS [MS ...] [options]",
+    {"info",
+     "pansharp info PAN MS [MS ...] [options]",
      "Tells what is to be known of a pair before it is fused: whether it would be and how, how well weights "
      "of "
      "the bands make up pan, whether the images are shifted against each other. It looks at a sample of the "
      "pixels and writes nothing.",
-     sharpenPositionals, infoOptions,
+     sharpenPositionals,
+     ReadPair,
+     infoOptions,
+     {},
      R"(Examples:
   pansharp info pan.tif ms.tif
   pansharp info B8.TIF B4.TIF B3.TIF B2.TIF --infrared B5.TIF --json
@@ -246,7 +346,7 @@ Exit codes: 0 'pansharp sharpen' would work, 1 it would fail, 2 the command line
      "Tells how good a fused image is: against the truth, where there is one, or against the pair that it "
      "was made "
      "of, with plain bilinear upsampling beside it.",
-     assessPositionals, assessOptions,
+     assessPositionals, ReadFused, assessOptions, assessOrder,
      R"(Examples:
   pansharp assess sharp.tif --pan pan.tif --ms ms.tif
   pansharp assess sharp.tif --reference truth.tif --ratio 4 --json
@@ -261,7 +361,7 @@ Exit codes: 0 done, 1 the work failed, 2 the command line is wrong.
      "sampling, with "
      "fitted and "
      "with equal weights, and compares what comes of it with the multispectral image.",
-     sharpenPositionals, compareOptions,
+     sharpenPositionals, ReadPair, compareOptions, compareOrder,
      R"(Examples:
   pansharp compare pan.tif ms.tif
   pansharp compare B8.TIF B4.TIF B3.TIF B2.TIF --mtf 0.32,0.33,0.34 --json
@@ -276,7 +376,9 @@ Exit codes: 0 done, 1 the work failed, 2 the command line is wrong.
      "pansharp methods [options]",
      "Lists the methods that the plug-in offers, with formula, use and properties.",
      {},
+     nullptr,
      methodsOptions,
+     {},
      R"(Examples:
   pansharp methods
   pansharp methods --json
@@ -288,7 +390,9 @@ constexpr CommandEntry program = {"",
                                   "Pan-sharpening: as fine as the panchromatic raster, in the colours of the "
                                   "multispectral one.",
                                   {},
+                                  nullptr,
                                   programOptions,
+                                  {},
                                   R"(Example:
   pansharp sharpen pan.tif ms.tif -o sharp.tif
 
@@ -296,8 +400,6 @@ constexpr CommandEntry program = {"",
 )"};
 
 } // namespace
-
-std::string_view OptionEntry::Key() const { return names.substr(names.find("--")); }
 
 std::size_t OptionEntry::CountValues() const {
     return IsFlag() ? 0 : static_cast<std::size_t>(std::count(value.begin(), value.end(), ' ')) + 1;

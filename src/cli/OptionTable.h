@@ -5,21 +5,33 @@
 #include <string>
 #include <string_view>
 
-/// Every command and option there is. The parser, --help and the manual page are made from this one table.
+/// Every command and option there is. The parser, --help, the manual page and completion are made from this
+/// one table, and a command's request by the readers in it.
 namespace cli {
 
-struct OptionEntry {
+class CommandLine;
+struct Arguments;
+struct TypedOption;
+
+struct OptionText {
     std::string_view names;    ///< as typed, the short form first: "-o,--output"
     std::string_view value;    ///< what stands for the value in the help, for several with blanks between
                                ///< them; empty for a flag
     std::string_view standard; ///< the default, as typed or in words; empty for none
     std::string_view heading;  ///< under which the help shows it
     std::string_view help;
+};
+
+struct OptionEntry : OptionText {
+    /// Puts what was typed into a field of the arguments. Null for an option that is asked for by its handle,
+    /// before the others are read.
+    void (*read)(const TypedOption& option, Arguments& to) = nullptr;
     bool repeatable = false;
     std::string_view choices = {}; ///< words that completion offers besides those that `value` spells out
+    std::string_view missing = {}; ///< of an option that has to be given: what to say when it is not
 
-    /// The long form, by which the program asks for it: "--output".
-    [[nodiscard]] std::string_view Key() const;
+    /// The long form, such as "--output".
+    [[nodiscard]] constexpr std::string_view Key() const { return names.substr(names.find("--")); }
     [[nodiscard]] bool IsFlag() const { return value.empty(); }
     /// Values that follow the option each time.
     [[nodiscard]] std::size_t CountValues() const;
@@ -38,9 +50,21 @@ struct CommandEntry {
     std::string_view synopsis;
     std::string_view summary;
     std::span<const PositionalEntry> positionals;
-    std::span<const OptionEntry> options; ///< those under one heading stand together
-    std::string_view closing;             ///< examples and the like, printed as they are
+    void (*readInputs)(const CommandLine& line, Arguments& to); ///< those positionals; null without any
+    std::span<const OptionEntry> options;                       ///< those under one heading stand together
+    /// Long forms of options that are read before the others, in this order. Of several that are wrong, it
+    /// decides which is told.
+    std::span<const std::string_view> order;
+    std::string_view closing; ///< examples and the like, printed as they are
 };
+
+/// Options that are asked for one by one: a reader looks whether another option was typed, too.
+namespace option {
+extern const OptionEntry method, weights, weightsFrom, infrared, infraredWeight, transfer, gains;
+extern const OptionEntry projwin, bbox, noData;
+extern const OptionEntry reference, pan, ms;
+extern const OptionEntry simd, version, help;
+} // namespace option
 
 /// What is said of the program when no command is named.
 [[nodiscard]] const CommandEntry& Program();

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "cli/CommandLine.h"
+#include "cli/Arguments.h"
 #include "cli/ExitCode.h"
 
 namespace cli {
 
 /// "pansharp sharpen": fuses a scene and prints what was done or why not. Throws UsageError.
-[[nodiscard]] ExitCode RunSharpen(const CommandLine& line);
+[[nodiscard]] ExitCode RunSharpen(Arguments request);
 
 } // namespace cli

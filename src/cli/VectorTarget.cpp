@@ -28,7 +28,7 @@ void Force(const std::string& origin, const std::string& name) {
 } // namespace
 
 void ForceVectorTarget(const CommandLine& line) {
-    if (line.Has("--simd")) return Force("--simd", line.Get("--simd"));
+    if (line.Has(option::simd)) return Force("--simd", line.Get(option::simd));
     if (const char* named = std::getenv(variable); named && *named)
         Force(std::string("the environment variable ") + variable, named);
 }

@@ -71,6 +71,8 @@ const WrongLine wrongLines[] = {
     {{"sharpen", "a", "b", "-o", "c", "--extent", "intersektion"}, {"did you mean 'intersection'?"}},
     {{"sharpen", "a", "b", "-o", "c", "--shift", "1"}, {"--shift", "'1'", "comma"}},
     {{"sharpen", "a", "b", "-o", "c", "--shift", "1,x"}, {"--shift", "'x' is not a number"}},
+    {{"sharpen", "a", "b", "-o", "c", "--scale", "1", "--shift", "2"}, {"--shift: '2'"}}, // the first one
+    {{"sharpen", "a", "b", "-o", "c", "--preview-at", "1,2"}, {"without a picture", "--preview FILE.png"}},
     {{"sharpen", "a", "b", "-o", "c", "--scale", "1,1"}, {"--scale", "'1,1'", "least value comes first"}},
     {{"sharpen", "a", "b", "-o", "c", "--nodata", "0", "--no-nodata"}, {"--nodata", "--no-nodata"}},
     {{"sharpen", "a", "b", "-o", "c", "--simd", "mmx"}, {"'mmx' cannot run here", "scalar"}},

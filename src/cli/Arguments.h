@@ -1,0 +1,33 @@
+#pragma once
+
+#include "cli/CommandLine.h"
+#include "cli/RunWeights.h"
+#include "rasterhost/assessing/Compare.h"
+#include "rasterhost/assessing/Preview.h"
+
+#include <optional>
+#include <string>
+
+namespace cli {
+
+/// What a command line asks for, each option in a field of its own. A command takes the requests that it
+/// makes something of.
+struct Arguments : rasterhost::SharpenRequest,
+                   rasterhost::BlurOptions,
+                   rasterhost::AssessOptions,
+                   rasterhost::CompareOptions {
+    CommandLine line; ///< for what was typed at all
+    bool json = false;
+    bool quiet = false;
+    bool verbose = false;
+    bool dryRun = false;
+    std::string statusXml;             ///< file to write; empty for none
+    std::optional<RunWeights> earlier; ///< run that weights were taken from
+    std::optional<rasterhost::PreviewRequest> preview;
+};
+
+/// Reads the inputs and then every option that was typed, on top of what `base` asks for: those that the
+/// command has to have in order first, the others in the order of the table. Throws UsageError.
+[[nodiscard]] Arguments ReadArguments(const CommandLine& line, Arguments base = {});
+
+} // namespace cli

@@ -1,0 +1,269 @@
+#include "cli/OptionReaders.h"
+
+#include "cli/ExitCode.h"
+#include "cli/SettingsFile.h"
+#include "fundament/Text.h"
+#include "host/PropertyNames.h"
+#include "rasterhost/writing/RunFiles.h"
+
+#include <array>
+#include <filesystem>
+#include <span>
+#include <sstream>
+#include <utility>
+
+namespace cli {
+
+using KOVA::Tessara::Fundament::StartsWith;
+using KOVA::Tessara::Fundament::StringsEqual;
+using rasterhost::WeightSource;
+
+namespace {
+
+/// The name of a file to write.
+const std::string& FileName(const TypedOption& option) {
+    if (option.Value() == "-")
+        throw UsageError(option.name +
+                         ": standard output takes no file; name one (./- is a file of that name)");
+    return option.Value();
+}
+
+/// A file that stands beside the output must not take the place of what the run reads or makes, nor be one of
+/// it.
+void AddBeside(const TypedOption& option, Arguments& to) {
+    rasterhost::RunFiles files = rasterhost::FilesOf(to);
+    files.Add(to.output, "the output");
+    if (const std::string use = files.FindUse(option.Value()); !use.empty())
+        throw UsageError(option.name + ": '" + option.Value() + "' is " + use +
+                         " of this run; choose another name");
+    to.otherFiles.emplace_back(option.Value(), "the file of " + option.name);
+}
+
+bool IsAuto(const TypedOption& option) { return StringsEqual(option.Value(), "auto", true); }
+
+double ParseTransfer(const std::string& option, const std::string& text) {
+    const double transfer = ParseNumber(option, text);
+    if (transfer > 0.0 && transfer < 1.0) return transfer;
+    throw UsageError(option + ": '" + text +
+                     "' is no modulation transfer; give numbers above 0 and below 1, such as 0.3");
+}
+
+} // namespace
+
+void ReadOutput(const TypedOption& option, Arguments& to) {
+    to.output = FileName(option);
+    if (StartsWith(to.output, "/vsimem/", false))
+        throw UsageError("-o: '" + to.output + "' would be gone with this run; name a file");
+}
+
+void ReadFormat(const TypedOption& option, Arguments& to) {
+    to.format = option.Value();
+    if (to.format.empty()) throw UsageError(option.name + ": the format is empty; give one such as GTiff");
+}
+
+void ReadCreationOptions(const TypedOption& option, Arguments& to) {
+    for (const std::string& value : option.values)
+        (void)ParseNameValue(option.name, value);
+    to.creationOptions = option.values;
+}
+
+void ReadPreview(const TypedOption& option, Arguments& to) {
+    if (!KOVA::Tessara::Fundament::ToLower(option.Value()).ends_with(".png"))
+        throw UsageError(option.name + ": '" + option.Value() +
+                         "' is not the name of a PNG file; let it end in .png");
+    AddBeside(option, to);
+    to.preview = {option.Value(), std::nullopt};
+    to.hasPreview = true;
+}
+
+void ReadPreviewPlace(const TypedOption& option, Arguments& to) {
+    if (!to.preview)
+        throw UsageError(option.name + " is given without a picture; name it with --preview FILE.png");
+    to.preview->at = ParsePair(option.name, option.Value());
+}
+
+void ReadStatusXml(const TypedOption& option, Arguments& to) {
+    to.statusXml = FileName(option);
+    AddBeside(option, to);
+}
+
+void ReadKeep(const TypedOption& option, Arguments& to) {
+    to.keep = option.Value();
+    if (!to.keep.empty() && !std::filesystem::is_directory(to.keep))
+        throw UsageError(option.name + ": there is no folder '" + to.keep + "'; make it first");
+}
+
+void ReadWeights(const TypedOption& option, Arguments& to) {
+    to.weights = ParseWeights(option.name, option.Value());
+    to.weightSource = StringsEqual(option.Value(), "equal", true) ? WeightSource::Equal : WeightSource::Fit;
+}
+
+/// Blur and gains that are typed go before those of the run.
+void ReadWeightsFrom(const TypedOption& option, Arguments& to) {
+    const std::string& file = option.Value();
+    if (option.line.Has(option::weights))
+        throw UsageError("--weights and --weights-from both say what the weights are; give one of them");
+    const RunWeights run = ReadRunWeights(file);
+    if (!option.line.Has(option::transfer)) to.transfer = run.transfer;
+    if (!option.line.Has(option::gains)) to.gains = run.gains;
+    to.weights = run.bands;
+    if (run.infrared && !to.infrared)
+        throw UsageError(option.name + ": the run of '" + file +
+                         "' had an infrared band that took part; name one with --infrared");
+    if (to.infrared && !option.line.Has(option::infraredWeight)) to.infraredWeight = run.infrared;
+    if (to.infrared && !to.infraredWeight)
+        throw UsageError(option.name + ": the run of '" + file +
+                         "' had no infrared band; give the weight of this one with --infrared-weight");
+    to.earlier = run;
+    to.otherFiles.emplace_back(file, "the file of " + option.name);
+}
+
+void ReadInfraredWeight(const TypedOption& option, Arguments& to) {
+    if (!to.infrared)
+        throw UsageError(option.name + " is given without an infrared band; name it with --infrared");
+    to.infraredWeight = ParseNumber(option.name, option.Value());
+}
+
+void ReadTransfer(const TypedOption& option, Arguments& to) {
+    to.transfer.reset();
+    if (!IsAuto(option)) to.transfer = ParseNumber(option.name, option.Value());
+}
+
+void ReadGains(const TypedOption& option, Arguments& to) {
+    to.gains = ParseGains(option.name, option.Value());
+}
+
+/// A method that is typed goes before that of the settings.
+void ReadSettingsFile(const TypedOption& option, Arguments& to) {
+    for (const auto& [name, value] : ReadSettings(option.Value()))
+        if (!StringsEqual(name, KOVA::Tessara::PropertyNames::method, true)) {
+            to.properties.emplace_back(name, value);
+        } else if (!option.line.Has(option::method)) {
+            to.method = value;
+        }
+    to.otherFiles.emplace_back(option.Value(), "the file of " + option.name);
+}
+
+/// Set last, so that they go before all others.
+void ReadProperties(const TypedOption& option, Arguments& to) {
+    for (const std::string& property : option.values)
+        to.properties.push_back(ParseNameValue(option.name, property));
+}
+
+void ReadPart(const TypedOption& option, Arguments& to) {
+    const bool isBox = option.name == option::bbox.Key();
+    if (option.line.Has(option::projwin) && option.line.Has(option::bbox))
+        throw UsageError("--projwin and --bbox both say which part to fuse; give one of them");
+    const std::vector<std::string>& texts = option.values;
+    std::array<double, 4> part{}; // left, top, right, bottom
+    for (std::size_t i = 0; i < part.size(); ++i)
+        part[i] = ParseNumber(option.name, texts[i]);
+    if (isBox) std::swap(part[1], part[3]);
+    const auto& [left, top, right, bottom] = part;
+    if (left >= right || (isBox ? bottom >= top : bottom == top))
+        throw UsageError(option.name + ": nothing lies between '" + texts[0] + " " + texts[1] + "' and '" +
+                         texts[2] + " " + texts[3] + "'; " +
+                         (isBox ? "the least x and y come first, then the greatest"
+                                : "the upper left corner comes first, then the lower right one"));
+    to.part = part;
+}
+
+void ReadExtent(const TypedOption& option, Arguments& to) {
+    to.onlyIntersection = ParseChoice(option.name, option.Value(), {"pan", "intersection"}) == 1;
+}
+
+void ReadShift(const TypedOption& option, Arguments& to) {
+    to.shift = {};
+    to.measureShift = IsAuto(option);
+    if (to.measureShift) return;
+    const auto [right, below] = ParsePair(option.name, option.Value());
+    to.shift = {right, below};
+}
+
+void ReadScale(const TypedOption& option, Arguments& to) {
+    to.scale.reset();
+    to.findScale = IsAuto(option);
+    if (to.findScale) return;
+    to.scale = ParsePair(option.name, option.Value());
+    if (!((*to.scale)[0] < (*to.scale)[1]))
+        throw UsageError(option.name + ": the least value comes first, then the greatest; '" +
+                         option.Value() + "' leaves nothing between them");
+}
+
+void ReadBands(const TypedOption& option, Arguments& to) {
+    to.bands = ParseBandList(option.name, option.Value());
+}
+
+void ReadNoData(const TypedOption& option, Arguments& to) {
+    to.noData = ParseNumber(option.name, option.Value());
+    to.ignoreNoData = false;
+}
+
+void ReadNoNoData(const TypedOption& option, Arguments& to) {
+    to.noData.reset();
+    to.ignoreNoData = true;
+    if (option.line.Has(option::noData))
+        throw UsageError(
+            "--nodata names a value that means no data and --no-nodata says that none does; give "
+            "one of them");
+}
+
+void ReadBlur(const TypedOption& option, Arguments& to) {
+    to.blur.multispectral.clear();
+    std::istringstream list(option.Value());
+    for (std::string part; std::getline(list, part, ',');)
+        to.blur.multispectral.push_back(ParseTransfer(option.name, part));
+    if (to.blur.multispectral.empty())
+        throw UsageError(option.name + ": no number is given; give one such as 0.3");
+}
+
+void ReadPanBlur(const TypedOption& option, Arguments& to) {
+    to.blur.pan = ParseTransfer(option.name, option.Value());
+}
+
+void ReadRatio(const TypedOption& option, Arguments& to) {
+    to.ratio = ParseNumber(option.name, option.Value());
+    if (*to.ratio <= 0.0)
+        throw UsageError(option.name + ": '" + option.Value() +
+                         "' is no ratio; give the coarse pixel's width over the fine one's, such as 2");
+}
+
+void ReadBandsOfImage(const TypedOption& option, Arguments& to) {
+    if (!option.line.Has(option::pan))
+        throw UsageError("--bands names bands of the pair; for a reference name them as in --reference "
+                         "FILE,band=3 --reference FILE,band=2");
+    ReadBands(option, to);
+}
+
+void ReadPair(const CommandLine& line, Arguments& to) {
+    const std::vector<std::string>& files = line.GetPositionals();
+    if (files.empty())
+        throw UsageError(
+            "no input is named; give the panchromatic raster and then the multispectral one, as in "
+            "pansharp sharpen pan.tif ms.tif -o sharp.tif");
+    to.pan = ParseInputBand(files.front());
+    if (files.size() == 1)
+        throw UsageError("only '" + files.front() +
+                         "' is named; give the multispectral raster, or one file a band, after it");
+    to.multispectral = ParseInputs(std::span(files).subspan(1));
+}
+
+void ReadFused(const CommandLine& line, Arguments& to) {
+    to.fused = ParseInputs(line.GetPositionals());
+    if (to.fused.empty())
+        throw UsageError(
+            "no image is named; give the fused raster, as in pansharp assess sharp.tif --pan pan.tif "
+            "--ms ms.tif");
+    to.reference = ParseInputs(line.GetAll(option::reference));
+    const bool hasPan = line.Has(option::pan);
+    if (hasPan) to.pan = ParseInputBand(line.Get(option::pan));
+    to.multispectral = ParseInputs(line.GetAll(option::ms));
+    if (hasPan != line.Has(option::ms))
+        throw UsageError("--pan and --ms go together: the pair that the image was made of; give both");
+    if (hasPan == line.Has(option::reference))
+        throw UsageError(
+            "give what to assess the image by: the truth with --reference, or the pair that it was made "
+            "of with --pan and --ms");
+}
+
+} // namespace cli
