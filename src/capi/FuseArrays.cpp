@@ -3,12 +3,14 @@
 #include "fundament/Text.h"
 #include "hostkit/ArrayRaster.h"
 #include "hostkit/AxisPlacement.h"
+#include "hostkit/LowPassFeed.h"
 #include "hostkit/WindowWorker.h"
 
 #include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
+#include <optional>
 #include <system_error>
 #include <thread>
 
@@ -40,12 +42,17 @@ class Worker {
 public:
     Worker(const hostkit::PluginLibrary& plugin, const FuseJob& fuseJob, Status& status)
         : job(fuseJob), panRaster(job.pan.info, {}),
-          worker(plugin, job.properties, job.pan.info, panRaster, status) {}
+          worker(plugin, job.properties, job.pan.info, panRaster, status) {
+        if (job.lowPass) lowPass.emplace(job.lowPass, job.pan.info, job.resampling);
+    }
 
     [[nodiscard]] bool Start(Status& status) { return worker.Start(status); }
 
     [[nodiscard]] bool Fuse(const PixelRect& window, Status& status) {
-        panRaster.SetBlock(MakeBlock(job.pan.samples, job.pan.layout, window, panBuffer));
+        const PixelRect panRect = lowPass ? lowPass->SetWindow(window) : window;
+        const hostkit::SampleBlock pan = MakeBlock(job.pan.samples, job.pan.layout, panRect, panBuffer);
+        panRaster.SetBlock(pan);
+        if (lowPass) lowPass->Offer(pan, worker.GetWorkspace());
         SetImage(hostkit::multispectralId, job.multispectral, window, multispectralBuffer);
         if (job.infrared) SetImage(hostkit::infraredId, *job.infrared, window, infraredBuffer);
         if (!worker.OpenWindow(window, status)) return false;
@@ -60,16 +67,17 @@ public:
 private:
     void SetImage(const char* id, const InputImage& image, const PixelRect& window,
                   std::vector<unsigned short>& buffer) {
-        const PixelRect needed = hostkit::AxisPlacement(job.pan.info, image.info)
-                                     .FindSource(window, hostkit::Resampling::Bilinear);
-        worker.GetWorkspace().SetImage(id,
-                                       {image.info, MakeBlock(image.samples, image.layout, needed, buffer)});
+        const PixelRect needed =
+            hostkit::AxisPlacement(job.pan.info, image.info).FindSource(window, job.resampling);
+        worker.GetWorkspace().SetImage(
+            id, {image.info, MakeBlock(image.samples, image.layout, needed, buffer), job.resampling});
     }
 
     const FuseJob& job;
     std::vector<unsigned short> panBuffer;
     std::vector<unsigned short> multispectralBuffer;
     std::vector<unsigned short> infraredBuffer;
+    std::optional<hostkit::LowPassFeed> lowPass;
     hostkit::ArrayRaster panRaster;
     hostkit::WindowWorker worker; ///< made after pan, so destroyed before it
 };

@@ -181,13 +181,53 @@ bool ReadOutput(const pansharp_output& given, FuseJob& job, Status& status) {
     return true;
 }
 
+/// The method that is named, or the one that people get who turn no knob: the plug-in's first where weights
+/// or an infrared image say so.
+const PansharpMethod* ChooseMethod(const pansharp_job& given, const PansharpDescription& plugin,
+                                   const FuseJob& job, Status& status) {
+    const bool weighs = given.weights || given.infrared_weight || job.infrared;
+    const char* keyword = given.method                        ? given.method
+                          : weighs && plugin.methodCount != 0 ? plugin.methods[0].keyword
+                                                              : "";
+    return hostkit::FindMethod(plugin, keyword, status);
+}
+
+/// How pan's detail comes into the bands.
+bool ReadDetail(const pansharp_job& given, FuseJob& job, Status& status) {
+    const bool usesLowPass = hostkit::UsesLowPass(*job.method);
+    if (given.gains ? given.gain_count == 0 : given.gain_count != 0)
+        return Refuse(status, "job.gains and job.gain_count: give both, or neither to have them fitted");
+    if (!usesLowPass && (given.gains || given.transfer != 0.0 || given.low_pass_mean != 0.0))
+        return Refuse(status,
+                      FormatString("the method %s does not compare pan with its low-pass; leave "
+                                   "job.gains, transfer and low_pass_mean out or choose another method",
+                                   job.method->keyword));
+    for (std::uint32_t band = 0; band < given.gain_count; ++band)
+        job.known.gains.push_back({given.gains[band].gain, given.gains[band].ratio_gain});
+    if (given.transfer != 0.0) job.known.transfer = given.transfer;
+    if (const std::string fault = fitting::FindFault(job.known, job.multispectral.info.bandsPerPixel);
+        !fault.empty())
+        return Refuse(status, fault);
+    if (given.low_pass_mean != 0.0) job.lowPassMean = given.low_pass_mean;
+    if (job.lowPassMean && !(*job.lowPassMean > 0.0 && std::isfinite(*job.lowPassMean)))
+        return Refuse(status, FormatString("job.low_pass_mean is %.10g; give a number above 0, or 0 for that "
+                                           "of these images",
+                                           *job.lowPassMean));
+    if (given.resampling > PANSHARP_CUBIC)
+        return Refuse(status,
+                      FormatString("job.resampling is %u; give a pansharp_resampling", given.resampling));
+    const bool isCubic = given.resampling == PANSHARP_CUBIC ||
+                         (given.resampling == PANSHARP_RESAMPLING_DEFAULT && usesLowPass);
+    job.resampling = isCubic ? hostkit::Resampling::Cubic : hostkit::Resampling::Bilinear;
+    return true;
+}
+
 /// What the process objects are made with.
 bool ReadMethod(const pansharp_job& given, const PansharpDescription& plugin, FuseJob& job, Status& status) {
-    // Pan's low-pass, which the recommended one may stand on, is not made here.
-    const char* keyword = given.method || plugin.methodCount == 0 ? given.method : plugin.methods[0].keyword;
-    const PansharpMethod* method = hostkit::FindMethod(plugin, keyword ? keyword : "", status);
+    const PansharpMethod* method = job.method = ChooseMethod(given, plugin, job, status);
     if (!method) return false;
-    const hostkit::WeightedBands bands{job.multispectral.info.bandsPerPixel, job.infrared.has_value()};
+    const hostkit::WeightedBands bands{job.multispectral.info.bandsPerPixel, job.infrared.has_value(),
+                                       hostkit::UsesLowPass(*method)};
     if (bands.multispectral < method->minimumBands)
         return Refuse(status, FormatString("the method %s needs %u multispectral bands or more; there are %u",
                                            method->keyword, method->minimumBands, bands.multispectral));
@@ -198,15 +238,18 @@ bool ReadMethod(const pansharp_job& given, const PansharpDescription& plugin, Fu
     if (given.infrared_weight) weights.infrared = *given.infrared_weight;
     job.properties[PropertyNames::method] = method->keyword;
     job.properties[PropertyNames::multispectralImage] = hostkit::multispectralId;
+    if (bands.lowPass) job.properties[PropertyNames::additionalImage] = hostkit::lowPassId;
     if (job.infrared) job.properties[PropertyNames::additionalImage] = hostkit::infraredId;
     job.properties[PropertyNames::outputBands] = FormatString("%u", job.processBands);
     hostkit::SetScalars(*method, std::nullopt, job.properties);
-    return hostkit::SetWeights(*method, bands, weights, job.properties, status);
+    return hostkit::SetWeights(*method, bands, weights, job.properties, status) &&
+           ReadDetail(given, job, status);
 }
 
 } // namespace
 
-bool ReadJob(const pansharp_job& given, const PansharpDescription& plugin, FuseJob& job, Status& status) {
+bool ReadJob(const pansharp_job& given, const PansharpDescription& plugin, JobUse use, FuseJob& job,
+             Status& status) {
     pansharp_job known;
     if (!TakeStructure(given, known, status)) return false;
     const std::uint32_t bits = known.bits_per_sample;
@@ -233,13 +276,25 @@ bool ReadJob(const pansharp_job& given, const PansharpDescription& plugin, FuseJ
         std::numeric_limits<std::uint32_t>::max())
         return Refuse(status,
                       "a row of pan with all bands has more than 4294967295 samples; fuse it in parts");
-    if (!ReadOutputBands(known, job, status) || !ReadOutput(known.output, job, status) ||
+    if (!ReadOutputBands(known, job, status) ||
+        (use == JobUse::Fuse && !ReadOutput(known.output, job, status)) ||
         !ReadMethod(known, plugin, job, status))
         return false;
     job.threads = known.threads;
     job.progress = known.progress;
     job.progressData = known.progress_data;
     return true;
+}
+
+bool SettleDetail(const fitting::DetailFit& found, FuseJob& job, Status& status) {
+    std::vector<double> gains, ratioGains;
+    for (const fitting::BandGains& band : found.gains) {
+        gains.push_back(band.gain);
+        ratioGains.push_back(band.ratioGain);
+    }
+    job.lowPass = std::make_shared<hostkit::PanLowPass>(job.pan.info, job.multispectral.info, found.transfer);
+    hostkit::SetScalars(*job.method, found.lowPassMean, job.properties);
+    return hostkit::SetGains(*job.method, gains, ratioGains, job.properties, status);
 }
 
 } // namespace capi

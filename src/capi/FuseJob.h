@@ -2,10 +2,14 @@
 
 #include "capi/StridedSamples.h"
 #include "capi/pansharp.h"
+#include "fitting/DetailFit.h"
 #include "fundament/Status.h"
 #include "host/Describe.h"
 #include "host/NameValueMap.h"
+#include "hostkit/PanLowPass.h"
+#include "hostkit/RowSampler.h"
 
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -34,14 +38,27 @@ struct FuseJob {
     Layout outputLayout;
     std::vector<std::uint32_t> outputBands; ///< counted from 0
     std::uint32_t processBands = 0;         ///< the first so many bands come out of the process
+    const PansharpMethod* method = nullptr; ///< of the plug-in
     KOVA::Tessara::Global::NameValueMap properties;
-    std::uint32_t threads = 0; ///< 0: one a processor
+    hostkit::Resampling resampling = hostkit::Resampling::Bilinear;
+    /// For a method that compares pan with its low-pass; the rest is fitted to the images.
+    fitting::KnownDetail known;
+    std::optional<double> lowPassMean;
+    std::shared_ptr<const hostkit::PanLowPass> lowPass; ///< null until SettleDetail, and for other methods
+    std::uint32_t threads = 0;                          ///< 0: one a processor
     pansharp_progress progress = nullptr;
     void* progressData = nullptr;
 };
 
+/// What a job is read for: to fit it alone takes no output.
+enum class JobUse { Fuse, Fit };
+
 /// False, with an item that names the member of the C structure, when the job cannot be done as it is.
-[[nodiscard]] bool ReadJob(const pansharp_job& given, const PansharpDescription& plugin, FuseJob& job,
-                           KOVA::Tessara::Fundament::Status& status);
+[[nodiscard]] bool ReadJob(const pansharp_job& given, const PansharpDescription& plugin, JobUse use,
+                           FuseJob& job, KOVA::Tessara::Fundament::Status& status);
+
+/// Gives the job of a method that compares pan with its low-pass what was found. False with an item.
+[[nodiscard]] bool SettleDetail(const fitting::DetailFit& found, FuseJob& job,
+                                KOVA::Tessara::Fundament::Status& status);
 
 } // namespace capi

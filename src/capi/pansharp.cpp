@@ -2,8 +2,10 @@
 
 #include "capi/pansharp.h"
 
+#include "capi/FitArrays.h"
 #include "capi/FuseArrays.h"
 #include "capi/FuseJob.h"
+#include "hostkit/MethodTable.h"
 #include "hostkit/PluginLibrary.h"
 
 #include <algorithm>
@@ -71,6 +73,26 @@ Result Guarded(ErrorText& error, Result whenThrown, const Call& call) noexcept {
     return whenThrown;
 }
 
+/// What `work` makes of a job that is read and checked.
+template <class Work>
+pansharp_result RunJob(const pansharp* library, const pansharp_job* job, ErrorText& text, capi::JobUse use,
+                       const Work& work) noexcept {
+    if (!library || !job) {
+        text.Set(library ? "job is null; give the address of a pansharp_job"
+                         : "library is null; give what pansharp_open returned");
+        return PANSHARP_BAD_ARGUMENT;
+    }
+    return Guarded(text, PANSHARP_FAILED, [&] {
+        Status status;
+        capi::FuseJob checked;
+        pansharp_result result = PANSHARP_BAD_ARGUMENT;
+        if (capi::ReadJob(*job, library->plugin->GetDescription(), use, checked, status))
+            result = work(checked, status);
+        if (result != PANSHARP_OK) text.Set(status);
+        return result;
+    });
+}
+
 } // namespace
 
 pansharp* pansharp_open(const char* plugin_path, char* error, size_t error_size) {
@@ -110,21 +132,36 @@ void pansharp_job_init(pansharp_job* job, size_t size) {
     job->struct_size = size;
 }
 
+pansharp_result pansharp_fit(const pansharp* library, const pansharp_job* job, pansharp_gains* gains,
+                             pansharp_detail* detail, char* error, size_t error_size) {
+    ErrorText text(error, error_size);
+    return RunJob(library, job, text, capi::JobUse::Fit, [&](capi::FuseJob& checked, Status& status) {
+        if (!hostkit::UsesLowPass(*checked.method)) {
+            status.Add(capi::CStatus::BadArgument,
+                       std::string("the method ") + checked.method->keyword +
+                           " does not compare pan with its low-pass: there is nothing to fit",
+                       "Pansharp.C");
+            return PANSHARP_BAD_ARGUMENT;
+        }
+        fitting::DetailFit fit;
+        if (!capi::FitArrays(checked, fit, status)) return PANSHARP_FAILED;
+        for (std::size_t band = 0; gains && band < fit.gains.size(); ++band)
+            gains[band] = {fit.gains[band].gain, fit.gains[band].ratioGain};
+        if (detail)
+            *detail = {fit.transfer, fit.lowPassMean,         fit.blur ? fit.blur->rSquared : 0.0,
+                       fit.samples,  fit.error.value_or(0.0), fit.plainError.value_or(0.0)};
+        return PANSHARP_OK;
+    });
+}
+
 pansharp_result pansharp_fuse(const pansharp* library, const pansharp_job* job, char* error,
                               size_t error_size) {
     ErrorText text(error, error_size);
-    if (!library || !job) {
-        text.Set(library ? "job is null; give the address of a pansharp_job"
-                         : "library is null; give what pansharp_open returned");
-        return PANSHARP_BAD_ARGUMENT;
-    }
-    return Guarded(text, PANSHARP_FAILED, [&] {
-        Status status;
-        capi::FuseJob checked;
-        pansharp_result result = PANSHARP_BAD_ARGUMENT;
-        if (capi::ReadJob(*job, library->plugin->GetDescription(), checked, status))
-            result = capi::FuseArrays(*library->plugin, checked, status);
-        if (result != PANSHARP_OK) text.Set(status);
-        return result;
+    return RunJob(library, job, text, capi::JobUse::Fuse, [&](capi::FuseJob& checked, Status& status) {
+        fitting::DetailFit fit;
+        if (hostkit::UsesLowPass(*checked.method) &&
+            !(capi::FitArrays(checked, fit, status) && capi::SettleDetail(fit, checked, status)))
+            return PANSHARP_FAILED;
+        return capi::FuseArrays(*library->plugin, checked, status);
     });
 }

@@ -73,6 +73,20 @@ typedef struct pansharp_output {
     ptrdiff_t band_stride;  /**< bytes from a sample to that of the next band */
 } pansharp_output;
 
+/** How the coarse images come onto the grid of pan. */
+typedef enum pansharp_resampling {
+    PANSHARP_RESAMPLING_DEFAULT =
+        0,                 /**< cubic where the method compares pan with its low-pass, else bilinear */
+    PANSHARP_BILINEAR = 1, /**< between the four nearest pixels */
+    PANSHARP_CUBIC = 2     /**< convolution of 4 x 4 pixels with a = -0.5 */
+} pansharp_resampling;
+
+/** What a band takes of pan's detail, each number 0 or more. */
+typedef struct pansharp_gains {
+    double gain;       /**< a share of the detail */
+    double ratio_gain; /**< a share of the detail times the band's ratio to pan's low-pass */
+} pansharp_gains;
+
 /** Told how many of the rows are done, in ascending order, 'rows' of them last; on the thread that called
  * pansharp_fuse. An answer other than 0 cancels. */
 typedef int (*pansharp_progress)(uint32_t rows_done, uint32_t rows, void* data);
@@ -89,7 +103,9 @@ typedef struct pansharp_job {
     const uint32_t*
         output_bands;           /**< multispectral bands to write, counted from 1; left out: all, in order */
     uint32_t output_band_count; /**< numbers at output_bands */
-    const char* method;         /**< a keyword in any letter case; left out: the plug-in's first */
+    /** A keyword in any letter case; left out: the one that the plug-in recommends, or its first where
+     * weights or an infrared image are given. */
+    const char* method;
     /** Share of each multispectral band in pan; left out: equal shares, the infrared band counted. */
     const double* weights;
     uint32_t weight_count;         /**< numbers at weights: one a band */
@@ -97,7 +113,30 @@ typedef struct pansharp_job {
     uint32_t threads;              /**< 0: one a processor */
     pansharp_progress progress;    /**< may be left out */
     void* progress_data;           /**< handed to it */
+    uint32_t resampling;           /**< a pansharp_resampling */
+    /* For a method that compares pan with its low-pass, which is made here. What is left out is fitted to the
+     * images, by the whole of the job; give the tiles of a scene what pansharp_fit found in the scene. */
+    uint32_t gain_count;         /**< numbers at gains: one a multispectral band */
+    const pansharp_gains* gains; /**< of each multispectral band */
+    /** Modulation transfer of the multispectral sensor at the Nyquist frequency of its pixels, 0.05 to 0.9.
+     */
+    double transfer;
+    double low_pass_mean; /**< mean of pan's low-pass; above 0 */
 } pansharp_job;
+
+/** What pansharp_fit found. */
+typedef struct pansharp_detail {
+    double transfer;      /**< for the member of the job */
+    double low_pass_mean; /**< for the member of the job */
+    /** How well the bands make up pan's low-pass by that blur, 1 at best; below 0.5 the transfer is the usual
+     * 0.3, and where the job gave one this is 0. */
+    double blur_r_squared;
+    uint64_t samples; /**< pixels one scale down that the gains were fitted to, or are judged by */
+    /** ERGAS one scale down, where the truth is known, fused and merely upsampled. Too few samples: both 0.
+     */
+    double error;
+    double plain_error; /**< of what is merely upsampled */
+} pansharp_detail;
 
 /* Every function that can fail takes a buffer for the reason, in UTF-8, cut to its size and always ended with
  * a zero byte; empty after a success. It may be null when its size is 0. */
@@ -123,6 +162,14 @@ PANSHARP_API const char* pansharp_method(const pansharp* library, uint32_t posit
 
 /** Makes a job empty. 'size' is sizeof(pansharp_job) as the caller knows it. Null is accepted. */
 PANSHARP_API void pansharp_job_init(pansharp_job* job, size_t size);
+
+/** Fits what the job leaves open of transfer and gains, as pansharp_fuse would. 'gains' has room for one pair
+ * a multispectral band, and 'detail' for the rest; either may be null. The output, progress and threads of
+ * the job count for nothing. A method that does not compare pan with its low-pass has nothing to fit: a bad
+ * argument. */
+PANSHARP_API pansharp_result pansharp_fit(const pansharp* library, const pansharp_job* job,
+                                          pansharp_gains* gains, pansharp_detail* detail, char* error,
+                                          size_t error_size);
 
 /** Fuses, and returns when all of the output is written, or with what went wrong. */
 PANSHARP_API pansharp_result pansharp_fuse(const pansharp* library, const pansharp_job* job, char* error,

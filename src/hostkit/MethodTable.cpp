@@ -116,6 +116,14 @@ bool SetValues(const PansharpBandParameter& parameter, const std::vector<double>
     return true;
 }
 
+bool SetGains(const PansharpMethod& method, const std::vector<double>& gains,
+              const std::vector<double>& ratioGains, NameValueMap& properties, Status& status) {
+    const PansharpBandParameter* of = FindParameter(method, PansharpFit::Gain);
+    if (of && !SetValues(*of, gains, false, properties, status)) return false;
+    of = FindParameter(method, PansharpFit::RatioGain);
+    return !of || SetValues(*of, ratioGains, false, properties, status);
+}
+
 std::vector<double> ReadValues(const PansharpBandParameter& parameter, std::size_t count,
                                const PropertyLookUp& properties) {
     std::vector<std::string> texts(count);

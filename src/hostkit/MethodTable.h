@@ -49,6 +49,12 @@ namespace hostkit {
                              bool hasAdditional, KOVA::Tessara::Global::NameValueMap& properties,
                              KOVA::Tessara::Fundament::Status& status);
 
+/// Sets the gains of each band where the method has such parameters. False as SetValues.
+[[nodiscard]] bool SetGains(const PansharpMethod& method, const std::vector<double>& gains,
+                            const std::vector<double>& ratioGains,
+                            KOVA::Tessara::Global::NameValueMap& properties,
+                            KOVA::Tessara::Fundament::Status& status);
+
 /// So many values of a parameter, as a process arrives at them from these properties.
 [[nodiscard]] std::vector<double> ReadValues(const PansharpBandParameter& parameter, std::size_t count,
                                              const KOVA::Tessara::Fundament::PropertyLookUp& properties);

@@ -19,6 +19,7 @@ struct FuseJob : testing::Test {
 constexpr std::ptrdiff_t farthest = std::numeric_limits<std::ptrdiff_t>::max();
 const double two[] = {0.5, 0.5};
 const std::uint32_t noBand[] = {1, 4};
+const pansharp_gains threeGains[] = {{0.5, 0.0}, {0.0, 1.0}, {0.5, -1.0}};
 
 TEST_F(FuseJob, RefusesWhatContradictsItself) {
     const struct {
@@ -58,6 +59,16 @@ TEST_F(FuseJob, RefusesWhatContradictsItself) {
         {[](auto& job) { job.weights = two; }, "job.weights and job.weight_count"},
         {[](auto& job) { job.weights = two, job.weight_count = 2; }, "2 weights are given for 3"},
         {[](auto& job) { job.infrared_weight = two; }, "there is no infrared band"},
+        {[](auto& job) { job.resampling = 3; }, "job.resampling is 3"},
+        {[](auto& job) { job.transfer = 0.3; }, "the method KOVA does not compare pan with its low-pass"},
+        {[](auto& job) { job.method = nullptr, job.gains = threeGains; }, "job.gains and job.gain_count"},
+        {[](auto& job) { job.method = nullptr, job.gains = threeGains, job.gain_count = 2; },
+         "2 pairs of gains"},
+        {[](auto& job) { job.method = nullptr, job.gains = threeGains, job.gain_count = 3; },
+         "gains of band 3"},
+        {[](auto& job) { job.method = nullptr, job.transfer = NAN; }, "the modulation transfer"},
+        {[](auto& job) { job.method = nullptr, job.low_pass_mean = -1; }, "low_pass_mean is -1"},
+        {[](auto& job) { job.method = "Injection", job.infrared_weight = two; }, "leave weights"},
     };
     for (const auto& c : cases) {
         const auto before = scene.out.Samples();

@@ -35,6 +35,7 @@ struct Scene {
         ms.Fill(bits + 2);
         pansharp_job_init(&job, sizeof job);
         job.bits_per_sample = bits;
+        job.method = "KOVA";
         job.pan = pan.Image();
         job.multispectral = ms.Image();
         job.output = out.Output();

@@ -41,12 +41,7 @@ bool SetGains(const Scene& scene, const PansharpMethod& method, const DetailFit&
         gains.push_back(detail.gains[band].gain);
         ratioGains.push_back(detail.gains[band].ratioGain);
     }
-    for (const auto& [fit, values] :
-         {std::pair(PansharpFit::Gain, gains), {PansharpFit::RatioGain, ratioGains}})
-        if (const auto* parameter = hostkit::FindParameter(method, fit);
-            parameter && !hostkit::SetValues(*parameter, values, false, texts, status))
-            return false;
-    return true;
+    return hostkit::SetGains(method, gains, ratioGains, texts, status);
 }
 
 /// The weights of the request as properties of the process, whose bands are in another order, and what the

@@ -3,7 +3,7 @@
 #include "host/Describe.h"
 #include "host/NameValueMap.h"
 #include "hostkit/PanLowPass.h"
-#include "rasterhost/fitting/DetailFit.h"
+#include "rasterhost/fitting/SceneDetail.h"
 
 #include <memory>
 #include <optional>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "rasterhost/fitting/DetailFit.h"
+#include "rasterhost/fitting/SceneDetail.h"
 #include "rasterhost/fitting/WeightFit.h"
 #include "rasterhost/reading/ZeroCollar.h"
 

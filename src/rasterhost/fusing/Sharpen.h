@@ -1,7 +1,7 @@
 #pragma once
 
 #include "fundament/Status.h"
-#include "rasterhost/fitting/DetailFit.h"
+#include "rasterhost/fitting/SceneDetail.h"
 #include "rasterhost/fitting/WeightFit.h"
 #include "rasterhost/fusing/PreparedPair.h"
 #include "rasterhost/requests/Requests.h"

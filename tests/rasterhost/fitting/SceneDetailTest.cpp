@@ -1,4 +1,4 @@
-#include "rasterhost/fitting/DetailFit.h"
+#include "rasterhost/fitting/SceneDetail.h"
 
 #include "SceneFiles.h"
 #include "hostkit/PanLowPass.h"

@@ -1,0 +1,51 @@
+#include "rasterhost/fitting/SceneDetail.h"
+
+#include "fundament/Numbers.h"
+#include "fundament/Text.h"
+#include "rasterhost/fitting/SceneFitBlocks.h"
+
+#include <algorithm>
+
+namespace rasterhost {
+
+using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Fundament::NumberText;
+
+bool FitDetail(const Scene& scene, const FusionRequest& request, std::optional<int> bitDepth, DetailFit& fit,
+               Status& status) {
+    const std::size_t bands = scene.bandOrder.size();
+    fitting::KnownDetail known{request.transfer, request.gains};
+    if (const std::string fault = fitting::FindFault(known, bands); !fault.empty())
+        return Fail(status, HostStatus::RequestInvalid, fault);
+    for (std::size_t band = 0; band < known.gains.size(); ++band)
+        known.gains[band] = request.gains[scene.bandOrder[band]];
+    SceneFitBlocks blocks(scene, bitDepth);
+    if (!fitting::FitDetail(blocks, known, scene.outputBands, fit, status)) return false;
+    const std::vector<BandGains> inOrder = fit.gains;
+    for (std::size_t band = 0; band < bands; ++band)
+        fit.gains[scene.bandOrder[band]] = inOrder[band];
+    return true;
+}
+
+std::vector<std::string> JudgeDetail(const DetailFit& fit) {
+    std::vector<std::string> warnings;
+    if (fit.blur && !fit.blur->obstacle.empty())
+        warnings.push_back(
+            FormatString("the blur of the bands cannot be measured: %s; a modulation transfer of "
+                         "%s is used; give another with --mtf",
+                         fit.blur->obstacle.c_str(), NumberText(fit.transfer).c_str()));
+    if (!fit.areGainsGiven && !fit.error)
+        warnings.push_back(
+            FormatString("too few pixels are left one scale down to fit gains to (%.0f): those of a "
+                         "rule of thumb are used; give others with --gains",
+                         static_cast<double>(fit.samples)));
+    const auto isZero = [](const BandGains& of) { return of == BandGains(); };
+    if (std::all_of(fit.gains.begin(), fit.gains.end(), isZero))
+        warnings.emplace_back(
+            fit.areGainsGiven ? "all gains are 0: nothing of pan comes into the bands"
+                              : "no band follows pan's detail one scale down: nothing of pan comes into the "
+                                "bands; are the two of the same place and day, and is there detail in pan?");
+    return warnings;
+}
+
+} // namespace rasterhost

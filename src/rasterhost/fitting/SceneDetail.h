@@ -1,0 +1,22 @@
+#pragma once
+
+#include "fitting/DetailFit.h"
+#include "rasterhost/scene/Scene.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace rasterhost {
+
+using fitting::DetailFit;
+
+/// Fits what the request leaves open, to the blocks of a scene; the gains are in the order of the request.
+/// False with an item when the request's transfer or gains cannot be used or an input cannot be read.
+[[nodiscard]] bool FitDetail(const Scene& scene, const FusionRequest& request, std::optional<int> bitDepth,
+                             DetailFit& fit, Status& status);
+
+/// What a fit says against the run.
+[[nodiscard]] std::vector<std::string> JudgeDetail(const DetailFit& fit);
+
+} // namespace rasterhost
