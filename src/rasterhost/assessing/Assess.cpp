@@ -40,13 +40,14 @@ bool CheckPixels(const InputImage& fused, const InputImage& other, const char* r
                     "%s is of %u x %u pixels and the %s image %s of %u x %u; they have to be of the "
                     "same pixels: cut the second with gdal_translate -projwin",
                     fused.GetName().c_str(), a.cols, a.rows, role, other.GetName().c_str(), b.cols, b.rows);
-    if (!fused.IsGeoreferenced() || !other.IsGeoreferenced()) return true;
+    if (!fused.GetDescription()->IsGeoreferenced() || !other.GetDescription()->IsGeoreferenced()) return true;
     constexpr double noise = 0.01; // of a pixel
     const double off =
         std::max(std::fabs(a.xMin - b.xMin) / a.pixelSizeX, std::fabs(a.yMax - b.yMax) / a.pixelSizeY);
     const double far =
         std::max(std::fabs(a.xMax - b.xMax) / a.pixelSizeX, std::fabs(a.yMin - b.yMin) / a.pixelSizeY);
-    return (std::max(off, far) <= noise && IsSameProjection(fused.GetProjection(), other.GetProjection())) ||
+    return (std::max(off, far) <= noise &&
+            IsSameProjection(fused.GetDescription()->projection, other.GetDescription()->projection)) ||
            Fail(status, HostStatus::InputsDoNotFit,
                 "%s and the %s image %s do not lie at the same place; they have to be of the same "
                 "pixels",

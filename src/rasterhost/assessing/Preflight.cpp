@@ -41,12 +41,12 @@ std::vector<std::string> NoDataTexts(const InputImage& image) {
     const auto add = [&](const std::string& text) {
         if (std::find(texts.begin(), texts.end(), text) == texts.end()) texts.push_back(text);
     };
-    for (const SourceBand& source : image.GetBands()) {
+    for (const SourceBand& source : image.GetDescription()->bands) {
         if (source.noData) add(FormatString("the value %d", *source.noData));
         if (source.mask != MaskKind::None)
             add(source.mask == MaskKind::Transparency ? "transparency" : "a mask");
     }
-    if (image.GetCollar()) add("a collar of zeros along the edge");
+    if (image.GetDescription()->collar) add("a collar of zeros along the edge");
     return texts;
 }
 
@@ -57,10 +57,10 @@ ImageFacts DescribeImage(const InputImage& image, const RasterInfo& info, bool r
     facts.columns = info.cols;
     facts.rows = info.rows;
     facts.bands = info.bandsPerPixel;
-    const bool isSigned = image.GetBands().front().type == GDT_Int16;
+    const bool isSigned = image.GetDescription()->bands.front().type == GDT_Int16;
     facts.sampleType = FormatString("%u bits %s", info.bitsPerBand, isSigned ? "signed" : "unsigned");
-    facts.projection = ProjectionText(image.GetProjection());
-    if (image.IsGeoreferenced() && image.IsNorthUp() && runsAlong)
+    facts.projection = ProjectionText(image.GetDescription()->projection);
+    if (image.GetDescription()->IsGeoreferenced() && image.GetDescription()->isNorthUp && runsAlong)
         facts.extent = std::array{info.xMin, info.yMax, info.xMax, info.yMin};
     facts.pixelSizeX = info.pixelSizeX;
     facts.pixelSizeY = info.pixelSizeY;
@@ -93,7 +93,8 @@ std::string ShiftWarning(const Shift& shift, const PlacedImage& placed) {
         "the content of %s lies %s where its georeferencing says, in its pixels (%u windows agree to %.2f): "
         "from about 0.3 fusing does more harm than good",
         multispectral.GetName().c_str(), WhereText(shift).c_str(), shift.windows, shift.spread);
-    if (!multispectral.IsGeoreferenced() || !multispectral.IsNorthUp() || !placed.placement->RunsAlong())
+    if (!multispectral.GetDescription()->IsGeoreferenced() || !multispectral.GetDescription()->isNorthUp ||
+        !placed.placement->RunsAlong())
         return text + FormatString("; fuse with --shift %.2f,%.2f", shift.way.x, shift.way.y);
     const RasterInfo info = placed.GetInfo();
     const double x = -shift.way.x * info.pixelSizeX, y = shift.way.y * info.pixelSizeY;

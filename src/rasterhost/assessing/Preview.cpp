@@ -32,7 +32,7 @@ bool FindRect(const Scene& scene, const PreviewRequest& preview, PixelRect& rect
     const RasterInfo& pan = scene.pan->GetInfo();
     const PixelRect& part = scene.part;
     double column = 0.5 * (part.col0 + part.col1), row = 0.5 * (part.row0 + part.row1);
-    if (preview.at && !scene.pan->IsNorthUp())
+    if (preview.at && !scene.pan->GetDescription()->isNorthUp)
         return Fail(status, HostStatus::RequestInvalid,
                     "%s is not north up, so the preview's middle cannot be named in map units; "
                     "leave --preview-at out for the middle of the image",

@@ -76,7 +76,7 @@ Footprint FootprintOn(const Scene& scene, const PlacedImage& other, const PixelR
 /// Samples this large and larger may stand for any brightness.
 unsigned SaturatedSample(const InputImage& image, std::optional<int> bitDepth) {
     unsigned bits = bitDepth ? static_cast<unsigned>(*bitDepth) : image.GetDescription()->GetBitDepth();
-    for (const SourceBand& source : image.GetBands())
+    for (const SourceBand& source : image.GetDescription()->bands)
         if (source.type == GDT_Int16) bits = std::min(bits, 15u);
     return (1u << std::min(bits, image.GetInfo().bitsPerBand)) - 1;
 }

@@ -57,9 +57,8 @@ DataSearch Search(InputImage& image, const std::function<bool()>& keepOn) {
 }
 
 DataSearch SearchBand(const InputImage& image, std::size_t band, const std::function<bool()>& keepOn) {
-    Status unread;
-    const auto single = InputImage::Open(
-        std::make_shared<const ImageDescription>(image.GetDescription()->WithBands({band})), unread);
+    const auto single =
+        image.WithBands(std::make_shared<const ImageDescription>(image.GetDescription()->WithBands({band})));
     return single ? Search(*single, keepOn) : DataSearch::Found;
 }
 
@@ -77,7 +76,7 @@ DataSearch FindData(InputImage& image, const std::function<bool()>& keepOn, Stat
     const DataSearch found = Search(image, keepOn);
     if (found != DataSearch::None) return found;
     constexpr const char* remedy = "; is it the right file? --no-nodata takes every sample as data";
-    const std::vector<SourceBand>& bands = image.GetBands();
+    const std::vector<SourceBand>& bands = image.GetDescription()->bands;
     std::vector<const SourceBand*> empty;
     for (std::size_t number = 0; number < bands.size(); ++number) {
         const DataSearch ofBand = SearchBand(image, number, keepOn);
@@ -101,7 +100,7 @@ DataSearch FindData(InputImage& image, const std::function<bool()>& keepOn, Stat
 bool CheckNoDataValue(double value, const std::vector<const InputImage*>& images, Status& status) {
     std::pair<double, double> all{0.0, 0.0};
     for (const InputImage* image : images)
-        for (const SourceBand& source : image->GetBands()) {
+        for (const SourceBand& source : image->GetDescription()->bands) {
             const auto [least, greatest] = RangeOf(source);
             if (image->GetDescription()->options.scale ||
                 (value == std::floor(value) && value >= least && value <= greatest))

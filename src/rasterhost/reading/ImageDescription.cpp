@@ -45,9 +45,9 @@ std::uint32_t ImageDescription::GetBitDepth() const {
 }
 
 bool ImageDescription::MayLackData() const {
-    return std::any_of(bands.begin(), bands.end(), [](const SourceBand& source) {
-        return source.noData || source.mask != MaskKind::None;
-    });
+    return collar || std::any_of(bands.begin(), bands.end(), [](const SourceBand& source) {
+               return source.noData || source.mask != MaskKind::None;
+           });
 }
 
 bool ImageDescription::DeclaresZerosOrMask() const {

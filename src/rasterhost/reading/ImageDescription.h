@@ -2,11 +2,13 @@
 
 #include "host/RasterInfo.h"
 #include "rasterhost/reading/SourceBand.h"
+#include "rasterhost/reading/ZeroCollar.h"
 
 #include <ogr_spatialref.h>
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -25,9 +27,13 @@ struct ImageDescription {
     bool hasControlPoints = false;                     ///< and no geotransform
     bool isNorthUp = true;                             ///< rows and columns along the map's axes, downward
     OGRSpatialReference projection;                    ///< may be empty
+    /// Pixels that count as no data beside what is declared; null without any.
+    std::shared_ptr<const ZeroCollar> collar;
 
     /// The first file, and how many more there are: for messages.
     [[nodiscard]] std::string GetName() const;
+    /// True when it has a position, by a geotransform or by control points.
+    [[nodiscard]] bool IsGeoreferenced() const { return geoTransform || hasControlPoints; }
     /// Bytes of a row of the first file's blocks, which are read again and again when the cache cannot hold
     /// them.
     [[nodiscard]] std::uint64_t GetBlockRowBytes() const;
@@ -38,7 +44,7 @@ struct ImageDescription {
                             const OGRSpatialReference& reference) const;
     /// Bits that the samples use: what the files declare for 16-bit samples, else all.
     [[nodiscard]] std::uint32_t GetBitDepth() const;
-    /// True when some samples are declared not to be data.
+    /// True when some samples are declared, or were found, not to be data.
     [[nodiscard]] bool MayLackData() const;
     /// True when the files tell by a mask, or by zeros, where there is no data.
     [[nodiscard]] bool DeclaresZerosOrMask() const;

@@ -14,8 +14,6 @@ namespace rasterhost {
 
 using hostkit::PixelRect;
 
-void InputImage::CloseDataset::operator()(GDALDataset* dataset) const { GDALClose(dataset); }
-
 InputImage::~InputImage() = default;
 
 std::unique_ptr<InputImage> InputImage::Open(const std::vector<InputBand>& inputs, const char* role,
@@ -103,7 +101,7 @@ GDALDataset* InputImage::OpenFile(const std::string& name, const char* role, Sta
              name.c_str(), errors.Reason().c_str());
         return nullptr;
     }
-    files.push_back({name, std::unique_ptr<GDALDataset, CloseDataset>(dataset)});
+    files.push_back({name, std::shared_ptr<GDALDataset>(dataset, GDALClose)});
     return dataset;
 }
 
@@ -117,6 +115,20 @@ std::vector<std::string> InputImage::GetFiles() const {
         CSLDestroy(list);
     }
     return {names.begin(), names.end()};
+}
+
+std::unique_ptr<InputImage> InputImage::WithBands(std::shared_ptr<const ImageDescription> known) const {
+    std::unique_ptr<InputImage> image(new InputImage);
+    image->description = std::move(known);
+    image->files = files;
+    Status impossible; // the bands were found here before
+    return image->FindHandles(impossible) ? std::move(image) : nullptr;
+}
+
+void InputImage::SetCollar(std::shared_ptr<const ZeroCollar> found) {
+    ImageDescription with = *description;
+    with.collar = std::move(found);
+    description = std::make_shared<const ImageDescription>(std::move(with));
 }
 
 void InputImage::Reorder(const std::vector<std::size_t>& order) {
@@ -135,7 +147,7 @@ bool InputImage::Read(const PixelRect& rect, unsigned char* out, Status& status)
 bool InputImage::ReadValid(const PixelRect& rect, const unsigned char* samples, unsigned char* valid,
                            Status& status) {
     if (!BandReader(*description, handles).ReadValid(rect, samples, valid, status)) return false;
-    if (collar) collar->Clear(rect, valid);
+    if (description->collar) description->collar->Clear(rect, valid);
     return true;
 }
 

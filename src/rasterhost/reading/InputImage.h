@@ -3,14 +3,11 @@
 #include "hostkit/ImageSource.h"
 #include "rasterhost/reading/BandReader.h"
 #include "rasterhost/reading/ImageDescription.h"
-#include "rasterhost/reading/ZeroCollar.h"
 #include "rasterhost/requests/HostStatus.h"
 #include "rasterhost/requests/Requests.h"
 
-#include <array>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -41,51 +38,40 @@ public:
     }
     [[nodiscard]] const RasterInfo& GetInfo() const override { return description->info; }
     [[nodiscard]] std::string GetName() const override { return description->GetName(); }
-    [[nodiscard]] const std::vector<SourceBand>& GetBands() const { return description->bands; }
-    /// By a geotransform or by control points.
-    [[nodiscard]] bool IsGeoreferenced() const {
-        return description->geoTransform || description->hasControlPoints;
-    }
-    [[nodiscard]] bool IsNorthUp() const { return description->isNorthUp; }
-    [[nodiscard]] const OGRSpatialReference& GetProjection() const { return description->projection; }
-    [[nodiscard]] const std::optional<std::array<double, 6>>& GetGeoTransform() const {
-        return description->geoTransform;
-    }
     /// Every file that an input consists of, as GDAL lists them.
     [[nodiscard]] std::vector<std::string> GetFiles() const;
     /// The file of the first band; for its position.
     [[nodiscard]] GDALDataset& GetDataset() const { return *handles.front().dataset; }
 
+    /// Those bands of this image that a description has, read from the files that this one has open: not
+    /// while another thread reads this one.
+    [[nodiscard]] std::unique_ptr<InputImage> WithBands(std::shared_ptr<const ImageDescription> known) const;
+
     /// Puts the bands into another order and leaves out those that `order`, positions counted from 0, does
     /// not name.
     void Reorder(const std::vector<std::size_t>& order);
 
-    [[nodiscard]] bool MayLackData() const override { return collar || description->MayLackData(); }
+    [[nodiscard]] bool MayLackData() const override { return description->MayLackData(); }
     [[nodiscard]] bool Read(const hostkit::PixelRect& rect, unsigned char* out, Status& status) override;
     [[nodiscard]] bool ReadValid(const hostkit::PixelRect& rect, const unsigned char* samples,
                                  unsigned char* valid, Status& status) override;
 
-    /// Pixels to count as no data beside what is declared.
-    void SetCollar(std::shared_ptr<const ZeroCollar> found) { collar = std::move(found); }
-    [[nodiscard]] const ZeroCollar* GetCollar() const { return collar.get(); }
+    /// Describes the image anew, with pixels to count as no data beside what is declared.
+    void SetCollar(std::shared_ptr<const ZeroCollar> found);
 
 private:
     InputImage() = default;
     GDALDataset* OpenFile(const std::string& name, const char* role, Status& status);
     bool FindHandles(Status& status);
 
-    struct CloseDataset {
-        void operator()(GDALDataset* dataset) const;
-    };
     struct OpenFileEntry {
         std::string name;
-        std::unique_ptr<GDALDataset, CloseDataset> dataset;
+        std::shared_ptr<GDALDataset> dataset;
     };
 
     std::shared_ptr<const ImageDescription> description;
     std::vector<OpenFileEntry> files;
-    std::vector<BandHandles> handles;         ///< of the description's bands
-    std::shared_ptr<const ZeroCollar> collar; ///< null without one
+    std::vector<BandHandles> handles; ///< of the description's bands
 };
 
 } // namespace rasterhost

@@ -26,7 +26,7 @@ bool GroupByGrid(const std::vector<InputBand>& inputs, const SampleOptions& opti
         auto group = std::find_if(groups.begin(), groups.end(), [&](const InputGroup& other) {
             return other.first->GetDescription()->SharesGridWith(*image->GetDescription());
         });
-        const std::size_t count = image->GetBands().size();
+        const std::size_t count = image->GetDescription()->bands.size();
         if (group == groups.end()) group = groups.insert(groups.end(), {std::move(image), {}, {}});
         group->inputs.push_back(input);
         for (std::size_t band = 0; band < count; ++band)
@@ -47,7 +47,7 @@ bool OpenGrids(const std::vector<InputBand>& inputs, const SampleOptions& option
     if (groups.size() < 2) {
         grids.push_back({InputImage::Open(inputs, multispectral, options, status), {}, {}});
         if (!grids.back().image) return false;
-        grids.back().bands.resize(grids.back().image->GetBands().size());
+        grids.back().bands.resize(grids.back().image->GetDescription()->bands.size());
         std::iota(grids.back().bands.begin(), grids.back().bands.end(), std::size_t{0});
         return true;
     }
@@ -114,7 +114,7 @@ const SourceBand& Scene::GetBand(std::size_t position) const {
     while (!std::binary_search(grid->bands.begin(), grid->bands.end(), position))
         ++grid;
     const auto at = std::lower_bound(grid->bands.begin(), grid->bands.end(), position);
-    return grid->image->GetBands()[static_cast<std::size_t>(at - grid->bands.begin())];
+    return grid->image->GetDescription()->bands[static_cast<std::size_t>(at - grid->bands.begin())];
 }
 
 void Scene::KeepFirstBands(std::uint32_t count) {

@@ -35,10 +35,10 @@ std::optional<GridTransform::Point> Transform(void* transformer, bool isFromPan,
 
 /// Pan's longitudes may run across 180 degrees, and those that a projection gives never do.
 std::optional<GridTransform::Point> FindTurn(const InputImage& pan) {
-    const auto& geoTransform = pan.GetGeoTransform();
-    if (!geoTransform || !pan.GetProjection().IsGeographic()) return std::nullopt;
+    const auto& geoTransform = pan.GetDescription()->geoTransform;
+    if (!geoTransform || !pan.GetDescription()->projection.IsGeographic()) return std::nullopt;
     constexpr double pi = 3.14159265358979323846;
-    const double whole = 2.0 * pi / pan.GetProjection().GetAngularUnits();
+    const double whole = 2.0 * pi / pan.GetDescription()->projection.GetAngularUnits();
     const auto& t = *geoTransform;
     const double determinant = t[1] * t[5] - t[2] * t[4];
     if (!(determinant < 0.0 || determinant > 0.0)) return std::nullopt;
@@ -53,7 +53,8 @@ std::unique_ptr<GridTransform> GridTransform::Make(const InputImage& pan, const 
     CPLStringList options;
     // Rational polynomials need heights, and place whole scenes worse than control points do.
     for (const auto& [side, placed] : {std::pair("SRC_METHOD", &image), {"DST_METHOD", &pan}})
-        options.SetNameValue(side, placed->GetGeoTransform() ? "GEOTRANSFORM" : "GCP_POLYNOMIAL");
+        options.SetNameValue(side,
+                             placed->GetDescription()->geoTransform ? "GEOTRANSFORM" : "GCP_POLYNOMIAL");
     const GdalErrors errors;
     made->transformer =
         GDALCreateGenImgProjTransformer2(&image.GetDataset(), &pan.GetDataset(), options.List());

@@ -28,29 +28,30 @@ std::unique_ptr<Placement> MatchGeoreferencing(const InputImage& pan, const Inpu
                                                const char* role, bool isSameCorner, const Warn& warn,
                                                Status& status) {
     if (isSameCorner) return SpreadOver(pan.GetInfo(), coarse.GetInfo());
-    if (pan.IsGeoreferenced() != coarse.IsGeoreferenced()) {
+    if (pan.GetDescription()->IsGeoreferenced() != coarse.GetDescription()->IsGeoreferenced()) {
         Fail(status, HostStatus::InputsDoNotFit,
              "%s is georeferenced and %s is not; give both a position, or take it from "
              "both, with gdal_edit.py -a_ullr or -unsetgt",
-             (pan.IsGeoreferenced() ? pan : coarse).GetName().c_str(),
-             (pan.IsGeoreferenced() ? coarse : pan).GetName().c_str());
+             (pan.GetDescription()->IsGeoreferenced() ? pan : coarse).GetName().c_str(),
+             (pan.GetDescription()->IsGeoreferenced() ? coarse : pan).GetName().c_str());
         return nullptr;
     }
-    auto placement = pan.IsGeoreferenced() ? std::make_unique<AxisPlacement>(pan.GetInfo(), coarse.GetInfo())
-                                           : SpreadOver(pan.GetInfo(), coarse.GetInfo());
-    if (!pan.IsGeoreferenced()) {
+    auto placement = pan.GetDescription()->IsGeoreferenced()
+                         ? std::make_unique<AxisPlacement>(pan.GetInfo(), coarse.GetInfo())
+                         : SpreadOver(pan.GetInfo(), coarse.GetInfo());
+    if (!pan.GetDescription()->IsGeoreferenced()) {
         const RasterInfo info = placement->Describe(coarse.GetInfo());
         warn(FormatString("neither %s nor %s is georeferenced: the same corner and extent are assumed, so "
                           "%s pixel is %.6g x %.6g pan pixels",
                           pan.GetName().c_str(), coarse.GetName().c_str(), role, info.pixelSizeX,
                           info.pixelSizeY));
-    } else if (pan.GetProjection().IsEmpty() != coarse.GetProjection().IsEmpty()) {
+    } else if (pan.GetDescription()->projection.IsEmpty() != coarse.GetDescription()->projection.IsEmpty()) {
         warn(FormatString("%s has no projection; its coordinates are taken to be in that of %s",
-                          (pan.GetProjection().IsEmpty() ? pan : coarse).GetName().c_str(),
-                          (pan.GetProjection().IsEmpty() ? coarse : pan).GetName().c_str()));
+                          (pan.GetDescription()->projection.IsEmpty() ? pan : coarse).GetName().c_str(),
+                          (pan.GetDescription()->projection.IsEmpty() ? coarse : pan).GetName().c_str()));
     }
-    if (pan.IsNorthUp() && coarse.IsNorthUp() &&
-        IsSameProjection(pan.GetProjection(), coarse.GetProjection()))
+    if (pan.GetDescription()->isNorthUp && coarse.GetDescription()->isNorthUp &&
+        IsSameProjection(pan.GetDescription()->projection, coarse.GetDescription()->projection))
         return placement;
     return PlaceByTransform(pan, coarse, status);
 }

@@ -25,11 +25,11 @@ namespace {
 bool OpenPan(const PairRequest& request, Scene& scene, Status& status) {
     scene.pan = InputImage::Open({request.pan}, "pan", scene.sampleOptions, status);
     if (!scene.pan) return false;
-    if (scene.pan->GetBands().size() == 1) return true;
+    if (scene.pan->GetDescription()->bands.size() == 1) return true;
     return Fail(status, HostStatus::InputNotSupported,
                 "the pan file %s has %d bands; name the panchromatic one, as in FILE,band=1 (or "
                 "were pan and multispectral swapped?)",
-                scene.pan->GetName().c_str(), static_cast<int>(scene.pan->GetBands().size()));
+                scene.pan->GetName().c_str(), static_cast<int>(scene.pan->GetDescription()->bands.size()));
 }
 
 void WarnOfTransparency(const Scene& scene, const Warn& warn) {
@@ -122,10 +122,11 @@ bool OpenInfrared(const PairRequest& request, Scene& scene, const Warn& warn, St
                          {0},
                          Role::Infrared};
     if (!infrared.image) return false;
-    if (infrared.image->GetBands().size() != 1)
+    if (infrared.image->GetDescription()->bands.size() != 1)
         return Fail(status, HostStatus::InputNotSupported,
                     "the infrared file %s has %d bands; name one, as in FILE,band=1",
-                    infrared.image->GetName().c_str(), static_cast<int>(infrared.image->GetBands().size()));
+                    infrared.image->GetName().c_str(),
+                    static_cast<int>(infrared.image->GetDescription()->bands.size()));
     if (!Place(request, infrared, "an infrared", scene, warn, status)) return false;
     scene.images.push_back(std::move(infrared));
     MoveTogether(std::span(scene.images).last(1), request.shift, scene);

@@ -15,14 +15,14 @@ bool ChoosePart(const PairRequest& request, Scene& scene, const Warn& warn, Stat
     const RasterInfo& pan = scene.pan->GetInfo();
     scene.part = {0, 0, pan.cols, pan.rows};
     if (!request.part) return true;
-    if (!scene.pan->IsGeoreferenced() || !scene.pan->IsNorthUp())
+    if (!scene.pan->GetDescription()->IsGeoreferenced() || !scene.pan->GetDescription()->isNorthUp)
         return Fail(status, HostStatus::RequestInvalid,
                     "%s %s, so no part of it can be named in map units; cut it by pixels with "
                     "gdal_translate -srcwin, or %s",
                     scene.pan->GetName().c_str(),
-                    scene.pan->IsNorthUp() ? "has no position" : "is not north up",
-                    scene.pan->IsNorthUp() ? "give it one with gdal_edit.py -a_ullr"
-                                           : "bring it north up with gdalwarp");
+                    scene.pan->GetDescription()->isNorthUp ? "has no position" : "is not north up",
+                    scene.pan->GetDescription()->isNorthUp ? "give it one with gdal_edit.py -a_ullr"
+                                                           : "bring it north up with gdalwarp");
     const auto& [left, top, right, bottom] = *request.part;
     bool isCut = false;
     // The pixels between two coordinates, both in pixels from pan's corner.

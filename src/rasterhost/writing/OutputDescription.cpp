@@ -41,15 +41,15 @@ void CopyPosition(GDALDataset& pan, const hostkit::PixelRect& part, GDALDataset&
 void DescribeOutput(const Scene& scene, const OutputRules& rules, const OutputMetadata& metadata,
                     GDALDataset& output) {
     GDALDataset& pan = scene.pan->GetDataset();
-    if (auto transform = scene.pan->GetGeoTransform()) {
+    if (auto transform = scene.pan->GetDescription()->geoTransform) {
         auto& t = *transform;
         t[0] += scene.part.col0 * t[1] + scene.part.row0 * t[2];
         t[3] += scene.part.col0 * t[4] + scene.part.row0 * t[5];
         output.SetGeoTransform(transform->data());
     }
-    const OGRSpatialReference& own = scene.pan->GetProjection();
+    const OGRSpatialReference& own = scene.pan->GetDescription()->projection;
     const OGRSpatialReference& projection =
-        own.IsEmpty() ? scene.GetMultispectral().image->GetProjection() : own;
+        own.IsEmpty() ? scene.GetMultispectral().image->GetDescription()->projection : own;
     if (!projection.IsEmpty()) output.SetSpatialRef(&projection);
     CopyPosition(pan, scene.part, output);
     if (const char* kind = pan.GetMetadataItem(GDALMD_AREA_OR_POINT))
