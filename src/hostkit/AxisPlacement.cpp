@@ -1,5 +1,6 @@
 #include "hostkit/AxisPlacement.h"
 
+#include "hostkit/RequestRecord.h"
 #include "hostkit/SampledRaster.h"
 
 #include <algorithm>
@@ -101,6 +102,11 @@ std::unique_ptr<PlacedWindow> AxisPlacement::Open(const PixelRect& panWindow, co
                                                   const SampleBlock& block, Resampling resampling,
                                                   KOVA::Tessara::Fundament::Status& status) const {
     return OpenRaster<SampledRaster>(status, *this, panWindow, source, block, resampling);
+}
+
+std::unique_ptr<Placement> AxisPlacement::Coarsen(const Coarsening& look) const {
+    return std::make_unique<AxisPlacement>(CoarseInfo(pan, look.part, look.panLevel),
+                                           CoarseInfo(image, WholeImage(image), look.ownLevel));
 }
 
 } // namespace hostkit

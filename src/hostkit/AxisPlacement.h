@@ -23,6 +23,7 @@ public:
     [[nodiscard]] std::unique_ptr<PlacedWindow> Open(const PixelRect& panWindow, const RasterInfo& source,
                                                      const SampleBlock& block, Resampling resampling,
                                                      KOVA::Tessara::Fundament::Status& status) const override;
+    [[nodiscard]] std::unique_ptr<Placement> Coarsen(const Coarsening& look) const override;
 
     /// Where pan's columns lie among the image's.
     [[nodiscard]] const kernels::GridAxis& GetAcross() const { return across; }

@@ -9,8 +9,37 @@
 
 namespace hostkit {
 
+namespace {
+
+/// The way between coarser pixels.
+class CoarseTransform final : public PixelTransform {
+public:
+    CoarseTransform(std::shared_ptr<const PixelTransform> fullSize, const Coarsening& coarsening)
+        : fine(std::move(fullSize)), origin{static_cast<double>(coarsening.part.col0),
+                                            static_cast<double>(coarsening.part.row0)},
+          panStep(1u << coarsening.panLevel), ownStep(1u << coarsening.ownLevel) {}
+
+    [[nodiscard]] std::optional<Point> FromPan(const Point& at) const override {
+        auto on = fine->FromPan({at.x * panStep + origin.x, at.y * panStep + origin.y});
+        if (on) *on = {on->x / ownStep, on->y / ownStep};
+        return on;
+    }
+    [[nodiscard]] std::optional<Point> ToPan(const Point& at) const override {
+        auto on = fine->ToPan({at.x * ownStep, at.y * ownStep});
+        if (on) *on = {(on->x - origin.x) / panStep, (on->y - origin.y) / panStep};
+        return on;
+    }
+
+private:
+    std::shared_ptr<const PixelTransform> fine;
+    Point origin;
+    double panStep, ownStep;
+};
+
+} // namespace
+
 MapPlacement::MapPlacement(const RasterInfo& panInfo, const RasterInfo& imageInfo, PixelMap positions,
-                           std::unique_ptr<const PixelTransform> exact)
+                           std::shared_ptr<const PixelTransform> exact)
     : Placement(panInfo, imageInfo), map(std::move(positions)), transform(std::move(exact)) {}
 
 void MapPlacement::Move(const Point& way) {
@@ -60,6 +89,18 @@ std::unique_ptr<PlacedWindow> MapPlacement::Open(const PixelRect& panWindow, con
                                                  const SampleBlock& block, Resampling resampling,
                                                  KOVA::Tessara::Fundament::Status& status) const {
     return OpenRaster<MappedRaster>(status, pan, panWindow, source, block, map, resampling);
+}
+
+std::unique_ptr<Placement> MapPlacement::Coarsen(const Coarsening& look) const {
+    RasterInfo own = CoarseInfo(image, WholeImage(image), look.ownLevel);
+    own.xMax = image.xMax; // what it covers, not what its pixels come to
+    own.yMin = image.yMin;
+    auto coarse =
+        std::make_unique<MapPlacement>(CoarseInfo(pan, look.part, look.panLevel), own, map.Coarsen(look),
+                                       std::make_shared<CoarseTransform>(transform, look));
+    const double ownStep = 1u << look.ownLevel;
+    coarse->moved = {moved.x / ownStep, moved.y / ownStep};
+    return coarse;
 }
 
 } // namespace hostkit

@@ -22,7 +22,7 @@ public:
     /// `imageInfo` has in its place what the image covers, in the map units of pan, and the size of a pixel
     /// in its middle. The map is the one of the transform.
     MapPlacement(const RasterInfo& panInfo, const RasterInfo& imageInfo, PixelMap positions,
-                 std::unique_ptr<const PixelTransform> exact);
+                 std::shared_ptr<const PixelTransform> exact);
 
     [[nodiscard]] bool RunsAlong() const override { return false; }
     void Move(const Point& way) override;
@@ -36,10 +36,11 @@ public:
     [[nodiscard]] std::unique_ptr<PlacedWindow> Open(const PixelRect& panWindow, const RasterInfo& source,
                                                      const SampleBlock& block, Resampling resampling,
                                                      KOVA::Tessara::Fundament::Status& status) const override;
+    [[nodiscard]] std::unique_ptr<Placement> Coarsen(const Coarsening& look) const override;
 
 private:
     PixelMap map;
-    std::unique_ptr<const PixelTransform> transform;
+    std::shared_ptr<const PixelTransform> transform;
     Point moved;
 };
 

@@ -168,8 +168,8 @@ RasterInfo CoverPan(const RasterInfo& pan, const RasterInfo& coarse, double tran
 /// exp(-2 pi^2 sigma^2 f^2) with f = 1/2.
 double GaussianSigma(double transfer) { return std::sqrt(-2.0 * std::log(transfer)) / std::numbers::pi; }
 
-PanLowPass::PanLowPass(const RasterInfo& pan, const RasterInfo& coarse, double transfer)
-    : info(CoverPan(pan, coarse, transfer)),
+PanLowPass::PanLowPass(const RasterInfo& pan, const RasterInfo& coarse, double nyquistTransfer)
+    : info(CoverPan(pan, coarse, nyquistTransfer)), transfer(nyquistTransfer),
       across(AxisPlacement(pan, info).GetAcross(), GaussianSigma(transfer), info.cols, pan.cols),
       down(AxisPlacement(pan, info).GetDown(), GaussianSigma(transfer), info.rows, pan.rows) {}
 

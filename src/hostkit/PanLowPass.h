@@ -17,12 +17,17 @@ public:
     /// What describes an image.
     using RasterInfo = KOVA::Tessara::Pixmere::RasterInfo;
 
-    /// `pan` has one band; `coarse` tells the place and size of the pixels. `transfer`, above 0 and
-    /// below 1, is the modulation transfer of the Gaussian at the Nyquist frequency of the coarse grid.
-    PanLowPass(const RasterInfo& pan, const RasterInfo& coarse, double transfer);
+    /// `pan` has one band; `coarse` tells the place and size of the pixels. `nyquistTransfer`,
+    /// above 0 and below 1, is the modulation transfer of the Gaussian at the Nyquist frequency of the coarse
+    /// grid.
+    PanLowPass(const RasterInfo& pan, const RasterInfo& coarse, double nyquistTransfer);
 
     /// The whole image.
     [[nodiscard]] const RasterInfo& GetInfo() const { return info; }
+    /// The same blur of a coarser pan. `coarse` is what this one was made for.
+    [[nodiscard]] PanLowPass On(const RasterInfo& coarserPan, const RasterInfo& coarse) const {
+        return {coarserPan, coarse, transfer};
+    }
     /// The pixels of pan that a rectangle of the image is made of; may be empty.
     [[nodiscard]] PixelRect PanRect(const PixelRect& rect) const;
     /// Makes a rectangle of the image: samples packed, and a byte a pixel, 0 without data. `pan` covers
@@ -32,6 +37,7 @@ public:
 
 private:
     RasterInfo info;
+    double transfer;
     kernels::LowPassAxis across;
     kernels::LowPassAxis down;
     kernels::SimdTarget target = kernels::ChosenSimdTarget();

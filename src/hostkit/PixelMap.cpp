@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 namespace hostkit {
@@ -13,49 +14,112 @@ double Blend(double a, double b, double fraction) { return a * (1.0 - fraction) 
 } // namespace
 
 PixelMap::PixelMap(std::uint32_t pointStep, std::uint32_t columns, std::vector<Point> positions)
-    : step(pointStep), pointColumns(columns), points(std::move(positions)) {}
+    : step(pointStep), pointColumns(columns),
+      points(std::make_shared<const std::vector<Point>>(std::move(positions))) {}
+
+PixelMap PixelMap::Coarsen(const Coarsening& coarsening) const {
+    PixelMap coarse = *this;
+    coarse.look = coarsening;
+    return coarse;
+}
+
+std::uint32_t PixelMap::CountRows() const {
+    return static_cast<std::uint32_t>(points->size() / pointColumns);
+}
+
+/// The centre of a pixel on pan at full size, in half pixels from the centre of the first.
+std::uint64_t PixelMap::Centre(std::uint32_t pixel, std::uint32_t origin) const {
+    return 2 * std::uint64_t{origin} + ((2 * std::uint64_t{pixel} + 1) << look.panLevel) - 1;
+}
+
+PixelMap::Place PixelMap::Find(std::uint64_t centre, std::uint32_t pointCount) const {
+    const std::uint64_t cell = 2 * std::uint64_t{step};
+    const std::uint64_t point = std::min<std::uint64_t>(centre / cell, pointCount - 2);
+    return {static_cast<std::uint32_t>(point),
+            static_cast<double>(centre - point * cell) / static_cast<double>(cell)};
+}
+
+/// The first pixel whose centre lies on or beyond the next control point; none beyond the last.
+std::uint32_t PixelMap::EndOf(std::uint32_t point, std::uint32_t pointCount, std::uint32_t origin) const {
+    if (point + 2 == pointCount) return std::numeric_limits<std::uint32_t>::max();
+    const std::uint64_t end = 2 * std::uint64_t{step} * (point + 1) + 1 - 2 * std::uint64_t{origin};
+    const std::uint64_t pixel = std::uint64_t{2} << look.panLevel;
+    return static_cast<std::uint32_t>((end + pixel / 2 - 1) / pixel);
+}
+
+/// A position on the source at full size as one between its coarser pixels.
+Point PixelMap::ToSource(const Point& at) const {
+    if (look.ownLevel == 0) return at;
+    const double size = 1u << look.ownLevel;
+    return {(at.x + 0.5) / size - 0.5, (at.y + 0.5) / size - 0.5};
+}
 
 void PixelMap::FindRow(std::uint32_t row, std::uint32_t col0, std::uint32_t col1, Point* positions) const {
-    const Point* upper = points.data() + std::size_t{row / step} * pointColumns;
+    const Place down = Find(Centre(row, look.part.row0), CountRows());
+    const Point* upper = points->data() + std::size_t{down.point} * pointColumns;
     const Point* lower = upper + pointColumns;
-    const double down = static_cast<double>(row % step) / step;
     const auto at = [&](std::uint32_t point) {
-        return Point{Blend(upper[point].x, lower[point].x, down) + moved.x,
-                     Blend(upper[point].y, lower[point].y, down) + moved.y};
+        return Point{Blend(upper[point].x, lower[point].x, down.fraction) + moved.x,
+                     Blend(upper[point].y, lower[point].y, down.fraction) + moved.y};
     };
     for (std::uint32_t column = col0; column < col1;) {
-        const std::uint32_t point = column / step;
+        const std::uint32_t point = Find(Centre(column, look.part.col0), pointColumns).point;
         const Point left = at(point), right = at(point + 1);
-        const std::uint32_t end = std::min(col1, (point + 1) * step);
+        const std::uint64_t start = 2 * std::uint64_t{step} * point;
+        const std::uint32_t end = std::min(col1, EndOf(point, pointColumns, look.part.col0));
         for (; column < end; ++column) {
-            const double across = static_cast<double>(column % step) / step;
-            *positions++ = {Blend(left.x, right.x, across), Blend(left.y, right.y, across)};
+            const double across = static_cast<double>(Centre(column, look.part.col0) - start) / (2.0 * step);
+            *positions++ = ToSource({Blend(left.x, right.x, across), Blend(left.y, right.y, across)});
         }
     }
+}
+
+/// At half pixels of pan at full size.
+Point PixelMap::Position(std::uint64_t x, std::uint64_t y) const {
+    const Place across = Find(x, pointColumns), down = Find(y, CountRows());
+    const Point* upper = points->data() + std::size_t{down.point} * pointColumns + across.point;
+    const Point* lower = upper + pointColumns;
+    const auto blend = [&](double Point::*axis, double way) {
+        return Blend(Blend(upper[0].*axis, lower[0].*axis, down.fraction) + way,
+                     Blend(upper[1].*axis, lower[1].*axis, down.fraction) + way, across.fraction);
+    };
+    return {blend(&Point::x, moved.x), blend(&Point::y, moved.y)};
 }
 
 PixelRect PixelMap::SourceRect(const PixelRect& panWindow, std::uint32_t sourceColumns,
                                std::uint32_t sourceRows, Resampling resampling) const {
     const double before = resampling == Resampling::Cubic ? 1.0 : 0.0;
-    // Between four control points no position lies beyond theirs.
     double least[2] = {HUGE_VAL, HUGE_VAL}, greatest[2] = {-HUGE_VAL, -HUGE_VAL};
-    for (std::uint32_t row = panWindow.row0 / step; row <= (panWindow.row1 - 1) / step + 1; ++row)
-        for (std::uint32_t column = panWindow.col0 / step; column <= (panWindow.col1 - 1) / step + 1;
-             ++column) {
-            const Point& point = points[std::size_t{row} * pointColumns + column];
-            if (std::isnan(point.x) || std::isnan(point.y)) continue;
-            least[0] = std::min(least[0], point.x + moved.x);
-            least[1] = std::min(least[1], point.y + moved.y);
-            greatest[0] = std::max(greatest[0], point.x + moved.x);
-            greatest[1] = std::max(greatest[1], point.y + moved.y);
+    const auto see = [&](const Point& point) {
+        if (std::isnan(point.x) || std::isnan(point.y)) return;
+        least[0] = std::min(least[0], point.x);
+        least[1] = std::min(least[1], point.y);
+        greatest[0] = std::max(greatest[0], point.x);
+        greatest[1] = std::max(greatest[1], point.y);
+    };
+    const std::uint64_t lastX = Centre(panWindow.col1 - 1, look.part.col0);
+    const std::uint64_t lastY = Centre(panWindow.row1 - 1, look.part.row0);
+    const Place left = Find(Centre(panWindow.col0, look.part.col0), pointColumns),
+                right = Find(lastX, pointColumns);
+    const Place upper = Find(Centre(panWindow.row0, look.part.row0), CountRows()),
+                lower = Find(lastY, CountRows());
+    // Between four control points no position lies beyond theirs; past the last ones those of the corners do.
+    const std::uint64_t cell = 2 * std::uint64_t{step};
+    for (std::uint64_t row = upper.point; row <= lower.point + 1; ++row) {
+        for (std::uint64_t column = left.point; column <= right.point + 1; ++column) {
+            see((*points)[row * pointColumns + column] + moved);
+            if (lower.fraction > 1.0) see(Position(cell * column, lastY));
         }
+        if (right.fraction > 1.0) see(Position(lastX, cell * row));
+    }
+    if (right.fraction > 1.0 || lower.fraction > 1.0) see(Position(lastX, lastY));
+    if (least[0] > greatest[0] || least[1] > greatest[1]) return {0, 0, 1, 1};
+    const Point first = ToSource({least[0], least[1]}), last = ToSource({greatest[0], greatest[1]});
     const auto clamp = [](double position, std::uint32_t pixels) {
         return static_cast<std::uint32_t>(std::clamp(std::floor(position), 0.0, pixels - 1.0));
     };
-    if (least[0] > greatest[0] || least[1] > greatest[1]) return {0, 0, 1, 1};
-    return {clamp(least[0] - before, sourceColumns), clamp(least[1] - before, sourceRows),
-            clamp(greatest[0] + 1.0 + before, sourceColumns) + 1,
-            clamp(greatest[1] + 1.0 + before, sourceRows) + 1};
+    return {clamp(first.x - before, sourceColumns), clamp(first.y - before, sourceRows),
+            clamp(last.x + 1.0 + before, sourceColumns) + 1, clamp(last.y + 1.0 + before, sourceRows) + 1};
 }
 
 } // namespace hostkit

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "hostkit/Coarsening.h"
 #include "hostkit/Point.h"
 #include "hostkit/RowSampler.h"
 #include "hostkit/SampleBlock.h"
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 namespace hostkit {
@@ -34,11 +36,29 @@ public:
     [[nodiscard]] PixelRect SourceRect(const PixelRect& panWindow, std::uint32_t sourceColumns,
                                        std::uint32_t sourceRows, Resampling resampling) const;
 
+    /// The map between coarser pixels of both: the same control points, looked at where the centres of those
+    /// of pan lie. Beyond the last control point the way goes on as it led there. Of a map at full size.
+    [[nodiscard]] PixelMap Coarsen(const Coarsening& coarsening) const;
+
 private:
+    /// Where a pixel of pan lies along an axis: how far beyond a control point, in steps.
+    struct Place {
+        std::uint32_t point;
+        double fraction;
+    };
+    [[nodiscard]] std::uint64_t Centre(std::uint32_t pixel, std::uint32_t origin) const;
+    [[nodiscard]] Place Find(std::uint64_t centre, std::uint32_t pointCount) const;
+    [[nodiscard]] std::uint32_t EndOf(std::uint32_t point, std::uint32_t pointCount,
+                                      std::uint32_t origin) const;
+    [[nodiscard]] std::uint32_t CountRows() const;
+    [[nodiscard]] Point Position(std::uint64_t x, std::uint64_t y) const;
+    [[nodiscard]] Point ToSource(const Point& at) const;
+
     std::uint32_t step;
     std::uint32_t pointColumns;
-    std::vector<Point> points;
+    std::shared_ptr<const std::vector<Point>> points;
     Point moved;
+    Coarsening look; ///< its levels are 0 at full size
 };
 
 } // namespace hostkit

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "fundament/Status.h"
+#include "hostkit/Coarsening.h"
 #include "hostkit/PlacedWindow.h"
 #include "hostkit/Point.h"
 #include "hostkit/RowSampler.h"
@@ -55,6 +56,9 @@ public:
     [[nodiscard]] virtual std::unique_ptr<PlacedWindow>
     Open(const PixelRect& panWindow, const RasterInfo& source, const SampleBlock& block,
          Resampling resampling, KOVA::Tessara::Fundament::Status& status) const = 0;
+
+    /// How the image lies beneath pan where both are looked at in coarser pixels.
+    [[nodiscard]] virtual std::unique_ptr<Placement> Coarsen(const Coarsening& look) const = 0;
 
 protected:
     /// `imageInfo` is what Describe() is to tell of the image's size and place.

@@ -42,6 +42,14 @@ int SampledChain::Initialize(Aoi* aoi) {
     }
 }
 
+std::shared_ptr<RasterBase> JoinBands(const std::vector<OpenedBands>& opened) {
+    if (opened.size() == 1) return opened.front().raster;
+    std::vector<JoinedRaster::Part> parts;
+    for (const OpenedBands& part : opened)
+        parts.push_back({part.raster, part.bands});
+    return std::make_shared<JoinedRaster>(std::move(parts));
+}
+
 bool SampledChain::Open(const RequestedWindow& request) {
     if (request.inPixels) return OpenUnscaled(request.rect);
     return image.opened.empty() ? OpenSamples(request.rect) : TakeOpened(request.rect);
@@ -62,13 +70,7 @@ bool SampledChain::TakeOpened(const PixelRect& rect) {
                    {});
         return false;
     }
-    std::vector<JoinedRaster::Part> parts;
-    for (const OpenedBands& part : image.opened)
-        parts.push_back({part.raster, part.bands});
-    if (parts.size() == 1)
-        raster = parts.front().raster;
-    else
-        raster = std::make_shared<JoinedRaster>(std::move(parts));
+    raster = JoinBands(image.opened);
     return true;
 }
 

@@ -31,6 +31,9 @@ struct SourceImage {
     PixelRect window = {}; ///< of the pan grid, that is
 };
 
+/// All bands of an image as one raster, in their order.
+[[nodiscard]] std::shared_ptr<RasterBase> JoinBands(const std::vector<OpenedBands>& opened);
+
 /// The chain that brings an image of the workspace onto the window of a request. It obeys the record given to
 /// Initialize, whatever it was obtained with: a request in map units is snapped to whole pixels of the pan
 /// grid and interpolated, one in pixel coordinates is read from the image as it is.
