@@ -135,6 +135,7 @@ public:
         const PansharpDescription& plugin = pair.plugin->GetDescription();
         const bool works = preparation == Preparation::Done &&
                            MakeSettings(request, *scene, plugin, nullptr, settings, status);
+        if (works) settings.Narrow(*scene);
         if (scene) DescribeGrids();
         if (!works) {
             report.warnings = sceneWarnings;

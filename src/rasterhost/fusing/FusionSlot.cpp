@@ -15,7 +15,8 @@ FusionSources SourcesOf(const Scene& scene) {
 FusionSlot::FusionSlot(FusionSources fusionSources, const hostkit::PluginLibrary& plugin,
                        const ProcessSettings& settings, Status& creation)
     : from(std::move(fusionSources)), pan(*from.pan),
-      worker(plugin, settings.properties, from.pan->GetInfo(), pan, creation) {
+      worker(plugin, settings.properties, from.pan->GetInfo(), pan, creation),
+      outputBands(settings.outputBands) {
     if (settings.lowPass) lowPass.emplace(settings.lowPass, from.pan->GetInfo(), from.resampling);
     for (const PlacedSource& source : from.beneath)
         sources.push_back(std::make_unique<Source>(source));
@@ -31,7 +32,7 @@ bool FusionSlot::MayLackData() const {
 
 bool FusionSlot::Init(Status& status) {
     mayLackData = MayLackData();
-    return worker.Start(status);
+    return from.isPlain || worker.Start(status);
 }
 
 namespace {
@@ -52,7 +53,9 @@ bool FusionSlot::Read(const PixelRect& rect, Status& status) {
     inside = {std::max(rect.col0, from.covered.col0), std::max(rect.row0, from.covered.row0),
               std::min(rect.col1, from.covered.col1), std::min(rect.row1, from.covered.row1)};
     if (inside.IsEmpty()) return true;
-    if (!ReadRect(*from.pan, pan, lowPass ? lowPass->SetWindow(window) : window, status)) return false;
+    const bool needsPan = !from.isPlain || from.pan->MayLackData();
+    if (needsPan && !ReadRect(*from.pan, pan, lowPass ? lowPass->SetWindow(window) : window, status))
+        return false;
     for (const auto& source : sources) {
         const PixelRect needed = source->placed.placement->FindSource(window, from.resampling);
         if (!ReadRect(*source->placed.image, source->raster, needed, status)) return false;
@@ -68,13 +71,17 @@ bool FusionSlot::OpenSources(Status& status) {
                                                 from.resampling, status);
         if (!source->opened) return false;
     }
+    if (from.isPlain) {
+        plain = hostkit::JoinBands(Gather(Role::Multispectral).opened);
+        return true;
+    }
     OfferImage(hostkit::multispectralId, Role::Multispectral);
     OfferImage(hostkit::infraredId, Role::Infrared);
-    return true;
+    return worker.OpenWindow(window, status);
 }
 
-/// Puts the images of a role into the workspace as one, described as the first.
-void FusionSlot::OfferImage(const char* id, Role role) {
+/// The images of a role as one, described as the first.
+hostkit::SourceImage FusionSlot::Gather(Role role) const {
     hostkit::SourceImage image;
     for (const auto& source : sources) {
         const PlacedSource& placed = source->placed;
@@ -82,13 +89,38 @@ void FusionSlot::OfferImage(const char* id, Role role) {
         if (image.opened.empty()) image.info = placed.placement->Describe(placed.image->GetInfo());
         image.opened.push_back({source->opened, placed.bands});
     }
-    if (image.opened.empty()) return;
     if (image.opened.size() > 1) {
         image.info.bandsPerPixel = from.bands;
         image.info.colorSpace = 1;
     }
     image.window = window;
-    worker.GetWorkspace().SetImage(id, image);
+    return image;
+}
+
+/// Puts the images of a role into the workspace.
+void FusionSlot::OfferImage(const char* id, Role role) {
+    const hostkit::SourceImage image = Gather(role);
+    if (!image.opened.empty()) worker.GetWorkspace().SetImage(id, image);
+}
+
+const unsigned char* FusionSlot::GetRow(std::uint32_t row, Status& status) {
+    if (!from.isPlain) return worker.GetRow(row, status);
+    const unsigned char* samples = plain->GetRow(row - window.row0);
+    if (!samples) status.Append(plain->GetStatus());
+    if (!samples || outputBands == from.bands) return samples;
+    return from.pan->GetInfo().bitsPerBand == 8 ? KeepWritten<unsigned char>(samples)
+                                                : KeepWritten<unsigned short>(samples);
+}
+
+/// The first bands of a row, those that are written.
+template <class T>
+const unsigned char* FusionSlot::KeepWritten(const unsigned char* samples) {
+    const auto* in = reinterpret_cast<const T*>(samples);
+    plainSamples.resize(std::size_t{window.GetColumns()} * outputBands);
+    T* out = reinterpret_cast<T*>(plainSamples.data());
+    for (std::size_t column = 0; column < window.GetColumns(); ++column, in += from.bands)
+        out = std::copy_n(in, outputBands, out);
+    return reinterpret_cast<const unsigned char*>(plainSamples.data());
 }
 
 bool FusionSlot::Fuse(const RowSink& sink, Status& status) {
@@ -100,7 +132,7 @@ bool FusionSlot::Fuse(const RowSink& sink, Status& status) {
     }
     if (!inside.IsEmpty()) {
         if (lowPass) lowPass->Offer(pan.GetBlock(), worker.GetWorkspace());
-        if (!OpenSources(status) || !worker.OpenWindow(window, status)) return false;
+        if (!OpenSources(status)) return false;
     }
     for (FusedRow row{window.row0}; row.number < window.row1; ++row.number) {
         unsigned char* rowValid =
@@ -110,7 +142,7 @@ bool FusionSlot::Fuse(const RowSink& sink, Status& status) {
         row.valid = lacksData ? rowValid : nullptr;
         row.samples = nullptr;
         if (HoldsRow(row.number)) {
-            row.samples = worker.GetRow(row.number, status);
+            row.samples = GetRow(row.number, status);
             if (!row.samples) return false;
         }
         sink(row);

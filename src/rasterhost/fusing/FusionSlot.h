@@ -23,6 +23,7 @@ struct FusionSources {
     hostkit::PixelRect covered;        ///< those of them that may have data in all images
     hostkit::Resampling resampling = hostkit::Resampling::Bilinear;
     std::uint32_t bands = 0; ///< multispectral ones
+    bool isPlain = false;    ///< pan adds nothing: the bands are what is fused, and pan tells of gaps only
 };
 
 /// The images of a scene themselves; good for as long as the scene.
@@ -74,7 +75,11 @@ private:
 
     [[nodiscard]] bool MayLackData() const;
     bool OpenSources(Status& status);
+    [[nodiscard]] hostkit::SourceImage Gather(Role role) const;
     void OfferImage(const char* id, Role role);
+    const unsigned char* GetRow(std::uint32_t row, Status& status);
+    template <class T>
+    const unsigned char* KeepWritten(const unsigned char* samples);
     [[nodiscard]] bool HoldsRow(std::uint32_t row) const;
     bool FindValid(std::uint32_t row, unsigned char* rowValid);
 
@@ -85,6 +90,9 @@ private:
     hostkit::PixelRect window;
     hostkit::PixelRect inside;                   ///< what of it is covered; empty for nothing
     std::optional<hostkit::LowPassFeed> lowPass; ///< for a method that wants pan's low-pass
+    std::uint32_t outputBands;
+    std::shared_ptr<hostkit::RasterBase> plain; ///< the multispectral bands, where they are the result
+    std::vector<unsigned short> plainSamples;   ///< of a row's bands that are written; read as bytes likewise
     bool mayLackData = true;
     std::vector<hostkit::Reach> reach; ///< of one row
     std::vector<unsigned char> valid;  ///< of all rows; unused where no pixel lacks data

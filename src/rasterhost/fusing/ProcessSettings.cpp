@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <numeric>
+#include <span>
 
 namespace rasterhost {
 
@@ -34,10 +35,10 @@ bool CheckDetail(const FusionRequest& request, const PansharpMethod& method, Sta
 }
 
 /// The gains as properties, in the order of the process.
-bool SetGains(const Scene& scene, const PansharpMethod& method, const DetailFit& detail,
+bool SetGains(const Scene& scene, std::size_t bands, const PansharpMethod& method, const DetailFit& detail,
               KOVA::Tessara::Global::NameValueMap& texts, Status& status) {
     std::vector<double> gains, ratioGains;
-    for (const std::size_t band : scene.bandOrder) {
+    for (const std::size_t band : std::span(scene.bandOrder).first(bands)) {
         gains.push_back(detail.gains[band].gain);
         ratioGains.push_back(detail.gains[band].ratioGain);
     }
@@ -46,10 +47,10 @@ bool SetGains(const Scene& scene, const PansharpMethod& method, const DetailFit&
 
 /// The weights of the request as properties of the process, whose bands are in another order, and what the
 /// method wants to know of pan's detail.
-bool SetParameters(const SharpenRequest& request, const Scene& scene, const PansharpMethod& method,
-                   const DetailFit* detail, PropertyLookUp& properties, Status& status) {
+bool SetParameters(const SharpenRequest& request, const Scene& scene, std::size_t bands,
+                   const PansharpMethod& method, const DetailFit* detail, PropertyLookUp& properties,
+                   Status& status) {
     hostkit::EffectiveWeights weights{request.weights, request.infraredWeight};
-    const std::size_t bands = scene.bandOrder.size();
     if (request.weights.size() == bands)
         for (std::size_t band = 0; band < bands; ++band)
             weights.bands[band] = request.weights[scene.bandOrder[band]];
@@ -57,7 +58,7 @@ bool SetParameters(const SharpenRequest& request, const Scene& scene, const Pans
     const hostkit::WeightedBands weighed{static_cast<std::uint32_t>(bands), scene.HasInfrared(),
                                          hostkit::UsesLowPass(method)};
     if (!hostkit::SetWeights(method, weighed, weights, texts, status)) return false;
-    if (detail && !SetGains(scene, method, *detail, texts, status)) return false;
+    if (detail && !SetGains(scene, bands, method, *detail, texts, status)) return false;
     hostkit::SetScalars(method, detail ? std::optional(detail->lowPassMean) : std::nullopt, texts);
     for (const auto& [name, value] : texts)
         properties[name] = value;
@@ -75,8 +76,8 @@ void FillWeights(const Scene& scene, const PansharpMethod& method, const Propert
             settings.infraredWeight = hostkit::ReadValues(*infrared, 1, properties).front();
         return;
     }
-    const std::size_t bands = scene.bandOrder.size();
-    const auto weights = hostkit::ReadValues(*shares, scene.CountBands(), properties);
+    const std::size_t bands = settings.bands;
+    const auto weights = hostkit::ReadValues(*shares, bands + (scene.HasInfrared() ? 1 : 0), properties);
     settings.effectiveWeights.resize(bands);
     for (std::size_t band = 0; band < bands; ++band)
         settings.effectiveWeights[scene.bandOrder[band]] = weights[band];
@@ -108,19 +109,22 @@ bool CheckWeights(const FusionRequest& request, const PansharpMethod& method, co
 }
 
 /// A method that fuses so many bands makes nothing of more, and takes the next for the infrared one.
-bool FitBands(const SharpenRequest& request, const PansharpMethod& method, Scene& scene, Status& status) {
-    if (scene.bandOrder.size() < method.minimumBands)
+bool FitBands(const SharpenRequest& request, const PansharpMethod& method, const Scene& scene,
+              ProcessSettings& settings, Status& status) {
+    settings.bands = scene.bandOrder.size();
+    settings.outputBands = scene.outputBands;
+    if (settings.bands < method.minimumBands)
         return Fail(status, HostStatus::RequestInvalid,
                     "the method %s needs at least %u multispectral bands; %d were given", method.keyword,
-                    method.minimumBands, static_cast<int>(scene.bandOrder.size()));
+                    method.minimumBands, static_cast<int>(settings.bands));
     if (method.fusedBands == 0) return true;
-    if (request.bands.empty()) scene.outputBands = std::min(scene.outputBands, method.fusedBands);
-    if (!scene.HasInfrared() || scene.bandOrder.size() <= method.fusedBands) return true;
-    if (scene.outputBands > method.fusedBands)
+    if (request.bands.empty()) settings.outputBands = std::min(settings.outputBands, method.fusedBands);
+    if (!scene.HasInfrared() || settings.bands <= method.fusedBands) return true;
+    if (settings.outputBands > method.fusedBands)
         return Fail(status, HostStatus::RequestInvalid,
                     "the method %s writes %u bands beside an infrared one; name so many with --bands",
                     method.keyword, method.fusedBands);
-    scene.KeepFirstBands(method.fusedBands);
+    settings.bands = method.fusedBands;
     return true;
 }
 
@@ -146,6 +150,11 @@ double ProcessSettings::GetWeightSum() const {
     return std::accumulate(effectiveWeights.begin(), effectiveWeights.end(), infraredWeight.value_or(0.0));
 }
 
+void ProcessSettings::Narrow(Scene& scene) const {
+    scene.outputBands = outputBands;
+    if (bands < scene.bandOrder.size()) scene.KeepFirstBands(static_cast<std::uint32_t>(bands));
+}
+
 bool WantsFit(const SharpenRequest& request, const PansharpDescription& plugin) {
     if (request.weightSource != WeightSource::Fit || !request.weights.empty()) return false;
     Status unknown; // MakeSettings says what is wrong with the method
@@ -165,11 +174,12 @@ bool WantsDetail(const SharpenRequest& request, const PansharpDescription& plugi
     return method && hostkit::UsesLowPass(*method);
 }
 
-bool MakeSettings(const SharpenRequest& request, Scene& scene, const PansharpDescription& plugin,
+bool MakeSettings(const SharpenRequest& request, const Scene& scene, const PansharpDescription& plugin,
                   const DetailFit* detail, ProcessSettings& settings, Status& status) {
     settings = {};
     const PansharpMethod* method = hostkit::FindMethod(plugin, request.method, status);
-    if (!method || !FitBands(request, *method, scene, status) || !CheckDetail(request, *method, status))
+    if (!method || !FitBands(request, *method, scene, settings, status) ||
+        !CheckDetail(request, *method, status))
         return false;
     settings.method = method->keyword;
     PropertyLookUp properties;
@@ -179,9 +189,9 @@ bool MakeSettings(const SharpenRequest& request, Scene& scene, const PansharpDes
                                                  : scene.HasInfrared()         ? hostkit::infraredId
                                                                                : "";
     properties[PropertyNames::processRaster] = hostkit::sceneId;
-    properties[PropertyNames::outputBands] = FormatString("%u", scene.outputBands);
+    properties[PropertyNames::outputBands] = FormatString("%u", settings.outputBands);
     properties[PropertyNames::generateMetadata] = "true";
-    if (!SetParameters(request, scene, *method, detail, properties, status) ||
+    if (!SetParameters(request, scene, settings.bands, *method, detail, properties, status) ||
         !SetRawProperties(request, properties, status))
         return false;
     if (hostkit::UsesLowPass(*method) && detail)

@@ -5,6 +5,8 @@
 #include "hostkit/PanLowPass.h"
 #include "rasterhost/fitting/SceneDetail.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -15,7 +17,9 @@ namespace rasterhost {
 /// What the process objects of a run are created with.
 struct ProcessSettings {
     KOVA::Tessara::Global::NameValueMap properties;
-    std::string method; ///< the keyword as the plug-in writes it
+    std::string method;    ///< the keyword as the plug-in writes it
+    std::size_t bands = 0; ///< multispectral ones that take part: the first in the scene's order
+    std::uint32_t outputBands = 0;
     /// Weights of the multispectral bands in the simulated pan, in the order of the request; empty for a
     /// method that weighs no bands.
     std::vector<double> effectiveWeights;
@@ -24,6 +28,8 @@ struct ProcessSettings {
     std::shared_ptr<const hostkit::PanLowPass> lowPass;
 
     [[nodiscard]] double GetWeightSum() const; ///< the infrared band's counted
+    /// Leaves a scene with the bands that take part, and has so many of them written.
+    void Narrow(Scene& scene) const;
 };
 
 /// True when the weights of a request are to be fitted: it gives none, raw ones included, and the method
@@ -38,7 +44,7 @@ struct ProcessSettings {
 /// others are asked for. False with an item when the plug-in has no such method, when the
 /// number of weights is wrong or their sum not above 0, or when a raw property is one that the host keeps to
 /// itself or weighs a band that is not there.
-[[nodiscard]] bool MakeSettings(const SharpenRequest& request, Scene& scene,
+[[nodiscard]] bool MakeSettings(const SharpenRequest& request, const Scene& scene,
                                 const PansharpDescription& plugin, const DetailFit* detail,
                                 ProcessSettings& settings, Status& status);
 

@@ -51,6 +51,7 @@ public:
         if (preparation != Preparation::Done ||
             !MakeSettings(request, *pair.scene, pair.plugin->GetDescription(), nullptr, settings, status))
             return false;
+        settings.Narrow(*pair.scene);
         rules = MakeOutputRules(request, *pair.scene);
         folder = PrepareOutput(request, *pair.scene, rules, status);
         if (!folder || !CheckMemory(request, *pair.scene, GetSizes(), usualBlockRows, status)) return false;

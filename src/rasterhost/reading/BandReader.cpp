@@ -52,11 +52,18 @@ bool BandReader::ReadBands(const PixelRect& rect, std::size_t first, std::size_t
     for (std::size_t band = first; band < end; ++band)
         numbers.push_back(bands[band].number);
     const GdalErrors errors;
-    const CPLErr result = handles[first].dataset->RasterIO(
-        GF_Read, static_cast<int>(rect.col0), static_cast<int>(rect.row0), columns, rows,
-        out + static_cast<GSpacing>(first) * sampleBytes, columns, rows, bands[first].type,
-        static_cast<int>(numbers.size()), numbers.data(), pixelBytes, pixelBytes * columns, sampleBytes,
-        nullptr);
+    CPLErr result = CE_None;
+    if (GDALDataset* dataset = handles[first].dataset)
+        result = dataset->RasterIO(GF_Read, static_cast<int>(rect.col0), static_cast<int>(rect.row0), columns,
+                                   rows, out + static_cast<GSpacing>(first) * sampleBytes, columns, rows,
+                                   bands[first].type, static_cast<int>(numbers.size()), numbers.data(),
+                                   pixelBytes, pixelBytes * columns, sampleBytes, nullptr);
+    else
+        for (std::size_t band = first; band < end && result == CE_None; ++band)
+            result = handles[band].band->RasterIO(
+                GF_Read, static_cast<int>(rect.col0), static_cast<int>(rect.row0), columns, rows,
+                out + static_cast<GSpacing>(band) * sampleBytes, columns, rows, bands[first].type, pixelBytes,
+                pixelBytes * columns, nullptr);
     return (result == CE_None && !errors.HasFailed()) || FailToRead(rect, "", bands[first], errors, status);
 }
 

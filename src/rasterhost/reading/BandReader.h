@@ -14,7 +14,7 @@ namespace rasterhost {
 
 /// What a band is read by, of an open file.
 struct BandHandles {
-    GDALDataset* dataset = nullptr;
+    GDALDataset* dataset = nullptr; ///< null for an overview, which has none
     GDALRasterBand* band = nullptr;
     GDALRasterBand* mask = nullptr; ///< 0 where there is no data: a mask band or transparency; may be null
 };

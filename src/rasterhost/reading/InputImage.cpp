@@ -1,5 +1,7 @@
 #include "rasterhost/reading/InputImage.h"
 
+#include "hostkit/Coarsening.h"
+#include "hostkit/RequestRecord.h"
 #include "rasterhost/reading/DescribeFiles.h"
 #include "rasterhost/reading/FileState.h"
 #include "rasterhost/requests/GdalErrors.h"
@@ -123,6 +125,47 @@ std::unique_ptr<InputImage> InputImage::WithBands(std::shared_ptr<const ImageDes
     image->files = files;
     Status impossible; // the bands were found here before
     return image->FindHandles(impossible) ? std::move(image) : nullptr;
+}
+
+InputImage* InputImage::FindOverview(unsigned level) {
+    const auto [entry, isNew] = overviews.try_emplace(level);
+    if (isNew) entry->second = OpenOverview(level);
+    return entry->second.get();
+}
+
+namespace {
+
+GDALRasterBand* OverviewOf(GDALRasterBand& band, const InputImage::RasterInfo& info) {
+    for (int i = 0; i < band.GetOverviewCount(); ++i) {
+        GDALRasterBand* overview = band.GetOverview(i);
+        if (overview && overview->GetXSize() == static_cast<int>(info.cols) &&
+            overview->GetYSize() == static_cast<int>(info.rows))
+            return overview;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+std::unique_ptr<InputImage> InputImage::OpenOverview(unsigned level) const {
+    if (description->collar) return nullptr;
+    std::unique_ptr<InputImage> image(new InputImage);
+    ImageDescription coarse = *description;
+    coarse.info = hostkit::CoarseInfo(description->info, hostkit::WholeImage(description->info), level);
+    const GdalErrors silence;
+    for (std::size_t i = 0; i < handles.size(); ++i) {
+        GDALRasterBand* band = OverviewOf(*handles[i].band, coarse.info);
+        if (!band) return nullptr;
+        GDALRasterBand* mask = nullptr;
+        if (coarse.bands[i].mask == MaskKind::Transparency) mask = OverviewOf(*handles[i].mask, coarse.info);
+        if (coarse.bands[i].mask == MaskKind::Mask && (band->GetMaskFlags() & GMF_ALL_VALID) == 0)
+            mask = band->GetMaskBand();
+        if (coarse.bands[i].mask != MaskKind::None && !mask) return nullptr;
+        image->handles.push_back({nullptr, band, mask});
+    }
+    image->description = std::make_shared<const ImageDescription>(std::move(coarse));
+    image->files = files;
+    return image;
 }
 
 void InputImage::SetCollar(std::shared_ptr<const ZeroCollar> found) {

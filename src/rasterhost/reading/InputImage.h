@@ -7,6 +7,7 @@
 #include "rasterhost/requests/Requests.h"
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -51,6 +52,11 @@ public:
     /// not name.
     void Reorder(const std::vector<std::size_t>& order);
 
+    /// The image in pixels of 2^level x 2^level, level 1 or more, as its files have it beside the whole. Null
+    /// where one has no such overview of a band or of what tells no data, and with a collar, which overviews
+    /// know nothing of. Good for as long as this.
+    [[nodiscard]] InputImage* FindOverview(unsigned level);
+
     [[nodiscard]] bool MayLackData() const override { return description->MayLackData(); }
     [[nodiscard]] bool Read(const hostkit::PixelRect& rect, unsigned char* out, Status& status) override;
     [[nodiscard]] bool ReadValid(const hostkit::PixelRect& rect, const unsigned char* samples,
@@ -63,6 +69,7 @@ private:
     InputImage() = default;
     GDALDataset* OpenFile(const std::string& name, const char* role, Status& status);
     bool FindHandles(Status& status);
+    [[nodiscard]] std::unique_ptr<InputImage> OpenOverview(unsigned level) const;
 
     struct OpenFileEntry {
         std::string name;
@@ -71,7 +78,8 @@ private:
 
     std::shared_ptr<const ImageDescription> description;
     std::vector<OpenFileEntry> files;
-    std::vector<BandHandles> handles; ///< of the description's bands
+    std::vector<BandHandles> handles;                          ///< of the description's bands
+    std::map<unsigned, std::unique_ptr<InputImage>> overviews; ///< by level, as far as they were asked for
 };
 
 } // namespace rasterhost

@@ -28,21 +28,28 @@ bool FailForMemory(Status& status) {
 
 } // namespace
 
+bool Guard(const std::function<bool()>& operation, Status& status) {
+    try {
+        return operation();
+    } catch (const std::bad_alloc&) {
+        return FailForMemory(status);
+    } catch (const std::length_error&) {
+        return FailForMemory(status);
+    } catch (const std::exception& error) {
+        return Fail(status, HostStatus::Unexpected, "unexpected: %s", error.what());
+    }
+}
+
 bool RunOperation(const std::function<bool()>& operation, double& seconds, Status& status) {
     const auto start = std::chrono::steady_clock::now();
-    bool isDone = false;
-    try {
-        GDALAllRegister();
-        const GdalErrors silence; // this thread's; every failure becomes an item
-        LookAtCacheSize();
-        isDone = operation();
-    } catch (const std::bad_alloc&) {
-        isDone = FailForMemory(status);
-    } catch (const std::length_error&) {
-        isDone = FailForMemory(status);
-    } catch (const std::exception& error) {
-        isDone = Fail(status, HostStatus::Unexpected, "unexpected: %s", error.what());
-    }
+    const bool isDone = Guard(
+        [&] {
+            GDALAllRegister();
+            const GdalErrors silence; // this thread's; every failure becomes an item
+            LookAtCacheSize();
+            return operation();
+        },
+        status);
     seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return isDone;
 }

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "rasterhost/fusing/PreparedPair.h"
+#include "rasterhost/fusing/ProcessSettings.h"
+#include "rasterhost/fusing/SceneFindings.h"
+#include "rasterhost/writing/OutputRow.h"
+
+namespace rasterhost {
+
+/// How a pair is fused, with nothing left open, and how its pixels come out.
+struct Fusion {
+    ProcessSettings settings;
+    OutputRules rules;
+};
+
+/// That of a request for a pair, with what was found in the pixels for what the request leaves open. False
+/// with an item when the two do not fit.
+[[nodiscard]] bool MakeFusion(SharpenRequest request, const Scene& scene, const PansharpDescription& plugin,
+                              const SceneFindings& found, Fusion& fusion, Status& status);
+
+} // namespace rasterhost

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "rasterhost/reading/InputImage.h"
+#include "rasterhost/reading/ReducedImage.h"
+#include "rasterhost/serving/ReducedStore.h"
+
+#include <memory>
+#include <optional>
+
+namespace rasterhost {
+
+/// An image of a pair as a level of the scene reads it: as it is, or reduced by 2^level. What is known of it
+/// is fixed, open files are lent before each read. Overviews of the files stand for what would else be
+/// reduced, and a store keeps it.
+class LevelImage final : public hostkit::ImageSource {
+public:
+    /// At level 0 all of the image, else a part of it. `keptIn` may be null; it outlives this.
+    LevelImage(std::shared_ptr<const ImageDescription> image, const hostkit::PixelRect& partOfIt,
+               unsigned reductionLevel, ReducedStore* keptIn);
+    LevelImage(const LevelImage&) = delete;
+    LevelImage& operator=(const LevelImage&) = delete;
+
+    /// Reads from this one from now on: a reader of the image, or of one with more bands, these first.
+    void ReadFrom(InputImage& reader);
+
+    [[nodiscard]] const RasterInfo& GetInfo() const override { return info; }
+    [[nodiscard]] std::string GetName() const override { return description->GetName(); }
+    [[nodiscard]] bool MayLackData() const override { return description->MayLackData(); }
+    [[nodiscard]] bool Read(const hostkit::PixelRect& rect, unsigned char* out, Status& status) override {
+        return top->Read(rect, out, status);
+    }
+    [[nodiscard]] bool ReadValid(const hostkit::PixelRect& rect, const unsigned char* samples,
+                                 unsigned char* valid, Status& status) override {
+        return top->ReadValid(rect, samples, valid, status);
+    }
+
+private:
+    void ReduceFrom(InputImage& lent);
+
+    std::shared_ptr<const ImageDescription> description;
+    hostkit::PixelRect part;
+    unsigned level;
+    ReducedStore* store; ///< null where this level is finer than what is kept
+    RasterInfo info;
+    std::unique_ptr<InputImage> selected; ///< of the reader that was lent, where that has more bands
+    unsigned overviewLevel = 0;           ///< of the overview that is read; 0 for the image itself
+    std::optional<ReducedImage> reduced;  ///< of the image or its overview, to the level or that of the store
+    std::optional<StoredImage> stored;
+    std::optional<ReducedImage> further; ///< of what is stored
+    hostkit::ImageSource* top = nullptr; ///< the last of these
+};
+
+} // namespace rasterhost

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "hostkit/LeasePool.h"
+#include "rasterhost/fusing/PreparedPair.h"
+#include "rasterhost/serving/ReducedStore.h"
+
+#include <atomic>
+#include <memory>
+#include <vector>
+
+namespace rasterhost {
+
+/// A pair that any number of datasets fuse, each in its way, from any number of threads. What is known of it
+/// is shared and never changes; open files are lent to one reader at a time.
+class OpenPair {
+public:
+    /// Open files to read all images of the pair from.
+    struct Readers {
+        std::vector<std::unique_ptr<InputImage>> owned;
+        std::vector<InputImage*> images; ///< pan, then those of the scene
+    };
+    using Pool = hostkit::LeasePool<Readers, int>;
+
+    /// `prepared` has a plug-in. So many sets of files are open at a time at most, one of them the pair's
+    /// own, the others opened when they are needed.
+    OpenPair(PreparedPair prepared, std::size_t mostReaders);
+
+    [[nodiscard]] const Scene& GetScene() const { return *pair.scene; }
+    [[nodiscard]] const hostkit::PluginLibrary& GetPlugin() const { return *pair.plugin; }
+    [[nodiscard]] std::size_t GetMostReaders() const { return mostSets; }
+    /// What is kept of an image, pan or one of the scene, for coarse looks.
+    [[nodiscard]] ReducedStore& GetStore(std::size_t position) const { return *stores[position]; }
+    /// Waits while all are out. Null with an item where a file cannot be opened again.
+    [[nodiscard]] Pool::Lease Lend(Status& status) const;
+
+private:
+    std::unique_ptr<Readers> OpenReaders(Status& status) const;
+
+    const PreparedPair pair;
+    const std::size_t mostSets;
+    mutable std::atomic<bool> isOwnSetOut = false; ///< that of the pair itself, once it is in the pool
+    mutable Pool pool;
+    std::vector<std::unique_ptr<ReducedStore>> stores;
+};
+
+} // namespace rasterhost

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "rasterhost/serving/SceneLevel.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace rasterhost {
+
+/// Where the samples of a window go: of the type that the dataset has, strides in bytes.
+struct WindowTarget {
+    unsigned char* samples = nullptr; ///< first pixel, first of the bands asked for
+    std::ptrdiff_t pixelStride = 0, rowStride = 0, bandStride = 0;
+    /// A byte a pixel, rows packed: 255 with data, 0 without; null where nobody asks.
+    unsigned char* mask = nullptr;
+};
+
+/// A pair that is fused as its pixels are asked for: an image like that which `Sharpen` writes, windows of
+/// which are had at any zoom. Any number of threads may read at a time; each fuses what it asks for. Fused
+/// pixels are not kept.
+///
+/// At full size a window has the bytes of the written file, however it is cut. Zoomed out by 2^k it is fused
+/// of inputs that are reduced first (SceneLevel.h); by another factor it is the mean, by area, of the next
+/// finer of these levels. A pixel has data where some of what it is made of has.
+class SharpenedDataset {
+public:
+    SharpenedDataset(std::shared_ptr<const OpenPair> openPair, Fusion howToFuse);
+
+    [[nodiscard]] std::uint32_t GetColumns() const { return columns; }
+    [[nodiscard]] std::uint32_t GetRows() const { return rows; }
+    /// Those of the fused image, and one for transparency where that is asked for.
+    [[nodiscard]] std::uint32_t GetBands() const { return fusion.rules.GetFileBands(); }
+    [[nodiscard]] std::uint32_t GetBits() const { return bits; } ///< of a sample, 8 or 16
+    /// Level k has ceil(columns / 2^k) x ceil(rows / 2^k) pixels; the last one has one, or is the 16th.
+    [[nodiscard]] unsigned CountLevels() const { return static_cast<unsigned>(levels.size()); }
+    [[nodiscard]] const OpenPair& GetPair() const { return *pair; }
+    [[nodiscard]] const Fusion& GetFusion() const { return fusion; }
+
+    /// Makes a window of the dataset, in so many pixels. `bands` count from 0. False with items; the target
+    /// may hold anything then.
+    [[nodiscard]] bool Read(const hostkit::PixelRect& window, std::uint32_t outColumns, std::uint32_t outRows,
+                            std::span<const std::uint32_t> bands, const WindowTarget& target,
+                            Status& status) const;
+
+private:
+    /// Takes fused rows of a level, counted from its first.
+    using TakeRow = std::function<void(std::uint32_t row, const FusedRow& fused)>;
+
+    bool CheckRequest(const hostkit::PixelRect& window, std::uint32_t outColumns, std::uint32_t outRows,
+                      std::span<const std::uint32_t> bands, Status& status) const;
+    template <class T>
+    bool ReadWindow(const hostkit::PixelRect& window, std::uint32_t outColumns, std::uint32_t outRows,
+                    std::span<const std::uint32_t> bands, const WindowTarget& target, Status& status) const;
+    bool ReadLevel(unsigned level, const hostkit::PixelRect& rect, const TakeRow& take, Status& status) const;
+    template <class T, class Writer>
+    bool Resample(unsigned level, const hostkit::PixelRect& window, std::uint32_t outColumns,
+                  std::uint32_t outRows, Writer& writer, Status& status) const;
+
+    const std::shared_ptr<const OpenPair> pair;
+    const Fusion fusion;
+    std::uint32_t columns, rows, bits;
+    std::vector<std::unique_ptr<const SceneLevel>> levels;
+    mutable hostkit::LeasePool<SceneLevel::Slot, unsigned> slots; ///< by level
+};
+
+} // namespace rasterhost
