@@ -25,7 +25,10 @@ std::string HintAtFiles(const CommandLine& line) {
 } // namespace
 
 ExitCode RunAssess(const Arguments& arguments) {
-    const rasterhost::AssessRequest request{arguments, arguments, arguments};
+    const rasterhost::PairRequest& pair = arguments;
+    const rasterhost::BlurOptions& blur = arguments;
+    const rasterhost::AssessOptions& options = arguments;
+    const rasterhost::AssessRequest request{pair, blur, options};
     rasterhost::AssessReport report;
     KOVA::Tessara::Fundament::Status status;
     const ExitCode code = rasterhost::Assess(request, report, status) ? Done : WorkFailed;

@@ -10,7 +10,11 @@
 namespace cli {
 
 ExitCode RunCompare(const Arguments& arguments) {
-    rasterhost::CompareRequest request{arguments, arguments, arguments, arguments};
+    const rasterhost::PairRequest& pair = arguments;
+    const rasterhost::RunOptions& run = arguments;
+    const rasterhost::BlurOptions& blur = arguments;
+    const rasterhost::CompareOptions& options = arguments;
+    rasterhost::CompareRequest request{pair, run, blur, options};
     request.progress = [](double) { return !platform::WasInterrupted(); };
     platform::CatchInterrupts();
     rasterhost::CompareReport report;

@@ -66,7 +66,8 @@ private:
 
     bool Reduce() {
         const Warn warn = [this](const std::string& text) { report.warnings.push_back(text); };
-        PairRequest inputs = request;
+        const PairRequest& pair = request;
+        PairRequest inputs = pair;
         inputs.bands.clear(); // the runs choose
         std::unique_ptr<Scene> scene;
         const Preparation preparation = PrepareScene(
