@@ -41,14 +41,3 @@ TEST(ArgumentText, BandsOfFilesAndFilesThatAreNamedSo) {
         EXPECT_EQ(inputs.at("infrared"), expected);
     }
 }
-
-TEST(ArgumentText, AFileWhoseNameEndsLikeABandIsRead) {
-    const child::Folder folder;
-    const scene::Pair pair(folder, 3, 8);
-    std::filesystem::rename(folder / "ms.tif", folder / "ms.tif,band=2");
-    for (const auto& [input, bands] : {std::pair("ms.tif,band=2", 3), std::pair("ms.tif,band=2,band=3", 1)}) {
-        const child::Outcome outcome =
-            child::RunWell(folder, {"sharpen", "pan.tif", input, "-o", "o.tif", "--overwrite"});
-        EXPECT_EQ(scene::Read(folder / "o.tif").bands, bands);
-    }
-}

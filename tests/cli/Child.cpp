@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <grp.h>
+#include <sstream>
 #include <stdexcept>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -76,8 +77,8 @@ Outcome Run(const Folder& folder, const Arguments& arguments, const std::optiona
     return Running(folder, arguments, plugin, out).Finish();
 }
 
-Outcome RunWell(const Folder& folder, const Arguments& arguments) {
-    Outcome outcome = Run(folder, arguments);
+Outcome RunWell(const Folder& folder, const Arguments& arguments, const std::optional<std::string>& plugin) {
+    Outcome outcome = Run(folder, arguments, plugin);
     if (outcome.code != 0) throw std::runtime_error(AsTyped(arguments) + "\n" + outcome.err);
     return outcome;
 }
@@ -91,11 +92,15 @@ bool WaitUntil(const std::function<bool()>& condition) {
     return true;
 }
 
-Arguments Concatenate(const std::vector<Arguments>& lists) {
-    Arguments all;
-    for (const Arguments& list : lists)
-        all.insert(all.end(), list.begin(), list.end());
-    return all;
+Arguments::Arguments(const char* line) {
+    std::istringstream words(line);
+    for (std::string word; words >> word;)
+        push_back(word == "''" ? "" : word);
+}
+
+Arguments operator+(Arguments first, const Arguments& more) {
+    first.insert(first.end(), more.begin(), more.end());
+    return first;
 }
 
 std::string AsTyped(const Arguments& arguments) {

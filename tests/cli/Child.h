@@ -12,7 +12,12 @@
 /// The built command as a child process.
 namespace child {
 
-using Arguments = std::vector<std::string>;
+/// One by one, or as one line with blanks between them, in which '' is an empty one.
+struct Arguments : std::vector<std::string> {
+    using vector::vector;
+    Arguments(const char* line);
+};
+[[nodiscard]] Arguments operator+(Arguments first, const Arguments& more);
 
 struct Outcome {
     int code = -1; ///< exit code, or 1000 and the signal that ended it
@@ -50,13 +55,11 @@ private:
                           const std::optional<std::string>& plugin = {}, const std::string& out = {});
 
 /// One that has to end with 0: an exception fails the test.
-Outcome RunWell(const Folder& folder, const Arguments& arguments);
+Outcome RunWell(const Folder& folder, const Arguments& arguments,
+                const std::optional<std::string>& plugin = {});
 
 /// Looks again and again until the condition holds; false when it does not within a minute.
 [[nodiscard]] bool WaitUntil(const std::function<bool()>& condition);
-
-/// All arguments of some lists, in order.
-[[nodiscard]] Arguments Concatenate(const std::vector<Arguments>& lists);
 
 /// As one would type them, to name a case.
 [[nodiscard]] std::string AsTyped(const Arguments& arguments);

@@ -76,22 +76,6 @@ void MakeInputs(const child::Folder& folder) {
     fs::create_symlink("none", folder / "dangling.tif");
 }
 
-constexpr const char* badInputs[] = {"none.tif",
-                                     "float.tif",
-                                     "away.tif",
-                                     "cut.tif",
-                                     "empty.tif",
-                                     "text.tif",
-                                     "loop.vrt",
-                                     "folder.tif",
-                                     "pipe.tif",
-                                     "dangling.tif",
-                                     "ms.tif,band=9",
-                                     "/vsizip/text.tif/a.tif",
-                                     "/vsimem/no",
-                                     "",
-                                     "/vsisubfile/0_9,text.tif"};
-
 } // namespace
 
 // Every command with every kind of input in every place: told in words, nothing touched, nothing left.
@@ -99,15 +83,16 @@ TEST(Faults, OfInputs) {
     const child::Folder folder;
     MakeInputs(folder);
     const Files before = Look(folder);
-    for (const std::string bad : badInputs)
-        for (const Arguments& command :
-             {Arguments{"sharpen", "PAN", "MS", "-o", "o.tif"}, Arguments{"info", "PAN", "MS"},
-              Arguments{"compare", "PAN", "MS", "--keep", "."},
-              Arguments{"assess", "MS", "--pan", "PAN", "--ms", "ms.tif"}})
+    const Arguments bad =
+        "none.tif float.tif away.tif cut.tif empty.tif text.tif loop.vrt folder.tif pipe.tif dangling.tif "
+        "ms.tif,band=9 /vsizip/text.tif/a.tif /vsimem/no '' /vsisubfile/0_9,text.tif";
+    for (const std::string& input : bad)
+        for (const Arguments command : {"sharpen PAN MS -o o.tif", "info PAN MS", "compare PAN MS --keep .",
+                                        "assess MS --pan PAN --ms ms.tif"})
             for (const std::string place : {"PAN", "MS"}) {
                 Arguments arguments = command;
                 for (std::string& argument : arguments)
-                    argument = argument == place   ? bad
+                    argument = argument == place   ? input
                                : argument == "PAN" ? "pan.tif"
                                : argument == "MS"  ? "ms.tif"
                                                    : argument;
@@ -127,61 +112,63 @@ TEST(Faults, OfOutputs) {
         int code;
         std::vector<std::string> changed; ///< with it
     } cases[] = {
-        {"an input", {"pan.tif", "ms.tif", "-o", "ms.tif", "--overwrite"}, 1, {}},
-        {"a link to one", {"pan.tif", "ms.tif", "-o", "link.tif", "--overwrite"}, 1, {}},
-        {"another name of one", {"pan.tif", "ms.tif", "-o", "hard.tif", "--overwrite"}, 1, {}},
-        {"a source of a source", {"pan.tif", "b.vrt", "-o", "ms.tif", "--overwrite"}, 1, {}},
-        {"what holds one", {"pan.tif", "/vsisubfile/0_99999,ms.tif", "-o", "ms.tif", "--overwrite"}, 1, {}},
-        {"settings",
-         {"pan.tif", "ms.tif", "--settings", "s.xml", "-o", "s.xml", "-f", "GTiff", "--overwrite"},
-         1,
-         {}},
-        {"an input's header", {"pan.tif", "e.img", "-o", "e.dat", "-f", "ENVI", "--overwrite"}, 1, {}},
-        {"a header", {"pan.tif", "ms.tif", "-o", "h.dat", "-f", "ENVI"}, 1, {}},
-        {"a mask", {"pan.tif", "ms.tif", "-o", "m.tif"}, 1, {}},
-        {"a mask to replace",
-         {"pan.tif", "ms.tif", "-o", "m.tif", "--overwrite"},
-         0,
-         {"m.tif", "m.tif.msk is gone"}},
-        {"a file", {"pan.tif", "ms.tif", "-o", "old.tif"}, 1, {}},
+        {"an input", "pan.tif ms.tif -o ms.tif --overwrite", 1, {}},
+        {"a link to one", "pan.tif ms.tif -o link.tif --overwrite", 1, {}},
+        {"another name of one", "pan.tif ms.tif -o hard.tif --overwrite", 1, {}},
+        {"a source of a source", "pan.tif b.vrt -o ms.tif --overwrite", 1, {}},
+        {"what holds one", "pan.tif /vsisubfile/0_99999,ms.tif -o ms.tif --overwrite", 1, {}},
+        {"settings", "pan.tif ms.tif --settings s.xml -o s.xml -f GTiff --overwrite", 1, {}},
+        {"an input's header", "pan.tif e.img -o e.dat -f ENVI --overwrite", 1, {}},
+        {"a header", "pan.tif ms.tif -o h.dat -f ENVI", 1, {}},
+        {"a mask", "pan.tif ms.tif -o m.tif", 1, {}},
+        {"a mask to replace", "pan.tif ms.tif -o m.tif --overwrite", 0, {"m.tif", "m.tif.msk is gone"}},
+        {"a file", "pan.tif ms.tif -o old.tif", 1, {}},
         {"a header to replace",
-         {"pan.tif", "ms.tif", "-o", "h.dat", "-f", "ENVI", "--overwrite"},
+         "pan.tif ms.tif -o h.dat -f ENVI --overwrite",
          0,
          {"h.dat", "h.dat.aux.xml", "h.hdr"}},
         {"a file to replace",
-         {"pan.tif", "ms.tif", "-o", "old.tif", "--overwrite"},
+         "pan.tif ms.tif -o old.tif --overwrite",
          0,
          {"old.tif", "old.tif.aux.xml is gone", "old.tif.ovr is gone"}},
         {"a link to a file to replace",
-         {"pan.tif", "ms.tif", "-o", "to-old.tif", "--overwrite"},
+         "pan.tif ms.tif -o to-old.tif --overwrite",
          0,
          {"old.tif", "old.tif.aux.xml is gone", "old.tif.ovr is gone"}},
-        {"a pipe", {"pan.tif", "ms.tif", "-o", "pipe.tif", "--overwrite"}, 1, {}},
-        {"a folder", {"pan.tif", "ms.tif", "-o", "folder.tif", "--overwrite"}, 1, {}},
-        {"no folder", {"pan.tif", "ms.tif", "-o", "no/o.tif"}, 1, {}},
-        {"memory", {"pan.tif", "ms.tif", "-o", "/vsimem/o.tif"}, 2, {}},
-        {"an archive", {"pan.tif", "ms.tif", "-o", "/vsizip/z.zip/o.tif"}, 1, {}},
+        {"a pipe", "pan.tif ms.tif -o pipe.tif --overwrite", 1, {}},
+        {"a folder", "pan.tif ms.tif -o folder.tif --overwrite", 1, {}},
+        {"no folder", "pan.tif ms.tif -o no/o.tif", 1, {}},
+        {"memory", "pan.tif ms.tif -o /vsimem/o.tif", 2, {}},
+        {"an archive", "pan.tif ms.tif -o /vsizip/z.zip/o.tif", 1, {}},
         {"a long name",
          {"pan.tif", "ms.tif", "-o", std::string(240, 'n') + ".tif"},
          0,
          {std::string(240, 'n') + ".tif"}},
         {"too long a name", {"pan.tif", "ms.tif", "-o", std::string(300, 'n') + ".tif"}, 1, {}},
-        {"standard output", {"pan.tif", "ms.tif", "-o", "-"}, 2, {}},
-        {"an option", {"pan.tif", "ms.tif", "-o", "--overwrite"}, 2, {}},
-        {"no pixels", {"pan.tif", "ms.tif", "-o", "o.vrt"}, 1, {}},
-        {"an ending of no format", {"pan.tif", "ms.tif", "-o", "o.foo"}, 1, {}},
-        {"a format by its ending", {"pan.tif", "ms.tif", "-o", "o.img"}, 0, {"o.img", "o.img.aux.xml"}},
-        {"GDAL's name of the option", {"pan.tif", "ms.tif", "-of", "COG", "-o", "o.tif"}, 0, {"o.tif"}},
-        {"a world file", {"pan.tif", "ms.tif", "-o", "o.tif", "--co", "TFW=YES"}, 0, {"o.tfw", "o.tif"}},
-        {"a picture's place", {"pan.tif", "ms.tif", "-o", "o.tif", "--preview", "p.png"}, 1, {}},
-        {"a picture's folder", {"pan.tif", "ms.tif", "-o", "o.tif", "--preview", "no/p.png"}, 1, {}},
-        {"two of one name", {"pan.tif", "ms.tif", "-o", "./o.png", "--preview", "o.png"}, 2, {}},
-        {"a report's place", {"pan.tif", "none.tif", "-o", "o.tif", "--status-xml", "s.xml"}, 1, {}},
-        {"a report", {"pan.tif", "none.tif", "-o", "o.tif", "--status-xml", "r.xml"}, 1, {"r.xml"}},
-        {"what is kept", {"compare", "pan.tif", "ms.tif", "--keep", ".", "--overwrite"}, 1, {}},
-        {"what was kept", {"compare", "pan.tif", "ms.tif", "--keep", "kept"}, 1, {}},
+        {"standard output", "pan.tif ms.tif -o -", 2, {}},
+        {"an option", "pan.tif ms.tif -o --overwrite", 2, {}},
+        {"no pixels", "pan.tif ms.tif -o o.vrt", 1, {}},
+        {"an ending of no format", "pan.tif ms.tif -o o.foo", 1, {}},
+        {"a format by its ending", "pan.tif ms.tif -o o.img", 0, {"o.img", "o.img.aux.xml"}},
+        {"GDAL's name of the option", "pan.tif ms.tif -of COG -o o.tif", 0, {"o.tif"}},
+        {"a world file", "pan.tif ms.tif -o o.tif --co TFW=YES", 0, {"o.tfw", "o.tif"}},
+        {"a picture's place", "pan.tif ms.tif -o o.tif --preview p.png", 1, {}},
+        {"a picture's folder", "pan.tif ms.tif -o o.tif --preview no/p.png", 1, {}},
+        {"two of one name", "pan.tif ms.tif -o ./o.png --preview o.png", 2, {}},
+        {"a report's place", "pan.tif none.tif -o o.tif --status-xml s.xml", 1, {}},
+        {"a report for an input", "pan.tif ms.tif -o o.tif --status-xml pan.tif", 2, {}},
+        {"a report for another name of one", "pan.tif ms.tif -o o.tif --status-xml ./ms.tif", 2, {}},
+        {"a report for a link to one", "pan.tif ms.tif -o o.tif --status-xml link.tif", 2, {}},
+        {"a report for one that is not there",
+         "pan.tif ms.tif --infrared ir.tif -o o.tif --status-xml ir.tif",
+         2,
+         {}},
+        {"a report for the output", "pan.tif ms.tif -o o.tif --status-xml o.tif", 2, {}},
+        {"a report", "pan.tif none.tif -o o.tif --status-xml r.xml", 1, {"r.xml"}},
+        {"what is kept", "compare pan.tif ms.tif --keep . --overwrite", 1, {}},
+        {"what was kept", "compare pan.tif ms.tif --keep kept", 1, {}},
         {"what was kept, to replace",
-         {"compare", "pan.tif", "ms.tif", "--keep", "kept", "--overwrite"},
+         "compare pan.tif ms.tif --keep kept --overwrite",
          0,
          {"kept/ms.tif", "kept/pan.tif", "kept/truth.tif"}},
     };
@@ -205,8 +192,7 @@ TEST(Faults, OfOutputs) {
         fs::create_symlink("old.tif", folder / "to-old.tif");
         const Files before = Look(folder);
         const bool isOther = c.arguments.front() == "compare";
-        const child::Outcome outcome = child::Run(
-            folder, child::Concatenate({isOther ? Arguments{} : Arguments{"sharpen"}, c.arguments}));
+        const child::Outcome outcome = child::Run(folder, (isOther ? "" : "sharpen") + c.arguments);
         EXPECT_EQ(outcome.code, c.code) << outcome.err;
         EXPECT_EQ(outcome.err.find("error: ") != std::string::npos, c.code != 0) << outcome.err;
         const Files after = Look(folder);
@@ -221,27 +207,26 @@ TEST(Faults, OfOutputs) {
 // Files that may not grow (a disk that is full), requests to stop at any time,
 // and runs that write the same file at once.
 TEST(Faults, OfTheMachine) {
-    const Arguments sharpen = {"sharpen", "pan.tif", "ms.tif", "--method",
-                               "kova",    "-w",      "equal",  "--no-nodata"};
+    const Arguments sharpen = "sharpen pan.tif ms.tif --method kova -w equal --no-nodata";
     const struct {
         const char* what;
         Arguments arguments;
         std::uint64_t largestFile; ///< in bytes
         int signal;
     } cases[] = {
-        {"full", {"-o", "o.tif", "--window", "16"}, 1, 0},
-        {"full", {"-o", "o.tif"}, 1500000, 0},
-        {"full", {"-o", "o.tif", "--co", "COMPRESS=DEFLATE"}, 1500000, 0},
-        {"full", {"-o", "o.tif", "--window", "100"}, 1500000, 0},
-        {"full", {"-o", "o.tif", "--window", "100", "--co", "COMPRESS=DEFLATE"}, 1500000, 0},
-        {"full", {"-o", "o.tif", "-f", "COG"}, 1500000, 0},
-        {"full", {"-o", "o.dat", "-f", "ENVI"}, 1, 0},
-        {"full", {"-o", "o.dat", "-f", "ENVI"}, 200000, 0},
-        {"full", {"-o", "o.rst", "-f", "RST"}, 200000, 0},
-        {"full", {"-o", "o.png"}, 500, 0},
-        {"interrupted", {"-o", "o.dat", "-f", "ENVI"}, 0, SIGINT},
-        {"terminated", {"-o", "o.tif", "--preview", "p.png"}, 0, SIGTERM},
-        {"hung up", {"-o", "o.png"}, 0, SIGHUP},
+        {"full", "-o o.tif --window 16", 1, 0},
+        {"full", "-o o.tif", 1500000, 0},
+        {"full", "-o o.tif --co COMPRESS=DEFLATE", 1500000, 0},
+        {"full", "-o o.tif --window 100", 1500000, 0},
+        {"full", "-o o.tif --window 100 --co COMPRESS=DEFLATE", 1500000, 0},
+        {"full", "-o o.tif -f COG", 1500000, 0},
+        {"full", "-o o.dat -f ENVI", 1, 0},
+        {"full", "-o o.dat -f ENVI", 200000, 0},
+        {"full", "-o o.rst -f RST", 200000, 0},
+        {"full", "-o o.png", 500, 0},
+        {"interrupted", "-o o.dat -f ENVI", 0, SIGINT},
+        {"terminated", "-o o.tif --preview p.png", 0, SIGTERM},
+        {"hung up", "-o o.png", 0, SIGHUP},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what + (" " + child::AsTyped(c.arguments)));
@@ -255,8 +240,7 @@ TEST(Faults, OfTheMachine) {
         }
         const Files before = Look(folder);
         const Arguments slowly = c.signal == 0 ? Arguments{} : Arguments{"--window", "16", "-j", "1"};
-        child::Running running(folder, child::Concatenate({sharpen, c.arguments, slowly}), {}, {}, -1,
-                               c.largestFile);
+        child::Running running(folder, sharpen + c.arguments + slowly, {}, {}, -1, c.largestFile);
         if (c.signal != 0) {
             ASSERT_TRUE(child::WaitUntil(
                 [&] { return running.ErrorsSoFar().find("10 % done") != std::string::npos; }));
@@ -280,10 +264,8 @@ TEST(Faults, OfThreadsThatCannotBeStarted) {
         scene::WriteSparse(folder / "ms.tif", 300, 300, 3, {.pixelSize = 20.0});
         fs::permissions(folder.path, fs::perms::all);
         const Files before = Look(folder);
-        child::Running running(
-            folder,
-            {"sharpen", "pan.tif", "ms.tif", "-o", "o.tif", "--no-nodata", "-j", "8", "--window", "16"}, {},
-            {}, -1, 0, most);
+        child::Running running(folder, "sharpen pan.tif ms.tif -o o.tif --no-nodata -j 8 --window 16", {}, {},
+                               -1, 0, most);
         const child::Outcome outcome = running.Finish();
         if (outcome.code == 99) GTEST_SKIP() << "no other user may run the command";
         EXPECT_EQ(outcome.code, 0) << outcome.err;
@@ -296,8 +278,7 @@ TEST(Faults, OfRunsThatWriteTheSameFileAtOnce) {
     for (const bool overwrite : {false, true}) {
         const child::Folder folder;
         const scene::Pair pair(folder, 3, 8);
-        Arguments arguments = {"sharpen", "pan.tif", "ms.tif", "-o",      "o.tif",
-                               "-w",      "equal",   "-r",     "bilinear"};
+        Arguments arguments = "sharpen pan.tif ms.tif -o o.tif -w equal -r bilinear";
         if (overwrite) arguments.emplace_back("--overwrite");
         std::vector<std::unique_ptr<child::Running>> runs;
         for (int i = 0; i < 4; ++i)

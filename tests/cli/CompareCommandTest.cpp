@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+using child::Arguments;
 using nlohmann::json;
 using testing::HasSubstr;
 
@@ -32,34 +33,26 @@ TEST(CompareCommand, TellsWhatAssessTellsOfTheSamePixels) {
     const child::Folder folder;
     WritePair(folder);
     std::filesystem::create_directory(folder.path / "kept");
-    const auto text = child::Run(folder, {"compare", "pan.tif", "ms.tif"});
-    ASSERT_EQ(text.code, 0) << text.err;
+    const auto text = child::RunWell(folder, "compare pan.tif ms.tif");
     EXPECT_THAT(text.out, HasSubstr("Best: "));
     EXPECT_THAT(text.out, HasSubstr("; plain cubic upsampling"));
     EXPECT_THAT(folder.List(), testing::ElementsAre("kept", "ms.tif", "pan.tif"));
 
     // The second lets a band take part in the simulated pan only.
     const struct {
-        child::Arguments inputs;
+        Arguments inputs;
         const char* transfers;
         std::size_t entries;
-        child::Arguments infrared, bands, reference;
-    } cases[] = {{{"ms.tif"}, "0.3,0.2,0.35", 8, {}, {}, {"--reference", "kept/truth.tif"}},
-                 {{"ms.tif,band=1", "ms.tif,band=3", "--infrared", "ms.tif,band=2"},
-                  "0.3,0.35,0.2",
-                  7,
-                  {"--infrared", "kept/infrared.tif"},
-                  {"-b", "2,1"},
-                  {"--reference", "kept/truth.tif,band=2", "--reference", "kept/truth.tif,band=1"}}};
+        Arguments infrared, bands, reference;
+    } cases[] = {{{"ms.tif"}, "0.3,0.2,0.35", 8, {}, {}, "--reference kept/truth.tif"},
+                 {"ms.tif,band=1 ms.tif,band=3 --infrared ms.tif,band=2", "0.3,0.35,0.2", 7,
+                  "--infrared kept/infrared.tif", "-b 2,1",
+                  "--reference kept/truth.tif,band=2 --reference kept/truth.tif,band=1"}};
     for (const auto& c : cases) {
         const bool isFirst = c.infrared.empty();
         const auto told =
-            child::Run(folder, child::Concatenate({{"compare", "pan.tif"},
-                                                   c.inputs,
-                                                   c.bands,
-                                                   {"-r", "cubic", "--mtf", c.transfers, "--keep", "kept",
-                                                    "--overwrite", "--json"}}));
-        ASSERT_EQ(told.code, 0) << told.err;
+            child::RunWell(folder, "compare pan.tif -r cubic --keep kept --overwrite --json --mtf" +
+                                       Arguments{c.transfers} + c.inputs + c.bands);
         const json found = json::parse(told.out);
         EXPECT_EQ(found.at("entries").size(), c.entries);
         EXPECT_EQ(found.at("modulation_transfer").at("multispectral"),
@@ -68,16 +61,11 @@ TEST(CompareCommand, TellsWhatAssessTellsOfTheSamePixels) {
             EXPECT_GE(entry.at("ergas"),
                       found.at("entries").at(found.at("best").get<std::size_t>()).at("ergas"));
             if (entry.at("weights") != "equal") continue;
-            ASSERT_EQ(child::Run(folder, child::Concatenate({{"sharpen", "kept/pan.tif", "kept/ms.tif", "-o",
-                                                              "out.tif", "--overwrite", "-w", "equal", "-r",
-                                                              "cubic", "--method", entry.at("method"), "-q"},
-                                                             c.infrared,
-                                                             c.bands}))
-                          .code,
-                      0);
-            const auto run = child::Run(
-                folder, child::Concatenate({{"assess", "out.tif", "--ratio", "2", "--json"}, c.reference}));
-            ASSERT_EQ(run.code, 0) << run.err;
+            child::RunWell(
+                folder,
+                "sharpen kept/pan.tif kept/ms.tif -o out.tif --overwrite -w equal -r cubic -q --method" +
+                    Arguments{entry.at("method").get<std::string>()} + c.infrared + c.bands);
+            const auto run = child::RunWell(folder, "assess out.tif --ratio 2 --json" + c.reference);
             const json indices = json::parse(run.out).at("indices");
             for (const char* name : {"pixels", "ergas", "sam", "mean_q", "bands"})
                 EXPECT_EQ(indices.at(name), entry.at(name)) << name;
@@ -85,68 +73,50 @@ TEST(CompareCommand, TellsWhatAssessTellsOfTheSamePixels) {
         if (isFirst) std::filesystem::copy(folder / "kept/ms.tif", folder / "first.tif");
     }
     // Degraded as a band is, by its own transfer: the smallest, whose kernel is the widest and cut like it.
-    const auto same =
-        child::Run(folder, {"assess", "kept/infrared.tif", "--reference", "first.tif,band=2", "--json"});
+    const auto same = child::Run(folder, "assess kept/infrared.tif --reference first.tif,band=2 --json");
     EXPECT_EQ(json::parse(same.out).at("indices").at("bands").at(0).at("rmse"), 0.0) << same.err;
 }
 
 TEST(AssessCommand, PrintsBothKindsAndRefusesTheRest) {
     const child::Folder folder;
     WritePair(folder);
-    ASSERT_EQ(
-        child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "-q", "--preview", "look.png"})
-            .code,
-        0);
+    child::RunWell(folder, "sharpen pan.tif ms.tif -o out.tif -q --preview look.png");
     const struct {
-        child::Arguments arguments;
+        Arguments arguments;
         int code;
         std::vector<std::string> words; ///< on standard output, or on standard error of a failure
     } cases[] = {
-        {{"out.tif", "--pan", "pan.tif", "--ms", "ms.tif"}, 0, {"fused", "bilinear", "D_lambda", "HQNR"}},
-        {{"ms.tif", "--reference", "ms.tif", "--ratio", "2"},
-         0,
-         {"inf", "mean Q 1.0000", "ERGAS 0.0000", "900 pixels"}},
-        {{"ms.tif", "--reference", "ms.tif"}, 0, {"ERGAS takes a --ratio"}},
-        {{"out.tif", "--reference", "ms.tif"}, 1, {"60 x 60 pixels"}},
-        {{"out.tif", "--reference", "ms.tif", "-b", "1"}, 2, {"--bands names bands of the pair"}},
+        {"out.tif --pan pan.tif --ms ms.tif", 0, {"fused", "bilinear", "D_lambda", "HQNR"}},
+        {"ms.tif --reference ms.tif --ratio 2", 0, {"inf", "mean Q 1.0000", "ERGAS 0.0000", "900 pixels"}},
+        {"ms.tif --reference ms.tif", 0, {"ERGAS takes a --ratio"}},
+        {"out.tif --reference ms.tif", 1, {"60 x 60 pixels"}},
+        {"out.tif --reference ms.tif -b 1", 2, {"--bands names bands of the pair"}},
         {{"out.tif"}, 2, {"--reference", "--pan and --ms"}},
-        {{"out.tif", "--pan", "pan.tif"}, 2, {"--pan and --ms go together"}},
-        {{"out.tif", "--reference", "ms.tif", "--pan", "pan.tif", "--ms", "ms.tif"},
-         2,
-         {"give what to assess"}},
-        {{"ms.tif", "--reference", "ms.tif", "--ratio", "0"}, 2, {"'0' is no ratio"}},
-        {{"out.tif", "--pan", "pan.tif", "--ms", "ms.tif", "--mtf", "0.3,1"},
-         2,
-         {"'1' is no modulation transfer"}},
+        {"out.tif --pan pan.tif", 2, {"--pan and --ms go together"}},
+        {"out.tif --reference ms.tif --pan pan.tif --ms ms.tif", 2, {"give what to assess"}},
+        {"ms.tif --reference ms.tif --ratio 0", 2, {"'0' is no ratio"}},
+        {"out.tif --pan pan.tif --ms ms.tif --mtf 0.3,1", 2, {"'1' is no modulation transfer"}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(child::AsTyped(c.arguments));
-        const auto run = child::Run(folder, child::Concatenate({{"assess"}, c.arguments}));
+        const auto run = child::Run(folder, "assess" + c.arguments);
         EXPECT_EQ(run.code, c.code) << run.err;
         for (const std::string& words : c.words)
             EXPECT_THAT(c.code == 0 ? run.out : run.err, HasSubstr(words));
     }
-    const json pair = json::parse(
-        child::Run(folder, {"assess", "out.tif", "--pan", "pan.tif", "--ms", "ms.tif", "--json"}).out);
+    const json pair = json::parse(child::Run(folder, "assess out.tif --pan pan.tif --ms ms.tif --json").out);
     EXPECT_LT(pair.at("rows").at(0).at("consistency").at("ergas"),
               pair.at("rows").at(1).at("consistency").at("ergas"));
-    ASSERT_EQ(child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "two.tif", "-q", "-b", "3,1"}).code,
-              0);
-    const auto by = [&](const child::Arguments& bands) {
-        return json::parse(
-                   child::Run(folder, child::Concatenate(
-                                          {{"assess", "two.tif", "--pan", "pan.tif", "--json"}, bands}))
-                       .out)
-            .at("rows");
+    child::RunWell(folder, "sharpen pan.tif ms.tif -o two.tif -q -b 3,1");
+    const auto by = [&](const Arguments& bands) {
+        return json::parse(child::Run(folder, "assess two.tif --pan pan.tif --json" + bands).out).at("rows");
     };
-    EXPECT_EQ(by({"--ms", "ms.tif", "-b", "3,1", "--mtf", "0.2,0.3,0.4"}),
-              by({"--ms", "ms.tif,band=3", "--ms", "ms.tif,band=1", "--mtf", "0.4,0.2"}));
-    const json same =
-        json::parse(child::Run(folder, {"assess", "ms.tif", "--reference", "ms.tif", "--json"}).out);
+    EXPECT_EQ(by("--ms ms.tif -b 3,1 --mtf 0.2,0.3,0.4"),
+              by("--ms ms.tif,band=3 --ms ms.tif,band=1 --mtf 0.4,0.2"));
+    const json same = json::parse(child::Run(folder, "assess ms.tif --reference ms.tif --json").out);
     EXPECT_EQ(same.at("indices").at("bands").at(2).at("rmse"), 0.0);
     EXPECT_TRUE(same.at("indices").at("ergas").is_null());
-    const auto place = child::Run(
-        folder, {"sharpen", "pan.tif", "ms.tif", "-o", "o.tif", "--preview", "p.png", "--preview-at", "3,4"});
+    const auto place = child::Run(folder, "sharpen pan.tif ms.tif -o o.tif --preview p.png --preview-at 3,4");
     EXPECT_EQ(place.code, 1);
     EXPECT_THAT(place.err, HasSubstr("does not lie in what is fused"));
     EXPECT_THAT(folder.List(), testing::ElementsAre("look.png", "ms.tif", "out.tif", "pan.tif", "two.tif"));

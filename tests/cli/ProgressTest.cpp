@@ -43,8 +43,8 @@ TEST(Progress, DrawsABarThatFitsTheTerminalAndGoesAway) {
     const child::Folder folder;
     const scene::Pair pair(folder, 2, 8);
     for (const std::size_t columns : {120u, 40u}) {
-        const std::string text = RunOnTerminal(
-            folder, {"sharpen", "pan.tif", "ms.tif", "-o", "o.tif", "--overwrite", "--window", "1"}, columns);
+        const std::string text =
+            RunOnTerminal(folder, "sharpen pan.tif ms.tif -o o.tif --overwrite --window 1", columns);
         const std::string erase = "\r\x1b[K";
         ASSERT_GT(text.size(), erase.size()) << text;
         EXPECT_EQ(text.substr(text.size() - erase.size()), erase);
@@ -60,8 +60,7 @@ TEST(Progress, DrawsABarThatFitsTheTerminalAndGoesAway) {
 TEST(Progress, PrintsEachTenthOnceWithoutATerminal) {
     const child::Folder folder;
     const scene::Pair pair(folder, 2, 8);
-    const child::Outcome outcome =
-        child::RunWell(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "o.tif", "--window", "1"});
+    const child::Outcome outcome = child::RunWell(folder, "sharpen pan.tif ms.tif -o o.tif --window 1");
     std::istringstream lines(outcome.err);
     int tenths = 0;
     for (std::string line; std::getline(lines, line);) {

@@ -58,7 +58,7 @@ TEST(SharpenCommandSlots, ThatFailAreToldOf) {
         SCOPED_TRACE(slot.name);
         setenv("FAILING_PLUGIN_SLOT", slot.name, 1);
         const child::Outcome outcome =
-            child::Run(folder, {"sharpen", "-q", "pan.tif", "ms.tif", "-o", "out.tif"}, FAILING_PLUGIN_FILE);
+            child::Run(folder, "sharpen -q pan.tif ms.tif -o out.tif", FAILING_PLUGIN_FILE);
         char error[2000];
         const pansharp_result result = FuseInMemory(error, sizeof error);
         unsetenv("FAILING_PLUGIN_SLOT");

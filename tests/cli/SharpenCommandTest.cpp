@@ -19,13 +19,11 @@ namespace {
 constexpr double half = 0.5, quarter = 0.25, eighth = 0.125;
 
 struct GoodRun {
-    const char* what;
     int bits;
-    Arguments inputs;
-    Arguments options;
+    Arguments line;              ///< after the panchromatic input
     std::vector<double> weights; ///< of the four bands of ms.tif
     std::vector<int> wanted;     ///< bands of ms.tif in the output, from 0
-    const char* method = "KOVA";
+    std::string method = "KOVA";
 };
 
 } // namespace
@@ -33,69 +31,37 @@ struct GoodRun {
 TEST(SharpenCommand, FusesWhatWasAsked) {
     const std::vector<double> equal(4, quarter);
     const std::vector<double> uneven = {half, eighth, quarter, eighth};
+    const std::vector<int> all = {0, 1, 2, 3};
+    const Arguments infrared = "ms.tif,band=4 ms.tif,band=2 ms.tif,band=3 --infrared ms.tif,band=1 -w "
+                               "0.125,0.125,0.25 --infrared-weight 0.5";
     const GoodRun runs[] = {
-        {"all bands", 8, {"ms.tif"}, {"-w", "equal"}, equal, {0, 1, 2, 3}},
-        {"16 bits", 16, {"ms.tif"}, {"--method", "KOVA", "--weights=Equal"}, equal, {0, 1, 2, 3}},
-        {"negative weight first",
-         16,
-         {"ms.tif"},
-         {"-w", "-0.5,1,.25,0.25"},
-         {-half, 1, quarter, quarter},
-         {0, 1, 2, 3}},
-        {"bands by number", 8, {"ms.tif"}, {"-w", "0.5,0.125,0.25,0.125", "-b", "3,1"}, uneven, {2, 0}},
-        {"bands of a file",
-         8,
-         {"ms.tif,band=4", "ms.tif,band=2"},
-         {"-w", "0.5,0.25"},
-         {0, quarter, 0, half},
-         {3, 1}},
-        {"raw properties last",
-         8,
-         {"ms.tif"},
-         {"-w", "1,1,1,1", "--set", "BandWeight-1=0.5", "--set", "BandWeight-2=0.125", "--set",
-          "bandweight-3=0.25", "--set", "BandWeight-4=0.125"},
-         uneven,
-         {0, 1, 2, 3}},
-        {"Brovey", 8, {"ms.tif"}, {"--method", "brovey", "-w", "equal"}, equal, {0, 1, 2, 3}, "Brovey"},
-        {"Brovey's weights are those that count",
-         16,
-         {"ms.tif"},
-         {"--method=BROVEY", "-w", "0.5,0.125,0.25,0.125", "-b", "4,2"},
-         uneven,
-         {3, 1},
-         "Brovey"},
-        {"infrared with a weight",
-         16,
-         {"ms.tif,band=4", "ms.tif,band=2", "ms.tif,band=3", "--infrared", "ms.tif,band=1"},
-         {"-w", "0.125,0.125,0.25", "--infrared-weight", "0.5", "-b", "3,1"},
-         uneven,
-         {2, 3}},
-        {"Brovey with infrared",
-         8,
-         {"ms.tif,band=4", "ms.tif,band=2", "ms.tif,band=3", "--infrared", "ms.tif,band=1"},
-         {"--method", "brovey", "-w", "0.125,0.125,0.25", "--infrared-weight", "0.5", "--simd", "scalar"},
-         uneven,
-         {3, 1, 2},
-         "Brovey"},
-        {"IHS, of three bands", 8, {"ms.tif"}, {"--method", "ihs"}, {0.0}, {0, 1, 2}, "IHS"},
-        {"another format",
-         8,
-         {"ms.tif"},
-         {"-f", "ENVI", "--co", "INTERLEAVE=BIP", "-w", "equal"},
-         equal,
-         {0, 1, 2, 3}},
-        {"after a double dash", 8, {"--", "ms.tif"}, {"-w", "equal"}, equal, {0, 1, 2, 3}},
+        {8, "ms.tif -w equal", equal, all},
+        {8, "-w equal -- ms.tif", equal, all},
+        {16, "ms.tif --method KOVA --weights=Equal", equal, all},
+        {16, "ms.tif -w -0.5,1,.25,0.25", {-half, 1, quarter, quarter}, all},
+        {8, "ms.tif -w 0.5,0.125,0.25,0.125 -b 3,1", uneven, {2, 0}},
+        {8, "ms.tif,band=4 ms.tif,band=2 -w 0.5,0.25", {0, quarter, 0, half}, {3, 1}},
+        // Raw properties go before weights, in any letter case.
+        {8,
+         "ms.tif -w 1,1,1,1 --set BandWeight-1=0.5 --set BandWeight-2=0.125 --set bandweight-3=0.25 --set "
+         "BandWeight-4=0.125",
+         uneven, all},
+        {8, "ms.tif --method brovey -w equal", equal, all, "Brovey"},
+        {16, "ms.tif --method=BROVEY -w 0.5,0.125,0.25,0.125 -b 4,2", uneven, {3, 1}, "Brovey"},
+        {16, infrared + "-b 3,1", uneven, {2, 3}},
+        {8, infrared + "--method brovey --simd scalar", uneven, {3, 1, 2}, "Brovey"},
+        {8, "ms.tif --method ihs", {0.0}, {0, 1, 2}, "IHS"},
+        {8, "ms.tif -f ENVI --co INTERLEAVE=BIP -w equal", equal, all},
     };
     for (const GoodRun& run : runs) {
-        SCOPED_TRACE(run.what);
+        SCOPED_TRACE(child::AsTyped(run.line));
         const child::Folder folder;
         const scene::Pair pair(folder, 4, run.bits);
-        const Arguments arguments = child::Concatenate(
-            {{"sharpen", "-o", "out.tif", "-r", "bilinear"}, run.options, {"pan.tif"}, run.inputs});
-        const child::Outcome outcome = child::RunWell(folder, arguments);
+        const child::Outcome outcome =
+            child::RunWell(folder, "sharpen -o out.tif -r bilinear pan.tif" + run.line);
         const scene::Raster fused = scene::Read(folder / "out.tif");
         EXPECT_EQ(fused.bits, run.bits);
-        EXPECT_EQ(outcome.out.find("weights") == std::string::npos, run.method == std::string("IHS"));
+        EXPECT_EQ(outcome.out.find("weights") == std::string::npos, run.method == "IHS");
         EXPECT_EQ(fused.samples, scene::Fuse(run.method, pair.pan, pair.ms, run.weights, run.wanted).samples);
     }
 }
@@ -104,8 +70,7 @@ TEST(SharpenCommand, ClosesWithWhatWasDone) {
     const child::Folder folder;
     const scene::Pair pair(folder, 3, 8);
     const child::Outcome outcome =
-        child::RunWell(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "-w", "0.5,0.25,0.25", "-j",
-                                "1", "--method", "kova"});
+        child::RunWell(folder, "sharpen pan.tif ms.tif -o out.tif -w 0.5,0.25,0.25 -j 1 --method kova");
     const scene::Raster fused = scene::Read(folder / "out.tif");
     const auto zeros = std::count(fused.samples.begin(), fused.samples.begin() + 46 * 38, 0u);
     for (const std::string& words :
@@ -117,8 +82,7 @@ TEST(SharpenCommand, ClosesWithWhatWasDone) {
     EXPECT_THAT(folder.List(), ElementsAre("ms.tif", "out.tif", "pan.tif"));
 
     const child::Outcome quiet =
-        child::RunWell(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "--overwrite", "-q", "-w",
-                                "equal", "--method", "kova"});
+        child::RunWell(folder, "sharpen pan.tif ms.tif -o out.tif --overwrite -q -w equal --method kova");
     EXPECT_EQ(quiet.out + quiet.err, "");
 }
 
@@ -130,22 +94,18 @@ TEST(SharpenCommand, WarnsAndGoesOn) {
     scene::Write(folder / "unprojected.tif", pair.ms, {.pixelSize = 20.0, .epsg = 0});
     const std::pair<Arguments, const char*> cases[] = {
         {{"bare_pan.tif", "bare_ms.tif"}, "neither 'bare_pan.tif' nor 'bare_ms.tif' is georeferenced"},
-        {{"pan.tif", "unprojected.tif"}, "'unprojected.tif' has no projection"},
-        {{"pan.tif", "ms.tif", "--set", "BandWieght-1=2"},
+        {"pan.tif unprojected.tif", "'unprojected.tif' has no projection"},
+        {"pan.tif ms.tif --set BandWieght-1=2",
          "the property BandWieght-1: the plug-in names no such property"},
-        {{"pan.tif", "ms.tif", "--set", "bandweight-2=2", "--method", "kova"}, nullptr}};
+        {"pan.tif ms.tif --set bandweight-2=2 --method kova", nullptr}};
     for (const auto& [arguments, words] : cases) {
-        const auto err =
-            child::RunWell(folder,
-                           child::Concatenate({{"sharpen", "-q", "-o", "o.tif", "--overwrite"}, arguments}))
-                .err;
+        const auto err = child::RunWell(folder, "sharpen -q -o o.tif --overwrite" + arguments).err;
         EXPECT_EQ(err.find("pansharp: warning: ") != std::string::npos, words != nullptr) << err;
         EXPECT_THAT(err, HasSubstr(words ? words : ""));
     }
-    for (const Arguments& weighed : {Arguments{"-w", "equal"}, {"--set", "BandWeight-2=2"}}) {
-        const child::Outcome chosen = child::Run(
-            folder,
-            child::Concatenate({{"sharpen", "pan.tif", "ms.tif", "-o", "c.tif", "--overwrite"}, weighed}));
+    for (const Arguments weighed : {"-w equal", "--set BandWeight-2=2"}) {
+        const child::Outcome chosen =
+            child::Run(folder, "sharpen pan.tif ms.tif -o c.tif --overwrite" + weighed);
         EXPECT_THAT(chosen.err, HasSubstr(": the method KOVA is taken, since Injection weighs no bands"));
         EXPECT_THAT(chosen.out, HasSubstr("method KOVA"));
     }
@@ -157,8 +117,8 @@ TEST(SharpenCommand, StopsWhenInterrupted) {
         const child::Folder folder;
         scene::WriteSparse(folder / "pan.tif", 8192, 8192, 1, {.pixelSize = 10.0});
         scene::WriteSparse(folder / "ms.tif", 4096, 4096, 4, {.pixelSize = 20.0});
-        child::Running running(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "--no-nodata",
-                                        "--window", "16", "-j", "1", "--json"});
+        child::Running running(folder,
+                               "sharpen pan.tif ms.tif -o out.tif --no-nodata --window 16 -j 1 --json");
         // The unfinished output, under another name, shows that it is under way.
         ASSERT_TRUE(child::WaitUntil([&] { return folder.List().size() == 3; }));
         running.Signal(signal);
@@ -166,10 +126,9 @@ TEST(SharpenCommand, StopsWhenInterrupted) {
         if (signal == SIGKILL) { // leaves what it made under a name that tells, and the next run removes it
             EXPECT_THAT(folder.List(),
                         ElementsAre(testing::StartsWith(".out.pansharp-"), "ms.tif", "pan.tif"));
-            EXPECT_EQ(child::Run(folder, {"sharpen", "pan.tif", "ms.tif", "-o", "out.tif", "--no-nodata",
-                                          "--co", "BLOCKXSIZE=7"})
-                          .code,
-                      1);
+            EXPECT_EQ(
+                child::Run(folder, "sharpen pan.tif ms.tif -o out.tif --no-nodata --co BLOCKXSIZE=7").code,
+                1);
         } else {
             EXPECT_EQ(outcome.code, 130);
             EXPECT_THAT(outcome.err, HasSubstr("pansharp: interrupted; 'out.tif' was not written"));
