@@ -45,6 +45,7 @@ int SampledChain::Initialize(Aoi* aoi) {
 std::shared_ptr<RasterBase> JoinBands(const std::vector<OpenedBands>& opened) {
     if (opened.size() == 1) return opened.front().raster;
     std::vector<JoinedRaster::Part> parts;
+    parts.reserve(opened.size());
     for (const OpenedBands& part : opened)
         parts.push_back({part.raster, part.bands});
     return std::make_shared<JoinedRaster>(std::move(parts));

@@ -9,7 +9,6 @@
 namespace rasterhost {
 
 using hostkit::PixelRect;
-using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
 

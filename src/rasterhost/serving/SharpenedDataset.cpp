@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
 #include <utility>
 
 namespace rasterhost {
@@ -15,54 +14,6 @@ using hostkit::PixelRect;
 namespace {
 
 constexpr std::uint64_t mostPixelsAtATime = std::uint64_t{1} << 20; ///< that are fused at a time
-
-/// Fused rows as rows of the file, put where the bands asked for are to go.
-template <class T>
-class WindowWriter {
-public:
-    WindowWriter(const OutputRules& outputRules, std::span<const std::uint32_t> wantedBands,
-                 const WindowTarget& windowTarget, std::uint32_t windowColumns)
-        : rules(outputRules), bands(wantedBands), target(windowTarget), columns(windowColumns),
-          row(std::size_t{columns} * rules.GetFileBands()), tally(rules.bands) {}
-
-    /// `fused` is null where no pixel has data, `valid` where all have.
-    void Put(std::uint32_t number, const void* fused, const unsigned char* valid) {
-        unsigned char* first = target.samples + static_cast<std::ptrdiff_t>(number) * target.rowStride;
-        T* made = IsAsMade(first) ? reinterpret_cast<T*>(first) : row.data();
-        MakeOutputRow(static_cast<const T*>(fused), valid, columns, rules, made, tally);
-        for (std::size_t i = 0; made == row.data() && i < bands.size(); ++i) {
-            unsigned char* out = first + static_cast<std::ptrdiff_t>(i) * target.bandStride;
-            const T* in = row.data() + bands[i];
-            for (std::uint32_t column = 0; column < columns; ++column, in += rules.GetFileBands()) {
-                std::memcpy(out, in, sizeof(T));
-                out += target.pixelStride;
-            }
-        }
-        if (!target.mask) return;
-        unsigned char* mask = target.mask + std::size_t{number} * columns;
-        for (std::uint32_t column = 0; column < columns; ++column)
-            mask[column] = !valid || valid[column] != 0 ? 0xFF : 0;
-    }
-
-private:
-    /// True when a row is to go there just as it is made.
-    [[nodiscard]] bool IsAsMade(const unsigned char* first) const {
-        const auto size = static_cast<std::ptrdiff_t>(sizeof(T));
-        bool isAll = bands.size() == rules.GetFileBands();
-        for (std::uint32_t band = 0; isAll && band < bands.size(); ++band)
-            isAll = bands[band] == band;
-        return isAll && target.bandStride == size &&
-               target.pixelStride == size * static_cast<std::ptrdiff_t>(bands.size()) &&
-               reinterpret_cast<std::uintptr_t>(first) % sizeof(T) == 0;
-    }
-
-    const OutputRules& rules;
-    std::span<const std::uint32_t> bands;
-    const WindowTarget& target;
-    std::uint32_t columns;
-    std::vector<T> row;
-    LimitTally tally;
-};
 
 /// True when pixels first to end - 1 of an axis are `out` whole pixels of a level.
 bool IsWhole(std::uint32_t first, std::uint32_t end, std::uint32_t size, std::uint32_t out, unsigned level) {

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "rasterhost/serving/SceneLevel.h"
+#include "rasterhost/serving/WindowWriter.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -10,14 +10,6 @@
 #include <vector>
 
 namespace rasterhost {
-
-/// Where the samples of a window go: of the type that the dataset has, strides in bytes.
-struct WindowTarget {
-    unsigned char* samples = nullptr; ///< first pixel, first of the bands asked for
-    std::ptrdiff_t pixelStride = 0, rowStride = 0, bandStride = 0;
-    /// A byte a pixel, rows packed: 255 with data, 0 without; null where nobody asks.
-    unsigned char* mask = nullptr;
-};
 
 /// A pair that is fused as its pixels are asked for: an image like that which `Sharpen` writes, windows of
 /// which are had at any zoom. Any number of threads may read at a time; each fuses what it asks for. Fused
