@@ -141,29 +141,46 @@ private:
     AcrossRows<Whole, 2> across;
 };
 
-template <class T>
+/// V is double, or std::int32_t for taps whose weights are whole numbers of steps.
+template <class T, class V>
 class CubicSampler final : public RowSampler {
 public:
-    CubicSampler(std::uint32_t bandCount, std::vector<CubicTap> columns, std::vector<CubicTap> rows)
-        : bands(bandCount), columnTaps(std::move(columns)), rowTaps(std::move(rows)),
-          across(columnTaps.size() * bandCount) {}
+    CubicSampler(std::uint32_t bandCount, const std::vector<CubicTap>& columns, std::vector<CubicTap> rows)
+        : bands(bandCount), rowTaps(std::move(rows)), samples(columns.size() * bandCount),
+          across(samples + kernels::cubicGroup) {
+        firstOffset = columns.empty() ? 0 : columns.front().at.front();
+        std::uint32_t lastOffset = firstOffset;
+        for (const CubicTap& tap : columns) {
+            lastOffset = std::max(lastOffset, tap.at.back());
+            columnTaps.push_back({tap.at, kernels::CubicWeights<V>(tap)});
+            for (std::uint32_t& at : columnTaps.back().at)
+                at = (at - firstOffset) / bands * kernels::CubicPixel(bands);
+        }
+        spread.resize(std::size_t{(lastOffset - firstOffset) / bands + 1} * kernels::CubicPixel(bands));
+    }
 
     void Sample(std::uint32_t row, const SampleBlock& source, void* out) override {
         const CubicTap& tap = rowTaps[row];
-        std::array<const double*, 4> rows{};
+        std::array<const V*, 4> rows{};
         for (std::size_t i = 0; i < rows.size(); ++i)
-            rows[i] = across.Get(tap.at[i], tap.at, [&](double* values) {
-                kernels::CubicAcross(RowOf<T>(source, tap.at[i]), columnTaps.data(), columnTaps.size(), bands,
-                                     values);
+            rows[i] = across.Get(tap.at[i], tap.at, [&](V* values) {
+                kernels::SpreadCubic(RowOf<T>(source, tap.at[i]) + firstOffset,
+                                     spread.size() / kernels::CubicPixel(bands), bands, spread.data());
+                acrossRow(spread.data(), columnTaps.data(), columnTaps.size(), bands, values);
             });
-        kernels::CubicDown(rows, tap.weights, columnTaps.size() * bands, static_cast<T*>(out));
+        down(rows, kernels::CubicWeights<V>(tap), samples, static_cast<T*>(out));
     }
 
 private:
     std::uint32_t bands;
-    std::vector<CubicTap> columnTaps;
+    std::vector<kernels::SpreadCubicTap<V>> columnTaps;
     std::vector<CubicTap> rowTaps;
-    AcrossRows<double, 4> across;
+    std::size_t samples;
+    std::uint32_t firstOffset = 0; ///< of the first source sample needed, in a row of the block
+    std::vector<V> spread;
+    kernels::CubicAcrossRow<V> acrossRow = kernels::CubicAcrossRowFor<V>(Target());
+    kernels::CubicDownRow<T, V> down = kernels::CubicDownRowFor<T, V>(Target());
+    AcrossRows<V, 4> across;
 };
 
 /// The offset of a source column in a row of the block, in samples.
@@ -197,7 +214,9 @@ std::unique_ptr<RowSampler> MakeCubic(const SamplerShape& shape) {
     }
     for (const kernels::GridPosition& position : shape.rows)
         rows.push_back(kernels::MakeCubicTap(position, shape.sourceRows));
-    return std::make_unique<CubicSampler<T>>(shape.bands, std::move(columns), std::move(rows));
+    if (kernels::HasWholeSteps(columns) && kernels::HasWholeSteps(rows))
+        return std::make_unique<CubicSampler<T, std::int32_t>>(shape.bands, columns, std::move(rows));
+    return std::make_unique<CubicSampler<T, double>>(shape.bands, columns, std::move(rows));
 }
 
 } // namespace

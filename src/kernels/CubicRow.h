@@ -1,10 +1,12 @@
 #pragma once
 
 #include "kernels/GridAxis.h"
+#include "kernels/Simd.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 /// Cubic convolution between pixel centres (Keys 1981, a = -0.5), separated by axis like the bilinear
 /// interpolation: a source row is interpolated across once, then four such rows are weighted down.
@@ -28,9 +30,58 @@ template <class T>
 void CubicAcross(const T* source, const CubicTap* taps, std::size_t pixels, std::uint32_t bands, double* out);
 
 /// Weights four interpolated rows, adding from the top, and stores the sum rounded half up within the range
-/// of T.
-template <class T>
-void CubicDown(const std::array<const double*, 4>& rows, const std::array<double, 4>& weights,
-               std::size_t samples, T* out);
+/// of T. Values and weights are those of the definition, or whole numbers of steps.
+template <class T, class V>
+void CubicDown(const std::array<const V*, 4>& rows, const std::array<V, 4>& weights, std::size_t samples,
+               T* out);
+
+/// Fractions of eighths, as even ratios have, make all weights whole numbers of these steps. Then every
+/// product and sum of the definition is exact, and whole numbers give the same samples.
+inline constexpr int cubicStepBits = 10;
+[[nodiscard]] bool HasWholeSteps(std::span<const CubicTap> taps);
+
+/// The same for rows and vectors: source rows are taken apart first, so that a pixel's bands begin a group of
+/// so many numbers. V is double, or std::int32_t for whole numbers.
+inline constexpr std::uint32_t cubicGroup = 4;
+
+/// Numbers of a pixel of so many bands, those that fill it up counted.
+[[nodiscard]] constexpr std::uint32_t CubicPixel(std::uint32_t bands) {
+    return (bands + cubicGroup - 1) / cubicGroup * cubicGroup;
+}
+
+/// A tap as offsets into a spread row.
+template <class V>
+struct SpreadCubicTap {
+    std::array<std::uint32_t, 4> at{};
+    std::array<V, 4> weights{};
+};
+
+/// The weights of a tap as they are, or in whole numbers of steps.
+template <class V>
+[[nodiscard]] std::array<V, 4> CubicWeights(const CubicTap& tap);
+
+/// Takes a source row apart: writes pixels * CubicPixel(bands) numbers.
+template <class T, class V>
+void SpreadCubic(const T* source, std::size_t pixels, std::uint32_t bands, V* out);
+
+/// Interpolates a spread row across: writes pixels * bands values, and up to cubicGroup - 1 of no meaning
+/// behind them.
+template <class V>
+using CubicAcrossRow = void (*)(const V* source, const SpreadCubicTap<V>* taps, std::size_t pixels,
+                                std::uint32_t bands, V* out);
+/// CubicDown.
+template <class T, class V>
+using CubicDownRow = void (*)(const std::array<const V*, 4>& rows, const std::array<V, 4>& weights,
+                              std::size_t samples, T* out);
+
+/// The versions for a vector target that can run here.
+template <class V>
+[[nodiscard]] CubicAcrossRow<V> CubicAcrossRowFor(SimdTarget target);
+template <class T, class V>
+[[nodiscard]] CubicDownRow<T, V> CubicDownRowFor(SimdTarget target);
+
+template <class V>
+void CubicAcrossRowScalar(const V* source, const SpreadCubicTap<V>* taps, std::size_t pixels,
+                          std::uint32_t bands, V* out);
 
 } // namespace kernels
