@@ -8,7 +8,7 @@
 #include "rasterhost/fusing/RunPlan.h"
 #include "rasterhost/requests/Operation.h"
 #include "rasterhost/writing/OutputCheck.h"
-#include "rasterhost/writing/OutputFormat.h"
+#include "rasterhost/writing/OutputPlan.h"
 
 #include <gdal_priv.h>
 
@@ -189,30 +189,26 @@ private:
         return true;
     }
 
-    bool CanBeWritten(const OutputRules& rules) {
-        if (request.format.empty()) request.format = FormatOfName(request.output, status);
-        return !request.format.empty() && PrepareOutput(request, *scene, rules, status);
-    }
-
     bool FindDetail() {
         report.detail.emplace();
         return FitDetail(*scene, request, request.bitDepth, *report.detail, status);
     }
 
     void DescribeRun() {
-        const OutputRules rules = MakeOutputRules(request, *scene);
-        const RunSizes sizes = FindSizes(request, request, *scene, rules.GetFileBands());
+        const auto format = FindFormat(request, status);
+        OutputPlan plan =
+            PlanOutput(request, format.value_or(OutputFormat()), *scene, ChooseThreads(request));
+        const RunSizes sizes = FindSizes(request, pair.plugin->GetDescription());
         report.method = settings.method;
         report.effectiveWeights = settings.effectiveWeights;
         report.infraredWeight = settings.infraredWeight;
-        report.outputColumns = sizes.columns;
-        report.outputRows = sizes.rows;
+        report.outputColumns = plan.columns;
+        report.outputRows = plan.rows;
         report.outputBands = scene->outputBands;
-        report.outputBytes = std::uint64_t{sizes.columns} * sizes.rows * sizes.fileBands *
-                             (scene->pan->GetInfo().bitsPerBand / 8);
-        report.memoryBytes = EstimateMemory(*scene, sizes, usualBlockRows);
-        fits = (request.output.empty() || CanBeWritten(rules)) &&
-               CheckMemory(request, *scene, sizes, usualBlockRows, status);
+        report.outputBytes = plan.GetBytes();
+        fits = format && (request.output.empty() || PrepareOutput(request, *scene, plan, status)) &&
+               CheckMemory(request, *scene, plan, sizes, status);
+        report.memoryBytes = EstimateMemory(*scene, plan, sizes);
     }
 
     /// Collects what was found to be wrong, the gravest first.

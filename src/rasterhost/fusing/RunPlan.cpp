@@ -1,13 +1,17 @@
 #include "rasterhost/fusing/RunPlan.h"
 
+#include "fitting/BlurFit.h"
+#include "hostkit/AxisPlacement.h"
+#include "hostkit/PanLowPass.h"
+#include "rasterhost/fusing/ProcessSettings.h"
 #include "rasterhost/requests/HostProcess.h"
-#include "rasterhost/writing/CreationOptions.h"
 
 #include <algorithm>
 #include <thread>
 
 namespace rasterhost {
 
+using hostkit::PixelRect;
 using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
@@ -17,17 +21,63 @@ std::uint64_t ImageBytes(const InputImage& image) {
     return std::uint64_t{info.cols} * info.rows * hostkit::PixelBytes(info);
 }
 
-/// The process and the sampler hold single rows; a window holds pan, its share of the source and output.
-std::uint64_t RowBytes(const Scene& scene, const RunSizes& sizes) {
+/// Pan and output of a row of a window.
+std::uint64_t FineRowBytes(const Scene& scene, const OutputPlan& output) {
+    return std::uint64_t{output.columns} * (hostkit::PixelBytes(scene.pan->GetInfo()) +
+                                            output.GetPixelBytes() * (output.isCompressed ? 2 : 1));
+}
+
+/// The same and their share of the images beneath.
+std::uint64_t RowBytes(const Scene& scene, const OutputPlan& output) {
     const RasterInfo& pan = scene.pan->GetInfo();
-    std::uint64_t bytes =
-        hostkit::PixelBytes(pan) * sizes.columns * (1 + sizes.fileBands * (sizes.isCompressed ? 2 : 1));
+    std::uint64_t bytes = FineRowBytes(scene, output);
     for (const PlacedImage& grid : scene.GetGrids()) {
         const RasterInfo ms = grid.GetInfo();
         bytes += static_cast<std::uint64_t>(static_cast<double>(hostkit::PixelBytes(ms)) * ms.cols *
                                             pan.pixelSizeY / ms.pixelSizeY);
     }
     return bytes;
+}
+
+std::uint64_t PixelsOf(const PixelRect& rect) {
+    return rect.IsEmpty() ? 0 : std::uint64_t{rect.GetColumns()} * rect.GetRows();
+}
+
+/// What a slot holds beside pan and output in its window: the images beneath, pan's low-pass and the rows of
+/// pan that it reaches over, which pixels have data, and rows of numbers that the samplers weight.
+std::uint64_t BesideBytes(const Scene& scene, const OutputPlan& output, const RunSizes& sizes,
+                          std::uint32_t windowRows) {
+    const RasterInfo& pan = scene.pan->GetInfo();
+    PixelRect window = scene.part;
+    window.row0 += (output.rows - windowRows) / 2;
+    window.row1 = window.row0 + windowRows;
+    const std::uint64_t sampledRows = scene.resampling == hostkit::Resampling::Cubic ? 4 : 2;
+    constexpr std::uint64_t tapBytes = 64; // of a column, in every image
+    std::uint64_t bytes = 0, sampled = 0;
+    bool mayLackData = scene.covered != scene.part || scene.pan->MayLackData();
+    for (const PlacedImage& coarse : scene.images) {
+        const RasterInfo& info = coarse.image->GetInfo();
+        const std::uint64_t pixels = PixelsOf(coarse.placement->FindSource(window, scene.resampling));
+        bytes += pixels * (hostkit::PixelBytes(info) + (coarse.image->MayLackData() ? 1 : 0));
+        sampled += info.bandsPerPixel;
+        mayLackData = mayLackData || coarse.image->MayLackData();
+    }
+    PixelRect read = window;
+    if (sizes.lowPass) {
+        const hostkit::PanLowPass lowPass(pan, scene.GetMultispectral().GetInfo(), *sizes.lowPass);
+        const PixelRect made =
+            hostkit::AxisPlacement(pan, lowPass.GetInfo()).FindSource(window, scene.resampling);
+        const PixelRect around = lowPass.PanRect(made);
+        read.row0 = std::min(read.row0, around.row0);
+        read.row1 = std::max(read.row1, around.row1);
+        bytes += PixelsOf(made) * (sizeof(unsigned short) + 1);
+        if (mayLackData) bytes += PixelsOf(around) * (hostkit::PixelBytes(pan) + 1);
+        ++sampled;
+    }
+    bytes += (PixelsOf(read) - PixelsOf(window)) * hostkit::PixelBytes(pan);
+    if (mayLackData) bytes += PixelsOf(read) + PixelsOf(window);
+    const std::uint64_t images = scene.images.size() + (sizes.lowPass ? 1 : 0);
+    return bytes + output.columns * (sampled * sampledRows * sizeof(double) + images * tapBytes);
 }
 
 /// Numbers of a picture's panels: of pan, of all bands upsampled and again fused, and three colours of each.
@@ -57,10 +107,13 @@ bool CheckImage(const InputImage& image, Status& status) {
 
 } // namespace
 
-RunSizes FindSizes(const RunOptions& run, const OutputRequest& output, const Scene& scene,
-                   std::uint32_t fileBands) {
-    return {scene.part.GetColumns(), scene.part.GetRows(),         fileBands,        ChooseThreads(run),
-            run.windowRows,          WritesCompressedTiff(output), output.hasPreview};
+RunSizes FindSizes(const SharpenRequest& request, const PansharpDescription& plugin) {
+    const bool wantsDetail = WantsDetail(request, plugin);
+    RunSizes sizes{ChooseThreads(request), request.windowRows, request.hasPreview, {}, {}};
+    sizes.fits = wantsDetail ? !request.transfer || request.gains.empty() : WantsFit(request, plugin);
+    // The widest that may be fitted reaches furthest.
+    if (wantsDetail) sizes.lowPass = request.transfer.value_or(fitting::leastTransfer);
+    return sizes;
 }
 
 int ChooseThreads(const RunOptions& run) {
@@ -68,19 +121,19 @@ int ChooseThreads(const RunOptions& run) {
                            : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
 }
 
-std::uint32_t ChooseWindowRows(const Scene& scene, const RunSizes& sizes, std::uint32_t blockRows) {
+std::uint32_t ChooseWindowRows(const Scene& scene, const OutputPlan& output, const RunSizes& sizes) {
     constexpr std::uint64_t windowBytes = std::uint64_t{4} << 20;
-    if (sizes.windowRows > 0) return std::min(sizes.windowRows, sizes.rows);
-    const std::uint64_t byMemory = windowBytes / std::max<std::uint64_t>(RowBytes(scene, sizes), 1);
-    const std::uint64_t byThreads = sizes.rows / (static_cast<unsigned>(sizes.threads) * 2u) + 1;
+    if (sizes.windowRows > 0) return std::min(sizes.windowRows, output.rows);
+    const std::uint64_t byMemory = windowBytes / std::max<std::uint64_t>(RowBytes(scene, output), 1);
+    const std::uint64_t byThreads = output.rows / (static_cast<unsigned>(sizes.threads) * 2u) + 1;
     // Blocks of one row, as strips have, need not be kept to.
-    const std::uint64_t blocks = std::max<std::uint64_t>(std::min(byMemory, byThreads) / blockRows, 1);
-    return static_cast<std::uint32_t>(std::min<std::uint64_t>(blocks * blockRows, sizes.rows));
+    const std::uint64_t blocks = std::max<std::uint64_t>(std::min(byMemory, byThreads) / output.blockRows, 1);
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(blocks * output.blockRows, output.rows));
 }
 
 int CountSlots(int threads) { return threads <= 2 ? threads : threads + 1; }
 
-std::int64_t CacheBytes(const Scene& scene, const RunSizes& sizes, std::uint32_t blockRows) {
+std::int64_t CacheBytes(const Scene& scene, const OutputPlan& output, const RunSizes& sizes) {
     // Memory that is new to the process takes longer than reading into what it has already. Windows of
     // grids that lie askew reach over many rows of blocks.
     constexpr std::uint64_t least = std::uint64_t{8} << 20, leastAskew = std::uint64_t{64} << 20;
@@ -91,26 +144,29 @@ std::int64_t CacheBytes(const Scene& scene, const RunSizes& sizes, std::uint32_t
         isAskew = isAskew || !coarse.placement->RunsAlong();
     }
     // A block that leaves before it is full is compressed and written again.
-    const std::uint64_t outputs = sizes.windowRows % blockRows == 0
-                                      ? 0
-                                      : std::uint64_t{blockRows} * sizes.fileBands *
-                                            hostkit::PixelBytes(scene.pan->GetInfo()) * sizes.columns;
+    const std::uint64_t outputs =
+        sizes.windowRows % output.blockRows == 0
+            ? 0
+            : std::uint64_t{output.blockRows} * output.columns * output.GetPixelBytes();
     return static_cast<std::int64_t>(std::max(isAskew ? leastAskew : least, 2 * (inputs + outputs)));
 }
 
-std::uint64_t EstimateMemory(const Scene& scene, const RunSizes& sizes, std::uint32_t blockRows) {
-    constexpr std::uint64_t program = std::uint64_t{50} << 20; // with its libraries, as measured
+std::uint64_t EstimateMemory(const Scene& scene, const OutputPlan& output, const RunSizes& sizes) {
+    // The program with its libraries, and the survey that is fitted to, as measured.
+    constexpr std::uint64_t program = std::uint64_t{58} << 20, survey = std::uint64_t{24} << 20;
     std::uint64_t inputs = ImageBytes(*scene.pan);
     for (const PlacedImage& coarse : scene.images)
         inputs += ImageBytes(*coarse.image);
     const std::uint64_t cache =
-        std::min(static_cast<std::uint64_t>(CacheBytes(scene, sizes, blockRows)), inputs);
-    const std::uint32_t rows = ChooseWindowRows(scene, sizes, blockRows);
-    const std::uint32_t windows = (sizes.rows - 1) / rows + 1;
+        std::min(static_cast<std::uint64_t>(CacheBytes(scene, output, sizes)), inputs);
+    const std::uint32_t rows = ChooseWindowRows(scene, output, sizes);
+    const std::uint32_t windows = (output.rows - 1) / rows + 1;
     const int threads = std::min(sizes.threads, static_cast<int>(std::min(windows, 0x7FFFFFFFu)));
     const std::uint64_t fusing =
-        cache + RowBytes(scene, sizes) * rows * static_cast<unsigned>(CountSlots(threads));
-    return program + std::max(fusing, sizes.hasPreview ? cache + PreviewBytes(scene) : 0);
+        cache + (FineRowBytes(scene, output) * rows + BesideBytes(scene, output, sizes, rows)) *
+                    static_cast<unsigned>(CountSlots(threads));
+    return program + (sizes.fits ? survey : 0) +
+           std::max(fusing, sizes.hasPreview ? cache + PreviewBytes(scene) : 0);
 }
 
 bool CheckSizes(const Scene& scene, Status& status) {
@@ -119,10 +175,10 @@ bool CheckSizes(const Scene& scene, Status& status) {
                        [&](const PlacedImage& coarse) { return CheckImage(*coarse.image, status); });
 }
 
-bool CheckMemory(const RunOptions& run, const Scene& scene, const RunSizes& sizes, std::uint32_t blockRows,
+bool CheckMemory(const RunOptions& run, const Scene& scene, const OutputPlan& output, const RunSizes& sizes,
                  Status& status) {
     const std::uint64_t most = run.mostMemory > 0 ? run.mostMemory : MachineMemory();
-    const std::uint64_t needed = EstimateMemory(scene, sizes, blockRows);
+    const std::uint64_t needed = EstimateMemory(scene, output, sizes);
     if (most == 0 || needed <= most) return true;
     return Fail(status, HostStatus::RequestInvalid,
                 "fusing %s takes about %.0f MB of memory, and there are %.0f MB: ask for fewer --threads "

@@ -10,7 +10,7 @@
 #include "rasterhost/writing/ExactFormat.h"
 #include "rasterhost/writing/OutputCheck.h"
 #include "rasterhost/writing/OutputFile.h"
-#include "rasterhost/writing/OutputFormat.h"
+#include "rasterhost/writing/OutputPlan.h"
 
 #include <gdal_priv.h>
 
@@ -21,7 +21,6 @@ namespace rasterhost {
 
 using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Fundament::NumberText;
-using KOVA::Tessara::Fundament::StringsEqual;
 using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
@@ -41,10 +40,9 @@ public:
         : request(sharpenRequest), pair(preparedPair), report(sharpenReport), status(sharpenStatus) {}
 
     bool Run() {
-        if (request.format.empty()) request.format = FormatOfName(request.output, status);
-        if (request.format.empty()) return false;
-        report.format = request.format;
-        request.creationOptions = ExactOptions(request);
+        const auto format = FindFormat(request, status);
+        if (!format) return false;
+        report.format = format->name;
         const Preparation preparation = Prepare(
             request, request, [this](const std::string& text) { Warn(text); }, pair, status);
         report.cancelled = preparation == Preparation::Cancelled;
@@ -52,10 +50,10 @@ public:
             !MakeSettings(request, *pair.scene, pair.plugin->GetDescription(), nullptr, settings, status))
             return false;
         settings.Narrow(*pair.scene);
-        rules = MakeOutputRules(request, *pair.scene);
-        folder = PrepareOutput(request, *pair.scene, rules, status);
-        if (!folder || !CheckMemory(request, *pair.scene, GetSizes(), usualBlockRows, status)) return false;
-        if (const std::string loss = FindLoss(request, *pair.scene, rules); !loss.empty())
+        plan = PlanOutput(request, *format, *pair.scene, ChooseThreads(request));
+        folder = PrepareOutput(request, *pair.scene, plan, status);
+        if (!folder || !CheckMemory(request, *pair.scene, plan, GetSizes(), status)) return false;
+        if (const std::string loss = FindLoss(plan, request.output); !loss.empty())
             Warn("the output '" + request.output + "' " + loss);
         if (WantsFit(request, pair.plugin->GetDescription()) && !FitToImages()) return false;
         if (WantsDetail(request, pair.plugin->GetDescription()) && !FindDetail()) return false;
@@ -127,7 +125,7 @@ private:
                     Warn(FormatString(
                         "%.3g %% of the samples of band %d are %u, the %s that there is; check the inputs "
                         "and the weights",
-                        100.0 * share, static_cast<int>(band) + 1, isLargest ? rules.largest : 0u,
+                        100.0 * share, static_cast<int>(band) + 1, isLargest ? plan.rules.largest : 0u,
                         isLargest ? "largest" : "least"));
             }
     }
@@ -187,11 +185,7 @@ private:
             metadata.emplace_back("EffectiveInfraredWeight", NumberText(*settings.infraredWeight));
         if (report.fit) DescribeFit(*report.fit);
         if (report.detail) DescribeDetail(*report.detail);
-        metadata.emplace_back(StringsEqual(request.format, "GTiff", true) ||
-                                      StringsEqual(request.format, "COG", true)
-                                  ? "TIFFTAG_SOFTWARE"
-                                  : "Software",
-                              FormatString("pansharp %s", PANSHARP_VERSION));
+        metadata.emplace_back(plan.format.softwareItem, FormatString("pansharp %s", PANSHARP_VERSION));
     }
 
     void DescribeFit(const WeightFit& fit) {
@@ -217,9 +211,7 @@ private:
         metadata.emplace_back("PlainErgasOneScaleDown", NumberText(*detail.plainError));
     }
 
-    [[nodiscard]] RunSizes GetSizes() const {
-        return FindSizes(request, request, *pair.scene, rules.GetFileBands());
-    }
+    [[nodiscard]] RunSizes GetSizes() const { return FindSizes(request, pair.plugin->GetDescription()); }
 
     /// A pool that is refused a thread in the middle of the work ends the process.
     void LimitThreads() {
@@ -231,12 +223,11 @@ private:
     }
 
     bool FuseAll() {
-        const auto output =
-            OutputFile::Create(request, *pair.scene, rules, *folder, report.threads, metadata, status);
+        const auto output = OutputFile::Create(request, *pair.scene, plan, *folder, metadata, status);
         if (!output) return false;
         if (!output->GetWarning().empty()) Warn("the output '" + request.output + "'" + output->GetWarning());
-        const CacheLimit cache(CacheBytes(*pair.scene, GetSizes(), output->GetBlockRows()));
-        report.windowRows = ChooseWindowRows(*pair.scene, GetSizes(), output->GetBlockRows());
+        const CacheLimit cache(CacheBytes(*pair.scene, plan, GetSizes()));
+        report.windowRows = ChooseWindowRows(*pair.scene, plan, GetSizes());
         const std::uint32_t windows = (report.rows - 1) / report.windowRows + 1;
         report.threads =
             static_cast<int>(std::min<std::uint32_t>(static_cast<std::uint32_t>(report.threads), windows));
@@ -249,7 +240,7 @@ private:
             if (!slots.back()->Init(status)) return false;
         }
         PipelineResult result;
-        const WindowPlan plan{pair.scene->part, report.windowRows, report.threads};
+        const WindowPlan windowPlan{pair.scene->part, report.windowRows, report.threads};
         // A format that is copied takes about as long again.
         const double share = output->IsCopied() ? 0.5 : 1.0;
         const auto fused = [&](double done) { return !request.progress || request.progress(share * done); };
@@ -257,15 +248,15 @@ private:
             result.wasCancelled = request.progress && !request.progress(share + (1.0 - share) * done);
             return !result.wasCancelled;
         };
-        bool isDone = FuseWindows(plan, slots, *output, fused, result, status);
+        bool isDone = FuseWindows(windowPlan, slots, *output, fused, result, status);
         if (isDone) isDone = output->Finish(copied, status);
         if (result.wasCancelled) return Cancel();
         if (!isDone) return false;
         report.samplesAtLimits = result.tally;
         report.pixelsWithoutData = output->GetPixelsWithoutData();
-        report.noDataValue = rules.noData;
-        report.noDataBy = rules.noData                    ? NoDataBy::Value
-                          : rules.hasAlpha                ? NoDataBy::Alpha
+        report.noDataValue = plan.rules.noData;
+        report.noDataBy = plan.rules.noData               ? NoDataBy::Value
+                          : plan.rules.hasAlpha           ? NoDataBy::Alpha
                           : report.pixelsWithoutData == 0 ? NoDataBy::None
                                                           : NoDataBy::Mask;
         JudgeResult();
@@ -277,7 +268,7 @@ private:
     SharpenReport& report;
     Status& status;
     ProcessSettings settings;
-    OutputRules rules;
+    OutputPlan plan;
     OutputMetadata metadata;
     std::unique_ptr<WorkFolder> folder;
 };

@@ -1,6 +1,6 @@
 #include "rasterhost/serving/Fusion.h"
 
-#include "rasterhost/writing/OutputCheck.h"
+#include "rasterhost/writing/OutputPlan.h"
 
 namespace rasterhost {
 

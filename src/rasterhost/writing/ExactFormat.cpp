@@ -2,8 +2,6 @@
 
 #include "fundament/Text.h"
 #include "rasterhost/requests/GdalErrors.h"
-#include "rasterhost/writing/CreationOptions.h"
-#include "rasterhost/writing/OutputRow.h"
 
 #include <cpl_vsi.h>
 #include <gdal_priv.h>
@@ -20,37 +18,22 @@ using KOVA::Tessara::Fundament::StringsEqual;
 
 namespace {
 
-/// Formats that lose by default and need not.
-struct ExactWay {
-    const char* format;
-    std::vector<const char*> questions; ///< options by which a request says itself how good it wants it
-    std::vector<const char*> answers;
-};
-
-const ExactWay exactWays[] = {
-    {"JP2OpenJPEG", {"QUALITY", "REVERSIBLE", "YCBCR420"}, {"QUALITY=100", "REVERSIBLE=YES"}},
-    {"WEBP", {"QUALITY", "LOSSLESS", "TARGETSIZE", "PSNR"}, {"LOSSLESS=YES"}},
-    {"GPKG", {"QUALITY", "TILE_FORMAT"}, {"TILE_FORMAT=PNG"}},
-    {"MBTiles", {"QUALITY", "TILE_FORMAT"}, {"TILE_FORMAT=PNG"}},
-};
-
 /// Options by which a request says itself how good it wants samples.
 const char* const questions[] = {"QUALITY",     "JPEG_QUALITY", "WEBP_LEVEL",   "REVERSIBLE", "LOSSLESS",
                                  "YCBCR420",    "TARGETSIZE",   "PSNR",         "NBITS",      "MAX_Z_ERROR",
                                  "DISCARD_LSB", "JXL_DISTANCE", "JXL_LOSSLESS", "RATE"};
 
 /// The options that ask for a loss, as they are typed.
-std::string LossAskedFor(const OutputRequest& request) {
+std::string LossAskedFor(const OutputPlan& plan) {
     std::string asked;
-    for (const std::string& option : request.creationOptions) {
+    for (int i = 0; i < plan.options.size(); ++i) {
+        const std::string option = plan.options[i];
         const auto isNamed = [&](const char* name) {
             return StringsEqual(option.substr(0, option.find('=')), name, true);
         };
-        const auto isAnswer = [&](const ExactWay& way) {
-            return std::find(way.answers.begin(), way.answers.end(), option) != way.answers.end();
-        };
+        const auto& exact = plan.format.exactOptions;
         if (std::any_of(std::begin(questions), std::end(questions), isNamed) &&
-            std::none_of(std::begin(exactWays), std::end(exactWays), isAnswer))
+            std::find(exact.begin(), exact.end(), option) == exact.end())
             asked += (asked.empty() ? "" : " ") + option;
     }
     return asked;
@@ -80,32 +63,20 @@ bool WriteTrial(GDALDriver& driver, const std::string& name, const CPLStringList
 
 } // namespace
 
-std::vector<std::string> ExactOptions(const OutputRequest& request) {
-    const CPLStringList given = ToOptionList(request.creationOptions);
-    std::vector<std::string> options = request.creationOptions;
-    for (const ExactWay& way : exactWays)
-        if (EQUAL(request.format.c_str(), way.format) &&
-            std::none_of(way.questions.begin(), way.questions.end(),
-                         [&](const char* name) { return given.FetchNameValue(name) != nullptr; }))
-            options.insert(options.begin(), way.answers.begin(), way.answers.end());
-    return options;
-}
-
-std::string FindLoss(const OutputRequest& request, const Scene& scene, const OutputRules& rules) {
-    GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(request.format.c_str());
+std::string FindLoss(const OutputPlan& plan, const std::string& output) {
+    GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(plan.format.name.c_str());
     if (!driver || !driver->GetMetadataItem(GDAL_DCAP_VIRTUALIO)) return {};
-    const auto bands = static_cast<int>(rules.GetFileBands());
-    std::vector<unsigned short> samples(std::size_t{trialSide} * trialSide * rules.GetFileBands());
+    const auto bands = static_cast<int>(plan.rules.GetFileBands());
+    std::vector<unsigned short> samples(std::size_t{trialSide} * trialSide * plan.rules.GetFileBands());
     std::minstd_rand random; // noise is as hard to keep as can be
     for (unsigned short& sample : samples)
-        sample = static_cast<unsigned short>(random() % (rules.largest + 1));
+        sample = static_cast<unsigned short>(random() % (plan.rules.largest + 1));
     std::vector<unsigned short> back(samples.size());
     const GdalErrors silence;
-    const std::string folder = FormatString("/vsimem/pansharp-trial-%p", static_cast<const void*>(&scene));
-    const std::string name = folder + "/trial" + std::filesystem::path(request.output).extension().string();
+    const std::string folder = FormatString("/vsimem/pansharp-trial-%p", static_cast<const void*>(&plan));
+    const std::string name = folder + "/trial" + std::filesystem::path(output).extension().string();
     bool isRead = false;
-    if (WriteTrial(*driver, name, ToOptionList(request.creationOptions), bands,
-                   scene.pan->GetInfo().bitsPerBand == 8 ? GDT_Byte : GDT_UInt16, samples)) {
+    if (WriteTrial(*driver, name, plan.options, bands, plan.bits == 8 ? GDT_Byte : GDT_UInt16, samples)) {
         const GDALDatasetUniquePtr written(GDALDataset::Open(name.c_str(), GDAL_OF_RASTER));
         isRead = written && MoveSamples(*written, GF_Read, bands, back);
     }
@@ -114,11 +85,11 @@ std::string FindLoss(const OutputRequest& request, const Scene& scene, const Out
     int most = 0;
     for (std::size_t i = 0; i < samples.size(); ++i)
         most = std::max(most, std::abs(int{samples[i]} - int{back[i]}));
-    if (const std::string asked = LossAskedFor(request); !asked.empty())
+    if (const std::string asked = LossAskedFor(plan); !asked.empty())
         return FormatString("is as good as %s asks for: samples may be off by %d", asked.c_str(), most);
     return FormatString("is not exact: as %s with these creation options samples may be off by %d; GTiff "
                         "keeps them as they are",
-                        request.format.c_str(), most);
+                        plan.format.name.c_str(), most);
 }
 
 } // namespace rasterhost

@@ -3,7 +3,6 @@
 #include "fundament/Text.h"
 #include "rasterhost/reading/FileState.h"
 #include "rasterhost/requests/GdalErrors.h"
-#include "rasterhost/writing/CreationOptions.h"
 #include "rasterhost/writing/OutputTrial.h"
 
 #include <gdal_priv.h>
@@ -15,7 +14,6 @@ namespace rasterhost {
 
 using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Fundament::StartsWith;
-using KOVA::Tessara::Fundament::StringsEqual;
 
 namespace {
 
@@ -24,39 +22,28 @@ bool Refuse(Status& status, const std::string& message) {
 }
 
 /// GDAL only warns of what it does not know, and writes a file that is not what was asked for.
-bool CheckCreationOptions(GDALDriver& driver, const SharpenRequest& request, Status& status) {
-    const CPLStringList options = ToOptionList(request.creationOptions);
+bool CheckCreationOptions(GDALDriver& driver, const OutputPlan& plan, Status& status) {
     const GdalErrors errors;
-    if (options.empty() || GDALValidateCreationOptions(&driver, options.List())) return true;
+    if (plan.options.empty() || GDALValidateCreationOptions(&driver, plan.options.List())) return true;
     return Refuse(status,
                   FormatString("the creation options cannot be used%s; gdalinfo --format %s lists them",
-                               errors.Warning().c_str(), request.format.c_str()));
+                               errors.Warning().c_str(), plan.format.name.c_str()));
 }
 
-bool CheckFormat(const SharpenRequest& request, Status& status) {
-    GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(request.format.c_str());
+bool CheckFormat(const OutputPlan& plan, Status& status) {
+    const char* name = plan.format.name.c_str();
+    GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(name);
     if (!driver || !driver->GetMetadataItem(GDAL_DCAP_RASTER))
-        return Refuse(status, FormatString("there is no raster format '%s'; gdalinfo --formats lists them",
-                                           request.format.c_str()));
-    const bool isCreated = driver->GetMetadataItem(GDAL_DCAP_CREATE) != nullptr;
-    if (!isCreated && !IsMadeByCopy(request.format))
         return Refuse(status,
-                      FormatString("GDAL reads the format '%s' and does not write it; gdalinfo --formats "
-                                   "lists those with a w",
-                                   request.format.c_str()));
-    return CheckCreationOptions(*driver, request, status);
+                      FormatString("there is no raster format '%s'; gdalinfo --formats lists them", name));
+    if (!driver->GetMetadataItem(GDAL_DCAP_CREATE) && !plan.format.isCopied)
+        return Refuse(status, FormatString("GDAL reads the format '%s' and does not write it; gdalinfo "
+                                           "--formats lists those with a w",
+                                           name));
+    return CheckCreationOptions(*driver, plan, status);
 }
 
-/// Bytes that are going to be written as they are, beside the final name; 0 when compression decides.
-std::uint64_t FindBytes(const SharpenRequest& request, const Scene& scene, const OutputRules& rules) {
-    const bool isPlainTiff = StringsEqual(request.format, "GTiff", true) && !WritesCompressedTiff(request);
-    if (!isPlainTiff && !IsMadeByCopy(request.format)) return 0;
-    return std::uint64_t{scene.part.GetColumns()} * scene.part.GetRows() * rules.GetFileBands() *
-           (scene.pan->GetInfo().bitsPerBand / 8);
-}
-
-bool CheckFolder(const SharpenRequest& request, const Scene& scene, const OutputRules& rules,
-                 Status& status) {
+bool CheckFolder(const SharpenRequest& request, const OutputPlan& plan, Status& status) {
     if (StartsWith(request.output, "/vsimem/", false)) return true;
     std::string folder = std::filesystem::path(FollowLinks(request.output)).parent_path().string();
     if (folder.empty()) folder = ".";
@@ -65,7 +52,8 @@ bool CheckFolder(const SharpenRequest& request, const Scene& scene, const Output
                                            folder.c_str()));
     std::error_code failure;
     const auto space = std::filesystem::space(folder, failure);
-    const std::uint64_t needed = FindBytes(request, scene, rules);
+    // Bytes that are going to be written as they are, beside the final name.
+    const std::uint64_t needed = plan.writesTiff && !plan.isCompressed ? plan.GetBytes() : 0;
     if (failure || space.capacity == 0 || space.available >= needed) return true;
     constexpr double megabyte = 1e6;
     return Refuse(status,
@@ -105,33 +93,6 @@ bool CheckNames(const SharpenRequest& request, const WorkFolder& folder, std::ve
 
 } // namespace
 
-OutputRules MakeOutputRules(const SharpenRequest& request, const Scene& scene) {
-    OutputRules rules;
-    rules.bands = scene.outputBands;
-    rules.largest = (1u << scene.bitDepth) - 1;
-    rules.hasAlpha = request.alpha;
-    if (request.alpha) return rules;
-    const int most = scene.pan->GetInfo().bitsPerBand == 8 ? 0xFF : 0xFFFF;
-    std::vector<const InputImage*> images;
-    for (const PlacedImage& coarse : scene.images) {
-        if (coarse.role == Role::Infrared) images.push_back(scene.pan.get());
-        images.push_back(coarse.image.get());
-    }
-    images.push_back(scene.pan.get());
-    for (const InputImage* image : images) {
-        const std::optional<int> value = image->GetDescription()->GetNoDataValue();
-        if (!rules.noData && value && *value >= 0 && *value <= most)
-            rules.noData = static_cast<std::uint32_t>(*value);
-    }
-    return rules;
-}
-
-bool IsMadeByCopy(const std::string& format) {
-    GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(format.c_str());
-    return driver && !driver->GetMetadataItem(GDAL_DCAP_CREATE) &&
-           driver->GetMetadataItem(GDAL_DCAP_CREATECOPY);
-}
-
 bool CheckNewFile(const std::string& name, const std::string& what, bool overwrite, RunFiles& files,
                   Status& status) {
     const auto refuse = [&](const std::string& why) { return Refuse(status, what + " " + why); };
@@ -145,15 +106,14 @@ bool CheckNewFile(const std::string& name, const std::string& what, bool overwri
            refuse("exists; choose another name, or allow it to be overwritten (--overwrite)");
 }
 
-std::unique_ptr<WorkFolder> PrepareOutput(const SharpenRequest& request, const Scene& scene,
-                                          const OutputRules& rules, Status& status) {
-    if (!CheckName(request, status) || !CheckFolder(request, scene, rules, status) ||
-        !CheckFormat(request, status))
+std::unique_ptr<WorkFolder> PrepareOutput(const SharpenRequest& request, const Scene& scene, OutputPlan& plan,
+                                          Status& status) {
+    if (!CheckName(request, status) || !CheckFolder(request, plan, status) || !CheckFormat(plan, status))
         return nullptr;
     auto folder = WorkFolder::Make(request.output, status);
     std::vector<std::string> names;
     const bool isGood = folder && (StartsWith(request.output, "/vsimem/", false) ||
-                                   (TryOutput(request, scene, rules, *folder, names, status) &&
+                                   (TryOutput(request, scene, plan, *folder, names, status) &&
                                     CheckNames(request, *folder, names, status)));
     return isGood ? std::move(folder) : nullptr;
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "rasterhost/scene/Scene.h"
-#include "rasterhost/writing/OutputRow.h"
+#include "rasterhost/writing/OutputPlan.h"
 #include "rasterhost/writing/RunFiles.h"
 #include "rasterhost/writing/WorkFolder.h"
 
@@ -10,13 +10,6 @@
 
 namespace rasterhost {
 
-/// How the file is going to tell where there are no data: by the nodata value of the request or of the first
-/// input that has one, by a last band where the request says so, else by a mask.
-[[nodiscard]] OutputRules MakeOutputRules(const SharpenRequest& request, const Scene& scene);
-
-/// True for a format that GDAL makes only as a copy of a finished image, such as COG, PNG or JPEG 2000.
-[[nodiscard]] bool IsMadeByCopy(const std::string& format);
-
 /// False with an item when a file cannot be made under that name: it is one of `files`, a folder or a device,
 /// or exists. `what` begins the message, such as "the output 'x.tif'".
 [[nodiscard]] bool CheckNewFile(const std::string& name, const std::string& what, bool overwrite,
@@ -24,8 +17,8 @@ namespace rasterhost {
 
 /// The folder to make the output in. Null with an item when it cannot go where the request says: one of its
 /// files exists or is used by this run, its folder is missing or has no room for it, or the format cannot
-/// hold it.
+/// hold it. `plan` learns from a trial how large blocks of the format are.
 [[nodiscard]] std::unique_ptr<WorkFolder> PrepareOutput(const SharpenRequest& request, const Scene& scene,
-                                                        const OutputRules& rules, Status& status);
+                                                        OutputPlan& plan, Status& status);
 
 } // namespace rasterhost

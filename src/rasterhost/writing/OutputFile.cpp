@@ -1,10 +1,7 @@
 #include "rasterhost/writing/OutputFile.h"
 
-#include "fundament/Numbers.h"
 #include "fundament/Text.h"
 #include "rasterhost/requests/GdalErrors.h"
-#include "rasterhost/writing/CreationOptions.h"
-#include "rasterhost/writing/OutputCheck.h"
 
 #include <cpl_conv.h>
 #include <gdal_priv.h>
@@ -12,8 +9,6 @@
 namespace rasterhost {
 
 using KOVA::Tessara::Fundament::FormatString;
-using KOVA::Tessara::Fundament::NumberText;
-using KOVA::Tessara::Fundament::StartsWith;
 
 namespace {
 
@@ -21,63 +16,26 @@ GDALDriver* FindDriver(const std::string& format) {
     return GetGDALDriverManager()->GetDriverByName(format.c_str());
 }
 
-/// The request's own options, and for GeoTIFF what they leave open.
-CPLStringList CreationOptions(const SharpenRequest& request, const Scene& scene, const OutputRules& rules,
-                              const std::string& format, int threads) {
-    CPLStringList options;
-    if (format == request.format) options = ToOptionList(request.creationOptions);
-    if (!EQUAL(format.c_str(), "GTiff")) return options;
-    const auto suggest = [&](const char* name, const char* value) {
-        if (!options.FetchNameValue(name)) options.SetNameValue(name, value);
-    };
-    suggest("TILED", "YES");
-    if (options.FetchBool("TILED", false)) {
-        // Windows are whole rows of tiles: very wide scenes get lower ones.
-        const auto& pan = scene.pan->GetInfo();
-        int height = 256;
-        while (height > 64 && std::uint64_t{scene.part.GetColumns()} * rules.GetFileBands() *
-                                      (pan.bitsPerBand / 8) * static_cast<unsigned>(height) >
-                                  (std::uint64_t{96} << 20))
-            height /= 2;
-        suggest("BLOCKXSIZE", "256");
-        suggest("BLOCKYSIZE", FormatString("%d", height).c_str());
-    }
-    suggest("INTERLEAVE", "PIXEL");
-    suggest("BIGTIFF", "IF_SAFER");
-    const bool isRgb = scene.outputBands >= 3 && ColourOf(scene, 0) == GCI_RedBand &&
-                       ColourOf(scene, 1) == GCI_GreenBand && ColourOf(scene, 2) == GCI_BlueBand;
-    suggest("PHOTOMETRIC", isRgb ? "RGB" : "MINISBLACK");
-    suggest("ALPHA", "NO"); // else a fourth band would be one; the band's colour tells
-    if (options.FetchNameValue("COMPRESS")) suggest("NUM_THREADS", FormatString("%d", threads).c_str());
-    return options;
-}
-
 } // namespace
 
-OutputFile::OutputFile(const SharpenRequest& request, const Scene& scene, const OutputRules& outputRules,
-                       WorkFolder& workFolder)
-    : folder(workFolder), overwrite(request.overwrite), format(request.format),
-      writtenFormat(IsMadeByCopy(request.format) ? "GTiff" : request.format),
-      copyOptions(request.creationOptions),
-      writtenFile(IsCopied() ? workFolder.GetSpare("copied.tif") : workFolder.GetFile()), rules(outputRules),
-      columns(scene.part.GetColumns()), sampleBytes(scene.pan->GetInfo().bitsPerBand / 8), mask(columns) {}
+OutputFile::OutputFile(const SharpenRequest& request, const OutputPlan& outputPlan, WorkFolder& workFolder)
+    : folder(workFolder), overwrite(request.overwrite), plan(outputPlan),
+      writtenFile(IsCopied() ? workFolder.GetSpare("copied.tif") : workFolder.GetFile()), mask(plan.columns) {
+}
 
 std::unique_ptr<OutputFile> OutputFile::Create(const SharpenRequest& request, const Scene& scene,
-                                               const OutputRules& rules, WorkFolder& folder, int threads,
+                                               const OutputPlan& plan, WorkFolder& folder,
                                                const OutputMetadata& metadata, Status& status) {
-    std::unique_ptr<OutputFile> output(new OutputFile(request, scene, rules, folder));
+    std::unique_ptr<OutputFile> output(new OutputFile(request, plan, folder));
     const GdalErrors errors;
-    CPLStringList options = CreationOptions(request, scene, rules, output->writtenFormat, threads);
-    // A file that is opened again has forgotten what its options say of quality and threads.
-    const bool writesTiles = EQUAL(output->writtenFormat.c_str(), "GTiff") &&
-                             !StartsWith(output->writtenFile, "/vsi", false) && TileWriter::CanWrite(options);
+    CPLStringList options = plan.pixelOptions;
+    const bool writesTiles = plan.layout.tileColumns > 0;
     // Every tile is written; until then none is made, so that it is not written twice.
     if (writesTiles) options.SetNameValue("SPARSE_OK", "YES");
-    output->dataset =
-        FindDriver(output->writtenFormat)
-            ->Create(output->writtenFile.c_str(), static_cast<int>(output->columns),
-                     static_cast<int>(scene.part.GetRows()), static_cast<int>(rules.GetFileBands()),
-                     output->sampleBytes == 1 ? GDT_Byte : GDT_UInt16, const_cast<char**>(options.List()));
+    output->dataset = FindDriver(plan.writesTiff ? "GTiff" : plan.format.name)
+                          ->Create(output->writtenFile.c_str(), static_cast<int>(plan.columns),
+                                   static_cast<int>(plan.rows), static_cast<int>(plan.rules.GetFileBands()),
+                                   plan.bits == 8 ? GDT_Byte : GDT_UInt16, options.List());
     if (!output->dataset) {
         Fail(status, HostStatus::OutputNotCreated,
              "the output '%s' cannot be created; may its folder be written to?%s", request.output.c_str(),
@@ -85,15 +43,11 @@ std::unique_ptr<OutputFile> OutputFile::Create(const SharpenRequest& request, co
         return nullptr;
     }
     output->warning = errors.Warning();
-    if (output->IsCopied()) output->copyOptions.push_back(FormatString("NUM_THREADS=%d", threads));
-    int width = 0, height = 0;
-    output->dataset->GetRasterBand(1)->GetBlockSize(&width, &height);
-    output->blockRows = static_cast<std::uint32_t>(height);
-    DescribeOutput(scene, rules, metadata, *output->dataset);
-    if (!writesTiles || request.windowRows % output->blockRows != 0) return output;
+    DescribeOutput(scene, plan.rules, metadata, *output->dataset);
+    if (!writesTiles) return output;
     GDALClose(output->dataset);
     output->dataset = nullptr;
-    output->tiles = TileWriter::Open(output->writtenFile, options);
+    output->tiles = TileWriter::Open(output->writtenFile, plan.layout, options);
     if (output->tiles) return output;
     Fail(status, HostStatus::OutputNotCreated, "the output '%s' cannot be opened again%s",
          request.output.c_str(), errors.Reason().c_str());
@@ -106,7 +60,7 @@ OutputFile::~OutputFile() {
 }
 
 OutputWindow OutputFile::MakeWindow(std::uint32_t mostRows) const {
-    return {rules, tiles ? tiles->GetLayout() : OutputLayout(), sampleBytes * 8, columns, mostRows};
+    return {plan.rules, plan.layout, plan.bits, plan.columns, mostRows};
 }
 
 bool OutputFile::FailAt(const OutputWindow& window, const std::string& what, Status& status) const {
@@ -123,13 +77,13 @@ bool OutputFile::Pack(OutputWindow& window, Status& status) const {
 bool OutputFile::WritePixels(OutputWindow& window) {
     unsigned char* samples = window.GetSamples();
     if (tiles) return tiles->Write(window.GetFirstRow(), window.GetRows(), samples, window.GetPacked());
-    const auto bands = static_cast<int>(rules.GetFileBands());
+    const auto bands = static_cast<int>(plan.rules.GetFileBands());
     const auto firstRow = static_cast<int>(window.GetFirstRow()), rows = static_cast<int>(window.GetRows());
-    const auto across = static_cast<int>(columns);
-    const GSpacing pixelBytes = GSpacing{bands} * sampleBytes;
+    const auto across = static_cast<int>(plan.columns);
+    const auto pixelBytes = static_cast<GSpacing>(plan.GetPixelBytes());
     return dataset->RasterIO(GF_Write, 0, firstRow, across, rows, samples, across, rows,
-                             sampleBytes == 1 ? GDT_Byte : GDT_UInt16, bands, nullptr, pixelBytes,
-                             pixelBytes * columns, sampleBytes, nullptr) == CE_None;
+                             plan.bits == 8 ? GDT_Byte : GDT_UInt16, bands, nullptr, pixelBytes,
+                             pixelBytes * across, pixelBytes / bands, nullptr) == CE_None;
 }
 
 bool OutputFile::Write(OutputWindow& window, const unsigned char* valid, Status& status) {
@@ -154,7 +108,7 @@ bool OutputFile::FailToComplete(const std::string& reason, Status& status) const
 }
 
 bool OutputFile::AddMask(Status& status) {
-    if (GetPixelsWithoutData() == 0 || rules.noData || rules.hasAlpha) return true;
+    if (GetPixelsWithoutData() == 0 || plan.rules.noData || plan.rules.hasAlpha) return true;
     const GdalErrors errors;
     const CPLConfigOptionSetter inside("GDAL_TIFF_INTERNAL_MASK", "YES", false);
     GDALDatasetUniquePtr made(GDALDataset::Open(writtenFile.c_str(), GDAL_OF_RASTER | GDAL_OF_UPDATE));
@@ -165,17 +119,19 @@ bool OutputFile::AddMask(Status& status) {
 }
 
 bool OutputFile::Copy(const std::function<bool(double)>& progress, Status& status) {
-    CPLStringList options = ToOptionList(copyOptions);
+    CPLStringList options = plan.options;
+    options.AddString(FormatString("NUM_THREADS=%d", plan.threads).c_str());
     const auto report = [](double done, const char*, void* to) -> int {
         const auto& callback = *static_cast<const std::function<bool(double)>*>(to);
         return callback && !callback(done) ? FALSE : TRUE;
     };
     const GdalErrors errors;
     GDALDatasetUniquePtr made(GDALDataset::Open(writtenFile.c_str(), GDAL_OF_RASTER));
-    GDALDatasetUniquePtr copied(
-        made ? FindDriver(format)->CreateCopy(folder.GetFile().c_str(), made.get(), FALSE, options.List(),
-                                              report, const_cast<std::function<bool(double)>*>(&progress))
-             : nullptr);
+    GDALDatasetUniquePtr copied(made ? FindDriver(plan.format.name)
+                                           ->CreateCopy(folder.GetFile().c_str(), made.get(), FALSE,
+                                                        options.List(), report,
+                                                        const_cast<std::function<bool(double)>*>(&progress))
+                                     : nullptr);
     const bool isCopied = copied != nullptr;
     copied.reset();
     return (isCopied && !errors.HasFailed()) || FailToComplete(errors.Reason(), status);

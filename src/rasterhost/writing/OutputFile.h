@@ -4,7 +4,7 @@
 #include "rasterhost/scene/Scene.h"
 #include "rasterhost/writing/OutputDescription.h"
 #include "rasterhost/writing/OutputMask.h"
-#include "rasterhost/writing/OutputRow.h"
+#include "rasterhost/writing/OutputPlan.h"
 #include "rasterhost/writing/TileWriter.h"
 #include "rasterhost/writing/WorkFolder.h"
 
@@ -24,9 +24,8 @@ public:
     /// Creates the file with the size and position of the scene's part, and the names and colours of the
     /// bands. Null with an item. The folder outlives it.
     [[nodiscard]] static std::unique_ptr<OutputFile> Create(const SharpenRequest& request, const Scene& scene,
-                                                            const OutputRules& rules, WorkFolder& folder,
-                                                            int threads, const OutputMetadata& metadata,
-                                                            Status& status);
+                                                            const OutputPlan& plan, WorkFolder& folder,
+                                                            const OutputMetadata& metadata, Status& status);
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
     ~OutputFile();
@@ -34,12 +33,10 @@ public:
     /// What GDAL warned of when it made the file, such as a creation option's value that it ignores; or
     /// empty.
     [[nodiscard]] const std::string& GetWarning() const { return warning; }
-    /// Rows of one block of the file.
-    [[nodiscard]] std::uint32_t GetBlockRows() const { return blockRows; }
     /// A window of up to so many rows, laid out as Write wants it.
     [[nodiscard]] OutputWindow MakeWindow(std::uint32_t mostRows) const;
     /// True when Finish has to copy the whole image.
-    [[nodiscard]] bool IsCopied() const { return format != writtenFormat; }
+    [[nodiscard]] bool IsCopied() const { return plan.format.isCopied; }
 
     /// Compresses a window whose rows are all there, where that can be done before they are written. Any
     /// number of threads at a time.
@@ -54,8 +51,8 @@ public:
     [[nodiscard]] bool Finish(const std::function<bool(double)>& progress, Status& status);
 
 private:
-    OutputFile(const SharpenRequest& request, const Scene& scene, const OutputRules& outputRules,
-               WorkFolder& workFolder);
+    OutputFile(const SharpenRequest& request, const OutputPlan& outputPlan, WorkFolder& workFolder);
+
     bool WritePixels(OutputWindow& window);
     bool FailAt(const OutputWindow& window, const std::string& what, Status& status) const;
     bool CloseAll();
@@ -64,16 +61,10 @@ private:
     bool FailToComplete(const std::string& reason, Status& status) const;
 
     WorkFolder& folder;
-    bool overwrite;
-    std::string format;
-    std::string writtenFormat;
-    std::vector<std::string> copyOptions;
-    std::string writtenFile;
+    const bool overwrite;
+    const OutputPlan plan;
+    const std::string writtenFile;
     std::string warning;
-    OutputRules rules;
-    std::uint32_t columns;
-    std::uint32_t sampleBytes;
-    std::uint32_t blockRows = 1;
     OutputMask mask;
     GDALDataset* dataset = nullptr;    ///< null while `tiles` has the file, and when it is closed
     std::unique_ptr<TileWriter> tiles; ///< null when GDAL writes the pixels

@@ -5,12 +5,32 @@
 #include <cpl_string.h>
 #include <gdal_priv.h>
 
+#include <algorithm>
 #include <filesystem>
 
 namespace rasterhost {
 
-std::string FormatOfName(const std::string& file, Status& status) {
-    const std::string ending = std::filesystem::path(file).extension().string();
+using KOVA::Tessara::Fundament::StringsEqual;
+
+namespace {
+
+constexpr const char* softwareTag = "TIFFTAG_SOFTWARE"; // GDAL makes a tag of it
+
+const OutputFormat knownFormats[] = {
+    {.name = "GTiff", .isTiff = true, .softwareItem = softwareTag},
+    {.name = "COG", .softwareItem = softwareTag},
+    {.name = "JP2OpenJPEG",
+     .qualityOptions = {"QUALITY", "REVERSIBLE", "YCBCR420"},
+     .exactOptions = {"QUALITY=100", "REVERSIBLE=YES"}},
+    {.name = "WEBP",
+     .qualityOptions = {"QUALITY", "LOSSLESS", "TARGETSIZE", "PSNR"},
+     .exactOptions = {"LOSSLESS=YES"}},
+    {.name = "GPKG", .qualityOptions = {"QUALITY", "TILE_FORMAT"}, .exactOptions = {"TILE_FORMAT=PNG"}},
+    {.name = "MBTiles", .qualityOptions = {"QUALITY", "TILE_FORMAT"}, .exactOptions = {"TILE_FORMAT=PNG"}},
+};
+
+/// Empty where no format has the ending.
+std::string FormatOfName(const std::string& ending) {
     if (ending.size() < 2) return "GTiff";
     GDALDriverManager& drivers = *GetGDALDriverManager();
     for (int i = 0; i < drivers.GetDriverCount(); ++i) {
@@ -23,11 +43,32 @@ std::string FormatOfName(const std::string& file, Status& status) {
         if (CPLStringList(CSLTokenizeString2(known, " ", 0)).FindString(ending.c_str() + 1) >= 0)
             return driver.GetDescription();
     }
-    Fail(status, HostStatus::OutputRefused,
-         "no format that can be written has names that end in '%s', as the output '%s' does; "
-         "name the format with --of, such as GTiff",
-         ending.c_str(), file.c_str());
     return {};
+}
+
+} // namespace
+
+std::optional<OutputFormat> FindFormat(const OutputRequest& request, Status& status) {
+    OutputFormat format;
+    format.name = request.format;
+    const std::string ending = std::filesystem::path(request.output).extension().string();
+    if (format.name.empty()) format.name = FormatOfName(ending);
+    if (format.name.empty()) {
+        Fail(status, HostStatus::OutputRefused,
+             "no format that can be written has names that end in '%s', as the output '%s' does; "
+             "name the format with --of, such as GTiff",
+             ending.c_str(), request.output.c_str());
+        return std::nullopt;
+    }
+    const auto* known = std::find_if(std::begin(knownFormats), std::end(knownFormats), [&](const auto& each) {
+        return StringsEqual(each.name, format.name, true);
+    });
+    if (known != std::end(knownFormats)) format = *known;
+    if (!request.format.empty()) format.name = request.format; // as it was typed
+    GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(format.name.c_str());
+    format.isCopied =
+        driver && !driver->GetMetadataItem(GDAL_DCAP_CREATE) && driver->GetMetadataItem(GDAL_DCAP_CREATECOPY);
+    return format;
 }
 
 } // namespace rasterhost

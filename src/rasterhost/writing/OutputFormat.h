@@ -1,13 +1,29 @@
 #pragma once
 
 #include "rasterhost/requests/HostStatus.h"
+#include "rasterhost/requests/Requests.h"
 
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace rasterhost {
 
-/// The format that the ending of a file's name stands for: GDAL's first that writes files of that ending,
-/// GeoTIFF for a name without one. Empty, with an item, for an ending that no format has.
-[[nodiscard]] std::string FormatOfName(const std::string& file, Status& status);
+/// A format to write, and what is known of it beyond what GDAL tells.
+struct OutputFormat {
+    std::string name;      ///< GDAL's short driver name
+    bool isTiff = false;   ///< GeoTIFF: how its pixels lie is decided here
+    bool isCopied = false; ///< GDAL makes it only as a copy of a finished image, as COG, PNG, JPEG 2000
+    const char* softwareItem = "Software"; ///< of the metadata, names the program
+    /// Where it loses by default and need not: the options by which a request says itself how good it wants
+    /// the samples, and those that keep every one of them.
+    std::vector<const char*> qualityOptions = {};
+    std::vector<const char*> exactOptions = {};
+};
+
+/// The format of a request, or that which the ending of its output's name stands for: GDAL's first that
+/// writes files of that ending, GeoTIFF for a name without one. None, with an item, for an ending that no
+/// format has.
+[[nodiscard]] std::optional<OutputFormat> FindFormat(const OutputRequest& request, Status& status);
 
 } // namespace rasterhost

@@ -2,8 +2,6 @@
 
 #include "rasterhost/reading/FileState.h"
 #include "rasterhost/requests/GdalErrors.h"
-#include "rasterhost/writing/CreationOptions.h"
-#include "rasterhost/writing/OutputCheck.h"
 #include "rasterhost/writing/OutputDescription.h"
 
 #include <gdal_priv.h>
@@ -18,48 +16,52 @@ constexpr int trialSize = 64; // pixels across and down
 
 class Trial {
 public:
-    Trial(const SharpenRequest& sharpenRequest, const Scene& images, const OutputRules& outputRules)
-        : request(sharpenRequest), scene(images), rules(outputRules),
-          driver(*GetGDALDriverManager()->GetDriverByName(request.format.c_str())) {}
+    Trial(const SharpenRequest& sharpenRequest, const Scene& images, OutputPlan& outputPlan)
+        : request(sharpenRequest), scene(images), plan(outputPlan),
+          driver(*GetGDALDriverManager()->GetDriverByName(plan.format.name.c_str())) {}
 
     /// Empty when it is made, else ": " and why it is not.
     [[nodiscard]] std::string Make(const std::string& file) {
-        const bool isCopied = IsMadeByCopy(request.format);
+        const bool isCopied = plan.format.isCopied;
         GDALDriver& maker = isCopied ? *GetGDALDriverManager()->GetDriverByName("MEM") : driver;
-        CPLStringList options = isCopied ? CPLStringList() : ToOptionList(request.creationOptions);
-        const bool isTiff = EQUAL(request.format.c_str(), "GTiff");
-        if (isTiff) options.SetNameValue("SPARSE_OK", "YES"); // blocks may be large
+        CPLStringList options = isCopied ? CPLStringList() : plan.options;
+        if (plan.format.isTiff) options.SetNameValue("SPARSE_OK", "YES"); // blocks may be large
         const GdalErrors errors;
         GDALDatasetUniquePtr image(maker.Create(isCopied ? "" : file.c_str(), trialSize, trialSize,
-                                                static_cast<int>(rules.GetFileBands()), GetType(),
+                                                static_cast<int>(plan.rules.GetFileBands()), GetType(),
                                                 options.List()));
         if (!image) return errors.Reason().empty() ? ": no reason is given" : errors.Reason();
         {
             const GdalErrors silence; // what cannot be described is left out
-            DescribeOutput(scene, rules, {{"Method", request.method}}, *image);
+            DescribeOutput(scene, plan.rules, {{"Method", request.method}}, *image);
         }
         if (isCopied) return Copy(file, *image);
-        if (!isTiff && !Fill(*image) && !errors.HasFailed()) return ": it takes no pixels";
+        if (!plan.format.isTiff) LookAtBlocks(*image);
+        if (!plan.format.isTiff && !Fill(*image) && !errors.HasFailed()) return ": it takes no pixels";
         image.reset();
         return errors.Reason();
     }
 
 private:
-    [[nodiscard]] GDALDataType GetType() const {
-        return scene.pan->GetInfo().bitsPerBand == 8 ? GDT_Byte : GDT_UInt16;
+    [[nodiscard]] GDALDataType GetType() const { return plan.bits == 8 ? GDT_Byte : GDT_UInt16; }
+
+    void LookAtBlocks(GDALDataset& image) {
+        int width = 0, height = 1;
+        image.GetRasterBand(1)->GetBlockSize(&width, &height);
+        plan.blockRows = static_cast<std::uint32_t>(height);
     }
 
     [[nodiscard]] std::string Copy(const std::string& file, GDALDataset& image) {
         const GdalErrors errors;
-        GDALDatasetUniquePtr copy(driver.CreateCopy(
-            file.c_str(), &image, FALSE, ToOptionList(request.creationOptions).List(), nullptr, nullptr));
+        GDALDatasetUniquePtr copy(driver.CreateCopy(file.c_str(), &image, FALSE,
+                                                    CPLStringList(plan.options).List(), nullptr, nullptr));
         if (!copy && errors.Reason().empty()) return ": no reason is given";
         copy.reset();
         return errors.Reason();
     }
 
     [[nodiscard]] bool Fill(GDALDataset& image) const {
-        const auto bands = static_cast<int>(rules.GetFileBands());
+        const auto bands = static_cast<int>(plan.rules.GetFileBands());
         std::vector<std::uint16_t> samples(
             static_cast<std::size_t>(trialSize) * trialSize * static_cast<std::size_t>(bands), 1);
         return image.RasterIO(GF_Write, 0, 0, trialSize, trialSize, samples.data(), trialSize, trialSize,
@@ -68,16 +70,16 @@ private:
 
     const SharpenRequest& request;
     const Scene& scene;
-    const OutputRules& rules;
+    OutputPlan& plan;
     GDALDriver& driver;
 };
 
 } // namespace
 
-bool TryOutput(const SharpenRequest& request, const Scene& scene, const OutputRules& rules,
-               WorkFolder& folder, std::vector<std::string>& names, Status& status) {
+bool TryOutput(const SharpenRequest& request, const Scene& scene, OutputPlan& plan, WorkFolder& folder,
+               std::vector<std::string>& names, Status& status) {
     const std::string file = folder.GetSpare(std::filesystem::path(folder.GetPlace()).filename().string());
-    std::string reason = Trial(request, scene, rules).Make(file);
+    std::string reason = Trial(request, scene, plan).Make(file);
     if (reason.empty() && !LookAt(file).exists) reason = ": it writes no file";
     names = folder.ListSpare();
     folder.ClearSpare();
@@ -85,8 +87,7 @@ bool TryOutput(const SharpenRequest& request, const Scene& scene, const OutputRu
            Fail(status, HostStatus::OutputRefused,
                 "the format '%s' cannot hold an image of %u bands of %u bits with the creation "
                 "options given%s",
-                request.format.c_str(), rules.GetFileBands(), scene.pan->GetInfo().bitsPerBand,
-                reason.c_str());
+                plan.format.name.c_str(), plan.rules.GetFileBands(), plan.bits, reason.c_str());
 }
 
 } // namespace rasterhost

@@ -51,7 +51,8 @@ bool TileWriter::CanWrite(const CPLStringList& options) {
            });
 }
 
-std::unique_ptr<TileWriter> TileWriter::Open(const std::string& name, const CPLStringList& options) {
+std::unique_ptr<TileWriter> TileWriter::Open(const std::string& name, const OutputLayout& layout,
+                                             const CPLStringList& options) {
     std::unique_ptr<TileWriter> writer(new TileWriter);
     writer->file = TIFFOpen(name.c_str(), "r+");
     if (!writer->file) return nullptr;
@@ -84,8 +85,10 @@ std::unique_ptr<TileWriter> TileWriter::Open(const std::string& name, const CPLS
     form.rows = field(TIFFTAG_TILELENGTH);
     form.samples = shortField(TIFFTAG_SAMPLESPERPIXEL);
     const tmsize_t expected = TIFFTileSize(writer->file);
-    return expected > 0 && static_cast<std::size_t>(expected) == form.GetBytes() ? std::move(writer)
-                                                                                 : nullptr;
+    const bool isAsPlanned = form.columns == layout.tileColumns && form.rows == layout.tileRows;
+    return isAsPlanned && expected > 0 && static_cast<std::size_t>(expected) == form.GetBytes()
+               ? std::move(writer)
+               : nullptr;
 }
 
 TileWriter::~TileWriter() {

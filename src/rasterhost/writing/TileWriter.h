@@ -23,15 +23,14 @@ public:
     /// Whether a file made with these options ("NAME=VALUE") is of that kind. All their names are known to be
     /// honoured here; any other leaves the pixels to GDAL.
     [[nodiscard]] static bool CanWrite(const CPLStringList& creationOptions);
-    /// Null when the file is not of that kind after all.
-    [[nodiscard]] static std::unique_ptr<TileWriter> Open(const std::string& file,
+    /// Null when the file is not of that kind after all, or its tiles are not as `layout` has them.
+    [[nodiscard]] static std::unique_ptr<TileWriter> Open(const std::string& file, const OutputLayout& layout,
                                                           const CPLStringList& creationOptions);
     TileWriter(const TileWriter&) = delete;
     TileWriter& operator=(const TileWriter&) = delete;
     ~TileWriter();
 
-    [[nodiscard]] OutputLayout GetLayout() const { return {form.columns, form.rows}; }
-    /// Compresses whole rows, in tiles of GetLayout(), with the threads of the arena it is called in. Any
+    /// Compresses whole rows, in tiles of the layout, with the threads of the arena it is called in. Any
     /// number of windows at a time. False when memory runs out or the codec fails.
     [[nodiscard]] bool Pack(std::uint32_t rowCount, const unsigned char* tiles, PackedTiles& packed) const;
     /// Writes whole rows, `packed` being what Pack made of `tiles`. They start with a row of tiles and end

@@ -1,0 +1,126 @@
+#include "rasterhost/writing/OutputPlan.h"
+
+#include "fundament/Text.h"
+#include "rasterhost/requests/GdalErrors.h"
+#include "rasterhost/writing/OutputDescription.h"
+#include "rasterhost/writing/TileWriter.h"
+
+#include <cpl_vsi.h>
+#include <gdal_priv.h>
+
+#include <algorithm>
+
+namespace rasterhost {
+
+using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Fundament::StartsWith;
+
+namespace {
+
+CPLStringList FormatOptions(const SharpenRequest& request, const OutputFormat& format) {
+    CPLStringList asked, options;
+    for (const std::string& option : request.creationOptions)
+        asked.AddString(option.c_str());
+    const bool saysHowGood =
+        std::any_of(format.qualityOptions.begin(), format.qualityOptions.end(),
+                    [&](const char* name) { return asked.FetchNameValue(name) != nullptr; });
+    if (!saysHowGood)
+        for (const char* exact : format.exactOptions)
+            options.AddString(exact);
+    for (int i = 0; i < asked.size(); ++i)
+        options.AddString(asked[i]);
+    return options;
+}
+
+/// What a GeoTIFF's options leave open.
+void SuggestTiffOptions(const OutputPlan& plan, const Scene& scene, CPLStringList& options) {
+    const auto suggest = [&](const char* name, const char* value) {
+        if (!options.FetchNameValue(name)) options.SetNameValue(name, value);
+    };
+    suggest("TILED", "YES");
+    if (options.FetchBool("TILED", false)) {
+        // Windows are whole rows of tiles: very wide scenes get lower ones.
+        constexpr std::uint64_t mostBytes = std::uint64_t{96} << 20;
+        int height = 256;
+        while (height > 64 && plan.columns * plan.GetPixelBytes() * static_cast<unsigned>(height) > mostBytes)
+            height /= 2;
+        suggest("BLOCKXSIZE", "256");
+        suggest("BLOCKYSIZE", FormatString("%d", height).c_str());
+    }
+    suggest("INTERLEAVE", "PIXEL");
+    suggest("BIGTIFF", "IF_SAFER");
+    const bool isRgb = scene.outputBands >= 3 && ColourOf(scene, 0) == GCI_RedBand &&
+                       ColourOf(scene, 1) == GCI_GreenBand && ColourOf(scene, 2) == GCI_BlueBand;
+    suggest("PHOTOMETRIC", isRgb ? "RGB" : "MINISBLACK");
+    suggest("ALPHA", "NO"); // else a fourth band would be one; the band's colour tells
+    if (options.FetchNameValue("COMPRESS")) suggest("NUM_THREADS", FormatString("%d", plan.threads).c_str());
+}
+
+/// Rows of the blocks that GDAL makes with such options; 1 when it makes none.
+std::uint32_t TiffBlockRows(const OutputPlan& plan) {
+    constexpr std::uint32_t mostStripRows = 8192; // a strip of GDAL's has so many bytes or a row
+    const std::string name = FormatString("/vsimem/pansharp-plan-%p.tif", static_cast<const void*>(&plan));
+    CPLStringList options(plan.pixelOptions);
+    options.SetNameValue("SPARSE_OK", "YES");
+    const GdalErrors silence;
+    GDALDatasetUniquePtr made(GetGDALDriverManager()->GetDriverByName("GTiff")->Create(
+        name.c_str(), static_cast<int>(plan.columns), static_cast<int>(std::min(plan.rows, mostStripRows)),
+        static_cast<int>(plan.rules.GetFileBands()), plan.bits == 8 ? GDT_Byte : GDT_UInt16, options.List()));
+    int width = 0, height = 1;
+    if (made) made->GetRasterBand(1)->GetBlockSize(&width, &height);
+    made.reset();
+    VSIUnlink(name.c_str());
+    return static_cast<std::uint32_t>(height);
+}
+
+void PlanTiff(const SharpenRequest& request, const Scene& scene, OutputPlan& plan) {
+    SuggestTiffOptions(plan, scene, plan.pixelOptions);
+    plan.isCompressed = !EQUAL(plan.pixelOptions.FetchNameValueDef("COMPRESS", "NONE"), "NONE");
+    plan.blockRows = TiffBlockRows(plan);
+    // A file that is opened again has forgotten what its options say of quality and threads.
+    if (!StartsWith(request.output, "/vsi", false) && TileWriter::CanWrite(plan.pixelOptions) &&
+        request.windowRows % plan.blockRows == 0)
+        plan.layout = {static_cast<std::uint32_t>(std::atoi(plan.pixelOptions.FetchNameValue("BLOCKXSIZE"))),
+                       plan.blockRows};
+}
+
+} // namespace
+
+OutputRules MakeOutputRules(const OutputRequest& request, const Scene& scene) {
+    OutputRules rules;
+    rules.bands = scene.outputBands;
+    rules.largest = (1u << scene.bitDepth) - 1;
+    rules.hasAlpha = request.alpha;
+    if (request.alpha) return rules;
+    const int most = scene.pan->GetInfo().bitsPerBand == 8 ? 0xFF : 0xFFFF;
+    std::vector<const InputImage*> images;
+    for (const PlacedImage& coarse : scene.images) {
+        if (coarse.role == Role::Infrared) images.push_back(scene.pan.get());
+        images.push_back(coarse.image.get());
+    }
+    images.push_back(scene.pan.get());
+    for (const InputImage* image : images) {
+        const std::optional<int> value = image->GetDescription()->GetNoDataValue();
+        if (!rules.noData && value && *value >= 0 && *value <= most)
+            rules.noData = static_cast<std::uint32_t>(*value);
+    }
+    return rules;
+}
+
+OutputPlan PlanOutput(const SharpenRequest& request, const OutputFormat& format, const Scene& scene,
+                      int threads) {
+    OutputPlan plan;
+    plan.format = format;
+    plan.rules = MakeOutputRules(request, scene);
+    plan.columns = scene.part.GetColumns();
+    plan.rows = scene.part.GetRows();
+    plan.threads = threads;
+    plan.bits = scene.pan->GetInfo().bitsPerBand;
+    plan.options = FormatOptions(request, format);
+    plan.writesTiff = format.isTiff || format.isCopied;
+    if (!format.isCopied) plan.pixelOptions = plan.options;
+    if (plan.writesTiff) PlanTiff(request, scene, plan);
+    return plan;
+}
+
+} // namespace rasterhost
