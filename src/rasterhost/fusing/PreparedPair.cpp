@@ -28,15 +28,33 @@ bool TakeBackShift(const PairRequest& request, Scene& scene, const Warn& warn, S
     return true;
 }
 
+/// Collars that were found before.
+bool TakeCollars(const SceneFindings& known, Scene& scene, Status& status) {
+    std::vector<InputImage*> images{scene.pan.get()};
+    for (const PlacedImage& coarse : scene.images)
+        images.push_back(coarse.image.get());
+    bool fits = known.collars.size() == images.size();
+    for (std::size_t i = 0; fits && i < images.size(); ++i) {
+        const auto& collar = known.collars[i];
+        fits = !collar || (collar->GetColumns() == images[i]->GetInfo().cols &&
+                           collar->GetRows() == images[i]->GetInfo().rows);
+        if (fits && collar) images[i]->SetCollar(collar);
+    }
+    return fits || Fail(status, HostStatus::InputsDoNotFit,
+                        "the collars that are known are not those of the images: their number or size "
+                        "differs");
+}
+
 } // namespace
 
 Preparation PrepareScene(const PairRequest& request, const Warn& warn, const std::function<bool()>& keepOn,
-                         std::unique_ptr<Scene>& scene, Status& status) {
+                         std::unique_ptr<Scene>& scene, Status& status, const SceneFindings* known) {
     scene = OpenScene(request, warn, status);
     if (!scene || !CheckSizes(*scene, status) ||
         (request.measureShift && !TakeBackShift(request, *scene, warn, status)) ||
         (request.onlyIntersection && !CutToIntersection(*scene, status)))
         return Preparation::Failed;
+    if (known) return TakeCollars(*known, *scene, status) ? Preparation::Done : Preparation::Failed;
     switch (FindCollars(*scene, warn, keepOn, status)) {
     case CollarSearch::Done:
         return Preparation::Done;
@@ -50,11 +68,11 @@ Preparation PrepareScene(const PairRequest& request, const Warn& warn, const std
 }
 
 Preparation Prepare(const PairRequest& request, const RunOptions& run, const Warn& warn, PreparedPair& pair,
-                    Status& status) {
+                    Status& status, const SceneFindings* known) {
     pair.plugin = hostkit::PluginLibrary::FindAndLoad(run.plugin, status);
     if (!pair.plugin) return Preparation::Failed;
     return PrepareScene(
-        request, warn, [&run] { return !run.progress || run.progress(0.0); }, pair.scene, status);
+        request, warn, [&run] { return !run.progress || run.progress(0.0); }, pair.scene, status, known);
 }
 
 } // namespace rasterhost

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostkit/PluginLibrary.h"
+#include "rasterhost/fusing/SceneFindings.h"
 #include "rasterhost/scene/Scene.h"
 
 namespace rasterhost {
@@ -17,14 +18,15 @@ enum class Preparation { Done, Failed, Cancelled };
 /// Opens the images of a pair and makes them ready: checks their sizes, takes back a shift that is to be
 /// measured, cuts the part to what all images have where that is asked for, looks for collars. `keepOn` is
 /// asked between blocks of pixels and may be empty. `scene` is set once the images could be opened, also
-/// where a later step fails.
+/// where a later step fails. Collars that are `known`, where that is not null, are taken and no pixel is
+/// read.
 [[nodiscard]] Preparation PrepareScene(const PairRequest& request, const Warn& warn,
                                        const std::function<bool()>& keepOn, std::unique_ptr<Scene>& scene,
-                                       Status& status);
+                                       Status& status, const SceneFindings* known = nullptr);
 
 /// The same, with the plug-in that the options name, or the installed one. The options' progress is asked
 /// whether to go on.
 [[nodiscard]] Preparation Prepare(const PairRequest& request, const RunOptions& run, const Warn& warn,
-                                  PreparedPair& pair, Status& status);
+                                  PreparedPair& pair, Status& status, const SceneFindings* known = nullptr);
 
 } // namespace rasterhost

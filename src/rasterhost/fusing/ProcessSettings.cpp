@@ -39,6 +39,9 @@ bool SetGains(const Scene& scene, std::size_t bands, const PansharpMethod& metho
               KOVA::Tessara::Global::NameValueMap& texts, Status& status) {
     std::vector<double> gains, ratioGains;
     for (const std::size_t band : std::span(scene.bandOrder).first(bands)) {
+        if (band >= detail.gains.size())
+            return Fail(status, HostStatus::RequestInvalid, "there are gains of %zu bands only",
+                        detail.gains.size());
         gains.push_back(detail.gains[band].gain);
         ratioGains.push_back(detail.gains[band].ratioGain);
     }

@@ -2,6 +2,7 @@
 
 #include "fundament/Numbers.h"
 #include "fundament/Text.h"
+#include "rasterhost/fusing/FusionFit.h"
 #include "rasterhost/fusing/RunPlan.h"
 #include "rasterhost/fusing/WindowPipeline.h"
 #include "rasterhost/requests/CacheLimit.h"
@@ -35,16 +36,17 @@ std::string ListText(const std::vector<double>& numbers) {
 /// One run from the opened scene to the finished file.
 class SharpenRun {
 public:
-    SharpenRun(const SharpenRequest& sharpenRequest, PreparedPair& preparedPair, SharpenReport& sharpenReport,
-               Status& sharpenStatus)
-        : request(sharpenRequest), pair(preparedPair), report(sharpenReport), status(sharpenStatus) {}
+    SharpenRun(const SharpenRequest& sharpenRequest, const SceneFindings* knownFindings,
+               PreparedPair& preparedPair, SharpenReport& sharpenReport, Status& sharpenStatus)
+        : request(sharpenRequest), known(knownFindings), pair(preparedPair), report(sharpenReport),
+          status(sharpenStatus) {}
 
     bool Run() {
         const auto format = FindFormat(request, status);
         if (!format) return false;
         report.format = format->name;
-        const Preparation preparation = Prepare(
-            request, request, [this](const std::string& text) { Warn(text); }, pair, status);
+        const rasterhost::Warn warn = [this](const std::string& text) { Warn(text); };
+        const Preparation preparation = Prepare(request, request, warn, pair, status, known);
         report.cancelled = preparation == Preparation::Cancelled;
         if (preparation != Preparation::Done ||
             !MakeSettings(request, *pair.scene, pair.plugin->GetDescription(), nullptr, settings, status))
@@ -55,10 +57,8 @@ public:
         if (!folder || !CheckMemory(request, *pair.scene, plan, GetSizes(), status)) return false;
         if (const std::string loss = FindLoss(plan, request.output); !loss.empty())
             Warn("the output '" + request.output + "' " + loss);
-        if (WantsFit(request, pair.plugin->GetDescription()) && !FitToImages()) return false;
-        if (WantsDetail(request, pair.plugin->GetDescription()) && !FindDetail()) return false;
-        JudgeWeights();
-        FillReport();
+        if (!FitFusion(request, pair, known, settings, found, warn, status)) return false;
+        FillReport(request, pair, settings, found, report);
         if (request.progress && !request.progress(0.0)) return Cancel();
         return TryOneRow() && FuseAll();
     }
@@ -71,43 +71,6 @@ private:
     bool Cancel() {
         report.cancelled = true;
         return Fail(status, HostStatus::Cancelled, "cancelled; nothing was written");
-    }
-
-    /// Fits the weights that the request leaves open.
-    bool FitToImages() {
-        WeightFit fit;
-        const FitOptions options{request.bitDepth, request.infraredWeight};
-        if (!FitWeights(*pair.scene, options, fit, nullptr, status)) return false;
-        if (!fit.obstacle.empty()) {
-            Warn(fit.obstacle + "; equal weights are used");
-            return true;
-        }
-        for (const std::string& warning : JudgeFit(*pair.scene, fit))
-            Warn(warning);
-        request.weights = fit.weights;
-        request.infraredWeight = fit.infraredWeight;
-        report.fit = std::move(fit);
-        return MakeSettings(request, *pair.scene, pair.plugin->GetDescription(), nullptr, settings, status);
-    }
-
-    /// Fits blur and gains as far as the request leaves them open.
-    bool FindDetail() {
-        report.detail.emplace();
-        if (!FitDetail(*pair.scene, request, request.bitDepth, *report.detail, status)) return false;
-        for (const std::string& warning : JudgeDetail(*report.detail))
-            Warn(warning);
-        return MakeSettings(request, *pair.scene, pair.plugin->GetDescription(), &*report.detail, settings,
-                            status);
-    }
-
-    /// Weights that were given in per cent, or for another scale of the bands.
-    void JudgeWeights() {
-        constexpr double most = 10.0;
-        const double sum = settings.GetWeightSum();
-        if (report.fit || settings.effectiveWeights.empty() || sum <= most) return;
-        Warn(FormatString("the weights of the bands add up to %s: where bands and pan are on one scale the "
-                          "sum is about 1, and the result is far too dark otherwise; are they per cent?",
-                          NumberText(sum).c_str()));
     }
 
     /// What the pixels say in the end: that there is nothing in them.
@@ -128,25 +91,6 @@ private:
                         100.0 * share, static_cast<int>(band) + 1, isLargest ? plan.rules.largest : 0u,
                         isLargest ? "largest" : "least"));
             }
-    }
-
-    void FillReport() {
-        const RasterInfo& pan = pair.scene->pan->GetInfo();
-        report.output = request.output;
-        report.method = settings.method;
-        report.plugin = pair.plugin->GetPath();
-        report.columns = pair.scene->part.GetColumns();
-        report.rows = pair.scene->part.GetRows();
-        report.bands = pair.scene->outputBands;
-        report.bitsPerSample = pan.bitsPerBand;
-        report.bitDepth = pair.scene->bitDepth;
-        report.resampling = request.resampling;
-        const RasterInfo ms = pair.scene->GetMultispectral().GetInfo();
-        report.ratio = ms.pixelSizeX / pan.pixelSizeX;
-        report.ratioDown = ms.pixelSizeY / pan.pixelSizeY;
-        report.effectiveWeights = settings.effectiveWeights;
-        report.infraredWeight = settings.infraredWeight;
-        report.threads = ChooseThreads(request);
     }
 
     /// Settings that the process refuses come to light before there is an output.
@@ -263,11 +207,13 @@ private:
         return true;
     }
 
-    SharpenRequest request; ///< with the weights that were chosen
+    SharpenRequest request;     ///< with the weights that were chosen
+    const SceneFindings* known; ///< null when all is to be found
     PreparedPair& pair;
     SharpenReport& report;
     Status& status;
     ProcessSettings settings;
+    SceneFindings found;
     OutputPlan plan;
     OutputMetadata metadata;
     std::unique_ptr<WorkFolder> folder;
@@ -275,13 +221,36 @@ private:
 
 } // namespace
 
-bool Sharpen(const SharpenRequest& request, SharpenReport& report, Status& status, PreparedPair* used) {
+void FillReport(const SharpenRequest& request, const PreparedPair& pair, const ProcessSettings& settings,
+                const SceneFindings& found, SharpenReport& report) {
+    const RasterInfo& pan = pair.scene->pan->GetInfo();
+    report.output = request.output;
+    report.method = settings.method;
+    report.plugin = pair.plugin->GetPath();
+    report.columns = pair.scene->part.GetColumns();
+    report.rows = pair.scene->part.GetRows();
+    report.bands = pair.scene->outputBands;
+    report.bitsPerSample = pan.bitsPerBand;
+    report.bitDepth = pair.scene->bitDepth;
+    report.resampling = request.resampling;
+    const RasterInfo ms = pair.scene->GetMultispectral().GetInfo();
+    report.ratio = ms.pixelSizeX / pan.pixelSizeX;
+    report.ratioDown = ms.pixelSizeY / pan.pixelSizeY;
+    report.effectiveWeights = settings.effectiveWeights;
+    report.infraredWeight = settings.infraredWeight;
+    report.fit = found.fit;
+    report.detail = found.detail;
+    report.threads = ChooseThreads(request);
+}
+
+bool Sharpen(const SharpenRequest& request, SharpenReport& report, Status& status, PreparedPair* used,
+             const SceneFindings* known) {
     report = {};
     double seconds = 0.0;
     PreparedPair own;
     PreparedPair& pair = used ? *used : own;
     const bool isDone =
-        RunOperation([&] { return SharpenRun(request, pair, report, status).Run(); }, seconds, status);
+        RunOperation([&] { return SharpenRun(request, known, pair, report, status).Run(); }, seconds, status);
     report.seconds = seconds;
     return isDone;
 }

@@ -4,6 +4,8 @@
 #include "rasterhost/fitting/SceneDetail.h"
 #include "rasterhost/fitting/WeightFit.h"
 #include "rasterhost/fusing/PreparedPair.h"
+#include "rasterhost/fusing/ProcessSettings.h"
+#include "rasterhost/fusing/SceneFindings.h"
 #include "rasterhost/requests/Requests.h"
 
 #include <cstdint>
@@ -55,11 +57,17 @@ struct SharpenReport {
     bool cancelled = false;
 };
 
+/// Fills in what is known before a pixel is fused.
+void FillReport(const SharpenRequest& request, const PreparedPair& pair, const ProcessSettings& settings,
+                const SceneFindings& found, SharpenReport& report);
+
 /// Fuses one scene. The output appears under its final name only when it is complete; on failure nothing is
 /// left behind and an existing file is untouched. Returns false with the reasons in `status`, the first
 /// saying what to do. `used`, where it is not null, gets the pair that was fused, for what is to be done with
-/// it after.
+/// it after. What is `known`, where it is not null, is not looked for; the request has its shift, scale and
+/// weights.
 [[nodiscard]] bool Sharpen(const SharpenRequest& request, SharpenReport& report,
-                           KOVA::Tessara::Fundament::Status& status, PreparedPair* used = nullptr);
+                           KOVA::Tessara::Fundament::Status& status, PreparedPair* used = nullptr,
+                           const SceneFindings* known = nullptr);
 
 } // namespace rasterhost

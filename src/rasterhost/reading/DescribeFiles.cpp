@@ -43,7 +43,11 @@ bool IsTransparency(GDALRasterBand& band) {
 }
 
 /// Null without one. GDAL takes a last band for the mask of the others in files of two and four bands only.
-GDALRasterBand* FindTransparency(GDALDataset& dataset) {
+GDALRasterBand* FindTransparency(const std::string& file, GDALDataset& dataset,
+                                 const SampleOptions& options) {
+    if (options.transparency)
+        if (const auto known = options.transparency->find(file); known != options.transparency->end())
+            return known->second > 0 ? dataset.GetRasterBand(known->second) : nullptr;
     for (int number = 1; number <= dataset.GetRasterCount(); ++number)
         if (GDALRasterBand* band = dataset.GetRasterBand(number); IsTransparency(*band)) return band;
     return nullptr;
@@ -199,7 +203,8 @@ bool AddBands(const InputBand& input, GDALDataset& dataset, const char* role, Im
         return Fail(status, HostStatus::InputNotSupported,
                     "the %s file '%s' has no band %d; its bands are 1 to %d", role, input.file.c_str(),
                     *input.band, count);
-    GDALRasterBand* transparency = FindTransparency(dataset);
+    GDALRasterBand* transparency = FindTransparency(input.file, dataset, image.options);
+    image.transparency[input.file] = transparency ? transparency->GetBand() : 0;
     for (int number = input.band.value_or(1); number <= input.band.value_or(count); ++number) {
         GDALRasterBand& band = *dataset.GetRasterBand(number);
         if (!input.band && count > 1 && &band == transparency) continue;

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -23,6 +24,7 @@ struct ImageDescription {
     std::vector<SourceBand> bands;
     SampleOptions options;
     std::vector<std::string> files;                    ///< as the request names them, each once
+    std::map<std::string, int> transparency;           ///< by these the band that tells it, 0 for none
     std::optional<std::array<double, 6>> geoTransform; ///< none without a position, or by control points
     bool hasControlPoints = false;                     ///< and no geotransform
     bool isNorthUp = true;                             ///< rows and columns along the map's axes, downward

@@ -174,6 +174,13 @@ void InputImage::SetCollar(std::shared_ptr<const ZeroCollar> found) {
     description = std::make_shared<const ImageDescription>(std::move(with));
 }
 
+std::vector<std::pair<std::string, GDALDataset*>> InputImage::GetDatasets() const {
+    std::vector<std::pair<std::string, GDALDataset*>> datasets;
+    for (const OpenFileEntry& file : files)
+        datasets.emplace_back(file.name, file.dataset.get());
+    return datasets;
+}
+
 void InputImage::Reorder(const std::vector<std::size_t>& order) {
     description = std::make_shared<const ImageDescription>(description->WithBands(order));
     std::vector<BandHandles> reordered;

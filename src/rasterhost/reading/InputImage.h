@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace rasterhost {
@@ -41,6 +42,8 @@ public:
     [[nodiscard]] std::string GetName() const override { return description->GetName(); }
     /// Every file that an input consists of, as GDAL lists them.
     [[nodiscard]] std::vector<std::string> GetFiles() const;
+    /// Every file by its name, open for as long as the image.
+    [[nodiscard]] std::vector<std::pair<std::string, GDALDataset*>> GetDatasets() const;
     /// The file of the first band; for its position.
     [[nodiscard]] GDALDataset& GetDataset() const { return *handles.front().dataset; }
 

@@ -5,6 +5,8 @@
 #include <gdal.h>
 
 #include <cstdint>
+#include <map>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -38,6 +40,8 @@ struct SampleOptions {
     std::optional<double> value;      ///< this value in every band, whatever the file declares
     bool isIgnored = false;           ///< no sample means no data
     std::optional<SampleScale> scale; ///< brings samples of any kind to 16 bits
+    /// As of a request; null for nothing known.
+    std::shared_ptr<const std::map<std::string, int>> transparency = {};
 };
 
 } // namespace rasterhost

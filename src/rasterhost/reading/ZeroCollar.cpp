@@ -48,7 +48,7 @@ ZeroCollar ZeroCollar::Finder::Finish() {
     if (!rowStarts.empty())
         for (std::size_t last = rowStarts.back(); last < runs.size(); ++last)
             runs[Root(static_cast<std::uint32_t>(last))].isAtEdge = true;
-    ZeroCollar collar;
+    ZeroCollar collar(columns);
     rowStarts.push_back(runs.size());
     for (std::size_t row = 0; row + 1 < rowStarts.size(); ++row) {
         collar.rowStarts.push_back(collar.runs.size());
@@ -71,6 +71,97 @@ void ZeroCollar::Clear(const hostkit::PixelRect& rect, unsigned char* valid) con
                 std::fill(valid + (first - rect.col0), valid + (end - rect.col0),
                           static_cast<unsigned char>(0));
         }
+}
+
+namespace {
+
+/// Seven bits a byte, the lowest first; all but the last have the eighth.
+void AddNumber(std::uint64_t number, std::vector<unsigned char>& bytes) {
+    for (; number >= 0x80; number >>= 7)
+        bytes.push_back(static_cast<unsigned char>(number | 0x80));
+    bytes.push_back(static_cast<unsigned char>(number));
+}
+
+/// Small numbers of either sign are small.
+void AddDifference(std::uint32_t from, std::uint32_t to, std::vector<unsigned char>& bytes) {
+    AddNumber(to >= from ? std::uint64_t{to - from} << 1 : (std::uint64_t{from - to} << 1) - 1, bytes);
+}
+
+/// Numbers one after another; what is missing or too large makes it fail for good.
+class NumberReader {
+public:
+    explicit NumberReader(std::span<const unsigned char> packed) : bytes(packed) {}
+
+    [[nodiscard]] std::uint64_t Next() {
+        std::uint64_t number = 0;
+        for (unsigned shift = 0; shift < 42; shift += 7) {
+            if (at == bytes.size()) break;
+            const unsigned char byte = bytes[at++];
+            number |= std::uint64_t{byte & 0x7Fu} << shift;
+            if (byte < 0x80) return number;
+        }
+        hasFailed = true;
+        return 0;
+    }
+    /// From a number of an image with so many columns; it may lie anywhere.
+    [[nodiscard]] std::int64_t NextFrom(std::uint32_t from) {
+        const std::uint64_t number = Next();
+        const auto way = static_cast<std::int64_t>((number + 1) >> 1);
+        return std::int64_t{from} + (number % 2 == 0 ? way : -way);
+    }
+    [[nodiscard]] bool HasFailed() const { return hasFailed; }
+    [[nodiscard]] bool IsAtEnd() const { return at == bytes.size(); }
+
+private:
+    std::span<const unsigned char> bytes;
+    std::size_t at = 0;
+    bool hasFailed = false;
+};
+
+} // namespace
+
+std::vector<unsigned char> ZeroCollar::ToBytes() const {
+    std::vector<unsigned char> bytes;
+    std::span<const Run> above;
+    for (std::size_t row = 0; row + 1 < rowStarts.size(); ++row) {
+        const std::span own = std::span(runs).subspan(rowStarts[row], rowStarts[row + 1] - rowStarts[row]);
+        AddNumber(own.size(), bytes);
+        for (std::size_t i = 0; i < own.size(); ++i) {
+            const Run before = i < above.size() ? above[i] : Run{0, 0};
+            AddDifference(before.first, own[i].first, bytes);
+            AddDifference(before.end, own[i].end, bytes);
+        }
+        above = own;
+    }
+    return bytes;
+}
+
+std::optional<ZeroCollar> ZeroCollar::FromBytes(std::span<const unsigned char> bytes, std::uint32_t columns,
+                                                std::uint32_t rows) {
+    if (bytes.size() < rows) return std::nullopt; // a row has a byte at least
+    NumberReader numbers(bytes);
+    ZeroCollar collar(columns);
+    collar.rowStarts.push_back(0);
+    std::size_t aboveStart = 0, aboveEnd = 0;
+    for (std::uint32_t row = 0; row < rows; ++row) {
+        const std::size_t start = collar.runs.size();
+        const std::uint64_t count = numbers.Next();
+        std::int64_t last = -1; // runs of a row do not touch
+        for (std::uint64_t i = 0; i < count; ++i) {
+            const Run before = aboveStart + i < aboveEnd ? collar.runs[aboveStart + i] : Run{0, 0};
+            const std::int64_t first = numbers.NextFrom(before.first), end = numbers.NextFrom(before.end);
+            if (numbers.HasFailed() || first <= last || end <= first || end > std::int64_t{columns})
+                return std::nullopt;
+            collar.runs.push_back({static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(end)});
+            collar.pixels += static_cast<std::uint64_t>(end - first);
+            last = end;
+        }
+        aboveStart = start;
+        aboveEnd = collar.runs.size();
+        collar.rowStarts.push_back(aboveEnd);
+    }
+    if (numbers.HasFailed() || !numbers.IsAtEnd()) return std::nullopt;
+    return collar;
 }
 
 } // namespace rasterhost

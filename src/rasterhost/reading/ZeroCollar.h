@@ -4,7 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
+#include <optional>
+#include <span>
 #include <vector>
 
 namespace rasterhost {
@@ -43,11 +44,24 @@ public:
     /// Marks the collar's pixels of a rectangle: their bytes become 0, others stay. Rows packed.
     void Clear(const hostkit::PixelRect& rect, unsigned char* valid) const;
     [[nodiscard]] std::uint64_t GetPixels() const { return pixels; }
+    [[nodiscard]] std::uint32_t GetColumns() const { return columns; } ///< of the image
+    [[nodiscard]] std::uint32_t GetRows() const { return static_cast<std::uint32_t>(rowStarts.size() - 1); }
+
+    /// The runs of each row as numbers of few bytes, most of which repeat: their count, and for each how its
+    /// ends differ from those of the run above it.
+    [[nodiscard]] std::vector<unsigned char> ToBytes() const;
+    /// From such bytes, whoever they come from: none when they do not describe a collar of an image of that
+    /// size.
+    [[nodiscard]] static std::optional<ZeroCollar> FromBytes(std::span<const unsigned char> bytes,
+                                                             std::uint32_t columns, std::uint32_t rows);
 
 private:
     struct Run {
         std::uint32_t first, end;
     };
+    explicit ZeroCollar(std::uint32_t imageColumns) : columns(imageColumns) {}
+
+    std::uint32_t columns;
     std::vector<Run> runs;
     std::vector<std::size_t> rowStarts; ///< one more than there are rows
     std::uint64_t pixels = 0;

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <utility>
@@ -52,6 +53,9 @@ struct PairRequest {
     /// The value that means no data in all inputs, whatever they declare.
     std::optional<double> noData;
     bool ignoreNoData = false; ///< all samples are data
+    /// By a file's name the band of it that tells transparency, 0 for none, where that is known: it is looked
+    /// for in the pixels of other files.
+    std::map<std::string, int> transparency;
 
     /// Part of the scene in map units of pan (left, top, right, bottom), snapped to whole pan pixels; all of
     /// pan without it. Its pixels are those that the whole would have there.

@@ -185,6 +185,7 @@ std::vector<PlacedSource> Scene::GetSources() const {
 
 bool MoveScene(const hostkit::Point& way, Scene& scene, Status& status) {
     scene.covered = scene.part;
+    scene.shift = {scene.shift.x + way.x, scene.shift.y + way.y};
     MoveTogether(scene.images, way, scene);
     return std::all_of(scene.images.begin(), scene.images.end(), [&](const PlacedImage& coarse) {
         return CoverBy(
@@ -194,7 +195,10 @@ bool MoveScene(const hostkit::Point& way, Scene& scene, Status& status) {
 
 std::unique_ptr<Scene> OpenScene(const PairRequest& request, const Warn& warn, Status& status) {
     auto scene = std::make_unique<Scene>();
-    scene->sampleOptions = {request.noData, request.ignoreNoData, {}};
+    scene->sampleOptions = {request.noData, request.ignoreNoData, {}, nullptr};
+    if (!request.transparency.empty())
+        scene->sampleOptions.transparency =
+            std::make_shared<const std::map<std::string, int>>(request.transparency);
     if (request.scale) scene->sampleOptions.scale = SampleScale{(*request.scale)[0], (*request.scale)[1]};
     if (request.findScale) {
         scene->sampleOptions.scale = FindScale(request, status);
@@ -207,6 +211,7 @@ std::unique_ptr<Scene> OpenScene(const PairRequest& request, const Warn& warn, S
     scene->resampling = request.resampling;
     if (!OpenPan(request, *scene, status) || !ChoosePart(request, *scene, warn, status)) return nullptr;
     scene->covered = scene->part;
+    scene->shift = request.shift;
     if (!OpenMultispectral(request, *scene, warn, status)) return nullptr;
     if (request.infrared && !OpenInfrared(request, *scene, warn, status)) return nullptr;
     if (!CheckBandCount(*scene, status) || !CheckNoData(request, *scene, status) ||

@@ -39,6 +39,7 @@ struct Scene {
     std::vector<PlacedImage> images;
     hostkit::PixelRect part;    ///< the pan pixels to fuse
     hostkit::PixelRect covered; ///< those of them that may have data in all images
+    hostkit::Point shift;       ///< that was taken back, in pixels of the multispectral image
     SampleOptions sampleOptions;
     hostkit::Resampling resampling = hostkit::Resampling::Bilinear;
     std::uint32_t bitDepth = 0; ///< of the results

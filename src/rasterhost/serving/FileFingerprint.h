@@ -1,13 +1,16 @@
 #pragma once
 
 #include "rasterhost/requests/HostStatus.h"
+#include "rasterhost/scene/PlaceImage.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 
 class GDALDataset;
+class OGRSpatialReference;
 
 namespace rasterhost {
 
@@ -26,5 +29,30 @@ struct FileFingerprint {
     /// The band that was found to tell transparency, counted from 1; 0 for none.
     std::uint32_t transparency = 0;
 };
+
+/// A number of 64 bits that is another one when any byte is, or, all but certainly, when several are.
+class ContentNumber {
+public:
+    void Add(const unsigned char* bytes, std::size_t count);
+    [[nodiscard]] std::string GetDigits() const; ///< 16 of them
+
+private:
+    void AddWord(std::uint64_t word);
+
+    std::uint64_t number = 0xCBF29CE484222325u;
+};
+
+/// WKT that loses nothing; empty for null, and for one that is empty.
+[[nodiscard]] std::string ToWkt(const OGRSpatialReference* reference);
+
+/// All but the transparency, of an open file; its content only when that is asked for, since all of it is
+/// read.
+[[nodiscard]] FileFingerprint TakeFingerprint(const std::string& name, GDALDataset& dataset,
+                                              bool withContent);
+
+/// Compares a file with what it was. False with an item when size, bands, type or grid differ; a warning when
+/// only its bytes do. `key` is that of the record.
+[[nodiscard]] bool CheckFingerprint(const FileFingerprint& before, const FileFingerprint& now,
+                                    const std::string& key, const Warn& warn, Status& status);
 
 } // namespace rasterhost

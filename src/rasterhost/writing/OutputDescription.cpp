@@ -13,6 +13,20 @@ GDALColorInterp ColourOf(const Scene& scene, std::size_t band) {
     return colour == GCI_AlphaBand ? GCI_Undefined : colour; // a fused band is no transparency
 }
 
+std::optional<std::array<double, 6>> PlaceOfPart(const Scene& scene) {
+    auto transform = scene.pan->GetDescription()->geoTransform;
+    if (!transform) return std::nullopt;
+    auto& t = *transform;
+    t[0] += scene.part.col0 * t[1] + scene.part.row0 * t[2];
+    t[3] += scene.part.col0 * t[4] + scene.part.row0 * t[5];
+    return transform;
+}
+
+const OGRSpatialReference& ProjectionOf(const Scene& scene) {
+    const OGRSpatialReference& own = scene.pan->GetDescription()->projection;
+    return own.IsEmpty() ? scene.GetMultispectral().image->GetDescription()->projection : own;
+}
+
 namespace {
 
 /// Position by control points or by rational polynomials: both count pixels from the image's corner.
@@ -41,15 +55,8 @@ void CopyPosition(GDALDataset& pan, const hostkit::PixelRect& part, GDALDataset&
 void DescribeOutput(const Scene& scene, const OutputRules& rules, const OutputMetadata& metadata,
                     GDALDataset& output) {
     GDALDataset& pan = scene.pan->GetDataset();
-    if (auto transform = scene.pan->GetDescription()->geoTransform) {
-        auto& t = *transform;
-        t[0] += scene.part.col0 * t[1] + scene.part.row0 * t[2];
-        t[3] += scene.part.col0 * t[4] + scene.part.row0 * t[5];
-        output.SetGeoTransform(transform->data());
-    }
-    const OGRSpatialReference& own = scene.pan->GetDescription()->projection;
-    const OGRSpatialReference& projection =
-        own.IsEmpty() ? scene.GetMultispectral().image->GetDescription()->projection : own;
+    if (auto transform = PlaceOfPart(scene)) output.SetGeoTransform(transform->data());
+    const OGRSpatialReference& projection = ProjectionOf(scene);
     if (!projection.IsEmpty()) output.SetSpatialRef(&projection);
     CopyPosition(pan, scene.part, output);
     if (const char* kind = pan.GetMetadataItem(GDALMD_AREA_OR_POINT))

@@ -5,6 +5,8 @@
 
 #include <gdal.h>
 
+#include <array>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,6 +18,12 @@ using OutputMetadata = std::vector<std::pair<std::string, std::string>>;
 
 /// The colour that a fused band has, counted from 0.
 [[nodiscard]] GDALColorInterp ColourOf(const Scene& scene, std::size_t band);
+
+/// The geotransform of the scene's part; none where pan has no position, or one by control points.
+[[nodiscard]] std::optional<std::array<double, 6>> PlaceOfPart(const Scene& scene);
+
+/// The projection of the output, pan's if it has one; may be empty.
+[[nodiscard]] const OGRSpatialReference& ProjectionOf(const Scene& scene);
 
 /// Gives a new file the position of the scene's part, the names and colours of the bands, the value that
 /// means no data and the metadata.

@@ -112,11 +112,15 @@ TEST(ZeroCollar, HangsTogetherWithTheEdge) {
                 samples.insert(samples.end(), {0, static_cast<unsigned char>(pixel == 'x' ? 1 : 0)});
             finder.AddRow(samples.data());
         }
-        const ZeroCollar collar = finder.Finish();
+        const auto bytes = finder.Finish().ToBytes();
+        EXPECT_FALSE(ZeroCollar::FromBytes(std::span(bytes).first(bytes.size() - 1), columns, rows));
+        EXPECT_FALSE(ZeroCollar::FromBytes(bytes, columns, rows + 1));
+        const auto kept = ZeroCollar::FromBytes(bytes, columns, rows);
+        ASSERT_TRUE(kept) << picture[0];
         const hostkit::PixelRect part{1, 1, columns, rows};
         for (const hostkit::PixelRect& rect : {hostkit::PixelRect{0, 0, columns, rows}, part}) {
             std::vector<unsigned char> valid(std::size_t{rect.GetColumns()} * rect.GetRows(), 1);
-            collar.Clear(rect, valid.data());
+            kept->Clear(rect, valid.data());
             for (std::uint32_t r = rect.row0; r < rect.row1; ++r)
                 for (std::uint32_t c = rect.col0; c < rect.col1; ++c)
                     EXPECT_EQ(valid[(r - rect.row0) * rect.GetColumns() + c - rect.col0] == 0,

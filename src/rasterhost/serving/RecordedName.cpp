@@ -1,0 +1,94 @@
+#include "rasterhost/serving/RecordedName.h"
+
+#include "fundament/Text.h"
+#include "rasterhost/writing/FileMoves.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+#include <system_error>
+
+namespace rasterhost {
+
+using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Fundament::StartsWith;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+bool IsOfGdal(const std::string& name) { return StartsWith(name, "/vsi", false); }
+
+/// The folder of a description as it was named, a link followed.
+fs::path FolderOf(const std::string& description) {
+    return fs::path(IsOfGdal(description) ? description : FollowLinks(description)).parent_path();
+}
+
+/// True when a path without links and ".." is the folder or lies below it.
+bool LiesIn(const fs::path& folder, const fs::path& path) {
+    return std::mismatch(folder.begin(), folder.end(), path.begin(), path.end()).first == folder.end();
+}
+
+/// The file that a name within archives begins with; none for a name of another kind.
+std::optional<fs::path> FindArchive(const std::string& name) {
+    std::string rest = name;
+    bool isWithin = false;
+    for (bool goesOn = true; goesOn;) {
+        goesOn = false;
+        for (const char* prefix : {"/vsizip/", "/vsitar/", "/vsigzip/"})
+            if (StartsWith(rest, prefix, false)) {
+                rest = rest.substr(std::string(prefix).size());
+                isWithin = goesOn = true;
+            }
+        if (StartsWith(rest, "{", false)) rest = rest.substr(1);
+    }
+    if (!isWithin || IsOfGdal(rest)) return std::nullopt;
+    std::error_code failure;
+    for (std::size_t end = 1; end <= rest.size(); ++end)
+        if (end == rest.size() || rest[end] == '/' || rest[end] == '}')
+            if (fs::is_regular_file(rest.substr(0, end), failure)) return rest.substr(0, end);
+    return std::nullopt;
+}
+
+} // namespace
+
+RecordedName RecordName(const std::string& name, const std::string& description) {
+    std::error_code failure;
+    if (IsOfGdal(name) || !fs::exists(name, failure)) return {name, false};
+    // Links to files stay: their own name may be the one that counts.
+    const auto place = [&failure](const fs::path& folder) {
+        return fs::canonical(folder.empty() ? "." : folder, failure);
+    };
+    const fs::path input = place(fs::path(name).parent_path()) / fs::path(name).filename();
+    if (failure || IsOfGdal(description)) return {input.string(), false};
+    const fs::path folder = place(FolderOf(description));
+    if (failure || !LiesIn(folder, input)) return {input.string(), false};
+    return {input.lexically_relative(folder).string(), true};
+}
+
+std::string NameFromRecord(const RecordedName& name, const std::string& description) {
+    return name.isRelative ? (FolderOf(description) / name.path).string() : name.path;
+}
+
+std::string GetInputRoot() {
+    const char* root = std::getenv("PANSHARP_INPUT_ROOT");
+    return root ? root : "";
+}
+
+bool CheckStaysIn(const std::string& root, const std::string& name, const std::string& what, Status& status) {
+    const auto refuse = [&](const char* why) {
+        return Fail(status, HostStatus::InputNotOpened,
+                    "%s, '%s', %s '%s', the folder that PANSHARP_INPUT_ROOT confines inputs to", what.c_str(),
+                    name.c_str(), why, root.c_str());
+    };
+    std::error_code failure;
+    const fs::path folder = fs::canonical(root, failure);
+    if (failure) return refuse("cannot be looked for: there is no folder");
+    const fs::path file = IsOfGdal(name) ? FindArchive(name).value_or(fs::path()) : fs::path(name);
+    if (file.empty() || !fs::exists(file, failure)) return refuse("is no file, nor in an archive, of");
+    const fs::path real = fs::canonical(file, failure);
+    return (!failure && LiesIn(folder, real)) || refuse("lies outside");
+}
+
+} // namespace rasterhost

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "rasterhost/fusing/PreparedPair.h"
+#include "rasterhost/fusing/Sharpen.h"
+#include "rasterhost/serving/SceneRecord.h"
+
+namespace rasterhost {
+
+/// Finds all that a run of this request would find in the pixels, and how its output is going to be: nothing
+/// is fused but one row, which shows whether it can be. Takes about as long as `info`. `report` gets what is
+/// known without pixels. False with the reasons in `status`.
+[[nodiscard]] bool RecordScene(const SharpenRequest& request, SceneRecord& record, SharpenReport& report,
+                               Status& status);
+
+/// The request that a record stands for; the files and the run it says nothing of.
+[[nodiscard]] SharpenRequest RequestOf(const SceneRecord& record);
+
+/// Opens the images of a record; reads no pixels. Those that are not what they were make it fail, or warn
+/// (FileFingerprint.h). Failed comes with an item.
+[[nodiscard]] Preparation PrepareRecorded(const SceneRecord& record, const RunOptions& run, const Warn& warn,
+                                          PreparedPair& pair, Status& status);
+
+/// Compares all inputs of a record with what they were, to the last byte.
+[[nodiscard]] bool CheckInputs(const SceneRecord& record, const Warn& warn, Status& status);
+
+} // namespace rasterhost
