@@ -4,6 +4,7 @@
 #include "cli/RunWeights.h"
 #include "rasterhost/assessing/Compare.h"
 #include "rasterhost/assessing/Preview.h"
+#include "rasterhost/serving/RecordedScene.h"
 
 #include <optional>
 #include <string>
@@ -24,6 +25,7 @@ struct Arguments : rasterhost::SharpenRequest,
     std::string statusXml;             ///< file to write; empty for none
     std::optional<RunWeights> earlier; ///< run that weights were taken from
     std::optional<rasterhost::PreviewRequest> preview;
+    std::optional<rasterhost::SceneRecord> scene; ///< that a file describes, in the place of a pair
 };
 
 /// Reads the inputs and then every option that was typed, on top of what `base` asks for: those that the

@@ -33,6 +33,10 @@ ExitCode RunInfo(Arguments request) {
     Status status;
     if (const auto plugin = hostkit::PluginLibrary::FindAndLoad(request.plugin, status))
         FitToPlugin(plugin->GetDescription(), request);
+    const auto warn = [&request](const std::string& warning) {
+        if (!request.json) std::cerr << FormatWarning(warning);
+    };
+    if (request.scene) (void)rasterhost::CheckInputs(*request.scene, warn, status); // a failure is a finding
     return ReportFindings(request, status);
 }
 

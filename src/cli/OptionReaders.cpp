@@ -1,6 +1,7 @@
 #include "cli/OptionReaders.h"
 
 #include "cli/ExitCode.h"
+#include "cli/SceneInput.h"
 #include "cli/SettingsFile.h"
 #include "fundament/Text.h"
 #include "host/PropertyNames.h"
@@ -241,6 +242,7 @@ void ReadPair(const CommandLine& line, Arguments& to) {
         throw UsageError(
             "no input is named; give the panchromatic raster and then the multispectral one, as in "
             "pansharp sharpen pan.tif ms.tif -o sharp.tif");
+    if (files.size() == 1 && NamesScene(files.front())) return TakeScene(files.front(), line, to);
     to.pan = ParseInputBand(files.front());
     if (files.size() == 1)
         throw UsageError("only '" + files.front() +
@@ -256,6 +258,8 @@ void ReadFused(const CommandLine& line, Arguments& to) {
             "--ms ms.tif");
     to.reference = ParseInputs(line.GetAll(option::reference));
     const bool hasPan = line.Has(option::pan);
+    if (hasPan && !line.Has(option::ms) && !line.Has(option::reference) && NamesScene(line.Get(option::pan)))
+        return TakeScene(line.Get(option::pan), line, to);
     if (hasPan) to.pan = ParseInputBand(line.Get(option::pan));
     to.multispectral = ParseInputs(line.GetAll(option::ms));
     if (hasPan != line.Has(option::ms))

@@ -65,7 +65,8 @@ constexpr OptionEntry reference = {
     nullptr,
     true};
 constexpr OptionEntry pan = {
-    {"--pan", "PAN", "", inputHeading, "the panchromatic raster that the image was made of"}};
+    {"--pan", "PAN", "", inputHeading,
+     "the panchromatic raster that the image was made of; or, alone, a .pansharp file, which names both"}};
 constexpr OptionEntry ms = {
     {"--ms", "MS", "", inputHeading, "the multispectral raster that it was made of"}, nullptr, true};
 constexpr OptionEntry simd = {{"--simd", "TARGET", "the best, or what PANSHARP_SIMD names", advancedHeading,
@@ -127,7 +128,8 @@ constexpr OptionEntry noNoDataOfAllOption = {
     ReadNoNoData};
 
 constexpr PositionalEntry sharpenPositionals[] = {
-    {"PAN", "the panchromatic raster: one band, as fine as the result is to be"},
+    {"PAN", "the panchromatic raster: one band, as fine as the result is to be; or, alone, a .pansharp file, "
+            "which describes a scene"},
     {"MS",
      "the multispectral bands, in order: one file with several bands, several files, or FILE,band=N for one "
      "band of a file"},
@@ -144,16 +146,21 @@ constexpr OptionEntry sameCornerOption = {
     SetFlag<&Arguments::sameCorner>};
 
 constexpr OptionEntry sharpenOptions[] = {
-    {{"-o,--output", "OUT", "", inputHeading, "the file to write; it appears only when it is complete"},
+    {{"-o,--output", "OUT", "", inputHeading,
+      "the file to write; it appears only when it is complete. One that ends in .pansharp describes the "
+      "scene, with "
+      "all that is found for it, and holds no pixels"},
      ReadOutput,
      false,
      {},
      "no output is named; add -o and the name of the file to write"},
     {{"-f,--of", "FORMAT", "what the ending of OUT stands for", inputHeading,
-      "format of the output: GDAL's short name of a driver; GTiff for a name without an ending"},
+      "format of the output: GDAL's short name of a driver, or PANSHARP for a description; GTiff for a name "
+      "without an "
+      "ending"},
      ReadFormat,
      false,
-     "GTiff COG PNG JPEG JP2OpenJPEG HFA ENVI"},
+     "GTiff COG PANSHARP PNG JPEG JP2OpenJPEG HFA ENVI"},
     {{"--co", "NAME=VALUE", "", inputHeading, "creation option of the format, such as COMPRESS=DEFLATE"},
      ReadCreationOptions,
      true,
@@ -317,6 +324,7 @@ constexpr CommandEntry commands[] = {
   pansharp sharpen pan.tif ms.tif -o rgb.tif -w 0.2,0.3,0.3,0.2 -b 3,2,1
   pansharp sharpen pan.tif ms.tif,band=3 ms.tif,band=2 ms.tif,band=1 -o rgb.tif \
       --infrared ms.tif,band=4 --infrared-weight 0.25
+  pansharp sharpen pan.tif ms.tif -o scene.pansharp && pansharp sharpen scene.pansharp -o all.tif
   pansharp sharpen pan.tif ms.tif -o part.tif --projwin 500000 4600000 510000 4590000
 
 Bands in several files may differ in pixel size, extent and projection.
@@ -403,6 +411,11 @@ constexpr CommandEntry program = {"",
 
 std::size_t OptionEntry::CountValues() const {
     return IsFlag() ? 0 : static_cast<std::size_t>(std::count(value.begin(), value.end(), ' ')) + 1;
+}
+
+bool SaysHowToFuse(const OptionEntry& option) {
+    return option.heading == fusionHeading || option.read == ReadProperties ||
+           option.read == ReadSettingsFile;
 }
 
 std::string HelpOf(const OptionEntry& option) {

@@ -66,6 +66,9 @@ extern const OptionEntry reference, pan, ms;
 extern const OptionEntry simd, version, help;
 } // namespace option
 
+/// True for an option that a description of the scene leaves no room for.
+[[nodiscard]] bool SaysHowToFuse(const OptionEntry& option);
+
 /// What is said of the program when no command is named.
 [[nodiscard]] const CommandEntry& Program();
 [[nodiscard]] std::span<const CommandEntry> Commands();

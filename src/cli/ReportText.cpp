@@ -83,6 +83,11 @@ std::string FormatReport(const SharpenReport& report, std::uint64_t peakMemory) 
     if (report.detail)
         for (const std::string& line : DescribeDetail(*report.detail))
             text += "  " + line + "\n";
+    if (report.threads == 0) // a description
+        return text + FormatString("  described in %.2f s, peak memory %.0f MB; 'pansharp sharpen %s -o OUT' "
+                                   "makes the pixels\n",
+                                   report.seconds, static_cast<double>(peakMemory) / 1e6,
+                                   report.output.c_str());
     text += FormatString("  %.2f s, %.1f megapixels/s, %d thread%s, peak memory %.0f MB\n", report.seconds,
                          MegapixelsPerSecond(report), report.threads, report.threads == 1 ? "" : "s",
                          static_cast<double>(peakMemory) / 1e6);

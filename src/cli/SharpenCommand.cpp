@@ -6,11 +6,13 @@
 #include "cli/Progress.h"
 #include "cli/ReportText.h"
 #include "cli/RunJson.h"
+#include "cli/SceneInput.h"
 #include "cli/SettingsFile.h"
 #include "cli/StatusText.h"
 #include "fundament/Console.h"
 #include "fundament/Files.h"
 #include "hostkit/PluginLibrary.h"
+#include "rasterhost/serving/SceneFile.h"
 #include "rasterhost/writing/OutputCheck.h"
 
 #include <iostream>
@@ -40,7 +42,13 @@ ExitCode Fuse(Arguments& request, rasterhost::PreparedPair& pair, SharpenReport&
         if (showWarnings) std::cerr << FormatWarning(message);
     };
     platform::CatchInterrupts();
-    if (rasterhost::Sharpen(request, report, status, &pair)) return Done;
+    const bool isDone =
+        WritesScene(request)
+            ? WriteScene(request, report, status)
+            : (!request.scene || rasterhost::CheckInputs(*request.scene, request.warn, status)) &&
+                  rasterhost::Sharpen(request, report, status, &pair,
+                                      request.scene ? &request.scene->found : nullptr);
+    if (isDone) return Done;
     return report.cancelled ? Interrupted : WorkFailed;
 }
 
@@ -96,7 +104,10 @@ ExitCode RunSharpen(Arguments request) {
             for (const std::string& warning : warnings)
                 std::cerr << FormatWarning(warning);
         const bool canReport = CheckReports(request, status);
-        if (request.dryRun) return ReportFindings(request, status); // what cannot be written is a finding
+        // What cannot be written is a finding.
+        if (request.dryRun && WritesScene(request) && rasterhost::CheckSceneFile(request, status))
+            request.output.clear();
+        if (request.dryRun) return ReportFindings(request, status);
         if (canReport) code = Fuse(request, pair, report, status);
         if (code == Done && request.preview &&
             !rasterhost::WritePreview(request, *pair.scene, *request.preview, status))

@@ -201,6 +201,7 @@ bool RecordScene(const SharpenRequest& request, SceneRecord& record, SharpenRepo
     const bool isDone =
         RunOperation([&] { return Recording(request, record, report, status).Run(); }, seconds, status);
     report.seconds = seconds;
+    report.threads = 0; // nothing was fused
     return isDone;
 }
 

@@ -1,0 +1,68 @@
+#include "cli/SceneInput.h"
+
+#include "cli/ExitCode.h"
+#include "fundament/Text.h"
+#include "rasterhost/serving/SceneFile.h"
+
+namespace cli {
+
+using KOVA::Tessara::Fundament::Status;
+using KOVA::Tessara::Fundament::StringsEqual;
+using KOVA::Tessara::Fundament::ToLower;
+
+namespace {
+
+constexpr const char* ending = ".pansharp";
+constexpr const char* format = "PANSHARP";
+
+} // namespace
+
+bool NamesScene(const std::string& name) {
+    return ToLower(name).ends_with(ending) || rasterhost::IsSceneFile(name);
+}
+
+void TakeScene(const std::string& file, const CommandLine& line, Arguments& to) {
+    for (const OptionEntry& option : line.GetCommand().options)
+        if (SaysHowToFuse(option) && line.Has(option))
+            throw UsageError(
+                std::string(option.Key()) + ": '" + file +
+                "' says already how the scene is fused; leave the option out, or name the images "
+                "in place of the description");
+    Status status;
+    rasterhost::SceneRecord record;
+    if (!rasterhost::ReadSceneFile(file, record, status)) throw UsageError(status.GetItem(0).message);
+    const rasterhost::SharpenRequest request = rasterhost::RequestOf(record);
+    static_cast<rasterhost::PairRequest&>(to) = request;
+    static_cast<rasterhost::FusionRequest&>(to) = request;
+    to.alpha = request.alpha;
+    to.otherFiles.emplace_back(file, "the description of the scene");
+    to.scene = std::move(record);
+}
+
+bool WritesScene(const Arguments& request) {
+    const bool isScene = request.format.empty() ? ToLower(request.output).ends_with(ending)
+                                                : StringsEqual(request.format, format, true);
+    if (!isScene) return false;
+    if (request.scene)
+        throw UsageError(
+            "-o: '" + request.output +
+            "' would describe a scene that is described already; copy the file, or name the images");
+    if (request.preview)
+        throw UsageError("--preview: a description has no pixels to make a picture of; leave it out");
+    return true;
+}
+
+bool WriteScene(const Arguments& request, rasterhost::SharpenReport& report, Status& status) {
+    rasterhost::SceneRecord record;
+    if (!rasterhost::CheckSceneFile(request, status) ||
+        !rasterhost::RecordScene(request, record, report, status))
+        return false;
+    report.format = format;
+    const auto warn = [&](const std::string& text) {
+        report.warnings.push_back(text);
+        if (request.warn) request.warn(text);
+    };
+    return rasterhost::WriteSceneFile(record, request, warn, status);
+}
+
+} // namespace cli
