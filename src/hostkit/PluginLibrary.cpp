@@ -39,8 +39,8 @@ std::string FindPlugin(const std::string& path, Status& status) {
     // When the platform tells neither, only where the build was to be installed is left.
     if (folders.empty()) folders.emplace_back(PANSHARP_BINARIES);
     for (const std::filesystem::path& folder : folders) {
-        for (const char* place :
-             {"../lib", ".", "pansharp", "../lib/pansharp", "../" PANSHARP_LIBDIR "/pansharp"}) {
+        for (const char* place : {"../lib", ".", "pansharp", "..", "../pansharp", "../lib/pansharp",
+                                  "../" PANSHARP_LIBDIR "/pansharp"}) {
             const std::filesystem::path candidate = (folder / place / pluginFileName).lexically_normal();
             if (IsFile(candidate)) return candidate.string();
             if (places.find(candidate.string()) == std::string::npos)

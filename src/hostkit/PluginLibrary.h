@@ -15,8 +15,8 @@ inline constexpr const char* pluginVariable = "PANSHARP_PLUGIN";
 
 /// Where the plug-in is: `path` unless that is empty, else what the environment variable names, else the file
 /// found from the folder of the shared library that this code is a part of, then from that of the running
-/// program: in ../lib, in the folder itself, in pansharp or in ../lib/pansharp. Empty, with an item that
-/// lists the places, when there is none. A path that is given is not looked at here.
+/// program: in ../lib, in the folder itself, in pansharp, in .., in ../pansharp or in ../lib/pansharp. Empty,
+/// with an item that lists the places, when there is none. A path that is given is not looked at here.
 [[nodiscard]] std::string FindPlugin(const std::string& path, KOVA::Tessara::Fundament::Status& status);
 
 /// The plug-in, loaded from its file. It outlives the objects it makes; may be used from any thread.

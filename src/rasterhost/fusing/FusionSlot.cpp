@@ -12,6 +12,13 @@ FusionSources SourcesOf(const Scene& scene) {
             scene.covered,   scene.resampling,   static_cast<std::uint32_t>(scene.bandOrder.size())};
 }
 
+bool MayLackData(const FusionSources& sources) {
+    return sources.covered != sources.part || sources.pan->MayLackData() ||
+           std::any_of(sources.beneath.begin(), sources.beneath.end(), [](const PlacedSource& source) {
+               return !source.placement->RunsAlong() || source.image->MayLackData();
+           });
+}
+
 FusionSlot::FusionSlot(FusionSources fusionSources, const hostkit::PluginLibrary& plugin,
                        const ProcessSettings& settings, Status& creation)
     : from(std::move(fusionSources)), pan(*from.pan),
@@ -22,16 +29,8 @@ FusionSlot::FusionSlot(FusionSources fusionSources, const hostkit::PluginLibrary
         sources.push_back(std::make_unique<Source>(source));
 }
 
-/// False when every pixel of the part is known to have data in all images.
-bool FusionSlot::MayLackData() const {
-    return from.covered != from.part || from.pan->MayLackData() ||
-           std::any_of(sources.begin(), sources.end(), [](const auto& source) {
-               return !source->placed.placement->RunsAlong() || source->placed.image->MayLackData();
-           });
-}
-
 bool FusionSlot::Init(Status& status) {
-    mayLackData = MayLackData();
+    mayLackData = MayLackData(from);
     return from.isPlain || worker.Start(status);
 }
 

@@ -29,6 +29,9 @@ struct FusionSources {
 /// The images of a scene themselves; good for as long as the scene.
 [[nodiscard]] FusionSources SourcesOf(const Scene& scene);
 
+/// False when every pixel of the part is known to have data in all images.
+[[nodiscard]] bool MayLackData(const FusionSources& sources);
+
 /// A fused row of a window.
 struct FusedRow {
     std::uint32_t number = 0;               ///< of pan
@@ -73,7 +76,6 @@ private:
         std::shared_ptr<hostkit::PlacedWindow> opened;
     };
 
-    [[nodiscard]] bool MayLackData() const;
     bool OpenSources(Status& status);
     [[nodiscard]] hostkit::SourceImage Gather(Role role) const;
     void OfferImage(const char* id, Role role);

@@ -178,7 +178,8 @@ bool CheckResult(const SceneRecord& record, const Scene& scene, Status& status) 
            same("bit_depth", record.output.bitDepth, scene.bitDepth);
 }
 
-bool CheckInput(const SceneRecord& record, const FileFingerprint& before, const Warn& warn, Status& status) {
+bool CheckInput(const SceneRecord& record, const FileFingerprint& before, bool withContent, const Warn& warn,
+                Status& status) {
     const GdalErrors errors;
     const FileState state = LookAt(before.name);
     const bool isPipe = state.exists && !state.isFile && !state.isFolder;
@@ -189,7 +190,7 @@ bool CheckInput(const SceneRecord& record, const FileFingerprint& before, const 
                     "'%s', an input of the description, cannot be opened; was it moved or removed?%s",
                     before.name.c_str(), errors.Reason().c_str());
     const OpenFiles files{{before.name, dataset.get()}};
-    return CompareFiles(record, files, true, warn, status) && CheckSources(files, true, status);
+    return CompareFiles(record, files, withContent, warn, status) && CheckSources(files, true, status);
 }
 
 } // namespace
@@ -219,8 +220,12 @@ Preparation PrepareRecorded(const SceneRecord& record, const RunOptions& run, co
     if (Prepare(record.pair, run, warn, pair, opening, &record.found) != Preparation::Done) {
         // A file that has changed is the reason rather than what comes of it.
         Status changes;
-        const bool areSame = !pair.plugin || CheckInputs(
-                                                 record, [](const std::string&) {}, changes);
+        const auto isAsBefore = [&](const FileFingerprint& before) {
+            return CheckInput(
+                record, before, false, [](const std::string&) {}, changes);
+        };
+        const bool areSame =
+            !pair.plugin || std::all_of(record.files.begin(), record.files.end(), isAsBefore);
         status.Append(areSame ? opening : changes);
         return Preparation::Failed;
     }
@@ -236,7 +241,7 @@ bool CheckInputs(const SceneRecord& record, const Warn& warn, Status& status) {
     return RunOperation(
         [&] {
             return std::all_of(record.files.begin(), record.files.end(), [&](const FileFingerprint& before) {
-                return CheckInput(record, before, warn, status);
+                return CheckInput(record, before, true, warn, status);
             });
         },
         seconds, status);

@@ -144,7 +144,9 @@ private:
 
 bool LooksLikeRecord(const std::string& start) {
     constexpr const char* blanks = " \t\r\n";
-    const std::size_t brace = start.find_first_not_of(blanks);
+    constexpr const char* byteOrderMark = "\xEF\xBB\xBF"; // some editors put one
+    const std::size_t first = start.starts_with(byteOrderMark) ? 3 : 0;
+    const std::size_t brace = start.find_first_not_of(blanks, first);
     if (brace == std::string::npos || start[brace] != '{') return false;
     const std::size_t quote = start.find_first_not_of(blanks, brace + 1);
     return quote != std::string::npos &&

@@ -29,6 +29,8 @@ public:
     [[nodiscard]] std::uint32_t GetBits() const { return bits; } ///< of a sample, 8 or 16
     /// Level k has ceil(columns / 2^k) x ceil(rows / 2^k) pixels; the last one has one, or is the 16th.
     [[nodiscard]] unsigned CountLevels() const { return static_cast<unsigned>(levels.size()); }
+    /// False when every pixel is known to have data.
+    [[nodiscard]] bool MayLackData() const { return rasterhost::MayLackData(SourcesOf(pair->GetScene())); }
     [[nodiscard]] const OpenPair& GetPair() const { return *pair; }
     [[nodiscard]] const Fusion& GetFusion() const { return fusion; }
 

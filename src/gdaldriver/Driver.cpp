@@ -1,0 +1,55 @@
+#include "gdaldriver/DescriptionFiles.h"
+#include "gdaldriver/SceneDataset.h"
+#include "rasterhost/serving/SceneRecordJson.h"
+
+#include <gdal_priv.h>
+
+#include <memory>
+#include <string>
+
+namespace gdaldriver {
+
+namespace {
+
+constexpr const char* driverName = "PANSHARP";
+
+/// Drivers from libraries are asked before all others: what is not plainly ours is left to them.
+int Identify(GDALOpenInfo* how) {
+    return how->nHeaderBytes > 0 &&
+           rasterhost::LooksLikeRecord(std::string(reinterpret_cast<const char*>(how->pabyHeader),
+                                                   static_cast<std::size_t>(how->nHeaderBytes)));
+}
+
+GDALDataset* Open(GDALOpenInfo* how) {
+    if (!Identify(how)) return nullptr;
+    if (how->eAccess == GA_Update) {
+        CPLError(CE_Failure, CPLE_NotSupported,
+                 "'%s' describes a sharpened scene and cannot be changed; open it for reading only",
+                 how->pszFilename);
+        return nullptr;
+    }
+    return SceneDataset::OpenDescription(how->pszFilename, *how).release();
+}
+
+} // namespace
+
+} // namespace gdaldriver
+
+/// Called by GDAL when it has loaded the library.
+extern "C" CPL_DLL void GDALRegister_PANSHARP() {
+    using namespace gdaldriver;
+    if (!GDAL_CHECK_VERSION(driverName) || GDALGetDriverByName(driverName)) return;
+    auto driver = std::make_unique<GDALDriver>();
+    driver->SetDescription(driverName);
+    driver->SetMetadataItem(GDAL_DCAP_RASTER, "YES");
+    driver->SetMetadataItem(GDAL_DCAP_VIRTUALIO, "YES");
+    driver->SetMetadataItem(GDAL_DMD_LONGNAME, "Pansharp scene, sharpened as it is read");
+    driver->SetMetadataItem(GDAL_DMD_EXTENSION, "pansharp");
+    driver->SetMetadataItem(GDAL_DMD_EXTENSIONS, "pansharp");
+    driver->pfnIdentify = Identify;
+    driver->pfnOpen = Open;
+    driver->pfnDelete = DeleteDescription;
+    driver->pfnRename = RenameDescription;
+    driver->pfnCopyFiles = CopyDescription;
+    GetGDALDriverManager()->RegisterDriver(driver.release());
+}

@@ -1,0 +1,61 @@
+#include "gdaldriver/SceneBand.h"
+
+#include "gdaldriver/SceneDataset.h"
+
+namespace gdaldriver {
+
+SceneBand::SceneBand(SceneDataset& dataset, int number, GDALDataType type, GDALRasterBand& like)
+    : described(like) {
+    poDS = &dataset;
+    nBand = number;
+    eDataType = type;
+    eAccess = GA_ReadOnly;
+    nBlockXSize = nBlockYSize = SceneDataset::blockSize;
+    GDALMajorObject::SetDescription(like.GetDescription()); // beside what is kept in files
+}
+
+SceneDataset& SceneBand::GetScene() const { return *static_cast<SceneDataset*>(poDS); }
+
+int SceneBand::GetOverviewCount() {
+    const int inFiles = GDALPamRasterBand::GetOverviewCount();
+    return inFiles > 0 ? inFiles : GetScene().CountLevels();
+}
+
+GDALRasterBand* SceneBand::GetOverview(int number) {
+    if (GDALPamRasterBand::GetOverviewCount() > 0) return GDALPamRasterBand::GetOverview(number);
+    if (number < 0 || number >= GetScene().CountLevels()) return nullptr;
+    return GetScene().GetLevel(number).GetRasterBand(nBand);
+}
+
+int SceneBand::GetMaskFlags() {
+    return GetScene().GetMask() ? GMF_PER_DATASET : GDALPamRasterBand::GetMaskFlags();
+}
+
+GDALRasterBand* SceneBand::GetMaskBand() {
+    GDALRasterBand* mask = GetScene().GetMask();
+    return mask ? mask : GDALPamRasterBand::GetMaskBand();
+}
+
+CPLErr SceneBand::IReadBlock(int column, int row, void* block) {
+    return GetScene().ReadBlock(nBand, column, row, block);
+}
+
+SceneMask::SceneMask(SceneDataset& dataset) : scene(dataset) {
+    nRasterXSize = dataset.GetRasterXSize();
+    nRasterYSize = dataset.GetRasterYSize();
+    eDataType = GDT_Byte;
+    eAccess = GA_ReadOnly;
+    nBlockXSize = nBlockYSize = SceneDataset::blockSize;
+}
+
+int SceneMask::GetOverviewCount() { return scene.CountLevels(); }
+
+GDALRasterBand* SceneMask::GetOverview(int number) {
+    return number < 0 || number >= scene.CountLevels() ? nullptr : scene.GetLevel(number).GetMask();
+}
+
+CPLErr SceneMask::IReadBlock(int column, int row, void* block) {
+    return scene.ReadBlock(0, column, row, block);
+}
+
+} // namespace gdaldriver

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <gdal_pam.h>
+
+namespace gdaldriver {
+
+class SceneDataset;
+
+/// A band of a sharpened scene, or of a coarser level of it.
+class SceneBand final : public GDALPamRasterBand {
+public:
+    /// `like` tells name, colour and the like, and outlives this.
+    SceneBand(SceneDataset& dataset, int number, GDALDataType type, GDALRasterBand& like);
+
+    GDALColorInterp GetColorInterpretation() override { return described.GetColorInterpretation(); }
+    double GetNoDataValue(int* isThere) override { return described.GetNoDataValue(isThere); }
+    double GetOffset(int* isThere) override { return described.GetOffset(isThere); }
+    double GetScale(int* isThere) override { return described.GetScale(isThere); }
+    /// Overviews in files come first; the coarser levels stand in where there are none.
+    int GetOverviewCount() override;
+    GDALRasterBand* GetOverview(int number) override;
+    int GetMaskFlags() override;
+    GDALRasterBand* GetMaskBand() override;
+
+protected:
+    CPLErr IReadBlock(int column, int row, void* block) override;
+
+private:
+    [[nodiscard]] SceneDataset& GetScene() const;
+
+    GDALRasterBand& described;
+};
+
+/// Where a scene, or a coarser level of it, has data: 255, and 0 where it has none.
+class SceneMask final : public GDALRasterBand {
+public:
+    explicit SceneMask(SceneDataset& dataset);
+
+    int GetOverviewCount() override;
+    GDALRasterBand* GetOverview(int number) override;
+
+protected:
+    CPLErr IReadBlock(int column, int row, void* block) override;
+
+private:
+    SceneDataset& scene;
+};
+
+} // namespace gdaldriver

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "gdaldriver/SceneBand.h"
+#include "rasterhost/serving/SharpenedDataset.h"
+
+#include <gdal_pam.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace gdaldriver {
+
+/// A sharpened scene, or one of its coarser levels, as GDAL has images: read-only, in blocks of 256 x 256.
+/// Any number of these may be open and read side by side; each is read by one thread at a time, which need
+/// not stay the same.
+class SceneDataset final : public GDALPamDataset {
+public:
+    static constexpr int blockSize = 256;
+
+    /// Opens a description by its name. Null with an error reported.
+    static std::unique_ptr<SceneDataset> OpenDescription(const char* name, GDALOpenInfo& how);
+
+    CPLErr GetGeoTransform(double* transform) override { return description->GetGeoTransform(transform); }
+    const OGRSpatialReference* GetSpatialRef() const override { return description->GetSpatialRef(); }
+    int GetGCPCount() override { return description->GetGCPCount(); }
+    const GDAL_GCP* GetGCPs() override { return description->GetGCPs(); }
+    const OGRSpatialReference* GetGCPSpatialRef() const override { return description->GetGCPSpatialRef(); }
+    /// The description, what belongs to it, and the inputs.
+    char** GetFileList() override;
+
+    /// Fuses a block and puts it where it is asked for, and into the cache what else came of it: the other
+    /// bands and the mask. `asked` is a band counted from 1, or 0 for the mask.
+    CPLErr ReadBlock(int asked, int column, int row, void* block);
+
+    /// The coarser levels, each with half the columns and rows of the one before, that show.
+    [[nodiscard]] int CountLevels() const { return hidesLevels ? 0 : static_cast<int>(coarser.size()); }
+    [[nodiscard]] SceneDataset& GetLevel(int number) { return *coarser[static_cast<std::size_t>(number)]; }
+    /// The mask of all bands; null where they need none.
+    [[nodiscard]] GDALRasterBand* GetMask() { return mask.get(); }
+
+protected:
+    CPLErr IRasterIO(GDALRWFlag flag, int column, int row, int columns, int rows, void* samples,
+                     int outColumns, int outRows, GDALDataType type, int bandCount, int* bandMap,
+                     GSpacing pixelSpace, GSpacing lineSpace, GSpacing bandSpace,
+                     GDALRasterIOExtraArg* extra) override;
+    CPLErr IBuildOverviews(const char* resampling, int overviews, const int* factors, int listed,
+                           const int* bandList, GDALProgressFunc progress, void* progressData,
+                           CSLConstList options) override;
+
+private:
+    using Scene = std::shared_ptr<const rasterhost::SharpenedDataset>;
+
+    SceneDataset(Scene sharpened, std::shared_ptr<GDALDataset> described, unsigned levelNumber);
+
+    [[nodiscard]] bool Fuse(const hostkit::PixelRect& rect, std::span<const std::uint32_t> wanted,
+                            const rasterhost::WindowTarget& target);
+    [[nodiscard]] bool IsLargeRead(GDALRWFlag flag, int columns, int rows, int outColumns, int outRows,
+                                   GDALDataType type, int bandCount) const;
+    void TakeMetadata();
+
+    Scene scene;
+    /// Position, metadata and what is known of the bands, in a form that GDAL can tell it in.
+    std::shared_ptr<GDALDataset> description;
+    unsigned level;
+    std::unique_ptr<GDALRasterBand> mask;
+    std::vector<std::unique_ptr<SceneDataset>> coarser;
+    bool hidesLevels = false;
+};
+
+} // namespace gdaldriver

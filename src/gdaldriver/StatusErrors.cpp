@@ -1,0 +1,27 @@
+#include "gdaldriver/StatusErrors.h"
+
+#include "rasterhost/requests/Operation.h"
+
+#include <cpl_error.h>
+
+#include <string>
+
+namespace gdaldriver {
+
+void ReportErrors(const rasterhost::Status& status) {
+    std::string text;
+    for (std::uint32_t i = 0; i < status.GetCount(); ++i)
+        if (const std::string& message = status.GetItem(i).message; !message.empty())
+            text += (text.empty() ? "" : "; ") + message;
+    CPLError(CE_Failure, CPLE_AppDefined, "%s",
+             text.empty() ? "the work failed and nothing says why" : text.c_str());
+}
+
+bool RunReporting(const std::function<bool(rasterhost::Status&)>& work) {
+    rasterhost::Status status;
+    const bool isDone = rasterhost::Guard([&] { return work(status); }, status);
+    if (!isDone) ReportErrors(status);
+    return isDone;
+}
+
+} // namespace gdaldriver

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "rasterhost/requests/HostStatus.h"
+
+#include <functional>
+
+namespace gdaldriver {
+
+/// Reports what a status holds, the reasons behind the first item too, as one error of GDAL's.
+void ReportErrors(const rasterhost::Status& status);
+
+/// Runs what is to fail by GDAL's ways only: false with an error reported, whatever it throws.
+[[nodiscard]] bool RunReporting(const std::function<bool(rasterhost::Status&)>& work);
+
+} // namespace gdaldriver

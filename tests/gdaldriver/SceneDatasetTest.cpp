@@ -1,0 +1,195 @@
+#include "rasterhost/serving/RecordedScene.h"
+#include "rasterhost/serving/SceneFile.h"
+#include "support/RasterFiles.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdio>
+#include <sys/wait.h>
+
+namespace {
+
+using namespace testfiles;
+using testing::HasSubstr;
+
+/// A pair of three bands at the ratio 4 in a folder, pan of 700 x 530 pixels.
+struct Pair {
+    explicit Pair(GDALDataType type) {
+        const auto value = [=](int column, int row, int band) {
+            const auto noise = static_cast<unsigned>(column * 7919 + row * 104729 + band * 31) * 2654435761u;
+            return (type == GDT_Byte ? 1 : 16) *
+                   (20 + static_cast<unsigned>(column + 2 * row) % 97 + (noise >> 26));
+        };
+        request.pan.file = folder.Write("pan.tif", {700, 530, 1, type, Grid(10.0), "EPSG:32630"}, value);
+        const auto shifted = [=](int column, int row, int band) {
+            return value(column * 4, row * 4, band + 1);
+        };
+        request.multispectral = {
+            {folder.Write("ms.tif", {175, 133, 3, type, Grid(40.0), "EPSG:32630"}, shifted), {}}};
+        request.overwrite = true;
+        request.plugin = PANSHARP_PLUGIN_FILE;
+    }
+
+    /// Writes once.tif and scene.pansharp.
+    void Write() {
+        rasterhost::SharpenReport report;
+        rasterhost::SceneRecord record;
+        rasterhost::Status status;
+        request.output = folder / "once.tif";
+        bool isWritten = rasterhost::Sharpen(request, report, status);
+        request.output = folder / "scene.pansharp";
+        isWritten = isWritten && rasterhost::RecordScene(request, record, report, status) &&
+                    rasterhost::WriteSceneFile(
+                        record, request, [](const std::string&) {}, status);
+        if (!isWritten) throw std::runtime_error(status.ToText());
+    }
+
+    const int isFound =
+        setenv("GDAL_DRIVER_PATH", PANSHARP_DRIVER_FOLDER, 1); // before the folder starts GDAL
+    Folder folder;
+    rasterhost::SharpenRequest request;
+};
+
+/// All that a program sees of an image beside its samples.
+std::vector<std::string> Tell(const std::string& file) {
+    const GDALDatasetUniquePtr dataset(GDALDataset::Open(file.c_str()));
+    if (!dataset) return {};
+    std::array<double, 6> transform{};
+    const char* method = dataset->GetMetadataItem("Method");
+    std::vector<std::string> told{dataset->GetProjectionRef(), method ? method : "no method"};
+    if (dataset->GetGeoTransform(transform.data()) == CE_None)
+        for (const double value : transform)
+            told.push_back(std::to_string(value));
+    for (GDALRasterBand* band : dataset->GetBands()) {
+        int hasNoData = FALSE;
+        const double noData = band->GetNoDataValue(&hasNoData);
+        std::string mask(
+            static_cast<std::size_t>(band->GetXSize()) * static_cast<std::size_t>(band->GetYSize()), ' ');
+        if (band->GetMaskBand()->RasterIO(GF_Read, 0, 0, band->GetXSize(), band->GetYSize(), mask.data(),
+                                          band->GetXSize(), band->GetYSize(), GDT_Byte, 0, 0,
+                                          nullptr) != CE_None)
+            mask = "unread";
+        told.insert(told.end(),
+                    {band->GetDescription(), GDALGetColorInterpretationName(band->GetColorInterpretation()),
+                     GDALGetDataTypeName(band->GetRasterDataType()),
+                     hasNoData ? std::to_string(noData) : "all", std::to_string(band->GetMaskFlags()),
+                     std::to_string(band->GetScale()), mask});
+    }
+    return told;
+}
+
+struct Variant {
+    const char* name;
+    GDALDataType type;
+    std::function<void(Pair&)> change;
+};
+
+void LeaveGaps(Pair& pair) {
+    const GDALDatasetUniquePtr dataset(
+        GDALDataset::Open(pair.request.multispectral[0].file.c_str(), GDAL_OF_UPDATE));
+    dataset->SetGeoTransform(Grid(40.0, 500120.0, 3999960.0)->data());
+}
+
+const Variant variants[] = {
+    {"8 bits", GDT_Byte, [](Pair&) {}},
+    {"a mask", GDT_Byte, LeaveGaps},
+    {"transparency", GDT_UInt16,
+     [](Pair& pair) {
+         LeaveGaps(pair);
+         pair.request.alpha = true;
+     }},
+    {"no data, a part, bands", GDT_UInt16,
+     [](Pair& pair) {
+         pair.request.noData = 800.0;
+         pair.request.bands = {1, 3};
+         pair.request.part = {500030.5, 3999900.0, 506100.0, 3994850.0};
+     }},
+    {"a scale", GDT_UInt16,
+     [](Pair& pair) {
+         pair.request.scale = {0.0, 4095.0};
+     }},
+};
+
+TEST(SceneDataset, IsTheImageThatARunWrites) {
+    for (const Variant& variant : variants) {
+        SCOPED_TRACE(variant.name);
+        Pair pair(variant.type);
+        variant.change(pair);
+        pair.Write();
+        const std::string once = pair.folder / "once.tif", scene = pair.folder / "scene.pansharp";
+        const auto before = pair.folder.List();
+        EXPECT_TRUE(ReadAll(scene) == ReadAll(once)); // by blocks
+        EXPECT_TRUE(Tell(scene) == Tell(once)) << testing::PrintToString(Tell(scene));
+        EXPECT_EQ(pair.folder.List(), before);
+        const GDALDatasetUniquePtr dataset(GDALDataset::Open(scene.c_str()));
+        ASSERT_TRUE(dataset);
+        const std::string copy = pair.folder / "copy.tif"; // by large windows
+        GDALClose(GetGDALDriverManager()->GetDriverByName("GTiff")->CreateCopy(
+            copy.c_str(), dataset.get(), FALSE, nullptr, nullptr, nullptr));
+        EXPECT_TRUE(ReadAll(copy) == ReadAll(once));
+    }
+}
+
+/// A line as people type it, the code it ends with, and what it says, if anything.
+struct Line {
+    const char* line;
+    int code = 0;
+    const char* says = "";
+};
+
+const Line lines[] = {
+    {"gdalinfo scene.pansharp", 0, "Overviews: 350x265, 175x133"},
+    {"gdalinfo marked.pansharp", 0, "Driver: PANSHARP"},
+    {"gdal_translate -q -co TILED=YES scene.pansharp tiled.tif"},
+    {"gdal_translate -q -of COG scene.pansharp cog.tif"},
+    {"gdalwarp -q -multi -ovr NONE -tr 20 20 -r average scene.pansharp warped.tif"},
+    {"gdalwarp -q -multi -ovr NONE -tr 20 20 -r average once.tif from-file.tif"},
+    {"gdalmanage copy scene.pansharp below/copy.pansharp", 0, "cannot be created"},
+    {"mkdir below && gdalmanage copy scene.pansharp below/copy.pansharp"},
+    {"gdalmanage rename below/copy.pansharp below/second.pansharp && ls below", 0, "second.pansharp\n"},
+    {"gdalmanage rename below/second.pansharp pan.tif", 0, "is one of the inputs"},
+    {"gdalbuildvrt -q two.vrt scene.pansharp below/second.pansharp && gdal_translate -q two.vrt two.tif"},
+    {"gdaladdo -q -ro below/second.pansharp 2 && gdalinfo below/second.pansharp", 0, "Overviews: 350x265\n"},
+    {"gdalmanage delete below/second.pansharp && ls below | wc -l", 0, "0\n"},
+    {"gdalmanage delete scene.pansharp && ls *.tif *.pansharp", 0,
+     "changed.pansharp\ncog.tif\ncut.pansharp\nfrom-file.tif\nmarked.pansharp\nms.tif\n"
+     "once.tif\npan.tif\ntiled.tif\ntwo.tif\nwarped.tif\n"},
+    {"gdal_translate -q cut.pansharp no.tif", 1, "cut.pansharp"},
+    {"gdal_translate -q changed.pansharp no.tif", 1, "701"},
+    {"gdal_translate -q other.json no.tif", 1, "not recognized"},
+    {"PANSHARP_PLUGIN=no.process gdal_translate -q marked.pansharp no.tif", 1, "no plug-in file"},
+    {"truncate -s 100K pan.tif && gdal_translate -q marked.pansharp no.tif", 1, "pan.tif"},
+    {"rm ms.tif && gdal_translate -q marked.pansharp no.tif", 1, "was it moved or removed?"},
+};
+
+TEST(SceneDataset, ServesTheProgramsOfGdal) {
+    if (!PANSHARP_HAS_PROGRAMS) GTEST_SKIP() << "the programs are not there, or cannot load the driver";
+    Pair pair(GDT_Byte);
+    pair.Write();
+    const auto text = ReadText(pair.folder / "scene.pansharp");
+    const auto write = [&](const char* name, std::string content, const char* from = "",
+                           const char* to = "") {
+        content.replace(content.find(from), std::string(from).size(), to);
+        std::ofstream(pair.folder / name) << content;
+    };
+    write("marked.pansharp", "\xEF\xBB\xBF" + text);
+    write("cut.pansharp", text.substr(0, text.size() / 2));
+    write("changed.pansharp", text, "\"columns\": 700", "\"columns\": 701");
+    write("other.json",
+          "{\"comment\": \"pansharp_scene\", \"type\": \"FeatureCollection\", \"features\": []}");
+    for (const Line& line : lines) {
+        FILE* pipe =
+            popen(("cd '" + pair.folder.path.string() + "' && exec 2>&1 && " + line.line).c_str(), "r");
+        std::string said(std::size_t{1} << 16, '\0');
+        said.resize(fread(said.data(), 1, said.size(), pipe));
+        EXPECT_EQ(WEXITSTATUS(pclose(pipe)), line.code) << line.line << "\n" << said;
+        EXPECT_TRUE(*line.says ? said.find(line.says) != std::string::npos : said.empty())
+            << line.line << "\n"
+            << said;
+    }
+    for (const char* name : {"tiled.tif", "cog.tif", "two.tif"})
+        EXPECT_TRUE(ReadAll(pair.folder / name) == ReadAll(pair.folder / "once.tif")) << name;
+    EXPECT_TRUE(ReadAll(pair.folder / "warped.tif") == ReadAll(pair.folder / "from-file.tif"));
+}
+
+} // namespace
