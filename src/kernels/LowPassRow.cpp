@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
+#include <tuple>
 
 namespace kernels {
 
@@ -12,6 +14,10 @@ LowPassAxis::LowPassAxis(const GridAxis& axis, double sigma, std::uint32_t coars
     const auto reach = [&](double fine) {
         return static_cast<std::int64_t>(std::clamp(fine, -1.0, static_cast<double>(finePixels)));
     };
+    // Where the ratio is simple a few phases come again and again, with the same weights.
+    using Phase = std::tuple<std::int64_t, std::uint32_t, double>;
+    std::map<Phase, std::size_t> made;
+    taps.reserve(coarsePixels);
     for (std::uint32_t coarse = 0; coarse < coarsePixels; ++coarse) {
         const GridPosition centre = MultispectralToPan(axis, coarse);
         const double place = static_cast<double>(centre.index) + centre.fraction;
@@ -22,6 +28,12 @@ LowPassAxis::LowPassAxis(const GridAxis& axis, double sigma, std::uint32_t coars
         if (first >= end) continue;
         taps.back().first = static_cast<std::uint32_t>(first);
         taps.back().count = static_cast<std::uint32_t>(end - first);
+        if (axis.denominator != 0) {
+            const Phase phase{first - centre.index, taps.back().count, centre.fraction};
+            const auto [known, isNew] = made.try_emplace(phase, weights.size());
+            taps.back().weights = known->second;
+            if (!isNew) continue;
+        }
         AddWeights(centre, fineSigma, taps.back());
     }
 }
