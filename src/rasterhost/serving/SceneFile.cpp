@@ -68,12 +68,12 @@ public:
 
 private:
     bool CheckFile(const std::string& input, const std::string& file, int level) {
-        constexpr int mostLevels = 32;
+        constexpr int mostNested = 32;
         const std::string start = ReadStart(file, 256);
         if (LooksLikeRecord(start)) return RefuseDescription(input, file, status);
         if (!root.empty() && !CheckStaysIn(root, file, "a source of the input '" + input + "'", status))
             return false;
-        if (start.find("<VRTDataset") == std::string::npos || level >= mostLevels) return true;
+        if (start.find("<VRTDataset") == std::string::npos || level >= mostNested) return true;
         const GdalErrors silence;
         const GDALDatasetUniquePtr source(GDALDataset::Open(file.c_str(), GDAL_OF_RASTER));
         return !source || Check(file, *source, level + 1);
