@@ -42,6 +42,7 @@ public:
     /// Writes the means of a row of blocks, and a byte for each, 0 without data, and begins the next one.
     void Finish(T* out, unsigned char* outValid) {
         const std::size_t side = std::size_t{1} << level;
+        const std::uint64_t all = std::uint64_t{1} << (2 * level);
         std::vector<std::uint64_t> totals(bands);
         for (std::size_t first = 0; first < columns; first += side) {
             const std::size_t end = std::min(first + side, columns);
@@ -53,7 +54,9 @@ public:
                     totals[band] += sums[column * bands + band];
             }
             for (const std::uint64_t total : totals)
-                *out++ = static_cast<T>(count == 0 ? 0 : (2 * total + count) / (2 * count));
+                *out++ = static_cast<T>(count == all ? (total + all / 2) >> (2 * level) // the same, sooner
+                                        : count == 0 ? 0
+                                                     : (2 * total + count) / (2 * count));
             *outValid++ = count == 0 ? 0 : 0xFF;
         }
         std::fill(sums.begin(), sums.end(), 0);
@@ -75,13 +78,20 @@ ReducedImage::ReducedImage(hostkit::ImageSource& image, const PixelRect& partOfI
     : source(&image), part(partOfIt), level(reductionLevel),
       info(hostkit::CoarseInfo(image.GetInfo(), part, level)) {}
 
+/// A rectangle of a level 0 in pixels of the image.
+PixelRect ReducedImage::OnImage(const PixelRect& rect) const {
+    return {rect.col0 + part.col0, rect.row0 + part.row0, rect.col1 + part.col0, rect.row1 + part.row0};
+}
+
 bool ReducedImage::Read(const PixelRect& rect, unsigned char* out, Status& status) {
+    if (level == 0) return source->Read(OnImage(rect), out, status);
     return info.bitsPerBand == 8 ? Reduce(rect, out, status)
                                  : Reduce(rect, reinterpret_cast<unsigned short*>(out), status);
 }
 
-bool ReducedImage::ReadValid(const PixelRect& rect, const unsigned char*, unsigned char* rectValid,
+bool ReducedImage::ReadValid(const PixelRect& rect, const unsigned char* samples, unsigned char* rectValid,
                              Status& status) {
+    if (level == 0) return source->ReadValid(OnImage(rect), samples, rectValid, status);
     if (known != rect) {
         const std::size_t bytes = std::size_t{rect.GetColumns()} * rect.GetRows() * hostkit::PixelBytes(info);
         std::vector<unsigned short> again((bytes + 1) / 2);

@@ -29,6 +29,7 @@ public:
                                  unsigned char* valid, Status& status) override;
 
 private:
+    [[nodiscard]] hostkit::PixelRect OnImage(const hostkit::PixelRect& rect) const;
     template <class T>
     bool Reduce(const hostkit::PixelRect& rect, T* out, Status& status);
     bool ReadStrip(const hostkit::PixelRect& rect, Status& status);

@@ -35,9 +35,11 @@ void LevelImage::ReadFrom(InputImage& reader) {
     InputImage& lent = selected ? *selected : reader;
     top = &lent;
     if (level == 0) return;
-    ReduceFrom(lent);
+    const unsigned own = CoarsestOverview(lent);
+    const bool isKept = store && own < store->GetLevel(); // a coarser overview is as good
+    ReduceFrom(own == 0 ? lent : *lent.FindOverview(own), own, isKept ? store->GetLevel() : level);
     top = &*reduced;
-    if (!store) return;
+    if (!isKept) return;
     if (!stored) stored.emplace(*store, *reduced);
     top = &*stored;
     if (level == store->GetLevel()) return;
@@ -45,22 +47,21 @@ void LevelImage::ReadFrom(InputImage& reader) {
     top = &*further;
 }
 
-/// To the level, or to that of the store; from the coarsest overview that is no coarser.
-void LevelImage::ReduceFrom(InputImage& lent) {
-    const unsigned target = store ? store->GetLevel() : level;
-    hostkit::ImageSource* source = &lent;
-    unsigned own = target;
-    for (; own > 0; --own)
-        if (InputImage* overview =
-                IsOnLevel(part, description->info, own) ? lent.FindOverview(own) : nullptr) {
-            source = overview;
-            break;
-        }
-    if (reduced && own == overviewLevel) return reduced->ReadFrom(*source);
+/// The level of the coarsest overview that is no coarser than this image; 0 for none.
+unsigned LevelImage::CoarsestOverview(InputImage& lent) const {
+    unsigned own = level;
+    while (own > 0 && !(IsOnLevel(part, description->info, own) && lent.FindOverview(own)))
+        --own;
+    return own;
+}
+
+/// To the level `target`, from the image at the level `own`.
+void LevelImage::ReduceFrom(InputImage& source, unsigned own, unsigned target) {
+    if (reduced && own == overviewLevel) return reduced->ReadFrom(source);
     overviewLevel = own;
     const PixelRect onOverview{part.col0 >> own, part.row0 >> own, ((part.col1 - 1) >> own) + 1,
                                ((part.row1 - 1) >> own) + 1};
-    reduced.emplace(*source, onOverview, target - own);
+    reduced.emplace(source, onOverview, target - own);
 }
 
 } // namespace rasterhost

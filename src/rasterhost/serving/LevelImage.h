@@ -35,7 +35,8 @@ public:
     }
 
 private:
-    void ReduceFrom(InputImage& lent);
+    [[nodiscard]] unsigned CoarsestOverview(InputImage& lent) const;
+    void ReduceFrom(InputImage& source, unsigned own, unsigned target);
 
     std::shared_ptr<const ImageDescription> description;
     hostkit::PixelRect part;
