@@ -134,12 +134,12 @@ void ReadGains(const TypedOption& option, Arguments& to) {
     to.gains = ParseGains(option.name, option.Value());
 }
 
-/// A method that is typed goes before that of the settings.
+/// A method that is typed goes before that of the settings: it is read later.
 void ReadSettingsFile(const TypedOption& option, Arguments& to) {
     for (const auto& [name, value] : ReadSettings(option.Value()))
         if (!StringsEqual(name, KOVA::Tessara::PropertyNames::method, true)) {
             to.properties.emplace_back(name, value);
-        } else if (!option.line.Has(option::method)) {
+        } else {
             to.method = value;
         }
     to.otherFiles.emplace_back(option.Value(), "the file of " + option.name);

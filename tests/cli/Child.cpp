@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <grp.h>
+#include <pty.h>
 #include <sstream>
 #include <stdexcept>
 #include <sys/resource.h>
@@ -29,24 +30,22 @@ void Redirect(int descriptor, const std::string& name) {
 } // namespace
 
 Running::Running(const Folder& workFolder, const Arguments& arguments,
-                 const std::optional<std::string>& plugin, const std::string& out, int terminal,
+                 const std::optional<std::string>& plugin, const std::string& out, Terminal* terminal,
                  std::uint64_t largestFile, std::uint64_t mostThreads)
     : folder(workFolder) {
     std::vector<char*> pointers = {const_cast<char*>(PANSHARP_COMMAND_FILE)};
     for (const std::string& argument : arguments)
         pointers.push_back(const_cast<char*>(argument.c_str()));
     pointers.push_back(nullptr);
-    id = fork();
+    const winsize size{24, terminal ? terminal->columns : static_cast<unsigned short>(0), 0, 0};
+    id = terminal ? forkpty(&terminal->descriptor, nullptr, nullptr, &size) : fork();
     if (id < 0) throw std::runtime_error("no child process");
     if (id > 0) return;
     if (chdir(folder.path.c_str()) != 0) _exit(99);
     for (const int number : {SIGINT, SIGTERM})
         std::signal(number, SIG_DFL); // a shell in the background may have these ignored
-    Redirect(STDOUT_FILENO, out.empty() ? folder / outName : out);
-    if (terminal >= 0)
-        dup2(terminal, STDERR_FILENO);
-    else
-        Redirect(STDERR_FILENO, folder / errName);
+    if (!terminal || !terminal->showsOutput) Redirect(STDOUT_FILENO, out.empty() ? folder / outName : out);
+    if (!terminal) Redirect(STDERR_FILENO, folder / errName);
     const rlimit limit{largestFile, largestFile};
     if (largestFile > 0) setrlimit(RLIMIT_FSIZE, &limit);
     constexpr uid_t nobody = 65534;
@@ -81,6 +80,17 @@ Outcome RunWell(const Folder& folder, const Arguments& arguments, const std::opt
     Outcome outcome = Run(folder, arguments, plugin);
     if (outcome.code != 0) throw std::runtime_error(AsTyped(arguments) + "\n" + outcome.err);
     return outcome;
+}
+
+Outcome RunAt(Terminal terminal, const Folder& folder, const Arguments& arguments, char key) {
+    Running running(folder, arguments, {}, {}, &terminal);
+    std::string shown;
+    for (char byte = 0; read(terminal.descriptor, &byte, 1) == 1;) {
+        shown += byte;
+        if (key != 0 && shown.ends_with("[N] ") && write(terminal.descriptor, &key, 1) == 1) key = 0;
+    }
+    close(terminal.descriptor);
+    return {running.Finish().code, shown, {}};
 }
 
 bool WaitUntil(const std::function<bool()>& condition) {

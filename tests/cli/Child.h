@@ -27,17 +27,24 @@ struct Outcome {
 
 using testfiles::Folder;
 
+/// For a command to run at.
+struct Terminal {
+    unsigned short columns = 80;
+    bool showsOutput = true; ///< standard output, too; else standard error only
+    int descriptor = -1;     ///< of who reads what it shows
+};
+
 /// A running command. Its working directory is the folder, and its output goes to files there that List()
 /// does not show.
 class Running {
 public:
     /// `plugin` is what the environment names as the plug-in; without it the variable is unset. `out`
-    /// replaces the file that standard output goes to. A terminal, when given, is standard error. No file
+    /// replaces the file that standard output goes to. No file
     /// grows beyond `largestFile` bytes, when that is not 0. No more than `mostThreads` run, when that is not
     /// 0: root, whom no limit binds, becomes another user.
     Running(const Folder& workFolder, const Arguments& arguments,
-            const std::optional<std::string>& plugin = {}, const std::string& out = {}, int terminal = -1,
-            std::uint64_t largestFile = 0, std::uint64_t mostThreads = 0);
+            const std::optional<std::string>& plugin = {}, const std::string& out = {},
+            Terminal* terminal = nullptr, std::uint64_t largestFile = 0, std::uint64_t mostThreads = 0);
     Running(const Running&) = delete;
     Running& operator=(const Running&) = delete;
 
@@ -57,6 +64,10 @@ private:
 /// One that has to end with 0: an exception fails the test.
 Outcome RunWell(const Folder& folder, const Arguments& arguments,
                 const std::optional<std::string>& plugin = {});
+
+/// At a terminal: `out` is what it showed. A key, when given, answers the question that ends in "[N] ".
+[[nodiscard]] Outcome RunAt(Terminal terminal, const Folder& folder, const Arguments& arguments,
+                            char key = 0);
 
 /// Looks again and again until the condition holds; false when it does not within a minute.
 [[nodiscard]] bool WaitUntil(const std::function<bool()>& condition);

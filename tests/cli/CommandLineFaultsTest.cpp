@@ -106,69 +106,61 @@ TEST(Faults, OfInputs) {
 
 // Whatever lies where a file is to be written, whatever name it has there and whatever it is to the run.
 TEST(Faults, OfOutputs) {
+    const std::vector<std::string> replaced = {"old.tif", "old.tif.aux.xml is gone", "old.tif.ovr is gone"};
     const struct {
         const char* what;
-        Arguments arguments; ///< after "sharpen", or whole ones of another command
+        Arguments arguments; ///< after "sharpen pan.tif", or of "compare" where it is to keep files
         int code;
         std::vector<std::string> changed; ///< with it
     } cases[] = {
-        {"an input", "pan.tif ms.tif -o ms.tif --overwrite", 1, {}},
-        {"a link to one", "pan.tif ms.tif -o link.tif --overwrite", 1, {}},
-        {"another name of one", "pan.tif ms.tif -o hard.tif --overwrite", 1, {}},
-        {"a source of a source", "pan.tif b.vrt -o ms.tif --overwrite", 1, {}},
-        {"what holds one", "pan.tif /vsisubfile/0_99999,ms.tif -o ms.tif --overwrite", 1, {}},
-        {"settings", "pan.tif ms.tif --settings s.xml -o s.xml -f GTiff --overwrite", 1, {}},
-        {"an input's header", "pan.tif e.img -o e.dat -f ENVI --overwrite", 1, {}},
-        {"a header", "pan.tif ms.tif -o h.dat -f ENVI", 1, {}},
-        {"a mask", "pan.tif ms.tif -o m.tif", 1, {}},
-        {"a mask to replace", "pan.tif ms.tif -o m.tif --overwrite", 0, {"m.tif", "m.tif.msk is gone"}},
-        {"a file", "pan.tif ms.tif -o old.tif", 1, {}},
+        {"an input", "ms.tif -o ms.tif --overwrite", 1, {}},
+        {"a link to one", "ms.tif -o link.tif --overwrite", 1, {}},
+        {"another name of one", "ms.tif -o hard.tif --overwrite", 1, {}},
+        {"a source of a source", "b.vrt -o ms.tif --overwrite", 1, {}},
+        {"what holds one", "/vsisubfile/0_99999,ms.tif -o ms.tif --overwrite", 1, {}},
+        {"settings", "ms.tif --settings s.xml -o s.xml -f GTiff --overwrite", 1, {}},
+        {"an input's header", "e.img -o e.dat -f ENVI --overwrite", 1, {}},
+        {"a header", "ms.tif -o h.dat -f ENVI", 1, {}},
+        {"a mask", "ms.tif -o m.tif", 1, {}},
+        {"a mask to replace", "ms.tif -o m.tif --overwrite", 0, {"m.tif", "m.tif.msk is gone"}},
+        {"a file", "ms.tif -o old.tif", 1, {}},
         {"a header to replace",
-         "pan.tif ms.tif -o h.dat -f ENVI --overwrite",
+         "ms.tif -o h.dat -f ENVI --overwrite",
          0,
          {"h.dat", "h.dat.aux.xml", "h.hdr"}},
-        {"a file to replace",
-         "pan.tif ms.tif -o old.tif --overwrite",
-         0,
-         {"old.tif", "old.tif.aux.xml is gone", "old.tif.ovr is gone"}},
-        {"a link to a file to replace",
-         "pan.tif ms.tif -o to-old.tif --overwrite",
-         0,
-         {"old.tif", "old.tif.aux.xml is gone", "old.tif.ovr is gone"}},
-        {"a pipe", "pan.tif ms.tif -o pipe.tif --overwrite", 1, {}},
-        {"a folder", "pan.tif ms.tif -o folder.tif --overwrite", 1, {}},
-        {"no folder", "pan.tif ms.tif -o no/o.tif", 1, {}},
-        {"memory", "pan.tif ms.tif -o /vsimem/o.tif", 2, {}},
-        {"an archive", "pan.tif ms.tif -o /vsizip/z.zip/o.tif", 1, {}},
+        {"a file to replace", "ms.tif -o old.tif --overwrite", 0, replaced},
+        {"a link to a file to replace", "ms.tif -o to-old.tif --overwrite", 0, replaced},
+        {"a pipe", "ms.tif -o pipe.tif --overwrite", 1, {}},
+        {"a folder", "ms.tif -o folder.tif --overwrite", 1, {}},
+        {"no folder", "ms.tif -o no/o.tif", 1, {}},
+        {"memory", "ms.tif -o /vsimem/o.tif", 2, {}},
+        {"an archive", "ms.tif -o /vsizip/z.zip/o.tif", 1, {}},
         {"a long name",
-         {"pan.tif", "ms.tif", "-o", std::string(240, 'n') + ".tif"},
+         {"ms.tif", "-o", std::string(240, 'n') + ".tif"},
          0,
          {std::string(240, 'n') + ".tif"}},
-        {"too long a name", {"pan.tif", "ms.tif", "-o", std::string(300, 'n') + ".tif"}, 1, {}},
-        {"standard output", "pan.tif ms.tif -o -", 2, {}},
-        {"an option", "pan.tif ms.tif -o --overwrite", 2, {}},
-        {"no pixels", "pan.tif ms.tif -o o.vrt", 1, {}},
-        {"an ending of no format", "pan.tif ms.tif -o o.foo", 1, {}},
-        {"a format by its ending", "pan.tif ms.tif -o o.img", 0, {"o.img", "o.img.aux.xml"}},
-        {"GDAL's name of the option", "pan.tif ms.tif -of COG -o o.tif", 0, {"o.tif"}},
-        {"a world file", "pan.tif ms.tif -o o.tif --co TFW=YES", 0, {"o.tfw", "o.tif"}},
-        {"a picture's place", "pan.tif ms.tif -o o.tif --preview p.png", 1, {}},
-        {"a picture's folder", "pan.tif ms.tif -o o.tif --preview no/p.png", 1, {}},
-        {"two of one name", "pan.tif ms.tif -o ./o.png --preview o.png", 2, {}},
-        {"a report's place", "pan.tif none.tif -o o.tif --status-xml s.xml", 1, {}},
-        {"a report for an input", "pan.tif ms.tif -o o.tif --status-xml pan.tif", 2, {}},
-        {"a report for another name of one", "pan.tif ms.tif -o o.tif --status-xml ./ms.tif", 2, {}},
-        {"a report for a link to one", "pan.tif ms.tif -o o.tif --status-xml link.tif", 2, {}},
-        {"a report for one that is not there",
-         "pan.tif ms.tif --infrared ir.tif -o o.tif --status-xml ir.tif",
-         2,
-         {}},
-        {"a report for the output", "pan.tif ms.tif -o o.tif --status-xml o.tif", 2, {}},
-        {"a report", "pan.tif none.tif -o o.tif --status-xml r.xml", 1, {"r.xml"}},
-        {"what is kept", "compare pan.tif ms.tif --keep . --overwrite", 1, {}},
-        {"what was kept", "compare pan.tif ms.tif --keep kept", 1, {}},
+        {"too long a name", {"ms.tif", "-o", std::string(300, 'n') + ".tif"}, 1, {}},
+        {"standard output", "ms.tif -o -", 2, {}},
+        {"an option", "ms.tif -o --overwrite", 2, {}},
+        {"no pixels", "ms.tif -o o.vrt", 1, {}},
+        {"an ending of no format", "ms.tif -o o.foo", 1, {}},
+        {"a format by its ending", "ms.tif -o o.img", 0, {"o.img", "o.img.aux.xml"}},
+        {"GDAL's name of the option", "ms.tif -of COG -o o.tif", 0, {"o.tif"}},
+        {"a world file", "ms.tif -o o.tif --co TFW=YES", 0, {"o.tfw", "o.tif"}},
+        {"a picture's place", "ms.tif -o o.tif --preview p.png", 1, {}},
+        {"a picture's folder", "ms.tif -o o.tif --preview no/p.png", 1, {}},
+        {"two of one name", "ms.tif -o ./o.png --preview o.png", 2, {}},
+        {"a report's place", "none.tif -o o.tif --status-xml s.xml", 1, {}},
+        {"a report for an input", "ms.tif -o o.tif --status-xml pan.tif", 2, {}},
+        {"a report for another name of one", "ms.tif -o o.tif --status-xml ./ms.tif", 2, {}},
+        {"a report for a link to one", "ms.tif -o o.tif --status-xml link.tif", 2, {}},
+        {"a report for a missing one", "ms.tif --infrared ir.tif -o o.tif --status-xml ir.tif", 2, {}},
+        {"a report for the output", "ms.tif -o o.tif --status-xml o.tif", 2, {}},
+        {"a report", "none.tif -o o.tif --status-xml r.xml", 1, {"r.xml"}},
+        {"what is kept", "ms.tif --keep . --overwrite", 1, {}},
+        {"what was kept", "ms.tif --keep kept", 1, {}},
         {"what was kept, to replace",
-         "compare pan.tif ms.tif --keep kept --overwrite",
+         "ms.tif --keep kept --overwrite",
          0,
          {"kept/ms.tif", "kept/pan.tif", "kept/truth.tif"}},
     };
@@ -191,8 +183,9 @@ TEST(Faults, OfOutputs) {
         fs::permissions(folder / "old.tif", fs::perms::owner_all | fs::perms::group_read);
         fs::create_symlink("old.tif", folder / "to-old.tif");
         const Files before = Look(folder);
-        const bool isOther = c.arguments.front() == "compare";
-        const child::Outcome outcome = child::Run(folder, (isOther ? "" : "sharpen") + c.arguments);
+        const bool compares = c.arguments[1] == "--keep";
+        const child::Outcome outcome =
+            child::Run(folder, (compares ? "compare pan.tif" : "sharpen pan.tif") + c.arguments);
         EXPECT_EQ(outcome.code, c.code) << outcome.err;
         EXPECT_EQ(outcome.err.find("error: ") != std::string::npos, c.code != 0) << outcome.err;
         const Files after = Look(folder);
@@ -240,7 +233,7 @@ TEST(Faults, OfTheMachine) {
         }
         const Files before = Look(folder);
         const Arguments slowly = c.signal == 0 ? Arguments{} : Arguments{"--window", "16", "-j", "1"};
-        child::Running running(folder, sharpen + c.arguments + slowly, {}, {}, -1, c.largestFile);
+        child::Running running(folder, sharpen + c.arguments + slowly, {}, {}, nullptr, c.largestFile);
         if (c.signal != 0) {
             ASSERT_TRUE(child::WaitUntil(
                 [&] { return running.ErrorsSoFar().find("10 % done") != std::string::npos; }));
@@ -265,7 +258,7 @@ TEST(Faults, OfThreadsThatCannotBeStarted) {
         fs::permissions(folder.path, fs::perms::all);
         const Files before = Look(folder);
         child::Running running(folder, "sharpen pan.tif ms.tif -o o.tif --no-nodata -j 8 --window 16", {}, {},
-                               -1, 0, most);
+                               nullptr, 0, most);
         const child::Outcome outcome = running.Finish();
         if (outcome.code == 99) GTEST_SKIP() << "no other user may run the command";
         EXPECT_EQ(outcome.code, 0) << outcome.err;

@@ -7,38 +7,12 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <pty.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 using testing::HasSubstr;
 
 namespace {
 
 void WriteText(const std::string& file, const std::string& text) { std::ofstream(file) << text; }
-
-/// Runs "sharpen pan.tif ms.tif -o out.tif" as a person at a terminal would who answers with one key. Returns
-/// the exit code; `shown` gets what the terminal showed.
-int RunAtTerminal(const child::Folder& folder, char key, std::string& shown) {
-    int terminal = -1;
-    const pid_t id = forkpty(&terminal, nullptr, nullptr, nullptr);
-    if (id == 0) {
-        if (chdir(folder.path.c_str()) == 0)
-            execl(PANSHARP_COMMAND_FILE, "pansharp", "sharpen", "pan.tif", "ms.tif", "-o", "out.tif",
-                  nullptr);
-        _exit(99);
-    }
-    char byte = 0;
-    bool isAnswered = false;
-    while (read(terminal, &byte, 1) == 1) {
-        shown += byte;
-        if (!isAnswered && shown.ends_with("[N] ")) isAnswered = write(terminal, &key, 1) == 1;
-    }
-    int status = 0;
-    waitpid(id, &status, 0);
-    close(terminal);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
 
 } // namespace
 
@@ -103,12 +77,12 @@ TEST(SharpenCommandAtATerminal, AsksBeforeItReplacesAFile) {
     const child::Folder folder;
     const scene::Pair pair(folder, 4, 8);
     WriteText(folder / "out.tif", "precious");
-    std::string shown;
-    EXPECT_EQ(RunAtTerminal(folder, 'n', shown), 1);
-    EXPECT_THAT(shown, HasSubstr("out.tif already exists! Overwrite?(Y/N)[N] N"));
-    EXPECT_THAT(shown, HasSubstr("left as it is"));
+    const child::Arguments line = "sharpen pan.tif ms.tif -o out.tif";
+    const auto no = child::RunAt({}, folder, line, 'n');
+    EXPECT_EQ(no.code, 1);
+    EXPECT_THAT(no.out, HasSubstr("out.tif already exists! Overwrite?(Y/N)[N] N"));
+    EXPECT_THAT(no.out, HasSubstr("left as it is"));
     EXPECT_EQ(std::filesystem::file_size(folder / "out.tif"), 8u);
-    shown.clear();
-    EXPECT_EQ(RunAtTerminal(folder, 'y', shown), 0) << shown;
+    EXPECT_EQ(child::RunAt({}, folder, line, 'y').code, 0);
     EXPECT_EQ(scene::Read(folder / "out.tif").bands, 4);
 }
