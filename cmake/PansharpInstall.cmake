@@ -1,5 +1,5 @@
-# What an installation holds, wherever it is put: bin/pansharp, lib/libpansharp.so, the plug-in in lib/pansharp, and
-# for other programs the headers, the static libraries behind them, a package for find_package and one for pkg-config.
+# What an installation holds, wherever it is put: bin/pansharp, lib/libpansharp.so, the plug-in in lib/pansharp, the
+# driver of GDAL in lib/gdalplugins, and for other programs the headers, the static libraries behind them, a package for find_package and one for pkg-config.
 #
 #     Pansharp::contract   the border between host and plug-in (host, fundament)
 #     Pansharp::hostkit    rasters, chains and a workspace over arrays, and the loader of the plug-in
@@ -55,6 +55,12 @@ if(TARGET cli)
     DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT runtime)
   install(FILES "${PROJECT_BINARY_DIR}/completion/zsh" RENAME _pansharp
     DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions" COMPONENT runtime)
+endif()
+
+if(TARGET gdaldriver)
+  # GDAL looks for drivers in a folder beside its library, which is among those of the system.
+  set_target_properties(gdaldriver PROPERTIES INSTALL_RPATH "$ORIGIN/.." BUILD_WITH_INSTALL_RPATH ON)
+  install(TARGETS gdaldriver LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/gdalplugins" COMPONENT runtime)
 endif()
 
 # The pages as they lie here, so that they find each other; the manual is where man looks for it.

@@ -46,6 +46,10 @@ extern "C" CPL_DLL void GDALRegister_PANSHARP() {
     driver->SetMetadataItem(GDAL_DMD_LONGNAME, "Pansharp scene, sharpened as it is read");
     driver->SetMetadataItem(GDAL_DMD_EXTENSION, "pansharp");
     driver->SetMetadataItem(GDAL_DMD_EXTENSIONS, "pansharp");
+    driver->SetMetadataItem(GDAL_DMD_OPENOPTIONLIST,
+                            "<OpenOptionList><Option name='NUM_THREADS' type='string' default='1' "
+                            "description='Threads for large reads: a number, or ALL_CPUS. GDAL_NUM_THREADS "
+                            "stands in where it is not given.'/></OpenOptionList>");
     driver->pfnIdentify = Identify;
     driver->pfnOpen = Open;
     driver->pfnDelete = DeleteDescription;

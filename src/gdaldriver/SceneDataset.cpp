@@ -1,12 +1,15 @@
 #include "gdaldriver/SceneDataset.h"
 
 #include "gdaldriver/StatusErrors.h"
-#include "rasterhost/requests/GdalErrors.h"
 #include "rasterhost/serving/OpenSceneFile.h"
 #include "rasterhost/writing/OutputDescription.h"
 
+#include <cpl_multiproc.h>
+
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <future>
 #include <numeric>
 #include <utility>
 
@@ -37,6 +40,15 @@ std::shared_ptr<GDALDataset> Describe(const SharpenedDataset& scene, rasterhost:
     rasterhost::DescribeOutput(scene.GetPair().GetScene(), fusion.rules, {{"Method", fusion.settings.method}},
                                *description);
     return description;
+}
+
+/// That large reads may take.
+std::size_t CountThreads(const GDALOpenInfo& how) {
+    const char* asked = CSLFetchNameValue(how.papszOpenOptions, "NUM_THREADS");
+    if (!asked) asked = CPLGetConfigOption("GDAL_NUM_THREADS", "1");
+    constexpr int most = 128;
+    return static_cast<std::size_t>(
+        std::clamp(EQUAL(asked, "ALL_CPUS") ? CPLGetNumCPUs() : std::atoi(asked), 1, most));
 }
 
 /// Puts samples that were fused along into the cache, unless they are there.
@@ -87,7 +99,7 @@ std::unique_ptr<SceneDataset> SceneDataset::OpenDescription(const char* name, GD
         const auto warn = [](const std::string& text) {
             CPLError(CE_Warning, CPLE_AppDefined, "%s", text.c_str());
         };
-        const Scene scene = rasterhost::OpenSceneFile(name, {}, 1, warn, status);
+        const Scene scene = rasterhost::OpenSceneFile(name, {}, CountThreads(how), warn, status);
         if (!scene) return false;
         const auto description = Describe(*scene, status);
         if (!description) return false;
@@ -116,17 +128,40 @@ char** SceneDataset::GetFileList() {
     return files.StealList();
 }
 
-/// A rectangle of this level, in so many pixels.
 bool SceneDataset::Fuse(const PixelRect& rect, std::span<const std::uint32_t> wanted,
-                        const rasterhost::WindowTarget& target) {
+                        const rasterhost::WindowTarget& target, rasterhost::Status& status) const {
     const auto atFullSize = [&](std::uint32_t end, std::uint32_t size) {
         return static_cast<std::uint32_t>(std::min<std::uint64_t>(std::uint64_t{end} << level, size));
     };
     const PixelRect window{rect.col0 << level, rect.row0 << level, atFullSize(rect.col1, scene->GetColumns()),
                            atFullSize(rect.row1, scene->GetRows())};
-    return RunReporting([&](rasterhost::Status& status) {
-        return scene->Read(window, rect.GetColumns(), rect.GetRows(), wanted, target, status);
-    });
+    return scene->Read(window, rect.GetColumns(), rect.GetRows(), wanted, target, status);
+}
+
+bool SceneDataset::FuseSideBySide(const PixelRect& rect, std::span<const std::uint32_t> wanted,
+                                  const rasterhost::WindowTarget& target, rasterhost::Status& status) const {
+    constexpr std::uint32_t leastRows = 32; // rows above and below a strip are read twice
+    const auto most = static_cast<std::uint32_t>(scene->GetPair().GetMostReaders());
+    const std::uint32_t count = std::clamp(rect.GetRows() / leastRows, 1u, most);
+    std::vector<rasterhost::Status> failures(count);
+    const auto fuse = [&](std::uint32_t strip) {
+        const auto start = [&](std::uint32_t number) {
+            return static_cast<std::uint32_t>(std::uint64_t{rect.GetRows()} * number / count);
+        };
+        rasterhost::WindowTarget into = target;
+        into.samples += static_cast<std::ptrdiff_t>(start(strip)) * target.rowStride;
+        const PixelRect rows{rect.col0, rect.row0 + start(strip), rect.col1, rect.row0 + start(strip + 1)};
+        return Fuse(rows, wanted, into, failures[strip]);
+    };
+    std::vector<std::future<bool>> others; // each is waited for, whatever happens
+    for (std::uint32_t strip = 1; strip < count; ++strip)
+        others.push_back(std::async(std::launch::async, fuse, strip));
+    bool isDone = fuse(0);
+    for (std::future<bool>& other : others)
+        isDone = other.get() && isDone;
+    for (const rasterhost::Status& failure : failures)
+        status.Append(failure);
+    return isDone;
 }
 
 CPLErr SceneDataset::ReadBlock(int asked, int column, int row, void* block) {
@@ -136,22 +171,19 @@ CPLErr SceneDataset::ReadBlock(int asked, int column, int row, void* block) {
         return std::min(first(number) + blockSize, static_cast<std::uint32_t>(size));
     };
     const PixelRect rect{first(column), first(row), end(column, nRasterXSize), end(row, nRasterYSize)};
-    std::vector<std::uint32_t> all;
+    std::vector<std::uint32_t> all(scene->GetBands());
+    std::iota(all.begin(), all.end(), 0u);
     std::vector<unsigned char> samples, valid, spread;
-    const bool isFused = RunReporting([&](rasterhost::Status&) {
-                             all.resize(scene->GetBands());
-                             std::iota(all.begin(), all.end(), 0u);
-                             samples.resize(all.size() * plane);
-                             if (mask) {
-                                 valid.resize(blockPixels);
-                                 spread.resize(blockPixels);
-                             }
-                             return true;
-                         }) &&
-                         Fuse(rect, all,
-                              {samples.data(), static_cast<std::ptrdiff_t>(bytes),
-                               static_cast<std::ptrdiff_t>(bytes * blockSize),
-                               static_cast<std::ptrdiff_t>(plane), mask ? valid.data() : nullptr});
+    const bool isFused = RunReporting([&](rasterhost::Status& status) {
+        samples.resize(all.size() * plane);
+        valid.resize(mask ? blockPixels : 0);
+        spread.resize(valid.size());
+        const auto signedOf = [](std::size_t size) { return static_cast<std::ptrdiff_t>(size); };
+        return Fuse(rect, all,
+                    {samples.data(), signedOf(bytes), signedOf(bytes * blockSize), signedOf(plane),
+                     mask ? valid.data() : nullptr},
+                    status);
+    });
     if (!isFused) return CE_Failure;
     for (std::uint32_t line = 0; mask && line < rect.GetRows(); ++line)
         std::memcpy(spread.data() + std::size_t{line} * blockSize,
@@ -182,16 +214,18 @@ CPLErr SceneDataset::IRasterIO(GDALRWFlag flag, int column, int row, int columns
                                GSpacing pixelSpace, GSpacing lineSpace, GSpacing bandSpace,
                                GDALRasterIOExtraArg* extra) {
     if (IsLargeRead(flag, columns, rows, outColumns, outRows, type, bandCount)) {
-        std::vector<std::uint32_t> wanted;
-        for (int band = 0; band < bandCount; ++band)
-            wanted.push_back(static_cast<std::uint32_t>(bandMap[band] - 1));
         const auto number = [](int value) { return static_cast<std::uint32_t>(value); };
-        const PixelRect rect{number(column), number(row), number(column + columns), number(row + rows)};
-        return Fuse(rect, wanted,
-                    {static_cast<unsigned char*>(samples), static_cast<std::ptrdiff_t>(pixelSpace),
-                     static_cast<std::ptrdiff_t>(lineSpace), static_cast<std::ptrdiff_t>(bandSpace), nullptr})
-                   ? CE_None
-                   : CE_Failure;
+        const bool isFused = RunReporting([&](rasterhost::Status& status) {
+            std::vector<std::uint32_t> wanted;
+            for (int band = 0; band < bandCount; ++band)
+                wanted.push_back(number(bandMap[band] - 1));
+            return FuseSideBySide(
+                {number(column), number(row), number(column + columns), number(row + rows)}, wanted,
+                {static_cast<unsigned char*>(samples), static_cast<std::ptrdiff_t>(pixelSpace),
+                 static_cast<std::ptrdiff_t>(lineSpace), static_cast<std::ptrdiff_t>(bandSpace), nullptr},
+                status);
+        });
+        return isFused ? CE_None : CE_Failure;
     }
     if (flag == GF_Read && (outColumns < columns || outRows < rows)) {
         int isTried = FALSE;

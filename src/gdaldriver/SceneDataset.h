@@ -54,8 +54,13 @@ private:
 
     SceneDataset(Scene sharpened, std::shared_ptr<GDALDataset> described, unsigned levelNumber);
 
+    /// Makes a rectangle of this level. False with items.
     [[nodiscard]] bool Fuse(const hostkit::PixelRect& rect, std::span<const std::uint32_t> wanted,
-                            const rasterhost::WindowTarget& target);
+                            const rasterhost::WindowTarget& target, rasterhost::Status& status) const;
+    /// The same by as many threads as were asked for.
+    [[nodiscard]] bool FuseSideBySide(const hostkit::PixelRect& rect, std::span<const std::uint32_t> wanted,
+                                      const rasterhost::WindowTarget& target,
+                                      rasterhost::Status& status) const;
     [[nodiscard]] bool IsLargeRead(GDALRWFlag flag, int columns, int rows, int outColumns, int outRows,
                                    GDALDataType type, int bandCount) const;
     void TakeMetadata();

@@ -5,6 +5,8 @@
 #include <sys/auxv.h>
 #endif
 
+#include <cstdio>
+#include <fstream>
 #include <system_error>
 
 namespace hostkit::LibraryFile {
@@ -38,6 +40,19 @@ std::filesystem::path ProgramFile() {
     return failure ? std::filesystem::path() : program;
 }
 
+/// The file that lies in memory there, as the kernel knows it; empty where it does not tell.
+std::filesystem::path MappedFile(const void* address) {
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        void *start = nullptr, *end = nullptr;
+        const std::size_t path = line.find('/');
+        if (path != std::string::npos && std::sscanf(line.c_str(), "%p-%p", &start, &end) == 2 &&
+            address >= start && address < end)
+            return line.substr(path);
+    }
+    return {};
+}
+
 } // namespace
 
 std::filesystem::path ProgramFolder() { return ProgramFile().parent_path(); }
@@ -46,9 +61,11 @@ std::filesystem::path LibraryFolder() {
     static const char somewhere = 0;
     Dl_info module{};
     if (dladdr(&somewhere, &module) == 0 || !module.dli_fname) return {};
-    // The program goes by the name it was called with, which may be any; a library by its path.
-    const std::filesystem::path file = module.dli_fname;
-    if (!file.is_absolute()) return {};
+    // The program goes by the name it was called with, which may be any; a library by its path, which may
+    // count from a folder that was left since.
+    std::filesystem::path file = module.dli_fname;
+    if (!file.is_absolute()) file = MappedFile(&somewhere);
+    if (file.empty()) return {};
     std::error_code failure;
     const std::filesystem::path real = std::filesystem::canonical(file, failure);
     return failure || real == ProgramFile() ? std::filesystem::path() : real.parent_path();

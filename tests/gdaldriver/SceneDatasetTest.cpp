@@ -140,7 +140,7 @@ struct Line {
 const Line lines[] = {
     {"gdalinfo scene.pansharp", 0, "Overviews: 350x265, 175x133"},
     {"gdalinfo marked.pansharp", 0, "Driver: PANSHARP"},
-    {"gdal_translate -q -co TILED=YES scene.pansharp tiled.tif"},
+    {"gdal_translate -q -co TILED=YES -oo NUM_THREADS=3 scene.pansharp tiled.tif"},
     {"gdal_translate -q -of COG scene.pansharp cog.tif"},
     {"gdalwarp -q -multi -ovr NONE -tr 20 20 -r average scene.pansharp warped.tif"},
     {"gdalwarp -q -multi -ovr NONE -tr 20 20 -r average once.tif from-file.tif"},

@@ -29,7 +29,7 @@ endforeach()
 check_tree("${prefix}")
 run("${SOURCE}/tests/cli/CompletionTest.sh" "${prefix}/share/bash-completion/completions/pansharp"
   "${prefix}/share/zsh/vendor-completions/_pansharp" "${prefix}/bin/pansharp")
-foreach(file share/doc/pansharp/README.md share/doc/pansharp/changelog.gz share/doc/pansharp/docs/command.md)
+foreach(file ../${GDAL_FOLDER}/gdalplugins/gdal_PANSHARP.so share/doc/pansharp/README.md share/doc/pansharp/changelog.gz share/doc/pansharp/docs/command.md)
   if(NOT EXISTS "${prefix}/${file}")
     message(SEND_ERROR "the package lacks ${file}")
   endif()
