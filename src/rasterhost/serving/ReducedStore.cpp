@@ -67,6 +67,10 @@ std::shared_ptr<const ReducedStore::Tile> ReducedStore::GetTile(std::uint32_t co
 
 bool ReducedStore::Read(const PixelRect& rect, hostkit::ImageSource& reduced, unsigned char* samples,
                         unsigned char* valid, Status& status) {
+    if (valid && !reduced.MayLackData()) {
+        std::memset(valid, 0xFF, std::size_t{rect.GetColumns()} * rect.GetRows());
+        valid = nullptr;
+    }
     for (std::uint32_t row = rect.row0 / tileSide; row < CountTiles(rect.row1); ++row)
         for (std::uint32_t column = rect.col0 / tileSide; column < CountTiles(rect.col1); ++column) {
             const auto tile = GetTile(column, row, reduced, status);
