@@ -5,6 +5,7 @@
 #include "kernels/BilinearRow.h"
 #include "kernels/BlendRow.h"
 #include "kernels/ConvertRow.h"
+#include "kernels/CubicRow.h"
 #include "kernels/InjectionRow.h"
 #include "kernels/Simd.h"
 #include "kernels/Store.h"
@@ -51,6 +52,7 @@ struct Rows {
         for (std::size_t i = 0; i < ms.size(); ++i) {
             upper.push_back(ms[i]);
             lower.push_back(other[i]);
+            across.push_back(ms[i] << cubicStepBits);
         }
         for (std::uint32_t b = 0; b < bands; ++b)
             weights.push_back(0.1 + 0.173 * b / bands);
@@ -64,6 +66,7 @@ struct Rows {
     }
     std::vector<T> ms, other, pan, out;
     std::vector<WholeOf<T>> upper, lower; ///< spread source rows
+    std::vector<std::int32_t> across;     ///< the same for cubic sampling
     std::vector<double> weights;
     InjectionGains gains;
     bench::Tables tables;
@@ -175,6 +178,12 @@ std::vector<OtherKernel<T>> OtherKernels() {
     add("sampling down", 4, [](SimdTarget target, Rows<T>& rows) {
         DownRowWholeFor<T>(target)(rows.upper.data(), rows.lower.data(), 3, 8, 1, rows.upper.size(),
                                    rows.out.data());
+    });
+    add("cubic sampling down", 4, [](SimdTarget target, Rows<T>& rows) {
+        const std::int32_t* row = rows.across.data();
+        const auto weights = CubicWeights<std::int32_t>(MakeCubicTap({0, 0.375}, 4));
+        CubicDownRowFor<T, std::int32_t>(target)({row, row, row, row}, weights, rows.across.size(),
+                                                 rows.out.data());
     });
     return all;
 }

@@ -92,14 +92,18 @@ void CubicAcrossRowScalar(const V* source, const SpreadCubicTap<V>* taps, std::s
 template void CubicAcross(const unsigned char*, const CubicTap*, std::size_t, std::uint32_t, double*);
 template void CubicAcross(const unsigned short*, const CubicTap*, std::size_t, std::uint32_t, double*);
 
-#define CUBIC_INSTANCES(T, V)                                                                                \
-    template void CubicDown(const std::array<const V*, 4>&, const std::array<V, 4>&, std::size_t, T*);       \
-    template void SpreadCubic(const T*, std::size_t, std::uint32_t, V*)
-CUBIC_INSTANCES(unsigned char, double);
-CUBIC_INSTANCES(unsigned short, double);
-CUBIC_INSTANCES(unsigned char, std::int32_t);
-CUBIC_INSTANCES(unsigned short, std::int32_t);
-#undef CUBIC_INSTANCES
+template void CubicDown(const std::array<const double*, 4>&, const std::array<double, 4>&, std::size_t,
+                        unsigned char*);
+template void CubicDown(const std::array<const std::int32_t*, 4>&, const std::array<std::int32_t, 4>&,
+                        std::size_t, unsigned char*);
+template void CubicDown(const std::array<const double*, 4>&, const std::array<double, 4>&, std::size_t,
+                        unsigned short*);
+template void CubicDown(const std::array<const std::int32_t*, 4>&, const std::array<std::int32_t, 4>&,
+                        std::size_t, unsigned short*);
+template void SpreadCubic(const unsigned char*, std::size_t, std::uint32_t, double*);
+template void SpreadCubic(const unsigned char*, std::size_t, std::uint32_t, std::int32_t*);
+template void SpreadCubic(const unsigned short*, std::size_t, std::uint32_t, double*);
+template void SpreadCubic(const unsigned short*, std::size_t, std::uint32_t, std::int32_t*);
 template std::array<double, 4> CubicWeights(const CubicTap&);
 template std::array<std::int32_t, 4> CubicWeights(const CubicTap&);
 template void CubicAcrossRowScalar(const double*, const SpreadCubicTap<double>*, std::size_t, std::uint32_t,

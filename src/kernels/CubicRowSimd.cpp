@@ -28,7 +28,8 @@ HWY_ATTR void CubicAcrossGroups(const V* HWY_RESTRICT source, const SpreadCubicT
                                 std::size_t pixels, std::uint32_t bands, V* HWY_RESTRICT out) {
     const hn::CappedTag<V, cubicGroup> d;
     for (std::size_t p = 0; p < pixels; ++p, out += bands) {
-        const auto& [at, weights] = taps[p];
+        const std::array<std::uint32_t, 4>& at = taps[p].at;
+        const std::array<V, 4>& weights = taps[p].weights;
         const auto ofA = hn::Set(d, weights[0]), ofB = hn::Set(d, weights[1]);
         const auto ofC = hn::Set(d, weights[2]), ofD = hn::Set(d, weights[3]);
         for (std::uint32_t band = 0; band < bands; band += static_cast<std::uint32_t>(hn::Lanes(d))) {
@@ -38,31 +39,33 @@ HWY_ATTR void CubicAcrossGroups(const V* HWY_RESTRICT source, const SpreadCubicT
     }
 }
 
-/// Rows of doubles, or of whole numbers in doubles, which hold their products and sums exactly. `unit` is
-/// what a sum has of a sample's 1.
+/// Rows of doubles, or of whole numbers in doubles: these hold all products and sums exactly, so that any
+/// order and a fused multiply-add give the same. What lies beyond the range of T goes to its ends when lanes
+/// become narrower.
 template <class T, class V>
 HWY_ATTR void CubicDownInDouble(const std::array<const V*, 4>& rows, const std::array<V, 4>& weights,
                                 std::size_t samples, T* HWY_RESTRICT out) {
+    constexpr bool isWhole = !std::is_same_v<V, double>;
     const hn::ScalableTag<double> d;
     const hn::Rebind<V, decltype(d)> dRow;
-    const auto of = [&](std::size_t i) HWY_ATTR { return hn::Set(d, static_cast<double>(weights[i])); };
-    const auto ofA = of(0), ofB = of(1), ofC = of(2), ofD = of(3);
-    constexpr double unit = std::is_same_v<V, double> ? 1.0 : std::int64_t{1} << (2 * cubicStepBits);
-    const auto step = hn::Set(d, 1.0 / unit), half = hn::Set(d, 0.5);
+    constexpr double step = isWhole ? 1.0 / (1 << (2 * cubicStepBits)) : 1.0;
+    const auto of = [&](std::size_t i) HWY_ATTR { return hn::Set(d, weights[i] * step); };
+    const auto ofA = of(0), ofB = of(1), ofC = of(2), ofD = of(3), half = hn::Set(d, 0.5);
     std::size_t i = 0;
     for (; i + hn::Lanes(d) <= samples; i += hn::Lanes(d)) {
         const auto load = [&](std::size_t row) HWY_ATTR {
-            const auto values = hn::LoadU(dRow, rows[row] + i);
-            if constexpr (std::is_same_v<V, double>)
-                return values;
+            if constexpr (isWhole)
+                return hn::PromoteTo(d, hn::LoadU(dRow, rows[row] + i));
             else
-                return hn::PromoteTo(d, values);
+                return hn::LoadU(d, rows[row] + i);
         };
-        auto sum = CubicSum(load(0), load(1), load(2), load(3), ofA, ofB, ofC, ofD);
-        if constexpr (!std::is_same_v<V, double>) sum = hn::Mul(sum, step);
-        const auto largest = hn::Set(d, double{hwy::LimitsMax<T>()});
-        const auto rounded = hn::Min(hn::Max(hn::Add(sum, half), hn::Zero(d)), largest);
-        StoreTruncatedLanes(d, rounded, out + i);
+        if constexpr (isWhole) {
+            const auto first = hn::MulAdd(load(1), ofB, hn::MulAdd(load(0), ofA, half));
+            StoreTruncatedLanes(d, hn::MulAdd(load(3), ofD, hn::MulAdd(load(2), ofC, first)), out + i);
+        } else {
+            const auto sum = CubicSum(load(0), load(1), load(2), load(3), ofA, ofB, ofC, ofD);
+            StoreTruncatedLanes(d, hn::Add(sum, half), out + i);
+        }
     }
     CubicDown<T, V>({rows[0] + i, rows[1] + i, rows[2] + i, rows[3] + i}, weights, samples - i, out + i);
 }

@@ -178,7 +178,7 @@ HWY_INLINE V Clamp(D d, V x) {
     return hn::Min(hn::IfThenElseZero(hn::Ge(x, hn::Zero(d)), x), hn::Set(d, maxSample<T>));
 }
 
-/// The whole parts of doubles in [0, largest sample + 1), as samples.
+/// The whole parts of doubles that an int32 holds, as samples; beyond the range of T, its ends.
 template <class D, class T>
 HWY_INLINE void StoreTruncatedLanes(D /*d*/, hn::Vec<D> x, T* samples) {
     const hn::Rebind<std::int32_t, D> d32;

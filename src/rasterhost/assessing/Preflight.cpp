@@ -141,11 +141,12 @@ public:
             report.warnings = sceneWarnings;
             return false;
         }
+        const RunSizes sizes = FindSizes(request, plugin); // before the request has weights that were fitted
         const bool isSampled =
             SampleImages(WantsFit(request, plugin)) && (!WantsDetail(request, plugin) || FindDetail());
         if (isSampled && MakeSettings(request, *scene, plugin, report.detail ? &*report.detail : nullptr,
                                       settings, status))
-            DescribeRun();
+            DescribeRun(sizes);
         Warn();
         return isSampled && fits;
     }
@@ -194,11 +195,10 @@ private:
         return FitDetail(*scene, request, request.bitDepth, *report.detail, status);
     }
 
-    void DescribeRun() {
+    void DescribeRun(const RunSizes& sizes) {
         const auto format = FindFormat(request, status);
         OutputPlan plan =
             PlanOutput(request, format.value_or(OutputFormat()), *scene, ChooseThreads(request));
-        const RunSizes sizes = FindSizes(request, pair.plugin->GetDescription());
         report.method = settings.method;
         report.effectiveWeights = settings.effectiveWeights;
         report.infraredWeight = settings.infraredWeight;

@@ -31,7 +31,7 @@ struct OutputPlan {
     std::uint32_t blockRows = 1;
     OutputLayout layout; ///< how it takes the pixels of a window
 
-    [[nodiscard]] std::size_t GetPixelBytes() const { return rules.GetFileBands() * (bits / 8); }
+    [[nodiscard]] std::size_t GetPixelBytes() const { return std::size_t{rules.GetFileBands()} * (bits / 8); }
     [[nodiscard]] std::uint64_t GetBytes() const { ///< of all pixels, before they are compressed
         return std::uint64_t{columns} * rows * GetPixelBytes();
     }

@@ -58,6 +58,12 @@ TEST(Preflight, SaysWhatARunWouldDo) {
     EXPECT_EQ(report.warnings, run.report.warnings);
     request.hasPreview = true; // 16 numbers a pixel
     EXPECT_GT(Look(request).report.memoryBytes, report.memoryBytes + 320u * 320u * 8u * 8u);
+    request.hasPreview = false; // windows are rows of tiles as they are written; a low-pass reaches over more
+    request.creationOptions = {"BLOCKYSIZE=64"};
+    const std::uint64_t lowTiles = Look(request).report.memoryBytes;
+    EXPECT_LT(lowTiles, report.memoryBytes);
+    request.method = "injection";
+    EXPECT_GT(Look(request).report.memoryBytes, lowTiles);
 }
 
 TEST(Preflight, WarnsOfTheGravestFirstAndPutsItRight) {
