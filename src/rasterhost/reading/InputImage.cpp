@@ -135,11 +135,14 @@ InputImage* InputImage::FindOverview(unsigned level) {
 
 namespace {
 
+/// Of so many pixels, or of one less across or down: some programs leave out the last half pixel.
 GDALRasterBand* OverviewOf(GDALRasterBand& band, const InputImage::RasterInfo& info) {
+    const auto fits = [](int pixels, std::uint32_t wanted) {
+        return pixels > 0 && (wanted - static_cast<std::uint32_t>(pixels)) <= 1;
+    };
     for (int i = 0; i < band.GetOverviewCount(); ++i) {
         GDALRasterBand* overview = band.GetOverview(i);
-        if (overview && overview->GetXSize() == static_cast<int>(info.cols) &&
-            overview->GetYSize() == static_cast<int>(info.rows))
+        if (overview && fits(overview->GetXSize(), info.cols) && fits(overview->GetYSize(), info.rows))
             return overview;
     }
     return nullptr;
@@ -161,8 +164,13 @@ std::unique_ptr<InputImage> InputImage::OpenOverview(unsigned level) const {
         if (coarse.bands[i].mask == MaskKind::Mask && (band->GetMaskFlags() & GMF_ALL_VALID) == 0)
             mask = band->GetMaskBand();
         if (coarse.bands[i].mask != MaskKind::None && !mask) return nullptr;
+        if (i > 0 && (band->GetXSize() != image->handles.front().band->GetXSize() ||
+                      band->GetYSize() != image->handles.front().band->GetYSize()))
+            return nullptr;
         image->handles.push_back({nullptr, band, mask});
     }
+    coarse.info.cols = static_cast<std::uint32_t>(image->handles.front().band->GetXSize());
+    coarse.info.rows = static_cast<std::uint32_t>(image->handles.front().band->GetYSize());
     image->description = std::make_shared<const ImageDescription>(std::move(coarse));
     image->files = files;
     return image;

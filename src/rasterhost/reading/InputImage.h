@@ -55,9 +55,10 @@ public:
     /// not name.
     void Reorder(const std::vector<std::size_t>& order);
 
-    /// The image in pixels of 2^level x 2^level, level 1 or more, as its files have it beside the whole. Null
-    /// where one has no such overview of a band or of what tells no data, and with a collar, which overviews
-    /// know nothing of. Good for as long as this.
+    /// The image in pixels of 2^level x 2^level, level 1 or more, as its files have it beside the whole,
+    /// perhaps without a last column or row that would be less than a whole pixel. Null where one has no such
+    /// overview of a band or of what tells no data, and with a collar, which overviews know nothing of. Good
+    /// for as long as this.
     [[nodiscard]] InputImage* FindOverview(unsigned level);
 
     [[nodiscard]] bool MayLackData() const override { return description->MayLackData(); }

@@ -36,10 +36,9 @@ void LevelImage::ReadFrom(InputImage& reader) {
     top = &lent;
     if (level == 0) return;
     const unsigned own = CoarsestOverview(lent);
-    const bool isKept = store && own < store->GetLevel(); // a coarser overview is as good
-    ReduceFrom(own == 0 ? lent : *lent.FindOverview(own), own, isKept ? store->GetLevel() : level);
+    ReduceFrom(own == 0 ? lent : *lent.FindOverview(own), own);
     top = &*reduced;
-    if (!isKept) return;
+    if (!IsKept(own)) return;
     if (!stored) stored.emplace(*store, *reduced);
     top = &*stored;
     if (level == store->GetLevel()) return;
@@ -47,21 +46,42 @@ void LevelImage::ReadFrom(InputImage& reader) {
     top = &*further;
 }
 
+/// True when what is read from the image at the level `own` is kept: a coarser overview is as good.
+bool LevelImage::IsKept(unsigned own) const { return store && own < store->GetLevel(); }
+
+/// What is read from the image at the level `own` is reduced to this level first.
+unsigned LevelImage::TargetOf(unsigned own) const { return IsKept(own) ? store->GetLevel() : level; }
+
+/// The part in pixels of the level `own`, as far as an overview has them: half a pixel at its end may be
+/// missing.
+PixelRect LevelImage::PartOn(const RasterInfo& overview, unsigned own) const {
+    return {part.col0 >> own, part.row0 >> own, std::min(((part.col1 - 1) >> own) + 1, overview.cols),
+            std::min(((part.row1 - 1) >> own) + 1, overview.rows)};
+}
+
+/// True when every pixel of the level that it is reduced to is made of some of the overview.
+bool LevelImage::CanReadFrom(InputImage& lent, unsigned own) const {
+    const InputImage* overview = IsOnLevel(part, description->info, own) ? lent.FindOverview(own) : nullptr;
+    if (!overview) return false;
+    const unsigned target = TargetOf(own);
+    const RasterInfo whole = hostkit::CoarseInfo(description->info, part, target);
+    const RasterInfo there =
+        hostkit::CoarseInfo(overview->GetInfo(), PartOn(overview->GetInfo(), own), target - own);
+    return there.cols == whole.cols && there.rows == whole.rows;
+}
+
 /// The level of the coarsest overview that is no coarser than this image; 0 for none.
 unsigned LevelImage::CoarsestOverview(InputImage& lent) const {
     unsigned own = level;
-    while (own > 0 && !(IsOnLevel(part, description->info, own) && lent.FindOverview(own)))
+    while (own > 0 && !CanReadFrom(lent, own))
         --own;
     return own;
 }
 
-/// To the level `target`, from the image at the level `own`.
-void LevelImage::ReduceFrom(InputImage& source, unsigned own, unsigned target) {
+void LevelImage::ReduceFrom(InputImage& source, unsigned own) {
     if (reduced && own == overviewLevel) return reduced->ReadFrom(source);
     overviewLevel = own;
-    const PixelRect onOverview{part.col0 >> own, part.row0 >> own, ((part.col1 - 1) >> own) + 1,
-                               ((part.row1 - 1) >> own) + 1};
-    reduced.emplace(source, onOverview, target - own);
+    reduced.emplace(source, PartOn(source.GetInfo(), own), TargetOf(own) - own);
 }
 
 } // namespace rasterhost

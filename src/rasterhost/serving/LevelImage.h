@@ -35,8 +35,12 @@ public:
     }
 
 private:
+    [[nodiscard]] bool IsKept(unsigned own) const;
+    [[nodiscard]] unsigned TargetOf(unsigned own) const;
+    [[nodiscard]] hostkit::PixelRect PartOn(const RasterInfo& overview, unsigned own) const;
+    [[nodiscard]] bool CanReadFrom(InputImage& lent, unsigned own) const;
     [[nodiscard]] unsigned CoarsestOverview(InputImage& lent) const;
-    void ReduceFrom(InputImage& source, unsigned own, unsigned target);
+    void ReduceFrom(InputImage& source, unsigned own);
 
     std::shared_ptr<const ImageDescription> description;
     hostkit::PixelRect part;

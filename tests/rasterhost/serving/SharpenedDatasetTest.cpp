@@ -291,26 +291,46 @@ TEST(SharpenedDataset, OtherSizesAreMeansOfAFinerLevel) {
         }
 }
 
-// Overviews of an input stand for its reduced pixels, unless it has a collar, which they know nothing of.
+// Overviews of an input stand for its reduced pixels, also where the last half pixel is left out and nobody
+// misses it; but not with a collar, which they know nothing of.
 TEST(SharpenedDataset, OverviewsAreUsed) {
-    for (const bool hasCollar : {false, true}) {
+    struct Case {
+        int rows; // of an overview of 55 rows
+        bool hasCollar;
+        std::uint32_t columns, outRows; // of the level, whose bands are reduced by 2 or 4
+        bool isUsed;
+    };
+    for (const auto& [rows, hasCollar, columns, outRows, isUsed] :
+         {Case{28, false, 20, 27, true}, Case{28, true, 20, 27, false}, Case{27, false, 20, 27, false},
+          Case{27, false, 10, 14, true}}) {
         const Folder folder;
         SharpenRequest request = WritePair(folder, GDT_Byte, besidePan);
+        std::string& file = request.multispectral.front().file;
+        folder.Write("overview.tif", {21, rows, 4, GDT_Byte, {}, {}}, [](int, int, int) { return 77; });
         {
-            GDALDatasetUniquePtr ms(
-                GDALDataset::Open(request.multispectral.front().file.c_str(), GDAL_OF_UPDATE));
+            GDALDatasetUniquePtr ms(GDALDataset::Open(file.c_str(), GDAL_OF_UPDATE));
             std::vector<unsigned char> zeros(4 * 55 * 4, 0);
             ASSERT_EQ(ms->RasterIO(hasCollar ? GF_Write : GF_Read, 0, 0, 4, 55, zeros.data(), 4, 55, GDT_Byte,
                                    4, nullptr, 0, 0, 0, nullptr),
                       CE_None);
-            int factor = 2;
-            ASSERT_EQ(ms->BuildOverviews("NEAREST", 1, &factor, 0, nullptr, nullptr, nullptr), CE_None);
-            for (int band = 1; band <= 4; ++band)
-                ms->GetRasterBand(band)->GetOverview(0)->Fill(77.0);
+            file = folder / "ms.vrt";
+            GDALDatasetUniquePtr(GetGDALDriverManager()->GetDriverByName("VRT")->CreateCopy(
+                file.c_str(), ms.get(), FALSE, nullptr, nullptr, nullptr));
         }
+        std::string text = ReadText(file);
+        for (std::size_t band = 1, at = 0; (at = text.find("</VRTRasterBand>", at)) != std::string::npos;
+             ++band) {
+            const std::string overview =
+                "<Overview><SourceFilename relativeToVRT=\"1\">overview.tif</SourceFilename><SourceBand>" +
+                std::to_string(band) + "</SourceBand></Overview>";
+            text.insert(at, overview);
+            at += overview.size() + 1;
+        }
+        std::ofstream(file) << text;
         const auto dataset = Serve(Open(request), request, RunWell(request));
-        const auto read = ReadWindow(dataset, {0, 0, panColumns, panRows}, 20, 27);
-        EXPECT_EQ(std::count(read.begin(), read.end(), 77u) == 20 * 27 * 4, !hasCollar);
+        const auto read = ReadWindow(dataset, {0, 0, panColumns, panRows}, columns, outRows);
+        EXPECT_EQ(std::count(read.begin(), read.end(), 77u) == std::ptrdiff_t{4} * columns * outRows, isUsed)
+            << rows << ", " << columns;
     }
 }
 
