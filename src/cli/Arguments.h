@@ -30,6 +30,6 @@ struct Arguments : rasterhost::SharpenRequest,
 
 /// Reads the inputs and then every option that was typed, on top of what `base` asks for: those that the
 /// command has to have in order first, the others in the order of the table. Throws UsageError.
-[[nodiscard]] Arguments ReadArguments(const CommandLine& line, Arguments base = {});
+[[nodiscard]] Arguments ReadArguments(const CommandLine& line, Arguments base = Arguments());
 
 } // namespace cli
