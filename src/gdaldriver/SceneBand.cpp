@@ -11,7 +11,7 @@ SceneBand::SceneBand(SceneDataset& dataset, int number, GDALDataType type, GDALR
     eDataType = type;
     eAccess = GA_ReadOnly;
     nBlockXSize = nBlockYSize = SceneDataset::blockSize;
-    GDALMajorObject::SetDescription(like.GetDescription()); // beside what is kept in files
+    sDescription = like.GetDescription(); // beside what is kept in files
 }
 
 SceneDataset& SceneBand::GetScene() const { return *static_cast<SceneDataset*>(poDS); }

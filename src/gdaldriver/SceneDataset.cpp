@@ -89,8 +89,8 @@ SceneDataset::SceneDataset(Scene sharpened, std::shared_ptr<GDALDataset> describ
 /// Beside what is kept in files, so that nothing is written when this is closed.
 void SceneDataset::TakeMetadata() {
     for (const char* domain : {"", "RPC"})
-        if (char** items = description->GetMetadata(domain)) GDALMajorObject::SetMetadata(items, domain);
-    GDALMajorObject::SetMetadataItem("INTERLEAVE", "PIXEL", "IMAGE_STRUCTURE");
+        if (char** items = description->GetMetadata(domain)) oMDMD.SetMetadata(items, domain);
+    oMDMD.SetMetadataItem("INTERLEAVE", "PIXEL", "IMAGE_STRUCTURE");
 }
 
 std::unique_ptr<SceneDataset> SceneDataset::OpenDescription(const char* name, GDALOpenInfo& how) {
@@ -99,11 +99,11 @@ std::unique_ptr<SceneDataset> SceneDataset::OpenDescription(const char* name, GD
         const auto warn = [](const std::string& text) {
             CPLError(CE_Warning, CPLE_AppDefined, "%s", text.c_str());
         };
-        const Scene scene = rasterhost::OpenSceneFile(name, {}, CountThreads(how), warn, status);
-        if (!scene) return false;
-        const auto description = Describe(*scene, status);
-        if (!description) return false;
-        dataset.reset(new SceneDataset(scene, description, 0));
+        const Scene opened = rasterhost::OpenSceneFile(name, {}, CountThreads(how), warn, status);
+        if (!opened) return false;
+        const auto described = Describe(*opened, status);
+        if (!described) return false;
+        dataset.reset(new SceneDataset(opened, described, 0));
         return true;
     });
     if (!isOpen) return nullptr;
@@ -217,8 +217,8 @@ CPLErr SceneDataset::IRasterIO(GDALRWFlag flag, int column, int row, int columns
         const auto number = [](int value) { return static_cast<std::uint32_t>(value); };
         const bool isFused = RunReporting([&](rasterhost::Status& status) {
             std::vector<std::uint32_t> wanted;
-            for (int band = 0; band < bandCount; ++band)
-                wanted.push_back(number(bandMap[band] - 1));
+            for (const int band : std::span(bandMap, static_cast<std::size_t>(bandCount)))
+                wanted.push_back(number(band - 1));
             return FuseSideBySide(
                 {number(column), number(row), number(column + columns), number(row + rows)}, wanted,
                 {static_cast<unsigned char*>(samples), static_cast<std::ptrdiff_t>(pixelSpace),
