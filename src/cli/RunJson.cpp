@@ -44,7 +44,7 @@ void AddDetail(Json& object, const rasterhost::DetailFit& detail) {
     object["detail_fit"] = fit;
 }
 
-const char* NameOf(rasterhost::NoDataBy means) {
+const char* MeansOf(rasterhost::NoDataBy means) {
     constexpr const char* names[] = {"none", "value", "mask", "alpha"};
     return names[static_cast<std::size_t>(means)];
 }
@@ -64,7 +64,7 @@ void AddReport(Json& object, const SharpenReport& report) {
     object["window_rows"] = report.windowRows;
     object["seconds"] = report.seconds;
     object["megapixels_per_second"] = MegapixelsPerSecond(report);
-    object["no_data"] = {{"by", NameOf(report.noDataBy)}, {"pixels", report.pixelsWithoutData}};
+    object["no_data"] = {{"by", MeansOf(report.noDataBy)}, {"pixels", report.pixelsWithoutData}};
     if (report.noDataValue) object["no_data"]["value"] = *report.noDataValue;
     Json limits = Json::array();
     for (const auto& [lowest, highest] : report.samplesAtLimits)

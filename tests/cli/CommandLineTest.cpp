@@ -118,7 +118,7 @@ TEST(CommandLine, HelpTellsEveryOptionAndFitsTheTerminal) {
           "-w, --weights", "--infrared FILE[,band=N]", "--infrared-weight W", "-b, --bands LIST",
           "-j, --threads N", "-q, --quiet", "--json", "\nAdvanced:\n      --window ROWS", "--set NAME=VALUE",
           "--plugin FILE", "recommends)", "\nExamples:\n  pansharp sharpen pan.tif ms.tif -o sharp.tif\n"})
-        EXPECT_THAT(help.out, HasSubstr(words));
+        ASSERT_THAT(help.out, HasSubstr(words));
     for (std::size_t start = 0; start < help.out.find("\nExamples:"); start = help.out.find('\n', start) + 1)
         EXPECT_LE(help.out.find('\n', start) - start, 80u) << help.out.substr(start, 100);
 

@@ -37,10 +37,10 @@ std::string Unwrapped(const std::string& text) {
 TEST(MethodsCommand, ListsWhatThePluginSays) {
     const child::Folder folder;
     const child::Outcome text = child::Run(folder, {"methods"});
-    const child::Outcome json = child::Run(folder, "methods --json");
+    const child::Outcome listing = child::Run(folder, "methods --json");
     ASSERT_EQ(text.code, 0) << text.err;
-    ASSERT_EQ(json.code, 0) << json.err;
-    const auto object = nlohmann::json::parse(json.out);
+    ASSERT_EQ(listing.code, 0) << listing.err;
+    const auto object = nlohmann::json::parse(listing.out);
     EXPECT_EQ(object.at("ok"), true);
     const PansharpDescription& plugin = AskPlugin();
     ASSERT_EQ(object.at("methods").size(), plugin.methodCount);

@@ -10,17 +10,11 @@
 
 using testing::HasSubstr;
 
-namespace {
-
-void WriteText(const std::string& file, const std::string& text) { std::ofstream(file) << text; }
-
-} // namespace
-
 // The file's properties count like typed ones, and what is typed goes before them.
 TEST(SettingsFile, GivesMethodAndProperties) {
     const child::Folder folder;
     const scene::Pair pair(folder, 4, 8);
-    WriteText(folder / "set.xml", "<S><Method>brovey</Method><BandWeight-2>0.125</BandWeight-2></S>");
+    std::ofstream(folder / "set.xml") << "<S><Method>brovey</Method><BandWeight-2>0.125</BandWeight-2></S>";
     const auto fuse = [&](child::Arguments more) {
         child::RunWell(folder, "sharpen pan.tif ms.tif -o out.tif --overwrite -q -r bilinear" + more);
         return scene::Read(folder / "out.tif").samples;
@@ -37,8 +31,8 @@ TEST(SettingsFile, GivesMethodAndProperties) {
 TEST(SettingsFile, IsRefusedWithPlaceAndReason) {
     const child::Folder folder;
     const scene::Pair pair(folder, 4, 8);
-    WriteText(folder / "broken.xml", "<S>\n<Method>brovey</S>");
-    WriteText(folder / "own.xml", "<S><MSImageID>other</MSImageID></S>");
+    std::ofstream(folder / "broken.xml") << "<S>\n<Method>brovey</S>";
+    std::ofstream(folder / "own.xml") << "<S><MSImageID>other</MSImageID></S>";
     const struct {
         const char* file;
         int code;
@@ -76,7 +70,7 @@ TEST(SettingsFile, ReportHoldsWhatWentWrong) {
 TEST(SharpenCommandAtATerminal, AsksBeforeItReplacesAFile) {
     const child::Folder folder;
     const scene::Pair pair(folder, 4, 8);
-    WriteText(folder / "out.tif", "precious");
+    std::ofstream(folder / "out.tif") << "precious";
     const child::Arguments line = "sharpen pan.tif ms.tif -o out.tif";
     const auto no = child::RunAt({}, folder, line, 'n');
     EXPECT_EQ(no.code, 1);

@@ -15,13 +15,10 @@ using testing::IsEmpty;
 
 namespace {
 
-/// Dyadic weights: their sums have no rounding, so that the order of the bands does not show.
-constexpr double half = 0.5, quarter = 0.25, eighth = 0.125;
-
 struct GoodRun {
     int bits;
     Arguments line;              ///< after the panchromatic input
-    std::vector<double> weights; ///< of the four bands of ms.tif
+    std::vector<double> weights; ///< of the four bands of ms.tif; their sums have no rounding
     std::vector<int> wanted;     ///< bands of ms.tif in the output, from 0
     std::string method = "KOVA";
 };
@@ -29,8 +26,8 @@ struct GoodRun {
 } // namespace
 
 TEST(SharpenCommand, FusesWhatWasAsked) {
-    const std::vector<double> equal(4, quarter);
-    const std::vector<double> uneven = {half, eighth, quarter, eighth};
+    const std::vector<double> equal(4, 0.25);
+    const std::vector<double> uneven = {0.5, 0.125, 0.25, 0.125};
     const std::vector<int> all = {0, 1, 2, 3};
     const Arguments infrared = "ms.tif,band=4 ms.tif,band=2 ms.tif,band=3 --infrared ms.tif,band=1 -w "
                                "0.125,0.125,0.25 --infrared-weight 0.5";
@@ -38,9 +35,9 @@ TEST(SharpenCommand, FusesWhatWasAsked) {
         {8, "ms.tif -w equal", equal, all},
         {8, "-w equal -- ms.tif", equal, all},
         {16, "ms.tif --method KOVA --weights=Equal", equal, all},
-        {16, "ms.tif -w -0.5,1,.25,0.25", {-half, 1, quarter, quarter}, all},
+        {16, "ms.tif -w -0.5,1,.25,0.25", {-0.5, 1, 0.25, 0.25}, all},
         {8, "ms.tif -w 0.5,0.125,0.25,0.125 -b 3,1", uneven, {2, 0}},
-        {8, "ms.tif,band=4 ms.tif,band=2 -w 0.5,0.25", {0, quarter, 0, half}, {3, 1}},
+        {8, "ms.tif,band=4 ms.tif,band=2 -w 0.5,0.25", {0, 0.25, 0, 0.5}, {3, 1}},
         // Raw properties go before weights, in any letter case.
         {8,
          "ms.tif -w 1,1,1,1 --set BandWeight-1=0.5 --set BandWeight-2=0.125 --set bandweight-3=0.25 --set "
