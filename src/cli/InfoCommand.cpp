@@ -36,7 +36,8 @@ ExitCode RunInfo(Arguments request) {
     const auto warn = [&request](const std::string& warning) {
         if (!request.json) std::cerr << FormatWarning(warning);
     };
-    if (request.scene) (void)rasterhost::CheckInputs(*request.scene, warn, status); // a failure is a finding
+    if (request.scene && status.GetCount() == 0)
+        (void)rasterhost::CheckInputs(*request.scene, request, warn, status); // a failure is a finding
     return ReportFindings(request, status);
 }
 

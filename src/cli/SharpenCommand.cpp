@@ -45,7 +45,7 @@ ExitCode Fuse(Arguments& request, rasterhost::PreparedPair& pair, SharpenReport&
     const bool isDone =
         WritesScene(request)
             ? WriteScene(request, report, status)
-            : (!request.scene || rasterhost::CheckInputs(*request.scene, request.warn, status)) &&
+            : (!request.scene || rasterhost::CheckInputs(*request.scene, request, request.warn, status)) &&
                   rasterhost::Sharpen(request, report, status, &pair,
                                       request.scene ? &request.scene->found : nullptr);
     if (isDone) return Done;

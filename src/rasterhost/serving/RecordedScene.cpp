@@ -178,8 +178,7 @@ bool CheckResult(const SceneRecord& record, const Scene& scene, Status& status) 
            same("bit_depth", record.output.bitDepth, scene.bitDepth);
 }
 
-bool CheckInput(const SceneRecord& record, const FileFingerprint& before, bool withContent, const Warn& warn,
-                Status& status) {
+bool CheckInput(const SceneRecord& record, const FileFingerprint& before, const Warn& warn, Status& status) {
     const GdalErrors errors;
     const FileState state = LookAt(before.name);
     const bool isPipe = state.exists && !state.isFile && !state.isFolder;
@@ -190,7 +189,31 @@ bool CheckInput(const SceneRecord& record, const FileFingerprint& before, bool w
                     "'%s', an input of the description, cannot be opened; was it moved or removed?%s",
                     before.name.c_str(), errors.Reason().c_str());
     const OpenFiles files{{before.name, dataset.get()}};
-    return CompareFiles(record, files, withContent, warn, status) && CheckSources(files, true, status);
+    return CompareFiles(record, files, false, warn, status) && CheckSources(files, true, status);
+}
+
+/// `withContent` has all bytes of the inputs read, for a run that follows and warns of the scene itself.
+Preparation PrepareChecked(const SceneRecord& record, const RunOptions& run, bool withContent,
+                           const Warn& warn, PreparedPair& pair, Status& status) {
+    const Warn ignore = [](const std::string&) {};
+    Status opening;
+    if (Prepare(record.pair, run, withContent ? ignore : warn, pair, opening, &record.found) !=
+        Preparation::Done) {
+        // A file that has changed is the reason rather than what comes of it.
+        Status changes;
+        const auto isAsBefore = [&](const FileFingerprint& before) {
+            return CheckInput(record, before, ignore, changes);
+        };
+        const bool areSame =
+            !pair.plugin || std::all_of(record.files.begin(), record.files.end(), isAsBefore);
+        status.Append(areSame ? opening : changes);
+        return Preparation::Failed;
+    }
+    const OpenFiles files = FilesOfScene(*pair.scene);
+    return CompareFiles(record, files, withContent, warn, status) && CheckSources(files, true, status) &&
+                   CheckResult(record, *pair.scene, status)
+               ? Preparation::Done
+               : Preparation::Failed;
 }
 
 } // namespace
@@ -216,35 +239,15 @@ SharpenRequest RequestOf(const SceneRecord& record) {
 
 Preparation PrepareRecorded(const SceneRecord& record, const RunOptions& run, const Warn& warn,
                             PreparedPair& pair, Status& status) {
-    Status opening;
-    if (Prepare(record.pair, run, warn, pair, opening, &record.found) != Preparation::Done) {
-        // A file that has changed is the reason rather than what comes of it.
-        Status changes;
-        const auto isAsBefore = [&](const FileFingerprint& before) {
-            return CheckInput(
-                record, before, false, [](const std::string&) {}, changes);
-        };
-        const bool areSame =
-            !pair.plugin || std::all_of(record.files.begin(), record.files.end(), isAsBefore);
-        status.Append(areSame ? opening : changes);
-        return Preparation::Failed;
-    }
-    const OpenFiles files = FilesOfScene(*pair.scene);
-    return CompareFiles(record, files, false, warn, status) && CheckSources(files, true, status) &&
-                   CheckResult(record, *pair.scene, status)
-               ? Preparation::Done
-               : Preparation::Failed;
+    return PrepareChecked(record, run, false, warn, pair, status);
 }
 
-bool CheckInputs(const SceneRecord& record, const Warn& warn, Status& status) {
+bool CheckInputs(const SceneRecord& record, const RunOptions& run, const Warn& warn, Status& status) {
     double seconds = 0.0;
+    PreparedPair pair;
     return RunOperation(
-        [&] {
-            return std::all_of(record.files.begin(), record.files.end(), [&](const FileFingerprint& before) {
-                return CheckInput(record, before, true, warn, status);
-            });
-        },
-        seconds, status);
+        [&] { return PrepareChecked(record, run, true, warn, pair, status) == Preparation::Done; }, seconds,
+        status);
 }
 
 } // namespace rasterhost

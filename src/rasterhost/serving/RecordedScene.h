@@ -20,7 +20,8 @@ namespace rasterhost {
 [[nodiscard]] Preparation PrepareRecorded(const SceneRecord& record, const RunOptions& run, const Warn& warn,
                                           PreparedPair& pair, Status& status);
 
-/// Compares all inputs of a record with what they were, to the last byte.
-[[nodiscard]] bool CheckInputs(const SceneRecord& record, const Warn& warn, Status& status);
+/// The same for somebody who has the time: compares all inputs with what they were, to the last byte.
+[[nodiscard]] bool CheckInputs(const SceneRecord& record, const RunOptions& run, const Warn& warn,
+                               Status& status);
 
 } // namespace rasterhost
