@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <exception>
+#include <mutex>
 #include <new>
 #include <stdexcept>
 
@@ -28,6 +29,12 @@ bool FailForMemory(Status& status) {
 
 } // namespace
 
+void RegisterDrivers() {
+    static std::mutex mutex; // who comes second finds all of them
+    const std::scoped_lock lock(mutex);
+    if (GetGDALDriverManager()->GetDriverCount() == 0) GDALAllRegister();
+}
+
 bool Guard(const std::function<bool()>& operation, Status& status) {
     try {
         return operation();
@@ -44,7 +51,7 @@ bool RunOperation(const std::function<bool()>& operation, double& seconds, Statu
     const auto start = std::chrono::steady_clock::now();
     const bool isDone = Guard(
         [&] {
-            GDALAllRegister();
+            RegisterDrivers();
             const GdalErrors silence; // this thread's; every failure becomes an item
             LookAtCacheSize();
             return operation();

@@ -6,6 +6,10 @@
 
 namespace rasterhost {
 
+/// Registers GDAL's drivers, unless the program has some: those are its choice, and more than it asked for
+/// would come to all of it.
+void RegisterDrivers();
+
 /// Runs an operation. What it throws becomes an item, memory that does not suffice in words of its own.
 [[nodiscard]] bool Guard(const std::function<bool()>& operation, Status& status);
 

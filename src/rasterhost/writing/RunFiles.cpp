@@ -5,6 +5,7 @@
 #include "rasterhost/reading/FileState.h"
 #include "rasterhost/requests/GdalErrors.h"
 #include "rasterhost/requests/HostStatus.h"
+#include "rasterhost/requests/Operation.h"
 
 #include <gdal_priv.h>
 
@@ -74,7 +75,7 @@ std::string RunFiles::FindUse(const std::string& file) {
     const auto identity = Identify(file);
     if (!identity) return {};
     if (identity->name.empty() && !rasters.empty()) {
-        GDALAllRegister();
+        RegisterDrivers();
         for (const auto& [name, use] : rasters)
             Expand(name, use, 0);
         rasters.clear();
