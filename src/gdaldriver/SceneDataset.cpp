@@ -86,6 +86,9 @@ SceneDataset::SceneDataset(Scene sharpened, std::shared_ptr<GDALDataset> describ
         coarser.emplace_back(new SceneDataset(scene, description, next));
 }
 
+/// What is to be kept, such as statistics, is written while all of this is there.
+SceneDataset::~SceneDataset() { GDALPamDataset::FlushCache(true); }
+
 /// Beside what is kept in files, so that nothing is written when this is closed.
 void SceneDataset::TakeMetadata() {
     for (const char* domain : {"", "RPC"})

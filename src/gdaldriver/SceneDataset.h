@@ -22,6 +22,8 @@ public:
     /// Opens a description by its name. Null with an error reported.
     static std::unique_ptr<SceneDataset> OpenDescription(const char* name, GDALOpenInfo& how);
 
+    ~SceneDataset() override;
+
     CPLErr GetGeoTransform(double* transform) override { return description->GetGeoTransform(transform); }
     const OGRSpatialReference* GetSpatialRef() const override { return description->GetSpatialRef(); }
     int GetGCPCount() override { return description->GetGCPCount(); }
