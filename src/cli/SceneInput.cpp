@@ -32,8 +32,8 @@ void TakeScene(const std::string& file, const CommandLine& line, Arguments& to) 
     rasterhost::SceneRecord record;
     if (!rasterhost::ReadSceneFile(file, record, status)) throw UsageError(status.GetItem(0).message);
     const rasterhost::SharpenRequest request = rasterhost::RequestOf(record);
-    static_cast<rasterhost::PairRequest&>(to) = request;
-    static_cast<rasterhost::FusionRequest&>(to) = request;
+    static_cast<rasterhost::PairRequest&>(to) = static_cast<const rasterhost::PairRequest&>(request);
+    static_cast<rasterhost::FusionRequest&>(to) = static_cast<const rasterhost::FusionRequest&>(request);
     to.alpha = request.alpha;
     to.otherFiles.emplace_back(file, "the description of the scene");
     to.scene = std::move(record);

@@ -11,7 +11,6 @@
 
 namespace rasterhost {
 
-using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Fundament::StartsWith;
 
 namespace {

@@ -124,8 +124,8 @@ private:
             request.transfer = record.found.detail->transfer;
             request.gains = record.found.detail->gains;
         }
-        record.pair = request;
-        record.fusion = request;
+        record.pair = static_cast<const PairRequest&>(request);
+        record.fusion = static_cast<const FusionRequest&>(request);
         for (const FileFingerprint& print : record.files)
             record.pair.transparency[print.name] = static_cast<int>(print.transparency);
     }
