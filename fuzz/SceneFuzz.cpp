@@ -2,6 +2,7 @@
 // same, and opened where all its inputs are the two images here.
 #include "Input.h"
 
+#include "hostkit/PluginLibrary.h"
 #include "rasterhost/serving/RecordedScene.h"
 #include "rasterhost/serving/SceneRecordJson.h"
 #include "support/RasterFiles.h"
@@ -29,6 +30,9 @@ void WriteImages() {
     };
     write("pan.tif", 24, 1);
     write("ms.tif", 12, 4);
+    Status status;
+    static const auto plugin = hostkit::PluginLibrary::Load(PANSHARP_PLUGIN_FILE, status);
+    Require(plugin != nullptr, "the plug-in is there, and stays");
 }
 
 /// True when nothing but the images here is opened for a record.
