@@ -20,6 +20,7 @@ write src/plugin/Entry.cpp '#include "pxl/Image.h"'
 write src/rasterhost/Raster.cpp '# include <gdal_priv.h>\n#include "host/IRaster.h"'
 write src/cli/Main.cpp '#include "rasterhost/fusing/Sharpen.h"\n#include <CLI/CLI.hpp>'
 write tests/pxl/ImageEdgesTest.cpp '// reads ../data, writes build/tmp/x and <https://example.org/home/page>'
+write bindings/python/Arrays.cpp '#include <pansharp.h>\n#include <pybind11/pybind11.h>\n#include <string>'
 write tests/house/NoFolderOfThatNameTest.cpp ''
 "$check" "$house" >"$house/out" 2>&1 || fail "a house in order passes: $(cat "$house/out")"
 
@@ -48,6 +49,7 @@ src/fundament/Bad.cpp|#include <libxml/parser.h>|only the host wing may
 src/hostkit/Bad.h|#include <gdal.h>|does without GDAL
 src/kernels/Bad.h|#include "host/IRaster.h"|a kernel includes host/IRaster.h
 src/kernels/Bad.h|#include <immintrin.h>|a kernel includes immintrin.h
+bindings/python/Bad.cpp|\n#include "capi/FuseJob.h"|bindings/python/Bad.cpp:2: bindings/ stands on the C interface only
 src/attic/Bad.h|#include <vector>|no floor is known for attic/
 src/pxl/Bad.h|#include "Image.h"|names no folder
 src/fundament/Bad.h|#include "kernels/Row.h"\n#include "host/IRaster.h"|higher floor

@@ -1,0 +1,211 @@
+// The module pansharp._arrays: numpy arrays as jobs of the C interface. The package checks what it is given
+// before it comes here.
+
+#include <pansharp.h>
+
+#include <pybind11/numpy.h>
+#include <pybind11/pybind11.h>
+#include <pybind11/stl.h>
+
+#include <array>
+#include <cstdint>
+#include <exception>
+#include <limits>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+namespace py = pybind11;
+
+/// Width and height of a pixel in pan pixels, then column and row of the image on which pan's corner lies.
+using Placement = std::array<double, 4>;
+using Gains = std::pair<double, double>;
+
+PyObject* failureType = nullptr; ///< pansharp.Error, which the module keeps
+
+[[noreturn]] void Raise(PyObject* type, const char* text) {
+    // The C interface says "job.weights" of what is an argument here.
+    std::string words = text;
+    for (std::size_t at = 0; (at = words.find("job.", at)) != std::string::npos;)
+        words.erase(at, 4);
+    PyErr_SetString(type, words.c_str());
+    throw py::error_already_set();
+}
+
+void Check(pansharp_result result, const char* error) {
+    if (result == PANSHARP_BAD_ARGUMENT) Raise(PyExc_ValueError, error);
+    if (result != PANSHARP_OK) Raise(failureType, error);
+}
+
+/// The plug-in, loaded at the first call and kept: arrays may be fused until the process ends.
+const pansharp* Library() {
+    static const pansharp* library = nullptr; // guarded by the interpreter's lock
+    char error[2048];
+    if (!library && !(library = pansharp_open(nullptr, error, sizeof error))) Raise(failureType, error);
+    return library;
+}
+
+std::uint32_t Count(py::ssize_t pixels) {
+    if (pixels < 0 || pixels > std::numeric_limits<std::uint32_t>::max())
+        throw py::value_error("an array may have 4294967295 samples along an axis at most");
+    return static_cast<std::uint32_t>(pixels);
+}
+
+void CheckAxes(const py::array& samples) {
+    if (samples.ndim() != 3) throw py::value_error("the arrays must have a band, a row and a column axis");
+}
+
+/// A stride of one band is never used, but packed samples are told by it.
+py::ssize_t BandStride(const py::array& samples) {
+    return samples.shape(0) == 1 ? samples.itemsize() : samples.strides(0);
+}
+
+/// Of an array with the axes band, row, column.
+pansharp_image MakeImage(const py::array& samples, const Placement& placement) {
+    CheckAxes(samples);
+    return {samples.data(),
+            Count(samples.shape(2)),
+            Count(samples.shape(1)),
+            Count(samples.shape(0)),
+            samples.strides(1),
+            samples.strides(2),
+            BandStride(samples),
+            placement[0],
+            placement[1],
+            placement[2],
+            placement[3]};
+}
+
+/// What is called while the interpreter's lock is free: takes it, and keeps what was thrown for the caller.
+struct Watch {
+    const py::object& progress; ///< None for nobody
+    std::exception_ptr thrown;
+
+    static int Tell(std::uint32_t done, std::uint32_t rows, void* data) {
+        auto& watch = *static_cast<Watch*>(data);
+        const py::gil_scoped_acquire lock;
+        try {
+            if (PyErr_CheckSignals() != 0) throw py::error_already_set();
+            if (!watch.progress.is_none()) watch.progress(done, rows);
+            return 0;
+        } catch (...) {
+            watch.thrown = std::current_exception();
+            return 1;
+        }
+    }
+};
+
+/// A job of the C interface with all that it points at. The arrays are kept while it lives.
+class Job {
+public:
+    Job(py::array panImage, py::array msImage, const Placement& msPlacement,
+        std::optional<py::array> infraredImage, const Placement& infraredPlacement,
+        std::optional<std::string> methodName, std::vector<double> bandWeights,
+        std::optional<double> infraredShare, const std::vector<Gains>& bandGains, double transfer,
+        double lowPassMean, std::uint32_t resampling, std::vector<std::uint32_t> outputBands)
+        : pan(std::move(panImage)), ms(std::move(msImage)), infrared(std::move(infraredImage)),
+          method(std::move(methodName)), weights(std::move(bandWeights)), infraredWeight(infraredShare),
+          bands(std::move(outputBands)) {
+        for (const auto& [gain, ratioGain] : bandGains)
+            gains.push_back({gain, ratioGain});
+        pansharp_job_init(&job, sizeof job);
+        job.bits_per_sample = static_cast<std::uint32_t>(pan.itemsize()) * 8;
+        job.pan = MakeImage(pan, {});
+        job.multispectral = MakeImage(ms, msPlacement);
+        if (infrared) job.infrared = MakeImage(*infrared, infraredPlacement);
+        if (method) job.method = method->c_str();
+        SetList(weights, job.weights, job.weight_count);
+        SetList(gains, job.gains, job.gain_count);
+        SetList(bands, job.output_bands, job.output_band_count);
+        if (infraredWeight) job.infrared_weight = &*infraredWeight;
+        job.transfer = transfer;
+        job.low_pass_mean = lowPassMean;
+        job.resampling = resampling;
+    }
+    Job(const Job&) = delete;
+    Job& operator=(const Job&) = delete;
+
+    /// Transfer, gains, mean of the low-pass, R squared, samples, error and plain error.
+    [[nodiscard]] py::tuple Fit() const {
+        const pansharp* library = Library();
+        std::vector<pansharp_gains> found(job.multispectral.bands);
+        pansharp_detail detail{};
+        char error[2048];
+        pansharp_result result = PANSHARP_FAILED;
+        {
+            const py::gil_scoped_release released;
+            result = pansharp_fit(library, &job, found.data(), &detail, error, sizeof error);
+        }
+        Check(result, error);
+        py::tuple pairs(found.size());
+        for (std::size_t band = 0; band < found.size(); ++band)
+            pairs[band] = py::make_tuple(found[band].gain, found[band].ratio_gain);
+        return py::make_tuple(detail.transfer, pairs, detail.low_pass_mean, detail.blur_r_squared,
+                              detail.samples, detail.error, detail.plain_error);
+    }
+
+    void Fuse(py::array out, std::uint32_t threads, const py::object& progress) const {
+        const pansharp* library = Library();
+        CheckAxes(out);
+        pansharp_job whole = job;
+        whole.output = {out.mutable_data(), out.strides(1), out.strides(2), BandStride(out)};
+        whole.threads = threads;
+        Watch watch{progress, nullptr};
+        whole.progress = &Watch::Tell;
+        whole.progress_data = &watch;
+        char error[2048];
+        pansharp_result result = PANSHARP_FAILED;
+        {
+            const py::gil_scoped_release released;
+            result = pansharp_fuse(library, &whole, error, sizeof error);
+        }
+        if (watch.thrown) std::rethrow_exception(watch.thrown);
+        Check(result, error);
+    }
+
+private:
+    template <class Item>
+    static void SetList(const std::vector<Item>& list, const Item*& items, std::uint32_t& count) {
+        if (list.empty()) return;
+        items = list.data();
+        count = Count(static_cast<py::ssize_t>(list.size()));
+    }
+
+    py::array pan, ms;
+    std::optional<py::array> infrared;
+    std::optional<std::string> method;
+    std::vector<double> weights;
+    std::optional<double> infraredWeight;
+    std::vector<pansharp_gains> gains;
+    std::vector<std::uint32_t> bands;
+    pansharp_job job{};
+};
+
+py::tuple Methods() {
+    py::list keywords;
+    const pansharp* library = Library();
+    for (std::uint32_t i = 0; const char* keyword = pansharp_method(library, i); ++i)
+        keywords.append(keyword);
+    return py::tuple(keywords);
+}
+
+} // namespace
+
+PYBIND11_MODULE(_arrays, module) {
+    failureType = PyErr_NewExceptionWithDoc(
+        "pansharp.Error", "The plug-in could not be loaded, or could not fuse. The text says why.", nullptr,
+        nullptr);
+    if (!failureType) throw py::error_already_set();
+    module.add_object("Error", failureType);
+    module.attr("version") = pansharp_version();
+    module.def("methods", &Methods);
+    py::class_<Job>(module, "Job")
+        .def(py::init<py::array, py::array, const Placement&, std::optional<py::array>, const Placement&,
+                      std::optional<std::string>, std::vector<double>, std::optional<double>,
+                      const std::vector<Gains>&, double, double, std::uint32_t, std::vector<std::uint32_t>>())
+        .def("fit", &Job::Fit)
+        .def("fuse", &Job::Fuse);
+}

@@ -1,0 +1,178 @@
+"""What arguments have to be. Each function gives the argument as the module _arrays takes it, or says what to do."""
+
+from __future__ import annotations
+
+import math
+import numbers
+import operator
+from collections.abc import Iterable
+from typing import Any
+
+import numpy
+
+_RESAMPLINGS = {None: 0, "bilinear": 1, "cubic": 2}
+
+
+def image(name: str, given: Any, axes: str) -> numpy.ndarray:
+    """The array with the axes band, row, column. What is an array already is not copied."""
+    if isinstance(given, numpy.ma.MaskedArray):
+        raise TypeError(f"{name} is a masked array, and masks count for nothing here; give {name}.data, or {name}.filled() with "
+                        "the samples that masked pixels are to have")
+    array = numpy.asarray(given)
+    if array.dtype not in (numpy.uint8, numpy.uint16):
+        raise TypeError(f"{name} has samples of {array.dtype}; {_advice(name, array.dtype)}")
+    if array.ndim == 2 and axes == "(row, column)":
+        array = array[numpy.newaxis]
+    if array.ndim != 3 or (axes == "(row, column)" and array.shape[0] != 1):
+        raise ValueError(f"{name} has the shape {numpy.shape(given)}; its axes must be {axes}")
+    if array.size == 0:
+        raise ValueError(f"{name} has the shape {array.shape}, so it has no samples")
+    # An axis without a stride repeats one sample: the engine wants each at a place of its own.
+    return array.copy() if _repeats(array) else array
+
+
+def _repeats(array: numpy.ndarray) -> bool:
+    return any(stride == 0 and size > 1 for stride, size in zip(array.strides, array.shape))
+
+
+def _advice(name: str, dtype: numpy.dtype) -> str:
+    if dtype.kind == "f":
+        return (f"scale them to whole numbers, pan and all bands with the same factor, such as numpy.rint({name} * 10000)"
+                ".clip(0, 65535).astype(numpy.uint16) for reflectances from 0 to 1")
+    if dtype == numpy.dtype(numpy.uint16).newbyteorder():
+        return f"the bytes of this machine lie in the other order: give {name}.astype(numpy.uint16)"
+    if dtype.kind in "iu":
+        return f"give {name}.astype(numpy.uint16) if all of them are from 0 to 65535"
+    return "give an array of numpy.uint8 or numpy.uint16"
+
+
+def same_depth(pan: numpy.ndarray, **others: numpy.ndarray | None) -> None:
+    for name, array in others.items():
+        if array is not None and array.dtype != pan.dtype:
+            raise TypeError(f"pan is of {pan.dtype} and {name} of {array.dtype}; give both as numpy.uint16")
+
+
+def placement(name: str, array: numpy.ndarray, pan: numpy.ndarray, pixel_size: Any, offset: Any) -> tuple[float, ...]:
+    """Pixel width and height in pan pixels and the column and row of the image on which pan's corner lies; 0 for the usual."""
+    if pixel_size is None:
+        across, down = (pan.shape[axis] / array.shape[axis] for axis in (2, 1))
+        # The axes of an image are exchanged more often than its pixels are so far from squares.
+        if min(across, down) >= 1 and max(across, down) > 2 * min(across, down):
+            raise ValueError(f"with the shapes {pan.shape[1:]} of pan and {array.shape} of {name}, a pixel of {name} is {across:g} pan "
+                             f"pixels wide and {down:g} high; its axes must be (band, row, column), which numpy.moveaxis("
+                             f"{name}, -1, 0) makes of (row, column, band); give pixel_size if it is meant")
+        size = (0.0, 0.0)
+    else:
+        size = _pair("pixel_size", pixel_size)
+        if min(size) <= 0:
+            raise ValueError(f"pixel_size is {pixel_size!r}; give the width and height of a pixel of {name} in pan pixels, 1 or more")
+    return size + ((0.0, 0.0) if offset is None else _pair("offset", offset))
+
+
+def number(name: str, given: Any) -> float:
+    if not isinstance(given, numbers.Real):
+        raise TypeError(f"{name} is {given!r}, which is no number")
+    try:
+        value = float(given)
+    except OverflowError:
+        value = math.inf
+    if not math.isfinite(value):
+        raise ValueError(f"{name} is {value}; give a finite number")
+    return value
+
+
+def above_zero(name: str, given: Any) -> float:
+    """0 for None, which stands for what the engine finds itself."""
+    value = 0.0 if given is None else number(name, given)
+    if given is not None and value <= 0:
+        raise ValueError(f"{name} is {given!r}; give a number above 0, or None to have it fitted")
+    return value
+
+
+def _pair(name: str, given: Any) -> tuple[float, float]:
+    """A number stands for both."""
+    if isinstance(given, numbers.Real):
+        return number(name, given), number(name, given)
+    across, down = _items(name, given, 2)
+    return number(name, across), number(name, down)
+
+
+def _items(name: str, given: Any, count: int | None = None) -> tuple[Any, ...]:
+    if isinstance(given, (str, bytes)) or not isinstance(given, Iterable):
+        raise TypeError(f"{name} is {given!r}; give a sequence of numbers")
+    items = tuple(given)
+    if not items or (count is not None and len(items) != count):
+        raise ValueError(f"{name} has {len(items)} items; give {'some, or None' if count is None else count}")
+    return items
+
+
+def weights(given: Any) -> tuple[float, ...]:
+    return () if given is None else tuple(number(f"weights[{i}]", item) for i, item in enumerate(_items("weights", given)))
+
+
+def gains(given: Any) -> tuple[tuple[float, float], ...]:
+    return () if given is None else tuple(_gain(f"gains[{i}]", item) for i, item in enumerate(_items("gains", given)))
+
+
+def _gain(name: str, given: Any) -> tuple[float, float]:
+    gain, ratio_gain = _items(name, given, 2)
+    return number(name, gain), number(name, ratio_gain)
+
+
+def bands(given: Any, count: int) -> tuple[int, ...]:
+    if given is None:
+        return ()
+    chosen = tuple(_whole("bands", item) for item in _items("bands", given))
+    for band in chosen:
+        if not 1 <= band <= count:
+            raise ValueError(f"bands has {band}; bands count from 1, and ms has {count}")
+    return chosen
+
+
+def _whole(name: str, given: Any) -> int:
+    try:
+        return operator.index(given)
+    except TypeError:
+        raise TypeError(f"{name} has {given!r}, which is no whole number") from None
+
+
+def threads(given: Any) -> int:
+    count = _whole("threads", given)
+    if not 0 <= count < 2**16:
+        raise ValueError(f"threads is {count}; give 1 to 65535, or 0 for one a processor")
+    return count
+
+
+def method(given: Any) -> str | None:
+    if given is not None and not isinstance(given, str):
+        raise TypeError(f"method is {given!r}; give one of pansharp.methods(), or None for the recommended one")
+    return given
+
+
+def resampling(given: Any) -> int:
+    if not isinstance(given, (str, type(None))) or given not in _RESAMPLINGS:
+        raise ValueError(f"resampling is {given!r}; give 'bilinear', 'cubic', or None for what suits the method")
+    return _RESAMPLINGS[given]
+
+
+def callback(given: Any) -> Any:
+    if given is not None and not callable(given):
+        raise TypeError(f"progress is {given!r}; give a function of (rows done, rows)")
+    return given
+
+
+def output(out: Any, shape: tuple[int, ...], dtype: numpy.dtype) -> numpy.ndarray:
+    """`out`, or a new array where it is None."""
+    if out is None:
+        return numpy.empty(shape, dtype)
+    if not isinstance(out, numpy.ndarray) or isinstance(out, numpy.ma.MaskedArray):
+        raise TypeError(f"out is of {type(out).__name__}; give a numpy array")
+    if out.dtype != dtype:
+        raise TypeError(f"out has samples of {out.dtype}; they must be of {dtype}, as those of pan are")
+    if out.shape != shape:
+        raise ValueError(f"out has the shape {out.shape}; it must be {shape}: (band, row, column)")
+    if not out.flags.writeable:
+        raise ValueError("out is read-only; give an array that may be written")
+    if _repeats(out):
+        raise ValueError("out has an axis that repeats one sample; give an array with memory for all of them")
+    return out

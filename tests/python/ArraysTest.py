@@ -1,0 +1,188 @@
+"""The array half of the package pansharp; PANSHARP_COMMAND names the command whose samples it has to give."""
+
+import concurrent.futures
+import dataclasses
+import multiprocessing
+import os
+import signal
+import subprocess
+
+import numpy
+import numpy.lib.stride_tricks
+import pansharp
+import pytest
+
+
+def pair(dtype=numpy.uint16, rows=96, columns=120, ratio=2, bands=3, seed=1):
+    """Pan with detail of several sizes, and bands that follow it in part."""
+    random = numpy.random.default_rng(seed)
+    pan = sum(numpy.kron(random.random((-(-rows // grain), -(-columns // grain))), numpy.ones((grain, grain)))[:rows, :columns]
+              for grain in (1, 3, 9))
+    coarse = pan.reshape(rows // ratio, ratio, columns // ratio, ratio).mean((1, 3))
+    ms = [coarse * (0.5 + 0.2 * band) + 0.2 * random.random(coarse.shape) for band in range(bands)]
+    scale = numpy.iinfo(dtype).max / 4
+    return (pan * scale).astype(dtype), (numpy.array(ms) * scale / 1.2).astype(dtype)
+
+
+PAN, MS = pair()
+
+LAYOUTS = {
+    "rows": lambda a: a.copy(),
+    "columns first": lambda a: a.T.copy().T,
+    "interleaved": lambda a: numpy.moveaxis(numpy.moveaxis(a, 0, -1).copy(), -1, 0),
+    "upward, leftward": lambda a: a[..., ::-1, ::-1].copy()[..., ::-1, ::-1],
+    "bands backward": lambda a: a[::-1].copy()[::-1],
+    "part": lambda a: put(a, numpy.zeros(tuple(2 * n + 3 for n in a.shape), a.dtype)[tuple(slice(1, 2 * n, 2) for n in a.shape)]),
+    "odd addresses": lambda a: put(a, numpy.zeros(a.nbytes + 1, numpy.uint8)[1:].view(a.dtype).reshape(a.shape)),
+}
+
+
+def put(array, place):
+    place[...] = array
+    return place
+
+
+@pytest.mark.parametrize("dtype", [numpy.uint8, numpy.uint16])
+@pytest.mark.parametrize("options, arguments", [
+    ([], {}), (["--bands", "3,1"], {"bands": (3, 1)}),
+    (["--method", "kova", "-r", "bilinear", "--weights", "0.5,0.25,0.25"], {"method": "KOVA", "weights": (0.5, 0.25, 0.25)})])
+def test_the_samples_are_those_of_the_command(tmp_path, dtype, options, arguments):
+    def run(*command):
+        subprocess.run(list(map(str, command)), cwd=tmp_path, check=True)
+    pan, ms = pair(dtype)
+    for name, array, pixel in (("pan", pan[numpy.newaxis], 1), ("ms", ms, 2)):
+        bands, rows, columns = array.shape
+        array.tofile(tmp_path / f"{name}.raw")
+        (tmp_path / f"{name}.hdr").write_text(f"ENVI\nsamples = {columns}\nlines = {rows}\nbands = {bands}\ninterleave = bsq\n"
+                                              f"data type = {1 if array.itemsize == 1 else 12}\nbyte order = 0\n")
+        run("gdal_translate", "-q", "-a_ullr", 0, 0, columns * pixel, -rows * pixel, f"{name}.raw", f"{name}.tif")
+    run(os.environ["PANSHARP_COMMAND"], "sharpen", "-q", "pan.tif", "ms.tif", "-o", "out.tif", *options)
+    run("gdal_translate", "-q", "-of", "ENVI", "-co", "INTERLEAVE=BSQ", "out.tif", "out.raw")
+    fused = pansharp.fuse(pan, ms, **arguments)
+    assert numpy.array_equal(numpy.fromfile(tmp_path / "out.raw", dtype).reshape(fused.shape), fused)
+
+
+def random_case(seed):
+    """Arrays of any layout give what packed ones give."""
+    random = numpy.random.default_rng(seed)
+    ratio = int(random.integers(1, 5))
+    rows, columns = (ratio * int(n) for n in random.integers(1, 24, 2))
+    pan, ms = pair(random.choice([numpy.uint8, numpy.uint16]), rows, columns, ratio, int(random.integers(1, 6)), seed)
+    method = random.choice([m for m in pansharp.methods() if m != "IHS" or len(ms) > 2])
+    bands = tuple(map(int, random.integers(1, len(ms) + 1, random.integers(1, 8))))
+    expected = pansharp.fuse(pan, ms, method, bands=bands, threads=1)
+    kinds = random.choice(list(LAYOUTS), 3)
+    pan, ms, out = (LAYOUTS[kind](array) for kind, array in zip(kinds, (pan[numpy.newaxis], ms, numpy.zeros_like(expected))))
+    result = pansharp.fuse(pan, ms, method, bands=bands, out=out)
+    assert result is out and numpy.array_equal(out, expected), (seed, pan.shape, ms.shape, method, bands, kinds)
+
+
+def test_any_shape_layout_and_number_of_callers():
+    with concurrent.futures.ThreadPoolExecutor(3) as callers:
+        assert len(list(callers.map(random_case, range(400)))) == 400
+    row = PAN[:1, :].repeat(len(PAN), 0)
+    assert numpy.array_equal(pansharp.fuse(numpy.broadcast_to(PAN[:1, :], PAN.shape), MS), pansharp.fuse(row, MS))
+    with multiprocessing.get_context("fork").Pool(1) as child:
+        assert numpy.array_equal(child.apply(pansharp.fuse, (PAN, MS)), pansharp.fuse(PAN, MS))
+
+
+def test_a_part_with_a_margin_is_that_of_the_whole():
+    found = pansharp.fit(PAN, MS)
+    assert found.error < found.plain_error and found.samples > 0
+    whole = pansharp.fuse(PAN, MS)
+    part = pansharp.fuse(PAN[20:80], MS[:, 5:], fit=found, pixel_size=2, offset=(0, 5))
+    assert numpy.array_equal(part[:, 12:-12], whole[:, 32:68])
+    given = {name: getattr(found, name) for name in ("gains", "transfer", "low_pass_mean")}
+    assert numpy.array_equal(pansharp.fuse(PAN, MS, **given), whole)
+    assert pansharp.fit(PAN, MS, transfer=found.transfer) == dataclasses.replace(found, r_squared=None)
+
+
+def test_an_infrared_band_weighs_as_one_that_is_written():
+    whole = pansharp.fuse(PAN, MS, "Brovey", weights=(0.5, 0.3, 0.2))[:2]
+    weights = {"weights": (0.5, 0.3), "infrared_weight": 0.2}
+    assert numpy.array_equal(pansharp.fuse(PAN, MS[:2], "brovey", infrared=MS[2], **weights), whole)
+    placed = {"infrared_pixel_size": (2, 2), "infrared_offset": (0, 10), "pixel_size": 2, "offset": (0, 10)}
+    part = pansharp.fuse(PAN[20:], MS[:2], "Brovey", infrared=MS[2:], **weights, **placed)
+    assert numpy.array_equal(part, whole[:, 20:])
+
+
+def test_what_is_raised_on_the_way_arrives():
+    told = []
+    big, bands = (numpy.zeros(shape, numpy.uint16) for shape in ((4096, 2048), (4, 2048, 1024)))
+    assert pansharp.fuse(PAN, MS, progress=lambda *rows: told.append(rows)).any()
+    assert told == sorted(told) and told[-1] == (96, 96)
+
+    def halt(*_):
+        raise ZeroDivisionError
+    for last in (False, True):
+        with pytest.raises(ZeroDivisionError):
+            pansharp.fuse(PAN, MS, progress=lambda done, rows: halt() if not last or done == rows else None)
+    out = numpy.ones((4, 4096, 2048), numpy.uint16)
+    before = signal.signal(signal.SIGPROF, halt)  # a signal while nobody is told
+    signal.setitimer(signal.ITIMER_PROF, 0.002)
+    with pytest.raises(ZeroDivisionError):
+        pansharp.fuse(big, bands, "KOVA", threads=1, out=out)
+    signal.signal(signal.SIGPROF, before)
+    assert out[:, -1].all()
+
+
+READ_ONLY = numpy.zeros((3, 96, 120), numpy.uint16)
+READ_ONLY.flags.writeable = False
+BAD = [
+    (TypeError, "pan has samples of float64; scale them to whole numbers", {"pan": PAN / 65535}),
+    (TypeError, "ms has samples of >u2; the bytes of this machine", {"ms": MS.astype(">u2")}),
+    (TypeError, "int32; give ms.astype", {"ms": MS.astype(numpy.int32)}),
+    (TypeError, "samples of object", {"pan": None}),
+    (TypeError, "masked array", {"pan": numpy.ma.masked_equal(PAN, 0)}),
+    (TypeError, "pan is of uint16 and ms of uint8", {"ms": MS.astype(numpy.uint8)}),
+    (ValueError, r"axes must be \(row, column\)", {"pan": MS}),
+    (ValueError, r"axes must be \(band, row, column\)", {"ms": MS[0]}),
+    (ValueError, "no samples", {"ms": MS[:, :0]}),
+    (ValueError, "numpy.moveaxis", {"ms": numpy.moveaxis(MS, 0, -1)}),
+    (ValueError, "are the images exchanged", {"pan": MS[0], "ms": PAN[numpy.newaxis]}),
+    (ValueError, "less than 10000", {"pixel_size": 1e300}),
+    (ValueError, "pixel_size is nan", {"pixel_size": (2, numpy.nan)}),
+    (ValueError, "pixel_size is 0", {"pixel_size": 0}),
+    (ValueError, "pan lies on the columns", {"offset": (50, 0)}),
+    (ValueError, "offset has 1 items", {"offset": [1]}),
+    (ValueError, "there is no method 'Median'", {"method": "Median"}),
+    (TypeError, "method is 3", {"method": 3}),
+    (ValueError, "2 weights are given for 3", {"weights": (1, 1)}),
+    (ValueError, r"weights\[1\] is nan", {"weights": (1, numpy.nan, 1)}),
+    (TypeError, r"weights\[0\] is 'a'", {"weights": ["a", 1, 1]}),
+    (TypeError, "weights is 1", {"weights": 1}),
+    (ValueError, "weights has 0 items", {"weights": ()}),
+    (ValueError, "infrared_weight is inf", {"infrared_weight": 10**400}),
+    (ValueError, "gains of band 2", {"gains": [(0, 1), (-1, 0), (0, 1)]}),
+    (ValueError, r"gains\[0\] has 3 items", {"gains": [(0, 1, 2)]}),
+    (ValueError, "transfer is 0", {"transfer": 0}),
+    (ValueError, "transfer 0.95", {"transfer": 0.95}),
+    (ValueError, "low_pass_mean is nan", {"low_pass_mean": numpy.nan}),
+    (ValueError, "the method KOVA does not compare", {"method": "KOVA", "transfer": 0.3}),
+    (TypeError, "fit is 1", {"fit": 1}),
+    (ValueError, "resampling is 'nearest'", {"resampling": "nearest"}),
+    (ValueError, "bands has 4", {"bands": (1, 4)}),
+    (TypeError, "no whole number", {"bands": (1.5,)}),
+    (ValueError, "threads is -1", {"threads": -1}),
+    (TypeError, "progress is 1", {"progress": 1}),
+    (TypeError, "out is of list", {"out": []}),
+    (TypeError, "out has samples of uint8", {"out": READ_ONLY.astype(numpy.uint8)}),
+    (ValueError, "out has the shape", {"out": READ_ONLY[:2]}),
+    (ValueError, "out is read-only", {"out": READ_ONLY}),
+    (ValueError, "overwrite each other", {"out": numpy.lib.stride_tricks.as_strided(READ_ONLY.copy(), (3, 96, 120), (2, 240, 2))}),
+    (ValueError, "repeats one sample", {"out": numpy.lib.stride_tricks.as_strided(READ_ONLY.copy(), (3, 96, 120), (0, 240, 2))}),
+]
+
+
+@pytest.mark.parametrize("kind, says, arguments", BAD)
+def test_refuses(kind, says, arguments):
+    with pytest.raises(kind, match=says):
+        pansharp.fuse(**{"pan": PAN, "ms": MS, **arguments})
+
+
+def test_refuses_to_write_over_what_it_reads():
+    memory = numpy.zeros((4, 96, 120), numpy.uint16)
+    with pytest.raises(ValueError, match="memory of its own"):
+        pansharp.fuse(memory[3], MS, out=memory[1:])
+    with pytest.raises(ValueError, match="nothing to fit"):
+        pansharp.fit(PAN, MS, method="KOVA")
