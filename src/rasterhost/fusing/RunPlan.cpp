@@ -40,7 +40,8 @@ std::uint64_t RowBytes(const Scene& scene, const OutputPlan& output) {
 }
 
 std::uint64_t PixelsOf(const PixelRect& rect) {
-    return rect.IsEmpty() ? 0 : std::uint64_t{rect.GetColumns()} * rect.GetRows();
+    if (rect.IsEmpty()) return 0;
+    return std::uint64_t{rect.GetColumns()} * rect.GetRows();
 }
 
 /// What a slot holds beside pan and output in its window: the images beneath, pan's low-pass and the rows of
