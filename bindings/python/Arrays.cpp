@@ -8,9 +8,12 @@
 #include <pybind11/stl.h>
 
 #include <array>
+#include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <exception>
 #include <limits>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
@@ -26,19 +29,58 @@ using Gains = std::pair<double, double>;
 
 PyObject* failureType = nullptr; ///< pansharp.Error, which the module keeps
 
-[[noreturn]] void Raise(PyObject* type, const char* text) {
-    // The C interface says "job.weights" of what is an argument here.
-    std::string words = text;
-    for (std::size_t at = 0; (at = words.find("job.", at)) != std::string::npos;)
-        words.erase(at, 4);
-    PyErr_SetString(type, words.c_str());
+[[noreturn]] void Raise(PyObject* type, const std::string& text) {
+    // Names of files may be of any bytes.
+    PyObject* words = PyUnicode_DecodeUTF8(text.data(), static_cast<py::ssize_t>(text.size()), "replace");
+    if (words) PyErr_SetObject(type, words);
+    Py_XDECREF(words);
     throw py::error_already_set();
 }
 
 void Check(pansharp_result result, const char* error) {
-    if (result == PANSHARP_BAD_ARGUMENT) Raise(PyExc_ValueError, error);
-    if (result != PANSHARP_OK) Raise(failureType, error);
+    if (result == PANSHARP_OK) return;
+    std::string text = error;
+    if (result != PANSHARP_BAD_ARGUMENT) Raise(failureType, text);
+    // The C interface says "job.weights" of what is an argument here.
+    for (std::size_t at = 0; (at = text.find("job.", at)) != std::string::npos;)
+        text.erase(at, 4);
+    Raise(PyExc_ValueError, text);
 }
+
+/// Calls that have given up the interpreter's lock. Python ends a thread that wants it back while the process
+/// ends, by unwinding it, and no exception may leave the engine: so the process waits for them.
+class Calls {
+public:
+    /// One of them, from before the lock is given up until it is back.
+    struct Running {
+        Running() {
+            const std::lock_guard lock(mutex);
+            if (isEnding) Raise(failureType, "nothing is fused any more: the process ends");
+            ++count;
+        }
+        Running(const Running&) = delete;
+        Running& operator=(const Running&) = delete;
+        ~Running() {
+            const std::lock_guard lock(mutex);
+            --count;
+            changed.notify_all();
+        }
+    };
+
+    static bool IsEnding() { return isEnding; }
+    static void End() {
+        const py::gil_scoped_release released;
+        std::unique_lock lock(mutex);
+        isEnding = true;
+        changed.wait(lock, [] { return count == 0; });
+    }
+
+private:
+    static inline std::mutex mutex;
+    static inline std::condition_variable changed;
+    static inline int count = 0;
+    static inline std::atomic<bool> isEnding = false;
+};
 
 /// The plug-in, loaded at the first call and kept: arrays may be fused until the process ends.
 const pansharp* Library() {
@@ -86,6 +128,7 @@ struct Watch {
 
     static int Tell(std::uint32_t done, std::uint32_t rows, void* data) {
         auto& watch = *static_cast<Watch*>(data);
+        if (Calls::IsEnding()) return 1;
         const py::gil_scoped_acquire lock;
         try {
             if (PyErr_CheckSignals() != 0) throw py::error_already_set();
@@ -136,6 +179,7 @@ public:
         char error[2048];
         pansharp_result result = PANSHARP_FAILED;
         {
+            const Calls::Running call;
             const py::gil_scoped_release released;
             result = pansharp_fit(library, &job, found.data(), &detail, error, sizeof error);
         }
@@ -159,6 +203,7 @@ public:
         char error[2048];
         pansharp_result result = PANSHARP_FAILED;
         {
+            const Calls::Running call;
             const py::gil_scoped_release released;
             result = pansharp_fuse(library, &whole, error, sizeof error);
         }
@@ -201,6 +246,7 @@ PYBIND11_MODULE(_arrays, module) {
     if (!failureType) throw py::error_already_set();
     module.add_object("Error", failureType);
     module.attr("version") = pansharp_version();
+    py::module_::import("atexit").attr("register")(py::cpp_function(&Calls::End));
     module.def("methods", &Methods);
     py::class_<Job>(module, "Job")
         .def(py::init<py::array, py::array, const Placement&, std::optional<py::array>, const Placement&,

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <atomic>
 #include <condition_variable>
+#include <exception>
 #include <mutex>
 #include <optional>
 #include <system_error>
@@ -34,7 +35,7 @@ std::uint32_t WindowRows(const FuseJob& job, std::uint32_t threads) {
 
 std::uint32_t ThreadCount(const FuseJob& job) {
     const std::uint32_t wanted = job.threads != 0 ? job.threads : std::thread::hardware_concurrency();
-    return std::clamp(wanted, 1u, (job.pan.info.rows + 15) / 16);
+    return std::clamp(wanted, 1u, (job.pan.info.rows - 1) / 16 + 1);
 }
 
 /// A worker with the images that it reads. Used by one thread.
@@ -99,6 +100,7 @@ public:
             throw;
         }
         helpers.clear();
+        if (thrown) std::rethrow_exception(thrown);
         if (cancelled)
             status.Add(CStatus::Cancelled,
                        FormatString("cancelled by the progress callback after %u of %u rows", reportedRows,
@@ -131,6 +133,7 @@ private:
             stop = true;
             const std::lock_guard lock(mutex);
             failed = true;
+            thrown = std::current_exception();
         }
         const std::lock_guard lock(mutex);
         --running;
@@ -208,6 +211,7 @@ private:
     bool failed = false;
     bool cancelled = false; ///< used by the calling thread only
     Status failure;
+    std::exception_ptr thrown; ///< by a helper
 };
 
 } // namespace

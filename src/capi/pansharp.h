@@ -127,7 +127,7 @@ typedef struct pansharp_job {
 /** What pansharp_fit found. */
 typedef struct pansharp_detail {
     double transfer;      /**< for the member of the job */
-    double low_pass_mean; /**< for the member of the job */
+    double low_pass_mean; /**< for the member of the job; 0 where no pixel tells it */
     /** How well the bands make up pan's low-pass by that blur, 1 at best; below 0.5 the transfer is the usual
      * 0.3, and where the job gave one this is 0. */
     double blur_r_squared;

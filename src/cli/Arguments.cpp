@@ -21,16 +21,18 @@ std::vector<const OptionEntry*> ReadingOrder(const CommandEntry& command) {
 
 } // namespace
 
-Arguments ReadArguments(const CommandLine& line, Arguments base) {
-    base.line = line;
+Arguments ReadArguments(const CommandLine& line) {
+    Arguments arguments;
+    arguments.line = line;
     const CommandEntry& command = line.GetCommand();
-    if (command.readInputs) command.readInputs(line, base);
+    if (command.readInputs) command.readInputs(line, arguments);
     for (const OptionEntry* option : ReadingOrder(command)) {
         if (!option->missing.empty() && line.Get(*option).empty())
             throw UsageError(std::string(option->missing));
-        if (line.Has(*option)) option->read({std::string(option->Key()), line.GetAll(*option), line}, base);
+        if (line.Has(*option))
+            option->read({std::string(option->Key()), line.GetAll(*option), line}, arguments);
     }
-    return base;
+    return arguments;
 }
 
 } // namespace cli

@@ -28,8 +28,8 @@ struct Arguments : rasterhost::SharpenRequest,
     std::optional<rasterhost::SceneRecord> scene; ///< that a file describes, in the place of a pair
 };
 
-/// Reads the inputs and then every option that was typed, on top of what `base` asks for: those that the
-/// command has to have in order first, the others in the order of the table. Throws UsageError.
-[[nodiscard]] Arguments ReadArguments(const CommandLine& line, Arguments base = Arguments());
+/// Reads the inputs and then every option that was typed: those that the command has to have in order first,
+/// the others in the order of the table. Throws UsageError.
+[[nodiscard]] Arguments ReadArguments(const CommandLine& line);
 
 } // namespace cli

@@ -214,7 +214,7 @@ void ReadBlur(const TypedOption& option, Arguments& to) {
     std::istringstream list(option.Value());
     for (std::string part; std::getline(list, part, ',');)
         to.blur.multispectral.push_back(ParseTransfer(option.name, part));
-    if (to.blur.multispectral.empty())
+    if (to.blur.multispectral.empty() || option.Value().ends_with(','))
         throw UsageError(option.name + ": no number is given; give one such as 0.3");
 }
 

@@ -8,8 +8,8 @@
 #include <type_traits>
 #include <vector>
 
-/// How the values of options become fields: what stands in the table of options behind the help. A reader
-/// sets its field whatever was there before, and throws UsageError.
+/// How the values of options become fields: what stands in the table of options behind the help. Throws
+/// UsageError.
 namespace cli {
 
 template <auto Field>

@@ -6,6 +6,7 @@ import multiprocessing
 import os
 import signal
 import subprocess
+import sys
 
 import numpy
 import numpy.lib.stride_tricks
@@ -126,6 +127,22 @@ def test_what_is_raised_on_the_way_arrives():
     assert out[:, -1].all()
 
 
+def test_a_fit_of_nothing_serves():
+    black = numpy.zeros_like(PAN), numpy.zeros_like(MS)
+    assert not pansharp.fuse(*black, fit=pansharp.fit(*black)).any()
+
+
+def test_the_process_ends_while_a_thread_fuses():
+    program = ("import numpy, pansharp, threading, time\n"
+               "pair = numpy.zeros((2048, 2048), numpy.uint8), numpy.zeros((4, 1024, 1024), numpy.uint8)\n"
+               "def work():\n"
+               "    while True: pansharp.fuse(*pair, 'KOVA', progress=lambda *_: None)\n"
+               "threading.Thread(target=work, daemon=True).start()\n"
+               "time.sleep(0.2)\n")
+    for _ in range(3):
+        assert subprocess.run([sys.executable, "-c", program], timeout=60).returncode == 0
+
+
 READ_ONLY = numpy.zeros((3, 96, 120), numpy.uint16)
 READ_ONLY.flags.writeable = False
 BAD = [
@@ -147,6 +164,9 @@ BAD = [
     (ValueError, "offset has 1 items", {"offset": [1]}),
     (ValueError, "there is no method 'Median'", {"method": "Median"}),
     (TypeError, "method is 3", {"method": 3}),
+    (TypeError, "method is 'KOVA", {"method": "KOVA\0x"}),
+    (TypeError, "weights is {", {"weights": {1.0, 2.0, 3.0}}),
+    (ValueError, "give infrared, too", {"infrared_offset": (0, 0)}),
     (ValueError, "2 weights are given for 3", {"weights": (1, 1)}),
     (ValueError, r"weights\[1\] is nan", {"weights": (1, numpy.nan, 1)}),
     (TypeError, r"weights\[0\] is 'a'", {"weights": ["a", 1, 1]}),

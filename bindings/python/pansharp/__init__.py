@@ -34,13 +34,13 @@ class Fit:
     gains: tuple[tuple[float, float], ...]
     """For each band a share of the detail, and a share of the detail times the band's ratio to pan's low-pass."""
     low_pass_mean: float
-    """Mean of pan's low-pass, in units of the samples."""
+    """Mean of pan's low-pass, in units of the samples; 0 where no pixel tells it."""
     r_squared: float | None
-    """How well the bands make up pan's low-pass, 1 at best; below 0.5 the transfer is the usual 0.3. None when it was given."""
+    """How well the bands make up pan's low-pass, 1 at best; below 0.5 the transfer is the usual 0.3. None when the transfer was given."""
     samples: int
     """Pixels one scale down that the gains were fitted to, or are judged by."""
     error: float | None
-    """ERGAS one scale down, where the truth is known, of the fused image. None when there are too few samples."""
+    """ERGAS one scale down, where the truth is known, of the fused image. None when too few samples, or black ones, tell nothing."""
     plain_error: float | None
     """The same of what is merely upsampled."""
 
@@ -57,9 +57,11 @@ def _job(pan: Any, ms: Any, method: Any, weights: Any, infrared: Any, infrared_w
     pan = _checks.image("pan", pan, "(row, column)")
     ms = _checks.image("ms", ms, "(band, row, column)")
     infrared_place: tuple[float, ...] = (0.0, 0.0, 0.0, 0.0)
+    if infrared is None and (infrared_pixel_size is not None or infrared_offset is not None):
+        raise ValueError("infrared_pixel_size and infrared_offset place the infrared band; give infrared, too, or leave them out")
     if infrared is not None:
         infrared = _checks.image("infrared", infrared, "(row, column)")
-        infrared_place = _checks.placement("infrared", infrared, pan, infrared_pixel_size, infrared_offset)
+        infrared_place = _checks.placement("infrared", infrared, pan, infrared_pixel_size, infrared_offset, "infrared_")
     _checks.same_depth(pan, ms=ms, infrared=infrared)
     chosen = _checks.bands(bands, ms.shape[0])
     job = _arrays.Job(pan, ms, _checks.placement("ms", ms, pan, pixel_size, offset), infrared, infrared_place,
@@ -125,7 +127,7 @@ def fuse(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, method: str | 
             raise TypeError(f"fit is {fit!r}; give what pansharp.fit returned")
         gains = fit.gains if gains is None else gains
         transfer = fit.transfer if transfer is None else transfer
-        low_pass_mean = fit.low_pass_mean if low_pass_mean is None else low_pass_mean
+        low_pass_mean = fit.low_pass_mean or None if low_pass_mean is None else low_pass_mean
     job, shape, dtype = _job(pan, ms, method, weights, infrared, infrared_weight, gains, transfer, low_pass_mean, resampling, bands,
                              pixel_size, offset, infrared_pixel_size, infrared_offset)
     result = _checks.output(out, shape, dtype)

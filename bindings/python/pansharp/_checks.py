@@ -52,7 +52,8 @@ def same_depth(pan: numpy.ndarray, **others: numpy.ndarray | None) -> None:
             raise TypeError(f"pan is of {pan.dtype} and {name} of {array.dtype}; give both as numpy.uint16")
 
 
-def placement(name: str, array: numpy.ndarray, pan: numpy.ndarray, pixel_size: Any, offset: Any) -> tuple[float, ...]:
+def placement(name: str, array: numpy.ndarray, pan: numpy.ndarray, pixel_size: Any, offset: Any,
+              prefix: str = "") -> tuple[float, ...]:
     """Pixel width and height in pan pixels and the column and row of the image on which pan's corner lies; 0 for the usual."""
     if pixel_size is None:
         across, down = (pan.shape[axis] / array.shape[axis] for axis in (2, 1))
@@ -60,13 +61,13 @@ def placement(name: str, array: numpy.ndarray, pan: numpy.ndarray, pixel_size: A
         if min(across, down) >= 1 and max(across, down) > 2 * min(across, down):
             raise ValueError(f"with the shapes {pan.shape[1:]} of pan and {array.shape} of {name}, a pixel of {name} is {across:g} pan "
                              f"pixels wide and {down:g} high; its axes must be (band, row, column), which numpy.moveaxis("
-                             f"{name}, -1, 0) makes of (row, column, band); give pixel_size if it is meant")
+                             f"{name}, -1, 0) makes of (row, column, band); give {prefix}pixel_size if it is meant")
         size = (0.0, 0.0)
     else:
-        size = _pair("pixel_size", pixel_size)
+        size = _pair(prefix + "pixel_size", pixel_size)
         if min(size) <= 0:
-            raise ValueError(f"pixel_size is {pixel_size!r}; give the width and height of a pixel of {name} in pan pixels, 1 or more")
-    return size + ((0.0, 0.0) if offset is None else _pair("offset", offset))
+            raise ValueError(f"{prefix}pixel_size is {pixel_size!r}; give the width and height of a pixel of {name} in pan pixels, 1 or more")
+    return size + ((0.0, 0.0) if offset is None else _pair(prefix + "offset", offset))
 
 
 def number(name: str, given: Any) -> float:
@@ -98,7 +99,8 @@ def _pair(name: str, given: Any) -> tuple[float, float]:
 
 
 def _items(name: str, given: Any, count: int | None = None) -> tuple[Any, ...]:
-    if isinstance(given, (str, bytes)) or not isinstance(given, Iterable):
+    unordered = isinstance(given, (str, bytes, dict, set, frozenset))
+    if unordered or not isinstance(given, Iterable) or (isinstance(given, numpy.ndarray) and given.ndim == 0):
         raise TypeError(f"{name} is {given!r}; give a sequence of numbers")
     items = tuple(given)
     if not items or (count is not None and len(items) != count):
@@ -144,7 +146,7 @@ def threads(given: Any) -> int:
 
 
 def method(given: Any) -> str | None:
-    if given is not None and not isinstance(given, str):
+    if given is not None and not (isinstance(given, str) and given.isalnum() and given.isascii()):
         raise TypeError(f"method is {given!r}; give one of pansharp.methods(), or None for the recommended one")
     return given
 
