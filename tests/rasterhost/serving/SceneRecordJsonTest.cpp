@@ -100,7 +100,9 @@ bool Fits(const Json& schema, const Json& root, const Json& value, std::set<cons
     const auto isType = [&](const Json& one) {
         return one == type || (one == "number" && type == "integer");
     };
-    for (const auto& [word, rule] : schema.items()) {
+    for (const auto& item : schema.items()) {
+        const std::string& word = item.key();
+        const Json& rule = item.value();
         bool fits = word == "$schema" || word == "title" || word == "description" || word == "$defs";
         if (word == "type")
             fits = rule.is_array() ? std::any_of(rule.begin(), rule.end(), isType) : isType(rule);
