@@ -20,8 +20,29 @@ int Identify(GDALOpenInfo* how) {
                                                    static_cast<std::size_t>(how->nHeaderBytes)));
 }
 
+/// Says for as long as it lives that this thread opens a description.
+class Opening {
+public:
+    Opening() { isOpening = true; }
+    Opening(const Opening&) = delete;
+    Opening& operator=(const Opening&) = delete;
+    ~Opening() { isOpening = false; }
+
+    [[nodiscard]] static bool IsGoingOn() { return isOpening; }
+
+private:
+    static inline thread_local bool isOpening = false;
+};
+
 GDALDataset* Open(GDALOpenInfo* how) {
     if (!Identify(how)) return nullptr;
+    if (Opening::IsGoingOn()) { // by whatever name an input leads back to a description
+        CPLError(CE_Failure, CPLE_NotSupported,
+                 "'%s' describes a sharpened scene, and so is no input of another; name its images",
+                 how->pszFilename);
+        return nullptr;
+    }
+    const Opening opening;
     if (how->eAccess == GA_Update) {
         CPLError(CE_Failure, CPLE_NotSupported,
                  "'%s' describes a sharpened scene and cannot be changed; open it for reading only",

@@ -99,10 +99,11 @@ void SceneDataset::TakeMetadata() {
 std::unique_ptr<SceneDataset> SceneDataset::OpenDescription(const char* name, GDALOpenInfo& how) {
     std::unique_ptr<SceneDataset> dataset;
     const bool isOpen = RunReporting([&](rasterhost::Status& status) {
-        const auto warn = [](const std::string& text) {
-            CPLError(CE_Warning, CPLE_AppDefined, "%s", text.c_str());
-        };
+        std::vector<std::string> warnings; // what is reported while it opens is caught
+        const auto warn = [&](const std::string& text) { warnings.push_back(text); };
         const Scene opened = rasterhost::OpenSceneFile(name, {}, CountThreads(how), warn, status);
+        for (const std::string& text : warnings)
+            CPLError(CE_Warning, CPLE_AppDefined, "%s", text.c_str());
         if (!opened) return false;
         const auto described = Describe(*opened, status);
         if (!described) return false;

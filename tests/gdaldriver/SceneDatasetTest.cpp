@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <cstdio>
+#include <regex>
 #include <sys/wait.h>
 
 namespace {
@@ -152,11 +153,14 @@ const Line lines[] = {
     {"gdaladdo -q -ro below/second.pansharp 2 && gdalinfo below/second.pansharp", 0, "Overviews: 350x265\n"},
     {"gdalmanage delete below/second.pansharp && ls below | wc -l", 0, "0\n"},
     {"gdalmanage delete scene.pansharp && ls *.tif *.pansharp", 0,
-     "changed.pansharp\ncog.tif\ncut.pansharp\nfrom-file.tif\nmarked.pansharp\nms.tif\n"
-     "once.tif\npan.tif\ntiled.tif\ntwo.tif\nwarped.tif\n"},
+     "blank.pansharp\nchanged.pansharp\ncog.tif\ncut.pansharp\nfrom-file.tif\nmarked.pansharp\nms.tif\n"
+     "once.tif\npan.tif\nself.pansharp\ntiled.tif\ntwo.tif\nwarped.tif\n"},
     {"gdal_translate -q cut.pansharp no.tif", 1, "cut.pansharp"},
     {"gdal_translate -q changed.pansharp no.tif", 1, "701"},
     {"gdal_translate -q other.json no.tif", 1, "not recognized"},
+    {"gdal_translate -q blank.pansharp no.tif", 1, "not recognized"},
+    {"gdal_translate -q self.pansharp no.tif", 1, "is no input of another"},
+    {"printf '\\0' >> ms.tif; gdalinfo marked.pansharp", 0, "bytes and had"},
     {"PANSHARP_PLUGIN=no.process gdal_translate -q marked.pansharp no.tif", 1, "no plug-in file"},
     {"truncate -s 100K pan.tif && gdal_translate -q marked.pansharp no.tif", 1, "pan.tif"},
     {"rm ms.tif && gdal_translate -q marked.pansharp no.tif", 1, "was it moved or removed?"},
@@ -168,13 +172,16 @@ TEST(SceneDataset, ServesTheProgramsOfGdal) {
     pair.Write();
     const auto text = ReadText(pair.folder / "scene.pansharp");
     const auto write = [&](const char* name, std::string content, const char* from = "",
-                           const char* to = "") {
+                           const std::string& to = "") {
         content.replace(content.find(from), std::string(from).size(), to);
         std::ofstream(pair.folder / name) << content;
     };
     write("marked.pansharp", "\xEF\xBB\xBF" + text);
     write("cut.pansharp", text.substr(0, text.size() / 2));
     write("changed.pansharp", text, "\"columns\": 700", "\"columns\": 701");
+    write("blank.pansharp", text, "{", "{" + std::string(60, ' '));
+    write("self.pansharp", std::regex_replace(text, std::regex("\"pan.tif\",\\s*\"relative\": true"),
+                                              R"("vrt://self.pansharp", "relative": false)"));
     write("other.json",
           "{\"comment\": \"pansharp_scene\", \"type\": \"FeatureCollection\", \"features\": []}");
     for (const Line& line : lines) {

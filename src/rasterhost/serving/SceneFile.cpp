@@ -93,7 +93,7 @@ bool Write(const std::string& name, const std::string& text) {
 
 } // namespace
 
-bool IsSceneFile(const std::string& name) { return LooksLikeRecord(ReadStart(name, 64)); }
+bool IsSceneFile(const std::string& name) { return LooksLikeRecord(ReadStart(name, recordStart)); }
 
 bool ReadSceneFile(const std::string& name, SceneRecord& record, Status& status) {
     const std::string text = ReadStart(name, mostBytes + 1);

@@ -142,7 +142,8 @@ private:
 
 } // namespace
 
-bool LooksLikeRecord(const std::string& start) {
+bool LooksLikeRecord(const std::string& text) {
+    const std::string start = text.substr(0, recordStart);
     constexpr const char* blanks = " \t\r\n";
     constexpr const char* byteOrderMark = "\xEF\xBB\xBF"; // some editors put one
     const std::size_t first = start.starts_with(byteOrderMark) ? 3 : 0;

@@ -21,7 +21,11 @@ inline constexpr std::uint64_t sceneFileVersion = 1;
 [[nodiscard]] bool ReadRecord(const std::string& text, const std::string& file, SceneRecord& record,
                               Status& status);
 
-/// True when a text begins as descriptions do.
-[[nodiscard]] bool LooksLikeRecord(const std::string& start);
+/// How many bytes tell whether a text is a description.
+inline constexpr std::size_t recordStart = 64;
+
+/// True when the first `recordStart` bytes of a text begin as descriptions do. What follows does not count,
+/// so that all who ask agree, however much each has read.
+[[nodiscard]] bool LooksLikeRecord(const std::string& text);
 
 } // namespace rasterhost
