@@ -3,6 +3,7 @@
 #include <cpl_conv.h>
 #include <cpl_string.h>
 
+#include <algorithm>
 #include <memory>
 #include <span>
 #include <vector>
@@ -22,13 +23,14 @@ struct FreeByVsi {
 
 } // namespace
 
-RecordPart::Json CollarToJson(const ZeroCollar& collar) {
+RecordPart::Json CollarToJson(const ZeroCollar& collar, std::size_t& left) {
     const std::vector<unsigned char> packed = collar.ToBytes();
-    if (packed.size() > mostPacked) return {};
+    if (packed.size() > std::min(mostPacked, left)) return {};
     std::size_t count = 0;
     const std::unique_ptr<void, FreeByVsi> deflated(
         CPLZLibDeflate(packed.data(), packed.size(), 9, nullptr, 0, &count));
     if (!deflated || count > mostDeflated) return {};
+    left -= packed.size();
     const std::unique_ptr<char, FreeByVsi> letters(
         CPLBase64Encode(static_cast<int>(count), static_cast<const GByte*>(deflated.get())));
     return {{"columns", collar.GetColumns()},
@@ -37,11 +39,14 @@ RecordPart::Json CollarToJson(const ZeroCollar& collar) {
             {"runs", letters.get()}};
 }
 
-std::shared_ptr<const ZeroCollar> CollarFromJson(const RecordPart& part) {
+std::shared_ptr<const ZeroCollar> CollarFromJson(const RecordPart& part, std::size_t& left) {
     part.CheckKeys({"columns", "rows", "bytes", "runs"});
     const auto columns = static_cast<std::uint32_t>(part.Get("columns").GetWhole(1, mostPixels));
     const auto rows = static_cast<std::uint32_t>(part.Get("rows").GetWhole(1, mostPixels));
-    std::vector<unsigned char> packed(part.Get("bytes").GetWhole(1, mostPacked));
+    const std::size_t bytes = part.Get("bytes").GetWhole(1, mostPacked);
+    if (bytes > left) part.Refuse("takes the collars beyond 16 MB in all");
+    left -= bytes;
+    std::vector<unsigned char> packed(bytes);
     std::string letters = part.Get("runs").GetText(mostLetters);
     const int count = CPLBase64DecodeInPlace(reinterpret_cast<GByte*>(letters.data()));
     std::size_t size = 0;

@@ -7,11 +7,15 @@
 
 namespace rasterhost {
 
-/// A collar as an object of a description: its runs packed, deflated and in base64. Null when they take more
-/// than 256 KB, deflated.
-[[nodiscard]] RecordPart::Json CollarToJson(const ZeroCollar& collar);
+/// How many bytes the packed runs of all collars of a description may take, before they are deflated. In
+/// memory they take some times as much.
+inline constexpr std::size_t mostPackedInAll = std::size_t{16} << 20;
 
-/// Throws RecordFault.
-[[nodiscard]] std::shared_ptr<const ZeroCollar> CollarFromJson(const RecordPart& part);
+/// A collar as an object of a description: its runs packed, deflated and in base64. Null when they take more
+/// than 256 KB, deflated, or packed more than `left` bytes, which become fewer.
+[[nodiscard]] RecordPart::Json CollarToJson(const ZeroCollar& collar, std::size_t& left);
+
+/// The same way back, with the same `left`. Throws RecordFault.
+[[nodiscard]] std::shared_ptr<const ZeroCollar> CollarFromJson(const RecordPart& part, std::size_t& left);
 
 } // namespace rasterhost

@@ -7,6 +7,7 @@
 #include <limits>
 #include <map>
 #include <optional>
+#include <set>
 
 namespace rasterhost {
 
@@ -120,8 +121,10 @@ private:
         part.CheckKeys({"weights", "detail", "collars", "warnings"});
         if (const auto weights = part.Find("weights")) ReadFit(*weights);
         if (const auto detail = part.Find("detail")) ReadDetail(*detail);
-        for (const RecordPart& collar : part.Get("collars").GetList(mostBands + 2))
-            record.found.collars.push_back(collar.IsNull() ? nullptr : CollarFromJson(collar));
+        const std::size_t mostImages = record.pair.multispectral.size() + 2; // pan and infrared
+        std::size_t left = mostPackedInAll;
+        for (const RecordPart& collar : part.Get("collars").GetList(mostImages))
+            record.found.collars.push_back(collar.IsNull() ? nullptr : CollarFromJson(collar, left));
         for (const RecordPart& warning : part.Get("warnings").GetList(mostBands))
             record.warnings.push_back(warning.GetText());
     }
@@ -204,9 +207,10 @@ private:
         if (const auto content = part.Find("content")) print.content = content->GetText(16);
         return print;
     }
-    /// Every input has its fingerprint, which has its band.
+    /// Every input has its fingerprint, which has its band, and nothing else has one.
     void CheckFiles(const RecordPart& part) {
         std::map<std::string, std::uint32_t> bandsOf;
+        std::set<std::string> inputs;
         for (const FileFingerprint& print : record.files) {
             bandsOf[print.name] = print.bands;
             record.pair.transparency[print.name] = static_cast<int>(print.transparency);
@@ -214,6 +218,7 @@ private:
         const auto check = [&](const InputBand& input) {
             const auto print = bandsOf.find(input.file);
             if (print == bandsOf.end()) part.Refuse("lacks the input '" + input.file + "'");
+            inputs.insert(input.file);
             if (input.band && static_cast<std::uint32_t>(*input.band) > print->second)
                 part.Refuse("knows no band " + std::to_string(*input.band) + " of '" + input.file + "'");
         };
@@ -221,6 +226,8 @@ private:
         for (const InputBand& input : record.pair.multispectral)
             check(input);
         if (record.pair.infrared) check(*record.pair.infrared);
+        for (const FileFingerprint& print : record.files)
+            if (inputs.count(print.name) == 0) part.Refuse("names '" + print.name + "', which is no input");
     }
 
     const std::string& file;

@@ -52,6 +52,29 @@ bool RefuseDescription(const std::string& input, const std::string& source, Stat
                 input == source ? "" : ("'" + input + "'").c_str());
 }
 
+/// True for a format whose files hold their own pixels: none names other files, servers or databases, in ways
+/// that a list of its files need not tell.
+bool HoldsItsPixels(GDALDriver& driver) {
+    const char* name = driver.GetDescription();
+    for (const char* known : {"GTiff", "COG", "JP2OpenJPEG", "JPEG", "PNG", "BMP", "NITF", "ENVI"})
+        if (EQUAL(name, known)) return true;
+    return false;
+}
+
+/// `driver` is the one that opens a file, if any does.
+bool CheckFormat(GDALDriver* driver, const std::string& file, Status& status) {
+    return !driver || HoldsItsPixels(*driver) ||
+           Fail(status, HostStatus::InputNotSupported,
+                "'%s' is of the format %s, which may read further files, and PANSHARP_INPUT_ROOT confines "
+                "inputs to a folder; make a GeoTIFF of it",
+                file.c_str(), driver->GetDescription());
+}
+
+GDALDriver* FindDriver(const std::string& file) {
+    const GdalErrors silence;
+    return GDALDriver::FromHandle(GDALIdentifyDriverEx(file.c_str(), GDAL_OF_RASTER, nullptr, nullptr));
+}
+
 /// Looks at the sources of inputs, and at theirs.
 class SourceCheck {
 public:
@@ -59,6 +82,7 @@ public:
         : root(std::move(confiningFolder)), status(checkStatus) {}
 
     bool Check(const std::string& input, GDALDataset& dataset, int level = 0) {
+        if (!root.empty() && !CheckFormat(dataset.GetDriver(), input, status)) return false;
         const CPLStringList list(dataset.GetFileList());
         for (int i = 0; i < list.size(); ++i)
             if (const std::string file = list[i]; file != input && seen.insert(file).second)
@@ -71,8 +95,9 @@ private:
         constexpr int mostNested = 32;
         const std::string start = ReadStart(file, 256);
         if (LooksLikeRecord(start)) return RefuseDescription(input, file, status);
-        if (!root.empty() && !CheckStaysIn(root, file, "a source of the input '" + input + "'", status))
-            return false;
+        if (!root.empty()) // formats that have sources of their own are refused
+            return CheckStaysIn(root, file, "a source of the input '" + input + "'", status) &&
+                   CheckFormat(FindDriver(file), file, status);
         if (start.find("<VRTDataset") == std::string::npos || level >= mostNested) return true;
         const GdalErrors silence;
         const GDALDatasetUniquePtr source(GDALDataset::Open(file.c_str(), GDAL_OF_RASTER));
@@ -109,6 +134,7 @@ bool ReadSceneFile(const std::string& name, SceneRecord& record, Status& status)
         if (!root.empty() && !CheckStaysIn(root, input, "an input of the description '" + name + "'", status))
             return false;
         if (IsSceneFile(input)) return RefuseDescription(input, input, status);
+        if (!root.empty() && !CheckFormat(FindDriver(input), input, status)) return false;
     }
     return true;
 }

@@ -118,8 +118,9 @@ private:
             object["detail"] = found;
         }
         object["collars"] = Json::array();
+        std::size_t left = mostPackedInAll;
         for (const auto& collar : record.found.collars)
-            object["collars"].push_back(collar ? CollarToJson(*collar) : Json());
+            object["collars"].push_back(collar ? CollarToJson(*collar, left) : Json());
         object["warnings"] = record.warnings;
         return object;
     }

@@ -172,6 +172,9 @@ TEST(SceneRecordJson, NamesFileAndKeyOfWhatIsDamaged) {
     Status written;
     ASSERT_TRUE(rasterhost::WriteRecord(MakeRecord(folder), folder / "a.pansharp", text, written));
     const std::string whole = text;
+    const std::size_t files = whole.find('{', whole.find("\"files\""));
+    std::string stranger = whole.substr(files, whole.find('}', files) - files + 1);
+    stranger.replace(stranger.find("\"path\": \"") + 9, 0, "x");
     const Damage damages[] = {
         {"{", "", "does not begin with the key"},
         {"\"pansharp_scene\": 1", "\"pansharp_scene\": 2", "version 2, and this program reads version 1"},
@@ -182,6 +185,9 @@ TEST(SceneRecordJson, NamesFileAndKeyOfWhatIsDamaged) {
         {"\"path\": \"pan.tif\"", "\"path\": \"pan\\u0000\"", "'inputs.pan.path' holds a zero byte"},
         {"\"path\": \"pan.tif\"", "\"path\": \"" + std::string(70000, 'x') + "\"", "longer than 65536"},
         {"\"path\": \"pan.tif\"", "\"path\": \"other.tif\"", "'files' lacks the input"},
+        {"\"collars\": [", "\"collars\": [null,null,null,null,null,null,null,",
+         "'found.collars' has more than"},
+        {"\"files\": [", "\"files\": [" + stranger + ",", "which is no input"},
         {"\"band\": 3", "\"band\": 5", "'files' knows no band 5 of"},
         {"\"band\": 3", "\"band\": 3e9", "'inputs.multispectral[0].band' is no whole number from 1"},
         {"-9999.0", "1e999", "a number that is too large"},
