@@ -16,13 +16,16 @@ SceneBand::SceneBand(SceneDataset& dataset, int number, GDALDataType type, GDALR
 
 SceneDataset& SceneBand::GetScene() const { return *static_cast<SceneDataset*>(poDS); }
 
+/// Those in files have no mask, and so do not show where there is one.
+int SceneBand::CountInFiles() { return GetScene().GetMask() ? 0 : GDALPamRasterBand::GetOverviewCount(); }
+
 int SceneBand::GetOverviewCount() {
-    const int inFiles = GDALPamRasterBand::GetOverviewCount();
+    const int inFiles = CountInFiles();
     return inFiles > 0 ? inFiles : GetScene().CountLevels();
 }
 
 GDALRasterBand* SceneBand::GetOverview(int number) {
-    if (GDALPamRasterBand::GetOverviewCount() > 0) return GDALPamRasterBand::GetOverview(number);
+    if (CountInFiles() > 0) return GDALPamRasterBand::GetOverview(number);
     if (number < 0 || number >= GetScene().CountLevels()) return nullptr;
     return GetScene().GetLevel(number).GetRasterBand(nBand);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "gdaldriver/StatusErrors.h"
+
 #include <gdal_pam.h>
 
 namespace gdaldriver {
@@ -16,6 +18,11 @@ public:
     double GetNoDataValue(int* isThere) override { return described.GetNoDataValue(isThere); }
     double GetOffset(int* isThere) override { return described.GetOffset(isThere); }
     double GetScale(int* isThere) override { return described.GetScale(isThere); }
+    CPLErr SetColorInterpretation(GDALColorInterp) override { return RefuseChange(); }
+    CPLErr SetNoDataValue(double) override { return RefuseChange(); }
+    CPLErr DeleteNoDataValue() override { return RefuseChange(); }
+    CPLErr SetOffset(double) override { return RefuseChange(); }
+    CPLErr SetScale(double) override { return RefuseChange(); }
     /// Overviews in files come first; the coarser levels stand in where there are none.
     int GetOverviewCount() override;
     GDALRasterBand* GetOverview(int number) override;
@@ -27,6 +34,7 @@ protected:
 
 private:
     [[nodiscard]] SceneDataset& GetScene() const;
+    [[nodiscard]] int CountInFiles();
 
     GDALRasterBand& described;
 };

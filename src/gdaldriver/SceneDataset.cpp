@@ -217,7 +217,8 @@ CPLErr SceneDataset::IRasterIO(GDALRWFlag flag, int column, int row, int columns
                                int outColumns, int outRows, GDALDataType type, int bandCount, int* bandMap,
                                GSpacing pixelSpace, GSpacing lineSpace, GSpacing bandSpace,
                                GDALRasterIOExtraArg* extra) {
-    if (IsLargeRead(flag, columns, rows, outColumns, outRows, type, bandCount)) {
+    const bool tellsProgress = extra && extra->pfnProgress; // after each block, and may be stopped there
+    if (!tellsProgress && IsLargeRead(flag, columns, rows, outColumns, outRows, type, bandCount)) {
         const auto number = [](int value) { return static_cast<std::uint32_t>(value); };
         const bool isFused = RunReporting([&](rasterhost::Status& status) {
             std::vector<std::uint32_t> wanted;
@@ -246,6 +247,13 @@ CPLErr SceneDataset::IRasterIO(GDALRWFlag flag, int column, int row, int columns
 CPLErr SceneDataset::IBuildOverviews(const char* resampling, int overviews, const int* factors, int listed,
                                      const int* bandList, GDALProgressFunc progress, void* progressData,
                                      CSLConstList options) {
+    if (mask && overviews > 0) {
+        CPLError(
+            CE_Failure, CPLE_NotSupported,
+            "the scene has a mask, which overviews in files would lack; describe the scene with --nodata "
+            "or --alpha, or do without");
+        return CE_Failure;
+    }
     hidesLevels = true;
     const CPLErr result = GDALPamDataset::IBuildOverviews(resampling, overviews, factors, listed, bandList,
                                                           progress, progressData, options);

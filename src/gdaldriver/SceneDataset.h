@@ -29,6 +29,9 @@ public:
     int GetGCPCount() override { return description->GetGCPCount(); }
     const GDAL_GCP* GetGCPs() override { return description->GetGCPs(); }
     const OGRSpatialReference* GetGCPSpatialRef() const override { return description->GetGCPSpatialRef(); }
+    CPLErr SetGeoTransform(double*) override { return RefuseChange(); }
+    CPLErr SetSpatialRef(const OGRSpatialReference*) override { return RefuseChange(); }
+    CPLErr SetGCPs(int, const GDAL_GCP*, const OGRSpatialReference*) override { return RefuseChange(); }
     /// The description, what belongs to it, and the inputs.
     char** GetFileList() override;
 

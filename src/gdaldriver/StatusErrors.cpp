@@ -8,6 +8,14 @@
 
 namespace gdaldriver {
 
+CPLErr RefuseChange() {
+    CPLError(
+        CE_Failure, CPLE_NotSupported,
+        "position, no data and colours of a described scene cannot be changed; describe it anew, or write "
+        "its pixels and change those");
+    return CE_Failure;
+}
+
 void ReportErrors(const rasterhost::Status& status) {
     std::string text;
     for (std::uint32_t i = 0; i < status.GetCount(); ++i)

@@ -2,9 +2,14 @@
 
 #include "rasterhost/requests/HostStatus.h"
 
+#include <cpl_error.h>
+
 #include <functional>
 
 namespace gdaldriver {
+
+/// Reports that a description says what a scene is, and that it cannot be said otherwise beside it.
+CPLErr RefuseChange();
 
 /// Reports what a status holds, the reasons behind the first item too, as one error of GDAL's.
 void ReportErrors(const rasterhost::Status& status);

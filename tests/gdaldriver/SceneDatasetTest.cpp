@@ -128,6 +128,11 @@ TEST(SceneDataset, IsTheImageThatARunWrites) {
         GDALClose(GetGDALDriverManager()->GetDriverByName("GTiff")->CreateCopy(
             copy.c_str(), dataset.get(), FALSE, nullptr, nullptr, nullptr));
         EXPECT_TRUE(ReadAll(copy) == ReadAll(once));
+        const bool isMasked = dataset->GetRasterBand(1)->GetMaskFlags() == GMF_PER_DATASET;
+        const int half = 2;
+        EXPECT_EQ(dataset->BuildOverviews("NEAREST", 1, &half, 0, nullptr, nullptr, nullptr),
+                  isMasked ? CE_Failure : CE_None);
+        EXPECT_EQ(dataset->GetRasterBand(1)->SetNoDataValue(7.0), CE_Failure);
     }
 }
 
