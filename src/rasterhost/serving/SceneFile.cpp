@@ -62,7 +62,7 @@ bool HoldsItsPixels(GDALDriver& driver) {
 }
 
 /// `driver` is the one that opens a file, if any does.
-bool CheckFormat(GDALDriver* driver, const std::string& file, Status& status) {
+bool CheckConfinedFormat(GDALDriver* driver, const std::string& file, Status& status) {
     return !driver || HoldsItsPixels(*driver) ||
            Fail(status, HostStatus::InputNotSupported,
                 "'%s' is of the format %s, which may read further files, and PANSHARP_INPUT_ROOT confines "
@@ -70,7 +70,7 @@ bool CheckFormat(GDALDriver* driver, const std::string& file, Status& status) {
                 file.c_str(), driver->GetDescription());
 }
 
-GDALDriver* FindDriver(const std::string& file) {
+GDALDriver* FindOpener(const std::string& file) {
     const GdalErrors silence;
     return GDALDriver::FromHandle(GDALIdentifyDriverEx(file.c_str(), GDAL_OF_RASTER, nullptr, nullptr));
 }
@@ -82,7 +82,7 @@ public:
         : root(std::move(confiningFolder)), status(checkStatus) {}
 
     bool Check(const std::string& input, GDALDataset& dataset, int level = 0) {
-        if (!root.empty() && !CheckFormat(dataset.GetDriver(), input, status)) return false;
+        if (!root.empty() && !CheckConfinedFormat(dataset.GetDriver(), input, status)) return false;
         const CPLStringList list(dataset.GetFileList());
         for (int i = 0; i < list.size(); ++i)
             if (const std::string file = list[i]; file != input && seen.insert(file).second)
@@ -97,7 +97,7 @@ private:
         if (LooksLikeRecord(start)) return RefuseDescription(input, file, status);
         if (!root.empty()) // formats that have sources of their own are refused
             return CheckStaysIn(root, file, "a source of the input '" + input + "'", status) &&
-                   CheckFormat(FindDriver(file), file, status);
+                   CheckConfinedFormat(FindOpener(file), file, status);
         if (start.find("<VRTDataset") == std::string::npos || level >= mostNested) return true;
         const GdalErrors silence;
         const GDALDatasetUniquePtr source(GDALDataset::Open(file.c_str(), GDAL_OF_RASTER));
@@ -134,7 +134,7 @@ bool ReadSceneFile(const std::string& name, SceneRecord& record, Status& status)
         if (!root.empty() && !CheckStaysIn(root, input, "an input of the description '" + name + "'", status))
             return false;
         if (IsSceneFile(input)) return RefuseDescription(input, input, status);
-        if (!root.empty() && !CheckFormat(FindDriver(input), input, status)) return false;
+        if (!root.empty() && !CheckConfinedFormat(FindOpener(input), input, status)) return false;
     }
     return true;
 }
