@@ -15,8 +15,6 @@ bool FitDetail(const Scene& scene, const FusionRequest& request, std::optional<i
                Status& status) {
     const std::size_t bands = scene.bandOrder.size();
     fitting::KnownDetail known{request.transfer, request.gains};
-    if (const std::string fault = fitting::FindFault(known, bands); !fault.empty())
-        return Fail(status, HostStatus::RequestInvalid, fault);
     for (std::size_t band = 0; band < known.gains.size(); ++band)
         known.gains[band] = request.gains[scene.bandOrder[band]];
     SceneFitBlocks blocks(scene, bitDepth);

@@ -12,7 +12,7 @@ namespace rasterhost {
 using fitting::DetailFit;
 
 /// Fits what the request leaves open, to the blocks of a scene; the gains are in the order of the request.
-/// False with an item when the request's transfer or gains cannot be used or an input cannot be read.
+/// Those that it gives have no fault (fitting::FindFault). False with an item when an input cannot be read.
 [[nodiscard]] bool FitDetail(const Scene& scene, const FusionRequest& request, std::optional<int> bitDepth,
                              DetailFit& fit, Status& status);
 

@@ -26,8 +26,14 @@ namespace PropertyNames = KOVA::Tessara::PropertyNames;
 namespace {
 
 /// Blur and gains are for methods that compare pan with its low-pass.
-bool CheckDetail(const FusionRequest& request, const PansharpMethod& method, Status& status) {
-    if (hostkit::UsesLowPass(method) || (!request.transfer && request.gains.empty())) return true;
+bool CheckDetail(const FusionRequest& request, const Scene& scene, const PansharpMethod& method,
+                 Status& status) {
+    if (!request.transfer && request.gains.empty()) return true;
+    if (hostkit::UsesLowPass(method)) {
+        const std::string fault =
+            fitting::FindFault({request.transfer, request.gains}, scene.bandOrder.size());
+        return fault.empty() || Fail(status, HostStatus::RequestInvalid, fault);
+    }
     return Fail(status, HostStatus::RequestInvalid,
                 "the method %s does not compare pan with its low-pass: it takes neither a modulation "
                 "transfer nor gains; leave them out or choose another method",
@@ -182,7 +188,7 @@ bool MakeSettings(const SharpenRequest& request, const Scene& scene, const Pansh
     settings = {};
     const PansharpMethod* method = hostkit::FindMethod(plugin, request.method, status);
     if (!method || !FitBands(request, *method, scene, settings, status) ||
-        !CheckDetail(request, *method, status))
+        !CheckDetail(request, scene, *method, status))
         return false;
     settings.method = method->keyword;
     PropertyLookUp properties;
