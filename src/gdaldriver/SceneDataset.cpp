@@ -1,6 +1,7 @@
 #include "gdaldriver/SceneDataset.h"
 
 #include "gdaldriver/StatusErrors.h"
+#include "hostkit/Coarsening.h"
 #include "rasterhost/serving/OpenSceneFile.h"
 #include "rasterhost/writing/OutputDescription.h"
 
@@ -21,9 +22,6 @@ using rasterhost::SharpenedDataset;
 namespace {
 
 constexpr std::size_t blockPixels = std::size_t{SceneDataset::blockSize} * SceneDataset::blockSize;
-
-/// How many pixels of a level lie along an axis.
-std::uint32_t OnLevel(std::uint32_t pixels, unsigned level) { return ((pixels - 1) >> level) + 1; }
 
 /// What an image written in one step would have beside its pixels, as a dataset without any.
 std::shared_ptr<GDALDataset> Describe(const SharpenedDataset& scene, rasterhost::Status& status) {
@@ -65,8 +63,8 @@ void Offer(GDALRasterBand& band, int column, int row, const unsigned char* sampl
 
 SceneDataset::SceneDataset(Scene sharpened, std::shared_ptr<GDALDataset> described, unsigned levelNumber)
     : scene(std::move(sharpened)), description(std::move(described)), level(levelNumber) {
-    nRasterXSize = static_cast<int>(OnLevel(scene->GetColumns(), level));
-    nRasterYSize = static_cast<int>(OnLevel(scene->GetRows(), level));
+    nRasterXSize = static_cast<int>(hostkit::CoarseCount(scene->GetColumns(), level));
+    nRasterYSize = static_cast<int>(hostkit::CoarseCount(scene->GetRows(), level));
     eAccess = GA_ReadOnly;
     const GDALDataType type = scene->GetBits() == 8 ? GDT_Byte : GDT_UInt16;
     for (int band = 1; band <= static_cast<int>(scene->GetBands()); ++band)

@@ -8,8 +8,8 @@ using KOVA::Tessara::Pixmere::RasterInfo;
 
 RasterInfo CoarseInfo(const RasterInfo& image, const PixelRect& part, unsigned level) {
     RasterInfo info = WindowInfo(image, part);
-    info.cols = ((info.cols - 1) >> level) + 1;
-    info.rows = ((info.rows - 1) >> level) + 1;
+    info.cols = CoarseCount(info.cols, level);
+    info.rows = CoarseCount(info.rows, level);
     info.pixelSizeX *= static_cast<double>(1u << level);
     info.pixelSizeY *= static_cast<double>(1u << level);
     info.xMax = info.xMin + info.cols * info.pixelSizeX;

@@ -12,6 +12,17 @@ struct Coarsening {
     unsigned ownLevel = 0; ///< the same for the image
 };
 
+/// How many pixels of 2^level of its own cover so many, 1 or more.
+[[nodiscard]] constexpr std::uint32_t CoarseCount(std::uint32_t pixels, unsigned level) {
+    return ((pixels - 1) >> level) + 1;
+}
+
+/// The pixels of 2^level x 2^level that some of a rectangle lies in, which is not empty.
+[[nodiscard]] constexpr PixelRect CoarseRect(const PixelRect& rect, unsigned level) {
+    return {rect.col0 >> level, rect.row0 >> level, CoarseCount(rect.col1, level),
+            CoarseCount(rect.row1, level)};
+}
+
 /// Describes a part of an image in pixels of 2^level x 2^level of its own: as many as cover it, all of one
 /// size.
 [[nodiscard]] KOVA::Tessara::Pixmere::RasterInfo CoarseInfo(const KOVA::Tessara::Pixmere::RasterInfo& image,

@@ -55,8 +55,8 @@ unsigned LevelImage::TargetOf(unsigned own) const { return IsKept(own) ? store->
 /// The part in pixels of the level `own`, as far as an overview has them: half a pixel at its end may be
 /// missing.
 PixelRect LevelImage::PartOn(const RasterInfo& overview, unsigned own) const {
-    return {part.col0 >> own, part.row0 >> own, std::min(((part.col1 - 1) >> own) + 1, overview.cols),
-            std::min(((part.row1 - 1) >> own) + 1, overview.rows)};
+    const PixelRect all = hostkit::CoarseRect(part, own);
+    return {all.col0, all.row0, std::min(all.col1, overview.cols), std::min(all.row1, overview.rows)};
 }
 
 /// True when every pixel of the level that it is reduced to is made of some of the overview.

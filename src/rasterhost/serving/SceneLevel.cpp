@@ -28,8 +28,8 @@ unsigned ReductionFor(const RasterInfo& pan, const RasterInfo& image, unsigned p
 
 /// Pixels of a level, counted from the corner of a part, that some of a rectangle lies in.
 PixelRect OnLevel(const PixelRect& rect, const PixelRect& part, unsigned level) {
-    return {(rect.col0 - part.col0) >> level, (rect.row0 - part.row0) >> level,
-            ((rect.col1 - part.col0 - 1) >> level) + 1, ((rect.row1 - part.row0 - 1) >> level) + 1};
+    return hostkit::CoarseRect(
+        {rect.col0 - part.col0, rect.row0 - part.row0, rect.col1 - part.col0, rect.row1 - part.row0}, level);
 }
 
 } // namespace

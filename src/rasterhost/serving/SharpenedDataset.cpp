@@ -1,5 +1,6 @@
 #include "rasterhost/serving/SharpenedDataset.h"
 
+#include "hostkit/Coarsening.h"
 #include "rasterhost/requests/Operation.h"
 #include "rasterhost/serving/AreaMeans.h"
 
@@ -19,7 +20,7 @@ constexpr std::uint64_t mostPixelsAtATime = std::uint64_t{1} << 20; ///< that ar
 bool IsWhole(std::uint32_t first, std::uint32_t end, std::uint32_t size, std::uint32_t out, unsigned level) {
     const std::uint32_t rest = (1u << level) - 1;
     return (first & rest) == 0 && ((end & rest) == 0 || end == size) &&
-           ((end - 1) >> level) + 1 - (first >> level) == out;
+           hostkit::CoarseCount(end, level) - (first >> level) == out;
 }
 
 /// The last of so many levels whose pixels are no larger than those asked for.
@@ -77,8 +78,7 @@ bool SharpenedDataset::ReadWindow(const PixelRect& window, std::uint32_t outColu
         if (!IsWhole(window.col0, window.col1, columns, outColumns, level) ||
             !IsWhole(window.row0, window.row1, rows, outRows, level))
             continue;
-        const PixelRect rect{window.col0 >> level, window.row0 >> level, ((window.col1 - 1) >> level) + 1,
-                             ((window.row1 - 1) >> level) + 1};
+        const PixelRect rect = hostkit::CoarseRect(window, level);
         const auto put = [&](std::uint32_t row, const FusedRow& fused) {
             writer.Put(row - rect.row0, fused.samples, fused.valid);
         };
@@ -116,9 +116,9 @@ bool SharpenedDataset::Resample(unsigned level, const PixelRect& window, std::ui
                                 std::uint32_t outRows, Writer& writer, Status& status) const {
     const double side = 1u << level;
     const AreaAxis across(window.col0 / side, window.GetColumns() / side / outColumns, outColumns,
-                          ((window.col1 - 1) >> level) + 1);
+                          hostkit::CoarseCount(window.col1, level));
     const AreaAxis down(window.row0 / side, window.GetRows() / side / outRows, outRows,
-                        ((window.row1 - 1) >> level) + 1);
+                        hostkit::CoarseCount(window.row1, level));
     const std::uint32_t first = across.FirstOf(0), end = across.EndOf(outColumns - 1);
     const double rowPixels =
         std::max<double>(outColumns, (end - first) * (window.GetRows() / side / outRows));
