@@ -4,6 +4,7 @@
 #include "hostkit/RequestRecord.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace capi {
 
@@ -56,17 +57,15 @@ public:
         return fitting::SpreadBlocks(GetArea(), std::max(GetRatio()[0], GetRatio()[1]), {blocks, side});
     }
     [[nodiscard]] bool Read(const PixelRect& rect, FitBlock& block, Status&) override {
-        constexpr double margin = 2.0;
         block.rect = rect;
         block.bands = GetBands();
         block.onPan = onPan;
         ReadNumbers(job.multispectral, rect, block.samples, block.usable);
-        block.panRect = onPan.Beneath(rect.col0 - margin, rect.row0 - margin, rect.col1 + margin,
-                                      rect.row1 + margin, job.pan.info);
-        if (block.panRect.IsEmpty()) return true;
-        ReadNumbers(job.pan, block.panRect, block.pan, block.panUsable);
-        for (std::size_t pixel = 0; pixel < block.pan.size(); ++pixel)
-            if (block.panUsable[pixel] == 0) block.pan[pixel] = 0;
+        if (!block.FindPan(job.pan.info)) return true;
+        std::vector<unsigned short> pan;
+        std::vector<unsigned char> usable;
+        ReadNumbers(job.pan, block.panRect, pan, usable);
+        block.SetPan(std::move(pan), std::move(usable));
         return true;
     }
 

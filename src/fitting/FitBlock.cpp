@@ -141,6 +141,22 @@ std::vector<hostkit::PixelRect> SpreadBlocks(const hostkit::PixelRect& area, dou
     return blocks;
 }
 
+bool FitBlock::FindPan(const KOVA::Tessara::Pixmere::RasterInfo& image) {
+    constexpr double margin = 2.0;
+    panRect =
+        onPan.Beneath(rect.col0 - margin, rect.row0 - margin, rect.col1 + margin, rect.row1 + margin, image);
+    return !panRect.IsEmpty();
+}
+
+void FitBlock::SetPan(std::vector<unsigned short> samplesOfPan, std::vector<unsigned char> usableOnes) {
+    pan = std::move(samplesOfPan);
+    panUsable = std::move(usableOnes);
+    for (std::size_t pixel = 0; pixel < pan.size(); ++pixel) {
+        panUsable[pixel] = panUsable[pixel] != 0 ? 1 : 0;
+        if (panUsable[pixel] == 0) pan[pixel] = 0;
+    }
+}
+
 std::vector<double> FitBlock::LowPass(double transfer) const {
     const double sigma = hostkit::GaussianSigma(transfer);
     if (panRect.IsEmpty()) return std::vector<double>(GetCount(), notUsable);

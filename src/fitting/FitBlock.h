@@ -24,6 +24,11 @@ struct FitBlock {
     Footprint onPan;                      ///< where the pixels of the block lie on pan
 
     [[nodiscard]] std::size_t GetCount() const { return usable.size(); }
+    /// Finds the pan pixels to have for the block: those beneath and two multispectral pixels around, of an
+    /// image of this size. False when there are none.
+    bool FindPan(const KOVA::Tessara::Pixmere::RasterInfo& image);
+    /// Takes the samples of these pixels, and which can be used: not 0.
+    void SetPan(std::vector<unsigned short> samplesOfPan, std::vector<unsigned char> usableOnes);
     /// Pan's low-pass (hostkit/PanLowPass.h), not rounded, at the centre of each pixel of the block. Usable
     /// pixels stand for the others that it is made of; not a number where they are too few.
     [[nodiscard]] std::vector<double> LowPass(double transfer) const;

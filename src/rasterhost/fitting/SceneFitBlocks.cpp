@@ -2,6 +2,8 @@
 
 #include "rasterhost/fitting/SceneSurvey.h"
 
+#include <utility>
+
 namespace rasterhost {
 
 SceneFitBlocks::SceneFitBlocks(const Scene& images, std::optional<int> sampleDepth)
@@ -22,7 +24,6 @@ std::vector<hostkit::PixelRect> SceneFitBlocks::Choose(std::uint32_t blocks, std
 }
 
 bool SceneFitBlocks::Read(const hostkit::PixelRect& rect, FitBlock& block, Status& status) {
-    constexpr double margin = 2.0;
     SurveyBlock sample;
     if (!sample.ReadBands(scene, rect, bitDepth, status)) return false;
     block.rect = rect;
@@ -32,17 +33,10 @@ bool SceneFitBlocks::Read(const hostkit::PixelRect& rect, FitBlock& block, Statu
     for (std::size_t pixel = 0; pixel < block.usable.size(); ++pixel)
         block.usable[pixel] = sample.IsUsable(pixel) ? 1 : 0;
     block.onPan = sample.GetFootprint();
-    block.panRect = block.onPan.Beneath(rect.col0 - margin, rect.row0 - margin, rect.col1 + margin,
-                                        rect.row1 + margin, scene.pan->GetInfo());
-    if (block.panRect.IsEmpty()) return true;
+    if (!block.FindPan(scene.pan->GetInfo())) return true;
     SurveyedPixels pan;
     if (!ReadPixels(*scene.pan, block.panRect, bitDepth, pan, status)) return false;
-    block.pan = std::move(pan.samples);
-    block.panUsable = std::move(pan.usable);
-    for (std::size_t pixel = 0; pixel < block.pan.size(); ++pixel) {
-        block.panUsable[pixel] = block.panUsable[pixel] != 0 ? 1 : 0;
-        if (block.panUsable[pixel] == 0) block.pan[pixel] = 0;
-    }
+    block.SetPan(std::move(pan.samples), std::move(pan.usable));
     return true;
 }
 
