@@ -34,11 +34,10 @@ public:
         ~Lease() {
             if (pool) pool->TakeBack(ownKey, std::move(object));
         }
-        /// False where none could be made, and once it is discarded.
+        /// False where none could be made.
         [[nodiscard]] explicit operator bool() const { return object != nullptr; }
         Object& operator*() const { return *object; }       ///< the object
         Object* operator->() const { return object.get(); } ///< the object
-        void Discard() { object.reset(); }                  ///< it is not to be lent again: it may be broken
 
     private:
         friend LeasePool;

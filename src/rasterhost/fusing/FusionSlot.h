@@ -61,7 +61,6 @@ public:
     /// Fuses the window that was read and hands its rows to `sink`. False with items.
     [[nodiscard]] bool Fuse(const RowSink& sink, Status& status);
 
-    [[nodiscard]] const hostkit::PixelRect& GetWindow() const { return window; } ///< that was read last
     /// A byte a pixel of the fused window, 0 without data; null when all pixels have data.
     [[nodiscard]] const unsigned char* GetValid() const { return hasGaps ? valid.data() : nullptr; }
     [[nodiscard]] const KOVA::Tessara::Global::NameValueMap& GetMetadata() { return worker.GetMetadata(); }
@@ -100,5 +99,11 @@ private:
     std::vector<unsigned char> valid;  ///< of all rows; unused where no pixel lacks data
     bool hasGaps = false;
 };
+
+/// Fuses one row of a scene that may have data: settings that the process refuses come to light before there
+/// is an output. `facts`, which may be null, gets what the process says of the row. False with items.
+[[nodiscard]] bool TryOneRow(const Scene& scene, const hostkit::PluginLibrary& plugin,
+                             const ProcessSettings& settings, KOVA::Tessara::Global::NameValueMap* facts,
+                             Status& status);
 
 } // namespace rasterhost

@@ -60,7 +60,10 @@ public:
         if (!FitFusion(request, pair, known, settings, found, warn, status)) return false;
         FillReport(request, pair, settings, found, report);
         if (request.progress && !request.progress(0.0)) return Cancel();
-        return TryOneRow() && FuseAll();
+        KOVA::Tessara::Global::NameValueMap facts;
+        if (!TryOneRow(*pair.scene, *pair.plugin, settings, &facts, status)) return false;
+        DescribeScene(facts);
+        return FuseAll();
     }
 
 private:
@@ -91,18 +94,6 @@ private:
                         100.0 * share, static_cast<int>(band) + 1, isLargest ? plan.rules.largest : 0u,
                         isLargest ? "largest" : "least"));
             }
-    }
-
-    /// Settings that the process refuses come to light before there is an output.
-    bool TryOneRow() {
-        FusionSlot slot(SourcesOf(*pair.scene), *pair.plugin, settings, status);
-        hostkit::PixelRect row = pair.scene->part;
-        row.row0 = pair.scene->covered.row0;
-        row.row1 = row.row0 + 1;
-        if (!slot.Init(status) || !slot.Read(row, status) || !slot.Fuse([](const FusedRow&) {}, status))
-            return false;
-        DescribeScene(slot.GetMetadata());
-        return true;
     }
 
     /// The process's facts, with those of a window replaced by those of the scene, and the run's own.

@@ -87,7 +87,8 @@ public:
             !MakeSettings(request, *pair.scene, pair.plugin->GetDescription(), nullptr, settings, status))
             return false;
         settings.Narrow(*pair.scene);
-        if (!FitFusion(request, pair, nullptr, settings, record.found, warn, status) || !TryOneRow())
+        if (!FitFusion(request, pair, nullptr, settings, record.found, warn, status) ||
+            !TryOneRow(*pair.scene, *pair.plugin, settings, nullptr, status))
             return false;
         FillReport(request, pair, settings, record.found, report);
         for (const InputImage* image : ImagesOf(*pair.scene))
@@ -101,14 +102,6 @@ public:
     }
 
 private:
-    bool TryOneRow() {
-        FusionSlot slot(SourcesOf(*pair.scene), *pair.plugin, settings, status);
-        hostkit::PixelRect row = pair.scene->part;
-        row.row0 = pair.scene->covered.row0;
-        row.row1 = row.row0 + 1;
-        return slot.Init(status) && slot.Read(row, status) && slot.Fuse([](const FusedRow&) {}, status);
-    }
-
     /// Puts what was found in the place of what the request leaves open.
     void Resolve() {
         const Scene& scene = *pair.scene;
