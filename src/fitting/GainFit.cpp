@@ -136,7 +136,9 @@ public:
           coarser(source.GetBands()), common(source.GetBands()) {}
 
     [[nodiscard]] bool Read(Status& status) {
-        const double side = std::sqrt(ratio[0] * ratio[1]) * windowSide;
+        const PixelRect area = source.GetArea(); // a side beyond it, however long, is as good
+        const double most = std::max({area.GetColumns(), area.GetRows(), 1u});
+        const double side = std::min(std::sqrt(ratio[0] * ratio[1]) * windowSide, most);
         FitBlock block;
         for (const PixelRect& window :
              source.Choose(windowsAcross, static_cast<std::uint32_t>(std::ceil(side)))) {

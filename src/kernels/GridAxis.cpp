@@ -1,5 +1,6 @@
 #include "kernels/GridAxis.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace kernels {
@@ -23,7 +24,10 @@ Division DivideDown(std::int64_t dividend, std::int64_t divisor) {
     return {quotient, dividend - quotient * divisor};
 }
 
+/// A position that no image reaches counts as the last one that a double has whole.
 GridPosition Split(double position) {
+    constexpr double farthest = 9007199254740992.0; // 2^53
+    position = std::clamp(position, -farthest, farthest);
     const double whole = std::floor(position);
     return {static_cast<std::int64_t>(whole), position - whole};
 }

@@ -75,6 +75,14 @@ bool CheckFit(const InputImage& panImage, const InputImage& coarseImage, const h
                     "(%.6g x %.6g); are the two swapped?",
                     name.c_str(), coarse.pixelSizeX, coarse.pixelSizeY, panName.c_str(), pan.pixelSizeX,
                     pan.pixelSizeY);
+    constexpr double largestRatio = 10000.0;
+    if (!(coarse.pixelSizeX <= pan.pixelSizeX * largestRatio) ||
+        !(coarse.pixelSizeY <= pan.pixelSizeY * largestRatio))
+        return Fail(status, HostStatus::InputsDoNotFit,
+                    "the pixels of %s (%.6g x %.6g) are more than %.0f times as large as the pan pixels of "
+                    "%s (%.6g x %.6g); check the georeferencing of both with gdalinfo",
+                    name.c_str(), coarse.pixelSizeX, coarse.pixelSizeY, largestRatio, panName.c_str(),
+                    pan.pixelSizeX, pan.pixelSizeY);
     if (pan.xMin >= coarse.xMax || coarse.xMin >= pan.xMax || pan.yMin >= coarse.yMax ||
         coarse.yMin >= pan.yMax)
         return Fail(status, HostStatus::InputsDoNotFit,

@@ -59,7 +59,7 @@ TEST_F(Refusals, WhatIsOnlyDeclared) {
     };
     const std::string small = "rasterXSize=\"40\" rasterYSize=\"40\"";
     const std::string vast =
-        declare("vast.vrt", "rasterXSize=\"300000000\" rasterYSize=\"40\"", "500000,1e-6,0,4000000,0,-10");
+        declare("vast.vrt", "rasterXSize=\"300000000\" rasterYSize=\"40\"", "500000,1e-2,0,4000000,0,-10");
     const std::string nowhere = declare("nowhere.vrt", small, "nan,10,0,4000000,0,-10");
     const std::string flat = declare("flat.vrt", small, "500000,1e-300,0,4000000,0,-10");
     Refuse([&](SharpenRequest& r) { r.pan.file = vast; }, {"vast.vrt", "300000000 columns", "takes 300 MB"});
@@ -81,6 +81,7 @@ TEST_F(Refusals, InputsThatCannotBeServed) {
     const std::string beside = Make("beside.tif", {20, 20, 1, GDT_Byte, Grid(20.0, 500400.0), "EPSG:32630"});
     const std::string zone = Make("zone.tif", {20, 20, 1, GDT_Byte, Grid(20.0), "EPSG:32631"});
     const std::string fine = Make("fine.tif", {80, 80, 1, GDT_Byte, Grid(5.0), "EPSG:32630"});
+    const std::string huge = Make("huge.tif", {20, 20, 1, GDT_Byte, Grid(2e6), "EPSG:32630"});
     const std::string real = Make("real.tif", {20, 20, 1, GDT_Float32, Grid(20.0), "EPSG:32630"});
     const std::string wide = Make("wide.tif", {20, 20, 1, GDT_UInt16, Grid(20.0), "EPSG:32630"});
     const std::string nowhere = Make("nowhere.tif", {20, 20, 1, GDT_Byte, {}, {}});
@@ -104,6 +105,7 @@ TEST_F(Refusals, InputsThatCannotBeServed) {
     Refuse(useMs({{away, {}}}), {"away.tif", "do not overlap", "600000"});
     Refuse(useMs({{beside, {}}}), {"beside.tif", "do not overlap"});
     Refuse(useMs({{fine, {}}}), {"fine.tif", "smaller than the pan pixels", "swapped"});
+    Refuse(useMs({{huge, {}}}), {"huge.tif", "more than 10000 times", "gdalinfo"});
     Refuse(useMs({{nowhere, {}}}), {"pan.tif", "is georeferenced", "nowhere.tif", "is not"});
     Refuse(useMs({{ms, {}}, {deep, {}}}), {"pan.tif", "8 bits", "deep.tif", "16"});
     Refuse(useMs({{ms, {}}, {away, {}}}), {"away.tif", "do not overlap"});
