@@ -34,9 +34,9 @@ std::shared_ptr<GDALDataset> Describe(const SharpenedDataset& scene, rasterhost:
         return nullptr;
     }
     std::shared_ptr<GDALDataset> description(described, [](GDALDataset* dataset) { GDALClose(dataset); });
-    const rasterhost::Fusion& fusion = scene.GetFusion();
-    rasterhost::DescribeOutput(scene.GetPair().GetScene(), fusion.rules, {{"Method", fusion.settings.method}},
-                               *description);
+    rasterhost::OutputMetadata metadata;
+    if (!scene.Describe(metadata, status)) return nullptr;
+    rasterhost::DescribeOutput(scene.GetPair().GetScene(), scene.GetFusion().rules, metadata, *description);
     return description;
 }
 

@@ -56,8 +56,10 @@ std::vector<std::string> Tell(const std::string& file) {
     const GDALDatasetUniquePtr dataset(GDALDataset::Open(file.c_str()));
     if (!dataset) return {};
     std::array<double, 6> transform{};
-    const char* method = dataset->GetMetadataItem("Method");
-    std::vector<std::string> told{dataset->GetProjectionRef(), method ? method : "no method"};
+    std::vector<std::string> told{dataset->GetProjectionRef()};
+    for (char** item = dataset->GetMetadata(); item && *item; ++item)
+        told.emplace_back(*item);
+    std::sort(told.begin(), told.end());
     if (dataset->GetGeoTransform(transform.data()) == CE_None)
         for (const double value : transform)
             told.push_back(std::to_string(value));
@@ -102,7 +104,7 @@ const Variant variants[] = {
     {"no data, a part, bands", GDT_UInt16,
      [](Pair& pair) {
          pair.request.noData = 800.0;
-         pair.request.bands = {1, 3};
+         pair.request.bands = {3, 1};
          pair.request.part = {500030.5, 3999900.0, 506100.0, 3994850.0};
      }},
     {"a scale", GDT_UInt16,

@@ -178,15 +178,12 @@ bool FusionSlot::FindValid(std::uint32_t row, unsigned char* rowValid) {
 }
 
 bool TryOneRow(const Scene& scene, const hostkit::PluginLibrary& plugin, const ProcessSettings& settings,
-               KOVA::Tessara::Global::NameValueMap* facts, Status& status) {
+               Status& status) {
     FusionSlot slot(SourcesOf(scene), plugin, settings, status);
     PixelRect row = scene.part;
     row.row0 = scene.covered.row0;
     row.row1 = row.row0 + 1;
-    if (!slot.Init(status) || !slot.Read(row, status) || !slot.Fuse([](const FusedRow&) {}, status))
-        return false;
-    if (facts) *facts = slot.GetMetadata();
-    return true;
+    return slot.Init(status) && slot.Read(row, status) && slot.Fuse([](const FusedRow&) {}, status);
 }
 
 } // namespace rasterhost

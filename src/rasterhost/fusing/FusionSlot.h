@@ -101,9 +101,8 @@ private:
 };
 
 /// Fuses one row of a scene that may have data: settings that the process refuses come to light before there
-/// is an output. `facts`, which may be null, gets what the process says of the row. False with items.
+/// is an output. False with items.
 [[nodiscard]] bool TryOneRow(const Scene& scene, const hostkit::PluginLibrary& plugin,
-                             const ProcessSettings& settings, KOVA::Tessara::Global::NameValueMap* facts,
-                             Status& status);
+                             const ProcessSettings& settings, Status& status);
 
 } // namespace rasterhost

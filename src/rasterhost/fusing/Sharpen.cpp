@@ -1,8 +1,8 @@
 #include "rasterhost/fusing/Sharpen.h"
 
-#include "fundament/Numbers.h"
 #include "fundament/Text.h"
 #include "rasterhost/fusing/FusionFit.h"
+#include "rasterhost/fusing/OutputFacts.h"
 #include "rasterhost/fusing/RunPlan.h"
 #include "rasterhost/fusing/WindowPipeline.h"
 #include "rasterhost/requests/CacheLimit.h"
@@ -21,17 +21,9 @@
 namespace rasterhost {
 
 using KOVA::Tessara::Fundament::FormatString;
-using KOVA::Tessara::Fundament::NumberText;
 using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
-
-std::string ListText(const std::vector<double>& numbers) {
-    std::string text;
-    for (const double number : numbers)
-        text += (text.empty() ? "" : ", ") + NumberText(number);
-    return text;
-}
 
 /// One run from the opened scene to the finished file.
 class SharpenRun {
@@ -60,10 +52,10 @@ public:
         if (!FitFusion(request, pair, known, settings, found, warn, status)) return false;
         FillReport(request, pair, settings, found, report);
         if (request.progress && !request.progress(0.0)) return Cancel();
-        KOVA::Tessara::Global::NameValueMap facts;
-        if (!TryOneRow(*pair.scene, *pair.plugin, settings, &facts, status)) return false;
-        DescribeScene(facts);
-        return FuseAll();
+        return TryOneRow(*pair.scene, *pair.plugin, settings, status) &&
+               DescribeFusion(SourcesOf(*pair.scene), *pair.plugin, settings, found, plan.format.softwareItem,
+                              metadata, status) &&
+               FuseAll();
     }
 
 private:
@@ -94,56 +86,6 @@ private:
                         100.0 * share, static_cast<int>(band) + 1, isLargest ? plan.rules.largest : 0u,
                         isLargest ? "largest" : "least"));
             }
-    }
-
-    /// The process's facts, with those of a window replaced by those of the scene, and the run's own.
-    void DescribeScene(const KOVA::Tessara::Global::NameValueMap& facts) {
-        const RasterInfo& pan = pair.scene->pan->GetInfo();
-        const RasterInfo& ms = pair.scene->GetMultispectral().image->GetInfo();
-        const std::pair<const char*, std::string> replaced[] = {{"PanNCols", FormatString("%u", pan.cols)},
-                                                                {"PanNRows", FormatString("%u", pan.rows)},
-                                                                {"MSNCols", FormatString("%u", ms.cols)},
-                                                                {"MSNRows", FormatString("%u", ms.rows)},
-                                                                {"PanExtents", {}},
-                                                                {"MSExtents", {}},
-                                                                {"channelWeights", {}}};
-        for (const auto& [name, value] : facts) {
-            const auto scenes = std::find_if(std::begin(replaced), std::end(replaced),
-                                             [&key = name](const auto& entry) { return key == entry.first; });
-            const std::string& text = scenes == std::end(replaced) ? value : scenes->second;
-            if (!text.empty()) metadata.emplace_back(name, text);
-        }
-        const std::string weights = ListText(settings.effectiveWeights);
-        metadata.emplace_back("Method", settings.method);
-        if (!weights.empty()) metadata.emplace_back("EffectiveWeights", weights);
-        if (settings.infraredWeight)
-            metadata.emplace_back("EffectiveInfraredWeight", NumberText(*settings.infraredWeight));
-        if (report.fit) DescribeFit(*report.fit);
-        if (report.detail) DescribeDetail(*report.detail);
-        metadata.emplace_back(plan.format.softwareItem, FormatString("pansharp %s", PANSHARP_VERSION));
-    }
-
-    void DescribeFit(const WeightFit& fit) {
-        metadata.emplace_back("FitRSquared", NumberText(fit.rSquared));
-        metadata.emplace_back("FitSamples", FormatString("%.0f", static_cast<double>(fit.samples)));
-        metadata.emplace_back("FitCorrelations", ListText(fit.correlations));
-        if (fit.infraredCorrelation)
-            metadata.emplace_back("FitInfraredCorrelation", NumberText(*fit.infraredCorrelation));
-    }
-
-    void DescribeDetail(const DetailFit& detail) {
-        std::vector<double> gains, ratioGains;
-        for (const BandGains& of : detail.gains) {
-            gains.push_back(of.gain);
-            ratioGains.push_back(of.ratioGain);
-        }
-        metadata.emplace_back("ModulationTransfer", NumberText(detail.transfer));
-        metadata.emplace_back("EffectiveGains", ListText(gains));
-        metadata.emplace_back("EffectiveRatioGains", ListText(ratioGains));
-        if (detail.blur) metadata.emplace_back("BlurRSquared", NumberText(detail.blur->rSquared));
-        if (!detail.error) return;
-        metadata.emplace_back("ErgasOneScaleDown", NumberText(*detail.error));
-        metadata.emplace_back("PlainErgasOneScaleDown", NumberText(*detail.plainError));
     }
 
     [[nodiscard]] RunSizes GetSizes() const { return FindSizes(request, pair.plugin->GetDescription()); }

@@ -15,6 +15,7 @@ bool MakeFusion(SharpenRequest request, const Scene& scene, const PansharpDescri
         return false;
     fusion.rules = MakeOutputRules(request, scene);
     fusion.rules.bands = fusion.settings.outputBands;
+    fusion.found = found;
     return true;
 }
 

@@ -11,6 +11,7 @@ namespace rasterhost {
 struct Fusion {
     ProcessSettings settings;
     OutputRules rules;
+    SceneFindings found; ///< what of it was found in the pixels
 };
 
 /// That of a request for a pair, with what was found in the pixels for what the request leaves open. False

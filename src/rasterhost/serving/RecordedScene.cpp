@@ -47,10 +47,10 @@ SceneOutput DescribeResult(const Scene& scene, const OutputRules& rules) {
     output.bitDepth = scene.bitDepth;
     output.geoTransform = PlaceOfPart(scene);
     output.projection = ToWkt(&ProjectionOf(scene));
-    for (std::uint32_t band = 0; band < rules.bands; ++band) {
+    for (std::uint32_t band = 0; band < rules.bands; ++band)
         output.bandNames.push_back(scene.GetBand(band).description);
-        output.colours.emplace_back(GDALGetColorInterpretationName(ColourOf(scene, band)));
-    }
+    for (const GDALColorInterp colour : ColoursOf(scene, rules.bands))
+        output.colours.emplace_back(GDALGetColorInterpretationName(colour));
     output.noData = rules.noData;
     output.hasAlpha = rules.hasAlpha;
     return output;
@@ -88,7 +88,7 @@ public:
             return false;
         settings.Narrow(*pair.scene);
         if (!FitFusion(request, pair, nullptr, settings, record.found, warn, status) ||
-            !TryOneRow(*pair.scene, *pair.plugin, settings, nullptr, status))
+            !TryOneRow(*pair.scene, *pair.plugin, settings, status))
             return false;
         FillReport(request, pair, settings, record.found, report);
         for (const InputImage* image : ImagesOf(*pair.scene))

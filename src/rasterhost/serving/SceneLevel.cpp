@@ -2,6 +2,7 @@
 
 #include "hostkit/Coarsening.h"
 #include "hostkit/RequestRecord.h"
+#include "rasterhost/writing/OutputFormat.h"
 
 #include <algorithm>
 #include <numeric>
@@ -75,14 +76,14 @@ void SceneLevel::AddImage(std::size_t position, std::size_t keptBands) {
     beneath.push_back(std::move(with));
 }
 
-std::unique_ptr<SceneLevel::Slot> SceneLevel::MakeSlot(Status& status) const {
+/// The images of a slot, which are its own.
+FusionSources SceneLevel::MakeSources(Slot& slot) const {
     const Scene& scene = pair.GetScene();
-    auto slot = std::make_unique<Slot>();
     const auto add = [&](std::size_t position, const auto& description, const PixelRect& partOfIt,
                          unsigned reduction, ReducedStore* store) {
-        slot->images.push_back(std::make_unique<LevelImage>(description, partOfIt, reduction, store));
-        slot->readers.push_back(position);
-        return slot->images.back().get();
+        slot.images.push_back(std::make_unique<LevelImage>(description, partOfIt, reduction, store));
+        slot.readers.push_back(position);
+        return slot.images.back().get();
     };
     FusionSources sources{add(0, scene.pan->GetDescription(), scene.part, level, &pair.GetStore(0)),
                           {},
@@ -99,8 +100,19 @@ std::unique_ptr<SceneLevel::Slot> SceneLevel::MakeSlot(Status& status) const {
                  hasAll ? &pair.GetStore(image.reader) : nullptr),
              image.placement.get(), image.bands, image.role});
     }
-    slot->fusion = std::make_unique<FusionSlot>(std::move(sources), pair.GetPlugin(), settings, status);
+    return sources;
+}
+
+std::unique_ptr<SceneLevel::Slot> SceneLevel::MakeSlot(Status& status) const {
+    auto slot = std::make_unique<Slot>();
+    slot->fusion = std::make_unique<FusionSlot>(MakeSources(*slot), pair.GetPlugin(), settings, status);
     return slot->fusion->Init(status) ? std::move(slot) : nullptr;
+}
+
+bool SceneLevel::Describe(const SceneFindings& found, OutputMetadata& metadata, Status& status) const {
+    Slot images;
+    return DescribeFusion(MakeSources(images), pair.GetPlugin(), settings, found, tiffSoftwareItem, metadata,
+                          status);
 }
 
 void SceneLevel::Slot::ReadFrom(const OpenPair::Readers& lent) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "rasterhost/fusing/FusionSlot.h"
+#include "rasterhost/fusing/OutputFacts.h"
 #include "rasterhost/serving/Fusion.h"
 #include "rasterhost/serving/LevelImage.h"
 #include "rasterhost/serving/OpenPair.h"
@@ -38,6 +38,9 @@ public:
     /// Null with items when the process refuses.
     [[nodiscard]] std::unique_ptr<Slot> MakeSlot(Status& status) const;
 
+    /// What an image fused so tells of it, of the level of full size (OutputFacts.h). False with items.
+    [[nodiscard]] bool Describe(const SceneFindings& found, OutputMetadata& metadata, Status& status) const;
+
     /// All of the level: at full size the part of pan, else from column and row 0.
     [[nodiscard]] const hostkit::PixelRect& GetPart() const { return part; }
 
@@ -51,6 +54,7 @@ private:
         Role role;
     };
     void AddImage(std::size_t position, std::size_t keptBands);
+    FusionSources MakeSources(Slot& slot) const;
 
     const OpenPair& pair;
     unsigned level;

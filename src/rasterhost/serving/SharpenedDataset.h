@@ -34,6 +34,11 @@ public:
     [[nodiscard]] const OpenPair& GetPair() const { return *pair; }
     [[nodiscard]] const Fusion& GetFusion() const { return fusion; }
 
+    /// What the written file says of how it was made. Reads no pixels. False with items.
+    [[nodiscard]] bool Describe(OutputMetadata& metadata, Status& status) const {
+        return levels.front()->Describe(fusion.found, metadata, status);
+    }
+
     /// Makes a window of the dataset, in so many pixels. `bands` count from 0. False with items; the target
     /// may hold anything then.
     [[nodiscard]] bool Read(const hostkit::PixelRect& window, std::uint32_t outColumns, std::uint32_t outRows,

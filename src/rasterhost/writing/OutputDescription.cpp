@@ -4,13 +4,24 @@
 
 #include <gdal_priv.h>
 
+#include <algorithm>
+
 namespace rasterhost {
 
 using KOVA::Tessara::Fundament::NumberText;
 
-GDALColorInterp ColourOf(const Scene& scene, std::size_t band) {
-    const GDALColorInterp colour = scene.GetBand(band).colour;
-    return colour == GCI_AlphaBand ? GCI_Undefined : colour; // a fused band is no transparency
+std::vector<GDALColorInterp> ColoursOf(const Scene& scene, std::size_t bands) {
+    std::vector<GDALColorInterp> colours(bands, GCI_Undefined);
+    bool isNamed = false;
+    for (std::size_t band = 0; band < bands; ++band) {
+        const GDALColorInterp colour = scene.GetBand(band).colour;
+        if (colour != GCI_AlphaBand) colours[band] = colour; // a fused band is no transparency
+        isNamed = isNamed || (colours[band] != GCI_Undefined && colours[band] != GCI_GrayIndex);
+    }
+    if (isNamed) return colours;
+    std::fill(colours.begin(), colours.end(), GCI_Undefined);
+    if (!colours.empty()) colours.front() = GCI_GrayIndex;
+    return colours;
 }
 
 std::optional<std::array<double, 6>> PlaceOfPart(const Scene& scene) {
@@ -63,11 +74,12 @@ void DescribeOutput(const Scene& scene, const OutputRules& rules, const OutputMe
         output.SetMetadataItem(GDALMD_AREA_OR_POINT, kind);
     for (const auto& [name, value] : metadata)
         output.SetMetadataItem(name.c_str(), value.c_str());
+    const std::vector<GDALColorInterp> colours = ColoursOf(scene, rules.bands);
     for (std::uint32_t band = 0; band < rules.bands; ++band) {
         GDALRasterBand& target = *output.GetRasterBand(static_cast<int>(band) + 1);
         const std::string& description = scene.GetBand(band).description;
         if (!description.empty()) target.SetDescription(description.c_str());
-        target.SetColorInterpretation(ColourOf(scene, band));
+        target.SetColorInterpretation(colours[band]);
         if (rules.noData) target.SetNoDataValue(*rules.noData);
         if (const auto& scale = scene.sampleOptions.scale) {
             target.SetScale(scale->Step());

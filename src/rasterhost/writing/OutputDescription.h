@@ -16,8 +16,9 @@ namespace rasterhost {
 /// Entries, in order.
 using OutputMetadata = std::vector<std::pair<std::string, std::string>>;
 
-/// The colour that a fused band has, counted from 0.
-[[nodiscard]] GDALColorInterp ColourOf(const Scene& scene, std::size_t band);
+/// The colours of so many fused bands. Where none is named, the first one is grey and the others are not
+/// told, as images have it that know no more.
+[[nodiscard]] std::vector<GDALColorInterp> ColoursOf(const Scene& scene, std::size_t bands);
 
 /// The geotransform of the scene's part; none where pan has no position, or one by control points.
 [[nodiscard]] std::optional<std::array<double, 6>> PlaceOfPart(const Scene& scene);

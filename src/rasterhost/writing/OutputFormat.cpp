@@ -14,11 +14,9 @@ using KOVA::Tessara::Fundament::StringsEqual;
 
 namespace {
 
-constexpr const char* softwareTag = "TIFFTAG_SOFTWARE"; // GDAL makes a tag of it
-
 const OutputFormat knownFormats[] = {
-    {.name = "GTiff", .isTiff = true, .softwareItem = softwareTag},
-    {.name = "COG", .softwareItem = softwareTag},
+    {.name = "GTiff", .isTiff = true, .softwareItem = tiffSoftwareItem},
+    {.name = "COG", .softwareItem = tiffSoftwareItem},
     {.name = "JP2OpenJPEG",
      .qualityOptions = {"QUALITY", "REVERSIBLE", "YCBCR420"},
      .exactOptions = {"QUALITY=100", "REVERSIBLE=YES"}},

@@ -9,6 +9,8 @@
 
 namespace rasterhost {
 
+constexpr const char* tiffSoftwareItem = "TIFFTAG_SOFTWARE"; ///< GDAL makes a tag of it
+
 /// A format to write, and what is known of it beyond what GDAL tells.
 struct OutputFormat {
     std::string name;      ///< GDAL's short driver name

@@ -49,8 +49,9 @@ void SuggestTiffOptions(const OutputPlan& plan, const Scene& scene, CPLStringLis
     }
     suggest("INTERLEAVE", "PIXEL");
     suggest("BIGTIFF", "IF_SAFER");
-    const bool isRgb = scene.outputBands >= 3 && ColourOf(scene, 0) == GCI_RedBand &&
-                       ColourOf(scene, 1) == GCI_GreenBand && ColourOf(scene, 2) == GCI_BlueBand;
+    const std::vector<GDALColorInterp> colours = ColoursOf(scene, scene.outputBands);
+    const bool isRgb = colours.size() >= 3 && colours[0] == GCI_RedBand && colours[1] == GCI_GreenBand &&
+                       colours[2] == GCI_BlueBand;
     suggest("PHOTOMETRIC", isRgb ? "RGB" : "MINISBLACK");
     suggest("ALPHA", "NO"); // else a fourth band would be one; the band's colour tells
     if (options.FetchNameValue("COMPRESS")) suggest("NUM_THREADS", FormatString("%d", plan.threads).c_str());
