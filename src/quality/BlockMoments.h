@@ -28,7 +28,9 @@ public:
     BlockMoments(std::size_t imageColumns, std::size_t channelCount, std::size_t blockSide,
                  std::vector<ChannelPair> channelPairs, std::function<void(const Block&)> visitor);
 
-    void AddRow(const double* samples, const unsigned char* valid);
+    /// Samples are doubles or unsigned shorts.
+    template <class Sample>
+    void AddRow(const Sample* samples, const unsigned char* valid);
     /// Ends the blocks that the last row left open.
     void Finish();
 
@@ -37,14 +39,15 @@ private:
         std::uint64_t pixels = 0;
         std::vector<double> first, sums, squares, products;
     };
-    void AddPixel(Sums& block, const double* pixel);
+    template <class Sample>
+    void AddRun(Sums& block, const Sample* samples, const unsigned char* valid, std::size_t pixels);
 
     std::size_t columns, channels, side;
     std::vector<ChannelPair> pairs;
     std::function<void(const Block&)> visit;
-    std::vector<Sums> open; ///< the row of blocks under way
-    std::size_t rows = 0;   ///< of it, so far
-    std::vector<double> differences;
+    std::vector<Sums> open;     ///< the row of blocks under way
+    std::size_t rows = 0;       ///< of it, so far
+    std::vector<double> planes; ///< a row of a block, channel by channel, less the block's first pixel
 };
 
 } // namespace quality

@@ -21,17 +21,27 @@ Comparison::Comparison(std::size_t imageColumns, std::size_t bandCount)
       index(columns, 2 * bands, blockSide, BandPairs(bands)), detail(columns, bands),
       both(2 * bands * columns) {}
 
-void Comparison::AddRow(const double* image, const double* reference, const unsigned char* valid) {
+template <class Image, class Reference>
+void Comparison::AddRow(const Image* image, const Reference* reference, const unsigned char* valid) {
     for (std::size_t column = 0; column < columns; ++column) {
-        const double* a = image + column * bands;
-        const double* b = reference + column * bands;
-        std::copy_n(b, bands, std::copy_n(a, bands, both.data() + column * 2 * bands));
+        double* pixel = both.data() + column * 2 * bands;
+        std::copy_n(reference + column * bands, bands, std::copy_n(image + column * bands, bands, pixel));
         if (!valid[column]) continue;
-        errors.AddPixel(a, b);
-        angle.AddPixel(a, b);
+        errors.AddPixel(pixel, pixel + bands);
+        angle.AddPixel(pixel, pixel + bands);
     }
     index.AddRow(both.data(), valid);
-    detail.AddRow(image, reference, valid);
+    detail.AddRow(both.data(), valid);
+}
+template void Comparison::AddRow(const double*, const double*, const unsigned char*);
+template void Comparison::AddRow(const double*, const unsigned short*, const unsigned char*);
+template void Comparison::AddRow(const unsigned short*, const unsigned short*, const unsigned char*);
+
+void Comparison::Append(Comparison& below) {
+    errors.Append(below.errors);
+    angle.Append(below.angle);
+    index.Append(below.index);
+    detail.Append(below.detail);
 }
 
 ReferenceIndices Comparison::Find(double ratio) {

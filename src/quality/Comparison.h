@@ -23,8 +23,11 @@ class Comparison {
 public:
     Comparison(std::size_t imageColumns, std::size_t bandCount);
 
-    /// A pixel counts where `valid` is not 0.
-    void AddRow(const double* image, const double* reference, const unsigned char* valid);
+    /// A pixel counts where `valid` is not 0. Samples of either are doubles or unsigned shorts.
+    template <class Image, class Reference>
+    void AddRow(const Image* image, const Reference* reference, const unsigned char* valid);
+    /// What is above `below` ends with whole blocks.
+    void Append(Comparison& below);
     /// After the last row. `ratio` is the coarse pixel's width over the fine one's, for ERGAS.
     [[nodiscard]] ReferenceIndices Find(double ratio);
 

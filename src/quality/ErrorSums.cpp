@@ -17,6 +17,16 @@ void ErrorSums::AddPixel(const double* image, const double* reference) {
     }
 }
 
+void ErrorSums::Append(const ErrorSums& below) {
+    count += below.count;
+    for (std::size_t band = 0; band < sums.size(); ++band) {
+        sums[band].difference += below.sums[band].difference;
+        sums[band].squares += below.sums[band].squares;
+        sums[band].reference += below.sums[band].reference;
+        sums[band].largest = std::max(sums[band].largest, below.sums[band].largest);
+    }
+}
+
 std::vector<BandErrors> ErrorSums::Find() const {
     std::vector<BandErrors> bands;
     const auto n = static_cast<double>(count);

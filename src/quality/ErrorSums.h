@@ -5,8 +5,9 @@
 #include <vector>
 
 /// How good a fused image is. Images come as rows of numbers, interleaved by pixel, from the top, each with a
-/// byte a pixel that is 0 where the pixel does not count. Nothing but sums is kept of them. docs/quality.md
-/// has the definitions with their sources.
+/// byte per pixel that is 0 where the pixel does not count. Nothing but sums is kept of them, so that parts
+/// of an image may be looked at side by side: `Append` adds what was found for the rows just below.
+/// docs/quality.md has the definitions with their sources.
 namespace quality {
 
 /// Errors of one band against a reference.
@@ -23,6 +24,7 @@ public:
     explicit ErrorSums(std::size_t bands) : sums(bands) {}
 
     void AddPixel(const double* image, const double* reference);
+    void Append(const ErrorSums& below);
 
     [[nodiscard]] std::uint64_t GetCount() const { return count; }
     /// Not a number throughout before the first pixel.

@@ -29,6 +29,8 @@ public:
     GaussianAxis(std::span<const Target> targets, double step, std::span<const double> transfers);
 
     [[nodiscard]] const std::vector<Taps>& GetTaps() const { return taps; }
+    /// True when all bands have the same weights.
+    [[nodiscard]] bool IsOneForAll() const { return weights.size() == 1; }
     /// Those of a band add up to 1.
     [[nodiscard]] const double* GetWeights(const Taps& of, std::size_t band) const {
         return weights[weights.size() == 1 ? 0 : band].data() + of.weights;

@@ -7,32 +7,36 @@ namespace quality {
 
 namespace {
 
-std::vector<ChannelPair> PairsWithPan(std::size_t bands) {
+/// Of each image, one after the other: of its bands, then of them with pan.
+std::vector<ChannelPair> PairsWithPan(std::size_t bands, std::size_t images) {
     std::vector<ChannelPair> pairs;
-    for (std::size_t i = 0; i < bands; ++i)
-        for (std::size_t j = i + 1; j < bands; ++j)
-            pairs.emplace_back(i, j);
-    for (std::size_t band = 0; band < bands; ++band)
-        pairs.emplace_back(band, bands);
+    const std::size_t pan = bands * images;
+    for (std::size_t first = 0; first < pan; first += bands) {
+        for (std::size_t i = 0; i < bands; ++i)
+            for (std::size_t j = i + 1; j < bands; ++j)
+                pairs.emplace_back(first + i, first + j);
+        for (std::size_t band = 0; band < bands; ++band)
+            pairs.emplace_back(first + band, pan);
+    }
     return pairs;
 }
 
 } // namespace
 
-ScaleIndices::ScaleIndices(std::size_t imageColumns, std::size_t bandCount, std::size_t side)
-    : columns(imageColumns), bands(bandCount), index(columns, bands + 1, side, PairsWithPan(bands)),
-      all(columns * (bands + 1)) {}
+ScaleIndices::ScaleIndices(std::size_t imageColumns, std::size_t bandCount, std::size_t imageCount,
+                           std::size_t side)
+    : bands(bandCount), images(imageCount),
+      index(imageColumns, bands * images + 1, side, PairsWithPan(bands, images)) {}
 
-void ScaleIndices::AddRow(const double* image, const double* pan, const unsigned char* valid) {
-    for (std::size_t column = 0; column < columns; ++column)
-        *std::copy_n(image + column * bands, bands, all.data() + column * (bands + 1)) = pan[column];
-    index.AddRow(all.data(), valid);
-}
-
-ScaleIndices::Found ScaleIndices::Find() {
-    const std::vector<double> found = index.Find();
-    const auto middle = found.end() - static_cast<std::ptrdiff_t>(bands);
-    return {{found.begin(), middle}, {middle, found.end()}};
+std::vector<ScaleIndices::Found> ScaleIndices::Find() {
+    const std::vector<double> all = index.Find();
+    std::vector<Found> found;
+    const auto length = static_cast<std::ptrdiff_t>(all.size() / images);
+    for (auto from = all.begin(); from != all.end(); from += length) {
+        const auto middle = from + length - static_cast<std::ptrdiff_t>(bands);
+        found.push_back({{from, middle}, {middle, from + length}});
+    }
+    return found;
 }
 
 std::size_t CoarseBlockSide(double ratio) {

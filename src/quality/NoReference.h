@@ -4,25 +4,31 @@
 
 namespace quality {
 
-/// What Q says of one scale of a pair: of every two bands, and of every band with pan.
+/// What Q says of one scale of a pair, for images on the same pixels: of every two bands of an image, and of
+/// every band with pan.
 class ScaleIndices {
 public:
-    /// Blocks of so many pixels across and down.
-    ScaleIndices(std::size_t imageColumns, std::size_t bandCount, std::size_t side);
+    /// Images of so many bands each, blocks of so many pixels across and down.
+    ScaleIndices(std::size_t imageColumns, std::size_t bandCount, std::size_t imageCount, std::size_t side);
 
-    /// Pixels of the bands interleaved, pan one sample a pixel.
-    void AddRow(const double* image, const double* pan, const unsigned char* valid);
+    /// Pixels interleaved: the bands of one image after those of another, then pan. Samples are doubles or
+    /// unsigned shorts.
+    template <class Sample>
+    void AddRow(const Sample* samples, const unsigned char* valid) {
+        index.AddRow(samples, valid);
+    }
+    /// What is above `below` ends with whole blocks.
+    void Append(ScaleIndices& below) { index.Append(below.index); }
 
     struct Found {
         std::vector<double> ofBands; ///< bands 1 and 2, 1 and 3, ..., 2 and 3, ...
         std::vector<double> withPan;
     };
-    [[nodiscard]] Found Find();
+    [[nodiscard]] std::vector<Found> Find(); ///< one per image
 
 private:
-    std::size_t columns, bands;
+    std::size_t bands, images;
     UniversalIndex index;
-    std::vector<double> all; ///< a row, the bands and then pan a pixel
 };
 
 /// The side of the blocks on the coarse grid that are as large on the ground as those on the fine one; at

@@ -7,28 +7,44 @@ namespace quality {
 
 SpatialCorrelation::SpatialCorrelation(std::size_t imageColumns, std::size_t bandCount)
     : columns(imageColumns), bands(bandCount), sums(bandCount) {
-    for (Row& row : rows) {
-        row.image.resize(columns * bands);
-        row.reference.resize(columns * bands);
-        row.valid.resize(columns);
-    }
+    for (Row& row : rows)
+        row = {std::vector<double>(columns * 2 * bands), std::vector<unsigned char>(columns)};
 }
 
-void SpatialCorrelation::AddRow(const double* image, const double* reference, const unsigned char* valid) {
+void SpatialCorrelation::AddRow(const double* both, const unsigned char* valid) {
     std::rotate(rows.begin(), rows.begin() + 1, rows.end());
-    std::copy_n(image, columns * bands, rows[2].image.begin());
-    std::copy_n(reference, columns * bands, rows[2].reference.begin());
+    std::copy_n(both, columns * 2 * bands, rows[2].both.begin());
     std::copy_n(valid, columns, rows[2].valid.begin());
+    if (seen < first.size()) first[seen] = rows[2];
     if (++seen >= rows.size()) AddMiddle();
 }
 
-double SpatialCorrelation::Detail(std::vector<double> Row::*samples, std::size_t at) const {
+void SpatialCorrelation::Append(const SpatialCorrelation& below) {
+    // The rows at the seam are the middle ones of three only now.
+    for (std::size_t i = 0; i < std::min(below.seen, first.size()); ++i)
+        AddRow(below.first[i].both.data(), below.first[i].valid.data());
+    if (below.seen <= first.size()) return;
+    rows = below.rows;
+    seen += below.seen - first.size();
+    count += below.count;
+    for (std::size_t band = 0; band < bands; ++band) {
+        Sums& sum = sums[band];
+        const Sums& more = below.sums[band];
+        sum.image += more.image;
+        sum.reference += more.reference;
+        sum.imageSquares += more.imageSquares;
+        sum.referenceSquares += more.referenceSquares;
+        sum.products += more.products;
+    }
+}
+
+double SpatialCorrelation::Detail(std::size_t at) const {
     double sum = 0.0;
     for (const Row& row : rows) {
-        const double* middle = (row.*samples).data() + at;
-        sum += middle[-static_cast<std::ptrdiff_t>(bands)] + middle[0] + middle[bands];
+        const double* middle = row.both.data() + at;
+        sum += *(middle - 2 * bands) + middle[0] + middle[2 * bands];
     }
-    return 9.0 * (rows[1].*samples)[at] - sum;
+    return 9.0 * rows[1].both[at] - sum;
 }
 
 void SpatialCorrelation::AddMiddle() {
@@ -39,8 +55,8 @@ void SpatialCorrelation::AddMiddle() {
         if (!counts) continue;
         ++count;
         for (std::size_t band = 0; band < bands; ++band) {
-            const double x = Detail(&Row::image, column * bands + band);
-            const double y = Detail(&Row::reference, column * bands + band);
+            const double x = Detail(column * 2 * bands + band);
+            const double y = Detail(column * 2 * bands + bands + band);
             Sums& sum = sums[band];
             sum.image += x;
             sum.reference += y;

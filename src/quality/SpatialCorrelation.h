@@ -18,23 +18,26 @@ class SpatialCorrelation {
 public:
     SpatialCorrelation(std::size_t imageColumns, std::size_t bandCount);
 
-    void AddRow(const double* image, const double* reference, const unsigned char* valid);
+    /// A pixel is the bands of the image and then those of the reference.
+    void AddRow(const double* both, const unsigned char* valid);
+    void Append(const SpatialCorrelation& below);
     /// 1 where both have no detail, 0 where one has none. Not a number when no pixel counted.
     [[nodiscard]] std::vector<double> Find() const;
 
 private:
     struct Row {
-        std::vector<double> image, reference;
+        std::vector<double> both;
         std::vector<unsigned char> valid;
     };
     struct Sums {
         double image = 0.0, reference = 0.0, imageSquares = 0.0, referenceSquares = 0.0, products = 0.0;
     };
     void AddMiddle();
-    [[nodiscard]] double Detail(std::vector<double> Row::*samples, std::size_t at) const;
+    [[nodiscard]] double Detail(std::size_t at) const;
 
     std::size_t columns, bands;
-    std::array<Row, 3> rows; ///< the latest last
+    std::array<Row, 3> rows;  ///< the latest last
+    std::array<Row, 2> first; ///< the first ones, for what is above them
     std::size_t seen = 0;
     std::vector<Sums> sums;
     std::uint64_t count = 0;

@@ -12,6 +12,10 @@ public:
     explicit SpectralAngle(std::size_t bandCount) : bands(bandCount) {}
 
     void AddPixel(const double* image, const double* reference);
+    void Append(const SpectralAngle& below) {
+        sum += below.sum;
+        count += below.count;
+    }
     /// Degrees; not a number when no pixel counted.
     [[nodiscard]] double Find() const;
 

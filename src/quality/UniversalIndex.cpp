@@ -48,6 +48,13 @@ void UniversalIndex::Add(const Block& block, const std::vector<ChannelPair>& pai
     }
 }
 
+void UniversalIndex::Append(UniversalIndex& below) {
+    below.moments.Finish();
+    for (std::size_t i = 0; i < sums.size(); ++i)
+        sums[i] += below.sums[i];
+    pixels += below.pixels;
+}
+
 std::vector<double> UniversalIndex::Find() {
     moments.Finish();
     std::vector<double> found;
@@ -80,6 +87,12 @@ void HypercomplexIndex::Add(const Block& block) {
     sum += static_cast<double>(block.pixels) * Nearness(std::sqrt(squares), variances) *
            Nearness(std::sqrt(imageMean * referenceMean), imageMean + referenceMean);
     pixels += block.pixels;
+}
+
+void HypercomplexIndex::Append(HypercomplexIndex& below) {
+    below.moments.Finish();
+    sum += below.sum;
+    pixels += below.pixels;
 }
 
 double HypercomplexIndex::Find() {

@@ -15,7 +15,13 @@ public:
     UniversalIndex(const UniversalIndex&) = delete;
     UniversalIndex& operator=(const UniversalIndex&) = delete;
 
-    void AddRow(const double* samples, const unsigned char* valid) { moments.AddRow(samples, valid); }
+    /// Samples are doubles or unsigned shorts.
+    template <class Sample>
+    void AddRow(const Sample* samples, const unsigned char* valid) {
+        moments.AddRow(samples, valid);
+    }
+    /// What is above `below` ends with whole blocks.
+    void Append(UniversalIndex& below);
     /// One number a pair, not a number when no pixel counted. After the last row.
     [[nodiscard]] std::vector<double> Find();
 
@@ -36,6 +42,8 @@ public:
     HypercomplexIndex& operator=(const HypercomplexIndex&) = delete;
 
     void AddRow(const double* samples, const unsigned char* valid) { moments.AddRow(samples, valid); }
+    /// What is above `below` ends with whole blocks.
+    void Append(HypercomplexIndex& below);
     [[nodiscard]] double Find();
 
 private:

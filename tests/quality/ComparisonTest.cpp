@@ -178,13 +178,20 @@ std::vector<unsigned char> WithHoles() {
 TEST(Comparison, EqualsTheSlowDefinitions) {
     const Image truth = Random(1, bands, 3.0), image = Random(2, bands, 1.0, &truth);
     for (const auto& valid : {std::vector<unsigned char>(columns * rows, 1), WithHoles()}) {
-        quality::Comparison comparison(columns, bands);
-        quality::HypercomplexIndex whole(columns, bands, quality::blockSide);
+        // The last rows are looked at by themselves; the image above them ends with whole blocks.
+        quality::Comparison comparison(columns, bands), below(columns, bands);
+        quality::HypercomplexIndex whole(columns, bands, quality::blockSide),
+            wholeBelow(columns, bands, quality::blockSide);
         for (std::size_t row = 0; row < rows; ++row) {
-            comparison.AddRow(Interleave({&image}, row).data(), Interleave({&truth}, row).data(),
-                              valid.data() + row * columns);
-            whole.AddRow(Interleave({&image, &truth}, row).data(), valid.data() + row * columns);
+            const bool isBelow = row >= quality::blockSide;
+            (isBelow ? below : comparison)
+                .AddRow(Interleave({&image}, row).data(), Interleave({&truth}, row).data(),
+                        valid.data() + row * columns);
+            (isBelow ? wholeBelow : whole)
+                .AddRow(Interleave({&image, &truth}, row).data(), valid.data() + row * columns);
         }
+        comparison.Append(below);
+        whole.Append(wholeBelow);
         const quality::ReferenceIndices found = comparison.Find(2.5);
         std::vector<std::size_t> at;
         for (std::size_t i = 0; i < valid.size(); ++i)
@@ -224,20 +231,30 @@ TEST(Comparison, EqualsTheSlowDefinitions) {
 }
 
 TEST(NoReference, EqualsTheSlowDefinitions) {
-    const Image image = Random(3, bands, 2.0), pan = Random(4, 1, 2.0);
+    const Image first = Random(3, bands, 2.0), second = Random(5, bands, 7.0), pan = Random(4, 1, 2.0);
     const auto valid = WithHoles();
-    quality::ScaleIndices indices(columns, bands, quality::CoarseBlockSide(3.0)); // 32 / 3, rounded
-    for (std::size_t row = 0; row < rows; ++row)
-        indices.AddRow(Interleave({&image}, row).data(), Interleave({&pan}, row).data(),
-                       valid.data() + row * columns);
+    constexpr std::size_t side = 11; // 32 / 3, rounded
+    ASSERT_EQ(quality::CoarseBlockSide(3.0), side);
+    quality::ScaleIndices indices(columns, bands, 2, side), below(columns, bands, 2, side);
+    for (std::size_t row = 0; row < rows; ++row) {
+        const auto numbers = Interleave({&first, &second, &pan}, row);
+        const std::vector<unsigned short> samples(numbers.begin(), numbers.end());
+        if (row < 2 * side)
+            indices.AddRow(samples.data(), valid.data() + row * columns);
+        else
+            below.AddRow(numbers.data(), valid.data() + row * columns);
+    }
+    indices.Append(below);
     const auto found = indices.Find();
-    const std::pair<int, int> pairs[] = {{0, 1}, {0, 2}, {1, 2}};
-    ASSERT_EQ(found.ofBands.size(), std::size(pairs));
-    for (std::size_t i = 0; i < bands; ++i) {
-        EXPECT_NEAR(found.withPan[i], SlowQ(image.band[i], pan.band[0], valid, 11), 1e-9);
-        EXPECT_NEAR(found.ofBands[i],
-                    SlowQ(image.band[size_t(pairs[i].first)], image.band[size_t(pairs[i].second)], valid, 11),
-                    1e-9);
+    const std::pair<std::size_t, std::size_t> pairs[] = {{0, 1}, {0, 2}, {1, 2}};
+    for (std::size_t image = 0; image < found.size(); ++image) {
+        const auto& band = (image == 0 ? first : second).band;
+        ASSERT_EQ(found[image].ofBands.size(), std::size(pairs));
+        for (std::size_t i = 0; i < bands; ++i) {
+            EXPECT_NEAR(found[image].withPan[i], SlowQ(band[i], pan.band[0], valid, side), 1e-9);
+            EXPECT_NEAR(found[image].ofBands[i],
+                        SlowQ(band[pairs[i].first], band[pairs[i].second], valid, side), 1e-9);
+        }
     }
     EXPECT_DOUBLE_EQ(quality::Distortion({0.5, 0.25}, {0.25, 0.75}), 0.375);
     EXPECT_EQ(quality::Distortion({}, {}), 0.0); // a single band

@@ -1,9 +1,8 @@
 #include "rasterhost/assessing/Assess.h"
 
 #include "hostkit/RequestRecord.h"
-#include "quality/NoReference.h"
 #include "rasterhost/assessing/CompareRows.h"
-#include "rasterhost/assessing/DegradedRows.h"
+#include "rasterhost/assessing/PairAssessment.h"
 #include "rasterhost/fusing/PreparedPair.h"
 #include "rasterhost/requests/CacheLimit.h"
 #include "rasterhost/requests/Operation.h"
@@ -53,90 +52,6 @@ bool CheckPixels(const InputImage& fused, const InputImage& other, const char* r
                 "pixels",
                 fused.GetName().c_str(), role, other.GetName().c_str());
 }
-
-/// What an image on the grid of pan looks like beside the pair that it was made of.
-class PairView {
-public:
-    PairView(const Scene& images, const SensorBlur& sensorBlur, double gridRatio)
-        : scene(images), blur(sensorBlur), ratio(gridRatio), fine(images.pan->GetInfo()),
-          coarse(images.GetMultispectral().GetInfo()), bands(coarse.bandsPerPixel),
-          consistency(coarse.cols, bands), blurred(coarse.cols, bands, quality::blockSide),
-          fineScale(fine.cols, bands, quality::blockSide),
-          coarseScale(coarse.cols, bands, quality::CoarseBlockSide(ratio)) {}
-
-    /// At the multispectral pixels.
-    bool SeeCoarse(RowSource& image, Status& status) {
-        const hostkit::PixelRect all = hostkit::WholeImage(coarse);
-        ImageRows multispectral(*scene.GetMultispectral().image), pan(*scene.pan);
-        DegradedRows seenImage = DegradeOnto(image, fine, coarse, all, blur.multispectral);
-        DegradedRows seenPan = DegradeOnto(pan, fine, coarse, all, std::span(&blur.pan, 1));
-        SampleRows a, b, c;
-        return ForStrips(multispectral, [&](std::uint32_t row, std::uint32_t end) {
-            if (!seenImage.Read(row, end, a, status) || !multispectral.Read(row, end, b, status) ||
-                !seenPan.Read(row, end, c, status))
-                return false;
-            KeepCommon(a.valid, b.valid);
-            KeepCommon(c.valid, a.valid);
-            for (std::size_t i = 0; i < end - row; ++i) {
-                const std::size_t at = i * coarse.cols;
-                const double* seen = a.samples.data() + at * bands;
-                const double* truth = b.samples.data() + at * bands;
-                consistency.AddRow(seen, truth, a.valid.data() + at);
-                blurred.AddRow(Join(seen, truth), a.valid.data() + at);
-                coarseScale.AddRow(truth, c.samples.data() + at, c.valid.data() + at);
-            }
-            return true;
-        });
-    }
-
-    /// At the pixels of pan.
-    bool SeeFine(RowSource& image, Status& status) {
-        ImageRows pan(*scene.pan);
-        SampleRows a, b;
-        return ForStrips(image, [&](std::uint32_t row, std::uint32_t end) {
-            if (!image.Read(row, end, a, status) || !pan.Read(row, end, b, status)) return false;
-            KeepCommon(a.valid, b.valid);
-            for (std::size_t at = 0; at < a.valid.size(); at += fine.cols)
-                fineScale.AddRow(a.samples.data() + at * bands, b.samples.data() + at, a.valid.data() + at);
-            pixels +=
-                a.valid.size() - static_cast<std::size_t>(std::count(a.valid.begin(), a.valid.end(), 0));
-            return true;
-        });
-    }
-
-    void Find(PairIndices& found) {
-        found.consistency = consistency.Find(ratio);
-        found.pixels = pixels;
-        const auto atFine = fineScale.Find(), atCoarse = coarseScale.Find();
-        found.spectralDistortion = quality::Distortion(atFine.ofBands, atCoarse.ofBands);
-        found.spatialDistortion = quality::Distortion(atFine.withPan, atCoarse.withPan);
-        found.qnr = (1.0 - found.spectralDistortion) * (1.0 - found.spatialDistortion);
-        found.spectralDistortionOfBlur = 1.0 - blurred.Find();
-        found.hqnr = (1.0 - found.spectralDistortionOfBlur) * (1.0 - found.spatialDistortion);
-    }
-
-private:
-    /// Pixel by pixel the bands of one row and then those of another.
-    const double* Join(const double* first, const double* second) {
-        both.clear();
-        for (std::size_t column = 0; column < coarse.cols; ++column)
-            for (const double* row : {first, second})
-                both.insert(both.end(), row + column * bands, row + (column + 1) * bands);
-        return both.data();
-    }
-
-    const Scene& scene;
-    const SensorBlur& blur;
-    double ratio;
-    const RasterInfo& fine;
-    const RasterInfo coarse;
-    std::size_t bands;
-    quality::Comparison consistency;
-    quality::HypercomplexIndex blurred;
-    quality::ScaleIndices fineScale, coarseScale;
-    std::uint64_t pixels = 0;
-    std::vector<double> both;
-};
 
 /// One assessment from the opened images to the report.
 class Assessment {
@@ -194,27 +109,7 @@ private:
         if (!report.ratio)
             report.ratio =
                 std::sqrt(coarse.pixelSizeX / pan.pixelSizeX * (coarse.pixelSizeY / pan.pixelSizeY));
-        const CacheLimit cache(StripCache({fused.get(), scene->pan.get(), multispectral.image.get()}));
-        ImageRows image(*fused);
-        UpsampledRows plain(*multispectral.image, *multispectral.placement, hostkit::WholeImage(pan),
-                            hostkit::Resampling::Bilinear, true);
-        // Both at the same pixels.
-        MaskedRows maskedImage(image, plain), maskedPlain(plain, image);
-        return AddRow("fused", maskedImage) && AddRow("bilinear", maskedPlain);
-    }
-
-    bool AddRow(const char* name, RowSource& image) {
-        PairIndices found;
-        found.name = name;
-        PairView view(*scene, blur, *report.ratio);
-        if (!view.SeeCoarse(image, status) || !view.SeeFine(image, status)) return false;
-        view.Find(found);
-        if (found.consistency.pixels == 0 || found.pixels == 0)
-            return Fail(
-                status, HostStatus::InputsDoNotFit,
-                "no multispectral pixel has data around it in all images; there is nothing to assess");
-        report.pair.push_back(std::move(found));
-        return true;
+        return AssessPair(*scene, *fused, blur, *report.ratio, report.pair, status);
     }
 
     const AssessRequest& request;

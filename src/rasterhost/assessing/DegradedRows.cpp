@@ -1,78 +1,115 @@
 #include "rasterhost/assessing/DegradedRows.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace rasterhost {
 
 using KOVA::Tessara::Pixmere::RasterInfo;
 using quality::GaussianAxis;
 
-void DegradedRows::MakeAcross(std::size_t sourceRow, std::size_t row, const SampleRows& source) {
-    const std::size_t bands = GetBands();
-    const std::size_t columns = GetColumns();
-    const double* samples = source.samples.data() + sourceRow * fine.GetColumns() * bands;
-    const unsigned char* valid = source.valid.data() + sourceRow * fine.GetColumns();
-    for (std::size_t column = 0; column < columns; ++column) {
-        const GaussianAxis::Taps& taps = across.GetTaps()[column];
-        const std::size_t at = row * columns + column;
-        const auto* first = valid + taps.first;
-        narrowed.valid[at] =
-            taps.count > 0 && std::all_of(first, first + taps.count, [](unsigned char has) { return has; });
-        if (!narrowed.valid[at]) continue;
-        for (std::size_t band = 0; band < bands; ++band) {
-            const double* weights = across.GetWeights(taps, band);
-            double sum = 0.0;
-            for (std::size_t i = 0; i < taps.count; ++i)
-                sum += weights[i] * samples[(taps.first + i) * bands + band];
-            narrowed.samples[at * bands + band] = sum;
+/// Has the fine rows `first` to `end` - 1 in `held`; reads those that are not there from the last time.
+bool DegradedRows::Hold(std::size_t first, std::size_t end, Status& status) {
+    const std::size_t columns = fine.GetColumns(), length = columns * fine.GetBands();
+    const auto drop = [](auto& rows, std::size_t count) {
+        rows.erase(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(count));
+    };
+    if (first < heldFirst || first > heldEnd) heldFirst = heldEnd = first;
+    held.samples.resize((heldEnd - heldFirst) * length);
+    held.valid.resize((heldEnd - heldFirst) * columns);
+    drop(held.samples, (first - heldFirst) * length);
+    drop(held.valid, (first - heldFirst) * columns);
+    heldFirst = first;
+    if (heldEnd >= end) return true;
+    if (!fine.Read(static_cast<std::uint32_t>(heldEnd), static_cast<std::uint32_t>(end), fresh, status))
+        return false;
+    held.samples.insert(held.samples.end(), fresh.samples.begin(), fresh.samples.end());
+    held.valid.insert(held.valid.end(), fresh.valid.begin(), fresh.valid.end());
+    heldEnd = end;
+    return true;
+}
+
+/// The rows of one coarse row become one with the columns of the fine image.
+void DegradedRows::MakeDown(const GaussianAxis::Taps& taps) {
+    constexpr std::size_t pixelsAtOnce = 256; // a nearer cache holds their sums
+    const std::size_t bands = GetBands(), columns = fine.GetColumns(), start = taps.first - heldFirst;
+    narrowed.assign(columns * bands, 0.0);
+    narrowedMask.assign(columns, 1);
+    for (std::size_t from = 0; from < columns; from += pixelsAtOnce) {
+        const std::size_t pixels = std::min(pixelsAtOnce, columns - from);
+        double* const sums = narrowed.data() + from * bands;
+        unsigned char* const mask = narrowedMask.data() + from;
+        for (std::size_t i = 0; i < taps.count; ++i) {
+            const std::size_t at = (start + i) * columns + from;
+            const unsigned char* valid = held.valid.data() + at;
+            const unsigned short* samples = held.samples.data() + at * bands;
+            for (std::size_t pixel = 0; pixel < pixels; ++pixel)
+                mask[pixel] = valid[pixel] != 0 ? mask[pixel] : 0;
+            if (down.IsOneForAll()) {
+                const double weight = down.GetWeights(taps, 0)[i];
+                for (std::size_t sample = 0; sample < pixels * bands; ++sample)
+                    sums[sample] += weight * samples[sample];
+            } else
+                for (std::size_t band = 0; band < bands; ++band) {
+                    const double weight = down.GetWeights(taps, band)[i];
+                    for (std::size_t sample = band; sample < pixels * bands; sample += bands)
+                        sums[sample] += weight * samples[sample];
+                }
         }
     }
 }
 
-void DegradedRows::MakeDown(const GaussianAxis::Taps& taps, std::size_t firstFine, double* out,
-                            unsigned char* valid) const {
+void DegradedRows::MakeAcross(double* out, unsigned char* valid) const {
     const std::size_t bands = GetBands();
-    const std::size_t columns = GetColumns();
-    std::fill_n(valid, columns, static_cast<unsigned char>(1));
-    for (std::size_t i = 0; i < taps.count; ++i) {
-        const std::size_t start = (taps.first + i - firstFine) * columns;
-        for (std::size_t column = 0; column < columns; ++column)
-            if (!narrowed.valid[start + column]) valid[column] = 0;
-        for (std::size_t band = 0; band < bands; ++band) {
-            const double weight = down.GetWeights(taps, band)[i];
-            const double* samples = narrowed.samples.data() + start * bands + band;
-            for (std::size_t column = 0; column < columns; ++column)
-                out[column * bands + band] += weight * samples[column * bands];
+    const bool isOne = across.IsOneForAll();
+    for (std::size_t column = 0; column < across.GetTaps().size(); ++column, out += bands) {
+        const GaussianAxis::Taps& taps = across.GetTaps()[column];
+        const auto* first = narrowedMask.data() + taps.first;
+        valid[column] =
+            taps.count > 0 && std::all_of(first, first + taps.count, [](unsigned char has) { return has; });
+        if (!valid[column]) continue;
+        for (std::size_t i = 0; i < taps.count; ++i) {
+            const double* in = narrowed.data() + (taps.first + i) * bands;
+            const double weight = across.GetWeights(taps, 0)[i];
+            for (std::size_t band = 0; band < bands; ++band)
+                out[band] += (isOne ? weight : across.GetWeights(taps, band)[i]) * in[band];
         }
     }
+}
+
+bool DegradedRows::ReadNumbers(std::uint32_t first, std::uint32_t end, NumberRows& rows, Status& status) {
+    constexpr std::uint32_t rowsAtOnce = 8;
+    const std::size_t columns = GetColumns(), bands = GetBands();
+    rows.numbers.assign(columns * (end - first) * bands, 0.0);
+    rows.valid.assign(columns * (end - first), 0);
+    for (std::uint32_t top = first; top < end; top += rowsAtOnce) {
+        const std::uint32_t bottom = std::min(top + rowsAtOnce, end);
+        std::size_t from = fine.GetRows(), to = 0;
+        for (std::uint32_t row = top; row < bottom; ++row) {
+            const GaussianAxis::Taps& taps = down.GetTaps()[row];
+            if (taps.count == 0) continue;
+            from = std::min(from, taps.first);
+            to = std::max(to, taps.first + taps.count);
+        }
+        if (from >= to) continue;
+        if (!Hold(from, to, status)) return false;
+        for (std::uint32_t row = top; row < bottom; ++row) {
+            const GaussianAxis::Taps& taps = down.GetTaps()[row];
+            if (taps.count == 0) continue;
+            MakeDown(taps);
+            const std::size_t at = (row - first) * columns;
+            MakeAcross(rows.numbers.data() + at * bands, rows.valid.data() + at);
+        }
+    }
+    return true;
 }
 
 bool DegradedRows::Read(std::uint32_t first, std::uint32_t end, SampleRows& rows, Status& status) {
-    const std::size_t columns = GetColumns();
-    rows.Resize(columns * (end - first), GetBands());
-    std::size_t from = fine.GetRows(), to = 0;
-    for (std::uint32_t row = first; row < end; ++row) {
-        const GaussianAxis::Taps& taps = down.GetTaps()[row];
-        if (taps.count == 0) continue;
-        from = std::min(from, taps.first);
-        to = std::max(to, taps.first + taps.count);
-    }
-    if (from >= to) return true;
-    narrowed.Resize(columns * (to - from), GetBands());
-    SampleRows source;
-    const std::uint32_t strip = ChooseStrip(std::uint64_t{fine.GetColumns()} * GetBands());
-    for (std::size_t row = from; row < to; row += strip) {
-        const std::size_t stop = std::min(row + strip, to);
-        if (!fine.Read(static_cast<std::uint32_t>(row), static_cast<std::uint32_t>(stop), source, status))
-            return false;
-        for (std::size_t i = row; i < stop; ++i)
-            MakeAcross(i - row, i - from, source);
-    }
-    for (std::uint32_t row = first; row < end; ++row) {
-        const std::size_t start = (row - first) * columns;
-        if (const GaussianAxis::Taps& taps = down.GetTaps()[row]; taps.count > 0)
-            MakeDown(taps, from, rows.samples.data() + start * GetBands(), rows.valid.data() + start);
-    }
+    if (!ReadNumbers(first, end, numbers, status)) return false;
+    rows.samples.resize(numbers.numbers.size());
+    std::transform(numbers.numbers.begin(), numbers.numbers.end(), rows.samples.begin(),
+                   [](double number) { return static_cast<unsigned short>(std::floor(number + 0.5)); });
+    rows.valid = numbers.valid;
     return true;
 }
 

@@ -7,8 +7,14 @@
 
 namespace rasterhost {
 
+/// Some rows of an image as numbers.
+struct NumberRows {
+    std::vector<double> numbers;      ///< interleaved by pixel, 0 without data
+    std::vector<unsigned char> valid; ///< a byte per pixel, 0 without data
+};
+
 /// A fine image as a coarser sensor would have seen it. A coarse pixel has data when all fine pixels that it
-/// is made of have. The fine image outlives this.
+/// is made of have. The fine image outlives this. Rows that are read in order are read once.
 class DegradedRows final : public RowSource {
 public:
     DegradedRows(RowSource& fineRows, quality::GaussianAxis columnAxis, quality::GaussianAxis rowAxis)
@@ -21,17 +27,24 @@ public:
         return static_cast<std::uint32_t>(down.GetTaps().size());
     }
     [[nodiscard]] std::size_t GetBands() const override { return fine.GetBands(); }
+    /// Rounded to the nearest samples.
     [[nodiscard]] bool Read(std::uint32_t first, std::uint32_t end, SampleRows& rows,
                             Status& status) override;
+    /// As they are.
+    [[nodiscard]] bool ReadNumbers(std::uint32_t first, std::uint32_t end, NumberRows& rows, Status& status);
 
 private:
-    void MakeAcross(std::size_t sourceRow, std::size_t row, const SampleRows& source);
-    void MakeDown(const quality::GaussianAxis::Taps& taps, std::size_t firstFine, double* out,
-                  unsigned char* valid) const;
+    bool Hold(std::size_t first, std::size_t end, Status& status);
+    void MakeDown(const quality::GaussianAxis::Taps& taps);
+    void MakeAcross(double* out, unsigned char* valid) const;
 
     RowSource& fine;
     quality::GaussianAxis across, down;
-    SampleRows narrowed; ///< fine rows with the columns of the coarse image
+    SampleRows fresh, held;                  ///< fine rows
+    std::size_t heldFirst = 0, heldEnd = 0;  ///< which of them are held
+    std::vector<double> narrowed;            ///< a coarse row with the columns of the fine image
+    std::vector<unsigned char> narrowedMask; ///< where it has data
+    NumberRows numbers;
 };
 
 /// An image seen on the grid of a coarser one, kernels centred at the centres of its pixels. `transfers` as

@@ -13,8 +13,8 @@ using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
 
-/// Bytes of 8-bit samples or of 16-bit ones as numbers.
-void Widen(const unsigned char* bytes, std::uint32_t bits, std::size_t count, double* out) {
+/// Bytes of 8-bit samples or of 16-bit ones.
+void Widen(const unsigned char* bytes, std::uint32_t bits, std::size_t count, unsigned short* out) {
     if (bits == 8)
         std::copy_n(bytes, count, out);
     else
@@ -44,6 +44,8 @@ bool UpsampledRows::Read(std::uint32_t first, std::uint32_t end, SampleRows& row
     const PixelRect covered = placement.FindCovered();
     const PixelRect window = {std::max(covered.col0, part.col0), std::max(covered.row0, part.row0 + first),
                               std::min(covered.col1, part.col1), std::min(covered.row1, part.row0 + end)};
+    if (!(window == PixelRect{part.col0, part.row0 + first, part.col1, part.row0 + end}))
+        std::fill(rows.samples.begin(), rows.samples.end(), static_cast<unsigned short>(0));
     if (window.IsEmpty()) return true;
     hostkit::SourceRaster read(coarse);
     const PixelRect needed = placement.FindSource(window, resampling);
@@ -76,13 +78,16 @@ JoinedRows::JoinedRows(std::vector<Part> sources) : parts(std::move(sources)) {
 bool JoinedRows::Read(std::uint32_t first, std::uint32_t end, SampleRows& rows, Status& status) {
     rows.Resize(std::size_t{GetColumns()} * (end - first), allBands);
     std::fill(rows.valid.begin(), rows.valid.end(), static_cast<unsigned char>(1));
-    SampleRows own;
     for (const Part& part : parts) {
         if (!part.rows->Read(first, end, own, status)) return false;
         KeepCommon(rows.valid, own.valid);
         const std::size_t count = part.bands.size();
-        for (std::size_t i = 0; i < own.samples.size(); ++i)
-            rows.samples[i / count * allBands + part.bands[i % count]] = own.samples[i];
+        for (std::size_t band = 0; band < count; ++band) {
+            const unsigned short* in = own.samples.data() + band;
+            unsigned short* out = rows.samples.data() + part.bands[band];
+            for (std::size_t pixel = 0; pixel < own.valid.size(); ++pixel)
+                out[pixel * allBands] = in[pixel * count];
+        }
     }
     return true;
 }

@@ -10,13 +10,14 @@
 
 namespace rasterhost {
 
-/// Some rows of an image as plain numbers.
+/// Some rows of an image.
 struct SampleRows {
-    std::vector<double> samples;      ///< interleaved by pixel
-    std::vector<unsigned char> valid; ///< a byte a pixel, 0 without data
+    std::vector<unsigned short> samples; ///< interleaved by pixel
+    std::vector<unsigned char> valid;    ///< a byte per pixel, 0 without data
 
+    /// Samples of pixels without data are of no meaning.
     void Resize(std::size_t pixels, std::size_t bands) {
-        samples.assign(pixels * bands, 0.0);
+        samples.resize(pixels * bands);
         valid.assign(pixels, 0);
     }
 };
@@ -97,6 +98,7 @@ public:
 private:
     std::vector<Part> parts;
     std::size_t allBands = 0;
+    SampleRows own; ///< those of a part
 };
 
 /// An image that has data only where another has, too. Both outlive this.

@@ -7,8 +7,6 @@
 #include <cpl_string.h>
 #include <gdal_priv.h>
 
-#include <cmath>
-
 namespace rasterhost {
 
 using KOVA::Tessara::Fundament::FormatString;
@@ -69,8 +67,6 @@ bool PlainFile::WriteRows(RowSource& image, std::uint32_t column, std::uint32_t 
     SampleRows rows;
     return ForStrips(image, [&](std::uint32_t first, std::uint32_t end) {
         if (!image.Read(first, end, rows, status)) return false;
-        for (double& sample : rows.samples)
-            sample = std::floor(sample + 0.5);
         for (unsigned char& has : rows.valid)
             has = has ? 255 : 0;
         const auto count = static_cast<int>(end - first);
@@ -78,8 +74,8 @@ bool PlainFile::WriteRows(RowSource& image, std::uint32_t column, std::uint32_t 
         const bool isWritten =
             (maskOnly ||
              dataset->RasterIO(GF_Write, static_cast<int>(column), at, columns, count, rows.samples.data(),
-                               columns, count, GDT_Float64, bands, nullptr, GSpacing{8} * bands,
-                               GSpacing{8} * bands * columns, 8, nullptr) == CE_None) &&
+                               columns, count, GDT_UInt16, bands, nullptr, GSpacing{2} * bands,
+                               GSpacing{2} * bands * columns, 2, nullptr) == CE_None) &&
             mask->RasterIO(GF_Write, static_cast<int>(column), at, columns, count, rows.valid.data(), columns,
                            count, GDT_Byte, 0, 0, nullptr) == CE_None;
         return (isWritten && !errors.HasFailed()) || Refuse(errors, status);

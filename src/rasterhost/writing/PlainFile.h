@@ -31,7 +31,7 @@ public:
     PlainFile& operator=(const PlainFile&) = delete;
     ~PlainFile();
 
-    /// Writes all of an image, rounded to the nearest samples, with its upper left pixel at a place.
+    /// Writes all of an image with its upper left pixel at a place.
     [[nodiscard]] bool Write(RowSource& image, std::uint32_t column, std::uint32_t row, Status& status);
     /// Replaces the mask by where an image of the same size has data.
     [[nodiscard]] bool WriteMask(RowSource& image, Status& status);

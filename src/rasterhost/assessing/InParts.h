@@ -1,0 +1,65 @@
+#pragma once
+
+#include "rasterhost/requests/HostStatus.h"
+
+#include <tbb/enumerable_thread_specific.h>
+#include <tbb/parallel_pipeline.h>
+#include <tbb/task_arena.h>
+
+#include <atomic>
+#include <cstddef>
+#include <memory>
+
+namespace rasterhost {
+
+/// Makes something of an image part by part, on all processors, and takes it in the order of the parts. No
+/// more than twice as many parts as there are threads wait for being taken.
+///
+/// `open` gives a thread what it reads with: a unique_ptr, null with an item. `make(reader, part, status)`
+/// gives a unique_ptr, null with an item; `take(made)` runs by itself. False with the items of the part that
+/// failed; what comes after it is left out.
+template <class Open, class Make, class Take>
+[[nodiscard]] bool InParts(std::size_t parts, const Open& open, const Make& make, const Take& take,
+                           Status& status) {
+    using Reader = decltype(open(status));
+    using Made = decltype(make(*open(status), std::size_t{}, status));
+    struct Job {
+        std::size_t part = 0;
+        Made made;
+        Status reasons;
+    };
+    tbb::enumerable_thread_specific<Reader> readers;
+    std::size_t next = 0;
+    std::atomic<bool> hasFailed{false};
+    const auto hand = [&](tbb::flow_control& flow) -> std::shared_ptr<Job> {
+        if (next < parts && !hasFailed) return std::make_shared<Job>(Job{next++, {}, {}});
+        flow.stop();
+        return nullptr;
+    };
+    const auto work = [&](std::shared_ptr<Job> job) {
+        Reader& reader = readers.local();
+        if (!reader) reader = open(job->reasons);
+        if (reader) job->made = make(*reader, job->part, job->reasons);
+        if (!job->made) hasFailed = true;
+        return job;
+    };
+    bool isDone = true;
+    const auto receive = [&](const std::shared_ptr<Job>& job) {
+        if (!isDone) return;
+        if (job->made)
+            take(*job->made);
+        else {
+            isDone = false;
+            status.Append(job->reasons);
+        }
+    };
+    const auto threads = static_cast<std::size_t>(tbb::this_task_arena::max_concurrency());
+    tbb::parallel_pipeline(
+        2 * threads,
+        tbb::make_filter<void, std::shared_ptr<Job>>(tbb::filter_mode::serial_in_order, hand) &
+            tbb::make_filter<std::shared_ptr<Job>, std::shared_ptr<Job>>(tbb::filter_mode::parallel, work) &
+            tbb::make_filter<std::shared_ptr<Job>, void>(tbb::filter_mode::serial_in_order, receive));
+    return isDone;
+}
+
+} // namespace rasterhost

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "rasterhost/assessing/Assess.h"
+#include "rasterhost/scene/Scene.h"
+
+#include <vector>
+
+namespace rasterhost {
+
+/// Looks at a fused image, and at plain bilinear upsampling, beside the pair that it was made of, at the same
+/// pixels: where both have data. `fused` has the pixels of pan and the multispectral bands. False with an
+/// item when an image cannot be read or nothing can be compared.
+[[nodiscard]] bool AssessPair(const Scene& scene, const InputImage& fused, const SensorBlur& blur,
+                              double ratio, std::vector<PairIndices>& found, Status& status);
+
+} // namespace rasterhost
