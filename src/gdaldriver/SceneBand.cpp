@@ -43,6 +43,21 @@ CPLErr SceneBand::IReadBlock(int column, int row, void* block) {
     return GetScene().ReadBlock(nBand, column, row, block);
 }
 
+CPLErr SceneBand::IRasterIO(GDALRWFlag flag, int column, int row, int columns, int rows, void* samples,
+                            int outColumns, int outRows, GDALDataType type, GSpacing pixelSpace,
+                            GSpacing lineSpace, GDALRasterIOExtraArg* extra) {
+    using Way = SceneDataset::Way;
+    if (flag == GF_Read) {
+        const hostkit::PixelRect rect = RectOf(column, row, columns, rows);
+        const Way way = GetScene().ChooseWay(rect, 1, columns != outColumns || rows != outRows, extra);
+        if (way == Way::PastCache)
+            return GetScene().ReadPastCache(rect, {&nBand, 1}, samples, type, pixelSpace, lineSpace, 0);
+        if (way == Way::ThroughCache && GetScene().FillCache(nBand, rect) != CE_None) return CE_Failure;
+    }
+    return GDALPamRasterBand::IRasterIO(flag, column, row, columns, rows, samples, outColumns, outRows, type,
+                                        pixelSpace, lineSpace, extra);
+}
+
 SceneMask::SceneMask(SceneDataset& dataset) : scene(dataset) {
     nRasterXSize = dataset.GetRasterXSize();
     nRasterYSize = dataset.GetRasterYSize();

@@ -31,6 +31,9 @@ public:
 
 protected:
     CPLErr IReadBlock(int column, int row, void* block) override;
+    CPLErr IRasterIO(GDALRWFlag flag, int column, int row, int columns, int rows, void* samples,
+                     int outColumns, int outRows, GDALDataType type, GSpacing pixelSpace, GSpacing lineSpace,
+                     GDALRasterIOExtraArg* extra) override;
 
 private:
     [[nodiscard]] SceneDataset& GetScene() const;

@@ -49,26 +49,37 @@ std::size_t CountThreads(const GDALOpenInfo& how) {
         std::clamp(EQUAL(asked, "ALL_CPUS") ? CPLGetNumCPUs() : std::atoi(asked), 1, most));
 }
 
+bool IsCached(GDALRasterBand& band, std::uint32_t column, std::uint32_t row) {
+    GDALRasterBlock* cached = band.TryGetLockedBlockRef(static_cast<int>(column), static_cast<int>(row));
+    if (cached) cached->DropLock();
+    return cached != nullptr;
+}
+
 /// Puts samples that were fused along into the cache, unless they are there.
-void Offer(GDALRasterBand& band, int column, int row, const unsigned char* samples, std::size_t bytes) {
-    if (GDALRasterBlock* cached = band.TryGetLockedBlockRef(column, row)) {
-        cached->DropLock();
-    } else if (GDALRasterBlock* block = band.GetLockedBlockRef(column, row, TRUE)) {
-        std::memcpy(block->GetDataRef(), samples, bytes);
+void Offer(GDALRasterBand& band, std::uint32_t column, std::uint32_t row, const BlockSamples& samples) {
+    if (IsCached(band, column, row)) return;
+    if (GDALRasterBlock* block =
+            band.GetLockedBlockRef(static_cast<int>(column), static_cast<int>(row), TRUE)) {
+        samples.CopyTo(block->GetDataRef());
         block->DropLock();
     }
 }
 
 } // namespace
 
+void BlockSamples::CopyTo(void* block) const {
+    for (std::size_t row = 0; row < rows; ++row)
+        std::memcpy(static_cast<unsigned char*>(block) + row * blockRowBytes, first + row * rowStride,
+                    rowBytes);
+}
+
 SceneDataset::SceneDataset(Scene sharpened, std::shared_ptr<GDALDataset> described, unsigned levelNumber)
     : scene(std::move(sharpened)), description(std::move(described)), level(levelNumber) {
     nRasterXSize = static_cast<int>(hostkit::CoarseCount(scene->GetColumns(), level));
     nRasterYSize = static_cast<int>(hostkit::CoarseCount(scene->GetRows(), level));
     eAccess = GA_ReadOnly;
-    const GDALDataType type = scene->GetBits() == 8 ? GDT_Byte : GDT_UInt16;
     for (int band = 1; band <= static_cast<int>(scene->GetBands()); ++band)
-        SetBand(band, new SceneBand(*this, band, type, *description->GetRasterBand(band)));
+        SetBand(band, new SceneBand(*this, band, GetType(), *description->GetRasterBand(band)));
     const rasterhost::OutputRules& rules = scene->GetFusion().rules;
     if (!rules.noData && !rules.hasAlpha && scene->MayLackData()) mask = std::make_unique<SceneMask>(*this);
     TakeMetadata();
@@ -140,7 +151,33 @@ bool SceneDataset::Fuse(const PixelRect& rect, std::span<const std::uint32_t> wa
     return scene->Read(window, rect.GetColumns(), rect.GetRows(), wanted, target, status);
 }
 
-bool SceneDataset::FuseSideBySide(const PixelRect& rect, std::span<const std::uint32_t> wanted,
+bool SceneDataset::FuseAs(GDALDataType type, const PixelRect& rect, std::span<const std::uint32_t> wanted,
+                          const rasterhost::WindowTarget& target, rasterhost::Status& status) const {
+    if (type == GetType()) return Fuse(rect, wanted, target, status);
+    constexpr std::uint32_t mostPixels = 1u << 20; // at a time
+    const std::uint32_t height = std::clamp(mostPixels / rect.GetColumns(), 1u, rect.GetRows());
+    const std::size_t sample = scene->GetBits() / 8, pixel = sample * wanted.size();
+    const std::size_t line = pixel * rect.GetColumns();
+    std::vector<unsigned char> made(line * height);
+    const rasterhost::WindowTarget own{made.data(), std::ptrdiff_t(pixel), std::ptrdiff_t(line),
+                                       std::ptrdiff_t(sample), nullptr};
+    PixelRect part = rect;
+    for (; part.row0 < rect.row1; part.row0 = part.row1) {
+        part.row1 = part.row0 + std::min(height, rect.row1 - part.row0);
+        if (!Fuse(part, wanted, own, status)) return false;
+        for (std::size_t row = 0; row < part.GetRows(); ++row)
+            for (std::size_t band = 0; band < wanted.size(); ++band)
+                GDALCopyWords64(made.data() + row * line + band * sample, GetType(), static_cast<int>(pixel),
+                                target.samples +
+                                    std::ptrdiff_t(part.row0 - rect.row0 + row) * target.rowStride +
+                                    std::ptrdiff_t(band) * target.bandStride,
+                                type, static_cast<int>(target.pixelStride), rect.GetColumns());
+    }
+    return true;
+}
+
+bool SceneDataset::FuseSideBySide(GDALDataType type, const PixelRect& rect,
+                                  std::span<const std::uint32_t> wanted,
                                   const rasterhost::WindowTarget& target, rasterhost::Status& status) const {
     constexpr std::uint32_t leastRows = 32; // rows above and below a strip are read twice
     const auto most = static_cast<std::uint32_t>(scene->GetPair().GetMostReaders());
@@ -152,8 +189,9 @@ bool SceneDataset::FuseSideBySide(const PixelRect& rect, std::span<const std::ui
         };
         rasterhost::WindowTarget into = target;
         into.samples += static_cast<std::ptrdiff_t>(start(strip)) * target.rowStride;
+        if (into.mask) into.mask += std::size_t{start(strip)} * rect.GetColumns();
         const PixelRect rows{rect.col0, rect.row0 + start(strip), rect.col1, rect.row0 + start(strip + 1)};
-        return Fuse(rows, wanted, into, failures[strip]);
+        return FuseAs(type, rows, wanted, into, failures[strip]);
     };
     std::vector<std::future<bool>> others; // each is waited for, whatever happens
     for (std::uint32_t strip = 1; strip < count; ++strip)
@@ -166,69 +204,116 @@ bool SceneDataset::FuseSideBySide(const PixelRect& rect, std::span<const std::ui
     return isDone;
 }
 
-CPLErr SceneDataset::ReadBlock(int asked, int column, int row, void* block) {
-    const std::size_t bytes = scene->GetBits() / 8, plane = blockPixels * bytes;
-    const auto first = [](int number) { return static_cast<std::uint32_t>(number) * blockSize; };
-    const auto end = [&](int number, int size) {
-        return std::min(first(number) + blockSize, static_cast<std::uint32_t>(size));
+/// Makes a rectangle of blocks, all bands and the mask, or the mask alone, and hands them over one by one.
+bool SceneDataset::MakeBlocks(const PixelRect& blocks, bool isMaskAlone, const TakeBlock& take) {
+    const auto pixels = [](std::uint32_t number, int size) {
+        return std::min(number * blockSize, static_cast<std::uint32_t>(size));
     };
-    const PixelRect rect{first(column), first(row), end(column, nRasterXSize), end(row, nRasterYSize)};
-    std::vector<std::uint32_t> all(scene->GetBands());
-    std::iota(all.begin(), all.end(), 0u);
-    std::vector<unsigned char> samples, valid, spread;
-    const bool isFused = RunReporting([&](rasterhost::Status& status) {
-        samples.resize(all.size() * plane);
-        valid.resize(mask ? blockPixels : 0);
-        spread.resize(valid.size());
-        const auto signedOf = [](std::size_t size) { return static_cast<std::ptrdiff_t>(size); };
-        return Fuse(rect, all,
-                    {samples.data(), signedOf(bytes), signedOf(bytes * blockSize), signedOf(plane),
-                     mask ? valid.data() : nullptr},
-                    status);
+    const PixelRect rect{blocks.col0 * blockSize, blocks.row0 * blockSize, pixels(blocks.col1, nRasterXSize),
+                         pixels(blocks.row1, nRasterYSize)};
+    std::vector<std::uint32_t> wanted(isMaskAlone ? 0 : scene->GetBands());
+    std::iota(wanted.begin(), wanted.end(), 0u);
+    const std::size_t sample = scene->GetBits() / 8, line = sample * rect.GetColumns();
+    const std::size_t plane = line * rect.GetRows();
+    std::vector<unsigned char> samples, valid;
+    const auto hand = [&](int band, const unsigned char* first, std::size_t bytes) {
+        for (std::uint32_t row = blocks.row0; row < blocks.row1; ++row)
+            for (std::uint32_t column = blocks.col0; column < blocks.col1; ++column) {
+                const std::uint32_t down = row * blockSize - rect.row0,
+                                    across = column * blockSize - rect.col0;
+                const std::size_t rowStride = bytes * rect.GetColumns();
+                take(band, column, row,
+                     {first + down * rowStride + across * bytes, rowStride,
+                      bytes * std::min<std::size_t>(blockSize, rect.GetColumns() - across),
+                      std::min<std::size_t>(blockSize, rect.GetRows() - down), bytes * blockSize});
+            }
+    };
+    return RunReporting([&](rasterhost::Status& status) {
+        samples.resize(wanted.size() * plane);
+        valid.resize(mask ? std::size_t{rect.GetColumns()} * rect.GetRows() : 0);
+        const rasterhost::WindowTarget target{samples.data(), std::ptrdiff_t(sample), std::ptrdiff_t(line),
+                                              std::ptrdiff_t(plane), mask ? valid.data() : nullptr};
+        const bool isOne = blocks.GetColumns() == 1 && blocks.GetRows() == 1;
+        if (!(isOne ? Fuse(rect, wanted, target, status)
+                    : FuseSideBySide(GetType(), rect, wanted, target, status)))
+            return false;
+        if (mask) hand(0, valid.data(), 1);
+        for (const std::uint32_t band : wanted)
+            hand(static_cast<int>(band) + 1, samples.data() + band * plane, sample);
+        return true;
     });
-    if (!isFused) return CE_Failure;
-    for (std::uint32_t line = 0; mask && line < rect.GetRows(); ++line)
-        std::memcpy(spread.data() + std::size_t{line} * blockSize,
-                    valid.data() + std::size_t{line} * rect.GetColumns(), rect.GetColumns());
-    const auto deliver = [&](int number, GDALRasterBand& band, const unsigned char* from, std::size_t size) {
-        if (number == asked)
-            std::memcpy(block, from, size);
+}
+
+CPLErr SceneDataset::ReadBlock(int asked, int column, int row, void* block) {
+    const auto take = [&](int band, std::uint32_t c, std::uint32_t r, const BlockSamples& samples) {
+        if (band == asked)
+            samples.CopyTo(block);
         else
-            Offer(band, column, row, from, size);
+            Offer(GetBandOrMask(band), c, r, samples);
     };
-    if (mask) deliver(0, *mask, spread.data(), blockPixels);
-    for (int band = 1; band <= nBands; ++band)
-        deliver(band, *GetRasterBand(band), samples.data() + static_cast<std::size_t>(band - 1) * plane,
-                plane);
+    return MakeBlocks(RectOf(column, row, 1, 1), asked == 0, take) ? CE_None : CE_Failure;
+}
+
+CPLErr SceneDataset::FillCache(int asked, const PixelRect& rect) {
+    constexpr std::size_t mostBlocks = 64; // at a time
+    GDALRasterBand& band = GetBandOrMask(asked);
+    const auto take = [&](int other, std::uint32_t column, std::uint32_t row, const BlockSamples& samples) {
+        Offer(GetBandOrMask(other), column, row, samples);
+    };
+    const std::uint32_t first = rect.col0 / blockSize, end = (rect.col1 - 1) / blockSize + 1;
+    const auto height = static_cast<std::uint32_t>(std::max<std::size_t>(mostBlocks / (end - first), 1));
+    const std::uint32_t endRow = (rect.row1 - 1) / blockSize + 1;
+    for (std::uint32_t row = rect.row0 / blockSize; row < endRow; row += height) {
+        PixelRect missing{end, row, first, std::min(row + height, endRow)};
+        for (std::uint32_t r = missing.row0; r < missing.row1; ++r)
+            for (std::uint32_t column = first; column < end; ++column)
+                if (!IsCached(band, column, r))
+                    missing = {std::min(missing.col0, column), missing.row0,
+                               std::max(missing.col1, column + 1), missing.row1};
+        if (missing.col0 < missing.col1 && !MakeBlocks(missing, asked == 0, take)) return CE_Failure;
+    }
     return CE_None;
 }
 
-/// True for what is quicker to fuse in one go than block by block. The cache does not see it.
-bool SceneDataset::IsLargeRead(GDALRWFlag flag, int columns, int rows, int outColumns, int outRows,
-                               GDALDataType type, int bandCount) const {
-    return flag == GF_Read && columns == outColumns && rows == outRows && bandCount == nBands &&
-           type == (scene->GetBits() == 8 ? GDT_Byte : GDT_UInt16) &&
-           std::size_t(columns) * std::size_t(rows) >= 4 * blockPixels;
+/// Large reads at the size that is there are fused in one go: past the cache where all bands are read at
+/// once, or where the cache has no room for the others.
+SceneDataset::Way SceneDataset::ChooseWay(const PixelRect& rect, int bands, bool isResampled,
+                                          const GDALRasterIOExtraArg* extra) const {
+    const bool tellsProgress = extra && extra->pfnProgress; // after each block, and may be stopped there
+    const std::size_t pixels = std::size_t{rect.GetColumns()} * rect.GetRows();
+    if (isResampled || tellsProgress || pixels < 4 * blockPixels) return Way::ByBlocks;
+    const std::size_t bytes = pixels * scene->GetBands() * (scene->GetBits() / 8);
+    return bands == nBands || bytes > static_cast<std::size_t>(GDALGetCacheMax64()) / 2 ? Way::PastCache
+                                                                                        : Way::ThroughCache;
+}
+
+CPLErr SceneDataset::ReadPastCache(const PixelRect& rect, std::span<const int> bandMap, void* samples,
+                                   GDALDataType type, GSpacing pixelSpace, GSpacing lineSpace,
+                                   GSpacing bandSpace) {
+    const bool isFused = RunReporting([&](rasterhost::Status& status) {
+        std::vector<std::uint32_t> wanted;
+        for (const int band : bandMap)
+            wanted.push_back(static_cast<std::uint32_t>(band - 1));
+        return FuseSideBySide(type, rect, wanted,
+                              {static_cast<unsigned char*>(samples), static_cast<std::ptrdiff_t>(pixelSpace),
+                               static_cast<std::ptrdiff_t>(lineSpace), static_cast<std::ptrdiff_t>(bandSpace),
+                               nullptr},
+                              status);
+    });
+    return isFused ? CE_None : CE_Failure;
 }
 
 CPLErr SceneDataset::IRasterIO(GDALRWFlag flag, int column, int row, int columns, int rows, void* samples,
                                int outColumns, int outRows, GDALDataType type, int bandCount, int* bandMap,
                                GSpacing pixelSpace, GSpacing lineSpace, GSpacing bandSpace,
                                GDALRasterIOExtraArg* extra) {
-    const bool tellsProgress = extra && extra->pfnProgress; // after each block, and may be stopped there
-    if (!tellsProgress && IsLargeRead(flag, columns, rows, outColumns, outRows, type, bandCount)) {
-        const auto number = [](int value) { return static_cast<std::uint32_t>(value); };
-        const bool isFused = RunReporting([&](rasterhost::Status& status) {
-            std::vector<std::uint32_t> wanted;
-            for (const int band : std::span(bandMap, static_cast<std::size_t>(bandCount)))
-                wanted.push_back(number(band - 1));
-            return FuseSideBySide(
-                {number(column), number(row), number(column + columns), number(row + rows)}, wanted,
-                {static_cast<unsigned char*>(samples), static_cast<std::ptrdiff_t>(pixelSpace),
-                 static_cast<std::ptrdiff_t>(lineSpace), static_cast<std::ptrdiff_t>(bandSpace), nullptr},
-                status);
-        });
-        return isFused ? CE_None : CE_Failure;
+    if (flag == GF_Read) {
+        const PixelRect rect = RectOf(column, row, columns, rows);
+        const Way way = ChooseWay(rect, bandCount, columns != outColumns || rows != outRows, extra);
+        if (way == Way::PastCache)
+            return ReadPastCache(rect, {bandMap, static_cast<std::size_t>(bandCount)}, samples, type,
+                                 pixelSpace, lineSpace, bandSpace);
+        if (way == Way::ThroughCache && FillCache(bandMap[0], rect) != CE_None) return CE_Failure;
     }
     if (flag == GF_Read && (outColumns < columns || outRows < rows)) {
         int isTried = FALSE;

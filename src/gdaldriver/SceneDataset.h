@@ -6,11 +6,26 @@
 #include <gdal_pam.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
-#include <string>
+#include <span>
 #include <vector>
 
 namespace gdaldriver {
+
+/// Columns and rows of an image, or of its blocks, as GDAL counts them.
+[[nodiscard]] inline hostkit::PixelRect RectOf(int column, int row, int columns, int rows) {
+    const auto number = [](int value) { return static_cast<std::uint32_t>(value); };
+    return {number(column), number(row), number(column + columns), number(row + rows)};
+}
+
+/// Samples of a block, as they lie in a larger rectangle of one band.
+struct BlockSamples {
+    const unsigned char* first;
+    std::size_t rowStride, rowBytes, rows, blockRowBytes;
+
+    void CopyTo(void* block) const;
+};
 
 /// A sharpened scene, or one of its coarser levels, as GDAL has images: read-only, in blocks of 256 x 256.
 /// Any number of these may be open and read side by side; each is read by one thread at a time, which need
@@ -39,6 +54,18 @@ public:
     /// bands and the mask. `asked` is a band counted from 1, or 0 for the mask.
     CPLErr ReadBlock(int asked, int column, int row, void* block);
 
+    /// How a read is served: block by block, by blocks that are all made first, or without any.
+    enum class Way { ByBlocks, ThroughCache, PastCache };
+    /// That for so many bands of a rectangle.
+    [[nodiscard]] Way ChooseWay(const hostkit::PixelRect& rect, int bands, bool isResampled,
+                                const GDALRasterIOExtraArg* extra) const;
+    /// Puts the blocks of a rectangle into the cache that are not there, as many at a time as is quick.
+    /// `asked` as above.
+    CPLErr FillCache(int asked, const hostkit::PixelRect& rect);
+    /// Fuses a rectangle to where it is wanted, in samples of any type.
+    CPLErr ReadPastCache(const hostkit::PixelRect& rect, std::span<const int> bandMap, void* samples,
+                         GDALDataType type, GSpacing pixelSpace, GSpacing lineSpace, GSpacing bandSpace);
+
     /// The coarser levels, each with half the columns and rows of the one before, that show.
     [[nodiscard]] int CountLevels() const { return hidesLevels ? 0 : static_cast<int>(coarser.size()); }
     [[nodiscard]] SceneDataset& GetLevel(int number) { return *coarser[static_cast<std::size_t>(number)]; }
@@ -62,12 +89,23 @@ private:
     /// Makes a rectangle of this level. False with items.
     [[nodiscard]] bool Fuse(const hostkit::PixelRect& rect, std::span<const std::uint32_t> wanted,
                             const rasterhost::WindowTarget& target, rasterhost::Status& status) const;
+    /// The same, into samples of any type.
+    [[nodiscard]] bool FuseAs(GDALDataType type, const hostkit::PixelRect& rect,
+                              std::span<const std::uint32_t> wanted, const rasterhost::WindowTarget& target,
+                              rasterhost::Status& status) const;
     /// The same by as many threads as were asked for.
-    [[nodiscard]] bool FuseSideBySide(const hostkit::PixelRect& rect, std::span<const std::uint32_t> wanted,
+    [[nodiscard]] bool FuseSideBySide(GDALDataType type, const hostkit::PixelRect& rect,
+                                      std::span<const std::uint32_t> wanted,
                                       const rasterhost::WindowTarget& target,
                                       rasterhost::Status& status) const;
-    [[nodiscard]] bool IsLargeRead(GDALRWFlag flag, int columns, int rows, int outColumns, int outRows,
-                                   GDALDataType type, int bandCount) const;
+    /// Takes a block of a band, or of the mask as band 0.
+    using TakeBlock =
+        std::function<void(int band, std::uint32_t column, std::uint32_t row, const BlockSamples& samples)>;
+    [[nodiscard]] bool MakeBlocks(const hostkit::PixelRect& blocks, bool isMaskAlone, const TakeBlock& take);
+    [[nodiscard]] GDALRasterBand& GetBandOrMask(int number) {
+        return number == 0 ? *mask : *GetRasterBand(number);
+    }
+    [[nodiscard]] GDALDataType GetType() const { return scene->GetBits() == 8 ? GDT_Byte : GDT_UInt16; }
     void TakeMetadata();
 
     Scene scene;

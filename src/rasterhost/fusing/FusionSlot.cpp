@@ -12,11 +12,18 @@ FusionSources SourcesOf(const Scene& scene) {
             scene.covered,   scene.resampling,   static_cast<std::uint32_t>(scene.bandOrder.size())};
 }
 
+namespace {
+
+/// False when every pixel of pan that an image covers is known to have data in it.
+bool LeavesGaps(const PlacedSource& source) {
+    return !source.placement->RunsAlong() || source.image->MayLackData();
+}
+
+} // namespace
+
 bool MayLackData(const FusionSources& sources) {
     return sources.covered != sources.part || sources.pan->MayLackData() ||
-           std::any_of(sources.beneath.begin(), sources.beneath.end(), [](const PlacedSource& source) {
-               return !source.placement->RunsAlong() || source.image->MayLackData();
-           });
+           std::any_of(sources.beneath.begin(), sources.beneath.end(), LeavesGaps);
 }
 
 FusionSlot::FusionSlot(FusionSources fusionSources, const hostkit::PluginLibrary& plugin,
@@ -47,29 +54,44 @@ bool ReadRect(const hostkit::ImageSource& image, hostkit::SourceRaster& raster, 
 
 } // namespace
 
-bool FusionSlot::Read(const PixelRect& rect, Status& status) {
+bool FusionSlot::Needs(const PlacedSource& source) const {
+    return want == Want::Pixels || LeavesGaps(source);
+}
+
+bool FusionSlot::Read(const PixelRect& rect, Status& status, Want wanted) {
+    want = wanted;
     window = rect;
     inside = {std::max(rect.col0, from.covered.col0), std::max(rect.row0, from.covered.row0),
               std::min(rect.col1, from.covered.col1), std::min(rect.row1, from.covered.row1)};
     if (inside.IsEmpty()) return true;
-    const bool needsPan = !from.isPlain || from.pan->MayLackData();
-    if (needsPan && !ReadRect(*from.pan, pan, lowPass ? lowPass->SetWindow(window) : window, status))
+    const bool isFused = !from.isPlain && want == Want::Pixels;
+    if ((isFused || from.pan->MayLackData()) &&
+        !ReadRect(*from.pan, pan, isFused && lowPass ? lowPass->SetWindow(window) : window, status))
         return false;
     for (const auto& source : sources) {
+        if (!Needs(source->placed)) continue;
         const PixelRect needed = source->placed.placement->FindSource(window, from.resampling);
         if (!ReadRect(*source->placed.image, source->raster, needed, status)) return false;
     }
     return true;
 }
 
-/// Opens the window over what was read and puts it into the workspace.
+/// Opens the window over what was read.
 bool FusionSlot::OpenSources(Status& status) {
     for (const auto& source : sources) {
         const PlacedSource& placed = source->placed;
+        source->opened.reset();
+        if (!Needs(placed)) continue;
         source->opened = placed.placement->Open(window, placed.image->GetInfo(), source->raster.GetBlock(),
                                                 from.resampling, status);
         if (!source->opened) return false;
     }
+    return true;
+}
+
+/// Puts what was opened into the workspace.
+bool FusionSlot::OfferSources(Status& status) {
+    if (lowPass) lowPass->Offer(pan.GetBlock(), worker.GetWorkspace());
     if (from.isPlain) {
         plain = hostkit::JoinBands(Gather(Role::Multispectral).opened);
         return true;
@@ -130,8 +152,7 @@ bool FusionSlot::Fuse(const RowSink& sink, Status& status) {
         valid.resize(std::max(valid.size(), columns * window.GetRows()));
     }
     if (!inside.IsEmpty()) {
-        if (lowPass) lowPass->Offer(pan.GetBlock(), worker.GetWorkspace());
-        if (!OpenSources(status)) return false;
+        if (!OpenSources(status) || (want == Want::Pixels && !OfferSources(status))) return false;
     }
     for (FusedRow row{window.row0}; row.number < window.row1; ++row.number) {
         unsigned char* rowValid =
@@ -140,7 +161,7 @@ bool FusionSlot::Fuse(const RowSink& sink, Status& status) {
         hasGaps = hasGaps || lacksData;
         row.valid = lacksData ? rowValid : nullptr;
         row.samples = nullptr;
-        if (HoldsRow(row.number)) {
+        if (want == Want::Pixels && HoldsRow(row.number)) {
             row.samples = GetRow(row.number, status);
             if (!row.samples) return false;
         }
@@ -171,7 +192,7 @@ bool FusionSlot::FindValid(std::uint32_t row, unsigned char* rowValid) {
     std::memset(rowValid, 0, inside.col0 - window.col0);
     std::memset(rowValid + (inside.col1 - window.col0), 0, window.col1 - inside.col1);
     for (const auto& source : sources)
-        if (source->opened->FindReach(number, reach.data()))
+        if (source->opened && source->opened->FindReach(number, reach.data()))
             for (std::size_t column = 0; column < columns; ++column)
                 if (reach[column] == hostkit::Reach::None) rowValid[column] = 0;
     return std::memchr(rowValid, 0, columns) != nullptr;

@@ -52,13 +52,17 @@ public:
     FusionSlot(const FusionSlot&) = delete;
     FusionSlot& operator=(const FusionSlot&) = delete;
 
+    /// What is asked of a window: its pixels, or only which of them have data, which takes no process.
+    enum class Want { Pixels, Mask };
+
     /// Prepares the process. Once, before the first window. False with items.
     [[nodiscard]] bool Init(Status& status);
     /// Reads the samples of a window of pan, any rectangle within the part, and of the pixels beneath that it
     /// is interpolated from; nothing where no pixel has data. Buffers grow to the largest window. After a
     /// failure, which leaves items, another window may be read.
-    [[nodiscard]] bool Read(const hostkit::PixelRect& rect, Status& status);
-    /// Fuses the window that was read and hands its rows to `sink`. False with items.
+    [[nodiscard]] bool Read(const hostkit::PixelRect& rect, Status& status, Want wanted = Want::Pixels);
+    /// Fuses the window that was read and hands its rows to `sink`, which have no samples where only a mask
+    /// is wanted. False with items.
     [[nodiscard]] bool Fuse(const RowSink& sink, Status& status);
 
     /// A byte a pixel of the fused window, 0 without data; null when all pixels have data.
@@ -75,7 +79,9 @@ private:
         std::shared_ptr<hostkit::PlacedWindow> opened;
     };
 
+    [[nodiscard]] bool Needs(const PlacedSource& source) const;
     bool OpenSources(Status& status);
+    bool OfferSources(Status& status);
     [[nodiscard]] hostkit::SourceImage Gather(Role role) const;
     void OfferImage(const char* id, Role role);
     const unsigned char* GetRow(std::uint32_t row, Status& status);
@@ -88,6 +94,7 @@ private:
     hostkit::SourceRaster pan;
     std::vector<std::unique_ptr<Source>> sources;
     hostkit::WindowWorker worker; ///< made after pan, so destroyed before it
+    Want want = Want::Pixels;
     hostkit::PixelRect window;
     hostkit::PixelRect inside;                   ///< what of it is covered; empty for nothing
     std::optional<hostkit::LowPassFeed> lowPass; ///< for a method that wants pan's low-pass

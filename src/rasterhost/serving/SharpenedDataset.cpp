@@ -74,6 +74,7 @@ bool SharpenedDataset::ReadWindow(const PixelRect& window, std::uint32_t outColu
                                   std::span<const std::uint32_t> bands, const WindowTarget& target,
                                   Status& status) const {
     WindowWriter<T> writer(fusion.rules, bands, target, outColumns);
+    const auto want = bands.empty() ? FusionSlot::Want::Mask : FusionSlot::Want::Pixels;
     for (unsigned level = 0; level < levels.size(); ++level) {
         if (!IsWhole(window.col0, window.col1, columns, outColumns, level) ||
             !IsWhole(window.row0, window.row1, rows, outRows, level))
@@ -82,15 +83,15 @@ bool SharpenedDataset::ReadWindow(const PixelRect& window, std::uint32_t outColu
         const auto put = [&](std::uint32_t row, const FusedRow& fused) {
             writer.Put(row - rect.row0, fused.samples, fused.valid);
         };
-        return ReadLevel(level, rect, put, status);
+        return ReadLevel(level, rect, want, put, status);
     }
     return Resample<T>(FindFiner(window, outColumns, outRows, levels.size()), window, outColumns, outRows,
-                       writer, status);
+                       want, writer, status);
 }
 
 /// Rows of a level, counted from its first.
-bool SharpenedDataset::ReadLevel(unsigned level, const PixelRect& rect, const TakeRow& take,
-                                 Status& status) const {
+bool SharpenedDataset::ReadLevel(unsigned level, const PixelRect& rect, FusionSlot::Want want,
+                                 const TakeRow& take, Status& status) const {
     const SceneLevel& from = *levels[level];
     const auto readers = pair->Lend(status);
     if (!readers) return false;
@@ -103,7 +104,7 @@ bool SharpenedDataset::ReadLevel(unsigned level, const PixelRect& rect, const Ta
     PixelRect strip{part.col0 + rect.col0, part.row0 + rect.row0, part.col0 + rect.col1, 0};
     for (const std::uint32_t end = part.row0 + rect.row1; strip.row0 < end; strip.row0 = strip.row1) {
         strip.row1 = strip.row0 + std::min(height, end - strip.row0);
-        if (!(**slot).Read(strip, status) ||
+        if (!(**slot).Read(strip, status, want) ||
             !(**slot).Fuse([&](const FusedRow& row) { take(row.number - part.row0, row); }, status))
             return false;
     }
@@ -113,7 +114,9 @@ bool SharpenedDataset::ReadLevel(unsigned level, const PixelRect& rect, const Ta
 /// The means of a level's pixels, some rows at a time.
 template <class T, class Writer>
 bool SharpenedDataset::Resample(unsigned level, const PixelRect& window, std::uint32_t outColumns,
-                                std::uint32_t outRows, Writer& writer, Status& status) const {
+                                std::uint32_t outRows, FusionSlot::Want want, Writer& writer,
+                                Status& status) const {
+    const std::size_t bands = want == FusionSlot::Want::Pixels ? fusion.rules.bands : 0;
     const double side = 1u << level;
     const AreaAxis across(window.col0 / side, window.GetColumns() / side / outColumns, outColumns,
                           hostkit::CoarseCount(window.col1, level));
@@ -124,15 +127,15 @@ bool SharpenedDataset::Resample(unsigned level, const PixelRect& window, std::ui
         std::max<double>(outColumns, (end - first) * (window.GetRows() / side / outRows));
     const auto height = static_cast<std::uint32_t>(
         std::clamp(static_cast<double>(mostPixelsAtATime) / rowPixels, 1.0, static_cast<double>(outRows)));
-    std::vector<T> means(std::size_t{outColumns} * fusion.rules.bands);
+    std::vector<T> means(outColumns * bands);
     std::vector<unsigned char> valid(outColumns);
     for (std::uint32_t row = 0; row < outRows; row += std::min(height, outRows - row)) {
         const std::uint32_t endRow = row + std::min(height, outRows - row);
-        AreaMeans sums(across, down, fusion.rules.bands, row, endRow);
+        AreaMeans sums(across, down, bands, row, endRow);
         if (!ReadLevel(
-                level, {first, down.FirstOf(row), end, down.EndOf(endRow - 1)},
+                level, {first, down.FirstOf(row), end, down.EndOf(endRow - 1)}, want,
                 [&](std::uint32_t fine, const FusedRow& fused) {
-                    if (fused.samples)
+                    if (fused.samples || bands == 0)
                         sums.AddRow(fine, reinterpret_cast<const T*>(fused.samples), fused.valid);
                 },
                 status))

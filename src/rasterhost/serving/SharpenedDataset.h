@@ -39,8 +39,8 @@ public:
         return levels.front()->Describe(fusion.found, metadata, status);
     }
 
-    /// Makes a window of the dataset, in so many pixels. `bands` count from 0. False with items; the target
-    /// may hold anything then.
+    /// Makes a window of the dataset, in so many pixels. `bands` count from 0; without any nothing is fused,
+    /// which is the way to a mask alone. False with items; the target may hold anything then.
     [[nodiscard]] bool Read(const hostkit::PixelRect& window, std::uint32_t outColumns, std::uint32_t outRows,
                             std::span<const std::uint32_t> bands, const WindowTarget& target,
                             Status& status) const;
@@ -54,10 +54,11 @@ private:
     template <class T>
     bool ReadWindow(const hostkit::PixelRect& window, std::uint32_t outColumns, std::uint32_t outRows,
                     std::span<const std::uint32_t> bands, const WindowTarget& target, Status& status) const;
-    bool ReadLevel(unsigned level, const hostkit::PixelRect& rect, const TakeRow& take, Status& status) const;
+    bool ReadLevel(unsigned level, const hostkit::PixelRect& rect, FusionSlot::Want want, const TakeRow& take,
+                   Status& status) const;
     template <class T, class Writer>
     bool Resample(unsigned level, const hostkit::PixelRect& window, std::uint32_t outColumns,
-                  std::uint32_t outRows, Writer& writer, Status& status) const;
+                  std::uint32_t outRows, FusionSlot::Want want, Writer& writer, Status& status) const;
 
     const std::shared_ptr<const OpenPair> pair;
     const Fusion fusion;

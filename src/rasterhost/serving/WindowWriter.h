@@ -29,6 +29,15 @@ public:
 
     /// `fused` is null where no pixel has data, `valid` where all have.
     void Put(std::uint32_t number, const void* fused, const unsigned char* valid) {
+        if (!bands.empty()) PutSamples(number, fused, valid);
+        if (!target.mask) return;
+        unsigned char* mask = target.mask + std::size_t{number} * columns;
+        for (std::uint32_t column = 0; column < columns; ++column)
+            mask[column] = !valid || valid[column] != 0 ? 0xFF : 0;
+    }
+
+private:
+    void PutSamples(std::uint32_t number, const void* fused, const unsigned char* valid) {
         unsigned char* first = target.samples + static_cast<std::ptrdiff_t>(number) * target.rowStride;
         T* made = IsAsMade(first) ? reinterpret_cast<T*>(first) : row.data();
         MakeOutputRow(static_cast<const T*>(fused), valid, columns, rules, made, tally);
@@ -40,13 +49,8 @@ public:
                 out += target.pixelStride;
             }
         }
-        if (!target.mask) return;
-        unsigned char* mask = target.mask + std::size_t{number} * columns;
-        for (std::uint32_t column = 0; column < columns; ++column)
-            mask[column] = !valid || valid[column] != 0 ? 0xFF : 0;
     }
 
-private:
     /// True when a row is to go there just as it is made.
     [[nodiscard]] bool IsAsMade(const unsigned char* first) const {
         const auto size = static_cast<std::ptrdiff_t>(sizeof(T));

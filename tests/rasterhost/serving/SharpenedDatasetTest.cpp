@@ -73,15 +73,16 @@ std::vector<unsigned> ReadWindow(const SharpenedDataset& dataset, const PixelRec
     std::vector<std::uint32_t> all(bands);
     std::iota(all.begin(), all.end(), 0u);
     std::vector<unsigned short> samples(pixels * bands);
-    std::vector<unsigned char> mask(pixels);
+    std::vector<unsigned char> mask(pixels), alone(pixels, 7);
     const auto bytes = static_cast<std::ptrdiff_t>(dataset.GetBits() / 8);
     const auto pixel = bytes * static_cast<std::ptrdiff_t>(bands);
     Status status;
     if (!dataset.Read(window, columns, rows, all,
                       {reinterpret_cast<unsigned char*>(samples.data()), pixel,
                        pixel * static_cast<std::ptrdiff_t>(columns), bytes, mask.data()},
-                      status))
-        throw std::runtime_error(status.ToText());
+                      status) ||
+        !dataset.Read(window, columns, rows, {}, {nullptr, 0, 0, 0, alone.data()}, status) || alone != mask)
+        throw std::runtime_error("not the mask alone " + status.ToText());
     std::vector<unsigned> read;
     for (std::size_t i = 0; i < pixels * bands; ++i) {
         read.push_back(bytes == 1 ? reinterpret_cast<unsigned char*>(samples.data())[i] : samples[i]);
