@@ -4,8 +4,8 @@
 
 namespace capi {
 
-/// Fits what a job leaves open to its images; nothing is read of them where all is known. False with an item.
-/// May throw.
+/// Fits to the images of a job what the job leaves open; reads nothing where everything is known. False with
+/// an item. May throw.
 [[nodiscard]] bool FitArrays(const FuseJob& job, fitting::DetailFit& fit,
                              KOVA::Tessara::Fundament::Status& status);
 

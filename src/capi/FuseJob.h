@@ -29,7 +29,7 @@ struct InputImage {
     KOVA::Tessara::Pixmere::RasterInfo info;
 };
 
-/// A job of the C interface, checked and complete: what is left out there has its value here.
+/// A job of the C interface, checked and complete: what is left out there has its default here.
 struct FuseJob {
     InputImage pan;
     InputImage multispectral;
@@ -37,7 +37,7 @@ struct FuseJob {
     unsigned char* output = nullptr;
     Layout outputLayout;
     std::vector<std::uint32_t> outputBands; ///< counted from 0
-    std::uint32_t processBands = 0;         ///< the first so many bands come out of the process
+    std::uint32_t processBands = 0;         ///< the process delivers this many bands, the first ones
     const PansharpMethod* method = nullptr; ///< of the plug-in
     KOVA::Tessara::Global::NameValueMap properties;
     hostkit::Resampling resampling = hostkit::Resampling::Bilinear;
@@ -45,12 +45,12 @@ struct FuseJob {
     fitting::KnownDetail known;
     std::optional<double> lowPassMean;
     std::shared_ptr<const hostkit::PanLowPass> lowPass; ///< null until SettleDetail, and for other methods
-    std::uint32_t threads = 0;                          ///< 0: one a processor
+    std::uint32_t threads = 0;                          ///< 0: one per processor
     pansharp_progress progress = nullptr;
     void* progressData = nullptr;
 };
 
-/// What a job is read for: to fit it alone takes no output.
+/// What a job is read for. To fit alone needs no output.
 enum class JobUse { Fuse, Fit };
 
 /// False, with an item that names the member of the C structure, when the job cannot be done as it is.

@@ -30,7 +30,7 @@ struct Layout {
 };
 
 /// Replaces strides that are all 0 by those of packed samples. False when only some are 0 that count, or a
-/// stride would be no number of bytes.
+/// stride would not be a number of bytes.
 [[nodiscard]] bool FillStrides(Layout& layout);
 
 /// The addresses that an image touches; the end is exclusive.

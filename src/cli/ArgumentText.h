@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-/// Understanding the values of options. Each function throws UsageError with a text that quotes what was
-/// typed, says what is wrong and what to type. `option` is the name that the text uses.
+/// Parses the values of options. Each function throws UsageError with a text that quotes what was typed, says
+/// what is wrong and what to type. `option` is the name that the text uses.
 namespace cli {
 
 /// FILE or FILE,band=N. A file whose own name ends so is taken as it is.
@@ -26,7 +26,7 @@ namespace cli {
 [[nodiscard]] std::uint32_t ParseWhole(const std::string& option, const std::string& text,
                                        std::uint32_t minimum, std::uint32_t maximum);
 
-/// Two numbers with a comma between them.
+/// Two numbers separated by a comma.
 [[nodiscard]] std::array<double, 2> ParsePair(const std::string& option, const std::string& text);
 
 /// One of a few words, in any letter case: which.

@@ -11,8 +11,8 @@
 
 namespace cli {
 
-/// What a command line asks for, each option in a field of its own. A command takes the requests that it
-/// makes something of.
+/// What a command line asks for, each option in a field of its own. A command uses the requests that it
+/// needs.
 struct Arguments : rasterhost::SharpenRequest,
                    rasterhost::BlurOptions,
                    rasterhost::AssessOptions,
@@ -25,7 +25,7 @@ struct Arguments : rasterhost::SharpenRequest,
     std::string statusXml;             ///< file to write; empty for none
     std::optional<RunWeights> earlier; ///< run that weights were taken from
     std::optional<rasterhost::PreviewRequest> preview;
-    std::optional<rasterhost::SceneRecord> scene; ///< that a file describes, in the place of a pair
+    std::optional<rasterhost::SceneRecord> scene; ///< that a file describes, instead of a pair
 };
 
 /// Reads the inputs and then every option that was typed: those that the command has to have in order first,

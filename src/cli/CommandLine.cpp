@@ -98,7 +98,7 @@ CommandLine CommandLine::Parse(int argc, const char* const* argv) {
     Bind(bound.emplace_back(BoundCommand{&Program(), &app, {}, {}}));
     for (const CommandEntry& entry : Commands())
         Bind(bound.emplace_back(BoundCommand{&entry, app.add_subcommand(std::string(entry.name)), {}, {}}));
-    // What follows "--" is no option, whatever it looks like; the parser takes the arguments from behind.
+    // What follows "--" is not an option, whatever it looks like; the parser takes the arguments from behind.
     const char* const* const begin = argv + std::min(argc, 1);
     const char* const* const end = argv + argc;
     const char* const* const mark = std::find(begin, end, std::string_view("--"));

@@ -9,7 +9,7 @@
 
 namespace cli {
 
-/// What was typed, sorted by the table of options but not yet understood.
+/// What was typed, sorted by the table of options but not yet interpreted.
 class CommandLine {
 public:
     /// Throws UsageError for an unknown command or option, a missing value, an option given twice.

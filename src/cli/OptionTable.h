@@ -37,7 +37,7 @@ struct OptionEntry : OptionText {
     [[nodiscard]] std::size_t CountValues() const;
 };
 
-/// The help with what else is to be said of the option: that it may be repeated, its default.
+/// The help, with its default and whether the option may be repeated.
 [[nodiscard]] std::string HelpOf(const OptionEntry& option);
 
 struct PositionalEntry {
@@ -52,13 +52,13 @@ struct CommandEntry {
     std::span<const PositionalEntry> positionals;
     void (*readInputs)(const CommandLine& line, Arguments& to); ///< those positionals; null without any
     std::span<const OptionEntry> options;                       ///< those under one heading stand together
-    /// Long forms of options that are read before the others, in this order. Of several that are wrong, it
-    /// decides which is told.
+    /// Long forms of options that are read before the others, in this order. When several are wrong, it
+    /// decides which is reported.
     std::span<const std::string_view> order;
     std::string_view closing; ///< examples and the like, printed as they are
 };
 
-/// Options that are asked for one by one: a reader looks whether another option was typed, too.
+/// Options that are asked for by name: a reader checks whether another option was typed too.
 namespace option {
 extern const OptionEntry method, weights, weightsFrom, infrared, infraredWeight, transfer, gains;
 extern const OptionEntry projwin, bbox, noData;
@@ -69,7 +69,7 @@ extern const OptionEntry simd, version, help;
 /// True for an option that a description of the scene leaves no room for.
 [[nodiscard]] bool SaysHowToFuse(const OptionEntry& option);
 
-/// What is said of the program when no command is named.
+/// The entry of the program, for when no command is named.
 [[nodiscard]] const CommandEntry& Program();
 [[nodiscard]] std::span<const CommandEntry> Commands();
 /// Null for a command that does not exist.

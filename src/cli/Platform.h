@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-/// What the command needs of the system that it runs on. One file a platform.
+/// What the command needs of the system that it runs on. One file per platform.
 namespace cli::platform {
 
 /// For this process and what it loads from now on.

@@ -9,8 +9,8 @@ namespace cli {
 /// "1:07", "2:03:20"; rounded to whole seconds.
 [[nodiscard]] std::string FormatDuration(double seconds);
 
-/// Shows how far a long piece of work is: a bar with the time left on a terminal, a line every tenth
-/// otherwise, or nothing.
+/// Shows the progress of long work: a bar with the time left on a terminal, otherwise a line every tenth, or
+/// nothing.
 class Progress {
 public:
     enum class Style { Bar, Lines, Silent };

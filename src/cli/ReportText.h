@@ -8,7 +8,7 @@
 
 namespace cli {
 
-/// Blur, gains and what they promise, each sentence a line.
+/// Blur, gains and what they promise, one line per sentence.
 [[nodiscard]] std::vector<std::string> DescribeDetail(const rasterhost::DetailFit& detail);
 
 /// The closing lines of a run that is done. `peakMemory` in bytes.

@@ -9,12 +9,12 @@
 #include <string>
 #include <string_view>
 
-/// The JSON objects that "--json" prints: one a run, ending in a line feed. Every object has "command", "ok",
-/// "exit_code", "version" and "status", the items with id, message, source and details. Texts that are not
-/// UTF-8 get replacement characters.
+/// The JSON objects that "--json" prints: one per run, ending in a line feed. Every object has "command",
+/// "ok", "exit_code", "version" and "status", the items with id, message, source and details. Texts that are
+/// not UTF-8 get replacement characters.
 namespace cli {
 
-/// A run that came to nothing before there was anything to report.
+/// A run that failed before there was anything to report.
 [[nodiscard]] std::string FailureJson(std::string_view command, ExitCode code,
                                       const KOVA::Tessara::Fundament::Status& status);
 

@@ -8,8 +8,7 @@
 
 namespace cli {
 
-/// What an earlier run weighed the bands with, its effective weights, or what it took of pan's detail. In the
-/// order of the multispectral bands.
+/// The effective weights of an earlier run, or its blur and gains. In the order of the multispectral bands.
 struct RunWeights {
     std::string method;        ///< as the plug-in writes it
     std::vector<double> bands; ///< empty where the run has gains

@@ -4,20 +4,20 @@
 
 #include <string>
 
-/// Descriptions of scenes on the command line: where a pair may stand, and as what is to be written.
+/// Descriptions of scenes on the command line, as inputs instead of a pair and as outputs.
 namespace cli {
 
 /// True for the name of a description: by its ending, or by what the file holds.
 [[nodiscard]] bool NamesScene(const std::string& name);
 
-/// Takes the scene that a file describes in the place of a pair. Throws UsageError when it cannot be read, or
-/// when an option was typed that says something else of the scene.
+/// Takes the scene that a file describes instead of a pair. Throws UsageError when it cannot be read, or when
+/// an option was typed that says something else of the scene.
 void TakeScene(const std::string& file, const CommandLine& line, Arguments& to);
 
 /// True when the output is to be a description. Throws UsageError for what cannot go with one.
 [[nodiscard]] bool WritesScene(const Arguments& request);
 
-/// Finds all that the request leaves open and writes the description. False with items.
+/// Finds everything that the request leaves open and writes the description. False with items.
 [[nodiscard]] bool WriteScene(const Arguments& request, rasterhost::SharpenReport& report,
                               KOVA::Tessara::Fundament::Status& status);
 

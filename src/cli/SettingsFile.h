@@ -14,8 +14,8 @@ using PropertyPairs = std::vector<std::pair<std::string, std::string>>;
 /// UsageError, with the place in the file and the reason, when it cannot be read.
 [[nodiscard]] PropertyPairs ReadSettings(const std::string& file);
 
-/// Writes a status as an XML report, with the time; takes the place of a file only with `overwrite`. False,
-/// with an item, when the file cannot be written.
+/// Writes a status as an XML report, with the time; replaces a file only with `overwrite`. False, with an
+/// item, when the file cannot be written.
 [[nodiscard]] bool WriteStatusReport(const std::string& file, bool overwrite,
                                      KOVA::Tessara::Fundament::Status& status);
 

@@ -7,7 +7,7 @@
 
 namespace cli {
 
-/// The items that say something, in order: those without message and details are left out.
+/// The items that have a message or details, in order.
 [[nodiscard]] std::vector<KOVA::Tessara::Fundament::StatusItem>
 SayingItems(const KOVA::Tessara::Fundament::Status& status);
 

@@ -9,7 +9,7 @@
 namespace fitting {
 
 /// One band of a part of an image, summed up so that the mean over any rectangle, fractions of pixels
-/// included, takes the same few steps. Samples are whole numbers: their sums are exact.
+/// included, takes the same few operations. Samples are whole numbers: their sums are exact.
 class AreaSums {
 public:
     AreaSums() = default;

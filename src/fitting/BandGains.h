@@ -2,7 +2,7 @@
 
 namespace fitting {
 
-/// What a band takes of pan's detail: a share of it, and one of the detail times the band's ratio to pan's
+/// The gains of a band: a share of pan's detail, and a share of the detail times the band's ratio to pan's
 /// low-pass. Each is 0 or more.
 struct BandGains {
     double gain = 0.0;

@@ -28,7 +28,7 @@ constexpr double negligiblePivot = 1e-10;
 double VarianceOf(double transfer) { return std::pow(hostkit::GaussianSigma(transfer), 2.0); }
 double TransferOf(double variance) { return std::exp(-0.5 * std::numbers::pi * std::numbers::pi * variance); }
 
-/// Fits of pan's low-pass on the bands, one a transfer tried. Means stand for the offset.
+/// Fits of pan's low-pass on the bands, one per transfer tried. Means stand for the offset.
 struct BlurFits {
     std::vector<double> means; ///< of the bands, then of the low-passes
     std::array<std::vector<double>, tried.size()> coefficients;

@@ -9,13 +9,13 @@
 
 namespace fitting {
 
-/// What is known before of how pan's detail comes into the bands; the rest is fitted.
+/// What is given of the blur and the gains; the rest is fitted.
 struct KnownDetail {
     std::optional<double> transfer; ///< of the bands' blur, 0.05 to 0.9
     std::vector<BandGains> gains;   ///< of each band; empty when they are not known
 };
 
-/// What a run knows of a pair whose pan it compares with pan's low-pass: given, or fitted.
+/// Blur and gains of a pair whose pan is compared with pan's low-pass: given or fitted.
 struct DetailFit {
     double transfer = 0.0;        ///< of the Gaussian
     std::optional<BlurFit> blur;  ///< none when the transfer was given
@@ -26,11 +26,11 @@ struct DetailFit {
     std::optional<double> error, plainError; ///< ERGAS one scale down, fused and merely upsampled (GainFit.h)
 };
 
-/// What is wrong with what is said to be known of so many bands; empty when nothing is.
+/// What is wrong with the values given for this many bands; empty when nothing is.
 [[nodiscard]] std::string FindFault(const KnownDetail& known, std::size_t bands);
 
-/// Fits what is not known, which has no fault. The first `judged` bands count for the errors. False with an
-/// item when an input cannot be read.
+/// Fits what is not known. What is known must have no fault. The first `judged` bands count for the errors.
+/// False with an item when an input cannot be read.
 [[nodiscard]] bool FitDetail(FitBlockSource& source, const KnownDetail& known, std::size_t judged,
                              DetailFit& fit, KOVA::Tessara::Fundament::Status& status);
 

@@ -25,7 +25,7 @@ double MeanOf(double sum, double share, double all) {
     return share >= leastShare * all ? sum / share : notUsable;
 }
 
-/// Where the two run along each other: down first, then across, in exact whole numbers.
+/// Where their axes are parallel: down first, then across, in exact whole numbers.
 std::vector<double> LowPassAlong(const FitBlock& block, double sigma) {
     const std::uint32_t columns = block.rect.GetColumns(), rows = block.rect.GetRows();
     const std::size_t panColumns = block.panRect.GetColumns();

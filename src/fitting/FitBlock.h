@@ -17,7 +17,7 @@ struct FitBlock {
     hostkit::PixelRect rect; ///< of multispectral pixels
     std::size_t bands = 0;
     std::vector<double> samples;       ///< the bands of a pixel side by side
-    std::vector<unsigned char> usable; ///< a byte a pixel, 1; 0 without data, and where a sample is saturated
+    std::vector<unsigned char> usable; ///< 1 for each pixel; 0 without data, and where a sample is saturated
     hostkit::PixelRect panRect;        ///< of the pan pixels beneath and a little around; may be empty
     std::vector<unsigned short> pan;   ///< 0 where not usable
     std::vector<unsigned char> panUsable; ///< as for the bands

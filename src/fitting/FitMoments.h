@@ -9,7 +9,7 @@ namespace fitting {
 inline constexpr std::size_t mostFittedBands = 512;
 
 /// Sums from which weights, correlations and what a fit leaves over follow. A sample is the numbers of all
-/// bands and that of pan; the sums of the bands alone stay when pan is taken anew.
+/// bands and that of pan; the sums of the bands alone stay when pan is taken again.
 class FitMoments {
 public:
     explicit FitMoments(std::size_t bands);

@@ -62,7 +62,7 @@ struct AxisSums {
 /// One plane of numbers, row by row.
 using Plane = std::vector<double>;
 
-/// What is no number stays so, and so does all that is made of it.
+/// What is not a number stays so, and so does all that is made of it.
 Plane Resample(const Plane& in, std::size_t columns, const AxisSums& across, const AxisSums& down) {
     Plane out;
     std::vector<double> sums(columns);

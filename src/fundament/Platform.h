@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-/// What the standard library cannot do. One file a platform.
+/// What the standard library cannot do. One file per platform.
 namespace KOVA::Tessara::Fundament::Platform {
 
 /// The numbers are the access modes of old.

@@ -29,16 +29,16 @@ public:
     using Node = _xmlNode;
     static constexpr std::size_t longestDocument = std::size_t{16} << 20;
 
-    /// Null and a fault when the text is no well-formed document, or beyond the bounds. White space between
-    /// elements is dropped unless asked for.
+    /// Null and a fault when the text is not a well-formed document, or beyond the bounds. White space
+    /// between elements is dropped unless asked for.
     static std::unique_ptr<XmlTree> Parse(const std::string& text, bool keepBlanks, XmlFault& fault);
 
     ~XmlTree();
     XmlTree(const XmlTree&) = delete;
     XmlTree& operator=(const XmlTree&) = delete;
 
-    /// The nodes that an expression selects, in document order; nothing when it is no expression for nodes.
-    /// Positions in the expression count from 0. Nodes live as long as the tree.
+    /// The nodes that an expression selects, in document order; nothing when it is not an expression for
+    /// nodes. Positions in the expression count from 0. Nodes live as long as the tree.
     [[nodiscard]] std::optional<std::vector<Node*>> Select(const std::string& path) const;
 
     [[nodiscard]] static std::string Name(const Node* node);

@@ -7,7 +7,7 @@
 namespace gdaldriver {
 
 CPLErr DeleteDescription(const char* name);
-/// Writes a description anew, so that it finds its inputs from where it is then. Nothing may be there yet.
+/// Writes a description again, so that it finds its inputs from its new place. Nothing may be there yet.
 CPLErr CopyDescription(const char* newName, const char* oldName);
 CPLErr RenameDescription(const char* newName, const char* oldName);
 

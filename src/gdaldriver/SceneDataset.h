@@ -56,7 +56,7 @@ public:
 
     /// How a read is served: block by block, by blocks that are all made first, or without any.
     enum class Way { ByBlocks, ThroughCache, PastCache };
-    /// That for so many bands of a rectangle.
+    /// That for this many bands of a rectangle.
     [[nodiscard]] Way ChooseWay(const hostkit::PixelRect& rect, int bands, bool isResampled,
                                 const GDALRasterIOExtraArg* extra) const;
     /// Puts the blocks of a rectangle into the cache that are not there, as many at a time as is quick.

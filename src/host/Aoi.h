@@ -35,7 +35,7 @@ struct Aoi {
     Extent requestExtent;                    ///< the bounds that a process takes over into `extent`
     Size requestSize;                        ///< the size at which those are asked for
     std::vector<std::uint32_t> bandIds;      ///< bands that are asked for; the plug-in empties it
-    std::vector<BandRecord> bandRecords;     ///< one a band; carried unchanged
+    std::vector<BandRecord> bandRecords;     ///< one per band; carried unchanged
     std::array<std::uint32_t, 6> reserved{}; ///< not interpreted
     double resultValue = 0.0;                ///< a chain that fails to initialise may leave a reason here
     Global::NameValueMap properties;         ///< settings of the request, such as how to sample

@@ -23,7 +23,7 @@ struct RasterInfo {
     std::uint32_t colorSpace = 0;    ///< 0 "Gray", 1 "RGB", 2 "CMYK", 5 "HSI", 7 "Paletted", else "Unknown"
     std::uint32_t pixelKind = 0;     ///< carried unchanged
     std::vector<std::uint32_t> bandIds;  ///< carried unchanged
-    std::vector<BandRecord> bandRecords; ///< one a band; carried unchanged
+    std::vector<BandRecord> bandRecords; ///< one per band; carried unchanged
     double xMin = 0.0; ///< world extent: xMax = xMin + cols * pixelSizeX, yMin = yMax - rows * pixelSizeY
     double xMax = 0.0; ///< right bound
     double yMin = 0.0; ///< lower bound

@@ -6,7 +6,7 @@
 
 namespace hostkit {
 
-/// The placement of an image whose rows and columns run along those of pan.
+/// The placement of an image whose axes are parallel to pan's.
 class AxisPlacement final : public Placement {
 public:
     /// Both are described in the same map units.

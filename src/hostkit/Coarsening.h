@@ -4,7 +4,7 @@
 
 namespace hostkit {
 
-/// A coarser look at a pair. Pixels of pan are joined from the corner of a part of it, those of an image
+/// A pair in coarser pixels. Pixels of pan are joined from the corner of a part of it, those of an image
 /// beneath from its own corner; the last of a row or column may be made of fewer.
 struct Coarsening {
     PixelRect part;        ///< of pan, the whole grid of the look

@@ -10,14 +10,14 @@
 
 namespace hostkit {
 
-/// The share of each band in the simulated pan: what a band is multiplied with in the weighted sum, whatever
-/// the method makes of its properties on the way there.
+/// The weight of each band in the simulated pan: what a band is multiplied by in the weighted sum, whatever
+/// the method makes of its properties.
 struct EffectiveWeights {
     std::vector<double> bands;      ///< of the multispectral bands, in order; empty when not given
     std::optional<double> infrared; ///< of the infrared band
 };
 
-/// The bands that a run brings together.
+/// The bands of a run.
 struct WeightedBands {
     std::uint32_t multispectral = 0; ///< how many
     bool infrared = false;           ///< whether an infrared band takes part

@@ -28,7 +28,7 @@ public:
     /// Reads a rectangle of all bands, interleaved by pixel and packed, into `out`, which is aligned for
     /// samples of the depth. False with an item.
     [[nodiscard]] virtual bool Read(const PixelRect& rect, unsigned char* out, Status& status) = 0;
-    /// Tells which pixels of a rectangle have data in all bands: one byte a pixel, rows packed, not 0 where
+    /// Tells which pixels of a rectangle have data in all bands: one byte per pixel, rows packed, not 0 where
     /// they have. `samples` are those that Read gave for the same rectangle. False with an item.
     [[nodiscard]] virtual bool ReadValid(const PixelRect& rect, const unsigned char* samples,
                                          unsigned char* valid, Status& status) = 0;

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <string>
 
-/// What a platform does for loading libraries. One file a platform.
+/// What a platform does for loading libraries. One file per platform.
 namespace hostkit::LibraryFile {
 
 /// A handle, or null with the platform's reason. The library's names stay its own.

@@ -5,14 +5,14 @@
 
 namespace hostkit {
 
-/// The exact way between the pixels of pan and those of an image that do not run along each other. Places
+/// The exact way between the pixels of pan and those of an image whose axes are not parallel to them. Places
 /// count pixels from the corner of each.
 class PixelTransform {
 public:
     virtual ~PixelTransform() = default;
-    /// Where a place on pan lies on the image; none where it has no place there.
+    /// The place on the image of a place on pan; none where there is none.
     [[nodiscard]] virtual std::optional<Point> FromPan(const Point& at) const = 0;
-    /// Where a place on the image lies on pan; none where it has no place there.
+    /// The place on pan of a place on the image; none where there is none.
     [[nodiscard]] virtual std::optional<Point> ToPan(const Point& at) const = 0;
 };
 

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-/// What a host asks a plug-in's description, and how it turns values of parameters into properties and back.
+/// Questions to a plug-in's description, and the conversion of parameter values to properties and back.
 namespace hostkit {
 
 /// The methods of a plug-in, in its order.

@@ -5,11 +5,11 @@
 
 namespace hostkit {
 
-/// The low-pass of pan at the centres of the pixels of a coarser grid that runs along that of pan: an image
-/// of one band, of pan's depth, that covers pan wherever the image of the coarser grid ends. A sample is the
-/// mean of pan by a Gaussian (kernels/LowPassRow.h), in exact whole numbers, rounded half up. Pixels of pan
-/// without data and those beyond its edge take no part: the weights of the others are made to add up to 1.
-/// Where none of weight above 0 is left there is no data.
+/// The low-pass of pan at the centres of the pixels of a coarser grid whose axes are parallel to pan's: an
+/// image of one band, of pan's depth, that covers pan wherever the image of the coarser grid ends. A sample
+/// is the mean of pan by a Gaussian (kernels/LowPassRow.h), in exact whole numbers, rounded half up. Pixels
+/// of pan without data and those beyond its edge take no part: the weights of the others are made to add up
+/// to 1. Where none of weight above 0 is left there is no data.
 ///
 /// Sources: Aiazzi, Alparone, Baronti, Garzelli 2002 and 2006 (filters matched to the modulation transfer).
 class PanLowPass {
@@ -30,7 +30,7 @@ public:
     }
     /// The pixels of pan that a rectangle of the image is made of; may be empty.
     [[nodiscard]] PixelRect PanRect(const PixelRect& rect) const;
-    /// Makes a rectangle of the image: samples packed, and a byte a pixel, 0 without data. `pan` covers
+    /// Makes a rectangle of the image: samples packed, and one byte per pixel, 0 without data. `pan` covers
     /// PanRect. True when some pixel has no data.
     bool Compute(const SampleBlock& pan, const PixelRect& rect, unsigned char* out,
                  unsigned char* valid) const;

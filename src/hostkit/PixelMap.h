@@ -11,9 +11,9 @@
 
 namespace hostkit {
 
-/// Where the pixels of the pan grid lie on a source whose rows and columns do not run along those of pan.
-/// Positions are known at control points, on every `step`-th pan pixel from the first of the image, and
-/// interpolated between four of them: a pixel's position depends on nothing but its number.
+/// Where the pixels of the pan grid lie on a source whose axes are not parallel to pan's. Positions are known
+/// at control points, on every `step`-th pan pixel from the first of the image, and interpolated between four
+/// of them: a pixel's position depends on nothing but its number.
 class PixelMap {
 public:
     /// Positions count source pixels between their centres: 0 is the centre of the first. `points` row by

@@ -12,10 +12,10 @@
 
 namespace hostkit {
 
-/// How the pixels of an image lie beneath those of pan: along the axes of pan (AxisPlacement.h), or by a map
-/// (MapPlacement.h). Whoever has one need not know which. It knows the size of the image and nothing of its
-/// samples, so that images of the same pixels may share one. Places count pixels from the corner of an image
-/// unless they are said to count between centres. Reading it is for any number of threads.
+/// How the pixels of an image lie under those of pan: along the axes of pan (AxisPlacement.h), or by a map
+/// (MapPlacement.h). Callers need not know which. It knows only the size of the image, not its samples, so
+/// images with the same pixels may share one. Places count pixels from the corner of an image unless they are
+/// said to count between centres. Any number of threads may read it.
 class Placement {
 public:
     /// What describes an image.
@@ -31,20 +31,20 @@ public:
     /// by a map those of what it covers, and of a pixel in its middle.
     [[nodiscard]] RasterInfo Describe(const RasterInfo& image) const;
 
-    /// True when rows and columns run along those of pan.
+    /// True when the axes are parallel to pan's.
     [[nodiscard]] virtual bool RunsAlong() const = 0;
-    /// Moves the content: it is looked for by this way of its own pixels further right and below.
+    /// Moves the content: samples are taken this far to the right and down, in its own pixels.
     virtual void Move(const Point& way) = 0;
-    /// Where a place on the image lies on pan; none where it has no place there.
+    /// The place on pan of a place on the image; none where there is none.
     [[nodiscard]] virtual std::optional<Point> ToPan(const Point& at) const = 0;
-    /// Where a place on pan lies on the image; none where it has no place there.
+    /// The place on the image of a place on pan; none where there is none.
     [[nodiscard]] virtual std::optional<Point> FromPan(const Point& at) const = 0;
     /// How far one pan pixel to the right leads on the image, and one down, in the middle of pan, which has
     /// two pixels or more either way. Not finite where that has no place on the image.
     [[nodiscard]] virtual std::array<Point, 2> FindSteps() const = 0;
 
-    /// The pan pixels outside which there are no data for sure: no pixel has any that lies, by its centre,
-    /// more than one source pixel outside the image. Empty when there are none.
+    /// The pan pixels that may have data: a pixel whose centre lies more than one source pixel outside the
+    /// image has none. Empty when there are none.
     [[nodiscard]] virtual PixelRect FindCovered() const = 0;
     /// The smallest window that holds all pixels of a part of pan whose centre lies on the image.
     [[nodiscard]] virtual PixelRect FindShared(const PixelRect& part) const = 0;
@@ -57,7 +57,7 @@ public:
     Open(const PixelRect& panWindow, const RasterInfo& source, const SampleBlock& block,
          Resampling resampling, KOVA::Tessara::Fundament::Status& status) const = 0;
 
-    /// How the image lies beneath pan where both are looked at in coarser pixels.
+    /// How the image lies beneath pan in coarser pixels of both.
     [[nodiscard]] virtual std::unique_ptr<Placement> Coarsen(const Coarsening& look) const = 0;
 
 protected:

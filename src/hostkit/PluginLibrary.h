@@ -23,7 +23,8 @@ inline constexpr const char* pluginVariable = "PANSHARP_PLUGIN";
 class PluginLibrary {
 public:
     /// Loads the file and initializes the library. Null, with an item that says what to do, when the file is
-    /// missing or no library, or when the library lacks an entry point or was built against another contract.
+    /// missing or not a library, or when the library lacks an entry point or was built against another
+    /// contract.
     [[nodiscard]] static std::unique_ptr<PluginLibrary> Load(const std::string& path,
                                                              KOVA::Tessara::Fundament::Status& status);
     /// Finds the plug-in as FindPlugin does and loads it. Null with an item.

@@ -6,8 +6,8 @@
 
 namespace hostkit {
 
-/// What the rasters of a host have in common: a description, a window that is checked, and the slots that
-/// need no thought. A derived class supplies GetRow and says what window it can take.
+/// What the rasters of a host have in common: a description, a window that is checked, and the calls that are
+/// the same for all. A derived class supplies GetRow and says what window it can take.
 class RasterBase : public KOVA::Tessara::Global::Object, public KOVA::Tessara::Pixmere::IRaster {
 public:
     /// What describes a raster.

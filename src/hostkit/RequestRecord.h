@@ -6,8 +6,8 @@
 
 #include <optional>
 
-/// The host's two ends of a request record: writing it for a window, and finding the window in it again when
-/// it comes back to a chain.
+/// A request record on the host's side: writing it for a window, and finding the window in it when it comes
+/// back to a chain.
 namespace hostkit {
 
 /// The whole image as a rectangle.
@@ -18,12 +18,12 @@ namespace hostkit {
                                                             const PixelRect& window);
 
 /// The record for a window of a grid: its bounds in map units, the lower vertical bound first, and its size.
-/// A process copies the bounds as they are and takes the size from the window, so it is written anew for
-/// every window.
+/// A process copies the bounds as they are and takes the size from the window, so write it again for every
+/// window.
 [[nodiscard]] KOVA::Tessara::Pixmere::Aoi MakeRequest(const KOVA::Tessara::Pixmere::RasterInfo& grid,
                                                       const PixelRect& window, const std::string& srs = {});
 
-/// What a record asks for, found again.
+/// What a record asks for.
 struct RequestedWindow {
     PixelRect rect;        ///< of the grid
     bool inPixels = false; ///< the request counts pixels: read from them as they are, nothing is resampled

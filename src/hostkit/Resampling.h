@@ -2,7 +2,7 @@
 
 namespace hostkit {
 
-/// How source samples are brought to the pixels of pan.
+/// How source samples are interpolated at the pixels of pan.
 enum class Resampling {
     Bilinear, ///< kernels/BilinearRow.h
     Cubic     ///< kernels/CubicRow.h: convolution with a = -0.5, clamped at the edges

@@ -34,7 +34,7 @@ struct SampleBlock {
     const unsigned char* samples = nullptr; ///< of the rectangle's first pixel
     std::size_t rowStride = 0;              ///< bytes from one row to the next
     PixelRect rect;                         ///< what the samples cover
-    /// Where there are data: one byte a pixel of the rectangle, rows packed, 0 for none. Null when every
+    /// Where there are data: one byte per pixel of the rectangle, rows packed, 0 for none. Null when every
     /// pixel has data.
     const unsigned char* valid = nullptr;
 

@@ -20,7 +20,7 @@ struct OpenedBands {
 };
 
 /// An image of a workspace: a description of the whole, and either samples of the part at hand, of an image
-/// that runs along pan, or the window at hand.
+/// whose axes are parallel to pan's, or the window at hand.
 struct SourceImage {
     KOVA::Tessara::Pixmere::RasterInfo info;      ///< of the whole image, with all bands
     SampleBlock block;                            ///< the samples at hand; of the caller

@@ -8,9 +8,9 @@
 
 namespace hostkit {
 
-/// A source image that runs along pan brought onto a window of the pan grid by interpolation between pixel
-/// centres, edges replicated; samples without data take no part, and what lies beyond the reach of data is
-/// undefined (SampledValidity.h). In ascending order every source row is interpolated across once.
+/// Brings a source image whose axes are parallel to pan's onto a window of the pan grid by interpolation
+/// between pixel centres, edges replicated; samples without data take no part, and what lies beyond the reach
+/// of data is undefined (SampledValidity.h). In ascending order every source row is interpolated across once.
 class SampledRaster final : public PlacedWindow {
 public:
     SampledRaster();

@@ -24,7 +24,7 @@ struct BilinearTap {
 /// The two pixels around a position, edges replicated: 0 <= first <= second < pixels.
 [[nodiscard]] BilinearTap ClampTap(const GridPosition& position, std::int64_t pixels);
 
-/// The definition of a sample from its four neighbours: across first, then down, one rounding an operation,
+/// The definition of a sample from its four neighbours: across first, then down, one rounding per operation,
 ///
 ///     h0 = a * (1 - fx) + b * fx    (upper row)      h1 = c * (1 - fx) + d * fx    (lower row)
 ///     floor(h0 * (1 - fy) + h1 * fy + 0.5)

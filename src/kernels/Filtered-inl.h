@@ -134,7 +134,7 @@ HWY_INLINE void AddUncertain(D d, M isUncertain, std::size_t firstPixel, Uncerta
             static_cast<std::uint8_t>(firstPixel + static_cast<unsigned>(std::countr_zero(bits)));
 }
 
-/// What a method gives to be fused by a filter. Planes lie blockPixels apart, one a multispectral band; the
+/// What a method gives to be fused by a filter. Planes lie blockPixels apart, one per multispectral band; the
 /// output bands are left in the first of them.
 template <class F, class T>
 concept MethodFilter = requires(const F& filter, T* planes, const T* pan, std::size_t pixels,

@@ -8,7 +8,7 @@
 
 namespace kernels {
 
-/// gain * x + offset, one rounding an operation.
+/// gain * x + offset, one rounding per operation.
 struct LinearMap {
     double gain = 1.0;
     double offset = 0.0;

@@ -8,7 +8,7 @@ namespace kernels {
 
 struct InjectionGains;
 
-/// What a fusing kernel needs to know of the bands. The weights, one a multispectral band, belong to the
+/// What a fusing kernel needs to know of the bands. The weights, one per multispectral band, belong to the
 /// caller, and so do the gains.
 struct BandWeights {
     const double* weights = nullptr;
@@ -44,8 +44,8 @@ template <class T>
 using FuseRow = void (*)(const FusionRows<T>& rows, T* out, std::size_t pixels, const BandWeights& bands);
 
 /// A row by a formula of a pixel's pan sample and of s, the weighted sum of its bands, from 0.0 up in the
-/// order of the bands, one rounding an operation. formula(pan, s) gives what turns a band's sample and number
-/// into an output sample.
+/// order of the bands, one rounding per operation. formula(pan, s) gives what turns a band's sample and
+/// number into an output sample.
 template <class T, class Formula>
 inline void FuseByFormula(const FusionRows<T>& rows, T* out, std::size_t pixels, const BandWeights& bands,
                           const Formula& formula) {

@@ -13,7 +13,7 @@ struct GridAxis {
     double ratio = 1.0;  ///< pan pixel size / multispectral pixel size
     double offset = 0.0; ///< (pan corner - multispectral corner) / multispectral pixel size
     /// The ratio as a fraction, and `offset - 0.5` in units of 1 / (2 * denominator * GridAxis::unit). With a
-    /// denominator of 0 the ratio is no simple fraction and positions are computed in double.
+    /// denominator of 0 the ratio is not a simple fraction and positions are computed in double.
     std::int64_t numerator = 1;
     std::int64_t denominator = 1;
     std::int64_t start = -unit;

@@ -26,8 +26,8 @@ struct InjectionGains {
 ///     g = limit * q when that is less than g
 ///     out[c] = round(clamp(ms[c] + g * (pan - I)))
 ///
-/// in IEEE double, one rounding an operation. With gains of 1, ratio gains of 0 and no limit it is KOVA. This
-/// scalar version is the definition; every other version gives the same bytes.
+/// in IEEE double, one rounding per operation. With gains of 1, ratio gains of 0 and no limit it is KOVA.
+/// This scalar version is the definition; every other version gives the same bytes.
 template <class T>
 void InjectionRowScalar(const FusionRows<T>& rows, T* out, std::size_t pixels, const BandWeights& bands);
 

@@ -8,7 +8,7 @@ namespace kernels {
 /// KOVA: every output band is its multispectral band plus the difference between pan and the weighted sum of
 /// all multispectral bands,
 ///
-///     s = 0.0 + ms[0] * w[0] + ms[1] * w[1] + ...     (one rounding an operation, in this order)
+///     s = 0.0 + ms[0] * w[0] + ms[1] * w[1] + ...     (one rounding per operation, in this order)
 ///     out[c] = round(clamp(ms[c] + (pan - s)))
 ///
 /// in IEEE double. This scalar version is the definition; every other version gives the same bytes.

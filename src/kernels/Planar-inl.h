@@ -61,7 +61,8 @@ HWY_ATTR void JoinPairs(const T* HWY_RESTRICT first, const T* HWY_RESTRICT secon
 }
 
 /// Copies blockPixels pixels of 5 to 8 bands to where pixels have another number of them, 5 to 8 too; bands
-/// that the pixels of `in` lack get any value. Eight samples a pixel are copied, the next pixel's over them.
+/// that the pixels of `in` lack get any value. Eight samples per pixel are copied, the next pixel's over
+/// them.
 template <class T>
 HWY_INLINE void RespacePixels(const T* HWY_RESTRICT in, std::uint32_t inBands, T* HWY_RESTRICT out,
                               std::uint32_t outBands) {

@@ -80,7 +80,7 @@ protected:
     std::uint32_t input2Bands = 0;
     std::uint32_t outputBands = 0;
     std::uint32_t windowWidth = 0;              ///< pixels; 0 while no window is set
-    std::vector<kernels::LinearMap> input1Maps; ///< one a band
+    std::vector<kernels::LinearMap> input1Maps; ///< one per band
     std::vector<kernels::LinearMap> input2Maps;
     std::vector<kernels::LinearMap> outputMaps;
 

@@ -22,7 +22,7 @@ protected:
 
 private:
     std::uint32_t fillValue = 0;
-    std::vector<T> fillColor; ///< one sample a band of input 1
+    std::vector<T> fillColor; ///< one sample per band of input 1
 };
 
 using Mask8 = Mask<unsigned char>;

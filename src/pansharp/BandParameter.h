@@ -24,7 +24,7 @@ struct ParameterTexts {
 /// no number.
 void ReadBandValues(const ParameterTexts& texts, double whenMissing, double whenMalformed,
                     std::span<double> values);
-/// The text of the additional band, when set, gives the last value; 0 when it is no number.
+/// The text of the additional band, when set, gives the last value; 0 when it is not a number.
 void ReadAdditionalValue(const ParameterTexts& texts, std::span<double> values);
 
 /// A rule as the function of the contract.

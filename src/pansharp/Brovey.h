@@ -4,7 +4,7 @@
 
 namespace PXL {
 
-/// Weights from their properties: 1 each, also for a text that is no number. With four bands or more, when
+/// Weights from their properties: 1 each, also for a text that is not a number. With four bands or more, when
 /// the first three weights are positive, the first four are multiplied by 4, or by 3 when the fourth is not
 /// positive. "AdditionalBandWeight" then replaces the weight of the last band, unscaled.
 void ReadBroveyWeights(const ParameterTexts& texts, std::span<double> weights);

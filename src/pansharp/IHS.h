@@ -5,7 +5,7 @@
 
 namespace PXL {
 
-/// The weight of the infrared band, alone: 0 without a text, also for a text that is no number.
+/// The weight of the infrared band, alone: 0 without a text, also for a text that is not a number.
 void ReadIhsWeight(const ParameterTexts& texts, std::span<double> weight);
 
 inline constexpr PansharpBandParameter ihsWeights[] = {

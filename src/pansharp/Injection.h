@@ -5,7 +5,7 @@
 
 namespace PXL {
 
-/// Gains from their properties: 1 each, and 0 each; a text that is no number counts as missing.
+/// Gains from their properties: 1 each, and 0 each; a text that is not a number counts as missing.
 void ReadInjectionGains(const ParameterTexts& texts, std::span<double> gains);
 void ReadInjectionRatioGains(const ParameterTexts& texts, std::span<double> gains);
 
@@ -64,8 +64,8 @@ public:
     ~Injection() override;
 
     /// Reads "outputNBands" and weights as KOVA does; further the gains, "InjectionLimit" (default none) and
-    /// "InjectionFloor" (default 0). In these a text that is no number counts as missing, and any number is
-    /// taken as it is. Publishes KOVA's metadata and the gains.
+    /// "InjectionFloor" (default 0). In these a text that is not a number counts as missing, and any number
+    /// is taken as it is. Publishes KOVA's metadata and the gains.
     bool Init(InputImage* multispectral, InputImage* pan) override;
     bool Reset() override;
 

@@ -30,7 +30,7 @@ inline constexpr std::uint32_t RowTooLong = 0x3914;
 inline constexpr std::uint32_t PanWithoutBand = 0x3915;
 } // namespace PanSharpStatus
 
-/// Weights from their properties: 1 / bands each; 0 for a text that is no number. "AdditionalBandWeight"
+/// Weights from their properties: 1 / bands each; 0 for a text that is not a number. "AdditionalBandWeight"
 /// replaces the weight of the last band.
 void ReadKovaWeights(const ParameterTexts& texts, std::span<double> weights);
 
@@ -117,7 +117,7 @@ protected:
     [[nodiscard]] std::vector<double> ReadValues(const PansharpBandParameter& parameter, std::uint32_t count);
 
     /// The last part of Init: the output's colour space and row buffer, and the kernel that GetRow runs with
-    /// `bandWeights`, one a multispectral band, and with the gains, which the method keeps.
+    /// `bandWeights`, one per multispectral band, and with the gains, which the method keeps.
     void FinishInit(kernels::FuseRow<T> kernel, const kernels::InjectionGains* gains = nullptr);
     void PublishBands(); ///< KOVA's metadata: bands and weights, while metadata is enabled
 

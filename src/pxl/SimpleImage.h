@@ -21,7 +21,7 @@ public:
     /// Attaches a raster, destroying an owned one that it replaces. Null detaches.
     void Attach(Raster* newRaster, bool owned);
 
-    /// The description set with SetInfo when that has rows, else the raster's, translated anew at each call;
+    /// The description set with SetInfo when that has rows, else the raster's, translated again at each call;
     /// without a raster, or when the raster has none to give, a description of 0 rows.
     Info GetInfo() override;
     T* GetRow(std::uint32_t row) override; ///< the raster's row, unchecked; null without a raster

@@ -10,7 +10,7 @@ namespace PXL {
 inline constexpr std::uint64_t mostRowBytes = std::uint64_t{256} << 20;
 inline constexpr std::uint32_t mostBands = 4096;
 
-/// True when a row of so many columns and bands, `sampleSize` bytes a sample, is within the bounds.
+/// True when a row of this many columns and bands, `sampleSize` bytes per sample, is within the bounds.
 [[nodiscard]] constexpr bool RowFits(std::uint32_t columns, std::uint64_t bands, std::size_t sampleSize) {
     return bands <= mostBands && columns * bands * sampleSize <= mostRowBytes;
 }

@@ -24,7 +24,7 @@ public:
         std::size_t weights = 0; ///< position of the first of its weights
     };
 
-    /// `step` is the coarse pixel's width in fine pixels; one transfer a band, above 0 and below 1, or one
+    /// `step` is the coarse pixel's width in fine pixels; one transfer per band, above 0 and below 1, or one
     /// for all. All bands take the same fine pixels: up to 3.5 standard deviations of the widest.
     GaussianAxis(std::span<const Target> targets, double step, std::span<const double> transfers);
 

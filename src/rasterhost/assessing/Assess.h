@@ -10,7 +10,7 @@ namespace rasterhost {
 /// Gaussian blur of the sensors: the modulation transfer at the Nyquist frequency of the pixels that they are
 /// to have, above 0 and below 1.
 struct SensorBlur {
-    std::vector<double> multispectral = {0.3}; ///< a band, or one for all
+    std::vector<double> multispectral = {0.3}; ///< one per band, or one for all
     double pan = 0.15;
 };
 
@@ -19,7 +19,7 @@ struct BlurOptions {
     SensorBlur blur; ///< of all multispectral bands, in their order, that of an infrared band last
 };
 
-/// An image, and what it is to be assessed by where that is no pair.
+/// An image, and what it is to be assessed by if that is not a pair.
 struct AssessOptions {
     std::vector<InputBand> fused;
     std::vector<InputBand> reference; ///< of the same bands and pixels; either this or the pair
@@ -55,7 +55,7 @@ struct AssessReport {
 [[nodiscard]] bool Assess(const AssessRequest& request, AssessReport& report,
                           KOVA::Tessara::Fundament::Status& status);
 
-/// Checks a blur for so many bands. False with an item.
+/// Checks a blur for this many bands. False with an item.
 [[nodiscard]] bool CheckBlur(const SensorBlur& blur, std::size_t bands,
                              KOVA::Tessara::Fundament::Status& status);
 

@@ -2,19 +2,19 @@
 
 #include "rasterhost/assessing/Assess.h"
 
-/// Which method for a scene: the pair is degraded by its own ratio, fused by every method, and what comes of
-/// it compared with the multispectral image that it was degraded from.
+/// Finds the method for a scene: the pair is degraded by its own ratio and fused by every method, and each
+/// result is compared with the multispectral image that it was degraded from.
 namespace rasterhost {
 
 struct CompareOptions {
     std::optional<hostkit::Resampling> onlyResampling; ///< without it both; that of the pair is not looked at
-    /// Folder to leave the degraded pair and the truth in as pan.tif, ms.tif, truth.tif and infrared.tif, in
-    /// the place of such files only with `replaceKept`; empty for nowhere.
+    /// Folder in which the degraded pair and the truth are kept as pan.tif, ms.tif, truth.tif and
+    /// infrared.tif, replacing such files only with `replaceKept`; empty for nowhere.
     std::string keep;
     bool replaceKept = false;
 };
 
-/// Bands that are not asked for and an infrared one take part in the simulated pan.
+/// Bands that are not asked for, and an infrared band, take part in the simulated pan.
 struct CompareRequest : PairRequest, RunOptions, BlurOptions, CompareOptions {};
 
 struct CompareEntry {

@@ -18,8 +18,8 @@ namespace rasterhost {
 /// pointers count for nothing.
 [[nodiscard]] std::int64_t StripCache(std::initializer_list<const InputImage*> images);
 
-/// Checks that the grids of a pair run along each other and the infrared band lies on that of the others, as
-/// degrading them takes. False with an item.
+/// Checks that the axes of a pair are parallel and that the infrared band lies on the grid of the others;
+/// degrading needs both. False with an item.
 [[nodiscard]] bool CheckGrids(const Scene& scene, Status& status);
 
 } // namespace rasterhost

@@ -7,7 +7,7 @@
 
 namespace rasterhost {
 
-/// Looks at a fused image, and at plain bilinear upsampling, beside the pair that it was made of, at the same
+/// Compares a fused image, and plain bilinear upsampling, with the pair that it was made of, at the same
 /// pixels: where both have data. `fused` has the pixels of pan and the multispectral bands. False with an
 /// item when an image cannot be read or nothing can be compared.
 [[nodiscard]] bool AssessPair(const Scene& scene, const InputImage& fused, const SensorBlur& blur,

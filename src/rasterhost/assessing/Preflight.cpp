@@ -211,7 +211,7 @@ private:
         report.memoryBytes = EstimateMemory(*scene, plan, sizes);
     }
 
-    /// Collects what was found to be wrong, the gravest first.
+    /// Collects what was found to be wrong, the most serious first.
     void Warn() {
         std::vector<std::string>& warnings = report.warnings;
         if (report.shift && report.shift->IsAgreed() && report.shift->GetLength() >= leastShift)

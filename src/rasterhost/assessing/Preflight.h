@@ -10,11 +10,11 @@
 #include <string>
 #include <vector>
 
-/// Will a pair fuse, and how: found from the descriptions and a sample of the pixels, in seconds whatever the
-/// size.
+/// Whether a pair can be fused, and how: found from the descriptions and a sample of the pixels, in seconds
+/// for any size.
 namespace rasterhost {
 
-/// What is to be known of one input. Shares are of the pixels in the sample.
+/// Facts about one input. Shares are of the pixels in the sample.
 struct ImageFacts {
     std::string name;
     std::uint32_t columns = 0, rows = 0, bands = 0;
@@ -43,8 +43,8 @@ struct PreflightReport {
     std::vector<CoarseFacts> images;
     double ratioX = 0.0, ratioY = 0.0; ///< multispectral pixel over pan pixel
     double overlap = 0.0;              ///< share of pan on which the multispectral and infrared images lie
-    /// The multispectral corner from that of pan, right and down, in pan pixels, and what of it is no whole
-    /// pixel, above -0.5 up to 0.5.
+    /// The multispectral corner from that of pan, right and down, in pan pixels, and the part of it that is
+    /// not a whole pixel, above -0.5 up to 0.5.
     std::array<double, 2> corner{}, phase{};
     std::optional<WeightFit> fit;
     std::optional<Shift> shift;
@@ -57,11 +57,11 @@ struct PreflightReport {
     std::uint64_t outputBytes = 0; ///< of its samples, not compressed
     std::uint64_t memoryBytes = 0; ///< about what the run would take
 
-    std::vector<std::string> warnings; ///< the gravest first
+    std::vector<std::string> warnings; ///< the most serious first
     double seconds = 0.0;
 };
 
-/// Looks at what `Sharpen` would be given, and whether an output, where one is named, can go there. May be
+/// Checks what `Sharpen` would be given, and whether an output, if one is named, can be written there. May be
 /// cancelled by `progress` of the request. False with the reasons for which `Sharpen` would fail, in the same
 /// words; the report then has what was found until then.
 [[nodiscard]] bool Preflight(const SharpenRequest& request, PreflightReport& report,

@@ -8,7 +8,7 @@
 
 namespace rasterhost {
 
-/// A picture of a small part of a scene at one pixel a pan pixel: pan, the multispectral image merely
+/// A picture of a small part of a scene with one pixel per pan pixel: pan, the multispectral image merely
 /// upsampled and the fused image, side by side.
 struct PreviewRequest {
     std::string file;                        ///< a PNG file

@@ -16,7 +16,7 @@ namespace rasterhost {
 /// GeoTIFF files in memory, which go with this object.
 class ReducedScene {
 public:
-    /// `blur` has one transfer for all bands or one a band, that of an infrared one last. Null with an item
+    /// `blur` has one transfer for all bands or one per band, that of an infrared one last. Null with an item
     /// when the images do not share enough or cannot be read.
     [[nodiscard]] static std::unique_ptr<ReducedScene> Make(const Scene& scene, const SensorBlur& blur,
                                                             Status& status);

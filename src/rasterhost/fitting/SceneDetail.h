@@ -16,7 +16,7 @@ using fitting::DetailFit;
 [[nodiscard]] bool FitDetail(const Scene& scene, const FusionRequest& request, std::optional<int> bitDepth,
                              DetailFit& fit, Status& status);
 
-/// What a fit says against the run.
+/// What a fit warns of.
 [[nodiscard]] std::vector<std::string> JudgeDetail(const DetailFit& fit);
 
 } // namespace rasterhost

@@ -16,7 +16,7 @@ using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
 
-/// Pixels across a block, and down, where grids do not run along each other; and how far such a block may be
+/// Pixels across a block, and down, where the axes of grids are not parallel; and how far such a block may be
 /// turned, right by down, for its footprints to be taken for rectangles.
 constexpr std::uint32_t smallSide = 16;
 constexpr double mostTurn = 0.005;
@@ -41,7 +41,8 @@ Footprint TurnedFootprint(const Scene& scene, const PlacedImage* other, const Pi
     return print;
 }
 
-/// The multispectral grid beneath a block, where it runs along that of an image in the same map units.
+/// The multispectral grid beneath a block, where its axes are parallel to those of an image in the same map
+/// units.
 Footprint StraightFootprint(const Scene& scene, const RasterInfo& on) {
     const hostkit::AxisPlacement placement(on, scene.GetMultispectral().GetInfo());
     return {placement.FindEdgesAcross(), placement.FindEdgesDown()};

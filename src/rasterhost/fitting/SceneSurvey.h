@@ -7,8 +7,8 @@
 #include <optional>
 #include <vector>
 
-/// What stands for a whole scene where looking at all of it takes too long: blocks of multispectral pixels on
-/// a regular grid, the same for the same images whatever else a run is asked for.
+/// A sample of a scene for questions where reading all of it takes too long: blocks of multispectral pixels
+/// on a regular grid, the same for the same images whatever else a run is asked for.
 namespace rasterhost {
 
 using fitting::AreaSums;
@@ -24,7 +24,7 @@ using SurveyPlan = fitting::BlockPlan;
 /// two. May be empty.
 [[nodiscard]] hostkit::PixelRect FindAreaOnPan(const Scene& scene);
 
-/// What was seen of one image.
+/// Counts of one image.
 struct ImageTally {
     std::uint64_t pixels = 0;
     std::uint64_t withoutData = 0;
@@ -40,7 +40,7 @@ struct SceneTally {
 /// All samples of a part of an image, and which of its pixels have data and are not saturated.
 struct SurveyedPixels {
     std::vector<unsigned short> samples; ///< interleaved by pixel
-    std::vector<unsigned char> usable;   ///< a byte a pixel, 0 for not
+    std::vector<unsigned char> usable;   ///< one byte per pixel, 0 for not
     ImageTally tally;
 };
 
@@ -67,7 +67,7 @@ public:
     /// The samples of a pixel, the infrared band last. Those of bands on other grids are means over the
     /// pixel.
     [[nodiscard]] const double* GetSamples(std::size_t pixel) const { return samples.data() + pixel * bands; }
-    /// Pan's mean over the footprint of a pixel moved right and down by so many multispectral pixels and
+    /// Pan's mean over the footprint of a pixel moved right and down by this many multispectral pixels and
     /// grown by `grow` of them on all sides. None where it is not wholly on usable pan.
     [[nodiscard]] std::optional<double> GetPan(std::size_t pixel, double right, double down,
                                                double grow = 0.0) const;

@@ -31,7 +31,7 @@ struct Window {
 
     explicit Window(std::size_t bands) : moments(bands) {}
 
-    /// Takes pan anew. Content that lies right of its place is found under a footprint further left.
+    /// Takes pan again. Content that is displaced to the right is found under a footprint further left.
     void Move(const Point& shift) {
         moments.ClearPan();
         for (const std::size_t pixel : pixels)

@@ -10,9 +10,9 @@ namespace rasterhost {
 
 struct Scene;
 
-/// How far the multispectral content lies right of and below where its georeferencing says, in multispectral
-/// pixels. With (0.5, 0) what pan shows at a place is found half a multispectral pixel further right in the
-/// multispectral image.
+/// How far the multispectral content is displaced to the right and down against its georeferencing, in
+/// multispectral pixels. With (0.5, 0) what pan shows at a place is found half a multispectral pixel further
+/// right in the multispectral image.
 struct Shift {
     hostkit::Point way;
     double rSquared = 0.0; ///< of the weight fit with this shift taken out
@@ -27,7 +27,7 @@ struct Shift {
 };
 
 /// Measures the shift from windows spread over the scene: the one with the largest R² of a weight fit over
-/// all of them, pan averaged anew over the moved footprints for each trial. Looks up to 2 multispectral
+/// all of them, pan averaged again over the moved footprints for each trial. Looks up to 2 multispectral
 /// pixels in each direction. None when there is nothing to measure by: too few pixels, bands that do not make
 /// up pan or are too many to be fitted, or a best shift at the end of what was looked at. False with an item
 /// when an input cannot be read.

@@ -36,7 +36,7 @@ struct FusionSources {
 struct FusedRow {
     std::uint32_t number = 0;               ///< of pan
     const unsigned char* samples = nullptr; ///< interleaved by pixel; null where no pixel has data
-    const unsigned char* valid = nullptr;   ///< a byte a pixel, 0 without data; null when all have data
+    const unsigned char* valid = nullptr;   ///< one byte per pixel, 0 without data; null when all have data
 };
 
 /// Takes the rows of a window in ascending order. What a row points to is good until it returns.
@@ -65,7 +65,7 @@ public:
     /// is wanted. False with items.
     [[nodiscard]] bool Fuse(const RowSink& sink, Status& status);
 
-    /// A byte a pixel of the fused window, 0 without data; null when all pixels have data.
+    /// One byte per pixel of the fused window, 0 without data; null when all pixels have data.
     [[nodiscard]] const unsigned char* GetValid() const { return hasGaps ? valid.data() : nullptr; }
     [[nodiscard]] const KOVA::Tessara::Global::NameValueMap& GetMetadata() { return worker.GetMetadata(); }
 

@@ -21,7 +21,7 @@ struct RunSizes {
 /// Those of a request; the widest low-pass that may be fitted where it gives none.
 [[nodiscard]] RunSizes FindSizes(const SharpenRequest& request, const PansharpDescription& plugin);
 
-/// The threads asked for, or one a processor.
+/// The threads asked for, or one per processor.
 [[nodiscard]] int ChooseThreads(const RunOptions& run);
 
 /// Whole rows of output blocks, some 4 MB, and a few windows for every thread where the scene has them.

@@ -18,7 +18,7 @@
 /// contract and writes what it fuses.
 namespace rasterhost {
 
-/// How an output tells where there is no data.
+/// How an output marks pixels without data.
 enum class NoDataBy {
     None, ///< there are no such pixels and no value is declared
     Value,

@@ -47,7 +47,7 @@ public:
     }
 
     bool Run(PipelineResult& result, Status& status) {
-        // An arena gets no more threads than this allows, which by default is one a processor.
+        // An arena gets no more threads than this allows, which by default is one per processor.
         const tbb::global_control allowance(
             tbb::global_control::max_allowed_parallelism,
             std::max<std::size_t>(

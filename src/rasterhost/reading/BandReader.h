@@ -28,8 +28,8 @@ public:
 
     /// Reads a rectangle of all bands, interleaved by pixel and packed.
     [[nodiscard]] bool Read(const hostkit::PixelRect& rect, unsigned char* out, Status& status) const;
-    /// Tells by the bands' values and masks which pixels have data in all: a byte a pixel, not 0 where they
-    /// have. `samples` are those that Read gave for the same rectangle.
+    /// Tells by the bands' values and masks which pixels have data in all: one byte per pixel, not 0 where
+    /// they have. `samples` are those that Read gave for the same rectangle.
     [[nodiscard]] bool ReadValid(const hostkit::PixelRect& rect, const unsigned char* samples,
                                  unsigned char* valid, Status& status) const;
 

@@ -66,7 +66,7 @@ public:
     [[nodiscard]] bool ReadValid(const hostkit::PixelRect& rect, const unsigned char* samples,
                                  unsigned char* valid, Status& status) override;
 
-    /// Describes the image anew, with pixels to count as no data beside what is declared.
+    /// Describes the image again, with more pixels that count as no data than are declared.
     void SetCollar(std::shared_ptr<const ZeroCollar> found);
 
 private:

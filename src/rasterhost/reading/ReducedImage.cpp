@@ -21,7 +21,7 @@ public:
         : columns(imageColumns), bands(imageBands), level(reductionLevel), sums(columns * bands),
           counts(columns) {}
 
-    /// `valid` has a byte a pixel, 0 without data, and is null where all have.
+    /// `valid` has one byte per pixel, 0 without data, and is null where all have.
     void AddRow(const T* samples, const unsigned char* valid) {
         if (!valid) {
             ++wholeRows;

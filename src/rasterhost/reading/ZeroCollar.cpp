@@ -75,7 +75,7 @@ void ZeroCollar::Clear(const hostkit::PixelRect& rect, unsigned char* valid) con
 
 namespace {
 
-/// Seven bits a byte, the lowest first; all but the last have the eighth.
+/// Seven bits per byte, the lowest first; all but the last have the eighth.
 void AddNumber(std::uint64_t number, std::vector<unsigned char>& bytes) {
     for (; number >= 0x80; number >>= 7)
         bytes.push_back(static_cast<unsigned char>(number | 0x80));

@@ -21,7 +21,7 @@ public:
         Finder(std::uint32_t imageColumns, std::size_t bytesOfAPixel)
             : columns(imageColumns), pixelBytes(bytesOfAPixel) {}
         void AddRow(const unsigned char* samples);
-        /// Zeros this ragged are no collar, and would fill the memory.
+        /// Zeros this ragged are not a collar, and would fill the memory.
         [[nodiscard]] bool IsTooRagged() const { return runs.size() > mostRuns; }
         [[nodiscard]] ZeroCollar Finish();
 

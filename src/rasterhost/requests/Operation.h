@@ -6,15 +6,15 @@
 
 namespace rasterhost {
 
-/// Registers GDAL's drivers, unless the program has some: those are its choice, and more than it asked for
-/// would come to all of it.
+/// Registers GDAL's drivers, unless the program has registered some. Those are its choice, and further
+/// drivers would affect all of it.
 void RegisterDrivers();
 
-/// Runs an operation. What it throws becomes an item, memory that does not suffice in words of its own.
+/// Runs an operation. An exception becomes an item, too little memory with a message of its own.
 [[nodiscard]] bool Guard(const std::function<bool()>& operation, Status& status);
 
-/// Runs what one call of this library is to do, guarded, with GDAL ready and silent on this thread. `seconds`
-/// is what it took.
+/// Runs the work of one call of this library, guarded, with GDAL ready and silent on this thread. `seconds`
+/// gets the time.
 [[nodiscard]] bool RunOperation(const std::function<bool()>& operation, double& seconds, Status& status);
 
 } // namespace rasterhost

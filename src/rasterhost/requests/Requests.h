@@ -13,8 +13,8 @@
 #include <utility>
 #include <vector>
 
-/// What people ask for, by what each step reads of it: a step takes the narrowest request that tells it
-/// enough. Defaults are those of the command.
+/// What people ask for, one type for each step: a step takes the smallest request that has what it needs.
+/// Defaults are those of the command.
 namespace rasterhost {
 
 using fitting::BandGains;
@@ -26,8 +26,8 @@ struct InputBand {
     std::optional<int> band;
 };
 
-/// The images of a pair, how they lie on each other and come onto the grid of pan, what counts as data, and
-/// which bands and part of them are wanted.
+/// The images of a pair, their placement, how they are sampled on the grid of pan, what counts as data, and
+/// which bands and part are wanted.
 struct PairRequest {
     InputBand pan;
     std::vector<InputBand> multispectral; ///< bands in the order given
@@ -38,7 +38,7 @@ struct PairRequest {
 
     /// All images have the corner and extent of pan, whatever their georeferencing says.
     bool sameCorner = false;
-    /// How far the multispectral and infrared content lies right of and below its place, in multispectral
+    /// How far the multispectral and infrared content is displaced to the right and down, in multispectral
     /// pixels; it is moved back. Or that is measured, and moved back where the measurement can be relied on.
     hostkit::Point shift;
     bool measureShift = false;
@@ -46,15 +46,15 @@ struct PairRequest {
     /// Depth of the samples within 16-bit files, 9 to 16; without it what the files declare, else the whole
     /// depth. No result is larger.
     std::optional<int> bitDepth;
-    /// The least and greatest value, which are mapped to 1 and 65535 in all inputs, of whatever type; the
-    /// output records how to get back.
+    /// The values that are mapped to 1 and 65535 in all inputs, for any sample type; the output records scale
+    /// and offset.
     std::optional<std::array<double, 2>> scale;
-    bool findScale = false; ///< these two are to be found in the inputs
+    bool findScale = false; ///< find these two in the inputs
     /// The value that means no data in all inputs, whatever they declare.
     std::optional<double> noData;
     bool ignoreNoData = false; ///< all samples are data
-    /// By a file's name the band of it that tells transparency, 0 for none, where that is known: it is looked
-    /// for in the pixels of other files.
+    /// For files whose transparency band is known: the band by the file's name, 0 for none. In other files it
+    /// is looked for in the pixels.
     std::map<std::string, int> transparency;
 
     /// Part of the scene in map units of pan (left, top, right, bottom), snapped to whole pan pixels; all of
@@ -64,7 +64,7 @@ struct PairRequest {
     bool onlyIntersection = false;
 };
 
-/// Where weights come from that a request does not give.
+/// Where weights come from when a request does not give them.
 enum class WeightSource {
     Fit,  ///< fitted to the images, where the method weighs bands and no raw property sets a weight
     Equal ///< 1 / n each, the infrared band counted
@@ -94,19 +94,19 @@ struct OutputRequest {
     std::string format;
     std::vector<std::string> creationOptions;
     bool overwrite = false;
-    /// Files that the caller reads or writes beside this run, each with what it is, such as "the settings":
-    /// the output takes the place of none of them.
+    /// Further files that the caller reads or writes, each with what it is, such as "the settings": the
+    /// output replaces none of them.
     std::vector<std::pair<std::string, std::string>> otherFiles;
-    bool alpha = false;      ///< writes a last band that tells where there is data
+    bool alpha = false;      ///< writes a last band that marks where there is data
     bool hasPreview = false; ///< a picture is going to be made of the output, which takes memory, too
 };
 
 inline constexpr std::uint32_t mostPreviewPixels = 512; ///< across and down a panel of a picture
 
-/// How a run goes about its work; nothing of it changes a pixel.
+/// How a run works; none of this changes a pixel.
 struct RunOptions {
     std::string plugin;           ///< path of the plug-in; empty for the installed one
-    int threads = 0;              ///< 0 for one a processor
+    int threads = 0;              ///< 0 for one per processor
     std::uint32_t windowRows = 0; ///< 0 for a height chosen from the sizes
     /// Bytes that the run may take by its own estimate; 0 for all that the machine has.
     std::uint64_t mostMemory = 0;

@@ -24,8 +24,7 @@ public:
     [[nodiscard]] std::optional<Point> FromPan(const Point& panPixel) const override;
     [[nodiscard]] std::optional<Point> ToPan(const Point& imagePixel) const override;
 
-    /// True when columns and rows of the two run along each other, so that the image is a rectangle of pan's
-    /// grid.
+    /// True when the axes of the two are parallel, so that the image is a rectangle of pan's grid.
     [[nodiscard]] bool RunsAlong() const;
 
     /// A map of all of pan, its control points as far apart as interpolating between them errs by less than
@@ -41,13 +40,13 @@ private:
     const InputImage& pan;
     const InputImage& image;
     void* transformer = nullptr; ///< GDAL's, from the image to pan
-    /// The way of 360 degrees on pan, in its pixels; none where its coordinates are no longitudes.
+    /// The way of 360 degrees on pan, in its pixels; none where its coordinates are not longitudes.
     std::optional<Point> turn;
 };
 
 /// Places an image on the grid of pan, whatever their projections and directions: along its axes where the
-/// two run along each other, else by a map. Null with an item when there is no way, or no place. Both images
-/// outlive the placement.
+/// two are parallel, else by a map. Null with an item when there is no way, or no place. Both images outlive
+/// the placement.
 [[nodiscard]] std::unique_ptr<hostkit::Placement> PlaceByTransform(const InputImage& pan,
                                                                    const InputImage& image, Status& status);
 

@@ -66,8 +66,8 @@ struct Scene {
     void KeepFirstBands(std::uint32_t count);
 };
 
-/// Moves the content of all images but pan by a way on the multispectral one, and finds anew what they cover.
-/// False with an item when they cover nothing any more.
+/// Moves the content of all images but pan by a way on the multispectral one, and finds again what they
+/// cover. False with an item when they cover nothing any more.
 [[nodiscard]] bool MoveScene(const hostkit::Point& way, Scene& scene, Status& status);
 
 /// Opens pan, multispectral bands and the infrared band and finds how they lie on each other; reads no

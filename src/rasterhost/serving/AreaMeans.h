@@ -35,11 +35,11 @@ public:
     AreaMeans(const AreaAxis& acrossAxis, const AreaAxis& downAxis, std::size_t bandCount,
               std::uint32_t first, std::uint32_t end);
 
-    /// Adds a row of finer pixels from FirstOf(0) across on, interleaved by pixel; `valid` has a byte a
+    /// Adds a row of finer pixels from FirstOf(0) across on, interleaved by pixel; `valid` has one byte per
     /// pixel, 0 without data, and is null where all have.
     template <class T>
     void AddRow(std::uint32_t fineRow, const T* samples, const unsigned char* valid);
-    /// The means of a row, rounded half up, and a byte a pixel, 0 without data.
+    /// The means of a row, rounded half up, and one byte per pixel, 0 without data.
     template <class T>
     void GetRow(std::uint32_t row, T* out, unsigned char* valid) const;
 

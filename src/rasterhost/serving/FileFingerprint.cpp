@@ -71,7 +71,7 @@ std::string TypesOf(GDALDataset& dataset) {
     return differ ? types : first;
 }
 
-/// The last digits of georeferencing are no change.
+/// The last digits of georeferencing are not a change.
 bool IsSameGrid(const FileFingerprint& a, const FileFingerprint& b) {
     if (a.geoTransform.has_value() != b.geoTransform.has_value() || a.controlPoints != b.controlPoints)
         return false;

@@ -14,7 +14,7 @@ class OGRSpatialReference;
 
 namespace rasterhost {
 
-/// What tells whether an input is the one that it was: what is opened by a name as GDAL takes it.
+/// Shows whether an input has changed: what is opened by a name as GDAL takes it.
 struct FileFingerprint {
     std::string name; ///< as the request has it
     std::uint32_t columns = 0, rows = 0, bands = 0;
@@ -30,7 +30,7 @@ struct FileFingerprint {
     std::uint32_t transparency = 0;
 };
 
-/// A number of 64 bits that is another one when any byte is, or, all but certainly, when several are.
+/// A 64-bit number that differs when one byte differs, and almost certainly when several do.
 class ContentNumber {
 public:
     void Add(const unsigned char* bytes, std::size_t count);

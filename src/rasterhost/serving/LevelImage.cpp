@@ -70,7 +70,7 @@ bool LevelImage::CanReadFrom(InputImage& lent, unsigned own) const {
     return there.cols == whole.cols && there.rows == whole.rows;
 }
 
-/// The level of the coarsest overview that is no coarser than this image; 0 for none.
+/// The level of the coarsest overview that is not coarser than this image; 0 for none.
 unsigned LevelImage::CoarsestOverview(InputImage& lent) const {
     unsigned own = level;
     while (own > 0 && !CanReadFrom(lent, own))

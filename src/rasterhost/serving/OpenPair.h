@@ -10,8 +10,8 @@
 
 namespace rasterhost {
 
-/// A pair that any number of datasets fuse, each in its way, from any number of threads. What is known of it
-/// is shared and never changes; open files are lent to one reader at a time.
+/// A pair that any number of datasets fuse, each in its own way, from any number of threads. Its description
+/// is shared and never changes. Open files are lent to one reader at a time.
 class OpenPair {
 public:
     /// Open files to read all images of the pair from.
@@ -21,14 +21,14 @@ public:
     };
     using Pool = hostkit::LeasePool<Readers, int>;
 
-    /// `prepared` has a plug-in. So many sets of files are open at a time at most, one of them the pair's
+    /// `prepared` has a plug-in. At most this many sets of files are open at a time, one of them the pair's
     /// own, the others opened when they are needed.
     OpenPair(PreparedPair prepared, std::size_t mostReaders);
 
     [[nodiscard]] const Scene& GetScene() const { return *pair.scene; }
     [[nodiscard]] const hostkit::PluginLibrary& GetPlugin() const { return *pair.plugin; }
     [[nodiscard]] std::size_t GetMostReaders() const { return mostSets; }
-    /// What is kept of an image, pan or one of the scene, for coarse looks.
+    /// What is kept of an image, pan or one of the scene, for coarse levels.
     [[nodiscard]] ReducedStore& GetStore(std::size_t position) const { return *stores[position]; }
     /// Waits while all are out. Null with an item where a file cannot be opened again.
     [[nodiscard]] Pool::Lease Lend(Status& status) const;

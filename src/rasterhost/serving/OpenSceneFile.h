@@ -8,7 +8,7 @@
 
 namespace rasterhost {
 
-/// Opens a description of a scene as the image that it stands for, to be read by so many threads at a time;
+/// Opens a description of a scene as the image that it stands for, to be read by this many threads at a time;
 /// the first one reads with the files that are opened here. Reads no pixels. Of `run` the plug-in counts.
 /// Null with items; nothing that GDAL says on the way is printed.
 [[nodiscard]] std::shared_ptr<const SharpenedDataset> OpenSceneFile(const std::string& name,

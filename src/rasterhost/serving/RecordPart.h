@@ -11,13 +11,13 @@
 
 namespace rasterhost {
 
-/// What is wrong with a description: the key, and why.
+/// A fault in a description: the key, and why.
 struct RecordFault {
     std::string text;
 };
 
-/// A value of a description, which nobody need have written well: each question is answered with what was
-/// asked for, within bounds, or throws RecordFault.
+/// A value of a description that may be damaged. Each question returns what was asked for, within bounds, or
+/// throws RecordFault.
 class RecordPart {
 public:
     using Json = nlohmann::ordered_json;
@@ -25,7 +25,7 @@ public:
     /// `name` is its key with those above, as in "fusion.weights". The value outlives the part.
     RecordPart(const Json& json, std::string name) : value(json), key(std::move(name)) {}
 
-    /// Parses a whole description. Throws for what is too deep or has too many values, too.
+    /// Parses a whole description. Also throws when it is too deep or has too many values.
     [[nodiscard]] static Json Parse(const std::string& text);
 
     /// An object with these keys and no others, some of which may be missing.

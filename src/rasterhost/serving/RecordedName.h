@@ -14,7 +14,8 @@ struct RecordedName {
 };
 
 /// A file in the folder of the description or below goes by its way from there, so that the two can be moved
-/// together; another one by its full path. What is no file, such as a name within an archive, stays as it is.
+/// together; another one by its full path. What is not a file, such as a name within an archive, stays as it
+/// is.
 [[nodiscard]] RecordedName RecordName(const std::string& name, const std::string& description);
 
 /// The name as GDAL takes it. `description` may be a link: the file that it leads to counts.
@@ -24,7 +25,7 @@ struct RecordedName {
 [[nodiscard]] std::string GetInputRoot();
 
 /// False with an item when the name does not stay in a folder once links and ".." are followed. Of names that
-/// are no files those within an archive (/vsizip/, /vsitar/, /vsigzip/) may stay in it. `what` begins the
+/// are not files, those within an archive (/vsizip/, /vsitar/, /vsigzip/) may stay in it. `what` begins the
 /// message.
 [[nodiscard]] bool CheckStaysIn(const std::string& root, const std::string& name, const std::string& what,
                                 Status& status);

@@ -20,7 +20,7 @@ namespace rasterhost {
 [[nodiscard]] Preparation PrepareRecorded(const SceneRecord& record, const RunOptions& run, const Warn& warn,
                                           PreparedPair& pair, Status& status);
 
-/// The same for somebody who has the time: compares all inputs with what they were, to the last byte.
+/// The same, but slow and thorough: compares all inputs with what they were, to the last byte.
 [[nodiscard]] bool CheckInputs(const SceneRecord& record, const RunOptions& run, const Warn& warn,
                                Status& status);
 

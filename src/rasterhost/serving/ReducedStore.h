@@ -10,21 +10,21 @@
 
 namespace rasterhost {
 
-/// A reduced image that is kept in memory, tile by tile as they are asked for: the coarser looks that are
-/// made of it read no file any more. For any number of threads.
+/// A reduced image that is kept in memory, tile by tile as tiles are asked for. Coarser levels that are made
+/// of it read no more files. For any number of threads.
 class ReducedStore {
 public:
     /// Images are kept reduced by 2^level from this level on, the first that fits into memory whole.
     static constexpr unsigned leastLevel = 3;
 
-    /// Of a part of an image, within so many bytes.
+    /// Of a part of an image, within this many bytes.
     ReducedStore(const hostkit::ImageSource::RasterInfo& image, const hostkit::PixelRect& part,
                  std::size_t mostBytes);
 
     [[nodiscard]] unsigned GetLevel() const { return level; }
     [[nodiscard]] const hostkit::ImageSource::RasterInfo& GetInfo() const { return info; }
-    /// Samples and a byte a pixel, 0 without data; either may be null. Tiles that are not there yet are read
-    /// from `reduced`, the same image. False with an item.
+    /// Samples and one byte per pixel, 0 without data; either may be null. Tiles that are not there yet are
+    /// read from `reduced`, the same image. False with an item.
     [[nodiscard]] bool Read(const hostkit::PixelRect& rect, hostkit::ImageSource& reduced,
                             unsigned char* samples, unsigned char* valid, Status& status);
 

@@ -26,7 +26,7 @@ struct CloseVsi {
     void operator()(VSILFILE* file) const { (void)VSIFCloseL(file); }
 };
 
-/// The first bytes of a file, which is no pipe; none when it cannot be read.
+/// The first bytes of a file, which is not a pipe; none when it cannot be read.
 std::string ReadStart(const std::string& name, std::size_t most) {
     const GdalErrors silence;
     if (!LookAt(name).isFile) return {};

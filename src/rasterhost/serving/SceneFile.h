@@ -18,9 +18,9 @@ namespace rasterhost {
 /// set. False with an item that names the file and the key.
 [[nodiscard]] bool ReadSceneFile(const std::string& name, SceneRecord& record, Status& status);
 
-/// Writes a description under the name of the request's output, by the rules of any output: it takes the
-/// place of no input and appears when it is complete. What lies beside it and belonged to a description that
-/// was there goes with that; `warn` says so. False with an item.
+/// Writes a description under the name of the request's output, by the rules of any output: it replaces no
+/// input and appears when it is complete. What lies beside it and belonged to a description that was there
+/// goes with that; `warn` says so. False with an item.
 [[nodiscard]] bool WriteSceneFile(const SceneRecord& record, const SharpenRequest& request,
                                   const std::function<void(const std::string&)>& warn, Status& status);
 

@@ -12,7 +12,7 @@
 
 namespace rasterhost {
 
-/// What comes out of fusing a scene, whoever reads it.
+/// The fused image of a scene, whoever reads it.
 struct SceneOutput {
     std::uint32_t columns = 0, rows = 0; ///< of the part asked for
     std::uint32_t bits = 8;              ///< of a sample, 8 or 16
@@ -26,8 +26,8 @@ struct SceneOutput {
     bool hasAlpha = false;               ///< a last band beside the fused ones
 };
 
-/// All that says how a scene is fused: nothing is left to be found in its pixels. What a ".pansharp" file
-/// holds.
+/// Everything that says how a scene is fused; nothing is left to be found in its pixels. The content of a
+/// ".pansharp" file.
 struct SceneRecord {
     /// Without `measureShift` and `findScale`, and with a bit depth for 16-bit samples that are not scaled.
     PairRequest pair;

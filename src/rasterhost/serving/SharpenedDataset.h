@@ -11,9 +11,8 @@
 
 namespace rasterhost {
 
-/// A pair that is fused as its pixels are asked for: an image like that which `Sharpen` writes, windows of
-/// which are had at any zoom. Any number of threads may read at a time; each fuses what it asks for. Fused
-/// pixels are not kept.
+/// A pair that is fused when its pixels are asked for: the image that `Sharpen` writes, with windows at any
+/// zoom. Any number of threads may read at a time; each fuses what it asks for. Fused pixels are not kept.
 ///
 /// At full size a window has the bytes of the written file, however it is cut. Zoomed out by 2^k it is fused
 /// of inputs that are reduced first (SceneLevel.h); by another factor it is the mean, by area, of the next
@@ -39,8 +38,8 @@ public:
         return levels.front()->Describe(fusion.found, metadata, status);
     }
 
-    /// Makes a window of the dataset, in so many pixels. `bands` count from 0; without any nothing is fused,
-    /// which is the way to a mask alone. False with items; the target may hold anything then.
+    /// Makes a window of the dataset, in this many pixels. `bands` count from 0; without any nothing is
+    /// fused, which is the way to a mask alone. False with items; the target may hold anything then.
     [[nodiscard]] bool Read(const hostkit::PixelRect& window, std::uint32_t outColumns, std::uint32_t outRows,
                             std::span<const std::uint32_t> bands, const WindowTarget& target,
                             Status& status) const;

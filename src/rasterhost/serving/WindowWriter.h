@@ -14,7 +14,7 @@ namespace rasterhost {
 struct WindowTarget {
     unsigned char* samples = nullptr; ///< first pixel, first of the bands asked for
     std::ptrdiff_t pixelStride = 0, rowStride = 0, bandStride = 0;
-    /// A byte a pixel, rows packed: 255 with data, 0 without; null where nobody asks.
+    /// One byte per pixel, rows packed: 255 with data, 0 without; null where nobody asks.
     unsigned char* mask = nullptr;
 };
 

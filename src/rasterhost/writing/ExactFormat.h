@@ -6,9 +6,9 @@
 
 namespace rasterhost {
 
-/// Tells by a small image in memory whether the format, with its creation options, gives the samples back as
-/// they were: what it does to them in words to follow the output's name, or nothing. A format that cannot be
-/// tried in memory is believed.
+/// Tries with a small image in memory whether the format, with its creation options, keeps the samples as
+/// they are. The result says what it does to them, in words that follow the output's name; empty when it
+/// changes nothing. A format that cannot be tried in memory counts as exact.
 [[nodiscard]] std::string FindLoss(const OutputPlan& plan, const std::string& output);
 
 } // namespace rasterhost

@@ -5,10 +5,11 @@
 #include <string>
 #include <tuple>
 
-/// What files are, whatever their names, and how they change their names. Names of the file system only.
+/// The identity of files, independent of their names, and moves to other names. For names of the file system
+/// only.
 namespace rasterhost {
 
-/// Tells a file from all others of this machine.
+/// Identifies a file on this machine.
 struct FileIdentity {
     std::uint64_t volume = 0;
     std::uint64_t number = 0;
@@ -19,20 +20,20 @@ struct FileIdentity {
     }
 };
 
-/// Links are followed. A file that is not there has its place for identity; nothing when that is not there
-/// either.
+/// Links are followed. A file that does not exist is identified by its folder and name; none when the folder
+/// does not exist either.
 [[nodiscard]] std::optional<FileIdentity> Identify(const std::string& name);
 
-/// The name behind a chain of links, which need not be there; the name itself when it is no link.
+/// The name behind a chain of links, which need not exist; the name itself when it is not a link.
 [[nodiscard]] std::string FollowLinks(const std::string& name);
 
 enum class MoveResult { Done, NameIsTaken, Failed };
 
-/// Gives a file a name that no file has; never takes the place of one that appears in the meantime. errno
-/// tells why it failed.
+/// Gives a file a name that no file has; never replaces one that appears in the meantime. errno tells why it
+/// failed.
 [[nodiscard]] MoveResult MoveToFreeName(const std::string& from, const std::string& to);
 
-/// Puts one file in the place of another, and the other one at `aside`, which is free. False when nothing was
+/// Replaces one file by another, and moves the old one to `aside`, which is free. False when nothing was
 /// done; errno tells why.
 [[nodiscard]] bool Replace(const std::string& by, const std::string& file, const std::string& aside);
 

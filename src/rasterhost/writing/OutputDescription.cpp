@@ -15,7 +15,7 @@ std::vector<GDALColorInterp> ColoursOf(const Scene& scene, std::size_t bands) {
     bool isNamed = false;
     for (std::size_t band = 0; band < bands; ++band) {
         const GDALColorInterp colour = scene.GetBand(band).colour;
-        if (colour != GCI_AlphaBand) colours[band] = colour; // a fused band is no transparency
+        if (colour != GCI_AlphaBand) colours[band] = colour; // a fused band is not transparency
         isNamed = isNamed || (colours[band] != GCI_Undefined && colours[band] != GCI_GrayIndex);
     }
     if (isNamed) return colours;

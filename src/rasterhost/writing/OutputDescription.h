@@ -16,7 +16,7 @@ namespace rasterhost {
 /// Entries, in order.
 using OutputMetadata = std::vector<std::pair<std::string, std::string>>;
 
-/// The colours of so many fused bands. Where none is named, the first one is grey and the others are not
+/// The colours of this many fused bands. Where none is named, the first one is grey and the others are not
 /// told, as images have it that know no more.
 [[nodiscard]] std::vector<GDALColorInterp> ColoursOf(const Scene& scene, std::size_t bands);
 

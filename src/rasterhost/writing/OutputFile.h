@@ -17,8 +17,8 @@ class GDALDataset;
 
 namespace rasterhost {
 
-/// The fused image in the making, in a folder that delivers it when it is complete. A format that GDAL makes
-/// only by copying gets a GeoTIFF there to copy from.
+/// The fused image while it is written, in a folder that moves it to its place when it is complete. For a
+/// format that GDAL makes only by copying, a GeoTIFF is written there to copy from.
 class OutputFile {
 public:
     /// Creates the file with the size and position of the scene's part, and the names and colours of the
@@ -33,7 +33,7 @@ public:
     /// What GDAL warned of when it made the file, such as a creation option's value that it ignores; or
     /// empty.
     [[nodiscard]] const std::string& GetWarning() const { return warning; }
-    /// A window of up to so many rows, laid out as Write wants it.
+    /// A window of up to this many rows, laid out as Write wants it.
     [[nodiscard]] OutputWindow MakeWindow(std::uint32_t mostRows) const;
     /// True when Finish has to copy the whole image.
     [[nodiscard]] bool IsCopied() const { return plan.format.isCopied; }

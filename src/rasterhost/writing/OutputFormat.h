@@ -17,8 +17,8 @@ struct OutputFormat {
     bool isTiff = false;   ///< GeoTIFF: how its pixels lie is decided here
     bool isCopied = false; ///< GDAL makes it only as a copy of a finished image, as COG, PNG, JPEG 2000
     const char* softwareItem = "Software"; ///< of the metadata, names the program
-    /// Where it loses by default and need not: the options by which a request says itself how good it wants
-    /// the samples, and those that keep every one of them.
+    /// For a format that is lossy by default but need not be: the options by which a request chooses the
+    /// quality itself, and the options that keep every sample.
     std::vector<const char*> qualityOptions = {};
     std::vector<const char*> exactOptions = {};
 };

@@ -7,13 +7,13 @@ class GDALRasterBand;
 
 namespace rasterhost {
 
-/// Where an image has no data, kept in little memory until all of it is known: for each row the ends of its
-/// runs, or a bit a pixel where that is less.
+/// Where an image has no data, held in little memory until all of it is known: for each row the ends of its
+/// runs, or one bit per pixel where that is less.
 class OutputMask {
 public:
     explicit OutputMask(std::uint32_t imageColumns) : columns(imageColumns) {}
 
-    /// Adds the next rows from the top: a byte a pixel, 0 without data; null when all have data.
+    /// Adds the next rows from the top: one byte per pixel, 0 without data; null when all have data.
     void AddRows(const unsigned char* valid, std::uint32_t rowCount);
     [[nodiscard]] std::uint64_t GetPixelsWithoutData() const { return pixelsWithoutData; }
     /// Writes all rows as a mask, 255 with data and 0 without. False when GDAL fails.

@@ -10,8 +10,7 @@
 
 namespace rasterhost {
 
-/// How the output is going to be made: decided once, and asked by whoever checks, estimates, cuts windows or
-/// writes.
+/// How the output will be made. Decided once; checks, estimates, windows and writing all ask this.
 struct OutputPlan {
     OutputFormat format;
     OutputRules rules;
@@ -37,12 +36,12 @@ struct OutputPlan {
     }
 };
 
-/// How the file is going to tell where there are no data: by the nodata value of the request or of the first
-/// input that has one, by a last band where the request says so, else by a mask.
+/// How the file will mark pixels without data: by the nodata value of the request or of the first input that
+/// has one, by a last band where the request says so, else by a mask.
 [[nodiscard]] OutputRules MakeOutputRules(const OutputRequest& request, const Scene& scene);
 
-/// Plans the output of the scene's part, to be compressed by so many threads. The rows of blocks are known of
-/// GeoTIFF only; of other formats a trial tells (OutputTrial.h).
+/// Plans the output of the scene's part, to be compressed by this many threads. The rows of blocks are known
+/// of GeoTIFF only; of other formats a trial tells (OutputTrial.h).
 [[nodiscard]] OutputPlan PlanOutput(const SharpenRequest& request, const OutputFormat& format,
                                     const Scene& scene, int threads);
 

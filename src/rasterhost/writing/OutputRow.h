@@ -8,7 +8,7 @@
 
 namespace rasterhost {
 
-/// How the file tells where there are no data.
+/// How the file marks pixels without data.
 struct OutputRules {
     std::uint32_t bands = 0;             ///< fused ones
     std::uint32_t largest = 0;           ///< a sample may have: 255, or 2 to the power of the bit depth - 1
@@ -27,7 +27,7 @@ struct OutputLayout {
 
 /// Turns a fused row into one of the file: samples above the largest come down to it; a pixel without data
 /// becomes the nodata value, or 0; a sample with data that equals the nodata value becomes the next greater
-/// one, or the next smaller at the top. Counts the limits of the pixels with data. `valid` has a byte a
+/// one, or the next smaller at the top. Counts the limits of the pixels with data. `valid` has one byte per
 /// pixel, not 0 with data, and is null when all have. `out` has room for columns x file bands and is not
 /// `fused`.
 template <class T>

@@ -18,7 +18,7 @@ public:
     OutputWindow(const OutputRules& outputRules, const OutputLayout& outputLayout, std::uint32_t bits,
                  std::uint32_t fileColumns, std::uint32_t mostRows);
 
-    /// Begins a window of so many rows of the file.
+    /// Begins a window of this many rows of the file.
     void Start(std::uint32_t firstFileRow, std::uint32_t rowCount);
     /// Makes the next row of a fused one, and counts its limits. `fused` is null where no pixel has data;
     /// `valid` as MakeOutputRow has it.

@@ -10,8 +10,8 @@
 
 namespace rasterhost {
 
-/// The files that a run reads or is going to write. They are told apart by what they are, not by their names:
-/// a link to a file is that file.
+/// The files that a run reads or will write. They are compared by identity, not by name: a link to a file is
+/// that file.
 class RunFiles {
 public:
     /// A file, and what it is to the run, such as "the output": for messages.
@@ -20,9 +20,9 @@ public:
     /// level, and the files that hold them, such as archives.
     void AddRaster(const std::string& name, const std::string& use);
 
-    /// What the file of that name is to the run; empty when nothing. A file that is not there may be one that
-    /// is going to be written. Rasters are opened when that is asked of a file that is there for the first
-    /// time.
+    /// The role of the file of that name in the run; empty when it has none. A file that is not there may be
+    /// one that is going to be written. Rasters are opened when that is asked of a file that is there for the
+    /// first time.
     [[nodiscard]] std::string FindUse(const std::string& file);
 
 private:

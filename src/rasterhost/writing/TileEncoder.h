@@ -32,8 +32,8 @@ public:
     TileEncoder& operator=(const TileEncoder&) = delete;
     ~TileEncoder();
 
-    /// `tile` has the form's bytes. False when memory runs out or the codec fails; libtiff's error handler
-    /// hears of it.
+    /// `tile` has the form's bytes. False when memory runs out or the codec fails; libtiff's error handler is
+    /// told.
     [[nodiscard]] bool Encode(const unsigned char* tile, std::vector<unsigned char>& encoded);
 
 private:

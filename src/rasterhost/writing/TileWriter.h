@@ -35,7 +35,7 @@ public:
     [[nodiscard]] bool Pack(std::uint32_t rowCount, const unsigned char* tiles, PackedTiles& packed) const;
     /// Writes whole rows, `packed` being what Pack made of `tiles`. They start with a row of tiles and end
     /// with one, or with the image. Not for two threads at a time. libtiff's error handler, which is GDAL's,
-    /// hears of a failure.
+    /// is told of a failure.
     [[nodiscard]] bool Write(std::uint32_t firstRow, std::uint32_t rowCount, unsigned char* tiles,
                              PackedTiles& packed);
     [[nodiscard]] bool Close();

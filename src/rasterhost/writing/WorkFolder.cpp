@@ -29,7 +29,7 @@ constexpr const char* oldFiles = "old";     // that were replaced
 
 std::string ReasonOf(int error) { return std::generic_category().message(error); }
 
-/// Removes folders of a name that begins so and goes on with the number of a process that is no more.
+/// Removes folders of a name that begins so and goes on with the number of a process that has ended.
 void RemoveLeftovers(const fs::path& parent, const std::string& start) {
     std::error_code failure;
     fs::directory_iterator entries(parent.empty() ? "." : parent, failure);

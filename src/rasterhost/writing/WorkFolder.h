@@ -8,13 +8,13 @@
 
 namespace rasterhost {
 
-/// The one way in which this host makes files appear. They are written, under the names that they are going
-/// to have, in a hidden folder beside their place; complete, they are moved there, those that belong to the
-/// main file first and that last. Until then they are removed with this object.
+/// The one way in which this host makes files appear. They are written under their final names in a hidden
+/// folder beside their place. When they are complete they are moved there: first those that belong to the
+/// main file, then the main file. Until then they are removed with this object.
 ///
-/// The folder of "scene.tif" is ".scene.pansharp-HOST-123-0.tmp", which tells whose it is: what a run that
-/// was killed on this machine left of the same file is removed first. A link is followed: what it leads to is
-/// written. In GDAL's memory ("/vsimem/") there is no folder, and the file is written at its place.
+/// The folder of "scene.tif" is ".scene.pansharp-HOST-123-0.tmp", which says whose it is: what a killed run
+/// on this machine left of the same file is removed first. A link is followed: what it leads to is written.
+/// In GDAL's memory ("/vsimem/") there is no folder, and the file is written at its place.
 class WorkFolder {
 public:
     /// Null with an item when the folder cannot be made. `finalName` is the main file.
@@ -25,17 +25,17 @@ public:
 
     /// Where to write the main file.
     [[nodiscard]] const std::string& GetFile() const { return file; }
-    /// Where to write another one that is to stand beside it.
+    /// Where to write another file that belongs beside it.
     [[nodiscard]] std::string GetFile(const std::string& name) const;
-    /// Where to write what is only for the time of the run.
+    /// Where to write files that are needed only during the run.
     [[nodiscard]] std::string GetSpare(const std::string& name) const;
     /// Removes the spare files.
     void ClearSpare();
     /// Names of the spare files.
     [[nodiscard]] std::vector<std::string> ListSpare() const;
-    /// The main file's name when it stands at its place.
+    /// The main file's name at its place.
     [[nodiscard]] const std::string& GetPlace() const { return place; }
-    /// Where a file of this name is going to stand.
+    /// The place of a file of this name.
     [[nodiscard]] std::string GetPlace(const std::string& name) const;
 
     /// Moves all files to their place, and takes away what lies there and described a file that is replaced.
