@@ -30,7 +30,9 @@ void Comparison::AddRow(const Image* image, const Reference* reference, const un
         errors.AddPixel(pixel, pixel + bands);
         angle.AddPixel(pixel, pixel + bands);
     }
-    index.AddRow(both.data(), valid);
+    std::vector<Channel> channels;
+    AddChannels(channels, both.data(), 2 * bands, 2 * bands);
+    index.AddRow(channels, valid);
     detail.AddRow(both.data(), valid);
 }
 template void Comparison::AddRow(const double*, const double*, const unsigned char*);

@@ -11,12 +11,8 @@ public:
     /// Images of so many bands each, blocks of this many pixels across and down.
     ScaleIndices(std::size_t imageColumns, std::size_t bandCount, std::size_t imageCount, std::size_t side);
 
-    /// Pixels interleaved: the bands of one image after those of another, then pan. Samples are doubles or
-    /// unsigned shorts.
-    template <class Sample>
-    void AddRow(const Sample* samples, const unsigned char* valid) {
-        index.AddRow(samples, valid);
-    }
+    /// The bands of one image after those of another, then pan.
+    void AddRow(std::span<const Channel> row, const unsigned char* valid) { index.AddRow(row, valid); }
     /// What is above `below` ends with whole blocks.
     void Append(ScaleIndices& below) { index.Append(below.index); }
 

@@ -15,11 +15,7 @@ public:
     UniversalIndex(const UniversalIndex&) = delete;
     UniversalIndex& operator=(const UniversalIndex&) = delete;
 
-    /// Samples are doubles or unsigned shorts.
-    template <class Sample>
-    void AddRow(const Sample* samples, const unsigned char* valid) {
-        moments.AddRow(samples, valid);
-    }
+    void AddRow(std::span<const Channel> row, const unsigned char* valid) { moments.AddRow(row, valid); }
     /// What is above `below` ends with whole blocks.
     void Append(UniversalIndex& below);
     /// One number a pair, not a number when no pixel counted. After the last row.
@@ -41,7 +37,7 @@ public:
     HypercomplexIndex(const HypercomplexIndex&) = delete;
     HypercomplexIndex& operator=(const HypercomplexIndex&) = delete;
 
-    void AddRow(const double* samples, const unsigned char* valid) { moments.AddRow(samples, valid); }
+    void AddRow(std::span<const Channel> row, const unsigned char* valid) { moments.AddRow(row, valid); }
     /// What is above `below` ends with whole blocks.
     void Append(HypercomplexIndex& below);
     [[nodiscard]] double Find();

@@ -40,6 +40,13 @@ std::vector<double> Interleave(const std::vector<const Image*>& images, std::siz
     return samples;
 }
 
+template <class Sample>
+std::vector<quality::Channel> Channels(const std::vector<Sample>& row) {
+    std::vector<quality::Channel> channels;
+    quality::AddChannels(channels, row.data(), row.size() / columns, row.size() / columns);
+    return channels;
+}
+
 double Mean(const std::vector<double>& x) {
     return std::accumulate(x.begin(), x.end(), 0.0) / double(x.size());
 }
@@ -187,8 +194,8 @@ TEST(Comparison, EqualsTheSlowDefinitions) {
             (isBelow ? below : comparison)
                 .AddRow(Interleave({&image}, row).data(), Interleave({&truth}, row).data(),
                         valid.data() + row * columns);
-            (isBelow ? wholeBelow : whole)
-                .AddRow(Interleave({&image, &truth}, row).data(), valid.data() + row * columns);
+            const auto both = Interleave({&image, &truth}, row);
+            (isBelow ? wholeBelow : whole).AddRow(Channels(both), valid.data() + row * columns);
         }
         comparison.Append(below);
         whole.Append(wholeBelow);
@@ -240,9 +247,9 @@ TEST(NoReference, EqualsTheSlowDefinitions) {
         const auto numbers = Interleave({&first, &second, &pan}, row);
         const std::vector<unsigned short> samples(numbers.begin(), numbers.end());
         if (row < 2 * side)
-            indices.AddRow(samples.data(), valid.data() + row * columns);
+            indices.AddRow(Channels(samples), valid.data() + row * columns);
         else
-            below.AddRow(numbers.data(), valid.data() + row * columns);
+            below.AddRow(Channels(numbers), valid.data() + row * columns);
     }
     indices.Append(below);
     const auto found = indices.Find();

@@ -47,8 +47,7 @@ void DegradedRows::MakeDown(const GaussianAxis::Taps& taps) {
                 mask[pixel] = valid[pixel] != 0 ? mask[pixel] : 0;
             if (down.IsOneForAll()) {
                 const double weight = down.GetWeights(taps, 0)[i];
-                for (std::size_t sample = 0; sample < pixels * bands; ++sample)
-                    sums[sample] += weight * samples[sample];
+                addWeighted(samples, weight, pixels * bands, sums);
             } else
                 for (std::size_t band = 0; band < bands; ++band) {
                     const double weight = down.GetWeights(taps, band)[i];
@@ -59,21 +58,31 @@ void DegradedRows::MakeDown(const GaussianAxis::Taps& taps) {
     }
 }
 
+/// Sums of the columns that a coarse pixel is made of; its bands are as many as a compiler knows, or `count`.
+template <std::size_t known>
+void DegradedRows::SumAcross(const GaussianAxis::Taps& taps, std::size_t count, double* out) const {
+    const std::size_t bands = known > 0 ? known : count;
+    const double* in = narrowed.data() + taps.first * bands;
+    const double* weights = across.GetWeights(taps, 0);
+    for (std::size_t i = 0; i < taps.count; ++i, in += bands)
+        for (std::size_t band = 0; band < bands; ++band)
+            out[band] += (known > 0 ? weights[i] : across.GetWeights(taps, band)[i]) * in[band];
+}
+
 void DegradedRows::MakeAcross(double* out, unsigned char* valid) const {
     const std::size_t bands = GetBands();
-    const bool isOne = across.IsOneForAll();
+    const auto sum = !across.IsOneForAll() ? &DegradedRows::SumAcross<0>
+                     : bands == 1          ? &DegradedRows::SumAcross<1>
+                     : bands == 3          ? &DegradedRows::SumAcross<3>
+                     : bands == 4          ? &DegradedRows::SumAcross<4>
+                     : bands == 8          ? &DegradedRows::SumAcross<8>
+                                           : &DegradedRows::SumAcross<0>;
     for (std::size_t column = 0; column < across.GetTaps().size(); ++column, out += bands) {
         const GaussianAxis::Taps& taps = across.GetTaps()[column];
         const auto* first = narrowedMask.data() + taps.first;
         valid[column] =
             taps.count > 0 && std::all_of(first, first + taps.count, [](unsigned char has) { return has; });
-        if (!valid[column]) continue;
-        for (std::size_t i = 0; i < taps.count; ++i) {
-            const double* in = narrowed.data() + (taps.first + i) * bands;
-            const double weight = across.GetWeights(taps, 0)[i];
-            for (std::size_t band = 0; band < bands; ++band)
-                out[band] += (isOne ? weight : across.GetWeights(taps, band)[i]) * in[band];
-        }
+        if (valid[column]) (this->*sum)(taps, bands, out);
     }
 }
 

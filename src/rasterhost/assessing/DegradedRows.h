@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kernels/SumRow.h"
 #include "quality/GaussianAxis.h"
 #include "rasterhost/reading/RowSource.h"
 
@@ -37,9 +38,12 @@ private:
     bool Hold(std::size_t first, std::size_t end, Status& status);
     void MakeDown(const quality::GaussianAxis::Taps& taps);
     void MakeAcross(double* out, unsigned char* valid) const;
+    template <std::size_t known>
+    void SumAcross(const quality::GaussianAxis::Taps& taps, std::size_t count, double* out) const;
 
     RowSource& fine;
     quality::GaussianAxis across, down;
+    kernels::AddWeighted addWeighted = kernels::AddWeightedFor(kernels::ChosenSimdTarget());
     SampleRows fresh, held;                  ///< fine rows
     std::size_t heldFirst = 0, heldEnd = 0;  ///< which of them are held
     std::vector<double> narrowed;            ///< a coarse row with the columns of the fine image

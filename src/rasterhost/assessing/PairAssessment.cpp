@@ -8,6 +8,7 @@
 #include "rasterhost/requests/CacheLimit.h"
 
 #include <algorithm>
+#include <array>
 #include <list>
 #include <numeric>
 
@@ -23,13 +24,14 @@ constexpr std::size_t images = std::size(names);
 /// The images as one thread reads them.
 struct PairReaders {
     std::unique_ptr<InputImage> fused, pan, multispectral;
-    std::unique_ptr<JoinedRows> both; ///< the fused image and the upsampled one
     std::unique_ptr<ImageRows> panRows, multispectralRows;
-    std::unique_ptr<DegradedRows> seenBoth, seenPan; ///< on the multispectral grid
-    SampleRows a, b;
-    NumberRows seen, seenOfPan;
-    std::vector<double> numbers;
-    std::vector<unsigned short> samples;
+    std::array<std::unique_ptr<RowSource>, images> rows;    ///< on the grid of pan
+    std::array<std::unique_ptr<DegradedRows>, images> seen; ///< on the multispectral grid
+    std::unique_ptr<DegradedRows> seenPan;
+    std::array<SampleRows, images> samples;
+    std::array<NumberRows, images> numbers;
+    SampleRows truth, pansSamples;
+    NumberRows pansNumbers;
 };
 
 /// What is found at the multispectral pixels.
@@ -108,24 +110,17 @@ private:
         if (!readers->multispectral) return nullptr;
         readers->panRows = std::make_unique<ImageRows>(*readers->pan);
         readers->multispectralRows = std::make_unique<ImageRows>(*readers->multispectral);
-        std::vector<std::size_t> own(bands), other(bands);
-        std::iota(own.begin(), own.end(), std::size_t{0});
-        std::iota(other.begin(), other.end(), bands);
-        std::vector<JoinedRows::Part> parts;
-        parts.push_back({std::make_unique<ImageRows>(*readers->fused), own});
-        parts.push_back(
-            {std::make_unique<UpsampledRows>(*readers->multispectral, *placed.placement,
-                                             hostkit::WholeImage(fine), hostkit::Resampling::Bilinear, true),
-             other});
-        readers->both = std::make_unique<JoinedRows>(std::move(parts));
-        std::vector<double> transfers = blur.multispectral;
-        if (transfers.size() > 1)
-            transfers.insert(transfers.end(), blur.multispectral.begin(), blur.multispectral.end());
-        const hostkit::PixelRect all = hostkit::WholeImage(coarse);
-        readers->seenBoth =
-            std::make_unique<DegradedRows>(DegradeOnto(*readers->both, fine, coarse, all, transfers));
-        readers->seenPan = std::make_unique<DegradedRows>(
-            DegradeOnto(*readers->panRows, fine, coarse, all, std::span(&blur.pan, 1)));
+        readers->rows[0] = std::make_unique<ImageRows>(*readers->fused);
+        readers->rows[1] =
+            std::make_unique<UpsampledRows>(*readers->multispectral, *placed.placement,
+                                            hostkit::WholeImage(fine), hostkit::Resampling::Bilinear, true);
+        const auto degrade = [this](RowSource& rows, std::span<const double> transfers) {
+            return std::make_unique<DegradedRows>(
+                DegradeOnto(rows, fine, coarse, hostkit::WholeImage(coarse), transfers));
+        };
+        for (std::size_t image = 0; image < images; ++image)
+            readers->seen[image] = degrade(*readers->rows[image], blur.multispectral);
+        readers->seenPan = degrade(*readers->panRows, std::span(&blur.pan, 1));
         return readers;
     }
 
@@ -136,12 +131,16 @@ private:
         for (std::size_t top = first; top < end; top += rowsAtOnce) {
             const auto from = static_cast<std::uint32_t>(top);
             const auto to = static_cast<std::uint32_t>(std::min(top + rowsAtOnce, end));
-            if (!readers.seenBoth->ReadNumbers(from, to, readers.seen, status) ||
-                !readers.multispectralRows->Read(from, to, readers.a, status) ||
-                !readers.seenPan->ReadNumbers(from, to, readers.seenOfPan, status))
+            if (!readers.multispectralRows->Read(from, to, readers.truth, status) ||
+                !readers.seenPan->ReadNumbers(from, to, readers.pansNumbers, status))
                 return nullptr;
-            KeepCommon(readers.seen.valid, readers.a.valid);
-            KeepCommon(readers.seenOfPan.valid, readers.seen.valid);
+            std::vector<unsigned char>& valid = readers.truth.valid;
+            for (std::size_t image = 0; image < images; ++image) {
+                if (!readers.seen[image]->ReadNumbers(from, to, readers.numbers[image], status))
+                    return nullptr;
+                KeepCommon(valid, readers.numbers[image].valid);
+            }
+            KeepCommon(readers.pansNumbers.valid, valid);
             for (std::size_t row = 0; row < to - from; ++row)
                 AddCoarseRow(readers, row * coarse.cols, *found);
         }
@@ -149,57 +148,47 @@ private:
     }
 
     /// `at` is the first pixel of the row.
-    void AddCoarseRow(PairReaders& readers, std::size_t at, CoarseIndices& found) const {
-        const std::size_t columns = coarse.cols;
-        const unsigned short* truth = readers.a.samples.data() + at * bands;
-        const double* seen = readers.seen.numbers.data() + at * images * bands;
-        std::vector<double>& numbers = readers.numbers;
+    void AddCoarseRow(const PairReaders& readers, std::size_t at, CoarseIndices& found) const {
+        const unsigned short* truth = readers.truth.samples.data() + at * bands;
+        const unsigned char* valid = readers.truth.valid.data() + at;
         auto consistency = found.consistency.begin();
         auto blurred = found.blurred.begin();
         for (std::size_t image = 0; image < images; ++image) {
-            const double* own = seen + image * bands;
-            numbers.resize(columns * bands);
-            for (std::size_t column = 0; column < columns; ++column)
-                std::copy_n(own + column * images * bands, bands, numbers.data() + column * bands);
-            consistency++->AddRow(numbers.data(), truth, readers.seen.valid.data() + at);
-            numbers.resize(columns * 2 * bands);
-            for (std::size_t column = 0; column < columns; ++column)
-                std::copy_n(
-                    truth + column * bands, bands,
-                    std::copy_n(own + column * images * bands, bands, numbers.data() + column * 2 * bands));
-            blurred++->AddRow(numbers.data(), readers.seen.valid.data() + at);
+            const double* seen = readers.numbers[image].numbers.data() + at * bands;
+            consistency++->AddRow(seen, truth, valid);
+            std::vector<quality::Channel> both;
+            quality::AddChannels(both, seen, bands, bands);
+            quality::AddChannels(both, truth, bands, bands);
+            blurred++->AddRow(both, valid);
         }
-        numbers.resize(columns * (bands + 1));
-        for (std::size_t column = 0; column < columns; ++column)
-            *std::copy_n(truth + column * bands, bands, numbers.data() + column * (bands + 1)) =
-                readers.seenOfPan.numbers[at + column];
-        found.scale.AddRow(numbers.data(), readers.seenOfPan.valid.data() + at);
+        std::vector<quality::Channel> withPan;
+        quality::AddChannels(withPan, truth, bands, bands);
+        quality::AddChannels(withPan, readers.pansNumbers.numbers.data() + at, 1, 1);
+        found.scale.AddRow(withPan, readers.pansNumbers.valid.data() + at);
     }
 
     std::unique_ptr<FineIndices> SeeFine(PairReaders& readers, std::size_t first, std::size_t end,
                                          Status& status) const {
         constexpr std::size_t rowsAtOnce = 16;
-        const std::size_t columns = fine.cols, channels = images * bands;
-        auto found = std::make_unique<FineIndices>(columns, bands);
+        auto found = std::make_unique<FineIndices>(fine.cols, bands);
         for (std::size_t top = first; top < end; top += rowsAtOnce) {
             const auto from = static_cast<std::uint32_t>(top);
             const auto to = static_cast<std::uint32_t>(std::min(top + rowsAtOnce, end));
-            if (!readers.both->Read(from, to, readers.a, status) ||
-                !readers.panRows->Read(from, to, readers.b, status))
-                return nullptr;
-            KeepCommon(readers.a.valid, readers.b.valid);
-            readers.samples.resize(columns * (channels + 1));
-            for (std::size_t at = 0; at < readers.a.valid.size(); at += columns) {
-                for (std::size_t column = 0; column < columns; ++column)
-                    *std::copy_n(readers.a.samples.data() + (at + column) * channels, channels,
-                                 readers.samples.data() + column * (channels + 1)) =
-                        readers.b.samples[at + column];
-                found->scale.AddRow(readers.samples.data(), readers.a.valid.data() + at);
+            if (!readers.panRows->Read(from, to, readers.pansSamples, status)) return nullptr;
+            std::vector<unsigned char>& valid = readers.pansSamples.valid;
+            for (std::size_t image = 0; image < images; ++image) {
+                if (!readers.rows[image]->Read(from, to, readers.samples[image], status)) return nullptr;
+                KeepCommon(valid, readers.samples[image].valid);
             }
-            found->pixels +=
-                readers.a.valid.size() -
-                static_cast<std::size_t>(std::count(readers.a.valid.begin(), readers.a.valid.end(),
-                                                    static_cast<unsigned char>(0)));
+            for (std::size_t at = 0; at < valid.size(); at += fine.cols) {
+                std::vector<quality::Channel> row;
+                for (const SampleRows& rows : readers.samples)
+                    quality::AddChannels(row, rows.samples.data() + at * bands, bands, bands);
+                quality::AddChannels(row, readers.pansSamples.samples.data() + at, 1, 1);
+                found->scale.AddRow(row, valid.data() + at);
+            }
+            found->pixels += valid.size() - static_cast<std::size_t>(std::count(
+                                                valid.begin(), valid.end(), static_cast<unsigned char>(0)));
         }
         return found;
     }
