@@ -1,6 +1,8 @@
 // The module pansharp._arrays: numpy arrays as jobs of the C interface. The package checks what it is given
 // before it comes here.
 
+#include "Calls.h"
+
 #include <pansharp.h>
 
 #include <pybind11/numpy.h>
@@ -8,12 +10,9 @@
 #include <pybind11/stl.h>
 
 #include <array>
-#include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <exception>
 #include <limits>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
@@ -27,66 +26,25 @@ namespace py = pybind11;
 using Placement = std::array<double, 4>;
 using Gains = std::pair<double, double>;
 
-PyObject* failureType = nullptr; ///< pansharp.Error, which the module keeps
-
-[[noreturn]] void Raise(PyObject* type, const std::string& text) {
-    // Names of files may be of any bytes.
-    PyObject* words = PyUnicode_DecodeUTF8(text.data(), static_cast<py::ssize_t>(text.size()), "replace");
-    if (words) PyErr_SetObject(type, words);
-    Py_XDECREF(words);
-    throw py::error_already_set();
-}
+using python::Calls;
+using python::Raise;
 
 void Check(pansharp_result result, const char* error) {
     if (result == PANSHARP_OK) return;
     std::string text = error;
-    if (result != PANSHARP_BAD_ARGUMENT) Raise(failureType, text);
+    if (result != PANSHARP_BAD_ARGUMENT) Raise(python::ErrorClass().ptr(), text);
     // The C interface says "job.weights" of what is an argument here.
     for (std::size_t at = 0; (at = text.find("job.", at)) != std::string::npos;)
         text.erase(at, 4);
     Raise(PyExc_ValueError, text);
 }
 
-/// Calls that have given up the interpreter's lock. Python ends a thread that wants it back while the process
-/// ends, by unwinding it, and no exception may leave the engine: so the process waits for them.
-class Calls {
-public:
-    /// One of them, from before the lock is given up until it is back.
-    struct Running {
-        Running() {
-            const std::lock_guard lock(mutex);
-            if (isEnding) Raise(failureType, "nothing is fused any more: the process ends");
-            ++count;
-        }
-        Running(const Running&) = delete;
-        Running& operator=(const Running&) = delete;
-        ~Running() {
-            const std::lock_guard lock(mutex);
-            --count;
-            changed.notify_all();
-        }
-    };
-
-    static bool IsEnding() { return isEnding; }
-    static void End() {
-        const py::gil_scoped_release released;
-        std::unique_lock lock(mutex);
-        isEnding = true;
-        changed.wait(lock, [] { return count == 0; });
-    }
-
-private:
-    static inline std::mutex mutex;
-    static inline std::condition_variable changed;
-    static inline int count = 0;
-    static inline std::atomic<bool> isEnding = false;
-};
-
 /// The plug-in, loaded at the first call and kept: arrays may be fused until the process ends.
 const pansharp* Library() {
     static const pansharp* library = nullptr; // guarded by the interpreter's lock
     char error[2048];
-    if (!library && !(library = pansharp_open(nullptr, error, sizeof error))) Raise(failureType, error);
+    if (!library && !(library = pansharp_open(nullptr, error, sizeof error)))
+        Raise(python::ErrorClass().ptr(), error);
     return library;
 }
 
@@ -240,14 +198,10 @@ py::tuple Methods() {
 } // namespace
 
 PYBIND11_MODULE(_arrays, module) {
-    failureType = PyErr_NewExceptionWithDoc(
-        "pansharp.Error", "The plug-in could not be loaded, or could not fuse. The text says why.", nullptr,
-        nullptr);
-    if (!failureType) throw py::error_already_set();
-    module.add_object("Error", failureType);
     module.attr("version") = pansharp_version();
-    py::module_::import("atexit").attr("register")(py::cpp_function(&Calls::End));
+    Calls::WaitAtEnd();
     module.def("methods", &Methods);
+    module.def("plugin_path", [] { return std::string(pansharp_plugin_path(Library())); });
     py::class_<Job>(module, "Job")
         .def(py::init<py::array, py::array, const Placement&, std::optional<py::array>, const Placement&,
                       std::optional<std::string>, std::vector<double>, std::optional<double>,

@@ -150,6 +150,28 @@ CommandLine CommandLine::Parse(int argc, const char* const* argv) {
     return line;
 }
 
+CommandLine CommandLine::Make(const CommandEntry& entry, std::vector<std::string> files,
+                              std::map<std::string, std::vector<std::string>, std::less<>> values) {
+    for (const auto& [key, given] : values) {
+        const auto option = std::ranges::find(entry.options, key, &OptionEntry::Key);
+        if (option == entry.options.end()) RefuseExtra(entry, key);
+        const std::size_t count = option->CountValues();
+        const bool fits =
+            option->repeatable ? !given.empty() && given.size() % count == 0 : given.size() == count;
+        if (!fits)
+            throw UsageError(key + " takes " +
+                             (count == 0 ? std::string("no value")
+                              : count == 1
+                                  ? std::string("one value: ") + std::string(option->value)
+                                  : std::to_string(count) + " values: " + std::string(option->value)));
+    }
+    CommandLine line;
+    line.command = &entry;
+    line.positionals = std::move(files);
+    line.options = std::move(values);
+    return line;
+}
+
 std::vector<std::string> CommandLine::GetAll(const OptionEntry& option) const {
     const auto found = options.find(option.Key());
     return found == options.end() ? std::vector<std::string>() : found->second;

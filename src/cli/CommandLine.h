@@ -14,6 +14,10 @@ class CommandLine {
 public:
     /// Throws UsageError for an unknown command or option, a missing value, an option given twice.
     static CommandLine Parse(int argc, const char* const* argv);
+    /// What a program asks of a command: its files, and by long form the values of each option, none for a
+    /// flag. Throws UsageError for an unknown option, or another number of values than it takes.
+    static CommandLine Make(const CommandEntry& entry, std::vector<std::string> files,
+                            std::map<std::string, std::vector<std::string>, std::less<>> values);
 
     /// The command's entry; that of the program when no command was named.
     [[nodiscard]] const CommandEntry& GetCommand() const { return *command; }

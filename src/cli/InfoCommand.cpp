@@ -1,44 +1,33 @@
 #include "cli/InfoCommand.h"
 
-#include "cli/FitToPlugin.h"
 #include "cli/InfoText.h"
 #include "cli/RunJson.h"
 #include "cli/StatusText.h"
-#include "hostkit/PluginLibrary.h"
 
 #include <iostream>
 
 namespace cli {
 
-using KOVA::Tessara::Fundament::Status;
-using rasterhost::PreflightReport;
-
-ExitCode ReportFindings(const Arguments& request, Status& status) {
-    PreflightReport report;
-    const bool works = status.GetCount() == 0 && rasterhost::Preflight(request, report, status);
-    const ExitCode code = works ? Done : WorkFailed;
+ExitCode PrintFindings(const Arguments& request, const InfoRun& run) {
     if (request.json) {
-        if (code == WorkFailed) std::cerr << FormatErrors(status);
-        std::cout << InfoJson(request, report, code, status);
-        return code;
+        if (run.code == WorkFailed) std::cerr << FormatErrors(run.status);
+        std::cout << InfoJson(request, run.report, run.code, run.status);
+        return run.code;
     }
-    if (code == Done) std::cout << FormatInfo(report) << std::flush;
-    for (const std::string& warning : report.warnings)
+    if (run.code == Done) std::cout << FormatInfo(run.report) << std::flush;
+    for (const std::string& warning : run.report.warnings)
         std::cerr << FormatWarning(warning);
-    if (code == WorkFailed) std::cerr << FormatErrors(status);
-    return code;
+    if (run.code == WorkFailed) std::cerr << FormatErrors(run.status);
+    return run.code;
 }
 
 ExitCode RunInfo(Arguments request) {
-    Status status;
-    if (const auto plugin = hostkit::PluginLibrary::FindAndLoad(request.plugin, status))
-        FitToPlugin(plugin->GetDescription(), request);
-    const auto warn = [&request](const std::string& warning) {
-        if (!request.json) std::cerr << FormatWarning(warning);
+    request.warn = [isSilent = request.json](const std::string& warning) {
+        if (!isSilent) std::cerr << FormatWarning(warning);
     };
-    if (request.scene && status.GetCount() == 0)
-        (void)rasterhost::CheckInputs(*request.scene, request, warn, status); // a failure is a finding
-    return ReportFindings(request, status);
+    InfoRun run;
+    Inform(request, run);
+    return PrintFindings(request, run);
 }
 
 } // namespace cli

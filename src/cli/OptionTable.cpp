@@ -3,6 +3,8 @@
 #include "cli/OptionReaders.h"
 
 #include <algorithm>
+#include <iterator>
+#include <vector>
 
 namespace cli {
 
@@ -428,6 +430,19 @@ std::string HelpOf(const OptionEntry& option) {
 const CommandEntry& Program() { return program; }
 
 std::span<const CommandEntry> Commands() { return commands; }
+
+const CommandEntry& OpenCommand() {
+    static const std::vector<OptionEntry> options = [] {
+        std::vector<OptionEntry> kept;
+        std::ranges::copy_if(sharpenOptions, std::back_inserter(kept), [](const OptionEntry& option) {
+            return SaysHowToFuse(option) || option.Key() == pluginOption.Key();
+        });
+        return kept;
+    }();
+    static const CommandEntry open = {"open",   "",      {},           sharpenPositionals,
+                                      ReadPair, options, sharpenOrder, {}};
+    return open;
+}
 
 const CommandEntry* FindCommand(std::string_view name) {
     for (const CommandEntry& command : commands)

@@ -72,6 +72,9 @@ extern const OptionEntry simd, version, help;
 /// The entry of the program, for when no command is named.
 [[nodiscard]] const CommandEntry& Program();
 [[nodiscard]] std::span<const CommandEntry> Commands();
+/// What opens a scene in place of writing it, for programs: "sharpen" without what says how to write. No
+/// command line has it.
+[[nodiscard]] const CommandEntry& OpenCommand();
 /// Null for a command that does not exist.
 [[nodiscard]] const CommandEntry* FindCommand(std::string_view name);
 

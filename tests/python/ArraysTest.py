@@ -12,17 +12,7 @@ import numpy
 import numpy.lib.stride_tricks
 import pansharp
 import pytest
-
-
-def pair(dtype=numpy.uint16, rows=96, columns=120, ratio=2, bands=3, seed=1):
-    """Pan with detail of several sizes, and bands that follow it in part."""
-    random = numpy.random.default_rng(seed)
-    pan = sum(numpy.kron(random.random((-(-rows // grain), -(-columns // grain))), numpy.ones((grain, grain)))[:rows, :columns]
-              for grain in (1, 3, 9))
-    coarse = pan.reshape(rows // ratio, ratio, columns // ratio, ratio).mean((1, 3))
-    ms = [coarse * (0.5 + 0.2 * band) + 0.2 * random.random(coarse.shape) for band in range(bands)]
-    scale = numpy.iinfo(dtype).max / 4
-    return (pan * scale).astype(dtype), (numpy.array(ms) * scale / 1.2).astype(dtype)
+from scenes import pair, samples, write_pair
 
 
 PAN, MS = pair()
@@ -48,19 +38,10 @@ def put(array, place):
     ([], {}), (["--bands", "3,1"], {"bands": (3, 1)}),
     (["--method", "kova", "-r", "bilinear", "--weights", "0.5,0.25,0.25"], {"method": "KOVA", "weights": (0.5, 0.25, 0.25)})])
 def test_the_samples_are_those_of_the_command(tmp_path, dtype, options, arguments):
-    def run(*command):
-        subprocess.run(list(map(str, command)), cwd=tmp_path, check=True)
-    pan, ms = pair(dtype)
-    for name, array, pixel in (("pan", pan[numpy.newaxis], 1), ("ms", ms, 2)):
-        bands, rows, columns = array.shape
-        array.tofile(tmp_path / f"{name}.raw")
-        (tmp_path / f"{name}.hdr").write_text(f"ENVI\nsamples = {columns}\nlines = {rows}\nbands = {bands}\ninterleave = bsq\n"
-                                              f"data type = {1 if array.itemsize == 1 else 12}\nbyte order = 0\n")
-        run("gdal_translate", "-q", "-a_ullr", 0, 0, columns * pixel, -rows * pixel, f"{name}.raw", f"{name}.tif")
-    run(os.environ["PANSHARP_COMMAND"], "sharpen", "-q", "pan.tif", "ms.tif", "-o", "out.tif", *options)
-    run("gdal_translate", "-q", "-of", "ENVI", "-co", "INTERLEAVE=BSQ", "out.tif", "out.raw")
+    pan, ms = write_pair(tmp_path, dtype)
+    subprocess.run([os.environ["PANSHARP_COMMAND"], "sharpen", "-q", "pan.tif", "ms.tif", "-o", "out.tif", *options], cwd=tmp_path, check=True)
     fused = pansharp.fuse(pan, ms, **arguments)
-    assert numpy.array_equal(numpy.fromfile(tmp_path / "out.raw", dtype).reshape(fused.shape), fused)
+    assert numpy.array_equal(samples(tmp_path / "out.tif", fused), fused)
 
 
 def random_case(seed):

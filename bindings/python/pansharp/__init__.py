@@ -1,6 +1,12 @@
-"""Pan-sharpening of numpy arrays, by the plug-in that the command ``pansharp`` runs.
+"""Pan-sharpening of numpy arrays and of files, by the plug-in that the command ``pansharp`` runs.
 
     sharp = pansharp.fuse(pan, ms)
+
+and of files, where the library of GDAL is installed:
+
+    pansharp.sharpen("pan.tif", "ms.tif", "sharp.tif")
+    with pansharp.open("pan.tif", "ms.tif") as scene:
+        part = scene.read(window=((0, 256), (0, 256)))
 
 Images are arrays of ``numpy.uint8`` or ``numpy.uint16``, all of one scene of the same type: pan with the axes (row, column), the
 multispectral image with (band, row, column). Arrays are read and written where they lie, whatever their strides. Several
@@ -19,9 +25,12 @@ import numpy
 import numpy.typing
 
 from . import _arrays, _checks
-from ._arrays import Error
+from ._errors import ArgumentError, Error, InputError, Item, OutputError, PansharpWarning
+from ._options import options
+from ._scenes import Dataset, info, open, sharpen
 
-__all__ = ["Error", "Fit", "fit", "fuse", "methods"]
+__all__ = ["ArgumentError", "Dataset", "Error", "Fit", "InputError", "Item", "OutputError", "PansharpWarning", "fit", "fuse", "info",
+           "methods", "open", "options", "sharpen"]
 __version__ = _arrays.version
 
 

@@ -4,9 +4,8 @@ import numpy
 
 version: str
 
-class Error(Exception): ...
-
 def methods() -> tuple[str, ...]: ...
+def plugin_path() -> str: ...
 
 class Job:
     def __init__(self, pan: numpy.ndarray, ms: numpy.ndarray, placement: tuple[float, ...], infrared: numpy.ndarray | None,

@@ -94,11 +94,11 @@ def _pair(name: str, given: Any) -> tuple[float, float]:
     """A number stands for both."""
     if isinstance(given, numbers.Real):
         return number(name, given), number(name, given)
-    across, down = _items(name, given, 2)
+    across, down = items(name, given, 2)
     return number(name, across), number(name, down)
 
 
-def _items(name: str, given: Any, count: int | None = None) -> tuple[Any, ...]:
+def items(name: str, given: Any, count: int | None = None) -> tuple[Any, ...]:
     unordered = isinstance(given, (str, bytes, dict, set, frozenset))
     if unordered or not isinstance(given, Iterable) or (isinstance(given, numpy.ndarray) and given.ndim == 0):
         raise TypeError(f"{name} is {given!r}; give a sequence of numbers")
@@ -109,25 +109,25 @@ def _items(name: str, given: Any, count: int | None = None) -> tuple[Any, ...]:
 
 
 def weights(given: Any) -> tuple[float, ...]:
-    return () if given is None else tuple(number(f"weights[{i}]", item) for i, item in enumerate(_items("weights", given)))
+    return () if given is None else tuple(number(f"weights[{i}]", item) for i, item in enumerate(items("weights", given)))
 
 
 def gains(given: Any) -> tuple[tuple[float, float], ...]:
-    return () if given is None else tuple(_gain(f"gains[{i}]", item) for i, item in enumerate(_items("gains", given)))
+    return () if given is None else tuple(_gain(f"gains[{i}]", item) for i, item in enumerate(items("gains", given)))
 
 
 def _gain(name: str, given: Any) -> tuple[float, float]:
-    gain, ratio_gain = _items(name, given, 2)
+    gain, ratio_gain = items(name, given, 2)
     return number(name, gain), number(name, ratio_gain)
 
 
-def bands(given: Any, count: int) -> tuple[int, ...]:
+def bands(given: Any, count: int, name: str = "ms") -> tuple[int, ...]:
     if given is None:
         return ()
-    chosen = tuple(_whole("bands", item) for item in _items("bands", given))
+    chosen = tuple(_whole("bands", item) for item in items("bands", given))
     for band in chosen:
         if not 1 <= band <= count:
-            raise ValueError(f"bands has {band}; bands count from 1, and ms has {count}")
+            raise ValueError(f"bands has {band}; bands count from 1, and {name} has {count}")
     return chosen
 
 
@@ -170,7 +170,7 @@ def output(out: Any, shape: tuple[int, ...], dtype: numpy.dtype) -> numpy.ndarra
     if not isinstance(out, numpy.ndarray) or isinstance(out, numpy.ma.MaskedArray):
         raise TypeError(f"out is of {type(out).__name__}; give a numpy array")
     if out.dtype != dtype:
-        raise TypeError(f"out has samples of {out.dtype}; they must be of {dtype}, as those of pan are")
+        raise TypeError(f"out has samples of {out.dtype}; they must be of {dtype}")
     if out.shape != shape:
         raise ValueError(f"out has the shape {out.shape}; it must be {shape}: (band, row, column)")
     if not out.flags.writeable:

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "rasterhost/serving/SceneRecord.h"
 #include "rasterhost/serving/SharpenedDataset.h"
 
 #include <cstddef>
@@ -15,5 +16,11 @@ namespace rasterhost {
                                                                     const RunOptions& run,
                                                                     std::size_t mostReaders, const Warn& warn,
                                                                     Status& status);
+
+/// The same of a description that is at hand.
+[[nodiscard]] std::shared_ptr<const SharpenedDataset> OpenRecord(const SceneRecord& record,
+                                                                 const RunOptions& run,
+                                                                 std::size_t mostReaders, const Warn& warn,
+                                                                 Status& status);
 
 } // namespace rasterhost

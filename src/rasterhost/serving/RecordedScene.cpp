@@ -39,27 +39,10 @@ OpenFiles FilesOfScene(const Scene& scene) {
     return files;
 }
 
-SceneOutput DescribeResult(const Scene& scene, const OutputRules& rules) {
-    SceneOutput output;
-    output.columns = scene.part.GetColumns();
-    output.rows = scene.part.GetRows();
-    output.bits = scene.pan->GetInfo().bitsPerBand;
-    output.bitDepth = scene.bitDepth;
-    output.geoTransform = PlaceOfPart(scene);
-    output.projection = ToWkt(&ProjectionOf(scene));
-    for (std::uint32_t band = 0; band < rules.bands; ++band)
-        output.bandNames.push_back(scene.GetBand(band).description);
-    for (const GDALColorInterp colour : ColoursOf(scene, rules.bands))
-        output.colours.emplace_back(GDALGetColorInterpretationName(colour));
-    output.noData = rules.noData;
-    output.hasAlpha = rules.hasAlpha;
-    return output;
-}
-
-std::vector<FileFingerprint> TakeFingerprints(const Scene& scene) {
+std::vector<FileFingerprint> TakeFingerprints(const Scene& scene, bool withContent) {
     std::vector<FileFingerprint> prints;
     for (const auto& [name, dataset] : FilesOfScene(scene))
-        prints.push_back(TakeFingerprint(name, *dataset, true));
+        prints.push_back(TakeFingerprint(name, *dataset, withContent));
     for (FileFingerprint& print : prints)
         for (const InputImage* image : ImagesOf(scene)) {
             const auto& found = image->GetDescription()->transparency;
@@ -73,8 +56,9 @@ std::vector<FileFingerprint> TakeFingerprints(const Scene& scene) {
 class Recording {
 public:
     Recording(const SharpenRequest& sharpenRequest, SceneRecord& sceneRecord, SharpenReport& sharpenReport,
-              Status& recordStatus)
-        : request(sharpenRequest), record(sceneRecord), report(sharpenReport), status(recordStatus) {}
+              Status& recordStatus, bool isToBeKept)
+        : request(sharpenRequest), record(sceneRecord), report(sharpenReport), status(recordStatus),
+          isKept(isToBeKept) {}
 
     bool Run() {
         const Warn warn = [this](const std::string& text) {
@@ -94,7 +78,7 @@ public:
         for (const InputImage* image : ImagesOf(*pair.scene))
             record.found.collars.push_back(image->GetDescription()->collar);
         record.output = DescribeResult(*pair.scene, MakeOutputRules(request, *pair.scene));
-        record.files = TakeFingerprints(*pair.scene);
+        record.files = TakeFingerprints(*pair.scene, isKept);
         record.warnings = report.warnings;
         record.writer = std::string("pansharp ") + PANSHARP_VERSION;
         Resolve();
@@ -138,6 +122,7 @@ private:
     SceneRecord& record;
     SharpenReport& report;
     Status& status;
+    const bool isKept;
     PreparedPair pair;
     ProcessSettings settings;
 };
@@ -211,12 +196,30 @@ Preparation PrepareChecked(const SceneRecord& record, const RunOptions& run, boo
 
 } // namespace
 
-bool RecordScene(const SharpenRequest& request, SceneRecord& record, SharpenReport& report, Status& status) {
+SceneOutput DescribeResult(const Scene& scene, const OutputRules& rules) {
+    SceneOutput output;
+    output.columns = scene.part.GetColumns();
+    output.rows = scene.part.GetRows();
+    output.bits = scene.pan->GetInfo().bitsPerBand;
+    output.bitDepth = scene.bitDepth;
+    output.geoTransform = PlaceOfPart(scene);
+    output.projection = ToWkt(&ProjectionOf(scene));
+    for (std::uint32_t band = 0; band < rules.bands; ++band)
+        output.bandNames.push_back(scene.GetBand(band).description);
+    for (const GDALColorInterp colour : ColoursOf(scene, rules.bands))
+        output.colours.emplace_back(GDALGetColorInterpretationName(colour));
+    output.noData = rules.noData;
+    output.hasAlpha = rules.hasAlpha;
+    return output;
+}
+
+bool RecordScene(const SharpenRequest& request, SceneRecord& record, SharpenReport& report, Status& status,
+                 bool isToBeKept) {
     record = {};
     report = {};
     double seconds = 0.0;
-    const bool isDone =
-        RunOperation([&] { return Recording(request, record, report, status).Run(); }, seconds, status);
+    const bool isDone = RunOperation(
+        [&] { return Recording(request, record, report, status, isToBeKept).Run(); }, seconds, status);
     report.seconds = seconds;
     report.threads = 0; // nothing was fused
     return isDone;

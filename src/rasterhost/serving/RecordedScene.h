@@ -3,14 +3,19 @@
 #include "rasterhost/fusing/PreparedPair.h"
 #include "rasterhost/fusing/Sharpen.h"
 #include "rasterhost/serving/SceneRecord.h"
+#include "rasterhost/writing/OutputRow.h"
 
 namespace rasterhost {
 
 /// Finds all that a run of this request would find in the pixels, and how its output is going to be: nothing
 /// is fused but one row, which shows whether it can be. Takes about as long as `info`. `report` gets what is
-/// known without pixels. False with the reasons in `status`.
+/// known without pixels. Without `isToBeKept`, for a record that is used at once, the files are not read as a
+/// whole to tell later whether they have changed. False with the reasons in `status`.
 [[nodiscard]] bool RecordScene(const SharpenRequest& request, SceneRecord& record, SharpenReport& report,
-                               Status& status);
+                               Status& status, bool isToBeKept = true);
+
+/// What comes out of fusing a scene by these rules.
+[[nodiscard]] SceneOutput DescribeResult(const Scene& scene, const OutputRules& rules);
 
 /// The request that a record stands for; the files and the run it says nothing of.
 [[nodiscard]] SharpenRequest RequestOf(const SceneRecord& record);

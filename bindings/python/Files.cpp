@@ -1,0 +1,266 @@
+// The module pansharp._files: what the command does with files, by its options and without its texts. The
+// package turns what it is given into texts before it comes here, and reports into results or exceptions.
+
+#include "Calls.h"
+
+#include "cli/CommandLine.h"
+#include "cli/JsonParts.h"
+#include "cli/Platform.h"
+#include "cli/RunJson.h"
+#include "cli/SharpenRun.h"
+#include "rasterhost/serving/RecordedScene.h"
+
+#include <pybind11/numpy.h>
+#include <pybind11/stl.h>
+
+#include <array>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <exception>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace {
+
+namespace py = pybind11;
+using KOVA::Tessara::Fundament::Status;
+using python::Calls;
+
+/// Values by the long form of an option, as `cli::CommandLine` has them.
+using Options = std::map<std::string, std::vector<std::string>, std::less<>>;
+using Files = std::vector<std::string>;
+
+const cli::CommandEntry& FindCommand(const std::string& name) {
+    const cli::CommandEntry* command = name == "open" ? &cli::OpenCommand() : cli::FindCommand(name);
+    if (!command) throw py::value_error("there is no command '" + name + "'");
+    return *command;
+}
+
+/// Key, value in the help, how many values it takes, whether it may be repeated, and the help itself.
+py::list OptionsOf(const std::string& command) {
+    py::list listed;
+    for (const cli::OptionEntry& option : FindCommand(command).options)
+        if (option.read) // the others are asked for by the command alone
+            listed.append(py::make_tuple(std::string(option.Key()), std::string(option.value),
+                                         option.CountValues(), option.repeatable, cli::HelpOf(option)));
+    return listed;
+}
+
+/// Work on a thread of its own, while the one that asked for it listens: it alone calls Python, and takes
+/// Ctrl-C even while nothing is told.
+class Watched {
+public:
+    /// Both may be None.
+    Watched(const py::object& progressFunction, const py::object& warnFunction)
+        : progress(progressFunction), warn(warnFunction) {}
+
+    /// Raises what the functions raise, once the work has stopped.
+    void Run(const std::function<void(cli::Arguments&)>& work, cli::Arguments& request) {
+        request.progress = [this](double fraction) { return Progress(fraction); };
+        request.warn = [this](const std::string& text) { Warn(text); };
+        const Calls::Running call;
+        const py::gil_scoped_release released;
+        std::thread worker([&] {
+            try {
+                work(request);
+            } catch (...) {
+                failure = std::current_exception();
+            }
+            const std::lock_guard lock(mutex);
+            isDone = true;
+            changed.notify_all();
+        });
+        Listen();
+        worker.join();
+        if (thrown) std::rethrow_exception(thrown);
+        if (failure) std::rethrow_exception(failure);
+    }
+
+private:
+    bool Progress(double fraction) {
+        const std::lock_guard lock(mutex);
+        done = fraction;
+        changed.notify_all();
+        return !isCancelled;
+    }
+
+    void Warn(const std::string& text) {
+        const std::lock_guard lock(mutex);
+        warnings.push_back(text);
+        changed.notify_all();
+    }
+
+    /// Until the work has ended and all is told.
+    void Listen() {
+        constexpr std::chrono::milliseconds interval{50}; // after which signals are looked for
+        std::unique_lock lock(mutex);
+        for (bool more = true; more;) {
+            changed.wait_for(lock, interval, [this] { return isDone || done || !warnings.empty(); });
+            more = !isDone;
+            const auto fraction = std::exchange(done, std::nullopt);
+            const std::deque<std::string> texts = std::exchange(warnings, {});
+            if (isCancelled) continue;
+            lock.unlock();
+            const bool goesOn = !Calls::IsEnding() && Tell(fraction, texts);
+            lock.lock();
+            isCancelled = !goesOn;
+        }
+    }
+
+    bool Tell(std::optional<double> fraction, const std::deque<std::string>& texts) {
+        const py::gil_scoped_acquire held;
+        try {
+            if (PyErr_CheckSignals() != 0) throw py::error_already_set();
+            for (const std::string& text : texts)
+                if (!warn.is_none()) warn(text);
+            if (fraction && !progress.is_none()) progress(*fraction, 1.0);
+            return true;
+        } catch (...) {
+            thrown = std::current_exception();
+            return false;
+        }
+    }
+
+    const py::object& progress;
+    const py::object& warn;
+    std::exception_ptr thrown, failure; ///< by Python, by the work
+    std::mutex mutex;                   ///< guards what follows
+    std::condition_variable changed;
+    std::optional<double> done; ///< not told yet
+    std::deque<std::string> warnings;
+    bool isDone = false;
+    bool isCancelled = false;
+};
+
+/// What `call` makes, or what the command prints when it is asked for something that cannot be.
+std::string Reporting(const std::string& command, const std::function<std::string()>& call) {
+    Status status;
+    try {
+        return call();
+    } catch (const cli::UsageError& error) {
+        status.Add(0, error.what(), "Command");
+    }
+    return cli::FailureJson(command, cli::WrongCommandLine, status);
+}
+
+/// The report of a run as JSON.
+std::string Sharpen(const Files& files, Options options, const py::object& progress, const py::object& warn) {
+    return Reporting("sharpen", [&] {
+        cli::Arguments request =
+            cli::ReadArguments(cli::CommandLine::Make(FindCommand("sharpen"), files, std::move(options)));
+        Watched watched(progress, warn);
+        if (request.dryRun) {
+            cli::InfoRun findings;
+            watched.Run([&](cli::Arguments& asked) { cli::TryToSharpen(asked, findings); }, request);
+            return cli::InfoJson(request, findings.report, findings.code, findings.status);
+        }
+        cli::SharpenRun run;
+        watched.Run([&](cli::Arguments& asked) { cli::Sharpen(asked, run); }, request);
+        return cli::SharpenJson(request, run.report, run.code, run.status, cli::platform::PeakMemory());
+    });
+}
+
+std::string Info(const Files& files, Options options) {
+    return Reporting("info", [&] {
+        cli::Arguments request =
+            cli::ReadArguments(cli::CommandLine::Make(FindCommand("info"), files, std::move(options)));
+        cli::InfoRun findings;
+        const py::none nobody;
+        Watched(nobody, nobody).Run([&](cli::Arguments& asked) { cli::Inform(asked, findings); }, request);
+        return cli::InfoJson(request, findings.report, findings.code, findings.status);
+    });
+}
+
+std::string JsonOf(const Status& status) {
+    cli::Json object = cli::JsonHead("open", cli::WorkFailed);
+    object["status"] = cli::JsonStatus(status);
+    return cli::PrintJson(object);
+}
+
+/// A sharpened scene that is open. May be read by several threads.
+class Dataset {
+public:
+    explicit Dataset(std::shared_ptr<const rasterhost::SharpenedDataset> open) : scene(std::move(open)) {}
+
+    /// The dataset, or the report of what failed.
+    static std::pair<std::unique_ptr<Dataset>, std::string>
+    Open(const Files& files, Options options, std::size_t threads, const py::object& warn) {
+        std::unique_ptr<Dataset> dataset;
+        std::string report = Reporting("open", [&] {
+            cli::Arguments request =
+                cli::ReadArguments(cli::CommandLine::Make(FindCommand("open"), files, std::move(options)));
+            Status status;
+            std::shared_ptr<const rasterhost::SharpenedDataset> opened;
+            const py::none nobody;
+            Watched(nobody, warn)
+                .Run([&](cli::Arguments& asked) { opened = cli::OpenScene(asked, threads, status); },
+                     request);
+            if (!opened) return JsonOf(status);
+            dataset = std::make_unique<Dataset>(std::move(opened));
+            return std::string();
+        });
+        return {std::move(dataset), std::move(report)};
+    }
+
+    /// `window` is first column and row, then those past the last; `out` has the axes band, row, column.
+    /// Empty, or the report of what failed.
+    std::string Read(const std::array<std::uint32_t, 4>& window, const std::vector<std::uint32_t>& bands,
+                     py::array out, std::optional<py::array_t<std::uint8_t, py::array::c_style>> mask) const {
+        const auto size = [&](int axis) { return static_cast<std::uint32_t>(out.shape(axis)); };
+        const std::uint32_t rows = size(1), columns = size(2);
+        const rasterhost::WindowTarget target{static_cast<unsigned char*>(out.mutable_data()), out.strides(2),
+                                              out.strides(1), out.strides(0),
+                                              mask ? mask->mutable_data() : nullptr};
+        Status status;
+        bool isRead = false;
+        {
+            const auto kept = scene; // it may be closed meanwhile
+            const Calls::Running call;
+            const py::gil_scoped_release released;
+            isRead = kept->Read({window[0], window[1], window[2], window[3]}, columns, rows, bands, target,
+                                status);
+        }
+        return isRead ? std::string() : JsonOf(status);
+    }
+
+    /// What there is to be known of it, as rasterio would have it.
+    [[nodiscard]] py::dict Describe() const {
+        const rasterhost::SceneOutput output =
+            rasterhost::DescribeResult(scene->GetPair().GetScene(), scene->GetFusion().rules);
+        py::dict facts;
+        facts["width"] = scene->GetColumns();
+        facts["height"] = scene->GetRows();
+        facts["count"] = scene->GetBands();
+        facts["bits"] = scene->GetBits();
+        facts["nodata"] = output.noData;
+        facts["crs"] = output.projection;
+        facts["transform"] = output.geoTransform;
+        facts["descriptions"] = output.bandNames;
+        return facts;
+    }
+
+private:
+    std::shared_ptr<const rasterhost::SharpenedDataset> scene;
+};
+
+} // namespace
+
+PYBIND11_MODULE(_files, module) {
+    Calls::WaitAtEnd();
+    module.def("options", &OptionsOf);
+    module.def("sharpen", &Sharpen);
+    module.def("info", &Info);
+    py::class_<Dataset>(module, "Dataset")
+        .def_static("open", &Dataset::Open)
+        .def("read", &Dataset::Read)
+        .def("describe", &Dataset::Describe);
+}

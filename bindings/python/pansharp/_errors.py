@@ -1,0 +1,59 @@
+"""What can go wrong beside wrong arguments, and what is warned of."""
+
+from __future__ import annotations
+
+from dataclasses import dataclass
+from typing import Any
+
+
+@dataclass(frozen=True)
+class Item:
+    """One thing that the engine says of a failure. The first says what to do."""
+
+    id: str
+    """Six hexadecimal digits; docs/process.md lists them. "000000" for an option that cannot be."""
+    message: str
+    source: str
+    """The part of the engine that says so."""
+    details: str
+
+
+class Error(Exception):
+    """What went wrong, with what to do."""
+
+    items: tuple[Item, ...] = ()
+    """What the engine says of it; empty where arrays are fused, whose exceptions have it in their text."""
+    report: dict[str, Any] | None = None
+    """What ``--json`` prints of such a run; None for arrays."""
+
+
+class ArgumentError(Error, ValueError):
+    """Options that contradict each other, or cannot be as they are."""
+
+
+class InputError(Error):
+    """An input that cannot be opened or read, or does not fit the others."""
+
+
+class OutputError(Error):
+    """An output that cannot be written."""
+
+
+class PansharpWarning(UserWarning):
+    """What the engine warns of: the work goes on, and the result may not be what was wanted."""
+
+
+_KINDS = {"00B020": ArgumentError, "00B021": ArgumentError, "00B022": ArgumentError, "00B101": ArgumentError, "00B102": InputError,
+          "00B103": InputError, "00B104": InputError, "00B105": InputError, "00B106": OutputError, "00B107": OutputError, "00B108": OutputError}
+
+
+def of_report(report: dict[str, Any]) -> Error:
+    """The exception that says what a report does."""
+    items = tuple(Item(**item) for item in report["status"])
+    lines = [line for item in items for line in (item.message, item.details) if line]
+    wrong_options = report["exit_code"] == 2
+    kind = ArgumentError if wrong_options else _KINDS.get(items[0].id if items else "", Error)
+    error = kind("\n  ".join(lines) or "the work failed, and nothing says why")
+    error.items = items
+    error.report = report
+    return error
