@@ -205,7 +205,8 @@ bool SceneDataset::FuseSideBySide(GDALDataType type, const PixelRect& rect,
 }
 
 /// Makes a rectangle of blocks, all bands and the mask, or the mask alone, and hands them over one by one.
-bool SceneDataset::MakeBlocks(const PixelRect& blocks, bool isMaskAlone, const TakeBlock& take) {
+bool SceneDataset::MakeBlocks(const PixelRect& blocks, bool isMaskAlone, Scratch& scratch,
+                              const TakeBlock& take) {
     const auto pixels = [](std::uint32_t number, int size) {
         return std::min(number * blockSize, static_cast<std::uint32_t>(size));
     };
@@ -215,7 +216,7 @@ bool SceneDataset::MakeBlocks(const PixelRect& blocks, bool isMaskAlone, const T
     std::iota(wanted.begin(), wanted.end(), 0u);
     const std::size_t sample = scene->GetBits() / 8, line = sample * rect.GetColumns();
     const std::size_t plane = line * rect.GetRows();
-    std::vector<unsigned char> samples, valid;
+    auto& [samples, valid] = scratch;
     const auto hand = [&](int band, const unsigned char* first, std::size_t bytes) {
         for (std::uint32_t row = blocks.row0; row < blocks.row1; ++row)
             for (std::uint32_t column = blocks.col0; column < blocks.col1; ++column) {
@@ -229,8 +230,9 @@ bool SceneDataset::MakeBlocks(const PixelRect& blocks, bool isMaskAlone, const T
             }
     };
     return RunReporting([&](rasterhost::Status& status) {
-        samples.resize(wanted.size() * plane);
-        valid.resize(mask ? std::size_t{rect.GetColumns()} * rect.GetRows() : 0);
+        const std::size_t masked = mask ? std::size_t{rect.GetColumns()} * rect.GetRows() : 0;
+        samples.resize(std::max(samples.size(), wanted.size() * plane));
+        valid.resize(std::max(valid.size(), masked));
         const rasterhost::WindowTarget target{samples.data(), std::ptrdiff_t(sample), std::ptrdiff_t(line),
                                               std::ptrdiff_t(plane), mask ? valid.data() : nullptr};
         const bool isOne = blocks.GetColumns() == 1 && blocks.GetRows() == 1;
@@ -251,12 +253,13 @@ CPLErr SceneDataset::ReadBlock(int asked, int column, int row, void* block) {
         else
             Offer(GetBandOrMask(band), c, r, samples);
     };
-    return MakeBlocks(RectOf(column, row, 1, 1), asked == 0, take) ? CE_None : CE_Failure;
+    return MakeBlocks(RectOf(column, row, 1, 1), asked == 0, ofOneBlock, take) ? CE_None : CE_Failure;
 }
 
 CPLErr SceneDataset::FillCache(int asked, const PixelRect& rect) {
     constexpr std::size_t mostBlocks = 64; // at a time
     GDALRasterBand& band = GetBandOrMask(asked);
+    Scratch ofMany;
     const auto take = [&](int other, std::uint32_t column, std::uint32_t row, const BlockSamples& samples) {
         Offer(GetBandOrMask(other), column, row, samples);
     };
@@ -270,7 +273,7 @@ CPLErr SceneDataset::FillCache(int asked, const PixelRect& rect) {
                 if (!IsCached(band, column, r))
                     missing = {std::min(missing.col0, column), missing.row0,
                                std::max(missing.col1, column + 1), missing.row1};
-        if (missing.col0 < missing.col1 && !MakeBlocks(missing, asked == 0, take)) return CE_Failure;
+        if (missing.col0 < missing.col1 && !MakeBlocks(missing, asked == 0, ofMany, take)) return CE_Failure;
     }
     return CE_None;
 }

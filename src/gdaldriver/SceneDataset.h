@@ -101,7 +101,12 @@ private:
     /// Takes a block of a band, or of the mask as band 0.
     using TakeBlock =
         std::function<void(int band, std::uint32_t column, std::uint32_t row, const BlockSamples& samples)>;
-    [[nodiscard]] bool MakeBlocks(const hostkit::PixelRect& blocks, bool isMaskAlone, const TakeBlock& take);
+    /// Room for samples and mask. To be given it anew for every block would cost as much as to fill it.
+    struct Scratch {
+        std::vector<unsigned char> samples, valid;
+    };
+    [[nodiscard]] bool MakeBlocks(const hostkit::PixelRect& blocks, bool isMaskAlone, Scratch& scratch,
+                                  const TakeBlock& take);
     [[nodiscard]] GDALRasterBand& GetBandOrMask(int number) {
         return number == 0 ? *mask : *GetRasterBand(number);
     }
@@ -115,6 +120,7 @@ private:
     std::unique_ptr<GDALRasterBand> mask;
     std::vector<std::unique_ptr<SceneDataset>> coarser;
     bool hidesLevels = false;
+    Scratch ofOneBlock;
 };
 
 } // namespace gdaldriver

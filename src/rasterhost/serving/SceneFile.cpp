@@ -11,6 +11,7 @@
 #include <cpl_vsi.h>
 #include <gdal_priv.h>
 
+#include <algorithm>
 #include <memory>
 #include <set>
 
@@ -31,8 +32,14 @@ std::string ReadStart(const std::string& name, std::size_t most) {
     const GdalErrors silence;
     if (!LookAt(name).isFile) return {};
     const std::unique_ptr<VSILFILE, CloseVsi> file(VSIFOpenL(name.c_str(), "rb"));
-    std::string text(file ? most : 0, '\0');
-    text.resize(file ? VSIFReadL(text.data(), 1, text.size(), file.get()) : 0);
+    constexpr std::size_t least = std::size_t{16} << 10;
+    std::string text;
+    for (bool isMore = file != nullptr; isMore && text.size() < most;) {
+        const std::size_t before = text.size(), piece = std::min(most - before, std::max(before, least));
+        text.resize(before + piece);
+        text.resize(before + VSIFReadL(text.data() + before, 1, piece, file.get()));
+        isMore = text.size() == before + piece;
+    }
     return text;
 }
 
