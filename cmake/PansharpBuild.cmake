@@ -10,6 +10,13 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 
+# Part of the names of files that there are one of a platform.
+set(platform Posix)
+if(WIN32)
+  set(platform Windows)
+  add_compile_definitions(WIN32_LEAN_AND_MEAN NOMINMAX)
+endif()
+
 # A multiply followed by an add is two roundings: the pixels are part of the promise.
 add_compile_options(-ffp-contract=off -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
@@ -40,6 +47,33 @@ function(pansharp_library name)
   target_link_libraries(${name} PUBLIC ${ARG_LINKS})
 endfunction()
 
+# pansharp_exports(TARGET DESCRIPTION): a shared library exports what Exports.map in its folder lists, on Windows what
+# Exports.def does, where there is one. There it also tells its version.
+function(pansharp_exports name description)
+  set(folder "${CMAKE_CURRENT_SOURCE_DIR}")
+  if(WIN32)
+    get_target_property(type ${name} TYPE)
+    set(suffix .dll)
+    set(output pansharp)
+    if(type STREQUAL MODULE_LIBRARY)
+      set(suffix .process)
+      set(output Pansharp)
+    endif()
+    enable_language(RC)
+    configure_file("${PROJECT_SOURCE_DIR}/cmake/Version.rc.in" "${CMAKE_CURRENT_BINARY_DIR}/Version.rc" @ONLY)
+    target_sources(${name} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/Version.rc")
+    if(EXISTS "${folder}/Exports.def")
+      target_sources(${name} PRIVATE "${folder}/Exports.def")
+    endif()
+    return()
+  endif()
+  target_link_options(${name} PRIVATE "-Wl,--version-script=${folder}/Exports.map" -Wl,-Bsymbolic)
+  if(NOT PANSHARP_SANITIZE)
+    target_link_options(${name} PRIVATE -Wl,--no-undefined)
+  endif()
+  set_target_properties(${name} PROPERTIES LINK_DEPENDS "${folder}/Exports.map")
+endfunction()
+
 # pansharp_test(NAME SOURCES ... LINKS ... [LABELS ...]): one GoogleTest program, its cases found by CTest.
 function(pansharp_test name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;LABELS" ${ARGN})
@@ -48,5 +82,9 @@ function(pansharp_test name)
   target_link_libraries(${name} PRIVATE ${ARG_LINKS} GTest::gmock GTest::gtest_main)
   # Half the time of compiling a test goes into making it fast. What is tested stays as people run it.
   target_compile_options(${name} PRIVATE $<IF:$<CONFIG:Release>,-O1,-O0>)
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES LABELS "${ARG_LABELS}")
+  if(CMAKE_CROSSCOMPILING) # where a program takes long to start
+    add_test(NAME ${name} COMMAND ${name})
+  else()
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES LABELS "${ARG_LABELS}")
+  endif()
 endfunction()

@@ -36,34 +36,34 @@ bool IsReadWritable(const std::string& path) {
 }
 
 bool IsFileNewer(const std::string& path, const CalendarTime& time) {
+    // Compared as thousandths, since nanoseconds do not reach every year that can be asked for.
     const auto moment = ToSystemTime(time);
-    std::error_code failure;
-    if (!moment || !IsReadable(path) || fs::is_directory(path, failure)) return false;
-    const fs::file_time_type written = fs::last_write_time(path, failure);
-    if (failure) return false;
-    // Rounded up, since nanoseconds do not reach every year that can be asked for.
-    const auto exact = std::chrono::file_clock::to_sys(written);
-    return std::chrono::ceil<std::chrono::milliseconds>(exact) > *moment;
+    const auto written = Platform::LastWritten(path);
+    return moment && written && *written > *moment;
 }
 
 std::uint64_t GetDiskFreeBytes(const std::string& path) {
-    const fs::path folder = fs::path(path).parent_path();
+    const fs::path parent = Platform::ToPath(path).parent_path();
+    const fs::path folder = parent.empty() ? fs::path(".") : parent;
     std::error_code failure;
-    const fs::space_info space = fs::space(folder.empty() ? fs::path(".") : folder, failure);
-    return failure ? std::numeric_limits<std::uint64_t>::max() : space.available;
+    const fs::space_info space = fs::space(folder, failure);
+    // Some systems tell the volume of a folder that is not there.
+    return failure || !fs::exists(folder, failure) ? std::numeric_limits<std::uint64_t>::max()
+                                                   : space.available;
 }
 
 std::string GetWorkingDirectory() {
     std::error_code failure;
     const fs::path folder = fs::current_path(failure);
-    return failure ? std::string() : folder.string();
+    return failure ? std::string() : Platform::FromPath(folder);
 }
 
 bool CreateDirectories(const std::string& path) {
     if (path.find('\0') != std::string::npos) return false;
+    const fs::path folder = Platform::ToPath(path);
     std::error_code failure;
-    fs::create_directories(path, failure);
-    return fs::is_directory(path, failure);
+    fs::create_directories(folder, failure);
+    return fs::is_directory(folder, failure);
 }
 
 } // namespace KOVA::Tessara::Fundament

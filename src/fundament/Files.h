@@ -3,8 +3,10 @@
 #include <cstdint>
 #include <string>
 
-/// Files and folders. Paths are bytes, as the system takes them; one that holds a zero byte names nothing.
-/// Nothing throws for what the file system does: each function returns the value it states.
+/// Files and folders. Paths are bytes, as the system takes them; on Windows they are UTF-8 or, where they are
+/// not, text in the system's code page. One that holds a zero byte names nothing, and so does a name that
+/// Windows keeps for a device, such as NUL. Nothing throws for what the file system does: each function
+/// returns the value it states.
 namespace KOVA::Tessara::Fundament {
 
 /// What the process may do with a path: reach it at all, write, read, or both. False when there is none.
@@ -41,7 +43,8 @@ bool CreateDirectories(const std::string& path);
 /// A folder of the user or the system, always ending in a backslash; the empty text for a code not listed and
 /// for a user without a home. 0 desktop, 5 documents, 39 pictures (as the desktop settings name them, else
 /// the usual folders in the home); 26 settings and 28 data of the user; 35 data for all users; 38 programs;
-/// 40 home. The folder need not exist.
+/// 40 home. The folder need not exist. On Windows the system names them, and further ones by their codes
+/// there.
 [[nodiscard]] std::string GetSpecialFolder(int folder);
 
 } // namespace KOVA::Tessara::Fundament

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -12,8 +14,17 @@ enum class Access { Exists = 0, Write = 2, Read = 4, ReadWrite = 6 };
 /// Whether the process, as the user it now acts for, may do that to an existing path.
 [[nodiscard]] bool CanAccess(const std::string& path, Access access);
 
-/// The home folder that the user's account names, or the empty text.
-[[nodiscard]] std::string AccountHome();
+/// A path from its bytes, and back. On Windows they are UTF-8 or, where they are not, text in the system's
+/// code page; elsewhere the bytes are the path.
+[[nodiscard]] std::filesystem::path ToPath(const std::string& bytes);
+[[nodiscard]] std::string FromPath(const std::filesystem::path& path);
+
+/// The value of an environment variable; the empty text when it is not set.
+[[nodiscard]] std::string Environment(const char* name);
+
+/// When a file was last written, rounded up; nothing for a folder and for what cannot be read.
+[[nodiscard]] std::optional<std::chrono::sys_time<std::chrono::milliseconds>>
+LastWritten(const std::string& path);
 
 /// True when standard input and standard error both are terminals.
 [[nodiscard]] bool IsInteractive();

@@ -2,12 +2,11 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
-#include <pwd.h>
 #include <termios.h>
 #include <unistd.h>
-#include <vector>
 
 namespace KOVA::Tessara::Fundament::Platform {
 
@@ -20,12 +19,20 @@ bool CanAccess(const std::string& path, Access access) {
     return faccessat(AT_FDCWD, path.c_str(), mode, AT_EACCESS) == 0;
 }
 
-std::string AccountHome() {
-    std::vector<char> buffer(16384);
-    passwd account{};
-    passwd* found = nullptr;
-    if (getpwuid_r(getuid(), &account, buffer.data(), buffer.size(), &found) != 0 || !found) return {};
-    return found->pw_dir ? found->pw_dir : "";
+std::filesystem::path ToPath(const std::string& bytes) { return bytes; }
+std::string FromPath(const std::filesystem::path& path) { return path.string(); }
+
+std::string Environment(const char* name) {
+    const char* value = std::getenv(name);
+    return value ? value : "";
+}
+
+std::optional<std::chrono::sys_time<std::chrono::milliseconds>> LastWritten(const std::string& path) {
+    std::error_code failure;
+    if (!CanAccess(path, Access::Read) || std::filesystem::is_directory(path, failure)) return std::nullopt;
+    const auto written = std::filesystem::last_write_time(path, failure);
+    if (failure) return std::nullopt;
+    return std::chrono::ceil<std::chrono::milliseconds>(std::chrono::file_clock::to_sys(written));
 }
 
 bool IsInteractive() { return isatty(STDIN_FILENO) && isatty(STDERR_FILENO); }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "fundament/PrintfFormat.h"
+
 #include <cstdarg>
 #include <cstdint>
 #include <string>
@@ -29,7 +31,7 @@ namespace KOVA::Tessara::Fundament {
 
 /// printf formatting into a text of any length; the result is never cut short. Floating-point conversions
 /// follow the "C" locale, whatever the process has set.
-[[nodiscard]] std::string FormatString(const char* format, ...) __attribute__((format(printf, 1, 2)));
+[[nodiscard]] std::string FormatString(const char* format, ...) PANSHARP_PRINTF(1, 2);
 /// The same for a caller that is variadic itself. Leaves `arguments` to be ended by it.
 [[nodiscard]] std::string FormatArguments(const char* format, std::va_list arguments);
 

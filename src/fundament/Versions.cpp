@@ -1,5 +1,6 @@
 #include "fundament/Versions.h"
 
+#include "fundament/Platform.h"
 #include "fundament/Text.h"
 
 #include <algorithm>
@@ -38,16 +39,17 @@ std::string VersionInName(const std::string& name) {
 } // namespace
 
 std::string GetFileVersion(const std::string& path) {
+    const std::filesystem::path name = Platform::ToPath(path);
     std::error_code failure;
-    if (!std::filesystem::is_regular_file(path, failure)) return {};
-    std::ifstream file(path, std::ios::binary);
+    if (!std::filesystem::is_regular_file(name, failure)) return {};
+    std::ifstream file(name, std::ios::binary);
     if (!file) return {};
     if (!IsSharedLibrary(file)) {
         file.clear();
         return ReadVersionResource(file);
     }
-    const auto target = std::filesystem::canonical(path, failure);
-    return failure ? std::string() : VersionInName(target.filename().string());
+    const auto target = std::filesystem::canonical(name, failure);
+    return failure ? std::string() : VersionInName(Platform::FromPath(target.filename()));
 }
 
 std::string FormatVersion(const std::string& version) {

@@ -1,6 +1,7 @@
 #include "fundament/XmlDocument.h"
 
 #include "fundament/Files.h"
+#include "fundament/Platform.h"
 #include "fundament/Text.h"
 #include "fundament/XmlTree.h"
 
@@ -23,7 +24,7 @@ constexpr const char* otherMessage = "Undefined error;  Exception caught";
 
 // At most one byte more than a document may have: enough to be refused for its size.
 bool ReadFile(const std::string& name, std::string& content) {
-    std::ifstream file(name, std::ios::binary);
+    std::ifstream file(Platform::ToPath(name), std::ios::binary);
     content.resize(XmlTree::longestDocument + 1);
     file.read(content.data(), static_cast<std::streamsize>(content.size()));
     content.resize(static_cast<std::size_t>(file.gcount()));
@@ -72,7 +73,7 @@ bool XmlDocument::Save(const std::string& file) {
     std::string whole = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
     const auto nodes = tree->Select("/");
     if (nodes && !nodes->empty()) whole += tree->Xml(nodes->front());
-    std::ofstream stream(file, std::ios::binary);
+    std::ofstream stream(Platform::ToPath(file), std::ios::binary);
     stream << whole << "\n";
     stream.close();
     return stream ? true : Fail(OtherFailure, otherMessage, FormatString("Cannot write '%s'", file.c_str()));

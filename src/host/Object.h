@@ -1,5 +1,6 @@
 #pragma once
 
+#include "fundament/PrintfFormat.h"
 #include "fundament/PropertyLookUp.h"
 #include "host/IObject.h"
 
@@ -26,7 +27,7 @@ public:
     /// Hands a status to the error handler. Returns its answer, 0 without a handler.
     virtual int Report(const Fundament::Status& report);
     /// Hands one plain message, printf-formatted, to the error handler.
-    virtual int Report(const char* source, const char* format, ...) __attribute__((format(printf, 3, 4)));
+    virtual int Report(const char* source, const char* format, ...) PANSHARP_PRINTF(3, 4);
 
 protected:
     Fundament::PropertyLookUp properties; ///< the settings

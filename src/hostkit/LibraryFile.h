@@ -7,7 +7,7 @@
 namespace hostkit::LibraryFile {
 
 /// A handle, or null with the platform's reason. The library's names stay its own.
-[[nodiscard]] void* Open(const std::string& path, std::string& reason);
+[[nodiscard]] void* Open(const std::filesystem::path& path, std::string& reason);
 /// The address of an exported name, or null.
 [[nodiscard]] void* Find(void* handle, const char* name);
 /// Gives a handle back, which is not null.

@@ -11,7 +11,7 @@
 
 namespace hostkit::LibraryFile {
 
-void* Open(const std::string& path, std::string& reason) {
+void* Open(const std::filesystem::path& path, std::string& reason) {
     void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!handle) {
         const char* text = dlerror();

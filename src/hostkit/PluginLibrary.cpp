@@ -1,11 +1,11 @@
 #include "hostkit/PluginLibrary.h"
 
+#include "fundament/Platform.h"
 #include "fundament/Text.h"
 #include "host/NameValueMap.h"
 #include "hostkit/HostKitStatus.h"
 #include "hostkit/LibraryFile.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
@@ -17,6 +17,7 @@ namespace hostkit {
 using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Fundament::Status;
 using KOVA::Tessara::Global::NameValueMap;
+namespace Platform = KOVA::Tessara::Fundament::Platform;
 namespace EntryPoints = KOVA::Tessara::EntryPoints;
 
 namespace {
@@ -32,7 +33,7 @@ bool IsFile(const std::filesystem::path& path) {
 
 std::string FindPlugin(const std::string& path, Status& status) {
     if (!path.empty()) return path;
-    if (const char* named = std::getenv(pluginVariable); named && *named) return named;
+    if (std::string named = Platform::Environment(pluginVariable); !named.empty()) return named;
     std::string places;
     std::vector<std::filesystem::path> folders = {LibraryFile::LibraryFolder(), LibraryFile::ProgramFolder()};
     std::erase(folders, std::filesystem::path());
@@ -42,9 +43,9 @@ std::string FindPlugin(const std::string& path, Status& status) {
         for (const char* place : {"../lib", ".", "pansharp", "..", "../pansharp", "../lib/pansharp",
                                   "../" PANSHARP_LIBDIR "/pansharp"}) {
             const std::filesystem::path candidate = (folder / place / pluginFileName).lexically_normal();
-            if (IsFile(candidate)) return candidate.string();
-            if (places.find(candidate.string()) == std::string::npos)
-                places += (places.empty() ? "" : ", ") + candidate.string();
+            const std::string text = Platform::FromPath(candidate);
+            if (IsFile(candidate)) return text;
+            if (places.find(text) == std::string::npos) places += (places.empty() ? "" : ", ") + text;
         }
     }
     status.Add(HostKitStatus::PluginNotFound,
@@ -69,7 +70,7 @@ std::unique_ptr<PluginLibrary> PluginLibrary::FindAndLoad(const std::string& pat
 
 std::unique_ptr<PluginLibrary> PluginLibrary::Load(const std::string& path, Status& status) {
     // A bare name would be looked for along the platform's own search path.
-    const std::string file = std::filesystem::absolute(path).string();
+    const std::filesystem::path file = std::filesystem::absolute(Platform::ToPath(path));
     if (!IsFile(file)) {
         status.Add(HostKitStatus::PluginNotFound,
                    FormatString("there is no plug-in file '%s'; give the path of %s, or set %s to it",

@@ -1,6 +1,7 @@
 #include "fundament/Numbers.h"
 
 #include "fundament/Text.h"
+#include "support/System.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +9,6 @@
 #include <cmath>
 #include <filesystem>
 #include <limits>
-#include <unistd.h>
 
 namespace {
 
@@ -40,12 +40,12 @@ TEST(Numbers, ReadsDoubles) { CheckDoubles(); }
 
 // Much of the world writes a decimal comma. Compiles such a locale when the machine has none installed.
 bool SetDecimalComma() {
-    for (const char* name : {"de_DE.UTF-8", "fr_FR.UTF-8", "nb_NO.UTF-8"})
+    for (const char* name : {"de_DE.UTF-8", "fr_FR.UTF-8", "nb_NO.UTF-8", "German_Germany.1252"})
         if (std::setlocale(LC_ALL, name)) return true;
-    const std::string folder = testing::TempDir() + "fundament_locales_" + std::to_string(getuid());
+    const std::string folder = testing::TempDir() + "fundament_locales_" + support::ProcessNumber();
     std::filesystem::create_directories(folder);
     const std::string compile = "localedef -i de_DE -f UTF-8 '" + folder + "/de_DE.UTF-8' >/dev/null 2>&1";
-    setenv("LOCPATH", folder.c_str(), 1);
+    support::SetVariable("LOCPATH", folder.c_str());
     if (!std::filesystem::exists(folder + "/de_DE.UTF-8") && std::system(compile.c_str()) != 0) return false;
     return std::setlocale(LC_ALL, "de_DE.UTF-8");
 }

@@ -1,11 +1,13 @@
 #include "fundament/Versions.h"
 
-#include <gmock/gmock.h>
+#include "support/System.h"
+
+#include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
-#include <unistd.h>
 
 namespace {
 
@@ -80,17 +82,18 @@ TEST(Versions, DamagedModulesHaveNone) {
     }
     for (std::size_t length = 0; length < block + 56; ++length)
         ASSERT_EQ(VersionOf(module.substr(0, length)), "") << length;
+    const std::regex versionOrNone("|\\d+\\.\\d+\\.\\d+");
     for (std::size_t at = 0; at < module.size(); ++at)
         for (const char value : {'\x00', '\x7F', '\xFF'}) {
             std::string damaged = module;
             damaged[at] = value;
-            ASSERT_THAT(VersionOf(damaged), testing::ContainsRegex("^$|^[0-9]+\\.[0-9]+\\.[0-9]+$")) << at;
+            ASSERT_TRUE(std::regex_match(VersionOf(damaged), versionOrNone)) << at;
         }
 }
 
 TEST(Versions, SharedLibrariesTellByName) {
     namespace fs = std::filesystem;
-    const fs::path folder = testing::TempDir() + "fundament_versions_" + std::to_string(getpid());
+    const fs::path folder = testing::TempDir() + "fundament_versions_" + support::ProcessNumber();
     fs::create_directories(folder);
     const std::string elf = std::string(1, '\x7F') + "ELF";
     std::string library = elf + std::string("\x02\x01") + std::string(58, '\0');
@@ -110,11 +113,13 @@ TEST(Versions, SharedLibrariesTellByName) {
         {"f.dll", MakeModule(true), "2.1.45"}};
     for (const auto& [name, content, version] : cases) {
         std::ofstream(folder / name, std::ios::binary) << content;
-        EXPECT_EQ(GetFileVersion(folder / name), version) << name;
+        EXPECT_EQ(GetFileVersion((folder / name).string()), version) << name;
     }
-    fs::create_symlink("libx.so.2.1.45", folder / "libx.so");
-    EXPECT_EQ(FormatVersion(GetFileVersion(folder / "libx.so")), "2.1 (Build 45)");
-    EXPECT_EQ(GetFileVersion(folder) + GetFileVersion(folder / "none"), "");
+    if (!support::isWindows) {
+        fs::create_symlink("libx.so.2.1.45", folder / "libx.so");
+        EXPECT_EQ(GetFileVersion((folder / "libx.so").string()), "2.1.45");
+    }
+    EXPECT_EQ(GetFileVersion(folder.string()) + GetFileVersion((folder / "none").string()), "");
     EXPECT_EQ(FormatVersion("2.1.45.7"), "2.1 (Build 45)");
     EXPECT_EQ(FormatVersion("2.1"), "");
     fs::remove_all(folder);

@@ -3,11 +3,11 @@
 #include "CodedImage.h"
 #include "hostkit/ArrayWorkspace.h"
 #include "hostkit/HostKitStatus.h"
+#include "support/System.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
@@ -50,13 +50,13 @@ TEST(PluginLibrary, RefusesWhatItCannotUse) {
 
 // The test program lies in bin/ and the plug-in in lib/ beside it, as installed.
 TEST(PluginLibrary, IsFoundByPathThenVariableThenPlace) {
-    unsetenv(hostkit::pluginVariable);
+    support::SetVariable(hostkit::pluginVariable, nullptr);
     Status status;
-    EXPECT_EQ(FindPlugin({}, status), PANSHARP_PLUGIN_FILE);
-    setenv(hostkit::pluginVariable, "/elsewhere/Pansharp.process", 1);
+    EXPECT_TRUE(std::filesystem::equivalent(FindPlugin({}, status), PANSHARP_PLUGIN_FILE));
+    support::SetVariable(hostkit::pluginVariable, "/elsewhere/Pansharp.process");
     EXPECT_EQ(FindPlugin({}, status), "/elsewhere/Pansharp.process");
     EXPECT_EQ(FindPlugin("mine.process", status), "mine.process");
-    unsetenv(hostkit::pluginVariable);
+    support::SetVariable(hostkit::pluginVariable, nullptr);
     EXPECT_EQ(status.GetCount(), 0u);
 }
 

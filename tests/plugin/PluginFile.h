@@ -1,9 +1,9 @@
 #pragma once
 
 #include "host/EntryPoints.h"
+#include "hostkit/LibraryFile.h"
 
 #include <cstring>
-#include <dlfcn.h>
 #include <span>
 #include <stdexcept>
 
@@ -14,13 +14,15 @@ using KOVA::Tessara::Pixmere::IRasterProcess;
 
 /// The built plug-in, loaded by its file name as a server would.
 struct Plugin {
-    Plugin() : library(dlopen(PANSHARP_PLUGIN_FILE, RTLD_NOW | RTLD_LOCAL)) {
-        if (!library) throw std::runtime_error(dlerror());
+    Plugin() {
+        std::string reason;
+        library = hostkit::LibraryFile::Open(PANSHARP_PLUGIN_FILE, reason);
+        if (!library) throw std::runtime_error(reason);
     }
-    ~Plugin() { dlclose(library); }
+    ~Plugin() { hostkit::LibraryFile::Close(library); }
     template <class Function>
     Function Entry(const char* name) const {
-        void* address = dlsym(library, name);
+        void* address = hostkit::LibraryFile::Find(library, name);
         if (!address) throw std::runtime_error(name);
         Function function;
         std::memcpy(&function, &address, sizeof function);

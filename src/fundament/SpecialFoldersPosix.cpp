@@ -2,8 +2,10 @@
 #include "fundament/Platform.h"
 #include "fundament/Text.h"
 
-#include <cstdlib>
 #include <fstream>
+#include <pwd.h>
+#include <unistd.h>
+#include <vector>
 
 namespace KOVA::Tessara::Fundament {
 
@@ -11,8 +13,17 @@ namespace {
 
 // A folder from the environment; relative ones are to be ignored.
 std::string Configured(const char* variable, const std::string& usual) {
-    const char* value = std::getenv(variable);
-    return value && *value == '/' ? value : usual;
+    const std::string value = Platform::Environment(variable);
+    return StartsWith(value, "/", false) ? value : usual;
+}
+
+// The home folder that the user's account names, or the empty text.
+std::string AccountHome() {
+    std::vector<char> buffer(16384);
+    passwd account{};
+    passwd* found = nullptr;
+    if (getpwuid_r(getuid(), &account, buffer.data(), buffer.size(), &found) != 0 || !found) return {};
+    return found->pw_dir ? found->pw_dir : "";
 }
 
 // A folder of the desktop, from lines such as XDG_PICTURES_DIR="$HOME/Pictures".
@@ -36,7 +47,7 @@ std::string Folder(int code) {
         return folders.front();
     }
     if (code == 38) return "/opt";
-    std::string home = Configured("HOME", Platform::AccountHome());
+    std::string home = Configured("HOME", AccountHome());
     if (home.empty()) return {};
     switch (code) {
     case 0:

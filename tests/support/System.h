@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdlib>
+#include <string>
+
+#if defined(_WIN32)
+#include <process.h>
+#else
+#include <unistd.h>
+#endif
+
+/// What tests ask of the system they run on.
+namespace support {
+
+#if defined(_WIN32)
+inline constexpr bool isWindows = true;
+inline std::string ProcessNumber() { return std::to_string(_getpid()); }
+/// Null takes the variable away.
+inline void SetVariable(const char* name, const char* value) { _putenv_s(name, value ? value : ""); }
+struct OrdinaryUser {
+    [[nodiscard]] bool IsBack() const { return true; }
+};
+#else
+inline constexpr bool isWindows = false;
+inline std::string ProcessNumber() { return std::to_string(getpid()); }
+inline void SetVariable(const char* name, const char* value) {
+    static_cast<void>(value ? setenv(name, value, 1) : unsetenv(name));
+}
+/// Makes this an ordinary user, since nothing is read-only for root, until IsBack is asked.
+struct OrdinaryUser {
+    [[nodiscard]] bool IsBack() const { return !root || seteuid(0) == 0; }
+    const bool root = geteuid() == 0 && seteuid(65534) == 0;
+};
+#endif
+
+} // namespace support
