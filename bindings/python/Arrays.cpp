@@ -149,6 +149,23 @@ public:
                               detail.samples, detail.error, detail.plain_error);
     }
 
+    /// Weights, that of the infrared band, R squared, samples, and why the weights are equal shares.
+    [[nodiscard]] py::tuple FitWeights() const {
+        const pansharp* library = Library();
+        std::vector<double> found(job.multispectral.bands);
+        pansharp_weight_fit fit{};
+        char error[2048];
+        pansharp_result result = PANSHARP_FAILED;
+        {
+            const Calls::Running call;
+            const py::gil_scoped_release released;
+            result = pansharp_fit_weights(library, &job, found.data(), &fit, error, sizeof error);
+        }
+        Check(result, error);
+        return py::make_tuple(py::tuple(py::cast(found)), fit.infrared_weight, fit.r_squared, fit.samples,
+                              std::string(fit.obstacle));
+    }
+
     void Fuse(py::array out, std::uint32_t threads, const py::object& progress) const {
         const pansharp* library = Library();
         CheckAxes(out);
@@ -187,12 +204,17 @@ private:
     pansharp_job job{};
 };
 
+/// Of each method: keyword, summary, formula, advice, least bands, how many it fuses, whether it weighs
+/// bands, compares pan with its low-pass, and is recommended.
 py::tuple Methods() {
-    py::list keywords;
+    py::list methods;
     const pansharp* library = Library();
-    for (std::uint32_t i = 0; const char* keyword = pansharp_method(library, i); ++i)
-        keywords.append(keyword);
-    return py::tuple(keywords);
+    pansharp_method_info info{};
+    for (std::uint32_t i = 0; pansharp_describe_method(library, i, &info, sizeof info) != 0; ++i)
+        methods.append(py::make_tuple(info.keyword, info.summary, info.formula, info.advice,
+                                      info.minimum_bands, info.fused_bands, info.weighs_bands != 0,
+                                      info.uses_low_pass != 0, info.recommended != 0));
+    return py::tuple(methods);
 }
 
 } // namespace
@@ -207,5 +229,6 @@ PYBIND11_MODULE(_arrays, module) {
                       std::optional<std::string>, std::vector<double>, std::optional<double>,
                       const std::vector<Gains>&, double, double, std::uint32_t, std::vector<std::uint32_t>>())
         .def("fit", &Job::Fit)
+        .def("fit_weights", &Job::FitWeights)
         .def("fuse", &Job::Fuse);
 }

@@ -2,7 +2,6 @@
 
 #include "fundament/Text.h"
 #include "host/PropertyNames.h"
-#include "hostkit/EffectiveWeights.h"
 #include "hostkit/MethodTable.h"
 #include "hostkit/WindowWorker.h"
 
@@ -233,9 +232,9 @@ bool ReadMethod(const pansharp_job& given, const PansharpDescription& plugin, Fu
                                            method->keyword, method->minimumBands, bands.multispectral));
     if (given.weights ? given.weight_count == 0 : given.weight_count != 0)
         return Refuse(status, "job.weights and job.weight_count: give both, or neither for equal weights");
-    hostkit::EffectiveWeights weights;
+    hostkit::EffectiveWeights& weights = job.weights;
     weights.bands.assign(given.weights, given.weights + given.weight_count);
-    if (given.infrared_weight) weights.infrared = *given.infrared_weight;
+    if (given.infrared_weight) weights.infrared = job.infraredWeight = *given.infrared_weight;
     job.properties[PropertyNames::method] = method->keyword;
     job.properties[PropertyNames::multispectralImage] = hostkit::multispectralId;
     if (bands.lowPass) job.properties[PropertyNames::additionalImage] = hostkit::lowPassId;

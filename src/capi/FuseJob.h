@@ -6,6 +6,7 @@
 #include "fundament/Status.h"
 #include "host/Describe.h"
 #include "host/NameValueMap.h"
+#include "hostkit/EffectiveWeights.h"
 #include "hostkit/PanLowPass.h"
 #include "hostkit/RowSampler.h"
 
@@ -40,6 +41,8 @@ struct FuseJob {
     std::uint32_t processBands = 0;         ///< the process delivers this many bands, the first ones
     const PansharpMethod* method = nullptr; ///< of the plug-in
     KOVA::Tessara::Global::NameValueMap properties;
+    hostkit::EffectiveWeights weights;    ///< of a method that weighs bands, given or equal
+    std::optional<double> infraredWeight; ///< that was given
     hostkit::Resampling resampling = hostkit::Resampling::Bilinear;
     /// For a method that compares pan with its low-pass; the rest is fitted to the images.
     fitting::KnownDetail known;

@@ -126,6 +126,26 @@ const char* pansharp_method(const pansharp* library, uint32_t position) {
     return position < plugin.methodCount ? plugin.methods[position].keyword : nullptr;
 }
 
+int pansharp_describe_method(const pansharp* library, uint32_t position, pansharp_method_info* info,
+                             size_t size) {
+    if (!library || !info || position >= library->plugin->GetDescription().methodCount) return 0;
+    const PansharpDescription& plugin = library->plugin->GetDescription();
+    const PansharpMethod& method = plugin.methods[position];
+    const auto number = [](bool is) { return is ? 1u : 0u; };
+    const pansharp_method_info known = {method.keyword,
+                                        method.summary,
+                                        method.formula,
+                                        method.advice,
+                                        method.minimumBands,
+                                        method.fusedBands,
+                                        number(hostkit::WeighsBands(method)),
+                                        number(hostkit::UsesLowPass(method)),
+                                        number(&method == hostkit::FindRecommended(plugin))};
+    std::memset(static_cast<void*>(info), 0, size);
+    std::memcpy(static_cast<void*>(info), &known, std::min(size, sizeof known));
+    return 1;
+}
+
 void pansharp_job_init(pansharp_job* job, size_t size) {
     if (!job || size < sizeof job->struct_size) return;
     std::memset(static_cast<void*>(job), 0, size);
@@ -150,6 +170,34 @@ pansharp_result pansharp_fit(const pansharp* library, const pansharp_job* job, p
         if (detail)
             *detail = {fit.transfer, fit.lowPassMean,         fit.blur ? fit.blur->rSquared : 0.0,
                        fit.samples,  fit.error.value_or(0.0), fit.plainError.value_or(0.0)};
+        return PANSHARP_OK;
+    });
+}
+
+pansharp_result pansharp_fit_weights(const pansharp* library, const pansharp_job* job, double* weights,
+                                     pansharp_weight_fit* fit, char* error, size_t error_size) {
+    ErrorText text(error, error_size);
+    return RunJob(library, job, text, capi::JobUse::Fit, [&](capi::FuseJob& checked, Status& status) {
+        if (!hostkit::WeighsBands(*checked.method)) {
+            status.Add(capi::CStatus::BadArgument,
+                       std::string("the method ") + checked.method->keyword +
+                           " weighs no bands: there are no weights to fit",
+                       "Pansharp.C");
+            return PANSHARP_BAD_ARGUMENT;
+        }
+        fitting::ShareFit found = capi::FitWeights(checked);
+        hostkit::EffectiveWeights& shares = checked.weights;
+        const std::size_t bands = shares.bands.size();
+        if (found.obstacle.empty()) {
+            shares.bands.assign(found.weights.begin(),
+                                found.weights.begin() + static_cast<std::ptrdiff_t>(bands));
+            if (checked.infrared) shares.infrared = found.weights.back();
+        }
+        if (weights) std::copy(shares.bands.begin(), shares.bands.end(), weights);
+        if (fit) {
+            *fit = {shares.infrared.value_or(0.0), found.rSquared, found.samples, {}};
+            ErrorText(fit->obstacle, sizeof fit->obstacle).Set(found.obstacle.c_str());
+        }
         return PANSHARP_OK;
     });
 }

@@ -138,6 +138,15 @@ typedef struct pansharp_detail {
     double plain_error; /**< of what is merely upsampled */
 } pansharp_detail;
 
+/** What pansharp_fit_weights found beside the weights. */
+typedef struct pansharp_weight_fit {
+    double infrared_weight; /**< 0 without an infrared image */
+    /** 1 - what the weighted bands leave over of pan / its variation; below 0.8 they make up pan badly. */
+    double r_squared;
+    uint64_t samples;   /**< multispectral pixels that the weights were fitted to */
+    char obstacle[256]; /**< why none can be fitted; empty when they can */
+} pansharp_weight_fit;
+
 /* Every function that can fail takes a buffer for the reason, in UTF-8, cut to its size and always ended with
  * a zero byte; empty after a success. It may be null when its size is 0. */
 
@@ -160,6 +169,24 @@ PANSHARP_API const char* pansharp_plugin_path(const pansharp* library);
 /** Keyword of one of the plug-in's methods, counted from 0; null past the last. */
 PANSHARP_API const char* pansharp_method(const pansharp* library, uint32_t position);
 
+/** What the plug-in says of a method. The texts live until the plug-in is closed. */
+typedef struct pansharp_method_info {
+    const char* keyword;    /**< such as "KOVA" */
+    const char* summary;    /**< one line */
+    const char* formula;    /**< of a pixel of a band */
+    const char* advice;     /**< when to take it */
+    uint32_t minimum_bands; /**< multispectral ones */
+    uint32_t fused_bands;   /**< the first so many bands are fused; 0: all */
+    uint32_t weighs_bands;  /**< 1 where pansharp_fit_weights has something to fit */
+    uint32_t uses_low_pass; /**< 1 where pansharp_fit has */
+    uint32_t recommended;   /**< 1 for the one that a job without a method gets */
+} pansharp_method_info;
+
+/** Tells of one of the plug-in's methods, counted from 0. 'size' is sizeof(pansharp_method_info) as the
+ * caller knows it: so much is written. 0 past the last, and for null; else 1. */
+PANSHARP_API int pansharp_describe_method(const pansharp* library, uint32_t position,
+                                          pansharp_method_info* info, size_t size);
+
 /** Makes a job empty. 'size' is sizeof(pansharp_job) as the caller knows it. Null is accepted. */
 PANSHARP_API void pansharp_job_init(pansharp_job* job, size_t size);
 
@@ -170,6 +197,15 @@ PANSHARP_API void pansharp_job_init(pansharp_job* job, size_t size);
 PANSHARP_API pansharp_result pansharp_fit(const pansharp* library, const pansharp_job* job,
                                           pansharp_gains* gains, pansharp_detail* detail, char* error,
                                           size_t error_size);
+
+/** Fits the share of each band in pan, which pansharp_fuse takes when it is given as the weights of a job;
+ * the command does the same before it fuses. 'weights' has room for one number a multispectral band; either
+ * may be null. An infrared weight that the job gives is kept, weights that it gives count for nothing. Where
+ * an obstacle stands in the way the weights are the equal shares that pansharp_fuse takes without any. A
+ * method that weighs no bands is a bad argument. */
+PANSHARP_API pansharp_result pansharp_fit_weights(const pansharp* library, const pansharp_job* job,
+                                                  double* weights, pansharp_weight_fit* fit, char* error,
+                                                  size_t error_size);
 
 /** Fuses, and returns when all of the output is written, or with what went wrong. */
 PANSHARP_API pansharp_result pansharp_fuse(const pansharp* library, const pansharp_job* job, char* error,

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstring>
 #include <filesystem>
 #include <string>
@@ -25,6 +26,13 @@ TEST(Pansharp, FindsThePluginBesideItself) {
     EXPECT_STREQ(pansharp_plugin_version(library), pansharp_version());
     EXPECT_STREQ(pansharp_method(library, 0), "KOVA");
     EXPECT_EQ(pansharp_method(library, 1000), nullptr);
+    pansharp_method_info info{};
+    info.formula = "kept";
+    ASSERT_EQ(pansharp_describe_method(library, 2, &info, offsetof(pansharp_method_info, formula)), 1);
+    EXPECT_STREQ(info.keyword, "IHS");
+    EXPECT_STREQ(info.formula, "kept");
+    EXPECT_EQ(pansharp_describe_method(library, 1000, &info, sizeof info), 0);
+    EXPECT_EQ(pansharp_describe_method(nullptr, 0, &info, sizeof info), 0);
     pansharp_close(library);
     EXPECT_STREQ(pansharp_version(), PANSHARP_VERSION);
     EXPECT_STREQ(pansharp_plugin_path(nullptr), "");

@@ -35,11 +35,16 @@ def put(array, place):
 
 @pytest.mark.parametrize("dtype", [numpy.uint8, numpy.uint16])
 @pytest.mark.parametrize("options, arguments", [
-    ([], {}), (["--bands", "3,1"], {"bands": (3, 1)}),
-    (["--method", "kova", "-r", "bilinear", "--weights", "0.5,0.25,0.25"], {"method": "KOVA", "weights": (0.5, 0.25, 0.25)})])
+    ([], {}), *((["--method", name], {"method": name}) for name in pansharp.methods()), (["--bands", "3,1"], {"bands": (3, 1)}),
+    (["--method", "kova", "-r", "bilinear", "--weights", "0.5,0.25,0.25,0"], {"method": "KOVA", "weights": (0.5, 0.25, 0.25, 0), "resampling": "bilinear"}),
+    (["--infrared", "ms.tif,band=2"], {"infrared": True}), (["--method", "ihs", "--infrared", "ms.tif,band=2"], {"method": "IHS", "infrared": True}),
+    (["--method", "brovey", "--infrared", "ms.tif,band=2", "--infrared-weight", "0.125"], {"method": "Brovey", "infrared": True, "infrared_weight": 0.125}),
+])
 def test_the_samples_are_those_of_the_command(tmp_path, dtype, options, arguments):
-    pan, ms = write_pair(tmp_path, dtype)
+    pan, ms = write_pair(tmp_path, dtype, 4)
     subprocess.run([os.environ["PANSHARP_COMMAND"], "sharpen", "-q", "pan.tif", "ms.tif", "-o", "out.tif", *options], cwd=tmp_path, check=True)
+    if "infrared" in arguments:
+        arguments = {**arguments, "infrared": ms[1]}
     fused = pansharp.fuse(pan, ms, **arguments)
     assert numpy.array_equal(samples(tmp_path / "out.tif", fused), fused)
 
@@ -59,6 +64,7 @@ def random_case(seed):
     assert result is out and numpy.array_equal(out, expected), (seed, pan.shape, ms.shape, method, bands, kinds)
 
 
+@pytest.mark.filterwarnings("ignore:too few multispectral pixels", "ignore:no weight")
 def test_any_shape_layout_and_number_of_callers():
     with concurrent.futures.ThreadPoolExecutor(3) as callers:
         assert len(list(callers.map(random_case, range(400)))) == 400
@@ -77,6 +83,9 @@ def test_a_part_with_a_margin_is_that_of_the_whole():
     given = {name: getattr(found, name) for name in ("gains", "transfer", "low_pass_mean")}
     assert numpy.array_equal(pansharp.fuse(PAN, MS, **given), whole)
     assert pansharp.fit(PAN, MS, transfer=found.transfer) == dataclasses.replace(found, r_squared=None)
+    shares = pansharp.fit(PAN, MS, method="kova")
+    part = pansharp.fuse(PAN[20:80], MS[:, 5:], fit=shares, pixel_size=2, offset=(0, 5))
+    assert numpy.array_equal(part[:, 4:-4], pansharp.fuse(PAN, MS, "KOVA")[:, 24:76]) and shares.r_squared > 0.5
 
 
 def test_an_infrared_band_weighs_as_one_that_is_written():
@@ -110,6 +119,8 @@ def test_what_is_raised_on_the_way_arrives():
 
 def test_a_fit_of_nothing_serves():
     black = numpy.zeros_like(PAN), numpy.zeros_like(MS)
+    with pytest.warns(pansharp.PansharpWarning, match="pan is the same everywhere; equal weights are used"):
+        assert not pansharp.fuse(*black, "Brovey").any()
     assert not pansharp.fuse(*black, fit=pansharp.fit(*black)).any()
 
 
@@ -162,6 +173,7 @@ BAD = [
     (ValueError, "the method KOVA does not compare", {"method": "KOVA", "transfer": 0.3}),
     (TypeError, "fit is 1", {"fit": 1}),
     (ValueError, "resampling is 'nearest'", {"resampling": "nearest"}),
+    (ValueError, "resampling is None", {"resampling": None}),
     (ValueError, "bands has 4", {"bands": (1, 4)}),
     (TypeError, "no whole number", {"bands": (1.5,)}),
     (ValueError, "threads is -1", {"threads": -1}),
@@ -186,4 +198,4 @@ def test_refuses_to_write_over_what_it_reads():
     with pytest.raises(ValueError, match="memory of its own"):
         pansharp.fuse(memory[3], MS, out=memory[1:])
     with pytest.raises(ValueError, match="nothing to fit"):
-        pansharp.fit(PAN, MS, method="KOVA")
+        pansharp.fit(PAN, MS, method="IHS")

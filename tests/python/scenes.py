@@ -16,9 +16,9 @@ def pair(dtype=numpy.uint16, rows=96, columns=120, ratio=2, bands=3, seed=1):
     return (pan * scale).astype(dtype), (numpy.array(ms) * scale / 1.2).astype(dtype)
 
 
-def write_pair(folder, dtype=numpy.uint16):
+def write_pair(folder, dtype=numpy.uint16, count=3):
     """A pair, and pan.tif and ms.tif of it."""
-    pan, ms = pair(dtype)
+    pan, ms = pair(dtype, bands=count)
     for name, array, pixel in (("pan", pan[numpy.newaxis], 1), ("ms", ms, 2)):
         bands, rows, columns = array.shape
         array.tofile(folder / f"{name}.raw")

@@ -17,6 +17,8 @@ Wrong arguments raise ``TypeError`` or ``ValueError``; what goes wrong beyond th
 
 from __future__ import annotations
 
+import functools
+import warnings
 from collections.abc import Callable, Sequence
 from dataclasses import dataclass
 from typing import Any
@@ -29,7 +31,7 @@ from ._errors import ArgumentError, Error, InputError, Item, OutputError, Pansha
 from ._options import options
 from ._scenes import Dataset, info, open, sharpen
 
-__all__ = ["ArgumentError", "Dataset", "Error", "Fit", "InputError", "Item", "OutputError", "PansharpWarning", "fit", "fuse", "info",
+__all__ = ["ArgumentError", "Dataset", "Error", "Fit", "InputError", "Item", "Method", "OutputError", "PansharpWarning", "fit", "fuse", "info",
            "methods", "open", "options", "sharpen"]
 __version__ = _arrays.version
 
@@ -38,28 +40,70 @@ __version__ = _arrays.version
 class Fit:
     """How pan's detail comes into the bands of a scene, as `fit` found it."""
 
-    transfer: float
-    """Modulation transfer of the multispectral sensor at the Nyquist frequency of its pixels, 0.05 to 0.9."""
-    gains: tuple[tuple[float, float], ...]
-    """For each band a share of the detail, and a share of the detail times the band's ratio to pan's low-pass."""
-    low_pass_mean: float
-    """Mean of pan's low-pass, in units of the samples; 0 where no pixel tells it."""
-    r_squared: float | None
-    """How well the bands make up pan's low-pass, 1 at best; below 0.5 the transfer is the usual 0.3. None when the transfer was given."""
-    samples: int
-    """Pixels one scale down that the gains were fitted to, or are judged by."""
-    error: float | None
+    method: str
+    """The method that it was found for."""
+    transfer: float | None = None
+    """Modulation transfer of the multispectral sensor at the Nyquist frequency of its pixels, 0.05 to 0.9. None for a method that weighs bands."""
+    gains: tuple[tuple[float, float], ...] = ()
+    """For each band a share of the detail, and a share of the detail times the band's ratio to pan's low-pass. Empty likewise."""
+    low_pass_mean: float | None = None
+    """Mean of pan's low-pass, in units of the samples; 0 where no pixel tells it. None likewise."""
+    weights: tuple[float, ...] = ()
+    """Share of each band in pan, for a method that weighs bands; else empty."""
+    infrared_weight: float | None = None
+    """That of the infrared band, if there is one."""
+    r_squared: float | None = None
+    """How well the bands make up pan or its low-pass, 1 at best. Below 0.5 the transfer is the usual 0.3; weights below 0.8 make up pan
+    badly. None when the transfer was given."""
+    samples: int = 0
+    """Pixels that weights, or gains one scale down, were fitted to or are judged by."""
+    error: float | None = None
     """ERGAS one scale down, where the truth is known, of the fused image. None when too few samples, or black ones, tell nothing."""
-    plain_error: float | None
+    plain_error: float | None = None
     """The same of what is merely upsampled."""
 
 
-def methods() -> tuple[str, ...]:
-    """Keywords of the methods that the plug-in has, such as ``"KOVA"``."""
-    return _arrays.methods()
+class Method(str):
+    """Keyword of a method, with what the plug-in says of it."""
+
+    summary: str
+    formula: str
+    """Of a pixel of a band."""
+    advice: str
+    """When to take it."""
+    minimum_bands: int
+    fused_bands: int
+    """It fuses the first so many; 0: all."""
+    weighs_bands: bool
+    """True where bands have weights, their shares in pan."""
+    uses_low_pass: bool
+    """True where pan is compared with its low-pass: blur and gains are fitted."""
+    recommended: bool
+    """True for the one that is taken without any other."""
+
+    def __new__(cls, keyword: str, *told: Any) -> Method:
+        method = super().__new__(cls, keyword)
+        names = "summary", "formula", "advice", "minimum_bands", "fused_bands", "weighs_bands", "uses_low_pass", "recommended"
+        vars(method).update(zip(names, told))
+        return method
 
 
-def _job(pan: Any, ms: Any, method: Any, weights: Any, infrared: Any, infrared_weight: Any, gains: Any, transfer: Any,
+@functools.lru_cache(None)
+def methods() -> tuple[Method, ...]:
+    """Keywords of the methods that the plug-in has, such as ``"KOVA"``, each with what there is to be known of it."""
+    return tuple(Method(*told) for told in _arrays.methods())
+
+
+def _chosen(method: str | None, weighs: bool) -> Method:
+    """The one that is named, else the recommended one, or the first where weights or an infrared band say so."""
+    wanted = _checks.method(method)
+    for known in methods():
+        if known.lower() == wanted.lower() if wanted else weighs or known.recommended:
+            return known
+    raise ValueError(f"there is no method {method!r}; there are {', '.join(methods())}")
+
+
+def _job(pan: Any, ms: Any, method: Method, weights: Any, infrared: Any, infrared_weight: Any, gains: Any, transfer: Any,
          low_pass_mean: Any, resampling: Any, bands: Any, pixel_size: Any, offset: Any, infrared_pixel_size: Any,
          infrared_offset: Any) -> tuple[_arrays.Job, tuple[int, ...], numpy.dtype]:
     """The job with the shape and type of its output."""
@@ -72,9 +116,15 @@ def _job(pan: Any, ms: Any, method: Any, weights: Any, infrared: Any, infrared_w
         infrared = _checks.image("infrared", infrared, "(row, column)")
         infrared_place = _checks.placement("infrared", infrared, pan, infrared_pixel_size, infrared_offset, "infrared_")
     _checks.same_depth(pan, ms=ms, infrared=infrared)
+    if bands is None and 0 < method.fused_bands < ms.shape[0]:
+        bands = range(1, method.fused_bands + 1)
     chosen = _checks.bands(bands, ms.shape[0])
+    if infrared is not None and 0 < method.fused_bands < ms.shape[0]:  # the next band would be taken for the infrared one
+        if max(chosen) > method.fused_bands:
+            raise ValueError(f"the method {method} fuses the first {method.fused_bands} bands beside an infrared one; bands has {max(chosen)}")
+        ms = ms[:method.fused_bands]
     job = _arrays.Job(pan, ms, _checks.placement("ms", ms, pan, pixel_size, offset), infrared, infrared_place,
-                      _checks.method(method), _checks.weights(weights),
+                      str(method), _checks.weights(weights),
                       None if infrared_weight is None else _checks.number("infrared_weight", infrared_weight),
                       _checks.gains(gains), _checks.above_zero("transfer", transfer),
                       _checks.above_zero("low_pass_mean", low_pass_mean), _checks.resampling(resampling), chosen)
@@ -82,45 +132,56 @@ def _job(pan: Any, ms: Any, method: Any, weights: Any, infrared: Any, infrared_w
 
 
 def fit(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, *, method: str | None = None,
+        infrared: numpy.typing.ArrayLike | None = None, infrared_weight: float | None = None,
         gains: Sequence[tuple[float, float]] | None = None, transfer: float | None = None,
         bands: Sequence[int] | None = None, pixel_size: float | tuple[float, float] | None = None,
-        offset: tuple[float, float] | None = None) -> Fit:
-    """Finds how pan's detail comes into the bands, as `fuse` does before it fuses; for scenes that are fused in parts.
+        offset: tuple[float, float] | None = None, infrared_pixel_size: float | tuple[float, float] | None = None,
+        infrared_offset: tuple[float, float] | None = None) -> Fit:
+    """Finds what `fuse` finds before it fuses; for scenes that are fused in parts: blur and gains, or weights, as the method has them.
 
     The arguments are those of `fuse`; `bands` are those that the errors are of.
 
-    Raises ValueError when the method does not compare pan with its low-pass: there is nothing to fit then.
+    Raises ValueError for a method that has neither: there is nothing to fit then. Warns where no weights can be fitted.
     """
-    job, _, _ = _job(pan, ms, method, None, None, None, gains, transfer, None, None, bands, pixel_size, offset, None, None)
+    chosen = _chosen(method, infrared is not None)
+    job, _, _ = _job(pan, ms, chosen, None, infrared, infrared_weight, gains, transfer, None, "cubic", bands, pixel_size, offset,
+                     infrared_pixel_size, infrared_offset)
+    if chosen.weighs_bands:
+        weights, infrared_share, r_squared, samples, obstacle = job.fit_weights()
+        if obstacle:
+            warnings.warn(f"{obstacle}; the weights are equal shares", PansharpWarning, stacklevel=2)
+        return Fit(str(chosen), weights=weights, infrared_weight=None if infrared is None else infrared_share, r_squared=r_squared,
+                   samples=samples)
     found, pairs, mean, r_squared, samples, error, plain_error = job.fit()
     judged = error != 0 or plain_error != 0
-    return Fit(found, pairs, mean, r_squared if transfer is None else None, samples, error if judged else None,
-               plain_error if judged else None)
+    return Fit(str(chosen), found, pairs, mean, r_squared=r_squared if transfer is None else None, samples=samples,
+               error=error if judged else None, plain_error=plain_error if judged else None)
 
 
 def fuse(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, method: str | None = None, *,
-         weights: Sequence[float] | None = None, infrared: numpy.typing.ArrayLike | None = None,
+         weights: Sequence[float] | str | None = None, infrared: numpy.typing.ArrayLike | None = None,
          infrared_weight: float | None = None, fit: Fit | None = None,
          gains: Sequence[tuple[float, float]] | None = None, transfer: float | None = None,
-         low_pass_mean: float | None = None, resampling: str | None = None, bands: Sequence[int] | None = None,
+         low_pass_mean: float | None = None, resampling: str = "cubic", bands: Sequence[int] | None = None,
          pixel_size: float | tuple[float, float] | None = None, offset: tuple[float, float] | None = None,
          infrared_pixel_size: float | tuple[float, float] | None = None,
          infrared_offset: tuple[float, float] | None = None, out: numpy.ndarray | None = None, threads: int = 0,
          progress: Callable[[int, int], object] | None = None) -> numpy.ndarray:
     """Fuses a sharp image of one band with a coarse one of several: (band, row, column) on the pixels of pan.
 
-    Without further arguments the samples are those of ``pansharp sharpen`` without options, for files without pixels that have no data.
+    Without further arguments, and with a method alone, the samples are those of ``pansharp sharpen`` for files without pixels that
+    have no data.
 
     pan: (row, column), or (1, row, column).
     ms: (band, row, column), of the same ground unless it is placed.
-    method: one of `methods()` in any letter case. None: the recommended one; with weights or infrared the first.
-    weights: share of each band of ms in pan. None: equal shares. Methods that fit gains take none.
+    method: one of `methods()` in any letter case. None: that of `fit`, or the recommended one; with weights or infrared the first.
+    weights: share of each band of ms in pan, or "equal". None: fitted. Methods that fit gains take none.
     infrared: one more band, (row, column), which takes part in the weighted sum and is not written.
     infrared_weight: its share; needed with `weights`.
     fit: what `fit` found in the whole scene, in the place of what would be fitted to these arrays.
-    gains, transfer, low_pass_mean: as in `Fit`; each goes before what `fit` has.
-    resampling: "bilinear" or "cubic". None: what suits the method.
-    bands: bands of ms to write, counted from 1, in any order. None: all.
+    gains, transfer, low_pass_mean: as in `Fit`; each goes before what `fit` has, as `weights` do.
+    resampling: "cubic" or "bilinear".
+    bands: bands of ms to write, counted from 1, in any order. None: all that the method fuses.
     pixel_size: width and height of a pixel of ms in pan pixels, or one number for both, 1 or more. None: by the shapes.
     offset: column and row of ms, fractions too, on which the upper left corner of pan lies. None: 0 and 0.
     infrared_pixel_size, infrared_offset: the same of infrared.
@@ -129,16 +190,30 @@ def fuse(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, method: str | 
     progress: called with (rows done, rows) in the calling thread. What it raises cancels and comes out of `fuse`; `out` may be written in part.
 
     Raises TypeError and ValueError for arguments that contradict each other, before anything is written; pansharp.Error for what goes
-    wrong later; KeyboardInterrupt when the user interrupts.
+    wrong later; KeyboardInterrupt when the user interrupts. Warns where no weights can be fitted.
     """
     if fit is not None:
         if not isinstance(fit, Fit):
             raise TypeError(f"fit is {fit!r}; give what pansharp.fit returned")
-        gains = fit.gains if gains is None else gains
+        method = fit.method if method is None else method
+        gains = (fit.gains or None) if gains is None else gains
         transfer = fit.transfer if transfer is None else transfer
         low_pass_mean = fit.low_pass_mean or None if low_pass_mean is None else low_pass_mean
-    job, shape, dtype = _job(pan, ms, method, weights, infrared, infrared_weight, gains, transfer, low_pass_mean, resampling, bands,
-                             pixel_size, offset, infrared_pixel_size, infrared_offset)
+        if weights is None and fit.weights:
+            weights, infrared_weight = fit.weights, fit.infrared_weight
+    chosen = _chosen(method, weights is not None or infrared is not None or infrared_weight is not None)
+
+    def job(shares: Any, infrared_share: Any) -> tuple[_arrays.Job, tuple[int, ...], numpy.dtype]:
+        return _job(pan, ms, chosen, shares, infrared, infrared_share, gains, transfer, low_pass_mean, resampling, bands, pixel_size,
+                    offset, infrared_pixel_size, infrared_offset)
+    work, shape, dtype = job(weights, infrared_weight)
     result = _checks.output(out, shape, dtype)
-    job.fuse(result, _checks.threads(threads), _checks.callback(progress))
+    count, tell = _checks.threads(threads), _checks.callback(progress)
+    if chosen.weighs_bands and weights is None:
+        found, infrared_share, _, _, obstacle = work.fit_weights()
+        if obstacle:
+            warnings.warn(f"{obstacle}; equal weights are used", PansharpWarning, stacklevel=2)
+        else:
+            work, _, _ = job(found, None if infrared is None else infrared_share)
+    work.fuse(result, count, tell)
     return result

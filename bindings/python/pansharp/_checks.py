@@ -10,7 +10,7 @@ from typing import Any
 
 import numpy
 
-_RESAMPLINGS = {None: 0, "bilinear": 1, "cubic": 2}
+_RESAMPLINGS = {"bilinear": 1, "cubic": 2}
 
 
 def image(name: str, given: Any, axes: str) -> numpy.ndarray:
@@ -109,7 +109,8 @@ def items(name: str, given: Any, count: int | None = None) -> tuple[Any, ...]:
 
 
 def weights(given: Any) -> tuple[float, ...]:
-    return () if given is None else tuple(number(f"weights[{i}]", item) for i, item in enumerate(items("weights", given)))
+    """Nothing for equal shares."""
+    return () if given is None or (isinstance(given, str) and given == "equal") else tuple(number(f"weights[{i}]", item) for i, item in enumerate(items("weights", given)))
 
 
 def gains(given: Any) -> tuple[tuple[float, float], ...]:
@@ -152,8 +153,8 @@ def method(given: Any) -> str | None:
 
 
 def resampling(given: Any) -> int:
-    if not isinstance(given, (str, type(None))) or given not in _RESAMPLINGS:
-        raise ValueError(f"resampling is {given!r}; give 'bilinear', 'cubic', or None for what suits the method")
+    if not isinstance(given, str) or given not in _RESAMPLINGS:
+        raise ValueError(f"resampling is {given!r}; give 'bilinear' or 'cubic'")
     return _RESAMPLINGS[given]
 
 

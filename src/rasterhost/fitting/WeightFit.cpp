@@ -1,6 +1,6 @@
 #include "rasterhost/fitting/WeightFit.h"
 
-#include "fitting/FitMoments.h"
+#include "fitting/ShareFit.h"
 #include "fundament/Text.h"
 #include "rasterhost/fitting/SceneSurvey.h"
 
@@ -9,13 +9,11 @@
 namespace rasterhost {
 
 using fitting::FitMoments;
-using fitting::mostFittedBands;
 
 using KOVA::Tessara::Fundament::FormatString;
 
 namespace {
 
-constexpr std::uint64_t leastSamplesPerWeight = 10;
 constexpr double poorFit = 0.8;
 constexpr double leastCorrelation = 0.3;
 
@@ -41,27 +39,22 @@ void AddBlock(const SurveyBlock& block, FitMoments& moments, SceneTally* tally) 
         AddTally(block.GetTally().images[image], tally->images[image]);
 }
 
-std::string FindObstacle(const FitMoments& moments, const std::vector<double>& weights) {
-    if (!moments.PanVaries()) return "no weights can be fitted: pan is the same everywhere";
-    if (std::all_of(weights.begin(), weights.end(), [](double weight) { return weight == 0.0; }))
-        return "no weight above 0 could be fitted: no band is bright where pan is";
-    return {};
-}
-
 /// Brings what was found into the order of the request.
-void Report(const Scene& scene, const FitMoments& moments, std::vector<double> weights, WeightFit& fit) {
+void Report(const Scene& scene, const fitting::ShareFit& found, WeightFit& fit) {
     const std::size_t bands = scene.bandOrder.size();
-    fit.obstacle = FindObstacle(moments, weights);
-    fit.rSquared = moments.GetRSquared(weights);
+    fit.obstacle = found.obstacle;
+    fit.samples = found.samples;
+    fit.rSquared = found.rSquared;
+    if (found.weights.empty()) return;
     fit.weights.resize(bands);
     fit.correlations.resize(bands);
     for (std::size_t band = 0; band < bands; ++band) {
-        fit.weights[scene.bandOrder[band]] = weights[band];
-        fit.correlations[scene.bandOrder[band]] = moments.GetCorrelation(band);
+        fit.weights[scene.bandOrder[band]] = found.weights[band];
+        fit.correlations[scene.bandOrder[band]] = found.correlations[band];
     }
     if (!scene.HasInfrared()) return;
-    fit.infraredWeight = weights.back();
-    fit.infraredCorrelation = moments.GetCorrelation(bands);
+    fit.infraredWeight = found.weights.back();
+    fit.infraredCorrelation = found.correlations.back();
 }
 
 } // namespace
@@ -70,27 +63,16 @@ bool FitWeights(const Scene& scene, const FitOptions& options, WeightFit& fit, S
                 Status& status) {
     const std::size_t bands = scene.CountBands();
     fit = {};
-    if (bands > mostFittedBands) {
-        fit.obstacle = FormatString("weights are fitted to %d bands at most, and there are %d",
-                                    static_cast<int>(mostFittedBands), static_cast<int>(bands));
-        return true;
-    }
+    fit.obstacle = fitting::FindObstacle(bands);
+    if (!fit.obstacle.empty()) return true;
     FitMoments moments(bands);
     SurveyBlock block;
     for (const hostkit::PixelRect& rect : ChooseBlocks(scene, {})) {
         if (!block.Read(scene, rect, 0.0, options.bitDepth, status)) return false;
         AddBlock(block, moments, tally);
     }
-    fit.samples = moments.GetCount();
-    if (fit.samples < leastSamplesPerWeight * bands) {
-        fit.obstacle =
-            FormatString("too few multispectral pixels can be used to fit weights: %.0f lie wholly on pan, "
-                         "have data and are not saturated",
-                         static_cast<double>(fit.samples));
-        return true;
-    }
     const bool keepsLast = scene.HasInfrared() && options.infraredWeight;
-    Report(scene, moments, moments.Solve(keepsLast ? &*options.infraredWeight : nullptr), fit);
+    Report(scene, fitting::FitShares(moments, bands, keepsLast ? &*options.infraredWeight : nullptr), fit);
     return true;
 }
 
