@@ -57,6 +57,10 @@ if(TARGET cli)
     DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions" COMPONENT runtime)
 endif()
 
+if(TARGET view_page)
+  install(DIRECTORY "${PROJECT_BINARY_DIR}/share/pansharp" DESTINATION share COMPONENT runtime OPTIONAL)
+endif()
+
 if(TARGET gdaldriver)
   # GDAL looks for drivers in a folder beside its library, which is among those of the system.
   set_target_properties(gdaldriver PROPERTIES INSTALL_RPATH "$ORIGIN/.." BUILD_WITH_INSTALL_RPATH ON)

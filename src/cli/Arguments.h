@@ -6,6 +6,7 @@
 #include "rasterhost/assessing/Preview.h"
 #include "rasterhost/serving/RecordedScene.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -25,6 +26,9 @@ struct Arguments : rasterhost::SharpenRequest,
     std::string statusXml;             ///< file to write; empty for none
     std::optional<RunWeights> earlier; ///< run that weights were taken from
     std::optional<rasterhost::PreviewRequest> preview;
+    std::string listen = "127.0.0.1";  ///< address to serve at
+    std::optional<std::uint16_t> port; ///< without one a usual one, or any that is free
+    bool opensBrowser = false;
     std::optional<rasterhost::SceneRecord> scene; ///< that a file describes, instead of a pair
 };
 

@@ -10,6 +10,7 @@
 #include "cli/SharpenCommand.h"
 #include "cli/StatusText.h"
 #include "cli/VectorTarget.h"
+#include "cli/ViewCommand.h"
 
 #include <exception>
 #include <iostream>
@@ -32,6 +33,7 @@ ExitCode Run(const CommandLine& line) {
     if (command.name == "info") return RunInfo(ReadArguments(line));
     if (command.name == "assess") return RunAssess(ReadArguments(line));
     if (command.name == "compare") return RunCompare(ReadArguments(line));
+    if (command.name == "view") return RunView(ReadArguments(line));
     if (command.name == "methods") return RunMethods(ReadArguments(line));
     std::cerr << HelpText(command);
     return WrongCommandLine;

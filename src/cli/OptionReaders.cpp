@@ -88,6 +88,10 @@ void ReadStatusXml(const TypedOption& option, Arguments& to) {
     AddBeside(option, to);
 }
 
+void ReadPort(const TypedOption& option, Arguments& to) {
+    to.port = static_cast<std::uint16_t>(ParseWhole(option.name, option.Value(), 1, 65535));
+}
+
 void ReadKeep(const TypedOption& option, Arguments& to) {
     to.keep = option.Value();
     if (!to.keep.empty() && !std::filesystem::is_directory(to.keep))

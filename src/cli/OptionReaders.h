@@ -49,6 +49,8 @@ void ReadPreviewPlace(const TypedOption& option, Arguments& to);
 void ReadStatusXml(const TypedOption& option, Arguments& to);
 void ReadKeep(const TypedOption& option, Arguments& to);
 
+void ReadPort(const TypedOption& option, Arguments& to);
+
 // What a pair is and how it is fused.
 void ReadWeights(const TypedOption& option, Arguments& to);
 void ReadWeightsFrom(const TypedOption& option, Arguments& to);

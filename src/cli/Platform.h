@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 /// What the command needs of the system that it runs on. One file per platform.
 namespace cli::platform {
@@ -15,6 +16,9 @@ void SetEnvironment(const char* name, const char* value);
 
 /// The most memory that this process has had in use so far, in bytes.
 [[nodiscard]] std::uint64_t PeakMemory();
+
+/// Asks the desktop to show an address. False when nothing there does.
+[[nodiscard]] bool OpenInBrowser(const std::string& address);
 
 /// From here on the first request to stop (SIGINT, SIGTERM, SIGHUP) is only noted; a second one stops the
 /// process.

@@ -3,8 +3,10 @@
 #include <atomic>
 #include <csignal>
 #include <initializer_list>
+#include <spawn.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace cli::platform {
@@ -38,6 +40,16 @@ std::uint64_t PeakMemory() {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
     return static_cast<std::uint64_t>(usage.ru_maxrss) * 1024;
+}
+
+bool OpenInBrowser(const std::string& address) {
+    std::string program = "xdg-open", argument = address;
+    char* const arguments[] = {program.data(), argument.data(), nullptr};
+    pid_t child = 0;
+    // It hands the address on and is done.
+    int outcome = 0;
+    return posix_spawnp(&child, program.c_str(), nullptr, nullptr, arguments, environ) == 0 &&
+           waitpid(child, &outcome, 0) == child && WIFEXITED(outcome) && WEXITSTATUS(outcome) == 0;
 }
 
 void CatchInterrupts() {

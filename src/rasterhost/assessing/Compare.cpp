@@ -35,6 +35,7 @@ public:
 
     bool Run() {
         const auto plugin = hostkit::PluginLibrary::FindAndLoad(request.plugin, status);
+        if (plugin) allRows = CountRows(plugin->GetDescription());
         return plugin && PrepareToKeep() && Reduce() && OpenReduced() && AddPlain(Resampling::Bilinear) &&
                AddPlain(Resampling::Cubic) && AddMethods(plugin->GetDescription()) && FindBest() &&
                (!kept || reduced->Keep(*kept, request.replaceKept, status));
@@ -58,7 +59,11 @@ private:
         return kept != nullptr;
     }
 
-    [[nodiscard]] bool GoesOn() const { return !request.progress || request.progress(0.0); }
+    /// Each row of the table counts as one part.
+    [[nodiscard]] bool GoesOn() const {
+        const double done = static_cast<double>(report.entries.size());
+        return !request.progress || request.progress(allRows > 0.0 ? std::min(done / allRows, 1.0) : 0.0);
+    }
     bool Cancel() {
         report.cancelled = true;
         return Fail(status, HostStatus::Cancelled, "cancelled; nothing was compared");
@@ -132,6 +137,15 @@ private:
         const hostkit::AxisPlacement placement(grid, multispectral->GetInfo());
         UpsampledRows rows(*multispectral, placement, hostkit::WholeImage(grid), resampling, false);
         return Add({{}, {}, resampling, {}, {}, {}}, rows);
+    }
+
+    /// Of the table, if no method is left out.
+    [[nodiscard]] double CountRows(const PansharpDescription& plugin) const {
+        const int samplings = request.onlyResampling ? 1 : 2;
+        int rows = 2;
+        for (const PansharpMethod& method : hostkit::MethodsOf(plugin))
+            rows += samplings * (hostkit::WeighsBands(method) ? 2 : 1);
+        return rows;
     }
 
     bool AddMethods(const PansharpDescription& plugin) {
@@ -220,6 +234,7 @@ private:
     std::map<std::size_t, std::unique_ptr<InputImage>> truths; ///< by how many of its bands
     std::optional<int> bitDepth;
     std::size_t allBands = 0; ///< of the multispectral image
+    double allRows = 0.0;     ///< that the table is going to have
 };
 
 } // namespace

@@ -11,7 +11,8 @@ namespace rasterhost {
 struct Fusion {
     ProcessSettings settings;
     OutputRules rules;
-    SceneFindings found; ///< what of it was found in the pixels
+    SceneFindings found;  ///< what of it was found in the pixels
+    bool isPlain = false; ///< pan adds nothing: the result is the multispectral bands on its grid
 };
 
 /// That of a request for a pair, with what was found in the pixels for what the request leaves open. False

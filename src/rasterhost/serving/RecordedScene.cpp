@@ -88,13 +88,7 @@ public:
 private:
     /// Puts what was found in the place of what the request leaves open.
     void Resolve() {
-        const Scene& scene = *pair.scene;
-        request.shift = scene.shift;
-        request.measureShift = false;
-        request.findScale = false;
-        if (const auto& scale = scene.sampleOptions.scale) request.scale = {scale->least, scale->greatest};
-        if (scene.pan->GetInfo().bitsPerBand == 16 && !request.scale)
-            request.bitDepth = static_cast<int>(scene.bitDepth);
+        SettlePair(*pair.scene, request);
         request.method = settings.method;
         if (request.weights.empty() && !record.found.detail) TakeEqualWeights();
         if (record.found.detail) {
@@ -223,6 +217,15 @@ bool RecordScene(const SharpenRequest& request, SceneRecord& record, SharpenRepo
     report.seconds = seconds;
     report.threads = 0; // nothing was fused
     return isDone;
+}
+
+void SettlePair(const Scene& scene, PairRequest& request) {
+    request.shift = scene.shift;
+    request.measureShift = false;
+    request.findScale = false;
+    if (const auto& scale = scene.sampleOptions.scale) request.scale = {scale->least, scale->greatest};
+    if (scene.pan->GetInfo().bitsPerBand == 16 && !request.scale)
+        request.bitDepth = static_cast<int>(scene.bitDepth);
 }
 
 SharpenRequest RequestOf(const SceneRecord& record) {

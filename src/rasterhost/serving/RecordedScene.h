@@ -17,6 +17,10 @@ namespace rasterhost {
 /// What comes out of fusing a scene by these rules.
 [[nodiscard]] SceneOutput DescribeResult(const Scene& scene, const OutputRules& rules);
 
+/// Puts what was found when a pair was opened, its shift, scale and depth, in the place of what the request
+/// leaves open.
+void SettlePair(const Scene& scene, PairRequest& request);
+
 /// The request that a record stands for; the files and the run it says nothing of.
 [[nodiscard]] SharpenRequest RequestOf(const SceneRecord& record);
 

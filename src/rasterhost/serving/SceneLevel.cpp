@@ -37,7 +37,8 @@ PixelRect OnLevel(const PixelRect& rect, const PixelRect& part, unsigned level) 
 
 SceneLevel::SceneLevel(const OpenPair& openPair, const Fusion& fusion, unsigned levelNumber)
     : pair(openPair), level(levelNumber), part(openPair.GetScene().part),
-      covered(openPair.GetScene().covered), settings(fusion.settings) {
+      covered(openPair.GetScene().covered), settings(fusion.settings), isPlain(fusion.isPlain) {
+    if (isPlain) settings.lowPass = nullptr;
     const Scene& scene = pair.GetScene();
     for (std::size_t position = 0; position < scene.images.size(); ++position)
         AddImage(position, settings.bands);

@@ -61,7 +61,7 @@ private:
     hostkit::PixelRect part, covered;
     std::vector<Beneath> beneath;
     ProcessSettings settings;
-    bool isPlain = false; ///< the result is the multispectral image
+    bool isPlain; ///< the result is the multispectral image
 };
 
 } // namespace rasterhost

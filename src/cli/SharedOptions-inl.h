@@ -1,0 +1,154 @@
+// Options of more than one command, for OptionTable.cpp alone.
+#pragma once
+
+#include "cli/OptionReaders.h"
+#include "cli/OptionTable.h"
+
+namespace cli {
+
+namespace {
+
+constexpr std::string_view inputHeading = "Inputs and outputs";
+constexpr std::string_view fusionHeading = "Fusion";
+constexpr std::string_view qualityHeading = "Quality";
+constexpr std::string_view runHeading = "Running";
+constexpr std::string_view advancedHeading = "Advanced";
+constexpr std::string_view helpHeading = "Help";
+
+} // namespace
+
+// Those that others ask for by their handle.
+namespace option {
+
+constexpr OptionEntry method = {{"--method", "METHOD", "what the plug-in recommends", fusionHeading,
+                                 "how to fuse; 'pansharp methods' lists what there is"},
+                                SetText<&Arguments::method>};
+constexpr OptionEntry weights = {
+    {"-w,--weights", "W1,W2,...|equal|auto", "auto", fusionHeading,
+     "weights of the multispectral bands in the simulated pan, one a band, in order; 'equal' gives each, the "
+     "infrared band too, the same share of 1; 'auto' fits them, so that the weighted bands come as near to "
+     "pan as can be"},
+    ReadWeights};
+constexpr OptionEntry weightsFrom = {{"--weights-from", "RUN.json", "", fusionHeading,
+                                      "the weights of an earlier run, from what it printed with --json; that "
+                                      "of the infrared band too, or blur and gains in their place"},
+                                     ReadWeightsFrom};
+constexpr OptionEntry infrared = {
+    {"--infrared", "FILE[,band=N]", "", fusionHeading,
+     "an infrared band that takes part in the simulated pan and is not written"},
+    SetInput<&Arguments::infrared>};
+constexpr OptionEntry infraredWeight = {{"--infrared-weight", "W", "fitted, or the share of one band",
+                                         fusionHeading, "weight of the infrared band in the simulated pan"},
+                                        ReadInfraredWeight};
+constexpr OptionEntry transfer = {{"--mtf", "auto|G", "auto", fusionHeading,
+                                   "modulation transfer of the multispectral sensor at the Nyquist frequency "
+                                   "of its pixels, 0.05 to 0.9, which pan's low-pass is to have; 'auto' "
+                                   "measures it on the pair. For methods that compare pan with its low-pass"},
+                                  ReadTransfer};
+constexpr OptionEntry gains = {{"--gains", "auto|A1:B1,...", "auto", fusionHeading,
+                                "what each multispectral band, in order, takes of pan's detail: A of it, and "
+                                "B of it times the band's ratio to pan's low-pass; 'auto' fits them one "
+                                "scale down, where the truth is known. For the same methods"},
+                               ReadGains};
+constexpr OptionEntry projwin = {{"--projwin", "ULX ULY LRX LRY", "all of pan", fusionHeading,
+                                  "fuse only the part between these corners, upper left and lower right, in "
+                                  "map units of pan; the pixels are those that the whole has there"},
+                                 ReadPart};
+constexpr OptionEntry bbox = {{"--bbox", "XMIN YMIN XMAX YMAX", "all of pan", fusionHeading,
+                               "the same, by the least and greatest coordinates"},
+                              ReadPart};
+constexpr OptionEntry noData = {{"--nodata", "V", "what the files declare", fusionHeading,
+                                 "the sample value that means no data, in every input and in the output"},
+                                ReadNoData};
+constexpr OptionEntry reference = {
+    {"--reference", "TRUTH", "", inputHeading, "what the image should be: the same bands and pixels"},
+    nullptr,
+    true};
+constexpr OptionEntry pan = {
+    {"--pan", "PAN", "", inputHeading,
+     "the panchromatic raster that the image was made of; or, alone, a .pansharp file, which names both"}};
+constexpr OptionEntry ms = {
+    {"--ms", "MS", "", inputHeading, "the multispectral raster that it was made of"}, nullptr, true};
+constexpr OptionEntry simd = {{"--simd", "TARGET", "the best, or what PANSHARP_SIMD names", advancedHeading,
+                               "vector instructions to use, or 'scalar'; the pixels do not depend on it"},
+                              nullptr,
+                              false,
+                              "scalar"};
+constexpr OptionEntry version = {{"--version", "", "", helpHeading,
+                                  "print the versions of the program and of the plug-in and the vector "
+                                  "instructions in use; so does 'pansharp version'"}};
+constexpr OptionEntry help = {{"-h,--help", "", "", helpHeading, "print this help"}};
+
+} // namespace option
+
+namespace {
+
+constexpr OptionEntry jsonOption = {
+    {"--json", "", "", runHeading,
+     "print one JSON object on standard output instead of text, on failure too"},
+    SetFlag<&Arguments::json>};
+constexpr OptionEntry pluginOption = {{"--plugin", "FILE", "the installed one, or what PANSHARP_PLUGIN names",
+                                       advancedHeading, "the plug-in to run"},
+                                      SetText<&Arguments::plugin>};
+constexpr OptionEntry bandsOption = {{"-b,--bands", "LIST", "all", fusionHeading,
+                                      "multispectral bands to write, by number from 1, in order, such as "
+                                      "3,2,1; the others only take part in the simulated pan"},
+                                     ReadBands};
+
+constexpr OptionEntry bitDepthOption = {
+    {"--bit-depth", "N", "what the files declare, else all", fusionHeading,
+     "bits that are used of 16-bit samples, 9 to 16, such as 11; no result is larger"},
+    SetWhole<&Arguments::bitDepth, 9, 16>};
+constexpr OptionEntry noNoDataOption = {
+    {"--no-nodata", "", "", fusionHeading,
+     "take every sample as data, whatever the files declare, and zeros along the edge too"},
+    ReadNoNoData};
+
+constexpr OptionEntry shiftOption = {
+    {"--shift", "DX,DY|auto", "0,0", fusionHeading,
+     "how far the multispectral content lies right of and below its place, in its pixels, as 'pansharp info' "
+     "tells; it is moved back. 'auto' measures it"},
+    ReadShift};
+constexpr OptionEntry resamplingOption = {{"-r,--resampling", "bilinear|cubic", "cubic", fusionHeading,
+                                           "how the multispectral bands are brought to the pixels of pan"},
+                                          SetResampling<&Arguments::resampling>};
+constexpr OptionEntry blurOption = {
+    {"--mtf", "G1,G2,...", "0.3", qualityHeading,
+     "modulation transfer of the multispectral sensor at the Nyquist frequency, one for all bands or one a "
+     "band, that of an infrared one last: the Gaussian blur to degrade with has it, too"},
+    ReadBlur};
+constexpr OptionEntry panBlurOption = {{"--mtf-pan", "G", "0.15", qualityHeading, "the same of pan"},
+                                       ReadPanBlur};
+constexpr OptionEntry noDataOfAllOption = {
+    {"--nodata", "V", "what the files declare", qualityHeading,
+     "the sample value that means no data, in every image; such pixels are left out"},
+    ReadNoData};
+constexpr OptionEntry noNoDataOfAllOption = {
+    {"--no-nodata", "", "", qualityHeading, "take every sample as data, whatever the files declare"},
+    ReadNoNoData};
+
+constexpr PositionalEntry sharpenPositionals[] = {
+    {"PAN", "the panchromatic raster: one band, as fine as the result is to be; or, alone, a .pansharp file, "
+            "which describes a scene"},
+    {"MS",
+     "the multispectral bands, in order: one file with several bands, several files, or FILE,band=N for one "
+     "band of a file"},
+};
+
+constexpr OptionEntry scaleOption = {
+    {"--scale", "MIN,MAX|auto", "", fusionHeading,
+     "map these values of all inputs, of whatever type, to 16 bits; the output records scale and offset. "
+     "'auto' finds them in a part of the inputs"},
+    ReadScale};
+constexpr OptionEntry sameCornerOption = {
+    {"--same-corner", "", "", fusionHeading,
+     "take the inputs to have the corner and extent of pan, whatever their positions say"},
+    SetFlag<&Arguments::sameCorner>};
+
+constexpr OptionEntry threadsOption = {
+    {"-j,--threads", "N", "one a processor", runHeading, "threads that fuse"},
+    SetWhole<&Arguments::threads, 1, 1024>};
+
+} // namespace
+
+} // namespace cli

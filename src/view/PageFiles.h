@@ -1,0 +1,19 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+namespace view {
+
+/// A file of the page.
+struct PageFile {
+    std::string type;
+    std::shared_ptr<const std::string> content;
+};
+
+/// The files of the page by the path that asks for them, read once from beside the program. Empty where the
+/// page was not built.
+[[nodiscard]] std::map<std::string, PageFile> ReadPageFiles();
+
+} // namespace view

@@ -1,0 +1,39 @@
+#include "view/QualityTable.h"
+
+#include <nlohmann/json.hpp>
+
+#include <exception>
+
+namespace view {
+
+using Json = nlohmann::ordered_json;
+
+QualityTable::~QualityTable() {
+    isStopping = true;
+    if (thread.joinable()) thread.join();
+}
+
+std::string QualityTable::Get() {
+    const std::scoped_lock lock(mutex);
+    if (!thread.joinable()) thread = std::thread([this] { Run(); });
+    if (!outcome.empty()) return outcome;
+    return Json{{"state", "running"}, {"progress", progress.load()}}.dump();
+}
+
+void QualityTable::Run() {
+    std::string made;
+    try {
+        const std::string table = make([this](double done) {
+            progress = done;
+            return !isStopping;
+        });
+        made = R"({"state":"done","table":)" + table + "}";
+    } catch (const std::exception& error) {
+        made = Json{{"state", "failed"}, {"message", error.what()}}.dump(-1, ' ', false,
+                                                                         Json::error_handler_t::replace);
+    }
+    const std::scoped_lock lock(mutex);
+    outcome = std::move(made);
+}
+
+} // namespace view

@@ -1,0 +1,75 @@
+#include "view/WindowFile.h"
+
+#include "rasterhost/requests/GdalErrors.h"
+#include "rasterhost/writing/OutputDescription.h"
+#include "view/BadRequest.h"
+
+#include <cpl_conv.h>
+#include <cpl_vsi.h>
+#include <gdal_priv.h>
+
+#include <atomic>
+#include <stdexcept>
+
+namespace view {
+
+namespace {
+
+constexpr std::uint64_t mostBytes = std::uint64_t{64} << 20;
+
+void Place(GDALDataset& file, const rasterhost::Scene& scene, const hostkit::PixelRect& window) {
+    auto place = rasterhost::PlaceOfPart(scene);
+    if (!place) return;
+    auto& [x, acrossX, downX, y, acrossY, downY] = *place;
+    x += window.col0 * acrossX + window.row0 * downX;
+    y += window.col0 * acrossY + window.row0 * downY;
+    file.SetGeoTransform(place->data());
+}
+
+} // namespace
+
+std::string MakeWindowFile(ViewedScene& scene, const Look& look, const hostkit::PixelRect& window) {
+    Look of = look;
+    if (of.layer == Layer::Pan) throw BadRequest("layer: pan is a file already; take upsampled or sharpened");
+    const auto dataset = scene.GetDataset(of);
+    const std::uint64_t bytes = std::uint64_t{window.GetColumns()} * window.GetRows() * dataset->GetBands() *
+                                (dataset->GetBits() / 8);
+    if (bytes > mostBytes)
+        throw BadRequest("window: it would take " + std::to_string(bytes >> 20) +
+                         " MB, and 64 are allowed; zoom in, or copy the command and run it");
+    Pixels pixels = scene.Read(of, 0, window);
+    const rasterhost::GdalErrors errors;
+    const CPLConfigOptionSetter inside("GDAL_TIFF_INTERNAL_MASK", "YES", false); // of this thread
+    GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GTiff");
+    static std::atomic<unsigned> count = 0;
+    const std::string name = "/vsimem/pansharp-window-" + std::to_string(count++) + ".tif";
+    const CPLStringList options = CPLStringList().AddString("INTERLEAVE=PIXEL").AddString("TILED=YES");
+    const int columns = static_cast<int>(pixels.columns), rows = static_cast<int>(pixels.rows);
+    const int bands = static_cast<int>(pixels.bands);
+    const GDALDataType type = pixels.bits == 8 ? GDT_Byte : GDT_UInt16;
+    GDALDatasetUniquePtr file(
+        driver ? driver->Create(name.c_str(), columns, rows, bands, type, options.List()) : nullptr);
+    bool isWritten = file != nullptr;
+    if (isWritten) {
+        const rasterhost::Fusion& fusion = dataset->GetFusion();
+        rasterhost::DescribeOutput(dataset->GetPair().GetScene(), fusion.rules, {}, *file);
+        Place(*file, scene.GetScene(), window);
+        const GSpacing sample = pixels.bits / 8, pixel = sample * bands;
+        isWritten = file->RasterIO(GF_Write, 0, 0, columns, rows, pixels.samples.data(), columns, rows, type,
+                                   bands, nullptr, pixel, pixel * columns, sample, nullptr) == CE_None;
+        if (isWritten && !pixels.valid.empty() && !fusion.rules.noData)
+            isWritten = file->CreateMaskBand(GMF_PER_DATASET) == CE_None &&
+                        file->GetRasterBand(1)->GetMaskBand()->RasterIO(GF_Write, 0, 0, columns, rows,
+                                                                        pixels.valid.data(), columns, rows,
+                                                                        GDT_Byte, 0, 0, nullptr) == CE_None;
+        file.reset();
+    }
+    vsi_l_offset length = 0;
+    GByte* made = isWritten ? VSIGetMemFileBuffer(name.c_str(), &length, FALSE) : nullptr;
+    std::string content(reinterpret_cast<const char*>(made), made ? static_cast<std::size_t>(length) : 0);
+    VSIUnlink(name.c_str());
+    if (content.empty()) throw std::runtime_error("the window cannot be written" + errors.Reason());
+    return content;
+}
+
+} // namespace view
