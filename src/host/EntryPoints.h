@@ -2,6 +2,7 @@
 
 #include "host/Describe.h"
 #include "host/IRasterProcess.h"
+#include "host/Layout.h"
 
 /// The entry points that a host finds by name in a raster-process library. They share no state and may be
 /// called from any thread; an object is used by one caller at a time.
