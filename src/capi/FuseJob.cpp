@@ -89,6 +89,19 @@ bool ReadPan(const pansharp_image& given, std::uint32_t bits, InputImage& pan, S
     return true;
 }
 
+/// Of images whose rows are asked for: they have no samples, and take packed ones.
+bool TakeRows(pansharp_job& job, Status& status) {
+    static const char anywhere = 0;
+    for (pansharp_image* image : {&job.pan, &job.multispectral, &job.infrared}) {
+        if (image->samples || image->row_stride || image->pixel_stride || image->band_stride)
+            return Refuse(status,
+                          "the samples and strides of the images must be 0: their rows are asked for");
+        if (image->columns != 0) image->samples = &anywhere; // never read
+    }
+    if (job.output.samples) return Refuse(status, "output.samples must be null: fused rows are handed over");
+    return true;
+}
+
 /// One axis of an image under pan.
 struct Axis {
     const char* image;
@@ -251,6 +264,7 @@ bool ReadJob(const pansharp_job& given, const PansharpDescription& plugin, JobUs
              Status& status) {
     pansharp_job known;
     if (!TakeStructure(given, known, status)) return false;
+    if (use == JobUse::Rows && !TakeRows(known, status)) return false;
     const std::uint32_t bits = known.bits_per_sample;
     if (bits != 8 && bits != 16)
         return Refuse(status, FormatString("job.bits_per_sample is %u; samples of 8 and of 16 bits can be "

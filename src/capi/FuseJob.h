@@ -53,8 +53,9 @@ struct FuseJob {
     void* progressData = nullptr;
 };
 
-/// What a job is read for. To fit alone needs no output.
-enum class JobUse { Fuse, Fit };
+/// What a job is read for. To fit alone needs no output; rows come from and go to callbacks, and their images
+/// have no samples.
+enum class JobUse { Fuse, Fit, Rows };
 
 /// False, with an item that names the member of the C structure, when the job cannot be done as it is.
 [[nodiscard]] bool ReadJob(const pansharp_job& given, const PansharpDescription& plugin, JobUse use,

@@ -5,6 +5,7 @@
 #include "capi/FitArrays.h"
 #include "capi/FuseArrays.h"
 #include "capi/FuseJob.h"
+#include "capi/FuseRows.h"
 #include "hostkit/MethodTable.h"
 #include "hostkit/PluginLibrary.h"
 
@@ -211,5 +212,13 @@ pansharp_result pansharp_fuse(const pansharp* library, const pansharp_job* job, 
             !(capi::FitArrays(checked, fit, status) && capi::SettleDetail(fit, checked, status)))
             return PANSHARP_FAILED;
         return capi::FuseArrays(*library->plugin, checked, status);
+    });
+}
+
+pansharp_result pansharp_fuse_rows(const pansharp* library, const pansharp_job* job,
+                                   const pansharp_rows* rows, char* error, size_t error_size) {
+    ErrorText text(error, error_size);
+    return RunJob(library, job, text, capi::JobUse::Rows, [&](capi::FuseJob& checked, Status& status) {
+        return capi::FuseRows(*library->plugin, checked, rows, status);
     });
 }

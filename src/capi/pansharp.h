@@ -211,6 +211,45 @@ PANSHARP_API pansharp_result pansharp_fit_weights(const pansharp* library, const
 PANSHARP_API pansharp_result pansharp_fuse(const pansharp* library, const pansharp_job* job, char* error,
                                            size_t error_size);
 
+/** Which image rows are asked of. */
+typedef enum pansharp_source {
+    PANSHARP_PAN = 0,           /**< the sharp one */
+    PANSHARP_MULTISPECTRAL = 1, /**< the coarse one */
+    PANSHARP_INFRARED = 2       /**< the additional one */
+} pansharp_source;
+
+/** Pixels of an image, by its own columns and rows, counted from 0. */
+typedef struct pansharp_window {
+    uint32_t column;  /**< the first */
+    uint32_t row;     /**< the first */
+    uint32_t columns; /**< how many */
+    uint32_t rows;    /**< how many */
+} pansharp_window;
+
+/** Asked for pixels of an image, of which 'image' is a pansharp_source: packed, bands interleaved by pixel,
+ * at 'samples', which has room for just these. An answer other than 0 ends the work. */
+typedef int (*pansharp_read)(uint32_t image, const pansharp_window* part, void* samples, void* data);
+
+/** Given a fused row, counted as pan's rows are: the window's columns of the output bands, interleaved by
+ * pixel. 'samples' is good during the call. An answer other than 0 ends the work. */
+typedef int (*pansharp_write)(uint32_t row, const void* samples, void* data);
+
+/** Where rows come from and go to. All functions are called on the thread that called pansharp_fuse_rows. */
+typedef struct pansharp_rows {
+    size_t struct_size;     /**< sizeof(pansharp_rows) */
+    pansharp_read read;     /**< gives pixels; some are asked for more than once */
+    pansharp_write write;   /**< takes fused rows, from the top */
+    void* data;             /**< handed to both */
+    pansharp_window window; /**< of pan; all 0: the whole */
+} pansharp_rows;
+
+/** Fuses a window of images that are not in memory: their pixels are asked for as they are needed. The job is
+ * as for pansharp_fuse, but its images have no samples and no strides, and it has no output and uses one
+ * thread. A method that compares pan with its low-pass needs transfer, gains and low_pass_mean, which no
+ * window tells. Any window has the pixels that the whole has there. */
+PANSHARP_API pansharp_result pansharp_fuse_rows(const pansharp* library, const pansharp_job* job,
+                                                const pansharp_rows* rows, char* error, size_t error_size);
+
 #ifdef __cplusplus
 }
 #endif
