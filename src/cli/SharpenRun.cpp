@@ -47,7 +47,9 @@ bool Fuse(const Arguments& request, rasterhost::PreparedPair& pair, SharpenRun& 
 }
 
 void LookAtPair(const Arguments& request, InfoRun& run) {
-    const bool works = run.status.GetCount() == 0 && rasterhost::Preflight(request, run.report, run.status);
+    const bool works =
+        run.status.GetCount() == 0 && rasterhost::Preflight(request, run.report, run.status,
+                                                            request.scene ? &request.scene->found : nullptr);
     run.code = works ? Done : WorkFailed;
 }
 

@@ -123,8 +123,8 @@ double FindOverlap(const Scene& scene) {
 class PreflightRun {
 public:
     PreflightRun(const SharpenRequest& sharpenRequest, PreflightReport& preflightReport,
-                 Status& preflightStatus)
-        : request(sharpenRequest), report(preflightReport), status(preflightStatus) {}
+                 Status& preflightStatus, const SceneFindings* knownFindings)
+        : request(sharpenRequest), report(preflightReport), status(preflightStatus), known(knownFindings) {}
 
     bool Run() {
         const Preparation preparation = Prepare(
@@ -191,6 +191,10 @@ private:
     }
 
     bool FindDetail() {
+        if (known && known->detail) {
+            report.detail = known->detail;
+            return true;
+        }
         report.detail.emplace();
         return FitDetail(*scene, request, request.bitDepth, *report.detail, status);
     }
@@ -239,6 +243,7 @@ private:
     SharpenRequest request; ///< with the weights that were chosen
     PreflightReport& report;
     Status& status;
+    const SceneFindings* known; ///< null when all is to be found
     PreparedPair pair;
     Scene* scene = nullptr; ///< of the pair; null until it is open
     ProcessSettings settings;
@@ -249,11 +254,12 @@ private:
 
 } // namespace
 
-bool Preflight(const SharpenRequest& request, PreflightReport& report, Status& status) {
+bool Preflight(const SharpenRequest& request, PreflightReport& report, Status& status,
+               const SceneFindings* known) {
     report = {};
     double seconds = 0.0;
     const bool isDone =
-        RunOperation([&] { return PreflightRun(request, report, status).Run(); }, seconds, status);
+        RunOperation([&] { return PreflightRun(request, report, status, known).Run(); }, seconds, status);
     report.seconds = seconds;
     return isDone;
 }

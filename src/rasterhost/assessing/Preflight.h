@@ -63,8 +63,9 @@ struct PreflightReport {
 
 /// Checks what `Sharpen` would be given, and whether an output, if one is named, can be written there. May be
 /// cancelled by `progress` of the request. False with the reasons for which `Sharpen` would fail, in the same
-/// words; the report then has what was found until then.
+/// words; the report then has what was found until then. Blur and gains that are `known`, which may be null,
+/// are not looked for again.
 [[nodiscard]] bool Preflight(const SharpenRequest& request, PreflightReport& report,
-                             KOVA::Tessara::Fundament::Status& status);
+                             KOVA::Tessara::Fundament::Status& status, const SceneFindings* known = nullptr);
 
 } // namespace rasterhost

@@ -18,6 +18,7 @@
 namespace rasterhost {
 
 using KOVA::Tessara::Fundament::StartsWith;
+using KOVA::Tessara::Fundament::ToLower;
 
 namespace {
 
@@ -77,6 +78,12 @@ bool CheckConfinedFormat(GDALDriver* driver, const std::string& file, Status& st
                 file.c_str(), driver->GetDescription());
 }
 
+/// True for metadata that came with an image, which GDAL reads for the image and does not open: not for what
+/// may be its overviews.
+bool IsMetadataOf(GDALDataset& dataset, const std::string& file) {
+    return ToLower(file).ends_with(".xml") && !dataset.GetMetadataItem("OVERVIEW_FILE", "OVERVIEWS");
+}
+
 GDALDriver* FindOpener(const std::string& file) {
     const GdalErrors silence;
     return GDALDriver::FromHandle(GDALIdentifyDriverEx(file.c_str(), GDAL_OF_RASTER, nullptr, nullptr));
@@ -93,18 +100,18 @@ public:
         const CPLStringList list(dataset.GetFileList());
         for (int i = 0; i < list.size(); ++i)
             if (const std::string file = list[i]; file != input && seen.insert(file).second)
-                if (!CheckFile(input, file, level)) return false;
+                if (!CheckFile(input, dataset, file, level)) return false;
         return true;
     }
 
 private:
-    bool CheckFile(const std::string& input, const std::string& file, int level) {
+    bool CheckFile(const std::string& input, GDALDataset& dataset, const std::string& file, int level) {
         constexpr int mostNested = 32;
         const std::string start = ReadStart(file, 256);
         if (LooksLikeRecord(start)) return RefuseDescription(input, file, status);
         if (!root.empty()) // formats that have sources of their own are refused
             return CheckStaysIn(root, file, "a source of the input '" + input + "'", status) &&
-                   CheckConfinedFormat(FindOpener(file), file, status);
+                   (IsMetadataOf(dataset, file) || CheckConfinedFormat(FindOpener(file), file, status));
         if (start.find("<VRTDataset") == std::string::npos || level >= mostNested) return true;
         const GdalErrors silence;
         const GDALDatasetUniquePtr source(GDALDataset::Open(file.c_str(), GDAL_OF_RASTER));

@@ -227,6 +227,17 @@ TEST(RecordedScene, IsMadeOfImagesThatAreNoDescriptionsAndStayInTheirFolder) {
     fails(vrt("far.vrt", elsewhere / "pan.tif"), "", nullptr);
     std::ofstream(folder / "pan.tif.ovr") << testfiles::ReadText(folder / "far.vrt");
     fails(plain, root, "is of the format VRT");
+    const std::string withMetadata =
+        folder / "IMG_PHR1A_P_001_R1C1.TIF"; // beside it, as satellite images have it
+    fs::copy_file(plain, withMetadata);
+    std::ofstream(folder / "DIM_PHR1A_P_001.XML")
+        << "<Dimap_Document><Metadata_Identification><METADATA_FORMAT version='2.0'>DIMAP</METADATA_FORMAT>"
+           "</Metadata_Identification><Dataset_Content/></Dimap_Document>";
+    fails(withMetadata, root, nullptr);
+    std::ofstream(withMetadata + ".aux.xml")
+        << "<PAMDataset><Metadata domain='OVERVIEWS'><MDI key='OVERVIEW_FILE'>"
+           "DIM_PHR1A_P_001.XML</MDI></Metadata></PAMDataset>";
+    fails(withMetadata, root, "is of the format DIMAP");
 }
 
 } // namespace
