@@ -216,7 +216,7 @@ bool SceneDataset::MakeBlocks(const PixelRect& blocks, bool isMaskAlone, Scratch
     std::iota(wanted.begin(), wanted.end(), 0u);
     const std::size_t sample = scene->GetBits() / 8, line = sample * rect.GetColumns();
     const std::size_t plane = line * rect.GetRows();
-    auto& [samples, valid] = scratch;
+    std::vector<unsigned char>&samples = scratch.samples, &valid = scratch.valid;
     const auto hand = [&](int band, const unsigned char* first, std::size_t bytes) {
         for (std::uint32_t row = blocks.row0; row < blocks.row1; ++row)
             for (std::uint32_t column = blocks.col0; column < blocks.col1; ++column) {
