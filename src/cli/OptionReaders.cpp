@@ -196,7 +196,16 @@ void ReadScale(const TypedOption& option, Arguments& to) {
 }
 
 void ReadBands(const TypedOption& option, Arguments& to) {
-    to.bands = ParseBandList(option.name, option.Value());
+    BandList list = ParseBandList(option.name, option.Value());
+    to.bands = std::move(list.numbers);
+    to.bandNames = std::move(list.names);
+}
+
+void ReadNaturalColours(const TypedOption& option, Arguments& to) {
+    if (!to.bands.empty() || !to.bandNames.empty())
+        throw UsageError("--bands and --rgb both say which bands to write; give one of them");
+    to.bandNames = {"red", "green", "blue"};
+    (void)option;
 }
 
 void ReadNoData(const TypedOption& option, Arguments& to) {

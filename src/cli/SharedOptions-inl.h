@@ -91,9 +91,14 @@ constexpr OptionEntry pluginOption = {{"--plugin", "FILE", "the installed one, o
                                        advancedHeading, "the plug-in to run"},
                                       SetText<&Arguments::plugin>};
 constexpr OptionEntry bandsOption = {{"-b,--bands", "LIST", "all", fusionHeading,
-                                      "multispectral bands to write, by number from 1, in order, such as "
-                                      "3,2,1; the others only take part in the simulated pan"},
+                                      "multispectral bands to write, in order, by number from 1, such as "
+                                      "3,2,1, or by name, such as red,green,blue,nir; the others only take "
+                                      "part in the simulated pan. Names come from the product, else from "
+                                      "what the files say of their bands"},
                                      ReadBands};
+constexpr OptionEntry rgbOption = {
+    {"--rgb", "", "", fusionHeading, "write red, green and blue: the same as --bands red,green,blue"},
+    ReadNaturalColours};
 
 constexpr OptionEntry bitDepthOption = {
     {"--bit-depth", "N", "what the files declare, else all", fusionHeading,

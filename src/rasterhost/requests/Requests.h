@@ -24,6 +24,10 @@ using fitting::BandGains;
 struct InputBand {
     std::string file;
     std::optional<int> band;
+    /// Of that band, where a product tells: its name (reading/BandNames.h) and the centre of what it sees, in
+    /// micrometres. Else the file is asked.
+    std::string name = {};
+    std::optional<double> wavelength = {};
 };
 
 /// The images of a pair, their placement, how they are sampled on the grid of pan, what counts as data, and
@@ -34,6 +38,8 @@ struct PairRequest {
     std::optional<InputBand> infrared;
     /// Multispectral bands to write, counted from 1, in order; empty for all.
     std::vector<int> bands;
+    /// The same by name, in the place of numbers; ResolveBands (scene/BandChoice.h) puts those there.
+    std::vector<std::string> bandNames;
     hostkit::Resampling resampling = hostkit::Resampling::Cubic;
 
     /// All images have the corner and extent of pan, whatever their georeferencing says.
