@@ -50,7 +50,7 @@ constexpr OptionEntry sharpenOptions[] = {
     bandsOption,
     rgbOption,
     resamplingOption,
-    bitDepthOption,
+    option::bitDepth,
     option::projwin,
     option::bbox,
     scaleOption,
@@ -91,9 +91,9 @@ constexpr OptionEntry sharpenOptions[] = {
     option::help,
 };
 
-constexpr OptionEntry infoOptions[] = {option::method, option::infrared, bandsOption,    rgbOption, bitDepthOption,
-                                       scaleOption,    sameCornerOption, option::noData, noNoDataOption,
-                                       jsonOption,     pluginOption,     option::help};
+constexpr OptionEntry infoOptions[] = {option::method,   option::infrared, bandsOption,      rgbOption,
+                                       option::bitDepth, scaleOption,      sameCornerOption, option::noData,
+                                       noNoDataOption,   jsonOption,       pluginOption,     option::help};
 
 constexpr PositionalEntry assessPositionals[] = {
     {"FUSED", "the image to assess: one file, or FILE,band=N for each band, in order"},
@@ -132,7 +132,7 @@ constexpr OptionEntry compareOptions[] = {
     {{"-r,--resampling", "bilinear|cubic", "both", fusionHeading,
       "sample the multispectral bands in this way only"},
      SetResampling<&Arguments::onlyResampling>},
-    bitDepthOption,
+    option::bitDepth,
     scaleOption,
     sameCornerOption,
     shiftOption,
@@ -156,7 +156,7 @@ constexpr OptionEntry viewOptions[] = {
     bandsOption,
     rgbOption,
     resamplingOption,
-    bitDepthOption,
+    option::bitDepth,
     option::projwin,
     option::bbox,
     scaleOption,

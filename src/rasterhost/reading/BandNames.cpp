@@ -44,7 +44,7 @@ bool HasWord(std::string_view words, std::string_view word) {
     return false;
 }
 
-const BandName* Find(std::string_view word) {
+const BandName* FindKnown(std::string_view word) {
     for (const BandName& known : knownNames)
         if (word == known.name || HasWord(known.others, word)) return &known;
     return nullptr;
@@ -64,7 +64,7 @@ std::vector<std::string> WordsOf(std::string_view text) {
     return words;
 }
 
-std::string Join(std::span<const std::string> words) {
+std::string JoinWords(std::span<const std::string> words) {
     std::string joined;
     for (const std::string& word : words)
         joined += word;
@@ -76,7 +76,7 @@ constexpr std::size_t mostWords = 3; // of a name
 } // namespace
 
 std::string FindBandName(std::string_view text) {
-    const BandName* known = Find(Join(WordsOf(text)));
+    const BandName* known = FindKnown(JoinWords(WordsOf(text)));
     return std::string(known ? known->name : "");
 }
 
@@ -88,8 +88,8 @@ std::string NameInDescription(std::string_view description) {
         std::size_t count = std::min(mostWords, words.size() - first);
         const BandName* known = nullptr;
         for (; count > 0 && !known; --count)
-            if (const std::string word = Join(std::span(words).subspan(first, count)); word.size() > 2)
-                known = Find(word);
+            if (const std::string word = JoinWords(std::span(words).subspan(first, count)); word.size() > 2)
+                known = FindKnown(word);
         if (known && found && known != found) return {};
         if (known) found = known;
         first += known ? count + 1 : 1;
@@ -100,8 +100,8 @@ std::string NameInDescription(std::string_view description) {
 std::string NameAtEnd(std::string_view stem) {
     const std::vector<std::string> words = WordsOf(stem);
     for (std::size_t count = std::min(mostWords, words.size()); count > 0; --count)
-        if (const std::string word = Join(std::span(words).last(count)); word.size() > 2)
-            if (const BandName* known = Find(word)) return std::string(known->name);
+        if (const std::string word = JoinWords(std::span(words).last(count)); word.size() > 2)
+            if (const BandName* known = FindKnown(word)) return std::string(known->name);
     return {};
 }
 

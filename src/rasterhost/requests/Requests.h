@@ -103,6 +103,9 @@ struct OutputRequest {
     /// Further files that the caller reads or writes, each with what it is, such as "the settings": the
     /// output replaces none of them.
     std::vector<std::pair<std::string, std::string>> otherFiles;
+    /// Samples of 8 bits, each band stretched from the 2nd to the 98th percentile of its own: to be looked
+    /// at, not to be measured in.
+    bool isPicture = false;
     bool alpha = false;      ///< writes a last band that marks where there is data
     bool hasPreview = false; ///< a picture is going to be made of the output, which takes memory, too
 };

@@ -37,7 +37,7 @@ bool ReadNames(const PairRequest& request, std::vector<std::string>& names, Stat
     return true;
 }
 
-bool Resolve(PairRequest& request, Status& status) {
+bool ResolveNames(PairRequest& request, Status& status) {
     std::vector<std::string> names;
     if (!ReadNames(request, names, status)) return false;
     for (const std::string& wanted : request.bandNames) {
@@ -59,7 +59,7 @@ bool Resolve(PairRequest& request, Status& status) {
 bool ResolveBands(PairRequest& request, Status& status) {
     double seconds = 0.0;
     return request.bandNames.empty() ||
-           RunOperation([&] { return Resolve(request, status); }, seconds, status);
+           RunOperation([&] { return ResolveNames(request, status); }, seconds, status);
 }
 
 ShownBands FindShownBands(const Scene& scene) {
