@@ -4,7 +4,6 @@
 #include "cli/RunWeights.h"
 #include "rasterhost/assessing/Compare.h"
 #include "rasterhost/assessing/Preview.h"
-#include "rasterhost/products/FindProduct.h"
 #include "rasterhost/serving/RecordedScene.h"
 
 #include <cstdint>
@@ -30,7 +29,6 @@ struct Arguments : rasterhost::SharpenRequest,
     std::string listen = "127.0.0.1";  ///< address to serve at
     std::optional<std::uint16_t> port; ///< without one a usual one, or any that is free
     bool opensBrowser = false;
-    std::optional<rasterhost::Product> product;   ///< that the pair was taken from
     std::optional<rasterhost::SceneRecord> scene; ///< that a file describes, instead of a pair
 };
 

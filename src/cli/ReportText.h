@@ -1,7 +1,6 @@
 #pragma once
 
 #include "rasterhost/fusing/Sharpen.h"
-#include "rasterhost/scene/BandChoice.h"
 
 #include <cstdint>
 #include <string>
@@ -24,7 +23,6 @@ namespace cli {
 
 /// What the picture beside the output shows: a line to follow the report.
 [[nodiscard]] std::string FormatPreview(const std::string& file, const rasterhost::SharpenRequest& request,
-                                        const rasterhost::SharpenReport& report,
-                                        const rasterhost::ShownBands& bands);
+                                        const rasterhost::SharpenReport& report);
 
 } // namespace cli

@@ -77,7 +77,7 @@ public:
         }
         const unsigned flags = MHD_USE_EPOLL | MHD_USE_INTERNAL_POLLING_THREAD | MHD_USE_SUSPEND_RESUME |
                                (address.isSix ? static_cast<unsigned>(MHD_USE_IPv6) : 0u);
-        constexpr std::size_t headerBytes = 32 * 1024;
+        constexpr std::size_t headerBytes = std::size_t{32} * 1024;
         errno = 0;
         daemon = MHD_start_daemon(
             flags, options.port, nullptr, nullptr, &MicroServer::Access, this, MHD_OPTION_SOCK_ADDR,
@@ -113,7 +113,7 @@ public:
             MHD_resume_connection(left->connection);
         }
         MHD_stop_daemon(daemon);
-        if (listening != MHD_INVALID_SOCKET) close(listening);
+        if (listening != MHD_INVALID_SOCKET) (void)close(listening);
     }
 
     [[nodiscard]] std::uint16_t GetPort() const override {

@@ -49,7 +49,7 @@ rasterhost::BandGains ReadGains(std::string_view text) {
 }
 
 std::vector<int> ReadBands(const std::string& text) {
-    const auto bands = ReadList<int>("bands", text, [](std::string_view part) {
+    auto bands = ReadList<int>("bands", text, [](std::string_view part) {
         return static_cast<int>(ReadWhole("bands", part, 1, 65535));
     });
     for (const int band : bands)

@@ -93,8 +93,8 @@ std::unique_ptr<ViewedScene> ViewedScene::Open(const SharpenRequest& request,
             for (const rasterhost::PlacedImage& image : first.scene->images)
                 known.collars.push_back(image.image->GetDescription()->collar);
             // What is settled is not looked for again; each of the two has files of its own.
-            const auto open = [&](rasterhost::PreparedPair& pair) {
-                return rasterhost::Prepare(base, base, Ignore, pair, status, &known) == Preparation::Done;
+            const auto open = [&](rasterhost::PreparedPair& into) {
+                return rasterhost::Prepare(base, base, Ignore, into, status, &known) == Preparation::Done;
             };
             rasterhost::PreparedPair fitted;
             if (!open(fitted) || !open(second)) return false;

@@ -71,15 +71,15 @@ export function drawControls(scene, view, on) {
 
   const fillSliders = (found) => {
     const names = scene.bands.map(({ number, name }) => name || `band ${number}`), parts = [];
-    if (found.weights) parts.push(...sliders('Weights of the bands in the simulated pan', view.weights ?? found.weights, names, { min: 0, max: 1, step: 0.005 }, (weights) => { view.weights = weights; }));
+    if (found.weights) parts.push(...sliders('Weights of the bands in the simulated pan', view.weights ?? found.weights, names, { min: Math.min(0, ...found.weights), max: Math.max(1, ...found.weights.map((weight) => 2 * weight)), step: 'any' }, (weights) => { view.weights = weights; }));
     if (found.mtf !== undefined) {
       const mtf = view.mtf ?? found.mtf;
-      parts.push(...sliders('Modulation transfer of the bands', [mtf], ['transfer'], { min: 0.05, max: 0.9, step: 0.01 }, ([moved]) => { view.mtf = moved; view.gains ??= found.gains; }));
+      parts.push(...sliders('Modulation transfer of the bands', [mtf], ['transfer'], { min: 0.05, max: 0.9, step: 0.005 }, ([moved]) => { view.mtf = moved; view.gains ??= found.gains; }));
     }
     if (found.gains) {
       const gains = view.gains ?? found.gains, most = Math.max(2, ...gains.flat());
       const set = (of) => (moved) => { view.gains = (view.gains ?? gains).map((pair, at) => (of === 0 ? [moved[at], pair[1]] : [pair[0], moved[at]])); view.mtf ??= found.mtf; };
-      const range = { min: 0, max: most, step: 0.01 };
+      const range = { min: 0, max: most, step: 'any' };
       parts.push(...sliders('What each band takes of the detail of pan', gains.map((pair) => pair[0]), names, range, set(0)));
       parts.push(...sliders('and by its ratio to pan', gains.map((pair) => pair[1]), names, range, set(1)));
     }

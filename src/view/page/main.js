@@ -77,8 +77,13 @@ class Page {
 
   /** What the server fitted, for the sliders to begin with. */
   async fetchParameters() {
+    const { method } = this.view;
+    this.parameters = {};
+    this.controls.refresh({}, true); // those of another method would say nothing of this one
     try {
-      this.parameters = await getJson(`parameters.json?${lookQuery(this.view)}`);
+      const found = await getJson(`parameters.json?${lookQuery(this.view)}`);
+      if (method !== this.view.method) return; // another one was chosen meanwhile
+      this.parameters = found;
       trouble.clear();
     } catch (error) {
       this.parameters = {};

@@ -33,8 +33,9 @@ export function makeSlider(name, value, { min, max, step }, onInput) {
   const output = make('output', { textContent: show(value) });
   const input = make('input', { type: 'range', min, max, step, value, 'aria-label': name });
   input.addEventListener('input', () => {
-    output.textContent = show(input.value);
-    onInput(Number(input.value));
+    const moved = Number(Number(input.value).toPrecision(4)); // as many digits as a hand can set
+    output.textContent = show(moved);
+    onInput(moved);
   });
   return make('label', { className: 'slider' }, make('span', { textContent: name, title: name }), input, output);
 }

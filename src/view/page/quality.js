@@ -11,7 +11,7 @@ function drawTable(target, table, onChoose) {
     const choose = entry.plain ? make('span', { textContent: name }) : make('button', { type: 'button', textContent: name, title: 'Look at it' });
     choose.addEventListener('click', () => entry.plain || onChoose(entry));
     const first = make('td', {}, choose, make('br'), make('small', { textContent: detail }));
-    const numbers = [entry.ergas, entry.sam, entry.mean_q].map((value) => make('td', { className: 'number', textContent: value === null ? '' : show(value) }));
+    const numbers = [entry.ergas, entry.sam, entry.mean_q].map((value) => make('td', { className: 'number', textContent: value === null ? '' : value.toFixed(3) }));
     const line = make('tr', {}, first, ...numbers);
     if (at === table.best) {
       line.className = 'best';

@@ -1,4 +1,4 @@
-#include "rasterhost/requests/RecordPart.h"
+#include "rasterhost/serving/RecordPart.h"
 
 #include "fundament/Text.h"
 
