@@ -1,6 +1,7 @@
 #include "hostkit/PluginLibrary.h"
 
 #include "CodedImage.h"
+#include "fundament/Platform.h"
 #include "hostkit/ArrayWorkspace.h"
 #include "hostkit/HostKitStatus.h"
 #include "support/System.h"
@@ -22,8 +23,10 @@ using KOVA::Tessara::Global::NameValueMap;
 using testing::HasSubstr;
 
 TEST(PluginLibrary, RefusesWhatItCannotUse) {
-    const std::filesystem::path text = std::filesystem::temp_directory_path() / "hostkit-no-library.process";
-    std::ofstream(text) << "no library\n";
+    namespace Platform = KOVA::Tessara::Fundament::Platform;
+    const std::string text =
+        Platform::FromPath(std::filesystem::temp_directory_path()) + "/hostkit-\xC3\xA4\xE6\x9C\xA8.process";
+    std::ofstream(Platform::ToPath(text)) << "no library\n";
     const struct {
         std::string path;
         std::uint32_t id;
@@ -31,8 +34,12 @@ TEST(PluginLibrary, RefusesWhatItCannotUse) {
     } cases[] = {
         {"/nowhere/Pansharp.process", hostkit::HostKitStatus::PluginNotFound, "PANSHARP_PLUGIN"},
         {"/", hostkit::HostKitStatus::PluginNotFound, "no plug-in file '/'"},
-        {"libc.so.6", hostkit::HostKitStatus::PluginNotFound, "libc.so.6"}, // not from the system's folders
-        {text.string(), hostkit::HostKitStatus::PluginNotLoaded, "cannot be loaded"},
+        // Not from the system's folders, and no devices.
+        {support::isWindows ? "kernel32.dll" : "libc.so.6", hostkit::HostKitStatus::PluginNotFound,
+         "no plug-in file"},
+        {support::isWindows ? "NUL" : "/dev/null", hostkit::HostKitStatus::PluginNotFound, "no plug-in file"},
+        {std::string(300, 'x'), hostkit::HostKitStatus::PluginNotFound, "no plug-in file"},
+        {text, hostkit::HostKitStatus::PluginNotLoaded, "cannot be loaded"},
         {NO_PLUGIN_FILE, hostkit::HostKitStatus::PluginLacksEntry, "Pansharp_Describe"},
         {INCOMPLETE_FILE, hostkit::HostKitStatus::PluginLacksEntry, "Tessara_RasterProcess_CreateObject"},
         {OTHER_CONTRACT_FILE, hostkit::HostKitStatus::PluginOfAnotherContract, "install the plug-in"},
@@ -45,7 +52,7 @@ TEST(PluginLibrary, RefusesWhatItCannotUse) {
         EXPECT_THAT(status.GetItem(0).message, HasSubstr(c.says));
         EXPECT_THAT(status.GetItem(0).message, HasSubstr(c.path));
     }
-    std::filesystem::remove(text);
+    std::filesystem::remove(Platform::ToPath(text));
 }
 
 // The test program lies in bin/ and the plug-in in lib/ beside it, as installed.

@@ -1,0 +1,20 @@
+# Packs the build for Windows, unpacks it in a folder of a name that is not ASCII, and runs its programs there.
+cmake_minimum_required(VERSION 3.25)
+set(work "${BUILD}/zip-test")
+file(REMOVE_RECURSE "${work}")
+execute_process(COMMAND ${CPACK} -G ZIP -B "${work}" WORKING_DIRECTORY "${BUILD}" OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+file(GLOB zip "${work}/*.zip")
+file(ARCHIVE_EXTRACT INPUT "${zip}" DESTINATION "${work}/Bäume 木")
+file(GLOB top "${work}/Bäume 木/*")
+foreach(file bin/Pansharp.process bin/pansharp.dll lib/libpansharp.dll.a include/pansharp.h lib/pansharp/libhostkit.a
+    share/doc/pansharp/docs/windows.md share/doc/pansharp/examples/c-rows/rows.c share/doc/pansharp/licences/libhwy-dev.txt)
+  if(NOT EXISTS "${top}/${file}")
+    message(SEND_ERROR "the archive lacks ${file}")
+  endif()
+endforeach()
+foreach(program minimal_host c_embed) # they find the plug-in beside them
+  execute_process(COMMAND ${WINE} "${top}/bin/${program}.exe" OUTPUT_VARIABLE rows COMMAND_ERROR_IS_FATAL ANY)
+  if(NOT rows MATCHES "row 7: ")
+    message(SEND_ERROR "${program} prints ${rows}")
+  endif()
+endforeach()
