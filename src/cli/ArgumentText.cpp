@@ -3,6 +3,7 @@
 #include "cli/ExitCode.h"
 #include "cli/Suggestion.h"
 #include "fundament/Text.h"
+#include "rasterhost/reading/BandNames.h"
 
 #include <algorithm>
 #include <charconv>
@@ -141,19 +142,29 @@ std::vector<rasterhost::BandGains> ParseGains(const std::string& option, const s
     return gains;
 }
 
-std::vector<int> ParseBandList(const std::string& option, const std::string& text) {
-    if (StringsEqual(text, "all", true)) return {};
-    std::vector<int> bands;
+BandList ParseBandList(const std::string& option, const std::string& text) {
+    BandList bands;
+    if (StringsEqual(text, "all", true)) return bands;
     for (const std::string& part : SplitAtCommas(text)) {
-        const auto band = Convert<std::uint32_t>(part);
-        if (!band || *band == 0 || *band > largestBand)
+        const auto number = Convert<std::uint32_t>(part);
+        const std::string name = number ? std::string() : rasterhost::FindBandName(part);
+        if (name.empty() && (!number || *number == 0 || *number > largestBand))
             throw UsageError(option + ": '" + part + "' in '" + text +
-                             "' is not a band number; give numbers from 1, as in 3,2,1");
-        bands.push_back(static_cast<int>(*band));
-        if (std::count(bands.begin(), bands.end(), bands.back()) > 1)
+                             "' is neither a band number nor a band's name" +
+                             Suggestion(KOVA::Tessara::Fundament::ToLower(part), rasterhost::AllBandNames()) +
+                             "; give numbers from 1, as in 3,2,1, or names, as in red,green,blue,nir");
+        const bool isTwice = name.empty() ? std::ranges::count(bands.numbers, static_cast<int>(*number)) > 0
+                                          : std::ranges::count(bands.names, name) > 0;
+        if (isTwice)
             throw UsageError(option + ": band " + Trim(part) + " stands twice in '" + text +
                              "'; name each band once");
+        if (name.empty())
+            bands.numbers.push_back(static_cast<int>(*number));
+        else
+            bands.names.push_back(name);
     }
+    if (!bands.numbers.empty() && !bands.names.empty())
+        throw UsageError(option + ": '" + text + "' mixes numbers and names; give one of the two");
     return bands;
 }
 

@@ -40,8 +40,14 @@ namespace cli {
 [[nodiscard]] std::vector<rasterhost::BandGains> ParseGains(const std::string& option,
                                                             const std::string& text);
 
-/// "3,2,1": band numbers from 1, none twice; "all" as none.
-[[nodiscard]] std::vector<int> ParseBandList(const std::string& option, const std::string& text);
+/// Bands by number from 1, or by name.
+struct BandList {
+    std::vector<int> numbers;
+    std::vector<std::string> names;
+};
+
+/// "3,2,1" or "red,green,blue", none twice; "all" as none.
+[[nodiscard]] BandList ParseBandList(const std::string& option, const std::string& text);
 
 /// NAME=VALUE; the name may not be empty, the value may and may hold further "=".
 [[nodiscard]] std::pair<std::string, std::string> ParseNameValue(const std::string& option,

@@ -4,6 +4,7 @@
 #include "cli/RunWeights.h"
 #include "rasterhost/assessing/Compare.h"
 #include "rasterhost/assessing/Preview.h"
+#include "rasterhost/products/FindProduct.h"
 #include "rasterhost/serving/RecordedScene.h"
 
 #include <cstdint>
@@ -29,6 +30,7 @@ struct Arguments : rasterhost::SharpenRequest,
     std::string listen = "127.0.0.1";  ///< address to serve at
     std::optional<std::uint16_t> port; ///< without one a usual one, or any that is free
     bool opensBrowser = false;
+    std::optional<rasterhost::Product> product;   ///< that the pair was taken from
     std::optional<rasterhost::SceneRecord> scene; ///< that a file describes, instead of a pair
 };
 

@@ -3,6 +3,7 @@
 #include "cli/QualityJson.h"
 #include "cli/QualityText.h"
 #include "cli/StatusText.h"
+#include "rasterhost/scene/BandChoice.h"
 
 #include <iostream>
 
@@ -28,10 +29,12 @@ ExitCode RunAssess(const Arguments& arguments) {
     const rasterhost::PairRequest& pair = arguments;
     const rasterhost::BlurOptions& blur = arguments;
     const rasterhost::AssessOptions& options = arguments;
-    const rasterhost::AssessRequest request{pair, blur, options};
+    rasterhost::AssessRequest request{pair, blur, options};
     rasterhost::AssessReport report;
     KOVA::Tessara::Fundament::Status status;
-    const ExitCode code = rasterhost::Assess(request, report, status) ? Done : WorkFailed;
+    const ExitCode code =
+        rasterhost::ResolveBands(request, status) && rasterhost::Assess(request, report, status) ? Done
+                                                                                                 : WorkFailed;
     if (const std::string hint = HintAtFiles(arguments.line); code == WorkFailed && !hint.empty())
         status.Add(0, hint, "Command");
     if (code == WorkFailed) std::cerr << FormatErrors(status);

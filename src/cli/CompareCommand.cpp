@@ -4,6 +4,7 @@
 #include "cli/QualityJson.h"
 #include "cli/QualityText.h"
 #include "cli/StatusText.h"
+#include "rasterhost/scene/BandChoice.h"
 
 #include <iostream>
 
@@ -19,7 +20,8 @@ ExitCode RunCompare(const Arguments& arguments) {
     platform::CatchInterrupts();
     rasterhost::CompareReport report;
     KOVA::Tessara::Fundament::Status status;
-    const bool isDone = rasterhost::Compare(request, report, status);
+    const bool isDone =
+        rasterhost::ResolveBands(request, status) && rasterhost::Compare(request, report, status);
     const ExitCode code = isDone ? Done : report.cancelled ? Interrupted : WorkFailed;
     if (code == Interrupted) std::cerr << "pansharp: interrupted; nothing was written\n";
     if (code == WorkFailed) std::cerr << FormatErrors(status);

@@ -29,6 +29,8 @@ Json JsonStatus(const Status& status) {
 Json JsonInput(const rasterhost::InputBand& input) {
     Json object = {{"file", input.file}};
     if (input.band) object["band"] = *input.band;
+    if (!input.name.empty()) object["name"] = input.name;
+    if (input.wavelength) object["wavelength_um"] = *input.wavelength;
     return object;
 }
 

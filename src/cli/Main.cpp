@@ -6,6 +6,7 @@
 #include "cli/HelpText.h"
 #include "cli/InfoCommand.h"
 #include "cli/MethodsCommand.h"
+#include "cli/ProductInput.h"
 #include "cli/RunJson.h"
 #include "cli/SharpenCommand.h"
 #include "cli/StatusText.h"
@@ -21,6 +22,14 @@ namespace {
 
 using namespace cli;
 
+/// The arguments; a product that was recognised is told before anything is done with it.
+Arguments TakeArguments(const CommandLine& line) {
+    Arguments arguments = ReadArguments(line);
+    if (arguments.product && !arguments.json && !arguments.quiet)
+        std::cout << FormatProduct(arguments) << std::flush;
+    return arguments;
+}
+
 ExitCode Run(const CommandLine& line) {
     const CommandEntry& command = line.GetCommand();
     if (line.Has(option::help)) {
@@ -29,10 +38,10 @@ ExitCode Run(const CommandLine& line) {
     }
     if (line.Has(option::version)) return RunVersion(ReadArguments(line));
     ForceVectorTarget(line);
-    if (command.name == "sharpen") return RunSharpen(ReadArguments(line));
-    if (command.name == "info") return RunInfo(ReadArguments(line));
-    if (command.name == "assess") return RunAssess(ReadArguments(line));
-    if (command.name == "compare") return RunCompare(ReadArguments(line));
+    if (command.name == "sharpen") return RunSharpen(TakeArguments(line));
+    if (command.name == "info") return RunInfo(TakeArguments(line));
+    if (command.name == "assess") return RunAssess(TakeArguments(line));
+    if (command.name == "compare") return RunCompare(TakeArguments(line));
     if (command.name == "view") return RunView(ReadArguments(line));
     if (command.name == "methods") return RunMethods(ReadArguments(line));
     std::cerr << HelpText(command);

@@ -1,6 +1,7 @@
 #include "cli/OptionReaders.h"
 
 #include "cli/ExitCode.h"
+#include "cli/ProductInput.h"
 #include "cli/SceneInput.h"
 #include "cli/SettingsFile.h"
 #include "fundament/Text.h"
@@ -187,6 +188,7 @@ void ReadShift(const TypedOption& option, Arguments& to) {
 
 void ReadScale(const TypedOption& option, Arguments& to) {
     to.scale.reset();
+    if (to.product && !option.line.Has(option::bitDepth)) to.bitDepth.reset(); // of samples as they are
     to.findScale = IsAuto(option);
     if (to.findScale) return;
     to.scale = ParsePair(option.name, option.Value());
@@ -196,7 +198,16 @@ void ReadScale(const TypedOption& option, Arguments& to) {
 }
 
 void ReadBands(const TypedOption& option, Arguments& to) {
-    to.bands = ParseBandList(option.name, option.Value());
+    BandList list = ParseBandList(option.name, option.Value());
+    to.bands = std::move(list.numbers);
+    to.bandNames = std::move(list.names);
+}
+
+void ReadNaturalColours(const TypedOption& option, Arguments& to) {
+    if (!to.bands.empty() || !to.bandNames.empty())
+        throw UsageError("--bands and --rgb both say which bands to write; give one of them");
+    to.bandNames = {"red", "green", "blue"};
+    (void)option;
 }
 
 void ReadNoData(const TypedOption& option, Arguments& to) {
@@ -247,6 +258,7 @@ void ReadPair(const CommandLine& line, Arguments& to) {
             "no input is named; give the panchromatic raster and then the multispectral one, as in "
             "pansharp sharpen pan.tif ms.tif -o sharp.tif");
     if (files.size() == 1 && NamesScene(files.front())) return TakeScene(files.front(), line, to);
+    if (files.size() == 1 && TakesProduct(files.front(), to)) return;
     to.pan = ParseInputBand(files.front());
     if (files.size() == 1)
         throw UsageError("only '" + files.front() +
@@ -264,6 +276,9 @@ void ReadFused(const CommandLine& line, Arguments& to) {
     const bool hasPan = line.Has(option::pan);
     if (hasPan && !line.Has(option::ms) && !line.Has(option::reference) && NamesScene(line.Get(option::pan)))
         return TakeScene(line.Get(option::pan), line, to);
+    if (hasPan && !line.Has(option::ms) && !line.Has(option::reference) &&
+        TakesProduct(line.Get(option::pan), to))
+        return;
     if (hasPan) to.pan = ParseInputBand(line.Get(option::pan));
     to.multispectral = ParseInputs(line.GetAll(option::ms));
     if (hasPan != line.Has(option::ms))

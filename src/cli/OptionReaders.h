@@ -64,6 +64,7 @@ void ReadExtent(const TypedOption& option, Arguments& to);
 void ReadShift(const TypedOption& option, Arguments& to);
 void ReadScale(const TypedOption& option, Arguments& to);
 void ReadBands(const TypedOption& option, Arguments& to);
+void ReadNaturalColours(const TypedOption& option, Arguments& to);
 void ReadNoData(const TypedOption& option, Arguments& to);
 void ReadNoNoData(const TypedOption& option, Arguments& to);
 

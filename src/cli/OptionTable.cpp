@@ -34,8 +34,8 @@ constexpr OptionEntry sharpenOptions[] = {
      SetFlag<&Arguments::overwrite>},
     {{"--preview", "FILE.png", "", inputHeading,
       "make a picture of up to 512 x 512 pixels of the scene, too: pan, the multispectral bands merely "
-      "upsampled, and the result, side by side; the first three bands written are red, green and blue, each "
-      "with a stretch of its own"},
+      "upsampled, and the result, side by side; in natural colours where the bands are known, else the first "
+      "three bands written are red, green and blue; each with a stretch of its own"},
      ReadPreview},
     {{"--preview-at", "X,Y", "the middle of what is fused", inputHeading,
       "where the middle of the picture lies, in map units of pan"},
@@ -48,8 +48,9 @@ constexpr OptionEntry sharpenOptions[] = {
     option::transfer,
     option::gains,
     bandsOption,
+    rgbOption,
     resamplingOption,
-    bitDepthOption,
+    option::bitDepth,
     option::projwin,
     option::bbox,
     scaleOption,
@@ -90,9 +91,9 @@ constexpr OptionEntry sharpenOptions[] = {
     option::help,
 };
 
-constexpr OptionEntry infoOptions[] = {option::method, option::infrared, bandsOption,    bitDepthOption,
-                                       scaleOption,    sameCornerOption, option::noData, noNoDataOption,
-                                       jsonOption,     pluginOption,     option::help};
+constexpr OptionEntry infoOptions[] = {option::method,   option::infrared, bandsOption,      rgbOption,
+                                       option::bitDepth, scaleOption,      sameCornerOption, option::noData,
+                                       noNoDataOption,   jsonOption,       pluginOption,     option::help};
 
 constexpr PositionalEntry assessPositionals[] = {
     {"FUSED", "the image to assess: one file, or FILE,band=N for each band, in order"},
@@ -103,7 +104,7 @@ constexpr OptionEntry assessOptions[] = {
     option::pan,
     option::ms,
     {{"-b,--bands", "LIST", "all", inputHeading,
-      "the bands of MS that the image has, by number from 1, in its order, such as 3,2,1"},
+      "the bands of MS that the image has, by number from 1 or by name, in its order, such as 3,2,1"},
      ReadBandsOfImage},
     {{"--ratio", "R", "that of MS and PAN; without them there is no ERGAS", qualityHeading,
       "the coarse pixel's width over the fine one's, for ERGAS"},
@@ -124,13 +125,14 @@ constexpr OptionEntry compareOptions[] = {
      SetFlag<&Arguments::replaceKept>},
     option::infrared,
     {{"-b,--bands", "LIST", "all", fusionHeading,
-      "multispectral bands to fuse and compare, by number from 1, in order; the others only take part in the "
-      "simulated pan"},
+      "multispectral bands to fuse and compare, by number from 1 or by name, in order; the others only take "
+      "part in the simulated pan"},
      ReadBands},
+    rgbOption,
     {{"-r,--resampling", "bilinear|cubic", "both", fusionHeading,
       "sample the multispectral bands in this way only"},
      SetResampling<&Arguments::onlyResampling>},
-    bitDepthOption,
+    option::bitDepth,
     scaleOption,
     sameCornerOption,
     shiftOption,
@@ -152,8 +154,9 @@ constexpr OptionEntry viewOptions[] = {
     option::transfer,
     option::gains,
     bandsOption,
+    rgbOption,
     resamplingOption,
-    bitDepthOption,
+    option::bitDepth,
     option::projwin,
     option::bbox,
     scaleOption,

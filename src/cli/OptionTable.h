@@ -61,7 +61,7 @@ struct CommandEntry {
 /// Options that are asked for by name: a reader checks whether another option was typed too.
 namespace option {
 extern const OptionEntry method, weights, weightsFrom, infrared, infraredWeight, transfer, gains;
-extern const OptionEntry projwin, bbox, noData;
+extern const OptionEntry projwin, bbox, bitDepth, noData;
 extern const OptionEntry reference, pan, ms;
 extern const OptionEntry simd, version, help;
 } // namespace option

@@ -118,14 +118,17 @@ std::string FormatDetails(const SharpenRequest& request, const SharpenReport& re
         hostkit::NameOf(report.resampling), report.windowRows, request.format.c_str(), options.c_str());
 }
 
-std::string FormatPreview(const std::string& file, const SharpenRequest& request,
-                          const SharpenReport& report) {
+std::string FormatPreview(const std::string& file, const SharpenRequest& request, const SharpenReport& report,
+                          const rasterhost::ShownBands& bands) {
     const auto band = [&](std::size_t place) {
         return request.bands.empty() ? static_cast<int>(place) + 1 : request.bands[place];
     };
-    const std::string shown = report.bands < 3 ? FormatString("band %d in grey", band(0))
-                                               : FormatString("bands %d, %d and %d in red, green and blue",
-                                                              band(0), band(1), band(2));
+    const auto& [red, green, blue] = bands.bands;
+    const std::string shown =
+        report.bands < 3
+            ? FormatString("band %d in grey", band(0))
+            : FormatString("bands %d, %d and %d in red, green and blue%s", band(red), band(green), band(blue),
+                           bands.isGuessed ? ", which is a guess, since nothing tells what they are" : "");
     return FormatString("  preview %s: pan, then %s, upsampled and fused\n", file.c_str(), shown.c_str());
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "rasterhost/fusing/Sharpen.h"
+#include "rasterhost/scene/BandChoice.h"
 
 #include <cstdint>
 #include <string>
@@ -23,6 +24,7 @@ namespace cli {
 
 /// What the picture beside the output shows: a line to follow the report.
 [[nodiscard]] std::string FormatPreview(const std::string& file, const rasterhost::SharpenRequest& request,
-                                        const rasterhost::SharpenReport& report);
+                                        const rasterhost::SharpenReport& report,
+                                        const rasterhost::ShownBands& bands);
 
 } // namespace cli

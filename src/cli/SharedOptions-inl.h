@@ -57,6 +57,10 @@ constexpr OptionEntry projwin = {{"--projwin", "ULX ULY LRX LRY", "all of pan", 
 constexpr OptionEntry bbox = {{"--bbox", "XMIN YMIN XMAX YMAX", "all of pan", fusionHeading,
                                "the same, by the least and greatest coordinates"},
                               ReadPart};
+constexpr OptionEntry bitDepth = {
+    {"--bit-depth", "N", "what the files declare, else all", fusionHeading,
+     "bits that are used of 16-bit samples, 9 to 16, such as 11; no result is larger"},
+    SetWhole<&Arguments::bitDepth, 9, 16>};
 constexpr OptionEntry noData = {{"--nodata", "V", "what the files declare", fusionHeading,
                                  "the sample value that means no data, in every input and in the output"},
                                 ReadNoData};
@@ -91,14 +95,15 @@ constexpr OptionEntry pluginOption = {{"--plugin", "FILE", "the installed one, o
                                        advancedHeading, "the plug-in to run"},
                                       SetText<&Arguments::plugin>};
 constexpr OptionEntry bandsOption = {{"-b,--bands", "LIST", "all", fusionHeading,
-                                      "multispectral bands to write, by number from 1, in order, such as "
-                                      "3,2,1; the others only take part in the simulated pan"},
+                                      "multispectral bands to write, in order, by number from 1, such as "
+                                      "3,2,1, or by name, such as red,green,blue,nir; the others only take "
+                                      "part in the simulated pan. Names come from the product, else from "
+                                      "what the files say of their bands"},
                                      ReadBands};
+constexpr OptionEntry rgbOption = {
+    {"--rgb", "", "", fusionHeading, "write red, green and blue: the same as --bands red,green,blue"},
+    ReadNaturalColours};
 
-constexpr OptionEntry bitDepthOption = {
-    {"--bit-depth", "N", "what the files declare, else all", fusionHeading,
-     "bits that are used of 16-bit samples, 9 to 16, such as 11; no result is larger"},
-    SetWhole<&Arguments::bitDepth, 9, 16>};
 constexpr OptionEntry noNoDataOption = {
     {"--no-nodata", "", "", fusionHeading,
      "take every sample as data, whatever the files declare, and zeros along the edge too"},
@@ -128,8 +133,9 @@ constexpr OptionEntry noNoDataOfAllOption = {
     ReadNoNoData};
 
 constexpr PositionalEntry sharpenPositionals[] = {
-    {"PAN", "the panchromatic raster: one band, as fine as the result is to be; or, alone, a .pansharp file, "
-            "which describes a scene"},
+    {"PAN",
+     "the panchromatic raster: one band, as fine as the result is to be; or, alone, a product (a folder, "
+     "an archive or a metadata file, as it was delivered), or a .pansharp file, which describes a scene"},
     {"MS",
      "the multispectral bands, in order: one file with several bands, several files, or FILE,band=N for one "
      "band of a file"},

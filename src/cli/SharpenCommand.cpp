@@ -35,7 +35,8 @@ bool MayWrite(Arguments& request) {
     return request.overwrite;
 }
 
-void PrintOutcome(const Arguments& request, const SharpenReport& report, ExitCode code, Status& status) {
+void PrintOutcome(const Arguments& request, const SharpenReport& report, const rasterhost::ShownBands& shown,
+                  ExitCode code, Status& status) {
     if (code == Interrupted)
         std::cerr << "pansharp: interrupted; '" << request.output << "' was not written\n";
     if (code == WorkFailed) std::cerr << FormatErrors(status);
@@ -47,7 +48,7 @@ void PrintOutcome(const Arguments& request, const SharpenReport& report, ExitCod
     else if (code == Done && !request.quiet)
         std::cout << FormatReport(report, platform::PeakMemory())
                   << (request.verbose ? FormatDetails(request, report) : "")
-                  << (request.preview ? FormatPreview(request.preview->file, request, report) : "");
+                  << (request.preview ? FormatPreview(request.preview->file, request, report, shown) : "");
 }
 
 } // namespace
@@ -76,7 +77,7 @@ ExitCode RunSharpen(Arguments request) {
     platform::CatchInterrupts();
     Sharpen(request, run);
     progress.Clear();
-    PrintOutcome(request, run.report, run.code, run.status);
+    PrintOutcome(request, run.report, run.shown, run.code, run.status);
     return run.code;
 }
 

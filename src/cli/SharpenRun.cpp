@@ -3,6 +3,7 @@
 #include "cli/FitToPlugin.h"
 #include "cli/SceneInput.h"
 #include "hostkit/PluginLibrary.h"
+#include "rasterhost/scene/BandChoice.h"
 #include "rasterhost/serving/OpenSceneFile.h"
 #include "rasterhost/serving/SceneFile.h"
 #include "rasterhost/writing/OutputCheck.h"
@@ -14,12 +15,13 @@ using KOVA::Tessara::Fundament::Status;
 
 namespace {
 
-/// Fits the request to the plug-in. False with an item when there is none that works.
+/// Fits the request to the plug-in, and finds the bands that it names. False with an item when there is no
+/// plug-in that works, or no such band.
 bool Settle(Arguments& request, std::vector<std::string>& warnings, Status& status) {
     const auto plugin = hostkit::PluginLibrary::FindAndLoad(request.plugin, status);
     if (!plugin) return false;
     warnings = FitToPlugin(plugin->GetDescription(), request);
-    return true;
+    return rasterhost::ResolveBands(request, status);
 }
 
 /// The same, and the warnings are told.
@@ -66,6 +68,7 @@ void Sharpen(Arguments& request, SharpenRun& run) {
     if (run.code == Done && request.preview &&
         !rasterhost::WritePreview(request, *pair.scene, *request.preview, run.status))
         run.code = WorkFailed;
+    if (run.code == Done && request.preview) run.shown = rasterhost::FindShownBands(*pair.scene);
     run.report.warnings.insert(run.report.warnings.begin(), warnings.begin(), warnings.end());
 }
 

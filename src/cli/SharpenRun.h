@@ -4,6 +4,7 @@
 #include "cli/ExitCode.h"
 #include "fundament/Status.h"
 #include "rasterhost/assessing/Preflight.h"
+#include "rasterhost/scene/BandChoice.h"
 #include "rasterhost/serving/SharpenedDataset.h"
 
 #include <cstddef>
@@ -18,6 +19,7 @@ struct SharpenRun {
     rasterhost::SharpenReport report;
     KOVA::Tessara::Fundament::Status status;
     ExitCode code = WorkFailed;
+    rasterhost::ShownBands shown; ///< by the picture, where there is one
 };
 
 /// Fuses or describes a scene, and makes the picture beside it.

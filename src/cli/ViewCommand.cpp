@@ -6,6 +6,7 @@
 #include "cli/StatusText.h"
 #include "rasterhost/fusing/RunPlan.h"
 #include "rasterhost/requests/CacheLimit.h"
+#include "rasterhost/scene/BandChoice.h"
 #include "view/HttpServer.h"
 #include "view/ViewService.h"
 
@@ -100,6 +101,10 @@ ExitCode RunView(Arguments arguments) {
     }
     for (const std::string& warning : FitToPlugin(plugin->GetDescription(), arguments))
         std::cerr << FormatWarning(warning);
+    if (!rasterhost::ResolveBands(arguments, status)) {
+        std::cerr << FormatErrors(status);
+        return WorkFailed;
+    }
     const auto warn = [](const std::string& text) { std::cerr << FormatWarning(text); };
     platform::CatchInterrupts();
     const rasterhost::CacheLimit cache(blockCache);

@@ -5,7 +5,7 @@
 #include "rasterhost/requests/CacheLimit.h"
 #include "rasterhost/requests/GdalErrors.h"
 #include "rasterhost/requests/Operation.h"
-#include "rasterhost/scene/Scene.h"
+#include "rasterhost/scene/BandChoice.h"
 #include "rasterhost/scene/ScenePart.h"
 #include "rasterhost/writing/OutputCheck.h"
 
@@ -65,14 +65,13 @@ struct Panel {
     std::vector<unsigned char> valid;
 };
 
-bool ReadPanel(RowSource& rows, std::size_t usedBands, Panel& panel, Status& status) {
+bool ReadPanel(RowSource& rows, const std::array<std::size_t, 3>& shown, Panel& panel, Status& status) {
     SampleRows read;
     if (!rows.Read(0, rows.GetRows(), read, status)) return false;
     const std::size_t bands = rows.GetBands();
-    const bool isGrey = std::min(bands, usedBands) < 3;
     for (std::size_t pixel = 0; pixel < read.valid.size(); ++pixel)
-        for (std::size_t colour = 0; colour < 3; ++colour)
-            panel.colours.push_back(read.samples[pixel * bands + (isGrey ? 0 : colour)]);
+        for (const std::size_t band : shown)
+            panel.colours.push_back(read.samples[pixel * bands + band]);
     panel.valid = std::move(read.valid);
     return true;
 }
@@ -158,8 +157,9 @@ bool Make(const SharpenRequest& request, const Scene& scene, const PreviewReques
     ImageRows sharp(
         *fused, {rect.col0 - part.col0, rect.row0 - part.row0, rect.col1 - part.col0, rect.row1 - part.row0});
     std::vector<Panel> all(panels);
-    if (!ReadPanel(pan, 1, all[0], status) || !ReadPanel(upsampled, scene.outputBands, all[1], status) ||
-        !ReadPanel(sharp, scene.outputBands, all[2], status))
+    const ShownBands shown = FindShownBands(scene);
+    if (!ReadPanel(pan, {}, all[0], status) || !ReadPanel(upsampled, shown.bands, all[1], status) ||
+        !ReadPanel(sharp, shown.bands, all[2], status))
         return false;
     std::vector<unsigned char> picture = Draw(all, rect.GetColumns(), rect.GetRows());
     const auto height = static_cast<int>(rect.GetRows());

@@ -20,9 +20,10 @@ struct PreviewRequest {
 [[nodiscard]] bool CheckPreview(const SharpenRequest& request, const PreviewRequest& preview,
                                 KOVA::Tessara::Fundament::Status& status);
 
-/// Makes the picture of a run that is done, of the scene that it fused. The first three bands that were
-/// written are red, green and blue, one or two bands are grey; black is no data. Pan has a stretch of its own
-/// and each colour one, from the 2nd to the 98th percentile of what is shown. False with an item.
+/// Makes the picture of a run that is done, of the scene that it fused. Natural colours where they
+/// are known, else the first three bands that were written; one or two bands are grey; black is no data. Pan
+/// has a stretch of its own and each colour one, from the 2nd to the 98th percentile of what is shown. False
+/// with an item.
 [[nodiscard]] bool WritePreview(const SharpenRequest& request, const Scene& scene,
                                 const PreviewRequest& preview, KOVA::Tessara::Fundament::Status& status);
 

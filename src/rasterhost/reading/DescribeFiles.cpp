@@ -1,6 +1,7 @@
 #include "rasterhost/reading/DescribeFiles.h"
 
 #include "fundament/Text.h"
+#include "rasterhost/reading/BandNames.h"
 #include "rasterhost/reading/FindScale.h"
 #include "rasterhost/requests/GdalErrors.h"
 
@@ -15,6 +16,7 @@
 namespace rasterhost {
 
 using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Fundament::StartsWith;
 
 namespace {
 
@@ -125,6 +127,42 @@ bool CheckBand(const ImageDescription& image, const SourceBand& source, GDALRast
             same("bits per sample", GDALGetDataTypeSizeBits(type), GDALGetDataTypeSizeBits(first.type)));
 }
 
+/// Centre of what a band sees in micrometres, as GDAL and its drivers tell it.
+std::optional<double> WavelengthOf(GDALRasterBand& band) {
+    const char* text = band.GetMetadataItem(wavelengthItem, imageryDomain);
+    double unit = 1.0;
+    if (!text) {
+        text = band.GetMetadataItem("wavelength");
+        const char* units = band.GetMetadataItem("wavelength_units");
+        if (units && StartsWith(units, "nano", true)) unit = 1e-3;
+    }
+    const double value = text ? CPLAtof(text) * unit : 0.0;
+    return value > 0.0 && std::isfinite(value) ? std::optional(value) : std::nullopt;
+}
+
+/// Colours of which one is transparency, and is none, were set by a program that knew no better.
+bool AreColoursMeant(GDALDataset& dataset, const GDALRasterBand* transparency) {
+    for (int number = 1; number <= dataset.GetRasterCount(); ++number)
+        if (GDALRasterBand* band = dataset.GetRasterBand(number);
+            band != transparency && band->GetColorInterpretation() == GCI_AlphaBand)
+            return false;
+    return true;
+}
+
+/// By what the request knows, else the description, the wavelength, the file's stem, the colour.
+void NameBand(const InputBand& input, GDALDataset& dataset, bool areColoursMeant, SourceBand& source) {
+    GDALRasterBand& band = *dataset.GetRasterBand(source.number);
+    source.wavelength = input.wavelength ? input.wavelength : WavelengthOf(band);
+    source.name = input.band || dataset.GetRasterCount() == 1 ? input.name : std::string();
+    if (!source.name.empty()) source.description = source.name;
+    if (source.name.empty()) source.name = NameInDescription(band.GetDescription());
+    if (source.name.empty() && source.wavelength) source.name = NameOfWavelength(*source.wavelength);
+    if (source.name.empty() && dataset.GetRasterCount() == 1)
+        source.name = NameAtEnd(CPLGetBasename(input.file.c_str()));
+    if (source.name.empty() && areColoursMeant) source.name = NameOfColour(source.colour);
+    if (source.description.empty()) source.description = source.name;
+}
+
 SourceBand DescribeBand(const InputBand& input, GDALDataset& dataset, int number) {
     GDALRasterBand& band = *dataset.GetRasterBand(number);
     SourceBand source;
@@ -205,10 +243,12 @@ bool AddBands(const InputBand& input, GDALDataset& dataset, const char* role, Im
                     *input.band, count);
     GDALRasterBand* transparency = FindTransparency(input.file, dataset, image.options);
     image.transparency[input.file] = transparency ? transparency->GetBand() : 0;
+    const bool areColoursMeant = AreColoursMeant(dataset, transparency);
     for (int number = input.band.value_or(1); number <= input.band.value_or(count); ++number) {
         GDALRasterBand& band = *dataset.GetRasterBand(number);
         if (!input.band && count > 1 && &band == transparency) continue;
         SourceBand source = DescribeBand(input, dataset, number);
+        NameBand(input, dataset, areColoursMeant, source);
         if (!CheckBand(image, source, band, role, status)) return false;
         FindNoData(image.options, band, transparency, source);
         if (image.bands.empty()) {

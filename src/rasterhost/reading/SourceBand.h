@@ -24,7 +24,9 @@ struct SourceBand {
     int number = 0;   ///< in its file, counted from 1
     std::string file; ///< as the request names it
     std::string
-        description; ///< the band's, else the file's stem when the file has no other band; may be empty
+        description;  ///< the band's, else the file's stem when the file has no other band; may be empty
+    std::string name; ///< as in BandNames.h; empty where nothing tells it
+    std::optional<double> wavelength; ///< centre of what it sees, in micrometres
     GDALDataType type = GDT_Unknown;
     GDALColorInterp colour = GCI_Undefined;
     std::uint32_t bits = 0;          ///< that the samples use: as the file declares, else all

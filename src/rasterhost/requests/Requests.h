@@ -24,6 +24,10 @@ using fitting::BandGains;
 struct InputBand {
     std::string file;
     std::optional<int> band;
+    /// Of that band, where a product tells: its name (reading/BandNames.h) and the centre of what it sees, in
+    /// micrometres. Else the file is asked.
+    std::string name = {};
+    std::optional<double> wavelength = {};
 };
 
 /// The images of a pair, their placement, how they are sampled on the grid of pan, what counts as data, and
@@ -34,6 +38,8 @@ struct PairRequest {
     std::optional<InputBand> infrared;
     /// Multispectral bands to write, counted from 1, in order; empty for all.
     std::vector<int> bands;
+    /// The same by name, in the place of numbers; ResolveBands (scene/BandChoice.h) puts those there.
+    std::vector<std::string> bandNames;
     hostkit::Resampling resampling = hostkit::Resampling::Cubic;
 
     /// All images have the corner and extent of pan, whatever their georeferencing says.
@@ -97,6 +103,9 @@ struct OutputRequest {
     /// Further files that the caller reads or writes, each with what it is, such as "the settings": the
     /// output replaces none of them.
     std::vector<std::pair<std::string, std::string>> otherFiles;
+    /// Samples of 8 bits, each band stretched from the 2nd to the 98th percentile of its own: to be looked
+    /// at, not to be measured in.
+    bool isPicture = false;
     bool alpha = false;      ///< writes a last band that marks where there is data
     bool hasPreview = false; ///< a picture is going to be made of the output, which takes memory, too
 };

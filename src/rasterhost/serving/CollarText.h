@@ -1,7 +1,7 @@
 #pragma once
 
 #include "rasterhost/reading/ZeroCollar.h"
-#include "rasterhost/serving/RecordPart.h"
+#include "rasterhost/requests/RecordPart.h"
 
 #include <memory>
 

@@ -56,9 +56,11 @@ private:
         return NameFromRecord(name, file);
     }
     [[nodiscard]] InputBand ReadInput(const RecordPart& part) const {
-        part.CheckKeys({"path", "relative", "band"});
+        part.CheckKeys({"path", "relative", "band", "name", "wavelength"});
         InputBand input{ReadName(part), {}};
         if (const auto band = part.Find("band")) input.band = static_cast<int>(Size(*band));
+        if (const auto name = part.Find("name")) input.name = name->GetText();
+        TakeNumber(part, "wavelength", input.wavelength);
         return input;
     }
     void ReadInputs(const RecordPart& part) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "rasterhost/serving/RecordPart.h"
+#include "rasterhost/requests/RecordPart.h"
 #include "rasterhost/serving/SceneRecord.h"
 
 #include <string>

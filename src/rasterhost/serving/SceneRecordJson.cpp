@@ -41,6 +41,8 @@ private:
     [[nodiscard]] Json Input(const InputBand& input) const {
         Json object = Name(input.file);
         if (input.band) object["band"] = *input.band;
+        if (!input.name.empty()) object["name"] = input.name;
+        if (input.wavelength) object["wavelength"] = *input.wavelength;
         return object;
     }
     [[nodiscard]] Json Inputs(const PairRequest& pair) const {

@@ -1,6 +1,7 @@
 #include "rasterhost/writing/OutputDescription.h"
 
 #include "fundament/Numbers.h"
+#include "rasterhost/reading/BandNames.h"
 
 #include <gdal_priv.h>
 
@@ -14,7 +15,8 @@ std::vector<GDALColorInterp> ColoursOf(const Scene& scene, std::size_t bands) {
     std::vector<GDALColorInterp> colours(bands, GCI_Undefined);
     bool isNamed = false;
     for (std::size_t band = 0; band < bands; ++band) {
-        const GDALColorInterp colour = scene.GetBand(band).colour;
+        const SourceBand& source = scene.GetBand(band);
+        const GDALColorInterp colour = source.name.empty() ? source.colour : ColourOfName(source.name);
         if (colour != GCI_AlphaBand) colours[band] = colour; // a fused band is not transparency
         isNamed = isNamed || (colours[band] != GCI_Undefined && colours[band] != GCI_GrayIndex);
     }
@@ -77,8 +79,10 @@ void DescribeOutput(const Scene& scene, const OutputRules& rules, const OutputMe
     const std::vector<GDALColorInterp> colours = ColoursOf(scene, rules.bands);
     for (std::uint32_t band = 0; band < rules.bands; ++band) {
         GDALRasterBand& target = *output.GetRasterBand(static_cast<int>(band) + 1);
-        const std::string& description = scene.GetBand(band).description;
-        if (!description.empty()) target.SetDescription(description.c_str());
+        const SourceBand& source = scene.GetBand(band);
+        if (!source.description.empty()) target.SetDescription(source.description.c_str());
+        if (source.wavelength)
+            target.SetMetadataItem(wavelengthItem, NumberText(*source.wavelength).c_str(), imageryDomain);
         target.SetColorInterpretation(colours[band]);
         if (rules.noData) target.SetNoDataValue(*rules.noData);
         if (const auto& scale = scene.sampleOptions.scale) {

@@ -20,8 +20,9 @@ SceneRecord MakeRecord(const testfiles::Folder& folder) {
     record.writer = "pansharp \"x\"";
     record.pair.pan = {folder.Write("pan.tif", {4, 3, 1, GDT_Byte, {}, {}}, {}), {}};
     std::filesystem::create_directory(folder / "sub");
-    record.pair.multispectral = {{folder.Write("sub/ms.tif", {2, 2, 4, GDT_Byte, {}, {}}, {}), 3},
-                                 {"/vsizip/a.zip/b.tif", {}}};
+    record.pair.multispectral = {
+        {folder.Write("sub/ms.tif", {2, 2, 4, GDT_Byte, {}, {}}, {}), 3, "red", 0.655},
+        {"/vsizip/a.zip/b.tif", {}}};
     record.pair.infrared = {"NETCDF:\"x.nc\":nir", 1};
     record.pair.bands = {2, 1};
     record.pair.shift = {1.0 / 3.0, -1e-17};

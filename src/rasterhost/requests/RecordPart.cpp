@@ -1,4 +1,4 @@
-#include "rasterhost/serving/RecordPart.h"
+#include "rasterhost/requests/RecordPart.h"
 
 #include "fundament/Text.h"
 

@@ -1,0 +1,72 @@
+#include "cli/ProductInput.h"
+
+#include "cli/ExitCode.h"
+#include "cli/TextLayout.h"
+#include "fundament/Text.h"
+
+namespace cli {
+
+using KOVA::Tessara::Fundament::FormatString;
+using rasterhost::InputBand;
+using rasterhost::Product;
+
+namespace {
+
+/// "B4.TIF (0.655 µm)"; of a file with several bands which.
+std::string FormatBand(const InputBand& band, bool saysName) {
+    std::string text = saysName && !band.name.empty() ? band.name + " " : "";
+    if (band.wavelength) text += FormatString("%.4g µm ", *band.wavelength);
+    text += rasterhost::LastPart(band.file);
+    if (band.band && *band.band > 1) text += FormatString(" band %d", *band.band);
+    return text;
+}
+
+} // namespace
+
+bool TakesProduct(const std::string& name, Arguments& to) {
+    KOVA::Tessara::Fundament::Status status;
+    Product product;
+    switch (rasterhost::FindProduct(name, product, status)) {
+    case rasterhost::ProductSearch::NoProduct:
+        return false;
+    case rasterhost::ProductSearch::Failed:
+        throw UsageError(status.GetItem(0).message);
+    case rasterhost::ProductSearch::Found:
+        break;
+    }
+    rasterhost::TakeProduct(product, to);
+    to.product = std::move(product);
+    return true;
+}
+
+std::string FormatProduct(const Arguments& request) {
+    constexpr std::size_t column = 10, most = 12;
+    const Product& product = *request.product;
+    std::string head = product.kind + (product.name.empty() ? "" : ", " + product.name);
+    if (!product.acquired.empty()) head += ", " + product.acquired;
+    std::string text = Wrap("product", column, head) + Wrap("pan", column, FormatBand(product.pan, false));
+    int number = 0;
+    for (const InputBand& band : product.bands) {
+        text += Wrap(number == 0 ? "bands" : "", column,
+                     band.name.empty() ? FormatBand(band, true)
+                                       : FormatString("%d ", number + 1) + FormatBand(band, true));
+        ++number;
+    }
+    for (std::size_t i = 0; i < product.leftOut.size(); ++i) {
+        if (i == most) {
+            text += Wrap("", column, FormatString("and %zu more", product.leftOut.size() - most));
+            break;
+        }
+        text += Wrap(i == 0 ? "left out" : "", column,
+                     product.leftOut[i].first + ": " + product.leftOut[i].second);
+    }
+    if (product.noData && request.noData == product.noData)
+        text += Wrap("no data", column,
+                     FormatString("%g, as the product has it (--nodata, --no-nodata)", *product.noData));
+    if (product.bitDepth && request.bitDepth == product.bitDepth)
+        text += Wrap("samples", column,
+                     FormatString("%d bits, as the product has it (--bit-depth)", *product.bitDepth));
+    return text;
+}
+
+} // namespace cli

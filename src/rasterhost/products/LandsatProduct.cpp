@@ -1,0 +1,174 @@
+#include "fundament/Text.h"
+#include "rasterhost/products/ProductKinds.h"
+
+#include <cpl_string.h>
+
+#include <algorithm>
+#include <map>
+#include <regex>
+
+namespace rasterhost {
+
+using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Fundament::ToLower;
+using KOVA::Tessara::Fundament::ToUpper;
+
+namespace {
+
+/// A band of a Landsat sensor; `why` it is left out, null for one that is taken.
+struct LandsatBand {
+    const char* number; ///< as files have it
+    const char* name;
+    double wavelength; ///< centre in micrometres; of ETM+ the middle of the nominal limits
+    const char* why = nullptr;
+};
+
+constexpr const char* thermalReason = "thermal: pan does not see that light, and its pixels are far coarser";
+
+// Limits: Landsat 7 Data Users Handbook; centres: Landsat 8 Data Users Handbook, whose bands Landsat 9 has.
+constexpr LandsatBand etmBands[] = {{"1", "blue", 0.485},
+                                    {"2", "green", 0.56},
+                                    {"3", "red", 0.66},
+                                    {"4", "nir", 0.835},
+                                    {"5", "swir1", 1.65},
+                                    {"7", "swir2", 2.215},
+                                    {"8", "pan", 0.71},
+                                    {"6_VCID_1", "thermal", 11.45, thermalReason},
+                                    {"6_VCID_2", "thermal", 11.45, thermalReason},
+                                    {"6", "thermal", 11.45, thermalReason}};
+constexpr LandsatBand oliBands[] = {{"1", "coastal", 0.443},
+                                    {"2", "blue", 0.482},
+                                    {"3", "green", 0.561},
+                                    {"4", "red", 0.655},
+                                    {"5", "nir", 0.865},
+                                    {"6", "swir1", 1.609},
+                                    {"7", "swir2", 2.201},
+                                    {"8", "pan", 0.59},
+                                    {"9", "cirrus", 1.373, "cirrus: it sees clouds and hardly the ground"},
+                                    {"10", "thermal", 10.895, thermalReason},
+                                    {"11", "thermal", 12.005, thermalReason}};
+
+/// What the names of files tell: product, number of the satellite, band.
+struct BandFile {
+    std::string product; ///< folder and name up to the band
+    char satellite = 0;
+    std::string band; ///< in capitals; empty for files that are no band
+};
+
+std::optional<BandFile> ReadName(const std::string& name) {
+    // LC08_L1TP_..._B8.TIF, and LC8... of before the collections.
+    static const std::regex pattern("^(L[COE]0?([789]).{8,120}?)_(SR_|ST_)?B([0-9]{1,2}(_VCID_[12])?)$",
+                                    std::regex::icase);
+    std::smatch parts;
+    const std::string stem = StemPart(name);
+    constexpr std::size_t longest = 160;
+    if (!IsRasterName(name) || stem.size() > longest || !std::regex_match(stem, parts, pattern))
+        return std::nullopt;
+    if (parts[3].matched) return std::nullopt; // of Level-2
+    return BandFile{FolderPart(name) + parts[1].str(), parts[2].str()[0], ToUpper(parts[4].str())};
+}
+
+/// Puts the bands, by their numbers, where they belong.
+void TakeBands(char satellite, const std::map<std::string, std::string>& files, const ProductFiles& all,
+               Product& product) {
+    const auto take = [&](const LandsatBand& band) {
+        const auto file = files.find(band.number);
+        if (file == files.end()) return;
+        if (band.why) {
+            product.leftOut.emplace_back(LastPart(file->second), band.why);
+            return;
+        }
+        InputBand input{all.PathOf(file->second), 1, band.name, band.wavelength};
+        if (input.name == "pan")
+            product.pan = std::move(input);
+        else
+            product.bands.push_back(std::move(input));
+    };
+    if (satellite == '7')
+        std::for_each(std::begin(etmBands), std::end(etmBands), take);
+    else
+        std::for_each(std::begin(oliBands), std::end(oliBands), take);
+    product.kind = FormatString("Landsat %c Level-1", satellite);
+    product.noData = 0.0; // the fill value of all Level-1 products, which their files do not declare
+    if (product.pan.file.empty()) product.fault = "it lacks the panchromatic band, B8";
+}
+
+std::string MetadataStem(const std::string& name) {
+    constexpr const char* endings[] = {"_mtl.txt", "_mtl.json", "_mtl.xml"};
+    const std::string small = ToLower(name);
+    for (const char* ending : endings)
+        if (small.ends_with(ending)) return name.substr(0, name.size() - std::string(ending).size());
+    return {};
+}
+
+/// By what the metadata says; the names of files are those that it has.
+Product ReadMetadata(const ProductFiles& files, const std::string& name) {
+    Product product;
+    product.kind = "Landsat Level-1";
+    product.metadata = {name};
+    product.name = LastPart(MetadataStem(name));
+    const auto metadata = files.Read(name, product.fault);
+    if (!metadata) {
+        product.fault = "its metadata, '" + LastPart(name) + "', cannot be used: " + product.fault;
+        return product;
+    }
+    const std::string spacecraft = metadata->SearchText("SPACECRAFT_ID");
+    const char satellite = spacecraft.empty() ? '?' : spacecraft.back();
+    std::string level = metadata->SearchText("PROCESSING_LEVEL"); // of collection 2
+    if (level.empty()) level = metadata->SearchText("DATA_TYPE");
+    if (satellite != '7' && satellite != '8' && satellite != '9') {
+        product.fault =
+            "its metadata says that it is of '" + spacecraft + "'; Landsat 7, 8 and 9 have a pan band";
+        return product;
+    }
+    if (!level.starts_with("L1")) {
+        product.kind = FormatString("Landsat %c", satellite);
+        product.fault = "it is of level '" + level + "'; only Level-1 has a pan band: take that";
+        return product;
+    }
+    std::map<std::string, std::string> bands;
+    const std::string key = "FILE_NAME_BAND_";
+    const auto take = [&](const char* number) {
+        const std::string file = metadata->SearchText(key + number);
+        if (file.empty()) return;
+        if (const auto found = files.FindBeside(name, file))
+            bands[number] = *found;
+        else
+            product.leftOut.emplace_back(file, "the metadata names it, and there is no such file");
+    };
+    for (const LandsatBand& band : oliBands)
+        take(band.number);
+    for (const char* number : {"6_VCID_1", "6_VCID_2"})
+        take(number);
+    const std::string time = metadata->SearchText("SCENE_CENTER_TIME");
+    product.acquired = metadata->SearchText("DATE_ACQUIRED") + (time.empty() ? "" : "T" + time);
+    TakeBands(satellite, bands, files, product);
+    return product;
+}
+
+} // namespace
+
+void FindLandsat(const ProductFiles& files, std::vector<Product>& found) {
+    std::map<std::string, std::pair<char, std::map<std::string, std::string>>> byName;
+    for (const std::string& name : files.GetNames())
+        if (const auto file = ReadName(name)) {
+            byName[file->product].first = file->satellite;
+            byName[file->product].second[file->band] = name;
+        }
+    std::vector<std::string> described;
+    for (const std::string& name : files.GetNames()) {
+        const std::string stem = MetadataStem(name);
+        // One product may have its metadata as text, JSON and XML.
+        if (stem.empty() || std::find(described.begin(), described.end(), stem) != described.end()) continue;
+        described.push_back(stem);
+        byName.erase(stem);
+        found.push_back(ReadMetadata(files, name));
+    }
+    for (const auto& [stem, bands] : byName) {
+        Product& product = found.emplace_back();
+        product.name = LastPart(stem);
+        TakeBands(bands.first, bands.second, files, product);
+    }
+}
+
+} // namespace rasterhost

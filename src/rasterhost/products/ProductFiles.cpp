@@ -1,0 +1,134 @@
+#include "rasterhost/products/ProductFiles.h"
+
+#include "fundament/Text.h"
+#include "rasterhost/requests/GdalErrors.h"
+
+#include <cpl_string.h>
+#include <cpl_vsi.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <system_error>
+
+namespace rasterhost {
+
+using KOVA::Tessara::Fundament::StartsWith;
+using KOVA::Tessara::Fundament::StringsEqual;
+using KOVA::Tessara::Fundament::ToLower;
+
+namespace {
+
+constexpr int mostFolderLevels = 4;
+constexpr std::size_t mostFiles = 20000;
+constexpr std::size_t mostMetadataBytes = std::size_t{16} << 20;
+
+constexpr const char* tarEndings[] = {".tar", ".tar.gz", ".tgz"};
+constexpr const char* rasterEndings[] = {".tif", ".tiff", ".jp2", ".j2k", ".img", ".vrt", ".til", ".ntf"};
+
+template <std::size_t N>
+bool EndsInOne(const std::string& name, const char* const (&endings)[N]) {
+    const std::string small = ToLower(name);
+    return std::any_of(std::begin(endings), std::end(endings),
+                       [&](const char* ending) { return small.ends_with(ending); });
+}
+
+/// True for a name with a ".." among its parts, or an absolute one.
+bool ClimbsOut(const std::string& name) {
+    const std::filesystem::path path(name);
+    return path.is_absolute() || name.find('\\') != std::string::npos ||
+           std::find(path.begin(), path.end(), "..") != path.end();
+}
+
+} // namespace
+
+bool IsArchive(const std::string& name) {
+    return EndsInOne(name, tarEndings) || ToLower(name).ends_with(".zip");
+}
+
+bool IsRasterName(const std::string& name) { return EndsInOne(name, rasterEndings); }
+
+std::string FolderPart(const std::string& name) {
+    const std::size_t slash = name.rfind('/');
+    return slash == std::string::npos ? std::string() : name.substr(0, slash + 1);
+}
+
+std::string LastPart(const std::string& name) { return name.substr(FolderPart(name).size()); }
+
+std::string StemPart(const std::string& name) {
+    const std::string last = LastPart(name);
+    return last.substr(0, last.rfind('.'));
+}
+
+bool ProductFiles::List(const std::string& folderOrArchive, Status& status) {
+    isArchive = IsArchive(folderOrArchive);
+    root = folderOrArchive;
+    while (root.size() > 1 && root.ends_with('/'))
+        root.pop_back();
+    if (isArchive) root = (ToLower(root).ends_with(".zip") ? "/vsizip/" : "/vsitar/") + root;
+    names.clear();
+    const GdalErrors errors;
+    const std::unique_ptr<VSIDIR, decltype(&VSICloseDir)> folder(
+        VSIOpenDir(root.c_str(), mostFolderLevels, nullptr), &VSICloseDir);
+    if (!folder)
+        return Fail(status, HostStatus::InputNotOpened, "%s '%s' cannot be read%s%s",
+                    isArchive ? "the archive" : "the folder", folderOrArchive.c_str(),
+                    isArchive ? "; was it copied or downloaded to its end?" : "", errors.Reason().c_str());
+    while (const VSIDIREntry* entry = VSIGetNextDirEntry(folder.get())) {
+        const std::string name(entry->pszName);
+        if (ClimbsOut(name)) continue; // nothing outside an archive is its
+        if (names.size() == mostFiles)
+            return Fail(status, HostStatus::InputNotSupported,
+                        "'%s' has more than %zu files; name the folder of one product",
+                        folderOrArchive.c_str(), mostFiles);
+        if (!VSI_ISDIR(entry->nMode)) names.push_back(name);
+    }
+    std::sort(names.begin(), names.end());
+    if (!StartsWith(root, "/vsi", false)) DropRepeated();
+    return true;
+}
+
+/// Links may lead to folders that are listed already: those go by their shortest way.
+void ProductFiles::DropRepeated() {
+    std::map<std::string, std::string> places, ways;
+    for (const std::string& name : names) {
+        const std::string folder = FolderPart(name);
+        if (places.contains(folder)) continue;
+        std::error_code failure;
+        const std::string place = std::filesystem::canonical(PathOf(folder), failure).string();
+        places[folder] = failure ? folder : place;
+        std::string& way = ways.emplace(places[folder], folder).first->second;
+        if (folder.size() < way.size()) way = folder;
+    }
+    std::erase_if(names, [&](const std::string& name) {
+        const std::string folder = FolderPart(name);
+        return ways[places[folder]] != folder;
+    });
+}
+
+std::optional<std::string> ProductFiles::FindBeside(const std::string& name, const std::string& other) const {
+    const std::string relative = StartsWith(other, "./", false) ? other.substr(2) : other;
+    if (relative.empty() || ClimbsOut(relative)) return std::nullopt;
+    const std::string wanted = FolderPart(name) + relative;
+    if (std::binary_search(names.begin(), names.end(), wanted)) return wanted;
+    for (const std::string& each : names)
+        if (StringsEqual(each, wanted, true)) return each;
+    return std::nullopt;
+}
+
+std::optional<Metadata> ProductFiles::ReadFile(const std::string& path, std::string& fault) {
+    const GdalErrors silence;
+    const std::unique_ptr<VSILFILE, decltype(&VSIFCloseL)> file(VSIFOpenL(path.c_str(), "rb"), &VSIFCloseL);
+    std::string text;
+    std::string block(std::size_t{64} << 10, '\0');
+    while (file && text.size() <= mostMetadataBytes) {
+        const std::size_t count = VSIFReadL(block.data(), 1, block.size(), file.get());
+        text.append(block, 0, count);
+        if (count < block.size()) break;
+    }
+    fault = !file ? "it cannot be read" : text.size() > mostMetadataBytes ? "it is larger than 16 MB" : "";
+    return fault.empty() ? ParseMetadata(text, fault) : std::nullopt;
+}
+
+} // namespace rasterhost

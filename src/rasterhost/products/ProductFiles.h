@@ -1,0 +1,55 @@
+#pragma once
+
+#include "rasterhost/products/Metadata.h"
+#include "rasterhost/requests/HostStatus.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace rasterhost {
+
+/// The files of a folder, or of an archive that is read where it lies: nothing is unpacked.
+class ProductFiles {
+public:
+    /// Lists what lies below a folder, or in a tar, tar.gz or zip. False with an item when that cannot be
+    /// read, or when there is too much of it. Names in an archive that lead out of it are not seen.
+    [[nodiscard]] bool List(const std::string& folderOrArchive, Status& status);
+
+    /// Names relative to the folder, with '/', in order.
+    [[nodiscard]] const std::vector<std::string>& GetNames() const { return names; }
+    /// The name as GDAL takes it.
+    [[nodiscard]] std::string PathOf(const std::string& name) const { return root + "/" + name; }
+    [[nodiscard]] bool IsOfArchive() const { return isArchive; }
+    /// A file beside another one, in whatever letter case; none where there is no such file, or the name
+    /// leads out of the folder.
+    [[nodiscard]] std::optional<std::string> FindBeside(const std::string& name,
+                                                        const std::string& other) const;
+    /// Reads a metadata file. None, with `fault` saying why, when it cannot be understood.
+    [[nodiscard]] std::optional<Metadata> Read(const std::string& name, std::string& fault) const {
+        return ReadFile(PathOf(name), fault);
+    }
+    /// The same of any file.
+    [[nodiscard]] static std::optional<Metadata> ReadFile(const std::string& path, std::string& fault);
+
+private:
+    void DropRepeated();
+
+    std::string root;
+    std::vector<std::string> names;
+    bool isArchive = false;
+};
+
+/// True for the name of an archive that GDAL reads, by its ending.
+[[nodiscard]] bool IsArchive(const std::string& name);
+
+/// Parts of a relative name: its folder with the last '/', empty for none; what follows that; and that
+/// without its ending.
+[[nodiscard]] std::string FolderPart(const std::string& name);
+[[nodiscard]] std::string LastPart(const std::string& name);
+[[nodiscard]] std::string StemPart(const std::string& name);
+/// True for a name that a raster may have, by its ending.
+[[nodiscard]] bool IsRasterName(const std::string& name);
+
+} // namespace rasterhost

@@ -1,0 +1,42 @@
+#include "rasterhost/products/ProductParts.h"
+
+#include <algorithm>
+#include <map>
+
+namespace rasterhost {
+
+namespace {
+
+void AppendPart(Product& more, Product& to) {
+    const bool hasPan = !more.pan.file.empty();
+    if (to.kind.empty() || hasPan) {
+        to.kind = more.kind;
+        to.name = more.name;
+        to.acquired = more.acquired;
+    }
+    if (hasPan && !to.pan.file.empty()) to.fault = "it has several panchromatic images";
+    if (!more.bands.empty() && !to.bands.empty()) to.fault = "it has several multispectral images";
+    if (to.fault.empty()) to.fault = more.fault;
+    if (hasPan) to.pan = more.pan;
+    if (!more.bands.empty()) to.bands = more.bands;
+    if (!to.noData) to.noData = more.noData;
+    if (!to.bitDepth) to.bitDepth = more.bitDepth;
+    to.metadata.insert(to.metadata.end(), more.metadata.begin(), more.metadata.end());
+    to.leftOut.insert(to.leftOut.end(), more.leftOut.begin(), more.leftOut.end());
+}
+
+} // namespace
+
+void JoinParts(std::vector<ProductPart> parts, std::vector<Product>& found) {
+    const auto isPan = [](const ProductPart& part) { return !part.product.pan.file.empty(); };
+    const auto hasBands = [](const ProductPart& part) { return !part.product.bands.empty(); };
+    const bool isOnePair =
+        std::ranges::count_if(parts, isPan) == 1 && std::ranges::count_if(parts, hasBands) == 1;
+    std::map<std::string, Product> scenes;
+    for (ProductPart& part : parts)
+        AppendPart(part.product, scenes[isOnePair ? "" : part.key]);
+    for (auto& [key, scene] : scenes)
+        found.push_back(std::move(scene));
+}
+
+} // namespace rasterhost

@@ -1,0 +1,134 @@
+#include "fundament/Text.h"
+#include "rasterhost/products/ProductKinds.h"
+#include "rasterhost/reading/BandNames.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace rasterhost {
+
+using KOVA::Tessara::Fundament::StartsWith;
+using KOVA::Tessara::Fundament::ToLower;
+
+namespace {
+
+/// What an asset's address is to GDAL; empty for one that is not taken.
+std::string PathOfAddress(const ProductFiles& files, const std::string& item, const std::string& address) {
+    constexpr std::pair<const char*, const char*> schemes[] = {{"http://", "/vsicurl/http://"},
+                                                               {"https://", "/vsicurl/https://"},
+                                                               {"s3://", "/vsis3/"},
+                                                               {"gs://", "/vsigs/"}};
+    for (const auto& [scheme, prefix] : schemes)
+        if (StartsWith(address, scheme, true)) return prefix + address.substr(std::string(scheme).size());
+    if (address.find("://") != std::string::npos || StartsWith(address, "/vsi", true)) return {};
+    if (const auto beside = files.FindBeside(item, address)) return files.PathOf(*beside);
+    if (files.IsOfArchive() || address.empty()) return {};
+    return address.starts_with('/') ? address : files.PathOf(FolderPart(item) + address);
+}
+
+/// A band of an asset: "eo:bands" and "raster:bands" of 1.0, "bands" of 1.1.
+std::string StacName(const Metadata& band) {
+    for (const char* key : {"eo:common_name", "common_name", "name", "description"})
+        if (std::string name = FindBandName(band.Get(key)); !name.empty()) return name;
+    const auto wavelength = band.GetNumber("eo:center_wavelength");
+    const auto before = band.GetNumber("center_wavelength");
+    return NameOfWavelength(wavelength.value_or(before.value_or(0.0)));
+}
+
+bool HasRole(const Metadata& asset, const char* wanted) {
+    const Metadata* roles = asset.Find("roles");
+    return roles &&
+           std::ranges::any_of(roles->parts, [&](const Metadata& role) { return role.text == wanted; });
+}
+
+/// Takes a number on which all bands agree.
+void Agree(const std::optional<double>& number, bool isFirst, std::optional<double>& all) {
+    if (isFirst || all != number) all = isFirst ? number : std::nullopt;
+}
+
+class ItemReader {
+public:
+    ItemReader(const ProductFiles& productFiles, std::string name, Product& stacProduct)
+        : files(productFiles), item(std::move(name)), product(stacProduct) {}
+
+    void Read(const Metadata& json) {
+        product.name = json.Get("id");
+        const std::string platform = json.Get("properties/platform");
+        product.kind = "STAC item" + (platform.empty() ? "" : " of " + platform);
+        product.acquired = json.Get("properties/datetime");
+        if (const Metadata* assets = json.Find("assets"))
+            for (const Metadata& asset : assets->parts)
+                ReadAsset(asset);
+        if (noData) product.noData = noData;
+        if (bits && *bits >= 9.0 && *bits <= 15.0) product.bitDepth = static_cast<int>(*bits);
+        if (product.pan.file.empty())
+            product.fault = "none of its assets has a band of the common name 'pan'";
+    }
+
+private:
+    void ReadAsset(const Metadata& asset) {
+        const Metadata* bands = asset.Find("bands");
+        if (!bands) bands = asset.Find("eo:bands");
+        const bool isPicture =
+            HasRole(asset, "thumbnail") || HasRole(asset, "overview") || HasRole(asset, "visual");
+        if (!bands || bands->parts.empty()) return; // metadata and the like
+        if (isPicture || HasRole(asset, "metadata"))
+            return LeaveOut(asset, "a picture to look at, or metadata");
+        const std::string path = PathOfAddress(files, item, asset.Get("href"));
+        if (path.empty())
+            return LeaveOut(asset, "its link '" + asset.Get("href") + "' is not one that is taken");
+        const Metadata* samples = asset.Find("raster:bands");
+        for (std::size_t i = 0; i < bands->parts.size(); ++i) {
+            const Metadata& band = bands->parts[i];
+            const Metadata& values = samples && i < samples->parts.size() ? samples->parts[i] : band;
+            TakeBand(asset, band, values, {path, static_cast<int>(i) + 1});
+        }
+    }
+    void TakeBand(const Metadata& asset, const Metadata& band, const Metadata& values, InputBand input) {
+        input.name = StacName(band);
+        input.wavelength = band.GetNumber("eo:center_wavelength");
+        if (!input.wavelength) input.wavelength = band.GetNumber("center_wavelength");
+        if (input.name.empty()) return LeaveOut(asset, "nothing tells what its band sees");
+        if (input.name == "thermal" || input.name == "cirrus")
+            return LeaveOut(asset, input.name + ": pan does not see that light");
+        const bool isPan = input.name == "pan";
+        if (isPan ? !product.pan.file.empty()
+                  : std::ranges::count(product.bands, input.name, &InputBand::name) > 0)
+            return LeaveOut(asset, "another asset has the band '" + input.name + "'");
+        const bool isFirst = product.pan.file.empty() && product.bands.empty();
+        Agree(values.GetNumber("nodata"), isFirst, noData);
+        Agree(values.GetNumber("bits_per_sample"), isFirst, bits);
+        if (isPan)
+            product.pan = std::move(input);
+        else
+            product.bands.push_back(std::move(input));
+    }
+    void LeaveOut(const Metadata& asset, const std::string& why) {
+        product.leftOut.emplace_back("asset '" + asset.name + "'", why);
+    }
+
+    const ProductFiles& files;
+    std::string item;
+    Product& product;
+    std::optional<double> noData, bits;
+};
+
+} // namespace
+
+void FindStac(const ProductFiles& files, std::vector<Product>& found) {
+    for (const std::string& name : files.GetNames()) {
+        const std::string small = ToLower(name);
+        if (!small.ends_with(".json") && !small.ends_with(".geojson")) continue;
+        Product product;
+        product.kind = "STAC item";
+        product.name = StemPart(name);
+        product.metadata = {name};
+        const auto json = files.Read(name, product.fault);
+        // A folder may have other texts, and catalogues have no assets.
+        if (!json || json->Get("stac_version").empty() || !json->Find("assets")) continue;
+        ItemReader(files, name, product).Read(*json);
+        found.push_back(std::move(product));
+    }
+}
+
+} // namespace rasterhost
