@@ -4,6 +4,7 @@
 #include "fundament/Text.h"
 
 #include <algorithm>
+#include <unordered_map>
 
 namespace KOVA::Tessara::Fundament {
 
@@ -74,9 +75,24 @@ void PropertyLookUp::Clear() { pairs.clear(); }
 
 bool PropertyLookUp::Merge(const PropertyLookUp& other, bool skipEmpty, const std::string& prefix,
                            const std::string& suffix) {
+    constexpr std::size_t few = 64;                // are found one by one before an index is made
     const std::deque<Pair> incoming = other.pairs; // `other` may be this lookup, which grows below
-    for (const auto& [name, value] : incoming)
-        if (!skipEmpty || !value.empty()) (*this)[prefix + name + suffix] = value;
+    const bool isIndexed = pairs.size() + incoming.size() > few;
+    std::unordered_map<std::string, std::string*> values; // by name as it is compared, of the first match
+    if (isIndexed)
+        for (auto& [name, value] : pairs)
+            values.try_emplace(ToLower(name), &value);
+    for (const auto& [name, value] : incoming) {
+        if (skipEmpty && value.empty()) continue;
+        const std::string own = prefix + name + suffix;
+        if (!isIndexed) {
+            (*this)[own] = value;
+            continue;
+        }
+        std::string*& place = values[ToLower(own)];
+        if (!place) place = &pairs.emplace_back(own, std::string()).second;
+        *place = value;
+    }
     return true;
 }
 

@@ -134,9 +134,11 @@ bool XmlDocument::SetText(const std::string& text) {
 
 PropertyLookUp& XmlDocument::GetAttributes() {
     attributes.Clear();
+    std::deque<PropertyLookUp::Pair> read;
     if (current)
         for (const _xmlNode* attribute : XmlTree::Attributes(current))
-            attributes[XmlTree::Name(attribute)] = XmlTree::Text(attribute);
+            read.emplace_back(XmlTree::Name(attribute), XmlTree::Text(attribute));
+    attributes.Merge(PropertyLookUp(std::move(read)), false, {}, {});
     return attributes;
 }
 

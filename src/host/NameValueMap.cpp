@@ -1,6 +1,11 @@
 #include "host/NameValueMap.h"
 
 #include "fundament/PropertyLookUp.h"
+#include "fundament/Text.h"
+
+#include <deque>
+#include <unordered_set>
+#include <utility>
 
 namespace KOVA::Tessara::Global {
 
@@ -14,8 +19,13 @@ const std::string* NameValueMap::Find(const std::string& name) const {
 namespace KOVA::Tessara::Pixmere {
 
 int NameValueMapToPropertyLookUp(const Global::NameValueMap& map, Fundament::PropertyLookUp& properties) {
+    std::unordered_set<std::string> known; // by name as it is compared: a lookup searches one by one
+    for (std::uint32_t i = 0; i < properties.GetCount(); ++i)
+        known.insert(Fundament::ToLower(properties.GetAt(i).first));
+    std::deque<Fundament::PropertyLookUp::Pair> added;
     for (const auto& [name, value] : map)
-        if (!properties.HasProperty(name)) properties[name] = value;
+        if (known.insert(Fundament::ToLower(name)).second) added.emplace_back(name, value);
+    properties.Merge(Fundament::PropertyLookUp(std::move(added)), false, {}, {});
     return 1;
 }
 

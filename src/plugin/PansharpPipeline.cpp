@@ -17,13 +17,6 @@ using Fundament::PropertyLookUp;
 
 namespace {
 
-void CopyProperties(PropertyLookUp& target, const PropertyLookUp& source) {
-    for (std::uint32_t i = 0; i < source.GetCount(); ++i) {
-        const auto [name, value] = source.GetAt(i);
-        target[name] = value;
-    }
-}
-
 void ExportPropertiesToMap(const PropertyLookUp& lookup, Global::NameValueMap& map, bool skipEmpty,
                            const std::string& prefix, const std::string& suffix) {
     for (std::uint32_t i = 0; i < lookup.GetCount(); ++i) {
@@ -133,7 +126,7 @@ bool PansharpRaster::MergeInfrared() {
     if (!pipeline.mergeOperator)
         return Fail(ProcessStatus::NoMergeOperator, "could not create PXL::BlendPixels object", &reasons);
     PXL::BlendPixels<T>& merge = *pipeline.mergeOperator;
-    CopyProperties(merge.properties, properties);
+    merge.properties.Merge(properties, false, {}, {});
     merge.EnableMetadata(generateMetadata);
     merge.UseSimdTarget(simdTarget);
     if (!merge.Init(msInfo, irInfo, false))
@@ -201,7 +194,7 @@ bool PansharpRaster::CreateFusion() {
     if (!pipeline.panSharpImage)
         return Fail(ProcessStatus::NoPanSharpImage, "could not create PXL::PanSharp object", &reasons);
     PXL::PanSharpImage<T>& image = *pipeline.panSharpImage;
-    CopyProperties(image.properties, properties);
+    image.properties.Merge(properties, false, {}, {});
     // As published by Init: the host reads rows of that many bands, whatever it has set since.
     image.properties[PropertyNames::outputBands] = FormatString("%u", info.bandsPerPixel);
     image.EnableMetadata(generateMetadata);

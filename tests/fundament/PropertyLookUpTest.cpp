@@ -60,6 +60,17 @@ TEST(PropertyLookUp, MayAddFromItself) {
     EXPECT_EQ(p.GetCount(), 4u); // over the pair that is there, whatever its case
     EXPECT_EQ(p.GetAt(2), Pair("In.Gain", "3"));
     EXPECT_EQ(PropertyLookUp().ToXml("P"), "<P></P>");
+
+    PropertyLookUp one, many; // each name twice, in two cases, and some that are there: as set one by one
+    one["Name-7"] = many["Name-7"] = "kept";
+    std::deque<Pair> pairs;
+    for (int i = 0; i < 200; ++i) {
+        pairs.emplace_back((i % 2 ? "name-" : "NAME-") + std::to_string(i / 2), std::to_string(i));
+        one["P" + pairs.back().first] = pairs.back().second;
+    }
+    many.Merge(PropertyLookUp(pairs), false, "P", "");
+    many.Merge(PropertyLookUp(std::deque<Pair>{{"PNAME-0", ""}}), true, "", "");
+    EXPECT_EQ(many.ToXml(""), one.ToXml(""));
 }
 
 } // namespace
