@@ -18,18 +18,18 @@ using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
 
-constexpr const char* names[] = {"fused", "bilinear"};
-constexpr std::size_t images = std::size(names);
+constexpr const char* assessedNames[] = {"fused", "bilinear"};
+constexpr std::size_t assessedImages = std::size(assessedNames);
 
 /// The images as one thread reads them.
 struct PairReaders {
     std::unique_ptr<InputImage> fused, pan, multispectral;
     std::unique_ptr<ImageRows> panRows, multispectralRows;
-    std::array<std::unique_ptr<RowSource>, images> rows;    ///< on the grid of pan
-    std::array<std::unique_ptr<DegradedRows>, images> seen; ///< on the multispectral grid
+    std::array<std::unique_ptr<RowSource>, assessedImages> rows;    ///< on the grid of pan
+    std::array<std::unique_ptr<DegradedRows>, assessedImages> seen; ///< on the multispectral grid
     std::unique_ptr<DegradedRows> seenPan;
-    std::array<SampleRows, images> samples;
-    std::array<NumberRows, images> numbers;
+    std::array<SampleRows, assessedImages> samples;
+    std::array<NumberRows, assessedImages> numbers;
     SampleRows truth, pansSamples;
     NumberRows pansNumbers;
 };
@@ -37,7 +37,7 @@ struct PairReaders {
 /// What is found at the multispectral pixels.
 struct CoarseIndices {
     CoarseIndices(std::size_t columns, std::size_t bands, std::size_t side) : scale(columns, bands, 1, side) {
-        for (std::size_t image = 0; image < images; ++image) {
+        for (std::size_t image = 0; image < assessedImages; ++image) {
             consistency.emplace_back(columns, bands);
             blurred.emplace_back(columns, bands, quality::blockSide);
         }
@@ -59,7 +59,8 @@ struct CoarseIndices {
 
 /// At the pixels of pan.
 struct FineIndices {
-    FineIndices(std::size_t columns, std::size_t bands) : scale(columns, bands, images, quality::blockSide) {}
+    FineIndices(std::size_t columns, std::size_t bands)
+        : scale(columns, bands, assessedImages, quality::blockSide) {}
     void Append(FineIndices& below) {
         scale.Append(below.scale);
         pixels += below.pixels;
@@ -118,7 +119,7 @@ private:
             return std::make_unique<DegradedRows>(
                 DegradeOnto(rows, fine, coarse, hostkit::WholeImage(coarse), transfers));
         };
-        for (std::size_t image = 0; image < images; ++image)
+        for (std::size_t image = 0; image < assessedImages; ++image)
             readers->seen[image] = degrade(*readers->rows[image], blur.multispectral);
         readers->seenPan = degrade(*readers->panRows, std::span(&blur.pan, 1));
         return readers;
@@ -135,7 +136,7 @@ private:
                 !readers.seenPan->ReadNumbers(from, to, readers.pansNumbers, status))
                 return nullptr;
             std::vector<unsigned char>& valid = readers.truth.valid;
-            for (std::size_t image = 0; image < images; ++image) {
+            for (std::size_t image = 0; image < assessedImages; ++image) {
                 if (!readers.seen[image]->ReadNumbers(from, to, readers.numbers[image], status))
                     return nullptr;
                 KeepCommon(valid, readers.numbers[image].valid);
@@ -153,7 +154,7 @@ private:
         const unsigned char* valid = readers.truth.valid.data() + at;
         auto consistency = found.consistency.begin();
         auto blurred = found.blurred.begin();
-        for (std::size_t image = 0; image < images; ++image) {
+        for (std::size_t image = 0; image < assessedImages; ++image) {
             const double* seen = readers.numbers[image].numbers.data() + at * bands;
             consistency++->AddRow(seen, truth, valid);
             std::vector<quality::Channel> both;
@@ -176,7 +177,7 @@ private:
             const auto to = static_cast<std::uint32_t>(std::min(top + rowsAtOnce, end));
             if (!readers.panRows->Read(from, to, readers.pansSamples, status)) return nullptr;
             std::vector<unsigned char>& valid = readers.pansSamples.valid;
-            for (std::size_t image = 0; image < images; ++image) {
+            for (std::size_t image = 0; image < assessedImages; ++image) {
                 if (!readers.rows[image]->Read(from, to, readers.samples[image], status)) return nullptr;
                 KeepCommon(valid, readers.samples[image].valid);
             }
@@ -198,15 +199,15 @@ private:
         const auto fineScale = atFine.scale.Find(), coarseScale = atCoarse.scale.Find();
         auto consistency = atCoarse.consistency.begin();
         auto blurred = atCoarse.blurred.begin();
-        for (std::size_t image = 0; image < images; ++image) {
+        for (std::size_t image = 0; image < assessedImages; ++image) {
             PairIndices indices;
-            indices.name = names[image];
+            indices.name = assessedNames[image];
             indices.consistency = consistency++->Find(ratio);
             indices.pixels = atFine.pixels;
             if (indices.consistency.pixels == 0 || indices.pixels == 0)
-                return Fail(
-                    status, HostStatus::InputsDoNotFit,
-                    "no multispectral pixel has data around it in all images; there is nothing to assess");
+                return Fail(status, HostStatus::InputsDoNotFit,
+                            "no multispectral pixel has data around it in all images; there is "
+                            "nothing to assess");
             indices.spectralDistortion =
                 quality::Distortion(fineScale[image].ofBands, coarseScale[0].ofBands);
             indices.spatialDistortion = quality::Distortion(fineScale[image].withPan, coarseScale[0].withPan);
