@@ -84,6 +84,13 @@ void ReadPreviewPlace(const TypedOption& option, Arguments& to) {
     to.preview->at = ParsePair(option.name, option.Value());
 }
 
+void ReadPicture(const TypedOption& option, Arguments& to) {
+    if (to.preview)
+        throw UsageError(option.name +
+                         " and --preview: the output is a picture itself; leave one of them out");
+    to.isPicture = true;
+}
+
 void ReadStatusXml(const TypedOption& option, Arguments& to) {
     to.statusXml = FileName(option);
     AddBeside(option, to);

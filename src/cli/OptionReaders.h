@@ -45,6 +45,7 @@ void ReadOutput(const TypedOption& option, Arguments& to);
 void ReadFormat(const TypedOption& option, Arguments& to);
 void ReadCreationOptions(const TypedOption& option, Arguments& to);
 void ReadPreview(const TypedOption& option, Arguments& to);
+void ReadPicture(const TypedOption& option, Arguments& to);
 void ReadPreviewPlace(const TypedOption& option, Arguments& to);
 void ReadStatusXml(const TypedOption& option, Arguments& to);
 void ReadKeep(const TypedOption& option, Arguments& to);

@@ -40,6 +40,10 @@ constexpr OptionEntry sharpenOptions[] = {
     {{"--preview-at", "X,Y", "the middle of what is fused", inputHeading,
       "where the middle of the picture lies, in map units of pan"},
      ReadPreviewPlace},
+    {{"--byte", "", "", inputHeading,
+      "write a picture to send: 8 bits, each band stretched from the 2nd to the 98th percentile of its own, "
+      "which the metadata say; with --rgb, as PNG or JPEG by the ending of OUT. Not to be measured in"},
+     ReadPicture},
     option::method,
     option::weights,
     option::weightsFrom,

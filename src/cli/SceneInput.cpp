@@ -49,6 +49,7 @@ bool WritesScene(const Arguments& request) {
             "' would describe a scene that is described already; copy the file, or name the images");
     if (request.preview)
         throw UsageError("--preview: a description has no pixels to make a picture of; leave it out");
+    if (request.isPicture) throw UsageError("--byte: a description has no pixels to stretch; leave it out");
     return true;
 }
 

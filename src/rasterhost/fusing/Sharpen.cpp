@@ -47,7 +47,7 @@ public:
         plan = PlanOutput(request, *format, *pair.scene, ChooseThreads(request));
         folder = PrepareOutput(request, *pair.scene, plan, status);
         if (!folder || !CheckMemory(request, *pair.scene, plan, GetSizes(), status)) return false;
-        if (const std::string loss = FindLoss(plan, request.output); !loss.empty())
+        if (const std::string loss = plan.isPicture ? "" : FindLoss(plan, request.output); !loss.empty())
             Warn("the output '" + request.output + "' " + loss);
         if (!FitFusion(request, pair, known, settings, found, warn, status)) return false;
         FillReport(request, pair, settings, found, report);
@@ -163,7 +163,7 @@ void FillReport(const SharpenRequest& request, const PreparedPair& pair, const P
     report.columns = pair.scene->part.GetColumns();
     report.rows = pair.scene->part.GetRows();
     report.bands = pair.scene->outputBands;
-    report.bitsPerSample = pan.bitsPerBand;
+    report.bitsPerSample = request.isPicture ? 8 : pan.bitsPerBand;
     report.bitDepth = pair.scene->bitDepth;
     report.resampling = request.resampling;
     const RasterInfo ms = pair.scene->GetMultispectral().GetInfo();

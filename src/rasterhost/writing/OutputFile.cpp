@@ -2,6 +2,7 @@
 
 #include "fundament/Text.h"
 #include "rasterhost/requests/GdalErrors.h"
+#include "rasterhost/writing/Picture.h"
 
 #include <cpl_conv.h>
 #include <gdal_priv.h>
@@ -127,11 +128,13 @@ bool OutputFile::Copy(const std::function<bool(double)>& progress, Status& statu
     };
     const GdalErrors errors;
     GDALDatasetUniquePtr made(GDALDataset::Open(writtenFile.c_str(), GDAL_OF_RASTER));
-    GDALDatasetUniquePtr copied(made ? FindDriver(plan.format.name)
-                                           ->CreateCopy(folder.GetFile().c_str(), made.get(), FALSE,
-                                                        options.List(), report,
-                                                        const_cast<std::function<bool(double)>*>(&progress))
-                                     : nullptr);
+    GDALDatasetUniquePtr picture(made && plan.isPicture ? MakePicture(*made) : nullptr);
+    GDALDataset* source = plan.isPicture ? picture.get() : made.get();
+    GDALDatasetUniquePtr copied(source ? FindDriver(plan.format.name)
+                                             ->CreateCopy(folder.GetFile().c_str(), source, FALSE,
+                                                          options.List(), report,
+                                                          const_cast<std::function<bool(double)>*>(&progress))
+                                       : nullptr);
     const bool isCopied = copied != nullptr;
     copied.reset();
     return (isCopied && !errors.HasFailed()) || FailToComplete(errors.Reason(), status);

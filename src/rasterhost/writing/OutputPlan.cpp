@@ -112,14 +112,16 @@ OutputPlan PlanOutput(const SharpenRequest& request, const OutputFormat& format,
                       int threads) {
     OutputPlan plan;
     plan.format = format;
+    plan.isPicture = request.isPicture;
+    plan.format.isCopied = format.isCopied || request.isPicture;
     plan.rules = MakeOutputRules(request, scene);
     plan.columns = scene.part.GetColumns();
     plan.rows = scene.part.GetRows();
     plan.threads = threads;
     plan.bits = scene.pan->GetInfo().bitsPerBand;
     plan.options = FormatOptions(request, format);
-    plan.writesTiff = format.isTiff || format.isCopied;
-    if (!format.isCopied) plan.pixelOptions = plan.options;
+    plan.writesTiff = format.isTiff || plan.format.isCopied;
+    if (!plan.format.isCopied) plan.pixelOptions = plan.options;
     if (plan.writesTiff) PlanTiff(request, scene, plan);
     return plan;
 }

@@ -24,6 +24,8 @@ struct OutputPlan {
     /// Those of the file that the pixels are written into as they are fused: the same and what they leave
     /// open, or those of a GeoTIFF to copy from.
     CPLStringList pixelOptions;
+    /// The file is a stretched copy of 8 bits of the pixels that are fused (Picture.h).
+    bool isPicture = false;
     bool writesTiff = false;   ///< that file is a GeoTIFF
     bool isCompressed = false; ///< and compressed as it is written
     /// Of that file's blocks. Windows are best whole rows of them, and have to be where the layout has tiles.

@@ -25,7 +25,7 @@ public:
         const bool isCopied = plan.format.isCopied;
         GDALDriver& maker = isCopied ? *GetGDALDriverManager()->GetDriverByName("MEM") : driver;
         CPLStringList options = isCopied ? CPLStringList() : plan.options;
-        if (plan.format.isTiff) options.SetNameValue("SPARSE_OK", "YES"); // blocks may be large
+        if (plan.format.isTiff && !isCopied) options.SetNameValue("SPARSE_OK", "YES"); // blocks may be large
         const GdalErrors errors;
         GDALDatasetUniquePtr image(maker.Create(isCopied ? "" : file.c_str(), trialSize, trialSize,
                                                 static_cast<int>(plan.rules.GetFileBands()), GetType(),
@@ -43,7 +43,9 @@ public:
     }
 
 private:
-    [[nodiscard]] GDALDataType GetType() const { return plan.bits == 8 ? GDT_Byte : GDT_UInt16; }
+    [[nodiscard]] GDALDataType GetType() const {
+        return plan.bits == 8 || plan.isPicture ? GDT_Byte : GDT_UInt16;
+    }
 
     void LookAtBlocks(GDALDataset& image) {
         int width = 0, height = 1;
