@@ -38,16 +38,14 @@ void SpatialCorrelation::Append(const SpatialCorrelation& below) {
     }
 }
 
-double SpatialCorrelation::Detail(std::size_t at) const {
-    double sum = 0.0;
-    for (const Row& row : rows) {
-        const double* middle = row.both.data() + at;
-        sum += *(middle - 2 * bands) + middle[0] + middle[2 * bands];
-    }
-    return 9.0 * rows[1].both[at] - sum;
-}
-
 void SpatialCorrelation::AddMiddle() {
+    const std::size_t step = 2 * bands, samples = columns * step;
+    down.resize(samples);
+    detail.resize(samples);
+    for (std::size_t at = 0; at < samples; ++at)
+        down[at] = rows[0].both[at] + rows[1].both[at] + rows[2].both[at];
+    for (std::size_t at = step; at + step < samples; ++at)
+        detail[at] = 9.0 * rows[1].both[at] - (down[at - step] + down[at] + down[at + step]);
     for (std::size_t column = 1; column + 1 < columns; ++column) {
         const bool counts = std::all_of(rows.begin(), rows.end(), [column](const Row& row) {
             return row.valid[column - 1] && row.valid[column] && row.valid[column + 1];
@@ -55,8 +53,8 @@ void SpatialCorrelation::AddMiddle() {
         if (!counts) continue;
         ++count;
         for (std::size_t band = 0; band < bands; ++band) {
-            const double x = Detail(column * 2 * bands + band);
-            const double y = Detail(column * 2 * bands + bands + band);
+            const double x = detail[column * step + band];
+            const double y = detail[column * step + bands + band];
             Sums& sum = sums[band];
             sum.image += x;
             sum.reference += y;

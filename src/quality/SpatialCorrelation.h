@@ -33,12 +33,12 @@ private:
         double image = 0.0, reference = 0.0, imageSquares = 0.0, referenceSquares = 0.0, products = 0.0;
     };
     void AddMiddle();
-    [[nodiscard]] double Detail(std::size_t at) const;
 
     std::size_t columns, bands;
     std::array<Row, 3> rows;  ///< the latest last
     std::array<Row, 2> first; ///< the first ones, for what is above them
     std::size_t seen = 0;
+    std::vector<double> down, detail; ///< of the middle row: three rows added up, and what the filter leaves
     std::vector<Sums> sums;
     std::uint64_t count = 0;
 };

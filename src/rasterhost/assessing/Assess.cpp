@@ -78,10 +78,9 @@ private:
             !CheckBands(*fused, *truth, "reference", false, status))
             return false;
         const CacheLimit cache(StripCache({fused.get(), truth.get()}));
-        ImageRows image(*fused), reference(*truth);
         quality::ReferenceIndices indices;
         const double ratio = request.ratio.value_or(std::numeric_limits<double>::quiet_NaN());
-        if (!CompareRows(image, reference, ratio, indices, status)) return false;
+        if (!CompareRows(RowsOf(*fused), RowsOf(*truth), ratio, indices, status)) return false;
         report.reference = std::move(indices);
         return report.reference->pixels > 0 ||
                Fail(status, HostStatus::InputsDoNotFit,

@@ -114,14 +114,13 @@ private:
         return InputImage::Open(inputs, "reduced", {}, status);
     }
 
-    bool Add(CompareEntry entry, RowSource& rows) {
+    bool Add(CompareEntry entry, std::size_t bands, const OpenRows& rows) {
         if (!GoesOn()) return Cancel();
         // A method may write fewer bands, the first ones.
-        const std::size_t bands = rows.GetBands();
         if (!truths[bands]) truths[bands] = OpenBands(reduced->GetTruth(), bands);
         if (!truths[bands]) return false;
-        ImageRows reference(*truths[bands]);
-        if (!CompareRows(rows, reference, std::sqrt(report.ratioX * report.ratioY), entry.indices, status))
+        if (!CompareRows(rows, RowsOf(*truths[bands]), std::sqrt(report.ratioX * report.ratioY),
+                         entry.indices, status))
             return false;
         if (entry.indices.pixels == 0)
             return Fail(
@@ -135,8 +134,13 @@ private:
     bool AddPlain(Resampling resampling) {
         const auto& grid = pan->GetInfo();
         const hostkit::AxisPlacement placement(grid, multispectral->GetInfo());
-        UpsampledRows rows(*multispectral, placement, hostkit::WholeImage(grid), resampling, false);
-        return Add({{}, {}, resampling, {}, {}, {}}, rows);
+        const auto open = [&](Status& reasons) -> std::unique_ptr<RowSource> {
+            auto image = InputImage::Open(multispectral->GetDescription(), reasons);
+            return image ? std::make_unique<UpsampledRows>(std::move(image), placement,
+                                                           hostkit::WholeImage(grid), resampling, false)
+                         : nullptr;
+        };
+        return Add({{}, {}, resampling, {}, {}, {}}, report.bands, open);
     }
 
     /// Of the table, if no method is left out.
@@ -201,7 +205,6 @@ private:
         {
             const auto fused = InputImage::Open({{run.output, {}}}, "fused", {}, status);
             if (!fused) return false;
-            ImageRows rows(*fused);
             // Where no weights could be fitted, the run took equal ones.
             if (weights == WeightSource::Fit && !fusion.fit) {
                 weights = WeightSource::Equal;
@@ -209,7 +212,7 @@ private:
             }
             isAdded =
                 Add({run.method, weights, run.resampling, fusion.effectiveWeights, fusion.infraredWeight, {}},
-                    rows);
+                    fused->GetInfo().bandsPerPixel, RowsOf(*fused));
         }
         VSIUnlink(run.output.c_str());
         return isAdded;

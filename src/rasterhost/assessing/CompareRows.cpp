@@ -1,5 +1,8 @@
 #include "rasterhost/assessing/CompareRows.h"
 
+#include "rasterhost/assessing/InParts.h"
+
+#include <algorithm>
 #include <cmath>
 
 namespace rasterhost {
@@ -16,23 +19,57 @@ bool IsOnGrid(const PlacedImage& image, const PlacedImage& other) {
            std::fabs(a.yMax - b.yMax) <= noise * b.pixelSizeY;
 }
 
+/// Both images as one thread reads them.
+struct ComparedRows {
+    std::unique_ptr<RowSource> image, reference;
+    SampleRows samples, truth;
+};
+
+std::unique_ptr<quality::Comparison> ComparePart(ComparedRows& rows, std::uint32_t first, std::uint32_t end,
+                                                 Status& status) {
+    const std::size_t columns = rows.image->GetColumns(), bands = rows.image->GetBands();
+    auto found = std::make_unique<quality::Comparison>(columns, bands);
+    if (!rows.image->Read(first, end, rows.samples, status) ||
+        !rows.reference->Read(first, end, rows.truth, status))
+        return nullptr;
+    KeepCommon(rows.samples.valid, rows.truth.valid);
+    for (std::size_t at = 0; at < rows.samples.valid.size(); at += columns)
+        found->AddRow(rows.samples.samples.data() + at * bands, rows.truth.samples.data() + at * bands,
+                      rows.samples.valid.data() + at);
+    return found;
+}
+
 } // namespace
 
-bool CompareRows(RowSource& image, RowSource& reference, double ratio, quality::ReferenceIndices& found,
-                 Status& status) {
-    const std::size_t columns = image.GetColumns(), bands = image.GetBands();
-    quality::Comparison comparison(columns, bands);
-    SampleRows a, b;
-    const bool isDone = ForStrips(image, [&](std::uint32_t row, std::uint32_t end) {
-        if (!image.Read(row, end, a, status) || !reference.Read(row, end, b, status)) return false;
-        KeepCommon(a.valid, b.valid);
-        for (std::size_t i = 0; i < end - row; ++i)
-            comparison.AddRow(a.samples.data() + i * columns * bands, b.samples.data() + i * columns * bands,
-                              a.valid.data() + i * columns);
-        return true;
-    });
-    if (isDone) found = comparison.Find(ratio);
-    return isDone;
+OpenRows RowsOf(const InputImage& image) {
+    return [known = image.GetDescription()](Status& status) -> std::unique_ptr<RowSource> {
+        auto opened = InputImage::Open(known, status);
+        return opened ? std::make_unique<ImageRows>(std::move(opened)) : nullptr;
+    };
+}
+
+bool CompareRows(const OpenRows& image, const OpenRows& reference, double ratio,
+                 quality::ReferenceIndices& found, Status& status) {
+    const auto size = image(status);
+    if (!size) return false;
+    constexpr std::uint32_t partRows = 2 * quality::blockSide;
+    const std::uint32_t rows = size->GetRows();
+    quality::Comparison comparison(size->GetColumns(), size->GetBands());
+    const auto open = [&](Status& reasons) {
+        auto opened = std::make_unique<ComparedRows>();
+        opened->image = image(reasons);
+        opened->reference = opened->image ? reference(reasons) : nullptr;
+        return opened->reference ? std::move(opened) : nullptr;
+    };
+    const auto compare = [&](ComparedRows& readers, std::size_t part, Status& reasons) {
+        const std::uint32_t first = static_cast<std::uint32_t>(part) * partRows;
+        return ComparePart(readers, first, std::min(first + partRows, rows), reasons);
+    };
+    if (!InParts((rows + partRows - 1) / partRows, open, compare,
+                 [&](quality::Comparison& below) { comparison.Append(below); }, status))
+        return false;
+    found = comparison.Find(ratio);
+    return true;
 }
 
 std::int64_t StripCache(std::initializer_list<const InputImage*> images) {

@@ -4,14 +4,21 @@
 #include "rasterhost/reading/RowSource.h"
 #include "rasterhost/scene/Scene.h"
 
-#include <algorithm>
+#include <functional>
 #include <initializer_list>
+#include <memory>
 
 namespace rasterhost {
 
+/// Opens the rows of an image for one more thread. Null with an item.
+using OpenRows = std::function<std::unique_ptr<RowSource>(Status&)>;
+
+/// Opens those of an image that is open already, for as long as it is.
+[[nodiscard]] OpenRows RowsOf(const InputImage& image);
+
 /// All indices of an image against a reference of the same size where both have data. False with an item when
 /// one cannot be read.
-[[nodiscard]] bool CompareRows(RowSource& image, RowSource& reference, double ratio,
+[[nodiscard]] bool CompareRows(const OpenRows& image, const OpenRows& reference, double ratio,
                                quality::ReferenceIndices& found, Status& status);
 
 /// Bytes of GDAL's block cache in which images are read strip by strip without reading a block twice; null

@@ -35,12 +35,15 @@ public:
                                     Status& status) = 0;
 };
 
-/// A part of an open image, which outlives this.
+/// A part of an open image, which outlives this unless it is given away.
 class ImageRows final : public RowSource {
 public:
     ImageRows(hostkit::ImageSource& source, const hostkit::PixelRect& partOfIt)
         : image(source), part(partOfIt) {}
     explicit ImageRows(hostkit::ImageSource& source);
+    explicit ImageRows(std::unique_ptr<hostkit::ImageSource> source) : ImageRows(*source) {
+        own = std::move(source);
+    }
 
     [[nodiscard]] std::uint32_t GetColumns() const override { return part.GetColumns(); }
     [[nodiscard]] std::uint32_t GetRows() const override { return part.GetRows(); }
@@ -49,13 +52,14 @@ public:
                             Status& status) override;
 
 private:
+    std::unique_ptr<hostkit::ImageSource> own; ///< null where another has it
     hostkit::ImageSource& image;
     hostkit::PixelRect part;
     std::vector<unsigned char> bytes;
 };
 
-/// A coarse image brought to a part of a finer grid as a run of the process brings it there. The image and
-/// its placement outlive this.
+/// A coarse image brought to a part of a finer grid as a run of the process brings it there. Its placement,
+/// and the image unless it is given away, outlive this.
 class UpsampledRows final : public RowSource {
 public:
     /// A pixel has data when all coarse pixels that it is made of have, or, with `partly`, any.
@@ -63,6 +67,11 @@ public:
                   const hostkit::PixelRect& partOfGrid, hostkit::Resampling how, bool partly)
         : coarse(coarseImage), placement(placementOfIt), part(partOfGrid), resampling(how),
           takesSome(partly) {}
+    UpsampledRows(std::unique_ptr<hostkit::ImageSource> coarseImage, const hostkit::Placement& placementOfIt,
+                  const hostkit::PixelRect& partOfGrid, hostkit::Resampling how, bool partly)
+        : UpsampledRows(*coarseImage, placementOfIt, partOfGrid, how, partly) {
+        own = std::move(coarseImage);
+    }
 
     [[nodiscard]] std::uint32_t GetColumns() const override { return part.GetColumns(); }
     [[nodiscard]] std::uint32_t GetRows() const override { return part.GetRows(); }
@@ -71,6 +80,7 @@ public:
                             Status& status) override;
 
 private:
+    std::unique_ptr<hostkit::ImageSource> own; ///< null where another has it
     hostkit::ImageSource& coarse;
     const hostkit::Placement& placement;
     hostkit::PixelRect part;
