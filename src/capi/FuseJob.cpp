@@ -27,9 +27,10 @@ bool Refuse(Status& status, const std::string& message) {
 bool TakeStructure(const pansharp_job& given, pansharp_job& job, Status& status) {
     constexpr std::size_t least = offsetof(pansharp_job, progress_data) + sizeof(void*);
     if (given.struct_size < least)
-        return Refuse(status, FormatString("job.struct_size is %zu, which is no size of a pansharp_job; call "
-                                           "pansharp_job_init(&job, sizeof job) before filling the job",
-                                           given.struct_size));
+        return Refuse(status,
+                      FormatString("job.struct_size is %zu, which is not the size of a pansharp_job; call "
+                                   "pansharp_job_init(&job, sizeof job) before filling the job",
+                                   given.struct_size));
     const auto* bytes = reinterpret_cast<const unsigned char*>(&given);
     if (given.struct_size > sizeof job && std::any_of(bytes + sizeof job, bytes + given.struct_size,
                                                       [](unsigned char byte) { return byte != 0; }))

@@ -1,5 +1,5 @@
 /** @file
- * Pan-sharpening of images in memory, for programs in C and whatever calls C.
+ * Pan-sharpening of images in memory, for programs in C and languages that call C.
  *
  *     char error[1024];
  *     pansharp *library = pansharp_open(NULL, error, sizeof error);
@@ -9,8 +9,8 @@
  *     pansharp_result result = pansharp_fuse(library, &job, error, sizeof error);
  *     pansharp_close(library);
  *
- * One opened library may fuse for several threads at once. Nothing here prints, ends the program or keeps an
- * error anywhere but in the buffer of the call that failed. */
+ * One opened library may fuse for several threads at once. Nothing here prints or ends the program.
+ * Errors are kept only in the buffer of the call that failed. */
 #ifndef PANSHARP_H
 #define PANSHARP_H
 
@@ -37,14 +37,15 @@ typedef enum pansharp_result {
     PANSHARP_OK = 0,           /**< all of the output is written */
     PANSHARP_BAD_ARGUMENT = 1, /**< the job contradicts itself; nothing was written */
     PANSHARP_FAILED = 2,       /**< parts of the output may have been written, here and below */
-    PANSHARP_CANCELLED = 3     /**< the progress function asked for it */
+    PANSHARP_CANCELLED = 3     /**< by the progress function; parts may have been written */
 } pansharp_result;
 
-/** The plug-in that fuses, loaded. */
+/** The loaded plug-in, which fuses. */
 typedef struct pansharp pansharp;
 
 /** An image to read. Samples are unsigned, in the byte order of the machine, and may lie at any address.
- * Strides are in bytes and may be negative; all three 0 stand for packed samples, bands interleaved by pixel.
+ * Strides are in bytes and may be negative; if all three are 0, samples are packed with bands interleaved by
+ * pixel.
  */
 typedef struct pansharp_image {
     const void* samples;  /**< band 0 of the upper left pixel; not modified, and read only during the call */
@@ -55,13 +56,13 @@ typedef struct pansharp_image {
     ptrdiff_t pixel_stride; /**< bytes from a pixel to the one right of it */
     ptrdiff_t band_stride;  /**< bytes from a sample to that of the next band */
     /** How the image lies under pan; 0 in the image that is pan.
-     * Width of one of its pixels in pan pixels, 1 or more. 0: both images show the same ground, so that it is
-     * the number of pan's columns divided by that of its own. */
+     * Width of one of its pixels in pan pixels, 1 or more. 0: both images show the same ground, so the width
+     * is pan's number of columns divided by its own. */
     double pixel_width;
     double pixel_height; /**< the same down, from the rows */
-    /** Where the upper left corner of pan lies: columns of this image, right of its own. */
+    /** Where the upper left corner of pan lies on this image: columns to the right of its own corner. */
     double offset_x;
-    double offset_y; /**< the same down: rows, below its own */
+    double offset_y; /**< the same down: rows below its own corner */
 } pansharp_image;
 
 /** Where the fused image goes: pan's columns and rows, one band for each output band. Strides as above. No
@@ -73,7 +74,7 @@ typedef struct pansharp_output {
     ptrdiff_t band_stride;  /**< bytes from a sample to that of the next band */
 } pansharp_output;
 
-/** How the coarse images come onto the grid of pan. */
+/** How the coarse images are interpolated on the grid of pan. */
 typedef enum pansharp_resampling {
     PANSHARP_RESAMPLING_DEFAULT =
         0,                 /**< cubic where the method compares pan with its low-pass, else bilinear */
@@ -81,18 +82,18 @@ typedef enum pansharp_resampling {
     PANSHARP_CUBIC = 2     /**< convolution of 4 x 4 pixels with a = -0.5 */
 } pansharp_resampling;
 
-/** What a band takes of pan's detail, each number 0 or more. */
+/** The gains of a band: how much of pan's detail it takes. Each number is 0 or more. */
 typedef struct pansharp_gains {
     double gain;       /**< a share of the detail */
     double ratio_gain; /**< a share of the detail times the band's ratio to pan's low-pass */
 } pansharp_gains;
 
-/** Told how many of the rows are done, in ascending order, 'rows' of them last; on the thread that called
+/** Called with how many rows are done, in ascending order, 'rows' at the end; on the thread that called
  * pansharp_fuse. An answer other than 0 cancels. */
 typedef int (*pansharp_progress)(uint32_t rows_done, uint32_t rows, void* data);
 
-/** What to fuse and how. pansharp_job_init makes all of it 0, which leaves out whatever may be left out.
- * Nothing of it is kept. */
+/** What to fuse and how. pansharp_job_init sets all members to 0, which leaves out everything that may be
+ * left out. The library keeps nothing of it. */
 typedef struct pansharp_job {
     size_t struct_size;           /**< set by pansharp_job_init */
     uint32_t bits_per_sample;     /**< 8 or 16, in all images */
@@ -106,17 +107,18 @@ typedef struct pansharp_job {
     /** A keyword in any letter case; left out: the one that the plug-in recommends, or its first where
      * weights or an infrared image are given. */
     const char* method;
-    /** Share of each multispectral band in pan; left out: equal shares, the infrared band counted. */
+    /** Weight of each multispectral band in the simulated pan; left out: equal weights, the infrared band
+     * counted. */
     const double* weights;
-    uint32_t weight_count;         /**< numbers at weights: one a band */
+    uint32_t weight_count;         /**< numbers at weights: one per band */
     const double* infrared_weight; /**< one number; needed with an infrared image and weights */
-    uint32_t threads;              /**< 0: one a processor */
+    uint32_t threads;              /**< 0: one per processor */
     pansharp_progress progress;    /**< may be left out */
     void* progress_data;           /**< handed to it */
     uint32_t resampling;           /**< a pansharp_resampling */
-    /* For a method that compares pan with its low-pass, which is made here. What is left out is fitted to the
-     * images, by the whole of the job; give the tiles of a scene what pansharp_fit found in the scene. */
-    uint32_t gain_count;         /**< numbers at gains: one a multispectral band */
+    /* For a method that compares pan with its low-pass, which the library makes. What is left out is fitted
+     * to all of the job's images. Give the tiles of a scene what pansharp_fit found in the whole scene. */
+    uint32_t gain_count;         /**< numbers at gains: one per multispectral band */
     const pansharp_gains* gains; /**< of each multispectral band */
     /** Modulation transfer of the multispectral sensor at the Nyquist frequency of its pixels, 0.05 to 0.9.
      */
@@ -127,7 +129,7 @@ typedef struct pansharp_job {
 /** What pansharp_fit found. */
 typedef struct pansharp_detail {
     double transfer;      /**< for the member of the job */
-    double low_pass_mean; /**< for the member of the job; 0 where no pixel tells it */
+    double low_pass_mean; /**< for the member of the job; 0 where it cannot be measured */
     /** How well the bands make up pan's low-pass by that blur, 1 at best; below 0.5 the transfer is the usual
      * 0.3, and where the job gave one this is 0. */
     double blur_r_squared;
@@ -135,7 +137,7 @@ typedef struct pansharp_detail {
     /** ERGAS one scale down, where the truth is known, fused and merely upsampled. Too few samples: both 0.
      */
     double error;
-    double plain_error; /**< of what is merely upsampled */
+    double plain_error; /**< of mere upsampling */
 } pansharp_detail;
 
 /** What pansharp_fit_weights found beside the weights. */
@@ -150,7 +152,8 @@ typedef struct pansharp_weight_fit {
 /* Every function that can fail takes a buffer for the reason, in UTF-8, cut to its size and always ended with
  * a zero byte; empty after a success. It may be null when its size is 0. */
 
-/** Loads the plug-in from a file; from where it is installed when the path is null or empty. Null on failure.
+/** Loads the plug-in from a file; when the path is null or empty, from where it is installed. Null on
+ * failure.
  */
 PANSHARP_API pansharp* pansharp_open(const char* plugin_path, char* error, size_t error_size);
 
@@ -176,7 +179,7 @@ typedef struct pansharp_method_info {
     const char* formula;    /**< of a pixel of a band */
     const char* advice;     /**< when to take it */
     uint32_t minimum_bands; /**< multispectral ones */
-    uint32_t fused_bands;   /**< the first so many bands are fused; 0: all */
+    uint32_t fused_bands;   /**< this many bands are fused, the first ones; 0: all */
     uint32_t weighs_bands;  /**< 1 where pansharp_fit_weights has something to fit */
     uint32_t uses_low_pass; /**< 1 where pansharp_fit has */
     uint32_t recommended;   /**< 1 for the one that a job without a method gets */
@@ -187,27 +190,27 @@ typedef struct pansharp_method_info {
 PANSHARP_API int pansharp_describe_method(const pansharp* library, uint32_t position,
                                           pansharp_method_info* info, size_t size);
 
-/** Makes a job empty. 'size' is sizeof(pansharp_job) as the caller knows it. Null is accepted. */
+/** Empties a job. 'size' is sizeof(pansharp_job) as the caller knows it. Null is accepted. */
 PANSHARP_API void pansharp_job_init(pansharp_job* job, size_t size);
 
 /** Fits what the job leaves open of transfer and gains, as pansharp_fuse would. 'gains' has room for one pair
- * a multispectral band, and 'detail' for the rest; either may be null. The output, progress and threads of
- * the job count for nothing. A method that does not compare pan with its low-pass has nothing to fit: a bad
+ * per multispectral band, and 'detail' for the rest; either may be null. The output, progress and threads of
+ * the job are ignored. A method that does not compare pan with its low-pass has nothing to fit: a bad
  * argument. */
 PANSHARP_API pansharp_result pansharp_fit(const pansharp* library, const pansharp_job* job,
                                           pansharp_gains* gains, pansharp_detail* detail, char* error,
                                           size_t error_size);
 
-/** Fits the share of each band in pan, which pansharp_fuse takes when it is given as the weights of a job;
- * the command does the same before it fuses. 'weights' has room for one number a multispectral band; either
- * may be null. An infrared weight that the job gives is kept, weights that it gives count for nothing. Where
- * an obstacle stands in the way the weights are the equal shares that pansharp_fuse takes without any. A
+/** Fits the weight of each band in the simulated pan. Give the result to pansharp_fuse as the weights of a
+ * job; the command does the same before it fuses. 'weights' has room for one number per multispectral band;
+ * either may be null. An infrared weight in the job is kept, other weights in it are ignored. Where an
+ * obstacle prevents the fit, the weights are the equal ones that pansharp_fuse takes without any. A
  * method that weighs no bands is a bad argument. */
 PANSHARP_API pansharp_result pansharp_fit_weights(const pansharp* library, const pansharp_job* job,
                                                   double* weights, pansharp_weight_fit* fit, char* error,
                                                   size_t error_size);
 
-/** Fuses, and returns when all of the output is written, or with what went wrong. */
+/** Fuses, and returns when all of the output is written or something went wrong. */
 PANSHARP_API pansharp_result pansharp_fuse(const pansharp* library, const pansharp_job* job, char* error,
                                            size_t error_size);
 

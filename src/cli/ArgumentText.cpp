@@ -92,7 +92,7 @@ std::uint32_t ParseWhole(const std::string& option, const std::string& text, std
 std::array<double, 2> ParsePair(const std::string& option, const std::string& text) {
     const std::size_t comma = text.find(',');
     if (comma == std::string::npos)
-        throw UsageError(option + ": '" + text + "' is no two numbers with a comma between them");
+        throw UsageError(option + ": '" + text + "' is not two numbers separated by a comma");
     return {ParseNumber(option, text.substr(0, comma)), ParseNumber(option, text.substr(comma + 1))};
 }
 
@@ -113,9 +113,10 @@ std::vector<double> ParseWeights(const std::string& option, const std::string& t
     for (const std::string& part : SplitAtCommas(text)) {
         const auto weight = Convert<double>(part);
         if (!weight || !std::isfinite(*weight))
-            throw UsageError(option + ": '" + part + "' in '" + text +
-                             "' is not a number; give one weight a multispectral band, as in 0.3,0.3,0.4, or "
-                             "'equal' or 'auto'");
+            throw UsageError(
+                option + ": '" + part + "' in '" + text +
+                "' is not a number; give one weight per multispectral band, as in 0.3,0.3,0.4, or "
+                "'equal' or 'auto'");
         weights.push_back(*weight);
     }
     return weights;
@@ -135,7 +136,7 @@ std::vector<rasterhost::BandGains> ParseGains(const std::string& option, const s
         if (!isGain(gain) || !isGain(ratioGain))
             throw UsageError(
                 option + ": '" + part + "' in '" + text +
-                "' is no pair of gains; give two numbers of 0 or more for each multispectral band, as in "
+                "' is not a pair of gains; give two numbers of 0 or more for each multispectral band, as in "
                 "0.4:0.6,0.5:0.5, or 'auto'");
         gains.push_back({*gain, *ratioGain});
     }
@@ -156,7 +157,7 @@ BandList ParseBandList(const std::string& option, const std::string& text) {
         const bool isTwice = name.empty() ? std::ranges::count(bands.numbers, static_cast<int>(*number)) > 0
                                           : std::ranges::count(bands.names, name) > 0;
         if (isTwice)
-            throw UsageError(option + ": band " + Trim(part) + " stands twice in '" + text +
+            throw UsageError(option + ": band " + Trim(part) + " is named twice in '" + text +
                              "'; name each band once");
         if (name.empty())
             bands.numbers.push_back(static_cast<int>(*number));

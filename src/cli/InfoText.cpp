@@ -49,16 +49,16 @@ std::string FormatGrids(const PreflightReport& report) {
     return Line("grids", (isSquare ? FormatString("ratio %.6g", report.ratioX)
                                    : FormatString("ratio %.6g x %.6g", report.ratioX, report.ratioY)) +
                              FormatString(", overlap %.4g %% of pan", 100.0 * report.overlap)) +
-           Line("", FormatString("the multispectral corner lies %.4g pan pixels right of and %.4g below that "
-                                 "of pan: phase (%.3g, %.3g)",
+           Line("", FormatString("the multispectral corner lies %.4g pan pixels to the right of pan's corner "
+                                 "and %.4g below it: phase (%.3g, %.3g)",
                                  report.corner[0], report.corner[1], report.phase[0], report.phase[1]));
 }
 
 std::string FormatShift(const std::optional<Shift>& shift) {
     if (!shift) return Line("shift", "could not be measured");
-    std::string text = FormatString("the multispectral content lies (%.2f, %.2f) of its pixels right of and "
-                                    "below its place",
-                                    shift->way.x, shift->way.y);
+    std::string text = FormatString(
+        "the multispectral content is displaced by (%.2f, %.2f) of its pixels to the right and down",
+        shift->way.x, shift->way.y);
     if (shift->windows >= 2)
         text += FormatString("; %u windows %s: they differ by %.2f", shift->windows,
                              shift->IsAgreed() ? "agree" : "do not agree", shift->spread);

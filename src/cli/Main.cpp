@@ -69,7 +69,7 @@ int main(int argc, char** argv) {
     } catch (const UsageError& error) {
         code = Fail(WrongCommandLine, error.what(), command, json);
     } catch (const std::bad_alloc&) {
-        code = Fail(WorkFailed, "the memory does not suffice; try fewer --threads or a smaller --window",
+        code = Fail(WorkFailed, "there is not enough memory; try fewer --threads or a smaller --window",
                     command, json);
     } catch (const std::exception& error) {
         code = Fail(WorkFailed, error.what(), command, json);

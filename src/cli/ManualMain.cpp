@@ -1,10 +1,14 @@
 #include "cli/CompletionText.h"
 #include "cli/ManualText.h"
+#include "cli/OptionTable.h"
 #include "fundament/Text.h"
 #include "hostkit/MethodTable.h"
 #include "hostkit/PluginLibrary.h"
 
+#include <filesystem>
+#include <fstream>
 #include <iostream>
+#include <string>
 #include <string_view>
 
 namespace {
@@ -24,6 +28,20 @@ std::string ListMethods(const char* file) {
     return methods;
 }
 
+/// Writes the manual into a folder that exists: the page for man(1), command.md and commands/NAME.md.
+int WriteManual(const std::filesystem::path& folder) {
+    std::filesystem::create_directory(folder / "commands");
+    const auto write = [&](const std::string& name, const std::string& text) {
+        return bool(std::ofstream(folder / name, std::ios::binary) << text << std::flush);
+    };
+    bool isWritten = write("pansharp.1", cli::ManualPage()) && write("command.md", cli::ManualMarkdown());
+    for (const cli::CommandEntry& command : cli::Commands())
+        isWritten =
+            isWritten && write("commands/" + std::string(command.name) + ".md", cli::ManualMarkdown(command));
+    if (!isWritten) std::cerr << "the manual cannot be written into '" << folder.string() << "'\n";
+    return isWritten ? 0 : 1;
+}
+
 int Print(const std::string& text) {
     std::cout << text;
     return !text.empty() && std::cout.flush() ? 0 : 1;
@@ -31,17 +49,16 @@ int Print(const std::string& text) {
 
 } // namespace
 
-/// Prints what is made from the table of options, in the form that is named; completion with the methods of
-/// the plug-in that is named after it.
+/// Makes what the table of options is the source of: the manual, into a folder; completion, printed, with the
+/// methods of a plug-in.
 int main(int argc, char** argv) {
     const std::string_view form = argc > 1 ? argv[1] : "";
-    if (argc == 2 && form == "man") return Print(cli::ManualPage());
-    if (argc == 2 && form == "markdown") return Print(cli::ManualMarkdown());
+    if (argc == 3 && form == "docs") return WriteManual(argv[2]);
     if (argc == 3 && (form == "bash" || form == "zsh")) {
         const std::string methods = ListMethods(argv[2]);
         if (methods.empty()) return 1;
         return Print(form == "bash" ? cli::BashCompletion(methods) : cli::ZshCompletion(methods));
     }
-    std::cerr << "usage: manual_text man|markdown, or manual_text bash|zsh PLUGIN\n";
+    std::cerr << "usage: manual_text docs FOLDER, or manual_text bash|zsh PLUGIN\n";
     return 2;
 }

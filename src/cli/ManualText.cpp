@@ -70,6 +70,10 @@ std::string MarkdownOption(const OptionEntry& option) {
     return "| `" + names + "` | " + Cell(HelpOf(option)) + " |\n";
 }
 
+std::string MarkdownHead(const std::string& title) {
+    return "<!-- " + std::string(manualOrigin) + " -->\n# " + title + "\n\n";
+}
+
 std::string MarkdownCommand(const CommandEntry& command) {
     std::string text =
         "```\n" + std::string(command.synopsis) + "\n```\n\n" + std::string(command.summary) + "\n";
@@ -99,11 +103,17 @@ std::string ManualPage() {
 }
 
 std::string ManualMarkdown() {
-    std::string text = "<!-- " + std::string(manualOrigin) + " -->\n# The command `pansharp`\n\n" +
-                       MarkdownCommand(Program());
-    for (const CommandEntry& command : Commands())
-        text += "\n## " + std::string(command.name) + "\n\n" + MarkdownCommand(command);
+    std::string text =
+        MarkdownHead("The command `pansharp`") + MarkdownCommand(Program()) + "\n| command | |\n|---|---|\n";
+    for (const CommandEntry& command : Commands()) {
+        const std::string name(command.name);
+        text += "| [`" + name + "`](commands/" + name + ".md) | " + Cell(command.summary) + " |\n";
+    }
     return text;
+}
+
+std::string ManualMarkdown(const CommandEntry& command) {
+    return MarkdownHead("`pansharp " + std::string(command.name) + "`") + MarkdownCommand(command);
 }
 
 } // namespace cli

@@ -5,9 +5,13 @@
 /// The manual, from the one table of commands and options.
 namespace cli {
 
+struct CommandEntry;
+
 /// The page for man(1).
 [[nodiscard]] std::string ManualPage();
-/// The same as Markdown.
+/// The program and a table of its commands as Markdown, with links to commands/NAME.md.
 [[nodiscard]] std::string ManualMarkdown();
+/// The page of a command as Markdown.
+[[nodiscard]] std::string ManualMarkdown(const CommandEntry& command);
 
 } // namespace cli

@@ -25,8 +25,9 @@ namespace {
 /// The name of a file to write.
 const std::string& FileName(const TypedOption& option) {
     if (option.Value() == "-")
-        throw UsageError(option.name +
-                         ": standard output takes no file; name one (./- is a file of that name)");
+        throw UsageError(
+            option.name +
+            ": the output cannot go to standard output; name a file (./- is a file of that name)");
     return option.Value();
 }
 
@@ -47,7 +48,7 @@ double ParseTransfer(const std::string& option, const std::string& text) {
     const double transfer = ParseNumber(option, text);
     if (transfer > 0.0 && transfer < 1.0) return transfer;
     throw UsageError(option + ": '" + text +
-                     "' is no modulation transfer; give numbers above 0 and below 1, such as 0.3");
+                     "' is not a modulation transfer; give numbers above 0 and below 1, such as 0.3");
 }
 
 } // namespace
@@ -248,7 +249,7 @@ void ReadRatio(const TypedOption& option, Arguments& to) {
     to.ratio = ParseNumber(option.name, option.Value());
     if (*to.ratio <= 0.0)
         throw UsageError(option.name + ": '" + option.Value() +
-                         "' is no ratio; give the coarse pixel's width over the fine one's, such as 2");
+                         "' is not a ratio; give the coarse pixel's width over the fine one's, such as 2");
 }
 
 void ReadBandsOfImage(const TypedOption& option, Arguments& to) {
@@ -269,7 +270,7 @@ void ReadPair(const CommandLine& line, Arguments& to) {
     to.pan = ParseInputBand(files.front());
     if (files.size() == 1)
         throw UsageError("only '" + files.front() +
-                         "' is named; give the multispectral raster, or one file a band, after it");
+                         "' is named; give the multispectral raster, or one file per band, after it");
     to.multispectral = ParseInputs(std::span(files).subspan(1));
 }
 

@@ -12,17 +12,15 @@ namespace {
 
 constexpr OptionEntry sharpenOptions[] = {
     {{"-o,--output", "OUT", "", inputHeading,
-      "the file to write; it appears only when it is complete. One that ends in .pansharp describes the "
-      "scene, with "
-      "all that is found for it, and holds no pixels"},
+      "the file to write; it appears only when it is complete. A name that ends in .pansharp gives a "
+      "description of the scene, with everything that was fitted and no pixels"},
      ReadOutput,
      false,
      {},
      "no output is named; add -o and the name of the file to write"},
     {{"-f,--of", "FORMAT", "what the ending of OUT stands for", inputHeading,
-      "format of the output: GDAL's short name of a driver, or PANSHARP for a description; GTiff for a name "
-      "without an "
-      "ending"},
+      "format of the output: the short name of a GDAL driver, or PANSHARP for a description; GTiff if OUT "
+      "has no ending"},
      ReadFormat,
      false,
      "GTiff COG PANSHARP PNG JPEG JP2OpenJPEG HFA ENVI"},
@@ -30,15 +28,16 @@ constexpr OptionEntry sharpenOptions[] = {
      ReadCreationOptions,
      true,
      "COMPRESS=DEFLATE COMPRESS=LZW COMPRESS=ZSTD PREDICTOR=2 BIGTIFF=YES NUM_THREADS=ALL_CPUS"},
-    {{"--overwrite", "", "", inputHeading, "replace the output and what is written beside it if they exist"},
+    {{"--overwrite", "", "", inputHeading,
+      "replace the output, and the files written beside it, if they exist"},
      SetFlag<&Arguments::overwrite>},
     {{"--preview", "FILE.png", "", inputHeading,
-      "make a picture of up to 512 x 512 pixels of the scene, too: pan, the multispectral bands merely "
+      "also make a picture of up to 512 x 512 pixels of the scene: pan, the multispectral bands merely "
       "upsampled, and the result, side by side; in natural colours where the bands are known, else the first "
       "three bands written are red, green and blue; each with a stretch of its own"},
      ReadPreview},
     {{"--preview-at", "X,Y", "the middle of what is fused", inputHeading,
-      "where the middle of the picture lies, in map units of pan"},
+      "the middle of the picture, in map units of pan"},
      ReadPreviewPlace},
     {{"--byte", "", "", inputHeading,
       "write a picture to send: 8 bits, each band stretched from the 2nd to the 98th percentile of its own, "
@@ -59,26 +58,25 @@ constexpr OptionEntry sharpenOptions[] = {
     option::bbox,
     scaleOption,
     {{"--extent", "pan|intersection", "pan", fusionHeading,
-      "fuse all of pan, or only what lies on all the inputs"},
+      "fuse all of pan, or only the part that all inputs cover"},
      ReadExtent},
     sameCornerOption,
     shiftOption,
     option::noData,
     noNoDataOption,
-    {{"--alpha", "", "", fusionHeading,
-      "write a last band that tells where there is data, 0 where there is none"},
+    {{"--alpha", "", "", fusionHeading, "write a last band that marks the pixels without data by 0"},
      SetFlag<&Arguments::alpha>},
     threadsOption,
     {{"--dry-run", "", "", runHeading,
-      "fuse and write nothing: tell what 'pansharp info' tells, for these options, and whether the output "
-      "and the preview can be written"},
+      "fuse and write nothing: report what 'pansharp info' reports, for these options, and whether the "
+      "output and the preview can be written"},
      SetFlag<&Arguments::dryRun>},
-    {{"-v,--verbose", "", "", runHeading, "say in the end what the run was made with, too"},
+    {{"-v,--verbose", "", "", runHeading, "also report at the end what the run was made with"},
      SetFlag<&Arguments::verbose>},
     {{"-q,--quiet", "", "", runHeading, "print warnings and errors only"}, SetFlag<&Arguments::quiet>},
     jsonOption,
     {{"--window", "ROWS", "chosen from the sizes", advancedHeading,
-      "rows that are fused at a time; the pixels do not depend on it"},
+      "number of number of rows that are fused at a time; the pixels do not depend on it"},
      SetWhole<&Arguments::windowRows, 1, 0x7FFFFFFF>},
     {{"--set", "NAME=VALUE", "", advancedHeading,
       "a raw property of the process, set last; 'pansharp methods' lists them"},
@@ -86,10 +84,10 @@ constexpr OptionEntry sharpenOptions[] = {
      true},
     option::simd,
     {{"--settings", "FILE", "", advancedHeading,
-      "an XML file of raw properties, one element each below its root; --set goes before it"},
+      "an XML file of raw properties, one element per property below its root; --set overrides it"},
      ReadSettingsFile},
     {{"--status-xml", "FILE", "", advancedHeading,
-      "when the work fails, write what went wrong into this file as an XML report"},
+      "when the work fails, write the reasons to this file as an XML report"},
      ReadStatusXml},
     pluginOption,
     option::help,
@@ -123,7 +121,8 @@ constexpr OptionEntry assessOptions[] = {
 
 constexpr OptionEntry compareOptions[] = {
     {{"--keep", "FOLDER", "", inputHeading,
-      "leave the degraded pair and the truth there, as pan.tif, ms.tif and truth.tif; and infrared.tif"},
+      "keep the degraded pair and the truth in this folder, as pan.tif, ms.tif and truth.tif, and "
+      "infrared.tif if there is one"},
      ReadKeep},
     {{"--overwrite", "", "", inputHeading, "replace such files if they exist"},
      SetFlag<&Arguments::replaceKept>},
@@ -134,7 +133,7 @@ constexpr OptionEntry compareOptions[] = {
      ReadBands},
     rgbOption,
     {{"-r,--resampling", "bilinear|cubic", "both", fusionHeading,
-      "sample the multispectral bands in this way only"},
+      "interpolate the multispectral bands in this way only"},
      SetResampling<&Arguments::onlyResampling>},
     option::bitDepth,
     scaleOption,
@@ -219,9 +218,8 @@ static_assert(AreOptions(sharpenOrder, sharpenOptions) && AreOptions(compareOrde
 
 constexpr CommandEntry commands[] = {
     {"sharpen", "pansharp sharpen PAN MS [MS ...] -o OUT [options]",
-     "Fuses a sharp panchromatic raster with a coarser multispectral one into a multispectral raster as fine "
-     "as "
-     "the first.",
+     "Fuses a sharp panchromatic raster with a coarser multispectral one. The result has the pixels of the "
+     "first and the bands of the second.",
      sharpenPositionals, ReadPair, sharpenOptions, sharpenOrder,
      R"(Examples:
   pansharp sharpen pan.tif ms.tif -o sharp.tif
@@ -238,10 +236,9 @@ Exit codes: 0 done, 1 the work failed, 2 the command line is wrong, 130 interrup
 )"},
     {"info",
      "pansharp info PAN MS [MS ...] [options]",
-     "Tells what is to be known of a pair before it is fused: whether it would be and how, how well weights "
-     "of "
-     "the bands make up pan, whether the images are shifted against each other. It looks at a sample of the "
-     "pixels and writes nothing.",
+     "Checks a pair before it is fused: whether and how it would be fused, how well weighted bands make up "
+     "pan, whether the images are shifted against each other. It reads a sample of the pixels and writes "
+     "nothing.",
      sharpenPositionals,
      ReadPair,
      infoOptions,
@@ -250,38 +247,36 @@ Exit codes: 0 done, 1 the work failed, 2 the command line is wrong, 130 interrup
   pansharp info pan.tif ms.tif
   pansharp info B8.TIF B4.TIF B3.TIF B2.TIF --infrared B5.TIF --json
 
-The shift is in multispectral pixels: how far the multispectral content lies
-right of and below where its georeferencing says.
+The shift is how far the multispectral content is displaced to the right and
+down against its georeferencing, in multispectral pixels.
 
 Exit codes: 0 'pansharp sharpen' would work, 1 it would fail, 2 the command line is wrong.
 )"},
     {"assess", "pansharp assess FUSED --reference TRUTH [--ratio R] | --pan PAN --ms MS [options]",
-     "Tells how good a fused image is: against the truth, where there is one, or against the pair that it "
-     "was made "
-     "of, with plain bilinear upsampling beside it.",
+     "Measures how good a fused image is: against the truth, where there is one, or against the pair that it "
+     "was made of. Plain bilinear upsampling is measured too.",
      assessPositionals, ReadFused, assessOptions, assessOrder,
      R"(Examples:
   pansharp assess sharp.tif --pan pan.tif --ms ms.tif
   pansharp assess sharp.tif --reference truth.tif --ratio 4 --json
 
 docs/quality.md defines the indices. QNR and HQNR favour an image to which
-nothing was done: look at consistency and at the row of plain upsampling first.
+nothing was done. Look first at consistency and at the row of plain upsampling.
 
 Exit codes: 0 done, 1 the work failed, 2 the command line is wrong.
 )"},
     {"compare", "pansharp compare PAN MS [MS ...] [options]",
-     "Tells which method suits a scene: degrades the pair by its own ratio, fuses it by every method and "
-     "sampling, with "
-     "fitted and "
-     "with equal weights, and compares what comes of it with the multispectral image.",
+     "Finds the method that suits a scene: degrades the pair by its own ratio, fuses it with every method "
+     "and sampling, with fitted and with equal weights, and compares each result with the multispectral "
+     "image.",
      sharpenPositionals, ReadPair, compareOptions, compareOrder,
      R"(Examples:
   pansharp compare pan.tif ms.tif
   pansharp compare B8.TIF B4.TIF B3.TIF B2.TIF --mtf 0.32,0.33,0.34 --json
 
 ERGAS and SAM are 0 and Q is 1 for a perfect image; docs/quality.md defines them.
-Of a scene of more than 1536 multispectral pixels across or down windows are
-taken.
+Of a scene with more than 1536 multispectral pixels across or down, only windows
+are compared.
 
 Exit codes: 0 done, 1 the work failed, 2 the command line is wrong.
 )"},
@@ -301,7 +296,7 @@ Exit codes: 0 ended by Ctrl-C, 1 the scene cannot be shown, 2 the command line i
 )"},
     {"methods",
      "pansharp methods [options]",
-     "Lists the methods that the plug-in offers, with formula, use and properties.",
+     "Lists the methods of the plug-in, with their formulas, uses and properties.",
      {},
      nullptr,
      methodsOptions,
@@ -312,18 +307,18 @@ Exit codes: 0 ended by Ctrl-C, 1 the scene cannot be shown, 2 the command line i
 )"},
 };
 
-constexpr CommandEntry program = {"",
-                                  "pansharp COMMAND ...",
-                                  "Pan-sharpening: as fine as the panchromatic raster, in the colours of the "
-                                  "multispectral one.",
-                                  {},
-                                  nullptr,
-                                  programOptions,
-                                  {},
-                                  R"(Example:
+constexpr CommandEntry program = {
+    "",
+    "pansharp COMMAND ...",
+    "Pan-sharpening: the pixels of the panchromatic raster with the bands of the multispectral one.",
+    {},
+    nullptr,
+    programOptions,
+    {},
+    R"(Example:
   pansharp sharpen pan.tif ms.tif -o sharp.tif
 
-'pansharp COMMAND --help' and 'pansharp help COMMAND' tell more of a command.
+'pansharp COMMAND --help' and 'pansharp help COMMAND' say more about a command.
 )"};
 
 } // namespace

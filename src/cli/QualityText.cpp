@@ -79,7 +79,7 @@ std::string FormatAssessment(const AssessReport& report) {
         return text + ", from " + Count(indices.pixels) + " pixels\n";
     }
     std::string text = "consistency: degraded to the multispectral pixels, against them\n";
-    text += FormatString("%-10s%10s%10s%10s  RMSE a band\n", "", "ERGAS", "SAM", "Q");
+    text += FormatString("%-10s%10s%10s%10s  RMSE per band\n", "", "ERGAS", "SAM", "Q");
     for (const PairIndices& row : report.pair) {
         text += FormatString("%-10s", row.name.c_str()) + Cell(row.consistency.ergas, 3) +
                 Cell(row.consistency.sam, 3) + Cell(row.consistency.meanQ, 4) + " ";

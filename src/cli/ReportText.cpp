@@ -57,11 +57,12 @@ std::vector<std::string> DescribeDetail(const rasterhost::DetailFit& detail) {
                     (!detail.blur ? std::string("as given")
                      : detail.blur->obstacle.empty()
                          ? FormatString("measured, R² %.3f", detail.blur->rSquared)
-                         : std::string("taken as usual, since it cannot be measured")));
+                         : std::string("the usual value, because it cannot be measured")));
     std::string gains;
     for (const rasterhost::BandGains& of : detail.gains)
         gains += FormatString("%s%.3g:%.3g", gains.empty() ? "" : ", ", of.gain, of.ratioGain);
-    lines.push_back(FormatString("gains %s (of pan's detail : and by the band's ratio), %s", gains.c_str(),
+    lines.push_back(FormatString("gains %s (share of pan's detail : share by the band ratio), %s",
+                                 gains.c_str(),
                                  detail.areGainsGiven ? "given"
                                  : detail.error       ? "fitted one scale down"
                                                       : "by a rule of thumb"));

@@ -30,7 +30,7 @@ void ReadDetail(const std::string& file, const Json& object, RunWeights& run) {
     run.transfer = transfer.get<double>();
     for (const Json& of : gains) {
         if (!of.is_array() || of.size() != 2 || !IsGain(of[0]) || !IsGain(of[1]))
-            Refuse(file, "has gains that are no pairs of numbers of 0 or more; run it again");
+            Refuse(file, "has gains that are not pairs of numbers of 0 or more; run it again");
         run.gains.push_back({of[0].get<double>(), of[1].get<double>()});
     }
 }
@@ -43,7 +43,7 @@ RunWeights ReadRunWeights(const std::string& file) {
     const Json object = Json::parse(stream, nullptr, false);
     if (!object.is_object() || object.value("command", Json()) != "sharpen")
         Refuse(file, std::string("holds no JSON object of a run of 'sharpen'") + whatToDo);
-    if (object.value("ok", Json()) != true) Refuse(file, "is of a run that failed; take one that ended well");
+    if (object.value("ok", Json()) != true) Refuse(file, "is of a run that failed; take one that succeeded");
     const Json method = object.value("method", Json());
     const Json weights = object.value("weights", Json());
     const Json infrared = object.value("infrared_weight", Json());
@@ -55,7 +55,7 @@ RunWeights ReadRunWeights(const std::string& file) {
     if (weights.empty() && run.gains.empty())
         Refuse(file, "is of the method " + run.method + ", which weighs no bands; take a run of another");
     for (const Json& weight : weights) {
-        if (!IsFinite(weight)) Refuse(file, "has a weight that is no finite number; run it again");
+        if (!IsFinite(weight)) Refuse(file, "has a weight that is not a finite number; run it again");
         run.bands.push_back(weight.get<double>());
     }
     if (infrared.is_number()) run.infrared = infrared.get<double>();

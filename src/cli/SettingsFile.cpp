@@ -29,7 +29,7 @@ PropertyPairs ReadSettings(const std::string& file) {
             reason =
                 reasons.GetItem(0).details.empty() ? reasons.GetItem(0).message : reasons.GetItem(0).details;
         throw UsageError("--settings: '" + file +
-                         "' is no settings file; it holds one element a property, as in "
+                         "' is not a settings file; it must hold one element per property, as in "
                          "<Settings><BandWeight-1>0.3</BandWeight-1></Settings>. " +
                          reason);
     }

@@ -21,17 +21,17 @@ constexpr std::string_view helpHeading = "Help";
 namespace option {
 
 constexpr OptionEntry method = {{"--method", "METHOD", "what the plug-in recommends", fusionHeading,
-                                 "how to fuse; 'pansharp methods' lists what there is"},
+                                 "how to fuse; 'pansharp methods' lists the methods"},
                                 SetText<&Arguments::method>};
 constexpr OptionEntry weights = {
     {"-w,--weights", "W1,W2,...|equal|auto", "auto", fusionHeading,
-     "weights of the multispectral bands in the simulated pan, one a band, in order; 'equal' gives each, the "
-     "infrared band too, the same share of 1; 'auto' fits them, so that the weighted bands come as near to "
-     "pan as can be"},
+     "weights of the multispectral bands in the simulated pan, one per band, in order; 'equal' gives every "
+     "band, the infrared band included, the same share of 1; 'auto' fits them so that the weighted bands "
+     "come as near to pan as possible"},
     ReadWeights};
 constexpr OptionEntry weightsFrom = {{"--weights-from", "RUN.json", "", fusionHeading,
-                                      "the weights of an earlier run, from what it printed with --json; that "
-                                      "of the infrared band too, or blur and gains in their place"},
+                                      "take the weights of an earlier run, that of the infrared band "
+                                      "included, or its blur and gains, from the output of its --json"},
                                      ReadWeightsFrom};
 constexpr OptionEntry infrared = {
     {"--infrared", "FILE[,band=N]", "", fusionHeading,
@@ -42,24 +42,25 @@ constexpr OptionEntry infraredWeight = {{"--infrared-weight", "W", "fitted, or t
                                         ReadInfraredWeight};
 constexpr OptionEntry transfer = {{"--mtf", "auto|G", "auto", fusionHeading,
                                    "modulation transfer of the multispectral sensor at the Nyquist frequency "
-                                   "of its pixels, 0.05 to 0.9, which pan's low-pass is to have; 'auto' "
+                                   "of its pixels, 0.05 to 0.9; pan's low-pass is made with it. 'auto' "
                                    "measures it on the pair. For methods that compare pan with its low-pass"},
                                   ReadTransfer};
-constexpr OptionEntry gains = {{"--gains", "auto|A1:B1,...", "auto", fusionHeading,
-                                "what each multispectral band, in order, takes of pan's detail: A of it, and "
-                                "B of it times the band's ratio to pan's low-pass; 'auto' fits them one "
-                                "scale down, where the truth is known. For the same methods"},
-                               ReadGains};
+constexpr OptionEntry gains = {
+    {"--gains", "auto|A1:B1,...", "auto", fusionHeading,
+     "gains: how much of pan's detail each multispectral band takes, in order. A is a share of the detail, B "
+     "a share of the detail times the band's ratio to pan's low-pass. 'auto' fits them one scale down, where "
+     "the truth is known. For the same methods"},
+    ReadGains};
 constexpr OptionEntry projwin = {{"--projwin", "ULX ULY LRX LRY", "all of pan", fusionHeading,
                                   "fuse only the part between these corners, upper left and lower right, in "
-                                  "map units of pan; the pixels are those that the whole has there"},
+                                  "map units of pan; its pixels are the same as in the whole result"},
                                  ReadPart};
 constexpr OptionEntry bbox = {{"--bbox", "XMIN YMIN XMAX YMAX", "all of pan", fusionHeading,
-                               "the same, by the least and greatest coordinates"},
+                               "the same, by the smallest and largest coordinates"},
                               ReadPart};
 constexpr OptionEntry bitDepth = {
     {"--bit-depth", "N", "what the files declare, else all", fusionHeading,
-     "bits that are used of 16-bit samples, 9 to 16, such as 11; no result is larger"},
+     "how many bits of 16-bit samples are used, 9 to 16, such as 11; no result uses more"},
     SetWhole<&Arguments::bitDepth, 9, 16>};
 constexpr OptionEntry noData = {{"--nodata", "V", "what the files declare", fusionHeading,
                                  "the sample value that means no data, in every input and in the output"},
@@ -68,9 +69,9 @@ constexpr OptionEntry reference = {
     {"--reference", "TRUTH", "", inputHeading, "what the image should be: the same bands and pixels"},
     nullptr,
     true};
-constexpr OptionEntry pan = {
-    {"--pan", "PAN", "", inputHeading,
-     "the panchromatic raster that the image was made of; or, alone, a .pansharp file, which names both"}};
+constexpr OptionEntry pan = {{"--pan", "PAN", "", inputHeading,
+                              "the panchromatic raster that the image was made of; or, without --ms, a "
+                              ".pansharp file, which names both"}};
 constexpr OptionEntry ms = {
     {"--ms", "MS", "", inputHeading, "the multispectral raster that it was made of"}, nullptr, true};
 constexpr OptionEntry simd = {{"--simd", "TARGET", "the best, or what PANSHARP_SIMD names", advancedHeading,
@@ -79,8 +80,8 @@ constexpr OptionEntry simd = {{"--simd", "TARGET", "the best, or what PANSHARP_S
                               false,
                               "scalar"};
 constexpr OptionEntry version = {{"--version", "", "", helpHeading,
-                                  "print the versions of the program and of the plug-in and the vector "
-                                  "instructions in use; so does 'pansharp version'"}};
+                                  "print the versions of the program and the plug-in, and the vector "
+                                  "instructions in use; 'pansharp version' does the same"}};
 constexpr OptionEntry help = {{"-h,--help", "", "", helpHeading, "print this help"}};
 
 } // namespace option
@@ -106,21 +107,22 @@ constexpr OptionEntry rgbOption = {
 
 constexpr OptionEntry noNoDataOption = {
     {"--no-nodata", "", "", fusionHeading,
-     "take every sample as data, whatever the files declare, and zeros along the edge too"},
+     "treat every sample as data, whatever the files declare, including zeros along the edge"},
     ReadNoNoData};
 
 constexpr OptionEntry shiftOption = {
     {"--shift", "DX,DY|auto", "0,0", fusionHeading,
-     "how far the multispectral content lies right of and below its place, in its pixels, as 'pansharp info' "
-     "tells; it is moved back. 'auto' measures it"},
+     "how far the multispectral content is displaced to the right and down, in multispectral pixels, as "
+     "'pansharp info' reports it; the content is moved back. 'auto' measures it"},
     ReadShift};
-constexpr OptionEntry resamplingOption = {{"-r,--resampling", "bilinear|cubic", "cubic", fusionHeading,
-                                           "how the multispectral bands are brought to the pixels of pan"},
-                                          SetResampling<&Arguments::resampling>};
+constexpr OptionEntry resamplingOption = {
+    {"-r,--resampling", "bilinear|cubic", "cubic", fusionHeading,
+     "how the multispectral bands are interpolated at the pixels of pan"},
+    SetResampling<&Arguments::resampling>};
 constexpr OptionEntry blurOption = {
     {"--mtf", "G1,G2,...", "0.3", qualityHeading,
-     "modulation transfer of the multispectral sensor at the Nyquist frequency, one for all bands or one a "
-     "band, that of an infrared one last: the Gaussian blur to degrade with has it, too"},
+     "modulation transfer of the multispectral sensor at the Nyquist frequency, one for all bands or one per "
+     "band, that of an infrared band last; images are degraded with the Gaussian blur that has it"},
     ReadBlur};
 constexpr OptionEntry panBlurOption = {{"--mtf-pan", "G", "0.15", qualityHeading, "the same of pan"},
                                        ReadPanBlur};
@@ -129,12 +131,13 @@ constexpr OptionEntry noDataOfAllOption = {
      "the sample value that means no data, in every image; such pixels are left out"},
     ReadNoData};
 constexpr OptionEntry noNoDataOfAllOption = {
-    {"--no-nodata", "", "", qualityHeading, "take every sample as data, whatever the files declare"},
+    {"--no-nodata", "", "", qualityHeading, "treat every sample as data, whatever the files declare"},
     ReadNoNoData};
 
 constexpr PositionalEntry sharpenPositionals[] = {
     {"PAN",
-     "the panchromatic raster: one band, as fine as the result is to be; or, alone, a product (a folder, "
+     "the panchromatic raster: one band, with the pixel size of the result; or, without MS, a product (a "
+     "folder, "
      "an archive or a metadata file, as it was delivered), or a .pansharp file, which describes a scene"},
     {"MS",
      "the multispectral bands, in order: one file with several bands, several files, or FILE,band=N for one "
@@ -143,16 +146,16 @@ constexpr PositionalEntry sharpenPositionals[] = {
 
 constexpr OptionEntry scaleOption = {
     {"--scale", "MIN,MAX|auto", "", fusionHeading,
-     "map these values of all inputs, of whatever type, to 16 bits; the output records scale and offset. "
-     "'auto' finds them in a part of the inputs"},
+     "map the values from MIN to MAX to 16 bits, in all inputs and for any sample type; the output records "
+     "scale and offset. 'auto' finds the range in a part of the inputs"},
     ReadScale};
 constexpr OptionEntry sameCornerOption = {
     {"--same-corner", "", "", fusionHeading,
-     "take the inputs to have the corner and extent of pan, whatever their positions say"},
+     "ignore the positions of the inputs: they all have the corner and extent of pan"},
     SetFlag<&Arguments::sameCorner>};
 
 constexpr OptionEntry threadsOption = {
-    {"-j,--threads", "N", "one a processor", runHeading, "threads that fuse"},
+    {"-j,--threads", "N", "one per processor", runHeading, "number of number of threads that fuse"},
     SetWhole<&Arguments::threads, 1, 1024>};
 
 } // namespace

@@ -37,8 +37,8 @@ void Inform(Arguments& request, InfoRun& run);
 /// The same for a run that writes: what stands in the way of that is a finding, too.
 void TryToSharpen(Arguments& request, InfoRun& run);
 
-/// Opens a scene as the image that it stands for, to be read by so many threads at a time. What a pair leaves
-/// open is found in its pixels. Null with items.
+/// Opens a scene as the image that it stands for, to be read by this many threads at a time. What a pair
+/// leaves open is found in its pixels. Null with items.
 [[nodiscard]] std::shared_ptr<const rasterhost::SharpenedDataset>
 OpenScene(Arguments& request, std::size_t mostReaders, KOVA::Tessara::Fundament::Status& status);
 

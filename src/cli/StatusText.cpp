@@ -35,7 +35,7 @@ std::string FormatId(std::uint32_t id) { return FormatString("%06X", id); }
 
 std::string FormatErrors(const Status& status) {
     const std::vector<StatusItem> items = SayingItems(status);
-    if (items.empty()) return FormatError("the work failed and nothing says why");
+    if (items.empty()) return FormatError("the work failed, and no reason was given");
     std::string text;
     for (const StatusItem& item : items) {
         if (&item == &items.front())

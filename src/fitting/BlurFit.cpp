@@ -187,10 +187,9 @@ bool FitBlur(FitBlockSource& source, BlurFit& fit, Status& status) {
     if (!samples.Read(source, status)) return false;
     fit.samples = samples.GetCount();
     if (fit.samples < leastSamplesPerNumber * (source.GetBands() + 1)) {
-        fit.obstacle =
-            FormatString("too few multispectral pixels tell it: %.0f lie wholly on pan, have data and "
-                         "are not saturated",
-                         static_cast<double>(fit.samples));
+        fit.obstacle = FormatString("too few multispectral pixels can be used: %.0f lie wholly on pan, have "
+                                    "data and are not saturated",
+                                    static_cast<double>(fit.samples));
         return true;
     }
     for (int pass = 0; pass < 2; ++pass)

@@ -20,7 +20,7 @@ constexpr double leastKnown = 0.05, greatestKnown = 0.9;
 
 std::string FindFault(const KnownDetail& known, std::size_t bands) {
     if (known.transfer && !(*known.transfer >= leastKnown && *known.transfer <= greatestKnown))
-        return FormatString("the modulation transfer %s is none; give a number from %s to %s",
+        return FormatString("the modulation transfer %s is out of range; give a number from %s to %s",
                             NumberText(*known.transfer).c_str(), NumberText(leastKnown).c_str(),
                             NumberText(greatestKnown).c_str());
     if (!known.gains.empty() && known.gains.size() != bands)

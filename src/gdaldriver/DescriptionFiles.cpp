@@ -36,7 +36,7 @@ bool Copy(const std::string& newName, const std::string& oldName, Status& status
 
 bool Delete(const std::string& name, Status& status) {
     if (!rasterhost::IsSceneFile(name))
-        return rasterhost::Fail(status, HostStatus::InputNotOpened, "'%s' is no description of a scene",
+        return rasterhost::Fail(status, HostStatus::InputNotOpened, "'%s' is not a description of a scene",
                                 name.c_str());
     for (const char* ending : endings)
         if (rasterhost::LookAt(name + ending).isFile) VSIUnlink((name + ending).c_str());

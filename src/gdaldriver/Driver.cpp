@@ -38,7 +38,7 @@ GDALDataset* Open(GDALOpenInfo* how) {
     if (!Identify(how)) return nullptr;
     if (Opening::IsGoingOn()) { // by whatever name an input leads back to a description
         CPLError(CE_Failure, CPLE_NotSupported,
-                 "'%s' describes a sharpened scene, and so is no input of another; name its images",
+                 "'%s' describes a sharpened scene and cannot be an input of another one; name its images",
                  how->pszFilename);
         return nullptr;
     }
@@ -69,8 +69,8 @@ extern "C" CPL_DLL void GDALRegister_PANSHARP() {
     driver->SetMetadataItem(GDAL_DMD_EXTENSIONS, "pansharp");
     driver->SetMetadataItem(GDAL_DMD_OPENOPTIONLIST,
                             "<OpenOptionList><Option name='NUM_THREADS' type='string' default='1' "
-                            "description='Threads for large reads: a number, or ALL_CPUS. GDAL_NUM_THREADS "
-                            "stands in where it is not given.'/></OpenOptionList>");
+                            "description='Threads for large reads: a number, or ALL_CPUS. Without it "
+                            "GDAL_NUM_THREADS counts.'/></OpenOptionList>");
     driver->pfnIdentify = Identify;
     driver->pfnOpen = Open;
     driver->pfnDelete = DeleteDescription;

@@ -334,10 +334,9 @@ CPLErr SceneDataset::IBuildOverviews(const char* resampling, int overviews, cons
                                      const int* bandList, GDALProgressFunc progress, void* progressData,
                                      CSLConstList options) {
     if (mask && overviews > 0) {
-        CPLError(
-            CE_Failure, CPLE_NotSupported,
-            "the scene has a mask, which overviews in files would lack; describe the scene with --nodata "
-            "or --alpha, or do without");
+        CPLError(CE_Failure, CPLE_NotSupported,
+                 "the scene has a mask, which overviews in files would lack; describe the scene with "
+                 "--nodata or --alpha");
         return CE_Failure;
     }
     hidesLevels = true;

@@ -11,7 +11,7 @@ namespace gdaldriver {
 CPLErr RefuseChange() {
     CPLError(
         CE_Failure, CPLE_NotSupported,
-        "position, no data and colours of a described scene cannot be changed; describe it anew, or write "
+        "position, no data and colours of a described scene cannot be changed; describe it again, or write "
         "its pixels and change those");
     return CE_Failure;
 }
@@ -22,7 +22,7 @@ void ReportErrors(const rasterhost::Status& status) {
         if (const std::string& message = status.GetItem(i).message; !message.empty())
             text += (text.empty() ? "" : "; ") + message;
     CPLError(CE_Failure, CPLE_AppDefined, "%s",
-             text.empty() ? "the work failed and nothing says why" : text.c_str());
+             text.empty() ? "the work failed, and no reason was given" : text.c_str());
 }
 
 bool RunReporting(const std::function<bool(rasterhost::Status&)>& work) {

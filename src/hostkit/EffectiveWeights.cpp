@@ -33,9 +33,9 @@ bool CheckWeights(const WeightedBands& bands, const EffectiveWeights& weights, S
                                            weights.bands.size(), bands.multispectral));
     for (std::size_t b = 0; b < weights.bands.size(); ++b)
         if (!std::isfinite(weights.bands[b]))
-            return Refuse(status, FormatString("the weight of band %zu is no finite number", b + 1));
+            return Refuse(status, FormatString("the weight of band %zu is not a finite number", b + 1));
     if (weights.infrared && !std::isfinite(*weights.infrared))
-        return Refuse(status, "the weight of the infrared band is no finite number");
+        return Refuse(status, "the weight of the infrared band is not a finite number");
     return true;
 }
 

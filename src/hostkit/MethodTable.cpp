@@ -97,7 +97,7 @@ bool SetValues(const PansharpBandParameter& parameter, const std::vector<double>
     for (const double value : values)
         if (!std::isfinite(value) || value < parameter.minimum || value > parameter.maximum) {
             status.Add(HostKitStatus::ValueOutOfRange,
-                       FormatString("%s is no value for %s; give numbers from %g to %g",
+                       FormatString("%s is not a value for %s; give numbers from %g to %g",
                                     NumberText(value).c_str(),
                                     parameter.band.name ? parameter.band.name : parameter.additional.name,
                                     parameter.minimum, parameter.maximum),

@@ -98,10 +98,11 @@ bool PluginLibrary::Resolve(const char* name, Function& function, Status& status
         std::memcpy(&function, &address, sizeof function);
         return true;
     }
-    status.Add(HostKitStatus::PluginLacksEntry,
-               FormatString("'%s' is no pan-sharpening plug-in: it lacks the entry %s; give the path of %s",
-                            path.c_str(), name, pluginFileName),
-               loaderSource);
+    status.Add(
+        HostKitStatus::PluginLacksEntry,
+        FormatString("'%s' is not a pan-sharpening plug-in: it lacks the entry %s; give the path of %s",
+                     path.c_str(), name, pluginFileName),
+        loaderSource);
     return false;
 }
 

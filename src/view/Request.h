@@ -19,7 +19,7 @@ struct Look {
     Layer layer = Layer::Sharpened;
     std::string method; ///< a keyword in any letter case
     std::optional<hostkit::Resampling> sampling;
-    std::vector<double> weights; ///< one a multispectral band
+    std::vector<double> weights; ///< one per multispectral band
     std::optional<double> infraredWeight, transfer;
     std::vector<rasterhost::BandGains> gains;
     std::vector<int> bands; ///< to show or deliver, counted from 1, none twice

@@ -10,8 +10,8 @@
 
 namespace view {
 
-/// Encoded tiles by what was asked for, within so many bytes: the ones unused for longest go. For any number
-/// of threads.
+/// Encoded tiles by what was asked for, within this many bytes: the ones unused for longest go. For any
+/// number of threads.
 class TileCache {
 public:
     using Bytes = std::shared_ptr<const std::string>;

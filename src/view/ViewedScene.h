@@ -19,7 +19,7 @@ namespace view {
 struct Pixels {
     std::uint32_t columns = 0, rows = 0, bands = 0, bits = 8;
     std::vector<unsigned char> samples;
-    std::vector<unsigned char> valid; ///< a byte a pixel, 0 without data; empty where all have
+    std::vector<unsigned char> valid; ///< one byte per pixel, 0 without data; empty where all have
 
     [[nodiscard]] std::uint32_t GetSample(std::size_t pixel, std::uint32_t band) const;
 };

@@ -94,8 +94,8 @@ TEST(AssessCommand, PrintsBothKindsAndRefusesTheRest) {
         {{"out.tif"}, 2, {"--reference", "--pan and --ms"}},
         {"out.tif --pan pan.tif", 2, {"--pan and --ms go together"}},
         {"out.tif --reference ms.tif --pan pan.tif --ms ms.tif", 2, {"give what to assess"}},
-        {"ms.tif --reference ms.tif --ratio 0", 2, {"'0' is no ratio"}},
-        {"out.tif --pan pan.tif --ms ms.tif --mtf 0.3,1", 2, {"'1' is no modulation transfer"}},
+        {"ms.tif --reference ms.tif --ratio 0", 2, {"'0' is not a ratio"}},
+        {"out.tif --pan pan.tif --ms ms.tif --mtf 0.3,1", 2, {"'1' is not a modulation transfer"}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(child::AsTyped(c.arguments));

@@ -79,7 +79,7 @@ TEST(RunWeights, AreRefusedWhereTheyDoNotServe) {
         {R"({"command": "sharpen", "ok": true, "method": "KOVA", "weights": 3})", {}, "run it again"},
         {R"({"command": "sharpen", "ok": true, "method": "KOVA", "weights": [1, null]})",
          {},
-         "no finite number"},
+         "not a finite number"},
         {good + "}", "-w equal", "give one of them"},
         {good + "}", "--method ihs", "IHS takes no weights"},
         {good + "}", infrared, "--infrared-weight"},

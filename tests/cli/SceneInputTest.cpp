@@ -42,7 +42,7 @@ TEST(SceneInput, StandsWhereAPairMayStand) {
         {{"sharpen", "a.pansharp", "-o", "b.tif", "--dry-run"}, 0, "bands"},
         {{"sharpen", "pan.tif", "ms.tif", "-o", "b.pansharp", "--dry-run"}, 0, "bands"},
         {{"sharpen", "pan.tif", "ms.tif", "-o", "a.pansharp", "--dry-run"}, 1, "exists"},
-        {{"info", "a.pansharp"}, 0, "taken as usual"},
+        {{"info", "a.pansharp"}, 0, "the usual value"},
         {{"assess", "twice.tif", "--pan", "scene.json"}, 0, "bilinear"},
         {{"sharpen", "a.pansharp", "-o", "b.tif", "--method", "kova"},
          2,
@@ -63,7 +63,7 @@ TEST(SceneInput, StandsWhereAPairMayStand) {
         {{"sharpen", "pan.tif", "a.pansharp", "-o", "b.pansharp"}, 1, "is a description of a scene"},
         {{"sharpen", "broken.pansharp", "-o", "b.tif"},
          2,
-         "'broken.pansharp' cannot be used: it is no JSON text"},
+         "'broken.pansharp' cannot be used: it is not JSON"},
         {{"info", "nowhere.pansharp"}, 2, "'nowhere.pansharp' is empty or cannot be opened"},
     };
     for (const Line& line : lines) {

@@ -42,7 +42,7 @@ const Refusal refusals[] = {
     {{"pan.tif", "ms.tif", "-o", "o.tif", "--plugin", OTHER_CONTRACT_FILE}, {"contract", "version"}},
     {{"pan.tif", "ms.tif", "-o", "o.tif", "--plugin", FAILING_PLUGIN_FILE, "--set", "failWindow=0"},
      {"rows 0 to 1 cannot be fused", "no window here"}},
-    {"pan.tif ms.tif -o /proc/o.tif", {"'/proc/o.tif' cannot be created", "written to?"}},
+    {"pan.tif ms.tif -o /proc/o.tif", {"'/proc/o.tif' cannot be created", "writable?"}},
     {"pan.tif ms.tif -o o.tif --bit-depth 12", {"'pan.tif' has 8 bits", "16-bit"}},
     {"pan.tif ms.tif -o o.tif --bbox 0 0 1 1", {"holds no pixel", "'pan.tif'"}},
     {"bare_pan.tif bare.tif -o o.tif --bbox 0 0 1 1", {"'bare_pan.tif' has no position"}},

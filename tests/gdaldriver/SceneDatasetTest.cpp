@@ -167,7 +167,7 @@ const Line lines[] = {
     {"gdal_translate -q changed.pansharp no.tif", 1, "701"},
     {"gdal_translate -q other.json no.tif", 1, "not recognized"},
     {"gdal_translate -q blank.pansharp no.tif", 1, "not recognized"},
-    {"gdal_translate -q self.pansharp no.tif", 1, "is no input of another"},
+    {"gdal_translate -q self.pansharp no.tif", 1, "cannot be an input of another"},
     {"printf '\\0' >> ms.tif; gdalinfo marked.pansharp", 0, "bytes and had"},
     {"PANSHARP_PLUGIN=no.process gdal_translate -q marked.pansharp no.tif", 1, "no plug-in file"},
     {"truncate -s 100K pan.tif && gdal_translate -q marked.pansharp no.tif", 1, "pan.tif"},

@@ -71,8 +71,8 @@ TEST(EffectiveWeights, RefusesWhatDoesNotFit) {
         const char* says;
     } cases[] = {
         {Method("KOVA"), {3, false}, {{0.5, 0.5}, {}}, "2 weights are given for 3 multispectral bands"},
-        {Method("KOVA"), {2, false}, {{0.5, NAN}, {}}, "weight of band 2 is no finite number"},
-        {Method("Brovey"), {1, true}, {{0.5}, HUGE_VAL}, "infrared band is no finite number"},
+        {Method("KOVA"), {2, false}, {{0.5, NAN}, {}}, "weight of band 2 is not a finite number"},
+        {Method("Brovey"), {1, true}, {{0.5}, HUGE_VAL}, "infrared band is not a finite number"},
         {Method("KOVA"), {2, false}, {{0.5, 0.5}, 0.1}, "there is no infrared band"},
         {Method("KOVA"), {2, true}, {{0.5, 0.5}, {}}, "the infrared band has none"},
         {Method("IHS"), {3, false}, {{0.3, 0.3, 0.4}, {}}, "IHS has no weights of the multispectral bands"},

@@ -64,7 +64,7 @@ TEST(MethodTable, ParametersBecomeProperties) {
     for (const double wrong : {-0.1, 4.5, std::nan("")})
         EXPECT_FALSE(hostkit::SetValues(*gains, {1.0, wrong}, false, properties, status));
     EXPECT_THAT(status.GetItem(0).message,
-                HasSubstr("-0.1 is no value for Gain-N; give numbers from 0 to 4"));
+                HasSubstr("-0.1 is not a value for Gain-N; give numbers from 0 to 4"));
     EXPECT_EQ(properties.GetCount(), 0u);
     ASSERT_TRUE(hostkit::SetValues(*gains, {0.1, 1.0, 3.0}, false, properties, status));
     hostkit::SetScalars(method, {}, properties);

@@ -175,7 +175,7 @@ BAD = [
     (ValueError, "resampling is 'nearest'", {"resampling": "nearest"}),
     (ValueError, "resampling is None", {"resampling": None}),
     (ValueError, "bands has 4", {"bands": (1, 4)}),
-    (TypeError, "no whole number", {"bands": (1.5,)}),
+    (TypeError, "not a whole number", {"bands": (1.5,)}),
     (ValueError, "threads is -1", {"threads": -1}),
     (TypeError, "progress is 1", {"progress": 1}),
     (TypeError, "out is of list", {"out": []}),

@@ -111,8 +111,8 @@ def test_what_python_raises_stops_the_work_and_leaves_nothing():
 BAD = [
     (TypeError, "no option 'metod'; did you mean 'method'", {"metod": "KOVA"}),
     (TypeError, "alpha is 3: it is True or False", {"alpha": 3}),
-    (TypeError, "weights is {}: {} is no number", {"weights": {}}),
-    (TypeError, "3 is no file", {"ms": 3}),
+    (TypeError, "weights is {}: {} is not a number", {"weights": {}}),
+    (TypeError, "3 is not a file", {"ms": 3}),
     (TypeError, "no output is named", {"out": None}),
     (TypeError, "progress is 1", {"progress": 1}),
     (pansharp.ArgumentError, "^bbox takes 4 values", {"bbox": (1, 2, 3)}),

@@ -60,7 +60,7 @@ class Fit:
     error: float | None = None
     """ERGAS one scale down, where the truth is known, of the fused image. None when too few samples, or black ones, tell nothing."""
     plain_error: float | None = None
-    """The same of what is merely upsampled."""
+    """The same for mere upsampling."""
 
 
 class Method(str):
@@ -186,7 +186,7 @@ def fuse(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, method: str | 
     offset: column and row of ms, fractions too, on which the upper left corner of pan lies. None: 0 and 0.
     infrared_pixel_size, infrared_offset: the same of infrared.
     out: array to write into, of any strides, which is returned. It may not lie within the memory of an image.
-    threads: how many share the work. 0: one a processor.
+    threads: how many share the work. 0: one per processor.
     progress: called with (rows done, rows) in the calling thread. What it raises cancels and comes out of `fuse`; `out` may be written in part.
 
     Raises TypeError and ValueError for arguments that contradict each other, before anything is written; pansharp.Error for what goes

@@ -72,7 +72,7 @@ def placement(name: str, array: numpy.ndarray, pan: numpy.ndarray, pixel_size: A
 
 def number(name: str, given: Any) -> float:
     if not isinstance(given, numbers.Real):
-        raise TypeError(f"{name} is {given!r}, which is no number")
+        raise TypeError(f"{name} is {given!r}, which is not a number")
     try:
         value = float(given)
     except OverflowError:
@@ -136,13 +136,13 @@ def _whole(name: str, given: Any) -> int:
     try:
         return operator.index(given)
     except TypeError:
-        raise TypeError(f"{name} has {given!r}, which is no whole number") from None
+        raise TypeError(f"{name} has {given!r}, which is not a whole number") from None
 
 
 def threads(given: Any) -> int:
     count = _whole("threads", given)
     if not 0 <= count < 2**16:
-        raise ValueError(f"threads is {count}; give 1 to 65535, or 0 for one a processor")
+        raise ValueError(f"threads is {count}; give 1 to 65535, or 0 for one per processor")
     return count
 
 

@@ -68,7 +68,7 @@ def _single(given: Any) -> str:
         return str(int(given))
     if isinstance(given, numbers.Real):
         return repr(float(given))
-    raise TypeError(f"{given!r} is no number, text or path")
+    raise TypeError(f"{given!r} is not a number, text or path")
 
 
 def _is_list(given: Any) -> bool:
@@ -86,7 +86,7 @@ def file(given: Any) -> str:
     if isinstance(given, tuple) and len(given) == 2 and isinstance(given[1], numbers.Integral):
         return f"{os.fsdecode(given[0])},band={int(given[1])}"
     if not isinstance(given, (str, os.PathLike)):
-        raise TypeError(f"{given!r} is no file; give a path, or (path, band) for one band of it")
+        raise TypeError(f"{given!r} is not a file; give a path, or (path, band) for one band of it")
     return os.fsdecode(given)
 
 

@@ -36,8 +36,8 @@ bool CheckPixels(const InputImage& fused, const InputImage& other, const char* r
     const RasterInfo& b = other.GetInfo();
     if (a.cols != b.cols || a.rows != b.rows)
         return Fail(status, HostStatus::InputsDoNotFit,
-                    "%s is of %u x %u pixels and the %s image %s of %u x %u; they have to be of the "
-                    "same pixels: cut the second with gdal_translate -projwin",
+                    "%s is of %u x %u pixels and the %s image %s of %u x %u; they must have the same pixels: "
+                    "cut the second with gdal_translate -projwin",
                     fused.GetName().c_str(), a.cols, a.rows, role, other.GetName().c_str(), b.cols, b.rows);
     if (!fused.GetDescription()->IsGeoreferenced() || !other.GetDescription()->IsGeoreferenced()) return true;
     constexpr double noise = 0.01; // of a pixel
@@ -48,8 +48,7 @@ bool CheckPixels(const InputImage& fused, const InputImage& other, const char* r
     return (std::max(off, far) <= noise &&
             IsSameProjection(fused.GetDescription()->projection, other.GetDescription()->projection)) ||
            Fail(status, HostStatus::InputsDoNotFit,
-                "%s and the %s image %s do not lie at the same place; they have to be of the same "
-                "pixels",
+                "%s and the %s image %s do not lie at the same place; they must have the same pixels",
                 fused.GetName().c_str(), role, other.GetName().c_str());
 }
 
@@ -125,11 +124,12 @@ bool CheckBlur(const SensorBlur& blur, std::size_t bands, Status& status) {
     const auto isTransfer = [](double number) { return number > 0.0 && number < 1.0; };
     if (!isTransfer(blur.pan) ||
         !std::all_of(blur.multispectral.begin(), blur.multispectral.end(), isTransfer))
-        return Fail(status, HostStatus::RequestInvalid,
-                    "a modulation transfer at the Nyquist frequency lies above 0 and below 1, such as 0.3");
+        return Fail(
+            status, HostStatus::RequestInvalid,
+            "a modulation transfer at the Nyquist frequency must lie above 0 and below 1, such as 0.3");
     return blur.multispectral.size() == 1 || blur.multispectral.size() == bands ||
            Fail(status, HostStatus::RequestInvalid,
-                "%d modulation transfers are given for %d bands; give one, or one a band",
+                "%d modulation transfers are given for %d bands; give one, or one per band",
                 static_cast<int>(blur.multispectral.size()), static_cast<int>(bands));
 }
 

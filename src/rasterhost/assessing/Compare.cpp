@@ -155,7 +155,7 @@ private:
     bool AddMethods(const PansharpDescription& plugin) {
         for (const PansharpMethod& method : hostkit::MethodsOf(plugin)) {
             if (method.minimumBands > allBands) {
-                report.warnings.push_back(FormatString("%s is left out: it takes at least %u bands",
+                report.warnings.push_back(FormatString("%s is left out: it needs at least %u bands",
                                                        method.keyword, method.minimumBands));
                 continue;
             }

@@ -94,8 +94,8 @@ bool CheckGrids(const Scene& scene, Status& status) {
                     scene.images.back().image->GetName().c_str(), multispectral.image->GetName().c_str());
     return multispectral.placement->RunsAlong() ||
            Fail(status, HostStatus::InputsDoNotFit,
-                "rows and columns of %s and %s do not run along each other, which degrading them takes; "
-                "bring the second into the projection of the first with gdalwarp -t_srs",
+                "the axes of %s and %s are not parallel, and degrading needs that; bring the second into the "
+                "projection of the first with gdalwarp -t_srs",
                 scene.pan->GetName().c_str(), multispectral.image->GetName().c_str());
 }
 

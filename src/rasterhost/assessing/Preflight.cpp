@@ -80,25 +80,25 @@ void AddTally(const ImageTally& tally, ImageFacts& facts) {
     facts.saturated = static_cast<double>(tally.saturated) / all;
 }
 
-/// "0.30 right of and 0.45 above".
+/// "0.30 to the right and 0.45 up".
 std::string WhereText(const Shift& shift) {
     return FormatString("%.2f %s and %.2f %s", std::fabs(shift.way.x),
-                        shift.way.x < 0.0 ? "left of" : "right of", std::fabs(shift.way.y),
-                        shift.way.y < 0.0 ? "above" : "below");
+                        shift.way.x < 0.0 ? "to the left" : "to the right", std::fabs(shift.way.y),
+                        shift.way.y < 0.0 ? "up" : "down");
 }
 
 std::string ShiftWarning(const Shift& shift, const PlacedImage& placed) {
     const InputImage& multispectral = *placed.image;
-    std::string text = FormatString(
-        "the content of %s lies %s where its georeferencing says, in its pixels (%u windows agree to %.2f): "
-        "from about 0.3 fusing does more harm than good",
-        multispectral.GetName().c_str(), WhereText(shift).c_str(), shift.windows, shift.spread);
+    std::string text =
+        FormatString("the content of %s is displaced by %s, in its pixels (%u windows agree to %.2f): from "
+                     "about 0.3 fusing does more harm than good",
+                     multispectral.GetName().c_str(), WhereText(shift).c_str(), shift.windows, shift.spread);
     if (!multispectral.GetDescription()->IsGeoreferenced() || !multispectral.GetDescription()->isNorthUp ||
         !placed.placement->RunsAlong())
         return text + FormatString("; fuse with --shift %.2f,%.2f", shift.way.x, shift.way.y);
     const RasterInfo info = placed.GetInfo();
     const double x = -shift.way.x * info.pixelSizeX, y = shift.way.y * info.pixelSizeY;
-    return text + FormatString("; put it right with gdal_translate -a_ullr %.10g %.10g %.10g %.10g, or fuse "
+    return text + FormatString("; correct it with gdal_translate -a_ullr %.10g %.10g %.10g %.10g, or fuse "
                                "with --shift %.2f,%.2f",
                                info.xMin + x, info.yMax + y, info.xMax + x, info.yMin + y, shift.way.x,
                                shift.way.y);

@@ -57,7 +57,7 @@ bool CheckKnown(const Scene& scene, const SceneFindings& known, Status& status) 
                (!known.detail || band < known.detail->gains.size());
     });
     return fits || Fail(status, HostStatus::InputsDoNotFit,
-                        "the weights or gains that are known are of fewer bands than the images have");
+                        "the known weights or gains are for fewer bands than the images have");
 }
 
 } // namespace

@@ -21,10 +21,9 @@ bool TakeBackShift(const PairRequest& request, Scene& scene, const Warn& warn, S
         return true;
     }
     if (!MoveScene(shift->way, scene, status)) return false;
-    warn(FormatString(
-        "the content of %s lies (%.2f, %.2f) of its pixels right of and below its place; that is "
-        "corrected",
-        scene.GetMultispectral().image->GetName().c_str(), shift->way.x, shift->way.y));
+    warn(FormatString("the content of %s is displaced by (%.2f, %.2f) of its pixels to the right and down; "
+                      "that is corrected",
+                      scene.GetMultispectral().image->GetName().c_str(), shift->way.x, shift->way.y));
     return true;
 }
 

@@ -35,8 +35,8 @@ bool CheckDetail(const FusionRequest& request, const Scene& scene, const Panshar
         return fault.empty() || Fail(status, HostStatus::RequestInvalid, fault);
     }
     return Fail(status, HostStatus::RequestInvalid,
-                "the method %s does not compare pan with its low-pass: it takes neither a modulation "
-                "transfer nor gains; leave them out or choose another method",
+                "the method %s does not compare pan with its low-pass: it has neither a modulation transfer "
+                "nor gains; leave them out or choose another method",
                 method.keyword);
 }
 
@@ -46,7 +46,7 @@ bool SetGains(const Scene& scene, std::size_t bands, const PansharpMethod& metho
     std::vector<double> gains, ratioGains;
     for (const std::size_t band : std::span(scene.bandOrder).first(bands)) {
         if (band >= detail.gains.size())
-            return Fail(status, HostStatus::RequestInvalid, "there are gains of %zu bands only",
+            return Fail(status, HostStatus::RequestInvalid, "there are gains for only %zu bands",
                         detail.gains.size());
         gains.push_back(detail.gains[band].gain);
         ratioGains.push_back(detail.gains[band].ratioGain);
@@ -130,9 +130,10 @@ bool FitBands(const SharpenRequest& request, const PansharpMethod& method, const
     if (request.bands.empty()) settings.outputBands = std::min(settings.outputBands, method.fusedBands);
     if (!scene.HasInfrared() || settings.bands <= method.fusedBands) return true;
     if (settings.outputBands > method.fusedBands)
-        return Fail(status, HostStatus::RequestInvalid,
-                    "the method %s writes %u bands beside an infrared one; name so many with --bands",
-                    method.keyword, method.fusedBands);
+        return Fail(
+            status, HostStatus::RequestInvalid,
+            "the method %s writes %u bands when there is an infrared band; name that many with --bands",
+            method.keyword, method.fusedBands);
     settings.bands = method.fusedBands;
     return true;
 }

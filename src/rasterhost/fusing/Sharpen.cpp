@@ -73,7 +73,7 @@ private:
         const double pixels = static_cast<double>(report.columns) * report.rows;
         const double withData = pixels - static_cast<double>(report.pixelsWithoutData);
         if (withData == 0.0)
-            return Warn("no pixel of the output has data: none of what is fused has data in all the inputs");
+            return Warn("no pixel of the output has data: no pixel that is fused has data in all the inputs");
         constexpr double nearlyAll = 0.99;
         for (std::size_t band = 0; band < report.samplesAtLimits.size(); ++band)
             for (const bool isLargest : {false, true}) {
@@ -94,7 +94,7 @@ private:
     void LimitThreads() {
         const int most = 1 + CountThreadsToBeHad(report.threads - 1);
         if (most >= report.threads) return;
-        Warn(FormatString("%d of the %d threads asked for are used: this machine or user may start no more",
+        Warn(FormatString("%d of the %d threads asked for are used: this machine or user cannot start more",
                           most, report.threads));
         report.threads = most;
     }

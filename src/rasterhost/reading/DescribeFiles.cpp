@@ -222,8 +222,8 @@ bool Georeference(const std::vector<GDALDataset*>& files, ImageDescription& imag
         std::isfinite(info.xMax) && std::isfinite(info.yMin) && info.xMax > info.xMin &&
         info.yMax > info.yMin;
     return isPlace || Fail(status, HostStatus::InputNotSupported,
-                           "the position of %s is damaged: its geotransform has parts that are no "
-                           "numbers, or pixels of no size; set it anew with gdal_edit.py -a_ullr",
+                           "the position of %s is damaged: its geotransform has parts that are not numbers, "
+                           "or pixels of size 0; set it again with gdal_edit.py -a_ullr",
                            image.GetName().c_str());
 }
 

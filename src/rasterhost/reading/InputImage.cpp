@@ -58,7 +58,7 @@ bool InputImage::FindHandles(Status& status) {
                             dataset.GetRasterBand(source.number)->GetRasterDataType() == source.type;
         if (!isSame)
             return Fail(status, HostStatus::InputNotOpened,
-                        "'%s' is another file than before: its size, bands or samples differ",
+                        "'%s' has changed: its size, bands or samples differ from before",
                         source.file.c_str());
         GDALRasterBand* band = dataset.GetRasterBand(source.number);
         GDALRasterBand* mask = source.mask == MaskKind::Mask ? band->GetMaskBand()

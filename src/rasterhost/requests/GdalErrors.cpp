@@ -24,7 +24,7 @@ void GdalErrors::Add(bool isError, bool isOfMemory, const char* message) {
 }
 
 const char* GdalErrors::Suspect(const char* otherwise) const {
-    return lacksMemory ? "the memory does not suffice: end other programs, or cut the inputs with "
+    return lacksMemory ? "there is not enough memory: end other programs, or cut the inputs with "
                          "gdal_translate -projwin"
                        : otherwise;
 }

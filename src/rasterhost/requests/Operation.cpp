@@ -22,8 +22,8 @@ void LookAtCacheSize() {
 
 bool FailForMemory(Status& status) {
     return Fail(status, HostStatus::Unexpected,
-                "the memory does not suffice: ask for fewer --threads or a smaller --window, cut the inputs "
-                "with gdal_translate -projwin, or, where the blocks of a file are very large, write it anew "
+                "there is not enough memory: ask for fewer --threads or a smaller --window, cut the inputs "
+                "with gdal_translate -projwin, or, where the blocks of a file are very large, write it again "
                 "with gdal_translate -co TILED=YES");
 }
 

@@ -43,7 +43,7 @@ RecordPart::Json RecordPart::Parse(const std::string& text) {
     try {
         return Json::parse(text);
     } catch (const Json::parse_error& error) {
-        throw RecordFault{FormatString("it is no JSON text, or cut short, at byte %zu", error.byte)};
+        throw RecordFault{FormatString("it is not JSON, or is cut short, at byte %zu", error.byte)};
     } catch (const Json::exception&) {
         throw RecordFault{"it has a number that is too large"};
     }
@@ -52,14 +52,14 @@ RecordPart::Json RecordPart::Parse(const std::string& text) {
 void RecordPart::Refuse(const std::string& why) const { throw RecordFault{"the key '" + key + "' " + why}; }
 
 void RecordPart::CheckKeys(std::initializer_list<const char*> known) const {
-    if (!value.is_object()) Refuse("is no object");
+    if (!value.is_object()) Refuse("is not an object");
     for (const auto& [name, ignored] : value.items())
         if (std::none_of(known.begin(), known.end(), [&own = name](const char* one) { return own == one; }))
-            RecordPart(value, key.empty() ? name : key + "." + name).Refuse("is none that is known here");
+            RecordPart(value, key.empty() ? name : key + "." + name).Refuse("is not known here");
 }
 
 std::optional<RecordPart> RecordPart::Find(const char* name) const {
-    if (!value.is_object()) Refuse("is no object");
+    if (!value.is_object()) Refuse("is not an object");
     const auto found = value.find(name);
     if (found == value.end() || found->is_null()) return std::nullopt;
     return RecordPart(*found, key.empty() ? name : key + "." + name);
@@ -72,7 +72,7 @@ RecordPart RecordPart::Get(const char* name) const {
 }
 
 std::vector<RecordPart> RecordPart::GetList(std::size_t most) const {
-    if (!value.is_array()) Refuse("is no list");
+    if (!value.is_array()) Refuse("is not a list");
     if (value.size() > most) Refuse(FormatString("has more than %zu entries", most));
     std::vector<RecordPart> parts;
     for (std::size_t i = 0; i < value.size(); ++i)
@@ -86,20 +86,20 @@ bool RecordPart::GetFlag() const {
 }
 
 double RecordPart::GetNumber() const {
-    if (!value.is_number() || !std::isfinite(value.get<double>())) Refuse("is no number");
+    if (!value.is_number() || !std::isfinite(value.get<double>())) Refuse("is not a number");
     return value.get<double>();
 }
 
 std::uint64_t RecordPart::GetWhole(std::uint64_t least, std::uint64_t most) const {
     const std::uint64_t number = value.is_number_unsigned() ? value.get<std::uint64_t>() : 0;
     if (!value.is_number_unsigned() || number < least || number > most)
-        Refuse(FormatString("is no whole number from %llu to %llu", static_cast<unsigned long long>(least),
+        Refuse(FormatString("is not a whole number from %llu to %llu", static_cast<unsigned long long>(least),
                             static_cast<unsigned long long>(most)));
     return number;
 }
 
 std::string RecordPart::GetText(std::size_t most) const {
-    if (!value.is_string()) Refuse("is no text");
+    if (!value.is_string()) Refuse("is not a text");
     const auto& text = value.get_ref<const std::string&>();
     if (text.size() > most) Refuse(FormatString("is longer than %zu bytes", most));
     if (text.find('\0') != std::string::npos) Refuse("holds a zero byte");

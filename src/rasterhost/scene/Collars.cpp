@@ -82,9 +82,10 @@ CollarSearch FindCollar(InputImage& image, const Warn& warn, const std::function
         for (std::uint32_t r = row; r < end; ++r)
             finder.AddRow(samples.data() + (r - row) * rowBytes);
         if (finder.IsTooRagged()) {
-            warn(FormatString("many pixels at the edge of %s are 0 in all bands, in no shape that a collar "
-                              "without data has; they are taken as data (--nodata 0 takes zeros as no data)",
-                              image.GetName().c_str()));
+            warn(FormatString(
+                "many pixels at the edge of %s are 0 in all bands, but not in the shape of a collar without "
+                "data; they are taken as data (--nodata 0 takes zeros as no data)",
+                image.GetName().c_str()));
             return CollarSearch::Done;
         }
     }

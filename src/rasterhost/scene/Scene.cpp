@@ -35,11 +35,10 @@ bool OpenPan(const PairRequest& request, Scene& scene, Status& status) {
 void WarnOfTransparency(const Scene& scene, const Warn& warn) {
     for (std::size_t band = 0; band < scene.bandOrder.size(); ++band)
         if (const SourceBand& source = scene.GetBand(band); source.colour == GCI_AlphaBand)
-            warn(FormatString(
-                "band %d of '%s' is marked as transparency and holds more than 0 and the largest value: it "
-                "is "
-                "fused like any other band; name the bands to use, as in FILE,band=1, if it is transparency",
-                source.number, source.file.c_str()));
+            warn(FormatString("band %d of '%s' is marked as transparency and holds other values than 0 and "
+                              "the largest: it is fused like any other band; name the bands to use, as in "
+                              "FILE,band=1, if it is transparency",
+                              source.number, source.file.c_str()));
 }
 
 hostkit::PixelRect Intersect(const hostkit::PixelRect& a, const hostkit::PixelRect& b) {
@@ -63,10 +62,9 @@ bool CoverBy(const PlacedImage& coarse, Scene& scene, const Warn& warn, Status& 
     const hostkit::PixelRect within = Intersect(scene.part, has);
     const double bare = area(scene.part) - (within.IsEmpty() ? 0.0 : area(within));
     if (bare > 0.0)
-        warn(FormatString(
-            "%.0f pan pixels (%.3g %%) lie more than one pixel of it outside %s; they have no data in "
-            "the output",
-            bare, 100.0 * bare / area(scene.part), name.c_str()));
+        warn(FormatString("%.0f pan pixels (%.3g %%) lie outside %s by more than one of its pixels; they "
+                          "have no data in the output",
+                          bare, 100.0 * bare / area(scene.part), name.c_str()));
     return true;
 }
 
@@ -203,10 +201,9 @@ std::unique_ptr<Scene> OpenScene(const PairRequest& request, const Warn& warn, S
     if (request.findScale) {
         scene->sampleOptions.scale = FindScale(request, status);
         if (!scene->sampleOptions.scale) return nullptr;
-        warn(FormatString(
-            "samples are scaled as by --scale %.6g,%.6g, which a part of the inputs shows; give the "
-            "range where scenes are to be compared",
-            scene->sampleOptions.scale->least, scene->sampleOptions.scale->greatest));
+        warn(FormatString("samples are scaled as by --scale %.6g,%.6g, the range found in a part of the "
+                          "inputs; give the range if scenes are to be compared",
+                          scene->sampleOptions.scale->least, scene->sampleOptions.scale->greatest));
     }
     scene->resampling = request.resampling;
     if (!OpenPan(request, *scene, status) || !ChoosePart(request, *scene, warn, status)) return nullptr;

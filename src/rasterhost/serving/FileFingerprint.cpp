@@ -151,7 +151,7 @@ bool CheckFingerprint(const FileFingerprint& before, const FileFingerprint& now,
     const auto refuse = [&](const char* part, const std::string& was, const std::string& is) {
         return Fail(status, HostStatus::InputsDoNotFit,
                     "'%s' is another image than when the scene was described: %s.%s was %s and "
-                    "is %s; describe the scene anew",
+                    "is %s; describe the scene again",
                     now.name.c_str(), key.c_str(), part, was.c_str(), is.c_str());
     };
     const auto same = [&](const char* part, std::uint32_t was, std::uint32_t is) {
@@ -164,12 +164,12 @@ bool CheckFingerprint(const FileFingerprint& before, const FileFingerprint& now,
     if (!IsSameGrid(before, now)) return refuse("grid", "another place or projection", "not the same");
     if (before.bytes != now.bytes)
         warn(FormatString("'%s' has %llu bytes and had %llu when the scene was described; if its pixels have "
-                          "changed, describe the scene anew",
+                          "changed, describe the scene again",
                           now.name.c_str(), static_cast<unsigned long long>(now.bytes),
                           static_cast<unsigned long long>(before.bytes)));
     else if (!now.content.empty() && !before.content.empty() && now.content != before.content)
         warn(FormatString("the content of '%s' is not what it was when the scene was described; if its "
-                          "pixels have changed, describe the scene anew",
+                          "pixels have changed, describe the scene again",
                           now.name.c_str()));
     return true;
 }

@@ -52,7 +52,7 @@ private:
     [[nodiscard]] std::string ReadName(const RecordPart& part) const {
         RecordedName name{part.Get("path").GetText(), part.Get("relative").GetFlag()};
         if (name.path.empty()) part.Get("path").Refuse("is empty");
-        if (name.isRelative && name.path.front() == '/') part.Get("path").Refuse("is no relative path");
+        if (name.isRelative && name.path.front() == '/') part.Get("path").Refuse("is not a relative path");
         return NameFromRecord(name, file);
     }
     [[nodiscard]] InputBand ReadInput(const RecordPart& part) const {
@@ -229,7 +229,8 @@ private:
             check(input);
         if (record.pair.infrared) check(*record.pair.infrared);
         for (const FileFingerprint& print : record.files)
-            if (inputs.count(print.name) == 0) part.Refuse("names '" + print.name + "', which is no input");
+            if (inputs.count(print.name) == 0)
+                part.Refuse("names '" + print.name + "', which is not an input");
     }
 
     const std::string& file;

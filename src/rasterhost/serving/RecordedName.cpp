@@ -85,7 +85,8 @@ bool CheckStaysIn(const std::string& root, const std::string& name, const std::s
     const fs::path folder = fs::canonical(root, failure);
     if (failure) return refuse("cannot be looked for: there is no folder");
     const fs::path file = IsOfGdal(name) ? FindArchive(name).value_or(fs::path()) : fs::path(name);
-    if (file.empty() || !fs::exists(file, failure)) return refuse("is no file, nor in an archive, of");
+    if (file.empty() || !fs::exists(file, failure))
+        return refuse("is neither a file in, nor in an archive in,");
     const fs::path real = fs::canonical(file, failure);
     return (!failure && LiesIn(folder, real)) || refuse("lies outside");
 }

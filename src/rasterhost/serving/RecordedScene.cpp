@@ -139,10 +139,10 @@ bool CompareFiles(const SceneRecord& record, const OpenFiles& files, bool withCo
 /// What a scene gives has to be what the record says, on which readers of it rely.
 bool CheckResult(const SceneRecord& record, const Scene& scene, Status& status) {
     const auto same = [&](const char* what, std::size_t recorded, std::size_t is) {
-        return recorded == is || Fail(status, HostStatus::InputsDoNotFit,
-                                      "the description says output.%s %zu, and its inputs give %zu; describe "
-                                      "the scene anew",
-                                      what, recorded, is);
+        return recorded == is ||
+               Fail(status, HostStatus::InputsDoNotFit,
+                    "the description says output.%s %zu, and its inputs give %zu; describe the scene again",
+                    what, recorded, is);
     };
     return same("columns", record.output.columns, scene.part.GetColumns()) &&
            same("rows", record.output.rows, scene.part.GetRows()) &&

@@ -141,7 +141,8 @@ bool ReadSceneFile(const std::string& name, SceneRecord& record, Status& status)
                     "the description '%s' is empty or cannot be opened; check the name", name.c_str());
     if (text.size() > mostBytes)
         return Fail(status, HostStatus::InputNotSupported,
-                    "the description '%s' is larger than 16 MB, which none is", name.c_str());
+                    "the description '%s' is larger than 16 MB, the most that a description may have",
+                    name.c_str());
     if (!ReadRecord(text, name, record, status)) return false;
     const std::string root = GetInputRoot();
     for (const std::string& input : NamesOfInputs(record.pair)) {
@@ -160,8 +161,7 @@ bool CheckSceneFile(const SharpenRequest& request, Status& status) {
     const bool isInMemory = StartsWith(name, "/vsimem/", false);
     if (StartsWith(name, "/vsi", false) && !isInMemory)
         return Fail(status, HostStatus::OutputRefused,
-                    "the output '%s' is no name of the file system; write it there and copy it",
-                    name.c_str());
+                    "the output '%s' is not in the file system; write it there and copy it", name.c_str());
     if (!request.creationOptions.empty())
         return Fail(status, HostStatus::OutputRefused,
                     "a description of a scene has no creation options; leave them out");

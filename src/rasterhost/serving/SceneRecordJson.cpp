@@ -182,7 +182,7 @@ bool ReadRecord(const std::string& text, const std::string& file, SceneRecord& r
         return Fail(status, HostStatus::InputNotSupported, "the description '" + file + "' " + why);
     };
     if (!LooksLikeRecord(text))
-        return refuse("is no description of a scene: it does not begin with the key 'pansharp_scene'");
+        return refuse("is not a description of a scene: it does not begin with the key 'pansharp_scene'");
     try {
         const Json json = RecordPart::Parse(text);
         const RecordPart object(json, "");

@@ -68,8 +68,7 @@ bool CheckName(const SharpenRequest& request, Status& status) {
     if (name.empty()) return Refuse(status, "no output file was named");
     if (StartsWith(name, "/vsi", false) && !StartsWith(name, "/vsimem/", false))
         return Refuse(status,
-                      FormatString("the output '%s' is no name of the file system; write it there and "
-                                   "copy it",
+                      FormatString("the output '%s' is not in the file system; write it there and copy it",
                                    name.c_str()));
     RunFiles files = FilesOf(request);
     return CheckNewFile(name, "the output '" + name + "'", request.overwrite, files, status);
@@ -101,7 +100,7 @@ bool CheckNewFile(const std::string& name, const std::string& what, bool overwri
     const FileState state = LookAt(name);
     if (state.isFolder) return refuse("is a folder; name a file in it");
     if (state.exists && !state.isFile)
-        return refuse("is a device, and not a file that could be replaced; choose another name");
+        return refuse("is a device, not a file that can be replaced; choose another name");
     return !state.exists || overwrite ||
            refuse("exists; choose another name, or allow it to be overwritten (--overwrite)");
 }

@@ -39,7 +39,7 @@ std::unique_ptr<OutputFile> OutputFile::Create(const SharpenRequest& request, co
                                    plan.bits == 8 ? GDT_Byte : GDT_UInt16, options.List());
     if (!output->dataset) {
         Fail(status, HostStatus::OutputNotCreated,
-             "the output '%s' cannot be created; may its folder be written to?%s", request.output.c_str(),
+             "the output '%s' cannot be created; is its folder writable?%s", request.output.c_str(),
              errors.Reason().c_str());
         return nullptr;
     }

@@ -75,7 +75,7 @@ public:
         if (done == MoveResult::NameIsTaken && overwrite) {
             if (!LookAt(to).isFile)
                 return Fail(status, HostStatus::OutputNotWritten,
-                            "'%s' is no file that could be replaced; choose another name", to.c_str());
+                            "'%s' is not a file that can be replaced; choose another name", to.c_str());
             TakePermissions(to, from);
             done = Replace(from, to, aside) ? MoveResult::Done : MoveResult::Failed;
             if (done == MoveResult::Done) steps.push_back({to, aside});
@@ -88,10 +88,12 @@ public:
         return Fail(
             status, HostStatus::OutputNotWritten,
             done == MoveResult::NameIsTaken
-                ? FormatString("'%s' is there by now and was left as it is; choose another name, or "
-                               "allow it to be overwritten (--overwrite)",
-                               to.c_str())
-                : FormatString("the finished file '%s' cannot get its name: %s", to.c_str(), reason.c_str()));
+                ? FormatString(
+                      "'%s' has appeared in the meantime and was left as it is; choose another name, or "
+                      "allow it to be overwritten (--overwrite)",
+                      to.c_str())
+                : FormatString("the finished file '%s' cannot be moved to its name: %s", to.c_str(),
+                               reason.c_str()));
     }
     void Keep() { steps.clear(); }
 
@@ -136,9 +138,9 @@ bool WorkFolder::MakeFolders(Status& status) {
     if (!failure) fs::create_directory(file, failure); // whether there may be such a name
     std::error_code ignored;
     fs::remove(file, ignored);
-    return !failure || Fail(status, HostStatus::OutputNotCreated,
-                            "'%s' cannot be created; may its folder be written to?: %s", place.c_str(),
-                            failure.message().c_str());
+    return !failure ||
+           Fail(status, HostStatus::OutputNotCreated, "'%s' cannot be created; is its folder writable?: %s",
+                place.c_str(), failure.message().c_str());
 }
 
 WorkFolder::~WorkFolder() {

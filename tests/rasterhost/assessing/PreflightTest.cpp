@@ -73,7 +73,7 @@ TEST(Preflight, WarnsOfTheGravestFirstAndPutsItRight) {
     const auto [works, report, status] = Look(request);
     ASSERT_TRUE(works) << status.ToText();
     ASSERT_EQ(report.warnings.size(), 3u);
-    EXPECT_THAT(report.warnings[0], HasSubstr("0.30 right of and 0.45 above"));
+    EXPECT_THAT(report.warnings[0], HasSubstr("0.30 to the right and 0.45 up"));
     EXPECT_THAT(report.warnings[1], HasSubstr("below 0.8"));
     EXPECT_THAT(report.warnings[2], HasSubstr("band 4 does not follow pan"));
     {

@@ -159,10 +159,10 @@ TEST_F(Detail, SaysWhatSpeaksAgainstIt) {
     const auto flat = folder.Write("flat.tif", {157, 211, 1, GDT_UInt16, Grid(15.0), "EPSG:32630"},
                                    [](int, int, int) { return 700u; });
     const Case cases[] = {
-        {[](auto& r) { r.transfer = 1.0; }, "the modulation transfer 1 is none"},
+        {[](auto& r) { r.transfer = 1.0; }, "the modulation transfer 1 is out of range"},
         {[](auto& r) { r.gains.pop_back(); }, "2 pairs of gains are given for 3 multispectral bands"},
         {[](auto& r) { r.gains[1].ratioGain = -0.5; }, "the gains of band 2 are 1 and -0.5"},
-        {[](auto& r) { r.method = "kova"; }, "takes neither a modulation transfer nor gains"},
+        {[](auto& r) { r.method = "kova"; }, "has neither a modulation transfer nor gains"},
         {[](auto& r) {
              r.weights = {1, 1, 1};
          },

@@ -79,7 +79,7 @@ TEST(SharpenInfrared, IhsTakesItForTheFourthBandHoweverManyThereAre) {
     four.bands = {1, 2, 3, 4};
     outcome = testfiles::RunSharpen(four);
     EXPECT_FALSE(outcome.isDone);
-    EXPECT_THAT(outcome.status.ToText(), testing::HasSubstr("3 bands beside an infrared one"));
+    EXPECT_THAT(outcome.status.ToText(), testing::HasSubstr("3 bands when there is an infrared band"));
 }
 
 } // namespace

@@ -88,7 +88,7 @@ TEST(InputImage, IsOpenedAgainByItsDescription) {
                 testing::ElementsAre(Coded(7, 11, 2), Coded(7, 11, 0), Coded(8, 11, 2), Coded(8, 11, 0)));
     folder.Write("a.tif", {30, 41, 3, GDT_UInt16, Grid(2.0), {}}, Coded);
     EXPECT_EQ(InputImage::Open(second->GetDescription(), status), nullptr);
-    EXPECT_THAT(status.ToText(), testing::HasSubstr("is another file than before"));
+    EXPECT_THAT(status.ToText(), testing::HasSubstr("has changed"));
 }
 
 // 'x' has samples other than 0; what is to count as collar is '.', zeros that are data are 'o'. The long way

@@ -15,8 +15,8 @@ using testing::HasSubstr;
 // Nothing that is thrown gets out, and memory that does not suffice is told in words.
 TEST(Operation, WhatIsThrownBecomesAnItem) {
     const std::pair<void (*)(), const char*> cases[] = {
-        {[] { throw std::bad_alloc(); }, "the memory does not suffice: ask for fewer --threads"},
-        {[] { throw std::length_error("vector"); }, "the memory does not suffice"},
+        {[] { throw std::bad_alloc(); }, "there is not enough memory: ask for fewer --threads"},
+        {[] { throw std::length_error("vector"); }, "there is not enough memory"},
         {[] { throw std::runtime_error("odd"); }, "unexpected: odd"}};
     for (const auto& [fail, text] : cases) {
         KOVA::Tessara::Fundament::Status status;
@@ -44,7 +44,7 @@ struct Unreadable : GDALDataset {
 };
 
 TEST(Operation, RowsThatCannotBeReadForWantOfMemoryDoNotBlameTheFile) {
-    for (const auto& [reason, text] : {std::pair(CPLE_OutOfMemory, "the memory does not suffice"),
+    for (const auto& [reason, text] : {std::pair(CPLE_OutOfMemory, "there is not enough memory"),
                                        std::pair(CPLE_FileIO, "cut short or damaged: made")}) {
         Unreadable image(reason);
         rasterhost::ImageDescription described;
