@@ -59,6 +59,7 @@ std::vector<std::string> DimapOrder(const Metadata& files, const std::string& fi
                 indices.emplace_back(*number, index->Get("BAND_ID"));
     std::sort(indices.begin(), indices.end());
     std::vector<std::string> ids;
+    ids.reserve(indices.size());
     for (const auto& [number, id] : indices)
         ids.push_back(id);
     if (!ids.empty()) return ids;

@@ -17,9 +17,9 @@ namespace {
 
 /// A band of a Landsat sensor; `why` it is left out, null for one that is taken.
 struct LandsatBand {
-    const char* number; ///< as files have it
-    const char* name;
-    double wavelength; ///< centre in micrometres; of ETM+ the middle of the nominal limits
+    const char* number = nullptr; ///< as files have it
+    const char* name = nullptr;
+    double wavelength = 0.0; ///< centre in micrometres; of ETM+ the middle of the nominal limits
     const char* why = nullptr;
 };
 

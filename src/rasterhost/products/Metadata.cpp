@@ -13,11 +13,8 @@
 
 namespace rasterhost {
 
-using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Fundament::NumberText;
-using KOVA::Tessara::Fundament::StartsWith;
 using KOVA::Tessara::Fundament::StringsEqual;
-using KOVA::Tessara::Fundament::ToUpper;
 using KOVA::Tessara::Fundament::Trim;
 
 namespace {

@@ -43,7 +43,7 @@ std::string SceneKey(const std::string& stem) {
 /// The mosaic of its tiles, which GDAL puts together; else the image of the same stem.
 std::optional<std::string> FindImage(const ProductFiles& files, const std::string& name) {
     for (const char* ending : {".TIL", ".TIF", ".TIFF", ".NTF"})
-        if (const auto image = files.FindBeside(name, StemPart(name) + ending)) return image;
+        if (auto image = files.FindBeside(name, StemPart(name) + ending)) return image;
     return std::nullopt;
 }
 
