@@ -188,7 +188,7 @@ private:
         MHD_Response* response = MHD_create_response_from_buffer_with_free_callback_cls(
             body.size(), const_cast<char*>(body.data()), &MicroServer::Free, kept.get());
         if (!response) return MHD_NO;
-        kept.release();
+        (void)kept.release(); // the response frees it
         if (!reply.type.empty())
             MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, reply.type.c_str());
         for (const auto& [name, value] : reply.headers)

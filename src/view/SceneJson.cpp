@@ -2,16 +2,14 @@
 
 #include "fundament/Text.h"
 #include "hostkit/MethodTable.h"
+#include "rasterhost/scene/BandChoice.h"
 #include "rasterhost/writing/OutputDescription.h"
 #include "view/BadRequest.h"
 #include "view/CommandText.h"
 
-#include <gdal_priv.h>
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
 #include <filesystem>
-#include <numeric>
 
 namespace view {
 
@@ -22,12 +20,11 @@ namespace {
 
 std::string Print(const Json& object) { return object.dump(-1, ' ', false, Json::error_handler_t::replace); }
 
-/// A multispectral band by its position in the request. The scene has all in order.
+/// A multispectral band by its position in the request: what it is called, and what part of the spectrum it
+/// is of.
 Json BandJson(const rasterhost::Scene& scene, std::size_t band) {
     const rasterhost::SourceBand& source = scene.GetBand(band);
-    Json object = {{"number", band + 1}, {"name", source.description}};
-    object["colour"] = GDALGetColorInterpretationName(source.colour);
-    return object;
+    return {{"number", band + 1}, {"name", source.description}, {"part", source.name}};
 }
 
 Json MethodsJson(const PansharpDescription& plugin) {
@@ -72,12 +69,10 @@ Json SamplesOf(const Pixels& pixels) {
 
 std::vector<int> ShownBands(const ViewedScene& scene, const Look& look) {
     std::vector<int> bands = look.bands.empty() ? scene.GetBase().bands : look.bands;
-    if (bands.empty()) {
-        bands.resize(scene.GetBands());
-        std::iota(bands.begin(), bands.end(), 1);
-        // Blue, green, red is how most scenes begin.
-        if (bands.size() >= 3) std::reverse(bands.begin(), bands.begin() + 3);
-    }
+    if (bands.empty())
+        for (const std::size_t band : rasterhost::FindShownBands(scene.GetScene()).bands)
+            bands.push_back(static_cast<int>(band) + 1);
+    if (scene.GetBands() < 3) bands.resize(1);
     bands.resize(bands.size() < 3 ? 1 : 3);
     return bands;
 }
@@ -102,6 +97,7 @@ std::string SceneJson(const ViewedScene& scene, const std::string& version) {
     for (std::size_t band = 0; band < scene.GetBands(); ++band)
         object["bands"].push_back(BandJson(images, band));
     object["shown"] = ShownBands(scene, {});
+    object["shown_guessed"] = base.bands.empty() && rasterhost::FindShownBands(images).isGuessed;
     object["methods"] = MethodsJson(scene.GetPlugin());
     object["method"] = base.method;
     object["sampling"] = hostkit::NameOf(base.resampling);

@@ -5,14 +5,14 @@ const $ = (id) => document.getElementById(id);
 const layers = [['pan', 'pan'], ['upsampled', 'upsampled'], ['sharpened', 'sharpened']];
 const modes = [['swipe', 'Swipe'], ['beside', 'Side by side']];
 
-/** The number of the band of a colour; 0 for none. */
-const bandOf = (scene, colour) => scene.bands.find((band) => band.colour === colour)?.number ?? 0;
-
 /** Ready choices of bands, as many as the scene has. */
 function presetsOf(scene) {
-  const presets = [['shown', scene.shown.length === 3 ? 'natural colour' : 'one band', scene.shown]];
-  const infrared = bandOf(scene, 'Infrared') || bandOf(scene, 'NIR') || (scene.bands.length >= 4 ? 4 : 0);
-  if (infrared && scene.shown.length === 3 && !scene.shown.includes(infrared)) presets.push(['false', 'false colour (infrared)', [infrared, scene.shown[0], scene.shown[1]]]);
+  const three = scene.shown.length === 3, list = (bands) => `bands ${bands.join(', ')}`;
+  const presets = [['shown', !three ? 'one band' : scene.shown_guessed ? list(scene.shown) : 'natural colour', scene.shown]];
+  const infrared = scene.bands.find(({ part }) => part === 'nir')?.number;
+  if (infrared && three && !scene.shown.includes(infrared)) presets.push(['false', 'false colour (infrared)', [infrared, scene.shown[0], scene.shown[1]]]);
+  if (three && scene.shown_guessed) // nothing tells the colours: what is usual
+    for (const bands of [[3, 2, 1], [4, 3, 2]]) if (Math.max(...bands) <= scene.bands.length) presets.push([String(bands), list(bands), bands]);
   for (const { number, name } of scene.bands.slice(0, 16)) presets.push([`band${number}`, `band ${number}${name ? ` (${name})` : ''}`, [number]]);
   if (scene.bands.length >= 3) presets.push(['own', 'own choice', null]);
   return presets;
