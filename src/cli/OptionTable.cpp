@@ -76,7 +76,7 @@ constexpr OptionEntry sharpenOptions[] = {
     {{"-q,--quiet", "", "", runHeading, "print warnings and errors only"}, SetFlag<&Arguments::quiet>},
     jsonOption,
     {{"--window", "ROWS", "chosen from the sizes", advancedHeading,
-      "number of number of rows that are fused at a time; the pixels do not depend on it"},
+      "number of rows that are fused at a time; the pixels do not depend on it"},
      SetWhole<&Arguments::windowRows, 1, 0x7FFFFFFF>},
     {{"--set", "NAME=VALUE", "", advancedHeading,
       "a raw property of the process, set last; 'pansharp methods' lists them"},

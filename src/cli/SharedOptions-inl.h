@@ -155,7 +155,7 @@ constexpr OptionEntry sameCornerOption = {
     SetFlag<&Arguments::sameCorner>};
 
 constexpr OptionEntry threadsOption = {
-    {"-j,--threads", "N", "one per processor", runHeading, "number of number of threads that fuse"},
+    {"-j,--threads", "N", "one per processor", runHeading, "number of threads that fuse"},
     SetWhole<&Arguments::threads, 1, 1024>};
 
 } // namespace
