@@ -13,7 +13,11 @@ file(RENAME "${doc}/CHANGELOG.md" "${doc}/changelog")
 compress("${doc}/changelog")
 
 string(TIMESTAMP now "%a, %d %b %Y %H:%M:%S +0000" UTC)
-foreach(package runtime/usr/share/doc/pansharp development/usr/share/doc/libpansharp-dev)
+set(packages runtime/usr/share/doc/pansharp development/usr/share/doc/libpansharp-dev)
+if(EXISTS "${CPACK_TEMPORARY_DIRECTORY}/python")
+  list(APPEND packages python/usr/share/doc/python3-pansharp)
+endif()
+foreach(package IN LISTS packages)
   set(file "${CPACK_TEMPORARY_DIRECTORY}/${package}/changelog.Debian")
   file(WRITE "${file}" "pansharp (${CPACK_PACKAGE_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}) unstable; urgency=medium
 

@@ -11,6 +11,7 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <exception>
 #include <limits>
 #include <optional>
@@ -33,9 +34,21 @@ void Check(pansharp_result result, const char* error) {
     if (result == PANSHARP_OK) return;
     std::string text = error;
     if (result != PANSHARP_BAD_ARGUMENT) Raise(python::ErrorClass().ptr(), text);
-    // The C interface says "job.weights" of what is an argument here.
-    for (std::size_t at = 0; (at = text.find("job.", at)) != std::string::npos;)
-        text.erase(at, 4);
+    // What are members there are arguments here.
+    constexpr std::pair<const char*, const char*> names[] = {
+        {"multispectral.offset_x or multispectral.pixel_width", "offset or pixel_size"},
+        {"multispectral.offset_y or multispectral.pixel_height", "offset or pixel_size"},
+        {"infrared.offset_x or infrared.pixel_width", "infrared_offset or infrared_pixel_size"},
+        {"infrared.offset_y or infrared.pixel_height", "infrared_offset or infrared_pixel_size"},
+        {"(pixel_width:", "(its pixel_size:"},
+        {"(pixel_height:", "(its pixel_size:"},
+        {" of multispectral", " of ms"},
+        {"output lies", "out lies"},
+        {"output: with", "out: with"},
+        {"job.", ""}};
+    for (const auto& [member, argument] : names)
+        for (std::size_t at = 0; (at = text.find(member, at)) != std::string::npos;)
+            text.replace(at, std::strlen(member), argument);
     Raise(PyExc_ValueError, text);
 }
 

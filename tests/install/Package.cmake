@@ -12,7 +12,12 @@ run("${CPACK}" -G DEB --config "${BUILD}/CPackConfig.cmake" -B "${work}/packages
 set(versions)
 set(depends_of_pansharp "libgdal[0-9]+;libtbb[0-9]+;libxml2;libc6")
 set(depends_of_libpansharp-dev "pansharp [(]= ${VERSION}-1[)];libhwy-dev")
-foreach(package pansharp libpansharp-dev)
+set(depends_of_python3-pansharp "pansharp [(]= ${VERSION}-1[)];python3-numpy;libgdal[0-9]+")
+set(packages pansharp libpansharp-dev)
+if(PYTHON)
+  list(APPEND packages python3-pansharp)
+endif()
+foreach(package IN LISTS packages)
   file(GLOB file "${work}/packages/${package}_*.deb")
   run(dpkg-deb -x "${file}" "${root}")
   run(dpkg-deb -f "${file}" Depends)
@@ -34,6 +39,17 @@ foreach(file ../${GDAL_FOLDER}/gdalplugins/gdal_PANSHARP.so share/doc/pansharp/R
     message(SEND_ERROR "the package lacks ${file}")
   endif()
 endforeach()
+
+if(PYTHON)
+  set(ENV{PYTHONPATH} "${prefix}/lib/python3/dist-packages")
+  set(ENV{LD_LIBRARY_PATH} "${prefix}/${LIBDIR}")
+  run("${PYTHON}" -B -c "import pansharp, importlib.metadata; pansharp.options(); pansharp.methods()
+print('package for Python:', pansharp.__version__, ';what pip knows:', importlib.metadata.version('pansharp'), sep='', end='')")
+  string(REPLACE ":" ": " output "${output}")
+  list(APPEND versions ${output})
+  unset(ENV{LD_LIBRARY_PATH})
+  unset(ENV{PYTHONPATH})
+endif()
 
 # One version, wherever it is told: a program in C asks the library and the plug-in, for CMake exactly this one is there.
 file(WRITE "${work}/ask/versions.c" "#include <pansharp.h>

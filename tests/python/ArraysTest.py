@@ -149,10 +149,10 @@ BAD = [
     (ValueError, "no samples", {"ms": MS[:, :0]}),
     (ValueError, "numpy.moveaxis", {"ms": numpy.moveaxis(MS, 0, -1)}),
     (ValueError, "are the images exchanged", {"pan": MS[0], "ms": PAN[numpy.newaxis]}),
-    (ValueError, "less than 10000", {"pixel_size": 1e300}),
+    (ValueError, r"of ms is .* \(its pixel_size: .* less than 10000", {"pixel_size": 1e300}),
     (ValueError, "pixel_size is nan", {"pixel_size": (2, numpy.nan)}),
     (ValueError, "pixel_size is 0", {"pixel_size": 0}),
-    (ValueError, "pan lies on the columns", {"offset": (50, 0)}),
+    (ValueError, "pan lies on the columns .* of ms, .*; correct offset or pixel_size", {"offset": (50, 0)}),
     (ValueError, "offset has 1 items", {"offset": [1]}),
     (ValueError, "there is no method 'Median'", {"method": "Median"}),
     (TypeError, "method is 3", {"method": 3}),
@@ -182,7 +182,7 @@ BAD = [
     (TypeError, "out has samples of uint8", {"out": READ_ONLY.astype(numpy.uint8)}),
     (ValueError, "out has the shape", {"out": READ_ONLY[:2]}),
     (ValueError, "out is read-only", {"out": READ_ONLY}),
-    (ValueError, "overwrite each other", {"out": numpy.lib.stride_tricks.as_strided(READ_ONLY.copy(), (3, 96, 120), (2, 240, 2))}),
+    (ValueError, "out: .* overwrite each other", {"out": numpy.lib.stride_tricks.as_strided(READ_ONLY.copy(), (3, 96, 120), (2, 240, 2))}),
     (ValueError, "repeats one sample", {"out": numpy.lib.stride_tricks.as_strided(READ_ONLY.copy(), (3, 96, 120), (0, 240, 2))}),
 ]
 

@@ -98,12 +98,32 @@ class Dataset:
     def closed(self) -> bool:
         return self._scene is None
 
-    width = property(lambda self: self._facts["width"], doc="Columns.")
-    height = property(lambda self: self._facts["height"], doc="Rows.")
-    count = property(lambda self: self._facts["count"], doc="Bands, that of transparency included.")
-    nodata = property(lambda self: self._facts["nodata"], doc="The value of pixels without data; None for none.")
-    descriptions = property(lambda self: tuple(name or None for name in self._facts["descriptions"]) + (None,) *
-                            (self.count - len(self._facts["descriptions"])), doc="Names of the bands; None for one without.")
+    @property
+    def width(self) -> int:
+        """Columns."""
+        return int(self._facts["width"])
+
+    @property
+    def height(self) -> int:
+        """Rows."""
+        return int(self._facts["height"])
+
+    @property
+    def count(self) -> int:
+        """Bands, that of transparency included."""
+        return int(self._facts["count"])
+
+    @property
+    def nodata(self) -> int | None:
+        """The value of pixels without data; None for none."""
+        value: int | None = self._facts["nodata"]
+        return value
+
+    @property
+    def descriptions(self) -> tuple[str | None, ...]:
+        """Names of the bands; None for one without."""
+        names = [name or None for name in self._facts["descriptions"]]
+        return tuple(names + [None] * (self.count - len(names)))
 
     @property
     def shape(self) -> tuple[int, int]:
