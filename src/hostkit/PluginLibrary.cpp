@@ -43,7 +43,7 @@ std::string FindPlugin(const std::string& path, Status& status) {
         for (const char* place : {"../lib", ".", "pansharp", "..", "../pansharp", "../lib/pansharp",
                                   "../" PANSHARP_LIBDIR "/pansharp"}) {
             const std::filesystem::path candidate = (folder / place / pluginFileName).lexically_normal();
-            const std::string text = Platform::FromPath(candidate);
+            std::string text = Platform::FromPath(candidate);
             if (IsFile(candidate)) return text;
             if (places.find(text) == std::string::npos) places += (places.empty() ? "" : ", ") + text;
         }
