@@ -76,10 +76,11 @@ private:
         if (!truth || !CheckPixels(*fused, *truth, "reference", status) ||
             !CheckBands(*fused, *truth, "reference", false, status))
             return false;
-        const CacheLimit cache(StripCache({fused.get(), truth.get()}));
+        const int threads = StripThreads({fused.get(), truth.get()}, 0);
+        const CacheLimit cache(StripCache({fused.get(), truth.get()}, threads));
         quality::ReferenceIndices indices;
         const double ratio = request.ratio.value_or(std::numeric_limits<double>::quiet_NaN());
-        if (!CompareRows(RowsOf(*fused), RowsOf(*truth), ratio, indices, status)) return false;
+        if (!CompareRows(RowsOf(*fused), RowsOf(*truth), threads, ratio, indices, status)) return false;
         report.reference = std::move(indices);
         return report.reference->pixels > 0 ||
                Fail(status, HostStatus::InputsDoNotFit,

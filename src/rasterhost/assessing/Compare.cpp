@@ -119,8 +119,8 @@ private:
         // A method may write fewer bands, the first ones.
         if (!truths[bands]) truths[bands] = OpenBands(reduced->GetTruth(), bands);
         if (!truths[bands]) return false;
-        if (!CompareRows(rows, RowsOf(*truths[bands]), std::sqrt(report.ratioX * report.ratioY),
-                         entry.indices, status))
+        if (!CompareRows(rows, RowsOf(*truths[bands]), StripThreads({}, request.threads),
+                         std::sqrt(report.ratioX * report.ratioY), entry.indices, status))
             return false;
         if (entry.indices.pixels == 0)
             return Fail(

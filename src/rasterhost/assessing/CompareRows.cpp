@@ -48,7 +48,7 @@ OpenRows RowsOf(const InputImage& image) {
     };
 }
 
-bool CompareRows(const OpenRows& image, const OpenRows& reference, double ratio,
+bool CompareRows(const OpenRows& image, const OpenRows& reference, int threads, double ratio,
                  quality::ReferenceIndices& found, Status& status) {
     const auto size = image(status);
     if (!size) return false;
@@ -65,18 +65,27 @@ bool CompareRows(const OpenRows& image, const OpenRows& reference, double ratio,
         const std::uint32_t first = static_cast<std::uint32_t>(part) * partRows;
         return ComparePart(readers, first, std::min(first + partRows, rows), reasons);
     };
-    if (!InParts((rows + partRows - 1) / partRows, open, compare,
-                 [&](quality::Comparison& below) { comparison.Append(below); }, status))
+    if (!InParts(
+            threads, (rows + partRows - 1) / partRows, open, compare,
+            [&](quality::Comparison& below) { comparison.Append(below); }, status))
         return false;
     found = comparison.Find(ratio);
     return true;
 }
 
-std::int64_t StripCache(std::initializer_list<const InputImage*> images) {
-    std::int64_t bytes = std::int64_t{32} << 20;
+std::int64_t StripCache(std::initializer_list<const InputImage*> images, int threads) {
+    std::int64_t bytes = 0;
     for (const InputImage* image : images)
         if (image) bytes += 2 * static_cast<std::int64_t>(image->GetDescription()->GetBlockRowBytes());
-    return bytes;
+    return threads * bytes + (std::int64_t{32} << 20);
+}
+
+int StripThreads(std::initializer_list<const InputImage*> images, int asked) {
+    constexpr std::int64_t most = std::int64_t{256} << 20;
+    int threads = asked > 0 ? asked : tbb::this_task_arena::max_concurrency();
+    while (threads > 1 && StripCache(images, threads) > most)
+        --threads;
+    return threads;
 }
 
 bool CheckGrids(const Scene& scene, Status& status) {

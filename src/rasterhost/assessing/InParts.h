@@ -12,15 +12,15 @@
 
 namespace rasterhost {
 
-/// Processes an image part by part on all processors and takes the results in the order of the parts. At most
-/// twice as many results as there are threads wait to be taken.
+/// Processes an image part by part on so many threads and takes the results in the order of the parts. At
+/// most twice as many results as there are threads wait to be taken.
 ///
 /// `open` gives a thread what it reads with: a unique_ptr, null with an item. `make(reader, part, status)`
 /// gives a unique_ptr, null with an item; `take(made)` runs by itself. False with the items of the part that
 /// failed; what comes after it is left out.
 template <class Open, class Make, class Take>
-[[nodiscard]] bool InParts(std::size_t parts, const Open& open, const Make& make, const Take& take,
-                           Status& status) {
+[[nodiscard]] bool InParts(int threads, std::size_t parts, const Open& open, const Make& make,
+                           const Take& take, Status& status) {
     using Reader = decltype(open(status));
     using Made = decltype(make(*open(status), std::size_t{}, status));
     struct Job {
@@ -53,12 +53,14 @@ template <class Open, class Make, class Take>
             status.Append(job->reasons);
         }
     };
-    const auto threads = static_cast<std::size_t>(tbb::this_task_arena::max_concurrency());
-    tbb::parallel_pipeline(
-        2 * threads,
-        tbb::make_filter<void, std::shared_ptr<Job>>(tbb::filter_mode::serial_in_order, hand) &
-            tbb::make_filter<std::shared_ptr<Job>, std::shared_ptr<Job>>(tbb::filter_mode::parallel, work) &
-            tbb::make_filter<std::shared_ptr<Job>, void>(tbb::filter_mode::serial_in_order, receive));
+    tbb::task_arena(threads).execute([&] {
+        tbb::parallel_pipeline(
+            2 * static_cast<std::size_t>(threads),
+            tbb::make_filter<void, std::shared_ptr<Job>>(tbb::filter_mode::serial_in_order, hand) &
+                tbb::make_filter<std::shared_ptr<Job>, std::shared_ptr<Job>>(tbb::filter_mode::parallel,
+                                                                             work) &
+                tbb::make_filter<std::shared_ptr<Job>, void>(tbb::filter_mode::serial_in_order, receive));
+    });
     return isDone;
 }
 

@@ -78,7 +78,7 @@ public:
           coarse(scene.GetMultispectral().GetInfo()), bands(coarse.bandsPerPixel),
           coarseSide(quality::CoarseBlockSide(ratio)) {}
 
-    bool Run(std::vector<PairIndices>& found, Status& status) const {
+    bool Run(int threads, std::vector<PairIndices>& found, Status& status) const {
         CoarseIndices atCoarse(coarse.cols, bands, coarseSide);
         FineIndices atFine(fine.cols, bands);
         // Parts end with whole blocks of all sizes.
@@ -87,12 +87,13 @@ public:
         const auto leastCoarse = static_cast<std::size_t>(static_cast<double>(leastRows) / ratio);
         const auto open = [this](Status& reasons) { return Open(reasons); };
         const auto run = [&](std::size_t rows, std::size_t partRows, auto see, auto& all) {
-            return InParts((rows + partRows - 1) / partRows, open,
-                           [&](PairReaders& readers, std::size_t part, Status& reasons) {
-                               const std::size_t first = part * partRows;
-                               return (this->*see)(readers, first, std::min(first + partRows, rows), reasons);
-                           },
-                           [&all](auto& made) { all.Append(made); }, status);
+            return InParts(
+                threads, (rows + partRows - 1) / partRows, open,
+                [&](PairReaders& readers, std::size_t part, Status& reasons) {
+                    const std::size_t first = part * partRows;
+                    return (this->*see)(readers, first, std::min(first + partRows, rows), reasons);
+                },
+                [&all](auto& made) { all.Append(made); }, status);
         };
         return run(coarse.rows, unit * std::max<std::size_t>(leastCoarse / unit, 1),
                    &PairAssessment::SeeCoarse, atCoarse) &&
@@ -232,8 +233,11 @@ private:
 
 bool AssessPair(const Scene& scene, const InputImage& fused, const SensorBlur& blur, double ratio,
                 std::vector<PairIndices>& found, Status& status) {
-    const CacheLimit cache(StripCache({&fused, scene.pan.get(), scene.GetMultispectral().image.get()}));
-    return PairAssessment(scene, fused, blur, ratio).Run(found, status);
+    const std::initializer_list<const InputImage*> inputs = {&fused, scene.pan.get(),
+                                                             scene.GetMultispectral().image.get()};
+    const int threads = StripThreads(inputs, 0);
+    const CacheLimit cache(StripCache(inputs, threads));
+    return PairAssessment(scene, fused, blur, ratio).Run(threads, found, status);
 }
 
 } // namespace rasterhost
