@@ -85,7 +85,7 @@ class Rasterio(Scenes):
 class MapServer(Scenes):
     def draw(self, box, size):
         """The pictures that the page's map file gives of the description and of the file."""
-        pathlib.Path("server.conf").write_text(re.search(r"`(CONFIG .*?)`", page)[1])
+        pathlib.Path("server.conf").write_text(" ".join(re.search(r"`(CONFIG [^`]*)`", page)[1].split()))
         for image in ("scene.pansharp", "once.tif"):
             pathlib.Path("scenes.map").write_text(listing("text", "MAP").replace('"scene.pansharp"', f'"{image}"'))
             query = (f"map={os.getcwd()}/scenes.map&SERVICE=WMS&VERSION=1.1.1&REQUEST=GetMap&LAYERS=scene&STYLES=&SRS=EPSG:32631"
