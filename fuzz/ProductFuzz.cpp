@@ -11,7 +11,9 @@ using rasterhost::InputBand;
 
 namespace {
 
-constexpr const char* images[] = {"x_B8.TIF", "x_B4.TIF", "P.TIF", "M.TIF", "x.TIF"};
+constexpr const char* images[] = {
+    "x_B8.TIF",           "x_B4.TIF", "P.TIF", "M.TIF", "x.TIF", "pan.tif", "ms.tif", "LC08_L1TP_16_B8.TIF",
+    "LC08_L1TP_16_B4.TIF"};
 
 void WriteText(const std::string& name, const std::uint8_t* data, std::size_t size) {
     VSILFILE* file = VSIFOpenL(name.c_str(), "wb");

@@ -46,14 +46,17 @@ std::optional<double> DimapWavelength(const Metadata& document, const std::strin
     return std::nullopt;
 }
 
-/// Ids of the bands of some files, in their order.
-std::vector<std::string> DimapOrder(const Metadata& files, const std::string& file,
-                                    const Metadata& document) {
+constexpr std::size_t mostDimapBands = 64, mostDimapTiles = 4096;
+
+/// Ids of the bands of some files, in their order; empty when nothing tells. The list of a whole document
+/// goes for its only files.
+std::vector<std::string> DimapOrder(const Metadata& files, const std::string& file, const Metadata& document,
+                                    bool isOnlyGroup) {
     std::vector<std::pair<double, std::string>> indices;
     for (const Metadata* index : files.SearchAll("Raster_Index"))
         if (const auto number = index->GetNumber("BAND_INDEX"))
             indices.emplace_back(*number, index->Get("BAND_ID"));
-    if (indices.empty())
+    if (indices.empty() && isOnlyGroup)
         for (const Metadata* index : document.SearchAll("Raster_Index"))
             if (const auto number = index->GetNumber("BAND_INDEX"))
                 indices.emplace_back(*number, index->Get("BAND_ID"));
@@ -65,6 +68,7 @@ std::vector<std::string> DimapOrder(const Metadata& files, const std::string& fi
     if (!ids.empty()) return ids;
     if (file.find("_RGB_") != std::string::npos) return {std::begin(neoColours), std::end(neoColours)};
     if (file.find("_NED_") != std::string::npos) return {std::begin(neoOthers), std::end(neoOthers)};
+    if (!isOnlyGroup) return {};
     return {std::begin(usualOrder), std::end(usualOrder)};
 }
 
@@ -100,10 +104,16 @@ void AddFiles(const ProductFiles& files, const std::string& name, const Metadata
                         "gdalbuildvrt and name them: PAN MS ...";
         return;
     }
-    const std::vector<std::string> order = DimapOrder(group, path, document);
+    const std::vector<std::string> order = DimapOrder(group, path, document, isOnlyGroup);
     if (tiles.size() > 1) path = files.PathOf(name); // GDAL puts the tiles together
     if (isPan) {
         product.pan = {path, 1, "pan", DimapWavelength(document, "P")};
+        return;
+    }
+    if (order.empty() || order.size() > mostDimapBands) {
+        product.fault = "'" + LastPart(name) + "' " +
+                        (order.empty() ? "does not tell which bands '" + LastPart(path) + "' has"
+                                       : FormatString("lists more than %zu bands", mostDimapBands));
         return;
     }
     const auto count = document.GetNumber("Dimap_Document/Raster_Data/Raster_Dimensions/NBANDS");
@@ -150,6 +160,10 @@ std::optional<ProductPart> ReadDocument(const ProductFiles& files, const std::st
     }
     ReadSpecialValues(*document, product);
     const auto groups = access->SearchAll("Data_Files");
+    if (groups.size() > mostDimapBands || access->SearchAll("Data_File").size() > mostDimapTiles) {
+        product.fault = "'" + LastPart(name) + "' names too many files";
+        return part;
+    }
     for (const Metadata* group : groups)
         AddFiles(files, name, *document, *group, isPan, groups.size() == 1, product);
     if (groups.empty()) product.fault = "'" + LastPart(name) + "' names no image";

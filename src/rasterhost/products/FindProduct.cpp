@@ -6,6 +6,9 @@
 #include "rasterhost/requests/Operation.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <iterator>
+#include <system_error>
 
 namespace rasterhost {
 
@@ -66,43 +69,61 @@ ProductSearch ChooseProduct(const std::string& name, std::vector<Product>& found
                                   product.kind + ") cannot be fused: " + product.fault);
 }
 
-/// The products that a folder or archive has, by the first kind that knows any.
-bool FindAll(const std::string& folder, std::vector<Product>& found, Status& status) {
-    ProductFiles files;
-    if (!files.List(folder, status)) return false;
-    for (const ProductKind& kind : productKinds)
-        if (found.empty()) kind.find(files, found);
-    return true;
+/// What a metadata file is to a product that is described by others. The volume of DIMAP describes all of
+/// them; one with another ending says the same again.
+bool DescribesAsWell(const std::string& metadata, const std::string& other) {
+    if (ToLower(LastPart(metadata)).starts_with("vol_")) return ToLower(LastPart(other)).starts_with("dim_");
+    return FolderPart(metadata) + StemPart(metadata) == FolderPart(other) + StemPart(other);
 }
 
-/// Leaves those that a metadata file is of. One that describes the others, as the volume of DIMAP does, is of
-/// all.
-void KeepThoseOf(const std::string& metadata, std::vector<Product>& found) {
-    const auto isOf = [&](const Product& product) {
-        return std::ranges::any_of(
-            product.metadata, [&](const std::string& each) { return StemPart(each) == StemPart(metadata); });
-    };
-    if (!ToLower(LastPart(metadata)).starts_with("vol_"))
-        std::erase_if(found, [&](const Product& product) { return !isOf(product); });
+/// The products that a folder or archive has, by the first kind that knows any. With a metadata file,
+/// relative to the folder, those that it is of.
+bool FindAll(const std::string& folder, const std::string& metadata, std::vector<Product>& found,
+             Status& status) {
+    ProductFiles files;
+    if (!files.List(folder, status)) return false;
+    files.Want(metadata);
+    std::vector<Product> describedAsWell;
+    for (const ProductKind& kind : productKinds) {
+        if (!found.empty()) break;
+        kind.find(files, found);
+        if (metadata.empty()) continue;
+        if (describedAsWell.empty())
+            std::ranges::copy_if(found, std::back_inserter(describedAsWell), [&](const Product& product) {
+                return std::ranges::any_of(product.metadata, [&](const std::string& each) {
+                    return DescribesAsWell(metadata, each);
+                });
+            });
+        std::erase_if(found, [&](const Product& product) {
+            return std::ranges::count(product.metadata, metadata) == 0;
+        });
+    }
+    if (found.empty()) found = std::move(describedAsWell);
+    return !files.HasTooMuchMetadata() || (!metadata.empty() && !found.empty()) ||
+           Fail(status, HostStatus::InputNotSupported,
+                "'%s' has too many metadata files; name the folder or the metadata file of one product",
+                folder.c_str());
 }
 
 ProductSearch SearchProduct(const std::string& name, Product& product, Status& status) {
     const FileState state = LookAt(name);
     std::vector<Product> found;
     if (state.isFolder || (state.isFile && IsArchive(name))) {
-        if (!FindAll(name, found, status)) return ProductSearch::Failed;
+        if (!FindAll(name, {}, found, status)) return ProductSearch::Failed;
         return ChooseProduct(name, found, product, status);
     }
     if (!state.isFile || !IsMetadataName(name)) return ProductSearch::NoProduct;
     const std::string folder = FolderPart(name).empty() ? "." : FolderPart(name);
-    if (!FindAll(folder, found, status)) return ProductSearch::Failed;
-    KeepThoseOf(name, found);
+    if (!FindAll(folder, LastPart(name), found, status)) return ProductSearch::Failed;
     // Pan and bands may lie in folders side by side, each with its metadata.
     if (found.size() == 1 && found.front().pan.file.empty() != found.front().bands.empty()) {
         std::vector<Product> around;
         Status ignored;
-        if (FindAll(folder + "/..", around, ignored)) KeepThoseOf(name, around);
-        if (!around.empty()) found = std::move(around);
+        std::error_code failure;
+        const std::filesystem::path place = std::filesystem::canonical(folder, failure).filename();
+        const bool isRead =
+            FindAll(folder + "/..", (place / LastPart(name)).generic_string(), around, ignored);
+        if (isRead && !around.empty()) found = std::move(around);
     }
     if (std::string fault; found.empty() && !ProductFiles::ReadFile(name, fault))
         return FailSearch(status, "the metadata file '" + name + "' cannot be used: " + fault);

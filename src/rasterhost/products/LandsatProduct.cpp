@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <map>
 #include <regex>
+#include <set>
 
 namespace rasterhost {
 
@@ -54,6 +55,16 @@ struct BandFile {
     char satellite = 0;
     std::string band; ///< in capitals; empty for files that are no band
 };
+
+/// The files of one scene that has no metadata.
+struct BandFiles {
+    std::string product;
+    char satellite = 0;
+    std::map<std::string, std::string> bands; ///< names of files by numbers of bands
+};
+
+/// A name for which the letter case does not count; that of its folder does.
+std::string AnyCase(const std::string& name) { return FolderPart(name) + ToLower(LastPart(name)); }
 
 std::optional<BandFile> ReadName(const std::string& name) {
     // LC08_L1TP_..._B8.TIF, and LC8... of before the collections.
@@ -149,25 +160,26 @@ Product ReadMetadata(const ProductFiles& files, const std::string& name) {
 } // namespace
 
 void FindLandsat(const ProductFiles& files, std::vector<Product>& found) {
-    std::map<std::string, std::pair<char, std::map<std::string, std::string>>> byName;
+    std::map<std::string, BandFiles> byName;
     for (const std::string& name : files.GetNames())
         if (const auto file = ReadName(name)) {
-            byName[file->product].first = file->satellite;
-            byName[file->product].second[file->band] = name;
+            BandFiles& scene = byName[AnyCase(file->product)];
+            scene.product = file->product;
+            scene.satellite = file->satellite;
+            scene.bands[file->band] = name;
         }
-    std::vector<std::string> described;
+    std::set<std::string> described;
     for (const std::string& name : files.GetNames()) {
         const std::string stem = MetadataStem(name);
         // One product may have its metadata as text, JSON and XML.
-        if (stem.empty() || std::find(described.begin(), described.end(), stem) != described.end()) continue;
-        described.push_back(stem);
-        byName.erase(stem);
+        if (stem.empty() || !described.insert(AnyCase(stem)).second) continue;
+        byName.erase(AnyCase(stem));
         found.push_back(ReadMetadata(files, name));
     }
-    for (const auto& [stem, bands] : byName) {
+    for (const auto& [key, scene] : byName) {
         Product& product = found.emplace_back();
-        product.name = LastPart(stem);
-        TakeBands(bands.first, bands.second, files, product);
+        product.name = LastPart(scene.product);
+        TakeBands(scene.satellite, scene.bands, files, product);
     }
 }
 

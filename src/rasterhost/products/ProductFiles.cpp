@@ -1,6 +1,7 @@
 #include "rasterhost/products/ProductFiles.h"
 
 #include "fundament/Text.h"
+#include "rasterhost/reading/FileState.h"
 #include "rasterhost/requests/GdalErrors.h"
 
 #include <cpl_string.h>
@@ -15,13 +16,13 @@
 namespace rasterhost {
 
 using KOVA::Tessara::Fundament::StartsWith;
-using KOVA::Tessara::Fundament::StringsEqual;
 using KOVA::Tessara::Fundament::ToLower;
 
 namespace {
 
 constexpr int mostFolderLevels = 4;
-constexpr std::size_t mostFiles = 20000;
+constexpr std::size_t mostEntries = 20000;
+constexpr std::size_t mostMetadataFiles = 1000;
 constexpr std::size_t mostMetadataBytes = std::size_t{16} << 20;
 
 constexpr const char* tarEndings[] = {".tar", ".tar.gz", ".tgz"};
@@ -62,12 +63,14 @@ std::string StemPart(const std::string& name) {
 }
 
 bool ProductFiles::List(const std::string& folderOrArchive, Status& status) {
-    isArchive = IsArchive(folderOrArchive);
+    isArchive = IsArchive(folderOrArchive) && !LookAt(folderOrArchive).isFolder;
     root = folderOrArchive;
     while (root.size() > 1 && root.ends_with('/'))
         root.pop_back();
     if (isArchive) root = (ToLower(root).ends_with(".zip") ? "/vsizip/" : "/vsitar/") + root;
     names.clear();
+    anyCase.clear();
+    filesRead = 0;
     const GdalErrors errors;
     const std::unique_ptr<VSIDIR, decltype(&VSICloseDir)> folder(
         VSIOpenDir(root.c_str(), mostFolderLevels, nullptr), &VSICloseDir);
@@ -75,17 +78,21 @@ bool ProductFiles::List(const std::string& folderOrArchive, Status& status) {
         return Fail(status, HostStatus::InputNotOpened, "%s '%s' cannot be read%s%s",
                     isArchive ? "the archive" : "the folder", folderOrArchive.c_str(),
                     isArchive ? "; was it copied or downloaded to its end?" : "", errors.Reason().c_str());
+    std::size_t entries = 0;
     while (const VSIDIREntry* entry = VSIGetNextDirEntry(folder.get())) {
+        if (++entries > mostEntries)
+            return Fail(status, HostStatus::InputNotSupported,
+                        "'%s' has more than %zu files and folders; name the folder of one product",
+                        folderOrArchive.c_str(), mostEntries);
         const std::string name(entry->pszName);
         if (ClimbsOut(name)) continue; // nothing outside an archive is its
-        if (names.size() == mostFiles)
-            return Fail(status, HostStatus::InputNotSupported,
-                        "'%s' has more than %zu files; name the folder of one product",
-                        folderOrArchive.c_str(), mostFiles);
-        if (!VSI_ISDIR(entry->nMode)) names.push_back(name);
+        // Opening a pipe or a device may wait for ever.
+        if (VSI_ISREG(entry->nMode)) names.push_back(name);
     }
     std::sort(names.begin(), names.end());
     if (!StartsWith(root, "/vsi", false)) DropRepeated();
+    for (const std::string& name : names)
+        anyCase.emplace(ToLower(name), name);
     return true;
 }
 
@@ -112,10 +119,17 @@ std::optional<std::string> ProductFiles::FindBeside(const std::string& name, con
     if (relative.empty() || ClimbsOut(relative)) return std::nullopt;
     const std::string wanted = FolderPart(name) + relative;
     if (std::binary_search(names.begin(), names.end(), wanted)) return wanted;
-    for (const std::string& each : names)
-        if (StringsEqual(each, wanted, true)) return each;
+    const auto found = anyCase.find(ToLower(wanted));
+    return found == anyCase.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::optional<Metadata> ProductFiles::Read(const std::string& name, std::string& fault) const {
+    if (name == wantedName || ++filesRead <= mostMetadataFiles) return ReadFile(PathOf(name), fault);
+    fault = "too many metadata files lie beside it";
     return std::nullopt;
 }
+
+bool ProductFiles::HasTooMuchMetadata() const { return filesRead > mostMetadataFiles; }
 
 std::optional<Metadata> ProductFiles::ReadFile(const std::string& path, std::string& fault) {
     const GdalErrors silence;

@@ -3,6 +3,7 @@
 #include "rasterhost/products/Metadata.h"
 #include "rasterhost/requests/HostStatus.h"
 
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,8 +15,11 @@ namespace rasterhost {
 class ProductFiles {
 public:
     /// Lists what lies below a folder, or in a tar, tar.gz or zip. False with an item when that cannot be
-    /// read, or when there is too much of it. Names in an archive that lead out of it are not seen.
+    /// read, or when there is too much of it. Names in an archive that lead out of it are not seen, nor what
+    /// is no regular file.
     [[nodiscard]] bool List(const std::string& folderOrArchive, Status& status);
+    /// A metadata file, relative to the folder, that is read however many there are.
+    void Want(const std::string& name) { wantedName = name; }
 
     /// Names relative to the folder, with '/', in order.
     [[nodiscard]] const std::vector<std::string>& GetNames() const { return names; }
@@ -26,10 +30,10 @@ public:
     /// leads out of the folder.
     [[nodiscard]] std::optional<std::string> FindBeside(const std::string& name,
                                                         const std::string& other) const;
-    /// Reads a metadata file. None, with `fault` saying why, when it cannot be understood.
-    [[nodiscard]] std::optional<Metadata> Read(const std::string& name, std::string& fault) const {
-        return ReadFile(PathOf(name), fault);
-    }
+    /// Reads a metadata file. None, with `fault` saying why, when it cannot be understood, or after the first
+    /// 1000.
+    [[nodiscard]] std::optional<Metadata> Read(const std::string& name, std::string& fault) const;
+    [[nodiscard]] bool HasTooMuchMetadata() const; ///< some were not read
     /// The same of any file.
     [[nodiscard]] static std::optional<Metadata> ReadFile(const std::string& path, std::string& fault);
 
@@ -37,7 +41,10 @@ private:
     void DropRepeated();
 
     std::string root;
+    std::string wantedName;
     std::vector<std::string> names;
+    std::map<std::string, std::string> anyCase; ///< the names by themselves in small letters
+    mutable std::size_t filesRead = 0;
     bool isArchive = false;
 };
 

@@ -96,8 +96,14 @@ private:
                   : std::ranges::count(product.bands, input.name, &InputBand::name) > 0)
             return LeaveOut(asset, "another asset has the band '" + input.name + "'");
         const bool isFirst = product.pan.file.empty() && product.bands.empty();
-        Agree(values.GetNumber("nodata"), isFirst, noData);
-        Agree(values.GetNumber("bits_per_sample"), isFirst, bits);
+        // Since 1.1 what all bands have in common may stand at the asset.
+        const auto number = [&](const char* key) {
+            const auto own = values.GetNumber(key);
+            return own ? own : asset.GetNumber(key);
+        };
+        const auto bitsOfBand = number("raster:bits_per_sample");
+        Agree(number("nodata"), isFirst, noData);
+        Agree(bitsOfBand ? bitsOfBand : number("bits_per_sample"), isFirst, bits);
         if (isPan)
             product.pan = std::move(input);
         else

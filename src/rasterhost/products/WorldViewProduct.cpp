@@ -40,6 +40,13 @@ std::string SceneKey(const std::string& stem) {
     return second == std::string::npos ? stem : stem.substr(second + 1);
 }
 
+/// Those letters: P2AS for pan, M2AS for bands, S2AS for bands that are sharpened already.
+std::string LettersOf(const std::string& stem) {
+    const std::size_t first = stem.find('-');
+    return first == std::string::npos ? std::string()
+                                      : stem.substr(first + 1, stem.find('-', first + 1) - first - 1);
+}
+
 /// The mosaic of its tiles, which GDAL puts together; else the image of the same stem.
 std::optional<std::string> FindImage(const ProductFiles& files, const std::string& name) {
     for (const char* ending : {".TIL", ".TIF", ".TIFF", ".NTF"})
@@ -60,7 +67,7 @@ void TakeImd(const ProductFiles& files, const std::string& name, const Metadata&
         product.fault = "there is no image beside '" + LastPart(name) + "', neither .TIL nor .TIF";
         return;
     }
-    if (LastPart(*image).find("-S") != std::string::npos && imd.SearchText("bandId") != "P") {
+    if (LettersOf(StemPart(*image)).starts_with('S') && imd.SearchText("bandId") != "P") {
         product.leftOut.emplace_back(LastPart(*image), "it is sharpened already");
         return;
     }

@@ -154,6 +154,10 @@ const Case cases[] = {
      "d",
      "lacks the panchromatic band, B8"},
     {"damaged metadata", {{"x_MTL.json", "{\"A\": "}}, "", "'x_MTL.json', cannot be used: it is not JSON"},
+    {"names and metadata in other letter case",
+     {{l8 + "B8.TIF", ""}, {"lc08_l1tp_016037_20170813_20170814_01_rt_mtl.txt", "x"}},
+     "",
+     "_mtl.txt', cannot be used"},
     {"names that people give",
      {{"s_pan.tif", ""}, {"s_Red.tif", ""}, {"s_thermal.tif", ""}, {"s_NIR.tif", ""}, {"s_mask.tif", ""}},
      "",
@@ -214,13 +218,23 @@ const Case cases[] = {
      "",
      "WorldView-2, 11JUL-P2AS-05_P001.TIL:1 blue=11JUL-M2AS-05_P001.TIF:1 green=11JUL-M2AS-05_P001.TIF:2 "
      "nir2=11JUL-M2AS-05_P001.TIF:3 nodata 0 bits 11"},
+    {"DIMAP in two files of which nothing tells the bands",
+     {{"DIM_M.XML", Dim("MS-FS", DimFiles(DimFile("A.TIF")) + DimFiles(DimFile("B.TIF")),
+                        "<Raster_Index><BAND_ID>B3</BAND_ID><BAND_INDEX>2</BAND_INDEX></Raster_Index>")},
+      {"A.TIF", ""},
+      {"B.TIF", ""}},
+     "",
+     "'DIM_M.XML' does not tell which bands 'B.TIF' has"},
     {"WorldView whose values were changed",
      {{"a-P2AS-1.IMD", Imd(imdPan, "ACOMP")},
       {"a-P2AS-1.TIF", ""},
-      {"a-M2AS-1.IMD", Imd(imdColours, "ACOMP")},
-      {"a-M2AS-1.TIF", ""}},
-     "a-M2AS-1.IMD",
-     "WorldView-2, a-P2AS-1.TIF:1 blue=a-M2AS-1.TIF:1 green=a-M2AS-1.TIF:2 nir2=a-M2AS-1.TIF:3 nodata 0"},
+      {"a-M2AS-1-S.IMD", Imd(imdColours, "ACOMP")},
+      {"a-M2AS-1-S.TIF", ""},
+      {"a-S2AS-1.IMD", Imd(imdColours)},
+      {"a-S2AS-1.TIF", ""}},
+     "",
+     "WorldView-2, a-P2AS-1.TIF:1 blue=a-M2AS-1-S.TIF:1 green=a-M2AS-1-S.TIF:2 nir2=a-M2AS-1-S.TIF:3 "
+     "-a-S2AS-1.TIF nodata 0"},
     {"STAC 1.0, relative and remote, a picture of all",
      {{"scene.json",
        Stac(stacPan + R"(, "b4": {"href": "https://x.org/b4.tif", "eo:bands": [{"common_name": "red"}],
@@ -229,13 +243,17 @@ const Case cases[] = {
       {"p.tif", ""}},
      "",
      "STAC item of landsat-9, p.tif:1 red=b4.tif:1 -asset 'look' -asset 'lwir' nodata 0"},
-    {"STAC 1.1, bands in one file",
-     {{"i.json", Stac(R"("p": {"href": "p.tif", "bands": [{"eo:common_name": "pan", "nodata": 0}]},
-        "m": {"href": "m.tif", "bands": [{"eo:center_wavelength": 0.66, "nodata": 1}, {"name": "green"}, {"name": "x"}]})")},
+    {"STAC 1.1, bands in one file, beside another product",
+     {{l8 + "B8.TIF", ""},
+      {l8 + "B4.TIF", ""},
+      {"i.json",
+       Stac(
+           R"("p": {"href": "p.tif", "nodata": 0, "raster:bits_per_sample": 12, "bands": [{"eo:common_name": "pan"}]},
+        "m": {"href": "m.tif", "bits_per_sample": 12, "bands": [{"eo:center_wavelength": 0.66, "nodata": 1}, {"name": "green"}, {"name": "x"}]})")},
       {"p.tif", ""},
       {"m.tif", ""}},
      "i.json",
-     "STAC item of landsat-9, p.tif:1 red=m.tif:1 green=m.tif:2 -asset 'm'"},
+     "STAC item of landsat-9, p.tif:1 red=m.tif:1 green=m.tif:2 -asset 'm' bits 12"},
     {"STAC without pan",
      {{"i.json", Stac(R"("m": {"href": "m.tif", "bands": [{"name": "red"}]})")}},
      "",
@@ -272,11 +290,12 @@ TEST(FindProduct, ReadsArchivesAsDelivered) {
     Make(folder, {{"in/" + l8 + "B8.TIF", ""}, {"in/" + l8 + "B2.TIF", ""}, {l8 + "B4.TIF", ""}});
     const std::string script =
         "cd '" + (folder / "in") +
-        "' && tar cf ../a.tar . && tar czf ../a.TAR.GZ . && tar czf ../a.tgz * && "
+        "' && tar cf ../a.tar . && tar czf ../a.TAR.GZ . && tar czf ../a.tgz * && mkdir ../d.tar && cp *.TIF "
+        "../d.tar && mkfifo pipe.json && "
         "tar cPf ../out.tar ../*_B4.TIF *.TIF && python3 -m zipfile -c ../a.zip *.TIF && "
         "head -c 300 ../a.zip >../cut.zip && ln -s . round";
     ASSERT_EQ(std::system(script.c_str()), 0);
-    for (const char* name : {"a.tar", "a.TAR.GZ", "a.tgz", "a.zip", "out.tar", "in", "cut.zip"}) {
+    for (const char* name : {"a.tar", "a.TAR.GZ", "a.tgz", "a.zip", "d.tar", "out.tar", "in", "cut.zip"}) {
         SCOPED_TRACE(name);
         Product product;
         KOVA::Tessara::Fundament::Status status;
