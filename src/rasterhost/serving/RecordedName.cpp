@@ -29,8 +29,13 @@ bool LiesIn(const fs::path& folder, const fs::path& path) {
     return std::mismatch(folder.begin(), folder.end(), path.begin(), path.end()).first == folder.end();
 }
 
-/// The file that a name within archives begins with; none for a name of another kind.
-std::optional<fs::path> FindArchive(const std::string& name) {
+/// The file that a name within archives begins with, and where in the name; none for a name of another kind.
+struct NamedArchive {
+    std::string file;
+    std::size_t place = 0;
+};
+
+std::optional<NamedArchive> FindArchive(const std::string& name) {
     std::string rest = name;
     bool isWithin = false;
     for (bool goesOn = true; goesOn;) {
@@ -46,7 +51,8 @@ std::optional<fs::path> FindArchive(const std::string& name) {
     std::error_code failure;
     for (std::size_t end = 1; end <= rest.size(); ++end)
         if (end == rest.size() || rest[end] == '/' || rest[end] == '}')
-            if (fs::is_regular_file(rest.substr(0, end), failure)) return rest.substr(0, end);
+            if (fs::is_regular_file(rest.substr(0, end), failure))
+                return NamedArchive{rest.substr(0, end), name.size() - rest.size()};
     return std::nullopt;
 }
 
@@ -54,12 +60,19 @@ std::optional<fs::path> FindArchive(const std::string& name) {
 
 RecordedName RecordName(const std::string& name, const std::string& description) {
     std::error_code failure;
-    if (IsOfGdal(name) || !fs::exists(name, failure)) return {name, false};
     // Links to files stay: their own name may be the one that counts.
     const auto place = [&failure](const fs::path& folder) {
         return fs::canonical(folder.empty() ? "." : folder, failure);
     };
-    const fs::path input = place(fs::path(name).parent_path()) / fs::path(name).filename();
+    const auto whole = [&](const fs::path& file) { return place(file.parent_path()) / file.filename(); };
+    if (const auto archive = IsOfGdal(name) ? FindArchive(name) : std::nullopt) {
+        const std::string file = whole(archive->file).generic_string();
+        std::string path = name;
+        if (!failure) path.replace(archive->place, archive->file.size(), file);
+        return {path, false};
+    }
+    if (IsOfGdal(name) || !fs::exists(name, failure)) return {name, false};
+    const fs::path input = whole(name);
     if (failure || IsOfGdal(description)) return {input.string(), false};
     const fs::path folder = place(FolderOf(description));
     if (failure || !LiesIn(folder, input)) return {input.string(), false};
@@ -84,7 +97,7 @@ bool CheckStaysIn(const std::string& root, const std::string& name, const std::s
     std::error_code failure;
     const fs::path folder = fs::canonical(root, failure);
     if (failure) return refuse("cannot be looked for: there is no folder");
-    const fs::path file = IsOfGdal(name) ? FindArchive(name).value_or(fs::path()) : fs::path(name);
+    const fs::path file = IsOfGdal(name) ? FindArchive(name).value_or(NamedArchive()).file : name;
     if (file.empty() || !fs::exists(file, failure))
         return refuse("is neither a file in, nor in an archive in,");
     const fs::path real = fs::canonical(file, failure);
