@@ -97,13 +97,15 @@ std::string FormatReport(const SharpenReport& report, std::uint64_t peakMemory) 
                              FormatCount(report.pixelsWithoutData, Pixels(report)).c_str(),
                              report.noDataValue ? FormatString("the value %u", *report.noDataValue).c_str()
                              : report.noDataBy == rasterhost::NoDataBy::Alpha ? "the last band"
+                             : report.noDataBy == rasterhost::NoDataBy::None  ? "nothing"
                                                                               : "a mask");
     const unsigned largest = (1u << report.bitDepth) - 1;
     for (std::size_t band = 0; band < report.samplesAtLimits.size(); ++band) {
         const auto& [lowest, highest] = report.samplesAtLimits[band];
-        text += FormatString("  band %zu: %s samples at 0, %s at %u\n", band + 1,
+        text += FormatString("  band %zu: %s samples at 0, %s at %u%s\n", band + 1,
                              FormatCount(lowest, Pixels(report)).c_str(),
-                             FormatCount(highest, Pixels(report)).c_str(), largest);
+                             FormatCount(highest, Pixels(report)).c_str(), largest,
+                             report.bitsPerSample < report.bitDepth ? ", before they are stretched" : "");
     }
     return text;
 }

@@ -136,6 +136,13 @@ private:
                           : plan.rules.hasAlpha           ? NoDataBy::Alpha
                           : report.pixelsWithoutData == 0 ? NoDataBy::None
                                                           : NoDataBy::Mask;
+        const bool losesMask = plan.isPicture && (plan.format.name == "PNG" || plan.format.name == "JPEG");
+        if (losesMask && report.noDataBy == NoDataBy::Mask) {
+            report.noDataBy = NoDataBy::None;
+            Warn("the output '" + request.output +
+                 "' tells no pixels without data apart: they are black; a "
+                 "GTiff has a mask of them");
+        }
         JudgeResult();
         return true;
     }

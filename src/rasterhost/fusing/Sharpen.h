@@ -20,7 +20,7 @@ namespace rasterhost {
 
 /// How an output marks pixels without data.
 enum class NoDataBy {
-    None, ///< there are no such pixels and no value is declared
+    None, ///< there are no such pixels and no value is declared, or the file cannot tell
     Value,
     Mask,
     Alpha

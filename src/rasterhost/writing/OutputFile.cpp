@@ -1,6 +1,7 @@
 #include "rasterhost/writing/OutputFile.h"
 
 #include "fundament/Text.h"
+#include "rasterhost/requests/CacheLimit.h"
 #include "rasterhost/requests/GdalErrors.h"
 #include "rasterhost/writing/Picture.h"
 
@@ -127,6 +128,10 @@ bool OutputFile::Copy(const std::function<bool(double)>& progress, Status& statu
         return callback && !callback(done) ? FALSE : TRUE;
     };
     const GdalErrors errors;
+    const CPLConfigOptionSetter inside("GDAL_TIFF_INTERNAL_MASK", "YES", false);
+    // What is read line by line and band by band comes from blocks that are decoded once.
+    const CacheLimit cache(static_cast<std::int64_t>(std::uint64_t{2} * plan.blockRows * plan.columns *
+                                                     (plan.GetPixelBytes() + 1)));
     GDALDatasetUniquePtr made(GDALDataset::Open(writtenFile.c_str(), GDAL_OF_RASTER));
     GDALDatasetUniquePtr picture(made && plan.isPicture ? MakePicture(*made) : nullptr);
     GDALDataset* source = plan.isPicture ? picture.get() : made.get();

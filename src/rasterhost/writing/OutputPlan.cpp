@@ -115,6 +115,7 @@ OutputPlan PlanOutput(const SharpenRequest& request, const OutputFormat& format,
     plan.isPicture = request.isPicture;
     plan.format.isCopied = format.isCopied || request.isPicture;
     plan.rules = MakeOutputRules(request, scene);
+    if (plan.isPicture) plan.rules.noData.reset(); // stretched, other samples have the value: a mask tells
     plan.columns = scene.part.GetColumns();
     plan.rows = scene.part.GetRows();
     plan.threads = threads;

@@ -56,4 +56,10 @@ TEST(Picture, IsWrittenInThreeFormats) {
         EXPECT_GT(*std::max_element(samples.begin(), samples.end()), 250u);
         EXPECT_LT(*std::min_element(samples.begin(), samples.end()), 5u);
     }
+    request.noData = 389; // the value is gone once the samples are stretched
+    request.overwrite = true;
+    const auto report = RunWell(request).report;
+    GDALDatasetUniquePtr made(GDALDataset::Open(request.output.c_str()));
+    EXPECT_EQ(made->GetRasterBand(1)->GetMaskFlags(), GMF_PER_DATASET);
+    EXPECT_EQ(report.noDataBy, rasterhost::NoDataBy::Mask);
 }
