@@ -126,6 +126,7 @@ private:
             return !result.wasCancelled;
         };
         bool isDone = FuseWindows(windowPlan, slots, *output, fused, result, status);
+        slots.clear(); // copying takes memory of its own
         if (isDone) isDone = output->Finish(copied, status);
         if (result.wasCancelled) return Cancel();
         if (!isDone) return false;

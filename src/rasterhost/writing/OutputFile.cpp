@@ -124,8 +124,14 @@ bool OutputFile::Copy(const std::function<bool(double)>& progress, Status& statu
     CPLStringList options = plan.options;
     options.AddString(FormatString("NUM_THREADS=%d", plan.threads).c_str());
     const auto report = [](double done, const char*, void* to) -> int {
-        const auto& callback = *static_cast<const std::function<bool(double)>*>(to);
-        return callback && !callback(done) ? FALSE : TRUE;
+        return (*static_cast<const std::function<bool(double)>*>(to))(done) ? TRUE : FALSE;
+    };
+    const double share = plan.isPicture ? 0.5 : 0.0; // of the work, to find the stretch
+    const std::function<bool(double)> stretched = [&](double done) {
+        return !progress || progress(share * done);
+    };
+    std::function<bool(double)> written = [&](double done) {
+        return !progress || progress(share + (1.0 - share) * done);
     };
     const GdalErrors errors;
     const CPLConfigOptionSetter inside("GDAL_TIFF_INTERNAL_MASK", "YES", false);
@@ -133,13 +139,12 @@ bool OutputFile::Copy(const std::function<bool(double)>& progress, Status& statu
     const CacheLimit cache(static_cast<std::int64_t>(std::uint64_t{2} * plan.blockRows * plan.columns *
                                                      (plan.GetPixelBytes() + 1)));
     GDALDatasetUniquePtr made(GDALDataset::Open(writtenFile.c_str(), GDAL_OF_RASTER));
-    GDALDatasetUniquePtr picture(made && plan.isPicture ? MakePicture(*made) : nullptr);
+    GDALDatasetUniquePtr picture(made && plan.isPicture ? MakePicture(*made, stretched) : nullptr);
     GDALDataset* source = plan.isPicture ? picture.get() : made.get();
-    GDALDatasetUniquePtr copied(source ? FindDriver(plan.format.name)
-                                             ->CreateCopy(folder.GetFile().c_str(), source, FALSE,
-                                                          options.List(), report,
-                                                          const_cast<std::function<bool(double)>*>(&progress))
-                                       : nullptr);
+    GDALDatasetUniquePtr copied(
+        source ? FindDriver(plan.format.name)
+                     ->CreateCopy(folder.GetFile().c_str(), source, FALSE, options.List(), report, &written)
+               : nullptr);
     const bool isCopied = copied != nullptr;
     copied.reset();
     return (isCopied && !errors.HasFailed()) || FailToComplete(errors.Reason(), status);

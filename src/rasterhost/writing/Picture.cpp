@@ -16,21 +16,27 @@ namespace {
 
 constexpr std::size_t sampleValues = 65536;
 
-/// How often each value occurs in a band where there is data. Empty when it cannot be read.
-std::vector<std::uint64_t> CountValues(GDALRasterBand& band) {
-    std::vector<std::uint64_t> counts(sampleValues);
-    GDALRasterBand& mask = *band.GetMaskBand();
-    const int columns = band.GetXSize();
+/// How often each value occurs in bands where there is data. Empty when it cannot be read or is cancelled.
+/// All bands go together: their samples lie in the same blocks.
+std::vector<std::vector<std::uint64_t>> CountValues(const std::vector<GDALRasterBand*>& bands,
+                                                    const std::function<bool(double)>& progress) {
+    if (bands.empty()) return {};
+    std::vector counts(bands.size(), std::vector<std::uint64_t>(sampleValues));
+    const int columns = bands.front()->GetXSize(), lines = bands.front()->GetYSize();
     std::vector<std::uint16_t> row(static_cast<std::size_t>(columns));
     std::vector<unsigned char> valid(row.size());
-    for (int line = 0; line < band.GetYSize(); ++line) {
-        if (band.RasterIO(GF_Read, 0, line, columns, 1, row.data(), columns, 1, GDT_UInt16, 0, 0, nullptr) !=
-                CE_None ||
-            mask.RasterIO(GF_Read, 0, line, columns, 1, valid.data(), columns, 1, GDT_Byte, 0, 0, nullptr) !=
-                CE_None)
-            return {};
-        for (std::size_t column = 0; column < row.size(); ++column)
-            if (valid[column]) ++counts[row[column]];
+    for (int line = 0; line < lines; ++line) {
+        for (std::size_t band = 0; band < bands.size(); ++band) {
+            GDALRasterBand& mask = *bands[band]->GetMaskBand();
+            if (bands[band]->RasterIO(GF_Read, 0, line, columns, 1, row.data(), columns, 1, GDT_UInt16, 0, 0,
+                                      nullptr) != CE_None ||
+                mask.RasterIO(GF_Read, 0, line, columns, 1, valid.data(), columns, 1, GDT_Byte, 0, 0,
+                              nullptr) != CE_None)
+                return {};
+            for (std::size_t column = 0; column < row.size(); ++column)
+                if (valid[column]) ++counts[band][row[column]];
+        }
+        if (progress && !progress((line + 1.0) / lines)) return {};
     }
     return counts;
 }
@@ -47,13 +53,15 @@ double FindPercentile(const std::vector<std::uint64_t>& counts, std::uint64_t al
 
 } // namespace
 
-std::vector<std::array<double, 2>> FindStretches(GDALDataset& image) {
+std::vector<std::array<double, 2>> FindStretches(GDALDataset& image,
+                                                 const std::function<bool(double)>& progress) {
+    std::vector<GDALRasterBand*> bands;
     std::vector<std::array<double, 2>> stretches;
     for (int number = 1; number <= image.GetRasterCount(); ++number) {
-        GDALRasterBand& band = *image.GetRasterBand(number);
-        if (band.GetColorInterpretation() == GCI_AlphaBand) continue;
-        const std::vector<std::uint64_t> counts = CountValues(band);
-        if (counts.empty()) return {};
+        GDALRasterBand* band = image.GetRasterBand(number);
+        if (band->GetColorInterpretation() != GCI_AlphaBand) bands.push_back(band);
+    }
+    for (const std::vector<std::uint64_t>& counts : CountValues(bands, progress)) {
         std::uint64_t all = 0;
         for (const std::uint64_t count : counts)
             all += count;
@@ -65,8 +73,8 @@ std::vector<std::array<double, 2>> FindStretches(GDALDataset& image) {
     return stretches;
 }
 
-GDALDatasetUniquePtr MakePicture(GDALDataset& image) {
-    const auto stretches = FindStretches(image);
+GDALDatasetUniquePtr MakePicture(GDALDataset& image, const std::function<bool(double)>& progress) {
+    const auto stretches = FindStretches(image, progress);
     if (stretches.empty()) return nullptr;
     CPLStringList options;
     for (const char* option : {"-of", "VRT", "-ot", "Byte", "-a_nodata", "none"})
