@@ -6,6 +6,7 @@
 #include <condition_variable>
 #include <exception>
 #include <mutex>
+#include <new>
 #include <string>
 
 /// What both modules need of the interpreter.
@@ -25,6 +26,14 @@ namespace py = pybind11;
 /// The class of the package of that name.
 inline py::object ErrorClass() { return py::module_::import("pansharp._errors").attr("Error"); }
 
+/// Of the calls of a process.
+struct CallState {
+    std::mutex mutex; ///< guards what follows
+    std::condition_variable changed;
+    int count = 0;
+    std::atomic<bool> isEnding = false;
+};
+
 /// Calls that have given up the interpreter's lock. Python ends a thread that wants it back while the process
 /// ends, by unwinding it, and no exception may leave the engine: so the process waits for them.
 class Calls {
@@ -32,35 +41,47 @@ public:
     /// One of them, from before the lock is given up until it is back.
     struct Running {
         Running() {
-            const std::lock_guard lock(mutex);
-            if (isEnding) Raise(ErrorClass().ptr(), "nothing is fused any more: the process ends");
-            ++count;
+            const std::lock_guard lock(state.mutex);
+            if (state.isEnding) Raise(ErrorClass().ptr(), "nothing is fused any more: the process ends");
+            ++state.count;
         }
         Running(const Running&) = delete;
         Running& operator=(const Running&) = delete;
         ~Running() {
-            const std::lock_guard lock(mutex);
-            --count;
-            changed.notify_all();
+            if (forks != forksBefore) return; // it counts in the parent
+            const std::lock_guard lock(state.mutex);
+            --state.count;
+            state.changed.notify_all();
         }
+
+    private:
+        const unsigned forksBefore = forks;
     };
 
-    static bool IsEnding() { return isEnding; }
+    static bool IsEnding() { return state.isEnding; }
     /// Has the process wait for calls when it ends. To be asked once by each module.
-    static void WaitAtEnd() { py::module_::import("atexit").attr("register")(py::cpp_function(&Calls::End)); }
+    static void WaitAtEnd() {
+        py::module_::import("atexit").attr("register")(py::cpp_function(&Calls::End));
+        const py::cpp_function forget(&Calls::Forget);
+        py::module_::import("os").attr("register_at_fork")(py::arg("after_in_child") = forget);
+    }
 
 private:
     static void End() {
         const py::gil_scoped_release released;
-        std::unique_lock lock(mutex);
-        isEnding = true;
-        changed.wait(lock, [] { return count == 0; });
+        std::unique_lock lock(state.mutex);
+        state.isEnding = true;
+        state.changed.wait(lock, [] { return state.count == 0; });
     }
 
-    static inline std::mutex mutex;
-    static inline std::condition_variable changed;
-    static inline int count = 0;
-    static inline std::atomic<bool> isEnding = false;
+    /// In a process that was forked: the other threads stayed behind, and whatever they held.
+    static void Forget() {
+        ++forks;
+        new (&state) CallState; // the old one may be in use: it is not destroyed
+    }
+
+    static inline CallState state;
+    static inline unsigned forks = 0; ///< guarded by the interpreter's lock
 };
 
 } // namespace python

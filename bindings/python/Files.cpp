@@ -87,9 +87,11 @@ public:
 
 private:
     bool Progress(double fraction) {
-        const std::lock_guard lock(mutex);
+        std::unique_lock lock(mutex);
         done = fraction;
         changed.notify_all();
+        // The output appears after the last report: what that raises has to come first.
+        if (fraction >= 1.0) changed.wait(lock, [this] { return !done && !isTelling; });
         return !isCancelled;
     }
 
@@ -108,11 +110,15 @@ private:
             more = !isDone;
             const auto fraction = std::exchange(done, std::nullopt);
             const std::deque<std::string> texts = std::exchange(warnings, {});
-            if (isCancelled) continue;
-            lock.unlock();
-            const bool goesOn = !Calls::IsEnding() && Tell(fraction, texts);
-            lock.lock();
-            isCancelled = !goesOn;
+            if (!isCancelled) {
+                isTelling = true;
+                lock.unlock();
+                const bool goesOn = !Calls::IsEnding() && Tell(fraction, texts);
+                lock.lock();
+                isTelling = false;
+                isCancelled = !goesOn;
+            }
+            changed.notify_all();
         }
     }
 
@@ -138,6 +144,7 @@ private:
     std::optional<double> done; ///< not told yet
     std::deque<std::string> warnings;
     bool isDone = false;
+    bool isTelling = false;
     bool isCancelled = false;
 };
 

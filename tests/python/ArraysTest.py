@@ -112,7 +112,7 @@ def test_what_is_raised_on_the_way_arrives():
     before = signal.signal(signal.SIGPROF, halt)  # a signal while nobody is told
     signal.setitimer(signal.ITIMER_PROF, 0.002)
     with pytest.raises(ZeroDivisionError):
-        pansharp.fuse(big, bands, "KOVA", threads=1, out=out)
+        pansharp.fuse(big, bands, "KOVA", weights="equal", threads=1, out=out)
     signal.signal(signal.SIGPROF, before)
     assert out[:, -1].all()
 
@@ -124,13 +124,16 @@ def test_a_fit_of_nothing_serves():
     assert not pansharp.fuse(*black, fit=pansharp.fit(*black)).any()
 
 
-def test_the_process_ends_while_a_thread_fuses():
-    program = ("import numpy, pansharp, threading, time\n"
+def test_a_process_and_its_fork_end_while_a_thread_fuses():
+    program = ("import numpy, os, pansharp, signal, sys, threading, time\n"
                "pair = numpy.zeros((2048, 2048), numpy.uint8), numpy.zeros((4, 1024, 1024), numpy.uint8)\n"
                "def work():\n"
                "    while True: pansharp.fuse(*pair, 'KOVA', progress=lambda *_: None)\n"
                "threading.Thread(target=work, daemon=True).start()\n"
-               "time.sleep(0.2)\n")
+               "time.sleep(0.2)\n"
+               "child = os.fork()\n"
+               "if child: os._exit(1) if os.waitpid(child, 0)[1] else sys.exit(0)\n"
+               "signal.alarm(30)\n")
     for _ in range(3):
         assert subprocess.run([sys.executable, "-c", program], timeout=60).returncode == 0
 

@@ -95,13 +95,14 @@ def test_what_is_told_of_an_image_has_rasterios_types_where_it_is_there():
 def test_what_python_raises_stops_the_work_and_leaves_nothing():
     def halt(*_):
         raise ZeroDivisionError
-    with pytest.raises(ZeroDivisionError):
-        pansharp.sharpen(*PAIR, "stopped.tif", progress=halt)
+    for first in 0, 1:
+        with pytest.raises(ZeroDivisionError):
+            pansharp.sharpen(*PAIR, "stopped.tif", progress=lambda done, _: halt() if done >= first else None)
     with pytest.warns(pansharp.PansharpWarning, match="weights: the method KOVA is taken.*with method$"):
         pansharp.sharpen(*PAIR, "warned.tif", weights="equal")
     before = signal.signal(signal.SIGUSR1, halt)
-    threading.Timer(0.02, os.kill, (os.getpid(), signal.SIGUSR1)).start()
     with pytest.raises(ZeroDivisionError):
+        threading.Timer(0.02, os.kill, (os.getpid(), signal.SIGUSR1)).start()
         for _ in range(1000):
             pansharp.sharpen(*PAIR, "again.tif", overwrite=True)
     signal.signal(signal.SIGUSR1, before)

@@ -170,7 +170,7 @@ def fuse(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, method: str | 
     """Fuses a sharp image of one band with a coarse one of several: (band, row, column) on the pixels of pan.
 
     Without further arguments, and with a method alone, the samples are those of ``pansharp sharpen`` for files without pixels that
-    have no data.
+    have no data, and without saturated samples below the largest value of their type (files of 11 bits, by their NBITS).
 
     pan: (row, column), or (1, row, column).
     ms: (band, row, column), of the same ground unless it is placed.

@@ -192,6 +192,7 @@ class Dataset:
         masked: gives a masked array, whose pixels without data are masked.
         out: array to write into, of any strides, which is returned.
 
+        Ctrl-C waits until the read ends.
         Raises ValueError for what is not in the image; pansharp.Error when it is closed, or cannot be read.
         """
         if self._scene is None:
