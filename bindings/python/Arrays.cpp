@@ -167,6 +167,7 @@ public:
         const pansharp* library = Library();
         std::vector<double> found(job.multispectral.bands);
         pansharp_weight_fit fit{};
+        fit.struct_size = sizeof fit;
         char error[2048];
         pansharp_result result = PANSHARP_FAILED;
         {

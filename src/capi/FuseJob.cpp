@@ -23,22 +23,14 @@ bool Refuse(Status& status, const std::string& message) {
     return false;
 }
 
-/// Takes a structure of another age: what the caller does not know is 0, and what is not known here must be.
-bool TakeStructure(const pansharp_job& given, pansharp_job& job, Status& status) {
+bool TakeJob(const pansharp_job& given, pansharp_job& job, Status& status) {
     constexpr std::size_t least = offsetof(pansharp_job, progress_data) + sizeof(void*);
     if (given.struct_size < least)
         return Refuse(status,
                       FormatString("job.struct_size is %zu, which is not the size of a pansharp_job; call "
                                    "pansharp_job_init(&job, sizeof job) before filling the job",
                                    given.struct_size));
-    const auto* bytes = reinterpret_cast<const unsigned char*>(&given);
-    if (given.struct_size > sizeof job && std::any_of(bytes + sizeof job, bytes + given.struct_size,
-                                                      [](unsigned char byte) { return byte != 0; }))
-        return Refuse(status, "the job uses members that this libpansharp does not have; install a newer one "
-                              "or leave them out");
-    job = {};
-    std::memcpy(static_cast<void*>(&job), bytes, std::min(given.struct_size, sizeof job));
-    return true;
+    return TakeStructure("the job", &given, given.struct_size, &job, sizeof job, status);
 }
 
 bool CheckLayout(const char* name, const void* samples, Layout& layout, Status& status) {
@@ -97,7 +89,9 @@ bool TakeRows(pansharp_job& job, Status& status) {
         if (image->samples || image->row_stride || image->pixel_stride || image->band_stride)
             return Refuse(status,
                           "the samples and strides of the images must be 0: their rows are asked for");
-        if (image->columns != 0) image->samples = &anywhere; // never read
+        // Never read. An infrared image may be left out.
+        if (image != &job.infrared || image->columns != 0 || image->rows != 0 || image->bands != 0)
+            image->samples = &anywhere;
     }
     if (job.output.samples) return Refuse(status, "output.samples must be null: fused rows are handed over");
     return true;
@@ -236,7 +230,8 @@ bool ReadDetail(const pansharp_job& given, FuseJob& job, Status& status) {
 }
 
 /// What the process objects are made with.
-bool ReadMethod(const pansharp_job& given, const PansharpDescription& plugin, FuseJob& job, Status& status) {
+bool ReadMethod(const pansharp_job& given, const PansharpDescription& plugin, JobUse use, FuseJob& job,
+                Status& status) {
     const PansharpMethod* method = job.method = ChooseMethod(given, plugin, job, status);
     if (!method) return false;
     const hostkit::WeightedBands bands{job.multispectral.info.bandsPerPixel, job.infrared.has_value(),
@@ -247,7 +242,7 @@ bool ReadMethod(const pansharp_job& given, const PansharpDescription& plugin, Fu
     if (given.weights ? given.weight_count == 0 : given.weight_count != 0)
         return Refuse(status, "job.weights and job.weight_count: give both, or neither for equal weights");
     hostkit::EffectiveWeights& weights = job.weights;
-    weights.bands.assign(given.weights, given.weights + given.weight_count);
+    if (use != JobUse::FitWeights) weights.bands.assign(given.weights, given.weights + given.weight_count);
     if (given.infrared_weight) weights.infrared = job.infraredWeight = *given.infrared_weight;
     job.properties[PropertyNames::method] = method->keyword;
     job.properties[PropertyNames::multispectralImage] = hostkit::multispectralId;
@@ -261,10 +256,23 @@ bool ReadMethod(const pansharp_job& given, const PansharpDescription& plugin, Fu
 
 } // namespace
 
+bool TakeStructure(const char* name, const void* given, std::size_t givenSize, void* known,
+                   std::size_t knownSize, Status& status) {
+    const auto* bytes = static_cast<const unsigned char*>(given);
+    if (givenSize > knownSize &&
+        std::any_of(bytes + knownSize, bytes + givenSize, [](unsigned char byte) { return byte != 0; }))
+        return Refuse(status, std::string(name) +
+                                  " uses members that this libpansharp does not have; install a "
+                                  "newer one or leave them out");
+    std::memset(known, 0, knownSize);
+    std::memcpy(known, bytes, std::min(givenSize, knownSize));
+    return true;
+}
+
 bool ReadJob(const pansharp_job& given, const PansharpDescription& plugin, JobUse use, FuseJob& job,
              Status& status) {
     pansharp_job known;
-    if (!TakeStructure(given, known, status)) return false;
+    if (!TakeJob(given, known, status)) return false;
     if (use == JobUse::Rows && !TakeRows(known, status)) return false;
     const std::uint32_t bits = known.bits_per_sample;
     if (bits != 8 && bits != 16)
@@ -292,7 +300,7 @@ bool ReadJob(const pansharp_job& given, const PansharpDescription& plugin, JobUs
                       "a row of pan with all bands has more than 4294967295 samples; fuse it in parts");
     if (!ReadOutputBands(known, job, status) ||
         (use == JobUse::Fuse && !ReadOutput(known.output, job, status)) ||
-        !ReadMethod(known, plugin, job, status))
+        !ReadMethod(known, plugin, use, job, status))
         return false;
     job.threads = known.threads;
     job.progress = known.progress;

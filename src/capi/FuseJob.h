@@ -10,6 +10,7 @@
 #include "hostkit/PanLowPass.h"
 #include "hostkit/RowSampler.h"
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -53,9 +54,14 @@ struct FuseJob {
     void* progressData = nullptr;
 };
 
-/// What a job is read for. To fit alone needs no output; rows come from and go to callbacks, and their images
-/// have no samples.
-enum class JobUse { Fuse, Fit, Rows };
+/// What a job is read for. To fit alone needs no output, and to fit weights ignores those of the bands; rows
+/// come from and go to callbacks, and their images have no samples.
+enum class JobUse { Fuse, Fit, FitWeights, Rows };
+
+/// Copies a structure of another age: what the caller does not know is 0 in `known`, and what is not known
+/// here must be 0 in `given`. False with an item that says so of `name`.
+[[nodiscard]] bool TakeStructure(const char* name, const void* given, std::size_t givenSize, void* known,
+                                 std::size_t knownSize, KOVA::Tessara::Fundament::Status& status);
 
 /// False, with an item that names the member of the C structure, when the job cannot be done as it is.
 [[nodiscard]] bool ReadJob(const pansharp_job& given, const PansharpDescription& plugin, JobUse use,

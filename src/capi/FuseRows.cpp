@@ -25,12 +25,15 @@ bool Say(Status& status, std::uint32_t id, const std::string& message) {
     return false;
 }
 
-/// The window, within pan; all of it where none is given.
-bool FindWindow(const FuseJob& job, const pansharp_rows* rows, PixelRect& window, Status& status) {
-    if (!rows || rows->struct_size != sizeof *rows || !rows->read || !rows->write)
+bool TakeCallbacks(const pansharp_rows* given, pansharp_rows& rows, Status& status) {
+    if (!given || given->struct_size < sizeof rows || !given->read || !given->write)
         return Say(status, CStatus::BadArgument,
                    "rows: give its struct_size as sizeof(pansharp_rows), read and write");
-    const pansharp_window& given = rows->window;
+    return TakeStructure("rows", given, given->struct_size, &rows, sizeof rows, status);
+}
+
+/// The window, within pan; all of it where none is given.
+bool FindWindow(const FuseJob& job, const pansharp_window& given, PixelRect& window, Status& status) {
     window = hostkit::WholeImage(job.pan.info);
     if (given.columns == 0 && given.rows == 0 && given.column == 0 && given.row == 0) return true;
     if (given.columns == 0 || given.rows == 0 || given.column >= window.col1 || given.row >= window.row1 ||
@@ -47,7 +50,7 @@ bool FindWindow(const FuseJob& job, const pansharp_rows* rows, PixelRect& window
 /// What a method that compares pan with its low-pass would find in the whole scene.
 bool SettleGiven(FuseJob& job, Status& status) {
     if (!hostkit::UsesLowPass(*job.method)) return true;
-    if (job.known.gains.empty() || !job.known.transfer || !job.lowPassMean)
+    if (job.known.gains.empty() || !job.known.transfer)
         return Say(
             status, CStatus::BadArgument,
             FormatString("the method %s needs job.transfer, gains and low_pass_mean, which a window does not "
@@ -56,7 +59,7 @@ bool SettleGiven(FuseJob& job, Status& status) {
     fitting::DetailFit found;
     found.gains = job.known.gains;
     found.transfer = *job.known.transfer;
-    found.lowPassMean = *job.lowPassMean;
+    found.lowPassMean = job.lowPassMean.value_or(0.0); // which pansharp_fit may find
     return SettleDetail(found, job, status);
 }
 
@@ -136,11 +139,14 @@ private:
 
 } // namespace
 
-pansharp_result FuseRows(const hostkit::PluginLibrary& plugin, FuseJob& job, const pansharp_rows* rows,
+pansharp_result FuseRows(const hostkit::PluginLibrary& plugin, FuseJob& job, const pansharp_rows* given,
                          Status& status) {
+    pansharp_rows rows;
     PixelRect window;
-    if (!FindWindow(job, rows, window, status) || !SettleGiven(job, status)) return PANSHARP_BAD_ARGUMENT;
-    Asker asker(plugin, job, *rows, status);
+    if (!TakeCallbacks(given, rows, status) || !FindWindow(job, rows.window, window, status) ||
+        !SettleGiven(job, status))
+        return PANSHARP_BAD_ARGUMENT;
+    Asker asker(plugin, job, rows, status);
     if (!asker.Start(status)) return PANSHARP_FAILED;
     // Parts that keep the pixels at hand within some megabytes.
     const std::uint32_t step = std::max(16u, (1u << 20) / window.GetColumns());

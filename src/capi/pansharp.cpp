@@ -69,7 +69,7 @@ Result Guarded(ErrorText& error, Result whenThrown, const Call& call) noexcept {
     } catch (const std::exception& exception) {
         error.Set(exception.what());
     } catch (...) {
-        error.Set("an exception of unknown kind was thrown, perhaps by the progress callback");
+        error.Set("an exception of unknown kind was thrown, perhaps by a callback");
     }
     return whenThrown;
 }
@@ -178,7 +178,11 @@ pansharp_result pansharp_fit(const pansharp* library, const pansharp_job* job, p
 pansharp_result pansharp_fit_weights(const pansharp* library, const pansharp_job* job, double* weights,
                                      pansharp_weight_fit* fit, char* error, size_t error_size) {
     ErrorText text(error, error_size);
-    return RunJob(library, job, text, capi::JobUse::Fit, [&](capi::FuseJob& checked, Status& status) {
+    if (fit && fit->struct_size < sizeof *fit) {
+        text.Set("fit.struct_size is not the size of a pansharp_weight_fit; set it before the call");
+        return PANSHARP_BAD_ARGUMENT;
+    }
+    return RunJob(library, job, text, capi::JobUse::FitWeights, [&](capi::FuseJob& checked, Status& status) {
         if (!hostkit::WeighsBands(*checked.method)) {
             status.Add(capi::CStatus::BadArgument,
                        std::string("the method ") + checked.method->keyword +
@@ -196,7 +200,7 @@ pansharp_result pansharp_fit_weights(const pansharp* library, const pansharp_job
         }
         if (weights) std::copy(shares.bands.begin(), shares.bands.end(), weights);
         if (fit) {
-            *fit = {shares.infrared.value_or(0.0), found.rSquared, found.samples, {}};
+            *fit = {fit->struct_size, shares.infrared.value_or(0.0), found.rSquared, found.samples, {}};
             ErrorText(fit->obstacle, sizeof fit->obstacle).Set(found.obstacle.c_str());
         }
         return PANSHARP_OK;

@@ -142,6 +142,7 @@ typedef struct pansharp_detail {
 
 /** What pansharp_fit_weights found beside the weights. */
 typedef struct pansharp_weight_fit {
+    size_t struct_size;     /**< to be set to sizeof(pansharp_weight_fit) before the call */
     double infrared_weight; /**< 0 without an infrared image */
     /** 1 - what the weighted bands leave over of pan / its variation; below 0.8 they make up pan badly. */
     double r_squared;
@@ -249,7 +250,8 @@ typedef struct pansharp_rows {
 /** Fuses a window of images that are not in memory: their pixels are asked for as they are needed. The job is
  * as for pansharp_fuse, but its images have no samples and no strides, and it has no output and uses one
  * thread. A method that compares pan with its low-pass needs transfer, gains and low_pass_mean, which no
- * window tells. Any window has the pixels that the whole has there. */
+ * window tells; the last is 0 where pansharp_fit found it so. Any window has the pixels that the whole has
+ * there. */
 PANSHARP_API pansharp_result pansharp_fuse_rows(const pansharp* library, const pansharp_job* job,
                                                 const pansharp_rows* rows, char* error, size_t error_size);
 

@@ -92,6 +92,22 @@ TEST_F(FuseJob, RefusesNull) {
     pansharp_close(nullptr);
 }
 
+TEST_F(FuseJob, WeightsAreEqualWhereNoneCanBeFitted) {
+    StridedImage black(Shape::Packed, 16, 8, 6, 1);
+    scene.job.pan = black.Image();
+    const double given[] = {0.5, 0.5, 0};
+    scene.job.weights = given;
+    scene.job.weight_count = 3;
+    double found[3];
+    pansharp_weight_fit fit{};
+    EXPECT_EQ(pansharp_fit_weights(library.get(), &scene.job, found, &fit, nullptr, 0),
+              PANSHARP_BAD_ARGUMENT);
+    fit.struct_size = sizeof fit;
+    ASSERT_EQ(pansharp_fit_weights(library.get(), &scene.job, found, &fit, nullptr, 0), PANSHARP_OK);
+    EXPECT_STRNE(fit.obstacle, "");
+    EXPECT_THAT(found, testing::Each(1.0 / 3));
+}
+
 // Callers that were built against a header with fewer members, or with more.
 TEST_F(FuseJob, TakesAStructureOfAnotherAge) {
     scene.job.struct_size = offsetof(pansharp_job, resampling);

@@ -50,7 +50,9 @@ struct Rows {
 
     const Scene& scene;
     pansharp_job job;
-    pansharp_rows rows{};
+    struct LaterRows : pansharp_rows {
+        void* more;
+    } rows{};
     std::vector<unsigned> given;
     uint32_t last = 0;
     int refuses = -1;
@@ -111,6 +113,9 @@ TEST(FuseRows, SaysWhatIsWrong) {
              r.rows.window = {1, 1, 0xFFFFFFFFu, 1};
          },
          PANSHARP_BAD_ARGUMENT, "rows.window"},
+        {[](Rows& r) { r.rows.more = &r; }, PANSHARP_BAD_ARGUMENT, "rows uses members"},
+        {[](Rows& r) { r.job.pan.columns = 0; }, PANSHARP_BAD_ARGUMENT, "pan has 0 columns"},
+        {[](Rows& r) { r.job.infrared.bands = 1; }, PANSHARP_BAD_ARGUMENT, "infrared has 0 columns"},
         {[](Rows& r) { r.job.pan.samples = &r; }, PANSHARP_BAD_ARGUMENT, "asked for"},
         {[](Rows& r) { r.job.output.samples = &r; }, PANSHARP_BAD_ARGUMENT, "handed over"},
         {[](Rows& r) { r.job.method = "Injection"; }, PANSHARP_BAD_ARGUMENT, "pansharp_fit found"},
