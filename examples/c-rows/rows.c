@@ -67,7 +67,10 @@ int main(int argc, char** argv) {
         pansharp_rows rows = {sizeof rows, read_part, write_row, &files, {0, 0, 0, 0}}; /* the whole */
         result = pansharp_fuse_rows(library, &job, &rows, error, sizeof error);
     }
-    if (files.output && fclose(files.output) != 0 && result == PANSHARP_OK) result = PANSHARP_FAILED;
+    if (files.output && fclose(files.output) != 0 && result == PANSHARP_OK) {
+        result = PANSHARP_FAILED;
+        snprintf(error, sizeof error, "the output cannot be written");
+    }
     if (files.images[0]) fclose(files.images[0]);
     if (files.images[1]) fclose(files.images[1]);
     if (result == PANSHARP_OK)

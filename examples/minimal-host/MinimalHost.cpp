@@ -91,6 +91,15 @@ int Fail(const char* what, const Status& status) {
 } // namespace
 
 int main(int argc, char** argv) {
+    bool isUnderstood = argc <= 2 || argc == 10;
+    for (const int size : {3, 4, 6, 7, 8}) // the numbers
+        if (argc == 10 && std::strtoul(argv[size], nullptr, 10) == 0) isUnderstood = false;
+    if (!isUnderstood) {
+        std::fprintf(stderr, "minimal_host [PLUGIN]\n"
+                             "minimal_host PLUGIN PAN COLUMNS ROWS MULTISPECTRAL COLUMNS ROWS BANDS OUTPUT\n"
+                             "Sizes are 1 or more.\n");
+        return 2;
+    }
     const Pair pair = argc > 9 ? ReadPair(argv + 2) : MakePair();
     const RasterInfo &panInfo = pair.panInfo, &msInfo = pair.msInfo;
     std::ofstream output;
