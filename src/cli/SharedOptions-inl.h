@@ -4,6 +4,7 @@
 #include "cli/OptionReaders.h"
 #include "cli/OptionTable.h"
 
+// NOLINTBEGIN(misc-definitions-in-headers): one file includes it.
 namespace cli {
 
 namespace {
@@ -161,3 +162,4 @@ constexpr OptionEntry threadsOption = {
 } // namespace
 
 } // namespace cli
+// NOLINTEND(misc-definitions-in-headers)
