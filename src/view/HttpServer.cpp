@@ -84,8 +84,7 @@ public:
             reinterpret_cast<sockaddr*>(&address.storage), MHD_OPTION_CONNECTION_LIMIT,
             options.mostConnections, MHD_OPTION_CONNECTION_TIMEOUT, options.mostSeconds,
             MHD_OPTION_CONNECTION_MEMORY_LIMIT, headerBytes, MHD_OPTION_URI_LOG_CALLBACK, &MicroServer::Begin,
-            this, MHD_OPTION_NOTIFY_COMPLETED, &MicroServer::End, this, MHD_OPTION_LISTENING_ADDRESS_REUSE,
-            1u, MHD_OPTION_END);
+            this, MHD_OPTION_NOTIFY_COMPLETED, &MicroServer::End, this, MHD_OPTION_END);
         if (!daemon) {
             reason = options.address + " port " + std::to_string(options.port) + " cannot be listened to" +
                      (errno != 0 ? std::string(": ") + std::strerror(errno) : std::string()) +
