@@ -28,6 +28,18 @@ SceneFits::SceneFits(rasterhost::SharpenRequest baseRequest, rasterhost::SceneFi
     if (known.detail && base.transfer) details.emplace(base.transfer, *known.detail);
 }
 
+rasterhost::PreparedPair SceneFits::OpenAgain(const rasterhost::SharpenRequest& request) const {
+    rasterhost::SceneFindings found;
+    found.collars = known.collars;
+    if (base.infrared && !request.infrared) found.collars.pop_back();
+    rasterhost::PreparedPair pair;
+    Status status;
+    const auto ignore = [](const std::string&) {};
+    if (rasterhost::Prepare(request, request, ignore, pair, status, &found) != rasterhost::Preparation::Done)
+        ThrowFailure(status, 500);
+    return pair;
+}
+
 Settled SceneFits::Settle(const Look& look) {
     Settled settled{base, {}};
     rasterhost::SharpenRequest& request = settled.request;
@@ -64,20 +76,24 @@ void SceneFits::SettleWeights(const Look& look, const PansharpMethod& method, Se
     if (look.infraredWeight) request.infraredWeight = look.infraredWeight;
     if (look.infraredWeight && !request.infrared)
         throw BadRequest("the scene has no infrared band to weigh; leave infrared_weight out");
-    if (!hostkit::WeighsBands(method) || !request.weights.empty()) return;
-    if (rasterhost::WantsFit(request, GetPlugin())) {
+    const bool lacksInfrared = request.infrared && !request.infraredWeight;
+    if (!hostkit::WeighsBands(method) || (!request.weights.empty() && !lacksInfrared)) return;
+    rasterhost::SharpenRequest open = request;
+    open.weights.clear();
+    if (rasterhost::WantsFit(open, GetPlugin())) {
         const rasterhost::WeightFit fit = FindWeights(request.infraredWeight);
         if (fit.obstacle.empty()) {
-            request.weights = fit.weights;
             request.infraredWeight = fit.infraredWeight;
+            if (!request.weights.empty()) return;
+            request.weights = fit.weights;
             settled.found.fit = fit;
             return;
         }
     }
     if (!request.properties.empty()) return; // they may weigh the bands
     const double equal = 1.0 / static_cast<double>(fitted.scene->CountBands());
-    request.weights.assign(GetBands(), equal);
-    if (request.infrared && !request.infraredWeight) request.infraredWeight = equal;
+    if (request.weights.empty()) request.weights.assign(GetBands(), equal);
+    if (lacksInfrared) request.infraredWeight = equal;
 }
 
 void SceneFits::SettleDetail(const Look& look, Settled& settled) {
@@ -118,7 +134,15 @@ rasterhost::DetailFit SceneFits::FindDetail(std::optional<double> transfer) {
     open.transfer = transfer;
     rasterhost::DetailFit fit;
     Status status;
-    if (!rasterhost::FitDetail(*fitted.scene, open, base.bitDepth, fit, status)) ThrowFailure(status, 500);
+    rasterhost::PreparedPair colours; // no such method reads the infrared band
+    if (base.infrared) {
+        rasterhost::SharpenRequest request = base;
+        request.infrared.reset();
+        request.bands.clear();
+        colours = OpenAgain(request);
+    }
+    const rasterhost::Scene& from = colours.scene ? *colours.scene : *fitted.scene;
+    if (!rasterhost::FitDetail(from, open, base.bitDepth, fit, status)) ThrowFailure(status, 500);
     details[fit.transfer] = fit;
     return details[transfer] = fit;
 }

@@ -26,6 +26,9 @@ public:
     /// Throws BadRequest for a look that the scene or the plug-in has no place for.
     [[nodiscard]] Settled Settle(const Look& look);
 
+    /// The images of the scene as the request wants them, in files of their own; reads no pixels.
+    [[nodiscard]] rasterhost::PreparedPair OpenAgain(const rasterhost::SharpenRequest& request) const;
+
     [[nodiscard]] const PansharpDescription& GetPlugin() const { return fitted.plugin->GetDescription(); }
     [[nodiscard]] std::size_t GetBands() const { return fitted.scene->bandOrder.size(); }
     [[nodiscard]] const rasterhost::SharpenRequest& GetBase() const { return base; }

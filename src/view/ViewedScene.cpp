@@ -82,6 +82,7 @@ std::unique_ptr<ViewedScene> ViewedScene::Open(const SharpenRequest& request,
             base.alpha = false;
             base.bands.clear();
             rasterhost::SceneFindings known;
+            const std::size_t mostReaders = std::min(threads, mostSets);
             rasterhost::PreparedPair first, second;
             const Preparation prepared =
                 record ? rasterhost::PrepareRecorded(*record, request, warn, first, status)
@@ -103,9 +104,8 @@ std::unique_ptr<ViewedScene> ViewedScene::Open(const SharpenRequest& request,
             const PansharpMethod* method = hostkit::FindMethod(plugin, base.method, status);
             if (!method) return false;
             base.method = method->keyword;
-            auto opened = std::make_shared<const rasterhost::OpenPair>(std::move(second), threads);
-            scene.reset(
-                new ViewedScene(base, std::move(known), std::move(fitted), std::move(opened), threads));
+            auto opened = std::make_shared<const rasterhost::OpenPair>(std::move(second), mostReaders);
+            scene.reset(new ViewedScene(base, std::move(known), std::move(fitted), std::move(opened)));
             return true;
         },
         seconds, status);
@@ -113,9 +113,9 @@ std::unique_ptr<ViewedScene> ViewedScene::Open(const SharpenRequest& request,
 }
 
 ViewedScene::ViewedScene(SharpenRequest base, rasterhost::SceneFindings known,
-                         rasterhost::PreparedPair fitted, Pair opened, std::size_t threads)
-    : fits(std::move(base), known, std::move(fitted)), collars(known.collars), pair(std::move(opened)),
-      readers(threads), sorted(fits.GetBands() + 1) {}
+                         rasterhost::PreparedPair fitted, Pair opened)
+    : fits(std::move(base), std::move(known), std::move(fitted)), all(std::move(opened)),
+      sorted(fits.GetBands() + 1) {}
 
 unsigned ViewedScene::GetCoarsest() const {
     unsigned level = 0;
@@ -125,34 +125,28 @@ unsigned ViewedScene::GetCoarsest() const {
 }
 
 /// Called under the lock.
-ViewedScene::Pair ViewedScene::GetPair(const SharpenRequest& request) {
+ViewedScene::Opened& ViewedScene::GetOpened(const SharpenRequest& request) {
     const SharpenRequest& base = GetBase();
     if (NamesAll(request.bands, GetBands()) && request.resampling == base.resampling &&
         request.infrared.has_value() == base.infrared.has_value())
-        return pair;
-    return pairs.Get(KeyOfPair(request), [&] {
-        rasterhost::SceneFindings known;
-        known.collars = collars;
-        if (base.infrared && !request.infrared) known.collars.pop_back();
-        rasterhost::PreparedPair prepared;
-        Status status;
-        if (rasterhost::Prepare(request, request, Ignore, prepared, status, &known) != Preparation::Done)
-            ThrowFailure(status, 500);
-        return std::make_shared<const rasterhost::OpenPair>(std::move(prepared), readers);
+        return all;
+    return *others.Get(KeyOfPair(request), [&] {
+        return std::make_shared<Opened>(std::make_shared<const rasterhost::OpenPair>(
+            fits.OpenAgain(request), all.pair->GetMostReaders()));
     });
 }
 
 ViewedScene::Dataset ViewedScene::Make(const Settled& settled, bool isPlain) {
     const std::scoped_lock lock(mutex);
-    return datasets.Get(KeyOf(settled.request) + (isPlain ? " plain" : ""), [&] {
-        const Pair from = GetPair(settled.request);
+    Opened& from = GetOpened(settled.request);
+    return from.datasets.Get(KeyOf(settled.request) + (isPlain ? " plain" : ""), [&] {
         rasterhost::Fusion fusion;
         Status status;
-        if (!rasterhost::MakeFusion(settled.request, from->GetScene(), GetPlugin(), settled.found, fusion,
-                                    status))
+        if (!rasterhost::MakeFusion(settled.request, from.pair->GetScene(), GetPlugin(), settled.found,
+                                    fusion, status))
             ThrowFailure(status, 400);
         fusion.isPlain = isPlain;
-        return std::make_shared<const rasterhost::SharpenedDataset>(from, fusion);
+        return std::make_shared<const rasterhost::SharpenedDataset>(from.pair, fusion);
     });
 }
 
@@ -163,6 +157,7 @@ ViewedScene::Dataset ViewedScene::GetDataset(const Look& look) {
     plain.sampling = look.sampling;
     plain.bands = look.bands;
     plain.weights.assign(GetBands(), 1.0);
+    if (GetBase().infrared) plain.infraredWeight = 0.0;
     return Make(Settle(plain), true);
 }
 
@@ -203,15 +198,40 @@ Pixels ViewedScene::ReadPan(unsigned level, const PixelRect& rect) {
         onImage = {rect.col0 + scene.part.col0, rect.row0 + scene.part.row0, rect.col1 + scene.part.col0,
                    rect.row1 + scene.part.row0};
     Status status;
-    const auto lent = pair->Lend(status);
+    const auto lent = all.pair->Lend(status);
     if (!lent) ThrowFailure(status, 500);
-    rasterhost::LevelImage image(description, scene.part, level, &pair->GetStore(0));
+    rasterhost::LevelImage image(description, scene.part, level, &all.pair->GetStore(0));
     image.ReadFrom(*lent->images[0]);
     if (!image.Read(onImage, pixels.samples.data(), status) ||
         (!pixels.valid.empty() &&
          !image.ReadValid(onImage, pixels.samples.data(), pixels.valid.data(), status)))
         ThrowFailure(status, 500);
     return pixels;
+}
+
+/// All samples of the look's bands, to be sorted from `first` on. That may read the whole of the files, and
+/// ends early with the run.
+void ViewedScene::Gather(const Look& look, std::size_t first) {
+    constexpr std::uint32_t strip = 16;
+    const unsigned level = GetCoarsest();
+    const std::uint32_t columns = hostkit::CoarseCount(GetColumns(), level),
+                        rows = hostkit::CoarseCount(GetRows(), level);
+    std::vector<std::vector<unsigned short>> found(first == 0 ? 1 : GetBands());
+    for (std::uint32_t row = 0; row < rows; row += strip) {
+        if (GetBase().progress && !GetBase().progress(0.0))
+            throw BadRequest("the server is stopping; start pansharp again", 503);
+        const Pixels pixels = Read(look, level, {0, row, columns, std::min(row + strip, rows)});
+        const std::size_t count = std::size_t{pixels.columns} * pixels.rows;
+        for (std::uint32_t band = 0; band < pixels.bands; ++band)
+            for (std::size_t pixel = 0; pixel < count; ++pixel)
+                if (pixels.valid.empty() || pixels.valid[pixel] != 0)
+                    found[band].push_back(static_cast<unsigned short>(pixels.GetSample(pixel, band)));
+    }
+    for (std::size_t band = 0; band < found.size(); ++band) {
+        if (found[band].empty()) found[band].push_back(0);
+        std::sort(found[band].begin(), found[band].end());
+        sorted[first + band] = std::move(found[band]);
+    }
 }
 
 std::pair<double, double> ViewedScene::FindStretch(int band, double percent) {
@@ -221,20 +241,7 @@ std::pair<double, double> ViewedScene::FindStretch(int band, double percent) {
         look.layer = band == 0 ? Layer::Pan : Layer::Upsampled;
         look.bands.resize(GetBands());
         std::iota(look.bands.begin(), look.bands.end(), 1);
-        const unsigned level = GetCoarsest();
-        const Pixels pixels =
-            Read(look, level,
-                 {0, 0, hostkit::CoarseCount(GetColumns(), level), hostkit::CoarseCount(GetRows(), level)});
-        const std::size_t count = std::size_t{pixels.columns} * pixels.rows;
-        for (std::uint32_t read = 0; read < pixels.bands; ++read) {
-            auto& samples = sorted[band == 0 ? 0 : read + 1];
-            samples.clear();
-            for (std::size_t pixel = 0; pixel < count; ++pixel)
-                if (pixels.valid.empty() || pixels.valid[pixel] != 0)
-                    samples.push_back(static_cast<unsigned short>(pixels.GetSample(pixel, read)));
-            if (samples.empty()) samples.push_back(0);
-            std::sort(samples.begin(), samples.end());
-        }
+        Gather(look, band == 0 ? 0 : 1);
     }
     const auto& samples = sorted[static_cast<std::size_t>(band)];
     const auto at = [&](double share) {

@@ -66,7 +66,7 @@ public:
     /// What fuses it. Its scene and fusion describe an output.
     [[nodiscard]] std::shared_ptr<const rasterhost::SharpenedDataset> GetDataset(const Look& look);
 
-    [[nodiscard]] const rasterhost::Scene& GetScene() const { return pair->GetScene(); }
+    [[nodiscard]] const rasterhost::Scene& GetScene() const { return all.pair->GetScene(); }
     [[nodiscard]] const PansharpDescription& GetPlugin() const { return fits.GetPlugin(); }
     [[nodiscard]] const rasterhost::SharpenRequest& GetBase() const { return fits.GetBase(); }
     [[nodiscard]] std::size_t GetBands() const { return fits.GetBands(); }
@@ -80,20 +80,27 @@ public:
 private:
     using Pair = std::shared_ptr<const rasterhost::OpenPair>;
     using Dataset = std::shared_ptr<const rasterhost::SharpenedDataset>;
+    /// A pair and what fuses it: files are open for as long as it is kept.
+    struct Opened {
+        explicit Opened(Pair openPair) : pair(std::move(openPair)) {}
+
+        const Pair pair;
+        Recent<std::string, Dataset> datasets{6};
+    };
+    /// Sets of files open at a time, of each pair; a product may have a file for each band.
+    static constexpr std::size_t mostSets = 8;
 
     ViewedScene(rasterhost::SharpenRequest base, rasterhost::SceneFindings known,
-                rasterhost::PreparedPair fitted, Pair opened, std::size_t threads);
-    Pair GetPair(const rasterhost::SharpenRequest& request);
+                rasterhost::PreparedPair fitted, Pair opened);
+    Opened& GetOpened(const rasterhost::SharpenRequest& request);
     Dataset Make(const Settled& settled, bool isPlain);
     Pixels ReadPan(unsigned level, const hostkit::PixelRect& rect);
+    void Gather(const Look& look, std::size_t first);
 
     SceneFits fits;
-    const std::vector<std::shared_ptr<const rasterhost::ZeroCollar>> collars;
-    const Pair pair; ///< with all bands, sampled as the request says
-    const std::size_t readers;
-    std::mutex mutex;
-    Recent<std::string, Pair> pairs{3};
-    Recent<std::string, Dataset> datasets{12};
+    std::mutex mutex; ///< of the datasets and the others
+    Opened all;       ///< with all bands, sampled as the request says
+    Recent<std::string, std::shared_ptr<Opened>> others{3};
     std::mutex stretchMutex;
     std::vector<std::vector<unsigned short>> sorted; ///< samples of pan and the bands, in ascending order
 };

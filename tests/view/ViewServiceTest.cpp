@@ -59,6 +59,10 @@ class ViewServiceTest : public testing::Test {
 protected:
     void SetUp() override {
         request = WritePair(folder);
+        Serve();
+    }
+    void Serve() {
+        server.reset();
         rasterhost::Status status;
         scene = ViewedScene::Open(
             request, nullptr, 2, [](const std::string&) {}, status);
@@ -173,6 +177,17 @@ TEST_F(ViewServiceTest, FullSizeHasTheBytesOfTheCommand) {
     request.bands = {4, 2};
     request.resampling = hostkit::Resampling::Bilinear;
     check("method=brovey&weights=0.1,0.2,0.3,0.4&bands=4,2&sampling=bilinear");
+}
+
+/// An infrared band is weighed or left out, whatever the look.
+TEST_F(ViewServiceTest, AnInfraredBandDisturbsNoLook) {
+    const std::string file = request.multispectral[0].file;
+    request.multispectral = {{file, 1}, {file, 2}, {file, 3}};
+    request.infrared = {file, 4};
+    request.method = "kova";
+    Serve();
+    for (const char* look : {"", "?layer=upsampled", "?method=kova&weights=0.3,0.3,0.4", "?method=injection"})
+        (void)Body("/tiles/0/0/0.png" + std::string(look));
 }
 
 /// Clients that come and go, and say nothing or half of it, leave it answering; and it ends with some there.
