@@ -94,6 +94,7 @@ class Page {
 
   /** The address, the command and the download follow the window. */
   async tell() {
+    const number = this.tells = (this.tells ?? 0) + 1;
     history.replaceState(null, '', writeLink({ ...this.view, at: this.maps.getAt() }));
     const query = lookQuery(this.view);
     query.set('window', this.maps.getWindow().join(','));
@@ -102,9 +103,12 @@ class Page {
     $('download').href = `window.tif?${download}`;
     try {
       const told = await getJson(`command.json?${query}`);
+      if (number !== this.tells) return; // another window was asked for meanwhile
       $('command').textContent = told.command;
+      $('command').dataset.window = query.get('window');
       $('take-note').textContent = told.is_window ? '' : 'Pan has no position by which a part can be named: the command writes the whole scene.';
     } catch (error) {
+      if (number !== this.tells) return;
       $('command').textContent = '';
       trouble.show(error.message);
     }
