@@ -42,7 +42,7 @@ ExitCode Run(const CommandLine& line) {
     if (command.name == "info") return RunInfo(TakeArguments(line));
     if (command.name == "assess") return RunAssess(TakeArguments(line));
     if (command.name == "compare") return RunCompare(TakeArguments(line));
-    if (command.name == "view") return RunView(ReadArguments(line));
+    if (command.name == "view") return RunView(TakeArguments(line));
     if (command.name == "methods") return RunMethods(ReadArguments(line));
     std::cerr << HelpText(command);
     return WrongCommandLine;

@@ -36,7 +36,8 @@ std::shared_ptr<GDALDataset> Describe(const SharpenedDataset& scene, rasterhost:
     std::shared_ptr<GDALDataset> description(described, [](GDALDataset* dataset) { GDALClose(dataset); });
     rasterhost::OutputMetadata metadata;
     if (!scene.Describe(metadata, status)) return nullptr;
-    rasterhost::DescribeOutput(scene.GetPair().GetScene(), scene.GetFusion().rules, metadata, *description);
+    const rasterhost::Scene& images = scene.GetPair().GetScene();
+    rasterhost::DescribeOutput(images, images.part, scene.GetFusion().rules, metadata, *description);
     return description;
 }
 

@@ -42,7 +42,7 @@ Json MethodsJson(const PansharpDescription& plugin) {
 Json MapJson(const ViewedScene& scene) {
     const rasterhost::Scene& images = scene.GetScene();
     Json map = {{"can_name_parts", CanNameParts(scene)}};
-    if (const auto place = rasterhost::PlaceOfPart(images)) map["transform"] = *place;
+    if (const auto place = rasterhost::PlaceOfPart(images, images.part)) map["transform"] = *place;
     const OGRSpatialReference& projection = rasterhost::ProjectionOf(images);
     map["name"] = projection.IsEmpty() ? "" : projection.GetName() ? projection.GetName() : "";
     map["unit"] = "";

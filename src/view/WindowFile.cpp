@@ -17,15 +17,6 @@ namespace {
 
 constexpr std::uint64_t mostBytes = std::uint64_t{64} << 20;
 
-void Place(GDALDataset& file, const rasterhost::Scene& scene, const hostkit::PixelRect& window) {
-    auto place = rasterhost::PlaceOfPart(scene);
-    if (!place) return;
-    auto& [x, acrossX, downX, y, acrossY, downY] = *place;
-    x += window.col0 * acrossX + window.row0 * downX;
-    y += window.col0 * acrossY + window.row0 * downY;
-    file.SetGeoTransform(place->data());
-}
-
 } // namespace
 
 std::string MakeWindowFile(ViewedScene& scene, const Look& look, const hostkit::PixelRect& window) {
@@ -52,8 +43,11 @@ std::string MakeWindowFile(ViewedScene& scene, const Look& look, const hostkit::
     bool isWritten = file != nullptr;
     if (isWritten) {
         const rasterhost::Fusion& fusion = dataset->GetFusion();
-        rasterhost::DescribeOutput(dataset->GetPair().GetScene(), fusion.rules, {}, *file);
-        Place(*file, scene.GetScene(), window);
+        const rasterhost::Scene& images = dataset->GetPair().GetScene();
+        const std::uint32_t column = images.part.col0, row = images.part.row0;
+        rasterhost::DescribeOutput(
+            images, {column + window.col0, row + window.row0, column + window.col1, row + window.row1},
+            fusion.rules, {}, *file);
         const GSpacing sample = pixels.bits / 8, pixel = sample * bands;
         isWritten = file->RasterIO(GF_Write, 0, 0, columns, rows, pixels.samples.data(), columns, rows, type,
                                    bands, nullptr, pixel, pixel * columns, sample, nullptr) == CE_None;

@@ -196,7 +196,7 @@ SceneOutput DescribeResult(const Scene& scene, const OutputRules& rules) {
     output.rows = scene.part.GetRows();
     output.bits = scene.pan->GetInfo().bitsPerBand;
     output.bitDepth = scene.bitDepth;
-    output.geoTransform = PlaceOfPart(scene);
+    output.geoTransform = PlaceOfPart(scene, scene.part);
     output.projection = ToWkt(&ProjectionOf(scene));
     for (std::uint32_t band = 0; band < rules.bands; ++band)
         output.bandNames.push_back(scene.GetBand(band).description);

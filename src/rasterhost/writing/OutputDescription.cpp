@@ -26,12 +26,12 @@ std::vector<GDALColorInterp> ColoursOf(const Scene& scene, std::size_t bands) {
     return colours;
 }
 
-std::optional<std::array<double, 6>> PlaceOfPart(const Scene& scene) {
+std::optional<std::array<double, 6>> PlaceOfPart(const Scene& scene, const hostkit::PixelRect& part) {
     auto transform = scene.pan->GetDescription()->geoTransform;
     if (!transform) return std::nullopt;
     auto& t = *transform;
-    t[0] += scene.part.col0 * t[1] + scene.part.row0 * t[2];
-    t[3] += scene.part.col0 * t[4] + scene.part.row0 * t[5];
+    t[0] += part.col0 * t[1] + part.row0 * t[2];
+    t[3] += part.col0 * t[4] + part.row0 * t[5];
     return transform;
 }
 
@@ -65,13 +65,13 @@ void CopyPosition(GDALDataset& pan, const hostkit::PixelRect& part, GDALDataset&
 
 } // namespace
 
-void DescribeOutput(const Scene& scene, const OutputRules& rules, const OutputMetadata& metadata,
-                    GDALDataset& output) {
+void DescribeOutput(const Scene& scene, const hostkit::PixelRect& part, const OutputRules& rules,
+                    const OutputMetadata& metadata, GDALDataset& output) {
     GDALDataset& pan = scene.pan->GetDataset();
-    if (auto transform = PlaceOfPart(scene)) output.SetGeoTransform(transform->data());
+    if (auto transform = PlaceOfPart(scene, part)) output.SetGeoTransform(transform->data());
     const OGRSpatialReference& projection = ProjectionOf(scene);
     if (!projection.IsEmpty()) output.SetSpatialRef(&projection);
-    CopyPosition(pan, scene.part, output);
+    CopyPosition(pan, part, output);
     if (const char* kind = pan.GetMetadataItem(GDALMD_AREA_OR_POINT))
         output.SetMetadataItem(GDALMD_AREA_OR_POINT, kind);
     for (const auto& [name, value] : metadata)

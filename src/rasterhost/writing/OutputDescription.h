@@ -20,15 +20,16 @@ using OutputMetadata = std::vector<std::pair<std::string, std::string>>;
 /// told, as images have it that know no more.
 [[nodiscard]] std::vector<GDALColorInterp> ColoursOf(const Scene& scene, std::size_t bands);
 
-/// The geotransform of the scene's part; none where pan has no position, or one by control points.
-[[nodiscard]] std::optional<std::array<double, 6>> PlaceOfPart(const Scene& scene);
+/// The geotransform of a part of pan; none where pan has no position, or one by control points.
+[[nodiscard]] std::optional<std::array<double, 6>> PlaceOfPart(const Scene& scene,
+                                                               const hostkit::PixelRect& part);
 
 /// The projection of the output, pan's if it has one; may be empty.
 [[nodiscard]] const OGRSpatialReference& ProjectionOf(const Scene& scene);
 
-/// Gives a new file the position of the scene's part, the names and colours of the bands, the value that
-/// means no data and the metadata.
-void DescribeOutput(const Scene& scene, const OutputRules& rules, const OutputMetadata& metadata,
-                    GDALDataset& output);
+/// Gives a new file the position of a part of pan, the names and colours of the bands, the value that means
+/// no data and the metadata.
+void DescribeOutput(const Scene& scene, const hostkit::PixelRect& part, const OutputRules& rules,
+                    const OutputMetadata& metadata, GDALDataset& output);
 
 } // namespace rasterhost

@@ -45,7 +45,7 @@ std::unique_ptr<OutputFile> OutputFile::Create(const SharpenRequest& request, co
         return nullptr;
     }
     output->warning = errors.Warning();
-    DescribeOutput(scene, plan.rules, metadata, *output->dataset);
+    DescribeOutput(scene, scene.part, plan.rules, metadata, *output->dataset);
     if (!writesTiles) return output;
     GDALClose(output->dataset);
     output->dataset = nullptr;

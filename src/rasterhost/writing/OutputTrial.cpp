@@ -33,7 +33,7 @@ public:
         if (!image) return errors.Reason().empty() ? ": no reason is given" : errors.Reason();
         {
             const GdalErrors silence; // what cannot be described is left out
-            DescribeOutput(scene, plan.rules, {{"Method", request.method}}, *image);
+            DescribeOutput(scene, scene.part, plan.rules, {{"Method", request.method}}, *image);
         }
         if (isCopied) return Copy(file, *image);
         if (!plan.format.isTiff) LookAtBlocks(*image);
