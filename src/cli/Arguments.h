@@ -27,6 +27,9 @@ struct Arguments : rasterhost::SharpenRequest,
     std::string statusXml;             ///< file to write; empty for none
     std::optional<RunWeights> earlier; ///< run that weights were taken from
     std::optional<rasterhost::PreviewRequest> preview;
+    std::string folder;                ///< of a batch
+    double timeLimit = 0.0;            ///< seconds for each scene of a batch; 0 for none
+    bool again = false;                ///< a batch makes what it has made before, too
     std::string listen = "127.0.0.1";  ///< address to serve at
     std::optional<std::uint16_t> port; ///< without one a usual one, or any that is free
     bool opensBrowser = false;

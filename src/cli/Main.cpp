@@ -1,5 +1,6 @@
 #include "cli/Arguments.h"
 #include "cli/AssessCommand.h"
+#include "cli/BatchCommand.h"
 #include "cli/CommandLine.h"
 #include "cli/CompareCommand.h"
 #include "cli/ExitCode.h"
@@ -39,6 +40,7 @@ ExitCode Run(const CommandLine& line) {
     if (line.Has(option::version)) return RunVersion(ReadArguments(line));
     ForceVectorTarget(line);
     if (command.name == "sharpen") return RunSharpen(TakeArguments(line));
+    if (command.name == "batch") return RunBatch(ReadArguments(line));
     if (command.name == "info") return RunInfo(TakeArguments(line));
     if (command.name == "assess") return RunAssess(TakeArguments(line));
     if (command.name == "compare") return RunCompare(TakeArguments(line));

@@ -97,6 +97,18 @@ void ReadStatusXml(const TypedOption& option, Arguments& to) {
     AddBeside(option, to);
 }
 
+void ReadOutFolder(const TypedOption& option, Arguments& to) {
+    to.folder = FileName(option);
+    if (to.folder.empty()) throw UsageError(option.name + ": the name of the folder is empty; give one");
+}
+
+void ReadTimeLimit(const TypedOption& option, Arguments& to) {
+    to.timeLimit = ParseNumber(option.name, option.Value());
+    if (to.timeLimit <= 0.0)
+        throw UsageError(option.name + ": '" + option.Value() +
+                         "' is not a time; give seconds above 0, such as 3600");
+}
+
 void ReadPort(const TypedOption& option, Arguments& to) {
     to.port = static_cast<std::uint16_t>(ParseWhole(option.name, option.Value(), 1, 65535));
 }
@@ -272,6 +284,13 @@ void ReadPair(const CommandLine& line, Arguments& to) {
         throw UsageError("only '" + files.front() +
                          "' is named; give the multispectral raster, or one file per band, after it");
     to.multispectral = ParseInputs(std::span(files).subspan(1));
+}
+
+void ReadScenes(const CommandLine& line, Arguments&) {
+    if (line.GetPositionals().empty())
+        throw UsageError(
+            "no scene is named; give a list or products, as in pansharp batch scenes.jsonl --out "
+            "sharp");
 }
 
 void ReadFused(const CommandLine& line, Arguments& to) {

@@ -50,6 +50,9 @@ void ReadPreviewPlace(const TypedOption& option, Arguments& to);
 void ReadStatusXml(const TypedOption& option, Arguments& to);
 void ReadKeep(const TypedOption& option, Arguments& to);
 
+void ReadOutFolder(const TypedOption& option, Arguments& to);
+void ReadTimeLimit(const TypedOption& option, Arguments& to);
+
 void ReadPort(const TypedOption& option, Arguments& to);
 
 // What a pair is and how it is fused.
@@ -75,8 +78,9 @@ void ReadPanBlur(const TypedOption& option, Arguments& to);
 void ReadRatio(const TypedOption& option, Arguments& to);
 void ReadBandsOfImage(const TypedOption& option, Arguments& to);
 
-/// PAN MS [MS ...]; FUSED and what it is assessed by.
+/// PAN MS [MS ...]; the lists and products of a batch; FUSED and what it is assessed by.
 void ReadPair(const CommandLine& line, Arguments& to);
+void ReadScenes(const CommandLine& line, Arguments& to);
 void ReadFused(const CommandLine& line, Arguments& to);
 
 } // namespace cli

@@ -1,5 +1,6 @@
 #include "cli/OptionTable.h"
 
+#include "cli/BatchOptions-inl.h"
 #include "cli/SharedOptions-inl.h"
 
 #include <algorithm>
@@ -92,6 +93,8 @@ constexpr OptionEntry sharpenOptions[] = {
     pluginOption,
     option::help,
 };
+
+constexpr auto batchOptions = BatchOptions(sharpenOptions);
 
 constexpr OptionEntry infoOptions[] = {option::method,   option::infrared, bandsOption,      rgbOption,
                                        option::bitDepth, scaleOption,      sameCornerOption, option::noData,
@@ -234,6 +237,18 @@ Bands in several files may differ in pixel size, extent and projection.
 
 Exit codes: 0 done, 1 the work failed, 2 the command line is wrong, 130 interrupted.
 )"},
+    {"batch", "pansharp batch LIST.jsonl|PRODUCT [...] --out FOLDER [options]",
+     "Sharpens many scenes, one after the other with all threads, and prints a line of JSON for each. It "
+     "goes "
+     "on after a failure; the same command line goes on where an earlier run was stopped, and skips what is "
+     "done. Options of 'sharpen' hold for all scenes; those of a line of the list go before them.",
+     batchPositionals, ReadScenes, batchOptions, sharpenOrder,
+     R"(Examples:
+  pansharp batch scenes.jsonl --out sharp --time-limit 3600
+  pansharp batch product/* --out rgb --rgb --co COMPRESS=DEFLATE
+
+Exit codes: 0 all scenes are done, 1 a scene failed, 2 the command line is wrong, 130 interrupted.
+)"},
     {"info",
      "pansharp info PAN MS [MS ...] [options]",
      "Checks a pair before it is fused: whether and how it would be fused, how well weighted bands make up "
@@ -354,6 +369,18 @@ const CommandEntry& OpenCommand() {
     static const CommandEntry open = {"open",   "",      {},           sharpenPositionals,
                                       ReadPair, options, sharpenOrder, {}};
     return open;
+}
+
+const CommandEntry& SceneCommand() {
+    static const std::vector<OptionEntry> options = [] {
+        std::vector<OptionEntry> kept;
+        std::ranges::copy_if(sharpenOptions, std::back_inserter(kept),
+                             [](const OptionEntry& option) { return !IsIn(notForScenes, option); });
+        return kept;
+    }();
+    static const CommandEntry scene = {"sharpen", "",      {},           sharpenPositionals,
+                                       ReadPair,  options, sharpenOrder, {}};
+    return scene;
 }
 
 const CommandEntry* FindCommand(std::string_view name) {

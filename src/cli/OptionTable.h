@@ -75,6 +75,8 @@ extern const OptionEntry simd, version, help;
 /// What opens a scene in place of writing it, for programs: "sharpen" without what says how to write. No
 /// command line has it.
 [[nodiscard]] const CommandEntry& OpenCommand();
+/// What sharpens one scene of a batch: "sharpen" without what says how to tell of it. No command line has it.
+[[nodiscard]] const CommandEntry& SceneCommand();
 /// Null for a command that does not exist.
 [[nodiscard]] const CommandEntry* FindCommand(std::string_view name);
 

@@ -137,8 +137,8 @@ std::string FailureJson(std::string_view command, ExitCode code, const Status& s
     return PrintJson(object);
 }
 
-std::string SharpenJson(const SharpenRequest& request, const SharpenReport& report, ExitCode code,
-                        const Status& status, std::uint64_t peakMemory) {
+Json SharpenObject(const SharpenRequest& request, const SharpenReport& report, ExitCode code,
+                   const Status& status, std::uint64_t peakMemory) {
     Json object = JsonHead("sharpen", code);
     object["inputs"] = Inputs(request);
     object["output"] = request.output;
@@ -154,7 +154,12 @@ std::string SharpenJson(const SharpenRequest& request, const SharpenReport& repo
     object["peak_memory_bytes"] = peakMemory;
     object["warnings"] = report.warnings;
     object["status"] = JsonStatus(status);
-    return PrintJson(object);
+    return object;
+}
+
+std::string SharpenJson(const SharpenRequest& request, const SharpenReport& report, ExitCode code,
+                        const Status& status, std::uint64_t peakMemory) {
+    return PrintJson(SharpenObject(request, report, code, status, peakMemory));
 }
 
 std::string InfoJson(const SharpenRequest& request, const PreflightReport& report, ExitCode code,

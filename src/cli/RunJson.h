@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cli/ExitCode.h"
+#include "cli/JsonParts.h"
 #include "fundament/Status.h"
 #include "host/Describe.h"
 #include "rasterhost/assessing/Preflight.h"
@@ -19,6 +20,9 @@ namespace cli {
                                       const KOVA::Tessara::Fundament::Status& status);
 
 /// `peakMemory` in bytes.
+[[nodiscard]] Json SharpenObject(const rasterhost::SharpenRequest& request,
+                                 const rasterhost::SharpenReport& report, ExitCode code,
+                                 const KOVA::Tessara::Fundament::Status& status, std::uint64_t peakMemory);
 [[nodiscard]] std::string SharpenJson(const rasterhost::SharpenRequest& request,
                                       const rasterhost::SharpenReport& report, ExitCode code,
                                       const KOVA::Tessara::Fundament::Status& status,

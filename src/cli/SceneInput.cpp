@@ -12,13 +12,14 @@ using KOVA::Tessara::Fundament::ToLower;
 
 namespace {
 
-constexpr const char* ending = ".pansharp";
-constexpr const char* format = "PANSHARP";
+constexpr const char* sceneFormat = "PANSHARP";
 
 } // namespace
 
+bool IsSceneFormat(const std::string& format) { return StringsEqual(format, sceneFormat, true); }
+
 bool NamesScene(const std::string& name) {
-    return ToLower(name).ends_with(ending) || rasterhost::IsSceneFile(name);
+    return ToLower(name).ends_with(sceneEnding) || rasterhost::IsSceneFile(name);
 }
 
 void TakeScene(const std::string& file, const CommandLine& line, Arguments& to) {
@@ -40,8 +41,8 @@ void TakeScene(const std::string& file, const CommandLine& line, Arguments& to) 
 }
 
 bool WritesScene(const Arguments& request) {
-    const bool isScene = request.format.empty() ? ToLower(request.output).ends_with(ending)
-                                                : StringsEqual(request.format, format, true);
+    const bool isScene = request.format.empty() ? ToLower(request.output).ends_with(sceneEnding)
+                                                : IsSceneFormat(request.format);
     if (!isScene) return false;
     if (request.scene)
         throw UsageError(
@@ -58,7 +59,7 @@ bool WriteScene(const Arguments& request, rasterhost::SharpenReport& report, Sta
     if (!rasterhost::CheckSceneFile(request, status) ||
         !rasterhost::RecordScene(request, record, report, status))
         return false;
-    report.format = format;
+    report.format = sceneFormat;
     const auto warn = [&](const std::string& text) {
         report.warnings.push_back(text);
         if (request.warn) request.warn(text);

@@ -7,6 +7,10 @@
 /// Descriptions of scenes on the command line, as inputs instead of a pair and as outputs.
 namespace cli {
 
+inline constexpr const char* sceneEnding = ".pansharp";
+/// True for the name of the format of descriptions, in any letter case.
+[[nodiscard]] bool IsSceneFormat(const std::string& format);
+
 /// True for the name of a description: by its ending, or by what the file holds.
 [[nodiscard]] bool NamesScene(const std::string& name);
 

@@ -4,6 +4,7 @@
 #include "rasterhost/reading/FileState.h"
 #include "rasterhost/reading/ImageDescription.h"
 #include "rasterhost/requests/GdalErrors.h"
+#include "rasterhost/requests/Operation.h"
 
 #include <cpl_conv.h>
 #include <cpl_string.h>
@@ -144,6 +145,27 @@ FileFingerprint TakeFingerprint(const std::string& name, GDALDataset& dataset, b
             now.bytes += static_cast<std::uint64_t>(state.st_size);
     if (withContent) now.content = FindContent(files);
     return now;
+}
+
+std::string TakeState(const std::vector<std::string>& names) {
+    RegisterDrivers();
+    const GdalErrors silence;
+    ContentNumber number;
+    const auto addText = [&number](const std::string& text) {
+        number.Add(reinterpret_cast<const unsigned char*>(text.data()), text.size());
+    };
+    for (const std::string& name : names) {
+        const GDALDatasetUniquePtr dataset(
+            LookAt(name).isFile ? GDALDataset::Open(name.c_str(), GDAL_OF_RASTER) : nullptr);
+        for (const std::string& file : dataset ? FilesOfInput(name, *dataset) : std::vector{name}) {
+            VSIStatBufL state{};
+            const bool isThere = VSIStatL(file.c_str(), &state) == 0;
+            addText(file);
+            addText(FormatString("%d %lld %lld", isThere, static_cast<long long>(state.st_size),
+                                 static_cast<long long>(state.st_mtime)));
+        }
+    }
+    return number.GetDigits();
 }
 
 bool CheckFingerprint(const FileFingerprint& before, const FileFingerprint& now, const std::string& key,

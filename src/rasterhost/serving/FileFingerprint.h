@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 class GDALDataset;
 class OGRSpatialReference;
@@ -49,6 +50,10 @@ private:
 /// read.
 [[nodiscard]] FileFingerprint TakeFingerprint(const std::string& name, GDALDataset& dataset,
                                               bool withContent);
+
+/// Sixteen digits that change when a file that one of these inputs consists of gets another size or another
+/// time of writing. No pixel is read; a name that nothing opens counts by itself.
+[[nodiscard]] std::string TakeState(const std::vector<std::string>& names);
 
 /// Compares a file with what it was. False with an item when size, bands, type or grid differ; a warning when
 /// only its bytes do. `key` is that of the record.

@@ -1,6 +1,7 @@
 #include "rasterhost/writing/OutputFormat.h"
 
 #include "fundament/Text.h"
+#include "rasterhost/requests/Operation.h"
 
 #include <cpl_string.h>
 #include <gdal_priv.h>
@@ -67,6 +68,13 @@ std::optional<OutputFormat> FindFormat(const OutputRequest& request, Status& sta
     format.isCopied =
         driver && !driver->GetMetadataItem(GDAL_DCAP_CREATE) && driver->GetMetadataItem(GDAL_DCAP_CREATECOPY);
     return format;
+}
+
+std::string UsualEnding(const std::string& format) {
+    RegisterDrivers();
+    GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(format.c_str());
+    const char* ending = driver ? driver->GetMetadataItem(GDAL_DMD_EXTENSION) : nullptr;
+    return std::string(".") + (ending && *ending ? ending : "tif");
 }
 
 } // namespace rasterhost

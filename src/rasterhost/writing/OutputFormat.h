@@ -28,4 +28,8 @@ struct OutputFormat {
 /// format has.
 [[nodiscard]] std::optional<OutputFormat> FindFormat(const OutputRequest& request, Status& status);
 
+/// The ending that files of a format usually have, as in ".tif"; that of GeoTIFF for the empty text and for a
+/// format that GDAL does not know.
+[[nodiscard]] std::string UsualEnding(const std::string& format);
+
 } // namespace rasterhost

@@ -1,0 +1,64 @@
+// Options of "batch", for OptionTable.cpp alone.
+#pragma once
+
+#include "cli/SharedOptions-inl.h"
+
+#include <algorithm>
+#include <array>
+
+// NOLINTBEGIN(misc-definitions-in-headers): one file includes it.
+namespace cli {
+
+namespace {
+
+constexpr std::string_view batchHeading = "Batch";
+
+constexpr PositionalEntry batchPositionals[] = {
+    {"LIST",
+     "scenes, each a JSON object on a line of its own, in a file that ends in .jsonl: {\"pan\": \"pan.tif\", "
+     "\"ms\": [\"ms.tif\"]} or {\"product\": \"FOLDER\"}, with \"output\" and \"options\" as wanted; "
+     "docs/batch.md has every key"},
+    {"PRODUCT", "a scene: a product (a folder, an archive or a metadata file, as it was delivered), or a "
+                ".pansharp file"},
+};
+
+constexpr OptionEntry ownBatchOptions[] = {
+    {{"-o,--out", "FOLDER", "", batchHeading,
+      "the folder to write into, made if it is not there: the outputs, and the results in batch.jsonl"},
+     ReadOutFolder,
+     false,
+     {},
+     "no folder is named; add --out and the folder to write the scenes into"},
+    {{"--time-limit", "SECONDS", "none", batchHeading,
+      "give a scene up that takes longer, and go on with the next"},
+     ReadTimeLimit},
+    {{"--again", "", "", batchHeading,
+      "also make the scenes anew that an earlier run has made; their outputs are replaced"},
+     SetFlag<&Arguments::again>},
+};
+
+/// How one scene is told of, which a batch does in its own way.
+constexpr std::string_view notForScenes[] = {"--dry-run", "--verbose",    "--quiet", "--json",
+                                             "--simd",    "--status-xml", "--help"};
+/// What cannot be the same for several scenes, or is the batch's own.
+constexpr std::string_view notForBatches[] = {"--output",  "--preview", "--preview-at", "--dry-run",
+                                              "--verbose", "--json",    "--status-xml"};
+
+constexpr bool IsIn(std::span<const std::string_view> keys, const OptionEntry& option) {
+    return std::ranges::find(keys, option.Key()) != keys.end();
+}
+
+/// Options of the batch, and those of "sharpen" that all its scenes may have.
+template <std::size_t N>
+constexpr auto BatchOptions(const OptionEntry (&sharpen)[N]) {
+    std::array<OptionEntry, N + std::size(ownBatchOptions) - std::size(notForBatches)> all{};
+    auto* end = std::ranges::copy(ownBatchOptions, all.data()).out;
+    for (const OptionEntry& option : sharpen)
+        if (!IsIn(notForBatches, option)) *end++ = option;
+    return all;
+}
+
+} // namespace
+
+} // namespace cli
+// NOLINTEND(misc-definitions-in-headers)

@@ -1,0 +1,53 @@
+#include "cli/BatchResults.h"
+
+#include "cli/BatchList.h"
+
+#include <stdexcept>
+
+namespace cli {
+
+namespace {
+
+/// The text of a key; empty where it is none.
+std::string TextOf(const Json& result, const char* key) {
+    const auto found = result.is_object() ? result.find(key) : result.end();
+    return found != result.end() && found->is_string() ? found->get<std::string>() : std::string();
+}
+
+} // namespace
+
+BatchResults::BatchResults(const std::string& file) : name(file) {
+    std::ifstream earlier(file, std::ios::binary);
+    std::string line;
+    bool isTooLong = false, isCut = false;
+    while (ReadBoundedLine(earlier, line, isTooLong)) {
+        isCut = earlier.eof(); // the run that wrote it was killed
+        const Json result = Json::parse(line, nullptr, false);
+        if (const std::string output = TextOf(result, "output");
+            !output.empty() && !isCut && TextOf(result, "status") == "done")
+            done[output] = line;
+    }
+    stream.open(file, std::ios::binary | std::ios::app);
+    if (isCut) stream << '\n';
+    if (!stream.flush())
+        throw std::runtime_error("the results '" + name +
+                                 "' cannot be written; may this user write there, and is there room?");
+}
+
+std::optional<Json> BatchResults::FindDone(const std::string& output) const {
+    const auto found = done.find(output);
+    if (found == done.end()) return std::nullopt;
+    return Json::parse(found->second);
+}
+
+std::string BatchResults::Print(const Json& result) {
+    return result.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+void BatchResults::Add(const Json& result) {
+    stream << Print(result) + "\n";
+    if (!stream.flush())
+        throw std::runtime_error("the results '" + name + "' cannot be written; is there room on the disk?");
+}
+
+} // namespace cli

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "cli/JsonParts.h"
+
+#include <fstream>
+#include <map>
+#include <optional>
+#include <string>
+
+namespace cli {
+
+/// The results of a batch, a line of JSON each, in a file that is only ever added to. The last one that
+/// says that an output is done holds: a run that fails leaves the file as it was.
+class BatchResults {
+public:
+    /// Reads what earlier runs have left. Throws std::runtime_error when it cannot be written.
+    explicit BatchResults(const std::string& file);
+
+    /// The result of an output that is done; none when there is no such line.
+    [[nodiscard]] std::optional<Json> FindDone(const std::string& output) const;
+    /// Adds a line, which is in the file when it returns. Throws std::runtime_error.
+    void Add(const Json& result);
+
+    /// A result in one line, without its end.
+    [[nodiscard]] static std::string Print(const Json& result);
+
+private:
+    std::string name;
+    std::map<std::string, std::string> done; ///< lines by output
+    std::ofstream stream;
+};
+
+} // namespace cli
