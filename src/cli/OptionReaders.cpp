@@ -70,6 +70,20 @@ void ReadCreationOptions(const TypedOption& option, Arguments& to) {
     to.creationOptions = option.values;
 }
 
+void ReadMetadata(const TypedOption& option, Arguments& to) {
+    for (const std::string& value : option.values)
+        to.metadata.push_back(ParseNameValue(option.name, value));
+}
+
+void ReadWindow(const TypedOption& option, Arguments& to) {
+    constexpr std::uint32_t most = 0x7FFFFFFF;
+    std::array<std::uint32_t, 4> numbers{}; // first column and row, columns and rows
+    for (std::size_t i = 0; i < numbers.size(); ++i)
+        numbers[i] = ParseWhole(option.name, option.values[i], i < 2 ? 0 : 1, most);
+    const auto& [column, row, columns, rows] = numbers;
+    to.window = {column, row, column + columns, row + rows};
+}
+
 void ReadPreview(const TypedOption& option, Arguments& to) {
     if (!KOVA::Tessara::Fundament::ToLower(option.Value()).ends_with(".png"))
         throw UsageError(option.name + ": '" + option.Value() +

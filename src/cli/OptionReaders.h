@@ -44,6 +44,8 @@ void SetResampling(const TypedOption& option, Arguments& to) {
 void ReadOutput(const TypedOption& option, Arguments& to);
 void ReadFormat(const TypedOption& option, Arguments& to);
 void ReadCreationOptions(const TypedOption& option, Arguments& to);
+void ReadMetadata(const TypedOption& option, Arguments& to);
+void ReadWindow(const TypedOption& option, Arguments& to);
 void ReadPreview(const TypedOption& option, Arguments& to);
 void ReadPicture(const TypedOption& option, Arguments& to);
 void ReadPreviewPlace(const TypedOption& option, Arguments& to);

@@ -29,6 +29,14 @@ constexpr OptionEntry sharpenOptions[] = {
      ReadCreationOptions,
      true,
      "COMPRESS=DEFLATE COMPRESS=LZW COMPRESS=ZSTD PREDICTOR=2 BIGTIFF=YES NUM_THREADS=ALL_CPUS"},
+    {{"--mo", "NAME=VALUE", "", inputHeading, "a further entry of the output's metadata"},
+     ReadMetadata,
+     true},
+    {{"--srcwin", "XOFF YOFF XSIZE YSIZE", "all of it", inputHeading,
+      "write only this window of the result, in pixels from its upper left corner; its pixels are the same "
+      "as in the whole result. Of a .pansharp file the bytes of the inputs are then not compared with what "
+      "they were, only their sizes"},
+     ReadWindow},
     {{"--overwrite", "", "", inputHeading,
       "replace the output, and the files written beside it, if they exist"},
      SetFlag<&Arguments::overwrite>},

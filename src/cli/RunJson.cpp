@@ -148,6 +148,8 @@ Json SharpenObject(const SharpenRequest& request, const SharpenReport& report, E
     object["method"] = request.method;
     object["resampling"] = hostkit::NameOf(request.resampling);
     if (request.part) object["part"] = *request.part;
+    if (const auto& window = request.window)
+        object["srcwin"] = {window->col0, window->row0, window->GetColumns(), window->GetRows()};
     object["vector_instructions"] = kernels::SimdTargetName(kernels::ChosenSimdTarget());
     if (!report.plugin.empty()) object["plugin"] = report.plugin;
     if (code == Done) AddReport(object, report);

@@ -50,6 +50,10 @@ bool WritesScene(const Arguments& request) {
             "' would describe a scene that is described already; copy the file, or name the images");
     if (request.preview)
         throw UsageError("--preview: a description has no pixels to make a picture of; leave it out");
+    if (request.window)
+        throw UsageError("--srcwin: a description is of the whole scene; say which window when you read it");
+    if (!request.metadata.empty())
+        throw UsageError("--mo: a description has no metadata of its own; leave it out");
     if (request.isPicture) throw UsageError("--byte: a description has no pixels to stretch; leave it out");
     return true;
 }

@@ -43,7 +43,8 @@ bool CheckReports(const Arguments& request, Status& status) {
 
 bool Fuse(const Arguments& request, rasterhost::PreparedPair& pair, SharpenRun& run) {
     if (WritesScene(request)) return WriteScene(request, run.report, run.status);
-    return (!request.scene || rasterhost::CheckInputs(*request.scene, request, request.warn, run.status)) &&
+    return (!request.scene ||
+            rasterhost::CheckInputs(*request.scene, request, !request.window, request.warn, run.status)) &&
            rasterhost::Sharpen(request, run.report, run.status, &pair,
                                request.scene ? &request.scene->found : nullptr);
 }
@@ -75,7 +76,7 @@ void Sharpen(Arguments& request, SharpenRun& run) {
 void Inform(Arguments& request, InfoRun& run) {
     std::vector<std::string> warnings;
     if (Settle(request, warnings, run.status) && request.scene)
-        (void)rasterhost::CheckInputs(*request.scene, request, request.warn, run.status); // a finding
+        (void)rasterhost::CheckInputs(*request.scene, request, true, request.warn, run.status); // a finding
     LookAtPair(request, run);
 }
 

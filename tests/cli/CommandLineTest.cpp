@@ -60,6 +60,8 @@ const WrongLine wrongLines[] = {
     {"sharpen a b -o c -r cubik", {"'cubik'", "did you mean 'cubic'?", "bilinear"}},
     {"sharpen a b -o c --bit-depth 8", {"--bit-depth", "'8'", "9 to 16"}},
     {"sharpen a b -o c --projwin 1 2 3", {"--projwin needs 4 values: --projwin ULX"}},
+    {"sharpen a b -o c --srcwin 0 0 0 9", {"--srcwin", "'0'", "1 to"}},
+    {"sharpen a b -o c.pansharp --srcwin 0 0 9 9", {"--srcwin", "whole scene"}},
     {"sharpen a b -o c --projwin 9 2 -3 1", {"between '9 2' and '-3 1'"}},
     {"sharpen a b -o c --bbox 0 2 3 1", {"between '0 2' and '3 1'", "least"}},
     {"sharpen a b -o c --bbox 0 x 3 1", {"--bbox", "'x' is not a number"}},

@@ -16,15 +16,16 @@ def pair(dtype=numpy.uint16, rows=96, columns=120, ratio=2, bands=3, seed=1):
     return (pan * scale).astype(dtype), (numpy.array(ms) * scale / 1.2).astype(dtype)
 
 
-def write_pair(folder, dtype=numpy.uint16, count=3):
-    """A pair, and pan.tif and ms.tif of it."""
-    pan, ms = pair(dtype, bands=count)
+def write_pair(folder, dtype=numpy.uint16, count=3, change=lambda pan, ms: None, options=(), **size):
+    """A pair, once `change` has had it, and pan.tif and ms.tif of it, made with further options of gdal_translate."""
+    pan, ms = pair(dtype, bands=count, **size)
+    change(pan, ms)
     for name, array, pixel in (("pan", pan[numpy.newaxis], 1), ("ms", ms, 2)):
         bands, rows, columns = array.shape
         array.tofile(folder / f"{name}.raw")
         (folder / f"{name}.hdr").write_text(f"ENVI\nsamples = {columns}\nlines = {rows}\nbands = {bands}\ninterleave = bsq\n"
                                             f"data type = {1 if array.itemsize == 1 else 12}\nbyte order = 0\n")
-        subprocess.run(["gdal_translate", "-q", "-a_srs", "EPSG:32631", "-a_ullr", "0", "0", str(columns * pixel), str(-rows * pixel),
+        subprocess.run(["gdal_translate", "-q", *options, "-a_srs", "EPSG:32631", "-a_ullr", "0", "0", str(columns * pixel), str(-rows * pixel),
                         folder / f"{name}.raw", folder / f"{name}.tif"], check=True)
     return pan, ms
 

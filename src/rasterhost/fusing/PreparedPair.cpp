@@ -51,7 +51,8 @@ Preparation PrepareScene(const PairRequest& request, const Warn& warn, const std
     scene = OpenScene(request, warn, status);
     if (!scene || !CheckSizes(*scene, status) ||
         (request.measureShift && !TakeBackShift(request, *scene, warn, status)) ||
-        (request.onlyIntersection && !CutToIntersection(*scene, status)))
+        (request.onlyIntersection && !CutToIntersection(*scene, status)) ||
+        (request.window && !CutToWindow(*request.window, *scene, status)))
         return Preparation::Failed;
     if (known) return TakeCollars(*known, *scene, status) ? Preparation::Done : Preparation::Failed;
     switch (FindCollars(*scene, warn, keepOn, status)) {

@@ -55,13 +55,17 @@ public:
         return TryOneRow(*pair.scene, *pair.plugin, settings, status) &&
                DescribeFusion(SourcesOf(*pair.scene), *pair.plugin, settings, found, plan.format.softwareItem,
                               metadata, status) &&
-               FuseAll();
+               AddMetadata() && FuseAll();
     }
 
 private:
     void Warn(const std::string& text) {
         report.warnings.push_back(text);
         if (request.warn) request.warn(text);
+    }
+    bool AddMetadata() {
+        metadata.insert(metadata.end(), request.metadata.begin(), request.metadata.end());
+        return true;
     }
     bool Cancel() {
         report.cancelled = true;

@@ -3,6 +3,7 @@
 #include "fitting/BandGains.h"
 #include "hostkit/Point.h"
 #include "hostkit/Resampling.h"
+#include "hostkit/SampleBlock.h"
 
 #include <array>
 #include <cstdint>
@@ -68,6 +69,8 @@ struct PairRequest {
     std::optional<std::array<double, 4>> part;
     /// Only the part of pan that lies on all the other images.
     bool onlyIntersection = false;
+    /// A window of that part, in pixels from its corner; all of it without one. Need not have data.
+    std::optional<hostkit::PixelRect> window;
 };
 
 /// Where weights come from when a request does not give them.
@@ -99,6 +102,8 @@ struct OutputRequest {
     /// GDAL's short driver name; empty for what the ending of the output's name stands for.
     std::string format;
     std::vector<std::string> creationOptions;
+    /// Further entries of the output's metadata.
+    std::vector<std::pair<std::string, std::string>> metadata;
     bool overwrite = false;
     /// Further files that the caller reads or writes, each with what it is, such as "the settings": the
     /// output replaces none of them.

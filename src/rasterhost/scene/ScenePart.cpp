@@ -51,6 +51,15 @@ bool ChoosePart(const PairRequest& request, Scene& scene, const Warn& warn, Stat
     return true;
 }
 
+namespace {
+
+hostkit::PixelRect Shared(const hostkit::PixelRect& a, const hostkit::PixelRect& b) {
+    return {std::max(a.col0, b.col0), std::max(a.row0, b.row0), std::min(a.col1, b.col1),
+            std::min(a.row1, b.row1)};
+}
+
+} // namespace
+
 bool CutToIntersection(Scene& scene, Status& status) {
     hostkit::PixelRect part = scene.part;
     for (const PlacedImage& coarse : scene.images)
@@ -59,8 +68,22 @@ bool CutToIntersection(Scene& scene, Status& status) {
         return Fail(status, HostStatus::InputsDoNotFit, "no pixel of %s lies on all the other images",
                     scene.pan->GetName().c_str());
     scene.part = part;
-    scene.covered = {std::max(scene.covered.col0, part.col0), std::max(scene.covered.row0, part.row0),
-                     std::min(scene.covered.col1, part.col1), std::min(scene.covered.row1, part.row1)};
+    scene.covered = Shared(scene.covered, part);
+    return true;
+}
+
+bool CutToWindow(const hostkit::PixelRect& window, Scene& scene, Status& status) {
+    const hostkit::PixelRect& whole = scene.part;
+    if (window.IsEmpty() || window.col1 > whole.GetColumns() || window.row1 > whole.GetRows())
+        return Fail(status, HostStatus::RequestInvalid,
+                    "the window of columns %u to %u and rows %u to %u does not lie within the %u columns and "
+                    "%u rows of the result",
+                    window.col0, window.col1, window.row0, window.row1, whole.GetColumns(), whole.GetRows());
+    scene.part = {whole.col0 + window.col0, whole.row0 + window.row0, whole.col0 + window.col1,
+                  whole.row0 + window.row1};
+    const hostkit::PixelRect covered = Shared(scene.covered, scene.part);
+    // Where nothing has data, those of the whole say so.
+    if (!covered.IsEmpty()) scene.covered = covered;
     return true;
 }
 

@@ -13,4 +13,8 @@ namespace rasterhost {
 /// False with an item when there is none.
 [[nodiscard]] bool CutToIntersection(Scene& scene, Status& status);
 
+/// Narrows the part to a window of it, in pixels from its corner, once all else is known of the scene: what
+/// follows is that of the whole. False with an item when the window does not lie within the part.
+[[nodiscard]] bool CutToWindow(const hostkit::PixelRect& window, Scene& scene, Status& status);
+
 } // namespace rasterhost

@@ -241,12 +241,13 @@ Preparation PrepareRecorded(const SceneRecord& record, const RunOptions& run, co
     return PrepareChecked(record, run, false, warn, pair, status);
 }
 
-bool CheckInputs(const SceneRecord& record, const RunOptions& run, const Warn& warn, Status& status) {
+bool CheckInputs(const SceneRecord& record, const RunOptions& run, bool isThorough, const Warn& warn,
+                 Status& status) {
     double seconds = 0.0;
     PreparedPair pair;
     return RunOperation(
-        [&] { return PrepareChecked(record, run, true, warn, pair, status) == Preparation::Done; }, seconds,
-        status);
+        [&] { return PrepareChecked(record, run, isThorough, warn, pair, status) == Preparation::Done; },
+        seconds, status);
 }
 
 } // namespace rasterhost

@@ -29,8 +29,9 @@ void SettlePair(const Scene& scene, PairRequest& request);
 [[nodiscard]] Preparation PrepareRecorded(const SceneRecord& record, const RunOptions& run, const Warn& warn,
                                           PreparedPair& pair, Status& status);
 
-/// The same, but slow and thorough: compares all inputs with what they were, to the last byte.
-[[nodiscard]] bool CheckInputs(const SceneRecord& record, const RunOptions& run, const Warn& warn,
-                               Status& status);
+/// The same, for a run that follows. With `isThorough` slow: compares all inputs with what they were, to the
+/// last byte.
+[[nodiscard]] bool CheckInputs(const SceneRecord& record, const RunOptions& run, bool isThorough,
+                               const Warn& warn, Status& status);
 
 } // namespace rasterhost

@@ -46,8 +46,13 @@ TEST_F(Part, EqualsTheCutOfTheWhole) {
         request.part.reset();
         const auto whole = Fused(request);
         for (const auto& part : parts)
-            for (const std::uint32_t windowRows : {0u, 7u}) {
-                request.part = part.sides;
+            for (const auto& [windowRows, byPixels] :
+                 {std::pair(0u, false), std::pair(7u, false), std::pair(0u, true)}) {
+                const auto [column, row] = std::pair(unsigned(part.column), unsigned(part.row));
+                const hostkit::PixelRect window{column, row, column + unsigned(part.columns),
+                                                row + unsigned(part.rows)};
+                request.part = byPixels ? std::nullopt : std::optional(part.sides);
+                request.window = byPixels ? std::optional(window) : std::nullopt;
                 request.windowRows = windowRows;
                 const Outcome outcome = RunWell(request);
                 std::vector<unsigned> cut;
@@ -62,7 +67,14 @@ TEST_F(Part, EqualsTheCutOfTheWhole) {
                 EXPECT_EQ(transform[3], 4000000.0 - 15.0 * part.row);
             }
         request.windowRows = 0;
+        request.window.reset();
     }
+    request.part.reset();
+    request.window = {140, 0, 150, 20}; // beyond the multispectral image
+    EXPECT_EQ(RunWell(request).report.pixelsWithoutData, 200u);
+    request.window = {100, 0, 158, 20};
+    EXPECT_THAT(RunSharpen(request).status.ToText(), HasSubstr("does not lie within the 157 columns"));
+    request.window.reset();
     for (const std::array<double, 4>& none :
          {std::array{500000.0, 4000900.0, 501000.0, 4000100.0}, {500001.0, 3999000.0, 500002.0, 3998000.0}}) {
         request.part = none;

@@ -172,7 +172,7 @@ TEST(RecordedScene, TellsWhatHasChanged) {
         std::string warnings;
         const auto warn = [&](const std::string& text) { warnings += text; };
         const bool opens = rasterhost::ReadSceneFile(file, record, status) &&
-                           rasterhost::CheckInputs(record, run, warn, status);
+                           rasterhost::CheckInputs(record, run, true, warn, status);
         EXPECT_EQ(opens, change.opens) << status.ToText();
         EXPECT_THAT(warnings + status.ToText(), testing::HasSubstr(change.says));
     }

@@ -1,0 +1,13 @@
+"""Scenes fused by many processes, or machines, that Dask hands the work to.
+
+    python3 -m pansharp.distributed sharpen scene.pansharp OUT/ --workers 4
+
+One scene is fused in parts: everything is fitted once and stands in the .pansharp file, workers open the files themselves and each
+writes GeoTIFFs, and a VRT lays them together. It needs dask, distributed and GDAL's Python module ``osgeo``.
+"""
+
+from ._parts import Part, cut
+from ._run import Limits
+from ._scene import Outcome, sharpen
+
+__all__ = ["Limits", "Outcome", "Part", "cut", "sharpen"]

@@ -1,0 +1,128 @@
+"""The command ``python3 -m pansharp.distributed``."""
+
+from __future__ import annotations
+
+import argparse
+import sys
+import warnings
+from collections.abc import Callable, Iterator
+from contextlib import contextmanager
+from typing import Any
+
+import pansharp
+
+
+def _name_value(text: str) -> str:
+    if "=" not in text.strip("="):
+        raise argparse.ArgumentTypeError(f"'{text}' is not NAME=VALUE")
+    return text
+
+
+def _size(text: str) -> tuple[int, int]:
+    sides = text.lower().split("x")
+    if len(sides) > 2 or not all(side.isdecimal() for side in sides):
+        raise argparse.ArgumentTypeError(f"'{text}' is not a size; give 4096, or COLUMNSxROWS")
+    return int(sides[0]), int(sides[-1])
+
+
+def _count(text: str) -> int:
+    if not text.isdecimal() or not 1 <= int(text) <= 4096:
+        raise argparse.ArgumentTypeError(f"'{text}' is not a number of 1 to 4096")
+    return int(text)
+
+
+def _add_running(parser: argparse.ArgumentParser) -> None:
+    where = parser.add_mutually_exclusive_group()
+    where.add_argument("--scheduler", metavar="ADDRESS", help="hand the work to this scheduler, such as tcp://host:8786")
+    where.add_argument("--workers", metavar="N", type=_count, help="start so many workers on this machine (one per processor)")
+    parser.add_argument("--attempts", metavar="N", type=_count, default=3, help="how often something may fail before it is given up (3)")
+    parser.add_argument("--patience", metavar="SECONDS", type=float, default=300.0,
+                        help="how long to wait for a scheduler or for workers that have gone (300)")
+    parser.add_argument("--json", action="store_true", help="print events as lines of JSON on standard output")
+    parser.add_argument("-q", "--quiet", action="store_true", help="print warnings and failures only")
+
+
+def _parser() -> argparse.ArgumentParser:
+    parser = argparse.ArgumentParser(prog="python3 -m pansharp.distributed", description="Fuses scenes on many processes or machines.")
+    parser.add_argument("--version", action="version", version=f"pansharp {pansharp.__version__}")
+    commands = parser.add_subparsers(dest="command", required=True)
+    sharpen = commands.add_parser("sharpen", help="one scene in parts", description="Fuses one scene in parts, and lays them together: "
+                                  "OUT/parts/*.tif and OUT/mosaic.vrt. Run again, it makes what is missing.")
+    sharpen.add_argument("inputs", nargs="+", metavar="SCENE.pansharp | PAN MS ...", help="a description, or a pair, which is fitted first")
+    sharpen.add_argument("out", metavar="OUT/", help="the folder to write, or /vsis3/BUCKET/NAME and the like")
+    sharpen.add_argument("--part", metavar="N|COLUMNSxROWS", type=_size, help="pixels of a part, multiples of 256 "
+                         "(4096 x 4096, or as many in whole rows where pan lies in strips)")
+    sharpen.add_argument("--co", metavar="NAME=VALUE", action="append", type=_name_value, default=[], help="creation option of the parts")
+    sharpen.add_argument("--single", metavar="FILE", help="also copy all of it into one file")
+    sharpen.add_argument("--single-of", metavar="FORMAT", choices=["GTiff", "COG"], default="GTiff", help="GTiff or COG (GTiff)")
+    sharpen.add_argument("--single-co", metavar="NAME=VALUE", action="append", type=_name_value, default=[], help="its creation option")
+    sharpen.add_argument("--option", metavar="NAME=VALUE", action="append", type=_name_value, default=[],
+                         help="for a pair: an option of pansharp sharpen, such as method=KOVA")
+    sharpen.add_argument("--no-check", action="store_true", help="do not read all inputs first, to see whether they are what they were")
+    _add_running(sharpen)
+    return parser
+
+
+@contextmanager
+def _clients(arguments: argparse.Namespace) -> Iterator[Callable[[], Any]]:
+    """What makes the client; workers of this machine are started with it, and ended with the job."""
+    import dask
+    import distributed
+    opened: list[Any] = []
+
+    def make() -> Any:
+        if arguments.scheduler:
+            opened.append(distributed.Client(arguments.scheduler, timeout="30s", set_as_default=False))
+            return opened[0]
+        # Each worker has one task at a time, so that one that ends takes nothing else with it.
+        with dask.config.set({"distributed.scheduler.worker-saturation": 1.0, "distributed.scheduler.allowed-failures": 1}):
+            cluster = distributed.LocalCluster(n_workers=arguments.workers, threads_per_worker=1, processes=True, host="127.0.0.1",
+                                               dashboard_address="127.0.0.1:0", worker_dashboard_address="127.0.0.1:0", silence_logs="ERROR")
+        client = distributed.Client(cluster, set_as_default=False)
+        opened.extend((client, cluster))
+        return client
+    try:
+        yield make
+    finally:
+        for one in opened:
+            one.close()
+
+
+def _sharpen(arguments: argparse.Namespace, tell: Any) -> int:
+    from . import Limits, sharpen
+    options = dict(option.split("=", 1) for option in arguments.option)
+    options = {name.lstrip("-").replace("-", "_"): True if value == "True" else value for name, value in options.items()}
+    with _clients(arguments) as client:
+        outcome = sharpen(client, arguments.inputs[0], arguments.inputs[1:] or None, arguments.out, part=arguments.part, co=arguments.co,
+                          single=arguments.single, single_format=arguments.single_of, single_co=arguments.single_co,
+                          check=not arguments.no_check, limits=Limits(arguments.attempts, arguments.patience), tell=tell, **options)
+    text = (f"{outcome.mosaic or 'no mosaic'}: {outcome.made} of {outcome.count} parts made in {outcome.seconds:.1f} s, "
+            f"{outcome.count - outcome.made - len(outcome.failed)} were there, {len(outcome.failed)} failed")
+    tell("end", ok=outcome.ok, mosaic=outcome.mosaic, single=outcome.single, count=outcome.count, made=outcome.made,
+         failed=outcome.failed, seconds=outcome.seconds, text=text)
+    return 0 if outcome.ok else 1
+
+
+def main() -> int:
+    arguments = _parser().parse_args()
+    try:
+        from ._seen import Seen
+        from . import _scene  # noqa: F401
+    except ImportError as error:
+        print(f"pansharp: error: {error}; pansharp.distributed needs dask, distributed and GDAL's module osgeo (on Debian python3-dask, "
+              "python3-distributed and python3-gdal)", file=sys.stderr)
+        return 1
+    tell = Seen(as_json=arguments.json, quiet=arguments.quiet)
+    warnings.simplefilter("ignore", ResourceWarning)
+    try:
+        return _sharpen(arguments, tell)
+    except KeyboardInterrupt:
+        print("\npansharp: interrupted; run it again to make what is missing", file=sys.stderr)
+        return 130
+    except (pansharp.Error, OSError, ValueError, TypeError, ImportError) as error:
+        tell("failed", text=str(error))
+        return 2 if isinstance(error, (ValueError, TypeError)) else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())

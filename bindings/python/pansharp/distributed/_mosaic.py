@@ -1,0 +1,140 @@
+"""Parts laid together: a VRT, and a single file made from it."""
+
+from __future__ import annotations
+
+import copy
+import os
+from collections.abc import Callable, Mapping, Sequence
+from typing import Any
+from xml.etree import ElementTree
+
+from osgeo import gdal
+
+from . import _parts, _store
+
+gdal.UseExceptions()
+
+
+def block_of(file: str) -> tuple[int, int] | None:
+    """Columns and rows of a file's blocks."""
+    try:
+        columns, rows = gdal.Open(file).GetRasterBand(1).GetBlockSize()
+        return columns, rows
+    except RuntimeError:
+        return None
+
+
+def _is_whole(part: gdal.Dataset, file: str) -> bool:
+    """False for a file that ends before its last block, as one may after a machine went down."""
+    size = gdal.VSIStatL(file).size
+    for number in {1, part.RasterCount}:
+        band = part.GetRasterBand(number)
+        across, down = band.GetBlockSize()
+        for row in range(-(-part.RasterYSize // down)):
+            for column in range(-(-part.RasterXSize // across)):
+                offset = band.GetMetadataItem(f"BLOCK_OFFSET_{column}_{row}", "TIFF")
+                if offset and int(offset) + int(band.GetMetadataItem(f"BLOCK_SIZE_{column}_{row}", "TIFF")) > size:
+                    return False
+    return True
+
+
+def look(file: str, window: tuple[int, int, int, int], print_: str) -> bool | None:
+    """Whether a part has a mask; None for one that is not there, or was made in another way."""
+    try:
+        part = gdal.Open(file)
+    except RuntimeError:
+        return None
+    if part.GetMetadataItem(_parts.FINGERPRINT) != print_ or (part.RasterXSize, part.RasterYSize) != window[2:]:
+        return None
+    if not _is_whole(part, file):
+        return None
+    return part.GetRasterBand(1).GetMaskFlags() == gdal.GMF_PER_DATASET
+
+
+def _place(description: gdal.Dataset, by: gdal.Dataset, part: _parts.Part) -> None:
+    """Everything that counts pixels, moved from the part's corner to that of the scene."""
+    if by.GetGCPCount():
+        points = by.GetGCPs()
+        for point in points:
+            point.GCPPixel += part.column
+            point.GCPLine += part.row
+        description.SetGCPs(points, by.GetGCPProjection())
+    elif by.GetGeoTransform(can_return_null=True):
+        x, a, b, y, c, d = by.GetGeoTransform()
+        description.SetGeoTransform((x - part.column * a - part.row * b, a, b, y - part.column * c - part.row * d, c, d))
+    polynomials = by.GetMetadata("RPC")
+    for key, moved in ("SAMP_OFF", part.column), ("LINE_OFF", part.row):
+        if key in polynomials and moved:
+            polynomials[key] = repr(float(polynomials[key]) + moved)
+    if polynomials:
+        description.SetMetadata(polynomials, "RPC")
+
+
+def _source(name: str, band: str, part: _parts.Part, like: ElementTree.Element | None) -> ElementTree.Element:
+    source = ElementTree.Element("SimpleSource")
+    ElementTree.SubElement(source, "SourceFilename", relativeToVRT="1").text = f"parts/{name}"
+    ElementTree.SubElement(source, "SourceBand").text = band
+    if like is not None:  # so that no part is opened before it is read
+        ElementTree.SubElement(source, "SourceProperties", {**like.attrib, "RasterXSize": str(part.columns), "RasterYSize": str(part.rows)})
+    size = {"xSize": str(part.columns), "ySize": str(part.rows)}
+    ElementTree.SubElement(source, "SrcRect", {"xOff": "0", "yOff": "0", **size})
+    ElementTree.SubElement(source, "DstRect", {"xOff": str(part.column), "yOff": str(part.row), **size})
+    return source
+
+
+def vrt(out: str, shape: tuple[int, int], made: Mapping[_parts.Part, bool], is_complete: bool) -> str:
+    """Writes OUT/mosaic.vrt over the parts that are made, each with whether it has a mask, and gives its name.
+
+    It is described as the first part is. It has a mask when one of them has, or one is missing that no value stands for.
+    """
+    first = min(made, key=lambda part: (part.row, part.column))
+    by = gdal.Open(_store.join(_store.join(out, "parts"), first.name))
+    driver = gdal.GetDriverByName("VRT")
+    description = driver.CreateCopy("", by)
+    _place(description, by, first)
+    description.SetMetadataItem(_parts.FINGERPRINT, None)
+    description.FlushCache()
+    root = ElementTree.fromstring(description.GetMetadata("xml:VRT")[0])
+    root.set("rasterXSize", str(shape[1]))
+    root.set("rasterYSize", str(shape[0]))
+    for stale in root.findall("MaskBand") + root.findall("OverviewList"):
+        root.remove(stale)
+    like = None
+    for band in root.findall("VRTRasterBand"):
+        own = band.find("SimpleSource")
+        assert own is not None
+        like = own.find("SourceProperties")
+        for source in band.findall("SimpleSource"):
+            band.remove(source)
+        band.extend(_source(part.name, band.attrib["band"], part, like) for part in made)
+    tells_by_itself = by.GetRasterBand(1).GetNoDataValue() is not None or by.GetRasterBand(
+        by.RasterCount).GetColorInterpretation() == gdal.GCI_AlphaBand
+    if any(made.values()) or not (is_complete or tells_by_itself):
+        mask = ElementTree.SubElement(ElementTree.SubElement(root, "MaskBand"), "VRTRasterBand", dataType="Byte")
+        mask_like = copy.copy(like)
+        if mask_like is not None:
+            mask_like.set("DataType", "Byte")
+        mask.extend(_source(part.name, "mask,1", part, mask_like) for part in made)
+    name = _store.join(out, "mosaic.vrt")
+    _store.write_text(name, ElementTree.tostring(root, encoding="unicode") + "\n")
+    return name
+
+
+def single(mosaic: str, file: str, form: str, co: Sequence[str], progress: Callable[[float], Any]) -> None:
+    """Copies the mosaic into one file of that format, which appears when it is complete. Raises OSError."""
+    folder, name = os.path.split(file)
+    beside = os.path.join(folder, f".{os.getpid()}.{name}")
+    options = list(co)
+    if form == "GTiff":
+        keys = {option.split("=")[0].upper() for option in options}
+        options += [option for option in ("TILED=YES", "BIGTIFF=IF_SAFER") if option.split("=")[0] not in keys]
+    gdal.SetConfigOption("GDAL_TIFF_INTERNAL_MASK", "YES")
+    try:
+        gdal.Translate(beside, mosaic, format=form, creationOptions=options, callback=lambda done, *_: progress(done) or 1)
+        os.replace(beside, file)
+    except (RuntimeError, OSError) as error:
+        raise OSError(f"'{file}' cannot be written: {error}") from error
+    finally:
+        for left in beside, beside + ".msk", beside + ".aux.xml":
+            if os.path.exists(left):
+                os.unlink(left)

@@ -1,0 +1,127 @@
+"""How a scene is cut into parts, and the work of making one of them, which runs on a worker."""
+
+from __future__ import annotations
+
+import contextlib
+import hashlib
+import json
+import os
+import re
+import tempfile
+import time
+import warnings
+from collections.abc import Iterator, Mapping, Sequence
+from dataclasses import dataclass
+from typing import Any
+
+import distributed
+import pansharp
+
+from . import _store
+
+FINGERPRINT = "PANSHARP_PART"
+"""Entry of a part's metadata: what it was made from and how."""
+BLOCK = 256
+"""Side of the blocks of a part; parts begin on whole ones."""
+
+
+@dataclass(frozen=True)
+class Part:
+    """A window of a scene, in pixels from its corner."""
+
+    column: int
+    row: int
+    columns: int
+    rows: int
+
+    @property
+    def name(self) -> str:
+        return f"r{self.row:07d}c{self.column:07d}.tif"
+
+    @property
+    def window(self) -> tuple[int, int, int, int]:
+        return self.column, self.row, self.columns, self.rows
+
+    @property
+    def pixels(self) -> int:
+        return self.columns * self.rows
+
+
+NAME = re.compile(r"r\d{7}c\d{7}\.tif")
+
+
+def cut(rows: int, columns: int, size: tuple[int, int]) -> list[Part]:
+    """The parts of so many pixels, row after row; size is (columns, rows) of each but the last ones, multiples of `BLOCK`."""
+    across, down = size
+    for side in size:
+        if side < BLOCK or side % BLOCK:
+            raise ValueError(f"parts of {across} x {down} pixels do not end on blocks; give multiples of {BLOCK}")
+    return [Part(column, row, min(across, columns - column), min(down, rows - row))
+            for row in range(0, rows, down) for column in range(0, columns, across)]
+
+
+def pan_of(scene: str) -> str:
+    with open(scene, encoding="utf-8") as file:
+        return next(_inputs(json.load(file), os.path.dirname(scene)))
+
+
+def _inputs(description: Mapping[str, Any], folder: str) -> Iterator[str]:
+    inputs = description["inputs"]
+    for given in [inputs["pan"], *inputs["multispectral"], *([inputs["infrared"]] if "infrared" in inputs else [])]:
+        yield os.path.join(folder, given["path"]) if given["relative"] else given["path"]
+
+
+def fingerprint(scene: str, co: Sequence[str]) -> str:
+    """What the parts of a scene depend on: description, the time and size of its inputs, creation options, version.
+
+    The time of what is no file cannot be told; the description has a number of its content.
+    """
+    with open(scene, encoding="utf-8") as file:
+        description = json.load(file)
+    states: list[list[int] | None] = []
+    for name in _inputs(description, os.path.dirname(scene)):
+        try:
+            state = os.stat(name)
+            states.append([state.st_size, state.st_mtime_ns])
+        except OSError:
+            states.append(None)
+    text = json.dumps([pansharp.__version__, description, states, list(co)], sort_keys=True)
+    return hashlib.sha256(text.encode()).hexdigest()[:32]
+
+
+def failure(error: Exception) -> dict[str, Any]:
+    """What went wrong as plain data, and whether another try may help."""
+    kind = ("output" if isinstance(error, (pansharp.OutputError, OSError)) else "input" if isinstance(error, pansharp.InputError) else
+            "arguments" if isinstance(error, (pansharp.ArgumentError, TypeError, ValueError)) else "other")
+    items = [vars(item) for item in getattr(error, "items", ())]
+    return {"kind": kind, "text": str(error), "items": items, "again": kind != "arguments"}
+
+
+def _address() -> str | None:
+    try:
+        return str(distributed.get_worker().address)
+    except ValueError:  # it is none
+        return None
+
+
+def make(scene: str, part: Part, out: str, print_: str, co: Sequence[str], version: str) -> dict[str, Any]:
+    """Makes a part of a scene, which appears under its name when it is complete. What goes wrong is told, not raised."""
+    start, processor = time.time(), time.process_time()
+    report: dict[str, Any] = {}
+    error = None
+    with warnings.catch_warnings(record=True) as warned:
+        warnings.simplefilter("always", pansharp.PansharpWarning)
+        try:
+            if pansharp.__version__ != version:
+                raise pansharp.Error(f"this worker has pansharp {pansharp.__version__}, and the job is one of {version}; install that here")
+            with contextlib.ExitStack() as stack:
+                folder = stack.enter_context(tempfile.TemporaryDirectory()) if _store.is_remote(out) else out
+                file = os.path.join(folder, part.name)
+                report = pansharp.sharpen(scene, out=file, srcwin=part.window, mo={FINGERPRINT: print_}, co=list(co) or None, threads=1,
+                                          of="GTiff", overwrite=True)
+                if _store.is_remote(out):
+                    _store.upload(file, _store.join(out, part.name))
+        except Exception as caught:  # a worker goes on with the next part
+            error = failure(caught)
+    return {"seconds": time.time() - start, "processor_seconds": time.process_time() - processor, "start": start, "error": error,
+            "worker": _address(), "mask": report.get("no_data", {}).get("by") == "mask", "warnings": sorted({str(warning.message) for warning in warned})}

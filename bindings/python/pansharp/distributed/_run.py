@@ -1,0 +1,175 @@
+"""Tasks handed to Dask until each is done or has failed for good, whatever happens to workers and scheduler meanwhile."""
+
+from __future__ import annotations
+
+import concurrent.futures
+import queue
+import time
+from collections.abc import Callable, Hashable, Iterable
+from dataclasses import dataclass, field
+from typing import Any
+
+import distributed
+
+
+@dataclass(frozen=True)
+class Limits:
+    """How long a job tries."""
+
+    attempts: int = 3
+    """Times that a task may fail. One that fails to write goes to another worker."""
+    patience: float = 300.0
+    """Seconds to wait for a scheduler that has gone, or for the first worker where there is none."""
+
+
+@dataclass
+class Task:
+    """Something to be made, `call` on a worker, which tells failures as the key "error" of what it returns."""
+
+    key: Hashable
+    call: Callable[..., dict[str, Any]]
+    arguments: tuple[Any, ...]
+    attempts: int = 0
+    refused_by: set[str] = field(default_factory=set)
+    """Workers that could not write it."""
+
+
+QUARANTINE = "it ended the worker that it ran on, again and again, the last time alone"
+_IDLE = 1.0  # seconds after which workers and scheduler are looked at
+
+
+class Runner:
+    """One client, or the next one to the same scheduler when that has been away."""
+
+    def __init__(self, client: distributed.Client, limits: Limits) -> None:
+        self._client = client
+        self._limits = limits
+        self._own: distributed.Client | None = None
+
+    def close(self) -> None:
+        if self._own is not None:
+            self._own.close()
+
+    def run(self, tasks: Iterable[Task], done: Callable[[Task, dict[str, Any]], object],
+            retried: Callable[[Task, str], object]) -> None:
+        """Calls `done` once for each task with what it returned, or with {"error": …}, and `retried` for what is tried again."""
+        waiting, suspects = list(tasks), []
+        while waiting:
+            waiting, killed, is_lost = self._round(waiting, done, retried, self._most())
+            suspects += killed
+            if is_lost and not self._reach():
+                for task in waiting + suspects:
+                    done(task, _failed("lost", f"no scheduler with workers was reached for {self._limits.patience:.0f} s"))
+                return
+        # A worker takes with it what it has not begun. What ends one alone is to blame.
+        while suspects:
+            again, killed, is_lost = self._round(suspects[:1], done, retried, 1)
+            if is_lost and not self._reach():
+                again, killed = [], suspects[:1]
+            suspects[:1] = again
+            for task in killed:
+                done(task, _failed("quarantine", QUARANTINE))
+
+    def _most(self) -> int:
+        """Tasks that the scheduler has at a time: enough to keep workers busy."""
+        try:
+            return max(16, 3 * sum(self._client.nthreads().values()))
+        except (OSError, TypeError):
+            return 16
+
+    def _reach(self) -> bool:
+        """A client whose scheduler has workers; False when there is none for so long."""
+        end = time.monotonic() + self._limits.patience
+        address = self._client.scheduler.address if self._client.scheduler else None
+        while time.monotonic() < end:
+            if self._client.status == "running":
+                try:
+                    if self._client.nthreads():
+                        return True
+                except (OSError, TypeError):
+                    pass
+            elif self._client.status == "closed" and address:
+                try:
+                    self.close()
+                    self._own = self._client = distributed.Client(address, timeout="10s", set_as_default=False)
+                    continue
+                except OSError:
+                    pass
+            time.sleep(_IDLE / 2)
+        return False
+
+    def _round(self, tasks: list[Task], done: Callable[[Task, dict[str, Any]], object], retried: Callable[[Task, str], object],
+               most: int) -> tuple[list[Task], list[Task], bool]:
+        """Tries each task once: those to try again, those that ended their worker, and whether the scheduler has gone."""
+        ended: queue.Queue[tuple[Task, distributed.Future]] = queue.Queue()
+        again: list[Task] = []
+        killed: list[Task] = []
+        running: dict[Hashable, distributed.Future] = {}
+        left = iter(tasks)
+        idle_since = None
+        try:
+            for task in left:
+                self._submit(task, running, ended)
+                if len(running) >= most:
+                    break
+            while running:
+                try:
+                    task, future = ended.get(timeout=_IDLE)
+                except queue.Empty:
+                    idle_since = (idle_since or time.monotonic()) if self._has_gone() else None
+                    if idle_since is not None and time.monotonic() - idle_since > self._limits.patience:
+                        return again + [task for task in tasks if task.key in running] + list(left), killed, True
+                    continue
+                idle_since = None
+                del running[task.key]
+                if future.status == "cancelled":  # the scheduler has gone, and has taken all that was there
+                    return again + [task, *(task for task in tasks if task.key in running)] + list(left), killed, True
+                self._take(task, future, again, killed, done, retried)
+                for task in left:
+                    self._submit(task, running, ended)
+                    break
+        except (KeyboardInterrupt, SystemExit):
+            self._client.cancel(list(running.values()))
+            raise
+        return again, killed, False
+
+    def _has_gone(self) -> bool:
+        try:
+            return self._client.status != "running" or not self._client.nthreads()
+        except (OSError, TypeError):
+            return True
+
+    def _submit(self, task: Task, running: dict[Hashable, distributed.Future], ended: queue.Queue[Any]) -> None:
+        task.attempts += 1
+        others = [address for address in self._client.nthreads() if address not in task.refused_by] if task.refused_by else []
+        future = self._client.submit(task.call, *task.arguments, pure=False, key=f"pansharp-{task.key}-{time.monotonic_ns()}",
+                                     workers=others or None, allow_other_workers=bool(others))
+        running[task.key] = future
+        future.add_done_callback(lambda future: ended.put((task, future)))
+
+    def _take(self, task: Task, future: distributed.Future, again: list[Task], killed: list[Task],
+              done: Callable[[Task, dict[str, Any]], object], retried: Callable[[Task, str], object]) -> None:
+        try:
+            result: dict[str, Any] = future.result()
+        except distributed.scheduler.KilledWorker:
+            retried(task, "its worker ended; it is tried alone at the end")
+            killed.append(task)
+            return
+        except concurrent.futures.CancelledError:
+            task.attempts -= 1
+            again.append(task)
+            return
+        except Exception as raised:  # of Dask itself, or of what the task is sent by
+            result = _failed("other", f"{type(raised).__name__}: {raised}")
+        error = result["error"]
+        if error and error["kind"] == "output" and result.get("worker"):
+            task.refused_by.add(result["worker"])
+        if error and error["again"] and task.attempts < self._limits.attempts:
+            retried(task, error["text"])
+            again.append(task)
+        else:
+            done(task, result)
+
+
+def _failed(kind: str, text: str) -> dict[str, Any]:
+    return {"error": {"kind": kind, "text": text, "items": [], "again": kind == "other"}}

@@ -1,0 +1,196 @@
+"""One scene fused in parts."""
+
+from __future__ import annotations
+
+import json
+import os
+import time
+import warnings
+from collections.abc import Callable, Iterator, Mapping, Sequence
+from contextlib import contextmanager
+from dataclasses import dataclass, field
+from typing import Any
+
+import distributed
+import pansharp
+
+from . import _mosaic, _parts, _run, _store
+from ._parts import Part
+
+Tell = Callable[..., object]
+Files = Any
+
+
+@dataclass
+class Outcome:
+    """What became of a scene."""
+
+    scene: str
+    """The description that was fused."""
+    mosaic: str | None = None
+    """The VRT over all parts that are made; None where there is none."""
+    single: str | None = None
+    """The single file, where one was asked for."""
+    count: int = 0
+    """Parts that the scene has."""
+    made: int = 0
+    """Of them were made now; the others were there."""
+    failed: dict[str, dict[str, Any]] = field(default_factory=dict)
+    """By the name of the part: "kind" (input, output, arguments, quarantine, lost, other), "text", and "items" of the engine."""
+    seconds: float = 0.0
+    tasks: list[dict[str, Any]] = field(default_factory=list)
+    """Of each part that was made now: name, worker, and seconds of it."""
+
+    @property
+    def ok(self) -> bool:
+        return not self.failed and self.mosaic is not None
+
+
+def _listed(co: Mapping[str, Any] | Sequence[str] | None) -> list[str]:
+    if isinstance(co, Mapping):
+        return [f"{key}={'YES' if value is True else 'NO' if value is False else value}" for key, value in co.items()]
+    return list(co or ())
+
+
+def _described(pan: Files, ms: Files, out: str, options: dict[str, Any], tell: Tell) -> str:
+    """The description to fuse: the one that is given, or that of the pair, in OUT."""
+    if ms is None and os.fspath(pan).lower().endswith(".pansharp"):
+        if options:
+            raise TypeError(f"'{pan}' says already how the scene is fused; leave out {', '.join(options)}")
+        return os.path.abspath(pan)
+    if _store.is_remote(out):
+        raise ValueError(f"'{out}' holds no description; write one with pansharp.sharpen(…, out='scene.pansharp') where all workers see it")
+    scene = os.path.join(os.path.abspath(out), "scene.pansharp")
+    with _telling(tell):
+        pansharp.sharpen(pan, ms, scene, overwrite=True, **options)
+    return scene
+
+
+@contextmanager
+def _telling(tell: Tell) -> Iterator[None]:
+    """Warnings of the engine become events."""
+    with warnings.catch_warnings(record=True) as warned:
+        warnings.simplefilter("always", pansharp.PansharpWarning)
+        try:
+            yield
+        finally:
+            for warning in warned:
+                tell("warning", text=str(warning.message))
+
+
+def _size_of_parts(part: int | tuple[int, int] | None, columns: int, pan: str) -> tuple[int, int]:
+    """As asked for; else 4096 x 4096 pixels, or as many in whole rows where pan lies in rows."""
+    if part is not None:
+        return part if isinstance(part, tuple) else (part, part)
+    side = 4096
+    block = _mosaic.block_of(pan)
+    if block is None or block[0] <= side:
+        return side, side
+    across = -(-columns // _parts.BLOCK) * _parts.BLOCK
+    return across, max(side * side // across // _parts.BLOCK, 1) * _parts.BLOCK
+
+
+def sharpen(client: distributed.Client | Callable[[], distributed.Client], pan: Files, ms: Files = None, out: str | os.PathLike[str] = "", *,
+            part: int | tuple[int, int] | None = None, co: Mapping[str, Any] | Sequence[str] | None = None,
+            single: str | os.PathLike[str] | None = None, single_format: str = "GTiff", single_co: Mapping[str, Any] | Sequence[str] | None = None,
+            check: bool = True, limits: _run.Limits = _run.Limits(), tell: Tell = lambda event, **facts: None, **options: Any) -> Outcome:
+    """Fuses a scene in parts on the workers of a client: OUT/parts/*.tif, and OUT/mosaic.vrt over them, which has the bytes of one run.
+
+    What is there already from the same description, inputs, options and version is kept. What fails is named in the outcome, and the
+    rest is made.
+
+    client: or what makes one, called only if there is something to make. Its workers see the same files under the same names.
+    pan, ms: a .pansharp file alone; or a pair, which is fitted first and described in OUT/scene.pansharp, by `options` of `pansharp.sharpen`.
+    out: a folder, or, for a description, object storage by a name that GDAL writes to, such as /vsis3/bucket/scene.
+    part: pixels across and down a part, or (columns, rows), multiples of 256. None: 4096, or whole rows where pan lies in strips.
+    co: creation options of the parts, GeoTIFFs.
+    single: a file to copy the mosaic into, of `single_format`, GTiff or COG, with `single_co`.
+    check: compare all bytes of the inputs with what the description says before, and warn, as the command does.
+    tell: called with events, as `Seen` is.
+
+    Raises pansharp.Error for a scene that cannot be opened, ValueError and TypeError for wrong arguments.
+    """
+    start = time.monotonic()
+    out = os.fspath(out)
+    if not out:
+        raise TypeError("no folder is named; give out, where parts and mosaic go")
+    out = out if _store.is_remote(out) else os.path.abspath(out)
+    for folder in out, _store.join(out, "parts"):
+        _store.make_folder(folder)
+    scene = _described(pan, ms, out, options, tell)
+    options_of_parts = _listed(co)
+    with _telling(tell), pansharp.open(scene) as opened:
+        shape = opened.shape
+    size = _size_of_parts(part, shape[1], _parts.pan_of(scene))
+    parts = _parts.cut(*shape, size)
+    print_ = _parts.fingerprint(scene, options_of_parts)
+    outcome = Outcome(scene, count=len(parts))
+    folder = _store.join(out, "parts")
+    there = _store.listing(folder)
+    masks = {one: _mosaic.look(_store.join(folder, one.name), one.window, print_) if one.name in there else None for one in parts}
+    missing = [one for one in parts if masks[one] is None]
+    tell("start", scene=scene, count=len(parts), missing=len(missing), pixels=sum(one.pixels for one in missing), part=list(size))
+    if missing:
+        if check:
+            _compare(scene, tell)
+        _make(client, scene, folder, missing, (print_, options_of_parts), masks, limits, outcome, tell)
+    made = {one: mask for one, mask in masks.items() if mask is not None}
+    if made:
+        outcome.mosaic = _mosaic.vrt(out, shape, made, len(made) == len(parts))
+        _remove_others(folder, parts)
+    if single is not None and outcome.ok:
+        outcome.single = os.path.abspath(single)
+        _mosaic.single(str(outcome.mosaic), outcome.single, single_format, _listed(single_co), lambda done: tell("copied", done=done))
+    outcome.seconds = time.monotonic() - start
+    _store.write_text(_store.join(out, "report.json"), json.dumps(
+        {"ok": outcome.ok, "scene": scene, "version": pansharp.__version__, "columns": shape[1], "rows": shape[0], "parts": len(parts),
+         "made": outcome.made, "failed": outcome.failed, "seconds": outcome.seconds}, indent=1) + "\n")
+    return outcome
+
+
+def _compare(scene: str, tell: Tell) -> None:
+    """Warns of inputs that are not what they were. One that cannot be read says so part by part."""
+    try:
+        for text in pansharp.info(scene)["warnings"]:
+            tell("warning", text=text)
+    except pansharp.InputError as error:
+        tell("warning", text=str(error))
+
+
+def _make(client: Any, scene: str, folder: str, missing: list[Part], how: tuple[str, list[str]], masks: dict[Part, bool | None],
+          limits: _run.Limits, outcome: Outcome, tell: Tell) -> None:
+    print_, co = how
+
+    def done(task: _run.Task, result: dict[str, Any]) -> None:
+        part = task.key
+        assert isinstance(part, Part)
+        for text in result.get("warnings", ()):
+            tell("warning", text=text)
+        if result["error"]:
+            outcome.failed[part.name] = result["error"]
+            tell("failed", name=part.name, **result["error"])
+            return
+        masks[part] = result["mask"]
+        outcome.made += 1
+        facts = {key: result[key] for key in ("worker", "start", "seconds", "processor_seconds")}
+        outcome.tasks.append({"name": part.name, **facts})
+        tell("made", name=part.name, window=list(part.window), pixels=part.pixels, **facts)
+
+    def retried(task: _run.Task, text: str) -> None:
+        assert isinstance(task.key, Part)
+        tell("retried", name=task.key.name, text=text, attempt=task.attempts)
+
+    runner = _run.Runner(client if isinstance(client, distributed.Client) else client(), limits)
+    try:
+        runner.run([_run.Task(part, _parts.make, (scene, part, folder, print_, co, pansharp.__version__)) for part in missing], done, retried)
+    finally:
+        runner.close()
+
+
+def _remove_others(folder: str, parts: list[Part]) -> None:
+    """Parts of the scene as it was cut before: no mosaic has them any more."""
+    if _store.is_remote(folder):
+        return
+    for name in _store.listing(folder) - {part.name for part in parts}:
+        if _parts.NAME.fullmatch(name):
+            os.unlink(os.path.join(folder, name))

@@ -1,0 +1,85 @@
+"""What is seen of a job while it runs: a bar on a terminal, lines elsewhere, or events as lines of JSON."""
+
+from __future__ import annotations
+
+import json
+import sys
+import time
+from typing import Any, TextIO
+
+
+class Seen:
+    """Tells of a job of so many things to make, which have so many pixels in all. A callable that takes events."""
+
+    def __init__(self, stream: TextIO | None = None, as_json: bool = False, quiet: bool = False) -> None:
+        self._stream = stream or (sys.stdout if as_json else sys.stderr)
+        self._as_json, self._quiet = as_json, quiet
+        self._is_terminal = not as_json and not quiet and self._stream.isatty()
+        self._start = time.monotonic()
+        self._all = self._done = self._pixels = self._all_pixels = self._shown = 0
+        self._unit = "parts"
+        self._warned: set[str] = set()
+
+    def __call__(self, event: str, **facts: Any) -> None:
+        if self._as_json:
+            print(json.dumps({"event": event, **facts}), file=self._stream, flush=True)
+            return
+        if event == "start":
+            self._start = time.monotonic()
+            self._all, self._all_pixels, self._unit = facts["missing"], facts["pixels"], facts.get("unit", "parts")
+            self._say(f"{facts['missing']} of {facts['count']} {self._unit} to make")
+        elif event == "made":
+            self._done += 1
+            self._pixels += facts["pixels"]
+            self._show()
+        elif event in ("retried", "failed", "warning"):
+            self._warn(event, facts)
+        elif event == "end":
+            self._clear()
+            self._say(facts["text"])
+
+    def _warn(self, event: str, facts: dict[str, Any]) -> None:
+        text = facts["text"]
+        if event == "warning" and text in self._warned:
+            return
+        self._warned.add(text)
+        name = facts.get("name")
+        self._clear()
+        head = {"retried": "tried again: ", "failed": "failed: ", "warning": "warning: "}[event]
+        print(f"pansharp: {head}{name + ': ' if name else ''}{text}", file=self._stream, flush=True)
+
+    def rate(self) -> tuple[float, float]:
+        """Megapixels a second, and the seconds that are left."""
+        seconds = max(time.monotonic() - self._start, 1e-9)
+        speed = self._pixels / seconds
+        return speed / 1e6, (self._all_pixels - self._pixels) / speed if speed else 0.0
+
+    def _show(self) -> None:
+        tenth = 10 * self._done // max(self._all, 1)
+        if not self._is_terminal and tenth == self._shown:
+            return
+        self._shown = tenth
+        speed, left = self.rate()
+        share = self._done / max(self._all, 1)
+        text = f"{self._done} of {self._all} {self._unit}, {speed:.1f} megapixels/s, {_span(left)} left"
+        if self._is_terminal:
+            width = 24
+            filled = int(width * share)
+            print(f"\r[{'#' * filled}{'.' * (width - filled)}] {text}\x1b[K", end="", file=self._stream, flush=True)
+        else:
+            self._say(text)
+
+    def _clear(self) -> None:
+        if self._is_terminal:
+            print("\r\x1b[K", end="", file=self._stream, flush=True)
+
+    def _say(self, text: str) -> None:
+        if not self._quiet:
+            print(text, file=self._stream, flush=True)
+
+
+def _span(seconds: float) -> str:
+    if seconds < 90:
+        return f"{seconds:.0f} s"
+    minutes = round(seconds / 60)
+    return f"{minutes} min" if minutes < 90 else f"{minutes // 60} h {minutes % 60:02d} min"

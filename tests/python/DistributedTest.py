@@ -1,0 +1,157 @@
+"""Scenes fused by many processes. PANSHARP_COMMAND names the command that they have to equal."""
+
+import json
+import os
+import resource
+import signal
+import socket
+import subprocess
+import sys
+import time
+
+import pansharp
+import pytest
+from scenes import write_pair
+
+distributed = pytest.importorskip("distributed")
+gdal = pytest.importorskip("osgeo.gdal")
+import dask  # noqa: E402
+import pansharp.distributed as many  # noqa: E402
+from pansharp.distributed import _run  # noqa: E402
+
+gdal.UseExceptions()
+ROWS, COLUMNS, COUNT = 600, 800, 12  # parts of 256 x 256 pixels
+
+
+@pytest.fixture(scope="module")
+def client():
+    # As the command starts them.
+    with dask.config.set({"distributed.scheduler.allowed-failures": 1, "distributed.scheduler.worker-saturation": 1.0}), \
+            distributed.LocalCluster(n_workers=2, threads_per_worker=1, host="127.0.0.1", dashboard_address="127.0.0.1:0",
+                                     worker_dashboard_address="127.0.0.1:0", silence_logs="CRITICAL") as cluster, distributed.Client(cluster) as client:
+        yield client
+
+
+@pytest.fixture
+def scene(tmp_path, monkeypatch):
+    """A scene with a collar of zeros in its upper left corner, described, in the folder that the test runs in."""
+    def blacken(pan, _):
+        pan[:100, :300] = 0
+    monkeypatch.chdir(tmp_path)
+    write_pair(tmp_path, change=blacken, options=["-co", "TILED=YES"], rows=ROWS, columns=COLUMNS)
+    pansharp.sharpen("pan.tif", "ms.tif", "scene.pansharp")
+    return "scene.pansharp"
+
+
+def facts(file):
+    """All that an image is, as values that can be compared."""
+    image = gdal.Open(file)
+    bands = [image.GetRasterBand(band + 1) for band in range(image.RasterCount)]
+    return (image.GetGeoTransform(), image.GetProjection(), image.GetMetadata(), image.ReadAsArray().tobytes(),
+            [(band.GetDescription(), band.GetColorInterpretation(), band.GetNoDataValue(), band.GetMaskFlags(), band.GetMetadata(),
+              band.GetMaskBand().ReadAsArray().tobytes()) for band in bands])
+
+
+@pytest.mark.parametrize("options", [{}, {"nodata": 0}, {"alpha": True, "method": "KOVA"}])
+def test_the_mosaic_is_what_one_run_writes_and_what_is_there_is_kept(scene, client, options):
+    pansharp.sharpen("pan.tif", "ms.tif", "whole.tif", **options)
+
+    def run(**more):
+        outcome = many.sharpen(client, "pan.tif", "ms.tif", "job", part=256, **options, **more)
+        assert outcome.ok and outcome.count == COUNT
+        return outcome.made
+    assert run(single="single.tif") == COUNT
+    assert facts("job/mosaic.vrt") == facts("single.tif") == facts("whole.tif")
+    assert run() == 0
+    if options:
+        return
+    os.truncate("job/parts/r0000256c0000256.tif", 3000)
+    os.unlink("job/parts/r0000512c0000768.tif")
+    assert run() == 2 and facts("job/mosaic.vrt") == facts("whole.tif")
+    assert run(co={"COMPRESS": "DEFLATE"}) == COUNT
+    os.utime("ms.tif")
+    assert run(co=["COMPRESS=DEFLATE"]) == COUNT and facts("job/mosaic.vrt") == facts("whole.tif")
+
+
+def test_what_can_be_made_is_made_and_the_rest_is_named(scene, client):
+    pansharp.sharpen(scene, out="whole.tif")
+    os.truncate("pan.tif", os.path.getsize("pan.tif") - 2 * 256 * 256 * 2)  # the last two tiles
+    events = []
+    outcome = many.sharpen(client, scene, out="job", part=256, limits=many.Limits(attempts=2), tell=lambda *event, **_: events.append(event[0]))
+    lost = set(outcome.failed)
+    near = {part for part in many.cut(ROWS, COLUMNS, (256, 256)) if part.row > 0 and part.column > 0}  # so far detail is looked for
+    assert lost == {part.name for part in near} and not outcome.ok
+    assert {failure["kind"] for failure in outcome.failed.values()} == {"input"} and events.count("retried") == len(lost)
+    assert len(os.listdir("job/parts")) == COUNT - len(lost)
+    whole, mosaic = gdal.Open("whole.tif"), gdal.Open("job/mosaic.vrt")
+    assert (mosaic.ReadAsArray(0, 0, COLUMNS, 256) == whole.ReadAsArray(0, 0, COLUMNS, 256)).all()
+    mask = mosaic.GetRasterBand(1).GetMaskBand().ReadAsArray()
+    assert not mask[256:, 256:].any() and mask[256:, :256].all() and not mask[:100, :300].any()
+
+
+def limit_files(most):
+    signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+    resource.setrlimit(resource.RLIMIT_FSIZE, (most, resource.getrlimit(resource.RLIMIT_FSIZE)[1]))
+
+
+def test_a_worker_that_cannot_write_leaves_its_parts_to_another(scene, client):
+    full = list(client.scheduler_info()["workers"])[0]
+    client.run(limit_files, 100_000, workers=[full])
+    outcome = many.sharpen(client, scene, out="job", part=256)
+    client.run(limit_files, resource.RLIM_INFINITY, workers=[full])
+    assert outcome.ok and full not in {task["worker"] for task in outcome.tasks}
+
+
+def work(how, note):
+    times = len(os.listdir(note))
+    open(os.path.join(note, str(times)), "w").close()
+    if how == "kills" or (how == "kills once" and not times):
+        os.kill(os.getpid(), signal.SIGKILL)
+    fails = how == "fails" or (how == "fails once" and not times)
+    return {"error": {"kind": "input", "text": how, "items": [], "again": True} if fails else None}
+
+
+def test_a_task_that_ends_its_worker_again_and_again_is_named_and_ends_nothing_else(client, tmp_path):
+    hows = ["kills", "kills once", "fails", "fails once", *(["works"] * 20)]
+    tasks = []
+    for number, how in enumerate(hows):
+        (tmp_path / str(number)).mkdir()
+        tasks.append(_run.Task(number, work, (how, str(tmp_path / str(number)))))
+    ended = {}
+    _run.Runner(client, many.Limits()).run(tasks, lambda task, result: ended.setdefault(task.key, result["error"]), lambda *_: None)
+    kinds = [error and error["kind"] for _, error in sorted(ended.items())]
+    assert kinds == ["quarantine", None, "input", None, *([None] * 20)] and tasks[2].attempts == 3
+
+
+def test_the_command_outlives_its_scheduler(scene, tmp_path):
+    with socket.socket() as free:
+        free.bind(("127.0.0.1", 0))
+        port = free.getsockname()[1]
+    address = f"tcp://127.0.0.1:{port}"
+    scheduler = ["dask", "scheduler", "--host", "127.0.0.1", "--port", str(port), "--dashboard-address", "127.0.0.1:0"]
+    worker = ["dask", "worker", address, "--host", "127.0.0.1", "--nthreads", "1", "--dashboard-address", "127.0.0.1:0"]
+    running = []
+
+    def begin(*commands):
+        for command in commands:
+            running.append(subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL))
+        return running[-1]
+    try:
+        first = begin(scheduler)
+        command = [sys.executable, "-m", "pansharp.distributed", "sharpen", scene, "job", "--part", "256", "--json"]
+        job = subprocess.Popen([*command, "--scheduler", address], stdout=subprocess.PIPE, text=True)
+        running.append(job)
+        assert json.loads(job.stdout.readline())["missing"] == COUNT
+        time.sleep(1)  # by now it waits for workers
+        first.kill()
+        first.wait()
+        begin(scheduler, worker, worker)
+        events = [json.loads(line) for line in job.stdout]
+        assert job.wait() == 0 and events[-1]["made"] == COUNT and len({event.get("worker") for event in events} - {None}) == 2
+    finally:
+        for process in running:
+            process.terminate()
+        for process in running:
+            process.wait()
+    pansharp.sharpen(scene, out="whole.tif")
+    assert facts("job/mosaic.vrt") == facts("whole.tif")
