@@ -1,8 +1,8 @@
 #include "cli/CompletionText.h"
 
 #include "cli/OptionTable.h"
+#include "cli/OptionValues.h"
 
-#include <algorithm>
 #include <vector>
 
 namespace cli {
@@ -11,37 +11,6 @@ namespace {
 
 constexpr const char* completionOrigin =
     "# Completion of the command pansharp. Made from its table of options.\n";
-
-std::vector<std::string> Split(std::string_view text, char separator) {
-    std::vector<std::string> parts(1);
-    for (const char c : text)
-        if (c == separator)
-            parts.emplace_back();
-        else
-            parts.back() += c;
-    return parts;
-}
-
-/// The words that may be the value as they stand: the methods, those of the table and, of "W1,W2,...|equal",
-/// "equal".
-std::string Choices(const OptionEntry& option, const std::string& methods) {
-    std::string words(option.value == "METHOD" ? methods : option.choices);
-    for (const std::string& part : Split(option.value, '|'))
-        if (!part.empty() &&
-            std::all_of(part.begin(), part.end(), [](char c) { return c >= 'a' && c <= 'z'; }))
-            words += (words.empty() ? "" : " ") + part;
-    return words;
-}
-
-/// What the value is completed with when it has no choices.
-enum class Kind { Nothing, Files, Folders };
-
-Kind KindOf(const OptionEntry& option) {
-    if (option.value == "FOLDER") return Kind::Folders;
-    for (const std::string_view file : {"FILE", "OUT", "TRUTH", "PAN", "MS", "RUN.json"})
-        if (option.value == file || (file == "FILE" && option.value.starts_with(file))) return Kind::Files;
-    return Kind::Nothing;
-}
 
 std::string Join(const std::vector<std::string>& words, const char* separator) {
     std::string text;
@@ -53,7 +22,7 @@ std::string Join(const std::vector<std::string>& words, const char* separator) {
 std::string OptionWords(const CommandEntry& command) {
     std::vector<std::string> words;
     for (const OptionEntry& option : command.options)
-        for (const std::string& name : Split(option.names, ','))
+        for (const std::string& name : SplitText(option.names, ','))
             words.push_back(name);
     return Join(words, " ");
 }
@@ -71,15 +40,15 @@ std::string BashValues(const CommandEntry& command, const std::string& methods) 
     for (const OptionEntry& option : command.options) {
         if (option.IsFlag()) continue;
         std::vector<std::string> patterns;
-        for (const std::string& name : Split(option.names, ','))
+        for (const std::string& name : SplitText(option.names, ','))
             patterns.push_back("'" + std::string(command.name) + " " + name + "'");
-        const std::string choices = Choices(option, methods);
-        const Kind kind = KindOf(option);
+        const std::string choices = Join(ChoicesOf(option, methods), " ");
+        const ValueKind kind = KindOf(option);
         lines += "        " + Join(patterns, " | ") + ") " +
-                 (!choices.empty()        ? "words='" + choices + "'"
-                  : kind == Kind::Files   ? "action=file"
-                  : kind == Kind::Folders ? "action=directory"
-                                          : "action=none") +
+                 (!choices.empty()            ? "words='" + choices + "'"
+                  : kind == ValueKind::File   ? "action=file"
+                  : kind == ValueKind::Folder ? "action=directory"
+                                              : "action=none") +
                  " ;;\n";
     }
     return lines;
@@ -107,7 +76,7 @@ std::string Brief(std::string_view help) {
 
 /// One argument of _arguments.
 std::string ZshOption(const OptionEntry& option, const std::string& methods) {
-    const std::vector<std::string> names = Split(option.names, ',');
+    const std::vector<std::string> names = SplitText(option.names, ',');
     const bool one = option.CountValues() == 1;
     std::vector<std::string> forms;
     forms.reserve(names.size());
@@ -117,13 +86,13 @@ std::string ZshOption(const OptionEntry& option, const std::string& methods) {
     text += forms.size() > 1 ? "{" + Join(forms, ",") + "}" : forms.front();
     text += "'[" + ZshText(Brief(option.help)) + "]";
     if (!option.IsFlag()) {
-        const std::string choices = Choices(option, methods);
-        const Kind kind = KindOf(option);
-        const std::string action = !choices.empty()        ? "(" + ZshText(choices) + ")"
-                                   : kind == Kind::Files   ? "_files"
-                                   : kind == Kind::Folders ? "_files -/"
-                                                           : " ";
-        for (const std::string& value : Split(option.value, ' '))
+        const std::string choices = Join(ChoicesOf(option, methods), " ");
+        const ValueKind kind = KindOf(option);
+        const std::string action = !choices.empty()            ? "(" + ZshText(choices) + ")"
+                                   : kind == ValueKind::File   ? "_files"
+                                   : kind == ValueKind::Folder ? "_files -/"
+                                                               : " ";
+        for (const std::string& value : SplitText(option.value, ' '))
             text += ":" + ZshText(value) + ":" + action;
     }
     return text + "'";

@@ -7,6 +7,7 @@
 #include "cli/HelpText.h"
 #include "cli/InfoCommand.h"
 #include "cli/MethodsCommand.h"
+#include "cli/OptionsJson.h"
 #include "cli/ProductInput.h"
 #include "cli/RunJson.h"
 #include "cli/SharpenCommand.h"
@@ -38,6 +39,7 @@ ExitCode Run(const CommandLine& line) {
         return Done;
     }
     if (line.Has(option::version)) return RunVersion(ReadArguments(line));
+    if (line.Has(option::optionsJson)) return PrintOptions(ReadArguments(line));
     ForceVectorTarget(line);
     if (command.name == "sharpen") return RunSharpen(TakeArguments(line));
     if (command.name == "batch") return RunBatch(ReadArguments(line));

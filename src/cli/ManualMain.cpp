@@ -1,8 +1,7 @@
 #include "cli/CompletionText.h"
 #include "cli/ManualText.h"
 #include "cli/OptionTable.h"
-#include "fundament/Text.h"
-#include "hostkit/MethodTable.h"
+#include "cli/OptionValues.h"
 #include "hostkit/PluginLibrary.h"
 
 #include <filesystem>
@@ -22,10 +21,7 @@ std::string ListMethods(const char* file) {
         std::cerr << status.ToText() << "\n";
         return {};
     }
-    std::string methods;
-    for (const PansharpMethod& method : hostkit::MethodsOf(plugin->GetDescription()))
-        methods += (methods.empty() ? "" : " ") + KOVA::Tessara::Fundament::ToLower(method.keyword);
-    return methods;
+    return cli::MethodWords(plugin->GetDescription());
 }
 
 /// Writes the manual into a folder that exists: the page for man(1), command.md and commands/NAME.md.

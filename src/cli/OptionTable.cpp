@@ -197,6 +197,7 @@ constexpr OptionEntry jsonOfVersionOption = {
 constexpr OptionEntry programOptions[] = {
     option::version,
     jsonOfVersionOption,
+    option::optionsJson,
     option::help,
 };
 

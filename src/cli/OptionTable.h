@@ -63,7 +63,7 @@ namespace option {
 extern const OptionEntry method, weights, weightsFrom, infrared, infraredWeight, transfer, gains;
 extern const OptionEntry projwin, bbox, bitDepth, noData;
 extern const OptionEntry reference, pan, ms;
-extern const OptionEntry simd, version, help;
+extern const OptionEntry simd, version, optionsJson, help;
 } // namespace option
 
 /// True for an option that a description of the scene leaves no room for.

@@ -83,6 +83,9 @@ constexpr OptionEntry simd = {{"--simd", "TARGET", "the best, or what PANSHARP_S
 constexpr OptionEntry version = {{"--version", "", "", helpHeading,
                                   "print the versions of the program and the plug-in, and the vector "
                                   "instructions in use; 'pansharp version' does the same"}};
+constexpr OptionEntry optionsJson = {
+    {"--options-json", "", "", helpHeading,
+     "print every command with its options as one JSON object, for programs that offer them"}};
 constexpr OptionEntry help = {{"-h,--help", "", "", helpHeading, "print this help"}};
 
 } // namespace option

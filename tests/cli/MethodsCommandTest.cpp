@@ -9,6 +9,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <sstream>
 
 using testing::AllOf;
@@ -80,6 +81,20 @@ TEST(MethodsCommand, VersionAndHelpAsOtherProgramsHaveThem) {
     EXPECT_EQ(versions.at("plugin").at("version"), AskPlugin().version);
     for (const child::Arguments asked : {"", "sharpen", "info"})
         EXPECT_EQ(child::RunWell(folder, "help" + asked).out, child::RunWell(folder, asked + "--help").out);
+}
+
+/// A form can be made of it: what the value is, the words to choose from, and the methods of the plug-in.
+TEST(MethodsCommand, OptionsAsJson) {
+    const child::Folder folder;
+    const auto object = nlohmann::json::parse(child::RunWell(folder, {"--options-json"}).out);
+    std::map<std::string, std::string> options;
+    for (const auto& option : object.at("commands").at(0).at("options"))
+        options[option.at("name")] = std::string(option.at("type")) + option.at("choices").dump();
+    EXPECT_THAT(options.at("--method"), AllOf(testing::StartsWith("choice["), HasSubstr("\"injection\"")));
+    EXPECT_EQ(options.at("--resampling"), R"(choice["bilinear","cubic"])");
+    EXPECT_EQ(options.at("--weights"), R"(text["equal","auto"])");
+    EXPECT_EQ(options.at("--bit-depth") + options.at("--alpha"), "integer[]flag[]");
+    EXPECT_EQ(options.at("--preview") + options.at("--infrared"), "file[]file[]");
 }
 
 /// The environment names another file: one that is missing, one that is no library.
