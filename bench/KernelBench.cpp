@@ -5,7 +5,7 @@
 #include "kernels/BilinearRow.h"
 #include "kernels/BlendRow.h"
 #include "kernels/ConvertRow.h"
-#include "kernels/CubicRow.h"
+#include "kernels/CubicResampler.h"
 #include "kernels/InjectionRow.h"
 #include "kernels/Simd.h"
 #include "kernels/Store.h"
@@ -13,12 +13,15 @@
 
 #include <benchmark/benchmark.h>
 
+#include <array>
 #include <cstdio>
 #include <cstring>
 #include <functional>
 #include <map>
+#include <memory>
 #include <random>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -52,7 +55,6 @@ struct Rows {
         for (std::size_t i = 0; i < ms.size(); ++i) {
             upper.push_back(ms[i]);
             lower.push_back(other[i]);
-            across.push_back(ms[i] << cubicStepBits);
         }
         for (std::uint32_t b = 0; b < bands; ++b)
             weights.push_back(0.1 + 0.173 * b / bands);
@@ -66,7 +68,6 @@ struct Rows {
     }
     std::vector<T> ms, other, pan, out;
     std::vector<WholeOf<T>> upper, lower; ///< spread source rows
-    std::vector<std::int32_t> across;     ///< the same for cubic sampling
     std::vector<double> weights;
     InjectionGains gains;
     bench::Tables tables;
@@ -133,6 +134,50 @@ OtherKernel<T> WithOneMore(const PXL::Method& method, std::uint32_t bands) {
             }};
 }
 
+/// Rows of four bands between four of a source that is so many times coarser.
+template <class T>
+class CubicRun {
+public:
+    explicit CubicRun(std::int64_t finer) : ratio(finer) {
+        const GridAxis axis = MakeGridAxis(1.0 / static_cast<double>(ratio), 0.0);
+        for (std::size_t i = 0; i < rowPixels; ++i)
+            columns.push_back(PanToMultispectral(axis, static_cast<std::int64_t>(i)));
+        down = MakeCubicTap(columns.front(), 4);
+    }
+
+    void operator()(SimdTarget target, Rows<T>& rows) {
+        const std::array source{std::as_const(rows.ms).data(), std::as_const(rows.other).data(),
+                                std::as_const(rows.ms).data(), std::as_const(rows.other).data()};
+        if (target == 0) return Define(source, rows.out.data());
+        auto& resampler = resamplers[target];
+        if (!resampler) resampler = MakeCubicResampler<T>(columns, rowPixels, bands, ratio % 2 == 0, target);
+        resampler->Make(source, down, rows.out.data());
+    }
+
+private:
+    void Define(const std::array<const T*, 4>& source, T* out) {
+        std::vector<CubicTap> taps;
+        for (const GridPosition& column : columns) {
+            taps.push_back(MakeCubicTap(column, rowPixels));
+            for (std::uint32_t& at : taps.back().at)
+                at *= bands;
+        }
+        std::array<std::vector<double>, 4> across;
+        for (std::size_t i = 0; i < across.size(); ++i) {
+            across[i].resize(rowPixels * bands);
+            CubicAcross(source[i], taps.data(), rowPixels, bands, across[i].data());
+        }
+        CubicDown({across[0].data(), across[1].data(), across[2].data(), across[3].data()}, down.weights,
+                  rowPixels * bands, out);
+    }
+
+    static constexpr std::uint32_t bands = 4;
+    std::int64_t ratio;
+    std::vector<GridPosition> columns;
+    CubicTap down;
+    std::map<SimdTarget, std::shared_ptr<CubicResampler<T>>> resamplers;
+};
+
 template <class T>
 std::vector<OtherKernel<T>> OtherKernels() {
     std::vector<OtherKernel<T>> all;
@@ -179,12 +224,8 @@ std::vector<OtherKernel<T>> OtherKernels() {
         DownRowWholeFor<T>(target)(rows.upper.data(), rows.lower.data(), 3, 8, 1, rows.upper.size(),
                                    rows.out.data());
     });
-    add("cubic sampling down", 4, [](SimdTarget target, Rows<T>& rows) {
-        const std::int32_t* row = rows.across.data();
-        const auto weights = CubicWeights<std::int32_t>(MakeCubicTap({0, 0.375}, 4));
-        CubicDownRowFor<T, std::int32_t>(target)({row, row, row, row}, weights, rows.across.size(),
-                                                 rows.out.data());
-    });
+    add("cubic sampling, ratio 3", 4, CubicRun<T>(3));
+    add("cubic sampling, ratio 4", 4, CubicRun<T>(4));
     return all;
 }
 

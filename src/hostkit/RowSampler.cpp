@@ -1,7 +1,7 @@
 #include "hostkit/RowSampler.h"
 
 #include "kernels/BilinearRow.h"
-#include "kernels/CubicRow.h"
+#include "kernels/CubicResampler.h"
 
 #include <algorithm>
 #include <array>
@@ -141,46 +141,54 @@ private:
     AcrossRows<Whole, 2> across;
 };
 
-/// V is double, or std::int32_t for taps whose weights are whole numbers of steps.
-template <class T, class V>
+/// As it is defined.
+template <class T>
 class CubicSampler final : public RowSampler {
 public:
-    CubicSampler(std::uint32_t bandCount, const std::vector<CubicTap>& columns, std::vector<CubicTap> rows)
-        : bands(bandCount), rowTaps(std::move(rows)), samples(columns.size() * bandCount),
-          across(samples + kernels::cubicGroup) {
-        firstOffset = columns.empty() ? 0 : columns.front().at.front();
-        std::uint32_t lastOffset = firstOffset;
-        for (const CubicTap& tap : columns) {
-            lastOffset = std::max(lastOffset, tap.at.back());
-            columnTaps.push_back({tap.at, kernels::CubicWeights<V>(tap)});
-            for (std::uint32_t& at : columnTaps.back().at)
-                at = (at - firstOffset) / bands * kernels::CubicPixel(bands);
-        }
-        spread.resize(std::size_t{(lastOffset - firstOffset) / bands + 1} * kernels::CubicPixel(bands));
-    }
+    CubicSampler(std::uint32_t bandCount, std::vector<CubicTap> columns, std::vector<CubicTap> rows)
+        : bands(bandCount), columnTaps(std::move(columns)), rowTaps(std::move(rows)),
+          samples(columnTaps.size() * bandCount), across(samples) {}
 
     void Sample(std::uint32_t row, const SampleBlock& source, void* out) override {
         const CubicTap& tap = rowTaps[row];
-        std::array<const V*, 4> rows{};
+        std::array<const double*, 4> rows{};
         for (std::size_t i = 0; i < rows.size(); ++i)
-            rows[i] = across.Get(tap.at[i], tap.at, [&](V* values) {
-                kernels::SpreadCubic(RowOf<T>(source, tap.at[i]) + firstOffset,
-                                     spread.size() / kernels::CubicPixel(bands), bands, spread.data());
-                acrossRow(spread.data(), columnTaps.data(), columnTaps.size(), bands, values);
+            rows[i] = across.Get(tap.at[i], tap.at, [&](double* values) {
+                kernels::CubicAcross(RowOf<T>(source, tap.at[i]), columnTaps.data(), columnTaps.size(), bands,
+                                     values);
             });
-        down(rows, kernels::CubicWeights<V>(tap), samples, static_cast<T*>(out));
+        kernels::CubicDown(rows, tap.weights, samples, static_cast<T*>(out));
     }
 
 private:
     std::uint32_t bands;
-    std::vector<kernels::SpreadCubicTap<V>> columnTaps;
+    std::vector<CubicTap> columnTaps;
     std::vector<CubicTap> rowTaps;
     std::size_t samples;
-    std::uint32_t firstOffset = 0; ///< of the first source sample needed, in a row of the block
-    std::vector<V> spread;
-    kernels::CubicAcrossRow<V> acrossRow = kernels::CubicAcrossRowFor<V>(Target());
-    kernels::CubicDownRow<T, V> down = kernels::CubicDownRowFor<T, V>(Target());
-    AcrossRows<V, 4> across;
+    AcrossRows<double, 4> across;
+};
+
+/// The same in vectors.
+template <class T>
+class CubicVectorSampler final : public RowSampler {
+public:
+    /// `offset` is that of the first sample that the resampler reads, in a row of the block.
+    CubicVectorSampler(std::unique_ptr<kernels::CubicResampler<T>> made, std::uint32_t offset,
+                       std::vector<CubicTap> rows)
+        : resampler(std::move(made)), firstOffset(offset), rowTaps(std::move(rows)) {}
+
+    void Sample(std::uint32_t row, const SampleBlock& source, void* out) override {
+        const CubicTap& tap = rowTaps[row];
+        std::array<const T*, 4> rows{};
+        for (std::size_t i = 0; i < rows.size(); ++i)
+            rows[i] = RowOf<T>(source, tap.at[i]) + firstOffset;
+        resampler->Make(rows, tap, static_cast<T*>(out));
+    }
+
+private:
+    std::unique_ptr<kernels::CubicResampler<T>> resampler;
+    std::uint32_t firstOffset;
+    std::vector<CubicTap> rowTaps;
 };
 
 /// The offset of a source column in a row of the block, in samples.
@@ -207,16 +215,21 @@ std::unique_ptr<RowSampler> MakeBilinear(const SamplerShape& shape) {
 template <class T>
 std::unique_ptr<RowSampler> MakeCubic(const SamplerShape& shape) {
     std::vector<CubicTap> columns, rows;
-    for (const kernels::GridPosition& position : shape.columns) {
+    for (const kernels::GridPosition& position : shape.columns)
         columns.push_back(kernels::MakeCubicTap(position, shape.sourceColumns));
-        for (std::uint32_t& at : columns.back().at)
-            at = OffsetOf(shape, at);
-    }
     for (const kernels::GridPosition& position : shape.rows)
         rows.push_back(kernels::MakeCubicTap(position, shape.sourceRows));
-    if (kernels::HasWholeSteps(columns) && kernels::HasWholeSteps(rows))
-        return std::make_unique<CubicSampler<T, std::int32_t>>(shape.bands, columns, std::move(rows));
-    return std::make_unique<CubicSampler<T, double>>(shape.bands, columns, std::move(rows));
+    const bool isExact = kernels::HasWholeSteps(columns) && kernels::HasWholeSteps(rows);
+    auto resampler =
+        kernels::MakeCubicResampler<T>(shape.columns, shape.sourceColumns, shape.bands, isExact, Target());
+    if (resampler) {
+        const std::uint32_t offset = OffsetOf(shape, resampler->GetFirstPixel());
+        return std::make_unique<CubicVectorSampler<T>>(std::move(resampler), offset, std::move(rows));
+    }
+    for (CubicTap& tap : columns)
+        for (std::uint32_t& at : tap.at)
+            at = OffsetOf(shape, at);
+    return std::make_unique<CubicSampler<T>>(shape.bands, std::move(columns), std::move(rows));
 }
 
 } // namespace

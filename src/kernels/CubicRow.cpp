@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
+#include <tuple>
 #include <type_traits>
 
 namespace kernels {
@@ -29,24 +31,15 @@ void CubicAcross(const T* source, const CubicTap* taps, std::size_t pixels, std:
     }
 }
 
-template <class T, class V>
-void CubicDown(const std::array<const V*, 4>& rows, const std::array<V, 4>& weights, std::size_t samples,
-               T* out) {
+template <class T>
+void CubicDown(const std::array<const double*, 4>& rows, const std::array<double, 4>& weights,
+               std::size_t samples, T* out) {
     const auto [a, b, c, d] = rows;
-    constexpr auto largest = std::numeric_limits<T>::max();
+    constexpr double largest = std::numeric_limits<T>::max();
     for (std::size_t i = 0; i < samples; ++i) {
-        if constexpr (std::is_same_v<V, double>) {
-            const double sum = a[i] * weights[0] + b[i] * weights[1] + c[i] * weights[2] + d[i] * weights[3];
-            const double rounded = std::min(std::max(sum + 0.5, 0.0), double{largest});
-            out[i] = static_cast<T>(static_cast<std::int32_t>(rounded)); // not negative: truncation is floor
-        } else {
-            const auto product = [i](const V* row, V weight) { return std::int64_t{row[i]} * weight; };
-            const std::int64_t sum = product(a, weights[0]) + product(b, weights[1]) +
-                                     product(c, weights[2]) + product(d, weights[3]);
-            constexpr int bits = 2 * cubicStepBits;
-            const std::int64_t rounded = (sum + (std::int64_t{1} << (bits - 1))) >> bits;
-            out[i] = static_cast<T>(std::clamp<std::int64_t>(rounded, 0, largest));
-        }
+        const double sum = a[i] * weights[0] + b[i] * weights[1] + c[i] * weights[2] + d[i] * weights[3];
+        const double rounded = std::min(std::max(sum + 0.5, 0.0), largest);
+        out[i] = static_cast<T>(static_cast<std::int32_t>(rounded)); // not negative: truncation is floor
     }
 }
 
@@ -60,55 +53,121 @@ bool HasWholeSteps(std::span<const CubicTap> taps) {
 
 template <class V>
 std::array<V, 4> CubicWeights(const CubicTap& tap) {
-    constexpr double steps = std::is_same_v<V, double> ? 1.0 : 1 << cubicStepBits;
+    constexpr double steps = std::is_same_v<V, std::int32_t> ? 1 << cubicStepBits : 1;
     std::array<V, 4> weights{};
     std::transform(tap.weights.begin(), tap.weights.end(), weights.begin(),
                    [](double weight) { return static_cast<V>(weight * steps); });
     return weights;
 }
 
-template <class T, class V>
-void SpreadCubic(const T* source, std::size_t pixels, std::uint32_t bands, V* out) {
-    const std::size_t pixel = CubicPixel(bands);
-    if (bands == pixel) {
-        std::copy_n(source, pixels * bands, out);
-        return;
+namespace {
+
+/// After so many columns their fractions repeat, and their pixels have moved on by so many.
+struct CubicPeriod {
+    std::size_t columns = 0; ///< 0 where nothing repeats
+    std::int64_t pixels = 0;
+};
+
+CubicPeriod FindPeriod(std::span<const GridPosition> columns) {
+    constexpr std::size_t longest = 64;
+    for (std::size_t period = 1; period <= longest && period < columns.size(); ++period) {
+        const std::int64_t pixels = columns[period].index - columns[0].index;
+        const auto repeats = [&](const GridPosition& later, const GridPosition& earlier) {
+            return later.fraction == earlier.fraction && later.index - earlier.index == pixels;
+        };
+        if (std::equal(columns.begin() + static_cast<std::ptrdiff_t>(period), columns.end(), columns.begin(),
+                       columns.end() - static_cast<std::ptrdiff_t>(period), repeats))
+            return {period, pixels};
     }
-    for (std::size_t p = 0; p < pixels; ++p)
-        std::fill_n(std::copy_n(source + p * bands, bands, out + p * pixel), pixel - bands, V{0});
+    return {};
 }
 
+/// Adds the pattern of the vector that begins at sample `first`; sets where its source begins.
 template <class V>
-void CubicAcrossRowScalar(const V* source, const SpreadCubicTap<V>* taps, std::size_t pixels,
-                          std::uint32_t bands, V* out) {
-    for (std::size_t p = 0; p < pixels; ++p) {
-        const auto& [at, w] = taps[p];
-        for (std::uint32_t band = 0; band < bands; ++band)
-            *out++ = source[at[0] + band] * w[0] + source[at[1] + band] * w[1] + source[at[2] + band] * w[2] +
-                     source[at[3] + band] * w[3];
+bool AddPattern(std::span<const GridPosition> columns, std::size_t first, CubicPlan<V>& plan,
+                std::uint32_t& source) {
+    const std::size_t lanes = std::min<std::size_t>(plan.lanes, columns.size() * plan.bands - first);
+    std::vector<std::int64_t> at(lanes);
+    const std::size_t lookup = plan.lookups.size(), weight = plan.weights.size();
+    plan.lookups.resize(lookup + plan.lanes);
+    plan.weights.resize(weight + plan.lanes * std::tuple_size_v<decltype(CubicTap::at)>);
+    for (std::size_t lane = 0; lane < lanes; ++lane) {
+        const GridPosition& column = columns[(first + lane) / plan.bands];
+        at[lane] = (column.index - columns[0].index) * plan.bands +
+                   static_cast<std::int64_t>((first + lane) % plan.bands);
+        const auto weights = CubicWeights<V>(MakeCubicTap(column, 1));
+        for (std::size_t i = 0; i < weights.size(); ++i)
+            plan.weights[weight + i * plan.lanes + lane] = weights[i];
     }
+    const auto [least, most] = std::minmax_element(at.begin(), at.end());
+    if (*least < 0 || *most - *least >= plan.lanes) return false;
+    source = static_cast<std::uint32_t>(*least);
+    for (std::size_t lane = 0; lane < lanes; ++lane)
+        plan.lookups[lookup + lane] = static_cast<typename CubicPlan<V>::Lane>(at[lane] - *least);
+    return true;
+}
+
+} // namespace
+
+template <class V>
+std::optional<CubicPlan<V>> MakeCubicPlan(std::span<const GridPosition> columns, std::uint32_t bands,
+                                          std::uint32_t lanes) {
+    const auto isBack = [](const GridPosition& a, const GridPosition& b) { return b.index < a.index; };
+    if (columns.empty() || lanes == 0 ||
+        std::adjacent_find(columns.begin(), columns.end(), isBack) != columns.end())
+        return std::nullopt;
+    CubicPlan<V> plan{lanes,
+                      bands,
+                      columns.front().index - 1,
+                      static_cast<std::uint32_t>(columns.back().index - columns.front().index + 4),
+                      {},
+                      {},
+                      {}};
+    // Where a vector has all bands of a pixel they lie without a gap, else each pixel begins one anew and its
+    // last ends with the pixel.
+    const std::size_t ofPixel = bands <= lanes ? 0 : (bands + lanes - 1) / lanes;
+    const auto sampleOf = [=](std::size_t vector) {
+        return ofPixel == 0 ? vector * lanes
+                            : vector / ofPixel * bands +
+                                  std::min<std::size_t>(vector % ofPixel * lanes, bands - lanes);
+    };
+    const std::size_t count =
+        ofPixel == 0 ? (columns.size() * bands + lanes - 1) / lanes : columns.size() * ofPixel;
+    const CubicPeriod period = FindPeriod(columns);
+    // Vectors repeat when whole ones fill whole periods.
+    const std::size_t samples = period.columns * bands;
+    const std::size_t repeat = samples == 0   ? count
+                               : ofPixel == 0 ? std::lcm(samples, std::size_t{lanes}) / lanes
+                                              : period.columns * ofPixel;
+    const std::size_t moved =
+        samples == 0 ? 0 : sampleOf(repeat) / samples * static_cast<std::size_t>(period.pixels) * bands;
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::size_t pattern = i % repeat;
+        std::uint32_t source = 0;
+        if (i == pattern) {
+            if (!AddPattern(columns, sampleOf(i), plan, source)) return std::nullopt;
+        } else {
+            source = plan.vectors[pattern].source + static_cast<std::uint32_t>(i / repeat * moved);
+        }
+        plan.vectors.push_back({static_cast<std::uint32_t>(sampleOf(i)), source});
+    }
+    return plan;
 }
 
 template void CubicAcross(const unsigned char*, const CubicTap*, std::size_t, std::uint32_t, double*);
 template void CubicAcross(const unsigned short*, const CubicTap*, std::size_t, std::uint32_t, double*);
-
 template void CubicDown(const std::array<const double*, 4>&, const std::array<double, 4>&, std::size_t,
                         unsigned char*);
-template void CubicDown(const std::array<const std::int32_t*, 4>&, const std::array<std::int32_t, 4>&,
-                        std::size_t, unsigned char*);
 template void CubicDown(const std::array<const double*, 4>&, const std::array<double, 4>&, std::size_t,
                         unsigned short*);
-template void CubicDown(const std::array<const std::int32_t*, 4>&, const std::array<std::int32_t, 4>&,
-                        std::size_t, unsigned short*);
-template void SpreadCubic(const unsigned char*, std::size_t, std::uint32_t, double*);
-template void SpreadCubic(const unsigned char*, std::size_t, std::uint32_t, std::int32_t*);
-template void SpreadCubic(const unsigned short*, std::size_t, std::uint32_t, double*);
-template void SpreadCubic(const unsigned short*, std::size_t, std::uint32_t, std::int32_t*);
 template std::array<double, 4> CubicWeights(const CubicTap&);
+template std::array<float, 4> CubicWeights(const CubicTap&);
 template std::array<std::int32_t, 4> CubicWeights(const CubicTap&);
-template void CubicAcrossRowScalar(const double*, const SpreadCubicTap<double>*, std::size_t, std::uint32_t,
-                                   double*);
-template void CubicAcrossRowScalar(const std::int32_t*, const SpreadCubicTap<std::int32_t>*, std::size_t,
-                                   std::uint32_t, std::int32_t*);
+template std::optional<CubicPlan<double>> MakeCubicPlan(std::span<const GridPosition>, std::uint32_t,
+                                                        std::uint32_t);
+template std::optional<CubicPlan<float>> MakeCubicPlan(std::span<const GridPosition>, std::uint32_t,
+                                                       std::uint32_t);
+template std::optional<CubicPlan<std::int32_t>> MakeCubicPlan(std::span<const GridPosition>, std::uint32_t,
+                                                              std::uint32_t);
 
 } // namespace kernels

@@ -6,7 +6,10 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
+#include <type_traits>
+#include <vector>
 
 /// Cubic convolution between pixel centres (Keys 1981, a = -0.5), separated by axis like the bilinear
 /// interpolation: a source row is interpolated across once, then four such rows are weighted down.
@@ -30,58 +33,72 @@ template <class T>
 void CubicAcross(const T* source, const CubicTap* taps, std::size_t pixels, std::uint32_t bands, double* out);
 
 /// Weights four interpolated rows, adding from the top, and stores the sum rounded half up within the range
-/// of T. Values and weights are those of the definition, or whole numbers of steps.
-template <class T, class V>
-void CubicDown(const std::array<const V*, 4>& rows, const std::array<V, 4>& weights, std::size_t samples,
-               T* out);
+/// of T.
+template <class T>
+void CubicDown(const std::array<const double*, 4>& rows, const std::array<double, 4>& weights,
+               std::size_t samples, T* out);
 
 /// Fractions of eighths, as even ratios have, make all weights whole numbers of these steps. Then every
-/// product and sum of the definition is exact, and whole numbers give the same samples.
+/// product and sum of the definition is exact, in whole numbers and in double, in any order.
 inline constexpr int cubicStepBits = 10;
 [[nodiscard]] bool HasWholeSteps(std::span<const CubicTap> taps);
 
-/// The same for rows and vectors: source rows are taken apart first, so that a pixel's bands begin a group of
-/// so many numbers. V is double, or std::int32_t for whole numbers.
-inline constexpr std::uint32_t cubicGroup = 4;
-
-/// Numbers of a pixel of so many bands, those that fill it up counted.
-[[nodiscard]] constexpr std::uint32_t CubicPixel(std::uint32_t bands) {
-    return (bands + cubicGroup - 1) / cubicGroup * cubicGroup;
-}
-
-/// A tap as offsets into a spread row.
+/// Vectors interpolate down first, where there are few samples, then across (CubicResampler). They count in
+/// numbers V: std::int32_t for whole steps of 8-bit samples, float for other 8-bit ones, double for 16 bits.
+/// Where that is not exact they err by less than cubicError samples, and the definition has to settle those
+/// whose rounding this could change. u is 2^-24 in float and 2^-53 in double, S the largest sample. The
+/// weights' magnitudes add up to 1.25 at most. Down there are five roundings (of the weights, then of each
+/// sum) of at most 1.25 S u each, and being weighted across they grow by 1.25; across there are five of at
+/// most (1.25^2 S + 1) u. Together that is less than 18 S u, and the definition errs by no more.
 template <class V>
-struct SpreadCubicTap {
-    std::array<std::uint32_t, 4> at{};
-    std::array<V, 4> weights{};
-};
+inline constexpr double cubicError = std::is_same_v<V, float> ? 36.0 * 255 / (1 << 24)
+                                                              : 36.0 * 65535 / (std::int64_t{1} << 53);
 
-/// The weights of a tap as they are, or in whole numbers of steps.
+/// The weights of a tap in numbers V; whole steps for std::int32_t.
 template <class V>
 [[nodiscard]] std::array<V, 4> CubicWeights(const CubicTap& tap);
 
-/// Takes a source row apart: writes pixels * CubicPixel(bands) numbers.
-template <class T, class V>
-void SpreadCubic(const T* source, std::size_t pixels, std::uint32_t bands, V* out);
-
-/// Interpolates a spread row across: writes pixels * bands values, and up to cubicGroup - 1 of no meaning
-/// behind them.
+/// How every vector of output samples of a row is made of the samples of a row of the source. Those of the
+/// first taps lie in one vector of the source, the others' as many samples further as a pixel has.
 template <class V>
-using CubicAcrossRow = void (*)(const V* source, const SpreadCubicTap<V>* taps, std::size_t pixels,
-                                std::uint32_t bands, V* out);
-/// CubicDown.
-template <class T, class V>
-using CubicDownRow = void (*)(const std::array<const V*, 4>& rows, const std::array<V, 4>& weights,
-                              std::size_t samples, T* out);
+struct CubicPlan {
+    using Lane = std::conditional_t<sizeof(V) == 8, std::int64_t, std::int32_t>;
 
-/// The versions for a vector target that can run here.
-template <class V>
-[[nodiscard]] CubicAcrossRow<V> CubicAcrossRowFor(SimdTarget target);
-template <class T, class V>
-[[nodiscard]] CubicDownRow<T, V> CubicDownRowFor(SimdTarget target);
+    std::uint32_t lanes = 0; ///< samples of a vector
+    std::uint32_t bands = 0;
+    std::int64_t firstPixel = 0; ///< of the source row that it needs; may lie before the image
+    std::uint32_t pixels = 0;    ///< that it needs from there on
+    struct Vector {
+        std::uint32_t out = 0;    ///< its first sample
+        std::uint32_t source = 0; ///< where the source's vector begins, in samples from the first pixel
+    };
+    std::vector<Vector> vectors; ///< each by the pattern of its number modulo that of patterns
+    std::vector<Lane> lookups;   ///< of each pattern: the lane of the source for every lane
+    std::vector<V> weights;      ///< of each pattern: of the first taps of every lane, of the second, ...
+};
 
+/// A plan for the columns of a window, by lanes of a target. None where they lie so far apart that a vector
+/// of output needs more than one of the source.
 template <class V>
-void CubicAcrossRowScalar(const V* source, const SpreadCubicTap<V>* taps, std::size_t pixels,
-                          std::uint32_t bands, V* out);
+[[nodiscard]] std::optional<CubicPlan<V>> MakeCubicPlan(std::span<const GridPosition> columns,
+                                                        std::uint32_t bands, std::uint32_t lanes);
+
+template <class T, class V>
+struct CubicKernels {
+    std::uint32_t lanes = 0; ///< for the plan; 0 for the scalar target, which has the definition only
+    /// Weights source rows down; no half is added.
+    void (*down)(const std::array<const T*, 4>& rows, const std::array<V, 4>& weights, std::size_t samples,
+                 V* out) = nullptr;
+    /// Interpolates such a row across by a plan and rounds. `row` goes on for `lanes` numbers after the
+    /// plan's pixels. Returns how many samples are uncertain, and their numbers in `uncertain`, which has
+    /// room for the lanes of all vectors: some may stand there twice.
+    std::size_t (*across)(const CubicPlan<V>& plan, const V* row, std::size_t samples, T* out,
+                          std::uint32_t* uncertain) = nullptr;
+};
+
+/// Kernels for a vector target that can run here. `isExact` for whole steps down and across; needs it where V
+/// is std::int32_t.
+template <class T, class V>
+[[nodiscard]] CubicKernels<T, V> CubicKernelsFor(SimdTarget target, bool isExact);
 
 } // namespace kernels

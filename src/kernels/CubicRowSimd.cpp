@@ -1,8 +1,9 @@
-// Both passes of cubic convolution in vectors of whatever width the processor has; the same samples as the
-// scalar ones.
+// Cubic convolution in vectors of whatever width the processor has, down and then across; the same samples as
+// the definition's, but for those that it marks.
 #include "kernels/CubicRow.h"
 #include "kernels/Simd.h"
 
+#include <algorithm>
 #include <type_traits>
 
 #undef HWY_TARGET_INCLUDE
@@ -17,86 +18,137 @@ HWY_BEFORE_NAMESPACE();
 namespace kernels {
 namespace HWY_NAMESPACE {
 
-/// Four products, added from the left.
-template <class V>
-HWY_INLINE V CubicSum(V a, V b, V c, V d, V ofA, V ofB, V ofC, V ofD) {
-    return hn::Add(hn::Add(hn::Add(hn::Mul(a, ofA), hn::Mul(b, ofB)), hn::Mul(c, ofC)), hn::Mul(d, ofD));
+/// As many samples as a vector has lanes, as numbers of its kind.
+template <class D, class T>
+HWY_INLINE hn::Vec<D> LoadSamples(D d, const T* samples) {
+    if constexpr (std::is_same_v<hn::TFromD<D>, std::int32_t>)
+        return hn::PromoteTo(d, hn::LoadU(hn::Rebind<T, D>(), samples));
+    else
+        return LoadReal(d, samples);
 }
 
+/// In one rounding where the target has that; products and sums of whole steps are exact.
 template <class V>
-HWY_ATTR void CubicAcrossGroups(const V* HWY_RESTRICT source, const SpreadCubicTap<V>* HWY_RESTRICT taps,
-                                std::size_t pixels, std::uint32_t bands, V* HWY_RESTRICT out) {
-    const hn::CappedTag<V, cubicGroup> d;
-    for (std::size_t p = 0; p < pixels; ++p, out += bands) {
-        const std::array<std::uint32_t, 4>& at = taps[p].at;
-        const std::array<V, 4>& weights = taps[p].weights;
-        const auto ofA = hn::Set(d, weights[0]), ofB = hn::Set(d, weights[1]);
-        const auto ofC = hn::Set(d, weights[2]), ofD = hn::Set(d, weights[3]);
-        for (std::uint32_t band = 0; band < bands; band += static_cast<std::uint32_t>(hn::Lanes(d))) {
-            const auto load = [&](std::size_t i) HWY_ATTR { return hn::LoadU(d, source + at[i] + band); };
-            hn::StoreU(CubicSum(load(0), load(1), load(2), load(3), ofA, ofB, ofC, ofD), d, out + band);
-        }
-    }
+HWY_INLINE V AddProduct(V a, V b, V sum) {
+    if constexpr (std::is_same_v<hn::TFromV<V>, std::int32_t>)
+        return hn::Add(hn::Mul(a, b), sum);
+    else
+        return hn::MulAdd(a, b, sum);
 }
 
-/// Rows of doubles, or of whole numbers in doubles: these hold all products and sums exactly, so that any
-/// order and a fused multiply-add give the same. What lies beyond the range of T goes to its ends when lanes
-/// become narrower.
 template <class T, class V>
-HWY_ATTR void CubicDownInDouble(const std::array<const V*, 4>& rows, const std::array<V, 4>& weights,
-                                std::size_t samples, T* HWY_RESTRICT out) {
-    constexpr bool isWhole = !std::is_same_v<V, double>;
-    const hn::ScalableTag<double> d;
-    const hn::Rebind<V, decltype(d)> dRow;
-    constexpr double step = isWhole ? 1.0 / (1 << (2 * cubicStepBits)) : 1.0;
-    const auto of = [&](std::size_t i) HWY_ATTR { return hn::Set(d, weights[i] * step); };
-    const auto ofA = of(0), ofB = of(1), ofC = of(2), ofD = of(3), half = hn::Set(d, 0.5);
+HWY_ATTR void CubicDownSource(const std::array<const T*, 4>& rows, const std::array<V, 4>& weights,
+                              std::size_t samples, V* HWY_RESTRICT out) {
+    const hn::ScalableTag<V> d;
+    const auto ofA = hn::Set(d, weights[0]), ofB = hn::Set(d, weights[1]);
+    const auto ofC = hn::Set(d, weights[2]), ofD = hn::Set(d, weights[3]);
     std::size_t i = 0;
     for (; i + hn::Lanes(d) <= samples; i += hn::Lanes(d)) {
-        const auto load = [&](std::size_t row) HWY_ATTR {
-            if constexpr (isWhole)
-                return hn::PromoteTo(d, hn::LoadU(dRow, rows[row] + i));
-            else
-                return hn::LoadU(d, rows[row] + i);
-        };
-        if constexpr (isWhole) {
-            const auto first = hn::MulAdd(load(1), ofB, hn::MulAdd(load(0), ofA, half));
-            StoreTruncatedLanes(d, hn::MulAdd(load(3), ofD, hn::MulAdd(load(2), ofC, first)), out + i);
-        } else {
-            const auto sum = CubicSum(load(0), load(1), load(2), load(3), ofA, ofB, ofC, ofD);
-            StoreTruncatedLanes(d, hn::Add(sum, half), out + i);
+        const auto load = [&](std::size_t row) HWY_ATTR { return LoadSamples(d, rows[row] + i); };
+        const auto upper = AddProduct(load(1), ofB, hn::Mul(load(0), ofA));
+        hn::StoreU(AddProduct(load(3), ofD, AddProduct(load(2), ofC, upper)), d, out + i);
+    }
+    for (; i < samples; ++i)
+        out[i] = static_cast<V>(rows[0][i]) * weights[0] + static_cast<V>(rows[1][i]) * weights[1] +
+                 static_cast<V>(rows[2][i]) * weights[2] + static_cast<V>(rows[3][i]) * weights[3];
+}
+
+/// Sums of whole steps, the half added, as samples; sums of 8-bit samples stay below 2^29.
+template <class D>
+HWY_INLINE void StoreWhole(D /*d*/, hn::Vec<D> sum, unsigned char* out) {
+    const hn::Rebind<unsigned char, D> narrow;
+    hn::StoreU(hn::DemoteTo(narrow, hn::ShiftRight<2 * cubicStepBits>(sum)), narrow, out);
+}
+
+/// Real sums, the half added, as samples. True in the lanes that are closer to a whole number than they err:
+/// the definition's may lie on its other side.
+template <class D, class T>
+HWY_INLINE hn::Mask<D> StoreUncertain(D d, hn::Vec<D> sum, T* out) {
+    using V = hn::TFromD<D>;
+    const hn::Rebind<T, D> narrow;
+    // What lies further out is certain to become the range's end.
+    const auto inRange = hn::Min(hn::Max(sum, hn::Set(d, V{0.5})), hn::Set(d, V{maxSample<T>} + V{0.5}));
+    hn::Vec<D> part;
+    if constexpr (sizeof(V) == 4) {
+        const auto whole = hn::ConvertTo(hn::Rebind<std::int32_t, D>(), inRange);
+        hn::StoreU(hn::DemoteTo(narrow, whole), narrow, out);
+        part = hn::Sub(inRange, hn::ConvertTo(d, whole));
+    } else {
+        const auto whole = hn::DemoteTo(hn::Rebind<std::int32_t, D>(), inRange);
+        hn::StoreU(hn::DemoteTo(narrow, whole), narrow, out);
+        part = hn::Sub(inRange, hn::PromoteTo(d, whole));
+    }
+    constexpr V error{cubicError<V>};
+    return hn::Or(hn::Lt(part, hn::Set(d, error)), hn::Gt(part, hn::Set(d, V{1} - error)));
+}
+
+/// Adds the samples of the lanes that are true, of so many from `at` on; returns how many there are now.
+template <class D>
+HWY_INLINE std::size_t Mark(D d, hn::Mask<D> isUncertain, std::size_t at, std::size_t samples,
+                            std::size_t count, std::uint32_t* uncertain) {
+    HWY_ALIGN std::uint8_t bits[8] = {};
+    hn::StoreMaskBits(d, isUncertain, bits);
+    for (std::size_t lane = 0; lane < samples; ++lane)
+        if ((bits[lane / 8] >> (lane % 8) & 1) != 0)
+            uncertain[count++] = static_cast<std::uint32_t>(at + lane);
+    return count;
+}
+
+/// `isExact` matters for double only.
+template <class T, class V, bool isExact>
+HWY_ATTR std::size_t CubicAcrossByPlan(const CubicPlan<V>& plan, const V* HWY_RESTRICT row,
+                                       std::size_t samples, T* HWY_RESTRICT out,
+                                       std::uint32_t* HWY_RESTRICT uncertain) {
+    const hn::ScalableTag<V> d;
+    const std::size_t lanes = hn::Lanes(d);
+    constexpr bool isWhole = std::is_same_v<V, std::int32_t>;
+    const auto half = hn::Set(d, isWhole ? V{1 << (2 * cubicStepBits - 1)} : static_cast<V>(0.5));
+    const std::size_t patterns = plan.lookups.size() / lanes;
+    std::size_t count = 0;
+    HWY_ALIGN T rest[HWY_MAX_BYTES / sizeof(V)];
+    for (std::size_t pattern = 0; pattern < patterns; ++pattern) {
+        const auto lookup = hn::SetTableIndices(d, plan.lookups.data() + pattern * lanes);
+        const V* weights = plan.weights.data() + 4 * pattern * lanes;
+        const auto ofA = hn::LoadU(d, weights), ofB = hn::LoadU(d, weights + lanes);
+        const auto ofC = hn::LoadU(d, weights + 2 * lanes), ofD = hn::LoadU(d, weights + 3 * lanes);
+        for (std::size_t i = pattern; i < plan.vectors.size(); i += patterns) {
+            const V* source = row + plan.vectors[i].source;
+            const auto tap = [&](std::size_t number) HWY_ATTR {
+                return hn::TableLookupLanes(hn::LoadU(d, source + number * plan.bands), lookup);
+            };
+            const auto left = AddProduct(tap(1), ofB, AddProduct(tap(0), ofA, half));
+            const auto sum = AddProduct(tap(3), ofD, AddProduct(tap(2), ofC, left));
+            const std::size_t at = plan.vectors[i].out, stored = std::min(lanes, samples - at);
+            T* to = stored == lanes ? out + at : rest;
+            if constexpr (isWhole) {
+                StoreWhole(d, sum, to);
+            } else if constexpr (isExact) {
+                StoreTruncatedLanes(d, sum, to);
+            } else {
+                const auto isUncertain = StoreUncertain(d, sum, to);
+                if (!hn::AllFalse(d, isUncertain)) count = Mark(d, isUncertain, at, stored, count, uncertain);
+            }
+            if (stored != lanes) std::copy_n(rest, stored, out + at);
         }
     }
-    CubicDown<T, V>({rows[0] + i, rows[1] + i, rows[2] + i, rows[3] + i}, weights, samples - i, out + i);
+    return count;
 }
 
-/// Sums of 8-bit samples stay below 2^29.
-HWY_ATTR void CubicDownInWhole(const std::array<const std::int32_t*, 4>& rows,
-                               const std::array<std::int32_t, 4>& weights, std::size_t samples,
-                               unsigned char* HWY_RESTRICT out) {
-    const hn::ScalableTag<std::int32_t> d;
-    const hn::Rebind<unsigned char, decltype(d)> narrow;
-    const auto of = [&](std::size_t i) HWY_ATTR { return hn::Set(d, weights[i]); };
-    const auto ofA = of(0), ofB = of(1), ofC = of(2), ofD = of(3);
-    constexpr int bits = 2 * cubicStepBits;
-    const auto half = hn::Set(d, std::int32_t{1} << (bits - 1));
-    std::size_t i = 0;
-    for (; i + hn::Lanes(d) <= samples; i += hn::Lanes(d)) {
-        const auto load = [&](std::size_t row) HWY_ATTR { return hn::LoadU(d, rows[row] + i); };
-        const auto sum = CubicSum(load(0), load(1), load(2), load(3), ofA, ofB, ofC, ofD);
-        hn::StoreU(hn::DemoteTo(narrow, hn::ShiftRight<bits>(hn::Add(sum, half))), narrow, out + i);
-    }
-    CubicDown<unsigned char, std::int32_t>({rows[0] + i, rows[1] + i, rows[2] + i, rows[3] + i}, weights,
-                                           samples - i, out + i);
+template <class T, class V>
+CubicKernels<T, V> Cubic([[maybe_unused]] bool isExact) {
+    const auto lanes = static_cast<std::uint32_t>(hn::Lanes(hn::ScalableTag<V>()));
+    if constexpr (std::is_same_v<V, double>)
+        if (isExact) return {lanes, &CubicDownSource<T, V>, &CubicAcrossByPlan<T, V, true>};
+    return {lanes, &CubicDownSource<T, V>, &CubicAcrossByPlan<T, V, false>};
 }
 
-using Whole = std::int32_t;
-CubicAcrossRow<double> CubicAcrossDouble() { return &CubicAcrossGroups<double>; }
-CubicAcrossRow<Whole> CubicAcrossWhole() { return &CubicAcrossGroups<Whole>; }
-CubicDownRow<unsigned char, double> CubicDown8() { return &CubicDownInDouble<unsigned char, double>; }
-CubicDownRow<unsigned short, double> CubicDown16() { return &CubicDownInDouble<unsigned short, double>; }
-CubicDownRow<unsigned char, Whole> CubicDownWhole8() { return &CubicDownInWhole; }
-CubicDownRow<unsigned short, Whole> CubicDownWhole16() { return &CubicDownInDouble<unsigned short, Whole>; }
+CubicKernels<unsigned char, std::int32_t> CubicWhole8(bool isExact) {
+    return Cubic<unsigned char, std::int32_t>(isExact);
+}
+CubicKernels<unsigned char, float> CubicReal8(bool isExact) { return Cubic<unsigned char, float>(isExact); }
+CubicKernels<unsigned short, double> CubicReal16(bool isExact) {
+    return Cubic<unsigned short, double>(isExact);
+}
 
 } // namespace HWY_NAMESPACE
 } // namespace kernels
@@ -105,47 +157,25 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kernels {
 
-HWY_EXPORT(CubicAcrossDouble);
-HWY_EXPORT(CubicAcrossWhole);
-HWY_EXPORT(CubicDown8);
-HWY_EXPORT(CubicDown16);
-HWY_EXPORT(CubicDownWhole8);
-HWY_EXPORT(CubicDownWhole16);
+HWY_EXPORT(CubicWhole8);
+HWY_EXPORT(CubicReal8);
+HWY_EXPORT(CubicReal16);
 
 template <>
-CubicAcrossRow<double> CubicAcrossRowFor(SimdTarget target) {
-    return ForTarget<CubicAcrossRow<double>>(target, &CubicAcrossRowScalar<double>,
-                                             HWY_DISPATCH_TABLE(CubicAcrossDouble));
+CubicKernels<unsigned char, std::int32_t> CubicKernelsFor(SimdTarget target, bool isExact) {
+    return ForTarget(target, CubicKernels<unsigned char, std::int32_t>(), HWY_DISPATCH_TABLE(CubicWhole8),
+                     isExact);
 }
 
 template <>
-CubicAcrossRow<std::int32_t> CubicAcrossRowFor(SimdTarget target) {
-    return ForTarget<CubicAcrossRow<std::int32_t>>(target, &CubicAcrossRowScalar<std::int32_t>,
-                                                   HWY_DISPATCH_TABLE(CubicAcrossWhole));
+CubicKernels<unsigned char, float> CubicKernelsFor(SimdTarget target, bool isExact) {
+    return ForTarget(target, CubicKernels<unsigned char, float>(), HWY_DISPATCH_TABLE(CubicReal8), isExact);
 }
 
 template <>
-CubicDownRow<unsigned char, double> CubicDownRowFor(SimdTarget target) {
-    return ForTarget<CubicDownRow<unsigned char, double>>(target, &CubicDown<unsigned char, double>,
-                                                          HWY_DISPATCH_TABLE(CubicDown8));
-}
-
-template <>
-CubicDownRow<unsigned short, double> CubicDownRowFor(SimdTarget target) {
-    return ForTarget<CubicDownRow<unsigned short, double>>(target, &CubicDown<unsigned short, double>,
-                                                           HWY_DISPATCH_TABLE(CubicDown16));
-}
-
-template <>
-CubicDownRow<unsigned char, std::int32_t> CubicDownRowFor(SimdTarget target) {
-    return ForTarget<CubicDownRow<unsigned char, std::int32_t>>(
-        target, &CubicDown<unsigned char, std::int32_t>, HWY_DISPATCH_TABLE(CubicDownWhole8));
-}
-
-template <>
-CubicDownRow<unsigned short, std::int32_t> CubicDownRowFor(SimdTarget target) {
-    return ForTarget<CubicDownRow<unsigned short, std::int32_t>>(
-        target, &CubicDown<unsigned short, std::int32_t>, HWY_DISPATCH_TABLE(CubicDownWhole16));
+CubicKernels<unsigned short, double> CubicKernelsFor(SimdTarget target, bool isExact) {
+    return ForTarget(target, CubicKernels<unsigned short, double>(), HWY_DISPATCH_TABLE(CubicReal16),
+                     isExact);
 }
 
 } // namespace kernels
