@@ -4,6 +4,7 @@
 #include "cli/Suggestion.h"
 #include "fundament/Text.h"
 #include "rasterhost/reading/BandNames.h"
+#include "rasterhost/reading/NetworkFile.h"
 
 #include <algorithm>
 #include <charconv>
@@ -55,14 +56,14 @@ bool Exists(const std::string& name) {
 rasterhost::InputBand ParseInputBand(const std::string& text) {
     if (text.empty()) throw UsageError("the name of an input file is empty; give the name of a raster");
     const auto mark = text.rfind(bandMark);
-    if (mark == std::string::npos || Exists(text)) return {text, std::nullopt};
+    if (mark == std::string::npos || Exists(text)) return {rasterhost::NameForGdal(text), std::nullopt};
     const std::string file = text.substr(0, mark);
     const auto band = Convert<std::uint32_t>(text.substr(mark + bandMark.size()));
     if (file.empty() || !band || *band == 0 || *band > largestBand)
         throw UsageError("'" + text +
                          "' names no band of a file; after ',band=' comes one number, counted from 1, as in "
                          "ms.tif,band=3");
-    return {file, static_cast<int>(*band)};
+    return {rasterhost::NameForGdal(file), static_cast<int>(*band)};
 }
 
 std::vector<rasterhost::InputBand> ParseInputs(std::span<const std::string> texts) {

@@ -7,6 +7,7 @@
 #include "cli/HelpText.h"
 #include "cli/InfoCommand.h"
 #include "cli/MethodsCommand.h"
+#include "cli/NetworkDefaults.h"
 #include "cli/OptionsJson.h"
 #include "cli/ProductInput.h"
 #include "cli/RunJson.h"
@@ -41,6 +42,7 @@ ExitCode Run(const CommandLine& line) {
     if (line.Has(option::version)) return RunVersion(ReadArguments(line));
     if (line.Has(option::optionsJson)) return PrintOptions(ReadArguments(line));
     ForceVectorTarget(line);
+    SetNetworkDefaults();
     if (command.name == "sharpen") return RunSharpen(TakeArguments(line));
     if (command.name == "batch") return RunBatch(ReadArguments(line));
     if (command.name == "info") return RunInfo(TakeArguments(line));

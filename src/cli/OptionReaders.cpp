@@ -6,6 +6,7 @@
 #include "cli/SettingsFile.h"
 #include "fundament/Text.h"
 #include "host/PropertyNames.h"
+#include "rasterhost/reading/NetworkFile.h"
 #include "rasterhost/writing/RunFiles.h"
 
 #include <array>
@@ -285,14 +286,25 @@ void ReadBandsOfImage(const TypedOption& option, Arguments& to) {
     ReadBands(option, to);
 }
 
+namespace {
+
+/// Takes a description or a product in the place of a pair. False when the name is of neither.
+bool TakesOneName(const std::string& name, const CommandLine& line, Arguments& to) {
+    const std::string file = rasterhost::NameForGdal(name);
+    if (!NamesScene(file)) return TakesProduct(file, to);
+    TakeScene(file, line, to);
+    return true;
+}
+
+} // namespace
+
 void ReadPair(const CommandLine& line, Arguments& to) {
     const std::vector<std::string>& files = line.GetPositionals();
     if (files.empty())
         throw UsageError(
             "no input is named; give the panchromatic raster and then the multispectral one, as in "
             "pansharp sharpen pan.tif ms.tif -o sharp.tif");
-    if (files.size() == 1 && NamesScene(files.front())) return TakeScene(files.front(), line, to);
-    if (files.size() == 1 && TakesProduct(files.front(), to)) return;
+    if (files.size() == 1 && TakesOneName(files.front(), line, to)) return;
     to.pan = ParseInputBand(files.front());
     if (files.size() == 1)
         throw UsageError("only '" + files.front() +
@@ -315,10 +327,8 @@ void ReadFused(const CommandLine& line, Arguments& to) {
             "--ms ms.tif");
     to.reference = ParseInputs(line.GetAll(option::reference));
     const bool hasPan = line.Has(option::pan);
-    if (hasPan && !line.Has(option::ms) && !line.Has(option::reference) && NamesScene(line.Get(option::pan)))
-        return TakeScene(line.Get(option::pan), line, to);
     if (hasPan && !line.Has(option::ms) && !line.Has(option::reference) &&
-        TakesProduct(line.Get(option::pan), to))
+        TakesOneName(line.Get(option::pan), line, to))
         return;
     if (hasPan) to.pan = ParseInputBand(line.Get(option::pan));
     to.multispectral = ParseInputs(line.GetAll(option::ms));

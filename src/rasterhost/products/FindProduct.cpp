@@ -3,6 +3,7 @@
 #include "fundament/Text.h"
 #include "rasterhost/products/ProductKinds.h"
 #include "rasterhost/reading/FileState.h"
+#include "rasterhost/reading/NetworkFile.h"
 #include "rasterhost/requests/Operation.h"
 
 #include <algorithm>
@@ -81,7 +82,11 @@ bool DescribesAsWell(const std::string& metadata, const std::string& other) {
 bool FindAll(const std::string& folder, const std::string& metadata, std::vector<Product>& found,
              Status& status) {
     ProductFiles files;
-    if (!files.List(folder, status)) return false;
+    // Few servers list their folders.
+    if (!metadata.empty() && IsOnNetwork(folder))
+        files.TakeOne(folder, metadata);
+    else if (!files.List(folder, status))
+        return false;
     files.Want(metadata);
     std::vector<Product> describedAsWell;
     for (const ProductKind& kind : productKinds) {

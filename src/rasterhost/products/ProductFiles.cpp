@@ -96,6 +96,15 @@ bool ProductFiles::List(const std::string& folderOrArchive, Status& status) {
     return true;
 }
 
+void ProductFiles::TakeOne(const std::string& folder, const std::string& name) {
+    *this = {};
+    root = folder;
+    while (root.size() > 1 && root.ends_with('/'))
+        root.pop_back();
+    names = {name};
+    anyCase = {{ToLower(name), name}};
+}
+
 /// Links may lead to folders that are listed already: those go by their shortest way.
 void ProductFiles::DropRepeated() {
     std::map<std::string, std::string> places, ways;

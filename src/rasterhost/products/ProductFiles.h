@@ -18,6 +18,8 @@ public:
     /// read, or when there is too much of it. Names in an archive that lead out of it are not seen, nor what
     /// is no regular file.
     [[nodiscard]] bool List(const std::string& folderOrArchive, Status& status);
+    /// One file of a folder that cannot be listed.
+    void TakeOne(const std::string& folder, const std::string& name);
     /// A metadata file, relative to the folder, that is read however many there are.
     void Want(const std::string& name) { wantedName = name; }
 

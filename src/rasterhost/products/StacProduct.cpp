@@ -1,6 +1,7 @@
 #include "fundament/Text.h"
 #include "rasterhost/products/ProductKinds.h"
 #include "rasterhost/reading/BandNames.h"
+#include "rasterhost/reading/NetworkFile.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,12 +15,7 @@ namespace {
 
 /// What an asset's address is to GDAL; empty for one that is not taken.
 std::string PathOfAddress(const ProductFiles& files, const std::string& item, const std::string& address) {
-    constexpr std::pair<const char*, const char*> schemes[] = {{"http://", "/vsicurl/http://"},
-                                                               {"https://", "/vsicurl/https://"},
-                                                               {"s3://", "/vsis3/"},
-                                                               {"gs://", "/vsigs/"}};
-    for (const auto& [scheme, prefix] : schemes)
-        if (StartsWith(address, scheme, true)) return prefix + address.substr(std::string(scheme).size());
+    if (const std::string name = NameForGdal(address); name != address) return name;
     if (address.find("://") != std::string::npos || StartsWith(address, "/vsi", true)) return {};
     if (const auto beside = files.FindBeside(item, address)) return files.PathOf(*beside);
     if (files.IsOfArchive() || address.empty()) return {};

@@ -1,5 +1,7 @@
 #include "rasterhost/reading/BandReader.h"
 
+#include "fundament/Text.h"
+#include "rasterhost/reading/NetworkFile.h"
 #include "rasterhost/requests/GdalErrors.h"
 
 #include <gdal_priv.h>
@@ -11,13 +13,21 @@
 namespace rasterhost {
 
 using hostkit::PixelRect;
+using KOVA::Tessara::Fundament::FormatString;
 
 namespace {
 
-bool FailToRead(const PixelRect& rect, const char* what, const SourceBand& source, const GdalErrors& errors,
-                Status& status) {
-    return Fail(status, HostStatus::InputNotRead, "rows %u to %u of %s'%s' cannot be read; %s%s", rect.row0,
-                rect.row1, what, source.file.c_str(), errors.Suspect("the file may be cut short or damaged"),
+bool FailToRead(const PixelRect& rect, const char* what, const SourceBand& source, GDALRasterBand& band,
+                const GdalErrors& errors, Status& status) {
+    std::string bytes;
+    const bool isRemote = IsOnNetwork(source.file);
+    if (const auto ranges = isRemote ? FindByteRanges(band, rect) : std::vector<ByteRange>(); !ranges.empty())
+        bytes = FormatString(" (bytes %llu to %llu)", static_cast<unsigned long long>(ranges.front().first),
+                             static_cast<unsigned long long>(ranges.back().second - 1));
+    return Fail(status, HostStatus::InputNotRead, "rows %u to %u of %s'%s'%s cannot be read; %s%s", rect.row0,
+                rect.row1, what, source.file.c_str(), bytes.c_str(),
+                errors.Suspect(isRemote ? "the server or the connection failed, or the file is damaged"
+                                        : "the file may be cut short or damaged"),
                 errors.Reason().c_str());
 }
 
@@ -64,7 +74,8 @@ bool BandReader::ReadBands(const PixelRect& rect, std::size_t first, std::size_t
                 GF_Read, static_cast<int>(rect.col0), static_cast<int>(rect.row0), columns, rows,
                 out + static_cast<GSpacing>(band) * sampleBytes, columns, rows, bands[first].type, pixelBytes,
                 pixelBytes * columns, nullptr);
-    return (result == CE_None && !errors.HasFailed()) || FailToRead(rect, "", bands[first], errors, status);
+    return (result == CE_None && !errors.HasFailed()) ||
+           FailToRead(rect, "", bands[first], *handles[first].band, errors, status);
 }
 
 bool BandReader::ReadScaled(const PixelRect& rect, std::size_t band, unsigned char* out,
@@ -78,7 +89,7 @@ bool BandReader::ReadScaled(const PixelRect& rect, std::size_t band, unsigned ch
                                      columns, rows, samples.data(), columns, rows, GDT_Float64, 0, 0,
                                      nullptr) != CE_None ||
         errors.HasFailed())
-        return FailToRead(rect, "", source, errors, status);
+        return FailToRead(rect, "", source, *handles[band].band, errors, status);
     auto* pixel = reinterpret_cast<unsigned short*>(out) + band;
     const unsigned short none = options.isIgnored ? 1 : 0;
     for (const double sample : samples) {
@@ -141,7 +152,7 @@ bool BandReader::ReadValid(const PixelRect& rect, const unsigned char* samples, 
         if (band->RasterIO(GF_Read, static_cast<int>(rect.col0), static_cast<int>(rect.row0), columns, rows,
                            mask.data(), columns, rows, GDT_Byte, 0, 0, nullptr) != CE_None ||
             errors.HasFailed())
-            return FailToRead(rect, "the mask of ", *source, errors, status);
+            return FailToRead(rect, "the mask of ", *source, *band, errors, status);
         for (std::size_t i = 0; i < pixels; ++i)
             if (mask[i] == 0) valid[i] = 0;
     }

@@ -2,6 +2,7 @@
 
 #include "fundament/Text.h"
 #include "rasterhost/reading/FileState.h"
+#include "rasterhost/reading/NetworkFile.h"
 #include "rasterhost/requests/GdalErrors.h"
 
 #include <gdal_priv.h>
@@ -51,8 +52,7 @@ bool LookAtInput(const InputBand& input, const std::optional<double>& noData, Sa
     const GdalErrors errors;
     const FileState state = LookAt(input.file);
     const bool isPipe = state.exists && !state.isFile && !state.isFolder; // which nobody may ever write to
-    const GDALDatasetUniquePtr file(
-        isPipe ? nullptr : GDALDataset::Open(input.file.c_str(), GDAL_OF_RASTER | GDAL_OF_VERBOSE_ERROR));
+    const GDALDatasetUniquePtr file(isPipe ? nullptr : OpenRaster(input.file, true));
     const int count = file ? file->GetRasterCount() : 0;
     bool isRead = file != nullptr;
     for (int number = 1; isRead && number <= count; ++number) {

@@ -4,6 +4,7 @@
 #include "hostkit/RequestRecord.h"
 #include "rasterhost/reading/DescribeFiles.h"
 #include "rasterhost/reading/FileState.h"
+#include "rasterhost/reading/NetworkFile.h"
 #include "rasterhost/requests/GdalErrors.h"
 
 #include <cpl_conv.h>
@@ -89,8 +90,7 @@ GDALDataset* InputImage::OpenFile(const std::string& name, const char* role, Sta
         if (entry.name == name) return entry.dataset.get();
     if (!CheckKind(name, role, status)) return nullptr;
     const GdalErrors errors;
-    auto* dataset = GDALDataset::FromHandle(GDALOpenEx(
-        name.c_str(), GDAL_OF_RASTER | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR, nullptr, nullptr, nullptr));
+    GDALDataset* dataset = OpenRaster(name, true);
     if (!dataset) {
         const FileState state = LookAt(name);
         if (state.isEmpty) {

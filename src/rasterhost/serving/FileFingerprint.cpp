@@ -3,6 +3,7 @@
 #include "fundament/Text.h"
 #include "rasterhost/reading/FileState.h"
 #include "rasterhost/reading/ImageDescription.h"
+#include "rasterhost/reading/NetworkFile.h"
 #include "rasterhost/requests/GdalErrors.h"
 #include "rasterhost/requests/Operation.h"
 
@@ -155,8 +156,7 @@ std::string TakeState(const std::vector<std::string>& names) {
         number.Add(reinterpret_cast<const unsigned char*>(text.data()), text.size());
     };
     for (const std::string& name : names) {
-        const GDALDatasetUniquePtr dataset(
-            LookAt(name).isFile ? GDALDataset::Open(name.c_str(), GDAL_OF_RASTER) : nullptr);
+        const GDALDatasetUniquePtr dataset(LookAt(name).isFile ? OpenRaster(name, false) : nullptr);
         for (const std::string& file : dataset ? FilesOfInput(name, *dataset) : std::vector{name}) {
             VSIStatBufL state{};
             const bool isThere = VSIStatL(file.c_str(), &state) == 0;

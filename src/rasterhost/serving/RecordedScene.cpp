@@ -4,6 +4,7 @@
 #include "rasterhost/fusing/FusionFit.h"
 #include "rasterhost/fusing/FusionSlot.h"
 #include "rasterhost/reading/FileState.h"
+#include "rasterhost/reading/NetworkFile.h"
 #include "rasterhost/requests/GdalErrors.h"
 #include "rasterhost/requests/Operation.h"
 #include "rasterhost/serving/SceneFile.h"
@@ -154,8 +155,7 @@ bool CheckInput(const SceneRecord& record, const FileFingerprint& before, const 
     const GdalErrors errors;
     const FileState state = LookAt(before.name);
     const bool isPipe = state.exists && !state.isFile && !state.isFolder;
-    const GDALDatasetUniquePtr dataset(
-        isPipe ? nullptr : GDALDataset::Open(before.name.c_str(), GDAL_OF_RASTER | GDAL_OF_VERBOSE_ERROR));
+    const GDALDatasetUniquePtr dataset(isPipe ? nullptr : OpenRaster(before.name, true));
     if (!dataset)
         return Fail(status, HostStatus::InputNotOpened,
                     "'%s', an input of the description, cannot be opened; was it moved or removed?%s",

@@ -3,6 +3,7 @@
 #include "fundament/Text.h"
 #include "hostkit/PluginLibrary.h"
 #include "rasterhost/reading/FileState.h"
+#include "rasterhost/reading/NetworkFile.h"
 #include "rasterhost/requests/GdalErrors.h"
 #include "rasterhost/requests/HostStatus.h"
 #include "rasterhost/requests/Operation.h"
@@ -65,7 +66,7 @@ void RunFiles::Expand(const std::string& name, const std::string& use, int level
     const FileState state = LookAt(name);
     if (!isNew || level >= mostLevels || (state.exists && !state.isFile && !state.isFolder)) return;
     const GdalErrors silence;
-    const GDALDatasetUniquePtr dataset(GDALDataset::Open(name.c_str(), GDAL_OF_RASTER));
+    const GDALDatasetUniquePtr dataset(OpenRaster(name, false));
     const CPLStringList list(dataset ? dataset->GetFileList() : nullptr);
     for (int i = 0; i < list.size(); ++i)
         Expand(list[i], use, level + 1);

@@ -1,0 +1,78 @@
+#include "rasterhost/reading/NetworkFile.h"
+
+#include "fundament/Text.h"
+#include "rasterhost/reading/FileState.h"
+
+#include <cpl_string.h>
+#include <gdal_priv.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace rasterhost {
+
+using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Fundament::StartsWith;
+using KOVA::Tessara::Fundament::ToLower;
+
+std::string NameForGdal(const std::string& name) {
+    constexpr std::pair<const char*, const char*> schemes[] = {{"http://", "/vsicurl/http://"},
+                                                               {"https://", "/vsicurl/https://"},
+                                                               {"s3://", "/vsis3/"},
+                                                               {"gs://", "/vsigs/"}};
+    for (const auto& [scheme, prefix] : schemes)
+        if (StartsWith(name, scheme, true)) return prefix + name.substr(std::string(scheme).size());
+    return name;
+}
+
+bool IsOnNetwork(const std::string& name) {
+    constexpr const char* prefixes[] = {"/vsicurl/", "/vsicurl?", "/vsis3/",   "/vsigs/",
+                                        "/vsiaz/",   "/vsioss/",  "/vsiswift/"};
+    return std::ranges::any_of(prefixes, [&](const char* prefix) { return StartsWith(name, prefix, false); });
+}
+
+GDALDataset* OpenRaster(const std::string& name, bool reportsErrors) {
+    const unsigned flags = GDAL_OF_RASTER | GDAL_OF_READONLY | (reportsErrors ? GDAL_OF_VERBOSE_ERROR : 0);
+    const std::string small = ToLower(name);
+    const bool isTiff = small.ends_with(".tif") || small.ends_with(".tiff");
+    CPLStringList beside; // one that names the file alone leaves nothing to ask for
+    if (IsOnNetwork(name) && isTiff && !LookAt(name + ".msk").exists && !LookAt(name + ".aux.xml").exists)
+        beside.AddString(name.substr(name.rfind('/') + 1).c_str());
+    return GDALDataset::FromHandle(GDALOpenEx(name.c_str(), flags, nullptr, nullptr, beside.List()));
+}
+
+namespace {
+
+/// A number that the file's driver tells of a block; 0 when it does not.
+std::uint64_t BlockNumber(GDALRasterBand& band, const char* what, int column, int row) {
+    const char* text =
+        band.GetMetadataItem(FormatString("BLOCK_%s_%d_%d", what, column, row).c_str(), "TIFF");
+    return text ? std::strtoull(text, nullptr, 10) : 0;
+}
+
+} // namespace
+
+std::vector<ByteRange> FindByteRanges(GDALRasterBand& band, const hostkit::PixelRect& rect) {
+    std::vector<ByteRange> ranges;
+    int width = 0, height = 0;
+    band.GetBlockSize(&width, &height);
+    if (width <= 0 || height <= 0 || rect.IsEmpty()) return ranges;
+    const auto index = [](std::uint32_t pixel, int size) { return static_cast<int>(pixel) / size; };
+    for (int row = index(rect.row0, height); row <= index(rect.row1 - 1, height); ++row)
+        for (int column = index(rect.col0, width); column <= index(rect.col1 - 1, width); ++column) {
+            const std::uint64_t offset = BlockNumber(band, "OFFSET", column, row);
+            const std::uint64_t size = BlockNumber(band, "SIZE", column, row);
+            if (offset != 0 && size != 0) ranges.emplace_back(offset, offset + size);
+        }
+    std::ranges::sort(ranges);
+    std::vector<ByteRange> joined;
+    constexpr std::uint64_t gap = 4096; // a COG has a few bytes around each block
+    for (const ByteRange& range : ranges)
+        if (!joined.empty() && range.first <= joined.back().second + gap)
+            joined.back().second = std::max(joined.back().second, range.second);
+        else
+            joined.push_back(range);
+    return joined;
+}
+
+} // namespace rasterhost

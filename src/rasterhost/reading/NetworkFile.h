@@ -1,0 +1,33 @@
+#pragma once
+
+#include "hostkit/SampleBlock.h"
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+class GDALDataset;
+class GDALRasterBand;
+
+/// Inputs that lie on a server and are read by ranges of bytes.
+namespace rasterhost {
+
+/// The name by which GDAL reads an address (http, https, s3, gs); any other name is its own.
+[[nodiscard]] std::string NameForGdal(const std::string& name);
+
+/// True for a name by which GDAL asks a server.
+[[nodiscard]] bool IsOnNetwork(const std::string& name);
+
+/// GDALOpenEx of a raster to be read. Beside a TIFF on a server a mask and statistics are looked for, and
+/// further files only where one of these is: each name costs an answer of the server. The caller closes it.
+[[nodiscard]] GDALDataset* OpenRaster(const std::string& name, bool reportsErrors);
+
+/// Bytes `first` to `second` - 1 of a file.
+using ByteRange = std::pair<std::uint64_t, std::uint64_t>;
+
+/// Where the blocks of a band that a rectangle touches lie in its file, in order, neighbours joined. Empty
+/// for a format that does not tell.
+[[nodiscard]] std::vector<ByteRange> FindByteRanges(GDALRasterBand& band, const hostkit::PixelRect& rect);
+
+} // namespace rasterhost

@@ -1,0 +1,110 @@
+"""Inputs on a server: nginx on the loopback address, with ranges, refusals, dropped connections and errors.
+
+    NetworkFileTest.py      PANSHARP_COMMAND: the command
+"""
+import json
+import os
+import pathlib
+import random
+import re
+import shutil
+import socket
+import subprocess
+import tarfile
+import tempfile
+import time
+import unittest
+
+nginx = shutil.which("nginx", path=os.environ["PATH"] + ":/usr/sbin")
+if not nginx or not shutil.which("gdal_translate"):
+    raise SystemExit("SKIPPED: nginx or gdal_translate is missing (scripts/setup --network installs them)")
+
+# Beyond the first bytes, which the header lies in, a place may fail always or now and then.
+configuration = """user root; daemon off; pid pid; error_log error.log; worker_processes 1;
+events {}
+http {
+    access_log access.log; root .; sendfile on;
+    client_body_temp_path t; proxy_temp_path t; fastcgi_temp_path t; uwsgi_temp_path t; scgi_temp_path t;
+    split_clients $request_id $seldom { 10% 1; * 0; }
+    map $http_range $beyond { default 1; "" 0; ~^bytes=0- 0; }
+    server {
+        listen 127.0.0.1:PORT;
+        location /good/ { alias data/; limit_rate 2m; }
+        location /seldom/ { alias data/; if ($seldom) { return 503; } }
+        location /errors/ { alias data/; if ($beyond) { return 503; } }
+        location /drops/ { alias data/; if ($beyond) { return 444; } }
+    }
+}
+"""
+
+
+def write_cog(name, size, bands, pixel):
+    pathlib.Path("raw").write_bytes(random.Random(size).randbytes(size * size * bands))
+    pathlib.Path("raw.hdr").write_text(f"ENVI\nsamples = {size}\nlines = {size}\nbands = {bands}\ndata type = 1\ninterleave = bsq\n")
+    corners = [str(number) for number in (500000, 4600000, 500000 + size * pixel, 4600000 - size * pixel)]
+    subprocess.run(["gdal_translate", "-q", "-of", "COG", "-co", "BLOCKSIZE=128", "-a_srs", "EPSG:32631", "-a_ullr", *corners,
+                    "raw", name], check=True)
+
+
+class NetworkFile(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        os.chdir(folder.name)
+        os.mkdir("data")
+        write_cog("data/x_pan.tif", 512, 1, 10)
+        write_cog("data/x_rgb.tif", 256, 3, 20)
+        with tarfile.open("data/x.tar", "w") as archive:
+            for name in ("x_pan.tif", "x_rgb.tif"):
+                archive.add("data/" + name, "x/" + name)
+        bands = [{"name": name, "common_name": name} for name in ("red", "green", "blue")]
+        assets = {"pan": {"href": "x_pan.tif", "eo:bands": [{"name": "pan", "common_name": "pan"}]},
+                  "ms": {"href": "./x_rgb.tif", "eo:bands": bands}}
+        pathlib.Path("data/item.json").write_text(json.dumps(
+            {"type": "Feature", "stac_version": "1.0.0", "id": "x", "properties": {}, "assets": assets}))
+        with socket.socket() as free:
+            free.bind(("127.0.0.1", 0))
+            port = free.getsockname()[1]
+        self.server = f"http://127.0.0.1:{port}"
+        pathlib.Path("nginx.conf").write_text(configuration.replace("PORT", str(port)))
+        running = subprocess.Popen([nginx, "-p", folder.name, "-c", folder.name + "/nginx.conf"], stderr=subprocess.DEVNULL)
+        self.addCleanup(running.wait)
+        self.addCleanup(running.terminate)
+        for _ in range(500):
+            try:
+                return socket.create_connection(("127.0.0.1", port)).close()
+            except ConnectionRefusedError:
+                time.sleep(0.01)
+
+    def sharpen(self, *inputs, output, **environment):
+        return subprocess.run([os.environ["PANSHARP_COMMAND"], "sharpen", *inputs, "-o", output], capture_output=True, text=True,
+                              env=os.environ | environment)
+
+    def test_gives_what_files_give(self):
+        self.assertEqual(self.sharpen("data/x_pan.tif", "data/x_rgb.tif", output="expected.tif").returncode, 0)
+        for number, inputs in enumerate([["/good/x_pan.tif", "/good/x_rgb.tif"], ["/good/x_pan.tif", "/good/x_rgb.tif,band=1",
+                                         "/good/x_rgb.tif,band=2", "/good/x_rgb.tif,band=3"], ["/seldom/x_pan.tif", "/seldom/x_rgb.tif"],
+                                         ["/good/item.json"], ["/vsitar//vsicurl/SERVER/good/x.tar/x/x_pan.tif",
+                                                               "/vsitar//vsicurl/SERVER/good/x.tar/x/x_rgb.tif"]]):
+            names = [name.replace("SERVER", self.server) if "SERVER" in name else self.server + name for name in inputs]
+            run = self.sharpen(*names, output=f"{number}.tif", GDAL_HTTP_RETRY_DELAY="0.01")
+            self.assertEqual(run.returncode, 0, run.stderr)
+            raster = [subprocess.run(["gdalinfo", "-checksum", "-nomd", name], capture_output=True, text=True, check=True).stdout
+                      for name in ("expected.tif", f"{number}.tif")]
+            self.assertEqual(*(re.findall("Checksum=.*", text) for text in raster), inputs)
+            if number == 0:  # the many files that may lie beside a TIFF are not asked for
+                self.assertLess(pathlib.Path("access.log").read_text().count(" 404 "), 9)
+
+    def test_tells_what_failed_and_leaves_nothing(self):
+        before = sorted(os.listdir())
+        for place, words in [("/errors/", "the server or the connection failed"), ("/drops/", "failed"), ("/none/", "cannot be opened")]:
+            names = [self.server + place + name for name in ("x_pan.tif", "x_rgb.tif")]
+            run = self.sharpen(*names, output="out.tif", GDAL_HTTP_MAX_RETRY="1", GDAL_HTTP_RETRY_DELAY="0.01")
+            self.assertEqual(run.returncode, 1, run.stderr)
+            self.assertRegex(run.stderr, re.escape(names[0]) if place == "/none/" else rf"'/vsicurl/{names[0]}' \(bytes \d+ to \d+\)")
+            self.assertIn(words, run.stderr)
+            self.assertEqual(sorted(os.listdir()), sorted({*before, "access.log", "error.log", "pid", "t"}))
+
+
+if __name__ == "__main__":
+    unittest.main()
