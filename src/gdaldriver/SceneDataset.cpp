@@ -81,7 +81,7 @@ SceneDataset::SceneDataset(Scene sharpened, std::shared_ptr<GDALDataset> describ
     eAccess = GA_ReadOnly;
     for (int band = 1; band <= static_cast<int>(scene->GetBands()); ++band)
         SetBand(band, new SceneBand(*this, band, GetType(), *description->GetRasterBand(band)));
-    const rasterhost::OutputRules& rules = scene->GetFusion().rules;
+    const imagery::OutputRules& rules = scene->GetFusion().rules;
     if (!rules.noData && !rules.hasAlpha && scene->MayLackData()) mask = std::make_unique<SceneMask>(*this);
     TakeMetadata();
     if (level > 0) {

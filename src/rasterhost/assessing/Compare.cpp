@@ -23,6 +23,9 @@
 
 namespace rasterhost {
 
+using imagery::RowSource;
+using imagery::UpsampledRows;
+
 using hostkit::Resampling;
 using KOVA::Tessara::Fundament::FormatString;
 

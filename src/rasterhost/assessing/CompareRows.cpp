@@ -7,6 +7,11 @@
 
 namespace rasterhost {
 
+using imagery::ImageRows;
+using imagery::KeepCommon;
+using imagery::RowSource;
+using imagery::SampleRows;
+
 namespace {
 
 bool IsOnGrid(const PlacedImage& image, const PlacedImage& other) {

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "imagery/RowSource.h"
 #include "quality/Comparison.h"
-#include "rasterhost/reading/RowSource.h"
 #include "rasterhost/scene/Scene.h"
 
 #include <functional>
@@ -11,7 +11,7 @@
 namespace rasterhost {
 
 /// Opens the rows of an image for one more thread. Null with an item.
-using OpenRows = std::function<std::unique_ptr<RowSource>(Status&)>;
+using OpenRows = std::function<std::unique_ptr<imagery::RowSource>(Status&)>;
 
 /// Opens those of an image that is open already, for as long as it is.
 [[nodiscard]] OpenRows RowsOf(const InputImage& image);

@@ -1,9 +1,9 @@
 #include "rasterhost/assessing/PairAssessment.h"
 
 #include "hostkit/RequestRecord.h"
+#include "imagery/DegradedRows.h"
 #include "quality/NoReference.h"
 #include "rasterhost/assessing/CompareRows.h"
-#include "rasterhost/assessing/DegradedRows.h"
 #include "rasterhost/assessing/InParts.h"
 #include "rasterhost/requests/CacheLimit.h"
 
@@ -13,6 +13,15 @@
 #include <numeric>
 
 namespace rasterhost {
+
+using imagery::DegradedRows;
+using imagery::DegradeOnto;
+using imagery::ImageRows;
+using imagery::KeepCommon;
+using imagery::NumberRows;
+using imagery::RowSource;
+using imagery::SampleRows;
+using imagery::UpsampledRows;
 
 using KOVA::Tessara::Pixmere::RasterInfo;
 

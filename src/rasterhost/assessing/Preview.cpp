@@ -1,7 +1,7 @@
 #include "rasterhost/assessing/Preview.h"
 
+#include "imagery/RowSource.h"
 #include "rasterhost/assessing/CompareRows.h"
-#include "rasterhost/reading/RowSource.h"
 #include "rasterhost/requests/CacheLimit.h"
 #include "rasterhost/requests/GdalErrors.h"
 #include "rasterhost/requests/Operation.h"
@@ -18,6 +18,12 @@
 #include <tuple>
 
 namespace rasterhost {
+
+using imagery::ImageRows;
+using imagery::JoinedRows;
+using imagery::RowSource;
+using imagery::SampleRows;
+using imagery::UpsampledRows;
 
 using hostkit::PixelRect;
 using KOVA::Tessara::Pixmere::RasterInfo;

@@ -3,8 +3,8 @@
 #include "fundament/Text.h"
 #include "hostkit/AxisPlacement.h"
 #include "hostkit/RequestRecord.h"
+#include "imagery/DegradedRows.h"
 #include "rasterhost/assessing/CompareRows.h"
-#include "rasterhost/assessing/DegradedRows.h"
 #include "rasterhost/requests/GdalErrors.h"
 #include "rasterhost/requests/HostProcess.h"
 #include "rasterhost/writing/PlainFile.h"
@@ -18,6 +18,12 @@
 #include <list>
 
 namespace rasterhost {
+
+using imagery::DegradedRows;
+using imagery::DegradeOnto;
+using imagery::ImageRows;
+using imagery::MaskedRows;
+using imagery::UpsampledRows;
 
 using hostkit::PixelRect;
 using KOVA::Tessara::Fundament::FormatString;

@@ -1,5 +1,7 @@
 #include "rasterhost/fusing/FusionSlot.h"
 
+#include "imagery/RowValidity.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -78,6 +80,7 @@ bool FusionSlot::Read(const PixelRect& rect, Status& status, Want wanted) {
 
 /// Opens the window over what was read.
 bool FusionSlot::OpenSources(Status& status) {
+    openedWindows.clear();
     for (const auto& source : sources) {
         const PlacedSource& placed = source->placed;
         source->opened.reset();
@@ -85,6 +88,7 @@ bool FusionSlot::OpenSources(Status& status) {
         source->opened = placed.placement->Open(window, placed.image->GetInfo(), source->raster.GetBlock(),
                                                 from.resampling, status);
         if (!source->opened) return false;
+        openedWindows.push_back(source->opened.get());
     }
     return true;
 }
@@ -181,20 +185,9 @@ bool FusionSlot::FindValid(std::uint32_t row, unsigned char* rowValid) {
         std::memset(rowValid, 0, columns);
         return true;
     }
-    const std::uint32_t number = row - window.row0;
-    if (const hostkit::SampleBlock read = pan.GetBlock(); read.valid)
-        std::memcpy(rowValid,
-                    read.valid + std::size_t{row - read.rect.row0} * read.rect.GetColumns() +
-                        (window.col0 - read.rect.col0),
-                    columns);
-    else
-        std::memset(rowValid, 0xFF, columns);
+    imagery::FindRowValidity(pan.GetBlock(), window, row, openedWindows, reach.data(), rowValid);
     std::memset(rowValid, 0, inside.col0 - window.col0);
     std::memset(rowValid + (inside.col1 - window.col0), 0, window.col1 - inside.col1);
-    for (const auto& source : sources)
-        if (source->opened && source->opened->FindReach(number, reach.data()))
-            for (std::size_t column = 0; column < columns; ++column)
-                if (reach[column] == hostkit::Reach::None) rowValid[column] = 0;
     return std::memchr(rowValid, 0, columns) != nullptr;
 }
 

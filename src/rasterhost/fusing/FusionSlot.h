@@ -93,7 +93,8 @@ private:
     const FusionSources from;
     hostkit::SourceRaster pan;
     std::vector<std::unique_ptr<Source>> sources;
-    hostkit::WindowWorker worker; ///< made after pan, so destroyed before it
+    std::vector<hostkit::PlacedWindow*> openedWindows; ///< of the sources
+    hostkit::WindowWorker worker;                      ///< made after pan, so destroyed before it
     Want want = Want::Pixels;
     hostkit::PixelRect window;
     hostkit::PixelRect inside;                   ///< what of it is covered; empty for nothing

@@ -11,6 +11,8 @@
 
 namespace rasterhost {
 
+using imagery::LimitTally;
+
 namespace {
 
 namespace tbb = oneapi::tbb;

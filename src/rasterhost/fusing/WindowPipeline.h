@@ -16,7 +16,7 @@ struct WindowPlan {
 };
 
 struct PipelineResult {
-    LimitTally tally;
+    imagery::LimitTally tally;
     bool wasCancelled = false;
 };
 

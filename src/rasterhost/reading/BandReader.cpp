@@ -1,6 +1,7 @@
 #include "rasterhost/reading/BandReader.h"
 
 #include "fundament/Text.h"
+#include "imagery/NoDataValue.h"
 #include "rasterhost/reading/NetworkFile.h"
 #include "rasterhost/requests/GdalErrors.h"
 
@@ -122,13 +123,10 @@ namespace {
 template <class T>
 void ClearNoData(const T* samples, const std::vector<SourceBand>& bands, std::size_t pixels,
                  unsigned char* valid) {
-    for (std::size_t band = 0; band < bands.size(); ++band) {
-        if (!bands[band].noData) continue;
-        const auto value = static_cast<T>(*bands[band].noData);
-        for (std::size_t i = 0; i < pixels; ++i)
-            valid[i] = static_cast<unsigned char>(
-                valid[i] & -static_cast<int>(samples[i * bands.size() + band] != value));
-    }
+    for (std::size_t band = 0; band < bands.size(); ++band)
+        if (bands[band].noData)
+            imagery::ClearValue(samples, bands.size(), band, pixels, static_cast<T>(*bands[band].noData),
+                                valid);
 }
 
 } // namespace

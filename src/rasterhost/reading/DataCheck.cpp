@@ -10,56 +10,15 @@
 
 namespace rasterhost {
 
-using hostkit::PixelRect;
+using imagery::DataSearch;
 using KOVA::Tessara::Fundament::NumberText;
-using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
-
-/// Reads the samples of a rectangle and which of its pixels have data.
-using ReadBlock =
-    std::function<bool(const PixelRect& rect, std::vector<unsigned char>& samples, unsigned char* valid)>;
-
-/// Rows of blocks, that in the middle first.
-std::vector<PixelRect> ChooseStrips(const RasterInfo& info) {
-    constexpr std::size_t stripBytes = std::size_t{16} << 20;
-    const std::size_t rowBytes = info.cols * hostkit::PixelBytes(info);
-    const auto height = static_cast<std::uint32_t>(std::clamp<std::size_t>(stripBytes / rowBytes, 1, 256));
-    std::vector<PixelRect> strips;
-    for (std::uint32_t row = 0; row < info.rows; row += std::min(height, info.rows - row))
-        strips.push_back({0, row, info.cols, row + std::min(height, info.rows - row)});
-    std::swap(strips.front(), strips[strips.size() / 2]);
-    return strips;
-}
-
-DataSearch Search(const RasterInfo& info, const ReadBlock& read, const std::function<bool()>& keepOn) {
-    std::vector<unsigned char> samples, valid;
-    for (const PixelRect& strip : ChooseStrips(info)) {
-        if (keepOn && !keepOn()) return DataSearch::Cancelled;
-        valid.resize(std::size_t{strip.GetColumns()} * strip.GetRows());
-        samples.resize(valid.size() * hostkit::PixelBytes(info));
-        if (!read(strip, samples, valid.data()) ||
-            std::any_of(valid.begin(), valid.end(), [](unsigned char has) { return has != 0; }))
-            return DataSearch::Found;
-    }
-    return DataSearch::None;
-}
-
-DataSearch Search(InputImage& image, const std::function<bool()>& keepOn) {
-    return Search(
-        image.GetInfo(),
-        [&](const PixelRect& rect, std::vector<unsigned char>& samples, unsigned char* valid) {
-            Status unread;
-            return image.Read(rect, samples.data(), unread) &&
-                   image.ReadValid(rect, samples.data(), valid, unread);
-        },
-        keepOn);
-}
 
 DataSearch SearchBand(const InputImage& image, std::size_t band, const std::function<bool()>& keepOn) {
     const auto single =
         image.WithBands(std::make_shared<const ImageDescription>(image.GetDescription()->WithBands({band})));
-    return single ? Search(*single, keepOn) : DataSearch::Found;
+    return single ? imagery::SearchData(*single, keepOn) : DataSearch::Found;
 }
 
 /// The least and greatest sample that a band can have.
@@ -73,7 +32,7 @@ std::pair<double, double> RangeOf(const SourceBand& source) {
 
 DataSearch FindData(InputImage& image, const std::function<bool()>& keepOn, Status& status) {
     if (!image.MayLackData()) return DataSearch::Found;
-    const DataSearch found = Search(image, keepOn);
+    const DataSearch found = imagery::SearchData(image, keepOn);
     if (found != DataSearch::None) return found;
     constexpr const char* remedy = "; is it the right file? --no-nodata takes every sample as data";
     const std::vector<SourceBand>& bands = image.GetDescription()->bands;

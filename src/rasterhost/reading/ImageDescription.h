@@ -1,8 +1,8 @@
 #pragma once
 
 #include "host/RasterInfo.h"
+#include "imagery/ZeroCollar.h"
 #include "rasterhost/reading/SourceBand.h"
-#include "rasterhost/reading/ZeroCollar.h"
 
 #include <ogr_spatialref.h>
 
@@ -30,7 +30,7 @@ struct ImageDescription {
     bool isNorthUp = true;                             ///< rows and columns along the map's axes, downward
     OGRSpatialReference projection;                    ///< may be empty
     /// Pixels that count as no data beside what is declared; null without any.
-    std::shared_ptr<const ZeroCollar> collar;
+    std::shared_ptr<const imagery::ZeroCollar> collar;
 
     /// The first file, and how many more there are: for messages.
     [[nodiscard]] std::string GetName() const;

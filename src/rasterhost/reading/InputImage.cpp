@@ -15,6 +15,8 @@
 
 namespace rasterhost {
 
+using imagery::ZeroCollar;
+
 using hostkit::PixelRect;
 
 InputImage::~InputImage() = default;

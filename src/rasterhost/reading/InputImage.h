@@ -67,7 +67,7 @@ public:
                                  unsigned char* valid, Status& status) override;
 
     /// Describes the image again, with more pixels that count as no data than are declared.
-    void SetCollar(std::shared_ptr<const ZeroCollar> found);
+    void SetCollar(std::shared_ptr<const imagery::ZeroCollar> found);
 
 private:
     InputImage() = default;

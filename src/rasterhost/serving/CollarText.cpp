@@ -10,6 +10,8 @@
 
 namespace rasterhost {
 
+using imagery::ZeroCollar;
+
 namespace {
 
 constexpr std::size_t mostDeflated = std::size_t{256} << 10;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "rasterhost/reading/ZeroCollar.h"
+#include "imagery/ZeroCollar.h"
 #include "rasterhost/requests/RecordPart.h"
 
 #include <memory>
@@ -13,9 +13,10 @@ inline constexpr std::size_t mostPackedInAll = std::size_t{16} << 20;
 
 /// A collar as an object of a description: its runs packed, deflated and in base64. Null when they take more
 /// than 256 KB, deflated, or packed more than `left` bytes, which become fewer.
-[[nodiscard]] RecordPart::Json CollarToJson(const ZeroCollar& collar, std::size_t& left);
+[[nodiscard]] RecordPart::Json CollarToJson(const imagery::ZeroCollar& collar, std::size_t& left);
 
 /// The same way back, with the same `left`. Throws RecordFault.
-[[nodiscard]] std::shared_ptr<const ZeroCollar> CollarFromJson(const RecordPart& part, std::size_t& left);
+[[nodiscard]] std::shared_ptr<const imagery::ZeroCollar> CollarFromJson(const RecordPart& part,
+                                                                        std::size_t& left);
 
 } // namespace rasterhost

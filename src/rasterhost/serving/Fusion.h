@@ -1,16 +1,16 @@
 #pragma once
 
+#include "imagery/OutputRow.h"
 #include "rasterhost/fusing/PreparedPair.h"
 #include "rasterhost/fusing/ProcessSettings.h"
 #include "rasterhost/fusing/SceneFindings.h"
-#include "rasterhost/writing/OutputRow.h"
 
 namespace rasterhost {
 
 /// How a pair is fused, with nothing left open, and how its pixels come out.
 struct Fusion {
     ProcessSettings settings;
-    OutputRules rules;
+    imagery::OutputRules rules;
     SceneFindings found;  ///< what of it was found in the pixels
     bool isPlain = false; ///< pan adds nothing: the result is the multispectral bands on its grid
 };

@@ -19,6 +19,8 @@
 
 namespace rasterhost {
 
+using imagery::OutputRules;
+
 namespace {
 
 using OpenFiles = std::vector<std::pair<std::string, GDALDataset*>>;

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "imagery/OutputRow.h"
 #include "rasterhost/fusing/PreparedPair.h"
 #include "rasterhost/fusing/Sharpen.h"
 #include "rasterhost/serving/SceneRecord.h"
-#include "rasterhost/writing/OutputRow.h"
 
 namespace rasterhost {
 
@@ -15,7 +15,7 @@ namespace rasterhost {
                                Status& status, bool isToBeKept = true);
 
 /// What comes out of fusing a scene by these rules.
-[[nodiscard]] SceneOutput DescribeResult(const Scene& scene, const OutputRules& rules);
+[[nodiscard]] SceneOutput DescribeResult(const Scene& scene, const imagery::OutputRules& rules);
 
 /// Puts what was found when a pair was opened, its shift, scale and depth, in the place of what the request
 /// leaves open.

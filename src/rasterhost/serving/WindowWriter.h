@@ -1,6 +1,6 @@
 #pragma once
 
-#include "rasterhost/writing/OutputRow.h"
+#include "imagery/OutputRow.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -22,7 +22,7 @@ struct WindowTarget {
 template <class T>
 class WindowWriter {
 public:
-    WindowWriter(const OutputRules& outputRules, std::span<const std::uint32_t> wantedBands,
+    WindowWriter(const imagery::OutputRules& outputRules, std::span<const std::uint32_t> wantedBands,
                  const WindowTarget& windowTarget, std::uint32_t windowColumns)
         : rules(outputRules), bands(wantedBands), target(windowTarget), columns(windowColumns),
           row(std::size_t{columns} * rules.GetFileBands()), tally(rules.bands) {}
@@ -40,7 +40,7 @@ private:
     void PutSamples(std::uint32_t number, const void* fused, const unsigned char* valid) {
         unsigned char* first = target.samples + static_cast<std::ptrdiff_t>(number) * target.rowStride;
         T* made = IsAsMade(first) ? reinterpret_cast<T*>(first) : row.data();
-        MakeOutputRow(static_cast<const T*>(fused), valid, columns, rules, made, tally);
+        imagery::MakeOutputRow(static_cast<const T*>(fused), valid, columns, rules, made, tally);
         for (std::size_t i = 0; made == row.data() && i < bands.size(); ++i) {
             unsigned char* out = first + static_cast<std::ptrdiff_t>(i) * target.bandStride;
             const T* in = row.data() + bands[i];
@@ -62,12 +62,12 @@ private:
                reinterpret_cast<std::uintptr_t>(first) % sizeof(T) == 0;
     }
 
-    const OutputRules& rules;
+    const imagery::OutputRules& rules;
     std::span<const std::uint32_t> bands;
     const WindowTarget& target;
     std::uint32_t columns;
     std::vector<T> row;
-    LimitTally tally;
+    imagery::LimitTally tally;
 };
 
 } // namespace rasterhost

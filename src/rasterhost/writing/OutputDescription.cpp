@@ -9,6 +9,8 @@
 
 namespace rasterhost {
 
+using imagery::OutputRules;
+
 using KOVA::Tessara::Fundament::NumberText;
 
 std::vector<GDALColorInterp> ColoursOf(const Scene& scene, std::size_t bands) {

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "imagery/OutputRow.h"
 #include "rasterhost/scene/Scene.h"
-#include "rasterhost/writing/OutputRow.h"
 
 #include <gdal.h>
 
@@ -29,7 +29,7 @@ using OutputMetadata = std::vector<std::pair<std::string, std::string>>;
 
 /// Gives a new file the position of a part of pan, the names and colours of the bands, the value that means
 /// no data and the metadata.
-void DescribeOutput(const Scene& scene, const hostkit::PixelRect& part, const OutputRules& rules,
+void DescribeOutput(const Scene& scene, const hostkit::PixelRect& part, const imagery::OutputRules& rules,
                     const OutputMetadata& metadata, GDALDataset& output);
 
 } // namespace rasterhost

@@ -12,6 +12,8 @@
 
 namespace rasterhost {
 
+using imagery::OutputRules;
+
 using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Fundament::StartsWith;
 

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "imagery/OutputRow.h"
 #include "rasterhost/scene/Scene.h"
 #include "rasterhost/writing/OutputFormat.h"
-#include "rasterhost/writing/OutputRow.h"
 
 #include <cpl_string.h>
 
@@ -13,7 +13,7 @@ namespace rasterhost {
 /// How the output will be made. Decided once; checks, estimates, windows and writing all ask this.
 struct OutputPlan {
     OutputFormat format;
-    OutputRules rules;
+    imagery::OutputRules rules;
     std::uint32_t columns = 0;
     std::uint32_t rows = 0;
     std::uint32_t bits = 0; ///< of a sample in the file, 8 or 16
@@ -30,7 +30,7 @@ struct OutputPlan {
     bool isCompressed = false; ///< and compressed as it is written
     /// Of that file's blocks. Windows are best whole rows of them, and have to be where the layout has tiles.
     std::uint32_t blockRows = 1;
-    OutputLayout layout; ///< how it takes the pixels of a window
+    imagery::OutputLayout layout; ///< how it takes the pixels of a window
 
     [[nodiscard]] std::size_t GetPixelBytes() const { return std::size_t{rules.GetFileBands()} * (bits / 8); }
     [[nodiscard]] std::uint64_t GetBytes() const { ///< of all pixels, before they are compressed
@@ -40,7 +40,7 @@ struct OutputPlan {
 
 /// How the file will mark pixels without data: by the nodata value of the request or of the first input that
 /// has one, by a last band where the request says so, else by a mask.
-[[nodiscard]] OutputRules MakeOutputRules(const OutputRequest& request, const Scene& scene);
+[[nodiscard]] imagery::OutputRules MakeOutputRules(const OutputRequest& request, const Scene& scene);
 
 /// Plans the output of the scene's part, to be compressed by this many threads. The rows of blocks are known
 /// of GeoTIFF only; of other formats a trial tells (OutputTrial.h).

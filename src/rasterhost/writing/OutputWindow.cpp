@@ -5,6 +5,10 @@
 
 namespace rasterhost {
 
+using imagery::MakeOutputRow;
+using imagery::OutputLayout;
+using imagery::OutputRules;
+
 OutputWindow::OutputWindow(const OutputRules& outputRules, const OutputLayout& outputLayout,
                            std::uint32_t bits, std::uint32_t fileColumns, std::uint32_t mostRows)
     : rules(outputRules), layout(outputLayout), columns(fileColumns), sampleBytes(bits / 8),

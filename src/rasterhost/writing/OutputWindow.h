@@ -1,6 +1,6 @@
 #pragma once
 
-#include "rasterhost/writing/OutputRow.h"
+#include "imagery/OutputRow.h"
 
 #include <cstdint>
 #include <vector>
@@ -15,8 +15,8 @@ using PackedTiles = std::vector<std::vector<unsigned char>>;
 class OutputWindow {
 public:
     /// For windows of up to so many rows; samples have 8 or 16 bits.
-    OutputWindow(const OutputRules& outputRules, const OutputLayout& outputLayout, std::uint32_t bits,
-                 std::uint32_t fileColumns, std::uint32_t mostRows);
+    OutputWindow(const imagery::OutputRules& outputRules, const imagery::OutputLayout& outputLayout,
+                 std::uint32_t bits, std::uint32_t fileColumns, std::uint32_t mostRows);
 
     /// Begins a window of this many rows of the file.
     void Start(std::uint32_t firstFileRow, std::uint32_t rowCount);
@@ -30,7 +30,7 @@ public:
     [[nodiscard]] unsigned char* GetSamples() { return samples.data(); }
     /// What a file that is compressed as it is written makes of them.
     [[nodiscard]] PackedTiles& GetPacked() { return packed; }
-    [[nodiscard]] const LimitTally& GetTally() const { return tally; }
+    [[nodiscard]] const imagery::LimitTally& GetTally() const { return tally; }
 
 private:
     [[nodiscard]] std::size_t TilesAcross() const { return (columns - 1) / layout.tileColumns + 1; }
@@ -39,8 +39,8 @@ private:
     void MakePixels(const unsigned char* fused, const unsigned char* valid, std::size_t count,
                     unsigned char* out);
 
-    const OutputRules rules;
-    const OutputLayout layout;
+    const imagery::OutputRules rules;
+    const imagery::OutputLayout layout;
     const std::uint32_t columns;
     const std::size_t sampleBytes;
     const std::size_t pixelBytes; ///< of the file
@@ -49,7 +49,7 @@ private:
     std::uint32_t added = 0; ///< of the rows
     std::vector<unsigned char> samples;
     PackedTiles packed;
-    LimitTally tally;
+    imagery::LimitTally tally;
 };
 
 } // namespace rasterhost

@@ -9,6 +9,10 @@
 
 namespace rasterhost {
 
+using imagery::ForStrips;
+using imagery::RowSource;
+using imagery::SampleRows;
+
 using KOVA::Tessara::Fundament::FormatString;
 
 bool PlainFile::Refuse(const GdalErrors& errors, Status& status) const {

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "rasterhost/reading/RowSource.h"
+#include "imagery/RowSource.h"
+#include "rasterhost/requests/HostStatus.h"
 
 #include <array>
 #include <memory>
@@ -32,14 +33,16 @@ public:
     ~PlainFile();
 
     /// Writes all of an image with its upper left pixel at a place.
-    [[nodiscard]] bool Write(RowSource& image, std::uint32_t column, std::uint32_t row, Status& status);
+    [[nodiscard]] bool Write(imagery::RowSource& image, std::uint32_t column, std::uint32_t row,
+                             Status& status);
     /// Replaces the mask by where an image of the same size has data.
-    [[nodiscard]] bool WriteMask(RowSource& image, Status& status);
+    [[nodiscard]] bool WriteMask(imagery::RowSource& image, Status& status);
     [[nodiscard]] bool Close(Status& status);
 
 private:
     explicit PlainFile(std::string fileName) : name(std::move(fileName)) {}
-    bool WriteRows(RowSource& image, std::uint32_t column, std::uint32_t row, bool maskOnly, Status& status);
+    bool WriteRows(imagery::RowSource& image, std::uint32_t column, std::uint32_t row, bool maskOnly,
+                   Status& status);
     bool Refuse(const GdalErrors& errors, Status& status) const;
 
     std::string name;

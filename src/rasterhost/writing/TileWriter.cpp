@@ -12,6 +12,8 @@
 
 namespace rasterhost {
 
+using imagery::OutputLayout;
+
 namespace {
 
 /// Compressions without loss, and the option that sets how hard they try.

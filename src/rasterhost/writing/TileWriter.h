@@ -24,8 +24,8 @@ public:
     /// honoured here; any other leaves the pixels to GDAL.
     [[nodiscard]] static bool CanWrite(const CPLStringList& creationOptions);
     /// Null when the file is not of that kind after all, or its tiles are not as `layout` has them.
-    [[nodiscard]] static std::unique_ptr<TileWriter> Open(const std::string& file, const OutputLayout& layout,
-                                                          const CPLStringList& creationOptions);
+    [[nodiscard]] static std::unique_ptr<TileWriter>
+    Open(const std::string& file, const imagery::OutputLayout& layout, const CPLStringList& creationOptions);
     TileWriter(const TileWriter&) = delete;
     TileWriter& operator=(const TileWriter&) = delete;
     ~TileWriter();

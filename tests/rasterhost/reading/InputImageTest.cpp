@@ -2,7 +2,7 @@
 
 #include "SceneFiles.h"
 #include "hostkit/SourceRaster.h"
-#include "rasterhost/reading/ZeroCollar.h"
+#include "imagery/ZeroCollar.h"
 
 #include <gmock/gmock.h>
 
@@ -10,9 +10,9 @@ namespace {
 
 using namespace testfiles;
 using hostkit::SourceRaster;
+using imagery::ZeroCollar;
 using rasterhost::InputBand;
 using rasterhost::InputImage;
-using rasterhost::ZeroCollar;
 
 unsigned Coded(int column, int row, int band) {
     return static_cast<unsigned>(column + 10 * row + 1000 * band);

@@ -57,10 +57,10 @@ SceneRecord MakeRecord(const testfiles::Folder& folder) {
     detail.blur.emplace().obstacle = "none";
     detail.error = 1.5;
     detail.plainError = 2.5;
-    rasterhost::ZeroCollar::Finder finder(4, 1);
+    imagery::ZeroCollar::Finder finder(4, 1);
     for (int row = 0; row < 3; ++row)
         finder.AddRow(std::array<unsigned char, 4>{0, static_cast<unsigned char>(row), 1, 0}.data());
-    record.found.collars = {nullptr, std::make_shared<rasterhost::ZeroCollar>(finder.Finish())};
+    record.found.collars = {nullptr, std::make_shared<imagery::ZeroCollar>(finder.Finish())};
     record.warnings = {"w\n"};
     for (const auto& name : {record.pair.pan.file, record.pair.multispectral[0].file,
                              record.pair.multispectral[1].file, record.pair.infrared->file}) {

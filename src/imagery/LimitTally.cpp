@@ -1,8 +1,8 @@
-#include "rasterhost/writing/LimitTally.h"
+#include "imagery/LimitTally.h"
 
 #include <algorithm>
 
-namespace rasterhost {
+namespace imagery {
 
 namespace {
 
@@ -44,4 +44,4 @@ void CountLimits(const T* row, std::size_t pixels, T largest, LimitTally& tally)
 template void CountLimits(const unsigned char*, std::size_t, unsigned char, LimitTally&);
 template void CountLimits(const unsigned short*, std::size_t, unsigned short, LimitTally&);
 
-} // namespace rasterhost
+} // namespace imagery

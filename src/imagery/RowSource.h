@@ -1,14 +1,17 @@
 #pragma once
 
+#include "fundament/Status.h"
 #include "hostkit/ImageSource.h"
 #include "hostkit/Placement.h"
-#include "rasterhost/requests/HostStatus.h"
 
 #include <algorithm>
 #include <memory>
 #include <vector>
 
-namespace rasterhost {
+namespace imagery {
+
+/// Where failures are recorded.
+using Status = KOVA::Tessara::Fundament::Status;
 
 /// Some rows of an image.
 struct SampleRows {
@@ -143,4 +146,4 @@ bool ForStrips(const RowSource& rows, const Function& function) {
     return true;
 }
 
-} // namespace rasterhost
+} // namespace imagery

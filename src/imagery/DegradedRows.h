@@ -1,12 +1,12 @@
 #pragma once
 
+#include "imagery/RowSource.h"
 #include "kernels/SumRow.h"
 #include "quality/GaussianAxis.h"
-#include "rasterhost/reading/RowSource.h"
 
 #include <span>
 
-namespace rasterhost {
+namespace imagery {
 
 /// Some rows of an image as numbers.
 struct NumberRows {
@@ -57,4 +57,4 @@ private:
                                        const KOVA::Tessara::Pixmere::RasterInfo& coarse,
                                        const hostkit::PixelRect& part, std::span<const double> transfers);
 
-} // namespace rasterhost
+} // namespace imagery

@@ -1,11 +1,11 @@
-#include "rasterhost/writing/OutputRow.h"
+#include "imagery/OutputRow.h"
 
 #include <gmock/gmock.h>
 
 namespace {
 
-using rasterhost::LimitTally;
-using rasterhost::OutputRules;
+using imagery::LimitTally;
+using imagery::OutputRules;
 using testing::ElementsAreArray;
 using testing::Pair;
 

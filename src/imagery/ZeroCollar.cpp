@@ -1,8 +1,8 @@
-#include "rasterhost/reading/ZeroCollar.h"
+#include "imagery/ZeroCollar.h"
 
 #include <algorithm>
 
-namespace rasterhost {
+namespace imagery {
 
 void ZeroCollar::Finder::AddRow(const unsigned char* samples) {
     const bool isFirstRow = rowStarts.empty();
@@ -164,4 +164,4 @@ std::optional<ZeroCollar> ZeroCollar::FromBytes(std::span<const unsigned char> b
     return collar;
 }
 
-} // namespace rasterhost
+} // namespace imagery

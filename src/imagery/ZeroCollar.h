@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-namespace rasterhost {
+namespace imagery {
 
 /// The pixels of an image that are 0 in all bands and hang together with such pixels on the image's edge:
 /// what a collar without data looks like when nobody declared it. Pixels hang together by their sides. Zeros
@@ -67,4 +67,4 @@ private:
     std::uint64_t pixels = 0;
 };
 
-} // namespace rasterhost
+} // namespace imagery

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "rasterhost/writing/LimitTally.h"
+#include "imagery/LimitTally.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 
-namespace rasterhost {
+namespace imagery {
 
 /// How the file marks pixels without data.
 struct OutputRules {
@@ -34,4 +34,4 @@ template <class T>
 void MakeOutputRow(const T* fused, const unsigned char* valid, std::size_t columns, const OutputRules& rules,
                    T* out, LimitTally& tally);
 
-} // namespace rasterhost
+} // namespace imagery

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-namespace rasterhost {
+namespace imagery {
 
 /// Samples at 0 and at the largest value, for each band.
 using LimitTally = std::vector<std::pair<std::uint64_t, std::uint64_t>>;
@@ -14,4 +14,4 @@ using LimitTally = std::vector<std::pair<std::uint64_t, std::uint64_t>>;
 template <class T>
 void CountLimits(const T* row, std::size_t pixels, T largest, LimitTally& tally);
 
-} // namespace rasterhost
+} // namespace imagery

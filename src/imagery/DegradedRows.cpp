@@ -1,9 +1,9 @@
-#include "rasterhost/assessing/DegradedRows.h"
+#include "imagery/DegradedRows.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace rasterhost {
+namespace imagery {
 
 using KOVA::Tessara::Pixmere::RasterInfo;
 using quality::GaussianAxis;
@@ -133,4 +133,4 @@ DegradedRows DegradeOnto(RowSource& fineRows, const RasterInfo& fine, const Rast
             GaussianAxis(GaussianAxis::Regular(part.GetRows(), stepY, top, fine.rows), stepY, transfers)};
 }
 
-} // namespace rasterhost
+} // namespace imagery

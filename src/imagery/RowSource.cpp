@@ -1,4 +1,4 @@
-#include "rasterhost/reading/RowSource.h"
+#include "imagery/RowSource.h"
 
 #include "hostkit/RequestRecord.h"
 #include "hostkit/SourceRaster.h"
@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace rasterhost {
+namespace imagery {
 
 using hostkit::PixelRect;
 using KOVA::Tessara::Pixmere::RasterInfo;
@@ -109,4 +109,4 @@ std::uint32_t ChooseStrip(std::uint64_t numbersOfARow) {
         std::max<std::uint64_t>(mostNumbers / std::max<std::uint64_t>(numbersOfARow, 1), 1));
 }
 
-} // namespace rasterhost
+} // namespace imagery

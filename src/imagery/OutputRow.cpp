@@ -1,10 +1,10 @@
-#include "rasterhost/writing/OutputRow.h"
+#include "imagery/OutputRow.h"
 
 #include <algorithm>
 #include <cstring>
 #include <limits>
 
-namespace rasterhost {
+namespace imagery {
 
 namespace {
 
@@ -64,4 +64,4 @@ template void MakeOutputRow(const unsigned char*, const unsigned char*, std::siz
 template void MakeOutputRow(const unsigned short*, const unsigned char*, std::size_t, const OutputRules&,
                             unsigned short*, LimitTally&);
 
-} // namespace rasterhost
+} // namespace imagery

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstddef>
+
+namespace imagery {
+
+/// Clears the bytes of those pixels whose sample of one band, counted from 0, is the value for no data.
+/// `samples` are interleaved by pixel, `valid` has one byte of 0 or 0xFF per pixel.
+template <class T>
+void ClearValue(const T* samples, std::size_t bands, std::size_t band, std::size_t pixels, T value,
+                unsigned char* valid) {
+    for (std::size_t i = 0; i < pixels; ++i)
+        valid[i] =
+            static_cast<unsigned char>(valid[i] & -static_cast<int>(samples[i * bands + band] != value));
+}
+
+} // namespace imagery
