@@ -16,6 +16,7 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -26,6 +27,9 @@ namespace py = pybind11;
 /// Width and height of a pixel in pan pixels, then column and row of the image on which pan's corner lies.
 using Placement = std::array<double, 4>;
 using Gains = std::pair<double, double>;
+
+/// A mask of 0 without data, axes row and column; what else tells of gaps, and the value for no data.
+using Gaps = std::tuple<std::optional<py::array>, std::uint32_t, std::uint32_t>;
 
 using python::Calls;
 using python::Raise;
@@ -45,6 +49,9 @@ void Check(pansharp_result result, const char* error) {
         {" of multispectral", " of ms"},
         {"output lies", "out lies"},
         {"output: with", "out: with"},
+        {"multispectral_gaps.", "the gaps of ms: "},
+        {"Leave PANSHARP_COLLAR out", "Give nodata=False"},
+        {"job.bits_used", "bits"},
         {"job.", ""}};
     for (const auto& [member, argument] : names)
         for (std::size_t at = 0; (at = text.find(member, at)) != std::string::npos;)
@@ -92,6 +99,20 @@ pansharp_image MakeImage(const py::array& samples, const Placement& placement) {
             placement[3]};
 }
 
+/// Of a mask with the size of the image.
+pansharp_gaps MakeGaps(const Gaps& given, const pansharp_image& image) {
+    const auto& [mask, rules, value] = given;
+    pansharp_gaps gaps{nullptr, 0, 0, rules, value};
+    if (!mask) return gaps;
+    if (mask->ndim() != 2 || mask->itemsize() != 1 || mask->shape(0) != image.rows ||
+        mask->shape(1) != image.columns)
+        throw py::value_error("a mask must have the rows and columns of its image");
+    gaps.valid = static_cast<const std::uint8_t*>(mask->data());
+    gaps.row_stride = mask->strides(0);
+    gaps.pixel_stride = mask->strides(1);
+    return gaps;
+}
+
 /// What is called while the interpreter's lock is free: takes it, and keeps what was thrown for the caller.
 struct Watch {
     const py::object& progress; ///< None for nobody
@@ -119,10 +140,11 @@ public:
         std::optional<py::array> infraredImage, const Placement& infraredPlacement,
         std::optional<std::string> methodName, std::vector<double> bandWeights,
         std::optional<double> infraredShare, const std::vector<Gains>& bandGains, double transfer,
-        double lowPassMean, std::uint32_t resampling, std::vector<std::uint32_t> outputBands)
+        double lowPassMean, std::uint32_t resampling, std::vector<std::uint32_t> outputBands,
+        std::array<Gaps, 3> imageGaps, std::uint32_t bitsUsed)
         : pan(std::move(panImage)), ms(std::move(msImage)), infrared(std::move(infraredImage)),
           method(std::move(methodName)), weights(std::move(bandWeights)), infraredWeight(infraredShare),
-          bands(std::move(outputBands)) {
+          bands(std::move(outputBands)), holes(std::move(imageGaps)) {
         for (const auto& [gain, ratioGain] : bandGains)
             gains.push_back({gain, ratioGain});
         pansharp_job_init(&job, sizeof job);
@@ -138,6 +160,10 @@ public:
         job.transfer = transfer;
         job.low_pass_mean = lowPassMean;
         job.resampling = resampling;
+        job.pan_gaps = MakeGaps(holes[0], job.pan);
+        job.multispectral_gaps = MakeGaps(holes[1], job.multispectral);
+        if (infrared) job.infrared_gaps = MakeGaps(holes[2], job.infrared);
+        job.bits_used = bitsUsed;
     }
     Job(const Job&) = delete;
     Job& operator=(const Job&) = delete;
@@ -180,10 +206,22 @@ public:
                               std::string(fit.obstacle));
     }
 
-    void Fuse(py::array out, std::uint32_t threads, const py::object& progress) const {
+    /// Pixels of the collars of the three images.
+    [[nodiscard]] py::tuple Fuse(py::array out, std::optional<py::array> valid, std::uint32_t threads,
+                                 const py::object& progress) const {
         const pansharp* library = Library();
         CheckAxes(out);
         pansharp_job whole = job;
+        if (valid) {
+            if (valid->ndim() != 2 || valid->itemsize() != 1 || valid->shape(0) != out.shape(1) ||
+                valid->shape(1) != out.shape(2))
+                throw py::value_error("the mask must have the rows and columns of the output");
+            whole.output_mask = {static_cast<std::uint8_t*>(valid->mutable_data()), valid->strides(0),
+                                 valid->strides(1)};
+        }
+        pansharp_used used{};
+        used.struct_size = sizeof used;
+        whole.used = &used;
         whole.output = {out.mutable_data(), out.strides(1), out.strides(2), BandStride(out)};
         whole.threads = threads;
         Watch watch{progress, nullptr};
@@ -198,6 +236,7 @@ public:
         }
         if (watch.thrown) std::rethrow_exception(watch.thrown);
         Check(result, error);
+        return py::make_tuple(used.collars[0], used.collars[1], used.collars[2]);
     }
 
 private:
@@ -215,6 +254,7 @@ private:
     std::optional<double> infraredWeight;
     std::vector<pansharp_gains> gains;
     std::vector<std::uint32_t> bands;
+    std::array<Gaps, 3> holes;
     pansharp_job job{};
 };
 
@@ -241,7 +281,8 @@ PYBIND11_MODULE(_arrays, module) {
     py::class_<Job>(module, "Job")
         .def(py::init<py::array, py::array, const Placement&, std::optional<py::array>, const Placement&,
                       std::optional<std::string>, std::vector<double>, std::optional<double>,
-                      const std::vector<Gains>&, double, double, std::uint32_t, std::vector<std::uint32_t>>())
+                      const std::vector<Gains>&, double, double, std::uint32_t, std::vector<std::uint32_t>,
+                      std::array<Gaps, 3>, std::uint32_t>())
         .def("fit", &Job::Fit)
         .def("fit_weights", &Job::FitWeights)
         .def("fuse", &Job::Fuse);

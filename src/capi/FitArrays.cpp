@@ -16,14 +16,14 @@ using KOVA::Tessara::Fundament::Status;
 
 namespace {
 
-/// Samples of a rectangle of an image as numbers, and which of its pixels have none that is saturated.
+/// Samples of a rectangle of an image as numbers, and which of its pixels have data and none that is
+/// saturated.
 template <class Number>
-void ReadNumbers(const InputImage& image, const PixelRect& rect, std::vector<Number>& numbers,
-                 std::vector<unsigned char>& usable) {
-    std::vector<unsigned short> buffer;
-    const hostkit::SampleBlock block = MakeBlock(image.samples, image.layout, rect, buffer);
+void ReadNumbers(const InputImage& image, const PixelRect& rect, std::uint32_t saturated,
+                 std::vector<Number>& numbers, std::vector<unsigned char>& usable) {
+    BlockBuffers buffers;
+    const hostkit::SampleBlock block = ReadBlock(image, rect, buffers);
     const std::size_t bands = image.info.bandsPerPixel, perRow = rect.GetColumns() * bands;
-    const unsigned saturated = (1u << image.info.bitsPerBand) - 1;
     numbers.clear();
     for (std::uint32_t row = rect.row0; row < rect.row1; ++row) {
         const unsigned char* bytes = block.At(rect.col0, row, hostkit::PixelBytes(image.info));
@@ -36,7 +36,8 @@ void ReadNumbers(const InputImage& image, const PixelRect& rect, std::vector<Num
     usable.resize(std::size_t{rect.GetColumns()} * rect.GetRows());
     for (std::size_t pixel = 0; pixel < usable.size(); ++pixel) {
         const Number* of = numbers.data() + pixel * bands;
-        usable[pixel] = *std::max_element(of, of + bands) < saturated ? 1 : 0;
+        const bool hasData = !block.valid || block.valid[pixel] != 0; // then the block is the rectangle
+        usable[pixel] = hasData && *std::max_element(of, of + bands) < saturated ? 1 : 0;
     }
 }
 
@@ -55,7 +56,7 @@ public:
         if (beneath.IsEmpty()) return;
         std::vector<unsigned short> samples;
         std::vector<unsigned char> usable;
-        ReadNumbers(image, beneath, samples, usable);
+        ReadNumbers(image, beneath, job.largest, samples, usable);
         sums = fitting::AreaSums(beneath, samples, usable);
     }
 
@@ -77,7 +78,7 @@ void AddBlock(const FuseJob& job, const PixelRect& rect, fitting::FitMoments& mo
     const std::size_t bands = job.multispectral.info.bandsPerPixel;
     std::vector<double> samples, pixel;
     std::vector<unsigned char> usable;
-    ReadNumbers(job.multispectral, rect, samples, usable);
+    ReadNumbers(job.multispectral, rect, job.largest, samples, usable);
     const BlockMeans pans(job.pan, job, rect);
     std::optional<BlockMeans> infrareds;
     if (job.infrared) infrareds.emplace(*job.infrared, job, rect);
@@ -117,11 +118,11 @@ public:
         block.rect = rect;
         block.bands = GetBands();
         block.onPan = onPan;
-        ReadNumbers(job.multispectral, rect, block.samples, block.usable);
+        ReadNumbers(job.multispectral, rect, job.largest, block.samples, block.usable);
         if (!block.FindPan(job.pan.info)) return true;
         std::vector<unsigned short> pan;
         std::vector<unsigned char> usable;
-        ReadNumbers(job.pan, block.panRect, pan, usable);
+        ReadNumbers(job.pan, block.panRect, job.largest, pan, usable);
         block.SetPan(std::move(pan), std::move(usable));
         return true;
     }

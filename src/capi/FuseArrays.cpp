@@ -1,16 +1,20 @@
 #include "capi/FuseArrays.h"
 
+#include "capi/JobGaps.h"
 #include "fundament/Text.h"
 #include "hostkit/ArrayRaster.h"
 #include "hostkit/AxisPlacement.h"
 #include "hostkit/LowPassFeed.h"
 #include "hostkit/WindowWorker.h"
+#include "imagery/RowValidity.h"
 
 #include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <exception>
+#include <list>
 #include <mutex>
+#include <numeric>
 #include <optional>
 #include <system_error>
 #include <thread>
@@ -38,55 +42,102 @@ std::uint32_t ThreadCount(const FuseJob& job) {
     return std::clamp(wanted, 1u, (job.pan.info.rows - 1) / 16 + 1);
 }
 
+/// An image beneath pan as a worker reads it.
+struct Beneath {
+    Beneath(const char* imageId, const InputImage& inputImage, const FuseJob& job)
+        : id(imageId), image(inputImage), placement(job.pan.info, image.info) {}
+
+    const char* id;
+    const InputImage& image;
+    hostkit::AxisPlacement placement;
+    BlockBuffers buffers;
+    std::shared_ptr<hostkit::PlacedWindow> opened; ///< where pixels may lack data
+};
+
 /// A worker with the images that it reads. Used by one thread.
 class Worker {
 public:
-    Worker(const hostkit::PluginLibrary& plugin, const FuseJob& fuseJob, Status& status)
-        : job(fuseJob), panRaster(job.pan.info, {}),
+    Worker(const hostkit::PluginLibrary& plugin, FuseJob& fuseJob, Status& status)
+        : job(fuseJob), panRaster(job.pan.info, {}), finish(job),
           worker(plugin, job.properties, job.pan.info, panRaster, status) {
         if (job.lowPass) lowPass.emplace(job.lowPass, job.pan.info, job.resampling);
+        beneath.emplace_back(hostkit::multispectralId, job.multispectral, job);
+        if (job.infrared) beneath.emplace_back(hostkit::infraredId, *job.infrared, job);
     }
 
     [[nodiscard]] bool Start(Status& status) { return worker.Start(status); }
 
     [[nodiscard]] bool Fuse(const PixelRect& window, Status& status) {
         const PixelRect panRect = lowPass ? lowPass->SetWindow(window) : window;
-        const hostkit::SampleBlock pan = MakeBlock(job.pan.samples, job.pan.layout, panRect, panBuffer);
+        const hostkit::SampleBlock pan = ReadBlock(job.pan, panRect, panBuffers);
         panRaster.SetBlock(pan);
         if (lowPass) lowPass->Offer(pan, worker.GetWorkspace());
-        SetImage(hostkit::multispectralId, job.multispectral, window, multispectralBuffer);
-        if (job.infrared) SetImage(hostkit::infraredId, *job.infrared, window, infraredBuffer);
+        const bool mayLackData = job.MayLackData();
+        windows.clear();
+        for (Beneath& image : beneath)
+            if (!SetImage(image, window, mayLackData, status)) return false;
         if (!worker.OpenWindow(window, status)) return false;
+        if (mayLackData) {
+            reach.resize(window.GetColumns());
+            valid.resize(window.GetColumns());
+        }
         for (std::uint32_t row = window.row0; row < window.row1; ++row) {
             const unsigned char* samples = worker.GetRow(row, status);
             if (!samples) return false;
-            StoreRow(samples, job.processBands, job.outputBands, job.output, job.outputLayout, row);
+            if (mayLackData) imagery::FindRowValidity(pan, window, row, windows, reach.data(), valid.data());
+            TellValid(row, mayLackData);
+            StoreRow(finish.Finish(samples, mayLackData ? valid.data() : nullptr, window.GetColumns()),
+                     job.processBands, job.outputBands, job.output, job.outputLayout, row);
         }
         return true;
     }
 
 private:
-    void SetImage(const char* id, const InputImage& image, const PixelRect& window,
-                  std::vector<unsigned short>& buffer) {
-        const PixelRect needed =
-            hostkit::AxisPlacement(job.pan.info, image.info).FindSource(window, job.resampling);
-        worker.GetWorkspace().SetImage(
-            id, {image.info, MakeBlock(image.samples, image.layout, needed, buffer), job.resampling});
+    bool SetImage(Beneath& beneathPan, const PixelRect& window, bool mayLackData, Status& status) {
+        const InputImage& image = beneathPan.image;
+        const PixelRect needed = beneathPan.placement.FindSource(window, job.resampling);
+        const hostkit::SampleBlock block = ReadBlock(image, needed, beneathPan.buffers);
+        hostkit::SourceImage source{image.info, block, job.resampling};
+        if (mayLackData) {
+            beneathPan.opened = beneathPan.placement.Open(window, image.info, block, job.resampling, status);
+            if (!beneathPan.opened) return false;
+            windows.push_back(beneathPan.opened.get());
+            std::vector<std::size_t> bands(image.info.bandsPerPixel);
+            std::iota(bands.begin(), bands.end(), std::size_t{0});
+            source.opened = {{beneathPan.opened, std::move(bands)}};
+            source.window = window;
+        }
+        worker.GetWorkspace().SetImage(beneathPan.id, source);
+        return true;
     }
 
-    const FuseJob& job;
-    std::vector<unsigned short> panBuffer;
-    std::vector<unsigned short> multispectralBuffer;
-    std::vector<unsigned short> infraredBuffer;
+    /// Hands out which pixels of a row have data.
+    void TellValid(std::uint32_t row, bool mayLackData) {
+        if (mayLackData)
+            job.gapPixels += static_cast<std::uint64_t>(
+                std::count(valid.begin(), valid.end(), static_cast<unsigned char>(0)));
+        for (std::uint32_t column = 0; job.outputValid && column < job.pan.info.cols; ++column)
+            job.outputValid[job.validLayout.At(column, row, 0)] = mayLackData && valid[column] == 0
+                                                                      ? static_cast<unsigned char>(0)
+                                                                      : static_cast<unsigned char>(255);
+    }
+
+    FuseJob& job;
+    BlockBuffers panBuffers;
+    std::list<Beneath> beneath;
+    std::vector<hostkit::PlacedWindow*> windows; ///< those of the images beneath
+    std::vector<hostkit::Reach> reach;           ///< of a row
+    std::vector<unsigned char> valid;            ///< likewise
     std::optional<hostkit::LowPassFeed> lowPass;
     hostkit::ArrayRaster panRaster;
+    RowFinish finish;
     hostkit::WindowWorker worker; ///< made after pan, so destroyed before it
 };
 
 /// One run over the rows: hands out windows, counts rows, keeps the first failure.
 class Run {
 public:
-    Run(const hostkit::PluginLibrary& library, const FuseJob& fuseJob)
+    Run(const hostkit::PluginLibrary& library, FuseJob& fuseJob)
         : plugin(library), job(fuseJob), threads(ThreadCount(job)), windowRows(WindowRows(job, threads)) {}
 
     [[nodiscard]] pansharp_result Go(Status& status) {
@@ -197,7 +248,7 @@ private:
     }
 
     const hostkit::PluginLibrary& plugin;
-    const FuseJob& job;
+    FuseJob& job;
     const std::uint32_t threads;
     const std::uint32_t windowRows;
     std::atomic<std::uint32_t> nextWindow = 0;
@@ -216,7 +267,7 @@ private:
 
 } // namespace
 
-pansharp_result FuseArrays(const hostkit::PluginLibrary& plugin, const FuseJob& job, Status& status) {
+pansharp_result FuseArrays(const hostkit::PluginLibrary& plugin, FuseJob& job, Status& status) {
     return Run(plugin, job).Go(status);
 }
 

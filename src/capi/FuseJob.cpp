@@ -1,5 +1,7 @@
 #include "capi/FuseJob.h"
 
+#include "capi/JobGaps.h"
+
 #include "fundament/Text.h"
 #include "host/PropertyNames.h"
 #include "hostkit/MethodTable.h"
@@ -16,12 +18,12 @@ using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Fundament::Status;
 namespace PropertyNames = KOVA::Tessara::PropertyNames;
 
-namespace {
-
 bool Refuse(Status& status, const std::string& message) {
     status.Add(CStatus::BadArgument, message, "Pansharp.C");
     return false;
 }
+
+namespace {
 
 bool TakeJob(const pansharp_job& given, pansharp_job& job, Status& status) {
     constexpr std::size_t least = offsetof(pansharp_job, progress_data) + sizeof(void*);
@@ -58,6 +60,7 @@ bool CheckLayout(const char* name, const void* samples, Layout& layout, Status& 
 
 bool ReadImage(const char* name, const pansharp_image& given, std::uint32_t bits, InputImage& image,
                Status& status) {
+    image.name = name;
     image.samples = static_cast<const unsigned char*>(given.samples);
     image.layout = {given.columns,    given.rows,         given.bands,      bits / 8,
                     given.row_stride, given.pixel_stride, given.band_stride};
@@ -133,6 +136,14 @@ bool PlaceAxis(const Axis& axis, double& pixelSize, Status& status) {
 bool PlaceImage(const char* name, const pansharp_image& given, const InputImage& pan, InputImage& image,
                 Status& status) {
     KOVA::Tessara::Pixmere::RasterInfo& info = image.info;
+    const double across = static_cast<double>(pan.info.cols) / info.cols;
+    const double down = static_cast<double>(pan.info.rows) / info.rows;
+    if (given.pixel_width == 0.0 && given.pixel_height == 0.0 && across >= 1.0 && down >= 1.0 &&
+        std::max(across, down) > 2.0 * std::min(across, down))
+        return Refuse(status, FormatString("a pixel of %s would be %.4g pan pixels wide and %.4g high by the "
+                                           "sizes of the images: are its columns, rows and bands exchanged? "
+                                           "Give pixel_width and pixel_height if it is meant",
+                                           name, across, down));
     if (!PlaceAxis({name, "pixel_width", "offset_x", "columns", given.pixel_width, given.offset_x,
                     pan.info.cols, info.cols},
                    info.pixelSizeX, status) ||
@@ -178,14 +189,7 @@ bool ReadOutput(const pansharp_output& given, FuseJob& job, Status& status) {
     if (!CheckLayout("output", given.samples, layout, status)) return false;
     if (!KeepsSamplesApart(layout))
         return Refuse(status, "output: with these strides samples would overwrite each other");
-    const AddressRange range = *FindRange(given.samples, layout);
-    const auto overlaps = [&](const InputImage& image) {
-        return range.Overlaps(*FindRange(image.samples, image.layout));
-    };
-    if (overlaps(job.pan) || overlaps(job.multispectral) || (job.infrared && overlaps(*job.infrared)))
-        return Refuse(status,
-                      "output lies in the memory of an image that is read; give it memory of its own");
-    return true;
+    return CheckMemory("output", *FindRange(given.samples, layout), job, status);
 }
 
 /// The method that is named, or the one that people get who turn no knob: the plug-in's first where weights
@@ -298,10 +302,15 @@ bool ReadJob(const pansharp_job& given, const PansharpDescription& plugin, JobUs
         std::numeric_limits<std::uint32_t>::max())
         return Refuse(status,
                       "a row of pan with all bands has more than 4294967295 samples; fuse it in parts");
-    if (!ReadOutputBands(known, job, status) ||
-        (use == JobUse::Fuse && !ReadOutput(known.output, job, status)) ||
+    if (!ReadGaps(known, use, job, status) || !ReadOutputBands(known, job, status) ||
+        (use == JobUse::Fuse &&
+         (!ReadOutput(known.output, job, status) || !ReadOutputMask(known.output_mask, job, status))) ||
         !ReadMethod(known, plugin, use, job, status))
         return false;
+    job.used = known.used;
+    if (job.used && job.used->struct_size < sizeof *job.used)
+        return Refuse(status,
+                      "job.used: its struct_size is not the size of a pansharp_used; set it before the call");
     job.threads = known.threads;
     job.progress = known.progress;
     job.progressData = known.progress_data;

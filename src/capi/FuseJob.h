@@ -1,6 +1,6 @@
 #pragma once
 
-#include "capi/StridedSamples.h"
+#include "capi/InputImage.h"
 #include "capi/pansharp.h"
 #include "fitting/DetailFit.h"
 #include "fundament/Status.h"
@@ -10,9 +10,11 @@
 #include "hostkit/PanLowPass.h"
 #include "hostkit/RowSampler.h"
 
+#include <atomic>
 #include <cstddef>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace capi {
@@ -23,13 +25,6 @@ inline constexpr std::uint32_t BadArgument = 0xC001;
 inline constexpr std::uint32_t NoThread = 0xC002;
 inline constexpr std::uint32_t Cancelled = 0xC004;
 } // namespace CStatus
-
-/// An image to read, checked. Georeferenced in pan pixels from pan's upper left corner.
-struct InputImage {
-    const unsigned char* samples = nullptr;
-    Layout layout;
-    KOVA::Tessara::Pixmere::RasterInfo info;
-};
 
 /// A job of the C interface, checked and complete: what is left out there has its default here.
 struct FuseJob {
@@ -48,10 +43,22 @@ struct FuseJob {
     /// For a method that compares pan with its low-pass; the rest is fitted to the images.
     fitting::KnownDetail known;
     std::optional<double> lowPassMean;
+    fitting::DetailFit detail;                          ///< what was found
     std::shared_ptr<const hostkit::PanLowPass> lowPass; ///< null until SettleDetail, and for other methods
-    std::uint32_t threads = 0;                          ///< 0: one per processor
+    std::uint32_t largest = 0;                          ///< a sample may have; in an input it is saturated
+    std::optional<std::uint32_t> noData;                ///< of pixels of the output without data; else 0
+    unsigned char* outputValid = nullptr;               ///< a byte per pixel of the output; null for nobody
+    Layout validLayout;                                 ///< of them
+    std::atomic<std::uint64_t> gapPixels = 0;           ///< of the output
+    pansharp_used* used = nullptr;
+    std::uint32_t threads = 0; ///< 0: one per processor
     pansharp_progress progress = nullptr;
     void* progressData = nullptr;
+
+    [[nodiscard]] bool MayLackData() const {
+        return pan.gaps.MayLackData() || multispectral.gaps.MayLackData() ||
+               (infrared && infrared->gaps.MayLackData());
+    }
 };
 
 /// What a job is read for. To fit alone needs no output, and to fit weights ignores those of the bands; rows
@@ -62,6 +69,9 @@ enum class JobUse { Fuse, Fit, FitWeights, Rows };
 /// here must be 0 in `given`. False with an item that says so of `name`.
 [[nodiscard]] bool TakeStructure(const char* name, const void* given, std::size_t givenSize, void* known,
                                  std::size_t knownSize, KOVA::Tessara::Fundament::Status& status);
+
+/// An item of id BadArgument; always false.
+bool Refuse(KOVA::Tessara::Fundament::Status& status, const std::string& message);
 
 /// False, with an item that names the member of the C structure, when the job cannot be done as it is.
 [[nodiscard]] bool ReadJob(const pansharp_job& given, const PansharpDescription& plugin, JobUse use,

@@ -1,5 +1,6 @@
 #include "capi/FuseRows.h"
 
+#include "capi/JobGaps.h"
 #include "fundament/Text.h"
 #include "hostkit/ArrayRaster.h"
 #include "hostkit/AxisPlacement.h"
@@ -56,7 +57,7 @@ bool SettleGiven(FuseJob& job, Status& status) {
             FormatString("the method %s needs job.transfer, gains and low_pass_mean, which a window does not "
                          "tell; give what pansharp_fit found in the scene, or choose another method",
                          job.method->keyword));
-    fitting::DetailFit found;
+    fitting::DetailFit& found = job.detail;
     found.gains = job.known.gains;
     found.transfer = *job.known.transfer;
     found.lowPassMean = job.lowPassMean.value_or(0.0); // which pansharp_fit may find
@@ -68,7 +69,7 @@ class Asker {
 public:
     Asker(const hostkit::PluginLibrary& plugin, const FuseJob& fuseJob, const pansharp_rows& callbacks,
           Status& status)
-        : job(fuseJob), rows(callbacks), panRaster(job.pan.info, {}),
+        : job(fuseJob), rows(callbacks), panRaster(job.pan.info, {}), finish(job),
           worker(plugin, job.properties, job.pan.info, panRaster, status) {
         if (job.lowPass) lowPass.emplace(job.lowPass, job.pan.info, job.resampling);
     }
@@ -94,7 +95,7 @@ public:
         for (std::uint32_t row = window.row0; row < window.row1; ++row) {
             const unsigned char* samples = worker.GetRow(row, status);
             if (!samples) return false;
-            StoreRow(samples, job.processBands, job.outputBands,
+            StoreRow(finish.Finish(samples, nullptr, layout.columns), job.processBands, job.outputBands,
                      reinterpret_cast<unsigned char*>(fused.data()), layout, 0);
             if (const int answer = rows.write(row, fused.data(), rows.data))
                 return Say(status, CStatus::Cancelled,
@@ -134,6 +135,7 @@ private:
     std::vector<unsigned short> panBuffer, multispectralBuffer, infraredBuffer, fused;
     std::optional<hostkit::LowPassFeed> lowPass;
     hostkit::ArrayRaster panRaster;
+    RowFinish finish;
     hostkit::WindowWorker worker; ///< made after pan, so destroyed before it
 };
 

@@ -6,6 +6,7 @@
 #include "capi/FuseArrays.h"
 #include "capi/FuseJob.h"
 #include "capi/FuseRows.h"
+#include "capi/JobGaps.h"
 #include "hostkit/MethodTable.h"
 #include "hostkit/PluginLibrary.h"
 
@@ -74,6 +75,26 @@ Result Guarded(ErrorText& error, Result whenThrown, const Call& call) noexcept {
     return whenThrown;
 }
 
+pansharp_detail Describe(const fitting::DetailFit& fit) {
+    return {fit.transfer, fit.lowPassMean,         fit.blur ? fit.blur->rSquared : 0.0,
+            fit.samples,  fit.error.value_or(0.0), fit.plainError.value_or(0.0)};
+}
+
+/// Tells what is known of the job by now.
+void TellUse(const capi::FuseJob& job, pansharp_used& used) {
+    used.method = job.method ? job.method->keyword : nullptr;
+    used.resampling = job.resampling == hostkit::Resampling::Cubic ? PANSHARP_CUBIC : PANSHARP_BILINEAR;
+    const auto& weights = job.weights.bands;
+    const bool weighs = job.method && hostkit::WeighsBands(*job.method);
+    used.weight_count = weighs ? static_cast<std::uint32_t>(weights.size()) : 0;
+    if (used.weights) std::copy_n(weights.begin(), used.weight_count, used.weights);
+    used.infrared_weight = weighs ? job.weights.infrared.value_or(0.0) : 0.0;
+    for (std::size_t band = 0; used.gains && band < job.detail.gains.size(); ++band)
+        used.gains[band] = {job.detail.gains[band].gain, job.detail.gains[band].ratioGain};
+    used.detail = Describe(job.detail);
+    used.gaps = job.gapPixels;
+}
+
 /// What `work` makes of a job that is read and checked.
 template <class Work>
 pansharp_result RunJob(const pansharp* library, const pansharp_job* job, ErrorText& text, capi::JobUse use,
@@ -87,8 +108,10 @@ pansharp_result RunJob(const pansharp* library, const pansharp_job* job, ErrorTe
         Status status;
         capi::FuseJob checked;
         pansharp_result result = PANSHARP_BAD_ARGUMENT;
-        if (capi::ReadJob(*job, library->plugin->GetDescription(), use, checked, status))
+        if (capi::ReadJob(*job, library->plugin->GetDescription(), use, checked, status) &&
+            capi::FindCollars(checked, status))
             result = work(checked, status);
+        if (checked.used) TellUse(checked, *checked.used);
         if (result != PANSHARP_OK) text.Set(status);
         return result;
     });
@@ -164,13 +187,11 @@ pansharp_result pansharp_fit(const pansharp* library, const pansharp_job* job, p
                        "Pansharp.C");
             return PANSHARP_BAD_ARGUMENT;
         }
-        fitting::DetailFit fit;
+        fitting::DetailFit& fit = checked.detail;
         if (!capi::FitArrays(checked, fit, status)) return PANSHARP_FAILED;
         for (std::size_t band = 0; gains && band < fit.gains.size(); ++band)
             gains[band] = {fit.gains[band].gain, fit.gains[band].ratioGain};
-        if (detail)
-            *detail = {fit.transfer, fit.lowPassMean,         fit.blur ? fit.blur->rSquared : 0.0,
-                       fit.samples,  fit.error.value_or(0.0), fit.plainError.value_or(0.0)};
+        if (detail) *detail = Describe(fit);
         return PANSHARP_OK;
     });
 }
@@ -211,9 +232,8 @@ pansharp_result pansharp_fuse(const pansharp* library, const pansharp_job* job, 
                               size_t error_size) {
     ErrorText text(error, error_size);
     return RunJob(library, job, text, capi::JobUse::Fuse, [&](capi::FuseJob& checked, Status& status) {
-        fitting::DetailFit fit;
-        if (hostkit::UsesLowPass(*checked.method) &&
-            !(capi::FitArrays(checked, fit, status) && capi::SettleDetail(fit, checked, status)))
+        if (hostkit::UsesLowPass(*checked.method) && !(capi::FitArrays(checked, checked.detail, status) &&
+                                                       capi::SettleDetail(checked.detail, checked, status)))
             return PANSHARP_FAILED;
         return capi::FuseArrays(*library->plugin, checked, status);
     });

@@ -74,6 +74,33 @@ typedef struct pansharp_output {
     ptrdiff_t band_stride;  /**< bytes from a sample to that of the next band */
 } pansharp_output;
 
+/** What says that pixels of an image have no data, beside a mask; to be added up. */
+typedef enum pansharp_gap_rule {
+    PANSHARP_NO_DATA_VALUE = 1, /**< the sample no_data */
+    /** Zeros in all bands that hang together with the edge, when a twentieth of the edge is such. Not looked
+     * for where there is a mask or where no_data is 0. The command looks unless it is told not to. */
+    PANSHARP_COLLAR = 2
+} pansharp_gap_rule;
+
+/** Which pixels of an image have no data. All 0: every pixel has. A pixel that has none in one band has none
+ * in all. Such pixels take no part in anything: those beside them are interpolated from the others. */
+typedef struct pansharp_gaps {
+    const uint8_t* valid;   /**< a byte per pixel of the image, 0 without data; may be left out */
+    ptrdiff_t row_stride;   /**< bytes from one of them to that of the pixel below; both 0: packed */
+    ptrdiff_t pixel_stride; /**< bytes to that of the pixel to the right */
+    uint32_t rules;         /**< of pansharp_gap_rule */
+    uint32_t no_data;       /**< with PANSHARP_NO_DATA_VALUE: the sample that means no data, in any band */
+} pansharp_gaps;
+
+/** Where to tell which pixels of the fused image have data: those that pan and each image beneath have data
+ * for. The output has there the no_data of the multispectral image, else that of pan, else that of the
+ * infrared one, else 0. A sample with data that equals such a value becomes the next one. */
+typedef struct pansharp_mask {
+    uint8_t* valid;         /**< a byte per pixel of pan, 255 with data, 0 without; may be left out */
+    ptrdiff_t row_stride;   /**< bytes to the byte of the pixel below; both 0: packed */
+    ptrdiff_t pixel_stride; /**< bytes to the byte of the pixel to the right */
+} pansharp_mask;
+
 /** How the coarse images are interpolated on the grid of pan. */
 typedef enum pansharp_resampling {
     PANSHARP_RESAMPLING_DEFAULT =
@@ -87,6 +114,34 @@ typedef struct pansharp_gains {
     double gain;       /**< a share of the detail */
     double ratio_gain; /**< a share of the detail times the band's ratio to pan's low-pass */
 } pansharp_gains;
+
+/** What pansharp_fit found. */
+typedef struct pansharp_detail {
+    double transfer;      /**< for the member of the job */
+    double low_pass_mean; /**< for the member of the job; 0 where it cannot be measured */
+    /** How well the bands make up pan's low-pass by that blur, 1 at best; below 0.5 the transfer is the usual
+     * 0.3, and where the job gave one this is 0. */
+    double blur_r_squared;
+    uint64_t samples; /**< pixels one scale down that the gains were fitted to, or are judged by */
+    /** ERGAS one scale down, where the truth is known, fused and merely upsampled. Too few samples: both 0.
+     */
+    double error;
+    double plain_error; /**< of mere upsampling */
+} pansharp_detail;
+
+/** How a job was done: what was given, found and taken by default. */
+typedef struct pansharp_used {
+    size_t struct_size;     /**< to be set to sizeof(pansharp_used) before the call */
+    const char* method;     /**< lives until the plug-in is closed */
+    uint32_t resampling;    /**< a pansharp_resampling, not the default */
+    uint32_t weight_count;  /**< bands that the method weighs; 0 for one that weighs none */
+    double* weights;        /**< set before the call: room for one per multispectral band; may be null */
+    double infrared_weight; /**< 0 without an infrared image */
+    pansharp_gains* gains;  /**< set before the call: room for one per multispectral band; may be null */
+    pansharp_detail detail; /**< of a method that compares pan with its low-pass; else all 0 */
+    uint64_t collars[3];    /**< pixels of the collars of pan, multispectral and infrared image */
+    uint64_t gaps;          /**< pixels of the output without data */
+} pansharp_used;
 
 /** Called with how many rows are done, in ascending order, 'rows' at the end; on the thread that called
  * pansharp_fuse. An answer other than 0 cancels. */
@@ -123,22 +178,16 @@ typedef struct pansharp_job {
     /** Modulation transfer of the multispectral sensor at the Nyquist frequency of its pixels, 0.05 to 0.9.
      */
     double transfer;
-    double low_pass_mean; /**< mean of pan's low-pass; above 0 */
+    double low_pass_mean;             /**< mean of pan's low-pass; above 0 */
+    pansharp_gaps pan_gaps;           /**< which pixels of pan have no data; this and the next two: all 0 */
+    pansharp_gaps multispectral_gaps; /**< for none, and for pansharp_fuse_rows */
+    pansharp_gaps infrared_gaps;      /**< likewise */
+    pansharp_mask output_mask;        /**< which pixels of the output have data; may be left out */
+    /** Bits that 16-bit samples use, 9 to 16; 0: all. Samples at the largest such value are saturated: no fit
+     * uses them. No sample of the output is larger. */
+    uint32_t bits_used;
+    pansharp_used* used; /**< gets what the job was done with; may be left out */
 } pansharp_job;
-
-/** What pansharp_fit found. */
-typedef struct pansharp_detail {
-    double transfer;      /**< for the member of the job */
-    double low_pass_mean; /**< for the member of the job; 0 where it cannot be measured */
-    /** How well the bands make up pan's low-pass by that blur, 1 at best; below 0.5 the transfer is the usual
-     * 0.3, and where the job gave one this is 0. */
-    double blur_r_squared;
-    uint64_t samples; /**< pixels one scale down that the gains were fitted to, or are judged by */
-    /** ERGAS one scale down, where the truth is known, fused and merely upsampled. Too few samples: both 0.
-     */
-    double error;
-    double plain_error; /**< of mere upsampling */
-} pansharp_detail;
 
 /** What pansharp_fit_weights found beside the weights. */
 typedef struct pansharp_weight_fit {

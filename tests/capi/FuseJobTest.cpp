@@ -18,6 +18,8 @@ struct FuseJob : testing::Test {
 
 constexpr std::ptrdiff_t farthest = std::numeric_limits<std::ptrdiff_t>::max();
 const double two[] = {0.5, 0.5};
+const std::uint8_t noData[48] = {};
+pansharp_used unsized{};
 const std::uint32_t noBand[] = {1, 4};
 const pansharp_gains threeGains[] = {{0.5, 0.0}, {0.0, 1.0}, {0.5, -1.0}};
 
@@ -69,6 +71,20 @@ TEST_F(FuseJob, RefusesWhatContradictsItself) {
         {[](auto& job) { job.method = nullptr, job.transfer = NAN; }, "the modulation transfer"},
         {[](auto& job) { job.method = nullptr, job.low_pass_mean = -1; }, "low_pass_mean is -1"},
         {[](auto& job) { job.method = "Injection", job.infrared_weight = two; }, "leave weights"},
+        {[](auto& job) { job.multispectral.columns = 1; }, "columns, rows and bands exchanged"},
+        {[](auto& job) { job.bits_used = 8; }, "bits_used is 8"},
+        {[](auto& job) { job.pan_gaps.rules = 4; }, "pan_gaps.rules is 4"},
+        {[](auto& job) { job.pan_gaps.no_data = 1; }, "add PANSHARP_NO_DATA_VALUE"},
+        {[](auto& job) {
+             job.multispectral_gaps = {nullptr, 0, 0, PANSHARP_NO_DATA_VALUE, 65536};
+         },
+         "no sample of 16 bits"},
+        {[](auto& job) { job.infrared_gaps.rules = PANSHARP_COLLAR; }, "no infrared image"},
+        {[](auto& job) { job.pan_gaps.valid = noData, job.pan_gaps.row_stride = 8; }, "pan_gaps: give both"},
+        {[](auto& job) { job.pan_gaps.valid = noData; }, "no pixel of pan has data"},
+        {[](auto& job) { job.output_mask.valid = static_cast<std::uint8_t*>(job.output.samples); },
+         "output_mask lies in the memory"},
+        {[](auto& job) { job.used = &unsized; }, "its struct_size is not"},
     };
     for (const auto& c : cases) {
         const auto before = scene.out.Samples();

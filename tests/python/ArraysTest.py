@@ -49,6 +49,26 @@ def test_the_samples_are_those_of_the_command(tmp_path, dtype, options, argument
     assert numpy.array_equal(samples(tmp_path / "out.tif", fused), fused)
 
 
+@pytest.mark.filterwarnings("ignore:.* are a collar of zeros along its edge")
+@pytest.mark.parametrize("method", ["Injection", "Brovey"])
+@pytest.mark.parametrize("dtype, options, arguments", [
+    (numpy.uint8, [], {}), (numpy.uint16, [], {}), (numpy.uint8, ["--no-nodata"], {"nodata": False}),
+    (numpy.uint8, ["--nodata", "0"], {"nodata": 0}), (numpy.uint16, ["--nodata", "9"], {"nodata": (9, 9.0)}),
+    (numpy.uint16, ["--bit-depth", "14"], {"bits": 14}), (numpy.uint16, ["--nodata", "0", "--bit-depth", "12"], {"nodata": 0, "bits": 12})])
+def test_gaps_and_limits_are_those_of_the_command(tmp_path, method, dtype, options, arguments):
+    def spoil(pan, ms):
+        pan[:, :24], ms[:, :30, 44:], pan[70:80, 50:57], ms[1, 20:22, 20:31] = 0, 0, 9, 9
+        ms[0, 31, 31], ms[2, 40, 10] = numpy.iinfo(dtype).max, 0
+    pan, ms = write_pair(tmp_path, dtype, 4, spoil)
+    subprocess.run([os.environ["PANSHARP_COMMAND"], "sharpen", "-q", "pan.tif", "ms.tif", "-o", "out.tif", "--method", method, *options],
+                   cwd=tmp_path, check=True)
+    fused = pansharp.fuse(pan, ms, method, **arguments)
+    assert numpy.array_equal(samples(tmp_path / "out.tif", fused), fused)
+    if "--nodata" in options and arguments["nodata"] == 0:
+        masked = pansharp.fuse(numpy.ma.masked_equal(pan, 0), numpy.ma.masked_equal(ms, 0), method, bits=arguments.get("bits"))
+        assert numpy.array_equal(numpy.where(masked.mask, 0, numpy.maximum(masked.data, 1)), fused)  # data is moved off the value
+
+
 def random_case(seed):
     """Arrays of any layout give what packed ones give."""
     random = numpy.random.default_rng(seed)
@@ -112,7 +132,7 @@ def test_what_is_raised_on_the_way_arrives():
     before = signal.signal(signal.SIGPROF, halt)  # a signal while nobody is told
     signal.setitimer(signal.ITIMER_PROF, 0.002)
     with pytest.raises(ZeroDivisionError):
-        pansharp.fuse(big, bands, "KOVA", weights="equal", threads=1, out=out)
+        pansharp.fuse(big, bands, "KOVA", weights="equal", nodata=False, threads=1, out=out)
     signal.signal(signal.SIGPROF, before)
     assert out[:, -1].all()
 
@@ -120,8 +140,8 @@ def test_what_is_raised_on_the_way_arrives():
 def test_a_fit_of_nothing_serves():
     black = numpy.zeros_like(PAN), numpy.zeros_like(MS)
     with pytest.warns(pansharp.PansharpWarning, match="pan is the same everywhere; equal weights are used"):
-        assert not pansharp.fuse(*black, "Brovey").any()
-    assert not pansharp.fuse(*black, fit=pansharp.fit(*black)).any()
+        assert not pansharp.fuse(*black, "Brovey", nodata=False).any()
+    assert not pansharp.fuse(*black, fit=pansharp.fit(*black, nodata=False)).any()
 
 
 def test_a_process_and_its_fork_end_while_a_thread_fuses():
@@ -145,7 +165,9 @@ BAD = [
     (TypeError, "ms has samples of >u2; the bytes of this machine", {"ms": MS.astype(">u2")}),
     (TypeError, "int32; give ms.astype", {"ms": MS.astype(numpy.int32)}),
     (TypeError, "samples of object", {"pan": None}),
-    (TypeError, "masked array", {"pan": numpy.ma.masked_equal(PAN, 0)}),
+    (ValueError, "no pixel of pan has data", {"pan": numpy.ma.masked_less(PAN, 65535)}),
+    (ValueError, "nodata is 70000", {"nodata": 70000}), (ValueError, "nodata is True", {"nodata": True}),
+    (ValueError, "nodata has 1 items", {"nodata": (1,)}), (ValueError, "bits is 8", {"bits": 8}),
     (TypeError, "pan is of uint16 and ms of uint8", {"ms": MS.astype(numpy.uint8)}),
     (ValueError, r"axes must be \(row, column\)", {"pan": MS}),
     (ValueError, r"axes must be \(band, row, column\)", {"ms": MS[0]}),

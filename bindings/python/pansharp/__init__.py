@@ -21,7 +21,7 @@ import functools
 import warnings
 from collections.abc import Callable, Sequence
 from dataclasses import dataclass
-from typing import Any
+from typing import Any, Union
 
 import numpy
 import numpy.typing
@@ -34,6 +34,10 @@ from ._scenes import Dataset, info, open, sharpen
 __all__ = ["ArgumentError", "Dataset", "Error", "Fit", "InputError", "Item", "Method", "OutputError", "PansharpWarning", "fit", "fuse", "info",
            "methods", "open", "options", "sharpen"]
 __version__ = _arrays.version
+
+
+NoData = Union[int, bool, None, "tuple[int | bool | None, int | bool | None]"]
+"""A value that means no data, or that of pan and that of the bands; False for none, None for what the command does."""
 
 
 @dataclass(frozen=True)
@@ -105,8 +109,9 @@ def _chosen(method: str | None, weighs: bool) -> Method:
 
 def _job(pan: Any, ms: Any, method: Method, weights: Any, infrared: Any, infrared_weight: Any, gains: Any, transfer: Any,
          low_pass_mean: Any, resampling: Any, bands: Any, pixel_size: Any, offset: Any, infrared_pixel_size: Any,
-         infrared_offset: Any) -> tuple[_arrays.Job, tuple[int, ...], numpy.dtype]:
+         infrared_offset: Any, nodata: Any, bits: Any, looks: bool) -> tuple[_arrays.Job, tuple[int, ...], numpy.dtype]:
     """The job with the shape and type of its output."""
+    given = pan, ms, infrared
     pan = _checks.image("pan", pan, "(row, column)")
     ms = _checks.image("ms", ms, "(band, row, column)")
     infrared_place: tuple[float, ...] = (0.0, 0.0, 0.0, 0.0)
@@ -123,11 +128,15 @@ def _job(pan: Any, ms: Any, method: Method, weights: Any, infrared: Any, infrare
         if max(chosen) > method.fused_bands:
             raise ValueError(f"the method {method} fuses the first {method.fused_bands} bands beside an infrared one; bands has {max(chosen)}")
         ms = ms[:method.fused_bands]
+    of_pan, of_ms = _checks.nodata(nodata, pan.dtype)
+    gaps = tuple((None, 0, 0) if array is None else _checks.gaps(of, array, value, looks)
+                 for of, array, value in zip(given, (pan, ms, infrared), (of_pan, of_ms, of_ms)))
     job = _arrays.Job(pan, ms, _checks.placement("ms", ms, pan, pixel_size, offset), infrared, infrared_place,
                       str(method), _checks.weights(weights),
                       None if infrared_weight is None else _checks.number("infrared_weight", infrared_weight),
                       _checks.gains(gains), _checks.above_zero("transfer", transfer),
-                      _checks.above_zero("low_pass_mean", low_pass_mean), _checks.resampling(resampling), chosen)
+                      _checks.above_zero("low_pass_mean", low_pass_mean), _checks.resampling(resampling), chosen, gaps,
+                      _checks.bits(bits, pan.dtype))
     return job, (len(chosen) or ms.shape[0], *pan.shape[1:]), pan.dtype
 
 
@@ -136,7 +145,7 @@ def fit(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, *, method: str 
         gains: Sequence[tuple[float, float]] | None = None, transfer: float | None = None,
         bands: Sequence[int] | None = None, pixel_size: float | tuple[float, float] | None = None,
         offset: tuple[float, float] | None = None, infrared_pixel_size: float | tuple[float, float] | None = None,
-        infrared_offset: tuple[float, float] | None = None) -> Fit:
+        infrared_offset: tuple[float, float] | None = None, nodata: NoData = None, bits: int | None = None) -> Fit:
     """Finds what `fuse` finds before it fuses; for scenes that are fused in parts: blur and gains, or weights, as the method has them.
 
     The arguments are those of `fuse`; `bands` are those that the errors are of.
@@ -145,7 +154,7 @@ def fit(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, *, method: str 
     """
     chosen = _chosen(method, infrared is not None)
     job, _, _ = _job(pan, ms, chosen, None, infrared, infrared_weight, gains, transfer, None, "cubic", bands, pixel_size, offset,
-                     infrared_pixel_size, infrared_offset)
+                     infrared_pixel_size, infrared_offset, nodata, bits, True)
     if chosen.weighs_bands:
         weights, infrared_share, r_squared, samples, obstacle = job.fit_weights()
         if obstacle:
@@ -165,12 +174,15 @@ def fuse(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, method: str | 
          low_pass_mean: float | None = None, resampling: str = "cubic", bands: Sequence[int] | None = None,
          pixel_size: float | tuple[float, float] | None = None, offset: tuple[float, float] | None = None,
          infrared_pixel_size: float | tuple[float, float] | None = None,
-         infrared_offset: tuple[float, float] | None = None, out: numpy.ndarray | None = None, threads: int = 0,
+         infrared_offset: tuple[float, float] | None = None, nodata: NoData = None, bits: int | None = None,
+         masked: bool | None = None, out: numpy.ndarray | None = None, threads: int = 0,
          progress: Callable[[int, int], object] | None = None) -> numpy.ndarray:
     """Fuses a sharp image of one band with a coarse one of several: (band, row, column) on the pixels of pan.
 
-    Without further arguments, and with a method alone, the samples are those of ``pansharp sharpen`` for files without pixels that
-    have no data, and without saturated samples below the largest value of their type (files of 11 bits, by their NBITS).
+    Without further arguments, and with a method alone, the samples are those of ``pansharp sharpen`` for such files.
+
+    Images may be masked arrays. Masked pixels have no data: they take no part in anything, and the result has none where pan or all
+    pixels beneath have none. Its samples there are the value for no data, or 0.
 
     pan: (row, column), or (1, row, column).
     ms: (band, row, column), of the same ground unless it is placed.
@@ -185,6 +197,12 @@ def fuse(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, method: str | 
     pixel_size: width and height of a pixel of ms in pan pixels, or one number for both, 1 or more. None: by the shapes.
     offset: column and row of ms, fractions too, on which the upper left corner of pan lies. None: 0 and 0.
     infrared_pixel_size, infrared_offset: the same of infrared.
+    nodata: the sample that means no data, of all images or as a pair of that of pan and that of ms. A result that equals it becomes
+        the next value. Zeros along the edge of an image, when they are many, are taken as no data, too, with a warning; but not with
+        `fit`, since parts of a scene have edges of their own. False: every sample is data.
+    bits: that samples of 16 bits use, 9 to 16. Samples at the largest such value are saturated: no fit uses them, and no result is
+        larger. None: all.
+    masked: True for a masked array, False for a plain one. None: as pan and ms are.
     out: array to write into, of any strides, which is returned. It may not lie within the memory of an image.
     threads: how many share the work. 0: one per processor.
     progress: called with (rows done, rows) in the calling thread. What it raises cancels and comes out of `fuse`; `out` may be written in part.
@@ -205,7 +223,7 @@ def fuse(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, method: str | 
 
     def job(shares: Any, infrared_share: Any) -> tuple[_arrays.Job, tuple[int, ...], numpy.dtype]:
         return _job(pan, ms, chosen, shares, infrared, infrared_share, gains, transfer, low_pass_mean, resampling, bands, pixel_size,
-                    offset, infrared_pixel_size, infrared_offset)
+                    offset, infrared_pixel_size, infrared_offset, nodata, bits, fit is None)
     work, shape, dtype = job(weights, infrared_weight)
     result = _checks.output(out, shape, dtype)
     count, tell = _checks.threads(threads), _checks.callback(progress)
@@ -215,5 +233,12 @@ def fuse(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, method: str | 
             warnings.warn(f"{obstacle}; equal weights are used", PansharpWarning, stacklevel=2)
         else:
             work, _, _ = job(found, None if infrared is None else infrared_share)
-    work.fuse(result, count, tell)
-    return result
+    if masked is None:
+        masked = isinstance(pan, numpy.ma.MaskedArray) or isinstance(ms, numpy.ma.MaskedArray)
+    valid = numpy.empty(shape[1:], numpy.uint8) if masked else None
+    for name, image, collar in zip(("pan", "ms", "infrared"), (pan, ms, infrared), work.fuse(result, valid, count, tell)):
+        if collar:
+            rows, columns = numpy.shape(image)[-2:]
+            warnings.warn(f"{100 * collar / (rows * columns):.3g} % of the pixels of {name} are a collar of zeros along its edge; it is "
+                          "taken as no data (nodata=False takes it as data)", PansharpWarning, stacklevel=2)
+    return result if valid is None else numpy.ma.MaskedArray(result, numpy.broadcast_to(valid == 0, shape))

@@ -15,10 +15,7 @@ _RESAMPLINGS = {"bilinear": 1, "cubic": 2}
 
 def image(name: str, given: Any, axes: str) -> numpy.ndarray:
     """The array with the axes band, row, column. What is an array already is not copied."""
-    if isinstance(given, numpy.ma.MaskedArray):
-        raise TypeError(f"{name} is a masked array, and masks count for nothing here; give {name}.data, or {name}.filled() with "
-                        "the samples that masked pixels are to have")
-    array = numpy.asarray(given)
+    array = numpy.asarray(given.data if isinstance(given, numpy.ma.MaskedArray) else given)
     if array.dtype not in (numpy.uint8, numpy.uint16):
         raise TypeError(f"{name} has samples of {array.dtype}; {_advice(name, array.dtype)}")
     if array.ndim == 2 and axes == "(row, column)":
@@ -29,6 +26,46 @@ def image(name: str, given: Any, axes: str) -> numpy.ndarray:
         raise ValueError(f"{name} has the shape {array.shape}, so it has no samples")
     # An axis without a stride repeats one sample: the engine wants each at a place of its own.
     return array.copy() if _repeats(array) else array
+
+
+_VALUE, _COLLAR = 1, 2
+
+
+def gaps(given: Any, array: numpy.ndarray, nodata: int | bool | None, looks: bool) -> tuple[numpy.ndarray | None, int, int]:
+    """What of an image has no data: its mask, as bytes of 0 without data; the rules of the engine; the value for no data."""
+    rules = 0 if nodata is False else (_COLLAR if looks else 0) | (0 if nodata is None else _VALUE)
+    value = 0 if nodata is None or nodata is False else int(nodata)
+    if not isinstance(given, numpy.ma.MaskedArray):
+        return None, rules, value
+    mask = numpy.ma.getmask(given)
+    if mask is numpy.ma.nomask:
+        return None, rules & _VALUE, value
+    if mask.ndim == 2:
+        mask = mask[numpy.newaxis]
+    return numpy.logical_not(mask[:array.shape[0]].any(axis=0)).view(numpy.uint8), rules & _VALUE, value
+
+
+def nodata(given: Any, dtype: numpy.dtype) -> tuple[int | bool | None, int | bool | None]:
+    """The value of pan and that of the bands; None for none, False where every sample is data."""
+    of_pan, of_ms = items("nodata", given, 2) if isinstance(given, (tuple, list)) else (given, given)
+    return _no_data(of_pan, dtype), _no_data(of_ms, dtype)
+
+
+def _no_data(given: Any, dtype: numpy.dtype) -> int | bool | None:
+    if given is None or given is False:
+        return given
+    most = numpy.iinfo(dtype).max
+    if isinstance(given, bool) or not isinstance(given, numbers.Real) or not 0 <= given <= most or int(given) != given:
+        raise ValueError(f"nodata is {given!r}; give a whole number from 0 to {most}, False for none, or a pair: that of pan and that of ms")
+    return int(given)
+
+
+def bits(given: Any, dtype: numpy.dtype) -> int:
+    """0 for all."""
+    count = 0 if given is None else _whole("bits", given)
+    if given is not None and not (dtype == numpy.uint16 and 9 <= count <= 16):
+        raise ValueError(f"bits is {given!r}; give 9 to 16 for samples of numpy.uint16, or None for all")
+    return count
 
 
 def _repeats(array: numpy.ndarray) -> bool:
