@@ -12,10 +12,10 @@ namespace capi {
 
 /// What of an image has no data: what its mask, its value for no data or its collar say.
 struct Gaps {
-    const unsigned char* valid = nullptr; ///< a byte per pixel, 0 without data; null for no mask
-    Layout layout;                        ///< of them
-    std::optional<std::uint32_t> noData;  ///< a sample that means no data in any band
-    bool wantsCollar = false;
+    const unsigned char* valid = nullptr;              ///< a byte per pixel, 0 without data; null for no mask
+    Layout layout;                                     ///< of them
+    std::optional<std::uint32_t> noData;               ///< a sample that means no data in any band
+    bool isWhole = false;                              ///< its collar is looked for, and it must have data
     std::shared_ptr<const imagery::ZeroCollar> collar; ///< null until it is found
 
     [[nodiscard]] bool MayLackData() const { return valid || noData || collar; }

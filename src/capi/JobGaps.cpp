@@ -42,7 +42,7 @@ bool ReadGapsOf(const pansharp_gaps& given, InputImage& image, Status& status) {
                                                  image.name, given.no_data));
     if (hasValue) gaps.noData = given.no_data;
     gaps.valid = given.valid;
-    gaps.wantsCollar = (given.rules & PANSHARP_COLLAR) != 0 && !gaps.valid && gaps.noData != 0u;
+    gaps.isWhole = (given.rules & PANSHARP_COLLAR) != 0;
     const std::string name = FormatString("%s_gaps", image.name);
     return !gaps.valid || ReadMask(name.c_str(), given.row_stride, given.pixel_stride, gaps.valid, image,
                                    gaps.layout, status);
@@ -51,18 +51,16 @@ bool ReadGapsOf(const pansharp_gaps& given, InputImage& image, Status& status) {
 bool IsEmpty(const pansharp_gaps& gaps) { return !gaps.valid && gaps.rules == 0; }
 
 bool FindCollar(InputImage& image, std::uint64_t& pixels, Status& status) {
+    Gaps& gaps = image.gaps;
+    if (!gaps.isWhole) return true;
     ArraySource source(image);
-    if (image.gaps.wantsCollar) {
-        const CollarFinding found = imagery::FindCollar(source, {}, image.gaps.collar, status);
-        if (found == CollarFinding::Everything)
-            return Refuse(status,
-                          FormatString("every pixel of %s is 0 in all bands; is it the right one? Leave "
-                                       "PANSHARP_COLLAR out to take zeros as data",
-                                       image.name));
-    }
-    pixels = image.gaps.collar ? image.gaps.collar->GetPixels() : 0;
-    if (!image.gaps.MayLackData() || imagery::SearchData(source, {}) == imagery::DataSearch::Found)
-        return true;
+    if (!gaps.valid && gaps.noData != 0u &&
+        imagery::FindCollar(source, {}, gaps.collar, status) == CollarFinding::Everything)
+        return Refuse(status, FormatString("every pixel of %s is 0 in all bands; is it the right one? Leave "
+                                           "PANSHARP_COLLAR out to take zeros as data",
+                                           image.name));
+    pixels = gaps.collar ? gaps.collar->GetPixels() : 0;
+    if (!gaps.MayLackData() || imagery::SearchData(source, {}) == imagery::DataSearch::Found) return true;
     return Refuse(status,
                   FormatString("no pixel of %s has data in all its bands; is its mask 0, or its value for no "
                                "data wrong?",

@@ -78,7 +78,8 @@ typedef struct pansharp_output {
 typedef enum pansharp_gap_rule {
     PANSHARP_NO_DATA_VALUE = 1, /**< the sample no_data */
     /** Zeros in all bands that hang together with the edge, when a twentieth of the edge is such. Not looked
-     * for where there is a mask or where no_data is 0. The command looks unless it is told not to. */
+     * for where there is a mask or where no_data is 0. An image without any data is refused. For whole
+     * scenes: the command does so unless it is told not to. */
     PANSHARP_COLLAR = 2
 } pansharp_gap_rule;
 

@@ -81,7 +81,10 @@ TEST_F(FuseJob, RefusesWhatContradictsItself) {
          "no sample of 16 bits"},
         {[](auto& job) { job.infrared_gaps.rules = PANSHARP_COLLAR; }, "no infrared image"},
         {[](auto& job) { job.pan_gaps.valid = noData, job.pan_gaps.row_stride = 8; }, "pan_gaps: give both"},
-        {[](auto& job) { job.pan_gaps.valid = noData; }, "no pixel of pan has data"},
+        {[](auto& job) {
+             job.pan_gaps = {noData, 0, 0, PANSHARP_COLLAR, 0};
+         },
+         "no pixel of pan has data"},
         {[](auto& job) { job.output_mask.valid = static_cast<std::uint8_t*>(job.output.samples); },
          "output_mask lies in the memory"},
         {[](auto& job) { job.used = &unsized; }, "its struct_size is not"},

@@ -31,8 +31,8 @@ from ._errors import ArgumentError, Error, InputError, Item, OutputError, Pansha
 from ._options import options
 from ._scenes import Dataset, info, open, sharpen
 
-__all__ = ["ArgumentError", "Dataset", "Error", "Fit", "InputError", "Item", "Method", "OutputError", "PansharpWarning", "fit", "fuse", "info",
-           "methods", "open", "options", "sharpen"]
+__all__ = ["ArgumentError", "Dataset", "Error", "Fit", "InputError", "Item", "Method", "OutputError", "PansharpWarning", "find_method", "fit", "fuse",
+           "info",            "methods", "open", "options", "sharpen"]
 __version__ = _arrays.version
 
 
@@ -98,8 +98,8 @@ def methods() -> tuple[Method, ...]:
     return tuple(Method(*told) for told in _arrays.methods())
 
 
-def _chosen(method: str | None, weighs: bool) -> Method:
-    """The one that is named, else the recommended one, or the first where weights or an infrared band say so."""
+def find_method(method: str | None = None, weighs: bool = False) -> Method:
+    """The one that is named, in any letter case; else the recommended one, or the first where bands are to be weighed."""
     wanted = _checks.method(method)
     for known in methods():
         if known.lower() == wanted.lower() if wanted else weighs or known.recommended:
@@ -152,7 +152,7 @@ def fit(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, *, method: str 
 
     Raises ValueError for a method that has neither: there is nothing to fit then. Warns where no weights can be fitted.
     """
-    chosen = _chosen(method, infrared is not None)
+    chosen = find_method(method, infrared is not None)
     job, _, _ = _job(pan, ms, chosen, None, infrared, infrared_weight, gains, transfer, None, "cubic", bands, pixel_size, offset,
                      infrared_pixel_size, infrared_offset, nodata, bits, True)
     if chosen.weighs_bands:
@@ -219,7 +219,7 @@ def fuse(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, method: str | 
         low_pass_mean = fit.low_pass_mean or None if low_pass_mean is None else low_pass_mean
         if weights is None and fit.weights:
             weights, infrared_weight = fit.weights, fit.infrared_weight
-    chosen = _chosen(method, weights is not None or infrared is not None or infrared_weight is not None)
+    chosen = find_method(method, weights is not None or infrared is not None or infrared_weight is not None)
 
     def job(shares: Any, infrared_share: Any) -> tuple[_arrays.Job, tuple[int, ...], numpy.dtype]:
         return _job(pan, ms, chosen, shares, infrared, infrared_share, gains, transfer, low_pass_mean, resampling, bands, pixel_size,
@@ -237,7 +237,7 @@ def fuse(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, method: str | 
         masked = isinstance(pan, numpy.ma.MaskedArray) or isinstance(ms, numpy.ma.MaskedArray)
     valid = numpy.empty(shape[1:], numpy.uint8) if masked else None
     for name, image, collar in zip(("pan", "ms", "infrared"), (pan, ms, infrared), work.fuse(result, valid, count, tell)):
-        if collar:
+        if collar and image is not None:
             rows, columns = numpy.shape(image)[-2:]
             warnings.warn(f"{100 * collar / (rows * columns):.3g} % of the pixels of {name} are a collar of zeros along its edge; it is "
                           "taken as no data (nodata=False takes it as data)", PansharpWarning, stacklevel=2)

@@ -42,7 +42,7 @@ def gaps(given: Any, array: numpy.ndarray, nodata: int | bool | None, looks: boo
         return None, rules & _VALUE, value
     if mask.ndim == 2:
         mask = mask[numpy.newaxis]
-    return numpy.logical_not(mask[:array.shape[0]].any(axis=0)).view(numpy.uint8), rules & _VALUE, value
+    return numpy.logical_not(mask[:array.shape[0]].any(axis=0)).view(numpy.uint8), rules, value
 
 
 def nodata(given: Any, dtype: numpy.dtype) -> tuple[int | bool | None, int | bool | None]:
@@ -55,7 +55,7 @@ def _no_data(given: Any, dtype: numpy.dtype) -> int | bool | None:
     if given is None or given is False:
         return given
     most = numpy.iinfo(dtype).max
-    if isinstance(given, bool) or not isinstance(given, numbers.Real) or not 0 <= given <= most or int(given) != given:
+    if isinstance(given, bool) or not isinstance(given, numbers.Real) or not 0 <= float(given) <= most or int(given) != given:
         raise ValueError(f"nodata is {given!r}; give a whole number from 0 to {most}, False for none, or a pair: that of pan and that of ms")
     return int(given)
 

@@ -42,7 +42,8 @@ def engine() -> Any:
 
 
 @functools.lru_cache(None)
-def _table(command: str) -> dict[str, _Option]:
+def table(command: str) -> dict[str, _Option]:
+    """The options of a command by their keywords."""
     known = (_Option(*entry) for entry in engine().options(command))
     return {option.keyword: option for option in known if option.key not in _OTHERWISE}
 
@@ -55,7 +56,7 @@ def options(command: str = "sharpen") -> dict[str, str]:
     ``alpha=True`` for ``--alpha``. None and False leave an option out.
     """
     return {keyword: f"{option.value}: {spoken(option.help)}" if option.value else spoken(option.help)
-            for keyword, option in _table(command).items()}
+            for keyword, option in table(command).items()}
 
 
 def _single(given: Any) -> str:
@@ -111,20 +112,20 @@ def _values(option: _Option, given: Any) -> list[str]:
 
 def texts(command: str, given: dict[str, Any]) -> dict[str, list[str]]:
     """What the engine takes, by the long forms of the options."""
-    table = _table(command)
+    known = table(command)
     found = {}
     for keyword, value in given.items():
-        if keyword not in table:
-            near = difflib.get_close_matches(keyword, table, 1)
+        if keyword not in known:
+            near = difflib.get_close_matches(keyword, known, 1)
             raise TypeError(f"{command}() has no option {keyword!r}{f'; did you mean {near[0]!r}' if near else ''}; "
                             f"pansharp.options({command!r}) lists what there is")
         if value is None or value is False:
             continue
         try:
-            found[table[keyword].key] = _values(table[keyword], value)
+            found[known[keyword].key] = _values(known[keyword], value)
         except TypeError as error:
             raise TypeError(f"{keyword} is {value!r}: {error}") from None
-    if "plugin" in table:
+    if "plugin" in known:
         found.setdefault("--plugin", [_arrays.plugin_path()])
     return found
 
@@ -132,7 +133,7 @@ def texts(command: str, given: dict[str, Any]) -> dict[str, list[str]]:
 def spoken(text: str) -> str:
     """A text of the command in the words of this package."""
     text = re.sub(r"'pansharp (\w+) --help'", r"pansharp.options('\1')", text)
-    keys = {option.key: option for option in _table("sharpen").values()}
+    keys = {option.key: option for option in table("sharpen").values()}
     def keyword(found: re.Match[str]) -> str:
         option = keys.get(found[0])
         return found[0] if option is None else option.keyword + ("=True" if option.count == 0 else "")
