@@ -13,7 +13,9 @@ file(RENAME "${doc}/CHANGELOG.md" "${doc}/changelog")
 compress("${doc}/changelog")
 
 string(TIMESTAMP now "%a, %d %b %Y %H:%M:%S +0000" UTC)
-set(packages runtime/usr/share/doc/pansharp development/usr/share/doc/libpansharp-dev)
+string(REGEX MATCH "^[0-9]+" major "${CPACK_PACKAGE_VERSION}")
+set(packages runtime/usr/share/doc/pansharp library/usr/share/doc/libpansharp${major}
+  development/usr/share/doc/libpansharp-dev qgis/usr/share/doc/qgis-plugin-pansharp)
 if(EXISTS "${CPACK_TEMPORARY_DIRECTORY}/python")
   list(APPEND packages python/usr/share/doc/python3-pansharp)
 endif()

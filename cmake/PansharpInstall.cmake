@@ -8,7 +8,8 @@
 #     Pansharp::plugin     the plug-in as a file
 #     Pansharp::process    the base class of raster processes that the plug-in exports
 #
-# In two components: "runtime" is what runs, "development" what other programs are built with.
+# In components, each of which is a Debian package: "runtime" is what runs, "library" the C interface, "development" what
+# other programs are built with, "qgis" the plug-in for QGIS.
 include(CMakePackageConfigHelpers)
 
 # The image library under one name, whichever of its folders there are.
@@ -42,7 +43,7 @@ set(PANSHARP_HEADER_FOLDER "${CMAKE_INSTALL_INCLUDEDIR}/pansharp")
 set_target_properties(capi PROPERTIES INSTALL_RPATH "$ORIGIN" BUILD_WITH_INSTALL_RPATH ON)
 set_target_properties(plugin PROPERTIES INSTALL_RPATH "$ORIGIN;$ORIGIN/.." BUILD_WITH_INSTALL_RPATH ON)
 install(TARGETS capi EXPORT Pansharp LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-  COMPONENT runtime NAMELINK_COMPONENT development
+  COMPONENT library NAMELINK_COMPONENT development
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 set(plugin_folder ${PANSHARP_INSTALL_FOLDER})

@@ -21,7 +21,7 @@ while IFS='|' read -r words expected; do
     eval "got=\$(offered $words)"
     [ "$got" = "$expected" ] || fail "pansharp $words: offered '$got', expected '$expected'"
 done <<'TABLE'
-''|assess compare info methods sharpen view
+''|assess batch compare info methods sharpen view
 --v|--version
 sharpen --bit|--bit-depth
 sharpen pan.tif --me|--method

@@ -1,0 +1,10 @@
+# Read by cpack for each kind of package: the zip holds the plug-in for QGIS alone, as QGIS installs it.
+if(CPACK_GENERATOR STREQUAL "ZIP")
+  set(CPACK_COMPONENTS_ALL qgis_zip)
+  set(CPACK_PACKAGING_INSTALL_PREFIX "/")
+  set(CPACK_PRE_BUILD_SCRIPTS "")
+  set(CPACK_STRIP_FILES OFF)
+  set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
+  set(CPACK_COMPONENT_INCLUDE_TOPLEVEL_DIRECTORY OFF)
+  set(CPACK_ARCHIVE_QGIS_ZIP_FILE_NAME "pansharp-qgis-${CPACK_PACKAGE_VERSION}")
+endif()
