@@ -70,21 +70,17 @@ class Algorithm(QgsProcessingAlgorithm):
             for parameter in parameters.of_option(option):
                 self.addParameter(parameter)
 
-    def ask(self, arguments, feedback):
+    def processAlgorithm(self, given, context, feedback):
         try:
-            return command.run(arguments, feedback)
-        except command.Missing as reason:
-            raise QgsProcessingException(str(reason)) from None
-        except command.Failed as reason:
-            if feedback.isCanceled():
-                raise QgsProcessingException("Cancelled; nothing was written.") from None
-            raise QgsProcessingException(str(reason)) from None
+            return self.process(given, context, feedback)
+        except (command.Missing, command.Failed) as reason:
+            raise QgsProcessingException("Cancelled; nothing was written." if feedback.isCanceled() else str(reason)) from None
 
     def sharpen(self, given, output, context, feedback):
         """Writes a new file, whatever its kind."""
         choice = parameters.Choice(self, given, context, feedback)
         arguments = ["sharpen", *choice.options(self.entries()[0]), "-o", output, "--overwrite", "--", *choice.files()]
-        for line in self.ask(arguments, feedback).splitlines():
+        for line in command.run(arguments, feedback).splitlines():
             feedback.pushInfo(line)
 
 
@@ -96,7 +92,7 @@ class Sharpen(Algorithm):
     def add_own(self):
         self.addParameter(QgsProcessingParameterRasterDestination("OUTPUT", "Sharpened"))
 
-    def processAlgorithm(self, given, context, feedback):
+    def process(self, given, context, feedback):
         output = self.parameterAsOutputLayer(given, "OUTPUT", context)
         self.sharpen(given, output, context, feedback)
         return {"OUTPUT": output}
@@ -111,7 +107,7 @@ class MakeVirtual(Algorithm):
         self.addParameter(QgsProcessingParameterFileDestination("OUTPUT", "Scene", "Pansharp scenes (*.pansharp)"))
         self.addOutput(QgsProcessingOutputRasterLayer("LAYER", "The scene as a layer"))
 
-    def processAlgorithm(self, given, context, feedback):
+    def process(self, given, context, feedback):
         output = self.parameterAsFileOutput(given, "OUTPUT", context)
         if not output.endswith(".pansharp"):
             output = f"{os.path.splitext(output)[0]}.pansharp"
@@ -134,7 +130,7 @@ class CheckPair(Algorithm):
         self.addParameter(QgsProcessingParameterBoolean("COMPARE", "Compare the methods, too", defaultValue=True))
         self.addParameter(QgsProcessingParameterFileDestination("OUTPUT", "Report", "HTML files (*.html)"))
 
-    def processAlgorithm(self, given, context, feedback):
+    def process(self, given, context, feedback):
         choice = parameters.Choice(self, given, context, feedback)
         wanted = [("info", "Does the pair fit?")]
         if self.parameterAsBool(given, "COMPARE", context):
@@ -142,7 +138,7 @@ class CheckPair(Algorithm):
         entries = {entry["name"]: entry for entry in self.entries()}
         parts = []
         for done, (name, title) in enumerate(wanted):
-            text = self.ask([name, *choice.options(entries[name]), "--", *choice.files()], feedback)
+            text = command.run([name, *choice.options(entries[name]), "--", *choice.files()], feedback)
             parts.append(f"<h2>{title}</h2>\n<pre>{html.escape(text)}</pre>\n")
             feedback.setProgress(100 * (done + 1) / len(wanted))
         output = self.parameterAsFileOutput(given, "OUTPUT", context)

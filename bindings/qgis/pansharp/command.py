@@ -86,11 +86,13 @@ def run(arguments, feedback):
     for name, stream in streams.items():
         threading.Thread(target=_lines, args=(stream, name, told), daemon=True).start()
     output, errors, isWarning, canceled = [], [], False, False
+    last = threading.Timer(_GRACE, process.kill)
+    last.daemon = True
     while streams:
         if feedback.isCanceled() and not canceled:
             canceled = True
             process.terminate()
-            threading.Timer(_GRACE, process.kill).start()
+            last.start()
         try:
             name, line = told.get(timeout=0.1)
         except queue.Empty:
@@ -108,6 +110,7 @@ def run(arguments, feedback):
             else:
                 errors.append(line)
     code = process.wait()
+    last.cancel()
     if code != 0:
         raise Failed(code, "\n".join(errors).replace("pansharp: error: ", "", 1) or f"pansharp ended with code {code}")
     return "\n".join(output)
