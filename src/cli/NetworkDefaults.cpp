@@ -6,7 +6,7 @@
 
 namespace cli {
 
-void SetNetworkDefaults() {
+void SetNetworkDefaults(bool readsAhead) {
     constexpr std::pair<const char*, const char*> defaults[] = {
         {"GDAL_HTTP_MAX_RETRY", "4"},
         {"GDAL_HTTP_RETRY_DELAY", "0.5"}, // seconds; each further one is more than twice as long
@@ -15,8 +15,12 @@ void SetNetworkDefaults() {
         {"GDAL_HTTP_LOW_SPEED_LIMIT", "100"}, // bytes a second
         {"CPL_VSIL_CURL_CACHE_SIZE", "134217728"},
     };
-    for (const auto& [key, value] : defaults)
+    const auto set = [](const char* key, const char* value) {
         if (!CPLGetConfigOption(key, nullptr)) CPLSetConfigOption(key, value);
+    };
+    for (const auto& [key, value] : defaults)
+        set(key, value);
+    if (readsAhead) set("GDAL_HTTP_MULTIRANGE", "SERIAL"); // other ways pass by what is kept
 }
 
 } // namespace cli

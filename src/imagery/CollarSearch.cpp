@@ -13,22 +13,14 @@ namespace {
 
 constexpr double leastShareOfEdge = 0.05;
 
-/// Zeros among pixels of the edge: all of the first and last row, and a regular choice of rows between, since
-/// files in strips have to be read whole for their first column.
+/// Zeros among pixels of the edge.
 class EdgeZeros {
 public:
     explicit EdgeZeros(hostkit::ImageSource& edgeOf) : image(edgeOf) {}
 
     [[nodiscard]] bool Count(Status& status) {
-        const auto& info = image.GetInfo();
-        constexpr std::uint32_t places = 256;
-        const std::uint32_t step = std::max(info.rows / places, 1u);
-        if (!See({0, 0, info.cols, 1}, status) || !See({0, info.rows - 1, info.cols, info.rows}, status))
-            return false;
-        for (std::uint32_t row = step; row + 1 < info.rows; row += step)
-            if (!See({0, row, 1, row + 1}, status) || !See({info.cols - 1, row, info.cols, row + 1}, status))
-                return false;
-        return true;
+        const std::vector<PixelRect> rects = EdgeOf(image.GetInfo());
+        return std::ranges::all_of(rects, [&](const PixelRect& rect) { return See(rect, status); });
     }
     [[nodiscard]] bool AreMany() const {
         return static_cast<double>(zeros) >= leastShareOfEdge * static_cast<double>(seen);
@@ -66,6 +58,17 @@ std::vector<PixelRect> ChooseStrips(const RasterInfo& info) {
 }
 
 } // namespace
+
+std::vector<PixelRect> EdgeOf(const RasterInfo& info) {
+    constexpr std::uint32_t places = 256;
+    const std::uint32_t step = std::max(info.rows / places, 1u);
+    std::vector<PixelRect> rects{{0, 0, info.cols, 1}, {0, info.rows - 1, info.cols, info.rows}};
+    for (std::uint32_t row = step; row + 1 < info.rows; row += step) {
+        rects.push_back({0, row, 1, row + 1});
+        rects.push_back({info.cols - 1, row, info.cols, row + 1});
+    }
+    return rects;
+}
 
 CollarFinding FindCollar(hostkit::ImageSource& image, const std::function<bool()>& keepOn,
                          std::shared_ptr<const ZeroCollar>& found, Status& status) {

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace imagery {
 
@@ -19,6 +20,10 @@ enum class CollarFinding {
     Cancelled,
     Failed ///< the image cannot be read; with an item
 };
+
+/// What of an image is read for its edge: all of the first and last row, and a regular choice of rows
+/// between, since files in strips have to be read whole for their first column.
+[[nodiscard]] std::vector<hostkit::PixelRect> EdgeOf(const KOVA::Tessara::Pixmere::RasterInfo& info);
 
 /// Looks whether a twentieth of an image's edge is 0 in all bands, and finds the collar then. `keepOn` is
 /// asked between blocks and may be empty.

@@ -6,6 +6,12 @@
 
 namespace rasterhost {
 
+namespace {
+
+constexpr double margin = 2.0; // multispectral pixels, as pan is read around a block
+
+} // namespace
+
 SceneFitBlocks::SceneFitBlocks(const Scene& images, std::optional<int> sampleDepth)
     : scene(images), bitDepth(sampleDepth) {}
 
@@ -20,10 +26,17 @@ std::array<double, 2> SceneFitBlocks::GetRatio() const {
 hostkit::PixelRect SceneFitBlocks::GetArea() const { return FindAreaOnPan(scene); }
 
 std::vector<hostkit::PixelRect> SceneFitBlocks::Choose(std::uint32_t blocks, std::uint32_t side) const {
-    return ChooseBlocks(scene, {blocks, side});
+    std::vector<hostkit::PixelRect> chosen = ChooseBlocks(scene, {blocks, side});
+    for (std::size_t i = 0; i < chosen.size() && (i == 0 || ahead.IsUsed()) && ahead.HasRoom(); ++i)
+        AskForBlock(scene, chosen[i], margin, ahead, ++step);
+    return chosen;
 }
 
 bool SceneFitBlocks::Read(const hostkit::PixelRect& rect, FitBlock& block, Status& status) {
+    if (ahead.IsUsed()) {
+        AskForBlock(scene, rect, margin, ahead, ++step);
+        ahead.Wait(step);
+    }
     SurveyBlock sample;
     if (!sample.ReadBands(scene, rect, bitDepth, status)) return false;
     block.rect = rect;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "fitting/FitBlock.h"
+#include "rasterhost/reading/ReadAhead.h"
 #include "rasterhost/scene/Scene.h"
 
 #include <optional>
@@ -27,6 +28,8 @@ public:
 private:
     const Scene& scene;
     std::optional<int> bitDepth;
+    mutable ReadAhead ahead; ///< of blocks that were chosen, which are read next
+    mutable std::uint64_t step = 0;
 };
 
 } // namespace rasterhost

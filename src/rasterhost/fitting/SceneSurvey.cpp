@@ -149,6 +149,23 @@ std::vector<PixelRect> ChooseBlocks(const Scene& scene, const SurveyPlan& plan) 
                                  {plan.blocksAcross, isSmall ? std::min(plan.side, smallSide) : plan.side});
 }
 
+void AskForBlock(const Scene& scene, const PixelRect& block, double margin, ReadAhead& ahead,
+                 std::uint64_t step) {
+    ahead.Ask(*scene.GetMultispectral().image, block, step);
+    for (std::size_t other = 1; other < scene.images.size(); ++other) {
+        const PlacedImage& image = scene.images[other];
+        ahead.Ask(*image.image,
+                  FootprintOn(scene, image, block)
+                      .Beneath(block.col0, block.row0, block.col1, block.row1, image.image->GetInfo()),
+                  step);
+    }
+    ahead.Ask(*scene.pan,
+              FootprintOnPan(scene, block)
+                  .Beneath(block.col0 - margin, block.row0 - margin, block.col1 + margin, block.row1 + margin,
+                           scene.pan->GetInfo()),
+              step);
+}
+
 bool SurveyBlock::ReadBands(const Scene& scene, const PixelRect& block, std::optional<int> bitDepth,
                             Status& status) {
     rect = block;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "fitting/FitBlock.h"
+#include "rasterhost/reading/ReadAhead.h"
 #include "rasterhost/scene/Scene.h"
 
 #include <cstdint>
@@ -19,6 +20,10 @@ using SurveyPlan = fitting::BlockPlan;
 /// footprint lies wholly on pan. They cover them all in a small scene. None when there are none, or when
 /// a multispectral pixel is more than 1024 pan pixels wide or high.
 [[nodiscard]] std::vector<hostkit::PixelRect> ChooseBlocks(const Scene& scene, const SurveyPlan& plan);
+
+/// Asks for what SurveyBlock::Read reads with these arguments.
+void AskForBlock(const Scene& scene, const hostkit::PixelRect& block, double margin, ReadAhead& ahead,
+                 std::uint64_t step);
 
 /// The multispectral pixels whose footprint lies wholly on pan; all of them where there is a map between the
 /// two. May be empty.

@@ -99,17 +99,20 @@ SurveyPlan PlanWindows(const Scene& scene) {
 bool ReadWindows(const Scene& scene, std::optional<int> bitDepth, std::vector<Window>& windows,
                  Status& status) {
     const std::size_t bands = scene.CountBands();
-    for (const hostkit::PixelRect& rect : ChooseBlocks(scene, PlanWindows(scene))) {
+    const std::vector<hostkit::PixelRect> rects = ChooseBlocks(scene, PlanWindows(scene));
+    ReadAhead ahead;
+    const auto ask = [&](std::size_t i) { AskForBlock(scene, rects[i], reach, ahead, i); };
+    return ahead.InSteps(rects.size(), ask, [&](std::size_t i) {
         Window window(bands);
-        if (!window.block.Read(scene, rect, reach, bitDepth, status)) return false;
+        if (!window.block.Read(scene, rects[i], reach, bitDepth, status)) return false;
         for (std::size_t pixel = 0; pixel < window.block.GetCount(); ++pixel) {
             if (!window.block.IsUsable(pixel) || !window.block.GetPan(pixel, 0.0, 0.0, reach)) continue;
             window.pixels.push_back(pixel);
             window.moments.AddBands(window.block.GetSamples(pixel));
         }
         if (window.pixels.size() >= leastPixels) windows.push_back(std::move(window));
-    }
-    return true;
+        return true;
+    });
 }
 
 /// How far the windows, each measured alone, lie from the shift of all.

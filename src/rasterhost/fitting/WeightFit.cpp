@@ -67,10 +67,16 @@ bool FitWeights(const Scene& scene, const FitOptions& options, WeightFit& fit, S
     if (!fit.obstacle.empty()) return true;
     FitMoments moments(bands);
     SurveyBlock block;
-    for (const hostkit::PixelRect& rect : ChooseBlocks(scene, {})) {
-        if (!block.Read(scene, rect, 0.0, options.bitDepth, status)) return false;
-        AddBlock(block, moments, tally);
-    }
+    const std::vector<hostkit::PixelRect> rects = ChooseBlocks(scene, {});
+    ReadAhead ahead;
+    const bool isRead = ahead.InSteps(
+        rects.size(), [&](std::size_t i) { AskForBlock(scene, rects[i], 0.0, ahead, i); },
+        [&](std::size_t i) {
+            if (!block.Read(scene, rects[i], 0.0, options.bitDepth, status)) return false;
+            AddBlock(block, moments, tally);
+            return true;
+        });
+    if (!isRead) return false;
     const bool keepsLast = scene.HasInfrared() && options.infraredWeight;
     Report(scene, fitting::FitShares(moments, bands, keepsLast ? &*options.infraredWeight : nullptr), fit);
     return true;

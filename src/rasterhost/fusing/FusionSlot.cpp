@@ -1,6 +1,7 @@
 #include "rasterhost/fusing/FusionSlot.h"
 
 #include "imagery/RowValidity.h"
+#include "rasterhost/reading/ReadAhead.h"
 
 #include <algorithm>
 #include <cstring>
@@ -76,6 +77,13 @@ bool FusionSlot::Read(const PixelRect& rect, Status& status, Want wanted) {
         if (!ReadRect(*source->placed.image, source->raster, needed, status)) return false;
     }
     return true;
+}
+
+void FusionSlot::FindReads(const PixelRect& rect,
+                           const std::function<void(hostkit::ImageSource&, const PixelRect&)>& tell) {
+    tell(*from.pan, lowPass ? lowPass->SetWindow(rect) : rect);
+    for (const auto& source : sources)
+        tell(*source->placed.image, source->placed.placement->FindSource(rect, from.resampling));
 }
 
 /// Opens the window over what was read.
@@ -197,7 +205,12 @@ bool TryOneRow(const Scene& scene, const hostkit::PluginLibrary& plugin, const P
     PixelRect row = scene.part;
     row.row0 = scene.covered.row0;
     row.row1 = row.row0 + 1;
-    return slot.Init(status) && slot.Read(row, status) && slot.Fuse([](const FusedRow&) {}, status);
+    if (!slot.Init(status)) return false;
+    ReadAhead ahead;
+    slot.FindReads(
+        row, [&](const hostkit::ImageSource& image, const PixelRect& rect) { ahead.Ask(image, rect, 0); });
+    ahead.Wait(0);
+    return slot.Read(row, status) && slot.Fuse([](const FusedRow&) {}, status);
 }
 
 } // namespace rasterhost

@@ -61,6 +61,9 @@ public:
     /// is interpolated from; nothing where no pixel has data. Buffers grow to the largest window. After a
     /// failure, which leaves items, another window may be read.
     [[nodiscard]] bool Read(const hostkit::PixelRect& rect, Status& status, Want wanted = Want::Pixels);
+    /// Tells what reading the pixels of a window would read of each image. Not between Read and Fuse.
+    void FindReads(const hostkit::PixelRect& rect,
+                   const std::function<void(hostkit::ImageSource&, const hostkit::PixelRect&)>& tell);
     /// Fuses the window that was read and hands its rows to `sink`, which have no samples where only a mask
     /// is wanted. False with items.
     [[nodiscard]] bool Fuse(const RowSink& sink, Status& status);

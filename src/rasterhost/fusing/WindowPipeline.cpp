@@ -1,5 +1,7 @@
 #include "rasterhost/fusing/WindowPipeline.h"
 
+#include "rasterhost/reading/ReadAhead.h"
+
 #include <oneapi/tbb/global_control.h>
 #include <oneapi/tbb/parallel_pipeline.h>
 #include <oneapi/tbb/task_arena.h>
@@ -85,17 +87,35 @@ private:
             job = freeJobs.back(); // a window is let in only when one has left
             freeJobs.pop_back();
         }
-        const hostkit::PixelRect window{plan.part.col0, nextRow, plan.part.col1,
-                                        nextRow + std::min(plan.windowRows, plan.part.row1 - nextRow)};
+        const hostkit::PixelRect window = WindowFrom(nextRow);
         nextRow = window.row1;
         job->isGood = true;
         job->reasons = {};
         job->made.Start(window.row0 - plan.part.row0, window.GetRows());
         Attempt(*job, [&] {
+            AskAhead(*job->slot);
+            if (ahead.IsUsed()) ahead.Wait(window.row0);
             const std::lock_guard lock(fileMutex);
             return job->slot->Read(window, job->reasons);
         });
         return job;
+    }
+
+    [[nodiscard]] hostkit::PixelRect WindowFrom(std::uint32_t row) const {
+        return {plan.part.col0, row, plan.part.col1, row + std::min(plan.windowRows, plan.part.row1 - row)};
+    }
+
+    /// Asks for what the next windows read, where it lies on a server.
+    void AskAhead(FusionSlot& slot) {
+        const std::lock_guard lock(fileMutex);
+        while (askedRow < plan.part.row1 && (askedRow == plan.part.row0 || ahead.IsUsed()) &&
+               ahead.HasRoom()) {
+            const hostkit::PixelRect window = WindowFrom(askedRow);
+            slot.FindReads(window, [&](hostkit::ImageSource& image, const hostkit::PixelRect& rect) {
+                ahead.Ask(image, rect, window.row0);
+            });
+            askedRow = window.row1;
+        }
     }
 
     Job* Fuse(Job* job) {
@@ -144,12 +164,14 @@ private:
     bool isCancelled = false;
     std::atomic<bool> hasStopped = false;
     std::uint32_t nextRow = plan.part.row0;
+    std::uint32_t askedRow = plan.part.row0;
 
     std::vector<Job> jobs;
     std::mutex freeMutex;
     std::vector<Job*> freeJobs;
     // A read may push blocks of the output out of GDAL's cache: one thread in GDAL at a time.
     std::mutex fileMutex;
+    ReadAhead ahead;
 };
 
 } // namespace

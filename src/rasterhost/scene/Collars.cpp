@@ -3,6 +3,7 @@
 #include "fundament/Text.h"
 #include "imagery/CollarSearch.h"
 #include "rasterhost/reading/DataCheck.h"
+#include "rasterhost/reading/ReadAhead.h"
 
 namespace rasterhost {
 
@@ -16,6 +17,10 @@ CollarSearch FindCollar(InputImage& image, const Warn& warn, const std::function
                         Status& status) {
     std::shared_ptr<const imagery::ZeroCollar> collar;
     const std::string name = image.GetName();
+    ReadAhead ahead;
+    for (const hostkit::PixelRect& rect : imagery::EdgeOf(image.GetInfo()))
+        if (ahead.HasRoom()) ahead.Ask(image, rect, 0);
+    ahead.Wait(0);
     switch (imagery::FindCollar(image, keepOn, collar, status)) {
     case CollarFinding::None:
         return CollarSearch::Done;
