@@ -206,9 +206,9 @@ public:
                               std::string(fit.obstacle));
     }
 
-    /// Pixels of the collars of the three images.
+    /// Pixels of the collars of the three images. Only upsamples where it is told to: of pan the size counts.
     [[nodiscard]] py::tuple Fuse(py::array out, std::optional<py::array> valid, std::uint32_t threads,
-                                 const py::object& progress) const {
+                                 const py::object& progress, bool upsamples) const {
         const pansharp* library = Library();
         CheckAxes(out);
         pansharp_job whole = job;
@@ -232,7 +232,7 @@ public:
         {
             const Calls::Running call;
             const py::gil_scoped_release released;
-            result = pansharp_fuse(library, &whole, error, sizeof error);
+            result = (upsamples ? pansharp_upsample : pansharp_fuse)(library, &whole, error, sizeof error);
         }
         if (watch.thrown) std::rethrow_exception(watch.thrown);
         Check(result, error);
@@ -258,6 +258,34 @@ private:
     pansharp_job job{};
 };
 
+/// Of an image and a reference with their masks: pixels, mean Q, angle, ERGAS, and of each band bias, RMSE,
+/// PSNR, Q and spatial correlation.
+py::tuple Assess(const py::array& image, const Gaps& imageGaps, const py::array& reference,
+                 const Gaps& referenceGaps, double ratio) {
+    pansharp_assessment a{};
+    a.struct_size = sizeof a;
+    a.bits_per_sample = static_cast<std::uint32_t>(image.itemsize()) * 8;
+    a.image = MakeImage(image, {});
+    a.reference = MakeImage(reference, {});
+    a.image_gaps = MakeGaps(imageGaps, a.image);
+    a.reference_gaps = MakeGaps(referenceGaps, a.reference);
+    a.ratio = ratio;
+    std::vector<pansharp_band_quality> bands(a.image.bands);
+    a.bands = bands.data();
+    char error[2048];
+    pansharp_result result = PANSHARP_FAILED;
+    {
+        const Calls::Running call;
+        const py::gil_scoped_release released;
+        result = pansharp_assess(&a, error, sizeof error);
+    }
+    Check(result, error);
+    py::list found;
+    for (const pansharp_band_quality& band : bands)
+        found.append(py::make_tuple(band.bias, band.rmse, band.psnr, band.q, band.spatial_correlation));
+    return py::make_tuple(a.pixels, a.q, a.sam, a.ergas, py::tuple(found));
+}
+
 /// Of each method: keyword, summary, formula, advice, least bands, how many it fuses, whether it weighs
 /// bands, compares pan with its low-pass, and is recommended.
 py::tuple Methods() {
@@ -277,6 +305,7 @@ PYBIND11_MODULE(_arrays, module) {
     module.attr("version") = pansharp_version();
     Calls::WaitAtEnd();
     module.def("methods", &Methods);
+    module.def("assess", &Assess);
     module.def("plugin_path", [] { return std::string(pansharp_plugin_path(Library())); });
     py::class_<Job>(module, "Job")
         .def(py::init<py::array, py::array, const Placement&, std::optional<py::array>, const Placement&,

@@ -58,31 +58,33 @@ struct Beneath {
 class Worker {
 public:
     Worker(const hostkit::PluginLibrary& plugin, FuseJob& fuseJob, Status& status)
-        : job(fuseJob), panRaster(job.pan.info, {}), finish(job),
-          worker(plugin, job.properties, job.pan.info, panRaster, status) {
+        : job(fuseJob), panRaster(job.pan.info, {}), finish(job) {
+        if (!job.isUpsampled) worker.emplace(plugin, job.properties, job.pan.info, panRaster, status);
         if (job.lowPass) lowPass.emplace(job.lowPass, job.pan.info, job.resampling);
         beneath.emplace_back(hostkit::multispectralId, job.multispectral, job);
         if (job.infrared) beneath.emplace_back(hostkit::infraredId, *job.infrared, job);
     }
 
-    [[nodiscard]] bool Start(Status& status) { return worker.Start(status); }
+    [[nodiscard]] bool Start(Status& status) { return !worker || worker->Start(status); }
 
     [[nodiscard]] bool Fuse(const PixelRect& window, Status& status) {
         const PixelRect panRect = lowPass ? lowPass->SetWindow(window) : window;
-        const hostkit::SampleBlock pan = ReadBlock(job.pan, panRect, panBuffers);
+        const hostkit::SampleBlock pan =
+            worker ? ReadBlock(job.pan, panRect, panBuffers) : hostkit::SampleBlock{};
         panRaster.SetBlock(pan);
-        if (lowPass) lowPass->Offer(pan, worker.GetWorkspace());
+        if (lowPass) lowPass->Offer(pan, worker->GetWorkspace());
         const bool mayLackData = job.MayLackData();
         windows.clear();
         for (Beneath& image : beneath)
             if (!SetImage(image, window, mayLackData, status)) return false;
-        if (!worker.OpenWindow(window, status)) return false;
+        if (worker && !worker->OpenWindow(window, status)) return false;
         if (mayLackData) {
             reach.resize(window.GetColumns());
             valid.resize(window.GetColumns());
         }
         for (std::uint32_t row = window.row0; row < window.row1; ++row) {
-            const unsigned char* samples = worker.GetRow(row, status);
+            const unsigned char* samples =
+                worker ? worker->GetRow(row, status) : windows.front()->GetRow(row - window.row0);
             if (!samples) return false;
             if (mayLackData) imagery::FindRowValidity(pan, window, row, windows, reach.data(), valid.data());
             TellValid(row, mayLackData);
@@ -98,7 +100,7 @@ private:
         const PixelRect needed = beneathPan.placement.FindSource(window, job.resampling);
         const hostkit::SampleBlock block = ReadBlock(image, needed, beneathPan.buffers);
         hostkit::SourceImage source{image.info, block, job.resampling};
-        if (mayLackData) {
+        if (mayLackData || !worker) {
             beneathPan.opened = beneathPan.placement.Open(window, image.info, block, job.resampling, status);
             if (!beneathPan.opened) return false;
             windows.push_back(beneathPan.opened.get());
@@ -107,7 +109,7 @@ private:
             source.opened = {{beneathPan.opened, std::move(bands)}};
             source.window = window;
         }
-        worker.GetWorkspace().SetImage(beneathPan.id, source);
+        if (worker) worker->GetWorkspace().SetImage(beneathPan.id, source);
         return true;
     }
 
@@ -131,7 +133,7 @@ private:
     std::optional<hostkit::LowPassFeed> lowPass;
     hostkit::ArrayRaster panRaster;
     RowFinish finish;
-    hostkit::WindowWorker worker; ///< made after pan, so destroyed before it
+    std::optional<hostkit::WindowWorker> worker; ///< made after pan, so destroyed before it; none to upsample
 };
 
 /// One run over the rows: hands out windows, counts rows, keeps the first failure.

@@ -58,6 +58,8 @@ bool CheckLayout(const char* name, const void* samples, Layout& layout, Status& 
     return true;
 }
 
+} // namespace
+
 bool ReadImage(const char* name, const pansharp_image& given, std::uint32_t bits, InputImage& image,
                Status& status) {
     image.name = name;
@@ -71,6 +73,8 @@ bool ReadImage(const char* name, const pansharp_image& given, std::uint32_t bits
     image.info.bitsPerBand = bits;
     return true;
 }
+
+namespace {
 
 bool ReadPan(const pansharp_image& given, std::uint32_t bits, InputImage& pan, Status& status) {
     if (!ReadImage("pan", given, bits, pan, status)) return false;
@@ -98,6 +102,17 @@ bool TakeRows(pansharp_job& job, Status& status) {
     }
     if (job.output.samples) return Refuse(status, "output.samples must be null: fused rows are handed over");
     return true;
+}
+
+/// Of a job that only upsamples: of pan its size counts.
+void TakeSize(pansharp_job& job) {
+    static const char anywhere = 0;
+    job.pan.samples = &anywhere; // never read
+    job.pan.row_stride = job.pan.pixel_stride = job.pan.band_stride = 0;
+    job.pan_gaps = {};
+    job.infrared_gaps = {};
+    job.infrared = {};
+    job.used = nullptr;
 }
 
 /// One axis of an image under pan.
@@ -233,6 +248,17 @@ bool ReadDetail(const pansharp_job& given, FuseJob& job, Status& status) {
     return true;
 }
 
+bool IsWritten(JobUse use) { return use == JobUse::Fuse || use == JobUse::Upsample; }
+
+bool ReadUpsampling(const pansharp_job& given, FuseJob& job, Status& status) {
+    job.processBands = job.multispectral.info.bandsPerPixel; // the chain has them all
+    job.pan.samples = nullptr;
+    job.resampling =
+        given.resampling == PANSHARP_BILINEAR ? hostkit::Resampling::Bilinear : hostkit::Resampling::Cubic;
+    return given.resampling <= PANSHARP_CUBIC ||
+           Refuse(status, FormatString("job.resampling is %u; give a pansharp_resampling", given.resampling));
+}
+
 /// What the process objects are made with.
 bool ReadMethod(const pansharp_job& given, const PansharpDescription& plugin, JobUse use, FuseJob& job,
                 Status& status) {
@@ -278,6 +304,8 @@ bool ReadJob(const pansharp_job& given, const PansharpDescription& plugin, JobUs
     pansharp_job known;
     if (!TakeJob(given, known, status)) return false;
     if (use == JobUse::Rows && !TakeRows(known, status)) return false;
+    job.isUpsampled = use == JobUse::Upsample;
+    if (job.isUpsampled) TakeSize(known);
     const std::uint32_t bits = known.bits_per_sample;
     if (bits != 8 && bits != 16)
         return Refuse(status, FormatString("job.bits_per_sample is %u; samples of 8 and of 16 bits can be "
@@ -303,9 +331,10 @@ bool ReadJob(const pansharp_job& given, const PansharpDescription& plugin, JobUs
         return Refuse(status,
                       "a row of pan with all bands has more than 4294967295 samples; fuse it in parts");
     if (!ReadGaps(known, use, job, status) || !ReadOutputBands(known, job, status) ||
-        (use == JobUse::Fuse &&
+        (IsWritten(use) &&
          (!ReadOutput(known.output, job, status) || !ReadOutputMask(known.output_mask, job, status))) ||
-        !ReadMethod(known, plugin, use, job, status))
+        !(use == JobUse::Upsample ? ReadUpsampling(known, job, status)
+                                  : ReadMethod(known, plugin, use, job, status)))
         return false;
     job.used = known.used;
     if (job.used && job.used->struct_size < sizeof *job.used)

@@ -35,7 +35,7 @@ struct FuseJob {
     Layout outputLayout;
     std::vector<std::uint32_t> outputBands; ///< counted from 0
     std::uint32_t processBands = 0;         ///< the process delivers this many bands, the first ones
-    const PansharpMethod* method = nullptr; ///< of the plug-in
+    const PansharpMethod* method = nullptr; ///< of the plug-in; null where nothing is fused
     KOVA::Tessara::Global::NameValueMap properties;
     hostkit::EffectiveWeights weights;    ///< of a method that weighs bands, given or equal
     std::optional<double> infraredWeight; ///< that was given
@@ -45,6 +45,7 @@ struct FuseJob {
     std::optional<double> lowPassMean;
     fitting::DetailFit detail;                          ///< what was found
     std::shared_ptr<const hostkit::PanLowPass> lowPass; ///< null until SettleDetail, and for other methods
+    bool isUpsampled = false;                           ///< only; pan is not read
     std::uint32_t largest = 0;                          ///< a sample may have; in an input it is saturated
     std::optional<std::uint32_t> noData;                ///< of pixels of the output without data; else 0
     unsigned char* outputValid = nullptr;               ///< a byte per pixel of the output; null for nobody
@@ -62,13 +63,18 @@ struct FuseJob {
 };
 
 /// What a job is read for. To fit alone needs no output, and to fit weights ignores those of the bands; rows
-/// come from and go to callbacks, and their images have no samples.
-enum class JobUse { Fuse, Fit, FitWeights, Rows };
+/// come from and go to callbacks, and their images have no samples. To upsample needs neither pan's samples
+/// nor a method.
+enum class JobUse { Fuse, Fit, FitWeights, Rows, Upsample };
 
 /// Copies a structure of another age: what the caller does not know is 0 in `known`, and what is not known
 /// here must be 0 in `given`. False with an item that says so of `name`.
 [[nodiscard]] bool TakeStructure(const char* name, const void* given, std::size_t givenSize, void* known,
                                  std::size_t knownSize, KOVA::Tessara::Fundament::Status& status);
+
+/// Reads an image but for its place. False with an item.
+[[nodiscard]] bool ReadImage(const char* name, const pansharp_image& given, std::uint32_t bits,
+                             InputImage& image, KOVA::Tessara::Fundament::Status& status);
 
 /// An item of id BadArgument; always false.
 bool Refuse(KOVA::Tessara::Fundament::Status& status, const std::string& message);

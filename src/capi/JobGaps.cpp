@@ -26,6 +26,8 @@ bool ReadMask(const char* name, std::ptrdiff_t rowStride, std::ptrdiff_t pixelSt
     return true;
 }
 
+} // namespace
+
 bool ReadGapsOf(const pansharp_gaps& given, InputImage& image, Status& status) {
     Gaps& gaps = image.gaps;
     if (given.rules > (PANSHARP_NO_DATA_VALUE | PANSHARP_COLLAR))
@@ -47,6 +49,8 @@ bool ReadGapsOf(const pansharp_gaps& given, InputImage& image, Status& status) {
     return !gaps.valid || ReadMask(name.c_str(), given.row_stride, given.pixel_stride, gaps.valid, image,
                                    gaps.layout, status);
 }
+
+namespace {
 
 bool IsEmpty(const pansharp_gaps& gaps) { return !gaps.valid && gaps.rules == 0; }
 
@@ -74,7 +78,8 @@ bool CheckMemory(const char* name, const AddressRange& range, const FuseJob& job
         return range.Overlaps(*FindRange(image.samples, image.layout)) ||
                (image.gaps.valid && range.Overlaps(*FindRange(image.gaps.valid, image.gaps.layout)));
     };
-    if (overlaps(job.pan) || overlaps(job.multispectral) || (job.infrared && overlaps(*job.infrared)))
+    if ((!job.isUpsampled && overlaps(job.pan)) || overlaps(job.multispectral) ||
+        (job.infrared && overlaps(*job.infrared)))
         return Refuse(status,
                       FormatString("%s lies in the memory of an image that is read; give it memory of "
                                    "its own",

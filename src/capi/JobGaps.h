@@ -5,6 +5,10 @@
 
 namespace capi {
 
+/// Reads what says which pixels of an image have no data. False with an item.
+[[nodiscard]] bool ReadGapsOf(const pansharp_gaps& given, InputImage& image,
+                              KOVA::Tessara::Fundament::Status& status);
+
 /// Reads what says which pixels have no data, and how many bits are used. False with an item.
 [[nodiscard]] bool ReadGaps(const pansharp_job& given, JobUse use, FuseJob& job,
                             KOVA::Tessara::Fundament::Status& status);

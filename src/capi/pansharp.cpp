@@ -2,6 +2,7 @@
 
 #include "capi/pansharp.h"
 
+#include "capi/AssessArrays.h"
 #include "capi/FitArrays.h"
 #include "capi/FuseArrays.h"
 #include "capi/FuseJob.h"
@@ -236,6 +237,30 @@ pansharp_result pansharp_fuse(const pansharp* library, const pansharp_job* job, 
                                                        capi::SettleDetail(checked.detail, checked, status)))
             return PANSHARP_FAILED;
         return capi::FuseArrays(*library->plugin, checked, status);
+    });
+}
+
+pansharp_result pansharp_upsample(const pansharp* library, const pansharp_job* job, char* error,
+                                  size_t error_size) {
+    ErrorText text(error, error_size);
+    return RunJob(library, job, text, capi::JobUse::Upsample, [&](capi::FuseJob& checked, Status& status) {
+        return capi::FuseArrays(*library->plugin, checked, status);
+    });
+}
+
+pansharp_result pansharp_assess(pansharp_assessment* assessment, char* error, size_t error_size) {
+    ErrorText text(error, error_size);
+    if (!assessment || assessment->struct_size != sizeof *assessment) {
+        text.Set(
+            "assessment is null, or its struct_size is not the size of a pansharp_assessment; set it before "
+            "the call");
+        return PANSHARP_BAD_ARGUMENT;
+    }
+    return Guarded(text, PANSHARP_FAILED, [&] {
+        Status status;
+        const pansharp_result result = capi::AssessArrays(*assessment, status);
+        if (result != PANSHARP_OK) text.Set(status);
+        return result;
     });
 }
 

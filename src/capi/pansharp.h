@@ -265,6 +265,41 @@ PANSHARP_API pansharp_result pansharp_fit_weights(const pansharp* library, const
 PANSHARP_API pansharp_result pansharp_fuse(const pansharp* library, const pansharp_job* job, char* error,
                                            size_t error_size);
 
+/** Brings the multispectral image onto the grid of pan, and fuses nothing: what fusing adds detail to. Of the
+ * job count the size of pan, which has no samples here, the multispectral image with its gaps and place,
+ * bits, output and its bands, mask, threads and progress, and the sampling: cubic unless it says bilinear. */
+PANSHARP_API pansharp_result pansharp_upsample(const pansharp* library, const pansharp_job* job, char* error,
+                                               size_t error_size);
+
+/** How good a band is. */
+typedef struct pansharp_band_quality {
+    double bias;                /**< mean of the image - mean of the reference */
+    double rmse;                /**< root of the mean squared error */
+    double psnr;                /**< dB, of the largest reference sample; infinite without an error */
+    double q;                   /**< universal image quality index, 1 at best */
+    double spatial_correlation; /**< of the details of both, 1 at best */
+} pansharp_band_quality;
+
+/** An image, a reference with the same pixels and bands, and what the one is worth by the other. The
+ * definitions are those of the command's "assess". */
+typedef struct pansharp_assessment {
+    size_t struct_size;           /**< to be set to sizeof(pansharp_assessment) */
+    uint32_t bits_per_sample;     /**< 8 or 16, in both */
+    pansharp_image image;         /**< to be judged; it has no place */
+    pansharp_image reference;     /**< the truth */
+    pansharp_gaps image_gaps;     /**< which pixels do not count; without rules of a collar */
+    pansharp_gaps reference_gaps; /**< likewise */
+    double ratio;                 /**< a coarse pixel's width over a fine one's, for ERGAS; 0: no ERGAS */
+    pansharp_band_quality* bands; /**< room for one per band; may be null */
+    uint64_t pixels;              /**< found: how many were compared */
+    double q;                     /**< found: mean of the bands */
+    double sam;                   /**< found: spectral angle in degrees */
+    double ergas;                 /**< found; not a number without a ratio */
+} pansharp_assessment;
+
+/** Judges an image by a reference. */
+PANSHARP_API pansharp_result pansharp_assess(pansharp_assessment* assessment, char* error, size_t error_size);
+
 /** Which image rows are asked of. */
 typedef enum pansharp_source {
     PANSHARP_PAN = 0,           /**< the sharp one */

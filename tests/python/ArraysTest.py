@@ -2,6 +2,7 @@
 
 import concurrent.futures
 import dataclasses
+import json
 import multiprocessing
 import os
 import signal
@@ -67,6 +68,23 @@ def test_gaps_and_limits_are_those_of_the_command(tmp_path, method, dtype, optio
     if "--nodata" in options and arguments["nodata"] == 0:
         masked = pansharp.fuse(numpy.ma.masked_equal(pan, 0), numpy.ma.masked_equal(ms, 0), method, bits=arguments.get("bits"))
         assert numpy.array_equal(numpy.where(masked.mask, 0, numpy.maximum(masked.data, 1)), fused)  # data is moved off the value
+
+
+def test_indices_are_those_of_the_command(tmp_path):
+    fused, truth = pansharp.fuse(*write_pair(tmp_path), "KOVA"), pansharp.fuse(PAN, MS)
+    for name, method in (("out.tif", "KOVA"), ("truth.tif", "Injection")):
+        subprocess.run([os.environ["PANSHARP_COMMAND"], "sharpen", "-q", "pan.tif", "ms.tif", "-o", name, "--method", method], cwd=tmp_path, check=True)
+    told = json.loads(subprocess.run([os.environ["PANSHARP_COMMAND"], "assess", "out.tif", "--reference", "truth.tif", "--ratio", "2", "--json"],
+                                     cwd=tmp_path, check=True, capture_output=True).stdout)["indices"]
+    found = pansharp.assess(fused, truth, ratio=2)
+    assert [found.pixels, found.q, found.sam, found.ergas] == [told[name] for name in ("pixels", "mean_q", "sam", "ergas")]
+    assert [{"band": i + 1, **dataclasses.asdict(band)} for i, band in enumerate(found.bands)] == told["bands"]
+    plain = pansharp.fuse(PAN, MS, gains=[(0, 0)] * 3, transfer=0.3, low_pass_mean=1)
+    assert numpy.array_equal(pansharp.upsample(MS, PAN.shape), plain)
+    holed = numpy.ma.masked_array(MS, numpy.zeros(MS.shape, bool))
+    holed[:, 4:12, 4:12] = numpy.ma.masked
+    compared = pansharp.compare(PAN, holed, truth)
+    assert list(compared) == ["upsampled", *pansharp.methods()] and compared["upsampled"].pixels < PAN.size
 
 
 def random_case(seed):

@@ -18,6 +18,7 @@ Wrong arguments raise ``TypeError`` or ``ValueError``; what goes wrong beyond th
 from __future__ import annotations
 
 import functools
+import math
 import warnings
 from collections.abc import Callable, Sequence
 from dataclasses import dataclass
@@ -31,8 +32,8 @@ from ._errors import ArgumentError, Error, InputError, Item, OutputError, Pansha
 from ._options import options
 from ._scenes import Dataset, info, open, sharpen
 
-__all__ = ["ArgumentError", "Dataset", "Error", "Fit", "InputError", "Item", "Method", "OutputError", "PansharpWarning", "find_method", "fit", "fuse",
-           "info",            "methods", "open", "options", "sharpen"]
+__all__ = ["ArgumentError", "BandQuality", "Dataset", "Error", "Fit", "InputError", "Item", "Method", "OutputError", "PansharpWarning",
+           "Quality", "assess", "compare", "find_method", "fit", "fuse", "info", "methods", "open", "options", "sharpen", "upsample"]
 __version__ = _arrays.version
 
 
@@ -233,12 +234,107 @@ def fuse(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, method: str | 
             warnings.warn(f"{obstacle}; equal weights are used", PansharpWarning, stacklevel=2)
         else:
             work, _, _ = job(found, None if infrared is None else infrared_share)
+    return _run(work, (("pan", pan), ("ms", ms), ("infrared", infrared)), result, masked, count, tell, False)
+
+
+def _run(work: _arrays.Job, images: Sequence[tuple[str, Any]], result: numpy.ndarray, masked: bool | None, threads: int, tell: Any,
+         upsamples: bool) -> numpy.ndarray:
+    """Fills the result, and warns of collars as the caller's caller would."""
     if masked is None:
-        masked = isinstance(pan, numpy.ma.MaskedArray) or isinstance(ms, numpy.ma.MaskedArray)
-    valid = numpy.empty(shape[1:], numpy.uint8) if masked else None
-    for name, image, collar in zip(("pan", "ms", "infrared"), (pan, ms, infrared), work.fuse(result, valid, count, tell)):
-        if collar and image is not None:
+        masked = any(isinstance(image, numpy.ma.MaskedArray) for _, image in images)
+    valid = numpy.empty(result.shape[1:], numpy.uint8) if masked else None
+    for (name, image), collar in zip(images, work.fuse(result, valid, threads, tell, upsamples)):
+        if collar:
             rows, columns = numpy.shape(image)[-2:]
             warnings.warn(f"{100 * collar / (rows * columns):.3g} % of the pixels of {name} are a collar of zeros along its edge; it is "
-                          "taken as no data (nodata=False takes it as data)", PansharpWarning, stacklevel=2)
-    return result if valid is None else numpy.ma.MaskedArray(result, numpy.broadcast_to(valid == 0, shape))
+                          "taken as no data (nodata=False takes it as data)", PansharpWarning, stacklevel=3)
+    return result if valid is None else numpy.ma.MaskedArray(result, numpy.broadcast_to(valid == 0, result.shape))
+
+
+def upsample(ms: numpy.typing.ArrayLike, shape: tuple[int, int], *, resampling: str = "cubic", bands: Sequence[int] | None = None,
+             pixel_size: float | tuple[float, float] | None = None, offset: tuple[float, float] | None = None, nodata: NoData = None,
+             masked: bool | None = None, out: numpy.ndarray | None = None, threads: int = 0,
+             progress: Callable[[int, int], object] | None = None) -> numpy.ndarray:
+    """Brings a coarse image onto the pixels of pan, whose (rows, columns) are `shape`: what fusing adds detail to.
+
+    The other arguments are those of `fuse`. Zeros along the edge are data unless `nodata` or a mask says otherwise.
+    """
+    if len(shape) != 2 or min(shape) < 1:
+        raise ValueError(f"shape is {shape!r}; give the rows and columns of pan")
+    coarse = _checks.image("ms", ms, "(band, row, column)")
+    pan = numpy.broadcast_to(coarse.dtype.type(0), (1, *shape))
+    value = _checks.nodata(nodata, coarse.dtype)[1]
+    chosen = _checks.bands(bands, coarse.shape[0])
+    job = _arrays.Job(pan, coarse, _checks.placement("ms", coarse, pan, pixel_size, offset), None, (0.0, 0.0, 0.0, 0.0), None, (), None, (), 0.0,
+                      0.0, _checks.resampling(resampling), chosen, ((None, 0, 0), _checks.gaps(ms, coarse, value, False), (None, 0, 0)), 0)
+    result = _checks.output(out, (len(chosen) or coarse.shape[0], *pan.shape[1:]), coarse.dtype)
+    return _run(job, (("pan", None), ("ms", ms)), result, masked, _checks.threads(threads), _checks.callback(progress), True)
+
+
+@dataclass(frozen=True)
+class BandQuality:
+    """How good a band is beside that of a reference."""
+
+    bias: float
+    """Mean of the image less that of the reference."""
+    rmse: float
+    """Root of the mean squared error."""
+    psnr: float
+    """In dB, of the largest sample of the reference; infinite without an error."""
+    q: float
+    """Universal image quality index, 1 at best."""
+    spatial_correlation: float
+    """Of the details of both, 1 at best."""
+
+
+@dataclass(frozen=True)
+class Quality:
+    """How good an image is beside a reference. docs/quality.md defines the indices."""
+
+    pixels: int
+    """How many were compared."""
+    q: float
+    """Mean of the bands."""
+    sam: float
+    """Spectral angle in degrees, 0 at best."""
+    ergas: float
+    """0 at best; not a number without a ratio."""
+    bands: tuple[BandQuality, ...]
+
+
+def assess(image: numpy.typing.ArrayLike, reference: numpy.typing.ArrayLike, *, ratio: float | None = None, nodata: NoData = None) -> Quality:
+    """Judges an image by the truth: arrays of the same shape, (band, row, column), as ``pansharp assess --reference`` does.
+
+    ratio: a coarse pixel's width over a fine one's, for ERGAS.
+    nodata: the sample that means no data, or that of the image and that of the reference. Masked pixels do not count either.
+
+    Raises ValueError where no pixel has data in both.
+    """
+    ours, truth = _checks.image("image", image, "(band, row, column)"), _checks.image("reference", reference, "(band, row, column)")
+    _checks.same_depth(ours, reference=truth)
+    if ours.shape != truth.shape:
+        raise ValueError(f"image has the shape {ours.shape} and reference {truth.shape}; they must have the same pixels and bands")
+    of_ours, of_truth = _checks.nodata(nodata, ours.dtype)
+    pixels, q, sam, ergas, bands = _arrays.assess(ours, _checks.gaps(image, ours, of_ours, False), truth,
+                                                  _checks.gaps(reference, truth, of_truth, False), _checks.above_zero("ratio", ratio))
+    return Quality(pixels, q, sam, ergas, tuple(BandQuality(*band) for band in bands))
+
+
+def compare(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, truth: numpy.typing.ArrayLike, *, nodata: NoData = None,
+            **arguments: Any) -> dict[str, Quality]:
+    """Fuses by each method and judges the results by the truth, which has the pixels of pan and the bands of ms.
+
+    The first entry, "upsampled", is plain cubic upsampling. A method that fuses fewer bands is judged by those, and one that needs more
+    is left out. Further arguments are those of `fuse`. Where no truth is known, ``pansharp compare`` makes one from files.
+    """
+    fine, coarse, reference = (_checks.image(*of) for of in (("pan", pan, "(row, column)"), ("ms", ms, "(band, row, column)"),
+                                                            ("truth", truth, "(band, row, column)")))
+    value = _checks.nodata(nodata, coarse.dtype)[1]
+    placed = {name: arguments[name] for name in ("pixel_size", "offset") if name in arguments}
+    results = {"upsampled": upsample(ms, (fine.shape[1], fine.shape[2]), nodata=value, masked=True, **placed)}
+    for method in methods():
+        if method.minimum_bands <= coarse.shape[0]:
+            results[str(method)] = fuse(pan, ms, method, nodata=nodata, masked=True, **arguments)
+    ratio = math.sqrt(fine.shape[1] / coarse.shape[1] * fine.shape[2] / coarse.shape[2])
+    known = truth if isinstance(truth, numpy.ma.MaskedArray) else reference
+    return {name: assess(result, known[:result.shape[0]], ratio=ratio, nodata=(None, value)) for name, result in results.items()}

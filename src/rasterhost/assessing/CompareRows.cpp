@@ -1,5 +1,6 @@
 #include "rasterhost/assessing/CompareRows.h"
 
+#include "imagery/ComparedRows.h"
 #include "rasterhost/assessing/InParts.h"
 
 #include <algorithm>
@@ -8,9 +9,7 @@
 namespace rasterhost {
 
 using imagery::ImageRows;
-using imagery::KeepCommon;
 using imagery::RowSource;
-using imagery::SampleRows;
 
 namespace {
 
@@ -22,26 +21,6 @@ bool IsOnGrid(const PlacedImage& image, const PlacedImage& other) {
            std::fabs(a.xMax - b.xMax) <= noise * b.pixelSizeX &&
            std::fabs(a.yMin - b.yMin) <= noise * b.pixelSizeY &&
            std::fabs(a.yMax - b.yMax) <= noise * b.pixelSizeY;
-}
-
-/// Both images as one thread reads them.
-struct ComparedRows {
-    std::unique_ptr<RowSource> image, reference;
-    SampleRows samples, truth;
-};
-
-std::unique_ptr<quality::Comparison> ComparePart(ComparedRows& rows, std::uint32_t first, std::uint32_t end,
-                                                 Status& status) {
-    const std::size_t columns = rows.image->GetColumns(), bands = rows.image->GetBands();
-    auto found = std::make_unique<quality::Comparison>(columns, bands);
-    if (!rows.image->Read(first, end, rows.samples, status) ||
-        !rows.reference->Read(first, end, rows.truth, status))
-        return nullptr;
-    KeepCommon(rows.samples.valid, rows.truth.valid);
-    for (std::size_t at = 0; at < rows.samples.valid.size(); at += columns)
-        found->AddRow(rows.samples.samples.data() + at * bands, rows.truth.samples.data() + at * bands,
-                      rows.samples.valid.data() + at);
-    return found;
 }
 
 } // namespace
@@ -57,18 +36,18 @@ bool CompareRows(const OpenRows& image, const OpenRows& reference, int threads, 
                  quality::ReferenceIndices& found, Status& status) {
     const auto size = image(status);
     if (!size) return false;
-    constexpr std::uint32_t partRows = 2 * quality::blockSide;
+    constexpr std::uint32_t partRows = imagery::comparedRows;
     const std::uint32_t rows = size->GetRows();
     quality::Comparison comparison(size->GetColumns(), size->GetBands());
     const auto open = [&](Status& reasons) {
-        auto opened = std::make_unique<ComparedRows>();
+        auto opened = std::make_unique<imagery::ComparedRows>();
         opened->image = image(reasons);
         opened->reference = opened->image ? reference(reasons) : nullptr;
         return opened->reference ? std::move(opened) : nullptr;
     };
-    const auto compare = [&](ComparedRows& readers, std::size_t part, Status& reasons) {
+    const auto compare = [&](imagery::ComparedRows& readers, std::size_t part, Status& reasons) {
         const std::uint32_t first = static_cast<std::uint32_t>(part) * partRows;
-        return ComparePart(readers, first, std::min(first + partRows, rows), reasons);
+        return imagery::ComparePart(readers, first, std::min(first + partRows, rows), reasons);
     };
     if (!InParts(
             threads, (rows + partRows - 1) / partRows, open, compare,

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "imagery/RowSource.h"
+#include "quality/Comparison.h"
+
+#include <memory>
+
+namespace imagery {
+
+/// Images are compared in parts of so many rows, whoever does it: so the sums are the same.
+inline constexpr std::uint32_t comparedRows = 2 * quality::blockSide;
+
+/// An image and a reference of the same size as one thread reads them.
+struct ComparedRows {
+    std::unique_ptr<RowSource> image, reference;
+    SampleRows samples, truth;
+};
+
+/// Compares rows `first` to `end` - 1 where both have data. Null with an item.
+[[nodiscard]] std::unique_ptr<quality::Comparison> ComparePart(ComparedRows& rows, std::uint32_t first,
+                                                               std::uint32_t end, Status& status);
+
+} // namespace imagery
