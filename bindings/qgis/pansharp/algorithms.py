@@ -145,6 +145,6 @@ class CheckPair(Algorithm):
         named = ", ".join(html.escape(file) for file in choice.files())
         with open(output, "w", encoding="utf-8") as report:
             report.write("<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\"><title>A pair, checked</title>\n"
-                         "<style>body { font-family: sans-serif; margin: 2em; } pre { font-size: 110%; }</style></head>\n"
+                         "<style>body { font-family: sans-serif; margin: 2em; } pre { font-family: monospace; }</style></head>\n"
                          f"<body><h1>A pair, checked</h1>\n<p>{named}</p>\n{''.join(parts)}</body></html>\n")
         return {"OUTPUT": output}
