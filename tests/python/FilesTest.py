@@ -64,6 +64,10 @@ def test_a_window_is_a_part_of_the_whole():
     pansharp.sharpen(*PAIR, "scene.pansharp")
     with pansharp.open("scene.pansharp", threads=2) as scene:
         whole = scene.read()
+        with pytest.MonkeyPatch.context() as patch:
+            patch.setattr(pansharp._scenes, "_MOST_PIXELS", 40 * 120)  # 40 rows at a time
+            patch.setattr(pansharp._scenes, "_LEAST_ROWS", 1)
+            assert numpy.array_equal(scene.read(), whole)
         assert scene.profile["dtype"] == whole.dtype and (scene.count, *scene.shape) == whole.shape and scene.bounds == (0, -96, 120, 0)
         assert numpy.array_equal(scene.read(2, window=((10, 50), (None, 64))), whole[1, 10:50, :64])
         pixels = numpy.zeros((20, 30, 2), whole.dtype)

@@ -18,6 +18,9 @@ File = Union[str, "os.PathLike[str]", "tuple[str | os.PathLike[str], int]"]
 """A path, or a path and a band of it counted from 1."""
 
 
+_MOST_PIXELS, _LEAST_ROWS = 1 << 20, 256  # of a part that is read at a time
+
+
 def _warn(text: str) -> None:
     warnings.warn(_options.spoken(text), _errors.PansharpWarning, stacklevel=3)
 
@@ -192,7 +195,7 @@ class Dataset:
         masked: gives a masked array, whose pixels without data are masked.
         out: array to write into, of any strides, which is returned.
 
-        Ctrl-C waits until the read ends.
+        Ctrl-C ends a read at full size soon; others end first.
         Raises ValueError for what is not in the image; pansharp.Error when it is closed, or cannot be read.
         """
         if self._scene is None:
@@ -206,9 +209,17 @@ class Dataset:
         dtype = numpy.dtype(self.dtypes[0])
         result = _checks.output(out if out is None or not single or out.ndim != 2 else out[numpy.newaxis], shape, dtype)
         valid = numpy.empty(shape[1:], numpy.uint8) if masked else None
-        report = self._scene.read((column, row, column + columns, row + rows), [band - 1 for band in chosen], result, valid)
-        if report:
-            _options.result(report)
+        # At full size a window is made of its parts: Python is asked between them, which takes Ctrl-C.
+        step = max(_MOST_PIXELS // columns, _LEAST_ROWS) if shape[1:] == (rows, columns) else rows
+        for first in range(0, rows, step):
+            end = min(first + step, rows)
+            whole = step >= rows
+            report = self._scene.read((column, row + first, column + columns, row + end), [band - 1 for band in chosen],
+                                      result if whole else result[:, first:end], valid if whole or valid is None else valid[first:end])
+            if report:
+                _options.result(report)
+            if self._scene is None:
+                raise _errors.Error("the dataset was closed while it was read")
         if valid is not None:
             result = numpy.ma.MaskedArray(result, numpy.broadcast_to(valid == 0, shape).copy(), fill_value=self.nodata)
         return result[0] if single else result if out is None or masked else out
