@@ -3,6 +3,7 @@
 
 #include "Calls.h"
 
+#include "cli/BatchRun.h"
 #include "cli/CommandLine.h"
 #include "cli/JsonParts.h"
 #include "cli/Platform.h"
@@ -26,6 +27,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -187,6 +189,44 @@ std::string Info(const Files& files, Options options) {
     });
 }
 
+/// A scene of a batch: the list and its line, or none; files, output, options; and why it is none.
+using BatchEntry = std::tuple<std::string, std::size_t, Files, std::string, Options, std::string>;
+
+/// Those of lists and products, with options that hold for all.
+std::vector<BatchEntry> BatchScenes(const Files& names, Options options) {
+    std::vector<BatchEntry> entries;
+    try {
+        for (const cli::BatchScene& scene :
+             cli::ReadBatch(cli::CommandLine::Make(FindCommand("batch"), names, std::move(options))))
+            entries.emplace_back(scene.list, scene.line, scene.files, scene.output, scene.options,
+                                 scene.fault);
+    } catch (const cli::UsageError& error) {
+        throw py::value_error(error.what());
+    }
+    return entries;
+}
+
+/// The line of a scene that was made, skipped or failed. `done` is the line of an earlier run, or empty.
+std::string RunBatchScene(const BatchEntry& entry, const std::string& folder, double timeLimit,
+                          const std::string& done, const py::object& progress) {
+    const auto& [list, line, files, output, options, fault] = entry;
+    const cli::BatchScene scene{list, line, files, output, options, fault};
+    const auto earlier = done.empty() ? std::nullopt : std::optional(cli::Json::parse(done));
+    std::string result;
+    cli::Arguments watching;
+    const py::none nobody;
+    Watched(progress, nobody)
+        .Run(
+            [&](const cli::Arguments& watched) {
+                Status status;
+                const cli::BatchRun how{folder, timeLimit, false, watched.progress};
+                if (const auto made = cli::RunBatchScene(scene, how, earlier, status))
+                    result = made->dump(-1, ' ', false, cli::Json::error_handler_t::replace);
+            },
+            watching);
+    return result;
+}
+
 std::string JsonOf(const Status& status) {
     cli::Json object = cli::JsonHead("open", cli::WorkFailed);
     object["status"] = cli::JsonStatus(status);
@@ -266,6 +306,8 @@ PYBIND11_MODULE(_files, module) {
     module.def("options", &OptionsOf);
     module.def("sharpen", &Sharpen);
     module.def("info", &Info);
+    module.def("batch_scenes", &BatchScenes);
+    module.def("batch_scene", &RunBatchScene);
     py::class_<Dataset>(module, "Dataset")
         .def_static("open", &Dataset::Open)
         .def("read", &Dataset::Read)

@@ -2,16 +2,13 @@
 
 #include "cli/BatchList.h"
 #include "cli/BatchResults.h"
+#include "cli/BatchRun.h"
 #include "cli/Platform.h"
 #include "cli/Progress.h"
-#include "cli/RunJson.h"
-#include "cli/SharpenRun.h"
 #include "cli/StatusText.h"
 #include "fundament/Files.h"
 #include "fundament/Text.h"
-#include "rasterhost/serving/FileFingerprint.h"
 
-#include <chrono>
 #include <filesystem>
 #include <iostream>
 
@@ -20,34 +17,6 @@ namespace cli {
 using KOVA::Tessara::Fundament::FormatString;
 
 namespace {
-
-constexpr const char* source = "Command";
-
-/// Changes with the inputs, the options that pixels depend on, and the version.
-std::string Fingerprint(const BatchScene& scene, const Arguments& request) {
-    std::string text = PANSHARP_VERSION;
-    for (const auto& [key, values] : scene.options) {
-        if (key == "--threads" || key == "--window" || key == "--overwrite") continue;
-        text += "\n" + key;
-        for (const std::string& value : values)
-            text += "\n " + value;
-    }
-    std::vector<std::string> files;
-    const auto add = [&](const rasterhost::InputBand& input) {
-        text += FormatString("\n%d ", input.band.value_or(0)) + input.file;
-        files.push_back(input.file);
-    };
-    add(request.pan);
-    for (const rasterhost::InputBand& input : request.multispectral)
-        add(input);
-    if (request.infrared) add(*request.infrared);
-    for (const auto& [file, use] : request.otherFiles)
-        files.push_back(file);
-    rasterhost::ContentNumber number;
-    text += "\n" + rasterhost::TakeState(files);
-    number.Add(reinterpret_cast<const unsigned char*>(text.data()), text.size());
-    return number.GetDigits();
-}
 
 class Batch {
 public:
@@ -73,8 +42,6 @@ public:
     }
 
 private:
-    using Clock = std::chrono::steady_clock;
-
     static const std::string& MakeFolder(const std::string& folder) {
         if (!KOVA::Tessara::Fundament::CreateDirectories(folder))
             throw UsageError("--out: the folder '" + folder +
@@ -88,99 +55,27 @@ private:
         std::cerr << FormatString("scene %zu of %zu: ", next, scenes.size()) << name << std::endl;
     }
 
-    /// What every line has.
-    Json HeadOf(const BatchScene& scene, const char* status) const {
-        Json result = {{"scene", next}, {"of", scenes.size()}, {"status", status}};
-        if (!scene.list.empty()) {
-            result["list"] = scene.list;
-            result["line"] = scene.line;
-        }
-        result["inputs"] = scene.files;
-        result["output"] = scene.output.empty() ? Json() : Json(scene.output);
-        return result;
-    }
-
-    void Tell(const Json& result) {
-        std::cout << BatchResults::Print(result) << std::endl;
-        ++told;
-    }
-
     void RunScene(const BatchScene& scene) {
-        const Clock::time_point start = Clock::now();
-        SharpenRun run;
-        Arguments request;
-        std::string fingerprint;
-        try {
-            if (!scene.fault.empty()) throw UsageError(scene.fault);
-            request = scene.Ask(arguments.folder);
-            fingerprint = Fingerprint(scene, request);
-            const auto done = results.FindDone(scene.output);
-            if (done && !arguments.again && done->value("fingerprint", Json()) == fingerprint &&
-                KOVA::Tessara::Fundament::FileExists(request.output))
-                return Skip(scene, *done);
-            request.overwrite = request.overwrite || done; // it is the batch's own
-            Sharpen(start, request, run);
-        } catch (const std::bad_alloc&) {
-            run.code = WorkFailed;
-            run.status.Add(0, "there is not enough memory; try fewer --threads or a smaller --window",
-                           source);
-        } catch (const std::exception& error) {
-            run.code = WorkFailed;
-            run.status.Add(0, error.what(), source);
-        }
-        if (run.code == Interrupted) return;
-        Finish(scene, start, request, run, fingerprint);
-    }
-
-    void Sharpen(Clock::time_point start, Arguments& request, SharpenRun& run) {
         Progress progress(isTerminal && !arguments.quiet ? Progress::Style::Bar : Progress::Style::Silent,
                           std::cerr);
-        bool isLate = false;
-        request.progress = [&](double fraction) {
-            const std::chrono::duration<double> seconds = Clock::now() - start;
-            isLate = isLate || (arguments.timeLimit > 0.0 && seconds.count() > arguments.timeLimit);
-            progress.Update(fraction);
-            return !isLate && !platform::WasInterrupted();
-        };
-        std::filesystem::create_directories(std::filesystem::path(request.output).parent_path());
-        cli::Sharpen(request, run);
-        if (run.code != Interrupted || !isLate) return;
-        run.code = WorkFailed;
-        run.status.Insert(0,
-                          FormatString("the scene took longer than its time limit of %g s; give more with "
-                                       "--time-limit",
-                                       arguments.timeLimit),
-                          source);
-    }
-
-    void Skip(const BatchScene& scene, const Json& done) {
-        Json result = HeadOf(scene, "skipped");
-        for (const auto& [key, value] : done.items())
-            if (!result.contains(key)) result[key] = value;
-        ++skipped;
-        Tell(result);
-    }
-
-    void Finish(const BatchScene& scene, Clock::time_point start, const Arguments& request,
-                const SharpenRun& run, const std::string& fingerprint) {
-        const bool isDone = run.code == Done;
-        Json report = SharpenObject(request, run.report, run.code, run.status, platform::PeakMemory());
-        Json result = HeadOf(scene, isDone ? "done" : "failed");
-        const std::chrono::duration<double> seconds = Clock::now() - start;
-        result["seconds"] = seconds.count();
-        result["megapixels"] = isDone ? static_cast<double>(run.report.columns) * run.report.rows / 1e6 : 0.0;
-        result["fit"] = report.contains("fit") ? report["fit"] : Json();
-        result["warnings"] = report["warnings"];
-        result["errors"] = report["status"];
-        result["version"] = PANSHARP_VERSION;
-        result["fingerprint"] = fingerprint;
-        if (isDone) result["report"] = std::move(report);
-        if (!isDone) {
+        const BatchRun how{arguments.folder, arguments.timeLimit, arguments.again, [&](double fraction) {
+                               progress.Update(fraction);
+                               return !platform::WasInterrupted();
+                           }};
+        KOVA::Tessara::Fundament::Status status;
+        const auto made = RunBatchScene(scene, how, results.FindDone(scene.output), status);
+        if (!made) return;
+        Json result = {{"scene", next}, {"of", scenes.size()}};
+        result.update(*made);
+        const bool isSkipped = result["status"] == "skipped";
+        skipped += isSkipped ? 1 : 0;
+        if (result["status"] == "failed") {
             ++failed;
-            std::cerr << FormatErrors(run.status);
+            std::cerr << FormatErrors(status);
         }
-        Tell(result);
-        results.Add(result);
+        std::cout << BatchResults::Print(result) << std::endl;
+        ++told;
+        if (!isSkipped) results.Add(result);
     }
 
     const Arguments& arguments;

@@ -155,3 +155,29 @@ def test_the_command_outlives_its_scheduler(scene, tmp_path):
             process.wait()
     pansharp.sharpen(scene, out="whole.tif")
     assert facts("job/mosaic.vrt") == facts("whole.tif")
+
+
+def test_a_batch_makes_what_the_command_makes_and_each_skips_what_the_other_has_made(client, scene, tmp_path):
+    entries = [{"pan": "pan.tif", "ms": ["ms.tif"], "output": "large.tif", "options": {"co": ["COMPRESS=DEFLATE"]}},
+               {"description": scene, "output": "sub/small.tif"}, {"pan": "none.tif", "ms": ["ms.tif"]}, {"pan": 3}]
+    (tmp_path / "list.jsonl").write_text("\n".join(map(json.dumps, entries)))
+    tasks, parts = (many.batch(client, "list.jsonl", out, parts_above=above, limits=many.Limits(attempts=2)).results
+                    for out, above in (("tasks", None), ("parts", 0.1)))
+    command = [os.environ["PANSHARP_COMMAND"], "batch", "list.jsonl", "--quiet", "--out"]
+    made, again = ([json.loads(line) for line in subprocess.run([*command, out], stdout=subprocess.PIPE).stdout.splitlines()]
+                   for out in ("alone", "tasks"))
+    own = "seconds", "worker", "report"
+    for line, expected in zip(tasks, made):
+        assert {key: value for key, value in line.items() if key not in own} == {key: value for key, value in expected.items() if key not in own}
+    assert [[line["status"] for line in lines] for lines in (made, again, parts)] == [
+        ["done", "done", "failed", "failed"], ["skipped", "skipped", "failed", "failed"], ["done", "done", "failed", "failed"]]
+    assert [line["status"] for line in many.batch(client, "list.jsonl", "alone").results] == ["skipped", "skipped", "failed", "failed"]
+    for file in "large.tif", "sub/small.tif":
+        assert facts(f"tasks/{file}") == facts(f"alone/{file}") == facts(f"parts/{file}")
+    late = many.batch(client, "list.jsonl", "late", time_limit=1e-9).results
+    assert "time limit" in late[0]["errors"][0]["message"] and not os.path.exists("late/large.tif")
+    turned = {"pan": "pan.tif", "ms": ["ms.tif,band=3", "ms.tif,band=2", "ms.tif,band=1"], "output": "turned.tif"}
+    (tmp_path / "two.jsonl").write_text("\n".join(map(json.dumps, (entries[0], turned))))
+    first, other = (line["report"] for line in many.batch(client, ["two.jsonl"], "shared", share=True).results)
+    assert first["gains"] == other["gains"] and len(set(map(tuple, first["gains"]))) > 1
+    assert (tmp_path / "tasks/summary.csv").read_text().count("\n") == 5

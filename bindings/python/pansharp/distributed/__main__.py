@@ -60,6 +60,16 @@ def _parser() -> argparse.ArgumentParser:
                          help="for a pair: an option of pansharp sharpen, such as method=KOVA")
     sharpen.add_argument("--no-check", action="store_true", help="do not read all inputs first, to see whether they are what they were")
     _add_running(sharpen)
+    batch = commands.add_parser("batch", help="many scenes", description="Sharpens the scenes of a list, as pansharp batch does: the list and "
+                                "the results, OUT/batch.jsonl, are the same. OUT/summary.csv has a line for each scene.")
+    batch.add_argument("scenes", nargs="+", metavar="LIST.jsonl|PRODUCT", help="lists, products, or .pansharp files")
+    batch.add_argument("out", metavar="OUT/", help="the folder to write into")
+    batch.add_argument("--time-limit", metavar="SECONDS", type=float, default=0.0, help="give a scene up that takes longer (none)")
+    batch.add_argument("--share", action="store_true", help="take what is fitted to the first scene for all others")
+    batch.add_argument("--parts-above", metavar="MEGAPIXELS", type=float, help="fuse larger scenes in parts, one after the other")
+    batch.add_argument("--option", metavar="NAME=VALUE", action="append", type=_name_value, default=[],
+                       help="an option of pansharp sharpen for all scenes, such as method=KOVA")
+    _add_running(batch)
     return parser
 
 
@@ -88,10 +98,34 @@ def _clients(arguments: argparse.Namespace) -> Iterator[Callable[[], Any]]:
             one.close()
 
 
+def _options(typed: list[str]) -> dict[str, Any]:
+    """A name that comes twice has a list of values; True sets an option without a value."""
+    options: dict[str, Any] = {}
+    for option in typed:
+        name, value = option.split("=", 1)
+        name = name.lstrip("-").replace("-", "_")
+        if value == "True":
+            options[name] = True
+        else:
+            options[name] = [*options[name], value] if name in options else value if name != "co" else [value]
+    return options
+
+
+def _batch(arguments: argparse.Namespace, tell: Any) -> int:
+    from . import Limits, batch
+    with _clients(arguments) as client:
+        outcome = batch(client, arguments.scenes, arguments.out, time_limit=arguments.time_limit, share=arguments.share,
+                        parts_above=arguments.parts_above, limits=Limits(arguments.attempts, arguments.patience), tell=tell,
+                        **_options(arguments.option))
+    counts = {status: outcome.count(status) for status in ("done", "skipped", "failed")}
+    text = f"{len(outcome.results)} scenes in {outcome.seconds:.1f} s: " + ", ".join(f"{count} {status}" for status, count in counts.items())
+    tell("end", ok=outcome.ok, seconds=outcome.seconds, **counts, text=text)
+    return 0 if outcome.ok else 1
+
+
 def _sharpen(arguments: argparse.Namespace, tell: Any) -> int:
     from . import Limits, sharpen
-    options = dict(option.split("=", 1) for option in arguments.option)
-    options = {name.lstrip("-").replace("-", "_"): True if value == "True" else value for name, value in options.items()}
+    options = _options(arguments.option)
     with _clients(arguments) as client:
         outcome = sharpen(client, arguments.inputs[0], arguments.inputs[1:] or None, arguments.out, part=arguments.part, co=arguments.co,
                           single=arguments.single, single_format=arguments.single_of, single_co=arguments.single_co,
@@ -115,7 +149,7 @@ def main() -> int:
     tell = Seen(as_json=arguments.json, quiet=arguments.quiet)
     warnings.simplefilter("ignore", ResourceWarning)
     try:
-        return _sharpen(arguments, tell)
+        return (_batch if arguments.command == "batch" else _sharpen)(arguments, tell)
     except KeyboardInterrupt:
         print("\npansharp: interrupted; run it again to make what is missing", file=sys.stderr)
         return 130

@@ -97,7 +97,8 @@ def failure(error: Exception) -> dict[str, Any]:
     return {"kind": kind, "text": str(error), "items": items, "again": kind != "arguments"}
 
 
-def _address() -> str | None:
+def worker_address() -> str | None:
+    """Of the worker that asks."""
     try:
         return str(distributed.get_worker().address)
     except ValueError:  # it is none
@@ -124,4 +125,4 @@ def make(scene: str, part: Part, out: str, print_: str, co: Sequence[str], versi
         except Exception as caught:  # a worker goes on with the next part
             error = failure(caught)
     return {"seconds": time.time() - start, "processor_seconds": time.process_time() - processor, "start": start, "error": error,
-            "worker": _address(), "mask": report.get("no_data", {}).get("by") == "mask", "warnings": sorted({str(warning.message) for warning in warned})}
+            "worker": worker_address(), "mask": report.get("no_data", {}).get("by") == "mask", "warnings": sorted({str(warning.message) for warning in warned})}

@@ -32,6 +32,8 @@ class Task:
     attempts: int = 0
     refused_by: set[str] = field(default_factory=set)
     """Workers that could not write it."""
+    allowed: set[str] = field(default_factory=set)
+    """Those that it waits for; empty for any."""
 
 
 QUARANTINE = "it ended the worker that it ran on, again and again, the last time alone"
@@ -116,11 +118,14 @@ class Runner:
                 try:
                     task, future = ended.get(timeout=_IDLE)
                 except queue.Empty:
+                    again += self._give_back(tasks, running)
                     idle_since = (idle_since or time.monotonic()) if self._has_gone() else None
                     if idle_since is not None and time.monotonic() - idle_since > self._limits.patience:
                         return again + [task for task in tasks if task.key in running] + list(left), killed, True
                     continue
                 idle_since = None
+                if running.get(task.key) is not future:
+                    continue  # it was given back
                 del running[task.key]
                 if future.status == "cancelled":  # the scheduler has gone, and has taken all that was there
                     return again + [task, *(task for task in tasks if task.key in running)] + list(left), killed, True
@@ -131,7 +136,19 @@ class Runner:
         except (KeyboardInterrupt, SystemExit):
             self._client.cancel(list(running.values()))
             raise
-        return again, killed, False
+        return again + list(left), killed, False
+
+    def _give_back(self, tasks: list[Task], running: dict[Hashable, distributed.Future]) -> list[Task]:
+        """Tasks that wait for workers that are there no more."""
+        bound = [task for task in tasks if task.key in running and task.allowed]
+        if not bound or self._has_gone():
+            return []
+        there = set(self._client.nthreads())
+        given = [task for task in bound if not task.allowed & there]
+        for task in given:
+            task.refused_by.clear()
+            self._client.cancel([running.pop(task.key)])
+        return given
 
     def _has_gone(self) -> bool:
         try:
@@ -141,9 +158,9 @@ class Runner:
 
     def _submit(self, task: Task, running: dict[Hashable, distributed.Future], ended: queue.Queue[Any]) -> None:
         task.attempts += 1
-        others = [address for address in self._client.nthreads() if address not in task.refused_by] if task.refused_by else []
+        task.allowed = set(self._client.nthreads()) - task.refused_by if task.refused_by else set()
         future = self._client.submit(task.call, *task.arguments, pure=False, key=f"pansharp-{task.key}-{time.monotonic_ns()}",
-                                     workers=others or None, allow_other_workers=bool(others))
+                                     workers=list(task.allowed) or None)
         running[task.key] = future
         future.add_done_callback(lambda future: ended.put((task, future)))
 

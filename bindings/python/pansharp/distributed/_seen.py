@@ -51,8 +51,8 @@ class Seen:
     def rate(self) -> tuple[float, float]:
         """Megapixels a second, and the seconds that are left."""
         seconds = max(time.monotonic() - self._start, 1e-9)
-        speed = self._pixels / seconds
-        return speed / 1e6, (self._all_pixels - self._pixels) / speed if speed else 0.0
+        share = self._pixels / self._all_pixels if self._all_pixels else self._done / max(self._all, 1)
+        return self._pixels / seconds / 1e6, seconds * (1 / share - 1) if share else 0.0
 
     def _show(self) -> None:
         tenth = 10 * self._done // max(self._all, 1)

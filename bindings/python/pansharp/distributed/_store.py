@@ -56,5 +56,14 @@ def write_text(name: str, text: str) -> None:
         raise
 
 
+def size_of(file: str) -> tuple[int, int] | None:
+    """Columns and rows of a raster; None for what cannot be opened."""
+    try:
+        image = gdal.Open(file)
+        return image.RasterXSize, image.RasterYSize
+    except RuntimeError:
+        return None
+
+
 def listing(folder: str) -> set[str]:
     return set(gdal.ReadDir(folder) or ())

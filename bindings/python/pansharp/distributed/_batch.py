@@ -1,0 +1,242 @@
+"""Many scenes: those of a list, each a task, or a scene in parts where it is large."""
+
+from __future__ import annotations
+
+import csv
+import io
+import json
+import os
+import time
+from collections.abc import Callable, Mapping, Sequence
+from dataclasses import dataclass, field
+from typing import Any
+
+import distributed
+import pansharp
+
+from .. import _arrays, _options
+from . import _parts, _run, _scene, _store
+
+Entry = Any
+_RESULTS, _SHARED = "batch.jsonl", "shared.json"
+_COLUMNS = "status", "output", "seconds", "megapixels", "line", "worker", "error"
+
+
+@dataclass
+class BatchOutcome:
+    """What became of the scenes of a batch."""
+
+    results: list[dict[str, Any]] = field(default_factory=list)
+    """A line for each scene in the order of the list, with the keys of ``pansharp batch``, and "worker"."""
+    seconds: float = 0.0
+
+    def count(self, status: str) -> int:
+        return sum(result["status"] == status for result in self.results)
+
+    @property
+    def ok(self) -> bool:
+        return self.count("failed") == 0
+
+
+def make_scene(entry: Entry, here: str, folder: str, time_limit: float, done: str, version: str) -> dict[str, Any]:
+    """The work of a scene on a worker, in the folder `here` that names are relative to. What goes wrong is told, not raised."""
+    try:
+        if version != pansharp.__version__:
+            raise pansharp.Error(f"this worker has pansharp {pansharp.__version__}, and the job is one of {version}; install that here")
+        os.chdir(here)
+        os.environ.setdefault("PANSHARP_PLUGIN", _arrays.plugin_path())
+        line = json.loads(_options.engine().batch_scene(entry, folder, time_limit, done, None))
+    except Exception as caught:  # a worker goes on with the next scene
+        line = _line(entry, f"{type(caught).__name__}: {caught}", version)
+    failed = line["status"] == "failed"
+    again = failed and any(error["id"] in _TRANSIENT for error in line["errors"])
+    kind = "output" if failed and any(error["id"] in _OUTPUT for error in line["errors"]) else "input"
+    texts = [error["message"] for error in line.get("errors", ())]
+    return {"line": {**line, "worker": _parts.worker_address()}, "worker": _parts.worker_address(),
+            "error": {"kind": kind, "text": "; ".join(texts), "items": [], "again": again} if failed else None}
+
+
+_TRANSIENT = {"00B102", "00B105", "00B107", "00B108"}  # not opened, not read, not created, not written
+_OUTPUT = {"00B107", "00B108"}
+
+
+def _line(entry: Entry, text: str, version: str) -> dict[str, Any]:
+    list_, number, files, output, _, _ = entry
+    place = {"list": list_, "line": number} if list_ else {}
+    return {"status": "failed", **place, "inputs": files, "output": output or None, "seconds": 0.0, "megapixels": 0.0, "fit": None,
+            "warnings": [], "errors": [{"id": "000000", "message": text, "source": "distributed", "details": ""}], "version": version,
+            "fingerprint": ""}
+
+
+def _done_before(file: str) -> dict[str, str]:
+    """Lines that say that an output is done, by output; the last one holds."""
+    done: dict[str, str] = {}
+    try:
+        with open(file, encoding="utf-8", errors="replace") as lines:
+            for line in lines:
+                try:
+                    result = json.loads(line)
+                except ValueError:
+                    continue  # of a run that was killed
+                if isinstance(result, dict) and result.get("status") == "done" and isinstance(result.get("output"), str):
+                    done[result["output"]] = line.strip()
+    except FileNotFoundError:
+        pass
+    return done
+
+
+class _Book:
+    """The results of a batch: in memory, in batch.jsonl, and told as events."""
+
+    def __init__(self, folder: str, entries: Sequence[Entry], tell: _scene.Tell) -> None:
+        self.lines: dict[int, dict[str, Any]] = {}
+        self._count, self._tell = len(entries), tell
+        name = os.path.join(folder, _RESULTS)
+        is_cut = os.path.exists(name) and os.path.getsize(name) > 0 and not _ends_line(name)
+        self._file = open(name, "a", encoding="utf-8")
+        if is_cut:
+            self._file.write("\n")
+
+    def add(self, number: int, line: dict[str, Any]) -> None:
+        result: dict[str, Any] = {"scene": number + 1, "of": self._count, **line}
+        self.lines[number] = result
+        if result["status"] != "skipped":
+            self._file.write(json.dumps(result) + "\n")
+            self._file.flush()
+        self._tell("made", name=result["output"], pixels=result["megapixels"] * 1e6, result=result)
+        if result["status"] == "failed":
+            self._tell("failed", name=result["output"], text="; ".join(error["message"] for error in result["errors"]))
+
+    def close(self) -> None:
+        self._file.close()
+
+
+def _ends_line(file: str) -> bool:
+    with open(file, "rb") as opened:
+        opened.seek(-1, os.SEEK_END)
+        return opened.read(1) == b"\n"
+
+
+def batch(client: distributed.Client | Callable[[], distributed.Client], scenes: str | Sequence[str], out: str | os.PathLike[str], *,
+          time_limit: float = 0.0, share: bool = False, parts_above: float | None = None, limits: _run.Limits = _run.Limits(),
+          tell: _scene.Tell = lambda event, **facts: None, **options: Any) -> BatchOutcome:
+    """Sharpens the scenes of lists, and products, on the workers of a client, as ``pansharp batch`` does on one machine.
+
+    Lists, results (OUT/batch.jsonl), and what is skipped are those of the command; OUT/summary.csv has a line for each scene.
+
+    scenes: a list in a file that ends in .jsonl, a product, a .pansharp file, or several of these.
+    time_limit: seconds that a scene may take; 0 for any.
+    share: what is fitted to the first scene, its weights or blur and gains, is taken for all others.
+    parts_above: scenes of more megapixels than that are fused in parts, one after the other, which all workers share. None: none.
+    options: those of `pansharp.sharpen` that hold for all scenes.
+    """
+    start = time.monotonic()
+    folder = os.path.abspath(out)
+    os.makedirs(folder, exist_ok=True)
+    names = [scenes] if isinstance(scenes, (str, os.PathLike)) else list(scenes)
+    texts = {"--threads": ["1"], **_options.texts("batch", options), "--out": [folder]}
+    if "plugin" not in options:  # each worker has its own
+        texts.pop("--plugin", None)
+    entries = _options.engine().batch_scenes([os.fspath(name) for name in names], texts)
+    done = _done_before(os.path.join(folder, _RESULTS))
+    book = _Book(folder, entries, tell)
+    tell("start", count=len(entries), missing=len(entries), pixels=0, unit="scenes")
+    opened: list[distributed.Client] = []
+
+    def cluster() -> distributed.Client:
+        if not opened:
+            opened.append(client if isinstance(client, distributed.Client) else client())
+        return opened[0]
+    work = _Work(folder, time_limit, done, book, limits, tell)
+    try:
+        left = list(enumerate(entries))
+        if share and left:
+            work.run(cluster(), left[:1])
+            entries = _sharing(folder, entries, book.lines[0])
+            left = list(enumerate(entries))[1:]
+        large = [(number, entry) for number, entry in left if parts_above is not None and _megapixels(entry) > parts_above]
+        work.run(cluster(), [one for one in left if one not in large])
+        for number, entry in large:
+            work.run_in_parts(cluster(), number, entry)
+    finally:
+        book.close()
+    outcome = BatchOutcome([book.lines[number] for number in sorted(book.lines)], time.monotonic() - start)
+    _store.write_text(os.path.join(folder, "summary.csv"), _table(outcome.results))
+    return outcome
+
+
+@dataclass
+class _Work:
+    folder: str
+    time_limit: float
+    done: Mapping[str, str]
+    book: _Book
+    limits: _run.Limits
+    tell: _scene.Tell
+
+    def run(self, client: distributed.Client, scenes: Sequence[tuple[int, Entry]]) -> None:
+        """Each as a task."""
+        version = pansharp.__version__
+        entries = dict(scenes)
+
+        def ended(task: _run.Task, result: dict[str, Any]) -> None:
+            assert isinstance(task.key, int)
+            self.book.add(task.key, result.get("line") or _line(entries[task.key], result["error"]["text"], version))
+        runner = _run.Runner(client, self.limits)
+        try:
+            runner.run([_run.Task(number, make_scene, (entry, os.getcwd(), self.folder, self.time_limit, self.done.get(entry[3], ""), version))
+                        for number, entry in scenes],
+                       ended, lambda task, text: self.tell("retried", name=task.arguments[0][3], text=text, attempt=task.attempts))
+        finally:
+            runner.close()
+
+    def run_in_parts(self, client: distributed.Client, number: int, entry: Entry) -> None:
+        """Described in a folder of its own, fused there in parts, and copied into its output."""
+        list_, line, files, output, options, fault = entry
+        own = f"{output}.parts"
+        described = os.path.join(own, "scene.pansharp")
+        writing = {key: options[key] for key in ("--co", "--of") if key in options}
+        kept = {key: value for key, value in options.items() if key not in ("--co", "--of")}
+        start = time.monotonic()
+        result = make_scene((list_, line, files, described, {**kept, "--overwrite": []}, fault), os.getcwd(), self.folder, self.time_limit, "",
+                            pansharp.__version__)["line"]
+        if result["status"] == "done":
+            try:
+                made = _scene.sharpen(client, os.path.join(self.folder, described), out=os.path.join(self.folder, own),
+                                      co=writing.get("--co"), single=os.path.join(self.folder, output),
+                                      single_format=writing.get("--of", ["GTiff"])[-1], single_co=writing.get("--co"), limits=self.limits)
+                errors = [f"{name}: {failure['text']}" for name, failure in made.failed.items()]
+            except (pansharp.Error, OSError, ValueError, TypeError) as error:
+                errors = [str(error)]
+            if errors:
+                result = {**_line(entry, "; ".join(errors), pansharp.__version__), "warnings": result["warnings"]}
+        self.book.add(number, {**result, "output": output, "seconds": time.monotonic() - start})
+
+
+def _megapixels(entry: Entry) -> float:
+    """Of the file that pan is; 0 where that is not one that can be opened."""
+    size = _store.size_of(entry[2][0]) if len(entry[2]) > 1 else None
+    return size[0] * size[1] / 1e6 if size else 0.0
+
+
+def _sharing(folder: str, entries: Sequence[Entry], first: Mapping[str, Any]) -> list[Entry]:
+    """All others take what was fitted to the first."""
+    if "report" not in first:
+        raise pansharp.Error("nothing can be shared: the first scene was not made; it says why")
+    shared = os.path.join(folder, _SHARED)
+    _store.write_text(shared, json.dumps(first["report"]) + "\n")
+
+    def takes(entry: Entry) -> bool:
+        is_described = bool(entry[2]) and entry[2][0].lower().endswith(".pansharp")
+        return not is_described and not {"--weights", "--weights-from", "--mtf", "--gains"} & set(entry[4])
+    return [entries[0]] + [(*entry[:4], {**entry[4], "--weights-from": [shared]}, entry[5]) if takes(entry) else entry for entry in entries[1:]]
+
+
+def _table(results: Sequence[Mapping[str, Any]]) -> str:
+    text = io.StringIO()
+    rows = csv.writer(text, lineterminator="\n")
+    rows.writerow(("scene", *_COLUMNS))
+    for result in results:
+        error = "; ".join(error["message"] for error in result.get("errors", ()))
+        rows.writerow((result["scene"], *((error if column == "error" else result.get(column)) for column in _COLUMNS)))
+    return text.getvalue()
