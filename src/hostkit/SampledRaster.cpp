@@ -52,8 +52,6 @@ bool SampledRaster::Open(const AxisPlacement& placement, const PixelRect& panWin
         sourceInfo.cols,        sourceInfo.rows};
     sampler = MakeRowSampler(shape, resampling);
     validity = source.valid ? std::make_unique<SampledValidity>(shape, resampling, source) : nullptr;
-    seen.reset();
-    reach.resize(validity ? info.cols : 0);
     const std::size_t rowSamples = std::size_t{info.cols} * info.bandsPerPixel;
     output.resize(info.bitsPerBand == 8 ? (rowSamples + 1) / 2 : rowSamples);
     return true;
@@ -64,27 +62,16 @@ const unsigned char* SampledRaster::GetRow(std::uint32_t row) {
         if (!HoldsRow(row)) return nullptr;
         sampler->Sample(row, samples, output.data());
         auto* bytes = reinterpret_cast<unsigned char*>(output.data());
-        const std::size_t pixelBytes = PixelBytes(info);
-        if (Look(row))
-            for (std::uint32_t column = 0; column < info.cols; ++column)
-                if (reach[column] == Reach::Some) validity->Sample(column, row, bytes + column * pixelBytes);
-        return bytes + std::size_t{window.col0} * pixelBytes;
+        if (validity && validity->Find(row)) validity->SampleSome(bytes);
+        return bytes + std::size_t{window.col0} * PixelBytes(info);
     } catch (...) {
         return nullptr;
     }
 }
 
-/// Finds the reach of a row, once. False when all of it is Reach::All.
-bool SampledRaster::Look(std::uint32_t row) {
-    if (!validity || seen == row) return validity && hasGaps;
-    hasGaps = validity->Find(row, reach.data());
-    seen = row;
-    return hasGaps;
-}
-
 bool SampledRaster::FindReach(std::uint32_t row, Reach* rowReach) {
-    if (!Look(row)) return false;
-    std::copy(reach.begin(), reach.end(), rowReach);
+    if (!validity || !validity->Find(row)) return false;
+    std::copy(validity->GetReach().begin(), validity->GetReach().end(), rowReach);
     return true;
 }
 

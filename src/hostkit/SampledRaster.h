@@ -3,7 +3,6 @@
 #include "hostkit/AxisPlacement.h"
 #include "hostkit/SampledValidity.h"
 
-#include <optional>
 #include <vector>
 
 namespace hostkit {
@@ -26,15 +25,10 @@ public:
     bool FindReach(std::uint32_t row, Reach* rowReach) override;
 
 private:
-    bool Look(std::uint32_t row);
-
     SampleBlock samples;
     std::unique_ptr<RowSampler> sampler;
     std::unique_ptr<SampledValidity> validity; ///< null when all source samples have data
-    std::optional<std::uint32_t> seen;         ///< the row that was looked at last
-    bool hasGaps = false;                      ///< in it: `reach` tells where
-    std::vector<Reach> reach;
-    std::vector<unsigned short> output; ///< read as bytes when the depth is 8 bits
+    std::vector<unsigned short> output;        ///< read as bytes when the depth is 8 bits
 };
 
 } // namespace hostkit

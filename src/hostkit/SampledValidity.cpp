@@ -26,10 +26,19 @@ SampledValidity::MakeAxis(std::span<const kernels::GridPosition> positions, std:
     return axis;
 }
 
+bool SampledValidity::AxisReach::IsLike(const AxisReach& other) const {
+    return std::equal(All().begin(), All().end(), other.All().begin(), other.All().end()) &&
+           tap.first == other.tap.first && tap.second == other.tap.second &&
+           TakesFirst() == other.TakesFirst() && TakesSecond() == other.TakesSecond();
+}
+
 SampledValidity::SampledValidity(const SamplerShape& shape, Resampling resampling, const SampleBlock& source)
     : block(source), bits(shape.bits), bands(shape.bands),
       columns(MakeAxis(shape.columns, shape.sourceColumns, resampling)),
-      rows(MakeAxis(shape.rows, shape.sourceRows, resampling)) {
+      rows(MakeAxis(shape.rows, shape.sourceRows, resampling)), reach(columns.size()) {
+    for (std::uint32_t column = 0; column < columns.size(); ++column)
+        if (column == 0 || !columns[column].IsLike(columns[column - 1])) runs.push_back(column);
+    runs.push_back(static_cast<std::uint32_t>(columns.size()));
     const std::size_t width = block.rect.GetColumns();
     for (std::uint32_t row = 0; row < block.rect.GetRows(); ++row) {
         const unsigned char* first = block.valid + row * width;
@@ -37,43 +46,73 @@ SampledValidity::SampledValidity(const SamplerShape& shape, Resampling resamplin
     }
 }
 
-Reach SampledValidity::FindOne(std::uint32_t column, std::uint32_t row) const {
-    const AxisReach& x = columns[column];
-    const AxisReach& y = rows[row];
-    const auto areAll = [&] {
-        for (const std::uint32_t r : y.All())
-            for (const std::uint32_t c : x.All())
-                if (!HasData(block, c, r)) return false;
-        return true;
-    };
-    if (areAll()) return Reach::All;
-    for (const auto& [r, down] :
-         {std::pair(y.tap.first, 1.0 - y.tap.fraction), {y.tap.second, y.tap.fraction}})
-        for (const auto& [c, across] :
-             {std::pair(x.tap.first, 1.0 - x.tap.fraction), {x.tap.second, x.tap.fraction}})
-            if (across * down > 0.0 && HasData(block, c, r)) return Reach::Some;
-    return Reach::None;
+const unsigned char* SampledValidity::ValidRow(std::uint32_t row) const {
+    return block.valid + std::size_t{row - block.rect.row0} * block.rect.GetColumns();
 }
 
-bool SampledValidity::Find(std::uint32_t row, Reach* reach) const {
+bool SampledValidity::Find(std::uint32_t row) {
+    const bool isAlike = found && rows[*found].IsLike(rows[row]);
+    found = row;
+    if (isAlike) return hasGaps;
     const std::span<const std::uint32_t> needed = rows[row].All();
-    if (std::all_of(needed.begin(), needed.end(),
-                    [this](std::uint32_t r) { return isWhole[r - block.rect.row0]; })) {
-        std::fill_n(reach, columns.size(), Reach::All);
-        return false;
-    }
-    for (std::uint32_t column = 0; column < columns.size(); ++column)
-        reach[column] = FindOne(column, row);
-    return true;
+    hasGaps = !std::all_of(needed.begin(), needed.end(),
+                           [this](std::uint32_t r) { return isWhole[r - block.rect.row0]; });
+    if (hasGaps) FindColumns(rows[row]);
+    return hasGaps;
 }
 
-void SampledValidity::Sample(std::uint32_t column, std::uint32_t row, void* out) const {
-    const kernels::BilinearTap& x = columns[column].tap;
-    const kernels::BilinearTap& y = rows[row].tap;
+void SampledValidity::FindColumns(const AxisReach& down) {
+    const std::size_t width = block.rect.GetColumns();
+    areAll.assign(width, 1);
+    isAny.assign(width, 0);
+    for (const std::uint32_t row : down.All())
+        std::transform(areAll.begin(), areAll.end(), ValidRow(row), areAll.begin(),
+                       [](unsigned char all, unsigned char valid) {
+                           return valid == 0 ? static_cast<unsigned char>(0) : all;
+                       });
+    const auto add = [&](std::uint32_t row) {
+        std::transform(
+            isAny.begin(), isAny.end(), ValidRow(row), isAny.begin(),
+            [](unsigned char any, unsigned char valid) { return static_cast<unsigned char>(any | valid); });
+    };
+    if (down.TakesFirst()) add(down.tap.first);
+    if (down.TakesSecond()) add(down.tap.second);
+
+    std::fill(reach.begin(), reach.end(), Reach::All);
+    some.clear();
+    // Columns ascend: the first gap from a column on is also that of the columns before it.
+    std::size_t from = 0, gap = 0;
+    for (std::size_t run = 0; run + 1 < runs.size(); ++run) {
+        const AxisReach& x = columns[runs[run]];
+        const std::size_t first = x.All().front() - block.rect.col0, last = x.All().back() - block.rect.col0;
+        if (run == 0 || first < from || gap < first)
+            gap = static_cast<std::size_t>(
+                std::find(areAll.begin() + static_cast<std::ptrdiff_t>(first), areAll.end(), 0) -
+                areAll.begin());
+        from = first;
+        const auto has = [&](std::uint32_t column) { return areAll[column - block.rect.col0] != 0; };
+        if (gap > last || std::all_of(x.All().begin(), x.All().end(), has)) continue;
+        const bool hasAny = (x.TakesFirst() && isAny[x.tap.first - block.rect.col0] != 0) ||
+                            (x.TakesSecond() && isAny[x.tap.second - block.rect.col0] != 0);
+        for (std::uint32_t column = runs[run]; column < runs[run + 1]; ++column) {
+            reach[column] = hasAny ? Reach::Some : Reach::None;
+            if (hasAny) some.push_back(column);
+        }
+    }
+}
+
+template <class T>
+void SampledValidity::SampleSomeOf(T* row) const {
+    for (const std::uint32_t column : some)
+        SampleMasked(block, bands, columns[column].tap, rows[*found].tap, row + std::size_t{column} * bands);
+}
+
+void SampledValidity::SampleSome(void* row) const {
+    if (!hasGaps) return;
     if (bits == 8)
-        SampleMasked(block, bands, x, y, static_cast<unsigned char*>(out));
+        SampleSomeOf(static_cast<unsigned char*>(row));
     else
-        SampleMasked(block, bands, x, y, static_cast<unsigned short*>(out));
+        SampleSomeOf(static_cast<unsigned short*>(row));
 }
 
 } // namespace hostkit

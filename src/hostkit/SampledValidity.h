@@ -6,6 +6,8 @@
 #include "kernels/BilinearRow.h"
 
 #include <array>
+#include <optional>
+#include <span>
 #include <vector>
 
 namespace hostkit {
@@ -19,16 +21,17 @@ public:
     /// The source's `valid` is not null; the block outlives this.
     SampledValidity(const SamplerShape& shape, Resampling resampling, const SampleBlock& source);
 
-    /// One entry for every column of a row of the window. False when all of the row is Reach::All, which is
-    /// found without looking at each pixel.
-    bool Find(std::uint32_t row, Reach* reach) const;
+    /// Finds how far data reach in a row of the window. False when all of it is Reach::All, which is found
+    /// without looking at each pixel. Rows that lie between the same rows of the source are alike.
+    bool Find(std::uint32_t row);
 
-    /// Interpolates one pixel of Reach::Some into `out`, a sample for every band.
-    void Sample(std::uint32_t column, std::uint32_t row, void* out) const;
+    /// One entry for every column of the row that was found last and is not all Reach::All.
+    [[nodiscard]] std::span<const Reach> GetReach() const { return reach; }
+
+    /// Interpolates that row's pixels of Reach::Some where they lie in a row of samples.
+    void SampleSome(void* row) const;
 
 private:
-    [[nodiscard]] Reach FindOne(std::uint32_t column, std::uint32_t row) const;
-
     struct AxisReach {
         kernels::BilinearTap tap;
         std::array<std::uint32_t, 4> weighed{}; ///< the pixels of weight other than 0
@@ -36,16 +39,33 @@ private:
 
         void Add(std::uint32_t pixel) { weighed[count++] = pixel; }
         [[nodiscard]] std::span<const std::uint32_t> All() const { return {weighed.data(), count}; }
+        /// The pixels of the tap that weigh anything.
+        [[nodiscard]] bool TakesFirst() const { return tap.fraction < 1.0; }
+        [[nodiscard]] bool TakesSecond() const { return tap.fraction > 0.0; }
+        /// True when both are made of the same pixels.
+        [[nodiscard]] bool IsLike(const AxisReach& other) const;
     };
     [[nodiscard]] static std::vector<AxisReach> MakeAxis(std::span<const kernels::GridPosition> positions,
                                                          std::uint32_t pixels, Resampling resampling);
+    void FindColumns(const AxisReach& down);
+    [[nodiscard]] const unsigned char* ValidRow(std::uint32_t row) const;
+    template <class T>
+    void SampleSomeOf(T* row) const;
 
     SampleBlock block;
     std::uint32_t bits;
     std::uint32_t bands;
     std::vector<AxisReach> columns;
     std::vector<AxisReach> rows;
-    std::vector<bool> isWhole; ///< for every row of the block: all of it has data
+    std::vector<bool> isWhole;       ///< for every row of the block: all of it has data
+    std::vector<std::uint32_t> runs; ///< where columns begin that are made of the same pixels; the end
+    std::optional<std::uint32_t> found;
+    bool hasGaps = false;
+    std::vector<Reach> reach;
+    std::vector<std::uint32_t> some; ///< columns of Reach::Some
+    /// For every column of the block: not 0 where all rows that are weighed have data, and where one of those
+    /// of the bilinear weights has.
+    std::vector<unsigned char> areAll, isAny;
 };
 
 } // namespace hostkit

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 
 namespace imagery {
@@ -9,6 +10,12 @@ namespace imagery {
 template <class T>
 void ClearValue(const T* samples, std::size_t bands, std::size_t band, std::size_t pixels, T value,
                 unsigned char* valid) {
+    if (bands == 1) { // side by side, as the compiler makes vectors of
+        std::transform(samples, samples + pixels, valid, valid, [value](T sample, unsigned char has) {
+            return sample == value ? static_cast<unsigned char>(0) : has;
+        });
+        return;
+    }
     for (std::size_t i = 0; i < pixels; ++i)
         valid[i] =
             static_cast<unsigned char>(valid[i] & -static_cast<int>(samples[i * bands + band] != value));

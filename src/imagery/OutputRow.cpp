@@ -24,6 +24,18 @@ bool LimitSamples(T* samples, std::size_t count, const OutputRules& rules) {
     return true;
 }
 
+/// Where pixels end that have data, or have none, as the first of them.
+std::size_t EndOfRun(const unsigned char* valid, std::size_t first, std::size_t columns) {
+    if (!valid) return columns;
+    const unsigned char* begin = valid + first;
+    if (*begin != 0) {
+        const auto* gap = static_cast<const unsigned char*>(std::memchr(begin, 0, columns - first));
+        return gap ? static_cast<std::size_t>(gap - valid) : columns;
+    }
+    const auto hasData = [](unsigned char has) { return has != 0; };
+    return static_cast<std::size_t>(std::find_if(begin, valid + columns, hasData) - valid);
+}
+
 /// Makes room for the last band and fills it.
 template <class T>
 void AddAlpha(const unsigned char* valid, std::size_t columns, std::size_t bands, T* row) {
@@ -43,8 +55,7 @@ void MakeOutputRow(const T* fused, const unsigned char* valid, std::size_t colum
     const auto none = static_cast<T>(rules.noData.value_or(0));
     for (std::size_t first = 0, end = 0; first < columns; first = end) {
         const bool isValid = !valid || valid[first] != 0;
-        for (end = valid ? first + 1 : columns; end < columns && (valid[end] != 0) == isValid;)
-            ++end;
+        end = EndOfRun(valid, first, columns);
         T* run = out + first * bands;
         const std::size_t count = (end - first) * bands;
         if (isValid) {

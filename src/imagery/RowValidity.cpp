@@ -18,7 +18,7 @@ void FindRowValidity(const hostkit::SampleBlock& pan, const hostkit::PixelRect& 
     for (hostkit::PlacedWindow* image : beneath)
         if (image->FindReach(row - window.row0, reach))
             for (std::size_t column = 0; column < columns; ++column)
-                if (reach[column] == hostkit::Reach::None) valid[column] = 0;
+                valid[column] = reach[column] == hostkit::Reach::None ? 0 : valid[column];
 }
 
 } // namespace imagery
