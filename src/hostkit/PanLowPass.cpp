@@ -102,7 +102,10 @@ bool MakeLowPassRow(const LowPassAxis& across, const PixelRect& rect, std::uint3
                                     : shares ? kernels::WeighColumns(shares + first, weights, taps.count)
                                              : all;
         *valid = share != 0 ? 1 : 0;
-        *out = static_cast<T>(share != 0 ? (2 * sum + share) / (2 * share) : 0);
+        if (share == all) // the same quotient
+            *out = static_cast<T>((sum + all / 2) >> (2 * kernels::lowPassBits));
+        else
+            *out = static_cast<T>(share != 0 ? (2 * sum + share) / (2 * share) : 0);
         lacks = lacks || share == 0;
     }
     return lacks;
