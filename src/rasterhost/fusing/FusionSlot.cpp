@@ -1,7 +1,6 @@
 #include "rasterhost/fusing/FusionSlot.h"
 
 #include "imagery/RowValidity.h"
-#include "rasterhost/reading/ReadAhead.h"
 
 #include <algorithm>
 #include <cstring>
@@ -200,16 +199,13 @@ bool FusionSlot::FindValid(std::uint32_t row, unsigned char* rowValid) {
 }
 
 bool TryOneRow(const Scene& scene, const hostkit::PluginLibrary& plugin, const ProcessSettings& settings,
-               Status& status) {
+               Status& status, const std::function<void(FusionSlot&)>& ask) {
     FusionSlot slot(SourcesOf(scene), plugin, settings, status);
     PixelRect row = scene.part;
     row.row0 = scene.covered.row0;
     row.row1 = row.row0 + 1;
     if (!slot.Init(status)) return false;
-    ReadAhead ahead;
-    slot.FindReads(
-        row, [&](const hostkit::ImageSource& image, const PixelRect& rect) { ahead.Ask(image, rect, 0); });
-    ahead.Wait(0);
+    if (ask) ask(slot);
     return slot.Read(row, status) && slot.Fuse([](const FusedRow&) {}, status);
 }
 

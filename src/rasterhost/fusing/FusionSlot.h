@@ -113,7 +113,9 @@ private:
 
 /// Fuses one row of a scene that may have data: settings that the process refuses come to light before there
 /// is an output. False with items.
+/// `ask` may read ahead with the slot that does it.
 [[nodiscard]] bool TryOneRow(const Scene& scene, const hostkit::PluginLibrary& plugin,
-                             const ProcessSettings& settings, Status& status);
+                             const ProcessSettings& settings, Status& status,
+                             const std::function<void(FusionSlot&)>& ask = {});
 
 } // namespace rasterhost

@@ -52,10 +52,16 @@ public:
         if (!FitFusion(request, pair, known, settings, found, warn, status)) return false;
         FillReport(request, pair, settings, found, report);
         if (request.progress && !request.progress(0.0)) return Cancel();
-        return TryOneRow(*pair.scene, *pair.plugin, settings, status) &&
+        report.windowRows = ChooseWindowRows(*pair.scene, plan, GetSizes());
+        WindowsAhead ahead({pair.scene->part, report.windowRows, report.threads});
+        const auto ask = [&](FusionSlot& slot) {
+            ahead.Ask(slot);
+            ahead.Wait(pair.scene->covered.row0);
+        };
+        return TryOneRow(*pair.scene, *pair.plugin, settings, status, ask) &&
                DescribeFusion(SourcesOf(*pair.scene), *pair.plugin, settings, found, plan.format.softwareItem,
                               metadata, status) &&
-               AddMetadata() && FuseAll();
+               AddMetadata() && FuseAll(ahead);
     }
 
 private:
@@ -103,12 +109,11 @@ private:
         report.threads = most;
     }
 
-    bool FuseAll() {
+    bool FuseAll(WindowsAhead& ahead) {
         const auto output = OutputFile::Create(request, *pair.scene, plan, *folder, metadata, status);
         if (!output) return false;
         if (!output->GetWarning().empty()) Warn("the output '" + request.output + "'" + output->GetWarning());
         const CacheLimit cache(CacheBytes(*pair.scene, plan, GetSizes()));
-        report.windowRows = ChooseWindowRows(*pair.scene, plan, GetSizes());
         const std::uint32_t windows = (report.rows - 1) / report.windowRows + 1;
         report.threads =
             static_cast<int>(std::min<std::uint32_t>(static_cast<std::uint32_t>(report.threads), windows));
@@ -129,7 +134,7 @@ private:
             result.wasCancelled = request.progress && !request.progress(share + (1.0 - share) * done);
             return !result.wasCancelled;
         };
-        bool isDone = FuseWindows(windowPlan, slots, *output, fused, result, status);
+        bool isDone = FuseWindows(windowPlan, ahead, slots, *output, fused, result, status);
         slots.clear(); // copying takes memory of its own
         if (isDone) isDone = output->Finish(copied, status);
         if (result.wasCancelled) return Cancel();

@@ -1,7 +1,5 @@
 #include "rasterhost/fusing/WindowPipeline.h"
 
-#include "rasterhost/reading/ReadAhead.h"
-
 #include <oneapi/tbb/global_control.h>
 #include <oneapi/tbb/parallel_pipeline.h>
 #include <oneapi/tbb/task_arena.h>
@@ -40,9 +38,10 @@ void Attempt(Job& job, Stage stage) {
 
 class PipelineRun {
 public:
-    PipelineRun(const WindowPlan& windows, std::vector<std::unique_ptr<FusionSlot>>& fusionSlots,
-                OutputFile& outputFile, const std::function<bool(double)>& report)
-        : plan(windows), output(outputFile), progress(report) {
+    PipelineRun(const WindowPlan& windows, WindowsAhead& windowsAhead,
+                std::vector<std::unique_ptr<FusionSlot>>& fusionSlots, OutputFile& outputFile,
+                const std::function<bool(double)>& report)
+        : plan(windows), ahead(windowsAhead), output(outputFile), progress(report) {
         jobs.reserve(fusionSlots.size());
         for (const auto& slot : fusionSlots) {
             jobs.push_back({slot.get(), output.MakeWindow(plan.windowRows), true, {}});
@@ -87,35 +86,21 @@ private:
             job = freeJobs.back(); // a window is let in only when one has left
             freeJobs.pop_back();
         }
-        const hostkit::PixelRect window = WindowFrom(nextRow);
+        const hostkit::PixelRect window = ahead.WindowFrom(nextRow);
         nextRow = window.row1;
         job->isGood = true;
         job->reasons = {};
         job->made.Start(window.row0 - plan.part.row0, window.GetRows());
         Attempt(*job, [&] {
-            AskAhead(*job->slot);
-            if (ahead.IsUsed()) ahead.Wait(window.row0);
+            {
+                const std::lock_guard lock(fileMutex);
+                ahead.Ask(*job->slot);
+            }
+            ahead.Wait(window.row0);
             const std::lock_guard lock(fileMutex);
             return job->slot->Read(window, job->reasons);
         });
         return job;
-    }
-
-    [[nodiscard]] hostkit::PixelRect WindowFrom(std::uint32_t row) const {
-        return {plan.part.col0, row, plan.part.col1, row + std::min(plan.windowRows, plan.part.row1 - row)};
-    }
-
-    /// Asks for what the next windows read, where it lies on a server.
-    void AskAhead(FusionSlot& slot) {
-        const std::lock_guard lock(fileMutex);
-        while (askedRow < plan.part.row1 && (askedRow == plan.part.row0 || ahead.IsUsed()) &&
-               ahead.HasRoom()) {
-            const hostkit::PixelRect window = WindowFrom(askedRow);
-            slot.FindReads(window, [&](hostkit::ImageSource& image, const hostkit::PixelRect& rect) {
-                ahead.Ask(image, rect, window.row0);
-            });
-            askedRow = window.row1;
-        }
     }
 
     Job* Fuse(Job* job) {
@@ -157,6 +142,7 @@ private:
     }
 
     const WindowPlan plan;
+    WindowsAhead& ahead;
     OutputFile& output;
     const std::function<bool(double)>& progress;
     LimitTally tally;
@@ -164,22 +150,34 @@ private:
     bool isCancelled = false;
     std::atomic<bool> hasStopped = false;
     std::uint32_t nextRow = plan.part.row0;
-    std::uint32_t askedRow = plan.part.row0;
 
     std::vector<Job> jobs;
     std::mutex freeMutex;
     std::vector<Job*> freeJobs;
     // A read may push blocks of the output out of GDAL's cache: one thread in GDAL at a time.
     std::mutex fileMutex;
-    ReadAhead ahead;
 };
 
 } // namespace
 
-bool FuseWindows(const WindowPlan& plan, std::vector<std::unique_ptr<FusionSlot>>& fusionSlots,
-                 OutputFile& output, const std::function<bool(double)>& progress, PipelineResult& result,
-                 Status& status) {
-    PipelineRun run(plan, fusionSlots, output, progress);
+hostkit::PixelRect WindowsAhead::WindowFrom(std::uint32_t row) const {
+    return {plan.part.col0, row, plan.part.col1, row + std::min(plan.windowRows, plan.part.row1 - row)};
+}
+
+void WindowsAhead::Ask(FusionSlot& slot) {
+    while (askedRow < plan.part.row1 && (askedRow == plan.part.row0 || ahead.IsUsed()) && ahead.HasRoom()) {
+        const hostkit::PixelRect window = WindowFrom(askedRow);
+        slot.FindReads(window, [&](const hostkit::ImageSource& image, const hostkit::PixelRect& rect) {
+            ahead.Ask(image, rect, window.row0);
+        });
+        askedRow = window.row1;
+    }
+}
+
+bool FuseWindows(const WindowPlan& plan, WindowsAhead& ahead,
+                 std::vector<std::unique_ptr<FusionSlot>>& fusionSlots, OutputFile& output,
+                 const std::function<bool(double)>& progress, PipelineResult& result, Status& status) {
+    PipelineRun run(plan, ahead, fusionSlots, output, progress);
     return run.Run(result, status);
 }
 

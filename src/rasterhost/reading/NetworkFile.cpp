@@ -2,12 +2,20 @@
 
 #include "fundament/Text.h"
 #include "rasterhost/reading/FileState.h"
+#include "rasterhost/requests/GdalErrors.h"
 
 #include <cpl_string.h>
+#include <cpl_vsi.h>
 #include <gdal_priv.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
+#include <functional>
+#include <future>
+#include <memory>
+#include <set>
+#include <system_error>
 
 namespace rasterhost {
 
@@ -39,6 +47,35 @@ GDALDataset* OpenRaster(const std::string& name, bool reportsErrors) {
     if (IsOnNetwork(name) && isTiff && !LookAt(name + ".msk").exists && !LookAt(name + ".aux.xml").exists)
         beside.AddString(name.substr(name.rfind('/') + 1).c_str());
     return GDALDataset::FromHandle(GDALOpenEx(name.c_str(), flags, nullptr, nullptr, beside.List()));
+}
+
+void TouchFiles(const std::vector<std::string>& names) {
+    constexpr std::size_t mostRequests = 8;
+    std::vector<std::function<void()>> requests;
+    for (const std::string& name : std::set(names.begin(), names.end())) {
+        if (!IsOnNetwork(name)) continue;
+        for (const std::string& each : {name + ".msk", name + ".aux.xml"})
+            requests.emplace_back([each] { (void)LookAt(each); });
+        requests.emplace_back([name] {
+            const std::unique_ptr<VSILFILE, decltype(&VSIFCloseL)> file(VSIFOpenL(name.c_str(), "rb"),
+                                                                        &VSIFCloseL);
+            char byte = 0;
+            if (file) (void)VSIFReadL(&byte, 1, 1, file.get());
+        });
+    }
+    std::atomic<std::size_t> next = 0;
+    const auto work = [&] {
+        const GdalErrors silence;
+        for (std::size_t i = next++; i < requests.size(); i = next++)
+            requests[i]();
+    };
+    std::vector<std::future<void>> threads;
+    try {
+        while (threads.size() < std::min(requests.size(), mostRequests))
+            threads.push_back(std::async(std::launch::async, work));
+    } catch (const std::system_error&) {
+        // opening asks by itself
+    }
 }
 
 namespace {

@@ -23,6 +23,9 @@ namespace rasterhost {
 /// further files only where one of these is: each name costs an answer of the server. The caller closes it.
 [[nodiscard]] GDALDataset* OpenRaster(const std::string& name, bool reportsErrors);
 
+/// Asks servers at once for what opening these files asks for one by one. Other files are left alone.
+void TouchFiles(const std::vector<std::string>& names);
+
 /// Bytes `first` to `second` - 1 of a file.
 using ByteRange = std::pair<std::uint64_t, std::uint64_t>;
 

@@ -4,6 +4,7 @@
 #include "hostkit/RequestRecord.h"
 #include "rasterhost/reading/DataCheck.h"
 #include "rasterhost/reading/FindScale.h"
+#include "rasterhost/reading/NetworkFile.h"
 #include "rasterhost/scene/BandGrids.h"
 #include "rasterhost/scene/ScenePart.h"
 
@@ -192,6 +193,11 @@ bool MoveScene(const hostkit::Point& way, Scene& scene, Status& status) {
 }
 
 std::unique_ptr<Scene> OpenScene(const PairRequest& request, const Warn& warn, Status& status) {
+    std::vector<std::string> files{request.pan.file};
+    for (const InputBand& input : request.multispectral)
+        files.push_back(input.file);
+    if (request.infrared) files.push_back(request.infrared->file);
+    TouchFiles(files);
     auto scene = std::make_unique<Scene>();
     scene->sampleOptions = {request.noData, request.ignoreNoData, {}, nullptr};
     if (!request.transparency.empty())
