@@ -128,8 +128,8 @@ def test_the_command_outlives_its_scheduler(scene, tmp_path):
         free.bind(("127.0.0.1", 0))
         port = free.getsockname()[1]
     address = f"tcp://127.0.0.1:{port}"
-    scheduler = ["dask", "scheduler", "--host", "127.0.0.1", "--port", str(port), "--dashboard-address", "127.0.0.1:0"]
-    worker = ["dask", "worker", address, "--host", "127.0.0.1", "--nthreads", "1", "--dashboard-address", "127.0.0.1:0"]
+    scheduler = [sys.executable, "-m", "dask", "scheduler", "--host", "127.0.0.1", "--port", str(port), "--dashboard-address", "127.0.0.1:0"]
+    worker = [sys.executable, "-m", "dask", "worker", address, "--host", "127.0.0.1", "--nthreads", "1", "--dashboard-address", "127.0.0.1:0"]
     running = []
 
     def begin(*commands):
