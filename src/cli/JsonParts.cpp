@@ -31,6 +31,8 @@ Json JsonInput(const rasterhost::InputBand& input) {
     if (input.band) object["band"] = *input.band;
     if (!input.name.empty()) object["name"] = input.name;
     if (input.wavelength) object["wavelength_um"] = *input.wavelength;
+    if (input.meaning) object["scale"] = input.meaning->scale;
+    if (input.meaning) object["offset"] = input.meaning->offset;
     return object;
 }
 
@@ -39,6 +41,22 @@ Json JsonInputs(const std::vector<rasterhost::InputBand>& inputs) {
     for (const rasterhost::InputBand& input : inputs)
         list.push_back(JsonInput(input));
     return list;
+}
+
+Json JsonProduct(const rasterhost::Product& product) {
+    Json object = {{"kind", product.kind}, {"name", product.name}, {"metadata", product.metadata}};
+    if (!product.sensor.empty()) object["sensor"] = product.sensor;
+    if (!product.acquired.empty()) object["acquired"] = product.acquired;
+    object["pan"] = JsonInput(product.pan);
+    object["bands"] = JsonInputs(product.bands);
+    if (product.noData) object["no_data"] = *product.noData;
+    if (product.bitDepth) object["bit_depth"] = *product.bitDepth;
+    if (const auto transfers = rasterhost::TransfersOf(product); !transfers.empty())
+        object["published_modulation_transfer"] = transfers;
+    object["left_out"] = Json::array();
+    for (const auto& [what, why] : product.leftOut)
+        object["left_out"].push_back({{"what", what}, {"why", why}});
+    return object;
 }
 
 std::string PrintJson(const Json& object) {

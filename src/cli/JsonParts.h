@@ -3,6 +3,7 @@
 #include "cli/ExitCode.h"
 #include "fundament/Status.h"
 #include "rasterhost/fusing/Sharpen.h"
+#include "rasterhost/products/FindProduct.h"
 
 #include <nlohmann/json.hpp>
 
@@ -19,6 +20,8 @@ using Json = nlohmann::ordered_json;
 [[nodiscard]] Json JsonStatus(const KOVA::Tessara::Fundament::Status& status);
 [[nodiscard]] Json JsonInput(const rasterhost::InputBand& input);
 [[nodiscard]] Json JsonInputs(const std::vector<rasterhost::InputBand>& inputs);
+/// What was recognised, and what is left out.
+[[nodiscard]] Json JsonProduct(const rasterhost::Product& product);
 /// The text of an object, ending in a line feed.
 [[nodiscard]] std::string PrintJson(const Json& object);
 

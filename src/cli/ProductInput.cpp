@@ -3,6 +3,10 @@
 #include "cli/ExitCode.h"
 #include "cli/TextLayout.h"
 #include "fundament/Text.h"
+#include "rasterhost/products/SensorTransfers.h"
+
+#include <algorithm>
+#include <utility>
 
 namespace cli {
 
@@ -21,6 +25,33 @@ std::string FormatBand(const InputBand& band, bool saysName) {
     return text;
 }
 
+/// What is known of samples and sensor, and holds unless an option says something else.
+std::string FormatDefaults(const Arguments& request) {
+    constexpr std::size_t column = 10;
+    const Product& product = *request.product;
+    std::string text, transfers, meanings;
+    if (product.noData && request.noData == product.noData)
+        text += Wrap("no data", column,
+                     FormatString("%g, as the product has it (--nodata, --no-nodata)", *product.noData));
+    if (product.bitDepth && request.bitDepth == product.bitDepth)
+        text += Wrap("samples", column,
+                     FormatString("%d bits, as the product has it (--bit-depth)", *product.bitDepth));
+    const bool isSame = std::ranges::all_of(
+        product.bands, [&](const InputBand& band) { return band.meaning == product.bands.front().meaning; });
+    for (const InputBand& band : product.bands)
+        if (band.meaning && (meanings.empty() || !isSame))
+            meanings += (meanings.empty() ? "" : ", ") + (isSame ? "" : band.name + " ") +
+                        FormatString("%.6g x sample %+.6g", band.meaning->scale, band.meaning->offset);
+    if (!meanings.empty()) text += Wrap("values", column, meanings + "; the output says so, too");
+    const std::vector<double> published = rasterhost::TransfersOf(product);
+    for (std::size_t band = 0; band < published.size(); ++band)
+        transfers += FormatString("%s%s %.4g", band == 0 ? "" : ", ", product.bands[band].name.c_str(),
+                                  published[band]);
+    if (!transfers.empty())
+        text += Wrap("blur", column, "published modulation transfer: " + transfers + " (--mtf)");
+    return text;
+}
+
 } // namespace
 
 bool TakesProduct(const std::string& name, Arguments& to) {
@@ -34,7 +65,11 @@ bool TakesProduct(const std::string& name, Arguments& to) {
     case rasterhost::ProductSearch::Found:
         break;
     }
-    rasterhost::TakeProduct(product, to);
+    rasterhost::TakeProduct(name, product, to, to);
+    if (auto transfers = rasterhost::TransfersOf(product); !transfers.empty()) {
+        to.blur.multispectral = std::move(transfers);
+        to.blur.pan = rasterhost::PublishedTransfer(product.sensor, "pan").value_or(to.blur.pan);
+    }
     to.product = std::move(product);
     return true;
 }
@@ -60,13 +95,7 @@ std::string FormatProduct(const Arguments& request) {
         text += Wrap(i == 0 ? "left out" : "", column,
                      product.leftOut[i].first + ": " + product.leftOut[i].second);
     }
-    if (product.noData && request.noData == product.noData)
-        text += Wrap("no data", column,
-                     FormatString("%g, as the product has it (--nodata, --no-nodata)", *product.noData));
-    if (product.bitDepth && request.bitDepth == product.bitDepth)
-        text += Wrap("samples", column,
-                     FormatString("%d bits, as the product has it (--bit-depth)", *product.bitDepth));
-    return text;
+    return text + FormatDefaults(request);
 }
 
 } // namespace cli

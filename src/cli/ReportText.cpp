@@ -53,11 +53,15 @@ double MegapixelsPerSecond(const SharpenReport& report) {
 
 std::vector<std::string> DescribeDetail(const rasterhost::DetailFit& detail) {
     std::vector<std::string> lines;
-    lines.push_back(FormatString("modulation transfer %.4g ", detail.transfer) +
-                    (!detail.blur ? std::string("as given")
-                     : detail.blur->obstacle.empty()
-                         ? FormatString("measured, R² %.3f", detail.blur->rSquared)
-                         : std::string("the usual value, because it cannot be measured")));
+    const auto& published = detail.publishedTransfer;
+    std::string how = "as given";
+    if (detail.blur && detail.blur->obstacle.empty())
+        how = FormatString("measured, R² %.3f", detail.blur->rSquared) +
+              (published ? FormatString("; published for the sensor: %.4g", *published) : "");
+    else if (detail.blur)
+        how = std::string(published ? "as published for the sensor" : "the usual value") +
+              ", because it cannot be measured";
+    lines.push_back(FormatString("modulation transfer %.4g ", detail.transfer) + how);
     std::string gains;
     for (const rasterhost::BandGains& of : detail.gains)
         gains += FormatString("%s%.3g:%.3g", gains.empty() ? "" : ", ", of.gain, of.ratioGain);

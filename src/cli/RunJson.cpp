@@ -37,6 +37,7 @@ void AddDetail(Json& object, const rasterhost::DetailFit& detail) {
         object["gains"].push_back({of.gain, of.ratioGain});
     Json fit = {{"gains_given", detail.areGainsGiven}, {"samples", detail.samples}};
     if (detail.blur) fit["blur_r_squared"] = detail.blur->rSquared;
+    if (detail.publishedTransfer) fit["published_modulation_transfer"] = *detail.publishedTransfer;
     if (detail.error) {
         fit["ergas_one_scale_down"] = *detail.error;
         fit["plain_ergas_one_scale_down"] = *detail.plainError;
@@ -137,9 +138,10 @@ std::string FailureJson(std::string_view command, ExitCode code, const Status& s
     return PrintJson(object);
 }
 
-Json SharpenObject(const SharpenRequest& request, const SharpenReport& report, ExitCode code,
-                   const Status& status, std::uint64_t peakMemory) {
+Json SharpenObject(const Arguments& request, const SharpenReport& report, ExitCode code, const Status& status,
+                   std::uint64_t peakMemory) {
     Json object = JsonHead("sharpen", code);
+    if (request.product) object["product"] = JsonProduct(*request.product);
     object["inputs"] = Inputs(request);
     object["output"] = request.output;
     object["format"] = report.format;
@@ -159,14 +161,15 @@ Json SharpenObject(const SharpenRequest& request, const SharpenReport& report, E
     return object;
 }
 
-std::string SharpenJson(const SharpenRequest& request, const SharpenReport& report, ExitCode code,
+std::string SharpenJson(const Arguments& request, const SharpenReport& report, ExitCode code,
                         const Status& status, std::uint64_t peakMemory) {
     return PrintJson(SharpenObject(request, report, code, status, peakMemory));
 }
 
-std::string InfoJson(const SharpenRequest& request, const PreflightReport& report, ExitCode code,
+std::string InfoJson(const Arguments& request, const PreflightReport& report, ExitCode code,
                      const Status& status) {
     Json object = JsonHead("info", code);
+    if (request.product) object["product"] = JsonProduct(*request.product);
     object["inputs"] = Inputs(request);
     if (report.pan.columns > 0) AddFindings(object, report);
     if (code == Done) {

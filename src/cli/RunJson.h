@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cli/Arguments.h"
 #include "cli/ExitCode.h"
 #include "cli/JsonParts.h"
 #include "fundament/Status.h"
@@ -20,18 +21,16 @@ namespace cli {
                                       const KOVA::Tessara::Fundament::Status& status);
 
 /// `peakMemory` in bytes.
-[[nodiscard]] Json SharpenObject(const rasterhost::SharpenRequest& request,
-                                 const rasterhost::SharpenReport& report, ExitCode code,
-                                 const KOVA::Tessara::Fundament::Status& status, std::uint64_t peakMemory);
-[[nodiscard]] std::string SharpenJson(const rasterhost::SharpenRequest& request,
-                                      const rasterhost::SharpenReport& report, ExitCode code,
-                                      const KOVA::Tessara::Fundament::Status& status,
+[[nodiscard]] Json SharpenObject(const Arguments& request, const rasterhost::SharpenReport& report,
+                                 ExitCode code, const KOVA::Tessara::Fundament::Status& status,
+                                 std::uint64_t peakMemory);
+[[nodiscard]] std::string SharpenJson(const Arguments& request, const rasterhost::SharpenReport& report,
+                                      ExitCode code, const KOVA::Tessara::Fundament::Status& status,
                                       std::uint64_t peakMemory);
 
 /// What was found before a run failed, or all of it.
-[[nodiscard]] std::string InfoJson(const rasterhost::SharpenRequest& request,
-                                   const rasterhost::PreflightReport& report, ExitCode code,
-                                   const KOVA::Tessara::Fundament::Status& status);
+[[nodiscard]] std::string InfoJson(const Arguments& request, const rasterhost::PreflightReport& report,
+                                   ExitCode code, const KOVA::Tessara::Fundament::Status& status);
 
 /// Null for a plug-in that does not work; `status` says why.
 [[nodiscard]] std::string VersionJson(const PansharpDescription* plugin, const std::string& file,

@@ -30,7 +30,8 @@ bool IsOfThisMachine(const std::string& address) { return address.starts_with("1
 view::MakeQuality QualityOf(const Arguments& arguments) {
     const rasterhost::PairRequest& pair = arguments;
     const rasterhost::RunOptions& run = arguments;
-    rasterhost::CompareRequest request{pair, run, {}, {}};
+    const rasterhost::BlurOptions& blur = arguments;
+    rasterhost::CompareRequest request{pair, run, blur, {}};
     request.threads = 1;
     return [request](const std::function<bool(double)>& progress) mutable {
         request.progress = progress;

@@ -16,6 +16,17 @@ namespace {
 /// Of known ones. Below, the Gaussian reaches further than any sensor's; above, not to the next pixel.
 constexpr double leastKnown = 0.05, greatestKnown = 0.9;
 
+/// Takes the published transfer where the fit cannot tell it: also at the limits of what counts as possible,
+/// where a shift between the images and the like bring it.
+void PreferPublished(double published, BlurFit& blur) {
+    const bool isAtLimit = blur.transfer <= leastTransfer || blur.transfer >= greatestTransfer;
+    if (blur.obstacle.empty() && !isAtLimit) return;
+    if (blur.obstacle.empty())
+        blur.obstacle = FormatString("%s, as measured, is the limit of what sensors have",
+                                     NumberText(blur.transfer).c_str());
+    blur.transfer = published;
+}
+
 } // namespace
 
 std::string FindFault(const KnownDetail& known, std::size_t bands) {
@@ -42,6 +53,8 @@ bool FitDetail(FitBlockSource& source, const KnownDetail& known, std::size_t jud
     if (!known.transfer) {
         fit.blur.emplace();
         if (!FitBlur(source, *fit.blur, status)) return false;
+        fit.publishedTransfer = known.publishedTransfer;
+        if (known.publishedTransfer) PreferPublished(*known.publishedTransfer, *fit.blur);
     }
     fit.transfer = known.transfer ? *known.transfer : fit.blur->transfer;
     GainFit gains;

@@ -101,7 +101,7 @@ SceneDataset::~SceneDataset() { GDALPamDataset::FlushCache(true); }
 
 /// Beside what is kept in files, so that nothing is written when this is closed.
 void SceneDataset::TakeMetadata() {
-    for (const char* domain : {"", "RPC"})
+    for (const char* domain : {"", "RPC", "IMAGERY"})
         if (char** items = description->GetMetadata(domain)) oMDMD.SetMetadata(items, domain);
     oMDMD.SetMetadataItem("INTERLEAVE", "PIXEL", "IMAGE_STRUCTURE");
 }

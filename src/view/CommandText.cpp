@@ -95,10 +95,16 @@ bool CanNameParts(const ViewedScene& scene) {
 std::string CommandText(const ViewedScene& scene, const rasterhost::SharpenRequest& request,
                         const PixelRect& window) {
     PixelRect named = window.IsEmpty() ? PixelRect{0, 0, scene.GetColumns(), scene.GetRows()} : window;
-    std::string text = "pansharp sharpen " + NameOf(request.pan);
-    for (const InputBand& input : request.multispectral)
-        text += " " + NameOf(input);
+    std::string text = "pansharp sharpen";
+    if (!request.product.empty()) {
+        text += " " + Quote(request.product);
+    } else {
+        text += " " + NameOf(request.pan);
+        for (const InputBand& input : request.multispectral)
+            text += " " + NameOf(input);
+    }
     text += " -o window.tif" + Fusion(request) + Pair(request);
+    if (!request.plugin.empty()) text += Option("--plugin", request.plugin);
     const auto& pan = scene.GetScene().pan->GetInfo();
     const bool isAll = named == PixelRect{0, 0, pan.cols, pan.rows};
     if (!isAll && CanNameParts(scene)) text += Part(scene, named);

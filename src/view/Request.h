@@ -24,6 +24,8 @@ struct Look {
     std::vector<rasterhost::BandGains> gains;
     std::vector<int> bands; ///< to show or deliver, counted from 1, none twice
     double stretch = 2.0;   ///< per cent of the samples that go black, and as many white
+    /// False once nobody waits for what comes of it: what takes long is given up then. May be empty.
+    std::function<bool()> isWanted;
 };
 
 enum class TileFormat { Jpeg, Png, Raw };

@@ -49,7 +49,8 @@ Settled SceneFits::Settle(const Look& look) {
     if (!method) ThrowFailure(status, 400);
     request.method = method->keyword;
     if (!StringsEqual(request.method, base.method, true))
-        static_cast<rasterhost::FusionRequest&>(request) = {request.method, {}, {}, {}, {}, {}, {}};
+        static_cast<rasterhost::FusionRequest&>(request) = {request.method,         {}, {}, {}, {}, {},
+                                                            base.publishedTransfer, {}};
     if (look.sampling) request.resampling = *look.sampling;
     if (!look.bands.empty()) request.bands = look.bands;
     for (const int band : request.bands)
@@ -81,7 +82,7 @@ void SceneFits::SettleWeights(const Look& look, const PansharpMethod& method, Se
     rasterhost::SharpenRequest open = request;
     open.weights.clear();
     if (rasterhost::WantsFit(open, GetPlugin())) {
-        const rasterhost::WeightFit fit = FindWeights(request.infraredWeight);
+        const rasterhost::WeightFit fit = FindWeights(look, request.infraredWeight);
         if (fit.obstacle.empty()) {
             request.infraredWeight = fit.infraredWeight;
             if (!request.weights.empty()) return;
@@ -108,30 +109,38 @@ void SceneFits::SettleDetail(const Look& look, Settled& settled) {
     if (!look.gains.empty()) request.gains = look.gains;
     const std::string fault = fitting::FindFault({request.transfer, request.gains}, GetBands());
     if (!fault.empty()) throw BadRequest(fault);
-    rasterhost::DetailFit detail = FindDetail(request.transfer);
+    rasterhost::DetailFit detail = FindDetail(look, request.transfer);
     if (!request.gains.empty()) detail.gains = request.gains;
     request.transfer = detail.transfer;
     request.gains = detail.gains;
     settled.found.detail = std::move(detail);
 }
 
-rasterhost::WeightFit SceneFits::FindWeights(std::optional<double> infraredWeight) {
+std::function<bool()> SceneFits::WhetherWanted(const Look& look) const {
+    return [this, &look] {
+        return (!look.isWanted || look.isWanted()) && (!base.progress || base.progress(0.0));
+    };
+}
+
+rasterhost::WeightFit SceneFits::FindWeights(const Look& look, std::optional<double> infraredWeight) {
     const std::scoped_lock lock(mutex);
     if (const auto found = weights.find(infraredWeight); found != weights.end()) return found->second;
     if (weights.size() >= mostFits) weights.clear();
     rasterhost::WeightFit fit;
     Status status;
-    if (!rasterhost::FitWeights(*fitted.scene, {base.bitDepth, infraredWeight}, fit, nullptr, status))
-        ThrowFailure(status, 500);
+    if (!rasterhost::FitWeights(*fitted.scene, {base.bitDepth, infraredWeight, WhetherWanted(look)}, fit,
+                                nullptr, status))
+        ThrowFailure(status, 503);
     return weights[infraredWeight] = fit;
 }
 
-rasterhost::DetailFit SceneFits::FindDetail(std::optional<double> transfer) {
+rasterhost::DetailFit SceneFits::FindDetail(const Look& look, std::optional<double> transfer) {
     const std::scoped_lock lock(mutex);
     if (const auto found = details.find(transfer); found != details.end()) return found->second;
     if (details.size() >= mostFits) details.clear();
     rasterhost::FusionRequest open;
     open.transfer = transfer;
+    open.publishedTransfer = base.publishedTransfer;
     rasterhost::DetailFit fit;
     Status status;
     rasterhost::PreparedPair colours; // no such method reads the infrared band
@@ -142,7 +151,8 @@ rasterhost::DetailFit SceneFits::FindDetail(std::optional<double> transfer) {
         colours = OpenAgain(request);
     }
     const rasterhost::Scene& from = colours.scene ? *colours.scene : *fitted.scene;
-    if (!rasterhost::FitDetail(from, open, base.bitDepth, fit, status)) ThrowFailure(status, 500);
+    if (!rasterhost::FitDetail(from, open, base.bitDepth, fit, status, WhetherWanted(look)))
+        ThrowFailure(status, 503);
     details[fit.transfer] = fit;
     return details[transfer] = fit;
 }

@@ -23,7 +23,8 @@ public:
     SceneFits(rasterhost::SharpenRequest base, rasterhost::SceneFindings known,
               rasterhost::PreparedPair pair);
 
-    /// Throws BadRequest for a look that the scene or the plug-in has no place for.
+    /// Throws BadRequest for a look that the scene or the plug-in has no place for, and where it is not
+    /// wanted any more or the server is stopping while something is fitted.
     [[nodiscard]] Settled Settle(const Look& look);
 
     /// The images of the scene as the request wants them, in files of their own; reads no pixels.
@@ -36,8 +37,9 @@ public:
 private:
     void SettleWeights(const Look& look, const PansharpMethod& method, Settled& settled);
     void SettleDetail(const Look& look, Settled& settled);
-    rasterhost::WeightFit FindWeights(std::optional<double> infraredWeight);
-    rasterhost::DetailFit FindDetail(std::optional<double> transfer);
+    rasterhost::WeightFit FindWeights(const Look& look, std::optional<double> infraredWeight);
+    rasterhost::DetailFit FindDetail(const Look& look, std::optional<double> transfer);
+    [[nodiscard]] std::function<bool()> WhetherWanted(const Look& look) const;
 
     const rasterhost::SharpenRequest base;
     const rasterhost::SceneFindings known;

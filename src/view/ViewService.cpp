@@ -83,7 +83,8 @@ HttpReply ViewService::Answer(const HttpRequest& http) {
             throw BadRequest("this server is not called '" + http.host.substr(0, 80) +
                                  "'; use the address that pansharp printed",
                              421);
-        const Request request = ReadRequest(http.target);
+        Request request = ReadRequest(http.target);
+        request.look.isWanted = [&http] { return !http.isGone || !http.isGone(); };
         if (request.kind != Request::Kind::Page &&
             (http.fetchSite == "cross-site" || http.fetchSite == "same-site"))
             throw BadRequest("pages of other origins read nothing here", 403);
@@ -95,6 +96,7 @@ HttpReply ViewService::Answer(const HttpRequest& http) {
     } catch (const std::exception& error) {
         reply = MakeReply(500, textType, std::string(error.what()) + "\n");
     }
+    if (reply.status == 503) reply.headers.emplace_back("Retry-After", "3");
     AddHeaders(reply);
     return reply;
 }
@@ -185,7 +187,7 @@ HttpReply ViewService::GetWindow(const Request& request) {
     if (window.IsEmpty()) window = all;
     if (!all.Contains(window))
         throw BadRequest(FormatString("window: the scene has %u x %u pixels", all.col1, all.row1));
-    HttpReply reply = MakeReply(200, "image/tiff", MakeWindowFile(scene, request.look, window));
+    HttpReply reply{200, "image/tiff", MakeWindowFile(scene, request.look, window, windows), {}};
     reply.headers.emplace_back("Content-Disposition", "attachment; filename=\"window.tif\"");
     return reply;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "view/HttpServer.h"
+#include "view/MemoryBudget.h"
 #include "view/PageFiles.h"
 #include "view/QualityTable.h"
 #include "view/TileCache.h"
@@ -34,6 +35,7 @@ private:
     const std::string version; ///< of this run: what is cached by others is good as long
     const std::map<std::string, PageFile> page;
     TileCache cache{std::size_t{64} << 20};
+    MemoryBudget windows{std::size_t{128} << 20}; ///< that are being made or sent
     QualityTable quality;
 };
 

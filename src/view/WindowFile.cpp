@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <stdexcept>
+#include <utility>
 
 namespace view {
 
@@ -17,9 +18,16 @@ namespace {
 
 constexpr std::uint64_t mostBytes = std::uint64_t{64} << 20;
 
+/// A file and its share of the memory.
+struct KeptWindow {
+    std::shared_ptr<const void> share;
+    std::string content;
+};
+
 } // namespace
 
-std::string MakeWindowFile(ViewedScene& scene, const Look& look, const hostkit::PixelRect& window) {
+std::shared_ptr<const std::string> MakeWindowFile(ViewedScene& scene, const Look& look,
+                                                  const hostkit::PixelRect& window, MemoryBudget& budget) {
     Look of = look;
     if (of.layer == Layer::Pan) throw BadRequest("layer: pan is a file already; take upsampled or sharpened");
     const auto dataset = scene.GetDataset(of);
@@ -28,6 +36,11 @@ std::string MakeWindowFile(ViewedScene& scene, const Look& look, const hostkit::
     if (bytes > mostBytes)
         throw BadRequest("window: it would take " + std::to_string(bytes >> 20) +
                          " MB, and 64 are allowed; zoom in, or copy the command and run it");
+    auto share = budget.Take(static_cast<std::size_t>(bytes));
+    if (!share)
+        throw BadRequest("other windows are being sent, and together they would take more memory than is "
+                         "allowed; try again in a few seconds",
+                         503);
     Pixels pixels = scene.Read(of, 0, window);
     const rasterhost::GdalErrors errors;
     const CPLConfigOptionSetter inside("GDAL_TIFF_INTERNAL_MASK", "YES", false); // of this thread
@@ -58,12 +71,15 @@ std::string MakeWindowFile(ViewedScene& scene, const Look& look, const hostkit::
                                                                         GDT_Byte, 0, 0, nullptr) == CE_None;
         file.reset();
     }
+    pixels = {}; // the copies are large
     vsi_l_offset length = 0;
     GByte* made = isWritten ? VSIGetMemFileBuffer(name.c_str(), &length, FALSE) : nullptr;
-    std::string content(reinterpret_cast<const char*>(made), made ? static_cast<std::size_t>(length) : 0);
+    auto kept = std::make_shared<KeptWindow>(
+        KeptWindow{std::move(share),
+                   {reinterpret_cast<const char*>(made), made ? static_cast<std::size_t>(length) : 0}});
     VSIUnlink(name.c_str());
-    if (content.empty()) throw std::runtime_error("the window cannot be written" + errors.Reason());
-    return content;
+    if (kept->content.empty()) throw std::runtime_error("the window cannot be written" + errors.Reason());
+    return {kept, &kept->content};
 }
 
 } // namespace view

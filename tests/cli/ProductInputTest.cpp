@@ -1,10 +1,12 @@
 #include "Child.h"
 #include "Scene.h"
 
+#include <gdal_priv.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 
 using child::Arguments;
 using testing::HasSubstr;
@@ -29,6 +31,15 @@ TEST(ProductInput, StandsWhereAPairMayStand) {
     for (const std::string band : {"2", "3", "4", "10"})
         scene::Write(folder / (stem + band + ".TIF"), scene::MakeRaster(23, 19, 1, 16, 2),
                      {500000.0, 4600000.0, 20.0});
+    std::ofstream(folder / "item.json")
+        << R"({"stac_version": "1.1.0", "id": "i", "assets": {
+        "p": {"href": "./)" +
+               stem +
+               R"(8.TIF", "bands": [{"eo:common_name": "pan"}]}, "t": {"href": "t.tif", "bands": [{"name": "thermal"}]},
+        "r": {"href": ")" +
+               stem +
+               R"(4.TIF", "raster:scale": 0.5, "raster:offset": -3, "bands": [{"eo:common_name": "red"}]}},
+        "properties": {"platform": "worldview-02", "datetime": "2021-05-06T07:08:09.5Z"}})";
     const ProductLine lines[] = {
         {{"sharpen", "p", "-o", "a.tif"}, 0, "Landsat 8 Level-1, LC08_L1TP_016037_20170813_01_RT"},
         {{"sharpen", "p", "-o", "b.tif", "--rgb"},
@@ -41,13 +52,18 @@ TEST(ProductInput, StandsWhereAPairMayStand) {
         {{"sharpen", "p", "-o", "d.tif", "--json", "--scale", "0,60000"},
          0,
          "\"wavelength_um\": 0.655",
-         "Landsat 8 Level"},
+         "left out  "},
         {{"sharpen", stem + "8.TIF", stem + "2.TIF", stem + "3.TIF", stem + "4.TIF", "-o", "e.tif",
           "--nodata", "0"},
          0,
          ""},
         {{"sharpen", "p", "-o", "f.pansharp"}, 0, "described in"},
         {{"sharpen", "f.pansharp", "-o", "f.tif"}, 0, "3 bands"},
+        {{"sharpen", "item.json", "-o", "s.tif"}, 0, "0.35, as published for the sensor, is used"},
+        {{"sharpen", "item.json", "-o", "s.pansharp"}, 0, "values    0.5 x sample -3"},
+        {{"sharpen", "s.pansharp", "-o", "t.tif"}, 0, "as published for the sensor"},
+        {{"info", "item.json", "--json"}, 0, "\"why\": \"thermal: pan does not"},
+        {{"compare", "item.json", "--json"}, 0, "0.35\n    ],\n    \"pan\": 0.11"},
         {{"info", "p"}, 0, "no data   0, as the product has it"},
         {{"info", "p", "--nodata", "7"}, 0, "Landsat 8", "as the product has it"},
         {{"compare", "p", "-b", "red,blue"}, 0, "product"},
@@ -65,4 +81,11 @@ TEST(ProductInput, StandsWhereAPairMayStand) {
     }
     EXPECT_EQ(testfiles::ReadAll(folder / "a.tif"), testfiles::ReadAll(folder / "e.tif"));
     EXPECT_EQ(testfiles::ReadText(folder / "a.tif"), testfiles::ReadText(folder / "f.tif"));
+    for (const char* name : {"s.tif", "t.tif"}) {
+        const GDALDatasetUniquePtr file(GDALDataset::Open((folder / name).c_str()));
+        ASSERT_TRUE(file);
+        EXPECT_EQ(file->GetRasterBand(1)->GetScale(), 0.5);
+        EXPECT_EQ(file->GetRasterBand(1)->GetOffset(), -3.0);
+        EXPECT_STREQ(file->GetMetadataItem("ACQUISITIONDATETIME", "IMAGERY"), "2021-05-06 07:08:09");
+    }
 }

@@ -1,5 +1,8 @@
 #include "view/ViewService.h"
 
+#include "view/BadRequest.h"
+#include "view/WindowFile.h"
+
 #include "SceneFiles.h"
 
 #include <arpa/inet.h>
@@ -188,6 +191,38 @@ TEST_F(ViewServiceTest, AnInfraredBandDisturbsNoLook) {
     Serve();
     for (const char* look : {"", "?layer=upsampled", "?method=kova&weights=0.3,0.3,0.4", "?method=injection"})
         (void)Body("/tiles/0/0/0.png" + std::string(look));
+}
+
+/// Neither windows nor fits take what is needed for others, and the command names what the scene came from.
+TEST_F(ViewServiceTest, WindowsShareMemoryAndUnwantedFitsAreGivenUp) {
+    request.product = "a b.zip";
+    Serve();
+    EXPECT_NE(Body("/command.json").find("pansharp sharpen 'a b.zip' -o window.tif"), std::string::npos);
+    EXPECT_NE(Body("/command.json").find(" --plugin "), std::string::npos);
+    MemoryBudget budget(panSize * panSize * 4 * 2);
+    const hostkit::PixelRect all{0, 0, panSize, panSize};
+    const auto statusOf = [](const auto& call) {
+        try {
+            call();
+        } catch (const BadRequest& refusal) {
+            return refusal.status;
+        }
+        return 200u;
+    };
+    auto sent = MakeWindowFile(*scene, {}, all, budget);
+    EXPECT_EQ(statusOf([&] { (void)MakeWindowFile(*scene, {}, all, budget); }), 503u);
+    sent.reset();
+    EXPECT_EQ(statusOf([&] { (void)MakeWindowFile(*scene, {}, all, budget); }), 200u);
+    for (const char* method : {"kova", "injection"}) {
+        Look look;
+        look.method = method;
+        if (method[0] == 'i') look.transfer = 0.4;
+        int asked = 0;
+        look.isWanted = [&] { return ++asked < 3; };
+        EXPECT_EQ(statusOf([&] { (void)scene->Settle(look); }), 503u);
+        look.isWanted = {};
+        EXPECT_EQ(statusOf([&] { (void)scene->Settle(look); }), 200u);
+    }
 }
 
 /// Clients that come and go, and say nothing or half of it, leave it answering; and it ends with some there.

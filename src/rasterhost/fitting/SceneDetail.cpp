@@ -12,12 +12,12 @@ using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Fundament::NumberText;
 
 bool FitDetail(const Scene& scene, const FusionRequest& request, std::optional<int> bitDepth, DetailFit& fit,
-               Status& status) {
+               Status& status, const std::function<bool()>& isWanted) {
     const std::size_t bands = scene.bandOrder.size();
-    fitting::KnownDetail known{request.transfer, request.gains};
+    fitting::KnownDetail known{request.transfer, request.gains, request.publishedTransfer};
     for (std::size_t band = 0; band < known.gains.size(); ++band)
         known.gains[band] = request.gains[scene.bandOrder[band]];
-    SceneFitBlocks blocks(scene, bitDepth);
+    SceneFitBlocks blocks(scene, bitDepth, isWanted);
     if (!fitting::FitDetail(blocks, known, scene.outputBands, fit, status)) return false;
     const std::vector<BandGains> inOrder = fit.gains;
     for (std::size_t band = 0; band < bands; ++band)
@@ -30,8 +30,9 @@ std::vector<std::string> JudgeDetail(const DetailFit& fit) {
     if (fit.blur && !fit.blur->obstacle.empty())
         warnings.push_back(
             FormatString("the blur of the bands cannot be measured: %s; a modulation transfer of "
-                         "%s is used; give another with --mtf",
-                         fit.blur->obstacle.c_str(), NumberText(fit.transfer).c_str()));
+                         "%s%s is used; give another with --mtf",
+                         fit.blur->obstacle.c_str(), NumberText(fit.transfer).c_str(),
+                         fit.publishedTransfer ? ", as published for the sensor," : ""));
     if (!fit.areGainsGiven && !fit.error)
         warnings.push_back(
             FormatString("too few pixels are left one scale down to fit gains to (%.0f): those of a "

@@ -3,6 +3,7 @@
 #include "fitting/DetailFit.h"
 #include "rasterhost/scene/Scene.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,9 +13,10 @@ namespace rasterhost {
 using fitting::DetailFit;
 
 /// Fits what the request leaves open, to the blocks of a scene; the gains are in the order of the request.
-/// Those that it gives have no fault (fitting::FindFault). False with an item when an input cannot be read.
+/// Those that it gives have no fault (fitting::FindFault). False with an item when an input cannot be read,
+/// or once `isWanted`, asked before each block, answers false.
 [[nodiscard]] bool FitDetail(const Scene& scene, const FusionRequest& request, std::optional<int> bitDepth,
-                             DetailFit& fit, Status& status);
+                             DetailFit& fit, Status& status, const std::function<bool()>& isWanted = {});
 
 /// What a fit warns of.
 [[nodiscard]] std::vector<std::string> JudgeDetail(const DetailFit& fit);

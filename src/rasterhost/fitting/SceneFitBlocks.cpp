@@ -12,8 +12,9 @@ constexpr double margin = 2.0; // multispectral pixels, as pan is read around a 
 
 } // namespace
 
-SceneFitBlocks::SceneFitBlocks(const Scene& images, std::optional<int> sampleDepth)
-    : scene(images), bitDepth(sampleDepth) {}
+SceneFitBlocks::SceneFitBlocks(const Scene& images, std::optional<int> sampleDepth,
+                               std::function<bool()> whetherWanted)
+    : scene(images), bitDepth(sampleDepth), isWanted(std::move(whetherWanted)) {}
 
 std::size_t SceneFitBlocks::GetBands() const { return scene.CountBands(); }
 
@@ -33,6 +34,7 @@ std::vector<hostkit::PixelRect> SceneFitBlocks::Choose(std::uint32_t blocks, std
 }
 
 bool SceneFitBlocks::Read(const hostkit::PixelRect& rect, FitBlock& block, Status& status) {
+    if (!CheckWanted(isWanted, status)) return false;
     if (ahead.IsUsed()) {
         AskForBlock(scene, rect, margin, ahead, ++step);
         ahead.Wait(step);

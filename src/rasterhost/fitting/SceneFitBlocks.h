@@ -4,6 +4,7 @@
 #include "rasterhost/reading/ReadAhead.h"
 #include "rasterhost/scene/Scene.h"
 
+#include <functional>
 #include <optional>
 
 namespace rasterhost {
@@ -15,8 +16,9 @@ using fitting::FitBlock;
 class SceneFitBlocks final : public fitting::FitBlockSource {
 public:
     /// Samples at 2^bitDepth - 1 and above are saturated; without a depth that of each image counts. The
-    /// scene outlives this.
-    SceneFitBlocks(const Scene& images, std::optional<int> sampleDepth);
+    /// scene outlives this. `whetherWanted` is that of FitOptions.
+    SceneFitBlocks(const Scene& images, std::optional<int> sampleDepth,
+                   std::function<bool()> whetherWanted = {});
 
     [[nodiscard]] std::size_t GetBands() const override;
     [[nodiscard]] std::array<double, 2> GetRatio() const override;
@@ -28,6 +30,7 @@ public:
 private:
     const Scene& scene;
     std::optional<int> bitDepth;
+    std::function<bool()> isWanted;
     mutable ReadAhead ahead; ///< of blocks that were chosen, which are read next
     mutable std::uint64_t step = 0;
 };

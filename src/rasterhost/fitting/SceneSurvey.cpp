@@ -103,6 +103,11 @@ bool ReadSums(InputImage& image, const PixelRect& rect, std::optional<int> bitDe
 
 } // namespace
 
+bool CheckWanted(const std::function<bool()>& isWanted, Status& status) {
+    return !isWanted || isWanted() ||
+           Fail(status, HostStatus::Cancelled, "cancelled before everything was fitted");
+}
+
 bool ReadPixels(InputImage& image, const PixelRect& rect, std::optional<int> bitDepth, SurveyedPixels& pixels,
                 Status& status) {
     const std::size_t count = std::size_t{rect.GetColumns()} * rect.GetRows();

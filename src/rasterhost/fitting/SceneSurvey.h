@@ -5,6 +5,7 @@
 #include "rasterhost/scene/Scene.h"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -41,6 +42,9 @@ struct SceneTally {
     ImageTally pan;
     std::vector<ImageTally> images; ///< those of the scene
 };
+
+/// False with an item that says so once nobody wants a fit any more.
+[[nodiscard]] bool CheckWanted(const std::function<bool()>& isWanted, Status& status);
 
 /// All samples of a part of an image, and which of its pixels have data and are not saturated.
 struct SurveyedPixels {

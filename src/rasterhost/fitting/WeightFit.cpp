@@ -72,7 +72,9 @@ bool FitWeights(const Scene& scene, const FitOptions& options, WeightFit& fit, S
     const bool isRead = ahead.InSteps(
         rects.size(), [&](std::size_t i) { AskForBlock(scene, rects[i], 0.0, ahead, i); },
         [&](std::size_t i) {
-            if (!block.Read(scene, rects[i], 0.0, options.bitDepth, status)) return false;
+            if (!CheckWanted(options.isWanted, status) ||
+                !block.Read(scene, rects[i], 0.0, options.bitDepth, status))
+                return false;
             AddBlock(block, moments, tally);
             return true;
         });

@@ -3,6 +3,7 @@
 #include "fundament/Status.h"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -27,6 +28,8 @@ struct WeightFit {
 struct FitOptions {
     std::optional<int> bitDepth;          ///< of the samples, when it is not that which the images tell
     std::optional<double> infraredWeight; ///< when it is not to be fitted
+    /// Asked before each block; the fit fails as cancelled once it answers false. May be empty.
+    std::function<bool()> isWanted = {};
 };
 
 /// Fits weights without an offset by non-negative least squares: pan, averaged over the footprint of each

@@ -3,6 +3,8 @@
 #include "rasterhost/products/ProductParts.h"
 #include "rasterhost/reading/BandNames.h"
 
+#include <cpl_conv.h>
+
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -33,6 +35,11 @@ std::string DimapName(const std::string& id) {
     for (const DimapBand& band : dimapBands)
         if (id == band.id) return band.name;
     return {};
+}
+
+/// The number that the first element of a name has; 0 without one.
+double NumberOf(const Metadata& document, const std::string& element) {
+    return CPLAtof(document.SearchText(element).c_str());
 }
 
 /// The middle of a band's range in micrometres.
@@ -104,6 +111,13 @@ void AddFiles(const ProductFiles& files, const std::string& name, const Metadata
                         "gdalbuildvrt and name them: PAN MS ...";
         return;
     }
+    if (tiles.size() > 1 &&
+        (NumberOf(document, "OVERLAP_COL") > 0.0 || NumberOf(document, "OVERLAP_ROW") > 0.0)) {
+        product.fault = "the tiles of '" + LastPart(name) +
+                        "' overlap, and GDAL would take the first alone; make "
+                        "a mosaic of them with gdalbuildvrt and name it: PAN MS ...";
+        return;
+    }
     const std::vector<std::string> order = DimapOrder(group, path, document, isOnlyGroup);
     if (tiles.size() > 1) path = files.PathOf(name); // GDAL puts the tiles together
     if (isPan) {
@@ -116,9 +130,9 @@ void AddFiles(const ProductFiles& files, const std::string& name, const Metadata
                                        : FormatString("lists more than %zu bands", mostDimapBands));
         return;
     }
-    const auto count = document.GetNumber("Dimap_Document/Raster_Data/Raster_Dimensions/NBANDS");
+    const double count = NumberOf(document, "NBANDS");
     for (std::size_t band = 0; band < order.size(); ++band)
-        if (!isOnlyGroup || !count || static_cast<double>(band) < *count)
+        if (!isOnlyGroup || count <= 0.0 || static_cast<double>(band) < count)
             product.bands.push_back({path, static_cast<int>(band) + 1, DimapName(order[band]),
                                      DimapWavelength(document, order[band])});
 }
@@ -142,7 +156,8 @@ std::optional<ProductPart> ReadDocument(const ProductFiles& files, const std::st
         product.fault = "'" + LastPart(name) + "' cannot be used: " + product.fault;
         return part;
     }
-    const Metadata* access = document->Find("Dimap_Document/Raster_Data/Data_Access");
+    const Metadata* raster = document->Search("Raster_Data"); // of Dimap_Document, or PHR_DIMAP_Document
+    const Metadata* access = raster ? raster->Find("Data_Access") : nullptr;
     if (!access) return std::nullopt;
     const Metadata* format = document->Search("METADATA_FORMAT");
     const auto version = format ? format->GetNumber("@version") : std::nullopt;

@@ -2,13 +2,16 @@
 
 #include "fundament/Text.h"
 #include "rasterhost/products/ProductKinds.h"
+#include "rasterhost/products/SensorTransfers.h"
 #include "rasterhost/reading/FileState.h"
 #include "rasterhost/reading/NetworkFile.h"
 #include "rasterhost/requests/Operation.h"
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <iterator>
+#include <numeric>
 #include <system_error>
 
 namespace rasterhost {
@@ -149,11 +152,29 @@ ProductSearch FindProduct(const std::string& name, Product& product, Status& sta
     return isDone ? result : ProductSearch::Failed;
 }
 
-void TakeProduct(const Product& product, PairRequest& request) {
-    request.pan = product.pan;
-    request.multispectral = product.bands;
-    if (product.noData) request.noData = product.noData;
-    if (product.bitDepth) request.bitDepth = product.bitDepth;
+std::vector<double> TransfersOf(const Product& product) {
+    std::vector<double> transfers;
+    for (const InputBand& band : product.bands)
+        if (const auto transfer = PublishedTransfer(product.sensor, band.name))
+            transfers.push_back(*transfer);
+    if (transfers.size() != product.bands.size()) transfers.clear();
+    return transfers;
+}
+
+void TakeProduct(const std::string& name, const Product& product, PairRequest& pair, FusionRequest& fusion) {
+    pair.product = name;
+    pair.pan = product.pan;
+    pair.multispectral = product.bands;
+    pair.acquired = product.acquired;
+    pair.sameFirstCentre = product.sameFirstCentre;
+    if (product.noData) pair.noData = product.noData;
+    if (product.bitDepth) pair.bitDepth = product.bitDepth;
+    const std::vector<double> transfers = TransfersOf(product);
+    if (transfers.empty()) return;
+    // One low-pass of pan stands for all bands: by their mean, in thousandths as a measured one is.
+    const double sum = std::accumulate(transfers.begin(), transfers.end(), 0.0);
+    fusion.publishedTransfer =
+        std::floor(sum / static_cast<double>(transfers.size()) * 1000.0 + 0.5) / 1000.0;
 }
 
 } // namespace rasterhost

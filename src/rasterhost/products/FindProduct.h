@@ -15,7 +15,11 @@ enum class ProductSearch {
 /// or a damaged one, are failures.
 [[nodiscard]] ProductSearch FindProduct(const std::string& name, Product& product, Status& status);
 
-/// Makes the images of a product those of a request, with what is known of them.
-void TakeProduct(const Product& product, PairRequest& request);
+/// Makes the images of a product those of a request, with what is known of them. The name is that
+/// which found it.
+void TakeProduct(const std::string& name, const Product& product, PairRequest& pair, FusionRequest& fusion);
+
+/// The published modulation transfers of a product's bands, in their order; none where one is not known.
+[[nodiscard]] std::vector<double> TransfersOf(const Product& product);
 
 } // namespace rasterhost

@@ -1,6 +1,7 @@
 #include "fundament/Text.h"
 #include "rasterhost/products/ProductKinds.h"
 
+#include <cpl_conv.h>
 #include <cpl_string.h>
 
 #include <algorithm>
@@ -100,6 +101,7 @@ void TakeBands(char satellite, const std::map<std::string, std::string>& files, 
     else
         std::for_each(std::begin(oliBands), std::end(oliBands), take);
     product.kind = FormatString("Landsat %c Level-1", satellite);
+    product.sameFirstCentre = true;
     product.noData = 0.0; // the fill value of all Level-1 products, which their files do not declare
     if (product.pan.file.empty()) product.fault = "it lacks the panchromatic band, B8";
 }
@@ -110,6 +112,18 @@ std::string MetadataStem(const std::string& name) {
     for (const char* ending : endings)
         if (small.ends_with(ending)) return name.substr(0, name.size() - std::string(ending).size());
     return {};
+}
+
+/// Level-1 has the centres of its first pixels in common, and those of its last ones: pan has one row less
+/// than twice as many. True unless the metadata says something else.
+bool HasSameCentres(const Metadata& metadata) {
+    const auto number = [&](const std::string& name) { return CPLAtof(metadata.SearchText(name).c_str()); };
+    for (const char* which : {"LINES", "SAMPLES"}) {
+        const double fine = number(std::string("PANCHROMATIC_") + which),
+                     coarse = number(std::string("REFLECTIVE_") + which);
+        if (fine > 0.0 && coarse > 0.0 && fine != 2.0 * coarse - 1.0) return false;
+    }
+    return true;
 }
 
 /// By what the metadata says; the names of files are those that it has.
@@ -154,6 +168,7 @@ Product ReadMetadata(const ProductFiles& files, const std::string& name) {
     const std::string time = metadata->SearchText("SCENE_CENTER_TIME");
     product.acquired = metadata->SearchText("DATE_ACQUIRED") + (time.empty() ? "" : "T" + time);
     TakeBands(satellite, bands, files, product);
+    product.sameFirstCentre = HasSameCentres(*metadata);
     return product;
 }
 

@@ -13,6 +13,7 @@ void AppendPart(Product& more, Product& to) {
         to.kind = more.kind;
         to.name = more.name;
         to.acquired = more.acquired;
+        to.sensor = more.sensor;
     }
     if (hasPan && !to.pan.file.empty()) to.fault = "it has several panchromatic images";
     if (!more.bands.empty() && !to.bands.empty()) to.fault = "it has several multispectral images";

@@ -51,7 +51,9 @@ public:
         product.name = json.Get("id");
         const std::string platform = json.Get("properties/platform");
         product.kind = "STAC item" + (platform.empty() ? "" : " of " + platform);
+        product.sensor = platform;
         product.acquired = json.Get("properties/datetime");
+        if (product.acquired.empty()) product.acquired = json.Get("properties/start_datetime");
         if (const Metadata* assets = json.Find("assets"))
             for (const Metadata& asset : assets->parts)
                 ReadAsset(asset);
@@ -93,13 +95,16 @@ private:
             return LeaveOut(asset, "another asset has the band '" + input.name + "'");
         const bool isFirst = product.pan.file.empty() && product.bands.empty();
         // Since 1.1 what all bands have in common may stand at the asset.
-        const auto number = [&](const char* key) {
-            const auto own = values.GetNumber(key);
-            return own ? own : asset.GetNumber(key);
+        const auto number = [&](const std::string& key) {
+            for (const Metadata* of : {&values, &asset})
+                for (const char* prefix : {"raster:", ""})
+                    if (const auto own = of->GetNumber(prefix + key)) return own;
+            return std::optional<double>();
         };
-        const auto bitsOfBand = number("raster:bits_per_sample");
         Agree(number("nodata"), isFirst, noData);
-        Agree(bitsOfBand ? bitsOfBand : number("bits_per_sample"), isFirst, bits);
+        Agree(number("bits_per_sample"), isFirst, bits);
+        const SampleMeaning meaning{number("scale").value_or(1.0), number("offset").value_or(0.0)};
+        if (meaning.scale != 0.0 && meaning != SampleMeaning()) input.meaning = meaning;
         if (isPan)
             product.pan = std::move(input);
         else

@@ -61,6 +61,7 @@ void TakeImd(const ProductFiles& files, const std::string& name, const Metadata&
                                          [&](const ImdSatellite& each) { return id == each.id; });
     const bool isKnown = satellite != std::end(imdSatellites);
     product.kind = isKnown ? satellite->name : "satellite '" + id + "'";
+    product.sensor = id;
     product.acquired = imd.SearchText("firstLineTime");
     const auto image = FindImage(files, name);
     if (!image) {

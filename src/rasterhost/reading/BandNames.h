@@ -30,6 +30,8 @@ namespace rasterhost {
 /// Where GDAL keeps the centre of what a band sees, in micrometres: an item of a band, and its domain.
 inline constexpr const char* wavelengthItem = "CENTRAL_WAVELENGTH_UM";
 inline constexpr const char* imageryDomain = "IMAGERY";
+/// Where it keeps when an image was taken: an item of the dataset, in the same domain.
+inline constexpr const char* acquisitionItem = "ACQUISITIONDATETIME";
 
 /// All names that there are, from the shortest wavelength to the longest, pan last.
 [[nodiscard]] std::vector<std::string> AllBandNames();

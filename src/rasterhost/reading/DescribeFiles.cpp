@@ -140,6 +140,15 @@ std::optional<double> WavelengthOf(GDALRasterBand& band) {
     return value > 0.0 && std::isfinite(value) ? std::optional(value) : std::nullopt;
 }
 
+/// What the file says of its samples; none when it says nothing.
+std::optional<SampleMeaning> MeaningOf(GDALRasterBand& band) {
+    int hasScale = 0, hasOffset = 0;
+    const SampleMeaning meaning{band.GetScale(&hasScale), band.GetOffset(&hasOffset)};
+    const bool isUsable = (hasScale || hasOffset) && meaning != SampleMeaning() && meaning.scale != 0.0 &&
+                          std::isfinite(meaning.scale) && std::isfinite(meaning.offset);
+    return isUsable ? std::optional(meaning) : std::nullopt;
+}
+
 /// Colours of which one is transparency, and is none, were set by a program that knew no better.
 bool AreColoursMeant(GDALDataset& dataset, const GDALRasterBand* transparency) {
     for (int number = 1; number <= dataset.GetRasterCount(); ++number)
@@ -149,10 +158,12 @@ bool AreColoursMeant(GDALDataset& dataset, const GDALRasterBand* transparency) {
     return true;
 }
 
-/// By what the request knows, else the description, the wavelength, the file's stem, the colour.
+/// What a band is. Its name is told by what the request knows, else by the description, the wavelength, the
+/// file's stem, the colour.
 void NameBand(const InputBand& input, GDALDataset& dataset, bool areColoursMeant, SourceBand& source) {
     GDALRasterBand& band = *dataset.GetRasterBand(source.number);
     source.wavelength = input.wavelength ? input.wavelength : WavelengthOf(band);
+    source.meaning = input.meaning ? input.meaning : MeaningOf(band);
     source.name = input.band || dataset.GetRasterCount() == 1 ? input.name : std::string();
     if (!source.name.empty()) source.description = source.name;
     if (source.name.empty()) source.name = NameInDescription(band.GetDescription());

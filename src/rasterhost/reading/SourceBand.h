@@ -1,6 +1,7 @@
 #pragma once
 
 #include "rasterhost/reading/SampleScale.h"
+#include "rasterhost/requests/Requests.h"
 
 #include <gdal.h>
 
@@ -26,7 +27,8 @@ struct SourceBand {
     std::string
         description;  ///< the band's, else the file's stem when the file has no other band; may be empty
     std::string name; ///< as in BandNames.h; empty where nothing tells it
-    std::optional<double> wavelength; ///< centre of what it sees, in micrometres
+    std::optional<double> wavelength;     ///< centre of what it sees, in micrometres
+    std::optional<SampleMeaning> meaning; ///< of the samples in the file
     GDALDataType type = GDT_Unknown;
     GDALColorInterp colour = GCI_Undefined;
     std::uint32_t bits = 0;          ///< that the samples use: as the file declares, else all

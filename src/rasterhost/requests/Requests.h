@@ -20,6 +20,13 @@ namespace rasterhost {
 
 using fitting::BandGains;
 
+/// What samples mean: `scale * sample + offset`.
+struct SampleMeaning {
+    double scale = 1.0;
+    double offset = 0.0;
+    friend bool operator==(const SampleMeaning&, const SampleMeaning&) = default;
+};
+
 /// One input image: a file name as GDAL takes it, and a band of it counted from 1 or, without one, all its
 /// bands.
 struct InputBand {
@@ -29,6 +36,7 @@ struct InputBand {
     /// micrometres. Else the file is asked.
     std::string name = {};
     std::optional<double> wavelength = {};
+    std::optional<SampleMeaning> meaning = {}; ///< of its samples, in the place of what the file declares
 };
 
 /// The images of a pair, their placement, how they are sampled on the grid of pan, what counts as data, and
@@ -45,6 +53,9 @@ struct PairRequest {
 
     /// All images have the corner and extent of pan, whatever their georeferencing says.
     bool sameCorner = false;
+    /// Of images without any position, the centres of the first pixels coincide where the sizes allow it: a
+    /// whole number of pan pixels lies between the centres of neighbours, and the last ones coincide, too.
+    bool sameFirstCentre = false;
     /// How far the multispectral and infrared content is displaced to the right and down, in multispectral
     /// pixels; it is moved back. Or that is measured, and moved back where the measurement can be relied on.
     hostkit::Point shift;
@@ -60,6 +71,9 @@ struct PairRequest {
     /// The value that means no data in all inputs, whatever they declare.
     std::optional<double> noData;
     bool ignoreNoData = false; ///< all samples are data
+    /// When the scene was taken, such as 2017-08-13T15:48:30Z. Without it the file of pan is asked.
+    std::string acquired;
+    std::string product; ///< name of the product that the images were taken from; empty for none
     /// For files whose transparency band is known: the band by the file's name, 0 for none. In other files it
     /// is looked for in the pixels.
     std::map<std::string, int> transparency;
@@ -92,6 +106,8 @@ struct FusionRequest {
     /// to the images where not given.
     std::optional<double> transfer;
     std::vector<BandGains> gains;
+    /// The published transfer of the sensor: taken where that of the images cannot be measured.
+    std::optional<double> publishedTransfer;
     /// Raw process properties, set last.
     std::vector<std::pair<std::string, std::string>> properties;
 };

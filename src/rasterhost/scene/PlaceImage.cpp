@@ -24,10 +24,38 @@ std::unique_ptr<AxisPlacement> SpreadOver(const RasterInfo& pan, RasterInfo coar
     return std::make_unique<AxisPlacement>(pan, coarse);
 }
 
+/// So that the centres of the first pixels coincide, and of the last ones. Null where no whole number of pan
+/// pixels, or one alone, lies between the centres of neighbours.
+std::unique_ptr<AxisPlacement> PlaceByCentres(const RasterInfo& pan, RasterInfo coarse) {
+    if (coarse.cols < 2 || coarse.rows < 2) return nullptr;
+    const std::uint32_t across = (pan.cols - 1) / (coarse.cols - 1);
+    const std::uint32_t down = (pan.rows - 1) / (coarse.rows - 1);
+    if (across < 2 || across != down || across * (coarse.cols - 1) != pan.cols - 1 ||
+        down * (coarse.rows - 1) != pan.rows - 1)
+        return nullptr;
+    const double ratio = across;
+    coarse.pixelSizeX = pan.pixelSizeX * ratio;
+    coarse.pixelSizeY = pan.pixelSizeY * ratio;
+    coarse.xMin = pan.xMin - 0.5 * (ratio - 1.0) * pan.pixelSizeX;
+    coarse.yMax = pan.yMax + 0.5 * (ratio - 1.0) * pan.pixelSizeY;
+    coarse.xMax = coarse.xMin + coarse.cols * coarse.pixelSizeX;
+    coarse.yMin = coarse.yMax - coarse.rows * coarse.pixelSizeY;
+    return std::make_unique<AxisPlacement>(pan, coarse);
+}
+
 std::unique_ptr<Placement> MatchGeoreferencing(const InputImage& pan, const InputImage& coarse,
-                                               const char* role, bool isSameCorner, const Warn& warn,
+                                               const char* role, const PairRequest& request, const Warn& warn,
                                                Status& status) {
-    if (isSameCorner) return SpreadOver(pan.GetInfo(), coarse.GetInfo());
+    if (request.sameCorner) return SpreadOver(pan.GetInfo(), coarse.GetInfo());
+    if (request.sameFirstCentre && !pan.GetDescription()->IsGeoreferenced() &&
+        !coarse.GetDescription()->IsGeoreferenced())
+        if (auto placement = PlaceByCentres(pan.GetInfo(), coarse.GetInfo())) {
+            warn(FormatString("neither %s nor %s is georeferenced: the centres of their first pixels are "
+                              "taken to coincide, as they do in whole products of this kind; --same-corner "
+                              "takes their corners for the same",
+                              pan.GetName().c_str(), coarse.GetName().c_str()));
+            return placement;
+        }
     if (pan.GetDescription()->IsGeoreferenced() != coarse.GetDescription()->IsGeoreferenced()) {
         Fail(status, HostStatus::InputsDoNotFit,
              "%s is georeferenced and %s is not; give both a position, or take it from "
@@ -96,8 +124,8 @@ bool CheckFit(const InputImage& panImage, const InputImage& coarseImage, const h
 } // namespace
 
 std::unique_ptr<Placement> PlaceImage(const InputImage& pan, const InputImage& coarse, const char* role,
-                                      bool isSameCorner, const Warn& warn, Status& status) {
-    auto placement = MatchGeoreferencing(pan, coarse, role, isSameCorner, warn, status);
+                                      const PairRequest& request, const Warn& warn, Status& status) {
+    auto placement = MatchGeoreferencing(pan, coarse, role, request, warn, status);
     return placement && CheckFit(pan, coarse, *placement, status) ? std::move(placement) : nullptr;
 }
 

@@ -2,6 +2,7 @@
 
 #include "hostkit/Placement.h"
 #include "rasterhost/reading/InputImage.h"
+#include "rasterhost/requests/Requests.h"
 
 #include <functional>
 #include <memory>
@@ -12,11 +13,11 @@ namespace rasterhost {
 using Warn = std::function<void(const std::string&)>;
 
 /// Finds how an image lies on the grid of pan, whatever their projections and directions, and checks that it
-/// may be a coarser image of the same scene. With `isSameCorner` its georeferencing counts for nothing: it
-/// has the corner and extent of pan. `role` is "a multispectral" or the like. Null with an item. Both images
-/// outlive the placement.
+/// may be a coarser image of the same scene. The request says what holds for images without a position, or
+/// in the place of it (`sameCorner`, `sameFirstCentre`). `role` is "a multispectral" or the like. Null with
+/// an item. Both images outlive the placement.
 [[nodiscard]] std::unique_ptr<hostkit::Placement> PlaceImage(const InputImage& pan, const InputImage& coarse,
-                                                             const char* role, bool isSameCorner,
+                                                             const char* role, const PairRequest& request,
                                                              const Warn& warn, Status& status);
 
 } // namespace rasterhost

@@ -2,6 +2,7 @@
 
 #include "fundament/Text.h"
 #include "hostkit/RequestRecord.h"
+#include "rasterhost/reading/BandNames.h"
 #include "rasterhost/reading/DataCheck.h"
 #include "rasterhost/reading/FindScale.h"
 #include "rasterhost/reading/NetworkFile.h"
@@ -71,7 +72,7 @@ bool CoverBy(const PlacedImage& coarse, Scene& scene, const Warn& warn, Status& 
 
 bool Place(const PairRequest& request, PlacedImage& coarse, const char* role, const Scene& scene,
            const Warn& warn, Status& status) {
-    coarse.placement = PlaceImage(*scene.pan, *coarse.image, role, request.sameCorner, warn, status);
+    coarse.placement = PlaceImage(*scene.pan, *coarse.image, role, request, warn, status);
     return coarse.placement != nullptr;
 }
 
@@ -212,7 +213,12 @@ std::unique_ptr<Scene> OpenScene(const PairRequest& request, const Warn& warn, S
                           scene->sampleOptions.scale->least, scene->sampleOptions.scale->greatest));
     }
     scene->resampling = request.resampling;
-    if (!OpenPan(request, *scene, status) || !ChoosePart(request, *scene, warn, status)) return nullptr;
+    if (!OpenPan(request, *scene, status)) return nullptr;
+    scene->acquired = request.acquired;
+    if (const char* time = scene->pan->GetDataset().GetMetadataItem(acquisitionItem, imageryDomain);
+        time && scene->acquired.empty())
+        scene->acquired = time;
+    if (!ChoosePart(request, *scene, warn, status)) return nullptr;
     scene->covered = scene->part;
     scene->shift = request.shift;
     if (!OpenMultispectral(request, *scene, warn, status)) return nullptr;

@@ -46,6 +46,7 @@ struct Scene {
     /// For every multispectral band, those to write first, its position in the request, counted from 0.
     std::vector<std::size_t> bandOrder;
     std::uint32_t outputBands = 0;
+    std::string acquired; ///< when; empty for unknown
 
     /// The images of the multispectral bands.
     [[nodiscard]] std::span<const PlacedImage> GetGrids() const;

@@ -56,11 +56,15 @@ private:
         return NameFromRecord(name, file);
     }
     [[nodiscard]] InputBand ReadInput(const RecordPart& part) const {
-        part.CheckKeys({"path", "relative", "band", "name", "wavelength"});
+        part.CheckKeys({"path", "relative", "band", "name", "wavelength", "meaning"});
         InputBand input{ReadName(part), {}};
         if (const auto band = part.Find("band")) input.band = static_cast<int>(Size(*band));
         if (const auto name = part.Find("name")) input.name = name->GetText();
         TakeNumber(part, "wavelength", input.wavelength);
+        if (const auto meaning = part.Find("meaning")) {
+            const auto pair = meaning->GetArray<2>();
+            input.meaning = {pair[0], pair[1]};
+        }
         return input;
     }
     void ReadInputs(const RecordPart& part) {
@@ -74,7 +78,7 @@ private:
 
     void ReadPair(const RecordPart& part) {
         part.CheckKeys({"resampling", "shift", "same_corner", "intersection", "ignore_no_data", "bands",
-                        "part", "bit_depth", "scale", "no_data"});
+                        "part", "bit_depth", "scale", "no_data", "acquired", "same_first_centre"});
         PairRequest& pair = record.pair;
         const std::string resampling = part.Get("resampling").GetText();
         for (const hostkit::Resampling known : {hostkit::Resampling::Bilinear, hostkit::Resampling::Cubic})
@@ -95,6 +99,8 @@ private:
         if (const auto depth = part.Find("bit_depth"))
             pair.bitDepth = static_cast<int>(depth->GetWhole(9, 16));
         TakeNumber(part, "no_data", pair.noData);
+        if (const auto time = part.Find("acquired")) pair.acquired = time->GetText();
+        if (const auto centres = part.Find("same_first_centre")) pair.sameFirstCentre = centres->GetFlag();
     }
 
     void ReadOutput(const RecordPart& part) {
@@ -139,8 +145,8 @@ private:
         TakeNumber(part, "infrared_correlation", fit.infraredCorrelation);
     }
     void ReadDetail(const RecordPart& part) {
-        part.CheckKeys(
-            {"gains_given", "samples", "blur", "ergas_one_scale_down", "plain_ergas_one_scale_down"});
+        part.CheckKeys({"gains_given", "samples", "blur", "published_modulation_transfer",
+                        "ergas_one_scale_down", "plain_ergas_one_scale_down"});
         DetailFit& detail = record.found.detail.emplace();
         detail.areGainsGiven = part.Get("gains_given").GetFlag();
         detail.samples = part.Get("samples").GetWhole(0, std::numeric_limits<std::uint64_t>::max());
@@ -151,6 +157,7 @@ private:
                 blur->Get("samples").GetWhole(0, std::numeric_limits<std::uint64_t>::max()),
                 blur->Get("obstacle").GetText()};
         }
+        TakeNumber(part, "published_modulation_transfer", detail.publishedTransfer);
         TakeNumber(part, "ergas_one_scale_down", detail.error);
         TakeNumber(part, "plain_ergas_one_scale_down", detail.plainError);
         if (detail.error.has_value() != detail.plainError.has_value())

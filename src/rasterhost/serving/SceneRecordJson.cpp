@@ -43,6 +43,7 @@ private:
         if (input.band) object["band"] = *input.band;
         if (!input.name.empty()) object["name"] = input.name;
         if (input.wavelength) object["wavelength"] = *input.wavelength;
+        if (input.meaning) object["meaning"] = {input.meaning->scale, input.meaning->offset};
         return object;
     }
     [[nodiscard]] Json Inputs(const PairRequest& pair) const {
@@ -64,6 +65,8 @@ private:
         if (pair.bitDepth) object["bit_depth"] = *pair.bitDepth;
         if (pair.scale) object["scale"] = *pair.scale;
         if (pair.noData) object["no_data"] = *pair.noData;
+        if (!pair.acquired.empty()) object["acquired"] = pair.acquired;
+        if (pair.sameFirstCentre) object["same_first_centre"] = true;
         return object;
     }
 
@@ -115,6 +118,8 @@ private:
                                  {"r_squared", blur->rSquared},
                                  {"samples", blur->samples},
                                  {"obstacle", blur->obstacle}};
+            if (detail->publishedTransfer)
+                found["published_modulation_transfer"] = *detail->publishedTransfer;
             if (detail->error) found["ergas_one_scale_down"] = *detail->error;
             if (detail->plainError) found["plain_ergas_one_scale_down"] = *detail->plainError;
             object["detail"] = found;

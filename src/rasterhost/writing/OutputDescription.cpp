@@ -65,6 +65,14 @@ void CopyPosition(GDALDataset& pan, const hostkit::PixelRect& part, GDALDataset&
     target.SetMetadata(polynomials.List(), "RPC");
 }
 
+/// As GDAL writes it: 2017-08-13 15:48:30.
+std::string AcquisitionText(std::string text) {
+    constexpr std::size_t date = 10, seconds = 19;
+    if (text.size() > date && text[date] == 'T') text[date] = ' ';
+    const bool hasTime = text.size() >= seconds && text[date] == ' ';
+    return hasTime ? text.substr(0, seconds) : text;
+}
+
 } // namespace
 
 void DescribeOutput(const Scene& scene, const hostkit::PixelRect& part, const OutputRules& rules,
@@ -76,6 +84,8 @@ void DescribeOutput(const Scene& scene, const hostkit::PixelRect& part, const Ou
     CopyPosition(pan, part, output);
     if (const char* kind = pan.GetMetadataItem(GDALMD_AREA_OR_POINT))
         output.SetMetadataItem(GDALMD_AREA_OR_POINT, kind);
+    if (!scene.acquired.empty())
+        output.SetMetadataItem(acquisitionItem, AcquisitionText(scene.acquired).c_str(), imageryDomain);
     for (const auto& [name, value] : metadata)
         output.SetMetadataItem(name.c_str(), value.c_str());
     const std::vector<GDALColorInterp> colours = ColoursOf(scene, rules.bands);
@@ -87,10 +97,11 @@ void DescribeOutput(const Scene& scene, const hostkit::PixelRect& part, const Ou
             target.SetMetadataItem(wavelengthItem, NumberText(*source.wavelength).c_str(), imageryDomain);
         target.SetColorInterpretation(colours[band]);
         if (rules.noData) target.SetNoDataValue(*rules.noData);
-        if (const auto& scale = scene.sampleOptions.scale) {
-            target.SetScale(scale->Step());
-            target.SetOffset(scale->Offset());
-        }
+        const auto& scale = scene.sampleOptions.scale;
+        if (!scale && !source.meaning) continue;
+        const SampleMeaning inFile = source.meaning.value_or(SampleMeaning());
+        target.SetScale(inFile.scale * (scale ? scale->Step() : 1.0));
+        target.SetOffset(scale ? inFile.scale * scale->Offset() + inFile.offset : inFile.offset);
     }
     if (rules.hasAlpha)
         output.GetRasterBand(static_cast<int>(rules.bands) + 1)->SetColorInterpretation(GCI_AlphaBand);

@@ -205,4 +205,31 @@ TEST(SharpenGrid, TheSameCornerForgetsThePositions) {
               static_cast<unsigned>(1003 + std::floor(step * (100.5 * msColumns / columns - 0.5) + 0.5)));
 }
 
+// Without positions: as if the images had those that put the centres of their first pixels together.
+TEST(SharpenGrid, FirstCentresCoincideWhereTheSizesAllowIt) {
+    const Folder folder;
+    const auto write = [&](bool isPlaced, int panColumns) {
+        SharpenRequest request = MakeRequest();
+        const auto value = [](int c, int r, int b) { return (c * 37 + r * 91 + b * 53) % 200 + 20; };
+        const auto place = [&](double size) {
+            return isPlaced ? Grid(size, 1000.0 - size / 2, 1000.0 + size / 2) : Transform();
+        };
+        request.pan.file = folder.Write("p.tif", {panColumns, 31, 1, GDT_Byte, place(15.0), ""}, value);
+        request.multispectral = {{folder.Write("m.tif", {21, 16, 2, GDT_Byte, place(30.0), ""}, value), {}}};
+        request.output = folder / "fused.tif";
+        request.overwrite = true;
+        return request;
+    };
+    const auto placed = Fused(write(true, 41));
+    SharpenRequest request = write(false, 41);
+    const auto cornered = Fused(request);
+    request.sameFirstCentre = true;
+    EXPECT_EQ(Fused(request), placed);
+    EXPECT_NE(cornered, placed);
+    request = write(false, 42);
+    const auto other = Fused(request);
+    request.sameFirstCentre = true;
+    EXPECT_EQ(Fused(request), other);
+}
+
 } // namespace

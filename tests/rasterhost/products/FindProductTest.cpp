@@ -1,5 +1,6 @@
 #include "rasterhost/products/FindProduct.h"
 
+#include "fundament/Text.h"
 #include "support/RasterFiles.h"
 #include "support/StatusText.h"
 
@@ -9,6 +10,7 @@
 
 namespace {
 
+using KOVA::Tessara::Fundament::FormatString;
 using rasterhost::InputBand;
 using rasterhost::Product;
 using testfiles::Folder;
@@ -38,12 +40,16 @@ std::string Describe(const Product& product) {
         return rasterhost::LastPart(band.file) + (band.band ? ":" + std::to_string(*band.band) : "");
     };
     std::string text = product.kind + ", " + last(product.pan);
-    for (const InputBand& band : product.bands)
+    for (const InputBand& band : product.bands) {
         text += " " + band.name + "=" + last(band);
+        if (band.meaning) text += FormatString("*%g%+g", band.meaning->scale, band.meaning->offset);
+    }
     for (const auto& [what, why] : product.leftOut)
         text += " -" + what;
     if (product.noData) text += " nodata " + std::to_string(static_cast<int>(*product.noData));
     if (product.bitDepth) text += " bits " + std::to_string(*product.bitDepth);
+    for (const double transfer : rasterhost::TransfersOf(product))
+        text += FormatString(" mtf %g", transfer);
     return text;
 }
 
@@ -192,6 +198,13 @@ const Case cases[] = {
       {"M.TIF", ""}},
      "",
      "Pléiades 1A, DIMAP 2, DIM_P.XML:1 blue=M.TIF:1 nir=M.TIF:2 nodata 0 bits 12"},
+    {"DIMAP with tiles that overlap",
+     {{"DIM_P.XML",
+       Dim("P", DimFiles(DimFile("P_R1C1.TIF") + DimFile("P_R1C2.TIF")), "<OVERLAP_COL>4</OVERLAP_COL>")},
+      {"P_R1C1.TIF", ""},
+      {"P_R1C2.TIF", ""}},
+     "",
+     "the tiles of 'DIM_P.XML' overlap"},
     {"DIMAP in two files of three bands",
      {{"DIM_P.XML", Dim("P", DimFiles(DimFile("P.TIF")))},
       {"P.TIF", ""},
@@ -217,7 +230,7 @@ const Case cases[] = {
       {"MUL/11JUL-M2AS-05_P001.TIF", ""}},
      "",
      "WorldView-2, 11JUL-P2AS-05_P001.TIL:1 blue=11JUL-M2AS-05_P001.TIF:1 green=11JUL-M2AS-05_P001.TIF:2 "
-     "nir2=11JUL-M2AS-05_P001.TIF:3 nodata 0 bits 11"},
+     "nir2=11JUL-M2AS-05_P001.TIF:3 nodata 0 bits 11 mtf 0.35 mtf 0.35 mtf 0.27"},
     {"DIMAP in two files of which nothing tells the bands",
      {{"DIM_M.XML", Dim("MS-FS", DimFiles(DimFile("A.TIF")) + DimFiles(DimFile("B.TIF")),
                         "<Raster_Index><BAND_ID>B3</BAND_ID><BAND_INDEX>2</BAND_INDEX></Raster_Index>")},
@@ -234,26 +247,26 @@ const Case cases[] = {
       {"a-S2AS-1.TIF", ""}},
      "",
      "WorldView-2, a-P2AS-1.TIF:1 blue=a-M2AS-1-S.TIF:1 green=a-M2AS-1-S.TIF:2 nir2=a-M2AS-1-S.TIF:3 "
-     "-a-S2AS-1.TIF nodata 0"},
+     "-a-S2AS-1.TIF nodata 0 mtf 0.35 mtf 0.35 mtf 0.27"},
     {"STAC 1.0, relative and remote, a picture of all",
      {{"scene.json",
        Stac(stacPan + R"(, "b4": {"href": "https://x.org/b4.tif", "eo:bands": [{"common_name": "red"}],
-        "raster:bands": [{"nodata": 0}]}, "look": {"href": "l.tif", "roles": ["visual"], "eo:bands": [{"common_name": "red"}]},
+        "raster:bands": [{"nodata": 0, "scale": 2e-05, "offset": -0.1}]}, "look": {"href": "l.tif", "roles": ["visual"], "eo:bands": [{"common_name": "red"}]},
         "lwir": {"href": "t.tif", "eo:bands": [{"common_name": "lwir11"}]}, "mtl": {"href": "x.txt"})")},
       {"p.tif", ""}},
      "",
-     "STAC item of landsat-9, p.tif:1 red=b4.tif:1 -asset 'look' -asset 'lwir' nodata 0"},
+     "STAC item of landsat-9, p.tif:1 red=b4.tif:1*2e-05-0.1 -asset 'look' -asset 'lwir' nodata 0"},
     {"STAC 1.1, bands in one file, beside another product",
      {{l8 + "B8.TIF", ""},
       {l8 + "B4.TIF", ""},
       {"i.json",
        Stac(
            R"("p": {"href": "p.tif", "nodata": 0, "raster:bits_per_sample": 12, "bands": [{"eo:common_name": "pan"}]},
-        "m": {"href": "m.tif", "bits_per_sample": 12, "bands": [{"eo:center_wavelength": 0.66, "nodata": 1}, {"name": "green"}, {"name": "x"}]})")},
+        "m": {"href": "m.tif", "bits_per_sample": 12, "raster:scale": 0.5, "bands": [{"eo:center_wavelength": 0.66, "nodata": 1}, {"name": "green"}, {"name": "x"}]})")},
       {"p.tif", ""},
       {"m.tif", ""}},
      "i.json",
-     "STAC item of landsat-9, p.tif:1 red=m.tif:1 green=m.tif:2 -asset 'm' bits 12"},
+     "STAC item of landsat-9, p.tif:1 red=m.tif:1*0.5+0 green=m.tif:2*0.5+0 -asset 'm' bits 12"},
     {"STAC without pan",
      {{"i.json", Stac(R"("m": {"href": "m.tif", "bands": [{"name": "red"}]})")}},
      "",

@@ -21,7 +21,8 @@ SceneRecord MakeRecord(const testfiles::Folder& folder) {
     record.pair.pan = {folder.Write("pan.tif", {4, 3, 1, GDT_Byte, {}, {}}, {}), {}};
     std::filesystem::create_directory(folder / "sub");
     record.pair.multispectral = {
-        {folder.Write("sub/ms.tif", {2, 2, 4, GDT_Byte, {}, {}}, {}), 3, "red", 0.655},
+        {folder.Write("sub/ms.tif", {2, 2, 4, GDT_Byte, {}, {}}, {}), 3, "red", 0.655,
+         rasterhost::SampleMeaning{2e-5, -0.1}},
         {"/vsizip/" +
              std::filesystem::relative(folder.Write("a.zip", {1, 1, 1, GDT_Byte, {}, {}}, {})).string() +
              "/b.tif",
@@ -33,7 +34,8 @@ SceneRecord MakeRecord(const testfiles::Folder& folder) {
     record.pair.scale = {-0.1, 6e5};
     record.pair.noData = -9999.0;
     record.pair.part = {0.1, 0.2, 0.3, 0.7};
-    record.pair.onlyIntersection = true;
+    record.pair.onlyIntersection = record.pair.sameFirstCentre = true;
+    record.pair.acquired = "2017-08-13";
     record.fusion.method = "Any";
     record.fusion.weights = {0.1, 2.0 / 3.0};
     record.fusion.infraredWeight = 0.0;
@@ -55,6 +57,7 @@ SceneRecord MakeRecord(const testfiles::Folder& folder) {
     detail.gains = {{1.0, 0.1}, {0.0, 0.7}};
     detail.lowPassMean = 1234.5678901234567;
     detail.blur.emplace().obstacle = "none";
+    detail.publishedTransfer = 0.35;
     detail.error = 1.5;
     detail.plainError = 2.5;
     imagery::ZeroCollar::Finder finder(4, 1);

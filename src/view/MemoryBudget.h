@@ -1,0 +1,28 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <memory>
+
+namespace view {
+
+/// Bytes that answers may take together. For any number of threads; shares may outlive it.
+class MemoryBudget {
+public:
+    explicit MemoryBudget(std::size_t mostBytes)
+        : left(std::make_shared<std::atomic<std::size_t>>(mostBytes)) {}
+
+    /// A share, given back when its last owner is gone. Null where so much is not left.
+    [[nodiscard]] std::shared_ptr<const void> Take(std::size_t bytes) {
+        std::size_t now = left->load();
+        do {
+            if (bytes > now) return nullptr;
+        } while (!left->compare_exchange_weak(now, now - bytes));
+        return {left.get(), [kept = left, bytes](const void*) { *kept += bytes; }};
+    }
+
+private:
+    const std::shared_ptr<std::atomic<std::size_t>> left;
+};
+
+} // namespace view
