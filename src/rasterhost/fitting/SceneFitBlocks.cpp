@@ -8,7 +8,7 @@ namespace rasterhost {
 
 namespace {
 
-constexpr double margin = 2.0; // multispectral pixels, as pan is read around a block
+constexpr double panMargin = 2.0; // multispectral pixels, as pan is read around a block
 
 } // namespace
 
@@ -29,14 +29,14 @@ hostkit::PixelRect SceneFitBlocks::GetArea() const { return FindAreaOnPan(scene)
 std::vector<hostkit::PixelRect> SceneFitBlocks::Choose(std::uint32_t blocks, std::uint32_t side) const {
     std::vector<hostkit::PixelRect> chosen = ChooseBlocks(scene, {blocks, side});
     for (std::size_t i = 0; i < chosen.size() && (i == 0 || ahead.IsUsed()) && ahead.HasRoom(); ++i)
-        AskForBlock(scene, chosen[i], margin, ahead, ++step);
+        AskForBlock(scene, chosen[i], panMargin, ahead, ++step);
     return chosen;
 }
 
 bool SceneFitBlocks::Read(const hostkit::PixelRect& rect, FitBlock& block, Status& status) {
     if (!CheckWanted(isWanted, status)) return false;
     if (ahead.IsUsed()) {
-        AskForBlock(scene, rect, margin, ahead, ++step);
+        AskForBlock(scene, rect, panMargin, ahead, ++step);
         ahead.Wait(step);
     }
     SurveyBlock sample;
