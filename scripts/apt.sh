@@ -25,6 +25,15 @@ apt_get() {
     return "$status"
 }
 
+# apt_indexes OPTIONS...: the lists of packages that apt has, as "apt-get indextargets" prints them. A slim image comes without: they
+# are fetched then.
+apt_indexes() {
+    local found
+    found=$(apt-get indextargets "$@")
+    [ -n "$found" ] || { apt_get update && found=$(apt-get indextargets "$@"); } || return
+    printf '%s\n' "$found"
+}
+
 # apt_download PACKAGE DIRECTORY: the package's file, not installed. The lists are fetched if it is in none.
 apt_download() {
     if ! apt-cache show "$1" >/dev/null 2>&1; then apt_get update || return; fi
