@@ -156,17 +156,17 @@ std::string ViewService::MakeTile(const Request& request) {
     if (request.zoom > coarsest)
         throw BadRequest("the scene has the zooms 0 to " + std::to_string(coarsest), 404);
     const unsigned level = coarsest - request.zoom;
-    constexpr std::uint32_t side = ViewedScene::tileSize;
+    constexpr std::uint32_t tileSide = ViewedScene::tileSize;
     const std::uint32_t columns = hostkit::CoarseCount(scene.GetColumns(), level),
                         rows = hostkit::CoarseCount(scene.GetRows(), level);
-    if (request.column > (columns - 1) / side || request.row > (rows - 1) / side)
+    if (request.column > (columns - 1) / tileSide || request.row > (rows - 1) / tileSide)
         throw BadRequest(FormatString("there is no such tile: at zoom %u there are columns 0 to %u and rows "
                                       "0 to %u",
-                                      request.zoom, (columns - 1) / side, (rows - 1) / side),
+                                      request.zoom, (columns - 1) / tileSide, (rows - 1) / tileSide),
                          404);
-    const PixelRect rect{request.column * side, request.row * side,
-                         std::min((request.column + 1) * side, columns),
-                         std::min((request.row + 1) * side, rows)};
+    const PixelRect rect{request.column * tileSide, request.row * tileSide,
+                         std::min((request.column + 1) * tileSide, columns),
+                         std::min((request.row + 1) * tileSide, rows)};
     Look look = request.look;
     if (request.format != TileFormat::Raw) look.bands = ShownBands(scene, look);
     const Pixels pixels = scene.Read(look, level, rect);
