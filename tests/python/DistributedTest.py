@@ -3,6 +3,7 @@
 import json
 import os
 import resource
+import shutil
 import signal
 import socket
 import subprocess
@@ -17,7 +18,7 @@ distributed = pytest.importorskip("distributed")
 gdal = pytest.importorskip("osgeo.gdal")
 import dask  # noqa: E402
 import pansharp.distributed as many  # noqa: E402
-from pansharp.distributed import _run  # noqa: E402
+from pansharp.distributed import _parts, _run  # noqa: E402
 
 gdal.UseExceptions()
 ROWS, COLUMNS, COUNT = 600, 800, 12  # parts of 256 x 256 pixels
@@ -65,12 +66,16 @@ def test_the_mosaic_is_what_one_run_writes_and_what_is_there_is_kept(scene, clie
     assert run() == 0
     if options:
         return
+    for name, overwrite in ("single.tif", False), ("pan.tif", True), ("job/mosaic.vrt", True), ("none/a.tif", True), ("/vsimem/a.tif", True):
+        with pytest.raises(pansharp.OutputError):
+            many.sharpen(client, scene, out="job", part=256, single=name, overwrite=overwrite)
     os.truncate("job/parts/r0000256c0000256.tif", 3000)
     os.unlink("job/parts/r0000512c0000768.tif")
     assert run() == 2 and facts("job/mosaic.vrt") == facts("whole.tif")
     assert run(co={"COMPRESS": "DEFLATE"}) == COUNT
+    before = _parts.fingerprint(scene, ())
     os.utime("ms.tif")
-    assert run(co=["COMPRESS=DEFLATE"]) == COUNT and facts("job/mosaic.vrt") == facts("whole.tif")
+    assert _parts.fingerprint(scene, ()) != before and facts("job/mosaic.vrt") == facts("whole.tif")
 
 
 def test_what_can_be_made_is_made_and_the_rest_is_named(scene, client):
@@ -161,23 +166,29 @@ def test_a_batch_makes_what_the_command_makes_and_each_skips_what_the_other_has_
     entries = [{"pan": "pan.tif", "ms": ["ms.tif"], "output": "large.tif", "options": {"co": ["COMPRESS=DEFLATE"]}},
                {"description": scene, "output": "sub/small.tif"}, {"pan": "none.tif", "ms": ["ms.tif"]}, {"pan": 3}]
     (tmp_path / "list.jsonl").write_text("\n".join(map(json.dumps, entries)))
-    tasks, parts = (many.batch(client, "list.jsonl", out, parts_above=above, limits=many.Limits(attempts=2)).results
-                    for out, above in (("tasks", None), ("parts", 0.1)))
+    os.mkdir("parts")
+    shutil.copy("pan.tif", "parts/large.tif")
+    tasks, kept, parts, there = (
+        many.batch(client, "list.jsonl", out, parts_above=above, overwrite=overwrite, limits=many.Limits(attempts=1 + overwrite)).results
+        for out, above, overwrite in (("tasks", None, True), ("parts", 0.1, False), ("parts", 0.1, True), ("parts", 0.1, False)))
     command = [os.environ["PANSHARP_COMMAND"], "batch", "list.jsonl", "--quiet", "--out"]
     made, again = ([json.loads(line) for line in subprocess.run([*command, out], stdout=subprocess.PIPE).stdout.splitlines()]
                    for out in ("alone", "tasks"))
+    assert json.loads(subprocess.run([*command, "parts"], stdout=subprocess.PIPE).stdout.splitlines()[0])["status"] == "skipped"
     own = "seconds", "worker", "report"
     for line, expected in zip(tasks, made):
         assert {key: value for key, value in line.items() if key not in own} == {key: value for key, value in expected.items() if key not in own}
-    assert [[line["status"] for line in lines] for lines in (made, again, parts)] == [
-        ["done", "done", "failed", "failed"], ["skipped", "skipped", "failed", "failed"], ["done", "done", "failed", "failed"]]
+    assert [[line["status"] for line in lines] for lines in (made, again, kept, parts, there)] == [
+        [*two, "failed", "failed"] for two in (("done", "done"), ("skipped", "skipped"), ("failed", "done"), ("done", "skipped"), ("skipped", "skipped"))]
     assert [line["status"] for line in many.batch(client, "list.jsonl", "alone").results] == ["skipped", "skipped", "failed", "failed"]
     for file in "large.tif", "sub/small.tif":
         assert facts(f"tasks/{file}") == facts(f"alone/{file}") == facts(f"parts/{file}")
     late = many.batch(client, "list.jsonl", "late", time_limit=1e-9).results
     assert "time limit" in late[0]["errors"][0]["message"] and not os.path.exists("late/large.tif")
     turned = {"pan": "pan.tif", "ms": ["ms.tif,band=3", "ms.tif,band=2", "ms.tif,band=1"], "output": "turned.tif"}
-    (tmp_path / "two.jsonl").write_text("\n".join(map(json.dumps, (entries[0], turned))))
-    first, other = (line["report"] for line in many.batch(client, ["two.jsonl"], "shared", share=True).results)
+    (tmp_path / "two.jsonl").write_text("\n".join(map(json.dumps, (entries[3], entries[0], turned))))
+    made, again = ([line["status"] for line in many.batch(client, ["two.jsonl"], "shared", share=True).results] for _ in range(2))
+    assert made == ["failed", "done", "done"] and again == ["failed", "skipped", "skipped"]
+    first, other = (json.loads(line)["report"] for line in open("shared/batch.jsonl") if '"done"' in line)
     assert first["gains"] == other["gains"] and len(set(map(tuple, first["gains"]))) > 1
     assert (tmp_path / "tasks/summary.csv").read_text().count("\n") == 5

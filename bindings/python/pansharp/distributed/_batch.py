@@ -6,8 +6,11 @@ import csv
 import io
 import json
 import os
+import pathlib
+import re
 import time
-from collections.abc import Callable, Mapping, Sequence
+from collections.abc import Callable, Iterator, Mapping, Sequence
+from contextlib import contextmanager
 from dataclasses import dataclass, field
 from typing import Any
 
@@ -15,10 +18,14 @@ import distributed
 import pansharp
 
 from .. import _arrays, _options
-from . import _parts, _run, _scene, _store
+from . import _mosaic, _parts, _run, _scene, _store
 
 Entry = Any
 _RESULTS, _SHARED = "batch.jsonl", "shared.json"
+_FITTED = "command", "ok", "method", "weights", "infrared_weight", "modulation_transfer", "gains"
+_LONGEST = 1 << 20  # bytes of a line that is read
+_AT_ONCE = 1e-9  # seconds
+_NOT_IN_PARTS = {"--mo", "--srcwin", "--byte", "--preview", "--preview-at"}
 _COLUMNS = "status", "output", "seconds", "megapixels", "line", "worker", "error"
 
 
@@ -72,14 +79,14 @@ def _done_before(file: str) -> dict[str, str]:
     """Lines that say that an output is done, by output; the last one holds."""
     done: dict[str, str] = {}
     try:
-        with open(file, encoding="utf-8", errors="replace") as lines:
+        with open(file, "rb") as lines:
             for line in lines:
                 try:
-                    result = json.loads(line)
+                    result = json.loads(line) if len(line) <= _LONGEST and line.endswith(b"\n") else None
                 except ValueError:
                     continue  # of a run that was killed
-                if isinstance(result, dict) and result.get("status") == "done" and isinstance(result.get("output"), str):
-                    done[result["output"]] = line.strip()
+                if isinstance(result, dict) and result.get("status") == "done" and result.get("output") and isinstance(result["output"], str):
+                    done[result["output"]] = line.decode().strip()
     except FileNotFoundError:
         pass
     return done
@@ -126,8 +133,9 @@ def batch(client: distributed.Client | Callable[[], distributed.Client], scenes:
 
     scenes: a list in a file that ends in .jsonl, a product, a .pansharp file, or several of these.
     time_limit: seconds that a scene may take; 0 for any.
-    share: what is fitted to the first scene, its weights or blur and gains, is taken for all others.
-    parts_above: scenes of more megapixels than that are fused in parts, one after the other, which all workers share. None: none.
+    share: what is fitted to the first scene that is made, its weights or blur and gains, is taken for all after it.
+    parts_above: pairs of more megapixels than that are fused in parts, one after the other, which all workers share. None: none.
+        Products, descriptions, formats other than GTiff and COG, and scenes with mo, srcwin, byte or preview are a task all the same.
     options: those of `pansharp.sharpen` that hold for all scenes.
     """
     start = time.monotonic()
@@ -150,11 +158,14 @@ def batch(client: distributed.Client | Callable[[], distributed.Client], scenes:
     work = _Work(folder, time_limit, done, book, limits, tell)
     try:
         left = list(enumerate(entries))
-        if share and left:
-            work.run(cluster(), left[:1])
-            entries = _sharing(folder, entries, book.lines[0])
-            left = list(enumerate(entries))[1:]
-        large = [(number, entry) for number, entry in left if parts_above is not None and _megapixels(entry) > parts_above]
+        while share and left:
+            (number, _), *left = left
+            work.run(cluster(), [(number, entries[number])])
+            if "report" in book.lines[number]:
+                left = _sharing(folder, left, book.lines[number]["report"])
+                break
+        large = [(number, entry) for number, entry in left
+                 if parts_above is not None and _form(entry) and _megapixels(entry) > parts_above]
         work.run(cluster(), [one for one in left if one not in large])
         for number, entry in large:
             work.run_in_parts(cluster(), number, entry)
@@ -191,45 +202,86 @@ class _Work:
             runner.close()
 
     def run_in_parts(self, client: distributed.Client, number: int, entry: Entry) -> None:
+        start = time.monotonic()
+        try:
+            line = self._made_in_parts(client, entry)
+        except (pansharp.Error, OSError, ValueError, TypeError) as error:
+            line = _line(entry, str(error), pansharp.__version__)
+        self.book.add(number, line if line["status"] == "skipped" else {**line, "seconds": time.monotonic() - start})
+
+    def _made_in_parts(self, client: distributed.Client, entry: Entry) -> dict[str, Any]:
         """Described in a folder of its own, fused there in parts, and copied into its output."""
         list_, line, files, output, options, fault = entry
-        own = f"{output}.parts"
+        began: list[float] = []
+        # A run that is given up at once tells whether there is anything to do, and the scene's fingerprint.
+        tried = self._engine(entry, _AT_ONCE, self.done.get(output, ""), lambda done, _: began.append(done))
+        if not began:
+            return tried
+        file, own = os.path.join(self.folder, output), f"{output}.parts"
+        overwrite = "--overwrite" in options or output in self.done
+        os.makedirs(os.path.dirname(file), exist_ok=True)
+        _mosaic.check_single(file, overwrite, map(_file_of, files))
         described = os.path.join(own, "scene.pansharp")
-        writing = {key: options[key] for key in ("--co", "--of") if key in options}
         kept = {key: value for key, value in options.items() if key not in ("--co", "--of")}
-        start = time.monotonic()
-        result = make_scene((list_, line, files, described, {**kept, "--overwrite": []}, fault), os.getcwd(), self.folder, self.time_limit, "",
-                            pansharp.__version__)["line"]
+        result = self._engine((list_, line, files, described, {**kept, "--overwrite": []}, fault), self.time_limit, "", None)
         if result["status"] == "done":
-            try:
-                made = _scene.sharpen(client, os.path.join(self.folder, described), out=os.path.join(self.folder, own),
-                                      co=writing.get("--co"), single=os.path.join(self.folder, output),
-                                      single_format=writing.get("--of", ["GTiff"])[-1], single_co=writing.get("--co"), limits=self.limits)
-                errors = [f"{name}: {failure['text']}" for name, failure in made.failed.items()]
-            except (pansharp.Error, OSError, ValueError, TypeError) as error:
-                errors = [str(error)]
-            if errors:
-                result = {**_line(entry, "; ".join(errors), pansharp.__version__), "warnings": result["warnings"]}
-        self.book.add(number, {**result, "output": output, "seconds": time.monotonic() - start})
+            form, co = str(_form(entry)), options.get("--co")
+            made = _scene.sharpen(client, os.path.join(self.folder, described), out=os.path.join(self.folder, own), single=file,
+                                  co=co if form == "GTiff" else None, single_format=form, single_co=co, overwrite=overwrite, check=False,
+                                  limits=self.limits, tell=lambda event, **facts: event == "warning" and self.tell(event, **facts))
+            if made.failed:
+                errors = "; ".join(f"{name}: {failure['text']}" for name, failure in made.failed.items())
+                result = {**_line(entry, errors, pansharp.__version__), "warnings": result["warnings"]}
+        return {**result, "output": output, "fingerprint": tried["fingerprint"]}
+
+    def _engine(self, entry: Entry, time_limit: float, done: str, progress: Callable[[float, float], object] | None) -> dict[str, Any]:
+        with _own_plugin():
+            line: dict[str, Any] = json.loads(_options.engine().batch_scene(entry, self.folder, time_limit, done, progress))
+        return line
+
+
+@contextmanager
+def _own_plugin() -> Iterator[None]:
+    """The package's plug-in is taken where the environment names none."""
+    is_named = "PANSHARP_PLUGIN" in os.environ
+    os.environ.setdefault("PANSHARP_PLUGIN", _arrays.plugin_path())
+    try:
+        yield
+    finally:
+        if not is_named:
+            del os.environ["PANSHARP_PLUGIN"]
+
+
+def _file_of(name: str) -> str:
+    """Without the band."""
+    return re.sub(r",band=\d+$", "", name)
 
 
 def _megapixels(entry: Entry) -> float:
     """Of the file that pan is; 0 where that is not one that can be opened."""
-    size = _store.size_of(entry[2][0]) if len(entry[2]) > 1 else None
+    size = _store.size_of(_file_of(entry[2][0])) if len(entry[2]) > 1 else None
     return size[0] * size[1] / 1e6 if size else 0.0
 
 
-def _sharing(folder: str, entries: Sequence[Entry], first: Mapping[str, Any]) -> list[Entry]:
-    """All others take what was fitted to the first."""
-    if "report" not in first:
-        raise pansharp.Error("nothing can be shared: the first scene was not made; it says why")
-    shared = os.path.join(folder, _SHARED)
-    _store.write_text(shared, json.dumps(first["report"]) + "\n")
+def _form(entry: Entry) -> str | None:
+    """GTiff or COG, which parts can be copied into; None for other formats, and for what parts do not do."""
+    output, options = entry[3:5]
+    is_tiff = os.path.splitext(output)[1].lower() in ("", ".tif", ".tiff")
+    name = options.get("--of", ["GTiff" if is_tiff else ""])[-1]
+    return None if _NOT_IN_PARTS & set(options) else {"gtiff": "GTiff", "cog": "COG"}.get(name.lower())
+
+
+def _sharing(folder: str, scenes: Sequence[tuple[int, Entry]], report: Mapping[str, Any]) -> list[tuple[int, Entry]]:
+    """The scenes take what was fitted, by a file that stays as it is where that does: its time is looked at when scenes are skipped."""
+    shared = pathlib.Path(folder, _SHARED)
+    text = json.dumps({key: report.get(key) for key in _FITTED}) + "\n"
+    if not shared.exists() or shared.read_text(encoding="utf-8") != text:
+        _store.write_text(str(shared), text)
 
     def takes(entry: Entry) -> bool:
         is_described = bool(entry[2]) and entry[2][0].lower().endswith(".pansharp")
         return not is_described and not {"--weights", "--weights-from", "--mtf", "--gains"} & set(entry[4])
-    return [entries[0]] + [(*entry[:4], {**entry[4], "--weights-from": [shared]}, entry[5]) if takes(entry) else entry for entry in entries[1:]]
+    return [(number, (*entry[:4], {**entry[4], "--weights-from": [str(shared)]}, entry[5]) if takes(entry) else entry) for number, entry in scenes]
 
 
 def _table(results: Sequence[Mapping[str, Any]]) -> str:

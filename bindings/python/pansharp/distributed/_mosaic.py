@@ -4,10 +4,11 @@ from __future__ import annotations
 
 import copy
 import os
-from collections.abc import Callable, Mapping, Sequence
-from typing import Any
+from collections.abc import Callable, Iterable, Mapping, Sequence
+from typing import Any, NoReturn
 from xml.etree import ElementTree
 
+import pansharp
 from osgeo import gdal
 
 from . import _parts, _store
@@ -18,7 +19,7 @@ gdal.UseExceptions()
 def block_of(file: str) -> tuple[int, int] | None:
     """Columns and rows of a file's blocks."""
     try:
-        columns, rows = gdal.Open(file).GetRasterBand(1).GetBlockSize()
+        columns, rows = gdal.Open(_store.gdal_name(file)).GetRasterBand(1).GetBlockSize()
         return columns, rows
     except RuntimeError:
         return None
@@ -120,21 +121,39 @@ def vrt(out: str, shape: tuple[int, int], made: Mapping[_parts.Part, bool], is_c
     return name
 
 
-def single(mosaic: str, file: str, form: str, co: Sequence[str], progress: Callable[[float], Any]) -> None:
-    """Copies the mosaic into one file of that format, which appears when it is complete. Raises OSError."""
-    folder, name = os.path.split(file)
-    beside = os.path.join(folder, f".{os.getpid()}.{name}")
+def check_single(file: str, overwrite: bool, others: Iterable[str]) -> None:
+    """Refuses a file that may not be written: one of the others, or one that is there. Raises pansharp.OutputError."""
+    def refuse(why: str) -> NoReturn:
+        raise pansharp.OutputError(f"the output '{file}' {why}")
+    if _store.is_remote(file):
+        refuse("is not in the file system; write it there and copy it")
+    target = os.path.realpath(file)
+    if not os.path.isdir(os.path.dirname(target)):
+        refuse("has no folder; make that first")
+    if os.path.isdir(target):
+        refuse("is a folder; name a file in it")
+    if any(_store.is_same(target, other) for other in others):
+        refuse("is a file that the mosaic is made from; choose another name")
+    if os.path.lexists(target) and not os.path.isfile(target):
+        refuse("is a device, not a file that can be replaced; choose another name")
+    if os.path.exists(target) and not overwrite:
+        refuse("exists; choose another name, or allow it to be overwritten (--overwrite)")
+
+
+def single(mosaic: str, file: str, form: str, co: Sequence[str], overwrite: bool, progress: Callable[[float], Any]) -> None:
+    """Copies the mosaic into one file of that format, which appears when it is complete. Raises OSError, or pansharp.OutputError."""
     options = list(co)
     if form == "GTiff":
         keys = {option.split("=")[0].upper() for option in options}
         options += [option for option in ("TILED=YES", "BIGTIFF=IF_SAFER") if option.split("=")[0] not in keys]
+    internal = gdal.GetConfigOption("GDAL_TIFF_INTERNAL_MASK")
     gdal.SetConfigOption("GDAL_TIFF_INTERNAL_MASK", "YES")
     try:
-        gdal.Translate(beside, mosaic, format=form, creationOptions=options, callback=lambda done, *_: progress(done) or 1)
-        os.replace(beside, file)
+        with _store.beside(os.path.realpath(file)) as new:
+            gdal.Translate(new, mosaic, format=form, creationOptions=options, callback=lambda done, *_: progress(done) or 1)
+            check_single(file, overwrite, ())  # it may have come meanwhile
+            os.replace(new, os.path.realpath(file))
     except (RuntimeError, OSError) as error:
         raise OSError(f"'{file}' cannot be written: {error}") from error
     finally:
-        for left in beside, beside + ".msk", beside + ".aux.xml":
-            if os.path.exists(left):
-                os.unlink(left)
+        gdal.SetConfigOption("GDAL_TIFF_INTERNAL_MASK", internal)

@@ -71,6 +71,13 @@ def _inputs(description: Mapping[str, Any], folder: str) -> Iterator[str]:
         yield os.path.join(folder, given["path"]) if given["relative"] else given["path"]
 
 
+def files_of(scene: str) -> list[str]:
+    """The description, its inputs, and what GDAL reads for these."""
+    with open(scene, encoding="utf-8") as file:
+        inputs = list(_inputs(json.load(file), os.path.dirname(scene)))
+    return [scene, *inputs, *(name for one in inputs for name in _store.files_of(one))]
+
+
 def fingerprint(scene: str, co: Sequence[str]) -> str:
     """What the parts of a scene depend on: description, the time and size of its inputs, creation options, version.
 

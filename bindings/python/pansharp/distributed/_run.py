@@ -3,9 +3,12 @@
 from __future__ import annotations
 
 import concurrent.futures
+import contextlib
 import queue
+import signal
+import threading
 import time
-from collections.abc import Callable, Hashable, Iterable
+from collections.abc import Callable, Hashable, Iterable, Iterator
 from dataclasses import dataclass, field
 from typing import Any
 
@@ -40,6 +43,29 @@ QUARANTINE = "it ended the worker that it ran on, again and again, the last time
 _IDLE = 1.0  # seconds after which workers and scheduler are looked at
 
 
+@contextlib.contextmanager
+def _noting_interrupts() -> Iterator[Callable[[], None]]:
+    """Gives what raises KeyboardInterrupt after Ctrl-C. Raised in a callback of Dask, it may be lost. The second Ctrl-C is raised at once."""
+    noted: list[int] = []
+
+    def note(number: int, _: Any) -> None:
+        if noted:
+            raise KeyboardInterrupt
+        noted.append(number)
+
+    def check() -> None:
+        if noted:
+            raise KeyboardInterrupt
+    takes = threading.current_thread() is threading.main_thread() and signal.getsignal(signal.SIGINT) is signal.default_int_handler
+    if takes:
+        signal.signal(signal.SIGINT, note)
+    try:
+        yield check
+    finally:
+        if takes:
+            signal.signal(signal.SIGINT, signal.default_int_handler)
+
+
 class Runner:
     """One client, or the next one to the same scheduler when that has been away."""
 
@@ -47,6 +73,8 @@ class Runner:
         self._client = client
         self._limits = limits
         self._own: distributed.Client | None = None
+        self._wanted, self._counted = 16, -_IDLE
+        self._check: Callable[[], None] = lambda: None
 
     def close(self) -> None:
         if self._own is not None:
@@ -55,9 +83,13 @@ class Runner:
     def run(self, tasks: Iterable[Task], done: Callable[[Task, dict[str, Any]], object],
             retried: Callable[[Task, str], object]) -> None:
         """Calls `done` once for each task with what it returned, or with {"error": …}, and `retried` for what is tried again."""
-        waiting, suspects = list(tasks), []
+        with _noting_interrupts() as self._check:
+            self._run(list(tasks), done, retried)
+
+    def _run(self, waiting: list[Task], done: Callable[[Task, dict[str, Any]], object], retried: Callable[[Task, str], object]) -> None:
+        suspects: list[Task] = []
         while waiting:
-            waiting, killed, is_lost = self._round(waiting, done, retried, self._most())
+            waiting, killed, is_lost = self._round(waiting, done, retried)
             suspects += killed
             if is_lost and not self._reach():
                 for task in waiting + suspects:
@@ -65,7 +97,7 @@ class Runner:
                 return
         # A worker takes with it what it has not begun. What ends one alone is to blame.
         while suspects:
-            again, killed, is_lost = self._round(suspects[:1], done, retried, 1)
+            again, killed, is_lost = self._round(suspects[:1], done, retried)
             if is_lost and not self._reach():
                 again, killed = [], suspects[:1]
             suspects[:1] = again
@@ -73,17 +105,19 @@ class Runner:
                 done(task, _failed("quarantine", QUARANTINE))
 
     def _most(self) -> int:
-        """Tasks that the scheduler has at a time: enough to keep workers busy."""
-        try:
-            return max(16, 3 * sum(self._client.nthreads().values()))
-        except (OSError, TypeError):
-            return 16
+        """Tasks that the scheduler has at a time: enough to keep workers busy. More workers may come at any time; they are counted again."""
+        if time.monotonic() - self._counted >= _IDLE:
+            with contextlib.suppress(OSError, TypeError):
+                self._wanted = max(16, 3 * sum(self._client.nthreads().values()))
+            self._counted = time.monotonic()
+        return self._wanted
 
     def _reach(self) -> bool:
         """A client whose scheduler has workers; False when there is none for so long."""
         end = time.monotonic() + self._limits.patience
         address = self._client.scheduler.address if self._client.scheduler else None
         while time.monotonic() < end:
+            self._check()
             if self._client.status == "running":
                 try:
                     if self._client.nthreads():
@@ -100,8 +134,8 @@ class Runner:
             time.sleep(_IDLE / 2)
         return False
 
-    def _round(self, tasks: list[Task], done: Callable[[Task, dict[str, Any]], object], retried: Callable[[Task, str], object],
-               most: int) -> tuple[list[Task], list[Task], bool]:
+    def _round(self, tasks: list[Task], done: Callable[[Task, dict[str, Any]], object], retried: Callable[[Task, str], object]
+               ) -> tuple[list[Task], list[Task], bool]:
         """Tries each task once: those to try again, those that ended their worker, and whether the scheduler has gone."""
         ended: queue.Queue[tuple[Task, distributed.Future]] = queue.Queue()
         again: list[Task] = []
@@ -110,11 +144,9 @@ class Runner:
         left = iter(tasks)
         idle_since = None
         try:
-            for task in left:
-                self._submit(task, running, ended)
-                if len(running) >= most:
-                    break
+            self._fill(left, running, ended)
             while running:
+                self._check()
                 try:
                     task, future = ended.get(timeout=_IDLE)
                 except queue.Empty:
@@ -122,6 +154,8 @@ class Runner:
                     idle_since = (idle_since or time.monotonic()) if self._has_gone() else None
                     if idle_since is not None and time.monotonic() - idle_since > self._limits.patience:
                         return again + [task for task in tasks if task.key in running] + list(left), killed, True
+                    if idle_since is None:
+                        self._fill(left, running, ended)
                     continue
                 idle_since = None
                 if running.get(task.key) is not future:
@@ -130,9 +164,7 @@ class Runner:
                 if future.status == "cancelled":  # the scheduler has gone, and has taken all that was there
                     return again + [task, *(task for task in tasks if task.key in running)] + list(left), killed, True
                 self._take(task, future, again, killed, done, retried)
-                for task in left:
-                    self._submit(task, running, ended)
-                    break
+                self._fill(left, running, ended)
         except (KeyboardInterrupt, SystemExit):
             self._client.cancel(list(running.values()))
             raise
@@ -156,6 +188,13 @@ class Runner:
         except (OSError, TypeError):
             return True
 
+    def _fill(self, left: Iterator[Task], running: dict[Hashable, distributed.Future], ended: queue.Queue[Any]) -> None:
+        while len(running) < self._most():
+            task = next(left, None)
+            if task is None:
+                return
+            self._submit(task, running, ended)
+
     def _submit(self, task: Task, running: dict[Hashable, distributed.Future], ended: queue.Queue[Any]) -> None:
         task.attempts += 1
         task.allowed = set(self._client.nthreads()) - task.refused_by if task.refused_by else set()
@@ -176,7 +215,7 @@ class Runner:
             task.attempts -= 1
             again.append(task)
             return
-        except Exception as raised:  # of Dask itself, or of what the task is sent by
+        except Exception as raised:  # by Dask itself, or while the task was sent
             result = _failed("other", f"{type(raised).__name__}: {raised}")
         error = result["error"]
         if error and error["kind"] == "output" and result.get("worker"):

@@ -90,10 +90,15 @@ def _size_of_parts(part: int | tuple[int, int] | None, columns: int, pan: str) -
     return across, max(side * side // across // _parts.BLOCK, 1) * _parts.BLOCK
 
 
+def _files_in(out: str, parts: Sequence[Part]) -> Iterator[str]:
+    for name in "mosaic.vrt", "report.json", *(f"parts/{part.name}" for part in parts):
+        yield _store.join(out, name)
+
+
 def sharpen(client: distributed.Client | Callable[[], distributed.Client], pan: Files, ms: Files = None, out: str | os.PathLike[str] = "", *,
             part: int | tuple[int, int] | None = None, co: Mapping[str, Any] | Sequence[str] | None = None,
             single: str | os.PathLike[str] | None = None, single_format: str = "GTiff", single_co: Mapping[str, Any] | Sequence[str] | None = None,
-            check: bool = True, limits: _run.Limits = _run.Limits(), tell: Tell = lambda event, **facts: None, **options: Any) -> Outcome:
+            overwrite: bool = False, check: bool = True, limits: _run.Limits = _run.Limits(), tell: Tell = lambda event, **facts: None, **options: Any) -> Outcome:
     """Fuses a scene in parts on the workers of a client: OUT/parts/*.tif, and OUT/mosaic.vrt over them, which has the bytes of one run.
 
     What is there already from the same description, inputs, options and version is kept. What fails is named in the outcome, and the
@@ -104,17 +109,19 @@ def sharpen(client: distributed.Client | Callable[[], distributed.Client], pan: 
     out: a folder, or, for a description, object storage by a name that GDAL writes to, such as /vsis3/bucket/scene.
     part: pixels across and down a part, or (columns, rows), multiples of 256. None: 4096, or whole rows where pan lies in strips.
     co: creation options of the parts, GeoTIFFs.
-    single: a file to copy the mosaic into, of `single_format`, GTiff or COG, with `single_co`.
+    single: a file to copy the mosaic into, of `single_format`, GTiff or COG, with `single_co`. One that exists is replaced with `overwrite` only.
     check: compare all bytes of the inputs with what the description says before, and warn, as the command does.
     tell: called with events, as `Seen` is.
 
-    Raises pansharp.Error for a scene that cannot be opened, ValueError and TypeError for wrong arguments.
+    Raises pansharp.Error for a scene that cannot be opened and a single file that cannot be written, ValueError and TypeError for wrong arguments.
     """
     start = time.monotonic()
     out = os.fspath(out)
     if not out:
         raise TypeError("no folder is named; give out, where parts and mosaic go")
     out = out if _store.is_remote(out) else os.path.abspath(out)
+    if single is not None:
+        _mosaic.check_single(os.fspath(single), overwrite, ())
     for folder in out, _store.join(out, "parts"):
         _store.make_folder(folder)
     scene = _described(pan, ms, out, options, tell)
@@ -123,6 +130,8 @@ def sharpen(client: distributed.Client | Callable[[], distributed.Client], pan: 
         shape = opened.shape
     size = _size_of_parts(part, shape[1], _parts.pan_of(scene))
     parts = _parts.cut(*shape, size)
+    if single is not None:
+        _mosaic.check_single(os.fspath(single), overwrite, [*_parts.files_of(scene), *_files_in(out, parts)])
     print_ = _parts.fingerprint(scene, options_of_parts)
     outcome = Outcome(scene, count=len(parts))
     folder = _store.join(out, "parts")
@@ -140,7 +149,7 @@ def sharpen(client: distributed.Client | Callable[[], distributed.Client], pan: 
         _remove_others(folder, parts)
     if single is not None and outcome.ok:
         outcome.single = os.path.abspath(single)
-        _mosaic.single(str(outcome.mosaic), outcome.single, single_format, _listed(single_co), lambda done: tell("copied", done=done))
+        _mosaic.single(str(outcome.mosaic), outcome.single, single_format, _listed(single_co), overwrite, lambda done: tell("copied", done=done))
     outcome.seconds = time.monotonic() - start
     _store.write_text(_store.join(out, "report.json"), json.dumps(
         {"ok": outcome.ok, "scene": scene, "version": pansharp.__version__, "columns": shape[1], "rows": shape[0], "parts": len(parts),
