@@ -15,7 +15,7 @@ namespace {
 
 /// What an asset's address is to GDAL; empty for one that is not taken.
 std::string PathOfAddress(const ProductFiles& files, const std::string& item, const std::string& address) {
-    if (const std::string name = NameForGdal(address); name != address) return name;
+    if (std::string name = NameForGdal(address); name != address) return name;
     if (address.find("://") != std::string::npos || StartsWith(address, "/vsi", true)) return {};
     if (const auto beside = files.FindBeside(item, address)) return files.PathOf(*beside);
     if (files.IsOfArchive() || address.empty()) return {};
