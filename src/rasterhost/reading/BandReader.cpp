@@ -2,6 +2,7 @@
 
 #include "fundament/Text.h"
 #include "imagery/NoDataValue.h"
+#include "rasterhost/reading/FileState.h"
 #include "rasterhost/reading/NetworkFile.h"
 #include "rasterhost/requests/GdalErrors.h"
 
@@ -22,7 +23,9 @@ bool FailToRead(const PixelRect& rect, const char* what, const SourceBand& sourc
                 const GdalErrors& errors, Status& status) {
     std::string bytes;
     const bool isRemote = IsOnNetwork(source.file);
-    if (const auto ranges = isRemote ? FindByteRanges(band, rect) : std::vector<ByteRange>(); !ranges.empty())
+    if (const auto ranges =
+            isRemote ? FindByteRanges(band, rect, LookAt(source.file).bytes) : std::vector<ByteRange>();
+        !ranges.empty())
         bytes = FormatString(" (bytes %llu to %llu)", static_cast<unsigned long long>(ranges.front().first),
                              static_cast<unsigned long long>(ranges.back().second - 1));
     return Fail(status, HostStatus::InputNotRead, "rows %u to %u of %s'%s'%s cannot be read; %s%s", rect.row0,

@@ -10,7 +10,8 @@ FileState LookAt(const std::string& name) {
         0)
         return {};
     const bool isFile = VSI_ISREG(state.st_mode) != 0;
-    return {true, VSI_ISDIR(state.st_mode) != 0, isFile, isFile && state.st_size == 0};
+    const std::uint64_t bytes = isFile ? static_cast<std::uint64_t>(state.st_size) : 0;
+    return {true, VSI_ISDIR(state.st_mode) != 0, isFile, isFile && bytes == 0, bytes};
 }
 
 } // namespace rasterhost

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace rasterhost {
@@ -10,6 +11,7 @@ struct FileState {
     bool isFolder = false;
     bool isFile = false; ///< a regular one
     bool isEmpty = false;
+    std::uint64_t bytes = 0; ///< of a regular one
 };
 
 [[nodiscard]] FileState LookAt(const std::string& name);

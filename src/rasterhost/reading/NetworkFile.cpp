@@ -9,6 +9,7 @@
 #include <gdal_priv.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cstdlib>
 #include <functional>
@@ -46,7 +47,11 @@ GDALDataset* OpenRaster(const std::string& name, bool reportsErrors) {
     CPLStringList beside; // one that names the file alone leaves nothing to ask for
     if (IsOnNetwork(name) && isTiff && !LookAt(name + ".msk").exists && !LookAt(name + ".aux.xml").exists)
         beside.AddString(name.substr(name.rfind('/') + 1).c_str());
-    return GDALDataset::FromHandle(GDALOpenEx(name.c_str(), flags, nullptr, nullptr, beside.List()));
+    GDALDatasetUniquePtr dataset(GDALDataset::Open(name.c_str(), flags, nullptr, nullptr, beside.List()));
+    std::array<double, 6> transform{};
+    if (dataset && !beside.empty() && dataset->GetGeoTransform(transform.data()) != CE_None)
+        dataset.reset(GDALDataset::Open(name.c_str(), flags)); // a world file may tell where it lies
+    return dataset.release();
 }
 
 void TouchFiles(const std::vector<std::string>& names) {
@@ -89,7 +94,8 @@ std::uint64_t BlockNumber(GDALRasterBand& band, const char* what, int column, in
 
 } // namespace
 
-std::vector<ByteRange> FindByteRanges(GDALRasterBand& band, const hostkit::PixelRect& rect) {
+std::vector<ByteRange> FindByteRanges(GDALRasterBand& band, const hostkit::PixelRect& rect,
+                                      std::uint64_t fileBytes) {
     std::vector<ByteRange> ranges;
     int width = 0, height = 0;
     band.GetBlockSize(&width, &height);
@@ -99,7 +105,8 @@ std::vector<ByteRange> FindByteRanges(GDALRasterBand& band, const hostkit::Pixel
         for (int column = index(rect.col0, width); column <= index(rect.col1 - 1, width); ++column) {
             const std::uint64_t offset = BlockNumber(band, "OFFSET", column, row);
             const std::uint64_t size = BlockNumber(band, "SIZE", column, row);
-            if (offset != 0 && size != 0) ranges.emplace_back(offset, offset + size);
+            const bool isInFile = offset < fileBytes && size <= fileBytes - offset;
+            if (offset != 0 && size != 0 && isInFile) ranges.emplace_back(offset, offset + size);
         }
     std::ranges::sort(ranges);
     std::vector<ByteRange> joined;

@@ -20,7 +20,8 @@ namespace rasterhost {
 [[nodiscard]] bool IsOnNetwork(const std::string& name);
 
 /// GDALOpenEx of a raster to be read. Beside a TIFF on a server a mask and statistics are looked for, and
-/// further files only where one of these is: each name costs an answer of the server. The caller closes it.
+/// further files only where one of these is or the TIFF does not tell its place: each name costs an answer of
+/// the server. The caller closes it.
 [[nodiscard]] GDALDataset* OpenRaster(const std::string& name, bool reportsErrors);
 
 /// Asks servers at once for what opening these files asks for one by one. Other files are left alone.
@@ -29,8 +30,10 @@ void TouchFiles(const std::vector<std::string>& names);
 /// Bytes `first` to `second` - 1 of a file.
 using ByteRange = std::pair<std::uint64_t, std::uint64_t>;
 
-/// Where the blocks of a band that a rectangle touches lie in its file, in order, neighbours joined. Empty
-/// for a format that does not tell.
-[[nodiscard]] std::vector<ByteRange> FindByteRanges(GDALRasterBand& band, const hostkit::PixelRect& rect);
+/// Where the blocks of a band that a rectangle touches lie in its file of `fileBytes` bytes, in order,
+/// neighbours joined. Blocks that would end beyond the file are left out. Empty for a format that does not
+/// tell.
+[[nodiscard]] std::vector<ByteRange> FindByteRanges(GDALRasterBand& band, const hostkit::PixelRect& rect,
+                                                    std::uint64_t fileBytes);
 
 } // namespace rasterhost

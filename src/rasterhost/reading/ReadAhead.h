@@ -49,6 +49,8 @@ private:
 
     void AskBytes(const std::string& file, ByteRange bytes, std::uint64_t step);
     void StartThreads();
+    [[nodiscard]] std::uint64_t CountHeld() const;
+    static void Fetch(const Piece& piece, std::vector<char>& bytes);
     void Work();
 
     std::uint64_t cacheBytes, pieceBytes, grain;
