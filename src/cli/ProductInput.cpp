@@ -67,6 +67,9 @@ bool TakesProduct(const std::string& name, Arguments& to) {
     }
     rasterhost::TakeProduct(name, product, to, to);
     if (auto transfers = rasterhost::TransfersOf(product); !transfers.empty()) {
+        if (to.line.Has(option::infrared)) // its number stands last
+            transfers.push_back(rasterhost::PublishedTransfer(product.sensor, "nir")
+                                    .value_or(rasterhost::SensorBlur().multispectral.front()));
         to.blur.multispectral = std::move(transfers);
         to.blur.pan = rasterhost::PublishedTransfer(product.sensor, "pan").value_or(to.blur.pan);
     }

@@ -39,7 +39,7 @@ TEST(ProductInput, StandsWhereAPairMayStand) {
         "r": {"href": ")" +
                stem +
                R"(4.TIF", "raster:scale": 0.5, "raster:offset": -3, "bands": [{"eo:common_name": "red"}]}},
-        "properties": {"platform": "worldview-02", "datetime": "2021-05-06T07:08:09.5Z"}})";
+        "properties": {"platform": "worldview-02", "datetime": "2021-05-06T01:38:09.5-05:30"}})";
     const ProductLine lines[] = {
         {{"sharpen", "p", "-o", "a.tif"}, 0, "Landsat 8 Level-1, LC08_L1TP_016037_20170813_01_RT"},
         {{"sharpen", "p", "-o", "b.tif", "--rgb"},
@@ -63,7 +63,9 @@ TEST(ProductInput, StandsWhereAPairMayStand) {
         {{"sharpen", "item.json", "-o", "s.pansharp"}, 0, "values    0.5 x sample -3"},
         {{"sharpen", "s.pansharp", "-o", "t.tif"}, 0, "as published for the sensor"},
         {{"info", "item.json", "--json"}, 0, "\"why\": \"thermal: pan does not"},
+        {{"sharpen", "item.json", "-o", "look.tif", "--byte"}, 0, ""},
         {{"compare", "item.json", "--json"}, 0, "0.35\n    ],\n    \"pan\": 0.11"},
+        {{"compare", "item.json", "--infrared", stem + "3.TIF", "--json"}, 0, "0.35,\n      0.35\n    ],\n"},
         {{"info", "p"}, 0, "no data   0, as the product has it"},
         {{"info", "p", "--nodata", "7"}, 0, "Landsat 8", "as the product has it"},
         {{"compare", "p", "-b", "red,blue"}, 0, "product"},
@@ -81,11 +83,12 @@ TEST(ProductInput, StandsWhereAPairMayStand) {
     }
     EXPECT_EQ(testfiles::ReadAll(folder / "a.tif"), testfiles::ReadAll(folder / "e.tif"));
     EXPECT_EQ(testfiles::ReadText(folder / "a.tif"), testfiles::ReadText(folder / "f.tif"));
-    for (const char* name : {"s.tif", "t.tif"}) {
+    for (const std::string name : {"s.tif", "t.tif", "look.tif"}) {
         const GDALDatasetUniquePtr file(GDALDataset::Open((folder / name).c_str()));
         ASSERT_TRUE(file);
-        EXPECT_EQ(file->GetRasterBand(1)->GetScale(), 0.5);
-        EXPECT_EQ(file->GetRasterBand(1)->GetOffset(), -3.0);
+        EXPECT_EQ(file->GetRasterBand(1)->GetScale(), name == "look.tif" ? 1.0 : 0.5);
+        EXPECT_EQ(file->GetRasterBand(1)->GetOffset(), name == "look.tif" ? 0.0 : -3.0);
+        if (name == "look.tif") continue;
         EXPECT_STREQ(file->GetMetadataItem("ACQUISITIONDATETIME", "IMAGERY"), "2021-05-06 07:08:09");
     }
 }

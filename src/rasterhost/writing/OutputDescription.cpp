@@ -1,16 +1,21 @@
 #include "rasterhost/writing/OutputDescription.h"
 
 #include "fundament/Numbers.h"
+#include "fundament/Text.h"
 #include "rasterhost/reading/BandNames.h"
 
+#include <cpl_time.h>
 #include <gdal_priv.h>
+#include <ogr_core.h>
 
 #include <algorithm>
+#include <ctime>
 
 namespace rasterhost {
 
 using imagery::OutputRules;
 
+using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Fundament::NumberText;
 
 std::vector<GDALColorInterp> ColoursOf(const Scene& scene, std::size_t bands) {
@@ -65,12 +70,26 @@ void CopyPosition(GDALDataset& pan, const hostkit::PixelRect& part, GDALDataset&
     target.SetMetadata(polynomials.List(), "RPC");
 }
 
-/// As GDAL writes it: 2017-08-13 15:48:30.
-std::string AcquisitionText(std::string text) {
-    constexpr std::size_t date = 10, seconds = 19;
-    if (text.size() > date && text[date] == 'T') text[date] = ' ';
-    const bool hasTime = text.size() >= seconds && text[date] == ' ';
-    return hasTime ? text.substr(0, seconds) : text;
+/// As GDAL writes it, in UTC: 2017-08-13 15:48:30. A date alone, and what is not a time, stays as it is.
+std::string AcquisitionText(const std::string& text) {
+    constexpr std::size_t date = 10;
+    constexpr int utc = 100; // as OGRField has zones; those below 2 are not known
+    constexpr GIntBig secondsPerZone = 900;
+    OGRField field;
+    if (text.size() <= date || !OGRParseDate(text.c_str(), &field, 0)) return text;
+    const auto& read = field.Date;
+    std::tm time = {};
+    time.tm_year = read.Year - 1900;
+    time.tm_mon = read.Month - 1;
+    time.tm_mday = read.Day;
+    time.tm_hour = read.Hour;
+    time.tm_min = read.Minute;
+    time.tm_sec = static_cast<int>(read.Second);
+    GIntBig seconds = CPLYMDHMSToUnixTime(&time);
+    if (read.TZFlag > 1) seconds -= secondsPerZone * (read.TZFlag - utc);
+    CPLUnixTimeToYMDHMS(seconds, &time);
+    return FormatString("%04d-%02d-%02d %02d:%02d:%02d", time.tm_year + 1900, time.tm_mon + 1, time.tm_mday,
+                        time.tm_hour, time.tm_min, time.tm_sec);
 }
 
 } // namespace

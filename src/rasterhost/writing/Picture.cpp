@@ -77,7 +77,8 @@ GDALDatasetUniquePtr MakePicture(GDALDataset& image, const std::function<bool(do
     const auto stretches = FindStretches(image, progress);
     if (stretches.empty()) return nullptr;
     CPLStringList options;
-    for (const char* option : {"-of", "VRT", "-ot", "Byte", "-a_nodata", "none"})
+    for (const char* option :
+         {"-of", "VRT", "-ot", "Byte", "-a_nodata", "none", "-a_scale", "1", "-a_offset", "0"})
         options.AddString(option);
     std::string said;
     for (std::size_t band = 0; band < stretches.size(); ++band) {

@@ -16,8 +16,8 @@ namespace rasterhost {
 FindStretches(GDALDataset& image, const std::function<bool(double)>& progress = {});
 
 /// The image in 8 bits as something to copy, made as it is read: each band stretched from its own 2nd to its
-/// 98th percentile, 0 where there is no data. Its metadata say so. Null when that cannot be made; the image
-/// outlives it.
+/// 98th percentile, 0 where there is no data. Its metadata say so. It has no scale and offset, as those
+/// of the image are not true of stretched samples. Null when that cannot be made; the image outlives it.
 [[nodiscard]] GDALDatasetUniquePtr MakePicture(GDALDataset& image,
                                                const std::function<bool(double)>& progress = {});
 
