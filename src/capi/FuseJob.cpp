@@ -26,13 +26,9 @@ bool Refuse(Status& status, const std::string& message) {
 namespace {
 
 bool TakeJob(const pansharp_job& given, pansharp_job& job, Status& status) {
-    constexpr std::size_t least = offsetof(pansharp_job, progress_data) + sizeof(void*);
-    if (given.struct_size < least)
-        return Refuse(status,
-                      FormatString("job.struct_size is %zu, which is not the size of a pansharp_job; call "
-                                   "pansharp_job_init(&job, sizeof job) before filling the job",
-                                   given.struct_size));
-    return TakeStructure("the job", &given, given.struct_size, &job, sizeof job, status);
+    return TakeStructure({"job", offsetof(pansharp_job, resampling),
+                          "call pansharp_job_init(&job, sizeof job) before filling the job"},
+                         given, job, status);
 }
 
 bool CheckLayout(const char* name, const void* samples, Layout& layout, Status& status) {
@@ -286,12 +282,16 @@ bool ReadMethod(const pansharp_job& given, const PansharpDescription& plugin, Jo
 
 } // namespace
 
-bool TakeStructure(const char* name, const void* given, std::size_t givenSize, void* known,
+bool CopyStructure(const StructureName& of, const void* given, std::size_t givenSize, void* known,
                    std::size_t knownSize, Status& status) {
+    constexpr std::size_t most = 65536; // a size that was never set may be any number
+    if (givenSize < of.least || givenSize > most)
+        return Refuse(status, FormatString("%s.struct_size is %zu, which is not its size; %s", of.name,
+                                           givenSize, of.advice));
     const auto* bytes = static_cast<const unsigned char*>(given);
     if (givenSize > knownSize &&
         std::any_of(bytes + knownSize, bytes + givenSize, [](unsigned char byte) { return byte != 0; }))
-        return Refuse(status, std::string(name) +
+        return Refuse(status, std::string(of.name) +
                                   " uses members that this libpansharp does not have; install a "
                                   "newer one or leave them out");
     std::memset(known, 0, knownSize);
@@ -336,10 +336,11 @@ bool ReadJob(const pansharp_job& given, const PansharpDescription& plugin, JobUs
         !(use == JobUse::Upsample ? ReadUpsampling(known, job, status)
                                   : ReadMethod(known, plugin, use, job, status)))
         return false;
-    job.used = known.used;
-    if (job.used && job.used->struct_size < sizeof *job.used)
-        return Refuse(status,
-                      "job.used: its struct_size is not the size of a pansharp_used; set it before the call");
+    if (known.used && !TakeStructure({"job.used", offsetof(pansharp_used, detail),
+                                      "set it to sizeof(pansharp_used) before the call"},
+                                     *known.used, job.used, status))
+        return false;
+    job.usedGoes = known.used;
     job.threads = known.threads;
     job.progress = known.progress;
     job.progressData = known.progress_data;

@@ -10,8 +10,10 @@
 #include "hostkit/PanLowPass.h"
 #include "hostkit/RowSampler.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <string>
@@ -51,8 +53,9 @@ struct FuseJob {
     unsigned char* outputValid = nullptr;               ///< a byte per pixel of the output; null for nobody
     Layout validLayout;                                 ///< of them
     std::atomic<std::uint64_t> gapPixels = 0;           ///< of the output
-    pansharp_used* used = nullptr;
-    std::uint32_t threads = 0; ///< 0: one per processor
+    pansharp_used used{};                               ///< what is told of the job
+    pansharp_used* usedGoes = nullptr;                  ///< to the caller, of his size; null for nobody
+    std::uint32_t threads = 0;                          ///< 0: one per processor
     pansharp_progress progress = nullptr;
     void* progressData = nullptr;
 
@@ -67,10 +70,30 @@ struct FuseJob {
 /// nor a method.
 enum class JobUse { Fuse, Fit, FitWeights, Rows, Upsample };
 
+/// How a structure is called, the fewest bytes that a caller may say it has, and how to say so.
+struct StructureName {
+    const char* name;
+    std::size_t least;
+    const char* advice;
+};
+
 /// Copies a structure of another age: what the caller does not know is 0 in `known`, and what is not known
-/// here must be 0 in `given`. False with an item that says so of `name`.
-[[nodiscard]] bool TakeStructure(const char* name, const void* given, std::size_t givenSize, void* known,
-                                 std::size_t knownSize, KOVA::Tessara::Fundament::Status& status);
+/// here must be 0 in `given`. False with an item that says so, or that it has no size.
+[[nodiscard]] bool CopyStructure(const StructureName& of, const void* given, std::size_t givenSize,
+                                 void* known, std::size_t knownSize,
+                                 KOVA::Tessara::Fundament::Status& status);
+
+template <class Structure>
+[[nodiscard]] bool TakeStructure(const StructureName& of, const Structure& given, Structure& known,
+                                 KOVA::Tessara::Fundament::Status& status) {
+    return CopyStructure(of, &given, given.struct_size, &known, sizeof known, status);
+}
+
+/// Writes what the caller knows of a structure that was taken.
+template <class Structure>
+void GiveBack(const Structure& known, Structure& given) {
+    std::memcpy(&given, &known, std::min(given.struct_size, sizeof known));
+}
 
 /// Reads an image but for its place. False with an item.
 [[nodiscard]] bool ReadImage(const char* name, const pansharp_image& given, std::uint32_t bits,

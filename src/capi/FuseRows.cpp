@@ -27,10 +27,11 @@ bool Say(Status& status, std::uint32_t id, const std::string& message) {
 }
 
 bool TakeCallbacks(const pansharp_rows* given, pansharp_rows& rows, Status& status) {
-    if (!given || given->struct_size < sizeof rows || !given->read || !given->write)
-        return Say(status, CStatus::BadArgument,
-                   "rows: give its struct_size as sizeof(pansharp_rows), read and write");
-    return TakeStructure("rows", given, given->struct_size, &rows, sizeof rows, status);
+    if (!given) return Say(status, CStatus::BadArgument, "rows is null; give the address of a pansharp_rows");
+    return TakeStructure({"rows", offsetof(pansharp_rows, window), "set it to sizeof(pansharp_rows)"}, *given,
+                         rows, status) &&
+           ((rows.read && rows.write) ||
+            Say(status, CStatus::BadArgument, "rows.read or rows.write is null; give both functions"));
 }
 
 /// The window, within pan; all of it where none is given.

@@ -130,7 +130,7 @@ bool FindCollars(FuseJob& job, Status& status) {
     if (!FindCollar(job.pan, pixels[0], status) || !FindCollar(job.multispectral, pixels[1], status) ||
         (job.infrared && !FindCollar(*job.infrared, pixels[2], status)))
         return false;
-    if (job.used) std::copy(pixels.begin(), pixels.end(), job.used->collars);
+    std::copy(pixels.begin(), pixels.end(), job.used.collars);
     return true;
 }
 

@@ -12,6 +12,7 @@
 #include "hostkit/PluginLibrary.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <exception>
 #include <memory>
@@ -81,8 +82,10 @@ pansharp_detail Describe(const fitting::DetailFit& fit) {
             fit.samples,  fit.error.value_or(0.0), fit.plainError.value_or(0.0)};
 }
 
-/// Tells what is known of the job by now.
-void TellUse(const capi::FuseJob& job, pansharp_used& used) {
+/// Tells what is known of the job by now, if the caller asks for it.
+void TellUse(capi::FuseJob& job) {
+    if (!job.usedGoes) return;
+    pansharp_used& used = job.used;
     used.method = job.method ? job.method->keyword : nullptr;
     used.resampling = job.resampling == hostkit::Resampling::Cubic ? PANSHARP_CUBIC : PANSHARP_BILINEAR;
     const auto& weights = job.weights.bands;
@@ -94,6 +97,7 @@ void TellUse(const capi::FuseJob& job, pansharp_used& used) {
         used.gains[band] = {job.detail.gains[band].gain, job.detail.gains[band].ratioGain};
     used.detail = Describe(job.detail);
     used.gaps = job.gapPixels;
+    capi::GiveBack(used, *job.usedGoes);
 }
 
 /// What `work` makes of a job that is read and checked.
@@ -112,7 +116,7 @@ pansharp_result RunJob(const pansharp* library, const pansharp_job* job, ErrorTe
         if (capi::ReadJob(*job, library->plugin->GetDescription(), use, checked, status) &&
             capi::FindCollars(checked, status))
             result = work(checked, status);
-        if (checked.used) TellUse(checked, *checked.used);
+        TellUse(checked);
         if (result != PANSHARP_OK) text.Set(status);
         return result;
     });
@@ -200,11 +204,12 @@ pansharp_result pansharp_fit(const pansharp* library, const pansharp_job* job, p
 pansharp_result pansharp_fit_weights(const pansharp* library, const pansharp_job* job, double* weights,
                                      pansharp_weight_fit* fit, char* error, size_t error_size) {
     ErrorText text(error, error_size);
-    if (fit && fit->struct_size < sizeof *fit) {
-        text.Set("fit.struct_size is not the size of a pansharp_weight_fit; set it before the call");
-        return PANSHARP_BAD_ARGUMENT;
-    }
     return RunJob(library, job, text, capi::JobUse::FitWeights, [&](capi::FuseJob& checked, Status& status) {
+        pansharp_weight_fit told;
+        if (fit && !capi::TakeStructure({"fit", offsetof(pansharp_weight_fit, obstacle),
+                                         "set it to sizeof(pansharp_weight_fit) before the call"},
+                                        *fit, told, status))
+            return PANSHARP_BAD_ARGUMENT;
         if (!hostkit::WeighsBands(*checked.method)) {
             status.Add(capi::CStatus::BadArgument,
                        std::string("the method ") + checked.method->keyword +
@@ -222,8 +227,9 @@ pansharp_result pansharp_fit_weights(const pansharp* library, const pansharp_job
         }
         if (weights) std::copy(shares.bands.begin(), shares.bands.end(), weights);
         if (fit) {
-            *fit = {fit->struct_size, shares.infrared.value_or(0.0), found.rSquared, found.samples, {}};
-            ErrorText(fit->obstacle, sizeof fit->obstacle).Set(found.obstacle.c_str());
+            told = {fit->struct_size, shares.infrared.value_or(0.0), found.rSquared, found.samples, {}};
+            ErrorText(told.obstacle, sizeof told.obstacle).Set(found.obstacle.c_str());
+            capi::GiveBack(told, *fit);
         }
         return PANSHARP_OK;
     });
@@ -250,15 +256,20 @@ pansharp_result pansharp_upsample(const pansharp* library, const pansharp_job* j
 
 pansharp_result pansharp_assess(pansharp_assessment* assessment, char* error, size_t error_size) {
     ErrorText text(error, error_size);
-    if (!assessment || assessment->struct_size != sizeof *assessment) {
-        text.Set(
-            "assessment is null, or its struct_size is not the size of a pansharp_assessment; set it before "
-            "the call");
+    if (!assessment) {
+        text.Set("assessment is null; give the address of a pansharp_assessment");
         return PANSHARP_BAD_ARGUMENT;
     }
     return Guarded(text, PANSHARP_FAILED, [&] {
         Status status;
-        const pansharp_result result = capi::AssessArrays(*assessment, status);
+        pansharp_assessment known;
+        pansharp_result result = PANSHARP_BAD_ARGUMENT;
+        if (capi::TakeStructure({"assessment", offsetof(pansharp_assessment, pixels),
+                                 "set it to sizeof(pansharp_assessment) before the call"},
+                                *assessment, known, status)) {
+            result = capi::AssessArrays(known, status);
+            capi::GiveBack(known, *assessment);
+        }
         if (result != PANSHARP_OK) text.Set(status);
         return result;
     });

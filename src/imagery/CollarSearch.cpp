@@ -61,9 +61,9 @@ std::vector<PixelRect> ChooseStrips(const RasterInfo& info) {
 
 std::vector<PixelRect> EdgeOf(const RasterInfo& info) {
     constexpr std::uint32_t places = 256;
-    const std::uint32_t step = std::max(info.rows / places, 1u);
-    std::vector<PixelRect> rects{{0, 0, info.cols, 1}, {0, info.rows - 1, info.cols, info.rows}};
-    for (std::uint32_t row = step; row + 1 < info.rows; row += step) {
+    const std::uint32_t step = std::max(info.rows / places, 1u), last = info.rows - 1;
+    std::vector<PixelRect> rects{{0, 0, info.cols, 1}, {0, last, info.cols, info.rows}};
+    for (std::uint32_t row = step; row < last; row += std::min(step, last - row)) {
         rects.push_back({0, row, 1, row + 1});
         rects.push_back({info.cols - 1, row, info.cols, row + 1});
     }
@@ -84,9 +84,9 @@ CollarFinding FindCollar(hostkit::ImageSource& image, const std::function<bool()
     const auto blockRows = static_cast<std::uint32_t>(std::max<std::size_t>(blockBytes / rowBytes, 1));
     std::vector<unsigned char> samples(rowBytes * std::min(blockRows, info.rows));
     ZeroCollar::Finder finder(info.cols, hostkit::PixelBytes(info));
-    for (std::uint32_t row = 0; row < info.rows; row += blockRows) {
+    for (std::uint32_t row = 0, end = 0; row < info.rows; row = end) {
         if (keepOn && !keepOn()) return CollarFinding::Cancelled;
-        const std::uint32_t end = std::min(row + blockRows, info.rows);
+        end = row + std::min(blockRows, info.rows - row);
         if (!image.Read({0, row, info.cols, end}, samples.data(), status)) return CollarFinding::Failed;
         for (std::uint32_t r = row; r < end; ++r)
             finder.AddRow(samples.data() + (r - row) * rowBytes);

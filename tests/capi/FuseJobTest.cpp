@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cstring>
 #include <functional>
 #include <limits>
 
@@ -19,7 +20,14 @@ struct FuseJob : testing::Test {
 constexpr std::ptrdiff_t farthest = std::numeric_limits<std::ptrdiff_t>::max();
 const double two[] = {0.5, 0.5};
 const std::uint8_t noData[48] = {};
-pansharp_used unsized{};
+/// As memory is that nobody has set, but for the size.
+pansharp_used Used(std::size_t size) {
+    pansharp_used used;
+    std::memset(&used, 0xAA, sizeof used);
+    used.struct_size = size;
+    return used;
+}
+pansharp_used unsized = Used(0);
 const std::uint32_t noBand[] = {1, 4};
 const pansharp_gains threeGains[] = {{0.5, 0.0}, {0.0, 1.0}, {0.5, -1.0}};
 
@@ -87,7 +95,7 @@ TEST_F(FuseJob, RefusesWhatContradictsItself) {
          "no pixel of pan has data"},
         {[](auto& job) { job.output_mask.valid = static_cast<std::uint8_t*>(job.output.samples); },
          "output_mask lies in the memory"},
-        {[](auto& job) { job.used = &unsized; }, "its struct_size is not"},
+        {[](auto& job) { job.used = &unsized; }, "job.used.struct_size is 0"},
     };
     for (const auto& c : cases) {
         const auto before = scene.out.Samples();
@@ -98,6 +106,8 @@ TEST_F(FuseJob, RefusesWhatContradictsItself) {
         EXPECT_EQ(scene.out.Samples(), before) << c.says;
         scene.job = valid;
     }
+    const pansharp_used untouched = Used(0);
+    EXPECT_EQ(std::memcmp(&unsized, &untouched, sizeof unsized), 0);
 }
 
 TEST_F(FuseJob, RefusesNull) {
@@ -143,6 +153,22 @@ TEST_F(FuseJob, TakesAStructureOfAnotherAge) {
     char error[200];
     EXPECT_EQ(pansharp_fuse(library.get(), &longer.job, error, sizeof error), PANSHARP_BAD_ARGUMENT);
     EXPECT_THAT(error, HasSubstr("install a newer one"));
+    pansharp_used shorter = Used(offsetof(pansharp_used, collars));
+    shorter.weights = nullptr;
+    shorter.gains = nullptr;
+    scene.job.struct_size = sizeof scene.job;
+    scene.job.used = &shorter;
+    EXPECT_EQ(scene.Fuse(library.get()), PANSHARP_OK) << scene.error;
+    EXPECT_STREQ(shorter.method, "KOVA");
+    EXPECT_EQ(shorter.gaps, 0xAAAAAAAAAAAAAAAAu);
+    struct LaterAssessment : pansharp_assessment {
+        void* more;
+    } assessment{};
+    assessment.struct_size = sizeof assessment;
+    assessment.bits_per_sample = 16;
+    assessment.image = assessment.reference = scene.job.pan;
+    EXPECT_EQ(pansharp_assess(&assessment, error, sizeof error), PANSHARP_OK) << error;
+    EXPECT_EQ(assessment.q, 1.0);
 }
 
 } // namespace

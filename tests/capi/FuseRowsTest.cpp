@@ -104,7 +104,7 @@ TEST(FuseRows, SaysWhatIsWrong) {
         const char* says;
     } cases[] = {
         {[](Rows& r) { r.rows.struct_size = 1; }, PANSHARP_BAD_ARGUMENT, "struct_size"},
-        {[](Rows& r) { r.rows.read = nullptr; }, PANSHARP_BAD_ARGUMENT, "read and write"},
+        {[](Rows& r) { r.rows.read = nullptr; }, PANSHARP_BAD_ARGUMENT, "rows.read or rows.write is null"},
         {[](Rows& r) {
              r.rows.window = {40, 0, 1, 1};
          },
