@@ -41,9 +41,8 @@ public:
     /// One of them, from before the lock is given up until it is back.
     struct Running {
         Running() {
-            const std::lock_guard lock(state.mutex);
-            if (state.isEnding) Raise(ErrorClass().ptr(), "nothing is fused any more: the process ends");
-            ++state.count;
+            // What raises may wait for the interpreter's lock, so not under the mutex.
+            if (!Begin()) Raise(ErrorClass().ptr(), "nothing is fused any more: the process ends");
         }
         Running(const Running&) = delete;
         Running& operator=(const Running&) = delete;
@@ -55,6 +54,12 @@ public:
         }
 
     private:
+        static bool Begin() {
+            const std::lock_guard lock(state.mutex);
+            if (!state.isEnding) ++state.count;
+            return !state.isEnding;
+        }
+
         const unsigned forksBefore = forks;
     };
 

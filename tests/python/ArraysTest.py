@@ -83,8 +83,11 @@ def test_indices_are_those_of_the_command(tmp_path):
     assert numpy.array_equal(pansharp.upsample(MS, PAN.shape), plain)
     holed = numpy.ma.masked_array(MS, numpy.zeros(MS.shape, bool))
     holed[:, 4:12, 4:12] = numpy.ma.masked
-    compared = pansharp.compare(PAN, holed, truth)
-    assert list(compared) == ["upsampled", *pansharp.methods()] and compared["upsampled"].pixels < PAN.size
+    compared = pansharp.compare(numpy.ma.masked_less(PAN, PAN.mean()), holed, truth)
+    assert list(compared) == ["upsampled", *pansharp.methods()] and len({quality.pixels for quality in compared.values()}) == 1
+    assert pansharp.compare(PAN, MS, truth, bands=(3, 1))["Injection"].q == 1
+    around = pansharp.compare(PAN, numpy.pad(MS, ((0, 0), (8, 8), (8, 8)), "edge"), truth, pixel_size=2, offset=(8, 8))
+    assert around["upsampled"] == pansharp.compare(PAN, MS, truth)["upsampled"]
 
 
 def random_case(seed):
@@ -241,5 +244,7 @@ def test_refuses_to_write_over_what_it_reads():
     memory = numpy.zeros((4, 96, 120), numpy.uint16)
     with pytest.raises(ValueError, match="memory of its own"):
         pansharp.fuse(memory[3], MS, out=memory[1:])
+    with pytest.raises(TypeError, match="shape is 5"):
+        pansharp.upsample(MS, 5)
     with pytest.raises(ValueError, match="nothing to fit"):
         pansharp.fit(PAN, MS, method="IHS")

@@ -27,6 +27,7 @@ def test_a_lazy_array_has_the_samples_of_an_eager_one(method, chunks):
     holed, far = MS.copy(), (slice(20, 80), slice(30, 100))
     holed[1, 10:30, 5:40] = 7
     pan, ms = placed(PAN, 10)[far], placed(holed, 20, _FillValue=7, long_name=("a", "b", "c")).assign_coords(wavelength=("band", [1, 2, 3]))
+    pan.spatial_ref.attrs["crs_wkt"], ms.spatial_ref.attrs["crs_wkt"] = 'LOCAL_CS["a", UNIT["metre", 1]]', 'LOCAL_CS["a",UNIT["metre",1]]'
     eager = ms.pansharp.fuse(pan, method, bands=(3, 1))
     whole = pansharp.fuse(PAN[far], numpy.ma.masked_equal(holed, 7), method, nodata=7, pixel_size=2, offset=(15, 10), bands=(3, 1), masked=False)
     assert numpy.array_equal(eager, whole) and (eager == 7).any()

@@ -204,7 +204,8 @@ def fuse(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, method: str | 
     bits: that samples of 16 bits use, 9 to 16. Samples at the largest such value are saturated: no fit uses them, and no result is
         larger. None: all.
     masked: True for a masked array, False for a plain one. None: as pan and ms are.
-    out: array to write into, of any strides, which is returned. It may not lie within the memory of an image.
+    out: array to write into, of any strides, which is returned, or is the data of the masked array that is returned. It may not lie
+        within the memory of an image.
     threads: how many share the work. 0: one per processor.
     progress: called with (rows done, rows) in the calling thread. What it raises cancels and comes out of `fuse`; `out` may be written in part.
 
@@ -259,10 +260,8 @@ def upsample(ms: numpy.typing.ArrayLike, shape: tuple[int, int], *, resampling: 
 
     The other arguments are those of `fuse`. Zeros along the edge are data unless `nodata` or a mask says otherwise.
     """
-    if len(shape) != 2 or min(shape) < 1:
-        raise ValueError(f"shape is {shape!r}; give the rows and columns of pan")
     coarse = _checks.image("ms", ms, "(band, row, column)")
-    pan = numpy.broadcast_to(coarse.dtype.type(0), (1, *shape))
+    pan = numpy.broadcast_to(coarse.dtype.type(0), (1, *_checks.shape(shape)))
     value = _checks.nodata(nodata, coarse.dtype)[1]
     chosen = _checks.bands(bands, coarse.shape[0])
     job = _arrays.Job(pan, coarse, _checks.placement("ms", coarse, pan, pixel_size, offset), None, (0.0, 0.0, 0.0, 0.0), None, (), None, (), 0.0,
@@ -316,25 +315,40 @@ def assess(image: numpy.typing.ArrayLike, reference: numpy.typing.ArrayLike, *, 
         raise ValueError(f"image has the shape {ours.shape} and reference {truth.shape}; they must have the same pixels and bands")
     of_ours, of_truth = _checks.nodata(nodata, ours.dtype)
     pixels, q, sam, ergas, bands = _arrays.assess(ours, _checks.gaps(image, ours, of_ours, False), truth,
-                                                  _checks.gaps(reference, truth, of_truth, False), _checks.above_zero("ratio", ratio))
+                                                  _checks.gaps(reference, truth, of_truth, False), _checks.above_zero("ratio", ratio, "for no ERGAS"))
     return Quality(pixels, q, sam, ergas, tuple(BandQuality(*band) for band in bands))
 
 
-def compare(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, truth: numpy.typing.ArrayLike, *, nodata: NoData = None,
-            **arguments: Any) -> dict[str, Quality]:
+def compare(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, truth: numpy.typing.ArrayLike, *, resampling: str = "cubic",
+            bands: Sequence[int] | None = None, pixel_size: float | tuple[float, float] | None = None,
+            offset: tuple[float, float] | None = None, nodata: NoData = None, bits: int | None = None, threads: int = 0) -> dict[str, Quality]:
     """Fuses by each method and judges the results by the truth, which has the pixels of pan and the bands of ms.
 
-    The first entry, "upsampled", is plain cubic upsampling. A method that fuses fewer bands is judged by those, and one that needs more
-    is left out. Further arguments are those of `fuse`. Where no truth is known, ``pansharp compare`` makes one from files.
+    The first entry, "upsampled", is the bands without pan. A method that fuses only the first bands is judged by those of `bands` that
+    it fuses; one that fuses none of them, or needs more bands than ms has, is left out. All are judged by the same pixels: those that
+    have data in every result and in the truth. The other arguments are those of `fuse`; `pixel_size` gives the ratio for ERGAS, too.
+    Where no truth is known, ``pansharp compare`` makes one from files.
     """
     fine, coarse, reference = (_checks.image(*of) for of in (("pan", pan, "(row, column)"), ("ms", ms, "(band, row, column)"),
                                                             ("truth", truth, "(band, row, column)")))
+    _checks.same_depth(fine, ms=coarse, truth=reference)
+    expected = coarse.shape[0], *fine.shape[1:]
+    if reference.shape != expected:
+        raise ValueError(f"truth has the shape {reference.shape}; it must be {expected}: the bands of ms and the pixels of pan")
     value = _checks.nodata(nodata, coarse.dtype)[1]
-    placed = {name: arguments[name] for name in ("pixel_size", "offset") if name in arguments}
-    results = {"upsampled": upsample(ms, (fine.shape[1], fine.shape[2]), nodata=value, masked=True, **placed)}
+    across, down = _checks.placement("ms", coarse, fine, pixel_size, offset)[:2]
+    ratio = math.sqrt((across or fine.shape[2] / coarse.shape[2]) * (down or fine.shape[1] / coarse.shape[1]))
+    chosen = _checks.bands(bands, coarse.shape[0]) or tuple(range(1, coarse.shape[0] + 1))
+    alike: dict[str, Any] = {"resampling": resampling, "pixel_size": pixel_size, "offset": offset, "nodata": nodata, "threads": threads, "masked": True}
+    results = {"upsampled": (upsample(ms, (fine.shape[1], fine.shape[2]), bands=chosen, **alike), chosen)}
     for method in methods():
-        if method.minimum_bands <= coarse.shape[0]:
-            results[str(method)] = fuse(pan, ms, method, nodata=nodata, masked=True, **arguments)
-    ratio = math.sqrt(fine.shape[1] / coarse.shape[1] * fine.shape[2] / coarse.shape[2])
-    known = truth if isinstance(truth, numpy.ma.MaskedArray) else reference
-    return {name: assess(result, known[:result.shape[0]], ratio=ratio, nodata=(None, value)) for name, result in results.items()}
+        fused = tuple(band for band in chosen if band <= (method.fused_bands or band))
+        if fused and method.minimum_bands <= coarse.shape[0]:
+            results[str(method)] = fuse(pan, ms, method, bands=fused, bits=bits, **alike), fused
+    lost = numpy.ma.getmaskarray(truth).any(axis=0)
+    if value is not None and value is not False:
+        lost = lost | (reference == value).any(axis=0)
+    for result, _ in results.values():
+        lost = lost | numpy.ma.getmaskarray(result).any(axis=0)
+    return {name: assess(numpy.ma.MaskedArray(result.data, numpy.broadcast_to(lost, result.shape)), reference[[band - 1 for band in judged]],
+                         ratio=ratio) for name, (result, judged) in results.items()}

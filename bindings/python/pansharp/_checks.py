@@ -119,12 +119,20 @@ def number(name: str, given: Any) -> float:
     return value
 
 
-def above_zero(name: str, given: Any) -> float:
-    """0 for None, which stands for what the engine finds itself."""
+def above_zero(name: str, given: Any, none: str = "to have it fitted") -> float:
+    """0 for None, which stands for what the engine finds itself; `none` says what None is given for."""
     value = 0.0 if given is None else number(name, given)
     if given is not None and value <= 0:
-        raise ValueError(f"{name} is {given!r}; give a number above 0, or None to have it fitted")
+        raise ValueError(f"{name} is {given!r}; give a number above 0, or None {none}")
     return value
+
+
+def shape(given: Any) -> tuple[int, int]:
+    """Rows and columns."""
+    rows, columns = (_whole("shape", item) for item in items("shape", given, 2))
+    if min(rows, columns) < 1:
+        raise ValueError(f"shape is {given!r}; give the rows and columns of pan, 1 or more")
+    return rows, columns
 
 
 def _pair(name: str, given: Any) -> tuple[float, float]:

@@ -11,6 +11,7 @@ array, so is the result: it is fitted once, to all of both, when the first part 
 
 from __future__ import annotations
 
+import importlib
 import math
 from collections.abc import Sequence
 from dataclasses import dataclass
@@ -65,6 +66,19 @@ def _crs(image: xarray.DataArray) -> Any:
     return attributes.get("crs_wkt", attributes.get("spatial_ref"))
 
 
+def _is_same_crs(first: Any, second: Any) -> bool:
+    """One projection has many texts: what reads them decides, where it is installed."""
+    if "".join(str(first).split()) == "".join(str(second).split()):
+        return True
+    for module in ("pyproj", "rasterio.crs"):
+        try:
+            read = importlib.import_module(module).CRS.from_user_input
+            return bool(read(first) == read(second))
+        except (ImportError, ValueError, RuntimeError):
+            continue
+    return False
+
+
 def _nodata(image: xarray.DataArray, name: str) -> int | bool:
     """The value that rioxarray keeps as an attribute; False for none."""
     if image.dtype.kind == "f":
@@ -100,8 +114,9 @@ class _Pair:
             raise ValueError(f"pan has the axes {pan.dims} and ms {ms.dims}; they must be (row, column) and (band, row, column)")
         if pan.dims != ms.dims[1:]:
             raise ValueError(f"the axes of pan are called {pan.dims} and those of ms {ms.dims[1:]}; rename those of one")
-        if None not in (_crs(pan), _crs(ms)) and _crs(pan) != _crs(ms):
-            raise ValueError("pan and ms have different projections; bring one into that of the other, such as by ms.rio.reproject(pan.rio.crs)")
+        if None not in (_crs(pan), _crs(ms)) and not _is_same_crs(_crs(pan), _crs(ms)):
+            raise ValueError("the texts of the projections of pan and ms differ; bring one into that of the other, such as by "
+                             "ms.rio.reproject(pan.rio.crs), or by ms.rio.write_crs(pan.rio.crs) if both mean the same")
         axes = []
         for dim in pan.dims:
             (first, step), (ms_first, ms_step) = _grid(pan, dim, "pan"), _grid(ms, dim, "ms")
