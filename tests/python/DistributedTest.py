@@ -18,10 +18,10 @@ distributed = pytest.importorskip("distributed")
 gdal = pytest.importorskip("osgeo.gdal")
 import dask  # noqa: E402
 import pansharp.distributed as many  # noqa: E402
-from pansharp.distributed import _parts, _run  # noqa: E402
+from pansharp.distributed import _mosaic, _parts, _run  # noqa: E402
 
 gdal.UseExceptions()
-ROWS, COLUMNS, COUNT = 600, 800, 12  # parts of 256 x 256 pixels
+ROWS, COLUMNS, COUNT = 520, 776, 12  # parts of 256 x 256 pixels
 
 
 @pytest.fixture(scope="module")
@@ -72,10 +72,12 @@ def test_the_mosaic_is_what_one_run_writes_and_what_is_there_is_kept(scene, clie
     os.truncate("job/parts/r0000256c0000256.tif", 3000)
     os.unlink("job/parts/r0000512c0000768.tif")
     assert run() == 2 and facts("job/mosaic.vrt") == facts("whole.tif")
-    assert run(co={"COMPRESS": "DEFLATE"}) == COUNT
-    before = _parts.fingerprint(scene, ())
+
+    def mask(*co):
+        return _mosaic.look("job/parts/r0000000c0000000.tif", (0, 0, 256, 256), _parts.fingerprint("job/scene.pansharp", co))
+    before = mask(), mask("COMPRESS=DEFLATE")
     os.utime("ms.tif")
-    assert _parts.fingerprint(scene, ()) != before and facts("job/mosaic.vrt") == facts("whole.tif")
+    assert before == (True, None) and mask() is None
 
 
 def test_what_can_be_made_is_made_and_the_rest_is_named(scene, client):
@@ -102,7 +104,7 @@ def limit_files(most):
 def test_a_worker_that_cannot_write_leaves_its_parts_to_another(scene, client):
     full = list(client.scheduler_info()["workers"])[0]
     client.run(limit_files, 100_000, workers=[full])
-    outcome = many.sharpen(client, scene, out="job", part=256)
+    outcome = many.sharpen(client, scene, out="job", part=256, check=False)
     client.run(limit_files, resource.RLIM_INFINITY, workers=[full])
     assert outcome.ok and full not in {task["worker"] for task in outcome.tasks}
 

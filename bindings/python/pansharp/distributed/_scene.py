@@ -52,9 +52,13 @@ def _listed(co: Mapping[str, Any] | Sequence[str] | None) -> list[str]:
     return list(co or ())
 
 
+def _is_description(pan: Files, ms: Files) -> bool:
+    return ms is None and os.fspath(pan).lower().endswith(".pansharp")
+
+
 def _described(pan: Files, ms: Files, out: str, options: dict[str, Any], tell: Tell) -> str:
     """The description to fuse: the one that is given, or that of the pair, in OUT."""
-    if ms is None and os.fspath(pan).lower().endswith(".pansharp"):
+    if _is_description(pan, ms):
         if options:
             raise TypeError(f"'{pan}' says already how the scene is fused; leave out {', '.join(options)}")
         return os.path.abspath(pan)
@@ -110,7 +114,7 @@ def sharpen(client: distributed.Client | Callable[[], distributed.Client], pan: 
     part: pixels across and down a part, or (columns, rows), multiples of 256. None: 4096, or whole rows where pan lies in strips.
     co: creation options of the parts, GeoTIFFs.
     single: a file to copy the mosaic into, of `single_format`, GTiff or COG, with `single_co`. One that exists is replaced with `overwrite` only.
-    check: compare all bytes of the inputs with what the description says before, and warn, as the command does.
+    check: compare all bytes of the inputs with what a given description says before, and warn, as the command does.
     tell: called with events, as `Seen` is.
 
     Raises pansharp.Error for a scene that cannot be opened and a single file that cannot be written, ValueError and TypeError for wrong arguments.
@@ -140,7 +144,7 @@ def sharpen(client: distributed.Client | Callable[[], distributed.Client], pan: 
     missing = [one for one in parts if masks[one] is None]
     tell("start", scene=scene, count=len(parts), missing=len(missing), pixels=sum(one.pixels for one in missing), part=list(size))
     if missing:
-        if check:
+        if check and _is_description(pan, ms):  # else all was read just now
             _compare(scene, tell)
         _make(client, scene, folder, missing, (print_, options_of_parts), masks, limits, outcome, tell)
     made = {one: mask for one, mask in masks.items() if mask is not None}
