@@ -20,12 +20,12 @@ BatchResults::BatchResults(const std::string& file) : name(file) {
     std::ifstream earlier(file, std::ios::binary);
     std::string line;
     bool isTooLong = false, isCut = false;
-    while (ReadBoundedLine(earlier, line, isTooLong)) {
+    for (std::streamoff start = 0; ReadBoundedLine(earlier, line, isTooLong); start = earlier.tellg()) {
         isCut = earlier.eof(); // the run that wrote it was killed
         const Json result = Json::parse(line, nullptr, false);
         if (const std::string output = TextOf(result, "output");
             !output.empty() && !isCut && TextOf(result, "status") == "done")
-            done[output] = line;
+            done[output] = start;
     }
     stream.open(file, std::ios::binary | std::ios::app);
     if (isCut) stream << '\n';
@@ -37,7 +37,13 @@ BatchResults::BatchResults(const std::string& file) : name(file) {
 std::optional<Json> BatchResults::FindDone(const std::string& output) const {
     const auto found = done.find(output);
     if (found == done.end()) return std::nullopt;
-    return Json::parse(found->second);
+    std::ifstream earlier(name, std::ios::binary);
+    std::string line;
+    bool isTooLong = false;
+    earlier.seekg(found->second);
+    (void)ReadBoundedLine(earlier, line, isTooLong);
+    const Json result = Json::parse(line, nullptr, false);
+    return TextOf(result, "output") == output ? std::optional(result) : std::nullopt; // or it was changed
 }
 
 std::string BatchResults::Print(const Json& result) {

@@ -26,7 +26,7 @@ public:
 
 private:
     std::string name;
-    std::map<std::string, std::string> done; ///< lines by output
+    std::map<std::string, std::streamoff> done; ///< where lines begin, by output
     std::ofstream stream;
 };
 

@@ -75,7 +75,10 @@ void SharpenInTime(Clock::time_point start, const BatchRun& how, Arguments& requ
         isLate = isLate || (how.timeLimit > 0.0 && SecondsSince(start) > how.timeLimit);
         return (!how.progress || how.progress(fraction)) && !isLate;
     };
-    std::filesystem::create_directories(std::filesystem::path(request.output).parent_path());
+    const std::string folder = std::filesystem::path(request.output).parent_path().string();
+    if (!KOVA::Tessara::Fundament::CreateDirectories(folder))
+        throw UsageError("the folder '" + folder + "' of the output '" + request.output +
+                         "' cannot be made; is a file in its place, and may this user write there?");
     Sharpen(request, run);
     request.progress = nullptr;
     if (run.code != Interrupted || !isLate) return;

@@ -248,9 +248,8 @@ Exit codes: 0 done, 1 the work failed, 2 the command line is wrong, 130 interrup
 )"},
     {"batch", "pansharp batch LIST.jsonl|PRODUCT [...] --out FOLDER [options]",
      "Sharpens many scenes, one after the other with all threads, and prints a line of JSON for each. It "
-     "goes "
-     "on after a failure; the same command line goes on where an earlier run was stopped, and skips what is "
-     "done. Options of 'sharpen' hold for all scenes; those of a line of the list go before them.",
+     "goes on after a failure; the same command line goes on where an earlier run was stopped, and skips "
+     "what is done. Options of 'sharpen' hold for all scenes; a line of a list may give its own.",
      batchPositionals, ReadScenes, batchOptions, sharpenOrder,
      R"(Examples:
   pansharp batch scenes.jsonl --out sharp --time-limit 3600

@@ -17,6 +17,21 @@ void SetEnvironment(const char* name, const char* value);
 /// The most memory that this process has had in use so far, in bytes.
 [[nodiscard]] std::uint64_t PeakMemory();
 
+/// Keeps a file, made if it is not there, from every other process that locks it, until it is destroyed or
+/// the process ends. Where the file system knows no locks it keeps nothing.
+class FileLock {
+public:
+    explicit FileLock(const std::string& file);
+    FileLock(const FileLock&) = delete;
+    FileLock& operator=(const FileLock&) = delete;
+    ~FileLock();
+    [[nodiscard]] bool IsTaken() const { return isTaken; } ///< by another process
+
+private:
+    int handle;
+    bool isTaken;
+};
+
 /// Asks the desktop to show an address. False when nothing there does.
 [[nodiscard]] bool OpenInBrowser(const std::string& address);
 

@@ -1,9 +1,12 @@
 #include "cli/Platform.h"
 
 #include <atomic>
+#include <cerrno>
 #include <csignal>
+#include <fcntl.h>
 #include <initializer_list>
 #include <spawn.h>
+#include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -40,6 +43,14 @@ std::uint64_t PeakMemory() {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
     return static_cast<std::uint64_t>(usage.ru_maxrss) * 1024;
+}
+
+FileLock::FileLock(const std::string& file)
+    : handle(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666)),
+      isTaken(handle >= 0 && flock(handle, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {}
+
+FileLock::~FileLock() {
+    if (handle >= 0) close(handle);
 }
 
 bool OpenInBrowser(const std::string& address) {

@@ -82,7 +82,9 @@ TEST(BatchCommand, GoesOnAfterFailuresAndWhereItStopped) {
     std::filesystem::remove(folder / "out/a/b.tif");
     EXPECT_EQ(States(folder, batch), "done failed skipped 1");
     EXPECT_EQ(States(folder, batch + "--nodata 3"), "failed failed done 1"); // a line contradicts it
-    scene::Write(folder / "ms.tif", scene::MakeRaster(23, 19, 4, 8, 9), {.pixelSize = 20.0});
+    using namespace std::chrono_literals;                                    // within a second
+    std::filesystem::last_write_time(folder / "ms.tif",
+                                     std::filesystem::last_write_time(folder / "ms.tif") + 1ms);
     EXPECT_EQ(States(folder, batch), "done failed done 1");
     EXPECT_EQ(States(folder, batch + "--again"), "done failed done 1");
 }
@@ -110,6 +112,8 @@ TEST(BatchCommand, NamesTheLineAndTheKey) {
         {R"({"product": "p", "output": "p.tif"})", "only 'p' is named"},
         {R"({"pan": "pan.tif", "ms": ["ms.tif"], "output": "y.tif", "options": {"bbox": [1, 2]}})",
          "--bbox takes 4 values"},
+        {R"({"pan": "pan.tif", "ms": ["ms.tif"], "output": "batch.jsonl/z.tif"})",
+         "the folder 'out/batch.jsonl' of the output 'out/batch.jsonl/z.tif' cannot be made"},
     };
     std::string list;
     for (const BadLine& line : bad)
@@ -162,10 +166,11 @@ TEST(BatchCommand, StopsASceneAndKeepsWhatIsDone) {
     child::Running running(folder, batch);
     ASSERT_TRUE(child::WaitUntil(
         [&] { return running.ErrorsSoFar().find("scene 2 of 2: large.tif") != std::string::npos; }));
+    EXPECT_THAT(child::Run(folder, batch).err, HasSubstr("another batch writes to 'out/batch.jsonl' now"));
     running.Signal(SIGINT);
     const child::Outcome interrupted = running.Finish();
     EXPECT_EQ(interrupted.code, 130);
-    EXPECT_EQ(Lines(interrupted.out).size(), 1u);
+    EXPECT_EQ(Lines(testfiles::ReadText(folder / "out/batch.jsonl")).size(), 1u);
     EXPECT_EQ(States(folder, batch + "--time-limit 0.01"), "skipped failed 1");
     const std::vector<Json> results = Lines(testfiles::ReadText(folder / "out/batch.jsonl"));
     EXPECT_THAT(results.back()["errors"][0]["message"].get<std::string>(),

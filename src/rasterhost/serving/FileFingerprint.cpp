@@ -16,6 +16,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 #include <vector>
 
 namespace rasterhost {
@@ -34,6 +36,13 @@ std::vector<std::string> FilesOfInput(const std::string& name, GDALDataset& data
             files.push_back(file);
     if (files.empty() && LookAt(name).isFile) files.push_back(name);
     return files;
+}
+
+/// As fine as the file system tells it; whole seconds of what GDAL alone can see.
+long long TimeOfWriting(const std::string& file, const VSIStatBufL& state) {
+    std::error_code failure;
+    const auto time = std::filesystem::last_write_time(file, failure);
+    return failure ? state.st_mtime : static_cast<long long>(time.time_since_epoch().count());
 }
 
 /// False when it cannot be read to its end.
@@ -162,7 +171,7 @@ std::string TakeState(const std::vector<std::string>& names) {
             const bool isThere = VSIStatL(file.c_str(), &state) == 0;
             addText(file);
             addText(FormatString("%d %lld %lld", isThere, static_cast<long long>(state.st_size),
-                                 static_cast<long long>(state.st_mtime)));
+                                 TimeOfWriting(file, state)));
         }
     }
     return number.GetDigits();
