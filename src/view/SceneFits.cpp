@@ -3,6 +3,7 @@
 #include "fundament/Text.h"
 #include "hostkit/MethodTable.h"
 #include "rasterhost/fusing/ProcessSettings.h"
+#include "rasterhost/requests/HostStatus.h"
 #include "view/BadRequest.h"
 
 #include <utility>
@@ -15,6 +16,13 @@ using rasterhost::Status;
 namespace {
 
 constexpr std::size_t mostFits = 64; // that are kept of a kind
+
+/// A fit that was given up may be asked for again; one that failed fails again.
+[[noreturn]] void ThrowFitFailure(const Status& status) {
+    const bool isCancelled =
+        status.GetCount() > 0 && status.GetItem(0).id == rasterhost::HostStatus::Cancelled;
+    ThrowFailure(status, isCancelled ? 503 : 500);
+}
 
 } // namespace
 
@@ -130,7 +138,7 @@ rasterhost::WeightFit SceneFits::FindWeights(const Look& look, std::optional<dou
     Status status;
     if (!rasterhost::FitWeights(*fitted.scene, {base.bitDepth, infraredWeight, WhetherWanted(look)}, fit,
                                 nullptr, status))
-        ThrowFailure(status, 503);
+        ThrowFitFailure(status);
     return weights[infraredWeight] = fit;
 }
 
@@ -152,7 +160,7 @@ rasterhost::DetailFit SceneFits::FindDetail(const Look& look, std::optional<doub
     }
     const rasterhost::Scene& from = colours.scene ? *colours.scene : *fitted.scene;
     if (!rasterhost::FitDetail(from, open, base.bitDepth, fit, status, WhetherWanted(look)))
-        ThrowFailure(status, 503);
+        ThrowFitFailure(status);
     details[fit.transfer] = fit;
     return details[transfer] = fit;
 }

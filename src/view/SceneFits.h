@@ -49,7 +49,7 @@ private:
     std::map<std::optional<double>, rasterhost::DetailFit> details; ///< by the modulation transfer
 };
 
-/// Throws with the first of what went wrong: as BadRequest with a status of HTTP below 500.
+/// Throws BadRequest with the first of what went wrong and this status of HTTP.
 [[noreturn]] void ThrowFailure(const rasterhost::Status& status, unsigned httpStatus);
 
 } // namespace view

@@ -35,7 +35,7 @@ private:
     const std::string version; ///< of this run: what is cached by others is good as long
     const std::map<std::string, PageFile> page;
     TileCache cache{std::size_t{64} << 20};
-    MemoryBudget windows{std::size_t{128} << 20}; ///< that are being made or sent
+    MemoryBudget windows{std::size_t{256} << 20}; ///< that are being made or sent
     QualityTable quality;
 };
 

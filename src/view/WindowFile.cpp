@@ -36,8 +36,13 @@ std::shared_ptr<const std::string> MakeWindowFile(ViewedScene& scene, const Look
     if (bytes > mostBytes)
         throw BadRequest("window: it would take " + std::to_string(bytes >> 20) +
                          " MB, and 64 are allowed; zoom in, or copy the command and run it");
-    auto share = budget.Take(static_cast<std::size_t>(bytes));
-    if (!share)
+    // While it is made, there are its pixels and where they are valid, or what is sent, beside the file; GDAL
+    // reserves a tenth for that to grow.
+    constexpr std::size_t mostHeader = 1u << 16;
+    const std::size_t sent = static_cast<std::size_t>(bytes) + mostHeader;
+    auto share = budget.Take(sent);
+    const auto making = budget.Take(sent + sent / 8 + std::size_t{window.GetColumns()} * window.GetRows());
+    if (!share || !making)
         throw BadRequest("other windows are being sent, and together they would take more memory than is "
                          "allowed; try again in a few seconds",
                          503);
@@ -47,7 +52,7 @@ std::shared_ptr<const std::string> MakeWindowFile(ViewedScene& scene, const Look
     GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GTiff");
     static std::atomic<unsigned> count = 0;
     const std::string name = "/vsimem/pansharp-window-" + std::to_string(count++) + ".tif";
-    const CPLStringList options = CPLStringList().AddString("INTERLEAVE=PIXEL").AddString("TILED=YES");
+    const CPLStringList options = CPLStringList().AddString("INTERLEAVE=PIXEL"); // strips are not padded
     const int columns = static_cast<int>(pixels.columns), rows = static_cast<int>(pixels.rows);
     const int bands = static_cast<int>(pixels.bands);
     const GDALDataType type = pixels.bits == 8 ? GDT_Byte : GDT_UInt16;

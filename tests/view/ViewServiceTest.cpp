@@ -199,7 +199,7 @@ TEST_F(ViewServiceTest, WindowsShareMemoryAndUnwantedFitsAreGivenUp) {
     Serve();
     EXPECT_NE(Body("/command.json").find("pansharp sharpen 'a b.zip' -o window.tif"), std::string::npos);
     EXPECT_NE(Body("/command.json").find(" --plugin "), std::string::npos);
-    MemoryBudget budget(panSize * panSize * 4 * 2);
+    MemoryBudget budget((panSize * panSize * 4 * 2 + 65536) * 3);
     const hostkit::PixelRect all{0, 0, panSize, panSize};
     const auto statusOf = [](const auto& call) {
         try {
@@ -213,6 +213,7 @@ TEST_F(ViewServiceTest, WindowsShareMemoryAndUnwantedFitsAreGivenUp) {
     EXPECT_EQ(statusOf([&] { (void)MakeWindowFile(*scene, {}, all, budget); }), 503u);
     sent.reset();
     EXPECT_EQ(statusOf([&] { (void)MakeWindowFile(*scene, {}, all, budget); }), 200u);
+    EXPECT_LT(MakeWindowFile(*scene, {}, {0, 0, 1, panSize}, budget)->size(), panSize * 8u + 65536u);
     for (const char* method : {"kova", "injection"}) {
         Look look;
         look.method = method;
