@@ -122,6 +122,9 @@ def test_a_part_with_a_margin_is_that_of_the_whole():
     whole = pansharp.fuse(PAN, MS)
     part = pansharp.fuse(PAN[20:80], MS[:, 5:], fit=found, pixel_size=2, offset=(0, 5))
     assert numpy.array_equal(part[:, 12:-12], whole[:, 32:68])
+    unknown, dark = dataclasses.replace(found, low_pass_mean=0.0), PAN // 9000
+    whole_dark, part_dark = (pansharp.fuse(pan, ms, fit=unknown, nodata=False) for pan, ms in ((dark, MS), (dark[:60], MS[:, :30])))
+    assert numpy.array_equal(whole_dark[:, :48], part_dark[:, :48])
     given = {name: getattr(found, name) for name in ("gains", "transfer", "low_pass_mean")}
     assert numpy.array_equal(pansharp.fuse(PAN, MS, **given), whole)
     assert pansharp.fit(PAN, MS, transfer=found.transfer) == dataclasses.replace(found, r_squared=None)

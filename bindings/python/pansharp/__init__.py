@@ -218,7 +218,8 @@ def fuse(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, method: str | 
         method = fit.method if method is None else method
         gains = (fit.gains or None) if gains is None else gains
         transfer = fit.transfer if transfer is None else transfer
-        low_pass_mean = fit.low_pass_mean or None if low_pass_mean is None else low_pass_mean
+        if low_pass_mean is None and fit.low_pass_mean is not None:
+            low_pass_mean = fit.low_pass_mean or math.ulp(0)  # 0 would have each part find its own
         if weights is None and fit.weights:
             weights, infrared_weight = fit.weights, fit.infrared_weight
     chosen = find_method(method, weights is not None or infrared is not None or infrared_weight is not None)
