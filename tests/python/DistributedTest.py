@@ -1,5 +1,6 @@
 """Scenes fused by many processes. PANSHARP_COMMAND names the command that they have to equal."""
 
+import fcntl
 import json
 import os
 import resource
@@ -169,6 +170,9 @@ def test_a_batch_makes_what_the_command_makes_and_each_skips_what_the_other_has_
                {"description": scene, "output": "sub/small.tif"}, {"pan": "none.tif", "ms": ["ms.tif"]}, {"pan": 3}]
     (tmp_path / "list.jsonl").write_text("\n".join(map(json.dumps, entries)))
     os.mkdir("parts")
+    with open("parts/batch.jsonl", "w") as held, pytest.raises(ValueError, match="another batch"):
+        fcntl.flock(held, fcntl.LOCK_EX)
+        many.batch(client, "list.jsonl", "parts")
     shutil.copy("pan.tif", "parts/large.tif")
     tasks, kept, parts, there = (
         many.batch(client, "list.jsonl", out, parts_above=above, overwrite=overwrite, limits=many.Limits(attempts=1 + overwrite)).results

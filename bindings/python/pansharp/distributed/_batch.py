@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import csv
+import fcntl
 import io
 import json
 import os
@@ -101,6 +102,13 @@ class _Book:
         name = os.path.join(folder, _RESULTS)
         is_cut = os.path.exists(name) and os.path.getsize(name) > 0 and not _ends_line(name)
         self._file = open(name, "a", encoding="utf-8")
+        try:
+            fcntl.flock(self._file, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        except BlockingIOError:
+            self._file.close()
+            raise ValueError(f"another batch writes to '{name}' now; wait until it has ended, or name another folder") from None
+        except OSError:
+            pass  # a file system without locks
         if is_cut:
             self._file.write("\n")
 
