@@ -33,8 +33,8 @@ struct Arguments : rasterhost::SharpenRequest,
     std::string listen = "127.0.0.1";  ///< address to serve at
     std::optional<std::uint16_t> port; ///< without one a usual one, or any that is free
     bool opensBrowser = false;
-    std::optional<rasterhost::Product> product;   ///< that the pair was taken from
-    std::optional<rasterhost::SceneRecord> scene; ///< that a file describes, instead of a pair
+    std::optional<rasterhost::Product> foundProduct; ///< that the pair was taken from
+    std::optional<rasterhost::SceneRecord> scene;    ///< that a file describes, instead of a pair
 };
 
 /// Reads the inputs and then every option that was typed: those that the command has to have in order first,

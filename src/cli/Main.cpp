@@ -28,7 +28,7 @@ using namespace cli;
 /// The arguments; a product that was recognised is told before anything is done with it.
 Arguments TakeArguments(const CommandLine& line) {
     Arguments arguments = ReadArguments(line);
-    if (arguments.product && !arguments.json && !arguments.quiet)
+    if (arguments.foundProduct && !arguments.json && !arguments.quiet)
         std::cout << FormatProduct(arguments) << std::flush;
     return arguments;
 }

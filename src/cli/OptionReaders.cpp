@@ -223,7 +223,7 @@ void ReadShift(const TypedOption& option, Arguments& to) {
 
 void ReadScale(const TypedOption& option, Arguments& to) {
     to.scale.reset();
-    if (to.product && !option.line.Has(option::bitDepth)) to.bitDepth.reset(); // of samples as they are
+    if (to.foundProduct && !option.line.Has(option::bitDepth)) to.bitDepth.reset(); // of samples as they are
     to.findScale = IsAuto(option);
     if (to.findScale) return;
     to.scale = ParsePair(option.name, option.Value());

@@ -28,7 +28,7 @@ std::string FormatBand(const InputBand& band, bool saysName) {
 /// What is known of samples and sensor, and holds unless an option says something else.
 std::string FormatDefaults(const Arguments& request) {
     constexpr std::size_t column = 10;
-    const Product& product = *request.product;
+    const Product& product = *request.foundProduct;
     std::string text, transfers, meanings;
     if (product.noData && request.noData == product.noData)
         text += Wrap("no data", column,
@@ -73,13 +73,13 @@ bool TakesProduct(const std::string& name, Arguments& to) {
         to.blur.multispectral = std::move(transfers);
         to.blur.pan = rasterhost::PublishedTransfer(product.sensor, "pan").value_or(to.blur.pan);
     }
-    to.product = std::move(product);
+    to.foundProduct = std::move(product);
     return true;
 }
 
 std::string FormatProduct(const Arguments& request) {
     constexpr std::size_t column = 10, most = 12;
-    const Product& product = *request.product;
+    const Product& product = *request.foundProduct;
     std::string head = product.kind + (product.name.empty() ? "" : ", " + product.name);
     if (!product.acquired.empty()) head += ", " + product.acquired;
     std::string text = Wrap("product", column, head) + Wrap("pan", column, FormatBand(product.pan, false));

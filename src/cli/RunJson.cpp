@@ -141,7 +141,7 @@ std::string FailureJson(std::string_view command, ExitCode code, const Status& s
 Json SharpenObject(const Arguments& request, const SharpenReport& report, ExitCode code, const Status& status,
                    std::uint64_t peakMemory) {
     Json object = JsonHead("sharpen", code);
-    if (request.product) object["product"] = JsonProduct(*request.product);
+    if (request.foundProduct) object["product"] = JsonProduct(*request.foundProduct);
     object["inputs"] = Inputs(request);
     object["output"] = request.output;
     object["format"] = report.format;
@@ -169,7 +169,7 @@ std::string SharpenJson(const Arguments& request, const SharpenReport& report, E
 std::string InfoJson(const Arguments& request, const PreflightReport& report, ExitCode code,
                      const Status& status) {
     Json object = JsonHead("info", code);
-    if (request.product) object["product"] = JsonProduct(*request.product);
+    if (request.foundProduct) object["product"] = JsonProduct(*request.foundProduct);
     object["inputs"] = Inputs(request);
     if (report.pan.columns > 0) AddFindings(object, report);
     if (code == Done) {
