@@ -196,8 +196,8 @@ using BatchEntry = std::tuple<std::string, std::size_t, Files, std::string, Opti
 std::vector<BatchEntry> BatchScenes(const Files& names, Options options) {
     std::vector<BatchEntry> entries;
     try {
-        for (const cli::BatchScene& scene :
-             cli::ReadBatch(cli::CommandLine::Make(FindCommand("batch"), names, std::move(options))))
+        const auto line = cli::CommandLine::Make(FindCommand("batch"), names, std::move(options));
+        for (const cli::BatchScene& scene : cli::ReadBatch(line))
             entries.emplace_back(scene.list, scene.line, scene.files, scene.output, scene.options,
                                  scene.fault);
     } catch (const cli::UsageError& error) {
