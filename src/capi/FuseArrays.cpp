@@ -27,8 +27,6 @@ using KOVA::Tessara::Fundament::Status;
 
 namespace {
 
-constexpr const char* statusSource = "Pansharp.C";
-
 /// Rows of a window: enough that opening it costs little, few enough that threads end together.
 std::uint32_t WindowRows(const FuseJob& job, std::uint32_t threads) {
     constexpr std::uint64_t fewest = 16, mostPixels = std::uint64_t{1} << 20;
@@ -158,7 +156,7 @@ public:
             status.Add(CStatus::Cancelled,
                        FormatString("cancelled by the progress callback after %u of %u rows", reportedRows,
                                     job.pan.info.rows),
-                       statusSource);
+                       CStatus::Source);
         status.Append(failure);
         return cancelled ? PANSHARP_CANCELLED : failed ? PANSHARP_FAILED : PANSHARP_OK;
     }

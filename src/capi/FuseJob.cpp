@@ -19,7 +19,7 @@ using KOVA::Tessara::Fundament::Status;
 namespace PropertyNames = KOVA::Tessara::PropertyNames;
 
 bool Refuse(Status& status, const std::string& message) {
-    status.Add(CStatus::BadArgument, message, "Pansharp.C");
+    status.Add(CStatus::BadArgument, message, CStatus::Source);
     return false;
 }
 

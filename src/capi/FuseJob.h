@@ -21,8 +21,9 @@
 
 namespace capi {
 
-/// Ids of the items recorded here.
+/// Source and ids of the items recorded here.
 namespace CStatus {
+inline constexpr const char* Source = "Pansharp.C";
 inline constexpr std::uint32_t BadArgument = 0xC001;
 inline constexpr std::uint32_t NoThread = 0xC002;
 inline constexpr std::uint32_t Cancelled = 0xC004;

@@ -19,19 +19,17 @@ using KOVA::Tessara::Fundament::Status;
 
 namespace {
 
-constexpr const char* rowsSource = "Pansharp.C";
-
-bool Say(Status& status, std::uint32_t id, const std::string& message) {
-    status.Add(id, message, rowsSource);
+bool Cancel(Status& status, const std::string& message) {
+    status.Add(CStatus::Cancelled, message, CStatus::Source);
     return false;
 }
 
 bool TakeCallbacks(const pansharp_rows* given, pansharp_rows& rows, Status& status) {
-    if (!given) return Say(status, CStatus::BadArgument, "rows is null; give the address of a pansharp_rows");
+    if (!given) return Refuse(status, "rows is null; give the address of a pansharp_rows");
     return TakeStructure({"rows", offsetof(pansharp_rows, window), "set it to sizeof(pansharp_rows)"}, *given,
                          rows, status) &&
            ((rows.read && rows.write) ||
-            Say(status, CStatus::BadArgument, "rows.read or rows.write is null; give both functions"));
+            Refuse(status, "rows.read or rows.write is null; give both functions"));
 }
 
 /// The window, within pan; all of it where none is given.
@@ -40,11 +38,11 @@ bool FindWindow(const FuseJob& job, const pansharp_window& given, PixelRect& win
     if (given.columns == 0 && given.rows == 0 && given.column == 0 && given.row == 0) return true;
     if (given.columns == 0 || given.rows == 0 || given.column >= window.col1 || given.row >= window.row1 ||
         given.columns > window.col1 - given.column || given.rows > window.row1 - given.row)
-        return Say(status, CStatus::BadArgument,
-                   FormatString(
-                       "rows.window starts at column %u, row %u and has %u columns and %u rows; it must lie "
-                       "within the %u columns and %u rows of pan",
-                       given.column, given.row, given.columns, given.rows, window.col1, window.row1));
+        return Refuse(
+            status, FormatString(
+                        "rows.window starts at column %u, row %u and has %u columns and %u rows; it must lie "
+                        "within the %u columns and %u rows of pan",
+                        given.column, given.row, given.columns, given.rows, window.col1, window.row1));
     window = {given.column, given.row, given.column + given.columns, given.row + given.rows};
     return true;
 }
@@ -53,8 +51,8 @@ bool FindWindow(const FuseJob& job, const pansharp_window& given, PixelRect& win
 bool SettleGiven(FuseJob& job, Status& status) {
     if (!hostkit::UsesLowPass(*job.method)) return true;
     if (job.known.gains.empty() || !job.known.transfer)
-        return Say(
-            status, CStatus::BadArgument,
+        return Refuse(
+            status,
             FormatString("the method %s needs job.transfer, gains and low_pass_mean, which a window does not "
                          "tell; give what pansharp_fit found in the scene, or choose another method",
                          job.method->keyword));
@@ -91,7 +89,7 @@ public:
             return false;
         Layout layout = {window.GetColumns(), 1, static_cast<std::uint32_t>(job.outputBands.size()),
                          job.pan.info.bitsPerBand / 8};
-        if (!FillStrides(layout)) return Say(status, CStatus::BadArgument, "a row of the window is too long");
+        if (!FillStrides(layout)) return Refuse(status, "a row of the window is too long");
         fused.resize(std::size_t{layout.columns} * layout.bands);
         for (std::uint32_t row = window.row0; row < window.row1; ++row) {
             const unsigned char* samples = worker.GetRow(row, status);
@@ -99,8 +97,7 @@ public:
             StoreRow(finish.Finish(samples, nullptr, layout.columns), job.processBands, job.outputBands,
                      reinterpret_cast<unsigned char*>(fused.data()), layout, 0);
             if (const int answer = rows.write(row, fused.data(), rows.data))
-                return Say(status, CStatus::Cancelled,
-                           FormatString("rows.write answered %d for row %u", answer, row));
+                return Cancel(status, FormatString("rows.write answered %d for row %u", answer, row));
         }
         return true;
     }
@@ -113,10 +110,10 @@ private:
         buffer.resize((rowBytes * rect.GetRows() + 1) / 2);
         const pansharp_window part = {rect.col0, rect.row0, rect.GetColumns(), rect.GetRows()};
         if (const int answer = rows.read(image, &part, buffer.data(), rows.data)) {
-            Say(status, CStatus::Cancelled,
-                FormatString(
-                    "rows.read answered %d for %u columns and %u rows at column %u, row %u of image %u",
-                    answer, part.columns, part.rows, part.column, part.row, static_cast<unsigned>(image)));
+            Cancel(status,
+                   FormatString(
+                       "rows.read answered %d for %u columns and %u rows at column %u, row %u of image %u",
+                       answer, part.columns, part.rows, part.column, part.row, static_cast<unsigned>(image)));
             return std::nullopt;
         }
         return hostkit::SampleBlock{reinterpret_cast<const unsigned char*>(buffer.data()), rowBytes, rect};
@@ -162,9 +159,8 @@ pansharp_result FuseRows(const hostkit::PluginLibrary& plugin, FuseJob& job, con
                        : PANSHARP_FAILED;
         row = end;
         if (job.progress && job.progress(end - window.row0, window.GetRows(), job.progressData) != 0) {
-            Say(status, CStatus::Cancelled,
-                FormatString("cancelled by the progress callback after %u of %u rows", end - window.row0,
-                             window.GetRows()));
+            Cancel(status, FormatString("cancelled by the progress callback after %u of %u rows",
+                                        end - window.row0, window.GetRows()));
             return PANSHARP_CANCELLED;
         }
     }

@@ -186,10 +186,8 @@ pansharp_result pansharp_fit(const pansharp* library, const pansharp_job* job, p
     ErrorText text(error, error_size);
     return RunJob(library, job, text, capi::JobUse::Fit, [&](capi::FuseJob& checked, Status& status) {
         if (!hostkit::UsesLowPass(*checked.method)) {
-            status.Add(capi::CStatus::BadArgument,
-                       std::string("the method ") + checked.method->keyword +
-                           " does not compare pan with its low-pass: there is nothing to fit",
-                       "Pansharp.C");
+            capi::Refuse(status, std::string("the method ") + checked.method->keyword +
+                                     " does not compare pan with its low-pass: there is nothing to fit");
             return PANSHARP_BAD_ARGUMENT;
         }
         fitting::DetailFit& fit = checked.detail;
@@ -211,10 +209,8 @@ pansharp_result pansharp_fit_weights(const pansharp* library, const pansharp_job
                                         *fit, told, status))
             return PANSHARP_BAD_ARGUMENT;
         if (!hostkit::WeighsBands(*checked.method)) {
-            status.Add(capi::CStatus::BadArgument,
-                       std::string("the method ") + checked.method->keyword +
-                           " weighs no bands: there are no weights to fit",
-                       "Pansharp.C");
+            capi::Refuse(status, std::string("the method ") + checked.method->keyword +
+                                     " weighs no bands: there are no weights to fit");
             return PANSHARP_BAD_ARGUMENT;
         }
         fitting::ShareFit found = capi::FitWeights(checked);
