@@ -3,12 +3,14 @@
 
 #include "Calls.h"
 
+#include "cli/BatchResults.h"
 #include "cli/BatchRun.h"
 #include "cli/CommandLine.h"
 #include "cli/JsonParts.h"
 #include "cli/Platform.h"
 #include "cli/RunJson.h"
 #include "cli/SharpenRun.h"
+#include "rasterhost/reading/NetworkFile.h"
 #include "rasterhost/serving/RecordedScene.h"
 
 #include <pybind11/numpy.h>
@@ -221,11 +223,41 @@ std::string RunBatchScene(const BatchEntry& entry, const std::string& folder, do
                 Status status;
                 const cli::BatchRun how{folder, timeLimit, false, watched.progress};
                 if (const auto made = cli::RunBatchScene(scene, how, earlier, status))
-                    result = made->dump(-1, ' ', false, cli::Json::error_handler_t::replace);
+                    result = cli::BatchResults::Print(*made);
             },
             watching);
     return result;
 }
+
+/// The results of a batch, with lines as texts, until they are closed.
+class Results {
+public:
+    explicit Results(const std::string& file) {
+        try {
+            results.emplace(file);
+        } catch (const cli::UsageError& error) {
+            throw py::value_error(error.what());
+        } catch (const std::runtime_error& error) {
+            python::Raise(PyExc_OSError, error.what());
+        }
+    }
+
+    [[nodiscard]] std::string FindDone(const std::string& output) const {
+        const auto line = results ? results->FindDone(output) : std::nullopt;
+        return line ? cli::BatchResults::Print(*line) : std::string();
+    }
+    void Add(const std::string& line) {
+        try {
+            if (results) results->Add(cli::Json::parse(line));
+        } catch (const std::runtime_error& error) {
+            python::Raise(PyExc_OSError, error.what());
+        }
+    }
+    void Close() { results.reset(); }
+
+private:
+    std::optional<cli::BatchResults> results;
+};
 
 std::string JsonOf(const Status& status) {
     cli::Json object = cli::JsonHead("open", cli::WorkFailed);
@@ -308,6 +340,12 @@ PYBIND11_MODULE(_files, module) {
     module.def("info", &Info);
     module.def("batch_scenes", &BatchScenes);
     module.def("batch_scene", &RunBatchScene);
+    module.def("gdal_name", &rasterhost::NameForGdal);
+    py::class_<Results>(module, "Results")
+        .def(py::init<const std::string&>())
+        .def("find_done", &Results::FindDone)
+        .def("add", &Results::Add)
+        .def("close", &Results::Close);
     py::class_<Dataset>(module, "Dataset")
         .def_static("open", &Dataset::Open)
         .def("read", &Dataset::Read)

@@ -22,9 +22,8 @@ class Batch {
 public:
     explicit Batch(const Arguments& batchArguments)
         : arguments(batchArguments), scenes(ReadBatch(arguments.line)),
-          resultsName((std::filesystem::path(MakeFolder(arguments.folder)) / batchResultsName).string()),
-          lock(resultsName), results(GetFree(resultsName, lock)), isTerminal(platform::ErrorsGoToTerminal()) {
-    }
+          results((std::filesystem::path(MakeFolder(arguments.folder)) / batchResultsName).string()),
+          isTerminal(platform::ErrorsGoToTerminal()) {}
 
     ExitCode Run() {
         platform::CatchInterrupts();
@@ -48,13 +47,6 @@ private:
             throw UsageError("--out: the folder '" + folder +
                              "' cannot be made; is a file in its place, and may this user write there?");
         return folder;
-    }
-
-    static const std::string& GetFree(const std::string& file, const platform::FileLock& lock) {
-        if (lock.IsTaken())
-            throw UsageError("--out: another batch writes to '" + file +
-                             "' now; wait until it has ended, or name another folder");
-        return file;
     }
 
     void TellStart(const BatchScene& scene) const {
@@ -88,8 +80,6 @@ private:
 
     const Arguments& arguments;
     const std::vector<BatchScene> scenes;
-    const std::string resultsName;
-    const platform::FileLock lock;
     BatchResults results;
     const bool isTerminal;
     std::size_t next = 0;

@@ -1,6 +1,7 @@
 #include "cli/BatchResults.h"
 
 #include "cli/BatchList.h"
+#include "cli/ExitCode.h"
 
 #include <stdexcept>
 
@@ -16,7 +17,10 @@ std::string TextOf(const Json& result, const char* key) {
 
 } // namespace
 
-BatchResults::BatchResults(const std::string& file) : name(file) {
+BatchResults::BatchResults(const std::string& file) : name(file), lock(file) {
+    if (lock.IsTaken())
+        throw UsageError("another batch writes to '" + name +
+                         "' now; wait until it has ended, or name another folder");
     std::ifstream earlier(file, std::ios::binary);
     std::string line;
     bool isTooLong = false, isCut = false;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cli/JsonParts.h"
+#include "cli/Platform.h"
 
 #include <fstream>
 #include <map>
@@ -10,10 +11,11 @@
 namespace cli {
 
 /// The results of a batch, a line of JSON each, in a file that is only ever added to. The last one that
-/// says that an output is done holds: a run that fails leaves the file as it was.
+/// says that an output is done holds: a run that fails leaves the file as it was. One batch at a time has it.
 class BatchResults {
 public:
-    /// Reads what earlier runs have left. Throws std::runtime_error when it cannot be written.
+    /// Reads what earlier runs have left. Throws UsageError when another batch has it, and std::runtime_error
+    /// when it cannot be written.
     explicit BatchResults(const std::string& file);
 
     /// The result of an output that is done; none when there is no such line.
@@ -26,6 +28,7 @@ public:
 
 private:
     std::string name;
+    platform::FileLock lock;
     std::map<std::string, std::streamoff> done; ///< where lines begin, by output
     std::ofstream stream;
 };

@@ -3,7 +3,6 @@
 from __future__ import annotations
 
 import csv
-import fcntl
 import io
 import json
 import os
@@ -24,7 +23,6 @@ from . import _mosaic, _parts, _run, _scene, _store
 Entry = Any
 _RESULTS, _SHARED = "batch.jsonl", "shared.json"
 _FITTED = "command", "ok", "method", "weights", "infrared_weight", "modulation_transfer", "gains"
-_LONGEST = 1 << 20  # bytes of a line that is read
 _AT_ONCE = 1e-9  # seconds
 _NOT_IN_PARTS = {"--mo", "--srcwin", "--byte", "--preview", "--preview-at"}
 _COLUMNS = "status", "output", "seconds", "megapixels", "line", "worker", "error"
@@ -76,60 +74,26 @@ def _line(entry: Entry, text: str, version: str) -> dict[str, Any]:
             "fingerprint": ""}
 
 
-def _done_before(file: str) -> dict[str, str]:
-    """Lines that say that an output is done, by output; the last one holds."""
-    done: dict[str, str] = {}
-    try:
-        with open(file, "rb") as lines:
-            for line in lines:
-                try:
-                    result = json.loads(line) if len(line) <= _LONGEST and line.endswith(b"\n") else None
-                except ValueError:
-                    continue  # of a run that was killed
-                if isinstance(result, dict) and result.get("status") == "done" and result.get("output") and isinstance(result["output"], str):
-                    done[result["output"]] = line.decode().strip()
-    except FileNotFoundError:
-        pass
-    return done
-
-
 class _Book:
     """The results of a batch: in memory, in batch.jsonl, and told as events."""
 
     def __init__(self, folder: str, entries: Sequence[Entry], tell: _scene.Tell) -> None:
         self.lines: dict[int, dict[str, Any]] = {}
         self._count, self._tell = len(entries), tell
-        name = os.path.join(folder, _RESULTS)
-        is_cut = os.path.exists(name) and os.path.getsize(name) > 0 and not _ends_line(name)
-        self._file = open(name, "a", encoding="utf-8")
-        try:
-            fcntl.flock(self._file, fcntl.LOCK_EX | fcntl.LOCK_NB)
-        except BlockingIOError:
-            self._file.close()
-            raise ValueError(f"another batch writes to '{name}' now; wait until it has ended, or name another folder") from None
-        except OSError:
-            pass  # a file system without locks
-        if is_cut:
-            self._file.write("\n")
+        self._results = _options.engine().Results(os.path.join(folder, _RESULTS))
+        self.find_done: Callable[[str], str] = self._results.find_done
 
     def add(self, number: int, line: dict[str, Any]) -> None:
         result: dict[str, Any] = {"scene": number + 1, "of": self._count, **line}
         self.lines[number] = result
         if result["status"] != "skipped":
-            self._file.write(json.dumps(result) + "\n")
-            self._file.flush()
+            self._results.add(json.dumps(result))
         self._tell("made", name=result["output"], pixels=result["megapixels"] * 1e6, result=result)
         if result["status"] == "failed":
             self._tell("failed", name=result["output"], text="; ".join(error["message"] for error in result["errors"]))
 
     def close(self) -> None:
-        self._file.close()
-
-
-def _ends_line(file: str) -> bool:
-    with open(file, "rb") as opened:
-        opened.seek(-1, os.SEEK_END)
-        return opened.read(1) == b"\n"
+        self._results.close()
 
 
 def batch(client: distributed.Client | Callable[[], distributed.Client], scenes: str | Sequence[str], out: str | os.PathLike[str], *,
@@ -154,7 +118,6 @@ def batch(client: distributed.Client | Callable[[], distributed.Client], scenes:
     if "plugin" not in options:  # each worker has its own
         texts.pop("--plugin", None)
     entries = _options.engine().batch_scenes([os.fspath(name) for name in names], texts)
-    done = _done_before(os.path.join(folder, _RESULTS))
     book = _Book(folder, entries, tell)
     tell("start", count=len(entries), missing=len(entries), pixels=0, unit="scenes")
     opened: list[distributed.Client] = []
@@ -163,7 +126,7 @@ def batch(client: distributed.Client | Callable[[], distributed.Client], scenes:
         if not opened:
             opened.append(client if isinstance(client, distributed.Client) else client())
         return opened[0]
-    work = _Work(folder, time_limit, done, book, limits, tell)
+    work = _Work(folder, time_limit, book, limits, tell)
     try:
         left = list(enumerate(entries))
         while share and left:
@@ -172,9 +135,12 @@ def batch(client: distributed.Client | Callable[[], distributed.Client], scenes:
             if "report" in book.lines[number]:
                 left = _sharing(folder, left, book.lines[number]["report"])
                 break
-        large = [(number, entry) for number, entry in left
-                 if parts_above is not None and _form(entry) and _megapixels(entry) > parts_above]
-        work.run(cluster(), [one for one in left if one not in large])
+        large: list[tuple[int, Entry]] = []
+        tasks: list[tuple[int, Entry]] = []
+        for number, entry in left:
+            in_parts = parts_above is not None and _form(entry) and _megapixels(entry) > parts_above
+            (large if in_parts else tasks).append((number, entry))
+        work.run(cluster(), tasks)
         for number, entry in large:
             work.run_in_parts(cluster(), number, entry)
     finally:
@@ -188,7 +154,6 @@ def batch(client: distributed.Client | Callable[[], distributed.Client], scenes:
 class _Work:
     folder: str
     time_limit: float
-    done: Mapping[str, str]
     book: _Book
     limits: _run.Limits
     tell: _scene.Tell
@@ -203,7 +168,7 @@ class _Work:
             self.book.add(task.key, result.get("line") or _line(entries[task.key], result["error"]["text"], version))
         runner = _run.Runner(client, self.limits)
         try:
-            runner.run([_run.Task(number, make_scene, (entry, os.getcwd(), self.folder, self.time_limit, self.done.get(entry[3], ""), version))
+            runner.run([_run.Task(number, make_scene, (entry, os.getcwd(), self.folder, self.time_limit, self.book.find_done(entry[3]), version))
                         for number, entry in scenes],
                        ended, lambda task, text: self.tell("retried", name=task.arguments[0][3], text=text, attempt=task.attempts))
         finally:
@@ -222,11 +187,12 @@ class _Work:
         list_, line, files, output, options, fault = entry
         began: list[float] = []
         # A run that is given up at once tells whether there is anything to do, and the scene's fingerprint.
-        tried = self._engine(entry, _AT_ONCE, self.done.get(output, ""), lambda done, _: began.append(done))
+        done = self.book.find_done(output)
+        tried = self._engine(entry, _AT_ONCE, done, lambda done, _: began.append(done))
         if not began:
             return tried
         file, own = os.path.join(self.folder, output), f"{output}.parts"
-        overwrite = "--overwrite" in options or output in self.done
+        overwrite = "--overwrite" in options or bool(done)
         os.makedirs(os.path.dirname(file), exist_ok=True)
         _mosaic.check_single(file, overwrite, map(_file_of, files))
         described = os.path.join(own, "scene.pansharp")
