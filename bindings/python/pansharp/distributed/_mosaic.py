@@ -13,13 +13,12 @@ from osgeo import gdal
 
 from . import _parts, _store
 
-gdal.UseExceptions()
 
-
+@_store.raising
 def block_of(file: str) -> tuple[int, int] | None:
     """Columns and rows of a file's blocks."""
     try:
-        columns, rows = gdal.Open(_store.gdal_name(file)).GetRasterBand(1).GetBlockSize()
+        columns, rows = _store.open_raster(file).GetRasterBand(1).GetBlockSize()
         return columns, rows
     except RuntimeError:
         return None
@@ -39,6 +38,7 @@ def _is_whole(part: gdal.Dataset, file: str) -> bool:
     return True
 
 
+@_store.raising
 def look(file: str, window: tuple[int, int, int, int], print_: str) -> bool | None:
     """Whether a part has a mask; None for one that is not there, or was made in another way."""
     try:
@@ -83,6 +83,7 @@ def _source(name: str, band: str, part: _parts.Part, like: ElementTree.Element |
     return source
 
 
+@_store.raising
 def vrt(out: str, shape: tuple[int, int], made: Mapping[_parts.Part, bool], is_complete: bool) -> str:
     """Writes OUT/mosaic.vrt over the parts that are made, each with whether it has a mask, and gives its name.
 
@@ -140,6 +141,7 @@ def check_single(file: str, overwrite: bool, others: Iterable[str]) -> None:
         refuse("exists; choose another name, or allow it to be overwritten (--overwrite)")
 
 
+@_store.raising
 def single(mosaic: str, file: str, form: str, co: Sequence[str], overwrite: bool, progress: Callable[[float], Any]) -> None:
     """Copies the mosaic into one file of that format, which appears when it is complete. Raises OSError, or pansharp.OutputError."""
     options = list(co)

@@ -3,17 +3,33 @@
 from __future__ import annotations
 
 import contextlib
+import functools
 import os
-import re
 import shutil
 import socket
-from collections.abc import Iterator
-from typing import Any
+from collections.abc import Callable, Iterator
+from typing import Any, TypeVar
 
 from osgeo import gdal
 
-gdal.UseExceptions()
+from .. import _options
+
+Called = TypeVar("Called", bound=Callable[..., Any])
 _CHUNK = 8 << 20
+
+
+def raising(function: Called) -> Called:
+    """GDAL's failures are exceptions within the function; whether they are elsewhere is up to the program."""
+    @functools.wraps(function)
+    def call(*arguments: Any, **named: Any) -> Any:
+        if gdal.GetUseExceptions():
+            return function(*arguments, **named)
+        gdal.UseExceptions()
+        try:
+            return function(*arguments, **named)
+        finally:
+            gdal.DontUseExceptions()
+    return call  # type: ignore[return-value]
 
 
 def is_remote(name: str) -> bool:
@@ -35,6 +51,7 @@ def upload(file: str, name: str) -> None:
         _send(name, iter(lambda: source.read(_CHUNK), b""))
 
 
+@raising
 def _send(name: str, chunks: Any) -> None:
     target = gdal.VSIFOpenL(name, "wb")
     if target is None:
@@ -93,28 +110,30 @@ def is_same(file: str, other: str) -> bool:
         return False
 
 
-def gdal_name(file: str) -> str:
-    """As GDAL reads it by pieces, for an address of the web or a store."""
-    found = re.match(r"(https?|s3|gs)://", file)
-    return file if found is None else f"/vsicurl/{file}" if found[1].startswith("http") else f"/vsi{found[1]}/{file[found.end():]}"
+def open_raster(file: str) -> gdal.Dataset:
+    """Of a file, or an address of the web or a store. To be called where GDAL raises."""
+    return gdal.Open(_options.engine().gdal_name(file))
 
 
+@raising
 def size_of(file: str) -> tuple[int, int] | None:
     """Columns and rows of a raster; None for what cannot be opened."""
     try:
-        image = gdal.Open(gdal_name(file))
+        image = open_raster(file)
         return image.RasterXSize, image.RasterYSize
     except RuntimeError:
         return None
 
 
+@raising
 def files_of(file: str) -> list[str]:
     """The files that a raster is read from, which may be sources and descriptions; none for what cannot be opened."""
     try:
-        return gdal.Open(gdal_name(file)).GetFileList() or []
+        return open_raster(file).GetFileList() or []
     except RuntimeError:
         return []
 
 
+@raising
 def listing(folder: str) -> set[str]:
     return set(gdal.ReadDir(folder) or ())
