@@ -78,8 +78,8 @@ struct StructureName {
     const char* advice;
 };
 
-/// Copies a structure of another age: what the caller does not know is 0 in `known`, and what is not known
-/// here must be 0 in `given`. False with an item that says so, or that it has no size.
+/// Copies a structure of another version: what the caller does not know is 0 in `known`, and what is not
+/// known here must be 0 in `given`. False with an item that says so, or that it has no size.
 [[nodiscard]] bool CopyStructure(const StructureName& of, const void* given, std::size_t givenSize,
                                  void* known, std::size_t knownSize,
                                  KOVA::Tessara::Fundament::Status& status);

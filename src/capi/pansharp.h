@@ -77,7 +77,7 @@ typedef struct pansharp_output {
 /** What says that pixels of an image have no data, beside a mask; to be added up. */
 typedef enum pansharp_gap_rule {
     PANSHARP_NO_DATA_VALUE = 1, /**< the sample no_data */
-    /** Zeros in all bands that hang together with the edge, when a twentieth of the edge is such. Not looked
+    /** Zeros in all bands that are connected with the edge, when a twentieth of the edge is such. Not looked
      * for where there is a mask or where no_data is 0. An image without any data is refused. For whole
      * scenes: the command does so unless it is told not to. */
     PANSHARP_COLLAR = 2
@@ -149,7 +149,7 @@ typedef struct pansharp_used {
 typedef int (*pansharp_progress)(uint32_t rows_done, uint32_t rows, void* data);
 
 /** What to fuse and how. pansharp_job_init sets all members to 0, which leaves out everything that may be
- * left out. The library keeps nothing of it. */
+ * left out. The library keeps no pointer to it. */
 typedef struct pansharp_job {
     size_t struct_size;           /**< set by pansharp_job_init */
     uint32_t bits_per_sample;     /**< 8 or 16, in all images */

@@ -58,7 +58,7 @@ const OptionEntry& FindSceneOption(const std::string& key, const RecordPart& par
     std::vector<std::string> keys;
     for (const OptionEntry& option : options)
         keys.emplace_back(option.Key().substr(2));
-    part.Refuse("is no option of a scene" + Suggestion(key.substr(2), keys));
+    part.Refuse("is not an option of a scene" + Suggestion(key.substr(2), keys));
 }
 
 /// True and the values set an option, false and null take away what holds for all scenes.

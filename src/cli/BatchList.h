@@ -18,14 +18,14 @@ struct BatchScene {
     std::vector<std::string> files; ///< as "sharpen" takes them
     std::string output;             ///< relative to the folder of the batch
     std::map<std::string, std::vector<std::string>, std::less<>> options; ///< by long form; none for a flag
-    std::string fault; ///< why this line is no scene; empty when it is one
+    std::string fault; ///< why this line is not a scene; empty when it is one
 
     /// What "sharpen" would be asked, with the output in that folder. Looks at the files. Throws UsageError.
     [[nodiscard]] Arguments Ask(const std::string& folder) const;
 };
 
-/// One line of a list, none where it is too long, with the options that hold for all. A line that is no scene
-/// has a fault.
+/// One line of a list, none where it is too long, with the options that hold for all. A line that is not a
+/// scene has a fault.
 [[nodiscard]] BatchScene ReadBatchLine(const std::string& list, std::size_t number,
                                        const std::optional<std::string>& line, const CommandLine& forAll);
 

@@ -27,7 +27,7 @@ const PansharpMethod& FindMethod(const PansharpDescription& plugin, const std::s
 }
 
 /// The method that is named; else that of the run whose weights are taken, the plug-in's default for options
-/// that a recommended one makes nothing of, or the recommended one.
+/// that a recommended one ignores, or the recommended one.
 const PansharpMethod& ChooseMethod(const PansharpDescription& plugin, const Arguments& request,
                                    std::vector<std::string>& warnings) {
     const auto* recommended = hostkit::FindRecommended(plugin);

@@ -40,7 +40,8 @@ public:
     T* ProcessRow(const T* input, std::uint32_t row) override;
     bool SetWindow(std::uint32_t col0, std::uint32_t col1) override; ///< always true
 
-    /// Refuses what has not three bands or does not declare the required "ColorSpace" (in any letter case).
+    /// Refuses an image without exactly three bands or without the required "ColorSpace" (in any letter
+    /// case).
     virtual bool Init(const ImageInfo& input);
     /// The vector target for the next Init, of those that can run here; without it Init chooses.
     void UseSimdTarget(kernels::SimdTarget target) { simd.given = target; }

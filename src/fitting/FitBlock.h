@@ -32,7 +32,7 @@ struct FitBlock {
     /// Pan's low-pass (hostkit/PanLowPass.h), not rounded, at the centre of each pixel of the block. Usable
     /// pixels stand for the others that it is made of; not a number where they are too few.
     [[nodiscard]] std::vector<double> LowPass(double transfer) const;
-    /// True where so many multispectral pixels around the centre of a pixel all is pan.
+    /// True where pan covers everything within this many multispectral pixels of a pixel's centre.
     [[nodiscard]] bool IsWithinPan(std::size_t pixel, double around) const;
 };
 
@@ -57,7 +57,7 @@ public:
     [[nodiscard]] virtual std::array<double, 2> GetRatio() const = 0;
     /// The multispectral pixels that lie on pan.
     [[nodiscard]] virtual hostkit::PixelRect GetArea() const = 0;
-    /// So many blocks across and down at most, of so many pixels at most, spread over the area without
+    /// At most this many blocks across and down, of at most this many pixels, spread over the area without
     /// overlapping.
     [[nodiscard]] virtual std::vector<hostkit::PixelRect> Choose(std::uint32_t blocks,
                                                                  std::uint32_t side) const = 0;

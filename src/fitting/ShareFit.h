@@ -17,7 +17,7 @@ struct ShareFit {
     std::string obstacle; ///< why the weights cannot be used; empty when they can
 };
 
-/// Why so many bands cannot be fitted; empty when they can.
+/// Why this many bands cannot be fitted; empty when they can.
 [[nodiscard]] std::string FindObstacle(std::size_t bands);
 
 /// By non-negative least squares without an offset. The weight of the last band is kept at `keptLast`, where

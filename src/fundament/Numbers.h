@@ -5,7 +5,8 @@
 
 /// Reading numbers and flags from property texts. Nothing throws; every function falls back to the caller's
 /// default. The syntax is the classic decimal one in every locale: an optional sign, digits with an optional
-/// ".", an optional exponent. Hexadecimal forms and the words for infinity and not-a-number are no numbers.
+/// ".", an optional exponent. Hexadecimal forms and the words for infinity and not-a-number do not count as
+/// numbers.
 namespace KOVA::Tessara::Fundament {
 
 /// True when |a - b| <= tolerance; false when a not-a-number takes part.

@@ -8,7 +8,7 @@
 /// What the standard library cannot do. One file per platform.
 namespace KOVA::Tessara::Fundament::Platform {
 
-/// The numbers are the access modes of old.
+/// The numbers are the classic access modes.
 enum class Access { Exists = 0, Write = 2, Read = 4, ReadWrite = 6 };
 
 /// Whether the process, as the user it now acts for, may do that to an existing path.

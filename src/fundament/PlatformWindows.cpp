@@ -10,7 +10,7 @@ namespace KOVA::Tessara::Fundament::Platform {
 
 namespace {
 
-// Nothing when the bytes are no text of that code page.
+// Nothing when the bytes are not text of that code page.
 std::optional<std::wstring> ToWide(const std::string& bytes, UINT codePage, DWORD flags) {
     constexpr std::size_t most = 1u << 30;
     if (bytes.empty() || bytes.size() > most) return std::wstring();

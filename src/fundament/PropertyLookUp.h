@@ -34,7 +34,7 @@ public:
     [[nodiscard]] std::int32_t GetLong(const std::string& name, std::int32_t defaultValue) const;
     [[nodiscard]] bool GetBool(const std::string& name, bool defaultValue) const;
 
-    /// A number, or a percentage: the text before the first "%", divided by 100. A percentage that is no
+    /// A number, or a percentage: the text before the first "%", divided by 100. A percentage that is not a
     /// number gives `percentDefault` / 100.
     [[nodiscard]] double GetDouble(const std::string& name, double defaultValue, double percentDefault) const;
 

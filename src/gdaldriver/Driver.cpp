@@ -13,7 +13,7 @@ namespace {
 
 constexpr const char* driverName = "PANSHARP";
 
-/// Drivers from libraries are asked before all others: what is not plainly ours is left to them.
+/// Drivers from libraries are asked before all others: what is not clearly ours is left to them.
 int Identify(GDALOpenInfo* how) {
     return how->nHeaderBytes > 0 &&
            rasterhost::LooksLikeRecord(std::string(reinterpret_cast<const char*>(how->pabyHeader),

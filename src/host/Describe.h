@@ -84,7 +84,7 @@ struct PansharpMethod {
     const char* formula;        ///< of one output sample
     const char* advice;         ///< when to use it
     std::uint32_t minimumBands; ///< multispectral bands that it needs
-    /// Bands that it fuses: the first so many. The next one is the additional band, whether it comes as such
+    /// How many bands it fuses: the first ones. The next one is the additional band, whether it comes as such
     /// or with the multispectral ones. 0 when it fuses all.
     std::uint32_t fusedBands;
     std::uint32_t isRecommended;                 ///< 1 for the method to take when people name none, else 0

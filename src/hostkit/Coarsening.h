@@ -12,7 +12,7 @@ struct Coarsening {
     unsigned ownLevel = 0; ///< the same for the image
 };
 
-/// How many pixels of 2^level of its own cover so many, 1 or more.
+/// How many pixels, each 2^level pixels wide, cover `pixels` pixels; 1 or more.
 [[nodiscard]] constexpr std::uint32_t CoarseCount(std::uint32_t pixels, unsigned level) {
     return ((pixels - 1) >> level) + 1;
 }

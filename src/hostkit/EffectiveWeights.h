@@ -25,13 +25,13 @@ struct WeightedBands {
 };
 
 /// Sets the properties by which a process arrives at these weights, and turns `weights` into those that it
-/// arrives at: the same but for a last bit, where a method scales what it is given. Weights that are not
+/// arrives at: the same except for a last bit where a method scales what it is given. Weights that are not
 /// given are equal, 1 / n with the infrared band counted. A method that weighs no bands may have a weight of
 /// the infrared one alone; it keeps its default unless given, and the bands' weights are left empty. Where
 /// pan's low-pass is the additional band, its share is 1 and there are no weights to give.
 ///
 /// False, with an item, when the method has no use for a weight or for the infrared band, or the weights are
-/// too many, too few or no finite numbers.
+/// too many, too few or not finite.
 [[nodiscard]] bool SetWeights(const PansharpMethod& method, const WeightedBands& bands,
                               EffectiveWeights& weights, KOVA::Tessara::Global::NameValueMap& properties,
                               KOVA::Tessara::Fundament::Status& status);

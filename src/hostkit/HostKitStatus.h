@@ -6,7 +6,7 @@
 namespace hostkit::HostKitStatus {
 
 inline constexpr std::uint32_t WindowInvalid = 0xB001;    ///< empty, or not within the pixels at hand
-inline constexpr std::uint32_t RowOutsideWindow = 0xB002; ///< a row that the window has not
+inline constexpr std::uint32_t RowOutsideWindow = 0xB002; ///< a row outside the window
 inline constexpr std::uint32_t RequestInvalid = 0xB003;   ///< a record that names no window of the grid
 /// the samples at hand do not reach as far as the window
 inline constexpr std::uint32_t SourceNotCovered = 0xB004;
@@ -15,7 +15,7 @@ inline constexpr std::uint32_t NotInitialized = 0xB006;    ///< a chain that is 
 inline constexpr std::uint32_t NoSuchImage = 0xB007;       ///< no image of that ID in the workspace
 inline constexpr std::uint32_t PluginNotFound = 0xB010;    ///< no file of the plug-in where it was looked for
 inline constexpr std::uint32_t PluginNotLoaded = 0xB011;   ///< a file that is not a library for this machine
-inline constexpr std::uint32_t PluginLacksEntry = 0xB012;  ///< a library that exports not all entry points
+inline constexpr std::uint32_t PluginLacksEntry = 0xB012;  ///< a library that lacks an entry point
 inline constexpr std::uint32_t PluginOfAnotherContract = 0xB013; ///< built against another contract
 inline constexpr std::uint32_t ProcessNotCreated = 0xB014;       ///< the plug-in made no object
 inline constexpr std::uint32_t ProcessFailed = 0xB015;           ///< a call of the process failed

@@ -10,9 +10,9 @@
 
 namespace hostkit {
 
-/// Lends objects that serve one thread at a time: no more than so many are out, others wait for one to come
-/// back. Objects are told apart by a key; those that came back wait for the next who asks for theirs, so many
-/// of them at most, the ones unused for longest going first.
+/// Lends objects that serve one thread at a time. A limited number is out at a time; others wait for one to
+/// come back. Objects have a key. Those that came back are kept for the next caller who asks for their key,
+/// up to the same limit; the ones unused for longest go first.
 template <class Object, class Key>
 class LeasePool {
 public:
@@ -26,7 +26,7 @@ public:
     /// An object on loan, which goes back with this. Null where none could be made.
     class Lease {
     public:
-        /// The other has nothing any more.
+        /// Leaves `other` empty.
         Lease(Lease&& other) noexcept
             : pool(std::exchange(other.pool, nullptr)), ownKey(other.ownKey),
               object(std::move(other.object)) {}

@@ -44,7 +44,7 @@ namespace hostkit {
 
 /// Sets the properties by which a process arrives at these values of a parameter, whose last one is that of
 /// the additional band when that takes part. False, with an item, when a value is out of the parameter's
-/// range or no finite number; nothing is set then.
+/// range or not finite; nothing is set then.
 [[nodiscard]] bool SetValues(const PansharpBandParameter& parameter, const std::vector<double>& values,
                              bool hasAdditional, KOVA::Tessara::Global::NameValueMap& properties,
                              KOVA::Tessara::Fundament::Status& status);
@@ -55,7 +55,7 @@ namespace hostkit {
                             KOVA::Tessara::Global::NameValueMap& properties,
                             KOVA::Tessara::Fundament::Status& status);
 
-/// So many values of a parameter, as a process arrives at them from these properties.
+/// `count` values of a parameter, as a process gets them from these properties.
 [[nodiscard]] std::vector<double> ReadValues(const PansharpBandParameter& parameter, std::size_t count,
                                              const KOVA::Tessara::Fundament::PropertyLookUp& properties);
 

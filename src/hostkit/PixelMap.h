@@ -20,12 +20,12 @@ public:
     /// row, `pointColumns` a row; not a number where a pan pixel has no place on the source.
     PixelMap(std::uint32_t step, std::uint32_t pointColumns, std::vector<Point> points);
 
-    /// So many control points stand for a row or column of so many pan pixels.
+    /// How many control points a row or column of this many pan pixels has.
     [[nodiscard]] static std::uint32_t CountPoints(std::uint32_t panPixels, std::uint32_t step) {
         return (panPixels - 1) / step + 2;
     }
 
-    /// Moves all positions, in source pixels: content that lies right of its place is looked for there.
+    /// Moves all positions, in source pixels: content that is displaced to the right is looked for there.
     void Move(const Point& way) { moved = moved + way; }
 
     /// Positions of the pan pixels col0 to col1 - 1 of a row.

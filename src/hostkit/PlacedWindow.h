@@ -13,7 +13,7 @@ enum class Reach : unsigned char {
 };
 
 /// An image on a window of the pan grid: its rows, and how far its data reach there. Row and column 0 are the
-/// window's first. Rows are computed when they are asked for, in ascending order at the least cost.
+/// window's first. Rows are computed when they are asked for; ascending order costs least.
 class PlacedWindow : public RasterBase {
 public:
     /// Finds for a row how far data reach: one entry for every column of the window that was opened. False

@@ -25,7 +25,7 @@ enum class CollarFinding {
 /// between, since files in strips have to be read whole for their first column.
 [[nodiscard]] std::vector<hostkit::PixelRect> EdgeOf(const KOVA::Tessara::Pixmere::RasterInfo& info);
 
-/// Looks whether a twentieth of an image's edge is 0 in all bands, and finds the collar then. `keepOn` is
+/// Checks whether a twentieth of an image's edge is 0 in all bands, and finds the collar then. `keepOn` is
 /// asked between blocks and may be empty.
 [[nodiscard]] CollarFinding FindCollar(hostkit::ImageSource& image, const std::function<bool()>& keepOn,
                                        std::shared_ptr<const ZeroCollar>& collar,

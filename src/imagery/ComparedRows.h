@@ -7,7 +7,7 @@
 
 namespace imagery {
 
-/// Images are compared in parts of so many rows, whoever does it: so the sums are the same.
+/// Rows per part when two images are compared. Every caller uses it, so all get the same sums.
 inline constexpr std::uint32_t comparedRows = 2 * quality::blockSide;
 
 /// An image and a reference of the same size as one thread reads them.

@@ -134,7 +134,7 @@ private:
 /// Keeps of `valid` what is set in `other`, too.
 void KeepCommon(std::vector<unsigned char>& valid, const std::vector<unsigned char>& other);
 
-/// How many rows to read at a time where a row takes so many numbers.
+/// How many rows to read at a time when a row has this many numbers.
 [[nodiscard]] std::uint32_t ChooseStrip(std::uint64_t numbersOfARow);
 
 /// Calls `function` with the first and end row of one strip after another until it returns false.

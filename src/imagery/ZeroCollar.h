@@ -10,8 +10,8 @@
 
 namespace imagery {
 
-/// The pixels of an image that are 0 in all bands and hang together with such pixels on the image's edge:
-/// what a collar without data looks like when nobody declared it. Pixels hang together by their sides. Zeros
+/// The pixels of an image that are 0 in all bands and are connected with such pixels on the image's edge:
+/// what a collar without data looks like when nobody declared it. Pixels are connected by their sides. Zeros
 /// inside, of deep shadow and the like, are data.
 class ZeroCollar {
 public:

@@ -13,7 +13,7 @@ struct InjectionGains;
 struct BandWeights {
     const double* weights = nullptr;
     std::uint32_t msBands = 0;
-    std::uint32_t outputBands = 0; ///< the first so many multispectral bands are written; at most msBands
+    std::uint32_t outputBands = 0;             ///< the first of the multispectral bands, at most msBands
     const InjectionGains* injection = nullptr; ///< read by InjectionRow alone, which needs it
 };
 
@@ -22,7 +22,7 @@ template <class T>
 struct FusionRows {
     const T* ms = nullptr; ///< the multispectral bands interleaved by pixel: all, or all but the last
     const T* pan = nullptr;
-    const T* additional = nullptr; ///< the last multispectral band where it lies apart, else null
+    const T* additional = nullptr; ///< the last multispectral band when it is stored apart, else null
 
     /// Bands that `ms` has a pixel.
     [[nodiscard]] std::uint32_t InterleavedBands(const BandWeights& bands) const {
@@ -38,7 +38,7 @@ struct FusionRows {
     }
 };
 
-/// Fuses one row of `pixels` pixels: reads exactly so many of every row of `rows`, writes exactly
+/// Fuses one row of `pixels` pixels: reads exactly that many of every row of `rows`, writes exactly
 /// pixels * outputBands samples of `out`, interleaved by pixel. `out` overlaps no input.
 template <class T>
 using FuseRow = void (*)(const FusionRows<T>& rows, T* out, std::size_t pixels, const BandWeights& bands);

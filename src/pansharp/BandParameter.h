@@ -16,12 +16,12 @@ inline constexpr PansharpProperty noProperty = {nullptr, "double", "", ""};
 
 /// Texts of the properties of a parameter; null or empty where one is not set.
 struct ParameterTexts {
-    const char* const* bands; ///< one a value
+    const char* const* bands; ///< one per value
     const char* additional;   ///< of the additional band
 };
 
-/// Every value is the number that its text is, `whenMissing` without a text and `whenMalformed` where that is
-/// no number.
+/// Every value is the number that its text is, `whenMissing` without a text and `whenMalformed` where that
+/// is not a number.
 void ReadBandValues(const ParameterTexts& texts, double whenMissing, double whenMalformed,
                     std::span<double> values);
 /// The text of the additional band, when set, gives the last value; 0 when it is not a number.

@@ -9,9 +9,10 @@ namespace PXL {
 /// positive. "AdditionalBandWeight" then replaces the weight of the last band, unscaled.
 void ReadBroveyWeights(const ParameterTexts& texts, std::span<double> weights);
 
-/// And back. The weights come out bit for bit, but for this: with five bands or more, the first three weights
-/// above 0 and the fourth not, the first four are multiplied by 3, and a third of the numbers between 1.5 and
-/// 2 times a power of two are no product of 3 in double; such a weight is off by its last bit.
+/// And back. The weights come out bit for bit, with one exception: with five bands or more, the first three
+/// weights above 0 and the fourth not, the first four are multiplied by 3, and a third of the numbers
+/// between 1.5 and 2 times a power of two are not a product of 3 in double; such a weight is off by its last
+/// bit.
 void BroveyWeightsToProperties(const double* weights, std::uint32_t count, std::uint32_t hasAdditional,
                                double* numbers, double* additional);
 

@@ -23,7 +23,7 @@ inline constexpr PansharpMethod ihsMethod = {
     .formula =
         "the largest of three bands becomes pan - infrared * weight, the others keep their ratio to it",
     .advice = "vivid pictures of three bands; it replaces the largest of them by pan and so darkens, and its "
-              "fourth output band is no usable infrared",
+              "fourth output band is not usable as infrared",
     .minimumBands = kernels::ihsFewestBands,
     .fusedBands = kernels::ihsFewestBands,
     .isRecommended = 0,

@@ -97,8 +97,8 @@ public:
     virtual bool Init(InputImage* multispectral, InputImage* pan);
     /// The vector target for the next Init, of those that can run here; without it Init chooses.
     void UseSimdTarget(kernels::SimdTarget target) { simd.given = target; }
-    /// The last band of the multispectral image lies apart: `source`, asked instead of that image for a row,
-    /// gives the row of its other bands and the row of the last, or null for one of them.
+    /// The last band of the multispectral image is stored apart: `source`, asked instead of that image for a
+    /// row, gives the row of its other bands and the row of the last, or null for one of them.
     using ApartRows = std::pair<const T*, const T*>;
     void TakeRowsApart(std::function<ApartRows(std::uint32_t row)> source) { apartRows = std::move(source); }
     virtual bool Reset(); ///< releases what Init made; the status becomes empty, with source "Pansharp"
@@ -113,7 +113,7 @@ protected:
     /// failure the image gives no rows until an Init succeeds.
     bool PrepareInit(InputImage* multispectral, InputImage* pan, std::uint32_t fewestBands = 1);
 
-    /// So many values of a parameter, from the properties that its description names.
+    /// `count` values of a parameter, from the properties that its description names.
     [[nodiscard]] std::vector<double> ReadValues(const PansharpBandParameter& parameter, std::uint32_t count);
 
     /// The last part of Init: the output's colour space and row buffer, and the kernel that GetRow runs with

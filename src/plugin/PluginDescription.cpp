@@ -15,7 +15,7 @@ constexpr PansharpProperty processProperties[] = {
     {PropertyNames::additionalImage, "text", "", "image ID of the infrared raster; empty for none"},
     {PropertyNames::processRaster, "text", "", "ID of this process's raster, given with every chain request"},
     {PropertyNames::outputBands, "unsigned", "3",
-     "bands to write: the first so many of the multispectral raster"},
+     "how many bands to write: the first ones of the multispectral raster"},
     {PropertyNames::resampleMultispectral, "boolean", "true",
      "false: the multispectral request is made in pixel coordinates"},
     {PropertyNames::resampleAdditional, "boolean", "true",

@@ -33,7 +33,7 @@ struct Block {
     std::uint64_t pixels = 0; ///< that count
     std::vector<double> means;
     std::vector<double> variances;
-    std::vector<double> covariances; ///< one a pair
+    std::vector<double> covariances; ///< one per pair
 };
 
 /// Cuts an image into square blocks that lie side by side from the upper left corner, smaller ones at the

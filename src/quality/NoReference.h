@@ -8,7 +8,7 @@ namespace quality {
 /// every band with pan.
 class ScaleIndices {
 public:
-    /// Images of so many bands each, blocks of this many pixels across and down.
+    /// `bandCount` bands per image, blocks of `side` x `side` pixels.
     ScaleIndices(std::size_t imageColumns, std::size_t bandCount, std::size_t imageCount, std::size_t side);
 
     /// The bands of one image after those of another, then pan.

@@ -18,7 +18,7 @@ public:
     /// The parameters of "name=value&...", percent signs decoded.
     explicit Query(std::string_view text);
 
-    /// The value of a parameter; none where the request has not got it.
+    /// The value of a parameter; none where the request lacks it.
     [[nodiscard]] std::optional<std::string> Take(std::string_view name);
     /// Refuses parameters that nobody asked for.
     void RefuseOthers() const;

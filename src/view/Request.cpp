@@ -36,7 +36,7 @@ std::vector<Item> ReadList(std::string_view name, const std::string& text, const
     for (const std::string_view part : Split(text, ',')) {
         if (items.size() == mostBands)
             throw BadRequest(std::string(name) + ": there are more than " + std::to_string(mostBands) +
-                             " numbers; give one a band");
+                             " numbers; give one per band");
         items.push_back(read(part));
     }
     return items;

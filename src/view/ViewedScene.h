@@ -24,7 +24,7 @@ struct Pixels {
     [[nodiscard]] std::uint32_t GetSample(std::size_t pixel, std::uint32_t band) const;
 };
 
-/// The last so many of what was made, by what it was made from.
+/// The last few results, by what they were made from.
 template <class Key, class Value>
 class Recent {
 public:
@@ -51,7 +51,7 @@ private:
 /// throws BadRequest.
 class ViewedScene {
 public:
-    /// Opens the images. So many threads are going to read at a time. Null with items.
+    /// Opens the images. `threads` threads will read at a time. Null with items.
     static std::unique_ptr<ViewedScene> Open(const rasterhost::SharpenRequest& request,
                                              const rasterhost::SceneRecord* record, std::size_t threads,
                                              const rasterhost::Warn& warn, rasterhost::Status& status);

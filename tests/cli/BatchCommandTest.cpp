@@ -105,7 +105,7 @@ TEST(BatchCommand, NamesTheLineAndTheKey) {
         {R"({"product": "p", "output": "../x.tif"})", "the output '../x.tif' is not the name of a file in"},
         {R"({"product": "p", "output": "batch.jsonl"})", "is not the name of a file in"},
         {R"({"product": "p", "options": {"metod": "ihs"}})",
-         "the key 'options.metod' is no option of a scene (did you mean 'method'?)"},
+         "the key 'options.metod' is not an option of a scene (did you mean 'method'?)"},
         {R"({"product": "p", "options": {"output": "x"}})", "name the output by the key 'output'"},
         {R"({"product": "p", "options": {"rgb": "yes"}})", "'options.rgb' is neither true nor false"},
         {R"({"product": "p", "options": {"nodata": {}}})", "'options.nodata' is neither a text nor a number"},

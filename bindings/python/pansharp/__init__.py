@@ -78,7 +78,7 @@ class Method(str):
     """When to take it."""
     minimum_bands: int
     fused_bands: int
-    """It fuses the first so many; 0: all."""
+    """How many bands it fuses, the first ones; 0: all."""
     weighs_bands: bool
     """True where bands have weights, their shares in pan."""
     uses_low_pass: bool

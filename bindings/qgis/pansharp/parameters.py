@@ -65,7 +65,7 @@ def of_option(option):
         behavior = QgsProcessingParameterFile.File if option["type"] == "file" else QgsProcessingParameterFile.Folder
         made = [QgsProcessingParameterFile(name, title, behavior=behavior, optional=True)]
     elif option["repeatable"]:
-        made = [QgsProcessingParameterString(name, f"{title} ({' '.join(values)}, one a line)", multiLine=True, optional=True)]
+        made = [QgsProcessingParameterString(name, f"{title} ({' '.join(values)}, one per line)", multiLine=True, optional=True)]
     else:
         made = [QgsProcessingParameterString(name, f"{title} ({' '.join(values)})", optional=True)]
     for parameter in made:

@@ -26,8 +26,9 @@ struct AssessOptions {
     std::optional<double> ratio;      ///< coarse pixel's width over the fine one's, for ERGAS
 };
 
-/// The pair, where one is named, is that which the image was made of: pan has the pixels of the image, the
-/// multispectral image has its bands, or those and more: `bands` are then those of the image, in its order.
+/// The pair, where one is named, is the one that the image was made from: pan has the pixels of the image,
+/// the multispectral image has its bands, or those and more: `bands` are then those of the image, in its
+/// order.
 struct AssessRequest : PairRequest, BlurOptions, AssessOptions {};
 
 /// An image beside the pair that it was made of.

@@ -108,7 +108,7 @@ private:
         return pan && multispectral;
     }
 
-    /// So many of the bands that are compared.
+    /// The first `count` of the bands that are compared.
     [[nodiscard]] std::unique_ptr<InputImage> OpenBands(const std::string& file, std::size_t count) {
         const std::vector<int>& wanted = request.bands;
         std::vector<InputBand> inputs;
@@ -170,7 +170,7 @@ private:
         return true;
     }
 
-    /// A method that weighs no bands makes nothing of an infrared one.
+    /// A method that weighs no bands ignores an infrared one.
     bool AddRuns(const PansharpMethod& method, SharpenRequest run, const PansharpDescription& plugin) {
         const bool weighs = WantsFit(run, plugin);
         if (weighs && reduced->hasInfrared) run.infrared = InputBand{reduced->GetInfrared(), {}};

@@ -41,8 +41,8 @@ std::vector<std::string> JudgeDetail(const DetailFit& fit) {
     const auto isZero = [](const BandGains& of) { return of == BandGains(); };
     if (std::all_of(fit.gains.begin(), fit.gains.end(), isZero))
         warnings.emplace_back(
-            fit.areGainsGiven ? "all gains are 0: nothing of pan comes into the bands"
-                              : "no band follows pan's detail one scale down: nothing of pan comes into the "
+            fit.areGainsGiven ? "all gains are 0: the bands take no detail from pan"
+                              : "no band follows pan's detail one scale down: no detail of pan goes into the "
                                 "bands; are the two of the same place and day, and is there detail in pan?");
     return warnings;
 }

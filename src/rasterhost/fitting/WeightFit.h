@@ -26,7 +26,7 @@ struct WeightFit {
 };
 
 struct FitOptions {
-    std::optional<int> bitDepth;          ///< of the samples, when it is not that which the images tell
+    std::optional<int> bitDepth;          ///< of the samples, when it differs from what the images say
     std::optional<double> infraredWeight; ///< when it is not to be fitted
     /// Asked before each block; the fit fails as cancelled once it answers false. May be empty.
     std::function<bool()> isWanted = {};

@@ -94,7 +94,7 @@ void FillWeights(const Scene& scene, const PansharpMethod& method, const Propert
 }
 
 /// Raw weights of bands that are not there would pass unnoticed, and weights whose sum is 0 or below leave
-/// nothing of the simulated pan.
+/// nothing about the simulated pan.
 bool CheckWeights(const FusionRequest& request, const PansharpMethod& method, const ProcessSettings& settings,
                   Status& status) {
     const auto* shares = hostkit::FindParameter(method, PansharpFit::Share);
@@ -117,7 +117,7 @@ bool CheckWeights(const FusionRequest& request, const PansharpMethod& method, co
                 NumberText(settings.GetWeightSum()).c_str());
 }
 
-/// A method that fuses so many bands makes nothing of more, and takes the next for the infrared one.
+/// A method that fuses a fixed number of bands ignores further ones, and takes the next as the infrared one.
 bool FitBands(const SharpenRequest& request, const PansharpMethod& method, const Scene& scene,
               ProcessSettings& settings, Status& status) {
     settings.bands = scene.bandOrder.size();

@@ -28,7 +28,7 @@ struct ProcessSettings {
     std::shared_ptr<const hostkit::PanLowPass> lowPass;
 
     [[nodiscard]] double GetWeightSum() const; ///< the infrared band's counted
-    /// Leaves a scene with the bands that take part, and has so many of them written.
+    /// Leaves a scene with the bands that take part, and has the first of them written.
     void Narrow(Scene& scene) const;
 };
 

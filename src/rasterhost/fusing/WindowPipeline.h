@@ -44,7 +44,7 @@ struct PipelineResult {
 /// Fuses a scene window by window: windows are read in order, fused side by side and written in order, no
 /// more of them at a time than there are slots. `progress` is called with the fraction done after each window
 /// and may be empty. False when a stage failed, with the items of the first window that did, and when
-/// `progress` returned false. Nothing is under way any more when it returns.
+/// `progress` returned false. No work is left under way when it returns.
 [[nodiscard]] bool FuseWindows(const WindowPlan& plan, WindowsAhead& ahead,
                                std::vector<std::unique_ptr<FusionSlot>>& fusionSlots, OutputFile& output,
                                const std::function<bool(double)>& progress, PipelineResult& result,

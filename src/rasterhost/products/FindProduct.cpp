@@ -52,7 +52,7 @@ ProductSearch FailSearch(Status& status, const std::string& message) {
 ProductSearch ChooseProduct(const std::string& name, std::vector<Product>& found, Product& product,
                             Status& status) {
     if (found.empty())
-        return FailSearch(status, "'" + name + "' is no product that is known here; known are: " +
+        return FailSearch(status, "'" + name + "' is not a product that is known here; known are: " +
                                       ListKinds() + "; name the files as in PAN MS");
     if (found.size() > 1) {
         constexpr std::size_t most = 20;

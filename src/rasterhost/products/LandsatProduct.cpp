@@ -54,7 +54,7 @@ constexpr LandsatBand oliBands[] = {{"1", "coastal", 0.443},
 struct BandFile {
     std::string product; ///< folder and name up to the band
     char satellite = 0;
-    std::string band; ///< in capitals; empty for files that are no band
+    std::string band; ///< in capitals; empty for files that are not a band
 };
 
 /// The files of one scene that has no metadata.

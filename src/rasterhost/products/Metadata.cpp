@@ -63,7 +63,7 @@ std::optional<Metadata> ParseXml(const std::string& text, std::string& fault) {
     Metadata all;
     PartCount count;
     if (tree) TakeXml(tree.get(), 0, all, count);
-    fault = !tree ? "it is no whole XML" + errors.Reason() : count.IsTooMuch() ? tooMuchMetadata : "";
+    fault = !tree ? "it is not complete XML" + errors.Reason() : count.IsTooMuch() ? tooMuchMetadata : "";
     return fault.empty() ? std::optional(std::move(all)) : std::nullopt;
 }
 
@@ -178,7 +178,7 @@ std::optional<Metadata> ParseMetadata(const std::string& text, std::string& faul
     fault.clear();
     const std::size_t first = text.find_first_not_of(" \t\r\n\xEF\xBB\xBF");
     if (first == std::string::npos || text.find('\0') != std::string::npos) {
-        fault = first == std::string::npos ? "it is empty" : "it is no text";
+        fault = first == std::string::npos ? "it is empty" : "it is not text";
         return std::nullopt;
     }
     if (text[first] == '<') return ParseXml(text.substr(first), fault);

@@ -16,7 +16,7 @@ class ProductFiles {
 public:
     /// Lists what lies below a folder, or in a tar, tar.gz or zip. False with an item when that cannot be
     /// read, or when there is too much of it. Names in an archive that lead out of it are not seen, nor what
-    /// is no regular file.
+    /// is not a regular file.
     [[nodiscard]] bool List(const std::string& folderOrArchive, Status& status);
     /// One file of a folder that cannot be listed.
     void TakeOne(const std::string& folder, const std::string& name);

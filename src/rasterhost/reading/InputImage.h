@@ -31,7 +31,7 @@ public:
     ~InputImage() override;
 
     /// Opens the files of an image that was described before, for one more thread. Null with an item when one
-    /// is gone or has not its bands any more.
+    /// is gone or no longer has its bands.
     [[nodiscard]] static std::unique_ptr<InputImage> Open(std::shared_ptr<const ImageDescription> known,
                                                           Status& status);
 
@@ -57,7 +57,7 @@ public:
 
     /// The image in pixels of 2^level x 2^level, level 1 or more, as its files have it beside the whole,
     /// perhaps without a last column or row that would be less than a whole pixel. Null where one has no such
-    /// overview of a band or of what tells no data, and with a collar, which overviews know nothing of. Good
+    /// overview of a band or of what tells no data, and with a collar, which overviews do not show. Good
     /// for as long as this.
     [[nodiscard]] InputImage* FindOverview(unsigned level);
 

@@ -10,7 +10,7 @@
 namespace rasterhost {
 
 /// GDAL's block cache takes a share of the whole memory unless it is told otherwise; a scene that is read and
-/// written once, window by window, needs little. Holds the cache to so many bytes for as long as it lives.
+/// written once, window by window, needs little. Limits the cache to this many bytes for as long as it lives.
 /// Where several live at once, the largest of their sizes holds, and the last to end gives back what was
 /// there before the first.
 class CacheLimit {

@@ -9,7 +9,7 @@ namespace rasterhost {
 [[nodiscard]] bool OpenGrids(const std::vector<InputBand>& inputs, const SampleOptions& options,
                              std::vector<PlacedImage>& grids, Status& status);
 
-/// Checks bands that are wanted of so many, counted from 1. False with an item.
+/// Checks the bands asked for, counted from 1, against how many there are. False with an item.
 [[nodiscard]] bool CheckBandList(const std::vector<int>& wanted, std::size_t count, Status& status);
 
 /// Sets the scene's order of bands: those wanted first, counted from 1, or all when none is named. False with

@@ -133,7 +133,7 @@ bool OpenInfrared(const PairRequest& request, Scene& scene, const Warn& warn, St
     return CoverBy(scene.images.back(), scene, warn, status);
 }
 
-/// The process takes so many bands. It looks each up by its name, which takes long for more.
+/// The most bands that the process takes. It looks up each by its name, which takes long for more.
 bool CheckBandCount(const Scene& scene, Status& status) {
     constexpr std::size_t mostBands = 4096;
     const std::size_t count = scene.CountBands();

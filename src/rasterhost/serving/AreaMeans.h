@@ -9,7 +9,7 @@ namespace rasterhost {
 /// Pixels of any size along an axis of finer ones.
 class AreaAxis {
 public:
-    /// So many pixels of `size` finer ones each, the first from `start` on; of the finer ones there are
+    /// `count` pixels of `size` finer ones each, the first from `start` on; of the finer ones there are
     /// `fineEnd`.
     AreaAxis(double start, double size, std::uint32_t count, std::uint32_t fineEnd);
 

@@ -24,8 +24,8 @@ struct FileFingerprint {
     std::string projection; ///< WKT; may be empty
     std::uint32_t controlPoints = 0;
     std::uint64_t bytes = 0; ///< of all its files but statistics and overviews
-    /// A number of 64 bits of what is in these files, in 16 digits; empty where they are none of the file
-    /// system's.
+    /// A number of 64 bits of what is in these files, in 16 digits; empty where they are not files of the
+    /// file system's.
     std::string content;
     /// The band that was found to tell transparency, counted from 1; 0 for none.
     std::uint32_t transparency = 0;

@@ -180,7 +180,7 @@ private:
         }
         if (auto& fit = record.found.fit) {
             if (fit->correlations.size() != fusion.weights.size())
-                part.Refuse("has not as many weights as found.weights has correlations");
+                part.Refuse("has another number of weights than found.weights has correlations");
             fit->weights = fusion.weights;
             fit->infraredWeight = fusion.infraredWeight;
         }

@@ -14,8 +14,8 @@ struct RecordedName {
 };
 
 /// A file in the folder of the description or below goes by its way from there, so that the two can be moved
-/// together; another one, or the archive that a name lies within, by its full path. What is no file stays as
-/// it is.
+/// together; another one, or the archive that a name lies within, by its full path. What is not a file stays
+/// as it is.
 [[nodiscard]] RecordedName RecordName(const std::string& name, const std::string& description);
 
 /// The name as GDAL takes it. `description` may be a link: the file that it leads to counts.

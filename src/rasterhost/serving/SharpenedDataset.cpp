@@ -23,7 +23,7 @@ bool IsWhole(std::uint32_t first, std::uint32_t end, std::uint32_t size, std::ui
            hostkit::CoarseCount(end, level) - (first >> level) == out;
 }
 
-/// The last of so many levels whose pixels are no larger than those asked for.
+/// The last of the levels whose pixels are no larger than those asked for.
 unsigned FindFiner(const PixelRect& window, std::uint32_t outColumns, std::uint32_t outRows,
                    std::size_t levels) {
     const std::uint32_t factor = std::min(window.GetColumns() / outColumns, window.GetRows() / outRows);

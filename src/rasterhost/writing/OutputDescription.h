@@ -17,7 +17,7 @@ namespace rasterhost {
 using OutputMetadata = std::vector<std::pair<std::string, std::string>>;
 
 /// The colours of this many fused bands. Where none is named, the first one is grey and the others are not
-/// told, as images have it that know no more.
+/// named, as in images without known colours.
 [[nodiscard]] std::vector<GDALColorInterp> ColoursOf(const Scene& scene, std::size_t bands);
 
 /// The geotransform of a part of pan; none where pan has no position, or one by control points.

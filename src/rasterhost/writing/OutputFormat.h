@@ -23,7 +23,7 @@ struct OutputFormat {
     std::vector<const char*> exactOptions = {};
 };
 
-/// The format of a request, or that which the ending of its output's name stands for: GDAL's first that
+/// The format of a request, or the one that its output's suffix means: GDAL's first that
 /// writes files of that ending, GeoTIFF for a name without one. None, with an item, for an ending that no
 /// format has.
 [[nodiscard]] std::optional<OutputFormat> FindFormat(const OutputRequest& request, Status& status);

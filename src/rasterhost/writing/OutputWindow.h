@@ -14,7 +14,7 @@ using PackedTiles = std::vector<std::vector<unsigned char>>;
 /// rows of the file in its layout.
 class OutputWindow {
 public:
-    /// For windows of up to so many rows; samples have 8 or 16 bits.
+    /// For windows of at most this many rows; samples have 8 or 16 bits.
     OutputWindow(const imagery::OutputRules& outputRules, const imagery::OutputLayout& outputLayout,
                  std::uint32_t bits, std::uint32_t fileColumns, std::uint32_t mostRows);
 

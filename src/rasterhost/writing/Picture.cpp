@@ -41,7 +41,7 @@ std::vector<std::vector<std::uint64_t>> CountValues(const std::vector<GDALRaster
     return counts;
 }
 
-/// The least value that so many per cent of the samples do not exceed.
+/// The least value that this percentage of the samples does not exceed.
 double FindPercentile(const std::vector<std::uint64_t>& counts, std::uint64_t all, std::uint64_t percent) {
     const std::uint64_t place = (all - 1) * percent / 100;
     std::uint64_t before = 0;

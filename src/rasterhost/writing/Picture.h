@@ -9,7 +9,7 @@
 
 namespace rasterhost {
 
-/// The 2nd and the 98th percentile of the samples with data of every band that is no transparency; 0 and 1
+/// The 2nd and the 98th percentile of the samples with data of every band that is not transparency; 0 and 1
 /// where there are none. Samples are of 8 or 16 bits. Throws nothing; empty when the image cannot be read, or
 /// `progress`, which takes the share that is done, cancels with false.
 [[nodiscard]] std::vector<std::array<double, 2>>

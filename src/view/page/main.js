@@ -79,7 +79,7 @@ class Page {
   async fetchParameters() {
     const { method } = this.view;
     this.parameters = {};
-    this.controls.refresh({}, true); // those of another method would say nothing of this one
+    this.controls.refresh({}, true); // the numbers of another method do not apply to this one
     try {
       const found = await getJson(`parameters.json?${lookQuery(this.view)}`);
       if (method !== this.view.method) return; // another one was chosen meanwhile

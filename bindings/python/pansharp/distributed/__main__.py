@@ -35,7 +35,7 @@ def _count(text: str) -> int:
 def _add_running(parser: argparse.ArgumentParser) -> None:
     where = parser.add_mutually_exclusive_group()
     where.add_argument("--scheduler", metavar="ADDRESS", help="hand the work to this scheduler, such as tcp://host:8786")
-    where.add_argument("--workers", metavar="N", type=_count, help="start so many workers on this machine (one per processor)")
+    where.add_argument("--workers", metavar="N", type=_count, help="start N workers on this machine (default: one per processor)")
     parser.add_argument("--attempts", metavar="N", type=_count, default=3, help="how often something may fail before it is given up (3)")
     parser.add_argument("--patience", metavar="SECONDS", type=float, default=300.0,
                         help="how long to wait for a scheduler, and for workers that have gone (300)")

@@ -81,7 +81,7 @@ def files_of(scene: str) -> list[str]:
 def fingerprint(scene: str, co: Sequence[str]) -> str:
     """What the parts of a scene depend on: description, the time and size of its inputs, creation options, version.
 
-    The time of what is no file cannot be told; the description has a number of its content.
+    What is not a file has no time; the description has a number of its content.
     """
     with open(scene, encoding="utf-8") as file:
         description = json.load(file)

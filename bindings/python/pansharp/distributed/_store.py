@@ -106,7 +106,7 @@ def _is_running(process: int) -> bool:
 def is_same(file: str, other: str) -> bool:
     try:
         return os.path.realpath(file) == os.path.realpath(other) or os.path.samefile(file, other)
-    except OSError:  # one of them is no file
+    except OSError:  # one of them is not a file
         return False
 
 
