@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import argparse
+import logging
 import signal
 import sys
 import warnings
@@ -87,18 +88,21 @@ def _clients(arguments: argparse.Namespace) -> Iterator[Callable[[], Any]]:
     """What makes the client; workers of this machine are started with it, and ended with the job."""
     import dask
     import distributed
+
+    from . import _connection
     opened: list[Any] = []
+    for name in "client", "batched":  # the job tells by itself that its scheduler has gone
+        logging.getLogger(f"distributed.{name}").setLevel(logging.CRITICAL)
 
     def make() -> Any:
         if arguments.scheduler:
-            opened.append(distributed.Client(arguments.scheduler, timeout=arguments.patience, set_as_default=False))
-            return opened[0]
+            return _connection.connect(arguments.scheduler, arguments.patience)
         # Each worker has one task at a time, so that one that ends takes nothing else with it.
         with dask.config.set({"distributed.scheduler.worker-saturation": 1.0, "distributed.scheduler.allowed-failures": 1}):
             cluster = distributed.LocalCluster(n_workers=arguments.workers, threads_per_worker=1, processes=True, host="127.0.0.1",
                                                dashboard_address="127.0.0.1:0", worker_dashboard_address="127.0.0.1:0", silence_logs="ERROR")
         client = distributed.Client(cluster, set_as_default=False)
-        opened.extend((client, cluster))
+        opened.append(cluster)
         client.register_worker_callbacks(_leave_interrupts)
         return client
     try:

@@ -14,11 +14,11 @@ from contextlib import contextmanager
 from dataclasses import dataclass, field
 from typing import Any
 
-import distributed
 import pansharp
 
 from .. import _arrays, _options
 from . import _mosaic, _parts, _run, _scene, _store
+from ._connection import Clients, Connection
 
 Entry = Any
 _RESULTS, _SHARED = "batch.jsonl", "shared.json"
@@ -96,7 +96,7 @@ class _Book:
         self._results.close()
 
 
-def batch(client: distributed.Client | Callable[[], distributed.Client], scenes: str | Sequence[str], out: str | os.PathLike[str], *,
+def batch(client: Clients, scenes: str | Sequence[str], out: str | os.PathLike[str], *,
           time_limit: float = 0.0, share: bool = False, parts_above: float | None = None, limits: _run.Limits = _run.Limits(),
           tell: _scene.Tell = lambda event, **facts: None, **options: Any) -> BatchOutcome:
     """Sharpens the scenes of lists, and products, on the workers of a client, as ``pansharp batch`` does on one machine.
@@ -120,18 +120,12 @@ def batch(client: distributed.Client | Callable[[], distributed.Client], scenes:
     entries = _options.engine().batch_scenes([os.fspath(name) for name in names], texts)
     book = _Book(folder, entries, tell)
     tell("start", count=len(entries), missing=len(entries), pixels=0, unit="scenes")
-    opened: list[distributed.Client] = []
-
-    def cluster() -> distributed.Client:
-        if not opened:
-            opened.append(client if isinstance(client, distributed.Client) else client())
-        return opened[0]
-    work = _Work(folder, time_limit, book, limits, tell)
+    work = _Work(Connection(client), folder, time_limit, book, limits, tell)
     try:
         left = list(enumerate(entries))
         while share and left:
             (number, _), *left = left
-            work.run(cluster(), [(number, entries[number])])
+            work.run([(number, entries[number])])
             if "report" in book.lines[number]:
                 left = _sharing(folder, left, book.lines[number]["report"])
                 break
@@ -140,11 +134,12 @@ def batch(client: distributed.Client | Callable[[], distributed.Client], scenes:
         for number, entry in left:
             in_parts = parts_above is not None and _form(entry) and _megapixels(entry) > parts_above
             (large if in_parts else tasks).append((number, entry))
-        work.run(cluster(), tasks)
+        work.run(tasks)
         for number, entry in large:
-            work.run_in_parts(cluster(), number, entry)
+            work.run_in_parts(number, entry)
     finally:
         book.close()
+        work.connection.close()
     outcome = BatchOutcome([book.lines[number] for number in sorted(book.lines)], time.monotonic() - start)
     _store.write_text(os.path.join(folder, "summary.csv"), _table(outcome.results))
     return outcome
@@ -152,13 +147,14 @@ def batch(client: distributed.Client | Callable[[], distributed.Client], scenes:
 
 @dataclass
 class _Work:
+    connection: Connection
     folder: str
     time_limit: float
     book: _Book
     limits: _run.Limits
     tell: _scene.Tell
 
-    def run(self, client: distributed.Client, scenes: Sequence[tuple[int, Entry]]) -> None:
+    def run(self, scenes: Sequence[tuple[int, Entry]]) -> None:
         """Each as a task."""
         version = pansharp.__version__
         entries = dict(scenes)
@@ -166,23 +162,21 @@ class _Work:
         def ended(task: _run.Task, result: dict[str, Any]) -> None:
             assert isinstance(task.key, int)
             self.book.add(task.key, result.get("line") or _line(entries[task.key], result["error"]["text"], version))
-        runner = _run.Runner(client, self.limits)
-        try:
-            runner.run([_run.Task(number, make_scene, (entry, os.getcwd(), self.folder, self.time_limit, self.book.find_done(entry[3]), version))
-                        for number, entry in scenes],
-                       ended, lambda task, text: self.tell("retried", name=task.arguments[0][3], text=text, attempt=task.attempts))
-        finally:
-            runner.close()
+        _run.Runner(self.connection, self.limits).run(
+            [_run.Task(number, make_scene, (entry, os.getcwd(), self.folder, self.time_limit, self.book.find_done(entry[3]), version))
+             for number, entry in scenes],
+            ended, lambda task, text: self.tell("retried", name=task.arguments[0][3], text=text, attempt=task.attempts),
+            lambda text: self.tell("waiting", text=text))
 
-    def run_in_parts(self, client: distributed.Client, number: int, entry: Entry) -> None:
+    def run_in_parts(self, number: int, entry: Entry) -> None:
         start = time.monotonic()
         try:
-            line = self._made_in_parts(client, entry)
+            line = self._made_in_parts(entry)
         except (pansharp.Error, OSError, ValueError, TypeError) as error:
             line = _line(entry, str(error), pansharp.__version__)
         self.book.add(number, line if line["status"] == "skipped" else {**line, "seconds": time.monotonic() - start})
 
-    def _made_in_parts(self, client: distributed.Client, entry: Entry) -> dict[str, Any]:
+    def _made_in_parts(self, entry: Entry) -> dict[str, Any]:
         """Described in a folder of its own, fused there in parts, and copied into its output."""
         list_, line, files, output, options, fault = entry
         began: list[float] = []
@@ -200,9 +194,9 @@ class _Work:
         result = self._engine((list_, line, files, described, {**kept, "--overwrite": []}, fault), self.time_limit, "", None)
         if result["status"] == "done":
             form, co = str(_form(entry)), options.get("--co")
-            made = _scene.sharpen(client, os.path.join(self.folder, described), out=os.path.join(self.folder, own), single=file,
+            made = _scene.sharpen(self.connection, os.path.join(self.folder, described), out=os.path.join(self.folder, own), single=file,
                                   co=co if form == "GTiff" else None, single_format=form, single_co=co, overwrite=overwrite, check=False,
-                                  limits=self.limits, tell=lambda event, **facts: event == "warning" and self.tell(event, **facts))
+                                  limits=self.limits, tell=lambda event, **facts: event in ("warning", "waiting") and self.tell(event, **facts))
             if made.failed:
                 errors = "; ".join(f"{name}: {failure['text']}" for name, failure in made.failed.items())
                 result = {**_line(entry, errors, pansharp.__version__), "warnings": result["warnings"]}

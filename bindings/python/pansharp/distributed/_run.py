@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-import concurrent.futures
+import collections
 import contextlib
 import queue
 import signal
@@ -13,6 +13,8 @@ from dataclasses import dataclass, field
 from typing import Any
 
 import distributed
+
+from ._connection import Connection, Lost
 
 
 @dataclass(frozen=True)
@@ -67,82 +69,66 @@ def _noting_interrupts() -> Iterator[Callable[[], None]]:
 
 
 class Runner:
-    """One client, or the next one to the same scheduler when that has been away."""
+    """Hands tasks out over a connection, and again over the next one."""
 
-    def __init__(self, client: distributed.Client, limits: Limits) -> None:
-        self._client = client
+    def __init__(self, connection: Connection, limits: Limits) -> None:
+        self._connection = connection
         self._limits = limits
-        self._own: distributed.Client | None = None
         self._wanted, self._counted = 16, -_IDLE
+        self._seen = 0.0  # when a task ended, or workers had some
         self._check: Callable[[], None] = lambda: None
-
-    def close(self) -> None:
-        if self._own is not None:
-            self._own.close()
+        self._waits: Callable[[str], object] = lambda text: None
 
     def run(self, tasks: Iterable[Task], done: Callable[[Task, dict[str, Any]], object],
-            retried: Callable[[Task, str], object]) -> None:
-        """Calls `done` once for each task with what it returned, or with {"error": …}, and `retried` for what is tried again."""
+            retried: Callable[[Task, str], object], waits: Callable[[str], object] = lambda text: None) -> None:
+        """Calls `done` once for each task with what it returned, or with {"error": …}, and `retried` for what is tried again.
+
+        waits: called with what is waited for, when there is no scheduler or no worker.
+        """
+        self._seen, self._waits = time.monotonic(), waits
         with _noting_interrupts() as self._check:
             self._run(list(tasks), done, retried)
 
     def _run(self, waiting: list[Task], done: Callable[[Task, dict[str, Any]], object], retried: Callable[[Task, str], object]) -> None:
         suspects: list[Task] = []
         while waiting:
-            waiting, killed, is_lost = self._round(waiting, done, retried)
+            waiting, killed, loss = self._round(waiting, done, retried)
             suspects += killed
-            if is_lost and not self._reach():
+            if loss and not self._reach():
                 for task in waiting + suspects:
-                    done(task, _failed("lost", f"no scheduler with workers was reached for {self._limits.patience:.0f} s"))
+                    done(task, _failed("lost", f"no scheduler with workers was reached for {self._limits.patience:.0f} s: {loss}"))
                 return
         # A worker takes with it what it has not begun. What ends one alone is to blame.
         while suspects:
-            again, killed, is_lost = self._round(suspects[:1], done, retried)
-            if is_lost and not self._reach():
+            again, killed, loss = self._round(suspects[:1], done, retried)
+            if loss and not self._reach():
                 again, killed = [], suspects[:1]
             suspects[:1] = again
             for task in killed:
                 done(task, _failed("quarantine", QUARANTINE))
 
+    def _reach(self) -> bool:
+        left = self._seen + self._limits.patience - time.monotonic()
+        if left > 0:
+            self._waits(f"the scheduler has gone; it is waited for, {left:.0f} s at most")
+        return self._connection.reach(left, self._check)
+
     def _most(self) -> int:
         """Tasks that the scheduler has at a time: enough to keep workers busy. More workers may come at any time; they are counted again."""
         if time.monotonic() - self._counted >= _IDLE:
-            with contextlib.suppress(OSError, TypeError):
-                self._wanted = max(16, 3 * sum(self._client.nthreads().values()))
+            self._wanted = max(16, 3 * sum(self._connection.workers().values()))
             self._counted = time.monotonic()
         return self._wanted
 
-    def _reach(self) -> bool:
-        """A client whose scheduler has workers; False when there is none for so long."""
-        end = time.monotonic() + self._limits.patience
-        address = self._client.scheduler.address if self._client.scheduler else None
-        while time.monotonic() < end:
-            self._check()
-            if self._client.status == "running":
-                try:
-                    if self._client.nthreads():
-                        return True
-                except (OSError, TypeError):
-                    pass
-            elif self._client.status == "closed" and address:
-                try:
-                    self.close()
-                    self._own = self._client = distributed.Client(address, timeout="10s", set_as_default=False)
-                    continue
-                except OSError:
-                    pass
-            time.sleep(_IDLE / 2)
-        return False
-
     def _round(self, tasks: list[Task], done: Callable[[Task, dict[str, Any]], object], retried: Callable[[Task, str], object]
-               ) -> tuple[list[Task], list[Task], bool]:
-        """Tries each task once: those to try again, those that ended their worker, and whether the scheduler has gone."""
+               ) -> tuple[list[Task], list[Task], Lost | None]:
+        """Tries each task once: those to try again, those that ended their worker, and how the scheduler was lost if it was."""
         ended: queue.Queue[tuple[Task, distributed.Future]] = queue.Queue()
         again: list[Task] = []
         killed: list[Task] = []
         running: dict[Hashable, distributed.Future] = {}
-        left = iter(tasks)
-        idle_since = None
+        left = collections.deque(tasks)
+        is_waiting = False
         try:
             self._fill(left, running, ended)
             while running:
@@ -150,73 +136,77 @@ class Runner:
                 try:
                     task, future = ended.get(timeout=_IDLE)
                 except queue.Empty:
+                    is_waiting = self._look(is_waiting)
                     again += self._give_back(tasks, running)
-                    idle_since = (idle_since or time.monotonic()) if self._has_gone() else None
-                    if idle_since is not None and time.monotonic() - idle_since > self._limits.patience:
-                        return again + [task for task in tasks if task.key in running] + list(left), killed, True
-                    if idle_since is None:
-                        self._fill(left, running, ended)
-                    continue
-                idle_since = None
-                if running.get(task.key) is not future:
-                    continue  # it was given back
-                del running[task.key]
-                if future.status == "cancelled":  # the scheduler has gone, and has taken all that was there
-                    return again + [task, *(task for task in tasks if task.key in running)] + list(left), killed, True
-                self._take(task, future, again, killed, done, retried)
+                else:
+                    if running.get(task.key) is not future:
+                        continue  # it was given back
+                    self._take(task, future, again, killed, done, retried)
+                    del running[task.key]
+                    self._seen, is_waiting = time.monotonic(), False
                 self._fill(left, running, ended)
+        except Lost as loss:
+            lost = [task for task in tasks if task.key in running]
+            for task in lost:
+                task.attempts -= 1
+            return again + lost + list(left), killed, loss
         except (KeyboardInterrupt, SystemExit):
-            self._client.cancel(list(running.values()))
+            with contextlib.suppress(Lost):
+                self._connection.ask(lambda client: client.cancel(list(running.values())))
             raise
-        return again + list(left), killed, False
+        return again + list(left), killed, None
+
+    def _look(self, was_waiting: bool) -> bool:
+        """Whether workers are waited for. Raises Lost when that takes too long."""
+        if self._connection.workers():
+            self._seen = time.monotonic()
+            return False
+        left = self._seen + self._limits.patience - time.monotonic()
+        if left <= 0:
+            raise Lost("it has none")
+        if not was_waiting:
+            self._waits(f"the scheduler has no workers; they are waited for, {left:.0f} s at most")
+        return True
 
     def _give_back(self, tasks: list[Task], running: dict[Hashable, distributed.Future]) -> list[Task]:
         """Tasks that wait for workers that are there no more."""
         bound = [task for task in tasks if task.key in running and task.allowed]
-        if not bound or self._has_gone():
-            return []
-        there = set(self._client.nthreads())
-        given = [task for task in bound if not task.allowed & there]
+        there = set(self._connection.workers()) if bound else set()
+        given = [task for task in bound if there and not task.allowed & there]
+        if given:
+            self._connection.ask(lambda client: client.cancel([running[task.key] for task in given]))
         for task in given:
+            del running[task.key]
             task.refused_by.clear()
-            self._client.cancel([running.pop(task.key)])
         return given
 
-    def _has_gone(self) -> bool:
-        try:
-            return self._client.status != "running" or not self._client.nthreads()
-        except (OSError, TypeError):
-            return True
-
-    def _fill(self, left: Iterator[Task], running: dict[Hashable, distributed.Future], ended: queue.Queue[Any]) -> None:
-        while len(running) < self._most():
-            task = next(left, None)
-            if task is None:
-                return
-            self._submit(task, running, ended)
+    def _fill(self, left: collections.deque[Task], running: dict[Hashable, distributed.Future], ended: queue.Queue[Any]) -> None:
+        while left and len(running) < self._most():
+            self._submit(left[0], running, ended)
+            left.popleft()
 
     def _submit(self, task: Task, running: dict[Hashable, distributed.Future], ended: queue.Queue[Any]) -> None:
+        task.allowed = set(self._connection.workers()) - task.refused_by if task.refused_by else set()
+
+        def submit(client: distributed.Client) -> distributed.Future:
+            future = client.submit(task.call, *task.arguments, pure=False, key=f"pansharp-{task.key}-{time.monotonic_ns()}",
+                                   workers=list(task.allowed) or None)
+            future.add_done_callback(lambda future: ended.put((task, future)))
+            return future
+        running[task.key] = self._connection.ask(submit)
         task.attempts += 1
-        task.allowed = set(self._client.nthreads()) - task.refused_by if task.refused_by else set()
-        future = self._client.submit(task.call, *task.arguments, pure=False, key=f"pansharp-{task.key}-{time.monotonic_ns()}",
-                                     workers=list(task.allowed) or None)
-        running[task.key] = future
-        future.add_done_callback(lambda future: ended.put((task, future)))
 
     def _take(self, task: Task, future: distributed.Future, again: list[Task], killed: list[Task],
               done: Callable[[Task, dict[str, Any]], object], retried: Callable[[Task, str], object]) -> None:
-        try:
-            result: dict[str, Any] = future.result()
-        except distributed.scheduler.KilledWorker:
-            retried(task, "its worker ended; it is tried alone at the end")
-            killed.append(task)
-            return
-        except concurrent.futures.CancelledError:
-            task.attempts -= 1
-            again.append(task)
-            return
-        except Exception as raised:  # by Dask itself, or while the task was sent
+        if future.status == "error":  # by Dask itself, or while the task was sent: tasks tell their own failures
+            raised = self._connection.ask(lambda _: future.exception())
+            if isinstance(raised, distributed.scheduler.KilledWorker):
+                retried(task, "its worker ended; it is tried alone at the end")
+                killed.append(task)
+                return
             result = _failed("other", f"{type(raised).__name__}: {raised}")
+        else:
+            result = self._connection.ask(lambda _: future.result())
         error = result["error"]
         if error and error["kind"] == "output" and result.get("worker"):
             task.refused_by.add(result["worker"])

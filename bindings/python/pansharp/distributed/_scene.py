@@ -11,10 +11,10 @@ from contextlib import contextmanager
 from dataclasses import dataclass, field
 from typing import Any
 
-import distributed
 import pansharp
 
 from . import _mosaic, _parts, _run, _store
+from ._connection import Clients, Connection
 from ._parts import Part
 
 Tell = Callable[..., object]
@@ -99,7 +99,7 @@ def _files_in(out: str, parts: Sequence[Part]) -> Iterator[str]:
         yield _store.join(out, name)
 
 
-def sharpen(client: distributed.Client | Callable[[], distributed.Client], pan: Files, ms: Files = None, out: str | os.PathLike[str] = "", *,
+def sharpen(client: Connection | Clients, pan: Files, ms: Files = None, out: str | os.PathLike[str] = "", *,
             part: int | tuple[int, int] | None = None, co: Mapping[str, Any] | Sequence[str] | None = None,
             single: str | os.PathLike[str] | None = None, single_format: str = "GTiff", single_co: Mapping[str, Any] | Sequence[str] | None = None,
             overwrite: bool = False, check: bool = True, limits: _run.Limits = _run.Limits(), tell: Tell = lambda event, **facts: None, **options: Any) -> Outcome:
@@ -170,7 +170,7 @@ def _compare(scene: str, tell: Tell) -> None:
         tell("warning", text=str(error))
 
 
-def _make(client: Any, scene: str, folder: str, missing: list[Part], how: tuple[str, list[str]], masks: dict[Part, bool | None],
+def _make(client: Connection | Clients, scene: str, folder: str, missing: list[Part], how: tuple[str, list[str]], masks: dict[Part, bool | None],
           limits: _run.Limits, outcome: Outcome, tell: Tell) -> None:
     print_, co = how
 
@@ -193,11 +193,13 @@ def _make(client: Any, scene: str, folder: str, missing: list[Part], how: tuple[
         assert isinstance(task.key, Part)
         tell("retried", name=task.key.name, text=text, attempt=task.attempts)
 
-    runner = _run.Runner(client if isinstance(client, distributed.Client) else client(), limits)
+    connection = client if isinstance(client, Connection) else Connection(client)
     try:
-        runner.run([_run.Task(part, _parts.make, (scene, part, folder, print_, co, pansharp.__version__)) for part in missing], done, retried)
+        _run.Runner(connection, limits).run([_run.Task(part, _parts.make, (scene, part, folder, print_, co, pansharp.__version__)) for part in missing],
+                                            done, retried, lambda text: tell("waiting", text=text))
     finally:
-        runner.close()
+        if connection is not client:
+            connection.close()
 
 
 def _remove_others(folder: str, parts: list[Part]) -> None:

@@ -8,6 +8,9 @@ import time
 from typing import Any, TextIO
 
 
+_HEADS = {"retried": "tried again: ", "failed": "failed: ", "warning": "warning: ", "waiting": ""}
+
+
 class Seen:
     """Tells of a job of so many things to make, which have so many pixels in all. A callable that takes events."""
 
@@ -32,7 +35,7 @@ class Seen:
             self._done += 1
             self._pixels += facts["pixels"]
             self._show()
-        elif event in ("retried", "failed", "warning"):
+        elif event in _HEADS:
             self._warn(event, facts)
         elif event == "end":
             self._clear()
@@ -45,8 +48,7 @@ class Seen:
         self._warned.add(text)
         name = facts.get("name")
         self._clear()
-        head = {"retried": "tried again: ", "failed": "failed: ", "warning": "warning: "}[event]
-        print(f"pansharp: {head}{name + ': ' if name else ''}{text}", file=self._stream, flush=True)
+        print(f"pansharp: {_HEADS[event]}{name + ': ' if name else ''}{text}", file=self._stream, flush=True)
 
     def rate(self) -> tuple[float, float]:
         """Megapixels a second, and the seconds that are left."""

@@ -1,0 +1,115 @@
+"""The client of a job, whatever becomes of its scheduler."""
+
+from __future__ import annotations
+
+import asyncio
+import contextlib
+import time
+from collections.abc import Callable
+from typing import Any, TypeVar, Union
+
+import distributed
+
+Answer = TypeVar("Answer")
+Clients = Union[distributed.Client, Callable[[], distributed.Client]]
+_TRY = 10.0  # seconds that one try to connect takes
+_ANSWER = 30.0  # seconds in which a scheduler tells its workers
+_PAUSE = 0.5
+
+
+class Lost(Exception):
+    """The scheduler has gone, and with it all that it was handed."""
+
+
+def connect(address: str, patience: float, security: Any = None, check: Callable[[], None] = lambda: None) -> distributed.Client:
+    """A client of the scheduler at an address, which is waited for so many seconds. Raises OSError.
+
+    check: called now and then; what it raises ends the waiting.
+    """
+    end = time.monotonic() + patience
+    while True:
+        check()
+        try:
+            return distributed.Client(address, timeout=max(min(_TRY, end - time.monotonic()), 0.1), set_as_default=False, security=security)
+        except (OSError, asyncio.TimeoutError) as error:  # a scheduler that goes while it answers, too
+            if time.monotonic() + _PAUSE >= end:
+                raise OSError(f"no scheduler was reached at '{address}' for {patience:.0f} s: {error}") from error
+        time.sleep(_PAUSE)
+
+
+def close(client: distributed.Client) -> None:
+    """Also one whose scheduler is not there any more."""
+    with contextlib.suppress(Exception):
+        client.close(timeout=_TRY)
+
+
+class Connection:
+    """The client of a job, or the next one to the same address. What is asked of it goes through `ask`, which alone tells a loss.
+
+    A client that Dask connects again by itself counts as lost: it has forgotten some of the tasks, and does not say of which.
+    """
+
+    def __init__(self, client: Clients) -> None:
+        """client: or what makes one when it is needed first, which is closed with the connection."""
+        self._given = client
+        self._client: distributed.Client | None = None
+        self._is_own = False
+        self._address: str | None = None
+        self._security: Any = None
+        self._stream: Any = None
+
+    def ask(self, call: Callable[[distributed.Client], Answer]) -> Answer:
+        """What the call gives. Raises Lost when the scheduler has gone before, or goes meanwhile."""
+        client = self._open()
+        cause: BaseException | None = None
+        if self._is_alive(client):
+            try:
+                return call(client)
+            except (Exception, asyncio.CancelledError) as error:  # Dask raises many kinds while a connection ends
+                cause = error
+        raise Lost(f"{type(cause).__name__}: {cause}" if cause else "the connection has ended") from cause
+
+    def workers(self) -> dict[str, int]:
+        """Addresses of the workers, and their threads. Raises Lost."""
+        found: dict[str, int] | None = self.ask(lambda client: client.nthreads(callback_timeout=_ANSWER))
+        if found is None:  # given by Dask while it closes
+            raise Lost("the scheduler tells no workers")
+        return found
+
+    def reach(self, seconds: float, check: Callable[[], None]) -> bool:
+        """A new client, whose scheduler has workers; False when there is none for so long."""
+        end = time.monotonic() + seconds
+        self.close()
+        while self._address and time.monotonic() < end:
+            check()
+            time.sleep(_PAUSE)
+            try:
+                if self._client is None:
+                    self._take(connect(self._address, end - time.monotonic(), self._security, check), True)
+                if self.workers():
+                    return True
+            except Lost:
+                self.close()
+            except OSError:
+                return False
+        return False
+
+    def close(self) -> None:
+        if self._client is not None and self._is_own:
+            close(self._client)
+        self._client = None
+
+    def _open(self) -> distributed.Client:
+        if self._client is None:
+            is_own = not isinstance(self._given, distributed.Client)
+            self._take(self._given() if is_own else self._given, is_own)
+        assert self._client is not None
+        return self._client
+
+    def _take(self, client: distributed.Client, is_own: bool) -> None:
+        self._client, self._is_own, self._stream = client, is_own, client.scheduler_comm
+        if client.scheduler is not None:
+            self._address, self._security = client.scheduler.address, client.security
+
+    def _is_alive(self, client: distributed.Client) -> bool:
+        return client.status == "running" and client.scheduler_comm is self._stream
