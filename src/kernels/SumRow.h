@@ -3,6 +3,7 @@
 #include "kernels/Simd.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 
 namespace kernels {
@@ -20,13 +21,45 @@ using AddProducts = void (*)(const double* rows, std::size_t length,
                              const std::pair<std::size_t, std::size_t>* pairs, std::size_t pairCount,
                              double* parts);
 
+/// Pixels that are split into planes at a time.
+inline constexpr std::size_t spreadPixels = 128;
+/// Splits up to spreadPixels interleaved pixels into a plane for each band, spreadPixels apart.
+using SpreadPixels = void (*)(const unsigned short* pixels, std::size_t bands, std::size_t count,
+                              unsigned short* planes);
+
+/// Products of whole numbers are summed in rows of so many, which shorter ones are filled up to with zeros.
+inline constexpr std::size_t wholeRow = 32;
+/// A sum of them is made in so many parts.
+inline constexpr std::size_t wholeParts = 16;
+/// The largest difference, up or down, of which the parts hold the products' sums of up to wholeRow rows.
+inline constexpr int mostDifference = 4095;
+
+/// From each plane, which are spreadPixels apart, `count` samples, up to wholeRow, less the plane's origin,
+/// to one row after the other. False when a difference is larger than mostDifference.
+using LessOrigins = bool (*)(const unsigned short* planes, const unsigned short* origins, std::size_t rows,
+                             std::size_t count, short* differences);
+
+/// What AddProducts does, with rows of whole numbers. Each target deals the products out to the parts in its
+/// own way: the sum of all parts of a pair is the same, as whole numbers are not rounded.
+using AddWholeProducts = void (*)(const short* rows, const std::pair<std::size_t, std::size_t>* pairs,
+                                  std::size_t pairCount, std::int32_t* parts);
+
 /// The versions for a vector target that can run here; the scalar ones are the definition.
 [[nodiscard]] AddWeighted AddWeightedFor(SimdTarget target);
 [[nodiscard]] AddProducts AddProductsFor(SimdTarget target);
+[[nodiscard]] SpreadPixels SpreadPixelsFor(SimdTarget target);
+[[nodiscard]] LessOrigins LessOriginsFor(SimdTarget target);
+[[nodiscard]] AddWholeProducts AddWholeProductsFor(SimdTarget target);
 
 void AddWeightedScalar(const unsigned short* samples, double weight, std::size_t count, double* sums);
 void AddProductsScalar(const double* rows, std::size_t length,
                        const std::pair<std::size_t, std::size_t>* pairs, std::size_t pairCount,
                        double* parts);
+void SpreadPixelsScalar(const unsigned short* pixels, std::size_t bands, std::size_t count,
+                        unsigned short* planes);
+bool LessOriginsScalar(const unsigned short* planes, const unsigned short* origins, std::size_t rows,
+                       std::size_t count, short* differences);
+void AddWholeProductsScalar(const short* rows, const std::pair<std::size_t, std::size_t>* pairs,
+                            std::size_t pairCount, std::int32_t* parts);
 
 } // namespace kernels

@@ -45,8 +45,58 @@ HWY_ATTR void AddProductsInVectors(const double* rows, std::size_t length,
     }
 }
 
+HWY_ATTR void SpreadPixelsInVectors(const unsigned short* pixels, std::size_t bands, std::size_t count,
+                                    unsigned short* planes) {
+    static_assert(spreadPixels == blockPixels);
+    if (count == spreadPixels && bands <= mostBands)
+        Deinterleave(pixels, static_cast<std::uint32_t>(bands), planes);
+    else
+        SpreadPixelsScalar(pixels, bands, count, planes);
+}
+
+HWY_ATTR bool LessOriginsInVectors(const unsigned short* planes, const unsigned short* origins,
+                                   std::size_t rows, std::size_t count, short* differences) {
+    if (count < wholeRow) return LessOriginsScalar(planes, origins, rows, count, differences);
+    const hn::CappedTag<unsigned short, wholeRow> d;
+    const hn::RebindToSigned<decltype(d)> dSigned;
+    static_assert((mostDifference & (mostDifference + 1)) == 0); // larger ones have a higher bit
+    const auto higher = hn::Set(d, static_cast<unsigned short>(0xFFFF - mostDifference));
+    auto bits = hn::Zero(d);
+    for (std::size_t row = 0; row < rows; ++row, planes += spreadPixels, differences += wholeRow) {
+        const auto origin = hn::Set(d, origins[row]);
+        for (std::size_t i = 0; i < wholeRow; i += hn::Lanes(d)) {
+            const auto samples = hn::LoadU(d, planes + i);
+            // One of the two is 0, the other what the difference is without its sign.
+            const auto above = hn::SaturatedSub(samples, origin), below = hn::SaturatedSub(origin, samples);
+            bits = hn::Or(bits, hn::Or(above, below));
+            const auto difference = hn::Sub(samples, origin);
+            hn::StoreU(hn::BitCast(dSigned, difference), dSigned, differences + i);
+        }
+    }
+    return hn::AllTrue(d, hn::Eq(hn::And(bits, higher), hn::Zero(d)));
+}
+
+HWY_ATTR void AddWholeProductsInVectors(const short* rows, const std::pair<std::size_t, std::size_t>* pairs,
+                                        std::size_t pairCount, std::int32_t* parts) {
+    const hn::CappedTag<short, wholeRow> d;
+    const hn::Repartition<std::int32_t, decltype(d)> dSum;
+    for (std::size_t pair = 0; pair < pairCount; ++pair, parts += wholeParts) {
+        const short* a = rows + pairs[pair].first * wholeRow;
+        const short* b = rows + pairs[pair].second * wholeRow;
+        for (std::size_t i = 0; i < wholeRow; i += hn::Lanes(d)) {
+            auto more = hn::Zero(dSum);
+            const auto sum = hn::ReorderWidenMulAccumulate(dSum, hn::LoadU(d, a + i), hn::LoadU(d, b + i),
+                                                           hn::LoadU(dSum, parts + i / 2), more);
+            hn::StoreU(hn::Add(sum, more), dSum, parts + i / 2);
+        }
+    }
+}
+
 AddWeighted AddWeightedHere() { return &AddWeightedInVectors; }
 AddProducts AddProductsHere() { return &AddProductsInVectors; }
+SpreadPixels SpreadPixelsHere() { return &SpreadPixelsInVectors; }
+LessOrigins LessOriginsHere() { return &LessOriginsInVectors; }
+AddWholeProducts AddWholeProductsHere() { return &AddWholeProductsInVectors; }
 
 } // namespace HWY_NAMESPACE
 } // namespace kernels
@@ -57,6 +107,9 @@ namespace kernels {
 
 HWY_EXPORT(AddWeightedHere);
 HWY_EXPORT(AddProductsHere);
+HWY_EXPORT(SpreadPixelsHere);
+HWY_EXPORT(LessOriginsHere);
+HWY_EXPORT(AddWholeProductsHere);
 
 AddWeighted AddWeightedFor(SimdTarget target) {
     return ForTarget<AddWeighted>(target, &AddWeightedScalar, HWY_DISPATCH_TABLE(AddWeightedHere));
@@ -64,6 +117,19 @@ AddWeighted AddWeightedFor(SimdTarget target) {
 
 AddProducts AddProductsFor(SimdTarget target) {
     return ForTarget<AddProducts>(target, &AddProductsScalar, HWY_DISPATCH_TABLE(AddProductsHere));
+}
+
+SpreadPixels SpreadPixelsFor(SimdTarget target) {
+    return ForTarget<SpreadPixels>(target, &SpreadPixelsScalar, HWY_DISPATCH_TABLE(SpreadPixelsHere));
+}
+
+LessOrigins LessOriginsFor(SimdTarget target) {
+    return ForTarget<LessOrigins>(target, &LessOriginsScalar, HWY_DISPATCH_TABLE(LessOriginsHere));
+}
+
+AddWholeProducts AddWholeProductsFor(SimdTarget target) {
+    return ForTarget<AddWholeProducts>(target, &AddWholeProductsScalar,
+                                       HWY_DISPATCH_TABLE(AddWholeProductsHere));
 }
 
 } // namespace kernels

@@ -12,18 +12,11 @@
 
 namespace quality {
 
-/// Samples of one channel of a row.
-struct Channel {
-    std::variant<const double*, const unsigned short*> first;
-    std::size_t step = 1; ///< from one pixel to the next, in samples
+/// So many channels of a row, interleaved by pixel.
+struct Channels {
+    std::variant<const double*, const unsigned short*> row;
+    std::size_t count = 1;
 };
-
-/// Adds those of `count` bands of a row whose pixels are `step` samples apart.
-template <class Sample>
-void AddChannels(std::vector<Channel>& channels, const Sample* row, std::size_t count, std::size_t step) {
-    for (std::size_t band = 0; band < count; ++band)
-        channels.push_back({row + band, step});
-}
 
 /// Two channels by their numbers.
 using ChannelPair = std::pair<std::size_t, std::size_t>;
@@ -45,27 +38,42 @@ public:
     BlockMoments(std::size_t imageColumns, std::size_t channelCount, std::size_t blockSide,
                  const std::vector<ChannelPair>& channelPairs, std::function<void(const Block&)> visitor);
 
-    void AddRow(std::span<const Channel> row, const unsigned char* valid);
+    /// The channels of the images of a row, one after the other.
+    void AddRow(std::span<const Channels> images, const unsigned char* valid);
     /// Ends the blocks that the last row left open.
     void Finish();
 
 private:
     struct Sums {
         std::uint64_t pixels = 0;
-        std::vector<double> first;    ///< its first pixel
-        std::vector<double> products; ///< of the pairs, kernels::sumParts each
+        std::vector<double> first;        ///< its first pixel
+        std::vector<double> products;     ///< of the pairs, kernels::sumParts each
+        std::vector<std::int32_t> wholes; ///< likewise what was summed in whole numbers, kernels::wholeParts
     };
-    void AddRun(Sums& block, std::span<const Channel> row, std::size_t column, const unsigned char* valid,
-                std::size_t pixels);
+    /// What a run of pixels of a block looks like.
+    struct Run {
+        std::size_t column = 0, pixels = 0;
+        const unsigned char* valid = nullptr; ///< of its first pixel
+        std::size_t count = 0;                ///< of pixels that count
+    };
+    [[nodiscard]] bool Start(Sums& block, std::span<const Channels> images, const Run& run) const;
+    void AddRun(Sums& block, std::span<const Channels> images, const Run& run);
+    [[nodiscard]] bool AddWholes(Sums& block, const Run& run, const unsigned short* planesOfRun);
+    [[nodiscard]] static double SumOf(const Sums& block, std::size_t pair);
 
     std::size_t columns, channels, side;
     kernels::AddProducts addProducts = kernels::AddProductsFor(kernels::ChosenSimdTarget());
+    kernels::SpreadPixels spreadPixels = kernels::SpreadPixelsFor(kernels::ChosenSimdTarget());
+    kernels::LessOrigins lessOrigins = kernels::LessOriginsFor(kernels::ChosenSimdTarget());
+    kernels::AddWholeProducts addWholes = kernels::AddWholeProductsFor(kernels::ChosenSimdTarget());
     std::vector<ChannelPair> pairs; ///< of each channel with ones and with itself, then those given
     std::function<void(const Block&)> visit;
     std::vector<Sums> open; ///< the row of blocks under way
     std::size_t rows = 0;   ///< of it, so far
     std::vector<double>
         planes; ///< a row of a block, channel by channel, less the block's first pixel, then ones
+    std::vector<unsigned short> spread, origins;
+    std::vector<short> differences; ///< like `planes`, of whole numbers
 };
 
 } // namespace quality

@@ -1,6 +1,6 @@
 #include "quality/Comparison.h"
 
-#include <algorithm>
+#include <array>
 #include <numeric>
 
 namespace quality {
@@ -18,22 +18,14 @@ std::vector<ChannelPair> BandPairs(std::size_t bands) {
 
 Comparison::Comparison(std::size_t imageColumns, std::size_t bandCount)
     : columns(imageColumns), bands(bandCount), errors(bands), angle(bands),
-      index(columns, 2 * bands, blockSide, BandPairs(bands)), detail(columns, bands),
-      both(2 * bands * columns) {}
+      index(columns, 2 * bands, blockSide, BandPairs(bands)), detail(columns, bands) {}
 
 template <class Image, class Reference>
 void Comparison::AddRow(const Image* image, const Reference* reference, const unsigned char* valid) {
-    for (std::size_t column = 0; column < columns; ++column) {
-        double* pixel = both.data() + column * 2 * bands;
-        std::copy_n(reference + column * bands, bands, std::copy_n(image + column * bands, bands, pixel));
-        if (!valid[column]) continue;
-        errors.AddPixel(pixel, pixel + bands);
-        angle.AddPixel(pixel, pixel + bands);
-    }
-    std::vector<Channel> channels;
-    AddChannels(channels, both.data(), 2 * bands, 2 * bands);
-    index.AddRow(channels, valid);
-    detail.AddRow(both.data(), valid);
+    errors.AddRow(image, reference, valid, columns);
+    angle.AddRow(image, reference, valid, columns);
+    index.AddRow(std::array<Channels, 2>{{{image, bands}, {reference, bands}}}, valid);
+    detail.AddRow(image, reference, valid);
 }
 template void Comparison::AddRow(const double*, const double*, const unsigned char*);
 template void Comparison::AddRow(const double*, const unsigned short*, const unsigned char*);

@@ -37,7 +37,6 @@ private:
     SpectralAngle angle;
     UniversalIndex index;
     SpatialCorrelation detail;
-    std::vector<double> both; ///< a row, the bands of the image and then those of the reference a pixel
 };
 
 } // namespace quality

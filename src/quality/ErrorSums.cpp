@@ -1,21 +1,46 @@
 #include "quality/ErrorSums.h"
 
+#include "quality/KnownBands.h"
+
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 
 namespace quality {
 
-void ErrorSums::AddPixel(const double* image, const double* reference) {
-    ++count;
-    for (std::size_t band = 0; band < sums.size(); ++band) {
-        const double difference = image[band] - reference[band];
-        sums[band].difference += difference;
-        sums[band].squares += difference * difference;
-        sums[band].reference += reference[band];
-        sums[band].largest = std::max(sums[band].largest, reference[band]);
+template <std::size_t known, class Image, class Reference>
+void ErrorSums::AddPixels(const Image* image, const Reference* reference, const unsigned char* valid,
+                          std::size_t columns) {
+    const std::size_t bands = known > 0 ? known : sums.size();
+    std::array<Sums, std::max<std::size_t>(known, 1)> own; // which a compiler keeps in registers
+    if (known > 0) std::copy_n(sums.begin(), known, own.begin());
+    Sums* const all = known > 0 ? own.data() : sums.data();
+    for (std::size_t column = 0; column < columns; ++column, image += bands, reference += bands) {
+        if (!valid[column]) continue;
+        ++count;
+        for (std::size_t band = 0; band < bands; ++band) {
+            const auto truth = static_cast<double>(reference[band]);
+            const double difference = static_cast<double>(image[band]) - truth;
+            all[band].difference += difference;
+            all[band].squares += difference * difference;
+            all[band].reference += truth;
+            all[band].largest = std::max(all[band].largest, truth);
+        }
     }
+    if (known > 0) std::copy_n(own.begin(), known, sums.begin());
 }
+
+template <class Image, class Reference>
+void ErrorSums::AddRow(const Image* image, const Reference* reference, const unsigned char* valid,
+                       std::size_t columns) {
+    WithKnownBands(sums.size(),
+                   [&](auto known) { AddPixels<decltype(known)::value>(image, reference, valid, columns); });
+}
+template void ErrorSums::AddRow(const double*, const double*, const unsigned char*, std::size_t);
+template void ErrorSums::AddRow(const double*, const unsigned short*, const unsigned char*, std::size_t);
+template void ErrorSums::AddRow(const unsigned short*, const unsigned short*, const unsigned char*,
+                                std::size_t);
 
 void ErrorSums::Append(const ErrorSums& below) {
     count += below.count;

@@ -23,7 +23,10 @@ class ErrorSums {
 public:
     explicit ErrorSums(std::size_t bands) : sums(bands) {}
 
-    void AddPixel(const double* image, const double* reference);
+    /// So many pixels. Samples are doubles or unsigned shorts.
+    template <class Image, class Reference>
+    void AddRow(const Image* image, const Reference* reference, const unsigned char* valid,
+                std::size_t columns);
     void Append(const ErrorSums& below);
 
     [[nodiscard]] std::uint64_t GetCount() const { return count; }
@@ -34,6 +37,10 @@ private:
     struct Sums {
         double difference = 0.0, squares = 0.0, reference = 0.0, largest = 0.0;
     };
+    template <std::size_t known, class Image, class Reference>
+    void AddPixels(const Image* image, const Reference* reference, const unsigned char* valid,
+                   std::size_t columns);
+
     std::vector<Sums> sums;
     std::uint64_t count = 0;
 };

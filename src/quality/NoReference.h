@@ -12,7 +12,7 @@ public:
     ScaleIndices(std::size_t imageColumns, std::size_t bandCount, std::size_t imageCount, std::size_t side);
 
     /// The bands of one image after those of another, then pan.
-    void AddRow(std::span<const Channel> row, const unsigned char* valid) { index.AddRow(row, valid); }
+    void AddRow(std::span<const Channels> row, const unsigned char* valid) { index.AddRow(row, valid); }
     /// What is above `below` ends with whole blocks.
     void Append(ScaleIndices& below) { index.Append(below.index); }
 

@@ -1,5 +1,7 @@
 #include "quality/SpatialCorrelation.h"
 
+#include "quality/KnownBands.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -11,18 +13,34 @@ SpatialCorrelation::SpatialCorrelation(std::size_t imageColumns, std::size_t ban
         row = {std::vector<double>(columns * 2 * bands), std::vector<unsigned char>(columns)};
 }
 
-void SpatialCorrelation::AddRow(const double* both, const unsigned char* valid) {
+template <class Image, class Reference>
+void SpatialCorrelation::AddRow(const Image* image, const Reference* reference, const unsigned char* valid) {
     std::rotate(rows.begin(), rows.begin() + 1, rows.end());
-    std::copy_n(both, columns * 2 * bands, rows[2].both.begin());
+    WithKnownBands(bands, [&](auto known) {
+        const std::size_t length = known > 0 ? known : bands;
+        double* pixel = rows[2].both.data();
+        for (std::size_t column = 0; column < columns; ++column, image += length, reference += length)
+            pixel = std::copy_n(reference, length, std::copy_n(image, length, pixel));
+    });
     std::copy_n(valid, columns, rows[2].valid.begin());
+    AddLast();
+}
+template void SpatialCorrelation::AddRow(const double*, const double*, const unsigned char*);
+template void SpatialCorrelation::AddRow(const double*, const unsigned short*, const unsigned char*);
+template void SpatialCorrelation::AddRow(const unsigned short*, const unsigned short*, const unsigned char*);
+
+void SpatialCorrelation::AddLast() {
     if (seen < first.size()) first[seen] = rows[2];
     if (++seen >= rows.size()) AddMiddle();
 }
 
 void SpatialCorrelation::Append(const SpatialCorrelation& below) {
     // The rows at the seam are the middle ones of three only now.
-    for (std::size_t i = 0; i < std::min(below.seen, first.size()); ++i)
-        AddRow(below.first[i].both.data(), below.first[i].valid.data());
+    for (std::size_t i = 0; i < std::min(below.seen, first.size()); ++i) {
+        std::rotate(rows.begin(), rows.begin() + 1, rows.end());
+        rows[2] = below.first[i];
+        AddLast();
+    }
     if (below.seen <= first.size()) return;
     rows = below.rows;
     seen += below.seen - first.size();
@@ -46,23 +64,33 @@ void SpatialCorrelation::AddMiddle() {
         down[at] = rows[0].both[at] + rows[1].both[at] + rows[2].both[at];
     for (std::size_t at = step; at + step < samples; ++at)
         detail[at] = 9.0 * rows[1].both[at] - (down[at - step] + down[at] + down[at + step]);
+    counts.resize(columns);
+    for (std::size_t column = 0; column < columns; ++column)
+        counts[column] =
+            rows[0].valid[column] != 0 && rows[1].valid[column] != 0 && rows[2].valid[column] != 0;
+    WithKnownBands(bands, [this](auto known) { AddProducts<decltype(known)::value>(); });
+}
+
+template <std::size_t known>
+void SpatialCorrelation::AddProducts() {
+    const std::size_t length = known > 0 ? known : bands;
+    std::array<Sums, std::max<std::size_t>(known, 1)> own; // which a compiler keeps in registers
+    if (known > 0) std::copy_n(sums.begin(), known, own.begin());
+    Sums* const all = known > 0 ? own.data() : sums.data();
     for (std::size_t column = 1; column + 1 < columns; ++column) {
-        const bool counts = std::all_of(rows.begin(), rows.end(), [column](const Row& row) {
-            return row.valid[column - 1] && row.valid[column] && row.valid[column + 1];
-        });
-        if (!counts) continue;
+        if (!counts[column - 1] || !counts[column] || !counts[column + 1]) continue;
         ++count;
-        for (std::size_t band = 0; band < bands; ++band) {
-            const double x = detail[column * step + band];
-            const double y = detail[column * step + bands + band];
-            Sums& sum = sums[band];
-            sum.image += x;
-            sum.reference += y;
-            sum.imageSquares += x * x;
-            sum.referenceSquares += y * y;
-            sum.products += x * y;
+        const double* pixel = detail.data() + column * 2 * length;
+        for (std::size_t band = 0; band < length; ++band) {
+            const double x = pixel[band], y = pixel[length + band];
+            all[band].image += x;
+            all[band].reference += y;
+            all[band].imageSquares += x * x;
+            all[band].referenceSquares += y * y;
+            all[band].products += x * y;
         }
     }
+    if (known > 0) std::copy_n(own.begin(), known, sums.begin());
 }
 
 std::vector<double> SpatialCorrelation::Find() const {

@@ -11,7 +11,10 @@ class SpectralAngle {
 public:
     explicit SpectralAngle(std::size_t bandCount) : bands(bandCount) {}
 
-    void AddPixel(const double* image, const double* reference);
+    /// So many pixels. Samples are doubles or unsigned shorts.
+    template <class Image, class Reference>
+    void AddRow(const Image* image, const Reference* reference, const unsigned char* valid,
+                std::size_t columns);
     void Append(const SpectralAngle& below) {
         sum += below.sum;
         count += below.count;

@@ -15,7 +15,9 @@ public:
     UniversalIndex(const UniversalIndex&) = delete;
     UniversalIndex& operator=(const UniversalIndex&) = delete;
 
-    void AddRow(std::span<const Channel> row, const unsigned char* valid) { moments.AddRow(row, valid); }
+    void AddRow(std::span<const Channels> images, const unsigned char* valid) {
+        moments.AddRow(images, valid);
+    }
     /// What is above `below` ends with whole blocks.
     void Append(UniversalIndex& below);
     /// One number a pair, not a number when no pixel counted. After the last row.
@@ -37,7 +39,9 @@ public:
     HypercomplexIndex(const HypercomplexIndex&) = delete;
     HypercomplexIndex& operator=(const HypercomplexIndex&) = delete;
 
-    void AddRow(std::span<const Channel> row, const unsigned char* valid) { moments.AddRow(row, valid); }
+    void AddRow(std::span<const Channels> images, const unsigned char* valid) {
+        moments.AddRow(images, valid);
+    }
     /// What is above `below` ends with whole blocks.
     void Append(HypercomplexIndex& below);
     [[nodiscard]] double Find();

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <numeric>
 #include <random>
 #include <vector>
 
@@ -33,4 +34,34 @@ TEST(SumRow, EveryTargetGivesTheSameSums) {
             EXPECT_EQ(foundSums, expectedSums) << SimdTargetName(target) << " " << length;
         }
     }
+}
+
+TEST(SumRow, EveryTargetGivesTheSameWholeNumbers) {
+    std::mt19937 random(4);
+    const std::vector<std::pair<std::size_t, std::size_t>> pairs = {{0, 0}, {0, 3}, {1, 2}};
+    for (const std::size_t bands : {1u, 4u, 5u})
+        for (const auto& [count, far] : {std::pair(32u, 0), {11u, 0}, {32u, 1}, {32u, -1}}) {
+            std::vector<unsigned short> pixels(spreadPixels * bands), origins(bands, 30000);
+            for (auto& sample : pixels)
+                sample =
+                    static_cast<unsigned short>(30000 - mostDifference + random() % (2 * mostDifference + 1));
+            pixels[bands - 1] = static_cast<unsigned short>(30000 + far * (mostDifference + 1));
+            const auto sums = [&](SimdTarget target) {
+                std::vector<unsigned short> planes(bands * spreadPixels);
+                std::vector<short> rows(4 * wholeRow);
+                std::vector<std::int32_t> parts(pairs.size() * wholeParts);
+                SpreadPixelsFor(target)(pixels.data(), bands, spreadPixels, planes.data());
+                const bool fits = LessOriginsFor(target)(planes.data(), origins.data(),
+                                                         std::min<std::size_t>(bands, 4), count, rows.data());
+                EXPECT_EQ(fits, far == 0 || bands > 4) << SimdTargetName(target);
+                for (std::size_t row = 0; row < wholeRow; ++row) // as many as the parts hold
+                    AddWholeProductsFor(target)(rows.data(), pairs.data(), pairs.size(), parts.data());
+                std::vector<std::int64_t> found;
+                for (auto part = parts.begin(); part != parts.end(); part += wholeParts)
+                    found.push_back(std::accumulate(part, part + wholeParts, std::int64_t{0}));
+                return found;
+            };
+            for (const SimdTarget target : SimdTargets())
+                EXPECT_EQ(sums(target), sums(0)) << SimdTargetName(target) << " " << bands << " " << count;
+        }
 }

@@ -41,10 +41,8 @@ std::vector<double> Interleave(const std::vector<const Image*>& images, std::siz
 }
 
 template <class Sample>
-std::vector<quality::Channel> Channels(const std::vector<Sample>& row) {
-    std::vector<quality::Channel> channels;
-    quality::AddChannels(channels, row.data(), row.size() / columns, row.size() / columns);
-    return channels;
+std::array<quality::Channels, 1> Channels(const std::vector<Sample>& row) {
+    return {{{row.data(), row.size() / columns}}};
 }
 
 double Mean(const std::vector<double>& x) {

@@ -167,15 +167,11 @@ private:
         for (std::size_t image = 0; image < assessedImages; ++image) {
             const double* seen = readers.numbers[image].numbers.data() + at * bands;
             consistency++->AddRow(seen, truth, valid);
-            std::vector<quality::Channel> both;
-            quality::AddChannels(both, seen, bands, bands);
-            quality::AddChannels(both, truth, bands, bands);
-            blurred++->AddRow(both, valid);
+            blurred++->AddRow(std::array<quality::Channels, 2>{{{seen, bands}, {truth, bands}}}, valid);
         }
-        std::vector<quality::Channel> withPan;
-        quality::AddChannels(withPan, truth, bands, bands);
-        quality::AddChannels(withPan, readers.pansNumbers.numbers.data() + at, 1, 1);
-        found.scale.AddRow(withPan, readers.pansNumbers.valid.data() + at);
+        const double* pan = readers.pansNumbers.numbers.data() + at;
+        found.scale.AddRow(std::array<quality::Channels, 2>{{{truth, bands}, {pan, 1}}},
+                           readers.pansNumbers.valid.data() + at);
     }
 
     std::unique_ptr<FineIndices> SeeFine(PairReaders& readers, std::size_t first, std::size_t end,
@@ -192,10 +188,10 @@ private:
                 KeepCommon(valid, readers.samples[image].valid);
             }
             for (std::size_t at = 0; at < valid.size(); at += fine.cols) {
-                std::vector<quality::Channel> row;
+                std::vector<quality::Channels> row;
                 for (const SampleRows& rows : readers.samples)
-                    quality::AddChannels(row, rows.samples.data() + at * bands, bands, bands);
-                quality::AddChannels(row, readers.pansSamples.samples.data() + at, 1, 1);
+                    row.push_back({rows.samples.data() + at * bands, bands});
+                row.push_back({readers.pansSamples.samples.data() + at, 1});
                 found->scale.AddRow(row, valid.data() + at);
             }
             found->pixels += valid.size() - static_cast<std::size_t>(std::count(
