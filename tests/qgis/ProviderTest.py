@@ -87,17 +87,23 @@ class Provider(unittest.TestCase):
         world = QgsCoordinateReferenceSystem("EPSG:4326")
         box = QgsCoordinateTransform(pan, world, QgsProject.instance()).transformBoundingBox(QgsRectangle(30, -72, 90, -24))
         there = f"{box.xMinimum()!r},{box.xMaximum()!r},{box.yMinimum()!r},{box.yMaximum()!r} [EPSG:4326]"
-        isDone, _, log, _ = run("sharpen", **PAIR, MORE=[PAIR["MS"]], BANDS=[2], BBOX=there, OUTPUT=str(home / "part.tif"))
+        # Pan and ms of the folder make it a product.
+        for given, bands in ((dict(PAIR, MORE=[PAIR["MS"]], BANDS=[2]), 4), (dict(PRODUCT=str(home)), 3)):
+            self.check_part(dict(given, BBOX=there), bands)
+
+    def check_part(self, given, bands):
+        isDone, _, log, _ = run("sharpen", **given, OUTPUT=str(home / "part.tif"))
         self.assertTrue(isDone, log)
         part = QgsRasterLayer(str(home / "part.tif"))
-        self.assertEqual(part.bandCount(), 4)
+        self.assertEqual(part.bandCount(), bands)
         self.assertTrue(60 <= part.width() <= 64 and 48 <= part.height() <= 52, log)
         self.assertTrue(part.extent().contains(QgsRectangle(30, -72, 90, -24)))
 
     def test_what_cannot_be_is_said(self):
         table = [(dict(PAIR, BBOX="900,990,0,90"), "does not meet the panchromatic layer"),
                  (dict(PAIR, WEIGHTS="1,x,2"), "--weights"), (dict(PAIR, SRCWIN="0 0 9"), "needs 4 values"),
-                 (dict(PAN=PAIR["MS"], PAN_BAND=1), "multispectral")]
+                 (dict(PAN=PAIR["MS"], PAN_BAND=1), "multispectral"), (dict(PAIR, PRODUCT=str(home)), "Both layers and a product"),
+                 ({}, "No input is given"), (dict(PRODUCT=str(home / "config")), "product")]
         for given, expected in table:
             with self.subTest(expected):
                 isDone, _, log, _ = run("sharpen", **given, OUTPUT=str(home / "none.tif"))

@@ -1,9 +1,13 @@
 """Options of the command as parameters of Processing, and what was chosen as arguments of the command."""
 
+import json
+
 from qgis.core import (QgsCoordinateReferenceSystem, QgsProcessingException, QgsProcessingParameterBand, QgsProcessingParameterBoolean,
                        QgsProcessingParameterDefinition, QgsProcessingParameterEnum, QgsProcessingParameterExtent,
                        QgsProcessingParameterFile, QgsProcessingParameterMultipleLayers, QgsProcessingParameterNumber,
                        QgsProcessingParameterRasterLayer, QgsProcessingParameterString, QgsProcessing, QgsRasterLayer)
+
+from . import command
 
 # What QGIS has in other ways (outputs, log, questions), and what shows or forces the inner workings.
 _OTHERWISE = {"--output", "--of", "--json", "--quiet", "--verbose", "--overwrite", "--dry-run", "--preview", "--preview-at", "--keep",
@@ -30,11 +34,15 @@ def name_of(option):
 
 
 def inputs():
-    """The pair."""
-    yield QgsProcessingParameterRasterLayer("PAN", "Panchromatic layer, or a .pansharp scene")
+    """The pair, or a product."""
+    yield QgsProcessingParameterRasterLayer("PAN", "Panchromatic layer, or a .pansharp scene", optional=True)
     yield _advanced(QgsProcessingParameterBand("PAN_BAND", "Band of the panchromatic layer", parentLayerParameterName="PAN", optional=True))
     yield QgsProcessingParameterRasterLayer("MS", "Multispectral layer; none for a scene", optional=True)
     yield QgsProcessingParameterMultipleLayers("MORE", "Further multispectral layers, in order", QgsProcessing.TypeRaster, optional=True)
+    product = QgsProcessingParameterFile("PRODUCT", "Product, in place of layers", optional=True)
+    product.setHelp("a scene as it was delivered: its archive or metadata file, or the name of its folder; the log says what was "
+                    "recognised")
+    yield product
 
 
 def _advanced(parameter):
@@ -89,6 +97,11 @@ class Choice:
         self.pan = self._layer("PAN")
         self.ms = self._layer("MS")
         self.more = algorithm.parameterAsLayerList(parameters, "MORE", context)
+        self.product = algorithm.parameterAsString(parameters, "PRODUCT", context).strip()
+        if self.product and (self.pan or self.ms or self.more):
+            raise QgsProcessingException("Both layers and a product are given. Leave one of them empty.")
+        if not (self.product or self.pan):
+            raise QgsProcessingException("No input is given. Choose a panchromatic and a multispectral layer, or a product.")
 
     def _layer(self, name):
         layer = self.algorithm.parameterAsRasterLayer(self.parameters, name, self.context)
@@ -99,6 +112,8 @@ class Choice:
 
     def files(self):
         """The inputs of the command."""
+        if self.product:
+            return [self.product]
         return [self._file(self.pan, "PAN"), *(self._file(layer) for layer in [self.ms, *self.more] if layer)]
 
     def _file(self, layer, name=None):
@@ -156,10 +171,15 @@ class Choice:
 
     def _box(self, name):
         """The extent in map units of pan, as far as pan reaches."""
-        crs = self.pan.crs() if self.pan.crs().isValid() else QgsCoordinateReferenceSystem()
+        pan = self.pan or self._pan_of_product()
+        crs = pan.crs() if pan.crs().isValid() else QgsCoordinateReferenceSystem()
         box = self.algorithm.parameterAsExtent(self.parameters, name, self.context, crs)
-        within = box.intersect(self.pan.extent())
+        within = box.intersect(pan.extent())
         if within.isEmpty():
             raise QgsProcessingException(f"The extent {box.toString(2)} does not meet the panchromatic layer, which covers "
-                                         f"{self.pan.extent().toString(2)}.")
+                                         f"{pan.extent().toString(2)}.")
         return [[repr(edge) for edge in (within.xMinimum(), within.yMinimum(), within.xMaximum(), within.yMaximum())]]
+
+    def _pan_of_product(self):
+        facts = json.loads(command.run(["info", "--json", "--", self.product], self.feedback))
+        return QgsRasterLayer(facts["product"]["pan"]["file"], "", "gdal")
