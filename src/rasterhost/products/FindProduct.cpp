@@ -11,6 +11,7 @@
 #include <cmath>
 #include <filesystem>
 #include <iterator>
+#include <map>
 #include <numeric>
 #include <system_error>
 
@@ -49,6 +50,20 @@ ProductSearch FailSearch(Status& status, const std::string& message) {
     return ProductSearch::Failed;
 }
 
+/// Two bands for which the metadata names the same pixels, as in "pan and red"; empty for none.
+std::string FindNamedTwice(const Product& product) {
+    std::map<std::pair<std::string, int>, std::string> names;
+    std::vector<InputBand> bands = product.bands;
+    bands.push_back(product.pan);
+    for (const InputBand& band : bands)
+        if (const auto [before, isNew] =
+                names.emplace(std::pair(band.file, band.band.value_or(1)), band.name);
+            !isNew)
+            return "'" + before->second + "' and '" + band.name + "' are both band " +
+                   std::to_string(band.band.value_or(1)) + " of '" + band.file + "'";
+    return {};
+}
+
 ProductSearch ChooseProduct(const std::string& name, std::vector<Product>& found, Product& product,
                             Status& status) {
     if (found.empty())
@@ -68,6 +83,7 @@ ProductSearch ChooseProduct(const std::string& name, std::vector<Product>& found
     product = std::move(found.front());
     if (product.fault.empty() && product.pan.file.empty()) product.fault = "it has no panchromatic band";
     if (product.fault.empty() && product.bands.empty()) product.fault = "it has no multispectral bands";
+    if (product.fault.empty()) product.fault = FindNamedTwice(product);
     if (product.fault.empty()) return ProductSearch::Found;
     return FailSearch(status, "the product '" + (product.name.empty() ? name : product.name) + "' (" +
                                   product.kind + ") cannot be fused: " + product.fault);

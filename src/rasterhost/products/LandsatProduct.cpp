@@ -152,14 +152,22 @@ Product ReadMetadata(const ProductFiles& files, const std::string& name) {
         return product;
     }
     std::map<std::string, std::string> bands;
+    std::string contradiction;
     const std::string key = "FILE_NAME_BAND_";
     const auto take = [&](const char* number) {
         const std::string file = metadata->SearchText(key + number);
         if (file.empty()) return;
-        if (const auto found = files.FindBeside(name, file))
-            bands[number] = *found;
-        else
+        const auto found = files.FindBeside(name, file);
+        if (!found) {
             product.leftOut.emplace_back(file, "the metadata names it, and there is no such file");
+            return;
+        }
+        const auto said = ReadName(*found);
+        if (said && (said->satellite != satellite || said->band != number))
+            contradiction = FormatString("its metadata says that '%s' is band %s of Landsat %c, and the name "
+                                         "of that file says otherwise",
+                                         LastPart(*found).c_str(), number, satellite);
+        bands[number] = *found;
     };
     for (const LandsatBand& band : oliBands)
         take(band.number);
@@ -168,6 +176,7 @@ Product ReadMetadata(const ProductFiles& files, const std::string& name) {
     const std::string time = metadata->SearchText("SCENE_CENTER_TIME");
     product.acquired = metadata->SearchText("DATE_ACQUIRED") + (time.empty() ? "" : "T" + time);
     TakeBands(satellite, bands, files, product);
+    if (!contradiction.empty()) product.fault = contradiction + "; name the files: PAN MS ...";
     product.sameFirstCentre = HasSameCentres(*metadata);
     return product;
 }

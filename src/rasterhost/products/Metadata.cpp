@@ -10,6 +10,7 @@
 
 #include <cmath>
 #include <memory>
+#include <utility>
 
 namespace rasterhost {
 
@@ -20,7 +21,7 @@ using KOVA::Tessara::Fundament::Trim;
 namespace {
 
 constexpr int mostMetadataLevels = 32;
-constexpr std::size_t mostMetadataParts = 200000;
+constexpr std::size_t mostMetadataParts = 500000;
 
 /// Counts what is taken over from a parser, and stops where it is too much.
 class PartCount {
@@ -67,30 +68,68 @@ std::optional<Metadata> ParseXml(const std::string& text, std::string& fault) {
     return fault.empty() ? std::optional(std::move(all)) : std::nullopt;
 }
 
-void TakeJson(const RecordPart::Json& value, Metadata& to) {
-    if (value.is_string())
-        to.text = value.get<std::string>();
-    else if (value.is_number())
-        to.text = NumberText(value.get<double>());
-    else if (value.is_boolean())
-        to.text = value.get<bool>() ? "true" : "false";
-    else if (value.is_structured())
-        for (const auto& [key, part] : value.items()) {
-            to.parts.emplace_back();
-            if (value.is_object()) to.parts.back().name = key;
-            TakeJson(part, to.parts.back());
-        }
-}
+/// Builds the tree as a parser goes through a text, so that many keys take no longer than many values.
+class JsonTree {
+public:
+    using Json = RecordPart::Json;
+
+    explicit JsonTree(Metadata& treeRoot) : root(treeRoot) {}
+    [[nodiscard]] bool HasTooMuch() const { return count.IsTooMuch(); }
+
+    // What the parser calls; false ends it. A part grows only while it is the last one here.
+    bool null() { return Take({}); }
+    bool boolean(bool value) { return Take(value ? "true" : "false"); }
+    bool number_integer(std::int64_t value) { return TakeNumber(static_cast<double>(value)); }
+    bool number_unsigned(std::uint64_t value) { return TakeNumber(static_cast<double>(value)); }
+    bool number_float(double value, const std::string&) { return TakeNumber(value); }
+    bool string(std::string& value) { return Take(std::move(value)); }
+    bool binary(Json::binary_t&) { return false; }
+    bool start_object(std::size_t) { return Open(); }
+    bool start_array(std::size_t) { return Open(); }
+    bool end_object() { return Close(); }
+    bool end_array() { return Close(); }
+    bool key(std::string& name) {
+        nextName = std::move(name);
+        return true;
+    }
+    static bool parse_error(std::size_t, const std::string&, const Json::exception&) { return false; }
+
+private:
+    Metadata* Add() {
+        if (open.empty()) return &root;
+        if (!count.TakeOne(static_cast<int>(open.size()))) return nullptr;
+        Metadata& part = open.back()->parts.emplace_back();
+        part.name = std::exchange(nextName, {});
+        return &part;
+    }
+    bool Take(std::string text) {
+        Metadata* part = Add();
+        if (part) part->text = std::move(text);
+        return part != nullptr;
+    }
+    /// Those of lists are passed over: nobody looks for them, and an outline may have very many.
+    bool TakeNumber(double value) { return nextName.empty() || Take(NumberText(value)); }
+    bool Open() {
+        open.push_back(Add());
+        return open.back() != nullptr;
+    }
+    bool Close() {
+        open.pop_back();
+        return true;
+    }
+
+    Metadata& root;
+    std::vector<Metadata*> open;
+    std::string nextName;
+    PartCount count;
+};
 
 std::optional<Metadata> ParseJson(const std::string& text, std::string& fault) {
-    try {
-        Metadata all;
-        TakeJson(RecordPart::Parse(text), all); // which bounds depth and count
-        return all;
-    } catch (const RecordFault& found) {
-        fault = found.text;
-        return std::nullopt;
-    }
+    Metadata all;
+    JsonTree tree(all);
+    if (RecordPart::Json::sax_parse(text, &tree)) return all;
+    fault = tree.HasTooMuch() ? tooMuchMetadata : "it is not JSON, or is cut short";
+    return std::nullopt;
 }
 
 /// "GROUP = NAME" and "BEGIN_GROUP = NAME" open a group; lines may end in a semicolon.

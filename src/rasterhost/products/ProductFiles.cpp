@@ -15,6 +15,7 @@
 
 namespace rasterhost {
 
+using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Fundament::StartsWith;
 using KOVA::Tessara::Fundament::ToLower;
 
@@ -22,6 +23,7 @@ namespace {
 
 constexpr int mostFolderLevels = 4;
 constexpr std::size_t mostEntries = 20000;
+constexpr std::size_t mostArchiveFolders = 500; // each is found by going through all that is in the archive
 constexpr std::size_t mostMetadataFiles = 1000;
 constexpr std::size_t mostMetadataBytes = std::size_t{16} << 20;
 
@@ -38,8 +40,7 @@ bool EndsInOne(const std::string& name, const char* const (&endings)[N]) {
 /// True for a name with a ".." among its parts, or an absolute one.
 bool ClimbsOut(const std::string& name) {
     const std::filesystem::path path(name);
-    return path.is_absolute() || name.find('\\') != std::string::npos ||
-           std::find(path.begin(), path.end(), "..") != path.end();
+    return path.is_absolute() || std::find(path.begin(), path.end(), "..") != path.end();
 }
 
 } // namespace
@@ -78,12 +79,19 @@ bool ProductFiles::List(const std::string& folderOrArchive, Status& status) {
         return Fail(status, HostStatus::InputNotOpened, "%s '%s' cannot be read%s%s",
                     isArchive ? "the archive" : "the folder", folderOrArchive.c_str(),
                     isArchive ? "; was it copied or downloaded to its end?" : "", errors.Reason().c_str());
-    std::size_t entries = 0;
+    const auto refuse = [&](const std::string& why) {
+        return Fail(status, HostStatus::InputNotSupported, "'%s' has %s", folderOrArchive.c_str(),
+                    why.c_str());
+    };
+    std::size_t entries = 0, archiveFolders = 0;
     while (const VSIDIREntry* entry = VSIGetNextDirEntry(folder.get())) {
         if (++entries > mostEntries)
-            return Fail(status, HostStatus::InputNotSupported,
-                        "'%s' has more than %zu files and folders; name the folder of one product",
-                        folderOrArchive.c_str(), mostEntries);
+            return refuse(
+                FormatString("more than %zu files and folders; name the folder of one product", mostEntries));
+        archiveFolders += isArchive && VSI_ISDIR(entry->nMode);
+        if (archiveFolders > mostArchiveFolders)
+            return refuse(FormatString("more than %zu folders; unpack it, and name the folder of one product",
+                                       mostArchiveFolders));
         const std::string name(entry->pszName);
         if (ClimbsOut(name)) continue; // nothing outside an archive is its
         // Opening a pipe or a device may wait for ever.

@@ -3,6 +3,7 @@
 #include "fundament/Text.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 
@@ -14,11 +15,13 @@ namespace {
 
 constexpr int mostLevels = 16;
 constexpr std::size_t mostValues = 200000;
+constexpr std::size_t mostKeys = 10000; // of an object: each new one is compared with those before
 
 /// Looks at brackets and commas before anything is built of them.
 void CheckBounds(const std::string& text) {
     int level = 0;
     std::size_t values = 0;
+    std::array<std::size_t, mostLevels + 1> keys{}; // of the objects that are open
     bool isQuoted = false;
     for (std::size_t at = 0; at < text.size(); ++at) {
         const char letter = text[at];
@@ -29,9 +32,14 @@ void CheckBounds(const std::string& text) {
         } else if (!isQuoted) {
             level += (letter == '{' || letter == '[') - (letter == '}' || letter == ']');
             values += letter == ',';
+            if (level > mostLevels)
+                throw RecordFault{FormatString("it is nested deeper than %d levels", mostLevels)};
+            std::size_t& count = keys[static_cast<std::size_t>(std::max(level, 0))];
+            if (letter == '{') count = 0;
+            count += letter == ':';
+            if (count > mostKeys)
+                throw RecordFault{FormatString("it has an object of more than %zu keys", mostKeys)};
         }
-        if (level > mostLevels)
-            throw RecordFault{FormatString("it is nested deeper than %d levels", mostLevels)};
         if (values > mostValues) throw RecordFault{FormatString("it has more than %zu values", mostValues)};
     }
 }

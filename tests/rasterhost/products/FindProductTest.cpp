@@ -105,6 +105,14 @@ std::string Stac(const std::string& assets) {
 
 const std::string stacPan =
     R"("pan": {"href": "./p.tif", "eo:bands": [{"name": "B8", "common_name": "pan"}], "raster:bands": [{"nodata": 0}]})";
+
+std::string ManyAssets(int count) {
+    std::string text;
+    for (int i = 0; i < count; ++i)
+        text += FormatString(R"(, "a%d": {"href": "x.tif"})", i);
+    return text;
+}
+
 const std::string l8 = "LC08_L1TP_016037_20170813_20170814_01_RT_";
 const std::string l7 = "LE07_L1TP_195025_20010730_20170204_01_T1_";
 
@@ -164,6 +172,14 @@ const Case cases[] = {
      {{l8 + "B8.TIF", ""}, {"lc08_l1tp_016037_20170813_20170814_01_rt_mtl.txt", "x"}},
      "",
      "_mtl.txt', cannot be used"},
+    {"metadata of another satellite than the names",
+     {{"x_MTL.txt", Mtl("LANDSAT_7", "L1TP", l8 + "B8.TIF")}, {l8 + "B8.TIF", ""}, {"x_B4.TIF", ""}},
+     "x_MTL.txt",
+     "_B8.TIF' is band 8 of Landsat 7, and the name of that file says otherwise"},
+    {"metadata that name one file twice",
+     {{"x_MTL.txt", Mtl("LANDSAT_8", "L1TP", "x_B4.TIF")}, {"x_B4.TIF", ""}},
+     "",
+     "'red' and 'pan' are both band 1 of"},
     {"names that people give",
      {{"s_pan.tif", ""}, {"s_Red.tif", ""}, {"s_thermal.tif", ""}, {"s_NIR.tif", ""}, {"s_mask.tif", ""}},
      "",
@@ -275,7 +291,13 @@ const Case cases[] = {
      {{"i.json", Stac(R"("p": {"href": "/vsimem/x", "bands": [{"name": "pan"}]})")}},
      "",
      "common name 'pan'"},
-    {"deep JSON", {{"x_MTL.json", "{\"a\":" + std::string(5000, '[')}}, "", "nested deeper"},
+    {"STAC with as many parts as fit into 10 MB, and a link to itself",
+     {{"i.json", Stac(stacPan + R"(, "m": {"href": "i.json", "bands": [{"name": "red"}]}, "note": ")" +
+                      std::string(10'000'000, 'x') + '"' + ManyAssets(40000))},
+      {"p.tif", ""}},
+     "i.json",
+     "STAC item of landsat-9, p.tif:1 red=i.json:1"},
+    {"deep JSON", {{"x_MTL.json", "{\"a\":" + std::string(5000, '[')}}, "", "nested too deep"},
 };
 
 } // namespace
@@ -306,18 +328,34 @@ TEST(FindProduct, ReadsArchivesAsDelivered) {
         "' && tar cf ../a.tar . && tar czf ../a.TAR.GZ . && tar czf ../a.tgz * && mkdir ../d.tar && cp *.TIF "
         "../d.tar && mkfifo pipe.json && "
         "tar cPf ../out.tar ../*_B4.TIF *.TIF && python3 -m zipfile -c ../a.zip *.TIF && "
-        "head -c 300 ../a.zip >../cut.zip && ln -s . round";
-    ASSERT_EQ(std::system(script.c_str()), 0);
-    for (const char* name : {"a.tar", "a.TAR.GZ", "a.tgz", "a.zip", "d.tar", "out.tar", "in", "cut.zip"}) {
+        "head -c 300 ../a.zip >../cut.zip && ln -s . round && ln -s ../in round2 && mkdir -p ../m/{1..501} "
+        "&& "
+        "python3 -m zipfile -c ../folders.zip ../m && head -c 17M /dev/zero | tr '\\0' '\\n' >" +
+        l8 +
+        "MTL.txt && "
+        "python3 -m zipfile -c ../bomb.zip *.TIF *.txt && rm *.txt";
+    Make(folder, {{"make.sh", script}});
+    ASSERT_EQ(std::system(("bash '" + (folder / "make.sh") + "'").c_str()), 0);
+    const std::string good = "Landsat 8 Level-1, " + l8 + "B8.TIF:1 blue=" + l8 + "B2.TIF:1 nodata 0";
+    const std::pair<const char*, std::string> archives[] = {
+        {"a.tar", good},
+        {"a.TAR.GZ", good},
+        {"a.tgz", good},
+        {"a.zip", good},
+        {"d.tar", good},
+        {"in", good},
+        {"out.tar", good},
+        {"cut.zip", "cut.zip' cannot be read"},
+        {"folders.zip", "more than 500 folders"},
+        {"bomb.zip", "larger than 16 MB"},
+    };
+    for (const auto& [name, expected] : archives) {
         SCOPED_TRACE(name);
         Product product;
         KOVA::Tessara::Fundament::Status status;
-        if (rasterhost::FindProduct(folder / name, product, status) == rasterhost::ProductSearch::Failed) {
-            EXPECT_THAT(support::StatusText(status),
-                        HasSubstr("'" + (folder / "cut.zip") + "' cannot be read"));
-            continue;
-        }
-        EXPECT_EQ(Describe(product),
-                  "Landsat 8 Level-1, " + l8 + "B8.TIF:1 blue=" + l8 + "B2.TIF:1 nodata 0");
+        const auto found = rasterhost::FindProduct(folder / name, product, status);
+        EXPECT_THAT(found == rasterhost::ProductSearch::Found ? Describe(product)
+                                                              : support::StatusText(status),
+                    HasSubstr(expected));
     }
 }
