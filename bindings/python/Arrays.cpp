@@ -9,6 +9,7 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -133,6 +134,20 @@ struct Watch {
     }
 };
 
+/// Of each band bias, RMSE, PSNR, Q and spatial correlation.
+py::tuple Tell(const std::vector<pansharp_band_quality>& bands) {
+    py::list found;
+    for (const pansharp_band_quality& band : bands)
+        found.append(py::make_tuple(band.bias, band.rmse, band.psnr, band.q, band.spatial_correlation));
+    return py::tuple(found);
+}
+
+/// The consistency as Assess gives it, then pixels, D_lambda, D_S, QNR, D_lambda K and HQNR.
+py::tuple Tell(const pansharp_pair_quality& of, const std::vector<pansharp_band_quality>& bands) {
+    return py::make_tuple(py::make_tuple(of.coarse_pixels, of.q, of.sam, of.ergas, Tell(bands)), of.pixels,
+                          of.d_lambda, of.d_s, of.qnr, of.d_lambda_k, of.hqnr);
+}
+
 /// A job of the C interface with all that it points at. The arrays are kept while it lives.
 class Job {
 public:
@@ -140,7 +155,7 @@ public:
         std::optional<py::array> infraredImage, const Placement& infraredPlacement,
         std::optional<std::string> methodName, std::vector<double> bandWeights,
         std::optional<double> infraredShare, const std::vector<Gains>& bandGains, double transfer,
-        double lowPassMean, std::uint32_t resampling, std::vector<std::uint32_t> outputBands,
+        std::optional<double> lowPassMean, std::uint32_t resampling, std::vector<std::uint32_t> outputBands,
         std::array<Gaps, 3> imageGaps, std::uint32_t bitsUsed)
         : pan(std::move(panImage)), ms(std::move(msImage)), infrared(std::move(infraredImage)),
           method(std::move(methodName)), weights(std::move(bandWeights)), infraredWeight(infraredShare),
@@ -158,7 +173,7 @@ public:
         SetList(bands, job.output_bands, job.output_band_count);
         if (infraredWeight) job.infrared_weight = &*infraredWeight;
         job.transfer = transfer;
-        job.low_pass_mean = lowPassMean;
+        if (lowPassMean) job.low_pass_mean = *lowPassMean > 0.0 ? *lowPassMean : PANSHARP_NO_MEAN;
         job.resampling = resampling;
         job.pan_gaps = MakeGaps(holes[0], job.pan);
         job.multispectral_gaps = MakeGaps(holes[1], job.multispectral);
@@ -168,7 +183,7 @@ public:
     Job(const Job&) = delete;
     Job& operator=(const Job&) = delete;
 
-    /// Transfer, gains, mean of the low-pass, R squared, samples, error and plain error.
+    /// Transfer, gains, mean of the low-pass or 0 for none, R squared, samples, error and plain error.
     [[nodiscard]] py::tuple Fit() const {
         const pansharp* library = Library();
         std::vector<pansharp_gains> found(job.multispectral.bands);
@@ -184,8 +199,8 @@ public:
         py::tuple pairs(found.size());
         for (std::size_t band = 0; band < found.size(); ++band)
             pairs[band] = py::make_tuple(found[band].gain, found[band].ratio_gain);
-        return py::make_tuple(detail.transfer, pairs, detail.low_pass_mean, detail.blur_r_squared,
-                              detail.samples, detail.error, detail.plain_error);
+        return py::make_tuple(detail.transfer, pairs, std::max(detail.low_pass_mean, 0.0),
+                              detail.blur_r_squared, detail.samples, detail.error, detail.plain_error);
     }
 
     /// Weights, that of the infrared band, R squared, samples, and why the weights are equal shares.
@@ -239,6 +254,64 @@ public:
         return py::make_tuple(used.collars[0], used.collars[1], used.collars[2]);
     }
 
+    /// Right, below, R squared, spread, windows and whether they agree; None where nothing tells a shift.
+    /// Then the pixels of the collars of the three images.
+    [[nodiscard]] py::tuple MeasureShift() const {
+        const pansharp* library = Library();
+        pansharp_shift shift{};
+        shift.struct_size = sizeof shift;
+        pansharp_job pair = job;
+        pansharp_used used{};
+        used.struct_size = sizeof used;
+        pair.used = &used;
+        char error[2048];
+        pansharp_result result = PANSHARP_FAILED;
+        {
+            const Calls::Running call;
+            const py::gil_scoped_release released;
+            result = pansharp_measure_shift(library, &pair, &shift, error, sizeof error);
+        }
+        Check(result, error);
+        py::object found = py::none();
+        if (shift.is_found != 0)
+            found = py::make_tuple(shift.right, shift.below, shift.r_squared, shift.spread, shift.windows,
+                                   shift.is_agreed != 0);
+        return py::make_tuple(found, py::make_tuple(used.collars[0], used.collars[1], used.collars[2]));
+    }
+
+    /// Of an image by the pair of the job, and of bilinear upsampling: what Tell gives; then the pixels of
+    /// the collars of pan and of the bands.
+    [[nodiscard]] py::tuple AssessPair(const py::array& image, const Gaps& gaps,
+                                       const std::vector<double>& transfers, double panTransfer, double ratio,
+                                       std::uint32_t threads) const {
+        const pansharp* library = Library();
+        pansharp_pair_assessment a{};
+        a.struct_size = sizeof a;
+        a.image = MakeImage(image, {});
+        a.image_gaps = MakeGaps(gaps, a.image);
+        SetList(transfers, a.transfers, a.transfer_count);
+        a.pan_transfer = panTransfer;
+        a.ratio = ratio;
+        std::vector<pansharp_band_quality> fused(job.multispectral.bands), upsampled(fused.size());
+        a.fused.bands = fused.data();
+        a.upsampled.bands = upsampled.data();
+        pansharp_job pair = job;
+        pansharp_used used{};
+        used.struct_size = sizeof used;
+        pair.used = &used;
+        pair.threads = threads;
+        char error[2048];
+        pansharp_result result = PANSHARP_FAILED;
+        {
+            const Calls::Running call;
+            const py::gil_scoped_release released;
+            result = pansharp_assess_pair(library, &pair, &a, error, sizeof error);
+        }
+        Check(result, error);
+        return py::make_tuple(Tell(a.fused, fused), Tell(a.upsampled, upsampled),
+                              py::make_tuple(used.collars[0], used.collars[1]));
+    }
+
 private:
     template <class Item>
     static void SetList(const std::vector<Item>& list, const Item*& items, std::uint32_t& count) {
@@ -280,10 +353,7 @@ py::tuple Assess(const py::array& image, const Gaps& imageGaps, const py::array&
         result = pansharp_assess(&a, error, sizeof error);
     }
     Check(result, error);
-    py::list found;
-    for (const pansharp_band_quality& band : bands)
-        found.append(py::make_tuple(band.bias, band.rmse, band.psnr, band.q, band.spatial_correlation));
-    return py::make_tuple(a.pixels, a.q, a.sam, a.ergas, py::tuple(found));
+    return py::make_tuple(a.pixels, a.q, a.sam, a.ergas, Tell(bands));
 }
 
 /// Of each method: keyword, summary, formula, advice, least bands, how many it fuses, whether it weighs
@@ -310,9 +380,11 @@ PYBIND11_MODULE(_arrays, module) {
     py::class_<Job>(module, "Job")
         .def(py::init<py::array, py::array, const Placement&, std::optional<py::array>, const Placement&,
                       std::optional<std::string>, std::vector<double>, std::optional<double>,
-                      const std::vector<Gains>&, double, double, std::uint32_t, std::vector<std::uint32_t>,
-                      std::array<Gaps, 3>, std::uint32_t>())
+                      const std::vector<Gains>&, double, std::optional<double>, std::uint32_t,
+                      std::vector<std::uint32_t>, std::array<Gaps, 3>, std::uint32_t>())
         .def("fit", &Job::Fit)
+        .def("assess", &Job::AssessPair)
         .def("fit_weights", &Job::FitWeights)
+        .def("measure_shift", &Job::MeasureShift)
         .def("fuse", &Job::Fuse);
 }

@@ -1,8 +1,11 @@
 #include "capi/AssessArrays.h"
 
+#include "capi/InRounds.h"
 #include "capi/JobGaps.h"
 #include "fundament/Text.h"
+#include "hostkit/AxisPlacement.h"
 #include "imagery/ComparedRows.h"
+#include "imagery/PairComparison.h"
 
 #include <algorithm>
 #include <cmath>
@@ -27,6 +30,39 @@ bool ReadAssessed(const char* name, const pansharp_image& given, const pansharp_
             Refuse(
                 status,
                 FormatString("%s_gaps.rules has PANSHARP_COLLAR; collars are found by pansharp_fuse", name)));
+}
+
+/// Where there is room for them.
+void TellBands(const quality::ReferenceIndices& found, pansharp_band_quality* bands) {
+    for (std::size_t band = 0; bands && band < found.errors.size(); ++band)
+        bands[band] = {found.errors[band].bias, found.errors[band].rmse, found.errors[band].psnr,
+                       found.q[band], found.spatialCorrelation[band]};
+}
+
+void Tell(const imagery::PairIndices& found, pansharp_pair_quality& quality) {
+    TellBands(found.consistency, quality.bands);
+    quality = {quality.bands,
+               found.consistency.pixels,
+               found.consistency.meanQ,
+               found.consistency.sam,
+               found.consistency.ergas,
+               found.pixels,
+               found.spectralDistortion,
+               found.spatialDistortion,
+               found.qnr,
+               found.spectralDistortionOfBlur,
+               found.hqnr};
+}
+
+/// The blur that is given for the bands of a job.
+bool ReadBlur(const pansharp_pair_assessment& a, std::uint32_t bands, imagery::SensorBlur& blur,
+              Status& status) {
+    if (a.transfers ? a.transfer_count == 0 : a.transfer_count != 0)
+        return Refuse(status, "assessment.transfers and transfer_count: give both, or neither for 0.3");
+    if (a.transfers) blur.multispectral.assign(a.transfers, a.transfers + a.transfer_count);
+    if (a.pan_transfer != 0.0) blur.pan = a.pan_transfer;
+    const std::string fault = imagery::FindFault(blur, bands);
+    return fault.empty() || Refuse(status, fault);
 }
 
 } // namespace
@@ -66,12 +102,54 @@ pansharp_result AssessArrays(pansharp_assessment& assessment, Status& status) {
     a.q = found.meanQ;
     a.sam = found.sam;
     a.ergas = found.ergas;
-    for (std::size_t band = 0; a.bands && band < own.bandsPerPixel; ++band)
-        a.bands[band] = {found.errors[band].bias, found.errors[band].rmse, found.errors[band].psnr,
-                         found.q[band], found.spatialCorrelation[band]};
+    TellBands(found, a.bands);
     if (found.pixels != 0) return PANSHARP_OK;
     Refuse(status, "the images have no pixel with data in both; there is nothing to assess");
     return PANSHARP_BAD_ARGUMENT;
+}
+
+pansharp_result AssessPairArrays(const FuseJob& job, pansharp_pair_assessment& assessment, Status& status) {
+    const auto& fine = job.pan.info;
+    const auto& coarse = job.multispectral.info;
+    InputImage image;
+    imagery::SensorBlur blur;
+    if (!ReadAssessed("image", assessment.image, assessment.image_gaps, fine.bitsPerBand, image, status) ||
+        !ReadBlur(assessment, coarse.bandsPerPixel, blur, status))
+        return PANSHARP_BAD_ARGUMENT;
+    double ratio = assessment.ratio;
+    if (image.info.cols != fine.cols || image.info.rows != fine.rows ||
+        image.info.bandsPerPixel != coarse.bandsPerPixel ||
+        !(ratio == 0.0 || (ratio >= 1.0 && std::isfinite(ratio)))) {
+        Refuse(status,
+               "image must have the columns and rows of pan and the bands of multispectral, and ratio "
+               "be a number of 1 or more, or 0");
+        return PANSHARP_BAD_ARGUMENT;
+    }
+    if (ratio == 0.0)
+        ratio = std::sqrt(coarse.pixelSizeX / fine.pixelSizeX * (coarse.pixelSizeY / fine.pixelSizeY));
+    const hostkit::AxisPlacement placement(fine, coarse);
+    imagery::PairComparison comparison({fine, coarse, placement, blur, ratio});
+    const auto open = [&](Status&) {
+        imagery::PairImages images;
+        images.fused = std::make_unique<ArraySource>(image);
+        images.pan = std::make_unique<ArraySource>(job.pan);
+        images.multispectral = std::make_unique<ArraySource>(job.multispectral);
+        return images;
+    };
+    const std::uint32_t threads = job.threads != 0 ? job.threads : std::thread::hardware_concurrency();
+    const auto inParts = [threads](std::size_t parts, const auto& openOne, const auto& make, const auto& take,
+                                   Status& reasons) {
+        return InRounds(threads, parts, openOne, make, take, reasons);
+    };
+    if (!comparison.Run(open, inParts, status)) return PANSHARP_FAILED;
+    const std::vector<imagery::PairIndices> found = comparison.Find();
+    if (found.empty()) {
+        Refuse(status, "no multispectral pixel has data around it in all images; there is nothing to assess");
+        return PANSHARP_BAD_ARGUMENT;
+    }
+    Tell(found[0], assessment.fused);
+    Tell(found[1], assessment.upsampled);
+    return PANSHARP_OK;
 }
 
 } // namespace capi

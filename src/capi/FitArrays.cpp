@@ -73,24 +73,44 @@ private:
     fitting::AreaSums sums;
 };
 
-/// Adds the pixels of a block, the infrared band last.
-void AddBlock(const FuseJob& job, const PixelRect& rect, fitting::FitMoments& moments) {
-    const std::size_t bands = job.multispectral.info.bandsPerPixel;
-    std::vector<double> samples, pixel;
-    std::vector<unsigned char> usable;
+/// Bands of all images of a job.
+std::size_t CountBands(const FuseJob& job) {
+    return job.multispectral.info.bandsPerPixel + (job.infrared ? 1u : 0u);
+}
+
+/// The bands of a block, the infrared one last.
+void ReadBands(const FuseJob& job, const PixelRect& rect, std::vector<double>& samples,
+               std::vector<unsigned char>& usable) {
     ReadNumbers(job.multispectral, rect, job.largest, samples, usable);
+    if (!job.infrared) return;
+    const BlockMeans infrareds(*job.infrared, job, rect);
+    const std::size_t bands = CountBands(job);
+    std::vector<double> all;
+    all.reserve(usable.size() * bands);
+    auto next = samples.begin();
+    for (std::size_t pixel = 0; pixel < usable.size(); ++pixel) {
+        const auto end = next + static_cast<std::ptrdiff_t>(bands - 1);
+        all.insert(all.end(), next, end);
+        next = end;
+        const std::optional<double> infrared = infrareds.At(pixel);
+        if (!infrared) usable[pixel] = 0;
+        all.push_back(infrared.value_or(0.0));
+    }
+    samples = std::move(all);
+}
+
+/// Adds the pixels of a block.
+void AddBlock(const FuseJob& job, const PixelRect& rect, fitting::FitMoments& moments) {
+    std::vector<double> samples;
+    std::vector<unsigned char> usable;
+    ReadBands(job, rect, samples, usable);
     const BlockMeans pans(job.pan, job, rect);
-    std::optional<BlockMeans> infrareds;
-    if (job.infrared) infrareds.emplace(*job.infrared, job, rect);
-    for (std::size_t i = 0; i < usable.size(); ++i) {
+    const double* pixel = samples.data();
+    for (std::size_t i = 0; i < usable.size(); ++i, pixel += CountBands(job)) {
         const auto pan = pans.At(i);
-        const auto infrared = infrareds ? infrareds->At(i) : std::optional(0.0);
-        if (!usable[i] || !pan || !infrared) continue;
-        const auto first = samples.begin() + static_cast<std::ptrdiff_t>(i * bands);
-        pixel.assign(first, first + static_cast<std::ptrdiff_t>(bands));
-        if (infrareds) pixel.push_back(*infrared);
-        moments.AddBands(pixel.data());
-        moments.AddPan(pixel.data(), *pan);
+        if (!usable[i] || !pan) continue;
+        moments.AddBands(pixel);
+        moments.AddPan(pixel, *pan);
     }
 }
 
@@ -99,7 +119,7 @@ class ArrayFitBlocks final : public fitting::FitBlockSource {
 public:
     explicit ArrayFitBlocks(const FuseJob& fuseJob) : job(fuseJob), onPan(FootprintOn(job.pan, job)) {}
 
-    [[nodiscard]] std::size_t GetBands() const override { return job.multispectral.info.bandsPerPixel; }
+    [[nodiscard]] std::size_t GetBands() const override { return CountBands(job); }
     [[nodiscard]] std::array<double, 2> GetRatio() const override {
         return {job.multispectral.info.pixelSizeX, job.multispectral.info.pixelSizeY};
     }
@@ -118,7 +138,7 @@ public:
         block.rect = rect;
         block.bands = GetBands();
         block.onPan = onPan;
-        ReadNumbers(job.multispectral, rect, job.largest, block.samples, block.usable);
+        ReadBands(job, rect, block.samples, block.usable);
         if (!block.FindPan(job.pan.info)) return true;
         std::vector<unsigned short> pan;
         std::vector<unsigned char> usable;
@@ -150,7 +170,7 @@ bool FitArrays(const FuseJob& job, fitting::DetailFit& fit, Status& status) {
 
 fitting::ShareFit FitWeights(const FuseJob& job) {
     fitting::ShareFit fit;
-    const std::size_t bands = job.multispectral.info.bandsPerPixel + (job.infrared ? 1u : 0u);
+    const std::size_t bands = CountBands(job);
     fit.obstacle = fitting::FindObstacle(bands);
     if (!fit.obstacle.empty()) return fit;
     fitting::FitMoments moments(bands);
@@ -158,6 +178,12 @@ fitting::ShareFit FitWeights(const FuseJob& job) {
         AddBlock(job, rect, moments);
     return fitting::FitShares(moments, bands,
                               job.infrared && job.infraredWeight ? &*job.infraredWeight : nullptr);
+}
+
+bool FitShift(const FuseJob& job, std::optional<fitting::Shift>& shift, Status& status) {
+    ArrayFitBlocks blocks(job);
+    const auto& info = job.multispectral.info;
+    return fitting::FitShift(blocks, std::min(info.cols, info.rows), shift, status);
 }
 
 } // namespace capi

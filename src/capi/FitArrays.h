@@ -2,6 +2,9 @@
 
 #include "capi/FuseJob.h"
 #include "fitting/ShareFit.h"
+#include "fitting/ShiftFit.h"
+
+#include <optional>
 
 namespace capi {
 
@@ -12,5 +15,10 @@ namespace capi {
 
 /// Fits the share of each band in pan, the infrared one last, to the images of a job. May throw.
 [[nodiscard]] fitting::ShareFit FitWeights(const FuseJob& job);
+
+/// How far the content of a job's multispectral image is displaced; none where nothing tells it. False with
+/// an item. May throw.
+[[nodiscard]] bool FitShift(const FuseJob& job, std::optional<fitting::Shift>& shift,
+                            KOVA::Tessara::Fundament::Status& status);
 
 } // namespace capi

@@ -230,11 +230,12 @@ bool ReadDetail(const pansharp_job& given, FuseJob& job, Status& status) {
     if (const std::string fault = fitting::FindFault(job.known, job.multispectral.info.bandsPerPixel);
         !fault.empty())
         return Refuse(status, fault);
-    if (given.low_pass_mean != 0.0) job.lowPassMean = given.low_pass_mean;
-    if (job.lowPassMean && !(*job.lowPassMean > 0.0 && std::isfinite(*job.lowPassMean)))
-        return Refuse(status, FormatString("job.low_pass_mean is %.10g; give a number above 0, or 0 for that "
-                                           "of these images",
-                                           *job.lowPassMean));
+    const bool hasNone = given.low_pass_mean == PANSHARP_NO_MEAN;
+    if (given.low_pass_mean != 0.0) job.lowPassMean = hasNone ? 0.0 : given.low_pass_mean;
+    if (!hasNone && !(given.low_pass_mean >= 0.0 && std::isfinite(given.low_pass_mean)))
+        return Refuse(status, FormatString("job.low_pass_mean is %.10g; give a number above 0, 0 for that of "
+                                           "these images, or PANSHARP_NO_MEAN",
+                                           given.low_pass_mean));
     if (given.resampling > PANSHARP_CUBIC)
         return Refuse(status,
                       FormatString("job.resampling is %u; give a pansharp_resampling", given.resampling));
@@ -333,8 +334,9 @@ bool ReadJob(const pansharp_job& given, const PansharpDescription& plugin, JobUs
     if (!ReadGaps(known, use, job, status) || !ReadOutputBands(known, job, status) ||
         (IsWritten(use) &&
          (!ReadOutput(known.output, job, status) || !ReadOutputMask(known.output_mask, job, status))) ||
-        !(use == JobUse::Upsample ? ReadUpsampling(known, job, status)
-                                  : ReadMethod(known, plugin, use, job, status)))
+        !(use == JobUse::Pair       ? true
+          : use == JobUse::Upsample ? ReadUpsampling(known, job, status)
+                                    : ReadMethod(known, plugin, use, job, status)))
         return false;
     if (known.used && !TakeStructure({"job.used", offsetof(pansharp_used, detail),
                                       "set it to sizeof(pansharp_used) before the call"},

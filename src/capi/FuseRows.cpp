@@ -50,7 +50,7 @@ bool FindWindow(const FuseJob& job, const pansharp_window& given, PixelRect& win
 /// What a method that compares pan with its low-pass would find in the whole scene.
 bool SettleGiven(FuseJob& job, Status& status) {
     if (!hostkit::UsesLowPass(*job.method)) return true;
-    if (job.known.gains.empty() || !job.known.transfer)
+    if (job.known.gains.empty() || !job.known.transfer || !job.lowPassMean)
         return Refuse(
             status,
             FormatString("the method %s needs job.transfer, gains and low_pass_mean, which a window does not "
@@ -59,7 +59,7 @@ bool SettleGiven(FuseJob& job, Status& status) {
     fitting::DetailFit& found = job.detail;
     found.gains = job.known.gains;
     found.transfer = *job.known.transfer;
-    found.lowPassMean = job.lowPassMean.value_or(0.0); // which pansharp_fit may find
+    found.lowPassMean = *job.lowPassMean;
     return SettleDetail(found, job, status);
 }
 

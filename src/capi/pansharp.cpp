@@ -17,6 +17,7 @@
 #include <exception>
 #include <memory>
 #include <new>
+#include <optional>
 #include <string>
 
 using KOVA::Tessara::Fundament::Status;
@@ -78,8 +79,13 @@ Result Guarded(ErrorText& error, Result whenThrown, const Call& call) noexcept {
 }
 
 pansharp_detail Describe(const fitting::DetailFit& fit) {
-    return {fit.transfer, fit.lowPassMean,         fit.blur ? fit.blur->rSquared : 0.0,
-            fit.samples,  fit.error.value_or(0.0), fit.plainError.value_or(0.0)};
+    if (fit.gains.empty()) return {}; // of a method that compares nothing
+    return {fit.transfer,
+            fit.lowPassMean > 0.0 ? fit.lowPassMean : PANSHARP_NO_MEAN,
+            fit.blur ? fit.blur->rSquared : 0.0,
+            fit.samples,
+            fit.error.value_or(0.0),
+            fit.plainError.value_or(0.0)};
 }
 
 /// Tells what is known of the job by now, if the caller asks for it.
@@ -231,6 +237,33 @@ pansharp_result pansharp_fit_weights(const pansharp* library, const pansharp_job
     });
 }
 
+pansharp_result pansharp_measure_shift(const pansharp* library, const pansharp_job* job,
+                                       pansharp_shift* shift, char* error, size_t error_size) {
+    ErrorText text(error, error_size);
+    return RunJob(library, job, text, capi::JobUse::Pair, [&](capi::FuseJob& checked, Status& status) {
+        pansharp_shift told;
+        if (!shift) capi::Refuse(status, "shift is null; give the address of a pansharp_shift");
+        if (!shift || !capi::TakeStructure({"shift", offsetof(pansharp_shift, is_agreed),
+                                            "set it to sizeof(pansharp_shift) before the call"},
+                                           *shift, told, status))
+            return PANSHARP_BAD_ARGUMENT;
+        std::optional<fitting::Shift> found;
+        if (!capi::FitShift(checked, found, status)) return PANSHARP_FAILED;
+        told = {shift->struct_size, 0.0, 0.0, 0.0, 0.0, 0, 0, 0};
+        if (found)
+            told = {shift->struct_size,
+                    found->way.x,
+                    found->way.y,
+                    found->rSquared,
+                    found->spread,
+                    found->windows,
+                    1,
+                    found->IsAgreed() ? 1u : 0u};
+        capi::GiveBack(told, *shift);
+        return PANSHARP_OK;
+    });
+}
+
 pansharp_result pansharp_fuse(const pansharp* library, const pansharp_job* job, char* error,
                               size_t error_size) {
     ErrorText text(error, error_size);
@@ -267,6 +300,24 @@ pansharp_result pansharp_assess(pansharp_assessment* assessment, char* error, si
             capi::GiveBack(known, *assessment);
         }
         if (result != PANSHARP_OK) text.Set(status);
+        return result;
+    });
+}
+
+pansharp_result pansharp_assess_pair(const pansharp* library, const pansharp_job* job,
+                                     pansharp_pair_assessment* assessment, char* error, size_t error_size) {
+    ErrorText text(error, error_size);
+    return RunJob(library, job, text, capi::JobUse::Pair, [&](capi::FuseJob& checked, Status& status) {
+        pansharp_pair_assessment known;
+        if (!assessment)
+            capi::Refuse(status, "assessment is null; give the address of a pansharp_pair_assessment");
+        if (!assessment ||
+            !capi::TakeStructure({"assessment", offsetof(pansharp_pair_assessment, fused),
+                                  "set it to sizeof(pansharp_pair_assessment) before the call"},
+                                 *assessment, known, status))
+            return PANSHARP_BAD_ARGUMENT;
+        const pansharp_result result = capi::AssessPairArrays(checked, known, status);
+        capi::GiveBack(known, *assessment);
         return result;
     });
 }

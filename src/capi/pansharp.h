@@ -110,6 +110,9 @@ typedef enum pansharp_resampling {
     PANSHARP_CUBIC = 2     /**< convolution of 4 x 4 pixels with a = -0.5 */
 } pansharp_resampling;
 
+/** A low_pass_mean that says: there is none, since no pixel tells it. */
+#define PANSHARP_NO_MEAN (-1.0)
+
 /** The gains of a band: how much of pan's detail it takes. Each number is 0 or more. */
 typedef struct pansharp_gains {
     double gain;       /**< a share of the detail */
@@ -119,7 +122,7 @@ typedef struct pansharp_gains {
 /** What pansharp_fit found. */
 typedef struct pansharp_detail {
     double transfer;      /**< for the member of the job */
-    double low_pass_mean; /**< for the member of the job; 0 where it cannot be measured */
+    double low_pass_mean; /**< for the member of the job; PANSHARP_NO_MEAN where no pixel tells it */
     /** How well the bands make up pan's low-pass by that blur, 1 at best; below 0.5 the transfer is the usual
      * 0.3, and where the job gave one this is 0. */
     double blur_r_squared;
@@ -179,7 +182,8 @@ typedef struct pansharp_job {
     /** Modulation transfer of the multispectral sensor at the Nyquist frequency of its pixels, 0.05 to 0.9.
      */
     double transfer;
-    double low_pass_mean;             /**< mean of pan's low-pass; above 0 */
+    /** Mean of pan's low-pass, above 0, or PANSHARP_NO_MEAN. 0: measured, with or without a fit. */
+    double low_pass_mean;
     pansharp_gaps pan_gaps;           /**< which pixels of pan have no data; this and the next two: all 0 */
     pansharp_gaps multispectral_gaps; /**< for none, and for pansharp_fuse_rows */
     pansharp_gaps infrared_gaps;      /**< likewise */
@@ -261,6 +265,23 @@ PANSHARP_API pansharp_result pansharp_fit_weights(const pansharp* library, const
                                                   double* weights, pansharp_weight_fit* fit, char* error,
                                                   size_t error_size);
 
+/** How far the content of the multispectral image is displaced against its place under pan. */
+typedef struct pansharp_shift {
+    size_t struct_size; /**< to be set to sizeof(pansharp_shift) before the call */
+    double right;       /**< in multispectral pixels; added to the image's offset_x it is taken back */
+    double below;       /**< likewise of offset_y */
+    double r_squared;   /**< how well the weighted bands make up pan then, 1 at best */
+    double spread;    /**< median distance of what windows of the images tell from this, in the same pixels */
+    uint32_t windows; /**< that tell something alone */
+    uint32_t is_found;  /**< 0 where nothing tells a shift; all others are 0 then */
+    uint32_t is_agreed; /**< 1 where windows tell the same, so that it is worth to be taken back */
+} pansharp_shift;
+
+/** Measures how far the multispectral image is displaced, up to 2 of its pixels in each direction. Of the job
+ * count the images with their places and gaps, and the bits. */
+PANSHARP_API pansharp_result pansharp_measure_shift(const pansharp* library, const pansharp_job* job,
+                                                    pansharp_shift* shift, char* error, size_t error_size);
+
 /** Fuses, and returns when all of the output is written or something went wrong. */
 PANSHARP_API pansharp_result pansharp_fuse(const pansharp* library, const pansharp_job* job, char* error,
                                            size_t error_size);
@@ -300,6 +321,43 @@ typedef struct pansharp_assessment {
 /** Judges an image by a reference. */
 PANSHARP_API pansharp_result pansharp_assess(pansharp_assessment* assessment, char* error, size_t error_size);
 
+/** How an image agrees with the pair that it was made of. */
+typedef struct pansharp_pair_quality {
+    /** Set before the call: room for one per multispectral band; may be null. These and the next four compare
+     * the image, degraded by the blur of the bands, with the multispectral image. */
+    pansharp_band_quality* bands;
+    uint64_t coarse_pixels; /**< multispectral ones that were compared */
+    double q;               /**< mean of the bands */
+    double sam;             /**< spectral angle in degrees */
+    double ergas;           /**< 0 at best */
+    uint64_t pixels;        /**< of pan that were compared */
+    double d_lambda;        /**< how far the bands moved against each other, 0 at best */
+    double d_s;             /**< how far they moved against pan, 0 at best */
+    double qnr;             /**< of both, 1 at best */
+    double d_lambda_k;      /**< as d_lambda, of the degraded image */
+    double hqnr;            /**< of d_lambda_k and d_s, 1 at best */
+} pansharp_pair_quality;
+
+/** An image that was made of a pair. What the command's "assess" does without a reference. */
+typedef struct pansharp_pair_assessment {
+    size_t struct_size;              /**< to be set to sizeof(pansharp_pair_assessment) */
+    pansharp_image image;            /**< the fused image: pan's pixels and the multispectral bands */
+    pansharp_gaps image_gaps;        /**< which pixels do not count; without rules of a collar */
+    const double* transfers;         /**< modulation transfer at the Nyquist frequency of the multispectral
+                                        pixels, of each band or one for all; left out: 0.3 */
+    uint32_t transfer_count;         /**< numbers at transfers */
+    double pan_transfer;             /**< that of pan at the same frequency; 0: 0.15 */
+    double ratio;                    /**< a coarse pixel's width over a fine one's; 0: by the job */
+    pansharp_pair_quality fused;     /**< found: of the image */
+    pansharp_pair_quality upsampled; /**< found: of the multispectral image, upsampled bilinearly */
+} pansharp_pair_assessment;
+
+/** Judges an image by the pair that it was made of, where no truth is known. Of the job count pan, the
+ * multispectral image with its place, their gaps, bits per sample and threads. */
+PANSHARP_API pansharp_result pansharp_assess_pair(const pansharp* library, const pansharp_job* job,
+                                                  pansharp_pair_assessment* assessment, char* error,
+                                                  size_t error_size);
+
 /** Which image rows are asked of. */
 typedef enum pansharp_source {
     PANSHARP_PAN = 0,           /**< the sharp one */
@@ -334,9 +392,8 @@ typedef struct pansharp_rows {
 
 /** Fuses a window of images that are not in memory: their pixels are asked for as they are needed. The job is
  * as for pansharp_fuse, but its images have no samples and no strides, and it has no output and uses one
- * thread. A method that compares pan with its low-pass needs transfer, gains and low_pass_mean, which no
- * window tells; the last is 0 where pansharp_fit found it so. Any window has the pixels that the whole has
- * there. */
+ * thread. A method that compares pan with its low-pass needs transfer, gains and low_pass_mean, as
+ * pansharp_fit finds them: no window tells them. Any window has the pixels that the whole has there. */
 PANSHARP_API pansharp_result pansharp_fuse_rows(const pansharp* library, const pansharp_job* job,
                                                 const pansharp_rows* rows, char* error, size_t error_size);
 

@@ -127,6 +127,38 @@ TEST(FuseArrays, ServesSeveralThreadsAtOnce) {
     EXPECT_EQ(right, (std::vector<int>{5, 5, 5, 5}));
 }
 
+// Upsampling is judged for comparison anyway, so an image that is just that must get the same numbers.
+TEST(FuseArrays, JudgesAnImageByItsPair) {
+    const Library library = Open();
+    Scene scene(16, {90, 700}, {30, 350}, 3, Gaps, Planar);
+    scene.job.resampling = PANSHARP_BILINEAR;
+    ASSERT_EQ(pansharp_upsample(library.get(), &scene.job, scene.error, sizeof scene.error), PANSHARP_OK)
+        << scene.error;
+    for (const std::uint32_t threads : {1u, 3u}) {
+        pansharp_pair_assessment found{};
+        pansharp_band_quality fused[3], upsampled[3];
+        found.struct_size = sizeof found;
+        found.image = scene.out.Image();
+        found.fused.bands = fused;
+        found.upsampled.bands = upsampled;
+        scene.job.threads = threads;
+        ASSERT_EQ(pansharp_assess_pair(library.get(), &scene.job, &found, scene.error, sizeof scene.error),
+                  PANSHARP_OK)
+            << scene.error;
+        EXPECT_EQ(std::memcmp(fused, upsampled, sizeof fused), 0);
+        found.upsampled.bands = fused;
+        EXPECT_EQ(std::memcmp(&found.fused, &found.upsampled, sizeof found.fused), 0);
+        EXPECT_GT(found.fused.d_s, 0.0);
+        found.image.rows = 699;
+        EXPECT_EQ(pansharp_assess_pair(library.get(), &scene.job, &found, nullptr, 0), PANSHARP_BAD_ARGUMENT);
+    }
+    pansharp_shift shift{}; // noise tells none
+    shift.struct_size = sizeof shift;
+    ASSERT_EQ(pansharp_measure_shift(library.get(), &scene.job, &shift, nullptr, 0), PANSHARP_OK);
+    EXPECT_EQ(shift.is_found, 0u);
+    EXPECT_EQ(pansharp_measure_shift(library.get(), &scene.job, nullptr, nullptr, 0), PANSHARP_BAD_ARGUMENT);
+}
+
 struct Progress {
     std::vector<std::uint32_t> rows;
     std::vector<std::thread::id> threads;

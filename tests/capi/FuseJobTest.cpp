@@ -77,7 +77,7 @@ TEST_F(FuseJob, RefusesWhatContradictsItself) {
         {[](auto& job) { job.method = nullptr, job.gains = threeGains, job.gain_count = 3; },
          "gains of band 3"},
         {[](auto& job) { job.method = nullptr, job.transfer = NAN; }, "the modulation transfer"},
-        {[](auto& job) { job.method = nullptr, job.low_pass_mean = -1; }, "low_pass_mean is -1"},
+        {[](auto& job) { job.method = nullptr, job.low_pass_mean = -2; }, "low_pass_mean is -2"},
         {[](auto& job) { job.method = "Injection", job.infrared_weight = two; }, "leave weights"},
         {[](auto& job) { job.multispectral.columns = 1; }, "columns, rows and bands exchanged"},
         {[](auto& job) { job.bits_used = 8; }, "bits_used is 8"},

@@ -79,6 +79,12 @@ def test_indices_are_those_of_the_command(tmp_path):
     found = pansharp.assess(fused, truth, ratio=2)
     assert [found.pixels, found.q, found.sam, found.ergas] == [told[name] for name in ("pixels", "mean_q", "sam", "ergas")]
     assert [{"band": i + 1, **dataclasses.asdict(band)} for i, band in enumerate(found.bands)] == told["bands"]
+    told = json.loads(subprocess.run([os.environ["PANSHARP_COMMAND"], "assess", "out.tif", "--pan", "pan.tif", "--ms", "ms.tif", "--mtf", "0.3,0.35,0.4",
+                                      "--json"], cwd=tmp_path, check=True, capture_output=True).stdout)["rows"]
+    for row, (name, pair_quality) in zip(told, pansharp.assess(fused, pan=PAN, ms=MS, transfer=(0.3, 0.35, 0.4)).items()):
+        consistency = row.pop("consistency")
+        assert row.pop("name") == name and row == {key: getattr(pair_quality, key) for key in row}
+        assert [consistency[key] for key in ("ergas", "sam", "mean_q")] == [getattr(pair_quality.consistency, key) for key in ("ergas", "sam", "q")]
     plain = pansharp.fuse(PAN, MS, gains=[(0, 0)] * 3, transfer=0.3, low_pass_mean=1)
     assert numpy.array_equal(pansharp.upsample(MS, PAN.shape), plain)
     holed = numpy.ma.masked_array(MS, numpy.zeros(MS.shape, bool))
@@ -88,6 +94,25 @@ def test_indices_are_those_of_the_command(tmp_path):
     assert pansharp.compare(PAN, MS, truth, bands=(3, 1))["Injection"].q == 1
     around = pansharp.compare(PAN, numpy.pad(MS, ((0, 0), (8, 8), (8, 8)), "edge"), truth, pixel_size=2, offset=(8, 8))
     assert around["upsampled"] == pansharp.compare(PAN, MS, truth)["upsampled"]
+
+
+@pytest.mark.filterwarnings("ignore:.* are a collar of zeros along its edge", "ignore:the shift .* cannot be measured")
+@pytest.mark.parametrize("options, arguments", [([], {}), (["--infrared", "ms.tif,band=2"], {"infrared": 1})])
+def test_a_shift_is_that_of_the_command(tmp_path, options, arguments):
+    def displace(pan, ms):
+        pan[...] = numpy.roll(pan, (-1, 0), (0, 1))
+        if options:
+            pan[:, :24], ms[:, :30, 44:] = 0, 0
+    pan, ms = write_pair(tmp_path, numpy.uint16, 4, displace, rows=192, columns=240)
+    arguments = {name: ms[band] for name, band in arguments.items()}
+    told = subprocess.run([os.environ["PANSHARP_COMMAND"], "info", "pan.tif", "ms.tif", "--json", *options], cwd=tmp_path, check=True, capture_output=True)
+    found = pansharp.measure_shift(pan, ms, **arguments)
+    assert dataclasses.asdict(found) == json.loads(told.stdout)["shift"] and found.agreed and abs(found.below - 0.5) < 0.1
+    for text, shift in (("auto", "auto"), ("0.25,-0.5", (0.25, -0.5))):
+        subprocess.run([os.environ["PANSHARP_COMMAND"], "sharpen", "-q", "pan.tif", "ms.tif", "-o", "out.tif", "--overwrite", "--shift", text, *options],
+                       cwd=tmp_path, check=True)
+        fused = pansharp.fuse(pan, ms, shift=shift, **arguments)
+        assert numpy.array_equal(samples(tmp_path / "out.tif", fused), fused)
 
 
 def random_case(seed):
@@ -219,6 +244,7 @@ BAD = [
     (ValueError, r"gains\[0\] has 3 items", {"gains": [(0, 1, 2)]}),
     (ValueError, "transfer is 0", {"transfer": 0}),
     (ValueError, "transfer 0.95", {"transfer": 0.95}),
+    (ValueError, "low_pass_mean is -1", {"low_pass_mean": -1}), (ValueError, "shift has 1 items", {"shift": (1,)}),
     (ValueError, "low_pass_mean is nan", {"low_pass_mean": numpy.nan}),
     (ValueError, "the method KOVA does not compare", {"method": "KOVA", "transfer": 0.3}),
     (TypeError, "fit is 1", {"fit": 1}),
@@ -249,5 +275,7 @@ def test_refuses_to_write_over_what_it_reads():
         pansharp.fuse(memory[3], MS, out=memory[1:])
     with pytest.raises(TypeError, match="shape is 5"):
         pansharp.upsample(MS, 5)
+    with pytest.raises(TypeError, match="or both pan and ms"):
+        pansharp.assess(MS, pan=PAN)
     with pytest.raises(ValueError, match="nothing to fit"):
         pansharp.fit(PAN, MS, method="IHS")

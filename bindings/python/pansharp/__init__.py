@@ -22,23 +22,23 @@ import math
 import warnings
 from collections.abc import Callable, Sequence
 from dataclasses import dataclass
-from typing import Any, Union
+from typing import Any
 
 import numpy
 import numpy.typing
 
 from . import _arrays, _checks
-from ._errors import ArgumentError, Error, InputError, Item, OutputError, PansharpWarning
+from ._checks import NoData
+from ._errors import ArgumentError, Error, InputError, Item, OutputError, PansharpWarning, warn_of_collars
 from ._options import options
+from ._pairs import Shift, measure_shift, moved
+from ._quality import BandQuality, PairQuality, Quality, assess
 from ._scenes import Dataset, info, open, sharpen
 
-__all__ = ["ArgumentError", "BandQuality", "Dataset", "Error", "Fit", "InputError", "Item", "Method", "OutputError", "PansharpWarning",
-           "Quality", "assess", "compare", "find_method", "fit", "fuse", "info", "methods", "open", "options", "sharpen", "upsample"]
+__all__ = ["ArgumentError", "BandQuality", "Dataset", "Error", "Fit", "InputError", "Item", "Method", "OutputError", "PairQuality",
+           "PansharpWarning", "Quality", "Shift", "assess", "compare", "find_method", "fit", "fuse", "info", "measure_shift", "methods", "open", "options", "sharpen",
+           "upsample"]
 __version__ = _arrays.version
-
-
-NoData = Union[int, bool, None, "tuple[int | bool | None, int | bool | None]"]
-"""A value that means no data, or that of pan and that of the bands; False for none, None for what the command does."""
 
 
 @dataclass(frozen=True)
@@ -115,7 +115,7 @@ def _job(pan: Any, ms: Any, method: Method, weights: Any, infrared: Any, infrare
     given = pan, ms, infrared
     pan = _checks.image("pan", pan, "(row, column)")
     ms = _checks.image("ms", ms, "(band, row, column)")
-    infrared_place: tuple[float, ...] = (0.0, 0.0, 0.0, 0.0)
+    infrared_place: tuple[float, ...] = _checks.no_place
     if infrared is None and (infrared_pixel_size is not None or infrared_offset is not None):
         raise ValueError("infrared_pixel_size and infrared_offset place the infrared band; give infrared, too, or leave them out")
     if infrared is not None:
@@ -130,13 +130,13 @@ def _job(pan: Any, ms: Any, method: Method, weights: Any, infrared: Any, infrare
             raise ValueError(f"the method {method} fuses the first {method.fused_bands} bands beside an infrared one; bands has {max(chosen)}")
         ms = ms[:method.fused_bands]
     of_pan, of_ms = _checks.nodata(nodata, pan.dtype)
-    gaps = tuple((None, 0, 0) if array is None else _checks.gaps(of, array, value, looks)
+    gaps = tuple(_checks.no_gaps if array is None else _checks.gaps(of, array, value, looks)
                  for of, array, value in zip(given, (pan, ms, infrared), (of_pan, of_ms, of_ms)))
     job = _arrays.Job(pan, ms, _checks.placement("ms", ms, pan, pixel_size, offset), infrared, infrared_place,
                       str(method), _checks.weights(weights),
                       None if infrared_weight is None else _checks.number("infrared_weight", infrared_weight),
                       _checks.gains(gains), _checks.above_zero("transfer", transfer),
-                      _checks.above_zero("low_pass_mean", low_pass_mean), _checks.resampling(resampling), chosen, gaps,
+                      _checks.mean("low_pass_mean", low_pass_mean), _checks.resampling(resampling), chosen, gaps,
                       _checks.bits(bits, pan.dtype))
     return job, (len(chosen) or ms.shape[0], *pan.shape[1:]), pan.dtype
 
@@ -146,7 +146,8 @@ def fit(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, *, method: str 
         gains: Sequence[tuple[float, float]] | None = None, transfer: float | None = None,
         bands: Sequence[int] | None = None, pixel_size: float | tuple[float, float] | None = None,
         offset: tuple[float, float] | None = None, infrared_pixel_size: float | tuple[float, float] | None = None,
-        infrared_offset: tuple[float, float] | None = None, nodata: NoData = None, bits: int | None = None) -> Fit:
+        infrared_offset: tuple[float, float] | None = None, shift: tuple[float, float] | str | None = None, nodata: NoData = None,
+        bits: int | None = None) -> Fit:
     """Finds what `fuse` finds before it fuses; for scenes that are fused in parts: blur and gains, or weights, as the method has them.
 
     The arguments are those of `fuse`; `bands` are those that the errors are of.
@@ -154,6 +155,7 @@ def fit(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, *, method: str 
     Raises ValueError for a method that has neither: there is nothing to fit then. Warns where no weights can be fitted.
     """
     chosen = find_method(method, infrared is not None)
+    offset, infrared_offset = moved(shift, pan, ms, pixel_size, offset, nodata, bits, infrared, infrared_pixel_size, infrared_offset)
     job, _, _ = _job(pan, ms, chosen, None, infrared, infrared_weight, gains, transfer, None, "cubic", bands, pixel_size, offset,
                      infrared_pixel_size, infrared_offset, nodata, bits, True)
     if chosen.weighs_bands:
@@ -175,8 +177,8 @@ def fuse(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, method: str | 
          low_pass_mean: float | None = None, resampling: str = "cubic", bands: Sequence[int] | None = None,
          pixel_size: float | tuple[float, float] | None = None, offset: tuple[float, float] | None = None,
          infrared_pixel_size: float | tuple[float, float] | None = None,
-         infrared_offset: tuple[float, float] | None = None, nodata: NoData = None, bits: int | None = None,
-         masked: bool | None = None, out: numpy.ndarray | None = None, threads: int = 0,
+         infrared_offset: tuple[float, float] | None = None, shift: tuple[float, float] | str | None = None,
+         nodata: NoData = None, bits: int | None = None, masked: bool | None = None, out: numpy.ndarray | None = None, threads: int = 0,
          progress: Callable[[int, int], object] | None = None) -> numpy.ndarray:
     """Fuses a sharp image of one band with a coarse one of several: (band, row, column) on the pixels of pan.
 
@@ -192,12 +194,14 @@ def fuse(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, method: str | 
     infrared: one more band, (row, column), which takes part in the weighted sum and is not written.
     infrared_weight: its share; needed with `weights`.
     fit: what `fit` found in the whole scene, in the place of what would be fitted to these arrays.
-    gains, transfer, low_pass_mean: as in `Fit`; each goes before what `fit` has, as `weights` do.
+    gains, transfer, low_pass_mean: as in `Fit`; each goes before what `fit` has, as `weights` do. None: fitted or measured.
     resampling: "cubic" or "bilinear".
     bands: bands of ms to write, counted from 1, in any order. None: all that the method fuses.
     pixel_size: width and height of a pixel of ms in pan pixels, or one number for both, 1 or more. None: by the shapes.
     offset: column and row of ms, fractions too, on which the upper left corner of pan lies. None: 0 and 0.
     infrared_pixel_size, infrared_offset: the same of infrared.
+    shift: how far the content of ms is displaced to the right and down, in pixels of ms; it is taken back. "auto": as `measure_shift`
+        finds it, where that is agreed. Pan must not reach more than one pixel of ms beyond ms then.
     nodata: the sample that means no data, of all images or as a pair of that of pan and that of ms. A result that equals it becomes
         the next value. Zeros along the edge of an image, when they are many, are taken as no data, too, with a warning; but not with
         `fit`, since parts of a scene have edges of their own. False: every sample is data.
@@ -219,10 +223,11 @@ def fuse(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, method: str | 
         gains = (fit.gains or None) if gains is None else gains
         transfer = fit.transfer if transfer is None else transfer
         if low_pass_mean is None and fit.low_pass_mean is not None:
-            low_pass_mean = fit.low_pass_mean or math.ulp(0)  # 0 would have each part find its own
+            low_pass_mean = fit.low_pass_mean
         if weights is None and fit.weights:
             weights, infrared_weight = fit.weights, fit.infrared_weight
     chosen = find_method(method, weights is not None or infrared is not None or infrared_weight is not None)
+    offset, infrared_offset = moved(shift, pan, ms, pixel_size, offset, nodata, bits, infrared, infrared_pixel_size, infrared_offset)
 
     def job(shares: Any, infrared_share: Any) -> tuple[_arrays.Job, tuple[int, ...], numpy.dtype]:
         return _job(pan, ms, chosen, shares, infrared, infrared_share, gains, transfer, low_pass_mean, resampling, bands, pixel_size,
@@ -245,11 +250,7 @@ def _run(work: _arrays.Job, images: Sequence[tuple[str, Any]], result: numpy.nda
     if masked is None:
         masked = any(isinstance(image, numpy.ma.MaskedArray) for _, image in images)
     valid = numpy.empty(result.shape[1:], numpy.uint8) if masked else None
-    for (name, image), collar in zip(images, work.fuse(result, valid, threads, tell, upsamples)):
-        if collar:
-            rows, columns = numpy.shape(image)[-2:]
-            warnings.warn(f"{100 * collar / (rows * columns):.3g} % of the pixels of {name} are a collar of zeros along its edge; it is "
-                          "taken as no data (nodata=False takes it as data)", PansharpWarning, stacklevel=3)
+    warn_of_collars(images, work.fuse(result, valid, threads, tell, upsamples), 4)
     return result if valid is None else numpy.ma.MaskedArray(result, numpy.broadcast_to(valid == 0, result.shape))
 
 
@@ -265,59 +266,10 @@ def upsample(ms: numpy.typing.ArrayLike, shape: tuple[int, int], *, resampling: 
     pan = numpy.broadcast_to(coarse.dtype.type(0), (1, *_checks.shape(shape)))
     value = _checks.nodata(nodata, coarse.dtype)[1]
     chosen = _checks.bands(bands, coarse.shape[0])
-    job = _arrays.Job(pan, coarse, _checks.placement("ms", coarse, pan, pixel_size, offset), None, (0.0, 0.0, 0.0, 0.0), None, (), None, (), 0.0,
-                      0.0, _checks.resampling(resampling), chosen, ((None, 0, 0), _checks.gaps(ms, coarse, value, False), (None, 0, 0)), 0)
+    job = _arrays.Job(pan, coarse, _checks.placement("ms", coarse, pan, pixel_size, offset), None, _checks.no_place, None, (), None, (), 0.0,
+                      None, _checks.resampling(resampling), chosen, (_checks.no_gaps, _checks.gaps(ms, coarse, value, False), _checks.no_gaps), 0)
     result = _checks.output(out, (len(chosen) or coarse.shape[0], *pan.shape[1:]), coarse.dtype)
     return _run(job, (("pan", None), ("ms", ms)), result, masked, _checks.threads(threads), _checks.callback(progress), True)
-
-
-@dataclass(frozen=True)
-class BandQuality:
-    """How good a band is beside that of a reference."""
-
-    bias: float
-    """Mean of the image less that of the reference."""
-    rmse: float
-    """Root of the mean squared error."""
-    psnr: float
-    """In dB, of the largest sample of the reference; infinite without an error."""
-    q: float
-    """Universal image quality index, 1 at best."""
-    spatial_correlation: float
-    """Of the details of both, 1 at best."""
-
-
-@dataclass(frozen=True)
-class Quality:
-    """How good an image is beside a reference. docs/quality.md defines the indices."""
-
-    pixels: int
-    """How many were compared."""
-    q: float
-    """Mean of the bands."""
-    sam: float
-    """Spectral angle in degrees, 0 at best."""
-    ergas: float
-    """0 at best; not a number without a ratio."""
-    bands: tuple[BandQuality, ...]
-
-
-def assess(image: numpy.typing.ArrayLike, reference: numpy.typing.ArrayLike, *, ratio: float | None = None, nodata: NoData = None) -> Quality:
-    """Judges an image by the truth: arrays of the same shape, (band, row, column), as ``pansharp assess --reference`` does.
-
-    ratio: a coarse pixel's width over a fine one's, for ERGAS.
-    nodata: the sample that means no data, or that of the image and that of the reference. Masked pixels do not count either.
-
-    Raises ValueError where no pixel has data in both.
-    """
-    ours, truth = _checks.image("image", image, "(band, row, column)"), _checks.image("reference", reference, "(band, row, column)")
-    _checks.same_depth(ours, reference=truth)
-    if ours.shape != truth.shape:
-        raise ValueError(f"image has the shape {ours.shape} and reference {truth.shape}; they must have the same pixels and bands")
-    of_ours, of_truth = _checks.nodata(nodata, ours.dtype)
-    pixels, q, sam, ergas, bands = _arrays.assess(ours, _checks.gaps(image, ours, of_ours, False), truth,
-                                                  _checks.gaps(reference, truth, of_truth, False), _checks.above_zero("ratio", ratio, "for no ERGAS"))
-    return Quality(pixels, q, sam, ergas, tuple(BandQuality(*band) for band in bands))
 
 
 def compare(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, truth: numpy.typing.ArrayLike, *, resampling: str = "cubic",

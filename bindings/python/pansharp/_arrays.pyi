@@ -1,4 +1,5 @@
 from collections.abc import Callable
+from typing import Any
 
 import numpy
 
@@ -14,9 +15,12 @@ class Job:
     def __init__(self, pan: numpy.ndarray, ms: numpy.ndarray, placement: tuple[float, ...], infrared: numpy.ndarray | None,
                  infrared_placement: tuple[float, ...], method: str | None, weights: tuple[float, ...],
                  infrared_weight: float | None, gains: tuple[tuple[float, float], ...], transfer: float,
-                 low_pass_mean: float, resampling: int, bands: tuple[int, ...],
+                 low_pass_mean: float | None, resampling: int, bands: tuple[int, ...],
                  gaps: tuple[tuple[numpy.ndarray | None, int, int], ...], bits: int) -> None: ...
+    def assess(self, image: numpy.ndarray, gaps: tuple[numpy.ndarray | None, int, int], transfers: tuple[float, ...], pan_transfer: float,
+               ratio: float, threads: int) -> tuple[tuple[Any, ...], tuple[Any, ...], tuple[int, int]]: ...
     def fit(self) -> tuple[float, tuple[tuple[float, float], ...], float, float, int, float, float]: ...
     def fit_weights(self) -> tuple[tuple[float, ...], float, float, int, str]: ...
+    def measure_shift(self) -> tuple[tuple[float, float, float, float, int, bool] | None, tuple[int, int, int]]: ...
     def fuse(self, out: numpy.ndarray, valid: numpy.ndarray | None, threads: int,
              progress: Callable[[int, int], object] | None, upsamples: bool) -> tuple[int, int, int]: ...

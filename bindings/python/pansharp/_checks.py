@@ -6,9 +6,12 @@ import math
 import numbers
 import operator
 from collections.abc import Iterable
-from typing import Any
+from typing import Any, Union
 
 import numpy
+
+NoData = Union[int, bool, None, "tuple[int | bool | None, int | bool | None]"]
+"""A value that means no data, or that of pan and that of the bands; False for none, None for what the command does."""
 
 _RESAMPLINGS = {"bilinear": 1, "cubic": 2}
 
@@ -29,6 +32,8 @@ def image(name: str, given: Any, axes: str) -> numpy.ndarray:
 
 
 _VALUE, _COLLAR = 1, 2
+no_gaps: tuple[None, int, int] = (None, 0, 0)
+no_place = (0.0, 0.0, 0.0, 0.0)
 
 
 def gaps(given: Any, array: numpy.ndarray, nodata: int | bool | None, looks: bool) -> tuple[numpy.ndarray | None, int, int]:
@@ -101,10 +106,15 @@ def placement(name: str, array: numpy.ndarray, pan: numpy.ndarray, pixel_size: A
                              f"{name}, -1, 0) makes of (row, column, band); give {prefix}pixel_size if it is meant")
         size = (0.0, 0.0)
     else:
-        size = _pair(prefix + "pixel_size", pixel_size)
+        size = pair(prefix + "pixel_size", pixel_size)
         if min(size) <= 0:
             raise ValueError(f"{prefix}pixel_size is {pixel_size!r}; give the width and height of a pixel of {name} in pan pixels, 1 or more")
-    return size + ((0.0, 0.0) if offset is None else _pair(prefix + "offset", offset))
+    return size + ((0.0, 0.0) if offset is None else pair(prefix + "offset", offset))
+
+
+def size(pixel_size: Any, fine: tuple[int, ...], coarse: tuple[int, ...]) -> tuple[float, float]:
+    """Width and height of a coarse pixel in fine ones, of images with these shapes."""
+    return (fine[-1] / coarse[-1], fine[-2] / coarse[-2]) if pixel_size is None else pair("pixel_size", pixel_size)
 
 
 def number(name: str, given: Any) -> float:
@@ -127,6 +137,14 @@ def above_zero(name: str, given: Any, none: str = "to have it fitted") -> float:
     return value
 
 
+def mean(name: str, given: Any) -> float | None:
+    """0 says that there is none."""
+    value = None if given is None else number(name, given)
+    if value is not None and value < 0:
+        raise ValueError(f"{name} is {given!r}; give a number above 0, 0 where there is none, or None to have it measured")
+    return value
+
+
 def shape(given: Any) -> tuple[int, int]:
     """Rows and columns."""
     rows, columns = (_whole("shape", item) for item in items("shape", given, 2))
@@ -135,7 +153,7 @@ def shape(given: Any) -> tuple[int, int]:
     return rows, columns
 
 
-def _pair(name: str, given: Any) -> tuple[float, float]:
+def pair(name: str, given: Any) -> tuple[float, float]:
     """A number stands for both."""
     if isinstance(given, numbers.Real):
         return number(name, given), number(name, given)

@@ -2,8 +2,12 @@
 
 from __future__ import annotations
 
+import warnings
+from collections.abc import Sequence
 from dataclasses import dataclass
 from typing import Any
+
+import numpy
 
 
 @dataclass(frozen=True)
@@ -57,3 +61,12 @@ def of_report(report: dict[str, Any]) -> Error:
     error.items = items
     error.report = report
     return error
+
+
+def warn_of_collars(images: Sequence[tuple[str, Any]], collars: Sequence[int], stacklevel: int) -> None:
+    """Of each image its name, itself, and the pixels of the collar that was found."""
+    for (name, image), collar in zip(images, collars):
+        if collar:
+            rows, columns = numpy.shape(image)[-2:]
+            warnings.warn(f"{100 * collar / (rows * columns):.3g} % of the pixels of {name} are a collar of zeros along its edge; it is "
+                          "taken as no data (nodata=False takes it as data)", PansharpWarning, stacklevel=stacklevel)

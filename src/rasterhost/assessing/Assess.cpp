@@ -122,16 +122,8 @@ private:
 } // namespace
 
 bool CheckBlur(const SensorBlur& blur, std::size_t bands, Status& status) {
-    const auto isTransfer = [](double number) { return number > 0.0 && number < 1.0; };
-    if (!isTransfer(blur.pan) ||
-        !std::all_of(blur.multispectral.begin(), blur.multispectral.end(), isTransfer))
-        return Fail(
-            status, HostStatus::RequestInvalid,
-            "a modulation transfer at the Nyquist frequency must lie above 0 and below 1, such as 0.3");
-    return blur.multispectral.size() == 1 || blur.multispectral.size() == bands ||
-           Fail(status, HostStatus::RequestInvalid,
-                "%d modulation transfers are given for %d bands; give one, or one per band",
-                static_cast<int>(blur.multispectral.size()), static_cast<int>(bands));
+    const std::string fault = imagery::FindFault(blur, bands);
+    return fault.empty() || Fail(status, HostStatus::RequestInvalid, "%s", fault.c_str());
 }
 
 bool Assess(const AssessRequest& request, AssessReport& report, Status& status) {

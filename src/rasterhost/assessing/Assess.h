@@ -1,18 +1,14 @@
 #pragma once
 
-#include "quality/Comparison.h"
+#include "imagery/PairComparison.h"
 #include "rasterhost/requests/HostStatus.h"
 #include "rasterhost/requests/Requests.h"
 
 /// How good a fused image is: against the truth, or against the pair that it was made of.
 namespace rasterhost {
 
-/// Gaussian blur of the sensors: the modulation transfer at the Nyquist frequency of the pixels that they are
-/// to have, above 0 and below 1.
-struct SensorBlur {
-    std::vector<double> multispectral = {0.3}; ///< one per band, or one for all
-    double pan = 0.15;
-};
+using imagery::PairIndices;
+using imagery::SensorBlur;
 
 /// What the images of a pair are degraded with.
 struct BlurOptions {
@@ -30,18 +26,6 @@ struct AssessOptions {
 /// the multispectral image has its bands, or those and more: `bands` are then those of the image, in its
 /// order.
 struct AssessRequest : PairRequest, BlurOptions, AssessOptions {};
-
-/// An image beside the pair that it was made of.
-struct PairIndices {
-    std::string name;                      ///< "fused" or "bilinear"
-    quality::ReferenceIndices consistency; ///< degraded, against the multispectral image
-    std::uint64_t pixels = 0;              ///< of pan, at which it was compared with pan
-    double spectralDistortion = 0.0;       ///< D_lambda
-    double spatialDistortion = 0.0;        ///< D_S
-    double qnr = 0.0;
-    double spectralDistortionOfBlur = 0.0; ///< D_lambda of Khan: 1 - Q2n of the consistency
-    double hqnr = 0.0;
-};
 
 struct AssessReport {
     std::uint32_t columns = 0, rows = 0, bands = 0; ///< of the fused image

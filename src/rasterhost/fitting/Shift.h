@@ -1,36 +1,17 @@
 #pragma once
 
-#include "fundament/Status.h"
-#include "hostkit/Point.h"
+#include "fitting/ShiftFit.h"
 
-#include <cstdint>
 #include <optional>
 
 namespace rasterhost {
 
 struct Scene;
 
-/// How far the multispectral content is displaced to the right and down against its georeferencing, in
-/// multispectral pixels. With (0.5, 0) what pan shows at a place is found half a multispectral pixel further
-/// right in the multispectral image.
-struct Shift {
-    hostkit::Point way;
-    double rSquared = 0.0; ///< of the weight fit with this shift taken out
-    /// Windows that could be measured alone, and the median distance of their shifts from the one above.
-    std::uint32_t windows = 0;
-    double spread = 0.0;
+using fitting::Shift;
 
-    [[nodiscard]] double GetLength() const;
-    /// True when the windows tell the same: several of them, and their spread is small beside the length or
-    /// below 0.1.
-    [[nodiscard]] bool IsAgreed() const;
-};
-
-/// Measures the shift from windows spread over the scene: the one with the largest R² of a weight fit over
-/// all of them, pan averaged again over the moved footprints for each trial. Looks up to 2 multispectral
-/// pixels in each direction. None when there is nothing to measure by: too few pixels, bands that do not make
-/// up pan or are too many to be fitted, or a best shift at the end of what was looked at. False with an item
-/// when an input cannot be read.
+/// Measures how far the multispectral content of a scene is displaced. None when there is nothing to measure
+/// by. False with an item when an input cannot be read.
 [[nodiscard]] bool MeasureShift(const Scene& scene, std::optional<int> bitDepth, std::optional<Shift>& shift,
                                 KOVA::Tessara::Fundament::Status& status);
 

@@ -1,0 +1,137 @@
+"""How good an image is: by the truth, or by the pair that it was made of."""
+
+from __future__ import annotations
+
+from collections.abc import Sequence
+from dataclasses import dataclass
+from typing import Any, overload
+
+import numpy
+import numpy.typing
+
+from . import _arrays, _checks
+from ._errors import warn_of_collars
+from ._pairs import pair_job
+
+
+@dataclass(frozen=True)
+class BandQuality:
+    """How good a band is beside that of a reference."""
+
+    bias: float
+    """Mean of the image less that of the reference."""
+    rmse: float
+    """Root of the mean squared error."""
+    psnr: float
+    """In dB, of the largest sample of the reference; infinite without an error."""
+    q: float
+    """Universal image quality index, 1 at best."""
+    spatial_correlation: float
+    """Of the details of both, 1 at best."""
+
+
+@dataclass(frozen=True)
+class Quality:
+    """How good an image is beside a reference. docs/quality.md defines the indices."""
+
+    pixels: int
+    """How many were compared."""
+    q: float
+    """Mean of the bands."""
+    sam: float
+    """Spectral angle in degrees, 0 at best."""
+    ergas: float
+    """0 at best; not a number without a ratio."""
+    bands: tuple[BandQuality, ...]
+
+
+@dataclass(frozen=True)
+class PairQuality:
+    """How well an image agrees with the pair that it was made of. docs/quality.md defines the indices."""
+
+    consistency: Quality
+    """The image, degraded by the blur of the bands, beside them. It comes first: the other indices prefer to do nothing."""
+    pixels: int
+    """How many pixels of pan were compared."""
+    d_lambda: float
+    """How far the bands moved against each other, 0 at best."""
+    d_s: float
+    """How far they moved against pan, 0 at best."""
+    qnr: float
+    """Of both, 1 at best."""
+    d_lambda_k: float
+    """As `d_lambda`, of the degraded image."""
+    hqnr: float
+    """Of `d_lambda_k` and `d_s`, 1 at best."""
+
+
+@overload
+def assess(image: numpy.typing.ArrayLike, reference: numpy.typing.ArrayLike, *, ratio: float | None = None,
+           nodata: _checks.NoData = None) -> Quality: ...
+
+
+@overload
+def assess(image: numpy.typing.ArrayLike, *, pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, ratio: float | None = None,
+           nodata: _checks.NoData = None, transfer: float | Sequence[float] | None = None, pan_transfer: float | None = None,
+           pixel_size: float | tuple[float, float] | None = None, offset: tuple[float, float] | None = None,
+           threads: int = 0) -> dict[str, PairQuality]: ...
+
+
+def assess(image: Any, reference: Any = None, *, pan: Any = None, ms: Any = None, ratio: Any = None, nodata: Any = None,
+           transfer: Any = None, pan_transfer: Any = None, pixel_size: Any = None, offset: Any = None, threads: Any = 0) -> Any:
+    """Judges an image, (band, row, column), by the truth or by the pair that it was made of, as ``pansharp assess`` does.
+
+    reference: the truth, with the same pixels and bands; or else:
+    pan, ms: the pair. The image has the pixels of pan and the bands of ms. Then the answer is a dict: "fused" is that of the image,
+        "bilinear" that of ms merely upsampled.
+    ratio: a coarse pixel's width over a fine one's, for ERGAS. None: none of it by the truth; that of the pair.
+    nodata: the sample that means no data. By the truth also that of the image and that of the reference; by the pair that of pan, and
+        that of ms and the image; zeros along the edges of the pair are found as `fuse` finds them. Masked pixels do not count either.
+    transfer: modulation transfer of the multispectral sensor at the Nyquist frequency of its pixels, above 0 and below 1; or one for
+        each band. None: 0.3.
+    pan_transfer: that of pan at the same frequency. None: 0.15.
+    pixel_size, offset: as in `fuse`.
+    threads: how many share the work on a pair. 0: one per processor.
+
+    Raises ValueError where no pixel has data in all images.
+    """
+    if (reference is None) == (pan is None and ms is None) or (pan is None) != (ms is None):
+        raise TypeError("give reference, the truth, or both pan and ms, of which the image was made")
+    ours = _checks.image("image", image, "(band, row, column)")
+    if reference is None:
+        return _by_pair(image, ours, pan, ms, ratio, nodata, transfer, pan_transfer, pixel_size, offset, _checks.threads(threads))
+    for name, given in (("transfer", transfer), ("pan_transfer", pan_transfer), ("pixel_size", pixel_size), ("offset", offset)):
+        if given is not None:
+            raise TypeError(f"{name} is of a pair; leave it out, or give pan and ms in the place of reference")
+    truth = _checks.image("reference", reference, "(band, row, column)")
+    _checks.same_depth(ours, reference=truth)
+    if ours.shape != truth.shape:
+        raise ValueError(f"image has the shape {ours.shape} and reference {truth.shape}; they must have the same pixels and bands")
+    of_ours, of_truth = _checks.nodata(nodata, ours.dtype)
+    found = _arrays.assess(ours, _checks.gaps(image, ours, of_ours, False), truth, _checks.gaps(reference, truth, of_truth, False),
+                           _checks.above_zero("ratio", ratio, "for no ERGAS"))
+    return _quality(*found)
+
+
+def _by_pair(image: Any, ours: numpy.ndarray, pan: Any, ms: Any, ratio: Any, nodata: Any, transfer: Any, pan_transfer: Any, pixel_size: Any,
+             offset: Any, threads: int) -> dict[str, PairQuality]:
+    fine, coarse = _checks.image("pan", pan, "(row, column)"), _checks.image("ms", ms, "(band, row, column)")
+    _checks.same_depth(fine, ms=coarse, image=ours)
+    expected = coarse.shape[0], *fine.shape[1:]
+    if ours.shape != expected:
+        raise ValueError(f"image has the shape {ours.shape}; it must be {expected}: the bands of ms and the pixels of pan")
+    job, of_ms = pair_job(pan, ms, pixel_size, offset, nodata), _checks.nodata(nodata, fine.dtype)[1]
+    transfers = () if transfer is None else tuple(_checks.number("transfer", item) for item in numpy.atleast_1d(transfer).tolist())
+    fused, plain, collars = job.assess(ours, _checks.gaps(image, ours, of_ms, False), transfers,
+                                        _checks.above_zero("pan_transfer", pan_transfer, "for 0.15"),
+                                        _checks.above_zero("ratio", ratio, "for that of the pair"), threads)
+    warn_of_collars((("pan", pan), ("ms", ms)), collars, 4)
+    return {"fused": _pair_quality(*fused), "bilinear": _pair_quality(*plain)}
+
+
+def _quality(pixels: int, q: float, sam: float, ergas: float, bands: tuple[tuple[float, ...], ...]) -> Quality:
+    return Quality(pixels, q, sam, ergas, tuple(BandQuality(*band) for band in bands))
+
+
+def _pair_quality(consistency: tuple[Any, ...], *others: Any) -> PairQuality:
+    return PairQuality(_quality(*consistency), *others)

@@ -1,0 +1,167 @@
+#include "fitting/ShiftFit.h"
+
+#include "fitting/FitMoments.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+#include <vector>
+
+namespace fitting {
+
+using hostkit::Point;
+using KOVA::Tessara::Fundament::Status;
+
+namespace {
+
+constexpr double reach = 2.0;      ///< of the search, in multispectral pixels
+constexpr double coarseStep = 0.5; ///< of the first look, on a grid
+constexpr double finestStep = 1.0 / 128.0;
+constexpr double leastRSquared = 0.3; ///< below it the bands say nothing about where pan is
+constexpr std::size_t leastPixels = 200;
+
+double Length(const Point& way) { return std::hypot(way.x, way.y); }
+
+/// A block and its pixels that every trial uses: those that stay on usable pan wherever they are moved.
+struct Window {
+    explicit Window(FitBlock read) : block(std::move(read)), moments(block.bands) {
+        if (!block.panRect.IsEmpty()) pan = AreaSums(block.panRect, block.pan, block.panUsable);
+        block.pan = {};
+        block.panUsable = {};
+        for (std::size_t pixel = 0; pixel < block.GetCount(); ++pixel) {
+            if (!block.usable[pixel] || !GetPan(pixel, {}, reach)) continue;
+            pixels.push_back(pixel);
+            moments.AddBands(GetSamples(pixel));
+        }
+    }
+
+    /// Takes pan again. Content that is displaced to the right is found under a footprint further left.
+    void Move(const Point& shift) {
+        moments.ClearPan();
+        for (const std::size_t pixel : pixels)
+            moments.AddPan(GetSamples(pixel), GetPan(pixel, shift).value_or(0.0));
+    }
+
+    [[nodiscard]] const double* GetSamples(std::size_t pixel) const {
+        return block.samples.data() + pixel * block.bands;
+    }
+    /// Pan's mean over the footprint of a pixel whose content is displaced by this many multispectral pixels,
+    /// grown by `grow` of them on all sides. None where it is not wholly on usable pan.
+    [[nodiscard]] std::optional<double> GetPan(std::size_t pixel, const Point& shift,
+                                               double grow = 0.0) const {
+        const double column =
+            block.rect.col0 + static_cast<double>(pixel % block.rect.GetColumns()) + -shift.x;
+        const std::size_t rowOfBlock = pixel / block.rect.GetColumns();
+        const double row = block.rect.row0 + static_cast<double>(rowOfBlock) + -shift.y;
+        return block.onPan.Mean(pan, column - grow, row - grow, column + 1.0 + grow, row + 1.0 + grow);
+    }
+
+    FitBlock block;
+    AreaSums pan;
+    std::vector<std::size_t> pixels;
+    FitMoments moments;
+};
+
+using Windows = std::vector<Window*>;
+
+/// R² of one fit over all the windows.
+double RSquaredAt(const Windows& windows, const Point& shift) {
+    FitMoments all(windows.front()->block.bands);
+    for (Window* window : windows) {
+        window->Move(shift);
+        all.Add(window->moments);
+    }
+    return all.GetRSquared(all.Solve());
+}
+
+struct Best {
+    Point at;
+    double rSquared = 0.0;
+};
+
+bool IsWithinReach(const Point& point) { return std::fabs(point.x) <= reach && std::fabs(point.y) <= reach; }
+
+/// Looks at all places of a grid.
+Best SearchGrid(const Windows& windows) {
+    Best best{{}, RSquaredAt(windows, {})};
+    constexpr int steps = static_cast<int>(reach / coarseStep);
+    for (int row = -steps; row <= steps; ++row)
+        for (int column = -steps; column <= steps; ++column) {
+            const Point point{column * coarseStep, row * coarseStep};
+            const double rSquared = RSquaredAt(windows, point);
+            if (rSquared > best.rSquared) best = {point, rSquared};
+        }
+    return best;
+}
+
+/// Climbs from neighbour to neighbour, with half the step where none is better.
+Best Climb(const Windows& windows, Best best) {
+    constexpr Point ways[] = {{1, 0}, {-1, 0}, {0, 1}, {0, -1}, {1, 1}, {-1, -1}, {1, -1}, {-1, 1}};
+    for (double step = coarseStep / 2.0; step >= finestStep;) {
+        Best next = best;
+        for (const Point& way : ways) {
+            const Point point{best.at.x + step * way.x, best.at.y + step * way.y};
+            if (!IsWithinReach(point)) continue;
+            const double rSquared = RSquaredAt(windows, point);
+            if (rSquared > next.rSquared) next = {point, rSquared};
+        }
+        if (next.rSquared > best.rSquared)
+            best = next;
+        else
+            step /= 2.0;
+    }
+    return best;
+}
+
+/// Several windows even of a small scene, so that they can be compared.
+bool ReadWindows(FitBlockSource& source, std::uint32_t shortSide, std::vector<Window>& windows,
+                 Status& status) {
+    constexpr std::uint32_t windowsAcross = 4;
+    for (const hostkit::PixelRect& rect :
+         source.Choose(windowsAcross, std::clamp(shortSide / windowsAcross, 24u, 64u))) {
+        FitBlock block;
+        if (!source.Read(rect, block, status)) return false;
+        Window window(std::move(block));
+        if (window.pixels.size() >= leastPixels) windows.push_back(std::move(window));
+    }
+    return true;
+}
+
+/// How far the windows, each measured alone, lie from the shift of all.
+void MeasureSpread(std::vector<Window>& windows, const Best& all, Shift& shift) {
+    std::vector<double> distances;
+    for (Window& window : windows) {
+        const Windows alone{&window};
+        const Best own = Climb(alone, {all.at, RSquaredAt(alone, all.at)});
+        if (own.rSquared >= leastRSquared) distances.push_back(Length(own.at - all.at));
+    }
+    shift.windows = static_cast<std::uint32_t>(distances.size());
+    if (distances.empty()) return;
+    std::sort(distances.begin(), distances.end());
+    shift.spread = distances[distances.size() / 2];
+}
+
+} // namespace
+
+double Shift::GetLength() const { return Length(way); }
+
+bool Shift::IsAgreed() const { return windows >= 2 && (spread <= 0.1 || spread <= GetLength() / 3.0); }
+
+bool FitShift(FitBlockSource& source, std::uint32_t shortSide, std::optional<Shift>& shift, Status& status) {
+    shift.reset();
+    if (source.GetBands() >= mostFittedBands) return true;
+    std::vector<Window> windows;
+    if (!ReadWindows(source, shortSide, windows, status)) return false;
+    if (windows.empty()) return true;
+    Windows all;
+    for (Window& window : windows)
+        all.push_back(&window);
+    const Best best = Climb(all, SearchGrid(all));
+    const bool isAtEnd = std::max(std::fabs(best.at.x), std::fabs(best.at.y)) >= reach - finestStep;
+    if (best.rSquared < leastRSquared || isAtEnd) return true;
+    shift = Shift{best.at, best.rSquared, 0, 0.0};
+    MeasureSpread(windows, best, *shift);
+    return true;
+}
+
+} // namespace fitting

@@ -1,0 +1,110 @@
+#pragma once
+
+#include "hostkit/ImageSource.h"
+#include "hostkit/Placement.h"
+#include "quality/Comparison.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+/// An image beside the pair that it was made of, by the indices of docs/quality.md that need no truth.
+namespace imagery {
+
+/// Gaussian blur of the sensors: the modulation transfer at the Nyquist frequency of the pixels that they are
+/// to have, above 0 and below 1.
+struct SensorBlur {
+    std::vector<double> multispectral = {0.3}; ///< one per band, or one for all
+    double pan = 0.15;
+};
+
+/// What is wrong with a blur for this many bands; empty when nothing is.
+[[nodiscard]] std::string FindFault(const SensorBlur& blur, std::size_t bands);
+
+/// What is found of an image.
+struct PairIndices {
+    std::string name;                      ///< "fused" or "bilinear"
+    quality::ReferenceIndices consistency; ///< degraded, against the multispectral image
+    std::uint64_t pixels = 0;              ///< of pan, at which it was compared with pan
+    double spectralDistortion = 0.0;       ///< D_lambda
+    double spatialDistortion = 0.0;        ///< D_S
+    double qnr = 0.0;
+    double spectralDistortionOfBlur = 0.0; ///< D_lambda of Khan: 1 - Q2n of the consistency
+    double hqnr = 0.0;
+};
+
+/// The images as one thread reads them. The fused one has the pixels of pan and the multispectral bands.
+struct PairImages {
+    std::unique_ptr<hostkit::ImageSource> fused, pan, multispectral;
+};
+
+/// How they lie, and how they are seen by coarser sensors.
+struct PairView {
+    hostkit::ImageSource::RasterInfo fine,
+        coarse;                          ///< of pan and of the multispectral image, in the same units
+    const hostkit::Placement& placement; ///< of the second under the first; outlives the comparison
+    SensorBlur blur;                     ///< without a fault
+    double ratio = 0.0;                  ///< for ERGAS and the size of blocks, 1 or more
+};
+
+/// Compares the fused image, and plain bilinear upsampling, with the pair at the same pixels: where all have
+/// data. In two passes of parts, of the coarse pixels and then of the fine ones; parts may be worked on side
+/// by side, and are put together in their order.
+class PairComparison {
+public:
+    using Status = KOVA::Tessara::Fundament::Status;
+    struct Readers; ///< what one thread reads with
+    struct CoarseIndices;
+    struct FineIndices;
+
+    explicit PairComparison(const PairView& pairView);
+    PairComparison(const PairComparison&) = delete;
+    PairComparison& operator=(const PairComparison&) = delete;
+    ~PairComparison();
+
+    /// `open(status)` gives the images to one more thread, with null for one that cannot be had. `inParts` is
+    /// called as rasterhost::InParts is, but for the threads. False with an item when an image cannot be
+    /// read.
+    template <class Open, class InParts>
+    [[nodiscard]] bool Run(const Open& open, const InParts& inParts, Status& status) {
+        using ReadersPointer = std::shared_ptr<Readers>;
+        const auto openReaders = [&](Status& reasons) -> ReadersPointer { return Read(open(reasons)); };
+        return inParts(
+                   coarseParts, openReaders,
+                   [this](Readers& readers, std::size_t part, Status& reasons) {
+                       return SeeCoarse(readers, part, reasons);
+                   },
+                   [this](CoarseIndices& below) { Append(below); }, status) &&
+               inParts(
+                   fineParts, openReaders,
+                   [this](Readers& readers, std::size_t part, Status& reasons) {
+                       return SeeFine(readers, part, reasons);
+                   },
+                   [this](FineIndices& below) { Append(below); }, status);
+    }
+
+    /// Of the fused image, then of bilinear upsampling. Empty when no multispectral pixel has data around it
+    /// in all images.
+    [[nodiscard]] std::vector<PairIndices> Find();
+
+private:
+    [[nodiscard]] std::shared_ptr<Readers> Read(PairImages images) const;
+    [[nodiscard]] std::shared_ptr<CoarseIndices> SeeCoarse(Readers& readers, std::size_t part,
+                                                           Status& status) const;
+    [[nodiscard]] std::shared_ptr<FineIndices> SeeFine(Readers& readers, std::size_t part,
+                                                       Status& status) const;
+    void AddCoarseRow(const Readers& readers, std::size_t at, CoarseIndices& found) const;
+    void Append(CoarseIndices& below);
+    void Append(FineIndices& below);
+
+    PairView view;
+    std::size_t bands, coarseSide;
+    std::size_t coarseRows = 0, coarseParts = 0, fineParts = 0; ///< rows of a part, and parts
+    std::unique_ptr<CoarseIndices> atCoarse;
+    std::unique_ptr<FineIndices> atFine;
+};
+
+} // namespace imagery
