@@ -1,6 +1,7 @@
 """Scenes fused by many processes. PANSHARP_COMMAND names the command that they have to equal."""
 
 import fcntl
+import filecmp
 import json
 import os
 import resource
@@ -16,7 +17,6 @@ from scenes import write_pair
 
 distributed = pytest.importorskip("distributed")
 gdal = pytest.importorskip("osgeo.gdal")
-import dask  # noqa: E402
 import pansharp.distributed as many  # noqa: E402
 from pansharp.distributed import _connection, _mosaic, _parts, _run  # noqa: E402
 
@@ -26,10 +26,7 @@ ROWS, COLUMNS, COUNT = 520, 776, 12  # parts of 256 x 256 pixels
 
 @pytest.fixture(scope="module")
 def client():
-    # As the command starts them.
-    with dask.config.set({"distributed.scheduler.allowed-failures": 1, "distributed.scheduler.worker-saturation": 1.0}), \
-            distributed.LocalCluster(n_workers=2, threads_per_worker=1, host="127.0.0.1", dashboard_address="127.0.0.1:0",
-                                     worker_dashboard_address="127.0.0.1:0", silence_logs="CRITICAL") as cluster, distributed.Client(cluster) as client:
+    with _connection.start(2) as cluster, distributed.Client(cluster) as client:
         yield client
 
 
@@ -69,6 +66,13 @@ def test_the_mosaic_is_what_one_run_writes_and_what_is_there_is_kept(scene, clie
     for name, overwrite in ("single.tif", False), ("pan.tif", True), ("job/mosaic.vrt", True), ("none/a.tif", True), ("/vsimem/a.tif", True):
         with pytest.raises(pansharp.OutputError):
             many.sharpen(client, scene, out="job", part=256, single=name, overwrite=overwrite)
+    for name in "scene.pansharp", "mosaic.vrt", "report.json", "parts/r0000000c0000000.tif":
+        own = shutil.move(f"job/{name}", "own")
+        shutil.copy("pan.tif", f"job/{name}")
+        with pytest.raises(pansharp.OutputError, match=f"{name}' exists, and no job"):
+            run()
+        assert filecmp.cmp("pan.tif", f"job/{name}", shallow=False)
+        shutil.move(own, f"job/{name}")
     os.truncate("job/parts/r0000256c0000256.tif", 3000)
     os.unlink("job/parts/r0000512c0000768.tif")
     assert run() == 2 and facts("job/mosaic.vrt") == facts("whole.tif")
@@ -190,6 +194,8 @@ def test_a_batch_makes_what_the_command_makes_and_each_skips_what_the_other_has_
         assert facts(f"tasks/{file}") == facts(f"alone/{file}") == facts(f"parts/{file}")
     late = many.batch(client, "list.jsonl", "late", time_limit=1e-9).results
     assert "time limit" in late[0]["errors"][0]["message"] and not os.path.exists("late/large.tif")
+    stuck = many.sharpen(client, scene, out="stuck", part=256, time_limit=1e-9)
+    assert {(part["kind"], "time limit" in part["text"]) for part in stuck.failed.values()} == {("late", True)} and not os.listdir("stuck/parts")
     turned = {"pan": "pan.tif", "ms": ["ms.tif,band=3", "ms.tif,band=2", "ms.tif,band=1"], "output": "turned.tif"}
     (tmp_path / "two.jsonl").write_text("\n".join(map(json.dumps, (entries[3], entries[0], turned))))
     made, again = ([line["status"] for line in many.batch(client, ["two.jsonl"], "shared", share=True).results] for _ in range(2))

@@ -40,6 +40,7 @@ def _add_running(parser: argparse.ArgumentParser) -> None:
     parser.add_argument("--attempts", metavar="N", type=_count, default=3, help="how often something may fail before it is given up (3)")
     parser.add_argument("--patience", metavar="SECONDS", type=float, default=300.0,
                         help="how long to wait for a scheduler, and for workers that have gone (300)")
+    parser.add_argument("--time-limit", metavar="SECONDS", type=float, default=0.0, help="give a scene up that takes longer (none)")
     parser.add_argument("--json", action="store_true", help="print events as lines of JSON on standard output")
     parser.add_argument("-q", "--quiet", action="store_true", help="print warnings and failures only")
 
@@ -58,7 +59,8 @@ def _parser() -> argparse.ArgumentParser:
     sharpen.add_argument("--single", metavar="FILE", help="also copy all of it into one file")
     sharpen.add_argument("--single-of", metavar="FORMAT", choices=["GTiff", "COG"], default="GTiff", help="GTiff or COG (GTiff)")
     sharpen.add_argument("--single-co", metavar="NAME=VALUE", action="append", type=_name_value, default=[], help="its creation option")
-    sharpen.add_argument("--overwrite", action="store_true", help="replace the file of --single if it exists")
+    sharpen.add_argument("--overwrite", action="store_true", help="replace the file of --single if it exists, "
+                         "and files in OUT/ that no such job has made")
     sharpen.add_argument("--option", metavar="NAME=VALUE", action="append", type=_name_value, default=[],
                          help="for a pair: an option of pansharp sharpen, such as method=KOVA")
     sharpen.add_argument("--no-check", action="store_true", help="do not read all inputs first, to see whether they are what they were")
@@ -67,7 +69,6 @@ def _parser() -> argparse.ArgumentParser:
                                 "the results, OUT/batch.jsonl, are the same. OUT/summary.csv has a line for each scene.")
     batch.add_argument("scenes", nargs="+", metavar="LIST.jsonl|PRODUCT", help="lists, products, or .pansharp files")
     batch.add_argument("out", metavar="OUT/", help="the folder to write into")
-    batch.add_argument("--time-limit", metavar="SECONDS", type=float, default=0.0, help="give a scene up that takes longer (none)")
     batch.add_argument("--share", action="store_true", help="take what is fitted to the first scene that is made for all scenes after it")
     batch.add_argument("--parts-above", metavar="MEGAPIXELS", type=float, help="fuse larger pairs in parts, one "
                        "after the other; products, descriptions, formats other than GTiff and COG, and scenes with mo, srcwin, byte or preview "
@@ -86,7 +87,6 @@ def _leave_interrupts() -> None:
 @contextmanager
 def _clients(arguments: argparse.Namespace) -> Iterator[Callable[[], Any]]:
     """What makes the client; workers of this machine are started with it, and ended with the job."""
-    import dask
     import distributed
 
     from . import _connection
@@ -97,10 +97,7 @@ def _clients(arguments: argparse.Namespace) -> Iterator[Callable[[], Any]]:
     def make() -> Any:
         if arguments.scheduler:
             return _connection.connect(arguments.scheduler, arguments.patience)
-        # Each worker has one task at a time, so that one that ends takes nothing else with it.
-        with dask.config.set({"distributed.scheduler.worker-saturation": 1.0, "distributed.scheduler.allowed-failures": 1}):
-            cluster = distributed.LocalCluster(n_workers=arguments.workers, threads_per_worker=1, processes=True, host="127.0.0.1",
-                                               dashboard_address="127.0.0.1:0", worker_dashboard_address="127.0.0.1:0", silence_logs="ERROR")
+        cluster = _connection.start(arguments.workers)
         client = distributed.Client(cluster, set_as_default=False)
         opened.append(cluster)
         client.register_worker_callbacks(_leave_interrupts)
@@ -143,7 +140,8 @@ def _sharpen(arguments: argparse.Namespace, tell: Any) -> int:
     with _clients(arguments) as client:
         outcome = sharpen(client, arguments.inputs[0], arguments.inputs[1:] or None, arguments.out, part=arguments.part, co=arguments.co,
                           single=arguments.single, single_format=arguments.single_of, single_co=arguments.single_co,
-                          overwrite=arguments.overwrite, check=not arguments.no_check, limits=Limits(arguments.attempts, arguments.patience), tell=tell, **options)
+                          overwrite=arguments.overwrite, check=not arguments.no_check, time_limit=arguments.time_limit,
+                          limits=Limits(arguments.attempts, arguments.patience), tell=tell, **options)
     text = (f"{outcome.mosaic or 'no mosaic'}: {outcome.made} of {outcome.count} parts made in {outcome.seconds:.1f} s, "
             f"{outcome.count - outcome.made - len(outcome.failed)} were there, {len(outcome.failed)} failed")
     tell("end", ok=outcome.ok, mosaic=outcome.mosaic, single=outcome.single, count=outcome.count, made=outcome.made,

@@ -7,7 +7,6 @@ import io
 import json
 import os
 import pathlib
-import re
 import time
 from collections.abc import Callable, Iterator, Mapping, Sequence
 from contextlib import contextmanager
@@ -17,11 +16,11 @@ from typing import Any
 import pansharp
 
 from .. import _arrays, _options
-from . import _mosaic, _parts, _run, _scene, _store
+from . import _mosaic, _parts, _place, _run, _scene, _store
 from ._connection import Clients, Connection
 
 Entry = Any
-_RESULTS, _SHARED = "batch.jsonl", "shared.json"
+_RESULTS, _SHARED, _SUMMARY = "batch.jsonl", "shared.json", "summary.csv"
 _FITTED = "command", "ok", "method", "weights", "infrared_weight", "modulation_transfer", "gains"
 _AT_ONCE = 1e-9  # seconds
 _NOT_IN_PARTS = {"--mo", "--srcwin", "--byte", "--preview", "--preview-at"}
@@ -118,6 +117,8 @@ def batch(client: Clients, scenes: str | Sequence[str], out: str | os.PathLike[s
     if "plugin" not in options:  # each worker has its own
         texts.pop("--plugin", None)
     entries = _options.engine().batch_scenes([os.fspath(name) for name in names], texts)
+    for name, is_own in (_SUMMARY, _is_table), (_SHARED, _is_shared):
+        _place.check(os.path.join(folder, name), is_own, (), bool(options.get("overwrite")))
     book = _Book(folder, entries, tell)
     tell("start", count=len(entries), missing=len(entries), pixels=0, unit="scenes")
     work = _Work(Connection(client), folder, time_limit, book, limits, tell)
@@ -141,7 +142,7 @@ def batch(client: Clients, scenes: str | Sequence[str], out: str | os.PathLike[s
         book.close()
         work.connection.close()
     outcome = BatchOutcome([book.lines[number] for number in sorted(book.lines)], time.monotonic() - start)
-    _store.write_text(os.path.join(folder, "summary.csv"), _table(outcome.results))
+    _store.write_text(os.path.join(folder, _SUMMARY), _table(outcome.results))
     return outcome
 
 
@@ -179,33 +180,43 @@ class _Work:
     def _made_in_parts(self, entry: Entry) -> dict[str, Any]:
         """Described in a folder of its own, fused there in parts, and copied into its output."""
         list_, line, files, output, options, fault = entry
+        deadline = _run.Deadline(self.time_limit)
         began: list[float] = []
         # A run that is given up at once tells whether there is anything to do, and the scene's fingerprint.
         done = self.book.find_done(output)
         tried = self._engine(entry, _AT_ONCE, done, lambda done, _: began.append(done))
         if not began:
             return tried
-        file, own = os.path.join(self.folder, output), f"{output}.parts"
+        file, own = os.path.join(self.folder, output), os.path.abspath(os.path.join(self.folder, f"{output}.parts"))
         overwrite = "--overwrite" in options or bool(done)
-        os.makedirs(os.path.dirname(file), exist_ok=True)
-        _mosaic.check_single(file, overwrite, map(_file_of, files))
-        described = os.path.join(own, "scene.pansharp")
+        os.makedirs(own, exist_ok=True)
+        _mosaic.check_single(file, overwrite, map(_store.file_of, files))
+        described = os.path.join(own, _place.SCENE)
+        _place.begin(own, described, files, overwrite)
         kept = {key: value for key, value in options.items() if key not in ("--co", "--of")}
         result = self._engine((list_, line, files, described, {**kept, "--overwrite": []}, fault), self.time_limit, "", None)
         if result["status"] == "done":
             form, co = str(_form(entry)), options.get("--co")
-            made = _scene.sharpen(self.connection, os.path.join(self.folder, described), out=os.path.join(self.folder, own), single=file,
+            made = _scene.sharpen(self.connection, described, out=own, single=file,
                                   co=co if form == "GTiff" else None, single_format=form, single_co=co, overwrite=overwrite, check=False,
-                                  limits=self.limits, tell=lambda event, **facts: event in ("warning", "waiting") and self.tell(event, **facts))
+                                  time_limit=deadline, limits=self.limits,
+                                  tell=lambda event, **facts: event in ("warning", "waiting") and self.tell(event, **facts))
             if made.failed:
-                errors = "; ".join(f"{name}: {failure['text']}" for name, failure in made.failed.items())
-                result = {**_line(entry, errors, pansharp.__version__), "warnings": result["warnings"]}
+                result = {**_line(entry, _of_parts(made.failed), pansharp.__version__), "warnings": result["warnings"]}
         return {**result, "output": output, "fingerprint": tried["fingerprint"]}
 
     def _engine(self, entry: Entry, time_limit: float, done: str, progress: Callable[[float, float], object] | None) -> dict[str, Any]:
         with _own_plugin():
             line: dict[str, Any] = json.loads(_options.engine().batch_scene(entry, self.folder, time_limit, done, progress))
         return line
+
+
+def _of_parts(failed: Mapping[str, Mapping[str, Any]]) -> str:
+    """What is wrong with parts: each text once, with the first of them."""
+    names: dict[str, list[str]] = {}
+    for name, failure in failed.items():
+        names.setdefault(failure["text"], []).append(name)
+    return "; ".join(f"{of[0]}{f' and {len(of) - 1} more' if len(of) > 1 else ''}: {text}" for text, of in names.items())
 
 
 @contextmanager
@@ -220,14 +231,9 @@ def _own_plugin() -> Iterator[None]:
             del os.environ["PANSHARP_PLUGIN"]
 
 
-def _file_of(name: str) -> str:
-    """Without the band."""
-    return re.sub(r",band=\d+$", "", name)
-
-
 def _megapixels(entry: Entry) -> float:
     """Of the file that pan is; 0 where that is not one that can be opened."""
-    size = _store.size_of(_file_of(entry[2][0])) if len(entry[2]) > 1 else None
+    size = _store.size_of(_store.file_of(entry[2][0])) if len(entry[2]) > 1 else None
     return size[0] * size[1] / 1e6 if size else 0.0
 
 
@@ -250,6 +256,18 @@ def _sharing(folder: str, scenes: Sequence[tuple[int, Entry]], report: Mapping[s
         is_described = bool(entry[2]) and entry[2][0].lower().endswith(".pansharp")
         return not is_described and not {"--weights", "--weights-from", "--mtf", "--gains"} & set(entry[4])
     return [(number, (*entry[:4], {**entry[4], "--weights-from": [str(shared)]}, entry[5]) if takes(entry) else entry) for number, entry in scenes]
+
+
+def _is_shared(text: bytes) -> bool:
+    try:
+        found = json.loads(text)
+    except ValueError:
+        return False
+    return isinstance(found, dict) and set(found) == set(_FITTED)
+
+
+def _is_table(text: bytes) -> bool:
+    return text.startswith(_table(()).encode())
 
 
 def _table(results: Sequence[Mapping[str, Any]]) -> str:

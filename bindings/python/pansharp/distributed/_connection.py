@@ -4,10 +4,12 @@ from __future__ import annotations
 
 import asyncio
 import contextlib
+import multiprocessing
 import time
 from collections.abc import Callable
 from typing import Any, TypeVar, Union
 
+import dask
 import distributed
 
 Answer = TypeVar("Answer")
@@ -19,6 +21,21 @@ _PAUSE = 0.5
 
 class Lost(Exception):
     """The scheduler has gone, and with it all that it was handed."""
+
+
+def start(workers: int | None = None) -> distributed.LocalCluster:
+    """A scheduler and workers on this machine, one a processor or so many, as they suit long tasks that are not Python's.
+
+    Each worker has one task at a time, so that one that ends takes nothing else with it. Another one is there at once, because it comes
+    of a process that has loaded what it needs. Dask's profiler and its setting for malloc, which gives pages back after each part and
+    asks for them again, cost a tenth each. It sets these in Dask's configuration.
+    """
+    has_server = "forkserver" in multiprocessing.get_all_start_methods()
+    dask.config.set({"distributed.scheduler.worker-saturation": 1.0, "distributed.scheduler.allowed-failures": 1,
+                     "distributed.worker.profile.enabled": False, "distributed.nanny.pre-spawn-environ": {},
+                     "distributed.worker.multiprocessing-method": "forkserver" if has_server else "spawn"})
+    return distributed.LocalCluster(n_workers=workers, threads_per_worker=1, processes=True, host="127.0.0.1",
+                                    dashboard_address="127.0.0.1:0", worker_dashboard_address="127.0.0.1:0", silence_logs="CRITICAL")
 
 
 def connect(address: str, patience: float, security: Any = None, check: Callable[[], None] = lambda: None) -> distributed.Client:

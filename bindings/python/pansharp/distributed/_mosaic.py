@@ -8,10 +8,9 @@ from collections.abc import Callable, Iterable, Mapping, Sequence
 from typing import Any, NoReturn
 from xml.etree import ElementTree
 
-import pansharp
 from osgeo import gdal
 
-from . import _parts, _store
+from . import _parts, _place, _run, _store
 
 
 @_store.raising
@@ -52,7 +51,7 @@ def look(file: str, window: tuple[int, int, int, int], print_: str) -> bool | No
     return part.GetRasterBand(1).GetMaskFlags() == gdal.GMF_PER_DATASET
 
 
-def _place(description: gdal.Dataset, by: gdal.Dataset, part: _parts.Part) -> None:
+def _shift(description: gdal.Dataset, by: gdal.Dataset, part: _parts.Part) -> None:
     """Everything that counts pixels, moved from the part's corner to that of the scene."""
     if by.GetGCPCount():
         points = by.GetGCPs()
@@ -93,7 +92,7 @@ def vrt(out: str, shape: tuple[int, int], made: Mapping[_parts.Part, bool], is_c
     by = gdal.Open(_store.join(_store.join(out, "parts"), first.name))
     driver = gdal.GetDriverByName("VRT")
     description = driver.CreateCopy("", by)
-    _place(description, by, first)
+    _shift(description, by, first)
     description.SetMetadataItem(_parts.FINGERPRINT, None)
     description.FlushCache()
     root = ElementTree.fromstring(description.GetMetadata("xml:VRT")[0])
@@ -117,7 +116,7 @@ def vrt(out: str, shape: tuple[int, int], made: Mapping[_parts.Part, bool], is_c
         if mask_like is not None:
             mask_like.set("DataType", "Byte")
         mask.extend(_source(part.name, "mask,1", part, mask_like) for part in made)
-    name = _store.join(out, "mosaic.vrt")
+    name = _store.join(out, _place.MOSAIC)
     _store.write_text(name, ElementTree.tostring(root, encoding="unicode") + "\n")
     return name
 
@@ -125,7 +124,7 @@ def vrt(out: str, shape: tuple[int, int], made: Mapping[_parts.Part, bool], is_c
 def check_single(file: str, overwrite: bool, others: Iterable[str]) -> None:
     """Refuses a file that may not be written: one of the others, or one that is there. Raises pansharp.OutputError."""
     def refuse(why: str) -> NoReturn:
-        raise pansharp.OutputError(f"the output '{file}' {why}")
+        _place.refuse(file, why)
     if _store.is_remote(file):
         refuse("is not in the file system; write it there and copy it")
     target = os.path.realpath(file)
@@ -142,7 +141,7 @@ def check_single(file: str, overwrite: bool, others: Iterable[str]) -> None:
 
 
 @_store.raising
-def single(mosaic: str, file: str, form: str, co: Sequence[str], overwrite: bool, progress: Callable[[float], Any]) -> None:
+def single(mosaic: str, file: str, form: str, co: Sequence[str], overwrite: bool, progress: Callable[[float], Any], deadline: _run.Deadline) -> None:
     """Copies the mosaic into one file of that format, which appears when it is complete. Raises OSError, or pansharp.OutputError."""
     options = list(co)
     if form == "GTiff":
@@ -152,10 +151,11 @@ def single(mosaic: str, file: str, form: str, co: Sequence[str], overwrite: bool
     gdal.SetConfigOption("GDAL_TIFF_INTERNAL_MASK", "YES")
     try:
         with _store.beside(os.path.realpath(file)) as new:
-            gdal.Translate(new, mosaic, format=form, creationOptions=options, callback=lambda done, *_: progress(done) or 1)
+            gdal.Translate(new, mosaic, format=form, creationOptions=options, callback=lambda done, *_: progress(done) or deadline.left() >= 0)
             check_single(file, overwrite, ())  # it may have come meanwhile
             os.replace(new, os.path.realpath(file))
     except (RuntimeError, OSError) as error:
+        deadline.check()
         raise OSError(f"'{file}' cannot be written: {error}") from error
     finally:
         gdal.SetConfigOption("GDAL_TIFF_INTERNAL_MASK", internal)

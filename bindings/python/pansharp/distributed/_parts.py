@@ -17,7 +17,7 @@ from typing import Any
 import distributed
 import pansharp
 
-from . import _store
+from . import _run, _store
 
 FINGERPRINT = "PANSHARP_PART"
 """Entry of a part's metadata: what it was made from and how."""
@@ -98,10 +98,11 @@ def fingerprint(scene: str, co: Sequence[str]) -> str:
 
 def failure(error: Exception) -> dict[str, Any]:
     """What went wrong as plain data, and whether another try may help."""
-    kind = ("output" if isinstance(error, (pansharp.OutputError, OSError)) else "input" if isinstance(error, pansharp.InputError) else
-            "arguments" if isinstance(error, (pansharp.ArgumentError, TypeError, ValueError)) else "other")
+    kinds: dict[str, Any] = {"late": _run.Late, "output": (pansharp.OutputError, OSError), "input": pansharp.InputError,
+                             "arguments": (pansharp.ArgumentError, TypeError, ValueError), "other": Exception}
+    kind = next(kind for kind, types in kinds.items() if isinstance(error, types))
     items = [vars(item) for item in getattr(error, "items", ())]
-    return {"kind": kind, "text": str(error), "items": items, "again": kind != "arguments"}
+    return {"kind": kind, "text": str(error), "items": items, "again": kind not in ("arguments", "late")}
 
 
 def worker_address() -> str | None:
@@ -112,8 +113,12 @@ def worker_address() -> str | None:
         return None
 
 
-def make(scene: str, part: Part, out: str, print_: str, co: Sequence[str], version: str) -> dict[str, Any]:
-    """Makes a part of a scene, which appears under its name when it is complete. What goes wrong is told, not raised."""
+def make(scene: str, part: Part, out: str, print_: str, co: Sequence[str], version: str, seconds: float = 0.0) -> dict[str, Any]:
+    """Makes a part of a scene, which appears under its name when it is complete. What goes wrong is told, not raised.
+
+    seconds: after which it is given up; 0 for never.
+    """
+    deadline = _run.Deadline(seconds)
     start, processor = time.time(), time.process_time()
     report: dict[str, Any] = {}
     error = None
@@ -126,7 +131,7 @@ def make(scene: str, part: Part, out: str, print_: str, co: Sequence[str], versi
                 folder = stack.enter_context(tempfile.TemporaryDirectory()) if _store.is_remote(out) else out
                 file = os.path.join(folder, part.name)
                 report = pansharp.sharpen(scene, out=file, srcwin=part.window, mo={FINGERPRINT: print_}, co=list(co) or None, threads=1,
-                                          of="GTiff", overwrite=True)
+                                          of="GTiff", overwrite=True, progress=deadline.check if seconds else None)
                 if _store.is_remote(out):
                     _store.upload(file, _store.join(out, part.name))
         except Exception as caught:  # a worker goes on with the next part

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import collections
 import contextlib
+import math
 import queue
 import signal
 import threading
@@ -13,6 +14,7 @@ from dataclasses import dataclass, field
 from typing import Any
 
 import distributed
+import pansharp
 
 from ._connection import Connection, Lost
 
@@ -39,6 +41,26 @@ class Task:
     """Workers that could not write it."""
     allowed: set[str] = field(default_factory=set)
     """Those that it waits for; empty for any."""
+
+
+class Late(pansharp.Error):
+    """A scene has taken longer than it may."""
+
+
+class Deadline:
+    """So many seconds from now; 0 for no end."""
+
+    def __init__(self, seconds: float) -> None:
+        self.seconds = seconds
+        self._end = time.monotonic() + seconds if seconds else math.inf
+
+    def left(self) -> float:
+        return self._end - time.monotonic()
+
+    def check(self, *_: Any) -> None:
+        """Raises Late when it is over. Takes what a progress function takes."""
+        if self.left() < 0:
+            raise Late(f"the scene took longer than its time limit of {self.seconds:g} s; give more with --time-limit")
 
 
 QUARANTINE = "it ended the worker that it ran on, again and again, the last time alone"
@@ -76,18 +98,34 @@ class Runner:
         self._limits = limits
         self._wanted, self._counted = 16, -_IDLE
         self._seen = 0.0  # when a task ended, or workers had some
-        self._check: Callable[[], None] = lambda: None
+        self._deadline = Deadline(0.0)
+        self._interrupted: Callable[[], None] = lambda: None
         self._waits: Callable[[str], object] = lambda text: None
 
     def run(self, tasks: Iterable[Task], done: Callable[[Task, dict[str, Any]], object],
-            retried: Callable[[Task, str], object], waits: Callable[[str], object] = lambda text: None) -> None:
+            retried: Callable[[Task, str], object], waits: Callable[[str], object] = lambda text: None,
+            deadline: Deadline = Deadline(0.0)) -> None:
         """Calls `done` once for each task with what it returned, or with {"error": …}, and `retried` for what is tried again.
 
         waits: called with what is waited for, when there is no scheduler or no worker.
+        deadline: what is not done then has failed. Where it has an end, tasks take the seconds that are left as `seconds`.
         """
-        self._seen, self._waits = time.monotonic(), waits
-        with _noting_interrupts() as self._check:
-            self._run(list(tasks), done, retried)
+        self._seen, self._waits, self._deadline = time.monotonic(), waits, deadline
+        left = {task.key: task for task in tasks}
+
+        def ended(task: Task, result: dict[str, Any]) -> None:
+            del left[task.key]
+            done(task, result)
+        with _noting_interrupts() as self._interrupted:
+            try:
+                self._run(list(left.values()), ended, retried)
+            except Late as late:
+                for task in left.values():
+                    done(task, _failed("late", str(late)))
+
+    def _check(self) -> None:
+        self._interrupted()
+        self._deadline.check()
 
     def _run(self, waiting: list[Task], done: Callable[[Task, dict[str, Any]], object], retried: Callable[[Task, str], object]) -> None:
         suspects: list[Task] = []
@@ -150,7 +188,7 @@ class Runner:
             for task in lost:
                 task.attempts -= 1
             return again + lost + list(left), killed, loss
-        except (KeyboardInterrupt, SystemExit):
+        except (KeyboardInterrupt, SystemExit, Late):
             with contextlib.suppress(Lost):
                 self._connection.ask(lambda client: client.cancel(list(running.values())))
             raise
@@ -188,8 +226,10 @@ class Runner:
     def _submit(self, task: Task, running: dict[Hashable, distributed.Future], ended: queue.Queue[Any]) -> None:
         task.allowed = set(self._connection.workers()) - task.refused_by if task.refused_by else set()
 
+        seconds = {"seconds": self._deadline.left()} if self._deadline.seconds else {}
+
         def submit(client: distributed.Client) -> distributed.Future:
-            future = client.submit(task.call, *task.arguments, pure=False, key=f"pansharp-{task.key}-{time.monotonic_ns()}",
+            future = client.submit(task.call, *task.arguments, **seconds, pure=False, key=f"pansharp-{task.key}-{time.monotonic_ns()}",
                                    workers=list(task.allowed) or None)
             future.add_done_callback(lambda future: ended.put((task, future)))
             return future

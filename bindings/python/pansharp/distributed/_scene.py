@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-import json
 import os
 import time
 import warnings
@@ -13,7 +12,8 @@ from typing import Any
 
 import pansharp
 
-from . import _mosaic, _parts, _run, _store
+from .. import _options
+from . import _mosaic, _parts, _place, _run, _store
 from ._connection import Clients, Connection
 from ._parts import Part
 
@@ -36,7 +36,7 @@ class Outcome:
     made: int = 0
     """Of them were made now; the others were there."""
     failed: dict[str, dict[str, Any]] = field(default_factory=dict)
-    """By the name of the part: "kind" (input, output, arguments, quarantine, lost, other), "text", and "items" of the engine."""
+    """By the name of the part: "kind" (input, output, arguments, quarantine, lost, late, other), "text", and "items" of the engine."""
     seconds: float = 0.0
     tasks: list[dict[str, Any]] = field(default_factory=list)
     """Of each part that was made now: name, worker, and seconds of it."""
@@ -56,7 +56,7 @@ def _is_description(pan: Files, ms: Files) -> bool:
     return ms is None and os.fspath(pan).lower().endswith(".pansharp")
 
 
-def _described(pan: Files, ms: Files, out: str, options: dict[str, Any], tell: Tell) -> str:
+def _described(pan: Files, ms: Files, out: str, options: dict[str, Any], overwrite: bool, deadline: _run.Deadline, tell: Tell) -> str:
     """The description to fuse: the one that is given, or that of the pair, in OUT."""
     if _is_description(pan, ms):
         if options:
@@ -64,9 +64,10 @@ def _described(pan: Files, ms: Files, out: str, options: dict[str, Any], tell: T
         return os.path.abspath(pan)
     if _store.is_remote(out):
         raise ValueError(f"'{out}' holds no description; write one with pansharp.sharpen(…, out='scene.pansharp') where all workers see it")
-    scene = os.path.join(os.path.abspath(out), "scene.pansharp")
+    scene = os.path.join(out, _place.SCENE)
+    _place.begin(out, scene, _options.files(pan, ms), overwrite)
     with _telling(tell):
-        pansharp.sharpen(pan, ms, scene, overwrite=True, **options)
+        pansharp.sharpen(pan, ms, scene, overwrite=True, progress=deadline.check if deadline.seconds else None, **options)
     return scene
 
 
@@ -95,14 +96,15 @@ def _size_of_parts(part: int | tuple[int, int] | None, columns: int, pan: str) -
 
 
 def _files_in(out: str, parts: Sequence[Part]) -> Iterator[str]:
-    for name in "mosaic.vrt", "report.json", *(f"parts/{part.name}" for part in parts):
+    for name in _place.MOSAIC, _place.REPORT, *(f"parts/{part.name}" for part in parts):
         yield _store.join(out, name)
 
 
 def sharpen(client: Connection | Clients, pan: Files, ms: Files = None, out: str | os.PathLike[str] = "", *,
             part: int | tuple[int, int] | None = None, co: Mapping[str, Any] | Sequence[str] | None = None,
             single: str | os.PathLike[str] | None = None, single_format: str = "GTiff", single_co: Mapping[str, Any] | Sequence[str] | None = None,
-            overwrite: bool = False, check: bool = True, limits: _run.Limits = _run.Limits(), tell: Tell = lambda event, **facts: None, **options: Any) -> Outcome:
+            overwrite: bool = False, check: bool = True, time_limit: float | _run.Deadline = 0.0,
+            limits: _run.Limits = _run.Limits(), tell: Tell = lambda event, **facts: None, **options: Any) -> Outcome:
     """Fuses a scene in parts on the workers of a client: OUT/parts/*.tif, and OUT/mosaic.vrt over them, which has the bytes of one run.
 
     What is there already from the same description, inputs, options and version is kept. What fails is named in the outcome, and the
@@ -113,13 +115,16 @@ def sharpen(client: Connection | Clients, pan: Files, ms: Files = None, out: str
     out: a folder, or, for a description, object storage by a name that GDAL writes to, such as /vsis3/bucket/scene.
     part: pixels across and down a part, or (columns, rows), multiples of 256. None: 4096, or whole rows where pan lies in strips.
     co: creation options of the parts, GeoTIFFs.
-    single: a file to copy the mosaic into, of `single_format`, GTiff or COG, with `single_co`. One that exists is replaced with `overwrite` only.
+    single: a file to copy the mosaic into, of `single_format`, GTiff or COG, with `single_co`.
+    overwrite: replace a single file that exists, and files in OUT that no such job has made.
     check: compare all bytes of the inputs with what a given description says before, and warn, as the command does.
+    time_limit: seconds after which what is not made is given up; 0 for never.
     tell: called with events, as `Seen` is.
 
     Raises pansharp.Error for a scene that cannot be opened and a single file that cannot be written, ValueError and TypeError for wrong arguments.
     """
     start = time.monotonic()
+    deadline = time_limit if isinstance(time_limit, _run.Deadline) else _run.Deadline(time_limit)
     out = os.fspath(out)
     if not out:
         raise TypeError("no folder is named; give out, where parts and mosaic go")
@@ -128,36 +133,41 @@ def sharpen(client: Connection | Clients, pan: Files, ms: Files = None, out: str
         _mosaic.check_single(os.fspath(single), overwrite, ())
     for folder in out, _store.join(out, "parts"):
         _store.make_folder(folder)
-    scene = _described(pan, ms, out, options, tell)
+    scene = _described(pan, ms, out, options, overwrite, deadline, tell)
     options_of_parts = _listed(co)
     with _telling(tell), pansharp.open(scene) as opened:
         shape = opened.shape
     size = _size_of_parts(part, shape[1], _parts.pan_of(scene))
     parts = _parts.cut(*shape, size)
+    inputs = _parts.files_of(scene)
+    _place.check_out(out, inputs, overwrite)
     if single is not None:
-        _mosaic.check_single(os.fspath(single), overwrite, [*_parts.files_of(scene), *_files_in(out, parts)])
+        _mosaic.check_single(os.fspath(single), overwrite, [*inputs, *_files_in(out, parts)])
     print_ = _parts.fingerprint(scene, options_of_parts)
     outcome = Outcome(scene, count=len(parts))
     folder = _store.join(out, "parts")
     there = _store.listing(folder)
     masks = {one: _mosaic.look(_store.join(folder, one.name), one.window, print_) if one.name in there else None for one in parts}
     missing = [one for one in parts if masks[one] is None]
+    if not overwrite:
+        _place.check_parts(_store.join(folder, one.name) for one in missing if one.name in there)
     tell("start", scene=scene, count=len(parts), missing=len(missing), pixels=sum(one.pixels for one in missing), part=list(size))
     if missing:
+        _place.write_report(out, scene, True)
         if check and _is_description(pan, ms):  # else all was read just now
             _compare(scene, tell)
-        _make(client, scene, folder, missing, (print_, options_of_parts), masks, limits, outcome, tell)
+        _make(client, scene, folder, missing, (print_, options_of_parts), masks, limits, deadline, outcome, tell)
     made = {one: mask for one, mask in masks.items() if mask is not None}
     if made:
         outcome.mosaic = _mosaic.vrt(out, shape, made, len(made) == len(parts))
         _remove_others(folder, parts)
     if single is not None and outcome.ok:
         outcome.single = os.path.abspath(single)
-        _mosaic.single(str(outcome.mosaic), outcome.single, single_format, _listed(single_co), overwrite, lambda done: tell("copied", done=done))
+        _mosaic.single(str(outcome.mosaic), outcome.single, single_format, _listed(single_co), overwrite,
+                       lambda done: tell("copied", done=done), deadline)
     outcome.seconds = time.monotonic() - start
-    _store.write_text(_store.join(out, "report.json"), json.dumps(
-        {"ok": outcome.ok, "scene": scene, "version": pansharp.__version__, "columns": shape[1], "rows": shape[0], "parts": len(parts),
-         "made": outcome.made, "failed": outcome.failed, "seconds": outcome.seconds}, indent=1) + "\n")
+    _place.write_report(out, scene, True, ok=outcome.ok, columns=shape[1], rows=shape[0], parts=len(parts), made=outcome.made,
+                        failed=outcome.failed, seconds=outcome.seconds)
     return outcome
 
 
@@ -171,7 +181,7 @@ def _compare(scene: str, tell: Tell) -> None:
 
 
 def _make(client: Connection | Clients, scene: str, folder: str, missing: list[Part], how: tuple[str, list[str]], masks: dict[Part, bool | None],
-          limits: _run.Limits, outcome: Outcome, tell: Tell) -> None:
+          limits: _run.Limits, deadline: _run.Deadline, outcome: Outcome, tell: Tell) -> None:
     print_, co = how
 
     def done(task: _run.Task, result: dict[str, Any]) -> None:
@@ -196,7 +206,7 @@ def _make(client: Connection | Clients, scene: str, folder: str, missing: list[P
     connection = client if isinstance(client, Connection) else Connection(client)
     try:
         _run.Runner(connection, limits).run([_run.Task(part, _parts.make, (scene, part, folder, print_, co, pansharp.__version__)) for part in missing],
-                                            done, retried, lambda text: tell("waiting", text=text))
+                                            done, retried, lambda text: tell("waiting", text=text), deadline)
     finally:
         if connection is not client:
             connection.close()
@@ -207,5 +217,6 @@ def _remove_others(folder: str, parts: list[Part]) -> None:
     if _store.is_remote(folder):
         return
     for name in _store.listing(folder) - {part.name for part in parts}:
-        if _parts.NAME.fullmatch(name):
-            os.unlink(os.path.join(folder, name))
+        file = os.path.join(folder, name)
+        if _parts.NAME.fullmatch(name) and not _store.is_raster_of_others(file, _parts.FINGERPRINT):
+            os.unlink(file)

@@ -5,6 +5,7 @@ from __future__ import annotations
 import contextlib
 import functools
 import os
+import re
 import shutil
 import socket
 from collections.abc import Callable, Iterator
@@ -73,6 +74,22 @@ def write_text(name: str, text: str) -> None:
         os.replace(new, name)
 
 
+@raising
+def read(name: str) -> bytes | None:
+    """All of a file; None where there is none."""
+    try:
+        if gdal.VSIStatL(name) is None or gdal.VSIStatL(name).IsDirectory():
+            return None
+        source = gdal.VSIFOpenL(name, "rb")
+    except RuntimeError:
+        return None
+    if source is None:
+        return None
+    chunks = list(iter(lambda: bytes(gdal.VSIFReadL(1, _CHUNK, source) or b""), b""))
+    gdal.VSIFCloseL(source)
+    return b"".join(chunks)
+
+
 @contextlib.contextmanager
 def beside(name: str) -> Iterator[str]:
     """Where to write a file that is moved to its place then: a hidden folder there, which says whose it is.
@@ -101,6 +118,11 @@ def _is_running(process: int) -> bool:
     except OSError:
         pass  # of another user
     return True
+
+
+def file_of(name: str) -> str:
+    """Without the band."""
+    return re.sub(r",band=\d+$", "", name)
 
 
 def is_same(file: str, other: str) -> bool:
@@ -132,6 +154,15 @@ def files_of(file: str) -> list[str]:
         return open_raster(file).GetFileList() or []
     except RuntimeError:
         return []
+
+
+@raising
+def is_raster_of_others(file: str, mark: str) -> bool:
+    """Whether it can be opened, and has no such entry in its metadata."""
+    try:
+        return gdal.Open(file).GetMetadataItem(mark) is None
+    except RuntimeError:
+        return False
 
 
 @raising

@@ -1,0 +1,97 @@
+"""What lies in the folder of a job, and whether it is the job's own. Files of others are replaced where that is asked for only."""
+
+from __future__ import annotations
+
+import hashlib
+import json
+import os
+from collections.abc import Callable, Iterable, Sequence
+from typing import Any, NoReturn
+from xml.etree import ElementTree
+
+import pansharp
+
+from . import _parts, _store
+
+SCENE, MOSAIC, REPORT = "scene.pansharp", "mosaic.vrt", "report.json"
+_KEYS = {"ok", "scene", "version", "failed"}
+
+
+def refuse(file: str, why: str) -> NoReturn:
+    raise pansharp.OutputError(f"the output '{file}' {why}")
+
+
+def _is_mosaic(text: bytes) -> bool:
+    """A VRT of nothing but parts."""
+    try:
+        names = [name.text or "" for name in ElementTree.fromstring(text).iter("SourceFilename")]
+    except ElementTree.ParseError:
+        return False
+    return bool(names) and all(os.path.dirname(name) == "parts" and _parts.NAME.fullmatch(os.path.basename(name)) for name in names)
+
+
+def _report(text: bytes) -> dict[str, Any]:
+    """That of a job; empty for anything else."""
+    try:
+        report = json.loads(text)
+    except ValueError:
+        return {}
+    return report if isinstance(report, dict) and set(report) >= _KEYS else {}
+
+
+def _digest(scene: str) -> str:
+    return hashlib.sha256(_store.read(scene) or b"").hexdigest()
+
+
+def _is_own_scene(out: str, scene: str) -> bool:
+    """One that the report says the job has made, or was about to make."""
+    report = _report(_store.read(_store.join(out, REPORT)) or b"")
+    return report.get("scene") == scene and report.get("description") in ("", _digest(scene))
+
+
+def check(file: str, is_own: Callable[[bytes], bool], inputs: Iterable[str], overwrite: bool) -> None:
+    """Refuses a file that may not be written. Raises pansharp.OutputError.
+
+    is_own: tells of the content of one that is there whether a job has made it.
+    """
+    if any(_store.is_same(file, other) for other in inputs):
+        refuse(file, "is read by the job, which would replace it; choose another folder")
+    is_there = os.path.lexists(file)
+    if is_there and not os.path.isfile(file):
+        refuse(file, "is not a file that can be replaced; choose another folder")
+    text = _store.read(file)
+    if (is_there or text is not None) and not overwrite and not is_own(text or b""):
+        refuse(file, "exists, and no job of this kind has made it; choose another folder, or allow it to be overwritten (--overwrite)")
+
+
+def check_out(out: str, inputs: Sequence[str], overwrite: bool) -> None:
+    """Refuses a folder whose mosaic, report or parts may not be written. Raises pansharp.OutputError."""
+    check(_store.join(out, MOSAIC), _is_mosaic, inputs, overwrite)
+    check(_store.join(out, REPORT), lambda text: bool(_report(text)), inputs, overwrite)
+    parts = os.path.realpath(_store.join(out, "parts"))
+    for name in inputs:
+        folder, last = os.path.split(os.path.realpath(name))
+        if folder == parts and _parts.NAME.fullmatch(last):
+            refuse(name, "is read by the job, which would replace it; choose another folder")
+
+
+def begin(out: str, scene: str, inputs: Sequence[str], overwrite: bool) -> None:
+    """Takes a folder to describe a scene in. Raises pansharp.OutputError where files of others are in the way."""
+    files = [_store.file_of(name) for name in inputs]
+    check_out(out, files, overwrite)
+    check(scene, lambda _: _is_own_scene(out, scene), files, overwrite)
+    write_report(out, scene, False)
+
+
+def check_parts(files: Iterable[str]) -> None:
+    """Refuses parts that are there and none of any job. Those that cannot be read are ours, cut short. Raises pansharp.OutputError."""
+    for file in files:
+        if _store.is_raster_of_others(file, _parts.FINGERPRINT):
+            refuse(file, "exists, and no job of this kind has made it; choose another folder, or allow it to be overwritten (--overwrite)")
+
+
+def write_report(out: str, scene: str, is_described: bool, **facts: Any) -> None:
+    """is_described: the description is complete. It is known again by its content, and as the job's own until then."""
+    _store.write_text(_store.join(out, REPORT), json.dumps(
+        {"ok": False, "scene": scene, "description": _digest(scene) if is_described else "", "version": pansharp.__version__, "failed": {}, **facts},
+        indent=1) + "\n")
