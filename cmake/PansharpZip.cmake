@@ -4,8 +4,9 @@ set(CPACK_PACKAGE_NAME pansharp)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_FILE_NAME "pansharp-${PROJECT_VERSION}-windows-x86_64")
 set(CPACK_STRIP_FILES ON)
-install(TARGETS minimal_host c_embed c_rows RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
-install(DIRECTORY "${PROJECT_SOURCE_DIR}/examples/minimal-host" "${PROJECT_SOURCE_DIR}/examples/c-embed" "${PROJECT_SOURCE_DIR}/examples/c-rows"
+install(TARGETS minimal_host c_embed c_gaps c_rows RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/examples/minimal-host" "${PROJECT_SOURCE_DIR}/examples/c-embed"
+  "${PROJECT_SOURCE_DIR}/examples/c-gaps" "${PROJECT_SOURCE_DIR}/examples/c-rows"
   DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" COMPONENT development)
 install(FILES ${HWY_LIBRARY} DESTINATION ${PANSHARP_INSTALL_FOLDER} COMPONENT development)
 # Pansharp's own licence, once there is one, and those of what is linked in, as Debian tells them.
