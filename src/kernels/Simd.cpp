@@ -12,15 +12,21 @@ namespace {
 // What lies below has no double-precision vectors or is emulated; the scalar definition is as fast.
 constexpr std::int64_t unused = HWY_SCALAR | HWY_EMU128;
 
+/// In a virtual machine the processor takes as long to answer as a small window to fuse.
+const std::vector<SimdTarget>& KnownTargets() {
+    static const std::vector<SimdTarget> known = [] {
+        std::vector<SimdTarget> targets;
+        for (const std::int64_t target : hwy::SupportedAndGeneratedTargets())
+            if ((target & unused) == 0) targets.push_back(target); // bits count from the best target up
+        targets.push_back(0);
+        return targets;
+    }();
+    return known;
+}
+
 } // namespace
 
-std::vector<SimdTarget> SimdTargets() {
-    std::vector<SimdTarget> targets;
-    for (const std::int64_t target : hwy::SupportedAndGeneratedTargets())
-        if ((target & unused) == 0) targets.push_back(target); // bits count from the best target up
-    targets.push_back(0);
-    return targets;
-}
+std::vector<SimdTarget> SimdTargets() { return KnownTargets(); }
 
 std::string SimdTargetName(SimdTarget target) {
     if (target == 0) return "scalar";
@@ -31,7 +37,7 @@ std::string SimdTargetName(SimdTarget target) {
 }
 
 SimdTarget ChosenSimdTarget() {
-    const std::vector<SimdTarget> targets = SimdTargets();
+    const std::vector<SimdTarget>& targets = KnownTargets();
     if (const char* wanted = std::getenv("PANSHARP_SIMD"))
         for (const SimdTarget target : targets)
             if (SimdTargetName(target) == wanted) return target;

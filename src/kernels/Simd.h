@@ -17,7 +17,7 @@ using SimdTarget = std::int64_t;
 [[nodiscard]] std::string SimdTargetName(SimdTarget target);
 
 /// The target in use: the best one, unless the environment variable PANSHARP_SIMD names another that can run
-/// here. In a virtual machine the processor takes as long to answer as a small window to fuse: ask once.
+/// here. The processor is asked once.
 [[nodiscard]] SimdTarget ChosenSimdTarget();
 
 /// The target of one object: the one it is given, else ChosenSimdTarget, asked whenever it is needed.

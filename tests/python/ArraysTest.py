@@ -244,7 +244,7 @@ BAD = [
     (ValueError, r"gains\[0\] has 3 items", {"gains": [(0, 1, 2)]}),
     (ValueError, "transfer is 0", {"transfer": 0}),
     (ValueError, "transfer 0.95", {"transfer": 0.95}),
-    (ValueError, "low_pass_mean is -1", {"low_pass_mean": -1}), (ValueError, "shift has 1 items", {"shift": (1,)}),
+    (ValueError, "low_pass_mean is -1", {"low_pass_mean": -1}), (ValueError, "shift has 1 items", {"shift": (1,)}), (ValueError, "or 'auto'", {"shift": "x"}),
     (ValueError, "low_pass_mean is nan", {"low_pass_mean": numpy.nan}),
     (ValueError, "the method KOVA does not compare", {"method": "KOVA", "transfer": 0.3}),
     (TypeError, "fit is 1", {"fit": 1}),

@@ -71,6 +71,8 @@ def moved(shift: Any, pan: Any, ms: Any, pixel_size: Any, offset: Any, nodata: _
             warnings.warn("the shift between pan and ms cannot be measured; it is left as it is", PansharpWarning, stacklevel=3)
             return offset, infrared_offset
         way = found[:2]
+    elif isinstance(shift, str):
+        raise ValueError(f"shift is {shift!r}; give how far ms is displaced to the right and down, or 'auto'")
     else:
         way = _checks.pair("shift", shift)
     place = tuple(at + by for at, by in zip((0.0, 0.0) if offset is None else _checks.pair("offset", offset), way))
