@@ -1,4 +1,4 @@
-# Before the packages are closed: pages compressed, and the two changelogs under Debian's names.
+# Before the packages are closed: pages compressed, and the two changelogs and the licence under Debian's names.
 function(compress file)
   execute_process(COMMAND gzip -9nf "${file}" COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
@@ -28,4 +28,8 @@ foreach(package IN LISTS packages)
  -- ${CPACK_PACKAGE_CONTACT}  ${now}
 ")
   compress("${file}")
+  if(EXISTS "${doc}/LICENSE") # Debian's name for it
+    file(COPY_FILE "${doc}/LICENSE" "${CPACK_TEMPORARY_DIRECTORY}/${package}/copyright")
+  endif()
 endforeach()
+file(REMOVE "${doc}/LICENSE")

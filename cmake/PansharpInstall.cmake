@@ -77,6 +77,7 @@ endif()
 # The pages as they lie here, so that they find each other; the manual is where man looks for it.
 install(FILES "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CHANGELOG.md" DESTINATION ${CMAKE_INSTALL_DOCDIR}
   COMPONENT runtime)
+install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime OPTIONAL)
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs" DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime
   FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.svg")
 
