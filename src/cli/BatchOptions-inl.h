@@ -48,13 +48,17 @@ constexpr bool IsIn(std::span<const std::string_view> keys, const OptionEntry& o
     return std::ranges::find(keys, option.Key()) != keys.end();
 }
 
-/// Options of the batch, and those of "sharpen" that all its scenes may have.
-template <std::size_t N>
-constexpr auto BatchOptions(const OptionEntry (&sharpen)[N]) {
-    std::array<OptionEntry, N + std::size(ownBatchOptions) - std::size(notForBatches)> all{};
-    auto* end = std::ranges::copy(ownBatchOptions, all.data()).out;
-    for (const OptionEntry& option : sharpen)
-        if (!IsIn(notForBatches, option)) *end++ = option;
+/// The options of "sharpen" without some of them, and those of another command's own before the one of this
+/// key.
+template <std::size_t N, std::size_t Without, std::size_t Own>
+constexpr auto OptionsBeside(const OptionEntry (&sharpen)[N], const std::string_view (&without)[Without],
+                             const OptionEntry (&own)[Own], std::string_view before) {
+    std::array<OptionEntry, N + Own - Without> all{};
+    auto* end = all.data();
+    for (const OptionEntry& option : sharpen) {
+        if (option.Key() == before) end = std::ranges::copy(own, end).out;
+        if (!IsIn(without, option)) *end++ = option;
+    }
     return all;
 }
 

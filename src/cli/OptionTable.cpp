@@ -2,6 +2,7 @@
 
 #include "cli/BatchOptions-inl.h"
 #include "cli/SharedOptions-inl.h"
+#include "cli/ViewOptions-inl.h"
 
 #include <algorithm>
 #include <iterator>
@@ -102,7 +103,8 @@ constexpr OptionEntry sharpenOptions[] = {
     option::help,
 };
 
-constexpr auto batchOptions = BatchOptions(sharpenOptions);
+constexpr auto batchOptions = OptionsBeside(sharpenOptions, notForBatches, ownBatchOptions, "--output");
+constexpr auto viewOptions = OptionsBeside(sharpenOptions, notForViews, ownViewOptions, "--threads");
 
 constexpr OptionEntry infoOptions[] = {option::method,   option::infrared, bandsOption,      rgbOption,
                                        option::bitDepth, scaleOption,      sameCornerOption, option::noData,
@@ -155,37 +157,6 @@ constexpr OptionEntry compareOptions[] = {
     noDataOfAllOption,
     noNoDataOfAllOption,
     jsonOption,
-    pluginOption,
-    option::help,
-};
-
-constexpr OptionEntry viewOptions[] = {
-    option::method,
-    option::weights,
-    option::weightsFrom,
-    option::infrared,
-    option::infraredWeight,
-    option::transfer,
-    option::gains,
-    bandsOption,
-    rgbOption,
-    resamplingOption,
-    option::bitDepth,
-    option::projwin,
-    option::bbox,
-    scaleOption,
-    sameCornerOption,
-    shiftOption,
-    option::noData,
-    noNoDataOption,
-    {{"--port", "N", "8017, or any that is free", runHeading, "port to serve at"}, ReadPort},
-    {{"--listen", "ADDRESS", "127.0.0.1", runHeading,
-      "address to serve at, in digits. Any but that of this machine alone (127.0.0.1, ::1) shows the scene "
-      "to everybody who reaches it: nobody is asked for a password, and nothing is encrypted"},
-     SetText<&Arguments::listen>},
-    {{"--open", "", "", runHeading, "open the page in the browser"}, SetFlag<&Arguments::opensBrowser>},
-    threadsOption,
-    option::simd,
     pluginOption,
     option::help,
 };

@@ -1,3 +1,5 @@
+#include "support/RasterFiles.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -8,8 +10,8 @@
 
 /// The committed manual is the one that the table of options makes now.
 TEST(ManualText, InTheDocsIsCurrent) {
-    const std::filesystem::path made = testing::TempDir() + "manual_text";
-    std::filesystem::create_directories(made);
+    const testfiles::Folder folder;
+    const std::filesystem::path& made = folder.path;
     ASSERT_EQ(std::system(("'" PANSHARP_MANUAL_TOOL "' docs '" + made.string() + "'").c_str()), 0);
     const auto read = [](const std::filesystem::path& name) {
         std::ifstream file(name, std::ios::binary);

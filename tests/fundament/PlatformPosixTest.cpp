@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <fstream>
 #include <poll.h>
 #include <pty.h>
 #include <sys/wait.h>
@@ -18,14 +17,10 @@ namespace {
 
 using namespace KOVA::Tessara::Fundament;
 
-std::string ExistingFile() {
-    static const std::string file = testing::TempDir() + "fundament_asked_" + support::ProcessNumber();
-    std::ofstream{file};
-    return file;
+int Overwrite() { return ConfirmOverwrite(support::ExistingFile(), false); }
+int OverwriteOrAppend() {
+    return static_cast<int>(ConfirmOverwriteOrAppend(support::ExistingFile(), false, false));
 }
-
-int Overwrite() { return ConfirmOverwrite(ExistingFile(), false); }
-int OverwriteOrAppend() { return static_cast<int>(ConfirmOverwriteOrAppend(ExistingFile(), false, false)); }
 int SurvivingOverwrite() {
     std::signal(SIGINT, [](int) {});
     return Overwrite();

@@ -6,19 +6,12 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <thread>
 #include <windows.h>
 
 namespace {
 
 using namespace KOVA::Tessara::Fundament;
-
-std::string ExistingFile() {
-    static const std::string file = testing::TempDir() + "fundament_asked_" + support::ProcessNumber();
-    std::ofstream{file};
-    return file;
-}
 
 // Standard input is another one, as long as this lives.
 class Input {
@@ -63,7 +56,7 @@ TEST(PlatformWindows, TakesOneKey) {
             for (std::size_t i = 0; !stop.stop_requested(); ++i, Sleep(50))
                 Press(console, keys[std::min(i, keys.size() - 1)]);
         });
-        const std::string file = ExistingFile();
+        const std::string file = support::ExistingFile();
         EXPECT_EQ(append ? static_cast<int>(ConfirmOverwriteOrAppend(file, false, false))
                          : ConfirmOverwrite(file, false),
                   answer);
@@ -82,7 +75,7 @@ TEST(PlatformWindows, ReadsFromPipes) {
         CloseHandle(writer);
         const Input input(reader);
         EXPECT_FALSE(IsInteractive());
-        EXPECT_EQ(ConfirmOverwrite(ExistingFile(), false), answer) << bytes;
+        EXPECT_EQ(ConfirmOverwrite(support::ExistingFile(), false), answer) << bytes;
         char left[16];
         if (!ReadFile(reader, left, sizeof left, &count, nullptr)) count = 0;
         EXPECT_EQ(std::string(left, count), rest);

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <string>
 
 #if defined(_WIN32)
@@ -32,5 +34,13 @@ struct OrdinaryUser {
     const bool root = geteuid() == 0 && seteuid(65534) == 0;
 };
 #endif
+
+/// An empty file, the same each time in this process.
+inline std::string ExistingFile() {
+    static const std::string name =
+        (std::filesystem::temp_directory_path() / ("pansharp-asked-" + ProcessNumber())).string();
+    std::ofstream{name};
+    return name;
+}
 
 } // namespace support

@@ -1,0 +1,29 @@
+// Options of "view", for OptionTable.cpp alone.
+#pragma once
+
+#include "cli/SharedOptions-inl.h"
+
+// NOLINTBEGIN(misc-definitions-in-headers): one file includes it.
+namespace cli {
+
+namespace {
+
+constexpr OptionEntry ownViewOptions[] = {
+    {{"--port", "N", "8017, or any that is free", runHeading, "port to serve at"}, ReadPort},
+    {{"--listen", "ADDRESS", "127.0.0.1", runHeading,
+      "address to serve at, in digits. Any but that of this machine alone (127.0.0.1, ::1) shows the scene "
+      "to everybody who reaches it: nobody is asked for a password, and nothing is encrypted"},
+     SetText<&Arguments::listen>},
+    {{"--open", "", "", runHeading, "open the page in the browser"}, SetFlag<&Arguments::opensBrowser>},
+};
+
+/// What speaks of an output, or of what is told of a run.
+constexpr std::string_view notForViews[] = {
+    "--output",     "--of",     "--co",     "--mo",       "--srcwin",    "--overwrite", "--preview",
+    "--preview-at", "--byte",   "--extent", "--alpha",    "--dry-run",   "--verbose",   "--quiet",
+    "--json",       "--window", "--set",    "--settings", "--status-xml"};
+
+} // namespace
+
+} // namespace cli
+// NOLINTEND(misc-definitions-in-headers)
