@@ -1,5 +1,7 @@
 #include "capi/StridedSamples.h"
 
+#include "hostkit/StridedCopy.h"
+
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -30,18 +32,10 @@ std::array<std::pair<std::ptrdiff_t, std::uint32_t>, 3> Steps(const Layout& layo
              {layout.bandStride, layout.bands}}};
 }
 
-// The samples may lie at odd addresses, so they are moved by memcpy, which compiles to a plain move.
-template <class T>
-void CopySamples(const unsigned char* source, std::ptrdiff_t sourceStride, unsigned char* target,
-                 std::ptrdiff_t targetStride, std::uint32_t count) {
-    for (std::uint32_t i = 0; i < count; ++i)
-        std::memcpy(target + static_cast<std::ptrdiff_t>(i) * targetStride,
-                    source + static_cast<std::ptrdiff_t>(i) * sourceStride, sizeof(T));
-}
-
 void CopySamples(std::uint32_t sampleBytes, const unsigned char* source, std::ptrdiff_t sourceStride,
                  unsigned char* target, std::ptrdiff_t targetStride, std::uint32_t count) {
-    const auto copy = sampleBytes == 1 ? &CopySamples<unsigned char> : &CopySamples<unsigned short>;
+    const auto copy =
+        sampleBytes == 1 ? &hostkit::CopyStrided<unsigned char> : &hostkit::CopyStrided<unsigned short>;
     copy(source, sourceStride, target, targetStride, count);
 }
 

@@ -118,6 +118,8 @@ def size(pixel_size: Any, fine: tuple[int, ...], coarse: tuple[int, ...]) -> tup
 
 
 def number(name: str, given: Any) -> float:
+    if type(given) is float and math.isfinite(given):  # most are: small calls spend their time on these checks
+        return given
     if not isinstance(given, numbers.Real):
         raise TypeError(f"{name} is {given!r}, which is not a number")
     try:
@@ -163,7 +165,7 @@ def pair(name: str, given: Any) -> tuple[float, float]:
 
 def items(name: str, given: Any, count: int | None = None) -> tuple[Any, ...]:
     unordered = isinstance(given, (str, bytes, dict, set, frozenset))
-    if unordered or not isinstance(given, Iterable) or (isinstance(given, numpy.ndarray) and given.ndim == 0):
+    if type(given) is not tuple and (unordered or not isinstance(given, Iterable) or (isinstance(given, numpy.ndarray) and given.ndim == 0)):
         raise TypeError(f"{name} is {given!r}; give a sequence of numbers")
     items = tuple(given)
     if not items or (count is not None and len(items) != count):

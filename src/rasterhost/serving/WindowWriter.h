@@ -1,10 +1,10 @@
 #pragma once
 
+#include "hostkit/StridedCopy.h"
 #include "imagery/OutputRow.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <span>
 #include <vector>
 
@@ -42,12 +42,10 @@ private:
         T* made = IsAsMade(first) ? reinterpret_cast<T*>(first) : row.data();
         imagery::MakeOutputRow(static_cast<const T*>(fused), valid, columns, rules, made, tally);
         for (std::size_t i = 0; made == row.data() && i < bands.size(); ++i) {
-            unsigned char* out = first + static_cast<std::ptrdiff_t>(i) * target.bandStride;
-            const T* in = row.data() + bands[i];
-            for (std::uint32_t column = 0; column < columns; ++column, in += rules.GetFileBands()) {
-                std::memcpy(out, in, sizeof(T));
-                out += target.pixelStride;
-            }
+            const auto* in = reinterpret_cast<const unsigned char*>(row.data() + bands[i]);
+            hostkit::CopyStrided<T>(in, static_cast<std::ptrdiff_t>(rules.GetFileBands() * sizeof(T)),
+                                    first + static_cast<std::ptrdiff_t>(i) * target.bandStride,
+                                    target.pixelStride, columns);
         }
     }
 

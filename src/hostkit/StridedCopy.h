@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+
+namespace hostkit {
+
+/// Samples of type T from one place to another, strides in bytes and of any sign; neither place need be
+/// aligned. Memory that overlaps must not be given.
+template <class T>
+void CopyStrided(const unsigned char* source, std::ptrdiff_t sourceStride, unsigned char* target,
+                 std::ptrdiff_t targetStride, std::size_t count) {
+    constexpr auto one = static_cast<std::ptrdiff_t>(sizeof(T)), four = 4 * one;
+    // memcpy compiles to a plain move. With strides that the compiler knows, of the usual four bands, it
+    // makes vectors of them.
+    const auto copy = [&](std::ptrdiff_t from, std::ptrdiff_t to) {
+        for (std::size_t i = 0; i < count; ++i)
+            std::memcpy(target + static_cast<std::ptrdiff_t>(i) * to,
+                        source + static_cast<std::ptrdiff_t>(i) * from, sizeof(T));
+    };
+    if (sourceStride == four && targetStride == one)
+        copy(four, one);
+    else if (sourceStride == one && targetStride == four)
+        copy(one, four);
+    else
+        copy(sourceStride, targetStride);
+}
+
+} // namespace hostkit
