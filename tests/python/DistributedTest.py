@@ -2,6 +2,7 @@
 
 import fcntl
 import filecmp
+import http.server
 import json
 import os
 import resource
@@ -10,6 +11,8 @@ import signal
 import socket
 import subprocess
 import sys
+import threading
+import urllib.parse
 
 import pansharp
 import pytest
@@ -166,6 +169,62 @@ def test_the_command_outlives_its_scheduler(scene, tmp_path):
             process.wait()
     pansharp.sharpen(scene, out="whole.tif")
     assert facts("job/mosaic.vrt") == facts("whole.tif")
+
+
+class Objects(http.server.BaseHTTPRequestHandler):
+    """As much of object storage as GDAL asks for: whole puts, ranges, and lists of one folder."""
+
+    kept = {}
+
+    def log_message(self, *_):
+        pass
+
+    def answer(self, code, body=b"", **headers):
+        self.send_response(code)
+        for name, value in {"Content-Length": str(len(body)), **headers}.items():
+            self.send_header(name.replace("_", "-"), value)
+        self.end_headers()
+        self.wfile.write(b"" if self.command == "HEAD" else body)
+
+    def do_PUT(self):
+        self.kept[self.path] = self.rfile.read(int(self.headers["Content-Length"]))
+        self.answer(200)
+
+    def do_GET(self):
+        address = urllib.parse.urlsplit(self.path)
+        prefix = urllib.parse.parse_qs(address.query).get("prefix", [""])[0]
+        if address.query:
+            names = [(name[len("/bucket/"):], len(body)) for name, body in self.kept.items() if name.startswith(f"/bucket/{prefix}")]
+            items = "".join(f"<Contents><Key>{name}</Key><Size>{size}</Size></Contents>" for name, size in names if "/" not in name[len(prefix):])
+            return self.answer(200, f"<ListBucketResult><Prefix>{prefix}</Prefix>{items}</ListBucketResult>".encode())
+        body = self.kept.get(address.path)
+        if body is None:
+            return self.answer(404)
+        if "Range" not in self.headers:
+            return self.answer(200, body)
+        first, last = (int(end) for end in self.headers["Range"][len("bytes="):].split("-"))
+        self.answer(206, body[first:last + 1], Content_Range=f"bytes {first}-{min(last, len(body) - 1)}/{len(body)}")
+
+    do_HEAD = do_GET
+
+
+def test_parts_may_lie_in_object_storage(client, scene, monkeypatch):
+    with http.server.ThreadingHTTPServer(("127.0.0.1", 0), Objects) as server:
+        threading.Thread(target=server.serve_forever).start()
+        settings = {"AWS_S3_ENDPOINT": f"127.0.0.1:{server.server_port}", "AWS_HTTPS": "NO", "AWS_VIRTUAL_HOSTING": "FALSE", "AWS_ACCESS_KEY_ID": "x",
+                    "AWS_SECRET_ACCESS_KEY": "y"}
+        try:
+            for name, value in settings.items():
+                monkeypatch.setenv(name, value)
+            client.run(os.environ.update, settings)
+            made = [many.sharpen(client, scene, out="/vsis3/bucket/job", part=256).made for _ in range(2)]
+            pansharp.sharpen(scene, out="whole.tif")
+            assert made == [COUNT, 0] and facts("/vsis3/bucket/job/mosaic.vrt") == facts("whole.tif")
+            Objects.kept["/bucket/job/mosaic.vrt"] = b"of others"
+            with pytest.raises(pansharp.OutputError, match="no job"):
+                many.sharpen(client, scene, out="/vsis3/bucket/job", part=256)
+        finally:
+            server.shutdown()
 
 
 def test_a_batch_makes_what_the_command_makes_and_each_skips_what_the_other_has_made(client, scene, tmp_path):

@@ -78,6 +78,7 @@ def write_text(name: str, text: str) -> None:
 def read(name: str) -> bytes | None:
     """All of a file; None where there is none."""
     try:
+        _forget(name)
         if gdal.VSIStatL(name) is None or gdal.VSIStatL(name).IsDirectory():
             return None
         source = gdal.VSIFOpenL(name, "rb")
@@ -165,6 +166,13 @@ def is_raster_of_others(file: str, mark: str) -> bool:
         return False
 
 
+def _forget(name: str) -> None:
+    """What GDAL knows of objects whose names begin so: workers write, too."""
+    if is_remote(name):
+        gdal.VSICurlPartialClearCache(name)
+
+
 @raising
 def listing(folder: str) -> set[str]:
+    _forget(folder)
     return set(gdal.ReadDir(folder) or ())
