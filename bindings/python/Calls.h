@@ -64,6 +64,8 @@ public:
     };
 
     static bool IsEnding() { return state.isEnding; }
+    /// How often the process was forked before it came to be.
+    static unsigned Forks() { return forks; }
     /// Has the process wait for calls when it ends. To be asked once by each module.
     static void WaitAtEnd() {
         py::module_::import("atexit").attr("register")(py::cpp_function(&Calls::End));
@@ -86,7 +88,7 @@ private:
     }
 
     static inline CallState state;
-    static inline unsigned forks = 0; ///< guarded by the interpreter's lock
+    static inline std::atomic<unsigned> forks = 0;
 };
 
 } // namespace python

@@ -2,6 +2,7 @@
 // package turns what it is given into texts before it comes here, and reports into results or exceptions.
 
 #include "Calls.h"
+#include "Helper.h"
 
 #include "cli/BatchResults.h"
 #include "cli/BatchRun.h"
@@ -28,7 +29,6 @@
 #include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -38,6 +38,7 @@ namespace {
 namespace py = pybind11;
 using KOVA::Tessara::Fundament::Status;
 using python::Calls;
+using python::Helper;
 
 /// Values by the long form of an option, as `cli::CommandLine` has them.
 using Options = std::map<std::string, std::vector<std::string>, std::less<>>;
@@ -73,18 +74,18 @@ public:
         request.warn = [this](const std::string& text) { Warn(text); };
         const Calls::Running call;
         const py::gil_scoped_release released;
-        std::thread worker([&] {
-            try {
-                work(request);
-            } catch (...) {
-                failure = std::current_exception();
-            }
-            const std::lock_guard lock(mutex);
-            isDone = true;
-            changed.notify_all();
-        });
-        Listen();
-        worker.join();
+        Helper::Run(
+            [&] {
+                try {
+                    work(request);
+                } catch (...) {
+                    failure = std::current_exception();
+                }
+                const std::lock_guard lock(mutex);
+                isDone = true;
+                changed.notify_all();
+            },
+            [this] { Listen(); });
         if (thrown) std::rethrow_exception(thrown);
         if (failure) std::rethrow_exception(failure);
     }

@@ -76,9 +76,13 @@ def test_a_window_is_a_part_of_the_whole():
         with concurrent.futures.ThreadPoolExecutor(4) as readers:
             for part in readers.map(lambda row: scene.read(window=((row, row + 3), (0, 120))), range(0, 90)):
                 assert part.shape == (3, 3, 120)
-        child = multiprocessing.get_context("fork").Process(target=lambda: sys.exit(refusal(scene.read)))
+
+        def forked():
+            pansharp.sharpen(*PAIR, "forked.tif")
+            sys.exit(refusal(scene.read))
+        child = multiprocessing.get_context("fork").Process(target=forked)
         child.start()
-        child.join()
+        child.join(60)
         assert child.exitcode == 7
     assert refusal(scene.read) == 7
     with pansharp.open(*PAIR, nodata=int(whole[0, 0, 0]), method="KOVA", alpha=True) as scene:
