@@ -55,7 +55,7 @@ double ParseTransfer(const std::string& option, const std::string& text) {
 } // namespace
 
 void ReadOutput(const TypedOption& option, Arguments& to) {
-    to.output = FileName(option);
+    to.output = rasterhost::NameForGdal(FileName(option));
     if (StartsWith(to.output, "/vsimem/", false))
         throw UsageError("-o: '" + to.output + "' would be gone with this run; name a file");
 }
@@ -115,6 +115,10 @@ void ReadStatusXml(const TypedOption& option, Arguments& to) {
 void ReadOutFolder(const TypedOption& option, Arguments& to) {
     to.folder = FileName(option);
     if (to.folder.empty()) throw UsageError(option.name + ": the name of the folder is empty; give one");
+    if (StartsWith(rasterhost::NameForGdal(to.folder), "/vsi", false))
+        throw UsageError(option.name + ": '" + to.folder +
+                         "' is not in the file system, where the list of results can be added to; name a "
+                         "folder there and copy its files");
 }
 
 void ReadTimeLimit(const TypedOption& option, Arguments& to) {

@@ -109,7 +109,11 @@ std::string FormatReport(const SharpenReport& report, std::uint64_t peakMemory) 
         text += FormatString("  band %zu: %s samples at 0, %s at %u%s\n", band + 1,
                              FormatCount(lowest, Pixels(report)).c_str(),
                              FormatCount(highest, Pixels(report)).c_str(), largest,
-                             report.bitsPerSample < report.bitDepth ? ", before they are stretched" : "");
+                             band < report.stretches.size()
+                                 ? FormatString(", before they are stretched (%.0f to %.0f)",
+                                                report.stretches[band][0], report.stretches[band][1])
+                                       .c_str()
+                                 : "");
     }
     return text;
 }

@@ -71,6 +71,7 @@ void AddReport(Json& object, const SharpenReport& report) {
     for (const auto& [lowest, highest] : report.samplesAtLimits)
         limits.push_back({{"band", limits.size() + 1}, {"at_zero", lowest}, {"at_maximum", highest}});
     object["samples_at_limits"] = limits;
+    if (!report.stretches.empty()) object["stretch"] = report.stretches;
 }
 
 Json FactsObject(const ImageFacts& facts) {

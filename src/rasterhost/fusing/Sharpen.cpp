@@ -140,6 +140,7 @@ private:
         if (result.wasCancelled) return Cancel();
         if (!isDone) return false;
         report.samplesAtLimits = result.tally;
+        report.stretches = output->GetStretches();
         report.pixelsWithoutData = output->GetPixelsWithoutData();
         report.noDataValue = plan.rules.noData;
         report.noDataBy = plan.rules.noData               ? NoDataBy::Value

@@ -8,6 +8,7 @@
 #include "rasterhost/fusing/SceneFindings.h"
 #include "rasterhost/requests/Requests.h"
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -50,6 +51,7 @@ struct SharpenReport {
     double seconds = 0.0;
     /// Samples at 0 and at the largest value, for each output band.
     std::vector<std::pair<std::uint64_t, std::uint64_t>> samplesAtLimits;
+    std::vector<std::array<double, 2>> stretches; ///< of a picture: what each band was stretched from
     std::uint64_t pixelsWithoutData = 0;
     NoDataBy noDataBy = NoDataBy::None;
     std::optional<std::uint32_t> noDataValue;

@@ -34,10 +34,14 @@ std::string NameForGdal(const std::string& name) {
     return name;
 }
 
-bool IsOnNetwork(const std::string& name) {
-    constexpr const char* prefixes[] = {"/vsicurl/", "/vsicurl?", "/vsis3/",   "/vsigs/",
-                                        "/vsiaz/",   "/vsioss/",  "/vsiswift/"};
+bool IsOnObjectStorage(const std::string& name) {
+    constexpr const char* prefixes[] = {"/vsis3/", "/vsigs/", "/vsiaz/", "/vsioss/", "/vsiswift/"};
     return std::ranges::any_of(prefixes, [&](const char* prefix) { return StartsWith(name, prefix, false); });
+}
+
+bool IsOnNetwork(const std::string& name) {
+    return StartsWith(name, "/vsicurl/", false) || StartsWith(name, "/vsicurl?", false) ||
+           IsOnObjectStorage(name);
 }
 
 GDALDataset* OpenRaster(const std::string& name, bool reportsErrors) {

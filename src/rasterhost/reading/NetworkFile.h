@@ -19,6 +19,10 @@ namespace rasterhost {
 /// True for a name by which GDAL asks a server.
 [[nodiscard]] bool IsOnNetwork(const std::string& name);
 
+/// True for a name on object storage (S3 and the like), which GDAL writes to: an object appears when the
+/// whole of it has been sent.
+[[nodiscard]] bool IsOnObjectStorage(const std::string& name);
+
 /// GDALOpenEx of a raster to be read. Beside a TIFF on a server a mask and statistics are looked for, and
 /// further files only where one of these is or the TIFF does not tell its place: each name costs an answer of
 /// the server. The caller closes it.

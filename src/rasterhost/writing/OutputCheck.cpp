@@ -2,6 +2,7 @@
 
 #include "fundament/Text.h"
 #include "rasterhost/reading/FileState.h"
+#include "rasterhost/reading/NetworkFile.h"
 #include "rasterhost/requests/GdalErrors.h"
 #include "rasterhost/writing/OutputTrial.h"
 
@@ -45,10 +46,14 @@ bool CheckFormat(const OutputPlan& plan, Status& status) {
 
 bool CheckFolder(const SharpenRequest& request, const OutputPlan& plan, Status& status) {
     if (StartsWith(request.output, "/vsimem/", false)) return true;
-    std::string folder = std::filesystem::path(FollowLinks(request.output)).parent_path().string();
+    std::string folder = FolderToWorkIn(request.output);
     if (folder.empty()) folder = ".";
+    const bool isStored = IsOnObjectStorage(request.output);
     if (!LookAt(folder).isFolder)
-        return Refuse(status, FormatString("the folder '%s' of the output does not exist; make it first",
+        return Refuse(status, FormatString(isStored ? "the folder for temporary files '%s' does not exist; "
+                                                      "set TMPDIR to one that does"
+                                                    : "the folder '%s' of the output does not exist; make it "
+                                                      "first",
                                            folder.c_str()));
     std::error_code failure;
     const auto space = std::filesystem::space(folder, failure);
@@ -57,19 +62,21 @@ bool CheckFolder(const SharpenRequest& request, const OutputPlan& plan, Status& 
     if (failure || space.capacity == 0 || space.available >= needed) return true;
     constexpr double megabyte = 1e6;
     return Refuse(status,
-                  FormatString("the output '%s' takes %.0f MB and its folder has room for %.0f MB; make "
-                               "room, or write it elsewhere",
-                               request.output.c_str(), static_cast<double>(needed) / megabyte,
-                               static_cast<double>(space.available) / megabyte));
+                  FormatString("the output '%s' takes %.0f MB and the folder '%s' has room for %.0f MB; make "
+                               "room, or %s",
+                               request.output.c_str(), static_cast<double>(needed) / megabyte, folder.c_str(),
+                               static_cast<double>(space.available) / megabyte,
+                               isStored ? "set TMPDIR to a folder elsewhere" : "write it elsewhere"));
 }
 
 bool CheckName(const SharpenRequest& request, Status& status) {
     const std::string& name = request.output;
     if (name.empty()) return Refuse(status, "no output file was named");
-    if (StartsWith(name, "/vsi", false) && !StartsWith(name, "/vsimem/", false))
-        return Refuse(status,
-                      FormatString("the output '%s' is not in the file system; write it there and copy it",
-                                   name.c_str()));
+    if (StartsWith(name, "/vsi", false) && !StartsWith(name, "/vsimem/", false) && !IsOnObjectStorage(name))
+        return Refuse(status, FormatString("the output '%s' is neither in the file system nor on object "
+                                           "storage (s3://, gs://, /vsis3/, /vsigs/, /vsiaz/, /vsioss/, "
+                                           "/vsiswift/); write it there and copy it",
+                                           name.c_str()));
     RunFiles files = FilesOf(request);
     return CheckNewFile(name, "the output '" + name + "'", request.overwrite, files, status);
 }

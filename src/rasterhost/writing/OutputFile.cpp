@@ -1,6 +1,7 @@
 #include "rasterhost/writing/OutputFile.h"
 
 #include "fundament/Text.h"
+#include "rasterhost/reading/BandNames.h"
 #include "rasterhost/requests/CacheLimit.h"
 #include "rasterhost/requests/GdalErrors.h"
 #include "rasterhost/writing/Picture.h"
@@ -139,13 +140,16 @@ bool OutputFile::Copy(const std::function<bool(double)>& progress, Status& statu
     const CacheLimit cache(static_cast<std::int64_t>(std::uint64_t{2} * plan.blockRows * plan.columns *
                                                      (plan.GetPixelBytes() + 1)));
     GDALDatasetUniquePtr made(GDALDataset::Open(writtenFile.c_str(), GDAL_OF_RASTER));
-    GDALDatasetUniquePtr picture(made && plan.isPicture ? MakePicture(*made, stretched) : nullptr);
+    GDALDatasetUniquePtr picture(made && plan.isPicture ? MakePicture(*made, stretches, stretched) : nullptr);
     GDALDataset* source = plan.isPicture ? picture.get() : made.get();
     GDALDatasetUniquePtr copied(
         source ? FindDriver(plan.format.name)
                      ->CreateCopy(folder.GetFile().c_str(), source, FALSE, options.List(), report, &written)
                : nullptr);
     const bool isCopied = copied != nullptr;
+    if (char** imagery = made ? made->GetMetadata(imageryDomain) : nullptr;
+        isCopied && plan.isPicture && imagery)
+        copied->SetMetadata(imagery, imageryDomain); // GDAL copies it from files of one format only
     copied.reset();
     return (isCopied && !errors.HasFailed()) || FailToComplete(errors.Reason(), status);
 }

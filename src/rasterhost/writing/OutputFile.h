@@ -8,6 +8,7 @@
 #include "rasterhost/writing/TileWriter.h"
 #include "rasterhost/writing/WorkFolder.h"
 
+#include <array>
 #include <functional>
 #include <memory>
 #include <string>
@@ -46,6 +47,8 @@ public:
     [[nodiscard]] bool Write(OutputWindow& window, const unsigned char* valid, Status& status);
     /// Among the pixels written so far.
     [[nodiscard]] std::uint64_t GetPixelsWithoutData() const { return mask.GetPixelsWithoutData(); }
+    /// Of a picture, once it is finished: what each band was stretched from.
+    [[nodiscard]] const std::vector<std::array<double, 2>>& GetStretches() const { return stretches; }
     /// Adds the mask, copies if need be, and gives the file its name. `progress` gets the fraction done of
     /// the copying, may be empty, and cancels by returning false.
     [[nodiscard]] bool Finish(const std::function<bool(double)>& progress, Status& status);
@@ -65,6 +68,7 @@ private:
     const OutputPlan plan;
     const std::string writtenFile;
     std::string warning;
+    std::vector<std::array<double, 2>> stretches;
     OutputMask mask;
     GDALDataset* dataset = nullptr;    ///< null while `tiles` has the file, and when it is closed
     std::unique_ptr<TileWriter> tiles; ///< null when GDAL writes the pixels

@@ -81,7 +81,7 @@ void PlanTiff(const SharpenRequest& request, const Scene& scene, OutputPlan& pla
     plan.isCompressed = !EQUAL(plan.pixelOptions.FetchNameValueDef("COMPRESS", "NONE"), "NONE");
     plan.blockRows = TiffBlockRows(plan);
     // A file that is opened again has forgotten what its options say of quality and threads.
-    if (!StartsWith(request.output, "/vsi", false) && TileWriter::CanWrite(plan.pixelOptions) &&
+    if (!StartsWith(request.output, "/vsimem/", false) && TileWriter::CanWrite(plan.pixelOptions) &&
         request.windowRows % plan.blockRows == 0)
         plan.layout = {static_cast<std::uint32_t>(std::atoi(plan.pixelOptions.FetchNameValue("BLOCKXSIZE"))),
                        plan.blockRows};

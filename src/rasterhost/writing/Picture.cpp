@@ -73,8 +73,9 @@ std::vector<std::array<double, 2>> FindStretches(GDALDataset& image,
     return stretches;
 }
 
-GDALDatasetUniquePtr MakePicture(GDALDataset& image, const std::function<bool(double)>& progress) {
-    const auto stretches = FindStretches(image, progress);
+GDALDatasetUniquePtr MakePicture(GDALDataset& image, std::vector<std::array<double, 2>>& stretches,
+                                 const std::function<bool(double)>& progress) {
+    stretches = FindStretches(image, progress);
     if (stretches.empty()) return nullptr;
     CPLStringList options;
     for (const char* option :

@@ -17,8 +17,10 @@ FindStretches(GDALDataset& image, const std::function<bool(double)>& progress = 
 
 /// The image in 8 bits as something to copy, made as it is read: each band stretched from its own 2nd to its
 /// 98th percentile, 0 where there is no data. Its metadata say so. It has no scale and offset, as those
-/// of the image are not true of stretched samples. Null when that cannot be made; the image outlives it.
+/// of the image are not true of stretched samples. `stretches` are those that were found. Null when that
+/// cannot be made; the image outlives it.
 [[nodiscard]] GDALDatasetUniquePtr MakePicture(GDALDataset& image,
+                                               std::vector<std::array<double, 2>>& stretches,
                                                const std::function<bool(double)>& progress = {});
 
 } // namespace rasterhost

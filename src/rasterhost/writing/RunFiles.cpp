@@ -10,6 +10,7 @@
 
 #include <gdal_priv.h>
 
+#include <optional>
 #include <string_view>
 
 namespace rasterhost {
@@ -43,6 +44,11 @@ std::vector<std::string> FilesWithin(const std::string& name) {
     return files;
 }
 
+/// Of what lies on the network its name alone tells.
+std::optional<FileIdentity> IdentityOf(const std::string& name) {
+    return IsOnNetwork(name) ? FileIdentity{0, 0, name} : Identify(name);
+}
+
 } // namespace
 
 void RunFiles::Add(const std::string& file, const std::string& use) { Note(file, use); }
@@ -54,7 +60,7 @@ void RunFiles::AddRaster(const std::string& name, const std::string& use) {
 
 /// False when it is known already.
 bool RunFiles::Note(const std::string& file, const std::string& use) {
-    const auto identity = Identify(file);
+    const auto identity = IdentityOf(file);
     return identity && uses.emplace(*identity, use).second;
 }
 
@@ -73,7 +79,7 @@ void RunFiles::Expand(const std::string& name, const std::string& use, int level
 }
 
 std::string RunFiles::FindUse(const std::string& file) {
-    const auto identity = Identify(file);
+    const auto identity = IdentityOf(file);
     if (!identity) return {};
     if (identity->name.empty() && !rasters.empty()) {
         RegisterDrivers();

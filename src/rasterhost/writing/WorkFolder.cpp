@@ -2,10 +2,12 @@
 
 #include "fundament/Text.h"
 #include "rasterhost/reading/FileState.h"
+#include "rasterhost/reading/NetworkFile.h"
 #include "rasterhost/requests/GdalErrors.h"
 #include "rasterhost/requests/HostProcess.h"
 #include "rasterhost/writing/FileMoves.h"
 
+#include <cpl_conv.h>
 #include <cpl_vsi.h>
 
 #include <algorithm>
@@ -55,6 +57,37 @@ std::vector<std::string> ListNames(const fs::path& folder) {
     return names;
 }
 
+bool FailTaken(const std::string& name, Status& status) {
+    return Fail(status, HostStatus::OutputNotWritten,
+                "'%s' has appeared in the meantime and was left as it is; choose another name, or allow it "
+                "to be overwritten (--overwrite)",
+                name.c_str());
+}
+
+/// Sends a file to object storage. False with an item, and no object was made.
+bool Send(const std::string& from, const std::string& to, Status& status) {
+    using File = std::unique_ptr<VSILFILE, decltype(&VSIFCloseL)>;
+    constexpr std::size_t blockBytes = std::size_t{4} << 20;
+    const GdalErrors errors;
+    const File source(VSIFOpenL(from.c_str(), "rb"), &VSIFCloseL);
+    File target(source ? VSIFOpenL(to.c_str(), "wb") : nullptr, &VSIFCloseL);
+    std::vector<char> block(blockBytes);
+    std::size_t count = block.size();
+    bool isRead = source != nullptr, isSent = target != nullptr;
+    while (isRead && isSent && count == block.size()) {
+        count = VSIFReadL(block.data(), 1, block.size(), source.get());
+        isRead = count == block.size() || VSIFEofL(source.get()) != 0;
+        isSent = count == 0 || VSIFWriteL(block.data(), 1, count, target.get()) == count;
+    }
+    isSent = target && VSIFCloseL(target.release()) == 0 && isSent; // most is sent as it is closed
+    if (isRead && isSent && !errors.HasFailed()) return true;
+    if (!isRead && isSent) VSIUnlink(to.c_str());
+    return Fail(status, HostStatus::OutputNotWritten,
+                "the finished file cannot be sent to '%s'; may you write there, and are GDAL's keys for it "
+                "set?%s",
+                to.c_str(), errors.Reason().c_str());
+}
+
 /// Moves that are undone with it unless they are kept.
 class Moves {
 public:
@@ -85,15 +118,11 @@ public:
             return true;
         }
         const std::string reason = ReasonOf(errno);
-        return Fail(
-            status, HostStatus::OutputNotWritten,
-            done == MoveResult::NameIsTaken
-                ? FormatString(
-                      "'%s' has appeared in the meantime and was left as it is; choose another name, or "
-                      "allow it to be overwritten (--overwrite)",
-                      to.c_str())
-                : FormatString("the finished file '%s' cannot be moved to its name: %s", to.c_str(),
-                               reason.c_str()));
+        return done == MoveResult::NameIsTaken
+                   ? FailTaken(to, status)
+                   : Fail(status, HostStatus::OutputNotWritten,
+                          "the finished file '%s' cannot be moved to its name: %s", to.c_str(),
+                          reason.c_str());
     }
     void Keep() { steps.clear(); }
 
@@ -110,13 +139,19 @@ std::vector<std::string> NamesOfDescriptions(const std::string& name) {
     return {name + ".aux.xml", name + ".ovr", name + ".msk"};
 }
 
+std::string FolderToWorkIn(const std::string& finalName) {
+    if (!IsOnObjectStorage(finalName)) return fs::path(FollowLinks(finalName)).parent_path().string();
+    return CPLGetConfigOption("CPL_TMPDIR", CPLGetConfigOption("TMPDIR", "/tmp"));
+}
+
 WorkFolder::WorkFolder(const std::string& finalName)
     : place(StartsWith(finalName, "/vsi", false) ? finalName : FollowLinks(finalName)) {}
 
 std::unique_ptr<WorkFolder> WorkFolder::Make(const std::string& finalName, Status& status) {
     std::unique_ptr<WorkFolder> made(new WorkFolder(finalName));
     made->file = made->place;
-    return StartsWith(finalName, "/vsi", false) || made->MakeFolders(status) ? std::move(made) : nullptr;
+    const bool hasFolder = !StartsWith(finalName, "/vsi", false) || IsOnObjectStorage(finalName);
+    return !hasFolder || made->MakeFolders(status) ? std::move(made) : nullptr;
 }
 
 bool WorkFolder::MakeFolders(Status& status) {
@@ -124,12 +159,15 @@ bool WorkFolder::MakeFolders(Status& status) {
     constexpr std::size_t mostLetters = 64; // so that no name gets too long
     const std::string start =
         "." + path.stem().string().substr(0, mostLetters) + ".pansharp-" + HostName() + "-";
-    RemoveLeftovers(path.parent_path(), start);
+    const fs::path parent = FolderToWorkIn(place);
+    RemoveLeftovers(parent, start);
     std::error_code failure;
     for (unsigned number = 0;; ++number) {
-        const fs::path free = path.parent_path() / (start + FormatString("%d-%u.tmp", OwnProcess(), number));
+        const fs::path free = parent / (start + FormatString("%d-%u.tmp", OwnProcess(), number));
         if (!fs::create_directory(free, failure) && !failure) continue; // another run of this process has it
         if (!failure) folder = free.string();
+        if (!failure && IsOnObjectStorage(place)) // others may look into that for temporary files
+            fs::permissions(free, fs::perms::owner_all, failure);
         break;
     }
     for (const char* name : {newFiles, spareFiles, oldFiles})
@@ -138,9 +176,9 @@ bool WorkFolder::MakeFolders(Status& status) {
     if (!failure) fs::create_directory(file, failure); // whether there may be such a name
     std::error_code ignored;
     fs::remove(file, ignored);
-    return !failure ||
-           Fail(status, HostStatus::OutputNotCreated, "'%s' cannot be created; is its folder writable?: %s",
-                place.c_str(), failure.message().c_str());
+    return !failure || Fail(status, HostStatus::OutputNotCreated,
+                            "'%s' cannot be created; is the folder '%s' writable?: %s", place.c_str(),
+                            parent.empty() ? "." : parent.string().c_str(), failure.message().c_str());
 }
 
 WorkFolder::~WorkFolder() {
@@ -175,6 +213,26 @@ std::string WorkFolder::GetPlace(const std::string& name) const {
     return (fs::path(place).parent_path() / name).string();
 }
 
+bool WorkFolder::SendAll(const std::vector<std::string>& names, const std::vector<std::string>& stale,
+                         bool overwrite, Status& status) const {
+    std::vector<std::string> made;
+    for (const std::string& name : names) {
+        const std::string to = GetPlace(name);
+        VSICurlPartialClearCache(to.c_str());
+        const bool isThere = LookAt(to).exists;
+        if (isThere && !overwrite ? FailTaken(to, status) : Send(GetFile(name), to, status)) {
+            if (!isThere) made.push_back(to);
+            continue;
+        }
+        for (const std::string& each : made)
+            VSIUnlink(each.c_str());
+        return false;
+    }
+    for (const std::string& name : stale)
+        VSIUnlink(GetPlace(name).c_str());
+    return true;
+}
+
 bool WorkFolder::Deliver(bool overwrite, Status& status) {
     if (folder.empty()) return isDelivered = true;
     const std::string mainName = fs::path(place).filename().string();
@@ -184,7 +242,7 @@ bool WorkFolder::Deliver(bool overwrite, Status& status) {
     const auto aside = [this](const std::string& name) {
         return (fs::path(folder) / oldFiles / name).string();
     };
-    Moves moves;
+    std::vector<std::string> stale; // they describe what is replaced
     for (const std::string& described : NamesOfDescriptions(mainName)) {
         const std::string beside = GetPlace(described);
         if (std::find(names.begin(), names.end(), described) != names.end() || !LookAt(beside).exists)
@@ -194,8 +252,12 @@ bool WorkFolder::Deliver(bool overwrite, Status& status) {
                         "'%s' is there and would describe the output '%s'; remove it, choose "
                         "another name, or allow it to be overwritten (--overwrite)",
                         beside.c_str(), place.c_str());
-        if (!moves.Add(beside, aside(described), {}, false, status)) return false;
+        stale.push_back(described);
     }
+    if (IsOnObjectStorage(place)) return isDelivered = SendAll(names, stale, overwrite, status);
+    Moves moves;
+    for (const std::string& name : stale)
+        if (!moves.Add(GetPlace(name), aside(name), {}, false, status)) return false;
     for (const std::string& name : names)
         if (!moves.Add(GetFile(name), GetPlace(name), aside(name), overwrite, status)) return false;
     moves.Keep();

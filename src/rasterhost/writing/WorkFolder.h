@@ -14,6 +14,8 @@ namespace rasterhost {
 ///
 /// The folder of "scene.tif" is ".scene.pansharp-HOST-123-0.tmp", which says whose it is: what a killed run
 /// on this machine left of the same file is removed first. A link is followed: what it leads to is written.
+/// For object storage the folder is in that for temporary files (CPL_TMPDIR, else TMPDIR), and complete files
+/// are sent from there: an object appears as a whole or not at all.
 /// In GDAL's memory ("/vsimem/") there is no folder, and the file is written at its place.
 class WorkFolder {
 public:
@@ -40,18 +42,24 @@ public:
 
     /// Moves all files to their place, and takes away what lies there and described a file that is replaced.
     /// Nothing that is there is touched unless `overwrite` is set; what is replaced hands on its permissions.
-    /// False with an item, all being as it was before.
+    /// False with an item, all being as it was before; on object storage files that belonged to the main
+    /// file may have been replaced by then.
     [[nodiscard]] bool Deliver(bool overwrite, Status& status);
 
 private:
     explicit WorkFolder(const std::string& finalName);
     bool MakeFolders(Status& status);
+    bool SendAll(const std::vector<std::string>& names, const std::vector<std::string>& stale, bool overwrite,
+                 Status& status) const;
 
     std::string place;
     std::string folder; ///< empty in memory
     std::string file;
     bool isDelivered = false;
 };
+
+/// The folder of the file system in which that of a work folder is made; empty for the current one.
+[[nodiscard]] std::string FolderToWorkIn(const std::string& finalName);
 
 /// Names of the files that GDAL takes for descriptions of a raster, whatever its format: statistics,
 /// overviews, mask.

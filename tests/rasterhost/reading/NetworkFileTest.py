@@ -32,6 +32,8 @@ http {
         location /good/ { alias data/; limit_rate 2m; }
         location /seldom/ { alias data/; if ($seldom) { return 503; } }
         location /errors/ { alias data/; if ($beyond) { return 503; } }
+        location /store/ { dav_methods PUT; create_full_put_path on; }
+        location /denied/ { limit_except GET { deny all; } }
         location /drops/ { alias data/; if ($beyond) { return 444; } }
     }
 }
@@ -107,6 +109,22 @@ class NetworkFile(unittest.TestCase):
         log = pathlib.Path("access.log").read_text()
         reader, ahead = (set(re.findall(rf'(\d+) "GET /good/w_x_pan.{kind} ', log)) for kind in ("tfw", "tif"))
         self.assertTrue(reader and ahead and not reader & ahead, log)
+
+    def test_sends_whole_outputs_to_object_storage(self):
+        pair = ["data/x_pan.tif", "data/x_rgb.tif"]
+        os.mkdir("spare")
+        storage = {"AWS_S3_ENDPOINT": self.server[len("http://"):], "AWS_HTTPS": "NO", "AWS_VIRTUAL_HOSTING": "FALSE",
+                   "AWS_ACCESS_KEY_ID": "k", "AWS_SECRET_ACCESS_KEY": "s", "CPL_TMPDIR": "spare"}
+        self.assertEqual(self.sharpen(*pair, output="x.tif").returncode, 0)
+        for output, words in [("s3://store/a/x.tif", ""), ("/vsis3/store/a/x.tif", "exists; choose another name"),
+                              ("s3://denied/x.tif", "cannot be sent to '/vsis3/denied/x.tif'"),
+                              (self.server + "/store/y.tif", "neither in the file system nor on object storage")]:
+            run = self.sharpen(*pair, output=output, **storage)
+            self.assertEqual(run.returncode, 1 if words else 0, run.stderr)
+            self.assertIn(words, run.stderr)
+            self.assertFalse(os.listdir("spare"))
+        self.assertEqual(pathlib.Path("store/a/x.tif").read_bytes(), pathlib.Path("x.tif").read_bytes())
+        self.assertEqual(os.listdir("store/a"), ["x.tif"])
 
     def test_tells_what_failed_and_leaves_nothing(self):
         before = sorted(os.listdir())

@@ -14,11 +14,11 @@ TEST(Picture, IsStretchedByWhatHasData) {
         folder.Write("a.tif", {1001, 2, 1, GDT_UInt16, Grid(1.0), {}, 65000.0},
                      [](int column, int row, int) { return row == 0 ? 1000 + column : 65000; });
     GDALDatasetUniquePtr image(GDALDataset::Open(file.c_str()));
-    const auto stretches = rasterhost::FindStretches(*image);
+    std::vector<std::array<double, 2>> stretches;
+    const auto picture = rasterhost::MakePicture(*image, stretches);
+    ASSERT_TRUE(picture);
     ASSERT_EQ(stretches.size(), 1u);
     EXPECT_EQ(stretches[0], (std::array<double, 2>{1020.0, 1980.0}));
-    const auto picture = rasterhost::MakePicture(*image);
-    ASSERT_TRUE(picture);
     EXPECT_THAT(picture->GetMetadataItem("Stretch"), testing::HasSubstr("1020 to 1980"));
     std::vector<unsigned char> row(1001);
     ASSERT_EQ(picture->GetRasterBand(1)->RasterIO(GF_Read, 0, 0, 1001, 1, row.data(), 1001, 1, GDT_Byte, 0, 0,
