@@ -279,6 +279,43 @@ public:
         return py::make_tuple(found, py::make_tuple(used.collars[0], used.collars[1], used.collars[2]));
     }
 
+    /// The pair one scale down: pan, the multispectral image and the truth with bands interleaved by pixel,
+    /// the mask of each, 0 without data, and the ratios across and down.
+    [[nodiscard]] py::tuple Reduce(const std::vector<double>& transfers, double panTransfer) const {
+        const pansharp* library = Library();
+        pansharp_reduction r{};
+        r.struct_size = sizeof r;
+        SetList(transfers, r.transfers, r.transfer_count);
+        r.pan_transfer = panTransfer;
+        char error[2048];
+        Check(pansharp_reduce(library, &job, &r, error, sizeof error), error);
+        const auto image = [&](std::uint32_t rows, std::uint32_t columns, std::uint32_t count) {
+            return py::array(pan.dtype(), std::vector<std::uint32_t>{rows, columns, count});
+        };
+        const auto mask = [](std::uint32_t rows, std::uint32_t columns) {
+            return py::array_t<std::uint8_t>(std::vector<std::uint32_t>{rows, columns});
+        };
+        py::array finer = image(r.rows, r.columns, 1),
+                  truth = image(r.rows, r.columns, job.multispectral.bands),
+                  coarser = image(r.coarse_rows, r.coarse_columns, job.multispectral.bands);
+        py::array_t<std::uint8_t> finerMask = mask(r.rows, r.columns), truthMask = mask(r.rows, r.columns),
+                                  coarserMask = mask(r.coarse_rows, r.coarse_columns);
+        r.pan = finer.mutable_data();
+        r.truth = truth.mutable_data();
+        r.multispectral = coarser.mutable_data();
+        r.pan_valid = finerMask.mutable_data();
+        r.truth_valid = truthMask.mutable_data();
+        r.multispectral_valid = coarserMask.mutable_data();
+        pansharp_result result = PANSHARP_FAILED;
+        {
+            const Calls::Running call;
+            const py::gil_scoped_release released;
+            result = pansharp_reduce(library, &job, &r, error, sizeof error);
+        }
+        Check(result, error);
+        return py::make_tuple(finer, finerMask, coarser, coarserMask, truth, truthMask, r.ratio_x, r.ratio_y);
+    }
+
     /// Of an image by the pair of the job, and of bilinear upsampling: what Tell gives; then the pixels of
     /// the collars of pan and of the bands.
     [[nodiscard]] py::tuple AssessPair(const py::array& image, const Gaps& gaps,
@@ -386,5 +423,6 @@ PYBIND11_MODULE(_arrays, module) {
         .def("assess", &Job::AssessPair)
         .def("fit_weights", &Job::FitWeights)
         .def("measure_shift", &Job::MeasureShift)
+        .def("reduce", &Job::Reduce)
         .def("fuse", &Job::Fuse);
 }

@@ -54,18 +54,17 @@ void Tell(const imagery::PairIndices& found, pansharp_pair_quality& quality) {
                found.hqnr};
 }
 
-/// The blur that is given for the bands of a job.
-bool ReadBlur(const pansharp_pair_assessment& a, std::uint32_t bands, imagery::SensorBlur& blur,
-              Status& status) {
-    if (a.transfers ? a.transfer_count == 0 : a.transfer_count != 0)
-        return Refuse(status, "assessment.transfers and transfer_count: give both, or neither for 0.3");
-    if (a.transfers) blur.multispectral.assign(a.transfers, a.transfers + a.transfer_count);
-    if (a.pan_transfer != 0.0) blur.pan = a.pan_transfer;
+} // namespace
+
+bool ReadBlur(const double* transfers, std::uint32_t count, double panTransfer, std::uint32_t bands,
+              imagery::SensorBlur& blur, Status& status) {
+    if (transfers ? count == 0 : count != 0)
+        return Refuse(status, "transfers and transfer_count: give both, or neither for 0.3");
+    if (transfers) blur.multispectral.assign(transfers, transfers + count);
+    if (panTransfer != 0.0) blur.pan = panTransfer;
     const std::string fault = imagery::FindFault(blur, bands);
     return fault.empty() || Refuse(status, fault);
 }
-
-} // namespace
 
 pansharp_result AssessArrays(pansharp_assessment& assessment, Status& status) {
     pansharp_assessment& a = assessment;
@@ -114,7 +113,8 @@ pansharp_result AssessPairArrays(const FuseJob& job, pansharp_pair_assessment& a
     InputImage image;
     imagery::SensorBlur blur;
     if (!ReadAssessed("image", assessment.image, assessment.image_gaps, fine.bitsPerBand, image, status) ||
-        !ReadBlur(assessment, coarse.bandsPerPixel, blur, status))
+        !ReadBlur(assessment.transfers, assessment.transfer_count, assessment.pan_transfer,
+                  coarse.bandsPerPixel, blur, status))
         return PANSHARP_BAD_ARGUMENT;
     double ratio = assessment.ratio;
     if (image.info.cols != fine.cols || image.info.rows != fine.rows ||

@@ -8,6 +8,7 @@
 #include "capi/FuseJob.h"
 #include "capi/FuseRows.h"
 #include "capi/JobGaps.h"
+#include "capi/ReduceArrays.h"
 #include "hostkit/MethodTable.h"
 #include "hostkit/PluginLibrary.h"
 
@@ -318,6 +319,22 @@ pansharp_result pansharp_assess_pair(const pansharp* library, const pansharp_job
             return PANSHARP_BAD_ARGUMENT;
         const pansharp_result result = capi::AssessPairArrays(checked, known, status);
         capi::GiveBack(known, *assessment);
+        return result;
+    });
+}
+
+pansharp_result pansharp_reduce(const pansharp* library, const pansharp_job* job,
+                                pansharp_reduction* reduction, char* error, size_t error_size) {
+    ErrorText text(error, error_size);
+    return RunJob(library, job, text, capi::JobUse::Pair, [&](capi::FuseJob& checked, Status& status) {
+        pansharp_reduction known;
+        if (!reduction) capi::Refuse(status, "reduction is null; give the address of a pansharp_reduction");
+        if (!reduction || !capi::TakeStructure({"reduction", offsetof(pansharp_reduction, ratio_x),
+                                                "set it to sizeof(pansharp_reduction) before the call"},
+                                               *reduction, known, status))
+            return PANSHARP_BAD_ARGUMENT;
+        const pansharp_result result = capi::ReduceArrays(checked, known, status);
+        capi::GiveBack(known, *reduction);
         return result;
     });
 }

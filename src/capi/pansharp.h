@@ -358,6 +358,33 @@ PANSHARP_API pansharp_result pansharp_assess_pair(const pansharp* library, const
                                                   pansharp_pair_assessment* assessment, char* error,
                                                   size_t error_size);
 
+/** A pair one scale down, where the truth is known: pan brought onto the pixels of the multispectral image,
+ * which is the truth, and that image made coarser by the ratio of the pair. Of a large pair some windows. */
+typedef struct pansharp_reduction {
+    size_t struct_size;           /**< to be set to sizeof(pansharp_reduction) */
+    const double* transfers;      /**< as in pansharp_pair_assessment, and the next two */
+    uint32_t transfer_count;      /**< numbers at transfers */
+    double pan_transfer;          /**< that of pan */
+    void* pan;                    /**< samples of the reduced pan. These six are packed, bands interleaved by
+                                     pixel, and all null in a call that asks for the sizes */
+    void* multispectral;          /**< samples of the reduced multispectral image */
+    void* truth;                  /**< samples of the truth */
+    uint8_t* pan_valid;           /**< a byte per pixel, 255 with data, 0 without */
+    uint8_t* multispectral_valid; /**< likewise */
+    uint8_t* truth_valid;         /**< likewise: 255 where results are to be compared */
+    uint32_t columns;        /**< found without, to be kept with room for samples: of pan and the truth */
+    uint32_t rows;           /**< likewise */
+    uint32_t coarse_columns; /**< likewise of the multispectral image */
+    uint32_t coarse_rows;    /**< likewise */
+    double ratio_x;          /**< found: width of its pixels in those of the reduced pan */
+    double ratio_y;          /**< found: their height */
+} pansharp_reduction;
+
+/** Makes what the command's "compare" fuses by each method. Of the job count pan, the multispectral image
+ * with its place, their gaps, and bits per sample. */
+PANSHARP_API pansharp_result pansharp_reduce(const pansharp* library, const pansharp_job* job,
+                                             pansharp_reduction* reduction, char* error, size_t error_size);
+
 /** Which image rows are asked of. */
 typedef enum pansharp_source {
     PANSHARP_PAN = 0,           /**< the sharp one */

@@ -152,6 +152,12 @@ TEST(FuseArrays, JudgesAnImageByItsPair) {
         found.image.rows = 699;
         EXPECT_EQ(pansharp_assess_pair(library.get(), &scene.job, &found, nullptr, 0), PANSHARP_BAD_ARGUMENT);
     }
+    pansharp_reduction reduction{};
+    reduction.struct_size = sizeof reduction;
+    ASSERT_EQ(pansharp_reduce(library.get(), &scene.job, &reduction, nullptr, 0), PANSHARP_OK);
+    EXPECT_EQ(reduction.columns * 1000 + reduction.coarse_rows, 30175u); // 350 rows at a ratio of 2
+    reduction.pan = &reduction;                                          // the others are missing
+    EXPECT_EQ(pansharp_reduce(library.get(), &scene.job, &reduction, nullptr, 0), PANSHARP_BAD_ARGUMENT);
     pansharp_shift shift{}; // noise tells none
     shift.struct_size = sizeof shift;
     ASSERT_EQ(pansharp_measure_shift(library.get(), &scene.job, &shift, nullptr, 0), PANSHARP_OK);

@@ -85,6 +85,13 @@ def test_indices_are_those_of_the_command(tmp_path):
         consistency = row.pop("consistency")
         assert row.pop("name") == name and row == {key: getattr(pair_quality, key) for key in row}
         assert [consistency[key] for key in ("ergas", "sam", "mean_q")] == [getattr(pair_quality.consistency, key) for key in ("ergas", "sam", "q")]
+    rows = json.loads(subprocess.run([os.environ["PANSHARP_COMMAND"], "compare", "pan.tif", "ms.tif", "--mtf", "0.35", "--json"], cwd=tmp_path, check=True,
+                                     capture_output=True).stdout)["entries"]
+    for weights, how in (("equal", "bilinear"), (None, "cubic")):
+        judged = pansharp.compare(PAN, MS, weights=weights, resampling=how, transfer=0.35)
+        told = {"upsampled" if row["plain"] else row["method"]: row for row in rows if row["resampling"] == how and row["weights"] in (None, weights or "fitted")}
+        assert {name: [row[key] for key in ("pixels", "ergas", "sam", "mean_q")] for name, row in told.items()} == {
+            name: [of.pixels, of.ergas, of.sam, of.q] for name, of in judged.items()}
     plain = pansharp.fuse(PAN, MS, gains=[(0, 0)] * 3, transfer=0.3, low_pass_mean=1)
     assert numpy.array_equal(pansharp.upsample(MS, PAN.shape), plain)
     holed = numpy.ma.masked_array(MS, numpy.zeros(MS.shape, bool))

@@ -31,7 +31,7 @@ from . import _arrays, _checks
 from ._checks import NoData
 from ._errors import ArgumentError, Error, InputError, Item, OutputError, PansharpWarning, warn_of_collars
 from ._options import options
-from ._pairs import Shift, measure_shift, moved
+from ._pairs import Shift, measure_shift, moved, reduce
 from ._quality import BandQuality, PairQuality, Quality, assess
 from ._scenes import Dataset, info, open, sharpen
 
@@ -272,16 +272,29 @@ def upsample(ms: numpy.typing.ArrayLike, shape: tuple[int, int], *, resampling: 
     return _run(job, (("pan", None), ("ms", ms)), result, masked, _checks.threads(threads), _checks.callback(progress), True)
 
 
-def compare(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, truth: numpy.typing.ArrayLike, *, resampling: str = "cubic",
-            bands: Sequence[int] | None = None, pixel_size: float | tuple[float, float] | None = None,
-            offset: tuple[float, float] | None = None, nodata: NoData = None, bits: int | None = None, threads: int = 0) -> dict[str, Quality]:
-    """Fuses by each method and judges the results by the truth, which has the pixels of pan and the bands of ms.
+def compare(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, truth: numpy.typing.ArrayLike | None = None, *, weights: str | None = None,
+            resampling: str = "cubic", bands: Sequence[int] | None = None, pixel_size: float | tuple[float, float] | None = None,
+            offset: tuple[float, float] | None = None, nodata: NoData = None, bits: int | None = None,
+            transfer: float | Sequence[float] | None = None, pan_transfer: float | None = None, threads: int = 0) -> dict[str, Quality]:
+    """Fuses by each method and judges the results by the truth: which method suits these images?
 
     The first entry, "upsampled", is the bands without pan. A method that fuses only the first bands is judged by those of `bands` that
     it fuses; one that fuses none of them, or needs more bands than ms has, is left out. All are judged by the same pixels: those that
-    have data in every result and in the truth. The other arguments are those of `fuse`; `pixel_size` gives the ratio for ERGAS, too.
-    Where no truth is known, ``pansharp compare`` makes one from files.
+    have data in every result and in the truth.
+
+    truth: the pixels of pan and the bands of ms. None: the pair is judged one scale down, where ms itself is the truth, as by
+        ``pansharp compare``, whose rows of fitted weights these are.
+    weights: "equal" for equal weights in the place of fitted ones.
+    transfer, pan_transfer: as in `assess`; the blur by which a pair without truth is brought one scale down.
+    The other arguments are those of `fuse`; `pixel_size` gives the ratio for ERGAS, too.
     """
+    if weights not in (None, "equal"):
+        raise ValueError(f"weights is {weights!r}; give 'equal', or None to have them fitted")
+    if truth is None:
+        reduced = reduce(pan, ms, transfer, pan_transfer, pixel_size, offset, nodata)
+        pan, ms, truth, pixel_size, offset, nodata = reduced.pan, reduced.ms, reduced.truth, reduced.pixel_size, None, None
+    elif transfer is not None or pan_transfer is not None:
+        raise TypeError("transfer and pan_transfer are of a pair without truth; leave them out, or leave truth out")
     fine, coarse, reference = (_checks.image(*of) for of in (("pan", pan, "(row, column)"), ("ms", ms, "(band, row, column)"),
                                                             ("truth", truth, "(band, row, column)")))
     _checks.same_depth(fine, ms=coarse, truth=reference)
@@ -297,7 +310,8 @@ def compare(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, truth: nump
     for method in methods():
         fused = tuple(band for band in chosen if band <= (method.fused_bands or band))
         if fused and method.minimum_bands <= coarse.shape[0]:
-            results[str(method)] = fuse(pan, ms, method, bands=fused, bits=bits, **alike), fused
+            shares = weights if method.weighs_bands else None
+            results[str(method)] = fuse(pan, ms, method, weights=shares, bands=fused, bits=bits, **alike), fused
     lost = numpy.ma.getmaskarray(truth).any(axis=0)
     if value is not None and value is not False:
         lost = lost | (reference == value).any(axis=0)

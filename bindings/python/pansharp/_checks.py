@@ -178,6 +178,11 @@ def weights(given: Any) -> tuple[float, ...]:
     return () if given is None or (isinstance(given, str) and given == "equal") else tuple(number(f"weights[{i}]", item) for i, item in enumerate(items("weights", given)))
 
 
+def transfers(given: Any) -> tuple[float, ...]:
+    """Of each band, or one for all; nothing for the usual."""
+    return () if given is None else tuple(number("transfer", item) for item in (items("transfer", given) if isinstance(given, Iterable) else (given,)))
+
+
 def gains(given: Any) -> tuple[tuple[float, float], ...]:
     return () if given is None else tuple(_gain(f"gains[{i}]", item) for i, item in enumerate(items("gains", given)))
 

@@ -60,6 +60,32 @@ def measure_shift(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, *, in
     return None if found is None else Shift(*found)
 
 
+@dataclass(frozen=True)
+class ReducedPair:
+    """A pair one scale down, whose truth is known: (band, row, column), masked where there is no data."""
+
+    pan: numpy.ma.MaskedArray
+    ms: numpy.ma.MaskedArray
+    truth: numpy.ma.MaskedArray
+    """Masked where results are not to be compared."""
+    pixel_size: tuple[float, float]
+    """Of ms in pixels of pan."""
+
+
+def reduce(pan: Any, ms: Any, transfer: Any, pan_transfer: Any, pixel_size: Any, offset: Any, nodata: _checks.NoData) -> ReducedPair:
+    """What ``pansharp compare`` fuses by each method."""
+    job = pair_job(pan, ms, pixel_size, offset, nodata)
+    fine, fine_valid, coarse, coarse_valid, truth, truth_valid, across, down = job.reduce(
+        _checks.transfers(transfer), _checks.above_zero("pan_transfer", pan_transfer, "for 0.15"))
+    return ReducedPair(_masked(fine, fine_valid), _masked(coarse, coarse_valid), _masked(truth, truth_valid), (across, down))
+
+
+def _masked(image: numpy.ndarray, valid: numpy.ndarray) -> Any:
+    """Of an image with its bands last."""
+    bands_first = numpy.moveaxis(image, -1, 0)
+    return numpy.ma.MaskedArray(bands_first, numpy.broadcast_to(valid == 0, bands_first.shape))
+
+
 def moved(shift: Any, pan: Any, ms: Any, pixel_size: Any, offset: Any, nodata: _checks.NoData, bits: Any, infrared: Any,
           infrared_pixel_size: Any, infrared_offset: Any) -> tuple[Any, Any]:
     """The offsets of ms and of the infrared band with the shift taken back, which "auto" stands for when it is to be measured."""

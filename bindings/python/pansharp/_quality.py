@@ -121,8 +121,7 @@ def _by_pair(image: Any, ours: numpy.ndarray, pan: Any, ms: Any, ratio: Any, nod
     if ours.shape != expected:
         raise ValueError(f"image has the shape {ours.shape}; it must be {expected}: the bands of ms and the pixels of pan")
     job, of_ms = pair_job(pan, ms, pixel_size, offset, nodata), _checks.nodata(nodata, fine.dtype)[1]
-    transfers = () if transfer is None else tuple(_checks.number("transfer", item) for item in numpy.atleast_1d(transfer).tolist())
-    fused, plain, collars = job.assess(ours, _checks.gaps(image, ours, of_ms, False), transfers,
+    fused, plain, collars = job.assess(ours, _checks.gaps(image, ours, of_ms, False), _checks.transfers(transfer),
                                         _checks.above_zero("pan_transfer", pan_transfer, "for 0.15"),
                                         _checks.above_zero("ratio", ratio, "for that of the pair"), threads)
     warn_of_collars((("pan", pan), ("ms", ms)), collars, 4)

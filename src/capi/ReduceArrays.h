@@ -1,0 +1,11 @@
+#pragma once
+
+#include "capi/FuseJob.h"
+
+namespace capi {
+
+/// Makes the pair of a job coarser, or finds the sizes that it would have. May throw.
+[[nodiscard]] pansharp_result ReduceArrays(const FuseJob& job, pansharp_reduction& reduction,
+                                           KOVA::Tessara::Fundament::Status& status);
+
+} // namespace capi

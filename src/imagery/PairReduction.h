@@ -1,0 +1,87 @@
+#pragma once
+
+#include "imagery/DegradedRows.h"
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace imagery {
+
+/// A pair seen by coarser sensors, so that the multispectral image is the truth that fusing it should give
+/// (docs/quality.md): pan on the multispectral grid, and the multispectral image coarser by the ratio of the
+/// pair. Along a long axis some windows of the images are joined.
+class PairReduction {
+public:
+    using RasterInfo = KOVA::Tessara::Pixmere::RasterInfo;
+
+    /// Both are described in the same units.
+    PairReduction(const RasterInfo& panInfo, const RasterInfo& multispectralInfo);
+
+    /// Why the pair cannot be reduced; empty when it can. Nothing else may be asked when it cannot.
+    [[nodiscard]] const std::string& GetObstacle() const { return obstacle; }
+
+    [[nodiscard]] double GetRatioX() const { return ratioX; }
+    [[nodiscard]] double GetRatioY() const { return ratioY; }
+    /// Size of the truth, and of pan when it is reduced.
+    [[nodiscard]] std::uint32_t GetColumns() const { return Length(across); }
+    [[nodiscard]] std::uint32_t GetRows() const { return Length(down); }
+
+    /// Multispectral pixels that are taken, and where the first of them goes in the truth.
+    struct Window {
+        hostkit::PixelRect taken;
+        std::uint32_t column = 0, row = 0;
+    };
+    [[nodiscard]] std::vector<Window> GetWindows() const;
+
+    /// Pan on the multispectral grid in a window; it has one band.
+    [[nodiscard]] DegradedRows ReducePan(RowSource& panRows, const Window& window, double transfer) const;
+    /// An image with the pixels of the truth, made coarser. No kernel reaches from one window into another.
+    [[nodiscard]] DegradedRows ReduceTruth(RowSource& truthRows, std::span<const double> transfers) const;
+
+private:
+    /// Multispectral pixels along an axis, and where they stand in the truth.
+    struct Segment {
+        std::uint32_t first = 0, end = 0;
+        std::uint32_t at = 0;
+
+        [[nodiscard]] std::uint32_t GetLength() const { return end - first; }
+    };
+    [[nodiscard]] static std::vector<Segment> Divide(std::uint32_t first, std::uint32_t end);
+    [[nodiscard]] static std::uint32_t Length(const std::vector<Segment>& segments);
+    [[nodiscard]] static quality::GaussianAxis CoarseAxis(const std::vector<Segment>& segments, double ratio,
+                                                          std::span<const double> transfers);
+
+    RasterInfo pan, multispectral;
+    double ratioX, ratioY;
+    std::vector<Segment> across, down;
+    std::string obstacle;
+};
+
+/// An image that is held in memory.
+class HeldImage final : public hostkit::ImageSource {
+public:
+    /// Its upper left corner lies at (0, 0). It has no data until it is put there.
+    HeldImage(std::string imageName, std::uint32_t columns, std::uint32_t rows, std::uint32_t bands,
+              std::uint32_t bits, double pixelWidth, double pixelHeight);
+
+    /// Puts all of an image with its upper left pixel at a place. False with an item.
+    [[nodiscard]] bool Put(RowSource& image, std::uint32_t column, std::uint32_t row, Status& status);
+
+    [[nodiscard]] const RasterInfo& GetInfo() const override { return info; }
+    [[nodiscard]] std::string GetName() const override { return name; }
+    [[nodiscard]] bool MayLackData() const override { return true; }
+    [[nodiscard]] bool Read(const hostkit::PixelRect& rect, unsigned char* out, Status& status) override;
+    [[nodiscard]] bool ReadValid(const hostkit::PixelRect& rect, const unsigned char* samples,
+                                 unsigned char* valid, Status& status) override;
+
+private:
+    std::string name;
+    RasterInfo info;
+    std::vector<unsigned short> samples;
+    std::vector<unsigned char> hasData;
+};
+
+} // namespace imagery
