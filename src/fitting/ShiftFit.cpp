@@ -14,8 +14,8 @@ using KOVA::Tessara::Fundament::Status;
 
 namespace {
 
-constexpr double reach = 2.0;      ///< of the search, in multispectral pixels
-constexpr double coarseStep = 0.5; ///< of the first look, on a grid
+constexpr double searchReach = 2.0; ///< of the search, in multispectral pixels
+constexpr double coarseStep = 0.5;  ///< of the first look, on a grid
 constexpr double finestStep = 1.0 / 128.0;
 constexpr double leastRSquared = 0.3; ///< below it the bands say nothing about where pan is
 constexpr std::size_t leastPixels = 200;
@@ -29,7 +29,7 @@ struct Window {
         block.pan = {};
         block.panUsable = {};
         for (std::size_t pixel = 0; pixel < block.GetCount(); ++pixel) {
-            if (!block.usable[pixel] || !GetPan(pixel, {}, reach)) continue;
+            if (!block.usable[pixel] || !GetPan(pixel, {}, searchReach)) continue;
             pixels.push_back(pixel);
             moments.AddBands(GetSamples(pixel));
         }
@@ -79,12 +79,14 @@ struct Best {
     double rSquared = 0.0;
 };
 
-bool IsWithinReach(const Point& point) { return std::fabs(point.x) <= reach && std::fabs(point.y) <= reach; }
+bool IsWithinReach(const Point& point) {
+    return std::fabs(point.x) <= searchReach && std::fabs(point.y) <= searchReach;
+}
 
 /// Looks at all places of a grid.
 Best SearchGrid(const Windows& windows) {
     Best best{{}, RSquaredAt(windows, {})};
-    constexpr int steps = static_cast<int>(reach / coarseStep);
+    constexpr int steps = static_cast<int>(searchReach / coarseStep);
     for (int row = -steps; row <= steps; ++row)
         for (int column = -steps; column <= steps; ++column) {
             const Point point{column * coarseStep, row * coarseStep};
@@ -157,7 +159,7 @@ bool FitShift(FitBlockSource& source, std::uint32_t shortSide, std::optional<Shi
     for (Window& window : windows)
         all.push_back(&window);
     const Best best = Climb(all, SearchGrid(all));
-    const bool isAtEnd = std::max(std::fabs(best.at.x), std::fabs(best.at.y)) >= reach - finestStep;
+    const bool isAtEnd = std::max(std::fabs(best.at.x), std::fabs(best.at.y)) >= searchReach - finestStep;
     if (best.rSquared < leastRSquared || isAtEnd) return true;
     shift = Shift{best.at, best.rSquared, 0, 0.0};
     MeasureSpread(windows, best, *shift);

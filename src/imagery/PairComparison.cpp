@@ -19,7 +19,7 @@ namespace {
 
 constexpr const char* assessedNames[] = {"fused", "bilinear"};
 constexpr std::size_t assessedImages = std::size(assessedNames);
-constexpr std::size_t fineRows = 256; ///< of a part
+constexpr std::size_t panRowsOfPart = 256; ///< of a part
 
 } // namespace
 
@@ -87,10 +87,10 @@ PairComparison::PairComparison(const PairView& pairView)
       atFine(std::make_unique<FineIndices>(view.fine.cols, bands)) {
     // Parts end with whole blocks of all sizes.
     const std::size_t unit = std::lcm(coarseSide, quality::blockSide);
-    const auto least = static_cast<std::size_t>(static_cast<double>(fineRows) / view.ratio);
+    const auto least = static_cast<std::size_t>(static_cast<double>(panRowsOfPart) / view.ratio);
     coarseRows = unit * std::max<std::size_t>(least / unit, 1);
     coarseParts = (view.coarse.rows + coarseRows - 1) / coarseRows;
-    fineParts = (view.fine.rows + fineRows - 1) / fineRows;
+    fineParts = (view.fine.rows + panRowsOfPart - 1) / panRowsOfPart;
 }
 
 PairComparison::~PairComparison() = default;
@@ -159,8 +159,8 @@ void PairComparison::AddCoarseRow(const Readers& readers, std::size_t at, Coarse
 std::shared_ptr<PairComparison::FineIndices> PairComparison::SeeFine(Readers& readers, std::size_t part,
                                                                      Status& status) const {
     constexpr std::size_t rowsAtOnce = 16;
-    const std::size_t first = part * fineRows;
-    const std::size_t end = std::min<std::size_t>(first + fineRows, view.fine.rows);
+    const std::size_t first = part * panRowsOfPart;
+    const std::size_t end = std::min<std::size_t>(first + panRowsOfPart, view.fine.rows);
     auto found = std::make_shared<FineIndices>(view.fine.cols, bands);
     for (std::size_t top = first; top < end; top += rowsAtOnce) {
         const auto from = static_cast<std::uint32_t>(top);
