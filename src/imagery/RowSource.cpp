@@ -4,6 +4,7 @@
 #include "hostkit/SourceRaster.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace imagery {
@@ -59,7 +60,9 @@ bool UpsampledRows::Read(std::uint32_t first, std::uint32_t end, SampleRows& row
     for (std::uint32_t row = window.row0; row < window.row1; ++row) {
         const std::size_t start =
             std::size_t{row - part.row0 - first} * GetColumns() + window.col0 - part.col0;
-        Widen(opened->GetRow(row - window.row0), coarse.GetInfo().bitsPerBand, reach.size() * GetBands(),
+        const unsigned char* samples = opened->GetRow(row - window.row0);
+        if (!samples) throw std::bad_alloc(); // a row of a window that is at hand fails for nothing else
+        Widen(samples, coarse.GetInfo().bitsPerBand, reach.size() * GetBands(),
               rows.samples.data() + start * GetBands());
         if (!opened->FindReach(row - window.row0, reach.data()))
             std::fill(reach.begin(), reach.end(), hostkit::Reach::All);

@@ -10,9 +10,10 @@ std::atomic<long> live{0};
 thread_local long left = -1; // allocations before the next that fails; below 0 none does
 thread_local bool goesOn = false;
 thread_local bool reached = false;
+bool (*concerned)(const void*) = nullptr;
 
-bool Fails() {
-    if (left < 0) return false;
+bool Fails(const void* caller) {
+    if (left < 0 || (concerned && !concerned(caller))) return false;
     if (left > 0) {
         --left;
         return false;
@@ -25,7 +26,7 @@ bool Fails() {
 } // namespace
 
 void* operator new(std::size_t size) {
-    void* block = Fails() ? nullptr : std::malloc(size ? size : 1);
+    void* block = Fails(__builtin_return_address(0)) ? nullptr : std::malloc(size ? size : 1);
     if (!block) throw std::bad_alloc();
     ++live;
     return block;
@@ -51,5 +52,7 @@ Fault::Fault(long allocationsBefore, Kind kind) {
 Fault::~Fault() { left = -1; }
 
 bool Fault::WasReached() { return reached; }
+
+void FailOnlyFor(bool (*isConcerned)(const void* caller)) { concerned = isConcerned; }
 
 } // namespace allocations

@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-/// This program's operator new, which the plug-in uses too: it counts, and fails when it is told to.
+/// This program's operator new, which the libraries use too: it counts, and fails when it is told to.
 namespace allocations {
 
 /// Blocks that are allocated now.
@@ -20,5 +20,9 @@ public:
 
     [[nodiscard]] static bool WasReached();
 };
+
+/// From now on those fail only that this answers true to, by the place that asks for the memory. It allocates
+/// nothing.
+void FailOnlyFor(bool (*isConcerned)(const void* caller));
 
 } // namespace allocations

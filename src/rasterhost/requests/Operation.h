@@ -17,4 +17,14 @@ void RegisterDrivers();
 /// gets the time.
 [[nodiscard]] bool RunOperation(const std::function<bool()>& operation, double& seconds, Status& status);
 
+/// The same for what else can be called, which is not copied: that would take memory before there is a guard.
+template <class Operation>
+[[nodiscard]] bool Guard(const Operation& operation, Status& status) {
+    return Guard(std::function<bool()>(std::cref(operation)), status);
+}
+template <class Operation>
+[[nodiscard]] bool RunOperation(const Operation& operation, double& seconds, Status& status) {
+    return RunOperation(std::function<bool()>(std::cref(operation)), seconds, status);
+}
+
 } // namespace rasterhost
