@@ -85,6 +85,9 @@ ProductSearch ChooseProduct(const std::string& name, std::vector<Product>& found
     if (product.fault.empty() && product.bands.empty()) product.fault = "it has no multispectral bands";
     if (product.fault.empty()) product.fault = FindNamedTwice(product);
     if (product.fault.empty()) return ProductSearch::Found;
+    if (IsOnNetwork(name) && IsMetadataName(name))
+        product.fault += "; of what lies beside '" + LastPart(name) +
+                         "' on a server only the files that it names are seen, so name the files: PAN MS ...";
     return FailSearch(status, "the product '" + (product.name.empty() ? name : product.name) + "' (" +
                                   product.kind + ") cannot be fused: " + product.fault);
 }
@@ -140,7 +143,8 @@ ProductSearch SearchProduct(const std::string& name, Product& product, Status& s
     const std::string folder = FolderPart(name).empty() ? "." : FolderPart(name);
     if (!FindAll(folder, LastPart(name), found, status)) return ProductSearch::Failed;
     // Pan and bands may lie in folders side by side, each with its metadata.
-    if (found.size() == 1 && found.front().pan.file.empty() != found.front().bands.empty()) {
+    if (!IsOnNetwork(folder) && found.size() == 1 &&
+        found.front().pan.file.empty() != found.front().bands.empty()) {
         std::vector<Product> around;
         Status ignored;
         std::error_code failure;

@@ -109,6 +109,7 @@ void ProductFiles::TakeOne(const std::string& folder, const std::string& name) {
     root = folder;
     while (root.size() > 1 && root.ends_with('/'))
         root.pop_back();
+    isListed = false;
     names = {name};
     anyCase = {{ToLower(name), name}};
 }
@@ -136,6 +137,7 @@ std::optional<std::string> ProductFiles::FindBeside(const std::string& name, con
     if (relative.empty() || ClimbsOut(relative)) return std::nullopt;
     const std::string wanted = FolderPart(name) + relative;
     if (std::binary_search(names.begin(), names.end(), wanted)) return wanted;
+    if (!isListed) return LookAt(PathOf(wanted)).isFile ? std::optional(wanted) : std::nullopt;
     const auto found = anyCase.find(ToLower(wanted));
     return found == anyCase.end() ? std::nullopt : std::optional(found->second);
 }

@@ -18,7 +18,7 @@ public:
     /// read, or when there is too much of it. Names in an archive that lead out of it are not seen, nor what
     /// is not a regular file.
     [[nodiscard]] bool List(const std::string& folderOrArchive, Status& status);
-    /// One file of a folder that cannot be listed.
+    /// One file of a folder that cannot be listed. Others are looked for by the names that it tells.
     void TakeOne(const std::string& folder, const std::string& name);
     /// A metadata file, relative to the folder, that is read however many there are.
     void Want(const std::string& name) { wantedName = name; }
@@ -28,6 +28,7 @@ public:
     /// The name as GDAL takes it.
     [[nodiscard]] std::string PathOf(const std::string& name) const { return root + "/" + name; }
     [[nodiscard]] bool IsOfArchive() const { return isArchive; }
+    [[nodiscard]] bool IsListed() const { return isListed; }
     /// A file beside another one, in whatever letter case; none where there is no such file, or the name
     /// leads out of the folder.
     [[nodiscard]] std::optional<std::string> FindBeside(const std::string& name,
@@ -48,6 +49,7 @@ private:
     std::map<std::string, std::string> anyCase; ///< the names by themselves in small letters
     mutable std::size_t filesRead = 0;
     bool isArchive = false;
+    bool isListed = true;
 };
 
 /// True for the name of an archive that GDAL reads, by its ending.

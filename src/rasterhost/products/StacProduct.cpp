@@ -17,7 +17,9 @@ namespace {
 std::string PathOfAddress(const ProductFiles& files, const std::string& item, const std::string& address) {
     if (std::string name = NameForGdal(address); name != address) return name;
     if (address.find("://") != std::string::npos || StartsWith(address, "/vsi", true)) return {};
-    if (const auto beside = files.FindBeside(item, address)) return files.PathOf(*beside);
+    // What is on a server is asked for as it is opened.
+    const auto beside = files.IsListed() ? files.FindBeside(item, address) : std::nullopt;
+    if (beside) return files.PathOf(*beside);
     if (files.IsOfArchive() || address.empty()) return {};
     return address.starts_with('/') ? address : files.PathOf(FolderPart(item) + address);
 }

@@ -105,6 +105,11 @@ class NetworkFile(unittest.TestCase):
                 # What is read ahead is read once: by fits and windows alike.
                 sent = sum(int(size) for size in re.findall(r" 206 (\d+) ", log))
                 self.assertLess(sent, 1.2 * sum(file.stat().st_size for file in pathlib.Path("data").glob("x*.tif")))
+        # A server lists no folder: metadata name the files.
+        pathlib.Path("data/x_MTL.txt").write_text("GROUP = A\nPROCESSING_LEVEL = L1TP\nSPACECRAFT_ID = LANDSAT_8\n"
+                                                  "FILE_NAME_BAND_8 = x_pan.tif\nFILE_NAME_BAND_4 = x_rgb.tif\nEND_GROUP = A\n")
+        run = self.sharpen(self.server + "/good/x_MTL.txt", output="mtl.tif")
+        self.assertIn("1 red 0.655 µm x_rgb.tif", run.stdout, run.stderr)
         # All pixels come by connections other than that of the thread that opens files and reads.
         log = pathlib.Path("access.log").read_text()
         reader, ahead = (set(re.findall(rf'(\d+) "GET /good/w_x_pan.{kind} ', log)) for kind in ("tfw", "tif"))
