@@ -3,7 +3,6 @@
 #include "fundament/Text.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstring>
 
@@ -21,7 +20,7 @@ constexpr std::size_t mostKeys = 10000; // of an object: each new one is compare
 void CheckBounds(const std::string& text) {
     int level = 0;
     std::size_t values = 0;
-    std::array<std::size_t, mostLevels + 1> keys{}; // of the objects that are open
+    std::vector<std::size_t> keys(mostLevels + 1); // of the objects that are open
     bool isQuoted = false;
     for (std::size_t at = 0; at < text.size(); ++at) {
         const char letter = text[at];
