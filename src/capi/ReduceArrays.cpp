@@ -74,9 +74,8 @@ pansharp_result ReduceArrays(const FuseJob& job, pansharp_reduction& r, Status& 
     HeldImage truth("truth", sizes[0], sizes[1], ms.bandsPerPixel, ms.bitsPerBand, 1.0, 1.0);
     HeldImage coarse("multispectral", sizes[2], sizes[3], ms.bandsPerPixel, ms.bitsPerBand, ratioX, ratioY);
     ArraySource panSource(job.pan), multispectralSource(job.multispectral);
-    ImageRows panRows(panSource);
     for (const imagery::PairReduction::Window& window : reduction.GetWindows()) {
-        imagery::DegradedRows seen = reduction.ReducePan(panRows, window, blur.pan);
+        imagery::DegradedRows seen = reduction.ReducePan(panSource, window, blur.pan);
         ImageRows taken(multispectralSource, window.taken);
         if (!pan.Put(seen, window.column, window.row, status) ||
             !truth.Put(taken, window.column, window.row, status))

@@ -1,6 +1,7 @@
 #include "imagery/DegradedRows.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace imagery {
@@ -8,65 +9,53 @@ namespace imagery {
 using KOVA::Tessara::Pixmere::RasterInfo;
 using quality::GaussianAxis;
 
-/// Has the fine rows `first` to `end` - 1 in `held`; reads those that are not there from the last time.
-bool DegradedRows::Hold(std::size_t first, std::size_t end, Status& status) {
-    const std::size_t columns = fine.GetColumns(), length = columns * fine.GetBands();
-    const auto drop = [](auto& rows, std::size_t count) {
-        rows.erase(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(count));
-    };
-    if (first < heldFirst || first > heldEnd) heldFirst = heldEnd = first;
-    held.samples.resize((heldEnd - heldFirst) * length);
-    held.valid.resize((heldEnd - heldFirst) * columns);
-    drop(held.samples, (first - heldFirst) * length);
-    drop(held.valid, (first - heldFirst) * columns);
-    heldFirst = first;
-    if (heldEnd >= end) return true;
-    if (!fine.Read(static_cast<std::uint32_t>(heldEnd), static_cast<std::uint32_t>(end), fresh, status))
-        return false;
-    held.samples.insert(held.samples.end(), fresh.samples.begin(), fresh.samples.end());
-    held.valid.insert(held.valid.end(), fresh.valid.begin(), fresh.valid.end());
-    heldEnd = end;
-    return true;
-}
-
 /// The rows of one coarse row become one with the columns of the fine image.
 void DegradedRows::MakeDown(const GaussianAxis::Taps& taps) {
-    constexpr std::size_t pixelsAtOnce = 256; // a nearer cache holds their sums
-    const std::size_t bands = GetBands(), columns = fine.GetColumns(), start = taps.first - heldFirst;
-    narrowed.assign(columns * bands, 0.0);
-    narrowedMask.assign(columns, 1);
-    for (std::size_t from = 0; from < columns; from += pixelsAtOnce) {
-        const std::size_t pixels = std::min(pixelsAtOnce, columns - from);
-        double* const sums = narrowed.data() + from * bands;
-        unsigned char* const mask = narrowedMask.data() + from;
-        for (std::size_t i = 0; i < taps.count; ++i) {
-            const std::size_t at = (start + i) * columns + from;
-            const unsigned char* valid = held.valid.data() + at;
-            const unsigned short* samples = held.samples.data() + at * bands;
-            for (std::size_t pixel = 0; pixel < pixels; ++pixel)
-                mask[pixel] = valid[pixel] != 0 ? mask[pixel] : 0;
-            if (down.IsOneForAll()) {
-                const double weight = down.GetWeights(taps, 0)[i];
-                addWeighted(samples, weight, pixels * bands, sums);
-            } else
-                for (std::size_t band = 0; band < bands; ++band) {
-                    const double weight = down.GetWeights(taps, band)[i];
-                    for (std::size_t sample = band; sample < pixels * bands; sample += bands)
-                        sums[sample] += weight * samples[sample];
-                }
+    const std::size_t bands = GetBands(), columns = fine.GetSource().GetColumns();
+    rowsOfOne.clear();
+    samplesOfOne.clear();
+    for (std::size_t i = 0; i < taps.count; ++i) {
+        rowsOfOne.push_back(fine.Get(taps.first + i));
+        samplesOfOne.push_back(rowsOfOne.back().samples);
+    }
+    narrowed.resize(columns * bands);
+    if (down.IsOneForAll())
+        sumWeighted(samplesOfOne.data(), down.GetWeights(taps, 0), taps.count, columns * bands,
+                    narrowed.data());
+    else
+        for (std::size_t band = 0; band < bands; ++band) {
+            const double* weights = down.GetWeights(taps, band);
+            for (std::size_t sample = band; sample < columns * bands; sample += bands) {
+                double sum = 0.0;
+                for (std::size_t i = 0; i < taps.count; ++i)
+                    sum += weights[i] * samplesOfOne[i][sample];
+                narrowed[sample] = sum;
+            }
         }
+    narrowedMask.clear();
+    for (const HeldRows::Row& row : rowsOfOne) {
+        if (row.isWhole) continue;
+        narrowedMask.resize(columns, 1);
+        for (std::size_t pixel = 0; pixel < columns; ++pixel)
+            narrowedMask[pixel] = row.valid[pixel] != 0 ? narrowedMask[pixel] : 0;
     }
 }
 
 /// Sums of the columns that a coarse pixel is made of; its bands are as many as a compiler knows, or `count`.
 template <std::size_t known>
 void DegradedRows::SumAcross(const GaussianAxis::Taps& taps, std::size_t count, double* out) const {
-    const std::size_t bands = known > 0 ? known : count;
-    const double* in = narrowed.data() + taps.first * bands;
-    const double* weights = across.GetWeights(taps, 0);
-    for (std::size_t i = 0; i < taps.count; ++i, in += bands)
-        for (std::size_t band = 0; band < bands; ++band)
-            out[band] += (known > 0 ? weights[i] : across.GetWeights(taps, band)[i]) * in[band];
+    const double* in = narrowed.data() + (taps.first - left) * (known > 0 ? known : count);
+    if constexpr (known > 0) {
+        const double* weights = across.GetWeights(taps, 0);
+        std::array<double, known> sums{};
+        for (std::size_t i = 0; i < taps.count; ++i, in += known)
+            for (std::size_t band = 0; band < known; ++band)
+                sums[band] += weights[i] * in[band];
+        std::copy_n(sums.begin(), known, out);
+    } else
+        for (std::size_t i = 0; i < taps.count; ++i, in += count)
+            for (std::size_t band = 0; band < count; ++band)
+                out[band] += across.GetWeights(taps, band)[i] * in[band];
 }
 
 void DegradedRows::MakeAcross(double* out, unsigned char* valid) const {
@@ -79,9 +68,11 @@ void DegradedRows::MakeAcross(double* out, unsigned char* valid) const {
                                            : &DegradedRows::SumAcross<0>;
     for (std::size_t column = 0; column < across.GetTaps().size(); ++column, out += bands) {
         const GaussianAxis::Taps& taps = across.GetTaps()[column];
-        const auto* first = narrowedMask.data() + taps.first;
-        valid[column] =
-            taps.count > 0 && std::all_of(first, first + taps.count, [](unsigned char has) { return has; });
+        const auto hasAll = [&] {
+            const auto* first = narrowedMask.data() + (taps.first - left);
+            return std::all_of(first, first + taps.count, [](unsigned char has) { return has != 0; });
+        };
+        valid[column] = taps.count > 0 && (narrowedMask.empty() || hasAll());
         if (valid[column]) (this->*sum)(taps, bands, out);
     }
 }
@@ -93,7 +84,7 @@ bool DegradedRows::ReadNumbers(std::uint32_t first, std::uint32_t end, NumberRow
     rows.valid.assign(columns * (end - first), 0);
     for (std::uint32_t top = first; top < end; top += rowsAtOnce) {
         const std::uint32_t bottom = std::min(top + rowsAtOnce, end);
-        std::size_t from = fine.GetRows(), to = 0;
+        std::size_t from = fine.GetSource().GetRows(), to = 0;
         for (std::uint32_t row = top; row < bottom; ++row) {
             const GaussianAxis::Taps& taps = down.GetTaps()[row];
             if (taps.count == 0) continue;
@@ -101,7 +92,7 @@ bool DegradedRows::ReadNumbers(std::uint32_t first, std::uint32_t end, NumberRow
             to = std::max(to, taps.first + taps.count);
         }
         if (from >= to) continue;
-        if (!Hold(from, to, status)) return false;
+        if (!fine.Hold(from, to, status)) return false;
         for (std::uint32_t row = top; row < bottom; ++row) {
             const GaussianAxis::Taps& taps = down.GetTaps()[row];
             if (taps.count == 0) continue;
@@ -122,14 +113,13 @@ bool DegradedRows::Read(std::uint32_t first, std::uint32_t end, SampleRows& rows
     return true;
 }
 
-DegradedRows DegradeOnto(RowSource& fineRows, const RasterInfo& fine, const RasterInfo& coarse,
-                         const hostkit::PixelRect& part, std::span<const double> transfers) {
+DegradedAxes AxesOnto(const RasterInfo& fine, const RasterInfo& coarse, const hostkit::PixelRect& part,
+                      std::span<const double> transfers) {
     const double stepX = coarse.pixelSizeX / fine.pixelSizeX;
     const double stepY = coarse.pixelSizeY / fine.pixelSizeY;
     const double left = (coarse.xMin - fine.xMin) / fine.pixelSizeX + part.col0 * stepX;
     const double top = (fine.yMax - coarse.yMax) / fine.pixelSizeY + part.row0 * stepY;
-    return {fineRows,
-            GaussianAxis(GaussianAxis::Regular(part.GetColumns(), stepX, left, fine.cols), stepX, transfers),
+    return {GaussianAxis(GaussianAxis::Regular(part.GetColumns(), stepX, left, fine.cols), stepX, transfers),
             GaussianAxis(GaussianAxis::Regular(part.GetRows(), stepY, top, fine.rows), stepY, transfers)};
 }
 

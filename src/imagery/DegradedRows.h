@@ -1,10 +1,11 @@
 #pragma once
 
-#include "imagery/RowSource.h"
+#include "imagery/HeldRows.h"
 #include "kernels/SumRow.h"
 #include "quality/GaussianAxis.h"
 
 #include <span>
+#include <vector>
 
 namespace imagery {
 
@@ -18,16 +19,27 @@ struct NumberRows {
 /// is made of have. The fine image outlives this. Rows that are read in order are read once.
 class DegradedRows final : public RowSource {
 public:
-    DegradedRows(RowSource& fineRows, quality::GaussianAxis columnAxis, quality::GaussianAxis rowAxis)
-        : fine(fineRows), across(std::move(columnAxis)), down(std::move(rowAxis)) {}
+    /// `fineRows` may leave out the columns left of `firstColumn`, and those right of all that are needed.
+    DegradedRows(RowSource& fineRows, quality::GaussianAxis columnAxis, quality::GaussianAxis rowAxis,
+                 std::size_t firstColumn = 0)
+        : fine(fineRows), left(firstColumn), across(std::move(columnAxis)), down(std::move(rowAxis)) {}
 
+    /// The same of fine rows that are given away.
+    DegradedRows(std::unique_ptr<RowSource> fineRows, quality::GaussianAxis columnAxis,
+                 quality::GaussianAxis rowAxis, std::size_t firstColumn)
+        : DegradedRows(*fineRows, std::move(columnAxis), std::move(rowAxis), firstColumn) {
+        own = std::move(fineRows);
+    }
+
+    /// The fine rows, of which those that the last rows were made of are at hand.
+    [[nodiscard]] HeldRows& GetFine() { return fine; }
     [[nodiscard]] std::uint32_t GetColumns() const override {
         return static_cast<std::uint32_t>(across.GetTaps().size());
     }
     [[nodiscard]] std::uint32_t GetRows() const override {
         return static_cast<std::uint32_t>(down.GetTaps().size());
     }
-    [[nodiscard]] std::size_t GetBands() const override { return fine.GetBands(); }
+    [[nodiscard]] std::size_t GetBands() const override { return fine.GetSource().GetBands(); }
     /// Rounded to the nearest samples.
     [[nodiscard]] bool Read(std::uint32_t first, std::uint32_t end, SampleRows& rows,
                             Status& status) override;
@@ -35,26 +47,30 @@ public:
     [[nodiscard]] bool ReadNumbers(std::uint32_t first, std::uint32_t end, NumberRows& rows, Status& status);
 
 private:
-    bool Hold(std::size_t first, std::size_t end, Status& status);
     void MakeDown(const quality::GaussianAxis::Taps& taps);
     void MakeAcross(double* out, unsigned char* valid) const;
     template <std::size_t known>
     void SumAcross(const quality::GaussianAxis::Taps& taps, std::size_t count, double* out) const;
 
-    RowSource& fine;
+    std::unique_ptr<RowSource> own; ///< null where another has it
+    HeldRows fine;
+    std::size_t left; ///< of the axis, where the fine rows begin
     quality::GaussianAxis across, down;
-    kernels::AddWeighted addWeighted = kernels::AddWeightedFor(kernels::ChosenSimdTarget());
-    SampleRows fresh, held;                  ///< fine rows
-    std::size_t heldFirst = 0, heldEnd = 0;  ///< which of them are held
+    kernels::SumWeighted sumWeighted = kernels::SumWeightedFor(kernels::ChosenSimdTarget());
+    std::vector<HeldRows::Row> rowsOfOne; ///< that a coarse row is made of
+    std::vector<const unsigned short*> samplesOfOne;
     std::vector<double> narrowed;            ///< a coarse row with the columns of the fine image
-    std::vector<unsigned char> narrowedMask; ///< where it has data
+    std::vector<unsigned char> narrowedMask; ///< where it has data; empty where it has it throughout
     NumberRows numbers;
 };
 
-/// An image seen on the grid of a coarser one, kernels centred at the centres of its pixels. `transfers` as
-/// GaussianAxis takes them. `part` are pixels of the coarse image, `fineRows` all of the fine one.
-[[nodiscard]] DegradedRows DegradeOnto(RowSource& fineRows, const KOVA::Tessara::Pixmere::RasterInfo& fine,
-                                       const KOVA::Tessara::Pixmere::RasterInfo& coarse,
-                                       const hostkit::PixelRect& part, std::span<const double> transfers);
+/// The axes of an image seen on the grid of a coarser one, kernels centred at the centres of its pixels.
+/// `transfers` as GaussianAxis takes them. `part` are pixels of the coarse image.
+struct DegradedAxes {
+    quality::GaussianAxis across, down;
+};
+[[nodiscard]] DegradedAxes AxesOnto(const KOVA::Tessara::Pixmere::RasterInfo& fine,
+                                    const KOVA::Tessara::Pixmere::RasterInfo& coarse,
+                                    const hostkit::PixelRect& part, std::span<const double> transfers);
 
 } // namespace imagery

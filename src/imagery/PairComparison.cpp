@@ -19,7 +19,14 @@ namespace {
 
 constexpr const char* assessedNames[] = {"fused", "bilinear"};
 constexpr std::size_t assessedImages = std::size(assessedNames);
-constexpr std::size_t panRowsOfPart = 256; ///< of a part
+/// Rows of pan whose indices are found by themselves and then added up, so that sums do not depend on the
+/// parts; whole blocks.
+constexpr std::size_t sliceRows = 256;
+
+/// The first row of the next slice, or `end`.
+std::size_t NextSlice(std::size_t row, std::size_t end) {
+    return std::min((row / sliceRows + 1) * sliceRows, end);
+}
 
 } // namespace
 
@@ -29,10 +36,10 @@ struct PairComparison::Readers {
     std::array<std::unique_ptr<RowSource>, assessedImages> rows;    ///< on the grid of pan
     std::array<std::unique_ptr<DegradedRows>, assessedImages> seen; ///< on the multispectral grid
     std::unique_ptr<DegradedRows> seenPan;
-    std::array<SampleRows, assessedImages> samples;
     std::array<NumberRows, assessedImages> numbers;
-    SampleRows truth, pansSamples;
+    SampleRows truth;
     NumberRows pansNumbers;
+    std::vector<unsigned char> valid; ///< a row of pan, where all images have data
 };
 
 /// What is found at the multispectral pixels.
@@ -71,6 +78,25 @@ struct PairComparison::FineIndices {
     std::uint64_t pixels = 0;
 };
 
+/// What is found of a part of the scene.
+struct PairComparison::PartIndices {
+    PartIndices(const PairView& view, std::size_t coarseSide)
+        : coarse(view.coarse.cols, view.coarse.bandsPerPixel, coarseSide), columns(view.fine.cols),
+          bands(view.coarse.bandsPerPixel) {
+        AddSlice();
+    }
+    void AddSlice() { fine.emplace_back(columns, bands); }
+    void Append(PartIndices& below) {
+        coarse.Append(below.coarse);
+        for (FineIndices& slice : below.fine)
+            fine.front().Append(slice);
+    }
+
+    CoarseIndices coarse;
+    std::list<FineIndices> fine; ///< of one slice below another
+    std::size_t columns, bands;
+};
+
 std::string FindFault(const SensorBlur& blur, std::size_t bands) {
     const auto isTransfer = [](double number) { return number > 0.0 && number < 1.0; };
     if (!isTransfer(blur.pan) ||
@@ -83,14 +109,12 @@ std::string FindFault(const SensorBlur& blur, std::size_t bands) {
 
 PairComparison::PairComparison(const PairView& pairView)
     : view(pairView), bands(view.coarse.bandsPerPixel), coarseSide(quality::CoarseBlockSide(view.ratio)),
-      atCoarse(std::make_unique<CoarseIndices>(view.coarse.cols, bands, coarseSide)),
-      atFine(std::make_unique<FineIndices>(view.fine.cols, bands)) {
+      all(std::make_unique<PartIndices>(view, coarseSide)) {
     // Parts end with whole blocks of all sizes.
     const std::size_t unit = std::lcm(coarseSide, quality::blockSide);
-    const auto least = static_cast<std::size_t>(static_cast<double>(panRowsOfPart) / view.ratio);
+    const auto least = static_cast<std::size_t>(static_cast<double>(sliceRows) / view.ratio);
     coarseRows = unit * std::max<std::size_t>(least / unit, 1);
-    coarseParts = (view.coarse.rows + coarseRows - 1) / coarseRows;
-    fineParts = (view.fine.rows + panRowsOfPart - 1) / panRowsOfPart;
+    parts = (view.coarse.rows + coarseRows - 1) / coarseRows;
 }
 
 PairComparison::~PairComparison() = default;
@@ -107,8 +131,8 @@ std::shared_ptr<PairComparison::Readers> PairComparison::Read(PairImages images)
         std::make_unique<UpsampledRows>(*from.multispectral, view.placement, hostkit::WholeImage(view.fine),
                                         hostkit::Resampling::Bilinear, true);
     const auto degrade = [this](RowSource& rows, std::span<const double> transfers) {
-        return std::make_unique<DegradedRows>(
-            DegradeOnto(rows, view.fine, view.coarse, hostkit::WholeImage(view.coarse), transfers));
+        auto axes = AxesOnto(view.fine, view.coarse, hostkit::WholeImage(view.coarse), transfers);
+        return std::make_unique<DegradedRows>(rows, std::move(axes.across), std::move(axes.down));
     };
     for (std::size_t image = 0; image < assessedImages; ++image)
         readers->seen[image] = degrade(*readers->rows[image], view.blur.multispectral);
@@ -116,32 +140,57 @@ std::shared_ptr<PairComparison::Readers> PairComparison::Read(PairImages images)
     return readers;
 }
 
-std::shared_ptr<PairComparison::CoarseIndices> PairComparison::SeeCoarse(Readers& readers, std::size_t part,
-                                                                         Status& status) const {
+/// The row of pan, the first of so many, that is looked at with a multispectral one.
+std::size_t PairComparison::FineRow(std::size_t row, std::size_t unit) const {
+    if (row >= view.coarse.rows) return view.fine.rows;
+    const double at =
+        (view.fine.yMax - view.coarse.yMax + static_cast<double>(row) * view.coarse.pixelSizeY) /
+        view.fine.pixelSizeY / static_cast<double>(unit);
+    const double most = static_cast<double>(view.fine.rows / unit);
+    return row == 0 ? 0 : unit * static_cast<std::size_t>(std::clamp(at, 0.0, most));
+}
+
+/// Multispectral rows, and the rows of pan that belong to them while these are at hand.
+std::shared_ptr<PairComparison::PartIndices> PairComparison::See(Readers& readers, std::size_t part,
+                                                                 Status& status) const {
     constexpr std::size_t rowsAtOnce = 8;
     const std::size_t first = part * coarseRows;
     const std::size_t end = std::min<std::size_t>(first + coarseRows, view.coarse.rows);
-    auto found = std::make_shared<CoarseIndices>(view.coarse.cols, bands, coarseSide);
+    auto found = std::make_shared<PartIndices>(view, coarseSide);
+    const std::size_t fineFirst = FineRow(first, sliceRows), fineEnd = FineRow(end, sliceRows);
+    std::size_t fineRow = fineFirst;
     for (std::size_t top = first; top < end; top += rowsAtOnce) {
-        const auto from = static_cast<std::uint32_t>(top);
-        const auto to = static_cast<std::uint32_t>(std::min(top + rowsAtOnce, end));
-        if (!readers.multispectralRows->Read(from, to, readers.truth, status) ||
-            !readers.seenPan->ReadNumbers(from, to, readers.pansNumbers, status))
-            return nullptr;
-        std::vector<unsigned char>& valid = readers.truth.valid;
-        for (std::size_t image = 0; image < assessedImages; ++image) {
-            if (!readers.seen[image]->ReadNumbers(from, to, readers.numbers[image], status)) return nullptr;
-            KeepCommon(valid, readers.numbers[image].valid);
+        const std::size_t bottom = std::min(top + rowsAtOnce, end);
+        if (!SeeCoarse(readers, top, bottom, *found, status)) return nullptr;
+        const std::size_t to = bottom == end ? fineEnd : std::min(FineRow(bottom, 1), fineEnd);
+        for (; fineRow < to; fineRow = NextSlice(fineRow, to)) {
+            if (fineRow > fineFirst && fineRow % sliceRows == 0) found->AddSlice();
+            if (!SeeFine(readers, fineRow, NextSlice(fineRow, to), *found, status)) return nullptr;
         }
-        KeepCommon(readers.pansNumbers.valid, valid);
-        for (std::size_t row = 0; row < to - from; ++row)
-            AddCoarseRow(readers, row * view.coarse.cols, *found);
     }
     return found;
 }
 
+bool PairComparison::SeeCoarse(Readers& readers, std::size_t first, std::size_t end, PartIndices& found,
+                               Status& status) const {
+    const auto from = static_cast<std::uint32_t>(first), to = static_cast<std::uint32_t>(end);
+    if (!readers.multispectralRows->Read(from, to, readers.truth, status) ||
+        !readers.seenPan->ReadNumbers(from, to, readers.pansNumbers, status))
+        return false;
+    std::vector<unsigned char>& valid = readers.truth.valid;
+    for (std::size_t image = 0; image < assessedImages; ++image) {
+        if (!readers.seen[image]->ReadNumbers(from, to, readers.numbers[image], status)) return false;
+        KeepCommon(valid, readers.numbers[image].valid);
+    }
+    KeepCommon(readers.pansNumbers.valid, valid);
+    for (std::size_t row = 0; row < end - first; ++row)
+        AddCoarseRow(readers, row * view.coarse.cols, found);
+    return true;
+}
+
 /// `at` is the first pixel of the row.
-void PairComparison::AddCoarseRow(const Readers& readers, std::size_t at, CoarseIndices& found) const {
+void PairComparison::AddCoarseRow(const Readers& readers, std::size_t at, PartIndices& part) const {
+    CoarseIndices& found = part.coarse;
     const unsigned short* truth = readers.truth.samples.data() + at * bands;
     const unsigned char* valid = readers.truth.valid.data() + at;
     auto consistency = found.consistency.begin();
@@ -156,48 +205,43 @@ void PairComparison::AddCoarseRow(const Readers& readers, std::size_t at, Coarse
                        readers.pansNumbers.valid.data() + at);
 }
 
-std::shared_ptr<PairComparison::FineIndices> PairComparison::SeeFine(Readers& readers, std::size_t part,
-                                                                     Status& status) const {
-    constexpr std::size_t rowsAtOnce = 16;
-    const std::size_t first = part * panRowsOfPart;
-    const std::size_t end = std::min<std::size_t>(first + panRowsOfPart, view.fine.rows);
-    auto found = std::make_shared<FineIndices>(view.fine.cols, bands);
-    for (std::size_t top = first; top < end; top += rowsAtOnce) {
-        const auto from = static_cast<std::uint32_t>(top);
-        const auto to = static_cast<std::uint32_t>(std::min(top + rowsAtOnce, end));
-        if (!readers.panRows->Read(from, to, readers.pansSamples, status)) return nullptr;
-        std::vector<unsigned char>& valid = readers.pansSamples.valid;
-        for (std::size_t image = 0; image < assessedImages; ++image) {
-            if (!readers.rows[image]->Read(from, to, readers.samples[image], status)) return nullptr;
-            KeepCommon(valid, readers.samples[image].valid);
+bool PairComparison::SeeFine(Readers& readers, std::size_t first, std::size_t end, PartIndices& part,
+                             Status& status) const {
+    FineIndices& found = part.fine.back();
+    std::array<HeldRows*, assessedImages + 1> images = {};
+    for (std::size_t image = 0; image < assessedImages; ++image)
+        images[image] = &readers.seen[image]->GetFine();
+    images.back() = &readers.seenPan->GetFine();
+    for (HeldRows* image : images)
+        if (!image->Hold(first, end, status)) return false;
+    for (std::size_t row = first; row < end; ++row) {
+        readers.valid.assign(view.fine.cols, 1);
+        std::array<quality::Channels, assessedImages + 1> samples;
+        for (std::size_t image = 0; image < images.size(); ++image) {
+            const HeldRows::Row held = images[image]->Get(row);
+            samples[image] = {held.samples, image < assessedImages ? bands : 1};
+            if (!held.isWhole) KeepCommon(readers.valid, {held.valid, view.fine.cols});
         }
-        for (std::size_t at = 0; at < valid.size(); at += view.fine.cols) {
-            std::vector<quality::Channels> row;
-            for (const SampleRows& rows : readers.samples)
-                row.push_back({rows.samples.data() + at * bands, bands});
-            row.push_back({readers.pansSamples.samples.data() + at, 1});
-            found->scale.AddRow(row, valid.data() + at);
-        }
-        found->pixels += valid.size() - static_cast<std::size_t>(std::count(valid.begin(), valid.end(),
-                                                                            static_cast<unsigned char>(0)));
+        found.scale.AddRow(samples, readers.valid.data());
+        found.pixels += static_cast<std::size_t>(
+            std::count(readers.valid.begin(), readers.valid.end(), static_cast<unsigned char>(1)));
     }
-    return found;
+    return true;
 }
 
-void PairComparison::Append(CoarseIndices& below) { atCoarse->Append(below); }
-
-void PairComparison::Append(FineIndices& below) { atFine->Append(below); }
+void PairComparison::Append(PartIndices& below) { all->Append(below); }
 
 std::vector<PairIndices> PairComparison::Find() {
     std::vector<PairIndices> found;
-    const auto fineScale = atFine->scale.Find(), coarseScale = atCoarse->scale.Find();
-    auto consistency = atCoarse->consistency.begin();
-    auto blurred = atCoarse->blurred.begin();
+    FineIndices& atFine = all->fine.front();
+    const auto fineScale = atFine.scale.Find(), coarseScale = all->coarse.scale.Find();
+    auto consistency = all->coarse.consistency.begin();
+    auto blurred = all->coarse.blurred.begin();
     for (std::size_t image = 0; image < assessedImages; ++image) {
         PairIndices indices;
         indices.name = assessedNames[image];
         indices.consistency = consistency++->Find(view.ratio);
-        indices.pixels = atFine->pixels;
+        indices.pixels = atFine.pixels;
         if (indices.consistency.pixels == 0 || indices.pixels == 0) return {};
         indices.spectralDistortion = quality::Distortion(fineScale[image].ofBands, coarseScale[0].ofBands);
         indices.spatialDistortion = quality::Distortion(fineScale[image].withPan, coarseScale[0].withPan);

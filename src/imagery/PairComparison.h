@@ -51,14 +51,13 @@ struct PairView {
 };
 
 /// Compares the fused image, and plain bilinear upsampling, with the pair at the same pixels: where all have
-/// data. In two passes of parts, of the coarse pixels and then of the fine ones; parts may be worked on side
-/// by side, and are put together in their order.
+/// data. In parts, which may be worked on side by side and are put together in their order; each row is read
+/// once for both scales.
 class PairComparison {
 public:
     using Status = KOVA::Tessara::Fundament::Status;
-    struct Readers; ///< what one thread reads with
-    struct CoarseIndices;
-    struct FineIndices;
+    struct Readers;     ///< what one thread reads with
+    struct PartIndices; ///< what is found of a part
 
     explicit PairComparison(const PairView& pairView);
     PairComparison(const PairComparison&) = delete;
@@ -73,17 +72,11 @@ public:
         using ReadersPointer = std::shared_ptr<Readers>;
         const auto openReaders = [&](Status& reasons) -> ReadersPointer { return Read(open(reasons)); };
         return inParts(
-                   coarseParts, openReaders,
-                   [this](Readers& readers, std::size_t part, Status& reasons) {
-                       return SeeCoarse(readers, part, reasons);
-                   },
-                   [this](CoarseIndices& below) { Append(below); }, status) &&
-               inParts(
-                   fineParts, openReaders,
-                   [this](Readers& readers, std::size_t part, Status& reasons) {
-                       return SeeFine(readers, part, reasons);
-                   },
-                   [this](FineIndices& below) { Append(below); }, status);
+            parts, openReaders,
+            [this](Readers& readers, std::size_t part, Status& reasons) {
+                return See(readers, part, reasons);
+            },
+            [this](PartIndices& below) { Append(below); }, status);
     }
 
     /// Of the fused image, then of bilinear upsampling. Empty when no multispectral pixel has data around it
@@ -91,20 +84,22 @@ public:
     [[nodiscard]] std::vector<PairIndices> Find();
 
 private:
+    struct CoarseIndices;
+    struct FineIndices;
     [[nodiscard]] std::shared_ptr<Readers> Read(PairImages images) const;
-    [[nodiscard]] std::shared_ptr<CoarseIndices> SeeCoarse(Readers& readers, std::size_t part,
-                                                           Status& status) const;
-    [[nodiscard]] std::shared_ptr<FineIndices> SeeFine(Readers& readers, std::size_t part,
-                                                       Status& status) const;
-    void AddCoarseRow(const Readers& readers, std::size_t at, CoarseIndices& found) const;
-    void Append(CoarseIndices& below);
-    void Append(FineIndices& below);
+    [[nodiscard]] std::shared_ptr<PartIndices> See(Readers& readers, std::size_t part, Status& status) const;
+    [[nodiscard]] std::size_t FineRow(std::size_t row, std::size_t unit) const;
+    bool SeeCoarse(Readers& readers, std::size_t first, std::size_t end, PartIndices& found,
+                   Status& status) const;
+    bool SeeFine(Readers& readers, std::size_t first, std::size_t end, PartIndices& found,
+                 Status& status) const;
+    void AddCoarseRow(const Readers& readers, std::size_t at, PartIndices& found) const;
+    void Append(PartIndices& below);
 
     PairView view;
     std::size_t bands, coarseSide;
-    std::size_t coarseRows = 0, coarseParts = 0, fineParts = 0; ///< rows of a part, and parts
-    std::unique_ptr<CoarseIndices> atCoarse;
-    std::unique_ptr<FineIndices> atFine;
+    std::size_t coarseRows = 0, parts = 0; ///< rows of a part, and parts
+    std::unique_ptr<PartIndices> all;
 };
 
 } // namespace imagery

@@ -85,8 +85,12 @@ std::vector<PairReduction::Window> PairReduction::GetWindows() const {
     return windows;
 }
 
-DegradedRows PairReduction::ReducePan(RowSource& panRows, const Window& window, double transfer) const {
-    return DegradeOnto(panRows, pan, multispectral, window.taken, std::span(&transfer, 1));
+DegradedRows PairReduction::ReducePan(hostkit::ImageSource& image, const Window& window,
+                                      double transfer) const {
+    auto axes = AxesOnto(pan, multispectral, window.taken, std::span(&transfer, 1));
+    const auto [left, right] = axes.across.GetReach();
+    const hostkit::PixelRect needed = {left, 0, std::max(right, left + 1), pan.rows};
+    return {std::make_unique<ImageRows>(image, needed), std::move(axes.across), std::move(axes.down), left};
 }
 
 DegradedRows PairReduction::ReduceTruth(RowSource& truthRows, std::span<const double> transfers) const {

@@ -36,8 +36,9 @@ public:
     };
     [[nodiscard]] std::vector<Window> GetWindows() const;
 
-    /// Pan on the multispectral grid in a window; it has one band.
-    [[nodiscard]] DegradedRows ReducePan(RowSource& panRows, const Window& window, double transfer) const;
+    /// Pan on the multispectral grid in a window; it has one band. `image` is all of pan, and outlives this.
+    [[nodiscard]] DegradedRows ReducePan(hostkit::ImageSource& image, const Window& window,
+                                         double transfer) const;
     /// An image with the pixels of the truth, made coarser. No kernel reaches from one window into another.
     [[nodiscard]] DegradedRows ReduceTruth(RowSource& truthRows, std::span<const double> transfers) const;
 

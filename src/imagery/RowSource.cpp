@@ -64,8 +64,11 @@ bool UpsampledRows::Read(std::uint32_t first, std::uint32_t end, SampleRows& row
         if (!samples) throw std::bad_alloc(); // a row of a window that is at hand fails for nothing else
         Widen(samples, coarse.GetInfo().bitsPerBand, reach.size() * GetBands(),
               rows.samples.data() + start * GetBands());
-        if (!opened->FindReach(row - window.row0, reach.data()))
-            std::fill(reach.begin(), reach.end(), hostkit::Reach::All);
+        if (!opened->FindReach(row - window.row0, reach.data())) {
+            std::fill_n(rows.valid.begin() + static_cast<std::ptrdiff_t>(start), reach.size(),
+                        static_cast<unsigned char>(1));
+            continue;
+        }
         for (std::size_t i = 0; i < reach.size(); ++i)
             rows.valid[start + i] =
                 reach[i] == hostkit::Reach::All || (takesSome && reach[i] == hostkit::Reach::Some);
@@ -101,9 +104,9 @@ bool MaskedRows::Read(std::uint32_t first, std::uint32_t end, SampleRows& rows, 
     return true;
 }
 
-void KeepCommon(std::vector<unsigned char>& valid, const std::vector<unsigned char>& other) {
+void KeepCommon(std::span<unsigned char> valid, std::span<const unsigned char> other) {
     for (std::size_t i = 0; i < valid.size(); ++i)
-        if (!other[i]) valid[i] = 0;
+        valid[i] = other[i] != 0 ? valid[i] : static_cast<unsigned char>(0);
 }
 
 std::uint32_t ChooseStrip(std::uint64_t numbersOfARow) {

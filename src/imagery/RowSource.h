@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <span>
 #include <vector>
 
 namespace imagery {
@@ -132,7 +133,7 @@ private:
 };
 
 /// Keeps of `valid` what is set in `other`, too.
-void KeepCommon(std::vector<unsigned char>& valid, const std::vector<unsigned char>& other);
+void KeepCommon(std::span<unsigned char> valid, std::span<const unsigned char> other);
 
 /// How many rows to read at a time when a row has this many numbers.
 [[nodiscard]] std::uint32_t ChooseStrip(std::uint64_t numbersOfARow);

@@ -4,9 +4,13 @@
 
 namespace kernels {
 
-void AddWeightedScalar(const unsigned short* samples, double weight, std::size_t count, double* sums) {
-    for (std::size_t i = 0; i < count; ++i)
-        sums[i] += weight * samples[i];
+void SumWeightedScalar(const unsigned short* const* rows, const double* weights, std::size_t rowCount,
+                       std::size_t length, double* sums) {
+    for (std::size_t i = 0; i < length; ++i) {
+        sums[i] = 0.0;
+        for (std::size_t row = 0; row < rowCount; ++row)
+            sums[i] += weights[row] * rows[row][i];
+    }
 }
 
 void AddProductsScalar(const double* rows, std::size_t length,

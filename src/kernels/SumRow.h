@@ -8,8 +8,10 @@
 
 namespace kernels {
 
-/// sums[i] += weight * samples[i] for i below `count`, rounded after the product and after the sum.
-using AddWeighted = void (*)(const unsigned short* samples, double weight, std::size_t count, double* sums);
+/// sums[i] = the sum of weights[row] * rows[row][i] over the rows in their order, for i below `length`,
+/// rounded after each product and after each sum.
+using SumWeighted = void (*)(const unsigned short* const* rows, const double* weights, std::size_t rowCount,
+                             std::size_t length, double* sums);
 
 /// A sum of products is made in so many parts: part i takes every eighth product from the i-th on.
 inline constexpr std::size_t sumParts = 8;
@@ -45,13 +47,14 @@ using AddWholeProducts = void (*)(const short* rows, const std::pair<std::size_t
                                   std::size_t pairCount, std::int32_t* parts);
 
 /// The versions for a vector target that can run here; the scalar ones are the definition.
-[[nodiscard]] AddWeighted AddWeightedFor(SimdTarget target);
+[[nodiscard]] SumWeighted SumWeightedFor(SimdTarget target);
 [[nodiscard]] AddProducts AddProductsFor(SimdTarget target);
 [[nodiscard]] SpreadPixels SpreadPixelsFor(SimdTarget target);
 [[nodiscard]] LessOrigins LessOriginsFor(SimdTarget target);
 [[nodiscard]] AddWholeProducts AddWholeProductsFor(SimdTarget target);
 
-void AddWeightedScalar(const unsigned short* samples, double weight, std::size_t count, double* sums);
+void SumWeightedScalar(const unsigned short* const* rows, const double* weights, std::size_t rowCount,
+                       std::size_t length, double* sums);
 void AddProductsScalar(const double* rows, std::size_t length,
                        const std::pair<std::size_t, std::size_t>* pairs, std::size_t pairCount,
                        double* parts);

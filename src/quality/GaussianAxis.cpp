@@ -39,6 +39,16 @@ GaussianAxis::GaussianAxis(std::span<const Target> targets, double step, std::sp
     }
 }
 
+std::pair<std::uint32_t, std::uint32_t> GaussianAxis::GetReach() const {
+    std::size_t first = 0, end = 0;
+    for (const Taps& each : taps) {
+        if (each.count == 0) continue;
+        first = end == 0 ? each.first : std::min(first, each.first);
+        end = std::max(end, each.first + each.count);
+    }
+    return {static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(end)};
+}
+
 std::vector<GaussianAxis::Target> GaussianAxis::Regular(std::size_t count, double step, double corner,
                                                         std::int64_t finePixels) {
     std::vector<Target> targets;

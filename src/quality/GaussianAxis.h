@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace quality {
@@ -29,6 +30,8 @@ public:
     GaussianAxis(std::span<const Target> targets, double step, std::span<const double> transfers);
 
     [[nodiscard]] const std::vector<Taps>& GetTaps() const { return taps; }
+    /// The first of all fine pixels that are taken, and the one after the last; 0 and 0 where none is.
+    [[nodiscard]] std::pair<std::uint32_t, std::uint32_t> GetReach() const;
     /// True when all bands have the same weights.
     [[nodiscard]] bool IsOneForAll() const { return weights.size() == 1; }
     /// Those of a band add up to 1.

@@ -22,14 +22,17 @@ TEST(SumRow, EveryTargetGivesTheSameSums) {
             std::generate(numbers->begin(), numbers->end(), [&] { return number(random); });
         for (auto& sample : samples)
             sample = static_cast<unsigned short>(random());
+        const unsigned short* const twice[] = {samples.data(), samples.data() + length / 2};
+        const double weights[] = {0.1234567, 0.7654321};
+        const std::size_t half = length - length / 2;
         std::vector<double> expectedParts = parts, expectedSums = sums;
         AddProductsScalar(rows.data(), rows.size() / 3, pairs.data(), pairs.size(), expectedParts.data());
-        AddWeightedScalar(samples.data(), 0.1234567, length, expectedSums.data());
+        SumWeightedScalar(twice, weights, 2, half, expectedSums.data());
         for (const SimdTarget target : SimdTargets()) {
             auto foundParts = parts, foundSums = sums;
             AddProductsFor(target)(rows.data(), rows.size() / 3, pairs.data(), pairs.size(),
                                    foundParts.data());
-            AddWeightedFor(target)(samples.data(), 0.1234567, length, foundSums.data());
+            SumWeightedFor(target)(twice, weights, 2, half, foundSums.data());
             EXPECT_EQ(foundParts, expectedParts) << SimdTargetName(target) << " " << length;
             EXPECT_EQ(foundSums, expectedSums) << SimdTargetName(target) << " " << length;
         }

@@ -60,8 +60,8 @@ bool CompareRows(const OpenRows& image, const OpenRows& reference, int threads, 
 std::int64_t StripCache(std::initializer_list<const InputImage*> images, int threads) {
     std::int64_t bytes = 0;
     for (const InputImage* image : images)
-        if (image) bytes += 2 * static_cast<std::int64_t>(image->GetDescription()->GetBlockRowBytes());
-    return threads * bytes + (std::int64_t{32} << 20);
+        if (image) bytes += static_cast<std::int64_t>(image->GetDescription()->GetBlockRowBytes());
+    return (threads + 1) * bytes + (std::int64_t{4} << 20);
 }
 
 int StripThreads(std::initializer_list<const InputImage*> images, int asked) {

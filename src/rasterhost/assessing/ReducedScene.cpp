@@ -69,9 +69,8 @@ private:
         const auto truth = pan ? create(reduced.GetTruth(), ms.bandsPerPixel) : nullptr;
         const auto infrared = truth && infraredImage ? create(reduced.GetFineInfrared(), 1) : nullptr;
         if (!truth || (infraredImage && !infrared)) return false;
-        ImageRows panRows(*scene.pan);
         for (const imagery::PairReduction::Window& window : reduction.GetWindows()) {
-            DegradedRows seen = reduction.ReducePan(panRows, window, blur.pan);
+            DegradedRows seen = reduction.ReducePan(*scene.pan, window, blur.pan);
             ImageRows rows(*scene.GetMultispectral().image, window.taken);
             if (!pan->Write(seen, window.column, window.row, status) ||
                 !truth->Write(rows, window.column, window.row, status))
