@@ -1,0 +1,159 @@
+"""docs/performance.md from what bench/compare has measured."""
+import textwrap
+
+from comparison_runs import ROOT
+
+def prose(text):
+    """Lines that a reader of the source can take in."""
+    return textwrap.fill(" ".join(text.split()), 105, break_long_words=False, break_on_hyphens=False)
+
+
+def table(head, rows):
+    return "\n".join(["| " + " | ".join(head) + " |", "|---" * len(head) + "|", *("| " + " | ".join(row) + " |" for row in rows)])
+
+
+def end_to_end_row(r):
+    cpu = f", {r['ours']['cpu']:.2f}" if "cpu" in r["ours"] else ""
+    return (f"{r['size']}² × {r['bands']}, {r['bits']}-bit", r["method"], str(r["threads"]),
+            f"{r['ours']['median']:.2f} s ({r['ours']['least']:.2f}–{r['ours']['most']:.2f}{cpu})",
+            f"{r['size'] ** 2 / 1e6 / r['ours']['median']:.0f}", f"{r['peer']['median']:.2f} s", f"{r['copy']['median']:.2f} s",
+            f"**{r['peer']['median'] / r['ours']['median']:.1f} ×**", f"{r['ours']['peak_mb']:.0f} / {r['peer']['peak_mb']:.0f} MB")
+
+
+def kernel_rows(pixels, base):
+    """A row for each kernel that was measured against `base`, a table walk or the scalar definition."""
+    fused = {name.split("/")[0] for name in pixels if "/table/" in name}
+    targets = [t for t in ("avx3_dl", "avx3", "avx2", "sse4") if any(f"/{t}/" in name for name in pixels)]
+    copy = base == "table"
+    rows = [f"| kernel | {'table walk' if copy else base} | " + " | ".join(targets) + (" | copy |" if copy else " |"),
+            "|---|---|" + "---|" * (len(targets) + copy)]
+    for name, rate in pixels.items():
+        if f"/{base}/" not in name or (name.split("/")[0] in fused) != copy:
+            continue
+        cells = [pixels[name.replace(f"/{base}/", f"/{target}/")] for target in targets]
+        bytes_copied = f" {pixels['copy/' + name.split('/table/')[1]] / 1e6:.0f} |" if copy else ""
+        rows.append(f"| {name.replace(f'/{base}/', ' ').replace('/', ', ')} | {rate / 1e6:.0f} | " +
+                    " | ".join(f"{cell / 1e6:.0f} ({cell / rate:.1f} ×)" for cell in cells) + " |" + bytes_copied)
+    return "\n".join(rows)
+
+
+def measured_with(data, part):
+    """A line for what a part was measured with, if that is not what the page's head says."""
+    head = data["heads"][part]
+    if head == data["heads"]["results"]:
+        return ""
+    return f"Measured by `{head['command']}` at commit {head['commit']}, {head['processor']}."
+
+
+def waits(data):
+    found = data["waits"]
+    base = found["rows"]["KOVA, bilinear, given weights"]
+    rows = [(name, f"{run['median']:.2f} s ({run['least']:.2f}–{run['most']:.2f})", f"{run['cpu']:.2f} s",
+             f"{run['cpu'] / base['cpu']:.2f} ×", f"{run['peak_mb']:.0f} MB") for name, run in found["rows"].items()]
+    return [prose(f"{found['size']}² × 4, 8-bit, all threads, median of {found['trials']}. The ratio is that of processor time to the first "
+                  "row's. `assess --pan --ms` judges the fused image; `compare` tries every method on the degraded pair."),
+            table(("run", "time", "processors", "ratio", "peak memory"), rows)]
+
+
+def where(data):
+    found = data["where"]
+    shares = []
+    for name, run in found["runs"].items():
+        most = sorted((kind for kind in run["seconds"] if kind != "wait"), key=lambda kind: -run["seconds"][kind])[:3]
+        shares.append(f"{name}: " + ", ".join(f"{kind} {run['seconds'][kind]:.2f} s" for kind in most))
+    return ["![Bars of the processor time of four runs, by what it was spent on](performance.svg)",
+            prose(f"Runs on {found['size']}² × 4 samples of 8 bits, sampled by `perf` 2000 times a second. A bar is the time of "
+                  f"{found['processors']} processors. White is where a processor waits: for the disk, for the other one, or for the "
+                  f"one thread that reads and writes files. Most of it goes to: {'; '.join(shares)}."),
+            prose("What limits a run: without compression, moving bytes. The system copies every sample of the inputs and of the output once, and "
+                  "only one thread at a time is in GDAL. Compressed, the compressor: it takes many times what fusing takes, and shares its work out "
+                  "to all processors.")]
+
+
+def cases(data):
+    found = data["cases"]
+    first = {row["method"]: row["ns_a_sample"] for row in reversed(found) if (row["bands"], row["bits"], row["ratio"]) == (4, 8, 4)}
+    by_kind = {}
+    for row in found:
+        by_kind.setdefault((row["bands"], row["bits"], row["ratio"]), []).append(
+            f"{row['ns_a_sample']:.2f} ns ({row['ns_a_sample'] / first[row['method']]:.2f} ×)")
+    return [prose("About 4096² pixels, one thread. Processor time without that of the start, by samples of the output; in brackets, "
+                  "compared with the first row. With one band, reading pan is shared by fewer samples."),
+            table(("bands", "bits", "ratio", "KOVA, bilinear, given weights", "default"),
+                  [(*map(str, kind), *cells) for kind, cells in by_kind.items()])]
+
+
+def start(data):
+    names = list(data["start"])
+    rows = []
+    for ours, theirs in (names[:2], names[2:]):
+        a, b = data["start"][ours], data["start"][theirs]
+        rows.append((f"`{ours}`", f"{1e3 * a['median']:.0f} ms", f"`{theirs}`", f"{1e3 * b['median']:.0f} ms", f"{a['median'] / b['median']:.2f} ×"))
+    return [prose("Median of the whole command. Most of both is the dynamic linker, GDAL's drivers and PROJ."),
+            table(("ours", "time", "GDAL's", "time", "ratio"), rows)]
+
+
+def compressed(data):
+    found = data["compressed"]
+    rows = [(r["kind"], f"{r['ours']:.2f} s", f"{r['ours'] / r['plain']:.1f} ×" if "plain" in r else "", f"{r['gdal_translate']:.2f} s",
+             f"{r['gdal_translate'] / r['ours']:.2f} ×", f"{r['bytes'][0] / 1e6:.1f} / {r['bytes'][1] / 1e6:.1f} MB") for r in found]
+    plain = [r for r in found if "plain" in r and not r["kind"].startswith("COG")]
+    least = min(plain, key=lambda r: r["ours"] / r["plain"], default=None)
+    why = "" if least is None or least["ours"] <= 1.3 * least["plain"] else (
+        f"A GeoTIFF is not compressed unless you ask: the fastest compression, {least['kind']}, takes {least['ours'] / least['plain']:.1f} × "
+        "the time of a run without. More than 1.3 × is too much for a default.")
+    return [prose(f"4096² × 4, 8-bit, all threads, median of {data['heads']['compressed']['trials']}. `pansharp` fuses and writes compressed. "
+                  "`gdal_translate` only compresses the fused image, with the same options and `NUM_THREADS=ALL_CPUS`. A number after a "
+                  f"compression is its level. {why}"),
+            table(("compression", "pansharp", "of a run without", "gdal_translate", "ratio", "file size"), rows)]
+
+
+def flat(data):
+    rows = [(f"{r['size']}²", r["layout"], f"{r['seconds']:.2f} s", f"{r['ns_a_pixel']:.2f} ns", f"{r['ns_without_start']:.2f} ns",
+             f"{r['peak_mb']:.0f} MB") for r in data["flat"]]
+    return [prose(f"One thread, KOVA, four bands of 8 bits, median of {data['flat'][0]['trials']}. Memory grows only with the width of a row of "
+                  "tiles, not with the size of the image. Inputs that must be read as a whole need more: one strip for the whole image, JPEG 2000 "
+                  "without tiles. The command says so before it starts. The start of the program, measured with a scene of 64², is "
+                  f"{data['flat'][0]['start']:.2f} s, most of it the dynamic linker, GDAL and PROJ."),
+            table(("scene", "input", "time", "per pixel", "without the start", "peak memory"), rows)]
+
+
+def end_to_end(data):
+    return [prose(f"Time of the whole command, median of {data['heads']['results']['trials']} alternating trials (least–most, processor time), on "
+                  'uncompressed tiled GeoTIFF from one generated scene of ratio 4; peak memory of the process. "Copy" reads the inputs and copies '
+                  "the output file, nothing else. KOVA and Brovey have given weights and bilinear sampling, and so has the peer beside them. The "
+                  "default run and the peer beside it have no options."),
+            table(("scene", "method", "threads", "pansharp", "Mpixel/s", "gdal_pansharpen.py", "copy", "ratio", "peak, ours / peer"),
+                  map(end_to_end_row, data["results"])),
+            prose("The peer has one method, a weighted Brovey. Its figures are repeated for KOVA and Brovey.")]
+
+
+def kernels(data):
+    return [prose("One thread, rows of 8192 random pixels, in Mpixel/s, median of 5. In brackets: compared with a plain scalar walk through tables "
+                  'of products (IHS: with its scalar definition). "Copy" moves the bytes of the multispectral row, within the cache.'),
+            kernel_rows(data["kernels"], "table"),
+            prose("The row operators, the colour conversions and the second pass of the sampler, compared with their scalar definitions as the "
+                  "compiler makes them:"),
+            kernel_rows(data["kernels"], "scalar")]
+
+
+def windows(data):
+    return [prose("Through the plug-in, from `SetWindow` to the last `GetRow`, four bands, ratio 4, samples in memory (`window_bench`):"),
+            "```text\n" + "\n".join(data["windows"]) + "\n```"]
+
+
+SECTIONS = {"results": ("End to end", end_to_end), "where": ("Where the time goes", where), "waits": ("Other runs that people wait for", waits),
+            "cases": ("Other bands, depths and ratios", cases), "flat": ("By size", flat), "compressed": ("Compressed output", compressed),
+            "start": ("The start", start), "kernels": ("Kernels", kernels), "windows": ("Small windows", windows)}
+
+
+def page(data):
+    """The parts that were measured."""
+    head = data["heads"]["results"]
+    parts = ["# Performance", "Written by `bench/compare` from `bench/results/end-to-end.json`; not edited by hand.",
+             prose(f"{head['processor']}, {head['processors']} processors; {head['compiler']}, {head['flags']}; commit {head['commit']}; "
+                   f"{'; '.join(head['program'][:2]).replace(str(ROOT) + '/', '')}; peer {head['peer']}. `{head['command']}`")]
+    for part, (title, section) in SECTIONS.items():
+        if part in data:
+            parts += [f"## {title}", *filter(None, [measured_with(data, part)]), *section(data)]
+    return "\n\n".join(parts) + "\n"
