@@ -136,6 +136,9 @@ bool OutputFile::Copy(const std::function<bool(double)>& progress, Status& statu
     };
     const GdalErrors errors;
     const CPLConfigOptionSetter inside("GDAL_TIFF_INTERNAL_MASK", "YES", false);
+    // Overviews of a COG wait in a file beside it until the rest is written: to compress them there, too,
+    // takes a quarter of the time.
+    const CPLConfigOptionSetter plainOverviews("COG_TMP_COMPRESSION", "NONE", true);
     // What is read line by line and band by band comes from blocks that are decoded once.
     const CacheLimit cache(static_cast<std::int64_t>(std::uint64_t{2} * plan.blockRows * plan.columns *
                                                      (plan.GetPixelBytes() + 1)));
