@@ -19,6 +19,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <future>
 #include <map>
 
 namespace rasterhost {
@@ -39,8 +40,11 @@ public:
     bool Run() {
         const auto plugin = hostkit::PluginLibrary::FindAndLoad(request.plugin, status);
         if (plugin) allRows = CountRows(plugin->GetDescription());
-        return plugin && PrepareToKeep() && Reduce() && OpenReduced() && AddPlain(Resampling::Bilinear) &&
-               AddPlain(Resampling::Cubic) && AddMethods(plugin->GetDescription()) && FindBest() &&
+        if (!plugin || !PrepareToKeep() || !Reduce()) return false;
+        // Of the reduced images, in memory, that are read while the next one is made.
+        const CacheLimit cache(std::int64_t{64} << 20);
+        return OpenReduced() && AddPlain(Resampling::Bilinear) && AddPlain(Resampling::Cubic) &&
+               AddMethods(plugin->GetDescription()) && FinishLast() && FindBest() &&
                (!kept || reduced->Keep(*kept, request.replaceKept, status));
     }
 
@@ -117,29 +121,49 @@ private:
         return InputImage::Open(inputs, "reduced", {}, status);
     }
 
-    bool Add(CompareEntry entry, std::size_t bands, const OpenRows& rows) {
+    /// Begins to judge an image beside what comes next, once the one before has been judged. `file` is not
+    /// needed afterwards.
+    bool Add(CompareEntry entry, std::size_t bands, const OpenRows& rows, const std::string& file = {}) {
+        if (!FinishLast()) return false;
         if (!GoesOn()) return Cancel();
         // A method may write fewer bands, the first ones.
         if (!truths[bands]) truths[bands] = OpenBands(reduced->GetTruth(), bands);
         if (!truths[bands]) return false;
-        if (!CompareRows(rows, RowsOf(*truths[bands]), StripThreads({}, request.threads),
-                         std::sqrt(report.ratioX * report.ratioY), entry.indices, status))
-            return false;
-        if (entry.indices.pixels == 0)
+        const int threads = StripThreads({}, request.threads);
+        const auto judge = [this, rows, threads, truth = RowsOf(*truths[bands])] {
+            return CompareRows(rows, truth, threads, std::sqrt(report.ratioX * report.ratioY),
+                               last.entry.indices, last.reasons);
+        };
+        last.entry = std::move(entry);
+        last.file = file;
+        last.isGood = std::async(threads > 1 ? std::launch::async : std::launch::deferred, judge);
+        return true;
+    }
+
+    /// Takes the image that is being judged, if there is one, into the table.
+    bool FinishLast() {
+        if (!last.isGood.valid()) return true;
+        const bool isGood = last.isGood.get();
+        if (!last.file.empty()) VSIUnlink(last.file.c_str());
+        status.Append(last.reasons);
+        if (!isGood) return false;
+        if (last.entry.indices.pixels == 0)
             return Fail(
                 status, HostStatus::InputsDoNotFit,
                 "no pixel has enough data around it when the images are degraded; there is nothing to "
                 "compare");
-        report.entries.push_back(std::move(entry));
+        report.entries.push_back(std::move(last.entry));
+        last = {};
         return true;
     }
 
     bool AddPlain(Resampling resampling) {
         const auto& grid = pan->GetInfo();
-        const hostkit::AxisPlacement placement(grid, multispectral->GetInfo());
-        const auto open = [&](Status& reasons) -> std::unique_ptr<RowSource> {
+        const auto placement = std::make_shared<const hostkit::AxisPlacement>(grid, multispectral->GetInfo());
+        const auto open = [this, placement, resampling,
+                           &grid](Status& reasons) -> std::unique_ptr<RowSource> {
             auto image = InputImage::Open(multispectral->GetDescription(), reasons);
-            return image ? std::make_unique<UpsampledRows>(std::move(image), placement,
+            return image ? std::make_unique<UpsampledRows>(std::move(image), *placement,
                                                            hostkit::WholeImage(grid), resampling, false)
                          : nullptr;
         };
@@ -187,7 +211,6 @@ private:
         run.pan.file = reduced->GetPan();
         run.multispectral = {{reduced->GetMultispectral(), {}}};
         run.bands = request.bands;
-        run.output = reduced->GetFused();
         run.overwrite = true;
         run.method = method;
         run.bitDepth = bitDepth;
@@ -198,27 +221,22 @@ private:
         return run;
     }
 
-    bool AddMethod(const SharpenRequest& run, std::optional<WeightSource> weights) {
+    bool AddMethod(SharpenRequest run, std::optional<WeightSource> weights) {
         SharpenReport fusion;
+        run.output = reduced->GetFused(fusedImages++);
         if (!Sharpen(run, fusion, status)) {
             report.cancelled = fusion.cancelled;
             return false;
         }
-        bool isAdded = false;
-        {
-            const auto fused = InputImage::Open({{run.output, {}}}, "fused", {}, status);
-            if (!fused) return false;
-            // Where no weights could be fitted, the run took equal ones.
-            if (weights == WeightSource::Fit && !fusion.fit) {
-                weights = WeightSource::Equal;
-                report.warnings.push_back(run.method + ": no weights could be fitted to the degraded pair");
-            }
-            isAdded =
-                Add({run.method, weights, run.resampling, fusion.effectiveWeights, fusion.infraredWeight, {}},
-                    fused->GetInfo().bandsPerPixel, RowsOf(*fused));
+        const auto fused = InputImage::Open({{run.output, {}}}, "fused", {}, status);
+        if (!fused) return false;
+        // Where no weights could be fitted, the run took equal ones.
+        if (weights == WeightSource::Fit && !fusion.fit) {
+            weights = WeightSource::Equal;
+            report.warnings.push_back(run.method + ": no weights could be fitted to the degraded pair");
         }
-        VSIUnlink(run.output.c_str());
-        return isAdded;
+        return Add({run.method, weights, run.resampling, fusion.effectiveWeights, fusion.infraredWeight, {}},
+                   fused->GetInfo().bandsPerPixel, RowsOf(*fused), run.output);
     }
 
     bool FindBest() {
@@ -241,6 +259,15 @@ private:
     std::optional<int> bitDepth;
     std::size_t allBands = 0; ///< of the multispectral image
     double allRows = 0.0;     ///< that the table is going to have
+    unsigned fusedImages = 0;
+
+    struct Judged {
+        CompareEntry entry;
+        std::string file;
+        Status reasons;
+        std::future<bool> isGood; ///< valid while an image is being judged
+    };
+    Judged last; ///< goes first: what it reads is above
 };
 
 } // namespace

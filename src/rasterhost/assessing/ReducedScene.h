@@ -30,8 +30,10 @@ public:
     /// pixels that cubic interpolation takes there.
     [[nodiscard]] std::string GetTruth() const { return folder + "/" + names[2]; }
     [[nodiscard]] std::string GetInfrared() const { return folder + "/" + names[3]; }
-    /// For what is made of them.
-    [[nodiscard]] std::string GetFused() const { return folder + "/fused.tif"; }
+    /// For what is made of them, one after the other.
+    [[nodiscard]] std::string GetFused(unsigned number) const {
+        return folder + "/fused-" + std::to_string(number) + ".tif";
+    }
     /// Writes those to keep where they stay. False with an item.
     [[nodiscard]] bool Keep(WorkFolder& target, bool overwrite, Status& status) const;
 
