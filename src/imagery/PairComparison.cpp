@@ -146,8 +146,8 @@ std::size_t PairComparison::FineRow(std::size_t row, std::size_t unit) const {
     const double at =
         (view.fine.yMax - view.coarse.yMax + static_cast<double>(row) * view.coarse.pixelSizeY) /
         view.fine.pixelSizeY / static_cast<double>(unit);
-    const double most = static_cast<double>(view.fine.rows / unit);
-    return row == 0 ? 0 : unit * static_cast<std::size_t>(std::clamp(at, 0.0, most));
+    const std::size_t whole = view.fine.rows / unit;
+    return row == 0 ? 0 : unit * static_cast<std::size_t>(std::clamp(at, 0.0, static_cast<double>(whole)));
 }
 
 /// Multispectral rows, and the rows of pan that belong to them while these are at hand.

@@ -12,10 +12,10 @@ namespace quality {
 template <std::size_t known, class Image, class Reference>
 void ErrorSums::AddPixels(const Image* image, const Reference* reference, const unsigned char* valid,
                           std::size_t columns) {
-    const std::size_t bands = known > 0 ? known : sums.size();
+    const std::size_t bands = known != 0 ? known : sums.size();
     std::array<Sums, std::max<std::size_t>(known, 1)> own; // which a compiler keeps in registers
-    if (known > 0) std::copy_n(sums.begin(), known, own.begin());
-    Sums* const all = known > 0 ? own.data() : sums.data();
+    if (known != 0) std::copy_n(sums.begin(), known, own.begin());
+    Sums* const all = known != 0 ? own.data() : sums.data();
     for (std::size_t column = 0; column < columns; ++column, image += bands, reference += bands) {
         if (!valid[column]) continue;
         ++count;
@@ -28,7 +28,7 @@ void ErrorSums::AddPixels(const Image* image, const Reference* reference, const 
             all[band].largest = std::max(all[band].largest, truth);
         }
     }
-    if (known > 0) std::copy_n(own.begin(), known, sums.begin());
+    if (known != 0) std::copy_n(own.begin(), known, sums.begin());
 }
 
 template <class Image, class Reference>

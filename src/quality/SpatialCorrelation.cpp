@@ -17,7 +17,7 @@ template <class Image, class Reference>
 void SpatialCorrelation::AddRow(const Image* image, const Reference* reference, const unsigned char* valid) {
     std::rotate(rows.begin(), rows.begin() + 1, rows.end());
     WithKnownBands(bands, [&](auto known) {
-        const std::size_t length = known > 0 ? known : bands;
+        const std::size_t length = known != 0 ? known : bands;
         double* pixel = rows[2].both.data();
         for (std::size_t column = 0; column < columns; ++column, image += length, reference += length)
             pixel = std::copy_n(reference, length, std::copy_n(image, length, pixel));
@@ -68,15 +68,15 @@ void SpatialCorrelation::AddMiddle() {
     for (std::size_t column = 0; column < columns; ++column)
         counts[column] =
             rows[0].valid[column] != 0 && rows[1].valid[column] != 0 && rows[2].valid[column] != 0;
-    WithKnownBands(bands, [this](auto known) { AddProducts<decltype(known)::value>(); });
+    WithKnownBands(bands, [this](auto known) { AddProducts(known); });
 }
 
 template <std::size_t known>
-void SpatialCorrelation::AddProducts() {
-    const std::size_t length = known > 0 ? known : bands;
+void SpatialCorrelation::AddProducts(std::integral_constant<std::size_t, known>) {
+    const std::size_t length = known != 0 ? known : bands;
     std::array<Sums, std::max<std::size_t>(known, 1)> own; // which a compiler keeps in registers
-    if (known > 0) std::copy_n(sums.begin(), known, own.begin());
-    Sums* const all = known > 0 ? own.data() : sums.data();
+    if (known != 0) std::copy_n(sums.begin(), known, own.begin());
+    Sums* const all = known != 0 ? own.data() : sums.data();
     for (std::size_t column = 1; column + 1 < columns; ++column) {
         if (!counts[column - 1] || !counts[column] || !counts[column + 1]) continue;
         ++count;
@@ -90,7 +90,7 @@ void SpatialCorrelation::AddProducts() {
             all[band].products += x * y;
         }
     }
-    if (known > 0) std::copy_n(own.begin(), known, sums.begin());
+    if (known != 0) std::copy_n(own.begin(), known, sums.begin());
 }
 
 std::vector<double> SpatialCorrelation::Find() const {

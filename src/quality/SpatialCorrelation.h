@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 #include <vector>
 
 namespace quality {
@@ -36,7 +37,7 @@ private:
     void AddLast();
     void AddMiddle();
     template <std::size_t known>
-    void AddProducts();
+    void AddProducts(std::integral_constant<std::size_t, known> knownBands);
 
     std::size_t columns, bands;
     std::array<Row, 3> rows;  ///< the latest last

@@ -12,7 +12,7 @@ template <class Image, class Reference>
 void SpectralAngle::AddRow(const Image* image, const Reference* reference, const unsigned char* valid,
                            std::size_t columns) {
     WithKnownBands(bands, [&](auto known) {
-        const std::size_t length = known > 0 ? known : bands;
+        const std::size_t length = known != 0 ? known : bands;
         for (std::size_t column = 0; column < columns; ++column, image += length, reference += length) {
             if (!valid[column]) continue;
             double product = 0.0, imageSquares = 0.0, referenceSquares = 0.0;
