@@ -62,7 +62,7 @@ def picture(found):
     width, left, top, height = 720, 150, 40, 30
     parts = [f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {width + left + 20} {top + 46 * len(found["runs"]) + 40}" '
              'font-family="sans-serif" font-size="13">', '<rect width="100%" height="100%" fill="#ffffff"/>']
-    x = left
+    x = 20
     for kind, colour in COLOURS.items():
         parts.append(f'<rect x="{x}" y="10" width="12" height="12" fill="{colour}" stroke="#555" stroke-width="0.5"/>'
                      f'<text x="{x + 16}" y="21">{kind}</text>')
