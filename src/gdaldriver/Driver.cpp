@@ -5,7 +5,7 @@
 #include <gdal_priv.h>
 
 #include <memory>
-#include <string>
+#include <string_view>
 
 namespace gdaldriver {
 
@@ -16,8 +16,8 @@ constexpr const char* driverName = "PANSHARP";
 /// Drivers from libraries are asked before all others: what is not clearly ours is left to them.
 int Identify(GDALOpenInfo* how) {
     return how->nHeaderBytes > 0 &&
-           rasterhost::LooksLikeRecord(std::string(reinterpret_cast<const char*>(how->pabyHeader),
-                                                   static_cast<std::size_t>(how->nHeaderBytes)));
+           rasterhost::LooksLikeRecord(std::string_view(reinterpret_cast<const char*>(how->pabyHeader),
+                                                        static_cast<std::size_t>(how->nHeaderBytes)));
 }
 
 /// Says for as long as it lives that this thread opens a description.

@@ -4,6 +4,7 @@
 
 #include <cpl_error.h>
 
+#include <new>
 #include <string>
 
 namespace gdaldriver {
@@ -16,13 +17,15 @@ CPLErr RefuseChange() {
     return CE_Failure;
 }
 
-void ReportErrors(const rasterhost::Status& status) {
+void ReportErrors(const rasterhost::Status& status) try {
     std::string text;
     for (std::uint32_t i = 0; i < status.GetCount(); ++i)
         if (const std::string& message = status.GetItem(i).message; !message.empty())
             text += (text.empty() ? "" : "; ") + message;
     CPLError(CE_Failure, CPLE_AppDefined, "%s",
              text.empty() ? "the work failed, and no reason was given" : text.c_str());
+} catch (const std::bad_alloc&) {
+    CPLError(CE_Failure, CPLE_OutOfMemory, "there is too little memory to say why the work failed");
 }
 
 bool RunReporting(const std::function<bool(rasterhost::Status&)>& work) {

@@ -100,6 +100,8 @@ class Choice:
         self.product = algorithm.parameterAsString(parameters, "PRODUCT", context).strip()
         if self.product and (self.pan or self.ms or self.more):
             raise QgsProcessingException("Both layers and a product are given. Leave one of them empty.")
+        if self.product.lower().endswith(".pansharp"):
+            raise QgsProcessingException("A .pansharp scene is not a product. Choose it as the panchromatic layer.")
         if not (self.product or self.pan):
             raise QgsProcessingException("No input is given. Choose a panchromatic and a multispectral layer, or a product.")
 

@@ -150,16 +150,17 @@ private:
 
 } // namespace
 
-bool LooksLikeRecord(const std::string& text) {
-    const std::string start = text.substr(0, recordStart);
+bool LooksLikeRecord(std::string_view text) {
+    const std::string_view start = text.substr(0, recordStart);
+    const std::string_view magic = recordMagic;
     constexpr const char* blanks = " \t\r\n";
     constexpr const char* byteOrderMark = "\xEF\xBB\xBF"; // some editors put one
     const std::size_t first = start.starts_with(byteOrderMark) ? 3 : 0;
     const std::size_t brace = start.find_first_not_of(blanks, first);
-    if (brace == std::string::npos || start[brace] != '{') return false;
+    if (brace == std::string_view::npos || start[brace] != '{') return false;
     const std::size_t quote = start.find_first_not_of(blanks, brace + 1);
-    return quote != std::string::npos &&
-           start.compare(quote + 1, std::string(recordMagic).size(), recordMagic) == 0 && start[quote] == '"';
+    return quote != std::string_view::npos && start.compare(quote + 1, magic.size(), magic) == 0 &&
+           start[quote] == '"';
 }
 
 bool WriteRecord(const SceneRecord& record, const std::string& file, std::string& text, Status& status) {

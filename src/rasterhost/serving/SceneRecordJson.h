@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 /// The text of a description: JSON in a fixed order of keys (docs/scene-file.md).
 namespace rasterhost {
@@ -26,6 +27,6 @@ inline constexpr std::size_t recordStart = 64;
 
 /// True when the first `recordStart` bytes of a text begin as descriptions do. What follows does not count,
 /// so that all who ask agree, however much each has read.
-[[nodiscard]] bool LooksLikeRecord(const std::string& text);
+[[nodiscard]] bool LooksLikeRecord(std::string_view text);
 
 } // namespace rasterhost

@@ -183,11 +183,16 @@ bool WorkFolder::MakeFolders(Status& status) {
 
 WorkFolder::~WorkFolder() {
     const GdalErrors errors;
-    std::error_code ignored;
-    if (!folder.empty())
-        fs::remove_all(folder, ignored);
-    else if (!isDelivered && StartsWith(place, "/vsi", false))
+    if (!folder.empty()) {
+        try {
+            std::error_code ignored;
+            fs::remove_all(folder, ignored);
+        } catch (const std::bad_alloc&) {
+            return; // the next run removes it
+        }
+    } else if (!isDelivered && StartsWith(place, "/vsi", false)) {
         VSIUnlink(place.c_str());
+    }
 }
 
 std::string WorkFolder::GetFile(const std::string& name) const {
