@@ -49,7 +49,7 @@ TEST(SumRow, EveryTargetGivesTheSameWholeNumbers) {
                 sample =
                     static_cast<unsigned short>(30000 - mostDifference + random() % (2 * mostDifference + 1));
             pixels[bands - 1] = static_cast<unsigned short>(30000 + far * (mostDifference + 1));
-            const auto sums = [&](SimdTarget target) {
+            const auto sums = [&, count = count, far = far](SimdTarget target) {
                 std::vector<unsigned short> planes(bands * spreadPixels);
                 std::vector<short> rows(4 * wholeRow);
                 std::vector<std::int32_t> parts(pairs.size() * wholeParts);

@@ -242,9 +242,10 @@ TEST_F(ViewServiceTest, SilentAndGoneClientsAreSurvived) {
         address.sin_port = htons(server->GetPort());
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         ASSERT_EQ(connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-        const std::string text = client % 2 == 0 ? "GET /" + wanted[client / 2 % std::size(wanted)] +
-                                                       " HTTP/1.1\r\nHost: localhost\r\n\r\n"
-                                                 : "GET /tiles/";
+        const std::string text =
+            client % 2 == 0 ? "GET /" + wanted[static_cast<std::size_t>(client) / 2 % std::size(wanted)] +
+                                  " HTTP/1.1\r\nHost: localhost\r\n\r\n"
+                            : "GET /tiles/";
         EXPECT_EQ(send(socket, text.data(), text.size(), MSG_NOSIGNAL), static_cast<ssize_t>(text.size()));
         if (client < 100)
             close(socket);
