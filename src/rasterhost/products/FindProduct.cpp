@@ -85,9 +85,9 @@ ProductSearch ChooseProduct(const std::string& name, std::vector<Product>& found
     if (product.fault.empty() && product.bands.empty()) product.fault = "it has no multispectral bands";
     if (product.fault.empty()) product.fault = FindNamedTwice(product);
     if (product.fault.empty()) return ProductSearch::Found;
-    if (IsOnNetwork(name) && IsMetadataName(name))
-        product.fault += "; of what lies beside '" + LastPart(name) +
-                         "' on a server only the files that it names are seen, so name the files: PAN MS ...";
+    if (IsOnNetwork(name) && IsMetadataName(name) && (product.pan.file.empty() || product.bands.empty()))
+        product.fault += "; on a server only the files that the metadata names can be found, so name the "
+                         "files: PAN MS ...";
     return FailSearch(status, "the product '" + (product.name.empty() ? name : product.name) + "' (" +
                                   product.kind + ") cannot be fused: " + product.fault);
 }

@@ -1,9 +1,9 @@
 #include "rasterhost/reading/NetworkFile.h"
 
 #include "fundament/Text.h"
-#include "rasterhost/reading/FileState.h"
 #include "rasterhost/requests/GdalErrors.h"
 
+#include <cpl_error.h>
 #include <cpl_string.h>
 #include <cpl_vsi.h>
 #include <gdal_priv.h>
@@ -35,13 +35,39 @@ std::string NameForGdal(const std::string& name) {
 }
 
 bool IsOnObjectStorage(const std::string& name) {
-    constexpr const char* prefixes[] = {"/vsis3/", "/vsigs/", "/vsiaz/", "/vsioss/", "/vsiswift/"};
+    constexpr const char* prefixes[] = {"/vsis3/", "/vsigs/", "/vsioss/", "/vsiswift/"};
     return std::ranges::any_of(prefixes, [&](const char* prefix) { return StartsWith(name, prefix, false); });
 }
 
 bool IsOnNetwork(const std::string& name) {
     return StartsWith(name, "/vsicurl/", false) || StartsWith(name, "/vsicurl?", false) ||
-           IsOnObjectStorage(name);
+           StartsWith(name, "/vsiaz/", false) || IsOnObjectStorage(name);
+}
+
+namespace {
+
+/// Notes what GDAL says of a request that failed for good; of a 404 it says nothing.
+void CPL_STDCALL NoteAnswer(CPLErr, CPLErrorNum, const char* message) {
+    if (message && StartsWith(message, "HTTP response code on ", false))
+        *static_cast<std::string*>(CPLGetErrorHandlerUserData()) = message;
+}
+
+} // namespace
+
+FileState LookAnew(const std::string& name, std::string& fault) {
+    fault.clear();
+    if (!IsOnObjectStorage(name)) return LookAt(name);
+    VSICurlPartialClearCache(name.c_str());
+    CPLPushErrorHandlerEx(&NoteAnswer, &fault);
+    VSILFILE* file = VSIFOpenL(name.c_str(), "rb"); // a stat would go on to list a folder of that name
+    CPLPopErrorHandler();
+    constexpr int timedOut = 408, tooMany = 429;
+    const int code = fault.empty() ? 0 : std::atoi(fault.c_str() + fault.rfind(' ') + 1);
+    const bool isRefused = code >= 400 && code < 500 && code != timedOut && code != tooMany;
+    if (file || isRefused) fault.clear();
+    if (file) VSIFCloseL(file);
+    const GdalErrors silence;
+    return LookAt(name);
 }
 
 GDALDataset* OpenRaster(const std::string& name, bool reportsErrors) {

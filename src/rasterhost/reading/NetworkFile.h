@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostkit/SampleBlock.h"
+#include "rasterhost/reading/FileState.h"
 
 #include <cstdint>
 #include <string>
@@ -19,9 +20,13 @@ namespace rasterhost {
 /// True for a name by which GDAL asks a server.
 [[nodiscard]] bool IsOnNetwork(const std::string& name);
 
-/// True for a name on object storage (S3 and the like), which GDAL writes to: an object appears when the
-/// whole of it has been sent.
+/// True for a name on object storage (S3 and the like) where an object that GDAL writes appears when the
+/// whole of it has been sent. Azure's (/vsiaz/) is none of these: there GDAL appends block after block.
 [[nodiscard]] bool IsOnObjectStorage(const std::string& name);
+
+/// LookAt that asks object storage anew. `fault` is the reason when that did not tell whether the object is
+/// there, as when the connection failed; else it is empty. What may not be looked at counts as not there.
+[[nodiscard]] FileState LookAnew(const std::string& name, std::string& fault);
 
 /// GDALOpenEx of a raster to be read. Beside a TIFF on a server a mask and statistics are looked for, and
 /// further files only where one of these is or the TIFF does not tell its place: each name costs an answer of

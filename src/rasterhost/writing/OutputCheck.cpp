@@ -74,7 +74,7 @@ bool CheckName(const SharpenRequest& request, Status& status) {
     if (name.empty()) return Refuse(status, "no output file was named");
     if (StartsWith(name, "/vsi", false) && !StartsWith(name, "/vsimem/", false) && !IsOnObjectStorage(name))
         return Refuse(status, FormatString("the output '%s' is neither in the file system nor on object "
-                                           "storage (s3://, gs://, /vsis3/, /vsigs/, /vsiaz/, /vsioss/, "
+                                           "storage (s3://, gs://, /vsis3/, /vsigs/, /vsioss/, "
                                            "/vsiswift/); write it there and copy it",
                                            name.c_str()));
     RunFiles files = FilesOf(request);
@@ -104,7 +104,10 @@ bool CheckNewFile(const std::string& name, const std::string& what, bool overwri
     const auto refuse = [&](const std::string& why) { return Refuse(status, what + " " + why); };
     if (const std::string use = files.FindUse(name); !use.empty())
         return refuse("is " + use + "; choose another name");
-    const FileState state = LookAt(name);
+    std::string fault;
+    const FileState state = LookAnew(name, fault);
+    if (!fault.empty())
+        return refuse("may be there, which the storage does not tell; try again later: " + fault);
     if (state.isFolder) return refuse("is a folder; name a file in it");
     if (state.exists && !state.isFile)
         return refuse("is a device, not a file that can be replaced; choose another name");

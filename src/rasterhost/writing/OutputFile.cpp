@@ -150,9 +150,10 @@ bool OutputFile::Copy(const std::function<bool(double)>& progress, Status& statu
                      ->CreateCopy(folder.GetFile().c_str(), source, FALSE, options.List(), report, &written)
                : nullptr);
     const bool isCopied = copied != nullptr;
+    // No copy of GDAL's has it. A COG would lose its layout: what is added to it goes to the end of the file.
     if (char** imagery = made ? made->GetMetadata(imageryDomain) : nullptr;
-        isCopied && plan.isPicture && imagery)
-        copied->SetMetadata(imagery, imageryDomain); // GDAL copies it from files of one format only
+        isCopied && plan.isPicture && imagery && !EQUAL(plan.format.name.c_str(), "COG"))
+        copied->SetMetadata(imagery, imageryDomain);
     copied.reset();
     return (isCopied && !errors.HasFailed()) || FailToComplete(errors.Reason(), status);
 }

@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <charconv>
 #include <filesystem>
+#include <functional>
 #include <system_error>
 
 namespace rasterhost {
@@ -64,28 +65,57 @@ bool FailTaken(const std::string& name, Status& status) {
                 name.c_str());
 }
 
-/// Sends a file to object storage. False with an item, and no object was made.
-bool Send(const std::string& from, const std::string& to, Status& status) {
-    using File = std::unique_ptr<VSILFILE, decltype(&VSIFCloseL)>;
-    constexpr std::size_t blockBytes = std::size_t{4} << 20;
-    const GdalErrors errors;
-    const File source(VSIFOpenL(from.c_str(), "rb"), &VSIFCloseL);
-    File target(source ? VSIFOpenL(to.c_str(), "wb") : nullptr, &VSIFCloseL);
-    std::vector<char> block(blockBytes);
-    std::size_t count = block.size();
-    bool isRead = source != nullptr, isSent = target != nullptr;
-    while (isRead && isSent && count == block.size()) {
-        count = VSIFReadL(block.data(), 1, block.size(), source.get());
-        isRead = count == block.size() || VSIFEofL(source.get()) != 0;
-        isSent = count == 0 || VSIFWriteL(block.data(), 1, count, target.get()) == count;
+bool FailUnknown(const std::string& name, const std::string& reason, Status& status) {
+    return Fail(
+        status, HostStatus::OutputNotWritten,
+        "the storage does not tell whether '%s' is there, so it was left as it is; try again later: %s",
+        name.c_str(), reason.c_str());
+}
+
+using File = std::unique_ptr<VSILFILE, decltype(&VSIFCloseL)>;
+
+/// Reads a file block by block. False when it cannot be read to its end or `take`, which is told how many
+/// bytes are in the block, wants no more.
+bool ReadBlocks(const std::string& name, std::vector<char>& block,
+                const std::function<bool(std::size_t)>& take) {
+    const File file(VSIFOpenL(name.c_str(), "rb"), &VSIFCloseL);
+    const std::uint64_t bytes = LookAt(name).bytes;
+    std::uint64_t done = 0;
+    while (file && done < bytes) {
+        const std::size_t count = VSIFReadL(block.data(), 1, block.size(), file.get());
+        if (count == 0 || !take(count)) return false;
+        done += count;
     }
-    isSent = target && VSIFCloseL(target.release()) == 0 && isSent; // most is sent as it is closed
+    return file && done == bytes;
+}
+
+/// Sends a file to object storage. False with an item; then there is no object where none was.
+bool Send(const std::string& from, const std::string& to, bool isThere, Status& status) {
+    constexpr std::size_t blockBytes = std::size_t{4} << 20;
+    // What is opened is sent as it is closed, whole or not: memory and file are tried before.
+    std::vector<char> block(blockBytes);
+    const GdalErrors errors;
+    const bool isReadable = ReadBlocks(from, block, [](std::size_t) { return true; });
+    File target(isReadable ? VSIFOpenL(to.c_str(), "wb") : nullptr, &VSIFCloseL);
+    const bool isOpen = target != nullptr;
+    bool isSent = isOpen;
+    const bool isRead = isOpen && ReadBlocks(from, block, [&](std::size_t count) {
+                            return isSent = VSIFWriteL(block.data(), 1, count, target.get()) == count;
+                        });
+    isSent = isOpen && VSIFCloseL(target.release()) == 0 && isSent; // most is sent as it is closed
     if (isRead && isSent && !errors.HasFailed()) return true;
-    if (!isRead && isSent) VSIUnlink(to.c_str());
+    const std::string reason = errors.Reason();
+    // What could not be seen before is not removed now.
+    if (std::string fault; isOpen && !isThere && LookAnew(to, fault).exists) VSIUnlink(to.c_str());
+    if (!isReadable || (isSent && !isRead))
+        return Fail(status, HostStatus::OutputNotWritten,
+                    "the finished file '%s' cannot be read to be sent to '%s'; check the disk of the folder "
+                    "for temporary files, or set TMPDIR to another folder%s",
+                    from.c_str(), to.c_str(), reason.c_str());
     return Fail(status, HostStatus::OutputNotWritten,
-                "the finished file cannot be sent to '%s'; may you write there, and are GDAL's keys for it "
-                "set?%s",
-                to.c_str(), errors.Reason().c_str());
+                "the finished file cannot be sent to '%s'; check that you may write there and that GDAL's "
+                "keys for it are set%s",
+                to.c_str(), reason.c_str());
 }
 
 /// Moves that are undone with it unless they are kept.
@@ -141,7 +171,7 @@ std::vector<std::string> NamesOfDescriptions(const std::string& name) {
 
 std::string FolderToWorkIn(const std::string& finalName) {
     if (!IsOnObjectStorage(finalName)) return fs::path(FollowLinks(finalName)).parent_path().string();
-    return CPLGetConfigOption("CPL_TMPDIR", CPLGetConfigOption("TMPDIR", "/tmp"));
+    return CPLGetConfigOption("CPL_TMPDIR", CPLGetConfigOption("TMPDIR", CPLGetConfigOption("TEMP", "/tmp")));
 }
 
 WorkFolder::WorkFolder(const std::string& finalName)
@@ -223,9 +253,12 @@ bool WorkFolder::SendAll(const std::vector<std::string>& names, const std::vecto
     std::vector<std::string> made;
     for (const std::string& name : names) {
         const std::string to = GetPlace(name);
-        VSICurlPartialClearCache(to.c_str());
-        const bool isThere = LookAt(to).exists;
-        if (isThere && !overwrite ? FailTaken(to, status) : Send(GetFile(name), to, status)) {
+        std::string fault;
+        const bool isThere = LookAnew(to, fault).exists;
+        const bool isFree = !fault.empty()          ? FailUnknown(to, fault, status)
+                            : isThere && !overwrite ? FailTaken(to, status)
+                                                    : true;
+        if (isFree && Send(GetFile(name), to, isThere, status)) {
             if (!isThere) made.push_back(to);
             continue;
         }
@@ -233,8 +266,16 @@ bool WorkFolder::SendAll(const std::vector<std::string>& names, const std::vecto
             VSIUnlink(each.c_str());
         return false;
     }
-    for (const std::string& name : stale)
-        VSIUnlink(GetPlace(name).c_str());
+    for (const std::string& name : stale) {
+        const std::string beside = GetPlace(name);
+        const GdalErrors errors;
+        std::string fault;
+        if (VSIUnlink(beside.c_str()) != 0 && (LookAnew(beside, fault).exists || !fault.empty()))
+            return Fail(status, HostStatus::OutputNotWritten,
+                        "the output '%s' was replaced, but '%s', which describes the old one, cannot be "
+                        "removed; remove it%s",
+                        place.c_str(), beside.c_str(), errors.Reason().c_str());
+    }
     return true;
 }
 
@@ -250,8 +291,11 @@ bool WorkFolder::Deliver(bool overwrite, Status& status) {
     std::vector<std::string> stale; // they describe what is replaced
     for (const std::string& described : NamesOfDescriptions(mainName)) {
         const std::string beside = GetPlace(described);
-        if (std::find(names.begin(), names.end(), described) != names.end() || !LookAt(beside).exists)
-            continue;
+        if (std::find(names.begin(), names.end(), described) != names.end()) continue;
+        std::string fault;
+        const bool isThere = LookAnew(beside, fault).exists;
+        if (!fault.empty()) return FailUnknown(beside, fault, status);
+        if (!isThere) continue;
         if (!overwrite)
             return Fail(status, HostStatus::OutputNotWritten,
                         "'%s' is there and would describe the output '%s'; remove it, choose "

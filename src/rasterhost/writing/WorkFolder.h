@@ -14,8 +14,8 @@ namespace rasterhost {
 ///
 /// The folder of "scene.tif" is ".scene.pansharp-HOST-123-0.tmp", which says whose it is: what a killed run
 /// on this machine left of the same file is removed first. A link is followed: what it leads to is written.
-/// For object storage the folder is in that for temporary files (CPL_TMPDIR, else TMPDIR), and complete files
-/// are sent from there: an object appears as a whole or not at all.
+/// For object storage the folder is in that for temporary files (CPL_TMPDIR, TMPDIR or TEMP), and complete
+/// files are sent from there: an object appears as a whole or not at all.
 /// In GDAL's memory ("/vsimem/") there is no folder, and the file is written at its place.
 class WorkFolder {
 public:
@@ -42,8 +42,8 @@ public:
 
     /// Moves all files to their place, and takes away what lies there and described a file that is replaced.
     /// Nothing that is there is touched unless `overwrite` is set; what is replaced hands on its permissions.
-    /// False with an item, all being as it was before; on object storage files that belonged to the main
-    /// file may have been replaced by then.
+    /// False with an item, all being as it was before; on object storage files may have been replaced by
+    /// then, and what described the old ones may be left.
     [[nodiscard]] bool Deliver(bool overwrite, Status& status);
 
 private:

@@ -33,6 +33,7 @@ http {
         location /seldom/ { alias data/; if ($seldom) { return 503; } }
         location /errors/ { alias data/; if ($beyond) { return 503; } }
         location /store/ { dav_methods PUT; create_full_put_path on; }
+        location /unsure/ { dav_methods PUT; create_full_put_path on; if ($request_method != PUT) { return 503; } }
         location /denied/ { limit_except GET { deny all; } }
         location /drops/ { alias data/; if ($beyond) { return 444; } }
     }
@@ -119,10 +120,11 @@ class NetworkFile(unittest.TestCase):
         pair = ["data/x_pan.tif", "data/x_rgb.tif"]
         os.mkdir("spare")
         storage = {"AWS_S3_ENDPOINT": self.server[len("http://"):], "AWS_HTTPS": "NO", "AWS_VIRTUAL_HOSTING": "FALSE",
-                   "AWS_ACCESS_KEY_ID": "k", "AWS_SECRET_ACCESS_KEY": "s", "CPL_TMPDIR": "spare"}
+                   "AWS_ACCESS_KEY_ID": "k", "AWS_SECRET_ACCESS_KEY": "s", "CPL_TMPDIR": "spare", "GDAL_HTTP_MAX_RETRY": "0"}
         self.assertEqual(self.sharpen(*pair, output="x.tif").returncode, 0)
         for output, words in [("s3://store/a/x.tif", ""), ("/vsis3/store/a/x.tif", "exists; choose another name"),
                               ("s3://denied/x.tif", "cannot be sent to '/vsis3/denied/x.tif'"),
+                              ("s3://unsure/x.tif", "'/vsis3/unsure/x.tif' may be there"), ("/vsiaz/store/y.tif", "neither in the file system"),
                               (self.server + "/store/y.tif", "neither in the file system nor on object storage")]:
             run = self.sharpen(*pair, output=output, **storage)
             self.assertEqual(run.returncode, 1 if words else 0, run.stderr)
@@ -130,6 +132,9 @@ class NetworkFile(unittest.TestCase):
             self.assertFalse(os.listdir("spare"))
         self.assertEqual(pathlib.Path("store/a/x.tif").read_bytes(), pathlib.Path("x.tif").read_bytes())
         self.assertEqual(os.listdir("store/a"), ["x.tif"])
+        self.assertFalse(os.path.exists("unsure"))
+        os.rename("store/a/x.tif", "store/a/x.tif.ovr")  # may not be removed
+        self.assertIn("x.tif.ovr', which describes the old one", self.sharpen(*pair, "--overwrite", output="s3://store/a/x.tif", **storage).stderr)
 
     def test_tells_what_failed_and_leaves_nothing(self):
         before = sorted(os.listdir())

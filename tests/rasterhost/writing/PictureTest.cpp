@@ -36,7 +36,7 @@ TEST(Picture, IsStretchedByWhatHasData) {
     EXPECT_EQ(without, 0);
 }
 
-TEST(Picture, IsWrittenInThreeFormats) {
+TEST(Picture, IsWrittenInFourFormats) {
     const Folder folder;
     rasterhost::SharpenRequest request = MakeRequest();
     const auto ground = [](int column, int row, int band) {
@@ -45,13 +45,18 @@ TEST(Picture, IsWrittenInThreeFormats) {
     request.pan = {folder.Write("pan.tif", {64, 64, 1, GDT_UInt16, Grid(1.0), {}}, ground), {}};
     request.multispectral = {{folder.Write("ms.tif", {32, 32, 3, GDT_UInt16, Grid(2.0), {}}, ground), {}}};
     request.isPicture = true;
-    for (const char* name : {"look.png", "look.jpg", "look.tif"}) {
+    request.acquired = "2020-01-02";
+    for (const std::string name : {"look.png", "look.jpg", "cog.tif", "look.tif"}) {
         SCOPED_TRACE(name);
         request.output = folder / name;
+        request.format = name == "cog.tif" ? "COG" : "";
         EXPECT_EQ(RunWell(request).report.bitsPerSample, 8u);
         GDALDatasetUniquePtr made(GDALDataset::Open(request.output.c_str()));
         ASSERT_TRUE(made);
         EXPECT_EQ(made->GetRasterBand(3)->GetRasterDataType(), GDT_Byte);
+        if (request.format == "COG") { // its directory comes first
+            EXPECT_EQ(ReadText(request.output).substr(4, 4), std::string("\xC0\0\0\0", 4));
+        }
         const std::vector<unsigned> samples = ReadAll(request.output);
         EXPECT_GT(*std::max_element(samples.begin(), samples.end()), 250u);
         EXPECT_LT(*std::min_element(samples.begin(), samples.end()), 5u);
