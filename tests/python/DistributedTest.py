@@ -83,6 +83,14 @@ def test_the_mosaic_is_what_one_run_writes_and_what_is_there_is_kept(scene, clie
 
     def mask(*co):
         return _mosaic.look("job/parts/r0000000c0000000.tif", (0, 0, 256, 256), _parts.fingerprint("job/scene.pansharp", co))
+    with pytest.raises(_run.Late):
+        _mosaic.single("job/mosaic.vrt", "late.tif", "GTiff", [], False, lambda done: True, _run.Deadline(1e-9))
+    with pytest.raises(OSError):
+        _mosaic.vrt("none", (1, 1), {_parts.Part(0, 0, 1, 1): False}, True)
+    assert many.sharpen(client, "job/scene.pansharp", out="job", part=256).ok and run() == 0  # the job's own description stays its own
+    assert many.sharpen(client, scene, out=".", part=256).ok
+    with pytest.raises(pansharp.OutputError, match="scene.pansharp' exists, and no job"):
+        many.sharpen(client, "pan.tif", "ms.tif", ".", part=256)
     before = mask(), mask("COMPRESS=DEFLATE")
     os.utime("ms.tif")
     assert before == (True, None) and mask() is None
@@ -136,6 +144,17 @@ def test_a_task_that_ends_its_worker_again_and_again_is_named_and_ends_nothing_e
     _run.Runner(_connection.Connection(client), many.Limits()).run(tasks, lambda task, result: ended.setdefault(task.key, result["error"]), lambda *_: None)
     kinds = [error and error["kind"] for _, error in sorted(ended.items())]
     assert kinds == ["quarantine", None, "input", None, *([None] * 20)] and tasks[2].attempts == 3
+
+
+def test_what_a_scheduler_that_has_gone_for_good_leaves_is_named_at_once(tmp_path):
+    with _connection.start(1) as cluster:
+        connection = _connection.Connection(lambda: distributed.Client(cluster.scheduler_address, timeout=1, set_as_default=False))
+        connection.workers()
+    ended = []
+    for patience in 0.1, 3600:
+        task = _run.Task(0, work, ("works", str(tmp_path)))
+        _run.Runner(connection, many.Limits(patience=patience)).run([task], lambda _, result: ended.append(result["error"]["kind"]), lambda *_: None)
+    assert ended == ["lost", "lost"]
 
 
 def test_the_command_outlives_its_scheduler(scene, tmp_path):
@@ -255,7 +274,9 @@ def test_a_batch_makes_what_the_command_makes_and_each_skips_what_the_other_has_
     late = many.batch(client, "list.jsonl", "late", time_limit=1e-9).results
     assert "time limit" in late[0]["errors"][0]["message"] and not os.path.exists("late/large.tif")
     stuck = many.sharpen(client, scene, out="stuck", part=256, time_limit=1e-9)
-    assert {(part["kind"], "time limit" in part["text"]) for part in stuck.failed.values()} == {("late", True)} and not glob.glob("stuck/parts/*.tif")
+    slow = _parts.make(scene, many.cut(ROWS, COLUMNS, (256, 256))[0], "stuck/parts", "", [], pansharp.__version__, seconds=1e-9)["error"]
+    assert {(part["kind"], "time limit" in part["text"]) for part in (slow, *stuck.failed.values())} == {("late", True)}
+    assert not glob.glob("stuck/parts/*.tif")
     turned = {"pan": "pan.tif", "ms": ["ms.tif,band=3", "ms.tif,band=2", "ms.tif,band=1"], "output": "turned.tif"}
     (tmp_path / "two.jsonl").write_text("\n".join(map(json.dumps, (entries[3], entries[0], turned))))
     made, again = ([line["status"] for line in many.batch(client, ["two.jsonl"], "shared", share=True).results] for _ in range(2))

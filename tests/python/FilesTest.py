@@ -80,7 +80,7 @@ def test_a_window_is_a_part_of_the_whole():
         def forked():
             pansharp.sharpen(*PAIR, "forked.tif")
             sys.exit(refusal(scene.read))
-        child = multiprocessing.get_context("fork").Process(target=forked)
+        child = multiprocessing.get_context("fork").Process(target=forked, daemon=True)
         child.start()
         child.join(60)
         assert child.exitcode == 7

@@ -15,7 +15,7 @@ import distributed
 Answer = TypeVar("Answer")
 Clients = Union[distributed.Client, Callable[[], distributed.Client]]
 _TRY = 10.0  # seconds that one try to connect takes
-_ANSWER = 30.0  # seconds in which a scheduler tells its workers
+ANSWER = 30.0  # seconds in which a scheduler tells its workers, or a worker what a task returned
 _PAUSE = 0.5
 
 
@@ -74,6 +74,7 @@ class Connection:
         self._address: str | None = None
         self._security: Any = None
         self._stream: Any = None
+        self._is_given_up = False
 
     def ask(self, call: Callable[[distributed.Client], Answer]) -> Answer:
         """What the call gives. Raises Lost when the scheduler has gone before, or goes meanwhile."""
@@ -88,16 +89,16 @@ class Connection:
 
     def workers(self) -> dict[str, int]:
         """Addresses of the workers, and their threads. Raises Lost."""
-        found: dict[str, int] | None = self.ask(lambda client: client.nthreads(callback_timeout=_ANSWER))
+        found: dict[str, int] | None = self.ask(lambda client: client.nthreads(callback_timeout=ANSWER))
         if found is None:  # given by Dask while it closes
             raise Lost("the scheduler tells no workers")
         return found
 
     def reach(self, seconds: float, check: Callable[[], None]) -> bool:
-        """A new client, whose scheduler has workers; False when there is none for so long."""
+        """A new client, whose scheduler has workers; False when there is none for so long. Then nothing is waited for again."""
         end = time.monotonic() + seconds
         self.close()
-        while self._address and time.monotonic() < end:
+        while self._address and not self._is_given_up and time.monotonic() < end:
             check()
             time.sleep(_PAUSE)
             try:
@@ -108,7 +109,9 @@ class Connection:
             except Lost:
                 self.close()
             except OSError:
-                return False
+                break
+        self.close()
+        self._is_given_up = True
         return False
 
     def close(self) -> None:
@@ -118,6 +121,8 @@ class Connection:
 
     def _open(self) -> distributed.Client:
         if self._client is None:
+            if self._address:
+                raise Lost(f"there was no scheduler with workers at '{self._address}'")
             is_own = not isinstance(self._given, distributed.Client)
             self._take(self._given() if is_own else self._given, is_own)
         assert self._client is not None

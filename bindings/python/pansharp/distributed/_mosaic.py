@@ -25,14 +25,16 @@ def block_of(file: str) -> tuple[int, int] | None:
 
 def _is_whole(part: gdal.Dataset, file: str) -> bool:
     """False for a file that ends before its last block, as one may after a machine went down."""
-    size = gdal.VSIStatL(file).size
+    state = gdal.VSIStatL(file)
+    if state is None:  # it has gone since it was opened
+        return False
     for number in {1, part.RasterCount}:
         band = part.GetRasterBand(number)
         across, down = band.GetBlockSize()
         for row in range(-(-part.RasterYSize // down)):
             for column in range(-(-part.RasterXSize // across)):
                 offset = band.GetMetadataItem(f"BLOCK_OFFSET_{column}_{row}", "TIFF")
-                if offset and int(offset) + int(band.GetMetadataItem(f"BLOCK_SIZE_{column}_{row}", "TIFF")) > size:
+                if offset and int(offset) + int(band.GetMetadataItem(f"BLOCK_SIZE_{column}_{row}", "TIFF")) > state.size:
                     return False
     return True
 
@@ -42,13 +44,13 @@ def look(file: str, window: tuple[int, int, int, int], print_: str) -> bool | No
     """Whether a part has a mask; None for one that is not there, or was made in another way."""
     try:
         part = gdal.Open(file)
+        if part.GetMetadataItem(_parts.FINGERPRINT) != print_ or (part.RasterXSize, part.RasterYSize) != window[2:]:
+            return None
+        if not _is_whole(part, file):
+            return None
+        return part.GetRasterBand(1).GetMaskFlags() == gdal.GMF_PER_DATASET
     except RuntimeError:
         return None
-    if part.GetMetadataItem(_parts.FINGERPRINT) != print_ or (part.RasterXSize, part.RasterYSize) != window[2:]:
-        return None
-    if not _is_whole(part, file):
-        return None
-    return part.GetRasterBand(1).GetMaskFlags() == gdal.GMF_PER_DATASET
 
 
 def _shift(description: gdal.Dataset, by: gdal.Dataset, part: _parts.Part) -> None:
@@ -84,7 +86,7 @@ def _source(name: str, band: str, part: _parts.Part, like: ElementTree.Element |
 
 @_store.raising
 def vrt(out: str, shape: tuple[int, int], made: Mapping[_parts.Part, bool], is_complete: bool) -> str:
-    """Writes OUT/mosaic.vrt over the parts that are made, each with whether it has a mask, and gives its name.
+    """Writes OUT/mosaic.vrt over the parts that are made, each with whether it has a mask, and gives its name. Raises OSError.
 
     It is described as the first part is. It has a mask when one of them has, or one is missing that no value stands for.
     """
@@ -143,6 +145,9 @@ def check_single(file: str, overwrite: bool, others: Iterable[str]) -> None:
 @_store.raising
 def single(mosaic: str, file: str, form: str, co: Sequence[str], overwrite: bool, progress: Callable[[float], Any], deadline: _run.Deadline) -> None:
     """Copies the mosaic into one file of that format, which appears when it is complete. Raises OSError, or pansharp.OutputError."""
+    def goes_on(done: float, *_: Any) -> bool:
+        progress(done)
+        return deadline.left() >= 0
     options = list(co)
     if form == "GTiff":
         keys = {option.split("=")[0].upper() for option in options}
@@ -151,7 +156,7 @@ def single(mosaic: str, file: str, form: str, co: Sequence[str], overwrite: bool
     gdal.SetConfigOption("GDAL_TIFF_INTERNAL_MASK", "YES")
     try:
         with _store.beside(os.path.realpath(file)) as new:
-            gdal.Translate(new, mosaic, format=form, creationOptions=options, callback=lambda done, *_: progress(done) or deadline.left() >= 0)
+            gdal.Translate(new, mosaic, format=form, creationOptions=options, callback=goes_on)
             check_single(file, overwrite, ())  # it may have come meanwhile
             os.replace(new, os.path.realpath(file))
     except (RuntimeError, OSError) as error:

@@ -44,9 +44,14 @@ def _digest(scene: str) -> str:
 
 
 def _is_own_scene(out: str, scene: str) -> bool:
-    """One that the report says the job has made, or was about to make."""
+    """One that the report says a job has made, or was about to make."""
     report = _report(_store.read(_store.join(out, REPORT)) or b"")
     return report.get("scene") == scene and report.get("description") in ("", _digest(scene))
+
+
+def own_digest(out: str, scene: str) -> str | None:
+    """The content of a description that a job has made in its folder, by which it is known again; None for one of others."""
+    return _digest(scene) if _is_own_scene(out, scene) else None
 
 
 def check(file: str, is_own: Callable[[bytes], bool], inputs: Iterable[str], overwrite: bool) -> None:
@@ -80,7 +85,7 @@ def begin(out: str, scene: str, inputs: Sequence[str], overwrite: bool) -> None:
     files = [_store.file_of(name) for name in inputs]
     check_out(out, files, overwrite)
     check(scene, lambda _: _is_own_scene(out, scene), files, overwrite)
-    write_report(out, scene, False)
+    write_report(out, scene, "")
 
 
 def check_parts(files: Iterable[str]) -> None:
@@ -90,8 +95,7 @@ def check_parts(files: Iterable[str]) -> None:
             refuse(file, "exists, and no job of this kind has made it; choose another folder, or allow it to be overwritten (--overwrite)")
 
 
-def write_report(out: str, scene: str, is_described: bool, **facts: Any) -> None:
-    """is_described: the description is complete. It is known again by its content, and as the job's own until then."""
+def write_report(out: str, scene: str, description: str | None, **facts: Any) -> None:
+    """description: as `own_digest` gives it, or "" while the job writes it."""
     _store.write_text(_store.join(out, REPORT), json.dumps(
-        {"ok": False, "scene": scene, "description": _digest(scene) if is_described else "", "version": pansharp.__version__, "failed": {}, **facts},
-        indent=1) + "\n")
+        {"ok": False, "scene": scene, "description": description, "version": pansharp.__version__, "failed": {}, **facts}, indent=1) + "\n")

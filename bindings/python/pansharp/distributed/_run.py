@@ -16,7 +16,7 @@ from typing import Any
 import distributed
 import pansharp
 
-from ._connection import Connection, Lost
+from ._connection import ANSWER, Connection, Lost
 
 
 @dataclass(frozen=True)
@@ -133,17 +133,19 @@ class Runner:
             waiting, killed, loss = self._round(waiting, done, retried)
             suspects += killed
             if loss and not self._reach():
-                for task in waiting + suspects:
-                    done(task, _failed("lost", f"no scheduler with workers was reached for {self._limits.patience:.0f} s: {loss}"))
-                return
+                return self._give_up(waiting + suspects, loss, done)
         # A worker takes with it what it has not begun. What ends one alone is to blame.
         while suspects:
             again, killed, loss = self._round(suspects[:1], done, retried)
-            if loss and not self._reach():
-                again, killed = [], suspects[:1]
             suspects[:1] = again
             for task in killed:
                 done(task, _failed("quarantine", QUARANTINE))
+            if loss and not self._reach():
+                return self._give_up(suspects, loss, done)
+
+    def _give_up(self, tasks: list[Task], loss: Lost, done: Callable[[Task, dict[str, Any]], object]) -> None:
+        for task in tasks:
+            done(task, _failed("lost", f"no scheduler with workers was reached for {self._limits.patience:.0f} s: {loss}"))
 
     def _reach(self) -> bool:
         left = self._seen + self._limits.patience - time.monotonic()
@@ -239,14 +241,14 @@ class Runner:
     def _take(self, task: Task, future: distributed.Future, again: list[Task], killed: list[Task],
               done: Callable[[Task, dict[str, Any]], object], retried: Callable[[Task, str], object]) -> None:
         if future.status == "error":  # by Dask itself, or while the task was sent: tasks tell their own failures
-            raised = self._connection.ask(lambda _: future.exception())
+            raised = self._connection.ask(lambda _: future.exception(timeout=ANSWER))
             if isinstance(raised, distributed.scheduler.KilledWorker):
                 retried(task, "its worker ended; it is tried alone at the end")
                 killed.append(task)
                 return
             result = _failed("other", f"{type(raised).__name__}: {raised}")
         else:
-            result = self._connection.ask(lambda _: future.result())
+            result = self._connection.ask(lambda _: future.result(timeout=ANSWER))
         error = result["error"]
         if error and error["kind"] == "output" and result.get("worker"):
             task.refused_by.add(result["worker"])

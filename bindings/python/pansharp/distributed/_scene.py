@@ -144,6 +144,7 @@ def sharpen(client: Connection | Clients, pan: Files, ms: Files = None, out: str
     if single is not None:
         _mosaic.check_single(os.fspath(single), overwrite, [*inputs, *_files_in(out, parts)])
     print_ = _parts.fingerprint(scene, options_of_parts)
+    description = _place.own_digest(out, scene)
     outcome = Outcome(scene, count=len(parts))
     folder = _store.join(out, "parts")
     there = _store.listing(folder)
@@ -153,7 +154,7 @@ def sharpen(client: Connection | Clients, pan: Files, ms: Files = None, out: str
         _place.check_parts(_store.join(folder, one.name) for one in missing if one.name in there)
     tell("start", scene=scene, count=len(parts), missing=len(missing), pixels=sum(one.pixels for one in missing), part=list(size))
     if missing:
-        _place.write_report(out, scene, True)
+        _place.write_report(out, scene, description)
         if check and _is_description(pan, ms):  # else all was read just now
             _compare(scene, tell)
         _make(client, scene, folder, missing, (print_, options_of_parts), masks, limits, deadline, outcome, tell)
@@ -166,7 +167,7 @@ def sharpen(client: Connection | Clients, pan: Files, ms: Files = None, out: str
         _mosaic.single(str(outcome.mosaic), outcome.single, single_format, _listed(single_co), overwrite,
                        lambda done: tell("copied", done=done), deadline)
     outcome.seconds = time.monotonic() - start
-    _place.write_report(out, scene, True, ok=outcome.ok, columns=shape[1], rows=shape[0], parts=len(parts), made=outcome.made,
+    _place.write_report(out, scene, description, ok=outcome.ok, columns=shape[1], rows=shape[0], parts=len(parts), made=outcome.made,
                         failed=outcome.failed, seconds=outcome.seconds)
     return outcome
 

@@ -20,16 +20,18 @@ _CHUNK = 8 << 20
 
 
 def raising(function: Called) -> Called:
-    """GDAL's failures are exceptions within the function; whether they are elsewhere is up to the program."""
+    """GDAL's failures are RuntimeError within the function, and OSError for its caller; what they are elsewhere is up to the program."""
     @functools.wraps(function)
     def call(*arguments: Any, **named: Any) -> Any:
-        if gdal.GetUseExceptions():
-            return function(*arguments, **named)
+        had_exceptions = gdal.GetUseExceptions()
         gdal.UseExceptions()
         try:
             return function(*arguments, **named)
+        except RuntimeError as error:
+            raise OSError(str(error)) from error
         finally:
-            gdal.DontUseExceptions()
+            if not had_exceptions:
+                gdal.DontUseExceptions()
     return call  # type: ignore[return-value]
 
 
