@@ -36,8 +36,10 @@ void WriteGood(const char* file, int columns, int bands, GDALDataType type) {
 void KeepDrivers(const std::set<std::string>& kept) {
     GDALDriverManager& drivers = *GetGDALDriverManager();
     for (int at = drivers.GetDriverCount() - 1; at >= 0; --at)
-        if (!kept.contains(drivers.GetDriver(at)->GetDescription()))
-            drivers.DeregisterDriver(drivers.GetDriver(at));
+        if (GDALDriver* driver = drivers.GetDriver(at); !kept.contains(driver->GetDescription())) {
+            drivers.DeregisterDriver(driver);
+            GDALDestroyDriver(driver);
+        }
 }
 
 /// Makes the sound files; returns the methods of the plug-in, and none, which stands for the recommended one.
