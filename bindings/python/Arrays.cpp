@@ -288,7 +288,16 @@ public:
         SetList(transfers, r.transfers, r.transfer_count);
         r.pan_transfer = panTransfer;
         char error[2048];
-        Check(pansharp_reduce(library, &job, &r, error, sizeof error), error);
+        const auto reduce = [&] {
+            pansharp_result result = PANSHARP_FAILED;
+            {
+                const Calls::Running call;
+                const py::gil_scoped_release released;
+                result = pansharp_reduce(library, &job, &r, error, sizeof error);
+            }
+            Check(result, error);
+        };
+        reduce(); // finds the sizes
         const auto image = [&](std::uint32_t rows, std::uint32_t columns, std::uint32_t count) {
             return py::array(pan.dtype(), std::vector<std::uint32_t>{rows, columns, count});
         };
@@ -306,13 +315,7 @@ public:
         r.pan_valid = finerMask.mutable_data();
         r.truth_valid = truthMask.mutable_data();
         r.multispectral_valid = coarserMask.mutable_data();
-        pansharp_result result = PANSHARP_FAILED;
-        {
-            const Calls::Running call;
-            const py::gil_scoped_release released;
-            result = pansharp_reduce(library, &job, &r, error, sizeof error);
-        }
-        Check(result, error);
+        reduce();
         return py::make_tuple(finer, finerMask, coarser, coarserMask, truth, truthMask, r.ratio_x, r.ratio_y);
     }
 

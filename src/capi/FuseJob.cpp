@@ -334,9 +334,9 @@ bool ReadJob(const pansharp_job& given, const PansharpDescription& plugin, JobUs
     if (!ReadGaps(known, use, job, status) || !ReadOutputBands(known, job, status) ||
         (IsWritten(use) &&
          (!ReadOutput(known.output, job, status) || !ReadOutputMask(known.output_mask, job, status))) ||
-        !(use == JobUse::Pair       ? true
-          : use == JobUse::Upsample ? ReadUpsampling(known, job, status)
-                                    : ReadMethod(known, plugin, use, job, status)))
+        !(use == JobUse::Pair || use == JobUse::Reduce ? true
+          : use == JobUse::Upsample                    ? ReadUpsampling(known, job, status)
+                                                       : ReadMethod(known, plugin, use, job, status)))
         return false;
     if (known.used && !TakeStructure({"job.used", offsetof(pansharp_used, detail),
                                       "set it to sizeof(pansharp_used) before the call"},

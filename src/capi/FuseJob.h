@@ -68,8 +68,9 @@ struct FuseJob {
 
 /// What a job is read for. To fit alone needs no output, and to fit weights ignores those of the bands; rows
 /// come from and go to callbacks, and their images have no samples. To upsample needs neither pan's samples
-/// nor a method. Pair: what is asked of the images needs neither a method nor an output.
-enum class JobUse { Fuse, Fit, FitWeights, Rows, Upsample, Pair };
+/// nor a method. Pair: what is asked of the images needs neither a method nor an output; to reduce is the
+/// same, and collars are found only if samples are asked for.
+enum class JobUse { Fuse, Fit, FitWeights, Rows, Upsample, Pair, Reduce };
 
 /// How a structure is called, the fewest bytes that a caller may say it has, and how to say so.
 struct StructureName {

@@ -1,6 +1,7 @@
 #include "capi/ReduceArrays.h"
 
 #include "capi/AssessArrays.h"
+#include "capi/JobGaps.h"
 #include "hostkit/AxisPlacement.h"
 #include "hostkit/RequestRecord.h"
 #include "imagery/PairReduction.h"
@@ -40,7 +41,7 @@ bool HandCompared(HeldImage& truth, HeldImage& pan, HeldImage& coarse, unsigned 
 
 } // namespace
 
-pansharp_result ReduceArrays(const FuseJob& job, pansharp_reduction& r, Status& status) {
+pansharp_result ReduceArrays(FuseJob& job, pansharp_reduction& r, Status& status) {
     const auto& ms = job.multispectral.info;
     imagery::SensorBlur blur;
     if (!ReadBlur(r.transfers, r.transfer_count, r.pan_transfer, ms.bandsPerPixel, blur, status))
@@ -70,6 +71,7 @@ pansharp_result ReduceArrays(const FuseJob& job, pansharp_reduction& r, Status& 
                            "any finds, or for none");
             return PANSHARP_BAD_ARGUMENT;
         }
+    if (!FindCollars(job, status)) return PANSHARP_BAD_ARGUMENT;
     HeldImage pan("pan", sizes[0], sizes[1], 1, ms.bitsPerBand, 1.0, 1.0);
     HeldImage truth("truth", sizes[0], sizes[1], ms.bandsPerPixel, ms.bitsPerBand, 1.0, 1.0);
     HeldImage coarse("multispectral", sizes[2], sizes[3], ms.bandsPerPixel, ms.bitsPerBand, ratioX, ratioY);

@@ -5,7 +5,7 @@
 namespace capi {
 
 /// Makes the pair of a job coarser, or finds the sizes that it would have. May throw.
-[[nodiscard]] pansharp_result ReduceArrays(const FuseJob& job, pansharp_reduction& reduction,
+[[nodiscard]] pansharp_result ReduceArrays(FuseJob& job, pansharp_reduction& reduction,
                                            KOVA::Tessara::Fundament::Status& status);
 
 } // namespace capi

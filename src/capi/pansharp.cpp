@@ -121,7 +121,7 @@ pansharp_result RunJob(const pansharp* library, const pansharp_job* job, ErrorTe
         capi::FuseJob checked;
         pansharp_result result = PANSHARP_BAD_ARGUMENT;
         if (capi::ReadJob(*job, library->plugin->GetDescription(), use, checked, status) &&
-            capi::FindCollars(checked, status))
+            (use == capi::JobUse::Reduce || capi::FindCollars(checked, status)))
             result = work(checked, status);
         TellUse(checked);
         if (result != PANSHARP_OK) text.Set(status);
@@ -326,7 +326,7 @@ pansharp_result pansharp_assess_pair(const pansharp* library, const pansharp_job
 pansharp_result pansharp_reduce(const pansharp* library, const pansharp_job* job,
                                 pansharp_reduction* reduction, char* error, size_t error_size) {
     ErrorText text(error, error_size);
-    return RunJob(library, job, text, capi::JobUse::Pair, [&](capi::FuseJob& checked, Status& status) {
+    return RunJob(library, job, text, capi::JobUse::Reduce, [&](capi::FuseJob& checked, Status& status) {
         pansharp_reduction known;
         if (!reduction) capi::Refuse(status, "reduction is null; give the address of a pansharp_reduction");
         if (!reduction || !capi::TakeStructure({"reduction", offsetof(pansharp_reduction, ratio_x),

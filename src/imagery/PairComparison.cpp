@@ -6,6 +6,7 @@
 #include "quality/NoReference.h"
 
 #include <array>
+#include <cmath>
 #include <list>
 #include <numeric>
 #include <span>
@@ -23,9 +24,10 @@ constexpr std::size_t assessedImages = std::size(assessedNames);
 /// parts; whole blocks.
 constexpr std::size_t sliceRows = 256;
 
-/// The first row of the next slice, or `end`.
-std::size_t NextSlice(std::size_t row, std::size_t end) {
-    return std::min((row / sliceRows + 1) * sliceRows, end);
+/// The end of the rows from `row` on that are read at once: within a slice, and `end` at most.
+std::size_t NextRows(std::size_t row, std::size_t end) {
+    constexpr std::size_t most = 32;
+    return std::min({row + most, (row / sliceRows + 1) * sliceRows, end});
 }
 
 } // namespace
@@ -140,14 +142,16 @@ std::shared_ptr<PairComparison::Readers> PairComparison::Read(PairImages images)
     return readers;
 }
 
-/// The row of pan, the first of so many, that is looked at with a multispectral one.
+/// The row of pan that is looked at with a multispectral one; the nearest that is the first of so many.
 std::size_t PairComparison::FineRow(std::size_t row, std::size_t unit) const {
     if (row >= view.coarse.rows) return view.fine.rows;
     const double at =
         (view.fine.yMax - view.coarse.yMax + static_cast<double>(row) * view.coarse.pixelSizeY) /
         view.fine.pixelSizeY / static_cast<double>(unit);
     const std::size_t whole = view.fine.rows / unit;
-    return row == 0 ? 0 : unit * static_cast<std::size_t>(std::clamp(at, 0.0, static_cast<double>(whole)));
+    const double nearest = unit > 1 ? std::floor(at + 0.5) : at;
+    return row == 0 ? 0
+                    : unit * static_cast<std::size_t>(std::clamp(nearest, 0.0, static_cast<double>(whole)));
 }
 
 /// Multispectral rows, and the rows of pan that belong to them while these are at hand.
@@ -163,9 +167,9 @@ std::shared_ptr<PairComparison::PartIndices> PairComparison::See(Readers& reader
         const std::size_t bottom = std::min(top + rowsAtOnce, end);
         if (!SeeCoarse(readers, top, bottom, *found, status)) return nullptr;
         const std::size_t to = bottom == end ? fineEnd : std::min(FineRow(bottom, 1), fineEnd);
-        for (; fineRow < to; fineRow = NextSlice(fineRow, to)) {
+        for (; fineRow < to; fineRow = NextRows(fineRow, to)) {
             if (fineRow > fineFirst && fineRow % sliceRows == 0) found->AddSlice();
-            if (!SeeFine(readers, fineRow, NextSlice(fineRow, to), *found, status)) return nullptr;
+            if (!SeeFine(readers, fineRow, NextRows(fineRow, to), *found, status)) return nullptr;
         }
     }
     return found;

@@ -9,6 +9,8 @@ namespace quality {
 namespace {
 
 constexpr double reach = 3.5; // standard deviations
+/// A Gaussian this narrow, in fine pixels, sees the nearest of them alone, and still has a weight there.
+constexpr double leastSigma = 0.02;
 
 } // namespace
 
@@ -26,12 +28,15 @@ GaussianAxis::GaussianAxis(std::span<const Target> targets, double step, std::sp
         taps.back().first = static_cast<std::size_t>(first);
         taps.back().count = static_cast<std::size_t>(last - first + 1);
         for (std::size_t band = 0; band < transfers.size(); ++band) {
-            const double sigma = step * SigmaOf(transfers[band]);
             double sum = 0.0;
-            for (std::int64_t i = first; i <= last; ++i) {
-                const double distance = (static_cast<double>(i) + 0.5 - target.centre) / sigma;
-                weights[band].push_back(std::exp(-0.5 * distance * distance));
-                sum += weights[band].back();
+            // All weights of one that is narrower still are 0: then this one's are taken.
+            for (double sigma = step * SigmaOf(transfers[band]); sum == 0.0; sigma = leastSigma) {
+                weights[band].resize(taps.back().weights);
+                for (std::int64_t i = first; i <= last; ++i) {
+                    const double distance = (static_cast<double>(i) + 0.5 - target.centre) / sigma;
+                    weights[band].push_back(std::exp(-0.5 * distance * distance));
+                    sum += weights[band].back();
+                }
             }
             for (std::size_t i = taps.back().weights; i < weights[band].size(); ++i)
                 weights[band][i] /= sum;

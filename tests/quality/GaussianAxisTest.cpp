@@ -7,6 +7,14 @@
 
 using quality::GaussianAxis;
 
+TEST(GaussianAxis, TakesTheNearestPixelsForABandThatHardlyBlurs) {
+    const double transfers[] = {0.3, 0.99999};
+    const GaussianAxis axis(GaussianAxis::Regular(9, 4.0, 0.0, 36), 4.0, transfers);
+    const GaussianAxis::Taps& taps = axis.GetTaps()[4]; // its centre is 18
+    EXPECT_EQ(axis.GetWeights(taps, 1)[17 - taps.first], 0.5);
+    EXPECT_EQ(axis.GetWeights(taps, 1)[18 - taps.first], 0.5);
+}
+
 /// The response to a cosine whose period is two coarse pixels and whose crest is at the centre is the
 /// transfer that was asked for; that to a ramp is the centre's own place.
 TEST(GaussianAxis, HasTheTransferAskedForAtItsCentre) {

@@ -136,7 +136,9 @@ private:
         };
         last.entry = std::move(entry);
         last.file = file;
-        last.isGood = std::async(threads > 1 ? std::launch::async : std::launch::deferred, judge);
+        // Where no further thread is to be had, FinishLast judges.
+        constexpr auto beside = std::launch::async | std::launch::deferred;
+        last.isGood = std::async(threads > 1 ? beside : std::launch::deferred, judge);
         return true;
     }
 

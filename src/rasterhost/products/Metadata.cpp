@@ -14,6 +14,7 @@
 
 namespace rasterhost {
 
+using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Fundament::NumberText;
 using KOVA::Tessara::Fundament::StringsEqual;
 using KOVA::Tessara::Fundament::Trim;
@@ -37,7 +38,7 @@ private:
     bool isTooMuch = false;
 };
 
-const char* const tooMuchMetadata = "it is nested too deep or has too many parts";
+const char* const tooMuchMetadata = "it is nested too deeply or has too many parts";
 
 std::string WithoutPrefix(const char* name) {
     const std::string_view whole(name);
@@ -74,7 +75,8 @@ public:
     using Json = RecordPart::Json;
 
     explicit JsonTree(Metadata& treeRoot) : root(treeRoot) {}
-    [[nodiscard]] bool HasTooMuch() const { return count.IsTooMuch(); }
+    /// Why the parser ended early.
+    [[nodiscard]] std::string GetFault() const { return count.IsTooMuch() ? tooMuchMetadata : fault; }
 
     // What the parser calls; false ends it. A part grows only while it is the last one here.
     bool null() { return Take({}); }
@@ -92,7 +94,12 @@ public:
         nextName = std::move(name);
         return true;
     }
-    static bool parse_error(std::size_t, const std::string&, const Json::exception&) { return false; }
+    bool parse_error(std::size_t byte, const std::string&, const Json::exception& error) {
+        const bool isNumber = dynamic_cast<const Json::out_of_range*>(&error) != nullptr;
+        const char* what = isNumber ? "it has a number that is too large" : "it is not JSON, or is cut short";
+        fault = FormatString("%s, at byte %zu", what, byte);
+        return false;
+    }
 
 private:
     Metadata* Add() {
@@ -120,7 +127,7 @@ private:
 
     Metadata& root;
     std::vector<Metadata*> open;
-    std::string nextName;
+    std::string nextName, fault;
     PartCount count;
 };
 
@@ -128,7 +135,7 @@ std::optional<Metadata> ParseJson(const std::string& text, std::string& fault) {
     Metadata all;
     JsonTree tree(all);
     if (RecordPart::Json::sax_parse(text, &tree)) return all;
-    fault = tree.HasTooMuch() ? tooMuchMetadata : "it is not JSON, or is cut short";
+    fault = tree.GetFault();
     return std::nullopt;
 }
 

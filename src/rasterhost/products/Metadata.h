@@ -29,7 +29,7 @@ struct Metadata {
 };
 
 /// Reads JSON, XML, or lines "KEY = VALUE" in groups: by how the text begins. None, with `fault` saying why,
-/// for a text that is damaged, nested too deep or has too many parts.
+/// for a text that is damaged, nested too deeply or has too many parts.
 [[nodiscard]] std::optional<Metadata> ParseMetadata(const std::string& text, std::string& fault);
 
 } // namespace rasterhost

@@ -167,7 +167,10 @@ const Case cases[] = {
      {{"d/x_MTL.txt", Mtl("LANDSAT_8", "L1TP", "../x_B8.TIF")}, {"x_B8.TIF", ""}, {"d/x_B4.TIF", ""}},
      "d",
      "lacks the panchromatic band, B8"},
-    {"damaged metadata", {{"x_MTL.json", "{\"A\": "}}, "", "'x_MTL.json', cannot be used: it is not JSON"},
+    {"damaged metadata",
+     {{"x_MTL.json", "{\"A\": "}},
+     "",
+     "'x_MTL.json', cannot be used: it is not JSON, or is cut short, at byte 7"},
     {"names and metadata in other letter case",
      {{l8 + "B8.TIF", ""}, {"lc08_l1tp_016037_20170813_20170814_01_rt_mtl.txt", "x"}},
      "",
@@ -297,7 +300,11 @@ const Case cases[] = {
       {"p.tif", ""}},
      "i.json",
      "STAC item of landsat-9, p.tif:1 red=i.json:1"},
-    {"deep JSON", {{"x_MTL.json", "{\"a\":" + std::string(5000, '[')}}, "", "nested too deep"},
+    {"JSON with a number that none holds",
+     {{"x_MTL.json", "{\"A\": 1e999}"}},
+     "",
+     "number that is too large, at byte 11"},
+    {"deep JSON", {{"x_MTL.json", "{\"a\":" + std::string(5000, '[')}}, "", "nested too deeply"},
 };
 
 } // namespace
