@@ -60,6 +60,19 @@ void Check(pansharp_result result, const char* error) {
     Raise(PyExc_ValueError, text);
 }
 
+/// Calls the library without the interpreter's lock, with a buffer for the reasons and its size. Raises them.
+template <class Call>
+void Ask(const Call& call) {
+    char error[2048];
+    pansharp_result result = PANSHARP_FAILED;
+    {
+        const Calls::Running running;
+        const py::gil_scoped_release released;
+        result = call(error, sizeof error);
+    }
+    Check(result, error);
+}
+
 /// The plug-in, loaded at the first call and kept: arrays may be fused until the process ends.
 const pansharp* Library() {
     static const pansharp* library = nullptr; // guarded by the interpreter's lock
@@ -188,14 +201,9 @@ public:
         const pansharp* library = Library();
         std::vector<pansharp_gains> found(job.multispectral.bands);
         pansharp_detail detail{};
-        char error[2048];
-        pansharp_result result = PANSHARP_FAILED;
-        {
-            const Calls::Running call;
-            const py::gil_scoped_release released;
-            result = pansharp_fit(library, &job, found.data(), &detail, error, sizeof error);
-        }
-        Check(result, error);
+        Ask([&](char* error, std::size_t bytes) {
+            return pansharp_fit(library, &job, found.data(), &detail, error, bytes);
+        });
         py::tuple pairs(found.size());
         for (std::size_t band = 0; band < found.size(); ++band)
             pairs[band] = py::make_tuple(found[band].gain, found[band].ratio_gain);
@@ -209,14 +217,9 @@ public:
         std::vector<double> found(job.multispectral.bands);
         pansharp_weight_fit fit{};
         fit.struct_size = sizeof fit;
-        char error[2048];
-        pansharp_result result = PANSHARP_FAILED;
-        {
-            const Calls::Running call;
-            const py::gil_scoped_release released;
-            result = pansharp_fit_weights(library, &job, found.data(), &fit, error, sizeof error);
-        }
-        Check(result, error);
+        Ask([&](char* error, std::size_t bytes) {
+            return pansharp_fit_weights(library, &job, found.data(), &fit, error, bytes);
+        });
         return py::make_tuple(py::tuple(py::cast(found)), fit.infrared_weight, fit.r_squared, fit.samples,
                               std::string(fit.obstacle));
     }
@@ -264,14 +267,9 @@ public:
         pansharp_used used{};
         used.struct_size = sizeof used;
         pair.used = &used;
-        char error[2048];
-        pansharp_result result = PANSHARP_FAILED;
-        {
-            const Calls::Running call;
-            const py::gil_scoped_release released;
-            result = pansharp_measure_shift(library, &pair, &shift, error, sizeof error);
-        }
-        Check(result, error);
+        Ask([&](char* error, std::size_t bytes) {
+            return pansharp_measure_shift(library, &pair, &shift, error, bytes);
+        });
         py::object found = py::none();
         if (shift.is_found != 0)
             found = py::make_tuple(shift.right, shift.below, shift.r_squared, shift.spread, shift.windows,
@@ -287,15 +285,10 @@ public:
         r.struct_size = sizeof r;
         SetList(transfers, r.transfers, r.transfer_count);
         r.pan_transfer = panTransfer;
-        char error[2048];
         const auto reduce = [&] {
-            pansharp_result result = PANSHARP_FAILED;
-            {
-                const Calls::Running call;
-                const py::gil_scoped_release released;
-                result = pansharp_reduce(library, &job, &r, error, sizeof error);
-            }
-            Check(result, error);
+            Ask([&](char* error, std::size_t bytes) {
+                return pansharp_reduce(library, &job, &r, error, bytes);
+            });
         };
         reduce(); // finds the sizes
         const auto image = [&](std::uint32_t rows, std::uint32_t columns, std::uint32_t count) {
@@ -340,14 +333,9 @@ public:
         used.struct_size = sizeof used;
         pair.used = &used;
         pair.threads = threads;
-        char error[2048];
-        pansharp_result result = PANSHARP_FAILED;
-        {
-            const Calls::Running call;
-            const py::gil_scoped_release released;
-            result = pansharp_assess_pair(library, &pair, &a, error, sizeof error);
-        }
-        Check(result, error);
+        Ask([&](char* error, std::size_t bytes) {
+            return pansharp_assess_pair(library, &pair, &a, error, bytes);
+        });
         return py::make_tuple(Tell(a.fused, fused), Tell(a.upsampled, upsampled),
                               py::make_tuple(used.collars[0], used.collars[1]));
     }
@@ -385,14 +373,7 @@ py::tuple Assess(const py::array& image, const Gaps& imageGaps, const py::array&
     a.ratio = ratio;
     std::vector<pansharp_band_quality> bands(a.image.bands);
     a.bands = bands.data();
-    char error[2048];
-    pansharp_result result = PANSHARP_FAILED;
-    {
-        const Calls::Running call;
-        const py::gil_scoped_release released;
-        result = pansharp_assess(&a, error, sizeof error);
-    }
-    Check(result, error);
+    Ask([&](char* error, std::size_t bytes) { return pansharp_assess(&a, error, bytes); });
     return py::make_tuple(a.pixels, a.q, a.sam, a.ergas, Tell(bands));
 }
 

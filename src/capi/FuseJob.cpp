@@ -26,9 +26,9 @@ bool Refuse(Status& status, const std::string& message) {
 namespace {
 
 bool TakeJob(const pansharp_job& given, pansharp_job& job, Status& status) {
-    return TakeStructure({"job", offsetof(pansharp_job, resampling),
+    return TakeStructure({"job", "pansharp_job", offsetof(pansharp_job, resampling),
                           "call pansharp_job_init(&job, sizeof job) before filling the job"},
-                         given, job, status);
+                         &given, job, status);
 }
 
 bool CheckLayout(const char* name, const void* samples, Layout& layout, Status& status) {
@@ -285,10 +285,13 @@ bool ReadMethod(const pansharp_job& given, const PansharpDescription& plugin, Jo
 
 bool CopyStructure(const StructureName& of, const void* given, std::size_t givenSize, void* known,
                    std::size_t knownSize, Status& status) {
+    if (!given) return Refuse(status, FormatString("%s is null; give the address of a %s", of.name, of.type));
     constexpr std::size_t most = 65536; // a size that was never set may be any number
-    if (givenSize < of.least || givenSize > most)
+    if (givenSize < of.least || givenSize > most) {
+        const std::string usual = FormatString("set it to sizeof(%s) before the call", of.type);
         return Refuse(status, FormatString("%s.struct_size is %zu, which is not its size; %s", of.name,
-                                           givenSize, of.advice));
+                                           givenSize, of.advice ? of.advice : usual.c_str()));
+    }
     const auto* bytes = static_cast<const unsigned char*>(given);
     if (givenSize > knownSize &&
         std::any_of(bytes + knownSize, bytes + givenSize, [](unsigned char byte) { return byte != 0; }))
@@ -338,9 +341,8 @@ bool ReadJob(const pansharp_job& given, const PansharpDescription& plugin, JobUs
           : use == JobUse::Upsample                    ? ReadUpsampling(known, job, status)
                                                        : ReadMethod(known, plugin, use, job, status)))
         return false;
-    if (known.used && !TakeStructure({"job.used", offsetof(pansharp_used, detail),
-                                      "set it to sizeof(pansharp_used) before the call"},
-                                     *known.used, job.used, status))
+    if (known.used && !TakeStructure({"job.used", "pansharp_used", offsetof(pansharp_used, detail)},
+                                     known.used, job.used, status))
         return false;
     job.usedGoes = known.used;
     job.threads = known.threads;

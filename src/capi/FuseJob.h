@@ -72,23 +72,25 @@ struct FuseJob {
 /// same, and collars are found only if samples are asked for.
 enum class JobUse { Fuse, Fit, FitWeights, Rows, Upsample, Pair, Reduce };
 
-/// How a structure is called, the fewest bytes that a caller may say it has, and how to say so.
+/// How a structure is called, its type, the fewest bytes that a caller may say it has, and how to say so
+/// where that is not a matter of its `struct_size` alone.
 struct StructureName {
-    const char* name;
-    std::size_t least;
-    const char* advice;
+    const char* name = nullptr;
+    const char* type = nullptr;
+    std::size_t least = 0;
+    const char* advice = nullptr;
 };
 
 /// Copies a structure of another version: what the caller does not know is 0 in `known`, and what is not
-/// known here must be 0 in `given`. False with an item that says so, or that it has no size.
+/// known here must be 0 in `given`. False with an item that says so, or that it is null or has no size.
 [[nodiscard]] bool CopyStructure(const StructureName& of, const void* given, std::size_t givenSize,
                                  void* known, std::size_t knownSize,
                                  KOVA::Tessara::Fundament::Status& status);
 
 template <class Structure>
-[[nodiscard]] bool TakeStructure(const StructureName& of, const Structure& given, Structure& known,
+[[nodiscard]] bool TakeStructure(const StructureName& of, const Structure* given, Structure& known,
                                  KOVA::Tessara::Fundament::Status& status) {
-    return CopyStructure(of, &given, given.struct_size, &known, sizeof known, status);
+    return CopyStructure(of, given, given ? given->struct_size : 0, &known, sizeof known, status);
 }
 
 /// Writes what the caller knows of a structure that was taken.

@@ -25,9 +25,7 @@ bool Cancel(Status& status, const std::string& message) {
 }
 
 bool TakeCallbacks(const pansharp_rows* given, pansharp_rows& rows, Status& status) {
-    if (!given) return Refuse(status, "rows is null; give the address of a pansharp_rows");
-    return TakeStructure({"rows", offsetof(pansharp_rows, window), "set it to sizeof(pansharp_rows)"}, *given,
-                         rows, status) &&
+    return TakeStructure({"rows", "pansharp_rows", offsetof(pansharp_rows, window)}, given, rows, status) &&
            ((rows.read && rows.write) ||
             Refuse(status, "rows.read or rows.write is null; give both functions"));
 }

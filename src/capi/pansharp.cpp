@@ -211,9 +211,9 @@ pansharp_result pansharp_fit_weights(const pansharp* library, const pansharp_job
     ErrorText text(error, error_size);
     return RunJob(library, job, text, capi::JobUse::FitWeights, [&](capi::FuseJob& checked, Status& status) {
         pansharp_weight_fit told;
-        if (fit && !capi::TakeStructure({"fit", offsetof(pansharp_weight_fit, obstacle),
-                                         "set it to sizeof(pansharp_weight_fit) before the call"},
-                                        *fit, told, status))
+        if (fit &&
+            !capi::TakeStructure({"fit", "pansharp_weight_fit", offsetof(pansharp_weight_fit, obstacle)}, fit,
+                                 told, status))
             return PANSHARP_BAD_ARGUMENT;
         if (!hostkit::WeighsBands(*checked.method)) {
             capi::Refuse(status, std::string("the method ") + checked.method->keyword +
@@ -243,10 +243,8 @@ pansharp_result pansharp_measure_shift(const pansharp* library, const pansharp_j
     ErrorText text(error, error_size);
     return RunJob(library, job, text, capi::JobUse::Pair, [&](capi::FuseJob& checked, Status& status) {
         pansharp_shift told;
-        if (!shift) capi::Refuse(status, "shift is null; give the address of a pansharp_shift");
-        if (!shift || !capi::TakeStructure({"shift", offsetof(pansharp_shift, is_agreed),
-                                            "set it to sizeof(pansharp_shift) before the call"},
-                                           *shift, told, status))
+        if (!capi::TakeStructure({"shift", "pansharp_shift", offsetof(pansharp_shift, is_agreed)}, shift,
+                                 told, status))
             return PANSHARP_BAD_ARGUMENT;
         std::optional<fitting::Shift> found;
         if (!capi::FitShift(checked, found, status)) return PANSHARP_FAILED;
@@ -286,17 +284,12 @@ pansharp_result pansharp_upsample(const pansharp* library, const pansharp_job* j
 
 pansharp_result pansharp_assess(pansharp_assessment* assessment, char* error, size_t error_size) {
     ErrorText text(error, error_size);
-    if (!assessment) {
-        text.Set("assessment is null; give the address of a pansharp_assessment");
-        return PANSHARP_BAD_ARGUMENT;
-    }
     return Guarded(text, PANSHARP_FAILED, [&] {
         Status status;
         pansharp_assessment known;
         pansharp_result result = PANSHARP_BAD_ARGUMENT;
-        if (capi::TakeStructure({"assessment", offsetof(pansharp_assessment, pixels),
-                                 "set it to sizeof(pansharp_assessment) before the call"},
-                                *assessment, known, status)) {
+        if (capi::TakeStructure({"assessment", "pansharp_assessment", offsetof(pansharp_assessment, pixels)},
+                                assessment, known, status)) {
             result = capi::AssessArrays(known, status);
             capi::GiveBack(known, *assessment);
         }
@@ -310,12 +303,9 @@ pansharp_result pansharp_assess_pair(const pansharp* library, const pansharp_job
     ErrorText text(error, error_size);
     return RunJob(library, job, text, capi::JobUse::Pair, [&](capi::FuseJob& checked, Status& status) {
         pansharp_pair_assessment known;
-        if (!assessment)
-            capi::Refuse(status, "assessment is null; give the address of a pansharp_pair_assessment");
-        if (!assessment ||
-            !capi::TakeStructure({"assessment", offsetof(pansharp_pair_assessment, fused),
-                                  "set it to sizeof(pansharp_pair_assessment) before the call"},
-                                 *assessment, known, status))
+        if (!capi::TakeStructure(
+                {"assessment", "pansharp_pair_assessment", offsetof(pansharp_pair_assessment, fused)},
+                assessment, known, status))
             return PANSHARP_BAD_ARGUMENT;
         const pansharp_result result = capi::AssessPairArrays(checked, known, status);
         capi::GiveBack(known, *assessment);
@@ -328,10 +318,8 @@ pansharp_result pansharp_reduce(const pansharp* library, const pansharp_job* job
     ErrorText text(error, error_size);
     return RunJob(library, job, text, capi::JobUse::Reduce, [&](capi::FuseJob& checked, Status& status) {
         pansharp_reduction known;
-        if (!reduction) capi::Refuse(status, "reduction is null; give the address of a pansharp_reduction");
-        if (!reduction || !capi::TakeStructure({"reduction", offsetof(pansharp_reduction, ratio_x),
-                                                "set it to sizeof(pansharp_reduction) before the call"},
-                                               *reduction, known, status))
+        if (!capi::TakeStructure({"reduction", "pansharp_reduction", offsetof(pansharp_reduction, ratio_x)},
+                                 reduction, known, status))
             return PANSHARP_BAD_ARGUMENT;
         const pansharp_result result = capi::ReduceArrays(checked, known, status);
         capi::GiveBack(known, *reduction);
