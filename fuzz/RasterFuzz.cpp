@@ -1,6 +1,7 @@
 // The host on damaged rasters: pan, multispectral or both are files of any bytes, GeoTIFF or a virtual
 // raster. The first two bytes say which and how they are fused, the length whether "info", "sharpen" or both
 // are run.
+#include "GeoTiffTables.h"
 #include "Input.h"
 
 #include "hostkit/MethodTable.h"

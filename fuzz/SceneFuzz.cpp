@@ -1,5 +1,6 @@
 // Descriptions of scenes that anybody may have written. One that is taken is written and read again as the
 // same, and opened where all its inputs are the two images here.
+#include "GeoTiffTables.h"
 #include "Input.h"
 
 #include "hostkit/PluginLibrary.h"
