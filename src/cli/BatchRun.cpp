@@ -106,10 +106,8 @@ Json Finish(const BatchScene& scene, Clock::time_point start, const Arguments& r
     return result;
 }
 
-} // namespace
-
-std::optional<Json> RunBatchScene(const BatchScene& scene, const BatchRun& how,
-                                  const std::optional<Json>& done, KOVA::Tessara::Fundament::Status& status) {
+std::optional<Json> MakeScene(const BatchScene& scene, const BatchRun& how, const std::optional<Json>& done,
+                              KOVA::Tessara::Fundament::Status& status) {
     const Clock::time_point start = Clock::now();
     SharpenRun run;
     Arguments request;
@@ -124,9 +122,7 @@ std::optional<Json> RunBatchScene(const BatchScene& scene, const BatchRun& how,
         request.overwrite = request.overwrite || done; // it is the batch's own
         SharpenInTime(start, how, request, run);
     } catch (const std::bad_alloc&) {
-        run.code = WorkFailed;
-        run.status.Add(0, "there is not enough memory; try fewer --threads or a smaller --window",
-                       batchSource);
+        throw;
     } catch (const std::exception& error) {
         run.code = WorkFailed;
         run.status.Add(0, error.what(), batchSource);
@@ -134,6 +130,23 @@ std::optional<Json> RunBatchScene(const BatchScene& scene, const BatchRun& how,
     if (run.code == Interrupted) return std::nullopt;
     status.Append(run.status);
     return Finish(scene, start, request, run, fingerprint);
+}
+
+} // namespace
+
+std::optional<Json> RunBatchScene(const BatchScene& scene, const BatchRun& how,
+                                  const std::optional<Json>& done, KOVA::Tessara::Fundament::Status& status) {
+    const Clock::time_point start = Clock::now();
+    try {
+        return MakeScene(scene, how, done, status);
+    } catch (const std::bad_alloc&) { // what the scene had is given back by now
+        SharpenRun run;
+        run.code = WorkFailed;
+        run.status.Add(0, "there is not enough memory; try fewer --threads or a smaller --window",
+                       batchSource);
+        status.Append(run.status);
+        return Finish(scene, start, {}, run, {});
+    }
 }
 
 } // namespace cli

@@ -1,6 +1,8 @@
 // Memory that is refused in the middle of what the host wing is asked for, by every door to it.
 #include "view/ViewService.h"
 
+#include "capi/pansharp.h"
+#include "cli/BatchRun.h"
 #include "rasterhost/assessing/Compare.h"
 #include "rasterhost/assessing/Preflight.h"
 #include "rasterhost/serving/RecordedScene.h"
@@ -9,13 +11,17 @@
 #include "../plugin/Allocations.h"
 #include "SceneFiles.h"
 
+#include <cpl_vsi.h>
 #include <dlfcn.h>
 #include <execinfo.h>
 #include <link.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <fstream>
 #include <functional>
 #include <new>
 
@@ -39,8 +45,9 @@ struct Places {
     }
     static int Add(dl_phdr_info* module, std::size_t, void* places) {
         const std::string_view name = module->dlpi_name;
-        const bool isOwn =
-            name.empty() || name.ends_with("Pansharp.process") || name.ends_with("gdal_PANSHARP.so");
+        const bool isOwn = name.empty() || name.ends_with("Pansharp.process") ||
+                           name.ends_with("gdal_PANSHARP.so") ||
+                           name.find("libpansharp.so") != std::string_view::npos;
         if (!isOwn && name.find("libstdc++") == std::string_view::npos) return 0;
         auto& ranges = isOwn ? static_cast<Places*>(places)->own : static_cast<Places*>(places)->standard;
         for (int part = 0; part < module->dlpi_phnum; ++part)
@@ -100,6 +107,10 @@ public:
             throw std::runtime_error(status.ToText());
         request.output = folder / "fused.tif";
         request.overwrite = true;
+        std::string reason;
+        server = view::HttpServer::Start(
+            {}, [this](const view::HttpRequest& asked) { return Serve(asked.target); }, reason);
+        if (!server) throw std::runtime_error(reason);
     }
 
     std::string Sharpen(long before) {
@@ -107,6 +118,51 @@ public:
         return Try(before, [&](Status& status) { return rasterhost::Sharpen(request, report, status); })
                    ? Text(ReadAll(request.output))
                    : "";
+    }
+    std::string Network(long before) {
+        rasterhost::SharpenRequest asked = request;
+        for (std::string* file : {&asked.pan.file, &asked.multispectral[0].file})
+            *file = "http://127.0.0.1:" + std::to_string(server->GetPort()) + file->substr(file->rfind('/'));
+        VSICurlClearCache();
+        rasterhost::SharpenReport report;
+        return Try(before, [&](Status& status) { return rasterhost::Sharpen(asked, report, status); })
+                   ? Text(ReadAll(asked.output))
+                   : "";
+    }
+    std::string Batch(long before) {
+        cli::BatchScene scene;
+        scene.files = {request.pan.file, request.multispectral[0].file};
+        scene.output = "batch.tif";
+        scene.options = {{"--plugin", {request.plugin}}, {"--threads", {"1"}}, {"--overwrite", {}}};
+        cli::BatchRun how;
+        how.folder = folder / "made";
+        const auto make = [&](Status& status) {
+            const auto line = cli::RunBatchScene(scene, how, {}, status);
+            return line && line->value("status", "") == "done";
+        };
+        return Try(before, make) ? Text(ReadAll(how.folder + "/batch.tif")) : "";
+    }
+    std::string Arrays(long before) {
+        std::vector<unsigned char> pan(48 * 40), bands(12 * 10 * 3), fused(48 * 40 * 3);
+        for (std::size_t i = 0; i < pan.size(); ++i)
+            pan[i] = static_cast<unsigned char>(i * 37 % 200 + 1);
+        for (std::size_t i = 0; i < bands.size(); ++i)
+            bands[i] = static_cast<unsigned char>(i * 53 % 200 + 1);
+        pansharp_job job;
+        pansharp_job_init(&job, sizeof job);
+        job.bits_per_sample = 8;
+        job.pan = {pan.data(), 48, 40, 1, 0, 0, 0, 0.0, 0.0, 0.0, 0.0};
+        job.multispectral = {bands.data(), 12, 10, 3, 0, 0, 0, 0.0, 0.0, 0.0, 0.0};
+        job.output.samples = fused.data();
+        job.threads = 1;
+        std::string error(300, '\0');
+        const auto fuse = [&](Status&) {
+            const std::unique_ptr<pansharp, decltype(&pansharp_close)> library(
+                pansharp_open(PANSHARP_PLUGIN_FILE, error.data(), error.size()), pansharp_close);
+            return library && pansharp_fuse(library.get(), &job, error.data(), error.size()) == PANSHARP_OK;
+        };
+        return Try(before, fuse, [&] { return error.c_str(); }) ? std::string(fused.begin(), fused.end())
+                                                                : "";
     }
     std::string Inform(long before) {
         rasterhost::PreflightReport report;
@@ -171,6 +227,16 @@ public:
     }
 
 private:
+    /// The files as a server has them that sends whole ones.
+    [[nodiscard]] view::HttpReply Serve(const std::string& target) const {
+        view::HttpReply reply;
+        reply.headers = {{"Connection", "close"}};
+        std::ifstream file(folder / target.substr(1), std::ios::binary);
+        if (!file) reply.status = 404;
+        reply.body = std::make_shared<std::string>(std::istreambuf_iterator<char>(file),
+                                                   std::istreambuf_iterator<char>());
+        return reply;
+    }
     static std::string Text(const std::vector<unsigned>& samples) {
         std::string text;
         for (const unsigned sample : samples)
@@ -198,36 +264,63 @@ private:
 
     Folder folder;
     rasterhost::SharpenRequest request;
+    std::unique_ptr<view::HttpServer> server;
 };
+
+constexpr long none = 1'000'000'000;
+
+enum class End { Done, NotReached, Failed, Terminated };
+
+/// A fault in a process of its own, which the JSON library may end: its destructor needs memory.
+template <class Call>
+End InChild(const Call& call) {
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    if (child == 0) {
+        std::set_terminate([] { _exit(static_cast<int>(End::Terminated)); });
+        const End end = call();
+        std::fflush(nullptr);
+        _exit(static_cast<int>(testing::Test::HasFailure() ? End::Failed : end));
+    }
+    int state = 0;
+    EXPECT_EQ(waitpid(child, &state, 0), child);
+    return WIFEXITED(state) ? static_cast<End>(WEXITSTATUS(state)) : End::Failed;
+}
 
 TEST(Memory, NoAllocationThatFailsLeavesADoorAsAnException) {
     Doors doors;
-    // All of them take minutes: PANSHARP_FAULTS_EVERY=1.
-    const char* every = std::getenv("PANSHARP_FAULTS_EVERY");
+    const char* every = std::getenv("PANSHARP_FAULTS_EVERY"); // 1 for all of them, which take an hour
     const long stride = every ? std::max(std::atol(every), 1L) : 499;
-    constexpr long none = 1'000'000'000;
-    long faults = 0;
-    for (const auto& [name, door] : {std::pair("sharpen", &Doors::Sharpen), std::pair("info", &Doors::Inform),
-                                     std::pair("compare", &Doors::Compare), std::pair("open", &Doors::Open),
-                                     std::pair("view", &Doors::View)}) {
+    for (const auto& [name, door] :
+         {std::pair("sharpen", &Doors::Sharpen), std::pair("info", &Doors::Inform),
+          std::pair("compare", &Doors::Compare), std::pair("open", &Doors::Open),
+          std::pair("view", &Doors::View), std::pair("arrays", &Doors::Arrays),
+          std::pair("batch", &Doors::Batch), std::pair("network", &Doors::Network)}) {
         SCOPED_TRACE(name);
         const std::string expected = (doors.*door)(none);
         ASSERT_FALSE(expected.empty());
         places = {};
         dl_iterate_phdr(&Places::Add, &places);
         allocations::FailOnlyFor(&IsOwn);
-        long here = 0;
+        long here = 0, terminated = 0;
         for (long before = 0;; before += stride, ++here) {
-            const std::string found = (doors.*door)(before);
-            if (!Fault::WasReached()) break;
-            ASSERT_TRUE(found.empty() || found == expected) << "allocation " << before;
+            const End end = InChild([&] {
+                const std::string found = (doors.*door)(before);
+                const bool wasReached = Fault::WasReached();
+                EXPECT_TRUE(found.empty() || found == expected) << "allocation " << before;
+                if (here % 4 == 0) {
+                    EXPECT_EQ((doors.*door)(none), expected) << "it has lost something";
+                }
+                return wasReached ? End::Done : End::NotReached;
+            });
+            ASSERT_NE(end, End::Failed) << "allocation " << before;
+            if (end == End::NotReached) break;
+            if (end == End::Terminated) ++terminated;
         }
-        EXPECT_EQ((doors.*door)(none), expected) << "it has lost something by the faults";
         EXPECT_GT(here, 2) << "the faults did not reach it";
-        testing::Test::RecordProperty(name, std::to_string(here));
-        faults += here;
+        EXPECT_TRUE(terminated == 0 || every || door == &Doors::Batch) << terminated << " ended the program";
+        testing::Test::RecordProperty(name, std::to_string(here) + ", ended: " + std::to_string(terminated));
     }
-    testing::Test::RecordProperty("faults", std::to_string(faults));
 }
 
 } // namespace
