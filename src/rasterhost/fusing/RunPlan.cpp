@@ -5,6 +5,7 @@
 #include "hostkit/PanLowPass.h"
 #include "rasterhost/fusing/ProcessSettings.h"
 #include "rasterhost/requests/HostProcess.h"
+#include "rasterhost/writing/CogWriter.h"
 
 #include <algorithm>
 #include <thread>
@@ -164,8 +165,9 @@ std::uint64_t EstimateMemory(const Scene& scene, const OutputPlan& output, const
     const std::uint32_t windows = (output.rows - 1) / rows + 1;
     const int threads = std::min(sizes.threads, static_cast<int>(std::min(windows, 0x7FFFFFFFu)));
     const std::uint64_t fusing =
-        cache + (FineRowBytes(scene, output) * rows + BesideBytes(scene, output, sizes, rows)) *
-                    static_cast<unsigned>(CountSlots(threads));
+        cache + (output.writesCog ? CogWriter::CountBytes(output) : 0) +
+        (FineRowBytes(scene, output) * rows + BesideBytes(scene, output, sizes, rows)) *
+            static_cast<unsigned>(CountSlots(threads));
     return program + (sizes.fits ? survey : 0) +
            std::max(fusing, sizes.hasPreview ? cache + PreviewBytes(scene) : 0);
 }

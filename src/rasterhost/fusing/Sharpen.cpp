@@ -127,8 +127,7 @@ private:
         }
         PipelineResult result;
         const WindowPlan windowPlan{pair.scene->part, report.windowRows, report.threads};
-        // A format that is copied takes about as long again.
-        const double share = output->IsCopied() ? 0.5 : 1.0;
+        const double share = 1.0 - output->GetShareOfFinish();
         const auto fused = [&](double done) { return !request.progress || request.progress(share * done); };
         const auto copied = [&](double done) {
             result.wasCancelled = request.progress && !request.progress(share + (1.0 - share) * done);

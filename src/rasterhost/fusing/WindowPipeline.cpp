@@ -126,7 +126,8 @@ private:
 
     bool WriteWindow(Job& job) {
         {
-            const std::lock_guard lock(fileMutex);
+            std::unique_lock lock(fileMutex, std::defer_lock);
+            if (output.IsWrittenByGdal()) lock.lock();
             if (!output.Write(job.made, job.slot->GetValid(), job.reasons)) return false;
         }
         const LimitTally& found = job.made.GetTally();

@@ -4,7 +4,9 @@
 #include "rasterhost/reading/BandNames.h"
 #include "rasterhost/requests/CacheLimit.h"
 #include "rasterhost/requests/GdalErrors.h"
+#include "rasterhost/writing/CogWriter.h"
 #include "rasterhost/writing/Picture.h"
+#include "rasterhost/writing/TileWriter.h"
 
 #include <cpl_conv.h>
 #include <gdal_priv.h>
@@ -23,8 +25,8 @@ GDALDriver* FindDriver(const std::string& format) {
 
 OutputFile::OutputFile(const SharpenRequest& request, const OutputPlan& outputPlan, WorkFolder& workFolder)
     : folder(workFolder), overwrite(request.overwrite), plan(outputPlan),
-      writtenFile(IsCopied() ? workFolder.GetSpare("copied.tif") : workFolder.GetFile()), mask(plan.columns) {
-}
+      writtenFile(plan.IsCopied() ? workFolder.GetSpare("copied.tif") : workFolder.GetFile()),
+      mask(plan.columns) {}
 
 std::unique_ptr<OutputFile> OutputFile::Create(const SharpenRequest& request, const Scene& scene,
                                                const OutputPlan& plan, WorkFolder& folder,
@@ -50,16 +52,27 @@ std::unique_ptr<OutputFile> OutputFile::Create(const SharpenRequest& request, co
     if (!writesTiles) return output;
     GDALClose(output->dataset);
     output->dataset = nullptr;
-    output->tiles = TileWriter::Open(output->writtenFile, plan.layout, options);
-    if (output->tiles) return output;
+    if (output->OpenTiles(options)) return output;
     Fail(status, HostStatus::OutputNotCreated, "the output '%s' cannot be opened again%s",
          request.output.c_str(), errors.Reason().c_str());
     return nullptr;
 }
 
+bool OutputFile::OpenTiles(const CPLStringList& options) {
+    if (!plan.writesCog) {
+        tiles = TileWriter::Open(writtenFile, plan.layout, options);
+        return tiles != nullptr;
+    }
+    auto writer = CogWriter::Open(writtenFile, folder.GetSpare("tiles"), plan);
+    cog = writer.get();
+    tiles = std::move(writer);
+    return cog != nullptr;
+}
+
 OutputFile::~OutputFile() {
     const GdalErrors errors;
     CloseAll();
+    if (plan.IsCopied()) VSIUnlink(writtenFile.c_str()); // which in GDAL's memory nobody else removes
 }
 
 OutputWindow OutputFile::MakeWindow(std::uint32_t mostRows) const {
@@ -77,9 +90,10 @@ bool OutputFile::Pack(OutputWindow& window, Status& status) const {
            FailAt(window, "compressed; does memory run out?", status);
 }
 
-bool OutputFile::WritePixels(OutputWindow& window) {
+bool OutputFile::WritePixels(OutputWindow& window, const unsigned char* valid) {
     unsigned char* samples = window.GetSamples();
-    if (tiles) return tiles->Write(window.GetFirstRow(), window.GetRows(), samples, window.GetPacked());
+    if (tiles)
+        return tiles->Write(window.GetFirstRow(), window.GetRows(), samples, valid, window.GetPacked());
     const auto bands = static_cast<int>(plan.rules.GetFileBands());
     const auto firstRow = static_cast<int>(window.GetFirstRow()), rows = static_cast<int>(window.GetRows());
     const auto across = static_cast<int>(plan.columns);
@@ -92,13 +106,14 @@ bool OutputFile::WritePixels(OutputWindow& window) {
 bool OutputFile::Write(OutputWindow& window, const unsigned char* valid, Status& status) {
     mask.AddRows(valid, window.GetRows());
     const GdalErrors errors;
-    if (WritePixels(window) && !errors.HasFailed()) return true;
+    if (WritePixels(window, valid) && !errors.HasFailed()) return true;
     return FailAt(window, "written; is the disk full?" + errors.Reason(), status);
 }
 
 bool OutputFile::CloseAll() {
     const bool isWritten = !tiles || tiles->Close();
     tiles.reset();
+    cog = nullptr;
     if (dataset) GDALClose(dataset);
     dataset = nullptr;
     return isWritten;
@@ -111,7 +126,7 @@ bool OutputFile::FailToComplete(const std::string& reason, Status& status) const
 }
 
 bool OutputFile::AddMask(Status& status) {
-    if (GetPixelsWithoutData() == 0 || plan.rules.noData || plan.rules.hasAlpha) return true;
+    if (!HasMask()) return true;
     const GdalErrors errors;
     const CPLConfigOptionSetter inside("GDAL_TIFF_INTERNAL_MASK", "YES", false);
     GDALDatasetUniquePtr made(GDALDataset::Open(writtenFile.c_str(), GDAL_OF_RASTER | GDAL_OF_UPDATE));
@@ -136,9 +151,6 @@ bool OutputFile::Copy(const std::function<bool(double)>& progress, Status& statu
     };
     const GdalErrors errors;
     const CPLConfigOptionSetter inside("GDAL_TIFF_INTERNAL_MASK", "YES", false);
-    // Overviews of a COG wait in a file beside it until the rest is written: to compress them there, too,
-    // takes a quarter of the time.
-    const CPLConfigOptionSetter plainOverviews("COG_TMP_COMPRESSION", "NONE", true);
     // What is read line by line and band by band comes from blocks that are decoded once.
     const CacheLimit cache(static_cast<std::int64_t>(std::uint64_t{2} * plan.blockRows * plan.columns *
                                                      (plan.GetPixelBytes() + 1)));
@@ -158,13 +170,21 @@ bool OutputFile::Copy(const std::function<bool(double)>& progress, Status& statu
     return (isCopied && !errors.HasFailed()) || FailToComplete(errors.Reason(), status);
 }
 
+bool OutputFile::FinishCog(const std::function<bool(double)>& progress, Status& status) {
+    const GdalErrors errors;
+    const bool isWritten = cog->Finish(HasMask() ? &mask : nullptr, progress);
+    CloseAll();
+    return (isWritten && !errors.HasFailed()) || FailToComplete(errors.Reason(), status);
+}
+
 bool OutputFile::Finish(const std::function<bool(double)>& progress, Status& status) {
+    if (cog) return FinishCog(progress, status) && folder.Deliver(overwrite, status);
     {
         const GdalErrors errors;
         if (!CloseAll() || errors.HasFailed()) return FailToComplete(errors.Reason(), status);
     }
     if (!AddMask(status)) return false;
-    return (!IsCopied() || Copy(progress, status)) && folder.Deliver(overwrite, status);
+    return (!plan.IsCopied() || Copy(progress, status)) && folder.Deliver(overwrite, status);
 }
 
 } // namespace rasterhost

@@ -5,7 +5,8 @@
 #include "rasterhost/writing/OutputDescription.h"
 #include "rasterhost/writing/OutputMask.h"
 #include "rasterhost/writing/OutputPlan.h"
-#include "rasterhost/writing/TileWriter.h"
+#include "rasterhost/writing/OutputWindow.h"
+#include "rasterhost/writing/TileSink.h"
 #include "rasterhost/writing/WorkFolder.h"
 
 #include <array>
@@ -14,9 +15,12 @@
 #include <string>
 #include <vector>
 
+class CPLStringList;
 class GDALDataset;
 
 namespace rasterhost {
+
+class CogWriter;
 
 /// The fused image while it is written, in a folder that moves it to its place when it is complete. For a
 /// format that GDAL makes only by copying, a GeoTIFF is written there to copy from.
@@ -36,8 +40,12 @@ public:
     [[nodiscard]] const std::string& GetWarning() const { return warning; }
     /// A window of up to this many rows, laid out as Write wants it.
     [[nodiscard]] OutputWindow MakeWindow(std::uint32_t mostRows) const;
-    /// True when Finish has to copy the whole image.
-    [[nodiscard]] bool IsCopied() const { return plan.format.isCopied; }
+    /// The share of the whole work that is left to Finish: it copies the whole image, or compressed tiles.
+    [[nodiscard]] double GetShareOfFinish() const {
+        return plan.IsCopied() ? 0.5 : plan.writesCog ? 0.1 : 0.0;
+    }
+    /// True when GDAL writes the windows, which one thread at a time may do.
+    [[nodiscard]] bool IsWrittenByGdal() const { return dataset != nullptr; }
 
     /// Compresses a window whose rows are all there, where that can be done before they are written. Any
     /// number of threads at a time.
@@ -56,10 +64,15 @@ public:
 private:
     OutputFile(const SharpenRequest& request, const OutputPlan& outputPlan, WorkFolder& workFolder);
 
-    bool WritePixels(OutputWindow& window);
+    bool WritePixels(OutputWindow& window, const unsigned char* valid);
+    bool OpenTiles(const CPLStringList& options);
+    [[nodiscard]] bool HasMask() const {
+        return GetPixelsWithoutData() > 0 && !plan.rules.noData && !plan.rules.hasAlpha;
+    }
     bool FailAt(const OutputWindow& window, const std::string& what, Status& status) const;
     bool CloseAll();
     bool AddMask(Status& status);
+    bool FinishCog(const std::function<bool(double)>& progress, Status& status);
     bool Copy(const std::function<bool(double)>& progress, Status& status);
     bool FailToComplete(const std::string& reason, Status& status) const;
 
@@ -70,8 +83,9 @@ private:
     std::string warning;
     std::vector<std::array<double, 2>> stretches;
     OutputMask mask;
-    GDALDataset* dataset = nullptr;    ///< null while `tiles` has the file, and when it is closed
-    std::unique_ptr<TileWriter> tiles; ///< null when GDAL writes the pixels
+    GDALDataset* dataset = nullptr;  ///< null while `tiles` has the file, and when it is closed
+    std::unique_ptr<TileSink> tiles; ///< null when GDAL writes the pixels
+    CogWriter* cog = nullptr;        ///< the same where it is one
 };
 
 } // namespace rasterhost

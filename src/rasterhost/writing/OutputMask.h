@@ -16,12 +16,13 @@ public:
     /// Adds the next rows from the top: one byte per pixel, 0 without data; null when all have data.
     void AddRows(const unsigned char* valid, std::uint32_t rowCount);
     [[nodiscard]] std::uint64_t GetPixelsWithoutData() const { return pixelsWithoutData; }
+    /// Tells of a row's pixels which have data: 255 with, 0 without.
+    void ExpandRow(std::size_t row, unsigned char* valid) const;
     /// Writes all rows as a mask, 255 with data and 0 without. False when GDAL fails.
     [[nodiscard]] bool Write(GDALRasterBand& band) const;
 
 private:
     void AddRow(const unsigned char* valid);
-    void ExpandRow(std::size_t row, unsigned char* valid) const;
 
     std::uint32_t columns;
     std::uint64_t pixelsWithoutData = 0;

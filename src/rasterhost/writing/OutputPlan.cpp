@@ -2,6 +2,7 @@
 
 #include "fundament/Text.h"
 #include "rasterhost/requests/GdalErrors.h"
+#include "rasterhost/writing/CogOptions.h"
 #include "rasterhost/writing/OutputDescription.h"
 #include "rasterhost/writing/TileWriter.h"
 
@@ -76,13 +77,28 @@ std::uint32_t TiffBlockRows(const OutputPlan& plan) {
     return static_cast<std::uint32_t>(height);
 }
 
+/// Whether such a file takes windows in tiles.
+bool TakesTiles(const SharpenRequest& request, const OutputPlan& plan) {
+    if (request.windowRows % plan.blockRows != 0) return false;
+    // A file that is opened again has forgotten what its options say of quality and threads.
+    return plan.writesCog ||
+           (!StartsWith(request.output, "/vsimem/", false) && TileWriter::CanWrite(plan.pixelOptions));
+}
+
+/// A window is at least a row of tiles, which GDAL lets be low only where tiles need not be square.
+bool WritesCog(const SharpenRequest& request, const OutputPlan& plan, CPLStringList& tiffOptions) {
+    constexpr std::uint64_t mostBytes = std::uint64_t{64} << 20;
+    if (!EQUAL(plan.format.name.c_str(), "COG") || plan.isPicture || !PlanCog(plan.options, tiffOptions))
+        return false;
+    const auto side = static_cast<std::uint32_t>(std::atoi(tiffOptions.FetchNameValue("BLOCKYSIZE")));
+    return request.windowRows % side == 0 && side * plan.columns * plan.GetPixelBytes() <= mostBytes;
+}
+
 void PlanTiff(const SharpenRequest& request, const Scene& scene, OutputPlan& plan) {
     SuggestTiffOptions(plan, scene, plan.pixelOptions);
     plan.isCompressed = !EQUAL(plan.pixelOptions.FetchNameValueDef("COMPRESS", "NONE"), "NONE");
     plan.blockRows = TiffBlockRows(plan);
-    // A file that is opened again has forgotten what its options say of quality and threads.
-    if (!StartsWith(request.output, "/vsimem/", false) && TileWriter::CanWrite(plan.pixelOptions) &&
-        request.windowRows % plan.blockRows == 0)
+    if (TakesTiles(request, plan))
         plan.layout = {static_cast<std::uint32_t>(std::atoi(plan.pixelOptions.FetchNameValue("BLOCKXSIZE"))),
                        plan.blockRows};
 }
@@ -124,7 +140,10 @@ OutputPlan PlanOutput(const SharpenRequest& request, const OutputFormat& format,
     plan.bits = scene.pan->GetInfo().bitsPerBand;
     plan.options = FormatOptions(request, format);
     plan.writesTiff = format.isTiff || plan.format.isCopied;
-    if (!plan.format.isCopied) plan.pixelOptions = plan.options;
+    CPLStringList tiffOptions;
+    plan.writesCog = WritesCog(request, plan, tiffOptions);
+    if (!plan.format.isCopied || plan.writesCog)
+        plan.pixelOptions = plan.writesCog ? tiffOptions : plan.options;
     if (plan.writesTiff) PlanTiff(request, scene, plan);
     return plan;
 }

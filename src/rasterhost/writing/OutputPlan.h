@@ -26,12 +26,15 @@ struct OutputPlan {
     CPLStringList pixelOptions;
     /// The file is a stretched copy of 8 bits of the pixels that are fused (Picture.h).
     bool isPicture = false;
+    bool writesCog = false;    ///< a COG whose pixels go into place as they are fused (CogWriter.h)
     bool writesTiff = false;   ///< that file is a GeoTIFF
     bool isCompressed = false; ///< and compressed as it is written
     /// Of that file's blocks. Windows are best whole rows of them, and have to be where the layout has tiles.
     std::uint32_t blockRows = 1;
     imagery::OutputLayout layout; ///< how it takes the pixels of a window
 
+    /// True when the image is fused into another file and copied from that.
+    [[nodiscard]] bool IsCopied() const { return format.isCopied && !writesCog; }
     [[nodiscard]] std::size_t GetPixelBytes() const { return std::size_t{rules.GetFileBands()} * (bits / 8); }
     [[nodiscard]] std::uint64_t GetBytes() const { ///< of all pixels, before they are compressed
         return std::uint64_t{columns} * rows * GetPixelBytes();

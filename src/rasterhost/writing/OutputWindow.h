@@ -1,14 +1,12 @@
 #pragma once
 
 #include "imagery/OutputRow.h"
+#include "rasterhost/writing/TilePacker.h"
 
 #include <cstdint>
 #include <vector>
 
 namespace rasterhost {
-
-/// The compressed tiles of a window, along rows of tiles. Empty where a file holds its tiles as they are.
-using PackedTiles = std::vector<std::vector<unsigned char>>;
 
 /// The pixels of a window of full rows as the file takes them: fused rows, added one after another, become
 /// rows of the file in its layout.

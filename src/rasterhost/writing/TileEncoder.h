@@ -20,7 +20,8 @@ struct TileForm {
     std::uint32_t levelTag = 0;    ///< how hard the compression tries; 0 for its own choice
     int level = 0;
 
-    [[nodiscard]] std::size_t GetBytes() const { return std::size_t{samples} * (bits / 8u) * columns * rows; }
+    [[nodiscard]] std::size_t GetRowBytes() const { return std::size_t{samples} * bits * columns / 8; }
+    [[nodiscard]] std::size_t GetBytes() const { return GetRowBytes() * rows; }
 };
 
 /// Compresses one tile after another with libtiff's codecs, which keep their working memory in between: with

@@ -1,39 +1,13 @@
 #include "rasterhost/writing/TileWriter.h"
 
-#include "rasterhost/requests/GdalErrors.h"
-
 #include <cpl_string.h>
-#include <oneapi/tbb/parallel_for.h>
 #include <tiffio.h>
 
 #include <algorithm>
-#include <atomic>
-#include <cstdlib>
 
 namespace rasterhost {
 
 using imagery::OutputLayout;
-
-namespace {
-
-/// Compressions without loss, and the option that sets how hard they try.
-const struct {
-    const char* name;
-    std::uint16_t compression;
-    const char* levelOption;
-    std::uint32_t levelTag;
-} codecs[] = {{"NONE", COMPRESSION_NONE, nullptr, 0},
-              {"DEFLATE", COMPRESSION_ADOBE_DEFLATE, "ZLEVEL", TIFFTAG_ZIPQUALITY},
-              {"ZSTD", COMPRESSION_ZSTD, "ZSTD_LEVEL", TIFFTAG_ZSTD_LEVEL},
-              {"LZMA", COMPRESSION_LZMA, "LZMA_PRESET", TIFFTAG_LZMAPRESET},
-              {"LZW", COMPRESSION_LZW, nullptr, 0},
-              {"PACKBITS", COMPRESSION_PACKBITS, nullptr, 0}};
-
-bool HasPredictor(std::uint16_t compression) {
-    return compression != COMPRESSION_NONE && compression != COMPRESSION_PACKBITS;
-}
-
-} // namespace
 
 bool TileWriter::CanWrite(const CPLStringList& options) {
     const char* const known[] = {
@@ -47,10 +21,7 @@ bool TileWriter::CanWrite(const CPLStringList& options) {
             return false;
     const char* compression = options.FetchNameValueDef("COMPRESS", "NONE");
     return options.FetchBool("TILED", false) &&
-           EQUAL(options.FetchNameValueDef("INTERLEAVE", "PIXEL"), "PIXEL") &&
-           std::any_of(std::begin(codecs), std::end(codecs), [&](const auto& codec) {
-               return EQUAL(codec.name, compression) && TIFFIsCODECConfigured(codec.compression);
-           });
+           EQUAL(options.FetchNameValueDef("INTERLEAVE", "PIXEL"), "PIXEL") && FindTileCodec(compression);
 }
 
 std::unique_ptr<TileWriter> TileWriter::Open(const std::string& name, const OutputLayout& layout,
@@ -68,25 +39,21 @@ std::unique_ptr<TileWriter> TileWriter::Open(const std::string& name, const Outp
         TIFFGetFieldDefaulted(writer->file, tag, &value);
         return value;
     };
-    TileForm& form = writer->form;
+    TileForm form;
     form.bits = shortField(TIFFTAG_BITSPERSAMPLE);
     form.compression = shortField(TIFFTAG_COMPRESSION);
-    const auto* codec = std::find_if(std::begin(codecs), std::end(codecs),
-                                     [&](const auto& each) { return each.compression == form.compression; });
-    if (!TIFFIsTiled(writer->file) || TIFFIsByteSwapped(writer->file) || codec == std::end(codecs) ||
+    const TileCodec* codec = FindTileCodec(form.compression);
+    if (!TIFFIsTiled(writer->file) || TIFFIsByteSwapped(writer->file) || !codec ||
         (form.bits != 8 && form.bits != 16) || shortField(TIFFTAG_PLANARCONFIG) != PLANARCONFIG_CONTIG)
         return nullptr;
-    if (HasPredictor(form.compression)) form.predictor = shortField(TIFFTAG_PREDICTOR);
-    // The file does not tell how hard its compression tries.
-    if (const char* level = codec->levelOption ? options.FetchNameValue(codec->levelOption) : nullptr) {
-        form.levelTag = codec->levelTag;
-        form.level = std::atoi(level);
-    }
+    if (codec->hasPredictor) form.predictor = shortField(TIFFTAG_PREDICTOR);
+    codec->SetLevel(options, form);
     writer->columns = field(TIFFTAG_IMAGEWIDTH);
     form.columns = field(TIFFTAG_TILEWIDTH);
     form.rows = field(TIFFTAG_TILELENGTH);
     form.samples = shortField(TIFFTAG_SAMPLESPERPIXEL);
     const tmsize_t expected = TIFFTileSize(writer->file);
+    writer->packer = std::make_unique<TilePacker>(form);
     const bool isAsPlanned = form.columns == layout.tileColumns && form.rows == layout.tileRows;
     return isAsPlanned && expected > 0 && static_cast<std::size_t>(expected) == form.GetBytes()
                ? std::move(writer)
@@ -98,26 +65,18 @@ TileWriter::~TileWriter() {
 }
 
 bool TileWriter::Pack(std::uint32_t rowCount, const unsigned char* tiles, PackedTiles& packed) const {
-    if (form.compression == COMPRESSION_NONE) return true;
-    packed.resize(std::size_t{(columns - 1) / form.columns + 1} * ((rowCount - 1) / form.rows + 1));
-    std::atomic<bool> isPacked = true;
-    oneapi::tbb::parallel_for(std::size_t{0}, packed.size(), [&](std::size_t tile) {
-        const GdalErrors silence; // of whichever thread this is
-        std::unique_ptr<TileEncoder>& encoder = encoders.local();
-        if (!encoder) encoder = std::make_unique<TileEncoder>(form);
-        if (!encoder->Encode(tiles + tile * form.GetBytes(), packed[tile])) isPacked = false;
-    });
-    return isPacked;
+    return packer->Pack(packer->CountTiles(columns, rowCount), tiles, packed);
 }
 
 bool TileWriter::Write(std::uint32_t firstRow, std::uint32_t rowCount, unsigned char* tiles,
-                       PackedTiles& packed) {
-    const bool isPacked = form.compression != COMPRESSION_NONE;
+                       const unsigned char*, PackedTiles& packed) {
+    const TileForm& form = packer->GetForm();
     std::size_t tile = 0;
     for (std::uint32_t row = 0; row < rowCount; row += form.rows)
         for (std::uint32_t column = 0; column < columns; column += form.columns, ++tile) {
-            unsigned char* bytes = isPacked ? packed[tile].data() : tiles + tile * form.GetBytes();
-            const std::size_t size = isPacked ? packed[tile].size() : form.GetBytes();
+            unsigned char* bytes =
+                packer->Compresses() ? packed[tile].data() : tiles + tile * form.GetBytes();
+            const std::size_t size = packer->Compresses() ? packed[tile].size() : form.GetBytes();
             const std::uint32_t number = TIFFComputeTile(file, column, firstRow + row, 0, 0);
             if (TIFFWriteRawTile(file, number, bytes, static_cast<tmsize_t>(size)) < 0) return false;
         }

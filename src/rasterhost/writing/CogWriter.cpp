@@ -1,0 +1,192 @@
+#include "rasterhost/writing/CogWriter.h"
+
+#include "rasterhost/writing/CogOptions.h"
+
+#include <oneapi/tbb/task_arena.h>
+#include <tiff.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace rasterhost {
+
+namespace {
+
+/// Rows of the full size that go into the overviews at a time.
+constexpr std::uint32_t stepRows = 256;
+
+} // namespace
+
+CogWriter::CogWriter(const OutputPlan& outputPlan, const std::string& fileName, const std::string& spoolName)
+    : plan(outputPlan), file(fileName), spool(spoolName) {}
+
+CogWriter::~CogWriter() = default;
+
+std::unique_ptr<CogWriter> CogWriter::Open(const std::string& file, const std::string& spoolName,
+                                           const OutputPlan& plan) {
+    std::unique_ptr<CogWriter> writer(new CogWriter(plan, file, spoolName));
+    auto tags = TiffDirectory::ReadFirst(file);
+    if (!tags || !writer->spool.IsOpen()) return nullptr;
+    writer->main = std::move(*tags);
+    const auto number = [&](std::uint16_t tag, std::uint64_t otherwise) {
+        return static_cast<std::uint16_t>(writer->main.GetNumber(tag, otherwise));
+    };
+    TileForm form;
+    form.columns = number(TIFFTAG_TILEWIDTH, 0);
+    form.rows = number(TIFFTAG_TILELENGTH, 0);
+    form.bits = number(TIFFTAG_BITSPERSAMPLE, 1);
+    form.samples = number(TIFFTAG_SAMPLESPERPIXEL, 1);
+    form.compression = number(TIFFTAG_COMPRESSION, COMPRESSION_NONE);
+    const TileCodec* codec = FindTileCodec(form.compression);
+    const bool isAsPlanned = codec && form.columns == plan.layout.tileColumns &&
+                             form.rows == plan.layout.tileRows && form.bits == plan.bits &&
+                             form.samples == plan.rules.GetFileBands();
+    if (!isAsPlanned) return nullptr;
+    if (codec->hasPredictor) form.predictor = number(TIFFTAG_PREDICTOR, PREDICTOR_NONE);
+    codec->SetLevel(plan.pixelOptions, form);
+    writer->packer = std::make_unique<TilePacker>(form);
+    writer->places = LevelsOf(plan.options, plan.columns, plan.rows, form.rows);
+    const SampleForm samples{plan.rules.GetFileBands(), plan.bits, plan.rules.noData};
+    for (const CogLevel& level : writer->places)
+        writer->levels.push_back(
+            {LevelRows(samples, level.columns, level.rows), OutputMask(level.columns), 0});
+    return writer;
+}
+
+bool CogWriter::Pack(std::uint32_t rowCount, const unsigned char* tiles, PackedTiles& packed) const {
+    return packer->Pack(packer->CountTiles(plan.columns, rowCount), tiles, packed);
+}
+
+bool CogWriter::Spool(const unsigned char* tiles, std::size_t count, PackedTiles& packed, std::size_t level) {
+    const std::size_t bytes = packer->GetForm().GetBytes();
+    for (std::size_t tile = 0; tile < count; ++tile) {
+        const bool isPacked = packer->Compresses();
+        if (!spool.Add(isPacked ? packed[tile].data() : tiles + tile * bytes,
+                       isPacked ? packed[tile].size() : bytes, places[level].tiles))
+            return false;
+    }
+    return true;
+}
+
+bool CogWriter::Write(std::uint32_t, std::uint32_t rowCount, unsigned char* tiles, const unsigned char* valid,
+                      PackedTiles& packed) {
+    if (!Spool(tiles, packer->CountTiles(plan.columns, rowCount), packed, 0)) return false;
+    if (levels.size() == 1) return true;
+    const TileForm& form = packer->GetForm();
+    const std::size_t tilesAcross = packer->CountTiles(plan.columns, 1);
+    for (std::uint32_t row = 0; row < rowCount;) {
+        const std::uint32_t inTiles = row % form.rows;
+        const std::uint32_t count = std::min({stepRows, form.rows - inTiles, rowCount - row});
+        AddRows(count, inTiles, tiles + row / form.rows * tilesAcross * form.GetBytes(),
+                valid ? valid + std::size_t{row} * plan.columns : nullptr);
+        if (!Advance()) return false;
+        row += count;
+    }
+    return true;
+}
+
+/// Takes rows of a row of tiles.
+void CogWriter::AddRows(std::uint32_t rowCount, std::uint32_t rowInTiles, const unsigned char* tiles,
+                        const unsigned char* valid) {
+    const TileForm& form = packer->GetForm();
+    LevelRows& rows = levels.front().rows;
+    const std::uint32_t first = rows.GetEnd();
+    rows.Append(rowCount);
+    for (std::uint32_t row = 0; row < rowCount; ++row) {
+        const unsigned char* from = tiles + (rowInTiles + row) * form.GetRowBytes();
+        unsigned char* to = rows.GetSamples(first + row);
+        for (std::size_t at = 0; at < rows.GetRowBytes(); at += form.GetRowBytes(), from += form.GetBytes())
+            std::memcpy(to + at, from, std::min(form.GetRowBytes(), rows.GetRowBytes() - at));
+    }
+    if (valid) std::memcpy(rows.GetValid(first), valid, std::size_t{rowCount} * plan.columns);
+}
+
+/// Makes all that can be made of the rows that have come.
+bool CogWriter::Advance() {
+    for (std::size_t level = 1; level < levels.size(); ++level) {
+        Level& finer = levels[level - 1];
+        Level& made = levels[level];
+        const std::uint32_t first = made.rows.GetEnd(), end = CountReducible(finer.rows, made.rows);
+        const Marking marking = level == 1 || plan.rules.hasAlpha ? Marking::Any : Marking::Most;
+        if (!Reduce(finer.rows, made.rows, end, marking)) return false;
+        if (end > first) made.mask.AddRows(made.rows.GetValid(first), end - first);
+        if (!PackRows(level)) return false;
+        const std::uint32_t needed = FirstNeeded(finer.rows, made.rows, end);
+        finer.rows.DropBefore(level == 1 ? needed : std::min(needed, finer.packedRows));
+    }
+    levels.back().rows.DropBefore(levels.back().packedRows);
+    return true;
+}
+
+/// Compresses the rows of tiles of an overview that are complete.
+bool CogWriter::PackRows(std::size_t number) {
+    const TileForm& form = packer->GetForm();
+    Level& level = levels[number];
+    LevelRows& rows = level.rows;
+    const std::size_t tiles = packer->CountTiles(rows.GetColumns(), 1);
+    while (level.packedRows < rows.GetRows()) {
+        const std::uint32_t end = std::min(level.packedRows + form.rows, rows.GetRows());
+        if (rows.GetEnd() < end) return true;
+        tileRow.assign(tiles * form.GetBytes(), 0);
+        for (std::uint32_t row = level.packedRows; row < end; ++row) {
+            const unsigned char* from = rows.GetSamples(row);
+            unsigned char* to = tileRow.data() + (row - level.packedRows) * form.GetRowBytes();
+            for (std::size_t at = 0; at < rows.GetRowBytes(); at += form.GetRowBytes(), to += form.GetBytes())
+                std::memcpy(to, from + at, std::min(form.GetRowBytes(), rows.GetRowBytes() - at));
+        }
+        if (!packer->Pack(tiles, tileRow.data(), packedRow) ||
+            !Spool(tileRow.data(), tiles, packedRow, number))
+            return false;
+        level.packedRows = end;
+    }
+    return true;
+}
+
+/// Adds the tiles of a level's mask, of one bit a pixel, to the spool.
+bool CogWriter::AddMask(const OutputMask& mask, std::size_t number) {
+    TileForm form;
+    form.columns = packer->GetForm().columns;
+    form.rows = packer->GetForm().rows;
+    form.bits = form.samples = 1;
+    form.compression = COMPRESSION_ADOBE_DEFLATE;
+    const TilePacker maskPacker(form);
+    CogLevel& level = places[number];
+    const std::size_t tiles = maskPacker.CountTiles(level.columns, 1);
+    std::vector<unsigned char> valid(level.columns);
+    for (std::uint32_t top = 0; top < level.rows; top += form.rows) {
+        tileRow.assign(tiles * form.GetBytes(), 0);
+        for (std::uint32_t row = top; row < std::min(top + form.rows, level.rows); ++row) {
+            mask.ExpandRow(row, valid.data());
+            for (std::uint32_t column = 0; column < level.columns; ++column) {
+                const std::uint32_t inTile = column % form.columns;
+                unsigned char* bits = tileRow.data() + column / form.columns * form.GetBytes() +
+                                      (row - top) * form.GetRowBytes();
+                if (valid[column]) bits[inTile / 8] |= static_cast<unsigned char>(0x80u >> (inTile % 8));
+            }
+        }
+        if (!maskPacker.Pack(tiles, tileRow.data(), packedRow)) return false;
+        for (const std::vector<unsigned char>& tile : packedRow)
+            if (!spool.Add(tile.data(), tile.size(), level.maskTiles)) return false;
+    }
+    return true;
+}
+
+bool CogWriter::Finish(const OutputMask* mask, const std::function<bool(double)>& progress) {
+    bool isGood = true;
+    oneapi::tbb::task_arena arena(plan.threads);
+    arena.execute([&] {
+        for (std::size_t level = 0; mask && isGood && level < levels.size(); ++level)
+            isGood = AddMask(level == 0 ? *mask : levels[level].mask, level);
+    });
+    return isGood && WriteCog(file, main, places, spool, BigTiffOf(plan.options), progress);
+}
+
+std::uint64_t CogWriter::CountBytes(const OutputPlan& plan) {
+    // Of the full size those that come at a time; of the overviews a row of tiles and what comes into it,
+    // which halves in width from one to the next; and that of the first overview on its way to the spool,
+    // twice.
+    const std::uint64_t rows = stepRows + 2 * std::uint64_t{plan.layout.tileRows};
+    return plan.columns * rows * (plan.GetPixelBytes() + 1);
+}
+
+} // namespace rasterhost
