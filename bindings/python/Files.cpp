@@ -12,6 +12,7 @@
 #include "cli/RunJson.h"
 #include "cli/SharpenRun.h"
 #include "rasterhost/reading/NetworkFile.h"
+#include "rasterhost/serving/FileFingerprint.h"
 #include "rasterhost/serving/RecordedScene.h"
 
 #include <pybind11/numpy.h>
@@ -342,6 +343,7 @@ PYBIND11_MODULE(_files, module) {
     module.def("batch_scenes", &BatchScenes);
     module.def("batch_scene", &RunBatchScene);
     module.def("gdal_name", &rasterhost::NameForGdal);
+    module.def("state_of", &rasterhost::TakeState, py::call_guard<py::gil_scoped_release>());
     py::class_<Results>(module, "Results")
         .def(py::init<const std::string&>())
         .def("find_done", &Results::FindDone)

@@ -35,10 +35,10 @@ def client():
 
 
 @pytest.fixture
-def scene(tmp_path, monkeypatch):
+def scene(tmp_path, monkeypatch, request):
     """A scene with a collar of zeros in its upper left corner, described, in the folder that the test runs in."""
     def blacken(pan, _):
-        pan[:100, :300] = 0
+        pan[:getattr(request, "param", 100), :300] = 0
     monkeypatch.chdir(tmp_path)
     write_pair(tmp_path, change=blacken, options=["-co", "TILED=YES"], rows=ROWS, columns=COLUMNS)
     pansharp.sharpen("pan.tif", "ms.tif", "scene.pansharp")
@@ -54,13 +54,15 @@ def facts(file):
               band.GetMaskBand().ReadAsArray().tobytes()) for band in bands])
 
 
+@pytest.mark.parametrize("scene", [256], indirect=True)  # a part has no data at all
 @pytest.mark.parametrize("options", [{}, {"nodata": 0}, {"alpha": True, "method": "KOVA"}])
 def test_the_mosaic_is_what_one_run_writes_and_what_is_there_is_kept(scene, client, options):
     pansharp.sharpen("pan.tif", "ms.tif", "whole.tif", **options)
 
     def run(**more):
-        outcome = many.sharpen(client, "pan.tif", "ms.tif", "job", part=256, **options, **more)
-        assert outcome.ok and outcome.count == COUNT
+        told = []
+        outcome = many.sharpen(client, "pan.tif", "ms.tif", "job", part=256, tell=lambda *_, **facts: told.append(facts.get("text", "")), **options, **more)
+        assert outcome.ok and outcome.count == COUNT and not any("no pixel of the output" in text for text in told)
         return outcome.made
     assert run(single="single.tif") == COUNT
     assert facts("job/mosaic.vrt") == facts("single.tif") == facts("whole.tif")
@@ -91,9 +93,12 @@ def test_the_mosaic_is_what_one_run_writes_and_what_is_there_is_kept(scene, clie
     assert many.sharpen(client, scene, out=".", part=256).ok
     with pytest.raises(pansharp.OutputError, match="scene.pansharp' exists, and no job"):
         many.sharpen(client, "pan.tif", "ms.tif", ".", part=256)
-    before = mask(), mask("COMPRESS=DEFLATE")
+    assert (mask(), mask("COMPRESS=DEFLATE")) == (True, None)
+    gdal.Translate("ms.vrt", "ms.tif")
+    pansharp.sharpen("pan.tif", "ms.vrt", "source.pansharp")
+    before = _parts.fingerprint("source.pansharp", [])
     os.utime("ms.tif")
-    assert before == (True, None) and mask() is None
+    assert mask() is None and before != _parts.fingerprint("source.pansharp", [])
 
 
 def test_what_can_be_made_is_made_and_the_rest_is_named(scene, client):
@@ -271,6 +276,11 @@ def test_a_batch_makes_what_the_command_makes_and_each_skips_what_the_other_has_
     assert [line["status"] for line in many.batch(client, "list.jsonl", "alone").results] == ["skipped", "skipped", "failed", "failed"]
     for file in "large.tif", "sub/small.tif":
         assert facts(f"tasks/{file}") == facts(f"alone/{file}") == facts(f"parts/{file}")
+    assert not glob.glob("parts/*.parts")
+    tried = []
+    with pytest.raises(_connection.Unreached):
+        many.batch(lambda: tried.append(1) or _connection.connect("tcp://127.0.0.1:1", 0.1), "list.jsonl", "none", parts_above=0.1)
+    assert tried == [1]
     late = many.batch(client, "list.jsonl", "late", time_limit=1e-9).results
     assert "time limit" in late[0]["errors"][0]["message"] and not os.path.exists("late/large.tif")
     stuck = many.sharpen(client, scene, out="stuck", part=256, time_limit=1e-9)

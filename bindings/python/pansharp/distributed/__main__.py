@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import argparse
 import logging
+import os
 import signal
 import sys
 import warnings
@@ -91,7 +92,7 @@ def _clients(arguments: argparse.Namespace) -> Iterator[Callable[[], Any]]:
 
     from . import _connection
     opened: list[Any] = []
-    for name in "client", "batched":  # the job tells by itself that its scheduler has gone
+    for name in "client", "batched", "utils":  # the job tells by itself that its scheduler has gone
         logging.getLogger(f"distributed.{name}").setLevel(logging.CRITICAL)
 
     def make() -> Any:
@@ -130,6 +131,7 @@ def _batch(arguments: argparse.Namespace, tell: Any) -> int:
                         **_options(arguments.option))
     counts = {status: outcome.count(status) for status in ("done", "skipped", "failed")}
     text = f"{len(outcome.results)} scenes in {outcome.seconds:.1f} s: " + ", ".join(f"{count} {status}" for status, count in counts.items())
+    text += "" if outcome.ok else f"; {os.path.join(arguments.out, 'batch.jsonl')} says why"
     tell("end", ok=outcome.ok, seconds=outcome.seconds, **counts, text=text)
     return 0 if outcome.ok else 1
 
@@ -143,7 +145,8 @@ def _sharpen(arguments: argparse.Namespace, tell: Any) -> int:
                           overwrite=arguments.overwrite, check=not arguments.no_check, time_limit=arguments.time_limit,
                           limits=Limits(arguments.attempts, arguments.patience), tell=tell, **options)
     text = (f"{outcome.mosaic or 'no mosaic'}: {outcome.made} of {outcome.count} parts made in {outcome.seconds:.1f} s, "
-            f"{outcome.count - outcome.made - len(outcome.failed)} were there, {len(outcome.failed)} failed")
+            f"{outcome.count - outcome.made - len(outcome.failed)} were there, {len(outcome.failed)} failed"
+            + (f"; {os.path.join(arguments.out, 'report.json')} names them" if outcome.failed else ""))
     tell("end", ok=outcome.ok, mosaic=outcome.mosaic, single=outcome.single, count=outcome.count, made=outcome.made,
          failed=outcome.failed, seconds=outcome.seconds, text=text)
     return 0 if outcome.ok else 1

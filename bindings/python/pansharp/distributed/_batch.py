@@ -17,7 +17,7 @@ import pansharp
 
 from .. import _arrays, _options
 from . import _mosaic, _parts, _place, _run, _scene, _store
-from ._connection import Clients, Connection
+from ._connection import Clients, Connection, Unreached
 
 Entry = Any
 _RESULTS, _SHARED, _SUMMARY = "batch.jsonl", "shared.json", "summary.csv"
@@ -87,9 +87,10 @@ class _Book:
         self.lines[number] = result
         if result["status"] != "skipped":
             self._results.add(json.dumps(result))
-        self._tell("made", name=result["output"], pixels=result["megapixels"] * 1e6, result=result)
+        facts: dict[str, Any] = {"name": result["output"], "pixels": result["megapixels"] * 1e6, "seconds": result["seconds"], "result": result}
         if result["status"] == "failed":
-            self._tell("failed", name=result["output"], text="; ".join(error["message"] for error in result["errors"]))
+            facts["text"] = "; ".join(error["message"] for error in result["errors"])
+        self._tell("made" if result["status"] == "done" else result["status"], **facts)
 
     def close(self) -> None:
         self._results.close()
@@ -173,6 +174,8 @@ class _Work:
         start = time.monotonic()
         try:
             line = self._made_in_parts(entry)
+        except Unreached:
+            raise
         except (pansharp.Error, OSError, ValueError, TypeError) as error:
             line = _line(entry, str(error), pansharp.__version__)
         self.book.add(number, line if line["status"] == "skipped" else {**line, "seconds": time.monotonic() - start})
@@ -199,11 +202,29 @@ class _Work:
             form, co = str(_form(entry)), options.get("--co")
             made = _scene.sharpen(self.connection, described, out=own, single=file,
                                   co=co if form == "GTiff" else None, single_format=form, single_co=co, overwrite=overwrite, check=False,
-                                  time_limit=deadline, limits=self.limits,
-                                  tell=lambda event, **facts: event in ("warning", "waiting") and self.tell(event, **facts))
+                                  time_limit=deadline, limits=self.limits, tell=self._telling_parts(output))
             if made.failed:
                 result = {**_line(entry, _of_parts(made.failed), pansharp.__version__), "warnings": result["warnings"]}
+            else:
+                _place.remove(own)
         return {**result, "output": output, "fingerprint": tried["fingerprint"]}
+
+    def _telling_parts(self, output: str) -> _scene.Tell:
+        """What is told of the parts of a scene."""
+        count = done = 0
+
+        def tell(event: str, **facts: Any) -> None:
+            nonlocal count, done
+            if event == "start":
+                count, done = facts["count"], facts["count"] - facts["missing"]
+            elif event == "made":
+                done += 1
+                self.tell("part", name=output, part=facts["name"], done=done, count=count)
+            elif event == "retried":
+                self.tell(event, **{**facts, "name": f"{output}: {facts['name']}"})
+            elif event in ("warning", "waiting"):
+                self.tell(event, **facts)
+        return tell
 
     def _engine(self, entry: Entry, time_limit: float, done: str, progress: Callable[[float, float], object] | None) -> dict[str, Any]:
         with _own_plugin():

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import asyncio
 import contextlib
+import math
 import multiprocessing
 import time
 from collections.abc import Callable
@@ -17,10 +18,15 @@ Clients = Union[distributed.Client, Callable[[], distributed.Client]]
 _TRY = 10.0  # seconds that one try to connect takes
 ANSWER = 30.0  # seconds in which a scheduler tells its workers, or a worker what a task returned
 _PAUSE = 0.5
+_COMING = 10.0  # seconds in which workers find a new scheduler
 
 
 class Lost(Exception):
     """The scheduler has gone, and with it all that it was handed."""
+
+
+class Unreached(OSError):
+    """There has been no scheduler from the first."""
 
 
 def start(workers: int | None = None) -> distributed.LocalCluster:
@@ -39,7 +45,7 @@ def start(workers: int | None = None) -> distributed.LocalCluster:
 
 
 def connect(address: str, patience: float, security: Any = None, check: Callable[[], None] = lambda: None) -> distributed.Client:
-    """A client of the scheduler at an address, which is waited for so many seconds. Raises OSError.
+    """A client of the scheduler at an address, which is waited for so many seconds. Raises Unreached.
 
     check: called now and then; what it raises ends the waiting.
     """
@@ -50,7 +56,7 @@ def connect(address: str, patience: float, security: Any = None, check: Callable
             return distributed.Client(address, timeout=max(min(_TRY, end - time.monotonic()), 0.1), set_as_default=False, security=security)
         except (OSError, asyncio.TimeoutError) as error:  # a scheduler that goes while it answers, too
             if time.monotonic() + _PAUSE >= end:
-                raise OSError(f"no scheduler was reached at '{address}' for {patience:.0f} s: {error}") from error
+                raise Unreached(f"no scheduler was reached at '{address}' for {patience:.0f} s: {error}") from error
         time.sleep(_PAUSE)
 
 
@@ -74,7 +80,8 @@ class Connection:
         self._address: str | None = None
         self._security: Any = None
         self._stream: Any = None
-        self._is_given_up = False
+        self.is_given_up = False
+        """Whether a scheduler with workers was waited for in vain. It is not waited for again."""
 
     def ask(self, call: Callable[[distributed.Client], Answer]) -> Answer:
         """What the call gives. Raises Lost when the scheduler has gone before, or goes meanwhile."""
@@ -94,24 +101,32 @@ class Connection:
             raise Lost("the scheduler tells no workers")
         return found
 
-    def reach(self, seconds: float, check: Callable[[], None]) -> bool:
-        """A new client, whose scheduler has workers; False when there is none for so long. Then nothing is waited for again."""
+    def reach(self, seconds: float, check: Callable[[], None], lacks_workers: Callable[[float], object]) -> bool:
+        """A new client, whose scheduler has workers; False when there is none for so long. Then nothing is waited for again.
+
+        lacks_workers: called once with the seconds that are left, when a scheduler is there and has no workers for some time.
+        """
         end = time.monotonic() + seconds
+        tells_at: float | None = None
         self.close()
-        while self._address and not self._is_given_up and time.monotonic() < end:
+        while self._address and not self.is_given_up and time.monotonic() < end:
             check()
             time.sleep(_PAUSE)
             try:
                 if self._client is None:
                     self._take(connect(self._address, end - time.monotonic(), self._security, check), True)
+                    tells_at = tells_at or time.monotonic() + _COMING
                 if self.workers():
                     return True
+                if tells_at and time.monotonic() >= tells_at:
+                    tells_at = math.inf
+                    lacks_workers(end - time.monotonic())
             except Lost:
                 self.close()
-            except OSError:
+            except Unreached:
                 break
         self.close()
-        self._is_given_up = True
+        self.is_given_up = True
         return False
 
     def close(self) -> None:

@@ -17,6 +17,7 @@ from typing import Any
 import distributed
 import pansharp
 
+from .. import _options
 from . import _run, _store
 
 FINGERPRINT = "PANSHARP_PART"
@@ -79,20 +80,14 @@ def files_of(scene: str) -> list[str]:
 
 
 def fingerprint(scene: str, co: Sequence[str]) -> str:
-    """What the parts of a scene depend on: description, the time and size of its inputs, creation options, version.
+    """What the parts of a scene depend on: description, the names, times and sizes of all files of its inputs, creation options, version.
 
     What is not a file has no time; the description has a number of its content.
     """
     with open(scene, encoding="utf-8") as file:
         description = json.load(file)
-    states: list[list[int] | None] = []
-    for name in _inputs(description, os.path.dirname(scene)):
-        try:
-            state = os.stat(name)
-            states.append([state.st_size, state.st_mtime_ns])
-        except OSError:
-            states.append(None)
-    text = json.dumps([pansharp.__version__, description, states, list(co)], sort_keys=True)
+    state = _options.engine().state_of(list(_inputs(description, os.path.dirname(scene))))
+    text = json.dumps([pansharp.__version__, description, state, list(co)], sort_keys=True)
     return hashlib.sha256(text.encode()).hexdigest()[:32]
 
 

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import contextlib
 import hashlib
 import json
 import os
@@ -93,6 +94,17 @@ def check_parts(files: Iterable[str]) -> None:
     for file in files:
         if _store.is_raster_of_others(file, _parts.FINGERPRINT):
             refuse(file, "exists, and no job of this kind has made it; choose another folder, or allow it to be overwritten (--overwrite)")
+
+
+def remove(out: str) -> None:
+    """The folder of a job that is done, with all that it has made there. Files of others stay, and folders that have some."""
+    parts = os.path.join(out, "parts")
+    for file in (*(os.path.join(parts, name) for name in os.listdir(parts) if _parts.NAME.fullmatch(name)),
+                 *(os.path.join(out, name) for name in (MOSAIC, REPORT, SCENE))):
+        os.unlink(file)
+    for folder in parts, out:
+        with contextlib.suppress(OSError):
+            os.rmdir(folder)
 
 
 def write_report(out: str, scene: str, description: str | None, **facts: Any) -> None:

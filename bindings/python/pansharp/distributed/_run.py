@@ -145,13 +145,17 @@ class Runner:
 
     def _give_up(self, tasks: list[Task], loss: Lost, done: Callable[[Task, dict[str, Any]], object]) -> None:
         for task in tasks:
-            done(task, _failed("lost", f"no scheduler with workers was reached for {self._limits.patience:.0f} s: {loss}"))
+            done(task, _failed("lost", f"there was no scheduler with workers for {self._limits.patience:.0f} s ({loss}); start both, and run the job again"))
 
     def _reach(self) -> bool:
         left = self._seen + self._limits.patience - time.monotonic()
-        if left > 0:
-            self._waits(f"the scheduler has gone; it is waited for, {left:.0f} s at most")
-        return self._connection.reach(left, self._check)
+        if left > 0 and not self._connection.is_given_up:
+            self._waits(f"the scheduler has gone; the job waits for it, {left:.0f} s at most")
+        return self._connection.reach(left, self._check, self._wait_for_workers)
+
+    def _wait_for_workers(self, left: float) -> None:
+        self._waits(f"the scheduler has no workers; the job waits for them, {left:.0f} s at most. Workers end with the scheduler that they "
+                    "belonged to: start them again")
 
     def _most(self) -> int:
         """Tasks that the scheduler has at a time: enough to keep workers busy. More workers may come at any time; they are counted again."""
@@ -203,9 +207,9 @@ class Runner:
             return False
         left = self._seen + self._limits.patience - time.monotonic()
         if left <= 0:
-            raise Lost("it has none")
+            raise Lost("it has no workers")
         if not was_waiting:
-            self._waits(f"the scheduler has no workers; they are waited for, {left:.0f} s at most")
+            self._wait_for_workers(left)
         return True
 
     def _give_back(self, tasks: list[Task], running: dict[Hashable, distributed.Future]) -> list[Task]:

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import collections
 import os
 import time
 import warnings
@@ -158,6 +159,8 @@ def sharpen(client: Connection | Clients, pan: Files, ms: Files = None, out: str
         if check and _is_description(pan, ms):  # else all was read just now
             _compare(scene, tell)
         _make(client, scene, folder, missing, (print_, options_of_parts), masks, limits, deadline, outcome, tell)
+        if _parts.fingerprint(scene, options_of_parts) != print_:
+            tell("warning", text="an input was changed while the parts were made; run it again to make them anew")
     made = {one: mask for one, mask in masks.items() if mask is not None}
     if made:
         outcome.mosaic = _mosaic.vrt(out, shape, made, len(made) == len(parts))
@@ -184,18 +187,18 @@ def _compare(scene: str, tell: Tell) -> None:
 def _make(client: Connection | Clients, scene: str, folder: str, missing: list[Part], how: tuple[str, list[str]], masks: dict[Part, bool | None],
           limits: _run.Limits, deadline: _run.Deadline, outcome: Outcome, tell: Tell) -> None:
     print_, co = how
+    warned: collections.Counter[str] = collections.Counter()
 
     def done(task: _run.Task, result: dict[str, Any]) -> None:
         part = task.key
         assert isinstance(part, Part)
-        for text in result.get("warnings", ()):
-            tell("warning", text=text)
         if result["error"]:
             outcome.failed[part.name] = result["error"]
             tell("failed", name=part.name, **result["error"])
             return
         masks[part] = result["mask"]
         outcome.made += 1
+        warned.update(result["warnings"])
         facts = {key: result[key] for key in ("worker", "start", "seconds", "processor_seconds")}
         outcome.tasks.append({"name": part.name, **facts})
         tell("made", name=part.name, window=list(part.window), pixels=part.pixels, **facts)
@@ -211,6 +214,9 @@ def _make(client: Connection | Clients, scene: str, folder: str, missing: list[P
     finally:
         if connection is not client:
             connection.close()
+    for text, times in warned.items():  # what one part alone warns of, as that it has no data, is not to be said of the scene
+        if times == outcome.count:
+            tell("warning", text=text)
 
 
 def _remove_others(folder: str, parts: list[Part]) -> None:

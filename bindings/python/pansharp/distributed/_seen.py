@@ -19,9 +19,10 @@ class Seen:
         self._as_json, self._quiet = as_json, quiet
         self._is_terminal = not as_json and not quiet and self._stream.isatty()
         self._start = time.monotonic()
-        self._all = self._done = self._pixels = self._all_pixels = self._shown = 0
+        self._all = self._made = self._skipped = self._failed = self._pixels = self._shown = 0
         self._unit = "parts"
-        self._warned: set[str] = set()
+        self._inner = ""
+        self._warned: set[tuple[str, str]] = set()
 
     def __call__(self, event: str, **facts: Any) -> None:
         if self._as_json:
@@ -29,44 +30,63 @@ class Seen:
             return
         if event == "start":
             self._start = time.monotonic()
-            self._all, self._all_pixels, self._unit = facts["missing"], facts["pixels"], facts.get("unit", "parts")
+            self._all, self._unit = facts["missing"], facts.get("unit", "parts")
             self._say(f"{facts['missing']} of {facts['count']} {self._unit} to make")
-        elif event == "made":
-            self._done += 1
-            self._pixels += facts["pixels"]
-            self._show()
+        elif event == "part":
+            self._inner = f" ({facts['name']}: {facts['done']} of {facts['count']} parts)"
+            if self._is_terminal:
+                self._show()
+        elif event in ("made", "skipped"):
+            self._end(event, facts)
         elif event in _HEADS:
             self._warn(event, facts)
+            if event == "failed" and "name" in facts:
+                self._end(event, facts)
         elif event == "end":
             self._clear()
             self._say(facts["text"])
 
+    def _end(self, event: str, facts: dict[str, Any]) -> None:
+        """Of one of the things to make."""
+        if event == "made":
+            if not self._made:  # what came before the first is not the speed of the others
+                self._start = max(self._start, time.monotonic() - facts["seconds"])
+            self._made += 1
+            self._pixels += facts["pixels"]
+        self._skipped += event == "skipped"
+        self._failed += event == "failed"
+        self._inner = ""
+        self._show()
+
     def _warn(self, event: str, facts: dict[str, Any]) -> None:
-        text = facts["text"]
-        if event == "warning" and text in self._warned:
+        """The same of many parts is said once."""
+        text, name = facts["text"], facts.get("name")
+        key = event, text.replace(name, "") if name else text
+        if key in self._warned:
             return
-        self._warned.add(text)
-        name = facts.get("name")
+        self._warned.add(key)
         self._clear()
-        print(f"pansharp: {_HEADS[event]}{name + ': ' if name else ''}{text}", file=self._stream, flush=True)
+        head = "error: " if event == "failed" and "name" not in facts else _HEADS[event]
+        print(f"pansharp: {head}{name + ': ' if name else ''}{text}", file=self._stream, flush=True)
 
     def rate(self) -> tuple[float, float]:
         """Megapixels a second, and the seconds that are left."""
         seconds = max(time.monotonic() - self._start, 1e-9)
-        share = self._pixels / self._all_pixels if self._all_pixels else self._done / max(self._all, 1)
+        share = (self._made + self._failed) / max(self._all - self._skipped, 1)
         return self._pixels / seconds / 1e6, seconds * (1 / share - 1) if share else 0.0
 
     def _show(self) -> None:
-        tenth = 10 * self._done // max(self._all, 1)
+        done = self._made + self._skipped + self._failed
+        tenth = 10 * done // max(self._all, 1)
         if not self._is_terminal and tenth == self._shown:
             return
         self._shown = tenth
         speed, left = self.rate()
-        share = self._done / max(self._all, 1)
-        text = f"{self._done} of {self._all} {self._unit}, {speed:.1f} megapixels/s, {_span(left)} left"
+        failed = f", {self._failed} failed" if self._failed else ""
+        text = f"{done} of {self._all} {self._unit}{self._inner}{failed}, {speed:.1f} megapixels/s, {_span(left)} left"
         if self._is_terminal:
             width = 24
-            filled = int(width * share)
+            filled = width * done // max(self._all, 1)
             print(f"\r[{'#' * filled}{'.' * (width - filled)}] {text}\x1b[K", end="", file=self._stream, flush=True)
         else:
             self._say(text)

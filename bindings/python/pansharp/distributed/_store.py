@@ -65,15 +65,18 @@ def _send(name: str, chunks: Any) -> None:
 
 
 def write_text(name: str, text: str) -> None:
-    """A file that appears when it is complete."""
+    """A file that appears when it is complete. Raises OSError."""
     if is_remote(name):
         return _send(name, [text.encode()])
-    with beside(name) as new:
-        with open(new, "w", encoding="utf-8") as file:
-            file.write(text)
-            file.flush()
-            os.fsync(file.fileno())
-        os.replace(new, name)
+    try:
+        with beside(name) as new:
+            with open(new, "w", encoding="utf-8") as file:
+                file.write(text)
+                file.flush()
+                os.fsync(file.fileno())
+            os.replace(new, name)
+    except OSError as error:
+        raise OSError(f"'{name}' cannot be written: {error.strerror}") from error
 
 
 @raising
