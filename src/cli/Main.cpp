@@ -42,7 +42,7 @@ ExitCode Run(const CommandLine& line) {
     if (line.Has(option::version)) return RunVersion(ReadArguments(line));
     if (line.Has(option::optionsJson)) return PrintOptions(ReadArguments(line));
     ForceVectorTarget(line);
-    SetNetworkDefaults(command.name != "view");
+    SetNetworkDefaults();
     if (command.name == "sharpen") return RunSharpen(TakeArguments(line));
     if (command.name == "batch") return RunBatch(ReadArguments(line));
     if (command.name == "info") return RunInfo(TakeArguments(line));

@@ -3,8 +3,7 @@
 namespace cli {
 
 /// How GDAL reads from servers, for all of this program, where the environment does not say otherwise: failed
-/// requests are made again, a connection that stands still is one, and what was read is kept for a while.
-/// Where windows are read ahead (rasterhost/reading/ReadAhead.h), reading takes what that has fetched.
-void SetNetworkDefaults(bool readsAhead);
+/// requests are made again, and a connection that stands still is one.
+void SetNetworkDefaults();
 
 } // namespace cli

@@ -2,6 +2,7 @@
 
 #include "rasterhost/fitting/SceneSurvey.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace rasterhost {
@@ -26,19 +27,29 @@ std::array<double, 2> SceneFitBlocks::GetRatio() const {
 
 hostkit::PixelRect SceneFitBlocks::GetArea() const { return FindAreaOnPan(scene); }
 
+/// Asks for blocks that were chosen, as far as there is room.
+void SceneFitBlocks::AskAhead() const {
+    for (; asked < chosen.size() && (step + asked == 0 || ahead.IsUsed()) && ahead.HasRoom(); ++asked)
+        AskForBlock(scene, chosen[asked], panMargin, ahead, step + asked);
+}
+
 std::vector<hostkit::PixelRect> SceneFitBlocks::Choose(std::uint32_t blocks, std::uint32_t side) const {
-    std::vector<hostkit::PixelRect> chosen = ChooseBlocks(scene, {blocks, side});
-    for (std::size_t i = 0; i < chosen.size() && (i == 0 || ahead.IsUsed()) && ahead.HasRoom(); ++i)
-        AskForBlock(scene, chosen[i], panMargin, ahead, ++step);
+    chosen = ChooseBlocks(scene, {blocks, side});
+    asked = 0;
+    AskAhead();
     return chosen;
 }
 
 bool SceneFitBlocks::Read(const hostkit::PixelRect& rect, FitBlock& block, Status& status) {
     if (!CheckWanted(isWanted, status)) return false;
+    AskAhead();
     if (ahead.IsUsed()) {
-        AskForBlock(scene, rect, panMargin, ahead, ++step);
+        AskForBlock(scene, rect, panMargin, ahead, step); // more than was chosen may be read
         ahead.Wait(step);
     }
+    ++step;
+    if (!chosen.empty()) chosen.erase(chosen.begin());
+    asked -= std::min<std::size_t>(asked, 1);
     SurveyBlock sample;
     if (!sample.ReadBands(scene, rect, bitDepth, status)) return false;
     block.rect = rect;

@@ -31,8 +31,12 @@ private:
     const Scene& scene;
     std::optional<int> bitDepth;
     std::function<bool()> isWanted;
-    mutable ReadAhead ahead; ///< of blocks that were chosen, which are read next
-    mutable std::uint64_t step = 0;
+    void AskAhead() const;
+
+    mutable ReadAhead ahead;
+    mutable std::vector<hostkit::PixelRect> chosen; ///< are read next, in this order
+    mutable std::size_t asked = 0;                  ///< of them
+    mutable std::uint64_t step = 0;                 ///< that is read next
 };
 
 } // namespace rasterhost

@@ -33,7 +33,7 @@ public:
 private:
     const WindowPlan plan;
     std::uint32_t askedRow;
-    ReadAhead ahead;
+    ReadAhead ahead{true};
 };
 
 struct PipelineResult {

@@ -11,6 +11,7 @@
 #include <gdal_priv.h>
 
 #include <algorithm>
+#include <map>
 #include <set>
 
 namespace rasterhost {
@@ -92,7 +93,7 @@ GDALDataset* InputImage::OpenFile(const std::string& name, const char* role, Sta
         if (entry.name == name) return entry.dataset.get();
     if (!CheckKind(name, role, status)) return nullptr;
     const GdalErrors errors;
-    GDALDataset* dataset = OpenRaster(name, true);
+    GDALDataset* dataset = OpenRaster(name, true, ThroughKept::Yes);
     if (!dataset) {
         const FileState state = LookAt(name);
         if (state.isEmpty) {
@@ -113,10 +114,8 @@ std::vector<std::string> InputImage::GetFiles() const {
     std::set<std::string> names;
     for (const OpenFileEntry& file : files) {
         names.insert(file.name);
-        char** list = file.dataset->GetFileList();
-        for (char** name = list; name && *name; ++name)
-            names.insert(*name);
-        CSLDestroy(list);
+        for (const std::string& name : ListFiles(*file.dataset))
+            names.insert(name);
     }
     return {names.begin(), names.end()};
 }
@@ -200,7 +199,33 @@ void InputImage::Reorder(const std::vector<std::size_t>& order) {
     handles = std::move(reordered);
 }
 
+namespace {
+
+/// True for a mask or an overview in a file of its own.
+bool LiesApart(GDALRasterBand& band) {
+    const std::string file = band.GetDataset() ? band.GetDataset()->GetDescription() : "";
+    return file.ends_with(".msk") || file.ends_with(".ovr");
+}
+
+} // namespace
+
+std::vector<std::pair<std::string, ByteRange>> InputImage::FindBytes(const PixelRect& rect) const {
+    std::vector<std::pair<std::string, ByteRange>> found;
+    std::map<std::string, std::uint64_t> sizes;
+    for (std::size_t i = 0; i < handles.size(); ++i) {
+        const std::string& file = description->bands[i].file;
+        if (!IsOnNetwork(file)) continue;
+        if (!sizes.contains(file)) sizes[file] = LookAt(file).bytes;
+        for (GDALRasterBand* band : {handles[i].band, handles[i].mask})
+            if (band && !LiesApart(*band))
+                for (const ByteRange& range : FindByteRanges(*band, rect, sizes[file]))
+                    found.emplace_back(file, range);
+    }
+    return found;
+}
+
 bool InputImage::Read(const PixelRect& rect, unsigned char* out, Status& status) {
+    const BytesAtHand bytes(FindBytes(rect));
     return BandReader(*description, handles).Read(rect, out, status);
 }
 

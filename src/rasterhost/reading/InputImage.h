@@ -2,6 +2,7 @@
 
 #include "hostkit/ImageSource.h"
 #include "rasterhost/reading/BandReader.h"
+#include "rasterhost/reading/FetchedBytes.h"
 #include "rasterhost/reading/ImageDescription.h"
 #include "rasterhost/requests/HostStatus.h"
 #include "rasterhost/requests/Requests.h"
@@ -44,6 +45,10 @@ public:
     [[nodiscard]] std::vector<std::string> GetFiles() const;
     /// Every file by its name, open for as long as the image.
     [[nodiscard]] std::vector<std::pair<std::string, GDALDataset*>> GetDatasets() const;
+    /// What reading a rectangle reads of files on servers, by the names of the files; empty where their
+    /// format does not tell. Nobody else uses the image meanwhile.
+    [[nodiscard]] std::vector<std::pair<std::string, ByteRange>>
+    FindBytes(const hostkit::PixelRect& rect) const;
     /// The file of the first band; for its position.
     [[nodiscard]] GDALDataset& GetDataset() const { return *handles.front().dataset; }
 

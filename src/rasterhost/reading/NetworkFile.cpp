@@ -70,22 +70,32 @@ FileState LookAnew(const std::string& name, std::string& fault) {
     return LookAt(name);
 }
 
-GDALDataset* OpenRaster(const std::string& name, bool reportsErrors) {
+GDALDataset* OpenRaster(const std::string& name, bool reportsErrors, ThroughKept way) {
     const unsigned flags = GDAL_OF_RASTER | GDAL_OF_READONLY | (reportsErrors ? GDAL_OF_VERBOSE_ERROR : 0);
     const std::string small = ToLower(name);
     const bool isTiff = small.ends_with(".tif") || small.ends_with(".tiff");
     CPLStringList beside; // one that names the file alone leaves nothing to ask for
-    if (IsOnNetwork(name) && isTiff && !LookAt(name + ".msk").exists && !LookAt(name + ".aux.xml").exists)
+    const bool isTiffOnNetwork = IsOnNetwork(name) && isTiff;
+    if (isTiffOnNetwork && !LookAt(name + ".msk").exists && !LookAt(name + ".aux.xml").exists)
         beside.AddString(name.substr(name.rfind('/') + 1).c_str());
-    GDALDatasetUniquePtr dataset(GDALDataset::Open(name.c_str(), flags, nullptr, nullptr, beside.List()));
+    const bool isKept = isTiffOnNetwork && way == ThroughKept::Yes && LookAt(name).exists;
+    const std::string opened = isKept ? KeptName(name) : name;
+    GDALDatasetUniquePtr dataset(GDALDataset::Open(opened.c_str(), flags, nullptr, nullptr, beside.List()));
     std::array<double, 6> transform{};
     if (dataset && !beside.empty() && dataset->GetGeoTransform(transform.data()) != CE_None)
-        dataset.reset(GDALDataset::Open(name.c_str(), flags)); // a world file may tell where it lies
+        dataset.reset(GDALDataset::Open(opened.c_str(), flags)); // a world file may tell where it lies
     return dataset.release();
 }
 
+std::vector<std::string> ListFiles(GDALDataset& dataset) {
+    const CPLStringList list(dataset.GetFileList());
+    std::vector<std::string> files;
+    for (int i = 0; i < list.size(); ++i)
+        files.push_back(NameWithoutKept(list[i]));
+    return files;
+}
+
 void TouchFiles(const std::vector<std::string>& names) {
-    constexpr std::size_t mostRequests = 8;
     std::vector<std::function<void()>> requests;
     for (const std::string& name : std::set(names.begin(), names.end())) {
         if (!IsOnNetwork(name)) continue;
@@ -106,7 +116,7 @@ void TouchFiles(const std::vector<std::string>& names) {
     };
     std::vector<std::future<void>> threads;
     try {
-        while (threads.size() < std::min(requests.size(), mostRequests))
+        while (threads.size() < std::min<std::size_t>(requests.size(), FetchedBytes::mostRequests))
             threads.push_back(std::async(std::launch::async, work));
     } catch (const std::system_error&) {
         // opening asks by itself

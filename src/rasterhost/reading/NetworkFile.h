@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hostkit/SampleBlock.h"
+#include "rasterhost/reading/FetchedBytes.h"
 #include "rasterhost/reading/FileState.h"
 
 #include <cstdint>
@@ -28,16 +29,20 @@ namespace rasterhost {
 /// there, as when the connection failed; else it is empty. What may not be looked at counts as not there.
 [[nodiscard]] FileState LookAnew(const std::string& name, std::string& fault);
 
+/// Whether a TIFF on a server is read through what was fetched (FetchedBytes.h).
+enum class ThroughKept { No, Yes };
+
 /// GDALOpenEx of a raster to be read. Beside a TIFF on a server a mask and statistics are looked for, and
 /// further files only where one of these is or the TIFF does not tell its place: each name costs an answer of
 /// the server. The caller closes it.
-[[nodiscard]] GDALDataset* OpenRaster(const std::string& name, bool reportsErrors);
+[[nodiscard]] GDALDataset* OpenRaster(const std::string& name, bool reportsErrors,
+                                      ThroughKept way = ThroughKept::No);
+
+/// The files that a raster consists of, as GDAL lists them.
+[[nodiscard]] std::vector<std::string> ListFiles(GDALDataset& dataset);
 
 /// Asks servers at once for what opening these files asks for one by one. Other files are left alone.
 void TouchFiles(const std::vector<std::string>& names);
-
-/// Bytes `first` to `second` - 1 of a file.
-using ByteRange = std::pair<std::uint64_t, std::uint64_t>;
 
 /// Where the blocks of a band that a rectangle touches lie in its file of `fileBytes` bytes, in order,
 /// neighbours joined. Blocks that would end beyond the file are left out. Empty for a format that does not

@@ -1,26 +1,27 @@
 #pragma once
 
 #include "hostkit/ImageSource.h"
-#include "rasterhost/reading/NetworkFile.h"
+#include "rasterhost/reading/FetchedBytes.h"
 
 #include <condition_variable>
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <map>
 #include <mutex>
-#include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace rasterhost {
 
-/// Fetches what is going to be read of files on servers, several requests at a time, into the cache that GDAL
-/// has for such files. Bytes that cannot be fetched are left to the reader, who tells why. Does nothing for
-/// other files. Used by one thread.
+/// Fetches what is going to be read of files on servers, several requests at a time. Does nothing for other
+/// files. Used by one thread.
 class ReadAhead {
 public:
-    ReadAhead();
+    /// `readsOnce`: what was read is not read again, and goes first where room is needed.
+    explicit ReadAhead(bool readsOnce = false) : isReadAgain(!readsOnce) {}
     ReadAhead(const ReadAhead&) = delete;
     ReadAhead& operator=(const ReadAhead&) = delete;
     ~ReadAhead(); ///< drops what has not been fetched
@@ -28,7 +29,7 @@ public:
     /// Asks for the blocks beneath a rectangle, to be read as step `step`, one of ascending numbers. Nobody
     /// else uses the image meanwhile.
     void Ask(const hostkit::ImageSource& image, const hostkit::PixelRect& rect, std::uint64_t step);
-    /// False when as much is on its way, or not yet read, as the cache is good for.
+    /// False when as much is on its way, or not yet read, as there is room for.
     [[nodiscard]] bool HasRoom();
     /// Returns when nothing that was asked for up to a step is on its way any more. What belongs to steps
     /// before is taken as read.
@@ -41,25 +42,23 @@ public:
     [[nodiscard]] bool IsUsed() const { return !threads.empty(); }
 
 private:
-    struct Piece {
-        std::string file;
-        ByteRange bytes;
-        std::uint64_t step;
+    /// What is held for a step.
+    struct Step {
+        std::vector<FetchedBytes::Piece> pieces;
+        std::size_t open = 0; ///< pieces on their way
+        std::uint64_t newBytes = 0;
     };
 
-    void AskBytes(const std::string& file, ByteRange bytes, std::uint64_t step);
     void StartThreads();
     [[nodiscard]] std::uint64_t CountHeld() const;
-    static void Fetch(const Piece& piece, std::vector<char>& bytes);
     void Work();
 
-    std::uint64_t cacheBytes, pieceBytes, grain;
-    std::map<std::string, std::map<std::uint64_t, std::uint64_t>> asked; ///< by file: first bytes and ends
+    const bool isReadAgain;
+    FetchedBytes& bytes = FetchedBytes::Get();
     std::mutex mutex;
     std::condition_variable isWanted, isFetched;
-    std::deque<Piece> queue;
-    std::map<std::uint64_t, std::size_t> open;        ///< pieces by step
-    std::map<std::uint64_t, std::uint64_t> bytesHeld; ///< by step
+    std::deque<std::pair<FetchedBytes::Piece, std::uint64_t>> queue; ///< with its step
+    std::map<std::uint64_t, Step> steps;
     bool isOver = false;
     std::vector<std::thread> threads;
 };

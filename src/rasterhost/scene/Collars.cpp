@@ -17,10 +17,6 @@ CollarSearch FindCollar(InputImage& image, const Warn& warn, const std::function
                         Status& status) {
     std::shared_ptr<const imagery::ZeroCollar> collar;
     const std::string name = image.GetName();
-    ReadAhead ahead;
-    for (const hostkit::PixelRect& rect : imagery::EdgeOf(image.GetInfo()))
-        if (ahead.HasRoom()) ahead.Ask(image, rect, 0);
-    ahead.Wait(0);
     switch (imagery::FindCollar(image, keepOn, collar, status)) {
     case CollarFinding::None:
         return CollarSearch::Done;
@@ -65,7 +61,14 @@ CollarSearch FindCollars(Scene& scene, const Warn& warn, const std::function<boo
     std::vector<InputImage*> images{scene.pan.get()};
     for (const PlacedImage& coarse : scene.images)
         images.push_back(coarse.image.get());
-    for (InputImage* image : images) {
+    ReadAhead ahead;
+    for (std::size_t i = 0; i < images.size(); ++i)
+        if (!images[i]->GetDescription()->DeclaresZerosOrMask())
+            for (const hostkit::PixelRect& rect : imagery::EdgeOf(images[i]->GetInfo()))
+                ahead.Ask(*images[i], rect, i);
+    for (std::size_t i = 0; i < images.size(); ++i) {
+        InputImage* image = images[i];
+        ahead.Wait(i);
         const CollarSearch result = image->GetDescription()->DeclaresZerosOrMask()
                                         ? CollarSearch::Done
                                         : FindCollar(*image, warn, keepOn, status);

@@ -29,11 +29,9 @@ namespace {
 
 /// The files that an input consists of, those left out that come and go without changing a pixel.
 std::vector<std::string> FilesOfInput(const std::string& name, GDALDataset& dataset) {
-    const CPLStringList list(dataset.GetFileList());
-    std::vector<std::string> files;
-    for (int i = 0; i < list.size(); ++i)
-        if (const std::string file = list[i]; !file.ends_with(".ovr") && !file.ends_with(".aux.xml"))
-            files.push_back(file);
+    std::vector<std::string> files = ListFiles(dataset);
+    std::erase_if(
+        files, [](const std::string& file) { return file.ends_with(".ovr") || file.ends_with(".aux.xml"); });
     if (files.empty() && LookAt(name).isFile) files.push_back(name);
     return files;
 }

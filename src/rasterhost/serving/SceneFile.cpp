@@ -2,6 +2,7 @@
 
 #include "fundament/Text.h"
 #include "rasterhost/reading/FileState.h"
+#include "rasterhost/reading/NetworkFile.h"
 #include "rasterhost/requests/GdalErrors.h"
 #include "rasterhost/serving/RecordedName.h"
 #include "rasterhost/serving/SceneRecordJson.h"
@@ -97,9 +98,8 @@ public:
 
     bool Check(const std::string& input, GDALDataset& dataset, int level = 0) {
         if (!root.empty() && !CheckConfinedFormat(dataset.GetDriver(), input, status)) return false;
-        const CPLStringList list(dataset.GetFileList());
-        for (int i = 0; i < list.size(); ++i)
-            if (const std::string file = list[i]; file != input && seen.insert(file).second)
+        for (const std::string& file : ListFiles(dataset))
+            if (file != input && seen.insert(file).second)
                 if (!CheckFile(input, dataset, file, level)) return false;
         return true;
     }
