@@ -139,6 +139,11 @@ ProductSearch SearchProduct(const std::string& name, Product& product, Status& s
         if (!FindAll(name, {}, found, status)) return ProductSearch::Failed;
         return ChooseProduct(name, found, product, status);
     }
+    if (!state.exists && IsOnNetwork(name))
+        return FailSearch(status, "'" + name +
+                                      "' is not there, or is a folder that the server does not list; name a "
+                                      "product on a server by its metadata file (*_MTL.txt of Landsat, the "
+                                      "JSON of a STAC item) or its archive, or name its files: PAN MS ...");
     if (!state.isFile || !IsMetadataName(name)) return ProductSearch::NoProduct;
     const std::string folder = FolderPart(name).empty() ? "." : FolderPart(name);
     if (!FindAll(folder, LastPart(name), found, status)) return ProductSearch::Failed;

@@ -6,6 +6,7 @@
 #include <cpl_error.h>
 #include <cpl_string.h>
 #include <cpl_vsi.h>
+#include <cpl_vsi_error.h>
 #include <gdal_priv.h>
 
 #include <algorithm>
@@ -47,9 +48,19 @@ bool IsOnNetwork(const std::string& name) {
 namespace {
 
 /// Notes what GDAL says of a request that failed for good; of a 404 it says nothing.
-void CPL_STDCALL NoteAnswer(CPLErr, CPLErrorNum, const char* message) {
-    if (message && StartsWith(message, "HTTP response code on ", false))
-        *static_cast<std::string*>(CPLGetErrorHandlerUserData()) = message;
+void CPL_STDCALL NoteAnswer(CPLErr kind, CPLErrorNum, const char* message) {
+    auto& noted = *static_cast<std::string*>(CPLGetErrorHandlerUserData());
+    if (kind >= CE_Warning && noted.empty()) noted = message && *message ? message : "unknown error";
+}
+
+/// True where the storage answered that this user gets no such object: by GDAL's number for the answer, or by
+/// the code at the end of its message where the answer was not in the words of S3.
+bool IsRefusal(int number, const std::string& message) {
+    constexpr int timedOut = 408, tooMany = 429;
+    if (number >= VSIE_AWSAccessDenied && number <= VSIE_AWSSignatureDoesNotMatch) return true;
+    const std::size_t last = message.rfind(' ');
+    const int code = last == std::string::npos ? 0 : std::atoi(message.c_str() + last);
+    return code >= 400 && code < 500 && code != timedOut && code != tooMany;
 }
 
 } // namespace
@@ -58,13 +69,14 @@ FileState LookAnew(const std::string& name, std::string& fault) {
     fault.clear();
     if (!IsOnObjectStorage(name)) return LookAt(name);
     VSICurlPartialClearCache(name.c_str());
+    VSIErrorReset();
     CPLPushErrorHandlerEx(&NoteAnswer, &fault);
-    VSILFILE* file = VSIFOpenL(name.c_str(), "rb"); // a stat would go on to list a folder of that name
+    VSILFILE* file =
+        VSIFOpenExL(name.c_str(), "rb", TRUE); // a stat would go on to list a folder of that name
     CPLPopErrorHandler();
-    constexpr int timedOut = 408, tooMany = 429;
-    const int code = fault.empty() ? 0 : std::atoi(fault.c_str() + fault.rfind(' ') + 1);
-    const bool isRefused = code >= 400 && code < 500 && code != timedOut && code != tooMany;
-    if (file || isRefused) fault.clear();
+    const int number = VSIGetLastErrorNo();
+    if (fault.empty() && number == VSIE_HttpError) fault = VSIGetLastErrorMsg(); // an answer without text
+    if (file || IsRefusal(number, fault)) fault.clear();
     if (file) VSIFCloseL(file);
     const GdalErrors silence;
     return LookAt(name);

@@ -2,6 +2,7 @@
 
     NetworkFileTest.py      PANSHARP_COMMAND: the command
 """
+import http.server
 import json
 import os
 import pathlib
@@ -12,6 +13,7 @@ import socket
 import subprocess
 import tarfile
 import tempfile
+import threading
 import time
 import unittest
 
@@ -30,15 +32,46 @@ http {
     server {
         listen 127.0.0.1:PORT;
         location /good/ { alias data/; limit_rate 2m; }
+        location /listed/ { alias data/; autoindex on; }
         location /seldom/ { alias data/; if ($seldom) { return 503; } }
         location /errors/ { alias data/; if ($beyond) { return 503; } }
-        location /store/ { dav_methods PUT; create_full_put_path on; }
-        location /unsure/ { dav_methods PUT; create_full_put_path on; if ($request_method != PUT) { return 503; } }
-        location /denied/ { limit_except GET { deny all; } }
         location /drops/ { alias data/; if ($beyond) { return 444; } }
     }
 }
 """
+
+
+class Storage(http.server.BaseHTTPRequestHandler):
+    """Buckets of objects: of 'denied' nobody gets anything, 'unsure' does not tell what it has."""
+    protocol_version, objects = "HTTP/1.1", {}
+
+    def answer(self, code, body=b""):
+        self.send_response(code)
+        self.send_header("Content-Length", str(len(body)))
+        self.end_headers()
+        self.wfile.write(body)
+
+    def do_GET(self):
+        if self.path.startswith("/denied"):
+            return self.answer(403, b"<Error><Code>AccessDenied</Code><Message>no</Message></Error>")
+        body = self.objects.get(self.path)
+        self.answer(503 if self.path.startswith("/unsure") else 404 if body is None else 200, body or b"")
+
+    def do_PUT(self):
+        body = self.rfile.read(int(self.headers["Content-Length"]))
+        if self.path.startswith("/denied"):
+            return self.do_GET()
+        self.objects[self.path] = body
+        self.answer(200)
+
+    def do_DELETE(self):
+        if self.objects.get(self.path) == b"locked":
+            return self.answer(403)
+        self.objects.pop(self.path, None)
+        self.answer(204)
+
+    def log_message(self, *_):
+        pass
 
 
 def write_pair(name, size, bands, pixel):
@@ -90,7 +123,7 @@ class NetworkFile(unittest.TestCase):
             self.assertEqual(self.sharpen(f"data/{name}_pan.tif", f"data/{name}_rgb.tif", output=name + ".tif").returncode, 0)
         for number, inputs in enumerate([["/good/x_pan.tif", "/good/x_rgb.tif"], ["/good/x_pan.tif", "/good/x_rgb.tif,band=1",
                                          "/good/x_rgb.tif,band=2", "/good/x_rgb.tif,band=3"], ["/seldom/x_pan.tif", "/seldom/x_rgb.tif"],
-                                         ["/good/item.json"], ["/vsitar//vsicurl/SERVER/good/x.tar/x/x_pan.tif",
+                                         ["/good/item.json"], ["/listed/"], ["/vsitar//vsicurl/SERVER/good/x.tar/x/x_pan.tif",
                                                                "/vsitar//vsicurl/SERVER/good/x.tar/x/x_rgb.tif"],
                                          ["/good/w_x_pan.tif", "/good/w_x_rgb.tif"]]):
             names = [name.replace("SERVER", self.server) if "SERVER" in name else self.server + name for name in inputs]
@@ -120,24 +153,35 @@ class NetworkFile(unittest.TestCase):
     def test_sends_whole_outputs_to_object_storage(self):
         pair = ["data/x_pan.tif", "data/x_rgb.tif"]
         os.mkdir("spare")
-        storage = {"AWS_S3_ENDPOINT": self.server[len("http://"):], "AWS_HTTPS": "NO", "AWS_VIRTUAL_HOSTING": "FALSE",
+        server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Storage)
+        threading.Thread(target=server.serve_forever, daemon=True).start()
+        self.addCleanup(server.server_close)
+        self.addCleanup(server.shutdown)
+        storage = {"AWS_S3_ENDPOINT": f"127.0.0.1:{server.server_port}", "AWS_HTTPS": "NO", "AWS_VIRTUAL_HOSTING": "FALSE",
                    "AWS_ACCESS_KEY_ID": "k", "AWS_SECRET_ACCESS_KEY": "s", "CPL_TMPDIR": "spare", "GDAL_HTTP_MAX_RETRY": "0"}
-        self.assertEqual(self.sharpen(*pair, output="x.tif").returncode, 0)
-        for output, words in [("s3://store/a/x.tif", ""), ("/vsis3/store/a/x.tif", "exists; choose another name"),
-                              ("s3://denied/x.tif", "cannot be sent to '/vsis3/denied/x.tif'"),
-                              ("s3://unsure/x.tif", "'/vsis3/unsure/x.tif' may be there"), ("/vsiaz/store/y.tif", "neither in the file system"),
-                              (self.server + "/store/y.tif", "neither in the file system nor on object storage")]:
-            run = self.sharpen(*pair, output=output, **storage)
+        for name, method in [("x.tif", "injection"), ("kova.tif", "kova")]:
+            self.assertEqual(self.sharpen(*pair, "--method", method, output=name).returncode, 0)
+        for output, options, words in [
+                ("s3://store/a/x.tif", [], ""), ("/vsis3/store/a/x.tif", [], "exists; choose another name"),
+                ("s3://store/a/x.tif", ["--overwrite", "--method", "kova"], ""),
+                ("s3://denied/x.tif", [], "cannot be sent to '/vsis3/denied/x.tif'"),
+                ("s3://unsure/x.tif", [], "'/vsis3/unsure/x.tif' may be there"),
+                ("/vsiaz/store/y.tif", [], "neither in the file system"),
+                (self.server + "/store/y.tif", [], "neither in the file system nor on object storage")]:
+            if options:
+                Storage.objects["/store/a/x.tif.ovr"] = b"of the old one"
+            run = self.sharpen(*pair, *options, output=output, **storage)
             self.assertEqual(run.returncode, 1 if words else 0, run.stderr)
             self.assertIn(words, run.stderr)
             self.assertFalse(os.listdir("spare"))
-        self.assertEqual(pathlib.Path("store/a/x.tif").read_bytes(), pathlib.Path("x.tif").read_bytes())
-        self.assertEqual(os.listdir("store/a"), ["x.tif"])
-        self.assertFalse(os.path.exists("unsure"))
-        os.rename("store/a/x.tif", "store/a/x.tif.ovr")  # may not be removed
+            if not words:  # the whole of the new one, and nothing else
+                whole = pathlib.Path("kova.tif" if options else "x.tif").read_bytes()
+                self.assertEqual(Storage.objects, {"/store/a/x.tif": whole})
+        Storage.objects["/store/a/x.tif.ovr"] = b"locked"
         self.assertIn("x.tif.ovr', which describes the old one", self.sharpen(*pair, "--overwrite", output="s3://store/a/x.tif", **storage).stderr)
 
     def test_tells_what_failed_and_leaves_nothing(self):
+        self.assertIn("is a folder that the server does not list", self.sharpen(self.server + "/good/", output="x.tif").stderr)
         before = sorted(os.listdir())
         for place, words in [("/errors/", "the server or the connection failed"), ("/drops/", "failed"), ("/none/", "cannot be opened")]:
             names = [self.server + place + name for name in ("x_pan.tif", "x_rgb.tif")]
