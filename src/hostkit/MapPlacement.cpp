@@ -57,23 +57,23 @@ std::optional<Point> MapPlacement::FromPan(const Point& at) const {
 
 std::array<Point, 2> MapPlacement::FindSteps() const {
     const std::uint32_t column = (pan.cols - 1) / 2, row = (pan.rows - 1) / 2;
-    std::array<Point, 2> here{}, below{};
-    map.FindRow(row, column, column + 2, here.data());
-    map.FindRow(row + 1, column, column + 1, below.data());
-    return {here[1] - here[0], below[0] - here[0]};
+    std::array<double, 2> x{}, y{};
+    double belowX = 0.0, belowY = 0.0;
+    map.FindRow(row, column, column + 2, x.data(), y.data());
+    map.FindRow(row + 1, column, column + 1, &belowX, &belowY);
+    return {Point{x[1] - x[0], y[1] - y[0]}, Point{belowX - x[0], belowY - y[0]}};
 }
 
 PixelRect MapPlacement::FindCovered() const { return WholeImage(pan); }
 
 PixelRect MapPlacement::FindShared(const PixelRect& part) const {
     PixelRect on{part.col1, part.row1, part.col0, part.row0};
-    std::vector<Point> positions(part.GetColumns());
+    std::vector<double> x(part.GetColumns()), y(x.size());
     const double right = image.cols - 0.5, bottom = image.rows - 0.5;
     for (std::uint32_t row = part.row0; row < part.row1; ++row) {
-        map.FindRow(row, part.col0, part.col1, positions.data());
-        for (std::uint32_t i = 0; i < positions.size(); ++i) {
-            const Point& at = positions[i];
-            if (!(at.x >= -0.5 && at.x <= right && at.y >= -0.5 && at.y <= bottom)) continue;
+        map.FindRow(row, part.col0, part.col1, x.data(), y.data());
+        for (std::uint32_t i = 0; i < x.size(); ++i) {
+            if (!(x[i] >= -0.5 && x[i] <= right && y[i] >= -0.5 && y[i] <= bottom)) continue;
             on = {std::min(on.col0, part.col0 + i), std::min(on.row0, row),
                   std::max(on.col1, part.col0 + i + 1), std::max(on.row1, row + 1)};
         }

@@ -4,11 +4,11 @@
 #include "hostkit/HostKitStatus.h"
 #include "hostkit/MaskedSample.h"
 #include "hostkit/RequestRecord.h"
-#include "kernels/CubicRow.h"
+#include "kernels/BilinearRow.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
+#include <cstring>
 
 namespace hostkit {
 
@@ -16,9 +16,26 @@ using KOVA::Tessara::Fundament::FormatString;
 
 namespace {
 
-kernels::GridPosition Split(double position) {
-    const double whole = std::floor(position);
-    return {static_cast<std::int64_t>(whole), position - whole};
+/// Columns that are looked at as one.
+constexpr std::size_t columnsAtOnce = 64;
+
+std::uint32_t ClampIndex(double index, std::uint32_t pixels) {
+    return static_cast<std::uint32_t>(std::clamp(index, 0.0, pixels - 1.0));
+}
+
+/// Whether all pixels of a rectangle within the block have data, some or none.
+Reach FindData(const SampleBlock& block, const PixelRect& rect) {
+    bool isAll = true, isNone = true;
+    const std::size_t columns = rect.GetColumns();
+    for (std::uint32_t row = rect.row0; row < rect.row1; ++row) {
+        const unsigned char* valid = block.valid +
+                                     std::size_t{row - block.rect.row0} * block.rect.GetColumns() +
+                                     (rect.col0 - block.rect.col0);
+        isAll = isAll && std::memchr(valid, 0, columns) == nullptr;
+        isNone = isNone && std::all_of(valid, valid + columns, [](unsigned char has) { return has == 0; });
+        if (!isAll && !isNone) return Reach::Some;
+    }
+    return isAll ? Reach::All : Reach::None;
 }
 
 } // namespace
@@ -48,93 +65,122 @@ bool MappedRaster::Open(const RasterInfo& pan, const PixelRect& panWindow, const
     sourceColumns = sourceInfo.cols;
     sourceRows = sourceInfo.rows;
     seen.reset();
-    positions.resize(info.cols);
+    x.resize(info.cols);
+    y.resize(info.cols);
     reach.resize(info.cols);
     output.resize(std::size_t{info.cols} * info.bandsPerPixel);
     return true;
 }
 
-/// True when all pixels from so many before a position to so many after have data.
-bool MappedRaster::HasAll(const Point& at, int before, int after) const {
+/// True when all pixels from `before` a position to `after` it have data.
+bool MappedRaster::HasAll(std::size_t column, int before, int after) const {
     if (!samples.valid) return true;
-    const auto clamp = [](std::int64_t index, std::uint32_t pixels) {
-        return static_cast<std::uint32_t>(std::clamp<std::int64_t>(index, 0, std::int64_t{pixels} - 1));
-    };
-    const kernels::GridPosition x = Split(at.x), y = Split(at.y);
-    for (int row = -before; row <= after; ++row)
-        for (int column = -before; column <= after; ++column)
-            if (!HasData(samples, clamp(x.index + column, sourceColumns), clamp(y.index + row, sourceRows)))
-                return false;
-    return true;
+    const double left = std::floor(x[column]), top = std::floor(y[column]);
+    return FindData(samples, {ClampIndex(left - before, sourceColumns), ClampIndex(top - before, sourceRows),
+                              ClampIndex(left + after, sourceColumns) + 1,
+                              ClampIndex(top + after, sourceRows) + 1}) == Reach::All;
 }
 
-template <class T>
-void MappedRaster::SampleCubic(const Point& at, T* out) const {
-    const kernels::CubicTap x = kernels::MakeCubicTap(Split(at.x), sourceColumns);
-    const kernels::CubicTap y = kernels::MakeCubicTap(Split(at.y), sourceRows);
-    const std::uint32_t bands = info.bandsPerPixel;
-    kernels::CubicTap offsets = x;
-    for (std::uint32_t& offset : offsets.at)
-        offset = (offset - samples.rect.col0) * bands;
-    std::vector<double> across(std::size_t{4} * bands);
-    std::array<const double*, 4> rows{};
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        double* values = across.data() + i * bands;
-        kernels::CubicAcross(reinterpret_cast<const T*>(samples.At(samples.rect.col0, y.at[i], 0)), &offsets,
-                             1, bands, values);
-        rows[i] = values;
-    }
-    kernels::CubicDown(rows, y.weights, bands, out);
-}
-
-Reach MappedRaster::FindOne(const Point& at) const {
-    const bool isWithin =
-        at.x >= -1.5 && at.x <= sourceColumns + 0.5 && at.y >= -1.5 && at.y <= sourceRows + 0.5;
+Reach MappedRaster::FindOne(std::size_t column) const {
+    const bool isWithin = x[column] >= -1.5 && x[column] <= sourceColumns + 0.5 && y[column] >= -1.5 &&
+                          y[column] <= sourceRows + 0.5;
     if (!isWithin) return Reach::None;
-    if (HasAll(at, 0, 1)) return Reach::All;
+    if (HasAll(column, 0, 1)) return Reach::All;
     unsigned short none = 0;
-    return SampleMasked(samples, 0, kernels::ClampTap(Split(at.x), sourceColumns),
-                        kernels::ClampTap(Split(at.y), sourceRows), &none)
+    return SampleMasked(samples, 0, kernels::ClampTap(kernels::SplitPosition(x[column]), sourceColumns),
+                        kernels::ClampTap(kernels::SplitPosition(y[column]), sourceRows), &none)
                ? Reach::Some
                : Reach::None;
+}
+
+/// What all of these columns have in common, found from the rectangle that they lie in: All when every pixel
+/// that any of them is interpolated from has data; Some when it takes a look at each.
+Reach MappedRaster::FindCommon(std::size_t first, std::size_t count) const {
+    static const kernels::PositionKernels kernel = kernels::PositionKernelsFor(kernels::ChosenSimdTarget());
+    const kernels::Extent across = kernel.extent(x.data() + first, count);
+    const kernels::Extent down = kernel.extent(y.data() + first, count);
+    if (!(across.least >= -1.5 && across.most <= sourceColumns + 0.5 && down.least >= -1.5 &&
+          down.most <= sourceRows + 0.5))
+        return Reach::Some;
+    if (!samples.valid) return Reach::All;
+    const double before = kind == Resampling::Cubic ? 1.0 : 0.0;
+    const PixelRect rect{ClampIndex(std::floor(across.least) - before, sourceColumns),
+                         ClampIndex(std::floor(down.least) - before, sourceRows),
+                         ClampIndex(std::floor(across.most) + 1.0 + before, sourceColumns) + 1,
+                         ClampIndex(std::floor(down.most) + 1.0 + before, sourceRows) + 1};
+    return FindData(samples, rect);
 }
 
 /// Finds the positions of a row and the reach of data there, once.
 void MappedRaster::Look(std::uint32_t row) {
     if (seen == row) return;
-    pixelMap->FindRow(panRect.row0 + row, panRect.col0, panRect.col1, positions.data());
-    std::transform(positions.begin(), positions.end(), reach.begin(),
-                   [this](const Point& at) { return FindOne(at); });
-    hasGaps = std::any_of(reach.begin(), reach.end(), [](Reach found) { return found != Reach::All; });
+    pixelMap->FindRow(panRect.row0 + row, panRect.col0, panRect.col1, x.data(), y.data());
+    runs.clear();
+    hasGaps = false;
+    for (std::size_t first = 0, end = 0; first < x.size(); first = end) {
+        end = std::min(first + columnsAtOnce, x.size());
+        const Reach common = FindCommon(first, end - first);
+        if (runs.empty() || runs.back().reach != common) runs.push_back({end, common});
+        runs.back().end = end;
+        for (std::size_t column = first; column < end; ++column) {
+            reach[column] = common == Reach::Some ? FindOne(column) : common;
+            hasGaps = hasGaps || reach[column] != Reach::All;
+        }
+    }
     seen = row;
 }
 
 template <class T>
-void MappedRaster::SampleRow(T* out) {
+kernels::MappedSource<T> MappedRaster::GetSource() const {
+    return {reinterpret_cast<const T*>(samples.samples),
+            samples.rowStride,
+            samples.rect.col0,
+            samples.rect.row0,
+            sourceColumns,
+            sourceRows,
+            info.bandsPerPixel};
+}
+
+template <class T>
+kernels::MappedRow<T> MappedRaster::ChooseRow() const {
+    static const kernels::MappedRows<T> rows = kernels::MappedRowsFor<T>(kernels::ChosenSimdTarget());
+    return kind == Resampling::Cubic ? rows.cubic : rows.bilinear;
+}
+
+/// Columns each of which is looked at.
+template <class T>
+void MappedRaster::SampleMixed(std::size_t first, std::size_t end, T* out) const {
     const std::uint32_t bands = info.bandsPerPixel;
-    for (std::size_t column = 0; column < positions.size(); ++column, out += bands) {
-        const Point& at = positions[column];
+    const kernels::MappedSource<T> source = GetSource<T>();
+    for (std::size_t column = first; column < end; ++column, out += bands) {
         if (reach[column] == Reach::None) {
             std::fill_n(out, bands, T{0});
-            continue;
+        } else if (reach[column] == Reach::Some) {
+            SampleMasked(samples, bands, kernels::ClampTap(kernels::SplitPosition(x[column]), sourceColumns),
+                         kernels::ClampTap(kernels::SplitPosition(y[column]), sourceRows), out);
+        } else if (kind == Resampling::Cubic && HasAll(column, 1, 2)) {
+            kernels::MappedCubicScalar(source, &x[column], &y[column], 1, out);
+        } else {
+            kernels::MappedBilinearScalar(source, &x[column], &y[column], 1, out);
         }
-        if (kind == Resampling::Cubic && reach[column] == Reach::All && HasAll(at, 1, 2)) {
-            SampleCubic(at, out);
-            continue;
-        }
-        const kernels::BilinearTap x = kernels::ClampTap(Split(at.x), sourceColumns);
-        const kernels::BilinearTap y = kernels::ClampTap(Split(at.y), sourceRows);
-        if (reach[column] == Reach::Some) {
-            SampleMasked(samples, bands, x, y, out);
-            continue;
-        }
-        const auto row = [&](std::uint32_t columnOfSource, std::uint32_t number) {
-            return reinterpret_cast<const T*>(samples.At(columnOfSource, number, bands * sizeof(T)));
-        };
-        const T *a = row(x.first, y.first), *b = row(x.second, y.first), *c = row(x.first, y.second),
-                *d = row(x.second, y.second);
-        for (std::uint32_t band = 0; band < bands; ++band)
-            out[band] = kernels::BilinearSample(a[band], b[band], c[band], d[band], x.fraction, y.fraction);
+    }
+}
+
+template <class T>
+void MappedRaster::SampleRow(T* out) const {
+    const kernels::MappedSource<T> source = GetSource<T>();
+    const kernels::MappedRow<T> sample = ChooseRow<T>();
+    std::size_t first = 0;
+    for (const Run& run : runs) {
+        T* to = out + first * source.bands;
+        const std::size_t count = run.end - first;
+        if (run.reach == Reach::All)
+            sample(source, &x[first], &y[first], count, to);
+        else if (run.reach == Reach::None)
+            std::fill_n(to, count * source.bands, T{0});
+        else
+            SampleMixed(first, run.end, to);
+        first = run.end;
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "hostkit/PixelMap.h"
 #include "hostkit/PlacedWindow.h"
+#include "kernels/MappedRow.h"
 
 #include <optional>
 #include <vector>
@@ -25,13 +26,24 @@ public:
     bool FindReach(std::uint32_t row, Reach* rowReach) override;
 
 private:
-    template <class T>
-    void SampleRow(T* out);
-    template <class T>
-    void SampleCubic(const Point& at, T* out) const;
+    /// Columns after one another of which the same is known.
+    struct Run {
+        std::size_t end; ///< exclusive
+        Reach reach;     ///< of all of them; Some where they differ
+    };
+
     void Look(std::uint32_t row);
-    [[nodiscard]] Reach FindOne(const Point& at) const;
-    [[nodiscard]] bool HasAll(const Point& at, int before, int after) const;
+    [[nodiscard]] Reach FindCommon(std::size_t first, std::size_t count) const;
+    [[nodiscard]] Reach FindOne(std::size_t column) const;
+    [[nodiscard]] bool HasAll(std::size_t column, int before, int after) const;
+    template <class T>
+    void SampleRow(T* out) const;
+    template <class T>
+    void SampleMixed(std::size_t first, std::size_t end, T* out) const;
+    template <class T>
+    [[nodiscard]] kernels::MappedRow<T> ChooseRow() const;
+    template <class T>
+    [[nodiscard]] kernels::MappedSource<T> GetSource() const;
 
     const PixelMap* pixelMap = nullptr;
     Resampling kind = Resampling::Bilinear;
@@ -41,8 +53,9 @@ private:
     std::uint32_t sourceRows = 0;
     std::optional<std::uint32_t> seen;  ///< the row that was looked at last
     bool hasGaps = false;               ///< in it
-    std::vector<Point> positions;       ///< of it
-    std::vector<Reach> reach;           ///< likewise
+    std::vector<double> x, y;           ///< positions of its pixels
+    std::vector<Reach> reach;           ///< of each
+    std::vector<Run> runs;              ///< of the row
     std::vector<unsigned short> output; ///< read as bytes when the depth is 8 bits
 };
 

@@ -1,5 +1,7 @@
 #include "hostkit/PixelMap.h"
 
+#include "kernels/MappedRow.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -48,13 +50,13 @@ std::uint32_t PixelMap::EndOf(std::uint32_t point, std::uint32_t pointCount, std
 }
 
 /// A position on the source at full size as one between its coarser pixels.
-Point PixelMap::ToSource(const Point& at) const {
-    if (look.ownLevel == 0) return at;
-    const double size = 1u << look.ownLevel;
-    return {(at.x + 0.5) / size - 0.5, (at.y + 0.5) / size - 0.5};
+double PixelMap::ToSource(double at) const {
+    return look.ownLevel == 0 ? at : (at + 0.5) / (1u << look.ownLevel) - 0.5;
 }
 
-void PixelMap::FindRow(std::uint32_t row, std::uint32_t col0, std::uint32_t col1, Point* positions) const {
+void PixelMap::FindRow(std::uint32_t row, std::uint32_t col0, std::uint32_t col1, double* x,
+                       double* y) const {
+    static const kernels::PositionKernels kernel = kernels::PositionKernelsFor(kernels::ChosenSimdTarget());
     const Place down = Find(Centre(row, look.part.row0), CountRows());
     const Point* upper = points->data() + std::size_t{down.point} * pointColumns;
     const Point* lower = upper + pointColumns;
@@ -62,16 +64,20 @@ void PixelMap::FindRow(std::uint32_t row, std::uint32_t col0, std::uint32_t col1
         return Point{Blend(upper[point].x, lower[point].x, down.fraction) + moved.x,
                      Blend(upper[point].y, lower[point].y, down.fraction) + moved.y};
     };
-    for (std::uint32_t column = col0; column < col1;) {
-        const std::uint32_t point = Find(Centre(column, look.part.col0), pointColumns).point;
+    const double length = 2.0 * step, pixel = static_cast<double>(std::uint64_t{2} << look.panLevel);
+    for (std::uint32_t column = col0, end = 0; column < col1; column = end) {
+        const std::uint64_t centre = Centre(column, look.part.col0);
+        const std::uint32_t point = Find(centre, pointColumns).point;
         const Point left = at(point), right = at(point + 1);
-        const std::uint64_t start = 2 * std::uint64_t{step} * point;
-        const std::uint32_t end = std::min(col1, EndOf(point, pointColumns, look.part.col0));
-        for (; column < end; ++column) {
-            const double across = static_cast<double>(Centre(column, look.part.col0) - start) / (2.0 * step);
-            *positions++ = ToSource({Blend(left.x, right.x, across), Blend(left.y, right.y, across)});
-        }
+        const auto start = static_cast<double>(centre - 2 * std::uint64_t{step} * point);
+        end = std::min(col1, EndOf(point, pointColumns, look.part.col0));
+        kernel.line({left.x, right.x, start, pixel, length}, end - column, x + (column - col0));
+        kernel.line({left.y, right.y, start, pixel, length}, end - column, y + (column - col0));
     }
+    if (look.ownLevel == 0) return;
+    const auto toSource = [this](double position) { return ToSource(position); };
+    std::transform(x, x + (col1 - col0), x, toSource);
+    std::transform(y, y + (col1 - col0), y, toSource);
 }
 
 /// At half pixels of pan at full size.
@@ -114,7 +120,8 @@ PixelRect PixelMap::SourceRect(const PixelRect& panWindow, std::uint32_t sourceC
     }
     if (right.fraction > 1.0 || lower.fraction > 1.0) see(Position(lastX, lastY));
     if (least[0] > greatest[0] || least[1] > greatest[1]) return {0, 0, 1, 1};
-    const Point first = ToSource({least[0], least[1]}), last = ToSource({greatest[0], greatest[1]});
+    const Point first{ToSource(least[0]), ToSource(least[1])};
+    const Point last{ToSource(greatest[0]), ToSource(greatest[1])};
     const auto clamp = [](double position, std::uint32_t pixels) {
         return static_cast<std::uint32_t>(std::clamp(std::floor(position), 0.0, pixels - 1.0));
     };

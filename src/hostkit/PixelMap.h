@@ -29,7 +29,7 @@ public:
     void Move(const Point& way) { moved = moved + way; }
 
     /// Positions of the pan pixels col0 to col1 - 1 of a row.
-    void FindRow(std::uint32_t row, std::uint32_t col0, std::uint32_t col1, Point* positions) const;
+    void FindRow(std::uint32_t row, std::uint32_t col0, std::uint32_t col1, double* x, double* y) const;
 
     /// The source pixels that a window of pan is interpolated from, within the source; one pixel where the
     /// window lies beside it.
@@ -52,7 +52,7 @@ private:
                                       std::uint32_t origin) const;
     [[nodiscard]] std::uint32_t CountRows() const;
     [[nodiscard]] Point Position(std::uint64_t x, std::uint64_t y) const;
-    [[nodiscard]] Point ToSource(const Point& at) const;
+    [[nodiscard]] double ToSource(double at) const;
 
     std::uint32_t step;
     std::uint32_t pointColumns;

@@ -82,18 +82,6 @@ HWY_INLINE hn::Mask<D> StoreUncertain(D d, hn::Vec<D> sum, T* out) {
     return hn::Or(hn::Lt(part, hn::Set(d, error)), hn::Gt(part, hn::Set(d, V{1} - error)));
 }
 
-/// Adds the samples of the lanes that are true, of so many from `at` on; returns how many there are now.
-template <class D>
-HWY_INLINE std::size_t Mark(D d, hn::Mask<D> isUncertain, std::size_t at, std::size_t samples,
-                            std::size_t count, std::uint32_t* uncertain) {
-    HWY_ALIGN std::uint8_t bits[8] = {};
-    hn::StoreMaskBits(d, isUncertain, bits);
-    for (std::size_t lane = 0; lane < samples; ++lane)
-        if ((bits[lane / 8] >> (lane % 8) & 1) != 0)
-            uncertain[count++] = static_cast<std::uint32_t>(at + lane);
-    return count;
-}
-
 /// `isExact` matters for double only.
 template <class T, class V, bool isExact>
 HWY_ATTR std::size_t CubicAcrossByPlan(const CubicPlan<V>& plan, const V* HWY_RESTRICT row,

@@ -24,14 +24,6 @@ Division DivideDown(std::int64_t dividend, std::int64_t divisor) {
     return {quotient, dividend - quotient * divisor};
 }
 
-/// A position that no image reaches counts as the last one that a double has whole.
-GridPosition Split(double position) {
-    constexpr double farthest = 9007199254740992.0; // 2^53
-    position = std::clamp(position, -farthest, farthest);
-    const double whole = std::floor(position);
-    return {static_cast<std::int64_t>(whole), position - whole};
-}
-
 /// (steps + units / GridAxis::unit) / divisor.
 GridPosition Divide(std::int64_t steps, std::int64_t units, std::int64_t divisor) {
     const Division phase = DivideDown(steps, divisor);
@@ -42,6 +34,13 @@ GridPosition Divide(std::int64_t steps, std::int64_t units, std::int64_t divisor
 }
 
 } // namespace
+
+GridPosition SplitPosition(double position) {
+    constexpr double farthest = 9007199254740992.0; // 2^53
+    position = std::clamp(position, -farthest, farthest);
+    const double whole = std::floor(position);
+    return {static_cast<std::int64_t>(whole), position - whole};
+}
 
 GridAxis MakeGridAxis(double ratio, double offset) {
     GridAxis axis{ratio, offset, 0, 0, 0};
@@ -65,13 +64,13 @@ GridAxis MakeGridAxis(double ratio, double offset) {
 
 GridPosition PanToMultispectral(const GridAxis& axis, std::int64_t pan) {
     if (axis.denominator == 0)
-        return Split((static_cast<double>(pan) + 0.5) * axis.ratio + axis.offset - 0.5);
+        return SplitPosition((static_cast<double>(pan) + 0.5) * axis.ratio + axis.offset - 0.5);
     return Divide((2 * pan + 1) * axis.numerator, axis.start, 2 * axis.denominator);
 }
 
 GridPosition MultispectralToPan(const GridAxis& axis, std::int64_t multispectral) {
     if (axis.denominator == 0)
-        return Split((static_cast<double>(multispectral) + 0.5 - axis.offset) / axis.ratio - 0.5);
+        return SplitPosition((static_cast<double>(multispectral) + 0.5 - axis.offset) / axis.ratio - 0.5);
     return Divide(2 * multispectral * axis.denominator - axis.numerator, -axis.start, 2 * axis.numerator);
 }
 

@@ -29,6 +29,10 @@ struct GridPosition {
     double fraction = 0.0;  ///< of the way to the next pixel, 0 to 1
 };
 
+/// A position between pixel centres, taken apart. One that no image reaches counts as the last one that a
+/// double has whole.
+[[nodiscard]] GridPosition SplitPosition(double position);
+
 /// Where the centre of a pan pixel lies among the multispectral pixels:
 ///
 ///     u = (pan + 0.5) * ratio + offset - 0.5,  index = floor(u),  fraction = u - index

@@ -187,6 +187,18 @@ HWY_INLINE void StoreTruncatedLanes(D /*d*/, hn::Vec<D> x, T* samples) {
     hn::StoreU(hn::DemoteTo(narrow, hn::DemoteTo(d32, x)), narrow, samples);
 }
 
+/// Adds the samples of the lanes that are true, of so many from `at` on; returns how many there are now.
+template <class D>
+HWY_INLINE std::size_t Mark(D d, hn::Mask<D> isUncertain, std::size_t at, std::size_t samples,
+                            std::size_t count, std::uint32_t* uncertain) {
+    HWY_ALIGN std::uint8_t bits[8] = {};
+    hn::StoreMaskBits(d, isUncertain, bits);
+    for (std::size_t lane = 0; lane < samples; ++lane)
+        if ((bits[lane / 8] >> (lane % 8) & 1) != 0)
+            uncertain[count++] = static_cast<std::uint32_t>(at + lane);
+    return count;
+}
+
 template <class T>
 struct InputRow {
     const T* samples;

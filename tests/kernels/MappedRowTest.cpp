@@ -1,0 +1,71 @@
+#include "kernels/MappedRow.h"
+
+#include "support/Rows.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <vector>
+
+namespace {
+
+using namespace kernels;
+
+template <class T>
+class MappedRowTest : public testing::Test {};
+using Depths = testing::Types<unsigned char, unsigned short>;
+TYPED_TEST_SUITE(MappedRowTest, Depths);
+
+// Positions on and beyond all edges, whole ones and halves among them, whose samples are ties: a filter that
+// keeps an uncertain sample, a wrong neighbour or a step past a row gives other samples than the definition.
+TYPED_TEST(MappedRowTest, VectorsGiveTheDefinition) {
+    using T = TypeParam;
+    std::mt19937 random(7);
+    for (std::uint32_t bands = 1; bands <= 9; ++bands)
+        for (const std::size_t pixels : {1u, 63u, 64u, 333u}) {
+            const std::uint32_t columns = 11, rows = 7;
+            const auto samples = support::RandomRow<T>(std::size_t{columns} * rows * bands, random);
+            const MappedSource<T> source{
+                samples.get(), columns * bands * sizeof(T), 20, 30, columns + 20, rows + 30, bands};
+            std::vector<double> x(pixels), y(pixels);
+            const auto place = [&](std::uint32_t first, std::uint32_t count) {
+                const double at = std::uniform_real_distribution(1.0, count + 1.5)(random);
+                return first + (random() % 3 == 0 ? std::floor(at * 8) / 8 : at);
+            };
+            for (std::size_t p = 0; p < pixels; ++p) {
+                x[p] = place(source.firstColumn, columns);
+                y[p] = place(source.firstRow, rows);
+            }
+            const std::size_t count = pixels * bands;
+            const auto expected = std::make_unique<T[]>(count), out = std::make_unique<T[]>(count);
+            for (const SimdTarget target : SimdTargets()) {
+                const std::string what = SimdTargetName(target) + ", bands " + std::to_string(bands);
+                MappedBilinearScalar(source, x.data(), y.data(), pixels, expected.get());
+                MappedRowsFor<T>(target).bilinear(source, x.data(), y.data(), pixels, out.get());
+                support::ExpectSameRow(out.get(), expected.get(), count, "bilinear, " + what);
+                MappedCubicScalar(source, x.data(), y.data(), pixels, expected.get());
+                MappedRowsFor<T>(target).cubic(source, x.data(), y.data(), pixels, out.get());
+                support::ExpectSameRow(out.get(), expected.get(), count, "cubic, " + what);
+            }
+        }
+}
+
+TEST(PositionKernels, GiveTheDefinition) {
+    const MappedLine line{-3.7, 12.1, 5.0, 2.0, 128.0};
+    for (const SimdTarget target : SimdTargets())
+        for (const std::size_t count : {1u, 8u, 61u}) {
+            const PositionKernels kernels = PositionKernelsFor(target);
+            std::vector<double> expected(count), out(count);
+            FillLineScalar(line, count, expected.data());
+            kernels.line(line, count, out.data());
+            EXPECT_EQ(out, expected) << SimdTargetName(target);
+            out[count / 2] = -9.0;
+            out[count - 1] = count > 1 ? 99.0 : -9.0;
+            EXPECT_EQ(kernels.extent(out.data(), count).least, -9.0) << SimdTargetName(target);
+            EXPECT_EQ(kernels.extent(out.data(), count).most, out[count - 1]) << SimdTargetName(target);
+            out[count / 3] = std::numeric_limits<double>::quiet_NaN();
+            EXPECT_EQ(kernels.extent(out.data(), count).most, support::infinity) << SimdTargetName(target);
+        }
+}
+
+} // namespace
