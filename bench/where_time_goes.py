@@ -66,7 +66,7 @@ def picture(found):
     for kind, colour in COLOURS.items():
         parts.append(f'<rect x="{x}" y="10" width="12" height="12" fill="{colour}" stroke="#555" stroke-width="0.5"/>'
                      f'<text x="{x + 16}" y="21">{kind}</text>')
-        x += 24 + 8 * len(kind)
+        x += 24 + 9 * len(kind)
     for row, (name, run) in enumerate(found["runs"].items()):
         y, x = top + 46 * row, float(left)
         parts.append(f'<text x="{left - 8}" y="{y + 20}" text-anchor="end">{name}</text>')
