@@ -16,7 +16,8 @@ void CountEach(const T* samples, std::size_t count, T largest, LimitTally& tally
         }
 }
 
-/// Many samples looked at together: at a limit are few.
+} // namespace
+
 template <class T>
 bool HasLimit(const T* samples, std::size_t count, T largest) {
     T least = largest;
@@ -27,8 +28,6 @@ bool HasLimit(const T* samples, std::size_t count, T largest) {
     }
     return least == 0 || most == largest;
 }
-
-} // namespace
 
 template <class T>
 void CountLimits(const T* row, std::size_t pixels, T largest, LimitTally& tally) {
@@ -41,6 +40,8 @@ void CountLimits(const T* row, std::size_t pixels, T largest, LimitTally& tally)
     }
 }
 
+template bool HasLimit(const unsigned char*, std::size_t, unsigned char);
+template bool HasLimit(const unsigned short*, std::size_t, unsigned short);
 template void CountLimits(const unsigned char*, std::size_t, unsigned char, LimitTally&);
 template void CountLimits(const unsigned short*, std::size_t, unsigned short, LimitTally&);
 

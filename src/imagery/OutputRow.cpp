@@ -24,16 +24,20 @@ bool LimitSamples(T* samples, std::size_t count, const OutputRules& rules) {
     return true;
 }
 
-/// Where pixels end that have data, or have none, as the first of them.
-std::size_t EndOfRun(const unsigned char* valid, std::size_t first, std::size_t columns) {
-    if (!valid) return columns;
-    const unsigned char* begin = valid + first;
-    if (*begin != 0) {
-        const auto* gap = static_cast<const unsigned char*>(std::memchr(begin, 0, columns - first));
-        return gap ? static_cast<std::size_t>(gap - valid) : columns;
-    }
-    const auto hasData = [](unsigned char has) { return has != 0; };
-    return static_cast<std::size_t>(std::find_if(begin, valid + columns, hasData) - valid);
+/// Pixels that are looked at together.
+constexpr std::size_t stretchPixels = 128;
+
+/// The first pixel from `first` on without data, or the end.
+std::size_t FindGap(const unsigned char* valid, std::size_t first, std::size_t end) {
+    const void* gap = first < end ? std::memchr(valid + first, 0, end - first) : nullptr;
+    return gap ? static_cast<std::size_t>(static_cast<const unsigned char*>(gap) - valid) : end;
+}
+
+/// The first pixel from `first` on with data, or the end.
+std::size_t FindData(const unsigned char* valid, std::size_t first, std::size_t end) {
+    while (first < end && valid[first] == 0)
+        ++first;
+    return first;
 }
 
 /// Makes room for the last band and fills it.
@@ -53,18 +57,27 @@ void MakeOutputRow(const T* fused, const unsigned char* valid, std::size_t colum
                    T* out, LimitTally& tally) {
     const std::size_t bands = rules.bands;
     const auto none = static_cast<T>(rules.noData.value_or(0));
+    const auto largest = static_cast<T>(rules.largest);
     for (std::size_t first = 0, end = 0; first < columns; first = end) {
-        const bool isValid = !valid || valid[first] != 0;
-        end = EndOfRun(valid, first, columns);
-        T* run = out + first * bands;
+        end = valid ? std::min(first + stretchPixels, columns) : columns;
+        std::size_t gap = valid ? FindGap(valid, first, end) : end;
+        if (gap == first && FindData(valid, first, end) == end) {
+            std::fill_n(out + first * bands, (end - first) * bands, none);
+            continue;
+        }
         const std::size_t count = (end - first) * bands;
-        if (isValid) {
-            std::copy_n(fused + first * bands, count, run);
-            // The fused row is still in the processor's cache; rows of tiles lie far apart.
-            const T* counted = LimitSamples(run, count, rules) ? run : fused + first * bands;
-            CountLimits(counted, end - first, static_cast<T>(rules.largest), tally);
-        } else {
-            std::fill_n(run, count, none);
+        std::copy_n(fused + first * bands, count, out + first * bands);
+        // The fused row is still in the processor's cache; rows of tiles lie far apart.
+        const T* counted = LimitSamples(out + first * bands, count, rules) ? out : fused;
+        if (gap == end) {
+            CountLimits(counted + first * bands, end - first, largest, tally);
+            continue;
+        }
+        const bool isCounted = HasLimit(counted + first * bands, count, largest);
+        for (std::size_t data = first; data < end; gap = FindGap(valid, data, end)) {
+            if (isCounted) CountLimits(counted + data * bands, gap - data, largest, tally);
+            data = FindData(valid, gap, end);
+            std::fill_n(out + gap * bands, (data - gap) * bands, none);
         }
     }
     if (rules.hasAlpha) AddAlpha(valid, columns, bands, out);

@@ -1,13 +1,11 @@
 #include "imagery/OutputRow.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace {
 
 using imagery::LimitTally;
 using imagery::OutputRules;
-using testing::ElementsAreArray;
-using testing::Pair;
 
 // Two bands; a pixel without data beside one whose sample equals the nodata value.
 TEST(OutputRow, ShowsWhereThereIsNoData) {
@@ -33,13 +31,27 @@ TEST(OutputRow, ShowsWhereThereIsNoData) {
          {0, 7, 65535, 4095, 5000, 65535, 8, 9, 65535, 7, 6, 65535},
          {{1, 0}, {0, 0}}},
     };
-    for (const auto& c : cases) {
-        std::vector<unsigned short> row(c.row.size());
-        LimitTally tally(2);
-        MakeOutputRow(fused.data(), c.isGapped ? valid.data() : nullptr, 4, c.rules, row.data(), tally);
-        EXPECT_THAT(row, ElementsAreArray(c.row));
-        EXPECT_THAT(tally, ElementsAreArray(c.tally));
-    }
+    // Once, and over and over in a row that is longer than what is looked at together.
+    for (const auto& c : cases)
+        for (const std::size_t times : {1u, 70u}) {
+            const auto repeat = [times](const auto& once) {
+                auto all = once;
+                while (all.size() < once.size() * times)
+                    all.insert(all.end(), once.begin(), once.end());
+                return all;
+            };
+            const auto samples = repeat(fused), expected = repeat(c.row);
+            const auto has = repeat(valid);
+            std::vector<unsigned short> row(expected.size());
+            LimitTally tally(2);
+            MakeOutputRow(samples.data(), c.isGapped ? has.data() : nullptr, has.size(), c.rules, row.data(),
+                          tally);
+            EXPECT_EQ(row, expected);
+            LimitTally counted = c.tally;
+            for (auto& [least, most] : counted)
+                least *= times, most *= times;
+            EXPECT_EQ(tally, counted);
+        }
 }
 
 } // namespace

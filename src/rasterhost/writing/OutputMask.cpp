@@ -3,6 +3,8 @@
 #include <gdal_priv.h>
 
 #include <algorithm>
+#include <bit>
+#include <cstring>
 
 namespace rasterhost {
 
@@ -21,21 +23,31 @@ void OutputMask::AddRows(const unsigned char* valid, std::uint32_t rowCount) {
 void OutputMask::AddRow(const unsigned char* valid) {
     const std::size_t start = words.size();
     const std::size_t bitWords = (columns + wordBits - 1) / wordBits;
-    for (std::uint32_t column = 0; column < columns;) {
-        const unsigned char* none = std::find(valid + column, valid + columns, static_cast<unsigned char>(0));
-        const unsigned char* end =
-            std::find_if(none, valid + columns, [](unsigned char v) { return v != 0; });
-        column = static_cast<std::uint32_t>(end - valid);
-        if (none == end) break;
+    const unsigned char* end = valid + columns;
+    const auto hasData = [](unsigned char v) { return v != 0; };
+    for (const unsigned char* at = valid; at != end;) {
+        const auto* none =
+            static_cast<const unsigned char*>(std::memchr(at, 0, static_cast<std::size_t>(end - at)));
+        if (!none) break;
+        at = std::find_if(none, end, hasData);
         words.push_back(static_cast<std::uint32_t>(none - valid));
-        words.push_back(column);
-        pixelsWithoutData += static_cast<std::uint64_t>(end - none);
+        words.push_back(static_cast<std::uint32_t>(at - valid));
+        if (words.size() - start >= bitWords) return AddBits(valid, start);
     }
-    if (words.size() - start < bitWords) return;
+    for (std::size_t run = start; run < words.size(); run += 2)
+        pixelsWithoutData += words[run + 1] - words[run];
+}
+
+/// A row whose words begin at `start`.
+void OutputMask::AddBits(const unsigned char* valid, std::size_t start) {
     words.resize(start);
-    words.resize(start + bitWords);
-    for (std::uint32_t column = 0; column < columns; ++column)
-        if (valid[column] == 0) words[start + column / wordBits] |= 1u << (column % wordBits);
+    for (std::uint32_t first = 0; first < columns; first += wordBits) {
+        std::uint32_t word = 0;
+        for (std::uint32_t bit = 0; bit < std::min(wordBits, columns - first); ++bit)
+            word |= (valid[first + bit] == 0 ? 1u : 0u) << bit;
+        words.push_back(word);
+        pixelsWithoutData += static_cast<std::uint64_t>(std::popcount(word));
+    }
 }
 
 void OutputMask::ExpandRow(std::size_t row, unsigned char* valid) const {

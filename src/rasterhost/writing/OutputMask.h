@@ -23,6 +23,7 @@ public:
 
 private:
     void AddRow(const unsigned char* valid);
+    void AddBits(const unsigned char* valid, std::size_t start);
 
     std::uint32_t columns;
     std::uint64_t pixelsWithoutData = 0;
