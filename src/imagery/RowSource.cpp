@@ -51,6 +51,7 @@ bool UpsampledRows::Read(std::uint32_t first, std::uint32_t end, SampleRows& row
     hostkit::SourceRaster read(coarse);
     const PixelRect needed = placement.FindSource(window, resampling);
     if (read.SetWindow(needed.col0, needed.row0, needed.col1, needed.row1) == 0) {
+        if (read.GetStatus().GetCount() == 0) throw std::bad_alloc(); // nothing else fails without a reason
         status.Append(read.GetStatus());
         return false;
     }
