@@ -223,7 +223,7 @@ std::string RunBatchScene(const BatchEntry& entry, const std::string& folder, do
         .Run(
             [&](const cli::Arguments& watched) {
                 Status status;
-                const cli::BatchRun how{folder, timeLimit, false, watched.progress};
+                const cli::BatchRun how{folder, timeLimit, false, watched.progress, {}, false};
                 if (const auto made = cli::RunBatchScene(scene, how, earlier, status))
                     result = cli::BatchResults::Print(*made);
             },

@@ -3,7 +3,9 @@
 #include "cli/BatchList.h"
 #include "cli/ExitCode.h"
 
+#include <filesystem>
 #include <stdexcept>
+#include <system_error>
 
 namespace cli {
 
@@ -31,6 +33,10 @@ BatchResults::BatchResults(const std::string& file) : name(file), lock(file) {
             !output.empty() && !isCut && TextOf(result, "status") == "done")
             done[output] = start;
     }
+    std::ifstream note(name + batchBegunEnding, std::ios::binary);
+    if (ReadBoundedLine(note, line, isTooLong))
+        for (const Json& output : Json::parse(line, nullptr, false))
+            if (output.is_string()) begun.insert(output.get<std::string>());
     stream.open(file, std::ios::binary | std::ios::app);
     if (isCut) stream << '\n';
     if (!stream.flush())
@@ -58,6 +64,24 @@ void BatchResults::Add(const Json& result) {
     stream << Print(result) + "\n";
     if (!stream.flush())
         throw std::runtime_error("the results '" + name + "' cannot be written; is there room on the disk?");
+}
+
+void BatchResults::Begin(const std::string& output) {
+    if (begun.insert(output).second) WriteBegun();
+}
+
+void BatchResults::End(const std::string& output) {
+    if (begun.erase(output) > 0) WriteBegun();
+}
+
+void BatchResults::WriteBegun() const {
+    const std::string file = name + batchBegunEnding;
+    std::error_code isAbsent;
+    if (begun.empty()) return static_cast<void>(std::filesystem::remove(file, isAbsent));
+    std::ofstream note(file, std::ios::binary);
+    if (!(note << Print(Json(begun)) + "\n").flush())
+        throw std::runtime_error("'" + file +
+                                 "' cannot be written; may this user write there, and is there room?");
 }
 
 } // namespace cli

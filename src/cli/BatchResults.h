@@ -6,6 +6,7 @@
 #include <fstream>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 
 namespace cli {
@@ -23,13 +24,23 @@ public:
     /// Adds a line, which is in the file when it returns. Throws std::runtime_error.
     void Add(const Json& result);
 
+    /// True for an output that a killed run had begun: it may be there, though no line says so.
+    [[nodiscard]] bool WasBegun(const std::string& output) const { return begun.contains(output); }
+    /// Notes beside the results that an output is being made. Throws std::runtime_error.
+    void Begin(const std::string& output);
+    /// Takes the note away: the output has a line, or was not made.
+    void End(const std::string& output);
+
     /// A result in one line, without its end.
     [[nodiscard]] static std::string Print(const Json& result);
 
 private:
+    void WriteBegun() const;
+
     std::string name;
     platform::FileLock lock;
     std::map<std::string, std::streamoff> done; ///< where lines begin, by output
+    std::set<std::string> begun;
     std::ofstream stream;
 };
 

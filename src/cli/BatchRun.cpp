@@ -119,7 +119,8 @@ std::optional<Json> MakeScene(const BatchScene& scene, const BatchRun& how, cons
         if (done && !how.again && done->value("fingerprint", Json()) == fingerprint &&
             KOVA::Tessara::Fundament::FileExists(request.output))
             return Skip(scene, *done);
-        request.overwrite = request.overwrite || done; // it is the batch's own
+        request.overwrite = request.overwrite || done || how.isOwn;
+        if (how.begin) how.begin();
         SharpenInTime(start, how, request, run);
     } catch (const std::bad_alloc&) {
         throw;

@@ -16,6 +16,8 @@ struct BatchRun {
     bool again = false;     ///< also what is done already
     /// Called with the fraction done of a scene; false ends it. May be empty.
     std::function<bool(double)> progress;
+    std::function<void()> begin; ///< called before the output is made; may be empty
+    bool isOwn = false;          ///< what has the name of the output already was made by this batch
 };
 
 /// Makes a scene and gives its line of the results, without the keys "scene" and "of"; none when it was

@@ -77,7 +77,9 @@ TEST(BatchCommand, GoesOnAfterFailuresAndWhereItStopped) {
     EXPECT_EQ(States(folder, batch), "skipped failed skipped 1");
     Write(folder / "out/batch.jsonl", results.substr(0, results.size() - 9)); // killed as it wrote
     EXPECT_EQ(States(folder, batch), "skipped failed failed 1");              // whose is out/pan.tif?
-    EXPECT_EQ(States(folder, batch + "--overwrite"), "skipped failed done 1");
+    Write(folder / "out/batch.jsonl.begun", "[\"pan.tif\"]\n");               // killed before it wrote
+    EXPECT_EQ(States(folder, batch), "skipped failed done 1");
+    EXPECT_FALSE(std::filesystem::exists(folder / "out/batch.jsonl.begun"));
     EXPECT_EQ(States(folder, batch + "--threads 2"), "skipped failed skipped 1");
     std::filesystem::remove(folder / "out/a/b.tif");
     EXPECT_EQ(States(folder, batch), "done failed skipped 1");
