@@ -12,8 +12,8 @@
 
 namespace capi {
 
-/// Processes an image part by part on so many threads and takes the results in the order of the parts: as
-/// rasterhost::InParts does, without oneTBB. A round is one part for each thread.
+/// Processes an image part by part on `threads` threads and takes the results in the order of the parts, as
+/// rasterhost::InParts does, but without oneTBB. A round is one part for each thread.
 template <class Open, class Make, class Take>
 [[nodiscard]] bool InRounds(std::uint32_t threads, std::size_t parts, const Open& open, const Make& make,
                             const Take& take, KOVA::Tessara::Fundament::Status& status) {

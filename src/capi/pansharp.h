@@ -157,7 +157,7 @@ typedef struct pansharp_job {
     size_t struct_size;           /**< set by pansharp_job_init */
     uint32_t bits_per_sample;     /**< 8 or 16, in all images */
     pansharp_image pan;           /**< 1 band */
-    pansharp_image multispectral; /**< 1 band or more, as many as the method needs */
+    pansharp_image multispectral; /**< the number of bands that the method needs, 1 or more */
     pansharp_image infrared;      /**< 1 band; may be left out */
     pansharp_output output;       /**< pan's columns and rows */
     const uint32_t*
@@ -241,7 +241,7 @@ typedef struct pansharp_method_info {
 } pansharp_method_info;
 
 /** Tells of one of the plug-in's methods, counted from 0. 'size' is sizeof(pansharp_method_info) as the
- * caller knows it: so much is written. 0 past the last, and for null; else 1. */
+ * caller knows it: no more is written. 0 past the last, and for null; else 1. */
 PANSHARP_API int pansharp_describe_method(const pansharp* library, uint32_t position,
                                           pansharp_method_info* info, size_t size);
 

@@ -11,7 +11,7 @@ using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
 
-/// First and end of the pixels that lie wholly on an image of so many.
+/// First and end of the pixels that lie wholly on an image of `pixels` pixels.
 std::pair<std::uint32_t, std::uint32_t> WhollyOn(const GridMap& map, std::uint32_t pixels,
                                                  std::uint32_t first, std::uint32_t end) {
     while (first < end && map.At(first) < 0.0)

@@ -93,7 +93,7 @@ private:
     [[nodiscard]] bool FuseAs(GDALDataType type, const hostkit::PixelRect& rect,
                               std::span<const std::uint32_t> wanted, const rasterhost::WindowTarget& target,
                               rasterhost::Status& status) const;
-    /// The same by as many threads as were asked for.
+    /// The same by the threads that were asked for.
     [[nodiscard]] bool FuseSideBySide(GDALDataType type, const hostkit::PixelRect& rect,
                                       std::span<const std::uint32_t> wanted,
                                       const rasterhost::WindowTarget& target,

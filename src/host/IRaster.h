@@ -33,8 +33,7 @@ public:
     virtual int SetAoi(Aoi* aoi) = 0; ///< kept, not copied
     /// The colour map, not the caller's, and the number of its entries; null when there is none.
     virtual unsigned short** GetColorMap(unsigned int& count) = 0;
-    /// Hands over a colour map of so many entries, which stays the caller's. The rasters of hostkit ignore
-    /// it.
+    /// Hands over a colour map with `count` entries. It stays the caller's. The rasters of hostkit ignore it.
     virtual int SetColorMap(unsigned short** map, unsigned int count) = 0;
 
 protected:

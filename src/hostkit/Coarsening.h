@@ -23,8 +23,7 @@ struct Coarsening {
             CoarseCount(rect.row1, level)};
 }
 
-/// Describes a part of an image in pixels of 2^level x 2^level of its own: as many as cover it, all of one
-/// size.
+/// Describes a part of an image in pixels of 2^level x 2^level of its own, all of one size, that cover it.
 [[nodiscard]] KOVA::Tessara::Pixmere::RasterInfo CoarseInfo(const KOVA::Tessara::Pixmere::RasterInfo& image,
                                                             const PixelRect& part, unsigned level);
 

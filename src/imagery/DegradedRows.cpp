@@ -41,7 +41,7 @@ void DegradedRows::MakeDown(const GaussianAxis::Taps& taps) {
     }
 }
 
-/// Sums of the columns that a coarse pixel is made of; its bands are as many as a compiler knows, or `count`.
+/// Sums of the columns that a coarse pixel is made of. It has `known` bands, or `count` if that is 0.
 template <std::size_t known>
 void DegradedRows::SumAcross(const GaussianAxis::Taps& taps, std::size_t count, double* out) const {
     const double* in = narrowed.data() + (taps.first - left) * (known > 0 ? known : count);

@@ -142,7 +142,7 @@ std::shared_ptr<PairComparison::Readers> PairComparison::Read(PairImages images)
     return readers;
 }
 
-/// The row of pan that is looked at with a multispectral one; the nearest that is the first of so many.
+/// The row of pan that is looked at with a multispectral one: the nearest that is a multiple of `unit`.
 std::size_t PairComparison::FineRow(std::size_t row, std::size_t unit) const {
     if (row >= view.coarse.rows) return view.fine.rows;
     const double at =

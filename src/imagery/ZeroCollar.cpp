@@ -103,7 +103,7 @@ public:
         hasFailed = true;
         return 0;
     }
-    /// From a number of an image with so many columns; it may lie anywhere.
+    /// A number that is kept by its distance from `from`, up or down.
     [[nodiscard]] std::int64_t NextFrom(std::uint32_t from) {
         const std::uint64_t number = Next();
         const auto way = static_cast<std::int64_t>((number + 1) >> 1);

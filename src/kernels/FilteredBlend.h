@@ -17,7 +17,7 @@ struct LinearMap {
 
 enum class SampleBlend : std::uint8_t; // BlendRow.h
 
-/// What is kept for every band is repeated, so that from any band on as many samples as vectors have follow.
+/// What is kept for every band is repeated, so that the lanes of a vector can be loaded from any band on.
 inline constexpr std::size_t mostLanesOfMaps = 32;
 
 /// A blend with fewer operations than its definition, and the most that it errs by: of 8-bit samples in

@@ -13,7 +13,7 @@ namespace kernels {
 using SumWeighted = void (*)(const unsigned short* const* rows, const double* weights, std::size_t rowCount,
                              std::size_t length, double* sums);
 
-/// A sum of products is made in so many parts: part i takes every eighth product from the i-th on.
+/// Number of parts of a sum of products: part i takes every eighth product from the i-th on.
 inline constexpr std::size_t sumParts = 8;
 
 /// Of rows of numbers that lie one after the other, `length` numbers each, a multiple of sumParts: adds the
@@ -29,9 +29,9 @@ inline constexpr std::size_t spreadPixels = 128;
 using SpreadPixels = void (*)(const unsigned short* pixels, std::size_t bands, std::size_t count,
                               unsigned short* planes);
 
-/// Products of whole numbers are summed in rows of so many, which shorter ones are filled up to with zeros.
+/// Length of the rows in which products of whole numbers are summed. Shorter ones are filled up with zeros.
 inline constexpr std::size_t wholeRow = 32;
-/// A sum of them is made in so many parts.
+/// Number of parts of a sum of them.
 inline constexpr std::size_t wholeParts = 16;
 /// The largest difference, up or down, of which the parts hold the products' sums of up to wholeRow rows.
 inline constexpr int mostDifference = 4095;

@@ -58,8 +58,8 @@ public:
 
     /// A rectangle of the scene in pixels of 2^level x 2^level.
     [[nodiscard]] Pixels Read(const Look& look, unsigned level, const hostkit::PixelRect& rect);
-    /// The value below which so many per cent of the samples of a multispectral band lie, counted from 1, or
-    /// of pan, 0, and that above which as many do: in the whole of the scene, looked at from afar.
+    /// The two values below and above which `percent` per cent of the samples lie, in the whole scene looked
+    /// at from afar. Band 0 is pan; multispectral bands count from 1.
     [[nodiscard]] std::pair<double, double> FindStretch(int band, double percent);
     /// How the look is fused.
     [[nodiscard]] Settled Settle(const Look& look) { return fits.Settle(look); }

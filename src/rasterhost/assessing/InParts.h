@@ -12,8 +12,8 @@
 
 namespace rasterhost {
 
-/// Processes an image part by part on so many threads and takes the results in the order of the parts. At
-/// most twice as many results as there are threads wait to be taken.
+/// Processes an image part by part on several threads and takes the results in the order of the parts. At
+/// most two results per thread wait to be taken.
 ///
 /// `open` gives a thread what it reads with: a unique_ptr, null with an item. `make(reader, part, status)`
 /// gives a unique_ptr, null with an item; `take(made)` runs by itself. False with the items of the part that

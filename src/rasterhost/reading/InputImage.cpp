@@ -136,7 +136,7 @@ InputImage* InputImage::FindOverview(unsigned level) {
 
 namespace {
 
-/// Of so many pixels, or of one less across or down: some programs leave out the last half pixel.
+/// The overview of that size, or with one pixel less across or down: some programs leave out the last half.
 GDALRasterBand* OverviewOf(GDALRasterBand& band, const InputImage::RasterInfo& info) {
     const auto fits = [](int pixels, std::uint32_t wanted) {
         return pixels > 0 && (wanted - static_cast<std::uint32_t>(pixels)) <= 1;

@@ -62,7 +62,7 @@ void SuggestTiffOptions(const OutputPlan& plan, const Scene& scene, CPLStringLis
 
 /// Rows of the blocks that GDAL makes with such options; 1 when it makes none.
 std::uint32_t TiffBlockRows(const OutputPlan& plan) {
-    constexpr std::uint32_t mostStripRows = 8192; // a strip of GDAL's has so many bytes or a row
+    constexpr std::uint32_t mostStripRows = 8192; // GDAL makes strips of 8192 bytes, or of one row
     const std::string name = FormatString("/vsimem/pansharp-plan-%p.tif", static_cast<const void*>(&plan));
     CPLStringList options(plan.pixelOptions);
     options.SetNameValue("SPARSE_OK", "YES");
