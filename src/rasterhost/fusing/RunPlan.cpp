@@ -133,7 +133,9 @@ std::uint32_t ChooseWindowRows(const Scene& scene, const OutputPlan& output, con
     return static_cast<std::uint32_t>(std::min<std::uint64_t>(blocks * output.blockRows, output.rows));
 }
 
-int CountSlots(int threads) { return threads <= 2 ? threads : threads + 1; }
+int CountSlots(int threads, const OutputPlan& output) {
+    return threads <= (output.writesCog ? 1 : 2) ? threads : threads + 1;
+}
 
 std::int64_t CacheBytes(const Scene& scene, const OutputPlan& output, const RunSizes& sizes) {
     // Memory that is new to the process takes longer than reading into what it has already. Windows of
@@ -167,7 +169,7 @@ std::uint64_t EstimateMemory(const Scene& scene, const OutputPlan& output, const
     const std::uint64_t fusing =
         cache + (output.writesCog ? CogWriter::CountBytes(output) : 0) +
         (FineRowBytes(scene, output) * rows + BesideBytes(scene, output, sizes, rows)) *
-            static_cast<unsigned>(CountSlots(threads));
+            static_cast<unsigned>(CountSlots(threads, output));
     return program + (sizes.fits ? survey : 0) +
            std::max(fusing, sizes.hasPreview ? cache + PreviewBytes(scene) : 0);
 }

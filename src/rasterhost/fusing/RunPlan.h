@@ -29,8 +29,9 @@ struct RunSizes {
                                              const RunSizes& sizes);
 
 /// Windows that are held at a time: one more than threads, so that a thread finds work while another writes;
-/// of two threads, which seldom wait for each other, that would cost more memory than it gains.
-[[nodiscard]] int CountSlots(int threads);
+/// of two threads, which seldom wait for each other, that would cost more memory than it gains, unless much
+/// is done as a window is written.
+[[nodiscard]] int CountSlots(int threads, const OutputPlan& output);
 
 /// Bytes for GDAL's cache: enough to keep rows of blocks that several windows share, of the inputs and of the
 /// output.

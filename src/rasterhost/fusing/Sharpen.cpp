@@ -118,7 +118,7 @@ private:
         report.threads =
             static_cast<int>(std::min<std::uint32_t>(static_cast<std::uint32_t>(report.threads), windows));
         LimitThreads();
-        const int count = CountSlots(report.threads);
+        const int count = CountSlots(report.threads, plan);
         std::vector<std::unique_ptr<FusionSlot>> slots;
         for (int i = 0; i < count; ++i) {
             slots.push_back(

@@ -7,6 +7,7 @@
 #include <tiff.h>
 
 #include <algorithm>
+#include <array>
 #include <memory>
 
 namespace rasterhost {
@@ -142,14 +143,17 @@ private:
 };
 
 bool Copy(TileSpool& spool, const TilePlace& tile, std::vector<unsigned char>& room, VSILFILE* file) {
-    room.assign(leader + std::max<std::size_t>(tile.bytes, trailer) + trailer, 0);
+    const unsigned char* bytes = spool.Get(tile, room);
+    if (!bytes) return false;
+    std::array<unsigned char, leader> size{};
     for (std::size_t byte = 0; byte < leader; ++byte)
-        room[byte] = static_cast<unsigned char>(tile.bytes >> (8 * byte));
-    if (!spool.Read(tile, room.data() + leader)) return false;
-    const auto end = room.begin() + static_cast<std::ptrdiff_t>(leader + tile.bytes);
-    std::copy(end - std::min<std::ptrdiff_t>(trailer, tile.bytes), end, end);
-    const std::size_t count = leader + tile.bytes + trailer;
-    return VSIFWriteL(room.data(), 1, count, file) == count;
+        size[byte] = static_cast<unsigned char>(tile.bytes >> (8 * byte));
+    std::array<unsigned char, trailer> last{};
+    std::copy(bytes + tile.bytes - std::min<std::size_t>(trailer, tile.bytes), bytes + tile.bytes,
+              last.begin());
+    return VSIFWriteL(size.data(), 1, leader, file) == leader &&
+           VSIFWriteL(bytes, 1, tile.bytes, file) == tile.bytes &&
+           VSIFWriteL(last.data(), 1, trailer, file) == trailer;
 }
 
 } // namespace

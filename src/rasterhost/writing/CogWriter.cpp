@@ -26,7 +26,7 @@ std::unique_ptr<CogWriter> CogWriter::Open(const std::string& file, const std::s
                                            const OutputPlan& plan) {
     std::unique_ptr<CogWriter> writer(new CogWriter(plan, file, spoolName));
     auto tags = TiffDirectory::ReadFirst(file);
-    if (!tags || !writer->spool.IsOpen()) return nullptr;
+    if (!tags) return nullptr;
     writer->main = std::move(*tags);
     const auto number = [&](std::uint16_t tag, std::uint64_t otherwise) {
         return static_cast<std::uint16_t>(writer->main.GetNumber(tag, otherwise));
@@ -59,11 +59,10 @@ bool CogWriter::Pack(std::uint32_t rowCount, const unsigned char* tiles, PackedT
 
 bool CogWriter::Spool(const unsigned char* tiles, std::size_t count, PackedTiles& packed, std::size_t level) {
     const std::size_t bytes = packer->GetForm().GetBytes();
+    if (!packer->Compresses()) packed.resize(count);
     for (std::size_t tile = 0; tile < count; ++tile) {
-        const bool isPacked = packer->Compresses();
-        if (!spool.Add(isPacked ? packed[tile].data() : tiles + tile * bytes,
-                       isPacked ? packed[tile].size() : bytes, places[level].tiles))
-            return false;
+        if (!packer->Compresses()) packed[tile].assign(tiles + tile * bytes, tiles + (tile + 1) * bytes);
+        if (!spool.Add(std::move(packed[tile]), places[level].tiles)) return false;
     }
     return true;
 }
@@ -108,8 +107,9 @@ bool CogWriter::Advance() {
         Level& made = levels[level];
         const std::uint32_t first = made.rows.GetEnd(), end = CountReducible(finer.rows, made.rows);
         const Marking marking = level == 1 || plan.rules.hasAlpha ? Marking::Any : Marking::Most;
-        if (!Reduce(finer.rows, made.rows, end, marking)) return false;
-        if (end > first) made.mask.AddRows(made.rows.GetValid(first), end - first);
+        bool isMarked = false;
+        if (!Reduce(finer.rows, made.rows, end, marking, isMarked)) return false;
+        made.mask.AddRows(isMarked ? made.rows.GetValid(first) : nullptr, end - first);
         if (!PackRows(level)) return false;
         const std::uint32_t needed = FirstNeeded(finer.rows, made.rows, end);
         finer.rows.DropBefore(level == 1 ? needed : std::min(needed, finer.packedRows));
@@ -127,7 +127,9 @@ bool CogWriter::PackRows(std::size_t number) {
     while (level.packedRows < rows.GetRows()) {
         const std::uint32_t end = std::min(level.packedRows + form.rows, rows.GetRows());
         if (rows.GetEnd() < end) return true;
-        tileRow.assign(tiles * form.GetBytes(), 0);
+        const bool isFull = end - level.packedRows == form.rows && rows.GetColumns() % form.columns == 0;
+        tileRow.resize(tiles * form.GetBytes());
+        if (!isFull) std::fill(tileRow.begin(), tileRow.end(), static_cast<unsigned char>(0));
         for (std::uint32_t row = level.packedRows; row < end; ++row) {
             const unsigned char* from = rows.GetSamples(row);
             unsigned char* to = tileRow.data() + (row - level.packedRows) * form.GetRowBytes();
@@ -165,8 +167,8 @@ bool CogWriter::AddMask(const OutputMask& mask, std::size_t number) {
             }
         }
         if (!maskPacker.Pack(tiles, tileRow.data(), packedRow)) return false;
-        for (const std::vector<unsigned char>& tile : packedRow)
-            if (!spool.Add(tile.data(), tile.size(), level.maskTiles)) return false;
+        for (std::vector<unsigned char>& tile : packedRow)
+            if (!spool.Add(std::move(tile), level.maskTiles)) return false;
     }
     return true;
 }
@@ -186,7 +188,8 @@ std::uint64_t CogWriter::CountBytes(const OutputPlan& plan) {
     // which halves in width from one to the next; and that of the first overview on its way to the spool,
     // twice.
     const std::uint64_t rows = stepRows + 2 * std::uint64_t{plan.layout.tileRows};
-    return plan.columns * rows * (plan.GetPixelBytes() + 1);
+    return plan.columns * rows * (plan.GetPixelBytes() + 1) +
+           std::min(TileSpool::mostHeld, 2 * plan.GetBytes());
 }
 
 } // namespace rasterhost

@@ -14,11 +14,12 @@
 namespace rasterhost {
 
 /// Writes a cloud-optimised GeoTIFF in one pass. Overviews are made while the rows of the full size pass, as
-/// GDAL's driver makes them. In such a file they stand before the full size, so all tiles wait in a spool.
+/// GDAL's driver makes them. In such a file they stand before the full size, so all tiles wait in
+/// a spool.
 class CogWriter : public TileSink {
 public:
     /// `file` is a GeoTIFF without pixels that GDAL has made and closed, with the plan's options: the tags
-    /// are taken of it, and Finish replaces it. Null when it cannot be read or the spool not be made.
+    /// are taken of it, and Finish replaces it. Null when it cannot be read.
     [[nodiscard]] static std::unique_ptr<CogWriter>
     Open(const std::string& file, const std::string& spoolName, const OutputPlan& plan);
     ~CogWriter() override;

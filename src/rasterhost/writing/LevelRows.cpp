@@ -1,6 +1,7 @@
 #include "rasterhost/writing/LevelRows.h"
 
 #include "fundament/Text.h"
+#include "kernels/HalveRow.h"
 
 #include <cpl_string.h>
 #include <gdal_priv.h>
@@ -8,23 +9,37 @@
 #include <oneapi/tbb/task_arena.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cmath>
+#include <cstring>
+#include <utility>
+#include <vector>
 
 namespace rasterhost {
 
 using KOVA::Tessara::Fundament::FormatString;
 
 void LevelRows::Append(std::uint32_t count) {
+    const std::size_t held = At(end);
+    if (held + count > capacity) {
+        const std::size_t room = held + count;
+        std::unique_ptr<unsigned char[]> moreSamples(new unsigned char[room * GetRowBytes()]);
+        std::unique_ptr<unsigned char[]> moreValid(new unsigned char[room * columns]);
+        if (held > 0) std::memcpy(moreSamples.get(), samples.get(), held * GetRowBytes());
+        if (held > 0) std::memcpy(moreValid.get(), valid.get(), held * columns);
+        samples = std::move(moreSamples);
+        valid = std::move(moreValid);
+        capacity = static_cast<std::uint32_t>(room);
+    }
+    std::memset(valid.get() + held * columns, 0xFF, std::size_t{count} * columns);
     end += count;
-    samples.resize(At(end) * GetRowBytes());
-    valid.resize(At(end) * columns, 0xFF);
 }
 
 void LevelRows::DropBefore(std::uint32_t row) {
     if (row <= first) return;
-    samples.erase(samples.begin(), samples.begin() + static_cast<std::ptrdiff_t>(At(row) * GetRowBytes()));
-    valid.erase(valid.begin(), valid.begin() + static_cast<std::ptrdiff_t>(At(row) * columns));
+    std::memmove(samples.get(), GetSamples(row), (end - row) * GetRowBytes());
+    std::memmove(valid.get(), GetValid(row), std::size_t{end - row} * columns);
     first = row;
 }
 
@@ -47,15 +62,14 @@ public:
         top = FirstNeeded(fine, coarse, first);
         bottom = static_cast<std::uint32_t>(
             std::min<double>(fine.GetRows(), std::ceil(endRow * ratio + Reach(ratio))));
-        offset = first * ratio - top;
-        height = rows * ratio;
     }
 
-    bool Run(Marking marking) {
+    bool Run(Marking marking, std::atomic<bool>& marks) {
         const SampleForm& form = fine.GetForm();
         const auto type = form.bits == 8 ? GDT_Byte : GDT_UInt16;
         const std::size_t sampleBytes = form.bits / 8, pixelBytes = form.GetPixelBytes();
         const bool isMarked = !form.noData && LacksData();
+        if (isMarked) marks = true;
         const GDALDatasetUniquePtr image = Wrap();
         for (std::size_t band = 0; band < form.bands; ++band)
             AddBand(*image, type, fine.GetSamples(top) + band * sampleBytes, pixelBytes);
@@ -64,18 +78,71 @@ public:
             for (GDALRasterBand* band : image->GetBands())
                 band->SetNoDataValue(*form.noData);
         if (isMarked && !AddMask(*image)) return false;
+        std::vector<Part> parts{All()};
+        if (!isMarked && (form.bits == 8 ? Halve<unsigned char>() : Halve<unsigned short>())) parts = Edges();
         for (std::size_t band = 0; band < form.bands; ++band)
-            if (!Read(*image->GetRasterBand(static_cast<int>(band) + 1), type,
-                      coarse.GetSamples(first) + band * sampleBytes, pixelBytes))
-                return false;
+            for (const Part& part : parts)
+                if (part.rows > 0 && !Read(*image->GetRasterBand(static_cast<int>(band) + 1), type,
+                                           coarse.GetSamples(first) + band * sampleBytes, pixelBytes, part))
+                    return false;
         return !isMarked || ReduceMask(marking);
     }
 
 private:
+    /// Of the overview.
+    struct Part {
+        std::uint32_t column, columns, row, rows;
+    };
+
+    [[nodiscard]] Part All() const { return {0, coarse.GetColumns(), first, rows}; }
+    /// The rows whose kernel is all within the image.
+    [[nodiscard]] Part Inside() const {
+        const std::uint32_t row = std::max(first, edge), most = coarse.GetRows() - edge;
+        const std::uint32_t end = std::max(std::min(first + rows, most), row);
+        return {edge, coarse.GetColumns() - 2 * edge, row, end - row};
+    }
+    /// Where the kernel reaches out of it.
+    [[nodiscard]] std::vector<Part> Edges() const {
+        const Part inside = Inside();
+        const std::uint32_t columns = coarse.GetColumns(), end = inside.row + inside.rows;
+        return {{0, columns, first, inside.row - first},
+                {0, edge, inside.row, inside.rows},
+                {columns - edge, edge, inside.row, inside.rows},
+                {0, columns, end, first + rows - end}};
+    }
+
+    /// Makes all but the edges, by whole numbers, where exactly two pixels become one, all of them have data
+    /// and no sample of theirs becomes the one that means none. GDAL makes the same, in many times the time.
+    template <class T>
+    [[nodiscard]] bool Halve() {
+        const bool isHalf =
+            fine.GetColumns() == 2 * coarse.GetColumns() && fine.GetRows() == 2 * coarse.GetRows();
+        if (!isHalf || coarse.GetColumns() <= 2 * edge || coarse.GetRows() <= 2 * edge) return false;
+        const Part inside = Inside();
+        if (inside.row > first + rows) return false;
+        const std::size_t bands = fine.GetForm().bands, samples = coarse.GetColumns() * bands;
+        const auto isData = [&](const unsigned char* from, std::size_t count) {
+            const T* begin = reinterpret_cast<const T*>(from);
+            return !fine.GetForm().noData ||
+                   std::find(begin, begin + count, static_cast<T>(*fine.GetForm().noData)) == begin + count;
+        };
+        if (!isData(fine.GetSamples(top), 2 * samples * (bottom - top))) return false;
+        static const auto halveRow = kernels::HalveRowFor<T>(kernels::ChosenSimdTarget());
+        std::vector<kernels::HalvingSum<T>> room(4 * samples);
+        for (std::uint32_t row = inside.row; row < inside.row + inside.rows; ++row) {
+            std::array<const T*, 8> around;
+            for (std::uint32_t i = 0; i < around.size(); ++i)
+                around[i] = reinterpret_cast<const T*>(fine.GetSamples(2 * row - 3 + i));
+            halveRow(around, coarse.GetColumns(), bands, room.data(),
+                     reinterpret_cast<T*>(coarse.GetSamples(row)));
+            if (!isData(coarse.GetSamples(row) + edge * bands * sizeof(T), samples - 2 * edge * bands))
+                return false;
+        }
+        return true;
+    }
+
     [[nodiscard]] bool LacksData() {
-        const unsigned char* valid = fine.GetValid(top);
-        const unsigned char* end = valid + std::size_t{bottom - top} * fine.GetColumns();
-        return std::find(valid, end, static_cast<unsigned char>(0)) != end;
+        return std::memchr(fine.GetValid(top), 0, std::size_t{bottom - top} * fine.GetColumns()) != nullptr;
     }
 
     /// An image without bands of the rows that are needed.
@@ -107,7 +174,7 @@ private:
         const GDALDatasetUniquePtr image = Wrap();
         AddBand(*image, GDT_Byte, fine.GetValid(top), 1);
         if (image->GetRasterCount() != 1 || (marking == Marking::Any && !AddMask(*image)) ||
-            !Read(*image->GetRasterBand(1), GDT_Byte, coarse.GetValid(first), 1))
+            !Read(*image->GetRasterBand(1), GDT_Byte, coarse.GetValid(first), 1, All()))
             return false;
         unsigned char* valid = coarse.GetValid(first);
         std::transform(
@@ -116,28 +183,38 @@ private:
         return true;
     }
 
-    bool Read(GDALRasterBand& band, GDALDataType type, unsigned char* out, std::size_t pixelBytes) {
+    /// Samples of a part of the overview, from one of its first sample on.
+    bool Read(GDALRasterBand& band, GDALDataType type, unsigned char* out, std::size_t pixelBytes,
+              const Part& part) {
         GDALRasterIOExtraArg how;
         INIT_RASTERIO_EXTRA_ARG(how);
         how.eResampleAlg = GRIORA_Cubic;
         how.bFloatingPointWindowValidity = TRUE;
-        how.dfXOff = 0.0;
-        how.dfXSize = fine.GetColumns();
-        how.dfYOff = offset;
-        how.dfYSize = height;
-        const double start = std::floor(offset);
-        const double stop = std::min<double>(std::ceil(offset + height), bottom - top);
-        return band.RasterIO(GF_Read, 0, static_cast<int>(start), static_cast<int>(fine.GetColumns()),
-                             static_cast<int>(stop - start), out, static_cast<int>(coarse.GetColumns()),
-                             static_cast<int>(rows), type, static_cast<GSpacing>(pixelBytes),
-                             static_cast<GSpacing>(pixelBytes * coarse.GetColumns()), &how) == CE_None;
+        const double across = static_cast<double>(fine.GetColumns()) / coarse.GetColumns();
+        const double down = Ratio(fine, coarse);
+        how.dfXOff = part.column * across;
+        how.dfXSize = part.columns * across;
+        how.dfYOff = part.row * down - top;
+        how.dfYSize = part.rows * down;
+        const auto whole = [](double offset, double size, std::uint32_t most) {
+            const auto start = static_cast<int>(std::floor(offset));
+            return std::pair(start,
+                             static_cast<int>(std::min<double>(std::ceil(offset + size), most)) - start);
+        };
+        const auto [x, width] = whole(how.dfXOff, how.dfXSize, fine.GetColumns());
+        const auto [y, height] = whole(how.dfYOff, how.dfYSize, bottom - top);
+        const auto spacing = static_cast<GSpacing>(pixelBytes), rowBytes = spacing * coarse.GetColumns();
+        unsigned char* at = out + (part.row - first) * rowBytes + part.column * spacing;
+        return band.RasterIO(GF_Read, x, y, width, height, at, static_cast<int>(part.columns),
+                             static_cast<int>(part.rows), type, spacing, rowBytes, &how) == CE_None;
     }
+
+    static constexpr std::uint32_t edge = 2;
 
     LevelRows& fine;
     LevelRows& coarse;
     const std::uint32_t first, rows;
     std::uint32_t top = 0, bottom = 0; ///< rows of the finer image
-    double offset = 0.0, height = 0.0; ///< what the rows cover, from `top`
 };
 
 } // namespace
@@ -154,20 +231,22 @@ std::uint32_t FirstNeeded(const LevelRows& fine, const LevelRows& coarse, std::u
     return static_cast<std::uint32_t>(std::max(0.0, std::floor(row * ratio - Reach(ratio))));
 }
 
-bool Reduce(LevelRows& fine, LevelRows& coarse, std::uint32_t end, Marking marking) {
+bool Reduce(LevelRows& fine, LevelRows& coarse, std::uint32_t end, Marking marking, bool& isMarked) {
     constexpr std::uint32_t rowsOfATask = 32;
     const std::uint32_t first = coarse.GetEnd();
+    isMarked = false;
     if (end <= first) return true;
     coarse.Append(end - first);
-    std::atomic<bool> isGood = true;
+    std::atomic<bool> isGood = true, marks = false;
     oneapi::tbb::this_task_arena::isolate([&] {
         oneapi::tbb::parallel_for(
             std::uint32_t{0}, (end - first - 1) / rowsOfATask + 1, [&](std::uint32_t i) {
                 const std::uint32_t row = first + i * rowsOfATask;
-                if (!Reduction(fine, coarse, row, std::min(row + rowsOfATask, end)).Run(marking))
+                if (!Reduction(fine, coarse, row, std::min(row + rowsOfATask, end)).Run(marking, marks))
                     isGood = false;
             });
     });
+    isMarked = marks;
     return isGood;
 }
 

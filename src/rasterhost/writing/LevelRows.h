@@ -2,8 +2,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
-#include <vector>
 
 namespace rasterhost {
 
@@ -31,9 +31,9 @@ public:
 
     /// Of a row that is held. `valid` has a byte per pixel, 0 without data where no value tells.
     [[nodiscard]] unsigned char* GetSamples(std::uint32_t row) {
-        return samples.data() + At(row) * GetRowBytes();
+        return samples.get() + At(row) * GetRowBytes();
     }
-    [[nodiscard]] unsigned char* GetValid(std::uint32_t row) { return valid.data() + At(row) * columns; }
+    [[nodiscard]] unsigned char* GetValid(std::uint32_t row) { return valid.get() + At(row) * columns; }
     /// Adds rows without samples, all of whose pixels have data.
     void Append(std::uint32_t count);
     /// Lets go of the rows above.
@@ -47,8 +47,9 @@ private:
     std::uint32_t rows = 0;
     std::uint32_t first = 0;
     std::uint32_t end = 0;
-    std::vector<unsigned char> samples;
-    std::vector<unsigned char> valid;
+    std::uint32_t capacity = 0; ///< in rows
+    std::unique_ptr<unsigned char[]> samples;
+    std::unique_ptr<unsigned char[]> valid;
 };
 
 /// How many rows of an overview can be made of the rows that have come of the finer image.
@@ -61,6 +62,8 @@ enum class Marking { Any, Most };
 
 /// Adds rows to an overview, up to row `end`, by the cubic kernel over the pixels with data, as GDAL makes
 /// overviews, with the threads of the arena it is called in. False when GDAL fails.
-[[nodiscard]] bool Reduce(LevelRows& fine, LevelRows& coarse, std::uint32_t end, Marking marking);
+/// `isMarked` tells whether a pixel may have none.
+[[nodiscard]] bool Reduce(LevelRows& fine, LevelRows& coarse, std::uint32_t end, Marking marking,
+                          bool& isMarked);
 
 } // namespace rasterhost

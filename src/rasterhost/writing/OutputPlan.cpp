@@ -90,7 +90,7 @@ bool WritesCog(const SharpenRequest& request, const OutputPlan& plan, CPLStringL
     constexpr std::uint64_t mostBytes = std::uint64_t{64} << 20;
     if (!EQUAL(plan.format.name.c_str(), "COG") || plan.isPicture || !PlanCog(plan.options, tiffOptions))
         return false;
-    const auto side = static_cast<std::uint32_t>(std::atoi(tiffOptions.FetchNameValue("BLOCKYSIZE")));
+    const auto side = static_cast<std::uint64_t>(std::atoi(tiffOptions.FetchNameValue("BLOCKYSIZE")));
     return request.windowRows % side == 0 && side * plan.columns * plan.GetPixelBytes() <= mostBytes;
 }
 

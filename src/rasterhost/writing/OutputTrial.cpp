@@ -18,14 +18,18 @@ class Trial {
 public:
     Trial(const SharpenRequest& sharpenRequest, const Scene& images, OutputPlan& outputPlan)
         : request(sharpenRequest), scene(images), plan(outputPlan),
-          driver(*GetGDALDriverManager()->GetDriverByName(plan.format.name.c_str())) {}
+          driver(*GetGDALDriverManager()->GetDriverByName(plan.writesCog ? "GTiff"
+                                                                         : plan.format.name.c_str())) {}
 
     /// Empty when it is made, else ": " and why it is not.
     [[nodiscard]] std::string Make(const std::string& file) {
-        const bool isCopied = plan.format.isCopied;
+        const bool isCopied = plan.IsCopied();
         GDALDriver& maker = isCopied ? *GetGDALDriverManager()->GetDriverByName("MEM") : driver;
-        CPLStringList options = isCopied ? CPLStringList() : plan.options;
-        if (plan.format.isTiff && !isCopied) options.SetNameValue("SPARSE_OK", "YES"); // blocks may be large
+        CPLStringList options = isCopied         ? CPLStringList()
+                                : plan.writesCog ? plan.pixelOptions
+                                                 : plan.options;
+        const bool isTiff = plan.format.isTiff || plan.writesCog;
+        if (isTiff && !isCopied) options.SetNameValue("SPARSE_OK", "YES"); // blocks may be large
         const GdalErrors errors;
         GDALDatasetUniquePtr image(maker.Create(isCopied ? "" : file.c_str(), trialSize, trialSize,
                                                 static_cast<int>(plan.rules.GetFileBands()), GetType(),
@@ -36,8 +40,8 @@ public:
             DescribeOutput(scene, scene.part, plan.rules, {{"Method", request.method}}, *image);
         }
         if (isCopied) return Copy(file, *image);
-        if (!plan.format.isTiff) LookAtBlocks(*image);
-        if (!plan.format.isTiff && !Fill(*image) && !errors.HasFailed()) return ": it takes no pixels";
+        if (!isTiff) LookAtBlocks(*image);
+        if (!isTiff && !Fill(*image) && !errors.HasFailed()) return ": it takes no pixels";
         image.reset();
         return errors.Reason();
     }

@@ -14,8 +14,8 @@ OutputWindow::OutputWindow(const OutputRules& outputRules, const OutputLayout& o
     : rules(outputRules), layout(outputLayout), columns(fileColumns), sampleBytes(bits / 8),
       pixelBytes(rules.GetFileBands() * sampleBytes) {
     const std::size_t tileRows = layout.tileColumns == 0 ? 0 : (mostRows - 1) / layout.tileRows + 1;
-    samples.resize(layout.tileColumns == 0 ? pixelBytes * columns * mostRows
-                                           : TilesAcross() * tileRows * TileBytes());
+    mostBytes =
+        layout.tileColumns == 0 ? pixelBytes * columns * mostRows : TilesAcross() * tileRows * TileBytes();
 }
 
 void OutputWindow::Start(std::uint32_t firstFileRow, std::uint32_t rowCount) {
@@ -23,6 +23,11 @@ void OutputWindow::Start(std::uint32_t firstFileRow, std::uint32_t rowCount) {
     rows = rowCount;
     added = 0;
     tally.assign(rules.bands, {0, 0});
+}
+
+/// By the thread that fuses: memory that is new to the process takes longer than filling it.
+void OutputWindow::MakeRoom() {
+    samples.resize(mostBytes);
     if (layout.tileColumns == 0 || rows % layout.tileRows == 0) return;
     // The rows below the image in its last tiles, where another window may have left its own.
     const std::size_t used = rows % layout.tileRows * TileRowBytes();
@@ -33,6 +38,7 @@ void OutputWindow::Start(std::uint32_t firstFileRow, std::uint32_t rowCount) {
 
 void OutputWindow::AddRow(const unsigned char* fused, const unsigned char* valid) {
     const std::size_t number = added++;
+    if (number == 0) MakeRoom();
     if (layout.tileColumns == 0)
         return MakePixels(fused, valid, columns, samples.data() + number * columns * pixelBytes);
     unsigned char* out = samples.data() + number / layout.tileRows * TilesAcross() * TileBytes() +

@@ -34,6 +34,7 @@ private:
     [[nodiscard]] std::size_t TilesAcross() const { return (columns - 1) / layout.tileColumns + 1; }
     [[nodiscard]] std::size_t TileRowBytes() const { return layout.tileColumns * pixelBytes; }
     [[nodiscard]] std::size_t TileBytes() const { return layout.tileRows * TileRowBytes(); }
+    void MakeRoom();
     void MakePixels(const unsigned char* fused, const unsigned char* valid, std::size_t count,
                     unsigned char* out);
 
@@ -45,6 +46,7 @@ private:
     std::uint32_t firstRow = 0;
     std::uint32_t rows = 0;
     std::uint32_t added = 0; ///< of the rows
+    std::size_t mostBytes = 0;
     std::vector<unsigned char> samples;
     PackedTiles packed;
     imagery::LimitTally tally;

@@ -10,30 +10,37 @@
 
 namespace rasterhost {
 
-/// Where a tile lies in a file.
+/// A tile that waits: in memory, or at an offset of the file.
 struct TilePlace {
     std::uint64_t offset = 0;
     std::uint32_t bytes = 0;
+    std::vector<unsigned char> held = {};
 };
 
-/// A file of tiles that wait for their place in the output. It is removed with this object.
+/// Keeps tiles that wait for their place in the output, the first of them in memory and the others in a file
+/// that is removed with this object.
 class TileSpool {
 public:
-    explicit TileSpool(const std::string& fileName);
+    /// What is held in memory.
+    static constexpr std::uint64_t mostHeld = std::uint64_t{64} << 20;
+
+    explicit TileSpool(const std::string& fileName, std::uint64_t bytesToHold = mostHeld)
+        : name(fileName), most(bytesToHold) {}
     TileSpool(const TileSpool&) = delete;
     TileSpool& operator=(const TileSpool&) = delete;
     ~TileSpool();
 
     /// Adds a tile and its place. False when it cannot be written.
-    [[nodiscard]] bool Add(const unsigned char* tile, std::size_t bytes, std::vector<TilePlace>& places);
-    /// Reads a tile into memory that has room for it. False when it cannot be read.
-    [[nodiscard]] bool Read(const TilePlace& place, unsigned char* tile);
-    [[nodiscard]] bool IsOpen() const { return file != nullptr; }
+    [[nodiscard]] bool Add(std::vector<unsigned char>&& tile, std::vector<TilePlace>& places);
+    /// The bytes of a tile, which are `room`'s when it was in the file; null when it cannot be read.
+    [[nodiscard]] const unsigned char* Get(const TilePlace& place, std::vector<unsigned char>& room);
 
 private:
-    std::string name;
+    const std::string name;
+    const std::uint64_t most;
     VSILFILE* file = nullptr;
-    std::uint64_t bytesAdded = 0;
+    std::uint64_t bytesHeld = 0;
+    std::uint64_t bytesWritten = 0;
 };
 
 } // namespace rasterhost

@@ -1,4 +1,5 @@
 #include "SceneFiles.h"
+#include "rasterhost/writing/TileSpool.h"
 
 #include <cpl_conv.h>
 #include <gmock/gmock.h>
@@ -103,7 +104,7 @@ TEST(CogWriter, WritesWhatGdalMakes) {
     const Case cases[] = {
         {400, 300, 4, GDT_Byte, "", {"BLOCKSIZE=128"}},
         {701, 503, 4, GDT_Byte, "mask", {"BLOCKSIZE=128", "COMPRESS=ZSTD", "LEVEL=3"}},
-        {531, 603, 2, GDT_UInt16, "value", {"BLOCKSIZE=256", "COMPRESS=DEFLATE", "PREDICTOR=YES"}},
+        {532, 604, 2, GDT_UInt16, "value", {"BLOCKSIZE=256", "COMPRESS=DEFLATE", "PREDICTOR=YES"}},
         {300, 270, 3, GDT_UInt16, "alpha", {"BLOCKSIZE=128", "COMPRESS=NONE", "BIGTIFF=YES"}},
         {40, 30, 3, GDT_Byte, "mask", {"GEOTIFF_VERSION=1.1"}},
         {1999, 3, 1, GDT_Byte, "", {"BLOCKSIZE=256", "OVERVIEW_RESAMPLING=CUBIC"}},
@@ -174,6 +175,26 @@ TEST(CogWriter, WritesWhatGdalMakes) {
         EXPECT_THAT(Texts(inMemory.List()), testing::ElementsAre("made.tif"));
         VSIRmdirRecursive("/vsimem/cog");
     }
+}
+
+// Tiles that memory has no room for come back from the file, which goes.
+TEST(CogWriter, SpoolsToAFile) {
+    const Folder folder;
+    std::vector<rasterhost::TilePlace> places;
+    {
+        rasterhost::TileSpool spool(folder / "tiles", 150);
+        std::vector<unsigned char> room;
+        for (unsigned char tile = 1; tile < 5; ++tile)
+            EXPECT_TRUE(spool.Add(std::vector<unsigned char>(60u + tile, tile), places));
+        EXPECT_THAT(folder.List(), testing::ElementsAre("tiles"));
+        for (unsigned char tile = 4; tile > 0; --tile) {
+            const unsigned char* bytes = spool.Get(places[tile - 1u], room);
+            ASSERT_TRUE(bytes);
+            EXPECT_EQ(std::vector<unsigned char>(bytes, bytes + 60u + tile),
+                      std::vector<unsigned char>(60u + tile, tile));
+        }
+    }
+    EXPECT_THAT(folder.List(), testing::IsEmpty());
 }
 
 } // namespace
