@@ -102,6 +102,7 @@ GDALDataset* OpenRaster(const std::string& name, bool reportsErrors, ThroughKept
 std::vector<std::string> ListFiles(GDALDataset& dataset) {
     const CPLStringList list(dataset.GetFileList());
     std::vector<std::string> files;
+    files.reserve(static_cast<std::size_t>(list.size()));
     for (int i = 0; i < list.size(); ++i)
         files.push_back(NameWithoutKept(list[i]));
     return files;
