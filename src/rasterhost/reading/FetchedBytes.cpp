@@ -190,7 +190,7 @@ void FetchedBytes::Fetch(const Piece& piece) {
 
 namespace {
 
-constexpr const char* prefix = "/vsipansharp/";
+constexpr const char* ownPrefix = "/vsipansharp/";
 
 /// A file of a server that GDAL reads through what was fetched.
 struct KeptFile {
@@ -260,7 +260,7 @@ bool InstallKept() {
     calls->seek = &SeekKept;
     calls->read = &ReadKept;
     calls->eof = [](void* file) { return Kept(file).isAtEnd ? 1 : 0; };
-    const bool isInstalled = VSIInstallPluginHandler(prefix, calls) == 0;
+    const bool isInstalled = VSIInstallPluginHandler(ownPrefix, calls) == 0;
     VSIFreeFilesystemPluginCallbacksStruct(calls);
     return isInstalled;
 }
@@ -269,12 +269,12 @@ bool InstallKept() {
 
 std::string KeptName(const std::string& name) {
     static const bool isInstalled = InstallKept();
-    return isInstalled ? prefix + name : name;
+    return isInstalled ? ownPrefix + name : name;
 }
 
 std::string NameWithoutKept(const std::string& name) {
-    const std::size_t length = std::strlen(prefix);
-    return name.compare(0, length, prefix) == 0 ? name.substr(length) : name;
+    const std::size_t length = std::strlen(ownPrefix);
+    return name.compare(0, length, ownPrefix) == 0 ? name.substr(length) : name;
 }
 
 BytesAtHand::BytesAtHand(const std::vector<std::pair<std::string, ByteRange>>& ranges) {
