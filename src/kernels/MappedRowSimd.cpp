@@ -48,7 +48,8 @@ HWY_ATTR void FindPlaces(const double* HWY_RESTRICT positions, std::uint32_t fir
                          AxisPlaces<Taps>& places) {
     const hn::ScalableTag<double> d;
     const auto number = [&](double value) HWY_ATTR { return hn::Set(d, value); };
-    const auto before = number(Taps / 2 - 1.0);
+    constexpr std::size_t neighboursBefore = Taps / 2 - 1;
+    const auto before = number(static_cast<double>(neighboursBefore));
     const auto origin = number(first), lastFirst = number(static_cast<double>(pixels) - Taps);
     auto least = number(0.0), most = number(0.0);
     for (std::size_t i = 0; i < mapPixels; i += hn::Lanes(d)) {
@@ -262,7 +263,7 @@ HWY_INLINE T DefineSample(const AxisPlaces<4>& across, const AxisPlaces<4>& down
 template <class V>
 struct LanePixels {
     using Lane = hwy::MakeSigned<V>;
-    HWY_ALIGN Lane of[mostBands * HWY_MAX_BYTES / sizeof(V)];
+    HWY_ALIGN Lane of[std::size_t{mostBands} * HWY_MAX_BYTES / sizeof(V)];
 
     HWY_ATTR explicit LanePixels(std::uint32_t bands) {
         const std::size_t lanes = hn::Lanes(hn::ScalableTag<V>());
@@ -334,10 +335,10 @@ private:
 
     const MappedSource<T>& source;
     LanePixels<V> pixelsOf;
-    AxisPlaces<Taps> across, down;
+    AxisPlaces<Taps> across = {}, down = {};
     PixelFactors<V, Taps == 2 ? 1 : 4> ofX, ofY;
     HWY_ALIGN T planes[Taps * Taps][mapSamples];
-    std::uint32_t left[mapSamples]; ///< samples that are left to the definition
+    std::uint32_t left[mapSamples] = {}; ///< samples that are left to the definition
 };
 
 template <class T, std::size_t Taps>
