@@ -130,12 +130,12 @@ private:
         static const auto halveRow = kernels::HalveRowFor<T>(kernels::ChosenSimdTarget());
         std::vector<kernels::HalvingSum<T>> room(4 * samples);
         for (std::uint32_t row = inside.row; row < inside.row + inside.rows; ++row) {
-            std::array<const T*, 8> around;
+            std::array<const T*, 8> around{};
             for (std::uint32_t i = 0; i < around.size(); ++i)
                 around[i] = reinterpret_cast<const T*>(fine.GetSamples(2 * row - 3 + i));
             halveRow(around, coarse.GetColumns(), bands, room.data(),
                      reinterpret_cast<T*>(coarse.GetSamples(row)));
-            if (!isData(coarse.GetSamples(row) + edge * bands * sizeof(T), samples - 2 * edge * bands))
+            if (!isData(coarse.GetSamples(row) + edge * bands * sizeof(T), samples - bands * edge * 2))
                 return false;
         }
         return true;
