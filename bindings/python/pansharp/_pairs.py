@@ -91,8 +91,8 @@ def moved(shift: Any, pan: Any, ms: Any, pixel_size: Any, offset: Any, nodata: _
     """The offsets of ms and of the infrared band with the shift taken back, which "auto" stands for when it is to be measured."""
     if shift is None:
         return offset, infrared_offset
-    if isinstance(shift, str) and shift == "auto":  # the command measures before it looks for collars
-        found = pair_job(pan, ms, pixel_size, offset, nodata, bits, False, infrared, infrared_pixel_size, infrared_offset).measure_shift()[0]
+    if isinstance(shift, str) and shift == "auto":
+        found = pair_job(pan, ms, pixel_size, offset, nodata, bits, True, infrared, infrared_pixel_size, infrared_offset).measure_shift()[0]
         if found is None or not found[-1]:
             warnings.warn("the shift between pan and ms cannot be measured; it is left as it is", PansharpWarning, stacklevel=3)
             return offset, infrared_offset

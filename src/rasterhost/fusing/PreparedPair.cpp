@@ -44,18 +44,11 @@ bool TakeCollars(const SceneFindings& known, Scene& scene, Status& status) {
                         "differs");
 }
 
-} // namespace
-
-Preparation PrepareScene(const PairRequest& request, const Warn& warn, const std::function<bool()>& keepOn,
-                         std::unique_ptr<Scene>& scene, Status& status, const SceneFindings* known) {
-    scene = OpenScene(request, warn, status);
-    if (!scene || !CheckSizes(*scene, status) ||
-        (request.measureShift && !TakeBackShift(request, *scene, warn, status)) ||
-        (request.onlyIntersection && !CutToIntersection(*scene, status)) ||
-        (request.window && !CutToWindow(*request.window, *scene, status)))
-        return Preparation::Failed;
-    if (known) return TakeCollars(*known, *scene, status) ? Preparation::Done : Preparation::Failed;
-    switch (FindCollars(*scene, warn, keepOn, status)) {
+/// Collars lie where they lie, whatever is moved or cut before or after.
+Preparation TellGaps(const SceneFindings* known, const Warn& warn, const std::function<bool()>& keepOn,
+                     Scene& scene, Status& status) {
+    if (known) return TakeCollars(*known, scene, status) ? Preparation::Done : Preparation::Failed;
+    switch (FindCollars(scene, warn, keepOn, status)) {
     case CollarSearch::Done:
         return Preparation::Done;
     case CollarSearch::Failed:
@@ -65,6 +58,25 @@ Preparation PrepareScene(const PairRequest& request, const Warn& warn, const std
     }
     (void)Fail(status, HostStatus::Cancelled, "cancelled; nothing was made");
     return Preparation::Cancelled;
+}
+
+bool CutScene(const PairRequest& request, Scene& scene, Status& status) {
+    return (!request.onlyIntersection || CutToIntersection(scene, status)) &&
+           (!request.window || CutToWindow(*request.window, scene, status));
+}
+
+} // namespace
+
+Preparation PrepareScene(const PairRequest& request, const Warn& warn, const std::function<bool()>& keepOn,
+                         std::unique_ptr<Scene>& scene, Status& status, const SceneFindings* known) {
+    scene = OpenScene(request, warn, status);
+    if (!scene || !CheckSizes(*scene, status) ||
+        (!request.measureShift && !CutScene(request, *scene, status))) // refused before all pixels are read
+        return Preparation::Failed;
+    const Preparation told = TellGaps(known, warn, keepOn, *scene, status);
+    if (told != Preparation::Done || !request.measureShift) return told;
+    const bool isMoved = TakeBackShift(request, *scene, warn, status) && CutScene(request, *scene, status);
+    return isMoved ? Preparation::Done : Preparation::Failed;
 }
 
 Preparation Prepare(const PairRequest& request, const RunOptions& run, const Warn& warn, PreparedPair& pair,

@@ -15,8 +15,8 @@ struct PreparedPair {
 /// How preparing ended. Failed and Cancelled come with an item.
 enum class Preparation { Done, Failed, Cancelled };
 
-/// Opens the images of a pair and makes them ready: checks their sizes, takes back a shift that is to be
-/// measured, cuts the part to what all images have where that is asked for, looks for collars. `keepOn` is
+/// Opens the images of a pair and makes them ready: checks their sizes, looks for collars, takes back a shift
+/// that is to be measured, over the pixels with data, and cuts the part that is asked for. `keepOn` is
 /// asked between blocks of pixels and may be empty. `scene` is set once the images could be opened, also
 /// where a later step fails. Collars that are `known`, where that is not null, are taken and no pixel is
 /// read.

@@ -1,6 +1,7 @@
 #include "rasterhost/fusing/RunPlan.h"
 
 #include "fitting/BlurFit.h"
+#include "fundament/Text.h"
 #include "hostkit/AxisPlacement.h"
 #include "hostkit/PanLowPass.h"
 #include "rasterhost/fusing/ProcessSettings.h"
@@ -13,6 +14,7 @@
 namespace rasterhost {
 
 using hostkit::PixelRect;
+using KOVA::Tessara::Fundament::StartsWith;
 using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
@@ -111,7 +113,8 @@ bool CheckImage(const InputImage& image, Status& status) {
 
 RunSizes FindSizes(const SharpenRequest& request, const PansharpDescription& plugin) {
     const bool wantsDetail = WantsDetail(request, plugin);
-    RunSizes sizes{ChooseThreads(request), request.windowRows, request.hasPreview, {}, {}};
+    RunSizes sizes{ChooseThreads(request), request.windowRows, request.hasPreview, {}, {}, {}};
+    sizes.isKeptInMemory = StartsWith(request.output, "/vsimem/", false);
     sizes.fits = wantsDetail ? !request.transfer || request.gains.empty() : WantsFit(request, plugin);
     // The widest that may be fitted reaches furthest.
     if (wantsDetail) sizes.lowPass = request.transfer.value_or(fitting::leastTransfer);
@@ -170,7 +173,7 @@ std::uint64_t EstimateMemory(const Scene& scene, const OutputPlan& output, const
         cache + (output.writesCog ? CogWriter::CountBytes(output) : 0) +
         (FineRowBytes(scene, output) * rows + BesideBytes(scene, output, sizes, rows)) *
             static_cast<unsigned>(CountSlots(threads, output));
-    return program + (sizes.fits ? survey : 0) +
+    return program + (sizes.fits ? survey : 0) + (sizes.isKeptInMemory ? 2 * output.GetBytes() : 0) +
            std::max(fusing, sizes.hasPreview ? cache + PreviewBytes(scene) : 0);
 }
 

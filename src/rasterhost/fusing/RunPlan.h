@@ -16,6 +16,9 @@ struct RunSizes {
     bool fits = false;            ///< weights, or blur and gains, are fitted before
     /// For a method that compares pan with its low-pass: the modulation transfer of that.
     std::optional<double> lowPass;
+    /// The output is kept in GDAL's memory, as are those of "compare", which judges one while it makes the
+    /// next.
+    bool isKeptInMemory = false;
 };
 
 /// Those of a request; the widest low-pass that may be fitted where it gives none.

@@ -63,7 +63,10 @@ TEST(Preflight, SaysWhatARunWouldDo) {
     const std::uint64_t lowTiles = Look(request).report.memoryBytes;
     EXPECT_LT(lowTiles, report.memoryBytes);
     request.method = "injection";
-    EXPECT_GT(Look(request).report.memoryBytes, lowTiles);
+    const std::uint64_t onDisk = Look(request).report.memoryBytes;
+    EXPECT_GT(onDisk, lowTiles);
+    request.output = "/vsimem/fused.tif";
+    EXPECT_EQ(Look(request).report.memoryBytes, onDisk + 2 * report.outputBytes);
 }
 
 TEST(Preflight, WarnsOfTheGravestFirstAndPutsItRight) {

@@ -1,5 +1,6 @@
 #include "rasterhost/fitting/Shift.h"
 #include "KnownPair.h"
+#include "rasterhost/fusing/PreparedPair.h"
 #include "rasterhost/scene/Scene.h"
 
 #include <gtest/gtest.h>
@@ -30,6 +31,24 @@ TEST(Shift, IsFoundToATwentieth) {
         EXPECT_LT(shift->spread, 0.05);
         EXPECT_TRUE(shift->IsAgreed());
     }
+}
+
+// Zeros that nobody declared would tell another shift, or none.
+TEST(Shift, IsTakenBackWhereThereAreCollars) {
+    const Folder folder;
+    auto request = KnownPair{5, 20, {0.2, 0.5, 0.25, 0.0}, 64, 6, -9}.Write(folder);
+    std::vector<std::uint16_t> zeros(256 * 100);
+    ASSERT_EQ(GDALDatasetUniquePtr(GDALDataset::Open(request.pan.file.c_str(), GDAL_OF_UPDATE))
+                  ->RasterIO(GF_Write, 0, 0, 256, 100, zeros.data(), 256, 100, GDT_UInt16, 1, nullptr, 0, 0,
+                             0, nullptr),
+              CE_None);
+    request.measureShift = true;
+    std::string said;
+    std::unique_ptr<Scene> scene;
+    Status status;
+    const Warn warn = [&](const std::string& text) { said += text; };
+    ASSERT_EQ(PrepareScene(request, warn, {}, scene, status), Preparation::Done) << status.ToText();
+    EXPECT_NE(said.find("displaced by (0.30, -0.45)"), std::string::npos) << said;
 }
 
 // Further off than is looked, or of something else: nothing is made up.

@@ -34,12 +34,15 @@ class BatchOutcome:
     results: list[dict[str, Any]] = field(default_factory=list)
     """A line for each scene in the order of the list, with the keys of ``pansharp batch``, and "worker"."""
     seconds: float = 0.0
+    """From the call to its end."""
 
     def count(self, status: str) -> int:
+        """Scenes that are "done", "skipped" or "failed"."""
         return sum(result["status"] == status for result in self.results)
 
     @property
     def ok(self) -> bool:
+        """Whether none has failed."""
         return self.count("failed") == 0
 
 
@@ -103,12 +106,19 @@ def batch(client: Clients, scenes: str | Sequence[str], out: str | os.PathLike[s
 
     Lists, results (OUT/batch.jsonl), and what is skipped are those of the command; OUT/summary.csv has a line for each scene.
 
+    client: a distributed.Client, which stays open, or a function that makes one, which is closed at the end.
     scenes: a list in a file that ends in .jsonl, a product, a .pansharp file, or several of these.
+    out: the folder to write into, which is made where it is not there. Workers see it, and all inputs, under the same names.
     time_limit: seconds that a scene may take; 0 for any.
     share: what is fitted to the first scene that is made, its weights or blur and gains, is taken for all after it.
     parts_above: pairs of more megapixels than that are fused in parts, one after the other, which all workers share. None: none.
         Products, descriptions, formats other than GTiff and COG, and scenes with mo, srcwin, byte or preview are a task all the same.
+    limits: how often a scene is tried, and how long a scheduler is waited for.
+    tell: called with the name of each event and its facts by keyword, as docs/distributed.md lists them.
     options: those of `pansharp.sharpen` that hold for all scenes.
+
+    A scene that fails is told in the outcome. Raises ValueError and TypeError for lists and options that cannot be, pansharp.OutputError for
+    a file of others that is in the way, OSError where no scheduler is reached or OUT cannot be written.
     """
     start = time.monotonic()
     folder = os.path.abspath(out)

@@ -14,13 +14,12 @@ from typing import Any
 import pansharp
 
 from .. import _options
+from .._scenes import File
 from . import _mosaic, _parts, _place, _run, _store
 from ._connection import Clients, Connection
 from ._parts import Part
 
 Tell = Callable[..., object]
-Files = Any
-
 
 @dataclass
 class Outcome:
@@ -39,11 +38,13 @@ class Outcome:
     failed: dict[str, dict[str, Any]] = field(default_factory=dict)
     """By the name of the part: "kind" (input, output, arguments, quarantine, lost, late, other), "text", and "items" of the engine."""
     seconds: float = 0.0
+    """From the call to its end."""
     tasks: list[dict[str, Any]] = field(default_factory=list)
-    """Of each part that was made now: name, worker, and seconds of it."""
+    """Of each part that was made now: "name", "worker", "start" (as time.time gives it), "seconds", "processor_seconds"."""
 
     @property
     def ok(self) -> bool:
+        """Whether all parts are there."""
         return not self.failed and self.mosaic is not None
 
 
@@ -53,16 +54,19 @@ def _listed(co: Mapping[str, Any] | Sequence[str] | None) -> list[str]:
     return list(co or ())
 
 
-def _is_description(pan: Files, ms: Files) -> bool:
-    return ms is None and os.fspath(pan).lower().endswith(".pansharp")
+def _description(pan: File, ms: File | Sequence[File] | None) -> str | None:
+    """The name of the description that is given; None for a pair."""
+    name = None if ms is not None or isinstance(pan, tuple) else os.fspath(pan)
+    return name if name and name.lower().endswith(".pansharp") else None
 
 
-def _described(pan: Files, ms: Files, out: str, options: dict[str, Any], overwrite: bool, deadline: _run.Deadline, tell: Tell) -> str:
+def _described(pan: File, ms: File | Sequence[File] | None, out: str, options: dict[str, Any], overwrite: bool, deadline: _run.Deadline, tell: Tell) -> str:
     """The description to fuse: the one that is given, or that of the pair, in OUT."""
-    if _is_description(pan, ms):
+    given = _description(pan, ms)
+    if given:
         if options:
-            raise TypeError(f"'{pan}' says already how the scene is fused; leave out {', '.join(options)}")
-        return os.path.abspath(pan)
+            raise TypeError(f"'{given}' says already how the scene is fused; leave out {', '.join(options)}")
+        return os.path.abspath(given)
     if _store.is_remote(out):
         raise ValueError(f"'{out}' holds no description; write one with pansharp.sharpen(…, out='scene.pansharp') where all workers see it")
     scene = os.path.join(out, _place.SCENE)
@@ -101,7 +105,7 @@ def _files_in(out: str, parts: Sequence[Part]) -> Iterator[str]:
         yield _store.join(out, name)
 
 
-def sharpen(client: Connection | Clients, pan: Files, ms: Files = None, out: str | os.PathLike[str] = "", *,
+def sharpen(client: Connection | Clients, pan: File, ms: File | Sequence[File] | None = None, out: str | os.PathLike[str] = "", *,
             part: int | tuple[int, int] | None = None, co: Mapping[str, Any] | Sequence[str] | None = None,
             single: str | os.PathLike[str] | None = None, single_format: str = "GTiff", single_co: Mapping[str, Any] | Sequence[str] | None = None,
             overwrite: bool = False, check: bool = True, time_limit: float | _run.Deadline = 0.0,
@@ -111,7 +115,8 @@ def sharpen(client: Connection | Clients, pan: Files, ms: Files = None, out: str
     What is there already from the same description, inputs, options and version is kept. What fails is named in the outcome, and the
     rest is made.
 
-    client: or what makes one, called only if there is something to make. Its workers see the same files under the same names.
+    client: a distributed.Client, which stays open, or a function that makes one, which is called if there is something to make, and whose
+        client is closed at the end. Workers see the same files under the same names.
     pan, ms: a .pansharp file alone; or a pair, which is fitted first and described in OUT/scene.pansharp, by `options` of `pansharp.sharpen`.
     out: a folder, or, for a description, object storage by a name that GDAL writes to, such as /vsis3/bucket/scene.
     part: pixels across and down a part, or (columns, rows), multiples of 256. None: 4096, or whole rows where pan lies in strips.
@@ -120,9 +125,12 @@ def sharpen(client: Connection | Clients, pan: Files, ms: Files = None, out: str
     overwrite: replace a single file that exists, and files in OUT that no such job has made.
     check: compare all bytes of the inputs with what a given description says before, and warn, as the command does.
     time_limit: seconds after which what is not made is given up; 0 for never.
-    tell: called with events, as `Seen` is.
+    limits: how often a part is tried, and how long a scheduler is waited for.
+    tell: called with the name of each event and its facts by keyword, as docs/distributed.md lists them.
 
-    Raises pansharp.Error for a scene that cannot be opened and a single file that cannot be written, ValueError and TypeError for wrong arguments.
+    Raises pansharp.InputError and other pansharp.Error for a scene that cannot be opened, pansharp.OutputError for a single file that cannot be
+    written and a file of others that is in the way, ValueError and TypeError for wrong arguments, OSError where no scheduler is reached or OUT
+    cannot be written.
     """
     start = time.monotonic()
     deadline = time_limit if isinstance(time_limit, _run.Deadline) else _run.Deadline(time_limit)
@@ -156,7 +164,7 @@ def sharpen(client: Connection | Clients, pan: Files, ms: Files = None, out: str
     tell("start", scene=scene, count=len(parts), missing=len(missing), pixels=sum(one.pixels for one in missing), part=list(size))
     if missing:
         _place.write_report(out, scene, description)
-        if check and _is_description(pan, ms):  # else all was read just now
+        if check and _description(pan, ms):  # else all was read just now
             _compare(scene, tell)
         _make(client, scene, folder, missing, (print_, options_of_parts), masks, limits, deadline, outcome, tell)
         if _parts.fingerprint(scene, options_of_parts) != print_:
