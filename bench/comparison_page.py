@@ -1,4 +1,4 @@
-"""docs/performance.md from what bench/compare has measured."""
+"""docs/performance.md and docs/performance-kernels.md from what bench/compare has measured."""
 import textwrap
 
 from comparison_runs import ROOT
@@ -147,13 +147,21 @@ SECTIONS = {"results": ("End to end", end_to_end), "where": ("Where the time goe
             "start": ("The start", start), "kernels": ("Kernels", kernels), "windows": ("Small windows", windows)}
 
 
-def page(data):
-    """The parts that were measured."""
+PAGES = {"performance.md": ("Performance", ("results", "where", "waits", "cases", "flat", "compressed", "start"),
+                            "The single kernels, and small windows: [Performance of the kernels](performance-kernels.md)."),
+         "performance-kernels.md": ("Performance of the kernels", ("kernels", "windows"), "Whole runs: [Performance](performance.md).")}
+
+
+def pages(data):
+    """By file name, with the parts that were measured."""
     head = data["heads"]["results"]
-    parts = ["# Performance", "Written by `bench/compare` from `bench/results/end-to-end.json`; not edited by hand.",
-             prose(f"{head['processor']}, {head['processors']} processors; {head['compiler']}, {head['flags']}; commit {head['commit']}; "
-                   f"{'; '.join(head['program'][:2]).replace(str(ROOT) + '/', '')}; peer {head['peer']}. `{head['command']}`")]
-    for part, (title, section) in SECTIONS.items():
-        if part in data:
-            parts += [f"## {title}", *filter(None, [measured_with(data, part)]), *section(data)]
-    return "\n\n".join(parts) + "\n"
+    measured = prose(f"{head['processor']}, {head['processors']} processors; {head['compiler']}, {head['flags']}; commit {head['commit']}; "
+                     f"{'; '.join(head['program'][:2]).replace(str(ROOT) + '/', '')}; peer {head['peer']}. `{head['command']}`")
+    written = {}
+    for name, (title, names, other) in PAGES.items():
+        parts = [f"# {title}", prose("Written by `bench/compare` from `bench/results/end-to-end.json`; not edited by hand. " + other), measured]
+        for part in (part for part in names if part in data):
+            heading, section = SECTIONS[part]
+            parts += [f"## {heading}", *filter(None, [measured_with(data, part)]), *section(data)]
+        written[name] = "\n\n".join(parts) + "\n"
+    return written
