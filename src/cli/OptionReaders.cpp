@@ -6,6 +6,7 @@
 #include "cli/SettingsFile.h"
 #include "fundament/Text.h"
 #include "host/PropertyNames.h"
+#include "rasterhost/reading/FileState.h"
 #include "rasterhost/reading/NetworkFile.h"
 #include "rasterhost/writing/RunFiles.h"
 
@@ -310,9 +311,14 @@ void ReadPair(const CommandLine& line, Arguments& to) {
             "pansharp sharpen pan.tif ms.tif -o sharp.tif");
     if (files.size() == 1 && TakesOneName(files.front(), line, to)) return;
     to.pan = ParseInputBand(files.front());
-    if (files.size() == 1)
-        throw UsageError("only '" + files.front() +
-                         "' is named; give the multispectral raster, or one file per band, after it");
+    if (files.size() == 1) {
+        const std::string& name = to.pan.file;
+        const bool isMissing = name.find(':') == std::string::npos && !rasterhost::LookAt(name).exists;
+        throw UsageError("only '" + files.front() + "' is named" +
+                         (isMissing ? ", and there is no such file or folder; check the name, or give"
+                                    : "; name a product by its folder, archive or metadata file, or give") +
+                         " the multispectral raster, or one file per band, after pan");
+    }
     to.multispectral = ParseInputs(std::span(files).subspan(1));
 }
 

@@ -28,7 +28,7 @@ constexpr ProductKind productKinds[] = {
     {"DIMAP 2: Pléiades, Pléiades Neo, SPOT 6 and 7", FindDimap},
     {"WorldView, GeoEye and QuickBird", FindWorldView},
     {"STAC item", FindStac},
-    {"folder with the names of bands", FindPlain},
+    {"a folder with the names of bands, such as pan.tif and ms.tif", FindPlain},
 };
 
 bool IsMetadataName(const std::string& name) {
@@ -132,32 +132,40 @@ bool FindAll(const std::string& folder, const std::string& metadata, std::vector
                 folder.c_str());
 }
 
+/// Pan and bands may lie in folders side by side, each with its metadata: takes both where `found` is one of
+/// them alone. `metadata` is relative to the folder.
+void LookBeside(const std::string& folder, const std::string& metadata, std::vector<Product>& found) {
+    if (IsOnNetwork(folder) || found.size() != 1 ||
+        found.front().pan.file.empty() == found.front().bands.empty())
+        return;
+    std::vector<Product> around;
+    Status ignored;
+    std::error_code failure;
+    const std::filesystem::path place = std::filesystem::canonical(folder, failure).filename();
+    const bool isRead = FindAll(folder + "/..", (place / metadata).generic_string(), around, ignored);
+    if (isRead && !around.empty()) found = std::move(around);
+}
+
 ProductSearch SearchProduct(const std::string& name, Product& product, Status& status) {
     const FileState state = LookAt(name);
     std::vector<Product> found;
     if (state.isFolder || (state.isFile && IsArchive(name))) {
         if (!FindAll(name, {}, found, status)) return ProductSearch::Failed;
+        if (state.isFolder && !found.empty() && !found.front().metadata.empty())
+            LookBeside(name, std::string(found.front().metadata.front()), found);
         return ChooseProduct(name, found, product, status);
     }
     if (!state.exists && IsOnNetwork(name))
-        return FailSearch(status, "'" + name +
-                                      "' is not there, or is a folder that the server does not list; name a "
-                                      "product on a server by its metadata file (*_MTL.txt of Landsat, the "
-                                      "JSON of a STAC item) or its archive, or name its files: PAN MS ...");
+        return FailSearch(status,
+                          "'" + name +
+                              "' is not there, or its server cannot be reached or does not list its "
+                              "folders; name a product on a server by its metadata file (*_MTL.txt of "
+                              "Landsat, the JSON of a STAC item) or its archive, or name its files: "
+                              "PAN MS ...");
     if (!state.isFile || !IsMetadataName(name)) return ProductSearch::NoProduct;
     const std::string folder = FolderPart(name).empty() ? "." : FolderPart(name);
     if (!FindAll(folder, LastPart(name), found, status)) return ProductSearch::Failed;
-    // Pan and bands may lie in folders side by side, each with its metadata.
-    if (!IsOnNetwork(folder) && found.size() == 1 &&
-        found.front().pan.file.empty() != found.front().bands.empty()) {
-        std::vector<Product> around;
-        Status ignored;
-        std::error_code failure;
-        const std::filesystem::path place = std::filesystem::canonical(folder, failure).filename();
-        const bool isRead =
-            FindAll(folder + "/..", (place / LastPart(name)).generic_string(), around, ignored);
-        if (isRead && !around.empty()) found = std::move(around);
-    }
+    LookBeside(folder, LastPart(name), found);
     if (std::string fault; found.empty() && !ProductFiles::ReadFile(name, fault))
         return FailSearch(status, "the metadata file '" + name + "' cannot be used: " + fault);
     return ChooseProduct(name, found, product, status);

@@ -1,4 +1,6 @@
+#include "fundament/Text.h"
 #include "rasterhost/products/ProductKinds.h"
+#include "rasterhost/products/ProductParts.h"
 #include "rasterhost/reading/BandNames.h"
 
 #include <algorithm>
@@ -7,18 +9,29 @@
 
 namespace rasterhost {
 
+using KOVA::Tessara::Fundament::ToLower;
+
 namespace {
 
 /// Words for a file with all multispectral bands.
 constexpr const char* wordsForAllBands[] = {"ms", "mul", "multi", "multispectral", "xs", "mss"};
 
+constexpr const char* betweenWords = "_-. ";
+
+using CutWord = std::pair<std::string, std::string>;
+
 /// What stands before the last word of a stem, and that word in small letters.
-std::pair<std::string, std::string> CutLastWord(const std::string& stem) {
-    const std::size_t at = stem.find_last_of("_-. ");
-    std::string word = at == std::string::npos ? stem : stem.substr(at + 1);
-    for (char& letter : word)
-        if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
-    return {at == std::string::npos ? std::string() : stem.substr(0, at), word};
+CutWord CutLastWord(const std::string& stem) {
+    const std::size_t at = stem.find_last_of(betweenWords);
+    if (at == std::string::npos) return {"", ToLower(stem)};
+    return {stem.substr(0, at), ToLower(stem.substr(at + 1))};
+}
+
+/// What stands behind the first word of a stem, and that word in small letters.
+CutWord CutFirstWord(const std::string& stem) {
+    const std::size_t at = stem.find_first_of(betweenWords);
+    if (at == std::string::npos) return {"", ToLower(stem)};
+    return {stem.substr(at + 1), ToLower(stem.substr(0, at))};
 }
 
 bool IsAllBands(const std::string& word) {
@@ -41,21 +54,20 @@ std::vector<std::string> NamesOfLetters(const std::string& word) {
     return names;
 }
 
-} // namespace
-
-/// pan.tif, red.tif, green.tif, ...; or pan.tif and ms.tif; all with the same words before.
-void FindPlain(const ProductFiles& files, std::vector<Product>& found) {
+/// Adds the products whose files have the name of their band where `cut` takes it from.
+void FindNamed(const ProductFiles& files, CutWord (*cut)(const std::string& stem),
+               std::vector<Product>& found) {
     std::map<std::string, Product> products;
     for (const std::string& name : files.GetNames()) {
         if (!IsRasterName(name)) continue;
-        auto [before, word] = CutLastWord(StemPart(name));
-        if (const auto [rest, last] = CutLastWord(before); IsAllBands(last)) before = rest; // as in ms_bgrn
+        auto [others, word] = cut(StemPart(name));
+        if (const auto [rest, next] = cut(others); IsAllBands(next)) others = rest; // as in ms_bgrn
         const std::string band = FindBandName(word);
         const std::vector<std::string> letters = NamesOfLetters(word);
         const bool isKnown = (!band.empty() && word.size() > 1) || IsAllBands(word) || !letters.empty();
         if (!isKnown) continue;
-        Product& product = products[FolderPart(name) + before];
-        product.name = before;
+        Product& product = products[FolderPart(name) + others];
+        product.name = others;
         const std::string path = files.PathOf(name);
         if (!letters.empty()) {
             for (std::size_t i = 0; i < letters.size(); ++i)
@@ -82,8 +94,17 @@ void FindPlain(const ProductFiles& files, std::vector<Product>& found) {
         if (names.size() < product.bands.size() || (names.contains("") && names.size() > 1))
             product.fault =
                 "several of its files may be the multispectral bands; name those to take: PAN MS ...";
+        SortBySpectrum(product.bands);
         found.push_back(std::move(product));
     }
+}
+
+} // namespace
+
+/// pan.tif, red.tif, green.tif, ...; or pan.tif and ms.tif; all with the same words before, or else behind.
+void FindPlain(const ProductFiles& files, std::vector<Product>& found) {
+    FindNamed(files, CutLastWord, found);
+    if (found.empty()) FindNamed(files, CutFirstWord, found);
 }
 
 } // namespace rasterhost

@@ -1,7 +1,10 @@
 #include "rasterhost/products/ProductParts.h"
 
+#include "rasterhost/reading/BandNames.h"
+
 #include <algorithm>
 #include <map>
+#include <set>
 
 namespace rasterhost {
 
@@ -38,6 +41,17 @@ void JoinParts(std::vector<ProductPart> parts, std::vector<Product>& found) {
         AppendPart(part.product, scenes[isOnePair ? "" : part.key]);
     for (auto& [key, scene] : scenes)
         found.push_back(std::move(scene));
+}
+
+void SortBySpectrum(std::vector<InputBand>& bands) {
+    std::set<std::string> files;
+    for (const InputBand& band : bands)
+        files.insert(band.file);
+    if (files.size() < bands.size()) return;
+    const std::vector<std::string> names = AllBandNames(); // by their wavelengths
+    std::ranges::stable_sort(bands, {}, [&](const InputBand& band) {
+        return std::ranges::find(names, band.name) - names.begin();
+    });
 }
 
 } // namespace rasterhost

@@ -15,4 +15,8 @@ struct ProductPart {
 /// which one is missing, or there several times, gets a fault.
 void JoinParts(std::vector<ProductPart> parts, std::vector<Product>& found);
 
+/// Puts bands that lie in a file each into the order of the spectrum, where a list of files or assets tells
+/// none. Bands of one file keep the order that they have there, and so do all others beside them.
+void SortBySpectrum(std::vector<InputBand>& bands);
+
 } // namespace rasterhost

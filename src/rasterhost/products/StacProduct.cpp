@@ -1,5 +1,6 @@
 #include "fundament/Text.h"
 #include "rasterhost/products/ProductKinds.h"
+#include "rasterhost/products/ProductParts.h"
 #include "rasterhost/reading/BandNames.h"
 #include "rasterhost/reading/NetworkFile.h"
 
@@ -59,6 +60,7 @@ public:
         if (const Metadata* assets = json.Find("assets"))
             for (const Metadata& asset : assets->parts)
                 ReadAsset(asset);
+        SortBySpectrum(product.bands);
         if (noData) product.noData = noData;
         if (bits && *bits >= 9.0 && *bits <= 15.0) product.bitDepth = static_cast<int>(*bits);
         if (product.pan.file.empty())

@@ -31,7 +31,13 @@ std::string NameForGdal(const std::string& name) {
                                                                {"s3://", "/vsis3/"},
                                                                {"gs://", "/vsigs/"}};
     for (const auto& [scheme, prefix] : schemes)
-        if (StartsWith(name, scheme, true)) return prefix + name.substr(std::string(scheme).size());
+        if (StartsWith(name, scheme, true)) {
+            std::string rest = name.substr(std::string(scheme).size());
+            // GDAL makes no address of a name with blanks, except on object storage.
+            for (std::size_t at = 0; scheme[0] == 'h' && (at = rest.find(' ', at)) != std::string::npos;)
+                rest.replace(at, 1, "%20");
+            return prefix + rest;
+        }
     return name;
 }
 

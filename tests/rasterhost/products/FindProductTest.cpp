@@ -186,7 +186,7 @@ const Case cases[] = {
     {"names that people give",
      {{"s_pan.tif", ""}, {"s_Red.tif", ""}, {"s_thermal.tif", ""}, {"s_NIR.tif", ""}, {"s_mask.tif", ""}},
      "",
-     "folder with the names of bands, s_pan.tif nir=s_NIR.tif red=s_Red.tif -s_thermal.tif"},
+     "folder with the names of bands, s_pan.tif red=s_Red.tif nir=s_NIR.tif -s_thermal.tif"},
     {"a pan and all bands in one",
      {{"pan.tif", ""}, {"ms.tif", ""}},
      "",
@@ -196,6 +196,10 @@ const Case cases[] = {
      "",
      "folder with the names of bands, pan.tif blue=ms_bgrn.tif:1 green=ms_bgrn.tif:2 red=ms_bgrn.tif:3 "
      "nir=ms_bgrn.tif:4"},
+    {"the name of the scene behind that of the band",
+     {{"PAN_a b.tif", ""}, {"ms-a b.tif", ""}},
+     "",
+     "folder with the names of bands, PAN_a b.tif =ms-a b.tif"},
     {"two pans", {{"pan.tif", ""}, {"pan.jp2", ""}, {"red.tif", ""}}, "", "are both called pan"},
     {"bands twice", {{"pan.tif", ""}, {"ms.tif", ""}, {"red.tif", ""}}, "", "several of its files may be"},
     {"nothing", {{"a.tif", ""}}, "", "is not a product that is known here; known are: Landsat"},
@@ -247,7 +251,7 @@ const Case cases[] = {
       {"PAN/11JUL-P2AS-05_P001.TIL", ""},
       {"MUL/11JUL-M2AS-05_P001.IMD", Imd(imdColours)},
       {"MUL/11JUL-M2AS-05_P001.TIF", ""}},
-     "",
+     "MUL",
      "WorldView-2, 11JUL-P2AS-05_P001.TIL:1 blue=11JUL-M2AS-05_P001.TIF:1 green=11JUL-M2AS-05_P001.TIF:2 "
      "nir2=11JUL-M2AS-05_P001.TIF:3 nodata 0 bits 11 mtf 0.35 mtf 0.35 mtf 0.27"},
     {"DIMAP in two files of which nothing tells the bands",
