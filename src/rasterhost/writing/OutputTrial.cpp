@@ -84,6 +84,15 @@ private:
 
 bool TryOutput(const SharpenRequest& request, const Scene& scene, OutputPlan& plan, WorkFolder& folder,
                std::vector<std::string>& names, Status& status) {
+    const std::uint32_t bands = plan.rules.bands;
+    // These take a second or fourth band for opacity, or all four for inks.
+    const bool showsColours =
+        plan.format.name == "PNG" || plan.format.name == "JPEG" || plan.format.name == "WEBP";
+    if (plan.isPicture && showsColours && bands != 1 && bands != 3)
+        return Fail(status, HostStatus::OutputRefused,
+                    "a picture in the format '%s' shows one band or three, and here are %u; choose them with "
+                    "--rgb or --bands",
+                    plan.format.name.c_str(), bands);
     const std::string file = folder.GetSpare(std::filesystem::path(folder.GetPlace()).filename().string());
     std::string reason = Trial(request, scene, plan).Make(file);
     if (reason.empty() && !LookAt(file).exists) reason = ": it writes no file";
@@ -93,7 +102,8 @@ bool TryOutput(const SharpenRequest& request, const Scene& scene, OutputPlan& pl
            Fail(status, HostStatus::OutputRefused,
                 "the format '%s' cannot hold an image of %u bands of %u bits with the creation "
                 "options given%s",
-                plan.format.name.c_str(), plan.rules.GetFileBands(), plan.bits, reason.c_str());
+                plan.format.name.c_str(), plan.rules.GetFileBands(), plan.isPicture ? 8 : plan.bits,
+                reason.c_str());
 }
 
 } // namespace rasterhost
