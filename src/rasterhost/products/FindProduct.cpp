@@ -73,7 +73,9 @@ ProductSearch ChooseProduct(const std::string& name, std::vector<Product>& found
         constexpr std::size_t most = 20;
         std::string list;
         for (std::size_t i = 0; i < std::min(found.size(), most); ++i)
-            list += "\n  " + (found[i].metadata.empty() ? found[i].name : found[i].metadata.front());
+            list += "\n  " + (!found[i].metadata.empty() ? found[i].metadata.front()
+                              : found[i].name.empty()    ? LastPart(found[i].pan.file)
+                                                         : found[i].name);
         return FailSearch(status,
                           FormatString("'%s' has %zu products; name the folder or the metadata file of "
                                        "one:",

@@ -43,6 +43,10 @@ bool ClimbsOut(const std::string& name) {
     return path.is_absolute() || std::find(path.begin(), path.end(), "..") != path.end();
 }
 
+/// True for what macOS lays beside a file, on other disks and in archives: it has the file's name and none of
+/// its contents.
+bool IsOfMacOs(const std::string& name) { return LastPart(name).starts_with("._"); }
+
 } // namespace
 
 bool IsArchive(const std::string& name) {
@@ -95,7 +99,7 @@ bool ProductFiles::List(const std::string& folderOrArchive, Status& status) {
         const std::string name(entry->pszName);
         if (ClimbsOut(name)) continue; // nothing outside an archive is its
         // Opening a pipe or a device may wait for ever.
-        if (VSI_ISREG(entry->nMode)) names.push_back(name);
+        if (VSI_ISREG(entry->nMode) && !IsOfMacOs(name)) names.push_back(name);
     }
     std::sort(names.begin(), names.end());
     if (!StartsWith(root, "/vsi", false)) DropRepeated();

@@ -17,6 +17,8 @@ namespace {
 /// What an asset's address is to GDAL; empty for one that is not taken.
 std::string PathOfAddress(const ProductFiles& files, const std::string& item, const std::string& address) {
     if (std::string name = NameForGdal(address); name != address) return name;
+    if (constexpr std::size_t scheme = 7; files.IsListed() && StartsWith(address, "file:///", true))
+        return PathOfAddress(files, item, address.substr(scheme));
     if (address.find("://") != std::string::npos || StartsWith(address, "/vsi", true)) return {};
     // What is on a server is asked for as it is opened.
     const auto beside = files.IsListed() ? files.FindBeside(item, address) : std::nullopt;
@@ -64,7 +66,8 @@ public:
         if (noData) product.noData = noData;
         if (bits && *bits >= 9.0 && *bits <= 15.0) product.bitDepth = static_cast<int>(*bits);
         if (product.pan.file.empty())
-            product.fault = "none of its assets has a band of the common name 'pan'";
+            product.fault =
+                panFault.empty() ? "none of its assets has a band of the common name 'pan'" : panFault;
     }
 
 private:
@@ -77,8 +80,11 @@ private:
         if (isPicture || HasRole(asset, "metadata"))
             return LeaveOut(asset, "a picture to look at, or metadata");
         const std::string path = PathOfAddress(files, item, asset.Get("href"));
-        if (path.empty())
-            return LeaveOut(asset, "its link '" + asset.Get("href") + "' is not one that is taken");
+        if (path.empty()) {
+            const std::string why = "its link '" + asset.Get("href") + "' is not one that is taken";
+            if (StacName(bands->parts.front()) == "pan") panFault = "of the pan asset, " + why;
+            return LeaveOut(asset, why);
+        }
         const Metadata* samples = asset.Find("raster:bands");
         for (std::size_t i = 0; i < bands->parts.size(); ++i) {
             const Metadata& band = bands->parts[i];
@@ -122,6 +128,7 @@ private:
     std::string item;
     Product& product;
     std::optional<double> noData, bits;
+    std::string panFault;
 };
 
 } // namespace
