@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstring>
 #include <type_traits>
 
@@ -362,53 +361,12 @@ HWY_ATTR void MapInVectors(const MappedSource<T>& source, const double* x, const
     std::copy_n(restOut, rest * source.bands, out + p * source.bands);
 }
 
-HWY_ATTR void FillLine(const MappedLine& line, std::size_t count, double* HWY_RESTRICT positions) {
-    const hn::ScalableTag<double> d;
-    const hn::Rebind<std::int32_t, decltype(d)> d32;
-    const std::size_t lanes = hn::Lanes(d);
-    const auto from = hn::Set(d, line.from), to = hn::Set(d, line.to), one = hn::Set(d, 1.0);
-    const auto start = hn::Set(d, line.start), step = hn::Set(d, line.step), length = hn::Set(d, line.length);
-    const auto at = [&](auto number) HWY_ATTR {
-        const auto t = hn::Div(hn::Add(start, hn::Mul(number, step)), length);
-        return hn::Add(hn::Mul(from, hn::Sub(one, t)), hn::Mul(to, t));
-    };
-    auto number = hn::PromoteTo(d, hn::Iota(d32, 0));
-    std::size_t i = 0;
-    for (; i + lanes <= count; i += lanes) {
-        hn::StoreU(at(number), d, positions + i);
-        number = hn::Add(number, hn::Set(d, static_cast<double>(lanes)));
-    }
-    HWY_ALIGN double rest[HWY_MAX_BYTES / sizeof(double)];
-    hn::Store(at(number), d, rest);
-    std::copy_n(rest, count - i, positions + i);
-}
-
-HWY_ATTR Extent FindExtent(const double* HWY_RESTRICT positions, std::size_t count) {
-    const hn::ScalableTag<double> d;
-    const std::size_t lanes = hn::Lanes(d);
-    auto least = hn::Set(d, positions[0]), most = least;
-    auto isNumber = hn::Eq(least, least);
-    const auto see = [&](auto position) HWY_ATTR {
-        isNumber = hn::And(isNumber, hn::Eq(position, position));
-        least = hn::Min(least, position);
-        most = hn::Max(most, position);
-    };
-    std::size_t i = 0;
-    for (; i + lanes <= count; i += lanes)
-        see(hn::LoadU(d, positions + i));
-    for (; i < count; ++i)
-        see(hn::Set(d, positions[i]));
-    if (!hn::AllTrue(d, isNumber)) return {-HUGE_VAL, HUGE_VAL};
-    return {hn::GetLane(hn::MinOfLanes(d, least)), hn::GetLane(hn::MaxOfLanes(d, most))};
-}
-
 MappedRows<unsigned char> Mapped8() {
     return {&MapInVectors<unsigned char, 2>, &MapInVectors<unsigned char, 4>};
 }
 MappedRows<unsigned short> Mapped16() {
     return {&MapInVectors<unsigned short, 2>, &MapInVectors<unsigned short, 4>};
 }
-PositionKernels Positions() { return {&FillLine, &FindExtent}; }
 
 } // namespace HWY_NAMESPACE
 } // namespace kernels
@@ -419,7 +377,6 @@ namespace kernels {
 
 HWY_EXPORT(Mapped8);
 HWY_EXPORT(Mapped16);
-HWY_EXPORT(Positions);
 
 template <>
 MappedRows<unsigned char> MappedRowsFor(SimdTarget target) {
@@ -431,11 +388,6 @@ template <>
 MappedRows<unsigned short> MappedRowsFor(SimdTarget target) {
     return ForTarget(target, MappedRows<unsigned short>{&MappedBilinearScalar, &MappedCubicScalar},
                      HWY_DISPATCH_TABLE(Mapped16));
-}
-
-PositionKernels PositionKernelsFor(SimdTarget target) {
-    return ForTarget(target, PositionKernels{&FillLineScalar, &FindExtentScalar},
-                     HWY_DISPATCH_TABLE(Positions));
 }
 
 } // namespace kernels

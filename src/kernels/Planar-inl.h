@@ -187,7 +187,8 @@ HWY_INLINE void StoreTruncatedLanes(D /*d*/, hn::Vec<D> x, T* samples) {
     hn::StoreU(hn::DemoteTo(narrow, hn::DemoteTo(d32, x)), narrow, samples);
 }
 
-/// Adds the samples of the lanes that are true, of so many from `at` on; returns how many there are now.
+/// Adds to `uncertain`, which has `count`, those of the `samples` from `at` on whose lanes are true; returns
+/// the new count.
 template <class D>
 HWY_INLINE std::size_t Mark(D d, hn::Mask<D> isUncertain, std::size_t at, std::size_t samples,
                             std::size_t count, std::uint32_t* uncertain) {

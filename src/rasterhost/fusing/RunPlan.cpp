@@ -91,6 +91,11 @@ std::uint64_t PreviewBytes(const Scene& scene) {
     return pixels * sizeof(double) * (10 + scene.bandOrder.size() + scene.outputBands);
 }
 
+/// Files in memory: an output, and what it is made of.
+std::uint64_t KeptBytes(const OutputPlan& output) {
+    return std::max(2 * output.GetBytes(), output.writesCog ? CogWriter::CountStored(output) : 0);
+}
+
 constexpr double megabyte = 1e6;
 
 bool CheckImage(const InputImage& image, Status& status) {
@@ -173,7 +178,7 @@ std::uint64_t EstimateMemory(const Scene& scene, const OutputPlan& output, const
         cache + (output.writesCog ? CogWriter::CountBytes(output) : 0) +
         (FineRowBytes(scene, output) * rows + BesideBytes(scene, output, sizes, rows)) *
             static_cast<unsigned>(CountSlots(threads, output));
-    return program + (sizes.fits ? survey : 0) + (sizes.isKeptInMemory ? 2 * output.GetBytes() : 0) +
+    return program + (sizes.fits ? survey : 0) + (sizes.isKeptInMemory ? KeptBytes(output) : 0) +
            std::max(fusing, sizes.hasPreview ? cache + PreviewBytes(scene) : 0);
 }
 

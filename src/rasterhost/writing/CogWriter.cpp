@@ -15,6 +15,25 @@ namespace {
 /// Rows of the full size that go into the overviews at a time.
 constexpr std::uint32_t stepRows = 256;
 
+/// Rows of a level that are held at a time: of the full size those that come, of an overview a row of tiles
+/// and what comes into it, and those to which the kernel reaches.
+std::uint32_t RowsToHold(const std::vector<CogLevel>& levels, std::size_t number, std::uint32_t tileRows) {
+    constexpr std::uint32_t reach = 24;
+    if (levels.size() == 1) return 0;
+    return std::min(levels[number].rows, (number == 0 ? stepRows : tileRows + stepRows / 2) + reach);
+}
+
+std::vector<CogLevel> PlannedLevels(const OutputPlan& plan) {
+    return LevelsOf(plan.options, plan.columns, plan.rows, plan.layout.tileRows);
+}
+
+std::uint64_t CountTileBytes(const OutputPlan& plan) {
+    std::uint64_t bytes = 0;
+    for (const CogLevel& level : PlannedLevels(plan))
+        bytes += std::uint64_t{level.columns} * level.rows * plan.GetPixelBytes();
+    return bytes;
+}
+
 } // namespace
 
 CogWriter::CogWriter(const OutputPlan& outputPlan, const std::string& fileName, const std::string& spoolName)
@@ -45,11 +64,14 @@ std::unique_ptr<CogWriter> CogWriter::Open(const std::string& file, const std::s
     if (codec->hasPredictor) form.predictor = number(TIFFTAG_PREDICTOR, PREDICTOR_NONE);
     codec->SetLevel(plan.pixelOptions, form);
     writer->packer = std::make_unique<TilePacker>(form);
-    writer->places = LevelsOf(plan.options, plan.columns, plan.rows, form.rows);
+    writer->places = PlannedLevels(plan);
     const SampleForm samples{plan.rules.GetFileBands(), plan.bits, plan.rules.noData};
-    for (const CogLevel& level : writer->places)
+    for (std::size_t i = 0; i < writer->places.size(); ++i) {
+        const CogLevel& level = writer->places[i];
         writer->levels.push_back(
-            {LevelRows(samples, level.columns, level.rows), OutputMask(level.columns), 0});
+            {LevelRows(samples, level.columns, level.rows, RowsToHold(writer->places, i, form.rows)),
+             OutputMask(level.columns), 0});
+    }
     return writer;
 }
 
@@ -59,11 +81,13 @@ bool CogWriter::Pack(std::uint32_t rowCount, const unsigned char* tiles, PackedT
 
 bool CogWriter::Spool(const unsigned char* tiles, std::size_t count, PackedTiles& packed, std::size_t level) {
     const std::size_t bytes = packer->GetForm().GetBytes();
-    if (!packer->Compresses()) packed.resize(count);
     for (std::size_t tile = 0; tile < count; ++tile) {
-        if (!packer->Compresses()) packed[tile].assign(tiles + tile * bytes, tiles + (tile + 1) * bytes);
-        if (!spool.Add(std::move(packed[tile]), places[level].tiles)) return false;
+        const bool isAdded = packer->Compresses()
+                                 ? spool.Add(packed[tile].data(), packed[tile].size(), places[level].tiles)
+                                 : spool.Add(tiles + tile * bytes, bytes, places[level].tiles);
+        if (!isAdded) return false;
     }
+    PackedTiles().swap(packed); // a window that waits for its turn needs no room for them
     return true;
 }
 
@@ -97,7 +121,11 @@ void CogWriter::AddRows(std::uint32_t rowCount, std::uint32_t rowInTiles, const 
         for (std::size_t at = 0; at < rows.GetRowBytes(); at += form.GetRowBytes(), from += form.GetBytes())
             std::memcpy(to + at, from, std::min(form.GetRowBytes(), rows.GetRowBytes() - at));
     }
-    if (valid) std::memcpy(rows.GetValid(first), valid, std::size_t{rowCount} * plan.columns);
+    // GDAL takes a last band as a mask in files of two or four bands only, and resamples it as any other band
+    // elsewhere.
+    const std::uint32_t bands = plan.rules.GetFileBands();
+    const bool isMask = !plan.rules.hasAlpha || bands == 2 || bands == 4;
+    if (valid && isMask) std::memcpy(rows.GetValid(first), valid, std::size_t{rowCount} * plan.columns);
 }
 
 /// Makes all that can be made of the rows that have come.
@@ -167,8 +195,8 @@ bool CogWriter::AddMask(const OutputMask& mask, std::size_t number) {
             }
         }
         if (!maskPacker.Pack(tiles, tileRow.data(), packedRow)) return false;
-        for (std::vector<unsigned char>& tile : packedRow)
-            if (!spool.Add(std::move(tile), level.maskTiles)) return false;
+        for (const std::vector<unsigned char>& tile : packedRow)
+            if (!spool.Add(tile.data(), tile.size(), level.maskTiles)) return false;
     }
     return true;
 }
@@ -184,12 +212,22 @@ bool CogWriter::Finish(const OutputMask* mask, const std::function<bool(double)>
 }
 
 std::uint64_t CogWriter::CountBytes(const OutputPlan& plan) {
-    // Of the full size those that come at a time; of the overviews a row of tiles and what comes into it,
-    // which halves in width from one to the next; and that of the first overview on its way to the spool,
-    // twice.
-    const std::uint64_t rows = stepRows + 2 * std::uint64_t{plan.layout.tileRows};
-    return plan.columns * rows * (plan.GetPixelBytes() + 1) +
-           std::min(TileSpool::mostHeld, 2 * plan.GetBytes());
+    const std::vector<CogLevel> levels = PlannedLevels(plan);
+    // Compressed noise may take half as much again.
+    const std::uint64_t spooled = CountTileBytes(plan) * (plan.isCompressed ? 3 : 2) / 2;
+    std::uint64_t bytes = std::min(TileSpool::mostHeld, spooled);
+    if (levels.size() == 1) return bytes;
+    for (std::size_t i = 0; i < levels.size(); ++i)
+        bytes += std::uint64_t{levels[i].columns} * RowsToHold(levels, i, plan.layout.tileRows) *
+                 (plan.GetPixelBytes() + 1);
+    const std::uint64_t tileRow =
+        (levels[1].columns + plan.layout.tileColumns) * plan.layout.tileRows * plan.GetPixelBytes();
+    return bytes + tileRow * (plan.isCompressed ? 2 : 1) + CountReducing(plan.columns, plan.threads);
+}
+
+std::uint64_t CogWriter::CountStored(const OutputPlan& plan) {
+    const std::uint64_t bytes = CountTileBytes(plan);
+    return 2 * bytes - std::min(TileSpool::mostHeld, bytes);
 }
 
 } // namespace rasterhost

@@ -33,8 +33,11 @@ public:
     /// `progress` as WriteCog has it. False when it is cancelled or cannot be written.
     [[nodiscard]] bool Finish(const OutputMask* mask, const std::function<bool(double)>& progress);
 
-    /// What a writer of this plan holds.
+    /// What a writer of this plan holds in memory.
     [[nodiscard]] static std::uint64_t CountBytes(const OutputPlan& plan);
+    /// What it stores, at most, before tiles are compressed: the file, and the tiles that memory does not
+    /// hold.
+    [[nodiscard]] static std::uint64_t CountStored(const OutputPlan& plan);
 
 private:
     /// An overview, or the full size, whose tiles are not made of its rows.

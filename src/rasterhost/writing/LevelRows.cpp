@@ -2,6 +2,7 @@
 
 #include "fundament/Text.h"
 #include "kernels/HalveRow.h"
+#include "rasterhost/requests/GdalErrors.h"
 
 #include <cpl_string.h>
 #include <gdal_priv.h>
@@ -23,7 +24,7 @@ using KOVA::Tessara::Fundament::FormatString;
 void LevelRows::Append(std::uint32_t count) {
     const std::size_t held = At(end);
     if (held + count > capacity) {
-        const std::size_t room = held + count;
+        const std::size_t room = std::max<std::size_t>(held + count, expected);
         std::unique_ptr<unsigned char[]> moreSamples(new unsigned char[room * GetRowBytes()]);
         std::unique_ptr<unsigned char[]> moreValid(new unsigned char[room * columns]);
         if (held > 0) std::memcpy(moreSamples.get(), samples.get(), held * GetRowBytes());
@@ -44,6 +45,8 @@ void LevelRows::DropBefore(std::uint32_t row) {
 }
 
 namespace {
+
+constexpr std::uint32_t rowsOfATask = 32; // of an overview
 
 double Ratio(const LevelRows& fine, const LevelRows& coarse) {
     return static_cast<double>(fine.GetRows()) / coarse.GetRows();
@@ -232,7 +235,6 @@ std::uint32_t FirstNeeded(const LevelRows& fine, const LevelRows& coarse, std::u
 }
 
 bool Reduce(LevelRows& fine, LevelRows& coarse, std::uint32_t end, Marking marking, bool& isMarked) {
-    constexpr std::uint32_t rowsOfATask = 32;
     const std::uint32_t first = coarse.GetEnd();
     isMarked = false;
     if (end <= first) return true;
@@ -241,6 +243,7 @@ bool Reduce(LevelRows& fine, LevelRows& coarse, std::uint32_t end, Marking marki
     oneapi::tbb::this_task_arena::isolate([&] {
         oneapi::tbb::parallel_for(
             std::uint32_t{0}, (end - first - 1) / rowsOfATask + 1, [&](std::uint32_t i) {
+                const GdalErrors silence; // of whichever thread this is
                 const std::uint32_t row = first + i * rowsOfATask;
                 if (!Reduction(fine, coarse, row, std::min(row + rowsOfATask, end)).Run(marking, marks))
                     isGood = false;
@@ -248,6 +251,14 @@ bool Reduce(LevelRows& fine, LevelRows& coarse, std::uint32_t end, Marking marki
     });
     isMarked = marks;
     return isGood;
+}
+
+std::uint64_t CountReducing(std::uint32_t columns, int threads) {
+    // GDAL resamples a million pixels at a time: in float, with a mask, and half of them in double on the
+    // way.
+    constexpr std::uint64_t mostPixels = std::uint64_t{1} << 20, pixelBytes = 9;
+    const std::uint64_t pixels = std::uint64_t{columns} * 2 * (rowsOfATask + 4);
+    return std::min(mostPixels, pixels) * pixelBytes * static_cast<unsigned>(threads);
 }
 
 } // namespace rasterhost

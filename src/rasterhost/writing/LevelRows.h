@@ -19,8 +19,10 @@ struct SampleForm {
 /// The rows of an image that are still needed while they pass from the top to the bottom.
 class LevelRows {
 public:
-    LevelRows(const SampleForm& sampleForm, std::uint32_t imageColumns, std::uint32_t imageRows)
-        : form(sampleForm), columns(imageColumns), rows(imageRows) {}
+    /// `mostHeld`, in rows, is what room is made for; it grows when more are held.
+    LevelRows(const SampleForm& sampleForm, std::uint32_t imageColumns, std::uint32_t imageRows,
+              std::uint32_t mostHeld)
+        : form(sampleForm), columns(imageColumns), rows(imageRows), expected(mostHeld) {}
 
     [[nodiscard]] const SampleForm& GetForm() const { return form; }
     [[nodiscard]] std::uint32_t GetColumns() const { return columns; }
@@ -45,6 +47,7 @@ private:
     SampleForm form;
     std::uint32_t columns = 0;
     std::uint32_t rows = 0;
+    std::uint32_t expected = 0; ///< rows that are held at a time
     std::uint32_t first = 0;
     std::uint32_t end = 0;
     std::uint32_t capacity = 0; ///< in rows
@@ -65,5 +68,7 @@ enum class Marking { Any, Most };
 /// `isMarked` tells whether a pixel may have none.
 [[nodiscard]] bool Reduce(LevelRows& fine, LevelRows& coarse, std::uint32_t end, Marking marking,
                           bool& isMarked);
+/// What Reduce takes for a while, with `threads` threads, to reduce rows of so wide an image.
+[[nodiscard]] std::uint64_t CountReducing(std::uint32_t columns, int threads);
 
 } // namespace rasterhost

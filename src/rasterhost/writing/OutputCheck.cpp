@@ -4,6 +4,7 @@
 #include "rasterhost/reading/FileState.h"
 #include "rasterhost/reading/NetworkFile.h"
 #include "rasterhost/requests/GdalErrors.h"
+#include "rasterhost/writing/CogWriter.h"
 #include "rasterhost/writing/OutputTrial.h"
 
 #include <gdal_priv.h>
@@ -58,7 +59,10 @@ bool CheckFolder(const SharpenRequest& request, const OutputPlan& plan, Status& 
     std::error_code failure;
     const auto space = std::filesystem::space(folder, failure);
     // Bytes that are going to be written as they are, beside the final name.
-    const std::uint64_t needed = plan.writesTiff && !plan.isCompressed ? plan.GetBytes() : 0;
+    const bool isKnown = plan.writesTiff && !plan.isCompressed;
+    const std::uint64_t needed = !isKnown         ? 0
+                                 : plan.writesCog ? CogWriter::CountStored(plan)
+                                                  : plan.GetBytes();
     if (failure || space.capacity == 0 || space.available >= needed) return true;
     constexpr double megabyte = 1e6;
     return Refuse(status,

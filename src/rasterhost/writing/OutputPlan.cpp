@@ -91,7 +91,11 @@ bool WritesCog(const SharpenRequest& request, const OutputPlan& plan, CPLStringL
     if (!EQUAL(plan.format.name.c_str(), "COG") || plan.isPicture || !PlanCog(plan.options, tiffOptions))
         return false;
     const auto side = static_cast<std::uint64_t>(std::atoi(tiffOptions.FetchNameValue("BLOCKYSIZE")));
-    return request.windowRows % side == 0 && side * plan.columns * plan.GetPixelBytes() <= mostBytes;
+    const auto levels = LevelsOf(plan.options, plan.columns, plan.rows, static_cast<std::uint32_t>(side));
+    // GDAL makes the overviews after one of a single column of a finer image, which would have to be kept.
+    const bool isFromNext = levels.size() < 3 || levels[levels.size() - 2].columns > 1;
+    return isFromNext && request.windowRows % side == 0 &&
+           side * plan.columns * plan.GetPixelBytes() <= mostBytes;
 }
 
 void PlanTiff(const SharpenRequest& request, const Scene& scene, OutputPlan& plan) {

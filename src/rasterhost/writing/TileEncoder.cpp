@@ -25,7 +25,10 @@ struct TileEncoder::Sink {
         Sink& sink = Of(handle);
         const auto* bytes = static_cast<const unsigned char*>(data);
         try {
-            if (sink.target) sink.target->insert(sink.target->end(), bytes, bytes + count);
+            if (sink.target) {
+                sink.target->reserve(sink.target->size() + static_cast<std::size_t>(count)); // no more
+                sink.target->insert(sink.target->end(), bytes, bytes + count);
+            }
         } catch (const std::bad_alloc&) {
             return 0; // no exception may pass through libtiff
         }

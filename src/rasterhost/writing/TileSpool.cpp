@@ -8,16 +8,15 @@ TileSpool::~TileSpool() {
     VSIUnlink(name.c_str());
 }
 
-bool TileSpool::Add(std::vector<unsigned char>&& tile, std::vector<TilePlace>& places) {
-    const std::size_t bytes = tile.size();
+bool TileSpool::Add(const unsigned char* tile, std::size_t bytes, std::vector<TilePlace>& places) {
     const bool isHeld = bytesHeld + bytes <= most;
     if (isHeld) {
-        places.push_back({0, static_cast<std::uint32_t>(bytes), std::move(tile)});
+        places.push_back({0, static_cast<std::uint32_t>(bytes), {tile, tile + bytes}});
         bytesHeld += bytes;
         return true;
     }
     if (!file) file = VSIFOpenL(name.c_str(), "wb+");
-    if (!file || VSIFWriteL(tile.data(), 1, bytes, file) != bytes) return false;
+    if (!file || VSIFWriteL(tile, 1, bytes, file) != bytes) return false;
     places.push_back({bytesWritten, static_cast<std::uint32_t>(bytes)});
     bytesWritten += bytes;
     return true;

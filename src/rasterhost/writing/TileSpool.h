@@ -4,6 +4,7 @@
 
 #include <cpl_vsi.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -30,8 +31,8 @@ public:
     TileSpool& operator=(const TileSpool&) = delete;
     ~TileSpool();
 
-    /// Adds a tile and its place. False when it cannot be written.
-    [[nodiscard]] bool Add(std::vector<unsigned char>&& tile, std::vector<TilePlace>& places);
+    /// Adds a tile of `bytes` bytes, copied where it is held, and its place. False when it cannot be written.
+    [[nodiscard]] bool Add(const unsigned char* tile, std::size_t bytes, std::vector<TilePlace>& places);
     /// The bytes of a tile, which are `room`'s when it was in the file; null when it cannot be read.
     [[nodiscard]] const unsigned char* Get(const TilePlace& place, std::vector<unsigned char>& room);
 
