@@ -53,10 +53,10 @@ bool IsOnNetwork(const std::string& name) {
 
 namespace {
 
-/// Notes what GDAL says of a request that failed for good; of a 404 it says nothing.
+/// Notes the last of what GDAL says of a request: also of an answer after which it asks again.
 void CPL_STDCALL NoteAnswer(CPLErr kind, CPLErrorNum, const char* message) {
     auto& noted = *static_cast<std::string*>(CPLGetErrorHandlerUserData());
-    if (kind >= CE_Warning && noted.empty()) noted = message && *message ? message : "unknown error";
+    if (kind >= CE_Warning) noted = message && *message ? message : "unknown error";
 }
 
 /// True where the storage answered that this user gets no such object: by GDAL's number for the answer, or by
@@ -81,7 +81,8 @@ FileState LookAnew(const std::string& name, std::string& fault) {
         VSIFOpenExL(name.c_str(), "rb", TRUE); // a stat would go on to list a folder of that name
     CPLPopErrorHandler();
     const int number = VSIGetLastErrorNo();
-    if (fault.empty() && number == VSIE_HttpError) fault = VSIGetLastErrorMsg(); // an answer without text
+    const char* last = VSIGetLastErrorMsg(); // the final answer, without those before it
+    if (number == VSIE_HttpError && *last) fault = last;
     if (file || IsRefusal(number, fault)) fault.clear();
     if (file) VSIFCloseL(file);
     const GdalErrors silence;

@@ -42,8 +42,8 @@ http {
 
 
 class Storage(http.server.BaseHTTPRequestHandler):
-    """Buckets of objects: of 'denied' nobody gets anything, 'unsure' does not tell what it has."""
-    protocol_version, objects = "HTTP/1.1", {}
+    """Buckets of objects: of 'denied' nobody gets anything, 'unsure' does not tell what it has. All are busy when first asked."""
+    protocol_version, objects, asked = "HTTP/1.1", {}, set()
 
     def answer(self, code, body=b""):
         self.send_response(code)
@@ -54,8 +54,9 @@ class Storage(http.server.BaseHTTPRequestHandler):
     def do_GET(self):
         if self.path.startswith("/denied"):
             return self.answer(403, b"<Error><Code>AccessDenied</Code><Message>no</Message></Error>")
-        body = self.objects.get(self.path)
-        self.answer(503 if self.path.startswith("/unsure") else 404 if body is None else 200, body or b"")
+        body, is_busy = self.objects.get(self.path), self.path not in self.asked
+        self.asked.add(self.path)
+        self.answer(503 if is_busy or self.path.startswith("/unsure") else 404 if body is None else 200, body or b"")
 
     def do_PUT(self):
         body = self.rfile.read(int(self.headers["Content-Length"]))
@@ -158,7 +159,7 @@ class NetworkFile(unittest.TestCase):
         self.addCleanup(server.server_close)
         self.addCleanup(server.shutdown)
         storage = {"AWS_S3_ENDPOINT": f"127.0.0.1:{server.server_port}", "AWS_HTTPS": "NO", "AWS_VIRTUAL_HOSTING": "FALSE",
-                   "AWS_ACCESS_KEY_ID": "k", "AWS_SECRET_ACCESS_KEY": "s", "CPL_TMPDIR": "spare", "GDAL_HTTP_MAX_RETRY": "0"}
+                   "AWS_ACCESS_KEY_ID": "k", "AWS_SECRET_ACCESS_KEY": "s", "CPL_TMPDIR": "spare", "GDAL_HTTP_MAX_RETRY": "1", "GDAL_HTTP_RETRY_DELAY": "0.01"}
         for name, method in [("x.tif", "injection"), ("kova.tif", "kova")]:
             self.assertEqual(self.sharpen(*pair, "--method", method, output=name).returncode, 0)
         for output, options, words in [
