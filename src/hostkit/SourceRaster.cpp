@@ -13,11 +13,11 @@ SourceRaster::SourceRaster(ImageSource& source) : RasterBase("Host.SourceRaster"
 
 bool SourceRaster::OpenWindow(const PixelRect& wanted) {
     if (loaded.Contains(wanted)) return true;
-    loaded = window = {}; // the buffer belongs to no window until it is filled
+    status.Reset(0, {}, {}, {}); // it stays empty where memory runs out
+    loaded = window = {};        // the buffer belongs to no window until it is filled
     const std::size_t rowBytes = wanted.GetColumns() * PixelBytes(info);
     const std::size_t bytes = rowBytes * wanted.GetRows();
     if (buffer.size() < bytes) buffer.resize(bytes);
-    status.Reset(0, {}, {}, {});
     if (!image.Read(wanted, buffer.data(), status) || !FindGaps(wanted)) return false;
     loaded = wanted;
     return true;

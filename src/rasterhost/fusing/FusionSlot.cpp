@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 namespace rasterhost {
 
@@ -48,8 +49,8 @@ namespace {
 bool ReadRect(const hostkit::ImageSource& image, hostkit::SourceRaster& raster, const PixelRect& rect,
               Status& status) {
     if (raster.SetWindow(rect.col0, rect.row0, rect.col1, rect.row1) != 0) return true;
-    Fail(status, HostStatus::InputNotRead, "%s cannot be read; is the file complete?",
-         image.GetName().c_str());
+    if (raster.GetStatus().GetCount() == 0) throw std::bad_alloc(); // caught where the plug-in may call
+    Fail(status, HostStatus::InputNotRead, "%s cannot be read", image.GetName().c_str());
     status.Append(raster.GetStatus());
     return false;
 }

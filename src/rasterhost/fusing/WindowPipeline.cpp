@@ -1,12 +1,13 @@
 #include "rasterhost/fusing/WindowPipeline.h"
 
+#include "rasterhost/requests/Operation.h"
+
 #include <oneapi/tbb/global_control.h>
 #include <oneapi/tbb/parallel_pipeline.h>
 #include <oneapi/tbb/task_arena.h>
 
 #include <algorithm>
 #include <atomic>
-#include <exception>
 #include <mutex>
 
 namespace rasterhost {
@@ -28,12 +29,7 @@ struct Job {
 /// Runs a stage of a window unless one before failed; what it throws becomes a failure of the window.
 template <class Stage>
 void Attempt(Job& job, Stage stage) {
-    if (!job.isGood) return;
-    try {
-        job.isGood = stage();
-    } catch (const std::exception& error) {
-        job.isGood = Fail(job.reasons, HostStatus::Unexpected, std::string("unexpected: ") + error.what());
-    }
+    if (job.isGood) job.isGood = Guard(stage, job.reasons);
 }
 
 class PipelineRun {
