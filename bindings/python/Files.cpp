@@ -210,9 +210,10 @@ std::vector<BatchEntry> BatchScenes(const Files& names, Options options) {
     return entries;
 }
 
-/// The line of a scene that was made, skipped or failed. `done` is the line of an earlier run, or empty.
+/// The line of a scene that was made, skipped or failed. `done` is the line of an earlier run, or empty;
+/// `isOwn` tells that what has the name of the output already was made by this batch.
 std::string RunBatchScene(const BatchEntry& entry, const std::string& folder, double timeLimit,
-                          const std::string& done, const py::object& progress) {
+                          const std::string& done, bool isOwn, const py::object& progress) {
     const auto& [list, line, files, output, options, fault] = entry;
     const cli::BatchScene scene{list, line, files, output, options, fault};
     const auto earlier = done.empty() ? std::nullopt : std::optional(cli::Json::parse(done));
@@ -223,7 +224,7 @@ std::string RunBatchScene(const BatchEntry& entry, const std::string& folder, do
         .Run(
             [&](const cli::Arguments& watched) {
                 Status status;
-                const cli::BatchRun how{folder, timeLimit, false, watched.progress, {}, false};
+                const cli::BatchRun how{folder, timeLimit, false, watched.progress, {}, isOwn};
                 if (const auto made = cli::RunBatchScene(scene, how, earlier, status))
                     result = cli::BatchResults::Print(*made);
             },
@@ -248,16 +249,29 @@ public:
         const auto line = results ? results->FindDone(output) : std::nullopt;
         return line ? cli::BatchResults::Print(*line) : std::string();
     }
+    [[nodiscard]] bool WasBegun(const std::string& output) const {
+        return results && results->WasBegun(output);
+    }
     void Add(const std::string& line) {
-        try {
-            if (results) results->Add(cli::Json::parse(line));
-        } catch (const std::runtime_error& error) {
-            python::Raise(PyExc_OSError, error.what());
-        }
+        Write([&] { results->Add(cli::Json::parse(line)); });
+    }
+    void Begin(const std::string& output) {
+        Write([&] { results->Begin(output); });
+    }
+    void End(const std::string& output) {
+        Write([&] { results->End(output); });
     }
     void Close() { results.reset(); }
 
 private:
+    void Write(const std::function<void()>& write) {
+        try {
+            if (results) write();
+        } catch (const std::runtime_error& error) {
+            python::Raise(PyExc_OSError, error.what());
+        }
+    }
+
     std::optional<cli::BatchResults> results;
 };
 
@@ -347,7 +361,10 @@ PYBIND11_MODULE(_files, module) {
     py::class_<Results>(module, "Results")
         .def(py::init<const std::string&>())
         .def("find_done", &Results::FindDone)
+        .def("was_begun", &Results::WasBegun)
         .def("add", &Results::Add)
+        .def("begin", &Results::Begin)
+        .def("end", &Results::End)
         .def("close", &Results::Close);
     py::class_<Dataset>(module, "Dataset")
         .def_static("open", &Dataset::Open)

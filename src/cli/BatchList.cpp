@@ -100,7 +100,8 @@ void ReadFiles(const RecordPart& object, BatchScene& scene) {
 std::string CheckOutput(const std::string& name) {
     const std::filesystem::path path = std::filesystem::path(name).lexically_normal();
     if (name.empty() || name.ends_with('/') || path.is_absolute() || *path.begin() == ".." || path == "." ||
-        path == batchResultsName || path == std::string(batchResultsName) + batchBegunEnding)
+        path == batchResultsName || path == std::string(batchResultsName) + batchBegunEnding ||
+        path == std::string(batchResultsName) + batchBegunEnding + batchNewEnding)
         throw RecordFault{"the output '" + name + "' is not the name of a file in the folder of --out"};
     return path.string();
 }

@@ -34,8 +34,9 @@ struct BatchScene {
 
 /// The name of the results in the folder of a batch, which no scene takes.
 inline constexpr const char* batchResultsName = "batch.jsonl";
-/// Behind it: the name of the note which output is being made, likewise.
-inline constexpr const char* batchBegunEnding = ".begun";
+/// Behind it: the name of the note which outputs are being made, and behind that the name under which the
+/// note is written; likewise.
+inline constexpr const char *batchBegunEnding = ".begun", *batchNewEnding = ".new";
 
 /// Reads a line, without its end. False at the end of the stream. A line of more than 1 MiB is cut there, and
 /// `isTooLong` is set.

@@ -75,11 +75,15 @@ void BatchResults::End(const std::string& output) {
 }
 
 void BatchResults::WriteBegun() const {
-    const std::string file = name + batchBegunEnding;
-    std::error_code isAbsent;
-    if (begun.empty()) return static_cast<void>(std::filesystem::remove(file, isAbsent));
-    std::ofstream note(file, std::ios::binary);
-    if (!(note << Print(Json(begun)) + "\n").flush())
+    const std::string file = name + batchBegunEnding, beside = file + batchNewEnding;
+    std::error_code fault;
+    if (begun.empty()) return static_cast<void>(std::filesystem::remove(file, fault));
+    std::ofstream note(beside, std::ios::binary);
+    const bool isWritten = static_cast<bool>((note << Print(Json(begun)) + "\n").flush());
+    note.close();
+    if (isWritten)
+        std::filesystem::rename(beside, file, fault); // a kill leaves the old notes or the new ones
+    if (!isWritten || fault)
         throw std::runtime_error("'" + file +
                                  "' cannot be written; may this user write there, and is there room?");
 }

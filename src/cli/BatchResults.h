@@ -26,7 +26,8 @@ public:
 
     /// True for an output that a killed run had begun: it may be there, though no line says so.
     [[nodiscard]] bool WasBegun(const std::string& output) const { return begun.contains(output); }
-    /// Notes beside the results that an output is being made. Throws std::runtime_error.
+    /// Notes beside the results that an output is being made: what a kill before its line leaves belongs to
+    /// this batch. Not to be called where a file of others has the name. Throws std::runtime_error.
     void Begin(const std::string& output);
     /// Takes the note away: the output has a line, or was not made.
     void End(const std::string& output);

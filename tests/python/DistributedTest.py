@@ -13,6 +13,7 @@ import socket
 import subprocess
 import sys
 import threading
+import unittest.mock
 import urllib.parse
 
 import pansharp
@@ -22,7 +23,7 @@ from scenes import write_pair
 distributed = pytest.importorskip("distributed")
 gdal = pytest.importorskip("osgeo.gdal")
 import pansharp.distributed as many  # noqa: E402
-from pansharp.distributed import _connection, _mosaic, _parts, _run  # noqa: E402
+from pansharp.distributed import _batch, _connection, _mosaic, _parts, _run  # noqa: E402
 
 gdal.UseExceptions()
 ROWS, COLUMNS, COUNT = 520, 776, 12  # parts of 256 x 256 pixels
@@ -291,6 +292,10 @@ def test_a_batch_makes_what_the_command_makes_and_each_skips_what_the_other_has_
     (tmp_path / "two.jsonl").write_text("\n".join(map(json.dumps, (entries[3], entries[0], turned))))
     made, again = ([line["status"] for line in many.batch(client, ["two.jsonl"], "shared", share=True).results] for _ in range(2))
     assert made == ["failed", "done", "done"] and again == ["failed", "skipped", "skipped"]
+    for folder, above in ("task", None), ("part", 0.1):  # stopped between an output and its line
+        with unittest.mock.patch.object(_batch._Book, "add", side_effect=KeyboardInterrupt), pytest.raises(KeyboardInterrupt):
+            many.batch(client, "list.jsonl", folder, parts_above=above)
+        assert [line["status"] for line in many.batch(client, "list.jsonl", folder, parts_above=above).results[:2]] == ["done", "done"]
     first, other = (json.loads(line)["report"] for line in open("shared/batch.jsonl") if '"done"' in line)
     assert first["gains"] == other["gains"] and len(set(map(tuple, first["gains"]))) > 1
     assert (tmp_path / "tasks/summary.csv").read_text().count("\n") == 5

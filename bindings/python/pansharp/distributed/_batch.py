@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import csv
+import functools
 import io
 import json
 import os
@@ -46,14 +47,14 @@ class BatchOutcome:
         return self.count("failed") == 0
 
 
-def make_scene(entry: Entry, here: str, folder: str, time_limit: float, done: str, version: str) -> dict[str, Any]:
+def make_scene(entry: Entry, here: str, folder: str, time_limit: float, done: str, is_own: bool, version: str) -> dict[str, Any]:
     """The work of a scene on a worker, in the folder `here` that names are relative to. What goes wrong is told, not raised."""
     try:
         if version != pansharp.__version__:
             raise pansharp.Error(f"this worker has pansharp {pansharp.__version__}, and the job is one of {version}; install that here")
         os.chdir(here)
         os.environ.setdefault("PANSHARP_PLUGIN", _arrays.plugin_path())
-        line = json.loads(_options.engine().batch_scene(entry, folder, time_limit, done, None))
+        line = json.loads(_options.engine().batch_scene(entry, folder, time_limit, done, is_own, None))
     except Exception as caught:  # a worker goes on with the next scene
         line = _line(entry, f"{type(caught).__name__}: {caught}", version)
     failed = line["status"] == "failed"
@@ -81,15 +82,28 @@ class _Book:
 
     def __init__(self, folder: str, entries: Sequence[Entry], tell: _scene.Tell) -> None:
         self.lines: dict[int, dict[str, Any]] = {}
-        self._count, self._tell = len(entries), tell
+        self._folder, self._count, self._tell = folder, len(entries), tell
         self._results = _options.engine().Results(os.path.join(folder, _RESULTS))
         self.find_done: Callable[[str], str] = self._results.find_done
+        self._begun_before = {entry[3] for entry in entries if self._results.was_begun(entry[3])}
+
+    def is_own(self, output: str) -> bool:
+        """Whether a killed run has begun the output, so that what is there is not a file of others."""
+        return output in self._begun_before
+
+    def begin(self, output: str) -> None:
+        """Notes that it is made, unless something has that name: a line says whose that is, or it is one of others."""
+        if not os.path.lexists(os.path.join(self._folder, output)):
+            self._results.begin(output)
 
     def add(self, number: int, line: dict[str, Any]) -> None:
         result: dict[str, Any] = {"scene": number + 1, "of": self._count, **line}
         self.lines[number] = result
         if result["status"] != "skipped":
             self._results.add(json.dumps(result))
+        output = result["output"] or ""
+        if result["status"] != "failed" or not self.is_own(output):
+            self._results.end(output)
         facts: dict[str, Any] = {"name": result["output"], "pixels": result["megapixels"] * 1e6, "seconds": result["seconds"], "result": result}
         if result["status"] == "failed":
             facts["text"] = "; ".join(error["message"] for error in result["errors"])
@@ -175,7 +189,8 @@ class _Work:
             assert isinstance(task.key, int)
             self.book.add(task.key, result.get("line") or _line(entries[task.key], result["error"]["text"], version))
         _run.Runner(self.connection, self.limits).run(
-            [_run.Task(number, make_scene, (entry, os.getcwd(), self.folder, self.time_limit, self.book.find_done(entry[3]), version))
+            [_run.Task(number, make_scene, (entry, os.getcwd(), self.folder, self.time_limit, self.book.find_done(entry[3]), self.book.is_own(entry[3]), version),
+                       functools.partial(self.book.begin, entry[3]))
              for number, entry in scenes],
             ended, lambda task, text: self.tell("retried", name=task.arguments[0][3], text=text, attempt=task.attempts),
             lambda text: self.tell("waiting", text=text))
@@ -201,11 +216,12 @@ class _Work:
         if not began:
             return tried
         file, own = os.path.join(self.folder, output), os.path.abspath(os.path.join(self.folder, f"{output}.parts"))
-        overwrite = "--overwrite" in options or bool(done)
+        overwrite = "--overwrite" in options or bool(done) or self.book.is_own(output)
         os.makedirs(own, exist_ok=True)
         _mosaic.check_single(file, overwrite, map(_store.file_of, files))
         described = os.path.join(own, _place.SCENE)
         _place.begin(own, described, files, overwrite)
+        self.book.begin(output)
         kept = {key: value for key, value in options.items() if key not in ("--co", "--of")}
         result = self._engine((list_, line, files, described, {**kept, "--overwrite": []}, fault), self.time_limit, "", None)
         if result["status"] == "done":
@@ -216,7 +232,10 @@ class _Work:
             if made.failed:
                 result = {**_line(entry, _of_parts(made.failed), pansharp.__version__), "warnings": result["warnings"]}
             else:
-                _place.remove(own)
+                try:
+                    _place.remove(own)
+                except OSError as error:  # the scene is made all the same
+                    self.tell("warning", text=f"the parts of '{output}' cannot be removed; remove the folder '{own}': {error}")
         return {**result, "output": output, "fingerprint": tried["fingerprint"]}
 
     def _telling_parts(self, output: str) -> _scene.Tell:
@@ -238,7 +257,7 @@ class _Work:
 
     def _engine(self, entry: Entry, time_limit: float, done: str, progress: Callable[[float, float], object] | None) -> dict[str, Any]:
         with _own_plugin():
-            line: dict[str, Any] = json.loads(_options.engine().batch_scene(entry, self.folder, time_limit, done, progress))
+            line: dict[str, Any] = json.loads(_options.engine().batch_scene(entry, self.folder, time_limit, done, self.book.is_own(entry[3]), progress))
         return line
 
 

@@ -30,7 +30,7 @@ class Unreached(OSError):
 
 
 def start(workers: int | None = None) -> distributed.LocalCluster:
-    """A scheduler and workers on this machine, one a processor or so many, as they suit long tasks that are not Python's.
+    """A scheduler and workers on this machine, one for each processor or `workers` of them, set up for long tasks that are not Python's.
 
     Each worker has one task at a time, so that one that ends takes nothing else with it. Another one is there at once, because it comes
     of a process that has loaded what it needs. Dask's profiler and its setting for malloc, which gives pages back after each part and
@@ -45,7 +45,7 @@ def start(workers: int | None = None) -> distributed.LocalCluster:
 
 
 def connect(address: str, patience: float, security: Any = None, check: Callable[[], None] = lambda: None) -> distributed.Client:
-    """A client of the scheduler at an address, which is waited for so many seconds. Raises Unreached.
+    """A client of the scheduler at an address, which is waited for `patience` seconds. Raises Unreached.
 
     check: called now and then; what it raises ends the waiting.
     """

@@ -36,6 +36,8 @@ class Task:
     key: Hashable
     call: Callable[..., dict[str, Any]]
     arguments: tuple[Any, ...]
+    begin: Callable[[], object] = lambda: None
+    """Called before it is handed out, here, each time."""
     attempts: int = 0
     refused_by: set[str] = field(default_factory=set)
     """Workers that could not write it."""
@@ -232,6 +234,7 @@ class Runner:
     def _submit(self, task: Task, running: dict[Hashable, distributed.Future], ended: queue.Queue[Any]) -> None:
         task.allowed = set(self._connection.workers()) - task.refused_by if task.refused_by else set()
 
+        task.begin()
         seconds = {"seconds": self._deadline.left()} if self._deadline.seconds else {}
 
         def submit(client: distributed.Client) -> distributed.Future:

@@ -206,7 +206,7 @@ def _make(client: Connection | Clients, scene: str, folder: str, missing: list[P
             return
         masks[part] = result["mask"]
         outcome.made += 1
-        warned.update(result["warnings"])
+        warned.update(set(result["warnings"]))
         facts = {key: result[key] for key in ("worker", "start", "seconds", "processor_seconds")}
         outcome.tasks.append({"name": part.name, **facts})
         tell("made", name=part.name, window=list(part.window), pixels=part.pixels, **facts)
@@ -223,8 +223,8 @@ def _make(client: Connection | Clients, scene: str, folder: str, missing: list[P
         if connection is not client:
             connection.close()
     for text, times in warned.items():  # what one part alone warns of, as that it has no data, is not to be said of the scene
-        if times == outcome.count:
-            tell("warning", text=text)
+        if times == outcome.made:
+            tell("warning", text=text if times == outcome.count else f"{times} of {outcome.count} parts, all that were made now: {text}")
 
 
 def _remove_others(folder: str, parts: list[Part]) -> None:
