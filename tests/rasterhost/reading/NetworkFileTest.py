@@ -182,7 +182,7 @@ class NetworkFile(unittest.TestCase):
         self.assertIn("x.tif.ovr', which describes the old one", self.sharpen(*pair, "--overwrite", output="s3://store/a/x.tif", **storage).stderr)
 
     def test_tells_what_failed_and_leaves_nothing(self):
-        self.assertIn("is a folder that the server does not list", self.sharpen(self.server + "/good/", output="x.tif").stderr)
+        self.assertIn("server cannot be reached or does not list its folders", self.sharpen(self.server + "/good/", output="x.tif").stderr)
         before = sorted(os.listdir())
         for place, words in [("/errors/", "the server or the connection failed"), ("/drops/", "failed"), ("/none/", "cannot be opened")]:
             names = [self.server + place + name for name in ("x_pan.tif", "x_rgb.tif")]
