@@ -220,8 +220,8 @@ std::uint64_t CogWriter::CountBytes(const OutputPlan& plan) {
     for (std::size_t i = 0; i < levels.size(); ++i)
         bytes += std::uint64_t{levels[i].columns} * RowsToHold(levels, i, plan.layout.tileRows) *
                  (plan.GetPixelBytes() + 1);
-    const std::uint64_t tileRow =
-        (levels[1].columns + plan.layout.tileColumns) * plan.layout.tileRows * plan.GetPixelBytes();
+    const std::uint64_t tileRow = std::uint64_t{levels[1].columns + plan.layout.tileColumns} *
+                                  plan.layout.tileRows * plan.GetPixelBytes();
     return bytes + tileRow * (plan.isCompressed ? 2 : 1) + CountReducing(plan.columns, plan.threads);
 }
 
