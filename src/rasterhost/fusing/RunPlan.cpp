@@ -5,6 +5,8 @@
 #include "hostkit/AxisPlacement.h"
 #include "hostkit/PanLowPass.h"
 #include "rasterhost/fusing/ProcessSettings.h"
+#include "rasterhost/reading/FetchedBytes.h"
+#include "rasterhost/reading/NetworkFile.h"
 #include "rasterhost/requests/HostProcess.h"
 #include "rasterhost/writing/CogWriter.h"
 
@@ -166,9 +168,14 @@ std::int64_t CacheBytes(const Scene& scene, const OutputPlan& output, const RunS
 std::uint64_t EstimateMemory(const Scene& scene, const OutputPlan& output, const RunSizes& sizes) {
     // The program with its libraries, and the survey that is fitted to, as measured.
     constexpr std::uint64_t program = std::uint64_t{58} << 20, survey = std::uint64_t{24} << 20;
-    std::uint64_t inputs = ImageBytes(*scene.pan);
+    std::uint64_t inputs = 0, onServers = 0;
+    const auto add = [&](const InputImage& image) {
+        inputs += ImageBytes(image);
+        if (std::ranges::any_of(image.GetDescription()->files, &IsOnNetwork)) onServers += ImageBytes(image);
+    };
+    add(*scene.pan);
     for (const PlacedImage& coarse : scene.images)
-        inputs += ImageBytes(*coarse.image);
+        add(*coarse.image);
     const std::uint64_t cache =
         std::min(static_cast<std::uint64_t>(CacheBytes(scene, output, sizes)), inputs);
     const std::uint32_t rows = ChooseWindowRows(scene, output, sizes);
@@ -178,7 +185,8 @@ std::uint64_t EstimateMemory(const Scene& scene, const OutputPlan& output, const
         cache + (output.writesCog ? CogWriter::CountBytes(output) : 0) +
         (FineRowBytes(scene, output) * rows + BesideBytes(scene, output, sizes, rows)) *
             static_cast<unsigned>(CountSlots(threads, output));
-    return program + (sizes.fits ? survey : 0) + (sizes.isKeptInMemory ? KeptBytes(output) : 0) +
+    const std::uint64_t fetched = std::min(onServers, FetchedBytes::Get().GetBound());
+    return program + fetched + (sizes.fits ? survey : 0) + (sizes.isKeptInMemory ? KeptBytes(output) : 0) +
            std::max(fusing, sizes.hasPreview ? cache + PreviewBytes(scene) : 0);
 }
 

@@ -11,8 +11,7 @@
 #include <cstring>
 #include <exception>
 #include <future>
-#include <semaphore>
-#include <system_error>
+#include <utility>
 
 namespace rasterhost {
 
@@ -36,166 +35,206 @@ FetchedBytes::FetchedBytes()
           grain) {}
 
 FetchedBytes& FetchedBytes::Get() {
-    static FetchedBytes all;
+    static FetchedBytes& all = *new FetchedBytes;
     return all;
 }
 
-FetchedBytes::Part* FetchedBytes::Find(const Place& place) {
-    const auto file = files.find(place.first);
-    if (file == files.end()) return nullptr;
-    const auto part = file->second.parts.find(place.second);
-    return part == file->second.parts.end() ? nullptr : &part->second;
+FetchedBytes::Piece::~Piece() {
+    if (part) Get().Release(*this);
 }
 
-std::vector<FetchedBytes::Piece> FetchedBytes::Claim(const std::string& file, ByteRange range,
-                                                     std::uint64_t mostNew) {
+std::uint64_t FetchedBytes::Piece::CountBytes() const { return part->end - first; }
+
+std::vector<FetchedBytes::Piece> FetchedBytes::Claim(const std::string& name, ByteRange range,
+                                                     bool isReadAgain, std::uint64_t mostMissing) {
+    std::vector<Piece> pieces; // gives back what it has after the lock
     const std::lock_guard lock(mutex);
-    std::vector<Piece> pieces;
-    const auto found = files.find(file);
+    const auto found = files.find(name);
     if (found == files.end()) return pieces;
-    auto& parts = found->second.parts;
-    range = {range.first / grain * grain, (range.second + grain - 1) / grain * grain};
+    File& file = *found->second;
+    range = {range.first / grain * grain, std::min((range.second + grain - 1) / grain * grain, file.size)};
     while (range.first < range.second) {
-        auto next = parts.upper_bound(range.first);
-        const bool isThere = next != parts.begin() && std::prev(next)->second.end > range.first;
+        auto next = file.parts.upper_bound(range.first);
+        const bool isThere = next != file.parts.begin() && std::prev(next)->second->end > range.first;
+        if (!isThere && (mostMissing == 0 || held >= bound)) break;
+        Piece& piece = pieces.emplace_back(); // filled in when nothing fails any more
         if (isThere)
             --next;
-        else if (mostNew == 0)
-            break;
         else {
-            const std::uint64_t end = std::min(
-                {next == parts.end() ? range.second : next->first, range.second, range.first + pieceBytes});
-            mostNew -= std::min(mostNew, end - range.first);
-            next = parts.emplace_hint(next, range.first, Part{});
-            next->second.end = end;
+            auto part = std::make_shared<Part>();
+            part->end = std::min({next == file.parts.end() ? range.second : next->first, range.second,
+                                  range.first + pieceBytes});
+            next = file.parts.emplace_hint(next, range.first, std::move(part));
+            kept += next->second->end - range.first;
+            mostMissing -= std::min(mostMissing, next->second->end - range.first);
         }
-        auto& [first, part] = *next;
-        const Place place{file, first};
-        if (part.holds++ == 0 && part.bytes) free.erase({part.stamp, place});
-        pieces.push_back({place, part.end, !isThere});
-        range.first = part.end;
+        piece.file = found->second;
+        piece.part = next->second;
+        piece.first = next->first;
+        piece.isMissing = !isThere;
+        piece.isReadAgain = isReadAgain;
+        Hold(*piece.part, file, piece.first);
+        range.first = piece.part->end;
     }
+    MakeRoom();
     return pieces;
 }
 
-/// Fewer bytes than were claimed are the last of the file.
-void FetchedBytes::Put(const Place& place, std::shared_ptr<char[]> bytes, std::uint64_t count) {
-    {
-        const std::lock_guard lock(mutex);
-        if (Part* part = Find(place); part && !part->bytes) {
-            part->end = std::min(part->end, place.second + count);
-            part->bytes = std::move(bytes);
-            part->stamp = ++clock;
-            if (part->holds == 0) free.emplace(part->stamp, place);
-            kept += part->end - place.second;
-            MakeRoom();
-        }
-    }
-    hasCome.notify_all();
+void FetchedBytes::Hold(Part& part, File& file, std::uint64_t first) {
+    if (part.holds++ > 0) return;
+    held += part.end - first;
+    free.erase({part.stamp, &file, first});
 }
 
-void FetchedBytes::Forget(const Place& place) {
-    {
-        const std::lock_guard lock(mutex);
-        if (Find(place)) files[place.first].parts.erase(place.second);
-    }
-    hasCome.notify_all();
+/// False when its file was closed or it could not be had.
+bool FetchedBytes::IsListed(const Piece& piece) {
+    const auto part = piece.file->parts.find(piece.first);
+    return part != piece.file->parts.end() && part->second == piece.part;
 }
 
-void FetchedBytes::Release(const Place& place, bool isReadAgain) {
+/// For a piece that is listed and held.
+void FetchedBytes::Forget(const Piece& piece) {
+    kept -= piece.CountBytes();
+    held -= piece.CountBytes();
+    piece.file->parts.erase(piece.first);
+}
+
+void FetchedBytes::Release(const Piece& piece) noexcept {
     const std::lock_guard lock(mutex);
-    Part* part = Find(place);
-    if (!part || part->holds == 0 || --part->holds > 0 || !part->bytes) return;
-    part->stamp = isReadAgain ? ++clock : 0;
-    free.emplace(part->stamp, place);
+    if (!IsListed(piece)) return;
+    if (piece.isMissing) {
+        Forget(piece);
+        hasCome.notify_all();
+        return;
+    }
+    Part& part = *piece.part;
+    if (part.holds > 1) {
+        --part.holds;
+        return;
+    }
+    part.stamp = piece.isReadAgain ? ++clock : 0;
+    try {
+        free.emplace(part.stamp, piece.file.get(), piece.first);
+    } catch (const std::exception&) {
+        Forget(piece); // there is no memory
+        return;
+    }
+    part.holds = 0;
+    held -= piece.CountBytes();
     MakeRoom();
 }
 
 void FetchedBytes::MakeRoom() {
     while (kept > bound && !free.empty()) {
-        const Place place = free.begin()->second;
+        const auto [stamp, file, first] = *free.begin();
         free.erase(free.begin());
-        kept -= Find(place)->end - place.second;
-        files[place.first].parts.erase(place.second);
+        const auto part = file->parts.find(first);
+        kept -= part->second->end - first;
+        file->parts.erase(part);
     }
 }
 
-std::size_t FetchedBytes::Read(const std::string& file, std::uint64_t offset, char* out, std::size_t& size) {
+std::size_t FetchedBytes::Read(const std::string& name, std::uint64_t offset, char* out, std::size_t& size) {
     std::unique_lock lock(mutex);
     while (true) {
-        const auto found = files.find(file);
+        const auto found = files.find(name);
         if (found == files.end()) return 0;
-        const auto& parts = found->second.parts;
+        const auto& parts = found->second->parts;
         auto next = parts.upper_bound(offset);
-        if (next == parts.begin() || std::prev(next)->second.end <= offset) {
+        if (next == parts.begin() || std::prev(next)->second->end <= offset) {
             if (next != parts.end()) size = std::min<std::uint64_t>(size, next->first - offset);
             return 0;
         }
-        const auto& [first, part] = *--next;
-        if (!part.bytes) {
+        --next;
+        const std::shared_ptr<Part> part = next->second;
+        if (!part->bytes) {
             hasCome.wait(lock);
             continue;
         }
-        const std::shared_ptr<char[]> bytes = part.bytes;
-        const std::size_t count = std::min<std::uint64_t>(size, part.end - offset);
-        const std::uint64_t from = offset - first;
+        const std::size_t count = std::min<std::uint64_t>(size, part->end - offset);
+        const std::uint64_t from = offset - next->first;
         lock.unlock();
-        std::memcpy(out, bytes.get() + from, count);
+        std::memcpy(out, part->bytes.get() + from, count);
         return count;
     }
 }
 
-void FetchedBytes::CountReader(const std::string& file) {
+void FetchedBytes::CountReader(const std::string& name) {
     const std::lock_guard lock(mutex);
-    ++files[file].readers;
+    auto found = files.find(name);
+    if (found == files.end()) {
+        auto file = std::make_shared<File>();
+        file->name = name;
+        found = files.emplace(name, std::move(file)).first;
+    }
+    ++found->second->readers;
 }
 
-void FetchedBytes::DropReader(const std::string& file) {
+void FetchedBytes::DropReader(const std::string& name) {
     {
         const std::lock_guard lock(mutex);
-        const auto found = files.find(file);
-        if (--found->second.readers > 0) return;
-        for (const auto& [first, part] : found->second.parts) {
-            free.erase({part.stamp, {file, first}});
-            if (part.bytes) kept -= part.end - first;
+        const auto found = files.find(name);
+        File& file = *found->second;
+        if (--file.readers > 0) return;
+        for (const auto& [first, part] : file.parts) {
+            free.erase({part->stamp, &file, first});
+            kept -= part->end - first;
+            if (part->holds > 0) held -= part->end - first;
         }
+        file.parts.clear(); // whoever holds one of them may keep the file
         files.erase(found);
     }
     hasCome.notify_all();
 }
 
-void FetchedBytes::Fetch(const Piece& piece) {
-    static std::counting_semaphore<> requests(mostRequests);
-    const std::uint64_t first = piece.place.second, size = piece.end - first;
-    std::shared_ptr<char[]> bytes;
+namespace {
+
+using GdalFile = std::unique_ptr<VSILFILE, decltype(&VSIFCloseL)>;
+
+GdalFile OpenToRead(const char* name) { return {VSIFOpenL(name, "rb"), &VSIFCloseL}; }
+
+} // namespace
+
+void FetchedBytes::Fetch(Piece& piece) noexcept {
+    if (!piece.isMissing) return;
+    const std::uint64_t size = piece.CountBytes();
+    std::unique_ptr<char[]> bytes;
     std::size_t count = 0;
     requests.acquire();
     try {
         const GdalErrors silence;
         bytes.reset(new char[size]);
-        const std::unique_ptr<VSILFILE, decltype(&VSIFCloseL)> file(
-            VSIFOpenL(piece.place.first.c_str(), "rb"), &VSIFCloseL);
-        if (file && VSIFSeekL(file.get(), first, SEEK_SET) == 0)
+        const GdalFile file = OpenToRead(piece.file->name.c_str());
+        if (file && VSIFSeekL(file.get(), piece.first, SEEK_SET) == 0)
             count = VSIFReadL(bytes.get(), 1, size, file.get());
         if (count < size && (count == 0 || !VSIFEofL(file.get()))) count = 0;
     } catch (const std::exception&) {
         count = 0; // the reader fetches it, or tells that there is no memory
     }
     requests.release();
-    if (count > 0)
-        Put(piece.place, std::move(bytes), count);
-    else
-        Forget(piece.place);
+    {
+        const std::lock_guard lock(mutex);
+        piece.isMissing = false;
+        if (!IsListed(piece)) return;
+        if (count == 0) {
+            Forget(piece);
+        } else {
+            if (count < size) piece.file->size = piece.first + count; // the last of the file
+            kept -= size - count;
+            held -= size - count;
+            piece.part->end = piece.first + count;
+            piece.part->bytes = std::move(bytes);
+        }
+    }
+    hasCome.notify_all();
 }
 
 namespace {
 
-constexpr const char* ownPrefix = "/vsipansharp/";
-
 /// A file of a server that GDAL reads through what was fetched.
 struct KeptFile {
     std::string name;
-    VSILFILE* file;
+    GdalFile file;
     std::uint64_t position = 0;
     bool isAtEnd = false;
 };
@@ -204,24 +243,25 @@ KeptFile& Kept(void* file) { return *static_cast<KeptFile*>(file); }
 
 void* OpenKept(void*, const char* name, const char* access) {
     if (std::strpbrk(access, "wa+")) return nullptr;
-    VSILFILE* file = VSIFOpenL(name, "rb");
+    GdalFile file = OpenToRead(name);
     if (!file) return nullptr;
+    std::unique_ptr<KeptFile> kept(new KeptFile{name, std::move(file)});
     FetchedBytes::Get().CountReader(name);
-    return new KeptFile{name, file};
+    return kept.release();
 }
 
 int CloseKept(void* file) {
     const std::unique_ptr<KeptFile> closed(&Kept(file));
     FetchedBytes::Get().DropReader(closed->name);
-    return VSIFCloseL(closed->file);
+    return VSIFCloseL(closed->file.release());
 }
 
 int SeekKept(void* file, vsi_l_offset offset, int whence) {
     KeptFile& kept = Kept(file);
     kept.isAtEnd = false;
     if (whence == SEEK_END) {
-        if (VSIFSeekL(kept.file, 0, SEEK_END) != 0) return -1;
-        kept.position = VSIFTellL(kept.file) + offset;
+        if (VSIFSeekL(kept.file.get(), 0, SEEK_END) != 0) return -1;
+        kept.position = VSIFTellL(kept.file.get()) + offset;
     } else {
         kept.position = whence == SEEK_CUR ? kept.position + offset : offset;
     }
@@ -234,8 +274,8 @@ std::size_t ReadAt(KeptFile& kept, char* out, std::size_t size) {
         std::size_t wanted = size - done;
         std::size_t count = FetchedBytes::Get().Read(kept.name, kept.position, out + done, wanted);
         if (count == 0) {
-            if (VSIFSeekL(kept.file, kept.position, SEEK_SET) != 0) break;
-            count = VSIFReadL(out + done, 1, wanted, kept.file);
+            if (VSIFSeekL(kept.file.get(), kept.position, SEEK_SET) != 0) break;
+            count = VSIFReadL(out + done, 1, wanted, kept.file.get());
             kept.isAtEnd = count < wanted;
         }
         kept.position += count;
@@ -260,7 +300,7 @@ bool InstallKept() {
     calls->seek = &SeekKept;
     calls->read = &ReadKept;
     calls->eof = [](void* file) { return Kept(file).isAtEnd ? 1 : 0; };
-    const bool isInstalled = VSIInstallPluginHandler(ownPrefix, calls) == 0;
+    const bool isInstalled = VSIInstallPluginHandler(keptPrefix, calls) == 0;
     VSIFreeFilesystemPluginCallbacksStruct(calls);
     return isInstalled;
 }
@@ -269,43 +309,34 @@ bool InstallKept() {
 
 std::string KeptName(const std::string& name) {
     static const bool isInstalled = InstallKept();
-    return isInstalled ? ownPrefix + name : name;
+    return isInstalled ? keptPrefix + name : name;
 }
 
 std::string NameWithoutKept(const std::string& name) {
-    const std::size_t length = std::strlen(ownPrefix);
-    return name.compare(0, length, ownPrefix) == 0 ? name.substr(length) : name;
+    const std::size_t length = std::strlen(keptPrefix);
+    return name.compare(0, length, keptPrefix) == 0 ? name.substr(length) : name;
 }
 
 BytesAtHand::BytesAtHand(const std::vector<std::pair<std::string, ByteRange>>& ranges) {
     FetchedBytes& all = FetchedBytes::Get();
-    std::uint64_t room = all.GetBound();
-    std::vector<FetchedBytes::Piece> missing;
     for (const auto& [file, range] : ranges)
-        for (const FetchedBytes::Piece& piece : all.Claim(file, range, room)) {
-            pieces.push_back(piece);
-            if (!piece.isNew) continue;
-            missing.push_back(piece);
-            room -= std::min(room, piece.end - piece.place.second);
-        }
+        for (FetchedBytes::Piece& piece : all.Claim(file, range, true))
+            pieces.push_back(std::move(piece));
+    const auto missing =
+        static_cast<std::size_t>(std::ranges::count_if(pieces, &FetchedBytes::Piece::IsMissing));
     std::atomic<std::size_t> next = 0;
     const auto work = [&] {
-        for (std::size_t i = next++; i < missing.size(); i = next++)
-            all.Fetch(missing[i]);
+        for (std::size_t i = next++; i < pieces.size(); i = next++)
+            all.Fetch(pieces[i]);
     };
     std::vector<std::future<void>> threads;
     try {
-        while (threads.size() + 1 < std::min<std::size_t>(missing.size(), FetchedBytes::mostRequests))
+        while (threads.size() + 1 < std::min<std::size_t>(missing, FetchedBytes::mostRequests))
             threads.push_back(std::async(std::launch::async, work));
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
         // fewer threads do it, too
     }
     work();
-}
-
-BytesAtHand::~BytesAtHand() {
-    for (const FetchedBytes::Piece& piece : pieces)
-        FetchedBytes::Get().Release(piece.place, true);
 }
 
 } // namespace rasterhost

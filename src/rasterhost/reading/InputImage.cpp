@@ -1,5 +1,6 @@
 #include "rasterhost/reading/InputImage.h"
 
+#include "fundament/Text.h"
 #include "hostkit/Coarsening.h"
 #include "hostkit/RequestRecord.h"
 #include "rasterhost/reading/DescribeFiles.h"
@@ -19,6 +20,7 @@ namespace rasterhost {
 using imagery::ZeroCollar;
 
 using hostkit::PixelRect;
+using KOVA::Tessara::Fundament::ToLower;
 
 InputImage::~InputImage() = default;
 
@@ -203,7 +205,7 @@ namespace {
 
 /// True for a mask or an overview in a file of its own.
 bool LiesApart(GDALRasterBand& band) {
-    const std::string file = band.GetDataset() ? band.GetDataset()->GetDescription() : "";
+    const std::string file = ToLower(band.GetDataset() ? band.GetDataset()->GetDescription() : "");
     return file.ends_with(".msk") || file.ends_with(".ovr");
 }
 

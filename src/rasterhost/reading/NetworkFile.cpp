@@ -13,11 +13,12 @@
 #include <array>
 #include <atomic>
 #include <cstdlib>
+#include <cstring>
+#include <exception>
 #include <functional>
 #include <future>
 #include <memory>
 #include <set>
-#include <system_error>
 
 namespace rasterhost {
 
@@ -89,15 +90,31 @@ FileState LookAnew(const std::string& name, std::string& fault) {
     return LookAt(name);
 }
 
+namespace {
+
+bool IsNameOfTiff(const std::string& name) {
+    const std::string small = ToLower(name);
+    return small.ends_with(".tif") || small.ends_with(".tiff");
+}
+
+/// An address without what follows the path, such as a signature.
+std::string WithoutQuery(const std::string& name) {
+    constexpr const char* withOptions = "/vsicurl?"; // its own, and the address last
+    const std::size_t from = StartsWith(name, withOptions, false) ? std::strlen(withOptions) : 0;
+    return name.substr(0, name.find_first_of("?#", from));
+}
+
+} // namespace
+
 GDALDataset* OpenRaster(const std::string& name, bool reportsErrors, ThroughKept way) {
     const unsigned flags = GDAL_OF_RASTER | GDAL_OF_READONLY | (reportsErrors ? GDAL_OF_VERBOSE_ERROR : 0);
-    const std::string small = ToLower(name);
-    const bool isTiff = small.ends_with(".tif") || small.ends_with(".tiff");
+    const bool isOnNetwork = IsOnNetwork(name);
     CPLStringList beside; // one that names the file alone leaves nothing to ask for
-    const bool isTiffOnNetwork = IsOnNetwork(name) && isTiff;
-    if (isTiffOnNetwork && !LookAt(name + ".msk").exists && !LookAt(name + ".aux.xml").exists)
+    if (isOnNetwork && IsNameOfTiff(name) && !LookAt(name + ".msk").exists &&
+        !LookAt(name + ".aux.xml").exists)
         beside.AddString(name.substr(name.rfind('/') + 1).c_str());
-    const bool isKept = isTiffOnNetwork && way == ThroughKept::Yes && LookAt(name).exists;
+    const bool isKept =
+        isOnNetwork && way == ThroughKept::Yes && IsNameOfTiff(WithoutQuery(name)) && LookAt(name).exists;
     const std::string opened = isKept ? KeptName(name) : name;
     GDALDatasetUniquePtr dataset(GDALDataset::Open(opened.c_str(), flags, nullptr, nullptr, beside.List()));
     std::array<double, 6> transform{};
@@ -138,7 +155,7 @@ void TouchFiles(const std::vector<std::string>& names) {
     try {
         while (threads.size() < std::min<std::size_t>(requests.size(), FetchedBytes::mostRequests))
             threads.push_back(std::async(std::launch::async, work));
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
         // opening asks by itself
     }
 }

@@ -3,7 +3,7 @@
 #include "rasterhost/reading/InputImage.h"
 
 #include <algorithm>
-#include <system_error>
+#include <exception>
 
 namespace rasterhost {
 
@@ -11,16 +11,10 @@ ReadAhead::~ReadAhead() {
     {
         const std::lock_guard lock(mutex);
         isOver = true;
-        for (const auto& [piece, step] : queue)
-            bytes.Forget(piece.place);
-        queue.clear();
     }
     isWanted.notify_all();
     for (std::thread& thread : threads)
         thread.join();
-    for (const auto& [number, step] : steps)
-        for (const FetchedBytes::Piece& piece : step.pieces)
-            bytes.Release(piece.place, isReadAgain);
 }
 
 void ReadAhead::Ask(const hostkit::ImageSource& image, const hostkit::PixelRect& rect, std::uint64_t step) {
@@ -28,14 +22,14 @@ void ReadAhead::Ask(const hostkit::ImageSource& image, const hostkit::PixelRect&
     if (!input) return;
     for (const auto& [file, range] : input->FindBytes(rect)) {
         const std::lock_guard lock(mutex);
-        const std::uint64_t held = CountHeld(), most = bytes.GetBound() / 2;
+        const std::uint64_t ahead = CountHeld(), most = bytes.GetBound() / 2;
         Step& of = steps[step];
-        for (const FetchedBytes::Piece& piece : bytes.Claim(file, range, most - std::min(most, held))) {
-            of.pieces.push_back(piece);
-            if (!piece.isNew) continue;
-            queue.emplace_back(piece, step);
+        for (FetchedBytes::Piece& claimed :
+             bytes.Claim(file, range, isReadAgain, most - std::min(most, ahead))) {
+            const FetchedBytes::Piece& piece = of.pieces.emplace_back(std::move(claimed));
+            if (!piece.IsMissing()) continue;
             ++of.open;
-            of.newBytes += piece.end - piece.place.second;
+            of.newBytes += piece.CountBytes();
         }
         StartThreads();
         isWanted.notify_all();
@@ -46,13 +40,8 @@ void ReadAhead::StartThreads() {
     try {
         while (threads.size() < FetchedBytes::mostRequests)
             threads.emplace_back([this] { Work(); });
-    } catch (const std::system_error&) {
-        if (!threads.empty()) return;
-        for (const auto& [piece, step] : queue) // the reader has all to itself
-            bytes.Forget(piece.place);
-        queue.clear();
-        for (auto& [number, step] : steps)
-            step.open = 0;
+    } catch (const std::exception&) {
+        if (threads.empty()) steps.clear(); // the reader has all to itself
     }
 }
 
@@ -74,9 +63,7 @@ void ReadAhead::Wait(std::uint64_t step) {
         return std::all_of(steps.begin(), steps.upper_bound(step),
                            [](const auto& entry) { return entry.second.open == 0; });
     });
-    for (auto read = steps.begin(); read != steps.lower_bound(step); read = steps.erase(read))
-        for (const FetchedBytes::Piece& piece : read->second.pieces)
-            bytes.Release(piece.place, isReadAgain);
+    steps.erase(steps.begin(), steps.lower_bound(step));
 }
 
 bool ReadAhead::InSteps(std::size_t count, const std::function<void(std::size_t)>& ask,
@@ -91,17 +78,25 @@ bool ReadAhead::InSteps(std::size_t count, const std::function<void(std::size_t)
     return true;
 }
 
+/// The first that no thread has taken; null when there is none.
+std::pair<ReadAhead::Step*, FetchedBytes::Piece*> ReadAhead::FindMissing() {
+    for (auto& [number, step] : steps)
+        while (step.next < step.pieces.size())
+            if (FetchedBytes::Piece& piece = step.pieces[step.next++]; piece.IsMissing())
+                return {&step, &piece};
+    return {};
+}
+
 void ReadAhead::Work() {
     std::unique_lock lock(mutex);
     while (true) {
-        isWanted.wait(lock, [this] { return isOver || !queue.empty(); });
+        std::pair<Step*, FetchedBytes::Piece*> taken;
+        isWanted.wait(lock, [&] { return isOver || (taken = FindMissing()).first; });
         if (isOver) return;
-        const auto [piece, step] = queue.front();
-        queue.pop_front();
         lock.unlock();
-        bytes.Fetch(piece);
+        bytes.Fetch(*taken.second);
         lock.lock();
-        --steps[step].open;
+        --taken.first->open;
         isFetched.notify_all();
     }
 }

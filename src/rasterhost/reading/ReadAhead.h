@@ -44,20 +44,21 @@ public:
 private:
     /// What is held for a step.
     struct Step {
-        std::vector<FetchedBytes::Piece> pieces;
-        std::size_t open = 0; ///< pieces on their way
+        std::deque<FetchedBytes::Piece> pieces;
+        std::size_t next = 0; ///< of the pieces, that no thread has looked at
+        std::size_t open = 0; ///< missing pieces that are not fetched yet
         std::uint64_t newBytes = 0;
     };
 
     void StartThreads();
     [[nodiscard]] std::uint64_t CountHeld() const;
+    [[nodiscard]] std::pair<Step*, FetchedBytes::Piece*> FindMissing();
     void Work();
 
     const bool isReadAgain;
     FetchedBytes& bytes = FetchedBytes::Get();
     std::mutex mutex;
     std::condition_variable isWanted, isFetched;
-    std::deque<std::pair<FetchedBytes::Piece, std::uint64_t>> queue; ///< with its step
     std::map<std::uint64_t, Step> steps;
     bool isOver = false;
     std::vector<std::thread> threads;

@@ -2,6 +2,8 @@
 
 #include <cpl_error.h>
 
+#include <cstring>
+
 namespace rasterhost {
 
 namespace {
@@ -20,7 +22,10 @@ GdalErrors::~GdalErrors() { CPLPopErrorHandler(); }
 void GdalErrors::Add(bool isError, bool isOfMemory, const char* message) {
     lacksMemory = lacksMemory || (isError && isOfMemory);
     std::string& first = isError ? text : warning;
-    if (first.empty()) first = message && *message ? message : "unknown error";
+    if (!first.empty()) return;
+    first = message && *message ? message : "unknown error";
+    for (std::size_t at = 0; (at = first.find(keptPrefix, at)) != std::string::npos;)
+        first.erase(at, std::strlen(keptPrefix));
 }
 
 const char* GdalErrors::Suspect(const char* otherwise) const {

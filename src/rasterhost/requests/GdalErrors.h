@@ -4,6 +4,9 @@
 
 namespace rasterhost {
 
+/// Before the names by which GDAL reads what was fetched of servers; messages leave it out.
+inline constexpr const char* keptPrefix = "/vsipansharp/";
+
 /// Catches what GDAL reports on this thread for as long as it lives; nothing is printed. Not moved, used by
 /// the thread that made it.
 class GdalErrors {

@@ -126,7 +126,7 @@ class NetworkFile(unittest.TestCase):
                                          "/good/x_rgb.tif,band=2", "/good/x_rgb.tif,band=3"], ["/seldom/x_pan.tif", "/seldom/x_rgb.tif"],
                                          ["/good/item.json"], ["/listed/"], ["/vsitar//vsicurl/SERVER/good/x.tar/x/x_pan.tif",
                                                                "/vsitar//vsicurl/SERVER/good/x.tar/x/x_rgb.tif"],
-                                         ["/good/w_x_pan.tif", "/good/w_x_rgb.tif"]]):
+                                         ["/good/x_pan.tif?sig=a", "/good/x_rgb.tif?sig=a"], ["/good/w_x_pan.tif", "/good/w_x_rgb.tif"]]):
             names = [name.replace("SERVER", self.server) if "SERVER" in name else self.server + name for name in inputs]
             run = self.sharpen(*names, output=f"{number}.tif", GDAL_HTTP_RETRY_DELAY="0.01",
                                CPL_VSIL_CURL_CHUNK_SIZE="99999999999999" if "item" in names[0] else "16384",
@@ -150,6 +150,7 @@ class NetworkFile(unittest.TestCase):
         log = pathlib.Path("access.log").read_text()
         reader, ahead = (set(re.findall(rf'(\d+) "GET /good/w_x_pan.{kind} ', log)) for kind in ("tfw", "tif"))
         self.assertTrue(reader and ahead and not reader & ahead, log)
+        self.assertGreater(len(set(re.findall(r'(\d+) "GET /good/x_pan.tif.sig=a ', log))), 2)
 
     def test_sends_whole_outputs_to_object_storage(self):
         pair = ["data/x_pan.tif", "data/x_rgb.tif"]
@@ -183,6 +184,9 @@ class NetworkFile(unittest.TestCase):
 
     def test_tells_what_failed_and_leaves_nothing(self):
         self.assertIn("server cannot be reached or does not list its folders", self.sharpen(self.server + "/good/", output="x.tif").stderr)
+        pathlib.Path("data/cut.tif").write_bytes(pathlib.Path("data/x_pan.tif").read_bytes()[:40])
+        run = self.sharpen(self.server + "/good/cut.tif", self.server + "/good/x_rgb.tif", output="x.tif")
+        self.assertRegex(run.stderr, rf"cannot be opened; .*: /vsicurl/{self.server}/good/cut.tif")
         before = sorted(os.listdir())
         for place, words in [("/errors/", "the server or the connection failed"), ("/drops/", "failed"), ("/none/", "cannot be opened")]:
             names = [self.server + place + name for name in ("x_pan.tif", "x_rgb.tif")]
