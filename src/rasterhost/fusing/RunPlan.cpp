@@ -185,10 +185,10 @@ std::uint64_t EstimateMemory(const Scene& scene, const OutputPlan& output, const
         cache + (output.writesCog ? CogWriter::CountBytes(output) : 0) +
         (FineRowBytes(scene, output) * rows + BesideBytes(scene, output, sizes, rows)) *
             static_cast<unsigned>(CountSlots(threads, output));
-    // GDAL has copies of what is on its way and a cache of its own, as measured.
-    constexpr std::uint64_t copies = std::uint64_t{96} << 20;
+    // GDAL has a cache of the same size, and copies of what is on its way, as measured.
+    constexpr std::uint64_t copies = std::uint64_t{144} << 20;
     const std::uint64_t fetched =
-        std::min(onServers, FetchedBytes::Get().GetBound()) + std::min(onServers, copies);
+        2 * std::min(onServers, FetchedBytes::Get().GetBound()) + std::min(onServers, copies);
     return program + fetched + (sizes.fits ? survey : 0) + (sizes.isKeptInMemory ? KeptBytes(output) : 0) +
            std::max(fusing, sizes.hasPreview ? cache + PreviewBytes(scene) : 0);
 }

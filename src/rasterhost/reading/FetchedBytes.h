@@ -18,7 +18,7 @@ namespace rasterhost {
 /// Bytes `first` to `second` - 1 of a file.
 using ByteRange = std::pair<std::uint64_t, std::uint64_t>;
 
-/// What was fetched of files on servers, for all threads of the process, up to a bound (256 MB, or
+/// What was fetched of files on servers, for all threads of the process, up to a bound (128 MB, or
 /// CPL_VSIL_CURL_CACHE_SIZE) that what is on its way counts towards. Files are read through it by the name
 /// KeptName, and forgotten when the last reader has closed them.
 class FetchedBytes {
