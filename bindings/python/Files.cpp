@@ -258,8 +258,8 @@ public:
     void Begin(const std::string& output) {
         Write([&] { results->Begin(output); });
     }
-    void End(const std::string& output) {
-        Write([&] { results->End(output); });
+    void End(const std::string& output, bool isMade) {
+        Write([&] { results->End(output, isMade); });
     }
     void Close() { results.reset(); }
 

@@ -58,21 +58,18 @@ private:
     void RunScene(const BatchScene& scene) {
         Progress progress(isTerminal && !arguments.quiet ? Progress::Style::Bar : Progress::Style::Silent,
                           std::cerr);
-        const std::optional<Json> done = results.FindDone(scene.output);
-        const bool wasBegun = results.WasBegun(scene.output);
-        const std::string file = (std::filesystem::path(arguments.folder) / scene.output).string();
-        BatchRun how{arguments.folder, arguments.timeLimit, arguments.again, {}, {}, wasBegun};
-        how.progress = [&](double fraction) {
-            progress.Update(fraction);
-            return !platform::WasInterrupted();
-        };
-        how.begin = [&] { // a kill between the output and its line leaves one that belongs to this batch
-            if (done || !KOVA::Tessara::Fundament::FileExists(file)) results.Begin(scene.output);
-        };
+        const BatchRun how{arguments.folder,
+                           arguments.timeLimit,
+                           arguments.again,
+                           [&](double fraction) {
+                               progress.Update(fraction);
+                               return !platform::WasInterrupted();
+                           },
+                           [&] { results.Begin(scene.output); },
+                           results.WasBegun(scene.output)};
         KOVA::Tessara::Fundament::Status status;
-        const auto made = RunBatchScene(scene, how, done, status);
-        if (!made && wasBegun) return; // the output of the killed run is still there
-        if (!made) return results.End(scene.output);
+        const auto made = RunBatchScene(scene, how, results.FindDone(scene.output), status);
+        if (!made) return results.End(scene.output, false);
         Json result = {{"scene", next}, {"of", scenes.size()}};
         result.update(*made);
         const bool isSkipped = result["status"] == "skipped";
@@ -84,7 +81,7 @@ private:
         std::cout << BatchResults::Print(result) << std::endl;
         ++told;
         if (!isSkipped) results.Add(result);
-        if (!wasBegun || result["status"] != "failed") results.End(scene.output);
+        results.End(scene.output, result["status"] != "failed");
     }
 
     const Arguments& arguments;

@@ -36,7 +36,8 @@ BatchResults::BatchResults(const std::string& file) : name(file), lock(file) {
     std::ifstream note(name + batchBegunEnding, std::ios::binary);
     if (ReadBoundedLine(note, line, isTooLong))
         for (const Json& output : Json::parse(line, nullptr, false))
-            if (output.is_string()) begun.insert(output.get<std::string>());
+            if (output.is_string()) left.insert(output.get<std::string>());
+    begun = left;
     stream.open(file, std::ios::binary | std::ios::app);
     if (isCut) stream << '\n';
     if (!stream.flush())
@@ -67,10 +68,15 @@ void BatchResults::Add(const Json& result) {
 }
 
 void BatchResults::Begin(const std::string& output) {
-    if (begun.insert(output).second) WriteBegun();
+    std::error_code fault;
+    const auto there =
+        std::filesystem::symlink_status(std::filesystem::path(name).parent_path() / output, fault);
+    if (!std::filesystem::exists(there) && begun.insert(output).second) WriteBegun();
 }
 
-void BatchResults::End(const std::string& output) {
+void BatchResults::End(const std::string& output, bool isMade) {
+    if (!isMade && left.contains(output)) return;
+    left.erase(output);
     if (begun.erase(output) > 0) WriteBegun();
 }
 

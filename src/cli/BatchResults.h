@@ -25,12 +25,14 @@ public:
     void Add(const Json& result);
 
     /// True for an output that a killed run had begun: it may be there, though no line says so.
-    [[nodiscard]] bool WasBegun(const std::string& output) const { return begun.contains(output); }
+    [[nodiscard]] bool WasBegun(const std::string& output) const { return left.contains(output); }
     /// Notes beside the results that an output is being made: what a kill before its line leaves belongs to
-    /// this batch. Not to be called where a file of others has the name. Throws std::runtime_error.
+    /// this batch. Does nothing where a file has that name: a line tells whose it is, or it is one of others.
+    /// Throws std::runtime_error.
     void Begin(const std::string& output);
-    /// Takes the note away: the output has a line, or was not made.
-    void End(const std::string& output);
+    /// Takes the note away: the output has a line, or was not made. What a killed run has left is still there
+    /// when it was not made, and stays noted. Throws std::runtime_error.
+    void End(const std::string& output, bool isMade);
 
     /// A result in one line, without its end.
     [[nodiscard]] static std::string Print(const Json& result);
@@ -41,6 +43,7 @@ private:
     std::string name;
     platform::FileLock lock;
     std::map<std::string, std::streamoff> done; ///< where lines begin, by output
+    std::set<std::string> left;                 ///< outputs that a killed run had begun
     std::set<std::string> begun;
     std::ofstream stream;
 };

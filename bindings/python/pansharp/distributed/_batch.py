@@ -82,28 +82,18 @@ class _Book:
 
     def __init__(self, folder: str, entries: Sequence[Entry], tell: _scene.Tell) -> None:
         self.lines: dict[int, dict[str, Any]] = {}
-        self._folder, self._count, self._tell = folder, len(entries), tell
+        self._count, self._tell = len(entries), tell
         self._results = _options.engine().Results(os.path.join(folder, _RESULTS))
         self.find_done: Callable[[str], str] = self._results.find_done
-        self._begun_before = {entry[3] for entry in entries if self._results.was_begun(entry[3])}
-
-    def is_own(self, output: str) -> bool:
-        """Whether a killed run has begun the output, so that what is there is not a file of others."""
-        return output in self._begun_before
-
-    def begin(self, output: str) -> None:
-        """Notes that it is made, unless something has that name: a line says whose that is, or it is one of others."""
-        if not os.path.lexists(os.path.join(self._folder, output)):
-            self._results.begin(output)
+        self.was_begun: Callable[[str], bool] = self._results.was_begun
+        self.begin: Callable[[str], None] = self._results.begin
 
     def add(self, number: int, line: dict[str, Any]) -> None:
         result: dict[str, Any] = {"scene": number + 1, "of": self._count, **line}
         self.lines[number] = result
         if result["status"] != "skipped":
             self._results.add(json.dumps(result))
-        output = result["output"] or ""
-        if result["status"] != "failed" or not self.is_own(output):
-            self._results.end(output)
+        self._results.end(result["output"] or "", result["status"] != "failed")
         facts: dict[str, Any] = {"name": result["output"], "pixels": result["megapixels"] * 1e6, "seconds": result["seconds"], "result": result}
         if result["status"] == "failed":
             facts["text"] = "; ".join(error["message"] for error in result["errors"])
@@ -189,7 +179,7 @@ class _Work:
             assert isinstance(task.key, int)
             self.book.add(task.key, result.get("line") or _line(entries[task.key], result["error"]["text"], version))
         _run.Runner(self.connection, self.limits).run(
-            [_run.Task(number, make_scene, (entry, os.getcwd(), self.folder, self.time_limit, self.book.find_done(entry[3]), self.book.is_own(entry[3]), version),
+            [_run.Task(number, make_scene, (entry, os.getcwd(), self.folder, self.time_limit, self.book.find_done(entry[3]), self.book.was_begun(entry[3]), version),
                        functools.partial(self.book.begin, entry[3]))
              for number, entry in scenes],
             ended, lambda task, text: self.tell("retried", name=task.arguments[0][3], text=text, attempt=task.attempts),
@@ -216,7 +206,7 @@ class _Work:
         if not began:
             return tried
         file, own = os.path.join(self.folder, output), os.path.abspath(os.path.join(self.folder, f"{output}.parts"))
-        overwrite = "--overwrite" in options or bool(done) or self.book.is_own(output)
+        overwrite = "--overwrite" in options or bool(done) or self.book.was_begun(output)
         os.makedirs(own, exist_ok=True)
         _mosaic.check_single(file, overwrite, map(_store.file_of, files))
         described = os.path.join(own, _place.SCENE)
@@ -257,7 +247,7 @@ class _Work:
 
     def _engine(self, entry: Entry, time_limit: float, done: str, progress: Callable[[float, float], object] | None) -> dict[str, Any]:
         with _own_plugin():
-            line: dict[str, Any] = json.loads(_options.engine().batch_scene(entry, self.folder, time_limit, done, self.book.is_own(entry[3]), progress))
+            line: dict[str, Any] = json.loads(_options.engine().batch_scene(entry, self.folder, time_limit, done, self.book.was_begun(entry[3]), progress))
         return line
 
 
