@@ -62,12 +62,12 @@ def where(data):
         most = sorted((kind for kind in run["seconds"] if kind != "wait"), key=lambda kind: -run["seconds"][kind])[:3]
         shares.append(f"{name}: " + ", ".join(f"{kind} {run['seconds'][kind]:.2f} s" for kind in most))
     return ["![Bars of the processor time of four runs, by what it was spent on](performance.svg)",
-            prose(f"Runs on {found['size']}² × 4 samples of 8 bits, sampled by `perf` 2000 times a second. A bar is the time of "
-                  f"{found['processors']} processors. White is where a processor waits: for the disk, for the other one, or for the "
-                  f"one thread that reads and writes files. Most of it goes to: {'; '.join(shares)}."),
-            prose("What limits a run: without compression, moving bytes. The system copies every sample of the inputs and of the output once, and "
-                  "only one thread at a time is in GDAL. Compressed, the compressor: it takes many times what fusing takes, and shares its work out "
-                  "to all processors.")]
+            prose(f"These runs fuse {found['size']}² × 4 samples of 8 bits; `perf` sampled them 2000 times a second. A bar is the time of "
+                  f"{found['processors']} processors. In the white parts a processor waits for the disk, for the other one, or for the "
+                  f"one thread that reads and writes files. Most time goes to: {'; '.join(shares)}."),
+            prose("Without compression, moving bytes limits a run. The system copies every sample of the inputs and of the output once, and only one "
+                  "thread at a time is in GDAL. With compression, the compressor limits it. It takes many times as long as fusing, and uses all "
+                  "processors.")]
 
 
 def cases(data):
@@ -77,8 +77,8 @@ def cases(data):
     for row in found:
         by_kind.setdefault((row["bands"], row["bits"], row["ratio"]), []).append(
             f"{row['ns_a_sample']:.2f} ns ({row['ns_a_sample'] / first[row['method']]:.2f} ×)")
-    return [prose("About 4096² pixels, one thread. Processor time without that of the start, by samples of the output; in brackets, "
-                  "compared with the first row. With one band, reading pan is shared by fewer samples."),
+    return [prose("About 4096² pixels, one thread. The table gives processor time without the start, per sample of the output; in brackets, "
+                  "compared with the first row. With one band, fewer samples share the time of reading pan."),
             table(("bands", "bits", "ratio", "KOVA, bilinear, given weights", "default"),
                   [(*map(str, kind), *cells) for kind, cells in by_kind.items()])]
 
@@ -89,7 +89,7 @@ def start(data):
     for ours, theirs in (names[:2], names[2:]):
         a, b = data["start"][ours], data["start"][theirs]
         rows.append((f"`{ours}`", f"{1e3 * a['median']:.0f} ms", f"`{theirs}`", f"{1e3 * b['median']:.0f} ms", f"{a['median'] / b['median']:.2f} ×"))
-    return [prose("Median of the whole command. Most of both is the dynamic linker, GDAL's drivers and PROJ."),
+    return [prose("Median of the whole command. The dynamic linker, GDAL's drivers and PROJ take most of the time in both programs."),
             table(("ours", "time", "GDAL's", "time", "ratio"), rows)]
 
 
@@ -119,18 +119,18 @@ def flat(data):
 
 
 def end_to_end(data):
-    return [prose(f"Time of the whole command, median of {data['heads']['results']['trials']} alternating trials (least–most, processor time), on "
-                  'uncompressed tiled GeoTIFF from one generated scene of ratio 4; peak memory of the process. "Copy" reads the inputs and copies '
-                  "the output file, nothing else. KOVA and Brovey have given weights and bilinear sampling, and so has the peer beside them. The "
-                  "default run and the peer beside it have no options."),
+    return [prose(f"The table gives the time of the whole command, the median of {data['heads']['results']['trials']} alternating trials (least–most, "
+                  "processor time), and the peak memory of the process. Files are uncompressed tiled GeoTIFFs of one generated scene of ratio 4. "
+                  '"Copy" only reads the inputs and copies the output file. KOVA and Brovey have given weights and bilinear sampling, and so has '
+                  "the peer beside them. The default run and the peer beside it have no options."),
             table(("scene", "method", "threads", "pansharp", "Mpixel/s", "gdal_pansharpen.py", "copy", "ratio", "peak, ours / peer"),
                   map(end_to_end_row, data["results"])),
             prose("The peer has one method, a weighted Brovey. Its figures are repeated for KOVA and Brovey.")]
 
 
 def kernels(data):
-    return [prose("One thread, rows of 8192 random pixels, in Mpixel/s, median of 5. In brackets: compared with a plain scalar walk through tables "
-                  'of products (IHS: with its scalar definition). "Copy" moves the bytes of the multispectral row, within the cache.'),
+    return [prose("One thread, rows of 8192 random pixels, in Mpixel/s, median of 5. Brackets compare with a plain scalar walk through tables of "
+                  'products, and for IHS with its scalar definition. "Copy" moves the bytes of the multispectral row, within the cache.'),
             kernel_rows(data["kernels"], "table"),
             prose("The row operators, the colour conversions and the second pass of the sampler, compared with their scalar definitions as the "
                   "compiler makes them:"),
@@ -148,8 +148,15 @@ SECTIONS = {"results": ("End to end", end_to_end), "where": ("Where the time goe
 
 
 PAGES = {"performance.md": ("Performance", ("results", "where", "waits", "cases", "flat", "compressed", "start"),
-                            "The single kernels, and small windows: [Performance of the kernels](performance-kernels.md)."),
-         "performance-kernels.md": ("Performance of the kernels", ("kernels", "windows"), "Whole runs: [Performance](performance.md).")}
+                            "[Performance of the kernels](performance-kernels.md) has the single kernels and small windows."),
+         "performance-kernels.md": ("Performance of the kernels", ("kernels", "windows"), "This page has the single kernels and small windows; [Performance](performance.md) has whole runs.")}
+
+
+def answer(data):
+    """What most readers want to know, first."""
+    ratios = [r["peer"]["median"] / r["ours"]["median"] for r in data["results"]]
+    return (f"On the machine below, whole runs of `pansharp sharpen` are {min(ratios):.1f} to {max(ratios):.1f} times as fast as those of "
+            "`gdal_pansharpen.py`.")
 
 
 def pages(data):
@@ -159,7 +166,8 @@ def pages(data):
                      f"{'; '.join(head['program'][:2]).replace(str(ROOT) + '/', '')}; peer {head['peer']}. `{head['command']}`")
     written = {}
     for name, (title, names, other) in PAGES.items():
-        parts = [f"# {title}", prose("Written by `bench/compare` from `bench/results/end-to-end.json`; not edited by hand. " + other), measured]
+        parts = [f"# {title}", prose(answer(data) + " " + other), measured,
+                 prose("`bench/compare` writes this page from `bench/results/end-to-end.json`. Do not edit it by hand.")]
         for part in (part for part in names if part in data):
             heading, section = SECTIONS[part]
             parts += [f"## {heading}", *filter(None, [measured_with(data, part)]), *section(data)]
