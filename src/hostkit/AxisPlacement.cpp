@@ -18,8 +18,8 @@ GridMap FindEdges(const kernels::GridAxis& axis) {
     return {-axis.offset / ratio, 1.0 / ratio};
 }
 
-/// First and end of the pan pixels of a span whose position lies between `least` and `most`. Positions count
-/// between centres, so that a source of n pixels spans -0.5 to n - 0.5.
+/// First and end of the pan pixels whose position lies between `least` and `most`. Positions count between
+/// centres, so a source of n pixels spans -0.5 to n - 0.5.
 std::pair<std::uint32_t, std::uint32_t> FindSpan(const kernels::GridAxis& axis, std::uint32_t first,
                                                  std::uint32_t end, double least, double most) {
     const auto position = [&](std::uint32_t pan) {

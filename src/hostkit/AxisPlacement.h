@@ -9,7 +9,7 @@ namespace hostkit {
 /// The placement of an image whose axes are parallel to pan's.
 class AxisPlacement final : public Placement {
 public:
-    /// Both are described in the same map units.
+    /// Both are described in the same map units. Neither description is kept by reference.
     AxisPlacement(const RasterInfo& panInfo, const RasterInfo& imageInfo);
 
     [[nodiscard]] bool RunsAlong() const override { return true; }

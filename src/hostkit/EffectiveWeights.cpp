@@ -61,7 +61,7 @@ std::vector<double> ReadBack(const PansharpBandParameter& parameter, std::size_t
     return ReadValues(parameter, count, asRead);
 }
 
-/// Pan's low-pass is the simulated pan.
+/// The case in which pan's low-pass is the simulated pan.
 bool SetLowPass(const PansharpMethod& method, const WeightedBands& bands, const EffectiveWeights& weights,
                 NameValueMap& properties, Status& status) {
     if (bands.infrared || weights.infrared || !weights.bands.empty())
@@ -74,7 +74,7 @@ bool SetLowPass(const PansharpMethod& method, const WeightedBands& bands, const 
     return !shares || SetValues(*shares, values, true, properties, status);
 }
 
-/// Of a method that weighs no bands.
+/// The case of a method that weighs no bands.
 bool SetInfraredWeight(const PansharpMethod& method, const WeightedBands& bands, EffectiveWeights& weights,
                        NameValueMap& properties, Status& status) {
     if (!weights.bands.empty())

@@ -10,8 +10,8 @@
 
 namespace hostkit {
 
-/// The weight of each band in the simulated pan: what a band is multiplied by in the weighted sum, whatever
-/// the method makes of its properties.
+/// The weight of each band in the simulated pan: the factor of the band in the weighted sum, after the method
+/// has applied its own scaling to the properties.
 struct EffectiveWeights {
     std::vector<double> bands;      ///< of the multispectral bands, in order; empty when not given
     std::optional<double> infrared; ///< of the infrared band
@@ -19,25 +19,27 @@ struct EffectiveWeights {
 
 /// The bands of a run.
 struct WeightedBands {
-    std::uint32_t multispectral = 0; ///< how many
+    std::uint32_t multispectral = 0; ///< their number
     bool infrared = false;           ///< whether an infrared band takes part
     bool lowPass = false;            ///< whether the host offers pan's low-pass as the additional band
 };
 
-/// Sets the properties by which a process arrives at these weights, and turns `weights` into those that it
-/// arrives at: the same except for a last bit where a method scales what it is given. Weights that are not
-/// given are equal, 1 / n with the infrared band counted. A method that weighs no bands may have a weight of
-/// the infrared one alone; it keeps its default unless given, and the bands' weights are left empty. Where
-/// pan's low-pass is the additional band, its share is 1 and there are no weights to give.
+/// Sets the properties that make a process use these weights, and replaces `weights` by those that it uses.
+/// They are the same except for the last bit where a method scales what it is given. Weights that are not
+/// given are equal: 1 / n, with the infrared band counted.
 ///
-/// False, with an item, when the method has no use for a weight or for the infrared band, or the weights are
-/// too many, too few or not finite.
+/// A method that weighs no bands may still have a weight for the infrared band. That weight keeps its default
+/// unless it is given, and the weights of the bands are left empty. Where pan's low-pass is the additional
+/// band, its share is 1 and no weights may be given.
+///
+/// False, with an item, when the method does not use a weight or the infrared band that is given, or when the
+/// weights are too many, too few or not finite.
 [[nodiscard]] bool SetWeights(const PansharpMethod& method, const WeightedBands& bands,
                               EffectiveWeights& weights, KOVA::Tessara::Global::NameValueMap& properties,
                               KOVA::Tessara::Fundament::Status& status);
 
-/// The parameter of a method that weighs no bands which has a weight of the infrared band. Null when there
-/// is none.
+/// The parameter for the weight of the infrared band, of a method that weighs no bands. Null when it has
+/// none.
 [[nodiscard]] const PansharpBandParameter* FindInfraredWeight(const PansharpMethod& method);
 
 } // namespace hostkit

@@ -4,14 +4,14 @@
 
 namespace hostkit {
 
-/// Where the pixel edges of one image lie along an axis of another, in pixels of that: edge e at
+/// Where the pixel edges of one image lie along an axis of another, in pixels of the other: edge e lies at
 /// origin + e * step.
 struct GridMap {
     double origin = 0.0; ///< of the first edge
     double step = 1.0;   ///< from one edge to the next
 
-    /// Of an edge. Positions within 1e-6 of a whole number are that number: georeferencing carries such
-    /// noise.
+    /// The position of an edge. A position within 1e-6 of a whole number is rounded to it: georeferencing has
+    /// noise of that size.
     [[nodiscard]] double At(double edge) const {
         constexpr double noise = 1e-6;
         const double position = origin + edge * step;

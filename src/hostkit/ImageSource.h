@@ -7,8 +7,8 @@
 
 namespace hostkit {
 
-/// An image that is read rectangle by rectangle: from files, from memory, or computed on the way. Not for two
-/// threads at a time.
+/// An image that is read rectangle by rectangle: from files, from memory, or computed on the way. One thread
+/// may use it at a time.
 class ImageSource {
 public:
     /// What describes an image.
@@ -18,18 +18,19 @@ public:
 
     virtual ~ImageSource() = default;
 
-    /// Size, bands and depth; the place and pixel size in units of its own.
+    /// Size, bands and depth; position and pixel size in map units of the image's own.
     [[nodiscard]] virtual const RasterInfo& GetInfo() const = 0;
-    /// What messages call it.
+    /// The name that messages use for it.
     [[nodiscard]] virtual std::string GetName() const = 0;
     /// False when every pixel is known to have data.
     [[nodiscard]] virtual bool MayLackData() const = 0;
 
-    /// Reads a rectangle of all bands, interleaved by pixel and packed, into `out`, which is aligned for
-    /// samples of the depth. False with an item.
+    /// Reads a rectangle of all bands into `out`: rows x columns x bands, packed. `out` is the caller's and
+    /// aligned for samples of the depth. False, with an item, when it cannot be read.
     [[nodiscard]] virtual bool Read(const PixelRect& rect, unsigned char* out, Status& status) = 0;
-    /// Tells which pixels of a rectangle have data in all bands: one byte per pixel, rows packed, not 0 where
-    /// they have. `samples` are those that Read gave for the same rectangle. False with an item.
+    /// Tells which pixels of a rectangle have data in all bands: one byte per pixel, rows packed, 0 for no
+    /// data. `samples` are those that Read gave for the same rectangle. False, with an item, when the mask
+    /// cannot be read.
     [[nodiscard]] virtual bool ReadValid(const PixelRect& rect, const unsigned char* samples,
                                          unsigned char* valid, Status& status) = 0;
 };

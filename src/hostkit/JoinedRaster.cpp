@@ -8,7 +8,7 @@ namespace hostkit {
 
 namespace {
 
-/// Puts the samples of some bands where they stand among all.
+/// Copies the samples of some bands to their positions among all bands.
 template <class T>
 void Scatter(const T* samples, const std::vector<std::size_t>& bands, std::size_t columns,
              std::size_t allBands, T* out) {

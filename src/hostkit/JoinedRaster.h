@@ -7,18 +7,16 @@
 
 namespace hostkit {
 
-/// Several rasters over one window of the pan grid as one: each gives some of the bands, in the order that
-/// they are given.
+/// Several rasters over one window of the pan grid, seen as one. Each gives some of the bands.
 class JoinedRaster final : public RasterBase {
 public:
     /// A raster that gives some of the bands.
     struct Part {
-        std::shared_ptr<RasterBase> raster; ///< windowed already
-        std::vector<std::size_t> bands;     ///< where its bands stand among all, counted from 0
+        std::shared_ptr<RasterBase> raster; ///< with its window set
+        std::vector<std::size_t> bands;     ///< the positions of its bands among all bands, counted from 0
     };
 
-    /// Rows and columns of the parts are the same, and so are their depths; together they give every band
-    /// once. There is at least one.
+    /// At least one part. All have the same rows, columns and depth, and together they give every band once.
     explicit JoinedRaster(std::vector<Part> sources);
 
     const unsigned char* GetRow(std::uint32_t row) override;

@@ -10,20 +10,20 @@
 
 namespace hostkit {
 
-/// Lends objects that serve one thread at a time. A limited number is out at a time; others wait for one to
-/// come back. Objects have a key. Those that came back are kept for the next caller who asks for their key,
-/// up to the same limit; the ones unused for longest go first.
+/// Lends objects that serve one thread at a time. At most a fixed number is lent at once; further callers
+/// wait until one comes back. Objects have a key. A returned object is kept for the next caller with the same
+/// key. At most the same number is kept; the object unused for longest is dropped first.
 template <class Object, class Key>
 class LeasePool {
 public:
-    /// At least one at a time.
+    /// `mostObjects` is how many may be lent at once; 0 counts as 1.
     explicit LeasePool(std::size_t mostObjects) : most(std::max<std::size_t>(mostObjects, 1)) {
-        idle.reserve(most + 1); // taking one back does not fail
+        idle.reserve(most + 1); // so that giving back cannot fail
     }
     LeasePool(const LeasePool&) = delete;
     LeasePool& operator=(const LeasePool&) = delete;
 
-    /// An object on loan, which goes back with this. Null where none could be made.
+    /// An object on loan. The destructor gives it back. Null when none could be made.
     class Lease {
     public:
         /// Leaves `other` empty.
@@ -34,7 +34,7 @@ public:
         ~Lease() {
             if (pool) pool->TakeBack(ownKey, std::move(object));
         }
-        /// False where none could be made.
+        /// False when no object could be made.
         [[nodiscard]] explicit operator bool() const { return object != nullptr; }
         Object& operator*() const { return *object; }       ///< the object
         Object* operator->() const { return object.get(); } ///< the object
@@ -49,11 +49,11 @@ public:
         std::unique_ptr<Object> object;
     };
 
-    /// An object of that key that waits, or one that `make` makes, which answers with a unique_ptr and is
-    /// called on this thread.
+    /// Lends a kept object with that key, or else one made by `make`. `make` returns a unique_ptr and is
+    /// called on this thread. Waits while too many are lent.
     template <class Make>
     [[nodiscard]] Lease Take(const Key& key, const Make& make) {
-        Lease lease(*this, key, FindIdle(key)); // gives the place back, whatever `make` throws
+        Lease lease(*this, key, FindIdle(key)); // frees the slot even if `make` throws
         if (!lease) lease.object = make();
         return lease;
     }
@@ -89,7 +89,7 @@ private:
     std::mutex mutex;
     std::condition_variable returned;
     std::size_t out = 0;
-    std::vector<std::pair<Key, std::unique_ptr<Object>>> idle; ///< the one unused for longest first
+    std::vector<std::pair<Key, std::unique_ptr<Object>>> idle; ///< longest unused first
 };
 
 } // namespace hostkit

@@ -3,20 +3,21 @@
 #include <filesystem>
 #include <string>
 
-/// What a platform does for loading libraries. One file per platform.
+/// Loading of libraries, with one implementation file per platform.
 namespace hostkit::LibraryFile {
 
-/// A handle, or null with the platform's reason. The library's names stay its own.
+/// Loads a library and returns a handle, or null with the platform's reason. Its names are not visible to
+/// other libraries.
 [[nodiscard]] void* Open(const std::filesystem::path& path, std::string& reason);
 /// The address of an exported name, or null.
 [[nodiscard]] void* Find(void* handle, const char* name);
-/// Gives a handle back, which is not null.
+/// Closes a handle, which must not be null.
 void Close(void* handle);
 
 /// The folder of the running program; empty when the platform does not say.
 [[nodiscard]] std::filesystem::path ProgramFolder();
-/// The folder of the library that this code is a part of; empty when it is part of the program itself or the
-/// platform does not say.
+/// The folder of the library that contains this code. Empty when the code is part of the program itself, or
+/// when the platform does not say.
 [[nodiscard]] std::filesystem::path LibraryFolder();
 
 } // namespace hostkit::LibraryFile

@@ -26,13 +26,13 @@ void Close(void* handle) { dlclose(handle); }
 
 namespace {
 
-// The file of the running program. Where no /proc is mounted, the one it was started by, if that names it.
+// The file of the running program. Without /proc, the path that the program was started by, if it is one.
 std::filesystem::path ProgramFile() {
     std::error_code failure;
     std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", failure);
 #if defined(__linux__)
     if (failure) {
-        // The kernel tells addresses as numbers. NOLINTNEXTLINE(performance-no-int-to-ptr)
+        // The kernel gives addresses as numbers. NOLINTNEXTLINE(performance-no-int-to-ptr)
         const auto* started = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
         program = started ? std::filesystem::canonical(started, failure) : std::filesystem::path();
     }
@@ -40,7 +40,7 @@ std::filesystem::path ProgramFile() {
     return failure ? std::filesystem::path() : program;
 }
 
-/// The file that lies in memory there, as the kernel knows it; empty where it does not tell.
+/// The file that is mapped at an address, as the kernel knows it; empty when it does not say.
 std::filesystem::path MappedFile(const void* address) {
     std::ifstream maps("/proc/self/maps");
     for (std::string line; std::getline(maps, line);) {
@@ -61,8 +61,8 @@ std::filesystem::path LibraryFolder() {
     static const char somewhere = 0;
     Dl_info module{};
     if (dladdr(&somewhere, &module) == 0 || !module.dli_fname) return {};
-    // The program goes by the name it was called with, which may be any; a library by its path, which may
-    // count from a folder that was left since.
+    // The loader names the program as it was called, which may be any name. It names a library by its path,
+    // which may be relative to a folder that the process has left.
     std::filesystem::path file = module.dli_fname;
     if (!file.is_absolute()) file = MappedFile(&somewhere);
     if (file.empty()) return {};

@@ -17,7 +17,7 @@ std::string LastError() {
     using namespace KOVA::Tessara::Fundament;
     if (length == 0) return FormatString("error %u", static_cast<unsigned>(code));
     std::string reason = Trim(Platform::FromPath(std::wstring(text, length)));
-    ReplaceAll(reason, "%1", "the file", false, 1); // which the system leaves open
+    ReplaceAll(reason, "%1", "the file", false, 1); // a placeholder that the system leaves in
     return reason;
 }
 

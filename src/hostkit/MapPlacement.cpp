@@ -11,7 +11,7 @@ namespace hostkit {
 
 namespace {
 
-/// The way between coarser pixels.
+/// The transform between coarser pixels.
 class CoarseTransform final : public PixelTransform {
 public:
     CoarseTransform(std::shared_ptr<const PixelTransform> fullSize, const Coarsening& coarsening)
@@ -93,7 +93,7 @@ std::unique_ptr<PlacedWindow> MapPlacement::Open(const PixelRect& panWindow, con
 
 std::unique_ptr<Placement> MapPlacement::Coarsen(const Coarsening& look) const {
     RasterInfo own = CoarseInfo(image, WholeImage(image), look.ownLevel);
-    own.xMax = image.xMax; // what it covers, not what its pixels come to
+    own.xMax = image.xMax; // its true extent, not pixels times pixel size
     own.yMin = image.yMin;
     auto coarse =
         std::make_unique<MapPlacement>(CoarseInfo(pan, look.part, look.panLevel), own, map.Coarsen(look),

@@ -5,22 +5,22 @@
 
 namespace hostkit {
 
-/// The exact way between the pixels of pan and those of an image whose axes are not parallel to them. Places
+/// The exact transform between pixels of pan and of an image whose axes are not parallel to pan's. Positions
 /// count pixels from the corner of each.
 class PixelTransform {
 public:
     virtual ~PixelTransform() = default;
-    /// The place on the image of a place on pan; none where there is none.
+    /// The position on the image of a position on pan; none when it has none.
     [[nodiscard]] virtual std::optional<Point> FromPan(const Point& at) const = 0;
-    /// The place on pan of a place on the image; none where there is none.
+    /// The position on pan of a position on the image; none when it has none.
     [[nodiscard]] virtual std::optional<Point> ToPan(const Point& at) const = 0;
 };
 
-/// The placement of an image that pan's pixels are found on by a map.
+/// The placement of an image through a map (PixelMap.h).
 class MapPlacement final : public Placement {
 public:
-    /// `imageInfo` has in its place what the image covers, in the map units of pan, and the size of a pixel
-    /// in its middle. The map is the one of the transform.
+    /// `imageInfo` holds the extent of the image in the map units of pan, and the pixel size at its middle.
+    /// `positions` is the map sampled from `exact`.
     MapPlacement(const RasterInfo& panInfo, const RasterInfo& imageInfo, PixelMap positions,
                  std::shared_ptr<const PixelTransform> exact);
 

@@ -16,14 +16,14 @@ using KOVA::Tessara::Fundament::FormatString;
 
 namespace {
 
-/// Columns that are looked at as one.
+/// How many columns are examined together.
 constexpr std::size_t columnsAtOnce = 64;
 
 std::uint32_t ClampIndex(double index, std::uint32_t pixels) {
     return static_cast<std::uint32_t>(std::clamp(index, 0.0, pixels - 1.0));
 }
 
-/// Whether all pixels of a rectangle within the block have data, some or none.
+/// Whether all, some or none of the pixels of a rectangle have data. It lies within the block.
 Reach FindData(const SampleBlock& block, const PixelRect& rect) {
     bool isAll = true, isNone = true;
     const std::size_t columns = rect.GetColumns();
@@ -93,8 +93,8 @@ Reach MappedRaster::FindOne(std::size_t column) const {
                : Reach::None;
 }
 
-/// What all of these columns have in common, found from the rectangle that they lie in: All when every pixel
-/// that any of them is interpolated from has data; Some when it takes a look at each.
+/// What these columns have in common, found from the rectangle that they lie in. All when every pixel that
+/// they are interpolated from has data; Some when each column must be examined.
 Reach MappedRaster::FindCommon(std::size_t first, std::size_t count) const {
     static const kernels::PositionKernels kernel = kernels::PositionKernelsFor(kernels::ChosenSimdTarget());
     const kernels::Extent across = kernel.extent(x.data() + first, count);
@@ -111,7 +111,7 @@ Reach MappedRaster::FindCommon(std::size_t first, std::size_t count) const {
     return FindData(samples, rect);
 }
 
-/// Finds the positions of a row and the reach of data there, once.
+/// Finds the positions of a row and its reach of data, once per row.
 void MappedRaster::Look(std::uint32_t row) {
     if (seen == row) return;
     pixelMap->FindRow(panRect.row0 + row, panRect.col0, panRect.col1, x.data(), y.data());
@@ -147,7 +147,7 @@ kernels::MappedRow<T> MappedRaster::ChooseRow() const {
     return kind == Resampling::Cubic ? rows.cubic : rows.bilinear;
 }
 
-/// Columns each of which is looked at.
+/// Samples columns that were examined one by one.
 template <class T>
 void MappedRaster::SampleMixed(std::size_t first, std::size_t end, T* out) const {
     const std::uint32_t bands = info.bandsPerPixel;

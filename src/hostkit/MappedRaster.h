@@ -9,27 +9,27 @@
 
 namespace hostkit {
 
-/// A source image brought onto a window of the pan grid by way of a map: pixel by pixel, with the samples
-/// that the separable way has at the same positions. Data reach one source pixel beyond the source's edge
-/// and, like there, less than one beyond pixels without data.
+/// A source image brought onto a window of the pan grid through a map, pixel by pixel. At equal positions the
+/// samples equal those of SampledRaster. Data reach at most one source pixel beyond the edge of the source,
+/// and less than one beyond pixels without data.
 class MappedRaster final : public PlacedWindow {
 public:
     MappedRaster();
 
-    /// Opens a window over source samples, which must cover the map's SourceRect(). The map outlives the
-    /// raster. False, with an item, when they do not or the depth is neither 8 nor 16 bits.
+    /// Opens a window over source samples. They must cover the map's SourceRect() and, like the map, outlive
+    /// the raster. False, with an item, when they do not cover it or the depth is neither 8 nor 16 bits.
     [[nodiscard]] bool Open(const RasterInfo& pan, const PixelRect& panWindow, const RasterInfo& sourceInfo,
                             const SampleBlock& source, const PixelMap& map, Resampling resampling);
 
-    /// Computes a row of the window; null, with an item, outside it. Good until the next row.
+    /// Computes a row of the window. Null, with an item, outside it. Valid until the next call.
     const unsigned char* GetRow(std::uint32_t row) override;
     bool FindReach(std::uint32_t row, Reach* rowReach) override;
 
 private:
-    /// Columns after one another of which the same is known.
+    /// Consecutive columns of which the same is known.
     struct Run {
         std::size_t end; ///< exclusive
-        Reach reach;     ///< of all of them; Some where they differ
+        Reach reach;     ///< of all of them; Some when they differ
     };
 
     void Look(std::uint32_t row);
@@ -51,8 +51,8 @@ private:
     SampleBlock samples;
     std::uint32_t sourceColumns = 0;
     std::uint32_t sourceRows = 0;
-    std::optional<std::uint32_t> seen;  ///< the row that was looked at last
-    bool hasGaps = false;               ///< in it
+    std::optional<std::uint32_t> seen;  ///< the row that was examined last
+    bool hasGaps = false;               ///< whether that row has gaps
     std::vector<double> x, y;           ///< positions of its pixels
     std::vector<Reach> reach;           ///< of each
     std::vector<Run> runs;              ///< of the row

@@ -7,14 +7,15 @@
 
 namespace hostkit {
 
-/// True where a source pixel of the block has data.
+/// True when a source pixel of the block has data. The pixel lies within the block.
 [[nodiscard]] inline bool HasData(const SampleBlock& block, std::uint32_t column, std::uint32_t row) {
     return !block.valid || block.valid[std::size_t{row - block.rect.row0} * block.rect.GetColumns() +
                                        (column - block.rect.col0)] != 0;
 }
 
-/// The mean of those of four source pixels that have data, by their bilinear weights made to add up to 1, for
-/// every band. False, with `out` as it was, when none of weight above 0 has.
+/// Interpolates between four source pixels, using only those with data: their bilinear weights are scaled to
+/// add up to 1. Writes one sample per band to `out`. False, with `out` unchanged, when no pixel of weight
+/// above 0 has data.
 template <class T>
 bool SampleMasked(const SampleBlock& block, std::uint32_t bands, const kernels::BilinearTap& x,
                   const kernels::BilinearTap& y, T* out) {

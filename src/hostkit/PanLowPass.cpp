@@ -13,7 +13,7 @@ using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
 
-/// The pixels that a span of coarse ones is made of, first and end.
+/// The pan pixels that a span of coarse pixels is computed from: first and end.
 std::pair<std::uint32_t, std::uint32_t> SpanOf(const LowPassAxis& axis, std::uint32_t first,
                                                std::uint32_t end) {
     std::pair<std::uint32_t, std::uint32_t> span{0, 0};
@@ -26,7 +26,7 @@ std::pair<std::uint32_t, std::uint32_t> SpanOf(const LowPassAxis& axis, std::uin
     return span;
 }
 
-/// Rows of pan, and where some of it has no data those with 0 there, and 1 where there are data.
+/// Rows of pan. Where some pixels have no data, also rows that hold 0 for them, and 1 for pixels with data.
 template <class T>
 class PanRows {
 public:
@@ -51,8 +51,8 @@ public:
         }
     }
 
-    /// Sums down for all columns, and those of the weights of pixels with data where some have none. True
-    /// then.
+    /// Adds up weighted rows for all columns. Where some pixels have no data, also adds up the weights of
+    /// those with data; returns true then.
     bool Weigh(const LowPassAxis::Taps& taps, const std::uint32_t* weights, std::uint32_t* sums,
                std::uint32_t* shares) {
         const std::size_t columns = rect.GetColumns();
@@ -87,7 +87,7 @@ private:
     kernels::WeighRows<unsigned char> weighCounts;
 };
 
-/// One row of the image; `shares` are null where all of pan has data. True when some pixel has none.
+/// Computes one row of the image. `shares` is null when all of pan has data. True when some pixel has none.
 template <class T>
 bool MakeLowPassRow(const LowPassAxis& across, const PixelRect& rect, std::uint32_t panColumn,
                     const std::uint32_t* sums, const std::uint32_t* shares, T* out, unsigned char* valid) {
@@ -102,7 +102,7 @@ bool MakeLowPassRow(const LowPassAxis& across, const PixelRect& rect, std::uint3
                                     : shares ? kernels::WeighColumns(shares + first, weights, taps.count)
                                              : all;
         *valid = share != 0 ? 1 : 0;
-        if (share == all) // the same quotient
+        if (share == all) // the same quotient, by a constant divisor
             *out = static_cast<T>((sum + all / 2) >> (2 * kernels::lowPassBits));
         else
             *out = static_cast<T>(share != 0 ? (2 * sum + share) / (2 * share) : 0);
@@ -135,7 +135,7 @@ bool ComputeRows(const LowPassAxis& across, const LowPassAxis& down, PanRows<T> 
     return lacks;
 }
 
-/// The coarse pixels along one axis of which a Gaussian reaches pan, first and end, around those that pan's
+/// First and end of the coarse pixels along one axis whose Gaussian reaches pan, around those that pan's
 /// pixels lie between.
 std::pair<std::int64_t, std::int64_t> Covering(const kernels::GridAxis& axis, std::uint32_t panPixels,
                                                double transfer) {
@@ -146,7 +146,7 @@ std::pair<std::int64_t, std::int64_t> Covering(const kernels::GridAxis& axis, st
             last.index + (1.0 - last.fraction < reach ? 2 : 1)};
 }
 
-/// Those pixels of the grid.
+/// The description of those pixels.
 RasterInfo CoverPan(const RasterInfo& pan, const RasterInfo& coarse, double transfer) {
     const AxisPlacement placement(pan, coarse);
     const auto [col0, col1] = Covering(placement.GetAcross(), pan.cols, transfer);

@@ -29,7 +29,7 @@ std::uint32_t PixelMap::CountRows() const {
     return static_cast<std::uint32_t>(points->size() / pointColumns);
 }
 
-/// The centre of a pixel on pan at full size, in half pixels from the centre of the first.
+/// The centre of a pixel of pan, in half pixels of full size from the centre of the first.
 std::uint64_t PixelMap::Centre(std::uint32_t pixel, std::uint32_t origin) const {
     return 2 * std::uint64_t{origin} + ((2 * std::uint64_t{pixel} + 1) << look.panLevel) - 1;
 }
@@ -41,7 +41,7 @@ PixelMap::Place PixelMap::Find(std::uint64_t centre, std::uint32_t pointCount) c
             static_cast<double>(centre - point * cell) / static_cast<double>(cell)};
 }
 
-/// The first pixel whose centre lies on or beyond the next control point; none beyond the last.
+/// The first pixel whose centre lies on or beyond the next control point. No limit after the last.
 std::uint32_t PixelMap::EndOf(std::uint32_t point, std::uint32_t pointCount, std::uint32_t origin) const {
     if (point + 2 == pointCount) return std::numeric_limits<std::uint32_t>::max();
     const std::uint64_t end = 2 * std::uint64_t{step} * (point + 1) + 1 - 2 * std::uint64_t{origin};
@@ -49,7 +49,7 @@ std::uint32_t PixelMap::EndOf(std::uint32_t point, std::uint32_t pointCount, std
     return static_cast<std::uint32_t>((end + pixel / 2 - 1) / pixel);
 }
 
-/// A position on the source at full size as one between its coarser pixels.
+/// Converts a position on the source at full size to its coarser pixels.
 double PixelMap::ToSource(double at) const {
     return look.ownLevel == 0 ? at : (at + 0.5) / (1u << look.ownLevel) - 0.5;
 }
@@ -80,7 +80,7 @@ void PixelMap::FindRow(std::uint32_t row, std::uint32_t col0, std::uint32_t col1
     std::transform(y, y + (col1 - col0), y, toSource);
 }
 
-/// At half pixels of pan at full size.
+/// The position of a place on pan, given in half pixels of full size.
 Point PixelMap::Position(std::uint64_t x, std::uint64_t y) const {
     const Place across = Find(x, pointColumns), down = Find(y, CountRows());
     const Point* upper = points->data() + std::size_t{down.point} * pointColumns + across.point;
@@ -109,7 +109,8 @@ PixelRect PixelMap::SourceRect(const PixelRect& panWindow, std::uint32_t sourceC
                 right = Find(lastX, pointColumns);
     const Place upper = Find(Centre(panWindow.row0, look.part.row0), CountRows()),
                 lower = Find(lastY, CountRows());
-    // Between four control points no position lies beyond theirs; past the last ones those of the corners do.
+    // Between four control points no position lies outside theirs. Past the last control points this holds
+    // for the positions at the corners.
     const std::uint64_t cell = 2 * std::uint64_t{step};
     for (std::uint64_t row = upper.point; row <= lower.point + 1; ++row) {
         for (std::uint64_t column = left.point; column <= right.point + 1; ++column) {

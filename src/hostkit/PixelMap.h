@@ -11,37 +11,40 @@
 
 namespace hostkit {
 
-/// Where the pixels of the pan grid lie on a source whose axes are not parallel to pan's. Positions are known
-/// at control points, on every `step`-th pan pixel from the first of the image, and interpolated between four
-/// of them: a pixel's position depends on nothing but its number.
+/// Where the pixels of the pan grid lie on a source whose axes are not parallel to pan's. Positions are
+/// stored at control points, on every `step`-th pan pixel from the first of the image, and interpolated
+/// bilinearly between four of them. So the position of a pixel does not depend on the window.
 class PixelMap {
 public:
-    /// Positions count source pixels between their centres: 0 is the centre of the first. `points` row by
-    /// row, `pointColumns` a row; not a number where a pan pixel has no place on the source.
+    /// Positions count source pixels between centres: 0 is the centre of the first. `points` holds the
+    /// control points row by row, `pointColumns` per row; NaN where a pan pixel has no position on the
+    /// source.
     PixelMap(std::uint32_t step, std::uint32_t pointColumns, std::vector<Point> points);
 
-    /// How many control points a row or column of this many pan pixels has.
+    /// The number of control points along a row or column of `panPixels` pan pixels.
     [[nodiscard]] static std::uint32_t CountPoints(std::uint32_t panPixels, std::uint32_t step) {
         return (panPixels - 1) / step + 2;
     }
 
-    /// Moves all positions, in source pixels: content that is displaced to the right is looked for there.
+    /// Adds a displacement, in source pixels, to all positions. A displacement to the right samples further
+    /// right.
     void Move(const Point& way) { moved = moved + way; }
 
     /// Positions of the pan pixels col0 to col1 - 1 of a row.
     void FindRow(std::uint32_t row, std::uint32_t col0, std::uint32_t col1, double* x, double* y) const;
 
-    /// The source pixels that a window of pan is interpolated from, within the source; one pixel where the
-    /// window lies beside it.
+    /// The source pixels that a window of pan is interpolated from, clipped to the source. One pixel when the
+    /// window does not overlap the source.
     [[nodiscard]] PixelRect SourceRect(const PixelRect& panWindow, std::uint32_t sourceColumns,
                                        std::uint32_t sourceRows, Resampling resampling) const;
 
-    /// The map between coarser pixels of both: the same control points, looked at where the centres of those
-    /// of pan lie. Beyond the last control point the way goes on as it led there. Of a map at full size.
+    /// The map between coarser pixels of both images. It keeps the control points and reads them at the
+    /// centres of the coarser pan pixels. Beyond the last control point the map is extrapolated linearly.
+    /// Call it only on a map at full size.
     [[nodiscard]] PixelMap Coarsen(const Coarsening& coarsening) const;
 
 private:
-    /// Where a pixel of pan lies along an axis: how far beyond a control point, in steps.
+    /// The position of a pan pixel along an axis: a control point and the distance beyond it, in steps.
     struct Place {
         std::uint32_t point;
         double fraction;

@@ -4,20 +4,20 @@
 
 namespace hostkit {
 
-/// How many of the source pixels that a pan pixel is interpolated from have data. Those of weight 0 do not
+/// Which of the source pixels that a pan pixel is interpolated from have data. Pixels of weight 0 do not
 /// count.
 enum class Reach : unsigned char {
     None, ///< the pan pixel has no data
-    Some, ///< it is made of those that have
-    All   ///< it is made of all of them
+    Some, ///< some have data; the pan pixel is made of those
+    All   ///< all have data
 };
 
-/// An image on a window of the pan grid: its rows, and how far its data reach there. Row and column 0 are the
-/// window's first. Rows are computed when they are asked for; ascending order costs least.
+/// An image on a window of the pan grid: its rows, and where they have data. Row and column 0 are the
+/// window's first. Rows are computed on demand; ascending order is the fastest.
 class PlacedWindow : public RasterBase {
 public:
-    /// Finds for a row how far data reach: one entry for every column of the window that was opened. False
-    /// when all of the row is Reach::All; the entries say nothing then.
+    /// Finds where a row has data: `reach` gets one entry per column of the window. False when every entry
+    /// would be Reach::All; the contents of `reach` are then undefined.
     virtual bool FindReach(std::uint32_t row, Reach* reach) = 0;
 
 protected:

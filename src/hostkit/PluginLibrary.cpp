@@ -37,7 +37,7 @@ std::string FindPlugin(const std::string& path, Status& status) {
     std::string places;
     std::vector<std::filesystem::path> folders = {LibraryFile::LibraryFolder(), LibraryFile::ProgramFolder()};
     std::erase(folders, std::filesystem::path());
-    // When the platform tells neither, only where the build was to be installed is left.
+    // When the platform tells neither folder, only the install folder of the build is left.
     if (folders.empty()) folders.emplace_back(PANSHARP_BINARIES);
     for (const std::filesystem::path& folder : folders) {
         for (const char* place : {"../lib", ".", "pansharp", "..", "../pansharp", "../lib/pansharp",
@@ -69,7 +69,7 @@ std::unique_ptr<PluginLibrary> PluginLibrary::FindAndLoad(const std::string& pat
 }
 
 std::unique_ptr<PluginLibrary> PluginLibrary::Load(const std::string& path, Status& status) {
-    // A bare name would be looked for along the platform's own search path.
+    // The platform would look for a bare name along its own search path.
     const std::filesystem::path file = std::filesystem::absolute(Platform::ToPath(path));
     if (!IsFile(file)) {
         status.Add(HostKitStatus::PluginNotFound,
@@ -110,7 +110,7 @@ bool PluginLibrary::Resolve(Status& status) {
     PansharpDescribe describe = nullptr;
     if (!Resolve(EntryPoints::describe, describe, status)) return false;
     description = describe();
-    // Nothing but the first two members may be read of a description of another contract.
+    // Of a description of another contract, only the first two members may be read.
     if (!description || description->contractVersion != PANSHARP_CONTRACT_VERSION ||
         description->structSize < sizeof(PansharpDescription)) {
         status.Add(HostKitStatus::PluginOfAnotherContract,

@@ -13,30 +13,31 @@ inline constexpr const char* pluginFileName = "Pansharp.process";
 /// The environment variable that names another plug-in file.
 inline constexpr const char* pluginVariable = "PANSHARP_PLUGIN";
 
-/// Where the plug-in is: `path` unless that is empty, else what the environment variable names, else the file
-/// found from the folder of the shared library that this code is a part of, then from that of the running
-/// program: in ../lib, in the folder itself, in pansharp, in .., in ../pansharp or in ../lib/pansharp. Empty,
-/// with an item that lists the places, when there is none. A path that is given is not looked at here.
+/// Finds the plug-in. `path` is taken unless it is empty, without a check that the file exists. Next comes
+/// the file that the environment variable names. Then the folder of the shared library that contains this
+/// code is searched, and the folder of the running program: ../lib, the folder itself, pansharp, ..,
+/// ../pansharp and ../lib/pansharp. Returns an empty path, with an item that lists the places, when none has
+/// the file.
 [[nodiscard]] std::string FindPlugin(const std::string& path, KOVA::Tessara::Fundament::Status& status);
 
-/// The plug-in, loaded from its file. It outlives the objects it makes; may be used from any thread.
+/// The plug-in, loaded from its file. It must outlive the objects that it makes. Any thread may use it.
 class PluginLibrary {
 public:
     /// Loads the file and initializes the library. Null, with an item that says what to do, when the file is
-    /// missing or not a library, or when the library lacks an entry point or was built against another
+    /// missing or is not a library, when it lacks an entry point, or when it was built against another
     /// contract.
     [[nodiscard]] static std::unique_ptr<PluginLibrary> Load(const std::string& path,
                                                              KOVA::Tessara::Fundament::Status& status);
-    /// Finds the plug-in as FindPlugin does and loads it. Null with an item.
+    /// Finds the plug-in as FindPlugin does and loads it. Null, with an item, on failure.
     [[nodiscard]] static std::unique_ptr<PluginLibrary> FindAndLoad(const std::string& path,
                                                                     KOVA::Tessara::Fundament::Status& status);
     PluginLibrary(const PluginLibrary&) = delete;
     PluginLibrary& operator=(const PluginLibrary&) = delete;
     ~PluginLibrary();
 
-    /// The path it was loaded from.
+    /// The path that it was loaded from.
     [[nodiscard]] const std::string& GetPath() const { return path; }
-    /// What the plug-in says of itself; lives as long as this object.
+    /// The plug-in's description of itself. It lives as long as this object.
     [[nodiscard]] const PansharpDescription& GetDescription() const { return *description; }
 
 private:
@@ -56,10 +57,10 @@ private:
     TessaraCleanup cleanup = nullptr; ///< null until the library is initialized
 };
 
-/// One process object of a plug-in, given back when this goes away.
+/// One process object of a plug-in, given back by the destructor.
 class Process {
 public:
-    /// Asks for an object with these properties; when none is made, this is empty and `status` has an item.
+    /// Asks for an object with these properties. When none is made, this is empty and `status` gets an item.
     Process(const PluginLibrary& plugin, const KOVA::Tessara::Global::NameValueMap& properties,
             KOVA::Tessara::Fundament::Status& status);
     /// Leaves `other` empty.
@@ -69,9 +70,9 @@ public:
 
     /// True when there is an object.
     explicit operator bool() const { return object != nullptr; }
-    /// The object, null when empty; good as long as this.
+    /// The object, null when empty. This keeps the ownership.
     KOVA::Tessara::Pixmere::IRasterProcess* operator->() const { return object; }
-    /// The object; not to be asked when empty.
+    /// The object. Must not be called when empty.
     KOVA::Tessara::Pixmere::IRasterProcess& operator*() const { return *object; }
 
 private:

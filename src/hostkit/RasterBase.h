@@ -6,8 +6,8 @@
 
 namespace hostkit {
 
-/// What the rasters of a host have in common: a description, a window that is checked, and the calls that are
-/// the same for all. A derived class supplies GetRow and says what window it can take.
+/// The common base of a host's rasters: a description, a checked window, and the calls that are the same for
+/// all. A derived class supplies GetRow and decides which windows it accepts.
 class RasterBase : public KOVA::Tessara::Global::Object, public KOVA::Tessara::Pixmere::IRaster {
 public:
     /// What describes a raster.
@@ -25,24 +25,24 @@ public:
     unsigned short** GetColorMap(unsigned int& count) override; ///< none: null and 0
     int SetColorMap(unsigned short**, unsigned int) override { return 1; }
 
-    /// Fails, with an item, for a window that is empty or not within the pixels that the raster has; the
-    /// window before stays.
+    /// Fails, with an item, for a window that is empty or reaches outside the available pixels. The previous
+    /// window then stays.
     int SetWindow(std::uint32_t col0, std::uint32_t row0, std::uint32_t col1, std::uint32_t row1) override;
 
 protected:
     /// `source` names the raster in its items.
     explicit RasterBase(const char* source);
 
-    /// Called with a window within `available`; false, with an item, when it cannot be had.
+    /// Called with a window within `available`. False, with an item, when it cannot be opened.
     virtual bool OpenWindow(const PixelRect& wanted);
-    /// True when a row lies in the window; records an item when not.
+    /// True when a row lies in the window. Otherwise false, with an item.
     bool HoldsRow(std::uint32_t row);
-    /// Empties the status and records an item. Always false.
+    /// Replaces the contents of the status by one item. Always false.
     bool Fail(std::uint32_t id, const std::string& message);
 
     RasterInfo info;     ///< of the whole raster
-    PixelRect available; ///< the pixels that windows may cover
-    PixelRect window;    ///< the one that is set; within `available`
+    PixelRect available; ///< the pixels within which windows must lie
+    PixelRect window;    ///< the current window, within `available`
 
 private:
     const char* statusSource;

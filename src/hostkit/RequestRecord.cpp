@@ -16,7 +16,7 @@ using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
 
-/// The value of the client's "RasterGroup/Srs": a process that asks in pixel coordinates makes it the
+/// The value of the client's "RasterGroup/Srs". A process that asks in pixel coordinates writes it as the
 /// record's spatial reference.
 constexpr const char* pixelReference = "host:pixels";
 
@@ -24,7 +24,7 @@ constexpr std::uint32_t largestNumber = 0xFFFFFFFFu;
 
 bool IsHalf(double value) { return value - std::floor(value) == 0.5; }
 
-/// True when an axis has the shape of a request in pixel coordinates.
+/// True when the bounds on an axis have the form of a request in pixel coordinates.
 bool CountsPixels(double low, double high, std::uint32_t size) {
     return IsHalf(low) && high - low == static_cast<double>(size) + 1.0;
 }
@@ -33,7 +33,7 @@ bool Fits(double span, double pixelSize, std::uint32_t size) {
     return std::fabs(span / pixelSize - static_cast<double>(size)) < 0.5;
 }
 
-/// The first pixel of the window on one axis, when that and the window's end are whole 32-bit numbers.
+/// The first pixel of the window on one axis, if it and the window's end are whole 32-bit numbers.
 std::optional<std::uint32_t> FirstPixel(double position, std::uint32_t size) {
     const double first = std::floor(position + 0.5);
     if (!(first >= 0.0) || first > static_cast<double>(largestNumber - size)) return std::nullopt;

@@ -6,8 +6,7 @@
 
 #include <optional>
 
-/// A request record on the host's side: writing it for a window, and finding the window in it when it comes
-/// back to a chain.
+/// A request record on the host's side: written for a window, and read when it comes back to a chain.
 namespace hostkit {
 
 /// The whole image as a rectangle.
@@ -18,7 +17,7 @@ namespace hostkit {
                                                             const PixelRect& window);
 
 /// The record for a window of a grid: its bounds in map units, the lower vertical bound first, and its size.
-/// A process copies the bounds as they are and takes the size from the window, so write it again for every
+/// A process copies the bounds unchanged and takes the size from the window, so write a new record for every
 /// window.
 [[nodiscard]] KOVA::Tessara::Pixmere::Aoi MakeRequest(const KOVA::Tessara::Pixmere::RasterInfo& grid,
                                                       const PixelRect& window, const std::string& srs = {});
@@ -26,13 +25,14 @@ namespace hostkit {
 /// What a record asks for.
 struct RequestedWindow {
     PixelRect rect;        ///< of the grid
-    bool inPixels = false; ///< the request counts pixels: read from them as they are, nothing is resampled
+    bool inPixels = false; ///< the request counts pixels of the image: they are read as they are, without
+                           ///< resampling
 };
 
-/// The window that a record asks for: its first pixel is the nearest whole pixel of the grid to the left and
-/// upper bounds, its size is the record's. The vertical bounds may come in either order. A request in pixel
-/// coordinates has bounds one pixel more than its size, on half pixels: 9.5 to 110.5 for 100 columns from
-/// column 10. Nothing, with an item in `status`, when bounds and size contradict each other or the window
+/// The window that a record asks for. Its first pixel is the whole pixel of the grid nearest to the left and
+/// upper bounds; its size is the record's. The vertical bounds may come in either order. A request in pixel
+/// coordinates has bounds one pixel wider than its size, on half pixels: 9.5 to 110.5 for 100 columns from
+/// column 10. Empty, with an item in `status`, when bounds and size contradict each other or the window
 /// starts before the grid.
 [[nodiscard]] std::optional<RequestedWindow>
 FindRequestedWindow(const KOVA::Tessara::Pixmere::Aoi& request,

@@ -8,7 +8,7 @@ enum class Resampling {
     Cubic     ///< kernels/CubicRow.h: convolution with a = -0.5, clamped at the edges
 };
 
-/// In lower case, as people type it.
+/// Its name in lower case, as in options.
 [[nodiscard]] constexpr const char* NameOf(Resampling resampling) {
     return resampling == Resampling::Cubic ? "cubic" : "bilinear";
 }

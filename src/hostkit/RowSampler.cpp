@@ -15,7 +15,7 @@ namespace {
 using kernels::BilinearTap;
 using kernels::CubicTap;
 
-/// Source rows that were interpolated across, each known by its number: as many as a row of output needs.
+/// Source rows interpolated across, each with its number: the `Count` rows that one row of output needs.
 template <class V, std::size_t Count>
 class AcrossRows {
 public:
@@ -24,8 +24,8 @@ public:
             entry.values = std::make_unique_for_overwrite<V[]>(samples);
     }
 
-    /// The values of one of the rows needed. `interpolate` fills them when they are not at hand, in the place
-    /// of a row that is not needed.
+    /// The values of a needed row. When they are not at hand, `interpolate` computes them in the place of a
+    /// row that is no longer needed.
     template <class Interpolate>
     const V* Get(std::uint32_t number, const std::array<std::uint32_t, Count>& needed,
                  const Interpolate& interpolate) {
@@ -89,7 +89,7 @@ private:
     AcrossRows<double, 2> across;
 };
 
-/// The same in whole numbers, for taps whose fractions are whole numbers of steps.
+/// Bilinear sampling in whole numbers, for taps whose fractions are whole multiples of a step.
 template <class T>
 class WholeSampler final : public RowSampler {
 public:
@@ -135,13 +135,13 @@ private:
     std::uint32_t acrossSteps;
     std::uint32_t downSteps;
     std::size_t samples;
-    std::uint32_t firstOffset = 0; ///< of the first source sample needed, in a row of the block
+    std::uint32_t firstOffset = 0; ///< of the first source sample needed, counted in a row of the block
     std::vector<kernels::Word> spread;
     kernels::DownRowWhole<T> down = kernels::DownRowWholeFor<T>(Target());
     AcrossRows<Whole, 2> across;
 };
 
-/// As it is defined.
+/// Cubic sampling as defined, in scalar code.
 template <class T>
 class CubicSampler final : public RowSampler {
 public:
@@ -168,11 +168,11 @@ private:
     AcrossRows<double, 4> across;
 };
 
-/// The same in vectors.
+/// Cubic sampling in vectors, with the same samples.
 template <class T>
 class CubicVectorSampler final : public RowSampler {
 public:
-    /// `offset` is that of the first sample that the resampler reads, in a row of the block.
+    /// `offset` is the position, in a row of the block, of the first sample that the resampler reads.
     CubicVectorSampler(std::unique_ptr<kernels::CubicResampler<T>> made, std::uint32_t offset,
                        std::vector<CubicTap> rows)
         : resampler(std::move(made)), firstOffset(offset), rowTaps(std::move(rows)) {}

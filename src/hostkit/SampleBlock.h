@@ -7,16 +7,16 @@
 
 namespace hostkit {
 
-/// A rectangle of pixels by absolute column and row; the ends are exclusive.
+/// A rectangle of pixels by absolute column and row. The ends are exclusive.
 struct PixelRect {
     std::uint32_t col0 = 0; ///< first column
     std::uint32_t row0 = 0; ///< first row
     std::uint32_t col1 = 0; ///< end, exclusive
     std::uint32_t row1 = 0; ///< end, exclusive
 
-    /// Pixels across; of a rectangle that is not empty.
+    /// Pixels across. The rectangle must not be empty.
     [[nodiscard]] std::uint32_t GetColumns() const { return col1 - col0; }
-    /// Pixels down; of a rectangle that is not empty.
+    /// Pixels down. The rectangle must not be empty.
     [[nodiscard]] std::uint32_t GetRows() const { return row1 - row0; }
     /// True when it has no pixel.
     [[nodiscard]] bool IsEmpty() const { return col0 >= col1 || row0 >= row1; }
@@ -27,15 +27,15 @@ struct PixelRect {
     friend bool operator==(const PixelRect&, const PixelRect&) = default;
 };
 
-/// Samples of a part of an image, or of all of it, that lie in memory of the caller: rows from the top,
-/// pixels from the left, bands interleaved by pixel, 8 or 16 bits each as the image's description says
-/// (16-bit samples are aligned). They stay in place for as long as anything here reads them.
+/// Samples of an image or of a part of it, in memory of the caller: rows from the top, pixels from the left,
+/// bands interleaved by pixel. A sample has 8 or 16 bits, as the image's description says; 16-bit samples are
+/// aligned. The memory must stay valid as long as anything here reads it.
 struct SampleBlock {
     const unsigned char* samples = nullptr; ///< of the rectangle's first pixel
     std::size_t rowStride = 0;              ///< bytes from one row to the next
     PixelRect rect;                         ///< what the samples cover
-    /// Where there are data: one byte per pixel of the rectangle, rows packed, 0 for none. Null when every
-    /// pixel has data.
+    /// The mask: one byte per pixel of the rectangle, rows packed, 0 for no data. Null when every pixel has
+    /// data.
     const unsigned char* valid = nullptr;
 
     /// The sample of band 0 of a pixel within the rectangle.

@@ -106,7 +106,7 @@ KOVA::Tessara::Pixmere::IRaster* SampledChain::CreateRaster() {
     if (raster) return raster.get();
     try {
         status.Add(HostKitStatus::NotInitialized, "the chain is not initialized: call Initialize first", {});
-    } catch (...) { // the null answer says enough
+    } catch (...) { // the caller learns it from the null
     }
     return nullptr;
 }

@@ -15,37 +15,37 @@ namespace hostkit {
 
 /// Bands of an image on a window of the pan grid, opened by the host.
 struct OpenedBands {
-    std::shared_ptr<PlacedWindow> raster; ///< lent to the chains, one at a time
-    std::vector<std::size_t> bands;       ///< where they stand among all bands of the image, counted from 0
+    std::shared_ptr<PlacedWindow> raster; ///< lent to one chain at a time
+    std::vector<std::size_t> bands;       ///< their positions among all bands of the image, counted from 0
 };
 
-/// An image of a workspace: a description of the whole, and either samples of the part at hand, of an image
-/// whose axes are parallel to pan's, or the window at hand.
+/// An image of a workspace: the description of the whole, and one of two forms of content. Either samples of
+/// the part at hand, of an image whose axes are parallel to pan's, or a window that is already opened on pan.
 struct SourceImage {
     KOVA::Tessara::Pixmere::RasterInfo info;      ///< of the whole image, with all bands
-    SampleBlock block;                            ///< the samples at hand; of the caller
-    Resampling resampling = Resampling::Bilinear; ///< whatever a chain is asked for
-    /// The window at hand: all bands, where they do not share one grid in several parts. There are no samples
-    /// then; the image can be delivered on this window and not be read as it is.
+    SampleBlock block;                            ///< the samples at hand, owned by the caller
+    Resampling resampling = Resampling::Bilinear; ///< used for every request
+    /// The opened window: one part for all bands, or several when the bands do not share one grid. There are
+    /// no samples then: a chain can deliver this window only, and cannot read the image's own pixels.
     std::vector<OpenedBands> opened = {};
-    PixelRect window = {}; ///< of the pan grid, that is
+    PixelRect window = {}; ///< the opened window, in pan pixels
 };
 
-/// All bands of an image as one raster, in their order.
+/// All bands of an image as one raster, in order.
 [[nodiscard]] std::shared_ptr<RasterBase> JoinBands(const std::vector<OpenedBands>& opened);
 
 /// The chain that brings an image of the workspace onto the window of a request. It obeys the record given to
-/// Initialize, whatever it was obtained with: a request in map units is snapped to whole pixels of the pan
-/// grid and interpolated, one in pixel coordinates is read from the image as it is.
+/// Initialize, whatever it was obtained with. A request in map units is rounded to whole pixels of the pan
+/// grid and interpolated. A request in pixel coordinates is read from the image as it is.
 class SampledChain final : public KOVA::Tessara::Global::Object,
                            public KOVA::Tessara::Pixmere::IRasterProcessChain {
 public:
     /// What describes an image.
     using RasterInfo = KOVA::Tessara::Pixmere::RasterInfo;
-    /// What a chain is asked with.
+    /// The request record.
     using Aoi = KOVA::Tessara::Pixmere::Aoi;
 
-    /// The samples of the image stay where they are until the chain is destroyed.
+    /// The samples of the image must stay valid until the chain is destroyed.
     SampledChain(std::string imageId, const RasterInfo& panGrid, const SourceImage& sourceImage);
     SampledChain(const SampledChain&) = delete;
     SampledChain& operator=(const SampledChain&) = delete;
@@ -56,7 +56,8 @@ public:
     int SetProperties(const KOVA::Tessara::Global::NameValueMap* map) override;
     std::uint32_t GetProcessCount() override { return 0; }
     KOVA::Tessara::Pixmere::IRasterProcess* GetProcess(std::uint32_t) override { return nullptr; }
-    /// Fails when the record names no window of the pan grid or the samples at hand do not cover it.
+    /// Fails, with an item, when the record describes no window of the pan grid or the samples do not cover
+    /// it.
     int Initialize(Aoi* aoi) override;
     const RasterInfo* GetRasterInfo() override;
     int SetInputRaster(KOVA::Tessara::Pixmere::IRaster*) override { return 0; } ///< it has one already

@@ -12,7 +12,7 @@ using KOVA::Tessara::Fundament::FormatString;
 
 namespace {
 
-/// Where the pixels from `first` to `end` - 1 of pan lie along an axis.
+/// The positions of the pan pixels `first` to `end` - 1 along an axis of the source.
 std::vector<kernels::GridPosition> FindPositions(const kernels::GridAxis& axis, std::uint32_t first,
                                                  std::uint32_t end) {
     std::vector<kernels::GridPosition> positions;

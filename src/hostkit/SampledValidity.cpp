@@ -80,7 +80,8 @@ void SampledValidity::FindColumns(const AxisReach& down) {
 
     std::fill(reach.begin(), reach.end(), Reach::All);
     some.clear();
-    // Columns ascend: the first gap from a column on is also that of the columns before it.
+    // Columns ascend, so the first gap from a column on is also the first from an earlier column that reaches
+    // it.
     std::size_t from = 0, gap = 0;
     for (std::size_t run = 0; run + 1 < runs.size(); ++run) {
         const AxisReach& x = columns[runs[run]];

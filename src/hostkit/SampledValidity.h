@@ -12,37 +12,38 @@
 
 namespace hostkit {
 
-/// Finds for the pan pixels of a window whether they can be interpolated, and interpolates those beside
-/// source pixels without data: from the valid ones among the four around them, their bilinear weights made to
-/// add up to 1. So data reach less than one source pixel beyond the last valid one, and no sample without
-/// data ever takes part. Cubic interpolation needs all sixteen and gives way to this.
+/// Finds which pan pixels of a window can be interpolated, and interpolates those next to source pixels
+/// without data. Such a pixel is made of the valid ones among the four source pixels around it; their
+/// bilinear weights are scaled to add up to 1. So data reach less than one source pixel beyond the last valid
+/// one, and a sample without data never takes part. Where not all sixteen pixels of cubic interpolation have
+/// data, the bilinear rule is used.
 class SampledValidity {
 public:
-    /// The source's `valid` is not null; the block outlives this.
+    /// `source.valid` is not null. The block must outlive this.
     SampledValidity(const SamplerShape& shape, Resampling resampling, const SampleBlock& source);
 
-    /// Finds how far data reach in a row of the window. False when all of it is Reach::All, which is found
-    /// without looking at each pixel. Rows that lie between the same rows of the source are alike.
+    /// Finds which pixels of a row of the window have data. False when all of it is Reach::All, which is
+    /// found without a look at each pixel. Rows between the same two source rows share the result.
     bool Find(std::uint32_t row);
 
-    /// One entry for every column of the row that was found last and is not all Reach::All.
+    /// The row that was found last, one entry per column. Only valid after Find returned true.
     [[nodiscard]] std::span<const Reach> GetReach() const { return reach; }
 
-    /// Interpolates that row's pixels of Reach::Some where they lie in a row of samples.
+    /// Interpolates that row's pixels of Reach::Some. `row` is a row of samples of the whole window.
     void SampleSome(void* row) const;
 
 private:
     struct AxisReach {
         kernels::BilinearTap tap;
-        std::array<std::uint32_t, 4> weighed{}; ///< the pixels of weight other than 0
+        std::array<std::uint32_t, 4> weighed{}; ///< the pixels whose weight is not 0
         std::size_t count = 0;
 
         void Add(std::uint32_t pixel) { weighed[count++] = pixel; }
         [[nodiscard]] std::span<const std::uint32_t> All() const { return {weighed.data(), count}; }
-        /// The pixels of the tap that weigh anything.
+        /// Whether the first pixel of the tap has a weight above 0.
         [[nodiscard]] bool TakesFirst() const { return tap.fraction < 1.0; }
         [[nodiscard]] bool TakesSecond() const { return tap.fraction > 0.0; }
-        /// True when both are made of the same pixels.
+        /// True when both use the same pixels.
         [[nodiscard]] bool IsLike(const AxisReach& other) const;
     };
     [[nodiscard]] static std::vector<AxisReach> MakeAxis(std::span<const kernels::GridPosition> positions,
@@ -57,14 +58,14 @@ private:
     std::uint32_t bands;
     std::vector<AxisReach> columns;
     std::vector<AxisReach> rows;
-    std::vector<bool> isWhole;       ///< for every row of the block: all of it has data
-    std::vector<std::uint32_t> runs; ///< where columns begin that are made of the same pixels; the end
+    std::vector<bool> isWhole;       ///< per row of the block: all of it has data
+    std::vector<std::uint32_t> runs; ///< where runs of columns made of the same pixels begin, and the end
     std::optional<std::uint32_t> found;
     bool hasGaps = false;
     std::vector<Reach> reach;
     std::vector<std::uint32_t> some; ///< columns of Reach::Some
-    /// For every column of the block: not 0 where all rows that are weighed have data, and where one of those
-    /// of the bilinear weights has.
+    /// Per column of the block: not 0 when all the rows used have data there, and when any row of bilinear
+    /// weight above 0 has.
     std::vector<unsigned char> areAll, isAny;
 };
 

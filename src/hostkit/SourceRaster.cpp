@@ -13,8 +13,8 @@ SourceRaster::SourceRaster(ImageSource& source) : RasterBase("Host.SourceRaster"
 
 bool SourceRaster::OpenWindow(const PixelRect& wanted) {
     if (loaded.Contains(wanted)) return true;
-    status.Reset(0, {}, {}, {}); // it stays empty where memory runs out
-    loaded = window = {};        // the buffer belongs to no window until it is filled
+    status.Reset(0, {}, {}, {}); // allocates nothing, so it cannot fail
+    loaded = window = {};        // until the buffer is filled, it belongs to no window
     const std::size_t rowBytes = wanted.GetColumns() * PixelBytes(info);
     const std::size_t bytes = rowBytes * wanted.GetRows();
     if (buffer.size() < bytes) buffer.resize(bytes);

@@ -6,34 +6,36 @@
 
 namespace hostkit {
 
-inline constexpr const char* multispectralId = "multispectral"; ///< ID of the bands in a worker's workspace
+inline constexpr const char* multispectralId = "multispectral"; ///< ID of the bands in a workspace
 inline constexpr const char* infraredId = "infrared";           ///< ID of the infrared band
 inline constexpr const char* lowPassId = "low-pass";            ///< ID of pan's low-pass
-inline constexpr const char* sceneId = "scene";                 ///< ID of what is fused
+inline constexpr const char* sceneId = "scene";                 ///< ID of the fused scene
 
-/// One process object, the workspace that it takes its coarse images from and the request record: fuses one
-/// window after another. Used by one caller at a time. Calls that fail leave an item that says what cannot be
-/// fused, and the process's own after it.
+/// One process object with its workspace and request record: fuses one window after another. One caller uses
+/// it at a time. Calls that fail record an item that says what cannot be fused, followed by the items of the
+/// process.
 class WindowWorker {
 public:
-    /// Pan's samples come from `panRaster`, which outlives this. `creation` gets the reason when no process
-    /// is made; Start fails then and has nothing to add.
+    /// Takes pan's samples from `panRaster`, which must outlive this. When no process is made, `creation`
+    /// gets the reason; Start then fails without a further item.
     WindowWorker(const PluginLibrary& plugin, const KOVA::Tessara::Global::NameValueMap& properties,
                  const KOVA::Tessara::Pixmere::RasterInfo& panGrid,
                  KOVA::Tessara::Pixmere::IRaster& panRaster, KOVA::Tessara::Fundament::Status& creation);
     WindowWorker(const WindowWorker&) = delete;
     WindowWorker& operator=(const WindowWorker&) = delete;
 
-    /// Hands the process its inputs and initializes it. Once, before the first window.
+    /// Gives the process its inputs and initializes it. Call it once, before the first window. False with an
+    /// item.
     [[nodiscard]] bool Start(KOVA::Tessara::Fundament::Status& status);
-    /// Puts the coarse images for the next window, or gives them other samples.
+    /// The workspace. Put the coarse images for the next window there, or replace their samples.
     ArrayWorkspace& GetWorkspace() { return workspace; }
-    /// Opens a window of pan, whose samples and those of the images under it are at hand by now.
+    /// Opens a window of pan. Its samples and those of the coarse images must be at hand. False with an item.
     [[nodiscard]] bool OpenWindow(const PixelRect& rect, KOVA::Tessara::Fundament::Status& status);
-    /// A fused row of the open window, by pan's row; good until the next call. Null when there is none.
+    /// A fused row of the open window, by pan's row number: columns x bands samples. Valid until the next
+    /// call. Null, with an item, on failure.
     [[nodiscard]] const unsigned char* GetRow(std::uint32_t row, KOVA::Tessara::Fundament::Status& status);
 
-    /// What the process recorded of the last window, where it was asked to.
+    /// What the process recorded about the last window, if it was asked to record.
     [[nodiscard]] const KOVA::Tessara::Global::NameValueMap& GetMetadata() { return process->GetMetadata(); }
 
 private:
