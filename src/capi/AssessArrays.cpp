@@ -32,7 +32,7 @@ bool ReadAssessed(const char* name, const pansharp_image& given, const pansharp_
                 FormatString("%s_gaps.rules has PANSHARP_COLLAR; collars are found by pansharp_fuse", name)));
 }
 
-/// Where there is room for them.
+/// Writes the indices of each band if there is room for them.
 void TellBands(const quality::ReferenceIndices& found, pansharp_band_quality* bands) {
     for (std::size_t band = 0; bands && band < found.errors.size(); ++band)
         bands[band] = {found.errors[band].bias, found.errors[band].rmse, found.errors[band].psnr,

@@ -16,8 +16,7 @@ using KOVA::Tessara::Fundament::Status;
 
 namespace {
 
-/// Samples of a rectangle of an image as numbers, and which of its pixels have data and none that is
-/// saturated.
+/// Samples of a rectangle of an image as numbers, and which of its pixels have data and are not saturated.
 template <class Number>
 void ReadNumbers(const InputImage& image, const PixelRect& rect, std::uint32_t saturated,
                  std::vector<Number>& numbers, std::vector<unsigned char>& usable) {
@@ -36,7 +35,7 @@ void ReadNumbers(const InputImage& image, const PixelRect& rect, std::uint32_t s
     usable.resize(std::size_t{rect.GetColumns()} * rect.GetRows());
     for (std::size_t pixel = 0; pixel < usable.size(); ++pixel) {
         const Number* of = numbers.data() + pixel * bands;
-        const bool hasData = !block.valid || block.valid[pixel] != 0; // then the block is the rectangle
+        const bool hasData = !block.valid || block.valid[pixel] != 0; // the block covers just the rectangle
         usable[pixel] = hasData && *std::max_element(of, of + bands) < saturated ? 1 : 0;
     }
 }
@@ -73,12 +72,12 @@ private:
     fitting::AreaSums sums;
 };
 
-/// Bands of all images of a job.
+/// The number of bands of all coarse images of a job.
 std::size_t CountBands(const FuseJob& job) {
     return job.multispectral.info.bandsPerPixel + (job.infrared ? 1u : 0u);
 }
 
-/// The bands of a block, the infrared one last.
+/// Reads the bands of a block; the infrared one comes last.
 void ReadBands(const FuseJob& job, const PixelRect& rect, std::vector<double>& samples,
                std::vector<unsigned char>& usable) {
     ReadNumbers(job.multispectral, rect, job.largest, samples, usable);
@@ -99,7 +98,7 @@ void ReadBands(const FuseJob& job, const PixelRect& rect, std::vector<double>& s
     samples = std::move(all);
 }
 
-/// Adds the pixels of a block.
+/// Adds the pixels of a block to the moments.
 void AddBlock(const FuseJob& job, const PixelRect& rect, fitting::FitMoments& moments) {
     std::vector<double> samples;
     std::vector<unsigned char> usable;
@@ -129,7 +128,7 @@ public:
     [[nodiscard]] std::vector<PixelRect> Choose(std::uint32_t blocks, std::uint32_t side) const override {
         return fitting::SpreadBlocks(GetArea(), std::max(GetRatio()[0], GetRatio()[1]), {blocks, side});
     }
-    /// Those that weights are fitted to.
+    /// The blocks that weights are fitted to.
     [[nodiscard]] std::vector<PixelRect> ChooseUsual() const {
         const fitting::BlockPlan plan;
         return Choose(plan.blocksAcross, plan.side);

@@ -27,7 +27,8 @@ using KOVA::Tessara::Fundament::Status;
 
 namespace {
 
-/// Rows of a window: enough that opening it costs little, few enough that threads end together.
+/// Rows per window: enough that opening a window costs little, and few enough that all threads end at about
+/// the same time.
 std::uint32_t WindowRows(const FuseJob& job, std::uint32_t threads) {
     constexpr std::uint64_t fewest = 16, mostPixels = std::uint64_t{1} << 20;
     const std::uint64_t most = std::max(fewest, mostPixels / job.pan.info.cols);
@@ -40,7 +41,7 @@ std::uint32_t ThreadCount(const FuseJob& job) {
     return std::clamp(wanted, 1u, (job.pan.info.rows - 1) / 16 + 1);
 }
 
-/// An image beneath pan as a worker reads it.
+/// A coarse image as a worker reads it.
 struct Beneath {
     Beneath(const char* imageId, const InputImage& inputImage, const FuseJob& job)
         : id(imageId), image(inputImage), placement(job.pan.info, image.info) {}
@@ -49,7 +50,7 @@ struct Beneath {
     const InputImage& image;
     hostkit::AxisPlacement placement;
     BlockBuffers buffers;
-    std::shared_ptr<hostkit::PlacedWindow> opened; ///< where pixels may lack data
+    std::shared_ptr<hostkit::PlacedWindow> opened; ///< set if pixels may lack data
 };
 
 /// A worker with the images that it reads. Used by one thread.
@@ -111,7 +112,7 @@ private:
         return true;
     }
 
-    /// Hands out which pixels of a row have data.
+    /// Writes the mask of a row.
     void TellValid(std::uint32_t row, bool mayLackData) {
         if (mayLackData)
             job.gapPixels += static_cast<std::uint64_t>(
@@ -125,16 +126,17 @@ private:
     FuseJob& job;
     BlockBuffers panBuffers;
     std::list<Beneath> beneath;
-    std::vector<hostkit::PlacedWindow*> windows; ///< those of the images beneath
-    std::vector<hostkit::Reach> reach;           ///< of a row
-    std::vector<unsigned char> valid;            ///< likewise
+    std::vector<hostkit::PlacedWindow*> windows; ///< of the coarse images
+    std::vector<hostkit::Reach> reach;           ///< of one row
+    std::vector<unsigned char> valid;            ///< of one row
     std::optional<hostkit::LowPassFeed> lowPass;
     hostkit::ArrayRaster panRaster;
     RowFinish finish;
-    std::optional<hostkit::WindowWorker> worker; ///< made after pan, so destroyed before it; none to upsample
+    std::optional<hostkit::WindowWorker>
+        worker; ///< made after pan, so destroyed before it; empty to upsample
 };
 
-/// One run over the rows: hands out windows, counts rows, keeps the first failure.
+/// One run over the rows: distributes windows, counts rows, keeps the first failure.
 class Run {
 public:
     Run(const hostkit::PluginLibrary& library, FuseJob& fuseJob)
@@ -146,7 +148,7 @@ public:
             StartHelpers(helpers);
             Work(true);
             AwaitHelpers();
-        } catch (...) { // the progress callback may be anybody's code
+        } catch (...) { // the progress callback may throw anything
             stop = true;
             throw;
         }
@@ -171,7 +173,7 @@ private:
                 }
                 helpers.emplace_back([this] { Help(); });
             }
-        } catch (const std::system_error&) { // no further thread to be had: those that run do the work
+        } catch (const std::system_error&) { // no further thread is available: those that run do the work
             const std::lock_guard lock(mutex);
             --running;
         }
@@ -221,7 +223,7 @@ private:
         changed.notify_one();
     }
 
-    /// Tells the callback what is new. On the calling thread, without the lock.
+    /// Calls the progress callback when rows were added. On the calling thread, without the lock.
     void Report() {
         std::uint32_t rows = 0;
         {
@@ -230,7 +232,7 @@ private:
             rows = reportedRows = doneRows;
         }
         if (!job.progress || job.progress(rows, job.pan.info.rows, job.progressData) == 0) return;
-        // Nothing is left to be cancelled after the last row.
+        // After the last row there is nothing left to cancel.
         if (rows == job.pan.info.rows) return;
         stop = true;
         cancelled = true;
@@ -254,7 +256,7 @@ private:
     std::atomic<std::uint32_t> nextWindow = 0;
     std::atomic<bool> stop = false;
 
-    std::mutex mutex; ///< guards what follows
+    std::mutex mutex; ///< guards the following members
     std::condition_variable changed;
     std::uint32_t running = 0; ///< helpers
     std::uint32_t doneRows = 0;
@@ -262,7 +264,7 @@ private:
     bool failed = false;
     bool cancelled = false; ///< used by the calling thread only
     Status failure;
-    std::exception_ptr thrown; ///< by a helper
+    std::exception_ptr thrown; ///< thrown by a helper
 };
 
 } // namespace

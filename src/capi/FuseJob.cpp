@@ -37,7 +37,7 @@ bool CheckLayout(const char* name, const void* samples, Layout& layout, Status& 
     if (layout.columns == 0 || layout.rows == 0 || layout.bands == 0)
         return Refuse(status, FormatString("%s has %u columns, %u rows and %u bands; none may be 0", name,
                                            layout.columns, layout.rows, layout.bands));
-    // Samples of a row are counted in 32 bits.
+    // Samples per row are counted in 32 bits.
     if (std::uint64_t{layout.columns} * layout.bands > std::numeric_limits<std::uint32_t>::max())
         return Refuse(status, FormatString("%s has %u columns of %u bands; a row may have 4294967295 samples "
                                            "at most",
@@ -85,14 +85,14 @@ bool ReadPan(const pansharp_image& given, std::uint32_t bits, InputImage& pan, S
     return true;
 }
 
-/// Of images whose rows are asked for: they have no samples, and take packed ones.
+/// Prepares a job whose rows come from a callback: its images have no samples, and the callback's are packed.
 bool TakeRows(pansharp_job& job, Status& status) {
     static const char anywhere = 0;
     for (pansharp_image* image : {&job.pan, &job.multispectral, &job.infrared}) {
         if (image->samples || image->row_stride || image->pixel_stride || image->band_stride)
             return Refuse(status,
                           "the samples and strides of the images must be 0: their rows are asked for");
-        // Never read. An infrared image may be left out.
+        // Never read. The infrared image may be absent.
         if (image != &job.infrared || image->columns != 0 || image->rows != 0 || image->bands != 0)
             image->samples = &anywhere;
     }
@@ -100,7 +100,7 @@ bool TakeRows(pansharp_job& job, Status& status) {
     return true;
 }
 
-/// Of a job that only upsamples: of pan its size counts.
+/// Prepares a job that only upsamples: only the size of pan is used.
 void TakeSize(pansharp_job& job) {
     static const char anywhere = 0;
     job.pan.samples = &anywhere; // never read
@@ -143,7 +143,7 @@ bool PlaceAxis(const Axis& axis, double& pixelSize, Status& status) {
     return true;
 }
 
-/// Lays the image under pan, in units of pan pixels from pan's corner, the vertical axis upward.
+/// Places the image under pan, in units of pan pixels from pan's corner, with the vertical axis upward.
 bool PlaceImage(const char* name, const pansharp_image& given, const InputImage& pan, InputImage& image,
                 Status& status) {
     KOVA::Tessara::Pixmere::RasterInfo& info = image.info;
@@ -203,8 +203,8 @@ bool ReadOutput(const pansharp_output& given, FuseJob& job, Status& status) {
     return CheckMemory("output", *FindRange(given.samples, layout), job, status);
 }
 
-/// The method that is named, or the one that people get who turn no knob: the plug-in's first where weights
-/// or an infrared image say so.
+/// The named method, or the default: the recommended one, but the plug-in's first if weights or an infrared
+/// image are given.
 const PansharpMethod* ChooseMethod(const pansharp_job& given, const PansharpDescription& plugin,
                                    const FuseJob& job, Status& status) {
     const bool weighs = given.weights || given.infrared_weight || job.infrared;
@@ -214,7 +214,7 @@ const PansharpMethod* ChooseMethod(const pansharp_job& given, const PansharpDesc
     return hostkit::FindMethod(plugin, keyword, status);
 }
 
-/// How pan's detail comes into the bands.
+/// Reads how pan's detail is added to the bands.
 bool ReadDetail(const pansharp_job& given, FuseJob& job, Status& status) {
     const bool usesLowPass = hostkit::UsesLowPass(*job.method);
     if (given.gains ? given.gain_count == 0 : given.gain_count != 0)
@@ -248,7 +248,7 @@ bool ReadDetail(const pansharp_job& given, FuseJob& job, Status& status) {
 bool IsWritten(JobUse use) { return use == JobUse::Fuse || use == JobUse::Upsample; }
 
 bool ReadUpsampling(const pansharp_job& given, FuseJob& job, Status& status) {
-    job.processBands = job.multispectral.info.bandsPerPixel; // the chain has them all
+    job.processBands = job.multispectral.info.bandsPerPixel; // the chain delivers all of them
     job.pan.samples = nullptr;
     job.resampling =
         given.resampling == PANSHARP_BILINEAR ? hostkit::Resampling::Bilinear : hostkit::Resampling::Cubic;
@@ -256,7 +256,7 @@ bool ReadUpsampling(const pansharp_job& given, FuseJob& job, Status& status) {
            Refuse(status, FormatString("job.resampling is %u; give a pansharp_resampling", given.resampling));
 }
 
-/// What the process objects are made with.
+/// Reads the method and the properties of its process objects.
 bool ReadMethod(const pansharp_job& given, const PansharpDescription& plugin, JobUse use, FuseJob& job,
                 Status& status) {
     const PansharpMethod* method = job.method = ChooseMethod(given, plugin, job, status);
@@ -286,7 +286,7 @@ bool ReadMethod(const pansharp_job& given, const PansharpDescription& plugin, Jo
 bool CopyStructure(const StructureName& of, const void* given, std::size_t givenSize, void* known,
                    std::size_t knownSize, Status& status) {
     if (!given) return Refuse(status, FormatString("%s is null; give the address of a %s", of.name, of.type));
-    constexpr std::size_t most = 65536; // a size that was never set may be any number
+    constexpr std::size_t most = 65536; // a larger size was never set
     if (givenSize < of.least || givenSize > most) {
         const std::string usual = FormatString("set it to sizeof(%s) before the call", of.type);
         return Refuse(status, FormatString("%s.struct_size is %zu, which is not its size; %s", of.name,

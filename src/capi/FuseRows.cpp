@@ -30,7 +30,7 @@ bool TakeCallbacks(const pansharp_rows* given, pansharp_rows& rows, Status& stat
             Refuse(status, "rows.read or rows.write is null; give both functions"));
 }
 
-/// The window, within pan; all of it where none is given.
+/// The window within pan; all of pan if none is given.
 bool FindWindow(const FuseJob& job, const pansharp_window& given, PixelRect& window, Status& status) {
     window = hostkit::WholeImage(job.pan.info);
     if (given.columns == 0 && given.rows == 0 && given.column == 0 && given.row == 0) return true;
@@ -45,7 +45,7 @@ bool FindWindow(const FuseJob& job, const pansharp_window& given, PixelRect& win
     return true;
 }
 
-/// What a method that compares pan with its low-pass would find in the whole scene.
+/// Takes from the job what a method that compares pan with its low-pass needs to know of the whole scene.
 bool SettleGiven(FuseJob& job, Status& status) {
     if (!hostkit::UsesLowPass(*job.method)) return true;
     if (job.known.gains.empty() || !job.known.transfer || !job.lowPassMean)
@@ -61,7 +61,7 @@ bool SettleGiven(FuseJob& job, Status& status) {
     return SettleDetail(found, job, status);
 }
 
-/// A worker whose images are asked for.
+/// A worker that reads its images through the callback.
 class Asker {
 public:
     Asker(const hostkit::PluginLibrary& plugin, const FuseJob& fuseJob, const pansharp_rows& callbacks,
@@ -146,7 +146,7 @@ pansharp_result FuseRows(const hostkit::PluginLibrary& plugin, FuseJob& job, con
         return PANSHARP_BAD_ARGUMENT;
     Asker asker(plugin, job, rows, status);
     if (!asker.Start(status)) return PANSHARP_FAILED;
-    // Parts that keep the pixels at hand within some megabytes.
+    // Parts that keep the pixels in memory within some megabytes.
     const std::uint32_t step = std::max(16u, (1u << 20) / window.GetColumns());
     for (std::uint32_t row = window.row0; row < window.row1;) {
         const std::uint32_t end = row + std::min(step, window.row1 - row);

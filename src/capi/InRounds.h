@@ -12,8 +12,8 @@
 
 namespace capi {
 
-/// Processes an image part by part on `threads` threads and takes the results in the order of the parts, as
-/// rasterhost::InParts does, but without oneTBB. A round is one part for each thread.
+/// Processes an image part by part on `threads` threads and takes the results in the order of the parts, like
+/// rasterhost::InParts but without oneTBB. A round is one part per thread.
 template <class Open, class Make, class Take>
 [[nodiscard]] bool InRounds(std::uint32_t threads, std::size_t parts, const Open& open, const Make& make,
                             const Take& take, KOVA::Tessara::Fundament::Status& status) {
@@ -40,7 +40,7 @@ template <class Open, class Make, class Take>
         try {
             for (; begun < count; ++begun)
                 helpers.emplace_back([&, begun] { work(slots[begun], first + begun); });
-        } catch (const std::system_error&) { // no further thread to be had: this one does the rest
+        } catch (const std::system_error&) { // no further thread is available: this one does the rest
         }
         work(slots[0], first);
         for (; begun < count; ++begun)

@@ -21,7 +21,7 @@ void ClearValues(const InputImage& image, const unsigned char* samples, std::siz
                             static_cast<T>(*image.gaps.noData), valid);
 }
 
-/// One byte per pixel of the block, rows packed.
+/// Writes the mask of a block: one byte per pixel, rows packed.
 void FillValid(const InputImage& image, const SampleBlock& block, unsigned char* valid) {
     const Gaps& gaps = image.gaps;
     const PixelRect& rect = block.rect;

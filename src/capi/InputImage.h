@@ -10,18 +10,20 @@
 
 namespace capi {
 
-/// What of an image has no data: what its mask, its value for no data or its collar say.
+/// Which pixels of an image have no data, by its mask, its value for no data and its collar.
 struct Gaps {
-    const unsigned char* valid = nullptr;              ///< a byte per pixel, 0 without data; null for no mask
-    Layout layout;                                     ///< of them
+    const unsigned char* valid = nullptr;              ///< a byte per pixel, 0 without data; null without a
+                                                       ///< mask
+    Layout layout;                                     ///< of the mask
     std::optional<std::uint32_t> noData;               ///< a sample that means no data in any band
-    bool isWhole = false;                              ///< its collar is looked for, and it must have data
+    bool isWhole = false;                              ///< look for its collar, and refuse it without any
+                                                       ///< data
     std::shared_ptr<const imagery::ZeroCollar> collar; ///< null until it is found
 
     [[nodiscard]] bool MayLackData() const { return valid || noData || collar; }
 };
 
-/// An image to read, checked. Georeferenced in pan pixels from pan's upper left corner.
+/// An image to read, checked. Its description counts pan pixels from pan's upper left corner.
 struct InputImage {
     const char* name = "";
     const unsigned char* samples = nullptr;
@@ -30,18 +32,18 @@ struct InputImage {
     Gaps gaps;
 };
 
-/// Memory for a block.
+/// Memory that ReadBlock uses for a block.
 struct BlockBuffers {
     std::vector<unsigned short> samples;
     std::vector<unsigned char> valid;
 };
 
-/// Samples of a rectangle, and which of its pixels have data. Packed samples stay where they are; what is in
-/// the buffers has to outlive the block.
+/// Samples of a rectangle with their mask. Packed samples are not copied; others are copied into `buffers`,
+/// which must outlive the block.
 [[nodiscard]] hostkit::SampleBlock ReadBlock(const InputImage& image, const hostkit::PixelRect& rect,
                                              BlockBuffers& buffers);
 
-/// An image as a source of packed samples. The image outlives it.
+/// An image as a source of packed samples. The image must outlive it.
 class ArraySource final : public hostkit::ImageSource {
 public:
     explicit ArraySource(const InputImage& ofImage) : image(ofImage) {}

@@ -14,7 +14,7 @@ using KOVA::Tessara::Fundament::Status;
 
 namespace {
 
-/// Bytes that tell which pixels of an image have data.
+/// Reads a mask: one byte per pixel of an image.
 bool ReadMask(const char* name, std::ptrdiff_t rowStride, std::ptrdiff_t pixelStride, const void* valid,
               const InputImage& image, Layout& layout, Status& status) {
     layout = {image.info.cols, image.info.rows, 1, 1, rowStride, pixelStride, 0};

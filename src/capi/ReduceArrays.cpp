@@ -16,14 +16,14 @@ using KOVA::Tessara::Fundament::Status;
 
 namespace {
 
-/// Where a reduced image goes.
+/// Writes a reduced image to the caller's memory.
 bool Hand(HeldImage& image, void* samples, unsigned char* valid, Status& status) {
     const hostkit::PixelRect all = hostkit::WholeImage(image.GetInfo());
     auto* bytes = static_cast<unsigned char*>(samples);
     return image.Read(all, bytes, status) && image.ReadValid(all, bytes, valid, status);
 }
 
-/// Where results are compared: where the truth and pan have data, and all pixels that a cubic takes there.
+/// Marks where results are compared: where the truth, pan and all pixels of a cubic interpolation have data.
 bool HandCompared(HeldImage& truth, HeldImage& pan, HeldImage& coarse, unsigned char* valid, Status& status) {
     const hostkit::AxisPlacement placement(pan.GetInfo(), coarse.GetInfo());
     ImageRows truthRows(truth), panRows(pan);

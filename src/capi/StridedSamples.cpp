@@ -19,7 +19,7 @@ std::uintptr_t Magnitude(std::ptrdiff_t stride) {
                       : static_cast<std::uintptr_t>(stride);
 }
 
-/// False when the product is not an offset.
+/// False when the product is too large for an offset.
 bool Multiply(std::uintptr_t a, std::uintptr_t b, std::uintptr_t& product) {
     if (b != 0 && a > largestOffset / b) return false;
     product = a * b;

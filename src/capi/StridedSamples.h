@@ -7,10 +7,10 @@
 #include <optional>
 #include <vector>
 
-/// Samples that lie in memory of the caller with strides of any sign and address.
+/// Samples in memory of the caller, with strides of any sign and at any address.
 namespace capi {
 
-/// Where the samples of an image lie, in bytes from band 0 of its upper left pixel.
+/// The positions of the samples of an image, in bytes from band 0 of its upper left pixel.
 struct Layout {
     std::uint32_t columns = 0;
     std::uint32_t rows = 0;
@@ -25,12 +25,12 @@ struct Layout {
                static_cast<std::ptrdiff_t>(column) * pixelStride +
                static_cast<std::ptrdiff_t>(band) * bandStride;
     }
-    /// True when the bands lie interleaved by pixel, without gaps, rows from the top, samples aligned.
+    /// True when samples are packed: bands interleaved by pixel, no gaps, rows from the top, samples aligned.
     [[nodiscard]] bool IsPacked(const unsigned char* samples) const;
 };
 
-/// Replaces strides that are all 0 by those of packed samples. False when only some are 0 that count, or a
-/// stride would not be a number of bytes.
+/// Replaces strides that are all 0 by those of packed samples. False when only some of the strides that
+/// matter are 0, or when a packed stride would overflow.
 [[nodiscard]] bool FillStrides(Layout& layout);
 
 /// The addresses that an image touches; the end is exclusive.
@@ -42,20 +42,20 @@ struct AddressRange {
     }
 };
 
-/// Nothing when the image would not fit into the address space there.
+/// The addresses of an image. Empty when it would reach beyond the address space.
 [[nodiscard]] std::optional<AddressRange> FindRange(const void* samples, const Layout& layout);
 
-/// True when no two samples are sure to share a byte: each stride reaches over all that the smaller strides
-/// span.
+/// True when no two samples can share a byte: each stride is at least the span of all smaller strides.
 [[nodiscard]] bool KeepsSamplesApart(const Layout& layout);
 
-/// The samples of a rectangle for a raster. Those that are packed stay where they are; others are copied into
-/// the buffer, which then has to outlive the block.
+/// The samples of a rectangle. Packed samples are not copied; others are copied into the buffer, which must
+/// outlive the block.
 [[nodiscard]] hostkit::SampleBlock MakeBlock(const unsigned char* samples, const Layout& layout,
                                              const hostkit::PixelRect& rect,
                                              std::vector<unsigned short>& buffer);
 
-/// Writes bands of an interleaved row, counted from 0, as the bands of row `row` of an image.
+/// Writes the bands with these numbers, counted from 0, of an interleaved row as the bands of row `row` of an
+/// image.
 void StoreRow(const unsigned char* source, std::uint32_t sourceBands, const std::vector<std::uint32_t>& bands,
               unsigned char* samples, const Layout& layout, std::uint32_t row);
 

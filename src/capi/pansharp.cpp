@@ -1,4 +1,4 @@
-// The functions of the C interface: no exception leaves them.
+// The functions of the C interface. No exception leaves them.
 
 #include "capi/pansharp.h"
 
@@ -41,7 +41,7 @@ public:
             const std::string& message = status.GetItem(i).message;
             if (!message.empty()) lines += (lines.empty() ? "" : "\n") + message;
         }
-        // A thread that runs out of memory cannot say so.
+        // A thread that has run out of memory cannot record it.
         if (lines.empty()) lines = outOfMemory;
         Set(lines.data(), lines.size());
     }
@@ -53,7 +53,7 @@ private:
         if (size == 0) return;
         length = std::min(length, size - 1);
         std::memcpy(buffer, text, length);
-        // No part of a character at the end.
+        // Does not end with a part of a UTF-8 character.
         if (text[length] != 0)
             while (length > 0 && (static_cast<unsigned char>(text[length]) & 0xC0u) == 0x80u)
                 --length;
@@ -64,7 +64,7 @@ private:
     std::size_t size;
 };
 
-/// What `call` returns, or `whenThrown` with the reason.
+/// The result of `call`; if it throws, `whenThrown`, with the reason recorded.
 template <class Result, class Call>
 Result Guarded(ErrorText& error, Result whenThrown, const Call& call) noexcept {
     try {
@@ -80,7 +80,7 @@ Result Guarded(ErrorText& error, Result whenThrown, const Call& call) noexcept {
 }
 
 pansharp_detail Describe(const fitting::DetailFit& fit) {
-    if (fit.gains.empty()) return {}; // of a method that compares nothing
+    if (fit.gains.empty()) return {}; // the method does not compare pan with its low-pass
     return {fit.transfer,
             fit.lowPassMean > 0.0 ? fit.lowPassMean : PANSHARP_NO_MEAN,
             fit.blur ? fit.blur->rSquared : 0.0,
@@ -89,7 +89,7 @@ pansharp_detail Describe(const fitting::DetailFit& fit) {
             fit.plainError.value_or(0.0)};
 }
 
-/// Tells what is known of the job by now, if the caller asks for it.
+/// Writes what is known of the job so far, if the caller asks for it.
 void TellUse(capi::FuseJob& job) {
     if (!job.usedGoes) return;
     pansharp_used& used = job.used;
@@ -107,7 +107,7 @@ void TellUse(capi::FuseJob& job) {
     capi::GiveBack(used, *job.usedGoes);
 }
 
-/// What `work` makes of a job that is read and checked.
+/// The result of `work` on a job that is read and checked.
 template <class Work>
 pansharp_result RunJob(const pansharp* library, const pansharp_job* job, ErrorText& text, capi::JobUse use,
                        const Work& work) noexcept {

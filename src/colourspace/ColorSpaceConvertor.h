@@ -15,7 +15,7 @@ inline constexpr std::uint32_t WrongColorSpace = 0x1004;
 inline constexpr std::uint32_t RowTooLong = 0x1010;
 } // namespace ColorSpaceStatus
 
-/// What tells one converter from another.
+/// What differs between converters.
 struct ColorSpaceConversion {
     const char* source; ///< of the items it records
     const char* requiredColorSpace;
@@ -28,22 +28,22 @@ struct ColorSpaceConversion {
 
 /// Converts rows of three bands from one colour space to another. Publishes no metadata.
 ///
-/// A converter is a class that hands its ColorSpaceConversion to this base.
+/// A converter is a class that passes its ColorSpaceConversion to this base.
 template <class T>
 class ColorSpaceConvertor : public UnaryRowOperator<T> {
 public:
     ColorSpaceConvertor(const ColorSpaceConvertor&) = delete;
     ColorSpaceConvertor& operator=(const ColorSpaceConvertor&) = delete;
 
-    /// The input's description with the new "ColorSpace"; after a failed Init one of 0 columns.
+    /// The input's description with the new "ColorSpace"; after a failed Init a description of 0 columns.
     ImageInfo GetOutputInfo() override { return outputInfo; }
     T* ProcessRow(const T* input, std::uint32_t row) override;
     bool SetWindow(std::uint32_t col0, std::uint32_t col1) override; ///< always true
 
-    /// Refuses an image without exactly three bands or without the required "ColorSpace" (in any letter
-    /// case).
+    /// False, with an item, unless the image has exactly three bands and the required "ColorSpace" (in any
+    /// letter case).
     virtual bool Init(const ImageInfo& input);
-    /// The vector target for the next Init, of those that can run here; without it Init chooses.
+    /// Sets the vector target for the next Init. It must be able to run here. Without it, Init chooses.
     void UseSimdTarget(kernels::SimdTarget target) { simd.given = target; }
     virtual bool Reset(); ///< frees the row, empties the status; then ProcessRow returns null
     virtual ~ColorSpaceConvertor();

@@ -8,8 +8,8 @@
 namespace PXL {
 
 /// A new converter, not yet initialised, for the keyword "hsi2rgb", "rgb2hsi", "yuv2rgb" or "rgb2yuv" in any
-/// letter case. Every call inserts an empty item with id 0 into `status`; for any other keyword the result
-/// is null, with the item 0x1002 before that one.
+/// letter case. Every call inserts an empty item with id 0 into `status`. For any other keyword the result is
+/// null and the item 0x1002 stands before that one.
 template <class T>
 [[nodiscard]] std::unique_ptr<ColorSpaceConvertor<T>> CreateColorSpaceConvertor(const std::string& keyword,
                                                                                 Fundament::Status& status);

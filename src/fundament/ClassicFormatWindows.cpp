@@ -11,7 +11,7 @@ namespace KOVA::Tessara::Fundament {
 int FormatClassic(char* buffer, std::size_t size, const char* format, std::va_list arguments) {
     if (std::strcmp(std::localeconv()->decimal_point, ".") == 0)
         return std::vsnprintf(buffer, size, format, arguments);
-    // Of this thread only, as long as it formats.
+    // Only for this thread, and only while it formats.
     const int before = _configthreadlocale(_ENABLE_PER_THREAD_LOCALE);
     const std::string numbers = std::setlocale(LC_NUMERIC, nullptr);
     std::setlocale(LC_NUMERIC, "C");

@@ -10,13 +10,13 @@ namespace KOVA::Tessara::Fundament {
 
 namespace {
 
-// `safe` is one of the upper-case `answers`.
+// `safe` is one of the upper-case `answers`: the one that changes nothing.
 char Ask(const std::string& question, const std::string& answers, char safe) {
     std::fflush(stdout);
     std::fflush(stderr);
     char answer = safe;
     {
-        Platform::KeyReader keys; // before the question: its answer shall not show
+        Platform::KeyReader keys; // before the question, so that the answer is not echoed
         std::fputs(question.c_str(), stderr);
         std::fflush(stderr);
         while (const auto key = keys.Next()) {

@@ -36,7 +36,7 @@ bool IsReadWritable(const std::string& path) {
 }
 
 bool IsFileNewer(const std::string& path, const CalendarTime& time) {
-    // Compared as thousandths, since nanoseconds do not reach every year that can be asked for.
+    // Compared in milliseconds, since nanoseconds do not reach every year that may be asked for.
     const auto moment = ToSystemTime(time);
     const auto written = Platform::LastWritten(path);
     return moment && written && *written > *moment;
@@ -47,7 +47,7 @@ std::uint64_t GetDiskFreeBytes(const std::string& path) {
     const fs::path folder = parent.empty() ? fs::path(".") : parent;
     std::error_code failure;
     const fs::space_info space = fs::space(folder, failure);
-    // Some systems tell the volume of a folder that is not there.
+    // Some systems report the volume of a folder that does not exist.
     return failure || !fs::exists(folder, failure) ? std::numeric_limits<std::uint64_t>::max()
                                                    : space.available;
 }

@@ -4,7 +4,7 @@
 
 namespace KOVA::Tessara::Fundament {
 
-/// std::localtime into a record of the caller's, since the standard one shares a static record between
+/// std::localtime with a result of the caller's own: the standard function shares a static record between
 /// threads. One file per platform.
 std::tm LocalTime(std::time_t time);
 

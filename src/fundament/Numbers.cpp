@@ -22,7 +22,7 @@ std::size_t Digits(std::string_view text, std::size_t from) {
     return end - from;
 }
 
-// True when the text is one whole decimal number, without its sign.
+// True when the text is exactly one decimal number, without a sign.
 bool IsUnsignedNumber(std::string_view text) {
     const std::size_t whole = Digits(text, 0);
     std::size_t at = whole;
@@ -42,7 +42,7 @@ bool IsUnsignedNumber(std::string_view text) {
     return at == text.size();
 }
 
-// What a number that no double can hold stands for: an infinity when it is huge, zero when it is tiny.
+// The replacement for a number outside the range of a double: infinity if it is huge, zero if it is tiny.
 double OutOfRange(std::string_view text) {
     const std::size_t e = text.find_first_of("eE");
     const std::string_view mantissa = text.substr(0, e);
@@ -86,7 +86,7 @@ std::int32_t StringToLong(const std::string& text, std::int32_t defaultValue) {
 }
 
 std::uint32_t StringToUnsignedLong(const std::string& text, std::uint32_t defaultValue) {
-    // A number never reads as not-a-number, so it can mark the default.
+    // StringToDouble never reads NaN, so NaN can mark the default.
     const double value = StringToDouble(text, std::nan(""));
     return std::isnan(value) ? defaultValue : static_cast<std::uint32_t>(Truncated(value));
 }

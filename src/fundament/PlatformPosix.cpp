@@ -11,7 +11,7 @@
 namespace KOVA::Tessara::Fundament::Platform {
 
 bool CanAccess(const std::string& path, Access access) {
-    if (path.find('\0') != std::string::npos) return false; // would name another file
+    if (path.find('\0') != std::string::npos) return false; // the system would read another name
     const int mode = access == Access::Exists  ? F_OK
                      : access == Access::Write ? W_OK
                      : access == Access::Read  ? R_OK
@@ -39,7 +39,7 @@ bool IsInteractive() { return isatty(STDIN_FILENO) && isatty(STDERR_FILENO); }
 
 namespace {
 
-// Signal handlers see nothing but this.
+// The only state that signal handlers read.
 constexpr int guardedSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGTSTP, SIGPIPE, SIGABRT, SIGSEGV};
 constexpr int guardedCount = sizeof guardedSignals / sizeof *guardedSignals;
 termios terminalBefore;
@@ -56,11 +56,11 @@ extern "C" void PutBackTerminal(int signal) {
     tcsetattr(STDIN_FILENO, TCSANOW, &terminalBefore);
     PutBackActions();
     caught = signal;
-    raise(signal); // held back until this handler returns, then the process's own action takes it
+    raise(signal); // blocked until this handler returns; then the process's own action handles it
     errno = error;
 }
 
-// The handlers come first: there is no moment in which a signal could leave the terminal changed.
+// Handlers are installed first, so no signal can leave the terminal changed.
 void TakeTerminal() {
     caught = 0;
     struct sigaction guard {};
@@ -102,18 +102,18 @@ KeyReader::~KeyReader() {
 std::optional<char> KeyReader::Next() {
     if (!terminal) return ReadByte();
     for (;;) {
-        // In short waits: a signal may come just before one, or on another thread.
+        // Waits are short: a signal may come just before one, or on another thread.
         while (!caught && !InputWithin(200)) {
         }
         if (caught && caught != SIGTSTP) return std::nullopt;
         if (caught) {
-            TakeTerminal(); // stopped, and now continued
+            TakeTerminal(); // after a stop and continue
             continue;
         }
         const auto key = ReadByte();
         if (!key || *key == static_cast<char>(terminalBefore.c_cc[VEOF])) return std::nullopt;
         if (*key != '\x1B') return key;
-        while (InputWithin(25)) // the rest of the sequence holds letters
+        while (InputWithin(25)) // the rest of the escape sequence contains letters
             if (!ReadByte()) return std::nullopt;
     }
 }

@@ -10,7 +10,7 @@ namespace KOVA::Tessara::Fundament::Platform {
 
 namespace {
 
-// Nothing when the bytes are not text of that code page.
+// Empty when the bytes are not text in that code page.
 std::optional<std::wstring> ToWide(const std::string& bytes, UINT codePage, DWORD flags) {
     constexpr std::size_t most = 1u << 30;
     if (bytes.empty() || bytes.size() > most) return std::wstring();
@@ -22,7 +22,7 @@ std::optional<std::wstring> ToWide(const std::string& bytes, UINT codePage, DWOR
     return wide;
 }
 
-// A name that the system keeps, in whatever folder it is written: NUL, CON, COM1, ...
+// A name that the system reserves in every folder: NUL, CON, COM1, ...
 bool IsDevice(const std::filesystem::path& path) {
     std::wstring full(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
     full.resize(GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
@@ -60,7 +60,7 @@ std::string Environment(const char* name) {
 }
 
 bool CanAccess(const std::string& path, Access access) {
-    if (path.find('\0') != std::string::npos) return false; // would name another file
+    if (path.find('\0') != std::string::npos) return false; // the system would read another name
     const std::filesystem::path wide = ToPath(path);
     return _waccess(wide.c_str(), static_cast<int>(access)) == 0 && !IsDevice(wide);
 }
@@ -72,7 +72,7 @@ std::optional<std::chrono::sys_time<std::chrono::milliseconds>> LastWritten(cons
     const HANDLE opened = CreateFileW(ToPath(path).c_str(), GENERIC_READ,
                                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                       OPEN_EXISTING, 0, nullptr);
-    if (opened == INVALID_HANDLE_VALUE) return std::nullopt; // a folder, too
+    if (opened == INVALID_HANDLE_VALUE) return std::nullopt; // also for a folder
     const std::unique_ptr<std::remove_pointer_t<HANDLE>, decltype(close)> file(opened, close);
     FILETIME written{};
     if (!GetFileTime(opened, nullptr, nullptr, &written)) return std::nullopt;
@@ -89,7 +89,7 @@ bool IsInteractive() {
 
 namespace {
 
-// The handler of Ctrl+C and Ctrl+Break, on a thread of the system's, sees nothing but this.
+// The only state that the handler of Ctrl+C and Ctrl+Break reads; it runs on a thread of the system.
 std::atomic<bool> interrupted = false;
 
 BOOL WINAPI NoteInterrupt(DWORD) {
@@ -106,8 +106,7 @@ std::optional<char> ReadByte() {
 
 } // namespace
 
-// Keys are taken as events, which the modes of the console do not touch: there is nothing to put back but the
-// handler.
+// Keys are read as events, which the modes of the console do not affect: only the handler must be restored.
 KeyReader::KeyReader() : terminal(HasMode(GetStdHandle(STD_INPUT_HANDLE))) {
     if (!terminal) return;
     interrupted = false;

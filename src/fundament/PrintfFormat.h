@@ -1,7 +1,7 @@
 #pragma once
 
-/// Has the compiler check the arguments of a function against its format, which is read as the C standard has
-/// it: on Windows, printf would stand for an older library there.
+/// Makes the compiler check the arguments of a function against its format by the rules of the C standard. On
+/// Windows, "printf" would mean the rules of an older library.
 #if defined(__MINGW32__)
 #define PANSHARP_PRINTF(format_, first_) __attribute__((format(gnu_printf, format_, first_)))
 #else

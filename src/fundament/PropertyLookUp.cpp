@@ -11,7 +11,7 @@ namespace KOVA::Tessara::Fundament {
 namespace {
 
 bool NamesMatch(const std::string& a, const std::string& b) {
-    // Not StringsEqual: a name may hold zero bytes, and every byte counts.
+    // Not StringsEqual: a name may contain zero bytes, and every byte counts.
     return a.size() == b.size() && StartsWith(a, b, true);
 }
 
@@ -75,10 +75,10 @@ void PropertyLookUp::Clear() { pairs.clear(); }
 
 bool PropertyLookUp::Merge(const PropertyLookUp& other, bool skipEmpty, const std::string& prefix,
                            const std::string& suffix) {
-    constexpr std::size_t few = 64;                // are found one by one before an index is made
-    const std::deque<Pair> incoming = other.pairs; // `other` may be this lookup, which grows below
+    constexpr std::size_t few = 64;                // up to this many pairs, no index is made
+    const std::deque<Pair> incoming = other.pairs; // a copy: `other` may be this lookup, which grows below
     const bool isIndexed = pairs.size() + incoming.size() > few;
-    std::unordered_map<std::string, std::string*> values; // by name as it is compared, of the first match
+    std::unordered_map<std::string, std::string*> values; // first match by name in the form it is compared
     if (isIndexed)
         for (auto& [name, value] : pairs)
             values.try_emplace(ToLower(name), &value);

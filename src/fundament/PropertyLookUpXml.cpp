@@ -15,7 +15,7 @@ bool PropertyLookUp::FromXml(const std::string& fileOrText, Status& status) {
     PropertyLookUp read = loaded ? document.ToPropertyLookUp("//*/*") : PropertyLookUp();
     status.Append(document.GetStatus());
     if (!loaded || document.GetStatus().GetCount() != 0) return false;
-    pairs = std::move(read.pairs); // each name once, as Merge would leave them
+    pairs = std::move(read.pairs); // each name is there once, as after Merge
     return true;
 }
 

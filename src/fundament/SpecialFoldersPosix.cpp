@@ -11,13 +11,13 @@ namespace KOVA::Tessara::Fundament {
 
 namespace {
 
-// A folder from the environment; relative ones are to be ignored.
+// A folder from the environment. The base directory rules say to ignore relative ones.
 std::string Configured(const char* variable, const std::string& usual) {
     const std::string value = Platform::Environment(variable);
     return StartsWith(value, "/", false) ? value : usual;
 }
 
-// The home folder that the user's account names, or the empty text.
+// The home folder in the user's account, or an empty text.
 std::string AccountHome() {
     std::vector<char> buffer(16384);
     passwd account{};

@@ -28,7 +28,7 @@ std::string StatusItem::FormatLine(const char* tag) const {
 }
 
 bool Status::Reset(std::uint32_t, const std::string&, const std::string& source, const std::string&) {
-    defaultSource = source; // first: the text may be that of an item
+    defaultSource = source; // before clear: `source` may belong to an item
     items.clear();
     return true;
 }
@@ -50,7 +50,7 @@ bool Status::Add(const StatusItem& item) {
 }
 
 bool Status::Append(const Status& other) {
-    std::vector<StatusItem> combined = items; // on a failing allocation the status stays as it was
+    std::vector<StatusItem> combined = items; // if an allocation fails, the status stays unchanged
     combined.insert(combined.end(), other.items.begin(), other.items.end());
     items = std::move(combined);
     return true;

@@ -53,7 +53,7 @@ std::string DirectItem(const ItemTexts& texts, bool withTime) {
                         texts.details.c_str());
 }
 
-// A hexadecimal number of 32 bits; what does not fit, and all bits set, is 0.
+// A hexadecimal number of 32 bits. One that does not fit, or has all bits set, gives 0.
 std::uint32_t ToId(const std::string& text) {
     if (StringsEqual(text, unknownId, true)) return StatusItem::UnknownId;
     errno = 0;
@@ -72,8 +72,8 @@ std::vector<const XmlTree::Node*> ChildElements(const XmlTree::Node* node) {
     return elements;
 }
 
-// The items of the first report. What an item lacks is taken from the item at the same place in a further
-// report, where there is one.
+// The items of the first report. What an item lacks is taken from the item at the same position in a further
+// report, if there is one.
 std::vector<StatusItem> ReadItems(const XmlTree& tree) {
     std::vector<std::vector<const XmlTree::Node*>> reports;
     for (const XmlTree::Node* report : tree.Select("//Status").value_or(std::vector<XmlTree::Node*>()))

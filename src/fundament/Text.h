@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
-/// Text functions that the whole system shares. Texts are bytes; no locale is consulted: white space is
-/// exactly space, \t, \n, \v, \f and \r, letters are ASCII letters, every other byte stands for itself. All
-/// functions are reentrant; none throws for bad input.
+/// Text functions shared by the whole system. Texts are bytes and no locale is used: white space is exactly
+/// space, \t, \n, \v, \f and \r; letters are ASCII letters; every other byte stands for itself. All functions
+/// are reentrant, and none throws for bad input.
 namespace KOVA::Tessara::Fundament {
 
 /// True when both texts are equal up to their first zero byte; two empty texts are equal.
@@ -32,10 +32,10 @@ namespace KOVA::Tessara::Fundament {
 /// printf formatting into a text of any length; the result is never cut short. Floating-point conversions
 /// follow the "C" locale, whatever the process has set.
 [[nodiscard]] std::string FormatString(const char* format, ...) PANSHARP_PRINTF(1, 2);
-/// The same for a caller that is variadic itself. Leaves `arguments` to be ended by it.
+/// The same for a caller that is variadic itself. The caller must end `arguments`.
 [[nodiscard]] std::string FormatArguments(const char* format, std::va_list arguments);
 
-/// The tokens between bytes of the delimiter set, in order, untrimmed; runs of delimiters make no empty
+/// The tokens between bytes of the delimiter set, in order, untrimmed. Adjacent delimiters make no empty
 /// tokens.
 [[nodiscard]] std::vector<std::string> Tokenize(const std::string& text, const std::string& delimiters);
 
@@ -44,14 +44,14 @@ namespace KOVA::Tessara::Fundament {
 [[nodiscard]] std::pair<std::string::size_type, std::string::size_type>
 FindText(const std::string& text, const std::string& search, bool ignoreCase);
 
-/// Replaces occurrences in place, searching from the start after each replacement, at most `limit` times and
-/// at most once per byte of the original text. Returns the number of replacements.
+/// Replaces occurrences in place and searches again from the start after each replacement, at most `limit`
+/// times and at most once per byte of the original text. Returns the number of replacements.
 std::uint32_t ReplaceAll(std::string& text, const std::string& search, const std::string& replacement,
                          bool ignoreCase, std::uint32_t limit);
 
-/// The text in at most `maximum` bytes: its head, the ellipsis, its tail (the head one byte longer when they
-/// cannot be equal). A text that fits comes back unchanged; when the ellipsis itself does not fit, the result
-/// is empty.
+/// Shortens a text to at most `maximum` bytes: its head, the ellipsis, its tail (the head one byte longer if
+/// they cannot be equal). A text that fits is returned unchanged. If the ellipsis itself does not fit, the
+/// result is empty.
 [[nodiscard]] std::string Abbreviate(const std::string& text, const std::string& ellipsis,
                                      std::string::size_type maximum);
 

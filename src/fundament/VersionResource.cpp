@@ -11,12 +11,12 @@ namespace KOVA::Tessara::Fundament {
 
 namespace {
 
-// A portable executable: addresses in its image are found in the file through its sections.
+// A portable executable. Its section table maps addresses in the image to positions in the file.
 class Module {
 public:
     explicit Module(std::istream& module) : stream(module) {}
 
-    // Little-endian numbers; 0 past the end, after which the module is not whole.
+    // Little-endian numbers; 0 past the end, and the module then counts as damaged.
     std::uint32_t At(std::uint64_t offset, int bytes) {
         unsigned char raw[4] = {};
         stream.clear();
@@ -29,7 +29,7 @@ public:
         return number;
     }
 
-    // Reads the section table; the address of the resources, or nothing.
+    // Reads the section table. Returns the address of the resources, or nothing.
     std::optional<std::uint32_t> Open() {
         if (At(0, 2) != 0x5A4D) return std::nullopt; // "MZ"
         const std::uint64_t header = At(0x3C, 4);
@@ -43,7 +43,7 @@ public:
         if (optionalSize < directories + 8 * (resources + 1)) return std::nullopt;
         if (At(optional + directories - 4, 4) <= resources) return std::nullopt;
         const std::uint32_t count = At(header + 6, 2);
-        if (count > 96) return std::nullopt; // no loader takes more
+        if (count > 96) return std::nullopt; // the loader's own limit
         for (std::uint32_t i = 0; i < count; ++i) {
             const std::uint64_t entry = optional + optionalSize + std::uint64_t{40} * i;
             sections.push_back({At(entry + 12, 4), At(entry + 16, 4), At(entry + 20, 4)});
@@ -52,7 +52,7 @@ public:
         return address ? std::optional(address) : std::nullopt;
     }
 
-    // Where `size` bytes at an address of the image stand in the file: in one section, or nowhere.
+    // The position in the file of `size` bytes at an address of the image, if they lie in one section.
     std::optional<std::uint64_t> Find(std::uint64_t address, std::uint32_t size) const {
         for (const Section& section : sections)
             if (address >= section.address && address + size <= std::uint64_t{section.address} + section.size)
@@ -74,8 +74,8 @@ private:
 
 constexpr std::uint32_t subdirectory = 0x80000000u;
 
-// In the directory at `relative` bytes into the resources: what its entry of that id, or its first entry,
-// points to.
+// Where the entry of an id, or else the first entry, of a directory points to. The directory lies `relative`
+// bytes into the resources.
 std::optional<std::uint32_t> Entry(Module& module, std::uint32_t resources, std::uint32_t relative,
                                    std::optional<std::uint32_t> id) {
     const std::uint64_t directory = std::uint64_t{resources} + (relative & ~subdirectory);
@@ -98,7 +98,7 @@ std::string ReadVersionResource(std::istream& stream) {
     const auto resources = module.Open();
     if (!resources) return {};
 
-    // Three levels: the kind (16 is a version), the name, the language.
+    // Three levels: the type (16 is a version), the name, the language.
     const auto names = Entry(module, *resources, 0, 16);
     if (!names || !(*names & subdirectory)) return {};
     const auto languages = Entry(module, *resources, *names, std::nullopt);

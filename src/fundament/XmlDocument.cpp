@@ -22,7 +22,7 @@ enum : std::uint32_t {
 
 constexpr const char* otherMessage = "Undefined error;  Exception caught";
 
-// At most one byte more than a document may have: enough to be refused for its size.
+// Reads at most one byte more than a document may have: enough to refuse it for its size.
 bool ReadFile(const std::string& name, std::string& content) {
     std::ifstream file(Platform::ToPath(name), std::ios::binary);
     content.resize(XmlTree::longestDocument + 1);
@@ -151,7 +151,7 @@ PropertyLookUp XmlDocument::ToPropertyLookUp(const std::string& path) {
     lastPath = path;
     std::deque<PropertyLookUp::Pair> pairs;
     std::unordered_map<std::string, std::size_t>
-        positions; // by name as it is compared: a lookup searches one by one
+        positions; // by name in the form it is compared, since a lookup searches linearly
     std::size_t size = 0;
     for (const _xmlNode* node : list) {
         std::string text = XmlTree::Text(node);

@@ -11,7 +11,7 @@ unsigned Byte(std::string_view text, std::size_t at) { return static_cast<unsign
 
 bool IsControl(unsigned byte) { return byte < 0x20 && byte != '\t' && byte != '\n' && byte != '\r'; }
 
-// Bytes of the UTF-8 character there, or 0 when there is none that XML knows.
+// The number of bytes of the UTF-8 character at a position, or 0 if XML does not allow a character there.
 std::size_t CharacterLength(std::string_view text, std::size_t at) {
     const unsigned lead = Byte(text, at);
     if (lead < 0x80) return 1;

@@ -16,7 +16,7 @@ namespace {
 
 void DropMessage(void*, const char*, ...) {}
 
-// While it lives, this thread's XML errors go to no stream; the first one is kept.
+// While it lives, the XML library's errors on this thread are not printed; the first one is kept.
 class ErrorWatch {
 public:
     explicit ErrorWatch(XmlFault& kept)
@@ -53,7 +53,7 @@ std::string Owned(xmlChar* text) {
     return result;
 }
 
-// The encoding of a document: from its first bytes, or from its declaration.
+// The encoding of a document, from its first bytes or from its declaration.
 std::string EncodingOf(const std::string& text) {
     using namespace std::string_view_literals;
     const std::string_view start = std::string_view(text).substr(0, 4);
@@ -66,8 +66,8 @@ std::string EncodingOf(const std::string& text) {
     return declaration.substr(open + 1, declaration.find(declaration[open], open + 1) - open - 1);
 }
 
-// The document in UTF-8, without a byte order mark; nothing when it is not in its encoding, or that is
-// unknown.
+// The document in UTF-8, without a byte order mark. Empty when its bytes do not fit its encoding, or when the
+// encoding is unknown.
 std::optional<std::string> ToUtf8(const std::string& text) {
     using Buffer = std::unique_ptr<xmlBuffer, void (*)(xmlBufferPtr)>;
     if (StartsWith(text, "\xEF\xBB\xBF", false)) return text.substr(3);
@@ -92,9 +92,10 @@ constexpr const char* tooManyAttributes =
     "An element has more than 1000 attributes, or the document as many name spaces";
 constexpr const char* tooManyNodes = "The document has more than 300000 elements and attributes";
 
-// What a document has too many of, or null. The parser compares each attribute of an element with each other
-// one, and searches name spaces one by one; every element and attribute takes many times the memory of its
-// text. An attribute has its "=" outside quotes, and no "<" can stand in it.
+// Which bound a document exceeds, or null. Bounds are needed because the parser compares each attribute of an
+// element with every other one and searches namespaces linearly, and because every element and attribute
+// takes many times the memory of its text. Attributes are counted by "=" outside quotes; "<" cannot stand in
+// one.
 const char* FindCrowd(const std::string& text) {
     constexpr int most = 1000, mostNodes = 300'000;
     int attributes = 0, spaces = 0, nodes = 0;
@@ -125,7 +126,7 @@ const char* FindCrowd(const std::string& text) {
     return nullptr;
 }
 
-// A document type ends the parsing at its name, before anything in it is read.
+// Stops the parser at the name of a document type, before anything in it is read.
 void RefuseDocumentType(void* parser, const xmlChar*, const xmlChar*, const xmlChar*) {
     auto* context = static_cast<xmlParserCtxtPtr>(parser);
     *static_cast<bool*>(context->_private) = true;

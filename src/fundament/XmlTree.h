@@ -10,8 +10,8 @@ struct _xmlNode;
 
 namespace KOVA::Tessara::Fundament {
 
-/// What is wrong with a document: a code of the XML library, line and column counted from 1 (0 when the
-/// trouble has no place), and the reason.
+/// The fault of a document: a code of the XML library, line and column counted from 1 (0 when the fault has
+/// no position), and the reason.
 struct XmlFault {
     int code = 0;
     unsigned line = 0;
@@ -19,26 +19,26 @@ struct XmlFault {
     std::string reason;
 };
 
-/// A parsed document, and all that is asked of the XML library. It opens no file and no connection, takes no
-/// document type (hence no entities but the five of XML), and is bounded: 16 MiB of text, 300,000 elements
-/// and attributes (some 150 MB of memory, 3 s), elements 256 deep, 1000 attributes of an element and 1000
-/// name spaces, a fixed number of steps for an expression. What is written here and is larger has to be read
-/// back in parts. Texts go in and come out as bytes, as XmlText.h says.
+/// A parsed document. All use of the XML library is here. It opens no file and no connection and refuses
+/// document types, so the only entities are the five of XML. Bounds: 16 MiB of text, 300,000 elements and
+/// attributes (about 150 MB of memory, 3 s), elements 256 deep, 1000 attributes per element, 1000 namespaces,
+/// and a fixed number of steps per expression. A larger document that was written here must be read back in
+/// parts. Texts are bytes, as XmlText.h describes.
 class XmlTree {
 public:
     using Node = _xmlNode;
     static constexpr std::size_t longestDocument = std::size_t{16} << 20;
 
-    /// Null and a fault when the text is not a well-formed document, or beyond the bounds. White space
-    /// between elements is dropped unless asked for.
+    /// Null, with a fault, when the text is not a well-formed document or exceeds the bounds. White space
+    /// between elements is dropped unless `keepBlanks` is set.
     static std::unique_ptr<XmlTree> Parse(const std::string& text, bool keepBlanks, XmlFault& fault);
 
     ~XmlTree();
     XmlTree(const XmlTree&) = delete;
     XmlTree& operator=(const XmlTree&) = delete;
 
-    /// The nodes that an expression selects, in document order; nothing when it is not an expression for
-    /// nodes. Positions in the expression count from 0. Nodes live as long as the tree.
+    /// The nodes that an expression selects, in document order. Empty when it is not an expression for nodes.
+    /// Positions in the expression count from 0. The nodes belong to the tree.
     [[nodiscard]] std::optional<std::vector<Node*>> Select(const std::string& path) const;
 
     [[nodiscard]] static std::string Name(const Node* node);
@@ -47,7 +47,7 @@ public:
     [[nodiscard]] static std::vector<Node*> Attributes(const Node* node);
     [[nodiscard]] static bool IsElement(const Node* node);
 
-    /// The node as XML in UTF-8; of the whole document without a declaration.
+    /// The node as XML in UTF-8. The whole document comes without a declaration.
     [[nodiscard]] std::string Xml(Node* node) const;
     [[nodiscard]] Node* Root() const;
 
@@ -58,7 +58,7 @@ private:
     explicit XmlTree(_xmlDoc* parsed) : document(parsed) {}
 
     _xmlDoc* document;
-    std::vector<Node*> detached; // still good for those who hold them
+    std::vector<Node*> detached; // kept for callers that still hold them
 };
 
 } // namespace KOVA::Tessara::Fundament

@@ -10,14 +10,14 @@
 
 namespace KOVA::Tessara::Pixmere {
 
-/// Four bounds in map units (or in pixels, where a request is made in pixel coordinates) and two further
+/// Four bounds in map units, or in pixels when a request is made in pixel coordinates, and two further
 /// values.
 struct Extent {
-    double left = 0.0;      ///< the bound where columns start
+    double left = 0.0;      ///< the bound where columns begin
     double right = 0.0;     ///< the bound where they end
-    double vertical1 = 0.0; ///< the two vertical bounds; who writes them decides which comes first
-    double vertical2 = 0.0; ///< the other of them
-    double reserved1 = 0.0; ///< not interpreted, like the next
+    double vertical1 = 0.0; ///< one vertical bound; the writer decides which comes first
+    double vertical2 = 0.0; ///< the other vertical bound
+    double reserved1 = 0.0; ///< not interpreted
     double reserved2 = 0.0; ///< not interpreted
 };
 
@@ -27,17 +27,18 @@ struct Size {
     std::uint32_t rows = 0;    ///< pixels down
 };
 
-/// The request record: what part of the world a process is asked for, and at what size. Copied by value.
+/// The request record: the part of the world that a process is asked for, and its size in pixels. Copied by
+/// value.
 struct Aoi {
-    Extent extent;                           ///< what is asked for
-    Size size;                               ///< pixels that it is to have
+    Extent extent;                           ///< the bounds of the request
+    Size size;                               ///< its size in pixels
     std::string srs;                         ///< spatial reference of the bounds, as text; may be empty
-    Extent requestExtent;                    ///< the bounds that a process takes over into `extent`
-    Size requestSize;                        ///< the size at which those are asked for
-    std::vector<std::uint32_t> bandIds;      ///< bands that are asked for; the plug-in empties it
+    Extent requestExtent;                    ///< the bounds that a process copies into `extent`
+    Size requestSize;                        ///< the size that belongs to them
+    std::vector<std::uint32_t> bandIds;      ///< requested bands; the plug-in empties the list
     std::vector<BandRecord> bandRecords;     ///< one per band; carried unchanged
     std::array<std::uint32_t, 6> reserved{}; ///< not interpreted
-    double resultValue = 0.0;                ///< a chain that fails to initialise may leave a reason here
+    double resultValue = 0.0;                ///< a chain that fails to initialize may leave a reason here
     Global::NameValueMap properties;         ///< settings of the request, such as how to sample
 };
 

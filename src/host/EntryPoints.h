@@ -8,20 +8,20 @@
 /// called from any thread; an object is used by one caller at a time.
 extern "C" {
 
-/// Does nothing; both values are ignored. Returns 0, which means success.
+/// Does nothing and ignores both values. Returns 0, which means success.
 using TessaraInitialize = int (*)(void*, void*);
 
-/// Makes one process object with these properties. Null when there are none, or when none can be made. The
-/// two first values are ignored. The caller gives the object back through TessaraDestroyObject.
+/// Makes one process object with these properties. Null when `properties` is null or no object can be made.
+/// The first two values are ignored. The caller gives the object back through TessaraDestroyObject.
 using TessaraCreateObject =
     KOVA::Tessara::Pixmere::IRasterProcess* (*)(void*, void*,
                                                 const KOVA::Tessara::Global::NameValueMap* properties);
 
-/// Destroys `*object` and sets it to null; nothing happens when it is null already. The first value is
-/// ignored. Always returns 1.
+/// Destroys `*object` and sets it to null. Does nothing when it is null already. The first value is ignored.
+/// Always returns 1.
 using TessaraDestroyObject = int (*)(void*, KOVA::Tessara::Pixmere::IRasterProcess** object);
 
-/// GetStatus and Cleanup: nothing; the value is ignored. Return 0.
+/// GetStatus and Cleanup do nothing and ignore the value. They return 0.
 using TessaraGetStatus = int (*)(void*);
 using TessaraCleanup = int (*)(void*);
 

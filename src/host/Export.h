@@ -1,7 +1,7 @@
 #pragma once
 
-/// Marks what the plug-in exports. On Windows a list does, plugin/Exports.def: a mark would have every
-/// program that is built with this header export it, too.
+/// Marks what the plug-in exports. On Windows the list plugin/Exports.def does this instead: a mark would
+/// make every program built with this header export it too.
 #if defined(_WIN32)
 #define PANSHARP_EXPORT
 #else

@@ -13,7 +13,7 @@ class FGeoTransformers; ///< the host's; only passed through
 
 namespace KOVA::Tessara::Pixmere {
 
-/// A raster that computes its rows from an input raster: what the plug-in hands to the host.
+/// A raster that computes its rows from an input raster: the object that the plug-in gives to the host.
 class PANSHARP_EXPORT IRasterProcess : public IRaster {
 public:
     IRasterProcess();
@@ -21,13 +21,12 @@ public:
     IRasterProcess& operator=(const IRasterProcess&);
     ~IRasterProcess() override;
 
-    /// Facts about the run, as of the last window; empty unless they were asked for. Lives as long as the
-    /// process.
+    /// Facts about the last window; empty unless they were asked for. Lives as long as the process.
     virtual const Global::NameValueMap& GetMetadata() = 0;
-    /// What the process does to its raster; all zero here.
+    /// What the process changes in its raster; all zero here.
     virtual ProcessModifierFlags GetModifierFlags() = 0;
     virtual int SetInputRaster(IRaster* raster) = 0; ///< not owned; null is refused
-    /// Transformers of positions that the process brings along, not owned; empty here.
+    /// Geotransformers that the process supplies, not owned; empty here.
     virtual std::vector<Mapwarp::FGeoTransformers*> GetGeoTransformer() = 0;
 };
 

@@ -16,8 +16,8 @@ namespace KOVA::Tessara::Pixmere {
 class IRasterProcessChain;
 struct Aoi;
 
-/// Where a process finds the other images of its scene. Crosses the border as void*: convert to
-/// IRasterWorkspace* first. The plug-in uses GetProcessChain and ReleaseProcessChain.
+/// Where a process finds the other images of its scene. It crosses the border as void*: convert it to
+/// IRasterWorkspace* first. The plug-in uses only GetProcessChain and ReleaseProcessChain.
 class PANSHARP_EXPORT IRasterWorkspace : public virtual Global::IObject {
 public:
     IRasterWorkspace();
@@ -35,16 +35,16 @@ public:
     virtual int SetProperties(const Global::NameValueMap* map) = 0;
     /// The settings; lives as long as the workspace.
     virtual const Global::NameValueMap& GetProperties() = 0;
-    /// How many images it has.
+    /// The number of its images.
     virtual std::uint32_t GetImageCount() = 0;
     /// ID of the image at a position counted from 0; empty past the end.
     virtual std::string GetImageId(std::uint32_t position) = 0;
     /// Nonzero when there is an image of that ID.
     virtual int HasImage(const std::string& imageId) = 0;
-    /// Description of an image, good until the image is set again or the workspace closed; null when there is
-    /// none.
+    /// The description of an image; null when there is none. Valid until the image is set again or the
+    /// workspace is closed.
     virtual const RasterInfo* GetImageInfo(const std::string& imageId) = 0;
-    /// Lets go of all images and of the chains that are out.
+    /// Releases all images, and the chains that are not yet given back.
     virtual int Close() = 0;
     /// Takes a chain back and clears the holder. A null holder, or one that holds null, is accepted.
     virtual int ReleaseProcessChain(IRasterProcessChain** holder) = 0;

@@ -4,11 +4,12 @@
 
 namespace KOVA::Tessara::Global {
 
-/// Receives the status of an object that reports it. Supplied by the host, which owns it.
+/// Receives the status that an object reports. The host supplies and owns it.
 class IReporter {
 public:
     virtual ~IReporter() = default;
-    /// Takes a status, which is good during the call only. What it answers goes back to who reported.
+    /// Takes a status, which is valid only during the call. The result is passed back to the object that
+    /// reports.
     virtual int Report(const Fundament::Status& status) = 0;
 };
 

@@ -8,12 +8,11 @@
 #include <cstddef>
 #include <cstdint>
 
-/// How what crosses the border lies in memory. Host and plug-in have to agree on it, and so on the standard
-/// library that their compilers bring: a program whose records lie otherwise is not built.
+/// The memory layout of what crosses the border. Host and plug-in must agree on it, and so on the standard
+/// library of their compilers. A program with another layout does not compile.
 ///
-/// Entry points and operations are called as the platform's C++ compilers call functions; on 64-bit Windows
-/// there is one way only. Numbers are little-endian, and tables of operations follow the Itanium C++ ABI, on
-/// Windows too.
+/// Entry points and operations use the calling convention of the platform's C++ compilers; 64-bit Windows has
+/// only one. Numbers are little-endian. Virtual tables follow the Itanium C++ ABI, also on Windows.
 namespace KOVA::Tessara::Layout {
 
 #if UINTPTR_MAX == UINT64_MAX
@@ -32,7 +31,7 @@ static_assert(sizeof(PansharpDescription) == 56 && offsetof(PansharpDescription,
               offsetof(PansharpDescription, methods) == 32 &&
               offsetof(PansharpDescription, properties) == 48);
 
-// With texts, lists and maps of the GNU standard library, as a release build has them.
+// With strings, vectors and maps of the GNU standard library in a release build.
 #if defined(__GLIBCXX__) && _GLIBCXX_USE_CXX11_ABI && !defined(_GLIBCXX_DEBUG)
 static_assert(sizeof(std::string) == 32 && sizeof(std::vector<std::uint32_t>) == 24);
 static_assert(sizeof(Pixmere::BandRecord) == 24 && sizeof(Pixmere::ProcessModifierFlags) == 8);
@@ -40,7 +39,7 @@ static_assert(sizeof(Pixmere::RasterInfo) == 144 && offsetof(Pixmere::RasterInfo
               offsetof(Pixmere::RasterInfo, bandIds) == 40 && offsetof(Pixmere::RasterInfo, xMin) == 88 &&
               offsetof(Pixmere::RasterInfo, reserved3) == 136);
 #pragma GCC diagnostic                                                                                       \
-    push // both compilers have it, for records whose members are in one base or the other, too
+    push // both compilers accept it even when the members of a record come from several bases
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 static_assert(sizeof(Pixmere::Aoi) == 272 && offsetof(Pixmere::Aoi, size) == 48 &&
               offsetof(Pixmere::Aoi, srs) == 56 && offsetof(Pixmere::Aoi, requestExtent) == 88 &&

@@ -19,7 +19,7 @@ const std::string* NameValueMap::Find(const std::string& name) const {
 namespace KOVA::Tessara::Pixmere {
 
 int NameValueMapToPropertyLookUp(const Global::NameValueMap& map, Fundament::PropertyLookUp& properties) {
-    std::unordered_set<std::string> known; // by name as it is compared: a lookup searches one by one
+    std::unordered_set<std::string> known; // by name in the form it is compared: a lookup searches linearly
     for (std::uint32_t i = 0; i < properties.GetCount(); ++i)
         known.insert(Fundament::ToLower(properties.GetAt(i).first));
     std::deque<Fundament::PropertyLookUp::Pair> added;

@@ -20,8 +20,8 @@ int Object::SetStatusReporter(IReporter* reporter) {
     return 1;
 }
 
-// Running out of memory, and what a reporter throws, are the exceptions that the operations below can meet;
-// none may leave them.
+// The operations below can meet two kinds of exception: lack of memory, and what a reporter throws. None may
+// leave them.
 
 std::string Object::ToString() {
     try {

@@ -5,7 +5,7 @@
 
 namespace KOVA::Tessara::Pixmere {
 
-/// Three values that belong to one band; not interpreted.
+/// Three values for one band; not interpreted.
 struct BandRecord {
     double first = 0.0;  ///< not interpreted
     double second = 0.0; ///< not interpreted
@@ -14,11 +14,11 @@ struct BandRecord {
 
 /// Description of a raster. Copied by value.
 struct RasterInfo {
-    double pixelSizeX = 0.0;         ///< cell size in map units
-    double pixelSizeY = 0.0;         ///< the same down
+    double pixelSizeX = 0.0;         ///< pixel width in map units
+    double pixelSizeY = 0.0;         ///< pixel height in map units
     std::uint32_t rows = 0;          ///< pixels down
     std::uint32_t cols = 0;          ///< pixels across
-    std::uint32_t bandsPerPixel = 0; ///< samples of a pixel
+    std::uint32_t bandsPerPixel = 0; ///< samples per pixel
     std::uint32_t bitsPerBand = 0;   ///< 8 or 16 for this plug-in
     std::uint32_t colorSpace = 0;    ///< 0 "Gray", 1 "RGB", 2 "CMYK", 5 "HSI", 7 "Paletted", else "Unknown"
     std::uint32_t pixelKind = 0;     ///< carried unchanged
@@ -28,7 +28,7 @@ struct RasterInfo {
     double xMax = 0.0; ///< right bound
     double yMin = 0.0; ///< lower bound
     double yMax = 0.0; ///< upper bound
-    double reserved1 = 0.0;      ///< the last three are not interpreted
+    double reserved1 = 0.0;      ///< not interpreted
     double reserved2 = 0.0;      ///< not interpreted
     std::uint32_t reserved3 = 0; ///< not interpreted
 };

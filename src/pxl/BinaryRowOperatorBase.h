@@ -8,16 +8,16 @@
 
 namespace PXL {
 
-/// Turns a pair of rows into one row. It fetches nothing and has no rows of its own but the one it returns.
+/// Turns a pair of rows into one row. It reads no input itself and owns only the row that it returns.
 ///
-/// - Rows hold the window's pixels only, from sample 0 on, bands interleaved by pixel. The caller vouches for
-///   rows as long as the window is wide, with the bands of the description given at initialisation.
+/// - Rows hold only the window's pixels, from sample 0 on, bands interleaved by pixel. The caller guarantees
+///   that rows are as wide as the window and have the bands given at initialisation.
 /// - The returned row belongs to the operator and is valid until the next ProcessRow, initialisation or
 ///   destruction.
 /// - Before a successful initialisation and SetWindow, ProcessRow returns null.
-/// - `row` is informative; nothing is addressed by it.
+/// - `row` is informative; it is not used for addressing.
 ///
-/// Deleted through a derived class only, which declares a virtual destructor.
+/// Deleted only through a derived class, which declares a virtual destructor.
 template <class Traits1, class Traits2, class OutputTraits, class Info>
 class BinaryRowOperatorBase : public PropertiesStatusSupport,
                               public RowOperatorWindowSupport,

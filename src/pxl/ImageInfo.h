@@ -18,7 +18,7 @@ class SimpleImageInfo {
 public:
     SimpleImageInfo() { properties["ColorSpace"] = "Unknown"; }
 
-    /// Translation of the host's description of a raster.
+    /// Converts the host's description of a raster.
     explicit SimpleImageInfo(const HostRasterInfo& raster)
         : rows(raster.rows), cols(raster.cols), bands(raster.bandsPerPixel),
           bitsPerSample(raster.bitsPerBand), originX(raster.xMin), originY(raster.yMax),

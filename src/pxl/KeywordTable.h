@@ -8,20 +8,20 @@
 
 namespace PXL {
 
-/// One line of a table from keywords to classes.
+/// One line of a table that maps keywords to classes.
 template <class Object>
 struct KeywordEntry {
     const char* keyword;
     std::unique_ptr<Object> (*create)();
 };
 
-/// The creator of a class, for a line of the table.
+/// The function that creates a class, for a line of the table.
 template <class Object, class Class>
 std::unique_ptr<Object> CreateNew() {
     return std::make_unique<Class>();
 }
 
-/// A new object of the first line whose keyword equals the given one in any letter case, or null.
+/// A new object of the first line with this keyword in any letter case, or null.
 template <class Object, std::size_t count>
 std::unique_ptr<Object> CreateByKeyword(const KeywordEntry<Object> (&table)[count],
                                         const std::string& keyword) {

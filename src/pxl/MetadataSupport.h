@@ -7,11 +7,11 @@
 
 namespace PXL {
 
-/// Numbers as metadata shows them: three decimals each, joined by ", ".
+/// A list of numbers as metadata shows it: three decimals each, joined by ", ".
 [[nodiscard]] std::string NumberList(const std::vector<double>& numbers);
 
-/// Facts about the configuration, published while metadata is enabled. The primary base of every image and
-/// row operator: its two operations are their slots 0 and 1.
+/// Facts about the configuration, published while metadata is enabled. It is the primary base of every image
+/// and row operator: its two operations have the slots 0 and 1 of their virtual tables.
 class MetadataSupport {
 public:
     virtual KOVA::Tessara::Fundament::PropertyLookUp& GetMetadata();

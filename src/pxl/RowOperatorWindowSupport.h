@@ -12,8 +12,8 @@ public:
     std::uint32_t endColumn = 0xFFFFFFFFu; ///< exclusive; all ones means up to the end of the row
 
 protected:
-    /// The rule of every operator's SetWindow: an end of 0 means up to the end of the row, both values are
-    /// limited to the output's columns, and what is then no window is the whole row.
+    /// What every operator's SetWindow does: an end of 0 means the end of the row, and both values are
+    /// limited to the output's columns. If the result is empty, the whole row is taken.
     void SetColumns(std::uint32_t first, std::uint32_t end, std::uint32_t outputColumns) {
         firstColumn = std::min(first, outputColumns);
         endColumn = end == 0 ? outputColumns : std::min(end, outputColumns);

@@ -4,7 +4,7 @@
 
 namespace PXL {
 
-/// Rows and buffers live on the heap, allocated by the object that uses them.
+/// Marks rows and buffers on the heap, allocated by the object that uses them.
 struct DefaultAllocator {};
 
 /// The pixel type of a row: 8- or 16-bit unsigned samples over their full range.

@@ -9,7 +9,7 @@ SimpleImage<Raster, HostRasterInfo, T, Allocator>::~SimpleImage() {
 
 template <class Raster, class HostRasterInfo, class T, class Allocator>
 void SimpleImage<Raster, HostRasterInfo, T, Allocator>::Attach(Raster* newRaster, bool owned) {
-    // The interface keeps its destructor to itself: a raster dies through the root of its inheritance.
+    // The interface has a protected destructor: a raster is deleted through the root of its inheritance.
     if (ownsRaster && raster != newRaster) delete static_cast<KOVA::Tessara::Global::IObject*>(raster);
     raster = newRaster;
     ownsRaster = owned && newRaster;
@@ -25,7 +25,7 @@ auto SimpleImage<Raster, HostRasterInfo, T, Allocator>::GetInfo() -> Info {
 template <class Raster, class HostRasterInfo, class T, class Allocator>
 T* SimpleImage<Raster, HostRasterInfo, T, Allocator>::GetRow(std::uint32_t row) {
     if (!raster) return nullptr;
-    // Images hand out rows as T*; nothing here writes through an input's row.
+    // The interface of images returns rows as T*; nothing here writes to an input row.
     return reinterpret_cast<T*>(const_cast<unsigned char*>(raster->GetRow(row)));
 }
 

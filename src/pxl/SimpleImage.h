@@ -5,8 +5,8 @@
 
 namespace PXL {
 
-/// The leaf of every pipeline: an image whose rows come straight from a host raster, uncopied. It records
-/// nothing of its own; a window that the raster refuses leaves the raster's items in `status`.
+/// The leaf of every pipeline: an image whose rows come from a host raster without a copy. It records nothing
+/// itself; when the raster refuses a window, the raster's items are left in `status`.
 template <class Raster, class HostRasterInfo, class T, class Allocator>
 class SimpleImage final
     : public ImageBase<SimpleImageInfo<HostRasterInfo>, T*, SimpleRowTraits<T, Allocator>> {
@@ -18,11 +18,11 @@ public:
     SimpleImage& operator=(const SimpleImage&) = delete;
     virtual ~SimpleImage();
 
-    /// Attaches a raster, destroying an owned one that it replaces. Null detaches.
+    /// Attaches a raster; null detaches. An owned raster that is replaced is destroyed.
     void Attach(Raster* newRaster, bool owned);
 
-    /// The description set with SetInfo when that has rows, else the raster's, translated again at each call;
-    /// without a raster, or when the raster has none to give, a description of 0 rows.
+    /// The description set with SetInfo if that has rows, else the raster's, converted anew at each call. A
+    /// description of 0 rows without a raster, or when the raster has no description.
     Info GetInfo() override;
     T* GetRow(std::uint32_t row) override; ///< the raster's row, unchecked; null without a raster
     T* GetNextRow() override { return nullptr; }

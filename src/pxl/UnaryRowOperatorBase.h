@@ -8,7 +8,7 @@
 
 namespace PXL {
 
-/// Turns one row into another; otherwise as BinaryRowOperatorBase.
+/// Turns one row into another; the rules of BinaryRowOperatorBase apply.
 template <class Traits, class OutputTraits, class Info>
 class UnaryRowOperatorBase : public PropertiesStatusSupport,
                              public RowOperatorWindowSupport,

@@ -5,8 +5,8 @@
 
 namespace PXL {
 
-/// What an image or operator takes for itself is bounded, whatever its inputs say of their size. So is the
-/// time for settings that are looked up one by one for every band, which grows with the square of the bands.
+/// Bounds on the memory that an image or operator takes, whatever size its inputs claim. They also bound the
+/// time of looking up settings band by band, which grows with the square of the bands.
 inline constexpr std::uint64_t mostRowBytes = std::uint64_t{256} << 20;
 inline constexpr std::uint32_t mostBands = 4096;
 
