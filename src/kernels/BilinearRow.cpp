@@ -11,7 +11,7 @@ namespace {
 
 double Blend(double a, double b, double fraction) { return a * (1.0 - fraction) + b * fraction; }
 
-// A band count known to the compiler unrolls the inner loop; 0 stands for any.
+// With a band count known at compile time the inner loop is unrolled; N = 0 means any count.
 template <class T, std::uint32_t N>
 void Across(const T* source, const BilinearTap* taps, std::size_t pixels, std::uint32_t anyBands,
             double* out) {
@@ -24,7 +24,7 @@ void Across(const T* source, const BilinearTap* taps, std::size_t pixels, std::u
     }
 }
 
-// The last word of a pixel may reach into the next, which is written after it. 0 stands for any word count.
+// The last word of a pixel may overlap the next pixel, which is written after it. N = 0 means any word count.
 template <std::size_t N>
 void BlendWords(const Word* source, const WholeTap* taps, std::size_t pixels, std::size_t anyWords,
                 std::size_t pixelBytes, std::uint32_t steps, unsigned char* out) {
@@ -118,7 +118,8 @@ void AcrossWhole(const Word* source, const WholeTap* taps, std::size_t pixels, s
 
 template <class T>
 void DownRowScalar(const double* upper, const double* lower, double fraction, std::size_t samples, T* out) {
-    // Nothing here is negative, so truncation is floor; by way of int, which vector units convert to.
+    // Nothing here is negative, so truncation is floor. It goes through int, which vector units can convert
+    // to.
     for (std::size_t i = 0; i < samples; ++i)
         out[i] = static_cast<T>(static_cast<std::int32_t>(Blend(upper[i], lower[i], fraction) + 0.5));
 }

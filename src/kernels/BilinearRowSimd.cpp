@@ -1,5 +1,4 @@
-// The second pass of the sampler in vectors of whatever width the processor has; the same samples as the
-// scalar one.
+// The second pass of the sampler in vectors of any width, with the same samples as the scalar version.
 #include "kernels/BilinearRow.h"
 #include "kernels/Simd.h"
 
@@ -9,7 +8,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "kernels/BilinearRowSimd.cpp"
 #include <hwy/foreach_target.h>
-// Highway asks for this order.
+// Highway requires this order.
 #include <hwy/highway.h>
 
 #include "kernels/Planar-inl.h"

@@ -1,4 +1,4 @@
-// The blends in vectors of whatever width the processor has; the same bytes as the scalar definitions.
+// The blends in vectors of any width, with the same bytes as the scalar definitions.
 #include "kernels/BlendRow.h"
 #include "kernels/FixedPoint.h"
 #include "kernels/Simd.h"
@@ -9,7 +9,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "kernels/BlendRowSimd.cpp"
 #include <hwy/foreach_target.h>
-// Highway asks for this order.
+// Highway requires this order.
 #include <hwy/highway.h>
 
 #include "kernels/Filtered-inl.h"
@@ -36,7 +36,7 @@ HWY_INLINE void StoreRoundedLanes(RealVector x, T* samples) {
     StoreTruncatedLanes(d, hn::Add(Clamp<T>(d, x), hn::Set(d, 0.5)), samples);
 }
 
-/// Maps of the samples of a vector, the first of which is of `band`.
+/// Maps the samples of a vector; the first of them belongs to `band`.
 HWY_INLINE RealVector Map(RealVector x, const MapsOfRow& maps, std::size_t band) {
     const Reals d;
     return Map(x, hn::LoadU(d, maps.gains.data() + band), hn::LoadU(d, maps.offsets.data() + band));
@@ -57,12 +57,12 @@ HWY_INLINE void BlendLanes(const T* row1, const T* row2, T* out, const BlendMaps
                        : Blend == SampleBlend::Product ? hn::Mul(y, x)
                                                        : hn::Div(x, y);
     const auto mapped = Map(blend, maps.output, band);
-    const auto atLeast0 = hn::Max(mapped, hn::Zero(d)); // not-a-number stays or gives 0
+    const auto atLeast0 = hn::Max(mapped, hn::Zero(d)); // NaN stays or becomes 0
     const auto isFinite = hn::Lt(atLeast0, hn::Set(d, std::numeric_limits<double>::infinity()));
     StoreTruncatedLanes(d, hn::Min(hn::IfThenElseZero(isFinite, atLeast0), hn::Set(d, maxSample<T>)), out);
 }
 
-/// What FilteredBlend gives for a vector of D.
+/// The result of FilteredBlend for one vector.
 template <SampleBlend Blend, class D, class T>
 HWY_INLINE hn::Vec<D> FilteredLanes(D d, const T* row1, const T* row2, const FilteredBlend<T>& filtered,
                                     std::size_t band) {
@@ -80,8 +80,8 @@ HWY_INLINE hn::Vec<D> FilteredLanes(D d, const T* row1, const T* row2, const Fil
     return hn::IfThenElse(hn::Eq(y, hn::Zero(d)), hn::Set(d, fixedUnit<Real>), quotient);
 }
 
-/// Blends samples in whole vectors and returns how many; for those that it leaves it would take longer than
-/// the definition.
+/// Blends samples in whole vectors and returns how many were blended. It stops where so many results are
+/// uncertain that the definition is faster.
 template <SampleBlend Blend, class T>
 HWY_ATTR std::size_t FilteredBlendRow(const T* row1, const T* row2, T* out, std::size_t samples,
                                       std::uint32_t bands, const BlendMaps<T>& maps) {
@@ -89,7 +89,7 @@ HWY_ATTR std::size_t FilteredBlendRow(const T* row1, const T* row2, T* out, std:
     const hn::ScalableTag<RealOf<T>> dReal;
     const std::size_t lanes = hn::Lanes(d);
     std::size_t band = 0;
-    std::size_t uncertain = 0; // vectors with uncertain results
+    std::size_t uncertain = 0; // number of vectors with uncertain results
     std::size_t i = 0;
     for (; i + lanes <= samples && uncertain <= 32 + i / lanes / 2; i += lanes) {
         const auto results = FixedResults<T>([&](std::size_t first) HWY_ATTR {
@@ -178,7 +178,7 @@ HWY_ATTR void LargestDifference(const T* row1, const T* row2, T* out, std::size_
 template <class T>
 HWY_ATTR void Mask(const T* row1, const T* mask, T* out, std::size_t pixels, std::uint32_t bands,
                    std::uint32_t value, const T* color) {
-    // To copy a pixel as long as a vector takes no longer than to choose it.
+    // For pixels as long as a vector, copying is as fast as selecting.
     const bool isLong = bands >= hn::Lanes(hn::ScalableTag<T>());
     if (bands > mostBands || isLong || value > std::numeric_limits<T>::max())
         return ScalarBlendKernels<T>().mask(row1, mask, out, pixels, bands, value, color);
@@ -225,7 +225,7 @@ HWY_ATTR void AddToFirst(T* row1, const T* row2, std::size_t pixels, const Linea
                 planes + i);
         Interleave(planes, 3, outBlock);
     };
-    // Blocks are read, then written.
+    // A block is read completely before it is written.
     InBlocks<T>({{row1, 3}, {row2, 1}}, row1, 3, pixels, block);
 }
 

@@ -1,4 +1,4 @@
-// Brovey in vectors of whatever width the processor has; the same bytes as the scalar definition.
+// Brovey in vectors of any width, with the same bytes as the scalar definition.
 #include "kernels/BroveyRow.h"
 #include "kernels/Simd.h"
 #include "kernels/Store.h"
@@ -8,7 +8,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "kernels/BroveyRowSimd.cpp"
 #include <hwy/foreach_target.h>
-// Highway asks for this order.
+// Highway requires this order.
 #include <hwy/highway.h>
 
 #include "kernels/Packed-inl.h"
@@ -17,10 +17,10 @@ HWY_BEFORE_NAMESPACE();
 namespace kernels {
 namespace HWY_NAMESPACE {
 
-// The filter is for weights that are 0 or of an ordinary size and not negative. Then nothing cancels, and
-// a result errs by at most a relative 2^-24 in float, 2^-53 in double, for each of: the weights, the
-// products, a sum a band, the quotient and the product. Twice as much is allowed for; in double that is next
-// to nothing.
+// The filter needs weights that are 0 or of an ordinary size, and not negative. Then nothing cancels, and
+// each of these operations adds a relative error of at most 2^-24 in float, 2^-53 in double: the weights, the
+// products, one sum per band, the quotient and the last product. The bound is twice their total; in double
+// that is still negligible.
 constexpr double leastWeight = 1.0 / (1 << 20);
 constexpr double mostWeight = 1024.0;
 
@@ -101,7 +101,7 @@ struct BroveyFilter {
     const BandWeights& bands;
     bool isUsable = false;
     const int error;               ///< of its results, in steps of 1 / fixedOne
-    Real weights[mostPlanes] = {}; ///< by which a ratio has fixedBits more
+    Real weights[mostPlanes] = {}; ///< divided by fixedOne, so that a ratio has fixedBits more
 };
 
 template <class T>

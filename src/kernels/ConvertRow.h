@@ -8,14 +8,14 @@
 
 namespace kernels {
 
-/// Converts `pixels` pixels of three bands, interleaved by pixel. `out` does not overlap `in`.
+/// Converts `pixels` pixels of three bands, interleaved by pixel. `out` must not overlap `in`.
 template <class T>
 using ConvertRow = void (*)(const T* in, T* out, std::size_t pixels);
 
 /// The scalar definitions are in YuvRow.h and HsiRow.h.
 enum class Conversion : std::uint8_t { RgbToYuv, YuvToRgb, RgbToHsi, HsiToRgb };
 
-/// The one of the rows for all conversions, in the order of the enumerators.
+/// Picks one of the given rows, which stand in the order of the enumerators.
 template <class T>
 [[nodiscard]] inline ConvertRow<T> ChooseRow(Conversion conversion,
                                              const std::array<ConvertRow<T>, 4>& rows) {

@@ -1,5 +1,4 @@
-// The colour conversions in vectors of whatever width the processor has; the same bytes as the scalar
-// definitions.
+// The colour conversions in vectors of any width, with the same bytes as the scalar definitions.
 #include "kernels/ConvertRow.h"
 #include "kernels/HsiRow.h"
 #include "kernels/Simd.h"
@@ -11,7 +10,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "kernels/ConvertRowSimd.cpp"
 #include <hwy/foreach_target.h>
-// Highway asks for this order.
+// Highway requires this order.
 #include <hwy/highway.h>
 
 #include "kernels/Planar-inl.h"
@@ -20,7 +19,7 @@ HWY_BEFORE_NAMESPACE();
 namespace kernels {
 namespace HWY_NAMESPACE {
 
-/// Converts in place the planes of a row's blocks, as many pixels at a time as `lanes`.
+/// Converts the planes of a row's blocks in place, `lanes` pixels at a time.
 template <class T, class Convert>
 HWY_ATTR void ConvertPlanes(const T* in, T* out, std::size_t pixels, std::size_t lanes,
                             const Convert& convert) {
@@ -34,9 +33,9 @@ HWY_ATTR void ConvertPlanes(const T* in, T* out, std::size_t pixels, std::size_t
     InBlocks<T>({{in, 3}}, out, 3, pixels, block);
 }
 
-/// YUV is worked out in whole numbers of twice the sample's width. With 16 bits those hold every sum. With 8
-/// they hold those of RGB to YUV, of Y as numbers without sign, and those of YUV to RGB without their
-/// multiples of 256, which are added after the shift.
+/// YUV is computed in whole numbers of twice the sample's width. For 16-bit samples these hold every sum. For
+/// 8-bit samples they hold the sums of RGB to YUV (that of Y as an unsigned number), and the sums of YUV to
+/// RGB without their multiples of 256, which are added after the shift.
 template <class T>
 using Wide = std::conditional_t<sizeof(T) == 1, std::int16_t, std::int32_t>;
 
@@ -86,10 +85,11 @@ HWY_ATTR void YuvToRgb(const T* in, T* out, std::size_t pixels) {
     });
 }
 
-/// Stored rounded, a fraction is 1 from a half on. A hue is that where red is the largest band and green the
-/// smallest, magenta to red, or where red is not the largest and blue is: 5 + x, 3 + x and 5 - x of the
-/// definition, in sixths, against 1 - x, 1 + x and 3 - x, x being in [0, 1], and 0 in the last only when blue
-/// is largest too. Saturation and lightness follow the definition's operations.
+/// A rounded fraction is 1 from one half on. The hue is therefore 1 in two cases. Either red is the largest
+/// band and green the smallest (magenta to red), or red is not the largest band and blue is. In sixths, the
+/// definition gives 5 + x, 3 + x and 5 - x for these, against 1 - x, 1 + x and 3 - x for the others; x lies
+/// in [0, 1] and is 0 in the last only when blue is largest too. Saturation and lightness use the operations
+/// of the definition.
 template <class T>
 HWY_ATTR void RgbToHsi(const T* in, T* out, std::size_t pixels) {
     const hn::ScalableTag<double> d;
@@ -123,8 +123,8 @@ HWY_ATTR void RgbToHsi(const T* in, T* out, std::size_t pixels) {
     });
 }
 
-/// Samples as they stand are whole hues, so every colour is red or grey: with H of any value, S and L, red is
-/// L + S - LS, or L where S is 0, and the others 2 L - red; from 1 on each is stored as the largest sample.
+/// A sample is a whole hue, so every colour is red or grey. For any H, red is L + S - LS, or L where S is 0,
+/// and the other bands are 2 L - red. Values of 1 and above are stored as the largest sample.
 template <class T>
 HWY_ATTR void HsiToRgb(const T* in, T* out, std::size_t pixels) {
     const hn::ScalableTag<T> d;

@@ -45,7 +45,7 @@ private:
             row[i] = row[i - bands];
     }
 
-    /// One sample as it is defined.
+    /// Computes one sample by the definition.
     void Settle(const std::array<const T*, 4>& source, const CubicTap& down, std::size_t sample, T* out) {
         CubicTap tap = MakeCubicTap(columns[sample / plan.bands], pixels);
         for (std::uint32_t& at : tap.at)
@@ -60,10 +60,10 @@ private:
     std::vector<GridPosition> columns;
     std::int64_t pixels;
     CubicKernels<T, V> kernels;
-    std::int64_t first = 0; ///< of the source's pixels that are read
-    std::size_t count = 0;  ///< of them
-    std::size_t before = 0; ///< pixels of the row before them
-    std::vector<V> row;     ///< a source row, weighted down
+    std::int64_t first = 0; ///< first source pixel that is read
+    std::size_t count = 0;  ///< number of pixels read
+    std::size_t before = 0; ///< pixels in `row` before them
+    std::vector<V> row;     ///< the source rows, weighted down
     std::vector<std::uint32_t> uncertain;
 };
 

@@ -6,7 +6,7 @@
 
 namespace kernels {
 
-/// Interpolates rows of a window by cubic convolution with the vectors of a target: the samples of
+/// Interpolates rows of a window by cubic convolution in the vectors of a target. The samples equal those of
 /// CubicAcross and CubicDown.
 template <class T>
 class CubicResampler {
@@ -16,12 +16,12 @@ public:
     /// The first pixel of a source row that it reads.
     [[nodiscard]] virtual std::uint32_t GetFirstPixel() const = 0;
 
-    /// Makes a row of the window of four rows of the source, each from that pixel on.
+    /// Computes a row of the window from four rows of the source, each given from the first pixel read.
     virtual void Make(const std::array<const T*, 4>& source, const CubicTap& down, T* out) = 0;
 };
 
-/// `pixels` are those of a row of the whole source; `isExact` when the steps are whole, down as across. Null
-/// for the scalar target, and where the columns lie too far apart for it.
+/// `pixels` is the width of the whole source. `isExact` tells that the steps are whole, down as well as
+/// across. Null for the scalar target, and when the columns lie too far apart.
 template <class T>
 [[nodiscard]] std::unique_ptr<CubicResampler<T>> MakeCubicResampler(std::span<const GridPosition> columns,
                                                                     std::int64_t pixels, std::uint32_t bands,

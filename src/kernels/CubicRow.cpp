@@ -62,9 +62,9 @@ std::array<V, 4> CubicWeights(const CubicTap& tap) {
 
 namespace {
 
-/// After so many columns their fractions repeat, and their pixels have moved on by so many.
+/// The period after which the fractions of the columns repeat.
 struct CubicPeriod {
-    std::size_t columns = 0; ///< 0 where nothing repeats
+    std::size_t columns = 0; ///< 0 if nothing repeats
     std::int64_t pixels = 0;
 };
 
@@ -82,7 +82,7 @@ CubicPeriod FindPeriod(std::span<const GridPosition> columns) {
     return {};
 }
 
-/// Adds the pattern of the vector that begins at sample `first`; sets where its source begins.
+/// Adds the pattern of the vector that begins at sample `first`, and sets where its source begins.
 template <class V>
 bool AddPattern(std::span<const GridPosition> columns, std::size_t first, CubicPlan<V>& plan,
                 std::uint32_t& source) {
@@ -123,8 +123,8 @@ std::optional<CubicPlan<V>> MakeCubicPlan(std::span<const GridPosition> columns,
                       {},
                       {},
                       {}};
-    // Where a vector has all bands of a pixel they lie without a gap, else each pixel begins one anew and its
-    // last ends with the pixel.
+    // If a vector holds all bands of a pixel, vectors follow each other without a gap. Otherwise each pixel
+    // begins a new vector, and its last vector ends with the pixel.
     const std::size_t ofPixel = bands <= lanes ? 0 : (bands + lanes - 1) / lanes;
     const auto sampleOf = [=](std::size_t vector) {
         return ofPixel == 0 ? vector * lanes
@@ -134,7 +134,7 @@ std::optional<CubicPlan<V>> MakeCubicPlan(std::span<const GridPosition> columns,
     const std::size_t count =
         ofPixel == 0 ? (columns.size() * bands + lanes - 1) / lanes : columns.size() * ofPixel;
     const CubicPeriod period = FindPeriod(columns);
-    // Vectors repeat when whole ones fill whole periods.
+    // Patterns repeat when whole vectors fill whole periods.
     const std::size_t samples = period.columns * bands;
     const std::size_t repeat = samples == 0   ? count
                                : ofPixel == 0 ? std::lcm(samples, std::size_t{lanes}) / lanes

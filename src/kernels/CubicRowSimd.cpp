@@ -1,5 +1,5 @@
-// Cubic convolution in vectors of whatever width the processor has, down and then across; the same samples as
-// the definition's, but for those that it marks.
+// Cubic convolution in vectors of any width, down and then across. The samples equal those of the definition,
+// except for those marked as uncertain.
 #include "kernels/CubicRow.h"
 #include "kernels/Simd.h"
 
@@ -9,7 +9,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "kernels/CubicRowSimd.cpp"
 #include <hwy/foreach_target.h>
-// Highway asks for this order.
+// Highway requires this order.
 #include <hwy/highway.h>
 
 #include "kernels/Planar-inl.h"
@@ -18,7 +18,7 @@ HWY_BEFORE_NAMESPACE();
 namespace kernels {
 namespace HWY_NAMESPACE {
 
-/// As many samples as a vector has lanes, as numbers of its kind.
+/// Loads one sample per lane and converts it to the vector's type.
 template <class D, class T>
 HWY_INLINE hn::Vec<D> LoadSamples(D d, const T* samples) {
     if constexpr (std::is_same_v<hn::TFromD<D>, std::int32_t>)
@@ -27,7 +27,7 @@ HWY_INLINE hn::Vec<D> LoadSamples(D d, const T* samples) {
         return LoadReal(d, samples);
 }
 
-/// In one rounding where the target has that; products and sums of whole steps are exact.
+/// With one rounding if the target has fused multiply-add; products and sums of whole steps are exact.
 template <class V>
 HWY_INLINE V AddProduct(V a, V b, V sum) {
     if constexpr (std::is_same_v<hn::TFromV<V>, std::int32_t>)
@@ -53,20 +53,20 @@ HWY_ATTR void CubicDownSource(const std::array<const T*, 4>& rows, const std::ar
                  static_cast<V>(rows[2][i]) * weights[2] + static_cast<V>(rows[3][i]) * weights[3];
 }
 
-/// Sums of whole steps, the half added, as samples; sums of 8-bit samples stay below 2^29.
+/// Stores sums of whole steps, with the half added, as samples. Sums of 8-bit samples stay below 2^29.
 template <class D>
 HWY_INLINE void StoreWhole(D /*d*/, hn::Vec<D> sum, unsigned char* out) {
     const hn::Rebind<unsigned char, D> narrow;
     hn::StoreU(hn::DemoteTo(narrow, hn::ShiftRight<2 * cubicStepBits>(sum)), narrow, out);
 }
 
-/// Real sums, the half added, as samples. True in the lanes that are closer to a whole number than they err:
-/// the definition's may lie on its other side.
+/// Stores real sums, with the half added, as samples. True in lanes that lie closer to a whole number than
+/// their error: there the definition may round differently.
 template <class D, class T>
 HWY_INLINE hn::Mask<D> StoreUncertain(D d, hn::Vec<D> sum, T* out) {
     using V = hn::TFromD<D>;
     const hn::Rebind<T, D> narrow;
-    // What lies further out is certain to become the range's end.
+    // Anything further out certainly becomes the end of the range.
     const auto inRange = hn::Min(hn::Max(sum, hn::Set(d, V{0.5})), hn::Set(d, V{maxSample<T>} + V{0.5}));
     hn::Vec<D> part;
     if constexpr (sizeof(V) == 4) {
@@ -82,7 +82,7 @@ HWY_INLINE hn::Mask<D> StoreUncertain(D d, hn::Vec<D> sum, T* out) {
     return hn::Or(hn::Lt(part, hn::Set(d, error)), hn::Gt(part, hn::Set(d, V{1} - error)));
 }
 
-/// `isExact` matters for double only.
+/// `isExact` matters only for double.
 template <class T, class V, bool isExact>
 HWY_ATTR std::size_t CubicAcrossByPlan(const CubicPlan<V>& plan, const V* HWY_RESTRICT row,
                                        std::size_t samples, T* HWY_RESTRICT out,

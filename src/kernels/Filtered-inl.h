@@ -14,24 +14,23 @@
 #include <concepts>
 #include <cstring>
 
-/// Floating-point filters, as computational geometry calls them (S. Fortune, C. Van Wyk, Efficient exact
+/// Floating-point filters, a term of computational geometry (S. Fortune, C. Van Wyk, Efficient exact
 /// arithmetic for computational geometry, 1993; J. Shewchuk, Adaptive precision floating-point arithmetic and
-/// fast robust geometric predicates, 1997): a result is worked out fast, with a proven bound on its error.
-/// Where the error could change the sample that is stored, the result is uncertain, and the definition
-/// resolves it.
+/// fast robust geometric predicates, 1997). A result is computed fast, with a proven bound on its error. If
+/// the error could change the sample that is stored, the result is uncertain and is computed again by the
+/// definition.
 HWY_BEFORE_NAMESPACE();
 namespace kernels {
 namespace HWY_NAMESPACE {
 
-/// What filters work in: holds sums of samples with bits to spare.
+/// The type that filters compute in: it holds sums of samples with bits to spare.
 template <class T>
 using RealOf = std::conditional_t<sizeof(T) == 1, float, double>;
 
-/// As many pixels as a vector of these has lanes are one vector of floats or, of 16-bit samples, two of
-/// doubles.
+/// The pixels of one such vector fill one vector of floats or, for 16-bit samples, two vectors of doubles.
 using WholeNumbers = hn::ScalableTag<std::int32_t>;
 
-/// The real numbers from lane `first` on, 0 or that of the second vector.
+/// The lanes from `first` on as real numbers. `first` is 0, or the first lane of the second vector.
 template <class T, class V>
 HWY_INLINE auto ToReal(V whole, [[maybe_unused]] std::size_t first) {
     const hn::ScalableTag<RealOf<T>> d;
@@ -47,7 +46,7 @@ HWY_INLINE auto ToReal(V whole, [[maybe_unused]] std::size_t first) {
     }
 }
 
-/// The lower halves of the real numbers of two vectors of doubles.
+/// The lower halves of the real numbers in two vectors of doubles.
 HWY_INLINE auto JoinLower(hn::Vec<hn::ScalableTag<double>> first, hn::Vec<hn::ScalableTag<double>> second) {
     const WholeNumbers d;
 #if HWY_TARGET == HWY_SCALAR // never run
@@ -58,8 +57,9 @@ HWY_INLINE auto JoinLower(hn::Vec<hn::ScalableTag<double>> first, hn::Vec<hn::Sc
 #endif
 }
 
-/// Results in steps of 1 / fixedOne, within the range of samples T; see FixedPoint.h. `sumOf`, called for
-/// lanes from 0 and from that of the second vector on, gives fixedOne times the results and FixedOffset.
+/// Results in steps of 1 / fixedOne, limited to the range of samples T; see FixedPoint.h. `sumOf` is called
+/// with lane 0 and with the first lane of the second vector. It returns fixedOne times the results plus
+/// FixedOffset.
 template <class T, class Real = RealOf<T>, class SumOf = void>
 HWY_INLINE auto FixedResults(const SumOf& sumOf) {
     const hn::ScalableTag<Real> d;
@@ -74,13 +74,13 @@ HWY_INLINE auto FixedResults(const SumOf& sumOf) {
         return JoinLower(limited(0), limited(hn::Lanes(d)));
 }
 
-/// `fractions` becomes the greater of it and those of results, of which all have a bit `unit` more.
+/// Raises `fractions` to those of the results where they are greater. All of them are raised by a bit `unit`.
 template <class V>
 HWY_INLINE void AddFractions(V results, V& fractions, std::int32_t unit = 0) {
     fractions = hn::Max(fractions, hn::And(results, hn::Set(WholeNumbers(), unit + fixedOne - 1)));
 }
 
-/// Stores the whole parts of results and adds their fractions.
+/// Stores the whole parts of the results and adds their fractions.
 template <class T, class V>
 HWY_INLINE void StoreResults(V results, T* samples, V& fractions) {
     const hn::Rebind<T, WholeNumbers> narrow;
@@ -93,7 +93,7 @@ HWY_INLINE auto IsUncertain(V fractions, int error, std::int32_t unit = 0) {
     return hn::Gt(fractions, hn::Set(WholeNumbers(), unit + MostCertainFraction(error)));
 }
 
-/// The weighted sum of the bands of some pixels, with the roundings of the definition.
+/// The weighted sum of the bands of some pixels, rounded like the definition.
 template <class T>
 HWY_INLINE hn::Vec<hn::ScalableTag<double>> WeightedSum(const T* planes, const double* weights,
                                                         std::uint32_t bands) {
@@ -104,7 +104,7 @@ HWY_INLINE hn::Vec<hn::ScalableTag<double>> WeightedSum(const T* planes, const d
     return s;
 }
 
-/// With fewer roundings where the processor has them.
+/// The same with fewer roundings if the processor has fused multiply-add.
 template <class D, class T>
 HWY_INLINE hn::Vec<D> FilteredSum(D d, const T* planes, const hn::TFromD<D>* weights, std::uint32_t bands) {
     auto s = hn::Zero(d);
@@ -113,13 +113,13 @@ HWY_INLINE hn::Vec<D> FilteredSum(D d, const T* planes, const hn::TFromD<D>* wei
     return s;
 }
 
-/// Pixels of a block whose result the filter leaves uncertain.
+/// The pixels of a block whose filtered result is uncertain.
 struct Uncertain {
     std::uint8_t pixels[blockPixels] = {};
     std::size_t count = 0;
 };
 
-/// With more of them in a block, all of it by the definition takes less time.
+/// If a block has more of them, it is faster to compute all of it by the definition.
 inline constexpr std::size_t mostUncertain = 24;
 
 template <class D, class M>
@@ -134,24 +134,24 @@ HWY_INLINE void AddUncertain(D d, M isUncertain, std::size_t firstPixel, Uncerta
             static_cast<std::uint8_t>(firstPixel + static_cast<unsigned>(std::countr_zero(bits)));
 }
 
-/// What a method gives to be fused by a filter. Planes lie blockPixels apart, one per multispectral band; the
-/// output bands are left in the first of them.
+/// What a method provides to be fused with a filter. Planes lie blockPixels apart, one per multispectral
+/// band. The output bands replace the first planes.
 template <class F, class T>
 concept MethodFilter = requires(const F& filter, T* planes, const T* pan, std::size_t pixels,
                                 Uncertain& uncertain) {
     { filter.bands } -> std::convertible_to<const BandWeights&>;
-    { filter.isUsable } -> std::convertible_to<bool>; // with these weights
+    { filter.isUsable } -> std::convertible_to<bool>; // true if the filter's bound holds for these weights
     { F::definition } -> std::convertible_to<FuseRow<T>>;
-    // The same in vectors.
+    // The definition in vectors.
     { filter.Exact(planes, pan, pixels) } -> std::same_as<void>;
-    // A block by the filter; false when much of it is uncertain.
+    // Fuses a block by the filter. False if much of it is uncertain.
     { filter.Filtered(planes, pan, uncertain) } -> std::same_as<bool>;
 };
 
-/// The planes of a fused block.
+/// The number of planes of a fused block.
 inline constexpr std::uint32_t mostPlanes = mostBands + 1;
 
-/// Fuses the uncertain pixels of a block once more, by the definition: one or two each for itself, more side
+/// Fuses the uncertain pixels of a block again, by the definition: one or two of them one by one, more side
 /// by side.
 template <class T, MethodFilter<T> Filter>
 HWY_ATTR void Resolve(const FusionRows<T>& rows, T* out, const Uncertain& uncertain, const Filter& filter) {
@@ -165,7 +165,7 @@ HWY_ATTR void Resolve(const FusionRows<T>& rows, T* out, const Uncertain& uncert
     }
     HWY_ALIGN T planes[mostPlanes * blockPixels];
     HWY_ALIGN T pan[blockPixels];
-    constexpr std::size_t lanes = HWY_MAX_BYTES / sizeof(double); // are read and written with the last pixel
+    constexpr std::size_t lanes = HWY_MAX_BYTES / sizeof(double); // read and written with the last pixel
     const std::size_t end = std::min(blockPixels, uncertain.count + lanes);
     const std::uint32_t interleaved = rows.InterleavedBands(bands);
     for (std::size_t i = 0; i < end; ++i) {
@@ -203,7 +203,7 @@ HWY_ATTR void FusePlanar(const FusionRows<T>& rows, T* out, std::size_t pixels, 
             filter.Exact(planes, pan, blockPixels);
         } else if (!filter.Filtered(planes, pan, uncertain)) {
             uncertain.count = 0;
-            takeApart(); // again: the filter has written to the planes
+            takeApart(); // again, since the filter has overwritten the planes
             filter.Exact(planes, pan, blockPixels);
         }
         Interleave(planes, bands.outputBands, outBlock);
@@ -213,7 +213,7 @@ HWY_ATTR void FusePlanar(const FusionRows<T>& rows, T* out, std::size_t pixels, 
                 bands.outputBands, pixels, block);
 }
 
-/// Whether a row is left to the scalar definition, for its many bands.
+/// Whether a row has too many bands for vectors, so that the scalar definition fuses it.
 template <class T>
 HWY_INLINE bool HasManyBands(const FusionRows<T>& rows, const BandWeights& bands) {
     return rows.InterleavedBands(bands) > mostBands || bands.outputBands > mostBands;

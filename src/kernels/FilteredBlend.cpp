@@ -11,11 +11,11 @@ namespace kernels {
 
 namespace {
 
-/// What keeps float and double from overflowing, and divisors normal.
+/// Limits that keep float and double from overflowing, and divisors normal.
 constexpr double mostOfMap = 1e9;
 constexpr double leastDivisor = 1e-30;
 
-/// The maps of a band.
+/// The maps of one band.
 struct Maps {
     LinearMap input1, input2, output;
 };
@@ -24,46 +24,47 @@ template <class T>
 struct Bounds {
     static constexpr double mostSample = std::numeric_limits<T>::max();
 
-    /// Up to this, few results are uncertain, and the definition errs by next to nothing.
+    /// Up to this magnitude few results are uncertain, and the error of the definition is negligible.
     static constexpr double mostMagnitude = sizeof(T) == 1 ? 1 << 14 : 1 << 30;
 
-    /// The largest magnitude among m's terms: |m(x)| is no more, and rounding errs in proportion to it.
+    /// The largest magnitude of the terms of m. |m(x)| is no larger, and the rounding error is in proportion
+    /// to it.
     static double Largest(const LinearMap& m) { return mostSample * std::abs(m.gain) + std::abs(m.offset); }
 
-    /// The sum of the magnitudes that a blend's roundings are in proportion to, in samples; infinite where
-    /// the filter cannot tell results. Each coefficient, product and sum errs by epsilon / 2 of its
-    /// magnitude at most. A product of two inputs takes the most of them: three for each input, one of its
-    /// own and the last sum, in all 4 epsilon of this; its offset takes fewer, a sum of two inputs four, a
-    /// quotient seven.
+    /// The sum of the magnitudes, in samples, that the rounding errors of a blend are in proportion to;
+    /// infinite if the filter cannot be used. Each coefficient, product and sum errs by at most epsilon / 2
+    /// of its magnitude. A product of two inputs has the most errors: three for each input, one of its own
+    /// and the last sum, together 4 epsilon of this magnitude. Its offset has fewer, a sum of two inputs
+    /// four, a quotient seven.
     static double Magnitude(SampleBlend blend, const Maps& maps) {
         const auto& [m1, m2, m] = maps;
         const double gain = std::abs(m.gain);
         const double offset = std::abs(m.offset);
         if (blend == SampleBlend::Product) return gain * Largest(m1) * Largest(m2) + offset;
         if (blend != SampleBlend::Quotient) return gain * (Largest(m1) + Largest(m2)) + offset;
-        // Only where its terms cancel a map errs by more than in proportion to its result.
+        // A map's error exceeds the proportion to its result only if its terms cancel.
         const auto cancels = [](const LinearMap& map) {
             return map.gain != 0 && map.offset != 0 && std::signbit(map.gain) != std::signbit(map.offset);
         };
         const double ofMost = m2(mostSample);
         if (cancels(m2) && std::signbit(m2.offset) != std::signbit(ofMost)) return INFINITY;
-        const double least = // of the divisors but 0
+        const double least = // of the divisors other than 0
             m2.offset == 0 ? std::abs(m2.gain) : std::min(std::abs(m2.offset), std::abs(ofMost));
         if (least < leastDivisor) return INFINITY;
         const double ofDividend = cancels(m1) ? gain * Largest(m1) / least : 0;
         return (mostSample + 1 + offset) * (cancels(m2) ? Largest(m2) / least : 1) + ofDividend;
     }
 
-    /// A result's error in steps of 1 / fixedOne, before the last sum makes it whole. The unit in the offset
-    /// adds half a step to each of up to three sums before that.
+    /// The error of a result in steps of 1 / fixedOne, before the last sum makes it whole. The unit in the
+    /// offset adds half a step to each of up to three sums before it.
     static int Error(double magnitude) {
         constexpr double epsilon = std::numeric_limits<typename FilteredBlend<T>::Real>::epsilon();
         return static_cast<int>(magnitude * 4 * epsilon * fixedOne) + 2;
     }
 
-    /// Whether the filter and the definition round nothing but results far out of range. With maps of
-    /// multiples of 1/16, sums are multiples of 2^-8 and products of 2^-12. Sums within these limits have
-    /// fewer bits than Real; products have if they are up to four times the largest offset.
+    /// Whether neither filter nor definition rounds any result in the range. If all maps are multiples of
+    /// 1/16, sums are multiples of 2^-8 and products of 2^-12. Sums within these limits need fewer bits than
+    /// Real has; so do products up to four times the largest offset.
     static bool RoundsNothing(SampleBlend blend, const Maps& maps, double magnitude) {
         const auto& [m1, m2, m] = maps;
         const auto isMultiple = [](double x) { return std::nearbyint(x * 16) == x * 16; };

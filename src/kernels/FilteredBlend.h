@@ -8,7 +8,7 @@
 
 namespace kernels {
 
-/// gain * x + offset, one rounding per operation.
+/// gain * x + offset, with one rounding per operation.
 struct LinearMap {
     double gain = 1.0;
     double offset = 0.0;
@@ -17,17 +17,17 @@ struct LinearMap {
 
 enum class SampleBlend : std::uint8_t; // BlendRow.h
 
-/// What is kept for every band is repeated, so that the lanes of a vector can be loaded from any band on.
+/// Per-band values are repeated so that the lanes of a vector can be loaded from any band on.
 inline constexpr std::size_t mostLanesOfMaps = 32;
 
-/// A blend with fewer operations than its definition, and the most that it errs by: of 8-bit samples in
-/// float, of 16-bit ones in double,
+/// A blend with fewer operations than its definition, and a bound on its error. 8-bit samples are computed in
+/// float, 16-bit samples in double. The filter computes
 ///
 ///     a * gain1 + (b * gain2 + offset)                           sums and differences
 ///     (a * gain1 + offset1) * (b * gain2 + offset2) + offset     products
 ///     (a * gain1 + offset1) / (b * gain2 + offset2) + offset     quotients
 ///
-/// gives fixedOne * result + FixedOffset(error), the result to be truncated. A quotient by 0 is 0.
+/// and returns fixedOne * result + FixedOffset(error), to be truncated. A quotient by 0 is 0.
 template <class T>
 struct FilteredBlend {
     using Real = std::conditional_t<sizeof(T) == 1, float, double>;
@@ -38,7 +38,7 @@ struct FilteredBlend {
 
     bool isPossible = false;
     static constexpr int exact = -1;
-    int error = exact; ///< of results in the range of samples; `exact` ones are multiples of 2^-12
+    int error = exact; ///< of results within the range of samples; `exact` ones are multiples of 2^-12
     std::vector<Real> gain1, offset1, gain2, offset2, offset;
 };
 

@@ -8,23 +8,23 @@ namespace kernels {
 
 struct InjectionGains;
 
-/// What a fusing kernel needs to know of the bands. The weights, one per multispectral band, belong to the
-/// caller, and so do the gains.
+/// What a fusing kernel needs to know of the bands. The weights, one per multispectral band, and the gains
+/// belong to the caller.
 struct BandWeights {
     const double* weights = nullptr;
     std::uint32_t msBands = 0;
-    std::uint32_t outputBands = 0;             ///< the first of the multispectral bands, at most msBands
-    const InjectionGains* injection = nullptr; ///< read by InjectionRow alone, which needs it
+    std::uint32_t outputBands = 0;             ///< number of bands written: the first ones, at most msBands
+    const InjectionGains* injection = nullptr; ///< used only by InjectionRow, which requires it
 };
 
-/// The input of a fusing kernel, rows of as many pixels.
+/// The input rows of a fusing kernel, all of the same number of pixels.
 template <class T>
 struct FusionRows {
     const T* ms = nullptr; ///< the multispectral bands interleaved by pixel: all, or all but the last
     const T* pan = nullptr;
-    const T* additional = nullptr; ///< the last multispectral band when it is stored apart, else null
+    const T* additional = nullptr; ///< the last multispectral band if it is stored apart, else null
 
-    /// Bands that `ms` has a pixel.
+    /// The number of bands per pixel of `ms`.
     [[nodiscard]] std::uint32_t InterleavedBands(const BandWeights& bands) const {
         return bands.msBands - (additional ? 1 : 0);
     }
@@ -38,14 +38,14 @@ struct FusionRows {
     }
 };
 
-/// Fuses one row of `pixels` pixels: reads exactly that many of every row of `rows`, writes exactly
-/// pixels * outputBands samples of `out`, interleaved by pixel. `out` overlaps no input.
+/// Fuses one row of `pixels` pixels. Reads exactly that many of every row of `rows` and writes exactly pixels
+/// * outputBands samples to `out`, interleaved by pixel. `out` must not overlap an input.
 template <class T>
 using FuseRow = void (*)(const FusionRows<T>& rows, T* out, std::size_t pixels, const BandWeights& bands);
 
-/// A row by a formula of a pixel's pan sample and of s, the weighted sum of its bands, from 0.0 up in the
-/// order of the bands, one rounding per operation. formula(pan, s) gives what turns a band's sample and
-/// number into an output sample.
+/// Fuses a row by a formula of a pixel's pan sample and of s, the weighted sum of its bands. The sum is added
+/// up from 0.0 in the order of the bands, with one rounding per operation. formula(pan, s) returns a function
+/// that makes an output sample of a band's sample and number.
 template <class T, class Formula>
 inline void FuseByFormula(const FusionRows<T>& rows, T* out, std::size_t pixels, const BandWeights& bands,
                           const Formula& formula) {

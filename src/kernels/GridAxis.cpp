@@ -10,7 +10,7 @@ namespace {
 constexpr std::int64_t largestDenominator = 64;
 constexpr double ratioNoise = 1e-9;
 constexpr double offsetNoise = 1e-7;
-// Beyond these the whole-number arithmetic could overflow; nobody's rasters lie so.
+// Beyond these limits the whole-number arithmetic could overflow. No real raster reaches them.
 constexpr double largestRatio = 1e4;
 constexpr double largestOffset = 1e7;
 

@@ -5,23 +5,23 @@
 namespace kernels {
 
 /// How the pan grid lies on the multispectral grid along one axis. Pixel numbers are absolute and count from
-/// the corner of each grid; a position is counted between pixel centres, so the centre of multispectral pixel
-/// i is position i.
+/// the corner of each grid. Positions count between pixel centres: the centre of multispectral pixel i is at
+/// position i.
 struct GridAxis {
     static constexpr std::int64_t unit = std::int64_t{3} << 28;
 
     double ratio = 1.0;  ///< pan pixel size / multispectral pixel size
     double offset = 0.0; ///< (pan corner - multispectral corner) / multispectral pixel size
-    /// The ratio as a fraction, and `offset - 0.5` in units of 1 / (2 * denominator * GridAxis::unit). With a
-    /// denominator of 0 the ratio is not a simple fraction and positions are computed in double.
+    /// The ratio as a fraction, and `offset - 0.5` in units of 1 / (2 * denominator * GridAxis::unit). A
+    /// denominator of 0 means that the ratio is not a simple fraction; positions are then computed in double.
     std::int64_t numerator = 1;
     std::int64_t denominator = 1;
     std::int64_t start = -unit;
 };
 
-/// A ratio within 1e-9 (relative) of a fraction with a denominator up to 64 is taken as that fraction, and an
-/// offset within 1e-7 of a 48th of the pan grid's step as that multiple: georeferencing carries such
-/// noise.
+/// A ratio within 1e-9 (relative) of a fraction with a denominator up to 64 is replaced by it. An offset
+/// within 1e-7 of a multiple of 1/48 of the pan grid's step is replaced by that multiple. Georeferencing has
+/// noise of this size.
 [[nodiscard]] GridAxis MakeGridAxis(double ratio, double offset);
 
 struct GridPosition {
@@ -29,20 +29,20 @@ struct GridPosition {
     double fraction = 0.0;  ///< of the way to the next pixel, 0 to 1
 };
 
-/// A position between pixel centres, taken apart. One that no image reaches counts as the last one that a
-/// double has whole.
+/// Splits a position between pixel centres into index and fraction. Positions beyond any image are limited to
+/// the largest whole number that a double represents exactly.
 [[nodiscard]] GridPosition SplitPosition(double position);
 
-/// Where the centre of a pan pixel lies among the multispectral pixels:
+/// The position of the centre of a pan pixel among the multispectral pixels:
 ///
 ///     u = (pan + 0.5) * ratio + offset - 0.5,  index = floor(u),  fraction = u - index
 ///
-/// With a simple ratio the arithmetic is in whole numbers and the fraction rounded once, so that pan pixels
-/// of the same phase get the same fraction wherever they lie.
+/// For a simple ratio the arithmetic is in whole numbers and the fraction is rounded once, so pan pixels of
+/// the same phase get the same fraction everywhere.
 [[nodiscard]] GridPosition PanToMultispectral(const GridAxis& axis, std::int64_t pan);
 
-/// The reverse: where the centre of a multispectral pixel lies among the pan pixels, counted between their
-/// centres,
+/// The reverse: the position of the centre of a multispectral pixel among the pan pixels, counted between
+/// their centres,
 ///
 ///     v = (multispectral + 0.5 - offset) / ratio - 0.5,  index = floor(v),  fraction = v - index
 [[nodiscard]] GridPosition MultispectralToPan(const GridAxis& axis, std::int64_t multispectral);

@@ -1,4 +1,4 @@
-// Halving rows down first and then across, in loops that the compiler turns into vectors of the target.
+// Halves rows down first and then across, in loops that the compiler turns into vectors of the target.
 #include "kernels/HalveRow.h"
 #include "kernels/Simd.h"
 
@@ -8,7 +8,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "kernels/HalveRowSimd.cpp"
 #include <hwy/foreach_target.h>
-// Highway asks for this order.
+// Highway requires this order.
 #include <hwy/highway.h>
 
 #include "kernels/Planar-inl.h"
@@ -17,14 +17,14 @@ HWY_BEFORE_NAMESPACE();
 namespace kernels {
 namespace HWY_NAMESPACE {
 
-/// The outermost pair of pixels first.
+/// Adds the outermost pair of pixels first.
 template <class Sum>
 HWY_ATTR HWY_INLINE Sum Weigh(Sum outer, Sum third, Sum second, Sum inner) {
     return static_cast<Sum>(halvingWeights[3]) * inner + static_cast<Sum>(halvingWeights[2]) * second +
            static_cast<Sum>(halvingWeights[1]) * third + static_cast<Sum>(halvingWeights[0]) * outer;
 }
 
-/// Columns with even and with odd numbers, apart.
+/// Separates the columns with even numbers from those with odd numbers.
 template <std::size_t fixedBands, class T>
 HWY_ATTR void Split(const T* HWY_RESTRICT down, std::size_t pixels, std::size_t anyBands,
                     T* HWY_RESTRICT even, T* HWY_RESTRICT odd) {
@@ -45,7 +45,7 @@ HWY_ATTR void Halve(const std::array<const T*, 8>& rows, std::size_t pixels, std
     Sum* HWY_RESTRICT even = room;
     Sum* HWY_RESTRICT odd = room + samples;
     Sum* HWY_RESTRICT down = room + 2 * samples;
-    // Down: whole numbers of 32 bits, which hold those of either type.
+    // Down: in whole numbers of 32 bits, which hold the sums of either type.
     for (std::size_t begin = 0; begin < 2 * samples; begin += blockSamples) {
         const std::size_t end = std::min(begin + blockSamples, 2 * samples);
         for (std::size_t i = begin; i < end; ++i) {
@@ -72,7 +72,7 @@ HWY_ATTR void Halve(const std::array<const T*, 8>& rows, std::size_t pixels, std
     for (std::size_t i = 2 * bands; i + 2 * bands < samples; ++i) {
         const Sum sum = Weigh<Sum>(odd[i - 2 * bands] + even[i + 2 * bands], even[i - bands] + odd[i + bands],
                                    odd[i - bands] + even[i + bands], even[i] + odd[i]);
-        // A power of two changes no digit.
+        // A division by a power of two is exact.
         const float value = static_cast<float>(sum) * (1.0f / 65536.0f) + 0.5f;
         out[i] = static_cast<T>(static_cast<std::int32_t>(std::min(std::max(value, 0.0f), most)));
     }

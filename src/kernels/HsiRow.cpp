@@ -13,7 +13,7 @@ namespace {
 
 bool Same(double a, double b) { return NearlyEqual(a, b, std::numeric_limits<double>::epsilon()); }
 
-/// Hue in sixths of a turn, 0 to 6, of a pixel that is not grey.
+/// Hue of a pixel that is not grey, in sixths of a turn, 0 to 6.
 double HueSixths(double r, double g, double b, double largest, double smallest) {
     const double range = largest - smallest;
     const double red = (largest - r) / range;

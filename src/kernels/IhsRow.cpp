@@ -13,7 +13,7 @@ struct Rgb {
 };
 
 struct HueSaturation {
-    double hue;        ///< in [0, 1); 0 where the saturation is
+    double hue;        ///< in [0, 1); 0 if the saturation is 0
     double saturation; ///< in [0, 1]
 };
 
@@ -25,7 +25,7 @@ HueSaturation ToHueSaturation(const Rgb& in) {
     const double saturation = (largest - smallest) / largest;
     const double middle = std::max(std::min(r, g), std::min(std::max(r, g), b));
     const double f = (middle - smallest) / (largest - smallest);
-    // Which band is the largest is asked by value, so that ties fall to the first that matches.
+    // The largest band is found by comparing values, so on a tie the first match counts.
     if (largest == r) return {g == middle ? f / 6.0 : (1.0 / 6.0 - f / 6.0) + 5.0 / 6.0, saturation};
     if (largest == g)
         return {b == middle ? f / 6.0 + 1.0 / 3.0 : (1.0 / 6.0 - f / 6.0) + 1.0 / 6.0, saturation};

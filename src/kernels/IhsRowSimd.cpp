@@ -1,4 +1,4 @@
-// IHS in vectors of whatever width the processor has; the same bytes as the scalar definition.
+// IHS in vectors of any width, with the same bytes as the scalar definition.
 #include "kernels/IhsRow.h"
 #include "kernels/Simd.h"
 #include "kernels/Store.h"
@@ -9,7 +9,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "kernels/IhsRowSimd.cpp"
 #include <hwy/foreach_target.h>
-// Highway asks for this order.
+// Highway requires this order.
 #include <hwy/highway.h>
 
 #include "kernels/Filtered-inl.h"
@@ -23,8 +23,8 @@ struct Triple {
     V r, g, b;
 };
 
-/// Hue and saturation of the colour with a new value. Both are worked out for every lane, by the operations
-/// of the definition in its order; the branches become choices.
+/// Hue and saturation of a colour with a new value. Every lane computes both, by the operations of the
+/// definition in its order; branches become selections.
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE Triple<V> ReplaceValue(D d, const Triple<V>& in, V value) {
     const auto number = [&](double x) HWY_ATTR { return hn::Set(d, x); };
@@ -69,21 +69,23 @@ HWY_INLINE Triple<V> ReplaceValue(D d, const Triple<V>& in, V value) {
             choose(bySector(low, low, rising, value, value, falling))};
 }
 
-// A new value V keeps the proportions of the three bands: the result is V * max * band / largest but for
-// rounding. The largest band is V * max rounded, and so is another that equals it, since then the hue lies on
-// the end of a sector exactly. In steps of 1 / fixedOne, of V * max, which is pan but for infrared, the
-// others err in float by at most 1 for quotient and product and 2 for V * max: its coefficient, product and
-// sum. In double, with 16 bits, that is next to nothing, and so is what the definition's hue errs by.
+// A new value V keeps the proportions of the three bands: the result is V * max * band / largest, except for
+// rounding. The largest band is V * max, rounded. So is another band that equals it, since the hue then lies
+// exactly on the end of a sector. Count errors in steps of 1 / fixedOne. V * max is pan if there is no
+// infrared. In float the other bands err by at most 1 for quotient and product and 2 for V * max (its
+// coefficient, product and sum). In double, for 16 bits, that is negligible, and so is the error of the
+// definition's hue.
 //
-// The fourth band, a sum of three numbers of at most 255, errs in float by half a step for each of its two
-// coefficients and products, for its offset and the second sum and by one step for the last, in double by
+// The fourth band is a sum of three numbers of at most 255. In float it errs by half a step for each of its
+// two coefficients and products, for its offset and for the second sum, and by one step for the last sum. In
+// double it errs by half a step for the offset and for both sums.
 // half a step for the offset and both sums.
 template <class T>
 struct IhsFilter {
     using Real = RealOf<T>;
     static constexpr FuseRow<T> definition = &IhsRowScalar<T>;
     static constexpr int error = sizeof(T) == 1 ? 6 : 2;
-    static constexpr double mostWeight = 1.0; ///< of infrared; keeps the value at most 2
+    static constexpr double mostWeight = 1.0; ///< of infrared; the value is then at most 2
 
     explicit IhsFilter(const BandWeights& bandWeights)
         : bands(bandWeights), infraredWeight(bands.msBands > 3 ? bands.weights[3] / maxSample<T> : 0.0),
@@ -102,8 +104,8 @@ struct IhsFilter {
                (bands.outputBands <= 3 || FilteredFourth(planes, pan, uncertain));
     }
 
-    /// V * max as it is stored, in steps, with the roundings of the definition: often it is just below or on
-    /// a whole number.
+    /// V * max as it is stored, in steps, rounded like the definition: often it lies just below or on a whole
+    /// number.
     template <bool IsInfrared>
     HWY_INLINE auto StoredValue(const T* pan, const T* fourth) const {
         const hn::ScalableTag<double> d;
@@ -157,7 +159,8 @@ struct IhsFilter {
         const hn::ScalableTag<Real> d;
         const WholeNumbers d32;
         const hn::Rebind<T, WholeNumbers> narrow;
-        // Without infrared a third of the results would be whole, and uncertain; a sixth more, none is.
+        // Without infrared, a third of the results would be whole and so uncertain. With a sixth added, none
+        // is.
         const Real more = infraredWeight != 0.0 ? Real(0) : Real(fixedOne / 6.0);
         const auto offset = hn::Set(d, FixedOffset<Real>(error) + more);
         Uncertain ofFourth;
@@ -183,7 +186,7 @@ struct IhsFilter {
         return true;
     }
 
-    /// The same by the definition.
+    /// The fourth band by the definition.
     HWY_ATTR void AddFourth(T* planes, const T* HWY_RESTRICT pan, std::size_t pixels) const {
         const hn::ScalableTag<double> d;
         for (std::size_t i = 0; i < pixels; i += hn::Lanes(d)) {
@@ -202,11 +205,11 @@ struct IhsFilter {
     const BandWeights& bands;
     double infraredWeight;
     bool isUsable;
-    Real infraredOfValue = 0;  ///< its weight in V * max, in steps
-    Real infraredOfFourth = 0; ///< and in the fourth band
+    Real infraredOfValue = 0;  ///< infrared weight in V * max, in steps
+    Real infraredOfFourth = 0; ///< infrared weight in the fourth band
 };
 
-/// By the operations of the definition; planes from the fifth on stay as they are.
+/// Fuses by the operations of the definition. Planes from the fifth on stay unchanged.
 template <class T>
 HWY_ATTR void IhsFilter<T>::Exact(T* planes, const T* HWY_RESTRICT pan, std::size_t pixels) const {
     const hn::ScalableTag<double> d;

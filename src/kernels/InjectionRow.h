@@ -7,17 +7,18 @@
 
 namespace kernels {
 
-/// How much of the detail every output band takes. Both arrays have one number an output band.
+/// How much of the detail is added to every output band. Both arrays have one number per output band.
 struct InjectionGains {
     const double* gains = nullptr;
-    const double* ratioGains = nullptr;                     ///< of the band's ratio to the intensity
-    double limit = std::numeric_limits<double>::infinity(); ///< of a gain, in ratios; infinite for none
-    double floor = 0.0;                                     ///< the least intensity that is divided by
+    const double* ratioGains = nullptr;                     ///< for the band's ratio to the intensity
+    double limit = std::numeric_limits<double>::infinity(); ///< upper limit of a gain, in ratios; infinite
+                                                            ///< for no limit
+    double floor = 0.0;                                     ///< lowest intensity used as a divisor
 };
 
-/// Injection: every output band is its multispectral band plus the detail, which is the difference between
-/// pan and the intensity I, the weighted sum of all multispectral bands, times a gain that may
-/// follow the band's ratio to the intensity,
+/// Injection: every output band is its multispectral band plus a gain times the detail. The detail is pan
+/// minus the intensity I, the weighted sum of all multispectral bands. The gain may depend on the band's
+/// ratio to the intensity:
 ///
 ///     m = the larger of I and floor
 ///     r = 1 / m, or 0 when m is not above 0
@@ -26,12 +27,12 @@ struct InjectionGains {
 ///     g = limit * q when that is less than g
 ///     out[c] = round(clamp(ms[c] + g * (pan - I)))
 ///
-/// in IEEE double, one rounding per operation. With gains of 1, ratio gains of 0 and no limit it is KOVA.
-/// This scalar version is the definition; every other version gives the same bytes.
+/// in IEEE double, with one rounding per operation. With gains of 1, ratio gains of 0 and no limit it is
+/// KOVA. This scalar version is the definition; every other version gives the same bytes.
 template <class T>
 void InjectionRowScalar(const FusionRows<T>& rows, T* out, std::size_t pixels, const BandWeights& bands);
 
-/// The version for a vector target that can run here. Asked once, when an image is initialised.
+/// The version for a vector target that can run here. Choose it once, when an image is initialised.
 template <class T>
 FuseRow<T> InjectionRowFor(SimdTarget target);
 

@@ -1,4 +1,4 @@
-// Injection in vectors of whatever width the processor has; the same bytes as the scalar definition.
+// Injection in vectors of any width, with the same bytes as the scalar definition.
 #include "kernels/InjectionRow.h"
 #include "kernels/Simd.h"
 #include "kernels/Store.h"
@@ -10,7 +10,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "kernels/InjectionRowSimd.cpp"
 #include <hwy/foreach_target.h>
-// Highway asks for this order.
+// Highway requires this order.
 #include <hwy/highway.h>
 
 #include "kernels/Packed-inl.h"
@@ -19,25 +19,25 @@ HWY_BEFORE_NAMESPACE();
 namespace kernels {
 namespace HWY_NAMESPACE {
 
-// The filter is for numbers that are 0 or of an ordinary size and not negative, so that nothing cancels but
-// pan and the intensity. With t = limit * q it takes g = min(gain + ratio gain / limit * t, t); without a
-// limit it is as if that were 1, but for the choice.
+// The filter needs numbers that are 0 or of an ordinary size, and not negative; then nothing cancels except
+// pan and the intensity. With t = limit * q it computes g = min(gain + ratio gain / limit * t, t). Without a
+// limit it does the same with a limit of 1, but without the minimum.
 //
-// In units u of the type, 2^-24 or 2^-53, the intensity errs by a relative e, which is bands + 2 for weights,
-// products and sums, or 0 when all weights are whole numbers. t errs by e or the rounding of the floor, and
-// by 3 for limit, quotient and product; g by 3 more, for its coefficients, the product and the sum; the
-// difference that it multiplies and their product by 1 each. Together that is 9 + e of the change of a
-// sample, which is less than its range + 1 wherever the result may be uncertain. The error of the intensity
-// itself, e times at most the range + 1 times W, the sum of the weights, is multiplied by g: by gain * W,
-// and, as q is at most a sample's share of the intensity, by the ratio gain. The definition
-// errs by as much in double.
+// Errors are in units u of the type, 2^-24 or 2^-53. The intensity has a relative error e, which is bands + 2
+// for weights, products and sums, or 0 if all weights are whole numbers. t errs by e or the rounding of the
+// floor, plus 3 for limit, quotient and product. g errs by 3 more, for its coefficients, product and sum. The
+// difference that it multiplies and their product add 1 each. Together that is 9 + e, relative to the change
+// of a sample, and the change is less than the range + 1 wherever the result may be uncertain. The error of
+// the intensity itself is at most e times the range + 1 times W, the sum of the weights. Multiplied by g this
+// gives a share of gain * W, plus the ratio gain, since q is at most a sample's share of the intensity. The
+// definition errs as much in double.
 template <class T>
 struct InjectionFilter {
     using Real = RealOf<T>;
     static constexpr FuseRow<T> definition = &InjectionRowScalar<T>;
     static constexpr double least = 1.0 / (1 << 20);
     static constexpr double most = 1024.0;
-    static constexpr double mostError = fixedOne / 64.0; ///< with more, too many pixels are uncertain
+    static constexpr double mostError = fixedOne / 64.0; ///< beyond it, too many pixels are uncertain
 
     explicit InjectionFilter(const BandWeights& bandWeights)
         : bands(bandWeights), how(*bandWeights.injection),
@@ -55,7 +55,7 @@ struct InjectionFilter {
             weightSum += weight;
             isExact = isExact && weight == std::floor(weight);
         }
-        double mostShare = 0.0; // of the intensity, that is taken off a sample
+        double mostShare = 0.0; // of the intensity's error that reaches a sample
         for (std::uint32_t c = 0; c < bands.outputBands; ++c) {
             if (!IsOrdinary(how.gains[c]) || !IsOrdinary(how.ratioGains[c])) return;
             mostShare = std::max(mostShare, how.gains[c] * weightSum + how.ratioGains[c]);
@@ -77,10 +77,10 @@ struct InjectionFilter {
 
     static bool IsOrdinary(double number) { return number == 0.0 || (number >= least && number <= most); }
 
-    /// What a pixel's samples have in common.
+    /// What the samples of a pixel have in common.
     template <class V>
     struct Pixel {
-        V detail, limitPerSample; ///< pan less the intensity; fixedOne * limit / the divisor
+        V detail, limitPerSample; ///< pan minus the intensity; fixedOne * limit / divisor
     };
 
     template <class D, class V = hn::Vec<D>>
@@ -91,7 +91,7 @@ struct InjectionFilter {
         return {hn::Sub(pan, intensity), quotient};
     }
 
-    /// fixedOne times the result and a half, with FixedOffset.
+    /// fixedOne times (the result plus one half), plus FixedOffset.
     template <class D, class V = hn::Vec<D>>
     HWY_INLINE V Result(D d, V sample, const Pixel<V>& pixel, std::uint32_t c) const {
         const V t = hn::Mul(sample, pixel.limitPerSample);
@@ -174,15 +174,15 @@ struct InjectionFilter {
     const bool hasLimit;
     bool isUsable = false;
     bool isDeep = false;      ///< a result may be too far below 0 to be packed
-    bool isLastAlone = false; ///< the intensity is the last band
+    bool isLastAlone = false; ///< the intensity is just the last band
     int error = 0;            ///< of results, in steps of 1 / fixedOne
-    Real limit = 0;           ///< fixedOne times it
+    Real limit = 0;           ///< fixedOne times the limit
     Real floor = 0;
     std::uint32_t weightedBands = 0;
-    std::uint32_t weighted[mostPlanes] = {}; ///< those whose weight is not 0
+    std::uint32_t weighted[mostPlanes] = {}; ///< the bands whose weight is not 0
     Real weights[mostPlanes] = {};
-    Real gains[mostPlanes] = {};      ///< fixedOne times them
-    Real ratioGains[mostPlanes] = {}; ///< over the limit
+    Real gains[mostPlanes] = {};      ///< fixedOne times the gains
+    Real ratioGains[mostPlanes] = {}; ///< fixedOne times the ratio gains, over the limit
 };
 
 template <class T>

@@ -5,8 +5,8 @@
 
 namespace kernels {
 
-/// KOVA: every output band is its multispectral band plus the difference between pan and the weighted sum of
-/// all multispectral bands,
+/// KOVA: every output band is its multispectral band plus the detail, pan minus the weighted sum of all
+/// multispectral bands:
 ///
 ///     s = 0.0 + ms[0] * w[0] + ms[1] * w[1] + ...     (one rounding per operation, in this order)
 ///     out[c] = round(clamp(ms[c] + (pan - s)))
@@ -15,7 +15,7 @@ namespace kernels {
 template <class T>
 void KovaRowScalar(const FusionRows<T>& rows, T* out, std::size_t pixels, const BandWeights& bands);
 
-/// The version for a vector target that can run here. Asked once, when an image is initialised.
+/// The version for a vector target that can run here. Choose it once, when an image is initialised.
 template <class T>
 FuseRow<T> KovaRowFor(SimdTarget target);
 

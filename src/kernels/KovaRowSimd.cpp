@@ -1,4 +1,4 @@
-// KOVA in vectors of whatever width the processor has; the same bytes as the scalar definition.
+// KOVA in vectors of any width, with the same bytes as the scalar definition.
 #include "kernels/KovaRow.h"
 #include "kernels/Simd.h"
 #include "kernels/Store.h"
@@ -10,7 +10,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "kernels/KovaRowSimd.cpp"
 #include <hwy/foreach_target.h>
-// Highway asks for this order.
+// Highway requires this order.
 #include <hwy/highway.h>
 
 #include "kernels/Packed-inl.h"
@@ -19,21 +19,21 @@ HWY_BEFORE_NAMESPACE();
 namespace kernels {
 namespace HWY_NAMESPACE {
 
-// Every output band of a pixel is round(clamp(ms + d)), which is clamp(ms + r) for the whole number r nearest
-// to d, a half rounded up, whenever d is known well enough to tell r and the roundings of ms + d cannot carry
-// it across a half. Those are at most 2^-33 while |d| < 2^20.
+// An output band is round(clamp(ms + d)). Let r be the whole number nearest to d, a half rounded up. The
+// result equals clamp(ms + r) if d is known well enough to determine r, and if the rounding of ms + d cannot
+// carry it across a half. That rounding is at most 2^-33 while |d| < 2^20.
 //
-// The filter, in float for 8-bit samples and in double for those of 16, takes the number nearest to its d.
-// What lies on a half or nearer to it than d errs by is uncertain. With weights of magnitude W together that
-// is
+// The filter computes d in float for 8-bit samples and in double for 16-bit samples, and rounds it to r. The
+// result is uncertain if d lies within its error of a half. With W the sum of the magnitudes of the weights,
+// the error is at most
 //
 //     u * (max + 1) * (W [weights] + (bands + 1) * W [products and sums] + 1 + W [d])
 //
-// at most, u being 2^-24 or 2^-53. Twice as much is allowed for, with which the definition's own roundings in
-// double are covered, and 2^-30.
+// where u is 2^-24 or 2^-53. The bound is twice that, which covers the definition's own rounding in double,
+// plus 2^-30.
 //
-// All is exact when every weight is a whole number of 2^-10 and no sum reaches 2^12, or 2^-20 and 2^20: then
-// a quarter of that unit more than d is never a half, and nearest to r.
+// Everything is exact if all weights are multiples of 2^-10 and no sum reaches 2^12, or of 2^-20 and 2^20.
+// Then d plus a quarter of that unit is never a half, and its nearest whole number is r.
 template <class T>
 struct KovaBounds {
     static constexpr bool isFloat = sizeof(T) == 1;
@@ -42,7 +42,7 @@ struct KovaBounds {
     static constexpr double errorUnit = std::numeric_limits<RealOf<T>>::epsilon() * (maxSample<T> + 1);
     static constexpr double nearHalf = 1.0 / (1 << 30);
     static constexpr double mostShift = isFloat ? 1 << 15 : 1 << 20;
-    static constexpr double mostError = 1.0 / 64; ///< with more, too many pixels are uncertain
+    static constexpr double mostError = 1.0 / 64; ///< beyond it, too many pixels are uncertain
 };
 
 template <class T>
@@ -71,7 +71,7 @@ struct KovaFilter {
             weights[band] = static_cast<Real>(bands.weights[band]);
     }
 
-    /// The whole shifts of some pixels, from sums of bands that are `above` less, as the lowest bits.
+    /// The whole shifts of some pixels, in the lowest bits. The sums of bands are too small by `above`.
     template <class D>
     HWY_INLINE hn::Vec<D> Shifts(D d, hn::Vec<D> pan, hn::Vec<D> sum, std::size_t firstPixel,
                                  Uncertain& uncertain) const {
@@ -94,7 +94,7 @@ struct KovaFilter {
     }
 #endif
 
-    /// Shifts of a block, upward and downward; one of the two is 0.
+    /// The shifts of a block, upward and downward; one of the two is 0.
     HWY_ATTR void BlockShifts(const T* planes, const T* pan, T* up, T* down, Uncertain& uncertain) const {
         const hn::ScalableTag<Real> d;
         const WholeNumbers d32;
@@ -149,8 +149,8 @@ struct KovaFilter {
 
     const BandWeights& bands;
     bool isUsable = false;
-    Real farthest = 0; ///< from a shift that is certain
-    Real above = 0;    ///< what differences are too large by
+    Real farthest = 0; ///< distance from a whole shift up to which it is certain
+    Real above = 0;    ///< by how much differences are too large
     Real weights[mostPlanes] = {};
 };
 

@@ -14,7 +14,7 @@ LowPassAxis::LowPassAxis(const GridAxis& axis, double sigma, std::uint32_t coars
     const auto reach = [&](double fine) {
         return static_cast<std::int64_t>(std::clamp(fine, -1.0, static_cast<double>(finePixels)));
     };
-    // Where the ratio is simple a few phases come again and again, with the same weights.
+    // For a simple ratio only a few phases occur, with the same weights each time.
     using Phase = std::tuple<std::int64_t, std::uint32_t, double>;
     std::map<Phase, std::size_t> made;
     taps.reserve(coarsePixels);
@@ -38,7 +38,7 @@ LowPassAxis::LowPassAxis(const GridAxis& axis, double sigma, std::uint32_t coars
     }
 }
 
-/// Rounds where each weight ends among all: so they add up to lowPassOne, and none is negative.
+/// Rounds the running sums of the weights. So the weights add up to lowPassOne and none is negative.
 void LowPassAxis::AddWeights(const GridPosition& centre, double sigma, const Taps& of) {
     std::vector<double> ends;
     double sum = 0.0;

@@ -7,29 +7,29 @@
 #include <cstdint>
 #include <vector>
 
-/// The low-pass of an image at the centres of the pixels of a coarser grid, separated by axis: down first,
-/// then across. Weights are whole numbers and all sums exact, so that any order of adding gives the same.
+/// The low-pass of an image at the pixel centres of a coarser grid, separated by axis: down first, then
+/// across. Weights are whole numbers and all sums exact, so the order of adding does not matter.
 namespace kernels {
 
-/// What the weights of a coarse pixel add up to along an axis. Sums down stay below 2^30, sums of those
-/// across below 2^44.
+/// The sum of the weights of a coarse pixel along one axis. Sums down stay below 2^30, sums across of those
+/// below 2^44.
 inline constexpr int lowPassBits = 14;
 inline constexpr std::uint32_t lowPassOne = std::uint32_t{1} << lowPassBits;
 
-/// Which fine pixels a coarse one is made of along one axis, and their weights: a Gaussian about the true
-/// place of its centre, cut at three standard deviations.
+/// Which fine pixels make up a coarse pixel along one axis, with their weights: a Gaussian around the exact
+/// position of its centre, cut at three standard deviations.
 class LowPassAxis {
 public:
-    /// The fine pixels of one coarse pixel; none where none lies within reach.
+    /// The fine pixels of one coarse pixel; count is 0 when none is within reach.
     struct Taps {
         std::uint32_t first = 0;
         std::uint32_t count = 0;
-        std::size_t weights = 0; ///< position of the first of its weights
+        std::size_t weights = 0; ///< index of its first weight
     };
 
-    /// Of the coarse pixels 0 to coarsePixels - 1; `axis` tells how the fine grid lies on the coarse one.
-    /// `sigma` is the standard deviation in coarse pixels. The fine pixels that there are share the weight of
-    /// those beyond the edge.
+    /// For the coarse pixels 0 to coarsePixels - 1. `axis` tells how the fine grid lies on the coarse one.
+    /// `sigma` is the standard deviation in coarse pixels. The weight of fine pixels beyond the edge is
+    /// shared by those inside.
     LowPassAxis(const GridAxis& axis, double sigma, std::uint32_t coarsePixels, std::uint32_t finePixels);
 
     [[nodiscard]] const Taps& GetTaps(std::uint32_t coarse) const { return taps[coarse]; }
@@ -44,13 +44,13 @@ private:
     std::vector<std::uint32_t> weights;
 };
 
-/// Sums down: sums[i] = weights[0] * rows[0][i] + ... + weights[count - 1] * rows[count - 1][i], for
-/// `columns` columns.
+/// Sums down: sums[i] = weights[0] * rows[0][i] + ... + weights[count - 1] * rows[count - 1][i] for `columns`
+/// columns.
 template <class T>
 using WeighRows = void (*)(const T* const* rows, const std::uint32_t* weights, std::size_t count,
                            std::size_t columns, std::uint32_t* sums);
 
-/// The version for a vector target that can run here; the scalar one is the definition.
+/// The version for a vector target that can run here. The scalar one is the definition.
 template <class T>
 [[nodiscard]] WeighRows<T> WeighRowsFor(SimdTarget target);
 
@@ -58,7 +58,7 @@ template <class T>
 void WeighRowsScalar(const T* const* rows, const std::uint32_t* weights, std::size_t count,
                      std::size_t columns, std::uint32_t* sums);
 
-/// The sum across of `count` sums down.
+/// The weighted sum across of `count` sums down.
 [[nodiscard]] inline std::uint64_t WeighColumns(const std::uint32_t* sums, const std::uint32_t* weights,
                                                 std::size_t count) {
     std::uint64_t sum = 0;

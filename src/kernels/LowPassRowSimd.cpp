@@ -1,5 +1,4 @@
-// The sums down of the low-pass in vectors of whatever width the processor has; the same sums as the scalar
-// one.
+// The sums down of the low-pass in vectors of any width, equal to the scalar ones.
 #include "kernels/LowPassRow.h"
 #include "kernels/Simd.h"
 
@@ -8,7 +7,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "kernels/LowPassRowSimd.cpp"
 #include <hwy/foreach_target.h>
-// Highway asks for this order.
+// Highway requires this order.
 #include <hwy/highway.h>
 
 #include "kernels/Planar-inl.h"
@@ -17,7 +16,7 @@ HWY_BEFORE_NAMESPACE();
 namespace kernels {
 namespace HWY_NAMESPACE {
 
-/// 8-bit sums stay below 2^22 and are exact in float, whose products are faster than those of whole numbers.
+/// 8-bit sums stay below 2^22 and are exact in float, which multiplies faster than whole numbers.
 template <class T>
 using LowPassLane = std::conditional_t<sizeof(T) == 1, float, std::uint32_t>;
 

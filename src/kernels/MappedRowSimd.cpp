@@ -1,7 +1,7 @@
-// Interpolation at any positions in vectors of whatever width the processor has. A block of pixels first
-// collects the source pixels around each, one plane for every neighbour; planes are blended in vectors. The
-// samples are the definition's: 16 bits take its operations, 8 bits work in float and leave to it those
-// samples whose rounding the error could change.
+// Interpolation at arbitrary positions in vectors of any width. A block of pixels first collects the source
+// pixels around each position, one plane per neighbour; then the planes are blended in vectors. The samples
+// equal those of the definition. 16-bit samples use its operations; 8-bit samples are computed in float, and
+// those whose rounding the error could change are computed again by the definition.
 #include "kernels/BilinearRow.h"
 #include "kernels/CubicRow.h"
 #include "kernels/MappedRow.h"
@@ -15,7 +15,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "kernels/MappedRowSimd.cpp"
 #include <hwy/foreach_target.h>
-// Highway asks for this order.
+// Highway requires this order.
 #include <hwy/highway.h>
 
 #include "kernels/Planar-inl.h"
@@ -24,21 +24,22 @@ HWY_BEFORE_NAMESPACE();
 namespace kernels {
 namespace HWY_NAMESPACE {
 
-/// Pixels of a block, a multiple of the lanes of every vector, and the most samples that it has.
+/// Pixels of a block, a multiple of the lanes of every vector, and the most samples that a block has.
 inline constexpr std::size_t mapPixels = 64;
 inline constexpr std::size_t mapSamples = mapPixels * mostBands;
-/// A vector may be loaded from the last pixel on.
+/// Planes are padded, since a vector may be loaded from the last pixel on.
 inline constexpr std::size_t mapPadded = mapPixels + HWY_MAX_BYTES / sizeof(float);
 
 template <class T>
 using MapReal = std::conditional_t<sizeof(T) == 1, float, double>;
 
-/// Where the pixels of a block lie along an axis.
+/// The positions of the pixels of a block along one axis.
 template <std::size_t Taps>
 struct AxisPlaces {
-    HWY_ALIGN double firsts[mapPixels];         ///< the first neighbour, counted from the first pixel at hand
-    HWY_ALIGN double fractions[mapPixels];      ///< how far beyond the middle ones
-    HWY_ALIGN std::int32_t at[Taps][mapPixels]; ///< all neighbours; not filled in within the source
+    HWY_ALIGN double firsts[mapPixels];         ///< the first neighbour, counted from the first available
+                                                ///< pixel
+    HWY_ALIGN double fractions[mapPixels];      ///< distance beyond the neighbour before the position
+    HWY_ALIGN std::int32_t at[Taps][mapPixels]; ///< all neighbours; not filled in if isWithin
     bool isWithin;                              ///< no neighbour lies beyond the source's edges
 };
 
@@ -63,7 +64,7 @@ HWY_ATTR void FindPlaces(const double* HWY_RESTRICT positions, std::uint32_t fir
     places.isWithin = hn::AllTrue(d, hn::And(hn::Ge(least, hn::Zero(d)), hn::Le(most, hn::Zero(d))));
 }
 
-/// All neighbours, edges replicated.
+/// Finds all neighbours, edges replicated.
 template <std::size_t Taps>
 HWY_ATTR void FindNeighbours(std::uint32_t first, std::uint32_t pixels, AxisPlaces<Taps>& places) {
     const hn::ScalableTag<double> d;
@@ -142,7 +143,7 @@ HWY_ATTR void CollectBands(const MappedSource<T>& source, const AxisPlaces<Taps>
     }
 }
 
-/// What every pixel of a block is multiplied with along an axis, number by number.
+/// The factors of every pixel of a block along one axis.
 template <class V, std::size_t Numbers>
 struct PixelFactors {
     HWY_ALIGN V values[Numbers][mapPadded];
@@ -159,7 +160,7 @@ HWY_ATTR void StoreFactor(hn::Vec<hn::ScalableTag<double>> factor, V* HWY_RESTRI
     }
 }
 
-/// The fraction itself.
+/// Bilinear: the fraction itself.
 template <class V>
 HWY_ATTR void FindFactors(const AxisPlaces<2>& places, PixelFactors<V, 1>& factors) {
     const hn::ScalableTag<double> d;
@@ -167,7 +168,7 @@ HWY_ATTR void FindFactors(const AxisPlaces<2>& places, PixelFactors<V, 1>& facto
         StoreFactor(hn::Load(d, places.fractions + i), factors.values[0] + i);
 }
 
-/// The weights of MakeCubicTap.
+/// Cubic: the weights of MakeCubicTap.
 template <class V>
 HWY_ATTR void FindFactors(const AxisPlaces<4>& places, PixelFactors<V, 4>& factors) {
     const hn::ScalableTag<double> d;
@@ -186,7 +187,7 @@ HWY_ATTR void FindFactors(const AxisPlaces<4>& places, PixelFactors<V, 4>& facto
     }
 }
 
-/// The samples of a vector before they are rounded. `tap` loads the planes, `x` and `y` the factors.
+/// The samples of a vector before rounding. `tap` loads the planes, `x` and `y` the factors.
 template <class D, class Tap, class Factor>
 HWY_INLINE hn::Vec<D> BlendTaps(D d, std::integral_constant<std::size_t, 2> /*taps*/, const Tap& tap,
                                 const Factor& x, const Factor& y) {
@@ -223,8 +224,8 @@ HWY_INLINE hn::Vec<D> BlendTaps(D /*d*/, std::integral_constant<std::size_t, 4> 
     return add(across(3), y(3), add(across(2), y(2), upper));
 }
 
-/// Floats as the nearest samples within the range of T. True in the lanes that are closer to the middle
-/// between two than they err.
+/// Stores floats as the nearest samples within the range of T. True in lanes whose distance from the middle
+/// between two samples is less than their error.
 template <class D, class T>
 HWY_INLINE hn::Mask<D> StoreNearest(D d, hn::Vec<D> sum, float error, T* out) {
     const auto whole = hn::NearestInt(sum);
@@ -234,7 +235,7 @@ HWY_INLINE hn::Mask<D> StoreNearest(D d, hn::Vec<D> sum, float error, T* out) {
     return hn::Gt(away, hn::Set(d, 0.5F - error));
 }
 
-/// One sample as it is defined.
+/// Computes one sample by the definition.
 template <class T>
 HWY_INLINE T DefineSample(const AxisPlaces<2>& across, const AxisPlaces<2>& down,
                           const T (*planes)[mapSamples], std::size_t pixel, std::size_t sample) {
@@ -257,8 +258,8 @@ HWY_INLINE T DefineSample(const AxisPlaces<4>& across, const AxisPlaces<4>& down
     return out;
 }
 
-/// For a vector of samples after another, the pixel of each lane, counted from that of the first: repeats
-/// when whole pixels fill whole vectors.
+/// For consecutive vectors of samples: the pixel of each lane, relative to that of the first lane. The
+/// pattern repeats when whole pixels fill whole vectors.
 template <class V>
 struct LanePixels {
     using Lane = hwy::MakeSigned<V>;
@@ -282,7 +283,7 @@ class MappedBlock {
 public:
     HWY_ATTR explicit MappedBlock(const MappedSource<T>& from) : source(from), pixelsOf(from.bands) {}
 
-    /// Makes mapPixels pixels.
+    /// Computes mapPixels pixels.
     HWY_ATTR void Make(const double* HWY_RESTRICT x, const double* HWY_RESTRICT y, T* HWY_RESTRICT out) {
         FindPlaces(x, source.firstColumn, source.columns, across);
         FindPlaces(y, source.firstRow, source.rows, down);
@@ -301,7 +302,7 @@ public:
 private:
     using V = MapReal<T>;
 
-    /// Returns how many samples are left to the definition.
+    /// Returns the number of samples that are left to the definition.
     HWY_ATTR std::size_t Blend(T* HWY_RESTRICT out) {
         const hn::ScalableTag<V> d;
         const std::size_t lanes = hn::Lanes(d), bands = source.bands;
@@ -337,7 +338,7 @@ private:
     AxisPlaces<Taps> across = {}, down = {};
     PixelFactors<V, Taps == 2 ? 1 : 4> ofX, ofY;
     HWY_ALIGN T planes[Taps * Taps][mapSamples];
-    std::uint32_t left[mapSamples] = {}; ///< samples that are left to the definition
+    std::uint32_t left[mapSamples] = {}; ///< positions of samples left to the definition
 };
 
 template <class T, std::size_t Taps>
@@ -351,7 +352,7 @@ HWY_ATTR void MapInVectors(const MappedSource<T>& source, const double* x, const
     for (; p + mapPixels <= pixels; p += mapPixels)
         block.Make(x + p, y + p, out + p * source.bands);
     if (p == pixels) return;
-    // The rest goes through copies, filled up with its last pixel.
+    // The remaining pixels go through copies, padded with the last pixel.
     const std::size_t rest = pixels - p;
     double restX[mapPixels], restY[mapPixels];
     T restOut[mapSamples];

@@ -10,9 +10,9 @@
 
 #include <bit>
 
-/// The commonest pixels, of three, four or eight bands, are fused without taking the bands apart: a packed
-/// pixel is one word of 32 or 64 bits, or two, with the first band lowest, and as long as the real number
-/// that is worked with.
+/// The most common pixels, of three, four or eight bands, are fused without splitting them into planes. A
+/// packed pixel is one or two words of 32 or 64 bits, with the first band lowest. A word is as long as the
+/// real number used for computing.
 HWY_BEFORE_NAMESPACE();
 namespace kernels {
 namespace HWY_NAMESPACE {
@@ -21,15 +21,15 @@ inline constexpr std::uint32_t packedBands = 4;
 
 #if HWY_TARGET != HWY_SCALAR
 
-/// Of samples T.
+/// The word for samples T.
 template <class T>
 using WordOf = std::conditional_t<sizeof(T) == 1, std::uint32_t, std::uint64_t>;
 
-/// Of the real numbers D.
+/// The words for real numbers D.
 template <class D>
 using WordsOf = hn::RebindToUnsigned<D>;
 
-/// The bytes of a band between the first and the last, as the lowest of words.
+/// A band between the first and the last, moved to the lowest byte of words.
 template <std::uint32_t Band, class D>
 HWY_INLINE auto MiddleBand(D /*d*/, hn::Vec<WordsOf<D>> words) {
     const hn::Repartition<std::uint8_t, D> d8;
@@ -43,7 +43,7 @@ HWY_INLINE auto MiddleBand(D /*d*/, hn::Vec<WordsOf<D>> words) {
     return hn::TableLookupBytesOr0(hn::BitCast(d8, words), places);
 }
 
-/// One band of the pixels.
+/// One band of the pixels as real numbers.
 template <std::uint32_t Band, class D>
 HWY_INLINE hn::Vec<D> BandOfPacked(D d, hn::Vec<WordsOf<D>> words) {
     using Real = hn::TFromD<D>;
@@ -67,8 +67,8 @@ struct SomeBands {
     V bands[Bands];
 };
 
-/// `first` and the weighted sum, with that of the additional band unless it is null, and with fewer roundings
-/// where the processor has them.
+/// `first` plus the weighted sum of the bands, and of the additional band unless it is null. With fewer
+/// roundings if the processor has fused multiply-add.
 template <class D, class V, class T, std::uint32_t Bands>
 HWY_INLINE V FilteredSumOfBands(D d, const SomeBands<V, Bands>& of, const T* additional,
                                 const hn::TFromD<D>* weights, V first) {
@@ -84,8 +84,8 @@ struct UpAndDown {
     V up, down;
 };
 
-/// The whole numbers that real numbers with signedUnit are, for bytes of less than 2^15, and their negatives,
-/// within the range of samples, in all places of words of four.
+/// The whole numbers in real numbers with signedUnit, less than 2^15, and their negatives. Both are limited
+/// to the range of samples and repeated in all bytes of words of four.
 template <class D>
 HWY_INLINE auto RepeatLimited(D d, hn::Vec<D> numbers) {
     const hn::Repartition<std::int32_t, D> d32;
@@ -100,7 +100,7 @@ HWY_INLINE auto RepeatLimited(D d, hn::Vec<D> numbers) {
                                                               12, 12, 12, 12, 14, 14, 14, 14};
         const auto unit = hn::Set(d, signedUnit<float>);
         const auto whole = hn::Sub(hn::BitCast(d32, numbers), hn::BitCast(d32, unit));
-        const auto both = hn::ReorderDemote2To(d16, whole, hn::Neg(whole)); // in every 16 bytes four of each
+        const auto both = hn::ReorderDemote2To(d16, whole, hn::Neg(whole)); // in every 16 bytes, four of each
         const auto limited = hn::Min(hn::Max(both, hn::Zero(d16)), hn::Set(d16, 255));
         return UpAndDown<hn::Vec<decltype(d8)>>{repeat(limited, ofUp), repeat(limited, ofDown)};
     } else {
@@ -115,12 +115,12 @@ HWY_INLINE auto RepeatLimited(D d, hn::Vec<D> numbers) {
     }
 }
 
-/// Fractions of sums of floats have this bit more, but where a result is out of range and certain: just
-/// below the unit, and from four times it on.
+/// Fractions of sums of floats have this bit set, except for results that are out of range and certain: just
+/// below the unit, and from four times the unit on.
 inline constexpr std::int32_t fractionUnit = 1 << 24;
 
-/// The samples of pixels from the bands' sums with FixedOffset, of results that are not negative. Per 32 bits
-/// `fractions` becomes the greater of it and theirs.
+/// The samples of pixels from the sums of their bands, with FixedOffset added. Results are not negative.
+/// Raises `fractions`, per 32 bits, to theirs if greater.
 template <class D, class V32>
 HWY_INLINE auto JoinFixed(D /*d*/, hn::Vec<D> a, hn::Vec<D> b, hn::Vec<D> c, hn::Vec<D> e, V32& fractions) {
     const hn::Repartition<std::uint16_t, D> d16;
@@ -154,7 +154,7 @@ HWY_INLINE auto JoinFixed(D /*d*/, hn::Vec<D> a, hn::Vec<D> b, hn::Vec<D> c, hn:
     }
 }
 
-/// Adds the pixels whose greatest fraction of JoinFixed leaves them uncertain.
+/// Adds the pixels whose greatest fraction in JoinFixed makes them uncertain.
 template <class D, class V32>
 HWY_INLINE void AddUncertainOfSums(D /*d*/, V32 fractions, int error, std::size_t firstPixel,
                                    Uncertain& uncertain) {
@@ -170,12 +170,12 @@ HWY_INLINE void AddUncertainOfSums(D /*d*/, V32 fractions, int error, std::size_
     }
 }
 
-// Pixels of three bytes: four of them lie in 12 of every 16 bytes.
+// Pixels of three bytes: four of them take 12 of every 16 bytes.
 HWY_ALIGN inline constexpr std::uint8_t wordsOfTwelve[16] = {0, 1, 2, 0x80, 3, 4,  5,  0x80,
                                                              6, 7, 8, 0x80, 9, 10, 11, 0x80};
 HWY_ALIGN inline constexpr std::uint8_t twelveOfWords[16] = {0,  1,  2,  4,  5,    6,    8,    9,
                                                              10, 12, 13, 14, 0x80, 0x80, 0x80, 0x80};
-// Where the four bytes of each place come from, to spread such bytes or to bring them together.
+// The source of the four bytes at each place, for spreading 12 bytes to 16 and for closing them up again.
 HWY_ALIGN inline constexpr std::int32_t spreadPlaces[16] = {0, 1, 2, 0, 3, 4, 5, 0, 6, 7, 8, 0, 9, 10, 11, 0};
 HWY_ALIGN inline constexpr std::int32_t closePlaces[16] = {0,  1,  2,  4,  5, 6, 8, 9,
                                                            10, 12, 13, 14, 0, 0, 0, 0};
@@ -184,11 +184,12 @@ HWY_ALIGN inline constexpr std::int32_t closePlacesOf8[8] = {0, 1, 2, 4, 5, 6, 0
 template <class D>
 HWY_INLINE hn::Vec<D> MoveFours(D d, hn::Vec<D> bytes, const std::int32_t* places) {
     const hn::Repartition<std::int32_t, D> d32;
-    if (hn::Lanes(d32) == 4) return bytes; // nothing has to cross a block of 16 bytes
+    if (hn::Lanes(d32) == 4) return bytes; // nothing crosses a block of 16 bytes
     return hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(d32, bytes), hn::SetTableIndices(d32, places)));
 }
 
-/// A vector of words of `Bands` samples; of three, it reads up to 16 bytes more than those take.
+/// Loads a vector of words of `Bands` samples. For three bands it reads up to 16 bytes more than those
+/// samples take.
 template <std::uint32_t Bands, class D, class T = hn::TFromD<D>>
 HWY_INLINE hn::Vec<D> LoadPacked(D d, const T* samples) {
     if constexpr (Bands == packedBands) return hn::LoadU(d, samples);
@@ -198,7 +199,7 @@ HWY_INLINE hn::Vec<D> LoadPacked(D d, const T* samples) {
     return hn::BitCast(d, hn::TableLookupBytesOr0(apart, hn::LoadDup128(d8, wordsOfTwelve)));
 }
 
-/// The reverse; it writes as many bytes more.
+/// The reverse. It writes up to 16 bytes more in the same case.
 template <std::uint32_t Bands, class D, class T = hn::TFromD<D>>
 HWY_INLINE void StorePacked(D d, hn::Vec<D> words, T* samples) {
     if constexpr (Bands == packedBands) return hn::StoreU(words, d, samples);
@@ -208,7 +209,8 @@ HWY_INLINE void StorePacked(D d, hn::Vec<D> words, T* samples) {
                samples);
 }
 
-/// The words of some pixels of `Bands` bands, the first of each pixel in one vector, the second in another.
+/// The words of some pixels of `Bands` bands: the first word of each pixel in one vector, the second in
+/// another.
 template <class V, std::uint32_t Bands>
 struct PackedPixels {
     static constexpr std::size_t count = (Bands + packedBands - 1) / packedBands;
@@ -252,21 +254,21 @@ HWY_INLINE SomeBands<hn::Vec<D>, Bands> BandsOfPacked(D d, const PackedPixels<S,
     return result;
 }
 
-/// What a filter has beside, to fuse packed pixels:
+/// A filter that can fuse packed pixels also has
 ///
 ///     Packed(d, packed, bands, pan, additional, firstPixel, uncertain)       replaces `packed`
 ///
-/// where `pan` and `additional`, which may be null, point to the samples of the same pixels, and of packed
-/// pixels of three bands the fourth does not matter. Fuses whole blocks and returns how many pixels that are.
+/// `pan` and `additional`, which may be null, point to the samples of the same pixels. In pixels of three
+/// bands the fourth byte is ignored. FusePacked fuses whole blocks and returns the number of pixels fused.
 template <std::uint32_t MsBands, std::uint32_t OutputBands, class T, MethodFilter<T> Filter>
 HWY_ATTR std::size_t FusePacked(const FusionRows<T>& rows, T* out, std::size_t pixels, const Filter& filter) {
     if (std::endian::native != std::endian::little) return 0;
     const hn::ScalableTag<RealOf<T>> d;
     const hn::Repartition<T, decltype(d)> dSample;
-    // What is read and written too far has to lie in the row.
+    // What is read and written beyond the pixels must still lie in the row.
     constexpr std::size_t beyond = MsBands % packedBands == 0 && OutputBands == MsBands ? 0 : 6;
-    // A copy that no other function sees: what is stored through `out` cannot change it, so that its numbers
-    // stay in registers.
+    // A copy that no other function sees. Stores through `out` cannot change it, so its numbers stay in
+    // registers.
     const Filter own = filter;
     std::size_t p = 0;
     for (; p + blockPixels + beyond <= pixels; p += blockPixels) {
@@ -297,7 +299,7 @@ std::size_t FusePacked(const FusionRows<T>& /*rows*/, T* /*out*/, std::size_t /*
 
 #endif
 
-/// Packed where the pixels and the filter allow it, else in planes.
+/// Fuses packed pixels if the pixels and the filter allow it, else planes.
 template <class T, MethodFilter<T> Filter>
 HWY_ATTR void FuseFiltered(const FusionRows<T>& rows, T* out, std::size_t pixels, const Filter& filter) {
     const BandWeights& bands = filter.bands;
@@ -308,7 +310,7 @@ HWY_ATTR void FuseFiltered(const FusionRows<T>& rows, T* out, std::size_t pixels
         done = FusePacked<4, 4>(rows, out, pixels, filter);
     else if (msBands == 8 && outputBands == 8)
         done = FusePacked<8, 8>(rows, out, pixels, filter);
-    if constexpr (sizeof(T) == 1) { // the longer samples gain nothing
+    if constexpr (sizeof(T) == 1) { // longer samples gain nothing
         if (msBands == 4 && outputBands == 3)
             done = FusePacked<4, 3>(rows, out, pixels, filter);
         else if (msBands == 3 && outputBands == 3)

@@ -25,10 +25,10 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 /// Kernels work on blocks of this many pixels, band by band; a multiple of the lanes of every vector.
 inline constexpr std::size_t blockPixels = 128;
-/// More bands than this are left to the scalar definition.
+/// Rows with more bands are left to the scalar definition.
 inline constexpr std::uint32_t mostBands = 8;
 
-/// Two neighbouring bands as one number of twice the width, the first band in its low half.
+/// Two adjacent bands as one number of twice the width, with the first band in its low half.
 template <class T>
 using PairOf = hwy::MakeWide<T>;
 
@@ -60,9 +60,9 @@ HWY_ATTR void JoinPairs(const T* HWY_RESTRICT first, const T* HWY_RESTRICT secon
     }
 }
 
-/// Copies blockPixels pixels of 5 to 8 bands to where pixels have another number of them, 5 to 8 too; bands
-/// that the pixels of `in` lack get any value. Eight samples per pixel are copied, the next pixel's over
-/// them.
+/// Copies blockPixels pixels of 5 to 8 bands into pixels with another number of bands, also 5 to 8. Bands
+/// that `in` lacks get undefined values. Eight samples are copied per pixel; the next pixel overwrites the
+/// surplus.
 template <class T>
 HWY_INLINE void RespacePixels(const T* HWY_RESTRICT in, std::uint32_t inBands, T* HWY_RESTRICT out,
                               std::uint32_t outBands) {
@@ -72,7 +72,7 @@ HWY_INLINE void RespacePixels(const T* HWY_RESTRICT in, std::uint32_t inBands, T
     std::copy_n(in + last * inBands, std::min(inBands, outBands), out + last * outBands);
 }
 
-/// Splits `blockPixels` interleaved pixels of 1 to 8 bands into one plane a band, blockPixels apart.
+/// Splits `blockPixels` interleaved pixels of 1 to 8 bands into one plane per band, blockPixels apart.
 template <class T>
 HWY_ATTR void Deinterleave(const T* HWY_RESTRICT in, std::uint32_t bands, T* HWY_RESTRICT planes) {
     const hn::ScalableTag<T> d;
@@ -161,7 +161,7 @@ HWY_ATTR void Interleave(const T* HWY_RESTRICT planes, std::uint32_t bands, T* H
     }
 }
 
-/// As many samples as a vector of D, of float or double, has lanes, as real numbers.
+/// Loads one sample per lane as float or double.
 template <class D, class T>
 HWY_INLINE hn::Vec<D> LoadReal(D d, const T* samples) {
     const hn::Rebind<std::int32_t, D> d32;
@@ -173,13 +173,13 @@ HWY_INLINE hn::Vec<D> LoadReal(D d, const T* samples) {
         return hn::PromoteTo(d, whole);
 }
 
-/// Within the pixel range, not truncated yet; not-a-number gives 0.
+/// Limits numbers to the pixel range, without truncating; NaN becomes 0.
 template <class T, class D, class V = hn::Vec<D>>
 HWY_INLINE V Clamp(D d, V x) {
     return hn::Min(hn::IfThenElseZero(hn::Ge(x, hn::Zero(d)), x), hn::Set(d, maxSample<T>));
 }
 
-/// The whole parts of doubles that an int32 holds, as samples; beyond the range of T, its ends.
+/// Stores the whole parts of doubles that fit into an int32, limited to the range of T.
 template <class D, class T>
 HWY_INLINE void StoreTruncatedLanes(D /*d*/, hn::Vec<D> x, T* samples) {
     const hn::Rebind<std::int32_t, D> d32;
@@ -187,8 +187,8 @@ HWY_INLINE void StoreTruncatedLanes(D /*d*/, hn::Vec<D> x, T* samples) {
     hn::StoreU(hn::DemoteTo(narrow, hn::DemoteTo(d32, x)), narrow, samples);
 }
 
-/// Adds to `uncertain`, which has `count`, those of the `samples` from `at` on whose lanes are true; returns
-/// the new count.
+/// Appends to `uncertain`, which holds `count`, the positions of samples from `at` on whose lanes are true.
+/// Returns the new count.
 template <class D>
 HWY_INLINE std::size_t Mark(D d, hn::Mask<D> isUncertain, std::size_t at, std::size_t samples,
                             std::size_t count, std::uint32_t* uncertain) {
@@ -206,8 +206,8 @@ struct InputRow {
     std::uint32_t bands; ///< 0 for no row
 };
 
-/// Calls block(pixels of the input rows, output pixels) for blocks of the rows. Their rest goes through
-/// copies, so that exactly their samples are read and written. For at most mostBands bands each.
+/// Calls block(pixels of the input rows, output pixels) for blocks of the rows. The last pixels go through
+/// copies, so that only samples of the rows are read and written. For at most mostBands bands per row.
 template <class T, std::size_t Rows, class Block>
 HWY_ATTR void InBlocks(const InputRow<T> (&rows)[Rows], T* out, std::uint32_t outputBands, std::size_t pixels,
                        const Block& block) {
@@ -239,8 +239,7 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kernels {
 
-/// What the version for a target gives, from the including file's dispatch table of it, or what the scalar
-/// definition is, for target 0.
+/// The version for a target, from the including file's dispatch table, or the scalar definition for target 0.
 template <class Result, class... Arguments>
 inline Result ForTarget(std::int64_t target, Result scalar, Result (*const table[])(Arguments...),
                         std::type_identity_t<Arguments>... arguments) {

@@ -1,4 +1,4 @@
-// Positions in vectors of whatever width the processor has, by the operations of their definition.
+// Positions in vectors of any width, by the operations of their definition.
 #include "kernels/MappedRow.h"
 #include "kernels/Simd.h"
 
@@ -8,7 +8,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "kernels/PositionRowSimd.cpp"
 #include <hwy/foreach_target.h>
-// Highway asks for this order.
+// Highway requires this order.
 #include <hwy/highway.h>
 
 #include "kernels/Planar-inl.h"

@@ -9,10 +9,10 @@ namespace kernels {
 
 namespace {
 
-// What lies below has no double-precision vectors or is emulated; the scalar definition is as fast.
+// These targets have no double-precision vectors or are emulated: the scalar definition is as fast.
 constexpr std::int64_t unused = HWY_SCALAR | HWY_EMU128;
 
-/// In a virtual machine the processor takes as long to answer as a small window to fuse.
+/// Cached: in a virtual machine, asking the processor takes as long as fusing a small window.
 const std::vector<SimdTarget>& KnownTargets() {
     static const std::vector<SimdTarget> known = [] {
         std::vector<SimdTarget> targets;

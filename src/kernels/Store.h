@@ -9,8 +9,7 @@ namespace kernels {
 template <class T>
 inline constexpr double maxSample = std::numeric_limits<T>::max();
 
-/// Clamps to the pixel range, then rounds half up. Not-a-number stores 0; nothing is ever converted out of
-/// range.
+/// Limits to the pixel range, then rounds half up. NaN becomes 0. No number out of range is ever converted.
 template <class T>
 inline T StoreRounded(double x) {
     if (!(x >= 0.0)) return 0;
@@ -18,7 +17,7 @@ inline T StoreRounded(double x) {
     return static_cast<T>(x + 0.5);
 }
 
-/// Truncates toward zero within the pixel range. Not-a-number stores 0.
+/// Truncates toward zero within the pixel range. NaN becomes 0.
 template <class T>
 inline T StoreTruncated(double x) {
     if (!(x >= 0.0)) return 0;
@@ -26,7 +25,7 @@ inline T StoreTruncated(double x) {
     return static_cast<T>(x);
 }
 
-/// StoreTruncated, but infinities store 0 too.
+/// StoreTruncated, but infinities also become 0.
 template <class T>
 inline T StoreTruncatedFinite(double x) {
     return std::isfinite(x) ? StoreTruncated<T>(x) : T{0};

@@ -1,11 +1,11 @@
-// Sums in vectors of up to eight numbers: the same operations in the same order as the scalar ones.
+// Sums in vectors of up to eight numbers, by the same operations in the same order as the scalar ones.
 #include "kernels/Simd.h"
 #include "kernels/SumRow.h"
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "kernels/SumRowSimd.cpp"
 #include <hwy/foreach_target.h>
-// Highway asks for this order.
+// Highway requires this order.
 #include <hwy/highway.h>
 
 #include "kernels/Planar-inl.h"
@@ -19,7 +19,7 @@ HWY_ATTR void SumWeightedInVectors(const unsigned short* const* rows, const doub
     const hn::CappedTag<double, sumParts> d;
     const std::size_t lanes = hn::Lanes(d);
     std::size_t i = 0;
-    // Four sums at a time, none of which waits for another.
+    // Four independent sums at a time, so that none waits for another.
     for (; i + 4 * lanes <= length; i += 4 * lanes) {
         auto a = hn::Zero(d), b = a, c = a, e = a;
         for (std::size_t row = 0; row < rowCount; ++row) {
@@ -72,14 +72,14 @@ HWY_ATTR bool LessOriginsInVectors(const unsigned short* planes, const unsigned 
     if (count < wholeRow) return LessOriginsScalar(planes, origins, rows, count, differences);
     const hn::CappedTag<unsigned short, wholeRow> d;
     const hn::RebindToSigned<decltype(d)> dSigned;
-    static_assert((mostDifference & (mostDifference + 1)) == 0); // larger ones have a higher bit
+    static_assert((mostDifference & (mostDifference + 1)) == 0); // larger differences have a higher bit set
     const auto higher = hn::Set(d, static_cast<unsigned short>(0xFFFF - mostDifference));
     auto bits = hn::Zero(d);
     for (std::size_t row = 0; row < rows; ++row, planes += spreadPixels, differences += wholeRow) {
         const auto origin = hn::Set(d, origins[row]);
         for (std::size_t i = 0; i < wholeRow; i += hn::Lanes(d)) {
             const auto samples = hn::LoadU(d, planes + i);
-            // One of the two is 0, the other what the difference is without its sign.
+            // One of the two is 0; the other is the magnitude of the difference.
             const auto above = hn::SaturatedSub(samples, origin), below = hn::SaturatedSub(origin, samples);
             bits = hn::Or(bits, hn::Or(above, below));
             const auto difference = hn::Sub(samples, origin);
