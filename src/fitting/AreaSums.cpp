@@ -27,7 +27,7 @@ AreaSums::AreaSums(const hostkit::PixelRect& part, const std::vector<unsigned sh
     }
 }
 
-/// Within a pixel the sum grows evenly with the area.
+/// Within a pixel the sum is proportional to the area.
 double AreaSums::SumTo(double column, double row) const {
     const auto x = static_cast<std::size_t>(std::min(column, static_cast<double>(rect.GetColumns() - 1)));
     const auto y = static_cast<std::size_t>(std::min(row, static_cast<double>(rect.GetRows() - 1)));

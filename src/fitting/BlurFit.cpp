@@ -16,34 +16,36 @@ using KOVA::Tessara::Fundament::FormatString;
 using KOVA::Tessara::Fundament::Status;
 
 constexpr std::array tried{leastTransfer, 0.3, 0.4, 0.5, greatestTransfer};
-constexpr std::size_t firstTried = 1;        ///< by which pixels that do not obey are found
+constexpr std::size_t firstTried = 1;        ///< the transfer by which outliers are found
 constexpr double panBlur = 0.14;             ///< variance that pan's own blur adds, in pan pixels
-constexpr double robustDeviations = 4.0;     ///< beyond them a pixel does not obey
-constexpr double deviationOfMedian = 1.4826; ///< of the normal distribution, over the median distance
+constexpr double robustDeviations = 4.0;     ///< a pixel with a larger residual is an outlier
+constexpr double deviationOfMedian = 1.4826; ///< standard deviation of a normal distribution over its median
+                                             ///< distance
 constexpr std::uint32_t blocksAcross = 8, pixelsAcross = 32;
-constexpr std::size_t mostValues = std::size_t{1} << 22; ///< kept; of many bands every n-th pixel is
-constexpr std::size_t leastSamplesPerNumber = 10;        ///< that is fitted
+constexpr std::size_t mostValues = std::size_t{1} << 22; ///< values kept; of many bands only every n-th pixel
+                                                         ///< is kept
+constexpr std::size_t leastSamplesPerNumber = 10;        ///< per number that is fitted
 constexpr double negligiblePivot = 1e-10;
 
 double VarianceOf(double transfer) { return std::pow(hostkit::GaussianSigma(transfer), 2.0); }
 double TransferOf(double variance) { return std::exp(-0.5 * std::numbers::pi * std::numbers::pi * variance); }
 
-/// Fits of pan's low-pass on the bands, one per transfer tried. Means stand for the offset.
+/// Fits of pan's low-pass by the bands, one per transfer tried. Means take the place of the offset.
 struct BlurFits {
     std::vector<double> means; ///< of the bands, then of the low-passes
     std::array<std::vector<double>, tried.size()> coefficients;
-    /// 1 - the sum of squares left over / that about the mean.
+    /// 1 - sum of squared residuals / sum of squares around the mean.
     std::array<double, tried.size()> rSquared{};
 };
 
-/// The bands of many pixels, and pan's low-pass by each transfer tried.
+/// The bands of many pixels, and pan's low-pass for each transfer tried.
 class BlurSamples {
 public:
     explicit BlurSamples(std::size_t bandCount) : bands(bandCount) {}
 
     [[nodiscard]] bool Read(FitBlockSource& source, Status& status);
     [[nodiscard]] std::size_t GetCount() const { return values.size() / Width(); }
-    /// Forgets pixels whose residual by the first transfer is out of line.
+    /// Removes pixels whose residual for the first transfer is an outlier.
     void DropOutliers();
     [[nodiscard]] BlurFits Fit() const;
 
@@ -52,7 +54,7 @@ private:
     void Add(const FitBlock& block, std::size_t step);
 
     std::size_t bands;
-    std::vector<double> values; ///< of a pixel side by side
+    std::vector<double> values; ///< pixel by pixel: the bands, then the low-passes
 };
 
 void BlurSamples::Add(const FitBlock& block, std::size_t step) {
@@ -82,7 +84,7 @@ bool BlurSamples::Read(FitBlockSource& source, Status& status) {
     return true;
 }
 
-/// By Cholesky's decomposition of the bands' covariances; a band that depends on those before it gets 0.
+/// By Cholesky decomposition of the bands' covariances. A band that depends on those before it gets 0.
 std::vector<double> SolveByCholesky(std::vector<double> matrix, std::vector<double> right) {
     const std::size_t n = right.size();
     for (std::size_t j = 0; j < n; ++j) {
@@ -166,7 +168,7 @@ void BlurSamples::DropOutliers() {
     values.resize(kept * Width());
 }
 
-/// The variance where a parabola through the best and its neighbours is highest.
+/// The variance at the maximum of a parabola through the best R squared and its two neighbours.
 double Refine(const std::array<double, tried.size()>& rSquared, std::size_t best) {
     const double at = VarianceOf(tried[best]);
     if (best == 0 || best + 1 == tried.size()) return at;

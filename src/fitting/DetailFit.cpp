@@ -13,11 +13,12 @@ using KOVA::Tessara::Fundament::NumberText;
 
 namespace {
 
-/// Of known ones. Below, the Gaussian reaches further than any sensor's; above, not to the next pixel.
+/// Limits of a given transfer. Below, the Gaussian is wider than that of any sensor; above, it does not reach
+/// the next pixel.
 constexpr double leastKnown = 0.05, greatestKnown = 0.9;
 
-/// Takes the published transfer where the fit cannot tell it: also at the limits of what counts as possible,
-/// where a shift between the images and the like bring it.
+/// Takes the published transfer if the fit has failed, or has ended at a limit of the plausible range, as a
+/// shift between the images can cause.
 void PreferPublished(double published, BlurFit& blur) {
     const bool isAtLimit = blur.transfer <= leastTransfer || blur.transfer >= greatestTransfer;
     if (blur.obstacle.empty() && !isAtLimit) return;

@@ -11,21 +11,21 @@ namespace fitting {
 
 namespace {
 
-/// Where less than this of the weight is on usable pixels there is no mean.
+/// If less than this share of the weight lies on usable pixels, there is no mean.
 constexpr double leastShare = 0.75;
 constexpr double notUsable = std::numeric_limits<double>::quiet_NaN();
 
-/// How pan's pixels lie on those of a block along one axis, both counted from their first.
+/// How pan's pixels lie on those of a block along one axis. Both count from their first pixel.
 kernels::GridAxis AxisOf(const GridMap& onPan, std::uint32_t first, std::uint32_t panFirst) {
     return kernels::MakeGridAxis(1.0 / onPan.step, (panFirst - onPan.origin) / onPan.step - first);
 }
 
-/// A mean of samples that together have a share of the weight.
+/// The mean of samples whose weights add up to `share`.
 double MeanOf(double sum, double share, double all) {
     return share >= leastShare * all ? sum / share : notUsable;
 }
 
-/// Where their axes are parallel: down first, then across, in exact whole numbers.
+/// The low-pass when the axes are parallel: down first, then across, in exact whole numbers.
 std::vector<double> LowPassAlong(const FitBlock& block, double sigma) {
     const std::uint32_t columns = block.rect.GetColumns(), rows = block.rect.GetRows();
     const std::size_t panColumns = block.panRect.GetColumns();
@@ -62,7 +62,7 @@ std::vector<double> LowPassAlong(const FitBlock& block, double sigma) {
     return low;
 }
 
-/// A Gaussian that is the same in all directions, at one place on pan, counted from the corner.
+/// The mean by a circular Gaussian at one position on pan, counted from the corner.
 double LowPassAt(const FitBlock& block, double x, double y, double sigma) {
     const double reach = 3.0 * sigma;
     const auto limit = [](double place, std::uint32_t first, std::uint32_t end) {
@@ -89,7 +89,7 @@ double LowPassAt(const FitBlock& block, double x, double y, double sigma) {
     return all > 0.0 ? MeanOf(sum, share, all) : notUsable;
 }
 
-/// Starts and ends of blocks along one axis.
+/// First and end of the blocks along one axis.
 std::vector<std::pair<std::uint32_t, std::uint32_t>> Divide(std::uint32_t first, std::uint32_t end,
                                                             std::uint32_t mostBlocks, std::uint32_t side) {
     std::vector<std::pair<std::uint32_t, std::uint32_t>> spans;
@@ -121,7 +121,7 @@ PanPlace PlaceOf(const FitBlock& block, std::size_t pixel) {
             on.down.origin + row * on.down.step + column * on.downOfColumn};
 }
 
-/// Pan pixels across a multispectral one, the mean of all directions.
+/// Pan pixels per multispectral pixel, averaged over all directions.
 double MeanStep(const Footprint& on) {
     return std::sqrt(std::fabs(on.across.step * on.down.step - on.acrossOfRow * on.downOfColumn));
 }
@@ -130,7 +130,7 @@ double MeanStep(const Footprint& on) {
 
 std::vector<hostkit::PixelRect> SpreadBlocks(const hostkit::PixelRect& area, double ratio,
                                              const BlockPlan& plan) {
-    constexpr double mostPanPixels = 1024.0; // across a block, and down
+    constexpr double mostPanPixels = 1024.0; // across and down a block
     std::vector<hostkit::PixelRect> blocks;
     if (!(ratio <= mostPanPixels)) return blocks;
     const auto side =

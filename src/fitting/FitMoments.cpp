@@ -8,7 +8,7 @@
 namespace fitting {
 
 namespace {
-constexpr double negligible = 1e-12; ///< share of a sum of squares that is rounding
+constexpr double negligible = 1e-12; ///< share of a sum of squares that may be rounding
 }
 
 FitMoments::FitMoments(std::size_t bandCount)

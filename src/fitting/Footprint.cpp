@@ -11,7 +11,7 @@ using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
 
-/// First and end of the pixels that lie wholly on an image of `pixels` pixels.
+/// First and end of the pixels that lie completely on an image of `pixels` pixels.
 std::pair<std::uint32_t, std::uint32_t> WhollyOn(const GridMap& map, std::uint32_t pixels,
                                                  std::uint32_t first, std::uint32_t end) {
     while (first < end && map.At(first) < 0.0)
@@ -26,7 +26,7 @@ std::pair<std::uint32_t, std::uint32_t> WhollyOn(const GridMap& map, std::uint32
 std::optional<double> Footprint::Mean(const AreaSums& sums, double left, double top, double right,
                                       double bottom) const {
     if (!isTurned) return sums.Mean(across.At(left), down.At(top), across.At(right), down.At(bottom));
-    // About two points a pixel of the image along each side, as long as they are few.
+    // About two points per pixel of the image along each side, but at most 8.
     const auto count = [](double pixels) { return std::clamp(std::ceil(2.0 * pixels), 2.0, 8.0); };
     const double columns = count((right - left) * std::hypot(across.step, downOfColumn));
     const double rows = count((bottom - top) * std::hypot(acrossOfRow, down.step));

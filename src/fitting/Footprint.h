@@ -14,18 +14,18 @@ using hostkit::GridMap;
 struct Footprint {
     GridMap across, down;
     bool isTurned = false; ///< their axes are not parallel
-    /// Then: how far one pixel down is right, and one to the right down.
+    /// If so: how far one pixel down leads to the right, and one pixel to the right leads down.
     double acrossOfRow = 0.0, downOfColumn = 0.0;
 
-    /// The mean of an image over a rectangle of multispectral pixels: exact where their axes are parallel,
-    /// else of regular points in it. None where any of it is not usable.
+    /// The mean of an image over a rectangle of multispectral pixels. It is exact when the axes are parallel,
+    /// else the mean of regularly spaced points. Empty when any of it is not usable.
     [[nodiscard]] std::optional<double> Mean(const AreaSums& sums, double left, double top, double right,
                                              double bottom) const;
-    /// The pixels of an image of some size beneath a rectangle.
+    /// The pixels of an image beneath a rectangle of multispectral pixels. `image` gives its size.
     [[nodiscard]] hostkit::PixelRect Beneath(double left, double top, double right, double bottom,
                                              const KOVA::Tessara::Pixmere::RasterInfo& image) const;
-    /// The pixels of a part of the multispectral grid that lie wholly on an image, where their axes are
-    /// parallel. May be empty.
+    /// The pixels of a part of the multispectral grid that lie completely on an image. Axes must be parallel.
+    /// May be empty.
     [[nodiscard]] hostkit::PixelRect FindWhollyOn(const hostkit::PixelRect& part,
                                                   const KOVA::Tessara::Pixmere::RasterInfo& image) const;
 };

@@ -17,12 +17,12 @@ using KOVA::Tessara::Fundament::Status;
 
 constexpr std::uint32_t windowsAcross = 4; ///< across and down
 constexpr double windowSide = 16.0;        ///< in pixels one scale down
-constexpr double around = 4.0;             ///< what is read beside a window, likewise
-constexpr std::uint64_t fewest = 500;      ///< samples that gains are fitted to
-/// Where less than this of the weight is on usable pixels there is no mean.
+constexpr double around = 4.0;             ///< margin that is read around a window, in the same pixels
+constexpr std::uint64_t fewest = 500;      ///< fewest samples that gains are fitted to
+/// If less than this share of the weight lies on usable pixels, there is no mean.
 constexpr double leastPartUsable = 0.75;
 constexpr double noNumber = std::numeric_limits<double>::quiet_NaN();
-constexpr double leastIntensity = 1e-6; ///< that a band is divided by
+constexpr double leastIntensity = 1e-6; ///< lowest intensity used as a divisor
 
 /// Pixels of one grid as weighted sums of those of another, along one axis.
 struct AxisSums {
@@ -30,9 +30,9 @@ struct AxisSums {
         std::uint32_t at = 0;
         double weight = 0.0;
     };
-    std::vector<std::vector<Term>> terms; ///< of each pixel; empty for one that is made of none
+    std::vector<std::vector<Term>> terms; ///< per pixel; empty for a pixel without any
 
-    /// Down to pixels `ratio` times as large, by a Gaussian.
+    /// Degrades to pixels `ratio` times as large, by a Gaussian.
     static AxisSums LowPass(double ratio, double sigma, std::uint32_t coarsePixels, std::uint32_t pixels) {
         const kernels::LowPassAxis low(kernels::MakeGridAxis(1.0 / ratio, 0.0), sigma, coarsePixels, pixels);
         AxisSums sums;
@@ -45,7 +45,7 @@ struct AxisSums {
         }
         return sums;
     }
-    /// And back, by cubic convolution.
+    /// Upsamples back, by cubic convolution.
     static AxisSums Cubic(double ratio, std::uint32_t coarsePixels, std::uint32_t pixels) {
         const kernels::GridAxis axis = kernels::MakeGridAxis(1.0 / ratio, 0.0);
         AxisSums sums;
@@ -62,7 +62,7 @@ struct AxisSums {
 /// One plane of numbers, row by row.
 using Plane = std::vector<double>;
 
-/// What is not a number stays so, and so does all that is made of it.
+/// NaN stays NaN, and so does everything computed from it.
 Plane Resample(const Plane& in, std::size_t columns, const AxisSums& across, const AxisSums& down) {
     Plane out;
     std::vector<double> sums(columns);
@@ -81,11 +81,12 @@ Plane Resample(const Plane& in, std::size_t columns, const AxisSums& across, con
     return out;
 }
 
-/// Sums over pixels from which the gains of a band and its errors follow.
+/// Sums over pixels from which the gains of a band and its errors are computed.
 struct GainSums {
-    double detail2 = 0.0, mixed = 0.0, ratio2 = 0.0; ///< of products of detail and detail times the ratio
-    double byDetail = 0.0, byRatio = 0.0;            ///< of what the band lacks with either
-    double lack2 = 0.0, sum = 0.0;                   ///< of the square of that, and of the band
+    double detail2 = 0.0, mixed = 0.0, ratio2 = 0.0; ///< of products of detail and (detail times ratio)
+    double byDetail = 0.0, byRatio = 0.0;            ///< of their products with what the band lacks
+    double lack2 = 0.0, sum = 0.0;                   ///< of the square of what the band lacks, and of the
+                                                     ///< band
 
     void Add(double detail, double ratioDetail, double lack, double sample) {
         detail2 += detail * detail;
@@ -102,7 +103,7 @@ struct GainSums {
         const std::vector<double> gains = SolveNonNegative(gram, projection);
         return {gains[0], gains[1]};
     }
-    /// The sum of squares that gains leave over.
+    /// The sum of squared residuals for given gains.
     [[nodiscard]] double LeftBy(const BandGains& of) const {
         return std::max(0.0, lack2 - 2.0 * (of.gain * byDetail + of.ratioGain * byRatio) +
                                  of.gain * of.gain * detail2 + 2.0 * of.gain * of.ratioGain * mixed +
@@ -110,7 +111,7 @@ struct GainSums {
     }
 };
 
-/// Sums over pixels as they are, of a band with pan's low-pass.
+/// Sums over pixels at full size, of a band and pan's low-pass.
 struct CommonSums {
     double count = 0.0, low = 0.0, low2 = 0.0, sample = 0.0, product = 0.0;
 
@@ -121,7 +122,7 @@ struct CommonSums {
         sample += bandSample;
         product += bandSample * lowSample;
     }
-    /// Half by regression, half by the ratio.
+    /// Half of the detail by regression, half by the band ratio.
     [[nodiscard]] BandGains RuleOfThumb() const {
         const double variance = low2 - low * low / std::max(count, 1.0);
         const double covariance = product - sample * low / std::max(count, 1.0);
@@ -136,7 +137,7 @@ public:
           coarser(source.GetBands()), common(source.GetBands()) {}
 
     [[nodiscard]] bool Read(Status& status) {
-        const PixelRect area = source.GetArea(); // a side beyond it, however long, is as good
+        const PixelRect area = source.GetArea(); // a longer side would make no difference
         const double most = std::max({area.GetColumns(), area.GetRows(), 1u});
         const double side = std::min(std::sqrt(ratio[0] * ratio[1]) * windowSide, most);
         FitBlock block;
@@ -175,7 +176,7 @@ PixelRect GainSamples::Grow(const PixelRect& window) const {
             window.row1 + std::min(below, area.row1 - window.row1)};
 }
 
-/// Once down and up again. Empty where there is not one whole pixel one scale down.
+/// Degrades a plane and upsamples it again. Empty when there is not one whole pixel one scale down.
 Plane GainSamples::Degrade(const Plane& plane, const PixelRect& rect) const {
     const std::uint32_t columns = rect.GetColumns(), rows = rect.GetRows();
     const auto whole = [](std::uint32_t pixels, double step) {
@@ -207,7 +208,7 @@ void GainSamples::Add(const FitBlock& block, const PixelRect& window) {
             plane[pixel] = block.usable[pixel] ? block.samples[pixel * bands + band] : noNumber;
         up[band] = Degrade(plane, block.rect);
     }
-    // Near the edge of all that there is, half of what a pixel is made of is missing.
+    // Near the outer edge, half of the pixels that a pixel is made of are missing.
     const PixelRect area = source.GetArea();
     const auto edgeColumns = static_cast<std::uint32_t>(2.0 * ratio[0]) + 1;
     const auto edgeRows = static_cast<std::uint32_t>(2.0 * ratio[1]) + 1;

@@ -10,19 +10,20 @@
 namespace fitting {
 
 struct GainFit {
-    std::vector<BandGains> gains; ///< of each band, in ten-thousandths when they were fitted
-    std::uint64_t samples = 0;    ///< one scale down
-    bool isFitted = false;        ///< false for given gains, and for a rule of thumb where samples are few
-    double lowPassMean = 0.0;     ///< of pan's low-pass over the blocks; 0 when nothing is usable
-    /// ERGAS (docs/quality.md) one scale down of the bands judged, fused and merely upsampled; none without
-    /// enough samples. What is true there need not be so at full size: pan's detail is coarser too.
+    std::vector<BandGains> gains; ///< of each band; rounded to ten-thousandths if fitted
+    std::uint64_t samples = 0;    ///< pixels one scale down
+    bool isFitted = false;        ///< false for given gains, and for the rule of thumb used with few samples
+    double lowPassMean = 0.0;     ///< mean of pan's low-pass over the blocks, in DN; 0 when nothing is usable
+    /// ERGAS (docs/quality.md) one scale down of the judged bands: fused, and upsampled without fusing. Empty
+    /// without enough samples. The result may differ at full size, since pan's detail is coarser one scale
+    /// down.
     std::optional<double> error, plainError;
 };
 
-/// Fits the gains where the truth is known: the bands degraded once more by their own blur and ratio, pan's
-/// low-pass standing for pan. For each band the least squares under 0 or more of both. `given` gains, one for
-/// each band, are judged in their stead. The first `judged` bands count for the errors. One thread,
-/// always in the same order. False with an item when an input cannot be read.
+/// Fits the gains one scale down, where the truth is known: the bands are degraded by their own blur and
+/// ratio, and pan's low-pass takes the place of pan. Per band, non-negative least squares for both gains.
+/// `given` gains, one per band, are judged instead of being fitted. Only the first `judged` bands count for
+/// the errors. Uses one thread, always in the same order. False, with an item, when an input cannot be read.
 [[nodiscard]] bool FitGains(FitBlockSource& source, double transfer, const std::vector<BandGains>& given,
                             std::size_t judged, GainFit& fit, KOVA::Tessara::Fundament::Status& status);
 

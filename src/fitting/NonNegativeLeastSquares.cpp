@@ -9,9 +9,9 @@ namespace fitting {
 namespace {
 
 constexpr double dependent = 1e-10;
-constexpr double flat = 1e-12; ///< a gradient this small, for columns and y of length 1, is none
+constexpr double flat = 1e-12; ///< a gradient this small counts as 0, for columns and y of length 1
 
-/// Columns and y brought to length 1, so that one tolerance fits all bands.
+/// Scales columns and y to length 1, so that one tolerance suits all bands.
 class Solver {
 public:
     Solver(std::span<const double> gram, std::span<const double> projection)
@@ -34,7 +34,7 @@ public:
     }
 
     std::vector<double> Solve() {
-        // Each round fits better than the one before, but for rounding: hence the bound.
+        // Each round improves the fit, but rounding could make it cycle: hence the bound.
         for (std::size_t round = 0; round < 10 * count; ++round) {
             const auto next = SteepestZero();
             if (!next) break;
@@ -73,7 +73,8 @@ private:
         return best;
     }
 
-    /// The free solution in the used columns, by Cholesky; nothing when one of them depends on the others.
+    /// The unconstrained solution for the used columns, by Cholesky decomposition. Empty when one column
+    /// depends on the others.
     [[nodiscard]] std::optional<std::vector<double>> SolveUsed() const {
         std::vector<std::size_t> used;
         for (std::size_t i = 0; i < count; ++i)
@@ -108,7 +109,7 @@ private:
         return true;
     }
 
-    /// As far toward the trial as no number falls below 0; the one that reaches it first leaves.
+    /// Steps toward the trial until the first number would fall below 0; that one leaves the set.
     void StepToward(const std::vector<double>& trial) {
         double step = 1.0;
         std::size_t first = count;

@@ -14,15 +14,15 @@ using KOVA::Tessara::Fundament::Status;
 
 namespace {
 
-constexpr double searchReach = 2.0; ///< of the search, in multispectral pixels
-constexpr double coarseStep = 0.5;  ///< of the first look, on a grid
+constexpr double searchReach = 2.0; ///< in multispectral pixels, in each direction
+constexpr double coarseStep = 0.5;  ///< of the first search, on a grid
 constexpr double finestStep = 1.0 / 128.0;
-constexpr double leastRSquared = 0.3; ///< below it the bands say nothing about where pan is
+constexpr double leastRSquared = 0.3; ///< below it the bands do not show where pan is
 constexpr std::size_t leastPixels = 200;
 
 double Length(const Point& way) { return std::hypot(way.x, way.y); }
 
-/// A block and its pixels that every trial uses: those that stay on usable pan wherever they are moved.
+/// A block and the pixels used in every trial: those that stay on usable pan for every shift tried.
 struct Window {
     explicit Window(FitBlock read) : block(std::move(read)), moments(block.bands) {
         if (!block.panRect.IsEmpty()) pan = AreaSums(block.panRect, block.pan, block.panUsable);
@@ -35,7 +35,8 @@ struct Window {
         }
     }
 
-    /// Takes pan again. Content that is displaced to the right is found under a footprint further left.
+    /// Takes pan's means for a shift. Content that is displaced to the right corresponds to a footprint
+    /// further left.
     void Move(const Point& shift) {
         moments.ClearPan();
         for (const std::size_t pixel : pixels)
@@ -45,8 +46,8 @@ struct Window {
     [[nodiscard]] const double* GetSamples(std::size_t pixel) const {
         return block.samples.data() + pixel * block.bands;
     }
-    /// Pan's mean over the footprint of a pixel whose content is displaced by this many multispectral pixels,
-    /// grown by `grow` of them on all sides. None where it is not wholly on usable pan.
+    /// Pan's mean over the footprint of a pixel whose content is displaced by `shift` multispectral pixels,
+    /// extended by `grow` on all sides. Empty when it does not lie completely on usable pan.
     [[nodiscard]] std::optional<double> GetPan(std::size_t pixel, const Point& shift,
                                                double grow = 0.0) const {
         const double column =
@@ -64,7 +65,7 @@ struct Window {
 
 using Windows = std::vector<Window*>;
 
-/// R² of one fit over all the windows.
+/// R squared of one fit over all windows.
 double RSquaredAt(const Windows& windows, const Point& shift) {
     FitMoments all(windows.front()->block.bands);
     for (Window* window : windows) {
@@ -83,7 +84,7 @@ bool IsWithinReach(const Point& point) {
     return std::fabs(point.x) <= searchReach && std::fabs(point.y) <= searchReach;
 }
 
-/// Looks at all places of a grid.
+/// Tries all positions of a grid.
 Best SearchGrid(const Windows& windows) {
     Best best{{}, RSquaredAt(windows, {})};
     constexpr int steps = static_cast<int>(searchReach / coarseStep);
@@ -96,7 +97,7 @@ Best SearchGrid(const Windows& windows) {
     return best;
 }
 
-/// Climbs from neighbour to neighbour, with half the step where none is better.
+/// Moves to the best neighbour; halves the step when none is better.
 Best Climb(const Windows& windows, Best best) {
     constexpr Point ways[] = {{1, 0}, {-1, 0}, {0, 1}, {0, -1}, {1, 1}, {-1, -1}, {1, -1}, {-1, 1}};
     for (double step = coarseStep / 2.0; step >= finestStep;) {
@@ -115,7 +116,7 @@ Best Climb(const Windows& windows, Best best) {
     return best;
 }
 
-/// Several windows even of a small scene, so that they can be compared.
+/// Even a small scene gets several windows, so that they can be compared.
 bool ReadWindows(FitBlockSource& source, std::uint32_t shortSide, std::vector<Window>& windows,
                  Status& status) {
     constexpr std::uint32_t windowsAcross = 4;
@@ -129,7 +130,7 @@ bool ReadWindows(FitBlockSource& source, std::uint32_t shortSide, std::vector<Wi
     return true;
 }
 
-/// How far the windows, each measured alone, lie from the shift of all.
+/// How far the windows, each measured alone, lie from the common shift.
 void MeasureSpread(std::vector<Window>& windows, const Best& all, Shift& shift) {
     std::vector<double> distances;
     for (Window& window : windows) {

@@ -13,7 +13,7 @@ namespace {
 
 constexpr double leastShareOfEdge = 0.05;
 
-/// Zeros among pixels of the edge.
+/// Counts zeros among the pixels of the edge.
 class EdgeZeros {
 public:
     explicit EdgeZeros(hostkit::ImageSource& edgeOf) : image(edgeOf) {}
@@ -45,7 +45,7 @@ private:
     std::uint64_t zeros = 0;
 };
 
-/// Rows of blocks, that in the middle first.
+/// Strips of rows, the middle one first.
 std::vector<PixelRect> ChooseStrips(const RasterInfo& info) {
     constexpr std::size_t stripBytes = std::size_t{16} << 20;
     const std::size_t rowBytes = info.cols * hostkit::PixelBytes(info);
@@ -77,7 +77,8 @@ CollarFinding FindCollar(hostkit::ImageSource& image, const std::function<bool()
     if (!edge.AreMany()) return CollarFinding::None;
 
     constexpr std::size_t blockBytes = std::size_t{16} << 20;
-    constexpr std::uint64_t mostPixels = std::uint64_t{1} << 34; // hours, whatever a file declares
+    constexpr std::uint64_t mostPixels = std::uint64_t{1}
+                                         << 34; // a larger image takes hours, and a file may declare any size
     const auto& info = image.GetInfo();
     if (std::uint64_t{info.cols} * info.rows > mostPixels) return CollarFinding::TooLarge;
     const std::size_t rowBytes = info.cols * hostkit::PixelBytes(info);

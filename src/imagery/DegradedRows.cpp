@@ -9,7 +9,7 @@ namespace imagery {
 using KOVA::Tessara::Pixmere::RasterInfo;
 using quality::GaussianAxis;
 
-/// The rows of one coarse row become one with the columns of the fine image.
+/// Weights the rows of one coarse row down; the columns stay those of the fine image.
 void DegradedRows::MakeDown(const GaussianAxis::Taps& taps) {
     const std::size_t bands = GetBands(), columns = fine.GetSource().GetColumns();
     rowsOfOne.clear();
@@ -41,7 +41,7 @@ void DegradedRows::MakeDown(const GaussianAxis::Taps& taps) {
     }
 }
 
-/// Sums of the columns that a coarse pixel is made of. It has `known` bands, or `count` if that is 0.
+/// Weights the columns that a coarse pixel is made of. It has `known` bands, or `count` bands if that is 0.
 template <std::size_t known>
 void DegradedRows::SumAcross(const GaussianAxis::Taps& taps, std::size_t count, double* out) const {
     const double* in = narrowed.data() + (taps.first - left) * (known > 0 ? known : count);

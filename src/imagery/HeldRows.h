@@ -6,17 +6,17 @@
 
 namespace imagery {
 
-/// The latest rows of an image, for those who look at more than one at a time. The image outlives this. Rows
-/// that are asked for from the top on are read once.
+/// Holds the latest rows of an image, for callers that need several at a time. The image must outlive this.
+/// Rows read from the top down are read once.
 class HeldRows {
 public:
     explicit HeldRows(RowSource& image) : source(image) {}
 
     [[nodiscard]] RowSource& GetSource() const { return source; }
-    /// Has the rows `first` to `end` - 1 at hand; those above them may go. False with an item.
+    /// Makes rows `first` to `end` - 1 available; those above them may be dropped. False with an item.
     [[nodiscard]] bool Hold(std::size_t first, std::size_t end, Status& status);
 
-    /// A row until the next call of Hold, which has asked for it.
+    /// A row that the last call of Hold asked for; valid until the next call.
     struct Row {
         const unsigned short* samples = nullptr; ///< interleaved by pixel
         const unsigned char* valid = nullptr;    ///< a byte per pixel, 0 without data
@@ -28,10 +28,10 @@ private:
     struct Strip {
         std::size_t first = 0, end = 0;
         SampleRows rows;
-        std::vector<char> isWhole; ///< a row
+        std::vector<char> isWhole; ///< per row
     };
     RowSource& source;
-    std::deque<Strip> strips; ///< one below another
+    std::deque<Strip> strips; ///< from top to bottom
     std::vector<SampleRows> spare;
 };
 

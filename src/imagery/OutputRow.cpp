@@ -8,7 +8,7 @@ namespace imagery {
 
 namespace {
 
-/// True when some sample was perhaps changed.
+/// True when a sample may have been changed.
 template <class T>
 bool LimitSamples(T* samples, std::size_t count, const OutputRules& rules) {
     const auto largest = static_cast<T>(rules.largest);
@@ -24,7 +24,7 @@ bool LimitSamples(T* samples, std::size_t count, const OutputRules& rules) {
     return true;
 }
 
-/// Pixels that are looked at together.
+/// Pixels that are processed together.
 constexpr std::size_t stretchPixels = 128;
 
 /// The first pixel from `first` on without data, or the end.
@@ -40,7 +40,7 @@ std::size_t FindData(const unsigned char* valid, std::size_t first, std::size_t 
     return first;
 }
 
-/// Makes room for the last band and fills it.
+/// Spreads the pixels to make room for a last band and fills it.
 template <class T>
 void AddAlpha(const unsigned char* valid, std::size_t columns, std::size_t bands, T* row) {
     for (std::size_t column = columns; column-- > 0;) {
@@ -67,7 +67,7 @@ void MakeOutputRow(const T* fused, const unsigned char* valid, std::size_t colum
         }
         const std::size_t count = (end - first) * bands;
         std::copy_n(fused + first * bands, count, out + first * bands);
-        // The fused row is still in the processor's cache; rows of tiles lie far apart.
+        // The fused row is still in the processor's cache; the rows of tiles lie far apart.
         const T* counted = LimitSamples(out + first * bands, count, rules) ? out : fused;
         if (gap == end) {
             CountLimits(counted + first * bands, end - first, largest, tally);

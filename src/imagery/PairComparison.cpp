@@ -20,11 +20,11 @@ namespace {
 
 constexpr const char* assessedNames[] = {"fused", "bilinear"};
 constexpr std::size_t assessedImages = std::size(assessedNames);
-/// Rows of pan whose indices are found by themselves and then added up, so that sums do not depend on the
-/// parts; whole blocks.
+/// The indices of this many rows of pan are found separately and then added up, so that sums do not depend on
+/// the parts. It is a multiple of the block size.
 constexpr std::size_t sliceRows = 256;
 
-/// The end of the rows from `row` on that are read at once: within a slice, and `end` at most.
+/// The end of the rows from `row` on that are read together: within a slice, and at most `end`.
 std::size_t NextRows(std::size_t row, std::size_t end) {
     constexpr std::size_t most = 32;
     return std::min({row + most, (row / sliceRows + 1) * sliceRows, end});
@@ -41,10 +41,10 @@ struct PairComparison::Readers {
     std::array<NumberRows, assessedImages> numbers;
     SampleRows truth;
     NumberRows pansNumbers;
-    std::vector<unsigned char> valid; ///< a row of pan, where all images have data
+    std::vector<unsigned char> valid; ///< of a row of pan: where all images have data
 };
 
-/// What is found at the multispectral pixels.
+/// The indices found at the multispectral pixels.
 struct PairComparison::CoarseIndices {
     CoarseIndices(std::size_t columns, std::size_t bands, std::size_t side) : scale(columns, bands, 1, side) {
         for (std::size_t image = 0; image < assessedImages; ++image) {
@@ -67,7 +67,7 @@ struct PairComparison::CoarseIndices {
     std::list<quality::HypercomplexIndex> blurred; ///< likewise
 };
 
-/// At the pixels of pan.
+/// The indices found at the pixels of pan.
 struct PairComparison::FineIndices {
     FineIndices(std::size_t columns, std::size_t bands)
         : scale(columns, bands, assessedImages, quality::blockSide) {}
@@ -80,7 +80,7 @@ struct PairComparison::FineIndices {
     std::uint64_t pixels = 0;
 };
 
-/// What is found of a part of the scene.
+/// The indices found in a part of the scene.
 struct PairComparison::PartIndices {
     PartIndices(const PairView& view, std::size_t coarseSide)
         : coarse(view.coarse.cols, view.coarse.bandsPerPixel, coarseSide), columns(view.fine.cols),
@@ -95,7 +95,7 @@ struct PairComparison::PartIndices {
     }
 
     CoarseIndices coarse;
-    std::list<FineIndices> fine; ///< of one slice below another
+    std::list<FineIndices> fine; ///< one per slice, from top to bottom
     std::size_t columns, bands;
 };
 
@@ -112,7 +112,7 @@ std::string FindFault(const SensorBlur& blur, std::size_t bands) {
 PairComparison::PairComparison(const PairView& pairView)
     : view(pairView), bands(view.coarse.bandsPerPixel), coarseSide(quality::CoarseBlockSide(view.ratio)),
       all(std::make_unique<PartIndices>(view, coarseSide)) {
-    // Parts end with whole blocks of all sizes.
+    // Parts end with whole blocks of every size.
     const std::size_t unit = std::lcm(coarseSide, quality::blockSide);
     const auto least = static_cast<std::size_t>(static_cast<double>(sliceRows) / view.ratio);
     coarseRows = unit * std::max<std::size_t>(least / unit, 1);
@@ -142,7 +142,7 @@ std::shared_ptr<PairComparison::Readers> PairComparison::Read(PairImages images)
     return readers;
 }
 
-/// The row of pan that is looked at with a multispectral one: the nearest that is a multiple of `unit`.
+/// The row of pan that belongs to a multispectral row: the nearest multiple of `unit`.
 std::size_t PairComparison::FineRow(std::size_t row, std::size_t unit) const {
     if (row >= view.coarse.rows) return view.fine.rows;
     const double at =
@@ -154,7 +154,7 @@ std::size_t PairComparison::FineRow(std::size_t row, std::size_t unit) const {
                     : unit * static_cast<std::size_t>(std::clamp(nearest, 0.0, static_cast<double>(whole)));
 }
 
-/// Multispectral rows, and the rows of pan that belong to them while these are at hand.
+/// Reads multispectral rows, and the rows of pan that belong to them while these are held.
 std::shared_ptr<PairComparison::PartIndices> PairComparison::See(Readers& readers, std::size_t part,
                                                                  Status& status) const {
     constexpr std::size_t rowsAtOnce = 8;

@@ -11,24 +11,25 @@
 #include <string>
 #include <vector>
 
-/// An image beside the pair that it was made of, by the indices of docs/quality.md that need no truth.
+/// Compares an image with the pair that it was made from, by the indices of docs/quality.md that need no
+/// truth.
 namespace imagery {
 
-/// Gaussian blur of the sensors: the modulation transfer at the Nyquist frequency of the pixels that they are
-/// to have, above 0 and below 1.
+/// The Gaussian blur of the sensors: modulation transfer at the Nyquist frequency of the multispectral
+/// pixels, above 0 and below 1.
 struct SensorBlur {
     std::vector<double> multispectral = {0.3}; ///< one per band, or one for all
     double pan = 0.15;
 };
 
-/// What is wrong with a blur for this many bands; empty when nothing is.
+/// The fault in a blur for this many bands; empty when there is none.
 [[nodiscard]] std::string FindFault(const SensorBlur& blur, std::size_t bands);
 
-/// What is found of an image.
+/// The indices of an image.
 struct PairIndices {
     std::string name;                      ///< "fused" or "bilinear"
-    quality::ReferenceIndices consistency; ///< degraded, against the multispectral image
-    std::uint64_t pixels = 0;              ///< of pan, at which it was compared with pan
+    quality::ReferenceIndices consistency; ///< of the degraded image against the multispectral image
+    std::uint64_t pixels = 0;              ///< pan pixels at which it was compared with pan
     double spectralDistortion = 0.0;       ///< D_lambda
     double spatialDistortion = 0.0;        ///< D_S
     double qnr = 0.0;
@@ -36,37 +37,38 @@ struct PairIndices {
     double hqnr = 0.0;
 };
 
-/// The images as one thread reads them. The fused one has the pixels of pan and the multispectral bands.
+/// The images as read by one thread. The fused one has the pixels of pan and the multispectral bands.
 struct PairImages {
     std::unique_ptr<hostkit::ImageSource> fused, pan, multispectral;
 };
 
-/// How they lie, and how they are seen by coarser sensors.
+/// How the images lie on each other, and the blur of their sensors.
 struct PairView {
     hostkit::ImageSource::RasterInfo fine,
         coarse;                          ///< of pan and of the multispectral image, in the same units
-    const hostkit::Placement& placement; ///< of the second under the first; outlives the comparison
-    SensorBlur blur;                     ///< without a fault
-    double ratio = 0.0;                  ///< for ERGAS and the size of blocks, 1 or more
+    const hostkit::Placement& placement; ///< of the multispectral image under pan; must outlive the
+                                         ///< comparison
+    SensorBlur blur;                     ///< has no fault
+    double ratio = 0.0;                  ///< for ERGAS and the block size, 1 or more
 };
 
-/// Compares the fused image, and plain bilinear upsampling, with the pair at the same pixels: where all have
-/// data. In parts, which may be worked on side by side and are put together in their order; each row is read
-/// once for both scales.
+/// Compares the fused image, and plain bilinear upsampling, with the pair, at pixels where all have data.
+/// Works in parts, which may be computed in parallel and are combined in order. Each row is read once for
+/// both scales.
 class PairComparison {
 public:
     using Status = KOVA::Tessara::Fundament::Status;
     struct Readers;     ///< what one thread reads with
-    struct PartIndices; ///< what is found of a part
+    struct PartIndices; ///< the indices of a part
 
     explicit PairComparison(const PairView& pairView);
     PairComparison(const PairComparison&) = delete;
     PairComparison& operator=(const PairComparison&) = delete;
     ~PairComparison();
 
-    /// `open(status)` gives the images to one more thread, with null for one that cannot be had. `inParts` is
-    /// called as rasterhost::InParts is, but for the threads. False with an item when an image cannot be
-    /// read.
+    /// `open(status)` returns the images for one more thread; null for one that cannot be opened. `inParts`
+    /// is called like rasterhost::InParts, without the number of threads. False, with an item, when an image
+    /// cannot be read.
     template <class Open, class InParts>
     [[nodiscard]] bool Run(const Open& open, const InParts& inParts, Status& status) {
         using ReadersPointer = std::shared_ptr<Readers>;
@@ -79,8 +81,8 @@ public:
             [this](PartIndices& below) { Append(below); }, status);
     }
 
-    /// Of the fused image, then of bilinear upsampling. Empty when no multispectral pixel has data around it
-    /// in all images.
+    /// The indices of the fused image, then of bilinear upsampling. Empty when no multispectral pixel has
+    /// data around it in all images.
     [[nodiscard]] std::vector<PairIndices> Find();
 
 private:
@@ -98,7 +100,7 @@ private:
 
     PairView view;
     std::size_t bands, coarseSide;
-    std::size_t coarseRows = 0, parts = 0; ///< rows of a part, and parts
+    std::size_t coarseRows = 0, parts = 0; ///< rows per part, and the number of parts
     std::unique_ptr<PartIndices> all;
 };
 

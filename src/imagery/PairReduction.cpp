@@ -18,7 +18,7 @@ namespace {
 constexpr std::uint32_t mostWhole = 1536; // multispectral pixels along an axis
 constexpr std::uint32_t windowsAlong = 3;
 
-/// Multispectral pixels that lie, with their centres, on pan.
+/// The multispectral pixels whose centres lie on pan.
 PixelRect OnPan(const PairReduction::RasterInfo& pan, const PairReduction::RasterInfo& ms) {
     const auto clip = [](double at, std::uint32_t pixels) {
         return static_cast<std::uint32_t>(std::clamp(std::ceil(at - 0.5), 0.0, static_cast<double>(pixels)));
@@ -31,7 +31,7 @@ PixelRect OnPan(const PairReduction::RasterInfo& pan, const PairReduction::Raste
 
 } // namespace
 
-/// All of an axis, or windows evenly spread over it.
+/// All of an axis, or windows spread evenly over it.
 std::vector<PairReduction::Segment> PairReduction::Divide(std::uint32_t first, std::uint32_t end) {
     const std::uint32_t length = end - first;
     if (length <= mostWhole) return {{first, end, 0}};
@@ -49,7 +49,7 @@ std::uint32_t PairReduction::Length(const std::vector<Segment>& segments) {
     return segments.back().at + segments.back().GetLength();
 }
 
-/// The coarse pixels of an axis: each is made of one segment.
+/// The coarse pixels of an axis. Each is made from one segment only.
 GaussianAxis PairReduction::CoarseAxis(const std::vector<Segment>& segments, double ratio,
                                        std::span<const double> transfers) {
     const auto count = static_cast<std::size_t>(Length(segments) / ratio);

@@ -14,7 +14,7 @@ using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
 
-/// Bytes of 8-bit samples or of 16-bit ones.
+/// Converts 8-bit or 16-bit samples to 16 bits.
 void Widen(const unsigned char* bytes, std::uint32_t bits, std::size_t count, unsigned short* out) {
     if (bits == 8)
         std::copy_n(bytes, count, out);
@@ -51,7 +51,7 @@ bool UpsampledRows::Read(std::uint32_t first, std::uint32_t end, SampleRows& row
     hostkit::SourceRaster read(coarse);
     const PixelRect needed = placement.FindSource(window, resampling);
     if (read.SetWindow(needed.col0, needed.row0, needed.col1, needed.row1) == 0) {
-        if (read.GetStatus().GetCount() == 0) throw std::bad_alloc(); // nothing else fails without a reason
+        if (read.GetStatus().GetCount() == 0) throw std::bad_alloc(); // every other failure has an item
         status.Append(read.GetStatus());
         return false;
     }
@@ -62,7 +62,7 @@ bool UpsampledRows::Read(std::uint32_t first, std::uint32_t end, SampleRows& row
         const std::size_t start =
             std::size_t{row - part.row0 - first} * GetColumns() + window.col0 - part.col0;
         const unsigned char* samples = opened->GetRow(row - window.row0);
-        if (!samples) throw std::bad_alloc(); // a row of a window that is at hand fails for nothing else
+        if (!samples) throw std::bad_alloc(); // the only way in which a row of an open window can fail
         Widen(samples, coarse.GetInfo().bitsPerBand, reach.size() * GetBands(),
               rows.samples.data() + start * GetBands());
         if (!opened->FindReach(row - window.row0, reach.data())) {

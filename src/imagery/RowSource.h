@@ -19,14 +19,14 @@ struct SampleRows {
     std::vector<unsigned short> samples; ///< interleaved by pixel
     std::vector<unsigned char> valid;    ///< a byte per pixel, 0 without data
 
-    /// Samples of pixels without data are of no meaning.
+    /// Samples of pixels without data are undefined.
     void Resize(std::size_t pixels, std::size_t bands) {
         samples.resize(pixels * bands);
         valid.assign(pixels, 0);
     }
 };
 
-/// An image that is read or made row by row, from the top as a rule.
+/// An image that is read or computed row by row, usually from the top.
 class RowSource {
 public:
     virtual ~RowSource() = default;
@@ -34,12 +34,12 @@ public:
     [[nodiscard]] virtual std::uint32_t GetColumns() const = 0;
     [[nodiscard]] virtual std::uint32_t GetRows() const = 0;
     [[nodiscard]] virtual std::size_t GetBands() const = 0;
-    /// Rows `first` to `end` - 1. False with an item.
+    /// Reads rows `first` to `end` - 1. False with an item.
     [[nodiscard]] virtual bool Read(std::uint32_t first, std::uint32_t end, SampleRows& rows,
                                     Status& status) = 0;
 };
 
-/// A part of an open image, which outlives this unless it is given away.
+/// A part of an open image. The image must outlive this unless ownership is passed.
 class ImageRows final : public RowSource {
 public:
     ImageRows(hostkit::ImageSource& source, const hostkit::PixelRect& partOfIt)
@@ -56,17 +56,17 @@ public:
                             Status& status) override;
 
 private:
-    std::unique_ptr<hostkit::ImageSource> own; ///< null where another has it
+    std::unique_ptr<hostkit::ImageSource> own; ///< null when the caller owns the image
     hostkit::ImageSource& image;
     hostkit::PixelRect part;
     std::vector<unsigned char> bytes;
 };
 
-/// A coarse image brought to a part of a finer grid as a run of the process brings it there. Its placement,
-/// and the image unless it is given away, outlive this.
+/// A coarse image upsampled to a part of a finer grid, with the same samples as in a run of the process. The
+/// placement must outlive this, and so must the image unless its ownership is passed.
 class UpsampledRows final : public RowSource {
 public:
-    /// A pixel has data when all coarse pixels that it is made of have, or, with `partly`, any.
+    /// A pixel has data when all coarse pixels that it is made of have data; with `partly`, when any has.
     UpsampledRows(hostkit::ImageSource& coarseImage, const hostkit::Placement& placementOfIt,
                   const hostkit::PixelRect& partOfGrid, hostkit::Resampling how, bool partly)
         : coarse(coarseImage), placement(placementOfIt), part(partOfGrid), resampling(how),
@@ -84,7 +84,7 @@ public:
                             Status& status) override;
 
 private:
-    std::unique_ptr<hostkit::ImageSource> own; ///< null where another has it
+    std::unique_ptr<hostkit::ImageSource> own; ///< null when the caller owns the image
     hostkit::ImageSource& coarse;
     const hostkit::Placement& placement;
     hostkit::PixelRect part;
@@ -92,15 +92,16 @@ private:
     bool takesSome;
 };
 
-/// Images on the same pixels as one with the bands of all.
+/// Images on the same pixels, seen as one image with all their bands.
 class JoinedRows final : public RowSource {
 public:
     struct Part {
         std::unique_ptr<RowSource> rows;
-        std::vector<std::size_t> bands; ///< where its bands stand among all
+        std::vector<std::size_t> bands; ///< the positions of its bands among all bands
     };
 
-    /// At least one part; together they give every band once. A pixel has data when it has in all parts.
+    /// At least one part; together they give every band once. A pixel has data when all parts have data
+    /// there.
     explicit JoinedRows(std::vector<Part> sources);
 
     [[nodiscard]] std::uint32_t GetColumns() const override { return parts.front().rows->GetColumns(); }
@@ -112,10 +113,10 @@ public:
 private:
     std::vector<Part> parts;
     std::size_t allBands = 0;
-    SampleRows own; ///< those of a part
+    SampleRows own; ///< the samples of one part
 };
 
-/// An image that has data only where another has, too. Both outlive this.
+/// An image that has data only where another one also has. Both must outlive this.
 class MaskedRows final : public RowSource {
 public:
     MaskedRows(RowSource& imageRows, RowSource& otherRows) : image(imageRows), other(otherRows) {}
@@ -132,13 +133,13 @@ private:
     SampleRows mask;
 };
 
-/// Keeps of `valid` what is set in `other`, too.
+/// Clears in `valid` what is not set in `other`.
 void KeepCommon(std::span<unsigned char> valid, std::span<const unsigned char> other);
 
 /// How many rows to read at a time when a row has this many numbers.
 [[nodiscard]] std::uint32_t ChooseStrip(std::uint64_t numbersOfARow);
 
-/// Calls `function` with the first and end row of one strip after another until it returns false.
+/// Calls `function` with the first and end row of each strip until it returns false.
 template <class Function>
 bool ForStrips(const RowSource& rows, const Function& function) {
     const std::uint32_t strip = ChooseStrip(std::uint64_t{rows.GetColumns()} * rows.GetBands());

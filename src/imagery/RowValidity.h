@@ -8,9 +8,10 @@
 
 namespace imagery {
 
-/// Finds which pixels of a row of a window of pan have data: pan's own, and of each image beneath that was
-/// opened on the window at least one of those that the pixel is interpolated from. `row` counts from the top
-/// of pan, `pan` covers the window, `reach` has room for a row, `valid` gets a byte per pixel of it.
+/// Finds which pixels of a row of a window of pan have data: pan must have data there, and so must at least
+/// one pixel that each coarse image is interpolated from. `row` counts from the top of pan; `pan` covers the
+/// window; `beneath` are the coarse images opened on the window. `reach` is scratch memory for a row; `valid`
+/// gets one byte per pixel of the row.
 void FindRowValidity(const hostkit::SampleBlock& pan, const hostkit::PixelRect& window, std::uint32_t row,
                      std::span<hostkit::PlacedWindow* const> beneath, hostkit::Reach* reach,
                      unsigned char* valid);

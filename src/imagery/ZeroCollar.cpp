@@ -75,19 +75,19 @@ void ZeroCollar::Clear(const hostkit::PixelRect& rect, unsigned char* valid) con
 
 namespace {
 
-/// Seven bits per byte, the lowest first; all but the last have the eighth.
+/// Seven bits per byte, the lowest first. All bytes but the last have the eighth bit set.
 void AddNumber(std::uint64_t number, std::vector<unsigned char>& bytes) {
     for (; number >= 0x80; number >>= 7)
         bytes.push_back(static_cast<unsigned char>(number | 0x80));
     bytes.push_back(static_cast<unsigned char>(number));
 }
 
-/// Small numbers of either sign are small.
+/// Encodes a difference so that small magnitudes of either sign give small numbers.
 void AddDifference(std::uint32_t from, std::uint32_t to, std::vector<unsigned char>& bytes) {
     AddNumber(to >= from ? std::uint64_t{to - from} << 1 : (std::uint64_t{from - to} << 1) - 1, bytes);
 }
 
-/// Numbers one after another; what is missing or too large makes it fail for good.
+/// Reads numbers one after another. After a missing or too large number, all further reads fail.
 class NumberReader {
 public:
     explicit NumberReader(std::span<const unsigned char> packed) : bytes(packed) {}
@@ -103,7 +103,7 @@ public:
         hasFailed = true;
         return 0;
     }
-    /// A number that is kept by its distance from `from`, up or down.
+    /// A number stored as its difference from `from`, up or down.
     [[nodiscard]] std::int64_t NextFrom(std::uint32_t from) {
         const std::uint64_t number = Next();
         const auto way = static_cast<std::int64_t>((number + 1) >> 1);
@@ -138,7 +138,7 @@ std::vector<unsigned char> ZeroCollar::ToBytes() const {
 
 std::optional<ZeroCollar> ZeroCollar::FromBytes(std::span<const unsigned char> bytes, std::uint32_t columns,
                                                 std::uint32_t rows) {
-    if (bytes.size() < rows) return std::nullopt; // a row has a byte at least
+    if (bytes.size() < rows) return std::nullopt; // a row has at least one byte
     NumberReader numbers(bytes);
     ZeroCollar collar(columns);
     collar.rowStarts.push_back(0);
@@ -146,7 +146,7 @@ std::optional<ZeroCollar> ZeroCollar::FromBytes(std::span<const unsigned char> b
     for (std::uint32_t row = 0; row < rows; ++row) {
         const std::size_t start = collar.runs.size();
         const std::uint64_t count = numbers.Next();
-        std::int64_t last = -1; // runs of a row do not touch
+        std::int64_t last = -1; // the runs of a row do not touch
         for (std::uint64_t i = 0; i < count; ++i) {
             const Run before = aboveStart + i < aboveEnd ? collar.runs[aboveStart + i] : Run{0, 0};
             const std::int64_t first = numbers.NextFrom(before.first), end = numbers.NextFrom(before.end);

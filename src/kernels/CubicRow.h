@@ -52,7 +52,6 @@ inline constexpr int cubicStepBits = 10;
 /// weights add up to at most 1.25. Down, there are five roundings (of the weights and of each sum) of at most
 /// 1.25 S u each; weighting across multiplies them by up to 1.25. Across, there are five of at most (1.25^2 S
 /// + 1) u. Together that is less than 18 S u, and the definition errs by no more.
-/// most (1.25^2 S + 1) u. Together that is less than 18 S u, and the definition errs by no more.
 template <class V>
 inline constexpr double cubicError = std::is_same_v<V, float> ? 36.0 * 255 / (1 << 24)
                                                               : 36.0 * 65535 / (std::int64_t{1} << 53);

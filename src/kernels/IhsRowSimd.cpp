@@ -79,7 +79,6 @@ HWY_INLINE Triple<V> ReplaceValue(D d, const Triple<V>& in, V value) {
 // The fourth band is a sum of three numbers of at most 255. In float it errs by half a step for each of its
 // two coefficients and products, for its offset and for the second sum, and by one step for the last sum. In
 // double it errs by half a step for the offset and for both sums.
-// half a step for the offset and both sums.
 template <class T>
 struct IhsFilter {
     using Real = RealOf<T>;

@@ -4,8 +4,8 @@
 
 namespace PXL {
 
-/// Divides: ((a g1 + o1) / (b g2 + o2)) gOut + oOut, truncated; 0 where that is not finite, as for a
-/// divisor of 0.
+/// Divides: ((a g1 + o1) / (b g2 + o2)) gOut + oOut, truncated; 0 if that is not finite, as for a divisor of
+/// 0.
 template <class T>
 class Divide final : public BlendPixels<T> {
 public:

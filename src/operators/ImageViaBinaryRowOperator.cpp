@@ -115,7 +115,7 @@ auto ImageViaBinaryRowOperator<Input1, Input2, Operator>::GetInputRows(std::uint
                                       row, input2Info.rows, windowFirstRow));
         return {};
     }
-    currentRow = row + 1; // whether or not the inputs have the row
+    currentRow = row + 1; // even if an input has no such row
     InputRows rows;
     rows.row1 = input1->GetRow(row);
     if (rows.row1) rows.row2 = input2->GetRow(row2);

@@ -16,12 +16,12 @@ inline constexpr std::uint32_t RowNotCovered = 0x5012;
 inline constexpr std::uint32_t NoInputRow = 0x5013;
 } // namespace BinaryRowImageStatus
 
-/// An image without pixels of its own: each row is that of two input images, through a binary row operator
-/// that its creator has initialised with their descriptions. Inputs and operator outlive it and are not
-/// owned.
+/// An image without pixels of its own: each row is computed from two input images by a binary row operator.
+/// The creator has initialised the operator with their descriptions. Inputs and operator must outlive this
+/// image and are not owned.
 ///
-/// Input 2 is either windowed like input 1, or "sampled": it covers exactly the window's rows, so that its
-/// row 0 is the window's first row, and is windowed over its whole extent.
+/// Input 2 either gets the same window as input 1, or is "sampled": it covers exactly the window's rows, its
+/// row 0 is the window's first row, and its window is its whole extent.
 template <class Input1, class Input2, class Operator>
 class ImageViaBinaryRowOperator final
     : public ImageBase<ImageInfo, typename Operator::Pixel*, RowTraits<typename Operator::Pixel>> {
@@ -35,27 +35,28 @@ public:
     Fundament::PropertyLookUp& GetMetadata() override;  ///< the operator's, once there is one
     ImageInfo GetInfo() override { return outputInfo; } ///< the operator's output, as of Init
 
-    /// `row` counts from the top of the output image. Fails from its last row on, without a window, for rows
-    /// that a sampled input 2 does not cover, and when an input has no row to give.
+    /// `row` counts from the top of the output image. Null, with an item, from its last row on, without a
+    /// window, for rows that a sampled input 2 does not cover, and when an input has no row.
     T* GetRow(std::uint32_t row) override;
-    /// The rows of both inputs of which GetRow makes its row; none or the first alone where that would fail
-    /// for it, with the same items.
+    /// The input rows from which GetRow computes its row. If GetRow would fail for an input, that row is
+    /// null, with the same items; row2 is then null too.
     struct InputRows {
         const T* row1 = nullptr;
         const T* row2 = nullptr;
     };
     InputRows GetInputRows(std::uint32_t row);
-    /// The row after the last one asked for; that one again when this image itself refused it, not when an
-    /// input or the operator had no row.
+    /// The row after the last one read. After a row that this image itself refused, the same row again; not
+    /// if an input or the operator had no row.
     T* GetNextRow() override { return GetRow(currentRow); }
 
-    /// Windows both inputs and the operator; a refusal is passed on with their items. Fails also when a row
-    /// of an input would be narrower than the operator's window. Rows can be read only after a success.
+    /// Sets the window of both inputs and of the operator. If one refuses, so does this, with its items. Also
+    /// fails if a row of an input would be narrower than the operator's window. Rows can be read only after a
+    /// success.
     bool SetWindow(std::uint32_t col0, std::uint32_t row0, std::uint32_t col1, std::uint32_t row1) override;
 
-    /// A failure leaves inputs and operator as they are bound, and no window.
+    /// After a failure, inputs and operator stay bound and there is no window.
     virtual bool Init(Input1* image1, Input2* image2, Operator* binaryOperator, bool sampled2);
-    virtual bool Reset(); ///< lets go of the inputs; keeps the operator
+    virtual bool Reset(); ///< releases the inputs; keeps the operator
     virtual ~ImageViaBinaryRowOperator();
 
 private:

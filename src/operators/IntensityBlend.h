@@ -7,9 +7,9 @@
 
 namespace PXL {
 
-/// Adds the auxiliary band (input 2, one band) to the luminance of an "RGB" image (input 1, three bands):
-/// input 1 goes to YUV, Y becomes (x g2 + o2) + (Y g1 + o1), rounded, with the gains and offsets of band 1,
-/// and the row goes back to RGB. Output gains and offsets are not applied.
+/// Adds the auxiliary band (input 2, one band) to the luminance of an "RGB" image (input 1, three bands).
+/// Input 1 is converted to YUV, Y becomes (x g2 + o2) + (Y g1 + o1), rounded, with the gains and offsets of
+/// band 1, and the row is converted back to RGB. Output gains and offsets are not applied.
 template <class T>
 class IntensityBlend final : public BlendPixels<T> {
 public:
@@ -22,8 +22,8 @@ protected:
     bool InitOperator() override;
 
 private:
-    /// A converter initialised with `input`; null with an item, whose message names the conversion, and the
-    /// converter's reasons.
+    /// A converter initialised with `input`. Null, with an item that names the conversion and the converter's
+    /// own items.
     std::unique_ptr<ColorSpaceConvertor<T>> MakeConvertor(const char* keyword, const char* conversion,
                                                           const ImageInfo& input, std::uint32_t idWhenMissing,
                                                           std::uint32_t idWhenFailed);

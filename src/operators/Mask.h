@@ -4,12 +4,13 @@
 
 namespace PXL {
 
-/// Input 1, with a fill colour wherever the mask (input 2, one band) equals the fill value. Gains and offsets
-/// are read and published but not applied.
+/// Copies input 1, with a fill colour wherever the mask (input 2, one band) equals the fill value. Gains and
+/// offsets are read and published but not applied.
 ///
-/// "FillValue" (default 0); one above the pixel range matches nothing. "FillColor": one whole number is a
-/// packed colour, the first band in the low byte (bands past the third repeat the third); a list with "," and
-/// ";" gives the bands one by one, those not listed repeat the first. Values are limited to the pixel range.
+/// "FillValue" (default 0): a value above the pixel range matches nothing. "FillColor": one whole number is a
+/// packed colour with the first band in the low byte; bands after the third repeat the third. A list with ","
+/// and ";" gives the bands one by one; bands that are not listed repeat the first. Values are limited to the
+/// pixel range.
 template <class T>
 class Mask final : public BlendPixels<T> {
 public:

@@ -4,7 +4,7 @@
 
 namespace PXL {
 
-/// One band out: the largest |a - b| of all bands of the pixel, times gOut plus oOut, rounded.
+/// Writes one band: the largest |a - b| of all bands of the pixel, times gOut plus oOut, rounded.
 template <class T>
 class MaxAbsoluteDifference final : public BlendPixels<T> {
 public:

@@ -4,8 +4,8 @@
 
 namespace PXL {
 
-/// The bands of input 1 followed by those of input 2, unchanged. Inputs of any band counts; no gains and
-/// offsets.
+/// The bands of input 1 followed by those of input 2, unchanged. Inputs may have any number of bands. Gains
+/// and offsets are not used.
 template <class T>
 class MergeBands final : public BlendPixels<T> {
 public:

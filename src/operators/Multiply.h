@@ -4,7 +4,7 @@
 
 namespace PXL {
 
-/// Multiplies: ((b g2 + o2) (a g1 + o1)) gOut + oOut, truncated; 0 where that is not finite.
+/// Multiplies: ((b g2 + o2) (a g1 + o1)) gOut + oOut, truncated; 0 if that is not finite.
 template <class T>
 class Multiply final : public BlendPixels<T> {
 public:

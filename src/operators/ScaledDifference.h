@@ -4,7 +4,7 @@
 
 namespace PXL {
 
-/// Subtracts the samples as they are: (a - b) gOut + oOut, rounded.
+/// Subtracts the samples without input gains: (a - b) gOut + oOut, rounded.
 template <class T>
 class ScaledDifference final : public BlendPixels<T> {
 public:

@@ -4,7 +4,7 @@
 
 namespace PXL {
 
-/// Adds: ((a g1 + o1) + (b g2 + o2)) gOut + oOut, truncated; 0 where that is not finite.
+/// Adds: ((a g1 + o1) + (b g2 + o2)) gOut + oOut, truncated; 0 if that is not finite.
 template <class T>
 class Sum final : public BlendPixels<T> {
 public:

@@ -11,7 +11,7 @@ public:
     WeightedDifference() : BlendPixels<T>("WeightedDifference", kernels::SampleBlend::Difference) {}
 
 protected:
-    bool InitOperator() override; ///< publishes the gains and offsets of the inputs too
+    bool InitOperator() override; ///< also publishes the gains and offsets of the inputs
 };
 
 using WeightedDifference8 = WeightedDifference<unsigned char>;

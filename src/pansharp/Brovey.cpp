@@ -12,16 +12,16 @@ namespace {
 
 constexpr std::size_t scaledBands = 4;
 
-/// What the first four weights are multiplied by. It only asks which of them are above 0, so that scaled and
-/// unscaled weights give the same answer.
+/// The factor of the first four weights. It only asks which of them are above 0, so scaled and unscaled
+/// weights give the same factor.
 double FindScale(std::span<const double> weights) {
     if (weights.size() < scaledBands || !(weights[0] > 0.0 && weights[1] > 0.0 && weights[2] > 0.0))
         return 1.0;
     return weights[3] > 0.0 ? 4.0 : 3.0;
 }
 
-/// The number that comes out as `weight` when it is multiplied by `scale`, or as near to it as can be. Above
-/// 0 when the weight is: the scale depends on that.
+/// The number that gives `weight` when it is multiplied by `scale`, or the nearest one. It is above 0 when
+/// the weight is, since the scale depends on that.
 double Unscale(double weight, double scale) {
     double raw = weight / scale;
     if (weight > 0.0) raw = std::max(raw, std::numeric_limits<double>::denorm_min());
@@ -46,8 +46,8 @@ void BroveyWeightsToProperties(const double* weights, std::uint32_t count, std::
                                double* numbers, double* additional) {
     ToProperties(weights, count, hasAdditional, numbers, additional);
     const std::span<double> raw(numbers, count);
-    // Where the last band is the fourth, its weight can be replaced, and any weight above 0 put in its place
-    // so that the scale is 4: a division by that is exact.
+    // If the last band is the fourth, its weight is replaced afterwards. Any weight above 0 in its place
+    // makes the scale 4, and a division by 4 is exact.
     const bool isLastScaled = count == scaledBands && FindScale(raw) != 1.0;
     if (isLastScaled) *additional = weights[count - 1];
     const bool isLastReplaced = hasAdditional || isLastScaled;

@@ -4,15 +4,15 @@
 
 namespace PXL {
 
-/// Weights from their properties: 1 each, also for a text that is not a number. With four bands or more, when
-/// the first three weights are positive, the first four are multiplied by 4, or by 3 when the fourth is not
-/// positive. "AdditionalBandWeight" then replaces the weight of the last band, unscaled.
+/// Reads the weights from their properties: 1 each, also for a text that is not a number. With four bands or
+/// more, if the first three weights are positive, the first four are multiplied by 4, or by 3 if the fourth
+/// is not positive. "AdditionalBandWeight" then replaces the weight of the last band, unscaled.
 void ReadBroveyWeights(const ParameterTexts& texts, std::span<double> weights);
 
-/// And back. The weights come out bit for bit, with one exception: with five bands or more, the first three
-/// weights above 0 and the fourth not, the first four are multiplied by 3, and a third of the numbers
-/// between 1.5 and 2 times a power of two are not a product of 3 in double; such a weight is off by its last
-/// bit.
+/// The rule back. Reading gives the weights bit for bit, with one exception: with five bands or more, if the
+/// first three weights are above 0 and the fourth is not, the first four are multiplied by 3. A third of the
+/// numbers between 1.5 and 2 times a power of two are not a product of 3 in double; such a weight changes in
+/// its last bit.
 void BroveyWeightsToProperties(const double* weights, std::uint32_t count, std::uint32_t hasAdditional,
                                double* numbers, double* additional);
 

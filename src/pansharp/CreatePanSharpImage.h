@@ -6,8 +6,8 @@
 
 namespace PXL {
 
-/// A new image of the method that the keyword names (pansharp/Methods.h), in any letter case; the empty text
-/// stands for the first, "KOVA". Null for any other text, with the item 0x3902 first in `status`.
+/// A new image of the method with a keyword (pansharp/Methods.h), in any letter case. An empty text means the
+/// first method, "KOVA". Null for any other text, with the item 0x3902 at the front of `status`.
 template <class T>
 [[nodiscard]] std::unique_ptr<PanSharpImage<T>> CreatePanSharpImage(const std::string& keyword,
                                                                     Fundament::Status& status);

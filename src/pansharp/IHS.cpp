@@ -24,7 +24,7 @@ bool IHS<ImageBase<Info, T*, Traits>>::Reset() {
 template <class Info, class T, class Traits>
 bool IHS<ImageBase<Info, T*, Traits>>::Init(InputImage* multispectral, InputImage* pan) {
     if (!this->PrepareInit(multispectral, pan, kernels::ihsFewestBands)) return false;
-    // The kernel takes the infrared weight where that band stands, which need not be the last place.
+    // The kernel takes the infrared weight at that band's index, which need not be the last.
     this->bandWeights.assign(this->msBandCount, 0.0);
     if (this->msBandCount > 3) this->bandWeights[3] = this->ReadValues(ihsWeights[0], 1).front();
     this->FinishInit(RowFor(this->simd.Get()));

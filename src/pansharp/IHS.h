@@ -5,7 +5,8 @@
 
 namespace PXL {
 
-/// The weight of the infrared band, alone: 0 without a text, also for a text that is not a number.
+/// Reads the weight of the infrared band, a single value: 0 without a text, also for a text that is not a
+/// number.
 void ReadIhsWeight(const ParameterTexts& texts, std::span<double> weight);
 
 inline constexpr PansharpBandParameter ihsWeights[] = {
@@ -36,8 +37,8 @@ inline constexpr PansharpMethod ihsMethod = {
 template <class Base>
 class IHS;
 
-/// The method "IHS" (kernels/IhsRow.h). It takes the first three multispectral bands as red, green and blue
-/// and band index 3, where there is one, as infrared.
+/// The method "IHS" (kernels/IhsRow.h). The first three multispectral bands are red, green and blue; band
+/// index 3, if there is one, is infrared.
 template <class Info, class T, class Traits>
 class IHS<ImageBase<Info, T*, Traits>> final : public PanSharp<ImageBase<Info, T*, Traits>> {
 public:
@@ -46,8 +47,8 @@ public:
     IHS();
     ~IHS() override;
 
-    /// Reads "outputNBands" (default 3) and the infrared weight. Fewer than three multispectral bands are
-    /// refused. Publishes no metadata.
+    /// Reads "outputNBands" (default 3) and the infrared weight. Fails with fewer than three multispectral
+    /// bands. Publishes no metadata.
     bool Init(InputImage* multispectral, InputImage* pan) override;
     bool Reset() override; ///< leaves an empty item with id 0 in the status
 

@@ -5,7 +5,8 @@
 
 namespace PXL {
 
-/// Gains from their properties: 1 each, and 0 each; a text that is not a number counts as missing.
+/// Read the gains from their properties: gains of 1, ratio gains of 0. A text that is not a number counts as
+/// missing.
 void ReadInjectionGains(const ParameterTexts& texts, std::span<double> gains);
 void ReadInjectionRatioGains(const ParameterTexts& texts, std::span<double> gains);
 
@@ -63,9 +64,9 @@ public:
     Injection();
     ~Injection() override;
 
-    /// Reads "outputNBands" and weights as KOVA does; further the gains, "InjectionLimit" (default none) and
-    /// "InjectionFloor" (default 0). In these a text that is not a number counts as missing, and any number
-    /// is taken as it is. Publishes KOVA's metadata and the gains.
+    /// Reads "outputNBands" and weights like KOVA, and the gains, "InjectionLimit" (default none) and
+    /// "InjectionFloor" (default 0). For these, a text that is not a number counts as missing, and every
+    /// number is accepted. Publishes KOVA's metadata and the gains.
     bool Init(InputImage* multispectral, InputImage* pan) override;
     bool Reset() override;
 
@@ -74,7 +75,7 @@ public:
 private:
     std::vector<double> gains;
     std::vector<double> ratioGains;
-    kernels::InjectionGains injectionGains; ///< points to them
+    kernels::InjectionGains injectionGains; ///< points to the gains above
 };
 
 template <class T>

@@ -8,7 +8,7 @@
 
 namespace PXL {
 
-/// A pan-sharpening method: what it says of itself, how its images are made, and its row kernels.
+/// A pan-sharpening method: its description of itself, how its images are made, and its row kernels.
 struct Method {
     PansharpMethod description;
     std::unique_ptr<PanSharp8> (*create8)();
@@ -32,10 +32,10 @@ struct Method {
     }
 };
 
-/// The one table of methods, the default one first. A method is a class and one entry here.
+/// The table of all methods, the default one first. A method is a class and one entry here.
 [[nodiscard]] std::span<const Method> Methods();
 
-/// The descriptions alone, in the same order, as a plug-in hands them to its host.
+/// Only the descriptions, in the same order, as a plug-in gives them to its host.
 [[nodiscard]] std::span<const PansharpMethod> MethodDescriptions();
 
 } // namespace PXL

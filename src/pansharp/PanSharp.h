@@ -30,8 +30,8 @@ inline constexpr std::uint32_t RowTooLong = 0x3914;
 inline constexpr std::uint32_t PanWithoutBand = 0x3915;
 } // namespace PanSharpStatus
 
-/// Weights from their properties: 1 / bands each; 0 for a text that is not a number. "AdditionalBandWeight"
-/// replaces the weight of the last band.
+/// Reads the weights from their properties: 1 / bands each; 0 for a text that is not a number.
+/// "AdditionalBandWeight" replaces the weight of the last band.
 void ReadKovaWeights(const ParameterTexts& texts, std::span<double> weights);
 
 inline constexpr PansharpBandParameter kovaWeights[] = {
@@ -63,14 +63,14 @@ template <class Base>
 class PanSharp;
 
 /// Fuses a multispectral image, already on the pan grid, with a one-band panchromatic image of the same
-/// depth: the base of all methods, and the method "KOVA" itself (kernels/KovaRow.h).
+/// depth. It is the base of all methods, and the method "KOVA" itself (kernels/KovaRow.h).
 ///
 /// The multispectral image covers exactly the window: its row k and column j lie at row firstRow + k and
-/// column firstColumn + j of pan. It is never windowed here, pan is. Both inputs outlive this image and are
-/// not owned.
+/// column firstColumn + j of pan. SetWindow sets the window of pan only. Both inputs must outlive this image
+/// and are not owned.
 ///
-/// A method is a class that derives from this one and replaces Init: PrepareInit, then its weights, then
-/// FinishInit with its row kernel, which RowFor gives. What it keeps beside them it releases in Reset.
+/// A method is a class that derives from this one and replaces Init: it calls PrepareInit, reads its weights,
+/// and calls FinishInit with its row kernel from RowFor. What it keeps besides, it releases in Reset.
 template <class Info, class T, class Traits>
 class PanSharp<ImageBase<Info, T*, Traits>> : public ImageBase<Info, T*, Traits> {
 public:
@@ -81,43 +81,45 @@ public:
     PanSharp& operator=(const PanSharp&) = delete;
 
     /// The output: pan's size and georeferencing, "outputNBands" bands, "ColorSpace" "Gray" for one band,
-    /// "RGB" for three, else "Unknown". Meaningful after Init.
+    /// "RGB" for three, else "Unknown". Only meaningful after Init.
     Info GetInfo() override { return outputInfo; }
 
-    /// The fused row: window columns x output bands. `row` is a row of pan. Fails past pan's last row, where
-    /// the multispectral image has no row for it, without a window, and when an input has no row to give.
+    /// The fused row: window columns x output bands. `row` is a row of pan. Null, with an item, past pan's
+    /// last row, where the multispectral image has no such row, without a window, and when an input has no
+    /// row.
     T* GetRow(std::uint32_t row) override;
     T* GetNextRow() override { return this->GetRow(nextRow); }
 
-    /// Windows pan, and fails when pan refuses or when the window does not lie within pan's columns and rows
-    /// and within the size of the multispectral image. Rows can be read only after a success.
+    /// Sets the window of pan. Fails when pan refuses it, or when it does not lie within pan's columns and
+    /// rows and within the size of the multispectral image. Rows can be read only after a success.
     bool SetWindow(std::uint32_t col0, std::uint32_t row0, std::uint32_t col1, std::uint32_t row1) override;
 
     /// Reads "outputNBands" (default 3) and the weights.
     virtual bool Init(InputImage* multispectral, InputImage* pan);
-    /// The vector target for the next Init, of those that can run here; without it Init chooses.
+    /// Sets the vector target for the next Init. It must be able to run here. Without it, Init chooses.
     void UseSimdTarget(kernels::SimdTarget target) { simd.given = target; }
-    /// The last band of the multispectral image is stored apart: `source`, asked instead of that image for a
-    /// row, gives the row of its other bands and the row of the last, or null for one of them.
+    /// For a multispectral image whose last band is stored apart. `source` is called for a row instead of
+    /// that image. It returns the row of the other bands and the row of the last; either may be null on
+    /// failure.
     using ApartRows = std::pair<const T*, const T*>;
     void TakeRowsApart(std::function<ApartRows(std::uint32_t row)> source) { apartRows = std::move(source); }
     virtual bool Reset(); ///< releases what Init made; the status becomes empty, with source "Pansharp"
     virtual ~PanSharp();
 
-    /// The row kernel of the method for a vector target.
+    /// The method's row kernel for a vector target.
     static kernels::FuseRow<T> RowFor(kernels::SimdTarget target);
 
 protected:
-    /// The first part of Init: resets, then makes the checks that all methods share (inputs, depths, bands,
-    /// of which the method needs at least `fewestBands`, working memory) and fills the members below. After a
-    /// failure the image gives no rows until an Init succeeds.
+    /// The first part of Init. Resets, makes the checks that all methods share (inputs, depths, at least
+    /// `fewestBands` bands, working memory) and fills the members below. After a failure the image gives no
+    /// rows until Init succeeds.
     bool PrepareInit(InputImage* multispectral, InputImage* pan, std::uint32_t fewestBands = 1);
 
-    /// `count` values of a parameter, from the properties that its description names.
+    /// The first `count` values of a parameter, from the properties that its description names.
     [[nodiscard]] std::vector<double> ReadValues(const PansharpBandParameter& parameter, std::uint32_t count);
 
-    /// The last part of Init: the output's colour space and row buffer, and the kernel that GetRow runs with
-    /// `bandWeights`, one per multispectral band, and with the gains, which the method keeps.
+    /// The last part of Init. Sets the output's colour space and row buffer, and the kernel that GetRow calls
+    /// with `bandWeights`, one per multispectral band, and with the gains, which the method keeps.
     void FinishInit(kernels::FuseRow<T> kernel, const kernels::InjectionGains* gains = nullptr);
     void PublishBands(); ///< KOVA's metadata: bands and weights, while metadata is enabled
 
@@ -133,8 +135,8 @@ protected:
     std::uint32_t msBandCount = 0;
 
 private:
-    bool CheckBands(std::uint32_t fewestBands); ///< the end of PrepareInit
-    /// The input rows of an output row; moves `nextRow`. False when one is missing; the item is in `status`.
+    bool CheckBands(std::uint32_t fewestBands); ///< the last check of PrepareInit
+    /// The input rows of an output row; advances `nextRow`. False, with an item, when one is missing.
     bool FetchRows(std::uint32_t row, kernels::FusionRows<T>& rows);
 
     std::uint32_t windowColumns = 0; ///< 0 while no window is set

@@ -18,7 +18,7 @@ PANSHARP_EXPORT IRasterProcess* Tessara_RasterProcess_CreateObject(void*, void*,
     try {
         auto object = std::make_unique<PansharpRaster>();
         if (object->SetProperties(properties) == 0) return nullptr;
-        return object.release(); // the host's now
+        return object.release(); // now owned by the host
     } catch (...) {
         return nullptr;
     }

@@ -1,4 +1,5 @@
-// The images behind a window: how PansharpRaster builds them on its chains' rasters and reads their rows.
+// The images behind a window: how PansharpRaster builds them on the rasters of its chains and reads their
+// rows.
 
 #include "fundament/Text.h"
 #include "host/PropertyNames.h"
@@ -62,7 +63,7 @@ int PansharpRaster::OpenPipeline(const Window& window) {
 
 template <class T>
 bool PansharpRaster::BuildPipeline() {
-    // A failing infrared chain leaves the multispectral one untouched.
+    // If the infrared chain fails, the multispectral one is left untouched.
     if (!additionalBandId.empty() && !OpenInfrared()) return false;
     if (!OpenMultispectral<T>()) return false;
     if (!additionalBandId.empty() && !MergeInfrared<T>()) return false;
@@ -116,8 +117,8 @@ bool PansharpRaster::MergeInfrared() {
     const PXL::ImageInfo msInfo = pipeline.msImage.GetInfo();
     const PXL::ImageInfo irInfo = pipeline.irImage.GetInfo();
     if (!CheckInfrared(msInfo.bitsPerSample, irInfo.bitsPerSample)) return false;
-    // The merge reads whole rows of both rasters, so the infrared one must be as large as the multispectral
-    // one too.
+    // The merge reads whole rows of both rasters, so the infrared one must also be as large as the
+    // multispectral one.
     if (!Covers(msRaster, "multispectral", workAoi.size) ||
         !Covers(irRaster, "infrared", {msInfo.cols, msInfo.rows}))
         return false;
@@ -149,7 +150,7 @@ bool PansharpRaster::MergeInfrared() {
                          msImageId.c_str(), additionalBandId.c_str()),
             &pipeline.mergedImage->status);
     pipeline.msSource = pipeline.mergedImage.get();
-    // Without a window the merged image serves no rows, and the fused row then fails with its reason.
+    // Without a window the merged image has no rows, and the fused row then fails with the reason.
     pipeline.mergedImage->SetWindow(0, 0, msInfo.cols, msInfo.rows);
     return true;
 }
@@ -195,12 +196,12 @@ bool PansharpRaster::CreateFusion() {
         return Fail(ProcessStatus::NoPanSharpImage, "could not create PXL::PanSharp object", &reasons);
     PXL::PanSharpImage<T>& image = *pipeline.panSharpImage;
     image.properties.Merge(properties, false, {}, {});
-    // As published by Init: the host reads rows of that many bands, whatever it has set since.
+    // The number of bands that Init published, since the host reads such rows, whatever it has set later.
     image.properties[PropertyNames::outputBands] = FormatString("%u", info.bandsPerPixel);
     image.EnableMetadata(generateMetadata);
     image.UseSimdTarget(simdTarget);
-    // One infrared band is fused from where it lies: to merge it into every row first takes longer than to
-    // fuse.
+    // One infrared band is fused from its own raster: merging it into every row first takes longer than
+    // fusing.
     if (pipeline.msSource == pipeline.mergedImage.get() && pipeline.irImage.GetInfo().bands == 1)
         image.TakeRowsApart([merged = pipeline.mergedImage.get()](std::uint32_t row) {
             const auto rows = merged->GetInputRows(row);
@@ -215,8 +216,8 @@ bool PansharpRaster::CreateFusion() {
 template <class T>
 const unsigned char* PansharpRaster::GetPipelineRow(std::uint32_t row) {
     PXL::PanSharpImage<T>& image = *GetPipeline<T>().panSharpImage;
-    // Rows past the pan raster are the image's to refuse, by pan's size as the image knows it; other rows
-    // outside the window have no defined samples.
+    // Rows past the end of pan are left to the image, which knows pan's size. Other rows outside the window
+    // have no defined samples.
     if (row < currentWindow.row0 || (row >= currentWindow.row1 && row < image.GetInfo().rows)) {
         AddOnce(ProcessStatus::RowOutsideWindow,
                 FormatString("row %u lies outside the window (rows %u to %u)", row, currentWindow.row0,

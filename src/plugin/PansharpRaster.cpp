@@ -106,7 +106,7 @@ bool PansharpRaster::CheckWindow(const Window& window) {
             FormatString("invalid window: columns %u to %u, rows %u to %u; each must end past its start "
                          "and within the pan raster's %u columns and %u rows",
                          window.col0, window.col1, window.row0, window.row1, pan->cols, pan->rows));
-    // A failed Init leaves the binding of an earlier one, and with it rows of another size.
+    // After a failed Init the binding of an earlier one is still there, with rows of another size.
     if (pan->bitsPerBand != boundBits)
         return Fail(
             ProcessStatus::DepthChanged,
@@ -145,7 +145,7 @@ bool PansharpRaster::ObtainChains(const Window& window) {
         return Fail(ProcessStatus::NoWorkspace, "no workspace: call SetWorkspace before SetWindow");
     chainSource = static_cast<IRasterWorkspace*>(workspace);
     sourceTaken = false;
-    irChain = nullptr; // one of a workspace that was taken away went with it
+    irChain = nullptr; // the chain of a removed workspace was destroyed with it
     const auto obtain = [&](const std::string& imageId, std::uint32_t id, const char* message) {
         Fundament::Status reasons;
         IRasterProcessChain* chain =
@@ -160,7 +160,7 @@ bool PansharpRaster::ObtainChains(const Window& window) {
                      "Could not get ProcessChain for MultiSpectral Image ID: %s->%s");
     if (!msChain) return false;
     if (additionalBandId.empty()) return true;
-    // The infrared request has its vertical bounds the other way round than the multispectral one.
+    // The infrared request has its vertical bounds in the opposite order to the multispectral one.
     if (!reSampleIR) RequestInPixels(window.row0 - 0.5, window.row1 + 0.5, window);
     irChain = obtain(additionalBandId, ProcessStatus::NoInfraredChain,
                      "Could not get ProcessChain for Infrared Image ID: %s->%s");
@@ -190,7 +190,7 @@ void PansharpRaster::ReleaseWindow() noexcept {
     pipeline16.Clear();
     msRaster = nullptr;
     irRaster = nullptr;
-    if (sourceTaken) return; // the chains went with it, unless it is set again
+    if (sourceTaken) return; // the chains are gone with it, unless it is set again
     ReleaseChain(msChain);
     ReleaseChain(irChain);
     chainSource = nullptr;
@@ -200,9 +200,9 @@ void PansharpRaster::ReleaseChain(IRasterProcessChain*& chain) noexcept {
     if (!chain) return;
     try {
         chainSource->ReleaseProcessChain(&chain);
-    } catch (...) { // the host's own failure; the chain is not asked for again
+    } catch (...) { // a failure of the host; the chain is not used again
     }
-    chain = nullptr; // whether or not the workspace clears the holder, no chain is given back twice
+    chain = nullptr; // even if the workspace does not clear the holder: no chain is given back twice
 }
 
 bool PansharpRaster::Fail(std::uint32_t id, const std::string& message, const Fundament::Status* reasons) {
@@ -219,7 +219,7 @@ void PansharpRaster::AddOnce(std::uint32_t id, const std::string& message) {
 void PansharpRaster::AppendOnce(const Fundament::Status& reasons) {
     for (std::uint32_t i = 0; i < reasons.GetCount(); ++i) {
         const Fundament::StatusItem& item = reasons.GetItem(i);
-        const bool isEmpty = item.id == 0 && item.message.empty(); // some images start their status with one
+        const bool isEmpty = item.id == 0 && item.message.empty(); // some images begin with such an item
         if (!isEmpty && !status.Contains(item)) status.Add(item);
     }
 }

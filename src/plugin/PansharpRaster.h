@@ -13,17 +13,16 @@
 
 namespace KOVA::Tessara::Pixmere {
 
-/// The raster process that the plug-in hands to the host: fuses the input raster (panchromatic) with a
-/// multispectral raster, optionally joined by one infrared band, which it gets from process chains of the
-/// workspace.
+/// The raster process that the plug-in gives to the host. It fuses the input raster (panchromatic) with a
+/// multispectral raster and optionally one infrared band. It gets these from process chains of the workspace.
 ///
-/// The host calls SetProperties, SetInputRaster, SetWorkspace and SetAoi, then Init; then, for each window,
-/// SetWindow followed by GetRow for rows of that window and GetMetadata at will. Rows are window columns x
-/// "outputNBands" samples of the input's depth, and belong to the process until its next call. Nothing that
-/// the host passes in is owned, and no raster is trusted to be as large as it should be.
+/// The host calls SetProperties, SetInputRaster, SetWorkspace and SetAoi, then Init. Then, for each window,
+/// it calls SetWindow, GetRow for rows of that window, and GetMetadata at any time. A row has window columns
+/// x "outputNBands" samples of the input's depth, and belongs to the process until its next call. Nothing
+/// that the host passes in is owned. The size of every raster is checked.
 ///
 /// Properties: "Method", "MSImageID", "AdditionalBandID", "_key_Process_RasterId_", "outputNBands",
-/// "ReSampleMS", "ReSampleIR", "generateMetadata"; all others too are handed to the image of the method.
+/// "ReSampleMS", "ReSampleIR", "generateMetadata". All properties are also passed to the image of the method.
 class PansharpRaster : public RasterProcess {
 public:
     PansharpRaster() = default;
@@ -31,17 +30,17 @@ public:
 
     /// Loads the properties. Returns 0 for null or an empty map.
     int SetProperties(const Global::NameValueMap* map) override;
-    /// Null takes the workspace away: the chains it issued are not given back until it is set again, so that
-    /// it may be destroyed. One that another replaces is given its chains back, and has to live until then.
+    /// Null removes the workspace: its chains are not given back unless it is set again, so it may be
+    /// destroyed. A workspace that is replaced by another gets its chains back and must live until then.
     int SetWorkspace(void* newWorkspace) override;
-    const Global::NameValueMap& GetMetadata() override; ///< with the method's metadata as they are now
+    const Global::NameValueMap& GetMetadata() override; ///< with the current metadata of the method
 
 protected:
     int InitProcess() override;
     int SetProcessWindow(std::uint32_t col0, std::uint32_t row0, std::uint32_t col1,
                          std::uint32_t row1) override;
     const unsigned char* GetProcessRow(std::uint32_t row) override;
-    virtual int Reset(); ///< gives everything back and empties the status; returns 1
+    virtual int Reset(); ///< releases everything and empties the status; returns 1
 
 private:
     struct Window {
@@ -62,7 +61,7 @@ private:
         std::unique_ptr<PXL::BinaryRowImage<T>>
             mergedImage; ///< the multispectral bands, then the infrared one
         std::unique_ptr<PXL::PanSharpImage<T>> panSharpImage;
-        PXL::Image<T>* msSource = nullptr; ///< what panSharpImage takes as multispectral
+        PXL::Image<T>* msSource = nullptr; ///< the multispectral input of panSharpImage
 
         void Clear();
     };
@@ -70,7 +69,7 @@ private:
     template <class T>
     Pipeline<T>& GetPipeline();
 
-    // One set for each pixel type, bound by InitProcess.
+    // One set per pixel type, bound by InitProcess.
     template <class T>
     int OpenPipeline(const Window& window);
     template <class T>
@@ -80,7 +79,7 @@ private:
     template <class T>
     void BindPixelType();
 
-    // Steps of OpenPipeline, in order; each returns false with its items in the status.
+    // Steps of OpenPipeline, in order. Each returns false, with items in the status, on failure.
     template <class T>
     bool BuildPipeline();
     bool OpenInfrared();
@@ -128,10 +127,10 @@ private:
     IRasterProcessChain* msChain = nullptr;
     IRasterProcessChain* irChain = nullptr;
     IRasterWorkspace* chainSource = nullptr; ///< the workspace that issued the chains
-    bool sourceTaken = false;                ///< it was taken away since, and may be gone
+    bool sourceTaken = false;                ///< it was removed since, and may be destroyed
 
     RasterInfo workInfo;
-    Aoi workAoi; ///< the request as the chains see it
+    Aoi workAoi; ///< the request as given to the chains
     Window currentWindow;
     bool windowOpen = false; ///< the last SetWindow succeeded
 

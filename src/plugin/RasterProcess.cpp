@@ -8,7 +8,7 @@
 namespace KOVA::Tessara::Pixmere {
 
 RasterProcess::RasterProcess() = default;
-// Neither copies anything: the contract has them, nobody calls them.
+// Neither copies anything: the contract requires them, but nobody calls them.
 // NOLINTNEXTLINE(bugprone-copy-constructor-init)
 RasterProcess::RasterProcess(const RasterProcess&) : IObject(), IRasterProcess(), Object() {}
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
@@ -121,7 +121,7 @@ void RasterProcess::RecordException(const char* operation) noexcept {
             status.Add(ProcessStatus::Exception, Fundament::FormatString("%s failed unexpectedly", operation),
                        {});
         }
-    } catch (...) { // no memory even for the message; the result still says that the operation failed
+    } catch (...) { // no memory even for the message; the result still reports the failure
     }
 }
 

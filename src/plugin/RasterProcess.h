@@ -5,10 +5,10 @@
 
 namespace KOVA::Tessara::Pixmere {
 
-/// Base of every raster process: the bookkeeping of the host's interface. A derived class supplies
-/// SetProperties and the three operations that do the work, in the order in which they are called:
-/// InitProcess, SetProcessWindow, GetProcessRow. Whatever they throw ends here, as a failure with an item in
-/// the status.
+/// The base of every raster process: the bookkeeping of the host's interface. A derived class supplies
+/// SetProperties and the three operations that do the work, called in this order: InitProcess,
+/// SetProcessWindow, GetProcessRow. An exception that they throw becomes a failure with an item in the
+/// status.
 ///
 /// Input raster, workspace, request record and colour map belong to the host and must outlive their use here.
 class PANSHARP_EXPORT RasterProcess : public Global::Object, public virtual IRasterProcess {
@@ -22,13 +22,13 @@ public:
     int SetWindow(std::uint32_t col0, std::uint32_t row0, std::uint32_t col1, std::uint32_t row1) override;
     const unsigned char* GetRow(std::uint32_t row) override;
 
-    /// The same address for the object's whole life; it shows later changes.
+    /// The same address for the object's whole life; its contents change with Init.
     const RasterInfo* GetRasterInfo() override { return &info; }
     int SetWorkspace(void* newWorkspace) override;
     int SetAoi(Aoi* newAoi) override;
-    int SetInputRaster(IRaster* raster) override; ///< null is refused; the raster held before stays
+    int SetInputRaster(IRaster* raster) override; ///< null is refused; the previous raster stays
 
-    /// The input raster's colour map; without an input raster the one that was set, `count` left alone.
+    /// The input raster's colour map. Without an input raster, the one that was set, with `count` unchanged.
     unsigned short** GetColorMap(unsigned int& count) override;
     int SetColorMap(unsigned short** map, unsigned int count) override; ///< the count is not kept
 
@@ -48,11 +48,11 @@ protected:
                                  std::uint32_t row1) = 0;
     virtual const unsigned char* GetProcessRow(std::uint32_t row) = 0;
 
-    /// Called in a catch block: records the exception that is being handled. Throws nothing.
+    /// Called in a catch block: records the exception that is being handled. Does not throw.
     void RecordException(const char* operation) noexcept;
 
-    /// Called at the start of an operation: of more than 1000 items only the newest 500 are kept, after one
-    /// that says so, so that a host which never looks at them does not collect them without end.
+    /// Called at the start of an operation. Of more than 1000 items only the newest 500 are kept, after one
+    /// that says so; so the status cannot grow without limit when a host never reads it.
     void BoundStatus();
 
     RasterInfo info;

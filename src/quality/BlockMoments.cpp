@@ -17,7 +17,7 @@ double AddUp(const double* parts) {
     return ((parts[0] + parts[4]) + (parts[2] + parts[6])) + ((parts[1] + parts[5]) + (parts[3] + parts[7]));
 }
 
-/// Calls `function` with the samples of each image and the number of its first channel.
+/// Calls `function` with the samples of each image and the index of its first channel.
 template <class Function>
 void ForImages(std::span<const Channels> images, const Function& function) {
     std::size_t first = 0;
@@ -40,7 +40,7 @@ BlockMoments::BlockMoments(std::size_t imageColumns, std::size_t channelCount, s
                            std::function<void(const Block&)> visitor)
     : columns(imageColumns), channels(channelCount), side(blockSide), visit(std::move(visitor)),
       open((imageColumns + blockSide - 1) / blockSide) {
-    // The sum of a channel is that of its products with a row of ones.
+    // The sum of a channel is the sum of its products with a row of ones.
     for (std::size_t i = 0; i < channels; ++i)
         pairs.emplace_back(i, channels);
     for (std::size_t i = 0; i < channels; ++i)
@@ -54,7 +54,7 @@ BlockMoments::BlockMoments(std::size_t imageColumns, std::size_t channelCount, s
     differences.resize((channels + 1) * wholeRow, 1);
 }
 
-/// False where no pixel of the run counts.
+/// False when no pixel of the run counts.
 bool BlockMoments::Start(Sums& block, std::span<const Channels> images, const Run& run) const {
     if (run.count == 0) return false;
     if (block.pixels == 0) {
@@ -91,7 +91,7 @@ void BlockMoments::AddRun(Sums& block, std::span<const Channels> images, const R
     addProducts(planes.data(), length, pairs.data(), pairs.size(), block.products.data());
 }
 
-/// The same in whole numbers, which gives the same: a double holds these sums exactly. False when differences
+/// The same in whole numbers, with the same result: a double holds these sums exactly. False when differences
 /// are too large.
 bool BlockMoments::AddWholes(Sums& block, const Run& run, const unsigned short* planesOfRun) {
     std::transform(block.first.begin(), block.first.end(), origins.begin(),
@@ -130,7 +130,7 @@ void BlockMoments::AddRow(std::span<const Channels> images, const unsigned char*
     if (++rows == side) Finish();
 }
 
-/// Of all products of a pair.
+/// The sum of all products of a pair.
 double BlockMoments::SumOf(const Sums& block, std::size_t pair) {
     const double real = block.products.empty() ? 0.0 : AddUp(block.products.data() + pair * sumParts);
     if (block.wholes.empty()) return real;
@@ -147,7 +147,7 @@ void BlockMoments::Finish() {
             return SumOf(block, pair) / static_cast<double>(block.pixels);
         };
         Block found{block.pixels, {}, {}, {}};
-        std::vector<double> means; // less the first pixel
+        std::vector<double> means; // minus the first pixel
         for (std::size_t i = 0; i < channels; ++i) {
             means.push_back(mean(i));
             found.means.push_back(block.first[i] + means[i]);

@@ -12,7 +12,7 @@
 
 namespace quality {
 
-/// So many channels of a row, interleaved by pixel.
+/// Some channels of a row, interleaved by pixel.
 struct Channels {
     std::variant<const double*, const unsigned short*> row;
     std::size_t count = 1;
@@ -21,26 +21,27 @@ struct Channels {
 /// Two channels by their numbers.
 using ChannelPair = std::pair<std::size_t, std::size_t>;
 
-/// Means, variances and covariances (by n) of the channels of one block.
+/// Means, variances and covariances (divided by n) of the channels of one block.
 struct Block {
-    std::uint64_t pixels = 0; ///< that count
+    std::uint64_t pixels = 0; ///< pixels that count
     std::vector<double> means;
     std::vector<double> variances;
     std::vector<double> covariances; ///< one per pair
 };
 
-/// Cuts an image into square blocks that lie side by side from the upper left corner, smaller ones at the
-/// right and lower edges, and finds the moments of each while its rows pass by. Sums are taken about the
-/// first pixel of a block, so that a constant channel has a variance of exactly 0.
+/// Divides an image into square blocks side by side from the upper left corner, with smaller ones at the
+/// right and lower edges, and finds the moments of each while rows are added. Sums are relative to the first
+/// pixel of a block, so a constant channel has a variance of exactly 0.
 class BlockMoments {
 public:
-    /// `visit` gets every block in which a pixel counts.
+    /// Calls `visitor` with every block in which a pixel counts.
     BlockMoments(std::size_t imageColumns, std::size_t channelCount, std::size_t blockSide,
                  const std::vector<ChannelPair>& channelPairs, std::function<void(const Block&)> visitor);
 
-    /// The channels of the images of a row, one after the other.
+    /// Adds a row: the channels of all images, one image after the other. `valid` has a byte per pixel, 0 if
+    /// it does not count.
     void AddRow(std::span<const Channels> images, const unsigned char* valid);
-    /// Ends the blocks that the last row left open.
+    /// Completes the blocks that the last row left open.
     void Finish();
 
 private:
@@ -48,13 +49,13 @@ private:
         std::uint64_t pixels = 0;
         std::vector<double> first;        ///< its first pixel
         std::vector<double> products;     ///< of the pairs, kernels::sumParts each
-        std::vector<std::int32_t> wholes; ///< likewise what was summed in whole numbers, kernels::wholeParts
+        std::vector<std::int32_t> wholes; ///< the same for sums in whole numbers, kernels::wholeParts each
     };
-    /// What a run of pixels of a block looks like.
+    /// A run of pixels of one block in a row.
     struct Run {
         std::size_t column = 0, pixels = 0;
         const unsigned char* valid = nullptr; ///< of its first pixel
-        std::size_t count = 0;                ///< of pixels that count
+        std::size_t count = 0;                ///< number of pixels that count
     };
     [[nodiscard]] bool Start(Sums& block, std::span<const Channels> images, const Run& run) const;
     void AddRun(Sums& block, std::span<const Channels> images, const Run& run);
@@ -66,14 +67,14 @@ private:
     kernels::SpreadPixels spreadPixels = kernels::SpreadPixelsFor(kernels::ChosenSimdTarget());
     kernels::LessOrigins lessOrigins = kernels::LessOriginsFor(kernels::ChosenSimdTarget());
     kernels::AddWholeProducts addWholes = kernels::AddWholeProductsFor(kernels::ChosenSimdTarget());
-    std::vector<ChannelPair> pairs; ///< of each channel with ones and with itself, then those given
+    std::vector<ChannelPair> pairs; ///< each channel with ones and with itself, then the given pairs
     std::function<void(const Block&)> visit;
-    std::vector<Sums> open; ///< the row of blocks under way
-    std::size_t rows = 0;   ///< of it, so far
-    std::vector<double>
-        planes; ///< a row of a block, channel by channel, less the block's first pixel, then ones
+    std::vector<Sums> open; ///< the current row of blocks
+    std::size_t rows = 0;   ///< rows added to it so far
+    /// A row of a block, channel by channel, minus the block's first pixel; then ones.
+    std::vector<double> planes;
     std::vector<unsigned short> spread, origins;
-    std::vector<short> differences; ///< like `planes`, of whole numbers
+    std::vector<short> differences; ///< like `planes`, in whole numbers
 };
 
 } // namespace quality

@@ -9,26 +9,27 @@ namespace quality {
 
 /// All indices of an image against a reference.
 struct ReferenceIndices {
-    std::uint64_t pixels = 0; ///< that were compared; without any the numbers mean nothing
+    std::uint64_t pixels = 0; ///< pixels compared; if 0, the other numbers are meaningless
     std::vector<BandErrors> errors;
-    std::vector<double> q;                  ///< a band
-    std::vector<double> spatialCorrelation; ///< a band
+    std::vector<double> q;                  ///< per band
+    std::vector<double> spatialCorrelation; ///< per band
     double meanQ = 0.0;
     double sam = 0.0;   ///< degrees
-    double ergas = 0.0; ///< not a number without a ratio
+    double ergas = 0.0; ///< NaN without a ratio
 };
 
-/// Finds them while the rows of both pass by.
+/// Computes them while the rows of both images are added.
 class Comparison {
 public:
     Comparison(std::size_t imageColumns, std::size_t bandCount);
 
-    /// A pixel counts where `valid` is not 0. Samples of either are doubles or unsigned shorts.
+    /// Adds a row. A pixel counts if `valid` is not 0. Samples of either image are doubles or unsigned
+    /// shorts.
     template <class Image, class Reference>
     void AddRow(const Image* image, const Reference* reference, const unsigned char* valid);
-    /// What is above `below` ends with whole blocks.
+    /// Adds the sums of the rows just below. The rows so far must end with whole blocks.
     void Append(Comparison& below);
-    /// After the last row. `ratio` is the coarse pixel's width over the fine one's, for ERGAS.
+    /// Call it after the last row. `ratio` is the width of a coarse pixel over that of a fine one, for ERGAS.
     [[nodiscard]] ReferenceIndices Find(double ratio);
 
 private:

@@ -13,7 +13,7 @@ template <std::size_t known, class Image, class Reference>
 void ErrorSums::AddPixels(const Image* image, const Reference* reference, const unsigned char* valid,
                           std::size_t columns) {
     const std::size_t bands = known != 0 ? known : sums.size();
-    std::array<Sums, std::max<std::size_t>(known, 1)> own; // which a compiler keeps in registers
+    std::array<Sums, std::max<std::size_t>(known, 1)> own; // which the compiler keeps in registers
     if (known != 0) std::copy_n(sums.begin(), known, own.begin());
     Sums* const all = known != 0 ? own.data() : sums.data();
     for (std::size_t column = 0; column < columns; ++column, image += bands, reference += bands) {

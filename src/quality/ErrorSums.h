@@ -4,17 +4,17 @@
 #include <cstdint>
 #include <vector>
 
-/// How good a fused image is. Images come as rows of numbers, interleaved by pixel, from the top, each with a
-/// byte per pixel that is 0 where the pixel does not count. Nothing but sums is kept of them, so that parts
-/// of an image may be looked at side by side: `Append` adds what was found for the rows just below.
-/// docs/quality.md has the definitions with their sources.
+/// Measures of the quality of a fused image. Images come as rows of numbers, interleaved by pixel, from the
+/// top, each with a byte per pixel that is 0 if the pixel does not count. Only sums are kept, so parts of an
+/// image may be processed in parallel: `Append` adds the sums of the rows just below. docs/quality.md has the
+/// definitions with their sources.
 namespace quality {
 
 /// Errors of one band against a reference.
 struct BandErrors {
-    double bias = 0.0; ///< mean of the image - mean of the reference
+    double bias = 0.0; ///< mean of the image minus mean of the reference, in DN
     double rmse = 0.0;
-    double psnr = 0.0; ///< dB, of the largest reference sample; infinite without an error
+    double psnr = 0.0; ///< dB, against the largest reference sample; infinite without an error
     double mean = 0.0; ///< of the reference
 };
 
@@ -23,14 +23,14 @@ class ErrorSums {
 public:
     explicit ErrorSums(std::size_t bands) : sums(bands) {}
 
-    /// So many pixels. Samples are doubles or unsigned shorts.
+    /// Adds a row of `pixels` pixels. Samples are doubles or unsigned shorts.
     template <class Image, class Reference>
     void AddRow(const Image* image, const Reference* reference, const unsigned char* valid,
                 std::size_t columns);
     void Append(const ErrorSums& below);
 
     [[nodiscard]] std::uint64_t GetCount() const { return count; }
-    /// Not a number throughout before the first pixel.
+    /// All numbers are NaN before the first pixel.
     [[nodiscard]] std::vector<BandErrors> Find() const;
 
 private:
@@ -45,8 +45,8 @@ private:
     std::uint64_t count = 0;
 };
 
-/// ERGAS, 100 / ratio * sqrt(mean over the bands of (rmse / mean)^2), `ratio` the coarse pixel's width over
-/// that of the fine one. Not a number where a band's reference has the mean 0.
+/// ERGAS (Wald 2000): 100 / ratio * sqrt(mean over the bands of (rmse / mean)^2), where `ratio` is the width
+/// of a coarse pixel over that of a fine one. NaN if the reference of a band has the mean 0.
 [[nodiscard]] double Ergas(const std::vector<BandErrors>& bands, double ratio);
 
 } // namespace quality

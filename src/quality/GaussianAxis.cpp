@@ -9,7 +9,7 @@ namespace quality {
 namespace {
 
 constexpr double reach = 3.5; // standard deviations
-/// A Gaussian this narrow, in fine pixels, sees the nearest of them alone, and still has a weight there.
+/// A Gaussian this narrow, in fine pixels, uses only the nearest pixel, and its weight is still above 0.
 constexpr double leastSigma = 0.02;
 
 } // namespace
@@ -29,7 +29,7 @@ GaussianAxis::GaussianAxis(std::span<const Target> targets, double step, std::sp
         taps.back().count = static_cast<std::size_t>(last - first + 1);
         for (std::size_t band = 0; band < transfers.size(); ++band) {
             double sum = 0.0;
-            // All weights of one that is narrower still are 0: then this one's are taken.
+            // For a narrower one all weights are 0: then this one's are used.
             for (double sigma = step * SigmaOf(transfers[band]); sum == 0.0; sigma = leastSigma) {
                 weights[band].resize(taps.back().weights);
                 for (std::int64_t i = first; i <= last; ++i) {

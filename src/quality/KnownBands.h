@@ -5,8 +5,8 @@
 
 namespace quality {
 
-/// Calls `function` with the number of bands as a constant, which loops over bands are fast with, or with 0
-/// where it is not one of the usual ones.
+/// Calls `function` with the number of bands as a compile-time constant, which makes loops over bands fast,
+/// or with 0 if it is not one of the usual numbers.
 template <class Function>
 void WithKnownBands(std::size_t bands, const Function& function) {
     switch (bands) {

@@ -7,7 +7,7 @@ namespace quality {
 
 namespace {
 
-/// Of each image, one after the other: of its bands, then of them with pan.
+/// For each image in turn: the pairs of its bands, then of each band with pan.
 std::vector<ChannelPair> PairsWithPan(std::size_t bands, std::size_t images) {
     std::vector<ChannelPair> pairs;
     const std::size_t pan = bands * images;

@@ -4,16 +4,16 @@
 
 namespace quality {
 
-/// What Q says of one scale of a pair, for images on the same pixels: of every two bands of an image, and of
+/// The index Q at one scale of a pair, for images on the same pixels: of every two bands of an image, and of
 /// every band with pan.
 class ScaleIndices {
 public:
     /// `bandCount` bands per image, blocks of `side` x `side` pixels.
     ScaleIndices(std::size_t imageColumns, std::size_t bandCount, std::size_t imageCount, std::size_t side);
 
-    /// The bands of one image after those of another, then pan.
+    /// Adds a row: the bands of each image in turn, then pan.
     void AddRow(std::span<const Channels> row, const unsigned char* valid) { index.AddRow(row, valid); }
-    /// What is above `below` ends with whole blocks.
+    /// Adds the sums of the rows just below. The rows so far must end with whole blocks.
     void Append(ScaleIndices& below) { index.Append(below.index); }
 
     struct Found {
@@ -27,11 +27,10 @@ private:
     UniversalIndex index;
 };
 
-/// The side of the blocks on the coarse grid that are as large on the ground as those on the fine one; at
-/// least 2.
+/// The side of blocks on the coarse grid that cover the same ground as those on the fine grid; at least 2.
 [[nodiscard]] std::size_t CoarseBlockSide(double ratio);
 
-/// How far Q moved from the coarse scale to the fine one: the mean of |fine - coarse|. 0 for no numbers.
+/// How much Q differs between the coarse and the fine scale: the mean of |fine - coarse|. 0 without numbers.
 [[nodiscard]] double Distortion(const std::vector<double>& fine, const std::vector<double>& coarse);
 
 } // namespace quality

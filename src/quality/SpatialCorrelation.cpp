@@ -35,7 +35,7 @@ void SpatialCorrelation::AddLast() {
 }
 
 void SpatialCorrelation::Append(const SpatialCorrelation& below) {
-    // The rows at the seam are the middle ones of three only now.
+    // Only now do the rows at the seam have a row above and below.
     for (std::size_t i = 0; i < std::min(below.seen, first.size()); ++i) {
         std::rotate(rows.begin(), rows.begin() + 1, rows.end());
         rows[2] = below.first[i];
@@ -74,7 +74,7 @@ void SpatialCorrelation::AddMiddle() {
 template <std::size_t known>
 void SpatialCorrelation::AddProducts(std::integral_constant<std::size_t, known>) {
     const std::size_t length = known != 0 ? known : bands;
-    std::array<Sums, std::max<std::size_t>(known, 1)> own; // which a compiler keeps in registers
+    std::array<Sums, std::max<std::size_t>(known, 1)> own; // which the compiler keeps in registers
     if (known != 0) std::copy_n(sums.begin(), known, own.begin());
     Sums* const all = known != 0 ? own.data() : sums.data();
     for (std::size_t column = 1; column + 1 < columns; ++column) {

@@ -8,27 +8,27 @@
 
 namespace quality {
 
-/// The correlation of two images' detail, band by band: of what the filter
+/// The correlation of the detail of two images, band by band. Detail is the result of the filter
 ///
 ///     -1 -1 -1
 ///     -1  8 -1
 ///     -1 -1 -1
 ///
-/// leaves of them. Pixels count whose neighbours lie within the image and all count.
+/// A pixel counts if all its neighbours lie within the image and count as well.
 class SpatialCorrelation {
 public:
     SpatialCorrelation(std::size_t imageColumns, std::size_t bandCount);
 
-    /// Samples are doubles or unsigned shorts.
+    /// Adds a row. Samples are doubles or unsigned shorts.
     template <class Image, class Reference>
     void AddRow(const Image* image, const Reference* reference, const unsigned char* valid);
     void Append(const SpatialCorrelation& below);
-    /// 1 where both have no detail, 0 where one has none. Not a number when no pixel counted.
+    /// 1 if neither has detail, 0 if only one has. NaN when no pixel counted.
     [[nodiscard]] std::vector<double> Find() const;
 
 private:
     struct Row {
-        std::vector<double> both; ///< the bands of the image and then those of the reference a pixel
+        std::vector<double> both; ///< per pixel: the bands of the image, then those of the reference
         std::vector<unsigned char> valid;
     };
     struct Sums {
@@ -40,11 +40,12 @@ private:
     void AddProducts(std::integral_constant<std::size_t, known> knownBands);
 
     std::size_t columns, bands;
-    std::array<Row, 3> rows;  ///< the latest last
-    std::array<Row, 2> first; ///< the first ones, for what is above them
+    std::array<Row, 3> rows;  ///< the latest row last
+    std::array<Row, 2> first; ///< the first two, to be joined with the rows above
     std::size_t seen = 0;
-    std::vector<double> down, detail;  ///< of the middle row: three rows added up, and what the filter leaves
-    std::vector<unsigned char> counts; ///< where all three rows do
+    std::vector<double> down, detail;  ///< of the middle row: the sum of three rows, and the result of the
+                                       ///< filter
+    std::vector<unsigned char> counts; ///< where all three rows count
     std::vector<Sums> sums;
     std::uint64_t count = 0;
 };

@@ -23,7 +23,7 @@ void SpectralAngle::AddRow(const Image* image, const Reference* reference, const
                 referenceSquares += y * y;
             }
             if (imageSquares == 0.0 || referenceSquares == 0.0) continue;
-            // One root of the product: spectra that are multiples of each other have the cosine 1 exactly.
+            // One root of the product, so that the cosine of proportional spectra is exactly 1.
             const double cosine = product / std::sqrt(imageSquares * referenceSquares);
             sum += std::acos(std::clamp(cosine, -1.0, 1.0));
             ++count;

@@ -5,13 +5,13 @@
 
 namespace quality {
 
-/// The mean angle between the spectra of two images (SAM). Pixels where one of the two is 0 in all bands have
-/// no angle and do not count.
+/// The mean angle between the spectra of two images (SAM). Pixels where one of them is 0 in all bands have no
+/// angle and do not count.
 class SpectralAngle {
 public:
     explicit SpectralAngle(std::size_t bandCount) : bands(bandCount) {}
 
-    /// So many pixels. Samples are doubles or unsigned shorts.
+    /// Adds a row of `pixels` pixels. Samples are doubles or unsigned shorts.
     template <class Image, class Reference>
     void AddRow(const Image* image, const Reference* reference, const unsigned char* valid,
                 std::size_t columns);
@@ -19,7 +19,7 @@ public:
         sum += below.sum;
         count += below.count;
     }
-    /// Degrees; not a number when no pixel counted.
+    /// In degrees; NaN when no pixel counted.
     [[nodiscard]] double Find() const;
 
 private:

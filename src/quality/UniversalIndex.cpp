@@ -7,8 +7,8 @@ namespace quality {
 
 namespace {
 
-/// How near two numbers are, 1 when they are the same: 2ab / (a^2 + b^2) given the product and the squares.
-/// Where both are 0 there is no difference.
+/// How near two numbers are, 1 when they are equal: 2ab / (a^2 + b^2), from the product and the sum of
+/// squares. Two zeros count as equal.
 double Nearness(double product, double squares) { return squares == 0.0 ? 1.0 : 2.0 * product / squares; }
 
 /// The sign of the product of two units, which is unit i xor j: (a, b)(c, d) = (ac - d*b, da + bc*).

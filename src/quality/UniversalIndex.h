@@ -7,7 +7,8 @@ namespace quality {
 /// Pixels across and down a block at the finest scale.
 inline constexpr std::size_t blockSide = 32;
 
-/// Q of pairs of channels: the mean over the blocks, each by the pixels that count in it.
+/// Q (Wang and Bovik 2002) of pairs of channels: the mean over the blocks, weighted by the pixels that count
+/// in each.
 class UniversalIndex {
 public:
     UniversalIndex(std::size_t columns, std::size_t channels, std::size_t side,
@@ -18,9 +19,9 @@ public:
     void AddRow(std::span<const Channels> images, const unsigned char* valid) {
         moments.AddRow(images, valid);
     }
-    /// What is above `below` ends with whole blocks.
+    /// Adds the sums of the rows just below. The rows so far must end with whole blocks.
     void Append(UniversalIndex& below);
-    /// One number a pair, not a number when no pixel counted. After the last row.
+    /// One number per pair; NaN when no pixel counted. Call it after the last row.
     [[nodiscard]] std::vector<double> Find();
 
 private:
@@ -31,8 +32,8 @@ private:
     BlockMoments moments;
 };
 
-/// Q2n, the index of two images as a whole: pixels as numbers with a component for every band, in as many
-/// dimensions as the next power of 2. Channels are the bands of the image and then those of the reference.
+/// Q2n, the index of two images as a whole: a pixel is a hypercomplex number with a component per band, in as
+/// many dimensions as the next power of 2. Channels are the bands of the image, then those of the reference.
 class HypercomplexIndex {
 public:
     HypercomplexIndex(std::size_t columns, std::size_t bandCount, std::size_t side);
@@ -42,7 +43,7 @@ public:
     void AddRow(std::span<const Channels> images, const unsigned char* valid) {
         moments.AddRow(images, valid);
     }
-    /// What is above `below` ends with whole blocks.
+    /// Adds the sums of the rows just below. The rows so far must end with whole blocks.
     void Append(HypercomplexIndex& below);
     [[nodiscard]] double Find();
 
@@ -52,7 +53,7 @@ private:
     std::size_t bands;
     double sum = 0.0;
     std::uint64_t pixels = 0;
-    std::vector<int> signs; ///< of unit i times the conjugate of unit j, i first
+    std::vector<int> signs; ///< of unit i times the conjugate of unit j, by i first
     BlockMoments moments;
 };
 
