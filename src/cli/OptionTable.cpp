@@ -326,6 +326,10 @@ bool SaysHowToFuse(const OptionEntry& option) {
            option.read == ReadSettingsFile;
 }
 
+bool ChoosesBands(const OptionEntry& option) {
+    return option.read == ReadBands || option.read == ReadNaturalColours;
+}
+
 std::string HelpOf(const OptionEntry& option) {
     std::string help(option.help);
     if (option.repeatable) help += "; may be repeated";

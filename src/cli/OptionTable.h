@@ -68,6 +68,8 @@ extern const OptionEntry simd, version, optionsJson, help;
 
 /// True for an option that a description of the scene leaves no room for.
 [[nodiscard]] bool SaysHowToFuse(const OptionEntry& option);
+/// True for one that says which of the bands to write, whose pixels are the same whatever others are written.
+[[nodiscard]] bool ChoosesBands(const OptionEntry& option);
 
 /// The entry of the program, for when no command is named.
 [[nodiscard]] const CommandEntry& Program();

@@ -23,12 +23,17 @@ bool NamesScene(const std::string& name) {
 }
 
 void TakeScene(const std::string& file, const CommandLine& line, Arguments& to) {
-    for (const OptionEntry& option : line.GetCommand().options)
-        if (SaysHowToFuse(option) && line.Has(option))
+    const bool writesPixels = line.GetCommand().name == "sharpen"; // what opens a scene relies on its bands
+    bool choosesBands = false;
+    for (const OptionEntry& option : line.GetCommand().options) {
+        if (!SaysHowToFuse(option) || !line.Has(option)) continue;
+        choosesBands = choosesBands || ChoosesBands(option);
+        if (!writesPixels || !ChoosesBands(option))
             throw UsageError(
                 std::string(option.Key()) + ": '" + file +
                 "' says already how the scene is fused; leave the option out, or name the images "
                 "in place of the description");
+    }
     Status status;
     rasterhost::SceneRecord record;
     if (!rasterhost::ReadSceneFile(file, record, status)) throw UsageError(status.GetItem(0).message);
@@ -36,6 +41,7 @@ void TakeScene(const std::string& file, const CommandLine& line, Arguments& to) 
     static_cast<rasterhost::PairRequest&>(to) = static_cast<const rasterhost::PairRequest&>(request);
     static_cast<rasterhost::FusionRequest&>(to) = static_cast<const rasterhost::FusionRequest&>(request);
     to.alpha = request.alpha;
+    if (choosesBands) to.bands.clear(); // the option's reader says which
     to.otherFiles.emplace_back(file, "the description of the scene");
     to.scene = std::move(record);
 }

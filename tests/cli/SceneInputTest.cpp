@@ -39,6 +39,11 @@ TEST(SceneInput, StandsWhereAPairMayStand) {
          "2 bands",
          "once.tif"},
         {{"sharpen", "scene.json", "-o", "twice.tif"}, 0, "2 bands", "twice.tif"},
+        {{"sharpen", "scene.json", "-o", "chosen.tif", "-b", "3,2"}, 0, "2 bands", "chosen.tif"},
+        {{"sharpen", "pan.tif", "ms.tif", "-o", "3_2.tif", "-b", "3,2", "-r", "bilinear"},
+         0,
+         "2 bands",
+         "3_2.tif"},
         {{"sharpen", "a.pansharp", "-o", "b.tif", "--dry-run"}, 0, "bands"},
         {{"sharpen", "pan.tif", "ms.tif", "-o", "b.pansharp", "--dry-run"}, 0, "bands"},
         {{"sharpen", "pan.tif", "ms.tif", "-o", "a.pansharp", "--dry-run"}, 1, "exists"},
@@ -76,6 +81,7 @@ TEST(SceneInput, StandsWhereAPairMayStand) {
         EXPECT_THAT(folder.List(), testing::UnorderedElementsAreArray(expected));
     }
     EXPECT_EQ(testfiles::ReadText(folder / "once.tif"), testfiles::ReadText(folder / "twice.tif"));
+    EXPECT_EQ(testfiles::ReadText(folder / "chosen.tif"), testfiles::ReadText(folder / "3_2.tif"));
 
     std::ofstream(folder / "a.pansharp.ovr") << "of what was there before";
     const child::Outcome replaced =

@@ -29,6 +29,7 @@ constexpr ProductKind productKinds[] = {
     {"WorldView, GeoEye and QuickBird", FindWorldView},
     {"STAC item", FindStac},
     {"a folder with the names of bands, such as pan.tif and ms.tif", FindPlain},
+    {"the numbers of Landsat's bands, such as x_B8.tif and x_B4.tif", FindNumbered},
 };
 
 bool IsMetadataName(const std::string& name) {

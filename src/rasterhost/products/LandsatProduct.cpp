@@ -69,7 +69,7 @@ std::string AnyCase(const std::string& name) { return FolderPart(name) + ToLower
 
 std::optional<BandFile> ReadName(const std::string& name) {
     // LC08_L1TP_..._B8.TIF, and LC8... of before the collections.
-    static const std::regex pattern("^(L[COE]0?([789]).{8,120}?)_(SR_|ST_)?B([0-9]{1,2}(_VCID_[12])?)$",
+    static const std::regex pattern("^(L[COE]0?([789]).{0,120}?)_(SR_|ST_)?B([0-9]{1,2}(_VCID_[12])?)$",
                                     std::regex::icase);
     std::smatch parts;
     const std::string stem = StemPart(name);
@@ -78,6 +78,17 @@ std::optional<BandFile> ReadName(const std::string& name) {
         return std::nullopt;
     if (parts[3].matched) return std::nullopt; // of Level-2
     return BandFile{FolderPart(name) + parts[1].str(), parts[2].str()[0], ToUpper(parts[4].str())};
+}
+
+/// The same of scene_B8.TIF or B8.TIF, in which nothing tells the satellite.
+std::optional<BandFile> ReadNumber(const std::string& name) {
+    static const std::regex pattern("^((.{1,150})[-_. ])?B(8A|[1-9]|1[0-2]|6_VCID_[12])$", std::regex::icase);
+    std::smatch parts;
+    const std::string stem = StemPart(name);
+    constexpr std::size_t longest = 160;
+    if (!IsRasterName(name) || stem.size() > longest || !std::regex_match(stem, parts, pattern))
+        return std::nullopt;
+    return BandFile{FolderPart(name) + parts[2].str(), 0, ToUpper(parts[3].str())};
 }
 
 /// Puts the bands, by their numbers, where they belong.
@@ -181,6 +192,35 @@ Product ReadMetadata(const ProductFiles& files, const std::string& name) {
     return product;
 }
 
+/// "B2 blue, B3 green" of the bands that are there.
+template <std::size_t N>
+std::string ListBands(const LandsatBand (&bands)[N], const std::map<std::string, std::string>& files) {
+    std::string text;
+    for (const LandsatBand& band : bands)
+        if (files.contains(band.number) && band.name != std::string("pan"))
+            text += FormatString("%sB%s %s", text.empty() ? "" : ", ", band.number, band.name);
+    return text;
+}
+
+Product ReadNumbers(const BandFiles& scene, const ProductFiles& files) {
+    Product product;
+    const auto has = [&](const char* band) { return scene.bands.contains(band); };
+    const bool isSeven = has("6_VCID_1") || has("6_VCID_2"), isEight = has("9") || has("10");
+    TakeBands(isSeven ? '7' : '8', scene.bands, files, product);
+    product.kind = isSeven ? "Landsat 7 Level-1" : isEight ? "Landsat 8 or 9 Level-1" : "numbered bands";
+    if (has("8A") || has("12")) {
+        product.kind = "numbered bands";
+        product.fault = "its numbers are those of Sentinel-2, which has no pan band; name the files if it is "
+                        "another: PAN MS ...";
+    } else if (isSeven == isEight) {
+        product.fault = "its numbers may be of Landsat 8 or 9 (" + ListBands(oliBands, scene.bands) +
+                        "), of Landsat 7 (" + ListBands(etmBands, scene.bands) +
+                        "), or of Sentinel-2, which has no pan band. Name the files: PAN MS ...; or put "
+                        "LC08_ or LE07_ before their names";
+    }
+    return product;
+}
+
 } // namespace
 
 void FindLandsat(const ProductFiles& files, std::vector<Product>& found) {
@@ -204,6 +244,21 @@ void FindLandsat(const ProductFiles& files, std::vector<Product>& found) {
         Product& product = found.emplace_back();
         product.name = LastPart(scene.product);
         TakeBands(scene.satellite, scene.bands, files, product);
+    }
+}
+
+void FindNumbered(const ProductFiles& files, std::vector<Product>& found) {
+    std::map<std::string, BandFiles> scenes;
+    for (const std::string& name : files.GetNames())
+        if (const auto file = ReadNumber(name)) {
+            BandFiles& scene = scenes[AnyCase(file->product)];
+            scene.product = file->product;
+            scene.bands[file->band] = name;
+        }
+    for (const auto& [key, scene] : scenes) {
+        if (!scene.bands.contains("8") || scene.bands.size() < 2) continue;
+        found.push_back(ReadNumbers(scene, files));
+        found.back().name = LastPart(scene.product);
     }
 }
 

@@ -54,46 +54,87 @@ std::vector<std::string> NamesOfLetters(const std::string& word) {
     return names;
 }
 
+/// What stands around the only word of a stem that a band or all bands are called by, and that word.
+CutWord CutOnlyWord(const std::string& stem) {
+    CutWord cut;
+    for (std::size_t from = 0, to = 0; to != std::string::npos; from = to + 1) {
+        to = stem.find_first_of(betweenWords, from);
+        const std::string word = ToLower(stem.substr(from, to - from));
+        if (!IsAllBands(word) && (word.size() < 2 || FindBandName(word).empty())) continue;
+        if (!cut.second.empty()) return {};
+        cut = {stem.substr(0, from) + '*' + (to == std::string::npos ? "" : stem.substr(to)), word};
+    }
+    return cut;
+}
+
+/// A file, and the word in its name that tells what it has.
+using WordFile = std::pair<std::string, std::string>;
+
+/// One letter is a name only among others of its kind: p beside bands, and r, g and b together.
+void DropLetters(std::vector<WordFile>& files) {
+    const auto has = [&](const char* word) { return std::ranges::count(files, word, &WordFile::second) > 0; };
+    const bool hasColours = has("r") && has("g") && has("b");
+    const bool hasWords = std::ranges::any_of(
+        files, [](const WordFile& file) { return file.second.size() > 1 && file.second != "pan"; });
+    std::erase_if(files, [&](const WordFile& file) {
+        return file.second.size() == 1 && !(hasColours || (file.second == "p" && hasWords));
+    });
+}
+
+void TakeFile(const std::string& path, const std::string& word, Product& product) {
+    const std::string band = FindBandName(word);
+    const std::vector<std::string> letters = NamesOfLetters(word);
+    if (!letters.empty()) {
+        for (std::size_t i = 0; i < letters.size(); ++i)
+            product.bands.push_back({path, static_cast<int>(i) + 1, letters[i]});
+    } else if (IsAllBands(word)) {
+        product.bands.push_back({path, {}});
+    } else if (band == "pan") {
+        if (!product.pan.file.empty())
+            product.fault = "'" + product.pan.file + "' and '" + path + "' are both called pan";
+        product.pan = {path, {}, "pan"};
+    } else if (band == "thermal" || band == "cirrus") {
+        product.leftOut.emplace_back(LastPart(path), band + ": pan does not see that light");
+    } else {
+        product.bands.push_back({path, {}, band});
+    }
+}
+
+/// Says which files may be the same bands.
+void CheckBands(Product& product) {
+    if (product.bands.empty()) product.fault = "it has a pan and no multispectral bands beside it";
+    std::set<std::string> names, files;
+    for (const InputBand& band : product.bands) {
+        names.insert(band.name);
+        files.insert(LastPart(band.file));
+    }
+    if (names.size() == product.bands.size() && (!names.contains("") || names.size() == 1)) return;
+    product.fault = "several of its files may be the multispectral bands:";
+    for (const std::string& file : files)
+        product.fault += " '" + file + "'";
+    product.fault += "; name those to take: PAN MS ...";
+}
+
 /// Adds the products whose files have the name of their band where `cut` takes it from.
 void FindNamed(const ProductFiles& files, CutWord (*cut)(const std::string& stem),
                std::vector<Product>& found) {
-    std::map<std::string, Product> products;
+    std::map<std::string, std::vector<WordFile>> scenes;
     for (const std::string& name : files.GetNames()) {
         if (!IsRasterName(name)) continue;
         auto [others, word] = cut(StemPart(name));
         if (const auto [rest, next] = cut(others); IsAllBands(next)) others = rest; // as in ms_bgrn
-        const std::string band = FindBandName(word);
-        const std::vector<std::string> letters = NamesOfLetters(word);
-        const bool isKnown = (!band.empty() && word.size() > 1) || IsAllBands(word) || !letters.empty();
-        if (!isKnown) continue;
-        Product& product = products[FolderPart(name) + others];
-        product.name = others;
-        const std::string path = files.PathOf(name);
-        if (!letters.empty()) {
-            for (std::size_t i = 0; i < letters.size(); ++i)
-                product.bands.push_back({path, static_cast<int>(i) + 1, letters[i]});
-        } else if (IsAllBands(word)) {
-            product.bands.push_back({path, {}});
-        } else if (band == "pan") {
-            if (!product.pan.file.empty())
-                product.fault = "'" + product.pan.file + "' and '" + path + "' are both called pan";
-            product.pan = {path, {}, "pan"};
-        } else if (band == "thermal" || band == "cirrus") {
-            product.leftOut.emplace_back(LastPart(name), band + ": pan does not see that light");
-        } else {
-            product.bands.push_back({path, {}, band});
-        }
+        if (IsAllBands(word) || !FindBandName(word).empty() || !NamesOfLetters(word).empty())
+            scenes[FolderPart(name) + others].emplace_back(name, word);
     }
-    for (auto& [key, product] : products) {
+    for (auto& [key, named] : scenes) {
+        DropLetters(named);
+        Product product;
+        product.name = LastPart(key);
+        for (const auto& [name, word] : named)
+            TakeFile(files.PathOf(name), word, product);
         if (product.pan.file.empty()) continue; // without pan it is only a picture
         product.kind = "folder with the names of bands";
-        if (product.bands.empty()) product.fault = "it has a pan and no multispectral bands beside it";
-        std::set<std::string> names;
-        for (const InputBand& band : product.bands)
-            names.insert(band.name);
-        if (names.size() < product.bands.size() || (names.contains("") && names.size() > 1))
-            product.fault =
-                "several of its files may be the multispectral bands; name those to take: PAN MS ...";
+        CheckBands(product);
         SortBySpectrum(product.bands);
         found.push_back(std::move(product));
     }
@@ -101,10 +142,11 @@ void FindNamed(const ProductFiles& files, CutWord (*cut)(const std::string& stem
 
 } // namespace
 
-/// pan.tif, red.tif, green.tif, ...; or pan.tif and ms.tif; all with the same words before, or else behind.
+/// pan.tif, red.tif, green.tif, ...; or pan.tif and ms.tif; all with the same words before, or else behind,
+/// or around.
 void FindPlain(const ProductFiles& files, std::vector<Product>& found) {
-    FindNamed(files, CutLastWord, found);
-    if (found.empty()) FindNamed(files, CutFirstWord, found);
+    for (const auto cut : {CutLastWord, CutFirstWord, CutOnlyWord})
+        if (found.empty()) FindNamed(files, cut, found);
 }
 
 } // namespace rasterhost

@@ -10,6 +10,7 @@ void FindLandsat(const ProductFiles& files, std::vector<Product>& found);
 void FindDimap(const ProductFiles& files, std::vector<Product>& found);
 void FindWorldView(const ProductFiles& files, std::vector<Product>& found);
 void FindStac(const ProductFiles& files, std::vector<Product>& found);
+void FindNumbered(const ProductFiles& files, std::vector<Product>& found);
 void FindPlain(const ProductFiles& files, std::vector<Product>& found);
 
 } // namespace rasterhost

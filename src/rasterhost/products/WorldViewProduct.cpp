@@ -54,6 +54,26 @@ std::optional<std::string> FindImage(const ProductFiles& files, const std::strin
     return std::nullopt;
 }
 
+/// What keeps GDAL from putting the tiles together, which it looks for by their exact names; empty for
+/// nothing.
+std::string FindTileFault(const ProductFiles& files, const std::string& til) {
+    std::string fault;
+    const auto tiles = files.Read(til, fault);
+    if (!tiles) return {}; // GDAL says what is wrong with it
+    for (const Metadata& tile : tiles->parts) {
+        const std::string wanted = tile.Get("filename");
+        if (wanted.empty()) continue;
+        const auto file = files.FindBeside(til, wanted);
+        if (!file) return "'" + LastPart(til) + "' names '" + wanted + "', and there is no such file";
+        if (LastPart(*file) != wanted)
+            return "'" + LastPart(til) + "' names '" + wanted + "', and the file is called '" +
+                   LastPart(*file) +
+                   "'; rename it and those like it, or make a mosaic with gdalbuildvrt and "
+                   "name that: PAN MS ...";
+    }
+    return {};
+}
+
 void TakeImd(const ProductFiles& files, const std::string& name, const Metadata& imd, ProductPart& part) {
     Product& product = part.product;
     const std::string id = imd.SearchText("satId");
@@ -72,6 +92,7 @@ void TakeImd(const ProductFiles& files, const std::string& name, const Metadata&
         product.leftOut.emplace_back(LastPart(*image), "it is sharpened already");
         return;
     }
+    if (ToLower(*image).ends_with(".til")) product.fault = FindTileFault(files, *image);
     int number = 0;
     for (const Metadata& group : imd.parts)
         for (const ImdBand& band : imdBands)

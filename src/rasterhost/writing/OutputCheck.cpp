@@ -42,6 +42,13 @@ bool CheckFormat(const OutputPlan& plan, Status& status) {
         return Refuse(status, FormatString("GDAL reads the format '%s' and does not write it; gdalinfo "
                                            "--formats lists those with a w",
                                            name));
+    // A JPEG of 12 bits is another format to nearly all programs.
+    if (plan.bits > plan.format.keptBits && !plan.isPicture)
+        return Refuse(status,
+                      FormatString("the format '%s' keeps %u of the %u bits of a sample%s; --byte makes 8 "
+                                   "bits of them, to be looked at, and GTiff and PNG keep all",
+                                   name, plan.format.keptBits, plan.bits,
+                                   plan.format.keptBits > 8 ? ", in files that few programs open" : ""));
     return CheckCreationOptions(*driver, plan, status);
 }
 

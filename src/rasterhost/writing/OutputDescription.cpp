@@ -126,4 +126,14 @@ void DescribeOutput(const Scene& scene, const hostkit::PixelRect& part, const Ou
         output.GetRasterBand(static_cast<int>(rules.bands) + 1)->SetColorInterpretation(GCI_AlphaBand);
 }
 
+void CarryImagery(GDALDataset& described, GDALDataset& copy) {
+    const auto carry = [](GDALMajorObject& from, GDALMajorObject& to) {
+        if (char** items = from.GetMetadata(imageryDomain); items && *items)
+            to.SetMetadata(items, imageryDomain);
+    };
+    carry(described, copy);
+    for (int band = 1; band <= std::min(described.GetRasterCount(), copy.GetRasterCount()); ++band)
+        carry(*described.GetRasterBand(band), *copy.GetRasterBand(band));
+}
+
 } // namespace rasterhost

@@ -32,4 +32,7 @@ using OutputMetadata = std::vector<std::pair<std::string, std::string>>;
 void DescribeOutput(const Scene& scene, const hostkit::PixelRect& part, const imagery::OutputRules& rules,
                     const OutputMetadata& metadata, GDALDataset& output);
 
+/// Gives a copy what GDAL's copying leaves out: when the image was taken, and the wavelengths of its bands.
+void CarryImagery(GDALDataset& described, GDALDataset& copy);
+
 } // namespace rasterhost

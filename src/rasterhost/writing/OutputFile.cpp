@@ -1,7 +1,6 @@
 #include "rasterhost/writing/OutputFile.h"
 
 #include "fundament/Text.h"
-#include "rasterhost/reading/BandNames.h"
 #include "rasterhost/requests/CacheLimit.h"
 #include "rasterhost/requests/GdalErrors.h"
 #include "rasterhost/writing/CogWriter.h"
@@ -162,10 +161,12 @@ bool OutputFile::Copy(const std::function<bool(double)>& progress, Status& statu
                      ->CreateCopy(folder.GetFile().c_str(), source, FALSE, options.List(), report, &written)
                : nullptr);
     const bool isCopied = copied != nullptr;
-    // No copy of GDAL's has it. A COG would lose its layout: what is added to it goes to the end of the file.
-    if (char** imagery = made ? made->GetMetadata(imageryDomain) : nullptr;
-        isCopied && plan.isPicture && imagery && !EQUAL(plan.format.name.c_str(), "COG"))
-        copied->SetMetadata(imagery, imageryDomain);
+    // What is added to a COG would lose its layout; of a file that is only read, GDAL puts it beside.
+    if (isCopied && EQUAL(plan.format.name.c_str(), "COG")) {
+        copied.reset();
+        copied.reset(GDALDataset::Open(folder.GetFile().c_str(), GDAL_OF_RASTER));
+    }
+    if (copied) CarryImagery(*made, *copied);
     copied.reset();
     return (isCopied && !errors.HasFailed()) || FailToComplete(errors.Reason(), status);
 }

@@ -3,6 +3,7 @@
 #include "rasterhost/requests/HostStatus.h"
 #include "rasterhost/requests/Requests.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,6 +18,7 @@ struct OutputFormat {
     bool isTiff = false;   ///< GeoTIFF: how its pixels lie is decided here
     bool isCopied = false; ///< GDAL makes it only as a copy of a finished image, as COG, PNG, JPEG 2000
     const char* softwareItem = "Software"; ///< of the metadata, names the program
+    std::uint32_t keptBits = 16;           ///< of a sample, where GDAL takes more and cuts or clips them
     /// For a format that is lossy by default but need not be: the options by which a request chooses the
     /// quality itself, and the options that keep every sample.
     std::vector<const char*> qualityOptions = {};

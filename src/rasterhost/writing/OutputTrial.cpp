@@ -94,16 +94,24 @@ bool TryOutput(const SharpenRequest& request, const Scene& scene, OutputPlan& pl
                     "--rgb or --bands",
                     plan.format.name.c_str(), bands);
     const std::string file = folder.GetSpare(std::filesystem::path(folder.GetPlace()).filename().string());
-    std::string reason = Trial(request, scene, plan).Make(file);
-    if (reason.empty() && !LookAt(file).exists) reason = ": it writes no file";
+    const auto make = [&](OutputPlan& tried) {
+        std::string reason = Trial(request, scene, tried).Make(file);
+        if (reason.empty() && !LookAt(file).exists) reason = ": it writes no file";
+        return reason;
+    };
+    const std::string reason = make(plan);
     names = folder.ListSpare();
     folder.ClearSpare();
-    return reason.empty() ||
-           Fail(status, HostStatus::OutputRefused,
+    if (reason.empty()) return true;
+    OutputPlan picture = plan;
+    picture.isPicture = picture.format.isCopied = true;
+    const bool helps = !plan.isPicture && plan.bits > 8 && make(picture).empty();
+    folder.ClearSpare();
+    return Fail(status, HostStatus::OutputRefused,
                 "the format '%s' cannot hold an image of %u bands of %u bits with the creation "
-                "options given%s",
+                "options given%s%s",
                 plan.format.name.c_str(), plan.rules.GetFileBands(), plan.isPicture ? 8 : plan.bits,
-                reason.c_str());
+                reason.c_str(), helps ? "; --byte makes 8 bits of them, to be looked at" : "");
 }
 
 } // namespace rasterhost

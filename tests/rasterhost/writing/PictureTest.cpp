@@ -43,7 +43,10 @@ TEST(Picture, IsWrittenInFourFormats) {
         return 300 + 90 * band + (column * 7 + row * 5) % 90;
     };
     request.pan = {folder.Write("pan.tif", {64, 64, 1, GDT_UInt16, Grid(1.0), {}}, ground), {}};
-    request.multispectral = {{folder.Write("ms.tif", {32, 32, 3, GDT_UInt16, Grid(2.0), {}}, ground), {}}};
+    const std::string ms = folder.Write("ms.tif", {32, 32, 3, GDT_UInt16, Grid(2.0), {}}, ground);
+    request.multispectral = {{ms, 1, "red", 0.66}, {ms, 2, "green", 0.56}, {ms, 3, "blue", 0.48}};
+    request.output = folder / "bits.jpg";
+    EXPECT_THAT(RunSharpen(request).status.ToText(), testing::HasSubstr("keeps 12 of the 16 bits"));
     request.isPicture = true;
     request.acquired = "2020-01-02";
     for (const std::string name : {"look.png", "look.jpg", "cog.tif", "look.tif"}) {
@@ -53,7 +56,12 @@ TEST(Picture, IsWrittenInFourFormats) {
         EXPECT_EQ(RunWell(request).report.bitsPerSample, 8u);
         GDALDatasetUniquePtr made(GDALDataset::Open(request.output.c_str()));
         ASSERT_TRUE(made);
-        EXPECT_EQ(made->GetRasterBand(3)->GetRasterDataType(), GDT_Byte);
+        GDALRasterBand& band = *made->GetRasterBand(3);
+        EXPECT_EQ(band.GetRasterDataType(), GDT_Byte);
+        EXPECT_STREQ(band.GetDescription(), "blue");
+        EXPECT_EQ(band.GetColorInterpretation(), GCI_BlueBand);
+        EXPECT_STREQ(band.GetMetadataItem("CENTRAL_WAVELENGTH_UM", "IMAGERY"), "0.48");
+        EXPECT_STREQ(made->GetMetadataItem("ACQUISITIONDATETIME", "IMAGERY"), "2020-01-02");
         if (request.format == "COG") { // its directory comes first
             EXPECT_EQ(ReadText(request.output).substr(4, 4), std::string("\xC0\0\0\0", 4));
         }
