@@ -4,26 +4,26 @@
 #include "rasterhost/requests/HostStatus.h"
 #include "rasterhost/requests/Requests.h"
 
-/// How good a fused image is: against the truth, or against the pair that it was made of.
+/// Measures the quality of a fused image, against the truth or against the pair that it was made from.
 namespace rasterhost {
 
 using imagery::PairIndices;
 using imagery::SensorBlur;
 
-/// What the images of a pair are degraded with.
+/// The blur that the images of a pair are degraded with.
 struct BlurOptions {
-    SensorBlur blur; ///< of all multispectral bands, in their order, that of an infrared band last
+    SensorBlur blur; ///< of all multispectral bands, in order, then of the infrared band
 };
 
-/// An image, and what it is to be assessed by if that is not a pair.
+/// The image to assess, and its reference if there is no pair.
 struct AssessOptions {
     std::vector<InputBand> fused;
-    std::vector<InputBand> reference; ///< of the same bands and pixels; either this or the pair
-    std::optional<double> ratio;      ///< coarse pixel's width over the fine one's, for ERGAS
+    std::vector<InputBand> reference; ///< with the same bands and pixels; either this or the pair is given
+    std::optional<double> ratio;      ///< width of a coarse pixel over that of a fine one, for ERGAS
 };
 
-/// The pair, where one is named, is the one that the image was made from: pan has the pixels of the image,
-/// the multispectral image has its bands, or those and more: `bands` are then those of the image, in its
+/// The pair, if one is given, is the one that the image was made from. Pan has the pixels of the image. The
+/// multispectral image has its bands, perhaps with others; then `bands` lists those of the image, in its
 /// order.
 struct AssessRequest : PairRequest, BlurOptions, AssessOptions {};
 
@@ -31,12 +31,12 @@ struct AssessReport {
     std::uint32_t columns = 0, rows = 0, bands = 0; ///< of the fused image
     std::optional<double> ratio;
     std::optional<quality::ReferenceIndices> reference;
-    std::vector<PairIndices> pair; ///< the fused image, then plain bilinear upsampling
+    std::vector<PairIndices> pair; ///< for the fused image, then for plain bilinear upsampling
     std::vector<std::string> warnings;
     double seconds = 0.0;
 };
 
-/// False with the reasons in `status`.
+/// False, with the reasons in `status`, when the image cannot be assessed.
 [[nodiscard]] bool Assess(const AssessRequest& request, AssessReport& report,
                           KOVA::Tessara::Fundament::Status& status);
 

@@ -15,9 +15,9 @@ namespace rasterhost {
 /// Processes an image part by part on several threads and takes the results in the order of the parts. At
 /// most two results per thread wait to be taken.
 ///
-/// `open` gives a thread what it reads with: a unique_ptr, null with an item. `make(reader, part, status)`
-/// gives a unique_ptr, null with an item; `take(made)` runs by itself. False with the items of the part that
-/// failed; what comes after it is left out.
+/// `open` returns what a thread reads with: a unique_ptr, or null with an item. `make(reader, part, status)`
+/// returns a unique_ptr, or null with an item. `take(made)` is called by one thread at a time. False, with
+/// the items of the part that failed; later parts are skipped.
 template <class Open, class Make, class Take>
 [[nodiscard]] bool InParts(int threads, std::size_t parts, const Open& open, const Make& make,
                            const Take& take, Status& status) {

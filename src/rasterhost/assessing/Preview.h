@@ -8,22 +8,22 @@
 
 namespace rasterhost {
 
-/// A picture of a small part of a scene with one pixel per pan pixel: pan, the multispectral image merely
-/// upsampled and the fused image, side by side.
+/// A picture of a small part of a scene with one pixel per pan pixel: pan, the upsampled multispectral image
+/// and the fused image, side by side.
 struct PreviewRequest {
-    std::string file;                        ///< a PNG file
-    std::optional<std::array<double, 2>> at; ///< x and y of its middle in map units of pan; without it that
-                                             ///< of what is fused
+    std::string file; ///< a PNG file
+    /// x and y of its middle in map units of pan; without it the middle of what is fused.
+    std::optional<std::array<double, 2>> at;
 };
 
-/// Tells before a run whether the picture could be made after it. False with an item.
+/// Checks before a run whether the picture could be written after it. False with an item.
 [[nodiscard]] bool CheckPreview(const SharpenRequest& request, const PreviewRequest& preview,
                                 KOVA::Tessara::Fundament::Status& status);
 
-/// Makes the picture of a run that is done, of the scene that it fused. Natural colours where they
-/// are known, else the first three bands that were written; one or two bands are grey; black is no data. Pan
-/// has a stretch of its own and each colour one, from the 2nd to the 98th percentile of what is shown. False
-/// with an item.
+/// Writes the picture of a finished run, from the scene that it fused. Colours are natural where they are
+/// known, else from the first three bands written. One or two bands are shown in grey; no data is black. Pan
+/// and each colour are stretched separately, from the 2nd to the 98th percentile of what is shown. False with
+/// an item.
 [[nodiscard]] bool WritePreview(const SharpenRequest& request, const Scene& scene,
                                 const PreviewRequest& preview, KOVA::Tessara::Fundament::Status& status);
 

@@ -9,15 +9,15 @@
 
 namespace rasterhost {
 
-/// A pair seen by coarser sensors, so that the multispectral image is the truth that fusing it should give:
+/// A pair as coarser sensors would see it, so that the multispectral image is the truth for the fused result:
 /// pan on the multispectral grid, the multispectral image and an infrared band coarser by the ratio of the
-/// pair. Of a large scene some windows, side by side.
+/// pair. Of a large scene only some windows are used, side by side.
 ///
-/// GeoTIFF files in memory, which go with this object.
+/// Consists of GeoTIFF files in memory, which are deleted with this object.
 class ReducedScene {
 public:
-    /// `blur` has one transfer for all bands or one per band, that of an infrared one last. Null with an item
-    /// when the images do not share enough or cannot be read.
+    /// `blur` has one transfer for all bands or one per band, that of an infrared one last. Null, with an
+    /// item, when the images do not overlap enough or cannot be read.
     [[nodiscard]] static std::unique_ptr<ReducedScene> Make(const Scene& scene, const SensorBlur& blur,
                                                             Status& status);
     ReducedScene(const ReducedScene&) = delete;
@@ -26,18 +26,18 @@ public:
 
     [[nodiscard]] std::string GetPan() const { return folder + "/" + names[0]; }
     [[nodiscard]] std::string GetMultispectral() const { return folder + "/" + names[1]; }
-    /// Has data at the pixels to compare: where pan and the truth have, and all multispectral and infrared
-    /// pixels that cubic interpolation takes there.
+    /// Has data only at the pixels to compare: where pan and the truth have data, and all multispectral and
+    /// infrared pixels that cubic interpolation uses.
     [[nodiscard]] std::string GetTruth() const { return folder + "/" + names[2]; }
     [[nodiscard]] std::string GetInfrared() const { return folder + "/" + names[3]; }
-    /// For what is made of them, one after the other.
+    /// The names of fused results, by number.
     [[nodiscard]] std::string GetFused(unsigned number) const {
         return folder + "/fused-" + std::to_string(number) + ".tif";
     }
-    /// Writes those to keep where they stay. False with an item.
+    /// Writes the files to keep into a permanent folder. False with an item.
     [[nodiscard]] bool Keep(WorkFolder& target, bool overwrite, Status& status) const;
 
-    /// The files to keep.
+    /// The names of the files to keep.
     [[nodiscard]] static std::span<const char* const> GetNames(bool withInfrared) {
         return std::span(names).first(withInfrared ? 4 : 3);
     }

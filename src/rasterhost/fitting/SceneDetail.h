@@ -12,13 +12,13 @@ namespace rasterhost {
 
 using fitting::DetailFit;
 
-/// Fits what the request leaves open, to the blocks of a scene; the gains are in the order of the request.
-/// Those that it gives have no fault (fitting::FindFault). False with an item when an input cannot be read,
-/// or once `isWanted`, asked before each block, answers false.
+/// Fits to the blocks of a scene what the request leaves open. Gains are in the order of the request; those
+/// that it gives must have no fault (fitting::FindFault). False, with an item, when an input cannot be read,
+/// or when `isWanted`, called before each block, returns false.
 [[nodiscard]] bool FitDetail(const Scene& scene, const FusionRequest& request, std::optional<int> bitDepth,
                              DetailFit& fit, Status& status, const std::function<bool()>& isWanted = {});
 
-/// What a fit warns of.
+/// Warnings about a fit.
 [[nodiscard]] std::vector<std::string> JudgeDetail(const DetailFit& fit);
 
 } // namespace rasterhost

@@ -11,12 +11,12 @@ namespace rasterhost {
 
 using fitting::FitBlock;
 
-/// Blocks of a scene: all its bands in the order of the process, those on other grids as means over the
-/// pixels of the first.
+/// Blocks of a scene: all its bands in the order of the process. Bands on other grids are averaged over the
+/// pixels of the first grid.
 class SceneFitBlocks final : public fitting::FitBlockSource {
 public:
-    /// Samples at 2^bitDepth - 1 and above are saturated; without a depth that of each image counts. The
-    /// scene outlives this. `whetherWanted` is that of FitOptions.
+    /// Samples at 2^bitDepth - 1 and above are saturated; without `sampleDepth` each image's own depth is
+    /// used. The scene must outlive this. `whetherWanted` is FitOptions::isWanted.
     SceneFitBlocks(const Scene& images, std::optional<int> sampleDepth,
                    std::function<bool()> whetherWanted = {});
 
@@ -34,9 +34,9 @@ private:
     void AskAhead() const;
 
     mutable ReadAhead ahead;
-    mutable std::vector<hostkit::PixelRect> chosen; ///< are read next, in this order
-    mutable std::size_t asked = 0;                  ///< of them
-    mutable std::uint64_t step = 0;                 ///< that is read next
+    mutable std::vector<hostkit::PixelRect> chosen; ///< the blocks to be read next, in this order
+    mutable std::size_t asked = 0;                  ///< how many of them were asked for
+    mutable std::uint64_t step = 0;                 ///< the step to be read next
 };
 
 } // namespace rasterhost

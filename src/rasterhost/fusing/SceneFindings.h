@@ -10,11 +10,11 @@
 
 namespace rasterhost {
 
-/// What was found in the pixels of a pair once, so that nobody has to look again.
+/// What was found in the pixels of a pair, so that it need not be searched again.
 struct SceneFindings {
-    /// Of pan, and of each image of the scene in its order; null where an image has none.
+    /// One for pan, then one per image of the scene in order; null for an image without a collar.
     std::vector<std::shared_ptr<const imagery::ZeroCollar>> collars;
-    std::optional<WeightFit> fit;    ///< where the weights were fitted
+    std::optional<WeightFit> fit;    ///< if the weights were fitted
     std::optional<DetailFit> detail; ///< for a method that compares pan with its low-pass
 };
 

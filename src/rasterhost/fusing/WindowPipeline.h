@@ -11,20 +11,21 @@
 namespace rasterhost {
 
 struct WindowPlan {
-    hostkit::PixelRect part;      ///< of pan, to fuse
-    std::uint32_t windowRows = 0; ///< of a window, which has all columns; the last may have fewer
+    hostkit::PixelRect part;      ///< the pan pixels to fuse
+    std::uint32_t windowRows = 0; ///< rows per window; a window has all columns, and the last may have fewer
+                                  ///< rows
     int threads = 1;
 };
 
-/// Reads the windows of a scene ahead where inputs lie on a server.
+/// Reads the windows of a scene ahead if inputs are on a server.
 class WindowsAhead {
 public:
     explicit WindowsAhead(const WindowPlan& windows) : plan(windows), askedRow(windows.part.row0) {}
 
-    /// Asks for what the next windows read, as far as there is room. The slot is not at work, and nobody else
-    /// uses the images.
+    /// Asks for what the next windows read, as far as there is room. The slot must be idle, and nobody else
+    /// may use the images.
     void Ask(FusionSlot& slot);
-    /// Returns when the bytes of the windows that begin at a row or above have come.
+    /// Waits until the bytes of the windows that begin at this row or above have arrived.
     void Wait(std::uint32_t row) {
         if (ahead.IsUsed()) ahead.Wait(row);
     }
@@ -41,10 +42,10 @@ struct PipelineResult {
     bool wasCancelled = false;
 };
 
-/// Fuses a scene window by window: windows are read in order, fused side by side and written in order, no
-/// more of them at a time than there are slots. `progress` is called with the fraction done after each window
-/// and may be empty. False when a stage failed, with the items of the first window that did, and when
-/// `progress` returned false. No work is left under way when it returns.
+/// Fuses a scene window by window: windows are read in order, fused in parallel and written in order, at most
+/// one per slot at a time. `progress` is called with the fraction done after each window; it may be empty.
+/// False when a stage failed, with the items of the first window that failed, or when `progress` returned
+/// false. When it returns, all threads have ended.
 [[nodiscard]] bool FuseWindows(const WindowPlan& plan, WindowsAhead& ahead,
                                std::vector<std::unique_ptr<FusionSlot>>& fusionSlots, OutputFile& output,
                                const std::function<bool(double)>& progress, PipelineResult& result,

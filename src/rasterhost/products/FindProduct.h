@@ -4,22 +4,22 @@
 
 namespace rasterhost {
 
-/// What a name turned out to be.
+/// The result of looking for a product.
 enum class ProductSearch {
-    NoProduct, ///< a raster or nothing that is known here
+    NoProduct, ///< a raster, or nothing known here
     Found,
     Failed ///< with an item
 };
 
-/// Recognises the product that a folder, an archive, or a metadata file is. Several products in one folder,
-/// or a damaged one, are failures.
+/// Recognises the product in a folder, an archive or a metadata file. Several products in one folder, or a
+/// damaged one, are failures.
 [[nodiscard]] ProductSearch FindProduct(const std::string& name, Product& product, Status& status);
 
-/// Makes the images of a product those of a request, with what is known of them. The name is that
-/// which found it.
+/// Makes the images of a product those of a request, with what is known of them. `name` is the one it was
+/// found by.
 void TakeProduct(const std::string& name, const Product& product, PairRequest& pair, FusionRequest& fusion);
 
-/// The published modulation transfers of a product's bands, in their order; none where one is not known.
+/// The published modulation transfers of a product's bands, in order; empty when any is unknown.
 [[nodiscard]] std::vector<double> TransfersOf(const Product& product);
 
 } // namespace rasterhost

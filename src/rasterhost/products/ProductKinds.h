@@ -4,8 +4,8 @@
 
 namespace rasterhost {
 
-// One function a kind, each in a file of its own (docs/products.md tells how to add one); the table of them
-// is in FindProduct.cpp.
+// One function per kind, each in a file of its own (docs/products.md tells how to add one). Their table is in
+// FindProduct.cpp.
 void FindLandsat(const ProductFiles& files, std::vector<Product>& found);
 void FindDimap(const ProductFiles& files, std::vector<Product>& found);
 void FindWorldView(const ProductFiles& files, std::vector<Product>& found);

@@ -4,19 +4,19 @@
 
 namespace rasterhost {
 
-/// One delivered image of a product whose pan and multispectral images are delivered apart: it has a pan or
-/// bands, not both.
+/// One delivered image of a product whose pan and bands are delivered separately. It has pan or bands, not
+/// both.
 struct ProductPart {
     Product product;
-    std::string key; ///< that pan and bands of one scene have in common
+    std::string key; ///< the same for pan and bands of one scene
 };
 
-/// Joins each pan with the bands of the same key; where there is one of each, whatever their keys. A scene of
-/// which one is missing, or there several times, gets a fault.
+/// Joins each pan with the bands of the same key. If there is only one of each, they are joined whatever
+/// their keys. A scene that lacks one of them, or has one several times, gets a fault.
 void JoinParts(std::vector<ProductPart> parts, std::vector<Product>& found);
 
-/// Puts bands that lie in a file each into the order of the spectrum, where a list of files or assets tells
-/// none. Bands of one file keep the order that they have there, and so do all others beside them.
+/// Sorts bands in single files by wavelength, for lists of files or assets without an order of their own.
+/// Bands of one file keep their order, and so do all bands beside them.
 void SortBySpectrum(std::vector<InputBand>& bands);
 
 } // namespace rasterhost

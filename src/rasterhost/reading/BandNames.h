@@ -7,33 +7,34 @@
 #include <string_view>
 #include <vector>
 
-/// What bands are called: one name for each part of the spectrum, and what people and products write for it.
+/// Names of bands: one name per part of the spectrum, and the texts that users and products write for it.
 namespace rasterhost {
 
-/// The name of a text that is nothing else, such as "Red" or "near infrared"; empty for no such name.
+/// The band name that a whole text stands for, such as "Red" or "near infrared"; empty when it is none.
 [[nodiscard]] std::string FindBandName(std::string_view text);
 
-/// The one name that stands in a description such as "B4 - red"; empty without one, or with several.
+/// The only band name in a description such as "B4 - red"; empty without one, or with several.
 [[nodiscard]] std::string NameInDescription(std::string_view description);
 
-/// The name with which a file's stem ends, as that of "scene_red" does; empty without one.
+/// The band name at the end of a file's stem, as in "scene_red"; empty without one.
 [[nodiscard]] std::string NameAtEnd(std::string_view stem);
 
-/// The name of the band in whose part of the spectrum a wavelength lies, in micrometres; empty for none.
+/// The name of the band whose part of the spectrum contains a wavelength in micrometres; empty when there is
+/// none.
 [[nodiscard]] std::string NameOfWavelength(double micrometres);
 
-/// Red, green or blue, or undefined for other names.
+/// Red, green or blue; undefined for other names.
 [[nodiscard]] GDALColorInterp ColourOfName(std::string_view name);
-/// Empty for other colours.
+/// The name of a colour; empty for colours other than these.
 [[nodiscard]] std::string NameOfColour(GDALColorInterp colour);
 
-/// Where GDAL keeps the centre of what a band sees, in micrometres: an item of a band, and its domain.
+/// Where GDAL stores a band's central wavelength in micrometres: an item of the band, and its domain.
 inline constexpr const char* wavelengthItem = "CENTRAL_WAVELENGTH_UM";
 inline constexpr const char* imageryDomain = "IMAGERY";
-/// Where it keeps when an image was taken: an item of the dataset, in the same domain.
+/// Where GDAL stores the time of acquisition: an item of the dataset, in the same domain.
 inline constexpr const char* acquisitionItem = "ACQUISITIONDATETIME";
 
-/// All names that there are, from the shortest wavelength to the longest, pan last.
+/// All names, from the shortest wavelength to the longest, pan last.
 [[nodiscard]] std::vector<std::string> AllBandNames();
 
 } // namespace rasterhost

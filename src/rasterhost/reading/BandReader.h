@@ -12,24 +12,24 @@ class GDALRasterBand;
 
 namespace rasterhost {
 
-/// What a band is read by, of an open file.
+/// The handles that a band is read by, of an open file.
 struct BandHandles {
-    GDALDataset* dataset = nullptr; ///< null for an overview, which has none
+    GDALDataset* dataset = nullptr; ///< null for an overview
     GDALRasterBand* band = nullptr;
-    GDALRasterBand* mask = nullptr; ///< 0 where there is no data: a mask band or transparency; may be null
+    GDALRasterBand* mask = nullptr; ///< 0 for no data: a mask band or transparency; may be null
 };
 
-/// Reads bands of one size side by side. Not for two threads at a time.
+/// Reads bands of one size together. One thread may use it at a time.
 class BandReader {
 public:
-    /// Both outlive the reader; the handles are those of the image's bands.
+    /// Both must outlive the reader. The handles belong to the image's bands, in the same order.
     BandReader(const ImageDescription& image, const std::vector<BandHandles>& bandHandles)
         : bands(image.bands), handles(bandHandles), options(image.options), bits(image.info.bitsPerBand) {}
 
-    /// Reads a rectangle of all bands, interleaved by pixel and packed.
+    /// Reads a rectangle of all bands, interleaved by pixel and packed. False with an item.
     [[nodiscard]] bool Read(const hostkit::PixelRect& rect, unsigned char* out, Status& status) const;
-    /// Tells by the bands' values and masks which pixels have data in all: one byte per pixel, not 0 where
-    /// they have. `samples` are those that Read gave for the same rectangle.
+    /// Tells by the bands' values and masks which pixels have data in all bands: one byte per pixel, 0 for no
+    /// data. `samples` are those that Read gave for the same rectangle. False with an item.
     [[nodiscard]] bool ReadValid(const hostkit::PixelRect& rect, const unsigned char* samples,
                                  unsigned char* valid, Status& status) const;
 

@@ -7,15 +7,15 @@
 
 namespace rasterhost {
 
-/// Looks for one pixel that has data in all bands of an image, from its middle and then from its top: all of
-/// it is read only where there is none. None comes with an item, which names the band that has no data where
-/// one is to blame. What cannot be read counts as data: the run that reads it tells what is wrong. `keepOn`
-/// is asked between blocks and may be empty.
+/// Looks for one pixel with data in all bands of an image, first in the middle, then from the top; so only an
+/// image without data is read completely. If there is none, an item names the band that has no data, if one
+/// alone is the cause. What cannot be read counts as data: the run that reads it reports the error. `keepOn`
+/// is called between blocks and may be empty.
 [[nodiscard]] imagery::DataSearch FindData(InputImage& image, const std::function<bool()>& keepOn,
                                            Status& status);
 
-/// Checks that a value which is to mean no data is one that the samples of an image can have at all. False
-/// with an item that says which they have. Scaled samples are of any value.
+/// Checks that a value for no data is one that the samples of an image can have. False with an item that
+/// names their range. Scaled samples may have any value.
 [[nodiscard]] bool CheckNoDataValue(double value, const std::vector<const InputImage*>& images,
                                     Status& status);
 

@@ -10,15 +10,15 @@ class GDALDataset;
 
 namespace rasterhost {
 
-/// Adds the bands of an input to the description of an image that has its options already: all of the file
-/// but transparency, or the one named. False with an item when they cannot be served or differ from those
-/// before in size or depth.
+/// Adds the bands of an input to the description of an image, which already has its options: the named band,
+/// or all bands of the file except transparency. False, with an item, when they cannot be served or differ in
+/// size or depth from the bands before.
 [[nodiscard]] bool AddBands(const InputBand& input, GDALDataset& dataset, const char* role,
                             ImageDescription& image, Status& status);
 
-/// Describes the whole, of which all bands were added: its samples, and its place by the first of its files,
-/// which are those that it names. False with an item when there is no band or the files lie at several
-/// places.
+/// Completes a description to which all bands were added: its samples, and its position from the first of its
+/// files. `files` are those that it names. False, with an item, when there is no band or the files have
+/// different positions.
 [[nodiscard]] bool DescribeAll(const std::vector<GDALDataset*>& files, const char* role,
                                ImageDescription& image, Status& status);
 

@@ -9,14 +9,13 @@
 
 namespace rasterhost {
 
-/// A range for samples from `least` to `greatest` that were seen in a part of a file: from 0 or the least,
-/// with a quarter more above, since a part seldom shows the greatest. In six digits, so that typed numbers
-/// give the same.
+/// A range for samples, given the lowest and highest seen in a part of a file. It begins at 0 or `least` and
+/// ends a quarter above `greatest`, since a part seldom shows the highest. Rounded to six digits, so that
+/// typed numbers give the same result.
 [[nodiscard]] SampleScale ProposeScale(double least, double greatest);
 
-/// The range for all inputs of a pair, from 64 places of each band. `noData`, and what the files declare, is
-/// left out, as is what is not a finite number. None, with an item, when a file cannot be read or holds no
-/// number.
+/// The range for all inputs of a pair, from 64 positions of each band. `noData`, declared values and numbers
+/// that are not finite are ignored. Empty, with an item, when a file cannot be read or has no number.
 [[nodiscard]] std::optional<SampleScale> FindScale(const PairRequest& request, Status& status);
 
 } // namespace rasterhost

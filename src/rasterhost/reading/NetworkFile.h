@@ -12,41 +12,43 @@
 class GDALDataset;
 class GDALRasterBand;
 
-/// Inputs that lie on a server and are read by ranges of bytes.
+/// Inputs on a server that are read by ranges of bytes.
 namespace rasterhost {
 
-/// The name by which GDAL reads an address (http, https, s3, gs); any other name is its own.
+/// The name by which GDAL reads an address (http, https, s3, gs). Any other name is returned unchanged.
 [[nodiscard]] std::string NameForGdal(const std::string& name);
 
-/// True for a name by which GDAL asks a server.
+/// True for a name that makes GDAL contact a server.
 [[nodiscard]] bool IsOnNetwork(const std::string& name);
 
-/// True for a name on object storage (S3 and the like) where an object that GDAL writes appears when the
-/// whole of it has been sent. Azure's (/vsiaz/) is none of these: there GDAL appends block after block.
+/// True for a name on object storage (S3 and the like) where an object that GDAL writes appears only when all
+/// of it has been sent. Not true for Azure (/vsiaz/), where GDAL appends block after block.
 [[nodiscard]] bool IsOnObjectStorage(const std::string& name);
 
-/// LookAt that asks object storage anew. `fault` is the reason when that did not tell whether the object is
-/// there, as when the connection failed; else it is empty. What may not be looked at counts as not there.
+/// Like LookAt, but asks object storage again. `fault` is the reason when it could not be found out whether
+/// the object exists, for example because the connection failed; otherwise it is empty. An object without
+/// permission counts as missing.
 [[nodiscard]] FileState LookAnew(const std::string& name, std::string& fault);
 
-/// Whether a TIFF on a server is read through what was fetched (FetchedBytes.h).
+/// Whether a TIFF on a server is read through the fetched bytes (FetchedBytes.h).
 enum class ThroughKept { No, Yes };
 
-/// GDALOpenEx of a raster to be read. Beside a TIFF on a server a mask and statistics are looked for, and
-/// further files only where one of these is or the TIFF does not tell its place: each name costs an answer of
-/// the server. The caller closes it.
+/// GDALOpenEx for a raster to be read. For a TIFF on a server it looks for a mask and statistics beside it;
+/// for further files only if one of these exists or the TIFF has no position of its own, since each name
+/// costs a request. The caller closes the dataset.
 [[nodiscard]] GDALDataset* OpenRaster(const std::string& name, bool reportsErrors,
                                       ThroughKept way = ThroughKept::No);
 
 /// The files that a raster consists of, as GDAL lists them.
 [[nodiscard]] std::vector<std::string> ListFiles(GDALDataset& dataset);
 
-/// Asks servers at once for what opening these files asks for one by one. Other files are left alone.
+/// Sends to servers at once the requests that opening these files would send one by one. Other files are
+/// ignored.
 void TouchFiles(const std::vector<std::string>& names);
 
-/// Where the blocks of a band that a rectangle touches lie in its file of `fileBytes` bytes, in order,
-/// neighbours joined. Blocks that would end beyond the file are left out. Empty for a format that does not
-/// tell.
+/// The ranges of the file, of `fileBytes` bytes, with the blocks of a band that a rectangle overlaps: in
+/// order, adjacent ranges joined. Blocks that would end beyond the file are left out. Empty for a format that
+/// does not tell.
 [[nodiscard]] std::vector<ByteRange> FindByteRanges(GDALRasterBand& band, const hostkit::PixelRect& rect,
                                                     std::uint64_t fileBytes);
 

@@ -16,25 +16,25 @@
 
 namespace rasterhost {
 
-/// Fetches what is going to be read of files on servers, several requests at a time. Does nothing for other
+/// Fetches what will be read of files on servers, by several requests at a time. Does nothing for other
 /// files. Used by one thread.
 class ReadAhead {
 public:
-    /// `readsOnce`: what was read is not read again, and goes first where room is needed.
+    /// With `readsOnce`, what was read is not read again and is dropped first when room is needed.
     explicit ReadAhead(bool readsOnce = false) : isReadAgain(!readsOnce) {}
     ReadAhead(const ReadAhead&) = delete;
     ReadAhead& operator=(const ReadAhead&) = delete;
-    ~ReadAhead(); ///< drops what has not been fetched
+    ~ReadAhead(); ///< cancels what has not been fetched
 
-    /// Asks for the blocks beneath a rectangle, to be read as step `step`, one of ascending numbers. Nobody
-    /// else uses the image meanwhile.
+    /// Asks for the blocks under a rectangle, to be read in step `step`; steps have ascending numbers. Nobody
+    /// else may use the image during the call.
     void Ask(const hostkit::ImageSource& image, const hostkit::PixelRect& rect, std::uint64_t step);
-    /// False when as much is on its way, or not yet read, as there is room for.
+    /// False when the bytes on their way and not yet read fill the room.
     [[nodiscard]] bool HasRoom();
-    /// Returns when nothing that was asked for up to a step is on its way any more. What belongs to steps
-    /// before is taken as read.
+    /// Waits until all that was asked for up to a step has arrived or failed. Bytes of earlier steps count as
+    /// read.
     void Wait(std::uint64_t step);
-    /// Reads steps 0 to `count` - 1 in order, and asks for further ones before. False when `read` returned
+    /// Reads steps 0 to `count` - 1 in order, and asks for later ones in advance. False when `read` returned
     /// false.
     [[nodiscard]] bool InSteps(std::size_t count, const std::function<void(std::size_t)>& ask,
                                const std::function<bool(std::size_t)>& read);
@@ -45,8 +45,8 @@ private:
     /// What is held for a step.
     struct Step {
         std::deque<FetchedBytes::Piece> pieces;
-        std::size_t next = 0; ///< of the pieces, that no thread has looked at
-        std::size_t open = 0; ///< missing pieces that are not fetched yet
+        std::size_t next = 0; ///< the next piece to be examined
+        std::size_t open = 0; ///< missing pieces that are not yet fetched
         std::uint64_t newBytes = 0;
     };
 

@@ -8,17 +8,17 @@
 
 namespace rasterhost {
 
-/// A part of an image in pixels of 2^level x 2^level of its own, those of the last row and column perhaps of
-/// fewer. A sample is the mean of those that have data, in whole numbers rounded half up; where none has, the
-/// pixel has none.
+/// A part of an image in pixels of 2^level x 2^level of its own; those of the last row and column may cover
+/// fewer. A sample is the mean of the samples with data, in whole numbers, rounded half up. A pixel without
+/// any has no data.
 class ReducedImage final : public hostkit::ImageSource {
 public:
-    /// Levels go from 0, which is the part as it is, to this one.
+    /// The highest level; level 0 is the part itself.
     static constexpr unsigned mostLevel = 16;
 
     ReducedImage(hostkit::ImageSource& image, const hostkit::PixelRect& part, unsigned reductionLevel);
 
-    /// Reads from this one from now on: another reader of the same image.
+    /// Reads from another reader of the same image from now on.
     void ReadFrom(hostkit::ImageSource& reader) { source = &reader; }
 
     [[nodiscard]] const RasterInfo& GetInfo() const override { return info; }
@@ -40,7 +40,7 @@ private:
     RasterInfo info;
     std::vector<unsigned char> strip; ///< samples of some rows of the image
     std::vector<unsigned char> stripValid;
-    hostkit::PixelRect known; ///< that `valid` is of
+    hostkit::PixelRect known; ///< the rectangle of `valid`
     std::vector<unsigned char> valid;
 };
 

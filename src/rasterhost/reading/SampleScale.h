@@ -5,14 +5,14 @@
 
 namespace rasterhost {
 
-/// Maps samples of any kind to 16 bits: `least` to 1 and `greatest` to 65535, what lies beyond to the ends. 0
-/// stands for no data.
+/// Maps samples of any type to 16 bits: `least` to 1 and `greatest` to 65535; values beyond are limited to
+/// these. 0 means no data.
 struct SampleScale {
     double least = 0.0;
     double greatest = 1.0;
 
     static constexpr double steps = 65534.0;
-    /// Of a sample: `offset + step * its 16 bits`.
+    /// A sample is `offset + step * its 16 bits`.
     [[nodiscard]] double Step() const { return (greatest - least) / steps; }
     [[nodiscard]] double Offset() const { return least - Step(); }
 

@@ -9,10 +9,9 @@
 
 namespace rasterhost {
 
-/// GDAL's block cache takes a share of the whole memory unless it is told otherwise; a scene that is read and
-/// written once, window by window, needs little. Limits the cache to this many bytes for as long as it lives.
-/// Where several live at once, the largest of their sizes holds, and the last to end gives back what was
-/// there before the first.
+/// Limits GDAL's block cache to this many bytes while it lives. By default the cache takes a share of the
+/// whole memory, but a scene that is read and written once, window by window, needs little. If several limits
+/// live at once, the largest size applies; the last to end restores the size from before the first.
 class CacheLimit {
 public:
     explicit CacheLimit(std::int64_t bytes) {

@@ -4,11 +4,11 @@
 
 namespace rasterhost {
 
-/// Before the names by which GDAL reads what was fetched of servers; messages leave it out.
+/// Prefix of the names by which GDAL reads fetched bytes of servers; messages omit it.
 inline constexpr const char* keptPrefix = "/vsipansharp/";
 
-/// Catches what GDAL reports on this thread for as long as it lives; nothing is printed. Not moved, used by
-/// the thread that made it.
+/// Catches what GDAL reports on this thread while it lives; nothing is printed. It cannot be moved, and only
+/// the thread that made it may use it.
 class GdalErrors {
 public:
     GdalErrors();
@@ -16,14 +16,14 @@ public:
     GdalErrors& operator=(const GdalErrors&) = delete;
     ~GdalErrors();
 
-    /// True when an error, not a mere warning, was reported.
+    /// True when an error, not only a warning, was reported.
     [[nodiscard]] bool HasFailed() const { return !text.empty(); }
-    /// ": " and the first error, or nothing: to be appended to a message.
+    /// ": " and the first error, or an empty text; to be appended to a message.
     [[nodiscard]] std::string Reason() const { return text.empty() ? text : ": " + text; }
 
-    /// ": " and the first warning, or nothing.
+    /// ": " and the first warning, or an empty text.
     [[nodiscard]] std::string Warning() const { return warning.empty() ? warning : ": " + warning; }
-    /// What to suspect and to do: the memory where an error was that it could not be had, else `otherwise`.
+    /// What to suspect and to do: lack of memory if an error says so, else `otherwise`.
     [[nodiscard]] const char* Suspect(const char* otherwise) const;
     void Add(bool isError, bool isOfMemory, const char* message); ///< for GDAL's handler
 

@@ -3,18 +3,18 @@
 #include <cstdint>
 #include <string>
 
-/// This process and its machine: the names that keep unfinished files apart, and how much memory there is.
+/// This process and its machine: names that distinguish unfinished files, and the amount of memory.
 namespace rasterhost {
 
-/// Of this machine; letters, digits, '-' and '.' only.
+/// The name of this machine, with letters, digits, '-' and '.' only.
 [[nodiscard]] std::string HostName();
 [[nodiscard]] int OwnProcess();
-/// False when no process of this machine has that number.
+/// False when no process of this machine has this number.
 [[nodiscard]] bool IsRunning(int process);
-/// How many threads can be started in addition to those that run, `wanted` at most. They are started to find
-/// out, and have ended when it returns.
+/// How many threads can be started in addition to the running ones, at most `wanted`. They are started to
+/// find out, and have ended when it returns.
 [[nodiscard]] int CountThreadsToBeHad(int wanted);
-/// Bytes of memory that this machine has; 0 when that cannot be found out.
+/// Bytes of memory of this machine; 0 when unknown.
 [[nodiscard]] std::uint64_t MachineMemory();
 
 } // namespace rasterhost

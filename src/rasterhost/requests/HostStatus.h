@@ -23,9 +23,9 @@ inline constexpr std::uint32_t Cancelled = 0xB10A;
 inline constexpr std::uint32_t Unexpected = 0xB10B;
 } // namespace HostStatus
 
-/// Records an item of this host. Always false.
+/// Records an item of the host. Always false.
 bool Fail(Status& status, std::uint32_t id, const std::string& message);
-/// The same with a message that is formatted as by printf.
+/// The same with a printf-formatted message.
 bool Fail(Status& status, std::uint32_t id, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
 } // namespace rasterhost

@@ -6,18 +6,18 @@
 
 namespace rasterhost {
 
-/// Registers GDAL's drivers, unless the program has registered some. Those are its choice, and further
-/// drivers would affect all of it.
+/// Registers GDAL's drivers, unless the program has registered some. That is then the program's choice, and
+/// more drivers would affect all of it.
 void RegisterDrivers();
 
-/// Runs an operation. An exception becomes an item, too little memory with a message of its own.
+/// Runs an operation. An exception becomes an item; lack of memory has a message of its own.
 [[nodiscard]] bool Guard(const std::function<bool()>& operation, Status& status);
 
-/// Runs the work of one call of this library, guarded, with GDAL ready and silent on this thread. `seconds`
-/// gets the time.
+/// Runs one call of this library: guarded, with GDAL initialized and silent on this thread. `seconds` gets
+/// the time that it took.
 [[nodiscard]] bool RunOperation(const std::function<bool()>& operation, double& seconds, Status& status);
 
-/// The same for what else can be called, which is not copied: that would take memory before there is a guard.
+/// The same for other callables, which are not copied: a copy would allocate memory outside the guard.
 template <class Operation>
 [[nodiscard]] bool Guard(const Operation& operation, Status& status) {
     return Guard(std::function<bool()>(std::cref(operation)), status);

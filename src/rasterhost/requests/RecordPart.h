@@ -11,27 +11,28 @@
 
 namespace rasterhost {
 
-/// A fault in a description: the key, and why.
+/// A fault in a description: the key and the reason.
 struct RecordFault {
     std::string text;
 };
 
-/// A value of a description that may be damaged. Each question returns what was asked for, within bounds, or
+/// A value of a description that may be damaged. Each function returns what was asked for, within bounds, or
 /// throws RecordFault.
 class RecordPart {
 public:
     using Json = nlohmann::ordered_json;
 
-    /// `name` is its key with those above, as in "fusion.weights". The value outlives the part.
+    /// `name` is its key with those above it, as in "fusion.weights". The value must outlive the part.
     RecordPart(const Json& json, std::string name) : value(json), key(std::move(name)) {}
 
-    /// Parses a whole description. Also throws when it is too deep or has too many values.
+    /// Parses a whole description. Throws RecordFault when it is malformed, nested too deeply or has too many
+    /// values.
     [[nodiscard]] static Json Parse(const std::string& text);
 
-    /// An object with these keys and no others, some of which may be missing.
+    /// Checks for an object with no other keys than these; any of them may be missing.
     void CheckKeys(std::initializer_list<const char*> known) const;
     [[nodiscard]] RecordPart Get(const char* name) const;
-    /// None where there is no such key, or null.
+    /// Empty when the key is missing or its value is null.
     [[nodiscard]] std::optional<RecordPart> Find(const char* name) const;
     [[nodiscard]] std::vector<RecordPart> GetList(std::size_t most) const;
 

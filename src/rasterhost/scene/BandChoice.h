@@ -4,21 +4,21 @@
 
 #include <array>
 
-/// Bands that are asked for by what they are called.
+/// Selection of bands by name.
 namespace rasterhost {
 
-/// Puts numbers into `bands` where a request names bands: opens the multispectral files to learn what theirs
-/// are called. False with an item that lists them when there is no such band, or several.
+/// Converts the band names of a request to numbers in `bands`; opens the multispectral files to read their
+/// names. False, with an item that lists them, when a name fits no band or several.
 [[nodiscard]] bool ResolveBands(PairRequest& request, Status& status);
 
-/// What a picture shows of a scene.
+/// The bands of a scene that a picture shows.
 struct ShownBands {
-    std::array<std::size_t, 3> bands{}; ///< red, green and blue, of those that are written, from 0
-    bool isGuessed = false;             ///< the first three were taken, since nothing tells the colours
+    std::array<std::size_t, 3> bands{}; ///< red, green and blue, counted from 0 among the bands written
+    bool isGuessed = false;             ///< the first three were taken because the colours are unknown
 };
 
-/// Natural colours where all three are known among the bands written; the first band thrice where fewer than
-/// three are written.
+/// Natural colours if all three are among the bands written. If fewer than three bands are written, the first
+/// band three times.
 [[nodiscard]] ShownBands FindShownBands(const Scene& scene);
 
 } // namespace rasterhost

@@ -8,11 +8,11 @@ namespace rasterhost {
 
 enum class CollarSearch { Done, Failed, Cancelled };
 
-/// Looks in every image of a scene for a collar of zeros that nobody declared: where at least a twentieth of
-/// its edge is 0 in all bands, the whole image is read once and what is connected with the edge counts as
-/// no data from then on, with a warning. An image whose files tell where it has no data, by a mask or by the
-/// value 0, is believed. An image that then has no pixel with data, or is 0 throughout, fails. `keepOn` is
-/// asked between blocks and may be empty; Failed comes with an item.
+/// Looks in every image of a scene for an undeclared collar of zeros. If at least a twentieth of an image's
+/// edge is 0 in all bands, the whole image is read once, and zeros connected to the edge then count as no
+/// data, with a warning. An image is not searched if its files mark no data by a mask or by the value 0.
+/// Fails for an image that has no pixel with data or consists of zeros. `keepOn` is called between blocks and
+/// may be empty. Failed comes with an item.
 [[nodiscard]] CollarSearch FindCollars(Scene& scene, const Warn& warn, const std::function<bool()>& keepOn,
                                        Status& status);
 

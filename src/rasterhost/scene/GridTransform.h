@@ -8,13 +8,13 @@
 
 namespace rasterhost {
 
-/// The exact way between the pixels of pan and those of another image, by their positions, projections or
-/// control points. Not for two threads at a time.
+/// The exact transform between the pixels of pan and those of another image, from their positions,
+/// projections or control points. One thread may use it at a time.
 class GridTransform final : public hostkit::PixelTransform {
 public:
     using Point = hostkit::Point;
 
-    /// Null with an item when there is no way from the one to the other. The images outlive it.
+    /// Null, with an item, when there is no transform between the two. The images must outlive it.
     [[nodiscard]] static std::unique_ptr<GridTransform> Make(const InputImage& pan, const InputImage& image,
                                                              Status& status);
     GridTransform(const GridTransform&) = delete;
@@ -27,8 +27,8 @@ public:
     /// True when the axes of the two are parallel, so that the image is a rectangle of pan's grid.
     [[nodiscard]] bool RunsAlong() const;
 
-    /// A map of all of pan, its control points as far apart as interpolating between them errs by less than
-    /// 1/100 pixel of the image in the middle between them. None, with an item when they would be too many.
+    /// A map of all of pan. Its control points are spaced so that interpolating between them errs by less
+    /// than 1/100 pixel of the image, checked midway. Empty, with an item, when it would need too many.
     [[nodiscard]] std::optional<hostkit::PixelMap> MakeMap(Status& status) const;
 
 private:
@@ -40,13 +40,13 @@ private:
     const InputImage& pan;
     const InputImage& image;
     void* transformer = nullptr; ///< GDAL's, from the image to pan
-    /// The way of 360 degrees on pan, in its pixels; none where its coordinates are not longitudes.
+    /// The displacement of 360 degrees on pan, in pan pixels; empty unless its coordinates are longitudes.
     std::optional<Point> turn;
 };
 
-/// Places an image on the grid of pan, whatever their projections and directions: along its axes where the
-/// two are parallel, else by a map. Null with an item when there is no way, or no place. Both images outlive
-/// the placement.
+/// Places an image on the grid of pan, whatever their projections and directions: along pan's axes if the two
+/// are parallel, else through a map. Null, with an item, when there is no transform or no position. Both
+/// images must outlive the placement.
 [[nodiscard]] std::unique_ptr<hostkit::Placement> PlaceByTransform(const InputImage& pan,
                                                                    const InputImage& image, Status& status);
 

@@ -2,10 +2,10 @@
 
 namespace rasterhost {
 
-/// What an image is to the process.
+/// The role of an image in the process.
 enum class Role {
     Multispectral, ///< bands that are fused
-    Infrared       ///< one band that takes part in the simulated pan only
+    Infrared       ///< one band that takes part only in the simulated pan
 };
 
 } // namespace rasterhost

@@ -10,65 +10,65 @@
 
 namespace rasterhost {
 
-/// An image of a scene beneath pan.
+/// An image of a scene under pan.
 struct PlacedImage {
     std::unique_ptr<InputImage> image;
     std::unique_ptr<hostkit::Placement> placement;
-    std::vector<std::size_t> bands; ///< where its bands stand among those of its role, in ascending order
+    std::vector<std::size_t> bands; ///< positions of its bands among those of its role, in ascending order
     Role role = Role::Multispectral;
 
-    /// With its place and pixel size in the map units of pan.
+    /// The description with position and pixel size in the map units of pan.
     [[nodiscard]] hostkit::ImageSource::RasterInfo GetInfo() const {
         return placement->Describe(image->GetInfo());
     }
 };
 
-/// What the process is fed from beside pan: an image of a scene, or one that is computed.
+/// An input of the process besides pan: an image of a scene, or one that is computed.
 struct PlacedSource {
-    hostkit::ImageSource* image = nullptr; ///< of the scene, or of whoever computes it
+    hostkit::ImageSource* image = nullptr; ///< not owned
     const hostkit::Placement* placement = nullptr;
-    std::vector<std::size_t> bands; ///< where its bands stand among those of its role, in ascending order
+    std::vector<std::size_t> bands; ///< positions of its bands among those of its role, in ascending order
     Role role = Role::Multispectral;
 };
 
 /// The images of a run, checked against each other.
 struct Scene {
     std::unique_ptr<InputImage> pan;
-    /// The multispectral bands, an image for each grid that they lie on, that of the largest pixels first;
-    /// then the infrared one, if any. The first stands for all where one grid is looked at.
+    /// The multispectral bands, one image per grid, the one with the largest pixels first; then the infrared
+    /// image, if there is one. Where only one grid is considered, it is the first.
     std::vector<PlacedImage> images;
     hostkit::PixelRect part;    ///< the pan pixels to fuse
     hostkit::PixelRect covered; ///< those of them that may have data in all images
-    hostkit::Point shift;       ///< that was taken back, in pixels of the multispectral image
+    hostkit::Point shift;       ///< the shift that was corrected, in multispectral pixels
     SampleOptions sampleOptions;
     hostkit::Resampling resampling = hostkit::Resampling::Bilinear;
     std::uint32_t bitDepth = 0; ///< of the results
-    /// For every multispectral band, those to write first, its position in the request, counted from 0.
+    /// Per multispectral band, those to write first: its position in the request, counted from 0.
     std::vector<std::size_t> bandOrder;
     std::uint32_t outputBands = 0;
-    std::string acquired; ///< when; empty for unknown
+    std::string acquired; ///< time of acquisition; empty when unknown
 
     /// The images of the multispectral bands.
     [[nodiscard]] std::span<const PlacedImage> GetGrids() const;
-    /// The one that stands for all.
+    /// The multispectral image whose grid is used where only one is considered.
     [[nodiscard]] const PlacedImage& GetMultispectral() const { return images.front(); }
     [[nodiscard]] bool HasInfrared() const { return images.back().role == Role::Infrared; }
-    /// The multispectral bands and the infrared one.
+    /// The number of multispectral bands and the infrared one.
     [[nodiscard]] std::size_t CountBands() const { return bandOrder.size() + (HasInfrared() ? 1 : 0); }
-    /// Where a role's first band stands among all that the process is given.
+    /// The position of a role's first band among all bands of the process.
     [[nodiscard]] std::size_t FirstOf(Role role) const {
         return role == Role::Multispectral ? 0 : bandOrder.size();
     }
-    /// The multispectral band at a place among all.
+    /// The multispectral band at a position in the scene's order.
     [[nodiscard]] const SourceBand& GetBand(std::size_t position) const;
-    /// What the process is fed from; good for as long as the scene.
+    /// The inputs of the process. They belong to the scene.
     [[nodiscard]] std::vector<PlacedSource> GetSources() const;
-    /// Leaves out all multispectral bands but the first ones in the order wanted.
+    /// Drops all multispectral bands except the first ones in the scene's order.
     void KeepFirstBands(std::uint32_t count);
 };
 
-/// Moves the content of all images but pan by a way on the multispectral one, and finds again what they
-/// cover. False with an item when they cover nothing any more.
+/// Displaces the content of all images except pan, by multispectral pixels, and finds again what they cover.
+/// False, with an item, when they no longer cover anything.
 [[nodiscard]] bool MoveScene(const hostkit::Point& way, Scene& scene, Status& status);
 
 /// Opens pan, multispectral bands and the infrared band and finds how they lie on each other; reads no
