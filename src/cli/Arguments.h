@@ -13,32 +13,31 @@
 
 namespace cli {
 
-/// What a command line asks for, each option in a field of its own. A command uses the requests that it
-/// needs.
+/// The contents of a command line, with a field for each option. A command uses the requests that it needs.
 struct Arguments : rasterhost::SharpenRequest,
                    rasterhost::BlurOptions,
                    rasterhost::AssessOptions,
                    rasterhost::CompareOptions {
-    CommandLine line; ///< for what was typed at all
+    CommandLine line; ///< for questions about what was typed
     bool json = false;
     bool quiet = false;
     bool verbose = false;
     bool dryRun = false;
     std::string statusXml;             ///< file to write; empty for none
-    std::optional<RunWeights> earlier; ///< run that weights were taken from
+    std::optional<RunWeights> earlier; ///< the run that weights were taken from
     std::optional<rasterhost::PreviewRequest> preview;
-    std::string folder;                ///< of a batch
-    double timeLimit = 0.0;            ///< seconds for each scene of a batch; 0 for none
-    bool again = false;                ///< a batch makes what it has made before, too
+    std::string folder;                ///< output folder of a batch
+    double timeLimit = 0.0;            ///< seconds for each scene of a batch; 0 for no limit
+    bool again = false;                ///< a batch also makes again what it has made before
     std::string listen = "127.0.0.1";  ///< address to serve at
-    std::optional<std::uint16_t> port; ///< without one a usual one, or any that is free
+    std::optional<std::uint16_t> port; ///< if unset, the usual one, or any free one
     bool opensBrowser = false;
-    std::optional<rasterhost::Product> foundProduct; ///< that the pair was taken from
-    std::optional<rasterhost::SceneRecord> scene;    ///< that a file describes, instead of a pair
+    std::optional<rasterhost::Product> foundProduct; ///< the product that the pair comes from
+    std::optional<rasterhost::SceneRecord> scene;    ///< described by a file, instead of a pair
 };
 
-/// Reads the inputs and then every option that was typed: those that the command has to have in order first,
-/// the others in the order of the table. Throws UsageError.
+/// Reads the inputs and then every typed option: first those in the order that the command requires, then the
+/// others in the order of the table. Throws UsageError.
 [[nodiscard]] Arguments ReadArguments(const CommandLine& line);
 
 } // namespace cli

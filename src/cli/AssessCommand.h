@@ -5,7 +5,8 @@
 
 namespace cli {
 
-/// "pansharp assess": how good a fused image is, by the truth or by the pair that it was made of.
+/// "pansharp assess": measures the quality of a fused image, against the truth or the pair that it was made
+/// from.
 [[nodiscard]] ExitCode RunAssess(const Arguments& arguments);
 
 } // namespace cli

@@ -1,4 +1,4 @@
-// Options of "batch", for OptionTable.cpp alone.
+// Options of "batch", included only by OptionTable.cpp.
 #pragma once
 
 #include "cli/SharedOptions-inl.h"
@@ -37,10 +37,10 @@ constexpr OptionEntry ownBatchOptions[] = {
      SetFlag<&Arguments::again>},
 };
 
-/// How one scene is told of, which a batch does in its own way.
+/// How one scene reports; a batch reports in its own way.
 constexpr std::string_view notForScenes[] = {"--dry-run", "--verbose",    "--quiet", "--json",
                                              "--simd",    "--status-xml", "--help"};
-/// What cannot be the same for several scenes, or is the batch's own.
+/// Options that cannot be the same for several scenes, or that the batch has for itself.
 constexpr std::string_view notForBatches[] = {"--output",  "--preview", "--preview-at", "--dry-run",
                                               "--verbose", "--json",    "--status-xml"};
 
@@ -48,8 +48,8 @@ constexpr bool IsIn(std::span<const std::string_view> keys, const OptionEntry& o
     return std::ranges::find(keys, option.Key()) != keys.end();
 }
 
-/// The options of "sharpen" without some of them, and those of another command's own before the one of this
-/// key.
+/// The options of "sharpen" without some of them, with another command's own options inserted before the one
+/// with this key.
 template <std::size_t N, std::size_t Without, std::size_t Own>
 constexpr auto OptionsBeside(const OptionEntry (&sharpen)[N], const std::string_view (&without)[Without],
                              const OptionEntry (&own)[Own], std::string_view before) {

@@ -11,30 +11,31 @@
 
 namespace cli {
 
-/// The results of a batch, a line of JSON each, in a file that is only ever added to. The last one that
-/// says that an output is done holds: a run that fails leaves the file as it was. One batch at a time has it.
+/// The results of a batch: a file with one line of JSON each, to which lines are only appended. The last line
+/// that says that an output is done counts, so a failed run does not invalidate an earlier result. Only one
+/// batch at a time may use the file.
 class BatchResults {
 public:
-    /// Reads what earlier runs have left. Throws UsageError when another batch has it, and std::runtime_error
-    /// when it cannot be written.
+    /// Reads the results of earlier runs. Throws UsageError when another batch uses the file, and
+    /// std::runtime_error when it cannot be written.
     explicit BatchResults(const std::string& file);
 
-    /// The result of an output that is done; none when there is no such line.
+    /// The result of an output that is done; empty when there is none.
     [[nodiscard]] std::optional<Json> FindDone(const std::string& output) const;
-    /// Adds a line, which is in the file when it returns. Throws std::runtime_error.
+    /// Appends a line; it is in the file on return. Throws std::runtime_error.
     void Add(const Json& result);
 
-    /// True for an output that a killed run had begun: it may be there, though no line says so.
+    /// True for an output that a killed run had begun: the file may exist although no line says so.
     [[nodiscard]] bool WasBegun(const std::string& output) const { return left.contains(output); }
-    /// Notes beside the results that an output is being made: what a kill before its line leaves belongs to
-    /// this batch. Does nothing where a file has that name: a line tells whose it is, or it is one of others.
-    /// Throws std::runtime_error.
+    /// Notes, in a file beside the results, that an output is being made, so that what a killed run leaves is
+    /// known to belong to this batch. Does nothing when a file already has the output's name: either a line
+    /// says that it is the batch's, or it belongs to others. Throws std::runtime_error.
     void Begin(const std::string& output);
-    /// Takes the note away: the output has a line, or was not made. What a killed run has left is still there
-    /// when it was not made, and stays noted. Throws std::runtime_error.
+    /// Removes the note once the output has a line or was not made. If it was not made, what a killed run had
+    /// left is still there and stays noted. Throws std::runtime_error.
     void End(const std::string& output, bool isMade);
 
-    /// A result in one line, without its end.
+    /// A result as one line, without a line end.
     [[nodiscard]] static std::string Print(const Json& result);
 
 private:
@@ -42,7 +43,7 @@ private:
 
     std::string name;
     platform::FileLock lock;
-    std::map<std::string, std::streamoff> done; ///< where lines begin, by output
+    std::map<std::string, std::streamoff> done; ///< by output: where its line begins in the file
     std::set<std::string> left;                 ///< outputs that a killed run had begun
     std::set<std::string> begun;
     std::ofstream stream;

@@ -9,24 +9,24 @@
 
 namespace cli {
 
-/// What was typed, sorted by the table of options but not yet interpreted.
+/// The command line, sorted by the table of options but not yet interpreted.
 class CommandLine {
 public:
-    /// Throws UsageError for an unknown command or option, a missing value, an option given twice.
+    /// Throws UsageError for an unknown command or option, a missing value, or an option given twice.
     static CommandLine Parse(int argc, const char* const* argv);
-    /// What a program asks of a command: its files, and by long form the values of each option, none for a
-    /// flag. Throws UsageError for an unknown option, or another number of values than it takes.
+    /// A command line made by a program: the files, and the values of each option by its long form, none for
+    /// a flag. Throws UsageError for an unknown option, or a wrong number of values.
     static CommandLine Make(const CommandEntry& entry, std::vector<std::string> files,
                             std::map<std::string, std::vector<std::string>, std::less<>> values);
 
-    /// The command's entry; that of the program when no command was named.
+    /// The entry of the command, or of the program when no command was named.
     [[nodiscard]] const CommandEntry& GetCommand() const { return *command; }
     [[nodiscard]] const std::vector<std::string>& GetPositionals() const { return positionals; }
-    /// Whether an option of that long form was typed.
+    /// Whether an option was typed.
     [[nodiscard]] bool Has(const OptionEntry& option) const { return options.contains(option.Key()); }
     /// All values of an option, in order.
     [[nodiscard]] std::vector<std::string> GetAll(const OptionEntry& option) const;
-    /// The last value of an option; empty where it was not typed.
+    /// The last value of an option; empty when it was not typed.
     [[nodiscard]] std::string Get(const OptionEntry& option) const;
 
 private:
@@ -35,16 +35,16 @@ private:
     std::map<std::string, std::vector<std::string>, std::less<>> options;
 };
 
-/// An option that stands on a command line.
+/// An option on a command line.
 struct TypedOption {
     std::string name;                ///< its long form, for messages
-    std::vector<std::string> values; ///< in order; of a flag none that says anything
+    std::vector<std::string> values; ///< in order; empty for a flag
     const CommandLine& line;
 
     [[nodiscard]] const std::string& Value() const { return values.back(); }
 };
 
-/// True when "--json" stands among the arguments, also among those that cannot be parsed.
+/// True when "--json" is among the arguments, even if they cannot be parsed.
 [[nodiscard]] bool AsksForJson(int argc, const char* const* argv);
 
 } // namespace cli

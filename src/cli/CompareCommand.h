@@ -5,7 +5,7 @@
 
 namespace cli {
 
-/// "pansharp compare": which method suits a scene.
+/// "pansharp compare": finds the method that suits a scene.
 [[nodiscard]] ExitCode RunCompare(const Arguments& arguments);
 
 } // namespace cli

@@ -11,8 +11,7 @@ enum ExitCode : int {
     Interrupted = 130,
 };
 
-/// Thrown for whatever is wrong with the command line itself; the text says what is wrong and what to type
-/// instead.
+/// Thrown for errors of the command line; the text says what is wrong and what to type instead.
 class UsageError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

@@ -8,9 +8,9 @@
 
 namespace cli {
 
-/// Checks what depends on the plug-in: puts the keyword as the plug-in writes it in place of the method,
-/// refuses weights for a method without any, and returns a warning for weights of another method's run and
-/// for each property that the plug-in does not know. Throws UsageError.
+/// Checks what depends on the plug-in. Replaces the method by its keyword as the plug-in spells it, refuses
+/// weights for a method without weights, and returns a warning for weights of another method's run and for
+/// each property unknown to the plug-in. Throws UsageError.
 std::vector<std::string> FitToPlugin(const PansharpDescription& plugin, Arguments& request);
 
 } // namespace cli

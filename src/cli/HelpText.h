@@ -6,7 +6,7 @@
 
 namespace cli {
 
-/// The whole help of a command, or of the program with its list of commands, ending in a line feed.
+/// The help of a command, or of the program with its list of commands. Ends in a line feed.
 [[nodiscard]] std::string HelpText(const CommandEntry& command);
 
 } // namespace cli

@@ -9,7 +9,7 @@ namespace cli {
 /// Prints what a run of this request would find and do.
 [[nodiscard]] ExitCode PrintFindings(const Arguments& request, const InfoRun& run);
 
-/// "pansharp info": what is known of a pair before it is fused, and whether it would be.
+/// "pansharp info": describes a pair before it is fused, and tells whether it can be. Throws UsageError.
 [[nodiscard]] ExitCode RunInfo(Arguments request);
 
 } // namespace cli

@@ -6,7 +6,7 @@
 
 namespace cli {
 
-/// What "pansharp info" prints of a pair that can be fused, without its warnings. Ends in a line feed.
+/// The output of "pansharp info" for a pair that can be fused, without its warnings. Ends in a line feed.
 [[nodiscard]] std::string FormatInfo(const rasterhost::PreflightReport& report);
 
 } // namespace cli

@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-/// What the objects that "--json" prints have in common.
+/// Common parts of the objects that "--json" prints.
 namespace cli {
 
 using Json = nlohmann::ordered_json;
@@ -20,9 +20,9 @@ using Json = nlohmann::ordered_json;
 [[nodiscard]] Json JsonStatus(const KOVA::Tessara::Fundament::Status& status);
 [[nodiscard]] Json JsonInput(const rasterhost::InputBand& input);
 [[nodiscard]] Json JsonInputs(const std::vector<rasterhost::InputBand>& inputs);
-/// What was recognised, and what is left out.
+/// The product that was recognised, and what is left out.
 [[nodiscard]] Json JsonProduct(const rasterhost::Product& product);
-/// The text of an object, ending in a line feed.
+/// An object as text, ending in a line feed.
 [[nodiscard]] std::string PrintJson(const Json& object);
 
 } // namespace cli

@@ -5,10 +5,10 @@
 
 namespace cli {
 
-/// "pansharp methods": what the plug-in says of its methods and properties.
+/// "pansharp methods": prints the plug-in's description of its methods and properties.
 [[nodiscard]] ExitCode RunMethods(const Arguments& arguments);
 
-/// "pansharp --version": also when there is no plug-in.
+/// "pansharp --version": works without a plug-in too.
 [[nodiscard]] ExitCode RunVersion(const Arguments& arguments);
 
 } // namespace cli

@@ -2,8 +2,8 @@
 
 namespace cli {
 
-/// How GDAL reads from servers, for all of this program, where the environment does not say otherwise: failed
-/// requests are made again, a connection that stands still is one, and what was read is kept for a while.
+/// Sets how GDAL reads from servers in this program, unless the environment sets it: failed requests are
+/// repeated, a stalled connection counts as failed, and what was read is cached for a while.
 void SetNetworkDefaults();
 
 } // namespace cli

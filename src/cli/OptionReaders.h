@@ -8,7 +8,7 @@
 #include <type_traits>
 #include <vector>
 
-/// How the values of options become fields: what stands in the table of options behind the help. Throws
+/// Functions that store the values of options in fields. The table of options refers to them. They throw
 /// UsageError.
 namespace cli {
 
@@ -57,7 +57,7 @@ void ReadTimeLimit(const TypedOption& option, Arguments& to);
 
 void ReadPort(const TypedOption& option, Arguments& to);
 
-// What a pair is and how it is fused.
+// The pair, and how it is fused.
 void ReadWeights(const TypedOption& option, Arguments& to);
 void ReadWeightsFrom(const TypedOption& option, Arguments& to);
 void ReadInfraredWeight(const TypedOption& option, Arguments& to);
@@ -80,7 +80,7 @@ void ReadPanBlur(const TypedOption& option, Arguments& to);
 void ReadRatio(const TypedOption& option, Arguments& to);
 void ReadBandsOfImage(const TypedOption& option, Arguments& to);
 
-/// PAN MS [MS ...]; the lists and products of a batch; FUSED and what it is assessed by.
+/// Inputs: PAN MS [MS ...]; the lists and products of a batch; FUSED and its reference or pair.
 void ReadPair(const CommandLine& line, Arguments& to);
 void ReadScenes(const CommandLine& line, Arguments& to);
 void ReadFused(const CommandLine& line, Arguments& to);

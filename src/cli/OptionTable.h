@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-/// Every command and option there is. The parser, --help, the manual page and completion are made from this
-/// one table, and a command's request by the readers in it.
+/// Every command and option. The parser, --help, the manual page and completion are generated from this
+/// table, and its readers fill a command's request.
 namespace cli {
 
 class CommandLine;
@@ -14,30 +14,30 @@ struct Arguments;
 struct TypedOption;
 
 struct OptionText {
-    std::string_view names;    ///< as typed, the short form first: "-o,--output"
-    std::string_view value;    ///< what stands for the value in the help, for several with blanks between
-                               ///< them; empty for a flag
-    std::string_view standard; ///< the default, as typed or in words; empty for none
-    std::string_view heading;  ///< under which the help shows it
+    std::string_view names; ///< as typed, the short form first: "-o,--output"
+    /// The placeholder of the value in the help; several are separated by spaces; empty for a flag.
+    std::string_view value;
+    std::string_view standard; ///< the default, as typed or in words; empty for no default
+    std::string_view heading;  ///< the heading in the help
     std::string_view help;
 };
 
 struct OptionEntry : OptionText {
-    /// Puts what was typed into a field of the arguments. Null for an option that is asked for by its handle,
+    /// Stores what was typed in a field of the arguments. Null for an option that is asked for by its handle
     /// before the others are read.
     void (*read)(const TypedOption& option, Arguments& to) = nullptr;
     bool repeatable = false;
-    std::string_view choices = {}; ///< words that completion offers besides those that `value` spells out
-    std::string_view missing = {}; ///< of an option that has to be given: what to say when it is not
+    std::string_view choices = {}; ///< words for completion in addition to those in `value`
+    std::string_view missing = {}; ///< of a required option: the message when it is missing
 
     /// The long form, such as "--output".
     [[nodiscard]] constexpr std::string_view Key() const { return names.substr(names.find("--")); }
     [[nodiscard]] bool IsFlag() const { return value.empty(); }
-    /// Values that follow the option each time.
+    /// The number of values that the option takes each time.
     [[nodiscard]] std::size_t CountValues() const;
 };
 
-/// The help, with its default and whether the option may be repeated.
+/// The help text, with the default and whether the option may be repeated.
 [[nodiscard]] std::string HelpOf(const OptionEntry& option);
 
 struct PositionalEntry {
@@ -50,15 +50,17 @@ struct CommandEntry {
     std::string_view synopsis;
     std::string_view summary;
     std::span<const PositionalEntry> positionals;
-    void (*readInputs)(const CommandLine& line, Arguments& to); ///< those positionals; null without any
-    std::span<const OptionEntry> options;                       ///< those under one heading stand together
-    /// Long forms of options that are read before the others, in this order. When several are wrong, it
-    /// decides which is reported.
+    void (*readInputs)(const CommandLine& line, Arguments& to); ///< reads the positional arguments; null if
+                                                                ///< there are none
+    std::span<const OptionEntry> options;                       ///< options with the same heading stand
+                                                                ///< together
+    /// Long forms of options that are read first, in this order. If several are wrong, it decides which is
+    /// reported.
     std::span<const std::string_view> order;
-    std::string_view closing; ///< examples and the like, printed as they are
+    std::string_view closing; ///< examples and the like, printed unchanged
 };
 
-/// Options that are asked for by name: a reader checks whether another option was typed too.
+/// Options with a handle, for readers that check whether another option was typed too.
 namespace option {
 extern const OptionEntry method, weights, weightsFrom, infrared, infraredWeight, transfer, gains;
 extern const OptionEntry projwin, bbox, bitDepth, noData;
@@ -66,18 +68,19 @@ extern const OptionEntry reference, pan, ms;
 extern const OptionEntry simd, version, optionsJson, help;
 } // namespace option
 
-/// True for an option that a description of the scene leaves no room for.
+/// True for an option that cannot be combined with a description of the scene.
 [[nodiscard]] bool SaysHowToFuse(const OptionEntry& option);
-/// True for one that says which of the bands to write, whose pixels are the same whatever others are written.
+/// True for an option that selects bands to write. The pixels of a band do not depend on the selection.
 [[nodiscard]] bool ChoosesBands(const OptionEntry& option);
 
-/// The entry of the program, for when no command is named.
+/// The entry of the program, used when no command is named.
 [[nodiscard]] const CommandEntry& Program();
 [[nodiscard]] std::span<const CommandEntry> Commands();
-/// What opens a scene in place of writing it, for programs: "sharpen" without what says how to write. No
-/// command line has it.
+/// Opens a scene instead of writing it, for programs: "sharpen" without the options about writing. Not a
+/// command that can be typed.
 [[nodiscard]] const CommandEntry& OpenCommand();
-/// What sharpens one scene of a batch: "sharpen" without what says how to tell of it. No command line has it.
+/// Sharpens one scene of a batch: "sharpen" without the options about reporting. Not a command that can be
+/// typed.
 [[nodiscard]] const CommandEntry& SceneCommand();
 /// Null for a command that does not exist.
 [[nodiscard]] const CommandEntry* FindCommand(std::string_view name);

@@ -5,8 +5,8 @@
 
 namespace cli {
 
-/// "pansharp --options-json": every command with its inputs and options, for programs that make a form of
-/// them; "open" lists the options that a description of a scene has room for. Without a plug-in that works
+/// "pansharp --options-json": every command with its inputs and options, for programs that build a form from
+/// them. "open" lists the options that a description of a scene may have. Without a working plug-in
 /// "--method" has no choices.
 [[nodiscard]] ExitCode PrintOptions(const Arguments& arguments);
 

@@ -4,21 +4,21 @@
 #include <cstdint>
 #include <string>
 
-/// What the command needs of the system that it runs on. One file per platform.
+/// What the command needs from the operating system. One file per platform.
 namespace cli::platform {
 
-/// For this process and what it loads from now on.
+/// Sets a variable for this process and everything that it loads later.
 void SetEnvironment(const char* name, const char* value);
 
 [[nodiscard]] bool ErrorsGoToTerminal();
-/// Columns of the terminal that standard error is; 80 when it does not say.
+/// Width of the terminal at standard error, in columns; 80 if unknown.
 [[nodiscard]] std::size_t TerminalColumns();
 
-/// The most memory that this process has had in use so far, in bytes.
+/// The peak memory of this process so far, in bytes.
 [[nodiscard]] std::uint64_t PeakMemory();
 
-/// Keeps a file, made if it is not there, from every other process that locks it, until it is destroyed or
-/// the process ends. Where the file system knows no locks it keeps nothing.
+/// Locks a file against other processes that lock it, until this is destroyed or the process ends. Creates
+/// the file if needed. Does nothing where the file system has no locks.
 class FileLock {
 public:
     explicit FileLock(const std::string& file);
@@ -32,10 +32,10 @@ private:
     bool isTaken;
 };
 
-/// Asks the desktop to show an address. False when nothing there does.
+/// Asks the desktop to open an address. False when that is not possible.
 [[nodiscard]] bool OpenInBrowser(const std::string& address);
 
-/// From here on the first request to stop (SIGINT, SIGTERM, SIGHUP) is only noted; a second one stops the
+/// From now on the first request to stop (SIGINT, SIGTERM, SIGHUP) is only recorded; the second one stops the
 /// process.
 void CatchInterrupts();
 [[nodiscard]] bool WasInterrupted();

@@ -6,24 +6,24 @@
 
 namespace cli {
 
-/// "1:07", "2:03:20"; rounded to whole seconds.
+/// "1:07" or "2:03:20", rounded to whole seconds.
 [[nodiscard]] std::string FormatDuration(double seconds);
 
-/// Shows the progress of long work: a bar with the time left on a terminal, otherwise a line every tenth, or
-/// nothing.
+/// Shows the progress of long work: on a terminal a bar with the remaining time, otherwise a line every
+/// tenth, or nothing.
 class Progress {
 public:
     enum class Style { Bar, Lines, Silent };
 
-    /// The stream is to outlive this.
+    /// The stream must outlive this.
     Progress(Style chosenStyle, std::ostream& output);
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
-    ~Progress(); ///< leaves no bar behind
+    ~Progress(); ///< removes the bar
 
-    /// `fraction` runs from 0 to 1.
+    /// `fraction` is the part done, from 0 to 1.
     void Update(double fraction);
-    /// Takes the bar away, so that other lines can be printed; the next Update draws it again.
+    /// Removes the bar, so that other lines can be printed. The next Update draws it again.
     void Clear();
 
 private:

@@ -7,7 +7,7 @@
 
 namespace cli {
 
-/// The objects of "pansharp assess --json" and "pansharp compare --json". What is not a number is null.
+/// The objects of "pansharp assess --json" and "pansharp compare --json". NaN is written as null.
 [[nodiscard]] std::string AssessJson(const rasterhost::AssessRequest& request,
                                      const rasterhost::AssessReport& report, ExitCode code,
                                      const KOVA::Tessara::Fundament::Status& status);

@@ -8,17 +8,17 @@
 
 namespace cli {
 
-/// The effective weights of an earlier run, or its blur and gains. In the order of the multispectral bands.
+/// The effective weights of an earlier run, or its blur and gains, in the order of the multispectral bands.
 struct RunWeights {
-    std::string method;        ///< as the plug-in writes it
-    std::vector<double> bands; ///< empty where the run has gains
+    std::string method;        ///< as the plug-in spells it
+    std::vector<double> bands; ///< empty if the run has gains
     std::optional<double> infrared;
     std::optional<double> transfer; ///< of the bands' blur
     std::vector<fitting::BandGains> gains;
 };
 
-/// From the object that a run printed with "--json". Throws UsageError when the file cannot be read, holds no
-/// such object, or the run failed or has neither weights nor gains.
+/// Reads the object that a run printed with "--json". Throws UsageError when the file cannot be read or has
+/// no such object, and when the run failed or has neither weights nor gains.
 [[nodiscard]] RunWeights ReadRunWeights(const std::string& file);
 
 } // namespace cli

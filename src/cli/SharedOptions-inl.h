@@ -1,4 +1,4 @@
-// Options of more than one command, for OptionTable.cpp alone.
+// Options of more than one command, included only by OptionTable.cpp.
 #pragma once
 
 #include "cli/OptionReaders.h"
@@ -18,7 +18,7 @@ constexpr std::string_view helpHeading = "Help";
 
 } // namespace
 
-// Those that others ask for by their handle.
+// Options that others ask for by their handle.
 namespace option {
 
 constexpr OptionEntry method = {{"--method", "METHOD", "what the plug-in recommends", fusionHeading,

@@ -5,7 +5,7 @@
 
 namespace cli {
 
-/// "pansharp sharpen": fuses a scene and prints what was done or why not. Throws UsageError.
+/// "pansharp sharpen": fuses a scene and prints the result or the reasons of a failure. Throws UsageError.
 [[nodiscard]] ExitCode RunSharpen(Arguments request);
 
 } // namespace cli

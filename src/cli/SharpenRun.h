@@ -10,8 +10,8 @@
 #include <cstddef>
 #include <memory>
 
-/// What "sharpen" and "info" do, for whoever tells of it: nothing is printed. `progress` and `warn` of the
-/// arguments are called as they are of any request; what was chosen is put into the arguments. All throw
+/// The work of "sharpen" and "info" without any output: callers report. `progress` and `warn` of the
+/// arguments are called as for any request; what was chosen is stored in the arguments. All functions throw
 /// UsageError.
 namespace cli {
 
@@ -19,10 +19,10 @@ struct SharpenRun {
     rasterhost::SharpenReport report;
     KOVA::Tessara::Fundament::Status status;
     ExitCode code = WorkFailed;
-    rasterhost::ShownBands shown; ///< by the picture, where there is one
+    rasterhost::ShownBands shown; ///< the bands in the picture, if there is one
 };
 
-/// Fuses or describes a scene, and makes the picture beside it.
+/// Fuses or describes a scene, and makes its preview.
 void Sharpen(Arguments& request, SharpenRun& run);
 
 struct InfoRun {
@@ -34,11 +34,11 @@ struct InfoRun {
 /// Finds what a run would find.
 void Inform(Arguments& request, InfoRun& run);
 
-/// The same for a run that writes: what stands in the way of that is a finding, too.
+/// The same for a run that writes: an obstacle to writing is reported as well.
 void TryToSharpen(Arguments& request, InfoRun& run);
 
-/// Opens a scene as the image that it stands for, to be read by this many threads at a time. What a pair
-/// leaves open is found in its pixels. Null with items.
+/// Opens a scene as an image that `mostReaders` threads may read at a time. What the pair leaves open is
+/// fitted to its pixels. Null with items.
 [[nodiscard]] std::shared_ptr<const rasterhost::SharpenedDataset>
 OpenScene(Arguments& request, std::size_t mostReaders, KOVA::Tessara::Fundament::Status& status);
 

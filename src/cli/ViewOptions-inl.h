@@ -1,4 +1,4 @@
-// Options of "view", for OptionTable.cpp alone.
+// Options of "view", included only by OptionTable.cpp.
 #pragma once
 
 #include "cli/SharedOptions-inl.h"
@@ -17,7 +17,7 @@ constexpr OptionEntry ownViewOptions[] = {
     {{"--open", "", "", runHeading, "open the page in the browser"}, SetFlag<&Arguments::opensBrowser>},
 };
 
-/// What speaks of an output, or of what is told of a run.
+/// Options about an output, or about the report of a run.
 constexpr std::string_view notForViews[] = {
     "--output",     "--of",     "--co",     "--mo",       "--srcwin",    "--overwrite", "--preview",
     "--preview-at", "--byte",   "--extent", "--alpha",    "--dry-run",   "--verbose",   "--quiet",

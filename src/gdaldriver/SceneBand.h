@@ -11,7 +11,7 @@ class SceneDataset;
 /// A band of a sharpened scene, or of a coarser level of it.
 class SceneBand final : public GDALPamRasterBand {
 public:
-    /// `like` tells name, colour and the like, and outlives this.
+    /// `like` gives name, colour and so on, and must outlive this.
     SceneBand(SceneDataset& dataset, int number, GDALDataType type, GDALRasterBand& like);
 
     GDALColorInterp GetColorInterpretation() override { return described.GetColorInterpretation(); }
@@ -23,7 +23,7 @@ public:
     CPLErr DeleteNoDataValue() override { return RefuseChange(); }
     CPLErr SetOffset(double) override { return RefuseChange(); }
     CPLErr SetScale(double) override { return RefuseChange(); }
-    /// Overviews in files come first; the coarser levels stand in where there are none.
+    /// Overviews in files come first; without any, the coarser levels are the overviews.
     int GetOverviewCount() override;
     GDALRasterBand* GetOverview(int number) override;
     int GetMaskFlags() override;
@@ -42,7 +42,7 @@ private:
     GDALRasterBand& described;
 };
 
-/// Where a scene, or a coarser level of it, has data: 255, and 0 where it has none.
+/// The mask of a scene or of a coarser level: 255 with data, 0 without.
 class SceneMask final : public GDALRasterBand {
 public:
     explicit SceneMask(SceneDataset& dataset);

@@ -19,7 +19,7 @@ namespace gdaldriver {
     return {number(column), number(row), number(column + columns), number(row + rows)};
 }
 
-/// Samples of a block, as they lie in a larger rectangle of one band.
+/// Samples of one band of a block, within a larger rectangle.
 struct BlockSamples {
     const unsigned char* first;
     std::size_t rowStride, rowBytes, rows, blockRowBytes;
@@ -27,14 +27,13 @@ struct BlockSamples {
     void CopyTo(void* block) const;
 };
 
-/// A sharpened scene, or one of its coarser levels, as GDAL has images: read-only, in blocks of 256 x 256.
-/// Any number of these may be open and read side by side; each is read by one thread at a time, which need
-/// not stay the same.
+/// A sharpened scene, or one of its coarser levels, as a GDAL dataset: read-only, in blocks of 256 x 256. Any
+/// number of them may be open and read in parallel. One thread at a time may read a dataset; it may change.
 class SceneDataset final : public GDALPamDataset {
 public:
     static constexpr int blockSize = 256;
 
-    /// Opens a description by its name. Null with an error reported.
+    /// Opens a description by name. Null with an error reported.
     static std::unique_ptr<SceneDataset> OpenDescription(const char* name, GDALOpenInfo& how);
 
     ~SceneDataset() override;
@@ -47,29 +46,28 @@ public:
     CPLErr SetGeoTransform(double*) override { return RefuseChange(); }
     CPLErr SetSpatialRef(const OGRSpatialReference*) override { return RefuseChange(); }
     CPLErr SetGCPs(int, const GDAL_GCP*, const OGRSpatialReference*) override { return RefuseChange(); }
-    /// The description, what belongs to it, and the inputs.
+    /// The description, the files that belong to it, and the inputs.
     char** GetFileList() override;
 
-    /// Fuses a block and puts it where it is asked for, and into the cache what else came of it: the other
-    /// bands and the mask. `asked` is a band counted from 1, or 0 for the mask.
+    /// Fuses a block into `block`, and puts the other bands and the mask that result from it into GDAL's
+    /// cache. `asked` is a band counted from 1, or 0 for the mask.
     CPLErr ReadBlock(int asked, int column, int row, void* block);
 
-    /// How a read is served: block by block, by blocks that are all made first, or without any.
+    /// How a read is served: block by block, from blocks that are all made first, or without blocks.
     enum class Way { ByBlocks, ThroughCache, PastCache };
-    /// That for this many bands of a rectangle.
+    /// The way for reading this many bands of a rectangle.
     [[nodiscard]] Way ChooseWay(const hostkit::PixelRect& rect, int bands, bool isResampled,
                                 const GDALRasterIOExtraArg* extra) const;
-    /// Puts the blocks of a rectangle into the cache that are not there, as many at a time as is quick.
-    /// `asked` as above.
+    /// Fills the cache with the missing blocks of a rectangle, several at a time. `asked` as above.
     CPLErr FillCache(int asked, const hostkit::PixelRect& rect);
-    /// Fuses a rectangle to where it is wanted, in samples of any type.
+    /// Fuses a rectangle directly into the caller's memory, in samples of any type.
     CPLErr ReadPastCache(const hostkit::PixelRect& rect, std::span<const int> bandMap, void* samples,
                          GDALDataType type, GSpacing pixelSpace, GSpacing lineSpace, GSpacing bandSpace);
 
-    /// The coarser levels, each with half the columns and rows of the one before, that show.
+    /// The number of visible coarser levels, each with half the columns and rows of the one before.
     [[nodiscard]] int CountLevels() const { return hidesLevels ? 0 : static_cast<int>(coarser.size()); }
     [[nodiscard]] SceneDataset& GetLevel(int number) { return *coarser[static_cast<std::size_t>(number)]; }
-    /// The mask of all bands; null where they need none.
+    /// The mask of all bands; null when none is needed.
     [[nodiscard]] GDALRasterBand* GetMask() { return mask.get(); }
 
 protected:
@@ -86,22 +84,23 @@ private:
 
     SceneDataset(Scene sharpened, std::shared_ptr<GDALDataset> described, unsigned levelNumber);
 
-    /// Makes a rectangle of this level. False with items.
+    /// Fuses a rectangle of this level. False with items.
     [[nodiscard]] bool Fuse(const hostkit::PixelRect& rect, std::span<const std::uint32_t> wanted,
                             const rasterhost::WindowTarget& target, rasterhost::Status& status) const;
-    /// The same, into samples of any type.
+    /// The same into samples of any type.
     [[nodiscard]] bool FuseAs(GDALDataType type, const hostkit::PixelRect& rect,
                               std::span<const std::uint32_t> wanted, const rasterhost::WindowTarget& target,
                               rasterhost::Status& status) const;
-    /// The same by the threads that were asked for.
+    /// The same with the requested number of threads.
     [[nodiscard]] bool FuseSideBySide(GDALDataType type, const hostkit::PixelRect& rect,
                                       std::span<const std::uint32_t> wanted,
                                       const rasterhost::WindowTarget& target,
                                       rasterhost::Status& status) const;
-    /// Takes a block of a band, or of the mask as band 0.
+    /// Receives a block of a band, or of the mask as band 0.
     using TakeBlock =
         std::function<void(int band, std::uint32_t column, std::uint32_t row, const BlockSamples& samples)>;
-    /// Room for samples and mask. To be given it anew for every block would cost as much as to fill it.
+    /// Memory for samples and mask, which is reused: allocating it for every block would cost as much as
+    /// filling it.
     struct Scratch {
         std::vector<unsigned char> samples, valid;
     };
@@ -114,7 +113,7 @@ private:
     void TakeMetadata();
 
     Scene scene;
-    /// Position, metadata and what is known of the bands, in a form that GDAL can tell it in.
+    /// Position, metadata and band descriptions in a form that GDAL can return.
     std::shared_ptr<GDALDataset> description;
     unsigned level;
     std::unique_ptr<GDALRasterBand> mask;

@@ -8,15 +8,15 @@
 
 namespace gdaldriver {
 
-/// Reports that a description says what a scene is, and that it cannot be said otherwise beside it.
+/// Reports that a scene is defined by its description and that its properties cannot be changed separately.
 CPLErr RefuseChange();
 
-/// Reports what a status holds, the reasons behind the first item too, as one error of GDAL's.
+/// Reports the items of a status, including the reasons after the first, as one GDAL error.
 void ReportErrors(const rasterhost::Status& status);
 
-/// Runs what is to fail by GDAL's ways only: false with an error reported, whatever it throws.
+/// Runs `work` so that every failure, also an exception, becomes false with a GDAL error.
 [[nodiscard]] bool RunReporting(const std::function<bool(rasterhost::Status&)>& work);
-/// The same for what else can be called, which is not copied: that could throw here.
+/// The same for other callables, which are not copied: copying could throw.
 template <class Work>
 [[nodiscard]] bool RunReporting(const Work& work) {
     return RunReporting(std::function<bool(rasterhost::Status&)>(std::cref(work)));

@@ -7,9 +7,9 @@
 
 namespace view {
 
-/// The command line that writes a window of the scene, in pixels of it, as the settled request fuses it: the
-/// same bytes. The whole scene where the window is empty, or where pan has no position that it could be named
-/// by. For a shell as POSIX has it.
+/// The command line that writes a window of the scene, in its pixels, as the settled request fuses it, with
+/// the same bytes. It writes the whole scene when the window is empty, or when pan has no position to name
+/// the window by. Quoted for a POSIX shell.
 [[nodiscard]] std::string CommandText(const ViewedScene& scene, const rasterhost::SharpenRequest& request,
                                       const hostkit::PixelRect& window);
 

@@ -6,13 +6,14 @@
 
 namespace view {
 
-/// Bytes that answers may take together. For any number of threads; shares may outlive it.
+/// A limit on the bytes that all replies take together. Any number of threads may use it; shares may outlive
+/// it.
 class MemoryBudget {
 public:
     explicit MemoryBudget(std::size_t mostBytes)
         : left(std::make_shared<std::atomic<std::size_t>>(mostBytes)) {}
 
-    /// A share, given back when its last owner is gone. Null where so much is not left.
+    /// A share, given back when its last owner is gone. Null when not enough is left.
     [[nodiscard]] std::shared_ptr<const void> Take(std::size_t bytes) {
         std::size_t now = left->load();
         do {

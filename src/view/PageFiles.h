@@ -12,8 +12,8 @@ struct PageFile {
     std::shared_ptr<const std::string> content;
 };
 
-/// The files of the page by the path that asks for them, read once from beside the program. Empty where the
-/// page was not built.
+/// The files of the page by request path, read once from beside the program. Empty when the page was not
+/// built.
 [[nodiscard]] std::map<std::string, PageFile> ReadPageFiles();
 
 } // namespace view

@@ -8,11 +8,11 @@
 
 namespace view {
 
-/// Makes the table of quality, an object of JSON as text. Tells how much of it is done, 0 to 1, and stops
-/// when it is answered false. Throws when it cannot be made.
+/// Makes the quality table, a JSON object as text. Calls `progress` with the fraction done, 0 to 1, and stops
+/// when it returns false. Throws when the table cannot be made.
 using MakeQuality = std::function<std::string(const std::function<bool(double)>& progress)>;
 
-/// The table of quality, made on a thread of its own once somebody has asked for it.
+/// The quality table. It is made on a thread of its own after the first request for it.
 class QualityTable {
 public:
     explicit QualityTable(MakeQuality makeTable) : make(std::move(makeTable)) {}
@@ -20,8 +20,7 @@ public:
     QualityTable& operator=(const QualityTable&) = delete;
     ~QualityTable();
 
-    /// An object of JSON: "state" is "running" with "progress", "done" with "table", or "failed" with
-    /// "message".
+    /// A JSON object. "state" is "running" with "progress", "done" with "table", or "failed" with "message".
     [[nodiscard]] std::string Get();
 
 private:
@@ -29,7 +28,7 @@ private:
 
     const MakeQuality make;
     std::mutex mutex;
-    std::string outcome; ///< empty while it is being made
+    std::string outcome; ///< empty while the table is being made
     std::atomic<double> progress = 0.0;
     std::atomic<bool> isStopping = false;
     std::thread thread;

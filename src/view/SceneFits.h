@@ -11,23 +11,23 @@ namespace view {
 
 /// How a look is fused, with nothing left open.
 struct Settled {
-    rasterhost::SharpenRequest request; ///< that the command would be given
+    rasterhost::SharpenRequest request; ///< as the command would get it
     rasterhost::SceneFindings found;
 };
 
-/// Fits what looks leave open, each thing once. For any number of threads; one fits at a time.
+/// Fits what looks leave open, each only once. Any number of threads may use it; one of them fits at a time.
 class SceneFits {
 public:
-    /// `base` says how the scene is fused where a look says nothing; `known` is what was found for that. The
-    /// pair is of all bands and this one's own to read.
+    /// `base` is how the scene is fused by default; `known` is what was found for that. `pair` has all bands
+    /// and is only read here.
     SceneFits(rasterhost::SharpenRequest base, rasterhost::SceneFindings known,
               rasterhost::PreparedPair pair);
 
-    /// Throws BadRequest for a look that the scene or the plug-in has no place for, and where it is not
-    /// wanted any more or the server is stopping while something is fitted.
+    /// Throws BadRequest for a look that the scene or the plug-in does not support, and when it is no longer
+    /// wanted or the server stops during a fit.
     [[nodiscard]] Settled Settle(const Look& look);
 
-    /// The images of the scene as the request wants them, in files of their own; reads no pixels.
+    /// Opens the images of the scene again as the request wants them; reads no pixels.
     [[nodiscard]] rasterhost::PreparedPair OpenAgain(const rasterhost::SharpenRequest& request) const;
 
     [[nodiscard]] const PansharpDescription& GetPlugin() const { return fitted.plugin->GetDescription(); }
@@ -45,11 +45,11 @@ private:
     const rasterhost::SceneFindings known;
     const rasterhost::PreparedPair fitted;
     std::mutex mutex;
-    std::map<std::optional<double>, rasterhost::WeightFit> weights; ///< by the infrared band's
+    std::map<std::optional<double>, rasterhost::WeightFit> weights; ///< by the weight of the infrared band
     std::map<std::optional<double>, rasterhost::DetailFit> details; ///< by the modulation transfer
 };
 
-/// Throws BadRequest with the first of what went wrong and this status of HTTP.
+/// Throws BadRequest with the first item of a status and an HTTP status.
 [[noreturn]] void ThrowFailure(const rasterhost::Status& status, unsigned httpStatus);
 
 } // namespace view

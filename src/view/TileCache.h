@@ -10,15 +10,15 @@
 
 namespace view {
 
-/// Encoded tiles by what was asked for, within this many bytes: the ones unused for longest go. For any
-/// number of threads.
+/// Encoded tiles by request, within a number of bytes; the tile unused for longest is dropped first. Any
+/// number of threads may use it.
 class TileCache {
 public:
     using Bytes = std::shared_ptr<const std::string>;
 
     explicit TileCache(std::size_t mostBytes) : most(mostBytes) {}
 
-    /// Null where it is not kept.
+    /// Null when it is not in the cache.
     Bytes Find(const std::string& key) {
         const std::scoped_lock lock(mutex);
         const auto found = places.find(key);
@@ -42,7 +42,7 @@ public:
     }
 
 private:
-    /// With what the lists take, about.
+    /// Includes the approximate size of the list entries.
     static std::size_t SizeOf(const std::string& key, const std::string& bytes) {
         return 2 * key.size() + bytes.size() + 256;
     }
@@ -51,7 +51,7 @@ private:
     const std::size_t most;
     std::mutex mutex;
     std::size_t held = 0;
-    Tiles tiles; ///< the last one used first
+    Tiles tiles; ///< last used first
     std::unordered_map<std::string, Tiles::iterator> places;
 };
 

@@ -12,13 +12,13 @@
 
 namespace view {
 
-/// What a page and its tiles are asked by: requests in, answers out. For any number of threads.
+/// Answers the requests of the page and for its tiles. Any number of threads may use it.
 class ViewService {
 public:
-    /// `host` is what the server listens to, by which it may be called.
+    /// `host` is the address that the server listens to, which clients may use as its name.
     ViewService(ViewedScene& viewedScene, std::string host, MakeQuality makeQuality);
 
-    /// Never throws for what a client asks.
+    /// Does not throw, whatever a client asks.
     [[nodiscard]] HttpReply Answer(const HttpRequest& request);
 
     [[nodiscard]] bool HasPage() const { return !page.empty(); }
@@ -32,15 +32,15 @@ private:
 
     ViewedScene& scene;
     const std::string ownHost;
-    const std::string version; ///< of this run: what is cached by others is good as long
+    const std::string version; ///< of this run; a client's cached replies are valid for one version
     const std::map<std::string, PageFile> page;
     TileCache cache{std::size_t{64} << 20};
-    MemoryBudget windows{std::size_t{256} << 20}; ///< that are being made or sent
+    MemoryBudget windows{std::size_t{256} << 20}; ///< being made or sent
     QualityTable quality;
 };
 
-/// Whether a request that calls the server so is for it: by an address in digits, by "localhost", or by
-/// `own`. Others may be pages elsewhere whose name was made to lead here.
+/// Whether the host name of a request belongs to this server: an address in digits, "localhost", or `own`.
+/// Any other name may be that of a foreign page, made to lead here.
 [[nodiscard]] bool IsOwnHost(const std::string& host, const std::string& own);
 
 } // namespace view

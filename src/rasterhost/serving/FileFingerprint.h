@@ -15,27 +15,27 @@ class OGRSpatialReference;
 
 namespace rasterhost {
 
-/// Shows whether an input has changed: what is opened by a name as GDAL takes it.
+/// What identifies an input, so that a change is noticed. An input is whatever GDAL opens by one name.
 struct FileFingerprint {
-    std::string name; ///< as the request has it
+    std::string name; ///< as in the request
     std::uint32_t columns = 0, rows = 0, bands = 0;
-    std::string type; ///< GDAL's name of the samples' type; one for each band, with commas, where they differ
+    std::string type; ///< GDAL's name of the sample type; if types differ, one per band, separated by commas
     std::optional<std::array<double, 6>> geoTransform;
     std::string projection; ///< WKT; may be empty
     std::uint32_t controlPoints = 0;
-    std::uint64_t bytes = 0; ///< of all its files but statistics and overviews
-    /// A number of 64 bits of what is in these files, in 16 digits; empty where they are not files of the
-    /// file system's.
+    std::uint64_t bytes = 0; ///< of all its files except statistics and overviews
+    /// A 64-bit number of the contents of these files, in 16 hexadecimal digits; empty when they are not
+    /// files of the file system.
     std::string content;
-    /// The band that was found to tell transparency, counted from 1; 0 for none.
+    /// The transparency band that was found, counted from 1; 0 for none.
     std::uint32_t transparency = 0;
 };
 
-/// A 64-bit number that differs when one byte differs, and almost certainly when several do.
+/// A 64-bit number that always differs when one byte differs, and almost certainly when several do.
 class ContentNumber {
 public:
     void Add(const unsigned char* bytes, std::size_t count);
-    [[nodiscard]] std::string GetDigits() const; ///< 16 of them
+    [[nodiscard]] std::string GetDigits() const; ///< 16 hexadecimal digits
 
 private:
     void AddWord(std::uint64_t word);
@@ -43,20 +43,20 @@ private:
     std::uint64_t number = 0xCBF29CE484222325u;
 };
 
-/// WKT that loses nothing; empty for null, and for one that is empty.
+/// WKT without loss; empty for null and for an empty reference.
 [[nodiscard]] std::string ToWkt(const OGRSpatialReference* reference);
 
-/// All but the transparency, of an open file; its content only when that is asked for, since all of it is
-/// read.
+/// The fingerprint of an open file, without the transparency band. The content is included only on request,
+/// since all of it must be read.
 [[nodiscard]] FileFingerprint TakeFingerprint(const std::string& name, GDALDataset& dataset,
                                               bool withContent);
 
-/// Sixteen digits that change when a file that one of these inputs consists of gets another size or another
-/// time of writing. No pixel is read; a name that nothing opens counts by itself.
+/// Sixteen digits that change when the size or the modification time of any file of these inputs changes. No
+/// pixel is read. A name that cannot be opened counts by its text.
 [[nodiscard]] std::string TakeState(const std::vector<std::string>& names);
 
-/// Compares a file with what it was. False with an item when size, bands, type or grid differ; a warning when
-/// only its bytes do. `key` is that of the record.
+/// Compares a file with its earlier fingerprint. False, with an item, when size, bands, type or grid differ;
+/// only a warning when just the bytes differ. `key` names it in the description.
 [[nodiscard]] bool CheckFingerprint(const FileFingerprint& before, const FileFingerprint& now,
                                     const std::string& key, const Warn& warn, Status& status);
 

@@ -9,18 +9,18 @@
 
 namespace rasterhost {
 
-/// An image of a pair as a level of the scene reads it: as it is, or reduced by 2^level. What is known of it
-/// is fixed, open files are lent before each read. Overviews of the files stand for what would else be
-/// reduced, and a store keeps it.
+/// An image of a pair as a level of the scene reads it: unchanged, or reduced by 2^level. Its description is
+/// fixed; open files are lent before each read. Where the files have overviews, these are used instead of
+/// reducing, and a store keeps the result.
 class LevelImage final : public hostkit::ImageSource {
 public:
-    /// At level 0 all of the image, else a part of it. `keptIn` may be null; it outlives this.
+    /// At level 0 all of the image, else a part of it. `keptIn` may be null; it must outlive this.
     LevelImage(std::shared_ptr<const ImageDescription> image, const hostkit::PixelRect& partOfIt,
                unsigned reductionLevel, ReducedStore* keptIn);
     LevelImage(const LevelImage&) = delete;
     LevelImage& operator=(const LevelImage&) = delete;
 
-    /// Reads from this one from now on: a reader of the image, or of one with more bands, these first.
+    /// Reads from another reader from now on: a reader of this image, or of one that begins with its bands.
     void ReadFrom(InputImage& reader);
 
     [[nodiscard]] const RasterInfo& GetInfo() const override { return info; }
@@ -45,14 +45,15 @@ private:
     std::shared_ptr<const ImageDescription> description;
     hostkit::PixelRect part;
     unsigned level;
-    ReducedStore* store; ///< null where this level is finer than what is kept
+    ReducedStore* store; ///< null when this level is finer than what is stored
     RasterInfo info;
-    std::unique_ptr<InputImage> selected; ///< of the reader that was lent, where that has more bands
-    unsigned overviewLevel = 0;           ///< of the overview that is read; 0 for the image itself
-    std::optional<ReducedImage> reduced;  ///< of the image or its overview, to the level or that of the store
+    std::unique_ptr<InputImage> selected; ///< the bands of the lent reader, if that has more
+    unsigned overviewLevel = 0;           ///< the overview that is read; 0 for the image itself
+    std::optional<ReducedImage> reduced;  ///< reduces the image or its overview, to this level or to that of
+                                          ///< the store
     std::optional<StoredImage> stored;
-    std::optional<ReducedImage> further; ///< of what is stored
-    hostkit::ImageSource* top = nullptr; ///< the last of these
+    std::optional<ReducedImage> further; ///< reduces what is stored
+    hostkit::ImageSource* top = nullptr; ///< the last of these stages
 };
 
 } // namespace rasterhost

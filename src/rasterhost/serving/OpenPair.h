@@ -21,16 +21,18 @@ public:
     };
     using Pool = hostkit::LeasePool<Readers, int>;
 
-    /// `prepared` has a plug-in. At most this many sets of files are open at a time, one of them the pair's
-    /// own, the others opened when they are needed.
+    /// `prepared` has a plug-in. At most `mostReaders` sets of files are open at a time: the pair's own, and
+    /// others opened on demand.
     OpenPair(PreparedPair prepared, std::size_t mostReaders);
 
     [[nodiscard]] const Scene& GetScene() const { return *pair.scene; }
     [[nodiscard]] const hostkit::PluginLibrary& GetPlugin() const { return *pair.plugin; }
     [[nodiscard]] std::size_t GetMostReaders() const { return mostSets; }
-    /// What is kept of an image, pan or one of the scene, for coarse levels.
+    /// The stored reduced form of an image, for coarse levels. Position 0 is pan; the images of the scene
+    /// follow.
     [[nodiscard]] ReducedStore& GetStore(std::size_t position) const { return *stores[position]; }
-    /// Waits while all are out. Null with an item where a file cannot be opened again.
+    /// Lends a set of files; waits while all are lent. Empty, with an item, when a file cannot be opened
+    /// again.
     [[nodiscard]] Pool::Lease Lend(Status& status) const;
 
 private:
@@ -38,7 +40,7 @@ private:
 
     const PreparedPair pair;
     const std::size_t mostSets;
-    mutable std::atomic<bool> isOwnSetOut = false; ///< that of the pair itself, once it is in the pool
+    mutable std::atomic<bool> isOwnSetOut = false; ///< whether the pair's own set is in the pool
     mutable Pool pool;
     std::vector<std::unique_ptr<ReducedStore>> stores;
 };

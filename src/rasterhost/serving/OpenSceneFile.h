@@ -9,15 +9,15 @@
 
 namespace rasterhost {
 
-/// Opens a description of a scene as the image that it stands for, to be read by this many threads at a time;
-/// the first one reads with the files that are opened here. Reads no pixels. Of `run` the plug-in counts.
-/// Null with items; nothing that GDAL says on the way is printed.
+/// Opens a description of a scene as the image that it stands for. `mostReaders` threads may read it at a
+/// time; the first one uses the files opened here. Reads no pixels. Only the plug-in of `run` is used. Null
+/// with items. GDAL prints nothing.
 [[nodiscard]] std::shared_ptr<const SharpenedDataset> OpenSceneFile(const std::string& name,
                                                                     const RunOptions& run,
                                                                     std::size_t mostReaders, const Warn& warn,
                                                                     Status& status);
 
-/// The same of a description that is at hand.
+/// The same for a description in memory.
 [[nodiscard]] std::shared_ptr<const SharpenedDataset> OpenRecord(const SceneRecord& record,
                                                                  const RunOptions& run,
                                                                  std::size_t mostReaders, const Warn& warn,

@@ -7,9 +7,9 @@
 
 namespace rasterhost {
 
-inline constexpr const char* recordMagic = "pansharp_scene"; ///< the first key, whose value is the version
+inline constexpr const char* recordMagic = "pansharp_scene"; ///< the first key; its value is the version
 
-/// Fills an empty record from the object of a description of this version in a file of that name. Throws
+/// Fills an empty record from the object of a description of this version, in a file named `file`. Throws
 /// RecordFault.
 void FillRecord(const RecordPart& object, const std::string& file, SceneRecord& record);
 

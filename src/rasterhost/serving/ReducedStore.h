@@ -10,29 +10,29 @@
 
 namespace rasterhost {
 
-/// A reduced image that is kept in memory, tile by tile as tiles are asked for. Coarser levels that are made
-/// of it read no more files. For any number of threads.
+/// A reduced image in memory, filled tile by tile on demand. Coarser levels are made from it without reading
+/// files again. Any number of threads may use it.
 class ReducedStore {
 public:
-    /// Images are kept reduced by 2^level from this level on, the first that fits into memory whole.
+    /// Images are stored reduced by 2^leastLevel: the first level that fits into memory completely.
     static constexpr unsigned leastLevel = 3;
 
-    /// Of a part of an image, within this many bytes.
+    /// For a part of an image. It holds at most `mostBytes` bytes.
     ReducedStore(const hostkit::ImageSource::RasterInfo& image, const hostkit::PixelRect& part,
                  std::size_t mostBytes);
 
     [[nodiscard]] unsigned GetLevel() const { return level; }
     [[nodiscard]] const hostkit::ImageSource::RasterInfo& GetInfo() const { return info; }
-    /// Samples and one byte per pixel, 0 without data; either may be null. Tiles that are not there yet are
-    /// read from `reduced`, the same image. False with an item.
+    /// Writes samples and a mask, one byte per pixel, 0 without data; either pointer may be null. Missing
+    /// tiles are read from `reduced`, the same image. False with an item.
     [[nodiscard]] bool Read(const hostkit::PixelRect& rect, hostkit::ImageSource& reduced,
                             unsigned char* samples, unsigned char* valid, Status& status);
 
 private:
     struct Tile {
         hostkit::PixelRect rect;
-        std::vector<unsigned short> samples; ///< as bytes where the depth is 8 bits
-        std::vector<unsigned char> valid;    ///< empty where no pixel lacks data
+        std::vector<unsigned short> samples; ///< as bytes when the depth is 8 bits
+        std::vector<unsigned char> valid;    ///< empty when no pixel lacks data
     };
     std::shared_ptr<const Tile> GetTile(std::uint32_t column, std::uint32_t row,
                                         hostkit::ImageSource& reduced, Status& status);
@@ -40,13 +40,13 @@ private:
     unsigned level = leastLevel;
     hostkit::ImageSource::RasterInfo info;
     std::mutex mutex;
-    std::vector<std::shared_ptr<const Tile>> tiles; ///< null where nobody asked yet
+    std::vector<std::shared_ptr<const Tile>> tiles; ///< null until asked for
 };
 
-/// An image of a store for one thread.
+/// A stored image, for use by one thread.
 class StoredImage final : public hostkit::ImageSource {
 public:
-    /// `reducedImage` is what the store keeps. Both outlive this.
+    /// `reducedImage` is the image that the store holds. Both must outlive this.
     StoredImage(ReducedStore& reducedStore, hostkit::ImageSource& reducedImage)
         : store(reducedStore), reduced(reducedImage) {}
 

@@ -10,18 +10,18 @@
 
 namespace rasterhost {
 
-/// A scene in pixels of 2^level x 2^level of pan's: a pan image of its own from the corner of the scene's
-/// part, beneath it the other images, each reduced as far as leaves its pixels no larger than those of the
-/// level. The formula and its parameters are those of full size. Pan's low-pass stays as wide on the ground;
-/// from where the level's pixels are as large as the multispectral ones it is pan itself, so that nothing is
-/// added and the bands are the result.
+/// A scene in pixels of 2^level x 2^level pan pixels. It has a pan image of its own from the corner of the
+/// scene's part. The other images are each reduced as far as their pixels stay no larger than the level's.
+/// Formula and parameters are those of full size. Pan's low-pass keeps its width on the ground. Once the
+/// level's pixels are as large as the multispectral ones, the low-pass is pan itself: no detail is added, and
+/// the bands are the result.
 ///
-/// Never changes; good for as long as the pair.
+/// Never changes. The pair must outlive it.
 class SceneLevel {
 public:
     SceneLevel(const OpenPair& openPair, const Fusion& fusion, unsigned levelNumber);
 
-    /// What fuses windows of it, one at a time.
+    /// Fuses windows of the level, one at a time.
     class Slot {
     public:
         /// Reads from these files from now on.
@@ -31,17 +31,17 @@ public:
     private:
         friend SceneLevel;
         std::vector<std::unique_ptr<LevelImage>> images;
-        std::vector<std::size_t> readers;   ///< where those of each image stand among all
+        std::vector<std::size_t> readers;   ///< positions of each image's readers among all
         std::unique_ptr<FusionSlot> fusion; ///< reads from them
     };
 
-    /// Null with items when the process refuses.
+    /// Null, with items, when the process refuses the settings.
     [[nodiscard]] std::unique_ptr<Slot> MakeSlot(Status& status) const;
 
-    /// What an image fused so tells of it, of the level of full size (OutputFacts.h). False with items.
+    /// The metadata of an image fused at full size (OutputFacts.h). False with items.
     [[nodiscard]] bool Describe(const SceneFindings& found, OutputMetadata& metadata, Status& status) const;
 
-    /// All of the level: at full size the part of pan, else from column and row 0.
+    /// All of the level: at full size the part of pan, else a rectangle from column and row 0.
     [[nodiscard]] const hostkit::PixelRect& GetPart() const { return part; }
 
 private:

@@ -11,22 +11,22 @@ namespace rasterhost {
 
 inline constexpr std::uint64_t sceneFileVersion = 1;
 
-/// The text of a record for a file of that name. False with an item when it cannot be held in one: a name
-/// that is not UTF-8, or a collar of too many runs.
+/// The text of a record for a file named `file`. False, with an item, when it cannot be stored: a name is not
+/// UTF-8, or a collar has too many runs.
 [[nodiscard]] bool WriteRecord(const SceneRecord& record, const std::string& file, std::string& text,
                                Status& status);
 
-/// The record in the text of a file of that name. False with an item that names the file and the key, for any
-/// text whatever. Sizes and numbers are within their bounds then; whether the inputs are there, and agree
-/// with it, is not known.
+/// The record in the text of a file named `file`. The text may be anything: false, with an item that names
+/// the file and the key. On success all sizes and numbers are within their bounds, but the inputs may be
+/// missing or may have changed.
 [[nodiscard]] bool ReadRecord(const std::string& text, const std::string& file, SceneRecord& record,
                               Status& status);
 
-/// How many bytes tell whether a text is a description.
+/// The number of bytes that show whether a text is a description.
 inline constexpr std::size_t recordStart = 64;
 
-/// True when the first `recordStart` bytes of a text begin as descriptions do. What follows does not count,
-/// so that all who ask agree, however much each has read.
+/// True when the first `recordStart` bytes of a text begin like a description. Later bytes are ignored, so
+/// that the answer does not depend on how much has been read.
 [[nodiscard]] bool LooksLikeRecord(std::string_view text);
 
 } // namespace rasterhost

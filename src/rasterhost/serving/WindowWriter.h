@@ -10,15 +10,16 @@
 
 namespace rasterhost {
 
-/// Where the samples of a window go: of the type that the dataset has, strides in bytes.
+/// Where the samples of a window go, in the dataset's sample type. The memory is the caller's; strides are in
+/// bytes.
 struct WindowTarget {
-    unsigned char* samples = nullptr; ///< first pixel, first of the bands asked for
+    unsigned char* samples = nullptr; ///< first pixel of the first requested band
     std::ptrdiff_t pixelStride = 0, rowStride = 0, bandStride = 0;
-    /// One byte per pixel, rows packed: 255 with data, 0 without; null where nobody asks.
+    /// One byte per pixel, rows packed: 255 with data, 0 without; null when not wanted.
     unsigned char* mask = nullptr;
 };
 
-/// Fused rows as rows of the file, put where the bands asked for are to go.
+/// Writes fused rows, converted to rows of the file, into the requested bands of a target.
 template <class T>
 class WindowWriter {
 public:
@@ -27,7 +28,7 @@ public:
         : rules(outputRules), bands(wantedBands), target(windowTarget), columns(windowColumns),
           row(std::size_t{columns} * rules.GetFileBands()), tally(rules.bands) {}
 
-    /// `fused` is null where no pixel has data, `valid` where all have.
+    /// `fused` is null when no pixel has data, `valid` when all have.
     void Put(std::uint32_t number, const void* fused, const unsigned char* valid) {
         if (!bands.empty()) PutSamples(number, fused, valid);
         if (!target.mask) return;
@@ -49,7 +50,7 @@ private:
         }
     }
 
-    /// True when a row is to go there just as it is made.
+    /// True when the row can be made directly in the target.
     [[nodiscard]] bool IsAsMade(const unsigned char* first) const {
         const auto size = static_cast<std::ptrdiff_t>(sizeof(T));
         bool isAll = bands.size() == rules.GetFileBands();

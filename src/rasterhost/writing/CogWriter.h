@@ -13,13 +13,12 @@
 
 namespace rasterhost {
 
-/// Writes a cloud-optimised GeoTIFF in one pass. Overviews are made while the rows of the full size pass, as
-/// GDAL's driver makes them. In such a file they stand before the full size, so all tiles wait in
-/// a spool.
+/// Writes a cloud-optimised GeoTIFF in one pass. Overviews are made, as GDAL's driver makes them, while the
+/// rows of the full size pass. In the file they stand before the full size, so all tiles wait in a spool.
 class CogWriter : public TileSink {
 public:
-    /// `file` is a GeoTIFF without pixels that GDAL has made and closed, with the plan's options: the tags
-    /// are taken of it, and Finish replaces it. Null when it cannot be read.
+    /// `file` is a GeoTIFF without pixels that GDAL has created with the plan's options and closed. The tags
+    /// are taken from it, and Finish replaces it. Null when it cannot be read.
     [[nodiscard]] static std::unique_ptr<CogWriter>
     Open(const std::string& file, const std::string& spoolName, const OutputPlan& plan);
     ~CogWriter() override;
@@ -29,18 +28,18 @@ public:
     [[nodiscard]] bool Write(std::uint32_t firstRow, std::uint32_t rowCount, unsigned char* tiles,
                              const unsigned char* valid, PackedTiles& packed) override;
     [[nodiscard]] bool Close() override { return true; }
-    /// Writes the file, after all rows. `mask` is that of the full size, null for a file without one;
-    /// `progress` as WriteCog has it. False when it is cancelled or cannot be written.
+    /// Writes the file after all rows have been written. `mask` is that of the full size, or null for a file
+    /// without one. `progress` as in WriteCog. False when it is cancelled or cannot be written.
     [[nodiscard]] bool Finish(const OutputMask* mask, const std::function<bool(double)>& progress);
 
-    /// What a writer of this plan holds in memory.
+    /// Bytes of memory that a writer of this plan holds.
     [[nodiscard]] static std::uint64_t CountBytes(const OutputPlan& plan);
-    /// What it stores, at most, before tiles are compressed: the file, and the tiles that memory does not
-    /// hold.
+    /// The most bytes that it stores on disk, before compression: the file, and the tiles that do not fit
+    /// into memory.
     [[nodiscard]] static std::uint64_t CountStored(const OutputPlan& plan);
 
 private:
-    /// An overview, or the full size, whose tiles are not made of its rows.
+    /// An overview, or the full size, whose tiles do not come from `rows`.
     struct Level {
         LevelRows rows;
         OutputMask mask;
@@ -61,8 +60,8 @@ private:
     TiffDirectory main;
     std::unique_ptr<TilePacker> packer;
     std::vector<Level> levels;
-    std::vector<CogLevel> places;       ///< of the same
-    std::vector<unsigned char> tileRow; ///< of an overview, on its way to be compressed
+    std::vector<CogLevel> places;       ///< of the levels
+    std::vector<unsigned char> tileRow; ///< one row of tiles of an overview, before compression
     PackedTiles packedRow;
 };
 

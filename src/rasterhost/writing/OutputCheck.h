@@ -10,14 +10,15 @@
 
 namespace rasterhost {
 
-/// False with an item when a file cannot be made under that name: it is one of `files`, a folder or a device,
-/// or exists. `what` begins the message, such as "the output 'x.tif'".
+/// Checks that a file can be created under a name. False, with an item, when it is one of `files`, a folder
+/// or a device, or when it exists and `overwrite` is not set. `what` begins the message, such as "the output
+/// 'x.tif'".
 [[nodiscard]] bool CheckNewFile(const std::string& name, const std::string& what, bool overwrite,
                                 RunFiles& files, Status& status);
 
-/// The folder to make the output in. Null with an item when it cannot go where the request says: one of its
-/// files exists or is used by this run, its folder is missing or has no room for it, or the format cannot
-/// hold it. `plan` learns from a trial how large blocks of the format are.
+/// The folder to make the output in. Null, with an item, when the output cannot be written as requested: one
+/// of its files exists or is used by this run, its folder is missing or has too little space, or the format
+/// cannot hold it. `plan` gets the size of the format's blocks from a trial.
 [[nodiscard]] std::unique_ptr<WorkFolder> PrepareOutput(const SharpenRequest& request, const Scene& scene,
                                                         OutputPlan& plan, Status& status);
 

@@ -13,26 +13,26 @@
 
 namespace rasterhost {
 
-/// Entries, in order.
+/// Metadata entries, in order.
 using OutputMetadata = std::vector<std::pair<std::string, std::string>>;
 
-/// The colours of this many fused bands. Where none is named, the first one is grey and the others are not
-/// named, as in images without known colours.
+/// The colours of this many fused bands. If no band has a known colour, the first is grey and the others are
+/// undefined, as in images without known colours.
 [[nodiscard]] std::vector<GDALColorInterp> ColoursOf(const Scene& scene, std::size_t bands);
 
-/// The geotransform of a part of pan; none where pan has no position, or one by control points.
+/// The geotransform of a part of pan; empty when pan has no position, or one by control points.
 [[nodiscard]] std::optional<std::array<double, 6>> PlaceOfPart(const Scene& scene,
                                                                const hostkit::PixelRect& part);
 
-/// The projection of the output, pan's if it has one; may be empty.
+/// The projection of the output: pan's, if it has one; may be empty.
 [[nodiscard]] const OGRSpatialReference& ProjectionOf(const Scene& scene);
 
-/// Gives a new file the position of a part of pan, the names and colours of the bands, the value that means
-/// no data and the metadata.
+/// Sets on a new file the position of a part of pan, the names and colours of the bands, the value for no
+/// data and the metadata.
 void DescribeOutput(const Scene& scene, const hostkit::PixelRect& part, const imagery::OutputRules& rules,
                     const OutputMetadata& metadata, GDALDataset& output);
 
-/// Gives a copy what GDAL's copying leaves out: when the image was taken, and the wavelengths of its bands.
+/// Copies what GDAL's copying leaves out: the time of acquisition and the wavelengths of the bands.
 void CarryImagery(GDALDataset& described, GDALDataset& copy);
 
 } // namespace rasterhost

@@ -22,12 +22,12 @@ namespace rasterhost {
 
 class CogWriter;
 
-/// The fused image while it is written, in a folder that moves it to its place when it is complete. For a
-/// format that GDAL makes only by copying, a GeoTIFF is written there to copy from.
+/// The fused image while it is written, in a work folder that moves it to its place when it is complete. For
+/// a format that GDAL makes only by copying, a GeoTIFF is written there first.
 class OutputFile {
 public:
     /// Creates the file with the size and position of the scene's part, and the names and colours of the
-    /// bands. Null with an item. The folder outlives it.
+    /// bands. Null with an item. The folder must outlive it.
     [[nodiscard]] static std::unique_ptr<OutputFile> Create(const SharpenRequest& request, const Scene& scene,
                                                             const OutputPlan& plan, WorkFolder& folder,
                                                             const OutputMetadata& metadata, Status& status);
@@ -35,30 +35,29 @@ public:
     OutputFile& operator=(const OutputFile&) = delete;
     ~OutputFile();
 
-    /// What GDAL warned of when it made the file, such as a creation option's value that it ignores; or
-    /// empty.
+    /// GDAL's warning when it created the file, for example about an ignored creation option; empty for none.
     [[nodiscard]] const std::string& GetWarning() const { return warning; }
-    /// A window of up to this many rows, laid out as Write wants it.
+    /// A window of up to this many rows, in the layout that Write takes.
     [[nodiscard]] OutputWindow MakeWindow(std::uint32_t mostRows) const;
-    /// The share of the whole work that is left to Finish: it copies the whole image, or compressed tiles.
+    /// The share of the total work that is left to Finish, which copies the whole image or compressed tiles.
     [[nodiscard]] double GetShareOfFinish() const {
         return plan.IsCopied() ? 0.5 : plan.writesCog ? 0.1 : 0.0;
     }
-    /// True when GDAL writes the windows, which one thread at a time may do.
+    /// True when GDAL writes the windows; only one thread at a time may then write.
     [[nodiscard]] bool IsWrittenByGdal() const { return dataset != nullptr; }
 
-    /// Compresses a window whose rows are all there, where that can be done before they are written. Any
-    /// number of threads at a time.
+    /// Compresses a window with all its rows, if that can be done before they are written. Any number of
+    /// threads may call it. False with an item.
     [[nodiscard]] bool Pack(OutputWindow& window, Status& status) const;
-    /// Writes the next window, which was packed, and which of its pixels have data: a byte each, or null when
-    /// all have.
+    /// Writes the next window after Pack, with its mask: one byte per pixel, or null when all have data.
+    /// False with an item.
     [[nodiscard]] bool Write(OutputWindow& window, const unsigned char* valid, Status& status);
-    /// Among the pixels written so far.
+    /// The number of pixels without data among those written so far.
     [[nodiscard]] std::uint64_t GetPixelsWithoutData() const { return mask.GetPixelsWithoutData(); }
-    /// Of a picture, once it is finished: what each band was stretched from.
+    /// Of a finished picture: per band, the range that was stretched.
     [[nodiscard]] const std::vector<std::array<double, 2>>& GetStretches() const { return stretches; }
-    /// Adds the mask, copies if need be, and gives the file its name. `progress` gets the fraction done of
-    /// the copying, may be empty, and cancels by returning false.
+    /// Adds the mask, copies if needed, and gives the file its name. `progress` gets the fraction of the
+    /// copying that is done and cancels by returning false; it may be empty. False with an item.
     [[nodiscard]] bool Finish(const std::function<bool(double)>& progress, Status& status);
 
 private:
@@ -83,9 +82,9 @@ private:
     std::string warning;
     std::vector<std::array<double, 2>> stretches;
     OutputMask mask;
-    GDALDataset* dataset = nullptr;  ///< null while `tiles` has the file, and when it is closed
+    GDALDataset* dataset = nullptr;  ///< null while `tiles` writes the file, and once it is closed
     std::unique_ptr<TileSink> tiles; ///< null when GDAL writes the pixels
-    CogWriter* cog = nullptr;        ///< the same where it is one
+    CogWriter* cog = nullptr;        ///< the same object, if it is one
 };
 
 } // namespace rasterhost

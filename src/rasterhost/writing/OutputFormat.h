@@ -10,28 +10,27 @@
 
 namespace rasterhost {
 
-constexpr const char* tiffSoftwareItem = "TIFFTAG_SOFTWARE"; ///< GDAL makes a tag of it
+constexpr const char* tiffSoftwareItem = "TIFFTAG_SOFTWARE"; ///< GDAL writes it as a tag
 
 /// A format to write, and what is known of it beyond what GDAL tells.
 struct OutputFormat {
     std::string name;      ///< GDAL's short driver name
-    bool isTiff = false;   ///< GeoTIFF: how its pixels lie is decided here
-    bool isCopied = false; ///< GDAL makes it only as a copy of a finished image, as COG, PNG, JPEG 2000
-    const char* softwareItem = "Software"; ///< of the metadata, names the program
-    std::uint32_t keptBits = 16;           ///< of a sample, where GDAL takes more and cuts or clips them
-    /// For a format that is lossy by default but need not be: the options by which a request chooses the
+    bool isTiff = false;   ///< GeoTIFF: the layout of its pixels is decided here
+    bool isCopied = false; ///< GDAL makes it only as a copy of a finished image, such as COG, PNG, JPEG 2000
+    const char* softwareItem = "Software"; ///< metadata item that names the program
+    std::uint32_t keptBits = 16;           ///< bits per sample, if GDAL accepts more and cuts or clips them
+    /// For a format that is lossy by default but can be lossless: the options by which a request sets the
     /// quality itself, and the options that keep every sample.
     std::vector<const char*> qualityOptions = {};
     std::vector<const char*> exactOptions = {};
 };
 
-/// The format of a request, or the one that its output's suffix means: GDAL's first that
-/// writes files of that ending, GeoTIFF for a name without one. None, with an item, for an ending that no
-/// format has.
+/// The format of a request, or the one for its output's extension: GDAL's first that writes such files, and
+/// GeoTIFF for a name without an extension. Empty, with an item, for an extension that no format has.
 [[nodiscard]] std::optional<OutputFormat> FindFormat(const OutputRequest& request, Status& status);
 
-/// The ending that files of a format usually have, as in ".tif"; that of GeoTIFF for the empty text and for a
-/// format that GDAL does not know.
+/// The usual extension of a format, such as ".tif". That of GeoTIFF for an empty text and for a format
+/// unknown to GDAL.
 [[nodiscard]] std::string UsualEnding(const std::string& format);
 
 } // namespace rasterhost

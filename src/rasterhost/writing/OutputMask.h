@@ -7,8 +7,8 @@ class GDALRasterBand;
 
 namespace rasterhost {
 
-/// Where an image has no data, held in little memory until all of it is known: for each row the ends of its
-/// runs, or one bit per pixel where that is less.
+/// The mask of an image, stored compactly until all of it is known: per row the ends of its runs, or one bit
+/// per pixel if that is smaller.
 class OutputMask {
 public:
     explicit OutputMask(std::uint32_t imageColumns) : columns(imageColumns) {}
@@ -16,9 +16,9 @@ public:
     /// Adds the next rows from the top: one byte per pixel, 0 without data; null when all have data.
     void AddRows(const unsigned char* valid, std::uint32_t rowCount);
     [[nodiscard]] std::uint64_t GetPixelsWithoutData() const { return pixelsWithoutData; }
-    /// Tells of a row's pixels which have data: 255 with, 0 without.
+    /// Writes the mask of a row: 255 with data, 0 without.
     void ExpandRow(std::size_t row, unsigned char* valid) const;
-    /// Writes all rows as a mask, 255 with data and 0 without. False when GDAL fails.
+    /// Writes all rows as a mask band: 255 with data, 0 without. False when GDAL fails.
     [[nodiscard]] bool Write(GDALRasterBand& band) const;
 
 private:
@@ -28,7 +28,7 @@ private:
     std::uint32_t columns;
     std::uint64_t pixelsWithoutData = 0;
     std::vector<std::uint32_t> words;      ///< of all rows
-    std::vector<std::size_t> rowStarts{0}; ///< into `words`; one more than there are rows
+    std::vector<std::size_t> rowStarts{0}; ///< indices into `words`; one entry more than there are rows
 };
 
 } // namespace rasterhost

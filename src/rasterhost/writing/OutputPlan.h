@@ -10,43 +10,44 @@
 
 namespace rasterhost {
 
-/// How the output will be made. Decided once; checks, estimates, windows and writing all ask this.
+/// How the output will be made. It is decided once; checks, estimates, windows and writing all use it.
 struct OutputPlan {
     OutputFormat format;
     imagery::OutputRules rules;
     std::uint32_t columns = 0;
     std::uint32_t rows = 0;
     std::uint32_t bits = 0; ///< of a sample in the file, 8 or 16
-    int threads = 1;        ///< that compress, where GDAL does it
-    /// Creation options of the format: those asked for, and before them those that keep every sample, unless
-    /// the request says how good it wants them.
+    int threads = 1;        ///< number of compressing threads, if GDAL compresses
+    /// Creation options of the format: those requested, preceded by those that keep every sample unless the
+    /// request sets the quality.
     CPLStringList options;
-    /// Those of the file that the pixels are written into as they are fused: the same and what they leave
-    /// open, or those of a GeoTIFF to copy from.
+    /// Options of the file that fused pixels are written into: the same, completed; or those of a GeoTIFF to
+    /// copy from.
     CPLStringList pixelOptions;
-    /// The file is a stretched copy of 8 bits of the pixels that are fused (Picture.h).
+    /// The file is a copy of the fused pixels, stretched to 8 bits (Picture.h).
     bool isPicture = false;
-    bool writesCog = false;    ///< a COG whose pixels go into place as they are fused (CogWriter.h)
-    bool writesTiff = false;   ///< that file is a GeoTIFF
-    bool isCompressed = false; ///< and compressed as it is written
-    /// Of that file's blocks. Windows are best whole rows of them, and have to be where the layout has tiles.
+    bool writesCog = false;    ///< a COG whose pixels are written as they are fused (CogWriter.h)
+    bool writesTiff = false;   ///< the file with the fused pixels is a GeoTIFF
+    bool isCompressed = false; ///< and it is compressed while it is written
+    /// Rows per block of that file. Windows should be whole rows of blocks; if the layout has tiles, they
+    /// must be.
     std::uint32_t blockRows = 1;
-    imagery::OutputLayout layout; ///< how it takes the pixels of a window
+    imagery::OutputLayout layout; ///< the pixel layout of a window
 
-    /// True when the image is fused into another file and copied from that.
+    /// True when the image is fused into another file and copied from it.
     [[nodiscard]] bool IsCopied() const { return format.isCopied && !writesCog; }
     [[nodiscard]] std::size_t GetPixelBytes() const { return std::size_t{rules.GetFileBands()} * (bits / 8); }
-    [[nodiscard]] std::uint64_t GetBytes() const { ///< of all pixels, before they are compressed
+    [[nodiscard]] std::uint64_t GetBytes() const { ///< of all pixels, before compression
         return std::uint64_t{columns} * rows * GetPixelBytes();
     }
 };
 
 /// How the file will mark pixels without data: by the nodata value of the request or of the first input that
-/// has one, by a last band where the request says so, else by a mask.
+/// has one, by a last band if the request says so, else by a mask.
 [[nodiscard]] imagery::OutputRules MakeOutputRules(const OutputRequest& request, const Scene& scene);
 
-/// Plans the output of the scene's part, to be compressed by this many threads. The rows of blocks are known
-/// of GeoTIFF only; of other formats a trial tells (OutputTrial.h).
+/// Plans the output of the scene's part, to be compressed by `threads` threads. The rows per block are only
+/// known for GeoTIFF; for other formats a trial finds them (OutputTrial.h).
 [[nodiscard]] OutputPlan PlanOutput(const SharpenRequest& request, const OutputFormat& format,
                                     const Scene& scene, int threads);
 

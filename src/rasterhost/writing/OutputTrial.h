@@ -9,9 +9,9 @@
 
 namespace rasterhost {
 
-/// Makes a small image in the way of the output, among the spare files of a folder, which are removed
-/// afterwards. Many formats say only then whether they can hold it. `names` gets those of the files that it
-/// consists of, the plan the rows of blocks where it does not know them. False with an item.
+/// Creates a small image like the output among the spare files of a folder, and removes it again. Many
+/// formats tell only then whether they can hold it. `names` gets the names of its files; the plan gets the
+/// rows per block if they are unknown. False with an item.
 [[nodiscard]] bool TryOutput(const SharpenRequest& request, const Scene& scene, OutputPlan& plan,
                              WorkFolder& folder, std::vector<std::string>& names, Status& status);
 

@@ -8,25 +8,25 @@
 
 namespace rasterhost {
 
-/// The pixels of a window of full rows as the file takes them: fused rows, added one after another, become
+/// The pixels of a window of full rows in the form of the file: fused rows, added one after another, become
 /// rows of the file in its layout.
 class OutputWindow {
 public:
-    /// For windows of at most this many rows; samples have 8 or 16 bits.
+    /// For windows of at most `mostRows` rows. Samples have 8 or 16 bits.
     OutputWindow(const imagery::OutputRules& outputRules, const imagery::OutputLayout& outputLayout,
                  std::uint32_t bits, std::uint32_t fileColumns, std::uint32_t mostRows);
 
     /// Begins a window of this many rows of the file.
     void Start(std::uint32_t firstFileRow, std::uint32_t rowCount);
-    /// Makes the next row of a fused one, and counts its limits. `fused` is null where no pixel has data;
-    /// `valid` as MakeOutputRow has it.
+    /// Makes the next row from a fused row, and counts samples at the limits. `fused` is null when no pixel
+    /// has data; `valid` as in MakeOutputRow.
     void AddRow(const unsigned char* fused, const unsigned char* valid);
 
     [[nodiscard]] std::uint32_t GetFirstRow() const { return firstRow; }
     [[nodiscard]] std::uint32_t GetRows() const { return rows; }
-    /// Rows of the file, interleaved by pixel and packed, in the layout asked for.
+    /// Rows of the file, interleaved by pixel and packed, in the file's layout.
     [[nodiscard]] unsigned char* GetSamples() { return samples.data(); }
-    /// What a file that is compressed as it is written makes of them.
+    /// Its compressed tiles, for a file that is compressed while it is written.
     [[nodiscard]] PackedTiles& GetPacked() { return packed; }
     [[nodiscard]] const imagery::LimitTally& GetTally() const { return tally; }
 
@@ -45,7 +45,7 @@ private:
     const std::size_t pixelBytes; ///< of the file
     std::uint32_t firstRow = 0;
     std::uint32_t rows = 0;
-    std::uint32_t added = 0; ///< of the rows
+    std::uint32_t added = 0; ///< rows added so far
     std::size_t mostBytes = 0;
     std::vector<unsigned char> samples;
     PackedTiles packed;

@@ -9,23 +9,23 @@ struct tiff;
 
 namespace rasterhost {
 
-/// What tiles of a GeoTIFF are made of: bands interleaved by pixel, compressed without loss.
+/// The form of a GeoTIFF's tiles: bands interleaved by pixel, lossless compression.
 struct TileForm {
     std::uint32_t columns = 0;
     std::uint32_t rows = 0;
     std::uint16_t bits = 0; ///< per sample
     std::uint16_t samples = 0;
     std::uint16_t compression = 0; ///< COMPRESSION_* of tiff.h
-    std::uint16_t predictor = 0;   ///< 0 where the compression has none
-    std::uint32_t levelTag = 0;    ///< how hard the compression tries; 0 for its own choice
+    std::uint16_t predictor = 0;   ///< 0 if the compression has none
+    std::uint32_t levelTag = 0;    ///< the tag for the compression level; 0 for the default level
     int level = 0;
 
     [[nodiscard]] std::size_t GetRowBytes() const { return std::size_t{samples} * bits * columns / 8; }
     [[nodiscard]] std::size_t GetBytes() const { return GetRowBytes() * rows; }
 };
 
-/// Compresses one tile after another with libtiff's codecs, which keep their working memory in between: with
-/// some, that is most of the work. One thread at a time.
+/// Compresses tiles one after another with libtiff's codecs. They keep their working memory in between; with
+/// some, allocating it is most of the work. One thread at a time may use it.
 class TileEncoder {
 public:
     explicit TileEncoder(const TileForm& tileForm);
@@ -33,8 +33,8 @@ public:
     TileEncoder& operator=(const TileEncoder&) = delete;
     ~TileEncoder();
 
-    /// `tile` has the form's bytes. False when memory runs out or the codec fails; libtiff's error handler is
-    /// told.
+    /// `tile` has the size of the form. False when memory runs out or the codec fails; libtiff's error
+    /// handler is called.
     [[nodiscard]] bool Encode(const unsigned char* tile, std::vector<unsigned char>& encoded);
 
 private:
@@ -46,7 +46,7 @@ private:
     const TileForm form;
     std::unique_ptr<Sink> sink;
     tiff* file = nullptr;
-    std::uint32_t next = 0; ///< tile of `file`
+    std::uint32_t next = 0; ///< the tile of `file` to write next
 };
 
 } // namespace rasterhost

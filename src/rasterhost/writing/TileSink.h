@@ -6,7 +6,7 @@
 
 namespace rasterhost {
 
-/// What takes the windows of a file in tiles of its layout.
+/// Takes the windows of a file as tiles in its layout.
 class TileSink {
 public:
     TileSink() = default;
@@ -14,16 +14,16 @@ public:
     TileSink& operator=(const TileSink&) = delete;
     virtual ~TileSink() = default;
 
-    /// Compresses whole rows, in tiles of the layout, with the threads of the arena it is called in. Any
-    /// number of windows at a time. False when memory runs out or the codec fails.
+    /// Compresses full rows, given as tiles of the layout, with the threads of the arena it is called in. Any
+    /// number of windows may be packed in parallel. False when memory runs out or the codec fails.
     [[nodiscard]] virtual bool Pack(std::uint32_t rowCount, const unsigned char* tiles,
                                     PackedTiles& packed) const = 0;
-    /// Writes whole rows, `packed` being what Pack made of `tiles`, and takes which of their pixels have
-    /// data: a byte each, or null when all have. They start with a row of tiles and end with one, or with the
-    /// image. Not for two threads at a time. GDAL's error handler is told of a failure.
+    /// Writes full rows and their mask: `packed` is what Pack made of `tiles`; `valid` has one byte per
+    /// pixel, or is null when all have data. The rows begin with a row of tiles and end with one, or with the
+    /// image. One thread at a time. False on failure, which is reported to GDAL's error handler.
     [[nodiscard]] virtual bool Write(std::uint32_t firstRow, std::uint32_t rowCount, unsigned char* tiles,
                                      const unsigned char* valid, PackedTiles& packed) = 0;
-    /// Ends the writing of pixels. Once.
+    /// Ends the writing of pixels. Call it once. False on failure.
     [[nodiscard]] virtual bool Close() = 0;
 };
 

@@ -11,18 +11,18 @@
 
 namespace rasterhost {
 
-/// A tile that waits: in memory, or at an offset of the file.
+/// A waiting tile: in memory, or at an offset of the file.
 struct TilePlace {
     std::uint64_t offset = 0;
     std::uint32_t bytes = 0;
     std::vector<unsigned char> held = {};
 };
 
-/// Keeps tiles that wait for their place in the output, the first of them in memory and the others in a file
-/// that is removed with this object.
+/// Holds tiles that wait for their place in the output: the first ones in memory, the others in a file that
+/// is removed with this object.
 class TileSpool {
 public:
-    /// What is held in memory.
+    /// The most bytes held in memory.
     static constexpr std::uint64_t mostHeld = std::uint64_t{64} << 20;
 
     explicit TileSpool(const std::string& fileName, std::uint64_t bytesToHold = mostHeld)
@@ -31,9 +31,10 @@ public:
     TileSpool& operator=(const TileSpool&) = delete;
     ~TileSpool();
 
-    /// Adds a tile of `bytes` bytes, copied where it is held, and its place. False when it cannot be written.
+    /// Adds a copy of a tile of `bytes` bytes, and appends its place to `places`. False when it cannot be
+    /// written.
     [[nodiscard]] bool Add(const unsigned char* tile, std::size_t bytes, std::vector<TilePlace>& places);
-    /// The bytes of a tile, which are `room`'s when it was in the file; null when it cannot be read.
+    /// The bytes of a tile, in `room` if it was in the file. Null when it cannot be read.
     [[nodiscard]] const unsigned char* Get(const TilePlace& place, std::vector<unsigned char>& room);
 
 private:

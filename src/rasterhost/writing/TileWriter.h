@@ -14,15 +14,15 @@ struct tiff;
 
 namespace rasterhost {
 
-/// Writes the pixels of a GeoTIFF that GDAL has made and closed, tile by tile, where bands are interleaved by
-/// pixel and nothing is lost. GDAL takes such tiles apart by band and puts them together again, which costs
-/// more than all else in a run, and compresses beside the threads that fuse.
+/// Writes the pixels of a GeoTIFF that GDAL has created and closed, tile by tile, if bands are interleaved by
+/// pixel and the compression is lossless. GDAL would split such tiles by band and join them again, which
+/// costs more than all other work of a run, and would compress on threads that compete with those that fuse.
 class TileWriter : public TileSink {
 public:
-    /// Whether a file made with these options ("NAME=VALUE") is of that kind. All their names are known to be
-    /// honoured here; any other leaves the pixels to GDAL.
+    /// Whether a file made with these options ("NAME=VALUE") can be written here. All option names that it
+    /// accepts are honoured; any other leaves the pixels to GDAL.
     [[nodiscard]] static bool CanWrite(const CPLStringList& creationOptions);
-    /// Null when the file is not of that kind after all, or its tiles are not as `layout` has them.
+    /// Null when the file cannot be written here after all, or when its tiles do not match `layout`.
     [[nodiscard]] static std::unique_ptr<TileWriter>
     Open(const std::string& file, const imagery::OutputLayout& layout, const CPLStringList& creationOptions);
     TileWriter(const TileWriter&) = delete;
