@@ -1,4 +1,4 @@
-# How everything here is compiled, and the two functions that the folders use.
+# How everything here is compiled, and the functions that the folders use.
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
@@ -45,6 +45,14 @@ function(pansharp_library name)
   target_include_directories(${name} PUBLIC "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>")
   target_compile_features(${name} PUBLIC cxx_std_20)
   target_link_libraries(${name} PUBLIC ${ARG_LINKS})
+endfunction()
+
+# pansharp_compile_small(TARGET ...): for what waits for people and files and has no loop over pixels. It compiles in two
+# thirds of the time.
+function(pansharp_compile_small)
+  foreach(target ${ARGN})
+    target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-Os>)
+  endforeach()
 endfunction()
 
 # pansharp_exports(TARGET DESCRIPTION): a shared library exports what Exports.map in its folder lists, on Windows what
