@@ -24,7 +24,7 @@ namespace {
 constexpr std::string_view bandMark = ",band=";
 constexpr std::uint32_t largestBand = 65535;
 
-/// The value that the whole text is; nothing otherwise.
+/// The value of the whole text; empty when it is not a number.
 template <class Number>
 std::optional<Number> Convert(const std::string& text) {
     const std::string trimmed = Trim(text);

@@ -11,8 +11,8 @@ namespace cli {
 
 namespace {
 
-/// What may be wrong with a line that failed: several images are named and one file after an option that
-/// takes one. Empty otherwise.
+/// A likely mistake in a failed command line: several images after an option that takes one file. Empty
+/// otherwise.
 std::string HintAtFiles(const CommandLine& line) {
     for (const OptionEntry& option : {option::ms, option::reference})
         if (const std::string name(option.Key());

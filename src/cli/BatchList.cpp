@@ -27,7 +27,7 @@ constexpr std::size_t mostScenes = 1000000;
 constexpr std::size_t mostFiles = 1000;
 constexpr const char* outputKey = "--output";
 
-/// The value of an option as one would type it.
+/// The value of an option as it would be typed.
 std::string OptionText(const RecordPart::Json& value, const RecordPart& part) {
     if (value.is_string()) return part.GetText();
     if (!value.is_number()) part.Refuse("is neither a text nor a number");
@@ -61,7 +61,7 @@ const OptionEntry& FindSceneOption(const std::string& key, const RecordPart& par
     part.Refuse("is not an option of a scene" + Suggestion(key.substr(2), keys));
 }
 
-/// True and the values set an option, false and null take away what holds for all scenes.
+/// True and values set an option; false and null remove what applies to all scenes.
 void ReadOptions(const RecordPart::Json& options, BatchScene& scene) {
     if (!options.is_object()) throw RecordFault{"the key 'options' is not an object"};
     for (const auto& [name, value] : options.items()) {
@@ -96,7 +96,7 @@ void ReadFiles(const RecordPart& object, BatchScene& scene) {
     if (scene.files.size() == 1) object.Get("ms").Refuse("is empty; name at least one file");
 }
 
-/// The output's name within the folder, without what means nothing in it.
+/// The output's name within the folder, without redundant parts.
 std::string CheckOutput(const std::string& name) {
     const std::filesystem::path path = std::filesystem::path(name).lexically_normal();
     if (name.empty() || name.ends_with('/') || path.is_absolute() || *path.begin() == ".." || path == "." ||
@@ -106,7 +106,7 @@ std::string CheckOutput(const std::string& name) {
     return path.string();
 }
 
-/// The name of what the scene is made of, with the ending of the format.
+/// The name of the scene's input, with the extension of the format.
 std::string UsualOutput(const BatchScene& scene) {
     std::string name = scene.files.front();
     while (name.size() > 1 && name.ends_with('/'))
@@ -125,7 +125,7 @@ std::string UsualOutput(const BatchScene& scene) {
     return name + (IsSceneFormat(of) ? sceneEnding : rasterhost::UsualEnding(of));
 }
 
-/// What was typed for all scenes.
+/// A scene with the options typed for all scenes.
 BatchScene StartScene(const CommandLine& forAll) {
     BatchScene scene;
     for (const OptionEntry& option : SceneCommand().options)

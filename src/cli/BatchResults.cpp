@@ -11,7 +11,7 @@ namespace cli {
 
 namespace {
 
-/// The text of a key; empty where it is none.
+/// The text of a key; empty when its value is not a text.
 std::string TextOf(const Json& result, const char* key) {
     const auto found = result.is_object() ? result.find(key) : result.end();
     return found != result.end() && found->is_string() ? found->get<std::string>() : std::string();
@@ -54,7 +54,8 @@ std::optional<Json> BatchResults::FindDone(const std::string& output) const {
     earlier.seekg(found->second);
     (void)ReadBoundedLine(earlier, line, isTooLong);
     const Json result = Json::parse(line, nullptr, false);
-    return TextOf(result, "output") == output ? std::optional(result) : std::nullopt; // or it was changed
+    return TextOf(result, "output") == output ? std::optional(result)
+                                              : std::nullopt; // the file may have changed
 }
 
 std::string BatchResults::Print(const Json& result) {
@@ -88,7 +89,8 @@ void BatchResults::WriteBegun() const {
     const bool isWritten = static_cast<bool>((note << Print(Json(begun)) + "\n").flush());
     note.close();
     if (isWritten)
-        std::filesystem::rename(beside, file, fault); // a kill leaves the old notes or the new ones
+        std::filesystem::rename(beside, file,
+                                fault); // after a kill, the file has the old notes or the new ones
     if (!isWritten || fault)
         throw std::runtime_error("'" + file +
                                  "' cannot be written; may this user write there, and is there room?");

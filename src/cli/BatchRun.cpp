@@ -24,7 +24,7 @@ double SecondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-/// Changes with the inputs, the options that pixels depend on, and the version.
+/// A digest of the inputs, the options that pixels depend on, and the version.
 std::string Fingerprint(const BatchScene& scene, const Arguments& request) {
     std::string text = PANSHARP_VERSION;
     for (const auto& [key, values] : scene.options) {
@@ -50,7 +50,7 @@ std::string Fingerprint(const BatchScene& scene, const Arguments& request) {
     return number.GetDigits();
 }
 
-/// What every line has.
+/// The keys that every line has.
 Json HeadOf(const BatchScene& scene, const char* status) {
     Json result = {{"status", status}};
     if (!scene.list.empty()) {
@@ -140,7 +140,7 @@ std::optional<Json> RunBatchScene(const BatchScene& scene, const BatchRun& how,
     const Clock::time_point start = Clock::now();
     try {
         return MakeScene(scene, how, done, status);
-    } catch (const std::bad_alloc&) { // what the scene had is given back by now
+    } catch (const std::bad_alloc&) { // the memory of the scene has been freed by now
         SharpenRun run;
         run.code = WorkFailed;
         run.status.Add(0, "there is not enough memory; try fewer --threads or a smaller --window",

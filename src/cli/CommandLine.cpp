@@ -12,7 +12,7 @@ namespace cli {
 
 namespace {
 
-/// One command of the table as the parser knows it.
+/// One command of the table, prepared for the parser.
 struct BoundCommand {
     const CommandEntry* entry;
     CLI::App* app;
@@ -75,7 +75,7 @@ bool IsOption(const std::string& argument) { return argument.size() > 1 && argum
     throw UsageError("unknown option '" + name + "'" + Suggestion(name, keys) + SeeHelp(command));
 }
 
-/// What the parser says in its own words when a value is missing or stands where none belongs.
+/// Turns the parser's complaint about a missing or superfluous value into our own message.
 [[noreturn]] void RefuseValue(const BoundCommand& command, const std::string& complaint) {
     const std::string name = complaint.substr(0, complaint.find_first_of(": "));
     for (const auto& [entry, option] : command.options) {
@@ -98,12 +98,13 @@ CommandLine CommandLine::Parse(int argc, const char* const* argv) {
     Bind(bound.emplace_back(BoundCommand{&Program(), &app, {}, {}}));
     for (const CommandEntry& entry : Commands())
         Bind(bound.emplace_back(BoundCommand{&entry, app.add_subcommand(std::string(entry.name)), {}, {}}));
-    // What follows "--" is not an option, whatever it looks like; the parser takes the arguments from behind.
+    // Arguments after "--" are not options, even if they look like options. The parser takes arguments from
+    // the end.
     const char* const* const begin = argv + std::min(argc, 1);
     const char* const* const end = argv + argc;
     const char* const* const mark = std::find(begin, end, std::string_view("--"));
     std::vector<std::string> arguments(begin, mark);
-    // "help COMMAND" and "version", as people know them from other programs.
+    // "help COMMAND" and "version", which users know from other programs.
     if (!arguments.empty() && arguments.front() == "help") {
         arguments.erase(arguments.begin());
         arguments.emplace_back("--help");
@@ -112,7 +113,7 @@ CommandLine CommandLine::Parse(int argc, const char* const* argv) {
     }
     std::reverse(arguments.begin(), arguments.end());
     std::replace(arguments.begin(), arguments.end(), std::string("-of"),
-                 std::string("--of")); // as GDAL has it
+                 std::string("--of")); // GDAL's spelling
     std::string failure;
     try {
         app.parse(std::move(arguments));

@@ -54,7 +54,7 @@ std::string BashValues(const CommandEntry& command, const std::string& methods) 
     return lines;
 }
 
-/// In a description within quotes and brackets, colons apart.
+/// Escapes a description within quotes and brackets, except colons.
 std::string ZshText(std::string_view text) {
     std::string escaped;
     for (const char c : text) {
@@ -67,7 +67,7 @@ std::string ZshText(std::string_view text) {
     return escaped;
 }
 
-/// The help up to its first stop.
+/// The first sentence of the help.
 std::string Brief(std::string_view help) {
     std::string_view brief = help.substr(0, help.find(';'));
     if (const auto stop = brief.find(". "); stop != std::string_view::npos) brief = brief.substr(0, stop);

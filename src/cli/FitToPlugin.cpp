@@ -26,8 +26,8 @@ const PansharpMethod& FindMethod(const PansharpDescription& plugin, const std::s
                      "; it offers " + listed);
 }
 
-/// The method that is named; else that of the run whose weights are taken, the plug-in's default for options
-/// that a recommended one ignores, or the recommended one.
+/// The named method; else that of the run whose weights are used; else the plug-in's first method if options
+/// are given that the recommended one ignores; else the recommended one.
 const PansharpMethod& ChooseMethod(const PansharpDescription& plugin, const Arguments& request,
                                    std::vector<std::string>& warnings) {
     const auto* recommended = hostkit::FindRecommended(plugin);

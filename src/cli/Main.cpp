@@ -25,7 +25,7 @@ namespace {
 
 using namespace cli;
 
-/// The arguments; a product that was recognised is told before anything is done with it.
+/// Reads the arguments. A recognised product is printed before anything is done with it.
 Arguments TakeArguments(const CommandLine& line) {
     Arguments arguments = ReadArguments(line);
     if (arguments.foundProduct && !arguments.json && !arguments.quiet)

@@ -45,8 +45,8 @@ int Print(const std::string& text) {
 
 } // namespace
 
-/// Makes what the table of options is the source of: the manual, into a folder; completion, printed, with the
-/// methods of a plug-in.
+/// Generates what comes from the table of options: the manual, into a folder; and completion, printed, with
+/// the methods of a plug-in.
 int main(int argc, char** argv) {
     const std::string_view form = argc > 1 ? argv[1] : "";
     if (argc == 3 && form == "docs") return WriteManual(argv[2]);

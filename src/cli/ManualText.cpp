@@ -15,7 +15,7 @@ std::string Upper(std::string_view text) {
     return upper;
 }
 
-/// As roff takes it: hyphens stay what they are when copied, and no line is a request by accident.
+/// Escapes a text for roff: hyphens can be copied, and no line is a request by accident.
 std::string Roff(std::string_view text) {
     std::string escaped;
     for (const char c : text) {
@@ -31,7 +31,7 @@ std::string Roff(std::string_view text) {
     return escaped;
 }
 
-/// As Markdown takes it within a cell of a table.
+/// Escapes a text for a cell of a Markdown table.
 std::string Cell(std::string_view text) {
     std::string escaped;
     for (const char c : text) {
@@ -60,7 +60,7 @@ std::string RoffCommand(const CommandEntry& command) {
     return text + ".PP\n.nf\n" + Roff(command.closing) + ".fi\n";
 }
 
-/// Options are code, where a vertical bar needs its backslash all the same.
+/// Options are set as code, in which a table still needs a backslash before a vertical bar.
 std::string MarkdownOption(const OptionEntry& option) {
     std::string names(option.names);
     if (const auto comma = names.find(','); comma != std::string::npos) names.insert(comma + 1, " ");

@@ -9,10 +9,10 @@ namespace cli {
 void SetNetworkDefaults() {
     constexpr std::pair<const char*, const char*> defaults[] = {
         {"GDAL_HTTP_MAX_RETRY", "4"},
-        {"GDAL_HTTP_RETRY_DELAY", "0.5"}, // seconds; each further one is more than twice as long
+        {"GDAL_HTTP_RETRY_DELAY", "0.5"}, // seconds; each further delay is more than twice as long
         {"GDAL_HTTP_CONNECTTIMEOUT", "20"},
         {"GDAL_HTTP_LOW_SPEED_TIME", "20"},        // seconds
-        {"GDAL_HTTP_LOW_SPEED_LIMIT", "100"},      // bytes a second
+        {"GDAL_HTTP_LOW_SPEED_LIMIT", "100"},      // bytes per second
         {"CPL_VSIL_CURL_CACHE_SIZE", "134217728"}, // archives are read through this cache alone
     };
     for (const auto& [key, value] : defaults)

@@ -33,8 +33,7 @@ const std::string& FileName(const TypedOption& option) {
     return option.Value();
 }
 
-/// A file that stands beside the output must not take the place of what the run reads or makes, nor be one of
-/// it.
+/// Adds a file beside the output. It must not be, or replace, a file that the run reads or makes.
 void AddBeside(const TypedOption& option, Arguments& to) {
     rasterhost::RunFiles files = rasterhost::FilesOf(to);
     files.Add(to.output, "the output");
@@ -144,7 +143,7 @@ void ReadWeights(const TypedOption& option, Arguments& to) {
     to.weightSource = StringsEqual(option.Value(), "equal", true) ? WeightSource::Equal : WeightSource::Fit;
 }
 
-/// Blur and gains that are typed go before those of the run.
+/// Blur and gains that are typed take precedence over those of the run.
 void ReadWeightsFrom(const TypedOption& option, Arguments& to) {
     const std::string& file = option.Value();
     if (option.line.Has(option::weights))
@@ -179,7 +178,7 @@ void ReadGains(const TypedOption& option, Arguments& to) {
     to.gains = ParseGains(option.name, option.Value());
 }
 
-/// A method that is typed goes before that of the settings: it is read later.
+/// A method that is typed takes precedence over that of the settings, since it is read later.
 void ReadSettingsFile(const TypedOption& option, Arguments& to) {
     for (const auto& [name, value] : ReadSettings(option.Value()))
         if (!StringsEqual(name, KOVA::Tessara::PropertyNames::method, true)) {
@@ -190,7 +189,7 @@ void ReadSettingsFile(const TypedOption& option, Arguments& to) {
     to.otherFiles.emplace_back(option.Value(), "the file of " + option.name);
 }
 
-/// Set last, so that they go before all others.
+/// Read last, so that they take precedence over all others.
 void ReadProperties(const TypedOption& option, Arguments& to) {
     for (const std::string& property : option.values)
         to.properties.push_back(ParseNameValue(option.name, property));
@@ -228,7 +227,8 @@ void ReadShift(const TypedOption& option, Arguments& to) {
 
 void ReadScale(const TypedOption& option, Arguments& to) {
     to.scale.reset();
-    if (to.foundProduct && !option.line.Has(option::bitDepth)) to.bitDepth.reset(); // of samples as they are
+    if (to.foundProduct && !option.line.Has(option::bitDepth))
+        to.bitDepth.reset(); // it is that of unscaled samples
     to.findScale = IsAuto(option);
     if (to.findScale) return;
     to.scale = ParsePair(option.name, option.Value());
@@ -293,7 +293,7 @@ void ReadBandsOfImage(const TypedOption& option, Arguments& to) {
 
 namespace {
 
-/// Takes a description or a product in the place of a pair. False when the name is of neither.
+/// Takes a description or a product instead of a pair. False when the name is neither.
 bool TakesOneName(const std::string& name, const CommandLine& line, Arguments& to) {
     const std::string file = rasterhost::NameForGdal(name);
     if (!NamesScene(file)) return TakesProduct(file, to);

@@ -172,8 +172,8 @@ constexpr OptionEntry programOptions[] = {
     option::help,
 };
 
-// What a reader looks at is read before it: the infrared band before its weight, all that a run reads and
-// writes before what stands beside it.
+// What a reader needs is read before it: the infrared band before its weight, and all files of a run before
+// the files beside its output.
 constexpr std::string_view sharpenOrder[] = {
     "--infrared",        "--output",    "--of",        "--co",           "--weights",    "--bands",
     "--infrared-weight", "--mtf",       "--gains",     "--weights-from", "--settings",   "--set",
@@ -189,7 +189,7 @@ constexpr std::string_view viewOrder[] = {"--infrared",  "--weights", "--bands",
                                           "--scale",     "--nodata",  "--no-nodata"};
 constexpr std::string_view assessOrder[] = {"--ratio", "--bands", "--mtf-pan"};
 
-/// A name that is none would say nothing.
+/// Checks that all names in an order exist; an unknown one would have no effect.
 constexpr bool AreOptions(std::span<const std::string_view> keys, std::span<const OptionEntry> options) {
     return std::all_of(keys.begin(), keys.end(), [&](std::string_view key) {
         return std::any_of(options.begin(), options.end(),

@@ -18,7 +18,7 @@ namespace {
 
 constexpr int requestsToStop[] = {SIGINT, SIGTERM, SIGHUP}; // SIGHUP: the terminal is gone
 
-// Set on whatever thread takes the signal.
+// Set on whichever thread takes the signal.
 std::atomic<bool> interrupted = false;
 static_assert(std::atomic<bool>::is_always_lock_free);
 
@@ -57,14 +57,14 @@ bool OpenInBrowser(const std::string& address) {
     std::string program = "xdg-open", argument = address;
     char* const arguments[] = {program.data(), argument.data(), nullptr};
     pid_t child = 0;
-    // It hands the address on and is done.
+    // The opener passes the address on and ends.
     int outcome = 0;
     return posix_spawnp(&child, program.c_str(), nullptr, nullptr, arguments, environ) == 0 &&
            waitpid(child, &outcome, 0) == child && WIFEXITED(outcome) && WEXITSTATUS(outcome) == 0;
 }
 
 void CatchInterrupts() {
-    // A file that may not grow and a reader that has gone are errors of writing, which are told.
+    // A file that may not grow, and a reader that has gone, are reported as errors of writing.
     for (const int signal : {SIGXFSZ, SIGPIPE})
         std::signal(signal, SIG_IGN);
     for (const int signal : requestsToStop) {

@@ -16,7 +16,7 @@ using rasterhost::Product;
 
 namespace {
 
-/// "B4.TIF (0.655 µm)"; of a file with several bands which.
+/// "B4.TIF (0.655 µm)"; for a file with several bands also which band.
 std::string FormatBand(const InputBand& band, bool saysName) {
     std::string text = saysName && !band.name.empty() ? band.name + " " : "";
     if (band.wavelength) text += FormatString("%.4g µm ", *band.wavelength);
@@ -25,7 +25,7 @@ std::string FormatBand(const InputBand& band, bool saysName) {
     return text;
 }
 
-/// What is known of samples and sensor, and holds unless an option says something else.
+/// What is known of samples and sensor; options override it.
 std::string FormatDefaults(const Arguments& request) {
     constexpr std::size_t column = 10;
     const Product& product = *request.foundProduct;
@@ -67,7 +67,7 @@ bool TakesProduct(const std::string& name, Arguments& to) {
     }
     rasterhost::TakeProduct(name, product, to, to);
     if (auto transfers = rasterhost::TransfersOf(product); !transfers.empty()) {
-        if (to.line.Has(option::infrared)) // its number stands last
+        if (to.line.Has(option::infrared)) // its number comes last
             transfers.push_back(rasterhost::PublishedTransfer(product.sensor, "nir")
                                     .value_or(rasterhost::SensorBlur().multispectral.front()));
         to.blur.multispectral = std::move(transfers);

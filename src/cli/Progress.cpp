@@ -14,7 +14,7 @@ using KOVA::Tessara::Fundament::FormatString;
 namespace {
 
 constexpr std::chrono::milliseconds drawInterval{100};
-constexpr double soonestEstimate = 1.0; // seconds; before that the time left is a guess
+constexpr double soonestEstimate = 1.0; // seconds; earlier the remaining time is only a guess
 constexpr std::size_t longestBar = 50;
 
 } // namespace
@@ -37,7 +37,7 @@ void Progress::Update(double fraction) {
 
 void Progress::Clear() {
     if (!barShown) return;
-    stream << "\r\x1b[K" << std::flush; // to the line's start, and erase it
+    stream << "\r\x1b[K" << std::flush; // to the start of the line, and erase it
     barShown = false;
 }
 

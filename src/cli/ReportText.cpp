@@ -24,7 +24,7 @@ std::string FormatWeights(const SharpenReport& report) {
     return text;
 }
 
-/// How well the weights fit, and each band to pan.
+/// How well the weights fit, and the correlation of each band with pan.
 std::string FormatFit(const rasterhost::WeightFit& fit) {
     std::string text = FormatString("  fitted to %.0f multispectral pixels, R² %.3f; correlation with pan",
                                     static_cast<double>(fit.samples), fit.rSquared);

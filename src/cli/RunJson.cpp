@@ -29,7 +29,8 @@ Json FitObject(const rasterhost::WeightFit& fit) {
     return object;
 }
 
-/// Blur and gains at the top, where an earlier run's are looked for; how they were found beside them.
+/// Blur and gains at the top level, where they are read from an earlier run; how they were found stands
+/// beside them.
 void AddDetail(Json& object, const rasterhost::DetailFit& detail) {
     object["modulation_transfer"] = detail.transfer;
     object["gains"] = Json::array();

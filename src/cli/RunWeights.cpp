@@ -20,7 +20,7 @@ bool IsFinite(const Json& number) { return number.is_number() && std::isfinite(n
 
 bool IsGain(const Json& number) { return IsFinite(number) && number.get<double>() >= 0.0; }
 
-/// Blur and gains, where the run had them.
+/// Reads blur and gains if the run had them.
 void ReadDetail(const std::string& file, const Json& object, RunWeights& run) {
     const Json transfer = object.value("modulation_transfer", Json());
     const Json gains = object.value("gains", Json());

@@ -23,7 +23,8 @@ bool NamesScene(const std::string& name) {
 }
 
 void TakeScene(const std::string& file, const CommandLine& line, Arguments& to) {
-    const bool writesPixels = line.GetCommand().name == "sharpen"; // what opens a scene relies on its bands
+    const bool writesPixels =
+        line.GetCommand().name == "sharpen"; // programs that open a scene rely on its bands
     bool choosesBands = false;
     for (const OptionEntry& option : line.GetCommand().options) {
         if (!SaysHowToFuse(option) || !line.Has(option)) continue;
@@ -41,7 +42,7 @@ void TakeScene(const std::string& file, const CommandLine& line, Arguments& to) 
     static_cast<rasterhost::PairRequest&>(to) = static_cast<const rasterhost::PairRequest&>(request);
     static_cast<rasterhost::FusionRequest&>(to) = static_cast<const rasterhost::FusionRequest&>(request);
     to.alpha = request.alpha;
-    if (choosesBands) to.bands.clear(); // the option's reader says which
+    if (choosesBands) to.bands.clear(); // the option's reader sets them
     to.otherFiles.emplace_back(file, "the description of the scene");
     to.scene = std::move(record);
 }

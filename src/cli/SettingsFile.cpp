@@ -25,7 +25,7 @@ PropertyPairs ReadSettings(const std::string& file) {
     Status reasons;
     if (!properties.FromXml(file, reasons)) {
         std::string reason;
-        if (reasons.GetCount() > 0) // details, where there are any, say what the message leaves open
+        if (reasons.GetCount() > 0) // details, if there are any, add what the message lacks
             reason =
                 reasons.GetItem(0).details.empty() ? reasons.GetItem(0).message : reasons.GetItem(0).details;
         throw UsageError("--settings: '" + file +
@@ -34,7 +34,7 @@ PropertyPairs ReadSettings(const std::string& file) {
                          reason);
     }
     constexpr std::uint32_t most =
-        2000; // a process looks names up one by one, and copies them for every window
+        2000; // a process searches names linearly, and copies them for every window
     if (properties.GetCount() > most)
         throw UsageError("--settings: '" + file + "' holds " + std::to_string(properties.GetCount()) +
                          " properties; give " + std::to_string(most) + " at most");

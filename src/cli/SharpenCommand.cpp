@@ -25,7 +25,7 @@ Progress::Style ChooseStyle(const Arguments& request) {
     return platform::ErrorsGoToTerminal() ? Progress::Style::Bar : Progress::Style::Lines;
 }
 
-/// Asks before an existing file is replaced, where there is somebody to ask. False when the answer is no.
+/// Asks before an existing file is replaced, if there is somebody to ask. False when the answer is no.
 bool MayWrite(Arguments& request) {
     const bool isSilent = request.quiet || request.json;
     if (request.overwrite || isSilent || !KOVA::Tessara::Fundament::IsInteractive() ||

@@ -15,8 +15,8 @@ using KOVA::Tessara::Fundament::Status;
 
 namespace {
 
-/// Fits the request to the plug-in, and finds the bands that it names. False with an item when there is no
-/// plug-in that works, or no such band.
+/// Fits the request to the plug-in, and finds the bands that it names. False, with an item, when there is no
+/// working plug-in or no such band.
 bool Settle(Arguments& request, std::vector<std::string>& warnings, Status& status) {
     const auto plugin = hostkit::PluginLibrary::FindAndLoad(request.plugin, status);
     if (!plugin) return false;
@@ -24,7 +24,7 @@ bool Settle(Arguments& request, std::vector<std::string>& warnings, Status& stat
     return rasterhost::ResolveBands(request, status);
 }
 
-/// The same, and the warnings are told.
+/// The same, and passes the warnings on.
 bool SettleTelling(Arguments& request, std::vector<std::string>& warnings, Status& status) {
     if (!Settle(request, warnings, status)) return false;
     for (const std::string& warning : warnings)
@@ -32,7 +32,7 @@ bool SettleTelling(Arguments& request, std::vector<std::string>& warnings, Statu
     return true;
 }
 
-/// Tells before a run whether what stands beside the output can be written.
+/// Checks before a run that the files beside the output can be written.
 bool CheckReports(const Arguments& request, Status& status) {
     rasterhost::RunFiles others; // the arguments were checked for what the run uses
     return (request.statusXml.empty() ||
@@ -76,7 +76,8 @@ void Sharpen(Arguments& request, SharpenRun& run) {
 void Inform(Arguments& request, InfoRun& run) {
     std::vector<std::string> warnings;
     if (Settle(request, warnings, run.status) && request.scene)
-        (void)rasterhost::CheckInputs(*request.scene, request, true, request.warn, run.status); // a finding
+        (void)rasterhost::CheckInputs(*request.scene, request, true, request.warn,
+                                      run.status); // failure is a finding
     LookAtPair(request, run);
 }
 

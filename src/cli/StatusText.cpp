@@ -12,7 +12,7 @@ using KOVA::Tessara::Fundament::Trim;
 
 namespace {
 
-/// Every line of a text, each behind the margin; further lines of a message stand two columns to the right.
+/// Indents every line of a text by a margin; lines after the first of a message by two columns more.
 std::string Indent(const std::string& text, const std::string& margin) {
     std::string result;
     for (const std::string& line : Tokenize(text, "\r\n"))

@@ -7,7 +7,7 @@ namespace cli {
 
 namespace {
 
-/// Letters to insert, delete or replace to get from one word to the other.
+/// The number of letters to insert, delete or replace to turn one word into the other.
 std::size_t EditDistance(const std::string& a, const std::string& b) {
     std::vector<std::size_t> row(b.size() + 1);
     std::iota(row.begin(), row.end(), std::size_t{0});

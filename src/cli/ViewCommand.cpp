@@ -26,7 +26,7 @@ constexpr std::int64_t blockCache = std::int64_t{64} << 20; // of the inputs
 
 bool IsOfThisMachine(const std::string& address) { return address.starts_with("127.") || address == "::1"; }
 
-/// The table of "pansharp compare --json". One thread, so that tiles keep coming.
+/// The table of "pansharp compare --json". Uses one thread, so that tiles are still served.
 view::MakeQuality QualityOf(const Arguments& arguments) {
     const rasterhost::PairRequest& pair = arguments;
     const rasterhost::RunOptions& run = arguments;
@@ -43,7 +43,7 @@ view::MakeQuality QualityOf(const Arguments& arguments) {
     };
 }
 
-/// The usual port or, where that is taken and no other was asked for, any.
+/// Listens at the usual port; if that is taken and no other was requested, at any free port.
 std::unique_ptr<view::HttpServer> Start(const Arguments& arguments, const view::HttpHandler& handler,
                                         std::string& reason) {
     view::HttpOptions options;

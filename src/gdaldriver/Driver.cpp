@@ -13,14 +13,14 @@ namespace {
 
 constexpr const char* driverName = "PANSHARP";
 
-/// Drivers from libraries are asked before all others: what is not clearly ours is left to them.
+/// GDAL asks drivers from libraries before all others, so anything that is not clearly ours is left to them.
 int Identify(GDALOpenInfo* how) {
     return how->nHeaderBytes > 0 &&
            rasterhost::LooksLikeRecord(std::string_view(reinterpret_cast<const char*>(how->pabyHeader),
                                                         static_cast<std::size_t>(how->nHeaderBytes)));
 }
 
-/// Says for as long as it lives that this thread opens a description.
+/// While it lives, this thread counts as opening a description.
 class Opening {
 public:
     Opening() { isOpening = true; }
@@ -36,7 +36,7 @@ private:
 
 GDALDataset* Open(GDALOpenInfo* how) {
     if (!Identify(how)) return nullptr;
-    if (Opening::IsGoingOn()) { // by whatever name an input leads back to a description
+    if (Opening::IsGoingOn()) { // an input leads back to a description, by whatever name
         CPLError(CE_Failure, CPLE_NotSupported,
                  "'%s' describes a sharpened scene and cannot be an input of another one; name its images",
                  how->pszFilename);
@@ -56,7 +56,7 @@ GDALDataset* Open(GDALOpenInfo* how) {
 
 } // namespace gdaldriver
 
-/// Called by GDAL when it has loaded the library.
+/// GDAL calls this when it has loaded the library.
 extern "C" CPL_DLL void GDALRegister_PANSHARP() {
     using namespace gdaldriver;
     if (!GDAL_CHECK_VERSION(driverName) || GDALGetDriverByName(driverName)) return;

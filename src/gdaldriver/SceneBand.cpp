@@ -11,12 +11,12 @@ SceneBand::SceneBand(SceneDataset& dataset, int number, GDALDataType type, GDALR
     eDataType = type;
     eAccess = GA_ReadOnly;
     nBlockXSize = nBlockYSize = SceneDataset::blockSize;
-    sDescription = like.GetDescription(); // beside what is kept in files
+    sDescription = like.GetDescription(); // not stored in files
 }
 
 SceneDataset& SceneBand::GetScene() const { return *static_cast<SceneDataset*>(poDS); }
 
-/// Those in files have no mask, and so do not show where there is one.
+/// Overviews in files have no mask, so they are not used when the scene has one.
 int SceneBand::CountInFiles() { return GetScene().GetMask() ? 0 : GDALPamRasterBand::GetOverviewCount(); }
 
 int SceneBand::GetOverviewCount() {

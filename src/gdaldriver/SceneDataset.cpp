@@ -23,7 +23,7 @@ namespace {
 
 constexpr std::size_t blockPixels = std::size_t{SceneDataset::blockSize} * SceneDataset::blockSize;
 
-/// What an image written in one step would have beside its pixels, as a dataset without any.
+/// What a written image would have besides its pixels, as a dataset without pixels.
 std::shared_ptr<GDALDataset> Describe(const SharpenedDataset& scene, rasterhost::Status& status) {
     GDALDriver* memory = GetGDALDriverManager()->GetDriverByName("MEM");
     GDALDataset* described =
@@ -41,7 +41,7 @@ std::shared_ptr<GDALDataset> Describe(const SharpenedDataset& scene, rasterhost:
     return description;
 }
 
-/// That large reads may take.
+/// The number of threads for large reads.
 std::size_t CountThreads(const GDALOpenInfo& how) {
     const char* asked = CSLFetchNameValue(how.papszOpenOptions, "NUM_THREADS");
     if (!asked) asked = CPLGetConfigOption("GDAL_NUM_THREADS", "1");
@@ -56,7 +56,7 @@ bool IsCached(GDALRasterBand& band, std::uint32_t column, std::uint32_t row) {
     return cached != nullptr;
 }
 
-/// Puts samples that were fused along into the cache, unless they are there.
+/// Puts samples that were fused at the same time into the cache, unless they are there.
 void Offer(GDALRasterBand& band, std::uint32_t column, std::uint32_t row, const BlockSamples& samples) {
     if (IsCached(band, column, row)) return;
     if (GDALRasterBlock* block =
@@ -96,10 +96,10 @@ SceneDataset::SceneDataset(Scene sharpened, std::shared_ptr<GDALDataset> describ
         coarser.emplace_back(new SceneDataset(scene, description, next));
 }
 
-/// What is to be kept, such as statistics, is written while all of this is there.
+/// Statistics and the like are saved while all members still exist.
 SceneDataset::~SceneDataset() { GDALPamDataset::FlushCache(true); }
 
-/// Beside what is kept in files, so that nothing is written when this is closed.
+/// Metadata is set without the persistent part, so that nothing is written when the dataset is closed.
 void SceneDataset::TakeMetadata() {
     for (const char* domain : {"", "RPC", "IMAGERY"})
         if (char** items = description->GetMetadata(domain)) oMDMD.SetMetadata(items, domain);
@@ -180,7 +180,7 @@ bool SceneDataset::FuseAs(GDALDataType type, const PixelRect& rect, std::span<co
 bool SceneDataset::FuseSideBySide(GDALDataType type, const PixelRect& rect,
                                   std::span<const std::uint32_t> wanted,
                                   const rasterhost::WindowTarget& target, rasterhost::Status& status) const {
-    constexpr std::uint32_t leastRows = 32; // rows above and below a strip are read twice
+    constexpr std::uint32_t leastRows = 32; // the rows around a strip are read twice
     const auto most = static_cast<std::uint32_t>(scene->GetPair().GetMostReaders());
     const std::uint32_t count = std::clamp(rect.GetRows() / leastRows, 1u, most);
     std::vector<rasterhost::Status> failures(count);
@@ -194,7 +194,7 @@ bool SceneDataset::FuseSideBySide(GDALDataType type, const PixelRect& rect,
         const PixelRect rows{rect.col0, rect.row0 + start(strip), rect.col1, rect.row0 + start(strip + 1)};
         return FuseAs(type, rows, wanted, into, failures[strip]);
     };
-    std::vector<std::future<bool>> others; // each is waited for, whatever happens
+    std::vector<std::future<bool>> others; // their destructors wait, whatever happens
     for (std::uint32_t strip = 1; strip < count; ++strip)
         others.push_back(std::async(std::launch::async, fuse, strip));
     bool isDone = fuse(0);
@@ -205,7 +205,8 @@ bool SceneDataset::FuseSideBySide(GDALDataType type, const PixelRect& rect,
     return isDone;
 }
 
-/// Makes a rectangle of blocks, all bands and the mask, or the mask alone, and hands them over one by one.
+/// Makes a rectangle of blocks, either all bands and the mask or only the mask, and passes them on one by
+/// one.
 bool SceneDataset::MakeBlocks(const PixelRect& blocks, bool isMaskAlone, Scratch& scratch,
                               const TakeBlock& take) {
     const auto pixels = [](std::uint32_t number, int size) {
@@ -279,11 +280,11 @@ CPLErr SceneDataset::FillCache(int asked, const PixelRect& rect) {
     return CE_None;
 }
 
-/// Large reads at the size that is there are fused in one go: past the cache where all bands are read at
-/// once, or where the cache has no room for the others.
+/// Large reads without resampling are fused in one go. They bypass the cache when all bands are read
+/// together, or when the cache has no room for the other bands.
 SceneDataset::Way SceneDataset::ChooseWay(const PixelRect& rect, int bands, bool isResampled,
                                           const GDALRasterIOExtraArg* extra) const {
-    const bool tellsProgress = extra && extra->pfnProgress; // after each block, and may be stopped there
+    const bool tellsProgress = extra && extra->pfnProgress; // called after each block; may cancel there
     const std::size_t pixels = std::size_t{rect.GetColumns()} * rect.GetRows();
     if (isResampled || tellsProgress || pixels < 4 * blockPixels) return Way::ByBlocks;
     const std::size_t bytes = pixels * scene->GetBands() * (scene->GetBits() / 8);
@@ -330,7 +331,8 @@ CPLErr SceneDataset::IRasterIO(GDALRWFlag flag, int column, int row, int columns
                                      bandCount, bandMap, pixelSpace, lineSpace, bandSpace, extra);
 }
 
-/// Overviews in files are made of full size, and would else be taken for there already.
+/// Overviews in files are made from full size; the coarser levels would otherwise be mistaken for existing
+/// overviews.
 CPLErr SceneDataset::IBuildOverviews(const char* resampling, int overviews, const int* factors, int listed,
                                      const int* bandList, GDALProgressFunc progress, void* progressData,
                                      CSLConstList options) {

@@ -14,7 +14,7 @@ using rasterhost::InputBand;
 
 namespace {
 
-/// As one word of a shell.
+/// Quotes a word for a shell.
 std::string Quote(const std::string& word) {
     constexpr std::string_view plain =
         "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-+=:,./@%";
@@ -37,7 +37,7 @@ std::string Join(const Range& range, const Text& text) {
     return joined;
 }
 
-/// Weights and the like may begin with a minus, and are numbers then.
+/// A value that begins with a minus, such as weights, is attached with "=".
 std::string Option(const char* name, const std::string& value) {
     return " " + std::string(name) + (value.starts_with('-') ? "=" : " ") + Quote(value);
 }
@@ -71,7 +71,7 @@ std::string Pair(const rasterhost::PairRequest& request) {
     return text;
 }
 
-/// Corners on the edges of pixels.
+/// The window in map units, with corners on the edges of pixels.
 std::string Part(const ViewedScene& scene, const PixelRect& window) {
     const auto& pan = scene.GetScene().pan->GetInfo();
     const PixelRect& part = scene.GetScene().part;

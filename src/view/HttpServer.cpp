@@ -18,7 +18,7 @@ namespace view {
 
 namespace {
 
-/// One request from its first header until its answer is sent.
+/// One request, from its first header until its reply is sent.
 struct Exchange {
     HttpRequest request;
     MHD_Connection* connection = nullptr;
@@ -37,14 +37,14 @@ std::string HeaderOf(MHD_Connection* connection, const char* name) {
     return value ? value : "";
 }
 
-/// True when the other end has closed. Not to be asked unless the connection is suspended.
+/// True when the other end has closed. Only valid while the connection is suspended.
 bool IsClosed(int socket) {
     char byte;
     const ssize_t got = recv(socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT);
     return got == 0 || (got < 0 && errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR);
 }
 
-/// An address in digits and a port, as the system takes them.
+/// A numeric address and a port, in the system's form.
 struct SocketAddress {
     sockaddr_storage storage{};
     bool isSix = false;
@@ -121,14 +121,14 @@ public:
     }
 
 private:
-    /// The first that is known of a request.
+    /// Called first for a request.
     static void* Begin(void*, const char* target, MHD_Connection*) {
         try {
             auto exchange = std::make_unique<Exchange>();
             exchange->request.target = target;
             return exchange.release();
         } catch (const std::exception&) {
-            return nullptr; // out of memory: the connection is closed
+            return nullptr; // no memory: the connection is closed
         }
     }
 
@@ -148,7 +148,7 @@ private:
         }
     }
 
-    /// Called when the headers are there, for each piece of a body, and to send the answer.
+    /// Called after the headers, for each piece of a body, and to send the reply.
     MHD_Result Go(Exchange& exchange, MHD_Connection* connection, const std::string& method,
                   std::size_t& bodyBytes) {
         if (!exchange.isBegun) {
@@ -156,7 +156,7 @@ private:
             exchange.connection = connection;
             return MHD_YES;
         }
-        if (bodyBytes > 0) { // read, and of no interest
+        if (bodyBytes > 0) { // read and ignored
             exchange.hasBody = true;
             bodyBytes = 0;
             return MHD_YES;
@@ -180,7 +180,7 @@ private:
     }
 
     static MHD_Result Send(const HttpReply& reply, MHD_Connection* connection) {
-        // The body is kept for as long as it is sent.
+        // The body must live as long as it is being sent.
         auto kept = std::make_unique<std::shared_ptr<const std::string>>(
             reply.body ? reply.body : std::make_shared<const std::string>());
         const std::string& body = **kept;
@@ -199,7 +199,7 @@ private:
 
     static void Free(void* own) { delete static_cast<std::shared_ptr<const std::string>*>(own); }
 
-    /// Answers one request after another.
+    /// Answers requests one after another.
     void Work() {
         for (;;) {
             Exchange* exchange = nullptr;
@@ -227,7 +227,7 @@ private:
     std::vector<std::thread> threads;
     std::mutex mutex;
     std::condition_variable wake;
-    std::deque<Exchange*> waiting; ///< each is suspended, and its connection's own
+    std::deque<Exchange*> waiting; ///< suspended; each belongs to its connection
     bool isStopping = false;
 };
 

@@ -15,13 +15,13 @@ namespace {
 
 constexpr std::size_t longestQuoted = 40;
 
-/// What of a request is quoted in a message.
+/// The part of a request that a message quotes.
 std::string Quote(std::string_view text) {
     return "'" + std::string(text.substr(0, longestQuoted)) + (text.size() > longestQuoted ? "..." : "") +
            "'";
 }
 
-/// The value that the whole text is; nothing otherwise.
+/// The value of the whole text; empty when it is not a number.
 template <class Number>
 std::optional<Number> Convert(std::string_view text) {
     Number value{};

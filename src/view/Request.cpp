@@ -28,7 +28,7 @@ Value ReadChoice(std::string_view name, std::string_view text,
     throw BadRequest(std::string(name) + ": give " + listed);
 }
 
-/// A list of at most `mostBands` parts; none for an empty text.
+/// A list of at most `mostBands` parts; empty for an empty text.
 template <class Item, class Read>
 std::vector<Item> ReadList(std::string_view name, const std::string& text, const Read& read) {
     std::vector<Item> items;
@@ -142,7 +142,7 @@ Request ReadRequest(std::string_view target) {
         request.kind = found->second;
     } else {
         request.page = path;
-        return request; // whoever links to the page may say what he likes behind it
+        return request; // a link to the page may have any query
     }
     request.look = ReadLook(query);
     if (request.kind == Kind::Sample) ReadPixel(query, request);

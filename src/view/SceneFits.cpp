@@ -15,9 +15,9 @@ using rasterhost::Status;
 
 namespace {
 
-constexpr std::size_t mostFits = 64; // that are kept of a kind
+constexpr std::size_t mostFits = 64; // kept of each kind
 
-/// A fit that was given up may be asked for again; one that failed fails again.
+/// A cancelled fit may be asked for again; one that failed fails again.
 [[noreturn]] void ThrowFitFailure(const Status& status) {
     const bool isCancelled =
         status.GetCount() > 0 && status.GetItem(0).id == rasterhost::HostStatus::Cancelled;
@@ -151,7 +151,7 @@ rasterhost::DetailFit SceneFits::FindDetail(const Look& look, std::optional<doub
     open.publishedTransfer = base.publishedTransfer;
     rasterhost::DetailFit fit;
     Status status;
-    rasterhost::PreparedPair colours; // no such method reads the infrared band
+    rasterhost::PreparedPair colours; // methods that use it do not read the infrared band
     if (base.infrared) {
         rasterhost::SharpenRequest request = base;
         request.infrared.reset();

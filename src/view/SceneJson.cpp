@@ -20,8 +20,7 @@ namespace {
 
 std::string Print(const Json& object) { return object.dump(-1, ' ', false, Json::error_handler_t::replace); }
 
-/// A multispectral band by its position in the request: what it is called, and what part of the spectrum it
-/// is of.
+/// A multispectral band by its position in the request: its name, and its part of the spectrum.
 Json BandJson(const rasterhost::Scene& scene, std::size_t band) {
     const rasterhost::SourceBand& source = scene.GetBand(band);
     return {{"number", band + 1}, {"name", source.description}, {"part", source.name}};

@@ -29,7 +29,7 @@ void DrawBand(const Pixels& pixels, std::uint32_t band, const Stretch& stretch, 
         }
 }
 
-/// 255 where there is data; the samples elsewhere become 0.
+/// Writes 255 where there is data; samples elsewhere become 0.
 void DrawMask(const Pixels& pixels, std::size_t colours, unsigned char* planes, unsigned char* mask) {
     for (std::uint32_t row = 0; row < pixels.rows; ++row)
         for (std::uint32_t column = 0; column < pixels.columns; ++column) {

@@ -29,7 +29,8 @@ HttpReply MakeReply(unsigned status, const char* type, std::string text) {
     return {status, type, std::make_shared<const std::string>(std::move(text)), {}};
 }
 
-/// What each answer carries: other origins read nothing, and nothing is taken for what it is not.
+/// Headers of every reply: pages of other origins may read nothing, and browsers must not guess content
+/// types.
 void AddHeaders(HttpReply& reply) {
     const auto add = [&](const char* name, const char* value) {
         for (const auto& [known, text] : reply.headers)

@@ -23,7 +23,7 @@ using rasterhost::Status;
 
 namespace {
 
-/// What makes one pair another.
+/// A key of the settings that identify a pair.
 std::string KeyOfPair(const SharpenRequest& request) {
     std::string key = hostkit::NameOf(request.resampling);
     if (request.infrared) key += " infrared";
@@ -32,7 +32,7 @@ std::string KeyOfPair(const SharpenRequest& request) {
     return key;
 }
 
-/// What makes one way to fuse a pair another.
+/// A key of the settings that identify how a pair is fused.
 std::string KeyOf(const SharpenRequest& request) {
     std::string key = KeyOfPair(request) + "|" + request.method;
     for (const double weight : request.weights)
@@ -44,7 +44,7 @@ std::string KeyOf(const SharpenRequest& request) {
     return key;
 }
 
-/// Any method that keeps all bands: where pan adds nothing it is not asked.
+/// Any method that keeps all bands: without added detail the method is not used.
 const char* PlainMethod(const PansharpDescription& plugin) {
     for (const PansharpMethod& method : hostkit::MethodsOf(plugin))
         if (method.fusedBands == 0 && method.minimumBands <= 1 && !hostkit::UsesLowPass(method))
@@ -52,7 +52,7 @@ const char* PlainMethod(const PansharpDescription& plugin) {
     return "";
 }
 
-/// True for no list and for one of all bands in order.
+/// True for an empty list, and for one of all bands in order.
 bool NamesAll(const std::vector<int>& bands, std::size_t all) {
     int next = 1;
     return bands.empty() || (bands.size() == all && std::all_of(bands.begin(), bands.end(),
@@ -93,7 +93,7 @@ std::unique_ptr<ViewedScene> ViewedScene::Open(const SharpenRequest& request,
             known.collars = {first.scene->pan->GetDescription()->collar};
             for (const rasterhost::PlacedImage& image : first.scene->images)
                 known.collars.push_back(image.image->GetDescription()->collar);
-            // What is settled is not looked for again; each of the two has files of its own.
+            // What is settled is not searched again. Each of the two has files of its own.
             const auto open = [&](rasterhost::PreparedPair& into) {
                 return rasterhost::Prepare(base, base, Ignore, into, status, &known) == Preparation::Done;
             };
@@ -124,7 +124,7 @@ unsigned ViewedScene::GetCoarsest() const {
     return level;
 }
 
-/// Called under the lock.
+/// The caller holds the lock.
 ViewedScene::Opened& ViewedScene::GetOpened(const SharpenRequest& request) {
     const SharpenRequest& base = GetBase();
     if (NamesAll(request.bands, GetBands()) && request.resampling == base.resampling &&
@@ -209,8 +209,8 @@ Pixels ViewedScene::ReadPan(unsigned level, const PixelRect& rect) {
     return pixels;
 }
 
-/// All samples of the look's bands, to be sorted from `first` on. That may read the whole of the files, and
-/// ends early with the run.
+/// Appends all samples of the look's bands; those from `first` on must then be sorted. May read the whole
+/// files, and stops when the run ends.
 void ViewedScene::Gather(const Look& look, std::size_t first) {
     constexpr std::uint32_t strip = 16;
     const unsigned level = GetCoarsest();

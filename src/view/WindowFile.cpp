@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::uint64_t mostBytes = std::uint64_t{64} << 20;
 
-/// A file and its share of the memory.
+/// A file with its share of the memory.
 struct KeptWindow {
     std::shared_ptr<const void> share;
     std::string content;
@@ -36,8 +36,8 @@ std::shared_ptr<const std::string> MakeWindowFile(ViewedScene& scene, const Look
     if (bytes > mostBytes)
         throw BadRequest("window: it would take " + std::to_string(bytes >> 20) +
                          " MB, and 64 are allowed; zoom in, or copy the command and run it");
-    // While it is made, there are its pixels and where they are valid, or what is sent, beside the file; GDAL
-    // reserves a tenth for that to grow.
+    // While the file is made, its pixels and mask, or the copy that is sent, exist beside it; GDAL reserves a
+    // tenth more for growth.
     constexpr std::size_t mostHeader = 1u << 16;
     const std::size_t sent = static_cast<std::size_t>(bytes) + mostHeader;
     auto share = budget.Take(sent);
@@ -48,11 +48,11 @@ std::shared_ptr<const std::string> MakeWindowFile(ViewedScene& scene, const Look
                          503);
     Pixels pixels = scene.Read(of, 0, window);
     const rasterhost::GdalErrors errors;
-    const CPLConfigOptionSetter inside("GDAL_TIFF_INTERNAL_MASK", "YES", false); // of this thread
+    const CPLConfigOptionSetter inside("GDAL_TIFF_INTERNAL_MASK", "YES", false); // on this thread
     GDALDriver* driver = GetGDALDriverManager()->GetDriverByName("GTiff");
     static std::atomic<unsigned> count = 0;
     const std::string name = "/vsimem/pansharp-window-" + std::to_string(count++) + ".tif";
-    const CPLStringList options = CPLStringList().AddString("INTERLEAVE=PIXEL"); // strips are not padded
+    const CPLStringList options = CPLStringList().AddString("INTERLEAVE=PIXEL"); // strips have no padding
     const int columns = static_cast<int>(pixels.columns), rows = static_cast<int>(pixels.rows);
     const int bands = static_cast<int>(pixels.bands);
     const GDALDataType type = pixels.bits == 8 ? GDT_Byte : GDT_UInt16;
@@ -76,7 +76,7 @@ std::shared_ptr<const std::string> MakeWindowFile(ViewedScene& scene, const Look
                                                                         GDT_Byte, 0, 0, nullptr) == CE_None;
         file.reset();
     }
-    pixels = {}; // the copies are large
+    pixels = {}; // freed early, since the copies are large
     vsi_l_offset length = 0;
     GByte* made = isWritten ? VSIGetMemFileBuffer(name.c_str(), &length, FALSE) : nullptr;
     auto kept = std::make_shared<KeptWindow>(

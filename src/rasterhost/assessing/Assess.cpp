@@ -30,7 +30,7 @@ bool CheckBands(const InputImage& fused, const InputImage& other, const char* ro
                 takesList ? "--bands 3,2 or " : "");
 }
 
-/// The same pixels: size and, where both have one, position.
+/// Checks for the same pixels: size and, if both have one, position.
 bool CheckPixels(const InputImage& fused, const InputImage& other, const char* role, Status& status) {
     const RasterInfo& a = fused.GetInfo();
     const RasterInfo& b = other.GetInfo();
@@ -114,7 +114,7 @@ private:
     const AssessRequest& request;
     AssessReport& report;
     Status& status;
-    SensorBlur blur; ///< of the bands that the fused image has, in its order
+    SensorBlur blur; ///< of the bands of the fused image, in its order
     std::unique_ptr<InputImage> fused;
     std::unique_ptr<Scene> scene;
 };

@@ -41,7 +41,7 @@ public:
         const auto plugin = hostkit::PluginLibrary::FindAndLoad(request.plugin, status);
         if (plugin) allRows = CountRows(plugin->GetDescription());
         if (!plugin || !PrepareToKeep() || !Reduce()) return false;
-        // Of the reduced images, in memory, that are read while the next one is made.
+        // Cache for the reduced images, in memory, which are read while the next image is made.
         const CacheLimit cache(std::int64_t{64} << 20);
         return OpenReduced() && AddPlain(Resampling::Bilinear) && AddPlain(Resampling::Cubic) &&
                AddMethods(plugin->GetDescription()) && FinishLast() && FindBest() &&
@@ -49,7 +49,7 @@ public:
     }
 
 private:
-    /// Looks before the work whether its files can be kept.
+    /// Checks beforehand whether the files to keep can be written.
     bool PrepareToKeep() {
         if (request.keep.empty()) return true;
         RunFiles files = FilesOf(request, request);
@@ -66,7 +66,7 @@ private:
         return kept != nullptr;
     }
 
-    /// Each row of the table counts as one part.
+    /// Each row of the table counts as an equal part of the progress.
     [[nodiscard]] bool GoesOn() const {
         const double done = static_cast<double>(report.entries.size());
         return !request.progress || request.progress(allRows > 0.0 ? std::min(done / allRows, 1.0) : 0.0);
@@ -80,7 +80,7 @@ private:
         const Warn warn = [this](const std::string& text) { report.warnings.push_back(text); };
         const PairRequest& pair = request;
         PairRequest inputs = pair;
-        inputs.bands.clear(); // the runs choose
+        inputs.bands.clear(); // the runs select bands
         std::unique_ptr<Scene> scene;
         const Preparation preparation = PrepareScene(
             inputs, warn, [this] { return GoesOn(); }, scene, status);
@@ -112,7 +112,7 @@ private:
         return pan && multispectral;
     }
 
-    /// The first `count` of the bands that are compared.
+    /// Opens the first `count` of the compared bands.
     [[nodiscard]] std::unique_ptr<InputImage> OpenBands(const std::string& file, std::size_t count) {
         const std::vector<int>& wanted = request.bands;
         std::vector<InputBand> inputs;
@@ -121,8 +121,8 @@ private:
         return InputImage::Open(inputs, "reduced", {}, status);
     }
 
-    /// Begins to judge an image beside what comes next, once the one before has been judged. `file` is not
-    /// needed afterwards.
+    /// Starts to judge an image in parallel with what follows, after the one before has been judged. `file`
+    /// is deleted when it is no longer needed.
     bool Add(CompareEntry entry, std::size_t bands, const OpenRows& rows, const std::string& file = {}) {
         if (!FinishLast()) return false;
         if (!GoesOn()) return Cancel();
@@ -136,13 +136,13 @@ private:
         };
         last.entry = std::move(entry);
         last.file = file;
-        // Where no further thread is to be had, FinishLast judges.
+        // If no further thread is available, FinishLast judges it.
         constexpr auto beside = std::launch::async | std::launch::deferred;
         last.isGood = std::async(threads > 1 ? beside : std::launch::deferred, judge);
         return true;
     }
 
-    /// Takes the image that is being judged, if there is one, into the table.
+    /// Adds the result of the image being judged, if there is one, to the table.
     bool FinishLast() {
         if (!last.isGood.valid()) return true;
         const bool isGood = last.isGood.get();
@@ -172,7 +172,7 @@ private:
         return Add({{}, {}, resampling, {}, {}, {}}, report.bands, open);
     }
 
-    /// Of the table, if no method is left out.
+    /// The rows of the table if no method is left out.
     [[nodiscard]] double CountRows(const PansharpDescription& plugin) const {
         const int samplings = request.onlyResampling ? 1 : 2;
         int rows = 2;
@@ -196,7 +196,7 @@ private:
         return true;
     }
 
-    /// A method that weighs no bands ignores an infrared one.
+    /// A method that weighs no bands ignores an infrared band.
     bool AddRuns(const PansharpMethod& method, SharpenRequest run, const PansharpDescription& plugin) {
         const bool weighs = WantsFit(run, plugin);
         if (weighs && reduced->hasInfrared) run.infrared = InputBand{reduced->GetInfrared(), {}};
@@ -232,7 +232,7 @@ private:
         }
         const auto fused = InputImage::Open({{run.output, {}}}, "fused", {}, status);
         if (!fused) return false;
-        // Where no weights could be fitted, the run took equal ones.
+        // If no weights could be fitted, the run used equal ones.
         if (weights == WeightSource::Fit && !fusion.fit) {
             weights = WeightSource::Equal;
             report.warnings.push_back(run.method + ": no weights could be fitted to the degraded pair");
@@ -254,13 +254,13 @@ private:
     const CompareRequest& request;
     CompareReport& report;
     Status& status;
-    std::unique_ptr<WorkFolder> kept; ///< null when nothing is
+    std::unique_ptr<WorkFolder> kept; ///< null when nothing is kept
     std::unique_ptr<ReducedScene> reduced;
     std::unique_ptr<InputImage> pan, multispectral;            ///< of the reduced scene
-    std::map<std::size_t, std::unique_ptr<InputImage>> truths; ///< by how many of its bands
+    std::map<std::size_t, std::unique_ptr<InputImage>> truths; ///< by number of bands
     std::optional<int> bitDepth;
     std::size_t allBands = 0; ///< of the multispectral image
-    double allRows = 0.0;     ///< that the table is going to have
+    double allRows = 0.0;     ///< rows that the table will have
     unsigned fusedImages = 0;
 
     struct Judged {
@@ -269,7 +269,7 @@ private:
         Status reasons;
         std::future<bool> isGood; ///< valid while an image is being judged
     };
-    Judged last; ///< goes first: what it reads is above
+    Judged last; ///< destroyed first, since it reads the members above
 };
 
 } // namespace

@@ -50,7 +50,7 @@ std::vector<std::string> NoDataTexts(const InputImage& image) {
     return texts;
 }
 
-/// `info` has the place and pixel size in the map units of pan.
+/// `info` gives position and pixel size in the map units of pan.
 ImageFacts DescribeImage(const InputImage& image, const RasterInfo& info, bool runsAlong) {
     ImageFacts facts;
     facts.name = image.GetName();
@@ -104,7 +104,7 @@ std::string ShiftWarning(const Shift& shift, const PlacedImage& placed) {
                                shift.way.y);
 }
 
-/// The share of pan on which the other images lie.
+/// The share of pan that the other images cover.
 double FindOverlap(const Scene& scene) {
     const RasterInfo& pan = scene.pan->GetInfo();
     double left = pan.xMin, right = pan.xMax, bottom = pan.yMin, top = pan.yMax;
@@ -119,7 +119,7 @@ double FindOverlap(const Scene& scene) {
     return common / ((pan.xMax - pan.xMin) * (pan.yMax - pan.yMin));
 }
 
-/// One look at a pair, from the opened scene to the warnings.
+/// One check of a pair, from the opened scene to the warnings.
 class PreflightRun {
 public:
     PreflightRun(const SharpenRequest& sharpenRequest, PreflightReport& preflightReport,
@@ -141,7 +141,7 @@ public:
             report.warnings = sceneWarnings;
             return false;
         }
-        const RunSizes sizes = FindSizes(request, plugin); // before the request has weights that were fitted
+        const RunSizes sizes = FindSizes(request, plugin); // while the request has no fitted weights yet
         const bool isSampled =
             SampleImages(WantsFit(request, plugin)) && (!WantsDetail(request, plugin) || FindDetail());
         if (isSampled && MakeSettings(request, *scene, plugin, report.detail ? &*report.detail : nullptr,
@@ -215,7 +215,7 @@ private:
         report.memoryBytes = EstimateMemory(*scene, plan, sizes);
     }
 
-    /// Collects what was found to be wrong, the most serious first.
+    /// Collects warnings, the most serious first.
     void Warn() {
         std::vector<std::string>& warnings = report.warnings;
         if (report.shift && report.shift->IsAgreed() && report.shift->GetLength() >= leastShift)
@@ -240,16 +240,16 @@ private:
             if (facts.role == Role::Multispectral) warnOfSaturation(facts);
     }
 
-    SharpenRequest request; ///< with the weights that were chosen
+    SharpenRequest request; ///< with the chosen weights
     PreflightReport& report;
     Status& status;
-    const SceneFindings* known; ///< null when all is to be found
+    const SceneFindings* known; ///< null when nothing is known
     PreparedPair pair;
     Scene* scene = nullptr; ///< of the pair; null until it is open
     ProcessSettings settings;
     std::vector<std::string> sceneWarnings;
     std::string obstacle;
-    bool fits = false; ///< the settings and the memory
+    bool fits = false; ///< whether settings and memory are accepted
 };
 
 } // namespace

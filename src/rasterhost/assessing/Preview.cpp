@@ -33,7 +33,7 @@ namespace {
 constexpr std::size_t gap = 4; // white columns between panels
 constexpr std::size_t panels = 3;
 
-/// Pan pixels to show, within what is fused.
+/// The pan pixels to show, within what is fused.
 bool FindRect(const Scene& scene, const PreviewRequest& preview, PixelRect& rect, Status& status) {
     const RasterInfo& pan = scene.pan->GetInfo();
     const PixelRect& part = scene.part;
@@ -65,7 +65,7 @@ bool FindRect(const Scene& scene, const PreviewRequest& preview, PixelRect& rect
     return true;
 }
 
-/// What is drawn of one image: three colours a pixel.
+/// The colours of one image: three per pixel.
 struct Panel {
     std::vector<double> colours;
     std::vector<unsigned char> valid;
@@ -82,7 +82,7 @@ bool ReadPanel(RowSource& rows, const std::array<std::size_t, 3>& shown, Panel& 
     return true;
 }
 
-/// The 2nd and the 98th percentile of a colour of some panels.
+/// The 2nd and 98th percentile of a colour in some panels.
 std::pair<double, double> FindStretch(std::span<const Panel> some, std::size_t colour) {
     std::vector<double> shown;
     for (const Panel& panel : some)
@@ -98,8 +98,9 @@ std::pair<double, double> FindStretch(std::span<const Panel> some, std::size_t c
     return {low, std::max(high, low + 1.0)};
 }
 
-/// Red, green and blue, side by side. A colour has one stretch in both multispectral panels, else bands of
-/// different brightness would tint them; pan, the first panel, has its own.
+/// Draws the panels side by side, in red, green and blue. A colour has the same stretch in both multispectral
+/// panels; otherwise bands of different brightness would tint them. Pan, the first panel, has a stretch of
+/// its own.
 std::vector<unsigned char> Draw(const std::vector<Panel>& all, std::size_t columns, std::size_t rows) {
     const std::span<const Panel> panPanel(all.data(), 1), colourPanels(all.data() + 1, all.size() - 1);
     std::array<std::pair<double, double>, 3> ofColour;

@@ -95,7 +95,7 @@ private:
         return file && file->Write(coarse, 0, 0, status) && file->Close(status);
     }
 
-    /// Narrows the truth's mask down to the pixels to compare.
+    /// Restricts the truth's mask to the pixels to compare.
     bool WriteMask() {
         const auto pan = InputImage::Open({{reduced.GetPan(), {}}}, "reduced", {}, status);
         const auto truth = InputImage::Open({{reduced.GetTruth(), {}}}, "reduced", {}, status);

@@ -9,7 +9,7 @@ namespace rasterhost {
 
 namespace {
 
-constexpr double panMargin = 2.0; // multispectral pixels, as pan is read around a block
+constexpr double panMargin = 2.0; // multispectral pixels of pan that are read around a block
 
 } // namespace
 
@@ -27,7 +27,7 @@ std::array<double, 2> SceneFitBlocks::GetRatio() const {
 
 hostkit::PixelRect SceneFitBlocks::GetArea() const { return FindAreaOnPan(scene); }
 
-/// Asks for blocks that were chosen, as far as there is room.
+/// Asks for the chosen blocks, as far as there is room.
 void SceneFitBlocks::AskAhead() const {
     for (; asked < chosen.size() && (step + asked == 0 || ahead.IsUsed()) && ahead.HasRoom(); ++asked)
         AskForBlock(scene, chosen[asked], panMargin, ahead, step + asked);
@@ -44,7 +44,7 @@ bool SceneFitBlocks::Read(const hostkit::PixelRect& rect, FitBlock& block, Statu
     if (!CheckWanted(isWanted, status)) return false;
     AskAhead();
     if (ahead.IsUsed()) {
-        AskForBlock(scene, rect, panMargin, ahead, step); // more than was chosen may be read
+        AskForBlock(scene, rect, panMargin, ahead, step); // blocks that were not chosen may be read too
         ahead.Wait(step);
     }
     ++step;

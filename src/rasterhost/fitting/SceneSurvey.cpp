@@ -16,12 +16,12 @@ using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
 
-/// Pixels across a block, and down, where the axes of grids are not parallel; and how far such a block may be
-/// turned, right by down, for its footprints to be taken for rectangles.
+/// Side of a block, in pixels, if the axes of grids are not parallel; and how far such a block may be turned,
+/// right by down, to treat its footprints as rectangles.
 constexpr std::uint32_t smallSide = 16;
 constexpr double mostTurn = 0.005;
 
-/// By the exact places of a block's middle and of its neighbours. Null for the other image means pan.
+/// From the exact positions of a block's middle and its neighbours. Null for the other image means pan.
 Footprint TurnedFootprint(const Scene& scene, const PlacedImage* other, const PixelRect& block) {
     const auto place = [&](double column, double row) {
         const auto on = scene.GetMultispectral().placement->ToPan({column, row});
@@ -41,15 +41,14 @@ Footprint TurnedFootprint(const Scene& scene, const PlacedImage* other, const Pi
     return print;
 }
 
-/// The multispectral grid beneath a block, where its axes are parallel to those of an image in the same map
-/// units.
+/// The multispectral grid under a block, if its axes are parallel to those of an image in the same map units.
 Footprint StraightFootprint(const Scene& scene, const RasterInfo& on) {
     const hostkit::AxisPlacement placement(on, scene.GetMultispectral().GetInfo());
     return {placement.FindEdgesAcross(), placement.FindEdgesDown()};
 }
 
-/// The multispectral grid beneath a block on pan. Where the two run nearly along each other, by the exact
-/// place of the block's middle and the mean size of a pixel: blocks are small then.
+/// The multispectral grid under a block on pan. If the two are nearly parallel, it is found from the exact
+/// position of the block's middle and the mean size of a pixel: blocks are then small.
 Footprint FootprintOnPan(const Scene& scene, const PixelRect& block) {
     const PlacedImage& coarse = scene.GetMultispectral();
     const RasterInfo& pan = scene.pan->GetInfo();
@@ -64,17 +63,17 @@ Footprint FootprintOnPan(const Scene& scene, const PixelRect& block) {
     const RasterInfo info = coarse.GetInfo();
     const double across = info.pixelSizeX / pan.pixelSizeX;
     const double down = info.pixelSizeY / pan.pixelSizeY;
-    if (!middle) return {{-1e9, across}, {-1e9, down}}; // beside pan
+    if (!middle) return {{-1e9, across}, {-1e9, down}}; // outside pan
     return {{middle->x - column * across, across}, {middle->y - row * down, down}};
 }
 
-/// Likewise on an image of other bands.
+/// The same on an image of other bands.
 Footprint FootprintOn(const Scene& scene, const PlacedImage& other, const PixelRect& block) {
     const bool runsAlong = scene.GetMultispectral().placement->RunsAlong() && other.placement->RunsAlong();
     return runsAlong ? StraightFootprint(scene, other.GetInfo()) : TurnedFootprint(scene, &other, block);
 }
 
-/// Samples this large and larger may stand for any brightness.
+/// Samples of this value and above may stand for any brightness.
 unsigned SaturatedSample(const InputImage& image, std::optional<int> bitDepth) {
     unsigned bits = bitDepth ? static_cast<unsigned>(*bitDepth) : image.GetDescription()->GetBitDepth();
     for (const SourceBand& source : image.GetDescription()->bands)
@@ -82,7 +81,7 @@ unsigned SaturatedSample(const InputImage& image, std::optional<int> bitDepth) {
     return (1u << std::min(bits, image.GetInfo().bitsPerBand)) - 1;
 }
 
-/// Bands of an image beneath a block, summed up; none of an empty rectangle.
+/// The sums of an image's bands under a block; none for an empty rectangle.
 bool ReadSums(InputImage& image, const PixelRect& rect, std::optional<int> bitDepth,
               std::vector<AreaSums>& sums, ImageTally& tally, Status& status) {
     const std::size_t bands = image.GetInfo().bandsPerPixel;
@@ -118,7 +117,7 @@ bool ReadPixels(InputImage& image, const PixelRect& rect, std::optional<int> bit
     if (!image.Read(rect, bytes, status) || !image.ReadValid(rect, bytes, pixels.usable.data(), status))
         return false;
     if (image.GetInfo().bitsPerBand == 8)
-        for (std::size_t i = count * bands; i-- > 0;) // from behind, where nothing is still to be read
+        for (std::size_t i = count * bands; i-- > 0;) // from the end: nothing unread is overwritten
             pixels.samples[i] = bytes[i];
     const unsigned saturated = SaturatedSample(image, bitDepth);
     pixels.tally.pixels = count;
@@ -209,7 +208,7 @@ bool SurveyBlock::ReadFirst(const Scene& scene, std::optional<int> bitDepth, Sta
     return true;
 }
 
-/// Fills in the bands of another image.
+/// Adds the bands of another image.
 bool SurveyBlock::AddOther(const Scene& scene, const PlacedImage& other, std::optional<int> bitDepth,
                            ImageTally& seen, Status& status) {
     const Footprint print = FootprintOn(scene, other, rect);

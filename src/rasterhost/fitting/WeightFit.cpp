@@ -39,7 +39,7 @@ void AddBlock(const SurveyBlock& block, FitMoments& moments, SceneTally* tally) 
         AddTally(block.GetTally().images[image], tally->images[image]);
 }
 
-/// Brings what was found into the order of the request.
+/// Reports the result in the order of the request.
 void Report(const Scene& scene, const fitting::ShareFit& found, WeightFit& fit) {
     const std::size_t bands = scene.bandOrder.size();
     fit.obstacle = found.obstacle;

@@ -13,7 +13,7 @@ using KOVA::Tessara::Fundament::NumberText;
 
 namespace {
 
-/// Fits the weights that the request leaves open.
+/// Fits the weights if the request leaves them open.
 bool FitOpenWeights(SharpenRequest& request, PreparedPair& pair, ProcessSettings& settings,
                     SceneFindings& found, const Warn& warn, Status& status) {
     WeightFit fit;
@@ -29,7 +29,7 @@ bool FitOpenWeights(SharpenRequest& request, PreparedPair& pair, ProcessSettings
     return MakeSettings(request, *pair.scene, pair.plugin->GetDescription(), nullptr, settings, status);
 }
 
-/// Fits blur and gains as far as the request leaves them open.
+/// Fits the parts of blur and gains that the request leaves open.
 bool FitOpenDetail(const SharpenRequest& request, PreparedPair& pair, ProcessSettings& settings,
                    SceneFindings& found, const Warn& warn, Status& status) {
     if (!found.detail && !FitDetail(*pair.scene, request, request.bitDepth, found.detail.emplace(), status))
@@ -40,7 +40,7 @@ bool FitOpenDetail(const SharpenRequest& request, PreparedPair& pair, ProcessSet
                         status);
 }
 
-/// Weights that were given in per cent, or for another scale of the bands.
+/// Warns of weights that look like per cent, or like those for bands of another scale.
 void JudgeWeights(const ProcessSettings& settings, const Warn& warn) {
     constexpr double most = 10.0;
     const double sum = settings.GetWeightSum();
@@ -50,7 +50,7 @@ void JudgeWeights(const ProcessSettings& settings, const Warn& warn) {
                       NumberText(sum).c_str()));
 }
 
-/// What others noted need not be of this pair.
+/// Findings from elsewhere may be of another pair.
 bool CheckKnown(const Scene& scene, const SceneFindings& known, Status& status) {
     const bool fits = std::all_of(scene.bandOrder.begin(), scene.bandOrder.end(), [&](std::size_t band) {
         return (!known.fit || band < known.fit->correlations.size()) &&

@@ -17,7 +17,7 @@ FusionSources SourcesOf(const Scene& scene) {
 
 namespace {
 
-/// False when every pixel of pan that an image covers is known to have data in it.
+/// False when every pixel of pan that an image covers is known to have data.
 bool LeavesGaps(const PlacedSource& source) {
     return !source.placement->RunsAlong() || source.image->MayLackData();
 }
@@ -49,7 +49,7 @@ namespace {
 bool ReadRect(const hostkit::ImageSource& image, hostkit::SourceRaster& raster, const PixelRect& rect,
               Status& status) {
     if (raster.SetWindow(rect.col0, rect.row0, rect.col1, rect.row1) != 0) return true;
-    if (raster.GetStatus().GetCount() == 0) throw std::bad_alloc(); // caught where the plug-in may call
+    if (raster.GetStatus().GetCount() == 0) throw std::bad_alloc(); // caught at the plug-in's border
     Fail(status, HostStatus::InputNotRead, "%s cannot be read", image.GetName().c_str());
     status.Append(raster.GetStatus());
     return false;
@@ -86,7 +86,7 @@ void FusionSlot::FindReads(const PixelRect& rect,
         tell(*source->placed.image, source->placed.placement->FindSource(rect, from.resampling));
 }
 
-/// Opens the window over what was read.
+/// Opens the window over the samples that were read.
 bool FusionSlot::OpenSources(Status& status) {
     openedWindows.clear();
     for (const auto& source : sources) {
@@ -101,7 +101,7 @@ bool FusionSlot::OpenSources(Status& status) {
     return true;
 }
 
-/// Puts what was opened into the workspace.
+/// Puts the opened windows into the workspace.
 bool FusionSlot::OfferSources(Status& status) {
     if (lowPass) lowPass->Offer(pan.GetBlock(), worker.GetWorkspace());
     if (from.isPlain) {
@@ -113,7 +113,7 @@ bool FusionSlot::OfferSources(Status& status) {
     return worker.OpenWindow(window, status);
 }
 
-/// The images of a role as one, described as the first.
+/// The images of a role as one, with the description of the first.
 hostkit::SourceImage FusionSlot::Gather(Role role) const {
     hostkit::SourceImage image;
     for (const auto& source : sources) {
@@ -145,7 +145,7 @@ const unsigned char* FusionSlot::GetRow(std::uint32_t row, Status& status) {
                                                 : KeepWritten<unsigned short>(samples);
 }
 
-/// The first bands of a row, those that are written.
+/// Copies the first bands of a row: those that are written.
 template <class T>
 const unsigned char* FusionSlot::KeepWritten(const unsigned char* samples) {
     const auto* in = reinterpret_cast<const T*>(samples);
@@ -186,7 +186,7 @@ bool FusionSlot::HoldsRow(std::uint32_t row) const {
     return !inside.IsEmpty() && row >= inside.row0 && row < inside.row1;
 }
 
-/// Fills in which pixels of a row have data in all images. False when all have.
+/// Finds which pixels of a row have data in all images. False when all have.
 bool FusionSlot::FindValid(std::uint32_t row, unsigned char* rowValid) {
     const std::size_t columns = window.GetColumns();
     if (!HoldsRow(row)) {

@@ -16,7 +16,7 @@ using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
 
-/// An image of the kind of another, all samples of which are 0. Costs no reading.
+/// An image with the description of another and samples of 0. Reads nothing.
 class BlankImage final : public hostkit::ImageSource {
 public:
     explicit BlankImage(const ImageSource& image) : like(image) {}
@@ -41,7 +41,7 @@ private:
     const ImageSource& like;
 };
 
-/// What the process says once it has fused: that of one pixel, whose samples do not matter.
+/// The process's metadata after fusing: it fuses one pixel, whose samples do not matter.
 bool AskProcess(FusionSources sources, const hostkit::PluginLibrary& plugin, const ProcessSettings& settings,
                 NameValueMap& facts, Status& status) {
     std::vector<std::unique_ptr<BlankImage>> blanks;
@@ -60,7 +60,7 @@ bool AskProcess(FusionSources sources, const hostkit::PluginLibrary& plugin, con
     return true;
 }
 
-/// The process's facts, with those of a window replaced by those of the scene.
+/// Adds the process's metadata, with sizes of the window replaced by those of the scene.
 void AddFacts(const NameValueMap& facts, const RasterInfo& pan, const RasterInfo& ms,
               OutputMetadata& metadata) {
     const std::pair<const char*, std::string> replaced[] = {{"PanNCols", FormatString("%u", pan.cols)},

@@ -12,7 +12,7 @@ using KOVA::Tessara::Fundament::FormatString;
 
 namespace {
 
-/// Measures how far the multispectral content lies from its place and moves it there.
+/// Measures how far the multispectral content is displaced, and corrects it.
 bool TakeBackShift(const PairRequest& request, Scene& scene, const Warn& warn, Status& status) {
     std::optional<Shift> shift;
     if (!MeasureShift(scene, request.bitDepth, shift, status)) return false;
@@ -27,7 +27,7 @@ bool TakeBackShift(const PairRequest& request, Scene& scene, const Warn& warn, S
     return true;
 }
 
-/// Collars that were found before.
+/// Uses collars that were found before.
 bool TakeCollars(const SceneFindings& known, Scene& scene, Status& status) {
     std::vector<InputImage*> images{scene.pan.get()};
     for (const PlacedImage& coarse : scene.images)
@@ -44,7 +44,7 @@ bool TakeCollars(const SceneFindings& known, Scene& scene, Status& status) {
                         "differs");
 }
 
-/// Collars lie where they lie, whatever is moved or cut before or after.
+/// A shift or a part does not change where collars are.
 Preparation TellGaps(const SceneFindings* known, const Warn& warn, const std::function<bool()>& keepOn,
                      Scene& scene, Status& status) {
     if (known) return TakeCollars(*known, scene, status) ? Preparation::Done : Preparation::Failed;

@@ -25,7 +25,7 @@ namespace PropertyNames = KOVA::Tessara::PropertyNames;
 
 namespace {
 
-/// Blur and gains are for methods that compare pan with its low-pass.
+/// Only methods that compare pan with its low-pass accept blur and gains.
 bool CheckDetail(const FusionRequest& request, const Scene& scene, const PansharpMethod& method,
                  Status& status) {
     if (!request.transfer && request.gains.empty()) return true;
@@ -40,7 +40,7 @@ bool CheckDetail(const FusionRequest& request, const Scene& scene, const Panshar
                 method.keyword);
 }
 
-/// The gains as properties, in the order of the process.
+/// Sets the gains as properties, in the order of the process.
 bool SetGains(const Scene& scene, std::size_t bands, const PansharpMethod& method, const DetailFit& detail,
               KOVA::Tessara::Global::NameValueMap& texts, Status& status) {
     std::vector<double> gains, ratioGains;
@@ -54,8 +54,8 @@ bool SetGains(const Scene& scene, std::size_t bands, const PansharpMethod& metho
     return hostkit::SetGains(method, gains, ratioGains, texts, status);
 }
 
-/// The weights of the request as properties of the process, whose bands are in another order, and what the
-/// method wants to know of pan's detail.
+/// Sets the weights of the request as properties, in the process's order of bands, and what the method needs
+/// of pan's detail.
 bool SetParameters(const SharpenRequest& request, const Scene& scene, std::size_t bands,
                    const PansharpMethod& method, const DetailFit* detail, PropertyLookUp& properties,
                    Status& status) {
@@ -74,7 +74,7 @@ bool SetParameters(const SharpenRequest& request, const Scene& scene, std::size_
     return true;
 }
 
-/// The weights as the process will find them, raw properties included, in the order of the request.
+/// Reads back the weights that the process will use, including raw properties, in the order of the request.
 void FillWeights(const Scene& scene, const PansharpMethod& method, const PropertyLookUp& properties,
                  ProcessSettings& settings) {
     if (hostkit::UsesLowPass(method)) return;
@@ -93,8 +93,8 @@ void FillWeights(const Scene& scene, const PansharpMethod& method, const Propert
     if (scene.HasInfrared()) settings.infraredWeight = weights.back();
 }
 
-/// Raw weights of bands that are not there would pass unnoticed, and weights whose sum is 0 or below leave
-/// nothing about the simulated pan.
+/// Raw weights of missing bands would have no effect unnoticed, and weights whose sum is 0 or below do not
+/// make a simulated pan.
 bool CheckWeights(const FusionRequest& request, const PansharpMethod& method, const ProcessSettings& settings,
                   Status& status) {
     const auto* shares = hostkit::FindParameter(method, PansharpFit::Share);
@@ -117,7 +117,7 @@ bool CheckWeights(const FusionRequest& request, const PansharpMethod& method, co
                 NumberText(settings.GetWeightSum()).c_str());
 }
 
-/// A method that fuses a fixed number of bands ignores further ones, and takes the next as the infrared one.
+/// A method with a fixed number of bands takes the band after them as infrared and ignores further ones.
 bool FitBands(const SharpenRequest& request, const PansharpMethod& method, const Scene& scene,
               ProcessSettings& settings, Status& status) {
     settings.bands = scene.bandOrder.size();
@@ -167,7 +167,7 @@ void ProcessSettings::Narrow(Scene& scene) const {
 
 bool WantsFit(const SharpenRequest& request, const PansharpDescription& plugin) {
     if (request.weightSource != WeightSource::Fit || !request.weights.empty()) return false;
-    Status unknown; // MakeSettings says what is wrong with the method
+    Status unknown; // MakeSettings reports what is wrong with the method
     const PansharpMethod* method = hostkit::FindMethod(plugin, request.method, unknown);
     const auto* shares = method && !hostkit::UsesLowPass(*method)
                              ? hostkit::FindParameter(*method, PansharpFit::Share)

@@ -26,13 +26,13 @@ std::uint64_t ImageBytes(const InputImage& image) {
     return std::uint64_t{info.cols} * info.rows * hostkit::PixelBytes(info);
 }
 
-/// Pan and output of a row of a window.
+/// Bytes per row of a window: pan and output.
 std::uint64_t FineRowBytes(const Scene& scene, const OutputPlan& output) {
     return std::uint64_t{output.columns} * (hostkit::PixelBytes(scene.pan->GetInfo()) +
                                             output.GetPixelBytes() * (output.isCompressed ? 2 : 1));
 }
 
-/// The same and their share of the images beneath.
+/// The same, with the share of the coarse images.
 std::uint64_t RowBytes(const Scene& scene, const OutputPlan& output) {
     const RasterInfo& pan = scene.pan->GetInfo();
     std::uint64_t bytes = FineRowBytes(scene, output);
@@ -49,8 +49,8 @@ std::uint64_t PixelsOf(const PixelRect& rect) {
     return std::uint64_t{rect.GetColumns()} * rect.GetRows();
 }
 
-/// What a slot holds beside pan and output in its window: the images beneath, pan's low-pass and the rows of
-/// pan that it reaches over, which pixels have data, and rows of numbers that the samplers weight.
+/// What a slot holds besides pan and output of its window: the coarse images, pan's low-pass and the rows of
+/// pan that it needs, masks, and the rows of numbers that samplers work with.
 std::uint64_t BesideBytes(const Scene& scene, const OutputPlan& output, const RunSizes& sizes,
                           std::uint32_t windowRows) {
     const RasterInfo& pan = scene.pan->GetInfo();
@@ -58,7 +58,7 @@ std::uint64_t BesideBytes(const Scene& scene, const OutputPlan& output, const Ru
     window.row0 += (output.rows - windowRows) / 2;
     window.row1 = window.row0 + windowRows;
     const std::uint64_t sampledRows = scene.resampling == hostkit::Resampling::Cubic ? 4 : 2;
-    constexpr std::uint64_t tapBytes = 64; // of a column, in every image
+    constexpr std::uint64_t tapBytes = 64; // per column and image
     std::uint64_t bytes = 0, sampled = 0;
     bool mayLackData = scene.covered != scene.part || scene.pan->MayLackData();
     for (const PlacedImage& coarse : scene.images) {
@@ -86,14 +86,14 @@ std::uint64_t BesideBytes(const Scene& scene, const OutputPlan& output, const Ru
     return bytes + output.columns * (sampled * sampledRows * sizeof(double) + images * tapBytes);
 }
 
-/// Numbers of a picture's panels: of pan, of all bands upsampled and again fused, and three colours of each.
+/// The numbers in a preview's panels: pan, all bands upsampled and fused, and three colours per panel.
 std::uint64_t PreviewBytes(const Scene& scene) {
     const std::uint64_t pixels = std::uint64_t{std::min(mostPreviewPixels, scene.part.GetColumns())} *
                                  std::min(mostPreviewPixels, scene.part.GetRows());
     return pixels * sizeof(double) * (10 + scene.bandOrder.size() + scene.outputBands);
 }
 
-/// Files in memory: an output, and what it is made of.
+/// Files in memory: an output, and its inputs.
 std::uint64_t KeptBytes(const OutputPlan& output) {
     return std::max(2 * output.GetBytes(), output.writesCog ? CogWriter::CountStored(output) : 0);
 }
@@ -123,7 +123,7 @@ RunSizes FindSizes(const SharpenRequest& request, const PansharpDescription& plu
     RunSizes sizes{ChooseThreads(request), request.windowRows, request.hasPreview, {}, {}, {}};
     sizes.isKeptInMemory = StartsWith(request.output, "/vsimem/", false);
     sizes.fits = wantsDetail ? !request.transfer || request.gains.empty() : WantsFit(request, plugin);
-    // The widest that may be fitted reaches furthest.
+    // The lowest transfer gives the widest low-pass.
     if (wantsDetail) sizes.lowPass = request.transfer.value_or(fitting::leastTransfer);
     return sizes;
 }
@@ -138,7 +138,7 @@ std::uint32_t ChooseWindowRows(const Scene& scene, const OutputPlan& output, con
     if (sizes.windowRows > 0) return std::min(sizes.windowRows, output.rows);
     const std::uint64_t byMemory = windowBytes / std::max<std::uint64_t>(RowBytes(scene, output), 1);
     const std::uint64_t byThreads = output.rows / (static_cast<unsigned>(sizes.threads) * 2u) + 1;
-    // Blocks of one row, as strips have, need not be kept to.
+    // Blocks of one row, such as strips, set no constraint.
     const std::uint64_t blocks = std::max<std::uint64_t>(std::min(byMemory, byThreads) / output.blockRows, 1);
     return static_cast<std::uint32_t>(std::min<std::uint64_t>(blocks * output.blockRows, output.rows));
 }
@@ -148,8 +148,8 @@ int CountSlots(int threads, const OutputPlan& output) {
 }
 
 std::int64_t CacheBytes(const Scene& scene, const OutputPlan& output, const RunSizes& sizes) {
-    // Memory that is new to the process takes longer than reading into what it has already. Windows of
-    // grids that lie askew reach over many rows of blocks.
+    // Allocating new memory takes longer than reading into memory that the process already has. Windows of
+    // grids that are not parallel to pan's touch many rows of blocks.
     constexpr std::uint64_t least = std::uint64_t{8} << 20, leastAskew = std::uint64_t{64} << 20;
     std::uint64_t inputs = scene.pan->GetDescription()->GetBlockRowBytes();
     bool isAskew = false;
@@ -157,7 +157,7 @@ std::int64_t CacheBytes(const Scene& scene, const OutputPlan& output, const RunS
         inputs += coarse.image->GetDescription()->GetBlockRowBytes();
         isAskew = isAskew || !coarse.placement->RunsAlong();
     }
-    // A block that leaves before it is full is compressed and written again.
+    // A block that leaves the cache before it is full is compressed and written again.
     const std::uint64_t outputs =
         sizes.windowRows % output.blockRows == 0
             ? 0
@@ -166,7 +166,7 @@ std::int64_t CacheBytes(const Scene& scene, const OutputPlan& output, const RunS
 }
 
 std::uint64_t EstimateMemory(const Scene& scene, const OutputPlan& output, const RunSizes& sizes) {
-    // The program with its libraries, and the survey that is fitted to, as measured.
+    // Measured: the program with its libraries, and the survey for fits.
     constexpr std::uint64_t program = std::uint64_t{58} << 20, survey = std::uint64_t{24} << 20;
     std::uint64_t inputs = 0, onServers = 0;
     const auto add = [&](const InputImage& image) {
@@ -185,7 +185,7 @@ std::uint64_t EstimateMemory(const Scene& scene, const OutputPlan& output, const
         cache + (output.writesCog ? CogWriter::CountBytes(output) : 0) +
         (FineRowBytes(scene, output) * rows + BesideBytes(scene, output, sizes, rows)) *
             static_cast<unsigned>(CountSlots(threads, output));
-    // GDAL has a cache of the same size, and copies of what is on its way, as measured.
+    // Measured: GDAL has a cache of the same size, and copies of bytes on their way.
     constexpr std::uint64_t copies = std::uint64_t{144} << 20;
     const std::uint64_t fetched =
         2 * std::min(onServers, FetchedBytes::Get().GetBound()) + std::min(onServers, copies);

@@ -78,7 +78,7 @@ private:
         return Fail(status, HostStatus::Cancelled, "cancelled; nothing was written");
     }
 
-    /// What the pixels say in the end: that there is nothing in them.
+    /// Warns when the result has no pixel with data.
     void JudgeResult() {
         const double pixels = static_cast<double>(report.columns) * report.rows;
         const double withData = pixels - static_cast<double>(report.pixelsWithoutData);
@@ -100,7 +100,7 @@ private:
 
     [[nodiscard]] RunSizes GetSizes() const { return FindSizes(request, pair.plugin->GetDescription()); }
 
-    /// A pool that is refused a thread in the middle of the work ends the process.
+    /// If a thread pool cannot start a thread in the middle of the work, the process ends.
     void LimitThreads() {
         const int most = 1 + CountThreadsToBeHad(report.threads - 1);
         if (most >= report.threads) return;
@@ -134,7 +134,7 @@ private:
             return !result.wasCancelled;
         };
         bool isDone = FuseWindows(windowPlan, ahead, slots, *output, fused, result, status);
-        slots.clear(); // copying takes memory of its own
+        slots.clear(); // free memory, since copying needs its own
         if (isDone) isDone = output->Finish(copied, status);
         if (result.wasCancelled) return Cancel();
         if (!isDone) return false;
@@ -157,8 +157,8 @@ private:
         return true;
     }
 
-    SharpenRequest request;     ///< with the weights that were chosen
-    const SceneFindings* known; ///< null when all is to be found
+    SharpenRequest request;     ///< with the chosen weights
+    const SceneFindings* known; ///< null when nothing is known
     PreparedPair& pair;
     SharpenReport& report;
     Status& status;

@@ -18,7 +18,7 @@ namespace {
 
 namespace tbb = oneapi::tbb;
 
-/// A window on its way through the stages, in a slot of its own.
+/// A window on its way through the stages, with its slot.
 struct Job {
     FusionSlot* slot;
     OutputWindow made;
@@ -26,7 +26,7 @@ struct Job {
     Status reasons;
 };
 
-/// Runs a stage of a window unless one before failed; what it throws becomes a failure of the window.
+/// Runs a stage of a window unless an earlier stage failed. An exception becomes a failure of the window.
 template <class Stage>
 void Attempt(Job& job, Stage stage) {
     if (job.isGood) job.isGood = Guard(stage, job.reasons);
@@ -46,7 +46,7 @@ public:
     }
 
     bool Run(PipelineResult& result, Status& status) {
-        // An arena gets no more threads than this allows, which by default is one per processor.
+        // An arena gets at most as many threads as this allows; the default is one per processor.
         const tbb::global_control allowance(
             tbb::global_control::max_allowed_parallelism,
             std::max<std::size_t>(
@@ -73,13 +73,13 @@ public:
     }
 
 private:
-    /// Null after the last window, and once a window has failed.
+    /// The next window; null after the last, and once a window has failed.
     Job* ReadNext() {
         if (hasStopped || nextRow >= plan.part.row1) return nullptr;
         Job* job = nullptr;
         {
             const std::lock_guard lock(freeMutex);
-            job = freeJobs.back(); // a window is let in only when one has left
+            job = freeJobs.back(); // never empty: a window enters only when another has left
             freeJobs.pop_back();
         }
         const hostkit::PixelRect window = ahead.WindowFrom(nextRow);
@@ -151,7 +151,7 @@ private:
     std::vector<Job> jobs;
     std::mutex freeMutex;
     std::vector<Job*> freeJobs;
-    // A read may push blocks of the output out of GDAL's cache: one thread in GDAL at a time.
+    // A read may drop blocks of the output from GDAL's cache, so only one thread at a time may be in GDAL.
     std::mutex fileMutex;
 };
 

@@ -22,11 +22,11 @@ struct DimapBand {
     const char* name;
 };
 
-// Ids of Pléiades and SPOT (B0 to B3) and of Pléiades Neo, as their user guides list them.
+// Band ids of Pléiades and SPOT (B0 to B3) and of Pléiades Neo, from their user guides.
 constexpr DimapBand dimapBands[] = {{"P", "pan"},   {"PAN", "pan"}, {"B0", "blue"},    {"B1", "green"},
                                     {"B2", "red"},  {"B3", "nir"},  {"DB", "coastal"}, {"B", "blue"},
                                     {"G", "green"}, {"R", "red"},   {"RE", "rededge"}, {"NIR", "nir"}};
-// The guides' order of bands in the file, where the metadata have no list of it.
+// The order of bands in the file according to the guides, for metadata without a list.
 constexpr const char* usualOrder[] = {"B2", "B1", "B0", "B3"};
 constexpr const char* neoColours[] = {"R", "G", "B"};
 constexpr const char* neoOthers[] = {"NIR", "RE", "DB"};
@@ -37,7 +37,7 @@ std::string DimapName(const std::string& id) {
     return {};
 }
 
-/// The number that the first element of a name has; 0 without one.
+/// The number in the first element with a name; 0 without one.
 double NumberOf(const Metadata& document, const std::string& element) {
     return CPLAtof(document.SearchText(element).c_str());
 }
@@ -55,8 +55,8 @@ std::optional<double> DimapWavelength(const Metadata& document, const std::strin
 
 constexpr std::size_t mostDimapBands = 64, mostDimapTiles = 4096;
 
-/// Ids of the bands of some files, in their order; empty when nothing tells. The list of a whole document
-/// goes for its only files.
+/// Ids of the bands of some files, in order; empty when unknown. A list of the whole document applies if
+/// these are its only files.
 std::vector<std::string> DimapOrder(const Metadata& files, const std::string& file, const Metadata& document,
                                     bool isOnlyGroup) {
     std::vector<std::pair<double, std::string>> indices;
@@ -79,7 +79,7 @@ std::vector<std::string> DimapOrder(const Metadata& files, const std::string& fi
     return {std::begin(usualOrder), std::end(usualOrder)};
 }
 
-/// What values mean, and how many bits the sensor's samples have.
+/// Reads the values for no data and saturation, and the bit depth of the samples.
 void ReadSpecialValues(const Metadata& document, Product& product) {
     for (const Metadata* value : document.SearchAll("Special_Value")) {
         const auto count = value->GetNumber("SPECIAL_VALUE_COUNT");
@@ -92,7 +92,7 @@ void ReadSpecialValues(const Metadata& document, Product& product) {
     }
 }
 
-/// Adds the bands of some files that lie side by side as tiles.
+/// Adds the bands of some files, which are tiles side by side.
 void AddFiles(const ProductFiles& files, const std::string& name, const Metadata& document,
               const Metadata& group, bool isPan, bool isOnlyGroup, Product& product) {
     const std::vector<const Metadata*> tiles = group.SearchAll("Data_File");
@@ -119,7 +119,7 @@ void AddFiles(const ProductFiles& files, const std::string& name, const Metadata
         return;
     }
     const std::vector<std::string> order = DimapOrder(group, path, document, isOnlyGroup);
-    if (tiles.size() > 1) path = files.PathOf(name); // GDAL puts the tiles together
+    if (tiles.size() > 1) path = files.PathOf(name); // GDAL joins the tiles
     if (isPan) {
         product.pan = {path, 1, "pan", DimapWavelength(document, "P")};
         return;
@@ -144,7 +144,7 @@ std::string Satellite(const Metadata& document) {
     return mission + " " + index;
 }
 
-/// None for a document of another kind.
+/// Empty for a document of another kind.
 std::optional<ProductPart> ReadDocument(const ProductFiles& files, const std::string& name) {
     ProductPart part;
     Product& product = part.product;

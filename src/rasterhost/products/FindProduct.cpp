@@ -22,7 +22,7 @@ using KOVA::Tessara::Fundament::ToLower;
 
 namespace {
 
-// The first kind that knows some of the files has them all.
+// The first kind that recognises any of the files takes all of them.
 constexpr ProductKind productKinds[] = {
     {"Landsat 7, 8 and 9 Level-1", FindLandsat},
     {"DIMAP 2: Pléiades, Pléiades Neo, SPOT 6 and 7", FindDimap},
@@ -51,7 +51,7 @@ ProductSearch FailSearch(Status& status, const std::string& message) {
     return ProductSearch::Failed;
 }
 
-/// Two bands for which the metadata names the same pixels, as in "pan and red"; empty for none.
+/// Two bands for which the metadata names the same pixels, as in "pan and red"; empty when there are none.
 std::string FindNamedTwice(const Product& product) {
     std::map<std::pair<std::string, int>, std::string> names;
     std::vector<InputBand> bands = product.bands;
@@ -95,19 +95,19 @@ ProductSearch ChooseProduct(const std::string& name, std::vector<Product>& found
                                   product.kind + ") cannot be fused: " + product.fault);
 }
 
-/// What a metadata file is to a product that is described by others. The volume of DIMAP describes all of
-/// them; one with another ending says the same again.
+/// Whether a metadata file describes a product together with another file. A DIMAP volume describes all of
+/// its products; a file with another extension may repeat the same.
 bool DescribesAsWell(const std::string& metadata, const std::string& other) {
     if (ToLower(LastPart(metadata)).starts_with("vol_")) return ToLower(LastPart(other)).starts_with("dim_");
     return FolderPart(metadata) + StemPart(metadata) == FolderPart(other) + StemPart(other);
 }
 
-/// The products that a folder or archive has, by the first kind that knows any. With a metadata file,
-/// relative to the folder, those that it is of.
+/// The products in a folder or archive, of the first kind that recognises any. With a metadata file, relative
+/// to the folder, only the products that it describes.
 bool FindAll(const std::string& folder, const std::string& metadata, std::vector<Product>& found,
              Status& status) {
     ProductFiles files;
-    // Few servers list their folders.
+    // Most servers do not list their folders.
     if (!metadata.empty() && IsOnNetwork(folder))
         files.TakeOne(folder, metadata);
     else if (!files.List(folder, status))
@@ -135,8 +135,8 @@ bool FindAll(const std::string& folder, const std::string& metadata, std::vector
                 folder.c_str());
 }
 
-/// Pan and bands may lie in folders side by side, each with its metadata: takes both where `found` is one of
-/// them alone. `metadata` is relative to the folder.
+/// Pan and bands may be in adjacent folders, each with its own metadata. If `found` is only one of them,
+/// takes both. `metadata` is relative to the folder.
 void LookBeside(const std::string& folder, const std::string& metadata, std::vector<Product>& found) {
     if (IsOnNetwork(folder) || found.size() != 1 ||
         found.front().pan.file.empty() == found.front().bands.empty())
@@ -207,7 +207,7 @@ void TakeProduct(const std::string& name, const Product& product, PairRequest& p
     if (product.bitDepth) pair.bitDepth = product.bitDepth;
     const std::vector<double> transfers = TransfersOf(product);
     if (transfers.empty()) return;
-    // One low-pass of pan stands for all bands: by their mean, in thousandths as a measured one is.
+    // All bands share one low-pass of pan, so their mean is taken, in thousandths like a measured transfer.
     const double sum = std::accumulate(transfers.begin(), transfers.end(), 0.0);
     fusion.publishedTransfer =
         std::floor(sum / static_cast<double>(transfers.size()) * 1000.0 + 0.5) / 1000.0;

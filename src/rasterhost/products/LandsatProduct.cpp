@@ -17,17 +17,17 @@ using KOVA::Tessara::Fundament::ToUpper;
 
 namespace {
 
-/// A band of a Landsat sensor; `why` it is left out, null for one that is taken.
+/// A band of a Landsat sensor. `why` tells why it is left out; null if it is used.
 struct LandsatBand {
-    const char* number = nullptr; ///< as files have it
+    const char* number = nullptr; ///< as in file names
     const char* name = nullptr;
-    double wavelength = 0.0; ///< centre in micrometres; of ETM+ the middle of the nominal limits
+    double wavelength = 0.0; ///< centre in micrometres; for ETM+ the middle of the nominal limits
     const char* why = nullptr;
 };
 
 constexpr const char* thermalReason = "thermal: pan does not see that light, and its pixels are far coarser";
 
-// Limits: Landsat 7 Data Users Handbook; centres: Landsat 8 Data Users Handbook, whose bands Landsat 9 has.
+// Limits: Landsat 7 Data Users Handbook. Centres: Landsat 8 Data Users Handbook, also valid for Landsat 9.
 constexpr LandsatBand etmBands[] = {{"1", "blue", 0.485},
                                     {"2", "green", 0.56},
                                     {"3", "red", 0.66},
@@ -50,25 +50,25 @@ constexpr LandsatBand oliBands[] = {{"1", "coastal", 0.443},
                                     {"10", "thermal", 10.895, thermalReason},
                                     {"11", "thermal", 12.005, thermalReason}};
 
-/// What the names of files tell: product, number of the satellite, band.
+/// What a file name tells: product, number of the satellite, band.
 struct BandFile {
-    std::string product; ///< folder and name up to the band
+    std::string product; ///< folder and name up to the band number
     char satellite = 0;
     std::string band; ///< in capitals; empty for files that are not a band
 };
 
-/// The files of one scene that has no metadata.
+/// The files of a scene without metadata.
 struct BandFiles {
     std::string product;
     char satellite = 0;
-    std::map<std::string, std::string> bands; ///< names of files by numbers of bands
+    std::map<std::string, std::string> bands; ///< file names by band number
 };
 
-/// A name for which the letter case does not count; that of its folder does.
+/// A name in a form in which letter case does not matter; that of its folder does.
 std::string AnyCase(const std::string& name) { return FolderPart(name) + ToLower(LastPart(name)); }
 
 std::optional<BandFile> ReadName(const std::string& name) {
-    // LC08_L1TP_..._B8.TIF, and LC8... of before the collections.
+    // LC08_L1TP_..._B8.TIF, and LC8... from before the collections.
     static const std::regex pattern("^(L[COE]0?([789]).{0,120}?)_(SR_|ST_)?B([0-9]{1,2}(_VCID_[12])?)$",
                                     std::regex::icase);
     std::smatch parts;
@@ -76,11 +76,11 @@ std::optional<BandFile> ReadName(const std::string& name) {
     constexpr std::size_t longest = 160;
     if (!IsRasterName(name) || stem.size() > longest || !std::regex_match(stem, parts, pattern))
         return std::nullopt;
-    if (parts[3].matched) return std::nullopt; // of Level-2
+    if (parts[3].matched) return std::nullopt; // a Level-2 product
     return BandFile{FolderPart(name) + parts[1].str(), parts[2].str()[0], ToUpper(parts[4].str())};
 }
 
-/// The same of scene_B8.TIF or B8.TIF, in which nothing tells the satellite.
+/// The same for scene_B8.TIF or B8.TIF, whose names do not tell the satellite.
 std::optional<BandFile> ReadNumber(const std::string& name) {
     static const std::regex pattern("^((.{1,150})[-_. ])?B(8A|[1-9]|1[0-2]|6_VCID_[12])$", std::regex::icase);
     std::smatch parts;
@@ -91,7 +91,7 @@ std::optional<BandFile> ReadNumber(const std::string& name) {
     return BandFile{FolderPart(name) + parts[2].str(), 0, ToUpper(parts[3].str())};
 }
 
-/// Puts the bands, by their numbers, where they belong.
+/// Assigns the bands by their numbers.
 void TakeBands(char satellite, const std::map<std::string, std::string>& files, const ProductFiles& all,
                Product& product) {
     const auto take = [&](const LandsatBand& band) {
@@ -113,7 +113,7 @@ void TakeBands(char satellite, const std::map<std::string, std::string>& files, 
         std::for_each(std::begin(oliBands), std::end(oliBands), take);
     product.kind = FormatString("Landsat %c Level-1", satellite);
     product.sameFirstCentre = true;
-    product.noData = 0.0; // the fill value of all Level-1 products, which their files do not declare
+    product.noData = 0.0; // the fill value of all Level-1 products, not declared in their files
     if (product.pan.file.empty()) product.fault = "it lacks the panchromatic band, B8";
 }
 
@@ -125,8 +125,8 @@ std::string MetadataStem(const std::string& name) {
     return {};
 }
 
-/// Level-1 has the centres of its first pixels in common, and those of its last ones: pan has one row less
-/// than twice as many. True unless the metadata says something else.
+/// In Level-1 products the centres of the first pixels coincide, and those of the last: pan has twice as many
+/// rows less one. True unless the metadata says otherwise.
 bool HasSameCentres(const Metadata& metadata) {
     const auto number = [&](const std::string& name) { return CPLAtof(metadata.SearchText(name).c_str()); };
     for (const char* which : {"LINES", "SAMPLES"}) {
@@ -137,7 +137,7 @@ bool HasSameCentres(const Metadata& metadata) {
     return true;
 }
 
-/// By what the metadata says; the names of files are those that it has.
+/// Makes a product from metadata, which also names the files.
 Product ReadMetadata(const ProductFiles& files, const std::string& name) {
     Product product;
     product.kind = "Landsat Level-1";
@@ -192,7 +192,7 @@ Product ReadMetadata(const ProductFiles& files, const std::string& name) {
     return product;
 }
 
-/// "B2 blue, B3 green" of the bands that are there.
+/// "B2 blue, B3 green" for the bands that exist.
 template <std::size_t N>
 std::string ListBands(const LandsatBand (&bands)[N], const std::map<std::string, std::string>& files) {
     std::string text;

@@ -24,7 +24,7 @@ namespace {
 constexpr int mostMetadataLevels = 32;
 constexpr std::size_t mostMetadataParts = 500000;
 
-/// Counts what is taken over from a parser, and stops where it is too much.
+/// Counts the parts taken from a parser, and stops when there are too many.
 class PartCount {
 public:
     [[nodiscard]] bool TakeOne(int level) {
@@ -69,7 +69,7 @@ std::optional<Metadata> ParseXml(const std::string& text, std::string& fault) {
     return fault.empty() ? std::optional(std::move(all)) : std::nullopt;
 }
 
-/// Builds the tree as a parser goes through a text, so that many keys take no longer than many values.
+/// Builds the tree while a parser reads a text, so that many keys take no longer than many values.
 class JsonTree {
 public:
     using Json = RecordPart::Json;
@@ -78,7 +78,7 @@ public:
     /// Why the parser ended early.
     [[nodiscard]] std::string GetFault() const { return count.IsTooMuch() ? tooMuchMetadata : fault; }
 
-    // What the parser calls; false ends it. A part grows only while it is the last one here.
+    // Called by the parser; false stops it. A part grows only while it is the last one here.
     bool null() { return Take({}); }
     bool boolean(bool value) { return Take(value ? "true" : "false"); }
     bool number_integer(std::int64_t value) { return TakeNumber(static_cast<double>(value)); }
@@ -114,7 +114,7 @@ private:
         if (part) part->text = std::move(text);
         return part != nullptr;
     }
-    /// Those of lists are passed over: nobody looks for them, and an outline may have very many.
+    /// Numbers in lists are skipped: nobody needs them, and an outline may have very many.
     bool TakeNumber(double value) { return nextName.empty() || Take(NumberText(value)); }
     bool Open() {
         open.push_back(Add());

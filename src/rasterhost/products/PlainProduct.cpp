@@ -20,14 +20,14 @@ constexpr const char* betweenWords = "_-. ";
 
 using CutWord = std::pair<std::string, std::string>;
 
-/// What stands before the last word of a stem, and that word in small letters.
+/// The part of a stem before its last word, and that word in lower case.
 CutWord CutLastWord(const std::string& stem) {
     const std::size_t at = stem.find_last_of(betweenWords);
     if (at == std::string::npos) return {"", ToLower(stem)};
     return {stem.substr(0, at), ToLower(stem.substr(at + 1))};
 }
 
-/// What stands behind the first word of a stem, and that word in small letters.
+/// The part of a stem after its first word, and that word in lower case.
 CutWord CutFirstWord(const std::string& stem) {
     const std::size_t at = stem.find_first_of(betweenWords);
     if (at == std::string::npos) return {"", ToLower(stem)};
@@ -40,7 +40,7 @@ bool IsAllBands(const std::string& word) {
     return false;
 }
 
-/// Names of the bands of a file that is called by their first letters, as "bgrn"; none for another word.
+/// Band names for a file named by their first letters, such as "bgrn"; empty for any other word.
 std::vector<std::string> NamesOfLetters(const std::string& word) {
     constexpr std::size_t most = 4;
     std::vector<std::string> names;
@@ -54,7 +54,7 @@ std::vector<std::string> NamesOfLetters(const std::string& word) {
     return names;
 }
 
-/// What stands around the only word of a stem that a band or all bands are called by, and that word.
+/// The only word of a stem that names a band or all bands, and the parts around it.
 CutWord CutOnlyWord(const std::string& stem) {
     CutWord cut;
     for (std::size_t from = 0, to = 0; to != std::string::npos; from = to + 1) {
@@ -67,10 +67,10 @@ CutWord CutOnlyWord(const std::string& stem) {
     return cut;
 }
 
-/// A file, and the word in its name that tells what it has.
+/// A file, and the word in its name that tells its content.
 using WordFile = std::pair<std::string, std::string>;
 
-/// One letter is a name only among others of its kind: p beside bands, and r, g and b together.
+/// A single letter is a name only together with others: p beside bands, and r, g and b together.
 void DropLetters(std::vector<WordFile>& files) {
     const auto has = [&](const char* word) { return std::ranges::count(files, word, &WordFile::second) > 0; };
     const bool hasColours = has("r") && has("g") && has("b");
@@ -100,7 +100,7 @@ void TakeFile(const std::string& path, const std::string& word, Product& product
     }
 }
 
-/// Says which files may be the same bands.
+/// Reports files that may be the same bands.
 void CheckBands(Product& product) {
     if (product.bands.empty()) product.fault = "it has a pan and no multispectral bands beside it";
     std::set<std::string> names, files;
@@ -115,14 +115,14 @@ void CheckBands(Product& product) {
     product.fault += "; name those to take: PAN MS ...";
 }
 
-/// Adds the products whose files have the name of their band where `cut` takes it from.
+/// Adds the products whose files have the name of their band where `cut` looks for it.
 void FindNamed(const ProductFiles& files, CutWord (*cut)(const std::string& stem),
                std::vector<Product>& found) {
     std::map<std::string, std::vector<WordFile>> scenes;
     for (const std::string& name : files.GetNames()) {
         if (!IsRasterName(name)) continue;
         auto [others, word] = cut(StemPart(name));
-        if (const auto [rest, next] = cut(others); IsAllBands(next)) others = rest; // as in ms_bgrn
+        if (const auto [rest, next] = cut(others); IsAllBands(next)) others = rest; // such as ms_bgrn
         if (IsAllBands(word) || !FindBandName(word).empty() || !NamesOfLetters(word).empty())
             scenes[FolderPart(name) + others].emplace_back(name, word);
     }
@@ -132,7 +132,7 @@ void FindNamed(const ProductFiles& files, CutWord (*cut)(const std::string& stem
         product.name = LastPart(key);
         for (const auto& [name, word] : named)
             TakeFile(files.PathOf(name), word, product);
-        if (product.pan.file.empty()) continue; // without pan it is only a picture
+        if (product.pan.file.empty()) continue; // without pan it is just an image
         product.kind = "folder with the names of bands";
         CheckBands(product);
         SortBySpectrum(product.bands);
@@ -142,8 +142,8 @@ void FindNamed(const ProductFiles& files, CutWord (*cut)(const std::string& stem
 
 } // namespace
 
-/// pan.tif, red.tif, green.tif, ...; or pan.tif and ms.tif; all with the same words before, or else behind,
-/// or around.
+/// pan.tif, red.tif, green.tif, ...; or pan.tif and ms.tif. The other words of all names must be the same,
+/// and stand before, after or around the band's.
 void FindPlain(const ProductFiles& files, std::vector<Product>& found) {
     for (const auto cut : {CutLastWord, CutFirstWord, CutOnlyWord})
         if (found.empty()) FindNamed(files, cut, found);

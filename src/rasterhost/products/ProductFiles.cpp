@@ -23,7 +23,7 @@ namespace {
 
 constexpr int mostFolderLevels = 4;
 constexpr std::size_t mostEntries = 20000;
-constexpr std::size_t mostArchiveFolders = 500; // each is found by going through all that is in the archive
+constexpr std::size_t mostArchiveFolders = 500; // listing each one scans the whole archive
 constexpr std::size_t mostMetadataFiles = 1000;
 constexpr std::size_t mostMetadataBytes = std::size_t{16} << 20;
 
@@ -37,14 +37,14 @@ bool EndsInOne(const std::string& name, const char* const (&endings)[N]) {
                        [&](const char* ending) { return small.ends_with(ending); });
 }
 
-/// True for a name with a ".." among its parts, or an absolute one.
+/// True for an absolute name, or one with ".." among its parts.
 bool ClimbsOut(const std::string& name) {
     const std::filesystem::path path(name);
     return path.is_absolute() || std::find(path.begin(), path.end(), "..") != path.end();
 }
 
-/// True for what macOS lays beside a file, on other disks and in archives: it has the file's name and none of
-/// its contents.
+/// True for the companion files that macOS creates on other disks and in archives: they have the file's name
+/// but not its contents.
 bool IsOfMacOs(const std::string& name) { return LastPart(name).starts_with("._"); }
 
 } // namespace
@@ -97,8 +97,8 @@ bool ProductFiles::List(const std::string& folderOrArchive, Status& status) {
             return refuse(FormatString("more than %zu folders; unpack it, and name the folder of one product",
                                        mostArchiveFolders));
         const std::string name(entry->pszName);
-        if (ClimbsOut(name)) continue; // nothing outside an archive is its
-        // Opening a pipe or a device may wait for ever.
+        if (ClimbsOut(name)) continue; // outside the archive
+        // Opening a pipe or a device may block forever.
         if (VSI_ISREG(entry->nMode) && !IsOfMacOs(name)) names.push_back(name);
     }
     std::sort(names.begin(), names.end());
@@ -118,7 +118,7 @@ void ProductFiles::TakeOne(const std::string& folder, const std::string& name) {
     anyCase = {{ToLower(name), name}};
 }
 
-/// Links may lead to folders that are listed already: those go by their shortest way.
+/// Links may lead to folders that are already listed; the shortest path is kept.
 void ProductFiles::DropRepeated() {
     std::map<std::string, std::string> places, ways;
     for (const std::string& name : names) {

@@ -48,7 +48,7 @@ void SortBySpectrum(std::vector<InputBand>& bands) {
     for (const InputBand& band : bands)
         files.insert(band.file);
     if (files.size() < bands.size()) return;
-    const std::vector<std::string> names = AllBandNames(); // by their wavelengths
+    const std::vector<std::string> names = AllBandNames(); // in the order of wavelengths
     std::ranges::stable_sort(bands, {}, [&](const InputBand& band) {
         return std::ranges::find(names, band.name) - names.begin();
     });

@@ -8,9 +8,9 @@ namespace rasterhost {
 namespace {
 
 struct SensorTransfer {
-    const char* sensor; ///< in small letters and without what stands between words and numbers
+    const char* sensor; ///< in lower case, without separators
     const char* shortName;
-    const char* band; ///< null for all that are not named before
+    const char* band; ///< null for all bands not listed before
     double transfer;
 };
 
@@ -34,7 +34,7 @@ constexpr SensorTransfer sensorTransfers[] = {
     {"worldview3", "wv3", "nir", 0.335},     {"worldview3", "wv3", "nir2", 0.315},
 };
 
-/// "WorldView-02" and "worldview 2" are the same.
+/// Makes "WorldView-02" and "worldview 2" equal.
 std::string BareName(std::string_view name) {
     std::string bare;
     for (const char letter : name) {
@@ -43,7 +43,7 @@ std::string BareName(std::string_view name) {
             (letter != '0' || (!bare.empty() && std::isdigit(static_cast<unsigned char>(bare.back())))))
             bare += static_cast<char>(std::tolower(code));
     }
-    if (bare == "quickbird" || bare == "ikonos") bare += "2"; // the first of each was lost
+    if (bare == "quickbird" || bare == "ikonos") bare += "2"; // the first satellite of each was lost
     return bare;
 }
 

@@ -14,13 +14,13 @@ using KOVA::Tessara::Fundament::ToLower;
 
 namespace {
 
-/// What an asset's address is to GDAL; empty for one that is not taken.
+/// The name of an asset's address for GDAL; empty for one that is not used.
 std::string PathOfAddress(const ProductFiles& files, const std::string& item, const std::string& address) {
     if (std::string name = NameForGdal(address); name != address) return name;
     if (constexpr std::size_t scheme = 7; files.IsListed() && StartsWith(address, "file:///", true))
         return PathOfAddress(files, item, address.substr(scheme));
     if (address.find("://") != std::string::npos || StartsWith(address, "/vsi", true)) return {};
-    // What is on a server is asked for as it is opened.
+    // Files on a server are only requested when they are opened.
     const auto beside = files.IsListed() ? files.FindBeside(item, address) : std::nullopt;
     if (beside) return files.PathOf(*beside);
     if (files.IsOfArchive() || address.empty()) return {};
@@ -42,7 +42,7 @@ bool HasRole(const Metadata& asset, const char* wanted) {
            std::ranges::any_of(roles->parts, [&](const Metadata& role) { return role.text == wanted; });
 }
 
-/// Takes a number on which all bands agree.
+/// Keeps a number that is the same for all bands.
 void Agree(const std::optional<double>& number, bool isFirst, std::optional<double>& all) {
     if (isFirst || all != number) all = isFirst ? number : std::nullopt;
 }
@@ -76,7 +76,7 @@ private:
         if (!bands) bands = asset.Find("eo:bands");
         const bool isPicture =
             HasRole(asset, "thumbnail") || HasRole(asset, "overview") || HasRole(asset, "visual");
-        if (!bands || bands->parts.empty()) return; // metadata and the like
+        if (!bands || bands->parts.empty()) return; // metadata, for example
         if (isPicture || HasRole(asset, "metadata"))
             return LeaveOut(asset, "a picture to look at, or metadata");
         const std::string path = PathOfAddress(files, item, asset.Get("href"));
@@ -104,7 +104,7 @@ private:
                   : std::ranges::count(product.bands, input.name, &InputBand::name) > 0)
             return LeaveOut(asset, "another asset has the band '" + input.name + "'");
         const bool isFirst = product.pan.file.empty() && product.bands.empty();
-        // Since 1.1 what all bands have in common may stand at the asset.
+        // Since 1.1, values common to all bands may be given at the asset.
         const auto number = [&](const std::string& key) {
             for (const Metadata* of : {&values, &asset})
                 for (const char* prefix : {"raster:", ""})
@@ -142,7 +142,7 @@ void FindStac(const ProductFiles& files, std::vector<Product>& found) {
         product.name = StemPart(name);
         product.metadata = {name};
         const auto json = files.Read(name, product.fault);
-        // A folder may have other texts, and catalogues have no assets.
+        // A folder may contain other JSON files, and catalogues have no assets.
         if (!json || json->Get("stac_version").empty() || !json->Find("assets")) continue;
         ItemReader(files, name, product).Read(*json);
         found.push_back(std::move(product));

@@ -25,41 +25,40 @@ constexpr ImdBand imdBands[] = {
 struct ImdSatellite {
     const char* id;
     const char* name;
-    bool hasTheseBands; ///< those of the table; others have limits of their own
+    bool hasTheseBands; ///< the bands of the table; other sensors have other limits
 };
 
 constexpr ImdSatellite imdSatellites[] = {{"QB02", "QuickBird", false},   {"GE01", "GeoEye-1", false},
                                           {"WV01", "WorldView-1", false}, {"WV02", "WorldView-2", true},
                                           {"WV03", "WorldView-3", true},  {"WV04", "WorldView-4", false}};
 
-/// What pan and bands of a scene have in common: the stem without the letters that tell them apart, which
-/// stand between the first two hyphens, and the time before them.
+/// The same for pan and bands of a scene: the stem without the letters between the first two hyphens, which
+/// tell them apart, and the time before them.
 std::string SceneKey(const std::string& stem) {
     const std::size_t first = stem.find('-');
     const std::size_t second = first == std::string::npos ? first : stem.find('-', first + 1);
     return second == std::string::npos ? stem : stem.substr(second + 1);
 }
 
-/// Those letters: P2AS for pan, M2AS for bands, S2AS for bands that are sharpened already.
+/// These letters: P2AS for pan, M2AS for bands, S2AS for bands that are already sharpened.
 std::string LettersOf(const std::string& stem) {
     const std::size_t first = stem.find('-');
     return first == std::string::npos ? std::string()
                                       : stem.substr(first + 1, stem.find('-', first + 1) - first - 1);
 }
 
-/// The mosaic of its tiles, which GDAL puts together; else the image of the same stem.
+/// The mosaic of the tiles, which GDAL joins; else the image with the same stem.
 std::optional<std::string> FindImage(const ProductFiles& files, const std::string& name) {
     for (const char* ending : {".TIL", ".TIF", ".TIFF", ".NTF"})
         if (auto image = files.FindBeside(name, StemPart(name) + ending)) return image;
     return std::nullopt;
 }
 
-/// What keeps GDAL from putting the tiles together, which it looks for by their exact names; empty for
-/// nothing.
+/// Why GDAL cannot join the tiles, which it looks for by their exact names; empty if it can.
 std::string FindTileFault(const ProductFiles& files, const std::string& til) {
     std::string fault;
     const auto tiles = files.Read(til, fault);
-    if (!tiles) return {}; // GDAL says what is wrong with it
+    if (!tiles) return {}; // GDAL reports what is wrong with it
     for (const Metadata& tile : tiles->parts) {
         const std::string wanted = tile.Get("filename");
         if (wanted.empty()) continue;
@@ -104,8 +103,8 @@ void TakeImd(const ProductFiles& files, const std::string& name, const Metadata&
                 else
                     product.bands.push_back(input);
             }
-    product.noData = 0.0; // the fill beyond the image, which the files do not declare
-    // Samples of 11 bits, unless the vendor made other numbers of them.
+    product.noData = 0.0; // the fill value outside the image, not declared in the files
+    // Samples have 11 bits, unless the vendor has converted them.
     if (imd.SearchText("bitsPerPixel") == "16" &&
         StringsEqual(imd.SearchText("radiometricEnhancement"), "off", true))
         product.bitDepth = 11;

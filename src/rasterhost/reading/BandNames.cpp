@@ -10,14 +10,13 @@ namespace {
 
 struct BandName {
     std::string_view name;
-    /// Between blanks, in small letters, without what is neither letter nor digit.
+    /// Other spellings, separated by spaces, in lower case, without anything but letters and digits.
     std::string_view others;
-    double least, greatest; ///< centre of such bands in micrometres; equal where it tells nothing
+    double least, greatest; ///< central wavelength in micrometres; equal if it does not tell the name
     GDALColorInterp colour = GCI_Undefined;
 };
 
-// Parts of the spectrum as the common band names of the STAC extension "eo" have them, cut where they
-// overlap.
+// Parts of the spectrum as in the common band names of the STAC extension "eo", cut where they overlap.
 constexpr BandName knownNames[] = {
     {"coastal", "coastalaerosol coastalblue deepblue ultrablue violet", 0.40, 0.45},
     {"blue", "b blau bleu", 0.45, 0.51, GCI_BlueBand},
@@ -34,7 +33,7 @@ constexpr BandName knownNames[] = {
     {"pan", "p panchromatic pansharpening", 0.0, 0.0},
 };
 
-/// True for one of the words between blanks.
+/// True for one of the words separated by spaces.
 bool HasWord(std::string_view words, std::string_view word) {
     while (!words.empty()) {
         const std::size_t end = std::min(words.find(' '), words.size());
@@ -50,7 +49,7 @@ const BandName* FindKnown(std::string_view word) {
     return nullptr;
 }
 
-/// In small letters, cut at everything that is neither letter nor digit.
+/// Splits at everything that is neither letter nor digit, in lower case.
 std::vector<std::string> WordsOf(std::string_view text) {
     std::vector<std::string> words(1);
     for (const char letter : text) {

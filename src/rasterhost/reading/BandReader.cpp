@@ -43,7 +43,7 @@ bool BandReader::Read(const PixelRect& rect, unsigned char* out, Status& status)
             if (!ReadScaled(rect, band, out, status)) return false;
         return true;
     }
-    // One call for as many bands in a row as come from one file with samples of one kind.
+    // One call for consecutive bands that come from one file and have the same sample type.
     for (std::size_t first = 0, end = 0; first < bands.size(); first = end) {
         const auto belongs = [&](std::size_t band) {
             return handles[band].dataset == handles[first].dataset && bands[band].type == bands[first].type;
@@ -104,8 +104,8 @@ bool BandReader::ReadScaled(const PixelRect& rect, std::size_t band, unsigned ch
     return true;
 }
 
-/// Signed samples are used as they are, which only those of 0 and more can be; those that mean no data are
-/// not used.
+/// Signed samples are used unchanged, which requires that they are not negative. Samples that mean no data
+/// are exempt.
 bool BandReader::CheckSigns(const PixelRect& rect, std::size_t first, std::size_t end,
                             const unsigned char* samples, Status& status) const {
     const std::size_t pixels = std::size_t{rect.GetColumns()} * rect.GetRows();

@@ -21,7 +21,7 @@ DataSearch SearchBand(const InputImage& image, std::size_t band, const std::func
     return single ? imagery::SearchData(*single, keepOn) : DataSearch::Found;
 }
 
-/// The least and greatest sample that a band can have.
+/// The lowest and highest sample that a band can have.
 std::pair<double, double> RangeOf(const SourceBand& source) {
     const GDALDataType type = source.type;
     if (type == GDT_Int16) return {-32768.0, 32767.0};

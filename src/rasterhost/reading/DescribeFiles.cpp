@@ -20,8 +20,8 @@ using KOVA::Tessara::Fundament::StartsWith;
 
 namespace {
 
-/// Four bands come easily marked as red, green, blue and transparency, near infrared though the last is: one
-/// is taken for transparency when a regular sample of it holds nothing but 0 and the largest value.
+/// Programs often mark four bands as red, green, blue and transparency although the last is near infrared. So
+/// a band counts as transparency only when a regular sample of it contains just 0 and the largest value.
 bool IsTransparency(GDALRasterBand& band) {
     if (band.GetColorInterpretation() != GCI_AlphaBand) return false;
     constexpr int places = 8; // across and down
@@ -36,7 +36,7 @@ bool IsTransparency(GDALRasterBand& band) {
         const int row = (band.GetYSize() - rows) * (place / places) / (places - 1);
         if (band.RasterIO(GF_Read, column, row, columns, rows, samples.data(), columns, rows, GDT_UInt16, 0,
                           0, nullptr) != CE_None)
-            return true; // reading it again will tell why
+            return true; // reading it again will report the error
         if (!std::all_of(samples.begin(), samples.end(),
                          [largest](int sample) { return sample == 0 || sample == largest; }))
             return false;
@@ -44,7 +44,7 @@ bool IsTransparency(GDALRasterBand& band) {
     return true;
 }
 
-/// Null without one. GDAL takes a last band for the mask of the others in files of two and four bands only.
+/// Null without one. GDAL uses a last band as the mask of the others only in files of two or four bands.
 GDALRasterBand* FindTransparency(const std::string& file, GDALDataset& dataset,
                                  const SampleOptions& options) {
     if (options.transparency)
@@ -55,7 +55,7 @@ GDALRasterBand* FindTransparency(const std::string& file, GDALDataset& dataset,
     return nullptr;
 }
 
-/// What the file declares of a band, or the options in its place.
+/// The value for no data that the file declares for a band, or the options instead.
 void FindNoData(const SampleOptions& options, GDALRasterBand& band, GDALRasterBand* transparency,
                 SourceBand& source) {
     if (options.isIgnored) return;
@@ -127,7 +127,7 @@ bool CheckBand(const ImageDescription& image, const SourceBand& source, GDALRast
             same("bits per sample", GDALGetDataTypeSizeBits(type), GDALGetDataTypeSizeBits(first.type)));
 }
 
-/// Centre of what a band sees in micrometres, as GDAL and its drivers tell it.
+/// A band's central wavelength in micrometres, as reported by GDAL.
 std::optional<double> WavelengthOf(GDALRasterBand& band) {
     const char* text = band.GetMetadataItem(wavelengthItem, imageryDomain);
     double unit = 1.0;
@@ -140,7 +140,7 @@ std::optional<double> WavelengthOf(GDALRasterBand& band) {
     return value > 0.0 && std::isfinite(value) ? std::optional(value) : std::nullopt;
 }
 
-/// What the file says of its samples; none when it says nothing.
+/// The meaning of samples that the file declares; empty when it does not.
 std::optional<SampleMeaning> MeaningOf(GDALRasterBand& band) {
     int hasScale = 0, hasOffset = 0;
     const SampleMeaning meaning{band.GetScale(&hasScale), band.GetOffset(&hasOffset)};
@@ -149,7 +149,7 @@ std::optional<SampleMeaning> MeaningOf(GDALRasterBand& band) {
     return isUsable ? std::optional(meaning) : std::nullopt;
 }
 
-/// Colours of which one is transparency, and is none, were set by a program that knew no better.
+/// If a colour says transparency but the band is none, the program that set the colours did not know them.
 bool AreColoursMeant(GDALDataset& dataset, const GDALRasterBand* transparency) {
     for (int number = 1; number <= dataset.GetRasterCount(); ++number)
         if (GDALRasterBand* band = dataset.GetRasterBand(number);
@@ -158,8 +158,8 @@ bool AreColoursMeant(GDALDataset& dataset, const GDALRasterBand* transparency) {
     return true;
 }
 
-/// What a band is. Its name is told by what the request knows, else by the description, the wavelength, the
-/// file's stem, the colour.
+/// Names a band from what the request knows; else from the description, the wavelength, the stem of the file,
+/// or the colour.
 void NameBand(const InputBand& input, GDALDataset& dataset, bool areColoursMeant, SourceBand& source) {
     GDALRasterBand& band = *dataset.GetRasterBand(source.number);
     source.wavelength = input.wavelength ? input.wavelength : WavelengthOf(band);

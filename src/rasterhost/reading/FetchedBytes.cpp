@@ -47,7 +47,7 @@ std::uint64_t FetchedBytes::Piece::CountBytes() const { return part->end - first
 
 std::vector<FetchedBytes::Piece> FetchedBytes::Claim(const std::string& name, ByteRange range,
                                                      bool isReadAgain, std::uint64_t mostMissing) {
-    std::vector<Piece> pieces; // gives back what it has after the lock
+    std::vector<Piece> pieces; // released after the lock
     const std::lock_guard lock(mutex);
     const auto found = files.find(name);
     if (found == files.end()) return pieces;
@@ -57,7 +57,7 @@ std::vector<FetchedBytes::Piece> FetchedBytes::Claim(const std::string& name, By
         auto next = file.parts.upper_bound(range.first);
         const bool isThere = next != file.parts.begin() && std::prev(next)->second->end > range.first;
         if (!isThere && (mostMissing == 0 || held >= bound)) break;
-        Piece& piece = pieces.emplace_back(); // filled in when nothing fails any more
+        Piece& piece = pieces.emplace_back(); // filled in once nothing can fail any more
         if (isThere)
             --next;
         else {
@@ -86,13 +86,13 @@ void FetchedBytes::Hold(Part& part, File& file, std::uint64_t first) {
     free.erase({part.stamp, &file, first});
 }
 
-/// False when its file was closed or it could not be had.
+/// False when its file was closed, or when it could not be fetched.
 bool FetchedBytes::IsListed(const Piece& piece) {
     const auto part = piece.file->parts.find(piece.first);
     return part != piece.file->parts.end() && part->second == piece.part;
 }
 
-/// For a piece that is listed and held.
+/// The piece must be listed and held.
 void FetchedBytes::Forget(const Piece& piece) {
     kept -= piece.CountBytes();
     held -= piece.CountBytes();
@@ -116,7 +116,7 @@ void FetchedBytes::Release(const Piece& piece) noexcept {
     try {
         free.emplace(part.stamp, piece.file.get(), piece.first);
     } catch (const std::exception&) {
-        Forget(piece); // there is no memory
+        Forget(piece); // no memory
         return;
     }
     part.holds = 0;
@@ -181,7 +181,7 @@ void FetchedBytes::DropReader(const std::string& name) {
             kept -= part->end - first;
             if (part->holds > 0) held -= part->end - first;
         }
-        file.parts.clear(); // whoever holds one of them may keep the file
+        file.parts.clear(); // the holder of a part may keep the file
         files.erase(found);
     }
     hasCome.notify_all();
@@ -209,7 +209,7 @@ void FetchedBytes::Fetch(Piece& piece) noexcept {
             count = VSIFReadL(bytes.get(), 1, size, file.get());
         if (count < size && (count == 0 || !VSIFEofL(file.get()))) count = 0;
     } catch (const std::exception&) {
-        count = 0; // the reader fetches it, or tells that there is no memory
+        count = 0; // the reader fetches it itself, or reports lack of memory
     }
     requests.release();
     {
@@ -219,7 +219,7 @@ void FetchedBytes::Fetch(Piece& piece) noexcept {
         if (count == 0) {
             Forget(piece);
         } else {
-            if (count < size) piece.file->size = piece.first + count; // the last of the file
+            if (count < size) piece.file->size = piece.first + count; // the end of the file
             kept -= size - count;
             held -= size - count;
             piece.part->end = piece.first + count;
@@ -231,7 +231,7 @@ void FetchedBytes::Fetch(Piece& piece) noexcept {
 
 namespace {
 
-/// A file of a server that GDAL reads through what was fetched.
+/// A file on a server that GDAL reads through the fetched bytes.
 struct KeptFile {
     std::string name;
     GdalFile file;
@@ -334,7 +334,7 @@ BytesAtHand::BytesAtHand(const std::vector<std::pair<std::string, ByteRange>>& r
         while (threads.size() + 1 < std::min<std::size_t>(missing, FetchedBytes::mostRequests))
             threads.push_back(std::async(std::launch::async, work));
     } catch (const std::exception&) {
-        // fewer threads do it, too
+        // fewer threads will do
     }
     work();
 }

@@ -18,7 +18,7 @@ using KOVA::Tessara::Fundament::FormatString;
 
 namespace {
 
-/// What was seen so far.
+/// The range of the samples seen so far.
 struct SampleRange {
     double least = std::numeric_limits<double>::infinity();
     double greatest = -std::numeric_limits<double>::infinity();
@@ -51,7 +51,7 @@ bool LookAtInput(const InputBand& input, const std::optional<double>& noData, Sa
                  Status& status) {
     const GdalErrors errors;
     const FileState state = LookAt(input.file);
-    const bool isPipe = state.exists && !state.isFile && !state.isFolder; // which nobody may ever write to
+    const bool isPipe = state.exists && !state.isFile && !state.isFolder; // opening one may block forever
     const GDALDatasetUniquePtr file(isPipe ? nullptr : OpenRaster(input.file, true));
     const int count = file ? file->GetRasterCount() : 0;
     bool isRead = file != nullptr;

@@ -29,7 +29,7 @@ bool ImageDescription::SharesGridWith(const ImageDescription& other) const {
 bool ImageDescription::IsAt(const std::optional<std::array<double, 6>>& place,
                             const OGRSpatialReference& reference) const {
     bool agrees = place.has_value() == geoTransform.has_value() && IsSameProjection(projection, reference);
-    // Georeferencing that was written and read again differs in its last digits.
+    // Georeferencing changes in its last digits when it is written and read again.
     for (std::size_t i = 0; agrees && place && i < place->size(); ++i)
         agrees = std::fabs((*place)[i] - (*geoTransform)[i]) <=
                  1e-6 * std::hypot((*geoTransform)[1], (*geoTransform)[4]);

@@ -51,7 +51,7 @@ std::unique_ptr<InputImage> InputImage::Open(std::shared_ptr<const ImageDescript
     return image->FindHandles(status) ? std::move(image) : nullptr;
 }
 
-/// Finds the bands in the files, where the description knows them.
+/// Finds the bands of the description in the files.
 bool InputImage::FindHandles(Status& status) {
     const RasterInfo& info = description->info;
     for (const SourceBand& source : description->bands) {
@@ -78,7 +78,7 @@ bool InputImage::FindHandles(Status& status) {
 
 namespace {
 
-/// Opening a pipe would wait for its writer, for ever.
+/// Opening a pipe would wait for its writer forever.
 bool CheckKind(const std::string& file, const char* role, Status& status) {
     const FileState state = LookAt(file);
     return !state.exists || state.isFile || state.isFolder ||
@@ -126,7 +126,7 @@ std::unique_ptr<InputImage> InputImage::WithBands(std::shared_ptr<const ImageDes
     std::unique_ptr<InputImage> image(new InputImage);
     image->description = std::move(known);
     image->files = files;
-    Status impossible; // the bands were found here before
+    Status impossible; // these bands were found before
     return image->FindHandles(impossible) ? std::move(image) : nullptr;
 }
 
@@ -138,7 +138,7 @@ InputImage* InputImage::FindOverview(unsigned level) {
 
 namespace {
 
-/// The overview of that size, or with one pixel less across or down: some programs leave out the last half.
+/// The overview of that size, or one pixel smaller across or down: some programs drop a last half pixel.
 GDALRasterBand* OverviewOf(GDALRasterBand& band, const InputImage::RasterInfo& info) {
     const auto fits = [](int pixels, std::uint32_t wanted) {
         return pixels > 0 && (wanted - static_cast<std::uint32_t>(pixels)) <= 1;
@@ -203,7 +203,7 @@ void InputImage::Reorder(const std::vector<std::size_t>& order) {
 
 namespace {
 
-/// True for a mask or an overview in a file of its own.
+/// True for a mask or an overview in a separate file.
 bool LiesApart(GDALRasterBand& band) {
     const std::string file = ToLower(band.GetDataset() ? band.GetDataset()->GetDescription() : "");
     return file.ends_with(".msk") || file.ends_with(".ovr");

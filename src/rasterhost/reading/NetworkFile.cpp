@@ -34,7 +34,7 @@ std::string NameForGdal(const std::string& name) {
     for (const auto& [scheme, prefix] : schemes)
         if (StartsWith(name, scheme, true)) {
             std::string rest = name.substr(std::string(scheme).size());
-            // GDAL makes no address of a name with blanks, except on object storage.
+            // GDAL does not encode spaces in addresses, except on object storage.
             for (std::size_t at = 0; scheme[0] == 'h' && (at = rest.find(' ', at)) != std::string::npos;)
                 rest.replace(at, 1, "%20");
             return prefix + rest;
@@ -54,14 +54,14 @@ bool IsOnNetwork(const std::string& name) {
 
 namespace {
 
-/// Notes the last of what GDAL says of a request: also of an answer after which it asks again.
+/// Keeps the last message of GDAL about a request, including replies after which it tries again.
 void CPL_STDCALL NoteAnswer(CPLErr kind, CPLErrorNum, const char* message) {
     auto& noted = *static_cast<std::string*>(CPLGetErrorHandlerUserData());
     if (kind >= CE_Warning) noted = message && *message ? message : "unknown error";
 }
 
-/// True where the storage answered that this user gets no such object: by GDAL's number for the answer, or by
-/// the code at the end of its message where the answer was not in the words of S3.
+/// True when the storage replied that this user may not read the object: by GDAL's number of the error, or by
+/// the code at the end of its message when the reply was not in S3's format.
 bool IsRefusal(int number, const std::string& message) {
     constexpr int timedOut = 408, tooMany = 429;
     if (number >= VSIE_AWSAccessDenied && number <= VSIE_AWSSignatureDoesNotMatch) return true;
@@ -78,11 +78,10 @@ FileState LookAnew(const std::string& name, std::string& fault) {
     VSICurlPartialClearCache(name.c_str());
     VSIErrorReset();
     CPLPushErrorHandlerEx(&NoteAnswer, &fault);
-    VSILFILE* file =
-        VSIFOpenExL(name.c_str(), "rb", TRUE); // a stat would go on to list a folder of that name
+    VSILFILE* file = VSIFOpenExL(name.c_str(), "rb", TRUE); // a stat would also list a folder of that name
     CPLPopErrorHandler();
     const int number = VSIGetLastErrorNo();
-    const char* last = VSIGetLastErrorMsg(); // the final answer, without those before it
+    const char* last = VSIGetLastErrorMsg(); // only of the final reply
     if (number == VSIE_HttpError && *last) fault = last;
     if (file || IsRefusal(number, fault)) fault.clear();
     if (file) VSIFCloseL(file);
@@ -97,9 +96,9 @@ bool IsNameOfTiff(const std::string& name) {
     return small.ends_with(".tif") || small.ends_with(".tiff");
 }
 
-/// An address without what follows the path, such as a signature.
+/// An address without its query, such as a signature.
 std::string WithoutQuery(const std::string& name) {
-    constexpr const char* withOptions = "/vsicurl?"; // its own, and the address last
+    constexpr const char* withOptions = "/vsicurl?"; // GDAL's options come first, the address last
     const std::size_t from = StartsWith(name, withOptions, false) ? std::strlen(withOptions) : 0;
     return name.substr(0, name.find_first_of("?#", from));
 }
@@ -109,7 +108,7 @@ std::string WithoutQuery(const std::string& name) {
 GDALDataset* OpenRaster(const std::string& name, bool reportsErrors, ThroughKept way) {
     const unsigned flags = GDAL_OF_RASTER | GDAL_OF_READONLY | (reportsErrors ? GDAL_OF_VERBOSE_ERROR : 0);
     const bool isOnNetwork = IsOnNetwork(name);
-    CPLStringList beside; // one that names the file alone leaves nothing to ask for
+    CPLStringList beside; // with only the file itself in the list, GDAL looks for no others
     if (isOnNetwork && IsNameOfTiff(name) && !LookAt(name + ".msk").exists &&
         !LookAt(name + ".aux.xml").exists)
         beside.AddString(name.substr(name.rfind('/') + 1).c_str());
@@ -119,7 +118,7 @@ GDALDataset* OpenRaster(const std::string& name, bool reportsErrors, ThroughKept
     GDALDatasetUniquePtr dataset(GDALDataset::Open(opened.c_str(), flags, nullptr, nullptr, beside.List()));
     std::array<double, 6> transform{};
     if (dataset && !beside.empty() && dataset->GetGeoTransform(transform.data()) != CE_None)
-        dataset.reset(GDALDataset::Open(opened.c_str(), flags)); // a world file may tell where it lies
+        dataset.reset(GDALDataset::Open(opened.c_str(), flags)); // a world file may have its position
     return dataset.release();
 }
 
@@ -156,13 +155,13 @@ void TouchFiles(const std::vector<std::string>& names) {
         while (threads.size() < std::min<std::size_t>(requests.size(), FetchedBytes::mostRequests))
             threads.push_back(std::async(std::launch::async, work));
     } catch (const std::exception&) {
-        // opening asks by itself
+        // opening will send the requests itself
     }
 }
 
 namespace {
 
-/// A number that the file's driver tells of a block; 0 when it does not.
+/// A number that the file's driver reports for a block; 0 when it does not.
 std::uint64_t BlockNumber(GDALRasterBand& band, const char* what, int column, int row) {
     const char* text =
         band.GetMetadataItem(FormatString("BLOCK_%s_%d_%d", what, column, row).c_str(), "TIFF");

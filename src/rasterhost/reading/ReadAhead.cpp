@@ -41,7 +41,7 @@ void ReadAhead::StartThreads() {
         while (threads.size() < FetchedBytes::mostRequests)
             threads.emplace_back([this] { Work(); });
     } catch (const std::exception&) {
-        if (threads.empty()) steps.clear(); // the reader has all to itself
+        if (threads.empty()) steps.clear(); // the reader fetches all itself
     }
 }
 
@@ -69,7 +69,7 @@ void ReadAhead::Wait(std::uint64_t step) {
 bool ReadAhead::InSteps(std::size_t count, const std::function<void(std::size_t)>& ask,
                         const std::function<bool(std::size_t)>& read) {
     for (std::size_t step = 0, next = 0; step < count; ++step) {
-        next = std::max(next, step); // one that there was no room for has been read
+        next = std::max(next, step); // a step without room was read by the reader itself
         while (next < count && (next == 0 || IsUsed()) && HasRoom())
             ask(next++);
         if (IsUsed()) Wait(step);
@@ -78,7 +78,7 @@ bool ReadAhead::InSteps(std::size_t count, const std::function<void(std::size_t)
     return true;
 }
 
-/// The first that no thread has taken; null when there is none.
+/// The first piece that no thread has taken; null when there is none.
 std::pair<ReadAhead::Step*, FetchedBytes::Piece*> ReadAhead::FindMissing() {
     for (auto& [number, step] : steps)
         while (step.next < step.pieces.size())

@@ -12,8 +12,8 @@ using hostkit::PixelRect;
 
 namespace {
 
-/// Sums over blocks of 2^level x 2^level pixels, a row of blocks at a time: down first, sample by sample,
-/// then across. A sum down fits 32 bits.
+/// Sums over blocks of 2^level x 2^level pixels, one row of blocks at a time: down first, sample by sample,
+/// then across. A sum down fits into 32 bits.
 template <class T>
 class BlockSums {
 public:
@@ -21,7 +21,7 @@ public:
         : columns(imageColumns), bands(imageBands), level(reductionLevel), sums(columns * bands),
           counts(columns) {}
 
-    /// `valid` has one byte per pixel, 0 without data, and is null where all have.
+    /// `valid` has one byte per pixel, 0 without data; null means that all have data.
     void AddRow(const T* samples, const unsigned char* valid) {
         if (!valid) {
             ++wholeRows;
@@ -39,7 +39,7 @@ public:
         }
     }
 
-    /// Writes the means of a row of blocks, and a byte for each, 0 without data, and begins the next one.
+    /// Writes the means of a row of blocks, with a byte per block, 0 without data, and begins the next row.
     void Finish(T* out, unsigned char* outValid) {
         const std::size_t side = std::size_t{1} << level;
         const std::uint64_t all = std::uint64_t{1} << (2 * level);
@@ -54,7 +54,7 @@ public:
                     totals[band] += sums[column * bands + band];
             }
             for (const std::uint64_t total : totals)
-                *out++ = static_cast<T>(count == all ? (total + all / 2) >> (2 * level) // the same, sooner
+                *out++ = static_cast<T>(count == all ? (total + all / 2) >> (2 * level) // the same, faster
                                         : count == 0 ? 0
                                                      : (2 * total + count) / (2 * count));
             *outValid++ = count == 0 ? 0 : 0xFF;
@@ -69,7 +69,7 @@ private:
     unsigned level;
     std::vector<std::uint32_t> sums;
     std::vector<std::uint32_t> counts;
-    std::uint32_t wholeRows = 0; ///< that have data in all pixels
+    std::uint32_t wholeRows = 0; ///< rows in which all pixels have data
 };
 
 } // namespace
@@ -78,7 +78,7 @@ ReducedImage::ReducedImage(hostkit::ImageSource& image, const PixelRect& partOfI
     : source(&image), part(partOfIt), level(reductionLevel),
       info(hostkit::CoarseInfo(image.GetInfo(), part, level)) {}
 
-/// A rectangle of a level 0 in pixels of the image.
+/// Converts a rectangle of a level 0 to pixels of the image.
 PixelRect ReducedImage::OnImage(const PixelRect& rect) const {
     return {rect.col0 + part.col0, rect.row0 + part.row0, rect.col1 + part.col0, rect.row1 + part.row0};
 }

@@ -9,7 +9,7 @@ namespace rasterhost {
 namespace {
 
 void CPL_STDCALL Collect(CPLErr kind, CPLErrorNum number, const char* message) {
-    if (kind < CE_Warning) return; // debugging
+    if (kind < CE_Warning) return; // debug message
     static_cast<GdalErrors*>(CPLGetErrorHandlerUserData())
         ->Add(kind >= CE_Failure, number == CPLE_OutOfMemory, message);
 }

@@ -29,8 +29,8 @@ bool IsRunning(int process) { return kill(process, 0) == 0 || errno != ESRCH; }
 
 namespace {
 
-/// Threads of this process that the system counts; some that have been joined may still be among them. 0 when
-/// it does not tell.
+/// The number of threads of this process according to the system, perhaps including some already joined. 0
+/// when unknown.
 std::size_t CountOwnThreads() {
     std::error_code failure;
     std::size_t count = 0;
@@ -51,7 +51,7 @@ int CountThreadsToBeHad(int wanted) {
         while (static_cast<int>(threads.size()) < wanted)
             threads.emplace_back([isOver] { isOver.wait(); });
     } catch (const std::system_error&) {
-        // as many as there are
+        // the limit is reached
     }
     end.set_value();
     for (std::thread& thread : threads)

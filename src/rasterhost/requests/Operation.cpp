@@ -14,7 +14,7 @@ namespace rasterhost {
 
 namespace {
 
-/// What GDAL says of a GDAL_CACHEMAX that it ignores would else be taken for the failure of the first read.
+/// Otherwise GDAL's message about an invalid GDAL_CACHEMAX would be taken for the failure of the first read.
 void LookAtCacheSize() {
     const GdalErrors silence;
     GDALGetCacheMax64();
@@ -30,7 +30,7 @@ bool FailForMemory(Status& status) {
 } // namespace
 
 void RegisterDrivers() {
-    static std::mutex mutex; // who comes second finds all of them
+    static std::mutex mutex; // a second caller finds all drivers registered
     const std::scoped_lock lock(mutex);
     if (GetGDALDriverManager()->GetDriverCount() == 0) GDALAllRegister();
 }
@@ -52,7 +52,7 @@ bool RunOperation(const std::function<bool()>& operation, double& seconds, Statu
     const bool isDone = Guard(
         [&] {
             RegisterDrivers();
-            const GdalErrors silence; // this thread's; every failure becomes an item
+            const GdalErrors silence; // on this thread; every failure becomes an item
             LookAtCacheSize();
             return operation();
         },

@@ -14,13 +14,13 @@ namespace {
 
 constexpr int mostLevels = 16;
 constexpr std::size_t mostValues = 200000;
-constexpr std::size_t mostKeys = 10000; // of an object: each new one is compared with those before
+constexpr std::size_t mostKeys = 10000; // per object: the parser compares each new key with all before
 
-/// Looks at brackets and commas before anything is built of them.
+/// Checks brackets and commas before a tree is built from the text.
 void CheckBounds(const std::string& text) {
     int level = 0;
     std::size_t values = 0;
-    std::vector<std::size_t> keys(mostLevels + 1); // of the objects that are open
+    std::vector<std::size_t> keys(mostLevels + 1); // per open object
     bool isQuoted = false;
     for (std::size_t at = 0; at < text.size(); ++at) {
         const char letter = text[at];

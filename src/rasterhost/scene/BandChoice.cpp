@@ -13,7 +13,7 @@ using KOVA::Tessara::Fundament::FormatString;
 
 namespace {
 
-/// "1 blue, 2 (unnamed)", not endlessly.
+/// "1 blue, 2 (unnamed)", up to a limit.
 std::string ListNames(const std::vector<std::string>& names) {
     constexpr std::size_t most = 16;
     std::string text;
@@ -23,10 +23,10 @@ std::string ListNames(const std::vector<std::string>& names) {
     return text + (names.size() > most ? ", ..." : "");
 }
 
-/// Names of all multispectral bands, in the order of the request.
+/// The names of all multispectral bands, in the order of the request.
 bool ReadNames(const PairRequest& request, std::vector<std::string>& names, Status& status) {
     SampleOptions options;
-    options.scale = SampleScale{0.0, 1.0}; // samples of any type are taken: none is read
+    options.scale = SampleScale{0.0, 1.0}; // so that any sample type is accepted: no sample is read
     options.isIgnored = true;
     for (const InputBand& input : request.multispectral) {
         const auto image = InputImage::Open({input}, "multispectral", options, status);

@@ -10,9 +10,9 @@ namespace {
 
 constexpr const char* multispectral = "multispectral";
 
-/// Inputs of one grid, and which bands of the request they give.
+/// Inputs on one grid, with the positions of their bands in the request.
 struct InputGroup {
-    std::unique_ptr<InputImage> first; ///< of the first input alone
+    std::unique_ptr<InputImage> first; ///< of the first input only
     std::vector<InputBand> inputs;
     std::vector<std::size_t> bands;
 };

@@ -18,10 +18,10 @@ using KOVA::Tessara::Pixmere::RasterInfo;
 
 namespace {
 
-constexpr double mostError = 0.01; // image pixels
+constexpr double mostError = 0.01; // in image pixels
 constexpr std::uint32_t greatestStep = 64;
 constexpr std::uint32_t leastStep = 8;
-constexpr std::uint64_t mostPoints = std::uint64_t{1} << 25; ///< of a map, which is held whole
+constexpr std::uint64_t mostPoints = std::uint64_t{1} << 25; ///< of a map, which is held in memory completely
 
 std::optional<GridTransform::Point> Transform(void* transformer, bool isFromPan, GridTransform::Point point) {
     double z = 0.0;
@@ -33,7 +33,7 @@ std::optional<GridTransform::Point> Transform(void* transformer, bool isFromPan,
     return point;
 }
 
-/// Pan's longitudes may run across 180 degrees, and those that a projection gives never do.
+/// Longitudes of pan may continue beyond 180 degrees; those from a projection never do.
 std::optional<GridTransform::Point> FindTurn(const InputImage& pan) {
     const auto& geoTransform = pan.GetDescription()->geoTransform;
     if (!geoTransform || !pan.GetDescription()->projection.IsGeographic()) return std::nullopt;
@@ -51,7 +51,7 @@ std::unique_ptr<GridTransform> GridTransform::Make(const InputImage& pan, const 
                                                    Status& status) {
     std::unique_ptr<GridTransform> made(new GridTransform(pan, image));
     CPLStringList options;
-    // Rational polynomials need heights, and place whole scenes worse than control points do.
+    // Rational polynomials need heights, and are less accurate for whole scenes than control points.
     for (const auto& [side, placed] : {std::pair("SRC_METHOD", &image), {"DST_METHOD", &pan}})
         options.SetNameValue(side,
                              placed->GetDescription()->geoTransform ? "GEOTRANSFORM" : "GCP_POLYNOMIAL");
@@ -77,15 +77,15 @@ std::optional<GridTransform::Point> GridTransform::FromPan(const Point& panPixel
 std::optional<GridTransform::Point> GridTransform::ToPan(const Point& imagePixel) const {
     auto at = Transform(transformer, false, imagePixel);
     if (!at || !turn) return at;
-    // Of all places that are whole turns apart, that nearest to pan's middle.
+    // Of all positions that differ by whole turns, the one nearest to the middle of pan.
     const Point off{at->x - pan.GetInfo().cols / 2.0, at->y - pan.GetInfo().rows / 2.0};
     const double turns = (off.x * turn->x + off.y * turn->y) / (turn->x * turn->x + turn->y * turn->y);
-    constexpr double half = 0.5 + 1e-9; // the edges of a pan image of all the globe stay where they are
+    constexpr double half = 0.5 + 1e-9; // so that the edges of a global pan image stay in place
     if (std::fabs(turns) <= half) return at;
     return Point{at->x - std::round(turns) * turn->x, at->y - std::round(turns) * turn->y};
 }
 
-/// Of the centre of every step-th pan pixel; pan pixels past the last are as good as others.
+/// Positions of the centres of every step-th pan pixel. Pixels past the last are computed too.
 std::vector<GridTransform::Point> GridTransform::FindPoints(std::uint32_t step) const {
     const RasterInfo& info = pan.GetInfo();
     const std::uint32_t columns = PixelMap::CountPoints(info.cols, step);
@@ -110,7 +110,7 @@ std::vector<GridTransform::Point> GridTransform::FindPoints(std::uint32_t step) 
     return points;
 }
 
-/// Compares the middle of all fields between control points with the exact position.
+/// Compares the middle of every cell between control points with its exact position.
 bool GridTransform::IsFine(const std::vector<Point>& points, std::uint32_t step) const {
     const RasterInfo& info = pan.GetInfo();
     const std::uint32_t columns = PixelMap::CountPoints(info.cols, step);
@@ -131,7 +131,7 @@ bool GridTransform::IsFine(const std::vector<Point>& points, std::uint32_t step)
             const GridTransform::Point* lower = upper + columns;
             const double middleX = (upper[0].x + upper[1].x + lower[0].x + lower[1].x) / 4.0;
             const double middleY = (upper[0].y + upper[1].y + lower[0].y + lower[1].y) / 4.0;
-            // Where a corner has no place the field has none, and nothing to be compared.
+            // A cell with an undefined corner is undefined and is not compared.
             if (!isGood[column] || std::isnan(middleX) || std::isnan(middleY)) continue;
             if (std::hypot(middleX - (x[column] - 0.5), middleY - (y[column] - 0.5)) > mostError)
                 return false;
@@ -180,7 +180,7 @@ bool GridTransform::RunsAlong() const {
 
 namespace {
 
-/// The image in the map units of pan; none, with an item, where it has no place there.
+/// The image in the map units of pan. Empty, with an item, when it has no position there.
 std::optional<RasterInfo> DescribeOnPan(const GridTransform& transform, const InputImage& pan,
                                         const InputImage& image, bool runsAlong, Status& status) {
     const RasterInfo& grid = pan.GetInfo();

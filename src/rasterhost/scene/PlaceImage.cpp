@@ -24,8 +24,8 @@ std::unique_ptr<AxisPlacement> SpreadOver(const RasterInfo& pan, RasterInfo coar
     return std::make_unique<AxisPlacement>(pan, coarse);
 }
 
-/// So that the centres of the first pixels coincide, and of the last ones. Null unless neighbouring centres
-/// lie a whole number of pan pixels apart, two or more.
+/// Placement in which the centres of the first pixels coincide, and those of the last. Null unless adjacent
+/// centres are a whole number of pan pixels apart, two or more.
 std::unique_ptr<AxisPlacement> PlaceByCentres(const RasterInfo& pan, RasterInfo coarse) {
     if (coarse.cols < 2 || coarse.rows < 2) return nullptr;
     const std::uint32_t across = (pan.cols - 1) / (coarse.cols - 1);

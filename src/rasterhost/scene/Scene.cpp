@@ -48,7 +48,7 @@ hostkit::PixelRect Intersect(const hostkit::PixelRect& a, const hostkit::PixelRe
             std::min(a.row1, b.row1)};
 }
 
-/// Narrows the covered pixels of the part down to those with data in one more image.
+/// Restricts the covered pixels of the part to those with data in one more image.
 bool CoverBy(const PlacedImage& coarse, Scene& scene, const Warn& warn, Status& status) {
     const hostkit::PixelRect has = coarse.placement->FindCovered();
     const std::string name = coarse.image->GetName();
@@ -76,8 +76,8 @@ bool Place(const PairRequest& request, PlacedImage& coarse, const char* role, co
     return coarse.placement != nullptr;
 }
 
-/// A way on the multispectral image (on the first of its grids) as one on another image, over the same
-/// ground.
+/// Converts a displacement on the multispectral image (on its first grid) to one on another image, over the
+/// same ground.
 Point WayOn(const PlacedImage& other, const Point& way, const Scene& scene) {
     const RasterInfo& pan = scene.pan->GetInfo();
     const PlacedImage& first = scene.GetMultispectral();
@@ -93,11 +93,11 @@ Point WayOn(const PlacedImage& other, const Point& way, const Scene& scene) {
                       (way.y * across.x - way.x * across.y) / determinant};
     const Point turned{onPan.x * ownAcross.x + onPan.y * ownDown.x,
                        onPan.x * ownAcross.y + onPan.y * ownDown.y};
-    // The middle of pan may have no place on the image.
+    // The middle of pan may have no position on the image.
     return std::isfinite(turned.x) && std::isfinite(turned.y) ? turned : bySize;
 }
 
-/// Moves the content of images over the same ground, by a way on the multispectral image.
+/// Displaces the content of images over the same ground, given the displacement on the multispectral image.
 void MoveTogether(std::span<const PlacedImage> images, const Point& way, const Scene& scene) {
     for (const PlacedImage& image : images)
         image.placement->Move(WayOn(image, way, scene));
@@ -133,7 +133,7 @@ bool OpenInfrared(const PairRequest& request, Scene& scene, const Warn& warn, St
     return CoverBy(scene.images.back(), scene, warn, status);
 }
 
-/// The most bands that the process takes. It looks up each by its name, which takes long for more.
+/// Checks the largest number of bands of the process, which looks up each by its name; more would take long.
 bool CheckBandCount(const Scene& scene, Status& status) {
     constexpr std::size_t mostBands = 4096;
     const std::size_t count = scene.CountBands();
@@ -152,7 +152,7 @@ bool CheckNoData(const PairRequest& request, const Scene& scene, Status& status)
     return CheckNoDataValue(*request.noData, images, status);
 }
 
-/// What the results may reach: the request's depth, or the greatest that an input uses.
+/// The depth of the results: that of the request, or the greatest that an input uses.
 bool FindDepth(const PairRequest& request, Scene& scene, Status& status) {
     const std::uint32_t bits = scene.pan->GetInfo().bitsPerBand;
     if (request.bitDepth && scene.sampleOptions.scale)

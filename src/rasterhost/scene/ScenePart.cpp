@@ -25,7 +25,7 @@ bool ChoosePart(const PairRequest& request, Scene& scene, const Warn& warn, Stat
                                                            : "bring it north up with gdalwarp");
     const auto& [left, top, right, bottom] = *request.part;
     bool isCut = false;
-    // The pixels between two coordinates, both in pixels from pan's corner.
+    // The range of pixels between two coordinates, both in pixels from pan's corner.
     const auto between = [&isCut](double first, double end, std::uint32_t pixels) {
         const auto clip = [&](double at) {
             const double whole = std::floor(at + 0.5);
@@ -82,7 +82,7 @@ bool CutToWindow(const hostkit::PixelRect& window, Scene& scene, Status& status)
     scene.part = {whole.col0 + window.col0, whole.row0 + window.row0, whole.col0 + window.col1,
                   whole.row0 + window.row1};
     const hostkit::PixelRect covered = Shared(scene.covered, scene.part);
-    // Where nothing has data, those of the whole say so.
+    // If nothing has data, the covered pixels of the whole scene are kept.
     if (!covered.IsEmpty()) scene.covered = covered;
     return true;
 }

@@ -6,7 +6,7 @@
 namespace rasterhost {
 
 AreaAxis::AreaAxis(double start, double size, std::uint32_t count, std::uint32_t fineEnd) {
-    constexpr double noise = 1e-6; // what the places of edges may be off by
+    constexpr double noise = 1e-6; // error of edge positions
     for (std::uint32_t pixel = 0; pixel < count; ++pixel) {
         const double from = start + pixel * size, to = start + (pixel + 1) * size;
         const double first = std::clamp(std::floor(from + noise), 0.0, fineEnd - 1.0);

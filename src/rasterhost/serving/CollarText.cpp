@@ -17,7 +17,7 @@ namespace {
 constexpr std::size_t mostDeflated = std::size_t{256} << 10;
 constexpr std::size_t mostPacked = std::size_t{4} << 20;
 constexpr std::size_t mostLetters = (mostDeflated + 2) / 3 * 4;
-constexpr std::uint64_t mostPixels = 0x7FFFFFFF; // across and down, as GDAL has them
+constexpr std::uint64_t mostPixels = 0x7FFFFFFF; // across and down: GDAL's limit
 
 struct FreeByVsi {
     void operator()(void* memory) const { VSIFree(memory); }

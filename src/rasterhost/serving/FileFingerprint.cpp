@@ -27,7 +27,7 @@ using KOVA::Tessara::Fundament::StartsWith;
 
 namespace {
 
-/// The files that an input consists of, those left out that come and go without changing a pixel.
+/// The files of an input, without those that may come and go without changing a pixel.
 std::vector<std::string> FilesOfInput(const std::string& name, GDALDataset& dataset) {
     std::vector<std::string> files = ListFiles(dataset);
     std::erase_if(
@@ -36,14 +36,14 @@ std::vector<std::string> FilesOfInput(const std::string& name, GDALDataset& data
     return files;
 }
 
-/// As fine as the file system tells it; whole seconds of what GDAL alone can see.
+/// As precise as the file system stores it; whole seconds for files that only GDAL can see.
 long long TimeOfWriting(const std::string& file, const VSIStatBufL& state) {
     std::error_code failure;
     const auto time = std::filesystem::last_write_time(file, failure);
     return failure ? state.st_mtime : static_cast<long long>(time.time_since_epoch().count());
 }
 
-/// False when it cannot be read to its end.
+/// False when it cannot be read completely.
 bool AddFile(const std::string& file, ContentNumber& number) {
     VSILFILE* stream = VSIFOpenL(file.c_str(), "rb");
     if (!stream) return false;
@@ -80,7 +80,7 @@ std::string TypesOf(GDALDataset& dataset) {
     return differ ? types : first;
 }
 
-/// The last digits of georeferencing are not a change.
+/// A difference in the last digits of the georeferencing is not a change.
 bool IsSameGrid(const FileFingerprint& a, const FileFingerprint& b) {
     if (a.geoTransform.has_value() != b.geoTransform.has_value() || a.controlPoints != b.controlPoints)
         return false;

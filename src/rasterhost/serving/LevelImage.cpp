@@ -12,7 +12,7 @@ using hostkit::PixelRect;
 
 namespace {
 
-/// True when the corners of a part, or the image's end, lie between pixels of a level.
+/// True when the corners of a part lie on pixel edges of a level, or at the end of the image.
 bool IsOnLevel(const PixelRect& part, const hostkit::ImageSource::RasterInfo& image, unsigned level) {
     const std::uint32_t rest = (1u << level) - 1;
     return ((part.col0 | part.row0) & rest) == 0 && ((part.col1 & rest) == 0 || part.col1 == image.cols) &&
@@ -46,20 +46,21 @@ void LevelImage::ReadFrom(InputImage& reader) {
     top = &*further;
 }
 
-/// True when what is read from the image at the level `own` is kept: a coarser overview is as good.
+/// True when what is read from the image at the level `own` is stored. An overview as coarse as the store
+/// needs no storing.
 bool LevelImage::IsKept(unsigned own) const { return store && own < store->GetLevel(); }
 
-/// What is read from the image at the level `own` is reduced to this level first.
+/// The level to which what is read from the image at the level `own` is reduced first.
 unsigned LevelImage::TargetOf(unsigned own) const { return IsKept(own) ? store->GetLevel() : level; }
 
-/// The part in pixels of the level `own`, as far as an overview has them: half a pixel at its end may be
-/// missing.
+/// The part in pixels of the level `own`, as far as an overview has them: half a pixel may be missing at its
+/// end.
 PixelRect LevelImage::PartOn(const RasterInfo& overview, unsigned own) const {
     const PixelRect all = hostkit::CoarseRect(part, own);
     return {all.col0, all.row0, std::min(all.col1, overview.cols), std::min(all.row1, overview.rows)};
 }
 
-/// True when every pixel of the level that it is reduced to is made of some of the overview.
+/// True when every pixel of the target level contains some pixels of the overview.
 bool LevelImage::CanReadFrom(InputImage& lent, unsigned own) const {
     const InputImage* overview = IsOnLevel(part, description->info, own) ? lent.FindOverview(own) : nullptr;
     if (!overview) return false;
@@ -70,7 +71,7 @@ bool LevelImage::CanReadFrom(InputImage& lent, unsigned own) const {
     return there.cols == whole.cols && there.rows == whole.rows;
 }
 
-/// The level of the coarsest overview that is not coarser than this image; 0 for none.
+/// The level of the coarsest overview that is not coarser than this image; 0 without one.
 unsigned LevelImage::CoarsestOverview(InputImage& lent) const {
     unsigned own = level;
     while (own > 0 && !CanReadFrom(lent, own))

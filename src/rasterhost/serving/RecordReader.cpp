@@ -164,14 +164,14 @@ private:
             part.Refuse("has one of the two errors one scale down without the other");
     }
 
-    /// Weights, or blur and gains, with what was said of how they were found.
+    /// Weights, or blur and gains, with the notes about how they were found.
     void ReadFusion(const RecordPart& part) {
         part.CheckKeys({"method", "weights", "infrared_weight", "modulation_transfer", "gains",
                         "low_pass_mean", "properties"});
         FusionRequest& fusion = record.fusion;
         fusion.method = part.Get("method").GetText();
         if (fusion.method.empty()) part.Get("method").Refuse("is empty");
-        fusion.weightSource = WeightSource::Equal; // nothing is fitted any more
+        fusion.weightSource = WeightSource::Equal; // nothing is to be fitted
         if (const auto weights = part.Find("weights")) fusion.weights = weights->GetNumbers(mostBands);
         TakeNumber(part, "infrared_weight", fusion.infraredWeight);
         for (const RecordPart& property : part.Get("properties").GetList(mostBands)) {
@@ -216,7 +216,7 @@ private:
         if (const auto content = part.Find("content")) print.content = content->GetText(16);
         return print;
     }
-    /// Every input has its fingerprint, which has its band, and nothing else has one.
+    /// Checks that every input has a fingerprint with its bands, and that there is no other fingerprint.
     void CheckFiles(const RecordPart& part) {
         std::map<std::string, std::uint32_t> bandsOf;
         std::set<std::string> inputs;

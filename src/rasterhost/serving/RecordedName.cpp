@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 
 bool IsOfGdal(const std::string& name) { return StartsWith(name, "/vsi", false); }
 
-/// The folder of a description as it was named, a link followed.
+/// The folder of a description, after its link is followed.
 fs::path FolderOf(const std::string& description) {
     return fs::path(IsOfGdal(description) ? description : FollowLinks(description)).parent_path();
 }
@@ -29,7 +29,7 @@ bool LiesIn(const fs::path& folder, const fs::path& path) {
     return std::mismatch(folder.begin(), folder.end(), path.begin(), path.end()).first == folder.end();
 }
 
-/// The file that a name within archives begins with, and where in the name; none for a name of another kind.
+/// The file that a name within archives begins with, and its position in the name; none for other names.
 struct NamedArchive {
     std::string file;
     std::size_t place = 0;
@@ -60,7 +60,7 @@ std::optional<NamedArchive> FindArchive(const std::string& name) {
 
 RecordedName RecordName(const std::string& name, const std::string& description) {
     std::error_code failure;
-    // Links to files stay: their own name may be the one that counts.
+    // Links to files are not resolved: their own name may be the one that matters.
     const auto place = [&failure](const fs::path& folder) {
         return fs::canonical(folder.empty() ? "." : folder, failure);
     };

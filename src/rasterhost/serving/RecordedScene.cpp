@@ -32,7 +32,7 @@ std::vector<InputImage*> ImagesOf(const Scene& scene) {
     return images;
 }
 
-/// Each file of a scene once.
+/// Each file of a scene, once.
 OpenFiles FilesOfScene(const Scene& scene) {
     std::map<std::string, GDALDataset*> known;
     OpenFiles files;
@@ -55,7 +55,7 @@ std::vector<FileFingerprint> TakeFingerprints(const Scene& scene, bool withConte
     return prints;
 }
 
-/// One look at a pair, from the open scene to the record.
+/// Makes a record, from the open scene.
 class Recording {
 public:
     Recording(const SharpenRequest& sharpenRequest, SceneRecord& sceneRecord, SharpenReport& sharpenReport,
@@ -89,7 +89,7 @@ public:
     }
 
 private:
-    /// Puts what was found in the place of what the request leaves open.
+    /// Stores what was found for what the request leaves open.
     void Resolve() {
         SettlePair(*pair.scene, request);
         request.method = settings.method;
@@ -103,9 +103,9 @@ private:
         for (const FileFingerprint& print : record.files)
             record.pair.transparency[print.name] = static_cast<int>(print.transparency);
     }
-    /// Those that a process is given where there are no others: 1 / n each, the infrared band counted.
+    /// The process's default weights: 1 / n each, the infrared band counted.
     void TakeEqualWeights() {
-        Status known; // the method was found before
+        Status known; // cannot fail: the method was found before
         const PansharpMethod* method =
             hostkit::FindMethod(pair.plugin->GetDescription(), settings.method, known);
         request.weightSource = WeightSource::Equal;
@@ -124,14 +124,14 @@ private:
     ProcessSettings settings;
 };
 
-/// Compares open files with what they were.
+/// Compares open files with their fingerprints.
 bool CompareFiles(const SceneRecord& record, const OpenFiles& files, bool withContent, const Warn& warn,
                   Status& status) {
     for (const auto& [name, dataset] : files) {
         const auto before =
             std::find_if(record.files.begin(), record.files.end(),
                          [&own = name](const FileFingerprint& print) { return print.name == own; });
-        if (before == record.files.end()) continue; // reading a record has checked it
+        if (before == record.files.end()) continue; // excluded when the record was read
         const std::string key = "files[" + std::to_string(before - record.files.begin()) + "]";
         if (!CheckFingerprint(*before, TakeFingerprint(name, *dataset, withContent), key, warn, status))
             return false;
@@ -139,7 +139,7 @@ bool CompareFiles(const SceneRecord& record, const OpenFiles& files, bool withCo
     return true;
 }
 
-/// What a scene gives has to be what the record says, on which readers of it rely.
+/// Checks that the scene gives the result that the record describes, since readers rely on it.
 bool CheckResult(const SceneRecord& record, const Scene& scene, Status& status) {
     const auto same = [&](const char* what, std::size_t recorded, std::size_t is) {
         return recorded == is ||
@@ -166,14 +166,15 @@ bool CheckInput(const SceneRecord& record, const FileFingerprint& before, const 
     return CompareFiles(record, files, false, warn, status) && CheckSources(files, true, status);
 }
 
-/// `withContent` has all bytes of the inputs read, for a run that follows and warns of the scene itself.
+/// With `withContent` all bytes of the inputs are read, for a run that follows and gives warnings about the
+/// scene itself.
 Preparation PrepareChecked(const SceneRecord& record, const RunOptions& run, bool withContent,
                            const Warn& warn, PreparedPair& pair, Status& status) {
     const Warn ignore = [](const std::string&) {};
     Status opening;
     if (Prepare(record.pair, run, withContent ? ignore : warn, pair, opening, &record.found) !=
         Preparation::Done) {
-        // A file that has changed is the reason rather than what comes of it.
+        // A changed file is the better explanation than its consequences.
         Status changes;
         const auto isAsBefore = [&](const FileFingerprint& before) {
             return CheckInput(record, before, ignore, changes);

@@ -15,7 +15,7 @@ constexpr std::uint32_t tileSide = 128;
 
 std::uint32_t CountTiles(std::uint32_t pixels) { return (pixels - 1) / tileSide + 1; }
 
-/// Copies the pixels that two rectangles share, each held row by row.
+/// Copies the pixels that two rectangles share. Both are stored row by row.
 void CopyShared(const unsigned char* from, const PixelRect& fromRect, std::size_t pixelBytes,
                 unsigned char* to, const PixelRect& toRect) {
     const PixelRect shared{std::max(fromRect.col0, toRect.col0), std::max(fromRect.row0, toRect.row0),
@@ -61,7 +61,7 @@ std::shared_ptr<const ReducedStore::Tile> ReducedStore::GetTile(std::uint32_t co
         if (!reduced.ReadValid(rect, samples, tile->valid.data(), status)) return nullptr;
     }
     const std::lock_guard lock(mutex);
-    if (!place) place = std::move(tile); // another thread may have been as fast
+    if (!place) place = std::move(tile); // another thread may have made it meanwhile
     return place;
 }
 

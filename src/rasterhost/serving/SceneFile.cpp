@@ -29,7 +29,7 @@ struct CloseVsi {
     void operator()(VSILFILE* file) const { (void)VSIFCloseL(file); }
 };
 
-/// The first bytes of a file, which is not a pipe; none when it cannot be read.
+/// The first bytes of a file that is not a pipe; empty when it cannot be read.
 std::string ReadStart(const std::string& name, std::size_t most) {
     const GdalErrors silence;
     if (!LookAt(name).isFile) return {};
@@ -61,8 +61,8 @@ bool RefuseDescription(const std::string& input, const std::string& source, Stat
                 input == source ? "" : ("'" + input + "'").c_str());
 }
 
-/// True for a format whose files hold their own pixels: none names other files, servers or databases, in ways
-/// that a list of its files need not tell.
+/// True for a format whose files contain their own pixels. Other formats may refer to files, servers or
+/// databases that a list of files does not show.
 bool HoldsItsPixels(GDALDriver& driver) {
     const char* name = driver.GetDescription();
     for (const char* known : {"GTiff", "COG", "JP2OpenJPEG", "JPEG", "PNG", "BMP", "NITF", "ENVI"})
@@ -70,7 +70,7 @@ bool HoldsItsPixels(GDALDriver& driver) {
     return false;
 }
 
-/// `driver` is the one that opens a file, if any does.
+/// `driver` is the one that opens a file; null if none does.
 bool CheckConfinedFormat(GDALDriver* driver, const std::string& file, Status& status) {
     return !driver || HoldsItsPixels(*driver) ||
            Fail(status, HostStatus::InputNotSupported,
@@ -79,8 +79,8 @@ bool CheckConfinedFormat(GDALDriver* driver, const std::string& file, Status& st
                 file.c_str(), driver->GetDescription());
 }
 
-/// True for metadata that came with an image, which GDAL reads for the image and does not open: not for what
-/// may be its overviews.
+/// True for metadata that comes with an image, which GDAL reads but does not open as a dataset. Not true for
+/// possible overviews.
 bool IsMetadataOf(GDALDataset& dataset, const std::string& file) {
     return ToLower(file).ends_with(".xml") && !dataset.GetMetadataItem("OVERVIEW_FILE", "OVERVIEWS");
 }
@@ -90,7 +90,7 @@ GDALDriver* FindOpener(const std::string& file) {
     return GDALDriver::FromHandle(GDALIdentifyDriverEx(file.c_str(), GDAL_OF_RASTER, nullptr, nullptr));
 }
 
-/// Looks at the sources of inputs, and at theirs.
+/// Checks the sources of inputs, and the sources of these.
 class SourceCheck {
 public:
     SourceCheck(std::string confiningFolder, Status& checkStatus)
@@ -109,7 +109,7 @@ private:
         constexpr int mostNested = 32;
         const std::string start = ReadStart(file, 256);
         if (LooksLikeRecord(start)) return RefuseDescription(input, file, status);
-        if (!root.empty()) // formats that have sources of their own are refused
+        if (!root.empty()) // formats with sources of their own are refused
             return CheckStaysIn(root, file, "a source of the input '" + input + "'", status) &&
                    (IsMetadataOf(dataset, file) || CheckConfinedFormat(FindOpener(file), file, status));
         if (start.find("<VRTDataset") == std::string::npos || level >= mostNested) return true;

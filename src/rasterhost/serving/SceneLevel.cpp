@@ -27,7 +27,7 @@ unsigned ReductionFor(const RasterInfo& pan, const RasterInfo& image, unsigned p
     return level;
 }
 
-/// Pixels of a level, counted from the corner of a part, that some of a rectangle lies in.
+/// The pixels of a level, counted from the corner of a part, that overlap a rectangle.
 PixelRect OnLevel(const PixelRect& rect, const PixelRect& part, unsigned level) {
     return hostkit::CoarseRect(
         {rect.col0 - part.col0, rect.row0 - part.row0, rect.col1 - part.col0, rect.row1 - part.row0}, level);
@@ -55,7 +55,7 @@ SceneLevel::SceneLevel(const OpenPair& openPair, const Fusion& fusion, unsigned 
                                      hostkit::CoarseInfo(pan, scene.part, level), coarse));
 }
 
-/// Of an image that has more bands than take part, the first, which are those that do.
+/// Of an image with more bands than take part, only the first are used.
 void SceneLevel::AddImage(std::size_t position, std::size_t keptBands) {
     const Scene& scene = pair.GetScene();
     const PlacedImage& image = scene.images[position];
@@ -72,12 +72,12 @@ void SceneLevel::AddImage(std::size_t position, std::size_t keptBands) {
         with.level = ReductionFor(scene.pan->GetInfo(), image.GetInfo(), level);
         with.placement = image.placement->Coarsen({scene.part, level, with.level});
     } else {
-        with.placement = {std::shared_ptr<void>(), image.placement.get()}; // the scene's
+        with.placement = {std::shared_ptr<void>(), image.placement.get()}; // owned by the scene
     }
     beneath.push_back(std::move(with));
 }
 
-/// The images of a slot, which are its own.
+/// The images of a slot, owned by it.
 FusionSources SceneLevel::MakeSources(Slot& slot) const {
     const Scene& scene = pair.GetScene();
     const auto add = [&](std::size_t position, const auto& description, const PixelRect& partOfIt,
@@ -94,7 +94,7 @@ FusionSources SceneLevel::MakeSources(Slot& slot) const {
                           static_cast<std::uint32_t>(settings.bands),
                           isPlain};
     for (const Beneath& image : beneath) {
-        // What is kept has all bands.
+        // The store has all bands.
         const bool hasAll = image.bands.size() == scene.images[image.reader - 1].bands.size();
         sources.beneath.push_back(
             {add(image.reader, image.description, hostkit::WholeImage(image.description->info), image.level,

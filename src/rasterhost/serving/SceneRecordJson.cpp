@@ -154,7 +154,7 @@ bool LooksLikeRecord(std::string_view text) {
     const std::string_view start = text.substr(0, recordStart);
     const std::string_view magic = recordMagic;
     constexpr const char* blanks = " \t\r\n";
-    constexpr const char* byteOrderMark = "\xEF\xBB\xBF"; // some editors put one
+    constexpr const char* byteOrderMark = "\xEF\xBB\xBF"; // written by some editors
     const std::size_t first = start.starts_with(byteOrderMark) ? 3 : 0;
     const std::size_t brace = start.find_first_not_of(blanks, first);
     if (brace == std::string_view::npos || start[brace] != '{') return false;

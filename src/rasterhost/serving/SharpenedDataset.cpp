@@ -14,16 +14,16 @@ using hostkit::PixelRect;
 
 namespace {
 
-constexpr std::uint64_t mostPixelsAtATime = std::uint64_t{1} << 20; ///< that are fused at a time
+constexpr std::uint64_t mostPixelsAtATime = std::uint64_t{1} << 20; ///< fused together
 
-/// True when pixels first to end - 1 of an axis are `out` whole pixels of a level.
+/// True when pixels first to end - 1 of an axis are exactly `out` pixels of a level.
 bool IsWhole(std::uint32_t first, std::uint32_t end, std::uint32_t size, std::uint32_t out, unsigned level) {
     const std::uint32_t rest = (1u << level) - 1;
     return (first & rest) == 0 && ((end & rest) == 0 || end == size) &&
            hostkit::CoarseCount(end, level) - (first >> level) == out;
 }
 
-/// The last of the levels whose pixels are no larger than those asked for.
+/// The last of the levels whose pixels are no larger than the requested ones.
 unsigned FindFiner(const PixelRect& window, std::uint32_t outColumns, std::uint32_t outRows,
                    std::size_t levels) {
     const std::uint32_t factor = std::min(window.GetColumns() / outColumns, window.GetRows() / outRows);
@@ -89,7 +89,7 @@ bool SharpenedDataset::ReadWindow(const PixelRect& window, std::uint32_t outColu
                        want, writer, status);
 }
 
-/// Rows of a level, counted from its first.
+/// Reads rows of a level, counted from its first.
 bool SharpenedDataset::ReadLevel(unsigned level, const PixelRect& rect, FusionSlot::Want want,
                                  const TakeRow& take, Status& status) const {
     const SceneLevel& from = *levels[level];
@@ -111,7 +111,7 @@ bool SharpenedDataset::ReadLevel(unsigned level, const PixelRect& rect, FusionSl
     return true;
 }
 
-/// The means of a level's pixels, some rows at a time.
+/// Averages a level's pixels, some rows at a time.
 template <class T, class Writer>
 bool SharpenedDataset::Resample(unsigned level, const PixelRect& window, std::uint32_t outColumns,
                                 std::uint32_t outRows, FusionSlot::Want want, Writer& writer,

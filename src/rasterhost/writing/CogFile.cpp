@@ -17,12 +17,13 @@ using KOVA::Tessara::Fundament::FormatString;
 namespace {
 
 constexpr std::size_t leader = 4, trailer = 4; // bytes around a tile
-constexpr std::uint16_t noDataTag = 42113;     // GDAL's
+constexpr std::uint16_t noDataTag = 42113;     // defined by GDAL
 
 std::string StructureText(bool hasMask) {
-    std::string text = "LAYOUT=IFDS_BEFORE_DATA\nBLOCK_ORDER=ROW_MAJOR\nBLOCK_LEADER=SIZE_AS_UINT4\n"
-                       "BLOCK_TRAILER=LAST_4_BYTES_REPEATED\n"
-                       "KNOWN_INCOMPATIBLE_EDITION=NO\n "; // room for YES, which GDAL writes on an update
+    std::string text =
+        "LAYOUT=IFDS_BEFORE_DATA\nBLOCK_ORDER=ROW_MAJOR\nBLOCK_LEADER=SIZE_AS_UINT4\n"
+        "BLOCK_TRAILER=LAST_4_BYTES_REPEATED\n"
+        "KNOWN_INCOMPATIBLE_EDITION=NO\n "; // with room for the YES that GDAL writes on an update
     if (hasMask) text += "MASK_INTERLEAVED_WITH_IMAGERY=YES\n";
     return FormatString("GDAL_STRUCTURAL_METADATA_SIZE=%06zu bytes\n", text.size()) + text;
 }
@@ -75,7 +76,7 @@ public:
             part.offsets.resize(TilesOf(part).size());
             SetTiles(part);
         }
-        // The mask of the full size comes after the full size, those of overviews after all overviews.
+        // The mask of the full size follows the full size; those of overviews follow all overviews.
         std::stable_sort(parts.begin(), parts.end(),
                          [](const Part& a, const Part& b) { return (a.level > 0) < (b.level > 0); });
         PlaceTiles();

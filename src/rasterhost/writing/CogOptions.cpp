@@ -11,7 +11,7 @@ namespace rasterhost {
 
 namespace {
 
-/// The options that are known here, and their values, separated by spaces; null for any value.
+/// The supported options and their values, separated by spaces; null for any value.
 const struct {
     const char* name;
     const char* values;
@@ -59,7 +59,7 @@ bool PlanCog(const CPLStringList& cogOptions, CPLStringList& tiffOptions) {
     if (const char* level = cogOptions.FetchNameValue("LEVEL"); level && codec->levelOption)
         set(codec->levelOption, level);
     if (const char* version = cogOptions.FetchNameValue("GEOTIFF_VERSION")) set("GEOTIFF_VERSION", version);
-    set("BIGTIFF", "YES"); // of this file, which only the tags are taken of
+    set("BIGTIFF", "YES"); // for the temporary file, of which only the tags are used
     set("ENDIANNESS", "LITTLE");
     return true;
 }

@@ -12,11 +12,11 @@ namespace rasterhost {
 
 namespace {
 
-/// Rows of the full size that go into the overviews at a time.
+/// Rows of the full size that are added to the overviews at a time.
 constexpr std::uint32_t stepRows = 256;
 
-/// Rows of a level that are held at a time: of the full size those that come, of an overview a row of tiles
-/// and what comes into it, and those to which the kernel reaches.
+/// Rows of a level that are held at a time. Of the full size: the rows being added. Of an overview: a row of
+/// tiles, the rows added to it, and the rows within reach of the kernel.
 std::uint32_t RowsToHold(const std::vector<CogLevel>& levels, std::size_t number, std::uint32_t tileRows) {
     constexpr std::uint32_t reach = 24;
     if (levels.size() == 1) return 0;
@@ -87,7 +87,7 @@ bool CogWriter::Spool(const unsigned char* tiles, std::size_t count, PackedTiles
                                  : spool.Add(tiles + tile * bytes, bytes, places[level].tiles);
         if (!isAdded) return false;
     }
-    PackedTiles().swap(packed); // a window that waits for its turn needs no room for them
+    PackedTiles().swap(packed); // a waiting window does not need them
     return true;
 }
 
@@ -108,7 +108,7 @@ bool CogWriter::Write(std::uint32_t, std::uint32_t rowCount, unsigned char* tile
     return true;
 }
 
-/// Takes rows of a row of tiles.
+/// Adds rows of a row of tiles.
 void CogWriter::AddRows(std::uint32_t rowCount, std::uint32_t rowInTiles, const unsigned char* tiles,
                         const unsigned char* valid) {
     const TileForm& form = packer->GetForm();
@@ -121,14 +121,14 @@ void CogWriter::AddRows(std::uint32_t rowCount, std::uint32_t rowInTiles, const 
         for (std::size_t at = 0; at < rows.GetRowBytes(); at += form.GetRowBytes(), from += form.GetBytes())
             std::memcpy(to + at, from, std::min(form.GetRowBytes(), rows.GetRowBytes() - at));
     }
-    // GDAL takes a last band as a mask in files of two or four bands only, and resamples it as any other band
-    // elsewhere.
+    // GDAL uses a last band as a mask only in files of two or four bands; elsewhere it resamples it like any
+    // other band.
     const std::uint32_t bands = plan.rules.GetFileBands();
     const bool isMask = !plan.rules.hasAlpha || bands == 2 || bands == 4;
     if (valid && isMask) std::memcpy(rows.GetValid(first), valid, std::size_t{rowCount} * plan.columns);
 }
 
-/// Makes all that can be made of the rows that have come.
+/// Makes everything that the rows so far allow.
 bool CogWriter::Advance() {
     for (std::size_t level = 1; level < levels.size(); ++level) {
         Level& finer = levels[level - 1];
@@ -146,7 +146,7 @@ bool CogWriter::Advance() {
     return true;
 }
 
-/// Compresses the rows of tiles of an overview that are complete.
+/// Compresses the complete rows of tiles of an overview.
 bool CogWriter::PackRows(std::size_t number) {
     const TileForm& form = packer->GetForm();
     Level& level = levels[number];
@@ -172,7 +172,7 @@ bool CogWriter::PackRows(std::size_t number) {
     return true;
 }
 
-/// Adds the tiles of a level's mask, of one bit a pixel, to the spool.
+/// Adds the mask tiles of a level to the spool, with one bit per pixel.
 bool CogWriter::AddMask(const OutputMask& mask, std::size_t number) {
     TileForm form;
     form.columns = packer->GetForm().columns;
@@ -213,7 +213,7 @@ bool CogWriter::Finish(const OutputMask* mask, const std::function<bool(double)>
 
 std::uint64_t CogWriter::CountBytes(const OutputPlan& plan) {
     const std::vector<CogLevel> levels = PlannedLevels(plan);
-    // Compressed noise may take half as much again.
+    // Compressed noise may take half as much space again.
     const std::uint64_t spooled = CountTileBytes(plan) * (plan.isCompressed ? 3 : 2) / 2;
     std::uint64_t bytes = std::min(TileSpool::mostHeld, spooled);
     if (levels.size() == 1) return bytes;

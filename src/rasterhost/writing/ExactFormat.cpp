@@ -18,12 +18,12 @@ using KOVA::Tessara::Fundament::StringsEqual;
 
 namespace {
 
-/// Options by which a request says itself how good it wants samples.
+/// Options by which a request sets the quality itself.
 const char* const questions[] = {"QUALITY",     "JPEG_QUALITY", "WEBP_LEVEL",   "REVERSIBLE", "LOSSLESS",
                                  "YCBCR420",    "TARGETSIZE",   "PSNR",         "NBITS",      "MAX_Z_ERROR",
                                  "DISCARD_LSB", "JXL_DISTANCE", "JXL_LOSSLESS", "RATE"};
 
-/// The options that ask for a loss, as they are typed.
+/// The options that ask for a loss, as typed.
 std::string LossAskedFor(const OutputPlan& plan) {
     std::string asked;
     for (int i = 0; i < plan.options.size(); ++i) {
@@ -39,7 +39,7 @@ std::string LossAskedFor(const OutputPlan& plan) {
     return asked;
 }
 
-constexpr int trialSide = 64; ///< of the image to try with
+constexpr int trialSide = 64; ///< side of the trial image
 
 bool MoveSamples(GDALDataset& dataset, GDALRWFlag way, int bands, std::vector<unsigned short>& samples) {
     return dataset.GetRasterCount() >= bands &&
@@ -47,7 +47,7 @@ bool MoveSamples(GDALDataset& dataset, GDALRWFlag way, int bands, std::vector<un
                             bands, nullptr, 0, 0, 0, nullptr) == CE_None;
 }
 
-/// Writes an image by the format's own way, be it by creating or by copying.
+/// Writes an image as the format requires: by creating or by copying.
 bool WriteTrial(GDALDriver& driver, const std::string& name, const CPLStringList& options, int bands,
                 GDALDataType type, std::vector<unsigned short>& samples) {
     const bool isCopied = driver.GetMetadataItem(GDAL_DCAP_CREATE) == nullptr;
@@ -68,7 +68,7 @@ std::string FindLoss(const OutputPlan& plan, const std::string& output) {
     if (!driver || !driver->GetMetadataItem(GDAL_DCAP_VIRTUALIO)) return {};
     const auto bands = static_cast<int>(plan.rules.GetFileBands());
     std::vector<unsigned short> samples(std::size_t{trialSide} * trialSide * plan.rules.GetFileBands());
-    std::minstd_rand random; // noise is as hard to keep as can be
+    std::minstd_rand random; // noise is the hardest to preserve
     for (unsigned short& sample : samples)
         sample = static_cast<unsigned short>(random() % (plan.rules.largest + 1));
     std::vector<unsigned short> back(samples.size());

@@ -12,7 +12,7 @@ namespace rasterhost {
 
 namespace {
 
-/// By a call of the system that does nothing when the new name is taken. Some file systems have none.
+/// Uses a system call that fails when the new name is taken. Some file systems do not support it.
 bool RenameUnlessTaken(const char* from, const char* to) {
 #ifdef RENAME_NOREPLACE
     return renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0;
@@ -38,7 +38,7 @@ std::optional<FileIdentity> Identify(const std::string& name) {
 }
 
 std::string FollowLinks(const std::string& name) {
-    constexpr int mostLinks = 40; // as the system allows
+    constexpr int mostLinks = 40; // the system's own limit
     std::filesystem::path path(name);
     for (int link = 0; link < mostLinks; ++link) {
         std::error_code failure;
@@ -57,7 +57,7 @@ MoveResult MoveToFreeName(const std::string& from, const std::string& to) {
         return unlink(from.c_str()) == 0 ? MoveResult::Done : MoveResult::Failed;
     if (errno == EEXIST) return MoveResult::NameIsTaken;
     if (!IsNotOffered()) return MoveResult::Failed;
-    // Neither: an empty file holds the name until it is replaced.
+    // Otherwise an empty file holds the name until it is replaced.
     const int holder = open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (holder < 0) return errno == EEXIST ? MoveResult::NameIsTaken : MoveResult::Failed;
     close(holder);
@@ -88,7 +88,7 @@ bool Replace(const std::string& by, const std::string& file, const std::string& 
 void TakePermissions(const std::string& from, const std::string& to) {
     struct stat state {};
     if (stat(from.c_str(), &state) != 0) return;
-    // Where the group cannot be the same, no other group gets what that one had.
+    // If the group cannot be kept, no other group gets its permissions.
     const bool isSameGroup = chown(to.c_str(), static_cast<uid_t>(-1), state.st_gid) == 0;
     const bool isSameOwner = chown(to.c_str(), state.st_uid, static_cast<gid_t>(-1)) == 0;
     (void)isSameOwner; // only root may give files away

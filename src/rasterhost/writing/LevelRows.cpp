@@ -52,11 +52,11 @@ double Ratio(const LevelRows& fine, const LevelRows& coarse) {
     return static_cast<double>(fine.GetRows()) / coarse.GetRows();
 }
 
-/// Rows beyond those that an overview's rows cover, to which the kernel reaches: two of its own pixels, less
-/// half of one, and one for rounding.
+/// How many rows beyond those that an overview's rows cover the kernel needs: two overview pixels less half
+/// of one, plus one for rounding.
 double Reach(double ratio) { return std::ceil(1.5 * ratio) + 1.0; }
 
-/// Some rows of an overview and what they are made of.
+/// Some rows of an overview and the rows that they are made from.
 class Reduction {
 public:
     Reduction(LevelRows& fineRows, LevelRows& coarseRows, std::uint32_t firstRow, std::uint32_t endRow)
@@ -92,19 +92,19 @@ public:
     }
 
 private:
-    /// Of the overview.
+    /// A part of the overview.
     struct Part {
         std::uint32_t column, columns, row, rows;
     };
 
     [[nodiscard]] Part All() const { return {0, coarse.GetColumns(), first, rows}; }
-    /// The rows whose kernel is all within the image.
+    /// The rows whose kernel lies completely within the image.
     [[nodiscard]] Part Inside() const {
         const std::uint32_t row = std::max(first, edge), most = coarse.GetRows() - edge;
         const std::uint32_t end = std::max(std::min(first + rows, most), row);
         return {edge, coarse.GetColumns() - 2 * edge, row, end - row};
     }
-    /// Where the kernel reaches out of it.
+    /// The parts where the kernel reaches beyond the image.
     [[nodiscard]] std::vector<Part> Edges() const {
         const Part inside = Inside();
         const std::uint32_t columns = coarse.GetColumns(), end = inside.row + inside.rows;
@@ -114,8 +114,8 @@ private:
                 {0, columns, end, first + rows - end}};
     }
 
-    /// Makes all but the edges, by whole numbers, where exactly two pixels become one, all of them have data
-    /// and no sample of theirs becomes the one that means none. GDAL makes the same, in many times the time.
+    /// Makes all but the edges in whole numbers, if exactly two pixels become one, all of them have data, and
+    /// no result has the value for no data. GDAL gives the same result but takes many times as long.
     template <class T>
     [[nodiscard]] bool Halve() {
         const bool isHalf =
@@ -148,7 +148,7 @@ private:
         return std::memchr(fine.GetValid(top), 0, std::size_t{bottom - top} * fine.GetColumns()) != nullptr;
     }
 
-    /// An image without bands of the rows that are needed.
+    /// A dataset without bands for the rows that are needed.
     [[nodiscard]] GDALDatasetUniquePtr Wrap() const {
         return GDALDatasetUniquePtr(GetGDALDriverManager()->GetDriverByName("MEM")->Create(
             "", static_cast<int>(fine.GetColumns()), static_cast<int>(bottom - top), 0, GDT_Byte, nullptr));
@@ -186,7 +186,7 @@ private:
         return true;
     }
 
-    /// Samples of a part of the overview, from one of its first sample on.
+    /// Reads a part of the overview into the samples of one band, beginning at its first sample.
     bool Read(GDALRasterBand& band, GDALDataType type, unsigned char* out, std::size_t pixelBytes,
               const Part& part) {
         GDALRasterIOExtraArg how;
@@ -243,7 +243,7 @@ bool Reduce(LevelRows& fine, LevelRows& coarse, std::uint32_t end, Marking marki
     oneapi::tbb::this_task_arena::isolate([&] {
         oneapi::tbb::parallel_for(
             std::uint32_t{0}, (end - first - 1) / rowsOfATask + 1, [&](std::uint32_t i) {
-                const GdalErrors silence; // of whichever thread this is
+                const GdalErrors silence; // on the current thread
                 const std::uint32_t row = first + i * rowsOfATask;
                 if (!Reduction(fine, coarse, row, std::min(row + rowsOfATask, end)).Run(marking, marks))
                     isGood = false;
@@ -254,8 +254,8 @@ bool Reduce(LevelRows& fine, LevelRows& coarse, std::uint32_t end, Marking marki
 }
 
 std::uint64_t CountReducing(std::uint32_t columns, int threads) {
-    // GDAL resamples a million pixels at a time: in float, with a mask, and half of them in double on the
-    // way.
+    // GDAL resamples a million pixels at a time, in float with a mask; half of them also need double
+    // temporarily.
     constexpr std::uint64_t mostPixels = std::uint64_t{1} << 20, pixelBytes = 9;
     const std::uint64_t pixels = std::uint64_t{columns} * 2 * (rowsOfATask + 4);
     return std::min(mostPixels, pixels) * pixelBytes * static_cast<unsigned>(threads);

@@ -23,7 +23,7 @@ bool Refuse(Status& status, const std::string& message) {
     return Fail(status, HostStatus::OutputRefused, message);
 }
 
-/// GDAL only warns of what it does not know, and writes a file that is not what was asked for.
+/// GDAL only warns of an unknown option, and then writes a file that differs from the request.
 bool CheckCreationOptions(GDALDriver& driver, const OutputPlan& plan, Status& status) {
     const GdalErrors errors;
     if (plan.options.empty() || GDALValidateCreationOptions(&driver, plan.options.List())) return true;
@@ -42,7 +42,7 @@ bool CheckFormat(const OutputPlan& plan, Status& status) {
         return Refuse(status, FormatString("GDAL reads the format '%s' and does not write it; gdalinfo "
                                            "--formats lists those with a w",
                                            name));
-    // A JPEG of 12 bits is another format to nearly all programs.
+    // For nearly all programs, a JPEG of 12 bits is another format.
     if (plan.bits > plan.format.keptBits && !plan.isPicture)
         return Refuse(status,
                       FormatString("the format '%s' keeps %u of the %u bits of a sample%s; --byte makes 8 "
@@ -65,7 +65,7 @@ bool CheckFolder(const SharpenRequest& request, const OutputPlan& plan, Status& 
                                            folder.c_str()));
     std::error_code failure;
     const auto space = std::filesystem::space(folder, failure);
-    // Bytes that are going to be written as they are, beside the final name.
+    // Uncompressed pixels take exactly these bytes, beside the final name.
     const bool isKnown = plan.writesTiff && !plan.isCompressed;
     const std::uint64_t needed = !isKnown         ? 0
                                  : plan.writesCog ? CogWriter::CountStored(plan)
@@ -92,7 +92,7 @@ bool CheckName(const SharpenRequest& request, Status& status) {
     return CheckNewFile(name, "the output '" + name + "'", request.overwrite, files, status);
 }
 
-/// Looks at all that lies where the output's files are going to be.
+/// Checks everything in the place of the output's files.
 bool CheckNames(const SharpenRequest& request, const WorkFolder& folder, std::vector<std::string> names,
                 Status& status) {
     RunFiles files = FilesOf(request);

@@ -24,7 +24,7 @@ std::vector<GDALColorInterp> ColoursOf(const Scene& scene, std::size_t bands) {
     for (std::size_t band = 0; band < bands; ++band) {
         const SourceBand& source = scene.GetBand(band);
         const GDALColorInterp colour = source.name.empty() ? source.colour : ColourOfName(source.name);
-        if (colour != GCI_AlphaBand) colours[band] = colour; // a fused band is not transparency
+        if (colour != GCI_AlphaBand) colours[band] = colour; // a fused band is never transparency
         isNamed = isNamed || (colours[band] != GCI_Undefined && colours[band] != GCI_GrayIndex);
     }
     if (isNamed) return colours;
@@ -49,7 +49,7 @@ const OGRSpatialReference& ProjectionOf(const Scene& scene) {
 
 namespace {
 
-/// Position by control points or by rational polynomials: both count pixels from the image's corner.
+/// Copies a position by control points or by rational polynomials. Both count pixels from the image's corner.
 void CopyPosition(GDALDataset& pan, const hostkit::PixelRect& part, GDALDataset& target) {
     if (pan.GetGCPCount() > 0) {
         std::vector<GDAL_GCP> points(pan.GetGCPs(), pan.GetGCPs() + pan.GetGCPCount());
@@ -70,10 +70,11 @@ void CopyPosition(GDALDataset& pan, const hostkit::PixelRect& part, GDALDataset&
     target.SetMetadata(polynomials.List(), "RPC");
 }
 
-/// As GDAL writes it, in UTC: 2017-08-13 15:48:30. A date alone, and what is not a time, stays as it is.
+/// In the form that GDAL writes, in UTC: 2017-08-13 15:48:30. A date without time, and a text that is not a
+/// time, stay unchanged.
 std::string AcquisitionText(const std::string& text) {
     constexpr std::size_t date = 10;
-    constexpr int utc = 100; // as OGRField has zones; those below 2 are not known
+    constexpr int utc = 100; // time zone in OGRField; values below 2 mean unknown
     constexpr GIntBig secondsPerZone = 900;
     OGRField field;
     if (text.size() <= date || !OGRParseDate(text.c_str(), &field, 0)) return text;

@@ -34,7 +34,7 @@ std::unique_ptr<OutputFile> OutputFile::Create(const SharpenRequest& request, co
     const GdalErrors errors;
     CPLStringList options = plan.pixelOptions;
     const bool writesTiles = plan.layout.tileColumns > 0;
-    // Every tile is written; until then none is made, so that it is not written twice.
+    // GDAL creates no tile yet: every tile is written later, and so only once.
     if (writesTiles) options.SetNameValue("SPARSE_OK", "YES");
     output->dataset = FindDriver(plan.writesTiff ? "GTiff" : plan.format.name)
                           ->Create(output->writtenFile.c_str(), static_cast<int>(plan.columns),
@@ -71,7 +71,7 @@ bool OutputFile::OpenTiles(const CPLStringList& options) {
 OutputFile::~OutputFile() {
     const GdalErrors errors;
     CloseAll();
-    if (plan.IsCopied()) VSIUnlink(writtenFile.c_str()); // which in GDAL's memory nobody else removes
+    if (plan.IsCopied()) VSIUnlink(writtenFile.c_str()); // in GDAL's memory nobody else removes it
 }
 
 OutputWindow OutputFile::MakeWindow(std::uint32_t mostRows) const {
@@ -141,7 +141,7 @@ bool OutputFile::Copy(const std::function<bool(double)>& progress, Status& statu
     const auto report = [](double done, const char*, void* to) -> int {
         return (*static_cast<const std::function<bool(double)>*>(to))(done) ? TRUE : FALSE;
     };
-    const double share = plan.isPicture ? 0.5 : 0.0; // of the work, to find the stretch
+    const double share = plan.isPicture ? 0.5 : 0.0; // of the work: finding the stretch
     const std::function<bool(double)> stretched = [&](double done) {
         return !progress || progress(share * done);
     };
@@ -150,7 +150,7 @@ bool OutputFile::Copy(const std::function<bool(double)>& progress, Status& statu
     };
     const GdalErrors errors;
     const CPLConfigOptionSetter inside("GDAL_TIFF_INTERNAL_MASK", "YES", false);
-    // What is read line by line and band by band comes from blocks that are decoded once.
+    // Copying reads line by line and band by band; with this cache every block is decoded once.
     const CacheLimit cache(static_cast<std::int64_t>(std::uint64_t{2} * plan.blockRows * plan.columns *
                                                      (plan.GetPixelBytes() + 1)));
     GDALDatasetUniquePtr made(GDALDataset::Open(writtenFile.c_str(), GDAL_OF_RASTER));
@@ -161,7 +161,8 @@ bool OutputFile::Copy(const std::function<bool(double)>& progress, Status& statu
                      ->CreateCopy(folder.GetFile().c_str(), source, FALSE, options.List(), report, &written)
                : nullptr);
     const bool isCopied = copied != nullptr;
-    // What is added to a COG would lose its layout; of a file that is only read, GDAL puts it beside.
+    // Metadata added to a COG would break its layout. For a file opened read-only, GDAL writes it to a
+    // separate file.
     if (isCopied && EQUAL(plan.format.name.c_str(), "COG")) {
         copied.reset();
         copied.reset(GDALDataset::Open(folder.GetFile().c_str(), GDAL_OF_RASTER));

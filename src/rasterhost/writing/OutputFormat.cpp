@@ -30,7 +30,7 @@ const OutputFormat knownFormats[] = {
     {.name = "MBTiles", .qualityOptions = {"QUALITY", "TILE_FORMAT"}, .exactOptions = {"TILE_FORMAT=PNG"}},
 };
 
-/// Empty where no format has the ending.
+/// Empty when no format has the extension.
 std::string FormatOfName(const std::string& ending) {
     if (ending.size() < 2) return "GTiff";
     GDALDriverManager& drivers = *GetGDALDriverManager();
@@ -65,7 +65,7 @@ std::optional<OutputFormat> FindFormat(const OutputRequest& request, Status& sta
         return StringsEqual(each.name, format.name, true);
     });
     if (known != std::end(knownFormats)) format = *known;
-    if (!request.format.empty()) format.name = request.format; // as it was typed
+    if (!request.format.empty()) format.name = request.format; // as typed
     GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(format.name.c_str());
     format.isCopied =
         driver && !driver->GetMetadataItem(GDAL_DCAP_CREATE) && driver->GetMetadataItem(GDAL_DCAP_CREATECOPY);

@@ -19,7 +19,8 @@ void OutputMask::AddRows(const unsigned char* valid, std::uint32_t rowCount) {
     }
 }
 
-/// Runs of pixels without data, as first and end column. A row of as many words as it has bits for is bits.
+/// Stores runs of pixels without data, as first and end column. A row with as many words as its bits need is
+/// stored as bits.
 void OutputMask::AddRow(const unsigned char* valid) {
     const std::size_t start = words.size();
     const std::size_t bitWords = (columns + wordBits - 1) / wordBits;
@@ -38,7 +39,7 @@ void OutputMask::AddRow(const unsigned char* valid) {
         pixelsWithoutData += words[run + 1] - words[run];
 }
 
-/// A row whose words begin at `start`.
+/// Stores a row as bits; its words begin at `start`.
 void OutputMask::AddBits(const unsigned char* valid, std::size_t start) {
     words.resize(start);
     for (std::uint32_t first = 0; first < columns; first += wordBits) {

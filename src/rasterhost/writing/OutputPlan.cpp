@@ -35,14 +35,14 @@ CPLStringList FormatOptions(const SharpenRequest& request, const OutputFormat& f
     return options;
 }
 
-/// What a GeoTIFF's options leave open.
+/// Sets the options of a GeoTIFF that the request leaves open.
 void SuggestTiffOptions(const OutputPlan& plan, const Scene& scene, CPLStringList& options) {
     const auto suggest = [&](const char* name, const char* value) {
         if (!options.FetchNameValue(name)) options.SetNameValue(name, value);
     };
     suggest("TILED", "YES");
     if (options.FetchBool("TILED", false)) {
-        // Windows are whole rows of tiles: very wide scenes get lower ones.
+        // Windows are whole rows of tiles, so very wide scenes get lower tiles.
         constexpr std::uint64_t mostBytes = std::uint64_t{96} << 20;
         int height = 256;
         while (height > 64 && plan.columns * plan.GetPixelBytes() * static_cast<unsigned>(height) > mostBytes)
@@ -56,11 +56,11 @@ void SuggestTiffOptions(const OutputPlan& plan, const Scene& scene, CPLStringLis
     const bool isRgb = colours.size() >= 3 && colours[0] == GCI_RedBand && colours[1] == GCI_GreenBand &&
                        colours[2] == GCI_BlueBand;
     suggest("PHOTOMETRIC", isRgb ? "RGB" : "MINISBLACK");
-    suggest("ALPHA", "NO"); // else a fourth band would be one; the band's colour tells
+    suggest("ALPHA", "NO"); // else a fourth band would be alpha; the band's colour marks it
     if (options.FetchNameValue("COMPRESS")) suggest("NUM_THREADS", FormatString("%d", plan.threads).c_str());
 }
 
-/// Rows of the blocks that GDAL makes with such options; 1 when it makes none.
+/// Rows per block of the file that GDAL creates with these options; 1 when it creates none.
 std::uint32_t TiffBlockRows(const OutputPlan& plan) {
     constexpr std::uint32_t mostStripRows = 8192; // GDAL makes strips of 8192 bytes, or of one row
     const std::string name = FormatString("/vsimem/pansharp-plan-%p.tif", static_cast<const void*>(&plan));
@@ -77,22 +77,23 @@ std::uint32_t TiffBlockRows(const OutputPlan& plan) {
     return static_cast<std::uint32_t>(height);
 }
 
-/// Whether such a file takes windows in tiles.
+/// Whether the file takes windows as tiles.
 bool TakesTiles(const SharpenRequest& request, const OutputPlan& plan) {
     if (request.windowRows % plan.blockRows != 0) return false;
-    // A file that is opened again has forgotten what its options say of quality and threads.
+    // A file that is opened again no longer knows its options for quality and threads.
     return plan.writesCog ||
            (!StartsWith(request.output, "/vsimem/", false) && TileWriter::CanWrite(plan.pixelOptions));
 }
 
-/// A window is at least a row of tiles, which GDAL lets be low only where tiles need not be square.
+/// A window is at least a row of tiles. GDAL allows low tiles only where they need not be square.
 bool WritesCog(const SharpenRequest& request, const OutputPlan& plan, CPLStringList& tiffOptions) {
     constexpr std::uint64_t mostBytes = std::uint64_t{64} << 20;
     if (!EQUAL(plan.format.name.c_str(), "COG") || plan.isPicture || !PlanCog(plan.options, tiffOptions))
         return false;
     const auto side = static_cast<std::uint64_t>(std::atoi(tiffOptions.FetchNameValue("BLOCKYSIZE")));
     const auto levels = LevelsOf(plan.options, plan.columns, plan.rows, static_cast<std::uint32_t>(side));
-    // GDAL makes the overviews after one of a single column of a finer image, which would have to be kept.
+    // GDAL makes overviews that follow one of a single column from a finer image, which would have to be
+    // held.
     const bool isFromNext = levels.size() < 3 || levels[levels.size() - 2].columns > 1;
     return isFromNext && request.windowRows % side == 0 &&
            side * plan.columns * plan.GetPixelBytes() <= mostBytes;
@@ -137,7 +138,8 @@ OutputPlan PlanOutput(const SharpenRequest& request, const OutputFormat& format,
     plan.isPicture = request.isPicture;
     plan.format.isCopied = format.isCopied || request.isPicture;
     plan.rules = MakeOutputRules(request, scene);
-    if (plan.isPicture) plan.rules.noData.reset(); // stretched, other samples have the value: a mask tells
+    if (plan.isPicture)
+        plan.rules.noData.reset(); // a stretched sample may have this value, so a mask is used
     plan.columns = scene.part.GetColumns();
     plan.rows = scene.part.GetRows();
     plan.threads = threads;

@@ -21,7 +21,7 @@ public:
           driver(*GetGDALDriverManager()->GetDriverByName(plan.writesCog ? "GTiff"
                                                                          : plan.format.name.c_str())) {}
 
-    /// Empty when it is made, else ": " and why it is not.
+    /// Empty when it was made, else ": " and the reason.
     [[nodiscard]] std::string Make(const std::string& file) {
         const bool isCopied = plan.IsCopied();
         GDALDriver& maker = isCopied ? *GetGDALDriverManager()->GetDriverByName("MEM") : driver;
@@ -36,7 +36,7 @@ public:
                                                 options.List()));
         if (!image) return errors.Reason().empty() ? ": no reason is given" : errors.Reason();
         {
-            const GdalErrors silence; // what cannot be described is left out
+            const GdalErrors silence; // properties that the format cannot store are dropped
             DescribeOutput(scene, scene.part, plan.rules, {{"Method", request.method}}, *image);
         }
         if (isCopied) return Copy(file, *image);
@@ -85,7 +85,7 @@ private:
 bool TryOutput(const SharpenRequest& request, const Scene& scene, OutputPlan& plan, WorkFolder& folder,
                std::vector<std::string>& names, Status& status) {
     const std::uint32_t bands = plan.rules.bands;
-    // These take a second or fourth band for opacity, or all four for inks.
+    // These formats take a second or fourth band as opacity, or all four as inks.
     const bool showsColours =
         plan.format.name == "PNG" || plan.format.name == "JPEG" || plan.format.name == "WEBP";
     if (plan.isPicture && showsColours && bands != 1 && bands != 3)

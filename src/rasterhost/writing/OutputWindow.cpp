@@ -25,11 +25,11 @@ void OutputWindow::Start(std::uint32_t firstFileRow, std::uint32_t rowCount) {
     tally.assign(rules.bands, {0, 0});
 }
 
-/// By the thread that fuses: memory that is new to the process takes longer than filling it.
+/// Called on the fusing thread: allocating new memory takes longer than filling it.
 void OutputWindow::MakeRoom() {
     samples.resize(mostBytes);
     if (layout.tileColumns == 0 || rows % layout.tileRows == 0) return;
-    // The rows below the image in its last tiles, where another window may have left its own.
+    // Clears the rows below the image in its last tiles, where an earlier window may have left samples.
     const std::size_t used = rows % layout.tileRows * TileRowBytes();
     unsigned char* tile = samples.data() + rows / layout.tileRows * TilesAcross() * TileBytes();
     for (std::size_t i = 0; i < TilesAcross(); ++i, tile += TileBytes())

@@ -16,8 +16,8 @@ namespace {
 
 constexpr std::size_t sampleValues = 65536;
 
-/// How often each value occurs in bands where there is data. Empty when it cannot be read or is cancelled.
-/// All bands go together: their samples lie in the same blocks.
+/// How often each value occurs in pixels with data, per band. Empty when the image cannot be read, or when
+/// cancelled. All bands are read together, since their samples lie in the same blocks.
 std::vector<std::vector<std::uint64_t>> CountValues(const std::vector<GDALRasterBand*>& bands,
                                                     const std::function<bool(double)>& progress) {
     if (bands.empty()) return {};
@@ -41,7 +41,7 @@ std::vector<std::vector<std::uint64_t>> CountValues(const std::vector<GDALRaster
     return counts;
 }
 
-/// The least value that this percentage of the samples does not exceed.
+/// The lowest value that this percentage of the samples does not exceed.
 double FindPercentile(const std::vector<std::uint64_t>& counts, std::uint64_t all, std::uint64_t percent) {
     const std::uint64_t place = (all - 1) * percent / 100;
     std::uint64_t before = 0;

@@ -20,7 +20,7 @@ using KOVA::Tessara::Fundament::StartsWith;
 namespace {
 
 /// Files within a name such as "/vsizip/{a.zip}/b.tif", "/vsisubfile/0_10,a.bin" or "HDF5:a.h5://b": every
-/// piece between delimiters that is one.
+/// piece between delimiters that is the name of a file.
 std::vector<std::string> FilesWithin(const std::string& name) {
     constexpr std::string_view delimiters = "/,{}:\"?&=";
     constexpr std::size_t longest = 4096; // a longer one is a document
@@ -44,7 +44,7 @@ std::vector<std::string> FilesWithin(const std::string& name) {
     return files;
 }
 
-/// Of what lies on the network its name alone tells.
+/// A file on the network is identified only by its name.
 std::optional<FileIdentity> IdentityOf(const std::string& name) {
     return IsOnNetwork(name) ? FileIdentity{0, 0, name} : Identify(name);
 }
@@ -58,7 +58,7 @@ void RunFiles::AddRaster(const std::string& name, const std::string& use) {
     rasters.emplace_back(name, use);
 }
 
-/// False when it is known already.
+/// False when it is already known.
 bool RunFiles::Note(const std::string& file, const std::string& use) {
     const auto identity = IdentityOf(file);
     return identity && uses.emplace(*identity, use).second;
@@ -98,7 +98,7 @@ RunFiles FilesOf(const PairRequest& pair, const RunOptions& options) {
     for (const InputBand& input : pair.multispectral)
         files.AddRaster(input.file, use);
     if (pair.infrared) files.AddRaster(pair.infrared->file, use);
-    Status ignored; // without one the run fails
+    Status ignored; // without a plug-in the run fails anyway
     if (const std::string plugin = hostkit::FindPlugin(options.plugin, ignored); !plugin.empty())
         files.Add(plugin, "the plug-in");
     return files;

@@ -13,7 +13,7 @@ namespace {
 
 using TiffFile = std::unique_ptr<VSILFILE, decltype(&VSIFCloseL)>;
 
-/// Of a number of a type; 0 for a type that is not known.
+/// Bytes of a number of a type; 0 for an unknown type.
 std::size_t SizeOf(std::uint16_t type) {
     switch (type) {
     case TIFF_BYTE:
@@ -55,7 +55,7 @@ bool ReadAt(VSILFILE* file, std::uint64_t offset, std::size_t count, std::vector
     return VSIFSeekL(file, offset, SEEK_SET) == 0 && VSIFReadL(bytes.data(), 1, count, file) == count;
 }
 
-// Of a file that is classic or big: an entry, the numbers before and after all, and the room of a value.
+// For classic and big TIFF: widths of an entry, of the numbers before and after all entries, and of a value.
 struct Widths {
     std::size_t entry, count, value;
 };

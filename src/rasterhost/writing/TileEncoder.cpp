@@ -12,8 +12,8 @@ constexpr std::uint32_t tilesOfAFile = 1024;
 
 } // namespace
 
-/// What libtiff takes for a file of tiles, one below another. The bytes of a tile go to `target`; all else,
-/// as the header and at the end the directory, is left out.
+/// What libtiff sees as a file: tiles stacked in a column. The bytes of a tile go to `target`; everything
+/// else, such as the header and the final directory, is discarded.
 struct TileEncoder::Sink {
     std::vector<unsigned char>* target = nullptr;
     toff_t position = 0;
@@ -26,7 +26,7 @@ struct TileEncoder::Sink {
         const auto* bytes = static_cast<const unsigned char*>(data);
         try {
             if (sink.target) {
-                sink.target->reserve(sink.target->size() + static_cast<std::size_t>(count)); // no more
+                sink.target->reserve(sink.target->size() + static_cast<std::size_t>(count)); // exactly
                 sink.target->insert(sink.target->end(), bytes, bytes + count);
             }
         } catch (const std::bad_alloc&) {

@@ -57,7 +57,7 @@ bool TilePacker::Pack(std::size_t count, const unsigned char* tiles, PackedTiles
     std::atomic<bool> isPacked = true;
     oneapi::tbb::this_task_arena::isolate([&] {
         oneapi::tbb::parallel_for(std::size_t{0}, count, [&](std::size_t tile) {
-            const GdalErrors silence; // of whichever thread this is
+            const GdalErrors silence; // on the current thread
             std::unique_ptr<TileEncoder>& encoder = encoders.local();
             if (!encoder) encoder = std::make_unique<TileEncoder>(form);
             if (!encoder->Encode(tiles + tile * form.GetBytes(), packed[tile])) isPacked = false;

@@ -27,12 +27,12 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* newFiles = "new";     // to be delivered
-constexpr const char* spareFiles = "spare"; // not to be
-constexpr const char* oldFiles = "old";     // that were replaced
+constexpr const char* spareFiles = "spare"; // not delivered
+constexpr const char* oldFiles = "old";     // replaced
 
 std::string ReasonOf(int error) { return std::generic_category().message(error); }
 
-/// Removes folders of a name that begins so and goes on with the number of a process that has ended.
+/// Removes folders whose name begins like this and continues with the number of a process that has ended.
 void RemoveLeftovers(const fs::path& parent, const std::string& start) {
     std::error_code failure;
     fs::directory_iterator entries(parent.empty() ? "." : parent, failure);
@@ -74,8 +74,8 @@ bool FailUnknown(const std::string& name, const std::string& reason, Status& sta
 
 using File = std::unique_ptr<VSILFILE, decltype(&VSIFCloseL)>;
 
-/// Reads a file block by block. False when it cannot be read to its end or `take`, which is told how many
-/// bytes are in the block, wants no more.
+/// Reads a file block by block. `take` gets the number of bytes in the block. False when the file cannot be
+/// read completely, or when `take` returns false.
 bool ReadBlocks(const std::string& name, std::vector<char>& block,
                 const std::function<bool(std::size_t)>& take) {
     const File file(VSIFOpenL(name.c_str(), "rb"), &VSIFCloseL);
@@ -89,10 +89,10 @@ bool ReadBlocks(const std::string& name, std::vector<char>& block,
     return file && done == bytes;
 }
 
-/// Sends a file to object storage. False with an item; then there is no object where none was.
+/// Sends a file to object storage. False with an item; if there was no object before, there is none then.
 bool Send(const std::string& from, const std::string& to, bool isThere, Status& status) {
     constexpr std::size_t blockBytes = std::size_t{4} << 20;
-    // What is opened is sent as it is closed, whole or not: memory and file are tried before.
+    // GDAL sends an opened object when it is closed, complete or not: so memory and file are checked first.
     std::vector<char> block(blockBytes);
     const GdalErrors errors;
     const bool isReadable = ReadBlocks(from, block, [](std::size_t) { return true; });
@@ -102,10 +102,10 @@ bool Send(const std::string& from, const std::string& to, bool isThere, Status& 
     const bool isRead = isOpen && ReadBlocks(from, block, [&](std::size_t count) {
                             return isSent = VSIFWriteL(block.data(), 1, count, target.get()) == count;
                         });
-    isSent = isOpen && VSIFCloseL(target.release()) == 0 && isSent; // most is sent as it is closed
+    isSent = isOpen && VSIFCloseL(target.release()) == 0 && isSent; // closing sends most of it
     if (isRead && isSent && !errors.HasFailed()) return true;
     const std::string reason = errors.Reason();
-    // What could not be seen before is not removed now.
+    // An object that could not be seen before is not removed now.
     if (std::string fault; isOpen && !isThere && LookAnew(to, fault).exists) VSIUnlink(to.c_str());
     if (!isReadable || (isSent && !isRead))
         return Fail(status, HostStatus::OutputNotWritten,
@@ -118,7 +118,7 @@ bool Send(const std::string& from, const std::string& to, bool isThere, Status& 
                 to.c_str(), reason.c_str());
 }
 
-/// Moves that are undone with it unless they are kept.
+/// Moves of files. The destructor undoes them unless they are kept.
 class Moves {
 public:
     Moves() = default;
@@ -186,7 +186,7 @@ std::unique_ptr<WorkFolder> WorkFolder::Make(const std::string& finalName, Statu
 
 bool WorkFolder::MakeFolders(Status& status) {
     const fs::path path(place);
-    constexpr std::size_t mostLetters = 64; // so that no name gets too long
+    constexpr std::size_t mostLetters = 64; // keeps the name short enough
     const std::string start =
         "." + path.stem().string().substr(0, mostLetters) + ".pansharp-" + HostName() + "-";
     const fs::path parent = FolderToWorkIn(place);
@@ -196,14 +196,14 @@ bool WorkFolder::MakeFolders(Status& status) {
         const fs::path free = parent / (start + FormatString("%d-%u.tmp", OwnProcess(), number));
         if (!fs::create_directory(free, failure) && !failure) continue; // another run of this process has it
         if (!failure) folder = free.string();
-        if (!failure && IsOnObjectStorage(place)) // others may look into that for temporary files
+        if (!failure && IsOnObjectStorage(place)) // the folder for temporary files is public
             fs::permissions(free, fs::perms::owner_all, failure);
         break;
     }
     for (const char* name : {newFiles, spareFiles, oldFiles})
         if (!failure) fs::create_directory(fs::path(folder) / name, failure);
     file = GetFile(path.filename().string());
-    if (!failure) fs::create_directory(file, failure); // whether there may be such a name
+    if (!failure) fs::create_directory(file, failure); // checks that such a name is possible
     std::error_code ignored;
     fs::remove(file, ignored);
     return !failure || Fail(status, HostStatus::OutputNotCreated,
@@ -218,7 +218,7 @@ WorkFolder::~WorkFolder() {
             std::error_code ignored;
             fs::remove_all(folder, ignored);
         } catch (const std::bad_alloc&) {
-            return; // the next run removes it
+            return; // the next run will remove it
         }
     } else if (!isDelivered && StartsWith(place, "/vsi", false)) {
         VSIUnlink(place.c_str());
@@ -288,7 +288,7 @@ bool WorkFolder::Deliver(bool overwrite, Status& status) {
     const auto aside = [this](const std::string& name) {
         return (fs::path(folder) / oldFiles / name).string();
     };
-    std::vector<std::string> stale; // they describe what is replaced
+    std::vector<std::string> stale; // files that describe what is replaced
     for (const std::string& described : NamesOfDescriptions(mainName)) {
         const std::string beside = GetPlace(described);
         if (std::find(names.begin(), names.end(), described) != names.end()) continue;
