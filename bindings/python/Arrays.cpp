@@ -1,5 +1,5 @@
-// The module pansharp._arrays: numpy arrays as jobs of the C interface. The package checks what it is given
-// before it comes here.
+// The module pansharp._arrays: numpy arrays as jobs of the C interface. The package checks arguments before
+// it calls this module.
 
 #include "Calls.h"
 
@@ -25,11 +25,12 @@ namespace {
 
 namespace py = pybind11;
 
-/// Width and height of a pixel in pan pixels, then column and row of the image on which pan's corner lies.
+/// Width and height of a pixel in pan pixels, then column and row of the image at pan's corner.
 using Placement = std::array<double, 4>;
 using Gains = std::pair<double, double>;
 
-/// A mask of 0 without data, axes row and column; what else tells of gaps, and the value for no data.
+/// A mask, 0 without data, with the axes row and column; the other rules for no data; and the value for no
+/// data.
 using Gaps = std::tuple<std::optional<py::array>, std::uint32_t, std::uint32_t>;
 
 using python::Calls;
@@ -39,7 +40,7 @@ void Check(pansharp_result result, const char* error) {
     if (result == PANSHARP_OK) return;
     std::string text = error;
     if (result != PANSHARP_BAD_ARGUMENT) Raise(python::ErrorClass().ptr(), text);
-    // What are members there are arguments here.
+    // Members of the C structures are arguments here.
     constexpr std::pair<const char*, const char*> names[] = {
         {"multispectral.offset_x or multispectral.pixel_width", "offset or pixel_size"},
         {"multispectral.offset_y or multispectral.pixel_height", "offset or pixel_size"},
@@ -60,7 +61,8 @@ void Check(pansharp_result result, const char* error) {
     Raise(PyExc_ValueError, text);
 }
 
-/// Calls the library without the interpreter's lock, with a buffer for the reasons and its size. Raises them.
+/// Calls the library without the interpreter's lock, with a buffer for the reasons and its size. Raises the
+/// reasons.
 template <class Call>
 void Ask(const Call& call) {
     char error[2048];
@@ -73,7 +75,7 @@ void Ask(const Call& call) {
     Check(result, error);
 }
 
-/// The plug-in, loaded at the first call and kept: arrays may be fused until the process ends.
+/// The plug-in, loaded at the first call and never unloaded: arrays may be fused until the process ends.
 const pansharp* Library() {
     static const pansharp* library = nullptr; // guarded by the interpreter's lock
     char error[2048];
@@ -92,12 +94,12 @@ void CheckAxes(const py::array& samples) {
     if (samples.ndim() != 3) throw py::value_error("the arrays must have a band, a row and a column axis");
 }
 
-/// A stride of one band is never used, but packed samples are told by it.
+/// The stride of a single band is never used, but packed samples are recognised by it.
 py::ssize_t BandStride(const py::array& samples) {
     return samples.shape(0) == 1 ? samples.itemsize() : samples.strides(0);
 }
 
-/// Of an array with the axes band, row, column.
+/// An image from an array with the axes band, row, column.
 pansharp_image MakeImage(const py::array& samples, const Placement& placement) {
     CheckAxes(samples);
     return {samples.data(),
@@ -113,7 +115,7 @@ pansharp_image MakeImage(const py::array& samples, const Placement& placement) {
             placement[3]};
 }
 
-/// Of a mask with the size of the image.
+/// Rules for no data from a mask with the size of the image.
 pansharp_gaps MakeGaps(const Gaps& given, const pansharp_image& image) {
     const auto& [mask, rules, value] = given;
     pansharp_gaps gaps{nullptr, 0, 0, rules, value};
@@ -127,9 +129,9 @@ pansharp_gaps MakeGaps(const Gaps& given, const pansharp_image& image) {
     return gaps;
 }
 
-/// What is called while the interpreter's lock is free: takes it, and keeps what was thrown for the caller.
+/// Called while the interpreter's lock is free: takes the lock, and keeps an exception for the caller.
 struct Watch {
-    const py::object& progress; ///< None for nobody
+    const py::object& progress; ///< None without one
     std::exception_ptr thrown;
 
     static int Tell(std::uint32_t done, std::uint32_t rows, void* data) {
@@ -147,7 +149,7 @@ struct Watch {
     }
 };
 
-/// Of each band bias, RMSE, PSNR, Q and spatial correlation.
+/// Per band: bias, RMSE, PSNR, Q and spatial correlation.
 py::tuple Tell(const std::vector<pansharp_band_quality>& bands) {
     py::list found;
     for (const pansharp_band_quality& band : bands)
@@ -155,13 +157,13 @@ py::tuple Tell(const std::vector<pansharp_band_quality>& bands) {
     return py::tuple(found);
 }
 
-/// The consistency as Assess gives it, then pixels, D_lambda, D_S, QNR, D_lambda K and HQNR.
+/// The consistency in the form of Assess, then pixels, D_lambda, D_S, QNR, D_lambda K and HQNR.
 py::tuple Tell(const pansharp_pair_quality& of, const std::vector<pansharp_band_quality>& bands) {
     return py::make_tuple(py::make_tuple(of.coarse_pixels, of.q, of.sam, of.ergas, Tell(bands)), of.pixels,
                           of.d_lambda, of.d_s, of.qnr, of.d_lambda_k, of.hqnr);
 }
 
-/// A job of the C interface with all that it points at. The arrays are kept while it lives.
+/// A job of the C interface with everything that it points to. It keeps the arrays alive.
 class Job {
 public:
     Job(py::array panImage, py::array msImage, const Placement& msPlacement,
@@ -196,7 +198,7 @@ public:
     Job(const Job&) = delete;
     Job& operator=(const Job&) = delete;
 
-    /// Transfer, gains, mean of the low-pass or 0 for none, R squared, samples, error and plain error.
+    /// Transfer, gains, mean of the low-pass (0 for none), R squared, samples, error and plain error.
     [[nodiscard]] py::tuple Fit() const {
         const pansharp* library = Library();
         std::vector<pansharp_gains> found(job.multispectral.bands);
@@ -211,7 +213,7 @@ public:
                               detail.blur_r_squared, detail.samples, detail.error, detail.plain_error);
     }
 
-    /// Weights, that of the infrared band, R squared, samples, and why the weights are equal shares.
+    /// Weights, the infrared band's weight, R squared, samples, and why the weights are equal.
     [[nodiscard]] py::tuple FitWeights() const {
         const pansharp* library = Library();
         std::vector<double> found(job.multispectral.bands);
@@ -224,7 +226,8 @@ public:
                               std::string(fit.obstacle));
     }
 
-    /// Pixels of the collars of the three images. Only upsamples where it is told to: of pan the size counts.
+    /// Pixels of the collars of the three images. With `upsamples` nothing is fused, and only the size of pan
+    /// is used.
     [[nodiscard]] py::tuple Fuse(py::array out, std::optional<py::array> valid, std::uint32_t threads,
                                  const py::object& progress, bool upsamples) const {
         const pansharp* library = Library();
@@ -257,7 +260,7 @@ public:
         return py::make_tuple(used.collars[0], used.collars[1], used.collars[2]);
     }
 
-    /// Right, below, R squared, spread, windows and whether they agree; None where nothing tells a shift.
+    /// Right, below, R squared, spread, windows and whether they agree; None if no shift can be measured.
     /// Then the pixels of the collars of the three images.
     [[nodiscard]] py::tuple MeasureShift() const {
         const pansharp* library = Library();
@@ -277,8 +280,8 @@ public:
         return py::make_tuple(found, py::make_tuple(used.collars[0], used.collars[1], used.collars[2]));
     }
 
-    /// The pair one scale down: pan, the multispectral image and the truth with bands interleaved by pixel,
-    /// the mask of each, 0 without data, and the ratios across and down.
+    /// The pair one scale down: pan, the multispectral image and the truth, with bands interleaved by pixel;
+    /// the mask of each, 0 without data; and the ratios across and down.
     [[nodiscard]] py::tuple Reduce(const std::vector<double>& transfers, double panTransfer) const {
         const pansharp* library = Library();
         pansharp_reduction r{};
@@ -290,7 +293,7 @@ public:
                 return pansharp_reduce(library, &job, &r, error, bytes);
             });
         };
-        reduce(); // finds the sizes
+        reduce(); // first call: finds the sizes
         const auto image = [&](std::uint32_t rows, std::uint32_t columns, std::uint32_t count) {
             return py::array(pan.dtype(), std::vector<std::uint32_t>{rows, columns, count});
         };
@@ -312,8 +315,8 @@ public:
         return py::make_tuple(finer, finerMask, coarser, coarserMask, truth, truthMask, r.ratio_x, r.ratio_y);
     }
 
-    /// Of an image by the pair of the job, and of bilinear upsampling: what Tell gives; then the pixels of
-    /// the collars of pan and of the bands.
+    /// The quality of an image and of bilinear upsampling by the pair of the job, in the form of Tell; then
+    /// the pixels of the collars of pan and of the bands.
     [[nodiscard]] py::tuple AssessPair(const py::array& image, const Gaps& gaps,
                                        const std::vector<double>& transfers, double panTransfer, double ratio,
                                        std::uint32_t threads) const {
@@ -359,8 +362,8 @@ private:
     pansharp_job job{};
 };
 
-/// Of an image and a reference with their masks: pixels, mean Q, angle, ERGAS, and of each band bias, RMSE,
-/// PSNR, Q and spatial correlation.
+/// The quality of an image by a reference, each with its mask: pixels, mean Q, angle, ERGAS, and per band
+/// bias, RMSE, PSNR, Q and spatial correlation.
 py::tuple Assess(const py::array& image, const Gaps& imageGaps, const py::array& reference,
                  const Gaps& referenceGaps, double ratio) {
     pansharp_assessment a{};
@@ -377,7 +380,7 @@ py::tuple Assess(const py::array& image, const Gaps& imageGaps, const py::array&
     return py::make_tuple(a.pixels, a.q, a.sam, a.ergas, Tell(bands));
 }
 
-/// Of each method: keyword, summary, formula, advice, least bands, how many it fuses, whether it weighs
+/// Per method: keyword, summary, formula, advice, least bands, number of fused bands, and whether it weighs
 /// bands, compares pan with its low-pass, and is recommended.
 py::tuple Methods() {
     py::list methods;

@@ -9,45 +9,46 @@
 #include <new>
 #include <string>
 
-/// What both modules need of the interpreter.
+/// What both modules need from the interpreter.
 namespace python {
 
 namespace py = pybind11;
 
-/// Raises an exception of that type, which lives as long as its module.
+/// Raises an exception of this type, which lives as long as its module.
 [[noreturn]] inline void Raise(PyObject* type, const std::string& text) {
-    // Names of files may be of any bytes.
+    // File names may contain any bytes.
     PyObject* words = PyUnicode_DecodeUTF8(text.data(), static_cast<py::ssize_t>(text.size()), "replace");
     if (words) PyErr_SetObject(type, words);
     Py_XDECREF(words);
     throw py::error_already_set();
 }
 
-/// The class of the package of that name.
+/// The package's exception class Error.
 inline py::object ErrorClass() { return py::module_::import("pansharp._errors").attr("Error"); }
 
-/// Of the calls of a process.
+/// The state of all calls in a process.
 struct CallState {
-    std::mutex mutex; ///< guards what follows
+    std::mutex mutex; ///< guards the following members
     std::condition_variable changed;
     int count = 0;
     std::atomic<bool> isEnding = false;
 };
 
-/// Calls that have given up the interpreter's lock. Python ends a thread that wants it back while the process
-/// ends, by unwinding it, and no exception may leave the engine: so the process waits for them.
+/// Calls that have released the interpreter's lock. When the process ends, Python ends a thread that wants
+/// the lock back by unwinding it, but no exception may leave the engine. So the process waits for these
+/// calls.
 class Calls {
 public:
-    /// One of them, from before the lock is given up until it is back.
+    /// One such call, from before the lock is released until it is taken back.
     struct Running {
         Running() {
-            // What raises may wait for the interpreter's lock, so not under the mutex.
+            // Raising may wait for the interpreter's lock, so it must not happen under the mutex.
             if (!Begin()) Raise(ErrorClass().ptr(), "nothing is fused any more: the process ends");
         }
         Running(const Running&) = delete;
         Running& operator=(const Running&) = delete;
         ~Running() {
-            if (forks != forksBefore) return; // it counts in the parent
+            if (forks != forksBefore) return; // it is counted in the parent process
             const std::lock_guard lock(state.mutex);
             --state.count;
             state.changed.notify_all();
@@ -64,9 +65,9 @@ public:
     };
 
     static bool IsEnding() { return state.isEnding; }
-    /// How often the process was forked before it came to be.
+    /// How often the process was forked, counted over its ancestors.
     static unsigned Forks() { return forks; }
-    /// Has the process wait for calls when it ends. To be asked once by each module.
+    /// Makes the process wait for calls when it ends. Each module calls it once.
     static void WaitAtEnd() {
         py::module_::import("atexit").attr("register")(py::cpp_function(&Calls::End));
         const py::cpp_function forget(&Calls::Forget);
@@ -81,7 +82,7 @@ private:
         state.changed.wait(lock, [] { return state.count == 0; });
     }
 
-    /// In a process that was forked: the other threads stayed behind, and whatever they held.
+    /// In a forked process: the other threads, and whatever they held, stayed in the parent.
     static void Forget() {
         ++forks;
         new (&state) CallState; // the old one may be in use: it is not destroyed

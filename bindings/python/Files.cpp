@@ -1,5 +1,5 @@
-// The module pansharp._files: what the command does with files, by its options and without its texts. The
-// package turns what it is given into texts before it comes here, and reports into results or exceptions.
+// The module pansharp._files: what the command does with files, by its options but without printing. The
+// package converts arguments to texts before it calls this module, and reports to results or exceptions.
 
 #include "Calls.h"
 #include "Helper.h"
@@ -51,25 +51,25 @@ const cli::CommandEntry& FindCommand(const std::string& name) {
     return *command;
 }
 
-/// Key, value in the help, how many values it takes, whether it may be repeated, and the help itself.
+/// Key, placeholder of the value, number of values, whether it may be repeated, and help text.
 py::list OptionsOf(const std::string& command) {
     py::list listed;
     for (const cli::OptionEntry& option : FindCommand(command).options)
-        if (option.read) // the others are asked for by the command alone
+        if (option.read) // the others are used only by the command
             listed.append(py::make_tuple(std::string(option.Key()), std::string(option.value),
                                          option.CountValues(), option.repeatable, cli::HelpOf(option)));
     return listed;
 }
 
-/// Work on a thread of its own, while the one that asked for it listens: it alone calls Python, and takes
-/// Ctrl-C even while nothing is told.
+/// Runs work on a thread of its own while the calling thread listens. Only the calling thread calls Python,
+/// and it handles Ctrl-C even when nothing is reported.
 class Watched {
 public:
-    /// Both may be None.
+    /// Both functions may be None.
     Watched(const py::object& progressFunction, const py::object& warnFunction)
         : progress(progressFunction), warn(warnFunction) {}
 
-    /// Raises what the functions raise, once the work has stopped.
+    /// Raises what the functions raise, after the work has stopped.
     void Run(const std::function<void(cli::Arguments&)>& work, cli::Arguments& request) {
         request.progress = [this](double fraction) { return Progress(fraction); };
         request.warn = [this](const std::string& text) { Warn(text); };
@@ -96,7 +96,7 @@ private:
         std::unique_lock lock(mutex);
         done = fraction;
         changed.notify_all();
-        // The output appears after the last report: what that raises has to come first.
+        // The output appears after the last report, so an exception raised by that report must arrive first.
         if (fraction >= 1.0) changed.wait(lock, [this] { return !done && !isTelling; });
         return !isCancelled;
     }
@@ -107,9 +107,9 @@ private:
         changed.notify_all();
     }
 
-    /// Until the work has ended and all is told.
+    /// Until the work has ended and everything has been reported.
     void Listen() {
-        constexpr std::chrono::milliseconds interval{50}; // after which signals are looked for
+        constexpr std::chrono::milliseconds interval{50}; // between checks for signals
         std::unique_lock lock(mutex);
         for (bool more = true; more;) {
             changed.wait_for(lock, interval, [this] { return isDone || done || !warnings.empty(); });
@@ -144,17 +144,17 @@ private:
 
     const py::object& progress;
     const py::object& warn;
-    std::exception_ptr thrown, failure; ///< by Python, by the work
-    std::mutex mutex;                   ///< guards what follows
+    std::exception_ptr thrown, failure; ///< from Python, from the work
+    std::mutex mutex;                   ///< guards the following members
     std::condition_variable changed;
-    std::optional<double> done; ///< not told yet
+    std::optional<double> done; ///< not yet reported
     std::deque<std::string> warnings;
     bool isDone = false;
     bool isTelling = false;
     bool isCancelled = false;
 };
 
-/// What `call` makes, or what the command prints when it is asked for something that cannot be.
+/// The result of `call`; for an invalid request, what the command would print.
 std::string Reporting(const std::string& command, const std::function<std::string()>& call) {
     Status status;
     try {
@@ -193,10 +193,10 @@ std::string Info(const Files& files, Options options) {
     });
 }
 
-/// A scene of a batch: the list and its line, or none; files, output, options; and why it is none.
+/// A scene of a batch: the list and its line, if any; files, output, options; and the fault of the line.
 using BatchEntry = std::tuple<std::string, std::size_t, Files, std::string, Options, std::string>;
 
-/// Those of lists and products, with options that hold for all.
+/// The scenes of lists and products, with options that apply to all.
 std::vector<BatchEntry> BatchScenes(const Files& names, Options options) {
     std::vector<BatchEntry> entries;
     try {
@@ -210,8 +210,8 @@ std::vector<BatchEntry> BatchScenes(const Files& names, Options options) {
     return entries;
 }
 
-/// The line of a scene that was made, skipped or failed. `done` is the line of an earlier run, or empty;
-/// `isOwn` tells that what has the name of the output already was made by this batch.
+/// The result line of a scene: made, skipped or failed. `done` is the line of an earlier run, or empty.
+/// `isOwn` tells that an existing file with the output's name was made by this batch.
 std::string RunBatchScene(const BatchEntry& entry, const std::string& folder, double timeLimit,
                           const std::string& done, bool isOwn, const py::object& progress) {
     const auto& [list, line, files, output, options, fault] = entry;
@@ -232,7 +232,7 @@ std::string RunBatchScene(const BatchEntry& entry, const std::string& folder, do
     return result;
 }
 
-/// The results of a batch, with lines as texts, until they are closed.
+/// The results of a batch, with lines as texts, until closed.
 class Results {
 public:
     explicit Results(const std::string& file) {
@@ -281,12 +281,12 @@ std::string JsonOf(const Status& status) {
     return cli::PrintJson(object);
 }
 
-/// A sharpened scene that is open. May be read by several threads.
+/// An open sharpened scene. Several threads may read it.
 class Dataset {
 public:
     explicit Dataset(std::shared_ptr<const rasterhost::SharpenedDataset> open) : scene(std::move(open)) {}
 
-    /// The dataset, or the report of what failed.
+    /// The dataset, or a report of the failure.
     static std::pair<std::unique_ptr<Dataset>, std::string>
     Open(const Files& files, Options options, std::size_t threads, const py::object& warn) {
         std::unique_ptr<Dataset> dataset;
@@ -306,8 +306,8 @@ public:
         return {std::move(dataset), std::move(report)};
     }
 
-    /// `window` is first column and row, then those past the last; `out` has the axes band, row, column.
-    /// Empty, or the report of what failed.
+    /// `window` is the first column and row, then the ends; `out` has the axes band, row, column. Returns an
+    /// empty text, or a report of the failure.
     std::string Read(const std::array<std::uint32_t, 4>& window, const std::vector<std::uint32_t>& bands,
                      py::array out, std::optional<py::array_t<std::uint8_t, py::array::c_style>> mask) const {
         const auto size = [&](int axis) { return static_cast<std::uint32_t>(out.shape(axis)); };
@@ -318,7 +318,7 @@ public:
         Status status;
         bool isRead = false;
         {
-            const auto kept = scene; // it may be closed meanwhile
+            const auto kept = scene; // it may be closed during the call
             const Calls::Running call;
             const py::gil_scoped_release released;
             isRead = kept->Read({window[0], window[1], window[2], window[3]}, columns, rows, bands, target,
@@ -327,7 +327,7 @@ public:
         return isRead ? std::string() : JsonOf(status);
     }
 
-    /// What there is to be known of it, as rasterio would have it.
+    /// Everything known of it, in the form of rasterio.
     [[nodiscard]] py::dict Describe() const {
         const rasterhost::SceneOutput output =
             rasterhost::DescribeResult(scene->GetPair().GetScene(), scene->GetFusion().rules);

@@ -9,17 +9,17 @@
 
 namespace python {
 
-/// A thread that works for the one that needed it first, one work after the other. What libraries keep for
-/// each thread stays between them, such as what PROJ has read of its database: half of what a small window
-/// costs.
+/// A thread that works for the thread that first needed it, one job after another. Libraries keep data per
+/// thread, such as what PROJ has read of its database; reusing the thread keeps it. Reading it anew is half
+/// the cost of a small window.
 class Helper {
 public:
-    /// Has a thread do the work while the calling one does something else, and waits for both. Neither may
+    /// Runs `work` on the helper while the calling thread runs `meanwhile`, and waits for both. Neither may
     /// throw.
     static void Run(const std::function<void()>& work, const std::function<void()>& meanwhile) {
         thread_local Owner owner;
         Helper& helper = owner.Get();
-        if (helper.isBusy) { // the calling thread comes from its own `meanwhile`
+        if (helper.isBusy) { // called from within `meanwhile`
             std::thread another(work);
             meanwhile();
             another.join();
@@ -31,7 +31,7 @@ public:
     }
 
 private:
-    /// In a process that was forked the helper stayed behind: it is neither used nor ended there.
+    /// In a forked process the helper stayed in the parent: it is neither used nor ended.
     struct Owner {
         Owner() = default;
         Owner(const Owner&) = delete;
@@ -85,11 +85,11 @@ private:
 
     const unsigned forks = Calls::Forks();
     bool isBusy = false; ///< used by the owning thread only
-    std::mutex mutex;    ///< guards what follows
+    std::mutex mutex;    ///< guards the following members
     std::condition_variable changed;
     const std::function<void()>* work = nullptr;
     bool isEnding = false;
-    std::thread thread; ///< last: it uses all of these
+    std::thread thread; ///< last, since it uses all of these
 };
 
 } // namespace python

@@ -1,18 +1,18 @@
-"""Pan-sharpening of numpy arrays and of files, by the plug-in that the command ``pansharp`` runs.
+"""Pan-sharpening of numpy arrays and of files, with the plug-in that the command ``pansharp`` uses.
 
     sharp = pansharp.fuse(pan, ms)
 
-and of files, where the library of GDAL is installed:
+and of files, if GDAL's library is installed:
 
     pansharp.sharpen("pan.tif", "ms.tif", "sharp.tif")
     with pansharp.open("pan.tif", "ms.tif") as scene:
         part = scene.read(window=((0, 256), (0, 256)))
 
 Images are arrays of ``numpy.uint8`` or ``numpy.uint16``, all of one scene of the same type: pan with the axes (row, column), the
-multispectral image with (band, row, column). Arrays are read and written where they lie, whatever their strides. Several
-threads may call at once; the interpreter's lock is free while the engine works.
+multispectral image with (band, row, column). Arrays are read and written in place, whatever their strides. Several threads may
+call at once; the interpreter's lock is free while the engine works.
 
-Wrong arguments raise ``TypeError`` or ``ValueError``; what goes wrong beyond them is a ``pansharp.Error``. Both say what to do.
+Wrong arguments raise ``TypeError`` or ``ValueError``; all other failures raise ``pansharp.Error``. Both say what to do.
 """
 
 from __future__ import annotations
@@ -43,48 +43,50 @@ __version__ = _arrays.version
 
 @dataclass(frozen=True)
 class Fit:
-    """How pan's detail comes into the bands of a scene, as `fit` found it."""
+    """How pan's detail is added to the bands of a scene, as `fit` found it."""
 
     method: str
-    """The method that it was found for."""
+    """The method that the fit is for."""
     transfer: float | None = None
-    """Modulation transfer of the multispectral sensor at the Nyquist frequency of its pixels, 0.05 to 0.9. None for a method that weighs bands."""
+    """Modulation transfer of the multispectral sensor at the Nyquist frequency of its pixels, 0.05 to 0.9. None for a method that weighs
+    bands."""
     gains: tuple[tuple[float, float], ...] = ()
-    """For each band a share of the detail, and a share of the detail times the band's ratio to pan's low-pass. Empty likewise."""
+    """Per band: a share of the detail, and a share of the detail times the band's ratio to pan's low-pass. Empty for a method that
+    weighs bands."""
     low_pass_mean: float | None = None
-    """Mean of pan's low-pass, in units of the samples; 0 where no pixel tells it. None likewise."""
+    """Mean of pan's low-pass, in DN; 0 if no pixel gives one. None for a method that weighs bands."""
     weights: tuple[float, ...] = ()
     """Share of each band in pan, for a method that weighs bands; else empty."""
     infrared_weight: float | None = None
-    """That of the infrared band, if there is one."""
+    """Share of the infrared band, if there is one."""
     r_squared: float | None = None
-    """How well the bands make up pan or its low-pass, 1 at best. Below 0.5 the transfer is the usual 0.3; weights below 0.8 make up pan
-    badly. None when the transfer was given."""
+    """R² of pan, or of its low-pass, as a weighted sum of the bands; 1 is perfect. Below 0.5 the default transfer 0.3 is used; weights
+    below 0.8 represent pan poorly. None if the transfer was given."""
     samples: int = 0
-    """Pixels that weights, or gains one scale down, were fitted to or are judged by."""
+    """Pixels that weights were fitted to, or pixels one scale down that gains were fitted to or are judged by."""
     error: float | None = None
-    """ERGAS one scale down, where the truth is known, of the fused image. None when too few samples, or black ones, tell nothing."""
+    """ERGAS of the fused image one scale down, where the truth is known. None if there are too few samples, or only black ones."""
     plain_error: float | None = None
-    """The same for mere upsampling."""
+    """The same for upsampling without fusing."""
 
 
 class Method(str):
-    """Keyword of a method, with what the plug-in says of it."""
+    """Keyword of a method, with the plug-in's description of it."""
 
     summary: str
     formula: str
-    """Of a pixel of a band."""
+    """Of one output sample."""
     advice: str
-    """When to take it."""
+    """When to use it."""
     minimum_bands: int
     fused_bands: int
-    """How many bands it fuses, the first ones; 0: all."""
+    """How many bands it fuses: the first ones; 0: all."""
     weighs_bands: bool
-    """True where bands have weights, their shares in pan."""
+    """True if the method has weights, the shares of the bands in pan."""
     uses_low_pass: bool
-    """True where pan is compared with its low-pass: blur and gains are fitted."""
+    """True if it compares pan with its low-pass: blur and gains are then fitted."""
     recommended: bool
-    """True for the one that is taken without any other."""
+    """True for the method that is used by default."""
 
     def __new__(cls, keyword: str, *told: Any) -> Method:
         method = super().__new__(cls, keyword)
@@ -95,12 +97,12 @@ class Method(str):
 
 @functools.lru_cache(None)
 def methods() -> tuple[Method, ...]:
-    """Keywords of the methods that the plug-in has, such as ``"KOVA"``, each with what there is to be known of it."""
+    """Keywords of the plug-in's methods, such as ``"KOVA"``, each with its description."""
     return tuple(Method(*told) for told in _arrays.methods())
 
 
 def find_method(method: str | None = None, weighs: bool = False) -> Method:
-    """The one that is named, in any letter case; else the recommended one, or the first where bands are to be weighed."""
+    """The named method, in any letter case; else the recommended one, or the first if bands are to be weighed."""
     wanted = _checks.method(method)
     for known in methods():
         if known.lower() == wanted.lower() if wanted else weighs or known.recommended:
@@ -148,11 +150,11 @@ def fit(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, *, method: str 
         offset: tuple[float, float] | None = None, infrared_pixel_size: float | tuple[float, float] | None = None,
         infrared_offset: tuple[float, float] | None = None, shift: tuple[float, float] | str | None = None, nodata: NoData = None,
         bits: int | None = None) -> Fit:
-    """Finds what `fuse` finds before it fuses; for scenes that are fused in parts: blur and gains, or weights, as the method has them.
+    """Finds what `fuse` finds before it fuses, for scenes that are fused in parts: blur and gains, or weights, depending on the method.
 
-    The arguments are those of `fuse`; `bands` are those that the errors are of.
+    The arguments are those of `fuse`; the errors are judged on `bands`.
 
-    Raises ValueError for a method that has neither: there is nothing to fit then. Warns where no weights can be fitted.
+    Raises ValueError for a method with nothing to fit. Warns if no weights can be fitted.
     """
     chosen = find_method(method, infrared is not None)
     offset, infrared_offset = moved(shift, pan, ms, pixel_size, offset, nodata, bits, infrared, infrared_pixel_size, infrared_offset)
@@ -180,41 +182,42 @@ def fuse(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, method: str | 
          infrared_offset: tuple[float, float] | None = None, shift: tuple[float, float] | str | None = None,
          nodata: NoData = None, bits: int | None = None, masked: bool | None = None, out: numpy.ndarray | None = None, threads: int = 0,
          progress: Callable[[int, int], object] | None = None) -> numpy.ndarray:
-    """Fuses a sharp image of one band with a coarse one of several: (band, row, column) on the pixels of pan.
+    """Fuses a sharp image of one band with a coarse one of several. Returns (band, row, column) on the pixels of pan.
 
-    Without further arguments, and with a method alone, the samples are those of ``pansharp sharpen`` for such files.
+    Without further arguments, and with a method alone, the samples equal those of ``pansharp sharpen`` for such files.
 
-    Images may be masked arrays. Masked pixels have no data: they take no part in anything, and the result has none where pan or all
-    pixels beneath have none. Its samples there are the value for no data, or 0.
+    Images may be masked arrays. Masked pixels have no data: they take no part in anything. A pixel of the result has no data if pan
+    has none there, or if all the coarse pixels under it have none. Its samples are then the value for no data, or 0.
 
     pan: (row, column), or (1, row, column).
-    ms: (band, row, column), of the same ground unless it is placed.
+    ms: (band, row, column). It shows the same ground as pan unless pixel_size or offset is given.
     method: one of `methods()` in any letter case. None: that of `fit`, or the recommended one; with weights or infrared the first.
     weights: share of each band of ms in pan, or "equal". None: fitted. Methods that fit gains take none.
     infrared: one more band, (row, column), which takes part in the weighted sum and is not written.
-    infrared_weight: its share; needed with `weights`.
-    fit: what `fit` found in the whole scene, in the place of what would be fitted to these arrays.
-    gains, transfer, low_pass_mean: as in `Fit`; each goes before what `fit` has, as `weights` do. None: fitted or measured.
+    infrared_weight: its share; required with `weights`.
+    fit: what `fit` found in the whole scene, used instead of fitting to these arrays.
+    gains, transfer, low_pass_mean: as in `Fit`. They override `fit`, and so do `weights`. None: fitted or measured.
     resampling: "cubic" or "bilinear".
     bands: bands of ms to write, counted from 1, in any order. None: all that the method fuses.
-    pixel_size: width and height of a pixel of ms in pan pixels, or one number for both, 1 or more. None: by the shapes.
-    offset: column and row of ms, fractions too, on which the upper left corner of pan lies. None: 0 and 0.
-    infrared_pixel_size, infrared_offset: the same of infrared.
-    shift: how far the content of ms is displaced to the right and down, in pixels of ms; it is taken back. "auto": as `measure_shift`
-        finds it, where that is agreed. Pan must not reach more than one pixel of ms beyond ms then.
-    nodata: the sample that means no data, of all images or as a pair of that of pan and that of ms. A result that equals it becomes
-        the next value. Zeros along the edge of an image, when they are many, are taken as no data, too, with a warning; but not with
+    pixel_size: width and height of a pixel of ms in pan pixels, or one number for both, 1 or more. None: from the shapes.
+    offset: column and row of ms at the upper left corner of pan; fractions are allowed. None: 0 and 0.
+    infrared_pixel_size, infrared_offset: the same for infrared.
+    shift: how far the content of ms is displaced to the right and down, in pixels of ms; this is corrected. "auto": as
+        `measure_shift` finds it, if the windows agree. Pan must then not reach more than one pixel of ms beyond ms.
+    nodata: the sample that means no data, for all images, or a pair: that of pan and that of ms. A result with this value becomes the
+        next value. If many pixels along the edge of an image are zero, they count as no data too, with a warning; but not with
         `fit`, since parts of a scene have edges of their own. False: every sample is data.
-    bits: that samples of 16 bits use, 9 to 16. Samples at the largest such value are saturated: no fit uses them, and no result is
+    bits: bits that 16-bit samples use, 9 to 16. Samples at the largest such value are saturated: no fit uses them, and no result is
         larger. None: all.
-    masked: True for a masked array, False for a plain one. None: as pan and ms are.
-    out: array to write into, of any strides, which is returned, or is the data of the masked array that is returned. It may not lie
-        within the memory of an image.
-    threads: how many share the work. 0: one per processor.
-    progress: called with (rows done, rows) in the calling thread. What it raises cancels and comes out of `fuse`; `out` may be written in part.
+    masked: True for a masked array, False for a plain one. None: masked if any image is.
+    out: array to write into, of any strides. It is returned, or is the data of the returned masked array. It must not overlap an
+        image.
+    threads: number of threads. 0: one per processor.
+    progress: called with (rows done, rows) in the calling thread. An exception that it raises cancels and is passed on; `out` may then
+        be partly written.
 
-    Raises TypeError and ValueError for arguments that contradict each other, before anything is written; pansharp.Error for what goes
-    wrong later; KeyboardInterrupt when the user interrupts. Warns where no weights can be fitted.
+    Raises TypeError and ValueError for wrong arguments, before anything is written; pansharp.Error for later failures;
+    KeyboardInterrupt when the user interrupts. Warns if no weights can be fitted.
     """
     if fit is not None:
         if not isinstance(fit, Fit):
@@ -246,7 +249,7 @@ def fuse(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, method: str | 
 
 def _run(work: _arrays.Job, images: Sequence[tuple[str, Any]], result: numpy.ndarray, masked: bool | None, threads: int, tell: Any,
          upsamples: bool) -> numpy.ndarray:
-    """Fills the result, and warns of collars as the caller's caller would."""
+    """Fills the result, and issues warnings about collars at the caller's caller."""
     if masked is None:
         masked = any(isinstance(image, numpy.ma.MaskedArray) for _, image in images)
     valid = numpy.empty(result.shape[1:], numpy.uint8) if masked else None
@@ -258,7 +261,7 @@ def upsample(ms: numpy.typing.ArrayLike, shape: tuple[int, int], *, resampling: 
              pixel_size: float | tuple[float, float] | None = None, offset: tuple[float, float] | None = None, nodata: NoData = None,
              masked: bool | None = None, out: numpy.ndarray | None = None, threads: int = 0,
              progress: Callable[[int, int], object] | None = None) -> numpy.ndarray:
-    """Brings a coarse image onto the pixels of pan, whose (rows, columns) are `shape`: what fusing adds detail to.
+    """Upsamples a coarse image to the pixels of pan, without fusing. `shape` is pan's (rows, columns).
 
     The other arguments are those of `fuse`. Zeros along the edge are data unless `nodata` or a mask says otherwise.
     """
@@ -276,17 +279,17 @@ def compare(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, truth: nump
             resampling: str = "cubic", bands: Sequence[int] | None = None, pixel_size: float | tuple[float, float] | None = None,
             offset: tuple[float, float] | None = None, nodata: NoData = None, bits: int | None = None,
             transfer: float | Sequence[float] | None = None, pan_transfer: float | None = None, threads: int = 0) -> dict[str, Quality]:
-    """Fuses by each method and judges the results by the truth: which method suits these images?
+    """Fuses with each method and judges the results by the truth, to find the method that suits these images.
 
-    The first entry, "upsampled", is the bands without pan. A method that fuses only the first bands is judged by those of `bands` that
-    it fuses; one that fuses none of them, or needs more bands than ms has, is left out. All are judged by the same pixels: those that
-    have data in every result and in the truth.
+    The first entry, "upsampled", is the bands without pan. A method that fuses only the first bands is judged on those of `bands` that
+    it fuses. It is left out if it fuses none of them, or needs more bands than ms has. All are judged on the same pixels: those with
+    data in every result and in the truth.
 
-    truth: the pixels of pan and the bands of ms. None: the pair is judged one scale down, where ms itself is the truth, as by
-        ``pansharp compare``, whose rows of fitted weights these are.
-    weights: "equal" for equal weights in the place of fitted ones.
-    transfer, pan_transfer: as in `assess`; the blur by which a pair without truth is brought one scale down.
-    The other arguments are those of `fuse`; `pixel_size` gives the ratio for ERGAS, too.
+    truth: an image with the pixels of pan and the bands of ms. None: the pair is judged one scale down, where ms itself is the truth,
+        like the rows with fitted weights of ``pansharp compare``.
+    weights: "equal" for equal weights instead of fitted ones.
+    transfer, pan_transfer: as in `assess`; the blur that degrades a pair without truth.
+    The other arguments are those of `fuse`; `pixel_size` also gives the ratio for ERGAS.
     """
     if weights not in (None, "equal"):
         raise ValueError(f"weights is {weights!r}; give 'equal', or None to have them fitted")

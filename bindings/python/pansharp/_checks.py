@@ -1,4 +1,5 @@
-"""What arguments have to be. Each function gives the argument as the module _arrays takes it, or says what to do."""
+"""Checks of arguments. Each function returns the argument in the form that the module _arrays takes, or raises an exception that says
+what to do."""
 
 from __future__ import annotations
 
@@ -11,13 +12,13 @@ from typing import Any, Union
 import numpy
 
 NoData = Union[int, bool, None, "tuple[int | bool | None, int | bool | None]"]
-"""A value that means no data, or that of pan and that of the bands; False for none, None for what the command does."""
+"""A value for no data, or a pair of those of pan and of the bands; False for none, None for the command's default."""
 
 _RESAMPLINGS = {"bilinear": 1, "cubic": 2}
 
 
 def image(name: str, given: Any, axes: str) -> numpy.ndarray:
-    """The array with the axes band, row, column. What is an array already is not copied."""
+    """The array with the axes band, row, column. An array is not copied."""
     array = numpy.asarray(given.data if isinstance(given, numpy.ma.MaskedArray) else given)
     if array.dtype not in (numpy.uint8, numpy.uint16):
         raise TypeError(f"{name} has samples of {array.dtype}; {_advice(name, array.dtype)}")
@@ -27,7 +28,7 @@ def image(name: str, given: Any, axes: str) -> numpy.ndarray:
         raise ValueError(f"{name} has the shape {numpy.shape(given)}; its axes must be {axes}")
     if array.size == 0:
         raise ValueError(f"{name} has the shape {array.shape}, so it has no samples")
-    # An axis without a stride repeats one sample: the engine wants each at a place of its own.
+    # An axis with stride 0 repeats one sample, but the engine needs each sample at its own address.
     return array.copy() if _repeats(array) else array
 
 
@@ -37,7 +38,7 @@ no_place = (0.0, 0.0, 0.0, 0.0)
 
 
 def gaps(given: Any, array: numpy.ndarray, nodata: int | bool | None, looks: bool) -> tuple[numpy.ndarray | None, int, int]:
-    """What of an image has no data: its mask, as bytes of 0 without data; the rules of the engine; the value for no data."""
+    """What of an image has no data: its mask in bytes, 0 for no data; the rules for the engine; and the value for no data."""
     rules = 0 if nodata is False else (_COLLAR if looks else 0) | (0 if nodata is None else _VALUE)
     value = 0 if nodata is None or nodata is False else int(nodata)
     if not isinstance(given, numpy.ma.MaskedArray):
@@ -51,7 +52,7 @@ def gaps(given: Any, array: numpy.ndarray, nodata: int | bool | None, looks: boo
 
 
 def nodata(given: Any, dtype: numpy.dtype) -> tuple[int | bool | None, int | bool | None]:
-    """The value of pan and that of the bands; None for none, False where every sample is data."""
+    """The values of pan and of the bands; None for none, False if every sample is data."""
     of_pan, of_ms = items("nodata", given, 2) if isinstance(given, (tuple, list)) else (given, given)
     return _no_data(of_pan, dtype), _no_data(of_ms, dtype)
 
@@ -66,7 +67,7 @@ def _no_data(given: Any, dtype: numpy.dtype) -> int | bool | None:
 
 
 def bits(given: Any, dtype: numpy.dtype) -> int:
-    """0 for all."""
+    """The number of bits; 0 for all."""
     count = 0 if given is None else _whole("bits", given)
     if given is not None and not (dtype == numpy.uint16 and 9 <= count <= 16):
         raise ValueError(f"bits is {given!r}; give 9 to 16 for samples of numpy.uint16, or None for all")
@@ -96,10 +97,10 @@ def same_depth(pan: numpy.ndarray, **others: numpy.ndarray | None) -> None:
 
 def placement(name: str, array: numpy.ndarray, pan: numpy.ndarray, pixel_size: Any, offset: Any,
               prefix: str = "") -> tuple[float, ...]:
-    """Pixel width and height in pan pixels and the column and row of the image on which pan's corner lies; 0 for the usual."""
+    """Pixel width and height in pan pixels, and column and row of the image at pan's corner; 0 for the default."""
     if pixel_size is None:
         across, down = (pan.shape[axis] / array.shape[axis] for axis in (2, 1))
-        # The axes of an image are exchanged more often than its pixels are so far from squares.
+        # Swapped axes are more likely than pixels so far from square.
         if min(across, down) >= 1 and max(across, down) > 2 * min(across, down):
             raise ValueError(f"with the shapes {pan.shape[1:]} of pan and {array.shape} of {name}, a pixel of {name} is {across:g} pan "
                              f"pixels wide and {down:g} high; its axes must be (band, row, column), which numpy.moveaxis("
@@ -113,12 +114,12 @@ def placement(name: str, array: numpy.ndarray, pan: numpy.ndarray, pixel_size: A
 
 
 def size(pixel_size: Any, fine: tuple[int, ...], coarse: tuple[int, ...]) -> tuple[float, float]:
-    """Width and height of a coarse pixel in fine ones, of images with these shapes."""
+    """Width and height of a coarse pixel in fine pixels, by the shapes of the images."""
     return (fine[-1] / coarse[-1], fine[-2] / coarse[-2]) if pixel_size is None else pair("pixel_size", pixel_size)
 
 
 def number(name: str, given: Any) -> float:
-    if type(given) is float and math.isfinite(given):  # most are: small calls spend their time on these checks
+    if type(given) is float and math.isfinite(given):  # the usual case: these checks dominate the time of small calls
         return given
     if not isinstance(given, numbers.Real):
         raise TypeError(f"{name} is {given!r}, which is not a number")
@@ -132,7 +133,7 @@ def number(name: str, given: Any) -> float:
 
 
 def above_zero(name: str, given: Any, none: str = "to have it fitted") -> float:
-    """0 for None, which stands for what the engine finds itself; `none` says what None is given for."""
+    """0 for None, which means that the engine finds the value itself; `none` says in the message what None is for."""
     value = 0.0 if given is None else number(name, given)
     if given is not None and value <= 0:
         raise ValueError(f"{name} is {given!r}; give a number above 0, or None {none}")
@@ -140,7 +141,7 @@ def above_zero(name: str, given: Any, none: str = "to have it fitted") -> float:
 
 
 def mean(name: str, given: Any) -> float | None:
-    """0 says that there is none."""
+    """0 means that there is none."""
     value = None if given is None else number(name, given)
     if value is not None and value < 0:
         raise ValueError(f"{name} is {given!r}; give a number above 0, 0 where there is none, or None to have it measured")
@@ -156,7 +157,7 @@ def shape(given: Any) -> tuple[int, int]:
 
 
 def pair(name: str, given: Any) -> tuple[float, float]:
-    """A number stands for both."""
+    """One number stands for both."""
     if isinstance(given, numbers.Real):
         return number(name, given), number(name, given)
     across, down = items(name, given, 2)
@@ -174,12 +175,12 @@ def items(name: str, given: Any, count: int | None = None) -> tuple[Any, ...]:
 
 
 def weights(given: Any) -> tuple[float, ...]:
-    """Nothing for equal shares."""
+    """Empty for equal shares."""
     return () if given is None or (isinstance(given, str) and given == "equal") else tuple(number(f"weights[{i}]", item) for i, item in enumerate(items("weights", given)))
 
 
 def transfers(given: Any) -> tuple[float, ...]:
-    """Of each band, or one for all; nothing for the usual."""
+    """One per band, or one for all; empty for the default."""
     return () if given is None else tuple(number("transfer", item) for item in (items("transfer", given) if isinstance(given, Iterable) else (given,)))
 
 
@@ -235,7 +236,7 @@ def callback(given: Any) -> Any:
 
 
 def output(out: Any, shape: tuple[int, ...], dtype: numpy.dtype) -> numpy.ndarray:
-    """`out`, or a new array where it is None."""
+    """`out`, or a new array if it is None."""
     if out is None:
         return numpy.empty(shape, dtype)
     if not isinstance(out, numpy.ndarray) or isinstance(out, numpy.ma.MaskedArray):

@@ -1,4 +1,4 @@
-"""What can go wrong beside wrong arguments, and what is warned of."""
+"""Exceptions other than for wrong arguments, and warnings."""
 
 from __future__ import annotations
 
@@ -12,27 +12,27 @@ import numpy
 
 @dataclass(frozen=True)
 class Item:
-    """One thing that the engine says of a failure. The first says what to do."""
+    """One item of the engine's report of a failure. The first item says what to do."""
 
     id: str
-    """Six hexadecimal digits; docs/process.md lists them. "000000" for an option that cannot be."""
+    """Six hexadecimal digits; docs/process.md lists them. "000000" for an invalid option."""
     message: str
     source: str
-    """The part of the engine that says so."""
+    """The part of the engine that reports it."""
     details: str
 
 
 class Error(Exception):
-    """What went wrong, with what to do."""
+    """A failure, with what to do about it."""
 
     items: tuple[Item, ...] = ()
-    """What the engine says of it; empty where arrays are fused, whose exceptions have it in their text."""
+    """The engine's report; empty for failures with arrays, whose exceptions have it in their text."""
     report: dict[str, Any] | None = None
-    """What ``--json`` prints of such a run; None for arrays."""
+    """What ``--json`` prints for such a run; None for arrays."""
 
 
 class ArgumentError(Error, ValueError):
-    """Options that contradict each other, or cannot be as they are."""
+    """Options that contradict each other or are invalid."""
 
 
 class InputError(Error):
@@ -44,7 +44,7 @@ class OutputError(Error):
 
 
 class PansharpWarning(UserWarning):
-    """What the engine warns of: the work goes on, and the result may not be what was wanted."""
+    """A warning of the engine: the work continues, but the result may not be what was intended."""
 
 
 _KINDS = {"00B020": ArgumentError, "00B021": ArgumentError, "00B022": ArgumentError, "00B101": ArgumentError, "00B102": InputError,
@@ -52,7 +52,7 @@ _KINDS = {"00B020": ArgumentError, "00B021": ArgumentError, "00B022": ArgumentEr
 
 
 def of_report(report: dict[str, Any]) -> Error:
-    """The exception that says what a report does."""
+    """The exception for a report."""
     items = tuple(Item(**item) for item in report["status"])
     lines = [line for item in items for line in (item.message, item.details) if line]
     wrong_options = report["exit_code"] == 2
@@ -64,7 +64,7 @@ def of_report(report: dict[str, Any]) -> Error:
 
 
 def warn_of_collars(images: Sequence[tuple[str, Any]], collars: Sequence[int], stacklevel: int) -> None:
-    """Of each image its name, itself, and the pixels of the collar that was found."""
+    """Per image: its name, the image, and the number of pixels of the collar found."""
     for (name, image), collar in zip(images, collars):
         if collar:
             rows, columns = numpy.shape(image)[-2:]

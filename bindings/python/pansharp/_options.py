@@ -1,4 +1,4 @@
-"""Options of the command as keyword arguments: ``no_nodata=True`` for ``--no-nodata``, by the command's own table of options."""
+"""Options of the command as keyword arguments: ``no_nodata=True`` for ``--no-nodata``, from the command's own table of options."""
 
 from __future__ import annotations
 
@@ -14,7 +14,7 @@ from typing import Any
 
 from . import _arrays, _errors
 
-# What Python has in other ways: an argument, the result, exceptions, warnings.
+# Options that Python replaces: by an argument, the result, exceptions or warnings.
 _OTHERWISE = {"--output", "--json", "--quiet", "--verbose", "--status-xml"}
 
 
@@ -32,7 +32,7 @@ class _Option:
 
 
 def engine() -> Any:
-    """The module for files. Raises ImportError where it, or what it needs, is missing."""
+    """The module for files. Raises ImportError if it, or a library that it needs, is missing."""
     try:
         from . import _files
     except ImportError as error:
@@ -43,13 +43,13 @@ def engine() -> Any:
 
 @functools.lru_cache(None)
 def table(command: str) -> dict[str, _Option]:
-    """The options of a command by their keywords."""
+    """The options of a command by keyword."""
     known = (_Option(*entry) for entry in engine().options(command))
     return {option.keyword: option for option in known if option.key not in _OTHERWISE}
 
 
 def options(command: str = "sharpen") -> dict[str, str]:
-    """Keywords of the options that `sharpen`, `info` or `open` takes, each with what it does.
+    """Keywords of the options that `sharpen`, `info` or `open` takes, each with its description.
 
     They are those of the command, with "_" for "-": ``bbox=(1, 2, 3, 4)`` for ``--bbox 1 2 3 4``, ``weights=(0.5, 0.5)`` for
     ``--weights 0.5,0.5``, ``gains=[(1, 0), (0, 1)]`` for ``--gains 1:0,0:1``, ``co={"COMPRESS": "LZW"}`` for ``--co COMPRESS=LZW``,
@@ -60,7 +60,7 @@ def options(command: str = "sharpen") -> dict[str, str]:
 
 
 def _single(given: Any) -> str:
-    """A number, a name or a path as the command takes it."""
+    """A number, a name or a path in the form of the command line."""
     if isinstance(given, bool):
         return "YES" if given else "NO"
     if isinstance(given, (str, os.PathLike)):
@@ -111,7 +111,7 @@ def _values(option: _Option, given: Any) -> list[str]:
 
 
 def texts(command: str, given: dict[str, Any]) -> dict[str, list[str]]:
-    """What the engine takes, by the long forms of the options."""
+    """The options for the engine, by their long forms."""
     known = table(command)
     found = {}
     for keyword, value in given.items():
@@ -131,7 +131,7 @@ def texts(command: str, given: dict[str, Any]) -> dict[str, list[str]]:
 
 
 def spoken(text: str) -> str:
-    """A text of the command in the words of this package."""
+    """A text of the command, with option names as keywords of this package."""
     text = re.sub(r"'pansharp (\w+) --help'", r"pansharp.options('\1')", text)
     keys = {option.key: option for option in table("sharpen").values()}
     def keyword(found: re.Match[str]) -> str:
@@ -141,7 +141,7 @@ def spoken(text: str) -> str:
 
 
 def result(report: str) -> dict[str, Any]:
-    """The report of a run that went well; raises the exception of one that did not."""
+    """The report of a successful run; raises the exception of a failed one."""
     found = json.loads(report)
     for item in found["status"]:
         item.update(message=spoken(item["message"]), details=spoken(item["details"]))

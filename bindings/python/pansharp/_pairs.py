@@ -1,4 +1,4 @@
-"""What is asked of a pair before it is fused."""
+"""Measurements of a pair before it is fused."""
 
 from __future__ import annotations
 
@@ -15,25 +15,25 @@ from ._errors import PansharpWarning, warn_of_collars
 
 @dataclass(frozen=True)
 class Shift:
-    """How far the content of the bands is displaced against their place, in their own pixels."""
+    """How far the content of the bands is displaced against its georeferencing, in pixels of the bands."""
 
     right: float
-    """With 0.5, what pan shows at a place is found half a pixel of ms further right in ms."""
+    """With 0.5, a feature of pan appears half a pixel of ms further right in ms."""
     below: float
-    """Likewise down."""
+    """The same downward."""
     r_squared: float
-    """How well the weighted bands make up pan when the shift is taken back, 1 at best."""
+    """R² of the weighted bands against pan after the correction; 1 is perfect."""
     spread: float
-    """Median distance of what windows of the images tell from this shift."""
+    """Median distance of the shifts of single windows from this one, in pixels of the bands."""
     windows: int
-    """How many of them tell one."""
+    """Number of windows that show a shift."""
     agreed: bool
-    """True where they tell the same, so that it is worth to take the shift back."""
+    """True if the windows agree, so that a correction is worthwhile."""
 
 
 def pair_job(pan: Any, ms: Any, pixel_size: Any, offset: Any, nodata: _checks.NoData, bits: Any = None, looks: bool = True,
              infrared: Any = None, infrared_pixel_size: Any = None, infrared_offset: Any = None) -> _arrays.Job:
-    """A job for questions that need no method."""
+    """A job for measurements that need no method."""
     fine, coarse = _checks.image("pan", pan, "(row, column)"), _checks.image("ms", ms, "(band, row, column)")
     extra = None if infrared is None else _checks.image("infrared", infrared, "(row, column)")
     _checks.same_depth(fine, ms=coarse, infrared=extra)
@@ -51,8 +51,8 @@ def measure_shift(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, *, in
                   nodata: _checks.NoData = None, bits: int | None = None) -> Shift | None:
     """Measures how far ms is displaced against pan, up to 2 of its pixels in each direction, as ``pansharp info`` does.
 
-    The arguments are those of `fuse`, which takes the shift back by ``shift=(found.right, found.below)``. None where nothing tells a
-    shift: few pixels, bands that do not make up pan, or a displacement beyond those 2 pixels.
+    The arguments are those of `fuse`, which corrects the shift by ``shift=(found.right, found.below)``. None if it cannot be measured:
+    there are too few pixels, the bands do not reproduce pan, or the displacement exceeds those 2 pixels.
     """
     job = pair_job(pan, ms, pixel_size, offset, nodata, bits, True, infrared, infrared_pixel_size, infrared_offset)
     found, collars = job.measure_shift()
@@ -62,18 +62,18 @@ def measure_shift(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, *, in
 
 @dataclass(frozen=True)
 class ReducedPair:
-    """A pair one scale down, whose truth is known: (band, row, column), masked where there is no data."""
+    """A pair one scale down, with its truth: (band, row, column), masked where there is no data."""
 
     pan: numpy.ma.MaskedArray
     ms: numpy.ma.MaskedArray
     truth: numpy.ma.MaskedArray
     """Masked where results are not to be compared."""
     pixel_size: tuple[float, float]
-    """Of ms in pixels of pan."""
+    """Size of a pixel of ms in pixels of pan."""
 
 
 def reduce(pan: Any, ms: Any, transfer: Any, pan_transfer: Any, pixel_size: Any, offset: Any, nodata: _checks.NoData) -> ReducedPair:
-    """What ``pansharp compare`` fuses by each method."""
+    """The pair that ``pansharp compare`` fuses with each method."""
     job = pair_job(pan, ms, pixel_size, offset, nodata)
     fine, fine_valid, coarse, coarse_valid, truth, truth_valid, across, down = job.reduce(
         _checks.transfers(transfer), _checks.above_zero("pan_transfer", pan_transfer, "for 0.15"))
@@ -81,14 +81,14 @@ def reduce(pan: Any, ms: Any, transfer: Any, pan_transfer: Any, pixel_size: Any,
 
 
 def _masked(image: numpy.ndarray, valid: numpy.ndarray) -> Any:
-    """Of an image with its bands last."""
+    """A masked array with the bands first, from an image with its bands last."""
     bands_first = numpy.moveaxis(image, -1, 0)
     return numpy.ma.MaskedArray(bands_first, numpy.broadcast_to(valid == 0, bands_first.shape))
 
 
 def moved(shift: Any, pan: Any, ms: Any, pixel_size: Any, offset: Any, nodata: _checks.NoData, bits: Any, infrared: Any,
           infrared_pixel_size: Any, infrared_offset: Any) -> tuple[Any, Any]:
-    """The offsets of ms and of the infrared band with the shift taken back, which "auto" stands for when it is to be measured."""
+    """The offsets of ms and of the infrared band with the shift corrected. "auto" measures the shift."""
     if shift is None:
         return offset, infrared_offset
     if isinstance(shift, str) and shift == "auto":

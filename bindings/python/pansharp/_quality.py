@@ -1,4 +1,4 @@
-"""How good an image is: by the truth, or by the pair that it was made of."""
+"""The quality of an image: by the truth, or by the pair that it was made from."""
 
 from __future__ import annotations
 
@@ -16,53 +16,54 @@ from ._pairs import pair_job
 
 @dataclass(frozen=True)
 class BandQuality:
-    """How good a band is beside that of a reference."""
+    """The quality of a band against that of a reference."""
 
     bias: float
-    """Mean of the image less that of the reference."""
+    """Mean of the image minus that of the reference, in DN."""
     rmse: float
-    """Root of the mean squared error."""
+    """Root of the mean squared error, in DN."""
     psnr: float
-    """In dB, of the largest sample of the reference; infinite without an error."""
+    """In dB, against the largest sample of the reference; infinite without an error."""
     q: float
     """Universal image quality index, 1 at best."""
     spatial_correlation: float
-    """Of the details of both, 1 at best."""
+    """Correlation of the details of both, 1 at best."""
 
 
 @dataclass(frozen=True)
 class Quality:
-    """How good an image is beside a reference. docs/quality.md defines the indices."""
+    """The quality of an image against a reference. docs/quality.md defines the indices."""
 
     pixels: int
-    """How many were compared."""
+    """Number of pixels compared."""
     q: float
-    """Mean of the bands."""
+    """Mean over the bands."""
     sam: float
-    """Spectral angle in degrees, 0 at best."""
+    """Mean spectral angle in degrees, 0 at best."""
     ergas: float
-    """0 at best; not a number without a ratio."""
+    """0 at best; NaN without a ratio."""
     bands: tuple[BandQuality, ...]
 
 
 @dataclass(frozen=True)
 class PairQuality:
-    """How well an image agrees with the pair that it was made of. docs/quality.md defines the indices."""
+    """How well an image agrees with the pair that it was made from. docs/quality.md defines the indices."""
 
     consistency: Quality
-    """The image, degraded by the blur of the bands, beside them. It comes first: the other indices prefer to do nothing."""
+    """The image, degraded by the blur of the bands, against the bands. Look at it first: the other indices favour an image to which
+    nothing was done."""
     pixels: int
-    """How many pixels of pan were compared."""
+    """Number of pan pixels compared."""
     d_lambda: float
-    """How far the bands moved against each other, 0 at best."""
+    """How much the bands have changed relative to each other, 0 at best."""
     d_s: float
-    """How far they moved against pan, 0 at best."""
+    """How much they have changed relative to pan, 0 at best."""
     qnr: float
-    """Of both, 1 at best."""
+    """From both, 1 at best."""
     d_lambda_k: float
-    """As `d_lambda`, of the degraded image."""
+    """Like `d_lambda`, for the degraded image."""
     hqnr: float
-    """Of `d_lambda_k` and `d_s`, 1 at best."""
+    """From `d_lambda_k` and `d_s`, 1 at best."""
 
 
 @overload
@@ -79,21 +80,21 @@ def assess(image: numpy.typing.ArrayLike, *, pan: numpy.typing.ArrayLike, ms: nu
 
 def assess(image: Any, reference: Any = None, *, pan: Any = None, ms: Any = None, ratio: Any = None, nodata: Any = None,
            transfer: Any = None, pan_transfer: Any = None, pixel_size: Any = None, offset: Any = None, threads: Any = 0) -> Any:
-    """Judges an image, (band, row, column), by the truth or by the pair that it was made of, as ``pansharp assess`` does.
+    """Judges an image, (band, row, column), by the truth or by the pair that it was made from, as ``pansharp assess`` does.
 
-    reference: the truth, with the same pixels and bands; or else:
-    pan, ms: the pair. The image has the pixels of pan and the bands of ms. Then the answer is a dict: "fused" is that of the image,
-        "bilinear" that of ms merely upsampled.
-    ratio: a coarse pixel's width over a fine one's, for ERGAS. None: none of it by the truth; that of the pair.
-    nodata: the sample that means no data. By the truth also that of the image and that of the reference; by the pair that of pan, and
-        that of ms and the image; zeros along the edges of the pair are found as `fuse` finds them. Masked pixels do not count either.
-    transfer: modulation transfer of the multispectral sensor at the Nyquist frequency of its pixels, above 0 and below 1; or one for
-        each band. None: 0.3.
+    reference: the truth, with the same pixels and bands; or instead:
+    pan, ms: the pair. The image has the pixels of pan and the bands of ms. The result is then a dict: "fused" is that of the image,
+        "bilinear" that of ms, upsampled without fusing.
+    ratio: width of a coarse pixel over that of a fine one, for ERGAS. None: no ERGAS with a reference; with a pair, its own ratio.
+    nodata: the sample that means no data. It may be a pair: with a reference, those of the image and of the reference; with a pair, that
+        of pan, and that of ms and the image. Collars of zeros in the pair are found as in `fuse`. Masked pixels do not count either.
+    transfer: modulation transfer of the multispectral sensor at the Nyquist frequency of its pixels, above 0 and below 1; or one per
+        band. None: 0.3.
     pan_transfer: that of pan at the same frequency. None: 0.15.
     pixel_size, offset: as in `fuse`.
-    threads: how many share the work on a pair. 0: one per processor.
+    threads: number of threads for the work on a pair. 0: one per processor.
 
-    Raises ValueError where no pixel has data in all images.
+    Raises ValueError if no pixel has data in all images.
     """
     if (reference is None) == (pan is None and ms is None) or (pan is None) != (ms is None):
         raise TypeError("give reference, the truth, or both pan and ms, of which the image was made")

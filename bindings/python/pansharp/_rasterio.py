@@ -1,4 +1,4 @@
-"""The command ``rasterio pansharp``: what ``pansharp sharpen`` does, among the commands of rasterio."""
+"""The command ``rasterio pansharp``: ``pansharp sharpen`` as a command of rasterio."""
 
 from __future__ import annotations
 
@@ -13,7 +13,7 @@ from . import _options
 
 
 class _Sharpen(click.Command):
-    """Takes the options of the command ``pansharp sharpen``, by its own table, which is read when it is needed."""
+    """Takes the options of the command ``pansharp sharpen`` from its own table, which is read when it is needed."""
 
     def get_params(self, ctx: click.Context) -> list[click.Parameter]:
         names = {name for parameter in self.params for name in parameter.opts}
@@ -30,7 +30,7 @@ class _Sharpen(click.Command):
 @click.option("-o", "--output", required=True, metavar="FILE", help="file to write; it appears when it is complete")
 @click.option("-q", "--quiet", is_flag=True, help="no progress bar")
 def command(pan: str, ms: tuple[str, ...], output: str, quiet: bool, **given: Any) -> None:
-    """Fuse PAN, sharp and of one band, with the bands of MS.
+    """Fuse PAN, sharp and with one band, with the bands of MS.
 
     MS is one file, or several; FILE,band=2 is one band of a file. The output is that of the command "pansharp sharpen".
     """

@@ -1,4 +1,4 @@
-"""Scenes in files: written by `sharpen`, looked at by `info`, read window by window by `open`."""
+"""Scenes in files: written by `sharpen`, examined by `info`, read window by window by `open`."""
 
 from __future__ import annotations
 
@@ -15,7 +15,7 @@ import numpy
 from . import _checks, _errors, _options
 
 File = Union[str, "os.PathLike[str]", "tuple[str | os.PathLike[str], int]"]
-"""A path, or a path and a band of it counted from 1."""
+"""A path, or a pair of a path and one of its bands, counted from 1."""
 
 
 _MOST_PIXELS, _LEAST_ROWS = 1 << 20, 256  # of a part that is read at a time
@@ -27,16 +27,16 @@ def _warn(text: str) -> None:
 
 def sharpen(pan: File, ms: File | Sequence[File] | None = None, out: str | os.PathLike[str] | None = None, *,
             progress: Callable[[float, float], object] | None = None, **options: Any) -> dict[str, Any]:
-    """Fuses files into a file, as the command ``pansharp sharpen`` does, and gives what that prints with ``--json``.
+    """Fuses files into a file, as the command ``pansharp sharpen`` does. Returns what that prints with ``--json``.
 
-    pan: the panchromatic raster, or, without ms, a .pansharp file that describes a scene.
+    pan: the panchromatic raster; without ms, a .pansharp file that describes a scene.
     ms: the multispectral raster, or a list of several; (path, band) is one band of a file.
-    out: the file to write; it appears when it is complete. One that ends in .pansharp describes the scene.
-    progress: called with (part done, 1.0) in the calling thread. What it raises cancels, comes out of this, and leaves no output.
-    options: those of the command, by `pansharp.options()`; such as ``method="KOVA", co={"COMPRESS": "DEFLATE"}, overwrite=True``.
+    out: the file to write; it appears when it is complete. With the extension .pansharp it describes the scene.
+    progress: called with (part done, 1.0) in the calling thread. An exception that it raises cancels and is passed on; no output is left.
+    options: those of the command, see `pansharp.options()`; such as ``method="KOVA", co={"COMPRESS": "DEFLATE"}, overwrite=True``.
 
-    Raises ArgumentError, InputError, OutputError and other pansharp.Error with what the engine says; TypeError for an option that is
-    unknown or of a wrong type; ImportError where GDAL is missing; KeyboardInterrupt when the user interrupts. Warns with PansharpWarning.
+    Raises ArgumentError, InputError, OutputError and other pansharp.Error with the engine's report; TypeError for an option that is
+    unknown or of a wrong type; ImportError if GDAL is missing; KeyboardInterrupt when the user interrupts. Warns with PansharpWarning.
     """
     if out is None:
         raise TypeError("no output is named; give out, the name of the file to write")
@@ -46,9 +46,9 @@ def sharpen(pan: File, ms: File | Sequence[File] | None = None, out: str | os.Pa
 
 
 def info(pan: File, ms: File | Sequence[File] | None = None, **options: Any) -> dict[str, Any]:
-    """What is to be known of a pair before it is fused: what ``pansharp info`` prints with ``--json``, its warnings included.
+    """Describes a pair before it is fused. Returns what ``pansharp info`` prints with ``--json``, including warnings.
 
-    Raises as `sharpen` would; the exception's `report` then has what was found.
+    Raises like `sharpen`; the exception's `report` then has what was found.
     """
     texts = _options.texts("info", options)
     return _options.result(_options.engine().info(_options.files(pan, ms), texts))
@@ -57,12 +57,12 @@ def info(pan: File, ms: File | Sequence[File] | None = None, **options: Any) -> 
 def open(pan: File, ms: File | Sequence[File] | None = None, *, threads: int = 1, **options: Any) -> Dataset:
     """Opens a pair, or a .pansharp file, as the sharpened image that it stands for: pixels are fused as they are read.
 
-    What the options leave open is found in the pixels of a pair first, which takes about as long as `info`; a .pansharp file has it.
+    What the options leave open is first fitted to the pixels of a pair, which takes about as long as `info`; a .pansharp file contains it.
 
     threads: how many may read at a time; others wait.
-    options: those of the command that say how to fuse, by `pansharp.options("open")`.
+    options: those of the command that say how to fuse, see `pansharp.options("open")`.
 
-    Raises as `sharpen` does. The files may not change while they are open.
+    Raises like `sharpen`. The files must not change while they are open.
     """
     count = _checks.threads(threads) or os.cpu_count() or 1
     texts = _options.texts("open", options)
@@ -73,9 +73,9 @@ def open(pan: File, ms: File | Sequence[File] | None = None, *, threads: int = 1
 
 
 class Dataset:
-    """A sharpened scene that is open, in the manner of rasterio's datasets. To be closed, or used in a ``with`` statement.
+    """An open sharpened scene, similar to rasterio's datasets. Close it, or use it in a ``with`` statement.
 
-    Several threads may read at once. A process that was forked opens the scene itself.
+    Several threads may read at once. A forked process must open the scene itself.
     """
 
     def __init__(self, scene: Any, name: str) -> None:
@@ -103,28 +103,28 @@ class Dataset:
 
     @property
     def width(self) -> int:
-        """Columns."""
+        """Number of columns."""
         return int(self._facts["width"])
 
     @property
     def height(self) -> int:
-        """Rows."""
+        """Number of rows."""
         return int(self._facts["height"])
 
     @property
     def count(self) -> int:
-        """Bands, that of transparency included."""
+        """Number of bands, including transparency."""
         return int(self._facts["count"])
 
     @property
     def nodata(self) -> int | None:
-        """The value of pixels without data; None for none."""
+        """The value of pixels without data; None if there is none."""
         value: int | None = self._facts["nodata"]
         return value
 
     @property
     def descriptions(self) -> tuple[str | None, ...]:
-        """Names of the bands; None for one without."""
+        """Names of the bands; None for a band without a name."""
         names = [name or None for name in self._facts["descriptions"]]
         return tuple(names + [None] * (self.count - len(names)))
 
@@ -135,17 +135,17 @@ class Dataset:
 
     @property
     def indexes(self) -> tuple[int, ...]:
-        """Numbers of the bands, from 1."""
+        """Numbers of the bands, counted from 1."""
         return tuple(range(1, self.count + 1))
 
     @property
     def dtypes(self) -> tuple[str, ...]:
-        """Type of the samples of each band."""
+        """Sample type of each band."""
         return (f"uint{self._facts['bits']}",) * self.count
 
     @property
     def transform(self) -> Any:
-        """From (column, row) to map units: an Affine where that package is installed, else its six numbers a to f."""
+        """From (column, row) to map units: an Affine if that package is installed, else its six numbers a to f."""
         place = self._facts["transform"] or (0.0, 1.0, 0.0, 0.0, 0.0, 1.0)
         numbers_ = place[1], place[2], place[0], place[4], place[5], place[3]
         try:
@@ -156,7 +156,7 @@ class Dataset:
 
     @property
     def crs(self) -> Any:
-        """The projection: rasterio's CRS where rasterio is installed, else its WKT. None for none."""
+        """The projection: rasterio's CRS if rasterio is installed, else WKT. None without one."""
         text = self._facts["crs"]
         if not text:
             return None
@@ -168,7 +168,7 @@ class Dataset:
 
     @property
     def bounds(self) -> tuple[float, float, float, float]:
-        """(left, bottom, right, top) in map units, of an image that is not rotated."""
+        """(left, bottom, right, top) in map units, for an image that is not rotated."""
         a, _, c, _, e, f = tuple(self.transform)[:6]
         return c, f + e * self.height, c + a * self.width, f
 
@@ -180,23 +180,23 @@ class Dataset:
 
     @property
     def profile(self) -> dict[str, Any]:
-        """What rasterio.open takes to write such an image."""
+        """Arguments for rasterio.open to write such an image."""
         return {"driver": "GTiff", "dtype": self.dtypes[0], "nodata": self.nodata, "width": self.width, "height": self.height,
                 "count": self.count, "crs": self.crs, "transform": self.transform, "interleave": "pixel"}
 
     def read(self, bands: int | Sequence[int] | None = None, *, window: Any = None, out_shape: Sequence[int] | None = None,
              masked: bool = False, out: numpy.ndarray | None = None) -> numpy.ndarray:
-        """Fuses a window and gives its samples: (band, row, column), or (row, column) for one band given as a number.
+        """Fuses a window and returns its samples: (band, row, column), or (row, column) for one band given as a number.
 
         bands: numbers from 1, in any order. None: all.
-        window: a rasterio Window, or ((first row, end row), (first column, end column)) in whole pixels. None: all of it.
-        out_shape: (rows, columns), or with the bands before them, to bring the window to. At full size the samples are those of the
-            file that `sharpen` writes; those of coarser looks are fused of inputs that are reduced first. None: as the window is.
-        masked: gives a masked array, whose pixels without data are masked.
-        out: array to write into, of any strides, which is returned.
+        window: a rasterio Window, or ((first row, end row), (first column, end column)) in whole pixels. None: the whole image.
+        out_shape: (rows, columns), or (bands, rows, columns): the size that the window is resampled to. At full size the samples are those
+            of the file that `sharpen` writes; smaller sizes are fused from reduced inputs. None: the size of the window.
+        masked: returns a masked array, whose pixels without data are masked.
+        out: array to write into, of any strides; it is returned.
 
-        Ctrl-C ends a read at full size soon; others end first.
-        Raises ValueError for what is not in the image; pansharp.Error when it is closed, or cannot be read.
+        Ctrl-C soon ends a read at full size; other reads finish first.
+        Raises ValueError for a window or band outside the image; pansharp.Error when it is closed or cannot be read.
         """
         if self._scene is None:
             raise _errors.Error("the dataset is closed; open it again")
@@ -209,7 +209,7 @@ class Dataset:
         dtype = numpy.dtype(self.dtypes[0])
         result = _checks.output(out if out is None or not single or out.ndim != 2 else out[numpy.newaxis], shape, dtype)
         valid = numpy.empty(shape[1:], numpy.uint8) if masked else None
-        # At full size a window is made of its parts: Python is asked between them, which takes Ctrl-C.
+        # At full size a window is read in parts: between them Python handles Ctrl-C.
         step = max(_MOST_PIXELS // columns, _LEAST_ROWS) if shape[1:] == (rows, columns) else rows
         for first in range(0, rows, step):
             end = min(first + step, rows)

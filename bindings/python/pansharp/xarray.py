@@ -4,9 +4,9 @@
 
     sharp = ms.pansharp.fuse(pan)
 
-The import gives every DataArray the accessor ``pansharp``. ``import pansharp`` alone imports no xarray. Images have the axes
-(band, row, column), whatever these are called; pan may have (row, column). Coordinates say where they lie. Where either is a dask
-array, so is the result: it is fitted once, to all of both, when the first part is computed, and has the samples of the eager one.
+The import gives every DataArray the accessor ``pansharp``. ``import pansharp`` alone does not import xarray. Images have the axes
+(band, row, column), whatever their names; pan may have (row, column). Coordinates give their position. If either is a dask array, so is
+the result: it is fitted once, to all of both, when the first part is computed, and has the same samples as without dask.
 """
 
 from __future__ import annotations
@@ -25,22 +25,22 @@ import pansharp
 __all__ = ["Accessor"]
 
 _MARGIN = 6  # coarse pixels around a part, within which it may differ from the whole
-_CHUNK = 2048  # pan pixels across a part, where pan has no chunks
+_CHUNK = 2048  # pan pixels across a part, if pan has no chunks
 
 
 @dataclass(frozen=True)
 class _Axis:
-    """One axis of ms under that of pan."""
+    """One axis of ms, relative to that of pan."""
 
     pixels: int
-    """Of ms."""
+    """Number of pixels of ms."""
     size: float
-    """Pan pixels across one of its pixels."""
+    """Width of a pixel of ms in pan pixels."""
     offset: float
-    """Where the corner of pan lies among its pixels."""
+    """Position of pan's corner among the pixels of ms."""
 
     def part(self, first: int, end: int) -> tuple[int, int, float]:
-        """The pixels of ms under pan's pixels first to end and those beside that they are interpolated from, and the offset among them."""
+        """The pixels of ms under pan's pixels first to end, with the margin for interpolation, and the offset among them."""
         beside = 3
         start = self.offset + first / self.size
         begin = min(max(math.floor(start) - beside, 0), self.pixels - 1)
@@ -49,7 +49,7 @@ class _Axis:
 
 
 def _grid(image: xarray.DataArray, dim: Any, name: str) -> tuple[float, float]:
-    """Where the centre of the first pixel lies, and how far the next is."""
+    """Position of the centre of the first pixel, and the distance to the next."""
     if dim not in image.coords:
         raise ValueError(f"{name} has no coordinates along {dim!r}, so nothing says where it lies; rioxarray.open_rasterio gives them")
     at = numpy.asarray(image.coords[dim].values, float)
@@ -67,7 +67,7 @@ def _crs(image: xarray.DataArray) -> Any:
 
 
 def _is_same_crs(first: Any, second: Any) -> bool:
-    """One projection has many texts: what reads them decides, where it is installed."""
+    """One projection can be written as different texts, so the library that reads them decides, if it is installed."""
     if "".join(str(first).split()) == "".join(str(second).split()):
         return True
     for module in ("pyproj", "rasterio.crs"):
@@ -89,7 +89,7 @@ def _nodata(image: xarray.DataArray, name: str) -> int | bool:
 
 
 def _fuse(pan: Any, ms: Any, **arguments: Any) -> numpy.ndarray:
-    # Masked arrays without a mask: what is declared is all that has no data, in any part.
+    # Masked arrays without a mask, so that only declared values count as no data, in every part.
     result: numpy.ndarray = pansharp.fuse(numpy.ma.MaskedArray(pan), numpy.ma.MaskedArray(ms), masked=False, **arguments)
     return result
 
@@ -133,7 +133,7 @@ class _Pair:
         return any(hasattr(image.data, "dask") for image in (self.pan, self.ms))
 
     def fit(self, **arguments: Any) -> Any:
-        """A Fit, or a promise of one."""
+        """A Fit, or a delayed one."""
         given = {"offset": (self.across.offset, self.down.offset), **self.placed, **arguments}
         if not self.is_lazy():
             return _fit(self.pan.data, self.ms.data, **given)
@@ -141,7 +141,7 @@ class _Pair:
         return dask.delayed(_fit)(self.pan.data, self.ms.data, **given)
 
     def fuse(self, found: Any, bands: int, arguments: dict[str, Any]) -> Any:
-        """An array of numpy, or of dask in the chunks of pan."""
+        """A numpy array, or a dask array in the chunks of pan."""
         if not self.is_lazy():
             offset = self.across.offset, self.down.offset
             return _fuse(self.pan.data, self.ms.data, fit=found, offset=offset, **self.placed, **arguments)
@@ -160,7 +160,7 @@ class _Pair:
         return dask.array.concatenate(rows, axis=1)
 
     def _cut(self, row: int, row_end: int, column: int, column_end: int) -> tuple[Any, Any, tuple[slice, slice], tuple[float, float]]:
-        """A part of pan with a margin, ms under it, what of the result to keep, and the offset."""
+        """A part of pan with a margin, ms under it, which part of the result to keep, and the offset."""
         spans, kept, under, offsets = [], [], [], []
         for first, end, pixels, axis in ((row, row_end, self.pan.shape[0], self.down), (column, column_end, self.pan.shape[1], self.across)):
             margin = math.ceil(_MARGIN * axis.size)
@@ -173,7 +173,7 @@ class _Pair:
         return (self.pan.data[spans[0], spans[1]], self.ms.data[:, under[0], under[1]], (kept[0], kept[1]), (offsets[1], offsets[0]))
 
     def wrap(self, samples: Any, bands: Sequence[int] | None) -> xarray.DataArray:
-        """With the pixels of pan, and the bands, the attributes and the value for no data of ms."""
+        """The result with the pixels of pan, and the bands, the attributes and the value for no data of ms."""
         dim = self.ms.dims[0]
         written = numpy.arange(samples.shape[0]) if bands is None else numpy.asarray(bands) - 1
         of_bands = self.ms.isel({dim: written})
@@ -191,7 +191,7 @@ class _Pair:
 
 @xarray.register_dataarray_accessor("pansharp")
 class Accessor:
-    """``ms.pansharp``: what can be done with a multispectral image, (band, row, column)."""
+    """``ms.pansharp``: operations on a multispectral image, (band, row, column)."""
 
     def __init__(self, ms: xarray.DataArray) -> None:
         self._ms = ms
@@ -209,13 +209,13 @@ class Accessor:
              bits: int | None = None) -> xarray.DataArray:
         """Fuses pan with this image, as `pansharp.fuse` does, on the pixels of pan.
 
-        Both have evenly spaced coordinates in one projection. The result has the coordinates of pan, the bands and attributes of this
-        image, and its value for no data (``_FillValue``), or that of pan. Zeros that are not declared so are data.
+        Both must have evenly spaced coordinates in one projection. The result has the coordinates of pan, the bands and attributes of this
+        image, and its value for no data (``_FillValue``), or that of pan. Zeros that are not declared as no data are data.
 
-        Where an image is a dask array, the result is one in the chunks of pan. It is fitted once, to all of both images, which are in
-        memory then; `fit` spares that.
+        If an image is a dask array, the result is one in the chunks of pan. It is fitted once, to all of both images, which are then in
+        memory; `fit` avoids that.
 
-        Raises ValueError and TypeError as `pansharp.fuse` does, and for images that do not say where they lie.
+        Raises ValueError and TypeError as `pansharp.fuse` does, and for images without a position.
         """
         pair = _Pair(pan, self._ms)
         arguments = {"method": method, "weights": weights, "gains": gains, "transfer": transfer, "low_pass_mean": low_pass_mean,

@@ -1,4 +1,4 @@
-"""Pan-sharpening in QGIS: a Processing provider over the command pansharp."""
+"""Pan-sharpening in QGIS: a Processing provider that runs the command pansharp."""
 
 
 def classFactory(iface):

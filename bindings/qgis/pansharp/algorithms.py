@@ -1,4 +1,4 @@
-"""The three algorithms. Each is a form of the command's options, and runs it."""
+"""The three algorithms. Each offers the command's options as a form, and runs the command."""
 
 import html
 import os
@@ -12,7 +12,7 @@ from . import command, pages, parameters
 
 
 class Algorithm(QgsProcessingAlgorithm):
-    """What they share: inputs, options by the command's own table, failures, help."""
+    """The common base: inputs, options from the command's own table, failures, help."""
 
     key = title = page = about = ""
     used = ()  # the commands whose options are offered
@@ -65,7 +65,7 @@ class Algorithm(QgsProcessingAlgorithm):
         try:
             options = parameters.offered(*self.entries())
         except command.Missing:
-            return  # canExecute says so
+            return  # canExecute reports it
         for option in options:
             for parameter in parameters.of_option(option):
                 self.addParameter(parameter)
@@ -77,7 +77,7 @@ class Algorithm(QgsProcessingAlgorithm):
             raise QgsProcessingException("Cancelled; nothing was written." if feedback.isCanceled() else str(reason)) from None
 
     def sharpen(self, given, output, context, feedback):
-        """Writes a new file, whatever its kind."""
+        """Writes a new file of any kind."""
         choice = parameters.Choice(self, given, context, feedback)
         arguments = ["sharpen", *choice.options(self.entries()[0]), "-o", output, "--overwrite", "--", *choice.files()]
         for line in command.run(arguments, feedback).splitlines():

@@ -1,4 +1,4 @@
-"""The command pansharp: where it is, what options it has, and one run of it."""
+"""The command pansharp: its path, its options, and running it."""
 
 import functools
 import json
@@ -11,18 +11,18 @@ import sys
 import threading
 
 SETTING = "PANSHARP_COMMAND"
-_GRACE = 10  # seconds in which a cancelled run takes its unfinished files away
-# No window of a console on Windows.
+_GRACE = 10  # seconds for a cancelled run to remove its unfinished files
+# No console window on Windows.
 _HIDDEN = {"creationflags": getattr(subprocess, "CREATE_NO_WINDOW", 0), "stdin": subprocess.DEVNULL}
 _TEXT = {"encoding": "utf-8", "errors": "replace"}
 
 
 class Missing(Exception):
-    """There is no command that works; the text says how to get one."""
+    """No working command was found; the text says how to get one."""
 
 
 class Failed(Exception):
-    """The command ended with another code than 0; the text has its own words."""
+    """The command ended with a code other than 0; the text is its own message."""
 
     def __init__(self, code, text):
         super().__init__(text)
@@ -35,7 +35,7 @@ def _setting():
 
 
 def find():
-    """The path of the program: that of the settings, of the variable PANSHARP_COMMAND, or on the search path. Raises Missing."""
+    """The path of the program: from the settings, from the variable PANSHARP_COMMAND, or on the search path. Raises Missing."""
     for where, given in (("the settings of Processing", _setting()), (f"the variable {SETTING}", os.environ.get(SETTING))):
         if given:
             program = shutil.which(given)
@@ -53,7 +53,7 @@ def find():
 
 
 def commands():
-    """The commands by name, each with its options, as the program's own table has them. Raises Missing."""
+    """The commands by name, each with its options, from the program's own table. Raises Missing."""
     program = find()
     return _commands(program, os.stat(program).st_mtime_ns)
 
@@ -74,9 +74,9 @@ def _lines(stream, name, told):
 
 
 def run(arguments, feedback):
-    """Runs the command; gives its standard output. Progress, warnings and errors go to the feedback, in the command's words.
+    """Runs the command and returns its standard output. Progress, warnings and errors go to the feedback, in the command's words.
 
-    When the feedback is cancelled, the program is ended. Raises Failed then, too.
+    When the feedback is cancelled, the program is ended and Failed is raised as well.
     """
     program = find()
     feedback.pushCommandInfo(" ".join(_quoted(argument) for argument in [program, *arguments]))
@@ -103,7 +103,7 @@ def run(arguments, feedback):
             output.append(line)
         elif (done := re.match(r"(\d+) % done", line)):
             feedback.setProgress(int(done[1]))
-        else:  # further lines of a text are indented
+        else:  # continuation lines of a text are indented
             isWarning = line.startswith("pansharp: warning: ") or (isWarning and line.startswith(" "))
             if isWarning:
                 feedback.pushWarning(line)

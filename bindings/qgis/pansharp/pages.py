@@ -1,4 +1,4 @@
-"""The pages of the documentation, which lie in docs/ beside this file, as HTML for the browser."""
+"""The pages of the documentation, in docs/ beside this file, as HTML for the browser."""
 
 import functools
 import os
@@ -13,13 +13,13 @@ _DOCS = os.path.join(os.path.dirname(__file__), "docs")
 
 @functools.lru_cache(None)
 def address(page):
-    """Of a page such as "commands/sharpen"; empty where there is none."""
+    """The HTML of a page such as "commands/sharpen"; empty if it does not exist."""
     source = os.path.join(_DOCS, f"{page}.md")
     if not os.path.exists(source) or not hasattr(QTextDocument, "setMarkdown"):
         return ""
     with open(source, encoding="utf-8") as file:
         text = re.sub(r"<!--.*?-->\s*", "", file.read(), flags=re.S)
-    # A link within the documentation would need its page here, too; its words stay.
+    # A link within the documentation would need the other page too, so only its text is kept.
     text = re.sub(r"!?\[([^\]]*)\]\((?!https?:)[^)]*\)", r"\1", text)
     document = QTextDocument()
     document.setMarkdown(text)

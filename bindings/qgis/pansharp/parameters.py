@@ -1,4 +1,4 @@
-"""Options of the command as parameters of Processing, and what was chosen as arguments of the command."""
+"""Options of the command as parameters of Processing, and the chosen values as arguments of the command."""
 
 import json
 
@@ -9,7 +9,7 @@ from qgis.core import (QgsCoordinateReferenceSystem, QgsProcessingException, Qgs
 
 from . import command
 
-# What QGIS has in other ways (outputs, log, questions), and what shows or forces the inner workings.
+# Options that QGIS replaces (outputs, log, questions), and options that show or force the inner workings.
 _OTHERWISE = {"--output", "--of", "--json", "--quiet", "--verbose", "--overwrite", "--dry-run", "--preview", "--preview-at", "--keep",
               "--status-xml", "--settings", "--weights-from", "--plugin", "--simd", "--window", "--projwin", "--help"}
 _PLAIN = {"--method", "--weights", "--bands", "--rgb", "--resampling", "--bbox", "--extent"}
@@ -34,7 +34,7 @@ def name_of(option):
 
 
 def inputs():
-    """The pair, or a product."""
+    """The parameters for the pair, or a product."""
     yield QgsProcessingParameterRasterLayer("PAN", "Panchromatic layer, or a .pansharp scene", optional=True)
     yield _advanced(QgsProcessingParameterBand("PAN_BAND", "Band of the panchromatic layer", parentLayerParameterName="PAN", optional=True))
     yield QgsProcessingParameterRasterLayer("MS", "Multispectral layer; none for a scene", optional=True)
@@ -90,7 +90,7 @@ def help_of(option):
 
 
 class Choice:
-    """What was chosen for a run, as arguments of the command."""
+    """The values chosen for a run, as arguments of the command."""
 
     def __init__(self, algorithm, parameters, context, feedback):
         self.algorithm, self.parameters, self.context, self.feedback = algorithm, parameters, context, feedback
@@ -119,7 +119,7 @@ class Choice:
         return [self._file(self.pan, "PAN"), *(self._file(layer) for layer in [self.ms, *self.more] if layer)]
 
     def _file(self, layer, name=None):
-        """The file of a layer, with the band that was chosen for the parameter of that name."""
+        """The file of a layer, with the band chosen for the parameter of that name."""
         if layer.providerType() != "gdal":
             raise QgsProcessingException(f"The layer '{layer.name()}' is not a file. Save it as a GeoTIFF first (Export, Save As).")
         source = layer.source().split("|option:")[0]
@@ -164,7 +164,7 @@ class Choice:
         return [text.split() if len(option["values"]) > 1 else [text]] if text else []
 
     def _bands(self, name):
-        """Those chosen of MS, then all of the further layers."""
+        """The chosen bands of MS, then all bands of the other layers."""
         bands = self.algorithm.parameterAsInts(self.parameters, name, self.context)
         if self.ms:
             first = self.ms.bandCount() + 1
@@ -172,7 +172,7 @@ class Choice:
         return [[",".join(map(str, bands))]] if bands else []
 
     def _box(self, name):
-        """The extent in map units of pan, as far as pan reaches."""
+        """The extent in map units of pan, limited to pan."""
         pan = self.pan or self._pan_of_product()
         crs = pan.crs() if pan.crs().isValid() else QgsCoordinateReferenceSystem()
         box = self.algorithm.parameterAsExtent(self.parameters, name, self.context, crs)

@@ -1,9 +1,9 @@
-"""Scenes fused by many processes, or machines, that Dask hands the work to.
+"""Scenes fused by many processes or machines, with the work distributed by Dask.
 
     python3 -m pansharp.distributed sharpen scene.pansharp OUT/ --workers 4
 
-One scene is fused in parts: everything is fitted once and stands in the .pansharp file, workers open the files themselves and each
-writes GeoTIFFs, and a VRT lays them together. Many scenes are tasks each. It needs dask, distributed and GDAL's Python module ``osgeo``.
+One scene is fused in parts. Everything is fitted once and stored in the .pansharp file; workers open the files themselves and write
+GeoTIFFs, and a VRT joins them. Of many scenes, each is a task. It needs dask, distributed and GDAL's Python module ``osgeo``.
 """
 
 from ._batch import BatchOutcome, batch

@@ -81,18 +81,18 @@ def _parser() -> argparse.ArgumentParser:
 
 
 def _leave_interrupts() -> None:
-    """On each worker: the command alone takes Ctrl-C, and ends them."""
+    """For each worker: only the command handles Ctrl-C, and it ends the workers."""
     signal.signal(signal.SIGINT, signal.SIG_IGN)
 
 
 @contextmanager
 def _clients(arguments: argparse.Namespace) -> Iterator[Callable[[], Any]]:
-    """What makes the client; workers of this machine are started with it, and ended with the job."""
+    """The function that makes the client. Workers on this machine are started with it and ended with the job."""
     import distributed
 
     from . import _connection
     opened: list[Any] = []
-    for name in "client", "batched", "utils":  # the job tells by itself that its scheduler has gone
+    for name in "client", "batched", "utils":  # the job itself reports a lost scheduler
         logging.getLogger(f"distributed.{name}").setLevel(logging.CRITICAL)
 
     def make() -> Any:
@@ -111,7 +111,7 @@ def _clients(arguments: argparse.Namespace) -> Iterator[Callable[[], Any]]:
 
 
 def _options(typed: list[str]) -> dict[str, Any]:
-    """A name that comes twice has a list of values; True sets an option without a value."""
+    """A name that occurs twice gets a list of values; True sets an option without a value."""
     options: dict[str, Any] = {}
     for option in typed:
         name, value = option.split("=", 1)

@@ -1,4 +1,4 @@
-"""Many scenes: those of a list, each a task, or a scene in parts where it is large."""
+"""Many scenes: those of a list. Each is a task, or a large one is a scene in parts."""
 
 from __future__ import annotations
 
@@ -30,32 +30,32 @@ _COLUMNS = "status", "output", "seconds", "megapixels", "line", "worker", "error
 
 @dataclass
 class BatchOutcome:
-    """What became of the scenes of a batch."""
+    """The outcome of a batch."""
 
     results: list[dict[str, Any]] = field(default_factory=list)
-    """A line for each scene in the order of the list, with the keys of ``pansharp batch``, and "worker"."""
+    """One line per scene in the order of the list, with the keys of ``pansharp batch``, and "worker"."""
     seconds: float = 0.0
-    """From the call to its end."""
+    """From the start of the call to its end."""
 
     def count(self, status: str) -> int:
-        """Scenes that are "done", "skipped" or "failed"."""
+        """Number of scenes that are "done", "skipped" or "failed"."""
         return sum(result["status"] == status for result in self.results)
 
     @property
     def ok(self) -> bool:
-        """Whether none has failed."""
+        """Whether no scene has failed."""
         return self.count("failed") == 0
 
 
 def make_scene(entry: Entry, here: str, folder: str, time_limit: float, done: str, is_own: bool, version: str) -> dict[str, Any]:
-    """The work of a scene on a worker, in the folder `here` that names are relative to. What goes wrong is told, not raised."""
+    """Makes a scene on a worker, in the folder `here` that names are relative to. Failures are returned, not raised."""
     try:
         if version != pansharp.__version__:
             raise pansharp.Error(f"this worker has pansharp {pansharp.__version__}, and the job is one of {version}; install that here")
         os.chdir(here)
         os.environ.setdefault("PANSHARP_PLUGIN", _arrays.plugin_path())
         line = json.loads(_options.engine().batch_scene(entry, folder, time_limit, done, is_own, None))
-    except Exception as caught:  # a worker goes on with the next scene
+    except Exception as caught:  # the worker continues with the next scene
         line = _line(entry, f"{type(caught).__name__}: {caught}", version)
     failed = line["status"] == "failed"
     again = failed and any(error["id"] in _TRANSIENT for error in line["errors"])
@@ -78,7 +78,7 @@ def _line(entry: Entry, text: str, version: str) -> dict[str, Any]:
 
 
 class _Book:
-    """The results of a batch: in memory, in batch.jsonl, and told as events."""
+    """The results of a batch: in memory, in batch.jsonl, and reported as events."""
 
     def __init__(self, folder: str, entries: Sequence[Entry], tell: _scene.Tell) -> None:
         self.lines: dict[int, dict[str, Any]] = {}
@@ -108,28 +108,28 @@ def batch(client: Clients, scenes: str | Sequence[str], out: str | os.PathLike[s
           tell: _scene.Tell = lambda event, **facts: None, **options: Any) -> BatchOutcome:
     """Sharpens the scenes of lists, and products, on the workers of a client, as ``pansharp batch`` does on one machine.
 
-    Lists, results (OUT/batch.jsonl), and what is skipped are those of the command; OUT/summary.csv has a line for each scene.
+    Lists, results (OUT/batch.jsonl), and the rules for skipping are those of the command; OUT/summary.csv has a line per scene.
 
     client: a distributed.Client, which stays open, or a function that makes one, which is closed at the end.
     scenes: a list in a file that ends in .jsonl, a product, a .pansharp file, or several of these.
-    out: the folder to write into, which is made where it is not there. Workers see it, and all inputs, under the same names.
-    time_limit: seconds that a scene may take; 0 for any.
-    share: what is fitted to the first scene that is made, its weights or blur and gains, is taken for all after it.
-    parts_above: pairs of more megapixels than that are fused in parts, one after the other, which all workers share. None: none.
-        Products, descriptions, formats other than GTiff and COG, and scenes with mo, srcwin, byte or preview are a task all the same.
-    limits: how often a scene is tried, and how long a scheduler is waited for.
+    out: the folder to write into; it is created if needed. Workers must see it, and all inputs, under the same names.
+    time_limit: seconds per scene; 0 for no limit.
+    share: what is fitted to the first scene, its weights or blur and gains, is used for all later scenes.
+    parts_above: pairs with more megapixels are fused in parts, one after another, with all workers on one pair. None: none.
+        Products, descriptions, formats other than GTiff and COG, and scenes with mo, srcwin, byte or preview are always a single task.
+    limits: how often a scene is tried, and how long to wait for a scheduler.
     tell: called with the name of each event and its facts by keyword, as docs/distributed.md lists them.
-    options: those of `pansharp.sharpen` that hold for all scenes.
+    options: those of `pansharp.sharpen` that apply to all scenes.
 
-    A scene that fails is told in the outcome. Raises ValueError and TypeError for lists and options that cannot be, pansharp.OutputError for
-    a file of others that is in the way, OSError where no scheduler is reached or OUT cannot be written.
+    A scene that fails is reported in the outcome. Raises ValueError and TypeError for invalid lists and options, pansharp.OutputError if a
+    file of others is in the way, OSError if no scheduler is reached or OUT cannot be written.
     """
     start = time.monotonic()
     folder = os.path.abspath(out)
     os.makedirs(folder, exist_ok=True)
     names = [scenes] if isinstance(scenes, (str, os.PathLike)) else list(scenes)
     texts = {"--threads": ["1"], **_options.texts("batch", options), "--out": [folder]}
-    if "plugin" not in options:  # each worker has its own
+    if "plugin" not in options:  # each worker uses its own
         texts.pop("--plugin", None)
     entries = _options.engine().batch_scenes([os.fspath(name) for name in names], texts)
     for name, is_own in (_SUMMARY, _is_table), (_SHARED, _is_shared):
@@ -171,7 +171,7 @@ class _Work:
     tell: _scene.Tell
 
     def run(self, scenes: Sequence[tuple[int, Entry]]) -> None:
-        """Each as a task."""
+        """Makes each scene as a task."""
         version = pansharp.__version__
         entries = dict(scenes)
 
@@ -196,11 +196,11 @@ class _Work:
         self.book.add(number, line if line["status"] == "skipped" else {**line, "seconds": time.monotonic() - start})
 
     def _made_in_parts(self, entry: Entry) -> dict[str, Any]:
-        """Described in a folder of its own, fused there in parts, and copied into its output."""
+        """Describes a scene in a folder of its own, fuses it there in parts, and copies them into its output."""
         list_, line, files, output, options, fault = entry
         deadline = _run.Deadline(self.time_limit)
         began: list[float] = []
-        # A run that is given up at once tells whether there is anything to do, and the scene's fingerprint.
+        # A run that is cancelled at once still tells whether there is anything to do, and the scene's fingerprint.
         done = self.book.find_done(output)
         tried = self._engine(entry, _AT_ONCE, done, lambda done, _: began.append(done))
         if not began:
@@ -224,12 +224,12 @@ class _Work:
             else:
                 try:
                     _place.remove(own)
-                except OSError as error:  # the scene is made all the same
+                except OSError as error:  # the scene is done nevertheless
                     self.tell("warning", text=f"the parts of '{output}' cannot be removed; remove the folder '{own}': {error}")
         return {**result, "output": output, "fingerprint": tried["fingerprint"]}
 
     def _telling_parts(self, output: str) -> _scene.Tell:
-        """What is told of the parts of a scene."""
+        """Reports events of the parts of a scene."""
         count = done = 0
 
         def tell(event: str, **facts: Any) -> None:
@@ -252,7 +252,7 @@ class _Work:
 
 
 def _of_parts(failed: Mapping[str, Mapping[str, Any]]) -> str:
-    """What is wrong with parts: each text once, with the first of them."""
+    """The faults of parts: each text once, with the first part that has it."""
     names: dict[str, list[str]] = {}
     for name, failure in failed.items():
         names.setdefault(failure["text"], []).append(name)
@@ -261,7 +261,7 @@ def _of_parts(failed: Mapping[str, Mapping[str, Any]]) -> str:
 
 @contextmanager
 def _own_plugin() -> Iterator[None]:
-    """The package's plug-in is taken where the environment names none."""
+    """Uses the package's plug-in unless the environment names one."""
     is_named = "PANSHARP_PLUGIN" in os.environ
     os.environ.setdefault("PANSHARP_PLUGIN", _arrays.plugin_path())
     try:
@@ -272,13 +272,13 @@ def _own_plugin() -> Iterator[None]:
 
 
 def _megapixels(entry: Entry) -> float:
-    """Of the file that pan is; 0 where that is not one that can be opened."""
+    """Megapixels of the file that is pan; 0 if it cannot be opened."""
     size = _store.size_of(_store.file_of(entry[2][0])) if len(entry[2]) > 1 else None
     return size[0] * size[1] / 1e6 if size else 0.0
 
 
 def _form(entry: Entry) -> str | None:
-    """GTiff or COG, which parts can be copied into; None for other formats, and for what parts do not do."""
+    """GTiff or COG, which parts can be copied into; None for other formats, and for options that parts do not support."""
     output, options = entry[3:5]
     is_tiff = os.path.splitext(output)[1].lower() in ("", ".tif", ".tiff")
     name = options.get("--of", ["GTiff" if is_tiff else ""])[-1]
@@ -286,7 +286,8 @@ def _form(entry: Entry) -> str | None:
 
 
 def _sharing(folder: str, scenes: Sequence[tuple[int, Entry]], report: Mapping[str, Any]) -> list[tuple[int, Entry]]:
-    """The scenes take what was fitted, by a file that stays as it is where that does: its time is looked at when scenes are skipped."""
+    """Makes the scenes use what was fitted, through a file that is rewritten only when it changes: its time is checked when scenes are
+    skipped."""
     shared = pathlib.Path(folder, _SHARED)
     text = json.dumps({key: report.get(key) for key in _FITTED}) + "\n"
     if not shared.exists() or shared.read_text(encoding="utf-8") != text:

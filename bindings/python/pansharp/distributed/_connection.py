@@ -1,4 +1,4 @@
-"""The client of a job, whatever becomes of its scheduler."""
+"""The client of a job, which survives the loss of its scheduler."""
 
 from __future__ import annotations
 
@@ -15,26 +15,26 @@ import distributed
 
 Answer = TypeVar("Answer")
 Clients = Union[distributed.Client, Callable[[], distributed.Client]]
-_TRY = 10.0  # seconds that one try to connect takes
-ANSWER = 30.0  # seconds in which a scheduler tells its workers, or a worker what a task returned
+_TRY = 10.0  # seconds for one attempt to connect
+ANSWER = 30.0  # seconds for a scheduler to list its workers, or for a worker to return a result
 _PAUSE = 0.5
-_COMING = 10.0  # seconds in which workers find a new scheduler
+_COMING = 10.0  # seconds for workers to find a new scheduler
 
 
 class Lost(Exception):
-    """The scheduler has gone, and with it all that it was handed."""
+    """The scheduler has gone, with all tasks that it had."""
 
 
 class Unreached(OSError):
-    """There has been no scheduler from the first."""
+    """No scheduler was ever reached."""
 
 
 def start(workers: int | None = None) -> distributed.LocalCluster:
-    """A scheduler and workers on this machine, one for each processor or `workers` of them, set up for long tasks that are not Python's.
+    """A scheduler and workers on this machine, `workers` of them or one per processor, set up for long tasks outside Python.
 
-    Each worker has one task at a time, so that one that ends takes nothing else with it. Another one is there at once, because it comes
-    of a process that has loaded what it needs. Dask's profiler and its setting for malloc, which gives pages back after each part and
-    asks for them again, cost a tenth each. It sets these in Dask's configuration.
+    Each worker has one task at a time, so when it ends no other task is lost. A new worker starts at once, because it is forked from a
+    process that has loaded what it needs. Dask's profiler, and its setting for malloc, which returns pages after each part and requests
+    them again, cost a tenth of the time each. This function changes them in Dask's configuration.
     """
     has_server = "forkserver" in multiprocessing.get_all_start_methods()
     dask.config.set({"distributed.scheduler.worker-saturation": 1.0, "distributed.scheduler.allowed-failures": 1,
@@ -45,35 +45,35 @@ def start(workers: int | None = None) -> distributed.LocalCluster:
 
 
 def connect(address: str, patience: float, security: Any = None, check: Callable[[], None] = lambda: None) -> distributed.Client:
-    """A client of the scheduler at an address, which is waited for `patience` seconds. Raises Unreached.
+    """A client of the scheduler at an address. Waits for it for `patience` seconds. Raises Unreached.
 
-    check: called now and then; what it raises ends the waiting.
+    check: called now and then; an exception that it raises ends the waiting.
     """
     end = time.monotonic() + patience
     while True:
         check()
         try:
             return distributed.Client(address, timeout=max(min(_TRY, end - time.monotonic()), 0.1), set_as_default=False, security=security)
-        except (OSError, asyncio.TimeoutError) as error:  # a scheduler that goes while it answers, too
+        except (OSError, asyncio.TimeoutError) as error:  # also when the scheduler ends while it answers
             if time.monotonic() + _PAUSE >= end:
                 raise Unreached(f"no scheduler was reached at '{address}' for {patience:.0f} s: {error}") from error
         time.sleep(_PAUSE)
 
 
 def close(client: distributed.Client) -> None:
-    """Also one whose scheduler is not there any more."""
+    """Works also after its scheduler has gone."""
     with contextlib.suppress(Exception):
         client.close(timeout=_TRY)
 
 
 class Connection:
-    """The client of a job, or the next one to the same address. What is asked of it goes through `ask`, which alone tells a loss.
+    """The client of a job, or the next one to the same address. All requests go through `ask`, which alone detects a loss.
 
-    A client that Dask connects again by itself counts as lost: it has forgotten some of the tasks, and does not say of which.
+    A client that Dask reconnects by itself counts as lost: it has forgotten some of the tasks, and does not say which.
     """
 
     def __init__(self, client: Clients) -> None:
-        """client: or what makes one when it is needed first, which is closed with the connection."""
+        """client: a client, or a function that makes one when it is first needed; such a client is closed with the connection."""
         self._given = client
         self._client: distributed.Client | None = None
         self._is_own = False
@@ -81,10 +81,10 @@ class Connection:
         self._security: Any = None
         self._stream: Any = None
         self.is_given_up = False
-        """Whether a scheduler with workers was waited for in vain. It is not waited for again."""
+        """Whether waiting for a scheduler with workers has failed. There is then no further waiting."""
 
     def ask(self, call: Callable[[distributed.Client], Answer]) -> Answer:
-        """What the call gives. Raises Lost when the scheduler has gone before, or goes meanwhile."""
+        """The result of the call. Raises Lost if the scheduler has gone or goes meanwhile."""
         client = self._open()
         cause: BaseException | None = None
         if self._is_alive(client):
@@ -95,16 +95,16 @@ class Connection:
         raise Lost(f"{type(cause).__name__}: {cause}" if cause else "the connection has ended") from cause
 
     def workers(self) -> dict[str, int]:
-        """Addresses of the workers, and their threads. Raises Lost."""
+        """Addresses of the workers, with their threads. Raises Lost."""
         found: dict[str, int] | None = self.ask(lambda client: client.nthreads(callback_timeout=ANSWER))
-        if found is None:  # given by Dask while it closes
+        if found is None:  # returned by Dask while it closes
             raise Lost("the scheduler tells no workers")
         return found
 
     def reach(self, seconds: float, check: Callable[[], None], lacks_workers: Callable[[float], object]) -> bool:
-        """A new client, whose scheduler has workers; False when there is none for so long. Then nothing is waited for again.
+        """Connects a new client whose scheduler has workers. False if there is none within `seconds`; there is then no further waiting.
 
-        lacks_workers: called once with the seconds that are left, when a scheduler is there and has no workers for some time.
+        lacks_workers: called once with the remaining seconds, when a scheduler has been without workers for some time.
         """
         end = time.monotonic() + seconds
         tells_at: float | None = None

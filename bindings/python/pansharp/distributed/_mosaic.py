@@ -1,4 +1,4 @@
-"""Parts laid together: a VRT, and a single file made from it."""
+"""Parts joined: a VRT, and a single file made from it."""
 
 from __future__ import annotations
 
@@ -24,9 +24,9 @@ def block_of(file: str) -> tuple[int, int] | None:
 
 
 def _is_whole(part: gdal.Dataset, file: str) -> bool:
-    """False for a file that ends before its last block, as one may after a machine went down."""
+    """False for a file that ends before its last block, which may happen when a machine goes down."""
     state = gdal.VSIStatL(file)
-    if state is None:  # it has gone since it was opened
+    if state is None:  # removed since it was opened
         return False
     for number in {1, part.RasterCount}:
         band = part.GetRasterBand(number)
@@ -41,7 +41,7 @@ def _is_whole(part: gdal.Dataset, file: str) -> bool:
 
 @_store.raising
 def look(file: str, window: tuple[int, int, int, int], print_: str) -> bool | None:
-    """Whether a part has a mask; None for one that is not there, or was made in another way."""
+    """Whether a part has a mask; None for a missing part, or one that was made in another way."""
     try:
         part = gdal.Open(file)
         if part.GetMetadataItem(_parts.FINGERPRINT) != print_ or (part.RasterXSize, part.RasterYSize) != window[2:]:
@@ -54,7 +54,7 @@ def look(file: str, window: tuple[int, int, int, int], print_: str) -> bool | No
 
 
 def _shift(description: gdal.Dataset, by: gdal.Dataset, part: _parts.Part) -> None:
-    """Everything that counts pixels, moved from the part's corner to that of the scene."""
+    """Moves everything that counts pixels from the part's corner to that of the scene."""
     if by.GetGCPCount():
         points = by.GetGCPs()
         for point in points:
@@ -86,9 +86,9 @@ def _source(name: str, band: str, part: _parts.Part, like: ElementTree.Element |
 
 @_store.raising
 def vrt(out: str, shape: tuple[int, int], made: Mapping[_parts.Part, bool], is_complete: bool) -> str:
-    """Writes OUT/mosaic.vrt over the parts that are made, each with whether it has a mask, and gives its name. Raises OSError.
+    """Writes OUT/mosaic.vrt over the parts that were made, each with whether it has a mask. Returns its name. Raises OSError.
 
-    It is described as the first part is. It has a mask when one of them has, or one is missing that no value stands for.
+    Its description is that of the first part. It has a mask if any part has one, or if a part is missing and there is no value for no data.
     """
     first = min(made, key=lambda part: (part.row, part.column))
     by = gdal.Open(_store.join(_store.join(out, "parts"), first.name))
@@ -124,7 +124,7 @@ def vrt(out: str, shape: tuple[int, int], made: Mapping[_parts.Part, bool], is_c
 
 
 def check_single(file: str, overwrite: bool, others: Iterable[str]) -> None:
-    """Refuses a file that may not be written: one of the others, or one that is there. Raises pansharp.OutputError."""
+    """Refuses to write a file that is one of the others, or that exists. Raises pansharp.OutputError."""
     def refuse(why: str) -> NoReturn:
         _place.refuse(file, why)
     if _store.is_remote(file):
@@ -144,7 +144,7 @@ def check_single(file: str, overwrite: bool, others: Iterable[str]) -> None:
 
 @_store.raising
 def single(mosaic: str, file: str, form: str, co: Sequence[str], overwrite: bool, progress: Callable[[float], Any], deadline: _run.Deadline) -> None:
-    """Copies the mosaic into one file of that format, which appears when it is complete. Raises OSError, or pansharp.OutputError."""
+    """Copies the mosaic into one file, which appears when it is complete. Raises OSError, or pansharp.OutputError."""
     def goes_on(done: float, *_: Any) -> bool:
         progress(done)
         return deadline.left() >= 0
@@ -157,7 +157,7 @@ def single(mosaic: str, file: str, form: str, co: Sequence[str], overwrite: bool
     try:
         with _store.beside(os.path.realpath(file)) as new:
             gdal.Translate(new, mosaic, format=form, creationOptions=options, callback=goes_on)
-            check_single(file, overwrite, ())  # it may have come meanwhile
+            check_single(file, overwrite, ())  # it may have appeared meanwhile
             os.replace(new, os.path.realpath(file))
     except (RuntimeError, OSError) as error:
         deadline.check()

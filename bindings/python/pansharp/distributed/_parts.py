@@ -1,4 +1,4 @@
-"""How a scene is cut into parts, and the work of making one of them, which runs on a worker."""
+"""How a scene is divided into parts, and how a worker makes one of them."""
 
 from __future__ import annotations
 
@@ -21,9 +21,9 @@ from .. import _options
 from . import _run, _store
 
 FINGERPRINT = "PANSHARP_PART"
-"""Entry of a part's metadata: what it was made from and how."""
+"""Item of a part's metadata that tells what it was made from and how."""
 BLOCK = 256
-"""Side of the blocks of a part; parts begin on whole ones."""
+"""Side of the blocks of a part. Parts begin on block boundaries."""
 
 
 @dataclass(frozen=True)
@@ -52,7 +52,7 @@ NAME = re.compile(r"r\d{7}c\d{7}\.tif")
 
 
 def cut(rows: int, columns: int, size: tuple[int, int]) -> list[Part]:
-    """The parts of so many pixels, row after row; size is (columns, rows) of each but the last ones, multiples of `BLOCK`."""
+    """The parts of a scene, row after row. `size` is the (columns, rows) of each part but the last ones, multiples of `BLOCK`."""
     across, down = size
     for side in size:
         if side < BLOCK or side % BLOCK:
@@ -73,16 +73,16 @@ def _inputs(description: Mapping[str, Any], folder: str) -> Iterator[str]:
 
 
 def files_of(scene: str) -> list[str]:
-    """The description, its inputs, and what GDAL reads for these."""
+    """The description, its inputs, and the files that GDAL reads for these."""
     with open(scene, encoding="utf-8") as file:
         inputs = list(_inputs(json.load(file), os.path.dirname(scene)))
     return [scene, *inputs, *(name for one in inputs for name in _store.files_of(one))]
 
 
 def fingerprint(scene: str, co: Sequence[str]) -> str:
-    """What the parts of a scene depend on: description, the names, times and sizes of all files of its inputs, creation options, version.
+    """A digest of what the parts depend on: the description; the names, times and sizes of all files of its inputs; creation options; version.
 
-    What is not a file has no time; the description has a number of its content.
+    Inputs that are not files have no time; the description has a digest of their content.
     """
     with open(scene, encoding="utf-8") as file:
         description = json.load(file)
@@ -92,7 +92,7 @@ def fingerprint(scene: str, co: Sequence[str]) -> str:
 
 
 def failure(error: Exception) -> dict[str, Any]:
-    """What went wrong as plain data, and whether another try may help."""
+    """A failure as plain data, with whether another try may help."""
     kinds: dict[str, Any] = {"late": _run.Late, "output": (pansharp.OutputError, OSError), "input": pansharp.InputError,
                              "arguments": (pansharp.ArgumentError, TypeError, ValueError), "other": Exception}
     kind = next(kind for kind, types in kinds.items() if isinstance(error, types))
@@ -101,17 +101,17 @@ def failure(error: Exception) -> dict[str, Any]:
 
 
 def worker_address() -> str | None:
-    """Of the worker that asks."""
+    """The address of the worker that runs this."""
     try:
         return str(distributed.get_worker().address)
-    except ValueError:  # it is none
+    except ValueError:  # not on a worker
         return None
 
 
 def make(scene: str, part: Part, out: str, print_: str, co: Sequence[str], version: str, seconds: float = 0.0) -> dict[str, Any]:
-    """Makes a part of a scene, which appears under its name when it is complete. What goes wrong is told, not raised.
+    """Makes a part of a scene, which appears under its name when it is complete. Failures are returned, not raised.
 
-    seconds: after which it is given up; 0 for never.
+    seconds: time limit; 0 for none.
     """
     deadline = _run.Deadline(seconds)
     start, processor = time.time(), time.process_time()
@@ -129,7 +129,7 @@ def make(scene: str, part: Part, out: str, print_: str, co: Sequence[str], versi
                                           of="GTiff", overwrite=True, progress=deadline.check if seconds else None)
                 if _store.is_remote(out):
                     _store.upload(file, _store.join(out, part.name))
-        except Exception as caught:  # a worker goes on with the next part
+        except Exception as caught:  # the worker continues with the next part
             error = failure(caught)
     return {"seconds": time.time() - start, "processor_seconds": time.process_time() - processor, "start": start, "error": error,
             "worker": worker_address(), "mask": report.get("no_data", {}).get("by") == "mask", "warnings": sorted({str(warning.message) for warning in warned})}

@@ -1,4 +1,4 @@
-"""What lies in the folder of a job, and whether it is the job's own. Files of others are replaced where that is asked for only."""
+"""The contents of a job's folder, and whether they are the job's own. Files of others are replaced only on request."""
 
 from __future__ import annotations
 
@@ -23,7 +23,7 @@ def refuse(file: str, why: str) -> NoReturn:
 
 
 def _is_mosaic(text: bytes) -> bool:
-    """A VRT of nothing but parts."""
+    """Whether a text is a VRT of parts only."""
     try:
         names = [name.text or "" for name in ElementTree.fromstring(text).iter("SourceFilename")]
     except ElementTree.ParseError:
@@ -32,7 +32,7 @@ def _is_mosaic(text: bytes) -> bool:
 
 
 def _report(text: bytes) -> dict[str, Any]:
-    """That of a job; empty for anything else."""
+    """The report of a job; empty for anything else."""
     try:
         report = json.loads(text)
     except ValueError:
@@ -45,20 +45,20 @@ def _digest(scene: str) -> str:
 
 
 def _is_own_scene(out: str, scene: str) -> bool:
-    """One that the report says a job has made, or was about to make."""
+    """Whether the report says that a job has made this description, or was about to."""
     report = _report(_store.read(_store.join(out, REPORT)) or b"")
     return report.get("scene") == scene and report.get("description") in ("", _digest(scene))
 
 
 def own_digest(out: str, scene: str) -> str | None:
-    """The content of a description that a job has made in its folder, by which it is known again; None for one of others."""
+    """A digest of a description that a job has made in its folder, to recognise it; None if it belongs to others."""
     return _digest(scene) if _is_own_scene(out, scene) else None
 
 
 def check(file: str, is_own: Callable[[bytes], bool], inputs: Iterable[str], overwrite: bool) -> None:
-    """Refuses a file that may not be written. Raises pansharp.OutputError.
+    """Refuses to write a file that must not be replaced. Raises pansharp.OutputError.
 
-    is_own: tells of the content of one that is there whether a job has made it.
+    is_own: tells from the content of an existing file whether a job has made it.
     """
     if any(_store.is_same(file, other) for other in inputs):
         refuse(file, "is read by the job, which would replace it; choose another folder")
@@ -71,7 +71,7 @@ def check(file: str, is_own: Callable[[bytes], bool], inputs: Iterable[str], ove
 
 
 def check_out(out: str, inputs: Sequence[str], overwrite: bool) -> None:
-    """Refuses a folder whose mosaic, report or parts may not be written. Raises pansharp.OutputError."""
+    """Refuses a folder whose mosaic, report or parts must not be written. Raises pansharp.OutputError."""
     check(_store.join(out, MOSAIC), _is_mosaic, inputs, overwrite)
     check(_store.join(out, REPORT), lambda text: bool(_report(text)), inputs, overwrite)
     parts = os.path.realpath(_store.join(out, "parts"))
@@ -82,7 +82,7 @@ def check_out(out: str, inputs: Sequence[str], overwrite: bool) -> None:
 
 
 def begin(out: str, scene: str, inputs: Sequence[str], overwrite: bool) -> None:
-    """Takes a folder to describe a scene in. Raises pansharp.OutputError where files of others are in the way."""
+    """Prepares a folder to describe a scene in. Raises pansharp.OutputError if files of others are in the way."""
     files = [_store.file_of(name) for name in inputs]
     check_out(out, files, overwrite)
     check(scene, lambda _: _is_own_scene(out, scene), files, overwrite)
@@ -90,14 +90,14 @@ def begin(out: str, scene: str, inputs: Sequence[str], overwrite: bool) -> None:
 
 
 def check_parts(files: Iterable[str]) -> None:
-    """Refuses parts that are there and none of any job. Those that cannot be read are ours, cut short. Raises pansharp.OutputError."""
+    """Refuses existing parts that no job has made. Unreadable parts are incomplete ones of a job. Raises pansharp.OutputError."""
     for file in files:
         if _store.is_raster_of_others(file, _parts.FINGERPRINT):
             refuse(file, "exists, and no job of this kind has made it; choose another folder, or allow it to be overwritten (--overwrite)")
 
 
 def remove(out: str) -> None:
-    """The folder of a job that is done, with all that it has made there. Files of others stay, and folders that have some."""
+    """Removes the folder of a finished job with all that it has made there. Files of others stay, and folders that contain any."""
     parts = os.path.join(out, "parts")
     for file in (*(os.path.join(parts, name) for name in os.listdir(parts) if _parts.NAME.fullmatch(name)),
                  *(os.path.join(out, name) for name in (MOSAIC, REPORT, SCENE))):
@@ -108,6 +108,6 @@ def remove(out: str) -> None:
 
 
 def write_report(out: str, scene: str, description: str | None, **facts: Any) -> None:
-    """description: as `own_digest` gives it, or "" while the job writes it."""
+    """description: from `own_digest`, or "" while the job is writing it."""
     _store.write_text(_store.join(out, REPORT), json.dumps(
         {"ok": False, "scene": scene, "description": description, "version": pansharp.__version__, "failed": {}, **facts}, indent=1) + "\n")

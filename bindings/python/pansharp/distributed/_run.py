@@ -1,4 +1,4 @@
-"""Tasks handed to Dask until each is done or has failed for good, whatever happens to workers and scheduler meanwhile."""
+"""Runs tasks on Dask until each is done or has finally failed, whatever happens to workers and scheduler meanwhile."""
 
 from __future__ import annotations
 
@@ -21,36 +21,36 @@ from ._connection import ANSWER, Connection, Lost
 
 @dataclass(frozen=True)
 class Limits:
-    """How long a job tries."""
+    """How long and how often a job tries."""
 
     attempts: int = 3
-    """Times that a task may fail. One that fails to write goes to another worker."""
+    """How often a task may fail. One that cannot write its output is tried on another worker."""
     patience: float = 300.0
-    """Seconds to wait for a scheduler that has gone, or for the first worker where there is none."""
+    """Seconds to wait for a lost scheduler, or for the first worker."""
 
 
 @dataclass
 class Task:
-    """Something to be made, `call` on a worker, which tells failures as the key "error" of what it returns."""
+    """A task: `call` runs on a worker and returns failures under the key "error"."""
 
     key: Hashable
     call: Callable[..., dict[str, Any]]
     arguments: tuple[Any, ...]
     begin: Callable[[], object] = lambda: None
-    """Called before it is handed out, here, each time."""
+    """Called on this side before the task is sent, each time."""
     attempts: int = 0
     refused_by: set[str] = field(default_factory=set)
-    """Workers that could not write it."""
+    """Workers that could not write its output."""
     allowed: set[str] = field(default_factory=set)
-    """Those that it waits for; empty for any."""
+    """The workers that it may run on; empty for any."""
 
 
 class Late(pansharp.Error):
-    """A scene has taken longer than it may."""
+    """A scene has exceeded its time limit."""
 
 
 class Deadline:
-    """So many seconds from now; 0 for no end."""
+    """A moment some seconds from now; 0 for never."""
 
     def __init__(self, seconds: float) -> None:
         self.seconds = seconds
@@ -60,18 +60,19 @@ class Deadline:
         return self._end - time.monotonic()
 
     def check(self, *_: Any) -> None:
-        """Raises Late when it is over. Takes what a progress function takes."""
+        """Raises Late when it has passed. Accepts the arguments of a progress function."""
         if self.left() < 0:
             raise Late(f"the scene took longer than its time limit of {self.seconds:g} s; give more with --time-limit")
 
 
 QUARANTINE = "it ended the worker that it ran on, again and again, the last time alone"
-_IDLE = 1.0  # seconds after which workers and scheduler are looked at
+_IDLE = 1.0  # seconds between checks of workers and scheduler
 
 
 @contextlib.contextmanager
 def _noting_interrupts() -> Iterator[Callable[[], None]]:
-    """Gives what raises KeyboardInterrupt after Ctrl-C. Raised in a callback of Dask, it may be lost. The second Ctrl-C is raised at once."""
+    """Provides a function that raises KeyboardInterrupt after Ctrl-C; raised in a callback of Dask it could be lost. A second Ctrl-C
+    raises at once."""
     noted: list[int] = []
 
     def note(number: int, _: Any) -> None:
@@ -93,13 +94,13 @@ def _noting_interrupts() -> Iterator[Callable[[], None]]:
 
 
 class Runner:
-    """Hands tasks out over a connection, and again over the next one."""
+    """Runs tasks over a connection, and again over the next one."""
 
     def __init__(self, connection: Connection, limits: Limits) -> None:
         self._connection = connection
         self._limits = limits
         self._wanted, self._counted = 16, -_IDLE
-        self._seen = 0.0  # when a task ended, or workers had some
+        self._seen = 0.0  # when a task last ended, or workers last had tasks
         self._deadline = Deadline(0.0)
         self._interrupted: Callable[[], None] = lambda: None
         self._waits: Callable[[str], object] = lambda text: None
@@ -107,10 +108,10 @@ class Runner:
     def run(self, tasks: Iterable[Task], done: Callable[[Task, dict[str, Any]], object],
             retried: Callable[[Task, str], object], waits: Callable[[str], object] = lambda text: None,
             deadline: Deadline = Deadline(0.0)) -> None:
-        """Calls `done` once for each task with what it returned, or with {"error": …}, and `retried` for what is tried again.
+        """Calls `done` once per task, with its result or with {"error": …}, and `retried` for tasks that are tried again.
 
-        waits: called with what is waited for, when there is no scheduler or no worker.
-        deadline: what is not done then has failed. Where it has an end, tasks take the seconds that are left as `seconds`.
+        waits: called with what is being waited for, when there is no scheduler or no worker.
+        deadline: tasks that are not done by then have failed. If it is finite, tasks get the remaining seconds as `seconds`.
         """
         self._seen, self._waits, self._deadline = time.monotonic(), waits, deadline
         left = {task.key: task for task in tasks}
@@ -136,7 +137,7 @@ class Runner:
             suspects += killed
             if loss and not self._reach():
                 return self._give_up(waiting + suspects, loss, done)
-        # A worker takes with it what it has not begun. What ends one alone is to blame.
+        # A worker that dies loses tasks that it has not begun. Only a task that kills a worker when it runs alone is to blame.
         while suspects:
             again, killed, loss = self._round(suspects[:1], done, retried)
             suspects[:1] = again
@@ -160,7 +161,8 @@ class Runner:
                     "belonged to: start them again")
 
     def _most(self) -> int:
-        """Tasks that the scheduler has at a time: enough to keep workers busy. More workers may come at any time; they are counted again."""
+        """The number of tasks that the scheduler has at a time: enough to keep workers busy. Workers may join at any time, so they are
+        counted again."""
         if time.monotonic() - self._counted >= _IDLE:
             self._wanted = max(16, 3 * sum(self._connection.workers().values()))
             self._counted = time.monotonic()
@@ -168,7 +170,8 @@ class Runner:
 
     def _round(self, tasks: list[Task], done: Callable[[Task, dict[str, Any]], object], retried: Callable[[Task, str], object]
                ) -> tuple[list[Task], list[Task], Lost | None]:
-        """Tries each task once: those to try again, those that ended their worker, and how the scheduler was lost if it was."""
+        """Tries each task once. Returns the tasks to try again, those that ended their worker, and how the scheduler was lost, if it
+        was."""
         ended: queue.Queue[tuple[Task, distributed.Future]] = queue.Queue()
         again: list[Task] = []
         killed: list[Task] = []
@@ -186,7 +189,7 @@ class Runner:
                     again += self._give_back(tasks, running)
                 else:
                     if running.get(task.key) is not future:
-                        continue  # it was given back
+                        continue  # it was returned
                     self._take(task, future, again, killed, done, retried)
                     del running[task.key]
                     self._seen, is_waiting = time.monotonic(), False
@@ -203,7 +206,7 @@ class Runner:
         return again + list(left), killed, None
 
     def _look(self, was_waiting: bool) -> bool:
-        """Whether workers are waited for. Raises Lost when that takes too long."""
+        """Whether there are no workers to run tasks. Raises Lost when that lasts too long."""
         if self._connection.workers():
             self._seen = time.monotonic()
             return False
@@ -215,7 +218,7 @@ class Runner:
         return True
 
     def _give_back(self, tasks: list[Task], running: dict[Hashable, distributed.Future]) -> list[Task]:
-        """Tasks that wait for workers that are there no more."""
+        """Tasks that wait for workers that no longer exist."""
         bound = [task for task in tasks if task.key in running and task.allowed]
         there = set(self._connection.workers()) if bound else set()
         given = [task for task in bound if there and not task.allowed & there]
@@ -247,7 +250,7 @@ class Runner:
 
     def _take(self, task: Task, future: distributed.Future, again: list[Task], killed: list[Task],
               done: Callable[[Task, dict[str, Any]], object], retried: Callable[[Task, str], object]) -> None:
-        if future.status == "error":  # by Dask itself, or while the task was sent: tasks tell their own failures
+        if future.status == "error":  # from Dask itself, or while the task was sent: tasks return their own failures
             raised = self._connection.ask(lambda _: future.exception(timeout=ANSWER))
             if isinstance(raised, distributed.scheduler.KilledWorker):
                 retried(task, "its worker ended; it is tried alone at the end")

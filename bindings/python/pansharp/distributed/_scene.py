@@ -23,28 +23,28 @@ Tell = Callable[..., object]
 
 @dataclass
 class Outcome:
-    """What became of a scene."""
+    """The outcome of fusing a scene."""
 
     scene: str
     """The description that was fused."""
     mosaic: str | None = None
-    """The VRT over all parts that are made; None where there is none."""
+    """The VRT over all parts that were made; None if there is none."""
     single: str | None = None
-    """The single file, where one was asked for."""
+    """The single file, if one was requested."""
     count: int = 0
-    """Parts that the scene has."""
+    """Number of parts of the scene."""
     made: int = 0
-    """Of them were made now; the others were there."""
+    """Number of parts made now; the others already existed."""
     failed: dict[str, dict[str, Any]] = field(default_factory=dict)
-    """By the name of the part: "kind" (input, output, arguments, quarantine, lost, late, other), "text", and "items" of the engine."""
+    """By name of the part: "kind" (input, output, arguments, quarantine, lost, late, other), "text", and "items" of the engine."""
     seconds: float = 0.0
-    """From the call to its end."""
+    """From the start of the call to its end."""
     tasks: list[dict[str, Any]] = field(default_factory=list)
-    """Of each part that was made now: "name", "worker", "start" (as time.time gives it), "seconds", "processor_seconds"."""
+    """Per part made now: "name", "worker", "start" (as from time.time), "seconds", "processor_seconds"."""
 
     @property
     def ok(self) -> bool:
-        """Whether all parts are there."""
+        """Whether all parts exist."""
         return not self.failed and self.mosaic is not None
 
 
@@ -55,13 +55,13 @@ def _listed(co: Mapping[str, Any] | Sequence[str] | None) -> list[str]:
 
 
 def _description(pan: File, ms: File | Sequence[File] | None) -> str | None:
-    """The name of the description that is given; None for a pair."""
+    """The name of the given description; None for a pair."""
     name = None if ms is not None or isinstance(pan, tuple) else os.fspath(pan)
     return name if name and name.lower().endswith(".pansharp") else None
 
 
 def _described(pan: File, ms: File | Sequence[File] | None, out: str, options: dict[str, Any], overwrite: bool, deadline: _run.Deadline, tell: Tell) -> str:
-    """The description to fuse: the one that is given, or that of the pair, in OUT."""
+    """The description to fuse: the given one, or that of the pair, written into OUT."""
     given = _description(pan, ms)
     if given:
         if options:
@@ -78,7 +78,7 @@ def _described(pan: File, ms: File | Sequence[File] | None, out: str, options: d
 
 @contextmanager
 def _telling(tell: Tell) -> Iterator[None]:
-    """Warnings of the engine become events."""
+    """Reports warnings of the engine as events."""
     with warnings.catch_warnings(record=True) as warned:
         warnings.simplefilter("always", pansharp.PansharpWarning)
         try:
@@ -89,7 +89,7 @@ def _telling(tell: Tell) -> Iterator[None]:
 
 
 def _size_of_parts(part: int | tuple[int, int] | None, columns: int, pan: str) -> tuple[int, int]:
-    """As asked for; else 4096 x 4096 pixels, or as many in whole rows where pan lies in rows."""
+    """The requested size; else 4096 x 4096 pixels, or the same number in whole rows if pan is stored in rows."""
     if part is not None:
         return part if isinstance(part, tuple) else (part, part)
     side = 4096
@@ -110,26 +110,26 @@ def sharpen(client: Connection | Clients, pan: File, ms: File | Sequence[File] |
             single: str | os.PathLike[str] | None = None, single_format: str = "GTiff", single_co: Mapping[str, Any] | Sequence[str] | None = None,
             overwrite: bool = False, check: bool = True, time_limit: float | _run.Deadline = 0.0,
             limits: _run.Limits = _run.Limits(), tell: Tell = lambda event, **facts: None, **options: Any) -> Outcome:
-    """Fuses a scene in parts on the workers of a client: OUT/parts/*.tif, and OUT/mosaic.vrt over them, which has the bytes of one run.
+    """Fuses a scene in parts on the workers of a client: OUT/parts/*.tif, and OUT/mosaic.vrt over them, with the bytes of a single run.
 
-    What is there already from the same description, inputs, options and version is kept. What fails is named in the outcome, and the
-    rest is made.
+    Existing parts from the same description, inputs, options and version are kept. Parts that fail are named in the outcome, and the rest
+    is made.
 
     client: a distributed.Client, which stays open, or a function that makes one, which is called if there is something to make, and whose
-        client is closed at the end. Workers see the same files under the same names.
-    pan, ms: a .pansharp file alone; or a pair, which is fitted first and described in OUT/scene.pansharp, by `options` of `pansharp.sharpen`.
+        client is closed at the end. Workers must see the same files under the same names.
+    pan, ms: a .pansharp file alone; or a pair, which is first fitted and described in OUT/scene.pansharp, with `options` of `pansharp.sharpen`.
     out: a folder, or, for a description, object storage by a name that GDAL writes to, such as /vsis3/bucket/scene.
-    part: pixels across and down a part, or (columns, rows), multiples of 256. None: 4096, or whole rows where pan lies in strips.
-    co: creation options of the parts, GeoTIFFs.
+    part: side of a part in pixels, or (columns, rows), multiples of 256. None: 4096, or whole rows if pan is stored in strips.
+    co: creation options of the parts, which are GeoTIFFs.
     single: a file to copy the mosaic into, of `single_format`, GTiff or COG, with `single_co`.
-    overwrite: replace a single file that exists, and files in OUT that no such job has made.
-    check: compare all bytes of the inputs with what a given description says before, and warn, as the command does.
-    time_limit: seconds after which what is not made is given up; 0 for never.
-    limits: how often a part is tried, and how long a scheduler is waited for.
+    overwrite: replace an existing single file, and files in OUT that no such job has made.
+    check: first compare all bytes of the inputs with a given description, and warn of differences, as the command does.
+    time_limit: seconds after which the remaining parts are given up; 0 for no limit.
+    limits: how often a part is tried, and how long to wait for a scheduler.
     tell: called with the name of each event and its facts by keyword, as docs/distributed.md lists them.
 
-    Raises pansharp.InputError and other pansharp.Error for a scene that cannot be opened, pansharp.OutputError for a single file that cannot be
-    written and a file of others that is in the way, ValueError and TypeError for wrong arguments, OSError where no scheduler is reached or OUT
+    Raises pansharp.InputError and other pansharp.Error for a scene that cannot be opened; pansharp.OutputError for a single file that cannot be
+    written, or if a file of others is in the way; ValueError and TypeError for wrong arguments; OSError if no scheduler is reached or OUT
     cannot be written.
     """
     start = time.monotonic()
@@ -184,7 +184,7 @@ def sharpen(client: Connection | Clients, pan: File, ms: File | Sequence[File] |
 
 
 def _compare(scene: str, tell: Tell) -> None:
-    """Warns of inputs that are not what they were. One that cannot be read says so part by part."""
+    """Warns of inputs that have changed. An input that cannot be read is reported part by part."""
     try:
         for text in pansharp.info(scene)["warnings"]:
             tell("warning", text=text)
@@ -222,13 +222,13 @@ def _make(client: Connection | Clients, scene: str, folder: str, missing: list[P
     finally:
         if connection is not client:
             connection.close()
-    for text, times in warned.items():  # what one part alone warns of, as that it has no data, is not to be said of the scene
+    for text, times in warned.items():  # a warning of only some parts, such as "no data", does not apply to the scene
         if times == outcome.made:
             tell("warning", text=text if times == outcome.count else f"{times} of {outcome.count} parts, all that were made now: {text}")
 
 
 def _remove_others(folder: str, parts: list[Part]) -> None:
-    """Parts of the scene as it was cut before: no mosaic has them any more."""
+    """Parts of an earlier division of the scene, which no mosaic uses any more."""
     if _store.is_remote(folder):
         return
     for name in _store.listing(folder) - {part.name for part in parts}:

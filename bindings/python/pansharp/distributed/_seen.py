@@ -1,4 +1,4 @@
-"""What is seen of a job while it runs: a bar on a terminal, lines elsewhere, or events as lines of JSON."""
+"""Progress of a running job: a bar on a terminal, lines elsewhere, or events as lines of JSON."""
 
 from __future__ import annotations
 
@@ -12,7 +12,7 @@ _HEADS = {"retried": "tried again: ", "failed": "failed: ", "warning": "warning:
 
 
 class Seen:
-    """Tells of a job of so many things to make, which have so many pixels in all. A callable that takes events."""
+    """Shows the progress of a job with a known number of parts and pixels. A callable that receives events."""
 
     def __init__(self, stream: TextIO | None = None, as_json: bool = False, quiet: bool = False) -> None:
         self._stream = stream or (sys.stdout if as_json else sys.stderr)
@@ -47,9 +47,9 @@ class Seen:
             self._say(facts["text"])
 
     def _end(self, event: str, facts: dict[str, Any]) -> None:
-        """Of one of the things to make."""
+        """Handles an event about one of the parts."""
         if event == "made":
-            if not self._made:  # what came before the first is not the speed of the others
+            if not self._made:  # the time before the first part says nothing about the speed
                 self._start = max(self._start, time.monotonic() - facts["seconds"])
             self._made += 1
             self._pixels += facts["pixels"]
@@ -59,7 +59,7 @@ class Seen:
         self._show()
 
     def _warn(self, event: str, facts: dict[str, Any]) -> None:
-        """The same of many parts is said once."""
+        """The same text for many parts is shown once."""
         text, name = facts["text"], facts.get("name")
         key = event, text.replace(name, "") if name else text
         if key in self._warned:
@@ -70,7 +70,7 @@ class Seen:
         print(f"pansharp: {head}{name + ': ' if name else ''}{text}", file=self._stream, flush=True)
 
     def rate(self) -> tuple[float, float]:
-        """Megapixels a second, and the seconds that are left."""
+        """Megapixels per second, and the remaining seconds."""
         seconds = max(time.monotonic() - self._start, 1e-9)
         share = (self._made + self._failed) / max(self._all - self._skipped, 1)
         return self._pixels / seconds / 1e6, seconds * (1 / share - 1) if share else 0.0

@@ -1,4 +1,4 @@
-"""Where parts are kept: a folder that all workers see, or object storage by a name that GDAL reads, such as /vsis3/bucket/scene."""
+"""Where parts are stored: a folder that all workers see, or object storage by a name that GDAL reads, such as /vsis3/bucket/scene."""
 
 from __future__ import annotations
 
@@ -20,7 +20,7 @@ _CHUNK = 8 << 20
 
 
 def raising(function: Called) -> Called:
-    """GDAL's failures are RuntimeError within the function, and OSError for its caller; what they are elsewhere is up to the program."""
+    """Within the function, GDAL's failures raise RuntimeError; its caller gets OSError. GDAL's setting elsewhere is left to the program."""
     @functools.wraps(function)
     def call(*arguments: Any, **named: Any) -> Any:
         had_exceptions = gdal.GetUseExceptions()
@@ -44,12 +44,12 @@ def join(folder: str, name: str) -> str:
 
 
 def make_folder(name: str) -> None:
-    if not is_remote(name):  # objects have none
+    if not is_remote(name):  # object storage has no folders
         os.makedirs(name, exist_ok=True)
 
 
 def upload(file: str, name: str) -> None:
-    """An object appears when all of it is sent. Raises OSError."""
+    """Copies a file. An object appears when all of it has been sent. Raises OSError."""
     with open(file, "rb") as source:
         _send(name, iter(lambda: source.read(_CHUNK), b""))
 
@@ -65,7 +65,7 @@ def _send(name: str, chunks: Any) -> None:
 
 
 def write_text(name: str, text: str) -> None:
-    """A file that appears when it is complete. Raises OSError."""
+    """Writes a file that appears when it is complete. Raises OSError."""
     if is_remote(name):
         return _send(name, [text.encode()])
     try:
@@ -81,7 +81,7 @@ def write_text(name: str, text: str) -> None:
 
 @raising
 def read(name: str) -> bytes | None:
-    """All of a file; None where there is none."""
+    """The contents of a file; None if it does not exist."""
     try:
         _forget(name)
         if gdal.VSIStatL(name) is None or gdal.VSIStatL(name).IsDirectory():
@@ -98,9 +98,9 @@ def read(name: str) -> bytes | None:
 
 @contextlib.contextmanager
 def beside(name: str) -> Iterator[str]:
-    """Where to write a file that is moved to its place then: a hidden folder there, which says whose it is.
+    """A name to write a file under before it is moved to its place: in a hidden folder there, whose name tells whose it is.
 
-    What a killed job of this machine left of the same file is removed first.
+    What a killed job on this machine has left for the same file is removed first.
     """
     parent, last = os.path.split(os.path.abspath(name))
     start = f".{last}.pansharp-{socket.gethostname()}-"
@@ -122,12 +122,12 @@ def _is_running(process: int) -> bool:
     except ProcessLookupError:
         return False
     except OSError:
-        pass  # of another user
+        pass  # it belongs to another user
     return True
 
 
 def file_of(name: str) -> str:
-    """Without the band."""
+    """The name without the band."""
     return re.sub(r",band=\d+$", "", name)
 
 
@@ -139,13 +139,13 @@ def is_same(file: str, other: str) -> bool:
 
 
 def open_raster(file: str) -> gdal.Dataset:
-    """Of a file, or an address of the web or a store. To be called where GDAL raises."""
+    """Opens a file, or an address on the web or in a store. Call it where GDAL raises exceptions."""
     return gdal.Open(_options.engine().gdal_name(file))
 
 
 @raising
 def size_of(file: str) -> tuple[int, int] | None:
-    """Columns and rows of a raster; None for what cannot be opened."""
+    """Columns and rows of a raster; None if it cannot be opened."""
     try:
         image = open_raster(file)
         return image.RasterXSize, image.RasterYSize
@@ -155,7 +155,7 @@ def size_of(file: str) -> tuple[int, int] | None:
 
 @raising
 def files_of(file: str) -> list[str]:
-    """The files that a raster is read from, which may be sources and descriptions; none for what cannot be opened."""
+    """The files that a raster is read from, which may be sources and descriptions; none if it cannot be opened."""
     try:
         return open_raster(file).GetFileList() or []
     except RuntimeError:
@@ -164,7 +164,7 @@ def files_of(file: str) -> list[str]:
 
 @raising
 def is_raster_of_others(file: str, mark: str) -> bool:
-    """Whether it can be opened, and has no such entry in its metadata."""
+    """Whether it can be opened and its metadata lack this item."""
     try:
         return gdal.Open(file).GetMetadataItem(mark) is None
     except RuntimeError:
@@ -172,7 +172,7 @@ def is_raster_of_others(file: str, mark: str) -> bool:
 
 
 def _forget(name: str) -> None:
-    """What GDAL knows of objects whose names begin so: workers write, too."""
+    """Makes GDAL forget objects whose names begin like this: workers write as well."""
     if is_remote(name):
         gdal.VSICurlPartialClearCache(name)
 
