@@ -1,6 +1,6 @@
-"""The compiled half of the Python package: modules, library and plug-in, built and put into the wheel by CMake.
+"""Builds the compiled half of the Python package with CMake and puts it into the wheel: modules, library and plug-in.
 
-PANSHARP_BUILD names a build tree to use in the place of a new one.
+PANSHARP_BUILD names an existing build tree to use instead of a new one.
 """
 
 import os
@@ -31,6 +31,6 @@ class BuildByCMake(build_ext):
                        check=True)
 
 
-# The extension is named for the wheel to be one of this platform and interpreter; CMake builds what it stands for.
+# The extension gives the wheel the name of this platform and interpreter; CMake builds what it needs.
 setuptools.setup(version=version, cmdclass={"build_ext": BuildByCMake},
                  ext_modules=[setuptools.Extension("pansharp._arrays", ["bindings/python/Arrays.cpp"])])

@@ -1,9 +1,9 @@
-// What windows of a scene cost that is fused as they are asked for: opening, random windows of 256 x 256 at
-// full size, and the whole in 400 pixels beside GDAL's own average of the inputs.
+// The cost of windows of a served scene, which is fused on demand: opening it, random windows of 256 x 256 at
+// full size, and the whole scene in 400 pixels, compared with GDAL's own average of the inputs.
 //
 //     dataset_bench PAN MS [PATH OF Pansharp.process]
 //
-// Windows are compared with the same pixels of larger ones first.
+// First, windows are compared with the same pixels of larger windows.
 #include "ServedScene.h"
 
 #include <gdal_priv.h>
@@ -22,7 +22,7 @@ using namespace bench;
 
 constexpr std::uint32_t wholePixels = 400;
 
-/// That this thread spent computing: on a shared machine windows wait for other programs, too.
+/// Processor time of this thread: on a shared machine, windows also wait for other programs.
 double ProcessorMilliseconds() {
     timespec spent{};
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &spent);
@@ -59,7 +59,7 @@ void TimeWindows(const SharpenedDataset& dataset, const char* method) {
                 method, times[500], times[990], spent[500], spent[990]);
 }
 
-/// GDAL's average of an input in so many pixels, as it reads one that has no overviews.
+/// GDAL's average of an input without overviews, at this size.
 void AverageByGdal(const char* file) {
     const GDALDatasetUniquePtr dataset(GDALDataset::Open(file));
     if (!dataset) Stop(std::string("cannot open ") + file);
@@ -73,7 +73,7 @@ void AverageByGdal(const char* file) {
         Stop(std::string("cannot read ") + file);
 }
 
-/// The whole of a dataset that nobody read from before.
+/// Times the whole of a dataset from which nothing has been read.
 void TimeWhole(const rasterhost::SharpenRequest& request, const std::string& method, const char* pan,
                const char* ms) {
     std::vector<double> own, ownSpent, gdal;

@@ -1,10 +1,10 @@
-// Eight threads ask one pair for windows of all levels and many sizes, by three methods and both samplings,
-// for as long as is asked. Every minute it prints what it made and holds; scripts/soak runs it with
-// AddressSanitizer.
+// Eight threads read windows of all levels and many sizes from one pair, with three methods and both
+// resamplings, for a given time. Every minute it prints how many windows it made and how much memory it
+// holds. scripts/soak runs it with AddressSanitizer.
 //
 //     dataset_soak PAN MS SECONDS [PATH OF Pansharp.process]
 //
-// Parts of windows are compared with the whole ones all the time.
+// Parts of windows are compared with whole windows all the time.
 #include "ServedScene.h"
 
 #include <gdal_priv.h>
@@ -19,7 +19,7 @@ namespace {
 
 using namespace bench;
 
-/// Megabytes of memory that this process holds.
+/// Memory of this process, in megabytes.
 double MemoryHeld() {
     std::ifstream file("/proc/self/statm");
     double pages = 0.0, held = 0.0;

@@ -1,6 +1,6 @@
-// Row kernels, one thread, in pixels a second. Fusing beside a plain table walk and a copy of the same bytes;
-// blends, colour conversions and the second pass of the sampler beside their scalar definitions. Every kernel
-// is compared with those first; with --verify nothing is timed.
+// Row kernels on one thread, in pixels per second. Fusing is compared with a plain table walk and with a copy
+// of the same bytes; blends, colour conversions and the second pass of the sampler with their scalar
+// definitions. Results are checked against these first; with --verify nothing is timed.
 #include "TableWalk.h"
 #include "kernels/BilinearRow.h"
 #include "kernels/BlendRow.h"
@@ -29,7 +29,7 @@ using namespace kernels;
 
 constexpr std::size_t rowPixels = 8192;
 
-/// The measure of a method's kernel: its table walk where there is one, else the scalar definition.
+/// What a method's kernel is compared with: its table walk if it has one, else the scalar definition.
 template <class T>
 void RunMeasure(const PXL::Method& method, const T* ms, const T* pan, T* out, const bench::Tables& tables) {
     static const std::map<std::string, void (*)(const T*, const T*, T*, std::size_t, const bench::Tables&)>
@@ -60,7 +60,7 @@ struct Rows {
             weights.push_back(0.1 + 0.173 * b / bands);
         tables = bench::ProductTables<T>(weights);
     }
-    /// All of them are written; the weights are gains, too.
+    /// All bands are written; the weights also serve as gains.
     [[nodiscard]] BandWeights GetBands() {
         gains = {weights.data(), weights.data()};
         const auto bands = static_cast<std::uint32_t>(weights.size());
@@ -102,7 +102,7 @@ void Register(const std::string& name, std::uint32_t bands, Work work) {
     });
 }
 
-/// Kernels that are measured against their scalar definition.
+/// Kernels that are compared with their scalar definition.
 template <class T>
 struct OtherKernel {
     std::string name;
@@ -110,7 +110,7 @@ struct OtherKernel {
     std::function<void(SimdTarget, Rows<T>&)> run;
 };
 
-/// Those of operators without properties.
+/// The maps of operators without properties.
 template <class T>
 BlendMaps<T> MapsOf(SampleBlend blend, std::uint32_t bands) {
     const std::vector<LinearMap> ofInput(bands);
@@ -118,7 +118,7 @@ BlendMaps<T> MapsOf(SampleBlend blend, std::uint32_t bands) {
     return {blend, ofInput, ofInput, ofOutput};
 }
 
-/// A method with an additional band apart that alone is summed up, as when it is pan's low-pass; gains as
+/// A method whose additional band is stored apart and is the whole intensity, like pan's low-pass; gains as
 /// they are fitted.
 template <class T>
 OtherKernel<T> WithOneMore(const PXL::Method& method, std::uint32_t bands) {
@@ -134,7 +134,7 @@ OtherKernel<T> WithOneMore(const PXL::Method& method, std::uint32_t bands) {
             }};
 }
 
-/// Rows of four bands between four of a source that is so many times coarser.
+/// Rows of four bands, interpolated between four rows of a source that is coarser by a ratio.
 template <class T>
 class CubicRun {
 public:

@@ -1,8 +1,8 @@
 // Makes a pair of any size with a known truth: make_scene SIZE BANDS BITS RATIO LAYOUT FOLDER
 //
-// The truth of band b at pan pixel (x, y) is smooth over a multispectral pixel and textured within it; pan is
-// the mean of the bands, a multispectral sample the truth's mean over its pixel. Written row by row, so that
-// the size is free.
+// The truth of band b at pan pixel (x, y) is smooth from one multispectral pixel to the next and textured
+// within each. Pan is the mean of the bands; a multispectral sample is the mean of the truth over its pixel.
+// It is written row by row, so the size is not limited by memory.
 #include <gdal_priv.h>
 
 #include <cmath>
@@ -47,7 +47,7 @@ GDALDataset* Create(const Scene& scene, const std::string& file, int size, int b
     return dataset;
 }
 
-/// Writes rows of interleaved samples as `sample` gives them, in the depth of the scene.
+/// Writes rows of interleaved samples from `sample`, in the depth of the scene.
 template <class Sample>
 bool Write(const Scene& scene, GDALDataset& dataset, Sample sample) {
     const int columns = dataset.GetRasterXSize();

@@ -1,4 +1,4 @@
-// A scene that is fused as windows of it are asked for: what the programs here share.
+// A served scene, fused on demand: code shared by the programs here.
 #pragma once
 
 #include "rasterhost/serving/SharpenedDataset.h"
@@ -33,7 +33,7 @@ inline rasterhost::SharpenRequest Request(const std::string& pan, const std::str
     return request;
 }
 
-/// What would have to be looked for is known: there are no collars.
+/// Nothing has to be searched in the pixels: there are no collars.
 inline std::shared_ptr<const rasterhost::OpenPair> Open(const rasterhost::SharpenRequest& request,
                                                         std::size_t readers) {
     rasterhost::PreparedPair pair;
@@ -80,7 +80,7 @@ inline std::vector<unsigned char> Read(const SharpenedDataset& dataset, const Pi
     return out;
 }
 
-/// Stops unless a part of a window at full size has the bytes of the whole window.
+/// Exits unless a part of a window at full size has the bytes of the whole window.
 inline void ComparePart(const SharpenedDataset& dataset, const PixelRect& all, const PixelRect& part) {
     const auto large = Read(dataset, all, all.GetColumns(), all.GetRows());
     const auto small = Read(dataset, part, part.GetColumns(), part.GetRows());
@@ -98,7 +98,7 @@ class Windows {
 public:
     Windows(const SharpenedDataset& read, unsigned seed) : dataset(read), random(seed) {}
 
-    /// Of 256 x 256 pixels of a level, or of so many, or fewer where the level is smaller.
+    /// A window of 256 x 256 pixels of a level, or of `side` x `side`, or smaller if the level is.
     PixelRect Next(unsigned level, std::uint32_t side = 256) {
         const auto axis = [&](std::uint32_t pixels) {
             const std::uint32_t count = ((pixels - 1) >> level) + 1, size = std::min(side, count);

@@ -5,7 +5,7 @@
 #include <limits>
 #include <vector>
 
-/// The plain way to fuse a row, kept as the measure of the kernels: one table read and one addition a band.
+/// The plain way to fuse a row, for comparison with the kernels: one table look-up and one addition per band.
 namespace bench {
 
 using Tables = std::vector<std::vector<double>>;

@@ -1,6 +1,6 @@
-// What a window costs a pixel through the plug-in, from SetWindow to the last GetRow: 256 x 256, as image
-// servers ask for, against one window of the whole image. The samples are in memory, so that neither reads a
-// file. Windows are compared with the whole first; with --verify nothing is timed.
+// The cost per pixel of a window through the plug-in, from SetWindow to the last GetRow: windows of 256 x
+// 256, as image servers use them, compared with one window of the whole image. The samples are in memory, so
+// no file is read. Windows are first compared with the whole image; with --verify nothing is timed.
 //
 //     window_bench [--verify] [PATH OF Pansharp.process]
 #include "host/PropertyNames.h"
@@ -64,7 +64,7 @@ public:
         fused.resize(std::size_t{columns} * rows * hostkit::PixelBytes(ms.info));
     }
 
-    /// Seconds for the whole image in windows of a size; the rows are looked at by `take`.
+    /// Seconds for the whole image in windows of one size; `take` receives the rows.
     template <class Take>
     double Run(std::uint32_t width, std::uint32_t height, const Take& take) {
         const auto start = std::chrono::steady_clock::now();
@@ -97,8 +97,8 @@ public:
         return isRight;
     }
 
-    /// Medians of nanoseconds a pixel, and of how many times as long windows of 256 x 256 take as the whole
-    /// right after them: the clock of a shared processor changes from trial to trial.
+    /// Medians of nanoseconds per pixel, and of the ratio of the time in windows of 256 x 256 to the time of
+    /// the whole image right after: the clock of a shared processor changes from trial to trial.
     struct Times {
         double small, whole, ratio;
     };

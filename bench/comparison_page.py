@@ -1,10 +1,10 @@
-"""docs/performance.md and docs/performance-kernels.md from what bench/compare has measured."""
+"""Writes docs/performance.md and docs/performance-kernels.md from the measurements of bench/compare."""
 import textwrap
 
 from comparison_runs import ROOT
 
 def prose(text):
-    """Lines that a reader of the source can take in."""
+    """Wraps a text to readable lines in the source."""
     return textwrap.fill(" ".join(text.split()), 105, break_long_words=False, break_on_hyphens=False)
 
 
@@ -21,7 +21,7 @@ def end_to_end_row(r):
 
 
 def kernel_rows(pixels, base):
-    """A row for each kernel that was measured against `base`, a table walk or the scalar definition."""
+    """A row for each kernel that was compared with `base`, a table walk or the scalar definition."""
     fused = {name.split("/")[0] for name in pixels if "/table/" in name}
     targets = [t for t in ("avx3_dl", "avx3", "avx2", "sse4") if any(f"/{t}/" in name for name in pixels)]
     copy = base == "table"
@@ -38,7 +38,7 @@ def kernel_rows(pixels, base):
 
 
 def measured_with(data, part):
-    """A line for what a part was measured with, if that is not what the page's head says."""
+    """A line that tells what a part was measured with, if it differs from the page's head."""
     head = data["heads"][part]
     if head == data["heads"]["results"]:
         return ""
@@ -153,14 +153,14 @@ PAGES = {"performance.md": ("Performance", ("results", "where", "waits", "cases"
 
 
 def answer(data):
-    """What most readers want to know, first."""
+    """The answer that most readers look for, first."""
     ratios = [r["peer"]["median"] / r["ours"]["median"] for r in data["results"]]
     return (f"On the machine below, whole runs of `pansharp sharpen` are {min(ratios):.1f} to {max(ratios):.1f} times as fast as those of "
             "`gdal_pansharpen.py`.")
 
 
 def pages(data):
-    """By file name, with the parts that were measured."""
+    """The pages by file name, with the parts that were measured."""
     head = data["heads"]["results"]
     measured = prose(f"{head['processor']}, {head['processors']} processors; {head['compiler']}, {head['flags']}; commit {head['commit']}; "
                      f"{'; '.join(head['program'][:2]).replace(str(ROOT) + '/', '')}; peer {head['peer']}. `{head['command']}`")

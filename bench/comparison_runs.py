@@ -1,4 +1,4 @@
-"""What bench/compare measures: one function for each part of the page."""
+"""The measurements of bench/compare: one function for each part of the page."""
 import itertools
 import json
 import os
@@ -21,7 +21,7 @@ def need_peer():
 
 
 def timed(command, **options):
-    """Runs a command; seconds, peak memory in MB and seconds of processors."""
+    """Runs a command. Returns seconds, peak memory in MB and processor seconds."""
     start = time.monotonic()
     child = subprocess.Popen(list(map(str, command)), stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, **options)
     _, status, usage = os.wait4(child.pid, 0)
@@ -39,7 +39,7 @@ def ours(case, out, extra=(), simd=None):
 
 
 def peer(case, out, is_default=False):
-    """With its own defaults, which are cubic sampling and equal weights, or as `ours` runs KOVA and Brovey."""
+    """Runs the peer with its own defaults (cubic, equal weights), or with the settings of `ours` for KOVA and Brovey."""
     weights = [w for _ in range(case["bands"]) for w in ("-w", str(1 / case["bands"]))]
     how = [] if is_default else ["-r", "bilinear", *weights]
     return timed(["gdal_pansharpen.py", "-q", "-threads", case["threads"], *how, "-co", "TILED=YES", case["pan"], case["ms"], out])
@@ -70,8 +70,8 @@ def spread(runs):
 
 
 def alternate(ways, trials, files=()):
-    """Runs each of the named ways in turn, so that what else the machine does meets all. `files` are made anew by
-    every run: to replace one costs the file system more."""
+    """Runs each of the named ways in turn, so that other load on the machine affects all of them. Every run creates `files` anew: replacing a
+    file costs the file system more."""
     runs = {name: [] for name in ways}
     for _ in range(trials):
         for name, way in ways.items():
@@ -91,13 +91,13 @@ def end_to_end(sizes, depths, methods, threads, trials):
     for size, bits, count in itertools.product(sizes, depths, threads):
         print(f"{size}² {bits}-bit, {count} threads ...", file=sys.stderr)
         case = {**scene(size, bits), "threads": count}
-        ours({**case, "method": "kova"}, out)  # a first run reads the inputs into memory
+        ours({**case, "method": "kova"}, out)  # a first run loads the inputs into memory
         ways = {method: lambda method=method: ours({**case, "method": method}, out) for method in methods}
         if set(methods) - {"default"}:
             ways["peer"] = lambda: peer(case, out)
         if "default" in methods:
             ways["peer_default"] = lambda: peer(case, out, True)
-        # The output of the last run is what is copied.
+        # The output of the last run is the file to copy.
         ways["copy"] = lambda: copy(case, WORK / "kept.tif", copied)
         os.link(out, WORK / "kept.tif")
         found = alternate(ways, trials, (out, copied))
@@ -119,7 +119,7 @@ def scene(size, bits, layout="tiled", bands=4, ratio=4):
 
 
 def flat(sizes, trials):
-    """Seconds and memory by size; no peer, which takes 8 GB for the largest. A scene of 64 x 64 tells the start."""
+    """Seconds and memory by size, without the peer, which takes 8 GB for the largest. A scene of 64 x 64 shows the start-up time."""
     results, out = [], WORK / "flat.tif"
     for layout in ("tiled", "stripped"):
         found = alternate({size: lambda size=size: ours(scene(size, 8, layout), out) for size in (64, *sizes)}, trials, (out,))
@@ -133,7 +133,7 @@ def flat(sizes, trials):
 
 
 def waits(size, trials):
-    """What else people wait for, on one scene, two threads."""
+    """Other runs that users wait for, on one scene with all processors."""
     case, out = {**scene(size, 8), "threads": os.cpu_count()}, WORK / "waits.tif"
     fused, pan, ms = WORK / "waits-fused.tif", case["pan"], case["ms"]
     gaps, tilted = WORK / "waits-gaps.vrt", WORK / "waits-tilted.tif"
@@ -157,7 +157,7 @@ def waits(size, trials):
 
 
 def cases(trials):
-    """Other bands, depths and ratios: processor time a sample of the output, less that of the start."""
+    """Other bands, depths and ratios: processor time per output sample, without that of the start."""
     kinds = [(4, 8, 4), (3, 8, 4), (1, 8, 4), (8, 8, 4), (4, 16, 4), (8, 16, 4), (4, 8, 2), (4, 8, 3), (4, 8, 5), (4, 16, 3), (4, 8, 7)]
     out, rows = WORK / "cases.tif", []
     for method in ("kova", "default"):
@@ -176,7 +176,7 @@ def cases(trials):
 
 
 def start(trials):
-    """How long the program takes to begin, beside a program of GDAL's."""
+    """The start-up time of the program, compared with that of a GDAL program."""
     case, out = {**scene(64, 8), "method": "default"}, WORK / "start.tif"
     return alternate({"pansharp --version": lambda: timed([BIN / "pansharp", "--version"]),
                       "gdalinfo --version": lambda: timed(["gdalinfo", "--version"]),
@@ -185,7 +185,7 @@ def start(trials):
 
 
 def compressed(kinds, trials):
-    """The fused image written compressed, beside gdal_translate of the same pixels: all threads, the same options."""
+    """The fused image written compressed, compared with gdal_translate of the same pixels: all threads, the same options."""
     case, plain, out, theirs = {**scene(4096, 8), "threads": os.cpu_count()}, WORK / "plain.tif", WORK / "ours.tif", WORK / "peer.tif"
     plain.unlink(missing_ok=True)
     ours(case, plain)
@@ -218,7 +218,7 @@ def compressed(kinds, trials):
 
 
 def kernels():
-    """Pixels a second of every kernel, median of 5."""
+    """Pixels per second of every kernel, median of 5."""
     text = subprocess.run([BIN / "kernel_bench", "--benchmark_format=json", "--benchmark_min_time=0.02", "--benchmark_repetitions=5",
                            "--benchmark_report_aggregates_only=true"], capture_output=True, text=True, check=True).stdout
     return {run["run_name"]: run["pixels"] for run in json.loads(text)["benchmarks"] if run["aggregate_name"] == "median"}

@@ -1,4 +1,4 @@
-"""Where the processor time of runs goes, by Linux's `perf`, and a picture of it."""
+"""Finds where the processor time of runs goes, with Linux's `perf`, and draws a picture of it."""
 import os
 import re
 import subprocess
@@ -6,7 +6,7 @@ import sys
 
 from comparison_runs import BIN, WORK, scene
 
-# The first that fits a sample's function, library and kernel call is what it was for.
+# The first pattern that matches a sample's function, library and kernel call gives its kind.
 KINDS = (("compress", r"libdeflate|libzstd|liblerc|LZW|Deflate|TIFFWriteEncoded"),
          ("fit", r"fitting::|quality::"),
          ("sample", r"Bilinear|Cubic|MapInVectors|MappedRow|MappedRaster|PixelMap|Across|Down|Sampler|SpreadRow|SampledRaster|WholeSteps|PanToMultispectral"),
@@ -28,7 +28,7 @@ def need_perf():
 
 
 def profile(arguments):
-    """Seconds by kind; of those processors that wait, "wait"."""
+    """Seconds by kind; the time of waiting processors is "wait"."""
     record = WORK / "perf.data"
     run = ["perf", "record", "-q", "-F", "2000", "-o", record, BIN / "pansharp", *arguments]
     if subprocess.run(list(map(str, run)), stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode != 0:
@@ -58,7 +58,7 @@ def where(size):
 
 
 def picture(found):
-    """An SVG: a bar for each run, divided as the time of all processors was."""
+    """An SVG with a bar for each run, divided by the shares of all processors' time."""
     width, left, top, height = 720, 150, 40, 30
     parts = [f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {width + left + 20} {top + 46 * len(found["runs"]) + 40}" '
              'font-family="sans-serif" font-size="13">', '<rect width="100%" height="100%" fill="#ffffff"/>']

@@ -1,4 +1,4 @@
-# Before the packages are closed: pages compressed, and the two changelogs and the licence under Debian's names.
+# Runs before the packages are closed: compresses pages, and gives the two changelogs and the licence Debian's names.
 function(compress file)
   execute_process(COMMAND gzip -9nf "${file}" COMMAND_ERROR_IS_FATAL ANY)
 endfunction()

@@ -1,4 +1,4 @@
-# Read by cpack for each kind of package: the zip holds the plug-in for QGIS alone, as QGIS installs it.
+# Read by cpack for each kind of package. The zip contains only the plug-in for QGIS, in the form that QGIS installs.
 if(CPACK_GENERATOR STREQUAL "ZIP")
   set(CPACK_COMPONENTS_ALL qgis_zip)
   set(CPACK_PACKAGING_INSTALL_PREFIX "/")

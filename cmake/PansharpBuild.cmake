@@ -10,20 +10,20 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 
-# Part of the names of files that there are one of a platform.
+# Part of the names of files that exist once per platform.
 set(platform Posix)
 if(WIN32)
   set(platform Windows)
   add_compile_definitions(WIN32_LEAN_AND_MEAN NOMINMAX)
 endif()
 
-# A multiply followed by an add is two roundings: the pixels are part of the promise.
+# A multiplication followed by an addition must round twice: pixels are promised bit by bit.
 add_compile_options(-ffp-contract=off -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  add_compile_options(-Wno-restrict) # GCC 12 sees overlaps inside std::string that are not there
+  add_compile_options(-Wno-restrict) # GCC 12 wrongly reports overlaps inside std::string
 endif()
 
-# What makes a mistake that is left harder to use. Kernels have no buffers on the stack that this would slow down.
+# Makes remaining mistakes harder to exploit. Kernels have no buffers on the stack that this would slow down.
 option(PANSHARP_HARDEN "Checked library calls, stack protection, tables that are read-only after loading" OFF)
 if(PANSHARP_HARDEN)
   add_compile_options(-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong)
@@ -38,7 +38,7 @@ if(PANSHARP_SANITIZE)
   add_link_options(-fsanitize=${PANSHARP_SANITIZE})
 endif()
 
-# pansharp_library(NAME SOURCES ... LINKS ...): a static library of the folder's name.
+# pansharp_library(NAME SOURCES ... LINKS ...): a static library with the folder's name.
 function(pansharp_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
   add_library(${name} STATIC ${ARG_SOURCES})
@@ -47,7 +47,7 @@ function(pansharp_library name)
   target_link_libraries(${name} PUBLIC ${ARG_LINKS})
 endfunction()
 
-# pansharp_compile_small(TARGET ...): for what waits for people and files and has no loop over pixels. It compiles in two
+# pansharp_compile_small(TARGET ...): for code that waits for users and files and has no loop over pixels. It compiles in two
 # thirds of the time.
 function(pansharp_compile_small)
   foreach(target ${ARGN})
@@ -55,8 +55,8 @@ function(pansharp_compile_small)
   endforeach()
 endfunction()
 
-# pansharp_exports(TARGET DESCRIPTION): a shared library exports what Exports.map in its folder lists, on Windows what
-# Exports.def does, where there is one. There it also tells its version.
+# pansharp_exports(TARGET DESCRIPTION): makes a shared library export only what Exports.map in its folder lists; on Windows what
+# Exports.def lists, if there is one. On Windows it also gets a version resource.
 function(pansharp_exports name description)
   set(folder "${CMAKE_CURRENT_SOURCE_DIR}")
   if(WIN32)
@@ -82,15 +82,15 @@ function(pansharp_exports name description)
   set_target_properties(${name} PROPERTIES LINK_DEPENDS "${folder}/Exports.map")
 endfunction()
 
-# pansharp_test(NAME SOURCES ... LINKS ... [LABELS ...]): one GoogleTest program, its cases found by CTest.
+# pansharp_test(NAME SOURCES ... LINKS ... [LABELS ...]): a GoogleTest program whose cases are found by CTest.
 function(pansharp_test name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
   target_link_libraries(${name} PRIVATE ${ARG_LINKS} GTest::gmock GTest::gtest_main)
-  # Half the time of compiling a test goes into making it fast. What is tested stays as people run it.
+  # Optimising takes half the time of compiling a test. The tested code is compiled as it ships.
   target_compile_options(${name} PRIVATE $<IF:$<CONFIG:Release>,-O1,-O0>)
-  if(CMAKE_CROSSCOMPILING) # where a program takes long to start
+  if(CMAKE_CROSSCOMPILING) # each start of a program takes long there
     add_test(NAME ${name} COMMAND ${name})
   else()
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES LABELS "${ARG_LABELS}")

@@ -1,5 +1,5 @@
-# What an installation holds, wherever it is put: bin/pansharp, lib/libpansharp.so, the plug-in in lib/pansharp, the
-# driver of GDAL in lib/gdalplugins, and for other programs the headers, the static libraries behind them, a package for find_package and one for pkg-config.
+# The contents of an installation, at any prefix: bin/pansharp, lib/libpansharp.so, the plug-in in lib/pansharp and the GDAL driver in
+# lib/gdalplugins. For other programs: the headers, the static libraries behind them, a package for find_package and one for pkg-config.
 #
 #     Pansharp::contract   the border between host and plug-in (host, fundament)
 #     Pansharp::hostkit    rasters, chains and a workspace over arrays, and the loader of the plug-in
@@ -8,11 +8,11 @@
 #     Pansharp::plugin     the plug-in as a file
 #     Pansharp::process    the base class of raster processes that the plug-in exports
 #
-# In components, each of which is a Debian package: "runtime" is what runs, "library" the C interface, "development" what
-# other programs are built with, "qgis" the plug-in for QGIS.
+# Each component is a Debian package: "runtime" is what runs, "library" the C interface, "development" what other programs are built
+# with, "qgis" the plug-in for QGIS.
 include(CMakePackageConfigHelpers)
 
-# The image library under one name, whichever of its folders there are.
+# The image library under one name, with those of its folders that exist.
 add_library(image_library INTERFACE)
 set(image_folders pxl pansharp)
 foreach(folder operators colourspace)
@@ -37,9 +37,8 @@ set(PANSHARP_INSTALL_FOLDER "${CMAKE_INSTALL_LIBDIR}/pansharp")
 set(PANSHARP_PACKAGE_FOLDER "${CMAKE_INSTALL_LIBDIR}/cmake/Pansharp")
 set(PANSHARP_HEADER_FOLDER "${CMAKE_INSTALL_INCLUDEDIR}/pansharp")
 
-# Shared libraries that are put beside these are found from wherever the whole lies. The static libraries lie beside
-# the plug-in, since their names are everyday words.
-# In the build tree too: a placeholder there would have them looked for in the folder that one happens to be in.
+# Shared libraries find those beside them, wherever the installation lies. The static libraries lie beside the plug-in, since their
+# names are common words. The same holds in the build tree: a placeholder there would be looked up in the current folder.
 set_target_properties(capi PROPERTIES INSTALL_RPATH "$ORIGIN" BUILD_WITH_INSTALL_RPATH ON)
 set_target_properties(plugin PROPERTIES INSTALL_RPATH "$ORIGIN;$ORIGIN/.." BUILD_WITH_INSTALL_RPATH ON)
 install(TARGETS capi EXPORT Pansharp LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
@@ -47,7 +46,7 @@ install(TARGETS capi EXPORT Pansharp LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 set(plugin_folder ${PANSHARP_INSTALL_FOLDER})
-if(WIN32) # beside pansharp.dll
+if(WIN32) # in the folder of pansharp.dll
   set(plugin_folder ${CMAKE_INSTALL_BINDIR})
 endif()
 install(TARGETS plugin EXPORT Pansharp LIBRARY DESTINATION ${plugin_folder} COMPONENT runtime)
@@ -69,12 +68,12 @@ if(TARGET view_page)
 endif()
 
 if(TARGET gdaldriver)
-  # GDAL looks for drivers in a folder beside its library, which is among those of the system.
+  # GDAL looks for drivers in a folder beside its library, which lies among the system's libraries.
   set_target_properties(gdaldriver PROPERTIES INSTALL_RPATH "$ORIGIN/.." BUILD_WITH_INSTALL_RPATH ON)
   install(TARGETS gdaldriver LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}/gdalplugins" COMPONENT runtime)
 endif()
 
-# The pages as they lie here, so that they find each other; the manual is where man looks for it.
+# The pages in the same folders as here, so that their links work; the manual where man looks for it.
 install(FILES "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/CHANGELOG.md" DESTINATION ${CMAKE_INSTALL_DOCDIR}
   COMPONENT runtime)
 install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime OPTIONAL)
@@ -101,7 +100,7 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/PansharpConfigVersion.cm
 install(FILES "${PROJECT_BINARY_DIR}/PansharpConfig.cmake" "${PROJECT_BINARY_DIR}/PansharpConfigVersion.cmake"
   DESTINATION ${PANSHARP_PACKAGE_FOLDER} COMPONENT development)
 
-# From the folder of the file back to the prefix.
+# The path from the file's folder back to the prefix.
 file(RELATIVE_PATH PANSHARP_PREFIX_FROM_PC "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 configure_file("${CMAKE_CURRENT_LIST_DIR}/pansharp.pc.in" "${PROJECT_BINARY_DIR}/pansharp.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/pansharp.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"

@@ -1,7 +1,7 @@
-# Packages, made by "cpack --preset release". For Debian: pansharp has the command, the plug-in, the driver of GDAL, manual,
-# completion and docs; libpansharp0 the C interface; libpansharp-dev what other programs are built with; python3-pansharp
-# the Python package, where it is built for Debian's interpreter; qgis-plugin-pansharp the plug-in for QGIS. For QGIS's
-# "Install from ZIP" that plug-in as a zip. The tests build and try them.
+# Packages, made by "cpack --preset release". For Debian: pansharp contains the command, the plug-in, the GDAL driver, manual, completion
+# and docs; libpansharp0 the C interface; libpansharp-dev what other programs are built with; python3-pansharp the Python package, if it
+# is built for Debian's interpreter; qgis-plugin-pansharp the plug-in for QGIS. A zip contains the latter for QGIS's "Install from ZIP".
+# The tests build and try them.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME pansharp)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
@@ -34,7 +34,7 @@ set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libpansharp${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "pansharp (= ${PROJECT_VERSION}-1)") # it loads the plug-in
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS ON)
-# The library is found by the loader once the package is there, and packages of what links it depend on this one.
+# The loader finds the library once the package is installed; packages that link it get a dependency on this one.
 file(WRITE "${PROJECT_BINARY_DIR}/debian/triggers" "activate-noawait ldconfig\n")
 file(WRITE "${PROJECT_BINARY_DIR}/debian/shlibs"
   "libpansharp ${PROJECT_VERSION_MAJOR} libpansharp${PROJECT_VERSION_MAJOR} (>= ${PROJECT_VERSION})\n")
@@ -49,7 +49,7 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "pan-sharpening of rasters: developm
 The C interface, the contract between raster hosts and the plug-in, parts for
 hosts over arrays, and the image library: headers, static libraries, and files
 for CMake's find_package and for pkg-config.")
-# compile_python(COMPONENT PACKAGE [FOLDER]): Python is compiled when it is installed, and what that made is taken away again.
+# compile_python(COMPONENT PACKAGE [FOLDER]): compiles Python files at installation, and removes the results at removal.
 function(compile_python component package)
   set(scripts "${PROJECT_BINARY_DIR}/debian/${package}")
   file(WRITE "${scripts}/postinst" "#!/bin/sh\nset -e\nif command -v py3compile >/dev/null; then py3compile -p ${package} ${ARGN}; fi\n")
@@ -75,7 +75,7 @@ if(PANSHARP_PYTHON_PACKAGE AND PANSHARP_PYTHON_EXECUTABLE STREQUAL "/usr/bin/pyt
     "pansharp (= ${PROJECT_VERSION}-1), libpansharp${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION}-1), python3-numpy, python3 (>= 3.${PANSHARP_PYTHON_PACKAGE}), python3 (<< 3.${next})")
   set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS ON)
   set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS "python3-rasterio")
-  # The library is in a package that is named above.
+  # The library is in a package named above.
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${CMAKE_LIBRARY_OUTPUT_DIRECTORY}")
   compile_python(PYTHON python3-pansharp)
   set(CPACK_COMPONENT_PYTHON_DESCRIPTION "pan-sharpening of numpy arrays and rasters from Python

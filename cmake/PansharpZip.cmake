@@ -9,7 +9,7 @@ install(DIRECTORY "${PROJECT_SOURCE_DIR}/examples/minimal-host" "${PROJECT_SOURC
   "${PROJECT_SOURCE_DIR}/examples/c-gaps" "${PROJECT_SOURCE_DIR}/examples/c-rows"
   DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" COMPONENT development)
 install(FILES ${HWY_LIBRARY} DESTINATION ${PANSHARP_INSTALL_FOLDER} COMPONENT development)
-# Pansharp's own licence, once there is one, and those of what is linked in, as Debian tells them.
+# Pansharp's own licence, once there is one, and the licences of the libraries linked in, as Debian states them.
 set(licences "${CMAKE_INSTALL_DOCDIR}/licences")
 install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${licences}" COMPONENT runtime OPTIONAL)
 foreach(package libhwy-dev gcc-mingw-w64-x86-64-posix mingw-w64-x86-64-dev)

@@ -1,4 +1,4 @@
-# Sourced by the scripts that talk to apt: as root where needed, without questions, no server named in the output.
+# Sourced by the scripts that use apt: as root if needed, without questions, and with no server named in the output.
 
 as_root() {
     if [ "$(id -u)" -eq 0 ]; then
@@ -11,7 +11,7 @@ as_root() {
     fi
 }
 
-# Prints the standard input with the servers' names taken out.
+# Prints the standard input without the names of servers.
 without_servers() { sed -E 's#[a-z+]+://[^ /]+#(server)#g; s#(connect to|resolve|from) .?[A-Za-z0-9-]+(\.[A-Za-z0-9-]+)+.?(:[a-z0-9]+)?#\1 (server)#g'; }
 
 # apt_get ARGUMENTS...: the system's apt-get, quiet unless it fails.
@@ -25,8 +25,7 @@ apt_get() {
     return "$status"
 }
 
-# apt_indexes OPTIONS...: the lists of packages that apt has, as "apt-get indextargets" prints them. A slim image comes without: they
-# are fetched then.
+# apt_indexes OPTIONS...: apt's lists of packages, as "apt-get indextargets" prints them. A slim image has none: they are fetched then.
 apt_indexes() {
     local found
     found=$(apt-get indextargets "$@")
@@ -34,7 +33,7 @@ apt_indexes() {
     printf '%s\n' "$found"
 }
 
-# apt_download PACKAGE DIRECTORY: the package's file, not installed. The lists are fetched if it is in none.
+# apt_download PACKAGE DIRECTORY: downloads the package's file without installing it. Fetches the lists if none contains it.
 apt_download() {
     if ! apt-cache show "$1" >/dev/null 2>&1; then apt_get update || return; fi
     (cd "$2" && LC_ALL=C apt-get -qq -o APT::Sandbox::User=root download "$1" </dev/null 2>&1) | without_servers >&2

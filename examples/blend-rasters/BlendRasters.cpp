@@ -24,7 +24,7 @@ using Dataset = std::unique_ptr<GDALDataset, CloseDataset>;
 
 [[noreturn]] void Fail(const std::string& what) { throw std::runtime_error(what); }
 
-/// The library says why in a status, newest reason first; items without a message say nothing to people.
+/// The library gives reasons in a status, the newest first. Items without a message are skipped.
 [[noreturn]] void Fail(std::string what, const Status& reasons) {
     for (std::uint32_t i = 0; i < reasons.GetCount(); ++i)
         if (!reasons.GetItem(i).message.empty()) what += "\n  " + reasons.GetItem(i).message;
@@ -52,7 +52,7 @@ struct Arguments {
     char** properties; ///< the rest of argv
 };
 
-/// A new GeoTIFF of the image's size and bands with the place and projection of `model`.
+/// A new GeoTIFF with the image's size and bands, and the position and projection of `model`.
 Dataset CreateOutput(const char* file, const PXL::ImageInfo& info, GDALDataType type, GDALDataset& model) {
     VSIStatBufL found;
     if (VSIStatL(file, &found) == 0) Fail(std::string(file) + " exists; name another file");
@@ -112,7 +112,7 @@ void Blend(const Arguments& arguments, GDALDataset& dataset1, GDALDataset& datas
     try {
         WriteRows<T>(*image, *output, type);
         CPLErrorReset();
-        output.reset(); // the last blocks reach the disk here
+        output.reset(); // writes the last blocks
         if (CPLGetLastErrorType() == CE_Failure) Fail("the output cannot be written whole");
     } catch (...) {
         output.reset();
@@ -127,7 +127,7 @@ void Run(int argc, char** argv) {
     CPLPushErrorHandler(CPLQuietErrorHandler);
     const Dataset input1 = Open(argv[2]);
     const Dataset input2 = Open(argv[3]);
-    // Operators trust the rows that they get: that both rasters match is for their caller to see to.
+    // Operators trust the rows that they get, so the caller must check that both rasters match.
     if (input1->GetRasterXSize() != input2->GetRasterXSize() ||
         input1->GetRasterYSize() != input2->GetRasterYSize())
         Fail("the rasters differ in size; bring them to one grid first");

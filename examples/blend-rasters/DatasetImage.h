@@ -7,7 +7,7 @@
 #include <vector>
 
 /// The bands of a GDAL dataset as an image of the library: three bands count as "RGB", one as "Gray". The
-/// dataset is not owned. A header, since both sides are templates.
+/// dataset is not owned. It is a header, since it is a template.
 template <class T>
 class DatasetImage final : public PXL::Image<T> {
 public:

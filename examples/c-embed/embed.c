@@ -14,8 +14,7 @@ static int show_progress(uint32_t rows_done, uint32_t all_rows, void* data) {
 }
 
 int main(int argc, char** argv) {
-    /* The sharp image, and a coarse one of half as many columns and rows whose bands lie one after the other.
-     */
+    /* The sharp image, and a coarse one with half as many columns and rows. Its bands follow each other. */
     uint8_t pan[rows][columns];
     uint8_t multispectral[bands][rows / ratio][columns / ratio];
     uint8_t fused[rows][columns][bands];
@@ -43,7 +42,7 @@ int main(int argc, char** argv) {
     job.pan.samples = pan;
     job.pan.columns = columns;
     job.pan.rows = rows;
-    job.pan.bands = 1; /* packed, so that the strides may be left out */
+    job.pan.bands = 1; /* packed: strides of 0 suffice */
     job.multispectral.samples = multispectral;
     job.multispectral.columns = columns / ratio;
     job.multispectral.rows = rows / ratio;

@@ -1,4 +1,4 @@
-/* Fuses two small arrays that have no data everywhere: pan has a mask, the coarse image a value that means no
+/* Fuses two small arrays in which some pixels have no data: pan has a mask, the coarse image a value for no
  * data. A mask tells which pixels of the result have data.
  *
  *     c_gaps [PATH OF Pansharp.process] */
@@ -17,7 +17,7 @@ static void make_images(void) {
     for (int row = 0; row < rows; ++row)
         for (int column = 0; column < columns; ++column) {
             pan[row][column] = (uint8_t)(100 + 10 * column + row);
-            pan_valid[row][column] = column < columns - 1; /* anything but 0 is data */
+            pan_valid[row][column] = column < columns - 1; /* any number but 0 means data */
         }
     for (int row = 0; row < rows / ratio; ++row)
         for (int column = 0; column < columns / ratio; ++column) {
@@ -67,7 +67,7 @@ int main(int argc, char** argv) {
             if (fused_valid[row][column])
                 printf("  %d/%d", fused[row][column][0], fused[row][column][1]);
             else
-                printf("  -"); /* the samples are 0 there: the value for no data */
+                printf("  -"); /* the samples are the value for no data, 0 */
         printf("\n");
     }
     pansharp_close(library);

@@ -9,14 +9,14 @@
 #include <stdlib.h>
 
 struct files {
-    FILE* images[2]; /* pan and multispectral, by their pansharp_source */
+    FILE* images[2]; /* pan and multispectral, indexed by pansharp_source */
     uint32_t columns[2], bands[2];
     FILE* output;
     uint32_t output_samples; /* of a row */
     unsigned long long sum;
 };
 
-/* Pixels that the library asks for. */
+/* Reads the pixels that the library asks for. */
 static int read_part(uint32_t image, const pansharp_window* part, void* samples, void* data) {
     const struct files* files = data;
     const size_t pixel = files->bands[image], wanted = part->columns * pixel;
@@ -30,10 +30,10 @@ static int read_part(uint32_t image, const pansharp_window* part, void* samples,
     return 0;
 }
 
-/* A row that is fused. */
+/* Takes a fused row. */
 static int write_row(uint32_t row, const void* samples, void* data) {
     struct files* files = data;
-    (void)row; /* they come from the top */
+    (void)row; /* rows come from the top */
     for (uint32_t i = 0; i < files->output_samples; ++i)
         files->sum += ((const unsigned char*)samples)[i];
     return fwrite(samples, 1, files->output_samples, files->output) != files->output_samples;
@@ -64,7 +64,7 @@ int main(int argc, char** argv) {
         job.pan.columns = files.columns[0], job.pan.rows = number(argv[3]), job.pan.bands = 1;
         job.multispectral.columns = files.columns[1], job.multispectral.rows = number(argv[6]);
         job.multispectral.bands = files.bands[1];
-        pansharp_rows rows = {sizeof rows, read_part, write_row, &files, {0, 0, 0, 0}}; /* the whole */
+        pansharp_rows rows = {sizeof rows, read_part, write_row, &files, {0, 0, 0, 0}}; /* all of pan */
         result = pansharp_fuse_rows(library, &job, &rows, error, sizeof error);
     }
     if (files.output && fclose(files.output) != 0 && result == PANSHARP_OK) {

@@ -18,7 +18,7 @@ using Dataset = std::unique_ptr<GDALDataset, CloseDataset>;
     throw std::runtime_error(file + ": " + what + ": " + CPLGetLastErrorMsg());
 }
 
-// GDAL takes a sample buffer as a void pointer that it may write.
+// GDAL takes a sample buffer as a non-const void pointer.
 void Transfer(GDALDataset& dataset, GDALRWFlag flag, std::size_t band, std::vector<std::uint8_t>& samples,
               const std::string& file) {
     const int columns = dataset.GetRasterXSize();
@@ -52,7 +52,7 @@ void Write(const Image& image, const std::string& file, const char* format, cons
     CPLErrorReset();
     Dataset written(driver->CreateCopy(file.c_str(), source.get(), FALSE, options.List(), nullptr, nullptr));
     if (!written) Fail(file, "cannot be written");
-    written.reset(); // the last blocks reach the disk here
+    written.reset(); // writes the last blocks
     if (CPLGetLastErrorType() == CE_Failure) Fail(file, "cannot be written whole");
 }
 
@@ -93,7 +93,7 @@ void WritePng(const Image& image, const std::string& file) {
     CPLStringList options;
     options.SetNameValue("ZLEVEL", "9");
     Write(image, file, "PNG", options);
-    // GDAL's side file would only say that the picture lies nowhere.
+    // Removes GDAL's side file, which would only say that the picture has no position.
     VSIUnlink((file + ".aux.xml").c_str());
 }
 

@@ -8,7 +8,7 @@
 
 namespace demo {
 
-/// An 8-bit image in memory: one plane a band, rows from the top, and where it lies on the ground.
+/// An 8-bit image in memory: one plane per band, rows from the top, with its position on the ground.
 struct Image {
     int columns = 0;
     int rows = 0;
@@ -16,7 +16,7 @@ struct Image {
     std::array<double, 6> geoTransform{0, 1, 0, 0, 0, 1};
     std::string projection; ///< WKT
 
-    /// An image of this one's place on the ground with other pixels, `step` times as wide and high.
+    /// An image at the same position with other pixels, `step` times as wide and high.
     [[nodiscard]] Image Like(int newColumns, int newRows, std::size_t bandCount, double step) const;
     [[nodiscard]] std::uint8_t At(std::size_t band, int row, int column) const {
         return bands[band][Index(row, column)];

@@ -11,7 +11,7 @@ std::uint8_t RoundedQuotient(unsigned sum, unsigned count) {
     return static_cast<std::uint8_t>((2 * sum + count) / (2 * count));
 }
 
-// Where a fine pixel's centre falls between two coarse pixel centres.
+// The position of a fine pixel's centre between two coarse pixel centres.
 struct Between {
     int low;
     int high;

@@ -2,7 +2,7 @@
 //
 //     minimal_host [PATH OF Pansharp.process]
 //
-// or files of plain 8-bit samples, bands interleaved by pixel, whose size and names it is given:
+// or files of plain 8-bit samples, bands interleaved by pixel, with these sizes and names:
 //
 //     minimal_host PATH PAN COLUMNS ROWS MULTISPECTRAL COLUMNS ROWS BANDS OUTPUT
 
@@ -59,7 +59,7 @@ Pair MakePair() {
     return pair;
 }
 
-/// The pair in files, by the words of the command line from PAN on. Files that are too short leave zeros.
+/// The pair from files, by the arguments from PAN on. Samples missing at the end of a file are 0.
 Pair ReadPair(char** words) {
     const auto number = [&](int at) {
         return static_cast<std::uint32_t>(std::strtoul(words[at], nullptr, 10));
@@ -123,7 +123,7 @@ int main(int argc, char** argv) {
     // 3. Hand the process the pan raster, the workspace and the request record, and initialize it.
     if (!worker.Start(status)) return Fail("no process", status);
 
-    // 4. Window by window: write the request record anew, set the window, read its rows.
+    // 4. Window by window: write a new request record, set the window, read its rows.
     for (std::uint32_t first = 0; first < panInfo.rows; first += 4) {
         const PixelRect window{0, first, panInfo.cols, std::min(first + 4, panInfo.rows)};
         if (!worker.OpenWindow(window, status)) return Fail("no window", status);

@@ -1,4 +1,4 @@
-// Joins the modules of the page and its styles into page.js and page.css beside index.html: node build.js FOLDER
+// Joins the modules and styles of the page into page.js and page.css beside index.html: node build.js FOLDER
 import { build } from 'esbuild';
 import { copyFile, mkdir } from 'node:fs/promises';
 import path from 'node:path';

@@ -1,4 +1,4 @@
-// The panel: what is chosen goes into `view`, and `on` is told.
+// The panel. What is chosen is stored in `view`, and `on` is called.
 import { fillSelect, make, makeSlider, show } from './parts.js';
 
 const $ = (id) => document.getElementById(id);
@@ -11,7 +11,7 @@ function presetsOf(scene) {
   const presets = [['shown', !three ? 'one band' : scene.shown_guessed ? list(scene.shown) : 'natural colour', scene.shown]];
   const infrared = scene.bands.find(({ part }) => part === 'nir')?.number;
   if (infrared && three && !scene.shown.includes(infrared)) presets.push(['false', 'false colour (infrared)', [infrared, scene.shown[0], scene.shown[1]]]);
-  if (three && scene.shown_guessed) // nothing tells the colours: what is usual
+  if (three && scene.shown_guessed) // the colours are unknown: offer the usual orders
     for (const bands of [[3, 2, 1], [4, 3, 2]]) if (Math.max(...bands) <= scene.bands.length) presets.push([String(bands), list(bands), bands]);
   for (const { number, name } of scene.bands.slice(0, 16)) presets.push([`band${number}`, `band ${number}${name ? ` (${name})` : ''}`, [number]]);
   if (scene.bands.length >= 3) presets.push(['own', 'own choice', null]);
@@ -59,7 +59,7 @@ export function drawControls(scene, view, on) {
   $('stretch').addEventListener('input', () => { view.stretch = Number($('stretch').value); on.change(); });
   $('fitted').addEventListener('click', () => on.fitted());
 
-  /** A slider for each of `values`; the fitted ones until one is moved. */
+  /** A slider for each of `values`; they show the fitted values until one is moved. */
   const sliders = (title, values, names, range, set) => {
     const numbers = [...values];
     return [make('h3', { textContent: title }), ...numbers.map((value, at) => makeSlider(names[at], value, range, (moved) => {
@@ -88,7 +88,7 @@ export function drawControls(scene, view, on) {
 
   return {
     methods: () => usable.map(({ keyword }) => keyword),
-    /** `found` is what the server says of the look; sliders are made anew where that has changed. */
+    /** `found` is the server's reply about the look; sliders are rebuilt if it has changed. */
     refresh(found, isNew) {
       for (const button of $('mode').children) button.setAttribute('aria-checked', button.dataset.mode === view.mode);
       for (const name of ['left', 'right', 'method', 'sampling', 'stretch']) $(name).value = view[name];

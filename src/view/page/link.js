@@ -1,4 +1,4 @@
-// The view as the part of the address behind "#", so that a link restores it.
+// The view as the part of the address after "#", so that a link restores it.
 
 const numbers = (text) => text.split(',').map(Number);
 

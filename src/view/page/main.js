@@ -1,4 +1,4 @@
-// The page: reads what the scene is, keeps what is chosen, and tells maps, panel and address of it.
+// The page: reads the scene, keeps what is chosen, and updates maps, panel and address.
 import { drawControls } from './controls.js';
 import { readLink, writeLink } from './link.js';
 import { Maps } from './maps.js';
@@ -15,7 +15,7 @@ const trouble = {
   clear() { $('trouble').hidden = true; },
 };
 
-/** What somebody chose; what is undefined is fitted. */
+/** The user's choices; what is undefined is fitted. */
 function firstView(scene) {
   const view = { mode: 'swipe', left: 'upsampled', right: 'sharpened', swipe: 50, method: scene.method, sampling: scene.sampling, bands: scene.shown, stretch: 2 };
   Object.assign(view, readLink(location.hash));
@@ -54,7 +54,7 @@ class Page {
     await this.fetchParameters();
   }
 
-  /** Everything follows what is chosen. */
+  /** Updates everything that depends on the choices. */
   change() {
     const { left, right, mode } = this.view;
     this.maps.setMode(mode);
@@ -75,7 +75,7 @@ class Page {
   }
   async takeFitted() { await this.chooseMethod(this.view.method); }
 
-  /** What the server fitted, for the sliders to begin with. */
+  /** The values that the server fitted, as a start for the sliders. */
   async fetchParameters() {
     const { method } = this.view;
     this.parameters = {};
@@ -92,7 +92,7 @@ class Page {
     this.controls.refresh(this.parameters, true);
   }
 
-  /** The address, the command and the download follow the window. */
+  /** Updates the address, the command and the download for the window. */
   async tell() {
     const number = this.tells = (this.tells ?? 0) + 1;
     history.replaceState(null, '', writeLink({ ...this.view, at: this.maps.getAt() }));
@@ -103,7 +103,7 @@ class Page {
     $('download').href = `window.tif?${download}`;
     try {
       const told = await getJson(`command.json?${query}`);
-      if (number !== this.tells) return; // another window was asked for meanwhile
+      if (number !== this.tells) return; // another window was requested meanwhile
       $('command').textContent = told.command;
       $('command').dataset.window = query.get('window');
       $('take-note').textContent = told.is_window ? '' : 'Pan has no position by which a part can be named: the command writes the whole scene.';
@@ -137,7 +137,7 @@ class Page {
     this.sampling?.abort();
     this.sampling = new AbortController();
     const query = lookQuery(this.view);
-    // All bands, unless the method has a say in which.
+    // All bands, unless the method only fuses some.
     const fused = this.scene.methods.find((method) => method.keyword === this.view.method).fused_bands;
     const bands = fused > 0 ? this.view.bands : this.scene.bands.map((band) => band.number);
     query.set('bands', bands.join(','));
@@ -151,12 +151,12 @@ class Page {
     }
   }
 
-  /** Says why a tile is missing. */
+  /** Shows why a tile is missing. */
   async explain(url) {
     try {
       await getJson(url ?? 'scene.json');
     } catch (error) {
-      if (!(error instanceof SyntaxError)) trouble.show(error.message); // a tile is no JSON, and is there now
+      if (!(error instanceof SyntaxError)) trouble.show(error.message); // a tile is not JSON: it arrived this time
     }
   }
 
@@ -189,7 +189,7 @@ class Page {
     } catch (error) { trouble.show(error.message); }
   }
 
-  /** Whether the server is still there, and serves the same scene. */
+  /** Checks that the server still runs and serves the same scene. */
   async look() {
     try {
       const now = await getJson('scene.json');

@@ -1,5 +1,5 @@
-// Two images of the scene over each other or side by side, in the scene's own grid: x is the column of pan, y the
-// row downward as a negative number.
+// Two images of the scene, one over the other or side by side, in the scene's own grid: x is the column of pan, y the
+// negative row.
 import OlMap from 'ol/Map.js';
 import View from 'ol/View.js';
 import { defaults as defaultControls } from 'ol/control/defaults.js';
@@ -44,7 +44,7 @@ export class Maps {
     return new OlMap({ target, layers, view: this.view, controls: defaultControls({ zoom: false, rotate: false, attribution: false }) });
   }
 
-  /** Lets the left image end at the divider. */
+  /** Clips the left image at the divider. */
   clip(event) {
     const context = event.context, [width, height] = this.leftMap.getSize();
     context.save();
@@ -75,7 +75,7 @@ export class Maps {
     this.leftMap.render();
   }
 
-  /** Shows a look; images that stay as they are are not asked for again. */
+  /** Shows a look; images that have not changed are not requested again. */
   show(look, left, right) {
     const set = (layer, shown) => {
       const query = lookQuery(look, shown);
@@ -101,7 +101,7 @@ export class Maps {
   }
   zoomBy(step) { this.view.animate({ zoom: this.view.getZoom() + step, duration: 150 }); }
 
-  /** Pan pixels that are seen, LEFT,TOP,RIGHT,BOTTOM. */
+  /** The visible pan pixels, as LEFT,TOP,RIGHT,BOTTOM. */
   getWindow() {
     const map = this.leftMap, size = map.getSize();
     if (!size) return [0, 0, this.scene.columns, this.scene.rows];

@@ -1,4 +1,4 @@
-// Small pieces of the page.
+// Small building blocks of the page.
 
 /** Makes an element with properties and children. */
 export function make(name, properties = {}, ...children) {
@@ -14,10 +14,10 @@ export function fillSelect(select, entries, value) {
   select.value = value;
 }
 
-/** A number with as many digits as people read. */
+/** A number with as many digits as are useful to read. */
 export const show = (value, digits = 3) => Number(value).toLocaleString('en', { maximumFractionDigits: digits, useGrouping: false });
 
-/** Calls at most so often, the last time for sure. */
+/** Limits how often a function is called; the last call is never dropped. */
 export function throttle(call, milliseconds) {
   let timer = 0, last = 0;
   return (...values) => {
@@ -33,7 +33,7 @@ export function makeSlider(name, value, { min, max, step }, onInput) {
   const output = make('output', { textContent: show(value) });
   const input = make('input', { type: 'range', min, max, step, value, 'aria-label': name });
   input.addEventListener('input', () => {
-    const moved = Number(Number(input.value).toPrecision(4)); // as many digits as a hand can set
+    const moved = Number(Number(input.value).toPrecision(4)); // the precision of a hand
     output.textContent = show(moved);
     onInput(moved);
   });

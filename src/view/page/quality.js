@@ -1,4 +1,4 @@
-// The table of quality, made by the server in the background.
+// The quality table, which the server makes in the background.
 import { make, show } from './parts.js';
 import { getJson } from './server.js';
 
@@ -25,7 +25,7 @@ function drawTable(target, table, onChoose) {
     make('p', { className: 'note', textContent: 'ERGAS and SAM are 0 and Q is 1 for a perfect image. One scale down; at full size less is gained.' }));
 }
 
-/** Asks until the table is there. `onChoose` gets the entry that somebody wants to see. */
+/** Polls until the table is there. `onChoose` gets the entry that the user wants to see. */
 export async function fillQuality(target, onChoose) {
   const bar = make('progress', { max: 1, 'aria-label': 'The comparison' });
   target.replaceChildren(bar, make('p', { className: 'note', textContent: 'Comparing; the images stay usable meanwhile.' }));

@@ -1,8 +1,8 @@
-// What the page asks of pansharp. A failure is an Error whose message is in words.
+// Requests to pansharp. A failure is an Error with a message in words.
 
 export const stopped = 'pansharp does not answer any more: it was stopped, or cannot be reached. Start it again and reload this page.';
 
-/** The object of JSON at a path; `signal` may give it up. */
+/** The JSON object at a path; `signal` can abort the request. */
 export async function getJson(path, signal) {
   let reply;
   try {
@@ -14,7 +14,7 @@ export async function getJson(path, signal) {
   return reply.json();
 }
 
-/** The parameters by which the server is asked for a look. */
+/** The parameters of a request for a look. */
 export function lookQuery(look, layer) {
   const query = new URLSearchParams();
   if (layer) query.set('layer', layer);
