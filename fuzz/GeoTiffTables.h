@@ -6,9 +6,9 @@
 #include <mutex>
 #include <vector>
 
-// The library that reads GeoTIFF keys for GDAL takes a table of 256 KB for every file that is opened. Under
-// AddressSanitizer each is mapped, filled page by page and unmapped, a third of the time of an input. Here
-// its tables are used again; its smaller blocks, and everybody else's, stay AddressSanitizer's.
+// GDAL's library for GeoTIFF keys allocates a table of 256 KB for every file that it opens. AddressSanitizer
+// maps each one, fills it page by page and unmaps it, which takes a third of the time of an input. Here these
+// tables are reused; smaller blocks, and those of all other code, are left to AddressSanitizer.
 namespace fuzz {
 
 struct GeoTiffTables {

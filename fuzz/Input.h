@@ -9,23 +9,23 @@
 #include <span>
 #include <string>
 
-/// What every target does with one input. It aborts when a promise is broken, and returns 0.
+/// Runs a target on one input. Aborts when a promise is broken, else returns 0.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace fuzz {
 
-/// Ends the program, so that the input is kept, when a promise is broken.
+/// Ends the program when a promise is broken, so that the input is kept.
 inline void Require(bool kept, const char* promise) {
     if (kept) return;
     std::fprintf(stderr, "broken: %s\n", promise);
     std::abort();
 }
 
-/// Results that are asked for and not looked at.
+/// Results that are computed but not checked.
 template <class... Results>
 void Drop(const Results&...) {}
 
-/// Reads every byte, so that a sanitizer sees those that are not there.
+/// Reads every byte, so that a sanitizer detects missing ones.
 inline void ReadAll(const void* bytes, std::size_t size) {
     unsigned sum = 0;
     for (const auto byte : std::span(static_cast<const unsigned char*>(bytes), size))
@@ -34,7 +34,7 @@ inline void ReadAll(const void* bytes, std::size_t size) {
     Drop(kept + 0);
 }
 
-/// Takes an input apart into numbers and texts. Past its end there are zeros and empty texts.
+/// Splits an input into numbers and texts. Past its end there are zeros and empty texts.
 class Input {
 public:
     Input(const std::uint8_t* data, std::size_t size) : bytes(data, size) {}
@@ -57,7 +57,7 @@ public:
         return choices[Below(static_cast<std::uint32_t>(std::size(choices)))];
     }
 
-    /// The bytes up to the next line feed, which is taken too.
+    /// The bytes up to the next line feed, which is consumed as well.
     std::string Line() {
         std::size_t length = 0;
         while (length < bytes.size() && bytes[length] != '\n')

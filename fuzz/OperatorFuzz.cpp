@@ -1,4 +1,5 @@
-// The blending operators with any property texts, "FillColor" among them, over rows of exactly their size.
+// The blending operators with arbitrary property texts, including "FillColor", over rows of exactly their
+// size.
 #include "Input.h"
 
 #include "operators/CreateBlendPixels.h"

@@ -1,6 +1,5 @@
-// The built plug-in under a server that does everything wrong: any properties, windows, depths and band
-// counts, rasters of another size than they should have, refusals, null rows and exceptions, calls in any
-// order.
+// The built plug-in under a server that does everything wrong: arbitrary properties, windows, depths and band
+// counts, rasters of unexpected size, refusals, null rows, exceptions, and calls in any order.
 #include "Input.h"
 
 #include "host/PropertyNames.h"
@@ -15,7 +14,7 @@ namespace {
 
 const Plugin plugin;
 
-/// Names of properties: those of the process, and those of all methods' parameters for two bands.
+/// Names of properties: of the process, and of all methods' parameters for two bands.
 std::vector<std::string> Names() {
     std::vector<std::string> all = {PropertyNames::method, PropertyNames::outputBands};
     for (const PansharpProperty& property :
@@ -64,7 +63,7 @@ FakeImage TakeImage(fuzz::Input& input, std::uint32_t bits) {
     image.createFails = (faults & 0xE00) == 0xE00;
     image.prepare = [faults](FakeRaster& raster) {
         raster.windowFails = (faults & 0x1080) == 0x1080;
-        // A raster that only says that it is large has no rows to give.
+        // A raster that only claims to be large has no rows.
         raster.rowFails = (faults & 0x2100) == 0x2100 || raster.info.cols > 200;
         raster.throws = (faults & 0x4200) == 0x4200;
         raster.hasInfo = (faults & 0x8400) != 0x8400;
@@ -81,7 +80,7 @@ RasterInfo TakePan(fuzz::Input& input) {
     return info;
 }
 
-/// One server, one process, and the calls that the input asks for.
+/// One server and one process, with the calls that the input asks for.
 class Server {
 public:
     explicit Server(fuzz::Input& bytes)
@@ -100,7 +99,7 @@ public:
         process->SetAoi(&aoi);
     }
     ~Server() {
-        process->SetWorkspace(static_cast<IRasterWorkspace*>(&workspace)); // it may have been taken away
+        process->SetWorkspace(static_cast<IRasterWorkspace*>(&workspace)); // it may have been removed
         plugin.Destroy(&process);
         Require(workspace.Outstanding() == 0, "every chain goes back");
     }
@@ -134,7 +133,7 @@ private:
             Require(process->Init() != 0 || process->GetStatus().GetCount() > 0,
                     "a failed Init has a reason");
             return;
-        case Describe: // another raster than before: it asks for a new window at the least
+        case Describe: // a changed raster requires at least a new window
             pan.info = TakePan(input);
             [[fallthrough]];
         case SetWindow:
@@ -188,12 +187,12 @@ private:
         window.row0 = small ? input.Below(40) : input.Pick(someEnds);
         window.col1 = small ? window.col0 + input.Below(41 - window.col0) : input.Pick(someEnds);
         window.row1 = small ? window.row0 + input.Below(41 - window.row0) : input.Pick(someEnds);
-        // The server has rows for narrow windows only, however large the raster says that it is.
+        // The server has rows only for narrow windows, however large the raster claims to be.
         if (window.col1 > 64 && window.col1 - window.col0 > 64) window.col1 = 0;
         windowed = process->SetWindow(window.col0, window.row0, window.col1, window.row1) != 0;
         if (!windowed && process->GetStatus().GetCount() == 0) Require(!IsBound(), "a refusal has a reason");
     }
-    // A process that was never initialised answers without a word.
+    // A process that was never initialised returns failures without items.
     [[nodiscard]] bool IsBound() const { return process->GetRasterInfo()->bitsPerBand != 0; }
 
     void Read(std::uint32_t row) {

@@ -1,5 +1,5 @@
-// Metadata of products that anybody may have written, under the names of every kind. What is recognised has
-// pan and bands, in the folder or on the network.
+// Metadata of products from untrusted sources, under the names of every kind. A recognised product has pan
+// and bands, in the folder or on the network.
 #include "Input.h"
 
 #include "rasterhost/products/FindProduct.h"
@@ -33,7 +33,7 @@ bool IsTaken(const InputBand& band, const std::string& folder) {
            (band.file.starts_with('/') && !band.file.starts_with("/vsi"));
 }
 
-/// Empty images under all names that the kinds look for, once.
+/// Creates empty images under all names that the kinds look for, once.
 bool PrepareFolders() {
     for (const char* metadata : metadataNames)
         for (const char* image : images)
@@ -43,7 +43,7 @@ bool PrepareFolders() {
 
 } // namespace
 
-/// The first byte says which metadata file the rest is, and whether that or its folder is asked for.
+/// The first byte selects the metadata file that the rest is, and whether the file or its folder is searched.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0 || size > std::size_t{64} << 10) return 0;
     [[maybe_unused]] static const bool isPrepared = PrepareFolders();

@@ -1,4 +1,4 @@
-// PropertyLookUp against a plain list, and its reading from XML.
+// PropertyLookUp compared with a plain list, and read from XML.
 #include "Input.h"
 
 #include "fundament/PropertyLookUp.h"
@@ -12,7 +12,7 @@ using fuzz::Require;
 
 namespace {
 
-/// The first pair whose name matches, the slow way.
+/// The first pair with a matching name, by linear search.
 const PropertyLookUp::Pair* FindPair(const PropertyLookUp& lookup, const std::string& name,
                                      PropertyLookUp::Pair& found) {
     for (std::uint32_t i = 0; i < lookup.GetCount(); ++i) {

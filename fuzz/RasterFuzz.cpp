@@ -1,6 +1,6 @@
-// The host on damaged rasters: pan, multispectral or both are files of any bytes, GeoTIFF or a virtual
-// raster. The first two bytes say which and how they are fused, the length whether "info", "sharpen" or both
-// are run.
+// The host on damaged rasters: pan, multispectral or both are files of arbitrary bytes, GeoTIFF or virtual
+// rasters. The first two bytes select these and how they are fused; the length selects "info", "sharpen" or
+// both.
 #include "GeoTiffTables.h"
 #include "Input.h"
 
@@ -25,7 +25,7 @@ constexpr const char* folder = "/vsimem/fuzz/";
 
 std::string Name(const std::string& file) { return folder + file; }
 
-/// A sound partner of the damaged file; pan is twice as fine.
+/// A valid partner for the damaged file; pan has pixels of half the size.
 void WriteGood(const char* file, int columns, int bands, GDALDataType type) {
     testfiles::WriteRaster(
         Name(file),
@@ -33,7 +33,7 @@ void WriteGood(const char* file, int columns, int bands, GDALDataType type) {
         [](int column, int row, int band) { return (column * 37 + row * 5 + band * 11) % 251 + 1; });
 }
 
-/// Nobody else is asked whether a file is his.
+/// Removes all other drivers, so that only these try to open a file.
 void KeepDrivers(const std::set<std::string>& kept) {
     GDALDriverManager& drivers = *GetGDALDriverManager();
     for (int at = drivers.GetDriverCount() - 1; at >= 0; --at)
@@ -43,12 +43,12 @@ void KeepDrivers(const std::set<std::string>& kept) {
         }
 }
 
-/// Makes the sound files; returns the methods of the plug-in, and none, which stands for the recommended one.
+/// Creates the valid files. Returns the methods of the plug-in, and an empty one for the recommended method.
 const std::vector<std::string>& Prepare() {
     static const auto methods = [] {
         CPLSetConfigOption("GDAL_DISABLE_READDIR_ON_OPEN", "EMPTY_DIR");
         CPLSetConfigOption("GDAL_CACHEMAX", "64");
-        CPLSetConfigOption("GDAL_VALIDATE_CREATION_OPTIONS", "NO"); // they are the same each time
+        CPLSetConfigOption("GDAL_VALIDATE_CREATION_OPTIONS", "NO"); // they are the same every time
         WriteGood("pan8.tif", 24, 1, GDT_Byte);
         WriteGood("pan16.tif", 24, 1, GDT_UInt16);
         WriteGood("ms8.tif", 12, 4, GDT_Byte);
@@ -65,14 +65,14 @@ const std::vector<std::string>& Prepare() {
     return methods;
 }
 
-/// A virtual raster may name any file, and what a server has: only those of the folder here are let through.
+/// A virtual raster may refer to any file or server: only files in this folder are allowed.
 bool StaysHere(const std::string& text) {
     for (std::size_t at = text.find('/'); at != std::string::npos; at = text.find('/', at + 1))
         if ((at == 0 || text[at - 1] != '<') && text[at + 1] != '>') return false;
     return text.find("..") == std::string::npos;
 }
 
-/// The damaged bytes as a file for as long as this lives.
+/// The damaged bytes as a file while this lives.
 class Damaged {
 public:
     Damaged(const char* file, std::string bytes) : name(Name(file)), content(std::move(bytes)) {
@@ -107,7 +107,7 @@ rasterhost::SharpenRequest MakeRequest(unsigned how, unsigned which, const std::
     if ((how & 64u) != 0) request.noData = 7.0;
     if ((how & 128u) != 0) request.weightSource = rasterhost::WeightSource::Equal;
     request.output = Name("out.tif");
-    request.creationOptions = {"TILED=NO"}; // tiles of 256 x 256 pixels take most of the time
+    request.creationOptions = {"TILED=NO"}; // tiles of 256 x 256 pixels would take most of the time
     request.plugin = PANSHARP_PLUGIN_FILE;
     request.threads = 1;
     request.mostMemory = std::uint64_t{1} << 30;
@@ -132,8 +132,9 @@ void CheckOutput(const rasterhost::SharpenReport& report) {
     VSIUnlink(Name("out.tif").c_str());
 }
 
-/// What is declared may take days: such a file is let go after a few steps. One of many bands takes as long
-/// as hundreds of others and is left out, unless it is a virtual raster, which names them one by one.
+/// A declared size may take days, so a file is cancelled after a few steps. A file of many bands takes as
+/// long as hundreds of others and is skipped, unless it is a virtual raster, which lists its bands one by
+/// one.
 int CountSteps(const std::string& file, bool isVirtual) {
     constexpr double many = 1e5;
     constexpr int manyBands = 64;
@@ -177,7 +178,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto which = input.Take<std::uint8_t>();
     std::string bytes = input.Rest();
     const bool isVirtual = bytes.starts_with("<");
-    // Another beginning would be another driver's.
+    // With any other beginning, another driver would open it.
     constexpr std::string_view virtualStart = "<VRTDataset", classic = std::string_view("II*\0", 4);
     if (isVirtual ? !bytes.starts_with(virtualStart) || !StaysHere(bytes) : bytes.size() < 8) return 0;
     if (!isVirtual && !bytes.starts_with("II") && !bytes.starts_with("MM")) bytes.replace(0, 4, classic);

@@ -1,4 +1,4 @@
-// In place of a fuzzer: runs a target over the files given, or the files in the folders given.
+// Replaces the fuzzer: runs a target on the given files, or on the files in the given folders.
 #include "Input.h"
 
 #include <filesystem>
@@ -14,7 +14,7 @@ bool Replay(const std::filesystem::path& path) {
     const std::vector<char> content{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     if (!file) return false;
     std::fprintf(stderr, "%s\n", path.filename().c_str());
-    // A heap block of exactly its size, so that a sanitizer sees any step past it.
+    // A heap block of exactly the file's size, so that a sanitizer detects any access past it.
     const auto bytes = std::make_unique<std::uint8_t[]>(content.size());
     std::copy(content.begin(), content.end(), bytes.get());
     LLVMFuzzerTestOneInput(bytes.get(), content.size());

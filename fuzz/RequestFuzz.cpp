@@ -1,4 +1,4 @@
-// What anybody may ask a server of tiles for: it is read or refused in words, and what is read is within its
+// Arbitrary requests to a tile server: each is read or refused with a message, and what is read is within its
 // bounds.
 #include "Input.h"
 

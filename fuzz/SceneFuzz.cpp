@@ -1,5 +1,5 @@
-// Descriptions of scenes that anybody may have written. One that is taken is written and read again as the
-// same, and opened where all its inputs are the two images here.
+// Descriptions of scenes from untrusted sources. An accepted one is written and read again unchanged, and
+// opened if all its inputs are the two images here.
 #include "GeoTiffTables.h"
 #include "Input.h"
 
@@ -18,7 +18,7 @@ namespace {
 
 constexpr const char* file = "/vsimem/fuzz/scene.pansharp";
 
-/// Makes the images that the corpus names, with a collar each; pan is twice as fine.
+/// Creates the images that the corpus names, each with a collar; pan has pixels of half the size.
 void WriteImages() {
     CPLSetConfigOption("GDAL_DISABLE_READDIR_ON_OPEN", "EMPTY_DIR");
     const auto write = [](const char* name, int columns, int bands) {
@@ -36,7 +36,7 @@ void WriteImages() {
     Require(plugin != nullptr, "the plug-in is there, and stays");
 }
 
-/// True when nothing but the images here is opened for a record.
+/// True when opening a record opens only the images here.
 bool IsHere(const SceneRecord& record) {
     const auto isHere = [](const std::string& name) {
         return name == "/vsimem/fuzz/pan.tif" || name == "/vsimem/fuzz/ms.tif";

@@ -1,4 +1,4 @@
-// Status reports: any text is read or refused, and what is written is read back.
+// Status reports: any text is read or refused, and what is written can be read back.
 #include "Input.h"
 
 #include "fundament/Status.h"

@@ -1,4 +1,4 @@
-// Text functions and number conversions: no text upsets them, and what they promise of their results holds.
+// Text functions and number conversions: they accept any text, and their results keep their promises.
 #include "Input.h"
 
 #include "fundament/Numbers.h"

@@ -1,4 +1,4 @@
-// Every vector target gives the bytes of the scalar definition, whatever the samples and the weights are.
+// Every vector target gives the bytes of the scalar definition, for any samples and weights.
 #include "Input.h"
 
 #include "kernels/BilinearRow.h"
@@ -35,7 +35,7 @@ constexpr double awkward[] = {0.0,
                               -32768.5,
                               1e5};
 
-/// As the input has it to its end, then repeated by a rule.
+/// Samples from the input as far as it goes, then repeated by a rule.
 template <class T>
 std::unique_ptr<T[]> Samples(fuzz::Input& input, std::size_t count) {
     auto row = std::make_unique<T[]>(count);
@@ -88,7 +88,7 @@ void Down(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
     const auto lower = Samples<T>(input, count);
     const auto doubles = [&](const T* row) {
         auto values = std::make_unique<double[]>(count);
-        for (std::size_t i = 0; i < count; ++i) // between the sample and its neighbour, as across a row
+        for (std::size_t i = 0; i < count; ++i) // between a sample and its neighbour, as within a row
             values[i] = row[i] * (1.0 - fraction) + row[(i + 1) % count] * fraction;
         return values;
     };

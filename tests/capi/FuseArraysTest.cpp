@@ -31,7 +31,8 @@ TEST(FuseArrays, EqualsTheDefinition) {
         {16, {25, 47}, {10, 20}, 1, Mirrored, Planar, {1.25}, {}, 2},
         {8, {25, 47}, {25, 47}, 3, Lines, Mirrored}, // on the grid of pan
         {8, {1, 1}, {1, 1}, 1, Gaps, Gaps, {}, {}, 8},
-        // Brovey scales the weights it is given, by 3 in the second; what counts is what a caller asked for.
+        // Brovey scales the given weights, in the second case by 3; the result must use those that the caller
+        // gave.
         {16, {24, 40}, {12, 10}, 5, Lines, Packed, {}, {1, 5}, 0, "Brovey"},
         {16, {24, 40}, {12, 10}, 5, Lines, Packed, {0.375, 0.28125, 0.1875, 0, 0.1875}, {}, 0, "Brovey"},
         {16, {24, 40}, {12, 10}, 5, Lines, Packed, {0.1, 0.2, 0.3, 0.2, 0.2}, {1, 5}, 0, "Brovey"},
@@ -57,7 +58,7 @@ TEST(FuseArrays, EqualsTheDefinition) {
     }
 }
 
-// A part of a scene with some of the coarse image around it, as a caller has who works in tiles.
+// A part of a scene with some of the coarse image around it, as callers have who work in tiles.
 TEST(FuseArrays, PlacesTheCoarseImage) {
     const struct {
         double pixelSize, offsetX, offsetY;
@@ -76,7 +77,7 @@ TEST(FuseArrays, PlacesTheCoarseImage) {
     }
 }
 
-// Its first pixel lies at a third of a coarse pixel, which no double is.
+// Its first pixel lies at a third of a coarse pixel, which a double cannot represent exactly.
 TEST(FuseArrays, TileGetsThePixelsOfTheWhole) {
     constexpr std::uint32_t column = 13, row = 22, columns = 20, rows = 17;
     const Library library = Open();
@@ -115,7 +116,7 @@ TEST(FuseArrays, ServesSeveralThreadsAtOnce) {
             const std::uint32_t bits = i % 2 == 0 ? 8 : 16;
             Scene scene(bits, {30 + i, 150}, {10, 50}, 1 + i, Planar, Packed);
             scene.job.threads = 1 + i % 3;
-            // Strides of packed samples may be left out.
+            // Strides of packed samples may be 0.
             scene.job.pan.row_stride = scene.job.pan.pixel_stride = scene.job.pan.band_stride = 0;
             scene.job.output.row_stride = scene.job.output.pixel_stride = scene.job.output.band_stride = 0;
             const auto expected = scene.Expected();
@@ -158,7 +159,7 @@ TEST(FuseArrays, JudgesAnImageByItsPair) {
     EXPECT_EQ(reduction.columns * 1000 + reduction.coarse_rows, 30175u); // 350 rows at a ratio of 2
     reduction.pan = &reduction;                                          // the others are missing
     EXPECT_EQ(pansharp_reduce(library.get(), &scene.job, &reduction, nullptr, 0), PANSHARP_BAD_ARGUMENT);
-    pansharp_shift shift{}; // noise tells none
+    pansharp_shift shift{}; // noise shows none
     shift.struct_size = sizeof shift;
     ASSERT_EQ(pansharp_measure_shift(library.get(), &scene.job, &shift, nullptr, 0), PANSHARP_OK);
     EXPECT_EQ(shift.is_found, 0u);
@@ -190,8 +191,8 @@ TEST(FuseArrays, IsCancelledByTheCallback) {
         scene.job.progress = &Progress::Note;
         scene.job.progress_data = &progress;
         const pansharp_result result = scene.Fuse(library.get());
-        ASSERT_EQ(progress.rows.size(), 1u);           // it is not asked again
-        if (threads == 1 || progress.rows[0] < 2000) { // else the others were done before it was asked
+        ASSERT_EQ(progress.rows.size(), 1u);           // not called again
+        if (threads == 1 || progress.rows[0] < 2000) { // else the other threads had finished before the call
             EXPECT_EQ(result, PANSHARP_CANCELLED);
             EXPECT_THAT(scene.error, HasSubstr("of 2000 rows"));
         }
@@ -200,7 +201,7 @@ TEST(FuseArrays, IsCancelledByTheCallback) {
         }
 
         progress = {};
-        progress.cancelAt = 2000; // with the last row: there is nothing left to be cancelled
+        progress.cancelAt = 2000; // with the last row: there is nothing left to cancel
         EXPECT_EQ(scene.Fuse(library.get()), PANSHARP_OK);
         EXPECT_EQ(scene.out.Samples(), scene.Expected());
         ASSERT_FALSE(progress.rows.empty());

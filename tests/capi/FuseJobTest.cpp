@@ -20,7 +20,7 @@ struct FuseJob : testing::Test {
 constexpr std::ptrdiff_t farthest = std::numeric_limits<std::ptrdiff_t>::max();
 const double two[] = {0.5, 0.5};
 const std::uint8_t noData[48] = {};
-/// As memory is that nobody has set, but for the size.
+/// Memory that nobody has initialised, except for the size.
 pansharp_used Used(std::size_t size) {
     pansharp_used used;
     std::memset(&used, 0xAA, sizeof used);
@@ -137,7 +137,7 @@ TEST_F(FuseJob, WeightsAreEqualWhereNoneCanBeFitted) {
     EXPECT_THAT(found, testing::Each(1.0 / 3));
 }
 
-// Callers that were built against a header with fewer members, or with more.
+// Callers built against a header with fewer or more members.
 TEST_F(FuseJob, TakesAStructureOfAnotherAge) {
     scene.job.struct_size = offsetof(pansharp_job, resampling);
     scene.job.resampling = 77; // what lies behind it

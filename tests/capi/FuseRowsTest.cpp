@@ -8,7 +8,7 @@ namespace {
 
 using namespace testcapi;
 
-/// The images of a scene, handed over as they are asked for, and the rows that come back.
+/// The images of a scene, read on demand, and the rows that come back.
 struct Rows {
     explicit Rows(const Scene& fused) : scene(fused), job(fused.job) {
         for (pansharp_image* image : {&job.pan, &job.multispectral, &job.infrared}) {

@@ -8,12 +8,12 @@
 #include <string>
 #include <vector>
 
-/// Images in memory of every shape that a caller may have, and what fusing them must give.
+/// Images in memory in every layout that a caller may use, and the expected results of fusing them.
 namespace testcapi {
 
 enum class Shape { Packed, Planar, Lines, Mirrored, Gaps };
 
-/// Samples of `bits` bits in one of the shapes. Bytes between samples hold a mark.
+/// Samples of `bits` bits in one of the layouts. Bytes between samples hold a mark.
 class StridedImage {
 public:
     static constexpr unsigned char mark = 0xA5;
@@ -23,7 +23,7 @@ public:
         : columns(imageColumns), rows(imageRows), bands(imageBands), sampleBytes(bits / 8) {
         const auto c = static_cast<std::ptrdiff_t>(columns), r = static_cast<std::ptrdiff_t>(rows);
         const auto b = static_cast<std::ptrdiff_t>(bands), s = static_cast<std::ptrdiff_t>(sampleBytes);
-        // With gaps, nothing is aligned and bytes lie between bands, pixels and rows.
+        // With gaps, nothing is aligned, and there are bytes between bands, pixels and rows.
         const std::ptrdiff_t gapped = b * (s + 1) + 3;
         const Layout layouts[] = {
             {c * b * s, b * s, s, 0},
@@ -114,7 +114,7 @@ struct Placement {
     kernels::GridAxis across, down;
 };
 
-/// The image at a pixel of pan, between the centres of its pixels.
+/// The image at the centre of a pixel of pan, interpolated between the centres of its own pixels.
 inline unsigned Interpolate(const StridedImage& image, const Placement& place, std::uint32_t column,
                             std::uint32_t row, std::uint32_t band) {
     const auto x = kernels::ClampTap(kernels::PanToMultispectral(place.across, column), image.columns);

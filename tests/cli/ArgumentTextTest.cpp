@@ -7,7 +7,7 @@
 
 #include <filesystem>
 
-/// What the command made of FILE,band=N shows in the inputs that it reports, also when they cannot be opened.
+/// The reported inputs show how the command understood FILE,band=N, even if they cannot be opened.
 TEST(ArgumentText, BandsOfFilesAndFilesThatAreNamedSo) {
     struct Case {
         const char* typed;

@@ -66,7 +66,7 @@ TEST(BatchCommand, GoesOnAfterFailuresAndWhereItStopped) {
     EXPECT_EQ(lines[1]["line"], 3);
     EXPECT_THAT(lines[1]["errors"][0]["message"].get<std::string>(), HasSubstr("nowhere.tif"));
     EXPECT_NEAR(lines[2]["megapixels"].get<double>(), 46 * 38 * 1e-6, 1e-12);
-    EXPECT_TRUE(lines[2]["fit"].is_null()); // Injection, which weighs nothing: null takes --method away
+    EXPECT_TRUE(lines[2]["fit"].is_null()); // Injection, which weighs no bands: null removes --method
     EXPECT_EQ(lines[2]["report"]["output"], "out/pan.tif");
     child::RunWell(folder,
                    "sharpen pan.tif ms.tif,band=3 ms.tif,band=1 -o one.tif --method brovey -w 0.5,0.5 "
@@ -75,8 +75,8 @@ TEST(BatchCommand, GoesOnAfterFailuresAndWhereItStopped) {
 
     const std::string results = testfiles::ReadText(folder / "out/batch.jsonl");
     EXPECT_EQ(States(folder, batch), "skipped failed skipped 1");
-    Write(folder / "out/batch.jsonl", results.substr(0, results.size() - 9)); // killed as it wrote
-    EXPECT_EQ(States(folder, batch), "skipped failed failed 1");              // whose is out/pan.tif?
+    Write(folder / "out/batch.jsonl", results.substr(0, results.size() - 9)); // killed while it wrote
+    EXPECT_EQ(States(folder, batch), "skipped failed failed 1");              // out/pan.tif may be another's
     Write(folder / "out/batch.jsonl.begun", "[\"pan.tif\"]\n");               // killed before it wrote
     EXPECT_EQ(States(folder, batch), "skipped failed done 1");
     EXPECT_FALSE(std::filesystem::exists(folder / "out/batch.jsonl.begun"));
@@ -156,7 +156,7 @@ TEST(BatchCommand, NamesTheLineAndTheKey) {
     }
 }
 
-/// The first scene is large on paper only: it ends by its limit, or by a signal.
+/// The first scene only declares a large size: it ends by its time limit, or by a signal.
 TEST(BatchCommand, StopsASceneAndKeepsWhatIsDone) {
     const child::Folder folder;
     const scene::Pair pair(folder, 3, 8);

@@ -20,7 +20,7 @@ namespace {
 constexpr const char* outName = ".stdout";
 constexpr const char* errName = ".stderr";
 
-/// In the child: this descriptor becomes that file.
+/// In the child: connects this descriptor to that file.
 void Redirect(int descriptor, const std::string& name) {
     const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     if (file < 0 || dup2(file, descriptor) < 0) _exit(99);
@@ -43,7 +43,7 @@ Running::Running(const Folder& workFolder, const Arguments& arguments,
     if (id > 0) return;
     if (chdir(folder.path.c_str()) != 0) _exit(99);
     for (const int number : {SIGINT, SIGTERM})
-        std::signal(number, SIG_DFL); // a shell in the background may have these ignored
+        std::signal(number, SIG_DFL); // a background shell may ignore these
     if (!terminal || !terminal->showsOutput) Redirect(STDOUT_FILENO, out.empty() ? folder / outName : out);
     if (!terminal) Redirect(STDERR_FILENO, folder / errName);
     const rlimit limit{largestFile, largestFile};
@@ -53,7 +53,7 @@ Running::Running(const Folder& workFolder, const Arguments& arguments,
     if (mostThreads > 0 && (setrlimit(RLIMIT_NPROC, &threads) != 0 ||
                             (geteuid() == 0 && (setgroups(0, nullptr) != 0 || setuid(nobody) != 0))))
         _exit(99);
-    if (mostThreads > 0) setenv("ASAN_OPTIONS", "detect_leaks=0", 1); // its search takes a thread of its own
+    if (mostThreads > 0) setenv("ASAN_OPTIONS", "detect_leaks=0", 1); // its search needs a thread
     unsetenv("PANSHARP_PLUGIN");
     if (plugin) setenv("PANSHARP_PLUGIN", plugin->c_str(), 1);
     execv(pointers[0], pointers.data());

@@ -12,7 +12,7 @@
 /// The built command as a child process.
 namespace child {
 
-/// One by one, or as one line with blanks between them, in which '' is an empty one.
+/// Arguments one by one, or as one line separated by spaces, in which '' is an empty argument.
 struct Arguments : std::vector<std::string> {
     using vector::vector;
     Arguments(const char* line);
@@ -27,21 +27,21 @@ struct Outcome {
 
 using testfiles::Folder;
 
-/// For a command to run at.
+/// A terminal for a command to run at.
 struct Terminal {
     unsigned short columns = 80;
     bool showsOutput = true; ///< standard output, too; else standard error only
-    int descriptor = -1;     ///< of who reads what it shows
+    int descriptor = -1;     ///< of the side that reads what it shows
 };
 
-/// A running command. Its working directory is the folder, and its output goes to files there that List()
-/// does not show.
+/// A running command. Its working directory is the folder; its output goes to files there that List() does
+/// not show.
 class Running {
 public:
-    /// `plugin` is what the environment names as the plug-in; without it the variable is unset. `out`
-    /// replaces the file that standard output goes to. No file
-    /// grows beyond `largestFile` bytes, when that is not 0. No more than `mostThreads` run, when that is not
-    /// 0: root, whom no limit binds, becomes another user.
+    /// `plugin` is the plug-in named by the environment; without it the variable is unset. `out` replaces the
+    /// file for standard output. No file may grow beyond `largestFile` bytes, if that is not 0. At most
+    /// `mostThreads` threads may run, if that is not 0; since no limit applies to root, the command then runs
+    /// as another user.
     Running(const Folder& workFolder, const Arguments& arguments,
             const std::optional<std::string>& plugin = {}, const std::string& out = {},
             Terminal* terminal = nullptr, std::uint64_t largestFile = 0, std::uint64_t mostThreads = 0);
@@ -61,18 +61,18 @@ private:
 [[nodiscard]] Outcome Run(const Folder& folder, const Arguments& arguments,
                           const std::optional<std::string>& plugin = {}, const std::string& out = {});
 
-/// One that has to end with 0: an exception fails the test.
+/// Runs a command that must end with 0: an exception fails the test.
 Outcome RunWell(const Folder& folder, const Arguments& arguments,
                 const std::optional<std::string>& plugin = {});
 
-/// At a terminal: `out` is what it showed. A key, when given, answers the question that ends in "[N] ".
+/// Runs at a terminal: `out` is what it showed. A key, if given, answers the question that ends in "[N] ".
 [[nodiscard]] Outcome RunAt(Terminal terminal, const Folder& folder, const Arguments& arguments,
                             char key = 0);
 
-/// Looks again and again until the condition holds; false when it does not within a minute.
+/// Polls until the condition holds. False when it does not within a minute.
 [[nodiscard]] bool WaitUntil(const std::function<bool()>& condition);
 
-/// As one would type them, to name a case.
+/// The arguments as typed, to name a case.
 [[nodiscard]] std::string AsTyped(const Arguments& arguments);
 
 } // namespace child

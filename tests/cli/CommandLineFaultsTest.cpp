@@ -38,7 +38,7 @@ Files Look(const child::Folder& folder) {
     return files;
 }
 
-/// Names of files that are new or not what they were.
+/// Names of files that are new or have changed.
 std::vector<std::string> Changed(const Files& before, const Files& after) {
     std::vector<std::string> names;
     for (const auto& [name, text] : after)
@@ -51,7 +51,7 @@ std::vector<std::string> Changed(const Files& before, const Files& after) {
 
 void WriteText(const std::string& name, const std::string& text) { std::ofstream(name) << text; }
 
-/// A raster of one band, which is another file's.
+/// A raster of one band that refers to another file.
 void WriteVrt(const std::string& name, const std::string& source) {
     WriteText(name, "<VRTDataset rasterXSize='23' rasterYSize='19'><GeoTransform>500000,20,0,4600000,0,-20"
                     "</GeoTransform><VRTRasterBand dataType='Byte' band='1'><SimpleSource><SourceFilename "
@@ -61,7 +61,7 @@ void WriteVrt(const std::string& name, const std::string& source) {
                         "</VRTDataset>");
 }
 
-/// The pair, and all that may stand in the place of an input.
+/// The pair, and everything else that may be given as an input.
 void MakeInputs(const child::Folder& folder) {
     const scene::Pair pair(folder, 3, 8);
     scene::Write(folder / "float.tif", {23, 19, 3, 32, pair.ms.samples}, {.pixelSize = 20.0});
@@ -78,7 +78,8 @@ void MakeInputs(const child::Folder& folder) {
 
 } // namespace
 
-// Every command with every kind of input in every place: told in words, nothing touched, nothing left.
+// Every command with every kind of input at every place: it reports in words, changes nothing and leaves
+// nothing.
 TEST(Faults, OfInputs) {
     const child::Folder folder;
     MakeInputs(folder);
@@ -104,12 +105,12 @@ TEST(Faults, OfInputs) {
             }
 }
 
-// Whatever lies where a file is to be written, whatever name it has there and whatever it is to the run.
+// Anything may exist where a file is to be written, under any name and with any role in the run.
 TEST(Faults, OfOutputs) {
     const std::vector<std::string> replaced = {"old.tif", "old.tif.aux.xml is gone", "old.tif.ovr is gone"};
     const struct {
         const char* what;
-        Arguments arguments; ///< after "sharpen pan.tif", or of "compare" where it is to keep files
+        Arguments arguments; ///< after "sharpen pan.tif"; or of "compare" when it keeps files
         int code;
         std::vector<std::string> changed; ///< with it
     } cases[] = {
@@ -197,8 +198,8 @@ TEST(Faults, OfOutputs) {
     }
 }
 
-// Files that may not grow (a disk that is full), requests to stop at any time,
-// and runs that write the same file at once.
+// Files that cannot grow (a full disk), requests to stop at any time, and runs that write the same file at
+// once.
 TEST(Faults, OfTheMachine) {
     const Arguments sharpen = "sharpen pan.tif ms.tif --method kova -w equal --no-nodata";
     const struct {

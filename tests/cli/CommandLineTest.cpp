@@ -94,7 +94,7 @@ TEST(CommandLine, WrongOnesAreRefusedWithAWayOut) {
     }
 }
 
-// A name that is not known would otherwise be passed over in silence, and another target measured.
+// An unknown name would otherwise be ignored silently, and another target measured.
 TEST(CommandLine, VectorTargetOfTheEnvironmentIsChecked) {
     const child::Folder folder;
     setenv("PANSHARP_SIMD", "mmx", 1);

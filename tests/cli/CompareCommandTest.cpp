@@ -28,7 +28,7 @@ void WritePair(const child::Folder& folder) {
 
 } // namespace
 
-/// The degraded pair that was kept, fused and assessed by hand, has the indices that the comparison told.
+/// The degraded pair that was kept, fused and assessed by hand, has the indices that the comparison reported.
 TEST(CompareCommand, TellsWhatAssessTellsOfTheSamePixels) {
     const child::Folder folder;
     WritePair(folder);
@@ -38,7 +38,7 @@ TEST(CompareCommand, TellsWhatAssessTellsOfTheSamePixels) {
     EXPECT_THAT(text.out, HasSubstr("; plain cubic upsampling"));
     EXPECT_THAT(folder.List(), testing::ElementsAre("kept", "ms.tif", "pan.tif"));
 
-    // The second lets a band take part in the simulated pan only.
+    // In the second case a band takes part only in the simulated pan.
     const struct {
         Arguments inputs;
         const char* transfers;
@@ -72,7 +72,8 @@ TEST(CompareCommand, TellsWhatAssessTellsOfTheSamePixels) {
         }
         if (isFirst) std::filesystem::copy(folder / "kept/ms.tif", folder / "first.tif");
     }
-    // Degraded as a band is, by its own transfer: the smallest, whose kernel is the widest and cut like it.
+    // Degraded by its own transfer, like a band: the smallest, with the widest kernel, which is cut in the
+    // same way.
     const auto same = child::Run(folder, "assess kept/infrared.tif --reference first.tif,band=2 --json");
     EXPECT_EQ(json::parse(same.out).at("indices").at("bands").at(0).at("rmse"), 0.0) << same.err;
 }

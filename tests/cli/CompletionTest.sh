@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Types command lines up to a Tab and expects what the shell would then offer; in zsh too, where there is one.
+# Types command lines up to a Tab, and checks what the shell then offers; also in zsh, if it is installed.
 #   CompletionTest.sh BASH_FILE ZSH_FILE COMMAND
 set -euo pipefail
 bash_file=$(realpath "$1") zsh_file=$(realpath "$2") command=$(realpath "$3")
@@ -12,7 +12,7 @@ mkdir folder && touch pan.tif 'two words.tif'
 
 bash -n "$bash_file" || fail 'bash does not read it'
 . "$bash_file"
-offered() { # offered WORD ...: what is offered for the last of the words of a line
+offered() { # offered WORD ...: the words offered for the last word of a line
     COMP_WORDS=(pansharp "$@") COMP_CWORD=$#
     _pansharp
     printf '%s\n' "${COMPREPLY[@]}" | sort | paste -sd ' '
@@ -38,10 +38,10 @@ methods ''|
 nothing ''|
 TABLE
 
-# What is offered for --method is what the plug-in has.
+# The words offered for --method are the plug-in's methods.
 methods=$("$command" methods --json | grep -oE '"keyword": *"[^"]*"' | cut -d'"' -f4 | tr 'A-Z' 'a-z' | sort | paste -sd ' ')
 [ "$(offered sharpen --method '')" = "$methods" ] || fail "the plug-in has the methods '$methods'"
-# Every option that is offered is one.
+# Every option offered exists.
 for each in $(offered ''); do
     help=$("$command" "$each" --help)
     for option in $(offered "$each" -); do

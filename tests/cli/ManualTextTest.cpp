@@ -8,7 +8,7 @@
 #include <iterator>
 #include <string>
 
-/// The committed manual is the one that the table of options makes now.
+/// The committed manual equals the one generated from the table of options.
 TEST(ManualText, InTheDocsIsCurrent) {
     const testfiles::Folder folder;
     const std::filesystem::path& made = folder.path;
@@ -25,5 +25,5 @@ TEST(ManualText, InTheDocsIsCurrent) {
             << "docs/" << name.string() << " is old; build the target 'manual' and commit it";
         ++pages;
     }
-    EXPECT_GE(pages, 7u); // for man, of the program and of five commands
+    EXPECT_GE(pages, 7u); // for man, for the program and for five commands
 }

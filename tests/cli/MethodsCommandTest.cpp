@@ -18,13 +18,13 @@ using testing::Not;
 
 namespace {
 
-/// What the built plug-in says of itself, asked without the command.
+/// The plug-in's description of itself, without the command.
 const PansharpDescription& AskPlugin() {
     static const fakehost::Plugin plugin;
     return plugin.Describe();
 }
 
-/// Single blanks in the place of line feeds and margins.
+/// Replaces line feeds and margins by single spaces.
 std::string Unwrapped(const std::string& text) {
     std::istringstream words(text);
     std::string joined;
@@ -83,7 +83,7 @@ TEST(MethodsCommand, VersionAndHelpAsOtherProgramsHaveThem) {
         EXPECT_EQ(child::RunWell(folder, "help" + asked).out, child::RunWell(folder, asked + "--help").out);
 }
 
-/// A form can be made of it: what the value is, the words to choose from, and the methods of the plug-in.
+/// A form can be built from it: kinds of values, words to choose from, and the plug-in's methods.
 TEST(MethodsCommand, OptionsAsJson) {
     const child::Folder folder;
     const auto object = nlohmann::json::parse(child::RunWell(folder, {"--options-json"}).out);
@@ -97,7 +97,7 @@ TEST(MethodsCommand, OptionsAsJson) {
     EXPECT_EQ(options.at("--preview") + options.at("--infrared"), "file[]file[]");
 }
 
-/// The environment names another file: one that is missing, one that is no library.
+/// The environment names a missing file, or one that is not a library.
 TEST(MethodsCommand, APluginThatDoesNotWorkIsExplained) {
     const child::Folder folder;
     std::ofstream(folder / "text.process") << "no library";

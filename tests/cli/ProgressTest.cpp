@@ -22,7 +22,7 @@ TEST(Progress, DrawsABarThatFitsTheTerminalAndGoesAway) {
         EXPECT_EQ(text.substr(text.size() - erase.size()), erase);
         const auto last = text.rfind(erase, text.size() - erase.size() - 1) + erase.size();
         const std::string bar = text.substr(last, text.size() - erase.size() - last);
-        EXPECT_THAT(bar, MatchesRegex(" 100 % .=+. ")); // nothing is left to wait for
+        EXPECT_THAT(bar, MatchesRegex(" 100 % .=+. ")); // no time is left
         EXPECT_LT(bar.size(), columns);
         EXPECT_THAT(text, HasSubstr("   0 % ["));
         EXPECT_THAT(text, Not(HasSubstr("% done")));

@@ -24,12 +24,12 @@ TEST(RunWeights, OfAnEarlierRunServeAnotherMethod) {
               scene::Fuse("Brovey", pair.pan, pair.ms, {0.5, 0.125, 0.125, 0.25}, {0, 1, 2}).samples);
 }
 
-// What was fitted comes back to the last bit, with the pixels.
+// What was fitted is read back bit for bit and gives the same pixels.
 TEST(RunWeights, OfAFitServeAgain) {
     const struct {
         Arguments arguments, first;
         std::vector<const char*> carried;
-        const char* found; ///< what a run that fitted them tells
+        const char* found; ///< reported by the run that fitted them
     } cases[] = {
         {"-b 2 --infrared ms.tif,band=1 --method kova", {}, {"weights", "infrared_weight"}, "fit"},
         {{}, "--mtf 0.45", {"modulation_transfer", "gains"}, "detail_fit"},

@@ -20,8 +20,8 @@ testfiles::FileShape Shape(int columns, int rows, int bands, int bits, const Pla
         {},        {"PHOTOMETRIC=MINISBLACK", "ALPHA=NO", "SPARSE_OK=TRUE"}}; // else a fourth band is alpha
 }
 
-/// Twice as many pixels across and down: pixel centres lie a quarter and three quarters between those of the
-/// source, edges are replicated, halves go up.
+/// Twice as many pixels across and down: pixel centres lie at a quarter and three quarters between those of
+/// the source; edges are replicated and halves are rounded up.
 unsigned Upsampled(const Raster& ms, int band, int row, int column) {
     const auto clamp = [](int i, int count) { return std::clamp(i, 0, count - 1); };
     const int nearRow = row / 2, farRow = clamp(row % 2 == 0 ? nearRow - 1 : nearRow + 1, ms.rows);

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-/// Small rasters on disk and what fusing them has to give.
+/// Small rasters on disk, and the expected results of fusing them.
 namespace scene {
 
 /// Samples of all bands, band after band, each in rows from the top.
@@ -35,7 +35,7 @@ struct Placement {
 };
 
 void Write(const std::string& file, const Raster& raster, const Placement& placement);
-/// A file of one empty block, however large it says it is.
+/// Writes a file with one empty block, however large it claims to be.
 void WriteSparse(const std::string& file, int columns, int rows, int bands, const Placement& placement);
 [[nodiscard]] Raster Read(const std::string& file);
 
@@ -47,7 +47,7 @@ struct Pair {
     Raster ms;
 };
 
-/// The bands `wanted` (from 0) fused by the long way, pixel for pixel; by KOVA or Brovey.
+/// Fuses the bands `wanted` (from 0) pixel by pixel from the definitions, by KOVA or Brovey.
 [[nodiscard]] Raster Fuse(const std::string& method, const Raster& pan, const Raster& ms,
                           const std::vector<double>& weights, const std::vector<int>& wanted);
 

@@ -12,7 +12,7 @@ using testing::HasSubstr;
 
 namespace {
 
-/// A line, its exit code, a word of what it says, and what is new in the folder or has gone from it.
+/// A command line, its exit code, a word of its output, and which files appear or disappear in the folder.
 struct Line {
     Arguments arguments;
     int code;

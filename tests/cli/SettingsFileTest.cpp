@@ -10,7 +10,7 @@
 
 using testing::HasSubstr;
 
-// The file's properties count like typed ones, and what is typed goes before them.
+// The file's properties count like typed ones; typed ones take precedence.
 TEST(SettingsFile, GivesMethodAndProperties) {
     const child::Folder folder;
     const scene::Pair pair(folder, 4, 8);
@@ -50,7 +50,7 @@ TEST(SettingsFile, IsRefusedWithPlaceAndReason) {
     }
 }
 
-// A report that is read back says what standard error said; a run that succeeds leaves none.
+// A report that is read back has the text of standard error; a successful run writes none.
 TEST(SettingsFile, ReportHoldsWhatWentWrong) {
     const child::Folder folder;
     const scene::Pair pair(folder, 4, 8);

@@ -24,7 +24,7 @@ void WriteTiled(const std::string& file, int size, int bands, double pixelSize) 
         [&](int c, int r, int b) { return raster.At(b, r, c); });
 }
 
-/// A mask of all but one pixel, in a file of its own beside the image.
+/// Adds a mask for all but one pixel, in a separate file beside the image.
 void AddMask(const std::string& file) {
     GDALDatasetUniquePtr image(GDALDataset::Open(file.c_str()));
     ASSERT_EQ(image->CreateMaskBand(GMF_PER_DATASET), CE_None);
@@ -34,7 +34,7 @@ void AddMask(const std::string& file) {
     ASSERT_EQ(mask.RasterIO(GF_Write, 3, 3, 1, 1, &none, 1, 1, GDT_Byte, 0, 0, nullptr), CE_None);
 }
 
-/// Makes the block in the middle of a file one that cannot be unpacked.
+/// Damages the block in the middle of a file, so that it cannot be decompressed.
 void DamageMiddle(const std::string& file) {
     std::string offset;
     {
@@ -60,8 +60,8 @@ struct Case {
 
 } // namespace
 
-// The block lies where only the run itself comes by, well after the output was begun. Pan rows 240 to 255 lie
-// between multispectral rows 119 and 128, of which the last is the first of the block.
+// Only the run itself reads this block, well after the output was begun. Pan rows 240 to 255 lie between
+// multispectral rows 119 and 128, the last of which is the first row of the block.
 TEST(SharpenCommandReadErrors, InTheMiddleNameFileAndRows) {
     const Case cases[] = {
         {"pan.tif", {"rows 256 to 272 of 'pan.tif' cannot be read", "damaged"}},

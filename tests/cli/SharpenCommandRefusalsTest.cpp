@@ -13,7 +13,7 @@ using testing::HasSubstr;
 
 namespace {
 
-/// Files that people really have, beside the good pair pan.tif and ms.tif (four bands, 8 bits).
+/// Files that users really have, beside the good pair pan.tif and ms.tif (four bands, 8 bits).
 void MakeBadFiles(const child::Folder& folder, const scene::Pair& pair) {
     std::ofstream(folder / "empty.tif").flush();
     std::ofstream(folder / "text.tif") << "this is no raster";
@@ -30,8 +30,8 @@ struct Refusal {
     std::vector<std::string> words; ///< in what standard error says
 };
 
-/// One of a kind, and what a request alone cannot hold: the requests that are refused are tested by
-/// rasterhost.
+/// One refusal of each kind, and faults that a request alone cannot have. The tests of rasterhost cover
+/// refused requests.
 const Refusal refusals[] = {
     {"nowhere.tif ms.tif -o o.tif", {"'nowhere.tif'", "check the name"}},
     {"empty.tif ms.tif -o o.tif", {"'empty.tif'", "is empty"}},

@@ -32,7 +32,8 @@ const Slot slots[] = {
     {"DestroyObject", nullptr, nullptr},
 };
 
-/// Fuses 40 x 40 pixels of three bands; the result, or PANSHARP_FAILED when the plug-in cannot be opened.
+/// Fuses 40 x 40 pixels of three bands. Returns the result, or PANSHARP_FAILED when the plug-in cannot be
+/// opened.
 pansharp_result FuseInMemory(char* error, std::size_t size) {
     pansharp* library = pansharp_open(FAILING_PLUGIN_FILE, error, size);
     if (!library) return PANSHARP_FAILED;

@@ -38,7 +38,7 @@ TEST(SharpenCommand, FusesWhatWasAsked) {
         {16, "ms.tif -w -0.5,1,.25,0.25", {-0.5, 1, 0.25, 0.25}, all},
         {8, "ms.tif -w 0.5,0.125,0.25,0.125 -b 3,1", uneven, {2, 0}},
         {8, "ms.tif,band=4 ms.tif,band=2 -w 0.5,0.25", {0, 0.25, 0, 0.5}, {3, 1}},
-        // Raw properties go before weights, in any letter case.
+        // Raw properties take precedence over weights, in any letter case.
         {8,
          "ms.tif -w 1,1,1,1 --set BandWeight-1=0.5 --set BandWeight-2=0.125 --set bandweight-3=0.25 --set "
          "BandWeight-4=0.125",
@@ -108,7 +108,7 @@ TEST(SharpenCommand, WarnsAndGoesOn) {
     }
 }
 
-/// The scene is large on paper only; once the first tenth is fused, nine tenths of the time are left.
+/// The scene only declares a large size; after the first tenth, nine tenths of the time are left.
 TEST(SharpenCommand, StopsWhenInterrupted) {
     for (const int signal : {SIGINT, SIGKILL}) {
         const child::Folder folder;
@@ -116,11 +116,11 @@ TEST(SharpenCommand, StopsWhenInterrupted) {
         scene::WriteSparse(folder / "ms.tif", 4096, 4096, 4, {.pixelSize = 20.0});
         child::Running running(folder,
                                "sharpen pan.tif ms.tif -o out.tif --no-nodata --window 16 -j 1 --json");
-        // The unfinished output, under another name, shows that it is under way.
+        // The unfinished output, under another name, shows that the run has begun.
         ASSERT_TRUE(child::WaitUntil([&] { return folder.List().size() == 3; }));
         running.Signal(signal);
         const child::Outcome outcome = running.Finish();
-        if (signal == SIGKILL) { // leaves what it made under a name that tells, and the next run removes it
+        if (signal == SIGKILL) { // leaves its files under a recognisable name; the next run removes them
             EXPECT_THAT(folder.List(),
                         ElementsAre(testing::StartsWith(".out.pansharp-"), "ms.tif", "pan.tif"));
             EXPECT_EQ(

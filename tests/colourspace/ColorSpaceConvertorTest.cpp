@@ -37,7 +37,7 @@ void CompareWithOracle(const std::string& keyword) {
         auto row = support::RandomRow<T>(width * 3, random);
         if (keyword == "hsi2rgb" || width % 4 == 0)
             for (std::uint32_t i = 0; i < width * 3; ++i)
-                row[i] = static_cast<T>(row[i] % 3); // near grey, and the samples that the HSI way makes
+                row[i] = static_cast<T>(row[i] % 3); // near grey, and the samples that RGB to HSI makes
         const T* out = convertor->ProcessRow(row.get(), 0);
         ASSERT_EQ(out == nullptr, width == 0);
         for (std::uint32_t p = 0; p < width; ++p) {
@@ -63,7 +63,7 @@ void CheckFrame(const std::string& keyword) {
     ASSERT_NE(convertor, nullptr);
     EXPECT_EQ(StatusText(status), "0 ColorSpaceConvertor/create|");
     const std::string source = "ColorSpaceConvertor/" + keyword + "|";
-    const bool fromRgb = From(keyword) == "RGB"; // the two ways write "input-image" in the other message
+    const bool fromRgb = From(keyword) == "RGB"; // the two directions use "input-image" in different messages
     const T row[24] = {};
     const auto refuses = [&](const char* when) {
         convertor->SetWindow(0, 0);

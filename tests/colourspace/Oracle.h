@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-/// The four conversions of one pixel once more, by their formulas, in doubles that hold every step exactly
-/// where the formulas are of integers.
+/// A second implementation of the four conversions, for one pixel, from their formulas. It uses doubles,
+/// which are exact where the formulas use integers.
 namespace oracle {
 
 using Pixel = std::vector<double>;
@@ -52,7 +52,7 @@ inline Pixel RgbToHsi(const Pixel& p, double max) {
     return {Round(h / 6, max), Round(S, max), Round(L, max)};
 }
 
-/// Hues of whole turns only, as whole samples are: red, without a way to yellow.
+/// Samples are whole hues, so every hue is a whole turn, which is red without any yellow.
 inline Pixel HsiToRgb(const Pixel& p, double max) {
     const double S = p[1];
     const double L = p[2];

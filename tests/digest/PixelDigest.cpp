@@ -1,4 +1,4 @@
-// Fuses, blends and converts a million pixels of noise by every method, operator and converter, of 8 and 16
+// Fuses, blends and converts a million pixels of noise with every method, operator and converter, in 8 and 16
 // bits, and prints a digest of each: pixel_digest. With a file of such lines it compares instead:
 // pixel_digest FILE.
 #include "colourspace/CreateColorSpaceConvertor.h"
@@ -19,7 +19,7 @@ using namespace PXL;
 
 constexpr std::uint32_t columns = 1000, rowCount = 1000;
 
-/// FNV-1a over the bytes of each sample, the low one first.
+/// FNV-1a over the bytes of each sample, the low byte first.
 class Digest {
 public:
     template <class T>
@@ -31,7 +31,7 @@ public:
     std::uint64_t value = 0xCBF29CE484222325u;
 };
 
-/// Noise by the library's generator, which is the same everywhere, as its distributions are not.
+/// Noise from the library's generator, which is the same everywhere; its distributions are not.
 template <class T>
 class NoiseRows {
 public:
@@ -98,9 +98,9 @@ void BlendByAll(std::string& lines) {
     for (const std::string& keyword : BlendKeywords()) {
         Fundament::Status reasons;
         const auto blend = CreateBlendPixels<T>(keyword, reasons);
-        blend->properties["PrimaryGain-1"] = "0.83"; // the default of the other bands, too
+        blend->properties["PrimaryGain-1"] = "0.83"; // also the default for the other bands
         blend->properties["AuxiliaryOffset-1"] = "3.25";
-        std::uint32_t bands2 = 3; // of the second input; some operators take one band only
+        std::uint32_t bands2 = 3; // of the second input; some operators take only one band
         if (!blend->Init(Description(3, sizeof(T), "RGB"), Description(bands2, sizeof(T), "RGB"), false))
             bands2 = 1;
         NoiseRows<T> rows1(3, 1), rows2(bands2, 2);

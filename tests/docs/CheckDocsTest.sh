@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Breaks a small set of pages in one way at a time, and a small site, and expects the check to name that one.
+# Breaks a small set of pages, and a small site, in one way at a time, and expects the check to report that fault.
 #   CheckDocsTest.sh CHECK_DOCS
 set -euo pipefail
 check=$1

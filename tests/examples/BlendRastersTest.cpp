@@ -19,7 +19,7 @@ protected:
         });
     }
 
-    /// None when there is no such file.
+    /// The samples of a file; empty when it does not exist.
     Samples Read(const std::string& name) const {
         if (!std::filesystem::exists(folder / name)) return {};
         double transform[6] = {};
@@ -28,7 +28,7 @@ protected:
         return testfiles::ReadAll(folder / name);
     }
 
-    /// What the program said on standard error.
+    /// The program's output on standard error.
     std::string Run(const std::string& keyword, const std::string& one, const std::string& two,
                     const std::string& output, const std::string& properties = {}) const {
         const std::string line = std::string(BLEND_RASTERS) + " " + keyword + " " + (folder / one) + " " +

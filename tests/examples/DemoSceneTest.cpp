@@ -24,7 +24,7 @@ TEST(DemoScene, RoundsMeansHalfUp) {
                 ElementsAre(0, 1, 1));
 
     demo::Image fine = demo::Image{}.Like(5, 2, 1, 1.0);
-    fine.bands[0] = {1, 0, 255, 255, 9, 1, 0, 255, 254, 9}; // the fifth column fills no coarse pixel
+    fine.bands[0] = {1, 0, 255, 255, 9, 1, 0, 255, 254, 9}; // the fifth column does not fill a coarse pixel
     const demo::Image coarse = demo::AverageDown(fine, 2);
     EXPECT_THAT(coarse.bands[0], ElementsAre(1, 255));
     EXPECT_EQ(coarse.geoTransform[1], 2.0);

@@ -11,7 +11,7 @@ namespace {
 using namespace fitting;
 using namespace testblocks;
 
-// What the bands are made by is found, less the blur of pan: 0.14 pan pixels of variance.
+// Finds the blur that the bands were made with, minus pan's own blur: 0.14 pan pixels of variance.
 TEST(BlurFit, FindsTheBlurOfTheBands) {
     Status status;
     for (const bool isTurned : {false, true})

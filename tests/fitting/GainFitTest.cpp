@@ -9,8 +9,8 @@ namespace {
 using namespace fitting;
 using namespace testblocks;
 
-// A band that is half of pan takes half of its detail, one that is pan under slow shade takes it by its ratio
-// to pan, and one that runs against pan takes none.
+// A band that is half of pan takes half of its detail. A band that is pan under slowly varying shade takes it
+// by its ratio to pan. A band that runs against pan takes none.
 TEST(GainFit, FindsWhatEachBandTakesOfTheDetail) {
     Status status;
     MadeBlocks blocks(72, 0.3, {half, shaded, reverse});
@@ -24,7 +24,7 @@ TEST(GainFit, FindsWhatEachBandTakesOfTheDetail) {
     EXPECT_EQ(fit.gains[2], BandGains());
     EXPECT_NEAR(fit.lowPassMean, 10000.0, 500.0);
     EXPECT_LT(*fit.error, 0.1 * *fit.plainError);
-    // Given ones are judged; without any nothing is gained.
+    // Given gains are judged; without gains there is no improvement.
     GainFit given;
     ASSERT_TRUE(FitGains(blocks, 0.3, {{}, {}, {}}, 2, given, status));
     EXPECT_DOUBLE_EQ(*given.error, *fit.plainError);

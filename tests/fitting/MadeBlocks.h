@@ -6,7 +6,7 @@
 #include <cmath>
 #include <functional>
 
-/// A pair whose blur and gains are known.
+/// A pair with known blur and gains.
 namespace testblocks {
 
 using fitting::FitBlock;
@@ -22,7 +22,7 @@ inline unsigned Pan(std::uint32_t column, std::uint32_t row) {
     return static_cast<unsigned>(10000.0 + 4000.0 * at(23) + 3000.0 * at(9) + 2000.0 * at(3) + 900.0 * at(1));
 }
 
-/// Bands that are made of pan's low-pass by a blur.
+/// Bands made from pan's low-pass with a given blur.
 class MadeBlocks final : public fitting::FitBlockSource {
 public:
     using Band = std::function<double(double low, std::uint32_t column, std::uint32_t row)>;
@@ -54,7 +54,7 @@ public:
                 block.samples.push_back(
                     band(low[pixel], rect.col0 + static_cast<std::uint32_t>(pixel) % rect.GetColumns(),
                          rect.row0 + static_cast<std::uint32_t>(pixel) / rect.GetColumns()));
-        // A few pixels that obey nothing, and some that nobody may look at.
+        // A few outliers, and some pixels that must not be used.
         for (std::size_t pixel = 7; pixel < low.size(); pixel += 211)
             block.samples[pixel * bands.size()] += oddness;
         for (std::size_t pixel = 11; pixel < low.size(); pixel += 311) {
@@ -75,7 +75,7 @@ private:
 
 inline const MadeBlocks::Band half = [](double low, auto, auto) { return 0.5 * low + 3000.0; };
 inline const MadeBlocks::Band reverse = [](double low, auto, auto) { return 20000.0 - 0.3 * low; };
-/// As bright as pan times a factor that changes slowly.
+/// As bright as pan, times a factor that changes slowly.
 inline const MadeBlocks::Band shaded = [](double low, auto column, auto) {
     return low * (1.0 + 0.5 * std::sin(column / 9.0));
 };

@@ -8,8 +8,8 @@ namespace {
 
 using fitting::SolveNonNegative;
 
-// The best x >= 0 is the one whose gradient is 0 where x is above 0 and does not fall where x is 0: that
-// holds for no other, whatever way led there. Columns that are the same or empty are among them.
+// At the best x >= 0 the gradient is 0 where x is above 0, and does not fall where x is 0. No other x
+// satisfies this, however it was found. Some columns are equal or empty.
 TEST(NonNegativeLeastSquares, GradientTellsThatItIsTheBest) {
     std::mt19937 random(3);
     std::normal_distribution<double> number;

@@ -37,7 +37,7 @@ TEST_F(Files, TellsWhatMayBeDone) {
     for (const std::string& none : {""s, folder + "/none", folder + "/file/none", folder + "/file\0.txt"s,
                                     folder + "/" + std::string(300, 'x'), std::string(100000, 'x')})
         EXPECT_FALSE(FileExists(none) || IsReadable(none) || IsWritable(none)) << none.substr(0, 200);
-    for (const std::string& device : {"NUL"s, "CON"s, folder + "/COM1"}) // in whatever folder
+    for (const std::string& device : {"NUL"s, "CON"s, folder + "/COM1"}) // in any folder
         EXPECT_FALSE(FileExists(device)) << device;
     fs::permissions(At("/file"), fs::perms{0444});
     const support::OrdinaryUser user;

@@ -28,7 +28,7 @@ void CheckDoubles() {
     const double values[] = {0.0, 25.0, 0.5, 5.0, 0.0, std::numeric_limits<double>::denorm_min(), 1.0};
     for (std::size_t i = 0; i < std::size(texts); ++i)
         EXPECT_EQ(StringToDouble(texts[i], missing), values[i]) << texts[i].substr(0, 40);
-    // Beyond what a double holds: huge is infinite, tiny is nothing, however it is written.
+    // Beyond the range of a double: huge numbers are infinite and tiny ones are 0, however they are written.
     for (const std::string& huge : {"1e400"s, "1e99999999999999999999"s, "1" + zeros})
         EXPECT_EQ(StringToDouble("-" + huge, missing), -infinity) << huge;
     for (const std::string& tiny : {"1e-400"s, "1e-99999999999999999999"s, "0." + zeros + "1"})
@@ -38,7 +38,7 @@ void CheckDoubles() {
 
 TEST(Numbers, ReadsDoubles) { CheckDoubles(); }
 
-// Much of the world writes a decimal comma. Compiles such a locale when the machine has none installed.
+// Many locales write a decimal comma. Compiles such a locale if none is installed.
 bool SetDecimalComma() {
     for (const char* name : {"de_DE.UTF-8", "fr_FR.UTF-8", "nb_NO.UTF-8", "German_Germany.1252"})
         if (std::setlocale(LC_ALL, name)) return true;
@@ -55,12 +55,12 @@ TEST(Numbers, NoLocaleIsConsulted) {
     char plain[8];
     CheckDoubles();
     EXPECT_EQ(FormatString("%0.3lf", 0.25), "0.250");
-    std::snprintf(plain, sizeof plain, "%.1f", 0.5); // and the caller's locale is still in place
+    std::snprintf(plain, sizeof plain, "%.1f", 0.5); // the caller's locale is still set
     EXPECT_STREQ(plain, "0,5");
     std::setlocale(LC_ALL, "C");
 }
 
-// Truncated toward zero to 64 bits, of which the low 32 stay; the last double below 2^63 is 2^63 - 1024.
+// Truncated toward zero to 64 bits, of which the low 32 are kept; the last double below 2^63 is 2^63 - 1024.
 TEST(Numbers, ReadsWholeNumbers) {
     const char* texts[] = {"2.9", "-2.9", "-1", "2147483648", "4294967297.9", "9223372036854774784",
                            " ",   "abc"};

@@ -1,4 +1,4 @@
-// The keys of a terminal and of a pipe, as the questions take them.
+// Keys from a terminal and from a pipe, as the questions read them.
 #include "fundament/Console.h"
 
 #include "support/System.h"
@@ -26,14 +26,14 @@ int SurvivingOverwrite() {
     return Overwrite();
 }
 
-// A terminal with a child that asks.
+// A terminal with a child process that asks a question.
 class Terminal {
 public:
     explicit Terminal(int (*question)()) {
         openpty(&keyboard, &screen, nullptr, nullptr, nullptr);
         tcgetattr(screen, &before);
-        EXPECT_EQ(write(keyboard, "y", 1), 1); // typed ahead: must not answer
-        WaitFor("y");                          // it has arrived, and shows
+        EXPECT_EQ(write(keyboard, "y", 1), 1); // typed ahead: must not count as an answer
+        WaitFor("y");                          // it has arrived and is shown
         child = fork();
         if (child == 0) {
             login_tty(screen);
@@ -46,7 +46,7 @@ public:
         close(screen);
     }
 
-    // Types until the child ends, a stroke each tenth of a second, the last one again and again.
+    // Types until the child ends, one key every tenth of a second, repeating the last one.
     int Type(const std::vector<std::string>& strokes) {
         int status = 0;
         for (std::size_t i = 0; i < 100; ++i) {
@@ -55,7 +55,7 @@ public:
             for (int wait = 0; wait < 10; ++wait) {
                 Read(10);
                 if (waitpid(child, &status, WNOHANG) != child) continue;
-                Read(50); // its last words
+                Read(50); // its last output
                 return status;
             }
         }
@@ -103,9 +103,9 @@ TEST(PlatformPosix, TakesOneKey) {
         {Overwrite, {"q\r", "y"}, 1, "[N] Y\r\n"},
         {Overwrite, {"N"}, 0, "[N] N\r\n"},
         {Overwrite, {"\x04"}, 0, "[N] N\r\n"},                          // the end-of-file key
-        {SurvivingOverwrite, {"\x03"}, 0, "[N] N\r\n"},                 // interrupted, and still there
+        {SurvivingOverwrite, {"\x03"}, 0, "[N] N\r\n"},                 // interrupted, but still running
         {Overwrite, {"\x1A", "y"}, 1, "[N] Y\r\n"},                     // stopped and continued
-        {OverwriteOrAppend, {"\x1B[A", "\x1BOC", "o"}, 1, "[C] O\r\n"}, // arrows hold an A and a C
+        {OverwriteOrAppend, {"\x1B[A", "\x1BOC", "o"}, 1, "[C] O\r\n"}, // arrow keys contain an A and a C
         {OverwriteOrAppend, {"a"}, 2, "[C] A\r\n"},
         {OverwriteOrAppend, {"\xC3\xA1", "c"}, 0, "[C] C\r\n"},
         {Overwrite, {"\x03"}, -SIGINT, "[N] "},
@@ -122,7 +122,7 @@ TEST(PlatformPosix, TakesOneKey) {
     }
 }
 
-// From a pipe: bytes, and none more than the answer takes.
+// From a pipe: bytes, and not more than the answer takes.
 TEST(PlatformPosix, ReadsFromPipes) {
     const std::tuple<std::string, int, std::string> cases[] = {
         {"q\nyrest", 1, "rest"}, {"no", 0, "o"}, {"x", 0, ""}};

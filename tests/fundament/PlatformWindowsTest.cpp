@@ -1,4 +1,4 @@
-// The keys of a console and of a pipe, as the questions take them.
+// Keys from a console and from a pipe, as the questions read them.
 #include "fundament/Console.h"
 #include "fundament/Platform.h"
 
@@ -13,7 +13,7 @@ namespace {
 
 using namespace KOVA::Tessara::Fundament;
 
-// Standard input is another one, as long as this lives.
+// Replaces standard input while it lives.
 class Input {
 public:
     explicit Input(HANDLE other) : before(GetStdHandle(STD_INPUT_HANDLE)), now(other) {
@@ -50,7 +50,7 @@ TEST(PlatformWindows, TakesOneKey) {
         {L"q\r y", 1}, {L"N", 0}, {std::wstring(L"\0\x00E4o", 3), 1}, {L"a", 2}, {L"\x1A", 0}};
     for (const auto& [keys, answer] : cases) {
         const bool append = answer == 2 || keys.size() == 3;
-        Press(console, append ? L'C' : L'Y'); // typed ahead: must not answer
+        Press(console, append ? L'C' : L'Y'); // typed ahead: must not count as an answer
         std::jthread typist([&](const std::stop_token& stop) {
             Sleep(300);
             for (std::size_t i = 0; !stop.stop_requested(); ++i, Sleep(50))
@@ -63,7 +63,7 @@ TEST(PlatformWindows, TakesOneKey) {
     }
 }
 
-// From a pipe: bytes, and none more than the answer takes.
+// From a pipe: bytes, and not more than the answer takes.
 TEST(PlatformWindows, ReadsFromPipes) {
     const std::tuple<std::string, int, std::string> cases[] = {
         {"q\nyrest", 1, "rest"}, {"no", 0, "o"}, {"x", 0, ""}};
@@ -82,7 +82,7 @@ TEST(PlatformWindows, ReadsFromPipes) {
     }
 }
 
-// What is no UTF-8 is text of the system's code page.
+// Bytes that are not UTF-8 are text in the system's code page.
 TEST(PlatformWindows, PathsComeFromBytes) {
     EXPECT_EQ(Platform::ToPath("\xC3\xA4\xF0\x9F\x98\x80").native(), L"\u00E4\U0001F600");
     EXPECT_EQ(Platform::FromPath(L"\u00E4\U0001F600"), "\xC3\xA4\xF0\x9F\x98\x80");

@@ -17,7 +17,7 @@ TEST(PropertyLookUp, ReadsLeaveOrTrimWhatIsStored) {
     EXPECT_EQ(p.GetAt(0), Pair("A", "x"));
     EXPECT_EQ(p.GetString("a ", " none "), "none");
     EXPECT_EQ(p.GetCount(), 1u);
-    EXPECT_EQ(p["a "], ""); // a blank is part of a name
+    EXPECT_EQ(p["a "], ""); // a space is part of a name
     EXPECT_EQ(p.GetCount(), 2u);
     EXPECT_EQ(p.GetAt(7), Pair("a ", ""));
     EXPECT_FALSE(p.HasProperty("A\0"s) || p.HasProperty(""));
@@ -41,7 +41,7 @@ TEST(PropertyLookUp, ConvertsWithDefaults) {
     EXPECT_TRUE(none.GetLong("x", -5) == -5 && none.GetBool("x", true) && none.GetDouble("x", 1.5, 0) == 1.5);
 }
 
-// A reference into the lookup, or the lookup itself, may be what is added to it.
+// A reference into the lookup, or the lookup itself, may be added to it.
 TEST(PropertyLookUp, MayAddFromItself) {
     PropertyLookUp p;
     p["first"] = std::string(100, 'v');
@@ -57,11 +57,12 @@ TEST(PropertyLookUp, MayAddFromItself) {
     other["GAIN"] = "3";
     other["x"] = "";
     p.Merge(other, false, "in.", "");
-    EXPECT_EQ(p.GetCount(), 4u); // over the pair that is there, whatever its case
+    EXPECT_EQ(p.GetCount(), 4u); // replaces the existing pair, whatever its case
     EXPECT_EQ(p.GetAt(2), Pair("In.Gain", "3"));
     EXPECT_EQ(PropertyLookUp().ToXml("P"), "<P></P>");
 
-    PropertyLookUp one, many; // each name twice, in two cases, and some that are there: as set one by one
+    PropertyLookUp one,
+        many; // each name twice, in two cases, and some that exist: the same as set one by one
     one["Name-7"] = many["Name-7"] = "kept";
     std::deque<Pair> pairs;
     for (int i = 0; i < 200; ++i) {

@@ -21,7 +21,7 @@ TEST(StatusXml, WritesReports) {
         "[\\s\\S]*</Item>");
     EXPECT_TRUE(std::regex_match(s.ItemsToXml(true), timed)) << s.ItemsToXml(true);
     s.Reset(0, "", "", "");
-    s.Add(StatusItem::UnknownId, "bell \a <&>", "", ""); // no XML can hold it
+    s.Add(StatusItem::UnknownId, "bell \a <&>", "", ""); // XML cannot hold it
     EXPECT_EQ(s.ItemsToXml(false), "\n\t<Item>\n\t\t<ID>Unknown ID</ID>\n\t\t<Source></Source>\n\t\t"
                                    "<Message>bell \a <&></Message>\n\t\t<Details></Details>\n\t</Item>");
     EXPECT_FALSE(s.FromXml(s.ToXml(false)));
@@ -54,7 +54,7 @@ TEST(StatusXml, ReadsForeignReports) {
         ASSERT_EQ(s.GetCount(), 1u);
         EXPECT_EQ(s.GetItem(0), (StatusItem{id, "m", "", ""})) << text;
     }
-    std::string many = "<Status>"; // as many items as fit
+    std::string many = "<Status>"; // more elements would exceed the bounds
     for (int i = 0; i < 200000; ++i)
         many += "<i/>";
     Status s;

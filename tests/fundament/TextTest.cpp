@@ -61,7 +61,7 @@ TEST(Text, Replaces) {
         {"a.b.c", ".", "::", noLimit, "a::b::c", 2},
         {"a.b.c", ".", "::", 1, "a::b.c", 1},
         {"aaabbb", "ab", "", noLimit, "", 3},  // each search starts over
-        {"ab", "a", "aa", noLimit, "aaab", 2}, // one a byte, however often it is found again
+        {"ab", "a", "aa", noLimit, "aaab", 2}, // once per byte, however often it is found again
         {"abc", "", "y", noLimit, "yyyabc", 3},
         {"", "", "y", noLimit, "", 0},
         {"kova.tessara.X", "KOVA.Tessara.", "", noLimit, "X", 1},
@@ -71,7 +71,7 @@ TEST(Text, Replaces) {
         EXPECT_EQ(ReplaceAll(text, c.search, c.replacement, true, c.limit), c.count) << c.text;
         EXPECT_EQ(text, c.result);
     }
-    // The text itself as what is sought, or put in its place, is the text as it was.
+    // The text itself, as the text to search or to insert, counts with its original value.
     std::string self = "ab";
     EXPECT_EQ(ReplaceAll(self, self, "xx", false, noLimit), 1u);
     EXPECT_EQ(ReplaceAll(self, "x", self, false, 2), 2u);
@@ -79,7 +79,7 @@ TEST(Text, Replaces) {
 }
 
 TEST(Time, StampIsNowInLocalTime) {
-    support::SetVariable("TZ", "XYZ-05:30"); // that far east
+    support::SetVariable("TZ", "XYZ-05:30"); // east of Greenwich
     tzset();
     using namespace std::chrono;
     const auto before = system_clock::now();

@@ -20,8 +20,8 @@ void Put(std::string& bytes, std::size_t at, std::uint32_t value, int count = 4)
 
 constexpr std::size_t optionalHeader = 0x98, resources = 0x600, block = resources + 0xA0;
 
-// A Windows module as small as one can be: two sections, the second one with a named resource, an icon and
-// version 2.1.45.7.
+// The smallest possible Windows module: two sections, the second with a named resource, an icon and version
+// 2.1.45.7.
 std::string MakeModule(bool wide) {
     std::string m(0x800, '\0');
     const std::uint32_t directories = wide ? 112 : 96;
@@ -33,7 +33,7 @@ std::string MakeModule(bool wide) {
     Put(m, sections + 12, 0x1000), Put(m, sections + 16, 0x200), Put(m, sections + 20, 0x400);
     Put(m, sections + 52, 0x3000), Put(m, sections + 56, 0x200), Put(m, sections + 60, 0x600);
     Put(m, resources + 12, 1, 2), Put(m, resources + 14, 2, 2);      // one name, two numbers
-    Put(m, resources + 16, 16), Put(m, resources + 20, 0x80000060u); // the name at 16 is no version
+    Put(m, resources + 16, 16), Put(m, resources + 20, 0x80000060u); // the name at 16 is not the version
     Put(m, resources + 24, 3), Put(m, resources + 28, 0x80000060u);
     Put(m, resources + 32, 16), Put(m, resources + 36, 0x80000040u);
     Put(m, resources + 0x4E, 1, 2), Put(m, resources + 0x50, 1), Put(m, resources + 0x54, 0x80000060u);
@@ -66,7 +66,7 @@ TEST(Versions, DamagedModulesHaveNone) {
         {optionalHeader + 128, 0},
         {optionalHeader + 128, 0xFFFFFFF0u},
         {resources + 32, 17},
-        {resources + 0x54, 0x80000040u}, // the tree in a circle
+        {resources + 0x54, 0x80000040u}, // a cycle in the tree
         {resources + 36, 0x40},
         {resources + 0x54, 0xFFFFFFFFu},
         {resources + 0x74, 0x80000060u},

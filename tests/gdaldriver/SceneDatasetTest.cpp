@@ -46,13 +46,12 @@ struct Pair {
         if (!isWritten) throw std::runtime_error(status.ToText());
     }
 
-    const int isFound =
-        setenv("GDAL_DRIVER_PATH", PANSHARP_DRIVER_FOLDER, 1); // before the folder starts GDAL
+    const int isFound = setenv("GDAL_DRIVER_PATH", PANSHARP_DRIVER_FOLDER, 1); // before `folder` starts GDAL
     Folder folder;
     rasterhost::SharpenRequest request;
 };
 
-/// All that a program sees of an image. The sum of the samples is taken by blocks, the mask comes with them.
+/// Everything that a program sees of an image. Samples are summed by blocks, which include the mask.
 std::vector<std::string> Tell(const std::string& file) {
     const GDALDatasetUniquePtr dataset(GDALDataset::Open(file.c_str()));
     if (!dataset) return {};
@@ -123,7 +122,8 @@ TEST(SceneDataset, IsTheImageThatARunWrites) {
         EXPECT_EQ(pair.folder.List(), before);
         const GDALDatasetUniquePtr dataset(GDALDataset::Open(scene.c_str()));
         ASSERT_TRUE(dataset);
-        const std::string copy = pair.folder / "copy.tif"; // by large windows, the mask alone
+        const std::string copy =
+            pair.folder / "copy.tif"; // copied in large windows, with only the mask read separately
         GDALClose(GetGDALDriverManager()->GetDriverByName("GTiff")->CreateCopy(
             copy.c_str(), dataset.get(), FALSE, nullptr, nullptr, nullptr));
         EXPECT_TRUE(Tell(copy) == Tell(once)) << testing::PrintToString(Tell(copy));
@@ -135,7 +135,7 @@ TEST(SceneDataset, IsTheImageThatARunWrites) {
     }
 }
 
-/// A line as people type it, the code it ends with, and what it says, if anything.
+/// A command line as typed, its exit code, and a word of its output, if any.
 struct Line {
     const char* line;
     int code = 0;

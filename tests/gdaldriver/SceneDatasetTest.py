@@ -1,4 +1,4 @@
-"""Programs that people open descriptions with, on what is in docs/open-anywhere.md: rasterio and MapServer.
+"""Programs in which users open descriptions, tested on docs/open-anywhere.md: rasterio and MapServer.
 
     SceneDatasetTest.py Rasterio|MapServer      PANSHARP_COMMAND: the command; GDAL_DRIVER_PATH: the driver's folder
 """
@@ -26,10 +26,10 @@ def listing(kind, start):
 
 
 class Scenes(unittest.TestCase):
-    """A pair of 900 x 600 pixels, as scene.pansharp and once.tif, in a folder of its own, which is the current one."""
+    """A pair of 900 x 600 pixels, as scene.pansharp and once.tif, in a folder of its own, which is the current folder."""
 
     def describe(self, dtype, gap=0, options=()):
-        """Without data in the first columns of the bands where there is a gap."""
+        """With a gap, the first columns of the bands have no data."""
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
         os.chdir(folder.name)
@@ -84,7 +84,7 @@ class Rasterio(Scenes):
 @unittest.skipUnless(shutil.which("mapserv"), "SKIPPED: no mapserv (scripts/setup --driver installs it)")
 class MapServer(Scenes):
     def draw(self, box, size):
-        """The pictures that the page's map file gives of the description and of the file."""
+        """The pictures that the page's map file makes from the description and from the file."""
         pathlib.Path("server.conf").write_text(" ".join(re.search(r"`(CONFIG [^`]*)`", page)[1].split()))
         for image in ("scene.pansharp", "once.tif"):
             pathlib.Path("scenes.map").write_text(listing("text", "MAP").replace('"scene.pansharp"', f'"{image}"'))

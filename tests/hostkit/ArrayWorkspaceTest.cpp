@@ -30,7 +30,7 @@ TEST(ArrayWorkspace, IssuesChainsAndTakesThemBack) {
     EXPECT_EQ(workspace.ReleaseProcessChain(&copy), 0); // given back already
     EXPECT_EQ(workspace.ReleaseProcessChain(&a), 1);    // holds null
     EXPECT_EQ(workspace.ReleaseProcessChain(nullptr), 1);
-    EXPECT_EQ(workspace.GetOutstandingChains(), 1u); // b dies with the workspace
+    EXPECT_EQ(workspace.GetOutstandingChains(), 1u); // b is destroyed with the workspace
     EXPECT_EQ(reasons.GetCount(), 0u);
 }
 

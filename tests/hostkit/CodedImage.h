@@ -5,7 +5,7 @@
 #include <functional>
 #include <vector>
 
-/// An image in memory whose samples tell where they lie.
+/// An image in memory whose samples encode their position.
 namespace testimages {
 
 using hostkit::PixelRect;
@@ -36,7 +36,7 @@ struct CodedImage {
                 for (std::uint32_t b = 0; b < info.bandsPerPixel; ++b)
                     samples.push_back(static_cast<T>(sample(c, r, b)));
     }
-    /// Column + 10 * row, and 1 more for each band.
+    /// Column + 10 * row, plus 1 for each band.
     explicit CodedImage(const RasterInfo& description)
         : CodedImage(description, [](auto c, auto r, auto b) { return c + 10 * r + b; }) {}
 

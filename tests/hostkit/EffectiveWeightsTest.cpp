@@ -33,11 +33,11 @@ TEST(EffectiveWeights, AreEqualUnlessGiven) {
     } cases[] = {
         {"KOVA", {2, false}, {}, {0.5, 0.5}, {}, {"0.5", "0.5", ""}},
         {"KOVA", {3, true}, {}, {0.25, 0.25, 0.25}, 0.25, {"0.25", "0.25", "0.25", "", "0.25"}},
-        // Scaled by 4, but for the last of four.
+        // Scaled by 4, except for the last of four.
         {"Brovey", {4, false}, {}, std::vector(4, 0.25), {}, {"0.0625", "0.0625", "0.0625", "1", "0.25"}},
         {"Brovey", {3, true}, 0.0, std::vector(3, 0.25), 0.0, {"0.0625", "0.0625", "0.0625", "1", "0"}},
         {"Brovey", {4, true}, {}, std::vector(4, 0.2), 0.2, {"0.05", "0.05", "0.05", "0.05", "1", "0.2"}},
-        // IHS weighs the fourth band only, wherever it comes from.
+        // IHS weighs only the fourth band, wherever it comes from.
         {"IHS", {3, false}, {}, {}, 0.0, {"", "", "", ""}},
         {"IHS", {3, true}, 0.25, {}, 0.25, {"", "", "", "0.25"}},
         {"IHS", {4, false}, 0.25, {}, 0.25, {"", "", "", "", "0.25"}},

@@ -12,11 +12,11 @@ struct Counted {
     explicit Counted(std::atomic<int>& alive) : count(alive) { ++count; }
     ~Counted() { --count; }
     std::atomic<int>& count;
-    int users = 0; // a race, for those who look for races, if two threads ever have it
+    int users = 0; // a race for ThreadSanitizer, if two threads ever have it
 };
 
-// Eight threads, three objects of two kinds: never more are out, nobody shares one, nothing is lost when one
-// cannot be made, and no more wait than may be out.
+// Eight threads, three objects of two kinds: never more are lent, no object is shared, nothing is lost when
+// one cannot be made, and no more objects are kept than may be lent.
 TEST(LeasePool, LendsEachObjectToOneThreadAtATime) {
     std::atomic<int> alive = 0, out = 0, most = 0, shared = 0;
     {

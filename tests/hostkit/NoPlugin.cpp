@@ -1,2 +1,2 @@
-// A library like any other.
+// A library that is not a plug-in.
 extern "C" __attribute__((visibility("default"))) int SomethingElse() { return 1; }

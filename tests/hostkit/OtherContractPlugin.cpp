@@ -3,7 +3,7 @@
 #include <cstdint>
 
 namespace {
-// All that a description of another contract is sure to have.
+// The only members that a description of another contract is sure to have.
 struct {
     std::uint32_t structSize = 8;
     std::uint32_t contractVersion = PANSHARP_CONTRACT_VERSION + 1;

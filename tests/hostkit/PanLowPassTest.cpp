@@ -20,7 +20,7 @@ struct LowPassed {
     bool lacks = false;
 };
 
-/// Of a part of pan of exactly the size needed.
+/// Computes from a part of pan of exactly the size needed.
 template <class T>
 LowPassed<T> Make(const PanLowPass& low, const CodedImage<T>& pan, const std::vector<unsigned char>* valid,
                   const PixelRect& rect) {
@@ -40,7 +40,7 @@ LowPassed<T> Make(const PanLowPass& low, const CodedImage<T>& pan, const std::ve
     return made;
 }
 
-/// The mean by the Gaussian itself, in double, over pixels with data; below 0 without any.
+/// The mean by the Gaussian, in double, over pixels with data; below 0 if there are none.
 template <class T>
 double SlowMean(const CodedImage<T>& pan, const std::vector<unsigned char>& valid, double x, double y,
                 double sigmaX, double sigmaY) {
@@ -56,7 +56,8 @@ double SlowMean(const CodedImage<T>& pan, const std::vector<unsigned char>& vali
     return weights > 0.0 ? sum / weights : -1.0;
 }
 
-/// Random pan with a hole, under a grid that reaches beyond it on two sides, at no whole ratio down.
+/// Random pan with a hole, under a grid that reaches beyond it on two sides, with a ratio down that is not
+/// whole.
 template <class T>
 void ExpectTheGaussian(double tolerance) {
     std::mt19937 random(3);
@@ -87,7 +88,7 @@ void ExpectTheGaussian(double tolerance) {
             }
         }
     EXPECT_GT(without, 4);
-    // Any rectangle of it is a part of the whole, with the rows that have gaps or without.
+    // Any rectangle is a part of the whole, whether or not it includes the rows with gaps.
     for (const PixelRect& rect : {PixelRect{3, 2, 9, 3}, {0, 0, grid.cols, 4}, {8, 7, 9, grid.rows}}) {
         const auto part = Make(low, pan, &valid, rect);
         for (std::uint32_t r = rect.row0; r < rect.row1; ++r)
@@ -99,8 +100,8 @@ void ExpectTheGaussian(double tolerance) {
     }
 }
 
-// Half a step of rounding, and weights in steps of 2^-14: an error of that much in each of some 14 x 14 would
-// be 14 / 2^14 of the largest sample along each axis.
+// The tolerance: half a step of rounding, and weights in steps of 2^-14. If each of about 14 x 14 weights had
+// that error, the sum would err by 14 / 2^14 of the largest sample along each axis.
 TEST(PanLowPass, IsTheGaussianMeanOfPixelsWithData) {
     ExpectTheGaussian<unsigned char>(0.5 + 255.0 / 1000.0);
     ExpectTheGaussian<unsigned short>(0.5 + 65535.0 / 1000.0);

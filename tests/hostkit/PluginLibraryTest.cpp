@@ -34,7 +34,7 @@ TEST(PluginLibrary, RefusesWhatItCannotUse) {
     } cases[] = {
         {"/nowhere/Pansharp.process", hostkit::HostKitStatus::PluginNotFound, "PANSHARP_PLUGIN"},
         {"/", hostkit::HostKitStatus::PluginNotFound, "no plug-in file '/'"},
-        // Not from the system's folders, and no devices.
+        // Not found in the system's folders, and devices are refused.
         {support::isWindows ? "kernel32.dll" : "libc.so.6", hostkit::HostKitStatus::PluginNotFound,
          "no plug-in file"},
         {support::isWindows ? "NUL" : "/dev/null", hostkit::HostKitStatus::PluginNotFound, "no plug-in file"},
@@ -55,7 +55,7 @@ TEST(PluginLibrary, RefusesWhatItCannotUse) {
     std::filesystem::remove(Platform::ToPath(text));
 }
 
-// The test program lies in bin/ and the plug-in in lib/ beside it, as installed.
+// The test program is in bin/ and the plug-in in lib/ beside it, as installed.
 TEST(PluginLibrary, IsFoundByPathThenVariableThenPlace) {
     support::SetVariable(hostkit::pluginVariable, nullptr);
     Status status;

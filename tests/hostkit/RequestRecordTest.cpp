@@ -15,7 +15,7 @@ using hostkit::MakeRequest;
 using KOVA::Tessara::Fundament::Status;
 using KOVA::Tessara::Pixmere::Aoi;
 
-// Bounds are rounded products: degrees on the other side of the world must come back as the same pixels.
+// Bounds are rounded products: degrees on the other side of the world must give the same pixels again.
 TEST(RequestRecord, WindowsComeBack) {
     const RasterInfo grids[] = {MakeInfo(1498, 1197, 1, 16, 15.0, 438900.0, 4478700.0),
                                 MakeInfo(200000, 100000, 1, 8, 0.000004491576, 151.123456789, -33.8),
@@ -51,7 +51,7 @@ TEST(RequestRecord, PixelCoordinatesSpanOnePixelMore) {
     }
 }
 
-// One pixel of two metres spans as much as one pixel and one more: only the record's reference tells.
+// One pixel of two metres spans as much as one pixel and one more, so only the record's reference decides.
 TEST(RequestRecord, ReferenceDecidesWhereBoundsCannot) {
     const RasterInfo grid = MakeInfo(100, 100, 1, 8, 2.0, -0.5, 0.5);
     Status status;

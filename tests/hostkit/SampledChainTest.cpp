@@ -31,8 +31,8 @@ T Expected(const CodedImage<T>& source, const RasterInfo& pan, std::uint32_t col
                                    x.fraction, y.fraction);
 }
 
-// Windows anywhere, rows in any order, samples of no more than the source block that was named: always the
-// samples of the definition. A window-relative position or a missing block row cannot pass.
+// Windows anywhere, rows in any order, and no samples beyond the named source block: always the samples of
+// the definition. A window-relative position or a missing block row would fail.
 template <class T>
 void CompareRandomWindows() {
     std::mt19937 random(7);
@@ -75,7 +75,8 @@ TEST(SampledChain, AnyWindowAndRowOrderEqualsTheDefinition) {
     CompareRandomWindows<unsigned short>();
 }
 
-// Source pixels of two: data reach two pan pixels beyond the source, by the centres of the pan pixels.
+// Source pixels of twice the size: data reach two pan pixels beyond the source, judged by the centres of the
+// pan pixels.
 TEST(SampledChain, DataReachOneSourcePixelOutside) {
     const RasterInfo pan = MakeInfo(40, 30, 1, 8);
     const struct {
@@ -133,7 +134,7 @@ TEST(SampledChain, FailsWithAReason) {
     EXPECT_EQ(id(), hostkit::HostKitStatus::RequestInvalid);
 }
 
-// Bands on two grids stand where they belong, at the definition's samples.
+// Bands on two grids are at their positions and have the definition's samples.
 template <class T>
 void CompareJoinedBands() {
     constexpr std::uint32_t bits = sizeof(T) * 8;

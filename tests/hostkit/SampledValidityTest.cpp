@@ -17,7 +17,7 @@ double Keys(double x) {
 }
 double Tent(double x) { return std::max(0.0, 1.0 - std::fabs(x)); }
 
-/// A random source of which some pixels have no data, and what a pan pixel is by the sums of the definition.
+/// A random source with pixels without data, and the value of a pan pixel by the sums of the definition.
 template <class T>
 struct GappedImage {
     GappedImage(const RasterInfo& info, unsigned gapsIn100, std::mt19937& random)
@@ -71,9 +71,9 @@ class SampledValidity : public testing::Test {};
 using Depths = testing::Types<unsigned char, unsigned short>;
 TYPED_TEST_SUITE(SampledValidity, Depths);
 
-// Windows anywhere and blocks of no more than they need: every pixel is the mean of the definition, to its
-// rounding, and no sample without data takes part. Random samples differ by half the range: one taken by
-// mistake cannot pass.
+// Windows anywhere, with blocks of exactly what they need: every pixel is the mean of the definition, up to
+// rounding, and no sample without data takes part. Random samples differ by half the range, so one that is
+// used by mistake is noticed.
 TYPED_TEST(SampledValidity, SamplesAreTheDefinition) {
     std::mt19937 random(3);
     const RasterInfo pan = MakeInfo(53, 41, 1, sizeof(TypeParam) * 8, 15.0, 438900.0, 4478700.0);

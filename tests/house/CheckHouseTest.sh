@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds a small house that keeps the rules, breaks one at a time and expects the check to name that one only.
+# Builds a small house that keeps the rules, breaks one at a time, and expects the check to report only that one.
 #   CheckHouseTest.sh CHECK_HOUSE
 set -euo pipefail
 check=$1
@@ -62,7 +62,7 @@ write src/pxl/Bad.h '// TO''DO'
 named 'src/pxl/Bad.h:1: left open' || fail 'an open end passes'
 write src/pxl/Bad.h ''
 
-# Two folders of one floor, each on the other: no include is wrong alone.
+# Two folders of one floor that include each other: neither include is wrong by itself.
 write src/pansharp/Bad.h '#include "colourspace/Bad.h"'
 "$check" "$house" >/dev/null 2>&1 || fail 'one folder on its neighbour passes'
 write src/colourspace/Bad.h '#include "pansharp/Bad.h"'

@@ -31,7 +31,7 @@ TEST(OutputRow, ShowsWhereThereIsNoData) {
          {0, 7, 65535, 4095, 5000, 65535, 8, 9, 65535, 7, 6, 65535},
          {{1, 0}, {0, 0}}},
     };
-    // Once, and over and over in a row that is longer than what is looked at together.
+    // Once, and repeated in a row that is longer than what is processed together.
     for (const auto& c : cases)
         for (const std::size_t times : {1u, 70u}) {
             const auto repeat = [times](const auto& once) {

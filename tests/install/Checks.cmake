@@ -1,4 +1,4 @@
-# What an installed tree and an unpacked package have to stand up to.
+# Checks of an installed tree and of an unpacked package.
 function(run)
   execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
   if(result)
@@ -7,7 +7,7 @@ function(run)
   set(output "${output}" PARENT_SCOPE)
 endfunction()
 
-# Nothing in it knows where it was built or first installed, and the command finds its plug-in.
+# Nothing in it may contain the build or first install folder, and the command must find its plug-in.
 function(check_tree prefix)
   file(GLOB_RECURSE texts "${prefix}/*.cmake" "${prefix}/*.pc" "${prefix}/*.h")
   foreach(file IN LISTS texts)
@@ -50,7 +50,7 @@ function(check_tree prefix)
   endif()
 endfunction()
 
-# Builds a copy of a CMake project against the tree and runs its tests, of which the named ones have to be there.
+# Builds a copy of a CMake project against the tree and runs its tests; the named tests must exist.
 function(check_project source build prefix)
   run(${CMAKE_COMMAND} -S "${source}" -B "${build}" -G "${GENERATOR}" "-DCMAKE_PREFIX_PATH=${prefix}"
     "-DCMAKE_C_COMPILER=${C_COMPILER}" "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}")
@@ -63,7 +63,7 @@ function(check_project source build prefix)
   endforeach()
 endfunction()
 
-# Builds a C program with the flags that pkg-config tells and runs it; "output" has what it printed.
+# Builds a C program with the flags from pkg-config and runs it; "output" gets what it printed.
 function(check_pkg_config source program prefix)
   set(ENV{PKG_CONFIG_PATH} "${prefix}/${LIBDIR}/pkgconfig")
   run("${PKG_CONFIG}" --cflags --libs pansharp)

@@ -5,13 +5,13 @@ set(first "${work}/first")
 set(prefix "${work}/moved here")
 file(REMOVE_RECURSE "${work}")
 unset(ENV{DESTDIR})
-unset(ENV{PANSHARP_PLUGIN}) # the installed plug-in is to be found
+unset(ENV{PANSHARP_PLUGIN}) # so that the installed plug-in is found
 
 run(${CMAKE_COMMAND} --install "${BUILD}" --prefix "${first}")
 file(RENAME "${first}" "${prefix}")
 check_tree("${prefix}" "${first}")
 
-# The examples and users of the image library and of the base class of processes, from copies outside the sources.
+# The examples, and users of the image library and of the base class of processes, from copies outside the sources.
 file(COPY "${SOURCE}/examples" "${SOURCE}/tests/install/image-library"
   "${SOURCE}/tests/install/raster-process" DESTINATION "${work}")
 file(WRITE "${work}/CMakeLists.txt" "cmake_minimum_required(VERSION 3.25)

@@ -54,7 +54,7 @@ print('package for Python:', pansharp.__version__, ';what pip knows:', importlib
   unset(ENV{PYTHONPATH})
 endif()
 
-# One version, wherever it is told: a program in C asks the library and the plug-in, for CMake exactly this one is there.
+# The version is the same everywhere: a C program asks the library and the plug-in, and CMake must find exactly this version.
 file(WRITE "${work}/ask/versions.c" "#include <pansharp.h>
 #include <stdio.h>
 int main(void) {

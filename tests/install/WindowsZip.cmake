@@ -1,4 +1,4 @@
-# Packs the build for Windows, unpacks it in a folder of a name that is not ASCII, and runs its programs there.
+# Packs the build for Windows, unpacks it in a folder with a non-ASCII name, and runs its programs there.
 cmake_minimum_required(VERSION 3.25)
 set(work "${BUILD}/zip-test")
 file(REMOVE_RECURSE "${work}")
@@ -12,7 +12,7 @@ foreach(file bin/Pansharp.process bin/pansharp.dll lib/libpansharp.dll.a include
     message(SEND_ERROR "the archive lacks ${file}")
   endif()
 endforeach()
-foreach(program minimal_host c_embed) # they find the plug-in beside them
+foreach(program minimal_host c_embed) # they find the plug-in in their own folder
   execute_process(COMMAND ${WINE} "${top}/bin/${program}.exe" OUTPUT_VARIABLE rows COMMAND_ERROR_IS_FATAL ANY)
   if(NOT rows MATCHES "row 7: ")
     message(SEND_ERROR "${program} prints ${rows}")

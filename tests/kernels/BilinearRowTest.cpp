@@ -10,7 +10,7 @@ namespace {
 
 using namespace kernels;
 
-// Worked out by hand from the definition.
+// Computed by hand from the definition.
 TEST(BilinearSample, RoundsHalfUp) {
     EXPECT_EQ(BilinearSample<unsigned char>(10, 20, 30, 40, 0.0, 0.0), 10);
     EXPECT_EQ(BilinearSample<unsigned char>(10, 20, 30, 40, 0.5, 0.5), 25);
@@ -49,7 +49,7 @@ TEST(WholeSteps, AreFoundWhereFractionsAreCoarseBinaryOnes) {
     }
 }
 
-/// Both passes over rows of exactly their size, so that a sanitizer sees any step past them.
+/// Both passes over rows of exactly their size, so that a sanitizer detects any access past them.
 template <class T>
 void Separated(const T* upper, const T* lower, const std::vector<BilinearTap>& taps, std::uint32_t bands,
                double fy, SimdTarget target, T* out) {
@@ -89,7 +89,7 @@ class BilinearRows : public testing::Test {};
 using Depths = testing::Types<unsigned char, unsigned short>;
 TYPED_TEST_SUITE(BilinearRows, Depths);
 
-// A swapped tap, a wrong band or a row blended twice gives other samples than the definition.
+// With a swapped tap, a wrong band or a row blended twice, the samples would differ from the definition.
 TYPED_TEST(BilinearRows, SeparatedEqualsTheDefinition) {
     std::mt19937 random(20);
     const GridAxis axes[] = {MakeGridAxis(0.5, 0.25), MakeGridAxis(1.0 / 3.0, 0.1), MakeGridAxis(0.25, 0.0),

@@ -17,7 +17,8 @@ using support::infinity;
 constexpr SampleBlend blends[] = {SampleBlend::Sum, SampleBlend::Product, SampleBlend::Quotient,
                                   SampleBlend::Difference, SampleBlend::PlainDifference};
 
-/// Identity; results on and beside halves and whole numbers; beyond all ranges; none.
+/// Identity; results on and next to halves and whole numbers; results out of range; results that are not
+/// finite.
 const LinearMap oddMaps[] = {
     {1, 0},        {1, 127.5},     {0.5, 0.25},      {-1.0 / 3, 99.5}, {1e-3, -0.0},
     {-1, 0},       {0, 0},         {0, 0.5 - 1e-17}, {1e308, 1e308},   {-1e300, 5},
@@ -38,7 +39,7 @@ struct Rows {
     std::size_t pixels;
 };
 
-/// Runs a kernel of the scalar definition and of a target on the same rows.
+/// Runs a kernel's scalar definition and a target's version on the same rows.
 template <class T>
 void Compare(const char* name, SimdTarget target, const Rows<T>& rows, std::uint32_t outputBands,
              const std::function<void(const BlendKernels<T>&, T*)>& run) {
@@ -122,7 +123,7 @@ void CompareAll(SimdTarget target) {
         const auto row = support::RandomRow<T>(pixels * 3, random);
         if (pixels % 3 == 0)
             for (std::size_t i = 0; i < pixels * 3; ++i)
-                row[i] = static_cast<T>(row[i] % 3); // near grey, and the samples that the HSI way makes
+                row[i] = static_cast<T>(row[i] % 3); // near grey, and the samples that RGB to HSI makes
         CompareConversions(target, row.get(), pixels);
     }
 }
@@ -136,8 +137,8 @@ TEST(BlendSimd, EveryTargetGivesTheBytesOfTheDefinition) {
     }
 }
 
-/// Results on whole numbers, halves and tenths, and on either side of them; differences of large terms;
-/// divisors that are 0, close to it or on both sides of it.
+/// Results on whole numbers, halves and tenths, and slightly off them; differences of large terms; divisors
+/// that are 0, close to 0 or of both signs.
 const LinearMap everydayMaps[] = {
     {1, 0},        {0.1, 0},     {1, 127.5},  {0.5, 0.25},   {-1.0 / 3, 99.5}, {0.0625, 12}, {1.0 / 255, 0},
     {255, 0},      {2, -3},      {-1, 255},   {1, 1e-3},     {30.1, 0},        {30, -0.2},   {-29.9, 7630},
@@ -145,7 +146,7 @@ const LinearMap everydayMaps[] = {
     {-16.25, 1e3}, {-1, 300},    {1, -255.7}, {1.1, -280.5}, {60.7, 0.1},      {1, 0.2},     {-1, 0.9},
 };
 
-/// Blends with what their filters are proven to err by.
+/// Blends with the proven error of their filters.
 const int exact = FilteredBlend<unsigned char>::exact;
 const int notFiltered = -2;
 struct Proof {
@@ -171,7 +172,7 @@ const Proof proofs[] = {
     {SampleBlend::Difference, {}, {std::nan(""), 0}, {}, notFiltered, notFiltered},
 };
 
-/// Every pair of 8-bit samples, and as many of 16 bits.
+/// Every pair of 8-bit samples, and the same number of random 16-bit pairs.
 template <class T>
 void ComparePairs(const BlendMaps<T>& maps, std::uint32_t bands, std::mt19937& random) {
     constexpr std::size_t pixels = 256 * 256;
@@ -192,7 +193,7 @@ void ComparePairs(const BlendMaps<T>& maps, std::uint32_t bands, std::mt19937& r
     }
 }
 
-// What is not proven takes three times as long, which only the errors here tell.
+// Without a proof a blend takes three times as long, which only these errors show.
 TEST(BlendSimd, FilteredResultsAreProven) {
     std::mt19937 random(8);
     const auto check = [&](const Proof& proof, auto sample, int error) {
@@ -227,8 +228,8 @@ TEST(BlendSimd, PairsOfSamplesAreBlendedAlike) {
         }
 }
 
-// A third of the steps from 0 to the largest sample in each band, both ends with them, so that saturations of
-// a half and colours with equal bands occur.
+// Steps of a third from 0 to the largest sample in each band, with values next to both ends, so that
+// saturations of one half and colours with equal bands occur.
 TEST(BlendSimd, ColoursOfAllKindsAreConvertedAlike) {
     const auto compare = [](auto sample, unsigned step) {
         using T = decltype(sample);

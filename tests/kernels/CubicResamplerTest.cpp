@@ -6,8 +6,8 @@ namespace {
 
 using namespace kernels;
 
-/// Four rows of exactly their size, so that a sanitizer sees any step past them: random ones, or a slope, on
-/// which many results lie exactly between two samples.
+/// Four rows of exactly their size, so that a sanitizer detects any access past them: random ones, or a
+/// slope, on which many results lie exactly between two samples.
 template <class T>
 std::array<std::unique_ptr<T[]>, 4> MakeSource(std::size_t samples, std::uint32_t bands, bool isSlope,
                                                std::mt19937& random) {
@@ -60,8 +60,8 @@ void ExpectTheDefinition(std::span<const GridPosition> columns, std::uint32_t pi
     }
 }
 
-// A swapped tap, a wrong band, sums too large for their lanes and a result on the wrong side of a half give
-// other samples.
+// With a swapped tap, a wrong band, sums too large for their lanes or a result on the wrong side of a half,
+// the samples would differ.
 TEST(CubicResampler, EveryTargetGivesTheSamplesOfTheDefinition) {
     std::mt19937 random(21);
     for (std::uint32_t bands = 1; bands <= 9; ++bands)

@@ -1,6 +1,6 @@
-// Every vector target gives the bytes of the scalar definition: rows of exactly their size on the heap, so
-// that a sanitizer sees any step past them, and weights that put results on and beside a half, where a faster
-// way could differ.
+// Every vector target gives the bytes of the scalar definition. Rows lie on the heap with exactly their size,
+// so that a sanitizer detects any access past them; weights put results on and next to halves, where a faster
+// computation could differ.
 #include "kernels/InjectionRow.h"
 #include "pansharp/Methods.h"
 #include "support/Rows.h"
@@ -30,7 +30,7 @@ const std::vector<std::vector<double>> weightSets = {
     {65.0, 64.0, 0, 0, 0, 0, 0, 0, 0}, // times 255, just beyond what 16 bits with a sign hold
 };
 
-/// Gains that every band has, but for the second, whose two are exchanged.
+/// Gains for every band; the second band has the two exchanged.
 struct Gains {
     double gain, ratioGain, limit, floor;
 };
@@ -42,7 +42,7 @@ const std::vector<Gains> gainSets = {
     {0.5, infinity, 1e300, 0}, {1, 1, 2, 1e300},      {1, 1, 2, -infinity},   {0.5, 0.5, 2, std::nan("")},
 };
 
-/// Of a set and for up to 16 bands.
+/// The gains of a set, for up to 16 bands.
 class AllGains {
 public:
     explicit AllGains(const Gains& set)
@@ -59,7 +59,7 @@ private:
     InjectionGains all;
 };
 
-/// Methods of which a definition that runs in the place of a vector version would be a loss.
+/// Methods that must not silently fall back from a vector version to the definition.
 const std::set<std::string> hasVectors = {"KOVA", "Brovey", "IHS", "Injection"};
 
 /// Random samples, or all of one value.
@@ -79,7 +79,7 @@ void Compare(const PXL::Method& method, SimdTarget target, std::size_t pixels, s
     const auto pan = Row<T>(pixels, panValue, random);
     const auto last = Row<T>(pixels, msValue, random);
     const FusionRows<T> rows{ms.get(), pan.get(), isApart ? last.get() : nullptr};
-    if (random() % 4 == 0) { // the last band alone
+    if (random() % 4 == 0) { // only the last band
         weights.assign(msBands, 0.0);
         weights.back() = 1.0;
     }
@@ -165,7 +165,8 @@ Pixels<T> ManyPixels(std::uint32_t bands) {
     return pixels;
 }
 
-/// All pairs of the largest band and another, the third at either or 0, in every order, with many pans.
+/// All pairs of the largest band and another, with the third equal to either or 0, in every order, with many
+/// values of pan.
 Pixels<unsigned char> ManyColours() {
     Pixels<unsigned char> pixels{3, {}, {}};
     unsigned n = 0;
@@ -181,7 +182,7 @@ Pixels<unsigned char> ManyColours() {
     return pixels;
 }
 
-/// The last band is another one, apart, when isApart is.
+/// With isApart the last band is another one, stored apart.
 template <class T>
 void CompareEvery(const Pixels<T>& pixels, const PXL::Method& method, double weight, const Gains& set,
                   bool isApart) {
@@ -214,7 +215,7 @@ void CompareEvery(const Pixels<T>& pixels, const std::vector<double>& equalWeigh
 
 } // namespace
 
-// Weights that put sums on, just below and just above a half, and quotients on and beside whole numbers.
+// Weights that put sums on, just below and just above a half, and quotients on and next to whole numbers.
 TEST(FusionSimd, ManyResultsAreRight) {
     const std::vector<double> weights = {0.0, 0.5, 0.5 + 1e-16, 0.5 - 1e-16, 1.0,   1.0 / 3,
                                          0.1, 0.7, -0.3,        1e-9,        -1e300};

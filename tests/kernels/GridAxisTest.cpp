@@ -10,7 +10,7 @@ using kernels::MakeGridAxis;
 using kernels::MultispectralToPan;
 using kernels::PanToMultispectral;
 
-// u = (pan + 0.5) * ratio + offset - 0.5, worked out by hand.
+// u = (pan + 0.5) * ratio + offset - 0.5, computed by hand.
 TEST(GridAxis, PositionsOfPanPixels) {
     const struct {
         double ratio, offset;
@@ -30,7 +30,7 @@ TEST(GridAxis, PositionsOfPanPixels) {
         {1.0 / 3.0, 1.0 / 3.0, 0, 0, 0.0},
         {8.0 / 15.0, 0.0, 7, 3, 0.5}, // 4 - 0.5
         {2.0, 0.0, 5, 10, 0.5},       // pan coarser than the source
-        {0.5, 0.1, 0, -1, 0.85},      // an offset on no step
+        {0.5, 0.1, 0, -1, 0.85},      // an offset that is not a multiple of a step
         {0.7071, 0.0, 0, -1, 0.85355},
         {1.0 / 3.0, 0.5 / 3.0, 2, 0, 0.5},
         {1.0 / 3.0, 0.5 / 3.0, 3000002, 1000000, 0.5},
@@ -55,8 +55,8 @@ TEST(GridAxis, PositionsOfPanPixels) {
     }
 }
 
-// What makes output independent of the window: the weight belongs to the phase, not to the pixel number, and
-// not to the noise of the georeferencing either.
+// This makes the output independent of the window: the weight depends on the phase, neither on the pixel
+// number nor on the noise of the georeferencing.
 TEST(GridAxis, SamePhaseSameFraction) {
     const double offsets[] = {0.0, 0.25, 1.0 / 6.0, -1000.0 / 3.0, 0.123456};
     for (const double denominator : {1.0, 2.0, 3.0, 4.0, 5.0, 7.0, 16.0})

@@ -9,8 +9,8 @@ using namespace kernels;
 
 namespace {
 
-/// Rows of samples that go beyond both ends of the range when they are weighted, and of ones that are nearly
-/// the same, whose sums lie at a half.
+/// Rows of samples whose weighted sums exceed both ends of the range, and rows of nearly equal samples, whose
+/// sums lie at a half.
 template <class T>
 void EveryTargetGivesTheSame(unsigned lowest) {
     std::mt19937 random(7);

@@ -1,4 +1,4 @@
-// Stored samples of a hue are 0 or 1: whether the sectors are right shows in the fractions only.
+// Stored samples of a hue are 0 or 1, so only the fractions show whether the sectors are right.
 #include "kernels/HsiRow.h"
 
 #include <gtest/gtest.h>

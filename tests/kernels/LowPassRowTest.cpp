@@ -9,7 +9,8 @@ namespace {
 
 using namespace kernels;
 
-/// Rows of exactly their size, with the largest samples among them; weights that add up to the most there is.
+/// Rows of exactly their size, with the largest samples among them, and weights with the largest possible
+/// sum.
 template <class T>
 void ExpectSameSums(std::size_t count, std::size_t columns, std::mt19937& random) {
     std::vector<std::vector<T>> rows(count, std::vector<T>(columns));
@@ -39,8 +40,8 @@ TEST(LowPassRow, EveryTargetGivesTheSameSums) {
         }
 }
 
-// Sigma half a coarse pixel: 3 sigma are 3 pixels of the fine grid at ratio 2, 6 at ratio 4. At the edge the
-// weights of the pixels that there are add up to the whole; beyond reach there are none.
+// With sigma of half a coarse pixel, 3 sigma are 3 pixels of the fine grid at ratio 2, and 6 at ratio 4. At
+// the edge the weights of the existing pixels still add up to the whole; out of reach there are none.
 TEST(LowPassAxis, WeightsLieAboutTheTruePlaceOfThePixel) {
     const struct {
         double ratio, offset;

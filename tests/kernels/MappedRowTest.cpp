@@ -16,8 +16,8 @@ class MappedRowTest : public testing::Test {};
 using Depths = testing::Types<unsigned char, unsigned short>;
 TYPED_TEST_SUITE(MappedRowTest, Depths);
 
-// Positions on and beyond all edges, whole ones and halves among them, whose samples are ties: a filter that
-// keeps an uncertain sample, a wrong neighbour or a step past a row gives other samples than the definition.
+// Positions on and beyond all edges, including whole ones and halves, whose samples are ties. A filter that
+// keeps an uncertain sample, a wrong neighbour or an access past a row would be noticed.
 TYPED_TEST(MappedRowTest, VectorsGiveTheDefinition) {
     using T = TypeParam;
     std::mt19937 random(7);

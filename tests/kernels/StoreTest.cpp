@@ -1,4 +1,4 @@
-// The three store rules over what doubles can be, at both depths.
+// The three rules for storing, for all kinds of doubles, at both depths.
 #include "kernels/Store.h"
 
 #include <gtest/gtest.h>
@@ -39,7 +39,7 @@ TEST(Store, StaysWithinThePixelRange) {
         EXPECT_EQ(StoreTruncated<unsigned short>(c.x), c.truncated16) << c.x;
         EXPECT_EQ(StoreTruncatedFinite<unsigned char>(c.x), c.truncated8) << c.x;
     }
-    // Only infinities part the last two rules.
+    // The last two rules differ only for infinities.
     EXPECT_EQ(StoreRounded<unsigned char>(infinity), 255);
     EXPECT_EQ(StoreTruncated<unsigned short>(infinity), 65535);
     EXPECT_EQ(StoreTruncatedFinite<unsigned char>(infinity), 0);

@@ -8,8 +8,8 @@
 
 using namespace kernels;
 
-// Numbers that no order of operations leaves alone: a sum in another order, or a product that is not rounded,
-// differs in its last bits.
+// Numbers whose sum depends on the order of operations: a sum in another order, or a product that is not
+// rounded, differs in its last bits.
 TEST(SumRow, EveryTargetGivesTheSameSums) {
     std::mt19937 random(3);
     std::uniform_real_distribution<double> number(-1e5, 1e5);

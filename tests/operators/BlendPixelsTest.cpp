@@ -137,7 +137,7 @@ std::string List(std::uint32_t count, const std::string& value) {
     return text;
 }
 
-/// What each operator publishes, for inputs of three bands and, where it takes only one, of one.
+/// What each operator publishes, for inputs of three bands, or of one band if it takes only one.
 struct Operator {
     const char* name;
     bool output, input, bands; ///< publishes those gains and offsets; refuses unequal bands

@@ -87,7 +87,7 @@ TEST(ImageViaBinaryRowOperator, ServesNoRowAfterAWindowThatFailed) {
         EXPECT_EQ(merged.image->GetRow(1), nullptr);
         merged.image->status.Reset(0, {}, {}, {});
     }
-    // The operator would step past rows that are narrower than its window.
+    // The operator would read past rows that are narrower than its window.
     Merged narrow(true, 7);
     EXPECT_FALSE(narrow.image->SetWindow(0, 0, 8, 20));
     EXPECT_EQ(narrow.image->status.GetItem(0).message,

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <map>
 
-/// The blending operators of one pixel once more, formula by formula.
+/// A second implementation of the blending operators, for one pixel, formula by formula.
 namespace oracle {
 
 using Settings = std::map<std::string, std::string>;
@@ -29,7 +29,7 @@ struct Line {
     double gain, offset;
 };
 
-/// The lines of as many bands, of the inputs and of the output.
+/// The lines of all bands, for the inputs and the output.
 struct Lines {
     Lines(const Settings& settings, std::size_t bands) {
         for (std::size_t b = 0; b < bands; ++b) {
@@ -41,7 +41,7 @@ struct Lines {
     std::vector<Line> in1, in2, out;
 };
 
-/// Truncates; what is not finite is 0.
+/// Truncates; 0 for what is not finite.
 inline double Cut(double s, double max) {
     if (!std::isfinite(s) || s < 0) return 0;
     return s > max ? max : std::trunc(s);

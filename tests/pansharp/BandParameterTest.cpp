@@ -15,7 +15,7 @@ namespace {
 
 using Values = std::vector<double>;
 
-/// Values to properties, those as texts, and back.
+/// Converts values to properties, these to texts, and back.
 Values ThereAndBack(const PansharpBandParameter& parameter, const Values& values, bool hasAdditional) {
     const auto count = static_cast<std::uint32_t>(values.size());
     Values numbers(count);
@@ -44,14 +44,14 @@ bool IsProductOf3(double value) {
     return false;
 }
 
-/// Within the range of the parameter, 0 and numbers below it among them where they are allowed.
+/// Within the range of the parameter, including 0 and negative numbers where they are allowed.
 double RandomValue(const PansharpBandParameter& parameter, std::mt19937& random) {
     const double value = std::uniform_real_distribution<double>(1e-3, 2.0)(random);
     const auto kind = random() % 12;
     return std::clamp(kind == 0 ? 0.0 : kind == 1 ? -value : value, parameter.minimum, parameter.maximum);
 }
 
-// Bit for bit, but where a method multiplies by 3 and no number times 3 gives the value.
+// Bit for bit, except where a method multiplies by 3 and no number times 3 gives the value.
 TEST(BandParameter, PropertiesGiveTheValuesThatTheyWereMadeOf) {
     for (const PansharpMethod& method : PXL::MethodDescriptions())
         for (std::uint32_t i = 0; i < method.bandParameterCount; ++i) {
@@ -74,7 +74,7 @@ TEST(BandParameter, PropertiesGiveTheValuesThatTheyWereMadeOf) {
         }
 }
 
-// A quarter of it would be 0, and nothing would be scaled any more.
+// A quarter of it would be 0, and then nothing would be scaled any more.
 TEST(BandParameter, TheSmallestNumberStaysAboveZero) {
     const double least = std::numeric_limits<double>::denorm_min();
     for (const PansharpMethod& method : PXL::MethodDescriptions())

@@ -1,4 +1,5 @@
-// Every method, through its image: against the oracle over random rows, and pixels that random rows miss.
+// Every method, through its image: compared with the oracle on random rows, and on pixels that random rows
+// miss.
 #include "pansharp/Methods.h"
 
 #include "fundament/Numbers.h"
@@ -44,7 +45,7 @@ Settings RandomSettings(std::uint32_t bands, std::uint32_t outputBands, std::mt1
     return settings;
 }
 
-/// None when no setting is of Injection alone.
+/// Empty when no setting belongs to Injection.
 oracle::Gains GainsOf(const Settings& settings, std::uint32_t bands) {
     const auto number = [&](const std::string& name, double otherwise) {
         const auto found = settings.find(name);
@@ -141,7 +142,8 @@ const Settings halves = {{"BandWeight-1", "0.5"}, {"BandWeight-2", "0.5"}, {"Ban
 const Settings fourOut = {{"outputNBands", "4"}};
 const Settings infrared = {{"outputNBands", "4"}, {"AdditionalBandWeight", "1"}};
 
-/// Injection of three bands that take half of the detail and a quarter by ratio; the fourth is the intensity.
+/// Injection of three bands with gains of a half and ratio gains of a quarter; the fourth band is the
+/// intensity.
 Settings Gained(Settings settings) {
     settings.insert({{"BandWeight-1", "0"}, {"BandWeight-2", "0"}, {"BandWeight-3", "0"}});
     settings["AdditionalBandWeight"] = "1";
@@ -230,8 +232,8 @@ TEST(Methods, AreNoneForAnUnknownKeyword) {
 }
 
 TEST(Methods, DescribeWhatTheyReadAndNeed) {
-    // A property that is described but not read, or read but not described, would mislead people: set to a
-    // new value, exactly the described ones change the result of four bands.
+    // A property that is described but not read, or read but not described, would mislead users: when it gets
+    // a new value, exactly the described ones must change the result of four bands.
     for (const PansharpMethod& method : MethodDescriptions()) {
         const auto fuse = [&](const Settings& settings) {
             return FuseOne<unsigned char>(method.keyword, settings, {90, 60, 200, 40}, 120);

@@ -7,7 +7,7 @@
 namespace {
 
 std::atomic<long> live{0};
-thread_local long left = -1; // allocations before the next that fails; below 0 none does
+thread_local long left = -1; // allocations before the next failing one; none fails if negative
 thread_local bool goesOn = false;
 thread_local bool reached = false;
 bool (*concerned)(const void*) = nullptr;

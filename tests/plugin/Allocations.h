@@ -2,13 +2,13 @@
 
 #include <cstddef>
 
-/// This program's operator new, which the libraries use too: it counts, and fails when it is told to.
+/// This program's operator new, which the libraries use too. It counts allocations, and fails on request.
 namespace allocations {
 
-/// Blocks that are allocated now.
+/// The number of currently allocated blocks.
 [[nodiscard]] long Live();
 
-/// While it lives, one allocation of this thread fails, or every one from there on.
+/// While it lives, one allocation of this thread fails, or all of them from some point on.
 class Fault {
 public:
     enum class Kind { Once, FromThereOn };
@@ -21,8 +21,8 @@ public:
     [[nodiscard]] static bool WasReached();
 };
 
-/// From now on those fail only that this answers true to, by the place that asks for the memory. It allocates
-/// nothing.
+/// From now on only allocations fail for which this returns true, given the place that asks for memory. It
+/// must not allocate.
 void FailOnlyFor(bool (*isConcerned)(const void* caller));
 
 } // namespace allocations

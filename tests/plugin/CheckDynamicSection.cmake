@@ -1,8 +1,8 @@
-# What the plug-in needs, and what in it can be written to.
+# What the plug-in needs, and what in it is writable.
 cmake_minimum_required(VERSION 3.25)
 
 execute_process(COMMAND ${READELF} -dW ${FILE} OUTPUT_VARIABLE dynamic COMMAND_ERROR_IS_FATAL ANY)
-string(REGEX REPLACE "[][]" "'" dynamic "${dynamic}") # the brackets would upset the list
+string(REGEX REPLACE "[][]" "'" dynamic "${dynamic}") # brackets would break the list
 string(REGEX MATCHALL "Shared library: '[^']+" needed "${dynamic}")
 if(NOT needed)
   message(SEND_ERROR "it needs nothing, not even the C library: was it read at all?")
@@ -27,8 +27,8 @@ if(segments MATCHES "GNU_STACK[^\n]* RWE" OR NOT segments MATCHES "GNU_RELRO")
   message(SEND_ERROR "its stack can be run, or its tables written to")
 endif()
 
-# Objects share no state: there is none that can be written to, except two constants that are filled at their first use,
-# the description and the processor's vector targets.
+# Objects share no state: nothing is writable, except two constants that are filled at their first use, the description and the
+# processor's vector targets.
 if(SANITIZED)
   return() # sanitizers keep their own
 endif()

@@ -1,6 +1,6 @@
 cmake_minimum_required(VERSION 3.25)
 execute_process(COMMAND ${NM} -DC --defined-only ${FILE} OUTPUT_VARIABLE lines COMMAND_ERROR_IS_FATAL ANY)
-string(REGEX REPLACE "\\[abi:[a-z0-9]+\\]" "" lines "${lines}") # the brackets would upset the list
+string(REGEX REPLACE "\\[abi:[a-z0-9]+\\]" "" lines "${lines}") # brackets would break the list
 string(REPLACE "\n" ";" lines "${lines}")
 set(wanted Tessara_RasterProcess_Initialize Tessara_RasterProcess_CreateObject Tessara_RasterProcess_DestroyObject
   Tessara_RasterProcess_GetStatus Tessara_RasterProcess_Cleanup Pansharp_Describe)

@@ -1,5 +1,5 @@
-# A file for Windows needs no library but those of the system, besides LIBRARIES, and exports what EXPORTS names: the
-# lines of a .def, or the functions of a header.
+# A Windows file needs only the system's libraries and LIBRARIES, and exports what EXPORTS names: the lines of a .def, or the functions
+# of a header.
 cmake_minimum_required(VERSION 3.25)
 execute_process(COMMAND ${OBJDUMP} -p ${FILE} OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX MATCHALL "DLL Name: [^\r\n]+" needed "${headers}")

@@ -1,5 +1,5 @@
-// Hosts are built apart from the plug-in: the order of the operations in the tables of the interfaces may not
-// change.
+// Hosts are built separately from the plug-in, so the order of the operations in the virtual tables of the
+// interfaces must not change.
 #include "host/IRasterProcess.h"
 #include "host/IRasterProcessChain.h"
 #include "host/IRasterWorkspace.h"
@@ -12,7 +12,7 @@ using KOVA::Tessara::Global::IObject;
 
 namespace {
 
-/// Where in its class's table an operation stands, counted in operations.
+/// The position of an operation in its class's virtual table, counted in operations.
 template <class Operation>
 std::size_t Slot(Operation operation) {
     std::size_t word = 0; // of the table, in bytes, one more for being virtual

@@ -20,7 +20,7 @@ TEST(EntryPoints, CreateNeedsAPropertyAndDestroyClearsTheHolder) {
     NameValueMap map;
     EXPECT_EQ(plugin.Create(nullptr), nullptr);
     EXPECT_EQ(plugin.Create(&map), nullptr);
-    map["outputNBands"] = "7"; // sorts after the next: capitals come first, and of a name the first wins
+    map["outputNBands"] = "7"; // sorted after the next, since capitals come first; the first of a name wins
     map["OUTPUTNBANDS"] = "2";
     IRasterProcess* process = plugin.Create(&map);
     ASSERT_NE(process, nullptr);

@@ -14,8 +14,8 @@
 #include <string>
 #include <vector>
 
-/// A raster server made for tests: it logs every call that the plug-in makes, keeps a copy of every request
-/// record, and fails wherever it is told to. It shares nothing with the host that ships with the plug-in.
+/// A raster server for tests. It logs every call of the plug-in, keeps a copy of every request record, and
+/// fails on request. It shares no code with the host that comes with the plug-in.
 namespace fakehost {
 
 using namespace KOVA::Tessara::Pixmere;
@@ -46,7 +46,7 @@ public:
         return Answer(windowFails, "window reason");
     }
     int SetWorkspace(void*) override { return 1; }
-    /// A heap block of exactly the row's samples, so that a sanitizer sees any step past it.
+    /// A heap block of exactly the row's samples, so that a sanitizer detects any access past it.
     const unsigned char* GetRow(std::uint32_t row) override {
         if (throws) throw std::runtime_error("raster exploded");
         if (Answer(rowFails, "row reason") == 0) return nullptr;
@@ -75,7 +75,7 @@ public:
     RasterInfo info;
     bool initFails = false, windowFails = false, rowFails = false, throws = false, hasInfo = true;
     unsigned short* colorMap[1] = {nullptr};
-    std::uint32_t originColumn = 0, originRow = 0; ///< added to what the sample function gets
+    std::uint32_t originColumn = 0, originRow = 0; ///< added to the position for the sample function
 
 private:
     int Answer(bool fails, const char* reason) {
@@ -93,12 +93,12 @@ private:
     std::unique_ptr<unsigned char[]> block;
 };
 
-/// What an image of the workspace is, and where its chain fails.
+/// An image of the workspace, and where its chain fails.
 struct FakeImage {
     std::uint32_t bands = 3;
     std::uint32_t bits = 8;
     SampleOf sample = [](auto, auto, auto) { return 0u; };
-    int extraColumns = 0, extraRows = 0; ///< how much larger or smaller than the request its raster is
+    int extraColumns = 0, extraRows = 0; ///< by how much its raster is larger or smaller than the request
     bool initializeFails = false, createFails = false;
     std::function<void(FakeRaster&)> prepare = [](FakeRaster&) {};
 };

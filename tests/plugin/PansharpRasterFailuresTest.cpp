@@ -10,7 +10,7 @@ FakeImage& Ms(Session& s) { return s.workspace.images["ms"]; }
 FakeImage& Ir(Session& s) { return s.workspace.images["ir"]; }
 void Nothing(Session&) {}
 
-/// One way in which a run fails: the items that the host then reads, in order, and what is wrong.
+/// One way in which a run fails: the items that the host then reads, in order, and how the fault is caused.
 struct Case {
     std::string items;
     std::function<void(Session&)> spoil; ///< before Init
@@ -54,7 +54,7 @@ const Case windowCases[] = {
      [](Session& s) { s.pan->info.bandsPerPixel = 3; }},
     {fusionFailed + "3915 Pansharp|pan image has no channel;  it must be a grayscale image",
      [](Session& s) { s.pan->info.bandsPerPixel = 0; }},
-    // A size that is only declared costs an error, not the memory: 2 x 10^10 bytes a row.
+    // A declared size causes an error, not an allocation: 2 x 10^10 bytes per row.
     {fusionFailed + "3914 Pansharp|a row of 1000000 columns and 4000 bands, of 4096 input channels, " +
          tooLong,
      [](Session& s) {
@@ -87,7 +87,8 @@ const Case windowCases[] = {
      [](Session& s) { Ir(s).bits = 16; }, infrared},
     {"A20F multispectral and pan" + depthsDiffer + "16, 8 respectively)",
      [](Session& s) { Ms(s).bits = Ir(s).bits = 16; }, infrared},
-    // What the process itself checks, so that a host's mistake costs an error and not the server.
+    // Faults of the host that the process itself detects, so that they cause an error and do not bring down
+    // the server.
     {"A225 the infrared raster of 39 x 10 pixels is too small; it must cover 40 x 10",
      [](Session& s) { Ir(s).extraColumns = -1; }, infrared},
     {"A225 the infrared raster of 40 x 10 pixels is too small; it must cover 45 x 10",
@@ -119,7 +120,7 @@ TEST(Failures, OfInitReachTheHost) {
         c.spoil(session);
         EXPECT_EQ(session.process->Init(), 0);
         EXPECT_EQ(session.Items(), c.items);
-        EXPECT_EQ(session.SetWindow(c.window), 0); // nothing is bound: it answers without a word
+        EXPECT_EQ(session.SetWindow(c.window), 0); // nothing is bound: it fails without an item
         EXPECT_EQ(session.Items(), c.items);
         EXPECT_EQ(session.process->GetRow(0), nullptr);
     }
@@ -129,7 +130,7 @@ TEST(Failures, OfAWindowReachTheHost) {
     for (const Case& c : windowCases)
         for (const std::uint32_t bits : {8u, 16u}) {
             if (bits == 16 && c.items.find(" Failed to ") == std::string::npos) continue;
-            std::string items = c.items; // 16 bits have words of their own
+            std::string items = c.items; // 16 bits have messages of their own
             if (const auto at = items.find("Raster: 'ms'"); bits == 16 && at != std::string::npos)
                 items.replace(at, 6, "Image");
             Session session(c.properties, bits);
@@ -137,7 +138,7 @@ TEST(Failures, OfAWindowReachTheHost) {
             ASSERT_EQ(session.process->Init(), 1);
             EXPECT_EQ(session.SetWindow(c.window), 0);
             EXPECT_EQ(session.Items(), items);
-            // The reason of a chain that refuses is the host's to read.
+            // The reason given by a chain that refuses is left to the host.
             EXPECT_EQ(session.aoi.resultValue == 42.5, c.items.ends_with(" refuses"));
             EXPECT_EQ(session.process->GetRow(0), nullptr);
             session.Destroy();
@@ -154,7 +155,7 @@ TEST(Failures, AFailedWindowServesNoRowsOfTheOneBefore) {
     session.pan->windowFails = false;
     session.Read({0, 0, 40, 10});
     Ir(session).prepare = [](FakeRaster& raster) { raster.windowFails = true; };
-    ASSERT_EQ(session.SetWindow({0, 0, 40, 10}), 1); // the merge's answer is not asked for
+    ASSERT_EQ(session.SetWindow({0, 0, 40, 10}), 1); // the merge's result is not checked
     for (int i = 0; i < 2; ++i)
         EXPECT_EQ(session.process->GetRow(0), nullptr);
     EXPECT_THAT(session.Items(), testing::HasSubstr("irRaster window reason"));
@@ -169,11 +170,11 @@ TEST(Failures, AFailedSecondInitLeavesNoWayToReadRowsOfAnotherDepth) {
                                                    "process was initialized for 8; call Init again"));
 }
 
-// Between Init and SetWindow the pan raster gets another size: the window counts, whichever size is larger.
+// Between Init and SetWindow the pan raster changes its size: the window counts, whichever size is larger.
 TEST(Failures, APanRasterDescribedAnewServesRowsOfTheWindowOnly) {
     for (const auto [columns, rows] : {Size{40, 0xFFFFFFFFu}, Size{60, 45}, Size{20, 25}}) {
         Session session;
-        Ms(session).extraRows = 100; // or the multispectral image would end with the window
+        Ms(session).extraRows = 100; // else the multispectral image would end with the window
         ASSERT_EQ(session.process->Init(), 1);
         session.pan->info.cols = columns;
         session.pan->info.rows = rows;
@@ -209,7 +210,7 @@ TEST(Failures, ByTheHundredThousandAreNotCollected) {
     for (std::uint32_t i = 0; i < 2'000; ++i)
         ASSERT_EQ(session.process->GetRow(10 + i % 10), nullptr);
     ASSERT_LE(session.process->GetStatus().GetCount(), 100u) << "each row once";
-    for (std::uint32_t i = 0; i < 100'000; ++i) { // the words differ from window to window
+    for (std::uint32_t i = 0; i < 100'000; ++i) { // messages differ from window to window
         ASSERT_EQ(session.process->SetWindow(i, 9, i, 9), 0);
         ASSERT_LE(session.process->GetStatus().GetCount(), 1001u);
     }

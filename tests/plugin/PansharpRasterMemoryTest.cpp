@@ -1,4 +1,4 @@
-// What the plug-in does with memory: when there is none, and over a long life.
+// How the plug-in deals with memory: when there is none, and over a long life.
 #include "Allocations.h"
 #include "Plugin.h"
 
@@ -18,10 +18,10 @@ constexpr int manyWindows = 10'000;
 constexpr int manyObjects = 1'000;
 #endif
 
-/// The rows 0 and 1; empty when they did not come.
+/// The rows 0 and 1; empty when they could not be read.
 using Rows = std::array<std::vector<unsigned char>, 2>;
 
-/// Every operation that a host calls, whatever the others answer.
+/// Calls every operation of a host, whatever the others return.
 void UseEveryOperation(const Session& session, const Plugin& plugin, const NameValueMap& map, Rows& rows) {
     IRasterProcess* second = plugin.Create(&map);
     plugin.Destroy(&second);
@@ -60,7 +60,7 @@ TEST(Memory, NoAllocationThatFailsLeavesASlotAsAnException) {
     NameValueMap map;
     map["Method"] = "a text that is too long to need no memory of its own";
     Rows rows;
-    for (auto& row : rows) // the test itself allocates nothing on the way
+    for (auto& row : rows) // so that the test itself allocates nothing
         row.reserve(1'000);
     long failures = 0;
     for (const PansharpMethod& described : plugin.Methods())
@@ -82,7 +82,7 @@ TEST(Memory, NoAllocationThatFailsLeavesASlotAsAnException) {
                         reached = Fault::WasReached();
                         if (kind == Fault::Kind::FromThereOn) session.Destroy();
                     }
-                    if (kind == Fault::Kind::Once) { // and it has lost nothing by it
+                    if (kind == Fault::Kind::Once) { // the object is still intact
                         session.process->SetProperty("Method", method);
                         EXPECT_EQ(session.process->Init(), 1);
                         EXPECT_EQ(session.SetWindow({0, 0, 40, 2}), 1);

@@ -63,10 +63,11 @@ TEST(PansharpRaster, AsksTheHostInOrder) {
 TEST(PansharpRaster, WritesTheRequestRecordForTheWindow) {
     const std::string map = "100 120 500 515, 10 x 3, EPSG:32630";
     const std::string pixels = "9.5 20.5 8.5 4.5, 10 x 3, group srs";
-    const std::string otherWayRound = "9.5 20.5 4.5 8.5, 10 x 3, group srs"; // the infrared one's own order
+    const std::string otherWayRound =
+        "9.5 20.5 4.5 8.5, 10 x 3, group srs"; // the infrared request's own order
     const struct {
         Properties properties;
-        std::string ms, ir, initialized; ///< both chains see the one record as it stands in the end
+        std::string ms, ir, initialized; ///< both chains see one record, in its final state
     } cases[] = {{{}, map, map, map},
                  {{{"ReSampleMS", "false"}}, pixels, pixels, pixels},
                  {{{"ReSampleIR", "no"}}, map, otherWayRound, otherWayRound}};
@@ -160,7 +161,7 @@ TEST(PansharpRaster, MetadataTellOfTheWindowWhenAskedFor) {
         std::string text;
     } cases[] = {{8, "true", "", "MS" + extents + ms + "Pan" + extents + pan + three + tail},
                  {16, "true", "", ms + pan + three + tail},
-                 {8, "true", "ir", ms + pan + four + tail}, // those of the fusion, not of the merge
+                 {8, "true", "ir", ms + pan + four + tail}, // of the fusion, not of the merge
                  {8, "no", "", ""}};
     for (const auto& c : cases) {
         ReadySession session(Properties{{"generateMetadata", c.asked}, {"AdditionalBandID", c.infrared}},
@@ -220,7 +221,7 @@ TEST(PansharpRaster, ChainsOfAWorkspaceThatIsTakenAwayGoWithIt) {
                 session.process->SetWorkspace(static_cast<IRasterWorkspace*>(&session.workspace));
                 ASSERT_EQ(session.SetWindow({0, 0, 40, 10}), 1);
             }
-            session.Destroy(); // calls nothing that is gone
+            session.Destroy(); // calls nothing that has been destroyed
             EXPECT_EQ(session.workspace.Outstanding(), 0u);
         }
 }

@@ -21,7 +21,7 @@ std::vector<unsigned> ReadScene(const Properties& properties, std::uint32_t bits
     return all;
 }
 
-/// Every method, depth and number of images, by 4 threads at a time, each with objects of its own.
+/// Every method, depth and number of images, by 4 threads at a time, each with its own objects.
 void ReadByThreads(const Plugin& plugin) {
     for (const PansharpMethod& method : plugin.Methods())
         for (const std::uint32_t bits : {8u, 16u})
@@ -43,9 +43,9 @@ void ReadByThreads(const Plugin& plugin) {
 
 } // namespace
 
-// Once, or again and again for as many seconds as the environment variable PANSHARP_THREADS_SECONDS says.
+// Once, or repeatedly for the number of seconds in the environment variable PANSHARP_THREADS_SECONDS.
 TEST(Threads, AnObjectEachGivesTheSameBytesForAnyWindows) {
-    // The library is not unloaded on the way: the loader's lock is unknown to ThreadSanitizer.
+    // The library stays loaded: ThreadSanitizer does not know the loader's lock.
     const Plugin held;
     const char* seconds = std::getenv("PANSHARP_THREADS_SECONDS");
     const auto end =

@@ -9,15 +9,15 @@
 
 namespace fakehost {
 
-/// First column and row, and those past the end.
+/// First column and row, and the ends.
 struct Window {
     std::uint32_t col0, row0, col1, row1;
 };
 
 using Properties = std::vector<std::pair<std::string, std::string>>;
 
-/// One process in a server: a pan raster of 40 x 30, a workspace with the images "ms" and "ir", and a request
-/// record.
+/// One process in a server, with a pan raster of 40 x 30, a workspace with the images "ms" and "ir", and a
+/// request record.
 class Session {
 public:
     explicit Session(Properties settings = {}, std::uint32_t bits = 8) : workspace(log) {
@@ -100,7 +100,7 @@ private:
     Plugin plugin;
 };
 
-/// One whose process is initialised.
+/// A session whose process is initialised.
 struct ReadySession : Session {
     explicit ReadySession(Properties settings = {}, std::uint32_t bits = 8)
         : Session(std::move(settings), bits) {

@@ -25,7 +25,7 @@ struct Fixture {
         info.colorSpace = 1;
     }
 
-    /// A raster that tells of its end and whose samples are 1000 * row + column.
+    /// A raster that reports its destruction, with samples of 1000 * row + column.
     FakeRaster* NewRaster() {
         struct Telling : FakeRaster {
             Telling(Fixture& f)

@@ -1,4 +1,4 @@
-"""The array half of the package pansharp; PANSHARP_COMMAND names the command whose samples it has to give."""
+"""The array half of the package pansharp. PANSHARP_COMMAND names the command whose samples it must give."""
 
 import concurrent.futures
 import dataclasses
@@ -123,7 +123,7 @@ def test_a_shift_is_that_of_the_command(tmp_path, options, arguments):
 
 
 def random_case(seed):
-    """Arrays of any layout give what packed ones give."""
+    """Arrays of any layout give the same result as packed ones."""
     random = numpy.random.default_rng(seed)
     ratio = int(random.integers(1, 5))
     rows, columns = (ratio * int(n) for n in random.integers(1, 24, 2))
@@ -186,7 +186,7 @@ def test_what_is_raised_on_the_way_arrives():
         with pytest.raises(ZeroDivisionError):
             pansharp.fuse(PAN, MS, progress=lambda done, rows: halt() if not last or done == rows else None)
     out = numpy.ones((4, 4096, 2048), numpy.uint16)
-    before = signal.signal(signal.SIGPROF, halt)  # a signal while nobody is told
+    before = signal.signal(signal.SIGPROF, halt)  # a signal while no progress is reported
     signal.setitimer(signal.ITIMER_PROF, 0.002)
     with pytest.raises(ZeroDivisionError):
         pansharp.fuse(big, bands, "KOVA", weights="equal", nodata=False, threads=1, out=out)

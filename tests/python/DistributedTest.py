@@ -1,4 +1,4 @@
-"""Scenes fused by many processes. PANSHARP_COMMAND names the command that they have to equal."""
+"""Scenes fused by many processes. PANSHARP_COMMAND names the command whose results they must equal."""
 
 import fcntl
 import filecmp
@@ -47,7 +47,7 @@ def scene(tmp_path, monkeypatch, request):
 
 
 def facts(file):
-    """All that an image is, as values that can be compared."""
+    """Everything about an image, as values that can be compared."""
     image = gdal.Open(file)
     bands = [image.GetRasterBand(band + 1) for band in range(image.RasterCount)]
     return (image.GetGeoTransform(), image.GetProjection(), image.GetMetadata(), image.ReadAsArray().tobytes(),
@@ -55,7 +55,7 @@ def facts(file):
               band.GetMaskBand().ReadAsArray().tobytes()) for band in bands])
 
 
-@pytest.mark.parametrize("scene", [256], indirect=True)  # a part has no data at all
+@pytest.mark.parametrize("scene", [256], indirect=True)  # one part has no data at all
 @pytest.mark.parametrize("options", [{}, {"nodata": 0}, {"alpha": True, "method": "KOVA"}])
 def test_the_mosaic_is_what_one_run_writes_and_what_is_there_is_kept(scene, client, options):
     pansharp.sharpen("pan.tif", "ms.tif", "whole.tif", **options)
@@ -198,7 +198,7 @@ def test_the_command_outlives_its_scheduler(scene, tmp_path):
 
 
 class Objects(http.server.BaseHTTPRequestHandler):
-    """As much of object storage as GDAL asks for: whole puts, ranges, and lists of one folder."""
+    """The subset of object storage that GDAL uses: whole puts, ranges, and lists of one folder."""
 
     kept = {}
 

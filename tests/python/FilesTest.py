@@ -1,4 +1,4 @@
-"""The half of the package pansharp that works on files; PANSHARP_COMMAND names the command that it has to equal."""
+"""The half of the package pansharp that works on files. PANSHARP_COMMAND names the command whose results it must equal."""
 
 import concurrent.futures
 import json

@@ -1,4 +1,4 @@
-"""What other packages bring: arrays that say where they lie, and rasterio's command."""
+"""Types of other packages: arrays with a position, and rasterio's command."""
 
 import os
 import subprocess
@@ -12,7 +12,7 @@ PAN, MS = pair()
 
 
 def placed(array, pixel, left=500, top=900, **attributes):
-    """As rioxarray opens a file whose upper left corner lies there."""
+    """An array as rioxarray opens a file with its upper left corner there."""
     xarray = pytest.importorskip("xarray")
     rows, columns = array.shape[-2:]
     at = {"y": top - pixel * (numpy.arange(rows) + 0.5), "x": left + pixel * (numpy.arange(columns) + 0.5), "spatial_ref": 0}

@@ -1,4 +1,4 @@
-"""Made scenes for the tests of the package, as arrays and as files."""
+"""Generated scenes for the tests of the package, as arrays and as files."""
 
 import subprocess
 
@@ -6,7 +6,7 @@ import numpy
 
 
 def pair(dtype=numpy.uint16, rows=96, columns=120, ratio=2, bands=3, seed=1):
-    """Pan with detail of several sizes, and bands that follow it in part."""
+    """Pan with detail of several sizes, and bands that partly follow it."""
     random = numpy.random.default_rng(seed)
     pan = sum(numpy.kron(random.random((-(-rows // grain), -(-columns // grain))), numpy.ones((grain, grain)))[:rows, :columns]
               for grain in (1, 3, 9))
@@ -17,7 +17,7 @@ def pair(dtype=numpy.uint16, rows=96, columns=120, ratio=2, bands=3, seed=1):
 
 
 def write_pair(folder, dtype=numpy.uint16, count=3, change=lambda pan, ms: None, options=(), **size):
-    """A pair, once `change` has had it, and pan.tif and ms.tif of it, made with further options of gdal_translate."""
+    """A pair after `change` was applied, and its pan.tif and ms.tif, written with these options of gdal_translate."""
     pan, ms = pair(dtype, bands=count, **size)
     change(pan, ms)
     for name, array, pixel in (("pan", pan[numpy.newaxis], 1), ("ms", ms, 2)):
@@ -31,7 +31,7 @@ def write_pair(folder, dtype=numpy.uint16, count=3, change=lambda pan, ms: None,
 
 
 def samples(file, like):
-    """Those of a file, as an array of that shape and type."""
+    """The samples of a file, as an array of this shape and type."""
     raw = file.with_suffix(".envi")
     subprocess.run(["gdal_translate", "-q", "-of", "ENVI", "-co", "INTERLEAVE=BSQ", file, raw], check=True)
     return numpy.fromfile(raw, like.dtype).reshape(like.shape)

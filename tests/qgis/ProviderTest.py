@@ -1,4 +1,4 @@
-"""The plug-in in QGIS without a screen: by qgis_process, and within QGIS where that cannot show it.
+"""The plug-in in QGIS without a screen: through qgis_process, and inside QGIS where that cannot test it.
 
     ProviderTest.py     QGIS_PROCESS, QGIS_PLUGINPATH, PANSHARP_COMMAND, GDAL_DRIVER_PATH name the programs and folders
 """
@@ -35,7 +35,7 @@ PAIR = {"PAN": str(home / "pan.tif"), "MS": str(home / "ms.tif")}
 
 
 def run(key, **given):
-    """Whether it went well, its results, and what it told."""
+    """Whether it succeeded, its results, and its messages."""
     algorithm = QgsApplication.processingRegistry().createAlgorithmById(f"pansharp:{key}")
     feedback, context = given.pop("feedback", None) or QgsProcessingFeedback(False), QgsProcessingContext()
     context.setProject(QgsProject.instance())
@@ -117,7 +117,7 @@ class Provider(unittest.TestCase):
         self.assertNotIn("Traceback", log)
 
     def test_cancelling_ends_the_program(self):
-        """One that tells its options as ours does, and then would run for ten minutes."""
+        """A command that lists the same options as ours, but then runs for ten minutes."""
         slow, own = home / "slow", os.environ["PANSHARP_COMMAND"]
         slow.write_text(f"#!/bin/sh\n[ \"$1\" != --options-json ] || exec '{own}' \"$1\"\necho $$ >'{home}/pid'\necho '10 % done' >&2\nexec sleep 600\n")
         slow.chmod(0o755)

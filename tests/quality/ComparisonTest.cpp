@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t columns = 70, rows = 45, bands = 3;
 
-/// A whole image, by band and pixel, and which pixels count.
+/// A whole image, by band and pixel, with a mask of the pixels that count.
 struct Image {
     std::vector<std::vector<double>> band;
     [[nodiscard]] double At(std::size_t b, std::size_t row, std::size_t column) const {
@@ -57,7 +57,7 @@ double Covariance(const std::vector<double>& x, const std::vector<double>& y) {
     return sum / double(x.size());
 }
 
-/// What a function says of the valid samples of every block, averaged by their numbers.
+/// The result of a function on the valid samples of every block, averaged by the numbers of samples.
 template <class Function>
 double OverBlocks(const std::vector<unsigned char>& valid, std::size_t side, const Function& function) {
     double sum = 0.0, pixels = 0.0;
@@ -81,7 +81,7 @@ std::vector<double> Pick(const std::vector<double>& from, const std::vector<std:
     return picked;
 }
 
-/// 4 s_xy mx my / ((s_x^2 + s_y^2)(mx^2 + my^2)), as Wang and Bovik write it.
+/// 4 s_xy mx my / ((s_x^2 + s_y^2)(mx^2 + my^2)), as in Wang and Bovik.
 double SlowQ(const std::vector<double>& a, const std::vector<double>& b,
              const std::vector<unsigned char>& valid, std::size_t side) {
     return OverBlocks(valid, side, [&](const std::vector<std::size_t>& at) {
@@ -162,7 +162,7 @@ double SlowDetailCorrelation(const Image& a, const Image& b, std::size_t band,
     return Covariance(x, y) / std::sqrt(Covariance(x, x) * Covariance(y, y));
 }
 
-/// Infinite and undefined numbers are themselves.
+/// Infinite and undefined numbers count as equal to themselves.
 void ExpectSame(double found, double expected) {
     if (std::isfinite(expected))
         EXPECT_NEAR(found, expected, 1e-12);
@@ -183,7 +183,7 @@ std::vector<unsigned char> WithHoles() {
 TEST(Comparison, EqualsTheSlowDefinitions) {
     const Image truth = Random(1, bands, 3.0), image = Random(2, bands, 1.0, &truth);
     for (const auto& valid : {std::vector<unsigned char>(columns * rows, 1), WithHoles()}) {
-        // The last rows are looked at by themselves; the image above them ends with whole blocks.
+        // The last rows are compared separately; the image above them ends with whole blocks.
         quality::Comparison comparison(columns, bands), below(columns, bands);
         quality::HypercomplexIndex whole(columns, bands, quality::blockSide),
             wholeBelow(columns, bands, quality::blockSide);
@@ -284,7 +284,7 @@ TEST(Comparison, KnowsTheCasesWithoutAFormula) {
          0.0,
          20.0 * std::log10(5 / std::sqrt(8 / 3.0)),
          NAN},
-        // Zero vectors do not count: one angle of 90 degrees is left. Band 1: means 5/3 and 2, variances 50/9
+        // Zero vectors do not count: one angle of 90 degrees remains. Band 1: means 5/3 and 2, variances 50/9
         // and 24/9, covariance -10/3; band 2: 7/3 and 4/3, 38/9 and 32/9, -28/9. Squares 45/3 in both.
         {"zero vectors",
          {0, 0, 5, 5, 0, 2},

@@ -15,8 +15,8 @@ TEST(GaussianAxis, TakesTheNearestPixelsForABandThatHardlyBlurs) {
     EXPECT_EQ(axis.GetWeights(taps, 1)[18 - taps.first], 0.5);
 }
 
-/// The response to a cosine whose period is two coarse pixels and whose crest is at the centre is the
-/// transfer that was asked for; that to a ramp is the centre's own place.
+/// The response to a cosine with a period of two coarse pixels and its crest at the centre is the given
+/// transfer; the response to a ramp is the position of the centre.
 TEST(GaussianAxis, HasTheTransferAskedForAtItsCentre) {
     for (const double step : {2.0, 3.7, 4.0}) {
         const double transfers[] = {0.3, 0.15, 0.5};
@@ -40,7 +40,7 @@ TEST(GaussianAxis, HasTheTransferAskedForAtItsCentre) {
             }
             EXPECT_LE(taps.first + taps.count, 160u);
         }
-        // Those whose 3.5 standard deviations of the widest Gaussian reach beyond either edge are left out.
+        // Pixels are left out if 3.5 standard deviations of the widest Gaussian reach beyond either edge.
         const double reach = 3.5 * step * std::sqrt(-2.0 * std::log(0.15)) / std::numbers::pi;
         std::size_t expected = 0;
         for (const auto& target : targets)

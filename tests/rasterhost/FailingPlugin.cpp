@@ -8,9 +8,9 @@
 #include <string_view>
 #include <vector>
 
-// A plug-in whose rows are 0, of as many bands as asked for, and fail from row "failRow" on; windows fail
-// from row "failWindow" on. The environment variable FAILING_PLUGIN_SLOT names an operation that fails;
-// GetRow does so from row 20 on, GetStatus by having nothing to say of that row.
+// A plug-in whose rows are 0, with any number of bands. Rows fail from row "failRow" on, windows from row
+// "failWindow" on. The environment variable FAILING_PLUGIN_SLOT names an operation that fails: GetRow fails
+// from row 20 on; GetStatus then has no items for that row.
 namespace {
 
 using namespace KOVA::Tessara;

@@ -8,14 +8,14 @@
 
 namespace testfiles {
 
-/// A pair that obeys pan = the weighted bands + noise, both the means of one fine image whose pixels go
-/// `panFine` across a pan pixel and `msFine` across a multispectral one. The fourth band runs against the
+/// A pair in which pan is a weighted sum of the bands plus noise. Pan and bands are means of one fine image:
+/// a pan pixel is `panFine` fine pixels wide, a multispectral one `msFine`. The fourth band runs against the
 /// others.
 struct KnownPair {
     int panFine, msFine;
     std::array<double, 4> weights;
     int msSize = 150;
-    int right = 0, below = 0; ///< fine pixels by which the multispectral content is off
+    int right = 0, below = 0; ///< displacement of the multispectral content, in fine pixels
 
     [[nodiscard]] static double Fine(int x, int y, int band) {
         const auto block = [&](int size) {
@@ -27,7 +27,7 @@ struct KnownPair {
                                           100u + static_cast<unsigned>(band));
         return 20000.0 + (band == 3 ? -0.6 : 1.0) * common + own;
     }
-    /// Over a pixel of so many fine ones across, from the fine pixel (x0, y0).
+    /// The mean over a pixel that is `size` fine pixels wide, from the fine pixel (x0, y0).
     [[nodiscard]] static double Mean(int size, int x0, int y0, int band) {
         double sum = 0.0;
         for (int y = y0; y < y0 + size; ++y)

@@ -9,7 +9,7 @@
 
 namespace testfiles {
 
-/// A run with the built plug-in and what came of it.
+/// A run with the built plug-in and its results.
 struct Outcome {
     bool isDone = false;
     rasterhost::SharpenReport report;
@@ -24,7 +24,7 @@ inline std::span<const PansharpMethod> Methods() {
     return hostkit::MethodsOf(plugin->GetDescription());
 }
 
-/// A request whose pixels can be worked out by hand: it weighs bands and samples between four neighbours.
+/// A request whose pixels can be computed by hand: it weighs bands and interpolates bilinearly.
 inline rasterhost::SharpenRequest MakeRequest() {
     rasterhost::SharpenRequest request;
     request.method = "kova";
@@ -39,7 +39,7 @@ inline Outcome RunSharpen(rasterhost::SharpenRequest request) {
     return outcome;
 }
 
-/// A run that has to succeed: an exception fails the test.
+/// Runs a request that must succeed: an exception fails the test.
 inline Outcome RunWell(const rasterhost::SharpenRequest& request) {
     Outcome outcome = RunSharpen(request);
     if (!outcome.isDone) throw std::runtime_error(outcome.status.ToText());

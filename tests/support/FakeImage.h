@@ -10,8 +10,8 @@
 
 namespace support {
 
-/// An image made for tests: it logs its calls, fails where it is told to, and hands out every row of its
-/// window as a heap block of exactly that size, so that a sanitizer sees any step past it.
+/// An image for tests. It logs its calls, fails on request, and returns every row of its window as a heap
+/// block of exactly that size, so that a sanitizer detects any access past it.
 template <class T>
 class FakeImage final : public PXL::Image<T> {
 public:
@@ -39,7 +39,7 @@ public:
     bool SetWindow(std::uint32_t col0, std::uint32_t row0, std::uint32_t col1, std::uint32_t row1) override {
         log.push_back("SetWindow " + std::to_string(col0) + " " + std::to_string(row0) + " " +
                       std::to_string(col1) + " " + std::to_string(row1));
-        block.reset(); // whoever keeps an old row reads freed memory
+        block.reset(); // use of an old row reads freed memory
         if (windowFails) {
             this->status.Reset(0, {}, "FakeImage", {});
             return !this->status.Insert(77, "no such window");

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-/// The methods once more, as slowly and as literally as they can be said: a pixel of doubles at a time,
-/// every product read from a table of all sample values.
+/// A second implementation of the methods, slow and literal: pixel by pixel in double, with every product
+/// read from a table of all sample values.
 namespace oracle {
 
 using Pixel = std::vector<double>;
@@ -24,7 +24,7 @@ inline Tables ProductTables(const Pixel& weights, double max) {
     return tables;
 }
 
-/// Of the weights of a method: of every band, or the infrared weight alone for IHS.
+/// The tables for the weights of a method: of every band, or only the infrared weight for IHS.
 inline Tables MethodTables(const std::string& keyword, Pixel weights, double max) {
     if (keyword == "IHS") weights[0] = weights[0] / max;
     return ProductTables(weights, max);
@@ -63,7 +63,7 @@ inline Pixel Brovey(const Pixel& ms, double pan, const Tables& tables, double ma
     return out;
 }
 
-/// One gain and one ratio gain a band; without them it is KOVA.
+/// One gain and one ratio gain per band; without them it is KOVA.
 struct Gains {
     Pixel gains, ratioGains;
     double limit = HUGE_VAL;
@@ -116,7 +116,7 @@ inline Pixel Hexcone(double H, double S, double V) {
     return sectors[static_cast<std::size_t>(k)];
 }
 
-/// `infrared` is the table of the share that is taken off pan.
+/// `infrared` is the table of the share subtracted from pan.
 inline Pixel Ihs(const Pixel& ms, double pan, const std::vector<double>& infrared, double max) {
     const double unitStep = 1.0 / max;
     const double R = ms[0] * unitStep;

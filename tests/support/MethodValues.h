@@ -10,7 +10,7 @@ namespace support {
 
 using Settings = std::map<std::string, std::string>;
 
-/// The values that the first per-band parameter of a method has for so many bands, by the plug-in's own rule.
+/// The default values of a method's first per-band parameter, by the plug-in's own rule.
 inline std::vector<double> MethodValues(const PansharpMethod& method, std::size_t bands,
                                         const Settings& settings) {
     const PansharpBandParameter& parameter = method.bandParameters[0];

@@ -2,7 +2,7 @@
 
 namespace testfiles {
 
-/// Noise of no pattern, -1 to 1, the same for the same place.
+/// Noise without a pattern, -1 to 1, always the same at the same position.
 inline double Noise(unsigned x, unsigned y, unsigned band) {
     unsigned h = x * 0x9E3779B1u ^ y * 0x85EBCA77u ^ band * 0xC2B2AE3Du;
     h = (h ^ h >> 15) * 0x2C1B3C6Du;

@@ -12,13 +12,13 @@
 #include <string>
 #include <vector>
 
-/// Real files in a folder that goes away with the test.
+/// Real files in a folder that is removed with the test.
 namespace testfiles {
 
 using Sample = std::function<double(int column, int row, int band)>;
 using Transform = std::optional<std::array<double, 6>>;
 
-/// What a file is to be; pixels of `size` map units with the corner at (left, top).
+/// The form of a file: pixels of `size` map units, with the corner at (left, top).
 struct FileShape {
     int columns = 0;
     int rows = 0;
@@ -26,7 +26,7 @@ struct FileShape {
     GDALDataType type = GDT_Byte;
     Transform transform;
     std::string projection;
-    std::optional<double> noData = {}; ///< that every band declares
+    std::optional<double> noData = {}; ///< declared by every band
     std::vector<const char*> options = {};
 };
 
@@ -34,7 +34,7 @@ inline Transform Grid(double size, double left = 500000.0, double top = 4000000.
     return std::array{left, size, 0.0, top, 0.0, -size};
 }
 
-/// Writes a GeoTIFF and returns its name; without a sample function nothing but its head.
+/// Writes a GeoTIFF and returns its name; without a sample function only its header.
 inline std::string WriteRaster(const std::string& file, const FileShape& shape, const Sample& sample) {
     GDALAllRegister();
     auto options = shape.options;
@@ -84,7 +84,8 @@ public:
     std::string Write(const std::string& name, const FileShape& shape, const Sample& sample) const {
         return WriteRaster(*this / name, shape, sample);
     }
-    /// Names of all files in it, hidden ones too, in order, without those that a child process printed to.
+    /// Names of all files in it, including hidden ones, in order, without those that a child process printed
+    /// to.
     [[nodiscard]] std::vector<std::string> List() const {
         std::vector<std::string> names;
         for (const auto& entry : std::filesystem::directory_iterator(path))
@@ -97,7 +98,7 @@ public:
     std::filesystem::path path;
 };
 
-/// All samples of a file, interleaved by pixel; none when it cannot be opened.
+/// All samples of a file, interleaved by pixel; empty when it cannot be opened.
 inline std::vector<unsigned> ReadAll(const std::string& file) {
     GDALDatasetUniquePtr dataset(GDALDataset::Open(file.c_str()));
     if (!dataset) return {};

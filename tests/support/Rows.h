@@ -14,7 +14,7 @@ namespace support {
 
 inline constexpr double infinity = std::numeric_limits<double>::infinity();
 
-/// A heap block of exactly this many random samples, the extremes among them more often than by chance.
+/// A heap block of this many random samples, in which the extremes are more frequent than by chance.
 template <class T>
 std::unique_ptr<T[]> RandomRow(std::size_t samples, std::mt19937& random) {
     auto row = std::make_unique<T[]>(samples);
@@ -25,7 +25,7 @@ std::unique_ptr<T[]> RandomRow(std::size_t samples, std::mt19937& random) {
     return row;
 }
 
-/// Widths of rows, in pixels, around the vectors and the blocks that kernels work in.
+/// Widths of rows, in pixels, around the sizes of the vectors and blocks that kernels use.
 inline std::vector<std::size_t> KernelWidths() {
     std::vector<std::size_t> widths = {127, 128, 129, 133, 134, 255, 256, 257, 261, 262, 1000};
     for (std::size_t width = 0; width <= 67; ++width)
@@ -33,7 +33,7 @@ inline std::vector<std::size_t> KernelWidths() {
     return widths;
 }
 
-/// `actual` is `expected`; tells the first sample that differs.
+/// Checks that `actual` equals `expected`; reports the first sample that differs.
 template <class T>
 void ExpectSameRow(const T* actual, const T* expected, std::size_t samples, const std::string& what) {
     const std::size_t at =

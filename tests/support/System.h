@@ -11,13 +11,13 @@
 #include <unistd.h>
 #endif
 
-/// What tests ask of the system they run on.
+/// What tests need from the operating system.
 namespace support {
 
 #if defined(_WIN32)
 inline constexpr bool isWindows = true;
 inline std::string ProcessNumber() { return std::to_string(_getpid()); }
-/// Null takes the variable away.
+/// Null removes the variable.
 inline void SetVariable(const char* name, const char* value) { _putenv_s(name, value ? value : ""); }
 struct OrdinaryUser {
     [[nodiscard]] bool IsBack() const { return true; }
@@ -28,7 +28,7 @@ inline std::string ProcessNumber() { return std::to_string(getpid()); }
 inline void SetVariable(const char* name, const char* value) {
     static_cast<void>(value ? setenv(name, value, 1) : unsetenv(name));
 }
-/// Makes this an ordinary user, since nothing is read-only for root, until IsBack is asked.
+/// Makes this an ordinary user until IsBack is called, since nothing is read-only for root.
 struct OrdinaryUser {
     [[nodiscard]] bool IsBack() const { return !root || seteuid(0) == 0; }
     const bool root = geteuid() == 0 && seteuid(65534) == 0;

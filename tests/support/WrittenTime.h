@@ -9,7 +9,8 @@
 
 namespace support {
 
-/// Has a file last written then, in steps of 100 ns. The standard library sets whole seconds on Windows.
+/// Sets the modification time of a file, in steps of 100 ns. On Windows the standard library sets only whole
+/// seconds.
 inline void SetWritten(const std::filesystem::path& file,
                        std::chrono::sys_time<std::chrono::nanoseconds> time) {
 #if defined(_WIN32)

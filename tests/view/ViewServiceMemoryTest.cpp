@@ -1,4 +1,4 @@
-// Memory that is refused in the middle of what the host wing is asked for, by every door to it.
+// Memory refused in the middle of operations of the host wing, through every door.
 #include "view/ViewService.h"
 
 #include "capi/pansharp.h"
@@ -31,7 +31,7 @@ using namespace testfiles;
 using allocations::Fault;
 using rasterhost::Status;
 
-/// Where code lies: this project's, and the standard library's, which allocates for whom it is called by.
+/// The addresses of code: this project's, and the standard library's, which allocates for its callers.
 struct Places {
     struct Range {
         std::uintptr_t begin, end;
@@ -60,9 +60,10 @@ struct Places {
 
 Places places;
 
-/// std::filesystem of GCC ends the program where memory is refused to it: it promises to throw nothing.
+/// GCC's std::filesystem ends the program when memory is refused, since some of its functions promise not to
+/// throw.
 bool IsOfFileSystem(const void* place) {
-    static std::array<std::pair<const void*, bool>, 1024> known; // to look for a name takes long
+    static std::array<std::pair<const void*, bool>, 1024> known; // looking up a name takes long
     for (auto& [address, answer] : known) {
         if (address == place) return answer;
         if (address) continue;
@@ -74,7 +75,7 @@ bool IsOfFileSystem(const void* place) {
     return true;
 }
 
-/// GDAL's own allocations are GDAL's own to answer for.
+/// GDAL is responsible for its own allocations.
 bool IsOwn(const void* caller) {
     if (!Places::Has(places.standard, caller)) return Places::Has(places.own, caller);
     const void* frames[16];
@@ -86,7 +87,7 @@ bool IsOwn(const void* caller) {
     return false;
 }
 
-/// A call that one allocation fails in. True with what it gave, or false with a reason in the status.
+/// A call in which one allocation fails. True with its result, or false with a reason in the status.
 class Doors {
 public:
     Doors() {
@@ -97,7 +98,7 @@ public:
         request.multispectral = {
             {folder.Write("ms.tif", {40, 32, 3, GDT_Byte, Grid(40.0), "EPSG:32630"}, value), {}}};
         request.output = folder / "scene.pansharp";
-        request.threads = 1; // a fault is this thread's
+        request.threads = 1; // faults affect only this thread
         rasterhost::SharpenReport report;
         rasterhost::SceneRecord record;
         Status status;
@@ -227,7 +228,7 @@ public:
     }
 
 private:
-    /// The files as a server has them that sends whole ones.
+    /// The files as a server delivers them that sends only whole files.
     [[nodiscard]] view::HttpReply Serve(const std::string& target) const {
         view::HttpReply reply;
         reply.headers = {{"Connection", "close"}};
@@ -243,7 +244,7 @@ private:
             text += static_cast<char>(sample);
         return text;
     }
-    /// A door may not throw, except for one whose caller makes a refusal of it.
+    /// A door must not throw, except to a caller that turns the exception into a refusal.
     template <class Call>
     static bool Try(long before, const Call& call, const std::function<const char*()>& reason = {},
                     bool mayThrow = false) {
@@ -271,7 +272,7 @@ constexpr long none = 1'000'000'000;
 
 enum class End { Done, NotReached, Failed, Terminated };
 
-/// A fault in a process of its own, which the JSON library may end: its destructor needs memory.
+/// A fault in a separate process, since the JSON library may end it: its destructor needs memory.
 template <class Call>
 End InChild(const Call& call) {
     std::fflush(nullptr);
@@ -289,7 +290,7 @@ End InChild(const Call& call) {
 
 TEST(Memory, NoAllocationThatFailsLeavesADoorAsAnException) {
     Doors doors;
-    const char* every = std::getenv("PANSHARP_FAULTS_EVERY"); // 1 for all of them, which take an hour
+    const char* every = std::getenv("PANSHARP_FAULTS_EVERY"); // 1 for all, which takes an hour
     const long stride = every ? std::max(std::atol(every), 1L) : 499;
     for (const auto& [name, door] :
          {std::pair("sharpen", &Doors::Sharpen), std::pair("info", &Doors::Inform),

@@ -22,7 +22,7 @@ using rasterhost::SharpenRequest;
 
 constexpr int panSize = 300;
 
-/// A pair of 16 bits at the ratio 4 that lacks data in a corner.
+/// A pair of 16 bits at ratio 4 that lacks data in a corner.
 SharpenRequest WritePair(const Folder& folder) {
     SharpenRequest request;
     request.plugin = PANSHARP_PLUGIN_FILE;
@@ -36,11 +36,11 @@ SharpenRequest WritePair(const Folder& folder) {
          {}}};
     request.output = folder / "fused.tif";
     request.overwrite = true;
-    request.threads = 1; // of the command: ThreadSanitizer does not see how oneTBB hands its work round
+    request.threads = 1; // of the command: ThreadSanitizer does not understand oneTBB's scheduling
     return request;
 }
 
-/// What comes back for bytes that are sent, until the server has closed or said all.
+/// Sends bytes and returns what comes back, until the server closes or has sent everything.
 std::string Ask(std::uint16_t port, const std::string& bytes) {
     const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address{};
@@ -58,7 +58,7 @@ std::string Ask(std::uint16_t port, const std::string& bytes) {
     return reply;
 }
 
-/// A scene that is served as people see it.
+/// A scene that is served as users see it.
 class ViewServiceTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -155,7 +155,7 @@ TEST_F(ViewServiceTest, WhatIsWrongIsRefusedInWords) {
     EXPECT_EQ(Get("/tiles/0/0/0.jpg", "Host: localhost\r\nIf-None-Match: " + known).substr(9, 3), "304");
 }
 
-/// A tile at full size has what the command writes there, whatever is asked for; so has a window as a file.
+/// A tile at full size has what the command writes there, for any look; so has a window as a file.
 TEST_F(ViewServiceTest, FullSizeHasTheBytesOfTheCommand) {
     const auto check = [&](const std::string& query) {
         SCOPED_TRACE(query);
@@ -183,7 +183,7 @@ TEST_F(ViewServiceTest, FullSizeHasTheBytesOfTheCommand) {
     check("method=brovey&weights=0.1,0.2,0.3,0.4&bands=4,2&sampling=bilinear");
 }
 
-/// An infrared band is weighed or left out, whatever the look.
+/// An infrared band is weighed or left out, as the look requires.
 TEST_F(ViewServiceTest, AnInfraredBandDisturbsNoLook) {
     const std::string file = request.multispectral[0].file;
     request.multispectral = {{file, 1}, {file, 2}, {file, 3}};
@@ -194,7 +194,7 @@ TEST_F(ViewServiceTest, AnInfraredBandDisturbsNoLook) {
         (void)Body("/tiles/0/0/0.png" + std::string(look));
 }
 
-/// Neither windows nor fits take what is needed for others, and the command names what the scene came from.
+/// Neither windows nor fits take resources that others need, and the command names where the scene came from.
 TEST_F(ViewServiceTest, WindowsShareMemoryAndUnwantedFitsAreGivenUp) {
     request.product = "a b.zip";
     Serve();
@@ -227,8 +227,8 @@ TEST_F(ViewServiceTest, WindowsShareMemoryAndUnwantedFitsAreGivenUp) {
     }
 }
 
-/// Clients that come and go, want this and that, and say nothing or half of it, leave it answering; and it
-/// ends with some there.
+/// Clients that come and go, send anything, nothing or half a request, do not stop it from answering; and it
+/// can end while some are connected.
 TEST_F(ViewServiceTest, SilentAndGoneClientsAreSurvived) {
     const std::string wanted[] = {
         "tiles/1/0/0.jpg?stretch=3", "tiles/0/0/0.png?method=kova",    "tiles/1/1/1.raw?method=injection",

@@ -1,4 +1,4 @@
-// A raster process of its own on the base class that the plug-in exports.
+// A separate raster process, derived from the base class that the plug-in exports.
 
 #include "plugin/RasterProcess.h"
 
@@ -9,7 +9,7 @@ using namespace KOVA::Tessara;
 
 namespace {
 
-/// One row of as many pixels as the process has properties.
+/// One row, with one pixel per property of the process.
 class Counter : public Pixmere::RasterProcess {
 public:
     int SetProperties(const Global::NameValueMap*) override { return 0; }

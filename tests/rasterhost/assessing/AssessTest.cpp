@@ -13,8 +13,8 @@ using testing::HasSubstr;
 
 namespace {
 
-/// 100 a pan pixel across, 130 down, whatever the grid: a Gaussian leaves it as it is, at the centre of its
-/// kernel, so that a kernel off by a hundredth of a pixel shows.
+/// 100 per pan pixel across and 130 down, on any grid. A Gaussian leaves this ramp unchanged at the centre of
+/// its kernel, so a kernel that is off by a hundredth of a pixel is noticed.
 testfiles::Sample Ramp(double pixel, double left, double top) {
     return [=](int column, int row, int band) {
         const double x = left + (column + 0.5) * pixel, y = top + (row + 0.5) * pixel;
@@ -79,7 +79,7 @@ TEST(Assess, LeavesOutWhatHasNoData) {
         return static_cast<unsigned>(10 + column % 7 + row % 5);
     };
     const auto truth = folder.Write("truth.tif", {40, 40, 2, GDT_Byte, grid, {}}, value);
-    // A block of 200 is wrong, but for the value that means no data in it; elsewhere 1 is added.
+    // A block has the wrong value 200, except for the value for no data in it; elsewhere 1 is added.
     const auto fused =
         folder.Write("fused.tif", {40, 40, 2, GDT_Byte, grid, {}}, [&](int column, int row, int band) {
             return column < 9 && row < 9 ? 200u : value(column, row, band) + 1;

@@ -18,7 +18,7 @@ using testfiles::Folder;
 
 namespace {
 
-/// 100 a pan pixel across: see AssessTest.
+/// 100 per pan pixel across: see AssessTest.
 unsigned Ramp(double x, double y) { return static_cast<unsigned>(3000.5 + 10.0 * x + 100.0 * y); }
 
 CompareReport Try(const std::string& pan, const std::string& ms, const std::string& keep = {}) {
@@ -50,7 +50,7 @@ struct Kept {
         EXPECT_TRUE(image->Read({0, 0, columns, rows}, bytes, status));
         EXPECT_TRUE(image->ReadValid({0, 0, columns, rows}, bytes, valid.data(), status));
     }
-    /// How many have data; checks that each is within 1 of a function of its column and row.
+    /// The number of samples with data. Checks that each is within 1 of a function of its column and row.
     template <class Function>
     std::size_t Check(const Function& expected) const {
         std::size_t count = 0;
@@ -66,7 +66,7 @@ struct Kept {
 
 } // namespace
 
-/// Grids half a pixel apart, a ratio that is not whole, and a scene so wide that windows are taken of it.
+/// Grids half a pixel apart, a ratio that is not whole, and a scene so wide that only windows of it are used.
 TEST(Compare, DegradesPanOntoTheMultispectralGrid) {
     const struct {
         double ratio, right, below;
@@ -118,7 +118,7 @@ TEST(Compare, DegradesPanOntoTheMultispectralGrid) {
 
 TEST(Compare, NamesTheBestAndWhenNoneBeatsPlainUpsampling) {
     const Folder folder;
-    // Blocks of 4 pan pixels: much that the bands have in common and something of each one's own.
+    // Blocks of 4 pan pixels: much that the bands have in common, and some of each band's own.
     const auto band = [](int column, int row, int b) {
         const int x = column / 4, y = row / 4;
         return unsigned(200 + (x * 37 + y * 101) % 17 * 10 * (b + 2) +

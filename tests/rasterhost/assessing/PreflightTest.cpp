@@ -22,7 +22,7 @@ Findings Look(SharpenRequest request) {
     return findings;
 }
 
-// What it says that a run would do is what the run does.
+// What it predicts for a run is what the run does.
 TEST(Preflight, SaysWhatARunWouldDo) {
     const Folder folder;
     const KnownPair pair{1, 4, {0.2, 0.5, 0.25, 0.1}, 80};
@@ -37,7 +37,7 @@ TEST(Preflight, SaysWhatARunWouldDo) {
         ms->GetRasterBand(1)->SetNoDataValue(7);
     }
     const Outcome run = RunWell(request);
-    request.output.clear(); // it is not looked at
+    request.output.clear(); // not checked
     const auto [works, report, status] = Look(request);
     ASSERT_TRUE(works) << status.ToText();
     EXPECT_EQ(report.effectiveWeights, run.report.effectiveWeights);
@@ -56,9 +56,9 @@ TEST(Preflight, SaysWhatARunWouldDo) {
     ASSERT_TRUE(report.shift);
     EXPECT_LT(report.shift->GetLength(), 0.05);
     EXPECT_EQ(report.warnings, run.report.warnings);
-    request.hasPreview = true; // 16 numbers a pixel
+    request.hasPreview = true; // 16 numbers per pixel
     EXPECT_GT(Look(request).report.memoryBytes, report.memoryBytes + 320u * 320u * 8u * 8u);
-    request.hasPreview = false; // windows are rows of tiles as they are written; a low-pass reaches over more
+    request.hasPreview = false; // windows are rows of tiles when written; a low-pass needs more rows
     request.creationOptions = {"BLOCKYSIZE=64"};
     const std::uint64_t lowTiles = Look(request).report.memoryBytes;
     EXPECT_LT(lowTiles, report.memoryBytes);
@@ -91,10 +91,10 @@ TEST(Preflight, WarnsOfTheGravestFirstAndPutsItRight) {
     const auto right = Look(request).report;
     ASSERT_TRUE(right.shift);
     EXPECT_LT(right.shift->GetLength(), 0.05);
-    EXPECT_THAT(right.warnings, testing::ElementsAre(HasSubstr("band 4"))); // nothing else is wrong now
+    EXPECT_THAT(right.warnings, testing::ElementsAre(HasSubstr("band 4"))); // there is no other warning now
 }
 
-// A run that would fail: the same words, and what was found until then.
+// A run that would fail: the same message, and what was found until then.
 TEST(Preflight, FailsAsTheRunWould) {
     const Folder folder;
     const SharpenRequest good = KnownPair{1, 4, {0.2, 0.5, 0.25, 0.1}, 20}.Write(folder);
@@ -116,7 +116,7 @@ TEST(Preflight, FailsAsTheRunWould) {
     }
 }
 
-// The corner of the multispectral image lies at (-1.5, -0.5) pan pixels, however the file tells where it is.
+// The corner of the multispectral image lies at (-1.5, -0.5) pan pixels, however the file gives its position.
 TEST(Preflight, FindsTheHalfPixelHoweverItIsTold) {
     const Folder folder;
     const auto flat = [](int, int, int) { return 9u; };
@@ -140,7 +140,7 @@ TEST(Preflight, FindsTheHalfPixelHoweverItIsTold) {
     }
 }
 
-// Pan within one multispectral pixel: nothing was seen, and nothing is said of what was seen.
+// Pan within one multispectral pixel: nothing could be sampled, and nothing is reported about it.
 TEST(Preflight, SaysNothingOfWhatItDidNotSee) {
     const Folder folder;
     const auto flat = [](int, int, int) { return 9u; };

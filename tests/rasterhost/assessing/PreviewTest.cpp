@@ -9,7 +9,7 @@ using testfiles::Folder;
 
 TEST(Preview, ShowsPanUpsampledAndFusedSideBySide) {
     const Folder folder;
-    // One bright pan pixel, at column 590 and row 40, on an even ground.
+    // One bright pan pixel, at column 590 and row 40, on a uniform background.
     const auto pan =
         folder.Write("pan.tif", {600, 550, 1, GDT_Byte, testfiles::Grid(1.0, 0.0, 0.0), {}},
                      [](int column, int row, int) { return column == 590 && row == 40 ? 200u : 50u; });
@@ -50,7 +50,7 @@ TEST(Preview, ShowsPanUpsampledAndFusedSideBySide) {
     EXPECT_THAT(support::StatusText(status), testing::HasSubstr("x 40 to 600, y -550 to -20"));
 }
 
-// Bands of different brightness make a grey picture all the same.
+// Bands of different brightness still give a grey picture.
 TEST(Preview, StretchesEveryColourByItself) {
     const Folder folder;
     const auto ground = [](int column, int row, int band) {

@@ -30,7 +30,7 @@ RasterInfo Describe(std::uint32_t columns, std::uint32_t rows, std::uint32_t ban
     return info;
 }
 
-/// Pan, and a multispectral image that ends within it on the right and below, half a pixel off.
+/// Pan, and a multispectral image that ends within it on the right and below, displaced by half a pixel.
 class Detail : public testing::Test {
 protected:
     const RasterInfo panInfo = Describe(157, 211, 1, 15.0, 500000.0, 4000000.0);
@@ -95,7 +95,7 @@ protected:
                 const auto& [a, b] = request.gains[band];
                 const double g = std::min(b == 0.0 ? a : a + b * q, 2.0 * q);
                 const double value = own + g * (pan[pixel] - static_cast<double>(smooth[pixel]));
-                // Pan reaches up to one pixel beyond the bands; further out there is nothing.
+                // Pan counts up to one pixel beyond the bands; further out there is no data.
                 const std::size_t row = pixel / 157;
                 const double x = (static_cast<double>(pixel % 157) + 0.5) / 2.0 + 17.5 / 30.0;
                 const double y = (static_cast<double>(row) + 0.5) / 2.0 + 0.75;
@@ -111,7 +111,7 @@ protected:
     SharpenRequest request;
 };
 
-// Whatever the windows; the low-pass goes on where the bands end, and each band has its own gains.
+// For any windows: the low-pass continues where the bands end, and each band has its own gains.
 TEST_F(Detail, IsThatOfPanOverItsLowPass) {
     std::vector<unsigned> expected;
     for (const std::uint32_t windowRows : {0u, 1u, 7u, 211u}) {
@@ -130,7 +130,7 @@ TEST_F(Detail, IsThatOfPanOverItsLowPass) {
         ASSERT_EQ(part[i], expected[((i / 160 + 10) * 157 + 10) * 2 + i % 160]);
 }
 
-// A gap in pan takes itself away and nothing around it, whatever the windows.
+// A gap in pan affects only itself and nothing around it, for any windows.
 TEST_F(Detail, LacksWhatPanAndBandsLack) {
     request.noData = 0;
     request.method = "kova";

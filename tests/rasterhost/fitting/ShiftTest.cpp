@@ -10,7 +10,7 @@ namespace {
 using namespace testfiles;
 using namespace rasterhost;
 
-// In twentieths of a multispectral pixel: the content lies right of and below its place where positive.
+// In twentieths of a multispectral pixel; positive means displaced to the right and down.
 TEST(Shift, IsFoundToATwentieth) {
     const std::pair<int, int> cases[] = {{6, -9}, {-25, 21}, {0, 0}};
     for (const auto& [right, below] : cases) {
@@ -33,7 +33,7 @@ TEST(Shift, IsFoundToATwentieth) {
     }
 }
 
-// Zeros that nobody declared would tell another shift, or none.
+// Undeclared zeros would give another shift, or none.
 TEST(Shift, IsTakenBackWhereThereAreCollars) {
     const Folder folder;
     auto request = KnownPair{5, 20, {0.2, 0.5, 0.25, 0.0}, 64, 6, -9}.Write(folder);
@@ -51,7 +51,7 @@ TEST(Shift, IsTakenBackWhereThereAreCollars) {
     EXPECT_NE(said.find("displaced by (0.30, -0.45)"), std::string::npos) << said;
 }
 
-// Further off than is looked, or of something else: nothing is made up.
+// Beyond the search range, or of another scene: no shift is reported.
 TEST(Shift, IsNotMadeUp) {
     const Folder folder;
     Status status;

@@ -12,11 +12,11 @@ using namespace testfiles;
 using namespace rasterhost;
 using testing::HasSubstr;
 
-// Ratio 4, and 2.5, where a multispectral pixel ends within a pan pixel.
+// Ratio 4, and ratio 2.5, where a multispectral pixel ends within a pan pixel.
 TEST(WeightFit, FindsTheWeightsThatPanWasMadeWith) {
     const struct {
         KnownPair pair;
-        bool isBelowZero; ///< the last weight, which is then 0 at best and changes the others
+        bool isBelowZero; ///< the last weight, which then becomes 0 and changes the others
     } cases[] = {{{1, 4, {0.2, 0.5, 0.25, 0.1}}, false},
                  {{2, 5, {0.1, 0.3, 0.6, 0.05}}, false},
                  {{1, 4, {0.4, 0.4, 0.4, -0.15}}, true}};
@@ -65,7 +65,7 @@ TEST(WeightFit, IsTheSameForAnyWindowAndThreadsAndAsTheInfraredBand) {
     EXPECT_EQ(merged.report.infraredWeight, first.report.effectiveWeights[3]);
     EXPECT_EQ(merged.report.fit->infraredCorrelation, first.report.fit->correlations[3]);
     EXPECT_EQ(ReadAll(request.output), pixels);
-    request.infraredWeight = 0.2; // stays, and the others make up for it
+    request.infraredWeight = 0.2; // fixed, so the others compensate
     merged = RunSharpen(request);
     EXPECT_EQ(merged.report.infraredWeight, 0.2);
     EXPECT_NE(merged.report.effectiveWeights[0], first.report.effectiveWeights[0]);
@@ -73,7 +73,7 @@ TEST(WeightFit, IsTheSameForAnyWindowAndThreadsAndAsTheInfraredBand) {
     EXPECT_STREQ(fused->GetMetadataItem("FitSamples"), "14400");
 }
 
-// A quarter of the scene is of something else. Left out it does no harm.
+// A quarter of the scene is something else. If it is left out, it does no harm.
 TEST(WeightFit, LeavesOutPixelsWithoutDataAndSaturatedOnes) {
     for (const char* what : {"nodata", "saturated pan", "bit depth"}) {
         SCOPED_TRACE(what);
@@ -143,7 +143,7 @@ TEST(WeightFit, SaysWhatIsWrong) {
             EXPECT_EQ(outcome.report.effectiveWeights, std::vector<double>(4, 0.25));
         }
     }
-    SharpenRequest raw = good; // raw weights are somebody's own choice
+    SharpenRequest raw = good; // raw weights are the user's own choice
     raw.properties = {{"bandweight-2", "0.5"}};
     EXPECT_EQ(RunSharpen(raw).report.effectiveWeights, (std::vector<double>{0.25, 0.5, 0.25, 0.25}));
 }

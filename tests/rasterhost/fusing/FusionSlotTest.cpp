@@ -6,8 +6,8 @@ namespace {
 
 using namespace testfiles;
 
-// Pixels are those of the whole scene, whatever window they are fused in and after which other: across gaps
-// in pan, across the edges of the bands and beyond them.
+// Pixels are those of the whole scene, whichever window they are fused in and whichever came before: across
+// gaps in pan, across the edges of the bands and beyond them.
 TEST(FusionSlot, ReadsAnyWindow) {
     constexpr std::uint32_t columns = 157, rows = 211, bands = 3, across = 50, down = 38;
     const Folder folder;

@@ -11,9 +11,9 @@ using rasterhost::SharpenRequest;
 using testing::HasSubstr;
 
 constexpr int columns = 200, rows = 150, msColumns = 60, msRows = 50;
-constexpr double step = 100.0; ///< samples a source pixel
+constexpr double step = 100.0; ///< samples per source pixel
 
-/// Two grids, the exact way between them, and a source whose bands tell column and row.
+/// Two grids, the exact transform between them, and a source whose bands encode column and row.
 struct GridPair {
     const char* name;
     std::array<double, 6> pan, ms;
@@ -53,7 +53,7 @@ struct GridPair {
         file->SetGCPs(4, points.data(), &reference);
         return request;
     }
-    /// Where the centre of a pan pixel lies between the centres of the source.
+    /// The position of the centre of a pan pixel, between the centres of the source.
     [[nodiscard]] std::pair<double, double> Position(OGRCoordinateTransformation* way, int c, int r) const {
         double x = pan[0] + (c + 0.5) * pan[1] + (r + 0.5) * pan[2];
         double y = pan[3] + (c + 0.5) * pan[4] + (r + 0.5) * pan[5];
@@ -107,9 +107,9 @@ const GridPair pairs[] = {
      "EPSG:4326"},
 };
 
-// Every pixel lies where the exact transform says, to 1/100 source pixel and the rounding of a sample; data
-// reach one source pixel beyond the source; windows, threads and parts change nothing, and pan's position is
-// kept.
+// Every pixel is where the exact transform puts it, to 1/100 source pixel plus the rounding of a sample. Data
+// reach one source pixel beyond the source. Windows, threads and parts make no difference, and pan's position
+// is kept.
 TEST(SharpenGrid, EveryPixelIsAtItsPlace) {
     for (const GridPair& pair : pairs) {
         SCOPED_TRACE(pair.name);
@@ -170,7 +170,7 @@ TEST(SharpenGrid, TheIntersectionIsWhatLiesOnAll) {
         request.overwrite = request.onlyIntersection = true;
         const Outcome outcome = RunWell(request);
         EXPECT_EQ(outcome.report.pixelsWithoutData, 0u);
-        // Centres from column 10 and row 20 on lie exactly on the corner's edge or within.
+        // Centres from column 10 and row 20 on lie exactly on the corner's edge or inside.
         ASSERT_EQ(std::pair(outcome.report.columns, outcome.report.rows), std::pair(190u, 130u));
         std::vector<unsigned> cut;
         for (int r = 20; r < rows; ++r)
@@ -180,7 +180,7 @@ TEST(SharpenGrid, TheIntersectionIsWhatLiesOnAll) {
     }
 }
 
-// Content that lies right of and below its place is looked for there, whether or not the grids run along.
+// Content that is displaced to the right and down is sampled there, whether or not the grids are parallel.
 TEST(SharpenGrid, AShiftIsMovedBack) {
     for (const int which : {0, 6}) {
         const Folder folder;
@@ -205,7 +205,7 @@ TEST(SharpenGrid, TheSameCornerForgetsThePositions) {
               static_cast<unsigned>(1003 + std::floor(step * (100.5 * msColumns / columns - 0.5) + 0.5)));
 }
 
-// Without positions: as if the images had those that put the centres of their first pixels together.
+// Without positions: as if the images had positions that make the centres of their first pixels coincide.
 TEST(SharpenGrid, FirstCentresCoincideWhereTheSizesAllowIt) {
     const Folder folder;
     const auto write = [&](bool isPlaced, int panColumns) {

@@ -37,7 +37,7 @@ struct InfraredScene {
 };
 
 // The infrared band counts as the last multispectral one: as one more band that is not written it gives the
-// same.
+// same result.
 TEST(SharpenInfrared, EqualsOneMoreBandThatIsNotWritten) {
     const InfraredScene scene;
     for (const PansharpMethod& method : testfiles::Methods())
@@ -63,7 +63,7 @@ TEST(SharpenInfrared, EqualsOneMoreBandThatIsNotWritten) {
             }
 }
 
-// IHS takes band index 3 for the infrared one, so bands beyond the three colours must not stand before it.
+// IHS takes band index 3 as infrared, so bands beyond the three colours must not come before it.
 TEST(SharpenInfrared, IhsTakesItForTheFourthBandHoweverManyThereAre) {
     const InfraredScene scene;
     auto three = scene.Request("IHS", {3, 2, 1}, 4);

@@ -12,7 +12,7 @@ using rasterhost::SharpenRequest;
 using testing::HasSubstr;
 
 constexpr int ratio = 4, msColumns = 40, msRows = 30, columns = msColumns * ratio, rows = msRows * ratio;
-constexpr double step = 200.0; // a pixel of the source, in samples
+constexpr double step = 200.0; // samples per source pixel
 
 /// A hole inside, a slanted collar and single pixels.
 bool IsHole(int c, int r) { return (c >= 12 && c < 19 && r >= 8 && r < 13) || c * 7 + r * 13 == 333; }
@@ -20,7 +20,7 @@ bool IsCollar(int c, int r) { return c + 2 * r < 18 || c - r > 30; }
 
 enum class Kind { Value, OtherBand, Mask, Alpha, Collar, Pan, Infrared, Option, Ignored };
 
-/// A pair whose first multispectral band tells the column and whose second tells the row.
+/// A pair whose first multispectral band encodes the column and whose second encodes the row.
 struct CodedPair {
     CodedPair(const Folder& folder, Kind kind) {
         const bool isCollar = kind == Kind::Collar;
@@ -72,7 +72,7 @@ struct CodedPair {
     SharpenRequest request = MakeRequest();
 };
 
-/// Where the output says that there are data.
+/// The mask of the output.
 std::vector<unsigned char> ReadMask(const std::string& file) {
     GDALDatasetUniquePtr dataset(GDALDataset::Open(file.c_str()));
     std::vector<unsigned char> mask(std::size_t{columns} * rows);
@@ -87,7 +87,7 @@ std::vector<unsigned char> ReadMask(const std::string& file) {
 
 struct Expected {
     bool isValid = false;
-    double column = 0.0, row = 0.0; ///< mean position of the source pixels that take part
+    double column = 0.0, row = 0.0; ///< mean position of the source pixels used
     bool isWhole = false;
 };
 
@@ -116,8 +116,8 @@ Expected At(int c, int r, Kind kind) {
     return at;
 }
 
-// Each kind of no data against its mask; every valid pixel lies where its neighbours with data lie, to 1/100
-// of a source pixel, beside the gaps too.
+// Each kind of no data is compared with its mask. Every valid pixel lies at the mean position of its
+// neighbours with data, to 1/100 of a source pixel, next to the gaps as well.
 TEST(SharpenNoData, EveryKindLeavesTheOthersInPlace) {
     const struct {
         Kind kind;
@@ -173,7 +173,7 @@ TEST(SharpenNoData, IsDataWhenItIsToBe) {
     EXPECT_EQ(samples[static_cast<std::size_t>((10 * ratio + 1) * columns + 15 * ratio + 1) * 2], 3u);
 }
 
-/// 320 m across, of one value but for one pixel; -9999 means no data.
+/// 320 m wide, with one value everywhere except in one pixel; -9999 means no data.
 std::string WriteOdd(const Folder& folder, const char* name, GDALDataType type, double pixel, double value,
                      double odd) {
     const int size = static_cast<int>(320.0 / pixel);
@@ -198,7 +198,7 @@ TEST(SharpenNoData, SignedSamplesOfZeroAndMoreAreTaken) {
                 testing::AllOf(HasSubstr("bad.tif"), HasSubstr("-5"), HasSubstr("--nodata")));
 }
 
-// Values of -1 to 1 in floating point; what is not a number or declared has no data.
+// Values of -1 to 1 in floating point; NaN and declared values mean no data.
 TEST(SharpenNoData, ScaledSamplesOfAnyType) {
     const Folder folder;
     SharpenRequest request = MakeRequest();
@@ -208,11 +208,11 @@ TEST(SharpenNoData, ScaledSamplesOfAnyType) {
     request.scale = {-1.0, 1.0};
     request.overwrite = true;
     Outcome outcome;
-    // Infinities stand for the largest value when they are taken for data.
+    // Infinities become the largest value if they count as data.
     for (const double odd : {HUGE_VAL, -HUGE_VAL, std::nan("")}) {
         request.multispectral = {{WriteOdd(folder, "ms.tif", GDT_Float32, 20.0, -0.5, odd), {}}};
         outcome = RunWell(request);
-        // Pan's; around one source pixel there are always others.
+        // Pan's pixel; around one source pixel there are always others.
         EXPECT_EQ(outcome.report.pixelsWithoutData, 1u);
         EXPECT_EQ(ReadAll(request.output)[4 * 32 + 4], ReadAll(request.output)[0]);
     }
@@ -224,7 +224,7 @@ TEST(SharpenNoData, ScaledSamplesOfAnyType) {
     // With a weight of 1 the result is pan.
     EXPECT_NEAR(samples[0] * band.GetScale() + band.GetOffset(), -0.25, 2.0 / 65534);
 
-    // Found, the range is that of both inputs and a quarter more, without nodata values and the odd sample.
+    // The range found is that of both inputs plus a quarter, without values for no data and the odd sample.
     fused.reset();
     request.scale.reset();
     request.findScale = true;
@@ -234,7 +234,7 @@ TEST(SharpenNoData, ScaledSamplesOfAnyType) {
     EXPECT_EQ(ReadAll(request.output)[0], 1u + 52427u); // floor(0.8 * 65534 + 0.5)
 }
 
-// Cloud-optimised files and copies have masks, position and all; nothing of the way there is left.
+// Cloud-optimised files and copies have masks, position and everything else; no temporary file is left.
 TEST(SharpenNoData, GoesIntoFormatsThatAreCopied) {
     const Folder folder;
     CodedPair pair(folder, Kind::Collar);
@@ -257,7 +257,7 @@ TEST(SharpenNoData, GoesIntoFormatsThatAreCopied) {
         }
         for (const std::string& name : folder.List())
             EXPECT_THAT(name, testing::AnyOf(testing::StartsWith("copy."), testing::AnyOfArray(before)));
-        // A run that is called off while it copies leaves what was there.
+        // A run that is cancelled while it copies leaves the existing file.
         pair.request.overwrite = true;
         pair.request.progress = [&](double done) { return done < 0.95; };
         const auto names = folder.List();

@@ -8,7 +8,7 @@ using namespace testfiles;
 using rasterhost::SharpenRequest;
 using testing::HasSubstr;
 
-/// Pan and a multispectral image that ends within it, half a pixel off; 12 bits of 16.
+/// Pan, and a multispectral image that ends within it, displaced by half a pixel; 12 bits of 16.
 class Part : public testing::Test {
 protected:
     Part() {
@@ -32,8 +32,8 @@ protected:
     SharpenRequest request = MakeRequest();
 };
 
-// A part has the pixels that the whole has there, whatever the sampling and the windows; its position says
-// where it was cut.
+// A part has the pixels that the whole has there, for any resampling and windows; its position tells where it
+// was cut.
 TEST_F(Part, EqualsTheCutOfTheWhole) {
     const struct {
         std::array<double, 4> sides; ///< left, top, right, bottom
@@ -84,7 +84,7 @@ TEST_F(Part, EqualsTheCutOfTheWhole) {
     }
 }
 
-// The depth is the request's, else the one that the files declare; the file's samples have all 16 bits.
+// The depth is the request's, else the one that the files declare; the file's samples still have 16 bits.
 TEST_F(Part, ResultsKeepToTheBitDepth) {
     const auto run = [&](unsigned depth) {
         const Outcome outcome = RunWell(request);
@@ -107,7 +107,7 @@ TEST_F(Part, ResultsKeepToTheBitDepth) {
     run(12);
 }
 
-// Rational polynomials count pixels from the corner: that of a part is another one.
+// Rational polynomials count pixels from the corner, and a part has another corner.
 TEST_F(Part, CarriesRationalPolynomials) {
     {
         GDALDatasetUniquePtr pan(

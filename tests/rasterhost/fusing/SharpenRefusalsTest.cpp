@@ -13,7 +13,7 @@ using testing::HasSubstr;
 
 unsigned Flat(int, int, int) { return 50; }
 
-/// Files, most of them wrong in one way, and a request that is right.
+/// Files, most of them wrong in one way, and a valid request.
 class Refusals : public testing::Test {
 protected:
     Refusals() {
@@ -26,7 +26,7 @@ protected:
     [[nodiscard]] std::string Make(const char* name, const FileShape& shape) const {
         return folder.Write(name, shape, Flat);
     }
-    /// A request with one thing changed must be refused with these texts, and must leave no file behind.
+    /// A request with one change must be refused with these texts, and must not leave a file.
     void Refuse(const std::function<void(SharpenRequest&)>& change, const std::vector<std::string>& texts) {
         SharpenRequest changed = request;
         change(changed);
@@ -49,7 +49,7 @@ TEST_F(Refusals, TheRequestIsRightOtherwise) {
     EXPECT_TRUE(outcome.report.warnings.empty());
 }
 
-// A file that says what it does not hold costs an error, not the machine.
+// A file that declares more than it holds causes an error and does not exhaust the machine.
 TEST_F(Refusals, WhatIsOnlyDeclared) {
     const auto declare = [this](const char* name, const std::string& sizes, const std::string& transform) {
         const std::string file = folder / name;
@@ -72,7 +72,7 @@ TEST_F(Refusals, WhatIsOnlyDeclared) {
            {"ms.tif", "there are 21 MB", "--window"});
 }
 
-// As the multispectral image, as one more file of it and as the infrared one.
+// As the multispectral image, as one more file of it, and as the infrared image.
 TEST_F(Refusals, InputsThatCannotBeServed) {
     const std::string text = folder / "text.tif", absent = folder / "absent.tif";
     std::ofstream(text) << "no raster";
@@ -167,7 +167,7 @@ TEST_F(Refusals, SettingsThatMakeNoSense) {
         Refuse([&](SharpenRequest& r) { r.noData = value; }, {"cannot mean no data", "from 0 to 255"});
 }
 
-// What would come out without a single pixel of worth is not begun.
+// A run whose result would have no useful pixel is not started.
 TEST_F(Refusals, InputsWithNothingToFuse) {
     const FileShape panShape{40, 40, 1, GDT_Byte, Grid(10.0), "EPSG:32630", 50.0};
     const FileShape msShape{20, 20, 3, GDT_Byte, Grid(20.0), "EPSG:32630", 9.0};
@@ -191,7 +191,7 @@ TEST_F(Refusals, InputsWithNothingToFuse) {
     Refuse(useMs(many), {"4097", "4096", "band=1"});
 }
 
-// What is of little worth is made, and told of.
+// A run whose result is of little use is made, with a warning.
 TEST_F(Refusals, WhatIsOfLittleWorthIsToldOf) {
     const auto pattern = [](int c, int r, int b) {
         return 40u + static_cast<unsigned>((c * 7 + r * 5 + b) % 60);
@@ -257,7 +257,7 @@ TEST_F(Refusals, OutputsThatCannotBe) {
     } cases[] = {{"GTiff", {"BLOCKXSIZE=17"}, {"fused.tif", "cannot be created"}},
                  {"GTiff",
                   {"COMPRESS=DEFLATE", "ZLEVEL=99", "BLOCKXSIZE=17"},
-                  {"17", "TileWidth"}}, // not the mere warning
+                  {"17", "TileWidth"}}, // the error, not the warning before it
                  {"GTiff", {"COMPRESS=NONSENSE"}, {"NONSENSE", "gdalinfo --format GTiff"}},
                  {"GTiff", {"COMPRES=LZW"}, {"COMPRES", "gdalinfo --format GTiff"}},
                  {"COG", {"TILED=YES"}, {"TILED", "gdalinfo --format COG"}}};

@@ -57,7 +57,7 @@ protected:
 using Depths = testing::Types<unsigned char, unsigned short>;
 TYPED_TEST_SUITE(SamplingOracle, Depths);
 
-/// Value of a pan pixel in whole numbers, over (2 * ratio) squared: pan's corner lies `shift2` half pan
+/// The value of a pan pixel in whole numbers, over (2 * ratio) squared. Pan's corner lies `shift2` half pan
 /// pixels from the source's.
 template <class T>
 std::int64_t ExactValue(const CodedImage<T>& source, int ratio, int shift2, int c, int r) {
@@ -81,8 +81,8 @@ std::int64_t ExactValue(const CodedImage<T>& source, int ratio, int shift2, int 
     return upper * (full - y.weight) + lower * y.weight;
 }
 
-// The warper takes any offset between the grids: half a pan pixel as Landsat has, none, more. At ratio 3 with
-// half a pixel its weights are not exactly a half, and it rounds some exact ties down: those alone may
+// The warper supports any offset between the grids: half a pan pixel as in Landsat, none, more. At ratio 3
+// with half a pixel its weights are not exactly one half, and it rounds some exact ties down: only those may
 // differ.
 TYPED_TEST(SamplingOracle, EqualsBilinearWarp) {
     for (const int ratio : {2, 3, 4})

@@ -16,15 +16,15 @@ using rasterhost::Product;
 using testfiles::Folder;
 using testing::HasSubstr;
 
-/// Files with their texts, those without one empty: recognising opens no raster.
+/// Files with their texts; those without are empty, since no raster is opened for recognition.
 using Files = std::vector<std::pair<std::string, std::string>>;
 
 struct Case {
     const char* about;
     Files files;
     const char* asked; ///< below the folder
-    /// What is found: kind, then pan, then bands as "name=file:band", then what is left out after "-"; or
-    /// what is said of it.
+    /// The result: kind, then pan, then bands as "name=file:band", then what is left out after "-"; or the
+    /// message.
     const char* expected;
 };
 
@@ -369,7 +369,7 @@ TEST(FindProduct, KnowsWhatPeopleGet) {
     }
 }
 
-// Archives are read where they lie. Names that lead out of one, and links that go round, change nothing.
+// Archives are read in place. Names that lead out of one, and circular links, make no difference.
 TEST(FindProduct, ReadsArchivesAsDelivered) {
     const Folder folder;
     Make(folder, {{"in/" + l8 + "B8.TIF", ""}, {"in/" + l8 + "B2.TIF", ""}, {l8 + "B4.TIF", ""}});

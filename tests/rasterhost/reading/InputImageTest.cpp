@@ -25,8 +25,8 @@ std::unique_ptr<InputImage> OpenImage(const std::vector<InputBand>& inputs) {
     return image;
 }
 
-// Bands of two files in the order given, some out of the middle of a file: a wrong band or pixel names
-// itself.
+// Bands of two files in the given order, some from the middle of a file. Samples encode their position, so a
+// wrong band or pixel is noticed.
 TEST(InputImage, ServesBandsOfSeveralFilesInOrder) {
     const Folder folder;
     const FileShape shape{30, 40, 3, GDT_UInt16, Grid(2.0), {}};
@@ -50,7 +50,7 @@ TEST(InputImage, ServesBandsOfSeveralFilesInOrder) {
     EXPECT_EQ(raster.SetWindow(0, 0, 31, 1), 0); // past the last column
 }
 
-// A process sets the window that the host has read already, on another thread: no file may be touched then.
+// A process sets, on another thread, the window that the host has read already: no file may be accessed then.
 TEST(InputImage, SameWindowIsNotReadAgain) {
     const Folder folder;
     const std::string file = folder.Write("a.tif", {2000, 400, 1, GDT_Byte, {}, {}},
@@ -59,19 +59,19 @@ TEST(InputImage, SameWindowIsNotReadAgain) {
     SourceRaster raster(*image);
     ASSERT_EQ(raster.SetWindow(0, 10, 2000, 20), 1);
     const unsigned char* row = raster.GetRow(15);
-    std::filesystem::resize_file(file, 100000); // rows from some 50 on are gone
+    std::filesystem::resize_file(file, 100000); // rows from about 50 on are gone
     EXPECT_EQ(raster.SetWindow(0, 10, 2000, 20), 1);
     EXPECT_EQ(raster.GetRow(15), row);
     EXPECT_EQ(row[3], 18);
     EXPECT_EQ(raster.SetWindow(0, 300, 2000, 310), 0);
     ASSERT_EQ(raster.GetStatus().GetCount(), 1u);
     EXPECT_THAT(raster.GetStatus().GetItem(0).message, testing::HasSubstr(file));
-    EXPECT_EQ(raster.GetRow(15), nullptr); // the buffer may hold anything now
+    EXPECT_EQ(raster.GetRow(15), nullptr); // the contents of the buffer are undefined now
     EXPECT_EQ(raster.SetWindow(0, 10, 2000, 20), 1);
     EXPECT_EQ(raster.GetRow(15)[3], 18);
 }
 
-// A second reader has files of its own, the same samples and masks; of another file it is refused.
+// A second reader has files of its own, and the same samples and masks. For another file it is refused.
 TEST(InputImage, IsOpenedAgainByItsDescription) {
     const Folder folder;
     const FileShape shape{30, 40, 3, GDT_UInt16, Grid(2.0), {}};
@@ -91,8 +91,8 @@ TEST(InputImage, IsOpenedAgainByItsDescription) {
     EXPECT_THAT(status.ToText(), testing::HasSubstr("has changed"));
 }
 
-// 'x' has samples other than 0; what is to count as collar is '.', zeros that are data are 'o'. The long way
-// round tells a search by rows alone from one that joins areas.
+// 'x' are samples other than 0; '.' are zeros of the collar; 'o' are zeros that are data. The winding path
+// distinguishes a search by rows from one that joins areas.
 TEST(ZeroCollar, HangsTogetherWithTheEdge) {
     const std::vector<std::string> pictures[] = {
         {"xxxxx", "xoxox", "xxxxx"},
@@ -102,7 +102,7 @@ TEST(ZeroCollar, HangsTogetherWithTheEdge) {
         {"xxxxxx", "xox.xx", "xxx.ox", "xxx.xx"},
     };
     for (auto picture : pictures) {
-        if (picture[0] == "xxxxxx") picture[2][4] = '.'; // a side, not a corner, joins it
+        if (picture[0] == "xxxxxx") picture[2][4] = '.'; // connected by a side, not by a corner
         const auto columns = static_cast<std::uint32_t>(picture[0].size());
         const auto rows = static_cast<std::uint32_t>(picture.size());
         ZeroCollar::Finder finder(columns, 2);

@@ -5,7 +5,7 @@
 
 #include <gmock/gmock.h>
 
-// The strips end where the file ends. Of one that is said to have fewer bytes, the last is not there.
+// The strips end where the file ends. If the file is said to be shorter, its last strip is missing.
 TEST(NetworkFile, RangesLieInTheFile) {
     const testfiles::Folder folder;
     const std::string file =

@@ -21,7 +21,7 @@ nginx = shutil.which("nginx", path=os.environ["PATH"] + ":/usr/sbin")
 if not nginx or not shutil.which("gdal_translate"):
     raise SystemExit("SKIPPED: nginx or gdal_translate is missing (scripts/setup --network installs them)")
 
-# Beyond the first bytes, which the header lies in, a place may fail always or now and then.
+# Beyond the first bytes, which contain the header, a location may fail always or now and then.
 configuration = """user root; daemon off; pid pid; error_log error.log; worker_processes 1;
 events {}
 http {
@@ -42,7 +42,7 @@ http {
 
 
 class Storage(http.server.BaseHTTPRequestHandler):
-    """Buckets of objects: of 'denied' nobody gets anything, 'unsure' does not tell what it has. All are busy when first asked."""
+    """Buckets of objects: those in 'denied' cannot be read, and 'unsure' does not tell what it has. All are busy at the first request."""
     protocol_version, objects, asked = "HTTP/1.1", {}, set()
 
     def answer(self, code, body=b""):
@@ -76,7 +76,7 @@ class Storage(http.server.BaseHTTPRequestHandler):
 
 
 def write_pair(name, size, bands, pixel):
-    """A COG, and in 'w_' + name a TIFF placed by a file beside it, two pixels to the east."""
+    """A COG, and in 'w_' + name a TIFF whose position comes from a file beside it, two pixels to the east."""
     pathlib.Path("raw").write_bytes(random.Random(size).randbytes(size * size * bands))
     pathlib.Path("raw.hdr").write_text(f"ENVI\nsamples = {size}\nlines = {size}\nbands = {bands}\ndata type = 1\ninterleave = bsq\n")
     for west, target, options in [(500000, name, ["-of", "COG", "-co", "BLOCKSIZE=128", "-a_srs", "EPSG:32631"]),
@@ -135,18 +135,18 @@ class NetworkFile(unittest.TestCase):
             raster = [subprocess.run(["gdalinfo", "-checksum", "-nomd", name], capture_output=True, text=True, check=True).stdout
                       for name in ("w_x.tif" if "/w_x" in names[0] else "x.tif", f"{number}.tif")]
             self.assertEqual(*(re.findall("Checksum=.*|Origin.*", text) for text in raster), inputs)
-            if number == 0:  # the many files that may lie beside a TIFF are not asked for
+            if number == 0:  # files that might lie beside a TIFF are not requested
                 log = pathlib.Path("access.log").read_text()
                 self.assertLess(log.count(" 404 "), 9)
-                # What is read ahead is read once: by fits and windows alike.
+                # What is read ahead is read only once, for fits as for windows.
                 sent = sum(int(size) for size in re.findall(r" 206 (\d+) ", log))
                 self.assertLess(sent, 1.2 * sum(file.stat().st_size for file in pathlib.Path("data").glob("x*.tif")))
-        # A server lists no folder: metadata name the files.
+        # A server does not list folders: metadata name the files.
         pathlib.Path("data/x_MTL.txt").write_text("GROUP = A\nPROCESSING_LEVEL = L1TP\nSPACECRAFT_ID = LANDSAT_8\n"
                                                   "FILE_NAME_BAND_8 = x_pan.tif\nFILE_NAME_BAND_4 = x_rgb.tif\nEND_GROUP = A\n")
         run = self.sharpen(self.server + "/good/x_MTL.txt", output="mtl.tif")
         self.assertIn("1 red 0.655 µm x_rgb.tif", run.stdout, run.stderr)
-        # All pixels come by connections other than that of the thread that opens files and reads.
+        # All pixels come over connections other than that of the thread that opens and reads files.
         log = pathlib.Path("access.log").read_text()
         reader, ahead = (set(re.findall(rf'(\d+) "GET /good/w_x_pan.{kind} ', log)) for kind in ("tfw", "tif"))
         self.assertTrue(reader and ahead and not reader & ahead, log)
@@ -176,7 +176,7 @@ class NetworkFile(unittest.TestCase):
             self.assertEqual(run.returncode, 1 if words else 0, run.stderr)
             self.assertIn(words, run.stderr)
             self.assertFalse(os.listdir("spare"))
-            if not words:  # the whole of the new one, and nothing else
+            if not words:  # the whole new object, and nothing else
                 whole = pathlib.Path("kova.tif" if options else "x.tif").read_bytes()
                 self.assertEqual(Storage.objects, {"/store/a/x.tif": whole})
         Storage.objects["/store/a/x.tif.ovr"] = b"locked"

@@ -12,7 +12,7 @@ namespace {
 
 using testing::HasSubstr;
 
-// Nothing that is thrown gets out, and memory that does not suffice is told in words.
+// No exception gets out, and lack of memory is reported in words.
 TEST(Operation, WhatIsThrownBecomesAnItem) {
     const std::pair<void (*)(), const char*> cases[] = {
         {[] { throw std::bad_alloc(); }, "there is not enough memory: ask for fewer --threads"},
@@ -28,7 +28,7 @@ TEST(Operation, WhatIsThrownBecomesAnItem) {
     }
 }
 
-/// An image of one pixel that cannot be read, for a reason of GDAL's list.
+/// An image of one pixel that cannot be read, with an error from GDAL's list.
 struct Unreadable : GDALDataset {
     struct Band : GDALRasterBand {
         CPLErrorNum reason;

@@ -10,14 +10,14 @@ using testing::HasSubstr;
 
 namespace {
 
-/// What a file says of its bands, and which of them are asked for.
+/// What a file tells about its bands, and which of them are requested.
 struct Saying {
     const char* file;
     std::vector<const char*> descriptions;
     std::vector<GDALColorInterp> colours;
     std::vector<const char*> wavelengths; ///< nanometres
     std::vector<std::string> wanted;
-    std::vector<int> numbers; ///< none when that is refused
+    std::vector<int> numbers; ///< empty when the request is refused
 };
 
 const std::vector<std::string> natural{"red", "green", "blue"};
@@ -27,9 +27,9 @@ const Saying sayings[] = {
     {"ms.tif", {"blue green", "", "", ""}, {}, {}, {"blue"}, {}},
     {"ms.tif", {"red", "red", "", ""}, {}, {}, {"red"}, {}},
     {"ms.tif", {}, {GCI_BlueBand, GCI_GreenBand, GCI_RedBand, GCI_Undefined}, {}, natural, {3, 2, 1}},
-    // A description goes before the colour.
+    // A description takes precedence over the colour.
     {"ms.tif", {"blue"}, {GCI_RedBand, GCI_GreenBand, GCI_BlueBand, GCI_Undefined}, {}, {"red"}, {}},
-    // Four bands that some program took for colours and transparency, which the last one is not.
+    // Four bands that a program marked as colours and transparency, although the last is not transparency.
     {"ms.tif", {}, {GCI_RedBand, GCI_GreenBand, GCI_BlueBand, GCI_AlphaBand}, {}, natural, {}},
     {"ms.tif", {}, {}, {"482", "561", "655", "865"}, {"nir", "blue"}, {4, 1}},
     {"scene_NIR.tif", {""}, {}, {}, {"nir"}, {1}},
@@ -75,7 +75,7 @@ TEST(BandChoice, NamesComeFromWhatFilesSay) {
     }
 }
 
-// The output says what its bands are, so that other programs show it in natural colours.
+// The output names its bands, so that other programs show it in natural colours.
 TEST(BandChoice, OutputSaysWhatItsBandsAre) {
     const Folder folder;
     rasterhost::SharpenRequest request = MakeRequest();

@@ -15,8 +15,8 @@ using testing::HasSubstr;
 
 constexpr int columns = 200, rows = 150;
 
-/// A flat pan and files on grids of their own, two bands each that tell column and row by 100 a pixel, with a
-/// hole without data in each.
+/// A flat pan, and files on grids of their own. Each has two bands that encode column and row by 100 per
+/// pixel, and a hole without data.
 class Grids : public testing::Test {
 protected:
     Grids() {
@@ -51,7 +51,8 @@ protected:
     SharpenRequest request = MakeRequest();
 };
 
-// Each band is what its file alone gives, in the order wanted, and a pixel has data where all bands have.
+// Each band equals the result of its file alone, in the requested order; a pixel has data where all bands
+// have data.
 TEST_F(Grids, EveryBandIsSampledFromItsOwn) {
     for (const auto resampling : {hostkit::Resampling::Bilinear, hostkit::Resampling::Cubic}) {
         request.resampling = resampling;
@@ -81,7 +82,7 @@ TEST_F(Grids, EveryBandIsSampledFromItsOwn) {
     }
 }
 
-// Windows, threads and parts change no byte, with masks and another projection, of one grid and of several.
+// Windows, threads and parts change no byte, with masks and another projection, on one grid and on several.
 TEST_F(Grids, WindowsAndPartsEqualTheCutOfTheWhole) {
     for (const auto& inputs : {std::vector{files[2]}, files})
         for (const auto resampling : {hostkit::Resampling::Bilinear, hostkit::Resampling::Cubic}) {
@@ -107,7 +108,7 @@ TEST_F(Grids, WindowsAndPartsEqualTheCutOfTheWhole) {
         }
 }
 
-// A method that takes fewer bands forgets the grids of the others; the intersection counts all.
+// For a method that takes fewer bands, the grids of the others do not count; the intersection counts all.
 TEST_F(Grids, TakePartAsLongAsTheirBandsDo) {
     request.method = "IHS";
     request.weightSource = rasterhost::WeightSource::Equal;
@@ -127,8 +128,8 @@ TEST_F(Grids, TakePartAsLongAsTheirBandsDo) {
     EXPECT_EQ(std::pair(fused->GetRasterXSize(), fused->GetRasterYSize()), std::pair(200, 120));
 }
 
-// The way is counted in pixels of 40 m; a grid of 20 m goes twice as far, one turned by half a radian another
-// way.
+// The displacement is in pixels of 40 m. On a grid of 20 m it is twice as many pixels, on a grid turned by
+// half a radian it has another direction.
 TEST_F(Grids, AShiftIsOneWayOnTheGround) {
     request.ignoreNoData = true;
     const double c = 20.0 * std::cos(0.5), s = 20.0 * std::sin(0.5);
@@ -155,7 +156,7 @@ TEST_F(Grids, AShiftTakesTheInfraredAlong) {
     const auto before = Fuse({files[1]});
     request.shift = {0.5, 0.0};
     const auto after = Fuse({files[1]});
-    const std::size_t middle = (60 * columns + 100) * 2; // 20 m are 50 of the band and a pixel of infrared
+    const std::size_t middle = (60 * columns + 100) * 2; // 20 m are 50 in the band, and one pixel of infrared
     EXPECT_NEAR(static_cast<double>(after[middle]) - before[middle], 50.0 - 0.25 * 100.0, 1.0);
 }
 
@@ -176,7 +177,7 @@ TEST_F(Grids, AreToldAndNotCompared) {
     EXPECT_THAT(status.ToText(), HasSubstr("2 different grids"));
 }
 
-/// Bands of KnownPair on another grid, their content so many pixels right of its place.
+/// Bands of KnownPair on another grid, with their content displaced to the right by some pixels.
 std::string WriteBands(const Folder& folder, const std::string& name, const std::array<double, 6>& grid,
                        const std::vector<int>& bands, double right) {
     const auto size = static_cast<int>(std::lround(360.0 / std::hypot(grid[1], grid[4])));

@@ -15,7 +15,7 @@ using rasterhost::SharpenRequest;
 using testfiles::Folder;
 namespace fs = std::filesystem;
 
-/// Describes the scene of a request in a file beside it; throws where that fails.
+/// Describes the scene of a request in a file beside it; throws on failure.
 std::string Describe(SharpenRequest request, const Folder& folder) {
     request.output = folder / "scene.pansharp";
     request.plugin = PANSHARP_PLUGIN_FILE;
@@ -29,7 +29,7 @@ std::string Describe(SharpenRequest request, const Folder& folder) {
     return request.output;
 }
 
-/// A way to ask for a scene, made of a pair whose multispectral content is off by a pixel.
+/// A way to request a scene, made from a pair whose multispectral content is displaced by a pixel.
 struct Way {
     const char* name;
     std::function<void(SharpenRequest&)> ask;
@@ -107,7 +107,7 @@ TEST(RecordedScene, HasTheBytesOfARunInOneStep) {
     }
 }
 
-/// What happens to the files after the scene was described, and what opening it says then.
+/// A change of the files after the scene was described, and the message when it is opened.
 struct Change {
     const char* name;
     std::function<void(const Folder&)> make;

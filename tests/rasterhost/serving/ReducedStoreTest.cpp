@@ -12,7 +12,7 @@ using hostkit::PixelRect;
 using rasterhost::ReducedStore;
 using rasterhost::Status;
 
-/// Two bands of 16 bits that tell where they are, without data on a grid of places.
+/// Two bands of 16 bits that encode their position, without data at regular positions.
 class ReducedForTest final : public hostkit::ImageSource {
 public:
     explicit ReducedForTest(const RasterInfo& description) : info(description) {}
@@ -41,8 +41,8 @@ public:
     std::size_t pixelsRead = 0;
 };
 
-// Every window of what is kept has the pixels of its place, and none is read twice; an image too large to be
-// kept is kept in larger pixels.
+// Every window of the stored image has the right pixels, and no tile is read twice. An image that is too
+// large is stored in larger pixels.
 TEST(ReducedStore, KeepsWhatWasReadOnce) {
     hostkit::ImageSource::RasterInfo image;
     image.cols = 2402;

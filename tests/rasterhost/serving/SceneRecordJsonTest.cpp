@@ -14,7 +14,7 @@ namespace {
 using KOVA::Tessara::Fundament::Status;
 using rasterhost::SceneRecord;
 
-/// Every key, numbers that have no short text, and a collar.
+/// A record with every key, numbers that have no short text, and a collar.
 SceneRecord MakeRecord(const testfiles::Folder& folder) {
     SceneRecord record;
     record.writer = "pansharp \"x\"";
@@ -98,7 +98,8 @@ TEST(SceneRecordJson, GivesBackWhatItWasGivenAndMovesWithItsFiles) {
 
 using Json = nlohmann::ordered_json;
 
-/// Holds a value against a schema of the few keywords that ours has; takes what it has met out of `unmet`.
+/// Checks a value against a schema of the few keywords that ours uses; removes from `unmet` the properties
+/// found.
 bool Fits(const Json& schema, const Json& root, const Json& value, std::set<const Json*>& unmet) {
     unmet.erase(&schema);
     const std::string type = value.is_number_float() ? "number"
@@ -168,7 +169,7 @@ TEST(SceneRecordJson, IsWhatTheSchemaSays) {
         ADD_FAILURE() << "never written: " << *property;
 }
 
-/// What is replaced in a good description, by what, and what is said of it.
+/// What is replaced in a valid description, by what, and the message.
 struct Damage {
     std::string from, to, says;
 };

@@ -28,7 +28,7 @@ unsigned Hash(int column, int row, int band) {
     return (h >> 13) & 0xFFu;
 }
 
-/// A pair at the ratio 4, from a corner 4 pan pixels left of and above pan's, and an infrared band.
+/// A pair at ratio 4, whose corner lies 4 pan pixels to the left of and above pan's, and an infrared band.
 SharpenRequest WritePair(const Folder& folder, GDALDataType type, const Transform& place) {
     const unsigned step = type == GDT_Byte ? 1 : 250;
     SharpenRequest request;
@@ -55,7 +55,7 @@ std::shared_ptr<const OpenPair> Open(const SharpenRequest& request) {
     return std::make_shared<const OpenPair>(std::move(pair), 3);
 }
 
-/// Fuses the pair as a run did.
+/// Fuses the pair like a run.
 SharpenedDataset Serve(const std::shared_ptr<const OpenPair>& pair, const SharpenRequest& request,
                        const Outcome& run) {
     rasterhost::Fusion fusion;
@@ -66,7 +66,7 @@ SharpenedDataset Serve(const std::shared_ptr<const OpenPair>& pair, const Sharpe
     return {pair, fusion};
 }
 
-/// A window in so many pixels, interleaved by pixel, with the mask as a last band.
+/// A window resampled to some size, interleaved by pixel, with the mask as a last band.
 std::vector<unsigned> ReadWindow(const SharpenedDataset& dataset, const PixelRect& window,
                                  std::uint32_t columns, std::uint32_t rows) {
     const std::size_t pixels = std::size_t{columns} * rows, bands = dataset.GetBands();
@@ -132,7 +132,7 @@ const std::vector<Variant> variants = {
      {"injection", "brovey"},
      [](const Folder&, SharpenRequest& request) { request.alpha = true; }}};
 
-// Every window of every pair and method, asked for by eight threads of one dataset after another, is that of
+// Every window of every pair and method, read by eight threads from one dataset after another, equals that of
 // the written file; the pair is opened once for all methods.
 TEST(SharpenedDataset, WindowsAreThoseOfTheWrittenFile) {
     for (const Variant& variant : variants) {
@@ -178,7 +178,7 @@ TEST(SharpenedDataset, WindowsAreThoseOfTheWrittenFile) {
     }
 }
 
-/// A part of a file in pixels of 2^level x 2^level of its own: the mean of those that have data.
+/// A part of a file in pixels of 2^level x 2^level of its own: the mean of those with data.
 rasterhost::InputBand Reduce(const Folder& folder, const rasterhost::InputBand& input, PixelRect part,
                              unsigned level, std::optional<double> noData) {
     GDALDatasetUniquePtr file(GDALDataset::Open(input.file.c_str()));
@@ -216,8 +216,8 @@ rasterhost::InputBand Reduce(const Folder& folder, const rasterhost::InputBand& 
         {}};
 }
 
-// A level is what a run makes of inputs that were reduced before, pan by the level, the others (of the ratio
-// 4) by two levels less; from there on the method that compares pan with its low-pass adds nothing.
+// A level equals a run on inputs that were reduced first: pan by the level, the others (of ratio 4) by two
+// levels less. From there on, a method that compares pan with its low-pass adds nothing.
 TEST(SharpenedDataset, LevelsAreFusedOfReducedInputs) {
     for (const Variant& variant : variants) {
         const Folder folder;
@@ -262,7 +262,7 @@ TEST(SharpenedDataset, LevelsAreFusedOfReducedInputs) {
     }
 }
 
-// A size that no level has is made of the next finer one, the level 2 here: by area, of pixels with data.
+// A size between levels is made from the next finer level, here 2: by area, from pixels with data.
 TEST(SharpenedDataset, OtherSizesAreMeansOfAFinerLevel) {
     const Folder folder;
     SharpenRequest request = WritePair(folder, GDT_Byte, besidePan);
@@ -292,8 +292,8 @@ TEST(SharpenedDataset, OtherSizesAreMeansOfAFinerLevel) {
         }
 }
 
-// Overviews of an input stand for its reduced pixels, also where the last half pixel is left out and nobody
-// misses it; but not with a collar, which they know nothing of.
+// Overviews of an input replace its reduced pixels, even if they lack a last half pixel that is not needed;
+// but not with a collar, which they do not show.
 TEST(SharpenedDataset, OverviewsAreUsed) {
     struct Case {
         int rows; // of an overview of 55 rows

@@ -13,12 +13,12 @@ using namespace testfiles;
 struct Case {
     int columns, rows, bands;
     GDALDataType type;
-    std::string marking; ///< of pixels without data: "", "mask", "value", "alpha"
+    std::string marking; ///< of no data: "", "mask", "value", "alpha"
     std::vector<std::string> options;
     bool isLeftToGdal = false;
 };
 
-/// Where a level of a file has its tiles, in order.
+/// The offsets of a level's tiles in a file, in order.
 std::vector<std::uint64_t> Offsets(GDALRasterBand& band) {
     int width = 0, height = 0;
     band.GetBlockSize(&width, &height);
@@ -50,8 +50,8 @@ std::vector<GDALRasterBand*> Levels(GDALRasterBand& band) {
     return levels;
 }
 
-/// Each tile has its size before it and its last four bytes again after it; overviews stand before what they
-/// are made of, and each tile's mask before the next tile.
+/// Each tile follows its size and precedes a copy of its last four bytes. Overviews come before the levels
+/// that they are made from, and each tile's mask before the next tile.
 void ExpectLayout(GDALDataset& file, const std::string& bytes) {
     EXPECT_STREQ(file.GetMetadataItem("LAYOUT", "IMAGE_STRUCTURE"), "COG");
     const auto number = [&](std::uint64_t at) {
@@ -98,8 +98,8 @@ void ExpectSame(GDALDataset& made, GDALDataset& expected) {
     }
 }
 
-// What is written in one pass is what GDAL's driver makes of the finished image: pixels, overviews, masks,
-// tags.
+// The file written in one pass has the pixels, overviews, masks and tags that GDAL's driver makes from the
+// finished image.
 TEST(CogWriter, WritesWhatGdalMakes) {
     const Case cases[] = {
         {400, 300, 4, GDT_Byte, "", {"BLOCKSIZE=128"}},
@@ -179,7 +179,7 @@ TEST(CogWriter, WritesWhatGdalMakes) {
     }
 }
 
-// Tiles that memory has no room for come back from the file, which goes.
+// Tiles that do not fit into memory are read back from the spool file, which is then removed.
 TEST(CogWriter, SpoolsToAFile) {
     const Folder folder;
     std::vector<rasterhost::TilePlace> places;

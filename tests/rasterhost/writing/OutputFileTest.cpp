@@ -25,7 +25,7 @@ protected:
         request.windowRows = 64;
         request.threads = 2;
     }
-    /// The existing output of a failed or cancelled run is as it was, and nothing lies beside it.
+    /// After a failed or cancelled run, the existing output is unchanged and nothing lies beside it.
     void RunInVain(Outcome& outcome) {
         std::ofstream(request.output) << "precious";
         request.overwrite = true;
@@ -64,7 +64,8 @@ TEST_F(Output, CancelledRunsLeaveNothing) {
 
 TEST_F(Output, DamagedInputsFailWithTheirName) {
     std::filesystem::resize_file(request.pan.file, 150000); // of 240000 and some bytes
-    // The look at the edge finds it before there is an output; without that look it is found in the middle.
+    // The search at the edge finds it before there is an output; without that search it is found in the
+    // middle.
     for (const bool isInTheMiddle : {false, true}) {
         request.ignoreNoData = isInTheMiddle;
         Outcome outcome;
@@ -76,7 +77,7 @@ TEST_F(Output, DamagedInputsFailWithTheirName) {
     }
 }
 
-// The host's item comes first, then the process's own; the first window that fails is the one that is told.
+// The host's item comes first, then the process's own. The first window that fails is the one reported.
 TEST_F(Output, FailingProcessesTellWhy) {
     const struct {
         const char* property;
@@ -101,7 +102,7 @@ TEST_F(Output, FailingProcessesTellWhy) {
         }
 }
 
-/// Bytes of the tiles as they lie in the file, along rows of tiles.
+/// The bytes of the tiles, along rows of tiles.
 std::vector<std::string> TileSizes(const std::string& file) {
     const GDALDatasetUniquePtr dataset(GDALDataset::Open(file.c_str()));
     const auto size = [&](int column, int row) {
@@ -115,8 +116,8 @@ std::vector<std::string> TileSizes(const std::string& file) {
     return sizes;
 }
 
-// Whoever writes the tiles, they are what GDAL makes of the same pixels with the same options: quality,
-// level, predictor and size reach them, at any number of threads.
+// The tiles equal those that GDAL makes from the same pixels with the same options, whoever writes them:
+// quality, level, predictor and size take effect, at any number of threads.
 TEST_F(Output, CreationOptionsReachTheTiles) {
     RunWell(request);
     const std::string plain = folder / "plain.tif", expected = folder / "expected.tif";

@@ -6,7 +6,7 @@
 
 using namespace testfiles;
 
-// A ramp of 1001 values: 2 % of them lie below 1020, 2 % above 1980. What has no data is black and does not
+// A ramp of 1001 values: 2 % of them are below 1020, 2 % above 1980. Pixels without data are black and do not
 // count.
 TEST(Picture, IsStretchedByWhatHasData) {
     const Folder folder;
@@ -69,7 +69,7 @@ TEST(Picture, IsWrittenInFourFormats) {
         EXPECT_GT(*std::max_element(samples.begin(), samples.end()), 250u);
         EXPECT_LT(*std::min_element(samples.begin(), samples.end()), 5u);
     }
-    request.noData = 389; // the value is gone once the samples are stretched
+    request.noData = 389; // not the value of any stretched sample
     request.overwrite = true;
     const auto report = RunWell(request).report;
     GDALDatasetUniquePtr made(GDALDataset::Open(request.output.c_str()));
