@@ -6,9 +6,11 @@
 
 namespace KOVA::Tessara::Fundament {
 
-/// One condition. It has an id (0 a plain message, UnknownId unknown, else an error code, printed as six
-/// hexadecimal digits), a message for people, the dotted name of the component that reports it, and details,
-/// which are often empty.
+/// One condition:
+/// - an id: 0 for a plain message, UnknownId, or an error code, printed as six hexadecimal digits;
+/// - a message for people;
+/// - the dotted name of the component that reports it;
+/// - details, often empty.
 struct StatusItem {
     static constexpr std::uint32_t UnknownId = 0xFFFFFFFFu;
 

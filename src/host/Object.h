@@ -13,8 +13,8 @@ public:
     Object();
     ~Object() override;
 
-    int SetErrorHandler(IReporter* reporter) override;   ///< removed by null; returns 1
-    int SetStatusReporter(IReporter* reporter) override; ///< removed by null; returns 1
+    int SetErrorHandler(IReporter* reporter) override;   ///< null removes it; returns 1
+    int SetStatusReporter(IReporter* reporter) override; ///< null removes it; returns 1
     std::string ToString() override;                     ///< the properties as a flat element list
     /// Returns 1, or 0 when memory runs out.
     int SetProperty(const std::string& name, const std::string& value) override;

@@ -50,7 +50,7 @@ public:
     /// The runs of each row in a compact form: their count, and for each the differences of its ends from the
     /// run above it.
     [[nodiscard]] std::vector<unsigned char> ToBytes() const;
-    /// Decodes such bytes, which need not be trusted. Empty when they do not describe a collar of an image of
+    /// Decodes such bytes from any source. Empty when they do not describe a collar of an image of
     /// that size.
     [[nodiscard]] static std::optional<ZeroCollar> FromBytes(std::span<const unsigned char> bytes,
                                                              std::uint32_t columns, std::uint32_t rows);

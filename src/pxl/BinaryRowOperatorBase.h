@@ -25,9 +25,11 @@ class BinaryRowOperatorBase : public PropertiesStatusSupport,
 public:
     using Pixel = typename OutputTraits::Pixel;
 
-    virtual Info GetOutputInfo() = 0;
+    virtual Info GetOutputInfo() = 0; ///< the description of the output, after initialisation
+    /// The output row: the window's columns x output bands.
     virtual Pixel* ProcessRow(const typename Traits1::Pixel* row1, const typename Traits2::Pixel* row2,
                               std::uint32_t row) = 0;
+    /// Sets the columns of the window; see SetColumns. False when the operator cannot serve them.
     virtual bool SetWindow(std::uint32_t col0, std::uint32_t col1) = 0;
 
 protected:

@@ -22,9 +22,12 @@ namespace PXL {
 template <class Info, class Row, class Traits>
 class ImageBase : public PropertiesStatusSupport, public ImageWindowSupport, public MetadataSupport {
 public:
+    /// The description of the whole image; complete after Init.
     virtual Info GetInfo() = 0;
+    /// A row of the window, by its absolute number. Null when it lies outside or cannot be computed.
     virtual Row GetRow(std::uint32_t row) = 0;
     virtual Row GetNextRow() = 0; ///< the row after the last one read; null if not offered
+    /// Sets the window that rows are read from. False when it cannot be served; then no row can be read.
     virtual bool SetWindow(std::uint32_t col0, std::uint32_t row0, std::uint32_t col1,
                            std::uint32_t row1) = 0;
 

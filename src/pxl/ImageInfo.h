@@ -26,16 +26,16 @@ public:
         properties["ColorSpace"] = ColorSpaceName(raster.colorSpace);
     }
 
-    std::uint32_t rows = 0;
-    std::uint32_t cols = 0;
-    std::uint32_t bands = 1;
-    std::uint32_t bitsPerSample = 8;
-    double originX = 0.0; ///< upper-left corner, in map units
-    double originY = 0.0;
-    double pixelSizeX = 0.0;
-    double pixelSizeY = 0.0;
+    std::uint32_t rows = 0;                              ///< pixels down
+    std::uint32_t cols = 0;                              ///< pixels across
+    std::uint32_t bands = 1;                             ///< samples per pixel
+    std::uint32_t bitsPerSample = 8;                     ///< 8 or 16
+    double originX = 0.0;                                ///< of the upper-left corner, in map units
+    double originY = 0.0;                                ///< of the same corner
+    double pixelSizeX = 0.0;                             ///< pixel width in map units
+    double pixelSizeY = 0.0;                             ///< pixel height in map units
     std::uint32_t pixelKind = 0;                         ///< carried unchanged
-    KOVA::Tessara::Fundament::PropertyLookUp properties; ///< "ColorSpace"
+    KOVA::Tessara::Fundament::PropertyLookUp properties; ///< "ColorSpace": a name as from ColorSpaceName
 };
 
 using ImageInfo = SimpleImageInfo<KOVA::Tessara::Pixmere::RasterInfo>;

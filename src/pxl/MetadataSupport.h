@@ -14,6 +14,7 @@ namespace PXL {
 /// and row operator: its two operations have the slots 0 and 1 of their virtual tables.
 class MetadataSupport {
 public:
+    /// The facts, owned by this object.
     virtual KOVA::Tessara::Fundament::PropertyLookUp& GetMetadata();
     virtual bool EnableMetadata(bool on); ///< returns `on`
 

@@ -26,9 +26,10 @@ public:
     Info GetInfo() override;
     T* GetRow(std::uint32_t row) override; ///< the raster's row, unchecked; null without a raster
     T* GetNextRow() override { return nullptr; }
+    /// Sets the window of the raster, and empties the status first. False without a raster.
     bool SetWindow(std::uint32_t col0, std::uint32_t row0, std::uint32_t col1, std::uint32_t row1) override;
 
-    virtual bool SetInfo(const Info& description);
+    virtual bool SetInfo(const Info& description); ///< replaces the raster's description; always true
     virtual KOVA::Tessara::Fundament::PropertyLookUp& GetMetadataStore() { return this->metadata; }
 
 private:

@@ -41,7 +41,7 @@ try {
 
   const spot = { x: 520, y: 200, width: 40, height: 200 };
   const look = async () => { await settled(); await page.waitForTimeout(300); return (await page.screenshot({ clip: spot })).toString('base64'); };
-  /** What is seen once it satisfies a test and stays, however long the tiles take. */
+  /** What is shown, once it passes a test and no longer changes, however long the tiles take. */
   const seen = async (isWanted, what) => {
     for (let last = '', tries = 0; tries < 60; ++tries) {
       const now = await look();
@@ -64,7 +64,7 @@ try {
   await seen((now) => now !== fitted, 'a slider changes pixels');
   await page.waitForFunction(() => document.querySelector('#command').textContent.includes('--weights 0.9,'));
 
-  // What is copied writes what the page offers to take along.
+  // The copied command writes the file that the page offers for download.
   await page.locator('[data-do="zoom-in"]').click();
   const { line, href } = await (await page.waitForFunction(() => {
     const command = document.querySelector('#command'), { href } = document.querySelector('#download');

@@ -41,9 +41,10 @@ struct ProcessSettings {
 
 /// Converts a request to process properties, with blur and gains if the method uses them (`detail` is null
 /// before they are known). A method that weighs no bands writes the bands that it needs unless others are
-/// requested. False, with an item, when the plug-in has no such method, when the number of weights is wrong
-/// or their sum is not above 0, or when a raw property is reserved for the host or weighs a band that does
-/// not exist.
+/// requested. False, with an item, when
+/// - the plug-in has no such method;
+/// - the number of weights is wrong, or their sum is not above 0;
+/// - a raw property is reserved for the host, or weighs a band that does not exist.
 [[nodiscard]] bool MakeSettings(const SharpenRequest& request, const Scene& scene,
                                 const PansharpDescription& plugin, const DetailFit* detail,
                                 ProcessSettings& settings, Status& status);

@@ -64,7 +64,7 @@ struct PairRequest {
     bool measureShift = false;
 
     /// Bit depth of the samples in 16-bit files, 9 to 16. If unset, the depth that the files declare, else
-    /// 16. No result is larger than this depth allows.
+    /// the full one. No result is larger than this depth allows.
     std::optional<int> bitDepth;
     /// The values that are mapped to 1 and 65535 in all inputs, for any sample type. The output records scale
     /// and offset.
