@@ -8,20 +8,20 @@ namespace imagery {
 
 namespace {
 
-/// True when a sample may have been changed.
 template <class T>
-bool LimitSamples(T* samples, std::size_t count, const OutputRules& rules) {
-    const auto largest = static_cast<T>(rules.largest);
-    const bool isLimited = largest != std::numeric_limits<T>::max();
-    if (isLimited)
-        for (std::size_t i = 0; i < count; ++i)
-            samples[i] = std::min(samples[i], largest);
-    if (!rules.noData) return isLimited;
-    const auto taken = static_cast<T>(*rules.noData);
-    const auto other = static_cast<T>(taken >= largest ? taken - 1 : taken + 1);
-    for (std::size_t i = 0; i < count; ++i)
-        samples[i] = samples[i] == taken ? other : samples[i];
-    return true;
+kernels::SampleLimits<T> LimitsOf(const OutputRules& rules) {
+    kernels::SampleLimits<T> limits{static_cast<T>(rules.largest)};
+    if (!rules.noData) return limits;
+    limits.taken = static_cast<T>(*rules.noData);
+    limits.other = static_cast<T>(limits.taken >= limits.largest ? limits.taken - 1 : limits.taken + 1);
+    return limits;
+}
+
+template <class T>
+kernels::LimitRow<T> ChooseLimitRow(bool pastCache) {
+    static const kernels::LimitRow<T> chosen[] = {kernels::LimitRowFor<T>(kernels::ChosenSimdTarget(), false),
+                                                  kernels::LimitRowFor<T>(kernels::ChosenSimdTarget(), true)};
+    return chosen[pastCache ? 1 : 0];
 }
 
 /// Pixels that are processed together.
@@ -57,25 +57,21 @@ void MakeOutputRow(const T* fused, const unsigned char* valid, std::size_t colum
                    T* out, LimitTally& tally) {
     const std::size_t bands = rules.bands;
     const auto none = static_cast<T>(rules.noData.value_or(0));
-    const auto largest = static_cast<T>(rules.largest);
+    const kernels::SampleLimits<T> limits = LimitsOf<T>(rules);
+    const kernels::LimitRow<T> limitRow = ChooseLimitRow<T>(rules.pastCache && !rules.hasAlpha);
+    const kernels::LimitRow<T> limitGapped = ChooseLimitRow<T>(false);
     for (std::size_t first = 0, end = 0; first < columns; first = end) {
-        end = valid ? std::min(first + stretchPixels, columns) : columns;
+        end = std::min(first + stretchPixels, columns);
         std::size_t gap = valid ? FindGap(valid, first, end) : end;
         if (gap == first && FindData(valid, first, end) == end) {
             std::fill_n(out + first * bands, (end - first) * bands, none);
             continue;
         }
-        const std::size_t count = (end - first) * bands;
-        std::copy_n(fused + first * bands, count, out + first * bands);
-        // The fused row is still in the processor's cache; the rows of tiles lie far apart.
-        const T* counted = LimitSamples(out + first * bands, count, rules) ? out : fused;
-        if (gap == end) {
-            CountLimits(counted + first * bands, end - first, largest, tally);
-            continue;
-        }
-        const bool isCounted = HasLimit(counted + first * bands, count, largest);
+        // Few samples are at a limit, and checking many together is fast.
+        const bool isCounted = (gap == end ? limitRow : limitGapped)(
+            fused + first * bands, (end - first) * bands, limits, out + first * bands);
         for (std::size_t data = first; data < end; gap = FindGap(valid, data, end)) {
-            if (isCounted) CountLimits(counted + data * bands, gap - data, largest, tally);
+            if (isCounted) CountLimits(fused + data * bands, gap - data, limits, tally);
             data = FindData(valid, gap, end);
             std::fill_n(out + gap * bands, (data - gap) * bands, none);
         }

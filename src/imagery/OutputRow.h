@@ -14,6 +14,7 @@ struct OutputRules {
     std::uint32_t largest = 0;           ///< the largest sample: 255, or 2^(bit depth) - 1
     std::optional<std::uint32_t> noData; ///< the value of every sample of a pixel without data
     bool hasAlpha = false;               ///< adds a last band: 0 without data, else the type's largest value
+    bool pastCache = false;              ///< writes rows past the processor's cache (kernels/LimitedRow.h)
 
     [[nodiscard]] std::uint32_t GetFileBands() const { return bands + (hasAlpha ? 1u : 0u); }
 };

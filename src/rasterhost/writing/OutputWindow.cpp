@@ -9,6 +9,13 @@ using imagery::MakeOutputRow;
 using imagery::OutputLayout;
 using imagery::OutputRules;
 
+namespace {
+
+/// A larger window has left the processor's cache before it is written to the file.
+constexpr std::size_t mostInCache = std::size_t{4} << 20;
+
+} // namespace
+
 OutputWindow::OutputWindow(const OutputRules& outputRules, const OutputLayout& outputLayout,
                            std::uint32_t bits, std::uint32_t fileColumns, std::uint32_t mostRows)
     : rules(outputRules), layout(outputLayout), columns(fileColumns), sampleBytes(bits / 8),
@@ -16,6 +23,7 @@ OutputWindow::OutputWindow(const OutputRules& outputRules, const OutputLayout& o
     const std::size_t tileRows = layout.tileColumns == 0 ? 0 : (mostRows - 1) / layout.tileRows + 1;
     mostBytes =
         layout.tileColumns == 0 ? pixelBytes * columns * mostRows : TilesAcross() * tileRows * TileBytes();
+    rules.pastCache = mostBytes > mostInCache;
 }
 
 void OutputWindow::Start(std::uint32_t firstFileRow, std::uint32_t rowCount) {
@@ -27,11 +35,11 @@ void OutputWindow::Start(std::uint32_t firstFileRow, std::uint32_t rowCount) {
 
 /// Called on the fusing thread: allocating new memory takes longer than filling it.
 void OutputWindow::MakeRoom() {
-    samples.resize(mostBytes);
+    samples.resize(mostBytes + alignment);
     if (layout.tileColumns == 0 || rows % layout.tileRows == 0) return;
     // Clears the rows below the image in its last tiles, where an earlier window may have left samples.
     const std::size_t used = rows % layout.tileRows * TileRowBytes();
-    unsigned char* tile = samples.data() + rows / layout.tileRows * TilesAcross() * TileBytes();
+    unsigned char* tile = GetSamples() + rows / layout.tileRows * TilesAcross() * TileBytes();
     for (std::size_t i = 0; i < TilesAcross(); ++i, tile += TileBytes())
         std::memset(tile + used, 0, TileBytes() - used);
 }
@@ -40,8 +48,14 @@ void OutputWindow::AddRow(const unsigned char* fused, const unsigned char* valid
     const std::size_t number = added++;
     if (number == 0) MakeRoom();
     if (layout.tileColumns == 0)
-        return MakePixels(fused, valid, columns, samples.data() + number * columns * pixelBytes);
-    unsigned char* out = samples.data() + number / layout.tileRows * TilesAcross() * TileBytes() +
+        MakePixels(fused, valid, columns, GetSamples() + number * columns * pixelBytes);
+    else
+        AddToTiles(number, fused, valid);
+    if (rules.pastCache) kernels::EndPastCache();
+}
+
+void OutputWindow::AddToTiles(std::size_t number, const unsigned char* fused, const unsigned char* valid) {
+    unsigned char* out = GetSamples() + number / layout.tileRows * TilesAcross() * TileBytes() +
                          number % layout.tileRows * TileRowBytes();
     for (std::size_t column = 0; column < columns; column += layout.tileColumns, out += TileBytes())
         MakePixels(fused ? fused + column * rules.bands * sampleBytes : nullptr,

@@ -25,7 +25,10 @@ public:
     [[nodiscard]] std::uint32_t GetFirstRow() const { return firstRow; }
     [[nodiscard]] std::uint32_t GetRows() const { return rows; }
     /// Rows of the file, interleaved by pixel and packed, in the file's layout.
-    [[nodiscard]] unsigned char* GetSamples() { return samples.data(); }
+    [[nodiscard]] unsigned char* GetSamples() {
+        const std::size_t past = reinterpret_cast<std::uintptr_t>(samples.data()) % alignment;
+        return samples.data() + (alignment - past) % alignment;
+    }
     /// Its compressed tiles, for a file that is compressed while it is written.
     [[nodiscard]] PackedTiles& GetPacked() { return packed; }
     [[nodiscard]] const imagery::LimitTally& GetTally() const { return tally; }
@@ -35,10 +38,13 @@ private:
     [[nodiscard]] std::size_t TileRowBytes() const { return layout.tileColumns * pixelBytes; }
     [[nodiscard]] std::size_t TileBytes() const { return layout.tileRows * TileRowBytes(); }
     void MakeRoom();
+    void AddToTiles(std::size_t number, const unsigned char* fused, const unsigned char* valid);
     void MakePixels(const unsigned char* fused, const unsigned char* valid, std::size_t count,
                     unsigned char* out);
 
-    const imagery::OutputRules rules;
+    static constexpr std::size_t alignment = 64; ///< of a line of the processor's cache
+
+    imagery::OutputRules rules;
     const imagery::OutputLayout layout;
     const std::uint32_t columns;
     const std::size_t sampleBytes;
