@@ -60,7 +60,7 @@ struct BroveyFilter {
             }
             AddUncertain(d32, IsUncertain(fractions, error), i, uncertain);
         }
-        return uncertain.count <= mostUncertain;
+        return uncertain.Count() <= mostUncertain;
     }
 
     template <class D>

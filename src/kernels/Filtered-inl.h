@@ -115,23 +115,47 @@ HWY_INLINE hn::Vec<D> FilteredSum(D d, const T* planes, const hn::TFromD<D>* wei
 
 /// The pixels of a block whose filtered result is uncertain.
 struct Uncertain {
-    std::uint8_t pixels[blockPixels] = {};
-    std::size_t count = 0;
+    std::uint8_t bits[blockPixels / 8 + 8] = {}; ///< one per pixel; a store may need the padding
+
+    /// Writes the numbers of these pixels, up to blockPixels. Returns the number of pixels.
+    std::size_t List(std::uint8_t* pixels) const {
+        std::size_t count = 0;
+        for (std::size_t first = 0; first < blockPixels; first += 64)
+            for (std::uint64_t word = WordAt(first); word != 0; word &= word - 1)
+                pixels[count++] = static_cast<std::uint8_t>(first + std::size_t(std::countr_zero(word)));
+        return count;
+    }
+    [[nodiscard]] std::size_t Count() const {
+        std::size_t count = 0;
+        for (std::size_t first = 0; first < blockPixels; first += 64)
+            count += static_cast<std::size_t>(std::popcount(WordAt(first)));
+        return count;
+    }
+
+private:
+    [[nodiscard]] std::uint64_t WordAt(std::size_t firstPixel) const {
+        std::uint64_t word = 0;
+        std::memcpy(&word, bits + firstPixel / 8, sizeof word);
+        return word;
+    }
 };
 
 /// If a block has more of them, it is faster to compute all of it by the definition.
 inline constexpr std::size_t mostUncertain = 24;
 
+/// Adds the uncertain lanes of a vector of pixels. Called once per vector. It has no branch, since some
+/// images have several uncertain pixels in every block, and the processor would often predict the branch
+/// wrongly.
 template <class D, class M>
 HWY_INLINE void AddUncertain(D d, M isUncertain, std::size_t firstPixel, Uncertain& uncertain) {
-    if (HWY_LIKELY(hn::AllFalse(d, isUncertain))) return;
-    alignas(8) std::uint8_t bytes[8] = {};
-    hn::StoreMaskBits(d, isUncertain, bytes);
-    std::uint64_t bits = 0;
-    std::memcpy(&bits, bytes, sizeof bits);
-    for (; bits != 0; bits &= bits - 1)
-        uncertain.pixels[uncertain.count++] =
-            static_cast<std::uint8_t>(firstPixel + static_cast<unsigned>(std::countr_zero(bits)));
+    std::uint8_t* const to = uncertain.bits + firstPixel / 8;
+    if (hn::Lanes(d) % 8 == 0) {
+        hn::StoreMaskBits(d, isUncertain, to);
+        return;
+    }
+    std::uint8_t bits[8] = {};
+    hn::StoreMaskBits(d, isUncertain, bits);
+    *to = static_cast<std::uint8_t>(*to | bits[0] << firstPixel % 8);
 }
 
 /// What a method provides to be fused with a filter. Planes lie blockPixels apart, one per multispectral
@@ -156,9 +180,11 @@ inline constexpr std::uint32_t mostPlanes = mostBands + 1;
 template <class T, MethodFilter<T> Filter>
 HWY_ATTR void Resolve(const FusionRows<T>& rows, T* out, const Uncertain& uncertain, const Filter& filter) {
     const BandWeights& bands = filter.bands;
-    if (uncertain.count <= 2) {
-        for (std::size_t i = 0; i < uncertain.count; ++i) {
-            const std::size_t p = uncertain.pixels[i];
+    std::uint8_t pixels[blockPixels];
+    const std::size_t count = uncertain.List(pixels);
+    if (count <= 2) {
+        for (std::size_t i = 0; i < count; ++i) {
+            const std::size_t p = pixels[i];
             Filter::definition(rows.From(p, bands), out + p * bands.outputBands, 1, bands);
         }
         return;
@@ -166,19 +192,19 @@ HWY_ATTR void Resolve(const FusionRows<T>& rows, T* out, const Uncertain& uncert
     HWY_ALIGN T planes[mostPlanes * blockPixels];
     HWY_ALIGN T pan[blockPixels];
     constexpr std::size_t lanes = HWY_MAX_BYTES / sizeof(double); // read and written with the last pixel
-    const std::size_t end = std::min(blockPixels, uncertain.count + lanes);
+    const std::size_t end = std::min(blockPixels, count + lanes);
     const std::uint32_t interleaved = rows.InterleavedBands(bands);
     for (std::size_t i = 0; i < end; ++i) {
-        const std::size_t p = uncertain.pixels[std::min(i, uncertain.count - 1)];
+        const std::size_t p = pixels[std::min(i, count - 1)];
         for (std::uint32_t band = 0; band < interleaved; ++band)
             planes[band * blockPixels + i] = rows.ms[p * interleaved + band];
         if (rows.additional) planes[interleaved * blockPixels + i] = rows.additional[p];
         pan[i] = rows.pan[p];
     }
-    filter.Exact(planes, pan, uncertain.count);
-    for (std::size_t i = 0; i < uncertain.count; ++i)
+    filter.Exact(planes, pan, count);
+    for (std::size_t i = 0; i < count; ++i)
         for (std::uint32_t band = 0; band < bands.outputBands; ++band)
-            out[uncertain.pixels[i] * bands.outputBands + band] = planes[band * blockPixels + i];
+            out[pixels[i] * bands.outputBands + band] = planes[band * blockPixels + i];
 }
 
 /// Fuses a row in blocks of planes.
@@ -202,7 +228,7 @@ HWY_ATTR void FusePlanar(const FusionRows<T>& rows, T* out, std::size_t pixels, 
         if (!filter.isUsable) {
             filter.Exact(planes, pan, blockPixels);
         } else if (!filter.Filtered(planes, pan, uncertain)) {
-            uncertain.count = 0;
+            uncertain = {};
             takeApart(); // again, since the filter has overwritten the planes
             filter.Exact(planes, pan, blockPixels);
         }

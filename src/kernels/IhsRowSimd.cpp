@@ -99,7 +99,7 @@ struct IhsFilter {
             FilteredBands<true>(planes, pan, uncertain);
         else
             FilteredBands<false>(planes, pan, uncertain);
-        return uncertain.count <= mostUncertain &&
+        return uncertain.Count() <= mostUncertain &&
                (bands.outputBands <= 3 || FilteredFourth(planes, pan, uncertain));
     }
 
@@ -179,9 +179,9 @@ struct IhsFilter {
             StoreResults(results, fourth, fractions);
             AddUncertain(d32, IsUncertain(fractions, error), i, ofFourth);
         }
-        if (ofFourth.count > mostUncertain) return false;
-        std::copy_n(ofFourth.pixels, ofFourth.count, uncertain.pixels + uncertain.count);
-        uncertain.count += ofFourth.count;
+        if (ofFourth.Count() > mostUncertain) return false;
+        for (std::size_t i = 0; i < blockPixels / 8; ++i)
+            uncertain.bits[i] = static_cast<std::uint8_t>(uncertain.bits[i] | ofFourth.bits[i]);
         return true;
     }
 

@@ -124,7 +124,7 @@ struct InjectionFilter {
             }
             AddUncertain(d32, IsUncertain(fractions, error), i, uncertain);
         }
-        return uncertain.count <= mostUncertain;
+        return uncertain.Count() <= mostUncertain;
     }
 
 #if HWY_TARGET != HWY_SCALAR

@@ -128,7 +128,7 @@ struct KovaFilter {
         HWY_ALIGN T up[blockPixels];
         HWY_ALIGN T down[blockPixels];
         BlockShifts(planes, pan, up, down, uncertain);
-        if (uncertain.count > mostUncertain) return false;
+        if (uncertain.Count() > mostUncertain) return false;
         ShiftPlanes(planes, up, down);
         return true;
     }

@@ -22,8 +22,8 @@ struct SampleLimits {
     [[nodiscard]] bool IsAtEnd(T limited) const { return limited == 0 || limited == largest; }
 };
 
-/// Applies the limits to `count` samples. Writes exactly as many to `out`, which overlaps no input. True when a
-/// written sample is 0 or the largest.
+/// Applies the limits to `count` samples. Writes exactly as many to `out`, which overlaps no input. True when
+/// a written sample is 0 or the largest.
 template <class T>
 using LimitRow = bool (*)(const T* samples, std::size_t count, const SampleLimits<T>& limits, T* out);
 

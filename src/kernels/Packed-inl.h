@@ -281,9 +281,10 @@ HWY_ATTR std::size_t FusePacked(const FusionRows<T>& rows, T* out, std::size_t p
                        block.additional ? block.additional + i : nullptr, i, uncertain);
             StorePackedPixels<OutputBands>(dSample, packed, blockOut + i * OutputBands);
         }
-        if (uncertain.count > mostUncertain)
+        const std::size_t count = uncertain.Count();
+        if (count > mostUncertain)
             FusePlanar(block, blockOut, blockPixels, filter);
-        else
+        else if (count != 0)
             Resolve(block, blockOut, uncertain, filter);
     }
     return p;
