@@ -310,17 +310,17 @@ typedef struct pansharp_band_quality {
 typedef struct pansharp_assessment {
     size_t struct_size;           /**< set to sizeof(pansharp_assessment) before the call */
     uint32_t bits_per_sample;     /**< 8 or 16, in both images */
-    pansharp_image image;         /**< the image to judge; its position is 0 */
-    pansharp_image reference;     /**< the truth */
-    pansharp_gaps image_gaps;     /**< which of its pixels do not count; collars are not looked for */
+    pansharp_image image;         /**< the image to judge; its position must be 0 */
+    pansharp_image reference;     /**< the truth; its position must be 0 */
+    pansharp_gaps image_gaps;     /**< which of its pixels do not count; PANSHARP_COLLAR is refused */
     pansharp_gaps reference_gaps; /**< the same for the reference */
     double ratio;                 /**< width of a coarse pixel over that of a fine one, for ERGAS; 0: no
                                        ERGAS */
     pansharp_band_quality* bands; /**< set before the call: room for one per band; may be null */
     uint64_t pixels;              /**< found: number of pixels compared */
-    double q;                     /**< found: mean of the bands */
-    double sam;                   /**< found: mean spectral angle in degrees */
-    double ergas;                 /**< found; NaN without a ratio */
+    double q;                     /**< found: mean of the bands, 1 at best */
+    double sam;                   /**< found: mean spectral angle in degrees, 0 at best */
+    double ergas;                 /**< found, 0 at best; NaN without a ratio */
 } pansharp_assessment;
 
 /** Compares an image with a reference. */
@@ -348,7 +348,7 @@ typedef struct pansharp_pair_quality {
 typedef struct pansharp_pair_assessment {
     size_t struct_size;       /**< set to sizeof(pansharp_pair_assessment) before the call */
     pansharp_image image;     /**< the fused image: pan's pixels and the multispectral bands */
-    pansharp_gaps image_gaps; /**< which of its pixels do not count; collars are not looked for */
+    pansharp_gaps image_gaps; /**< which of its pixels do not count; PANSHARP_COLLAR is refused */
     /** Modulation transfer of the bands at the Nyquist frequency of the multispectral pixels: one per band or
      * one for all; null: 0.3. */
     const double* transfers;
