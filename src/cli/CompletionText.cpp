@@ -118,7 +118,7 @@ std::string BashCompletion(const std::string& methods) {
 _pansharp() {
     local current previous command= options words= action=none i
     COMPREPLY=()
-    # Readline takes "=" for a word of its own: --extent=pan, COMPRESS=DEFLATE.
+    # Readline treats "=" as a separate word: --extent=pan, COMPRESS=DEFLATE.
     local -a line=()
     for ((i = 1; i <= COMP_CWORD; ++i)); do
         if ((i > 1)) && [[ ${COMP_WORDS[i]} == =* || ${COMP_WORDS[i - 1]} == = ]]; then
@@ -146,7 +146,7 @@ _pansharp() {
 
     if [[ -n $words ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$words" -- "$current")
-        # What stands before "=" is on the line already.
+        # The part before "=" is already on the line.
         [[ $current != *=* || $COMP_WORDBREAKS != *=* ]] || COMPREPLY=("${COMPREPLY[@]#"${current%=*}="}")
     elif [[ $action != none ]]; then
         compopt -o filenames 2>/dev/null

@@ -21,7 +21,7 @@ struct Footprint {
     /// else the mean of regularly spaced points. Empty when any of it is not usable.
     [[nodiscard]] std::optional<double> Mean(const AreaSums& sums, double left, double top, double right,
                                              double bottom) const;
-    /// The pixels of an image beneath a rectangle of multispectral pixels. `image` gives its size.
+    /// The pixels of an image under a rectangle of multispectral pixels. `image` gives its size.
     [[nodiscard]] hostkit::PixelRect Beneath(double left, double top, double right, double bottom,
                                              const KOVA::Tessara::Pixmere::RasterInfo& image) const;
     /// The pixels of a part of the multispectral grid that lie completely on an image. Axes must be parallel.

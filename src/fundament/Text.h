@@ -29,8 +29,8 @@ namespace KOVA::Tessara::Fundament {
 [[nodiscard]] bool StartsWith(const std::string& text, const std::string& prefix, bool ignoreCase);
 [[nodiscard]] bool EndsWith(const std::string& text, const std::string& suffix, bool ignoreCase);
 
-/// printf formatting into a text of any length; the result is never cut short. Floating-point conversions
-/// follow the "C" locale, whatever the process has set.
+/// printf formatting into a text of any length; the result is never truncated. Floating-point conversions
+/// use the "C" locale, whatever locale the process has set.
 [[nodiscard]] std::string FormatString(const char* format, ...) PANSHARP_PRINTF(1, 2);
 /// The same for a caller that is variadic itself. The caller must end `arguments`.
 [[nodiscard]] std::string FormatArguments(const char* format, std::va_list arguments);

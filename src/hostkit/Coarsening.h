@@ -4,7 +4,7 @@
 
 namespace hostkit {
 
-/// A pair in coarser pixels. Pixels of pan are joined from the corner of `part`, those of an image beneath
+/// A pair in coarser pixels. Pixels of pan are joined from the corner of `part`, those of an image under it
 /// from the image's own corner. The last pixel of a row or column may be joined from fewer.
 struct Coarsening {
     PixelRect part;        ///< of pan, in its pixels: the grid that the coarser pan covers

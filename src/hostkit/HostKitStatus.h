@@ -20,7 +20,7 @@ inline constexpr std::uint32_t PluginOfAnotherContract = 0xB013; ///< a plug-in 
 inline constexpr std::uint32_t ProcessNotCreated = 0xB014;       ///< the plug-in made no object
 inline constexpr std::uint32_t ProcessFailed = 0xB015;           ///< a call of the process failed
 inline constexpr std::uint32_t NoSuchMethod = 0xB020;            ///< no method of that keyword
-/// too many, too few, not finite, or of no use to the method
+/// too many, too few, not finite, or not used by the method
 inline constexpr std::uint32_t WeightsInvalid = 0xB021;
 inline constexpr std::uint32_t ValueOutOfRange = 0xB022; ///< beyond the range of the method's parameter
 

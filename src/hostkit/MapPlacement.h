@@ -29,7 +29,7 @@ public:
     [[nodiscard]] std::optional<Point> ToPan(const Point& at) const override;
     [[nodiscard]] std::optional<Point> FromPan(const Point& at) const override;
     [[nodiscard]] std::array<Point, 2> FindSteps() const override;
-    /// All of pan: which of its pixels have data is found pixel by pixel.
+    /// All of pan: the pixels with data are found one by one.
     [[nodiscard]] PixelRect FindCovered() const override;
     [[nodiscard]] PixelRect FindShared(const PixelRect& part) const override;
     [[nodiscard]] PixelRect FindSource(const PixelRect& panWindow, Resampling resampling) const override;

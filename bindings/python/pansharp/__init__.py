@@ -127,7 +127,7 @@ def _job(pan: Any, ms: Any, method: Method, weights: Any, infrared: Any, infrare
     if bands is None and 0 < method.fused_bands < ms.shape[0]:
         bands = range(1, method.fused_bands + 1)
     chosen = _checks.bands(bands, ms.shape[0])
-    if infrared is not None and 0 < method.fused_bands < ms.shape[0]:  # the next band would be taken for the infrared one
+    if infrared is not None and 0 < method.fused_bands < ms.shape[0]:  # the next band would count as the infrared one
         if max(chosen) > method.fused_bands:
             raise ValueError(f"the method {method} fuses the first {method.fused_bands} bands beside an infrared one; bands has {max(chosen)}")
         ms = ms[:method.fused_bands]

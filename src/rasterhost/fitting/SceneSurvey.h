@@ -58,7 +58,7 @@ struct SurveyedPixels {
 [[nodiscard]] bool ReadPixels(InputImage& image, const hostkit::PixelRect& rect, std::optional<int> bitDepth,
                               SurveyedPixels& pixels, Status& status);
 
-/// One block: its bands as numbers, and pan beneath it.
+/// One block: its bands as numbers, and pan under it.
 class SurveyBlock {
 public:
     /// Reads only the bands of a block; GetPan is then always empty. Otherwise like Read.

@@ -27,7 +27,7 @@ std::string PathOfAddress(const ProductFiles& files, const std::string& item, co
     return address.starts_with('/') ? address : files.PathOf(FolderPart(item) + address);
 }
 
-/// A band of an asset: "eo:bands" and "raster:bands" of 1.0, "bands" of 1.1.
+/// The name of a band of an asset: from "eo:bands" and "raster:bands" in 1.0, from "bands" in 1.1.
 std::string StacName(const Metadata& band) {
     for (const char* key : {"eo:common_name", "common_name", "name", "description"})
         if (std::string name = FindBandName(band.Get(key)); !name.empty()) return name;

@@ -71,9 +71,9 @@ struct Scene {
 /// False, with an item, when they no longer cover anything.
 [[nodiscard]] bool MoveScene(const hostkit::Point& way, Scene& scene, Status& status);
 
-/// Opens pan, multispectral bands and the infrared band and finds how they lie on each other; reads no
-/// pixels. A shift to be measured is not taken back yet, nor the part cut to what all have (PreparedPair.h).
-/// Null with an item that names the file and says what to do.
+/// Opens pan, the multispectral bands and the infrared band, and finds how they lie on each other. Reads no
+/// pixels. It neither measures a shift nor reduces the part to the intersection; see PreparedPair.h. Null
+/// with an item that names the file and says what to do.
 [[nodiscard]] std::unique_ptr<Scene> OpenScene(const PairRequest& request, const Warn& warn, Status& status);
 
 } // namespace rasterhost
