@@ -2,6 +2,7 @@
 
 import concurrent.futures
 import dataclasses
+import gc
 import json
 import multiprocessing
 import os
@@ -13,7 +14,7 @@ import numpy
 import numpy.lib.stride_tricks
 import pansharp
 import pytest
-from scenes import pair, samples, write_pair
+from scenes import WRONG, Hostile, pair, samples, survives, write_pair
 
 
 PAN, MS = pair()
@@ -146,6 +147,34 @@ def test_any_shape_layout_and_number_of_callers():
     assert numpy.array_equal(pansharp.fuse(numpy.broadcast_to(PAN[:1, :], PAN.shape), MS), pansharp.fuse(row, MS))
     with multiprocessing.get_context("fork").Pool(1) as child:
         assert numpy.array_equal(child.apply(pansharp.fuse, (PAN, MS)), pansharp.fuse(PAN, MS))
+
+
+SMALL = [{"pan": PAN[:40, :48], "ms": MS[:, :20, :24]}, {"image": MS, "reference": MS}, {"ms": MS[:, :20, :24], "shape": (40, 48)}]
+CALLS = [(pansharp.fuse, SMALL[0], ["method", "weights", "infrared", "infrared_weight", "gains", "transfer", "low_pass_mean", "fit", "resampling", "bands",
+                                    "pixel_size", "offset", "infrared_pixel_size", "infrared_offset", "shift", "nodata", "bits", "threads", "progress", "out"]),
+         (pansharp.fit, SMALL[0], ["method", "weights", "transfer", "infrared", "bands", "pixel_size", "offset", "nodata"]),
+         (pansharp.measure_shift, SMALL[0], ["infrared", "pixel_size", "offset", "nodata"]),
+         (pansharp.compare, SMALL[0], ["truth", "weights", "resampling", "bands", "transfer", "pan_transfer", "pixel_size", "offset", "nodata"]),
+         (pansharp.assess, SMALL[1], ["ratio", "nodata", "bands", "pan", "ms", "transfer"]), (pansharp.upsample, SMALL[2], ["resampling", "bands", "out"])]
+
+
+def wrong_case(seed):
+    """Up to three arguments of a call are of a wrong type, shape, kind of sample, range or memory, or raise when they are asked."""
+    random = numpy.random.default_rng(seed)
+    call, given, names = CALLS[int(random.choice(len(CALLS), p=(0.4, 0.15, 0.1, 0.05, 0.15, 0.15)))]
+    names = random.choice([*given, *names], random.integers(1, 4))
+    survives(lambda: call(**{**given, **{name: WRONG[int(random.integers(len(WRONG)))] for name in names}}), [pansharp.Error])
+
+
+@pytest.mark.filterwarnings("ignore")
+def test_wrong_arguments_are_refused_and_none_is_kept():
+    kept = [PAN, MS, *(thing for thing in WRONG if isinstance(thing, (numpy.ndarray, Hostile, dict, list)))]
+    held = [sys.getrefcount(thing) for thing in kept]
+    with concurrent.futures.ThreadPoolExecutor(3) as callers:
+        for _ in callers.map(wrong_case, range(int(os.environ.get("PANSHARP_CASES", 400)))):
+            pass
+    gc.collect()
+    assert [sys.getrefcount(thing) for thing in kept] == held
 
 
 def test_a_part_with_a_margin_is_that_of_the_whole():

@@ -13,7 +13,7 @@ import threading
 import numpy
 import pansharp
 import pytest
-from scenes import samples, write_pair
+from scenes import WRONG, samples, survives, write_pair
 
 PAIR = "pan.tif", "ms.tif"
 
@@ -88,6 +88,26 @@ def test_a_window_is_a_part_of_the_whole():
     with pansharp.open(*PAIR, nodata=int(whole[0, 0, 0]), method="KOVA", alpha=True) as scene:
         part = scene.read(masked=True, out_shape=(24, 30))
         assert part.shape == (4, 24, 30) and numpy.array_equal(part.mask[0], part.data[3] == 0)
+
+
+OPTIONS = ["method", "weights", "bands", "gains", "mtf", "resampling", "nodata", "bbox", "bit_depth", "infrared", "same_corner", "shift", "threads"]
+
+
+@pytest.mark.filterwarnings("ignore")
+def test_wrong_arguments_are_refused():
+    random = numpy.random.default_rng(1)
+    shut, scene = pansharp.open(*PAIR), pansharp.open(*PAIR)
+    shut.close()
+    given = {"pan": PAIR[0], "ms": PAIR[1]}
+    calls = [(lambda **all: pansharp.sharpen(**{"out": "made.tif", **all}, overwrite=True), given, [*OPTIONS, "out", "progress", "co", "format"]),
+             (pansharp.info, given, OPTIONS), (pansharp.open, given, OPTIONS), (scene.read, {}, ["bands", "window", "out_shape", "masked", "out"]),
+             (shut.read, {}, ["bands", "window"])]
+    for case in range(int(os.environ.get("PANSHARP_CASES", 400)) // 2):
+        call, sound, names = calls[case % len(calls)]
+        wrong = {name: WRONG[int(random.integers(len(WRONG)))] for name in random.choice([*sound, *names], random.integers(1, 4))}
+        survives(lambda: call(**{**sound, **wrong}), [pansharp.Error])
+    assert scene.read().any()
+    scene.close()
 
 
 def test_what_is_told_of_an_image_has_rasterios_types_where_it_is_there():

@@ -1,8 +1,10 @@
 """Generated scenes for the tests of the package, as arrays and as files."""
 
+import itertools
 import subprocess
 
 import numpy
+import numpy.lib.stride_tricks
 
 
 def pair(dtype=numpy.uint16, rows=96, columns=120, ratio=2, bands=3, seed=1):
@@ -28,6 +30,32 @@ def write_pair(folder, dtype=numpy.uint16, count=3, change=lambda pan, ms: None,
         subprocess.run(["gdal_translate", "-q", *options, "-a_srs", "EPSG:32631", "-a_ullr", "0", "0", str(columns * pixel), str(-rows * pixel),
                         folder / f"{name}.raw", folder / f"{name}.tif"], check=True)
     return pan, ms
+
+
+class Hostile:
+    """Raises whatever it is asked for."""
+
+    def refuse(self, *_, **__):
+        raise ZeroDivisionError("refused")
+
+    __array__ = __bool__ = __call__ = __float__ = __fspath__ = __getitem__ = __index__ = __iter__ = __len__ = __str__ = refuse
+
+
+FRAME = numpy.arange(3 * 20 * 24, dtype=numpy.uint16).reshape(3, 20, 24)
+WRONG = [None, True, -1, 0, 3, 2**31, 2**64, 10**400, 1.5, numpy.nan, -numpy.inf, 1j, "", "KOVA", "\ud800", "a\0b", b"x", "x" * 10**6, (), (1,), (2, numpy.nan),
+         [0.5] * 3, [(0, 1)] * 3, {"a": 1}, {1, 2}, object(), Hostile(), int, print, iter(()), itertools.count(), numpy.float32(0.5), numpy.ma.masked, numpy.array(3), memoryview(b"ab"),
+         *(FRAME.astype(kind) for kind in ("?", "i1", ">u2", "u4", "f2", "f8", "c16", "O", "M8[s]", "V2", "S2", [("a", "u2")])),
+         FRAME, FRAME[0], FRAME[:, ::-1, ::-2], FRAME.T, FRAME[:, :0], FRAME[..., None], FRAME.tolist(), [[1], [2, 3]], numpy.ma.masked_greater(FRAME, -1),
+         numpy.broadcast_to(FRAME[0, 0, 0], (3, 2**20, 2**21)), numpy.broadcast_to(FRAME[0, 0, 0], (2**20, 2**21)),
+         numpy.lib.stride_tricks.as_strided(FRAME, (3, 8, 8), (2, 2, 2)), numpy.frombuffer(b"0" * 1441, numpy.uint8)[1:].view(numpy.uint16).reshape(3, 12, 20)]
+
+
+def survives(call, kinds):
+    """A call ends with something or with an exception of these kinds that has a text."""
+    try:
+        call()
+    except (ZeroDivisionError, TypeError, ValueError, MemoryError, *kinds) as error:
+        assert str(error), type(error)
 
 
 def samples(file, like):

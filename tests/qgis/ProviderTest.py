@@ -12,7 +12,7 @@ import unittest
 
 folder = tempfile.TemporaryDirectory()
 home = pathlib.Path(folder.name)
-for variable, name in (("HOME", ""), ("XDG_RUNTIME_DIR", "run"), ("QGIS_CUSTOM_CONFIG_PATH", "config")):
+for variable, name in (("HOME", ""), ("XDG_RUNTIME_DIR", "run"), ("QGIS_CUSTOM_CONFIG_PATH", "config"), ("TMPDIR", "temporary")):
     (home / name).mkdir(mode=0o700, exist_ok=True)
     os.environ[variable] = str(home / name)
 os.environ["QT_QPA_PLATFORM"] = "offscreen"

@@ -3,6 +3,7 @@ what to do."""
 
 from __future__ import annotations
 
+import itertools
 import math
 import numbers
 import operator
@@ -14,6 +15,7 @@ import numpy
 NoData = Union[int, bool, None, "tuple[int | bool | None, int | bool | None]"]
 """A value for no data, or a pair of those of pan and of the bands; False for none, None for the command's default."""
 
+MOST_ITEMS = 65536  # of a list that is given
 _RESAMPLINGS = {"bilinear": 1, "cubic": 2}
 
 
@@ -61,7 +63,7 @@ def _no_data(given: Any, dtype: numpy.dtype) -> int | bool | None:
     if given is None or given is False:
         return given
     most = numpy.iinfo(dtype).max
-    if isinstance(given, bool) or not isinstance(given, numbers.Real) or not 0 <= float(given) <= most or int(given) != given:
+    if isinstance(given, bool) or not isinstance(given, numbers.Real) or not 0 <= given <= most or int(given) != given:  # type: ignore[operator]
         raise ValueError(f"nodata is {given!r}; give a whole number from 0 to {most}, False for none, or a pair: that of pan and that of ms")
     return int(given)
 
@@ -168,7 +170,9 @@ def items(name: str, given: Any, count: int | None = None) -> tuple[Any, ...]:
     unordered = isinstance(given, (str, bytes, dict, set, frozenset))
     if type(given) is not tuple and (unordered or not isinstance(given, Iterable) or (isinstance(given, numpy.ndarray) and given.ndim == 0)):
         raise TypeError(f"{name} is {given!r}; give a sequence of numbers")
-    items = tuple(given)
+    items = tuple(itertools.islice(given, MOST_ITEMS + 1))  # some iterables do not end
+    if len(items) > MOST_ITEMS:
+        raise ValueError(f"{name} has more than {MOST_ITEMS} items")
     if not items or (count is not None and len(items) != count):
         raise ValueError(f"{name} has {len(items)} items; give {'some, or None' if count is None else count}")
     return items

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import difflib
 import functools
+import itertools
 import json
 import numbers
 import os
@@ -12,7 +13,7 @@ from collections.abc import Iterable, Mapping
 from dataclasses import dataclass
 from typing import Any
 
-from . import _arrays, _errors
+from . import _arrays, _checks, _errors
 
 # Options that Python replaces: by an argument, the result, exceptions or warnings.
 _OTHERWISE = {"--output", "--json", "--quiet", "--verbose", "--status-xml"}
@@ -76,10 +77,18 @@ def _is_list(given: Any) -> bool:
     return isinstance(given, Iterable) and not isinstance(given, (str, bytes, os.PathLike, Mapping, set, frozenset))
 
 
+def _items(given: Iterable[Any], most: int = _checks.MOST_ITEMS) -> list[Any]:
+    """Those of a list, which may not end."""
+    items = list(itertools.islice(given, most + 1))
+    if len(items) > most:
+        raise TypeError(f"it has more than {most} items")
+    return items
+
+
 def _text(given: Any) -> str:
     if not _is_list(given):
         return _single(given)
-    return ",".join(":".join(map(_single, item)) if _is_list(item) else _single(item) for item in given)
+    return ",".join(":".join(map(_single, _items(item, 100))) if _is_list(item) else _single(item) for item in _items(given))
 
 
 def file(given: Any) -> str:
@@ -106,7 +115,7 @@ def _values(option: _Option, given: Any) -> list[str]:
     if option.value.startswith("FILE[,band"):
         return [file(given)]
     if (option.repeatable or option.count > 1) and _is_list(given):
-        return [_single(item) for item in given]
+        return [_single(item) for item in _items(given)]
     return [_text(given)]
 
 

@@ -207,7 +207,7 @@ class Dataset:
         row, column, rows, columns = self._window(window)
         shape = (len(chosen), *_out_shape(out_shape, len(chosen), (rows, columns)))
         dtype = numpy.dtype(self.dtypes[0])
-        result = _checks.output(out if out is None or not single or out.ndim != 2 else out[numpy.newaxis], shape, dtype)
+        result = _checks.output(out[numpy.newaxis] if single and isinstance(out, numpy.ndarray) and out.ndim == 2 else out, shape, dtype)
         valid = numpy.empty(shape[1:], numpy.uint8) if masked else None
         # At full size a window is read in parts: between them Python handles Ctrl-C.
         step = max(_MOST_PIXELS // columns, _LEAST_ROWS) if shape[1:] == (rows, columns) else rows
@@ -246,7 +246,7 @@ def _ends(axis: Any, size: int) -> tuple[Any, Any]:
 
 
 def _whole(value: Any) -> int:
-    if isinstance(value, numbers.Real) and float(value).is_integer():
+    if isinstance(value, numbers.Integral) or (isinstance(value, numbers.Real) and float(value).is_integer()):
         return int(value)
     raise ValueError(f"the window has {value!r}; give whole pixels, as round_offsets and round_lengths of a rasterio Window make them")
 
@@ -254,7 +254,7 @@ def _whole(value: Any) -> int:
 def _out_shape(given: Sequence[int] | None, bands: int, window: tuple[int, int]) -> tuple[int, int]:
     if given is None:
         return window
-    sizes = tuple(operator.index(size) for size in given)
+    sizes = tuple(operator.index(size) for size in _checks.items("out_shape", given))
     if len(sizes) not in (2, 3) or min(sizes) < 1 or max(sizes) >= 2**31 or (len(sizes) == 3 and sizes[0] != bands):
         raise ValueError(f"out_shape is {given!r}; give (rows, columns), or ({bands}, rows, columns), of 1 or more")
     return sizes[-2], sizes[-1]
