@@ -60,9 +60,10 @@ rasterhost::InputBand ParseInputBand(const std::string& text) {
     const std::string file = text.substr(0, mark);
     const auto band = Convert<std::uint32_t>(text.substr(mark + bandMark.size()));
     if (file.empty() || !band || *band == 0 || *band > largestBand)
-        throw UsageError("'" + text +
-                         "' names no band of a file; after ',band=' comes one number, counted from 1, as in "
-                         "ms.tif,band=3");
+        throw UsageError(
+            "'" + text +
+            "' does not name a band of a file; give one number, counted from 1, after ',band=', as in "
+            "ms.tif,band=3");
     return {rasterhost::NameForGdal(file), static_cast<int>(*band)};
 }
 

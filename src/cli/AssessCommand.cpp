@@ -17,8 +17,8 @@ std::string HintAtFiles(const CommandLine& line) {
     for (const OptionEntry& option : {option::ms, option::reference})
         if (const std::string name(option.Key());
             line.GetPositionals().size() > 1 && line.GetAll(option).size() == 1)
-            return name + " takes one file: those after it, as '" + line.GetPositionals()[1] +
-                   "' may be, are taken for bands of the fused image; repeat it for each, as in " + name +
+            return name + " takes one file. Those after it, such as '" + line.GetPositionals()[1] +
+                   "', count as bands of the fused image. Repeat the option for each file, as in " + name +
                    " b1.tif " + name + " b2.tif";
     return {};
 }

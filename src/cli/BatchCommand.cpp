@@ -36,7 +36,7 @@ public:
         if (!arguments.quiet)
             std::cerr << FormatString("%zu scenes: %zu done, %zu skipped, %zu failed", scenes.size(),
                                       told - skipped - failed, skipped, failed)
-                      << (isInterrupted ? "; interrupted: the same command line goes on with the next" : "")
+                      << (isInterrupted ? "; interrupted: run the same command line again to go on" : "")
                       << std::endl;
         return isInterrupted ? Interrupted : failed > 0 ? WorkFailed : Done;
     }

@@ -53,7 +53,7 @@ const OptionEntry& FindSceneOption(const std::string& key, const RecordPart& par
     const auto& options = SceneCommand().options;
     const auto found = std::ranges::find(options, key, &OptionEntry::Key);
     if (key == outputKey)
-        part.Refuse("has no place here; name the output by the key 'output' beside 'options'");
+        part.Refuse("is not an option of a scene; name the output by the key 'output', beside 'options'");
     if (found != options.end()) return *found;
     std::vector<std::string> keys;
     for (const OptionEntry& option : options)
@@ -87,9 +87,10 @@ void ReadFiles(const RecordPart& object, BatchScene& scene) {
         scene.files = {part->GetText()};
     }
     if (count != 1)
-        throw RecordFault{"it names no scene, or several; give either 'pan' and 'ms', or 'product', or "
+        throw RecordFault{"it must name one scene; give either 'pan' and 'ms', or 'product', or "
                           "'description'"};
-    if (!object.Find("pan") && object.Find("ms")) object.Get("ms").Refuse("goes with the key 'pan' only");
+    if (!object.Find("pan") && object.Find("ms"))
+        object.Get("ms").Refuse("can be given only with the key 'pan'");
     if (!object.Find("pan")) return;
     for (const RecordPart& part : object.Get("ms").GetList(mostFiles))
         scene.files.push_back(part.GetText());
@@ -161,7 +162,7 @@ void ReadList(const std::string& list, const CommandLine& forAll, std::vector<Ba
     for (std::size_t number = 1; ReadBoundedLine(stream, line, isTooLong); ++number) {
         if (!isTooLong && Trim(line).empty()) continue;
         if (scenes.size() == mostScenes)
-            throw UsageError(FormatString("'%s' has more than %zu scenes; make several lists of it",
+            throw UsageError(FormatString("'%s' has more than %zu scenes; split it into several lists",
                                           list.c_str(), mostScenes));
         scenes.push_back(ReadBatchLine(list, number, isTooLong ? std::nullopt : std::optional(line), forAll));
     }
@@ -222,7 +223,7 @@ std::vector<BatchScene> ReadBatch(const CommandLine& line) {
             ReadList(name, line, scenes);
         else
             scenes.push_back(NamedScene(name, line));
-    if (scenes.empty()) throw UsageError("there is no scene in what is named; a list has one on each line");
+    if (scenes.empty()) throw UsageError("the lists name no scene; write one scene on each line");
     RefuseSameOutputs(scenes);
     return scenes;
 }

@@ -16,24 +16,25 @@ constexpr std::string_view batchHeading = "Batch";
 constexpr PositionalEntry batchPositionals[] = {
     {"LIST",
      "scenes, each a JSON object on a line of its own, in a file that ends in .jsonl: {\"pan\": \"pan.tif\", "
-     "\"ms\": [\"ms.tif\"]} or {\"product\": \"FOLDER\"}, with \"output\" and \"options\" as wanted; "
+     "\"ms\": [\"ms.tif\"]} or {\"product\": \"FOLDER\"}, and \"output\" and \"options\" if you need them; "
      "docs/batch.md has every key"},
-    {"PRODUCT", "a scene: a product (a folder, an archive or a metadata file, as it was delivered), or a "
-                ".pansharp file"},
+    {"PRODUCT",
+     "a scene: a product as it was delivered (a folder, an archive or a metadata file), or a .pansharp file"},
 };
 
 constexpr OptionEntry ownBatchOptions[] = {
     {{"-o,--out", "FOLDER", "", batchHeading,
-      "the folder to write into, made if it is not there: the outputs, and the results in batch.jsonl"},
+      "the folder to write into: the outputs, and the results in batch.jsonl. It is made if it does not "
+      "exist"},
      ReadOutFolder,
      false,
      {},
      "no folder is named; add --out and the folder to write the scenes into"},
     {{"--time-limit", "SECONDS", "none", batchHeading,
-      "give a scene up that takes longer, and go on with the next"},
+      "give up a scene that takes longer, and go on with the next"},
      ReadTimeLimit},
     {{"--again", "", "", batchHeading,
-      "also make the scenes anew that an earlier run has made; their outputs are replaced"},
+      "also make the scenes again that an earlier run has made; their outputs are replaced"},
      SetFlag<&Arguments::again>},
 };
 

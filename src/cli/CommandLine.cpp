@@ -46,7 +46,7 @@ bool Given(const BoundCommand& command, const OptionEntry& wanted) {
 
 std::string SeeHelp(const CommandEntry& command) {
     const std::string name(command.name);
-    return "; 'pansharp " + name + (name.empty() ? "" : " ") + "--help' lists what there is";
+    return "; 'pansharp " + name + (name.empty() ? "" : " ") + "--help' lists all";
 }
 
 bool IsOptionOf(const CommandEntry& command, const std::string& text) {
@@ -81,7 +81,7 @@ bool IsOption(const std::string& argument) { return argument.size() > 1 && argum
     for (const auto& [entry, option] : command.options) {
         if (!option->check_name(name) && !option->check_lname(name)) continue;
         const std::string key(entry->Key());
-        if (entry->IsFlag()) throw UsageError(key + " takes no value; give it alone");
+        if (entry->IsFlag()) throw UsageError(key + " takes no value; give it without one");
         const std::size_t count = entry->CountValues();
         throw UsageError(key + " needs " + (count == 1 ? "a value" : std::to_string(count) + " values") +
                          ": " + key + " " + std::string(entry->value));

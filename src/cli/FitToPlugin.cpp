@@ -43,8 +43,8 @@ const PansharpMethod& ChooseMethod(const PansharpDescription& plugin, const Argu
         if (shares && (hostkit::IsNamed(shares->band, name) || hostkit::IsNamed(shares->additional, name)))
             weighs = "--set " + name;
     if (weighs.empty()) return *recommended;
-    warnings.push_back(weighs + ": the method " + plugin.methods[0].keyword + " is taken, since " +
-                       recommended->keyword + " weighs no bands; name one with --method");
+    warnings.push_back(weighs + ": the method " + plugin.methods[0].keyword + " is used, because " +
+                       recommended->keyword + " has no band weights; choose the method with --method");
     return plugin.methods[0];
 }
 
@@ -71,7 +71,7 @@ std::vector<std::string> FitToPlugin(const PansharpDescription& plugin, Argument
     const std::string file = request.line.Get(option::weightsFrom);
     if (request.earlier && weighsBands && request.weights.empty())
         throw UsageError("--weights-from: the run of '" + file +
-                         "' weighed no bands; take a run of another method");
+                         "' had no band weights; use a run of another method");
     refuse(option::infrared, !usesLowPass, "infrared band");
     refuse(option::transfer, usesLowPass, "blur or gains");
     refuse(option::gains, usesLowPass, "blur or gains");
@@ -80,14 +80,14 @@ std::vector<std::string> FitToPlugin(const PansharpDescription& plugin, Argument
         request.gains.clear();
     }
     if (request.earlier && !StringsEqual(request.earlier->method, request.method, true))
-        warnings.push_back("--weights-from: the run of '" + file + "' was one of " + request.earlier->method +
-                           "; its weights are taken for " + request.method);
+        warnings.push_back("--weights-from: the run of '" + file + "' used the method " +
+                           request.earlier->method + "; its weights are used for " + request.method);
     for (const auto& [name, value] : request.properties)
         if (!HasProperty(std::span(plugin.properties, plugin.propertyCount), name) &&
             !HasProperty(hostkit::PropertiesOf(method), name))
             warnings.push_back("the property " + name +
-                               ": the plug-in names no such property for the method " + request.method +
-                               "; 'pansharp methods' lists those it reads");
+                               ": there is no such property of the process or of the method " +
+                               request.method + "; 'pansharp methods' lists them");
     return warnings;
 }
 

@@ -31,14 +31,14 @@ std::string FormatImage(const char* role, const ImageFacts& facts) {
         noData += (noData.empty() ? "" : ", ") + what;
     if (!noData.empty()) noData = "no data: " + noData;
     if (facts.seen == 0)
-        return text + Line("", facts.sampleType + "; no pixel was looked at") +
+        return text + Line("", facts.sampleType + "; no pixels were read") +
                (noData.empty() ? noData : Line("", noData));
     text +=
         Line("", facts.largest ? FormatString("%s, of which %u are in use (largest sample seen: %u); %.2g %% "
                                               "saturated",
                                               facts.sampleType.c_str(), *facts.bitDepth, *facts.largest,
                                               100.0 * facts.saturated)
-                               : facts.sampleType + "; no pixel with data was seen");
+                               : facts.sampleType + "; no pixel with data was found");
     return text + Line("", noData.empty() ? "every sample is data"
                                           : FormatString("%s; %.3g %% of the pixels seen", noData.c_str(),
                                                          100.0 * facts.withoutData));

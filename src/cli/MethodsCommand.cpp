@@ -64,8 +64,8 @@ ExitCode RunMethods(const Arguments& arguments) {
               << plugin->GetPath() << "), for --method:\n\n";
     for (const PansharpMethod& method : hostkit::MethodsOf(description))
         std::cout << FormatMethod(method, &method == hostkit::FindRecommended(description));
-    std::cout << "Properties of the process, whatever the method; the command sets those of images, bands\n"
-                 "and method itself:\n"
+    std::cout << "Properties of the process, for every method. The command itself sets those of images, "
+                 "bands\nand method:\n"
               << FormatProperties(std::span(description.properties, description.propertyCount));
     return Done;
 }

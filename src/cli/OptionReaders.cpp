@@ -57,7 +57,7 @@ double ParseTransfer(const std::string& option, const std::string& text) {
 void ReadOutput(const TypedOption& option, Arguments& to) {
     to.output = rasterhost::NameForGdal(FileName(option));
     if (StartsWith(to.output, "/vsimem/", false))
-        throw UsageError("-o: '" + to.output + "' would be gone with this run; name a file");
+        throw UsageError("-o: '" + to.output + "' would disappear when this run ends; name a file on a disk");
 }
 
 void ReadFormat(const TypedOption& option, Arguments& to) {
@@ -88,7 +88,7 @@ void ReadWindow(const TypedOption& option, Arguments& to) {
 void ReadPreview(const TypedOption& option, Arguments& to) {
     if (!KOVA::Tessara::Fundament::ToLower(option.Value()).ends_with(".png"))
         throw UsageError(option.name + ": '" + option.Value() +
-                         "' is not the name of a PNG file; let it end in .png");
+                         "' is not the name of a PNG file; give a name that ends in .png");
     AddBeside(option, to);
     to.preview = {option.Value(), std::nullopt};
     to.hasPreview = true;
@@ -117,8 +117,8 @@ void ReadOutFolder(const TypedOption& option, Arguments& to) {
     if (to.folder.empty()) throw UsageError(option.name + ": the name of the folder is empty; give one");
     if (StartsWith(rasterhost::NameForGdal(to.folder), "/vsi", false))
         throw UsageError(option.name + ": '" + to.folder +
-                         "' is not in the file system, where the list of results can be added to; name a "
-                         "folder there and copy its files");
+                         "' is not in the file system, and the results can only be written there; name a "
+                         "folder in the file system and copy its files");
 }
 
 void ReadTimeLimit(const TypedOption& option, Arguments& to) {
@@ -147,7 +147,7 @@ void ReadWeights(const TypedOption& option, Arguments& to) {
 void ReadWeightsFrom(const TypedOption& option, Arguments& to) {
     const std::string& file = option.Value();
     if (option.line.Has(option::weights))
-        throw UsageError("--weights and --weights-from both say what the weights are; give one of them");
+        throw UsageError("--weights and --weights-from both set the weights; give one of them");
     const RunWeights run = ReadRunWeights(file);
     if (!option.line.Has(option::transfer)) to.transfer = run.transfer;
     if (!option.line.Has(option::gains)) to.gains = run.gains;
@@ -208,8 +208,8 @@ void ReadPart(const TypedOption& option, Arguments& to) {
     if (left >= right || (isBox ? bottom >= top : bottom == top))
         throw UsageError(option.name + ": nothing lies between '" + texts[0] + " " + texts[1] + "' and '" +
                          texts[2] + " " + texts[3] + "'; " +
-                         (isBox ? "the least x and y come first, then the greatest"
-                                : "the upper left corner comes first, then the lower right one"));
+                         (isBox ? "give the smallest x and y first, then the largest"
+                                : "give the upper left corner first, then the lower right one"));
     to.part = part;
 }
 
@@ -233,8 +233,8 @@ void ReadScale(const TypedOption& option, Arguments& to) {
     if (to.findScale) return;
     to.scale = ParsePair(option.name, option.Value());
     if (!((*to.scale)[0] < (*to.scale)[1]))
-        throw UsageError(option.name + ": the least value comes first, then the greatest; '" +
-                         option.Value() + "' leaves nothing between them");
+        throw UsageError(option.name + ": give the smallest value first, then the largest; '" +
+                         option.Value() + "' has nothing between them");
 }
 
 void ReadBands(const TypedOption& option, Arguments& to) {
@@ -280,8 +280,9 @@ void ReadPanBlur(const TypedOption& option, Arguments& to) {
 void ReadRatio(const TypedOption& option, Arguments& to) {
     to.ratio = ParseNumber(option.name, option.Value());
     if (*to.ratio <= 0.0)
-        throw UsageError(option.name + ": '" + option.Value() +
-                         "' is not a ratio; give the coarse pixel's width over the fine one's, such as 2");
+        throw UsageError(
+            option.name + ": '" + option.Value() +
+            "' is not a ratio; give the width of a coarse pixel divided by that of a fine one, such as 2");
 }
 
 void ReadBandsOfImage(const TypedOption& option, Arguments& to) {
@@ -343,11 +344,10 @@ void ReadFused(const CommandLine& line, Arguments& to) {
     if (hasPan) to.pan = ParseInputBand(line.Get(option::pan));
     to.multispectral = ParseInputs(line.GetAll(option::ms));
     if (hasPan != line.Has(option::ms))
-        throw UsageError("--pan and --ms go together: the pair that the image was made of; give both");
+        throw UsageError("--pan and --ms name the pair that the image was made of; give both");
     if (hasPan == line.Has(option::reference))
-        throw UsageError(
-            "give what to assess the image by: the truth with --reference, or the pair that it was made "
-            "of with --pan and --ms");
+        throw UsageError("there is nothing to compare the image with; give the truth with --reference, or "
+                         "the pair that it was made of with --pan and --ms");
 }
 
 } // namespace cli

@@ -14,14 +14,14 @@ namespace {
 
 constexpr OptionEntry sharpenOptions[] = {
     {{"-o,--output", "OUT", "", inputHeading,
-      "the file to write; it appears only when it is complete. A name that ends in .pansharp gives a "
-      "description of the scene, with everything that was fitted and no pixels"},
+      "the file to write. It appears only when it is complete. If the name ends in .pansharp, the file "
+      "describes the scene: it has everything that was fitted and no pixels"},
      ReadOutput,
      false,
      {},
      "no output is named; add -o and the name of the file to write"},
     {{"-f,--of", "FORMAT", "what the ending of OUT stands for", inputHeading,
-      "format of the output: the short name of a GDAL driver, or PANSHARP for a description; GTiff if OUT "
+      "format of the output: the short name of a GDAL driver, or PANSHARP for a description. GTiff if OUT "
       "has no ending"},
      ReadFormat,
      false,
@@ -30,28 +30,29 @@ constexpr OptionEntry sharpenOptions[] = {
      ReadCreationOptions,
      true,
      "COMPRESS=DEFLATE COMPRESS=LZW COMPRESS=ZSTD PREDICTOR=2 BIGTIFF=YES NUM_THREADS=ALL_CPUS"},
-    {{"--mo", "NAME=VALUE", "", inputHeading, "a further entry of the output's metadata"},
+    {{"--mo", "NAME=VALUE", "", inputHeading, "an entry to add to the output's metadata"},
      ReadMetadata,
      true},
     {{"--srcwin", "XOFF YOFF XSIZE YSIZE", "all of it", inputHeading,
-      "write only this window of the result, in pixels from its upper left corner; its pixels are the same "
-      "as in the whole result. Of a .pansharp file the bytes of the inputs are then not compared with what "
-      "they were, only their sizes"},
+      "write only this window of the result, in pixels from its upper left corner. The pixels are the same "
+      "as in the whole result. If PAN is a .pansharp file, only the sizes of its inputs are then checked for "
+      "changes, not their bytes"},
      ReadWindow},
     {{"--overwrite", "", "", inputHeading,
       "replace the output, and the files written beside it, if they exist"},
      SetFlag<&Arguments::overwrite>},
     {{"--preview", "FILE.png", "", inputHeading,
-      "also make a picture of up to 512 x 512 pixels of the scene: pan, the multispectral bands merely "
-      "upsampled, and the result, side by side; in natural colours where the bands are known, else the first "
-      "three bands written are red, green and blue; each with a stretch of its own"},
+      "also make a picture of up to 512 x 512 pixels of the scene: pan, the upsampled multispectral bands "
+      "and the result, side by side. Colours are natural if the bands are known; otherwise the first three "
+      "bands written are shown as red, green and blue. Each colour has its own stretch"},
      ReadPreview},
     {{"--preview-at", "X,Y", "the middle of what is fused", inputHeading,
       "the middle of the picture, in map units of pan"},
      ReadPreviewPlace},
     {{"--byte", "", "", inputHeading,
-      "write a picture to send: 8 bits, each band stretched from the 2nd to the 98th percentile of its own, "
-      "which the metadata say; with --rgb, as PNG or JPEG by the ending of OUT. Not to be measured in"},
+      "write a picture to look at, not to measure in: 8 bits, each band stretched from its own 2nd to its "
+      "own 98th percentile. The metadata of the output give the limits. Use it with --rgb; the ending of OUT "
+      "chooses PNG or JPEG"},
      ReadPicture},
     option::method,
     option::weights,
@@ -78,26 +79,27 @@ constexpr OptionEntry sharpenOptions[] = {
      SetFlag<&Arguments::alpha>},
     threadsOption,
     {{"--dry-run", "", "", runHeading,
-      "fuse and write nothing: report what 'pansharp info' reports, for these options, and whether the "
-      "output and the preview can be written"},
+      "fuse nothing and write nothing. Report what 'pansharp info' reports for these options, and whether "
+      "the output and the preview can be written"},
      SetFlag<&Arguments::dryRun>},
-    {{"-v,--verbose", "", "", runHeading, "also report at the end what the run was made with"},
+    {{"-v,--verbose", "", "", runHeading,
+      "also report the plug-in, the vector instructions, the sampling and the format at the end"},
      SetFlag<&Arguments::verbose>},
     {{"-q,--quiet", "", "", runHeading, "print warnings and errors only"}, SetFlag<&Arguments::quiet>},
     jsonOption,
     {{"--window", "ROWS", "chosen from the sizes", advancedHeading,
-      "number of rows that are fused at a time; the pixels do not depend on it"},
+      "number of rows that are fused at a time. The pixels do not depend on it"},
      SetWhole<&Arguments::windowRows, 1, 0x7FFFFFFF>},
     {{"--set", "NAME=VALUE", "", advancedHeading,
-      "a raw property of the process, set last; 'pansharp methods' lists them"},
+      "a raw property of the process, set after all others; 'pansharp methods' lists them"},
      ReadProperties,
      true},
     option::simd,
     {{"--settings", "FILE", "", advancedHeading,
-      "an XML file of raw properties, one element per property below its root; --set overrides it"},
+      "an XML file of raw properties, with one element per property below its root. --set overrides it"},
      ReadSettingsFile},
     {{"--status-xml", "FILE", "", advancedHeading,
-      "when the work fails, write the reasons to this file as an XML report"},
+      "if the run fails, write the reasons to this file as an XML report"},
      ReadStatusXml},
     pluginOption,
     option::help,
@@ -119,10 +121,11 @@ constexpr OptionEntry assessOptions[] = {
     option::pan,
     option::ms,
     {{"-b,--bands", "LIST", "all", inputHeading,
-      "the bands of MS that the image has, by number from 1 or by name, in its order, such as 3,2,1"},
+      "the bands of MS that the image has, in the order of the image, by number from 1, such as 3,2,1, or by "
+      "name"},
      ReadBandsOfImage},
     {{"--ratio", "R", "that of MS and PAN; without them there is no ERGAS", qualityHeading,
-      "the coarse pixel's width over the fine one's, for ERGAS"},
+      "the width of a coarse pixel divided by that of a fine one, for ERGAS"},
      ReadRatio},
     blurOption,
     panBlurOption,
@@ -141,12 +144,12 @@ constexpr OptionEntry compareOptions[] = {
      SetFlag<&Arguments::replaceKept>},
     option::infrared,
     {{"-b,--bands", "LIST", "all", fusionHeading,
-      "multispectral bands to fuse and compare, by number from 1 or by name, in order; the others only take "
+      "multispectral bands to fuse and compare, by number from 1 or by name, in order. The others only take "
       "part in the simulated pan"},
      ReadBands},
     rgbOption,
     {{"-r,--resampling", "bilinear|cubic", "both", fusionHeading,
-      "interpolate the multispectral bands in this way only"},
+      "interpolate the multispectral bands only in this way"},
      SetResampling<&Arguments::onlyResampling>},
     option::bitDepth,
     scaleOption,
@@ -219,8 +222,8 @@ Exit codes: 0 done, 1 the work failed, 2 the command line is wrong, 130 interrup
 )"},
     {"batch", "pansharp batch LIST.jsonl|PRODUCT [...] --out FOLDER [options]",
      "Sharpens many scenes, one after the other with all threads, and prints a line of JSON for each. It "
-     "goes on after a failure; the same command line goes on where an earlier run was stopped, and skips "
-     "what is done. Options of 'sharpen' hold for all scenes; a line of a list may give its own.",
+     "goes on after a failure. The same command line resumes an earlier run and skips what is done. Options "
+     "of 'sharpen' hold for all scenes; a line of a list may give its own.",
      batchPositionals, ReadScenes, batchOptions, sharpenOrder,
      R"(Examples:
   pansharp batch scenes.jsonl --out sharp --time-limit 3600
@@ -230,9 +233,8 @@ Exit codes: 0 all scenes are done, 1 a scene failed, 2 the command line is wrong
 )"},
     {"info",
      "pansharp info PAN MS [MS ...] [options]",
-     "Checks a pair before it is fused: whether and how it would be fused, how well weighted bands make up "
-     "pan, whether the images are shifted against each other. It reads a sample of the pixels and writes "
-     "nothing.",
+     "Checks a pair before it is fused: can it be fused, how well do weighted bands match pan, and are the "
+     "images shifted against each other? It reads a sample of the pixels and writes nothing.",
      sharpenPositionals,
      ReadPair,
      infoOptions,
@@ -247,8 +249,8 @@ down against its georeferencing, in multispectral pixels.
 Exit codes: 0 'pansharp sharpen' would work, 1 it would fail, 2 the command line is wrong.
 )"},
     {"assess", "pansharp assess FUSED --reference TRUTH [--ratio R] | --pan PAN --ms MS [options]",
-     "Measures how good a fused image is: against the truth, where there is one, or against the pair that it "
-     "was made of. Plain bilinear upsampling is measured too.",
+     "Measures how good a fused image is, against the truth if there is one, or against the pair that it was "
+     "made of. Plain bilinear upsampling is measured too.",
      assessPositionals, ReadFused, assessOptions, assessOrder,
      R"(Examples:
   pansharp assess sharp.tif --pan pan.tif --ms ms.tif
@@ -260,9 +262,9 @@ nothing was done. Look first at consistency and at the row of plain upsampling.
 Exit codes: 0 done, 1 the work failed, 2 the command line is wrong.
 )"},
     {"compare", "pansharp compare PAN MS [MS ...] [options]",
-     "Finds the method that suits a scene: degrades the pair by its own ratio, fuses it with every method "
-     "and sampling, with fitted and with equal weights, and compares each result with the multispectral "
-     "image.",
+     "Finds the method that suits a scene. It degrades the pair by its own ratio and fuses it with every "
+     "method and sampling, with fitted and with equal weights. It compares each result with the "
+     "multispectral image.",
      sharpenPositionals, ReadPair, compareOptions, compareOrder,
      R"(Examples:
   pansharp compare pan.tif ms.tif
@@ -275,16 +277,16 @@ are compared.
 Exit codes: 0 done, 1 the work failed, 2 the command line is wrong.
 )"},
     {"view", "pansharp view PAN MS [MS ...] [options]",
-     "Shows a scene in the browser: pan, the bands merely upsampled and the sharpened image, to swipe "
-     "between, with every method and weight to try. Pixels are fused as they are looked at; nothing is "
-     "written. It serves this machine alone until Ctrl-C ends it.",
+     "Shows a scene in the browser: pan, the upsampled bands and the sharpened image. You can swipe between "
+     "them and try every method and weight. Pixels are fused when you look at them; nothing is written. It "
+     "serves only this machine, until Ctrl-C ends it.",
      sharpenPositionals, ReadPair, viewOptions, viewOrder,
      R"(Examples:
   pansharp view pan.tif ms.tif
   pansharp view pan.tif ms.tif --bands 4,3,2 --open
   pansharp view scene.pansharp --port 8080
 
-The page tells the command line that writes what it shows.
+The page gives the command line that writes what it shows.
 
 Exit codes: 0 ended by Ctrl-C, 1 the scene cannot be shown, 2 the command line is wrong.
 )"},
@@ -332,7 +334,7 @@ bool ChoosesBands(const OptionEntry& option) {
 
 std::string HelpOf(const OptionEntry& option) {
     std::string help(option.help);
-    if (option.repeatable) help += "; may be repeated";
+    if (option.repeatable) help += ". May be repeated";
     if (!option.standard.empty()) help += " (default: " + std::string(option.standard) + ")";
     return help;
 }

@@ -32,17 +32,17 @@ std::string FormatDefaults(const Arguments& request) {
     std::string text, transfers, meanings;
     if (product.noData && request.noData == product.noData)
         text += Wrap("no data", column,
-                     FormatString("%g, as the product has it (--nodata, --no-nodata)", *product.noData));
+                     FormatString("%g, from the product (--nodata, --no-nodata)", *product.noData));
     if (product.bitDepth && request.bitDepth == product.bitDepth)
         text += Wrap("samples", column,
-                     FormatString("%d bits, as the product has it (--bit-depth)", *product.bitDepth));
+                     FormatString("%d bits, from the product (--bit-depth)", *product.bitDepth));
     const bool isSame = std::ranges::all_of(
         product.bands, [&](const InputBand& band) { return band.meaning == product.bands.front().meaning; });
     for (const InputBand& band : product.bands)
         if (band.meaning && (meanings.empty() || !isSame))
             meanings += (meanings.empty() ? "" : ", ") + (isSame ? "" : band.name + " ") +
                         FormatString("%.6g x sample %+.6g", band.meaning->scale, band.meaning->offset);
-    if (!meanings.empty()) text += Wrap("values", column, meanings + "; the output says so, too");
+    if (!meanings.empty()) text += Wrap("values", column, meanings + "; the output carries this");
     const std::vector<double> published = rasterhost::TransfersOf(product);
     for (std::size_t band = 0; band < published.size(); ++band)
         transfers += FormatString("%s%s %.4g", band == 0 ? "" : ", ", product.bands[band].name.c_str(),

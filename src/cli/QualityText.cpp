@@ -45,13 +45,12 @@ const CompareEntry& BestPlain(const CompareReport& report) {
 std::string Verdict(const CompareReport& report) {
     const CompareEntry& best = report.entries[report.best];
     if (std::isnan(best.indices.ergas))
-        return "A band of the multispectral image is 0 throughout: there is no ERGAS to tell the methods "
-               "apart by.";
+        return "A band of the multispectral image is 0 everywhere, so there is no ERGAS to compare the "
+               "methods by.";
     if (best.IsPlain())
-        return FormatString(
-            "No method beats plain upsampling: %s has the lowest ERGAS, %.3f. Is the pair of one "
-            "scene and well registered? 'pansharp info' tells.",
-            NameOf(best).c_str(), best.indices.ergas);
+        return FormatString("No method beats plain upsampling: %s has the lowest ERGAS, %.3f. Do both images "
+                            "show the same scene, without a shift? 'pansharp info' says.",
+                            NameOf(best).c_str(), best.indices.ergas);
     const CompareEntry& plain = BestPlain(report);
     return FormatString("Best: %s, ERGAS %.3f; %s has %.3f.", NameOf(best).c_str(), best.indices.ergas,
                         NameOf(plain).c_str(), plain.indices.ergas);
@@ -75,10 +74,10 @@ std::string FormatAssessment(const AssessReport& report) {
         const ReferenceIndices& indices = *report.reference;
         std::string text =
             FormatBands(indices) + FormatString("mean Q %.4f, SAM %.4f degrees", indices.meanQ, indices.sam);
-        text += report.ratio ? FormatString(", ERGAS %.4f", indices.ergas) : "; ERGAS takes a --ratio";
+        text += report.ratio ? FormatString(", ERGAS %.4f", indices.ergas) : "; ERGAS needs --ratio";
         return text + ", from " + Count(indices.pixels) + " pixels\n";
     }
-    std::string text = "consistency: degraded to the multispectral pixels, against them\n";
+    std::string text = "consistency: the image degraded to the multispectral pixels, compared with them\n";
     text += FormatString("%-10s%10s%10s%10s  RMSE per band\n", "", "ERGAS", "SAM", "Q");
     for (const PairIndices& row : report.pair) {
         text += FormatString("%-10s", row.name.c_str()) + Cell(row.consistency.ergas, 3) +

@@ -71,9 +71,9 @@ std::vector<std::string> DescribeDetail(const rasterhost::DetailFit& detail) {
                                  : detail.error       ? "fitted one scale down"
                                                       : "by a rule of thumb"));
     if (detail.error)
-        lines.push_back(FormatString("ERGAS one scale down %.3g, merely upsampled %.3g; at full size less is "
-                                     "gained",
-                                     *detail.error, *detail.plainError));
+        lines.push_back(
+            FormatString("ERGAS one scale down %.3g, plain upsampling %.3g; the gain at full size is smaller",
+                         *detail.error, *detail.plainError));
     return lines;
 }
 
@@ -97,7 +97,7 @@ std::string FormatReport(const SharpenReport& report, std::uint64_t peakMemory) 
                          MegapixelsPerSecond(report), report.threads, report.threads == 1 ? "" : "s",
                          static_cast<double>(peakMemory) / 1e6);
     if (report.pixelsWithoutData > 0)
-        text += FormatString("  %s pixels without data, told by %s\n",
+        text += FormatString("  %s pixels without data, marked by %s\n",
                              FormatCount(report.pixelsWithoutData, Pixels(report)).c_str(),
                              report.noDataValue ? FormatString("the value %u", *report.noDataValue).c_str()
                              : report.noDataBy == rasterhost::NoDataBy::Alpha ? "the last band"
@@ -139,7 +139,7 @@ std::string FormatPreview(const std::string& file, const SharpenRequest& request
         report.bands < 3
             ? FormatString("band %d in grey", band(0))
             : FormatString("bands %d, %d and %d in red, green and blue%s", band(red), band(green), band(blue),
-                           bands.isGuessed ? ", which is a guess, since nothing tells what they are" : "");
+                           bands.isGuessed ? ", which is a guess, because nothing names them" : "");
     return FormatString("  preview %s: pan, then %s, upsampled and fused\n", file.c_str(), shown.c_str());
 }
 

@@ -43,7 +43,7 @@ RunWeights ReadRunWeights(const std::string& file) {
     const Json object = Json::parse(stream, nullptr, false);
     if (!object.is_object() || object.value("command", Json()) != "sharpen")
         Refuse(file, std::string("holds no JSON object of a run of 'sharpen'") + whatToDo);
-    if (object.value("ok", Json()) != true) Refuse(file, "is of a run that failed; take one that succeeded");
+    if (object.value("ok", Json()) != true) Refuse(file, "is of a run that failed; use one that succeeded");
     const Json method = object.value("method", Json());
     const Json weights = object.value("weights", Json());
     const Json infrared = object.value("infrared_weight", Json());
@@ -53,7 +53,8 @@ RunWeights ReadRunWeights(const std::string& file) {
     run.method = method.get<std::string>();
     ReadDetail(file, object, run);
     if (weights.empty() && run.gains.empty())
-        Refuse(file, "is of the method " + run.method + ", which weighs no bands; take a run of another");
+        Refuse(file,
+               "is of the method " + run.method + ", which has no band weights; use a run of another method");
     for (const Json& weight : weights) {
         if (!IsFinite(weight)) Refuse(file, "has a weight that is not a finite number; run it again");
         run.bands.push_back(weight.get<double>());

@@ -32,7 +32,7 @@ void TakeScene(const std::string& file, const CommandLine& line, Arguments& to) 
         if (!writesPixels || !ChoosesBands(option))
             throw UsageError(
                 std::string(option.Key()) + ": '" + file +
-                "' says already how the scene is fused; leave the option out, or name the images "
+                "' already says how the scene is fused; leave the option out, or name the images "
                 "in place of the description");
     }
     Status status;
@@ -54,11 +54,12 @@ bool WritesScene(const Arguments& request) {
     if (request.scene)
         throw UsageError(
             "-o: '" + request.output +
-            "' would describe a scene that is described already; copy the file, or name the images");
+            "' would describe a scene that already has a description; copy that file, or name the images");
     if (request.preview)
         throw UsageError("--preview: a description has no pixels to make a picture of; leave it out");
     if (request.window)
-        throw UsageError("--srcwin: a description is of the whole scene; say which window when you read it");
+        throw UsageError(
+            "--srcwin: a description is of the whole scene; give the window when you read the description");
     if (!request.metadata.empty())
         throw UsageError("--mo: a description has no metadata of its own; leave it out");
     if (request.isPicture) throw UsageError("--byte: a description has no pixels to stretch; leave it out");

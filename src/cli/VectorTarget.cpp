@@ -22,7 +22,8 @@ void Force(const std::string& origin, const std::string& name) {
         if (each == wanted) return platform::SetEnvironment(variable, each.c_str());
         listed += (listed.empty() ? "" : ", ") + each;
     }
-    throw UsageError(origin + ": '" + name + "' cannot run here; what can is " + listed);
+    throw UsageError(origin + ": '" + name +
+                     "' cannot run on this processor; choose one of these: " + listed);
 }
 
 } // namespace

@@ -79,7 +79,7 @@ ExitCode Serve(const Arguments& arguments, view::ViewedScene& scene) {
                                    "without a password");
     std::cerr << "Ctrl-C ends it.\n";
     if (arguments.opensBrowser && !platform::OpenInBrowser(address))
-        std::cerr << FormatWarning("--open: no browser could be started; open " + address + " in one");
+        std::cerr << FormatWarning("--open: no browser could be started; open " + address + " yourself");
     while (!platform::WasInterrupted())
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
     return Done;

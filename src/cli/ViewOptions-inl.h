@@ -11,8 +11,8 @@ namespace {
 constexpr OptionEntry ownViewOptions[] = {
     {{"--port", "N", "8017, or any that is free", runHeading, "port to serve at"}, ReadPort},
     {{"--listen", "ADDRESS", "127.0.0.1", runHeading,
-      "address to serve at, in digits. Any but that of this machine alone (127.0.0.1, ::1) shows the scene "
-      "to everybody who reaches it: nobody is asked for a password, and nothing is encrypted"},
+      "address to serve at, in digits. With any address but 127.0.0.1 and ::1, which only this machine "
+      "reaches, everybody who reaches it sees the scene, without a password and unencrypted"},
      SetText<&Arguments::listen>},
     {{"--open", "", "", runHeading, "open the page in the browser"}, SetFlag<&Arguments::opensBrowser>},
 };

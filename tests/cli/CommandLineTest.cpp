@@ -63,7 +63,7 @@ const WrongLine wrongLines[] = {
     {"sharpen a b -o c --srcwin 0 0 0 9", {"--srcwin", "'0'", "1 to"}},
     {"sharpen a b -o c.pansharp --srcwin 0 0 9 9", {"--srcwin", "whole scene"}},
     {"sharpen a b -o c --projwin 9 2 -3 1", {"between '9 2' and '-3 1'"}},
-    {"sharpen a b -o c --bbox 0 2 3 1", {"between '0 2' and '3 1'", "least"}},
+    {"sharpen a b -o c --bbox 0 2 3 1", {"between '0 2' and '3 1'", "smallest"}},
     {"sharpen a b -o c --bbox 0 x 3 1", {"--bbox", "'x' is not a number"}},
     {"sharpen a b -o c --projwin 0 1 1 0 --bbox 0 0 1 1", {"--projwin and --bbox"}},
     {"sharpen a b -o c --extent intersektion", {"did you mean 'intersection'?"}},
@@ -71,9 +71,9 @@ const WrongLine wrongLines[] = {
     {"sharpen a b -o c --shift 1,x", {"--shift", "'x' is not a number"}},
     {"sharpen a b -o c --scale 1 --shift 2", {"--shift: '2'"}}, // the first one
     {"sharpen a b -o c --preview-at 1,2", {"without a picture", "--preview FILE.png"}},
-    {"sharpen a b -o c --scale 1,1", {"--scale", "'1,1'", "least value comes first"}},
+    {"sharpen a b -o c --scale 1,1", {"--scale", "'1,1'", "smallest value first"}},
     {"sharpen a b -o c --nodata 0 --no-nodata", {"--nodata", "--no-nodata"}},
-    {"sharpen a b -o c --simd mmx", {"'mmx' cannot run here", "scalar"}},
+    {"sharpen a b -o c --simd mmx", {"'mmx' cannot run on", "scalar"}},
     {"sharpen a b -o c --weights-from no.json", {"'no.json' cannot be opened", "--json"}},
     {"methods kova", {"'kova'", "takes no files"}},
 };
@@ -104,7 +104,7 @@ TEST(CommandLine, VectorTargetOfTheEnvironmentIsChecked) {
     const child::Outcome right = child::Run(folder, {"methods"});
     unsetenv("PANSHARP_SIMD");
     EXPECT_EQ(wrong.code, 2);
-    EXPECT_THAT(wrong.err, testing::AllOf(HasSubstr("PANSHARP_SIMD"), HasSubstr("'mmx' cannot run here"),
+    EXPECT_THAT(wrong.err, testing::AllOf(HasSubstr("PANSHARP_SIMD"), HasSubstr("'mmx' cannot run on"),
                                           HasSubstr("scalar")));
     EXPECT_EQ(version.code, 0);
     EXPECT_EQ(right.code, 0) << right.err;

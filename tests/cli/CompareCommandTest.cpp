@@ -89,12 +89,12 @@ TEST(AssessCommand, PrintsBothKindsAndRefusesTheRest) {
     } cases[] = {
         {"out.tif --pan pan.tif --ms ms.tif", 0, {"fused", "bilinear", "D_lambda", "HQNR"}},
         {"ms.tif --reference ms.tif --ratio 2", 0, {"inf", "mean Q 1.0000", "ERGAS 0.0000", "900 pixels"}},
-        {"ms.tif --reference ms.tif", 0, {"ERGAS takes a --ratio"}},
+        {"ms.tif --reference ms.tif", 0, {"ERGAS needs --ratio"}},
         {"out.tif --reference ms.tif", 1, {"60 x 60 pixels"}},
         {"out.tif --reference ms.tif -b 1", 2, {"--bands names bands of the pair"}},
         {{"out.tif"}, 2, {"--reference", "--pan and --ms"}},
-        {"out.tif --pan pan.tif", 2, {"--pan and --ms go together"}},
-        {"out.tif --reference ms.tif --pan pan.tif --ms ms.tif", 2, {"give what to assess"}},
+        {"out.tif --pan pan.tif", 2, {"--pan and --ms name the pair"}},
+        {"out.tif --reference ms.tif --pan pan.tif --ms ms.tif", 2, {"nothing to compare the image with"}},
         {"ms.tif --reference ms.tif --ratio 0", 2, {"'0' is not a ratio"}},
         {"out.tif --pan pan.tif --ms ms.tif --mtf 0.3,1", 2, {"'1' is not a modulation transfer"}},
     };

@@ -19,7 +19,7 @@ TEST(RunWeights, OfAnEarlierRunServeAnotherMethod) {
     std::ofstream(folder / "run.json")
         << child::RunWell(folder, bands + "a.tif --json -w 0.5,0.125,0.125 --infrared-weight 0.25").out;
     const auto second = child::RunWell(folder, bands + "b.tif --method brovey --weights-from run.json");
-    EXPECT_THAT(second.err, HasSubstr("warning: --weights-from: the run of 'run.json' was one of KOVA"));
+    EXPECT_THAT(second.err, HasSubstr("warning: --weights-from: the run of 'run.json' used the method KOVA"));
     EXPECT_EQ(scene::Read(folder / "b.tif").samples,
               scene::Fuse("Brovey", pair.pan, pair.ms, {0.5, 0.125, 0.125, 0.25}, {0, 1, 2}).samples);
 }
@@ -58,7 +58,7 @@ TEST(RunWeights, OfAFitServeAgain) {
     }
     EXPECT_EQ(run.at("modulation_transfer"), 0.45);
     const auto other = child::Run(folder, sharpen + "c.tif --weights-from run.json --method kova");
-    EXPECT_THAT(other.err, HasSubstr("the run of 'run.json' weighed no bands"));
+    EXPECT_THAT(other.err, HasSubstr("the run of 'run.json' had no band weights"));
 }
 
 TEST(RunWeights, AreRefusedWhereTheyDoNotServe) {
@@ -75,7 +75,7 @@ TEST(RunWeights, AreRefusedWhereTheyDoNotServe) {
         {"[1, 2]", {}, "holds no JSON object"},
         {R"({"command": "methods", "ok": true})", {}, "of a run of 'sharpen'"},
         {R"({"command": "sharpen", "ok": false})", {}, "a run that failed"},
-        {R"({"command": "sharpen", "ok": true, "method": "IHS", "weights": []})", {}, "weighs no bands"},
+        {R"({"command": "sharpen", "ok": true, "method": "IHS", "weights": []})", {}, "has no band weights"},
         {R"({"command": "sharpen", "ok": true, "method": "KOVA", "weights": 3})", {}, "run it again"},
         {R"({"command": "sharpen", "ok": true, "method": "KOVA", "weights": [1, null]})",
          {},

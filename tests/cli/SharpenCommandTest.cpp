@@ -92,8 +92,7 @@ TEST(SharpenCommand, WarnsAndGoesOn) {
     const std::pair<Arguments, const char*> cases[] = {
         {{"bare_pan.tif", "bare_ms.tif"}, "neither 'bare_pan.tif' nor 'bare_ms.tif' is georeferenced"},
         {"pan.tif unprojected.tif", "'unprojected.tif' has no projection"},
-        {"pan.tif ms.tif --set BandWieght-1=2",
-         "the property BandWieght-1: the plug-in names no such property"},
+        {"pan.tif ms.tif --set BandWieght-1=2", "the property BandWieght-1: there is no such property"},
         {"pan.tif ms.tif --set bandweight-2=2 --method kova", nullptr}};
     for (const auto& [arguments, words] : cases) {
         const auto err = child::RunWell(folder, "sharpen -q -o o.tif --overwrite" + arguments).err;
@@ -103,7 +102,8 @@ TEST(SharpenCommand, WarnsAndGoesOn) {
     for (const Arguments weighed : {"-w equal", "--set BandWeight-2=2"}) {
         const child::Outcome chosen =
             child::Run(folder, "sharpen pan.tif ms.tif -o c.tif --overwrite" + weighed);
-        EXPECT_THAT(chosen.err, HasSubstr(": the method KOVA is taken, since Injection weighs no bands"));
+        EXPECT_THAT(chosen.err,
+                    HasSubstr(": the method KOVA is used, because Injection has no band weights"));
         EXPECT_THAT(chosen.out, HasSubstr("method KOVA"));
     }
 }
