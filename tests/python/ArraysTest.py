@@ -248,13 +248,13 @@ READ_ONLY = numpy.zeros((3, 96, 120), numpy.uint16)
 READ_ONLY.flags.writeable = False
 BAD = [
     (TypeError, "pan has samples of float64; scale them to whole numbers", {"pan": PAN / 65535}),
-    (TypeError, "ms has samples of >u2; the bytes of this machine", {"ms": MS.astype(">u2")}),
+    (TypeError, "ms has samples of >u2; this machine has the other byte order", {"ms": MS.astype(">u2")}),
     (TypeError, "int32; give ms.astype", {"ms": MS.astype(numpy.int32)}),
     (TypeError, "samples of object", {"pan": None}),
     (ValueError, "no pixel of pan has data", {"pan": numpy.ma.masked_less(PAN, 65535)}),
     (ValueError, "nodata is 70000", {"nodata": 70000}), (ValueError, "nodata is True", {"nodata": True}),
     (ValueError, "nodata has 1 items", {"nodata": (1,)}), (ValueError, "bits is 8", {"bits": 8}),
-    (TypeError, "pan is of uint16 and ms of uint8", {"ms": MS.astype(numpy.uint8)}),
+    (TypeError, "pan has samples of uint16 and ms of uint8", {"ms": MS.astype(numpy.uint8)}),
     (ValueError, r"axes must be \(row, column\)", {"pan": MS}),
     (ValueError, r"axes must be \(band, row, column\)", {"ms": MS[0]}),
     (ValueError, "no samples", {"ms": MS[:, :0]}),

@@ -100,7 +100,7 @@ class Provider(unittest.TestCase):
         self.assertTrue(part.extent().contains(QgsRectangle(30, -72, 90, -24)))
 
     def test_what_cannot_be_is_said(self):
-        table = [(dict(PAIR, BBOX="900,990,0,90"), "does not meet the panchromatic layer"),
+        table = [(dict(PAIR, BBOX="900,990,0,90"), "does not overlap the panchromatic layer"),
                  (dict(PAIR, WEIGHTS="1,x,2"), "--weights"), (dict(PAIR, SRCWIN="0 0 9"), "needs 4 values"),
                  (dict(PAN=PAIR["MS"], PAN_BAND=1), "multispectral"), (dict(PAIR, PRODUCT=str(home)), "Both layers and a product"),
                  ({}, "No input is given"), (dict(PRODUCT=str(home / "config")), "product")]

@@ -163,7 +163,7 @@ def fit(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, *, method: str 
     if chosen.weighs_bands:
         weights, infrared_share, r_squared, samples, obstacle = job.fit_weights()
         if obstacle:
-            warnings.warn(f"{obstacle}; the weights are equal shares", PansharpWarning, stacklevel=2)
+            warnings.warn(f"{obstacle}; equal weights are used", PansharpWarning, stacklevel=2)
         return Fit(str(chosen), weights=weights, infrared_weight=None if infrared is None else infrared_share, r_squared=r_squared,
                    samples=samples)
     found, pairs, mean, r_squared, samples, error, plain_error = job.fit()
@@ -297,7 +297,7 @@ def compare(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, truth: nump
         reduced = reduce(pan, ms, transfer, pan_transfer, pixel_size, offset, nodata)
         pan, ms, truth, pixel_size, offset, nodata = reduced.pan, reduced.ms, reduced.truth, reduced.pixel_size, None, None
     elif transfer is not None or pan_transfer is not None:
-        raise TypeError("transfer and pan_transfer are of a pair without truth; leave them out, or leave truth out")
+        raise TypeError("transfer and pan_transfer are for a pair without truth; leave them out, or leave truth out")
     fine, coarse, reference = (_checks.image(*of) for of in (("pan", pan, "(row, column)"), ("ms", ms, "(band, row, column)"),
                                                             ("truth", truth, "(band, row, column)")))
     _checks.same_depth(fine, ms=coarse, truth=reference)

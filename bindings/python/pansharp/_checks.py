@@ -85,7 +85,7 @@ def _advice(name: str, dtype: numpy.dtype) -> str:
         return (f"scale them to whole numbers, pan and all bands with the same factor, such as numpy.rint({name} * 10000)"
                 ".clip(0, 65535).astype(numpy.uint16) for reflectances from 0 to 1")
     if dtype == numpy.dtype(numpy.uint16).newbyteorder():
-        return f"the bytes of this machine lie in the other order: give {name}.astype(numpy.uint16)"
+        return f"this machine has the other byte order: give {name}.astype(numpy.uint16)"
     if dtype.kind in "iu":
         return f"give {name}.astype(numpy.uint16) if all of them are from 0 to 65535"
     return "give an array of numpy.uint8 or numpy.uint16"
@@ -94,7 +94,7 @@ def _advice(name: str, dtype: numpy.dtype) -> str:
 def same_depth(pan: numpy.ndarray, **others: numpy.ndarray | None) -> None:
     for name, array in others.items():
         if array is not None and array.dtype != pan.dtype:
-            raise TypeError(f"pan is of {pan.dtype} and {name} of {array.dtype}; give both as numpy.uint16")
+            raise TypeError(f"pan has samples of {pan.dtype} and {name} of {array.dtype}; give both as numpy.uint16")
 
 
 def placement(name: str, array: numpy.ndarray, pan: numpy.ndarray, pixel_size: Any, offset: Any,

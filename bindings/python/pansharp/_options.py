@@ -127,7 +127,7 @@ def texts(command: str, given: dict[str, Any]) -> dict[str, list[str]]:
         if keyword not in known:
             near = difflib.get_close_matches(keyword, known, 1)
             raise TypeError(f"{command}() has no option {keyword!r}{f'; did you mean {near[0]!r}' if near else ''}; "
-                            f"pansharp.options({command!r}) lists what there is")
+                            f"pansharp.options({command!r}) lists all")
         if value is None or value is False:
             continue
         try:

@@ -94,7 +94,7 @@ def moved(shift: Any, pan: Any, ms: Any, pixel_size: Any, offset: Any, nodata: _
     if isinstance(shift, str) and shift == "auto":
         found = pair_job(pan, ms, pixel_size, offset, nodata, bits, True, infrared, infrared_pixel_size, infrared_offset).measure_shift()[0]
         if found is None or not found[-1]:
-            warnings.warn("the shift between pan and ms cannot be measured; it is left as it is", PansharpWarning, stacklevel=3)
+            warnings.warn("the shift between pan and ms cannot be measured; it is not corrected", PansharpWarning, stacklevel=3)
             return offset, infrared_offset
         way = found[:2]
     elif isinstance(shift, str):

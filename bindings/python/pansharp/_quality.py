@@ -97,13 +97,13 @@ def assess(image: Any, reference: Any = None, *, pan: Any = None, ms: Any = None
     Raises ValueError if no pixel has data in all images.
     """
     if (reference is None) == (pan is None and ms is None) or (pan is None) != (ms is None):
-        raise TypeError("give reference, the truth, or both pan and ms, of which the image was made")
+        raise TypeError("give reference, the truth, or both pan and ms, the pair that the image was made of")
     ours = _checks.image("image", image, "(band, row, column)")
     if reference is None:
         return _by_pair(image, ours, pan, ms, ratio, nodata, transfer, pan_transfer, pixel_size, offset, _checks.threads(threads))
     for name, given in (("transfer", transfer), ("pan_transfer", pan_transfer), ("pixel_size", pixel_size), ("offset", offset)):
         if given is not None:
-            raise TypeError(f"{name} is of a pair; leave it out, or give pan and ms in the place of reference")
+            raise TypeError(f"{name} is for a pair; leave it out, or give pan and ms in place of reference")
     truth = _checks.image("reference", reference, "(band, row, column)")
     _checks.same_depth(ours, reference=truth)
     if ours.shape != truth.shape:

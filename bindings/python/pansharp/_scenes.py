@@ -201,7 +201,7 @@ class Dataset:
         if self._scene is None:
             raise _errors.Error("the dataset is closed; open it again")
         if self._process != os.getpid():
-            raise _errors.Error("the dataset was opened by the process before it was forked, and its files are shared; open it here, too")
+            raise _errors.Error("the dataset was opened before this process was forked, and both share its files; open it here again")
         single = bands is not None and isinstance(bands, numbers.Integral)
         chosen = _checks.bands((bands,) if single else bands, self.count, "the image") or self.indexes
         row, column, rows, columns = self._window(window)

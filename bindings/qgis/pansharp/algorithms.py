@@ -100,8 +100,8 @@ class Sharpen(Algorithm):
 
 class MakeVirtual(Algorithm):
     key, title, page, used = "virtual", "Make virtual", "scene-file", ("open",)
-    about = ("Describes a sharpened scene in a small .pansharp file and adds it to the map. It has no pixels: those that the map shows are "
-             "fused when they are looked at. The images stay where they are and are needed.")
+    about = ("Describes a sharpened scene in a small .pansharp file and adds it to the map. The file has no pixels: they are fused when the map "
+             "shows them. It needs the images, which stay where they are.")
 
     def add_own(self):
         self.addParameter(QgsProcessingParameterFileDestination("OUTPUT", "Scene", "Pansharp scenes (*.pansharp)"))
@@ -113,8 +113,8 @@ class MakeVirtual(Algorithm):
             output = f"{os.path.splitext(output)[0]}.pansharp"
         self.sharpen(given, output, context, feedback)
         if gdal.GetDriverByName("PANSHARP") is None:
-            feedback.pushWarning("The scene is written, but QGIS cannot show it: its GDAL lacks the driver PANSHARP. The package pansharp "
-                                 "brings it; for a build of your own, start QGIS with GDAL_DRIVER_PATH set to its folder gdalplugins.")
+            feedback.pushWarning("The scene is written, but QGIS cannot show it: its GDAL lacks the driver PANSHARP. Install the package "
+                                 "pansharp. With your own build, start QGIS with GDAL_DRIVER_PATH set to its folder gdalplugins.")
         elif context.project():
             name = os.path.splitext(os.path.basename(output))[0]
             context.addLayerToLoadOnCompletion(output, QgsProcessingContext.LayerDetails(name, context.project(), "LAYER"))
@@ -127,7 +127,7 @@ class CheckPair(Algorithm):
              "the truth is known.")
 
     def add_own(self):
-        self.addParameter(QgsProcessingParameterBoolean("COMPARE", "Compare the methods, too", defaultValue=True))
+        self.addParameter(QgsProcessingParameterBoolean("COMPARE", "Also compare the methods", defaultValue=True))
         self.addParameter(QgsProcessingParameterFileDestination("OUTPUT", "Report", "HTML files (*.html)"))
 
     def process(self, given, context, feedback):

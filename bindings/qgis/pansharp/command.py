@@ -64,7 +64,7 @@ def _commands(program, changed):
         asked = subprocess.run([program, "--options-json"], stdout=subprocess.PIPE, stderr=subprocess.PIPE, timeout=30, **_TEXT, **_HIDDEN)
         return {entry["name"]: entry for entry in json.loads(asked.stdout)["commands"]}
     except (OSError, subprocess.SubprocessError, ValueError, KeyError) as error:
-        raise Missing(f"'{program}' does not tell its options: {error}. Install the version of pansharp that this plug-in came with.") from error
+        raise Missing(f"'{program}' does not list its options: {error}. Install the version of pansharp that this plug-in came with.") from error
 
 
 def _lines(stream, name, told):

@@ -178,7 +178,7 @@ class Choice:
         box = self.algorithm.parameterAsExtent(self.parameters, name, self.context, crs)
         within = box.intersect(pan.extent())
         if within.isEmpty():
-            raise QgsProcessingException(f"The extent {box.toString(2)} does not meet the panchromatic layer, which covers "
+            raise QgsProcessingException(f"The extent {box.toString(2)} does not overlap the panchromatic layer, which covers "
                                          f"{pan.extent().toString(2)}.")
         return [[repr(edge) for edge in (within.xMinimum(), within.yMinimum(), within.xMaximum(), within.yMaximum())]]
 

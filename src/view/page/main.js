@@ -106,7 +106,7 @@ class Page {
       if (number !== this.tells) return; // another window was requested meanwhile
       $('command').textContent = told.command;
       $('command').dataset.window = query.get('window');
-      $('take-note').textContent = told.is_window ? '' : 'Pan has no position by which a part can be named: the command writes the whole scene.';
+      $('take-note').textContent = told.is_window ? '' : 'Pan has no position, so a part cannot be named: the command writes the whole scene.';
     } catch (error) {
       if (number !== this.tells) return;
       $('command').textContent = '';
@@ -193,7 +193,7 @@ class Page {
   async look() {
     try {
       const now = await getJson('scene.json');
-      if (now.version !== this.scene.version) trouble.show('pansharp was started anew; reload this page.');
+      if (now.version !== this.scene.version) trouble.show('pansharp was started again; reload this page.');
       else if ($('trouble').textContent === stopped) { trouble.clear(); this.change(); }
     } catch (error) { trouble.show(error.message); }
   }
@@ -202,7 +202,7 @@ class Page {
     try {
       await navigator.clipboard.writeText(text);
       $('take-note').textContent = said;
-    } catch { $('take-note').textContent = 'The browser does not let the page copy: mark the text and copy it.'; }
+    } catch { $('take-note').textContent = 'The browser does not let the page copy. Select the text and copy it.'; }
   }
 
   moveSwipe(percent) {

@@ -1,6 +1,6 @@
 // Requests to pansharp. A failure is an Error with a message in words.
 
-export const stopped = 'pansharp does not answer any more: it was stopped, or cannot be reached. Start it again and reload this page.';
+export const stopped = 'pansharp no longer answers: it was stopped or cannot be reached. Start it again and reload this page.';
 
 /** The JSON object at a path; `signal` can abort the request. */
 export async function getJson(path, signal) {

@@ -40,8 +40,8 @@ def _add_running(parser: argparse.ArgumentParser) -> None:
     where.add_argument("--workers", metavar="N", type=_count, help="start N workers on this machine (default: one per processor)")
     parser.add_argument("--attempts", metavar="N", type=_count, default=3, help="how often something may fail before it is given up (3)")
     parser.add_argument("--patience", metavar="SECONDS", type=float, default=300.0,
-                        help="how long to wait for a scheduler, and for workers that have gone (300)")
-    parser.add_argument("--time-limit", metavar="SECONDS", type=float, default=0.0, help="give a scene up that takes longer (none)")
+                        help="seconds to wait for a scheduler, and for workers that have gone (300)")
+    parser.add_argument("--time-limit", metavar="SECONDS", type=float, default=0.0, help="give up a scene that takes longer (none)")
     parser.add_argument("--json", action="store_true", help="print events as lines of JSON on standard output")
     parser.add_argument("-q", "--quiet", action="store_true", help="print warnings and failures only")
 
@@ -55,7 +55,7 @@ def _parser() -> argparse.ArgumentParser:
     sharpen.add_argument("inputs", nargs="+", metavar="SCENE.pansharp | PAN MS ...", help="a description, or a pair, which is fitted first")
     sharpen.add_argument("out", metavar="OUT/", help="the folder to write, or /vsis3/BUCKET/NAME and the like")
     sharpen.add_argument("--part", metavar="N|COLUMNSxROWS", type=_size, help="pixels of a part, multiples of 256 "
-                         "(4096 x 4096, or as many in whole rows where pan lies in strips)")
+                         "(4096 x 4096, or whole rows with that number of pixels if pan is stored in strips)")
     sharpen.add_argument("--co", metavar="NAME=VALUE", action="append", type=_name_value, default=[], help="creation option of the parts")
     sharpen.add_argument("--single", metavar="FILE", help="also copy all of it into one file")
     sharpen.add_argument("--single-of", metavar="FORMAT", choices=["GTiff", "COG"], default="GTiff", help="GTiff or COG (GTiff)")
@@ -64,13 +64,13 @@ def _parser() -> argparse.ArgumentParser:
                          "and files in OUT/ that no such job has made")
     sharpen.add_argument("--option", metavar="NAME=VALUE", action="append", type=_name_value, default=[],
                          help="for a pair: an option of pansharp sharpen, such as method=KOVA")
-    sharpen.add_argument("--no-check", action="store_true", help="do not read all inputs first, to see whether they are what they were")
+    sharpen.add_argument("--no-check", action="store_true", help="do not read all inputs first to see whether they have changed")
     _add_running(sharpen)
     batch = commands.add_parser("batch", help="many scenes", description="Sharpens the scenes of a list, as pansharp batch does: the list and "
                                 "the results, OUT/batch.jsonl, are the same. OUT/summary.csv has a line for each scene.")
     batch.add_argument("scenes", nargs="+", metavar="LIST.jsonl|PRODUCT", help="lists, products, or .pansharp files")
     batch.add_argument("out", metavar="OUT/", help="the folder to write into")
-    batch.add_argument("--share", action="store_true", help="take what is fitted to the first scene that is made for all scenes after it")
+    batch.add_argument("--share", action="store_true", help="use the weights, or blur and gains, of the first scene for all scenes after it")
     batch.add_argument("--parts-above", metavar="MEGAPIXELS", type=float, help="fuse larger pairs in parts, one "
                        "after the other; products, descriptions, formats other than GTiff and COG, and scenes with mo, srcwin, byte or preview "
                        "stay one task each")

@@ -56,7 +56,7 @@ def connect(address: str, patience: float, security: Any = None, check: Callable
             return distributed.Client(address, timeout=max(min(_TRY, end - time.monotonic()), 0.1), set_as_default=False, security=security)
         except (OSError, asyncio.TimeoutError) as error:  # also when the scheduler ends while it answers
             if time.monotonic() + _PAUSE >= end:
-                raise Unreached(f"no scheduler was reached at '{address}' for {patience:.0f} s: {error}") from error
+                raise Unreached(f"no scheduler answered at '{address}' for {patience:.0f} s: {error}") from error
         time.sleep(_PAUSE)
 
 
@@ -98,7 +98,7 @@ class Connection:
         """Addresses of the workers, with their threads. Raises Lost."""
         found: dict[str, int] | None = self.ask(lambda client: client.nthreads(callback_timeout=ANSWER))
         if found is None:  # returned by Dask while it closes
-            raise Lost("the scheduler tells no workers")
+            raise Lost("the scheduler reports no workers")
         return found
 
     def reach(self, seconds: float, check: Callable[[], None], lacks_workers: Callable[[float], object]) -> bool:

@@ -153,7 +153,7 @@ class Runner:
     def _reach(self) -> bool:
         left = self._seen + self._limits.patience - time.monotonic()
         if left > 0 and not self._connection.is_given_up:
-            self._waits(f"the scheduler has gone; the job waits for it, {left:.0f} s at most")
+            self._waits(f"the scheduler is gone; the job waits for it, {left:.0f} s at most")
         return self._connection.reach(left, self._check, self._wait_for_workers)
 
     def _wait_for_workers(self, left: float) -> None:

@@ -65,7 +65,7 @@ def _described(pan: File, ms: File | Sequence[File] | None, out: str, options: d
     given = _description(pan, ms)
     if given:
         if options:
-            raise TypeError(f"'{given}' says already how the scene is fused; leave out {', '.join(options)}")
+            raise TypeError(f"'{given}' already says how the scene is fused; leave out {', '.join(options)}")
         return os.path.abspath(given)
     if _store.is_remote(out):
         raise ValueError(f"'{out}' holds no description; write one with pansharp.sharpen(…, out='scene.pansharp') where all workers see it")
@@ -168,7 +168,7 @@ def sharpen(client: Connection | Clients, pan: File, ms: File | Sequence[File] |
             _compare(scene, tell)
         _make(client, scene, folder, missing, (print_, options_of_parts), masks, limits, deadline, outcome, tell)
         if _parts.fingerprint(scene, options_of_parts) != print_:
-            tell("warning", text="an input was changed while the parts were made; run it again to make them anew")
+            tell("warning", text="an input was changed while the parts were made; run the job again to make them again")
     made = {one: mask for one, mask in masks.items() if mask is not None}
     if made:
         outcome.mosaic = _mosaic.vrt(out, shape, made, len(made) == len(parts))
