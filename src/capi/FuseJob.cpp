@@ -91,12 +91,13 @@ bool TakeRows(pansharp_job& job, Status& status) {
     for (pansharp_image* image : {&job.pan, &job.multispectral, &job.infrared}) {
         if (image->samples || image->row_stride || image->pixel_stride || image->band_stride)
             return Refuse(status,
-                          "the samples and strides of the images must be 0: their rows are asked for");
+                          "the samples and strides of the images must be 0: rows.read gives their pixels");
         // Never read. The infrared image may be absent.
         if (image != &job.infrared || image->columns != 0 || image->rows != 0 || image->bands != 0)
             image->samples = &anywhere;
     }
-    if (job.output.samples) return Refuse(status, "output.samples must be null: fused rows are handed over");
+    if (job.output.samples)
+        return Refuse(status, "output.samples must be null: rows.write takes the fused rows");
     return true;
 }
 

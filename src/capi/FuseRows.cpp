@@ -51,8 +51,8 @@ bool SettleGiven(FuseJob& job, Status& status) {
     if (job.known.gains.empty() || !job.known.transfer || !job.lowPassMean)
         return Refuse(
             status,
-            FormatString("the method %s needs job.transfer, gains and low_pass_mean, which a window does not "
-                         "tell; give what pansharp_fit found in the scene, or choose another method",
+            FormatString("the method %s needs job.transfer, gains and low_pass_mean, which cannot be fitted "
+                         "to a window; give what pansharp_fit found in the scene, or choose another method",
                          job.method->keyword));
     fitting::DetailFit& found = job.detail;
     found.gains = job.known.gains;
@@ -95,7 +95,7 @@ public:
             StoreRow(finish.Finish(samples, nullptr, layout.columns), job.processBands, job.outputBands,
                      reinterpret_cast<unsigned char*>(fused.data()), layout, 0);
             if (const int answer = rows.write(row, fused.data(), rows.data))
-                return Cancel(status, FormatString("rows.write answered %d for row %u", answer, row));
+                return Cancel(status, FormatString("rows.write returned %d for row %u", answer, row));
         }
         return true;
     }
@@ -110,7 +110,7 @@ private:
         if (const int answer = rows.read(image, &part, buffer.data(), rows.data)) {
             Cancel(status,
                    FormatString(
-                       "rows.read answered %d for %u columns and %u rows at column %u, row %u of image %u",
+                       "rows.read returned %d for %u columns and %u rows at column %u, row %u of image %u",
                        answer, part.columns, part.rows, part.column, part.row, static_cast<unsigned>(image)));
             return std::nullopt;
         }

@@ -31,7 +31,7 @@ bool ReadMask(const char* name, std::ptrdiff_t rowStride, std::ptrdiff_t pixelSt
 bool ReadGapsOf(const pansharp_gaps& given, InputImage& image, Status& status) {
     Gaps& gaps = image.gaps;
     if (given.rules > (PANSHARP_NO_DATA_VALUE | PANSHARP_COLLAR))
-        return Refuse(status, FormatString("%s_gaps.rules is %u; add up what pansharp_gap_rule has",
+        return Refuse(status, FormatString("%s_gaps.rules is %u; give a sum of values of pansharp_gap_rule",
                                            image.name, given.rules));
     const std::uint32_t largest = (1u << image.info.bitsPerBand) - 1;
     const bool hasValue = (given.rules & PANSHARP_NO_DATA_VALUE) != 0;
@@ -61,7 +61,7 @@ bool FindCollar(InputImage& image, std::uint64_t& pixels, Status& status) {
     if (!gaps.valid && gaps.noData != 0u &&
         imagery::FindCollar(source, {}, gaps.collar, status) == CollarFinding::Everything)
         return Refuse(status, FormatString("every pixel of %s is 0 in all bands; is it the right one? Leave "
-                                           "PANSHARP_COLLAR out to take zeros as data",
+                                           "PANSHARP_COLLAR out to treat zeros as data",
                                            image.name));
     pixels = gaps.collar ? gaps.collar->GetPixels() : 0;
     if (!gaps.MayLackData() || imagery::SearchData(source, {}) == imagery::DataSearch::Found) return true;

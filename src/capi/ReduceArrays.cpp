@@ -67,8 +67,8 @@ pansharp_result ReduceArrays(FuseJob& job, pansharp_reduction& r, Status& status
     if (places == std::array<const void*, 6>{}) return PANSHARP_OK;
     for (const void* place : places)
         if (!place || known != sizes) {
-            Refuse(status, "reduction: give room for all samples and masks, of the sizes that a call without "
-                           "any finds, or for none");
+            Refuse(status, "reduction: give memory for all samples and masks, or for none; a call with none "
+                           "finds the sizes");
             return PANSHARP_BAD_ARGUMENT;
         }
     if (!FindCollars(job, status)) return PANSHARP_BAD_ARGUMENT;

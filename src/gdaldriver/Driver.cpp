@@ -69,8 +69,8 @@ extern "C" CPL_DLL void GDALRegister_PANSHARP() {
     driver->SetMetadataItem(GDAL_DMD_EXTENSIONS, "pansharp");
     driver->SetMetadataItem(GDAL_DMD_OPENOPTIONLIST,
                             "<OpenOptionList><Option name='NUM_THREADS' type='string' default='1' "
-                            "description='Threads for large reads: a number, or ALL_CPUS. Without it "
-                            "GDAL_NUM_THREADS counts.'/></OpenOptionList>");
+                            "description='Threads for large reads: a number, or ALL_CPUS. Without it, "
+                            "GDAL_NUM_THREADS is used.'/></OpenOptionList>");
     driver->pfnIdentify = Identify;
     driver->pfnOpen = Open;
     driver->pfnDelete = DeleteDescription;

@@ -44,9 +44,8 @@ bool JoinWeights(const WeightedBands& bands, const EffectiveWeights& weights, st
                  Status& status) {
     if (weights.infrared && !bands.infrared) return RefuseInfraredWeight(status);
     if (bands.infrared && !weights.bands.empty() && !weights.infrared)
-        return Refuse(status,
-                      "the multispectral bands have weights, the infrared band has none; give it one, "
-                      "0 if it has no part in pan");
+        return Refuse(status, "the multispectral bands have weights, but the infrared band has none; give it "
+                              "one, or 0 if it has no part in pan");
     const std::size_t count = std::size_t{bands.multispectral} + (bands.infrared ? 1 : 0);
     all = weights.bands;
     if (all.empty()) all.assign(bands.multispectral, 1.0 / static_cast<double>(count));

@@ -90,7 +90,7 @@ std::optional<RequestedWindow> FindRequestedWindow(const Aoi& request, const Ras
     status.Add(HostKitStatus::RequestInvalid,
                FormatString("the request for %u x %u pixels with the bounds %.10g to %.10g and %.10g to "
                             "%.10g is not a window of the grid with the corner (%.10g, %.10g) and pixels of "
-                            "%.10g x %.10g; write the request record anew for every window",
+                            "%.10g x %.10g; write the request record again for every window",
                             columns, rows, bounds.left, bounds.right, low, high, grid.xMin, grid.yMax,
                             grid.pixelSizeX, grid.pixelSizeY),
                "Host.RequestRecord");

@@ -163,8 +163,8 @@ private:
         }
         if (exchange.isAnswered) return Send(exchange.reply, connection);
         if (method != "GET" && method != "HEAD")
-            return Send(Refuse(405, "only GET and HEAD are answered here"), connection);
-        if (exchange.hasBody) return Send(Refuse(400, "a request has no body here"), connection);
+            return Send(Refuse(405, "only the methods GET and HEAD are answered"), connection);
+        if (exchange.hasBody) return Send(Refuse(400, "requests with a body are refused"), connection);
         exchange.request.host = HeaderOf(connection, MHD_HTTP_HEADER_HOST);
         exchange.request.ifNoneMatch = HeaderOf(connection, MHD_HTTP_HEADER_IF_NONE_MATCH);
         exchange.request.fetchSite = HeaderOf(connection, "Sec-Fetch-Site");

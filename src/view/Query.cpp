@@ -78,7 +78,7 @@ Query::Query(std::string_view text) {
         if (equals < part.size()) parameter.value = DecodePercent(part.substr(equals + 1));
         for (const Parameter& other : parameters)
             if (other.name == parameter.name)
-                throw BadRequest("the parameter " + Quote(parameter.name) + " stands twice; give it once");
+                throw BadRequest("the parameter " + Quote(parameter.name) + " is given twice; give it once");
         parameters.push_back(std::move(parameter));
     }
 }

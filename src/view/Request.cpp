@@ -54,7 +54,7 @@ std::vector<int> ReadBands(const std::string& text) {
     });
     for (const int band : bands)
         if (std::count(bands.begin(), bands.end(), band) > 1)
-            throw BadRequest("bands: band " + std::to_string(band) + " stands twice; name each once");
+            throw BadRequest("bands: band " + std::to_string(band) + " is named twice; name each once");
     return bands;
 }
 
@@ -88,7 +88,7 @@ Look ReadLook(Query& query) {
 
 /// "/tiles/Z/X/Y.png"
 void ReadTile(const std::vector<std::string_view>& parts, Request& request) {
-    if (parts.size() != 5) throw BadRequest("a tile is asked for by /tiles/ZOOM/COLUMN/ROW.jpg", 404);
+    if (parts.size() != 5) throw BadRequest("the address of a tile is /tiles/ZOOM/COLUMN/ROW.jpg", 404);
     const std::size_t dot = std::min(parts[4].rfind('.'), parts[4].size());
     request.kind = Request::Kind::Tile;
     request.zoom = ReadWhole("the zoom of a tile", parts[2], 0, mostZoom);

@@ -88,12 +88,12 @@ HttpReply ViewService::Answer(const HttpRequest& http) {
         request.look.isWanted = [&http] { return !http.isGone || !http.isGone(); };
         if (request.kind != Request::Kind::Page &&
             (http.fetchSite == "cross-site" || http.fetchSite == "same-site"))
-            throw BadRequest("pages of other origins read nothing here", 403);
+            throw BadRequest("requests from pages of other origins are refused", 403);
         reply = Choose(request, http);
     } catch (const BadRequest& error) {
         reply = MakeReply(error.status, textType, std::string(error.what()) + "\n");
     } catch (const std::bad_alloc&) {
-        reply = MakeReply(503, textType, "the memory does not suffice; close other pages and try again\n");
+        reply = MakeReply(503, textType, "there is not enough memory; close other pages and try again\n");
     } catch (const std::exception& error) {
         reply = MakeReply(500, textType, std::string(error.what()) + "\n");
     }

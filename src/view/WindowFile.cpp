@@ -29,7 +29,8 @@ struct KeptWindow {
 std::shared_ptr<const std::string> MakeWindowFile(ViewedScene& scene, const Look& look,
                                                   const hostkit::PixelRect& window, MemoryBudget& budget) {
     Look of = look;
-    if (of.layer == Layer::Pan) throw BadRequest("layer: pan is a file already; take upsampled or sharpened");
+    if (of.layer == Layer::Pan)
+        throw BadRequest("layer: pan is a file already; choose upsampled or sharpened");
     const auto dataset = scene.GetDataset(of);
     const std::uint64_t bytes = std::uint64_t{window.GetColumns()} * window.GetRows() * dataset->GetBands() *
                                 (dataset->GetBits() / 8);
@@ -43,7 +44,7 @@ std::shared_ptr<const std::string> MakeWindowFile(ViewedScene& scene, const Look
     auto share = budget.Take(sent);
     const auto making = budget.Take(sent + sent / 8 + std::size_t{window.GetColumns()} * window.GetRows());
     if (!share || !making)
-        throw BadRequest("other windows are being sent, and together they would take more memory than is "
+        throw BadRequest("other windows are being sent, and all together would take more memory than is "
                          "allowed; try again in a few seconds",
                          503);
     Pixels pixels = scene.Read(of, 0, window);

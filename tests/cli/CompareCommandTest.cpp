@@ -119,6 +119,6 @@ TEST(AssessCommand, PrintsBothKindsAndRefusesTheRest) {
     EXPECT_TRUE(same.at("indices").at("ergas").is_null());
     const auto place = child::Run(folder, "sharpen pan.tif ms.tif -o o.tif --preview p.png --preview-at 3,4");
     EXPECT_EQ(place.code, 1);
-    EXPECT_THAT(place.err, HasSubstr("does not lie in what is fused"));
+    EXPECT_THAT(place.err, HasSubstr("lies outside the part that is fused"));
     EXPECT_THAT(folder.List(), testing::ElementsAre("look.png", "ms.tif", "out.tif", "pan.tif", "two.tif"));
 }

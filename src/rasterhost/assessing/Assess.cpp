@@ -36,7 +36,7 @@ bool CheckPixels(const InputImage& fused, const InputImage& other, const char* r
     const RasterInfo& b = other.GetInfo();
     if (a.cols != b.cols || a.rows != b.rows)
         return Fail(status, HostStatus::InputsDoNotFit,
-                    "%s is of %u x %u pixels and the %s image %s of %u x %u; they must have the same pixels: "
+                    "%s has %u x %u pixels and the %s image %s has %u x %u; they must have the same pixels: "
                     "cut the second with gdal_translate -projwin",
                     fused.GetName().c_str(), a.cols, a.rows, role, other.GetName().c_str(), b.cols, b.rows);
     if (!fused.GetDescription()->IsGeoreferenced() || !other.GetDescription()->IsGeoreferenced()) return true;
@@ -48,7 +48,8 @@ bool CheckPixels(const InputImage& fused, const InputImage& other, const char* r
     return (std::max(off, far) <= noise &&
             IsSameProjection(fused.GetDescription()->projection, other.GetDescription()->projection)) ||
            Fail(status, HostStatus::InputsDoNotFit,
-                "%s and the %s image %s do not lie at the same place; they must have the same pixels",
+                "%s and the %s image %s do not lie at the same place; they must have the same pixels: bring "
+                "the second onto the grid of the first with gdalwarp",
                 fused.GetName().c_str(), role, other.GetName().c_str());
 }
 

@@ -76,18 +76,19 @@ bool CheckGrids(const Scene& scene, Status& status) {
     const std::size_t grids = scene.GetGrids().size();
     if (grids > 1)
         return Fail(status, HostStatus::InputsDoNotFit,
-                    "the multispectral bands lie on %d different grids, and indices take one; "
-                    "name bands that share a grid, or bring them onto one with gdalwarp",
+                    "the multispectral bands lie on %d different grids, and the indices need one grid; name "
+                    "bands that share a grid, or bring them onto one with gdalwarp",
                     static_cast<int>(grids));
     const PlacedImage& multispectral = scene.GetMultispectral();
     if (scene.HasInfrared() && !IsOnGrid(scene.images.back(), multispectral))
         return Fail(status, HostStatus::InputsDoNotFit,
-                    "the infrared band of %s lies on another grid than %s, and both are degraded "
-                    "alike; bring it onto that grid with gdalwarp -te and -ts",
+                    "the infrared band of %s lies on another grid than %s, and both must share one; bring it "
+                    "onto that grid with gdalwarp -te and -ts",
                     scene.images.back().image->GetName().c_str(), multispectral.image->GetName().c_str());
     return multispectral.placement->RunsAlong() ||
            Fail(status, HostStatus::InputsDoNotFit,
-                "the axes of %s and %s are not parallel, and degrading needs that; bring the second into the "
+                "the axes of %s and %s are not parallel, but only parallel grids can be degraded; bring the "
+                "second into the "
                 "projection of the first with gdalwarp -t_srs",
                 scene.pan->GetName().c_str(), multispectral.image->GetName().c_str());
 }

@@ -232,7 +232,7 @@ private:
         const auto warnOfSaturation = [&](const ImageFacts& facts) {
             if (facts.saturated >= muchSaturated)
                 warnings.push_back(
-                    FormatString("%.1f %% of the pixels of %s are saturated: what was brighter there is lost",
+                    FormatString("%.1f %% of the pixels of %s are saturated: brighter values are lost there",
                                  100.0 * facts.saturated, facts.name.c_str()));
         };
         warnOfSaturation(report.pan);

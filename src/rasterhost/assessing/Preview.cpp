@@ -48,12 +48,13 @@ bool FindRect(const Scene& scene, const PreviewRequest& preview, PixelRect& rect
         row = (pan.yMax - (*preview.at)[1]) / pan.pixelSizeY;
     }
     if (column < part.col0 || column > part.col1 || row < part.row0 || row > part.row1)
-        return Fail(status, HostStatus::RequestInvalid,
-                    "the preview's middle (%.10g, %.10g) does not lie in what is fused: x %.10g to %.10g, "
-                    "y %.10g to %.10g",
-                    (*preview.at)[0], (*preview.at)[1], pan.xMin + part.col0 * pan.pixelSizeX,
-                    pan.xMin + part.col1 * pan.pixelSizeX, pan.yMax - part.row1 * pan.pixelSizeY,
-                    pan.yMax - part.row0 * pan.pixelSizeY);
+        return Fail(
+            status, HostStatus::RequestInvalid,
+            "the preview's middle (%.10g, %.10g) lies outside the part that is fused: x %.10g to %.10g, "
+            "y %.10g to %.10g",
+            (*preview.at)[0], (*preview.at)[1], pan.xMin + part.col0 * pan.pixelSizeX,
+            pan.xMin + part.col1 * pan.pixelSizeX, pan.yMax - part.row1 * pan.pixelSizeY,
+            pan.yMax - part.row0 * pan.pixelSizeY);
     const auto span = [](double middle, std::uint32_t first, std::uint32_t end) {
         const std::uint32_t length = std::min(mostPreviewPixels, end - first);
         const double start = std::clamp(std::floor(middle - 0.5 * length), static_cast<double>(first),

@@ -34,16 +34,15 @@ std::vector<std::string> JudgeDetail(const DetailFit& fit) {
                          fit.blur->obstacle.c_str(), NumberText(fit.transfer).c_str(),
                          fit.publishedTransfer ? ", as published for the sensor," : ""));
     if (!fit.areGainsGiven && !fit.error)
-        warnings.push_back(
-            FormatString("too few pixels are left one scale down to fit gains to (%.0f): those of a "
-                         "rule of thumb are used; give others with --gains",
-                         static_cast<double>(fit.samples)));
+        warnings.push_back(FormatString("too few pixels are left one scale down to fit gains (%.0f): gains "
+                                        "by a rule of thumb are used; give others with --gains",
+                                        static_cast<double>(fit.samples)));
     const auto isZero = [](const BandGains& of) { return of == BandGains(); };
     if (std::all_of(fit.gains.begin(), fit.gains.end(), isZero))
         warnings.emplace_back(
             fit.areGainsGiven ? "all gains are 0: the bands take no detail from pan"
-                              : "no band follows pan's detail one scale down: no detail of pan goes into the "
-                                "bands; are the two of the same place and day, and is there detail in pan?");
+                              : "no band follows pan's detail one scale down, so the bands get no detail; "
+                                "are pan and the bands of the same place and day, and does pan show detail?");
     return warnings;
 }
 

@@ -45,8 +45,8 @@ void JudgeWeights(const ProcessSettings& settings, const Warn& warn) {
     constexpr double most = 10.0;
     const double sum = settings.GetWeightSum();
     if (settings.effectiveWeights.empty() || sum <= most) return;
-    warn(FormatString("the weights of the bands add up to %s: where bands and pan are on one scale the "
-                      "sum is about 1, and the result is far too dark otherwise; are they per cent?",
+    warn(FormatString("the weights of the bands add up to %s: if bands and pan are on one scale, the sum "
+                      "must be about 1, or the result is far too dark; are they per cent?",
                       NumberText(sum).c_str()));
 }
 

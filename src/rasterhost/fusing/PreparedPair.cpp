@@ -17,7 +17,7 @@ bool TakeBackShift(const PairRequest& request, Scene& scene, const Warn& warn, S
     std::optional<Shift> shift;
     if (!MeasureShift(scene, request.bitDepth, shift, status)) return false;
     if (!shift || !shift->IsAgreed()) {
-        warn("the shift between pan and the multispectral image cannot be measured; it is left as it is");
+        warn("the shift between pan and the multispectral image cannot be measured; it is not corrected");
         return true;
     }
     if (!MoveScene(shift->way, scene, status)) return false;

@@ -107,13 +107,13 @@ bool CheckWeights(const FusionRequest& request, const PansharpMethod& method, co
         const std::uint32_t band = StringToUnsignedLong(name.substr(stem.size()), 0);
         if (band < 1 || band > bands)
             return Fail(status, HostStatus::RequestInvalid,
-                        "the property %s weighs a band that is not there; the weights are %s to %s",
+                        "the property %s weighs a band that does not exist; the weights are %s to %s",
                         name.c_str(), first.c_str(), PropertyNames::OfBand(shares->band, bands - 1).c_str());
     }
     return settings.GetWeightSum() > 0.0 ||
            Fail(status, HostStatus::RequestInvalid,
-                "the weights of the bands add up to %s, so that nothing simulates pan; give "
-                "weights with a sum above 0, about 1 where bands and pan are on one scale",
+                "the weights of the bands add up to %s, so there is no simulated pan; give weights with a "
+                "sum above 0, or of about 1 if bands and pan are on one scale",
                 NumberText(settings.GetWeightSum()).c_str());
 }
 

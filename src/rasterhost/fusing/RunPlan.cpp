@@ -205,8 +205,8 @@ bool CheckMemory(const RunOptions& run, const Scene& scene, const OutputPlan& ou
     const std::uint64_t needed = EstimateMemory(scene, output, sizes);
     if (most == 0 || needed <= most) return true;
     return Fail(status, HostStatus::RequestInvalid,
-                "fusing %s takes about %.0f MB of memory, and there are %.0f MB: ask for fewer --threads "
-                "or a smaller --window, name fewer bands, or fuse it in parts (--projwin)",
+                "fusing %s takes about %.0f MB of memory, but there are only %.0f MB: use fewer --threads or "
+                "a smaller --window, name fewer bands, or fuse it in parts (--projwin)",
                 scene.GetMultispectral().image->GetName().c_str(), static_cast<double>(needed) / megabyte,
                 static_cast<double>(most) / megabyte);
 }

@@ -90,11 +90,11 @@ private:
                 const auto& [lowest, highest] = report.samplesAtLimits[band];
                 const double share = static_cast<double>(isLargest ? highest : lowest) / withData;
                 if (share >= nearlyAll)
-                    Warn(FormatString(
-                        "%.3g %% of the samples of band %d are %u, the %s that there is; check the inputs "
-                        "and the weights",
-                        100.0 * share, static_cast<int>(band) + 1, isLargest ? plan.rules.largest : 0u,
-                        isLargest ? "largest" : "least"));
+                    Warn(FormatString("%.3g %% of the samples of band %d are %u, the %s possible value; "
+                                      "check the inputs and the weights",
+                                      100.0 * share, static_cast<int>(band) + 1,
+                                      isLargest ? plan.rules.largest : 0u,
+                                      isLargest ? "largest" : "smallest"));
             }
     }
 
@@ -104,8 +104,9 @@ private:
     void LimitThreads() {
         const int most = 1 + CountThreadsToBeHad(report.threads - 1);
         if (most >= report.threads) return;
-        Warn(FormatString("%d of the %d threads asked for are used: this machine or user cannot start more",
-                          most, report.threads));
+        Warn(FormatString(
+            "only %d of the %d threads asked for are used: this machine or user cannot start more", most,
+            report.threads));
         report.threads = most;
     }
 
@@ -150,8 +151,7 @@ private:
         if (losesMask && report.noDataBy == NoDataBy::Mask) {
             report.noDataBy = NoDataBy::None;
             Warn("the output '" + request.output +
-                 "' tells no pixels without data apart: they are black; a "
-                 "GTiff has a mask of them");
+                 "' does not mark pixels without data: they are black; a GTiff marks them by a mask");
         }
         JudgeResult();
         return true;

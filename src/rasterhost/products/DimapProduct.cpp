@@ -101,7 +101,7 @@ void AddFiles(const ProductFiles& files, const std::string& name, const Metadata
         const std::string href = tile->Get("DATA_FILE_PATH/@href");
         const auto file = files.FindBeside(name, href);
         if (!file) {
-            product.fault = "'" + LastPart(name) + "' names '" + href + "', and there is no such file";
+            product.fault = "'" + LastPart(name) + "' names '" + href + "', which does not exist";
             return;
         }
         path = files.PathOf(*file);
@@ -114,7 +114,7 @@ void AddFiles(const ProductFiles& files, const std::string& name, const Metadata
     if (tiles.size() > 1 &&
         (NumberOf(document, "OVERLAP_COL") > 0.0 || NumberOf(document, "OVERLAP_ROW") > 0.0)) {
         product.fault = "the tiles of '" + LastPart(name) +
-                        "' overlap, and GDAL would take the first alone; make "
+                        "' overlap, and GDAL would read only the first; make "
                         "a mosaic of them with gdalbuildvrt and name it: PAN MS ...";
         return;
     }
@@ -126,7 +126,7 @@ void AddFiles(const ProductFiles& files, const std::string& name, const Metadata
     }
     if (order.empty() || order.size() > mostDimapBands) {
         product.fault = "'" + LastPart(name) + "' " +
-                        (order.empty() ? "does not tell which bands '" + LastPart(path) + "' has"
+                        (order.empty() ? "does not say which bands '" + LastPart(path) + "' has"
                                        : FormatString("lists more than %zu bands", mostDimapBands));
         return;
     }

@@ -68,8 +68,8 @@ std::string FindNamedTwice(const Product& product) {
 ProductSearch ChooseProduct(const std::string& name, std::vector<Product>& found, Product& product,
                             Status& status) {
     if (found.empty())
-        return FailSearch(status, "'" + name + "' is not a product that is known here; known are: " +
-                                      ListKinds() + "; name the files as in PAN MS");
+        return FailSearch(status, "'" + name + "' is not a known kind of product; the known kinds are: " +
+                                      ListKinds() + "; name the files of other products: PAN MS ...");
     if (found.size() > 1) {
         constexpr std::size_t most = 20;
         std::string list;
@@ -161,7 +161,7 @@ ProductSearch SearchProduct(const std::string& name, Product& product, Status& s
     if (!state.exists && IsOnNetwork(name))
         return FailSearch(status,
                           "'" + name +
-                              "' is not there, or its server cannot be reached or does not list its "
+                              "' does not exist, or its server cannot be reached or does not list its "
                               "folders; name a product on a server by its metadata file (*_MTL.txt of "
                               "Landsat, the JSON of a STAC item) or its archive, or name its files: "
                               "PAN MS ...");

@@ -159,7 +159,7 @@ Product ReadMetadata(const ProductFiles& files, const std::string& name) {
     }
     if (!level.starts_with("L1")) {
         product.kind = FormatString("Landsat %c", satellite);
-        product.fault = "it is of level '" + level + "'; only Level-1 has a pan band: take that";
+        product.fault = "it is of level '" + level + "'; only Level-1 has a pan band: use that";
         return product;
     }
     std::map<std::string, std::string> bands;
@@ -170,7 +170,7 @@ Product ReadMetadata(const ProductFiles& files, const std::string& name) {
         if (file.empty()) return;
         const auto found = files.FindBeside(name, file);
         if (!found) {
-            product.leftOut.emplace_back(file, "the metadata names it, and there is no such file");
+            product.leftOut.emplace_back(file, "the metadata names it, but the file does not exist");
             return;
         }
         const auto said = ReadName(*found);

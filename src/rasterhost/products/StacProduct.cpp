@@ -81,7 +81,7 @@ private:
             return LeaveOut(asset, "a picture to look at, or metadata");
         const std::string path = PathOfAddress(files, item, asset.Get("href"));
         if (path.empty()) {
-            const std::string why = "its link '" + asset.Get("href") + "' is not one that is taken";
+            const std::string why = "its link '" + asset.Get("href") + "' is of a kind that is not supported";
             if (StacName(bands->parts.front()) == "pan") panFault = "of the pan asset, " + why;
             return LeaveOut(asset, why);
         }
@@ -96,7 +96,7 @@ private:
         input.name = StacName(band);
         input.wavelength = band.GetNumber("eo:center_wavelength");
         if (!input.wavelength) input.wavelength = band.GetNumber("center_wavelength");
-        if (input.name.empty()) return LeaveOut(asset, "nothing tells what its band sees");
+        if (input.name.empty()) return LeaveOut(asset, "nothing says what light its band sees");
         if (input.name == "thermal" || input.name == "cirrus")
             return LeaveOut(asset, input.name + ": pan does not see that light");
         const bool isPan = input.name == "pan";

@@ -63,7 +63,7 @@ std::string FindTileFault(const ProductFiles& files, const std::string& til) {
         const std::string wanted = tile.Get("filename");
         if (wanted.empty()) continue;
         const auto file = files.FindBeside(til, wanted);
-        if (!file) return "'" + LastPart(til) + "' names '" + wanted + "', and there is no such file";
+        if (!file) return "'" + LastPart(til) + "' names '" + wanted + "', which does not exist";
         if (LastPart(*file) != wanted)
             return "'" + LastPart(til) + "' names '" + wanted + "', and the file is called '" +
                    LastPart(*file) +

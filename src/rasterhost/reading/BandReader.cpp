@@ -114,8 +114,8 @@ bool BandReader::CheckSigns(const PixelRect& rect, std::size_t first, std::size_
         for (std::size_t band = first; band < end; ++band)
             if (pixel[band] < 0 && bands[band].noData != pixel[band])
                 return Fail(status, HostStatus::InputNotSupported,
-                            "band %d of '%s' holds the negative sample %d; samples have to be 0 or "
-                            "more: name it with --nodata if it means no data, else convert the "
+                            "band %d of '%s' holds the negative sample %d; samples must be 0 or more: name "
+                            "it with --nodata if it means no data, or convert the "
                             "file with gdal_translate -ot UInt16 -scale",
                             bands[band].number, bands[band].file.c_str(), int{pixel[band]});
     return true;

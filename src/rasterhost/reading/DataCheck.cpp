@@ -34,7 +34,7 @@ DataSearch FindData(InputImage& image, const std::function<bool()>& keepOn, Stat
     if (!image.MayLackData()) return DataSearch::Found;
     const DataSearch found = imagery::SearchData(image, keepOn);
     if (found != DataSearch::None) return found;
-    constexpr const char* remedy = "; is it the right file? --no-nodata takes every sample as data";
+    constexpr const char* remedy = "; is it the right file? --no-nodata treats every sample as data";
     const std::vector<SourceBand>& bands = image.GetDescription()->bands;
     std::vector<const SourceBand*> empty;
     for (std::size_t number = 0; number < bands.size(); ++number) {
@@ -44,8 +44,8 @@ DataSearch FindData(InputImage& image, const std::function<bool()>& keepOn, Stat
     }
     if (!empty.empty() && empty.size() < bands.size()) {
         Fail(status, HostStatus::InputsDoNotFit,
-             "no pixel of band %d of '%s' has data, so that no pixel of the result would; leave "
-             "the band out, as in FILE,band=1%s",
+             "no pixel of band %d of '%s' has data, so no pixel of the result would have data; leave the "
+             "band out, as in FILE,band=1%s",
              empty.front()->number, empty.front()->file.c_str(), remedy);
         return DataSearch::None;
     }

@@ -96,23 +96,24 @@ bool CheckBand(const ImageDescription& image, const SourceBand& source, GDALRast
     if (double range[2] = {}; !isTaken && !image.options.scale && !GDALDataTypeIsComplex(type) &&
                               band.ComputeRasterMinMax(TRUE, range) == CE_None)
         return refuse(
-            FormatString("holds %s samples, in part of the file from %.6g to %.6g; 8 and 16 bits are "
-                         "supported: name a range that all inputs keep to with --scale MIN,MAX, "
-                         "such as --scale %.6g,%.6g, have it found by --scale auto, or convert it with "
+            FormatString("holds %s samples (from %.6g to %.6g in the part that was read), and only 8 and 16 "
+                         "bits are supported: give the range of all inputs with --scale MIN,MAX, such as "
+                         "--scale %.6g,%.6g, find it with --scale auto, or convert the file with "
                          "gdal_translate -ot UInt16 -scale",
                          GDALGetDataTypeName(type), range[0], range[1],
                          ProposeScale(range[0], range[1]).least, ProposeScale(range[0], range[1]).greatest));
     if (!isTaken)
-        return refuse(
-            FormatString(image.options.scale
-                             ? "holds %s samples, which are pairs of numbers; take the first of each with "
-                               "gdal_translate -ot Float32"
-                             : "holds %s samples; 8 and 16 bits are supported: name the range of the values "
-                               "with --scale MIN,MAX, or convert it with gdal_translate -ot UInt16 -scale",
-                         GDALGetDataTypeName(type)));
+        return refuse(FormatString(
+            image.options.scale
+                ? "holds %s samples, which are pairs of numbers; take the first of each with "
+                  "gdal_translate -ot Float32"
+                : "holds %s samples, and only 8 and 16 bits are supported: give the range of the values with "
+                  "--scale MIN,MAX, or convert the file with gdal_translate -ot UInt16 -scale",
+            GDALGetDataTypeName(type)));
     if (const char* pixelType = band.GetMetadataItem("PIXELTYPE", "IMAGE_STRUCTURE");
         pixelType && !image.options.scale && std::string(pixelType) == "SIGNEDBYTE")
-        return refuse("holds signed bytes; 8 and 16 bits unsigned are supported");
+        return refuse("holds signed bytes, and only unsigned samples of 8 and 16 bits are supported: convert "
+                      "the file with gdal_translate -ot UInt16 -scale");
     if (band.GetColorTable())
         return refuse("holds palette numbers, not intensities: expand it with gdal_translate -expand rgb");
     if (image.bands.empty()) return true;

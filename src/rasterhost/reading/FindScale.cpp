@@ -86,7 +86,7 @@ std::optional<SampleScale> FindScale(const PairRequest& request, Status& status)
     const SampleScale scale = ProposeScale(range.least, range.greatest);
     if (scale.least < scale.greatest && std::isfinite(scale.greatest - scale.least)) return scale;
     Fail(status, HostStatus::InputsDoNotFit,
-         "no range of samples to scale was found: there is not a finite number but 0; give the range with "
+         "no range of samples to scale was found: every sample is 0 or not finite; give the range with "
          "--scale "
          "MIN,MAX");
     return std::nullopt;

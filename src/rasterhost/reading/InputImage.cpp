@@ -83,9 +83,8 @@ bool CheckKind(const std::string& file, const char* role, Status& status) {
     const FileState state = LookAt(file);
     return !state.exists || state.isFile || state.isFolder ||
            Fail(status, HostStatus::InputNotOpened,
-                "the %s '%s' is a pipe or a device; write what it gives into a file, and name "
-                "that",
-                role, file.c_str());
+                "the %s '%s' is a pipe or a device; write its data into a file, and name that file", role,
+                file.c_str());
 }
 
 } // namespace

@@ -22,9 +22,9 @@ void LookAtCacheSize() {
 
 bool FailForMemory(Status& status) {
     return Fail(status, HostStatus::Unexpected,
-                "there is not enough memory: ask for fewer --threads or a smaller --window, cut the inputs "
-                "with gdal_translate -projwin, or, where the blocks of a file are very large, write it again "
-                "with gdal_translate -co TILED=YES");
+                "there is not enough memory: use fewer --threads or a smaller --window, or cut the inputs "
+                "with gdal_translate -projwin. If the blocks of a file are very large, write it again with "
+                "gdal_translate -co TILED=YES");
 }
 
 } // namespace

@@ -66,8 +66,8 @@ bool CheckBandList(const std::vector<int>& wanted, std::size_t count, Status& st
                         "there is no band %d to write; the multispectral bands are 1 to %d", *number,
                         static_cast<int>(count));
         if (std::find(wanted.begin(), number, *number) != number)
-            return Fail(status, HostStatus::RequestInvalid,
-                        "band %d is asked for twice; name every band to write once", *number);
+            return Fail(status, HostStatus::RequestInvalid, "band %d is named twice; name each band once",
+                        *number);
     }
     return true;
 }

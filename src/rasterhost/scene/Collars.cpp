@@ -27,28 +27,26 @@ CollarSearch FindCollar(InputImage& image, const Warn& warn, const std::function
     case CollarFinding::TooLarge:
         warn(FormatString(
             "many pixels at the edge of %s are 0 in all bands, and it is too large to be searched for a "
-            "collar; they are taken as data (--nodata 0 takes zeros as no data)",
+            "collar; they are treated as data (--nodata 0 treats zeros as no data)",
             name.c_str()));
         return CollarSearch::Done;
     case CollarFinding::Ragged:
-        warn(FormatString(
-            "many pixels at the edge of %s are 0 in all bands, but not in the shape of a collar without "
-            "data; they are taken as data (--nodata 0 takes zeros as no data)",
-            name.c_str()));
+        warn(
+            FormatString("many pixels at the edge of %s are 0 in all bands, but not in the shape of a collar "
+                         "without data; they are treated as data (--nodata 0 treats zeros as no data)",
+                         name.c_str()));
         return CollarSearch::Done;
     case CollarFinding::Everything:
         Fail(status, HostStatus::InputsDoNotFit,
-             "every pixel of %s is 0 in all bands; is it the right file? --no-nodata takes "
-             "zeros as data",
+             "every pixel of %s is 0 in all bands; is it the right file? --no-nodata treats zeros as data",
              name.c_str());
         return CollarSearch::Failed;
     case CollarFinding::Found:
         break;
     }
-    warn(
-        FormatString("%.3g %% of the pixels of %s are a collar of zeros along its edge that is not declared; "
-                     "it is taken as no data (--no-nodata takes it as data)",
-                     imagery::PerCentOf(*collar), name.c_str()));
+    warn(FormatString("%.3g %% of the pixels of %s are an undeclared collar of zeros along its edge; it is "
+                      "treated as no data (--no-nodata treats it as data)",
+                      imagery::PerCentOf(*collar), name.c_str()));
     image.SetCollar(std::move(collar));
     return CollarSearch::Done;
 }

@@ -157,7 +157,7 @@ std::optional<PixelMap> GridTransform::MakeMap(Status& status) const {
             return PixelMap(step, PixelMap::CountPoints(pan.GetInfo().cols, step), std::move(points));
     }
     Fail(status, HostStatus::InputsDoNotFit,
-         "the way from %s to %s bends too much within %u pixels; bring the second into pan's "
+         "the map from %s to %s bends too much within %u pixels; bring the second into pan's "
          "projection and grid with gdalwarp",
          pan.GetName().c_str(), image.GetName().c_str(), leastStep);
     return std::nullopt;
@@ -202,7 +202,7 @@ std::optional<RasterInfo> DescribeOnPan(const GridTransform& transform, const In
                d = transform.ToPan({middle.x, middle.y + 0.5});
     if (!(left < right) || !(top < bottom) || !a || !b || !c || !d) {
         Fail(status, HostStatus::InputsDoNotFit,
-             "%s has no place on the grid of %s; are they of the same scene?", image.GetName().c_str(),
+             "%s cannot be placed on the grid of %s; are they of the same scene?", image.GetName().c_str(),
              pan.GetName().c_str());
         return std::nullopt;
     }

@@ -50,16 +50,16 @@ std::unique_ptr<Placement> MatchGeoreferencing(const InputImage& pan, const Inpu
     if (request.sameFirstCentre && !pan.GetDescription()->IsGeoreferenced() &&
         !coarse.GetDescription()->IsGeoreferenced())
         if (auto placement = PlaceByCentres(pan.GetInfo(), coarse.GetInfo())) {
-            warn(FormatString("neither %s nor %s is georeferenced: the centres of their first pixels are "
-                              "taken to coincide, as they do in whole products of this kind; --same-corner "
-                              "takes their corners for the same",
-                              pan.GetName().c_str(), coarse.GetName().c_str()));
+            warn(FormatString(
+                "neither %s nor %s is georeferenced: their first pixels are assumed to have the same centre, "
+                "as in whole products of this kind; --same-corner assumes the same corner instead",
+                pan.GetName().c_str(), coarse.GetName().c_str()));
             return placement;
         }
     if (pan.GetDescription()->IsGeoreferenced() != coarse.GetDescription()->IsGeoreferenced()) {
         Fail(status, HostStatus::InputsDoNotFit,
-             "%s is georeferenced and %s is not; give both a position, or take it from "
-             "both, with gdal_edit.py -a_ullr or -unsetgt",
+             "%s is georeferenced and %s is not; give both a position with gdal_edit.py -a_ullr, or remove "
+             "it from both with -unsetgt",
              (pan.GetDescription()->IsGeoreferenced() ? pan : coarse).GetName().c_str(),
              (pan.GetDescription()->IsGeoreferenced() ? coarse : pan).GetName().c_str());
         return nullptr;
@@ -74,7 +74,7 @@ std::unique_ptr<Placement> MatchGeoreferencing(const InputImage& pan, const Inpu
                           pan.GetName().c_str(), coarse.GetName().c_str(), role, info.pixelSizeX,
                           info.pixelSizeY));
     } else if (pan.GetDescription()->projection.IsEmpty() != coarse.GetDescription()->projection.IsEmpty()) {
-        warn(FormatString("%s has no projection; its coordinates are taken to be in that of %s",
+        warn(FormatString("%s has no projection; its coordinates are assumed to be in that of %s",
                           (pan.GetDescription()->projection.IsEmpty() ? pan : coarse).GetName().c_str(),
                           (pan.GetDescription()->projection.IsEmpty() ? coarse : pan).GetName().c_str()));
     }

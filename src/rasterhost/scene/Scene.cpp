@@ -139,8 +139,8 @@ bool CheckBandCount(const Scene& scene, Status& status) {
     const std::size_t count = scene.CountBands();
     return count <= mostBands ||
            Fail(status, HostStatus::InputNotSupported,
-                "there are %lu multispectral and infrared bands, and %lu can be fused at a "
-                "time; name those to fuse, as in FILE,band=1",
+                "there are %lu multispectral and infrared bands, but at most %lu can be fused at a time; "
+                "name those to fuse, as in FILE,band=1",
                 static_cast<unsigned long>(count), static_cast<unsigned long>(mostBands));
 }
 
@@ -157,7 +157,7 @@ bool FindDepth(const PairRequest& request, Scene& scene, Status& status) {
     const std::uint32_t bits = scene.pan->GetInfo().bitsPerBand;
     if (request.bitDepth && scene.sampleOptions.scale)
         return Fail(status, HostStatus::RequestInvalid,
-                    "scaled samples use all 16 bits; a bit depth cannot be asked for beside a scale");
+                    "scaled samples use all 16 bits; leave out --bit-depth or --scale");
     if (request.bitDepth && bits != 16)
         return Fail(status, HostStatus::RequestInvalid,
                     "a bit depth of %d was asked for, and %s has %u bits per sample; --bit-depth is "
@@ -209,7 +209,7 @@ std::unique_ptr<Scene> OpenScene(const PairRequest& request, const Warn& warn, S
         scene->sampleOptions.scale = FindScale(request, status);
         if (!scene->sampleOptions.scale) return nullptr;
         warn(FormatString("samples are scaled as by --scale %.6g,%.6g, the range found in a part of the "
-                          "inputs; give the range if scenes are to be compared",
+                          "inputs; to compare scenes, give the same range to all",
                           scene->sampleOptions.scale->least, scene->sampleOptions.scale->greatest));
     }
     scene->resampling = request.resampling;

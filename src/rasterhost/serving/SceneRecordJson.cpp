@@ -172,7 +172,7 @@ bool WriteRecord(const SceneRecord& record, const std::string& file, std::string
     for (std::size_t image = 0; image < record.found.collars.size(); ++image)
         if (record.found.collars[image] && object["found"]["collars"][image].is_null())
             return refuse("an image has a collar of zeros that nobody declared, too ragged to be described; "
-                          "give --nodata 0, which takes zeros as no data");
+                          "give --nodata 0, which treats zeros as no data");
     try {
         text = object.dump(2) + "\n";
     } catch (const Json::type_error&) {
@@ -196,8 +196,7 @@ bool ReadRecord(const std::string& text, const std::string& file, SceneRecord& r
             object.Get(recordMagic).GetWhole(1, std::numeric_limits<std::uint64_t>::max());
         if (version > sceneFileVersion)
             return refuse(FormatString(
-                "is of version %llu, and this program reads version %llu; take a newer "
-                "pansharp",
+                "is of version %llu, and this program reads version %llu; install a newer pansharp",
                 static_cast<unsigned long long>(version), static_cast<unsigned long long>(sceneFileVersion)));
         FillRecord(object, file, record);
         return true;

@@ -86,9 +86,10 @@ std::string FindLoss(const OutputPlan& plan, const std::string& output) {
     for (std::size_t i = 0; i < samples.size(); ++i)
         most = std::max(most, std::abs(int{samples[i]} - int{back[i]}));
     if (const std::string asked = LossAskedFor(plan); !asked.empty())
-        return FormatString("is as good as %s asks for: samples may be off by %d", asked.c_str(), most);
-    return FormatString("is not exact: as %s with these creation options samples may be off by %d; GTiff "
-                        "keeps them as they are",
+        return FormatString("has the quality that %s asks for: samples may be off by %d", asked.c_str(),
+                            most);
+    return FormatString("is not exact: with the format %s and these creation options samples may be off by "
+                        "%d; GTiff keeps them unchanged",
                         plan.format.name.c_str(), most);
 }
 

@@ -39,7 +39,7 @@ bool CheckFormat(const OutputPlan& plan, Status& status) {
         return Refuse(status,
                       FormatString("there is no raster format '%s'; gdalinfo --formats lists them", name));
     if (!driver->GetMetadataItem(GDAL_DCAP_CREATE) && !plan.format.isCopied)
-        return Refuse(status, FormatString("GDAL reads the format '%s' and does not write it; gdalinfo "
+        return Refuse(status, FormatString("GDAL reads the format '%s' but does not write it; gdalinfo "
                                            "--formats lists those with a w",
                                            name));
     // For nearly all programs, a JPEG of 12 bits is another format.
@@ -117,8 +117,7 @@ bool CheckNewFile(const std::string& name, const std::string& what, bool overwri
         return refuse("is " + use + "; choose another name");
     std::string fault;
     const FileState state = LookAnew(name, fault);
-    if (!fault.empty())
-        return refuse("may be there, which the storage does not tell; try again later: " + fault);
+    if (!fault.empty()) return refuse("may exist, but the storage does not say; try again later: " + fault);
     if (state.isFolder) return refuse("is a folder; name a file in it");
     if (state.exists && !state.isFile)
         return refuse("is a device, not a file that can be replaced; choose another name");

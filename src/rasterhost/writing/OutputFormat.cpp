@@ -56,8 +56,8 @@ std::optional<OutputFormat> FindFormat(const OutputRequest& request, Status& sta
     if (format.name.empty()) format.name = FormatOfName(ending);
     if (format.name.empty()) {
         Fail(status, HostStatus::OutputRefused,
-             "no format that can be written has names that end in '%s', as the output '%s' does; "
-             "name the format with --of, such as GTiff",
+             "the ending '%s' of the output '%s' belongs to no format that can be written; name the format "
+             "with --of, such as GTiff",
              ending.c_str(), request.output.c_str());
         return std::nullopt;
     }

@@ -89,10 +89,11 @@ bool TryOutput(const SharpenRequest& request, const Scene& scene, OutputPlan& pl
     const bool showsColours =
         plan.format.name == "PNG" || plan.format.name == "JPEG" || plan.format.name == "WEBP";
     if (plan.isPicture && showsColours && bands != 1 && bands != 3)
-        return Fail(status, HostStatus::OutputRefused,
-                    "a picture in the format '%s' shows one band or three, and here are %u; choose them with "
-                    "--rgb or --bands",
-                    plan.format.name.c_str(), bands);
+        return Fail(
+            status, HostStatus::OutputRefused,
+            "a picture in the format '%s' shows one band or three, but there are %u; choose them with "
+            "--rgb or --bands",
+            plan.format.name.c_str(), bands);
     const std::string file = folder.GetSpare(std::filesystem::path(folder.GetPlace()).filename().string());
     const auto make = [&](OutputPlan& tried) {
         std::string reason = Trial(request, scene, tried).Make(file);

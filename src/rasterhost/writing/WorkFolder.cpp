@@ -66,10 +66,9 @@ bool FailTaken(const std::string& name, Status& status) {
 }
 
 bool FailUnknown(const std::string& name, const std::string& reason, Status& status) {
-    return Fail(
-        status, HostStatus::OutputNotWritten,
-        "the storage does not tell whether '%s' is there, so it was left as it is; try again later: %s",
-        name.c_str(), reason.c_str());
+    return Fail(status, HostStatus::OutputNotWritten,
+                "the storage does not say whether '%s' exists, so it was left as it is; try again later: %s",
+                name.c_str(), reason.c_str());
 }
 
 using File = std::unique_ptr<VSILFILE, decltype(&VSIFCloseL)>;
@@ -298,7 +297,7 @@ bool WorkFolder::Deliver(bool overwrite, Status& status) {
         if (!isThere) continue;
         if (!overwrite)
             return Fail(status, HostStatus::OutputNotWritten,
-                        "'%s' is there and would describe the output '%s'; remove it, choose "
+                        "'%s' exists and would describe the output '%s'; remove it, choose "
                         "another name, or allow it to be overwritten (--overwrite)",
                         beside.c_str(), place.c_str());
         stale.push_back(described);

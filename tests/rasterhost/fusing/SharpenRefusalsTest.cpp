@@ -203,9 +203,9 @@ TEST_F(Refusals, WhatIsOfLittleWorthIsToldOf) {
         std::vector<std::string> options, texts; ///< of the warnings, in order
     } cases[] = {
         {{20.0, 30.0, 50.0}, "GTiff", {}, {"add up to 100", "band 1 are 0", "band 2 are 0", "band 3 are 0"}},
-        {{}, "GTiff", {"NBITS=4"}, {"is as good as NBITS=4 asks for"}},
+        {{}, "GTiff", {"NBITS=4"}, {"has the quality that NBITS=4 asks for"}},
         {{}, "GTiff", {"COMPRESS=DEFLATE", "ZLEVEL=99"}, {"ZLEVEL=99"}},
-        {{}, "JPEG", {}, {"is not exact: as JPEG"}},
+        {{}, "JPEG", {}, {"is not exact: with the format JPEG"}},
         {{}, "JP2OpenJPEG", {"QUALITY=20"}, {"is as good as QUALITY=20 asks for"}},
         {{}, "JP2OpenJPEG", {}, {}},
         {{}, "COG", {}, {}}};

@@ -167,7 +167,7 @@ class NetworkFile(unittest.TestCase):
                 ("s3://store/a/x.tif", [], ""), ("/vsis3/store/a/x.tif", [], "exists; choose another name"),
                 ("s3://store/a/x.tif", ["--overwrite", "--method", "kova"], ""),
                 ("s3://denied/x.tif", [], "cannot be sent to '/vsis3/denied/x.tif'"),
-                ("s3://unsure/x.tif", [], "'/vsis3/unsure/x.tif' may be there"),
+                ("s3://unsure/x.tif", [], "'/vsis3/unsure/x.tif' may exist"),
                 ("/vsiaz/store/y.tif", [], "neither in the file system"),
                 (self.server + "/store/y.tif", [], "neither in the file system nor on object storage")]:
             if options:

@@ -15,7 +15,7 @@ using testing::HasSubstr;
 // No exception gets out, and lack of memory is reported in words.
 TEST(Operation, WhatIsThrownBecomesAnItem) {
     const std::pair<void (*)(), const char*> cases[] = {
-        {[] { throw std::bad_alloc(); }, "there is not enough memory: ask for fewer --threads"},
+        {[] { throw std::bad_alloc(); }, "there is not enough memory: use fewer --threads"},
         {[] { throw std::length_error("vector"); }, "there is not enough memory"},
         {[] { throw std::runtime_error("odd"); }, "unexpected: odd"}};
     for (const auto& [fail, text] : cases) {
