@@ -11,7 +11,8 @@ void ReadIhsWeight(const ParameterTexts& texts, std::span<double> weight);
 
 inline constexpr PansharpBandParameter ihsWeights[] = {
     {noProperty,
-     {"AdditionalBandWeight", "double", "0", "share of the fourth band, the infrared one, taken off pan"},
+     {"AdditionalBandWeight", "double", "0",
+      "share of the fourth band, the infrared one, that is subtracted from pan"},
      -unbounded,
      unbounded,
      PansharpFit::None,

@@ -29,7 +29,8 @@ inline constexpr PansharpBandParameter injectionParameters[] = {
      &FromProperties<ReadInjectionRatioGains>}};
 
 inline constexpr PansharpScalarParameter injectionScalars[] = {
-    {{"InjectionLimit", "double", "", "most of both shares together, in such ratios; blank for no limit"},
+    {{"InjectionLimit", "double", "",
+      "the most of both shares together, as a multiple of the band ratio; blank for no limit"},
      PansharpSetting::Constant,
      2.0},
     {{"InjectionFloor", "double", "0", "the least simulated pan that a band is divided by for its ratio"},
@@ -38,7 +39,7 @@ inline constexpr PansharpScalarParameter injectionScalars[] = {
 
 inline constexpr PansharpMethod injectionMethod = {
     .keyword = "Injection",
-    .summary = "adds a share of KOVA's difference to every band, by the band and by the pixel",
+    .summary = "adds a share of pan's detail to every band; the share depends on the band and the pixel",
     .formula = "out[c] = ms[c] + g * (pan - I), I = sum of ms[b] * weight[b], g = gain[c] + ratio gain[c] * "
                "ms[c] / I",
     .advice = "the most faithful: I is pan's low-pass and the gains are fitted to the scene; with its "
