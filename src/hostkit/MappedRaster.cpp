@@ -16,8 +16,9 @@ using KOVA::Tessara::Fundament::FormatString;
 
 namespace {
 
-/// How many columns are examined together.
-constexpr std::size_t columnsAtOnce = 64;
+/// How many columns are examined together, and how few when they differ.
+constexpr std::size_t columnsAtOnce = 512;
+constexpr std::size_t fewestAtOnce = 16;
 
 std::uint32_t ClampIndex(double index, std::uint32_t pixels) {
     return static_cast<std::uint32_t>(std::clamp(index, 0.0, pixels - 1.0));
@@ -95,20 +96,43 @@ Reach MappedRaster::FindOne(std::size_t column) const {
 
 /// What these columns have in common, found from the rectangle that they lie in. All when every pixel that
 /// they are interpolated from has data; Some when each column must be examined.
-Reach MappedRaster::FindCommon(std::size_t first, std::size_t count) const {
+MappedRaster::Run MappedRaster::FindCommon(std::size_t first, std::size_t end) const {
     static const kernels::PositionKernels kernel = kernels::PositionKernelsFor(kernels::ChosenSimdTarget());
-    const kernels::Extent across = kernel.extent(x.data() + first, count);
-    const kernels::Extent down = kernel.extent(y.data() + first, count);
+    const kernels::Extent across = kernel.extent(x.data() + first, end - first);
+    const kernels::Extent down = kernel.extent(y.data() + first, end - first);
     if (!(across.least >= -1.5 && across.most <= sourceColumns + 0.5 && down.least >= -1.5 &&
           down.most <= sourceRows + 0.5))
-        return Reach::Some;
-    if (!samples.valid) return Reach::All;
+        return {end, Reach::Some, false};
+    if (!samples.valid) return {end, Reach::All, true};
     const double before = kind == Resampling::Cubic ? 1.0 : 0.0;
     const PixelRect rect{ClampIndex(std::floor(across.least) - before, sourceColumns),
                          ClampIndex(std::floor(down.least) - before, sourceRows),
                          ClampIndex(std::floor(across.most) + 1.0 + before, sourceColumns) + 1,
                          ClampIndex(std::floor(down.most) + 1.0 + before, sourceRows) + 1};
-    return FindData(samples, rect);
+    return {end, FindData(samples, rect), true};
+}
+
+/// Adds the runs of these columns. Columns that differ are examined again in halves.
+void MappedRaster::LookAt(std::size_t first, std::size_t end) {
+    const Run found = FindCommon(first, end);
+    if (found.reach == Reach::Some && end - first > fewestAtOnce) {
+        const std::size_t middle = first + (end - first) / 2;
+        LookAt(first, middle);
+        LookAt(middle, end);
+        return;
+    }
+    if (!runs.empty() && runs.back().reach == found.reach && runs.back().isWithin == found.isWithin)
+        runs.back().end = end;
+    else
+        runs.push_back(found);
+    Reach* const at = reach.data();
+    if (found.reach == Reach::Some)
+        for (std::size_t column = first; column < end; ++column)
+            at[column] = FindOne(column);
+    else
+        std::fill(at + first, at + end, found.reach);
+    const auto lacks = [](Reach of) { return of != Reach::All; };
+    hasGaps = hasGaps || (found.reach != Reach::All && std::any_of(at + first, at + end, lacks));
 }
 
 /// Finds the positions of a row and its reach of data, once per row.
@@ -117,16 +141,8 @@ void MappedRaster::Look(std::uint32_t row) {
     pixelMap->FindRow(panRect.row0 + row, panRect.col0, panRect.col1, x.data(), y.data());
     runs.clear();
     hasGaps = false;
-    for (std::size_t first = 0, end = 0; first < x.size(); first = end) {
-        end = std::min(first + columnsAtOnce, x.size());
-        const Reach common = FindCommon(first, end - first);
-        if (runs.empty() || runs.back().reach != common) runs.push_back({end, common});
-        runs.back().end = end;
-        for (std::size_t column = first; column < end; ++column) {
-            reach[column] = common == Reach::Some ? FindOne(column) : common;
-            hasGaps = hasGaps || reach[column] != Reach::All;
-        }
-    }
+    for (std::size_t first = 0; first < x.size(); first += columnsAtOnce)
+        LookAt(first, std::min(first + columnsAtOnce, x.size()));
     seen = row;
 }
 
@@ -134,6 +150,7 @@ template <class T>
 kernels::MappedSource<T> MappedRaster::GetSource() const {
     return {reinterpret_cast<const T*>(samples.samples),
             samples.rowStride,
+            (samples.rect.GetRows() - 1) * samples.rowStride + samples.rect.GetColumns() * PixelBytes(info),
             samples.rect.col0,
             samples.rect.row0,
             sourceColumns,
@@ -147,22 +164,26 @@ kernels::MappedRow<T> MappedRaster::ChooseRow() const {
     return kind == Resampling::Cubic ? rows.cubic : rows.bilinear;
 }
 
-/// Samples columns that were examined one by one.
+/// Samples columns that were examined one by one. If all of them lie on the source they are interpolated
+/// together; then those without all neighbours are corrected.
 template <class T>
-void MappedRaster::SampleMixed(std::size_t first, std::size_t end, T* out) const {
+void MappedRaster::SampleMixed(std::size_t first, const Run& run, T* out) const {
     const std::uint32_t bands = info.bandsPerPixel;
     const kernels::MappedSource<T> source = GetSource<T>();
-    for (std::size_t column = first; column < end; ++column, out += bands) {
-        if (reach[column] == Reach::None) {
+    if (run.isWithin) ChooseRow<T>()(source, &x[first], &y[first], run.end - first, out);
+    for (std::size_t column = first; column < run.end; ++column, out += bands) {
+        const bool isCubic = kind == Resampling::Cubic && reach[column] == Reach::All && HasAll(column, 1, 2);
+        if (reach[column] == Reach::None)
             std::fill_n(out, bands, T{0});
-        } else if (reach[column] == Reach::Some) {
+        else if (reach[column] == Reach::Some)
             SampleMasked(samples, bands, kernels::ClampTap(kernels::SplitPosition(x[column]), sourceColumns),
                          kernels::ClampTap(kernels::SplitPosition(y[column]), sourceRows), out);
-        } else if (kind == Resampling::Cubic && HasAll(column, 1, 2)) {
+        else if (run.isWithin && isCubic == (kind == Resampling::Cubic))
+            continue;
+        else if (isCubic)
             kernels::MappedCubicScalar(source, &x[column], &y[column], 1, out);
-        } else {
+        else
             kernels::MappedBilinearScalar(source, &x[column], &y[column], 1, out);
-        }
     }
 }
 
@@ -179,7 +200,7 @@ void MappedRaster::SampleRow(T* out) const {
         else if (run.reach == Reach::None)
             std::fill_n(to, count * source.bands, T{0});
         else
-            SampleMixed(first, run.end, to);
+            SampleMixed(first, run, to);
         first = run.end;
     }
 }

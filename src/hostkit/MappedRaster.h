@@ -30,16 +30,18 @@ private:
     struct Run {
         std::size_t end; ///< exclusive
         Reach reach;     ///< of all of them; Some when they differ
+        bool isWithin;   ///< no position lies more than about a pixel outside the source
     };
 
     void Look(std::uint32_t row);
-    [[nodiscard]] Reach FindCommon(std::size_t first, std::size_t count) const;
+    void LookAt(std::size_t first, std::size_t end);
+    [[nodiscard]] Run FindCommon(std::size_t first, std::size_t end) const;
     [[nodiscard]] Reach FindOne(std::size_t column) const;
     [[nodiscard]] bool HasAll(std::size_t column, int before, int after) const;
     template <class T>
     void SampleRow(T* out) const;
     template <class T>
-    void SampleMixed(std::size_t first, std::size_t end, T* out) const;
+    void SampleMixed(std::size_t first, const Run& run, T* out) const;
     template <class T>
     [[nodiscard]] kernels::MappedRow<T> ChooseRow() const;
     template <class T>

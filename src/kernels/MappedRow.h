@@ -15,6 +15,7 @@ template <class T>
 struct MappedSource {
     const T* samples = nullptr;    ///< of the first available pixel
     std::size_t rowStride = 0;     ///< bytes from one row to the next
+    std::size_t bytes = 0;         ///< from the first available sample to the end of the last
     std::uint32_t firstColumn = 0; ///< of the available pixels
     std::uint32_t firstRow = 0;
     std::uint32_t columns = 0; ///< of the whole source

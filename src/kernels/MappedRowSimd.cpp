@@ -7,8 +7,11 @@
 #include "kernels/MappedRow.h"
 #include "kernels/Simd.h"
 
+#include <hwy/cache_control.h>
+
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstring>
 #include <type_traits>
 
@@ -33,56 +36,149 @@ inline constexpr std::size_t mapPadded = mapPixels + HWY_MAX_BYTES / sizeof(floa
 template <class T>
 using MapReal = std::conditional_t<sizeof(T) == 1, float, double>;
 
+/// The factors of every pixel of a block along one axis.
+template <class V, std::size_t Numbers>
+struct PixelFactors {
+    HWY_ALIGN V values[Numbers][mapPadded];
+};
+
+template <class V>
+HWY_INLINE void StoreFactor(hn::Vec<hn::ScalableTag<double>> factor, V* HWY_RESTRICT to) {
+    const hn::ScalableTag<double> d;
+    if constexpr (std::is_same_v<V, float>) {
+        const hn::Rebind<float, decltype(d)> narrow;
+        hn::StoreU(hn::DemoteTo(narrow, factor), narrow, to);
+    } else {
+        hn::StoreU(factor, d, to);
+    }
+}
+
+/// Bilinear: the fraction itself.
+template <class V>
+HWY_INLINE void StoreFactors(hn::Vec<hn::ScalableTag<double>> fraction, std::size_t i,
+                             PixelFactors<V, 1>& factors) {
+    StoreFactor(fraction, factors.values[0] + i);
+}
+
+/// Cubic: the weights of MakeCubicTap.
+template <class V>
+HWY_INLINE void StoreFactors(hn::Vec<hn::ScalableTag<double>> t, std::size_t i, PixelFactors<V, 4>& factors) {
+    const hn::ScalableTag<double> d;
+    const auto number = [&](double value) HWY_ATTR { return hn::Set(d, value); };
+    const auto half = number(0.5), one = number(1.0);
+    const auto a = hn::Sub(hn::Mul(hn::Add(hn::Mul(number(-0.5), t), one), t), half);
+    const auto b = hn::Mul(hn::Mul(hn::Sub(hn::Mul(number(1.5), t), number(2.5)), t), t);
+    const auto c = hn::Add(hn::Mul(hn::Add(hn::Mul(number(-1.5), t), number(2.0)), t), half);
+    const auto e = hn::Mul(hn::Sub(hn::Mul(half, t), half), t);
+    StoreFactor(hn::Mul(a, t), factors.values[0] + i);
+    StoreFactor(hn::Add(b, one), factors.values[1] + i);
+    StoreFactor(hn::Mul(c, t), factors.values[2] + i);
+    StoreFactor(hn::Mul(e, t), factors.values[3] + i);
+}
+
 /// The positions of the pixels of a block along one axis.
 template <std::size_t Taps>
 struct AxisPlaces {
-    HWY_ALIGN double firsts[mapPixels];         ///< the first neighbour, counted from the first available
-                                                ///< pixel
-    HWY_ALIGN double fractions[mapPixels];      ///< distance beyond the neighbour before the position
+    HWY_ALIGN std::int32_t firsts[mapPixels];   ///< the first neighbour, from the first available pixel
     HWY_ALIGN std::int32_t at[Taps][mapPixels]; ///< all neighbours; not filled in if isWithin
     bool isWithin;                              ///< no neighbour lies beyond the source's edges
 };
 
-template <std::size_t Taps>
+template <std::size_t Taps, class Factors>
 HWY_ATTR void FindPlaces(const double* HWY_RESTRICT positions, std::uint32_t first, std::uint32_t pixels,
-                         AxisPlaces<Taps>& places) {
+                         AxisPlaces<Taps>& places, Factors& factors) {
     const hn::ScalableTag<double> d;
-    const auto number = [&](double value) HWY_ATTR { return hn::Set(d, value); };
-    constexpr std::size_t neighboursBefore = Taps / 2 - 1;
-    const auto before = number(static_cast<double>(neighboursBefore));
-    const auto origin = number(first), lastFirst = number(static_cast<double>(pixels) - Taps);
-    auto least = number(0.0), most = number(0.0);
+    const hn::Rebind<std::int32_t, decltype(d)> d32;
+    const hn::RebindToUnsigned<decltype(d32)> dCount;
+    const auto before = hn::Set(d32, std::int32_t{Taps / 2 - 1});
+    const auto origin = hn::Set(d32, static_cast<std::int32_t>(first));
+    auto greatest = hn::Zero(dCount); // wraps to beyond all pixels before the first
     for (std::size_t i = 0; i < mapPixels; i += hn::Lanes(d)) {
         const auto position = hn::LoadU(d, positions + i);
         const auto index = hn::Floor(position);
-        const auto from = hn::Sub(index, before);
-        hn::Store(hn::Sub(position, index), d, places.fractions + i);
-        hn::Store(hn::Sub(from, origin), d, places.firsts + i);
-        least = hn::Min(least, from);
-        most = hn::Max(most, hn::Sub(from, lastFirst));
+        const auto from = hn::Sub(hn::DemoteTo(d32, index), before);
+        greatest = hn::Max(greatest, hn::BitCast(dCount, from));
+        hn::StoreU(hn::Sub(from, origin), d32, places.firsts + i);
+        StoreFactors(hn::Sub(position, index), i, factors);
     }
-    places.isWithin = hn::AllTrue(d, hn::And(hn::Ge(least, hn::Zero(d)), hn::Le(most, hn::Zero(d))));
+    const auto lastFirst = hn::Set(dCount, pixels - std::uint32_t{Taps});
+    places.isWithin = pixels >= Taps && hn::AllFalse(dCount, hn::Gt(greatest, lastFirst));
 }
 
 /// Finds all neighbours, edges replicated.
 template <std::size_t Taps>
-HWY_ATTR void FindNeighbours(std::uint32_t first, std::uint32_t pixels, AxisPlaces<Taps>& places) {
+HWY_ATTR void FindNeighbours(const double* HWY_RESTRICT positions, std::uint32_t first, std::uint32_t pixels,
+                             AxisPlaces<Taps>& places) {
     const hn::ScalableTag<double> d;
     const hn::Rebind<std::int32_t, decltype(d)> d32;
-    const double from = first;
-    const auto origin = hn::Set(d, from), last = hn::Set(d, pixels - 1.0);
-    for (std::size_t i = 0; i < mapPixels; i += hn::Lanes(d))
+    const auto origin = hn::Set(d, static_cast<double>(first)), last = hn::Set(d, pixels - 1.0);
+    for (std::size_t i = 0; i < mapPixels; i += hn::Lanes(d)) {
+        const auto index = hn::Floor(hn::LoadU(d, positions + i));
         for (std::size_t tap = 0; tap < Taps; ++tap) {
-            const auto step = hn::Set(d, from + static_cast<double>(tap));
-            const auto at = hn::Add(hn::Load(d, places.firsts + i), step);
+            const auto at = hn::Add(index, hn::Set(d, static_cast<double>(tap) - (Taps / 2 - 1)));
             const auto clamped = hn::Min(hn::Max(at, hn::Zero(d)), last);
             hn::StoreU(hn::DemoteTo(d32, hn::Sub(clamped, origin)), d32, places.at[tap] + i);
         }
+    }
 }
 
 template <std::size_t Taps>
 HWY_INLINE bool IsWithin(const AxisPlaces<Taps>& across, const AxisPlaces<Taps>& down) {
     return across.isWithin && down.isWithin;
+}
+
+/// Loads places as whole numbers of the lanes of D.
+template <class D>
+HWY_INLINE hn::Vec<D> LoadPlaces(D d, const std::int32_t* first) {
+    if constexpr (sizeof(hn::TFromD<D>) == 4)
+        return hn::LoadU(d, first);
+    else
+        return hn::PromoteTo(d, hn::LoadU(hn::Rebind<std::int32_t, D>(), first));
+}
+
+/// Writes the neighbours of a vector of pixels of type W. It loads one vector from each source row that they
+/// need. False, with nothing written, if the pixels lie too far apart or too near the end of the samples.
+template <class W, class T, std::size_t Taps>
+HWY_ATTR bool CollectVector(const MappedSource<T>& source, const AxisPlaces<Taps>& across,
+                            const AxisPlaces<Taps>& down, std::size_t pixel,
+                            T (*HWY_RESTRICT planes)[mapSamples]) {
+    const hn::ScalableTag<W> d;
+    const hn::RebindToSigned<decltype(d)> places;
+    using Place = hn::TFromD<decltype(places)>;
+    constexpr std::int32_t mostTurns = 3;
+    const std::size_t lanes = hn::Lanes(d), end = pixel + lanes - 1;
+    if (lanes < Taps) return false;
+    const auto [left, right] = std::minmax(across.firsts[pixel], across.firsts[end]);
+    const auto [top, bottom] = std::minmax(down.firsts[pixel], down.firsts[end]);
+    const std::size_t pastLast = (static_cast<std::size_t>(bottom) + Taps - 1) * source.rowStride +
+                                 (static_cast<std::size_t>(left) + lanes) * sizeof(W);
+    if (bottom - top > mostTurns || pastLast > source.bytes) return false;
+    const auto column = hn::Sub(LoadPlaces(places, across.firsts + pixel), hn::Set(places, Place{left}));
+    const auto row = hn::Sub(LoadPlaces(places, down.firsts + pixel), hn::Set(places, Place{top}));
+    const auto isFar = hn::Or(hn::Gt(hn::BitCast(d, column), hn::Set(d, static_cast<W>(lanes - Taps))),
+                              hn::Gt(hn::BitCast(d, row), hn::Set(d, static_cast<W>(bottom - top))));
+    if (!hn::AllFalse(d, isFar)) return false;
+    const auto* bytes = reinterpret_cast<const unsigned char*>(source.samples) +
+                        static_cast<std::size_t>(top) * source.rowStride +
+                        static_cast<std::size_t>(left) * sizeof(W);
+    // The next source row: a slanted line reaches it in an order that the processor does not predict.
+    hwy::Prefetch(bytes + (static_cast<std::size_t>(bottom - top) + Taps) * source.rowStride);
+    for (std::size_t i = 0; i < Taps; ++i) {
+        const auto lookup = hn::IndicesFromVec(d, hn::Add(column, hn::Set(places, static_cast<Place>(i))));
+        const auto take = [&](std::size_t sourceRow) HWY_ATTR {
+            const auto* words = reinterpret_cast<const W*>(bytes + sourceRow * source.rowStride);
+            return hn::TableLookupLanes(hn::LoadU(d, words), lookup);
+        };
+        for (std::size_t j = 0; j < Taps; ++j) {
+            auto words = take(j);
+            for (std::int32_t turn = 1; turn <= bottom - top; ++turn) {
+                const auto isThere = hn::RebindMask(d, hn::Eq(row, hn::Set(places, Place{turn})));
+                words = hn::IfThenElse(isThere, take(j + static_cast<std::size_t>(turn)), words);
+            }
+            hn::StoreU(words, d, reinterpret_cast<W*>(planes[j * Taps + i]) + pixel);
+        }
+    }
+    return true;
 }
 
 /// Writes the neighbours of every pixel, those of the upper row first.
@@ -102,21 +198,20 @@ HWY_ATTR void Collect(const MappedSource<T>& source, const AxisPlaces<Taps>& acr
                                 pixelBytes);
         return;
     }
-    const hn::ScalableTag<double> d;
-    const hn::RebindToSigned<decltype(d)> d64;
-    const auto ofRow = hn::Set(d, static_cast<double>(stride)), ofColumn = hn::Set(d, double{pixelBytes});
-    HWY_ALIGN std::int64_t offsets[mapPixels];
-    for (std::size_t i = 0; i < mapPixels; i += hn::Lanes(d)) {
-        const auto column = hn::Mul(hn::Load(d, across.firsts + i), ofColumn);
-        const auto offset = hn::MulAdd(hn::Load(d, down.firsts + i), ofRow, column); // whole numbers
-        hn::Store(hn::ConvertTo(d64, offset), d64, offsets + i);
-    }
-    for (std::size_t p = 0; p < mapPixels; ++p) {
-        const unsigned char* first = bytes + offsets[p];
-        for (std::size_t j = 0; j < Taps; ++j)
-            for (std::size_t i = 0; i < Taps; ++i)
-                std::memcpy(planes[j * Taps + i] + p * Bands, first + j * stride + i * pixelBytes,
-                            pixelBytes);
+    constexpr bool isWord = pixelBytes == 4 || pixelBytes == 8;
+    using Word = std::conditional_t<pixelBytes == 4, std::uint32_t, std::uint64_t>;
+    const std::size_t atOnce = isWord ? hn::Lanes(hn::ScalableTag<Word>()) : mapPixels;
+    for (std::size_t from = 0; from < mapPixels; from += atOnce) {
+        if constexpr (isWord)
+            if (CollectVector<Word>(source, across, down, from, planes)) continue;
+        for (std::size_t p = from; p < from + atOnce; ++p) {
+            const unsigned char* first = bytes + static_cast<std::size_t>(down.firsts[p]) * stride +
+                                         static_cast<std::size_t>(across.firsts[p]) * pixelBytes;
+            for (std::size_t j = 0; j < Taps; ++j)
+                for (std::size_t i = 0; i < Taps; ++i)
+                    std::memcpy(planes[j * Taps + i] + p * Bands, first + j * stride + i * pixelBytes,
+                                pixelBytes);
+        }
     }
 }
 
@@ -140,50 +235,6 @@ HWY_ATTR void CollectBands(const MappedSource<T>& source, const AxisPlaces<Taps>
         return Collect<T, Taps, 7>(source, across, down, planes);
     default:
         return Collect<T, Taps, mostBands>(source, across, down, planes);
-    }
-}
-
-/// The factors of every pixel of a block along one axis.
-template <class V, std::size_t Numbers>
-struct PixelFactors {
-    HWY_ALIGN V values[Numbers][mapPadded];
-};
-
-template <class V>
-HWY_ATTR void StoreFactor(hn::Vec<hn::ScalableTag<double>> factor, V* HWY_RESTRICT to) {
-    const hn::ScalableTag<double> d;
-    if constexpr (std::is_same_v<V, float>) {
-        const hn::Rebind<float, decltype(d)> narrow;
-        hn::StoreU(hn::DemoteTo(narrow, factor), narrow, to);
-    } else {
-        hn::StoreU(factor, d, to);
-    }
-}
-
-/// Bilinear: the fraction itself.
-template <class V>
-HWY_ATTR void FindFactors(const AxisPlaces<2>& places, PixelFactors<V, 1>& factors) {
-    const hn::ScalableTag<double> d;
-    for (std::size_t i = 0; i < mapPixels; i += hn::Lanes(d))
-        StoreFactor(hn::Load(d, places.fractions + i), factors.values[0] + i);
-}
-
-/// Cubic: the weights of MakeCubicTap.
-template <class V>
-HWY_ATTR void FindFactors(const AxisPlaces<4>& places, PixelFactors<V, 4>& factors) {
-    const hn::ScalableTag<double> d;
-    const auto number = [&](double value) HWY_ATTR { return hn::Set(d, value); };
-    const auto half = number(0.5), one = number(1.0);
-    for (std::size_t i = 0; i < mapPixels; i += hn::Lanes(d)) {
-        const auto t = hn::Load(d, places.fractions + i);
-        const auto a = hn::Sub(hn::Mul(hn::Add(hn::Mul(number(-0.5), t), one), t), half);
-        const auto b = hn::Mul(hn::Mul(hn::Sub(hn::Mul(number(1.5), t), number(2.5)), t), t);
-        const auto c = hn::Add(hn::Mul(hn::Add(hn::Mul(number(-1.5), t), number(2.0)), t), half);
-        const auto e = hn::Mul(hn::Sub(hn::Mul(half, t), half), t);
-        StoreFactor(hn::Mul(a, t), factors.values[0] + i);
-        StoreFactor(hn::Add(b, one), factors.values[1] + i);
-        StoreFactor(hn::Mul(c, t), factors.values[2] + i);
-        StoreFactor(hn::Mul(e, t), factors.values[3] + i);
     }
 }
 
@@ -224,37 +275,40 @@ HWY_INLINE hn::Vec<D> BlendTaps(D /*d*/, std::integral_constant<std::size_t, 4> 
     return add(across(3), y(3), add(across(2), y(2), upper));
 }
 
-/// Stores floats as the nearest samples within the range of T. True in lanes whose distance from the middle
-/// between two samples is less than their error.
-template <class D, class T>
-HWY_INLINE hn::Mask<D> StoreNearest(D d, hn::Vec<D> sum, float error, T* out) {
-    const auto whole = hn::NearestInt(sum);
-    const hn::Rebind<T, D> narrow;
-    hn::StoreU(hn::DemoteTo(narrow, whole), narrow, out);
-    const auto away = hn::Abs(hn::Sub(sum, hn::ConvertTo(d, whole)));
+/// Stores floats as the nearest samples. True in lanes whose distance from the middle between two samples is
+/// less than their error. Bilinear sums lie within half a sample of the range.
+template <std::size_t Taps, class D>
+HWY_INLINE hn::Mask<D> StoreNearest(D d, hn::Vec<D> sum, unsigned char* out) {
+    const hn::Rebind<unsigned char, D> narrow;
+    constexpr float error{Taps == 2 ? bilinearError : cubicError<float>};
+    const auto lift = hn::Set(d, 3.0F * (1 << 22)); // floats of this size have no fraction
+    const auto inRange = Taps == 2 ? sum : Clamp<unsigned char>(d, sum);
+    const auto lifted = hn::Add(inRange, lift);
+    hn::StoreU(hn::U8FromU32(hn::BitCast(hn::RebindToUnsigned<D>(), lifted)), narrow, out);
+    const auto away = hn::Abs(hn::Sub(inRange, hn::Sub(lifted, lift)));
     return hn::Gt(away, hn::Set(d, 0.5F - error));
 }
 
 /// Computes one sample by the definition.
 template <class T>
-HWY_INLINE T DefineSample(const AxisPlaces<2>& across, const AxisPlaces<2>& down,
-                          const T (*planes)[mapSamples], std::size_t pixel, std::size_t sample) {
+HWY_INLINE T DefineSample(std::integral_constant<std::size_t, 2> /*taps*/, double x, double y,
+                          const T (*planes)[mapSamples], std::size_t sample) {
     return BilinearSample(planes[0][sample], planes[1][sample], planes[2][sample], planes[3][sample],
-                          across.fractions[pixel], down.fractions[pixel]);
+                          x - std::floor(x), y - std::floor(y));
 }
 
 template <class T>
-HWY_INLINE T DefineSample(const AxisPlaces<4>& across, const AxisPlaces<4>& down,
-                          const T (*planes)[mapSamples], std::size_t pixel, std::size_t sample) {
-    CubicTap columns = MakeCubicTap({1, across.fractions[pixel]}, 4);
+HWY_INLINE T DefineSample(std::integral_constant<std::size_t, 4> /*taps*/, double x, double y,
+                          const T (*planes)[mapSamples], std::size_t sample) {
+    CubicTap columns = MakeCubicTap({1, x - std::floor(x)}, 4);
     for (std::uint32_t& at : columns.at)
         at *= mapSamples;
     std::array<double, 4> rows{};
     for (std::size_t i = 0; i < rows.size(); ++i)
         CubicAcross(planes[4 * i] + sample, &columns, 1, 1, &rows[i]);
     T out{};
-    CubicDown({&rows[0], &rows[1], &rows[2], &rows[3]}, MakeCubicTap({1, down.fractions[pixel]}, 4).weights,
-              1, &out);
+    CubicDown({&rows[0], &rows[1], &rows[2], &rows[3]}, MakeCubicTap({1, y - std::floor(y)}, 4).weights, 1,
+              &out);
     return out;
 }
 
@@ -285,18 +339,19 @@ public:
 
     /// Computes mapPixels pixels.
     HWY_ATTR void Make(const double* HWY_RESTRICT x, const double* HWY_RESTRICT y, T* HWY_RESTRICT out) {
-        FindPlaces(x, source.firstColumn, source.columns, across);
-        FindPlaces(y, source.firstRow, source.rows, down);
+        FindPlaces(x, source.firstColumn, source.columns, across, ofX);
+        FindPlaces(y, source.firstRow, source.rows, down, ofY);
         if (!IsWithin(across, down)) {
-            FindNeighbours(source.firstColumn, source.columns, across);
-            FindNeighbours(source.firstRow, source.rows, down);
+            FindNeighbours(x, source.firstColumn, source.columns, across);
+            FindNeighbours(y, source.firstRow, source.rows, down);
         }
-        FindFactors(across, ofX);
-        FindFactors(down, ofY);
         CollectBands(source, across, down, planes);
         const std::size_t uncertain = Blend(out);
-        for (std::size_t i = 0; i < uncertain; ++i)
-            out[left[i]] = DefineSample<T>(across, down, planes, left[i] / source.bands, left[i]);
+        for (std::size_t i = 0; i < uncertain; ++i) {
+            const std::size_t pixel = left[i] / source.bands;
+            out[left[i]] = DefineSample<T>(std::integral_constant<std::size_t, Taps>(), x[pixel], y[pixel],
+                                           planes, left[i]);
+        }
     }
 
 private:
@@ -321,8 +376,7 @@ private:
                 const auto sum =
                     BlendTaps(d, std::integral_constant<std::size_t, Taps>(), tap, factor(ofX), factor(ofY));
                 if constexpr (std::is_same_v<V, float>) {
-                    constexpr V error{Taps == 2 ? bilinearError : cubicError<float>};
-                    const auto isUncertain = StoreNearest(d, sum, error, out + at);
+                    const auto isUncertain = StoreNearest<Taps>(d, sum, out + at);
                     if (!hn::AllFalse(d, isUncertain)) count = Mark(d, isUncertain, at, lanes, count, left);
                 } else {
                     const auto rounded = hn::Add(sum, hn::Set(d, 0.5));

@@ -23,8 +23,13 @@ HWY_ATTR void FillLine(const MappedLine& line, std::size_t count, double* HWY_RE
     const std::size_t lanes = hn::Lanes(d);
     const auto from = hn::Set(d, line.from), to = hn::Set(d, line.to), one = hn::Set(d, 1.0);
     const auto start = hn::Set(d, line.start), step = hn::Set(d, line.step), length = hn::Set(d, line.length);
+    const auto part = hn::Set(d, 1.0 / line.length);
+    int exponent = 0;
+    const bool isPowerOfTwo =
+        std::fabs(std::frexp(line.length, &exponent)) == 0.5; // then 1 / length is exact
     const auto at = [&](auto number) HWY_ATTR {
-        const auto t = hn::Div(hn::Add(start, hn::Mul(number, step)), length);
+        const auto way = hn::Add(start, hn::Mul(number, step));
+        const auto t = isPowerOfTwo ? hn::Mul(way, part) : hn::Div(way, length);
         return hn::Add(hn::Mul(from, hn::Sub(one, t)), hn::Mul(to, t));
     };
     auto number = hn::PromoteTo(d, hn::Iota(d32, 0));

@@ -25,8 +25,9 @@ TYPED_TEST(MappedRowTest, VectorsGiveTheDefinition) {
         for (const std::size_t pixels : {1u, 63u, 64u, 333u}) {
             const std::uint32_t columns = 11, rows = 7;
             const auto samples = support::RandomRow<T>(std::size_t{columns} * rows * bands, random);
-            const MappedSource<T> source{
-                samples.get(), columns * bands * sizeof(T), 20, 30, columns + 20, rows + 30, bands};
+            const std::size_t stride = columns * bands * sizeof(T);
+            const MappedSource<T> source{samples.get(), stride,    rows * stride, 20, 30,
+                                         columns + 20,  rows + 30, bands};
             std::vector<double> x(pixels), y(pixels);
             const auto place = [&](std::uint32_t first, std::uint32_t count) {
                 const double at = std::uniform_real_distribution(1.0, count + 1.5)(random);
