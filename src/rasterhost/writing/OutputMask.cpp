@@ -10,7 +10,17 @@ namespace rasterhost {
 
 namespace {
 constexpr std::uint32_t wordBits = 32;
+
+/// One bit for each of eight bytes: 1 where the byte is 0. The first byte has the lowest bit.
+std::uint32_t FindZeros(const unsigned char* bytes) {
+    std::uint64_t word = 0;
+    for (std::uint32_t i = 0; i < sizeof(word); ++i)
+        word |= std::uint64_t{bytes[i]} << (8 * i);
+    constexpr std::uint64_t low = 0x7F7F7F7F7F7F7F7F;
+    const std::uint64_t isZero = ~(((word & low) + low) | word | low) >> 7; // the lowest bit of each byte
+    return static_cast<std::uint32_t>(isZero * 0x0102040810204080 >> 56);   // moves them to one byte
 }
+} // namespace
 
 void OutputMask::AddRows(const unsigned char* valid, std::uint32_t rowCount) {
     for (std::uint32_t row = 0; row < rowCount; ++row) {
@@ -43,8 +53,11 @@ void OutputMask::AddRow(const unsigned char* valid) {
 void OutputMask::AddBits(const unsigned char* valid, std::size_t start) {
     words.resize(start);
     for (std::uint32_t first = 0; first < columns; first += wordBits) {
-        std::uint32_t word = 0;
-        for (std::uint32_t bit = 0; bit < std::min(wordBits, columns - first); ++bit)
+        std::uint32_t word = 0, bit = 0;
+        const std::uint32_t count = std::min(wordBits, columns - first);
+        for (; bit + 8 <= count; bit += 8)
+            word |= FindZeros(valid + first + bit) << bit;
+        for (; bit < count; ++bit)
             word |= (valid[first + bit] == 0 ? 1u : 0u) << bit;
         words.push_back(word);
         pixelsWithoutData += static_cast<std::uint64_t>(std::popcount(word));
