@@ -54,7 +54,7 @@ install(TARGETS fundament host hostkit kernels_simd kernels_fusion kernels_sampl
   raster_process EXPORT Pansharp ARCHIVE DESTINATION ${PANSHARP_INSTALL_FOLDER} COMPONENT development
   INCLUDES DESTINATION ${PANSHARP_HEADER_FOLDER})
 if(TARGET cli)
-  set_target_properties(cli PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  set_target_properties(cli PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}" BUILD_WITH_INSTALL_RPATH ON)
   install(TARGETS cli RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
   install(FILES "${PROJECT_SOURCE_DIR}/docs/pansharp.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT runtime)
   install(FILES "${PROJECT_BINARY_DIR}/completion/bash" RENAME pansharp
