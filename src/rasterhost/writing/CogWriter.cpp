@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace rasterhost {
 
@@ -83,7 +84,7 @@ bool CogWriter::Spool(const unsigned char* tiles, std::size_t count, PackedTiles
     const std::size_t bytes = packer->GetForm().GetBytes();
     for (std::size_t tile = 0; tile < count; ++tile) {
         const bool isAdded = packer->Compresses()
-                                 ? spool.Add(packed[tile].data(), packed[tile].size(), places[level].tiles)
+                                 ? spool.Add(std::move(packed[tile]), places[level].tiles)
                                  : spool.Add(tiles + tile * bytes, bytes, places[level].tiles);
         if (!isAdded) return false;
     }
@@ -195,8 +196,8 @@ bool CogWriter::AddMask(const OutputMask& mask, std::size_t number) {
             }
         }
         if (!maskPacker.Pack(tiles, tileRow.data(), packedRow)) return false;
-        for (const std::vector<unsigned char>& tile : packedRow)
-            if (!spool.Add(tile.data(), tile.size(), level.maskTiles)) return false;
+        for (std::vector<unsigned char>& tile : packedRow)
+            if (!spool.Add(std::move(tile), level.maskTiles)) return false;
     }
     return true;
 }

@@ -1,5 +1,7 @@
 #include "rasterhost/writing/TileSpool.h"
 
+#include <utility>
+
 namespace rasterhost {
 
 TileSpool::~TileSpool() {
@@ -8,13 +10,19 @@ TileSpool::~TileSpool() {
     VSIUnlink(name.c_str());
 }
 
+bool TileSpool::Add(std::vector<unsigned char>&& tile, std::vector<TilePlace>& places) {
+    if (bytesHeld + tile.size() > most) return Write(tile.data(), tile.size(), places);
+    bytesHeld += tile.size();
+    places.push_back({0, static_cast<std::uint32_t>(tile.size()), std::move(tile)});
+    return true;
+}
+
 bool TileSpool::Add(const unsigned char* tile, std::size_t bytes, std::vector<TilePlace>& places) {
     const bool isHeld = bytesHeld + bytes <= most;
-    if (isHeld) {
-        places.push_back({0, static_cast<std::uint32_t>(bytes), {tile, tile + bytes}});
-        bytesHeld += bytes;
-        return true;
-    }
+    return isHeld ? Add(std::vector<unsigned char>(tile, tile + bytes), places) : Write(tile, bytes, places);
+}
+
+bool TileSpool::Write(const unsigned char* tile, std::size_t bytes, std::vector<TilePlace>& places) {
     if (!file) file = VSIFOpenL(name.c_str(), "wb+");
     if (!file || VSIFWriteL(tile, 1, bytes, file) != bytes) return false;
     places.push_back({bytesWritten, static_cast<std::uint32_t>(bytes)});

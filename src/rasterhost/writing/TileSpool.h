@@ -34,10 +34,14 @@ public:
     /// Adds a copy of a tile of `bytes` bytes, and appends its place to `places`. False when it cannot be
     /// written.
     [[nodiscard]] bool Add(const unsigned char* tile, std::size_t bytes, std::vector<TilePlace>& places);
+    /// Adds a tile that the spool may keep.
+    [[nodiscard]] bool Add(std::vector<unsigned char>&& tile, std::vector<TilePlace>& places);
     /// The bytes of a tile, in `room` if it was in the file. Null when it cannot be read.
     [[nodiscard]] const unsigned char* Get(const TilePlace& place, std::vector<unsigned char>& room);
 
 private:
+    bool Write(const unsigned char* tile, std::size_t bytes, std::vector<TilePlace>& places);
+
     const std::string name;
     const std::uint64_t most;
     VSILFILE* file = nullptr;
