@@ -16,7 +16,7 @@ using KOVA::Tessara::Fundament::FormatString;
 
 namespace {
 
-/// How many columns are examined together, and how few when they differ.
+/// How many columns are examined together, at most and at least.
 constexpr std::size_t columnsAtOnce = 512;
 constexpr std::size_t fewestAtOnce = 16;
 

@@ -11,8 +11,8 @@ namespace kernels {
 /// The values that samples of an output can have.
 template <class T>
 struct SampleLimits {
-    T largest = std::numeric_limits<T>::max(); ///< greater ones come down to it
-    T taken = 0;                               ///< a value that no sample can have
+    T largest = std::numeric_limits<T>::max(); ///< greater samples become this
+    T taken = 0;                               ///< a value that no sample may have
     T other = 0;                               ///< replaces it; equal to `taken` to replace nothing
 
     [[nodiscard]] T Of(T sample) const {
@@ -22,8 +22,8 @@ struct SampleLimits {
     [[nodiscard]] bool IsAtEnd(T limited) const { return limited == 0 || limited == largest; }
 };
 
-/// Applies the limits to `count` samples. Writes exactly as many to `out`, which overlaps no input. True when
-/// a written sample is 0 or the largest.
+/// Applies the limits to `count` samples. Writes exactly `count` to `out`, which must not overlap the input.
+/// True when a written sample is 0 or the largest.
 template <class T>
 using LimitRow = bool (*)(const T* samples, std::size_t count, const SampleLimits<T>& limits, T* out);
 

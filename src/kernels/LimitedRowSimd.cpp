@@ -1,4 +1,4 @@
-// The samples of an output in vectors of whatever width the processor has; the same as the scalar ones.
+// The samples of an output in vectors of any width, with the same samples as the scalar version.
 #include "kernels/LimitedRow.h"
 #include "kernels/Simd.h"
 
@@ -7,7 +7,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "kernels/LimitedRowSimd.cpp"
 #include <hwy/foreach_target.h>
-// Highway asks for this order.
+// Highway requires this order.
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
@@ -17,7 +17,7 @@ HWY_BEFORE_NAMESPACE();
 namespace kernels {
 namespace HWY_NAMESPACE {
 
-/// Samples before the first whole vector of memory, which alone can be written past the cache.
+/// The number of samples before the first aligned vector. Only aligned vectors can be written past the cache.
 template <class T>
 HWY_INLINE std::size_t BeforeWhole(const T* out, std::size_t lanes) {
     return (0 - reinterpret_cast<std::uintptr_t>(out) / sizeof(T)) % lanes;

@@ -7,13 +7,14 @@
 #include <cstdlib>
 
 // Of Highway's library only these two functions are used. When it is loaded it measures the processor's
-// clock, which takes 3 to 4 ms of every start. So on x86 they stand here, and the library is not linked.
+// clock, which takes 3 to 4 ms of every start. So on x86 they are defined here, and the library is not
+// linked.
 #if HWY_ARCH_X86
 namespace hwy {
 
 namespace {
 
-/// The registers eax, ebx, ecx and edx after the instruction CPUID; all 0 for a leaf that is unknown.
+/// The registers eax, ebx, ecx and edx after the instruction CPUID; all 0 for an unknown leaf.
 std::array<std::uint32_t, 4> AskProcessor(std::uint32_t leaf) {
     std::array<std::uint32_t, 4> is{};
     const auto ask = [&is](std::uint32_t what) {
@@ -28,7 +29,7 @@ std::array<std::uint32_t, 4> AskProcessor(std::uint32_t leaf) {
 
 bool HasBits(std::uint32_t value, std::uint32_t bits) { return (value & bits) == bits; }
 
-/// The parts of the registers that the system keeps for each thread; 0 where it cannot be asked.
+/// The parts of the registers that the system saves per thread; 0 if that is unknown.
 std::uint32_t KeptRegisters(std::uint32_t features) {
     constexpr std::uint32_t osxsave = 1U << 27;
     if (!HasBits(features, osxsave)) return 0;
@@ -39,7 +40,7 @@ std::uint32_t KeptRegisters(std::uint32_t features) {
 
 } // namespace
 
-/// By the bits of Intel's and AMD's manuals; the target AVX3_DL is not compiled.
+/// Uses the bits of Intel's and AMD's manuals. The target AVX3_DL is not compiled.
 std::int64_t SupportedTargets() {
     const std::uint32_t first = AskProcessor(1)[2], more = AskProcessor(7)[1];
     const std::uint32_t extended = AskProcessor(0x80000001U)[2], kept = KeptRegisters(first);
@@ -61,7 +62,7 @@ std::int64_t SupportedTargets() {
     return targets;
 }
 
-/// For the entry of a table that chooses its function at the first call. None is called: see ForTarget.
+/// Needed for the table entry that chooses its function at the first call. It is never called: see ForTarget.
 ChosenTarget& GetChosenTarget() { std::abort(); }
 
 } // namespace hwy

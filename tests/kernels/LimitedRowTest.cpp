@@ -15,7 +15,7 @@ class LimitedRowTest : public testing::Test {};
 using SampleTypes = testing::Types<unsigned char, unsigned short>;
 TYPED_TEST_SUITE(LimitedRowTest, SampleTypes, );
 
-// Rows that begin anywhere in a vector of memory; a lone sample at an end stands in every place.
+// Rows that begin at any position of an aligned vector. A single sample at a limit is put at every position.
 TYPED_TEST(LimitedRowTest, EveryTargetWritesTheScalarSamples) {
     using T = TypeParam;
     const T greatest = std::numeric_limits<T>::max();

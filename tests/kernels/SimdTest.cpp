@@ -7,7 +7,7 @@
 namespace {
 
 #if defined(__x86_64__)
-// The compiler's run-time asks the processor and the system in its own way.
+// The compiler's run-time detects the processor independently.
 TEST(SimdTargets, AreThoseOfTheProcessor) {
     const auto has = [](const char* name) {
         const auto targets = kernels::SimdTargets();

@@ -159,7 +159,7 @@ CALLS = [(pansharp.fuse, SMALL[0], ["method", "weights", "infrared", "infrared_w
 
 
 def wrong_case(seed):
-    """Up to three arguments of a call are of a wrong type, shape, kind of sample, range or memory, or raise when they are asked."""
+    """Up to three arguments of a call have a wrong type, shape, sample type, range or memory, or raise exceptions when they are used."""
     random = numpy.random.default_rng(seed)
     call, given, names = CALLS[int(random.choice(len(CALLS), p=(0.4, 0.15, 0.1, 0.05, 0.15, 0.15)))]
     names = random.choice([*given, *names], random.integers(1, 4))

@@ -33,7 +33,7 @@ def write_pair(folder, dtype=numpy.uint16, count=3, change=lambda pan, ms: None,
 
 
 class Hostile:
-    """Raises whatever it is asked for."""
+    """Raises an exception on any use."""
 
     def refuse(self, *_, **__):
         raise ZeroDivisionError("refused")
@@ -51,7 +51,7 @@ WRONG = [None, True, -1, 0, 3, 2**31, 2**64, 10**400, 1.5, numpy.nan, -numpy.inf
 
 
 def survives(call, kinds):
-    """A call ends with something or with an exception of these kinds that has a text."""
+    """Checks that a call returns, or raises an exception of these kinds with a text."""
     try:
         call()
     except (ZeroDivisionError, TypeError, ValueError, MemoryError, *kinds) as error:

@@ -15,7 +15,7 @@ import numpy
 NoData = Union[int, bool, None, "tuple[int | bool | None, int | bool | None]"]
 """A value for no data, or a pair of those of pan and of the bands; False for none, None for the command's default."""
 
-MOST_ITEMS = 65536  # of a list that is given
+MOST_ITEMS = 65536  # in a list argument
 _RESAMPLINGS = {"bilinear": 1, "cubic": 2}
 
 
@@ -170,7 +170,7 @@ def items(name: str, given: Any, count: int | None = None) -> tuple[Any, ...]:
     unordered = isinstance(given, (str, bytes, dict, set, frozenset))
     if type(given) is not tuple and (unordered or not isinstance(given, Iterable) or (isinstance(given, numpy.ndarray) and given.ndim == 0)):
         raise TypeError(f"{name} is {given!r}; give a sequence of numbers")
-    items = tuple(itertools.islice(given, MOST_ITEMS + 1))  # some iterables do not end
+    items = tuple(itertools.islice(given, MOST_ITEMS + 1))  # an iterable may be endless
     if len(items) > MOST_ITEMS:
         raise ValueError(f"{name} has more than {MOST_ITEMS} items")
     if not items or (count is not None and len(items) != count):

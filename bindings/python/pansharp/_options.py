@@ -78,7 +78,7 @@ def _is_list(given: Any) -> bool:
 
 
 def _items(given: Iterable[Any], most: int = _checks.MOST_ITEMS) -> list[Any]:
-    """Those of a list, which may not end."""
+    """The items of a list, which may be endless. Raises TypeError beyond the limit."""
     items = list(itertools.islice(given, most + 1))
     if len(items) > most:
         raise TypeError(f"it has more than {most} items")
