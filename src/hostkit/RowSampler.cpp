@@ -24,8 +24,8 @@ public:
             entry.values = std::make_unique_for_overwrite<V[]>(samples);
     }
 
-    /// The values of a needed row. When they are not at hand, `interpolate` computes them in the place of a
-    /// row that is no longer needed.
+    /// The values of a needed row. If they are not held, `interpolate` computes them and they replace a row
+    /// that is no longer needed.
     template <class Interpolate>
     const V* Get(std::uint32_t number, const std::array<std::uint32_t, Count>& needed,
                  const Interpolate& interpolate) {

@@ -57,7 +57,7 @@ TEST(SumRow, EveryTargetGivesTheSameWholeNumbers) {
                 const bool fits = LessOriginsFor(target)(planes.data(), origins.data(),
                                                          std::min<std::size_t>(bands, 4), count, rows.data());
                 EXPECT_EQ(fits, far == 0 || bands > 4) << SimdTargetName(target);
-                for (std::size_t row = 0; row < wholeRow; ++row) // as many as the parts hold
+                for (std::size_t row = 0; row < wholeRow; ++row) // the most that the parts can hold
                     AddWholeProductsFor(target)(rows.data(), pairs.data(), pairs.size(), parts.data());
                 std::vector<std::int64_t> found;
                 for (auto part = parts.begin(); part != parts.end(); part += wholeParts)

@@ -120,7 +120,7 @@ TEST(BlendPixels, GiveTheListedPixels) {
         {"Mask", {{"FillColor", "-5,300"}}, {9, 9, 9}, {0}, {0, 255, 0}},
         {"Mask", {{"FillColor", ","}}, {9, 9}, {0}, {0, 0}},
         {"Mask", {{"FillColor", "5,5"}, {"FillValue", "7"}}, {9}, {7}, {5}},
-        {"Mask", {{"FillColor", "5,5"}, {"FillValue", "263"}}, {9}, {7}, {9}}, // 256 + 7 is no sample
+        {"Mask", {{"FillColor", "5,5"}, {"FillValue", "263"}}, {9}, {7}, {9}}, // 256 + 7 is not a sample
     };
     for (const Case& c : cases)
         EXPECT_EQ(BlendOne<unsigned char>(c.keyword, c.settings, c.a, c.b), c.out)

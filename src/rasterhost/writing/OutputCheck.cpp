@@ -92,7 +92,7 @@ bool CheckName(const SharpenRequest& request, Status& status) {
     return CheckNewFile(name, "the output '" + name + "'", request.overwrite, files, status);
 }
 
-/// Checks everything in the place of the output's files.
+/// Checks everything that has the name of one of the output's files.
 bool CheckNames(const SharpenRequest& request, const WorkFolder& folder, std::vector<std::string> names,
                 Status& status) {
     RunFiles files = FilesOf(request);

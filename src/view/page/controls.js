@@ -5,7 +5,7 @@ const $ = (id) => document.getElementById(id);
 const layers = [['pan', 'pan'], ['upsampled', 'upsampled'], ['sharpened', 'sharpened']];
 const modes = [['swipe', 'Swipe'], ['beside', 'Side by side']];
 
-/** Ready choices of bands, as many as the scene has. */
+/** The choices of bands to offer, limited to the bands of the scene. */
 function presetsOf(scene) {
   const three = scene.shown.length === 3, list = (bands) => `bands ${bands.join(', ')}`;
   const presets = [['shown', !three ? 'one band' : scene.shown_guessed ? list(scene.shown) : 'natural colour', scene.shown]];
