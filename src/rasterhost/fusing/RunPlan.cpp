@@ -168,10 +168,13 @@ std::int64_t CacheBytes(const Scene& scene, const OutputPlan& output, const RunS
 std::uint64_t EstimateMemory(const Scene& scene, const OutputPlan& output, const RunSizes& sizes) {
     // Measured: the program with its libraries, and the survey for fits.
     constexpr std::uint64_t program = std::uint64_t{58} << 20, survey = std::uint64_t{24} << 20;
-    std::uint64_t inputs = 0, onServers = 0;
+    std::uint64_t inputs = 0, onServers = 0, inArchives = 0;
     const auto add = [&](const InputImage& image) {
-        inputs += ImageBytes(image);
-        if (std::ranges::any_of(image.GetDescription()->files, &IsOnNetwork)) onServers += ImageBytes(image);
+        const std::uint64_t bytes = ImageBytes(image);
+        const std::vector<std::string>& files = image.GetDescription()->files;
+        inputs += bytes;
+        if (std::ranges::any_of(files, &IsOnNetwork)) onServers += bytes;
+        if (std::ranges::any_of(files, &IsWithinNetworkFile)) inArchives += bytes;
     };
     add(*scene.pan);
     for (const PlacedImage& coarse : scene.images)
@@ -185,10 +188,12 @@ std::uint64_t EstimateMemory(const Scene& scene, const OutputPlan& output, const
         cache + (output.writesCog ? CogWriter::CountBytes(output) : 0) +
         (FineRowBytes(scene, output) * rows + BesideBytes(scene, output, sizes, rows)) *
             static_cast<unsigned>(CountSlots(threads, output));
-    // Measured: GDAL has a cache of the same size, and copies of bytes on their way.
-    constexpr std::uint64_t copies = std::uint64_t{144} << 20;
-    const std::uint64_t fetched =
-        2 * std::min(onServers, FetchedBytes::Get().GetBound()) + std::min(onServers, copies);
+    // Measured: GDAL has a cache of the same size, and copies of bytes on their way. An archive is read
+    // through GDAL's cache alone.
+    constexpr std::uint64_t copies = std::uint64_t{144} << 20, copiesOfArchives = std::uint64_t{96} << 20;
+    const std::uint64_t bound = FetchedBytes::Get().GetBound();
+    const std::uint64_t fetched = 2 * std::min(onServers, bound) + std::min(onServers, copies) +
+                                  std::min(inArchives, bound) + std::min(inArchives, copiesOfArchives);
     return program + fetched + (sizes.fits ? survey : 0) + (sizes.isKeptInMemory ? KeptBytes(output) : 0) +
            std::max(fusing, sizes.hasPreview ? cache + PreviewBytes(scene) : 0);
 }

@@ -35,7 +35,7 @@ constexpr ProductKind productKinds[] = {
 bool IsMetadataName(const std::string& name) {
     const std::string small = ToLower(name);
     return std::ranges::any_of(
-        std::initializer_list<const char*>{".txt", ".xml", ".json", ".geojson", ".imd"},
+        std::initializer_list<const char*>{".txt", ".xml", ".json", ".geojson", ".imd", ".til"},
         [&](const char* ending) { return small.ends_with(ending); });
 }
 

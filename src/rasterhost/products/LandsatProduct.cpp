@@ -69,8 +69,9 @@ std::string AnyCase(const std::string& name) { return FolderPart(name) + ToLower
 
 std::optional<BandFile> ReadName(const std::string& name) {
     // LC08_L1TP_..._B8.TIF, and LC8... from before the collections.
-    static const std::regex pattern("^(L[COE]0?([789]).{0,120}?)_(SR_|ST_)?B([0-9]{1,2}(_VCID_[12])?)$",
-                                    std::regex::icase);
+    static const std::regex pattern(
+        "^((?:landsat[-_ ]?|L[COE]?0?)([789]).{0,120}?)_(SR_|ST_)?B([0-9]{1,2}(_VCID_[12])?)$",
+        std::regex::icase);
     std::smatch parts;
     const std::string stem = StemPart(name);
     constexpr std::size_t longest = 160;
@@ -215,8 +216,8 @@ Product ReadNumbers(const BandFiles& scene, const ProductFiles& files) {
     } else if (isSeven == isEight) {
         product.fault = "its numbers may be of Landsat 8 or 9 (" + ListBands(oliBands, scene.bands) +
                         "), of Landsat 7 (" + ListBands(etmBands, scene.bands) +
-                        "), or of Sentinel-2, which has no pan band. Name the files: PAN MS ...; or put "
-                        "LC08_ or LE07_ before their names";
+                        "), or of Sentinel-2, which has no pan band. Name the files: PAN MS ...; or put L8_ "
+                        "or L7_ before their names";
     }
     return product;
 }
@@ -240,7 +241,9 @@ void FindLandsat(const ProductFiles& files, std::vector<Product>& found) {
         byName.erase(AnyCase(stem));
         found.push_back(ReadMetadata(files, name));
     }
+    constexpr std::size_t longName = 12; // of products as delivered; shorter ones may be anything
     for (const auto& [key, scene] : byName) {
+        if (!scene.bands.contains("8") && LastPart(scene.product).size() < longName) continue;
         Product& product = found.emplace_back();
         product.name = LastPart(scene.product);
         TakeBands(scene.satellite, scene.bands, files, product);

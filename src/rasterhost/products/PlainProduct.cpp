@@ -101,7 +101,7 @@ void TakeFile(const std::string& path, const std::string& word, Product& product
 }
 
 /// Reports files that may be the same bands.
-void CheckBands(Product& product) {
+void CheckNamedBands(Product& product) {
     if (product.bands.empty()) product.fault = "it has a pan and no multispectral bands beside it";
     std::set<std::string> names, files;
     for (const InputBand& band : product.bands) {
@@ -134,7 +134,7 @@ void FindNamed(const ProductFiles& files, CutWord (*cut)(const std::string& stem
             TakeFile(files.PathOf(name), word, product);
         if (product.pan.file.empty()) continue; // without pan it is just an image
         product.kind = "folder with the names of bands";
-        CheckBands(product);
+        CheckNamedBands(product);
         SortBySpectrum(product.bands);
         found.push_back(std::move(product));
     }

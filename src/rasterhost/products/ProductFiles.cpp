@@ -2,12 +2,16 @@
 
 #include "fundament/Text.h"
 #include "rasterhost/reading/FileState.h"
+#include "rasterhost/reading/NetworkFile.h"
 #include "rasterhost/requests/GdalErrors.h"
 
 #include <cpl_string.h>
 #include <cpl_vsi.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -47,6 +51,28 @@ bool ClimbsOut(const std::string& name) {
 /// but not its contents.
 bool IsOfMacOs(const std::string& name) { return LastPart(name).starts_with("._"); }
 
+/// Whether a file can be read up to its last byte.
+bool HasLastByte(const std::string& path, std::uint64_t bytes) {
+    if (bytes == 0) return true;
+    const std::unique_ptr<VSILFILE, decltype(&VSIFCloseL)> file(VSIFOpenL(path.c_str(), "rb"), &VSIFCloseL);
+    char last = 0;
+    return file && VSIFSeekL(file.get(), bytes - 1, SEEK_SET) == 0 && VSIFReadL(&last, 1, 1, file.get()) == 1;
+}
+
+/// ": " and why the system does not let a folder or file be read; empty for what it does not know.
+std::string WhyNotRead(const std::string& name) {
+    if (StartsWith(name, "/vsi", false)) return {};
+    std::error_code fault;
+    const std::filesystem::directory_iterator listed(name, fault);
+    if (fault == std::errc::not_a_directory) {
+        errno = 0;
+        std::FILE* file = std::fopen(name.c_str(), "rb");
+        fault = {file ? 0 : errno, std::generic_category()};
+        if (file) (void)std::fclose(file);
+    }
+    return fault ? ": " + fault.message() : std::string();
+}
+
 } // namespace
 
 bool IsArchive(const std::string& name) {
@@ -79,15 +105,22 @@ bool ProductFiles::List(const std::string& folderOrArchive, Status& status) {
     const GdalErrors errors;
     const std::unique_ptr<VSIDIR, decltype(&VSICloseDir)> folder(
         VSIOpenDir(root.c_str(), mostFolderLevels, nullptr), &VSICloseDir);
-    if (!folder)
-        return Fail(status, HostStatus::InputNotOpened, "%s '%s' cannot be read%s%s",
+    const auto failToRead = [&](const std::string& why) {
+        const std::string reason = WhyNotRead(folderOrArchive);
+        return Fail(status, HostStatus::InputNotOpened, "%s '%s' cannot be read%s",
                     isArchive ? "the archive" : "the folder", folderOrArchive.c_str(),
-                    isArchive ? "; was it copied or downloaded to its end?" : "", errors.Reason().c_str());
+                    reason.empty() ? why.c_str() : reason.c_str());
+    };
+    const std::string notWhole =
+        std::string(IsOnNetwork(folderOrArchive) ? "; did the server or the connection fail, or " : "; ") +
+        "was it copied or downloaded to its end?";
+    if (!folder) return failToRead((isArchive ? notWhole : "") + errors.Reason());
     const auto refuse = [&](const std::string& why) {
         return Fail(status, HostStatus::InputNotSupported, "'%s' has %s", folderOrArchive.c_str(),
                     why.c_str());
     };
     std::size_t entries = 0, archiveFolders = 0;
+    std::pair<std::string, std::uint64_t> last;
     while (const VSIDIREntry* entry = VSIGetNextDirEntry(folder.get())) {
         if (++entries > mostEntries)
             return refuse(
@@ -98,9 +131,13 @@ bool ProductFiles::List(const std::string& folderOrArchive, Status& status) {
                                        mostArchiveFolders));
         const std::string name(entry->pszName);
         if (ClimbsOut(name)) continue; // outside the archive
+        if (VSI_ISREG(entry->nMode)) last = {name, entry->nSize};
         // Opening a pipe or a device may block forever.
         if (VSI_ISREG(entry->nMode) && !IsOfMacOs(name)) names.push_back(name);
     }
+    // GDAL lists a tar up to where it ends.
+    if (StartsWith(root, "/vsitar/", false) && !HasLastByte(PathOf(last.first), last.second))
+        return failToRead(" beyond the beginning of '" + last.first + "'" + notWhole + errors.Reason());
     std::sort(names.begin(), names.end());
     if (!StartsWith(root, "/vsi", false)) DropRepeated();
     for (const std::string& name : names)

@@ -22,7 +22,7 @@ namespace {
 bool FailToRead(const PixelRect& rect, const char* what, const SourceBand& source, GDALRasterBand& band,
                 const GdalErrors& errors, Status& status) {
     std::string bytes;
-    const bool isRemote = IsOnNetwork(source.file);
+    const bool isRemote = IsOnNetwork(source.file) || IsWithinNetworkFile(source.file);
     if (const auto ranges =
             isRemote ? FindByteRanges(band, rect, LookAt(source.file).bytes) : std::vector<ByteRange>();
         !ranges.empty())

@@ -52,6 +52,12 @@ bool IsOnNetwork(const std::string& name) {
            StartsWith(name, "/vsiaz/", false) || IsOnObjectStorage(name);
 }
 
+bool IsWithinNetworkFile(const std::string& name) {
+    for (std::size_t at = name.find("/vsi", 1); at != std::string::npos; at = name.find("/vsi", at + 1))
+        if (IsOnNetwork(name.substr(at))) return true;
+    return false;
+}
+
 namespace {
 
 /// Keeps the last message of GDAL about a request, including replies after which it tries again.

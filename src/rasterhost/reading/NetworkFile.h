@@ -20,6 +20,8 @@ namespace rasterhost {
 
 /// True for a name that makes GDAL contact a server.
 [[nodiscard]] bool IsOnNetwork(const std::string& name);
+/// True for a name of what lies within such a file, as within an archive.
+[[nodiscard]] bool IsWithinNetworkFile(const std::string& name);
 
 /// True for a name on object storage (S3 and the like) where an object that GDAL writes appears only when all
 /// of it has been sent. Not true for Azure (/vsiaz/), where GDAL appends block after block.

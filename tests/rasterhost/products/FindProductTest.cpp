@@ -219,9 +219,9 @@ const Case cases[] = {
      "",
      "Landsat 8 or 9 Level-1, B8.tif:1 green=b3.tif:1 -B10.tif nodata 0"},
     {"the prefix of a satellite and numbers",
-     {{"LE07_B8.tif", ""}, {"LE07_B3.tif", ""}},
+     {{"L7_B8.tif", ""}, {"L7_B3.tif", ""}},
      "",
-     "Landsat 7 Level-1, LE07_B8.tif:1 red=LE07_B3.tif:1 nodata 0"},
+     "Landsat 7 Level-1, L7_B8.tif:1 red=L7_B3.tif:1 nodata 0"},
     {"numbers of any satellite",
      {{"s_B8.tif", ""}, {"s_B4.tif", ""}},
      "",
@@ -378,7 +378,11 @@ TEST(FindProduct, ReadsArchivesAsDelivered) {
         "' && tar cf ../a.tar . && tar czf ../a.TAR.GZ . && tar czf ../a.tgz * && mkdir ../d.tar && cp *.TIF "
         "../d.tar && mkfifo pipe.json && "
         "tar cPf ../out.tar ../*_B4.TIF *.TIF && python3 -m zipfile -c ../a.zip *.TIF && "
-        "head -c 300 ../a.zip >../cut.zip && ln -s . round && ln -s ../in round2 && mkdir -p ../m/{1..501} "
+        "head -c 300 ../a.zip >../cut.zip && head -c 2000000 /dev/urandom >b4 && cp b4 " +
+        l8 +
+        "B1.TIF && tar cf - . | head -c 1000000 >../cut.tar && tar cz b4 *.TIF 2>/dev/null | head -c 900000 "
+        ">../cut.tgz "
+        "&& rm b4 *B1.TIF && ln -s . round && ln -s ../in round2 && mkdir -p ../m/{1..501} "
         "&& "
         "python3 -m zipfile -c ../folders.zip ../m && head -c 17M /dev/zero | tr '\\0' '\\n' >" +
         l8 +
@@ -395,7 +399,9 @@ TEST(FindProduct, ReadsArchivesAsDelivered) {
         {"d.tar", good},
         {"in", good},
         {"out.tar", good},
-        {"cut.zip", "cut.zip' cannot be read"},
+        {"cut.zip", "cut.zip' cannot be read; was it"},
+        {"cut.tar", "cut.tar' cannot be read beyond the beginning of '"},
+        {"cut.tgz", "cut.tgz' cannot be read beyond the beginning of 'b4'; was it"},
         {"folders.zip", "more than 500 folders"},
         {"bomb.zip", "larger than 16 MB"},
     };

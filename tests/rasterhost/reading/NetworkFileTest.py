@@ -141,6 +141,10 @@ class NetworkFile(unittest.TestCase):
                 # What is read ahead is read only once, for fits as for windows.
                 sent = sum(int(size) for size in re.findall(r" 206 (\d+) ", log))
                 self.assertLess(sent, 1.2 * sum(file.stat().st_size for file in pathlib.Path("data").glob("x*.tif")))
+        # What is held of files and archives on a server counts.
+        memory = [json.loads(subprocess.run([os.environ["PANSHARP_COMMAND"], "info", "--json", *names], capture_output=True).stdout)["sharpen"]["memory_bytes"]
+                  for names in (["data/x.tar"], [self.server + "/good/x.tar"], [self.server + "/good/item.json"])]
+        self.assertTrue(memory[0] < memory[1] < memory[2], memory)
         # A server does not list folders: metadata name the files.
         pathlib.Path("data/x_MTL.txt").write_text("GROUP = A\nPROCESSING_LEVEL = L1TP\nSPACECRAFT_ID = LANDSAT_8\n"
                                                   "FILE_NAME_BAND_8 = x_pan.tif\nFILE_NAME_BAND_4 = x_rgb.tif\nEND_GROUP = A\n")
@@ -187,6 +191,8 @@ class NetworkFile(unittest.TestCase):
         pathlib.Path("data/cut.tif").write_bytes(pathlib.Path("data/x_pan.tif").read_bytes()[:40])
         run = self.sharpen(self.server + "/good/cut.tif", self.server + "/good/x_rgb.tif", output="x.tif")
         self.assertRegex(run.stderr, rf"cannot be opened; .*: /vsicurl/{self.server}/good/cut.tif")
+        run = self.sharpen(f"/vsitar//vsicurl/{self.server}/errors/x.tar/x/x_pan.tif", "data/x_rgb.tif", output="x.tif", GDAL_HTTP_MAX_RETRY="0")
+        self.assertRegex(run.stderr, r"x.tar/x/x_pan.tif' \(bytes \d+ to \d+\) cannot be read; the server or the connection failed")
         before = sorted(os.listdir())
         for place, words in [("/errors/", "the server or the connection failed"), ("/drops/", "failed"), ("/none/", "cannot be opened")]:
             names = [self.server + place + name for name in ("x_pan.tif", "x_rgb.tif")]
