@@ -162,7 +162,9 @@ std::int64_t CacheBytes(const Scene& scene, const OutputPlan& output, const RunS
         sizes.windowRows % output.blockRows == 0
             ? 0
             : std::uint64_t{output.blockRows} * output.columns * output.GetPixelBytes();
-    return static_cast<std::int64_t>(std::max(isAskew ? leastAskew : least, 2 * (inputs + outputs)));
+    // GDAL counts its own record of each block too. A cache that is a little too small reads blocks twice.
+    const std::uint64_t rows = 2 * (inputs + outputs), records = rows / 16;
+    return static_cast<std::int64_t>(std::max(isAskew ? leastAskew : least, rows + records));
 }
 
 std::uint64_t EstimateMemory(const Scene& scene, const OutputPlan& output, const RunSizes& sizes) {
