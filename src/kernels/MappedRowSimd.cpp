@@ -112,10 +112,12 @@ HWY_ATTR void FindNeighbours(const double* HWY_RESTRICT positions, std::uint32_t
     const hn::ScalableTag<double> d;
     const hn::Rebind<std::int32_t, decltype(d)> d32;
     const auto origin = hn::Set(d, static_cast<double>(first)), last = hn::Set(d, pixels - 1.0);
+    constexpr std::size_t neighboursBefore = Taps / 2 - 1;
+    constexpr auto before = static_cast<double>(neighboursBefore);
     for (std::size_t i = 0; i < mapPixels; i += hn::Lanes(d)) {
         const auto index = hn::Floor(hn::LoadU(d, positions + i));
         for (std::size_t tap = 0; tap < Taps; ++tap) {
-            const auto at = hn::Add(index, hn::Set(d, static_cast<double>(tap) - (Taps / 2 - 1)));
+            const auto at = hn::Add(index, hn::Set(d, static_cast<double>(tap) - before));
             const auto clamped = hn::Min(hn::Max(at, hn::Zero(d)), last);
             hn::StoreU(hn::DemoteTo(d32, hn::Sub(clamped, origin)), d32, places.at[tap] + i);
         }

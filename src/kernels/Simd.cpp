@@ -6,7 +6,7 @@
 #include <array>
 #include <cstdlib>
 
-// Of Highway's library only these two functions are used. When it is loaded it measures the processor's
+// Of Highway's library only these functions are used. When it is loaded it measures the processor's
 // clock, which takes 3 to 4 ms of every start. So on x86 they are defined here, and the library is not
 // linked.
 #if HWY_ARCH_X86
@@ -61,6 +61,9 @@ std::int64_t SupportedTargets() {
     if (HasBits(more, avx3) && HasBits(kept, avx3Kept)) targets |= HWY_AVX3;
     return targets;
 }
+
+/// For Highway's assertions, which release builds do not have.
+void Abort(const char* /*file*/, int /*line*/, const char* /*format*/, ...) { std::abort(); }
 
 /// Needed for the table entry that chooses its function at the first call. It is never called: see ForTarget.
 ChosenTarget& GetChosenTarget() { std::abort(); }
