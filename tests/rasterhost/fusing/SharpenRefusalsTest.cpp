@@ -69,7 +69,7 @@ TEST_F(Refusals, WhatIsOnlyDeclared) {
                                     "500000,1e-3,0.0001,4000000,0.0001,-1e-3");
     Refuse([&](SharpenRequest& r) { r.pan.file = far; }, {"far.vrt", "900000 x 900000", "gdalwarp"});
     Refuse([&](SharpenRequest& r) { r.mostMemory = std::uint64_t{20} << 20; },
-           {"ms.tif", "there are 21 MB", "--window"});
+           {"ms.tif", "there are only 21 MB", "--window"});
 }
 
 // As the multispectral image, as one more file of it, and as the infrared image.
@@ -206,7 +206,7 @@ TEST_F(Refusals, WhatIsOfLittleWorthIsToldOf) {
         {{}, "GTiff", {"NBITS=4"}, {"has the quality that NBITS=4 asks for"}},
         {{}, "GTiff", {"COMPRESS=DEFLATE", "ZLEVEL=99"}, {"ZLEVEL=99"}},
         {{}, "JPEG", {}, {"is not exact: with the format JPEG"}},
-        {{}, "JP2OpenJPEG", {"QUALITY=20"}, {"is as good as QUALITY=20 asks for"}},
+        {{}, "JP2OpenJPEG", {"QUALITY=20"}, {"has the quality that QUALITY=20 asks for"}},
         {{}, "JP2OpenJPEG", {}, {}},
         {{}, "COG", {}, {}}};
     std::vector<unsigned> exact;
