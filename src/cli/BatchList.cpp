@@ -28,13 +28,13 @@ constexpr std::size_t mostFiles = 1000;
 constexpr const char* outputKey = "--output";
 
 /// The value of an option as it would be typed.
-std::string OptionText(const RecordPart::Json& value, const RecordPart& part) {
+std::string OptionText(const rasterhost::Json& value, const RecordPart& part) {
     if (value.is_string()) return part.GetText();
     if (!value.is_number()) part.Refuse("is neither a text nor a number");
     return value.dump();
 }
 
-std::vector<std::string> OptionTexts(const OptionEntry& option, const RecordPart::Json& value,
+std::vector<std::string> OptionTexts(const OptionEntry& option, const rasterhost::Json& value,
                                      const RecordPart& part) {
     if (option.IsFlag()) part.Refuse("is neither true nor false");
     if (!value.is_array()) return {OptionText(value, part)};
@@ -62,7 +62,7 @@ const OptionEntry& FindSceneOption(const std::string& key, const RecordPart& par
 }
 
 /// True and values set an option; false and null remove what applies to all scenes.
-void ReadOptions(const RecordPart::Json& options, BatchScene& scene) {
+void ReadOptions(const rasterhost::Json& options, BatchScene& scene) {
     if (!options.is_object()) throw RecordFault{"the key 'options' is not an object"};
     for (const auto& [name, value] : options.items()) {
         const RecordPart part(value, "options." + name);
@@ -201,7 +201,7 @@ BatchScene ReadBatchLine(const std::string& list, std::size_t number, const std:
     scene.line = number;
     try {
         if (!line) throw RecordFault{"it is longer than 1 MiB"};
-        const RecordPart::Json json = RecordPart::Parse(*line);
+        const rasterhost::Json json = RecordPart::Parse(*line);
         const RecordPart object(json, "");
         if (!json.is_object()) throw RecordFault{"it is not an object"};
         object.CheckKeys({"pan", "ms", "product", "description", "output", "options"});

@@ -28,14 +28,14 @@ BatchResults::BatchResults(const std::string& file) : name(file), lock(file) {
     bool isTooLong = false, isCut = false;
     for (std::streamoff start = 0; ReadBoundedLine(earlier, line, isTooLong); start = earlier.tellg()) {
         isCut = earlier.eof(); // the run that wrote it was killed
-        const Json result = Json::parse(line, nullptr, false);
+        const Json result = ReadJson(line);
         if (const std::string output = TextOf(result, "output");
             !output.empty() && !isCut && TextOf(result, "status") == "done")
             done[output] = start;
     }
     std::ifstream note(name + batchBegunEnding, std::ios::binary);
     if (ReadBoundedLine(note, line, isTooLong))
-        for (const Json& output : Json::parse(line, nullptr, false))
+        for (const Json& output : ReadJson(line))
             if (output.is_string()) left.insert(output.get<std::string>());
     begun = left;
     stream.open(file, std::ios::binary | std::ios::app);
@@ -53,7 +53,7 @@ std::optional<Json> BatchResults::FindDone(const std::string& output) const {
     bool isTooLong = false;
     earlier.seekg(found->second);
     (void)ReadBoundedLine(earlier, line, isTooLong);
-    const Json result = Json::parse(line, nullptr, false);
+    const Json result = ReadJson(line);
     return TextOf(result, "output") == output ? std::optional(result)
                                               : std::nullopt; // the file may have changed
 }

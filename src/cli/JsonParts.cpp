@@ -1,6 +1,7 @@
 #include "cli/JsonParts.h"
 
 #include "cli/StatusText.h"
+#include "rasterhost/requests/RecordPart.h"
 
 namespace cli {
 
@@ -57,6 +58,14 @@ Json JsonProduct(const rasterhost::Product& product) {
     for (const auto& [what, why] : product.leftOut)
         object["left_out"].push_back({{"what", what}, {"why", why}});
     return object;
+}
+
+Json ReadJson(const std::string& text) {
+    try {
+        return rasterhost::RecordPart::Parse(text);
+    } catch (const rasterhost::RecordFault&) {
+        return {};
+    }
 }
 
 std::string PrintJson(const Json& object) {

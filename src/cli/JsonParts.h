@@ -4,8 +4,7 @@
 #include "fundament/Status.h"
 #include "rasterhost/fusing/Sharpen.h"
 #include "rasterhost/products/FindProduct.h"
-
-#include <nlohmann/json.hpp>
+#include "rasterhost/requests/Json.h"
 
 #include <string>
 #include <string_view>
@@ -13,7 +12,7 @@
 /// Common parts of the objects that "--json" prints.
 namespace cli {
 
-using Json = nlohmann::ordered_json;
+using rasterhost::Json;
 
 /// "command", "ok", "exit_code" and "version".
 [[nodiscard]] Json JsonHead(std::string_view command, ExitCode code);
@@ -22,6 +21,8 @@ using Json = nlohmann::ordered_json;
 [[nodiscard]] Json JsonInputs(const std::vector<rasterhost::InputBand>& inputs);
 /// The product that was recognised, and what is left out.
 [[nodiscard]] Json JsonProduct(const rasterhost::Product& product);
+/// What a text holds, within the bounds of a description (RecordPart::Parse); null when it is not such JSON.
+[[nodiscard]] Json ReadJson(const std::string& text);
 /// An object as text, ending in a line feed.
 [[nodiscard]] std::string PrintJson(const Json& object);
 

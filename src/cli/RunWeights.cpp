@@ -10,6 +10,7 @@ namespace cli {
 
 namespace {
 
+constexpr std::size_t mostBytes = std::size_t{16} << 20; // of the file
 constexpr const char* whatToDo = "; name a file with what 'pansharp sharpen ... --json' printed";
 
 [[noreturn]] void Refuse(const std::string& file, const std::string& reason) {
@@ -40,7 +41,10 @@ void ReadDetail(const std::string& file, const Json& object, RunWeights& run) {
 RunWeights ReadRunWeights(const std::string& file) {
     std::ifstream stream(file, std::ios::binary);
     if (!stream) Refuse(file, std::string("cannot be opened") + whatToDo);
-    const Json object = Json::parse(stream, nullptr, false);
+    std::string text(mostBytes, '\0');
+    stream.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<std::size_t>(stream.gcount()));
+    const Json object = ReadJson(text);
     if (!object.is_object() || object.value("command", Json()) != "sharpen")
         Refuse(file, std::string("holds no JSON object of a run of 'sharpen'") + whatToDo);
     if (object.value("ok", Json()) != true) Refuse(file, "is of a run that failed; use one that succeeded");

@@ -1,12 +1,12 @@
 #include "view/QualityTable.h"
 
-#include <nlohmann/json.hpp>
+#include "rasterhost/requests/Json.h"
 
 #include <exception>
 
 namespace view {
 
-using Json = nlohmann::ordered_json;
+using rasterhost::Json;
 
 QualityTable::~QualityTable() {
     isStopping = true;

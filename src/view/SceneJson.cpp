@@ -2,19 +2,18 @@
 
 #include "fundament/Text.h"
 #include "hostkit/MethodTable.h"
+#include "rasterhost/requests/Json.h"
 #include "rasterhost/scene/BandChoice.h"
 #include "rasterhost/writing/OutputDescription.h"
 #include "view/BadRequest.h"
 #include "view/CommandText.h"
 
-#include <nlohmann/json.hpp>
-
 #include <filesystem>
 
 namespace view {
 
-using Json = nlohmann::ordered_json;
 using hostkit::PixelRect;
+using rasterhost::Json;
 
 namespace {
 

@@ -73,6 +73,9 @@ TEST(RunWeights, AreRefusedWhereTheyDoNotServe) {
         {"", {}, "holds no JSON object"},
         {good, {}, "holds no JSON object"}, // cut short
         {"[1, 2]", {}, "holds no JSON object"},
+        {good + ", \"deep\": " + std::string(17, '[') + std::string(17, ']') + "}",
+         {},
+         "holds no JSON object"},
         {R"({"command": "methods", "ok": true})", {}, "of a run of 'sharpen'"},
         {R"({"command": "sharpen", "ok": false})", {}, "a run that failed"},
         {R"({"command": "sharpen", "ok": true, "method": "IHS", "weights": []})", {}, "has no band weights"},

@@ -12,7 +12,8 @@ namespace {
 using namespace KOVA::Tessara::Fundament;
 
 TEST(Console, AsksOnlyWhatIsOpen) {
-    const std::string file = testing::TempDir() + "fundament_console_" + support::ProcessNumber();
+    const support::Folder folder;
+    const std::string file = folder / "file";
     testing::internal::CaptureStderr();
     EXPECT_EQ(ConfirmOverwrite(file, false), 1);
     EXPECT_EQ(ConfirmOverwriteOrAppend(file, false, false), 1u);
@@ -27,7 +28,6 @@ TEST(Console, AsksOnlyWhatIsOpen) {
     EXPECT_TRUE(user.IsBack());
     std::filesystem::permissions(file, std::filesystem::perms::all);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-    std::filesystem::remove(file);
 }
 
 } // namespace

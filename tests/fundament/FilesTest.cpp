@@ -20,15 +20,15 @@ using namespace std::string_literals;
 
 class Files : public testing::Test {
 protected:
-    Files() : folder(testing::TempDir() + "fundament_\xC3\xA4\xE4\xB8\xAD_" + support::ProcessNumber()) {
+    Files() : folder(Platform::FromPath(made.path) + "/\xC3\xA4\xE4\xB8\xAD") {
         fs::create_directories(At(""));
         fs::permissions(At(""), fs::perms::all);
         std::ofstream(At("/file")) << "x";
     }
-    ~Files() override { fs::remove_all(At("")); }
 
     [[nodiscard]] fs::path At(const std::string& name) const { return Platform::ToPath(folder + name); }
 
+    const support::Folder made;
     const std::string folder;
 };
 

@@ -7,7 +7,6 @@
 
 #include <clocale>
 #include <cmath>
-#include <filesystem>
 #include <limits>
 
 namespace {
@@ -42,12 +41,11 @@ TEST(Numbers, ReadsDoubles) { CheckDoubles(); }
 bool SetDecimalComma() {
     for (const char* name : {"de_DE.UTF-8", "fr_FR.UTF-8", "nb_NO.UTF-8", "German_Germany.1252"})
         if (std::setlocale(LC_ALL, name)) return true;
-    const std::string folder = testing::TempDir() + "fundament_locales_" + support::ProcessNumber();
-    std::filesystem::create_directories(folder);
-    const std::string compile = "localedef -i de_DE -f UTF-8 '" + folder + "/de_DE.UTF-8' >/dev/null 2>&1";
-    support::SetVariable("LOCPATH", folder.c_str());
-    if (!std::filesystem::exists(folder + "/de_DE.UTF-8") && std::system(compile.c_str()) != 0) return false;
-    return std::setlocale(LC_ALL, "de_DE.UTF-8");
+    const support::Folder folder;
+    const std::string compile =
+        "localedef -i de_DE -f UTF-8 '" + folder / "de_DE.UTF-8" + "' >/dev/null 2>&1";
+    support::SetVariable("LOCPATH", folder.path.string().c_str());
+    return std::system(compile.c_str()) == 0 && std::setlocale(LC_ALL, "de_DE.UTF-8");
 }
 
 TEST(Numbers, NoLocaleIsConsulted) {

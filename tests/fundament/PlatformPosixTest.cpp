@@ -17,10 +17,9 @@ namespace {
 
 using namespace KOVA::Tessara::Fundament;
 
-int Overwrite() { return ConfirmOverwrite(support::ExistingFile(), false); }
-int OverwriteOrAppend() {
-    return static_cast<int>(ConfirmOverwriteOrAppend(support::ExistingFile(), false, false));
-}
+const std::string existing = support::ExistingFile(); // not of a child, which would leave it
+int Overwrite() { return ConfirmOverwrite(existing, false); }
+int OverwriteOrAppend() { return static_cast<int>(ConfirmOverwriteOrAppend(existing, false, false)); }
 int SurvivingOverwrite() {
     std::signal(SIGINT, [](int) {});
     return Overwrite();

@@ -93,8 +93,8 @@ TEST(Versions, DamagedModulesHaveNone) {
 
 TEST(Versions, SharedLibrariesTellByName) {
     namespace fs = std::filesystem;
-    const fs::path folder = testing::TempDir() + "fundament_versions_" + support::ProcessNumber();
-    fs::create_directories(folder);
+    const support::Folder made;
+    const fs::path& folder = made.path;
     const std::string elf = std::string(1, '\x7F') + "ELF";
     std::string library = elf + std::string("\x02\x01") + std::string(58, '\0');
     library[16] = 3;
@@ -122,7 +122,6 @@ TEST(Versions, SharedLibrariesTellByName) {
     EXPECT_EQ(GetFileVersion(folder.string()) + GetFileVersion((folder / "none").string()), "");
     EXPECT_EQ(FormatVersion("2.1.45.7"), "2.1 (Build 45)");
     EXPECT_EQ(FormatVersion("2.1"), "");
-    fs::remove_all(folder);
 }
 
 } // namespace

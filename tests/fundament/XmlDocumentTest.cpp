@@ -100,7 +100,8 @@ TEST(XmlDocument, GoesOnWithTheListItHolds) {
 }
 
 TEST(XmlDocument, TextsComeBackByteForByte) {
-    const std::string file = testing::TempDir() + "fundament_xml_" + support::ProcessNumber();
+    const support::Folder folder;
+    const std::string file = folder / "file.xml";
     for (const std::string& text :
          {"<&>\"']]>"s, "a\nb\tc\r\nd\re"s, "  a  "s, "\xC3\xA9\xE2\x82\xAC\xF0\x9D\x84\x9E"s,
           "\xE9\xFF\x80 \xA0"s, "\xEE\xBE\x85\xEE\xBF\xBF\xEE\xBE"s,
@@ -116,7 +117,6 @@ TEST(XmlDocument, TextsComeBackByteForByte) {
         EXPECT_TRUE(document.SelectNode("/") && again.Load(document.GetXml()) && again.SelectNode("/a"));
         EXPECT_EQ(again.GetText(), text);
     }
-    std::filesystem::remove(file);
     XmlDocument document;
     ASSERT_TRUE(document.Load("<a>x</a>") && document.SelectNode("/a"));
     for (const std::string& text : {"\0"s, "a\x01"s, "\x1F"s})
@@ -141,7 +141,8 @@ TEST(XmlDocument, ReadsEncodings) {
 
 // Nothing outside is touched, and nothing takes longer than its size allows.
 TEST(XmlDocument, RefusesHostileDocuments) {
-    const std::string file = testing::TempDir() + "fundament_secret_" + support::ProcessNumber();
+    const support::Folder folder;
+    const std::string file = folder / "secret.xml";
     std::ofstream(file) << "<secret/>";
     std::string many = "<a", spaces = "<a";
     for (int i = 0; i < 1001; ++i) {
@@ -187,7 +188,6 @@ TEST(XmlDocument, RefusesHostileDocuments) {
                 HasSubstr("'<a>\n<b></c></a>'.  Please ensure that the XML is accessible and valid.  "
                           "Code: '4Ch';  Line: '2';  Column: '8';  Reason: 'Opening and ending tag"));
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-    std::filesystem::remove(file);
 }
 
 TEST(PropertyLookUp, ReadsItsOwnXml) {

@@ -24,8 +24,8 @@ using testing::HasSubstr;
 
 TEST(PluginLibrary, RefusesWhatItCannotUse) {
     namespace Platform = KOVA::Tessara::Fundament::Platform;
-    const std::string text =
-        Platform::FromPath(std::filesystem::temp_directory_path()) + "/hostkit-\xC3\xA4\xE6\x9C\xA8.process";
+    const support::Folder folder;
+    const std::string text = Platform::FromPath(folder.path) + "/\xC3\xA4\xE6\x9C\xA8.process";
     std::ofstream(Platform::ToPath(text)) << "no library\n";
     const struct {
         std::string path;
@@ -52,7 +52,6 @@ TEST(PluginLibrary, RefusesWhatItCannotUse) {
         EXPECT_THAT(status.GetItem(0).message, HasSubstr(c.says));
         EXPECT_THAT(status.GetItem(0).message, HasSubstr(c.path));
     }
-    std::filesystem::remove(Platform::ToPath(text));
 }
 
 // The test program is in bin/ and the plug-in in lib/ beside it, as installed.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/System.h"
+
 #include <gdal_priv.h>
 
 #include <algorithm>
@@ -64,23 +66,10 @@ inline std::string WriteRaster(const std::string& file, const FileShape& shape, 
     return file;
 }
 
-class Folder {
+class Folder : public support::Folder {
 public:
-    Folder() {
-        std::string name = (std::filesystem::temp_directory_path() / "pansharp-test-XXXXXX").string();
-        if (!mkdtemp(name.data())) throw std::runtime_error("no temporary folder");
-        path = name;
-        GDALAllRegister();
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-    ~Folder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
-    }
+    Folder() { GDALAllRegister(); }
 
-    /// Full name of a file in it.
-    [[nodiscard]] std::string operator/(const std::string& name) const { return (path / name).string(); }
     std::string Write(const std::string& name, const FileShape& shape, const Sample& sample) const {
         return WriteRaster(*this / name, shape, sample);
     }
@@ -94,8 +83,6 @@ public:
         std::sort(names.begin(), names.end());
         return names;
     }
-
-    std::filesystem::path path;
 };
 
 /// All samples of a file, interleaved by pixel; empty when it cannot be opened.

@@ -35,12 +35,37 @@ struct OrdinaryUser {
 };
 #endif
 
+/// A new folder, which goes away with its content when the process that made it is done with it.
+class Folder {
+public:
+    Folder() {
+        const std::filesystem::path all = std::filesystem::temp_directory_path();
+        for (int number = 0; owner.empty(); ++number) {
+            path = all / ("pansharp-test-" + ProcessNumber() + "-" + std::to_string(number));
+            if (std::filesystem::create_directory(path)) owner = ProcessNumber();
+        }
+    }
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+    ~Folder() {
+        std::error_code ignored;
+        if (owner == ProcessNumber()) std::filesystem::remove_all(path, ignored);
+    }
+
+    /// Full name of a file in it.
+    [[nodiscard]] std::string operator/(const std::string& name) const { return (path / name).string(); }
+
+    std::filesystem::path path;
+
+private:
+    std::string owner;
+};
+
 /// An empty file, the same each time in this process.
 inline std::string ExistingFile() {
-    static const std::string name =
-        (std::filesystem::temp_directory_path() / ("pansharp-asked-" + ProcessNumber())).string();
-    std::ofstream{name};
-    return name;
+    static const Folder folder;
+    std::ofstream{folder / "file"};
+    return folder / "file";
 }
 
 } // namespace support

@@ -72,8 +72,6 @@ std::optional<Metadata> ParseXml(const std::string& text, std::string& fault) {
 /// Builds the tree while a parser reads a text, so that many keys take no longer than many values.
 class JsonTree {
 public:
-    using Json = RecordPart::Json;
-
     explicit JsonTree(Metadata& treeRoot) : root(treeRoot) {}
     /// Why the parser ended early.
     [[nodiscard]] std::string GetFault() const { return count.IsTooMuch() ? tooMuchMetadata : fault; }
@@ -134,7 +132,7 @@ private:
 std::optional<Metadata> ParseJson(const std::string& text, std::string& fault) {
     Metadata all;
     JsonTree tree(all);
-    if (RecordPart::Json::sax_parse(text, &tree)) return all;
+    if (Json::sax_parse(text, &tree)) return all;
     fault = tree.GetFault();
     return std::nullopt;
 }

@@ -45,7 +45,7 @@ void CheckBounds(const std::string& text) {
 
 } // namespace
 
-RecordPart::Json RecordPart::Parse(const std::string& text) {
+Json RecordPart::Parse(const std::string& text) {
     CheckBounds(text);
     try {
         return Json::parse(text);

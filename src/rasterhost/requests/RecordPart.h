@@ -1,6 +1,6 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include "rasterhost/requests/Json.h"
 
 #include <array>
 #include <cstdint>
@@ -20,8 +20,6 @@ struct RecordFault {
 /// throws RecordFault.
 class RecordPart {
 public:
-    using Json = nlohmann::ordered_json;
-
     /// `name` is its key with those above it, as in "fusion.weights". The value must outlive the part.
     RecordPart(const Json& json, std::string name) : value(json), key(std::move(name)) {}
 

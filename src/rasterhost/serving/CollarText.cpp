@@ -25,7 +25,7 @@ struct FreeByVsi {
 
 } // namespace
 
-RecordPart::Json CollarToJson(const ZeroCollar& collar, std::size_t& left) {
+Json CollarToJson(const ZeroCollar& collar, std::size_t& left) {
     const std::vector<unsigned char> packed = collar.ToBytes();
     if (packed.size() > std::min(mostPacked, left)) return {};
     std::size_t count = 0;

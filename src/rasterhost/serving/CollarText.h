@@ -13,7 +13,7 @@ inline constexpr std::size_t mostPackedInAll = std::size_t{16} << 20;
 
 /// A collar as an object of a description: its runs packed, deflated and in base64. Null when they take more
 /// than 256 KB deflated, or more than `left` bytes packed. Reduces `left` by the packed size.
-[[nodiscard]] RecordPart::Json CollarToJson(const imagery::ZeroCollar& collar, std::size_t& left);
+[[nodiscard]] Json CollarToJson(const imagery::ZeroCollar& collar, std::size_t& left);
 
 /// The reverse, with the same use of `left`. Throws RecordFault.
 [[nodiscard]] std::shared_ptr<const imagery::ZeroCollar> CollarFromJson(const RecordPart& part,

@@ -10,7 +10,6 @@
 namespace rasterhost {
 
 using KOVA::Tessara::Fundament::FormatString;
-using Json = RecordPart::Json;
 
 namespace {
 
