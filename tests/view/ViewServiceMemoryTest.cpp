@@ -299,13 +299,18 @@ End InChild(const Call& call) {
     return WIFEXITED(state) ? static_cast<End>(WEXITSTATUS(state)) : End::Failed;
 }
 
-class Memory : public testing::TestWithParam<std::pair<const char*, std::string (Doors::*)(long)>> {};
+struct Door {
+    const char* name;
+    std::string (Doors::*call)(long);
+    friend void PrintTo(const Door& door, std::ostream* out) { *out << door.name; }
+};
+class Memory : public testing::TestWithParam<Door> {};
 
 TEST_P(Memory, NoAllocationThatFailsLeavesADoorAsAnException) {
     Doors doors;
     const char* every = std::getenv("PANSHARP_FAULTS_EVERY"); // 1 for all, which takes an hour
     const long stride = every ? std::max(std::atol(every), 1L) : 499;
-    const auto door = GetParam().second;
+    const auto door = GetParam().call;
     const std::string expected = (doors.*door)(none);
     ASSERT_FALSE(expected.empty());
     dl_iterate_phdr(&Places::Add, &places);
@@ -325,17 +330,15 @@ TEST_P(Memory, NoAllocationThatFailsLeavesADoorAsAnException) {
         if (end == End::NotReached) break;
     }
     EXPECT_GT(here, 2) << "the faults did not reach it";
-    testing::Test::RecordProperty(GetParam().first, std::to_string(here));
+    testing::Test::RecordProperty(GetParam().name, std::to_string(here));
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, Memory,
-                         testing::Values(std::pair("sharpen", &Doors::Sharpen),
-                                         std::pair("info", &Doors::Inform),
-                                         std::pair("compare", &Doors::Compare),
-                                         std::pair("assess", &Doors::Assess), std::pair("open", &Doors::Open),
-                                         std::pair("view", &Doors::View), std::pair("arrays", &Doors::Arrays),
-                                         std::pair("batch", &Doors::Batch),
-                                         std::pair("network", &Doors::Network)),
-                         [](const auto& door) { return std::string(door.param.first); });
+                         testing::Values(Door{"sharpen", &Doors::Sharpen}, Door{"info", &Doors::Inform},
+                                         Door{"compare", &Doors::Compare}, Door{"assess", &Doors::Assess},
+                                         Door{"open", &Doors::Open}, Door{"view", &Doors::View},
+                                         Door{"arrays", &Doors::Arrays}, Door{"batch", &Doors::Batch},
+                                         Door{"network", &Doors::Network}),
+                         [](const auto& door) { return std::string(door.param.name); });
 
 } // namespace
