@@ -25,6 +25,7 @@ struct JsonMemory {
 
     JsonMemory() = default;
     template <class U>
+    // NOLINTNEXTLINE(google-explicit-constructor): as of std::allocator
     explicit(false) JsonMemory(const JsonMemory<U>&) noexcept {}
 
     [[nodiscard]] T* allocate(std::size_t count) {
@@ -54,6 +55,7 @@ public:
 
     allocator() = default;
     template <class U>
+    // NOLINTNEXTLINE(google-explicit-constructor): as of std::allocator
     explicit(false) allocator(const allocator<U>&) noexcept {}
 
     [[nodiscard]] value_type* allocate(std::size_t count);
