@@ -31,8 +31,9 @@ bool ReadMask(const char* name, std::ptrdiff_t rowStride, std::ptrdiff_t pixelSt
 bool ReadGapsOf(const pansharp_gaps& given, InputImage& image, Status& status) {
     Gaps& gaps = image.gaps;
     if (given.rules > (PANSHARP_NO_DATA_VALUE | PANSHARP_COLLAR))
-        return Refuse(status, FormatString("%s_gaps.rules is %u; give a sum of values of pansharp_gap_rule",
-                                           image.name, given.rules));
+        return Refuse(status,
+                      FormatString("%s_gaps.rules is %u; give values of pansharp_gap_rule, combined with |",
+                                   image.name, given.rules));
     const std::uint32_t largest = (1u << image.info.bitsPerBand) - 1;
     const bool hasValue = (given.rules & PANSHARP_NO_DATA_VALUE) != 0;
     if (given.no_data > (hasValue ? largest : 0))

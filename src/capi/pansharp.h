@@ -34,10 +34,11 @@ extern "C" {
 
 /** The outcome of a call. */
 typedef enum pansharp_result {
-    PANSHARP_OK = 0,           /**< success: all of the output is written */
-    PANSHARP_BAD_ARGUMENT = 1, /**< the arguments contradict themselves; nothing was written */
-    PANSHARP_FAILED = 2,       /**< parts of the output may have been written */
-    PANSHARP_CANCELLED = 3     /**< the progress function cancelled; parts may have been written */
+    PANSHARP_OK = 0, /**< success: all of the output is written */
+    PANSHARP_BAD_ARGUMENT =
+        1, /**< an argument is missing, out of range or contradicts another; nothing was written */
+    PANSHARP_FAILED = 2,   /**< parts of the output may have been written */
+    PANSHARP_CANCELLED = 3 /**< the progress function cancelled; parts may have been written */
 } pansharp_result;
 
 /** The loaded plug-in. */
@@ -67,7 +68,7 @@ typedef struct pansharp_image {
 } pansharp_image;
 
 /** Where the fused image goes: pan's columns and rows, one band for each output band. Strides as in
- * pansharp_image. It must not overlap an image that is read. */
+ * pansharp_image. No part of it may lie between the first and the last byte of an image that is read. */
 typedef struct pansharp_output {
     void* samples;          /**< band 0 of the upper left pixel; the caller's, written during the call */
     ptrdiff_t row_stride;   /**< bytes from a pixel to the one below */
@@ -125,8 +126,8 @@ typedef struct pansharp_gains {
 typedef struct pansharp_detail {
     double transfer;      /**< modulation transfer, for the member of the job */
     double low_pass_mean; /**< for the member of the job; PANSHARP_NO_MEAN if no pixel gives one */
-    /** R squared of pan's low-pass, blurred like this, as a weighted sum of the bands; 1 is perfect. Below
-     * 0.5, transfer is the default 0.3. 0 if the job gave the transfer. */
+    /** How well a weighted sum of the bands matches pan's low-pass of this blur, as R squared; 1 is perfect.
+     * Below 0.5, transfer is the default 0.3. 0 if the job gave the transfer. */
     double blur_r_squared;
     uint64_t samples; /**< pixels one scale down that the gains were fitted to, or are judged by */
     /** ERGAS of the fused image one scale down, where the truth is known. Both errors are 0 if there are
@@ -139,7 +140,7 @@ typedef struct pansharp_detail {
 typedef struct pansharp_used {
     size_t struct_size;     /**< to be set to sizeof(pansharp_used) before the call */
     const char* method;     /**< owned by the library until it is closed */
-    uint32_t resampling;    /**< a pansharp_resampling other than the default */
+    uint32_t resampling;    /**< PANSHARP_BILINEAR or PANSHARP_CUBIC */
     uint32_t weight_count;  /**< bands that the method weighs; 0 if it weighs none */
     double* weights;        /**< set before the call: room for one per multispectral band; may be null */
     double infrared_weight; /**< 0 without an infrared image */
@@ -381,8 +382,9 @@ typedef struct pansharp_reduction {
     uint8_t* pan_valid;           /**< a byte per pixel, 255 with data, 0 without */
     uint8_t* multispectral_valid; /**< the same */
     uint8_t* truth_valid;         /**< the same: 255 where results are to be compared */
-    uint32_t columns; /**< found if the six are null, else to be passed unchanged: of pan and the truth */
-    uint32_t rows;    /**< the same */
+    uint32_t
+        columns;   /**< of pan and the truth: written by a call whose six are null, else passed unchanged */
+    uint32_t rows; /**< the same */
     uint32_t coarse_columns; /**< the same for the multispectral image */
     uint32_t coarse_rows;    /**< the same */
     double ratio_x;          /**< found: width of a reduced multispectral pixel in reduced pan pixels */

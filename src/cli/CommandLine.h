@@ -38,7 +38,7 @@ private:
 /// An option on a command line.
 struct TypedOption {
     std::string name;                ///< its long form, for messages
-    std::vector<std::string> values; ///< in order; empty for a flag
+    std::vector<std::string> values; ///< in order; without meaning for a flag
     const CommandLine& line;
 
     [[nodiscard]] const std::string& Value() const { return values.back(); }

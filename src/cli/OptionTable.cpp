@@ -50,8 +50,8 @@ constexpr OptionEntry sharpenOptions[] = {
       "the middle of the picture, in map units of pan"},
      ReadPreviewPlace},
     {{"--byte", "", "", inputHeading,
-      "write a picture to look at, not to measure in: 8 bits, each band stretched from its own 2nd to its "
-      "own 98th percentile. The metadata of the output give the limits. Use it with --rgb; the ending of OUT "
+      "write a picture to look at, not to measure in: 8 bits, each band stretched between its 2nd and 98th "
+      "percentiles. The metadata of the output give the limits. Use it with --rgb; the ending of OUT "
       "chooses PNG or JPEG"},
      ReadPicture},
     option::method,
@@ -233,8 +233,8 @@ Exit codes: 0 all scenes are done, 1 a scene failed, 2 the command line is wrong
 )"},
     {"info",
      "pansharp info PAN MS [MS ...] [options]",
-     "Checks a pair before it is fused: can it be fused, how well do weighted bands match pan, and are the "
-     "images shifted against each other? It reads a sample of the pixels and writes nothing.",
+     "Checks a pair before it is fused: can it be fused, and how; how well do weighted bands match pan; are "
+     "the images shifted against each other? It reads a sample of the pixels and writes nothing.",
      sharpenPositionals,
      ReadPair,
      infoOptions,

@@ -102,8 +102,8 @@ constexpr OptionEntry pluginOption = {{"--plugin", "FILE", "the installed one, o
 constexpr OptionEntry bandsOption = {
     {"-b,--bands", "LIST", "all", fusionHeading,
      "multispectral bands to write, in order, by number from 1, such as 3,2,1, or by name, such as "
-     "red,green,blue,nir. The others only take part in the simulated pan. Names come from the product, or "
-     "from what the files say about their bands"},
+     "red,green,blue,nir. The others only take part in the simulated pan. Names come from the product; "
+     "without one, from what the files say about their bands"},
     ReadBands};
 constexpr OptionEntry rgbOption = {
     {"--rgb", "", "", fusionHeading, "write red, green and blue: the same as --bands red,green,blue"},

@@ -11,8 +11,9 @@ namespace {
 constexpr OptionEntry ownViewOptions[] = {
     {{"--port", "N", "8017, or any that is free", runHeading, "port to serve at"}, ReadPort},
     {{"--listen", "ADDRESS", "127.0.0.1", runHeading,
-      "address to serve at, in digits. With any address but 127.0.0.1 and ::1, which only this machine "
-      "reaches, everybody who reaches it sees the scene, without a password and unencrypted"},
+      "numeric address to serve at. 127.0.0.1 and ::1 serve only this machine. At any other address, "
+      "everybody "
+      "who can reach it sees the scene, unencrypted and without a password"},
      SetText<&Arguments::listen>},
     {{"--open", "", "", runHeading, "open the page in the browser"}, SetFlag<&Arguments::opensBrowser>},
 };

@@ -65,7 +65,8 @@ public:
     /// and text per element. The argument is the text of the document or the name of a file. False when the
     /// document cannot be loaded, exceeds the bounds of XmlTree.h, or holds more than 16 MiB of text, where
     /// the text of nested elements counts for each level. The lookup is then unchanged and `status` gets the
-    /// reason. Within these bounds it reads what ToXml wrote. In the target fundament_xml.
+    /// reason. Within these bounds it reads what ToXml wrote, if names and values are
+    /// well-formed XML. In the target fundament_xml.
     bool FromXml(const std::string& fileOrText);
     bool FromXml(const std::string& fileOrText, Status& status);
 

@@ -28,7 +28,8 @@ struct BlockSamples {
 };
 
 /// A sharpened scene, or one of its coarser levels, as a GDAL dataset: read-only, in blocks of 256 x 256. Any
-/// number of them may be open and read in parallel. One thread at a time may read a dataset; it may change.
+/// number of them may be open and read in parallel. One thread at a time may read a dataset, but not always
+/// the same thread.
 class SceneDataset final : public GDALPamDataset {
 public:
     static constexpr int blockSize = 256;

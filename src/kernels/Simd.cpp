@@ -10,6 +10,8 @@
 // clock, which takes 3 to 4 ms of every start. So on x86 they are defined here, and the library is not
 // linked.
 #if HWY_ARCH_X86
+#include <cpuid.h>
+
 namespace hwy {
 
 namespace {
@@ -17,13 +19,7 @@ namespace {
 /// The registers eax, ebx, ecx and edx after the instruction CPUID; all 0 for an unknown leaf.
 std::array<std::uint32_t, 4> AskProcessor(std::uint32_t leaf) {
     std::array<std::uint32_t, 4> is{};
-    const auto ask = [&is](std::uint32_t what) {
-        __asm__("cpuid" : "=a"(is[0]), "=b"(is[1]), "=c"(is[2]), "=d"(is[3]) : "a"(what), "c"(0));
-    };
-    ask(leaf & 0x80000000U);
-    const bool isKnown = is[0] >= leaf;
-    is = {};
-    if (isKnown) ask(leaf);
+    (void)__get_cpuid_count(leaf, 0, &is[0], &is[1], &is[2], &is[3]);
     return is;
 }
 

@@ -19,7 +19,7 @@ struct Settled {
 class SceneFits {
 public:
     /// `base` is how the scene is fused by default; `known` is what was found for that. `pair` has all bands
-    /// and is only read here.
+    /// and is read by this object alone.
     SceneFits(rasterhost::SharpenRequest base, rasterhost::SceneFindings known,
               rasterhost::PreparedPair pair);
 

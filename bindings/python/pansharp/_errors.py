@@ -15,7 +15,7 @@ class Item:
     """One item of the engine's report of a failure. The first item says what to do."""
 
     id: str
-    """Six hexadecimal digits; docs/process.md lists them. "000000" for an invalid option."""
+    """Six hexadecimal digits; docs/status.md lists them. "000000" for an invalid option."""
     message: str
     source: str
     """The part of the engine that reports it."""

@@ -24,7 +24,7 @@ enum class MaskKind {
 struct SourceBand {
     int number = 0;   ///< within its file, counted from 1
     std::string file; ///< as named in the request
-    /// The band's description; the file's stem if the file has only this band; may be empty.
+    /// The band's description, else the file's stem if the file has only this band; may be empty.
     std::string description;
     std::string name;                     ///< as in BandNames.h; empty when unknown
     std::optional<double> wavelength;     ///< central wavelength, in micrometres

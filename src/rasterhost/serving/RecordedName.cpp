@@ -96,7 +96,10 @@ bool CheckStaysIn(const std::string& root, const std::string& name, const std::s
     };
     std::error_code failure;
     const fs::path folder = fs::canonical(root, failure);
-    if (failure) return refuse("cannot be found: there is no folder");
+    if (failure)
+        return Fail(status, HostStatus::InputNotOpened,
+                    "PANSHARP_INPUT_ROOT names '%s', which is not a folder; set it to one that exists",
+                    root.c_str());
     const fs::path file = IsOfGdal(name) ? FindArchive(name).value_or(NamedArchive()).file : name;
     if (file.empty() || !fs::exists(file, failure))
         return refuse("is neither a file in, nor in an archive in,");

@@ -6,8 +6,8 @@ class CPLStringList;
 
 namespace rasterhost {
 
-/// True when these creation options of a cloud-optimised GeoTIFF ask for nothing that CogWriter cannot do:
-/// lossless compression, and overviews by the cubic kernel. `tiffOptions` gets the options of a GeoTIFF with
+/// True when these creation options of a cloud-optimised GeoTIFF ask only for what CogWriter does: lossless
+/// compression, and overviews by the cubic kernel or none. `tiffOptions` gets the options of a GeoTIFF with
 /// such tiles. Everything else is left to GDAL's driver.
 [[nodiscard]] bool PlanCog(const CPLStringList& cogOptions, CPLStringList& tiffOptions);
 

@@ -80,7 +80,7 @@ export function drawControls(scene, view, on) {
       const gains = view.gains ?? found.gains, most = Math.max(2, ...gains.flat());
       const set = (of) => (moved) => { view.gains = (view.gains ?? gains).map((pair, at) => (of === 0 ? [moved[at], pair[1]] : [pair[0], moved[at]])); view.mtf ??= found.mtf; };
       const range = { min: 0, max: most, step: 'any' };
-      parts.push(...sliders('Gain: share of pan's detail that each band takes', gains.map((pair) => pair[0]), names, range, set(0)));
+      parts.push(...sliders("Gain: share of pan's detail that each band takes", gains.map((pair) => pair[0]), names, range, set(0)));
       parts.push(...sliders('Ratio gain: further share, by the band ratio', gains.map((pair) => pair[1]), names, range, set(1)));
     }
     $('sliders').replaceChildren(...parts);
