@@ -19,6 +19,8 @@ namespace {
 /// How many columns are examined together, at most and at least.
 constexpr std::size_t columnsAtOnce = 512;
 constexpr std::size_t fewestAtOnce = 16;
+/// A larger share of the source around a column takes longer to examine than its halves.
+constexpr std::uint64_t mostPixelsPerColumn = 16;
 
 std::uint32_t ClampIndex(double index, std::uint32_t pixels) {
     return static_cast<std::uint32_t>(std::clamp(index, 0.0, pixels - 1.0));
@@ -109,6 +111,8 @@ MappedRaster::Run MappedRaster::FindCommon(std::size_t first, std::size_t end) c
                          ClampIndex(std::floor(down.least) - before, sourceRows),
                          ClampIndex(std::floor(across.most) + 1.0 + before, sourceColumns) + 1,
                          ClampIndex(std::floor(down.most) + 1.0 + before, sourceRows) + 1};
+    const std::uint64_t pixels = std::uint64_t{rect.GetRows()} * rect.GetColumns();
+    if (pixels > mostPixelsPerColumn * (end - first)) return {end, Reach::Some, true};
     return {end, FindData(samples, rect), true};
 }
 

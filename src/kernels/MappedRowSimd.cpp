@@ -150,7 +150,7 @@ HWY_ATTR bool CollectVector(const MappedSource<T>& source, const AxisPlaces<Taps
     constexpr std::int32_t mostTurns = 3;
     const std::size_t lanes = hn::Lanes(d), end = pixel + lanes - 1;
     if (lanes < Taps) return false;
-    const auto [left, right] = std::minmax(across.firsts[pixel], across.firsts[end]);
+    const std::int32_t left = std::min(across.firsts[pixel], across.firsts[end]);
     const auto [top, bottom] = std::minmax(down.firsts[pixel], down.firsts[end]);
     const std::size_t pastLast = (static_cast<std::size_t>(bottom) + Taps - 1) * source.rowStride +
                                  (static_cast<std::size_t>(left) + lanes) * sizeof(W);
@@ -286,7 +286,8 @@ HWY_INLINE hn::Mask<D> StoreNearest(D d, hn::Vec<D> sum, unsigned char* out) {
     const auto lift = hn::Set(d, 3.0F * (1 << 22)); // floats of this size have no fraction
     const auto inRange = Taps == 2 ? sum : Clamp<unsigned char>(d, sum);
     const auto lifted = hn::Add(inRange, lift);
-    hn::StoreU(hn::U8FromU32(hn::BitCast(hn::RebindToUnsigned<D>(), lifted)), narrow, out);
+    const hn::RebindToUnsigned<D> d32;
+    hn::StoreU(hn::U8FromU32(hn::And(hn::BitCast(d32, lifted), hn::Set(d32, 0xFF))), narrow, out);
     const auto away = hn::Abs(hn::Sub(inRange, hn::Sub(lifted, lift)));
     return hn::Gt(away, hn::Set(d, 0.5F - error));
 }
