@@ -216,8 +216,8 @@ def test_what_is_raised_on_the_way_arrives():
             pansharp.fuse(PAN, MS, progress=lambda done, rows: halt() if not last or done == rows else None)
     out = numpy.ones((4, 4096, 2048), numpy.uint16)
     before = signal.signal(signal.SIGPROF, halt)  # a signal while no progress is reported
-    signal.setitimer(signal.ITIMER_PROF, 0.002)
     with pytest.raises(ZeroDivisionError):
+        signal.setitimer(signal.ITIMER_PROF, 0.002)
         pansharp.fuse(big, bands, "KOVA", weights="equal", nodata=False, threads=1, out=out)
     signal.signal(signal.SIGPROF, before)
     assert out[:, -1].all()

@@ -246,7 +246,7 @@ def _ends(axis: Any, size: int) -> tuple[Any, Any]:
 
 
 def _whole(value: Any) -> int:
-    if isinstance(value, numbers.Integral) or (isinstance(value, numbers.Real) and float(value).is_integer()):
+    if isinstance(value, numbers.Real) and value % 1 == 0:
         return int(value)
     raise ValueError(f"the window has {value!r}; give whole pixels, as round_offsets and round_lengths of a rasterio Window make them")
 
