@@ -183,23 +183,27 @@ HWY_ATTR bool CollectVector(const MappedSource<T>& source, const AxisPlaces<Taps
     return true;
 }
 
-/// Writes the neighbours of every pixel, those of the upper row first.
+/// Writes the neighbours of every pixel, those of the upper row first, edges replicated.
+template <class T, std::size_t Taps>
+HWY_ATTR void CollectClamped(const MappedSource<T>& source, const AxisPlaces<Taps>& across,
+                             const AxisPlaces<Taps>& down, T (*HWY_RESTRICT planes)[mapSamples]) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(source.samples);
+    const std::size_t bands = source.bands, stride = source.rowStride;
+    for (std::size_t p = 0; p < mapPixels; ++p)
+        for (std::size_t plane = 0; plane < Taps * Taps; ++plane)
+            std::memcpy(planes[plane] + p * bands,
+                        bytes + static_cast<std::size_t>(down.at[plane / Taps][p]) * stride +
+                            static_cast<std::size_t>(across.at[plane % Taps][p]) * bands * sizeof(T),
+                        bands * sizeof(T));
+}
+
+/// The same for pixels whose neighbours all lie within the source.
 template <class T, std::size_t Taps, std::uint32_t Bands>
 HWY_ATTR void Collect(const MappedSource<T>& source, const AxisPlaces<Taps>& across,
                       const AxisPlaces<Taps>& down, T (*HWY_RESTRICT planes)[mapSamples]) {
     const auto* bytes = reinterpret_cast<const unsigned char*>(source.samples);
     constexpr std::size_t pixelBytes = Bands * sizeof(T);
     const std::size_t stride = source.rowStride;
-    if (!IsWithin(across, down)) {
-        for (std::size_t p = 0; p < mapPixels; ++p)
-            for (std::size_t j = 0; j < Taps; ++j)
-                for (std::size_t i = 0; i < Taps; ++i)
-                    std::memcpy(planes[j * Taps + i] + p * Bands,
-                                bytes + static_cast<std::size_t>(down.at[j][p]) * stride +
-                                    static_cast<std::size_t>(across.at[i][p]) * pixelBytes,
-                                pixelBytes);
-        return;
-    }
     constexpr bool isWord = pixelBytes == 4 || pixelBytes == 8;
     using Word = std::conditional_t<pixelBytes == 4, std::uint32_t, std::uint64_t>;
     const std::size_t atOnce = isWord ? hn::Lanes(hn::ScalableTag<Word>()) : mapPixels;
@@ -220,6 +224,7 @@ HWY_ATTR void Collect(const MappedSource<T>& source, const AxisPlaces<Taps>& acr
 template <class T, std::size_t Taps>
 HWY_ATTR void CollectBands(const MappedSource<T>& source, const AxisPlaces<Taps>& across,
                            const AxisPlaces<Taps>& down, T (*HWY_RESTRICT planes)[mapSamples]) {
+    if (!IsWithin(across, down)) return CollectClamped(source, across, down, planes);
     switch (source.bands) {
     case 1:
         return Collect<T, Taps, 1>(source, across, down, planes);
