@@ -87,7 +87,7 @@ try {
   server.kill('SIGTERM');
   await once(server, 'exit');
   await page.selectOption('#method', 'Brovey');
-  await page.waitForFunction(() => document.querySelector('#trouble').textContent.includes('does not answer'), null, { timeout: 15000 });
+  await page.waitForFunction(() => document.querySelector('#trouble').textContent.includes('no longer answers'), null, { timeout: 15000 });
   assert.equal(server.exitCode, 0, 'the server ends well');
   assert.deepEqual(faults, []);
 } finally {
