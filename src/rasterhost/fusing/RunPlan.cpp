@@ -190,12 +190,13 @@ std::uint64_t EstimateMemory(const Scene& scene, const OutputPlan& output, const
         cache + (output.writesCog ? CogWriter::CountBytes(output) : 0) +
         (FineRowBytes(scene, output) * rows + BesideBytes(scene, output, sizes, rows)) *
             static_cast<unsigned>(CountSlots(threads, output));
-    // Measured: GDAL has a cache of the same size, and copies of bytes on their way. An archive is read
+    // Measured: GDAL has a cache of half the size, and copies of bytes on their way. An archive is read
     // through GDAL's cache alone.
-    constexpr std::uint64_t copies = std::uint64_t{144} << 20, copiesOfArchives = std::uint64_t{96} << 20;
+    constexpr std::uint64_t copies = std::uint64_t{160} << 20, copiesOfArchives = std::uint64_t{96} << 20;
     const std::uint64_t bound = FetchedBytes::Get().GetBound();
-    const std::uint64_t fetched = 2 * std::min(onServers, bound) + std::min(onServers, copies) +
-                                  std::min(inArchives, bound) + std::min(inArchives, copiesOfArchives);
+    const std::uint64_t fetched = std::min(onServers, bound) + std::min(onServers, bound / 2) +
+                                  std::min(onServers, copies) + std::min(inArchives, bound / 2) +
+                                  std::min(inArchives, copiesOfArchives);
     return program + fetched + (sizes.fits ? survey : 0) + (sizes.isKeptInMemory ? KeptBytes(output) : 0) +
            std::max(fusing, sizes.hasPreview ? cache + PreviewBytes(scene) : 0);
 }

@@ -28,7 +28,8 @@ std::uint64_t ConfiguredBytes(const char* key, std::uint64_t otherwise) {
 } // namespace
 
 FetchedBytes::FetchedBytes()
-    : bound(ConfiguredBytes("CPL_VSIL_CURL_CACHE_SIZE", std::uint64_t{128} << 20)),
+    : bound(2 *
+            std::min(ConfiguredBytes("CPL_VSIL_CURL_CACHE_SIZE", std::uint64_t{128} << 20), UINT64_MAX / 2)),
       grain(std::clamp(ConfiguredBytes("CPL_VSIL_CURL_CHUNK_SIZE", 16384), leastGrain, mostGrain)),
       pieceBytes(
           std::max(std::min(bound / 4 / mostRequests, std::uint64_t{4} << 20) / grain, std::uint64_t{1}) *

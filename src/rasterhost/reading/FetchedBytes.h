@@ -18,9 +18,9 @@ namespace rasterhost {
 /// Bytes `first` to `second` - 1 of a file.
 using ByteRange = std::pair<std::uint64_t, std::uint64_t>;
 
-/// The bytes fetched from files on servers, shared by all threads of the process. They are bounded (128 MB,
-/// or CPL_VSIL_CURL_CACHE_SIZE), including bytes on their way. Files are read through it by their KeptName,
-/// and forgotten when the last reader has closed them.
+/// The bytes fetched from files on servers, shared by all threads of the process. They are bounded (256 MB,
+/// or twice CPL_VSIL_CURL_CACHE_SIZE), including bytes on their way. Files are read through it by their
+/// KeptName, and forgotten when the last reader has closed them.
 class FetchedBytes {
     struct Part;
     struct File;

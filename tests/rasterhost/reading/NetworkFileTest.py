@@ -130,7 +130,7 @@ class NetworkFile(unittest.TestCase):
             names = [name.replace("SERVER", self.server) if "SERVER" in name else self.server + name for name in inputs]
             run = self.sharpen(*names, output=f"{number}.tif", GDAL_HTTP_RETRY_DELAY="0.01",
                                CPL_VSIL_CURL_CHUNK_SIZE="99999999999999" if "item" in names[0] else "16384",
-                               CPL_VSIL_CURL_CACHE_SIZE="70000" if "seldom" in names[0] else "")  # less than a row of blocks
+                               CPL_VSIL_CURL_CACHE_SIZE="35000" if "seldom" in names[0] else "")  # less than a row of blocks
             self.assertEqual(run.returncode, 0, run.stderr)
             raster = [subprocess.run(["gdalinfo", "-checksum", "-nomd", name], capture_output=True, text=True, check=True).stdout
                       for name in ("w_x.tif" if "/w_x" in names[0] else "x.tif", f"{number}.tif")]
