@@ -214,8 +214,6 @@ bool SceneDataset::MakeBlocks(const PixelRect& blocks, bool isMaskAlone, Scratch
     };
     const PixelRect rect{blocks.col0 * blockSize, blocks.row0 * blockSize, pixels(blocks.col1, nRasterXSize),
                          pixels(blocks.row1, nRasterYSize)};
-    std::vector<std::uint32_t> wanted(isMaskAlone ? 0 : scene->GetBands());
-    std::iota(wanted.begin(), wanted.end(), 0u);
     const std::size_t sample = scene->GetBits() / 8, line = sample * rect.GetColumns();
     const std::size_t plane = line * rect.GetRows();
     std::vector<unsigned char>&samples = scratch.samples, &valid = scratch.valid;
@@ -232,6 +230,8 @@ bool SceneDataset::MakeBlocks(const PixelRect& blocks, bool isMaskAlone, Scratch
             }
     };
     return RunReporting([&](rasterhost::Status& status) {
+        std::vector<std::uint32_t> wanted(isMaskAlone ? 0 : scene->GetBands());
+        std::iota(wanted.begin(), wanted.end(), 0u);
         const std::size_t masked = mask ? std::size_t{rect.GetColumns()} * rect.GetRows() : 0;
         samples.resize(std::max(samples.size(), wanted.size() * plane));
         valid.resize(std::max(valid.size(), masked));
@@ -255,7 +255,8 @@ CPLErr SceneDataset::ReadBlock(int asked, int column, int row, void* block) {
         else
             Offer(GetBandOrMask(band), c, r, samples);
     };
-    return MakeBlocks(RectOf(column, row, 1, 1), asked == 0, ofOneBlock, take) ? CE_None : CE_Failure;
+    return MakeBlocks(RectOf(column, row, 1, 1), asked == 0, ofOneBlock, std::cref(take)) ? CE_None
+                                                                                          : CE_Failure;
 }
 
 CPLErr SceneDataset::FillCache(int asked, const PixelRect& rect) {
@@ -275,7 +276,8 @@ CPLErr SceneDataset::FillCache(int asked, const PixelRect& rect) {
                 if (!IsCached(band, column, r))
                     missing = {std::min(missing.col0, column), missing.row0,
                                std::max(missing.col1, column + 1), missing.row1};
-        if (missing.col0 < missing.col1 && !MakeBlocks(missing, asked == 0, ofMany, take)) return CE_Failure;
+        if (missing.col0 < missing.col1 && !MakeBlocks(missing, asked == 0, ofMany, std::cref(take)))
+            return CE_Failure;
     }
     return CE_None;
 }
