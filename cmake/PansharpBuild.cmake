@@ -47,7 +47,7 @@ function(pansharp_library name)
   target_link_libraries(${name} PUBLIC ${ARG_LINKS})
 endfunction()
 
-# pansharp_compile_small(TARGET ...): for code that waits for users and files and has no loop over pixels. It compiles in two
+# pansharp_compile_small(TARGET ...): for code that waits for users and files and loops over few pixels. It compiles in two
 # thirds of the time.
 function(pansharp_compile_small)
   foreach(target ${ARGN})

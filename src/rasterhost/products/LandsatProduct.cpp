@@ -92,6 +92,20 @@ std::optional<BandFile> ReadNumber(const std::string& name) {
     return BandFile{FolderPart(name) + parts[2].str(), 0, ToUpper(parts[3].str())};
 }
 
+/// The bands of each scene, by its name in lower case; `read` reads the name of a file.
+std::map<std::string, BandFiles> GroupBands(const ProductFiles& files,
+                                            std::optional<BandFile> (*read)(const std::string& name)) {
+    std::map<std::string, BandFiles> scenes;
+    for (const std::string& name : files.GetNames())
+        if (const auto file = read(name)) {
+            BandFiles& scene = scenes[AnyCase(file->product)];
+            scene.product = file->product;
+            scene.satellite = file->satellite;
+            scene.bands[file->band] = name;
+        }
+    return scenes;
+}
+
 /// Assigns the bands by their numbers.
 void TakeBands(char satellite, const std::map<std::string, std::string>& files, const ProductFiles& all,
                Product& product) {
@@ -225,14 +239,7 @@ Product ReadNumbers(const BandFiles& scene, const ProductFiles& files) {
 } // namespace
 
 void FindLandsat(const ProductFiles& files, std::vector<Product>& found) {
-    std::map<std::string, BandFiles> byName;
-    for (const std::string& name : files.GetNames())
-        if (const auto file = ReadName(name)) {
-            BandFiles& scene = byName[AnyCase(file->product)];
-            scene.product = file->product;
-            scene.satellite = file->satellite;
-            scene.bands[file->band] = name;
-        }
+    std::map<std::string, BandFiles> byName = GroupBands(files, ReadName);
     std::set<std::string> described;
     for (const std::string& name : files.GetNames()) {
         const std::string stem = MetadataStem(name);
@@ -251,14 +258,7 @@ void FindLandsat(const ProductFiles& files, std::vector<Product>& found) {
 }
 
 void FindNumbered(const ProductFiles& files, std::vector<Product>& found) {
-    std::map<std::string, BandFiles> scenes;
-    for (const std::string& name : files.GetNames())
-        if (const auto file = ReadNumber(name)) {
-            BandFiles& scene = scenes[AnyCase(file->product)];
-            scene.product = file->product;
-            scene.bands[file->band] = name;
-        }
-    for (const auto& [key, scene] : scenes) {
+    for (const auto& [key, scene] : GroupBands(files, ReadNumber)) {
         if (!scene.bands.contains("8") || scene.bands.size() < 2) continue;
         found.push_back(ReadNumbers(scene, files));
         found.back().name = LastPart(scene.product);
