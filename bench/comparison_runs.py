@@ -69,15 +69,15 @@ def spread(runs):
             "cpu": statistics.median(run[2] for run in runs), "peak_mb": max(run[1] for run in runs)}
 
 
-def alternate(ways, trials, files=()):
-    """Runs each of the named ways in turn, so that other load on the machine affects all of them. Every run creates `files` anew: replacing a
+def alternate(commands, trials, files=()):
+    """Runs each of the named commands in turn, so that other load on the machine affects all of them. Every run creates `files` anew: replacing a
     file costs the file system more."""
-    runs = {name: [] for name in ways}
+    runs = {name: [] for name in commands}
     for _ in range(trials):
-        for name, way in ways.items():
+        for name, command in commands.items():
             for file in files:
                 file.unlink(missing_ok=True)
-            runs[name].append(way())
+            runs[name].append(command())
     for file in files:
         file.unlink(missing_ok=True)
     return {name: spread(values) for name, values in runs.items()}
@@ -92,15 +92,15 @@ def end_to_end(sizes, depths, methods, threads, trials):
         print(f"{size}² {bits}-bit, {count} threads ...", file=sys.stderr)
         case = {**scene(size, bits), "threads": count}
         ours({**case, "method": "kova"}, out)  # a first run loads the inputs into memory
-        ways = {method: lambda method=method: ours({**case, "method": method}, out) for method in methods}
+        commands = {method: lambda method=method: ours({**case, "method": method}, out) for method in methods}
         if set(methods) - {"default"}:
-            ways["peer"] = lambda: peer(case, out)
+            commands["peer"] = lambda: peer(case, out)
         if "default" in methods:
-            ways["peer_default"] = lambda: peer(case, out, True)
+            commands["peer_default"] = lambda: peer(case, out, True)
         # The output of the last run is the file to copy.
-        ways["copy"] = lambda: copy(case, WORK / "kept.tif", copied)
+        commands["copy"] = lambda: copy(case, WORK / "kept.tif", copied)
         os.link(out, WORK / "kept.tif")
-        found = alternate(ways, trials, (out, copied))
+        found = alternate(commands, trials, (out, copied))
         (WORK / "kept.tif").unlink()
         for method in methods:
             results.append({**{key: case[key] for key in ("size", "bands", "bits", "ratio")}, "threads": count, "method": method,
@@ -142,7 +142,7 @@ def waits(size, trials):
         timed(command)
     ours({**case, "method": "default"}, fused)
     default, kova = {**case, "method": "default"}, {**case, "method": "kova"}
-    ways = {"KOVA, bilinear, given weights": lambda: ours(kova, out),
+    commands = {"KOVA, bilinear, given weights": lambda: ours(kova, out),
             "KOVA, cubic": lambda: ours({**kova, "sampling": "cubic"}, out),
             "KOVA, bilinear, no data in pan": lambda: ours({**kova, "pan": gaps}, out),
             "KOVA, bilinear, bands in another projection": lambda: ours({**kova, "ms": tilted}, out),
@@ -150,7 +150,7 @@ def waits(size, trials):
             "default, no data in pan": lambda: ours({**default, "pan": gaps}, out),
             "assess": lambda: timed([BIN / "pansharp", "assess", fused, "--pan", pan, "--ms", ms]),
             "compare": lambda: timed([BIN / "pansharp", "compare", pan, ms])}
-    found = alternate(ways, trials, (out,))
+    found = alternate(commands, trials, (out,))
     for file in (fused, gaps, tilted):
         file.unlink(missing_ok=True)
     return {"size": size, "trials": trials, "rows": found}
@@ -161,12 +161,12 @@ def cases(trials):
     kinds = [(4, 8, 4), (3, 8, 4), (1, 8, 4), (8, 8, 4), (4, 16, 4), (8, 16, 4), (4, 8, 2), (4, 8, 3), (4, 8, 5), (4, 16, 3), (4, 8, 7)]
     out, rows = WORK / "cases.tif", []
     for method in ("kova", "default"):
-        ways = {}
+        commands = {}
         for bands, bits, ratio in kinds:
             case = {**scene(4096 // ratio * ratio, bits, "tiled", bands, ratio), "method": method}
-            ways[bands, bits, ratio] = lambda case=case: ours(case, out)
-        ways["start"] = lambda: ours({**scene(64, 8), "method": method}, out)
-        found = alternate(ways, trials, (out,))
+            commands[bands, bits, ratio] = lambda case=case: ours(case, out)
+        commands["start"] = lambda: ours({**scene(64, 8), "method": method}, out)
+        found = alternate(commands, trials, (out,))
         start = found.pop("start")["cpu"]
         for (bands, bits, ratio), run in found.items():
             samples = (4096 // ratio * ratio) ** 2 * bands
@@ -199,8 +199,8 @@ def compressed(kinds, trials):
         their_options = [word for option in options for word in ("-co", option)]
         files = {}
 
-        def run(name, file, way):
-            seconds = way()
+        def run(name, file, command):
+            seconds = command()
             files[name] = (file.stat().st_size, checksum(file) if name not in files else files[name][1])
             return seconds
 

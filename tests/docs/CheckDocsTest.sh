@@ -22,12 +22,12 @@ done <<'TABLE'
 [a](docs/a.md) [b](docs/a.md#ergas-45) [c](https://example.org) `[d](nowhere.md)`|no fault
 ```\n[a](nowhere.md)\n```|no fault
 [a](docs/b.md)|README.md:1: links to docs/b.md, which does not exist
-\n[a](docs/a.md#second)|README.md:2: links to #second, which is no heading of a.md
-[a](#top)|README.md:1: links to #top, which is no heading of README.md
-[a](..)|README.md:1: links out of the house: ..
+\n[a](docs/a.md#second)|README.md:2: links to #second, but a.md has no such heading
+[a](#top)|README.md:1: links to #top, but README.md has no such heading
+[a](..)|README.md:1: links outside the repository: ..
 ```\nopen|README.md:1: the listing is not closed
 <!-- from code.cpp -->\n```cpp\nint b;\nint c;\n```|no fault
-<!-- from code.cpp -->\n```cpp\nint a;\nint c;\n```|README.md:2: the listing does not stand in code.cpp like this
+<!-- from code.cpp -->\n```cpp\nint a;\nint c;\n```|README.md:2: the listing differs from code.cpp
 <!-- from gone.cpp -->\n```cpp\nint a;\n```|README.md:2: an excerpt of gone.cpp, which does not exist
 TABLE
 
@@ -38,9 +38,9 @@ while IFS='|' read -r text expected; do
     [ "$said" = "$expected" ] || fail "row $row: expected '$expected', got '$said'"
 done <<'TABLE'
 <a id="x" href="#x">|no fault
-<a href="#y">|index.html:1: links to #y, an anchor that is not there
+<a href="#y">|index.html:1: links to #y, an anchor that does not exist
 <img src="no.png">|index.html:1: links to no.png, which does not exist
-<a href="https://example.org/">|index.html:1: leads to another server: https://example.org/
-<p>see \0057home/me/x</p>|index.html:1: a path of the machine
+<a href="https://example.org/">|index.html:1: links to another server: https://example.org/
+<p>see \0057home/me/x</p>|index.html:1: a path on the build machine
 TABLE
 [ "$failures" -eq 0 ] && echo "$row cases passed"

@@ -48,7 +48,7 @@ bindings/python/Bad.cpp|\n#include "capi/FuseJob.h"|bindings/python/Bad.cpp:2: b
 src/attic/Bad.h|#include <vector>|no floor is known for attic/
 src/pxl/BadToo.h|#include "Image.h"|names no folder
 src/fundament/Bad.h|#include "kernels/Row.h"\n#include "host/IRaster.h"|higher floor
-tests/pxl/GhostTest.cpp||named after nothing in src/pxl/
+tests/pxl/GhostTest.cpp||not named after anything in src/pxl/
 src/pxl/BadMore.h|LONG|longer than 500 lines
 docs/bad.md|see \0057home/me/pansharp|a path of one machine
 scripts/bad|echo "x" >\0057tmp/log|a path of one machine
