@@ -121,15 +121,29 @@ def scene(size, bits, layout="tiled", bands=4, ratio=4):
 def flat(sizes, trials):
     """Seconds and memory by size, without the peer, which takes 8 GB for the largest. A scene of 64 x 64 shows the start-up time."""
     results, out = [], WORK / "flat.tif"
-    for layout in ("tiled", "stripped"):
-        found = alternate({size: lambda size=size: ours(scene(size, 8, layout), out) for size in (64, *sizes)}, trials, (out,))
+
+    def measure(run, layout, ways, made=()):
+        found = alternate(ways, trials, made)
         start = found[64]["median"]
         for size in sizes:
             seconds = found[size]["median"]
-            results.append({"size": size, "layout": layout, "seconds": seconds, "trials": trials, "start": start,
+            results.append({"run": run, "size": size, "layout": layout, "seconds": seconds, "trials": trials, "start": start,
                             "ns_a_pixel": seconds * 1e9 / size ** 2, "ns_without_start": (seconds - start) * 1e9 / size ** 2,
                             "peak_mb": found[size]["peak_mb"]})
+
+    for layout in ("tiled", "stripped"):
+        measure("sharpen", layout, {size: lambda size=size: ours(scene(size, 8, layout), out) for size in (64, *sizes)}, (out,))
+    fused = {size: WORK / f"flat-{size}.tif" for size in (64, *sizes)}
+    for size, file in fused.items():
+        ours({**scene(size, 8), "threads": os.cpu_count()}, file)
+    measure("assess", "tiled", {size: lambda size=size: assess(fused[size], scene(size, 8)) for size in fused})
+    for file in fused.values():
+        file.unlink()
     return results
+
+
+def assess(fused, case):
+    return timed([BIN / "pansharp", "assess", fused, "--pan", case["pan"], "--ms", case["ms"]])
 
 
 def waits(size, trials):
@@ -148,7 +162,7 @@ def waits(size, trials):
             "KOVA, bilinear, bands in another projection": lambda: ours({**kova, "ms": tilted}, out),
             "default": lambda: ours(default, out),
             "default, no data in pan": lambda: ours({**default, "pan": gaps}, out),
-            "assess": lambda: timed([BIN / "pansharp", "assess", fused, "--pan", pan, "--ms", ms]),
+            "assess": lambda: assess(fused, case),
             "compare": lambda: timed([BIN / "pansharp", "compare", pan, ms])}
     found = alternate(commands, trials, (out,))
     for file in (fused, gaps, tilted):
