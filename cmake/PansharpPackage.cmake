@@ -44,7 +44,10 @@ Fuses images in memory, or asked for, by the plug-in of the package pansharp.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libpansharp-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libpansharp${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION}-1), libhwy-dev")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libpansharp${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION}-1)")
+if(HWY_LIBRARY)
+  string(APPEND CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS ", libhwy-dev")
+endif()
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "pan-sharpening of rasters: development files
 The C interface, the contract between raster hosts and the plug-in, parts for
 hosts over arrays, and the image library: headers, static libraries, and files

@@ -8,7 +8,6 @@ install(TARGETS minimal_host c_embed c_gaps c_rows RUNTIME DESTINATION ${CMAKE_I
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/examples/minimal-host" "${PROJECT_SOURCE_DIR}/examples/c-embed"
   "${PROJECT_SOURCE_DIR}/examples/c-gaps" "${PROJECT_SOURCE_DIR}/examples/c-rows"
   DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" COMPONENT development)
-install(FILES ${HWY_LIBRARY} DESTINATION ${PANSHARP_INSTALL_FOLDER} COMPONENT development)
 # Pansharp's own licence, once there is one, and the licences of the libraries linked in, as Debian states them.
 set(licences "${CMAKE_INSTALL_DOCDIR}/licences")
 install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${licences}" COMPONENT runtime OPTIONAL)

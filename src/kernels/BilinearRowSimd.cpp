@@ -69,10 +69,10 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kernels {
 
-HWY_EXPORT(Down8);
-HWY_EXPORT(Down16);
-HWY_EXPORT(DownWhole8);
-HWY_EXPORT(DownWhole16);
+PANSHARP_EXPORT(Down8);
+PANSHARP_EXPORT(Down16);
+PANSHARP_EXPORT(DownWhole8);
+PANSHARP_EXPORT(DownWhole16);
 
 template <>
 DownRow<unsigned char> DownRowFor(SimdTarget target) {

@@ -248,8 +248,8 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kernels {
 
-HWY_EXPORT(Kernels8);
-HWY_EXPORT(Kernels16);
+PANSHARP_EXPORT(Kernels8);
+PANSHARP_EXPORT(Kernels16);
 
 template <>
 BlendKernels<unsigned char> BlendKernelsFor(SimdTarget target) {

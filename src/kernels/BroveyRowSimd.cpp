@@ -120,8 +120,8 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kernels {
 
-HWY_EXPORT(BroveyRow8);
-HWY_EXPORT(BroveyRow16);
+PANSHARP_EXPORT(BroveyRow8);
+PANSHARP_EXPORT(BroveyRow16);
 
 template <>
 FuseRow<unsigned char> BroveyRowFor(SimdTarget target) {

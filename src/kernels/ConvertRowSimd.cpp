@@ -165,8 +165,8 @@ ConvertRow<T> ScalarRow(Conversion conversion) {
 
 } // namespace
 
-HWY_EXPORT(Row8);
-HWY_EXPORT(Row16);
+PANSHARP_EXPORT(Row8);
+PANSHARP_EXPORT(Row16);
 
 template <>
 ConvertRow<unsigned char> ConvertRowFor(Conversion conversion, SimdTarget target) {

@@ -145,9 +145,9 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kernels {
 
-HWY_EXPORT(CubicWhole8);
-HWY_EXPORT(CubicReal8);
-HWY_EXPORT(CubicReal16);
+PANSHARP_EXPORT(CubicWhole8);
+PANSHARP_EXPORT(CubicReal8);
+PANSHARP_EXPORT(CubicReal16);
 
 template <>
 CubicKernels<unsigned char, std::int32_t> CubicKernelsFor(SimdTarget target, bool isExact) {

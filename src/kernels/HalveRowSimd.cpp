@@ -88,8 +88,8 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kernels {
 
-HWY_EXPORT(Halve8);
-HWY_EXPORT(Halve16);
+PANSHARP_EXPORT(Halve8);
+PANSHARP_EXPORT(Halve16);
 
 template <>
 HalveRow<unsigned char> HalveRowFor(SimdTarget target) {

@@ -249,8 +249,8 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kernels {
 
-HWY_EXPORT(IhsRow8);
-HWY_EXPORT(IhsRow16);
+PANSHARP_EXPORT(IhsRow8);
+PANSHARP_EXPORT(IhsRow16);
 
 template <>
 FuseRow<unsigned char> IhsRowFor(SimdTarget target) {

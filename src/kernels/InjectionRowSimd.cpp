@@ -201,8 +201,8 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kernels {
 
-HWY_EXPORT(InjectionRow8);
-HWY_EXPORT(InjectionRow16);
+PANSHARP_EXPORT(InjectionRow8);
+PANSHARP_EXPORT(InjectionRow16);
 
 template <>
 FuseRow<unsigned char> InjectionRowFor(SimdTarget target) {

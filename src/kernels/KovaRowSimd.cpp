@@ -170,8 +170,8 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kernels {
 
-HWY_EXPORT(KovaRow8);
-HWY_EXPORT(KovaRow16);
+PANSHARP_EXPORT(KovaRow8);
+PANSHARP_EXPORT(KovaRow16);
 
 template <>
 FuseRow<unsigned char> KovaRowFor(SimdTarget target) {

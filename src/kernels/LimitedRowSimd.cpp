@@ -61,8 +61,8 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kernels {
 
-HWY_EXPORT(Limit8);
-HWY_EXPORT(Limit16);
+PANSHARP_EXPORT(Limit8);
+PANSHARP_EXPORT(Limit16);
 
 template <>
 LimitRow<unsigned char> LimitRowFor(SimdTarget target, bool pastCache) {

@@ -75,8 +75,8 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kernels {
 
-HWY_EXPORT(WeighRows8);
-HWY_EXPORT(WeighRows16);
+PANSHARP_EXPORT(WeighRows8);
+PANSHARP_EXPORT(WeighRows16);
 
 template <>
 WeighRows<unsigned char> WeighRowsFor(SimdTarget target) {

@@ -438,8 +438,8 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kernels {
 
-HWY_EXPORT(Mapped8);
-HWY_EXPORT(Mapped16);
+PANSHARP_EXPORT(Mapped8);
+PANSHARP_EXPORT(Mapped16);
 
 template <>
 MappedRows<unsigned char> MappedRowsFor(SimdTarget target) {

@@ -237,6 +237,13 @@ HWY_ATTR void InBlocks(const InputRow<T> (&rows)[Rows], T* out, std::uint32_t ou
 HWY_AFTER_NAMESPACE();
 
 #if HWY_ONCE
+/// The function's versions, one per vector target, as HWY_DISPATCH_TABLE(function). HWY_EXPORT would put a
+/// function of Highway's library first, which no caller of ForTarget needs (see CMakeLists.txt).
+#define PANSHARP_EXPORT(function)                                                                            \
+    static decltype(&HWY_STATIC_DISPATCH(function)) const HWY_DISPATCH_TABLE(                                \
+        function)[HWY_MAX_DYNAMIC_TARGETS + 2] = {nullptr, HWY_CHOOSE_TARGET_LIST(function),                 \
+                                                  HWY_CHOOSE_FALLBACK(function)}
+
 namespace kernels {
 
 /// The version for a target, from the including file's dispatch table, or the scalar definition for target 0.

@@ -71,7 +71,7 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kernels {
 
-HWY_EXPORT(Positions);
+PANSHARP_EXPORT(Positions);
 
 PositionKernels PositionKernelsFor(SimdTarget target) {
     return ForTarget(target, PositionKernels{&FillLineScalar, &FindExtentScalar},

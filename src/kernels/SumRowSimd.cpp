@@ -118,11 +118,11 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kernels {
 
-HWY_EXPORT(SumWeightedHere);
-HWY_EXPORT(AddProductsHere);
-HWY_EXPORT(SpreadPixelsHere);
-HWY_EXPORT(LessOriginsHere);
-HWY_EXPORT(AddWholeProductsHere);
+PANSHARP_EXPORT(SumWeightedHere);
+PANSHARP_EXPORT(AddProductsHere);
+PANSHARP_EXPORT(SpreadPixelsHere);
+PANSHARP_EXPORT(LessOriginsHere);
+PANSHARP_EXPORT(AddWholeProductsHere);
 
 SumWeighted SumWeightedFor(SimdTarget target) {
     return ForTarget<SumWeighted>(target, &SumWeightedScalar, HWY_DISPATCH_TABLE(SumWeightedHere));

@@ -12,7 +12,7 @@ run("${CPACK}" -G DEB --config "${BUILD}/CPackConfig.cmake" -B "${work}/packages
 set(versions)
 set(depends_of_pansharp "libgdal[0-9]+;libtbb[0-9]+;libxml2;libc6")
 set(depends_of_libpansharp0 "pansharp [(]= ${VERSION}-1[)];libc6")
-set(depends_of_libpansharp-dev "libpansharp0 [(]= ${VERSION}-1[)];libhwy-dev")
+set(depends_of_libpansharp-dev "libpansharp0 [(]= ${VERSION}-1[)]")
 set(depends_of_python3-pansharp "pansharp [(]= ${VERSION}-1[)];libpansharp0 [(]= ${VERSION}-1[)];python3-numpy;libgdal[0-9]+")
 set(depends_of_qgis-plugin-pansharp "pansharp [(]>= ${VERSION}[)];qgis [(]>= 3.22[)]")
 set(packages pansharp libpansharp0 libpansharp-dev qgis-plugin-pansharp)

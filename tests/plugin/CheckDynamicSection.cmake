@@ -28,7 +28,7 @@ if(segments MATCHES "GNU_STACK[^\n]* RWE" OR NOT segments MATCHES "GNU_RELRO")
 endif()
 
 # Objects share no state: nothing is writable, except two constants that are filled at their first use, the description and the
-# processor's vector targets.
+# processor's vector targets, and what the compiler's run-time notes of the processor when it is loaded.
 if(SANITIZED)
   return() # sanitizers keep their own
 endif()
@@ -40,7 +40,7 @@ endif()
 set(constants "(Pansharp_Describe::description|kernels::\\(anonymous namespace\\)::KnownTargets\\(\\)::known)")
 foreach(symbol IN LISTS writable)
   string(REGEX REPLACE ".*\t[0-9a-f]+ +(\\.hidden )?" "" symbol "${symbol}")
-  if(NOT symbol MATCHES "^(\\.data|\\.bss|completed\\.0|__dso_handle|__TMC_END__|DW\\.ref\\..*|(guard variable for )?${constants})$")
+  if(NOT symbol MATCHES "^(\\.data|\\.bss|completed\\.0|__dso_handle|__TMC_END__|DW\\.ref\\..*|__cpu_(model|features2?)|(guard variable for )?${constants})$")
     message(SEND_ERROR "it holds state that can be written to: ${symbol}")
   endif()
 endforeach()
