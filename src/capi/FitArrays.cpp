@@ -51,12 +51,12 @@ class BlockMeans {
 public:
     BlockMeans(const InputImage& image, const FuseJob& job, const PixelRect& blockRect)
         : print(FootprintOn(image, job)), block(blockRect) {
-        const PixelRect beneath = print.Beneath(block.col0, block.row0, block.col1, block.row1, image.info);
-        if (beneath.IsEmpty()) return;
+        const PixelRect rect = print.FindUnder(block.col0, block.row0, block.col1, block.row1, image.info);
+        if (rect.IsEmpty()) return;
         std::vector<unsigned short> samples;
         std::vector<unsigned char> usable;
-        ReadNumbers(image, beneath, job.largest, samples, usable);
-        sums = fitting::AreaSums(beneath, samples, usable);
+        ReadNumbers(image, rect, job.largest, samples, usable);
+        sums = fitting::AreaSums(rect, samples, usable);
     }
 
     [[nodiscard]] std::optional<double> At(std::size_t pixel) const {

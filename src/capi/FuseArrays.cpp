@@ -42,8 +42,8 @@ std::uint32_t ThreadCount(const FuseJob& job) {
 }
 
 /// A coarse image as a worker reads it.
-struct Beneath {
-    Beneath(const char* imageId, const InputImage& inputImage, const FuseJob& job)
+struct CoarseImage {
+    CoarseImage(const char* imageId, const InputImage& inputImage, const FuseJob& job)
         : id(imageId), image(inputImage), placement(job.pan.info, image.info) {}
 
     const char* id;
@@ -60,8 +60,8 @@ public:
         : job(fuseJob), panRaster(job.pan.info, {}), finish(job) {
         if (!job.isUpsampled) worker.emplace(plugin, job.properties, job.pan.info, panRaster, status);
         if (job.lowPass) lowPass.emplace(job.lowPass, job.pan.info, job.resampling);
-        beneath.emplace_back(hostkit::multispectralId, job.multispectral, job);
-        if (job.infrared) beneath.emplace_back(hostkit::infraredId, *job.infrared, job);
+        coarse.emplace_back(hostkit::multispectralId, job.multispectral, job);
+        if (job.infrared) coarse.emplace_back(hostkit::infraredId, *job.infrared, job);
     }
 
     [[nodiscard]] bool Start(Status& status) { return !worker || worker->Start(status); }
@@ -74,7 +74,7 @@ public:
         if (lowPass) lowPass->Offer(pan, worker->GetWorkspace());
         const bool mayLackData = job.MayLackData();
         windows.clear();
-        for (Beneath& image : beneath)
+        for (CoarseImage& image : coarse)
             if (!SetImage(image, window, mayLackData, status)) return false;
         if (worker && !worker->OpenWindow(window, status)) return false;
         if (mayLackData) {
@@ -94,21 +94,21 @@ public:
     }
 
 private:
-    bool SetImage(Beneath& beneathPan, const PixelRect& window, bool mayLackData, Status& status) {
-        const InputImage& image = beneathPan.image;
-        const PixelRect needed = beneathPan.placement.FindSource(window, job.resampling);
-        const hostkit::SampleBlock block = ReadBlock(image, needed, beneathPan.buffers);
+    bool SetImage(CoarseImage& input, const PixelRect& window, bool mayLackData, Status& status) {
+        const InputImage& image = input.image;
+        const PixelRect needed = input.placement.FindSource(window, job.resampling);
+        const hostkit::SampleBlock block = ReadBlock(image, needed, input.buffers);
         hostkit::SourceImage source{image.info, block, job.resampling};
         if (mayLackData || !worker) {
-            beneathPan.opened = beneathPan.placement.Open(window, image.info, block, job.resampling, status);
-            if (!beneathPan.opened) return false;
-            windows.push_back(beneathPan.opened.get());
+            input.opened = input.placement.Open(window, image.info, block, job.resampling, status);
+            if (!input.opened) return false;
+            windows.push_back(input.opened.get());
             std::vector<std::size_t> bands(image.info.bandsPerPixel);
             std::iota(bands.begin(), bands.end(), std::size_t{0});
-            source.opened = {{beneathPan.opened, std::move(bands)}};
+            source.opened = {{input.opened, std::move(bands)}};
             source.window = window;
         }
-        if (worker) worker->GetWorkspace().SetImage(beneathPan.id, source);
+        if (worker) worker->GetWorkspace().SetImage(input.id, source);
         return true;
     }
 
@@ -125,7 +125,7 @@ private:
 
     FuseJob& job;
     BlockBuffers panBuffers;
-    std::list<Beneath> beneath;
+    std::list<CoarseImage> coarse;
     std::vector<hostkit::PlacedWindow*> windows; ///< of the coarse images
     std::vector<hostkit::Reach> reach;           ///< of one row
     std::vector<unsigned char> valid;            ///< of one row

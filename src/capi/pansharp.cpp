@@ -251,8 +251,8 @@ pansharp_result pansharp_measure_shift(const pansharp* library, const pansharp_j
         told = {shift->struct_size, 0.0, 0.0, 0.0, 0.0, 0, 0, 0};
         if (found)
             told = {shift->struct_size,
-                    found->way.x,
-                    found->way.y,
+                    found->displacement.x,
+                    found->displacement.y,
                     found->rSquared,
                     found->spread,
                     found->windows,

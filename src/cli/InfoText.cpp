@@ -58,7 +58,7 @@ std::string FormatShift(const std::optional<Shift>& shift) {
     if (!shift) return Line("shift", "could not be measured");
     std::string text = FormatString(
         "the multispectral content is displaced by (%.2f, %.2f) of its pixels to the right and down",
-        shift->way.x, shift->way.y);
+        shift->displacement.x, shift->displacement.y);
     if (shift->windows >= 2)
         text += FormatString("; %u windows %s: they differ by %.2f", shift->windows,
                              shift->IsAgreed() ? "agree" : "do not agree", shift->spread);

@@ -113,9 +113,9 @@ void AddFindings(Json& object, const PreflightReport& report) {
     object["corner"] = report.corner;
     object["phase"] = report.phase;
     if (report.shift)
-        object["shift"] = {{"right", report.shift->way.x},        {"below", report.shift->way.y},
-                           {"r_squared", report.shift->rSquared}, {"windows", report.shift->windows},
-                           {"spread", report.shift->spread},      {"agreed", report.shift->IsAgreed()}};
+        object["shift"] = {{"right", report.shift->displacement.x}, {"below", report.shift->displacement.y},
+                           {"r_squared", report.shift->rSquared},   {"windows", report.shift->windows},
+                           {"spread", report.shift->spread},        {"agreed", report.shift->IsAgreed()}};
     if (!report.fit) return;
     object["fit"] = FitObject(*report.fit);
     object["fit"]["weights"] = report.fit->weights;

@@ -143,8 +143,8 @@ std::vector<hostkit::PixelRect> SpreadBlocks(const hostkit::PixelRect& area, dou
 
 bool FitBlock::FindPan(const KOVA::Tessara::Pixmere::RasterInfo& image) {
     constexpr double margin = 2.0;
-    panRect =
-        onPan.Beneath(rect.col0 - margin, rect.row0 - margin, rect.col1 + margin, rect.row1 + margin, image);
+    panRect = onPan.FindUnder(rect.col0 - margin, rect.row0 - margin, rect.col1 + margin, rect.row1 + margin,
+                              image);
     return !panRect.IsEmpty();
 }
 

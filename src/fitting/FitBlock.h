@@ -8,8 +8,8 @@
 #include <cstdint>
 #include <vector>
 
-/// The data that blur and gains are fitted to: blocks of multispectral pixels with pan beneath, from files or
-/// from memory.
+/// The data that blur and gains are fitted to: blocks of multispectral pixels with the pan pixels under them,
+/// from files or from memory.
 namespace fitting {
 
 /// One block, in numbers.
@@ -18,13 +18,13 @@ struct FitBlock {
     std::size_t bands = 0;
     std::vector<double> samples;          ///< bands interleaved by pixel
     std::vector<unsigned char> usable;    ///< per pixel: 1, or 0 without data or where a sample is saturated
-    hostkit::PixelRect panRect;           ///< the pan pixels beneath and a margin; may be empty
+    hostkit::PixelRect panRect;           ///< the pan pixels under it and a margin; may be empty
     std::vector<unsigned short> pan;      ///< 0 where not usable
     std::vector<unsigned char> panUsable; ///< the same for pan
     Footprint onPan;                      ///< where the pixels of the block lie on pan
 
     [[nodiscard]] std::size_t GetCount() const { return usable.size(); }
-    /// Finds the pan pixels that the block needs: those beneath, and two multispectral pixels around it.
+    /// Finds the pan pixels that the block needs: those under it, and two multispectral pixels around it.
     /// `image` gives the size of pan. False when there are none.
     bool FindPan(const KOVA::Tessara::Pixmere::RasterInfo& image);
     /// Takes the samples of panRect and a mask of those that can be used (not 0).

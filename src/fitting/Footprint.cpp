@@ -43,8 +43,8 @@ std::optional<double> Footprint::Mean(const AreaSums& sums, double left, double 
     return sum / (rows * columns);
 }
 
-PixelRect Footprint::Beneath(double left, double top, double right, double bottom,
-                             const RasterInfo& image) const {
+PixelRect Footprint::FindUnder(double left, double top, double right, double bottom,
+                               const RasterInfo& image) const {
     const auto clamp = [](double position, std::uint32_t pixels) {
         return static_cast<std::uint32_t>(std::clamp(position, 0.0, static_cast<double>(pixels)));
     };

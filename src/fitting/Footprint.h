@@ -22,8 +22,8 @@ struct Footprint {
     [[nodiscard]] std::optional<double> Mean(const AreaSums& sums, double left, double top, double right,
                                              double bottom) const;
     /// The pixels of an image under a rectangle of multispectral pixels. `image` gives its size.
-    [[nodiscard]] hostkit::PixelRect Beneath(double left, double top, double right, double bottom,
-                                             const KOVA::Tessara::Pixmere::RasterInfo& image) const;
+    [[nodiscard]] hostkit::PixelRect FindUnder(double left, double top, double right, double bottom,
+                                               const KOVA::Tessara::Pixmere::RasterInfo& image) const;
     /// The pixels of a part of the multispectral grid that lie completely on an image. Axes must be parallel.
     /// May be empty.
     [[nodiscard]] hostkit::PixelRect FindWhollyOn(const hostkit::PixelRect& part,

@@ -20,7 +20,7 @@ constexpr double finestStep = 1.0 / 128.0;
 constexpr double leastRSquared = 0.3; ///< below it the bands do not show where pan is
 constexpr std::size_t leastPixels = 200;
 
-double Length(const Point& way) { return std::hypot(way.x, way.y); }
+double Length(const Point& displacement) { return std::hypot(displacement.x, displacement.y); }
 
 /// A block and the pixels used in every trial: those that stay on usable pan for every shift tried.
 struct Window {
@@ -99,11 +99,11 @@ Best SearchGrid(const Windows& windows) {
 
 /// Moves to the best neighbour; halves the step when none is better.
 Best Climb(const Windows& windows, Best best) {
-    constexpr Point ways[] = {{1, 0}, {-1, 0}, {0, 1}, {0, -1}, {1, 1}, {-1, -1}, {1, -1}, {-1, 1}};
+    constexpr Point directions[] = {{1, 0}, {-1, 0}, {0, 1}, {0, -1}, {1, 1}, {-1, -1}, {1, -1}, {-1, 1}};
     for (double step = coarseStep / 2.0; step >= finestStep;) {
         Best next = best;
-        for (const Point& way : ways) {
-            const Point point{best.at.x + step * way.x, best.at.y + step * way.y};
+        for (const Point& direction : directions) {
+            const Point point{best.at.x + step * direction.x, best.at.y + step * direction.y};
             if (!IsWithinReach(point)) continue;
             const double rSquared = RSquaredAt(windows, point);
             if (rSquared > next.rSquared) next = {point, rSquared};
@@ -146,7 +146,7 @@ void MeasureSpread(std::vector<Window>& windows, const Best& all, Shift& shift) 
 
 } // namespace
 
-double Shift::GetLength() const { return Length(way); }
+double Shift::GetLength() const { return Length(displacement); }
 
 bool Shift::IsAgreed() const { return windows >= 2 && (spread <= 0.1 || spread <= GetLength() / 3.0); }
 

@@ -12,10 +12,10 @@ namespace fitting {
 /// multispectral pixels. With (0.5, 0), a feature of pan appears half a multispectral pixel further right in
 /// the multispectral image.
 struct Shift {
-    hostkit::Point way;
+    hostkit::Point displacement;
     double rSquared = 0.0; ///< of the weight fit after the shift is corrected
     /// The number of windows that could be measured alone, and the median distance of their shifts from
-    /// `way`.
+    /// `displacement`.
     std::uint32_t windows = 0;
     double spread = 0.0;
 

@@ -89,7 +89,7 @@ std::optional<std::string> ToUtf8(const std::string& text) {
 }
 
 constexpr const char* tooManyAttributes =
-    "An element has more than 1000 attributes, or the document as many name spaces";
+    "An element has more than 1000 attributes, or the document more than 1000 namespaces";
 constexpr const char* tooManyNodes = "The document has more than 300000 elements and attributes";
 
 // Which bound a document exceeds, or null. Bounds are needed because the parser compares each attribute of an

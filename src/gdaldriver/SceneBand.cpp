@@ -46,13 +46,14 @@ CPLErr SceneBand::IReadBlock(int column, int row, void* block) {
 CPLErr SceneBand::IRasterIO(GDALRWFlag flag, int column, int row, int columns, int rows, void* samples,
                             int outColumns, int outRows, GDALDataType type, GSpacing pixelSpace,
                             GSpacing lineSpace, GDALRasterIOExtraArg* extra) {
-    using Way = SceneDataset::Way;
+    using ReadPath = SceneDataset::ReadPath;
     if (flag == GF_Read) {
         const hostkit::PixelRect rect = RectOf(column, row, columns, rows);
-        const Way way = GetScene().ChooseWay(rect, 1, columns != outColumns || rows != outRows, extra);
-        if (way == Way::PastCache)
+        const ReadPath path =
+            GetScene().ChooseReadPath(rect, 1, columns != outColumns || rows != outRows, extra);
+        if (path == ReadPath::PastCache)
             return GetScene().ReadPastCache(rect, {&nBand, 1}, samples, type, pixelSpace, lineSpace, 0);
-        if (way == Way::ThroughCache && GetScene().FillCache(nBand, rect) != CE_None) return CE_Failure;
+        if (path == ReadPath::ThroughCache && GetScene().FillCache(nBand, rect) != CE_None) return CE_Failure;
     }
     return GDALPamRasterBand::IRasterIO(flag, column, row, columns, rows, samples, outColumns, outRows, type,
                                         pixelSpace, lineSpace, extra);

@@ -284,14 +284,15 @@ CPLErr SceneDataset::FillCache(int asked, const PixelRect& rect) {
 
 /// Large reads without resampling are fused in one go. They bypass the cache when all bands are read
 /// together, or when the cache has no room for the other bands.
-SceneDataset::Way SceneDataset::ChooseWay(const PixelRect& rect, int bands, bool isResampled,
-                                          const GDALRasterIOExtraArg* extra) const {
+SceneDataset::ReadPath SceneDataset::ChooseReadPath(const PixelRect& rect, int bands, bool isResampled,
+                                                    const GDALRasterIOExtraArg* extra) const {
     const bool tellsProgress = extra && extra->pfnProgress; // called after each block; may cancel there
     const std::size_t pixels = std::size_t{rect.GetColumns()} * rect.GetRows();
-    if (isResampled || tellsProgress || pixels < 4 * blockPixels) return Way::ByBlocks;
+    if (isResampled || tellsProgress || pixels < 4 * blockPixels) return ReadPath::ByBlocks;
     const std::size_t bytes = pixels * scene->GetBands() * (scene->GetBits() / 8);
-    return bands == nBands || bytes > static_cast<std::size_t>(GDALGetCacheMax64()) / 2 ? Way::PastCache
-                                                                                        : Way::ThroughCache;
+    return bands == nBands || bytes > static_cast<std::size_t>(GDALGetCacheMax64()) / 2
+               ? ReadPath::PastCache
+               : ReadPath::ThroughCache;
 }
 
 CPLErr SceneDataset::ReadPastCache(const PixelRect& rect, std::span<const int> bandMap, void* samples,
@@ -316,11 +317,12 @@ CPLErr SceneDataset::IRasterIO(GDALRWFlag flag, int column, int row, int columns
                                GDALRasterIOExtraArg* extra) {
     if (flag == GF_Read) {
         const PixelRect rect = RectOf(column, row, columns, rows);
-        const Way way = ChooseWay(rect, bandCount, columns != outColumns || rows != outRows, extra);
-        if (way == Way::PastCache)
+        const ReadPath path =
+            ChooseReadPath(rect, bandCount, columns != outColumns || rows != outRows, extra);
+        if (path == ReadPath::PastCache)
             return ReadPastCache(rect, {bandMap, static_cast<std::size_t>(bandCount)}, samples, type,
                                  pixelSpace, lineSpace, bandSpace);
-        if (way == Way::ThroughCache && FillCache(bandMap[0], rect) != CE_None) return CE_Failure;
+        if (path == ReadPath::ThroughCache && FillCache(bandMap[0], rect) != CE_None) return CE_Failure;
     }
     if (flag == GF_Read && (outColumns < columns || outRows < rows)) {
         int isTried = FALSE;

@@ -55,10 +55,10 @@ public:
     CPLErr ReadBlock(int asked, int column, int row, void* block);
 
     /// How a read is served: block by block, from blocks that are all made first, or without blocks.
-    enum class Way { ByBlocks, ThroughCache, PastCache };
-    /// The way for reading this many bands of a rectangle.
-    [[nodiscard]] Way ChooseWay(const hostkit::PixelRect& rect, int bands, bool isResampled,
-                                const GDALRasterIOExtraArg* extra) const;
+    enum class ReadPath { ByBlocks, ThroughCache, PastCache };
+    /// The path for reading this many bands of a rectangle.
+    [[nodiscard]] ReadPath ChooseReadPath(const hostkit::PixelRect& rect, int bands, bool isResampled,
+                                          const GDALRasterIOExtraArg* extra) const;
     /// Fills the cache with the missing blocks of a rectangle, several at a time. `asked` as above.
     CPLErr FillCache(int asked, const hostkit::PixelRect& rect);
     /// Fuses a rectangle directly into the caller's memory, in samples of any type.

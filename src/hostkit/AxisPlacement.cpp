@@ -47,11 +47,11 @@ void AxisPlacement::FindAxes() {
         kernels::MakeGridAxis(pan.pixelSizeY / image.pixelSizeY, (image.yMax - pan.yMax) / image.pixelSizeY);
 }
 
-void AxisPlacement::Move(const Point& way) {
-    image.xMin -= way.x * image.pixelSizeX;
-    image.xMax -= way.x * image.pixelSizeX;
-    image.yMin += way.y * image.pixelSizeY;
-    image.yMax += way.y * image.pixelSizeY;
+void AxisPlacement::Move(const Point& displacement) {
+    image.xMin -= displacement.x * image.pixelSizeX;
+    image.xMax -= displacement.x * image.pixelSizeX;
+    image.yMin += displacement.y * image.pixelSizeY;
+    image.yMax += displacement.y * image.pixelSizeY;
     FindAxes();
 }
 

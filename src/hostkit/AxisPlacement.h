@@ -13,7 +13,7 @@ public:
     AxisPlacement(const RasterInfo& panInfo, const RasterInfo& imageInfo);
 
     [[nodiscard]] bool RunsAlong() const override { return true; }
-    void Move(const Point& way) override;
+    void Move(const Point& displacement) override;
     [[nodiscard]] std::optional<Point> ToPan(const Point& at) const override;
     [[nodiscard]] std::optional<Point> FromPan(const Point& at) const override;
     [[nodiscard]] std::array<Point, 2> FindSteps() const override;

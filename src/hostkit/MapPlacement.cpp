@@ -42,9 +42,9 @@ MapPlacement::MapPlacement(const RasterInfo& panInfo, const RasterInfo& imageInf
                            std::shared_ptr<const PixelTransform> exact)
     : Placement(panInfo, imageInfo), map(std::move(positions)), transform(std::move(exact)) {}
 
-void MapPlacement::Move(const Point& way) {
-    moved = moved + way;
-    map.Move(way);
+void MapPlacement::Move(const Point& displacement) {
+    moved = moved + displacement;
+    map.Move(displacement);
 }
 
 std::optional<Point> MapPlacement::ToPan(const Point& at) const { return transform->ToPan(at - moved); }

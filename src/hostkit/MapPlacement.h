@@ -25,7 +25,7 @@ public:
                  std::shared_ptr<const PixelTransform> exact);
 
     [[nodiscard]] bool RunsAlong() const override { return false; }
-    void Move(const Point& way) override;
+    void Move(const Point& displacement) override;
     [[nodiscard]] std::optional<Point> ToPan(const Point& at) const override;
     [[nodiscard]] std::optional<Point> FromPan(const Point& at) const override;
     [[nodiscard]] std::array<Point, 2> FindSteps() const override;

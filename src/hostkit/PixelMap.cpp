@@ -85,9 +85,9 @@ Point PixelMap::Position(std::uint64_t x, std::uint64_t y) const {
     const Place across = Find(x, pointColumns), down = Find(y, CountRows());
     const Point* upper = points->data() + std::size_t{down.point} * pointColumns + across.point;
     const Point* lower = upper + pointColumns;
-    const auto blend = [&](double Point::*axis, double way) {
-        return Blend(Blend(upper[0].*axis, lower[0].*axis, down.fraction) + way,
-                     Blend(upper[1].*axis, lower[1].*axis, down.fraction) + way, across.fraction);
+    const auto blend = [&](double Point::*axis, double displacement) {
+        return Blend(Blend(upper[0].*axis, lower[0].*axis, down.fraction) + displacement,
+                     Blend(upper[1].*axis, lower[1].*axis, down.fraction) + displacement, across.fraction);
     };
     return {blend(&Point::x, moved.x), blend(&Point::y, moved.y)};
 }

@@ -28,7 +28,7 @@ public:
 
     /// Adds a displacement, in source pixels, to all positions. A displacement to the right samples further
     /// right.
-    void Move(const Point& way) { moved = moved + way; }
+    void Move(const Point& displacement) { moved = moved + displacement; }
 
     /// Positions of the pan pixels col0 to col1 - 1 of a row.
     void FindRow(std::uint32_t row, std::uint32_t col0, std::uint32_t col1, double* x, double* y) const;

@@ -34,7 +34,7 @@ public:
     /// True when the axes are parallel to pan's.
     [[nodiscard]] virtual bool RunsAlong() const = 0;
     /// Displaces the content: samples are taken this far to the right and down, in pixels of the image.
-    virtual void Move(const Point& way) = 0;
+    virtual void Move(const Point& displacement) = 0;
     /// The position on pan of a position on the image; none when it has none.
     [[nodiscard]] virtual std::optional<Point> ToPan(const Point& at) const = 0;
     /// The position on the image of a position on pan; none when it has none.

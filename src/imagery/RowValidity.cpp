@@ -5,7 +5,7 @@
 namespace imagery {
 
 void FindRowValidity(const hostkit::SampleBlock& pan, const hostkit::PixelRect& window, std::uint32_t row,
-                     std::span<hostkit::PlacedWindow* const> beneath, hostkit::Reach* reach,
+                     std::span<hostkit::PlacedWindow* const> coarse, hostkit::Reach* reach,
                      unsigned char* valid) {
     const std::size_t columns = window.GetColumns();
     if (pan.valid)
@@ -15,7 +15,7 @@ void FindRowValidity(const hostkit::SampleBlock& pan, const hostkit::PixelRect& 
                     columns);
     else
         std::memset(valid, 0xFF, columns);
-    for (hostkit::PlacedWindow* image : beneath)
+    for (hostkit::PlacedWindow* image : coarse)
         if (image->FindReach(row - window.row0, reach))
             for (std::size_t column = 0; column < columns; ++column)
                 valid[column] = reach[column] == hostkit::Reach::None ? 0 : valid[column];

@@ -106,8 +106,8 @@ public:
     /// A number stored as its difference from `from`, up or down.
     [[nodiscard]] std::int64_t NextFrom(std::uint32_t from) {
         const std::uint64_t number = Next();
-        const auto way = static_cast<std::int64_t>((number + 1) >> 1);
-        return std::int64_t{from} + (number % 2 == 0 ? way : -way);
+        const auto difference = static_cast<std::int64_t>((number + 1) >> 1);
+        return std::int64_t{from} + (number % 2 == 0 ? difference : -difference);
     }
     [[nodiscard]] bool HasFailed() const { return hasFailed; }
     [[nodiscard]] bool IsAtEnd() const { return at == bytes.size(); }

@@ -28,8 +28,8 @@ HWY_ATTR void FillLine(const MappedLine& line, std::size_t count, double* HWY_RE
     const bool isPowerOfTwo =
         std::fabs(std::frexp(line.length, &exponent)) == 0.5; // then 1 / length is exact
     const auto at = [&](auto number) HWY_ATTR {
-        const auto way = hn::Add(start, hn::Mul(number, step));
-        const auto t = isPowerOfTwo ? hn::Mul(way, part) : hn::Div(way, length);
+        const auto distance = hn::Add(start, hn::Mul(number, step));
+        const auto t = isPowerOfTwo ? hn::Mul(distance, part) : hn::Div(distance, length);
         return hn::Add(hn::Mul(from, hn::Sub(one, t)), hn::Mul(to, t));
     };
     auto number = hn::PromoteTo(d, hn::Iota(d32, 0));

@@ -29,7 +29,7 @@ inline constexpr std::uint32_t RowTooLong = 0x4F10;
 ///
 /// An operator that works sample by sample is a class that passes its name and its blend to this base. Other
 /// operators replace ProcessRow by a row of kernels/BlendRow.h. They replace InitOperator if they check, read
-/// or publish anything else, and release in Reset whatever else they keep.
+/// or publish anything else, and release in Reset what else they keep.
 template <class T>
 class BlendPixels : public BinaryRowOperator<T> {
 public:

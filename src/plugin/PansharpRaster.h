@@ -127,7 +127,7 @@ private:
     IRasterProcessChain* msChain = nullptr;
     IRasterProcessChain* irChain = nullptr;
     IRasterWorkspace* chainSource = nullptr; ///< the workspace that issued the chains
-    bool sourceTaken = false;                ///< it was removed since, and may be destroyed
+    bool sourceTaken = false;                ///< that workspace was removed, and may be destroyed
 
     RasterInfo workInfo;
     Aoi workAoi; ///< the request as given to the chains

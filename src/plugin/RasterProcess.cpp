@@ -8,7 +8,7 @@
 namespace KOVA::Tessara::Pixmere {
 
 RasterProcess::RasterProcess() = default;
-// Neither copies anything: the contract requires them, but nobody calls them.
+// Neither copies anything. The contract requires them, but nobody calls them.
 // NOLINTNEXTLINE(bugprone-copy-constructor-init)
 RasterProcess::RasterProcess(const RasterProcess&) : IObject(), IRasterProcess(), Object() {}
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment)

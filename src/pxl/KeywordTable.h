@@ -15,13 +15,13 @@ struct KeywordEntry {
     std::unique_ptr<Object> (*create)();
 };
 
-/// The function that creates a class, for a line of the table.
+/// Creates an object of a class; a line of the table points to it.
 template <class Object, class Class>
 std::unique_ptr<Object> CreateNew() {
     return std::make_unique<Class>();
 }
 
-/// A new object of the first line with this keyword in any letter case, or null.
+/// A new object of the class in the first line with this keyword, in any letter case; null without one.
 template <class Object, std::size_t count>
 std::unique_ptr<Object> CreateByKeyword(const KeywordEntry<Object> (&table)[count],
                                         const std::string& keyword) {

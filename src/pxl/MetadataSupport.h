@@ -11,7 +11,7 @@ namespace PXL {
 [[nodiscard]] std::string NumberList(const std::vector<double>& numbers);
 
 /// Facts about the configuration, published while metadata is enabled. It is the primary base of every image
-/// and row operator: its two operations have the slots 0 and 1 of their virtual tables.
+/// and row operator: its two operations take slots 0 and 1 of their virtual tables.
 class MetadataSupport {
 public:
     /// The facts, owned by this object.

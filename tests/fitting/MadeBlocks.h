@@ -41,7 +41,7 @@ public:
         KOVA::Tessara::Pixmere::RasterInfo info;
         info.cols = info.rows = size * ratio;
         block.panRect =
-            block.onPan.Beneath(rect.col0 - 2.0, rect.row0 - 2.0, rect.col1 + 2.0, rect.row1 + 2.0, info);
+            block.onPan.FindUnder(rect.col0 - 2.0, rect.row0 - 2.0, rect.col1 + 2.0, rect.row1 + 2.0, info);
         for (std::uint32_t row = block.panRect.row0; row < block.panRect.row1; ++row)
             for (std::uint32_t column = block.panRect.col0; column < block.panRect.col1; ++column) {
                 block.panUsable.push_back(row < 4 && column < 4 ? 0 : 1);

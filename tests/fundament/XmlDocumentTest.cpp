@@ -156,7 +156,7 @@ TEST(XmlDocument, RefusesHostileDocuments) {
         {"<?xml version='1.0' encoding='ISO-8859-1'?><!DOCTYPE a []><a/>", "type declaration"},
         {Repeat("<a>", 300) + Repeat("</a>", 300), "depth"},
         {many + "/>", "1000 attributes"},
-        {spaces + "/></a>", "name spaces"},
+        {spaces + "/></a>", "namespaces"},
         {testing::TempDir(), "cannot be read"},
         {"no-such-file.xml", "Start tag expected"},
         {"<a>&x;</a>", "'x'"},

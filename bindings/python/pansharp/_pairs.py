@@ -96,16 +96,16 @@ def moved(shift: Any, pan: Any, ms: Any, pixel_size: Any, offset: Any, nodata: _
         if found is None or not found[-1]:
             warnings.warn("the shift between pan and ms cannot be measured; it is not corrected", PansharpWarning, stacklevel=3)
             return offset, infrared_offset
-        way = found[:2]
+        displacement = found[:2]
     elif isinstance(shift, str):
         raise ValueError(f"shift is {shift!r}; give how far ms is displaced to the right and down, or 'auto'")
     else:
-        way = _checks.pair("shift", shift)
-    place = tuple(at + by for at, by in zip((0.0, 0.0) if offset is None else _checks.pair("offset", offset), way))
+        displacement = _checks.pair("shift", shift)
+    place = tuple(at + by for at, by in zip((0.0, 0.0) if offset is None else _checks.pair("offset", offset), displacement))
     if infrared is None:
         return place, infrared_offset
     fine, coarse, extra = (_checks.image(*of).shape for of in (("pan", pan, "(row, column)"), ("ms", ms, "(band, row, column)"),
                                                               ("infrared", infrared, "(row, column)")))
     sizes = zip(_checks.size(pixel_size, fine, coarse), _checks.size(infrared_pixel_size, fine, extra))
-    on_infrared = (by * of / own for by, (of, own) in zip(way, sizes))
+    on_infrared = (by * of / own for by, (of, own) in zip(displacement, sizes))
     return place, tuple(at + by for at, by in zip((0.0, 0.0) if infrared_offset is None else _checks.pair("infrared_offset", infrared_offset), on_infrared))

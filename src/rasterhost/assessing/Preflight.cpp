@@ -82,9 +82,9 @@ void AddTally(const ImageTally& tally, ImageFacts& facts) {
 
 /// "0.30 to the right and 0.45 up".
 std::string WhereText(const Shift& shift) {
-    return FormatString("%.2f %s and %.2f %s", std::fabs(shift.way.x),
-                        shift.way.x < 0.0 ? "to the left" : "to the right", std::fabs(shift.way.y),
-                        shift.way.y < 0.0 ? "up" : "down");
+    return FormatString("%.2f %s and %.2f %s", std::fabs(shift.displacement.x),
+                        shift.displacement.x < 0.0 ? "to the left" : "to the right",
+                        std::fabs(shift.displacement.y), shift.displacement.y < 0.0 ? "up" : "down");
 }
 
 std::string ShiftWarning(const Shift& shift, const PlacedImage& placed) {
@@ -95,13 +95,14 @@ std::string ShiftWarning(const Shift& shift, const PlacedImage& placed) {
                      multispectral.GetName().c_str(), WhereText(shift).c_str(), shift.windows, shift.spread);
     if (!multispectral.GetDescription()->IsGeoreferenced() || !multispectral.GetDescription()->isNorthUp ||
         !placed.placement->RunsAlong())
-        return text + FormatString("; fuse with --shift %.2f,%.2f", shift.way.x, shift.way.y);
+        return text +
+               FormatString("; fuse with --shift %.2f,%.2f", shift.displacement.x, shift.displacement.y);
     const RasterInfo info = placed.GetInfo();
-    const double x = -shift.way.x * info.pixelSizeX, y = shift.way.y * info.pixelSizeY;
+    const double x = -shift.displacement.x * info.pixelSizeX, y = shift.displacement.y * info.pixelSizeY;
     return text + FormatString("; correct it with gdal_translate -a_ullr %.10g %.10g %.10g %.10g, or fuse "
                                "with --shift %.2f,%.2f",
-                               info.xMin + x, info.yMax + y, info.xMax + x, info.yMin + y, shift.way.x,
-                               shift.way.y);
+                               info.xMin + x, info.yMax + y, info.xMax + x, info.yMin + y,
+                               shift.displacement.x, shift.displacement.y);
 }
 
 /// The share of pan that the other images cover.

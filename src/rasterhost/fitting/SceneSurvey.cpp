@@ -160,13 +160,13 @@ void AskForBlock(const Scene& scene, const PixelRect& block, double margin, Read
         const PlacedImage& image = scene.images[other];
         ahead.Ask(*image.image,
                   FootprintOn(scene, image, block)
-                      .Beneath(block.col0, block.row0, block.col1, block.row1, image.image->GetInfo()),
+                      .FindUnder(block.col0, block.row0, block.col1, block.row1, image.image->GetInfo()),
                   step);
     }
     ahead.Ask(*scene.pan,
               FootprintOnPan(scene, block)
-                  .Beneath(block.col0 - margin, block.row0 - margin, block.col1 + margin, block.row1 + margin,
-                           scene.pan->GetInfo()),
+                  .FindUnder(block.col0 - margin, block.row0 - margin, block.col1 + margin,
+                             block.row1 + margin, scene.pan->GetInfo()),
               step);
 }
 
@@ -187,10 +187,10 @@ bool SurveyBlock::ReadBands(const Scene& scene, const PixelRect& block, std::opt
 bool SurveyBlock::Read(const Scene& scene, const PixelRect& block, double margin, std::optional<int> bitDepth,
                        Status& status) {
     if (!ReadBands(scene, block, bitDepth, status)) return false;
-    const PixelRect beneath = onPan.Beneath(block.col0 - margin, block.row0 - margin, block.col1 + margin,
-                                            block.row1 + margin, scene.pan->GetInfo());
+    const PixelRect panRect = onPan.FindUnder(block.col0 - margin, block.row0 - margin, block.col1 + margin,
+                                              block.row1 + margin, scene.pan->GetInfo());
     std::vector<AreaSums> sums;
-    if (!ReadSums(*scene.pan, beneath, bitDepth, sums, tally.pan, status)) return false;
+    if (!ReadSums(*scene.pan, panRect, bitDepth, sums, tally.pan, status)) return false;
     pan = std::move(sums.front());
     return true;
 }
@@ -215,8 +215,8 @@ bool SurveyBlock::AddOther(const Scene& scene, const PlacedImage& other, std::op
     const std::size_t first = scene.FirstOf(other.role);
     std::vector<AreaSums> sums;
     if (!ReadSums(*other.image,
-                  print.Beneath(rect.col0, rect.row0, rect.col1, rect.row1, other.image->GetInfo()), bitDepth,
-                  sums, seen, status))
+                  print.FindUnder(rect.col0, rect.row0, rect.col1, rect.row1, other.image->GetInfo()),
+                  bitDepth, sums, seen, status))
         return false;
     for (std::size_t pixel = 0; pixel < usable.size(); ++pixel) {
         const double column = rect.col0 + static_cast<double>(pixel % rect.GetColumns());

@@ -26,7 +26,7 @@ bool LeavesGaps(const PlacedSource& source) {
 
 bool MayLackData(const FusionSources& sources) {
     return sources.covered != sources.part || sources.pan->MayLackData() ||
-           std::any_of(sources.beneath.begin(), sources.beneath.end(), LeavesGaps);
+           std::any_of(sources.coarse.begin(), sources.coarse.end(), LeavesGaps);
 }
 
 FusionSlot::FusionSlot(FusionSources fusionSources, const hostkit::PluginLibrary& plugin,
@@ -35,7 +35,7 @@ FusionSlot::FusionSlot(FusionSources fusionSources, const hostkit::PluginLibrary
       worker(plugin, settings.properties, from.pan->GetInfo(), pan, creation),
       outputBands(settings.outputBands) {
     if (settings.lowPass) lowPass.emplace(settings.lowPass, from.pan->GetInfo(), from.resampling);
-    for (const PlacedSource& source : from.beneath)
+    for (const PlacedSource& source : from.coarse)
         sources.push_back(std::make_unique<Source>(source));
 }
 

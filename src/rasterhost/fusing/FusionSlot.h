@@ -18,9 +18,9 @@ namespace rasterhost {
 /// The images that a slot reads, and how they lie on the grid of pan.
 struct FusionSources {
     hostkit::ImageSource* pan = nullptr;
-    std::vector<PlacedSource> beneath; ///< the multispectral bands, then the infrared band if there is one
-    hostkit::PixelRect part;           ///< the pan pixels within which windows lie
-    hostkit::PixelRect covered;        ///< those of them that may have data in all images
+    std::vector<PlacedSource> coarse; ///< the multispectral bands, then the infrared band if there is one
+    hostkit::PixelRect part;          ///< the pan pixels within which windows lie
+    hostkit::PixelRect covered;       ///< those of them that may have data in all images
     hostkit::Resampling resampling = hostkit::Resampling::Bilinear;
     std::uint32_t bands = 0; ///< number of multispectral bands
     bool isPlain = false;    ///< only upsample: pan adds no detail, but its gaps count

@@ -49,7 +49,7 @@ bool AskProcess(FusionSources sources, const hostkit::PluginLibrary& plugin, con
         return blanks.emplace_back(std::make_unique<BlankImage>(image)).get();
     };
     sources.pan = blank(*sources.pan);
-    for (PlacedSource& source : sources.beneath)
+    for (PlacedSource& source : sources.coarse)
         source.image = blank(*source.image);
     const PixelRect& covered = sources.covered;
     const PixelRect pixel{covered.col0, covered.row0, covered.col0 + 1, covered.row0 + 1};
@@ -115,7 +115,7 @@ bool DescribeFusion(const FusionSources& sources, const hostkit::PluginLibrary& 
                     OutputMetadata& metadata, Status& status) {
     NameValueMap facts;
     if (!AskProcess(sources, plugin, settings, facts, status)) return false;
-    AddFacts(facts, sources.pan->GetInfo(), sources.beneath.front().image->GetInfo(), metadata);
+    AddFacts(facts, sources.pan->GetInfo(), sources.coarse.front().image->GetInfo(), metadata);
     metadata.emplace_back("Method", settings.method);
     if (!settings.effectiveWeights.empty())
         metadata.emplace_back("EffectiveWeights", ListText(settings.effectiveWeights));

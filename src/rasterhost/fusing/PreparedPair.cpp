@@ -20,10 +20,11 @@ bool TakeBackShift(const PairRequest& request, Scene& scene, const Warn& warn, S
         warn("the shift between pan and the multispectral image cannot be measured; it is not corrected");
         return true;
     }
-    if (!MoveScene(shift->way, scene, status)) return false;
+    if (!MoveScene(shift->displacement, scene, status)) return false;
     warn(FormatString("the content of %s is displaced by (%.2f, %.2f) of its pixels to the right and down; "
                       "that is corrected",
-                      scene.GetMultispectral().image->GetName().c_str(), shift->way.x, shift->way.y));
+                      scene.GetMultispectral().image->GetName().c_str(), shift->displacement.x,
+                      shift->displacement.y));
     return true;
 }
 

@@ -157,19 +157,19 @@ void ProductFiles::TakeOne(const std::string& folder, const std::string& name) {
 
 /// Links may lead to folders that are already listed; the shortest path is kept.
 void ProductFiles::DropRepeated() {
-    std::map<std::string, std::string> places, ways;
+    std::map<std::string, std::string> places, shortest;
     for (const std::string& name : names) {
         const std::string folder = FolderPart(name);
         if (places.contains(folder)) continue;
         std::error_code failure;
         const std::string place = std::filesystem::canonical(PathOf(folder), failure).string();
         places[folder] = failure ? folder : place;
-        std::string& way = ways.emplace(places[folder], folder).first->second;
-        if (folder.size() < way.size()) way = folder;
+        std::string& path = shortest.emplace(places[folder], folder).first->second;
+        if (folder.size() < path.size()) path = folder;
     }
     std::erase_if(names, [&](const std::string& name) {
         const std::string folder = FolderPart(name);
-        return ways[places[folder]] != folder;
+        return shortest[places[folder]] != folder;
     });
 }
 

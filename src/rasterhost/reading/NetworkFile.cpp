@@ -111,15 +111,15 @@ std::string WithoutQuery(const std::string& name) {
 
 } // namespace
 
-GDALDataset* OpenRaster(const std::string& name, bool reportsErrors, ThroughKept way) {
+GDALDataset* OpenRaster(const std::string& name, bool reportsErrors, ThroughKept throughKept) {
     const unsigned flags = GDAL_OF_RASTER | GDAL_OF_READONLY | (reportsErrors ? GDAL_OF_VERBOSE_ERROR : 0);
     const bool isOnNetwork = IsOnNetwork(name);
     CPLStringList beside; // with only the file itself in the list, GDAL looks for no others
     if (isOnNetwork && IsNameOfTiff(name) && !LookAt(name + ".msk").exists &&
         !LookAt(name + ".aux.xml").exists)
         beside.AddString(name.substr(name.rfind('/') + 1).c_str());
-    const bool isKept =
-        isOnNetwork && way == ThroughKept::Yes && IsNameOfTiff(WithoutQuery(name)) && LookAt(name).exists;
+    const bool isKept = isOnNetwork && throughKept == ThroughKept::Yes && IsNameOfTiff(WithoutQuery(name)) &&
+                        LookAt(name).exists;
     const std::string opened = isKept ? KeptName(name) : name;
     GDALDatasetUniquePtr dataset(GDALDataset::Open(opened.c_str(), flags, nullptr, nullptr, beside.List()));
     std::array<double, 6> transform{};

@@ -39,7 +39,7 @@ enum class ThroughKept { No, Yes };
 /// for further files only if one of these exists or the TIFF has no position of its own, since each name
 /// costs a request. The caller closes the dataset.
 [[nodiscard]] GDALDataset* OpenRaster(const std::string& name, bool reportsErrors,
-                                      ThroughKept way = ThroughKept::No);
+                                      ThroughKept throughKept = ThroughKept::No);
 
 /// The files that a raster consists of, as GDAL lists them.
 [[nodiscard]] std::vector<std::string> ListFiles(GDALDataset& dataset);

@@ -78,19 +78,19 @@ bool Place(const PairRequest& request, PlacedImage& coarse, const char* role, co
 
 /// Converts a displacement on the multispectral image (on its first grid) to one on another image, over the
 /// same ground.
-Point WayOn(const PlacedImage& other, const Point& way, const Scene& scene) {
+Point DisplacementOn(const PlacedImage& other, const Point& displacement, const Scene& scene) {
     const RasterInfo& pan = scene.pan->GetInfo();
     const PlacedImage& first = scene.GetMultispectral();
     const RasterInfo own = other.GetInfo(), own1 = first.GetInfo();
-    const Point bySize{way.x * (own1.pixelSizeX / own.pixelSizeX),
-                       way.y * (own1.pixelSizeY / own.pixelSizeY)};
+    const Point bySize{displacement.x * (own1.pixelSizeX / own.pixelSizeX),
+                       displacement.y * (own1.pixelSizeY / own.pixelSizeY)};
     const bool isAlong = &other == &first || (first.placement->RunsAlong() && other.placement->RunsAlong());
     if (isAlong || pan.cols < 2 || pan.rows < 2) return bySize;
     const auto [across, down] = first.placement->FindSteps();
     const auto [ownAcross, ownDown] = other.placement->FindSteps();
     const double determinant = across.x * down.y - down.x * across.y;
-    const Point onPan{(way.x * down.y - way.y * down.x) / determinant,
-                      (way.y * across.x - way.x * across.y) / determinant};
+    const Point onPan{(displacement.x * down.y - displacement.y * down.x) / determinant,
+                      (displacement.y * across.x - displacement.x * across.y) / determinant};
     const Point turned{onPan.x * ownAcross.x + onPan.y * ownDown.x,
                        onPan.x * ownAcross.y + onPan.y * ownDown.y};
     // The middle of pan may have no position on the image.
@@ -98,9 +98,9 @@ Point WayOn(const PlacedImage& other, const Point& way, const Scene& scene) {
 }
 
 /// Displaces the content of images over the same ground, given the displacement on the multispectral image.
-void MoveTogether(std::span<const PlacedImage> images, const Point& way, const Scene& scene) {
+void MoveTogether(std::span<const PlacedImage> images, const Point& displacement, const Scene& scene) {
     for (const PlacedImage& image : images)
-        image.placement->Move(WayOn(image, way, scene));
+        image.placement->Move(DisplacementOn(image, displacement, scene));
 }
 
 bool OpenMultispectral(const PairRequest& request, Scene& scene, const Warn& warn, Status& status) {
@@ -183,10 +183,10 @@ std::vector<PlacedSource> Scene::GetSources() const {
     return sources;
 }
 
-bool MoveScene(const hostkit::Point& way, Scene& scene, Status& status) {
+bool MoveScene(const hostkit::Point& displacement, Scene& scene, Status& status) {
     scene.covered = scene.part;
-    scene.shift = {scene.shift.x + way.x, scene.shift.y + way.y};
-    MoveTogether(scene.images, way, scene);
+    scene.shift = {scene.shift.x + displacement.x, scene.shift.y + displacement.y};
+    MoveTogether(scene.images, displacement, scene);
     return std::all_of(scene.images.begin(), scene.images.end(), [&](const PlacedImage& coarse) {
         return CoverBy(
             coarse, scene, [](const std::string&) {}, status);

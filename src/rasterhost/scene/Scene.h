@@ -69,7 +69,7 @@ struct Scene {
 
 /// Displaces the content of all images except pan, by multispectral pixels, and finds again what they cover.
 /// False, with an item, when they no longer cover anything.
-[[nodiscard]] bool MoveScene(const hostkit::Point& way, Scene& scene, Status& status);
+[[nodiscard]] bool MoveScene(const hostkit::Point& displacement, Scene& scene, Status& status);
 
 /// Opens pan, the multispectral bands and the infrared band, and finds how they lie on each other. Reads no
 /// pixels. It neither measures a shift nor reduces the part to the intersection; see PreparedPair.h. Null

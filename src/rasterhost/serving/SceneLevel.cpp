@@ -47,34 +47,35 @@ SceneLevel::SceneLevel(const OpenPair& openPair, const Fusion& fusion, unsigned 
     covered = OnLevel(scene.covered, scene.part, level);
     if (!settings.lowPass) return;
     const RasterInfo& pan = scene.pan->GetInfo();
-    const RasterInfo coarse = scene.GetMultispectral().GetInfo();
+    const RasterInfo multispectral = scene.GetMultispectral().GetInfo();
     const double size = static_cast<double>(1u << level) * (1.0 + sizeNoise);
-    isPlain = pan.pixelSizeX * size >= coarse.pixelSizeX && pan.pixelSizeY * size >= coarse.pixelSizeY;
+    isPlain = pan.pixelSizeX * size >= multispectral.pixelSizeX &&
+              pan.pixelSizeY * size >= multispectral.pixelSizeY;
     settings.lowPass = isPlain ? nullptr
                                : std::make_shared<hostkit::PanLowPass>(settings.lowPass->On(
-                                     hostkit::CoarseInfo(pan, scene.part, level), coarse));
+                                     hostkit::CoarseInfo(pan, scene.part, level), multispectral));
 }
 
 /// Of an image with more bands than take part, only the first are used.
 void SceneLevel::AddImage(std::size_t position, std::size_t keptBands) {
     const Scene& scene = pair.GetScene();
     const PlacedImage& image = scene.images[position];
-    Beneath with{position + 1, image.image->GetDescription(), 0, nullptr, image.bands, image.role};
+    CoarseImage added{position + 1, image.image->GetDescription(), 0, nullptr, image.bands, image.role};
     if (image.role == Role::Multispectral)
-        std::erase_if(with.bands, [&](std::size_t band) { return band >= keptBands; });
-    if (with.bands.empty()) return;
-    if (with.bands.size() < image.bands.size()) {
-        std::vector<std::size_t> order(with.bands.size());
+        std::erase_if(added.bands, [&](std::size_t band) { return band >= keptBands; });
+    if (added.bands.empty()) return;
+    if (added.bands.size() < image.bands.size()) {
+        std::vector<std::size_t> order(added.bands.size());
         std::iota(order.begin(), order.end(), std::size_t{0});
-        with.description = std::make_shared<const ImageDescription>(with.description->WithBands(order));
+        added.description = std::make_shared<const ImageDescription>(added.description->WithBands(order));
     }
     if (level > 0) {
-        with.level = ReductionFor(scene.pan->GetInfo(), image.GetInfo(), level);
-        with.placement = image.placement->Coarsen({scene.part, level, with.level});
+        added.level = ReductionFor(scene.pan->GetInfo(), image.GetInfo(), level);
+        added.placement = image.placement->Coarsen({scene.part, level, added.level});
     } else {
-        with.placement = {std::shared_ptr<void>(), image.placement.get()}; // owned by the scene
+        added.placement = {std::shared_ptr<void>(), image.placement.get()}; // owned by the scene
     }
-    beneath.push_back(std::move(with));
+    coarse.push_back(std::move(added));
 }
 
 /// The images of a slot, owned by it.
@@ -93,10 +94,10 @@ FusionSources SceneLevel::MakeSources(Slot& slot) const {
                           scene.resampling,
                           static_cast<std::uint32_t>(settings.bands),
                           isPlain};
-    for (const Beneath& image : beneath) {
+    for (const CoarseImage& image : coarse) {
         // The store has all bands.
         const bool hasAll = image.bands.size() == scene.images[image.reader - 1].bands.size();
-        sources.beneath.push_back(
+        sources.coarse.push_back(
             {add(image.reader, image.description, hostkit::WholeImage(image.description->info), image.level,
                  hasAll ? &pair.GetStore(image.reader) : nullptr),
              image.placement.get(), image.bands, image.role});

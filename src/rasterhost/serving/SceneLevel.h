@@ -45,7 +45,7 @@ public:
     [[nodiscard]] const hostkit::PixelRect& GetPart() const { return part; }
 
 private:
-    struct Beneath {
+    struct CoarseImage {
         std::size_t reader;
         std::shared_ptr<const ImageDescription> description;
         unsigned level;
@@ -59,7 +59,7 @@ private:
     const OpenPair& pair;
     unsigned level;
     hostkit::PixelRect part, covered;
-    std::vector<Beneath> beneath;
+    std::vector<CoarseImage> coarse;
     ProcessSettings settings;
     bool isPlain; ///< the result is the multispectral image
 };

@@ -41,10 +41,11 @@ std::string LossAskedFor(const OutputPlan& plan) {
 
 constexpr int trialSide = 64; ///< side of the trial image
 
-bool MoveSamples(GDALDataset& dataset, GDALRWFlag way, int bands, std::vector<unsigned short>& samples) {
+bool MoveSamples(GDALDataset& dataset, GDALRWFlag direction, int bands,
+                 std::vector<unsigned short>& samples) {
     return dataset.GetRasterCount() >= bands &&
-           dataset.RasterIO(way, 0, 0, trialSide, trialSide, samples.data(), trialSide, trialSide, GDT_UInt16,
-                            bands, nullptr, 0, 0, 0, nullptr) == CE_None;
+           dataset.RasterIO(direction, 0, 0, trialSide, trialSide, samples.data(), trialSide, trialSide,
+                            GDT_UInt16, bands, nullptr, 0, 0, 0, nullptr) == CE_None;
 }
 
 /// Writes an image as the format requires: by creating or by copying.

@@ -24,8 +24,8 @@ TEST(Shift, IsFoundToATwentieth) {
         std::optional<Shift> shift;
         ASSERT_TRUE(MeasureShift(*scene, {}, shift, status)) << status.ToText();
         ASSERT_TRUE(shift);
-        EXPECT_NEAR(shift->way.x, right / 20.0, 0.05);
-        EXPECT_NEAR(shift->way.y, below / 20.0, 0.05);
+        EXPECT_NEAR(shift->displacement.x, right / 20.0, 0.05);
+        EXPECT_NEAR(shift->displacement.y, below / 20.0, 0.05);
         EXPECT_GT(shift->rSquared, 0.95);
         EXPECT_EQ(shift->windows, 9u);
         EXPECT_LT(shift->spread, 0.05);
@@ -60,7 +60,7 @@ TEST(Shift, IsNotMadeUp) {
     std::optional<Shift> shift;
     auto scene = OpenScene(request, ignore, status);
     ASSERT_TRUE(scene && MeasureShift(*scene, {}, shift, status)) << status.ToText();
-    EXPECT_FALSE(shift) << shift->way.x << " " << shift->way.y;
+    EXPECT_FALSE(shift) << shift->displacement.x << " " << shift->displacement.y;
     request.pan.file =
         folder.Write("other.tif", {192, 192, 1, GDT_UInt16, Grid(5), {}}, [](int c, int r, int) {
             return static_cast<unsigned>(20000.0 + 9000.0 * Noise(unsigned(c / 4), unsigned(r / 4), 9));

@@ -256,8 +256,8 @@ TEST(GridsFit, FindsTheShiftOfATurnedImage) {
     ASSERT_TRUE(rasterhost::Preflight(request, facts, status)) << status.ToText();
     ASSERT_TRUE(facts.shift);
     EXPECT_TRUE(facts.shift->IsAgreed());
-    EXPECT_NEAR(facts.shift->way.x, 0.5, 0.05);
-    EXPECT_NEAR(facts.shift->way.y, 0.0, 0.05);
+    EXPECT_NEAR(facts.shift->displacement.x, 0.5, 0.05);
+    EXPECT_NEAR(facts.shift->displacement.y, 0.0, 0.05);
 }
 
 } // namespace
