@@ -139,8 +139,8 @@ std::string FormatPreview(const std::string& file, const SharpenRequest& request
         report.bands < 3
             ? FormatString("band %d in grey", band(0))
             : FormatString("bands %d, %d and %d in red, green and blue%s", band(red), band(green), band(blue),
-                           bands.isGuessed ? ", which is a guess, because nothing names them" : "");
-    return FormatString("  preview %s: pan, then %s, upsampled and fused\n", file.c_str(), shown.c_str());
+                           bands.isGuessed ? " (a guess: nothing names them)" : "");
+    return FormatString("  preview %s: pan, upsampled, fused; %s\n", file.c_str(), shown.c_str());
 }
 
 } // namespace cli

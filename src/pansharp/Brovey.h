@@ -18,9 +18,8 @@ void BroveyWeightsToProperties(const double* weights, std::uint32_t count, std::
 
 inline constexpr PansharpBandParameter broveyWeights[] = {
     {{"BandWeight-N", "double", "1",
-      "weight of multispectral band N in the simulated pan, before scaling: with four bands or more and the "
-      "first three weights above 0, the first four are multiplied by 4, or by 3 when the fourth is not above "
-      "0"},
+      "weight of multispectral band N in the simulated pan, before scaling. With four bands or more, and "
+      "the first three weights above 0, the first four are scaled by 4; by 3 when the fourth is not above 0"},
      {"AdditionalBandWeight", "double", "",
       "replaces the weight of the last band, the infrared one when there is one; it is not scaled"},
      -unbounded,

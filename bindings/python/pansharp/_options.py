@@ -37,8 +37,8 @@ def engine() -> Any:
     try:
         from . import _files
     except ImportError as error:
-        raise ImportError("the functions for files need the libraries of GDAL and oneTBB that pansharp was built with (on Debian "
-                          f"libgdal and libtbb12), and a pansharp that was built with them; those for arrays do without: {error}") from error
+        raise ImportError("the functions for files need a pansharp that was built with GDAL and oneTBB, and these libraries (on Debian "
+                          f"libgdal and libtbb12); the functions for arrays do without: {error}") from error
     return _files
 
 
