@@ -122,8 +122,8 @@ def flat(sizes, trials):
     """Seconds and memory by size, without the peer, which takes 8 GB for the largest. A scene of 64 x 64 shows the start-up time."""
     results, out = [], WORK / "flat.tif"
 
-    def measure(run, layout, ways, made=()):
-        found = alternate(ways, trials, made)
+    def measure(run, layout, commands, made=()):
+        found = alternate(commands, trials, made)
         start = found[64]["median"]
         for size in sizes:
             seconds = found[size]["median"]
