@@ -81,8 +81,9 @@ template <class T>
 void Down(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
     const std::size_t count = input.Take<std::uint8_t>();
     const double fraction = input.Take<std::uint16_t>() / 65535.0;
-    const std::uint32_t steps = 1u << input.Below(5);
-    const std::uint32_t across = 1u << input.Below(5);
+    std::uint32_t steps = input.Pick(wholeSteps);
+    const std::uint32_t across = input.Pick(wholeSteps);
+    if (!AreWhole(across, steps)) steps = across;
     const std::uint32_t part = input.Below(steps);
     const auto upper = Samples<T>(input, count);
     const auto lower = Samples<T>(input, count);

@@ -58,6 +58,11 @@ kernels::SimdTarget Target() {
     return target;
 }
 
+/// The offset of a source column in a row of the block, in samples.
+std::uint32_t OffsetOf(const SamplerShape& shape, std::uint32_t column) {
+    return (column - shape.firstColumn) * shape.bands;
+}
+
 template <class T>
 class BilinearSampler final : public RowSampler {
 public:
@@ -89,32 +94,23 @@ private:
     AcrossRows<double, 2> across;
 };
 
-/// Bilinear sampling in whole numbers, for taps whose fractions are whole multiples of a step.
+/// Bilinear sampling in whole numbers, in vectors.
 template <class T>
 class WholeSampler final : public RowSampler {
 public:
-    WholeSampler(std::uint32_t bandCount, const std::vector<BilinearTap>& columns,
-                 std::vector<BilinearTap> rows, std::uint32_t stepsAcross, std::uint32_t stepsDown)
-        : bands(bandCount), rowTaps(std::move(rows)), acrossSteps(stepsAcross), downSteps(stepsDown),
-          samples(columns.size() * bandCount), across(samples + sizeof(kernels::Word)) {
-        const auto words = static_cast<std::uint32_t>(kernels::PixelWords<T>(bands));
-        firstOffset = columns.empty() ? 0 : columns.front().first;
-        std::uint32_t lastOffset = firstOffset;
-        for (const BilinearTap& tap : columns) {
-            lastOffset = std::max(lastOffset, tap.second);
-            columnTaps.push_back({(tap.first - firstOffset) / bands * words,
-                                  (tap.second - firstOffset) / bands * words,
-                                  static_cast<std::uint32_t>(tap.fraction * acrossSteps)});
-        }
-        spread.resize(std::size_t{(lastOffset - firstOffset) / bands + 1} * words);
-    }
+    WholeSampler(kernels::AcrossPlan<float> made, const SamplerShape& shape, std::vector<BilinearTap> rows,
+                 std::uint32_t stepsAcross, std::uint32_t stepsDown)
+        : plan(std::move(made)), sourceRow(plan, shape.sourceColumns),
+          firstOffset(OffsetOf(shape, sourceRow.GetFirstPixel())), rowTaps(std::move(rows)),
+          acrossSteps(stepsAcross), downSteps(stepsDown), samples(shape.columns.size() * shape.bands),
+          across(samples + plan.lanes) {}
 
     void Sample(std::uint32_t row, const SampleBlock& source, void* out) override {
         const BilinearTap& tap = rowTaps[row];
         const Whole* first = Across(source, tap.first, tap);
         const Whole* second = Across(source, tap.second, tap);
-        down(first, second, static_cast<std::uint32_t>(tap.fraction * downSteps), downSteps, acrossSteps,
-             samples, static_cast<T*>(out));
+        down(first, second, kernels::StepsOf(tap.fraction, downSteps), downSteps, acrossSteps, samples,
+             static_cast<T*>(out));
     }
 
 private:
@@ -122,21 +118,21 @@ private:
 
     const Whole* Across(const SampleBlock& source, std::uint32_t number, const BilinearTap& tap) {
         return across.Get(number, {tap.first, tap.second}, [&](Whole* values) {
-            kernels::SpreadRow(RowOf<T>(source, number) + firstOffset,
-                               spread.size() / kernels::PixelWords<T>(bands), bands, spread.data());
-            kernels::AcrossWhole<T>(spread.data(), columnTaps.data(), columnTaps.size(), bands, acrossSteps,
-                                    values);
+            const T* from = RowOf<T>(source, number) + firstOffset;
+            acrossRow.across(
+                plan, sourceRow.Make([&](float* to) { std::copy_n(from, sourceRow.GetSamples(), to); }),
+                values);
         });
     }
 
-    std::uint32_t bands;
-    std::vector<kernels::WholeTap> columnTaps;
+    kernels::AcrossPlan<float> plan;
+    kernels::PlannedRow<float> sourceRow;
+    std::uint32_t firstOffset; ///< of the first source sample needed, counted in a row of the block
     std::vector<BilinearTap> rowTaps;
     std::uint32_t acrossSteps;
     std::uint32_t downSteps;
     std::size_t samples;
-    std::uint32_t firstOffset = 0; ///< of the first source sample needed, counted in a row of the block
-    std::vector<kernels::Word> spread;
+    kernels::AcrossWhole<T> acrossRow = kernels::AcrossWholeFor<T>(Target());
     kernels::DownRowWhole<T> down = kernels::DownRowWholeFor<T>(Target());
     AcrossRows<Whole, 2> across;
 };
@@ -191,11 +187,6 @@ private:
     std::vector<CubicTap> rowTaps;
 };
 
-/// The offset of a source column in a row of the block, in samples.
-std::uint32_t OffsetOf(const SamplerShape& shape, std::uint32_t column) {
-    return (column - shape.firstColumn) * shape.bands;
-}
-
 template <class T>
 std::unique_ptr<RowSampler> MakeBilinear(const SamplerShape& shape) {
     std::vector<BilinearTap> columns, rows;
@@ -207,8 +198,11 @@ std::unique_ptr<RowSampler> MakeBilinear(const SamplerShape& shape) {
         rows.push_back(kernels::ClampTap(position, shape.sourceRows));
     const std::uint32_t across = kernels::WholeSteps(columns);
     const std::uint32_t down = kernels::WholeSteps(rows);
-    if (across != 0 && down != 0)
-        return std::make_unique<WholeSampler<T>>(shape.bands, columns, std::move(rows), across, down);
+    if (kernels::AreWhole(across, down)) {
+        const std::uint32_t lanes = kernels::AcrossWholeFor<T>(Target()).lanes;
+        if (auto plan = kernels::MakeWholePlan(shape.columns, shape.bands, lanes, across))
+            return std::make_unique<WholeSampler<T>>(std::move(*plan), shape, std::move(rows), across, down);
+    }
     return std::make_unique<BilinearSampler<T>>(shape.bands, std::move(columns), std::move(rows));
 }
 

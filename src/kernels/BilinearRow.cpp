@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
-#include <vector>
 
 namespace kernels {
 
@@ -24,21 +22,6 @@ void Across(const T* source, const BilinearTap* taps, std::size_t pixels, std::u
     }
 }
 
-// The last word of a pixel may overlap the next pixel, which is written after it. N = 0 means any word count.
-template <std::size_t N>
-void BlendWords(const Word* source, const WholeTap* taps, std::size_t pixels, std::size_t anyWords,
-                std::size_t pixelBytes, std::uint32_t steps, unsigned char* out) {
-    const std::size_t words = N != 0 ? N : anyWords;
-    for (std::size_t p = 0; p < pixels; ++p, out += pixelBytes) {
-        const Word* a = source + taps[p].first;
-        const Word* b = source + taps[p].second;
-        for (std::size_t i = 0; i < words; ++i) {
-            const Word blend = a[i] * (steps - taps[p].part) + b[i] * taps[p].part;
-            std::memcpy(out + i * sizeof(Word), &blend, sizeof(Word));
-        }
-    }
-}
-
 } // namespace
 
 BilinearTap ClampTap(const GridPosition& position, std::int64_t pixels) {
@@ -54,14 +37,13 @@ T BilinearSample(T a, T b, T c, T d, double fx, double fy) {
 }
 
 std::uint32_t WholeSteps(std::span<const BilinearTap> taps) {
-    constexpr std::uint32_t most = 16;
-    std::uint32_t steps = 1;
-    for (const BilinearTap& tap : taps)
-        while (tap.fraction * steps != std::floor(tap.fraction * steps)) {
-            if (steps == most) return 0;
-            steps *= 2;
-        }
-    return steps;
+    const auto serves = [&](std::uint32_t steps) {
+        return std::all_of(taps.begin(), taps.end(), [steps](const BilinearTap& tap) {
+            return tap.fraction == static_cast<double>(StepsOf(tap.fraction, steps)) / steps;
+        });
+    };
+    const auto found = std::find_if(wholeSteps.begin(), wholeSteps.end(), serves);
+    return found != wholeSteps.end() ? *found : 0;
 }
 
 template <class T>
@@ -80,40 +62,14 @@ AcrossRow<T> ChooseAcrossRow(std::uint32_t bands) {
     }
 }
 
-template <class T>
-void SpreadRow(const T* source, std::size_t pixels, std::uint32_t bands, Word* out) {
-    const std::size_t words = PixelWords<T>(bands);
-    const bool isFull = bands * sizeof(WholeOf<T>) == words * sizeof(Word);
-    if (isFull) {
-        constexpr std::size_t samples = sizeof(Word) / sizeof(WholeOf<T>);
-        for (std::size_t i = 0; i < pixels * words; ++i) {
-            WholeOf<T> values[samples];
-            std::copy_n(source + i * samples, samples, values);
-            std::memcpy(out + i, values, sizeof(Word));
-        }
-        return;
-    }
-    std::vector<WholeOf<T>> pixel(words * sizeof(Word) / sizeof(WholeOf<T>));
-    for (std::size_t p = 0; p < pixels; ++p) {
-        std::copy_n(source + p * bands, bands, pixel.begin());
-        std::memcpy(out + p * words, pixel.data(), words * sizeof(Word));
-    }
-}
-
-template <class T>
-void AcrossWhole(const Word* source, const WholeTap* taps, std::size_t pixels, std::uint32_t bands,
-                 std::uint32_t steps, WholeOf<T>* out) {
-    const std::size_t words = PixelWords<T>(bands);
-    const std::size_t pixelBytes = bands * sizeof(WholeOf<T>);
-    auto* bytes = reinterpret_cast<unsigned char*>(out);
-    switch (words) {
-    case 1:
-        return BlendWords<1>(source, taps, pixels, words, pixelBytes, steps, bytes);
-    case 2:
-        return BlendWords<2>(source, taps, pixels, words, pixelBytes, steps, bytes);
-    default:
-        return BlendWords<0>(source, taps, pixels, words, pixelBytes, steps, bytes);
-    }
+std::optional<AcrossPlan<float>> MakeWholePlan(std::span<const GridPosition> columns, std::uint32_t bands,
+                                               std::uint32_t lanes, std::uint32_t steps) {
+    const auto weigh = [steps](const GridPosition& column, float* weights) {
+        const std::uint32_t part = StepsOf(column.fraction, steps);
+        weights[0] = static_cast<float>(steps - part);
+        weights[1] = static_cast<float>(part);
+    };
+    return MakeAcrossPlan<float>(columns, bands, lanes, {0, 2, weigh});
 }
 
 template <class T>
@@ -128,8 +84,10 @@ template <class T>
 void DownRowWholeScalar(const WholeOf<T>* upper, const WholeOf<T>* lower, std::uint32_t part,
                         std::uint32_t steps, std::uint32_t acrossSteps, std::size_t samples, T* out) {
     const std::uint32_t scale = steps * acrossSteps;
+    const auto whole = [](WholeOf<T> value) { return static_cast<std::uint32_t>(value); };
     for (std::size_t i = 0; i < samples; ++i)
-        out[i] = static_cast<T>((upper[i] * (steps - part) + lower[i] * part + scale / 2) / scale);
+        out[i] =
+            static_cast<T>((whole(upper[i]) * (steps - part) + whole(lower[i]) * part + scale / 2) / scale);
 }
 
 template unsigned char BilinearSample(unsigned char, unsigned char, unsigned char, unsigned char, double,
@@ -138,12 +96,6 @@ template unsigned short BilinearSample(unsigned short, unsigned short, unsigned 
                                        double);
 template AcrossRow<unsigned char> ChooseAcrossRow(std::uint32_t);
 template AcrossRow<unsigned short> ChooseAcrossRow(std::uint32_t);
-template void SpreadRow(const unsigned char*, std::size_t, std::uint32_t, Word*);
-template void SpreadRow(const unsigned short*, std::size_t, std::uint32_t, Word*);
-template void AcrossWhole<unsigned char>(const Word*, const WholeTap*, std::size_t, std::uint32_t,
-                                         std::uint32_t, WholeOf<unsigned char>*);
-template void AcrossWhole<unsigned short>(const Word*, const WholeTap*, std::size_t, std::uint32_t,
-                                          std::uint32_t, WholeOf<unsigned short>*);
 template void DownRowScalar(const double*, const double*, double, std::size_t, unsigned char*);
 template void DownRowScalar(const double*, const double*, double, std::size_t, unsigned short*);
 template void DownRowWholeScalar(const WholeOf<unsigned char>*, const WholeOf<unsigned char>*, std::uint32_t,

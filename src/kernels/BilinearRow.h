@@ -1,10 +1,13 @@
 #pragma once
 
+#include "kernels/AcrossPlan.h"
 #include "kernels/GridAxis.h"
 #include "kernels/Simd.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <type_traits>
 
@@ -32,14 +35,31 @@ struct BilinearTap {
 template <class T>
 [[nodiscard]] T BilinearSample(T a, T b, T c, T d, double fx, double fy);
 
-/// Whole numbers large enough for 256 times the largest sample.
-template <class T>
-using WholeOf = std::conditional_t<sizeof(T) == 1, std::uint16_t, std::uint32_t>;
+/// The numbers of steps in which fractions are counted. Products and sums of a row's samples with whole
+/// numbers of steps are whole numbers, which vectors compute exactly.
+inline constexpr std::array<std::uint32_t, 7> wholeSteps{2, 4, 8, 16, 3, 5, 7};
 
-/// The smallest of the counts 1, 2, 4, 8 and 16 for which all fractions are multiples of 1 / count; 0 if none
-/// is. With such fractions on both axes every product and sum of the definition is exact, so whole numbers
-/// give the same samples.
+/// The first of `wholeSteps` of which all fractions are whole multiples; 0 if none is. The multiple of an odd
+/// number must be the double closest to it.
 [[nodiscard]] std::uint32_t WholeSteps(std::span<const BilinearTap> taps);
+
+/// The multiple of 1 / steps that a fraction is.
+[[nodiscard]] inline std::uint32_t StepsOf(double fraction, std::uint32_t steps) {
+    return static_cast<std::uint32_t>(fraction * steps + 0.5);
+}
+
+/// Whether whole numbers give the samples of the definition, for the numbers of steps across and down.
+///
+/// If both are even, every product and sum of the definition is exact. If both are odd, its errors are less
+/// than 2^-30. The exact result before truncation, n / (across * down) + 1/2 for a whole number n, is at
+/// least 1 / (2 * 49) away from every whole number. If only one is odd, a half may be reached and missed.
+[[nodiscard]] constexpr bool AreWhole(std::uint32_t across, std::uint32_t down) {
+    return across != 0 && down != 0 && across % 2 == down % 2;
+}
+
+/// Holds whole numbers of up to 256 times the largest sample.
+template <class T>
+using WholeOf = std::conditional_t<sizeof(T) == 1, std::uint16_t, float>;
 
 /// Interpolates one source row across. Writes exactly pixels * bands values between 0 and the largest sample.
 /// Reads only the samples at the offsets of the taps.
@@ -51,32 +71,22 @@ using AcrossRow = void (*)(const T* source, const BilinearTap* taps, std::size_t
 template <class T>
 [[nodiscard]] AcrossRow<T> ChooseAcrossRow(std::uint32_t bands);
 
-/// The same in whole numbers. A word holds several samples side by side, each with room for 16 times the
-/// largest sample; one multiplication serves all of them.
-using Word = std::uint64_t;
+/// A plan for the columns of a window in whole numbers of steps across; see MakeAcrossPlan.
+[[nodiscard]] std::optional<AcrossPlan<float>> MakeWholePlan(std::span<const GridPosition> columns,
+                                                             std::uint32_t bands, std::uint32_t lanes,
+                                                             std::uint32_t steps);
 
-/// The number of words that hold the samples of one pixel.
+/// Interpolation across in whole numbers, in vectors.
 template <class T>
-[[nodiscard]] constexpr std::size_t PixelWords(std::uint32_t bands) {
-    return (bands * sizeof(WholeOf<T>) + sizeof(Word) - 1) / sizeof(Word);
-}
-
-/// A tap as offsets in words, and the number of steps from the first to the second pixel.
-struct WholeTap {
-    std::uint32_t first = 0;
-    std::uint32_t second = 0;
-    std::uint32_t part = 0;
+struct AcrossWhole {
+    std::uint32_t lanes = 0; ///< for the plan; 0 for the scalar target, which has only the definition
+    /// Writes the values of a row, `steps` times as large as samples, and up to `lanes` undefined ones after
+    /// them.
+    void (*across)(const AcrossPlan<float>& plan, const float* row, WholeOf<T>* out) = nullptr;
 };
 
-/// Spreads the samples of a source row over words. Writes pixels * PixelWords words.
 template <class T>
-void SpreadRow(const T* source, std::size_t pixels, std::uint32_t bands, Word* out);
-
-/// Interpolates a spread row across. Writes pixels * bands values, `steps` times as large as samples, and up
-/// to sizeof(Word) undefined bytes after them.
-template <class T>
-void AcrossWhole(const Word* source, const WholeTap* taps, std::size_t pixels, std::uint32_t bands,
-                 std::uint32_t steps, WholeOf<T>* out);
+[[nodiscard]] AcrossWhole<T> AcrossWholeFor(SimdTarget target);
 
 /// Blends two interpolated rows of `samples` values and stores the result rounded half up.
 template <class T>
@@ -84,7 +94,7 @@ using DownRow = void (*)(const double* upper, const double* lower, double fracti
                          T* out);
 
 /// The same for rows in whole numbers. The output row lies `part` of `steps` on the way down, and the values
-/// are `acrossSteps` times as large as samples. WholeSteps gives both numbers of steps.
+/// are `acrossSteps` times as large as samples. AreWhole is true for both numbers of steps.
 template <class T>
 using DownRowWhole = void (*)(const WholeOf<T>* upper, const WholeOf<T>* lower, std::uint32_t part,
                               std::uint32_t steps, std::uint32_t acrossSteps, std::size_t samples, T* out);

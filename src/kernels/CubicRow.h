@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kernels/AcrossPlan.h"
 #include "kernels/GridAxis.h"
 #include "kernels/Simd.h"
 
@@ -9,7 +10,6 @@
 #include <optional>
 #include <span>
 #include <type_traits>
-#include <vector>
 
 /// Cubic convolution between pixel centres (Keys 1981, a = -0.5), separated by axis. A source row is
 /// interpolated across once; then four such rows are weighted down.
@@ -60,31 +60,10 @@ inline constexpr double cubicError = std::is_same_v<V, float> ? 36.0 * 255 / (1 
 template <class V>
 [[nodiscard]] std::array<V, 4> CubicWeights(const CubicTap& tap);
 
-/// How every vector of output samples of a row is made from the samples of a source row. The samples of the
-/// first taps lie in one vector of the source; those of each next tap lie one pixel further.
+/// A plan for the columns of a window; see MakeAcrossPlan.
 template <class V>
-struct CubicPlan {
-    using Lane = std::conditional_t<sizeof(V) == 8, std::int64_t, std::int32_t>;
-
-    std::uint32_t lanes = 0; ///< samples per vector
-    std::uint32_t bands = 0;
-    std::int64_t firstPixel = 0; ///< first pixel of the source row that is needed; may lie before the image
-    std::uint32_t pixels = 0;    ///< number of pixels needed from there on
-    struct Vector {
-        std::uint32_t out = 0;    ///< its first output sample
-        std::uint32_t source = 0; ///< where the vector in the source begins, in samples from firstPixel
-    };
-    std::vector<Vector> vectors; ///< vector i uses pattern i modulo the number of patterns
-    std::vector<Lane> lookups;   ///< per pattern: the source lane for every lane
-    std::vector<V> weights;      ///< per pattern: the weights of the first taps of every lane, then of the
-                                 ///< second, ...
-};
-
-/// A plan for the columns of a window, for a target with this many lanes. Empty if the columns lie so far
-/// apart that a vector of output needs more than one vector of the source.
-template <class V>
-[[nodiscard]] std::optional<CubicPlan<V>> MakeCubicPlan(std::span<const GridPosition> columns,
-                                                        std::uint32_t bands, std::uint32_t lanes);
+[[nodiscard]] std::optional<AcrossPlan<V>> MakeCubicPlan(std::span<const GridPosition> columns,
+                                                         std::uint32_t bands, std::uint32_t lanes);
 
 template <class T, class V>
 struct CubicKernels {
@@ -95,7 +74,7 @@ struct CubicKernels {
     /// Interpolates such a row across by a plan and rounds. `row` must extend `lanes` numbers beyond the
     /// plan's pixels. Returns the number of uncertain samples and writes their positions to `uncertain`,
     /// which must have room for all lanes of all vectors. A position may occur twice.
-    std::size_t (*across)(const CubicPlan<V>& plan, const V* row, std::size_t samples, T* out,
+    std::size_t (*across)(const AcrossPlan<V>& plan, const V* row, std::size_t samples, T* out,
                           std::uint32_t* uncertain) = nullptr;
 };
 

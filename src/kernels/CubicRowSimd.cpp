@@ -84,7 +84,7 @@ HWY_INLINE hn::Mask<D> StoreUncertain(D d, hn::Vec<D> sum, T* out) {
 
 /// `isExact` matters only for double.
 template <class T, class V, bool isExact>
-HWY_ATTR std::size_t CubicAcrossByPlan(const CubicPlan<V>& plan, const V* HWY_RESTRICT row,
+HWY_ATTR std::size_t CubicAcrossByPlan(const AcrossPlan<V>& plan, const V* HWY_RESTRICT row,
                                        std::size_t samples, T* HWY_RESTRICT out,
                                        std::uint32_t* HWY_RESTRICT uncertain) {
     const hn::ScalableTag<V> d;

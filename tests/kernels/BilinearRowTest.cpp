@@ -35,12 +35,21 @@ TEST(BilinearTap, ReplicatesEdges) {
     }
 }
 
-TEST(WholeSteps, AreFoundWhereFractionsAreCoarseBinaryOnes) {
+TEST(WholeSteps, AreFoundWhereFractionsAreCoarse) {
     const struct {
         std::vector<double> fractions;
         std::uint32_t steps;
-    } cases[] = {
-        {{}, 1}, {{0.0}, 1}, {{0.25, 0.75}, 4}, {{0.5, 0.0625}, 16}, {{0.03125}, 0}, {{0.25, 1.0 / 3.0}, 0}};
+    } cases[] = {{{}, 2},
+                 {{0.0}, 2},
+                 {{0.25, 0.75}, 4},
+                 {{0.5, 0.0625}, 16},
+                 {{0.03125}, 0},
+                 {{0.25, 1.0 / 3.0}, 0},
+                 {{0.0, 2.0 / 3.0}, 3},
+                 {{0.6, 0.8}, 5},
+                 {{6.0 / 7.0}, 7},
+                 {{1.0 / 3.0 + 1e-15}, 0},
+                 {{1.0 / 9.0}, 0}};
     for (const auto& c : cases) {
         std::vector<BilinearTap> taps;
         for (const double fraction : c.fractions)
@@ -61,27 +70,26 @@ void Separated(const T* upper, const T* lower, const std::vector<BilinearTap>& t
     DownRowFor<T>(target)(upperAcross.get(), lowerAcross.get(), fy, samples, out);
 }
 
-/// The same in whole numbers.
+/// The same in whole numbers. False if there is no plan for the columns.
 template <class T>
-void SeparatedWhole(const T* upper, const T* lower, const std::vector<BilinearTap>& taps, std::uint32_t bands,
-                    double fy, std::uint32_t acrossSteps, std::uint32_t downSteps, std::size_t sourceColumns,
-                    SimdTarget target, T* out) {
-    const auto words = static_cast<std::uint32_t>(PixelWords<T>(bands));
-    std::vector<WholeTap> wholeTaps;
-    for (const BilinearTap& tap : taps)
-        wholeTaps.push_back({tap.first / bands * words, tap.second / bands * words,
-                             static_cast<std::uint32_t>(tap.fraction * acrossSteps)});
-    const std::size_t samples = taps.size() * bands;
+bool SeparatedWhole(const T* upper, const T* lower, const std::vector<GridPosition>& columns,
+                    std::uint32_t bands, double fy, std::uint32_t acrossSteps, std::uint32_t downSteps,
+                    std::size_t sourceColumns, SimdTarget target, T* out) {
+    const AcrossWhole<T> kernel = AcrossWholeFor<T>(target);
+    const auto plan = MakeWholePlan(columns, bands, kernel.lanes, acrossSteps);
+    if (!plan) return false;
+    PlannedRow<float> planned(*plan, static_cast<std::int64_t>(sourceColumns));
+    const std::size_t samples = columns.size() * bands;
     const auto across = [&](const T* row) {
-        const auto spread = std::make_unique<Word[]>(sourceColumns * words);
-        auto values = std::make_unique<WholeOf<T>[]>(samples + sizeof(Word) / sizeof(WholeOf<T>));
-        SpreadRow(row, sourceColumns, bands, spread.get());
-        AcrossWhole<T>(spread.get(), wholeTaps.data(), taps.size(), bands, acrossSteps, values.get());
+        auto values = std::make_unique<WholeOf<T>[]>(samples + kernel.lanes);
+        const T* from = row + planned.GetFirstPixel() * bands;
+        kernel.across(*plan, planned.Make([&](float* to) { std::copy_n(from, planned.GetSamples(), to); }),
+                      values.get());
         return values;
     };
-    DownRowWholeFor<T>(target)(across(upper).get(), across(lower).get(),
-                               static_cast<std::uint32_t>(fy * downSteps), downSteps, acrossSteps, samples,
-                               out);
+    DownRowWholeFor<T>(target)(across(upper).get(), across(lower).get(), StepsOf(fy, downSteps), downSteps,
+                               acrossSteps, samples, out);
+    return true;
 }
 
 template <class T>
@@ -92,24 +100,26 @@ TYPED_TEST_SUITE(BilinearRows, Depths);
 // With a swapped tap, a wrong band or a row blended twice, the samples would differ from the definition.
 TYPED_TEST(BilinearRows, SeparatedEqualsTheDefinition) {
     std::mt19937 random(20);
-    const GridAxis axes[] = {MakeGridAxis(0.5, 0.25), MakeGridAxis(1.0 / 3.0, 0.1), MakeGridAxis(0.25, 0.0),
-                             MakeGridAxis(0.3141592, -2.0)};
+    const GridAxis axes[] = {MakeGridAxis(0.5, 0.25), MakeGridAxis(1.0 / 3.0, 0.1),
+                             MakeGridAxis(0.25, 0.0), MakeGridAxis(1.0 / 7, 0.0),
+                             MakeGridAxis(0.6, -1.0), MakeGridAxis(0.3141592, -2.0)};
     std::uint64_t compared = 0, whole = 0;
     for (std::uint32_t bands = 1; bands <= 9; ++bands)
         for (const GridAxis& axis : axes)
             for (std::uint32_t sourceColumns : {1u, 2u, 5u, 16u}) {
                 const std::size_t columns = sourceColumns * 4 + 3;
                 std::vector<BilinearTap> taps;
+                std::vector<GridPosition> positions;
                 for (std::size_t c = 0; c < columns; ++c) {
-                    taps.push_back(
-                        ClampTap(PanToMultispectral(axis, static_cast<std::int64_t>(c)), sourceColumns));
+                    positions.push_back(PanToMultispectral(axis, static_cast<std::int64_t>(c)));
+                    taps.push_back(ClampTap(positions.back(), sourceColumns));
                     taps.back().first *= bands;
                     taps.back().second *= bands;
                 }
                 const auto upper = support::RandomRow<TypeParam>(std::size_t{sourceColumns} * bands, random);
                 const auto lower = support::RandomRow<TypeParam>(std::size_t{sourceColumns} * bands, random);
                 const auto out = std::make_unique<TypeParam[]>(columns * bands);
-                for (const double fy : {0.0, 0.5, 1.0 / 3.0, 0.875}) {
+                for (const double fy : {0.0, 0.5, 1.0 / 3.0, 0.875, 6.0 / 7.0, 0.4}) {
                     const auto expect = [&](const char* way, SimdTarget target) {
                         for (std::size_t c = 0; c < columns; ++c)
                             for (std::uint32_t b = 0; b < bands; ++b, ++compared)
@@ -126,9 +136,10 @@ TYPED_TEST(BilinearRows, SeparatedEqualsTheDefinition) {
                         const std::uint32_t across = WholeSteps(taps);
                         const BilinearTap down{0, 0, fy};
                         const std::uint32_t steps = WholeSteps({&down, 1});
-                        if (across == 0 || steps == 0) continue;
-                        SeparatedWhole(upper.get(), lower.get(), taps, bands, fy, across, steps,
-                                       sourceColumns, target, out.get());
+                        if (!AreWhole(across, steps) ||
+                            !SeparatedWhole(upper.get(), lower.get(), positions, bands, fy, across, steps,
+                                            sourceColumns, target, out.get()))
+                            continue;
                         expect("whole", target);
                         ++whole;
                     }
