@@ -46,6 +46,24 @@ public:
     }
 
     bool Run(PipelineResult& result, Status& status) {
+        if (plan.threads == 1 || plan.windowRows >= plan.part.GetRows())
+            RunHere();
+        else
+            RunInParallel();
+        result.tally = tally;
+        result.wasCancelled = isCancelled;
+        status.Append(reasons);
+        return !hasStopped;
+    }
+
+private:
+    /// One window after the other, without the time that it takes to start a scheduler.
+    void RunHere() {
+        while (Job* job = ReadNext())
+            Write(*Fuse(job));
+    }
+
+    void RunInParallel() {
         // An arena gets at most as many threads as this allows; the default is one per processor.
         const tbb::global_control allowance(
             tbb::global_control::max_allowed_parallelism,
@@ -66,13 +84,8 @@ public:
                                        tbb::make_filter<Job*, void>(tbb::filter_mode::serial_in_order,
                                                                     [this](Job* job) { Write(*job); }));
         });
-        result.tally = tally;
-        result.wasCancelled = isCancelled;
-        status.Append(reasons);
-        return !hasStopped;
     }
 
-private:
     /// The next window; null after the last, and once a window has failed.
     Job* ReadNext() {
         if (hasStopped || nextRow >= plan.part.row1) return nullptr;
