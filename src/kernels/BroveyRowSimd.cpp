@@ -27,7 +27,6 @@ constexpr double mostWeight = 1024.0;
 template <class T>
 struct BroveyFilter {
     using Real = RealOf<T>;
-    static constexpr FuseRow<T> definition = &BroveyRowScalar<T>;
 
     explicit BroveyFilter(const BandWeights& bandWeights)
         : bands(bandWeights), error(sizeof(T) == 1 ? static_cast<int>(bandWeights.msBands) + 4 : 1) {

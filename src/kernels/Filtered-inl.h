@@ -115,28 +115,13 @@ HWY_INLINE hn::Vec<D> FilteredSum(D d, const T* planes, const hn::TFromD<D>* wei
 
 /// The pixels of a block whose filtered result is uncertain.
 struct Uncertain {
-    std::uint8_t bits[blockPixels / 8 + 8] = {}; ///< one per pixel; a store may need the padding
+    std::uint64_t bits[blockPixels / 64] = {}; ///< one per pixel
 
-    /// Writes the numbers of these pixels, up to blockPixels. Returns the number of pixels.
-    std::size_t List(std::uint8_t* pixels) const {
-        std::size_t count = 0;
-        for (std::size_t first = 0; first < blockPixels; first += 64)
-            for (std::uint64_t word = WordAt(first); word != 0; word &= word - 1)
-                pixels[count++] = static_cast<std::uint8_t>(first + std::size_t(std::countr_zero(word)));
-        return count;
-    }
     [[nodiscard]] std::size_t Count() const {
         std::size_t count = 0;
-        for (std::size_t first = 0; first < blockPixels; first += 64)
-            count += static_cast<std::size_t>(std::popcount(WordAt(first)));
+        for (const std::uint64_t word : bits)
+            count += static_cast<std::size_t>(std::popcount(word));
         return count;
-    }
-
-private:
-    [[nodiscard]] std::uint64_t WordAt(std::size_t firstPixel) const {
-        std::uint64_t word = 0;
-        std::memcpy(&word, bits + firstPixel / 8, sizeof word);
-        return word;
     }
 };
 
@@ -148,14 +133,14 @@ inline constexpr std::size_t mostUncertain = 24;
 /// wrongly.
 template <class D, class M>
 HWY_INLINE void AddUncertain(D d, M isUncertain, std::size_t firstPixel, Uncertain& uncertain) {
-    std::uint8_t* const to = uncertain.bits + firstPixel / 8;
-    if (hn::Lanes(d) % 8 == 0) {
-        hn::StoreMaskBits(d, isUncertain, to);
-        return;
-    }
-    std::uint8_t bits[8] = {};
-    hn::StoreMaskBits(d, isUncertain, bits);
-    *to = static_cast<std::uint8_t>(*to | bits[0] << firstPixel % 8);
+    constexpr std::size_t most = MaxLanes(d);
+    using Lanes = std::conditional_t<most <= 8, std::uint8_t,
+                                     std::conditional_t<most <= 16, std::uint16_t, std::uint64_t>>;
+    std::uint8_t bytes[8] = {};
+    hn::StoreMaskBits(d, isUncertain, bytes);
+    Lanes lanes = 0; // a longer word would wait for the store
+    std::memcpy(&lanes, bytes, sizeof lanes);
+    uncertain.bits[firstPixel / 64] |= std::uint64_t{lanes} << firstPixel % 64;
 }
 
 /// What a method provides to be fused with a filter. Planes lie blockPixels apart, one per multispectral
@@ -165,7 +150,6 @@ concept MethodFilter = requires(const F& filter, T* planes, const T* pan, std::s
                                 Uncertain& uncertain) {
     { filter.bands } -> std::convertible_to<const BandWeights&>;
     { filter.isUsable } -> std::convertible_to<bool>; // true if the filter's bound holds for these weights
-    { F::definition } -> std::convertible_to<FuseRow<T>>;
     // The definition in vectors.
     { filter.Exact(planes, pan, pixels) } -> std::same_as<void>;
     // Fuses a block by the filter. False if much of it is uncertain.
@@ -175,37 +159,67 @@ concept MethodFilter = requires(const F& filter, T* planes, const T* pan, std::s
 /// The number of planes of a fused block.
 inline constexpr std::uint32_t mostPlanes = mostBands + 1;
 
-/// Fuses the uncertain pixels of a block again, by the definition: one or two of them one by one, more side
-/// by side.
-template <class T, MethodFilter<T> Filter>
-HWY_ATTR void Resolve(const FusionRows<T>& rows, T* out, const Uncertain& uncertain, const Filter& filter) {
-    const BandWeights& bands = filter.bands;
-    std::uint8_t pixels[blockPixels];
-    const std::size_t count = uncertain.List(pixels);
-    if (count <= 2) {
-        for (std::size_t i = 0; i < count; ++i) {
-            const std::size_t p = pixels[i];
-            Filter::definition(rows.From(p, bands), out + p * bands.outputBands, 1, bands);
-        }
-        return;
-    }
-    HWY_ALIGN T planes[mostPlanes * blockPixels];
-    HWY_ALIGN T pan[blockPixels];
-    constexpr std::size_t lanes = HWY_MAX_BYTES / sizeof(double); // read and written with the last pixel
-    const std::size_t end = std::min(blockPixels, count + lanes);
-    const std::uint32_t interleaved = rows.InterleavedBands(bands);
-    for (std::size_t i = 0; i < end; ++i) {
-        const std::size_t p = pixels[std::min(i, count - 1)];
-        for (std::uint32_t band = 0; band < interleaved; ++band)
-            planes[band * blockPixels + i] = rows.ms[p * interleaved + band];
-        if (rows.additional) planes[interleaved * blockPixels + i] = rows.additional[p];
-        pan[i] = rows.pan[p];
-    }
-    filter.Exact(planes, pan, count);
-    for (std::size_t i = 0; i < count; ++i)
-        for (std::uint32_t band = 0; band < bands.outputBands; ++band)
-            out[pixels[i] * bands.outputBands + band] = planes[band * blockPixels + i];
+/// Splits the pixels of a block into planes.
+template <class T>
+HWY_INLINE void TakeApart(const FusionRows<T>& block, const BandWeights& bands, T* planes) {
+    const std::uint32_t interleaved = block.InterleavedBands(bands);
+    Deinterleave(block.ms, interleaved, planes);
+    if (block.additional) std::copy_n(block.additional, blockPixels, planes + interleaved * blockPixels);
 }
+
+/// Fuses the first `count` pixels of a block by the definition. Reads and writes the whole block.
+template <class T, MethodFilter<T> Filter>
+HWY_ATTR void FuseExactly(const FusionRows<T>& block, T* out, std::size_t count, const Filter& filter) {
+    HWY_ALIGN T planes[mostPlanes * blockPixels];
+    TakeApart(block, filter.bands, planes);
+    filter.Exact(planes, block.pan, count);
+    Interleave(planes, filter.bands.outputBands, out);
+}
+
+/// Collects the uncertain pixels of a row and fuses them again by the definition, many side by side. The
+/// numbers of bands are those of the row; they are parameters since some callers know them as constants.
+template <class T, MethodFilter<T> Filter>
+class Resolver {
+public:
+    Resolver(const FusionRows<T>& ofRows, T* toOut, std::size_t pixels, const Filter& byFilter)
+        : rows(ofRows), out(toOut), end(pixels), filter(byFilter) {}
+
+    /// Adds those of a block of the row, up to 2 * mostUncertain. Its fused pixels must be in `out` before
+    /// the next call.
+    HWY_INLINE void Add(const Uncertain& uncertain, std::size_t firstPixel, std::uint32_t interleaved,
+                        std::uint32_t outputBands) {
+        if (count + 2 * mostUncertain > blockPixels) Finish(outputBands);
+        for (std::size_t first = 0; first < blockPixels; first += 64)
+            for (std::uint64_t bits = uncertain.bits[first / 64]; bits != 0; bits &= bits - 1) {
+                const std::size_t p = firstPixel + first + static_cast<std::size_t>(std::countr_zero(bits));
+                if (p >= end) return;
+                std::memcpy(ms + count * interleaved, rows.ms + p * interleaved, interleaved * sizeof(T));
+                pan[count] = rows.pan[p];
+                if (rows.additional) additional[count] = rows.additional[p];
+                pixelAt[count++] = p;
+            }
+    }
+    /// Fuses those that were added.
+    HWY_NOINLINE HWY_ATTR void Finish(std::uint32_t outputBands) {
+        if (count == 0) return;
+        FuseExactly({ms, pan, rows.additional ? additional : nullptr}, fused, count, filter);
+        for (std::size_t i = 0; i < count; ++i)
+            std::memcpy(out + pixelAt[i] * outputBands, fused + i * outputBands, outputBands * sizeof(T));
+        count = 0;
+    }
+
+private:
+    const FusionRows<T> rows;
+    T* const out;
+    const std::size_t end;
+    const Filter& filter;
+    std::size_t count = 0;
+    std::size_t pixelAt[blockPixels] = {};
+    HWY_ALIGN T ms[blockPixels * mostBands];
+    HWY_ALIGN T fused[blockPixels * mostBands];
+    HWY_ALIGN T pan[blockPixels];
+    HWY_ALIGN T additional[blockPixels];
+};
 
 /// Fuses a row in blocks of planes.
 template <class T, MethodFilter<T> Filter>
@@ -213,30 +227,24 @@ HWY_ATTR void FusePlanar(const FusionRows<T>& rows, T* out, std::size_t pixels, 
     const BandWeights& bands = filter.bands;
     const std::uint32_t interleaved = rows.InterleavedBands(bands);
     const bool isApart = rows.additional != nullptr;
-    const auto block = [&filter, &bands, interleaved, isApart](const std::array<const T*, 3>& inputs,
-                                                               T* outBlock) HWY_ATTR {
-        const T* const ms = inputs[0];
-        const T* const pan = inputs[1];
-        const T* const additional = inputs[2];
+    Resolver<T, Filter> resolver(rows, out, pixels, filter);
+    std::size_t p = 0;
+    const auto block = [&](const std::array<const T*, 3>& inputs, T* outBlock) HWY_ATTR {
+        const FusionRows<T> blockRows{inputs[0], inputs[1], isApart ? inputs[2] : nullptr};
         HWY_ALIGN T planes[mostPlanes * blockPixels];
         Uncertain uncertain;
-        const auto takeApart = [&]() HWY_ATTR {
-            Deinterleave(ms, interleaved, planes);
-            if (isApart) std::copy_n(additional, blockPixels, planes + interleaved * blockPixels);
-        };
-        takeApart();
-        if (!filter.isUsable) {
-            filter.Exact(planes, pan, blockPixels);
-        } else if (!filter.Filtered(planes, pan, uncertain)) {
-            uncertain = {};
-            takeApart(); // again, since the filter has overwritten the planes
-            filter.Exact(planes, pan, blockPixels);
+        if (filter.isUsable) TakeApart(blockRows, bands, planes);
+        if (filter.isUsable && filter.Filtered(planes, blockRows.pan, uncertain)) {
+            Interleave(planes, bands.outputBands, outBlock);
+            resolver.Add(uncertain, p, interleaved, bands.outputBands);
+        } else {
+            FuseExactly(blockRows, outBlock, blockPixels, filter);
         }
-        Interleave(planes, bands.outputBands, outBlock);
-        Resolve({ms, pan, isApart ? additional : nullptr}, outBlock, uncertain, filter);
+        p += blockPixels;
     };
     InBlocks<T>({{rows.ms, interleaved}, {rows.pan, 1}, {rows.additional, isApart ? 1u : 0u}}, out,
                 bands.outputBands, pixels, block);
+    resolver.Finish(bands.outputBands);
 }
 
 /// Whether a row has too many bands for vectors, so that the scalar definition fuses it.

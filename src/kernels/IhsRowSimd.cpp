@@ -82,7 +82,6 @@ HWY_INLINE Triple<V> ReplaceValue(D d, const Triple<V>& in, V value) {
 template <class T>
 struct IhsFilter {
     using Real = RealOf<T>;
-    static constexpr FuseRow<T> definition = &IhsRowScalar<T>;
     static constexpr int error = sizeof(T) == 1 ? 6 : 2;
     static constexpr double mostWeight = 1.0; ///< of infrared; the value is then at most 2
 
@@ -180,8 +179,8 @@ struct IhsFilter {
             AddUncertain(d32, IsUncertain(fractions, error), i, ofFourth);
         }
         if (ofFourth.Count() > mostUncertain) return false;
-        for (std::size_t i = 0; i < blockPixels / 8; ++i)
-            uncertain.bits[i] = static_cast<std::uint8_t>(uncertain.bits[i] | ofFourth.bits[i]);
+        for (std::size_t i = 0; i < std::size(uncertain.bits); ++i)
+            uncertain.bits[i] |= ofFourth.bits[i];
         return true;
     }
 

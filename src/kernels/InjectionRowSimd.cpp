@@ -34,7 +34,6 @@ namespace HWY_NAMESPACE {
 template <class T>
 struct InjectionFilter {
     using Real = RealOf<T>;
-    static constexpr FuseRow<T> definition = &InjectionRowScalar<T>;
     static constexpr double least = 1.0 / (1 << 20);
     static constexpr double most = 1024.0;
     static constexpr double mostError = fixedOne / 64.0; ///< beyond it, too many pixels are uncertain

@@ -48,7 +48,6 @@ struct KovaBounds {
 template <class T>
 struct KovaFilter {
     using Real = RealOf<T>;
-    static constexpr FuseRow<T> definition = &KovaRowScalar<T>;
     using Bounds = KovaBounds<T>;
 
     explicit KovaFilter(const BandWeights& bandWeights) : bands(bandWeights) {

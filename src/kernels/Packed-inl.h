@@ -57,7 +57,8 @@ HWY_INLINE hn::Vec<D> BandOfPacked(D d, hn::Vec<WordsOf<D>> words) {
         band = hn::ShiftRight<static_cast<int>(Band) * bits>(words);
     else
         band = hn::BitCast(dWord, MiddleBand<Band>(d, words));
-    if constexpr (sizeof(Real) == 4) return hn::ConvertTo(d, hn::BitCast(dSigned, band));
+    if constexpr (sizeof(Real) == 4 || HWY_TARGET <= HWY_AVX3) // one instruction
+        return hn::ConvertTo(d, hn::BitCast(dSigned, band));
     const auto unit = hn::Set(d, fixedUnit<Real>);
     return hn::Sub(hn::BitCast(d, hn::Or(band, hn::BitCast(dWord, unit))), unit);
 }
@@ -270,6 +271,7 @@ HWY_ATTR std::size_t FusePacked(const FusionRows<T>& rows, T* out, std::size_t p
     // A copy that no other function sees. Stores through `out` cannot change it, so its numbers stay in
     // registers.
     const Filter own = filter;
+    Resolver<T, Filter> resolver(rows, out, pixels, filter);
     std::size_t p = 0;
     for (; p + blockPixels + beyond <= pixels; p += blockPixels) {
         const FusionRows<T> block = rows.From(p, filter.bands);
@@ -285,8 +287,9 @@ HWY_ATTR std::size_t FusePacked(const FusionRows<T>& rows, T* out, std::size_t p
         if (count > mostUncertain)
             FusePlanar(block, blockOut, blockPixels, filter);
         else if (count != 0)
-            Resolve(block, blockOut, uncertain, filter);
+            resolver.Add(uncertain, p, MsBands, OutputBands);
     }
+    resolver.Finish(OutputBands);
     return p;
 }
 
