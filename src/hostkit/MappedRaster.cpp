@@ -17,7 +17,7 @@ using KOVA::Tessara::Fundament::FormatString;
 namespace {
 
 /// How many columns are examined together, at most and at least.
-constexpr std::size_t columnsAtOnce = 512;
+constexpr std::uint32_t columnsAtOnce = 512;
 constexpr std::size_t fewestAtOnce = 16;
 /// A larger share of the source around a column takes longer to examine than its halves.
 constexpr std::uint64_t mostPixelsPerColumn = 16;
@@ -142,11 +142,13 @@ void MappedRaster::LookAt(std::size_t first, std::size_t end) {
 /// Finds the positions of a row and its reach of data, once per row.
 void MappedRaster::Look(std::uint32_t row) {
     if (seen == row) return;
-    pixelMap->FindRow(panRect.row0 + row, panRect.col0, panRect.col1, x.data(), y.data());
     runs.clear();
     hasGaps = false;
-    for (std::size_t first = 0; first < x.size(); first += columnsAtOnce)
-        LookAt(first, std::min(first + columnsAtOnce, x.size()));
+    for (std::uint32_t first = 0, end = 0; first < info.cols; first = end) {
+        end = std::min(first + columnsAtOnce, info.cols);
+        pixelMap->FindRow(panRect.row0 + row, panRect.col0 + first, panRect.col0 + end, &x[first], &y[first]);
+        LookAt(first, end);
+    }
     seen = row;
 }
 

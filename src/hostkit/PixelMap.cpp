@@ -71,8 +71,8 @@ void PixelMap::FindRow(std::uint32_t row, std::uint32_t col0, std::uint32_t col1
         const Point left = at(point), right = at(point + 1);
         const auto start = static_cast<double>(centre - 2 * std::uint64_t{step} * point);
         end = std::min(col1, EndOf(point, pointColumns, look.part.col0));
-        kernel.line({left.x, right.x, start, pixel, length}, end - column, x + (column - col0));
-        kernel.line({left.y, right.y, start, pixel, length}, end - column, y + (column - col0));
+        kernel.line({left.x, right.x, left.y, right.y, start, pixel, length}, end - column,
+                    x + (column - col0), y + (column - col0));
     }
     if (look.ownLevel == 0) return;
     const auto toSource = [this](double position) { return ToSource(position); };

@@ -58,10 +58,11 @@ void MappedCubicScalar(const MappedSource<T>& source, const double* x, const dou
     }
 }
 
-void FillLineScalar(const MappedLine& line, std::size_t count, double* positions) {
+void FillLineScalar(const MappedLine& line, std::size_t count, double* x, double* y) {
     for (std::size_t i = 0; i < count; ++i) {
         const double t = (line.start + static_cast<double>(i) * line.step) / line.length;
-        positions[i] = line.from * (1.0 - t) + line.to * t;
+        x[i] = line.fromX * (1.0 - t) + line.toX * t;
+        y[i] = line.fromY * (1.0 - t) + line.toY * t;
     }
 }
 

@@ -55,8 +55,8 @@ inline constexpr double bilinearError = 8.0 * 255 / (1 << 24);
 
 /// Positions on a straight line: a * (1 - t) + b * t for t = (start + i * step) / length, i = 0 to count - 1.
 struct MappedLine {
-    double from = 0.0; ///< a
-    double to = 0.0;   ///< b
+    double fromX = 0.0, toX = 0.0; ///< a and b of x
+    double fromY = 0.0, toY = 0.0;
     double start = 0.0;
     double step = 1.0;
     double length = 1.0;
@@ -70,14 +70,14 @@ struct Extent {
 
 /// Operations on positions.
 struct PositionKernels {
-    void (*line)(const MappedLine& line, std::size_t count, double* positions) = nullptr;
+    void (*line)(const MappedLine& line, std::size_t count, double* x, double* y) = nullptr;
     Extent (*extent)(const double* positions, std::size_t count) = nullptr; ///< of one or more
 };
 
 /// The versions for a vector target that can run here.
 [[nodiscard]] PositionKernels PositionKernelsFor(SimdTarget target);
 
-void FillLineScalar(const MappedLine& line, std::size_t count, double* positions);
+void FillLineScalar(const MappedLine& line, std::size_t count, double* x, double* y);
 [[nodiscard]] Extent FindExtentScalar(const double* positions, std::size_t count);
 
 } // namespace kernels

@@ -3,7 +3,10 @@
 #include "kernels/Simd.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
+#include <utility>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "kernels/PositionRowSimd.cpp"
@@ -17,30 +20,58 @@ HWY_BEFORE_NAMESPACE();
 namespace kernels {
 namespace HWY_NAMESPACE {
 
-HWY_ATTR void FillLine(const MappedLine& line, std::size_t count, double* HWY_RESTRICT positions) {
+/// next() returns the t of one vector after another.
+template <class Next>
+HWY_INLINE void FillFrom(const MappedLine& line, std::size_t count, double* HWY_RESTRICT x,
+                         double* HWY_RESTRICT y, const Next& next) {
+    const hn::ScalableTag<double> d;
+    const std::size_t lanes = hn::Lanes(d);
+    const auto fromX = hn::Set(d, line.fromX), toX = hn::Set(d, line.toX);
+    const auto fromY = hn::Set(d, line.fromY), toY = hn::Set(d, line.toY);
+    const auto store = [&](double* HWY_RESTRICT atX, double* HWY_RESTRICT atY) HWY_ATTR {
+        const auto t = next();
+        const auto rest = hn::Sub(hn::Set(d, 1.0), t);
+        hn::StoreU(hn::Add(hn::Mul(fromX, rest), hn::Mul(toX, t)), d, atX);
+        hn::StoreU(hn::Add(hn::Mul(fromY, rest), hn::Mul(toY, t)), d, atY);
+    };
+    std::size_t i = 0;
+    for (; i + lanes <= count; i += lanes)
+        store(x + i, y + i);
+    if (i == count) return;
+    double lastX[HWY_MAX_BYTES / sizeof(double)], lastY[HWY_MAX_BYTES / sizeof(double)];
+    store(lastX, lastY);
+    std::copy_n(lastX, count - i, x + i);
+    std::copy_n(lastY, count - i, y + i);
+}
+
+/// Whether every t is exact: whole numbers divided by a power of two.
+HWY_INLINE bool IsExact(const MappedLine& line, std::size_t count) {
+    constexpr double most = 1 << 30;
+    const auto isWhole = [](double number) {
+        return std::fabs(number) <= most && static_cast<double>(static_cast<std::int64_t>(number)) == number;
+    };
+    return isWhole(line.start) && isWhole(line.step) && isWhole(line.length) && line.length > 0.0 &&
+           std::has_single_bit(static_cast<std::uint64_t>(line.length)) && count < (std::size_t{1} << 20);
+}
+
+HWY_ATTR void FillLine(const MappedLine& line, std::size_t count, double* HWY_RESTRICT x,
+                       double* HWY_RESTRICT y) {
     const hn::ScalableTag<double> d;
     const hn::Rebind<std::int32_t, decltype(d)> d32;
-    const std::size_t lanes = hn::Lanes(d);
-    const auto from = hn::Set(d, line.from), to = hn::Set(d, line.to), one = hn::Set(d, 1.0);
-    const auto start = hn::Set(d, line.start), step = hn::Set(d, line.step), length = hn::Set(d, line.length);
-    const auto part = hn::Set(d, 1.0 / line.length);
-    int exponent = 0;
-    const bool isPowerOfTwo =
-        std::fabs(std::frexp(line.length, &exponent)) == 0.5; // then 1 / length is exact
-    const auto at = [&](auto number) HWY_ATTR {
-        const auto distance = hn::Add(start, hn::Mul(number, step));
-        const auto t = isPowerOfTwo ? hn::Mul(distance, part) : hn::Div(distance, length);
-        return hn::Add(hn::Mul(from, hn::Sub(one, t)), hn::Mul(to, t));
-    };
+    const auto start = hn::Set(d, line.start), step = hn::Set(d, line.step);
+    const auto lanes = static_cast<double>(hn::Lanes(d));
     auto number = hn::PromoteTo(d, hn::Iota(d32, 0));
-    std::size_t i = 0;
-    for (; i + lanes <= count; i += lanes) {
-        hn::StoreU(at(number), d, positions + i);
-        number = hn::Add(number, hn::Set(d, static_cast<double>(lanes)));
+    if (IsExact(line, count)) { // then each can be made by adding to the one before
+        const double part = 1.0 / line.length;
+        const auto more = hn::Set(d, lanes * line.step * part);
+        auto t = hn::Mul(hn::Add(start, hn::Mul(number, step)), hn::Set(d, part));
+        return FillFrom(line, count, x, y, [&]() HWY_ATTR { return std::exchange(t, hn::Add(t, more)); });
     }
-    HWY_ALIGN double rest[HWY_MAX_BYTES / sizeof(double)];
-    hn::Store(at(number), d, rest);
-    std::copy_n(rest, count - i, positions + i);
+    FillFrom(line, count, x, y, [&]() HWY_ATTR {
+        const auto t = hn::Div(hn::Add(start, hn::Mul(number, step)), hn::Set(d, line.length));
+        number = hn::Add(number, hn::Set(d, lanes));
+        return t;
+    });
 }
 
 HWY_ATTR Extent FindExtent(const double* HWY_RESTRICT positions, std::size_t count) {
