@@ -137,11 +137,16 @@ void ClearNoData(const T* samples, const std::vector<SourceBand>& bands, std::si
 bool BandReader::ReadValid(const PixelRect& rect, const unsigned char* samples, unsigned char* valid,
                            Status& status) const {
     const std::size_t pixels = std::size_t{rect.GetColumns()} * rect.GetRows();
-    std::fill_n(valid, pixels, static_cast<unsigned char>(0xFF));
-    if (bits == 8)
-        ClearNoData(samples, bands, pixels, valid);
-    else
-        ClearNoData(reinterpret_cast<const unsigned short*>(samples), bands, pixels, valid);
+    constexpr std::size_t mostAtOnce = 16384; // stay in the processor's cache
+    for (std::size_t first = 0; first < pixels; first += mostAtOnce) {
+        const std::size_t count = std::min(mostAtOnce, pixels - first);
+        std::fill_n(valid + first, count, static_cast<unsigned char>(0xFF));
+        if (bits == 8)
+            ClearNoData(samples + first * bands.size(), bands, count, valid + first);
+        else
+            ClearNoData(reinterpret_cast<const unsigned short*>(samples) + first * bands.size(), bands, count,
+                        valid + first);
+    }
     std::map<GDALRasterBand*, const SourceBand*> masks;
     for (std::size_t band = 0; band < bands.size(); ++band)
         if (handles[band].mask) masks.emplace(handles[band].mask, &bands[band]);
