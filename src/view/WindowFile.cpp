@@ -16,7 +16,7 @@ namespace view {
 
 namespace {
 
-constexpr std::uint64_t mostBytes = std::uint64_t{64} << 20;
+constexpr std::uint64_t mostWindowBytes = std::uint64_t{64} << 20;
 
 /// A file with its share of the memory.
 struct KeptWindow {
@@ -34,7 +34,7 @@ std::shared_ptr<const std::string> MakeWindowFile(ViewedScene& scene, const Look
     const auto dataset = scene.GetDataset(of);
     const std::uint64_t bytes = std::uint64_t{window.GetColumns()} * window.GetRows() * dataset->GetBands() *
                                 (dataset->GetBits() / 8);
-    if (bytes > mostBytes)
+    if (bytes > mostWindowBytes)
         throw BadRequest("window: it would take " + std::to_string(bytes >> 20) +
                          " MB, and 64 are allowed; zoom in, or copy the command and run it");
     // While the file is made, its pixels and mask, or the copy that is sent, exist beside it; GDAL reserves a
