@@ -11,8 +11,9 @@ using imagery::OutputRules;
 
 namespace {
 
-/// A larger window has left the processor's cache before it is written to the file.
-constexpr std::size_t mostInCache = std::size_t{4} << 20;
+/// A larger window leaves the cache of its processor before it is written to the file. Writing it there would
+/// read every line of it from memory first.
+constexpr std::size_t mostInCache = std::size_t{1} << 20;
 
 } // namespace
 
