@@ -87,25 +87,29 @@ private:
     kernels::WeighRows<unsigned char> weighCounts;
 };
 
-/// Computes one row of the image. `shares` is null when all of pan has data. True when some pixel has none.
+/// 1 as the sum of all weights.
+constexpr std::uint64_t wholeShare = std::uint64_t{kernels::lowPassOne} * kernels::lowPassOne;
+
+/// Rounds the sums of one row when all pixels that its pixels are computed from exist and have data.
 template <class T>
-bool MakeLowPassRow(const LowPassAxis& across, const PixelRect& rect, std::uint32_t panColumn,
-                    const std::uint32_t* sums, const std::uint32_t* shares, T* out, unsigned char* valid) {
-    constexpr std::uint64_t all = std::uint64_t{kernels::lowPassOne} * kernels::lowPassOne;
+void RoundWhole(const std::vector<std::uint64_t>& sums, T* out) {
+    std::transform(sums.begin(), sums.end(), out, [](std::uint64_t sum) {
+        return static_cast<T>((sum + wholeShare / 2) >> (2 * kernels::lowPassBits));
+    });
+}
+
+/// Rounds the quotients of the sums of one row and of their weights. True when some pixel has no data.
+template <class T>
+bool RoundShares(const std::vector<std::uint64_t>& sums, const std::vector<std::uint64_t>& shares, T* out,
+                 unsigned char* valid) {
     bool lacks = false;
-    for (std::uint32_t column = rect.col0; column < rect.col1; ++column, ++out, ++valid) {
-        const LowPassAxis::Taps& taps = across.GetTaps(column);
-        const std::uint32_t* weights = across.GetWeights(taps);
-        const std::size_t first = taps.count == 0 ? 0 : taps.first - panColumn;
-        const std::uint64_t sum = kernels::WeighColumns(sums + first, weights, taps.count);
-        const std::uint64_t share = taps.count == 0 ? 0
-                                    : shares ? kernels::WeighColumns(shares + first, weights, taps.count)
-                                             : all;
-        *valid = share != 0 ? 1 : 0;
-        if (share == all) // the same quotient, by a constant divisor
-            *out = static_cast<T>((sum + all / 2) >> (2 * kernels::lowPassBits));
+    for (std::size_t i = 0; i < sums.size(); ++i) {
+        const std::uint64_t sum = sums[i], share = shares[i];
+        valid[i] = share != 0 ? 1 : 0;
+        if (share == wholeShare) // the same quotient, by a constant divisor
+            out[i] = static_cast<T>((sum + wholeShare / 2) >> (2 * kernels::lowPassBits));
         else
-            *out = static_cast<T>(share != 0 ? (2 * sum + share) / (2 * share) : 0);
+            out[i] = static_cast<T>(share != 0 ? (2 * sum + share) / (2 * share) : 0);
         lacks = lacks || share == 0;
     }
     return lacks;
@@ -113,9 +117,17 @@ bool MakeLowPassRow(const LowPassAxis& across, const PixelRect& rect, std::uint3
 
 template <class T>
 bool ComputeRows(const LowPassAxis& across, const LowPassAxis& down, PanRows<T> pan, const PixelRect& panRect,
-                 const PixelRect& rect, T* out, unsigned char* valid) {
+                 const PixelRect& rect, kernels::SimdTarget target, T* out, unsigned char* valid) {
     const std::size_t panColumns = panRect.IsEmpty() ? 0 : panRect.GetColumns();
-    std::vector<std::uint32_t> sums(panColumns), shares(panColumns);
+    std::vector<std::uint32_t> sums(panColumns + kernels::lowPassGroup), shares(sums.size());
+    std::vector<std::uint64_t> rowSums(rect.GetColumns()), rowShares(rowSums.size());
+    const kernels::WeighAcross weighAcross = kernels::WeighAcrossFor(target);
+    const auto weigh = [&](const std::vector<std::uint32_t>& from, std::vector<std::uint64_t>& to) {
+        weighAcross(across, rect.col0, to.size(), from.data(), panRect.col0, to.data());
+    };
+    bool isReached = true;
+    for (std::uint32_t column = rect.col0; column < rect.col1; ++column)
+        isReached = isReached && across.GetTaps(column).count != 0;
     bool lacks = false;
     for (std::uint32_t row = rect.row0; row < rect.row1; ++row) {
         const LowPassAxis::Taps& taps = down.GetTaps(row);
@@ -125,9 +137,15 @@ bool ComputeRows(const LowPassAxis& across, const LowPassAxis& down, PanRows<T> 
             lacks = true;
         } else {
             const bool hasGaps = pan.Weigh(taps, down.GetWeights(taps), sums.data(), shares.data());
-            if (MakeLowPassRow(across, rect, panRect.col0, sums.data(), hasGaps ? shares.data() : nullptr,
-                               out, valid))
-                lacks = true;
+            weigh(sums, rowSums);
+            if (!hasGaps && isReached) {
+                RoundWhole(rowSums, out);
+                std::fill_n(valid, rect.GetColumns(), static_cast<unsigned char>(1));
+            } else {
+                if (!hasGaps) std::fill(shares.begin(), shares.end(), kernels::lowPassOne);
+                weigh(shares, rowShares);
+                if (RoundShares(rowSums, rowShares, out, valid)) lacks = true;
+            }
         }
         out += rect.GetColumns();
         valid += rect.GetColumns();
@@ -186,9 +204,9 @@ bool PanLowPass::Compute(const SampleBlock& pan, const PixelRect& rect, unsigned
                          unsigned char* valid) const {
     const PixelRect panRect = PanRect(rect);
     if (info.bitsPerBand == 8)
-        return ComputeRows(across, down, PanRows<unsigned char>(pan, panRect, target), panRect, rect, out,
-                           valid);
-    return ComputeRows(across, down, PanRows<unsigned short>(pan, panRect, target), panRect, rect,
+        return ComputeRows(across, down, PanRows<unsigned char>(pan, panRect, target), panRect, rect, target,
+                           out, valid);
+    return ComputeRows(across, down, PanRows<unsigned short>(pan, panRect, target), panRect, rect, target,
                        reinterpret_cast<unsigned short*>(out), valid);
 }
 

@@ -54,6 +54,7 @@ void LowPassAxis::AddWeights(const GridPosition& centre, double sigma, const Tap
         weights.push_back(rounded - before);
         before = rounded;
     }
+    weights.resize(weights.size() + (lowPassGroup - of.count % lowPassGroup) % lowPassGroup);
 }
 
 template <class T>
@@ -64,6 +65,16 @@ void WeighRowsScalar(const T* const* rows, const std::uint32_t* weights, std::si
         for (std::size_t row = 0; row < count; ++row)
             sum += rows[row][i] * weights[row];
         sums[i] = sum;
+    }
+}
+
+void WeighAcrossScalar(const LowPassAxis& across, std::uint32_t first, std::size_t columns,
+                       const std::uint32_t* down, std::uint32_t downFirst, std::uint64_t* sums) {
+    for (std::size_t i = 0; i < columns; ++i) {
+        const LowPassAxis::Taps& taps = across.GetTaps(first + static_cast<std::uint32_t>(i));
+        sums[i] = taps.count == 0
+                      ? 0
+                      : WeighColumns(down + (taps.first - downFirst), across.GetWeights(taps), taps.count);
     }
 }
 

@@ -15,6 +15,8 @@ namespace kernels {
 /// below 2^44.
 inline constexpr int lowPassBits = 14;
 inline constexpr std::uint32_t lowPassOne = std::uint32_t{1} << lowPassBits;
+/// Vectors across read whole groups of this many sums down and weights; a weight beyond the last is 0.
+inline constexpr std::uint32_t lowPassGroup = 8;
 
 /// Which fine pixels make up a coarse pixel along one axis, with their weights: a Gaussian around the exact
 /// position of its centre, cut at three standard deviations.
@@ -66,5 +68,16 @@ void WeighRowsScalar(const T* const* rows, const std::uint32_t* weights, std::si
         sum += std::uint64_t{sums[i]} * weights[i];
     return sum;
 }
+
+/// WeighColumns for `columns` coarse pixels from `first` on; 0 without taps. `down` holds the sums down from
+/// the fine pixel `downFirst` on, and lowPassGroup numbers more, of any value.
+using WeighAcross = void (*)(const LowPassAxis& across, std::uint32_t first, std::size_t columns,
+                             const std::uint32_t* down, std::uint32_t downFirst, std::uint64_t* sums);
+
+/// The version for a vector target that can run here. The scalar one is the definition.
+[[nodiscard]] WeighAcross WeighAcrossFor(SimdTarget target);
+
+void WeighAcrossScalar(const LowPassAxis& across, std::uint32_t first, std::size_t columns,
+                       const std::uint32_t* down, std::uint32_t downFirst, std::uint64_t* sums);
 
 } // namespace kernels

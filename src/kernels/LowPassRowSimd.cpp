@@ -1,4 +1,4 @@
-// The sums down of the low-pass in vectors of any width, equal to the scalar ones.
+// The sums of the low-pass in vectors of any width, equal to the scalar ones.
 #include "kernels/LowPassRow.h"
 #include "kernels/Simd.h"
 
@@ -65,6 +65,36 @@ HWY_ATTR void WeighInVectors(const T* const* rows, const std::uint32_t* weights,
     }
 }
 
+#if HWY_TARGET == HWY_SCALAR // never run
+WeighAcross AcrossWeights() { return &WeighAcrossScalar; }
+#else
+HWY_ATTR void AcrossInVectors(const LowPassAxis& across, std::uint32_t first, std::size_t columns,
+                              const std::uint32_t* HWY_RESTRICT down, std::uint32_t downFirst,
+                              std::uint64_t* HWY_RESTRICT sums) {
+    const hn::CappedTag<std::uint32_t, lowPassGroup> d;
+    const hn::RepartitionToWide<decltype(d)> dWide;
+    const auto multiplyOdd = [&](auto a, auto b) HWY_ATTR {
+        return hn::MulEven(hn::BitCast(d, hn::ShiftRight<32>(hn::BitCast(dWide, a))),
+                           hn::BitCast(d, hn::ShiftRight<32>(hn::BitCast(dWide, b))));
+    };
+    for (std::size_t i = 0; i < columns; ++i) {
+        const LowPassAxis::Taps& taps = across.GetTaps(first + static_cast<std::uint32_t>(i));
+        const std::uint32_t* weights = across.GetWeights(taps);
+        const std::size_t start = std::size_t{taps.first} - downFirst;
+        auto even = hn::Zero(dWide), odd = even;
+        for (std::size_t tap = 0; tap < taps.count; tap += hn::Lanes(d)) {
+            const auto sum = hn::LoadU(d, down + start + tap);
+            const auto weight = hn::LoadU(d, weights + tap);
+            even = hn::Add(even, hn::MulEven(sum, weight));
+            odd = hn::Add(odd, multiplyOdd(sum, weight));
+        }
+        sums[i] = hn::GetLane(hn::SumOfLanes(dWide, hn::Add(even, odd)));
+    }
+}
+
+WeighAcross AcrossWeights() { return &AcrossInVectors; }
+#endif
+
 WeighRows<unsigned char> WeighRows8() { return &WeighInVectors<unsigned char>; }
 WeighRows<unsigned short> WeighRows16() { return &WeighInVectors<unsigned short>; }
 
@@ -77,6 +107,7 @@ namespace kernels {
 
 PANSHARP_EXPORT(WeighRows8);
 PANSHARP_EXPORT(WeighRows16);
+PANSHARP_EXPORT(AcrossWeights);
 
 template <>
 WeighRows<unsigned char> WeighRowsFor(SimdTarget target) {
@@ -86,6 +117,10 @@ WeighRows<unsigned char> WeighRowsFor(SimdTarget target) {
 template <>
 WeighRows<unsigned short> WeighRowsFor(SimdTarget target) {
     return ForTarget<WeighRows<unsigned short>>(target, &WeighRowsScalar, HWY_DISPATCH_TABLE(WeighRows16));
+}
+
+WeighAcross WeighAcrossFor(SimdTarget target) {
+    return ForTarget<WeighAcross>(target, &WeighAcrossScalar, HWY_DISPATCH_TABLE(AcrossWeights));
 }
 
 } // namespace kernels

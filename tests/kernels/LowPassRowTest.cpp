@@ -40,6 +40,24 @@ TEST(LowPassRow, EveryTargetGivesTheSameSums) {
         }
 }
 
+// The last axis has pixels out of reach of the fine ones.
+TEST(LowPassRow, EveryTargetGivesTheSameSumsAcross) {
+    std::mt19937 random(8);
+    for (const GridAxis& axis : {MakeGridAxis(0.25, 0.0), MakeGridAxis(0.3, 0.1), MakeGridAxis(0.5, 10.0)}) {
+        const LowPassAxis across(axis, 0.5, 20, 60);
+        std::vector<std::uint32_t> down(60 + lowPassGroup);
+        for (std::uint32_t& sum : down)
+            sum = random() % 4 == 0 ? (1u << 30) - 1 : static_cast<std::uint32_t>(random()) >> 2;
+        std::vector<std::uint64_t> expected(19);
+        WeighAcrossScalar(across, 1, expected.size(), down.data(), 0, expected.data());
+        for (const SimdTarget target : SimdTargets()) {
+            std::vector<std::uint64_t> sums(expected.size());
+            WeighAcrossFor(target)(across, 1, sums.size(), down.data(), 0, sums.data());
+            EXPECT_EQ(sums, expected) << SimdTargetName(target) << " " << axis.ratio;
+        }
+    }
+}
+
 // With sigma of half a coarse pixel, 3 sigma are 3 pixels of the fine grid at ratio 2, and 6 at ratio 4. At
 // the edge the weights of the existing pixels still add up to the whole; out of reach there are none.
 TEST(LowPassAxis, WeightsLieAboutTheTruePlaceOfThePixel) {
