@@ -208,18 +208,22 @@ std::unique_ptr<RowSampler> MakeBilinear(const SamplerShape& shape) {
 
 template <class T>
 std::unique_ptr<RowSampler> MakeCubic(const SamplerShape& shape) {
-    std::vector<CubicTap> columns, rows;
-    for (const kernels::GridPosition& position : shape.columns)
-        columns.push_back(kernels::MakeCubicTap(position, shape.sourceColumns));
-    for (const kernels::GridPosition& position : shape.rows)
-        rows.push_back(kernels::MakeCubicTap(position, shape.sourceRows));
-    const bool isExact = kernels::HasWholeSteps(columns) && kernels::HasWholeSteps(rows);
+    const auto tapsOf = [](std::span<const kernels::GridPosition> positions, std::uint32_t pixels) {
+        std::vector<CubicTap> taps;
+        taps.reserve(positions.size());
+        for (const kernels::GridPosition& position : positions)
+            taps.push_back(kernels::MakeCubicTap(position, pixels));
+        return taps;
+    };
+    std::vector<CubicTap> rows = tapsOf(shape.rows, shape.sourceRows);
+    const bool isExact = kernels::HasWholeSteps(shape.columns) && kernels::HasWholeSteps(shape.rows);
     auto resampler =
         kernels::MakeCubicResampler<T>(shape.columns, shape.sourceColumns, shape.bands, isExact, Target());
     if (resampler) {
         const std::uint32_t offset = OffsetOf(shape, resampler->GetFirstPixel());
         return std::make_unique<CubicVectorSampler<T>>(std::move(resampler), offset, std::move(rows));
     }
+    std::vector<CubicTap> columns = tapsOf(shape.columns, shape.sourceColumns);
     for (CubicTap& tap : columns)
         for (std::uint32_t& at : tap.at)
             at = OffsetOf(shape, at);

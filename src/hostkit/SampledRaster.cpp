@@ -16,6 +16,7 @@ namespace {
 std::vector<kernels::GridPosition> FindPositions(const kernels::GridAxis& axis, std::uint32_t first,
                                                  std::uint32_t end) {
     std::vector<kernels::GridPosition> positions;
+    positions.reserve(end - first);
     for (std::uint32_t pixel = first; pixel < end; ++pixel)
         positions.push_back(kernels::PanToMultispectral(axis, pixel));
     return positions;

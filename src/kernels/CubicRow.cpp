@@ -1,7 +1,6 @@
 #include "kernels/CubicRow.h"
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 #include <type_traits>
 
@@ -41,11 +40,10 @@ void CubicDown(const std::array<const double*, 4>& rows, const std::array<double
     }
 }
 
-bool HasWholeSteps(std::span<const CubicTap> taps) {
-    constexpr double steps = 1 << cubicStepBits;
-    return std::all_of(taps.begin(), taps.end(), [](const CubicTap& tap) {
-        return std::all_of(tap.weights.begin(), tap.weights.end(),
-                           [](double weight) { return weight * steps == std::floor(weight * steps); });
+bool HasWholeSteps(std::span<const GridPosition> positions) {
+    return std::all_of(positions.begin(), positions.end(), [](const GridPosition& position) {
+        const double eighths = position.fraction * 8.0;
+        return eighths == static_cast<std::int32_t>(eighths);
     });
 }
 

@@ -41,7 +41,7 @@ void CubicDown(const std::array<const double*, 4>& rows, const std::array<double
 /// If all fractions are eighths, as for even ratios, all weights are whole numbers of steps of 2^-10. Every
 /// product and sum of the definition is then exact, in whole numbers and in double, in any order.
 inline constexpr int cubicStepBits = 10;
-[[nodiscard]] bool HasWholeSteps(std::span<const CubicTap> taps);
+[[nodiscard]] bool HasWholeSteps(std::span<const GridPosition> positions);
 
 /// Vectors interpolate down first, where there are fewer samples, then across (CubicResampler). They use
 /// numbers V: std::int32_t for 8-bit samples with whole steps, float for other 8-bit samples, double for 16

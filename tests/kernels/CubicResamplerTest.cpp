@@ -26,7 +26,7 @@ void ExpectTheDefinition(std::span<const GridPosition> columns, std::uint32_t pi
     std::vector<CubicTap> taps;
     for (const GridPosition& column : columns)
         taps.push_back(MakeCubicTap(column, pixels));
-    const bool isWhole = HasWholeSteps(taps);
+    const bool isWhole = HasWholeSteps(columns);
     for (CubicTap& tap : taps)
         for (std::uint32_t& at : tap.at)
             at *= bands;
@@ -40,11 +40,12 @@ void ExpectTheDefinition(std::span<const GridPosition> columns, std::uint32_t pi
     std::vector<T> expected(samples);
     const auto out = std::make_unique<T[]>(samples);
     for (const double fraction : {0.0, 0.5, 0.125, 0.875, 0.3125, 1.0 / 3.0}) {
-        const CubicTap down = MakeCubicTap({0, fraction}, 4);
+        const GridPosition row{0, fraction};
+        const CubicTap down = MakeCubicTap(row, 4);
         CubicDown({across[0].data(), across[1].data(), across[2].data(), across[3].data()}, down.weights,
                   samples, expected.data());
         for (const SimdTarget target : SimdTargets()) {
-            for (const bool isExact : {false, isWhole && HasWholeSteps({&down, 1})}) {
+            for (const bool isExact : {false, isWhole && HasWholeSteps({&row, 1})}) {
                 const auto resampler = MakeCubicResampler<T>(columns, pixels, bands, isExact, target);
                 if (target == 0) continue;
                 ASSERT_TRUE(resampler);
