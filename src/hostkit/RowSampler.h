@@ -33,8 +33,8 @@ struct SamplerShape {
     std::uint32_t sourceRows = 0;                ///< the same down
 };
 
-/// Makes a sampler. Bilinear sampling whose fractions are all coarse binary fractions is computed in whole
-/// numbers: several times faster, with the same samples.
+/// Makes a sampler. With vectors, bilinear sampling whose fractions repeat after few steps
+/// (kernels::AreWhole) is computed in whole numbers: faster, with the same samples.
 [[nodiscard]] std::unique_ptr<RowSampler> MakeRowSampler(const SamplerShape& shape, Resampling resampling);
 
 } // namespace hostkit

@@ -13,7 +13,7 @@ using SimdTarget = std::int64_t;
 /// All targets that can run here, best first and the scalar one last.
 [[nodiscard]] std::vector<SimdTarget> SimdTargets();
 
-/// In lower case: "avx3_dl", "avx3", "avx2", "sse4", "neon", ..., "scalar".
+/// In lower case: "avx3", "avx2", "sse4", "neon", ..., "scalar".
 [[nodiscard]] std::string SimdTargetName(SimdTarget target);
 
 /// The target in use: the best one, unless the environment variable PANSHARP_SIMD names another that can run

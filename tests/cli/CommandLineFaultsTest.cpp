@@ -252,14 +252,17 @@ TEST(Faults, OfTheMachine) {
 }
 
 TEST(Faults, OfThreadsThatCannotBeStarted) {
-    for (const unsigned most : {1u, 2u, 3u, 5u}) {
+    const std::pair<unsigned, child::Arguments> cases[] = {
+        {1, {}}, {2, {}}, {3, {}}, {5, {}}, {1, "--co COMPRESS=DEFLATE --co TILED=YES"}, {1, "-f COG"}};
+    for (const auto& [most, format] : cases) {
         const child::Folder folder;
         scene::WriteSparse(folder / "pan.tif", 600, 600, 1, {.pixelSize = 10.0});
         scene::WriteSparse(folder / "ms.tif", 300, 300, 3, {.pixelSize = 20.0});
         fs::permissions(folder.path, fs::perms::all);
         const Files before = Look(folder);
-        child::Running running(folder, "sharpen pan.tif ms.tif -o o.tif --no-nodata -j 8 --window 16", {}, {},
-                               nullptr, 0, most);
+        child::Arguments arguments = "sharpen pan.tif ms.tif -o o.tif --no-nodata -j 8 --window 16";
+        arguments.insert(arguments.end(), format.begin(), format.end());
+        child::Running running(folder, arguments, {}, {}, nullptr, 0, most);
         const child::Outcome outcome = running.Finish();
         if (outcome.code == 99) GTEST_SKIP() << "no other user may run the command";
         EXPECT_EQ(outcome.code, 0) << outcome.err;

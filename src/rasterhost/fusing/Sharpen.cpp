@@ -44,7 +44,8 @@ public:
             !MakeSettings(request, *pair.scene, pair.plugin->GetDescription(), nullptr, settings, status))
             return false;
         settings.Narrow(*pair.scene);
-        plan = PlanOutput(request, *format, *pair.scene, ChooseThreads(request));
+        // GDAL would wait forever for a thread to compress if it cannot start one.
+        plan = PlanOutput(request, *format, *pair.scene, LimitThreads() ? 1 : request.threads);
         folder = PrepareOutput(request, *pair.scene, plan, status);
         if (!folder || !CheckMemory(request, *pair.scene, plan, GetSizes(), status)) return false;
         if (const std::string loss = plan.isPicture ? "" : FindLoss(plan, request.output); !loss.empty())
@@ -100,14 +101,16 @@ private:
 
     [[nodiscard]] RunSizes GetSizes() const { return FindSizes(request, pair.plugin->GetDescription()); }
 
-    /// If a thread pool cannot start a thread in the middle of the work, the process ends.
-    void LimitThreads() {
-        const int most = 1 + CountThreadsToBeHad(report.threads - 1);
-        if (most >= report.threads) return;
+    /// Sets the number of threads; true when these are fewer than asked for. If a thread pool cannot start a
+    /// thread in the middle of the work, the process ends.
+    bool LimitThreads() {
+        const int asked = ChooseThreads(request);
+        request.threads = 1 + CountThreadsToBeHad(asked - 1);
+        if (request.threads == asked) return false;
         Warn(FormatString(
-            "only %d of the %d threads asked for are used: this machine or user cannot start more", most,
-            report.threads));
-        report.threads = most;
+            "only %d of the %d threads asked for are used: this machine or user cannot start more",
+            request.threads, asked));
+        return true;
     }
 
     bool FuseAll(WindowsAhead& ahead) {
@@ -118,7 +121,6 @@ private:
         const std::uint32_t windows = (report.rows - 1) / report.windowRows + 1;
         report.threads =
             static_cast<int>(std::min<std::uint32_t>(static_cast<std::uint32_t>(report.threads), windows));
-        LimitThreads();
         const int count = CountSlots(report.threads, plan);
         std::vector<std::unique_ptr<FusionSlot>> slots;
         for (int i = 0; i < count; ++i) {

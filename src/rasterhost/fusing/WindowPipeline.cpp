@@ -46,7 +46,7 @@ public:
     }
 
     bool Run(PipelineResult& result, Status& status) {
-        if (plan.threads == 1 || plan.windowRows >= plan.part.GetRows())
+        if (plan.threads == 1 && !output.SharesWork())
             RunHere();
         else
             RunInParallel();

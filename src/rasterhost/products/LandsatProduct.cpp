@@ -3,19 +3,18 @@
 
 #include <cpl_conv.h>
 #include <cpl_string.h>
-#include <regex.h>
 
 #include <algorithm>
-#include <array>
 #include <map>
-#include <new>
 #include <optional>
 #include <set>
+#include <string_view>
 
 namespace rasterhost {
 
 using KOVA::Tessara::Fundament::EndsWith;
 using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Fundament::StartsWith;
 using KOVA::Tessara::Fundament::ToLower;
 using KOVA::Tessara::Fundament::ToUpper;
 
@@ -71,58 +70,70 @@ struct BandFiles {
 /// A name in a form in which letter case does not matter; that of its folder does.
 std::string AnyCase(const std::string& name) { return FolderPart(name) + ToLower(LastPart(name)); }
 
-/// A pattern of names in any letter case, an extended regular expression of POSIX. std::regex would take a
-/// third of this folder's time to compile.
-class NamePattern {
-public:
-    explicit NamePattern(const char* expression) {
-        if (regcomp(&compiled, expression, REG_EXTENDED | REG_ICASE) != 0) throw std::bad_alloc();
-    }
-    ~NamePattern() { regfree(&compiled); }
-    NamePattern(const NamePattern&) = delete;
-    NamePattern& operator=(const NamePattern&) = delete;
-
-    /// The whole match and those of the parentheses, empty where one is not used; nothing without a match.
-    [[nodiscard]] std::optional<std::array<std::string, 6>> Match(const std::string& name) const {
-        std::array<regmatch_t, 6> places;
-        const int result = regexec(&compiled, name.c_str(), places.size(), places.data(), 0);
-        if (result == REG_ESPACE) throw std::bad_alloc();
-        if (result != 0) return std::nullopt;
-        std::array<std::string, 6> parts;
-        for (std::size_t i = 0; i < parts.size(); ++i)
-            if (places[i].rm_so >= 0)
-                parts[i] = name.substr(static_cast<std::size_t>(places[i].rm_so),
-                                       static_cast<std::size_t>(places[i].rm_eo - places[i].rm_so));
-        return parts;
-    }
-
-private:
-    regex_t compiled;
+/// The name of a raster file of one band, split at the B: "LC08_L1TP_", "8".
+struct SplitName {
+    std::string start;
+    std::string number; ///< what follows the B, in capitals
 };
 
-constexpr std::size_t longestStem = 160;
-
-std::optional<BandFile> ReadName(const std::string& name) {
-    // LC08_L1TP_..._B8.TIF, and LC8... from before the collections.
-    static const NamePattern pattern(
-        "^((landsat[-_ ]?|L[COE]?0?)([789]).{0,120})_B([0-9]{1,2}(_VCID_[12])?)$");
+std::optional<SplitName> SplitAtBand(const std::string& name) {
     const std::string stem = StemPart(name);
-    if (!IsRasterName(name) || stem.size() > longestStem) return std::nullopt;
-    const auto parts = pattern.Match(stem);
-    if (!parts) return std::nullopt;
-    const auto& [all, product, start, satellite, band, gain] = *parts;
+    const std::size_t place = stem.find_last_of("Bb");
+    if (place == std::string::npos || !IsRasterName(name)) return std::nullopt;
+    return SplitName{stem.substr(0, place), ToUpper(stem.substr(place + 1))};
+}
+
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
+/// 1 or 2 digits, with the gain of a thermal band of Landsat 7 or without.
+bool IsBandNumber(std::string number) {
+    if (EndsWith(number, "_VCID_1", false) || EndsWith(number, "_VCID_2", false))
+        number.resize(number.size() - 7);
+    return (number.size() == 1 || number.size() == 2) && IsDigit(number.front()) && IsDigit(number.back());
+}
+
+/// The number of the satellite with which a product's name starts, as a digit; 0 if it does not start so.
+char ReadSatellite(const std::string& product) {
+    const std::string lower = ToLower(product);
+    std::size_t place = 0;
+    const auto pass = [&](std::string_view letters) { // one of them, if it is there
+        if (place < lower.size() && letters.find(lower[place]) != letters.npos) ++place;
+    };
+    if (StartsWith(lower, "landsat", false)) {
+        place = 7;
+        pass("-_ ");
+    } else if (StartsWith(lower, "l", false)) {
+        place = 1;
+        pass("coe");
+        pass("0");
+    }
+    return place > 0 && place < lower.size() && lower[place] >= '7' && lower[place] <= '9' ? lower[place] : 0;
+}
+
+/// Reads LC08_L1TP_..._B8.TIF, and LC8... from before the collections.
+std::optional<BandFile> ReadName(const std::string& name) {
+    const auto parts = SplitAtBand(name);
+    if (!parts || !IsBandNumber(parts->number) || !EndsWith(parts->start, "_", false)) return std::nullopt;
+    const std::string product = parts->start.substr(0, parts->start.size() - 1);
+    const char satellite = ReadSatellite(product);
+    if (satellite == 0) return std::nullopt;
     if (EndsWith(product, "_SR", true) || EndsWith(product, "_ST", true)) return std::nullopt; // Level 2
-    return BandFile{FolderPart(name) + product, satellite[0], ToUpper(band)};
+    return BandFile{FolderPart(name) + product, satellite, parts->number};
 }
 
 /// The same for scene_B8.TIF or B8.TIF, whose names do not tell the satellite.
 std::optional<BandFile> ReadNumber(const std::string& name) {
-    static const NamePattern pattern("^((.{1,150})[-_. ])?B(8A|[1-9]|1[0-2]|6_VCID_[12])$");
-    const std::string stem = StemPart(name);
-    if (!IsRasterName(name) || stem.size() > longestStem) return std::nullopt;
-    const auto parts = pattern.Match(stem);
-    if (!parts) return std::nullopt;
-    return BandFile{FolderPart(name) + (*parts)[2], 0, ToUpper((*parts)[3])};
+    static const std::set<std::string> numbers = {"1", "2",  "3",  "4",  "5",  "6",        "7",       "8",
+                                                  "9", "8A", "10", "11", "12", "6_VCID_1", "6_VCID_2"};
+    const auto parts = SplitAtBand(name);
+    if (!parts || !numbers.contains(parts->number)) return std::nullopt;
+    std::string product = parts->start;
+    if (!product.empty()) {
+        if (product.size() == 1 || std::string_view("-_. ").find(product.back()) == std::string_view::npos)
+            return std::nullopt;
+        product.pop_back();
+    }
+    return BandFile{FolderPart(name) + product, 0, parts->number};
 }
 
 /// The bands of each scene, by its name in lower case; `read` reads the name of a file.

@@ -23,6 +23,7 @@ public:
     Open(const std::string& file, const std::string& spoolName, const OutputPlan& plan);
     ~CogWriter() override;
 
+    [[nodiscard]] bool SharesWork() const override { return true; }
     [[nodiscard]] bool Pack(std::uint32_t rowCount, const unsigned char* tiles,
                             PackedTiles& packed) const override;
     [[nodiscard]] bool Write(std::uint32_t firstRow, std::uint32_t rowCount, unsigned char* tiles,

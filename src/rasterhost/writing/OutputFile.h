@@ -46,6 +46,9 @@ public:
     /// True when GDAL writes the windows; only one thread at a time may then write.
     [[nodiscard]] bool IsWrittenByGdal() const { return dataset != nullptr; }
 
+    /// True when Pack or Write share their work among the threads of the arena that they are called in.
+    [[nodiscard]] bool SharesWork() const { return tiles && tiles->SharesWork(); }
+
     /// Compresses a window with all its rows, if that can be done before they are written. Any number of
     /// threads may call it. False with an item.
     [[nodiscard]] bool Pack(OutputWindow& window, Status& status) const;

@@ -11,8 +11,8 @@ using imagery::OutputRules;
 
 namespace {
 
-/// A larger window leaves the cache of its processor before it is written to the file. Writing it there would
-/// read every line of it from memory first.
+/// A larger window leaves the cache of its processor before it is written to the file. Ordinary stores would
+/// first read each of its lines from memory.
 constexpr std::size_t mostInCache = std::size_t{1} << 20;
 
 } // namespace

@@ -14,6 +14,8 @@ public:
     TileSink& operator=(const TileSink&) = delete;
     virtual ~TileSink() = default;
 
+    /// True when Pack or Write use the threads of the arena that they are called in.
+    [[nodiscard]] virtual bool SharesWork() const = 0;
     /// Compresses full rows, given as tiles of the layout, with the threads of the arena it is called in. Any
     /// number of windows may be packed in parallel. False when memory runs out or the codec fails.
     [[nodiscard]] virtual bool Pack(std::uint32_t rowCount, const unsigned char* tiles,

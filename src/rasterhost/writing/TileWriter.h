@@ -29,6 +29,7 @@ public:
     TileWriter& operator=(const TileWriter&) = delete;
     ~TileWriter() override;
 
+    [[nodiscard]] bool SharesWork() const override { return packer->Compresses(); }
     [[nodiscard]] bool Pack(std::uint32_t rowCount, const unsigned char* tiles,
                             PackedTiles& packed) const override;
     [[nodiscard]] bool Write(std::uint32_t firstRow, std::uint32_t rowCount, unsigned char* tiles,
