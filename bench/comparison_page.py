@@ -78,8 +78,8 @@ def cases(data):
         by_kind.setdefault((row["bands"], row["bits"], row["ratio"]), []).append(
             f"{row['ns_a_sample']:.2f} ns ({row['ns_a_sample'] / first[row['method']]:.2f} ×)")
     return [prose(f"About {found[0].get('size', 4096)}² pixels, one thread. The table gives processor time without the start, per sample of the output; in "
-                  "brackets, compared with the first row. With one band, fewer samples share the time of reading pan. A smaller scene would show "
-                  "less of that: the blocks that the default run fits to take about the same time in a scene of any size."),
+                  "brackets, compared with the first row. With one band, fewer samples share the time of reading pan. The blocks that the default "
+                  "run fits to take about the same time in a scene of any size, so they count for more in a smaller one."),
             table(("bands", "bits", "ratio", "KOVA, bilinear, given weights", "default"),
                   [(*map(str, kind), *cells) for kind, cells in by_kind.items()])]
 

@@ -157,13 +157,13 @@ def waits(size, trials):
     ours({**case, "method": "default"}, fused)
     default, kova = {**case, "method": "default"}, {**case, "method": "kova"}
     commands = {"KOVA, bilinear, given weights": lambda: ours(kova, out),
-            "KOVA, cubic": lambda: ours({**kova, "sampling": "cubic"}, out),
-            "KOVA, bilinear, no data in pan": lambda: ours({**kova, "pan": gaps}, out),
-            "KOVA, bilinear, bands in another projection": lambda: ours({**kova, "ms": tilted}, out),
-            "default": lambda: ours(default, out),
-            "default, no data in pan": lambda: ours({**default, "pan": gaps}, out),
-            "assess": lambda: assess(fused, case),
-            "compare": lambda: timed([BIN / "pansharp", "compare", pan, ms])}
+                "KOVA, cubic": lambda: ours({**kova, "sampling": "cubic"}, out),
+                "KOVA, bilinear, no data in pan": lambda: ours({**kova, "pan": gaps}, out),
+                "KOVA, bilinear, bands in another projection": lambda: ours({**kova, "ms": tilted}, out),
+                "default": lambda: ours(default, out),
+                "default, no data in pan": lambda: ours({**default, "pan": gaps}, out),
+                "assess": lambda: assess(fused, case),
+                "compare": lambda: timed([BIN / "pansharp", "compare", pan, ms])}
     found = alternate(commands, trials, (out,))
     for file in (fused, gaps, tilted):
         file.unlink(missing_ok=True)

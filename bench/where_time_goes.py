@@ -9,7 +9,7 @@ from comparison_runs import BIN, WORK, scene
 # The first pattern that matches a sample's function, library and kernel call gives its kind.
 KINDS = (("compress", r"libdeflate|libzstd|liblerc|LZW|Deflate|TIFFWriteEncoded"),
          ("fit", r"fitting::|quality::"),
-         ("sample", r"Bilinear|Cubic|MapInVectors|MappedRow|MappedRaster|PixelMap|Across|Down|Sampler|SpreadRow|SampledRaster|WholeSteps|PanToMultispectral"),
+         ("sample", r"Bilinear|Cubic|MapInVectors|MappedRow|MappedRaster|PixelMap|Across|Down|Sampler|SampledRaster|WholeSteps|PanToMultispectral"),
          ("low-pass", r"LowPass|Weigh|AreaSums"),
          ("fuse", r"Pansharp\.process|Fuse|Injection|Kova|Brovey"),
          ("mask", r"Valid|Mask|CountLimits|Collar|EndOfRun|NoData|Reach"),

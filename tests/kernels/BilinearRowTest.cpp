@@ -120,14 +120,14 @@ TYPED_TEST(BilinearRows, SeparatedEqualsTheDefinition) {
                 const auto lower = support::RandomRow<TypeParam>(std::size_t{sourceColumns} * bands, random);
                 const auto out = std::make_unique<TypeParam[]>(columns * bands);
                 for (const double fy : {0.0, 0.5, 1.0 / 3.0, 0.875, 6.0 / 7.0, 0.4}) {
-                    const auto expect = [&](const char* way, SimdTarget target) {
+                    const auto expect = [&](const char* path, SimdTarget target) {
                         for (std::size_t c = 0; c < columns; ++c)
                             for (std::uint32_t b = 0; b < bands; ++b, ++compared)
                                 ASSERT_EQ(out[c * bands + b],
                                           BilinearSample(upper[taps[c].first + b], upper[taps[c].second + b],
                                                          lower[taps[c].first + b], lower[taps[c].second + b],
                                                          taps[c].fraction, fy))
-                                    << way << " " << SimdTargetName(target) << " bands " << bands
+                                    << path << " " << SimdTargetName(target) << " bands " << bands
                                     << " column " << c << " band " << b;
                     };
                     for (const SimdTarget target : SimdTargets()) {

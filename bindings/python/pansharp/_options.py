@@ -38,7 +38,7 @@ def engine() -> Any:
         from . import _files
     except ImportError as error:
         raise ImportError("the functions for files need a pansharp that was built with GDAL and oneTBB, and these libraries (on Debian "
-                          f"libgdal and libtbb12); the functions for arrays do without: {error}") from error
+                          f"libgdal32, libtbb12, libtiff6 and libxml2); the functions for arrays do without: {error}") from error
     return _files
 
 

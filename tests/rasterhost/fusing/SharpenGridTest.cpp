@@ -54,10 +54,11 @@ struct GridPair {
         return request;
     }
     /// The position of the centre of a pan pixel, between the centres of the source.
-    [[nodiscard]] std::pair<double, double> Position(OGRCoordinateTransformation* way, int c, int r) const {
+    [[nodiscard]] std::pair<double, double> Position(OGRCoordinateTransformation* transformation, int c,
+                                                     int r) const {
         double x = pan[0] + (c + 0.5) * pan[1] + (r + 0.5) * pan[2];
         double y = pan[3] + (c + 0.5) * pan[4] + (r + 0.5) * pan[5];
-        EXPECT_TRUE(way->Transform(1, &x, &y));
+        EXPECT_TRUE(transformation->Transform(1, &x, &y));
         const double determinant = ms[1] * ms[5] - ms[2] * ms[4];
         x -= ms[0];
         if (x < -180.0) x += 360.0;
@@ -122,11 +123,12 @@ TEST(SharpenGrid, EveryPixelIsAtItsPlace) {
         to.SetFromUserInput(pair.msProjection);
         from.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
         to.SetAxisMappingStrategy(OAMS_TRADITIONAL_GIS_ORDER);
-        const std::unique_ptr<OGRCoordinateTransformation> way(OGRCreateCoordinateTransformation(&from, &to));
+        const std::unique_ptr<OGRCoordinateTransformation> transformation(
+            OGRCreateCoordinateTransformation(&from, &to));
         std::size_t within = 0;
         for (int r = 0; r < rows; ++r)
             for (int c = 0; c < columns; ++c) {
-                const auto [x, y] = pair.Position(way.get(), c, r);
+                const auto [x, y] = pair.Position(transformation.get(), c, r);
                 const std::size_t i = static_cast<std::size_t>(r * columns + c) * 2;
                 const double edge = std::min({x + 1.5, y + 1.5, msColumns + 0.5 - x, msRows + 0.5 - y});
                 if (std::fabs(edge) < 0.01) continue;
