@@ -44,8 +44,9 @@ public:
             !MakeSettings(request, *pair.scene, pair.plugin->GetDescription(), nullptr, settings, status))
             return false;
         settings.Narrow(*pair.scene);
+        plan = PlanOutput(request, *format, *pair.scene, ChooseThreads(request));
         // GDAL would wait forever for a thread to compress if it cannot start one.
-        plan = PlanOutput(request, *format, *pair.scene, LimitThreads() ? 1 : request.threads);
+        if (LimitThreads()) plan = PlanOutput(request, *format, *pair.scene, 1);
         folder = PrepareOutput(request, *pair.scene, plan, status);
         if (!folder || !CheckMemory(request, *pair.scene, plan, GetSizes(), status)) return false;
         if (const std::string loss = plan.isPicture ? "" : FindLoss(plan, request.output); !loss.empty())
@@ -101,15 +102,21 @@ private:
 
     [[nodiscard]] RunSizes GetSizes() const { return FindSizes(request, pair.plugin->GetDescription()); }
 
-    /// Sets the number of threads; true when these are fewer than asked for. If a thread pool cannot start a
-    /// thread in the middle of the work, the process ends.
+    /// Reduces the number of threads to those that can be started; true if fewer than the run would use. If a
+    /// thread pool cannot start a thread in the middle of the work, the process ends.
     bool LimitThreads() {
         const int asked = ChooseThreads(request);
-        request.threads = 1 + CountThreadsToBeHad(asked - 1);
-        if (request.threads == asked) return false;
+        // A window is fused by one thread. Many threads may compress it.
+        const bool mayCompress = plan.isCompressed || plan.IsCopied() || plan.writesCog;
+        const std::uint32_t windows = (plan.rows - 1) / ChooseWindowRows(*pair.scene, plan, GetSizes()) + 1;
+        const int used =
+            mayCompress ? asked : std::min(asked, static_cast<int>(std::min(windows, 0x7FFFFFFFu)));
+        const int most = 1 + CountThreadsToBeHad(used - 1);
+        if (most >= used) return false;
         Warn(FormatString(
-            "only %d of the %d threads asked for are used: this machine or user cannot start more",
-            request.threads, asked));
+            "only %d of the %d threads asked for are used: this machine or user cannot start more", most,
+            asked));
+        request.threads = most;
         return true;
     }
 
