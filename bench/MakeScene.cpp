@@ -22,9 +22,26 @@ struct Scene {
     [[nodiscard]] double Most() const { return bits == 8 ? 255.0 : 65535.0; }
 };
 
-double Smooth(int x, int y, int band) {
-    return 0.45 + 0.2 * std::sin(x * 0.0031 + band) + 0.15 * std::cos(y * 0.0047 - band * 0.7);
-}
+/// The smooth part of the truth: a wave across and one down, each tabulated once, one row of `size` per band.
+class SmoothTruth {
+public:
+    explicit SmoothTruth(const Scene& scene) : m_size(static_cast<std::size_t>(scene.size)) {
+        for (int band = 0; band < scene.bands; ++band)
+            for (int i = 0; i < scene.size; ++i) {
+                m_across.push_back(0.45 + 0.2 * std::sin(i * 0.0031 + band));
+                m_down.push_back(0.15 * std::cos(i * 0.0047 - band * 0.7));
+            }
+    }
+    [[nodiscard]] double At(int x, int y, int band) const {
+        const std::size_t row = static_cast<std::size_t>(band) * m_size;
+        return m_across[row + static_cast<std::size_t>(x)] + m_down[row + static_cast<std::size_t>(y)];
+    }
+
+private:
+    std::size_t m_size;
+    std::vector<double> m_across;
+    std::vector<double> m_down;
+};
 
 double Texture(int x, int y) {
     const auto hash = static_cast<unsigned>(x) * 2654435761u ^ static_cast<unsigned>(y) * 40503u;
@@ -80,12 +97,13 @@ int main(int argc, char** argv) {
     const Scene scene{std::atoi(argv[1]), std::atoi(argv[2]), std::atoi(argv[3]), std::atoi(argv[4]),
                       argv[5]};
     const std::string folder = argv[6];
+    const SmoothTruth smooth(scene);
     bool done = scene.size > 0 && scene.bands > 0 && scene.ratio > 0 && scene.size % scene.ratio == 0;
     if (GDALDataset* pan = done ? Create(scene, folder + "/pan.tif", scene.size, 1, 0.5) : nullptr) {
         done = Write(scene, *pan, [&](int x, int y, int) {
             double sum = 0.0;
             for (int b = 0; b < scene.bands; ++b)
-                sum += Smooth(x, y, b);
+                sum += smooth.At(x, y, b);
             return sum / scene.bands + 0.2 * Texture(x, y);
         });
         GDALClose(pan);
@@ -98,7 +116,7 @@ int main(int argc, char** argv) {
     if (ms) {
         done = Write(scene, *ms, [&](int x, int y, int b) {
             const int half = scene.ratio / 2;
-            return Smooth(x * scene.ratio + half, y * scene.ratio + half, b);
+            return smooth.At(x * scene.ratio + half, y * scene.ratio + half, b);
         });
         GDALClose(ms);
     } else {
