@@ -47,12 +47,37 @@ using LessOrigins = bool (*)(const unsigned short* planes, const unsigned short*
 using AddWholeProducts = void (*)(const short* rows, const std::pair<std::size_t, std::size_t>* pairs,
                                   std::size_t pairCount, std::int32_t* parts);
 
+/// Sums over pairs of whole numbers a and b.
+struct PairSums {
+    std::int64_t a = 0, b = 0, aa = 0, bb = 0, ab = 0; ///< of the numbers, their squares and their products
+    bool operator==(const PairSums&) const = default;
+};
+/// The most pairs that AddPairs takes at a time.
+inline constexpr std::size_t mostPairs = 1024;
+/// Adds `count` pairs, up to mostPairs. Numbers must lie within -2^20 to 2^20.
+using AddPairs = void (*)(const std::int32_t* a, const std::int32_t* b, std::size_t count, PairSums& sums);
+
+/// The sum of angles between spectra, in radians, and how many they are.
+struct AngleSum {
+    double radians = 0.0;
+    std::uint64_t count = 0;
+    bool operator==(const AngleSum&) const = default;
+};
+/// Adds the angles between the spectra of `count` pixels of two images, from left to right. Each image has a
+/// plane per band, `stride` samples apart. A pixel has no angle if one of its spectra is 0 in all bands.
+using AddAngles = void (*)(const unsigned short* image, const unsigned short* reference, std::size_t stride,
+                           std::size_t bands, std::size_t count, AngleSum& sum);
+/// The angle of a cosine, in radians.
+[[nodiscard]] double FindAngle(double cosine);
+
 /// The versions for a vector target that can run here. The scalar ones are the definition.
 [[nodiscard]] SumWeighted SumWeightedFor(SimdTarget target);
 [[nodiscard]] AddProducts AddProductsFor(SimdTarget target);
 [[nodiscard]] SpreadPixels SpreadPixelsFor(SimdTarget target);
 [[nodiscard]] LessOrigins LessOriginsFor(SimdTarget target);
 [[nodiscard]] AddWholeProducts AddWholeProductsFor(SimdTarget target);
+[[nodiscard]] AddPairs AddPairsFor(SimdTarget target);
+[[nodiscard]] AddAngles AddAnglesFor(SimdTarget target);
 
 void SumWeightedScalar(const unsigned short* const* rows, const double* weights, std::size_t rowCount,
                        std::size_t length, double* sums);
@@ -65,5 +90,8 @@ bool LessOriginsScalar(const unsigned short* planes, const unsigned short* origi
                        std::size_t count, short* differences);
 void AddWholeProductsScalar(const short* rows, const std::pair<std::size_t, std::size_t>* pairs,
                             std::size_t pairCount, std::int32_t* parts);
+void AddPairsScalar(const std::int32_t* a, const std::int32_t* b, std::size_t count, PairSums& sums);
+void AddAnglesScalar(const unsigned short* image, const unsigned short* reference, std::size_t stride,
+                     std::size_t bands, std::size_t count, AngleSum& sum);
 
 } // namespace kernels

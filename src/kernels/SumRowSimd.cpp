@@ -1,4 +1,5 @@
 // Sums in vectors of up to eight numbers, by the same operations in the same order as the scalar ones.
+#include "kernels/Angle.h"
 #include "kernels/Simd.h"
 #include "kernels/SumRow.h"
 
@@ -105,11 +106,82 @@ HWY_ATTR void AddWholeProductsInVectors(const short* rows, const std::pair<std::
     }
 }
 
+HWY_ATTR void AddPairsInVectors(const std::int32_t* a, const std::int32_t* b, std::size_t count,
+                                PairSums& sums) {
+#if HWY_TARGET == HWY_SCALAR // never run
+    AddPairsScalar(a, b, count, sums);
+#else
+    const hn::ScalableTag<std::int32_t> d;
+    const hn::Repartition<std::int64_t, decltype(d)> dWide;
+    const auto oddOf = [=](auto numbers) {
+        const hn::Repartition<std::uint64_t, decltype(d)> dPairs;
+        return hn::BitCast(d, hn::ShiftRight<32>(hn::BitCast(dPairs, numbers)));
+    };
+    auto sumA = hn::Zero(d), sumB = sumA;
+    auto squaresA = hn::Zero(dWide), squaresB = squaresA, products = squaresA;
+    std::size_t i = 0;
+    for (; i + hn::Lanes(d) <= count; i += hn::Lanes(d)) {
+        const auto x = hn::LoadU(d, a + i), y = hn::LoadU(d, b + i);
+        sumA = hn::Add(sumA, x);
+        sumB = hn::Add(sumB, y);
+        const auto oddX = oddOf(x), oddY = oddOf(y);
+        squaresA = hn::Add(squaresA, hn::Add(hn::MulEven(x, x), hn::MulEven(oddX, oddX)));
+        squaresB = hn::Add(squaresB, hn::Add(hn::MulEven(y, y), hn::MulEven(oddY, oddY)));
+        products = hn::Add(products, hn::Add(hn::MulEven(x, y), hn::MulEven(oddX, oddY)));
+    }
+    const auto sumOf = [](auto tag, auto lanes) { return hn::GetLane(hn::SumOfLanes(tag, lanes)); };
+    sums.a += sumOf(d, sumA);
+    sums.b += sumOf(d, sumB);
+    sums.aa += sumOf(dWide, squaresA);
+    sums.bb += sumOf(dWide, squaresB);
+    sums.ab += sumOf(dWide, products);
+    AddPairsScalar(a + i, b + i, count - i, sums);
+#endif
+}
+
+HWY_ATTR void AddAnglesInVectors(const unsigned short* image, const unsigned short* reference,
+                                 std::size_t stride, std::size_t bands, std::size_t count, AngleSum& sum) {
+    const hn::CappedTag<double, 8> d;
+    const std::size_t lanes = hn::Lanes(d);
+    const auto zero = hn::Zero(d), half = hn::Set(d, 0.5);
+    double angles[8];
+    std::size_t i = 0;
+    for (; i + lanes <= count; i += lanes) {
+        auto product = zero, imageSquares = zero, referenceSquares = zero;
+        for (std::size_t band = 0; band < bands; ++band) {
+            const auto x = LoadReal(d, image + band * stride + i),
+                       y = LoadReal(d, reference + band * stride + i);
+            product = hn::Add(product, hn::Mul(x, y));
+            imageSquares = hn::Add(imageSquares, hn::Mul(x, x));
+            referenceSquares = hn::Add(referenceSquares, hn::Mul(y, y));
+        }
+        const auto squares = hn::Mul(imageSquares, referenceSquares);
+        const auto has = hn::Gt(squares, zero);
+        const auto cosine = hn::Div(product, hn::Sqrt(squares));
+        const auto square = hn::Max(hn::Sub(half, hn::Mul(half, cosine)), zero);
+        if (!hn::AllFalse(d, hn::And(has, hn::Gt(square, hn::Set(d, mostSquare))))) {
+            AddAnglesScalar(image + i, reference + i, stride, bands, lanes, sum);
+            continue;
+        }
+        auto series = hn::Set(d, asinTerms[0]);
+        for (std::size_t term = 1; term < std::size(asinTerms); ++term)
+            series = hn::Add(hn::Mul(series, square), hn::Set(d, asinTerms[term]));
+        const auto angle = hn::Mul(hn::Mul(hn::Set(d, 2.0), hn::Sqrt(square)), series);
+        hn::StoreU(hn::IfThenElseZero(has, angle), d, angles);
+        for (std::size_t lane = 0; lane < lanes; ++lane)
+            sum.radians += angles[lane];
+        sum.count += hn::CountTrue(d, has);
+    }
+    AddAnglesScalar(image + i, reference + i, stride, bands, count - i, sum);
+}
+
 SumWeighted SumWeightedHere() { return &SumWeightedInVectors; }
 AddProducts AddProductsHere() { return &AddProductsInVectors; }
 SpreadPixels SpreadPixelsHere() { return &SpreadPixelsInVectors; }
 LessOrigins LessOriginsHere() { return &LessOriginsInVectors; }
 AddWholeProducts AddWholeProductsHere() { return &AddWholeProductsInVectors; }
+AddPairs AddPairsHere() { return &AddPairsInVectors; }
+AddAngles AddAnglesHere() { return &AddAnglesInVectors; }
 
 } // namespace HWY_NAMESPACE
 } // namespace kernels
@@ -123,6 +195,8 @@ PANSHARP_EXPORT(AddProductsHere);
 PANSHARP_EXPORT(SpreadPixelsHere);
 PANSHARP_EXPORT(LessOriginsHere);
 PANSHARP_EXPORT(AddWholeProductsHere);
+PANSHARP_EXPORT(AddPairsHere);
+PANSHARP_EXPORT(AddAnglesHere);
 
 SumWeighted SumWeightedFor(SimdTarget target) {
     return ForTarget<SumWeighted>(target, &SumWeightedScalar, HWY_DISPATCH_TABLE(SumWeightedHere));
@@ -143,6 +217,14 @@ LessOrigins LessOriginsFor(SimdTarget target) {
 AddWholeProducts AddWholeProductsFor(SimdTarget target) {
     return ForTarget<AddWholeProducts>(target, &AddWholeProductsScalar,
                                        HWY_DISPATCH_TABLE(AddWholeProductsHere));
+}
+
+AddPairs AddPairsFor(SimdTarget target) {
+    return ForTarget<AddPairs>(target, &AddPairsScalar, HWY_DISPATCH_TABLE(AddPairsHere));
+}
+
+AddAngles AddAnglesFor(SimdTarget target) {
+    return ForTarget<AddAngles>(target, &AddAnglesScalar, HWY_DISPATCH_TABLE(AddAnglesHere));
 }
 
 } // namespace kernels

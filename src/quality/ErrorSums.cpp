@@ -9,8 +9,8 @@
 
 namespace quality {
 
-template <std::size_t known, class Image, class Reference>
-void ErrorSums::AddPixels(const Image* image, const Reference* reference, const unsigned char* valid,
+template <std::size_t known, class Reference>
+void ErrorSums::AddPixels(const double* image, const Reference* reference, const unsigned char* valid,
                           std::size_t columns) {
     const std::size_t bands = known != 0 ? known : sums.size();
     std::array<Sums, std::max<std::size_t>(known, 1)> own; // which the compiler keeps in registers
@@ -21,7 +21,7 @@ void ErrorSums::AddPixels(const Image* image, const Reference* reference, const 
         ++count;
         for (std::size_t band = 0; band < bands; ++band) {
             const auto truth = static_cast<double>(reference[band]);
-            const double difference = static_cast<double>(image[band]) - truth;
+            const double difference = image[band] - truth;
             all[band].difference += difference;
             all[band].squares += difference * difference;
             all[band].reference += truth;
@@ -31,16 +31,37 @@ void ErrorSums::AddPixels(const Image* image, const Reference* reference, const 
     if (known != 0) std::copy_n(own.begin(), known, sums.begin());
 }
 
-template <class Image, class Reference>
-void ErrorSums::AddRow(const Image* image, const Reference* reference, const unsigned char* valid,
+template <class Reference>
+void ErrorSums::AddRow(const double* image, const Reference* reference, const unsigned char* valid,
                        std::size_t columns) {
     WithKnownBands(sums.size(),
                    [&](auto known) { AddPixels<decltype(known)::value>(image, reference, valid, columns); });
 }
 template void ErrorSums::AddRow(const double*, const double*, const unsigned char*, std::size_t);
 template void ErrorSums::AddRow(const double*, const unsigned short*, const unsigned char*, std::size_t);
-template void ErrorSums::AddRow(const unsigned short*, const unsigned short*, const unsigned char*,
-                                std::size_t);
+
+void ErrorSums::AddRow(const WholeRow& row, std::size_t columns, std::size_t counted) {
+    count += counted;
+    std::array<std::int32_t, kernels::mostPairs> differences, truths;
+    for (std::size_t band = 0; band < sums.size(); ++band)
+        for (std::size_t from = 0; from < columns; from += kernels::mostPairs) {
+            const std::size_t part = std::min(kernels::mostPairs, columns - from);
+            const unsigned short* image = row.image + band * row.stride + from;
+            const unsigned short* reference = row.reference + band * row.stride + from;
+            unsigned short largest = 0;
+            for (std::size_t i = 0; i < part; ++i) {
+                differences[i] = image[i] - reference[i];
+                truths[i] = reference[i];
+                largest = std::max(largest, reference[i]);
+            }
+            kernels::PairSums more;
+            addPairs(differences.data(), truths.data(), part, more);
+            sums[band].difference += static_cast<double>(more.a);
+            sums[band].squares += static_cast<double>(more.aa);
+            sums[band].reference += static_cast<double>(more.b);
+            sums[band].largest = std::max(sums[band].largest, static_cast<double>(largest));
+        }
+}
 
 void ErrorSums::Append(const ErrorSums& below) {
     count += below.count;

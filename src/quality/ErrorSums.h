@@ -1,5 +1,8 @@
 #pragma once
 
+#include "kernels/SumRow.h"
+#include "quality/WholeRow.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -23,10 +26,12 @@ class ErrorSums {
 public:
     explicit ErrorSums(std::size_t bands) : sums(bands) {}
 
-    /// Adds a row of `pixels` pixels. Samples are doubles or unsigned shorts.
-    template <class Image, class Reference>
-    void AddRow(const Image* image, const Reference* reference, const unsigned char* valid,
+    /// Adds a row of `columns` pixels. Reference samples are doubles or unsigned shorts.
+    template <class Reference>
+    void AddRow(const double* image, const Reference* reference, const unsigned char* valid,
                 std::size_t columns);
+    /// Adds a row in which `counted` pixels count. All samples of the others are 0.
+    void AddRow(const WholeRow& row, std::size_t columns, std::size_t counted);
     void Append(const ErrorSums& below);
 
     [[nodiscard]] std::uint64_t GetCount() const { return count; }
@@ -37,12 +42,13 @@ private:
     struct Sums {
         double difference = 0.0, squares = 0.0, reference = 0.0, largest = 0.0;
     };
-    template <std::size_t known, class Image, class Reference>
-    void AddPixels(const Image* image, const Reference* reference, const unsigned char* valid,
+    template <std::size_t known, class Reference>
+    void AddPixels(const double* image, const Reference* reference, const unsigned char* valid,
                    std::size_t columns);
 
     std::vector<Sums> sums;
     std::uint64_t count = 0;
+    kernels::AddPairs addPairs = kernels::AddPairsFor(kernels::ChosenSimdTarget());
 };
 
 /// ERGAS (Wald 2000): 100 / ratio * sqrt(mean over the bands of (rmse / mean)^2), where `ratio` is the width

@@ -1,49 +1,69 @@
 #include "quality/SpatialCorrelation.h"
 
-#include "quality/KnownBands.h"
-
 #include <algorithm>
 #include <cmath>
 
 namespace quality {
 
 SpatialCorrelation::SpatialCorrelation(std::size_t imageColumns, std::size_t bandCount)
-    : columns(imageColumns), bands(bandCount), sums(bandCount) {
-    for (Row& row : rows)
-        row = {std::vector<double>(columns * 2 * bands), std::vector<unsigned char>(columns)};
+    : columns(imageColumns), bands(bandCount), counts(imageColumns), sums(bandCount) {}
+
+/// The place of the next row, behind the last two.
+template <class Sample>
+SpatialCorrelation::Row<Sample>& SpatialCorrelation::Next(Rows<Sample>& rows) {
+    std::rotate(rows.last.begin(), rows.last.begin() + 1, rows.last.end());
+    return rows.last[2];
 }
 
-template <class Image, class Reference>
-void SpatialCorrelation::AddRow(const Image* image, const Reference* reference, const unsigned char* valid) {
-    std::rotate(rows.begin(), rows.begin() + 1, rows.end());
-    WithKnownBands(bands, [&](auto known) {
-        const std::size_t length = known != 0 ? known : bands;
-        double* pixel = rows[2].both.data();
-        for (std::size_t column = 0; column < columns; ++column, image += length, reference += length)
-            pixel = std::copy_n(reference, length, std::copy_n(image, length, pixel));
-    });
-    std::copy_n(valid, columns, rows[2].valid.begin());
-    AddLast();
+template <class Reference>
+void SpatialCorrelation::AddRow(const double* image, const Reference* reference, const unsigned char* valid) {
+    Row<double>& row = Next(real);
+    row.planes.resize(2 * bands * columns);
+    for (std::size_t band = 0; band < bands; ++band) {
+        double* plane = row.planes.data() + band * columns;
+        double* truth = plane + bands * columns;
+        for (std::size_t column = 0; column < columns; ++column) {
+            plane[column] = image[column * bands + band];
+            truth[column] = static_cast<double>(reference[column * bands + band]);
+        }
+    }
+    row.valid.assign(valid, valid + columns);
+    AddLast(real, realDetail);
 }
 template void SpatialCorrelation::AddRow(const double*, const double*, const unsigned char*);
 template void SpatialCorrelation::AddRow(const double*, const unsigned short*, const unsigned char*);
-template void SpatialCorrelation::AddRow(const unsigned short*, const unsigned short*, const unsigned char*);
 
-void SpatialCorrelation::AddLast() {
-    if (seen < first.size()) first[seen] = rows[2];
-    if (++seen >= rows.size()) AddMiddle();
+void SpatialCorrelation::AddRow(const WholeRow& samples, const unsigned char* valid) {
+    Row<unsigned short>& row = Next(whole);
+    row.planes.clear();
+    for (const unsigned short* image : {samples.image, samples.reference})
+        for (std::size_t band = 0; band < bands; ++band, image += samples.stride)
+            row.planes.insert(row.planes.end(), image, image + columns);
+    row.valid.assign(valid, valid + columns);
+    AddLast(whole, wholeDetail);
+}
+
+template <class Sample, class Number>
+void SpatialCorrelation::AddLast(Rows<Sample>& rows, Detail<Number>& detail) {
+    if (rows.seen < rows.first.size()) rows.first[rows.seen] = rows.last[2];
+    if (++rows.seen >= rows.last.size()) AddMiddle(rows, detail);
+}
+
+template <class Sample, class Number>
+void SpatialCorrelation::Append(Rows<Sample>& rows, const Rows<Sample>& below, Detail<Number>& detail) {
+    // Only now do the rows at the seam have a row above and below.
+    for (std::size_t i = 0; i < std::min(below.seen, rows.first.size()); ++i) {
+        Next(rows) = below.first[i];
+        AddLast(rows, detail);
+    }
+    if (below.seen <= rows.first.size()) return;
+    rows.last = below.last;
+    rows.seen += below.seen - rows.first.size();
 }
 
 void SpatialCorrelation::Append(const SpatialCorrelation& below) {
-    // Only now do the rows at the seam have a row above and below.
-    for (std::size_t i = 0; i < std::min(below.seen, first.size()); ++i) {
-        std::rotate(rows.begin(), rows.begin() + 1, rows.end());
-        rows[2] = below.first[i];
-        AddLast();
-    }
-    if (below.seen <= first.size()) return;
-    rows = below.rows;
-    seen += below.seen - first.size();
+    Append(real, below.real, realDetail);
+    Append(whole, below.whole, wholeDetail);
     count += below.count;
     for (std::size_t band = 0; band < bands; ++band) {
         Sums& sum = sums[band];
@@ -56,41 +76,65 @@ void SpatialCorrelation::Append(const SpatialCorrelation& below) {
     }
 }
 
-void SpatialCorrelation::AddMiddle() {
-    const std::size_t step = 2 * bands, samples = columns * step;
-    down.resize(samples);
-    detail.resize(samples);
-    for (std::size_t at = 0; at < samples; ++at)
-        down[at] = rows[0].both[at] + rows[1].both[at] + rows[2].both[at];
-    for (std::size_t at = step; at + step < samples; ++at)
-        detail[at] = 9.0 * rows[1].both[at] - (down[at - step] + down[at] + down[at + step]);
-    counts.resize(columns);
-    for (std::size_t column = 0; column < columns; ++column)
-        counts[column] =
-            rows[0].valid[column] != 0 && rows[1].valid[column] != 0 && rows[2].valid[column] != 0;
-    WithKnownBands(bands, [this](auto known) { AddProducts(known); });
+template <class Sample, class Number>
+void SpatialCorrelation::AddMiddle(const Rows<Sample>& rows, Detail<Number>& detail) {
+    const Row<Sample>& above = rows.last[0];
+    const Row<Sample>& middle = rows.last[1];
+    const Row<Sample>& below = rows.last[2];
+    const auto isValid = [&](std::size_t column) {
+        return above.valid[column] != 0 && middle.valid[column] != 0 && below.valid[column] != 0;
+    };
+    for (std::size_t column = 1; column + 1 < columns; ++column)
+        counts[column] = isValid(column - 1) && isValid(column) && isValid(column + 1) ? -1 : 0;
+    count += static_cast<std::uint64_t>(std::count(counts.begin(), counts.end(), -1));
+    const auto filter = [&](std::size_t plane, std::vector<Number>& found) {
+        const std::size_t from = plane * columns;
+        const Sample* a = above.planes.data() + from;
+        const Sample* b = middle.planes.data() + from;
+        const Sample* c = below.planes.data() + from;
+        for (std::size_t i = 0; i < columns; ++i)
+            detail.down[i] =
+                static_cast<Number>(a[i]) + static_cast<Number>(b[i]) + static_cast<Number>(c[i]);
+        for (std::size_t i = 1; i + 1 < columns; ++i)
+            found[i] =
+                9 * static_cast<Number>(b[i]) - (detail.down[i - 1] + detail.down[i] + detail.down[i + 1]);
+    };
+    for (auto* row : {&detail.down, &detail.image, &detail.reference})
+        row->resize(columns);
+    for (std::size_t band = 0; band < bands; ++band) {
+        filter(band, detail.image);
+        filter(bands + band, detail.reference);
+        AddProducts(detail, sums[band]);
+    }
 }
 
-template <std::size_t known>
-void SpatialCorrelation::AddProducts(std::integral_constant<std::size_t, known>) {
-    const std::size_t length = known != 0 ? known : bands;
-    std::array<Sums, std::max<std::size_t>(known, 1)> own; // which the compiler keeps in registers
-    if (known != 0) std::copy_n(sums.begin(), known, own.begin());
-    Sums* const all = known != 0 ? own.data() : sums.data();
+void SpatialCorrelation::AddProducts(const Detail<double>& detail, Sums& sum) const {
     for (std::size_t column = 1; column + 1 < columns; ++column) {
-        if (!counts[column - 1] || !counts[column] || !counts[column + 1]) continue;
-        ++count;
-        const double* pixel = detail.data() + column * 2 * length;
-        for (std::size_t band = 0; band < length; ++band) {
-            const double x = pixel[band], y = pixel[length + band];
-            all[band].image += x;
-            all[band].reference += y;
-            all[band].imageSquares += x * x;
-            all[band].referenceSquares += y * y;
-            all[band].products += x * y;
-        }
+        if (counts[column] == 0) continue;
+        const double x = detail.image[column], y = detail.reference[column];
+        sum.image += x;
+        sum.reference += y;
+        sum.imageSquares += x * x;
+        sum.referenceSquares += y * y;
+        sum.products += x * y;
     }
-    if (known != 0) std::copy_n(own.begin(), known, sums.begin());
+}
+
+void SpatialCorrelation::AddProducts(Detail<std::int32_t>& detail, Sums& sum) const {
+    for (std::size_t column = 0; column < columns; ++column) {
+        detail.image[column] &= counts[column];
+        detail.reference[column] &= counts[column];
+    }
+    for (std::size_t from = 0; from < columns; from += kernels::mostPairs) {
+        kernels::PairSums more;
+        addPairs(detail.image.data() + from, detail.reference.data() + from,
+                 std::min(kernels::mostPairs, columns - from), more);
+        sum.image += static_cast<double>(more.a);
+        sum.reference += static_cast<double>(more.b);
+        sum.imageSquares += static_cast<double>(more.aa);
+        sum.referenceSquares += static_cast<double>(more.bb);
+        sum.products += static_cast<double>(more.ab);
+    }
 }
 
 std::vector<double> SpatialCorrelation::Find() const {

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "kernels/SumRow.h"
+#include "quality/WholeRow.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <type_traits>
 #include <vector>
 
 namespace quality {
@@ -19,35 +21,56 @@ class SpatialCorrelation {
 public:
     SpatialCorrelation(std::size_t imageColumns, std::size_t bandCount);
 
-    /// Adds a row. Samples are doubles or unsigned shorts.
-    template <class Image, class Reference>
-    void AddRow(const Image* image, const Reference* reference, const unsigned char* valid);
+    /// Adds a row. Reference samples are doubles or unsigned shorts. All rows of an object, and of those
+    /// appended to it, are of one kind: of real numbers or whole ones.
+    template <class Reference>
+    void AddRow(const double* image, const Reference* reference, const unsigned char* valid);
+    void AddRow(const WholeRow& row, const unsigned char* valid);
     void Append(const SpatialCorrelation& below);
     /// 1 if neither has detail, 0 if only one has. NaN when no pixel counted.
     [[nodiscard]] std::vector<double> Find() const;
 
 private:
+    template <class Sample>
     struct Row {
-        std::vector<double> both; ///< per pixel: the bands of the image, then those of the reference
+        std::vector<Sample> planes; ///< one per band of the image, then those of the reference
         std::vector<unsigned char> valid;
+    };
+    template <class Sample>
+    struct Rows {
+        std::array<Row<Sample>, 3> last;  ///< the latest row last
+        std::array<Row<Sample>, 2> first; ///< to be joined with the rows above
+        std::size_t seen = 0;
+    };
+    /// The detail of a band in the middle row.
+    template <class Number>
+    struct Detail {
+        std::vector<Number> down; ///< the sum of three rows
+        std::vector<Number> image, reference;
     };
     struct Sums {
         double image = 0.0, reference = 0.0, imageSquares = 0.0, referenceSquares = 0.0, products = 0.0;
     };
-    void AddLast();
-    void AddMiddle();
-    template <std::size_t known>
-    void AddProducts(std::integral_constant<std::size_t, known> knownBands);
+    template <class Sample>
+    static Row<Sample>& Next(Rows<Sample>& rows);
+    template <class Sample, class Number>
+    void AddLast(Rows<Sample>& rows, Detail<Number>& detail);
+    template <class Sample, class Number>
+    void AddMiddle(const Rows<Sample>& rows, Detail<Number>& detail);
+    template <class Sample, class Number>
+    void Append(Rows<Sample>& rows, const Rows<Sample>& below, Detail<Number>& detail);
+    void AddProducts(const Detail<double>& detail, Sums& sum) const;
+    void AddProducts(Detail<std::int32_t>& detail, Sums& sum) const;
 
     std::size_t columns, bands;
-    std::array<Row, 3> rows;  ///< the latest row last
-    std::array<Row, 2> first; ///< the first two, to be joined with the rows above
-    std::size_t seen = 0;
-    std::vector<double> down, detail;  ///< of the middle row: the sum of three rows, and the result of the
-                                       ///< filter
-    std::vector<unsigned char> counts; ///< where all three rows count
+    Rows<double> real;
+    Rows<unsigned short> whole;
+    Detail<double> realDetail;
+    Detail<std::int32_t> wholeDetail;
+    std::vector<std::int32_t> counts; ///< -1 where a pixel of the middle row counts, else 0
     std::vector<Sums> sums;
     std::uint64_t count = 0;
+    kernels::AddPairs addPairs = kernels::AddPairsFor(kernels::ChosenSimdTarget());
 };
 
 } // namespace quality

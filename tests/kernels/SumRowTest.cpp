@@ -68,3 +68,41 @@ TEST(SumRow, EveryTargetGivesTheSameWholeNumbers) {
                 EXPECT_EQ(sums(target), sums(0)) << SimdTargetName(target) << " " << bands << " " << count;
         }
 }
+
+TEST(SumRow, EveryTargetGivesTheSameSumsOfPairs) {
+    std::mt19937 random(5);
+    for (const std::size_t count : {mostPairs, std::size_t{37}, std::size_t{0}}) {
+        std::vector<std::int32_t> a(count, 1 << 20), b(count, -(1 << 20)); // the most that sums must hold
+        if (count < mostPairs)
+            for (auto* numbers : {&a, &b})
+                std::generate(numbers->begin(), numbers->end(),
+                              [&] { return static_cast<std::int32_t>(random() >> 11) - (1 << 20); });
+        for (const SimdTarget target : SimdTargets()) {
+            PairSums expected, found;
+            AddPairsScalar(a.data(), b.data(), count, expected);
+            AddPairsFor(target)(a.data(), b.data(), count, found);
+            EXPECT_EQ(found, expected) << SimdTargetName(target) << " " << count;
+        }
+    }
+}
+
+TEST(SumRow, EveryTargetGivesTheSameAngles) {
+    std::mt19937 random(6);
+    constexpr std::size_t count = 203, stride = 210;
+    for (const std::size_t bands : {1u, 4u, 9u})
+        for (const unsigned noise : {1u, 300u, 60000u}) { // no angle, small ones, and those beyond the series
+            std::vector<unsigned short> image(bands * stride), reference(image.size());
+            for (std::size_t i = 0; i < image.size(); ++i) {
+                image[i] = static_cast<unsigned short>(random() % 5000);
+                reference[i] = static_cast<unsigned short>(image[i] + random() % noise);
+            }
+            for (std::size_t band = 0; band < bands; ++band) // two pixels without an angle
+                image[band * stride + 3] = reference[band * stride + 202] = 0;
+            for (const SimdTarget target : SimdTargets()) {
+                AngleSum expected, found;
+                AddAnglesScalar(image.data(), reference.data(), stride, bands, count, expected);
+                AddAnglesFor(target)(image.data(), reference.data(), stride, bands, count, found);
+                EXPECT_EQ(found, expected) << SimdTargetName(target) << " " << bands << " " << noise;
+            }
+        }
+}

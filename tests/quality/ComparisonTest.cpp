@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr std::size_t columns = 70, rows = 45, bands = 3;
+constexpr std::size_t columns = 150, rows = 45, bands = 3;
 
 /// A whole image, by band and pixel, with a mask of the pixels that count.
 struct Image {
@@ -182,16 +182,23 @@ std::vector<unsigned char> WithHoles() {
 
 TEST(Comparison, EqualsTheSlowDefinitions) {
     const Image truth = Random(1, bands, 3.0), image = Random(2, bands, 1.0, &truth);
-    for (const auto& valid : {std::vector<unsigned char>(columns * rows, 1), WithHoles()}) {
+    for (const auto& [valid, inWholes] : {std::pair(std::vector<unsigned char>(columns * rows, 1), false),
+                                          {WithHoles(), false},
+                                          {WithHoles(), true}}) {
         // The last rows are compared separately; the image above them ends with whole blocks.
         quality::Comparison comparison(columns, bands), below(columns, bands);
         quality::HypercomplexIndex whole(columns, bands, quality::blockSide),
             wholeBelow(columns, bands, quality::blockSide);
         for (std::size_t row = 0; row < rows; ++row) {
             const bool isBelow = row >= quality::blockSide;
-            (isBelow ? below : comparison)
-                .AddRow(Interleave({&image}, row).data(), Interleave({&truth}, row).data(),
-                        valid.data() + row * columns);
+            quality::Comparison& compared = isBelow ? below : comparison;
+            const auto samples = Interleave({&image}, row), truths = Interleave({&truth}, row);
+            const std::vector<unsigned short> wholes(samples.begin(), samples.end()),
+                wholeTruths(truths.begin(), truths.end());
+            if (inWholes)
+                compared.AddRow(wholes.data(), wholeTruths.data(), valid.data() + row * columns);
+            else
+                compared.AddRow(samples.data(), truths.data(), valid.data() + row * columns);
             const auto both = Interleave({&image, &truth}, row);
             (isBelow ? wholeBelow : whole).AddRow(Channels(both), valid.data() + row * columns);
         }
