@@ -108,7 +108,8 @@ void SpatialCorrelation::AddMiddle(const Rows<Sample>& rows, Detail<Number>& det
     }
 }
 
-void SpatialCorrelation::AddProducts(const Detail<double>& detail, Sums& sum) const {
+void SpatialCorrelation::AddProducts(const Detail<double>& detail, Sums& all) const {
+    Sums sum = all; // which the compiler keeps in registers
     for (std::size_t column = 1; column + 1 < columns; ++column) {
         if (counts[column] == 0) continue;
         const double x = detail.image[column], y = detail.reference[column];
@@ -118,6 +119,7 @@ void SpatialCorrelation::AddProducts(const Detail<double>& detail, Sums& sum) co
         sum.referenceSquares += y * y;
         sum.products += x * y;
     }
+    all = sum;
 }
 
 void SpatialCorrelation::AddProducts(Detail<std::int32_t>& detail, Sums& sum) const {

@@ -59,7 +59,7 @@ private:
     void AddMiddle(const Rows<Sample>& rows, Detail<Number>& detail);
     template <class Sample, class Number>
     void Append(Rows<Sample>& rows, const Rows<Sample>& below, Detail<Number>& detail);
-    void AddProducts(const Detail<double>& detail, Sums& sum) const;
+    void AddProducts(const Detail<double>& detail, Sums& all) const;
     void AddProducts(Detail<std::int32_t>& detail, Sums& sum) const;
 
     std::size_t columns, bands;
