@@ -195,8 +195,10 @@ bool SceneDataset::FuseSideBySide(GDALDataType type, const PixelRect& rect,
         return FuseAs(type, rows, wanted, into, failures[strip]);
     };
     std::vector<std::future<bool>> others; // their destructors wait, whatever happens
+    // A strip for which no thread can be started is fused by this one.
+    constexpr auto beside = std::launch::async | std::launch::deferred;
     for (std::uint32_t strip = 1; strip < count; ++strip)
-        others.push_back(std::async(std::launch::async, fuse, strip));
+        others.push_back(std::async(beside, fuse, strip));
     bool isDone = fuse(0);
     for (std::future<bool>& other : others)
         isDone = other.get() && isDone;

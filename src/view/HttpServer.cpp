@@ -12,6 +12,7 @@
 #include <deque>
 #include <exception>
 #include <mutex>
+#include <system_error>
 #include <thread>
 
 namespace view {
@@ -64,6 +65,10 @@ struct SocketAddress {
     }
 };
 
+constexpr char noThread[] =
+    "no thread can be started to answer requests; end other programs or raise the limit "
+    "of processes (ulimit -u)";
+
 class MicroServer final : public HttpServer {
 public:
     MicroServer(const HttpOptions& serverOptions, HttpHandler requestHandler)
@@ -85,15 +90,24 @@ public:
             options.mostConnections, MHD_OPTION_CONNECTION_TIMEOUT, options.mostSeconds,
             MHD_OPTION_CONNECTION_MEMORY_LIMIT, headerBytes, MHD_OPTION_URI_LOG_CALLBACK, &MicroServer::Begin,
             this, MHD_OPTION_NOTIFY_COMPLETED, &MicroServer::End, this, MHD_OPTION_END);
+        if (!daemon && errno == EAGAIN) {
+            reason = noThread;
+            return false;
+        }
         if (!daemon) {
             reason = options.address + " port " + std::to_string(options.port) + " cannot be listened to" +
                      (errno != 0 ? std::string(": ") + std::strerror(errno) : std::string()) +
                      "; choose another --port";
             return false;
         }
-        for (std::size_t i = 0; i < options.threads; ++i)
-            threads.emplace_back([this] { Work(); });
-        return true;
+        try {
+            for (std::size_t i = 0; i < options.threads; ++i)
+                threads.emplace_back([this] { Work(); });
+        } catch (const std::system_error&) {
+            // fewer answer
+        }
+        if (threads.empty()) reason = noThread;
+        return !threads.empty();
     }
 
     ~MicroServer() override {

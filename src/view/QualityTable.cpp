@@ -3,6 +3,7 @@
 #include "rasterhost/requests/Json.h"
 
 #include <exception>
+#include <system_error>
 
 namespace view {
 
@@ -15,7 +16,14 @@ QualityTable::~QualityTable() {
 
 std::string QualityTable::Get() {
     const std::scoped_lock lock(mutex);
-    if (!thread.joinable()) thread = std::thread([this] { Run(); });
+    try {
+        if (!thread.joinable()) thread = std::thread([this] { Run(); });
+    } catch (const std::system_error&) { // the next request tries again
+        return Json{{"state", "failed"},
+                    {"message", "no thread can be started to compare the methods; end other programs or "
+                                "raise the limit of processes (ulimit -u)"}}
+            .dump();
+    }
     if (!outcome.empty()) return outcome;
     return Json{{"state", "running"}, {"progress", progress.load()}}.dump();
 }

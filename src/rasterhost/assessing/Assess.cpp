@@ -77,7 +77,7 @@ private:
         if (!truth || !CheckPixels(*fused, *truth, "reference", status) ||
             !CheckBands(*fused, *truth, "reference", false, status))
             return false;
-        const int threads = StripThreads({fused.get(), truth.get()}, 0);
+        const int threads = StripThreads({fused.get(), truth.get()}, warn);
         const CacheLimit cache(StripCache({fused.get(), truth.get()}, threads));
         quality::ReferenceIndices indices;
         const double ratio = request.ratio.value_or(std::numeric_limits<double>::quiet_NaN());
@@ -89,7 +89,6 @@ private:
     }
 
     bool OpenPair() {
-        const Warn warn = [this](const std::string& text) { report.warnings.push_back(text); };
         if (PrepareScene(request, warn, {}, scene, status) != Preparation::Done ||
             !CheckGrids(*scene, status) || !CheckBlur(request.blur, scene->bandOrder.size(), status))
             return false;
@@ -109,11 +108,12 @@ private:
         if (!report.ratio)
             report.ratio =
                 std::sqrt(coarse.pixelSizeX / pan.pixelSizeX * (coarse.pixelSizeY / pan.pixelSizeY));
-        return AssessPair(*scene, *fused, blur, *report.ratio, report.pair, status);
+        return AssessPair(*scene, *fused, blur, *report.ratio, warn, report.pair, status);
     }
 
     const AssessRequest& request;
     AssessReport& report;
+    const Warn warn = [this](const std::string& text) { report.warnings.push_back(text); };
     Status& status;
     SensorBlur blur; ///< of the bands of the fused image, in its order
     std::unique_ptr<InputImage> fused;

@@ -9,8 +9,10 @@
 #include "rasterhost/assessing/ReducedScene.h"
 #include "rasterhost/fusing/PreparedPair.h"
 #include "rasterhost/fusing/ProcessSettings.h"
+#include "rasterhost/fusing/RunPlan.h"
 #include "rasterhost/fusing/Sharpen.h"
 #include "rasterhost/requests/CacheLimit.h"
+#include "rasterhost/requests/HostProcess.h"
 #include "rasterhost/requests/Operation.h"
 #include "rasterhost/scene/BandGrids.h"
 #include "rasterhost/writing/OutputCheck.h"
@@ -41,6 +43,7 @@ public:
         const auto plugin = hostkit::PluginLibrary::FindAndLoad(request.plugin, status);
         if (plugin) allRows = CountRows(plugin->GetDescription());
         if (!plugin || !PrepareToKeep() || !Reduce()) return false;
+        FindThreads();
         // Cache for the reduced images, in memory, which are read while the next image is made.
         const CacheLimit cache(std::int64_t{64} << 20);
         return OpenReduced() && AddPlain(Resampling::Bilinear) && AddPlain(Resampling::Cubic) &&
@@ -66,6 +69,17 @@ private:
         return kept != nullptr;
     }
 
+    /// An image is judged on a thread of its own while the next one is fused. Each of the two takes as many
+    /// threads of the pool as a run. If there are not so many, one is done after the other.
+    void FindThreads() {
+        threads = ChooseThreads(request);
+        if (threads == 1) return;
+        const int wanted = 2 * threads - 1;
+        const int found = CountThreadsToBeHad(wanted);
+        judgesBeside = found == wanted;
+        if (found + 1 < threads) threads = LimitThreads(threads, threads, warn);
+    }
+
     /// Each row of the table counts as an equal part of the progress.
     [[nodiscard]] bool GoesOn() const {
         const double done = static_cast<double>(report.entries.size());
@@ -77,7 +91,6 @@ private:
     }
 
     bool Reduce() {
-        const Warn warn = [this](const std::string& text) { report.warnings.push_back(text); };
         const PairRequest& pair = request;
         PairRequest inputs = pair;
         inputs.bands.clear(); // the runs select bands
@@ -129,16 +142,15 @@ private:
         // A method may write fewer bands, the first ones.
         if (!truths[bands]) truths[bands] = OpenBands(reduced->GetTruth(), bands);
         if (!truths[bands]) return false;
-        const int threads = StripThreads({}, request.threads);
-        const auto judge = [this, rows, threads, truth = RowsOf(*truths[bands])] {
+        const auto judge = [this, rows, truth = RowsOf(*truths[bands])] {
             return CompareRows(rows, truth, threads, std::sqrt(report.ratioX * report.ratioY),
                                last.entry.indices, last.reasons);
         };
         last.entry = std::move(entry);
         last.file = file;
-        // If no further thread is available, FinishLast judges it.
+        // If it is not judged beside, FinishLast does it.
         constexpr auto beside = std::launch::async | std::launch::deferred;
-        last.isGood = std::async(threads > 1 ? beside : std::launch::deferred, judge);
+        last.isGood = std::async(judgesBeside ? beside : std::launch::deferred, judge);
         return true;
     }
 
@@ -184,8 +196,8 @@ private:
     bool AddMethods(const PansharpDescription& plugin) {
         for (const PansharpMethod& method : hostkit::MethodsOf(plugin)) {
             if (method.minimumBands > allBands) {
-                report.warnings.push_back(FormatString("%s is left out: it needs at least %u bands",
-                                                       method.keyword, method.minimumBands));
+                warn(FormatString("%s is left out: it needs at least %u bands", method.keyword,
+                                  method.minimumBands));
                 continue;
             }
             for (const Resampling resampling : {Resampling::Bilinear, Resampling::Cubic}) {
@@ -218,7 +230,7 @@ private:
         run.bitDepth = bitDepth;
         run.resampling = resampling;
         run.plugin = request.plugin;
-        run.threads = request.threads;
+        run.threads = threads;
         if (request.progress) run.progress = [this](double) { return GoesOn(); };
         return run;
     }
@@ -235,7 +247,7 @@ private:
         // If no weights could be fitted, the run used equal ones.
         if (weights == WeightSource::Fit && !fusion.fit) {
             weights = WeightSource::Equal;
-            report.warnings.push_back(run.method + ": no weights could be fitted to the degraded pair");
+            warn(run.method + ": no weights could be fitted to the degraded pair");
         }
         return Add({run.method, weights, run.resampling, fusion.effectiveWeights, fusion.infraredWeight, {}},
                    fused->GetInfo().bandsPerPixel, RowsOf(*fused), run.output);
@@ -254,6 +266,9 @@ private:
     const CompareRequest& request;
     CompareReport& report;
     Status& status;
+    const Warn warn = [this](const std::string& text) { report.warnings.push_back(text); };
+    int threads = 1;
+    bool judgesBeside = false;
     std::unique_ptr<WorkFolder> kept; ///< null when nothing is kept
     std::unique_ptr<ReducedScene> reduced;
     std::unique_ptr<InputImage> pan, multispectral;            ///< of the reduced scene

@@ -2,6 +2,7 @@
 
 #include "imagery/ComparedRows.h"
 #include "rasterhost/assessing/InParts.h"
+#include "rasterhost/requests/HostProcess.h"
 
 #include <algorithm>
 #include <cmath>
@@ -64,12 +65,12 @@ std::int64_t StripCache(std::initializer_list<const InputImage*> images, int thr
     return (threads + 1) * bytes + (std::int64_t{4} << 20);
 }
 
-int StripThreads(std::initializer_list<const InputImage*> images, int asked) {
+int StripThreads(std::initializer_list<const InputImage*> images, const Warn& warn) {
     constexpr std::int64_t most = std::int64_t{256} << 20;
-    int threads = asked > 0 ? asked : tbb::this_task_arena::max_concurrency();
+    int threads = tbb::this_task_arena::max_concurrency();
     while (threads > 1 && StripCache(images, threads) > most)
         --threads;
-    return threads;
+    return LimitThreads(threads, threads, warn);
 }
 
 bool CheckGrids(const Scene& scene, Status& status) {

@@ -2,6 +2,7 @@
 
 #include "imagery/RowSource.h"
 #include "quality/Comparison.h"
+#include "rasterhost/scene/PlaceImage.h"
 #include "rasterhost/scene/Scene.h"
 
 #include <functional>
@@ -26,9 +27,9 @@ using OpenRows = std::function<std::unique_ptr<imagery::RowSource>(Status&)>;
 /// when each of `threads` threads opens them. Null pointers are ignored.
 [[nodiscard]] std::int64_t StripCache(std::initializer_list<const InputImage*> images, int threads = 1);
 
-/// The number of threads that read images strip by strip: `asked`, or one per processor if that is 0, but no
-/// more than 256 MB of block cache suffice for.
-[[nodiscard]] int StripThreads(std::initializer_list<const InputImage*> images, int asked);
+/// The number of threads that read images strip by strip: one per processor, but no more than 256 MB of block
+/// cache suffice for and than can be started.
+[[nodiscard]] int StripThreads(std::initializer_list<const InputImage*> images, const Warn& warn);
 
 /// Checks that the axes of a pair are parallel and that the infrared band lies on the grid of the other
 /// bands. Degrading requires both. False with an item.

@@ -31,10 +31,13 @@ template <class Open, class Make, class Take>
     tbb::enumerable_thread_specific<Reader> readers;
     std::size_t next = 0;
     std::atomic<bool> hasFailed{false};
-    const auto hand = [&](tbb::flow_control& flow) -> std::shared_ptr<Job> {
-        if (next < parts && !hasFailed) return std::make_shared<Job>(Job{next++, {}, {}});
-        flow.stop();
-        return nullptr;
+    const auto begin = [&]() -> std::shared_ptr<Job> {
+        return next < parts && !hasFailed ? std::make_shared<Job>(Job{next++, {}, {}}) : nullptr;
+    };
+    const auto hand = [&](tbb::flow_control& flow) {
+        std::shared_ptr<Job> job = begin();
+        if (!job) flow.stop();
+        return job;
     };
     const auto work = [&](std::shared_ptr<Job> job) {
         Reader& reader = readers.local();
@@ -53,6 +56,11 @@ template <class Open, class Make, class Take>
             status.Append(job->reasons);
         }
     };
+    if (threads == 1) { // perhaps because no other can be started
+        while (std::shared_ptr<Job> job = begin())
+            receive(work(std::move(job)));
+        return isDone;
+    }
     tbb::task_arena(threads).execute([&] {
         tbb::parallel_pipeline(
             2 * static_cast<std::size_t>(threads),

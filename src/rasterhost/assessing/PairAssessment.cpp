@@ -7,11 +7,11 @@
 namespace rasterhost {
 
 bool AssessPair(const Scene& scene, const InputImage& fused, const SensorBlur& blur, double ratio,
-                std::vector<PairIndices>& found, Status& status) {
+                const Warn& warn, std::vector<PairIndices>& found, Status& status) {
     const PlacedImage& multispectral = scene.GetMultispectral();
     const std::initializer_list<const InputImage*> inputs = {&fused, scene.pan.get(),
                                                              multispectral.image.get()};
-    const int threads = StripThreads(inputs, 0);
+    const int threads = StripThreads(inputs, warn);
     const CacheLimit cache(StripCache(inputs, threads));
     imagery::PairComparison comparison(
         {scene.pan->GetInfo(), multispectral.GetInfo(), *multispectral.placement, blur, ratio});

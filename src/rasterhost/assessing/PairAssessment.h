@@ -11,6 +11,7 @@ namespace rasterhost {
 /// pixels where all have data. `fused` has the pixels of pan and the multispectral bands. False, with an
 /// item, when an image cannot be read or nothing can be compared.
 [[nodiscard]] bool AssessPair(const Scene& scene, const InputImage& fused, const SensorBlur& blur,
-                              double ratio, std::vector<PairIndices>& found, Status& status);
+                              double ratio, const Warn& warn, std::vector<PairIndices>& found,
+                              Status& status);
 
 } // namespace rasterhost

@@ -46,7 +46,7 @@ public:
         settings.Narrow(*pair.scene);
         plan = PlanOutput(request, *format, *pair.scene, ChooseThreads(request));
         // GDAL would wait forever for a thread to compress if it cannot start one.
-        if (LimitThreads()) plan = PlanOutput(request, *format, *pair.scene, 1);
+        if (ReduceThreads()) plan = PlanOutput(request, *format, *pair.scene, 1);
         folder = PrepareOutput(request, *pair.scene, plan, status);
         if (!folder || !CheckMemory(request, *pair.scene, plan, GetSizes(), status)) return false;
         if (const std::string loss = plan.isPicture ? "" : FindLoss(plan, request.output); !loss.empty())
@@ -102,20 +102,16 @@ private:
 
     [[nodiscard]] RunSizes GetSizes() const { return FindSizes(request, pair.plugin->GetDescription()); }
 
-    /// Reduces the number of threads to those that can be started; true if fewer than the run would use. If a
-    /// thread pool cannot start a thread in the middle of the work, the process ends.
-    bool LimitThreads() {
+    /// Reduces the number of threads to those that can be started; true if fewer than the run would use.
+    bool ReduceThreads() {
         const int asked = ChooseThreads(request);
         // A window is fused by one thread. Many threads may compress it.
         const bool mayCompress = plan.isCompressed || plan.IsCopied() || plan.writesCog;
         const std::uint32_t windows = (plan.rows - 1) / ChooseWindowRows(*pair.scene, plan, GetSizes()) + 1;
         const int used =
             mayCompress ? asked : std::min(asked, static_cast<int>(std::min(windows, 0x7FFFFFFFu)));
-        const int most = 1 + CountThreadsToBeHad(used - 1);
-        if (most >= used) return false;
-        Warn(FormatString(
-            "only %d of the %d threads asked for are used: this machine or user cannot start more", most,
-            asked));
+        const int most = LimitThreads(used, asked, [this](const std::string& text) { Warn(text); });
+        if (most == used) return false;
         request.threads = most;
         return true;
     }

@@ -1,11 +1,13 @@
 #include "rasterhost/requests/HostProcess.h"
 
+#include "fundament/Text.h"
+
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <filesystem>
 #include <future>
 #include <system_error>
 #include <thread>
@@ -13,6 +15,8 @@
 #include <vector>
 
 namespace rasterhost {
+
+using KOVA::Tessara::Fundament::FormatString;
 
 std::string HostName() {
     std::array<char, 256> name{};
@@ -27,39 +31,39 @@ int OwnProcess() { return getpid(); }
 
 bool IsRunning(int process) { return kill(process, 0) == 0 || errno != ESRCH; }
 
-namespace {
-
-/// The number of threads of this process according to the system, perhaps including some already joined. 0
-/// when unknown.
-std::size_t CountOwnThreads() {
-    std::error_code failure;
-    std::size_t count = 0;
-    for (std::filesystem::directory_iterator entries("/proc/self/task", failure);
-         !failure && entries != std::filesystem::directory_iterator(); entries.increment(failure))
-        ++count;
-    return failure ? 0 : count;
-}
-
-} // namespace
-
 int CountThreadsToBeHad(int wanted) {
-    const std::size_t before = CountOwnThreads();
-    std::vector<std::thread> threads;
-    std::promise<void> end;
+    std::vector<pid_t> numbers(static_cast<std::size_t>(std::max(wanted, 0)));
+    std::vector<std::jthread> threads;
+    std::promise<void> end; // destroyed first, whatever happens, which ends the threads
     const std::shared_future<void> isOver(end.get_future());
     try {
-        while (static_cast<int>(threads.size()) < wanted)
-            threads.emplace_back([isOver] { isOver.wait(); });
+        for (pid_t& number : numbers)
+            threads.emplace_back([&number, isOver] {
+                number = gettid();
+                isOver.wait();
+            });
     } catch (const std::system_error&) {
         // the limit is reached
     }
     end.set_value();
-    for (std::thread& thread : threads)
-        thread.join();
+    const std::size_t count = threads.size();
+    threads.clear();
+    // For a moment the system still counts a thread that has been joined.
     constexpr int mostLooks = 1000;
-    for (int look = 0; look < mostLooks && CountOwnThreads() > before; ++look)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    return static_cast<int>(threads.size());
+    for (std::size_t i = 0, looks = 0; i < count && looks < mostLooks; ++i) {
+        const std::string task = "/proc/self/task/" + std::to_string(numbers[i]);
+        for (; access(task.c_str(), F_OK) == 0 && looks < mostLooks; ++looks)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return static_cast<int>(count);
+}
+
+int LimitThreads(int used, int asked, const std::function<void(const std::string&)>& warn) {
+    const int most = 1 + CountThreadsToBeHad(used - 1);
+    if (most >= used) return used;
+    warn(FormatString("only %d of the %d threads asked for are used: this machine or user cannot start more",
+                      most, asked));
+    return most;
 }
 
 std::uint64_t MachineMemory() {
