@@ -18,7 +18,6 @@
 
 namespace {
 
-using hostkit::PixelRect;
 using KOVA::Tessara::Fundament::Status;
 using KOVA::Tessara::Global::NameValueMap;
 using KOVA::Tessara::Pixmere::RasterInfo;

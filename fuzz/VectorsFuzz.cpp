@@ -51,7 +51,8 @@ double Weight(fuzz::Input& input) {
 
 template <class T>
 void Fuse(fuzz::Input& input, const PXL::Method& method, const std::vector<SimdTarget>& targets) {
-    const std::size_t pixels = input.Flag() ? input.Below(200) : 120 + input.Take<std::uint16_t>() % 300;
+    // Long rows have so many uncertain pixels that they are fused again before the row ends.
+    const std::size_t pixels = input.Flag() ? input.Below(200) : 120 + input.Take<std::uint16_t>() % 1500;
     const std::uint32_t msBands = method.description.minimumBands + input.Below(10);
     const std::uint32_t outputBands = 1 + input.Below(msBands);
     std::vector<double> weights(msBands), gains(msBands), ratioGains(msBands);

@@ -1,5 +1,6 @@
 #include "kernels/AcrossPlan.h"
 
+#include <limits>
 #include <numeric>
 
 namespace kernels {
@@ -61,14 +62,13 @@ std::optional<AcrossPlan<V>> MakeAcrossPlan(std::span<const GridPosition> column
     if (columns.empty() || lanes == 0 ||
         std::adjacent_find(columns.begin(), columns.end(), isBack) != columns.end())
         return std::nullopt;
-    AcrossPlan<V> plan{lanes,
-                       bands,
-                       taps.count,
-                       columns.front().index - taps.before,
-                       static_cast<std::uint32_t>(columns.back().index - columns.front().index) + taps.count,
-                       {},
-                       {},
-                       {}};
+    const std::uint64_t pixels =
+        static_cast<std::uint64_t>(columns.back().index - columns.front().index) + taps.count;
+    constexpr std::uint64_t mostSamples = std::numeric_limits<std::uint32_t>::max();
+    if (std::max<std::uint64_t>(pixels, columns.size()) * bands > mostSamples) return std::nullopt;
+    AcrossPlan<V> plan{
+        lanes, bands, taps.count, columns.front().index - taps.before, static_cast<std::uint32_t>(pixels),
+        {},    {},    {}};
     // If a vector holds all bands of a pixel, vectors follow each other without a gap. Otherwise each pixel
     // begins a new vector, and its last vector ends with the pixel.
     const std::size_t ofPixel = bands <= lanes ? 0 : (bands + lanes - 1) / lanes;

@@ -11,7 +11,6 @@
 #include <sstream>
 
 using child::Arguments;
-using testing::ElementsAre;
 using testing::HasSubstr;
 
 namespace {

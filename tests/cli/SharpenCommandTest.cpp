@@ -11,7 +11,6 @@
 using child::Arguments;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 namespace {
 

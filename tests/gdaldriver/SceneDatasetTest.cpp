@@ -12,7 +12,6 @@
 namespace {
 
 using namespace testfiles;
-using testing::HasSubstr;
 
 /// A pair of three bands at the ratio 4 in a folder, pan of 700 x 530 pixels.
 struct Pair {

@@ -35,6 +35,14 @@ TEST(BilinearTap, ReplicatesEdges) {
     }
 }
 
+TEST(WholePlan, RefusesRowsOfTooManySamples) {
+    constexpr std::int64_t far = std::int64_t{1} << 29;
+    for (const std::int64_t last : {far - 3, far - 2}) { // and two pixels to blend
+        const std::vector<GridPosition> columns = {{0, 0.0}, {last, 0.0}};
+        EXPECT_EQ(MakeWholePlan(columns, 8, 4, 2).has_value(), last == far - 3);
+    }
+}
+
 TEST(WholeSteps, AreFoundWhereFractionsAreCoarse) {
     const struct {
         std::vector<double> fractions;

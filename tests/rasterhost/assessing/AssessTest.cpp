@@ -7,7 +7,6 @@
 
 using rasterhost::AssessReport;
 using rasterhost::AssessRequest;
-using testfiles::FileShape;
 using testfiles::Folder;
 using testing::HasSubstr;
 

@@ -12,7 +12,6 @@
 namespace {
 
 using namespace testfiles;
-using rasterhost::BandGains;
 using rasterhost::SharpenRequest;
 using testing::HasSubstr;
 using RasterInfo = KOVA::Tessara::Pixmere::RasterInfo;

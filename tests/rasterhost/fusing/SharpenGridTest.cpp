@@ -8,7 +8,6 @@ namespace {
 
 using namespace testfiles;
 using rasterhost::SharpenRequest;
-using testing::HasSubstr;
 
 constexpr int columns = 200, rows = 150, msColumns = 60, msRows = 50;
 constexpr double step = 100.0; ///< samples per source pixel

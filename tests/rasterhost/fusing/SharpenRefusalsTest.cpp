@@ -8,7 +8,6 @@ namespace {
 
 using namespace testfiles;
 using rasterhost::SharpenRequest;
-using testing::AllOf;
 using testing::HasSubstr;
 
 unsigned Flat(int, int, int) { return 50; }
