@@ -138,8 +138,8 @@ OtherKernel<T> WithOneMore(const PXL::Method& method, std::uint32_t bands) {
 template <class T>
 class CubicRun {
 public:
-    explicit CubicRun(std::int64_t finer) : ratio(finer) {
-        const GridAxis axis = MakeGridAxis(1.0 / static_cast<double>(ratio), 0.0);
+    explicit CubicRun(int finer) {
+        const GridAxis axis = MakeGridAxis(1.0 / finer, 0.0);
         for (std::size_t i = 0; i < rowPixels; ++i)
             columns.push_back(PanToMultispectral(axis, static_cast<std::int64_t>(i)));
         down = MakeCubicTap(columns.front(), 4);
@@ -150,7 +150,8 @@ public:
                                 std::as_const(rows.ms).data(), std::as_const(rows.other).data()};
         if (target == 0) return Define(source, rows.out.data());
         auto& resampler = resamplers[target];
-        if (!resampler) resampler = MakeCubicResampler<T>(columns, rowPixels, bands, ratio % 2 == 0, target);
+        if (!resampler)
+            resampler = MakeCubicResampler<T>(columns, rowPixels, bands, WholeSteps(columns), target);
         resampler->Make(source, down, rows.out.data());
     }
 
@@ -172,7 +173,6 @@ private:
     }
 
     static constexpr std::uint32_t bands = 4;
-    std::int64_t ratio;
     std::vector<GridPosition> columns;
     CubicTap down;
     std::map<SimdTarget, std::shared_ptr<CubicResampler<T>>> resamplers;

@@ -196,8 +196,8 @@ std::unique_ptr<RowSampler> MakeBilinear(const SamplerShape& shape) {
     }
     for (const kernels::GridPosition& position : shape.rows)
         rows.push_back(kernels::ClampTap(position, shape.sourceRows));
-    const std::uint32_t across = kernels::WholeSteps(columns);
-    const std::uint32_t down = kernels::WholeSteps(rows);
+    const std::uint32_t across = kernels::WholeSteps(shape.columns);
+    const std::uint32_t down = kernels::WholeSteps(shape.rows);
     if (kernels::AreWhole(across, down)) {
         const std::uint32_t lanes = kernels::AcrossWholeFor<T>(Target()).lanes;
         if (auto plan = kernels::MakeWholePlan(shape.columns, shape.bands, lanes, across))
@@ -216,9 +216,8 @@ std::unique_ptr<RowSampler> MakeCubic(const SamplerShape& shape) {
         return taps;
     };
     std::vector<CubicTap> rows = tapsOf(shape.rows, shape.sourceRows);
-    const bool isExact = kernels::HasWholeSteps(shape.columns) && kernels::HasWholeSteps(shape.rows);
-    auto resampler =
-        kernels::MakeCubicResampler<T>(shape.columns, shape.sourceColumns, shape.bands, isExact, Target());
+    auto resampler = kernels::MakeCubicResampler<T>(shape.columns, shape.sourceColumns, shape.bands,
+                                                    kernels::WholeSteps(shape.rows), Target());
     if (resampler) {
         const std::uint32_t offset = OffsetOf(shape, resampler->GetFirstPixel());
         return std::make_unique<CubicVectorSampler<T>>(std::move(resampler), offset, std::move(rows));

@@ -36,16 +36,6 @@ T BilinearSample(T a, T b, T c, T d, double fx, double fy) {
     return static_cast<T>(std::floor(Blend(Blend(a, b, fx), Blend(c, d, fx), fy) + 0.5));
 }
 
-std::uint32_t WholeSteps(std::span<const BilinearTap> taps) {
-    const auto serves = [&](std::uint32_t steps) {
-        return std::all_of(taps.begin(), taps.end(), [steps](const BilinearTap& tap) {
-            return tap.fraction == static_cast<double>(StepsOf(tap.fraction, steps)) / steps;
-        });
-    };
-    const auto found = std::find_if(wholeSteps.begin(), wholeSteps.end(), serves);
-    return found != wholeSteps.end() ? *found : 0;
-}
-
 template <class T>
 AcrossRow<T> ChooseAcrossRow(std::uint32_t bands) {
     switch (bands) {

@@ -35,28 +35,6 @@ struct BilinearTap {
 template <class T>
 [[nodiscard]] T BilinearSample(T a, T b, T c, T d, double fx, double fy);
 
-/// The numbers of steps in which fractions are counted. Products and sums of a row's samples with whole
-/// numbers of steps are whole numbers, which vectors compute exactly.
-inline constexpr std::array<std::uint32_t, 7> wholeSteps{2, 4, 8, 16, 3, 5, 7};
-
-/// The first of `wholeSteps` of which all fractions are whole multiples; 0 if none is. The multiple of an odd
-/// number must be the double closest to it.
-[[nodiscard]] std::uint32_t WholeSteps(std::span<const BilinearTap> taps);
-
-/// The multiple of 1 / steps that a fraction is.
-[[nodiscard]] inline std::uint32_t StepsOf(double fraction, std::uint32_t steps) {
-    return static_cast<std::uint32_t>(fraction * steps + 0.5);
-}
-
-/// Whether whole numbers give the samples of the definition, for the numbers of steps across and down.
-///
-/// If both are even, every product and sum of the definition is exact. If both are odd, its errors are less
-/// than 2^-30. The exact result before truncation, n / (across * down) + 1/2 for a whole number n, is at
-/// least 1 / (2 * 49) away from every whole number. If only one is odd, a half may be reached and missed.
-[[nodiscard]] constexpr bool AreWhole(std::uint32_t across, std::uint32_t down) {
-    return across != 0 && down != 0 && across % 2 == down % 2;
-}
-
 /// Holds whole numbers of up to 256 times the largest sample.
 template <class T>
 using WholeOf = std::conditional_t<sizeof(T) == 1, std::uint16_t, float>;

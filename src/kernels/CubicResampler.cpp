@@ -1,6 +1,7 @@
 #include "kernels/CubicResampler.h"
 
 #include <algorithm>
+#include <type_traits>
 #include <utility>
 
 namespace kernels {
@@ -10,18 +11,21 @@ namespace {
 template <class T, class V>
 class PlannedCubic final : public CubicResampler<T> {
 public:
+    /// `scales` are those of the weights across and down.
     PlannedCubic(AcrossPlan<V> made, std::span<const GridPosition> positions, std::int64_t sourcePixels,
-                 const CubicKernels<T, V>& chosen)
+                 const CubicKernels<T, V>& chosen, std::pair<std::uint32_t, std::uint32_t> scales)
         : plan(std::move(made)), columns(positions.begin(), positions.end()), pixels(sourcePixels),
-          kernels(chosen), row(plan, sourcePixels), uncertain(plan.vectors.size() * plan.lanes) {}
+          kernels(chosen), scaleDown(scales.second), scale(scales.first * scales.second),
+          row(plan, sourcePixels), uncertain(plan.vectors.size() * plan.lanes) {}
 
     [[nodiscard]] std::uint32_t GetFirstPixel() const override { return row.GetFirstPixel(); }
 
     void Make(const std::array<const T*, 4>& source, const CubicTap& down, T* out) override {
-        const V* weighed = row.Make(
-            [&](V* numbers) { kernels.down(source, CubicWeights<V>(down), row.GetSamples(), numbers); });
+        const V* weighed = row.Make([&](V* numbers) {
+            kernels.down(source, CubicWeights<V>(down, scaleDown), row.GetSamples(), numbers);
+        });
         const std::size_t samples = columns.size() * plan.bands;
-        const std::size_t left = kernels.across(plan, weighed, samples, out, uncertain.data());
+        const std::size_t left = kernels.across(plan, weighed, scale, samples, out, uncertain.data());
         for (std::size_t i = 0; i < left; ++i)
             Settle(source, down, uncertain[i], out);
     }
@@ -42,34 +46,39 @@ private:
     std::vector<GridPosition> columns;
     std::int64_t pixels;
     CubicKernels<T, V> kernels;
-    PlannedRow<V> row; ///< the source rows, weighted down
+    std::uint32_t scaleDown;
+    std::uint32_t scale; ///< of both directions
+    PlannedRow<V> row;   ///< the source rows, weighted down
     std::vector<std::uint32_t> uncertain;
 };
 
 template <class T, class V>
 std::unique_ptr<CubicResampler<T>> Plan(std::span<const GridPosition> columns, std::int64_t pixels,
-                                        std::uint32_t bands, bool isExact, SimdTarget target) {
-    const auto kernels = CubicKernelsFor<T, V>(target, isExact);
-    auto plan = MakeCubicPlan<V>(columns, bands, kernels.lanes);
+                                        std::uint32_t bands, const CubicKernels<T, V>& kernels,
+                                        std::pair<std::uint32_t, std::uint32_t> scales) {
+    auto plan = MakeCubicPlan<V>(columns, bands, kernels.lanes, scales.first);
     if (!plan) return nullptr;
-    return std::make_unique<PlannedCubic<T, V>>(std::move(*plan), columns, pixels, kernels);
+    return std::make_unique<PlannedCubic<T, V>>(std::move(*plan), columns, pixels, kernels, scales);
 }
 
 } // namespace
 
-template <>
-std::unique_ptr<CubicResampler<unsigned char>> MakeCubicResampler(std::span<const GridPosition> columns,
-                                                                  std::int64_t pixels, std::uint32_t bands,
-                                                                  bool isExact, SimdTarget target) {
-    return isExact ? Plan<unsigned char, std::int32_t>(columns, pixels, bands, isExact, target)
-                   : Plan<unsigned char, float>(columns, pixels, bands, isExact, target);
+template <class T>
+std::unique_ptr<CubicResampler<T>> MakeCubicResampler(std::span<const GridPosition> columns,
+                                                      std::int64_t pixels, std::uint32_t bands,
+                                                      std::uint32_t stepsDown, SimdTarget target) {
+    using Real = std::conditional_t<sizeof(T) == 1, float, double>;
+    const std::uint32_t stepsAcross = WholeSteps(columns);
+    const bool areEven = AreWhole(stepsAcross, stepsDown) && stepsDown % 2 == 0;
+    if (WholeCubicScale<T>(stepsAcross, stepsDown) != 0)
+        return Plan(columns, pixels, bands, CubicKernelsFor<T, std::int32_t>(target, areEven),
+                    {CubicScale(stepsAcross), CubicScale(stepsDown)});
+    return Plan(columns, pixels, bands, CubicKernelsFor<T, Real>(target, areEven), {1, 1});
 }
 
-template <>
-std::unique_ptr<CubicResampler<unsigned short>> MakeCubicResampler(std::span<const GridPosition> columns,
-                                                                   std::int64_t pixels, std::uint32_t bands,
-                                                                   bool isExact, SimdTarget target) {
-    return Plan<unsigned short, double>(columns, pixels, bands, isExact, target);
-}
+template std::unique_ptr<CubicResampler<unsigned char>>
+    MakeCubicResampler(std::span<const GridPosition>, std::int64_t, std::uint32_t, std::uint32_t, SimdTarget);
+template std::unique_ptr<CubicResampler<unsigned short>>
+    MakeCubicResampler(std::span<const GridPosition>, std::int64_t, std::uint32_t, std::uint32_t, SimdTarget);
 
 } // namespace kernels

@@ -20,11 +20,11 @@ public:
     virtual void Make(const std::array<const T*, 4>& source, const CubicTap& down, T* out) = 0;
 };
 
-/// `pixels` is the width of the whole source. `isExact` tells that the steps are whole, down as well as
-/// across. Null for the scalar target, and when the columns lie too far apart.
+/// `pixels` is the width of the whole source, `stepsDown` the WholeSteps of the rows that will be made. Null
+/// for the scalar target, and when the columns lie too far apart.
 template <class T>
-[[nodiscard]] std::unique_ptr<CubicResampler<T>> MakeCubicResampler(std::span<const GridPosition> columns,
-                                                                    std::int64_t pixels, std::uint32_t bands,
-                                                                    bool isExact, SimdTarget target);
+[[nodiscard]] std::unique_ptr<CubicResampler<T>>
+MakeCubicResampler(std::span<const GridPosition> columns, std::int64_t pixels, std::uint32_t bands,
+                   std::uint32_t stepsDown, SimdTarget target);
 
 } // namespace kernels

@@ -1,6 +1,7 @@
 #include "kernels/CubicRow.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <type_traits>
 
@@ -40,27 +41,21 @@ void CubicDown(const std::array<const double*, 4>& rows, const std::array<double
     }
 }
 
-bool HasWholeSteps(std::span<const GridPosition> positions) {
-    return std::all_of(positions.begin(), positions.end(), [](const GridPosition& position) {
-        const double eighths = position.fraction * 8.0;
-        return eighths == static_cast<std::int32_t>(eighths);
-    });
-}
-
 template <class V>
-std::array<V, 4> CubicWeights(const CubicTap& tap) {
-    constexpr double steps = std::is_same_v<V, std::int32_t> ? 1 << cubicStepBits : 1;
+std::array<V, 4> CubicWeights(const CubicTap& tap, std::uint32_t scale) {
     std::array<V, 4> weights{};
-    std::transform(tap.weights.begin(), tap.weights.end(), weights.begin(),
-                   [](double weight) { return static_cast<V>(weight * steps); });
+    std::transform(tap.weights.begin(), tap.weights.end(), weights.begin(), [scale](double weight) {
+        const double scaled = weight * scale;
+        return static_cast<V>(std::is_integral_v<V> ? std::round(scaled) : scaled);
+    });
     return weights;
 }
 
 template <class V>
 std::optional<AcrossPlan<V>> MakeCubicPlan(std::span<const GridPosition> columns, std::uint32_t bands,
-                                           std::uint32_t lanes) {
-    const auto weigh = [](const GridPosition& column, V* weights) {
-        const auto made = CubicWeights<V>(MakeCubicTap(column, 1));
+                                           std::uint32_t lanes, std::uint32_t scale) {
+    const auto weigh = [scale](const GridPosition& column, V* weights) {
+        const auto made = CubicWeights<V>(MakeCubicTap(column, 1), scale);
         std::copy(made.begin(), made.end(), weights);
     };
     return MakeAcrossPlan<V>(columns, bands, lanes, {1, 4, weigh});
@@ -72,14 +67,14 @@ template void CubicDown(const std::array<const double*, 4>&, const std::array<do
                         unsigned char*);
 template void CubicDown(const std::array<const double*, 4>&, const std::array<double, 4>&, std::size_t,
                         unsigned short*);
-template std::array<double, 4> CubicWeights(const CubicTap&);
-template std::array<float, 4> CubicWeights(const CubicTap&);
-template std::array<std::int32_t, 4> CubicWeights(const CubicTap&);
+template std::array<double, 4> CubicWeights(const CubicTap&, std::uint32_t);
+template std::array<float, 4> CubicWeights(const CubicTap&, std::uint32_t);
+template std::array<std::int32_t, 4> CubicWeights(const CubicTap&, std::uint32_t);
 template std::optional<AcrossPlan<double>> MakeCubicPlan(std::span<const GridPosition>, std::uint32_t,
-                                                         std::uint32_t);
+                                                         std::uint32_t, std::uint32_t);
 template std::optional<AcrossPlan<float>> MakeCubicPlan(std::span<const GridPosition>, std::uint32_t,
-                                                        std::uint32_t);
+                                                        std::uint32_t, std::uint32_t);
 template std::optional<AcrossPlan<std::int32_t>> MakeCubicPlan(std::span<const GridPosition>, std::uint32_t,
-                                                               std::uint32_t);
+                                                               std::uint32_t, std::uint32_t);
 
 } // namespace kernels

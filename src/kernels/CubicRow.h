@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <span>
 #include <type_traits>
@@ -38,15 +39,27 @@ template <class T>
 void CubicDown(const std::array<const double*, 4>& rows, const std::array<double, 4>& weights,
                std::size_t samples, T* out);
 
-/// If all fractions are eighths, as for even ratios, all weights are whole numbers of steps of 2^-10. Every
-/// product and sum of the definition is then exact, in whole numbers and in double, in any order.
-inline constexpr int cubicStepBits = 10;
-[[nodiscard]] bool HasWholeSteps(std::span<const GridPosition> positions);
+/// The weights for fractions that are multiples of 1 / steps are whole multiples of 1 / CubicScale(steps):
+/// the formulas times 2 * steps^3 are whole, and even if `steps` is odd.
+[[nodiscard]] constexpr std::uint32_t CubicScale(std::uint32_t steps) {
+    return steps * steps * steps * (steps % 2 == 0 ? 2 : 1);
+}
+
+/// How many times as large as samples the sums of both directions are in whole numbers, for the numbers of
+/// steps across and down (WholeSteps). 0 if whole numbers do not give the samples of the definition, or if
+/// sums, of at most 1.25^2 times the largest sample, and the half of it to round do not fit into 32 bits.
+template <class T>
+[[nodiscard]] constexpr std::uint32_t WholeCubicScale(std::uint32_t across, std::uint32_t down) {
+    const std::uint64_t scale = std::uint64_t{CubicScale(across)} * CubicScale(down);
+    constexpr std::uint64_t sixteenths = 25 * std::uint64_t{std::numeric_limits<T>::max()} + 8; // of a sum
+    const bool fits = scale * sixteenths < std::uint64_t{16} << 31;
+    return AreWhole(across, down) && fits ? static_cast<std::uint32_t>(scale) : 0;
+}
 
 /// Vectors interpolate down first, where there are fewer samples, then across (CubicResampler). They use
-/// numbers V: std::int32_t for 8-bit samples with whole steps, float for other 8-bit samples, double for 16
-/// bits. Where they are not exact, they err by less than cubicError samples, and samples whose rounding this
-/// could change are computed by the definition.
+/// numbers V: std::int32_t if there is a WholeCubicScale, else float for 8-bit samples and double for 16
+/// bits. Double is exact too if the steps are even. Where numbers are not exact, they err by less than
+/// cubicError samples, and samples whose rounding this could change are computed by the definition.
 ///
 /// Derivation, with u = 2^-24 in float or 2^-53 in double and S the largest sample. The magnitudes of the
 /// weights add up to at most 1.25. Down, there are five roundings (of the weights and of each sum) of at most
@@ -56,14 +69,15 @@ template <class V>
 inline constexpr double cubicError = std::is_same_v<V, float> ? 36.0 * 255 / (1 << 24)
                                                               : 36.0 * 65535 / (std::int64_t{1} << 53);
 
-/// The weights of a tap as numbers V; whole steps for std::int32_t.
+/// The weights of a tap as numbers V, times `scale`. For std::int32_t that is the CubicScale, otherwise 1.
 template <class V>
-[[nodiscard]] std::array<V, 4> CubicWeights(const CubicTap& tap);
+[[nodiscard]] std::array<V, 4> CubicWeights(const CubicTap& tap, std::uint32_t scale);
 
-/// A plan for the columns of a window; see MakeAcrossPlan.
+/// A plan for the columns of a window, with weights times `scale`; see MakeAcrossPlan.
 template <class V>
 [[nodiscard]] std::optional<AcrossPlan<V>> MakeCubicPlan(std::span<const GridPosition> columns,
-                                                         std::uint32_t bands, std::uint32_t lanes);
+                                                         std::uint32_t bands, std::uint32_t lanes,
+                                                         std::uint32_t scale);
 
 template <class T, class V>
 struct CubicKernels {
@@ -72,15 +86,15 @@ struct CubicKernels {
     void (*down)(const std::array<const T*, 4>& rows, const std::array<V, 4>& weights, std::size_t samples,
                  V* out) = nullptr;
     /// Interpolates such a row across by a plan and rounds. `row` must extend `lanes` numbers beyond the
-    /// plan's pixels. Returns the number of uncertain samples and writes their positions to `uncertain`,
-    /// which must have room for all lanes of all vectors. A position may occur twice.
-    std::size_t (*across)(const AcrossPlan<V>& plan, const V* row, std::size_t samples, T* out,
-                          std::uint32_t* uncertain) = nullptr;
+    /// plan's pixels. `scale` is the WholeCubicScale of whole numbers. Returns the number of uncertain
+    /// samples and writes their positions to `uncertain`, which must have room for all lanes of all vectors.
+    /// A position may occur twice.
+    std::size_t (*across)(const AcrossPlan<V>& plan, const V* row, std::uint32_t scale, std::size_t samples,
+                          T* out, std::uint32_t* uncertain) = nullptr;
 };
 
-/// Kernels for a vector target that can run here. `isExact` means whole steps down and across; it must be
-/// true if V is std::int32_t.
+/// Kernels for a vector target that can run here. `areEven` means even steps, of WholeSteps, down and across.
 template <class T, class V>
-[[nodiscard]] CubicKernels<T, V> CubicKernelsFor(SimdTarget target, bool isExact);
+[[nodiscard]] CubicKernels<T, V> CubicKernelsFor(SimdTarget target, bool areEven);
 
 } // namespace kernels

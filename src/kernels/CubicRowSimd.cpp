@@ -4,6 +4,7 @@
 #include "kernels/Simd.h"
 
 #include <algorithm>
+#include <bit>
 #include <type_traits>
 
 #undef HWY_TARGET_INCLUDE
@@ -53,12 +54,35 @@ HWY_ATTR void CubicDownSource(const std::array<const T*, 4>& rows, const std::ar
                  static_cast<V>(rows[2][i]) * weights[2] + static_cast<V>(rows[3][i]) * weights[3];
 }
 
-/// Stores sums of whole steps, with the half added, as samples. Sums of 8-bit samples stay below 2^29.
-template <class D>
-HWY_INLINE void StoreWhole(D /*d*/, hn::Vec<D> sum, unsigned char* out) {
-    const hn::Rebind<unsigned char, D> narrow;
-    hn::StoreU(hn::DemoteTo(narrow, hn::ShiftRight<2 * cubicStepBits>(sum)), narrow, out);
-}
+/// Divides sums by `scale`, rounding down; less than 0 may become anything up to 0.
+///
+/// If it is odd, the factor is too small by 2^-21. That is more than the rounding of the factor, of the sum
+/// and of their product, so the quotient is never too large; up to 1.25^2 * 2^16 it is too small by at
+/// most 1.
+template <bool isEven>
+class WholeScale {
+public:
+    explicit WholeScale(std::uint32_t scale)
+        : divisor(static_cast<std::int32_t>(scale)), bits(std::countr_zero(scale)),
+          factor((1.0f - 1.0f / (1 << 21)) / static_cast<float>(scale)) {}
+
+    [[nodiscard]] std::int32_t Half() const { return divisor / 2; }
+
+    template <class D>
+    HWY_INLINE hn::Vec<D> Divide(D d, hn::Vec<D> sum) const {
+        if constexpr (isEven) return hn::ShiftRightSame(sum, bits);
+        const hn::Rebind<float, D> dReal;
+        const auto dividend = hn::Max(sum, hn::Zero(d));
+        const auto low = hn::ConvertTo(d, hn::Mul(hn::ConvertTo(dReal, dividend), hn::Set(dReal, factor)));
+        const auto rest = hn::Sub(dividend, hn::Mul(low, hn::Set(d, divisor)));
+        return hn::Sub(low, hn::VecFromMask(d, hn::Gt(rest, hn::Set(d, divisor - 1)))); // true is -1
+    }
+
+private:
+    std::int32_t divisor;
+    int bits;
+    float factor;
+};
 
 /// Stores real sums, with the half added, as samples. True in lanes that lie closer to a whole number than
 /// their error: there the definition may round differently.
@@ -82,15 +106,16 @@ HWY_INLINE hn::Mask<D> StoreUncertain(D d, hn::Vec<D> sum, T* out) {
     return hn::Or(hn::Lt(part, hn::Set(d, error)), hn::Gt(part, hn::Set(d, V{1} - error)));
 }
 
-/// `isExact` matters only for double.
-template <class T, class V, bool isExact>
+template <class T, class V, bool areEven>
 HWY_ATTR std::size_t CubicAcrossByPlan(const AcrossPlan<V>& plan, const V* HWY_RESTRICT row,
-                                       std::size_t samples, T* HWY_RESTRICT out,
+                                       std::uint32_t scale, std::size_t samples, T* HWY_RESTRICT out,
                                        std::uint32_t* HWY_RESTRICT uncertain) {
     const hn::ScalableTag<V> d;
+    const hn::Rebind<T, decltype(d)> narrow;
     const std::size_t lanes = hn::Lanes(d);
     constexpr bool isWhole = std::is_same_v<V, std::int32_t>;
-    const auto half = hn::Set(d, isWhole ? V{1 << (2 * cubicStepBits - 1)} : static_cast<V>(0.5));
+    const WholeScale<areEven> wholeScale(scale);
+    const auto half = hn::Set(d, isWhole ? static_cast<V>(wholeScale.Half()) : static_cast<V>(0.5));
     const std::size_t patterns = plan.lookups.size() / lanes;
     std::size_t count = 0;
     HWY_ALIGN T rest[HWY_MAX_BYTES / sizeof(V)];
@@ -109,8 +134,8 @@ HWY_ATTR std::size_t CubicAcrossByPlan(const AcrossPlan<V>& plan, const V* HWY_R
             const std::size_t at = plan.vectors[i].out, stored = std::min(lanes, samples - at);
             T* to = stored == lanes ? out + at : rest;
             if constexpr (isWhole) {
-                StoreWhole(d, sum, to);
-            } else if constexpr (isExact) {
+                hn::StoreU(hn::DemoteTo(narrow, wholeScale.Divide(d, sum)), narrow, to);
+            } else if constexpr (areEven && std::is_same_v<V, double>) { // exact
                 StoreTruncatedLanes(d, sum, to);
             } else {
                 const auto isUncertain = StoreUncertain(d, sum, to);
@@ -123,19 +148,20 @@ HWY_ATTR std::size_t CubicAcrossByPlan(const AcrossPlan<V>& plan, const V* HWY_R
 }
 
 template <class T, class V>
-CubicKernels<T, V> Cubic([[maybe_unused]] bool isExact) {
-    const auto lanes = static_cast<std::uint32_t>(hn::Lanes(hn::ScalableTag<V>()));
-    if constexpr (std::is_same_v<V, double>)
-        if (isExact) return {lanes, &CubicDownSource<T, V>, &CubicAcrossByPlan<T, V, true>};
-    return {lanes, &CubicDownSource<T, V>, &CubicAcrossByPlan<T, V, false>};
+CubicKernels<T, V> Cubic(bool areEven) {
+    return {static_cast<std::uint32_t>(hn::Lanes(hn::ScalableTag<V>())), &CubicDownSource<T, V>,
+            areEven ? &CubicAcrossByPlan<T, V, true> : &CubicAcrossByPlan<T, V, false>};
 }
 
-CubicKernels<unsigned char, std::int32_t> CubicWhole8(bool isExact) {
-    return Cubic<unsigned char, std::int32_t>(isExact);
+CubicKernels<unsigned char, std::int32_t> CubicWhole8(bool areEven) {
+    return Cubic<unsigned char, std::int32_t>(areEven);
 }
-CubicKernels<unsigned char, float> CubicReal8(bool isExact) { return Cubic<unsigned char, float>(isExact); }
-CubicKernels<unsigned short, double> CubicReal16(bool isExact) {
-    return Cubic<unsigned short, double>(isExact);
+CubicKernels<unsigned short, std::int32_t> CubicWhole16(bool areEven) {
+    return Cubic<unsigned short, std::int32_t>(areEven);
+}
+CubicKernels<unsigned char, float> CubicReal8(bool areEven) { return Cubic<unsigned char, float>(areEven); }
+CubicKernels<unsigned short, double> CubicReal16(bool areEven) {
+    return Cubic<unsigned short, double>(areEven);
 }
 
 } // namespace HWY_NAMESPACE
@@ -146,24 +172,31 @@ HWY_AFTER_NAMESPACE();
 namespace kernels {
 
 PANSHARP_EXPORT(CubicWhole8);
+PANSHARP_EXPORT(CubicWhole16);
 PANSHARP_EXPORT(CubicReal8);
 PANSHARP_EXPORT(CubicReal16);
 
 template <>
-CubicKernels<unsigned char, std::int32_t> CubicKernelsFor(SimdTarget target, bool isExact) {
+CubicKernels<unsigned char, std::int32_t> CubicKernelsFor(SimdTarget target, bool areEven) {
     return ForTarget(target, CubicKernels<unsigned char, std::int32_t>(), HWY_DISPATCH_TABLE(CubicWhole8),
-                     isExact);
+                     areEven);
 }
 
 template <>
-CubicKernels<unsigned char, float> CubicKernelsFor(SimdTarget target, bool isExact) {
-    return ForTarget(target, CubicKernels<unsigned char, float>(), HWY_DISPATCH_TABLE(CubicReal8), isExact);
+CubicKernels<unsigned short, std::int32_t> CubicKernelsFor(SimdTarget target, bool areEven) {
+    return ForTarget(target, CubicKernels<unsigned short, std::int32_t>(), HWY_DISPATCH_TABLE(CubicWhole16),
+                     areEven);
 }
 
 template <>
-CubicKernels<unsigned short, double> CubicKernelsFor(SimdTarget target, bool isExact) {
+CubicKernels<unsigned char, float> CubicKernelsFor(SimdTarget target, bool areEven) {
+    return ForTarget(target, CubicKernels<unsigned char, float>(), HWY_DISPATCH_TABLE(CubicReal8), areEven);
+}
+
+template <>
+CubicKernels<unsigned short, double> CubicKernelsFor(SimdTarget target, bool areEven) {
     return ForTarget(target, CubicKernels<unsigned short, double>(), HWY_DISPATCH_TABLE(CubicReal16),
-                     isExact);
+                     areEven);
 }
 
 } // namespace kernels

@@ -74,4 +74,14 @@ GridPosition MultispectralToPan(const GridAxis& axis, std::int64_t multispectral
     return Divide(2 * multispectral * axis.denominator - axis.numerator, -axis.start, 2 * axis.numerator);
 }
 
+std::uint32_t WholeSteps(std::span<const GridPosition> positions) {
+    const auto serves = [&](std::uint32_t steps) {
+        return std::all_of(positions.begin(), positions.end(), [steps](const GridPosition& position) {
+            return position.fraction == static_cast<double>(StepsOf(position.fraction, steps)) / steps;
+        });
+    };
+    const auto found = std::find_if(wholeSteps.begin(), wholeSteps.end(), serves);
+    return found != wholeSteps.end() ? *found : 0;
+}
+
 } // namespace kernels

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <span>
 
 namespace kernels {
 
@@ -46,5 +48,29 @@ struct GridPosition {
 ///
 ///     v = (multispectral + 0.5 - offset) / ratio - 0.5,  index = floor(v),  fraction = v - index
 [[nodiscard]] GridPosition MultispectralToPan(const GridAxis& axis, std::int64_t multispectral);
+
+/// The numbers of steps in which fractions are counted. Products and sums of a row's samples with whole
+/// numbers of steps are whole numbers, which vectors compute exactly.
+inline constexpr std::array<std::uint32_t, 7> wholeSteps{2, 4, 8, 16, 3, 5, 7};
+
+/// The first of `wholeSteps` of which all fractions are whole multiples; 0 if none is. The multiple of an odd
+/// number must be the double closest to it.
+[[nodiscard]] std::uint32_t WholeSteps(std::span<const GridPosition> positions);
+
+/// The multiple of 1 / steps that a fraction is.
+[[nodiscard]] inline std::uint32_t StepsOf(double fraction, std::uint32_t steps) {
+    return static_cast<std::uint32_t>(fraction * steps + 0.5);
+}
+
+/// Whether whole numbers give the samples that the definition of an interpolation gives in double, for the
+/// numbers of steps across and down.
+///
+/// If both are even, every product and sum of the definition is exact. If both are odd, its errors are less
+/// than 2^-30. The exact result before truncation is n / scale + 1/2 for a whole number n and an odd scale:
+/// across * down for bilinear, its cube for cubic. So it is at least 1 / (2 * 49^3) away from every whole
+/// number. If only one is odd, a half may be reached and missed.
+[[nodiscard]] constexpr bool AreWhole(std::uint32_t across, std::uint32_t down) {
+    return across != 0 && down != 0 && across % 2 == down % 2;
+}
 
 } // namespace kernels

@@ -43,29 +43,6 @@ TEST(WholePlan, RefusesRowsOfTooManySamples) {
     }
 }
 
-TEST(WholeSteps, AreFoundWhereFractionsAreCoarse) {
-    const struct {
-        std::vector<double> fractions;
-        std::uint32_t steps;
-    } cases[] = {{{}, 2},
-                 {{0.0}, 2},
-                 {{0.25, 0.75}, 4},
-                 {{0.5, 0.0625}, 16},
-                 {{0.03125}, 0},
-                 {{0.25, 1.0 / 3.0}, 0},
-                 {{0.0, 2.0 / 3.0}, 3},
-                 {{0.6, 0.8}, 5},
-                 {{6.0 / 7.0}, 7},
-                 {{1.0 / 3.0 + 1e-15}, 0},
-                 {{1.0 / 9.0}, 0}};
-    for (const auto& c : cases) {
-        std::vector<BilinearTap> taps;
-        for (const double fraction : c.fractions)
-            taps.push_back({0, 1, fraction});
-        EXPECT_EQ(WholeSteps(taps), c.steps);
-    }
-}
-
 /// Both passes over rows of exactly their size, so that a sanitizer detects any access past them.
 template <class T>
 void Separated(const T* upper, const T* lower, const std::vector<BilinearTap>& taps, std::uint32_t bands,
@@ -141,8 +118,8 @@ TYPED_TEST(BilinearRows, SeparatedEqualsTheDefinition) {
                     for (const SimdTarget target : SimdTargets()) {
                         Separated(upper.get(), lower.get(), taps, bands, fy, target, out.get());
                         expect("double", target);
-                        const std::uint32_t across = WholeSteps(taps);
-                        const BilinearTap down{0, 0, fy};
+                        const std::uint32_t across = WholeSteps(positions);
+                        const GridPosition down{0, fy};
                         const std::uint32_t steps = WholeSteps({&down, 1});
                         if (!AreWhole(across, steps) ||
                             !SeparatedWhole(upper.get(), lower.get(), positions, bands, fy, across, steps,

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 namespace {
 
 using kernels::GridAxis;
@@ -9,6 +11,7 @@ using kernels::GridPosition;
 using kernels::MakeGridAxis;
 using kernels::MultispectralToPan;
 using kernels::PanToMultispectral;
+using kernels::WholeSteps;
 
 // u = (pan + 0.5) * ratio + offset - 0.5, computed by hand.
 TEST(GridAxis, PositionsOfPanPixels) {
@@ -76,6 +79,29 @@ TEST(GridAxis, SamePhaseSameFraction) {
                 }
             }
         }
+}
+
+TEST(WholeSteps, AreFoundWhereFractionsAreCoarse) {
+    const struct {
+        std::vector<double> fractions;
+        std::uint32_t steps;
+    } cases[] = {{{}, 2},
+                 {{0.0}, 2},
+                 {{0.25, 0.75}, 4},
+                 {{0.5, 0.0625}, 16},
+                 {{0.03125}, 0},
+                 {{0.25, 1.0 / 3.0}, 0},
+                 {{0.0, 2.0 / 3.0}, 3},
+                 {{0.6, 0.8}, 5},
+                 {{6.0 / 7.0}, 7},
+                 {{1.0 / 3.0 + 1e-15}, 0},
+                 {{1.0 / 9.0}, 0}};
+    for (const auto& c : cases) {
+        std::vector<GridPosition> positions;
+        for (const double fraction : c.fractions)
+            positions.push_back({0, fraction});
+        EXPECT_EQ(WholeSteps(positions), c.steps);
+    }
 }
 
 } // namespace
