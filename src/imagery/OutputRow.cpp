@@ -18,27 +18,15 @@ kernels::SampleLimits<T> LimitsOf(const OutputRules& rules) {
 }
 
 template <class T>
-kernels::LimitRow<T> ChooseLimitRow(bool pastCache) {
-    static const kernels::LimitRow<T> chosen[] = {kernels::LimitRowFor<T>(kernels::ChosenSimdTarget(), false),
-                                                  kernels::LimitRowFor<T>(kernels::ChosenSimdTarget(), true)};
+const kernels::LimitRows<T>& ChooseLimitRows(bool pastCache) {
+    static const kernels::LimitRows<T> chosen[] = {
+        kernels::LimitRowsFor<T>(kernels::ChosenSimdTarget(), false),
+        kernels::LimitRowsFor<T>(kernels::ChosenSimdTarget(), true)};
     return chosen[pastCache ? 1 : 0];
 }
 
 /// Pixels that are processed together.
 constexpr std::size_t stretchPixels = 128;
-
-/// The first pixel from `first` on without data, or the end.
-std::size_t FindGap(const unsigned char* valid, std::size_t first, std::size_t end) {
-    const void* gap = first < end ? std::memchr(valid + first, 0, end - first) : nullptr;
-    return gap ? static_cast<std::size_t>(static_cast<const unsigned char*>(gap) - valid) : end;
-}
-
-/// The first pixel from `first` on with data, or the end.
-std::size_t FindData(const unsigned char* valid, std::size_t first, std::size_t end) {
-    while (first < end && valid[first] == 0)
-        ++first;
-    return first;
-}
 
 /// Spreads the pixels to make room for a last band and fills it.
 template <class T>
@@ -58,23 +46,17 @@ void MakeOutputRow(const T* fused, const unsigned char* valid, std::size_t colum
     const std::size_t bands = rules.bands;
     const auto none = static_cast<T>(rules.noData.value_or(0));
     const kernels::SampleLimits<T> limits = LimitsOf<T>(rules);
-    const kernels::LimitRow<T> limitRow = ChooseLimitRow<T>(rules.pastCache && !rules.hasAlpha);
-    const kernels::LimitRow<T> limitGapped = ChooseLimitRow<T>(false);
-    for (std::size_t first = 0, end = 0; first < columns; first = end) {
-        end = std::min(first + stretchPixels, columns);
-        std::size_t gap = valid ? FindGap(valid, first, end) : end;
-        if (gap == first && FindData(valid, first, end) == end) {
-            std::fill_n(out + first * bands, (end - first) * bands, none);
-            continue;
-        }
+    const kernels::LimitRows<T>& limit = ChooseLimitRows<T>(rules.pastCache && !rules.hasAlpha);
+    if (!fused) std::fill_n(out, columns * bands, none);
+    for (std::size_t first = 0; fused && first < columns; first += stretchPixels) {
+        const std::size_t count = std::min(stretchPixels, columns - first);
+        const T* samples = fused + first * bands;
+        const unsigned char* has = valid ? valid + first : nullptr;
+        T* made = out + first * bands;
         // Few samples are at a limit, and checking many together is fast.
-        const bool isCounted = (gap == end ? limitRow : limitGapped)(
-            fused + first * bands, (end - first) * bands, limits, out + first * bands);
-        for (std::size_t data = first; data < end; gap = FindGap(valid, data, end)) {
-            if (isCounted) CountLimits(fused + data * bands, gap - data, limits, tally);
-            data = FindData(valid, gap, end);
-            std::fill_n(out + gap * bands, (data - gap) * bands, none);
-        }
+        if (has ? limit.gapped({samples, has, count, rules.bands, none}, limits, made)
+                : limit.whole(samples, count * bands, limits, made))
+            CountLimits(samples, has, count, limits, tally);
     }
     if (rules.hasAlpha) AddAlpha(valid, columns, bands, out);
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 
 namespace kernels {
@@ -22,16 +23,29 @@ struct SampleLimits {
     [[nodiscard]] bool IsAtEnd(T limited) const { return limited == 0 || limited == largest; }
 };
 
-/// Applies the limits to `count` samples. Writes exactly `count` to `out`, which must not overlap the input.
-/// True when a written sample is 0 or the largest.
+/// Pixels, interleaved, some of which may lack data.
 template <class T>
-using LimitRow = bool (*)(const T* samples, std::size_t count, const SampleLimits<T>& limits, T* out);
+struct GappedRow {
+    const T* samples = nullptr;
+    const unsigned char* valid = nullptr; ///< one byte per pixel, 0 without data
+    std::size_t pixels = 0;
+    std::uint32_t bands = 0;
+    T none = 0; ///< written for samples without data
+};
 
-/// The version for a vector target that can run here. The scalar one is the definition. With `pastCache` it
-/// writes straight to memory: faster for an output that leaves the processor's cache before it is read again.
-/// Call EndPastCache before another thread reads it.
+/// Apply the limits to samples. They write exactly as many to `out`, which must not overlap the input. True
+/// when a written sample with data is 0 or the largest.
 template <class T>
-[[nodiscard]] LimitRow<T> LimitRowFor(SimdTarget target, bool pastCache);
+struct LimitRows {
+    bool (*whole)(const T* samples, std::size_t count, const SampleLimits<T>& limits, T* out) = nullptr;
+    bool (*gapped)(const GappedRow<T>& row, const SampleLimits<T>& limits, T* out) = nullptr;
+};
+
+/// The versions for a vector target that can run here. The scalar ones are the definition. With `pastCache`
+/// they write straight to memory: faster for an output that leaves the processor's cache before it is read
+/// again. Call EndPastCache before another thread reads it.
+template <class T>
+[[nodiscard]] LimitRows<T> LimitRowsFor(SimdTarget target, bool pastCache);
 
 /// Waits until everything that this thread wrote past the cache is in memory.
 void EndPastCache();
@@ -44,6 +58,26 @@ bool LimitRowScalar(const T* samples, std::size_t count, const SampleLimits<T>& 
         isAtEnd = isAtEnd || limits.IsAtEnd(out[i]);
     }
     return isAtEnd;
+}
+
+/// The samples `first` to `end` - 1 of a row. `out` is where sample 0 goes.
+template <class T>
+bool LimitGappedSamples(const GappedRow<T>& row, std::size_t first, std::size_t end,
+                        const SampleLimits<T>& limits, T* out) {
+    bool isAtEnd = false;
+    std::size_t pixel = first / row.bands, band = first % row.bands;
+    for (std::size_t i = first; i < end; ++i) {
+        const bool hasData = row.valid[pixel] != 0;
+        out[i] = hasData ? limits.Of(row.samples[i]) : row.none;
+        isAtEnd = isAtEnd || (hasData && limits.IsAtEnd(out[i]));
+        if (++band == row.bands) band = 0, ++pixel;
+    }
+    return isAtEnd;
+}
+
+template <class T>
+bool LimitGappedScalar(const GappedRow<T>& row, const SampleLimits<T>& limits, T* out) {
+    return LimitGappedSamples(row, 0, row.pixels * row.bands, limits, out);
 }
 
 } // namespace kernels

@@ -46,13 +46,99 @@ HWY_ATTR bool LimitInVectors(const T* HWY_RESTRICT samples, std::size_t count, c
     return isAtEnd || !hn::AllFalse(d, atEnd);
 }
 
+#if HWY_TARGET != HWY_SCALAR
+
+/// Mask bytes that are looked at together: a table of bytes has as many entries.
+inline constexpr std::size_t maskBytes = 16;
+/// Samples of the longest vector that is used.
+inline constexpr std::size_t mostLanes = 64;
+
+/// For every number of bands: the pixel of each byte of a row's samples, from the row's first.
 template <class T>
-LimitRow<T> Limit(bool pastCache) {
-    return pastCache ? &LimitInVectors<T, true> : &LimitInVectors<T, false>;
+struct PixelsOfBytes {
+    std::uint8_t of[mostBands + 1][(mostLanes + mostBands) * sizeof(T)] = {};
+
+    constexpr PixelsOfBytes() {
+        for (std::uint32_t bands = 1; bands <= mostBands; ++bands)
+            for (std::size_t i = 0; i < (mostLanes + mostBands) * sizeof(T); ++i)
+                of[bands][i] = static_cast<std::uint8_t>(i / sizeof(T) / bands);
+    }
+};
+template <class T>
+inline constexpr PixelsOfBytes<T> pixelsOfBytes;
+
+/// In vectors of at most `Lanes` samples, or of fewer where as many could belong to more than maskBytes
+/// pixels.
+template <class T, bool pastCache, std::size_t Lanes>
+HWY_ATTR bool LimitGappedInVectors(const GappedRow<T>& row, const SampleLimits<T>& limits,
+                                   T* HWY_RESTRICT out) {
+    const hn::CappedTag<T, Lanes> d;
+    const hn::Repartition<std::uint8_t, decltype(d)> d8;
+    const std::size_t lanes = hn::Lanes(d), count = row.pixels * row.bands;
+    const std::uint32_t bands = row.bands, lanes32 = static_cast<std::uint32_t>(lanes);
+    const std::uint32_t wholePixels = lanes32 / bands, restSamples = lanes32 % bands;
+    std::size_t i = pastCache ? std::min(BeforeWhole(out, lanes), count) : 0;
+    // The first vector begins with this pixel, and with this of its samples.
+    std::size_t pixel = i == 0 ? 0 : i / bands, sample = i - pixel * bands;
+    if constexpr (Lanes > maskBytes) {
+        const std::size_t mostSample = restSamples == 0 ? sample : bands - 1;
+        if (mostSample + lanes > maskBytes * bands)
+            return LimitGappedInVectors<T, pastCache, Lanes / 2>(row, limits, out);
+    }
+    const auto zero = hn::Zero(d), largest = hn::Set(d, limits.largest), none = hn::Set(d, row.none);
+    const auto taken = hn::Set(d, limits.taken), other = hn::Set(d, limits.other);
+    bool isAtEnd = LimitGappedSamples(row, 0, i, limits, out);
+    auto atEnd = hn::Eq(zero, largest); // nowhere
+    for (; i + lanes <= count; i += lanes) {
+        HWY_ALIGN unsigned char last[maskBytes] = {};
+        const unsigned char* valid = row.valid + pixel;
+        if (pixel + maskBytes > row.pixels) {
+            std::copy_n(valid, row.pixels - pixel, last);
+            valid = last;
+        }
+        const auto places = hn::LoadU(d8, pixelsOfBytes<T>.of[bands] + sample * sizeof(T));
+        const auto has = hn::BitCast(d, hn::TableLookupBytes(hn::LoadDup128(d8, valid), places));
+        const auto isGap = hn::Eq(has, zero);
+        const auto within = hn::Min(hn::LoadU(d, row.samples + i), largest);
+        const auto limited = hn::IfThenElse(hn::Eq(within, taken), other, within);
+        const auto isEnd = hn::Or(hn::Eq(limited, zero), hn::Eq(limited, largest));
+        atEnd = hn::Or(atEnd, hn::AndNot(isGap, isEnd));
+        const auto made = hn::IfThenElse(isGap, none, limited);
+        if constexpr (pastCache)
+            hn::Stream(made, d, out + i);
+        else
+            hn::StoreU(made, d, out + i);
+        pixel += wholePixels;
+        sample += restSamples;
+        if (sample >= bands) sample -= bands, ++pixel;
+    }
+    isAtEnd = LimitGappedSamples(row, i, count, limits, out) || isAtEnd;
+    return isAtEnd || !hn::AllFalse(d, atEnd);
 }
 
-LimitRow<unsigned char> Limit8(bool pastCache) { return Limit<unsigned char>(pastCache); }
-LimitRow<unsigned short> Limit16(bool pastCache) { return Limit<unsigned short>(pastCache); }
+template <class T, bool pastCache>
+HWY_ATTR bool LimitGapped(const GappedRow<T>& row, const SampleLimits<T>& limits, T* out) {
+    if (row.bands > mostBands || row.bands == 0) return LimitGappedScalar(row, limits, out);
+    return LimitGappedInVectors<T, pastCache, mostLanes>(row, limits, out);
+}
+
+#else
+
+template <class T, bool>
+bool LimitGapped(const GappedRow<T>& row, const SampleLimits<T>& limits, T* out) {
+    return LimitGappedScalar(row, limits, out);
+}
+
+#endif
+
+template <class T>
+LimitRows<T> Limit(bool pastCache) {
+    if (pastCache) return {&LimitInVectors<T, true>, &LimitGapped<T, true>};
+    return {&LimitInVectors<T, false>, &LimitGapped<T, false>};
+}
+
+LimitRows<unsigned char> Limit8(bool pastCache) { return Limit<unsigned char>(pastCache); }
+LimitRows<unsigned short> Limit16(bool pastCache) { return Limit<unsigned short>(pastCache); }
 
 } // namespace HWY_NAMESPACE
 } // namespace kernels
@@ -65,14 +151,15 @@ PANSHARP_EXPORT(Limit8);
 PANSHARP_EXPORT(Limit16);
 
 template <>
-LimitRow<unsigned char> LimitRowFor(SimdTarget target, bool pastCache) {
-    return ForTarget<LimitRow<unsigned char>>(target, &LimitRowScalar, HWY_DISPATCH_TABLE(Limit8), pastCache);
+LimitRows<unsigned char> LimitRowsFor(SimdTarget target, bool pastCache) {
+    return ForTarget(target, LimitRows<unsigned char>{&LimitRowScalar, &LimitGappedScalar},
+                     HWY_DISPATCH_TABLE(Limit8), pastCache);
 }
 
 template <>
-LimitRow<unsigned short> LimitRowFor(SimdTarget target, bool pastCache) {
-    return ForTarget<LimitRow<unsigned short>>(target, &LimitRowScalar, HWY_DISPATCH_TABLE(Limit16),
-                                               pastCache);
+LimitRows<unsigned short> LimitRowsFor(SimdTarget target, bool pastCache) {
+    return ForTarget(target, LimitRows<unsigned short>{&LimitRowScalar, &LimitGappedScalar},
+                     HWY_DISPATCH_TABLE(Limit16), pastCache);
 }
 
 void EndPastCache() { hwy::FlushStream(); }
