@@ -3,6 +3,7 @@
 #include "hostkit/RequestRecord.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace hostkit {
 
@@ -29,8 +30,7 @@ bool SourceRaster::FindGaps(const PixelRect& wanted) {
     const std::size_t pixels = std::size_t{wanted.GetColumns()} * wanted.GetRows();
     if (valid.size() < pixels) valid.resize(pixels);
     if (!image.ReadValid(wanted, buffer.data(), valid.data(), status)) return false;
-    const auto end = valid.begin() + static_cast<std::ptrdiff_t>(pixels);
-    hasGaps = std::find(valid.begin(), end, static_cast<unsigned char>(0)) != end;
+    hasGaps = std::memchr(valid.data(), 0, pixels) != nullptr;
     return true;
 }
 

@@ -157,21 +157,16 @@ const unsigned char* FusionSlot::KeepWritten(const unsigned char* samples) {
 }
 
 bool FusionSlot::Fuse(const RowSink& sink, Status& status) {
-    hasGaps = false;
     const std::size_t columns = window.GetColumns();
     if (mayLackData) {
         reach.resize(std::max(reach.size(), columns));
-        valid.resize(std::max(valid.size(), columns * window.GetRows()));
+        valid.resize(std::max(valid.size(), columns));
     }
     if (!inside.IsEmpty()) {
         if (!OpenSources(status) || (want == Want::Pixels && !OfferSources(status))) return false;
     }
     for (FusedRow row{window.row0}; row.number < window.row1; ++row.number) {
-        unsigned char* rowValid =
-            mayLackData ? valid.data() + std::size_t{row.number - window.row0} * columns : nullptr;
-        const bool lacksData = rowValid && FindValid(row.number, rowValid);
-        hasGaps = hasGaps || lacksData;
-        row.valid = lacksData ? rowValid : nullptr;
+        row.valid = mayLackData && FindValid(row.number, valid.data()) ? valid.data() : nullptr;
         row.samples = nullptr;
         if (want == Want::Pixels && HoldsRow(row.number)) {
             row.samples = GetRow(row.number, status);

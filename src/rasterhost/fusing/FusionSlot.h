@@ -69,8 +69,6 @@ public:
     /// samples. False with items.
     [[nodiscard]] bool Fuse(const RowSink& sink, Status& status);
 
-    /// One byte per pixel of the fused window, 0 without data; null when all pixels have data.
-    [[nodiscard]] const unsigned char* GetValid() const { return hasGaps ? valid.data() : nullptr; }
     [[nodiscard]] const KOVA::Tessara::Global::NameValueMap& GetMetadata() { return worker.GetMetadata(); }
 
 private:
@@ -110,8 +108,7 @@ private:
                                                 ///< is 8 bits
     bool mayLackData = true;
     std::vector<hostkit::Reach> reach; ///< of one row
-    std::vector<unsigned char> valid;  ///< of all rows; unused when no pixel lacks data
-    bool hasGaps = false;
+    std::vector<unsigned char> valid;  ///< of one row; unused when no pixel lacks data
 };
 
 /// Fuses one row of a scene that may have data, so that settings which the process refuses are found before

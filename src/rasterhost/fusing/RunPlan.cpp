@@ -81,7 +81,8 @@ std::uint64_t BesideBytes(const Scene& scene, const OutputPlan& output, const Ru
         ++sampled;
     }
     bytes += (PixelsOf(read) - PixelsOf(window)) * hostkit::PixelBytes(pan);
-    if (mayLackData) bytes += PixelsOf(read) + PixelsOf(window);
+    if (mayLackData)
+        bytes += PixelsOf(read) + PixelsOf(window) / 4; // pan's mask; the output's as bits or runs
     const std::uint64_t images = scene.images.size() + (sizes.lowPass ? 1 : 0);
     return bytes + output.columns * (sampled * sampledRows * sizeof(double) + images * tapBytes);
 }

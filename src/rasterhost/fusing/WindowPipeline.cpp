@@ -137,7 +137,7 @@ private:
         {
             std::unique_lock lock(fileMutex, std::defer_lock);
             if (output.IsWrittenByGdal()) lock.lock();
-            if (!output.Write(job.made, job.slot->GetValid(), job.reasons)) return false;
+            if (!output.Write(job.made, job.reasons)) return false;
         }
         const LimitTally& found = job.made.GetTally();
         tally.resize(found.size());

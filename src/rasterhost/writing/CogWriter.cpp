@@ -92,7 +92,7 @@ bool CogWriter::Spool(const unsigned char* tiles, std::size_t count, PackedTiles
     return true;
 }
 
-bool CogWriter::Write(std::uint32_t, std::uint32_t rowCount, unsigned char* tiles, const unsigned char* valid,
+bool CogWriter::Write(std::uint32_t, std::uint32_t rowCount, unsigned char* tiles, const OutputMask& mask,
                       PackedTiles& packed) {
     if (!Spool(tiles, packer->CountTiles(plan.columns, rowCount), packed, 0)) return false;
     if (levels.size() == 1) return true;
@@ -101,17 +101,16 @@ bool CogWriter::Write(std::uint32_t, std::uint32_t rowCount, unsigned char* tile
     for (std::uint32_t row = 0; row < rowCount;) {
         const std::uint32_t inTiles = row % form.rows;
         const std::uint32_t count = std::min({stepRows, form.rows - inTiles, rowCount - row});
-        AddRows(count, inTiles, tiles + row / form.rows * tilesAcross * form.GetBytes(),
-                valid ? valid + std::size_t{row} * plan.columns : nullptr);
+        AddRows(count, inTiles, tiles + row / form.rows * tilesAcross * form.GetBytes(), mask, row);
         if (!Advance()) return false;
         row += count;
     }
     return true;
 }
 
-/// Adds rows of a row of tiles.
+/// Adds rows of a row of tiles, the first of which has row `maskRow` of the mask.
 void CogWriter::AddRows(std::uint32_t rowCount, std::uint32_t rowInTiles, const unsigned char* tiles,
-                        const unsigned char* valid) {
+                        const OutputMask& mask, std::uint32_t maskRow) {
     const TileForm& form = packer->GetForm();
     LevelRows& rows = levels.front().rows;
     const std::uint32_t first = rows.GetEnd();
@@ -125,8 +124,10 @@ void CogWriter::AddRows(std::uint32_t rowCount, std::uint32_t rowInTiles, const 
     // GDAL uses a last band as a mask only in files of two or four bands; elsewhere it resamples it like any
     // other band.
     const std::uint32_t bands = plan.rules.GetFileBands();
-    const bool isMask = !plan.rules.hasAlpha || bands == 2 || bands == 4;
-    if (valid && isMask) std::memcpy(rows.GetValid(first), valid, std::size_t{rowCount} * plan.columns);
+    const bool isMasked =
+        mask.GetPixelsWithoutData() > 0 && (!plan.rules.hasAlpha || bands == 2 || bands == 4);
+    for (std::uint32_t row = 0; isMasked && row < rowCount; ++row)
+        mask.ExpandRow(maskRow + row, rows.GetValid(first + row));
 }
 
 /// Makes everything that the rows so far allow.
@@ -138,7 +139,8 @@ bool CogWriter::Advance() {
         const Marking marking = level == 1 || plan.rules.hasAlpha ? Marking::Any : Marking::Most;
         bool isMarked = false;
         if (!Reduce(finer.rows, made.rows, end, marking, isMarked)) return false;
-        made.mask.AddRows(isMarked ? made.rows.GetValid(first) : nullptr, end - first);
+        for (std::uint32_t row = first; row < end; ++row)
+            made.mask.AddRow(isMarked ? made.rows.GetValid(row) : nullptr);
         if (!PackRows(level)) return false;
         const std::uint32_t needed = FirstNeeded(finer.rows, made.rows, end);
         finer.rows.DropBefore(level == 1 ? needed : std::min(needed, finer.packedRows));

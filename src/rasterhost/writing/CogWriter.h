@@ -27,7 +27,7 @@ public:
     [[nodiscard]] bool Pack(std::uint32_t rowCount, const unsigned char* tiles,
                             PackedTiles& packed) const override;
     [[nodiscard]] bool Write(std::uint32_t firstRow, std::uint32_t rowCount, unsigned char* tiles,
-                             const unsigned char* valid, PackedTiles& packed) override;
+                             const OutputMask& mask, PackedTiles& packed) override;
     [[nodiscard]] bool Close() override { return true; }
     /// Writes the file after all rows have been written. `mask` is that of the full size, or null for a file
     /// without one. `progress` as in WriteCog. False when it is cancelled or cannot be written.
@@ -50,7 +50,7 @@ private:
     CogWriter(const OutputPlan& outputPlan, const std::string& fileName, const std::string& spoolName);
     bool Spool(const unsigned char* tiles, std::size_t count, PackedTiles& packed, std::size_t level);
     void AddRows(std::uint32_t rowCount, std::uint32_t rowInTiles, const unsigned char* tiles,
-                 const unsigned char* valid);
+                 const OutputMask& mask, std::uint32_t maskRow);
     bool Advance();
     bool PackRows(std::size_t level);
     bool AddMask(const OutputMask& mask, std::size_t level);

@@ -89,10 +89,11 @@ bool OutputFile::Pack(OutputWindow& window, Status& status) const {
            FailAt(window, "compressed; does memory run out?", status);
 }
 
-bool OutputFile::WritePixels(OutputWindow& window, const unsigned char* valid) {
+bool OutputFile::WritePixels(OutputWindow& window) {
     unsigned char* samples = window.GetSamples();
     if (tiles)
-        return tiles->Write(window.GetFirstRow(), window.GetRows(), samples, valid, window.GetPacked());
+        return tiles->Write(window.GetFirstRow(), window.GetRows(), samples, window.GetMask(),
+                            window.GetPacked());
     const auto bands = static_cast<int>(plan.rules.GetFileBands());
     const auto firstRow = static_cast<int>(window.GetFirstRow()), rows = static_cast<int>(window.GetRows());
     const auto across = static_cast<int>(plan.columns);
@@ -102,10 +103,11 @@ bool OutputFile::WritePixels(OutputWindow& window, const unsigned char* valid) {
                              pixelBytes * across, pixelBytes / bands, nullptr) == CE_None;
 }
 
-bool OutputFile::Write(OutputWindow& window, const unsigned char* valid, Status& status) {
-    mask.AddRows(valid, window.GetRows());
+bool OutputFile::Write(OutputWindow& window, Status& status) {
+    pixelsWithoutData += window.GetMask().GetPixelsWithoutData();
+    if (NeedsMask()) mask.AddRows(window.GetMask());
     const GdalErrors errors;
-    if (WritePixels(window, valid) && !errors.HasFailed()) return true;
+    if (WritePixels(window) && !errors.HasFailed()) return true;
     return FailAt(window, "written; is the disk full?" + errors.Reason(), status);
 }
 

@@ -52,11 +52,10 @@ public:
     /// Compresses a window with all its rows, if that can be done before they are written. Any number of
     /// threads may call it. False with an item.
     [[nodiscard]] bool Pack(OutputWindow& window, Status& status) const;
-    /// Writes the next window after Pack, with its mask: one byte per pixel, or null when all have data.
-    /// False with an item.
-    [[nodiscard]] bool Write(OutputWindow& window, const unsigned char* valid, Status& status);
+    /// Writes the next window after Pack. False with an item.
+    [[nodiscard]] bool Write(OutputWindow& window, Status& status);
     /// The number of pixels without data among those written so far.
-    [[nodiscard]] std::uint64_t GetPixelsWithoutData() const { return mask.GetPixelsWithoutData(); }
+    [[nodiscard]] std::uint64_t GetPixelsWithoutData() const { return pixelsWithoutData; }
     /// Of a finished picture: per band, the range that was stretched.
     [[nodiscard]] const std::vector<std::array<double, 2>>& GetStretches() const { return stretches; }
     /// Adds the mask, copies if needed, and gives the file its name. `progress` gets the fraction of the
@@ -66,11 +65,11 @@ public:
 private:
     OutputFile(const SharpenRequest& request, const OutputPlan& outputPlan, WorkFolder& workFolder);
 
-    bool WritePixels(OutputWindow& window, const unsigned char* valid);
+    bool WritePixels(OutputWindow& window);
     bool OpenTiles(const CPLStringList& options);
-    [[nodiscard]] bool HasMask() const {
-        return GetPixelsWithoutData() > 0 && !plan.rules.noData && !plan.rules.hasAlpha;
-    }
+    /// Whether only a mask can show where there is no data.
+    [[nodiscard]] bool NeedsMask() const { return !plan.rules.noData && !plan.rules.hasAlpha; }
+    [[nodiscard]] bool HasMask() const { return GetPixelsWithoutData() > 0 && NeedsMask(); }
     bool FailAt(const OutputWindow& window, const std::string& what, Status& status) const;
     bool CloseAll();
     bool AddMask(Status& status);
@@ -84,7 +83,8 @@ private:
     const std::string writtenFile;
     std::string warning;
     std::vector<std::array<double, 2>> stretches;
-    OutputMask mask;
+    OutputMask mask; ///< of the rows so far, if NeedsMask()
+    std::uint64_t pixelsWithoutData = 0;
     GDALDataset* dataset = nullptr;  ///< null while `tiles` writes the file, and once it is closed
     std::unique_ptr<TileSink> tiles; ///< null when GDAL writes the pixels
     CogWriter* cog = nullptr;        ///< the same object, if it is one

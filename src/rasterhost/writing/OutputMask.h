@@ -13,8 +13,12 @@ class OutputMask {
 public:
     explicit OutputMask(std::uint32_t imageColumns) : columns(imageColumns) {}
 
-    /// Adds the next rows from the top: one byte per pixel, 0 without data; null when all have data.
-    void AddRows(const unsigned char* valid, std::uint32_t rowCount);
+    /// Removes all rows.
+    void Clear();
+    /// Adds the next row from the top: one byte per pixel, 0 without data; null when all have data.
+    void AddRow(const unsigned char* valid);
+    /// Adds all rows of another mask of as many columns.
+    void AddRows(const OutputMask& rows);
     [[nodiscard]] std::uint64_t GetPixelsWithoutData() const { return pixelsWithoutData; }
     /// Writes the mask of a row: 255 with data, 0 without.
     void ExpandRow(std::size_t row, unsigned char* valid) const;
@@ -22,11 +26,12 @@ public:
     [[nodiscard]] bool Write(GDALRasterBand& band) const;
 
 private:
-    void AddRow(const unsigned char* valid);
-    void AddBits(const unsigned char* valid, std::size_t start);
+    [[nodiscard]] std::size_t CountBitWords() const;
+    void AddRuns();
 
     std::uint32_t columns;
     std::uint64_t pixelsWithoutData = 0;
+    std::vector<std::uint32_t> bits;       ///< of the row being added
     std::vector<std::uint32_t> words;      ///< of all rows
     std::vector<std::size_t> rowStarts{0}; ///< indices into `words`; one entry more than there are rows
 };

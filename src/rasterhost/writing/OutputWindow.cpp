@@ -20,7 +20,7 @@ constexpr std::size_t mostInCache = std::size_t{1} << 20;
 OutputWindow::OutputWindow(const OutputRules& outputRules, const OutputLayout& outputLayout,
                            std::uint32_t bits, std::uint32_t fileColumns, std::uint32_t mostRows)
     : rules(outputRules), layout(outputLayout), columns(fileColumns), sampleBytes(bits / 8),
-      pixelBytes(rules.GetFileBands() * sampleBytes) {
+      pixelBytes(rules.GetFileBands() * sampleBytes), mask(columns) {
     const std::size_t tileRows = layout.tileColumns == 0 ? 0 : (mostRows - 1) / layout.tileRows + 1;
     mostBytes =
         layout.tileColumns == 0 ? pixelBytes * columns * mostRows : TilesAcross() * tileRows * TileBytes();
@@ -31,6 +31,7 @@ void OutputWindow::Start(std::uint32_t firstFileRow, std::uint32_t rowCount) {
     firstRow = firstFileRow;
     rows = rowCount;
     added = 0;
+    mask.Clear();
     tally.assign(rules.bands, {0, 0});
 }
 
@@ -53,6 +54,7 @@ void OutputWindow::AddRow(const unsigned char* fused, const unsigned char* valid
     else
         AddToTiles(number, fused, valid);
     if (rules.pastCache) kernels::EndPastCache();
+    mask.AddRow(valid);
 }
 
 void OutputWindow::AddToTiles(std::size_t number, const unsigned char* fused, const unsigned char* valid) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "imagery/OutputRow.h"
+#include "rasterhost/writing/OutputMask.h"
 #include "rasterhost/writing/TilePacker.h"
 
 #include <cstdint>
@@ -31,6 +32,7 @@ public:
     }
     /// Its compressed tiles, for a file that is compressed while it is written.
     [[nodiscard]] PackedTiles& GetPacked() { return packed; }
+    [[nodiscard]] const OutputMask& GetMask() const { return mask; }
     [[nodiscard]] const imagery::LimitTally& GetTally() const { return tally; }
 
 private:
@@ -55,6 +57,7 @@ private:
     std::size_t mostBytes = 0;
     std::vector<unsigned char> samples;
     PackedTiles packed;
+    OutputMask mask;
     imagery::LimitTally tally;
 };
 

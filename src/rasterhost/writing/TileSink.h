@@ -1,5 +1,6 @@
 #pragma once
 
+#include "rasterhost/writing/OutputMask.h"
 #include "rasterhost/writing/TilePacker.h"
 
 #include <cstdint>
@@ -20,11 +21,11 @@ public:
     /// number of windows may be packed in parallel. False when memory runs out or the codec fails.
     [[nodiscard]] virtual bool Pack(std::uint32_t rowCount, const unsigned char* tiles,
                                     PackedTiles& packed) const = 0;
-    /// Writes full rows and their mask: `packed` is what Pack made of `tiles`; `valid` has one byte per
-    /// pixel, or is null when all have data. The rows begin with a row of tiles and end with one, or with the
-    /// image. One thread at a time. False on failure, which is reported to GDAL's error handler.
+    /// Writes full rows and their mask: `packed` is what Pack made of `tiles`. The rows begin with a row of
+    /// tiles and end with one, or with the image. One thread at a time. False on failure, which is reported
+    /// to GDAL's error handler.
     [[nodiscard]] virtual bool Write(std::uint32_t firstRow, std::uint32_t rowCount, unsigned char* tiles,
-                                     const unsigned char* valid, PackedTiles& packed) = 0;
+                                     const OutputMask& mask, PackedTiles& packed) = 0;
     /// Ends the writing of pixels. Call it once. False on failure.
     [[nodiscard]] virtual bool Close() = 0;
 };

@@ -69,7 +69,7 @@ bool TileWriter::Pack(std::uint32_t rowCount, const unsigned char* tiles, Packed
 }
 
 bool TileWriter::Write(std::uint32_t firstRow, std::uint32_t rowCount, unsigned char* tiles,
-                       const unsigned char*, PackedTiles& packed) {
+                       const OutputMask&, PackedTiles& packed) {
     const TileForm& form = packer->GetForm();
     std::size_t tile = 0;
     for (std::uint32_t row = 0; row < rowCount; row += form.rows)

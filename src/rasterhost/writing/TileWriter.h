@@ -33,7 +33,7 @@ public:
     [[nodiscard]] bool Pack(std::uint32_t rowCount, const unsigned char* tiles,
                             PackedTiles& packed) const override;
     [[nodiscard]] bool Write(std::uint32_t firstRow, std::uint32_t rowCount, unsigned char* tiles,
-                             const unsigned char* valid, PackedTiles& packed) override;
+                             const OutputMask& mask, PackedTiles& packed) override;
     [[nodiscard]] bool Close() override;
 
 private:
