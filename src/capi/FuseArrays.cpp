@@ -85,10 +85,13 @@ public:
             const unsigned char* samples =
                 worker ? worker->GetRow(row, status) : windows.front()->GetRow(row - window.row0);
             if (!samples) return false;
-            if (mayLackData) imagery::FindRowValidity(pan, window, row, windows, reach.data(), valid.data());
-            TellValid(row, mayLackData);
-            StoreRow(finish.Finish(samples, mayLackData ? valid.data() : nullptr, window.GetColumns()),
-                     job.processBands, job.outputBands, job.output, job.outputLayout, row);
+            const unsigned char* has =
+                mayLackData && imagery::FindRowValidity(pan, window, row, windows, reach.data(), valid.data())
+                    ? valid.data()
+                    : nullptr;
+            TellValid(row, has);
+            StoreRow(finish.Finish(samples, has, window.GetColumns()), job.processBands, job.outputBands,
+                     job.output, job.outputLayout, row);
         }
         return true;
     }
@@ -112,15 +115,14 @@ private:
         return true;
     }
 
-    /// Writes the mask of a row.
-    void TellValid(std::uint32_t row, bool mayLackData) {
-        if (mayLackData)
+    /// Writes the mask of a row: one byte per pixel, or null when all have data.
+    void TellValid(std::uint32_t row, const unsigned char* has) {
+        if (has)
             job.gapPixels += static_cast<std::uint64_t>(
-                std::count(valid.begin(), valid.end(), static_cast<unsigned char>(0)));
+                std::count(has, has + valid.size(), static_cast<unsigned char>(0)));
         for (std::uint32_t column = 0; job.outputValid && column < job.pan.info.cols; ++column)
-            job.outputValid[job.validLayout.At(column, row, 0)] = mayLackData && valid[column] == 0
-                                                                      ? static_cast<unsigned char>(0)
-                                                                      : static_cast<unsigned char>(255);
+            job.outputValid[job.validLayout.At(column, row, 0)] =
+                has && has[column] == 0 ? static_cast<unsigned char>(0) : static_cast<unsigned char>(255);
     }
 
     FuseJob& job;

@@ -22,8 +22,36 @@ constexpr std::size_t fewestAtOnce = 16;
 /// A larger share of the source around a column takes longer to examine than its halves.
 constexpr std::uint64_t mostPixelsPerColumn = 16;
 
-std::uint32_t ClampIndex(double index, std::uint32_t pixels) {
-    return static_cast<std::uint32_t>(std::clamp(index, 0.0, pixels - 1.0));
+/// Between two columns whose positions lie on the source and on a straight line, roundings move no other off
+/// the line by more than this share of the source's size. The control points are at most some hundred columns
+/// away, so their positions are below as many sizes, and a position has few roundings of 2^-53 of that.
+constexpr double mostRounding = 0x1p-36;
+
+/// The range of the positions on straight lines whose ends are added.
+class Extent {
+public:
+    explicit Extent(double mostError) : error(mostError) {}
+
+    void Add(double position) {
+        isNumber = isNumber && !std::isnan(position);
+        least = std::min(least, position - error);
+        most = std::max(most, position + error);
+    }
+    /// False also when a position is not a number.
+    [[nodiscard]] bool LiesWithin(double from, double to) const {
+        return isNumber && least >= from && most <= to;
+    }
+
+    double least = HUGE_VAL, most = -HUGE_VAL;
+
+private:
+    double error;
+    bool isNumber = true;
+};
+
+/// The pixel of the source at or before a position.
+std::uint32_t ClampIndex(double position, std::uint32_t pixels) {
+    return static_cast<std::uint32_t>(std::clamp(position, 0.0, pixels - 1.0));
 }
 
 /// Whether all, some or none of the pixels of a rectangle have data. It lies within the block.
@@ -68,6 +96,9 @@ bool MappedRaster::Open(const RasterInfo& pan, const PixelRect& panWindow, const
     sourceColumns = sourceInfo.cols;
     sourceRows = sourceInfo.rows;
     seen.reset();
+    bends.clear();
+    for (const std::uint32_t bend : map.FindBends(panWindow.col0, panWindow.col1))
+        bends.push_back(bend - panWindow.col0);
     x.resize(info.cols);
     y.resize(info.cols);
     reach.resize(info.cols);
@@ -99,18 +130,25 @@ Reach MappedRaster::FindOne(std::size_t column) const {
 /// What these columns have in common, found from the rectangle that they lie in. All when every pixel that
 /// they are interpolated from has data; Some when each column must be examined.
 MappedRaster::Run MappedRaster::FindCommon(std::size_t first, std::size_t end) const {
-    static const kernels::PositionKernels kernel = kernels::PositionKernelsFor(kernels::ChosenSimdTarget());
-    const kernels::Extent across = kernel.extent(x.data() + first, end - first);
-    const kernels::Extent down = kernel.extent(y.data() + first, end - first);
-    if (!(across.least >= -1.5 && across.most <= sourceColumns + 0.5 && down.least >= -1.5 &&
-          down.most <= sourceRows + 0.5))
+    const double rounding = mostRounding * (1.0 * sourceColumns + sourceRows);
+    Extent across(rounding), down(rounding);
+    const auto see = [&](std::size_t column) { across.Add(x[column]), down.Add(y[column]); };
+    see(first);
+    see(end - 1);
+    for (auto bend = std::upper_bound(bends.begin(), bends.end(), first); bend != bends.end() && *bend < end;
+         ++bend) {
+        see(*bend - 1);
+        see(*bend);
+    }
+    if (!across.LiesWithin(-1.5, sourceColumns + 0.5) || !down.LiesWithin(-1.5, sourceRows + 0.5))
         return {end, Reach::Some, false};
     if (!samples.valid) return {end, Reach::All, true};
     const double before = kind == Resampling::Cubic ? 1.0 : 0.0;
-    const PixelRect rect{ClampIndex(std::floor(across.least) - before, sourceColumns),
-                         ClampIndex(std::floor(down.least) - before, sourceRows),
-                         ClampIndex(std::floor(across.most) + 1.0 + before, sourceColumns) + 1,
-                         ClampIndex(std::floor(down.most) + 1.0 + before, sourceRows) + 1};
+    const PixelRect& at = samples.rect; // the pixels beyond it are not needed
+    const PixelRect rect{std::max(ClampIndex(across.least - before, sourceColumns), at.col0),
+                         std::max(ClampIndex(down.least - before, sourceRows), at.row0),
+                         std::min(ClampIndex(across.most + 1.0 + before, sourceColumns) + 1, at.col1),
+                         std::min(ClampIndex(down.most + 1.0 + before, sourceRows) + 1, at.row1)};
     const std::uint64_t pixels = std::uint64_t{rect.GetRows()} * rect.GetColumns();
     if (pixels > mostPixelsPerColumn * (end - first)) return {end, Reach::Some, true};
     return {end, FindData(samples, rect), true};

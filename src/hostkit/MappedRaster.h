@@ -55,7 +55,8 @@ private:
     std::uint32_t sourceRows = 0;
     std::optional<std::uint32_t> seen;  ///< the row that was examined last
     bool hasGaps = false;               ///< whether that row has gaps
-    std::vector<double> x, y;           ///< positions of its pixels
+    std::vector<std::size_t> bends;     ///< columns of the window where straight lines of positions begin
+    std::vector<double> x, y;           ///< positions of the row's pixels
     std::vector<Reach> reach;           ///< of each
     std::vector<Run> runs;              ///< of the row
     std::vector<unsigned short> output; ///< read as bytes when the depth is 8 bits

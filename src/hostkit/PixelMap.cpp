@@ -56,7 +56,7 @@ double PixelMap::ToSource(double at) const {
 
 void PixelMap::FindRow(std::uint32_t row, std::uint32_t col0, std::uint32_t col1, double* x,
                        double* y) const {
-    static const kernels::PositionKernels kernel = kernels::PositionKernelsFor(kernels::ChosenSimdTarget());
+    static const kernels::FillLine fillLine = kernels::FillLineFor(kernels::ChosenSimdTarget());
     const Place down = Find(Centre(row, look.part.row0), CountRows());
     const Point* upper = points->data() + std::size_t{down.point} * pointColumns;
     const Point* lower = upper + pointColumns;
@@ -71,13 +71,23 @@ void PixelMap::FindRow(std::uint32_t row, std::uint32_t col0, std::uint32_t col1
         const Point left = at(point), right = at(point + 1);
         const auto start = static_cast<double>(centre - 2 * std::uint64_t{step} * point);
         end = std::min(col1, EndOf(point, pointColumns, look.part.col0));
-        kernel.line({left.x, right.x, left.y, right.y, start, pixel, length}, end - column,
-                    x + (column - col0), y + (column - col0));
+        fillLine({left.x, right.x, left.y, right.y, start, pixel, length}, end - column, x + (column - col0),
+                 y + (column - col0));
     }
     if (look.ownLevel == 0) return;
     const auto toSource = [this](double position) { return ToSource(position); };
     std::transform(x, x + (col1 - col0), x, toSource);
     std::transform(y, y + (col1 - col0), y, toSource);
+}
+
+std::vector<std::uint32_t> PixelMap::FindBends(std::uint32_t col0, std::uint32_t col1) const {
+    std::vector<std::uint32_t> bends;
+    for (std::uint32_t column = col0; column < col1; bends.push_back(column)) {
+        const std::uint32_t point = Find(Centre(column, look.part.col0), pointColumns).point;
+        column = EndOf(point, pointColumns, look.part.col0);
+        if (column >= col1) break;
+    }
+    return bends;
 }
 
 /// The position of a place on pan, given in half pixels of full size.

@@ -33,6 +33,10 @@ public:
     /// Positions of the pan pixels col0 to col1 - 1 of a row.
     void FindRow(std::uint32_t row, std::uint32_t col0, std::uint32_t col1, double* x, double* y) const;
 
+    /// The columns, of col0 to col1 - 1, at which positions along any row bend: from each to the next, and
+    /// before the first, they lie on a straight line.
+    [[nodiscard]] std::vector<std::uint32_t> FindBends(std::uint32_t col0, std::uint32_t col1) const;
+
     /// The source pixels that a window of pan is interpolated from, clipped to the source. One pixel when the
     /// window does not overlap the source.
     [[nodiscard]] PixelRect SourceRect(const PixelRect& panWindow, std::uint32_t sourceColumns,

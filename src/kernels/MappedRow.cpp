@@ -66,13 +66,6 @@ void FillLineScalar(const MappedLine& line, std::size_t count, double* x, double
     }
 }
 
-Extent FindExtentScalar(const double* positions, std::size_t count) {
-    if (std::any_of(positions, positions + count, [](double at) { return std::isnan(at); }))
-        return {-HUGE_VAL, HUGE_VAL};
-    const auto [least, most] = std::minmax_element(positions, positions + count);
-    return {*least, *most};
-}
-
 template void MappedBilinearScalar(const MappedSource<unsigned char>&, const double*, const double*,
                                    std::size_t, unsigned char*);
 template void MappedBilinearScalar(const MappedSource<unsigned short>&, const double*, const double*,

@@ -62,22 +62,12 @@ struct MappedLine {
     double length = 1.0;
 };
 
-/// The range of positions; not finite if one of them is NaN.
-struct Extent {
-    double least = 0.0;
-    double most = 0.0;
-};
+/// Computes `count` positions.
+using FillLine = void (*)(const MappedLine& line, std::size_t count, double* x, double* y);
 
-/// Operations on positions.
-struct PositionKernels {
-    void (*line)(const MappedLine& line, std::size_t count, double* x, double* y) = nullptr;
-    Extent (*extent)(const double* positions, std::size_t count) = nullptr; ///< of one or more
-};
-
-/// The versions for a vector target that can run here.
-[[nodiscard]] PositionKernels PositionKernelsFor(SimdTarget target);
+/// The version for a vector target that can run here. The scalar one is the definition.
+[[nodiscard]] FillLine FillLineFor(SimdTarget target);
 
 void FillLineScalar(const MappedLine& line, std::size_t count, double* x, double* y);
-[[nodiscard]] Extent FindExtentScalar(const double* positions, std::size_t count);
 
 } // namespace kernels

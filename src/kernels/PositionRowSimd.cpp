@@ -54,8 +54,8 @@ HWY_INLINE bool IsExact(const MappedLine& line, std::size_t count) {
            std::has_single_bit(static_cast<std::uint64_t>(line.length)) && count < (std::size_t{1} << 20);
 }
 
-HWY_ATTR void FillLine(const MappedLine& line, std::size_t count, double* HWY_RESTRICT x,
-                       double* HWY_RESTRICT y) {
+HWY_ATTR void FillLineInVectors(const MappedLine& line, std::size_t count, double* HWY_RESTRICT x,
+                                double* HWY_RESTRICT y) {
     const hn::ScalableTag<double> d;
     const hn::Rebind<std::int32_t, decltype(d)> d32;
     const auto start = hn::Set(d, line.start), step = hn::Set(d, line.step);
@@ -74,26 +74,7 @@ HWY_ATTR void FillLine(const MappedLine& line, std::size_t count, double* HWY_RE
     });
 }
 
-HWY_ATTR Extent FindExtent(const double* HWY_RESTRICT positions, std::size_t count) {
-    const hn::ScalableTag<double> d;
-    const std::size_t lanes = hn::Lanes(d);
-    auto least = hn::Set(d, positions[0]), most = least;
-    auto isNumber = hn::Eq(least, least);
-    const auto see = [&](auto position) HWY_ATTR {
-        isNumber = hn::And(isNumber, hn::Eq(position, position));
-        least = hn::Min(least, position);
-        most = hn::Max(most, position);
-    };
-    std::size_t i = 0;
-    for (; i + lanes <= count; i += lanes)
-        see(hn::LoadU(d, positions + i));
-    for (; i < count; ++i)
-        see(hn::Set(d, positions[i]));
-    if (!hn::AllTrue(d, isNumber)) return {-HUGE_VAL, HUGE_VAL};
-    return {hn::GetLane(hn::MinOfLanes(d, least)), hn::GetLane(hn::MaxOfLanes(d, most))};
-}
-
-PositionKernels Positions() { return {&FillLine, &FindExtent}; }
+FillLine Lines() { return &FillLineInVectors; }
 
 } // namespace HWY_NAMESPACE
 } // namespace kernels
@@ -102,11 +83,10 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace kernels {
 
-PANSHARP_EXPORT(Positions);
+PANSHARP_EXPORT(Lines);
 
-PositionKernels PositionKernelsFor(SimdTarget target) {
-    return ForTarget(target, PositionKernels{&FillLineScalar, &FindExtentScalar},
-                     HWY_DISPATCH_TABLE(Positions));
+FillLine FillLineFor(SimdTarget target) {
+    return ForTarget<FillLine>(target, &FillLineScalar, HWY_DISPATCH_TABLE(Lines));
 }
 
 } // namespace kernels

@@ -75,23 +75,16 @@ TYPED_TEST(MappedRowTest, VectorsGiveTheDefinition) {
         }
 }
 
-TEST(PositionKernels, GiveTheDefinition) {
+TEST(FillLine, EveryTargetGivesTheDefinition) {
     for (const SimdTarget target : SimdTargets())
         for (const std::size_t count : {1u, 8u, 61u}) {
             const MappedLine line{
                 -3.7, 12.1, 0.3, -7.9, count == 8 ? 5.1 : 5.0, 2.0, count == 1 ? 100.0 : 128.0};
-            const PositionKernels kernels = PositionKernelsFor(target);
             std::vector<double> x(count), y(count), out(count), outY(count);
             FillLineScalar(line, count, x.data(), y.data());
-            kernels.line(line, count, out.data(), outY.data());
+            FillLineFor(target)(line, count, out.data(), outY.data());
             EXPECT_EQ(out, x) << SimdTargetName(target);
             EXPECT_EQ(outY, y) << SimdTargetName(target);
-            out[count / 2] = -9.0;
-            out[count - 1] = count > 1 ? 99.0 : -9.0;
-            EXPECT_EQ(kernels.extent(out.data(), count).least, -9.0) << SimdTargetName(target);
-            EXPECT_EQ(kernels.extent(out.data(), count).most, out[count - 1]) << SimdTargetName(target);
-            out[count / 3] = std::numeric_limits<double>::quiet_NaN();
-            EXPECT_EQ(kernels.extent(out.data(), count).most, support::infinity) << SimdTargetName(target);
         }
 }
 

@@ -188,10 +188,14 @@ bool FusionSlot::FindValid(std::uint32_t row, unsigned char* rowValid) {
         std::memset(rowValid, 0, columns);
         return true;
     }
-    imagery::FindRowValidity(pan.GetBlock(), window, row, openedWindows, reach.data(), rowValid);
-    std::memset(rowValid, 0, inside.col0 - window.col0);
-    std::memset(rowValid + (inside.col1 - window.col0), 0, window.col1 - inside.col1);
-    return std::memchr(rowValid, 0, columns) != nullptr;
+    const bool lacksData =
+        imagery::FindRowValidity(pan.GetBlock(), window, row, openedWindows, reach.data(), rowValid);
+    const std::size_t before = inside.col0 - window.col0, after = window.col1 - inside.col1;
+    if (before == 0 && after == 0) return lacksData;
+    if (!lacksData) std::memset(rowValid, 0xFF, columns);
+    std::memset(rowValid, 0, before);
+    std::memset(rowValid + columns - after, 0, after);
+    return true;
 }
 
 bool TryOneRow(const Scene& scene, const hostkit::PluginLibrary& plugin, const ProcessSettings& settings,
