@@ -68,6 +68,20 @@ struct BroveyFilter {
     }
 
 #if HWY_TARGET != HWY_SCALAR
+    static constexpr bool fusesQuads = true;
+
+    template <class D, class S, class V>
+    HWY_INLINE void Quads(D d, S& words, const QuadsOf<V>& ms, const QuadsOf<V>& pan, const QuadsOf<V>& sums,
+                          std::size_t firstQuad, Uncertain& uncertain) const {
+        auto fractions = hn::Zero(WholeNumbers());
+        const auto sum = [&](std::size_t i) HWY_ATTR {
+            return hn::MulAdd(ms.bands[i], Ratio(d, pan.bands[i], sums.bands[i]),
+                              hn::Set(d, FixedOffset<Real>(error)));
+        };
+        words = JoinFixed(d, sum(0), sum(1), sum(2), sum(3), fractions);
+        AddUncertainOfSums(d, fractions, error, firstQuad, uncertain);
+    }
+
     template <class D, class S, class V, std::uint32_t Bands>
     HWY_INLINE void Packed(D d, PackedPixels<S, Bands>& packed, const SomeBands<V, Bands>& ms, const T* pan,
                            const T* additional, std::size_t firstPixel, Uncertain& uncertain) const {

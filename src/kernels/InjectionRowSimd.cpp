@@ -127,6 +127,24 @@ struct InjectionFilter {
     }
 
 #if HWY_TARGET != HWY_SCALAR
+    static constexpr bool fusesQuads = true;
+
+    template <class D, class S, class V>
+    HWY_INLINE void Quads(D d, S& words, const QuadsOf<V>& ms, const QuadsOf<V>& pan, const QuadsOf<V>& sums,
+                          std::size_t firstQuad, Uncertain& uncertain) const {
+        auto fractions = hn::Zero(WholeNumbers());
+        const auto result = [&](std::size_t i) HWY_ATTR {
+            return NotTooDeep(d, Result(d, ms.bands[i], OfPixel(d, pan.bands[i], sums.bands[i]), 0));
+        };
+        words = JoinFixed(d, result(0), result(1), result(2), result(3), fractions);
+        AddUncertainOfSums(d, fractions, error, firstQuad, uncertain);
+    }
+
+    template <class D, class V = hn::Vec<D>>
+    HWY_INLINE V NotTooDeep(D d, V fixed) const {
+        return isDeep ? hn::Max(fixed, hn::Set(d, fixedUnit<Real>)) : fixed;
+    }
+
     template <class D, class S, class V, std::uint32_t Bands>
     HWY_INLINE void Packed(D d, PackedPixels<S, Bands>& packed, const SomeBands<V, Bands>& ms, const T* pan,
                            const T* additional, std::size_t firstPixel, Uncertain& uncertain) const {
@@ -136,8 +154,7 @@ struct InjectionFilter {
         const Pixel<V> pixel = OfPixel(d, LoadReal(d, pan), intensity);
         const auto result = [&](std::uint32_t band) HWY_ATTR {
             const std::uint32_t c = std::min(band, Bands - 1);
-            const V fixed = Result(d, ms.bands[c], pixel, c);
-            return isDeep ? hn::Max(fixed, hn::Set(d, fixedUnit<Real>)) : fixed;
+            return NotTooDeep(d, Result(d, ms.bands[c], pixel, c));
         };
         auto fractions = hn::Zero(WholeNumbers());
         for (std::uint32_t w = 0, c = 0; c < Bands; ++w, c += packedBands)

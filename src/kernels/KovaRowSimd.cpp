@@ -41,7 +41,7 @@ struct KovaBounds {
     static constexpr double mostExact = isFloat ? 1 << 12 : 1 << 20;
     static constexpr double errorUnit = std::numeric_limits<RealOf<T>>::epsilon() * (maxSample<T> + 1);
     static constexpr double nearHalf = 1.0 / (1 << 30);
-    static constexpr double mostShift = isFloat ? 1 << 15 : 1 << 20;
+    static constexpr double mostShift = isFloat ? (1 << 15) - 1 : 1 << 20;
     static constexpr double mostError = 1.0 / 64; ///< beyond it, too many pixels are uncertain
 };
 
@@ -71,23 +71,45 @@ struct KovaFilter {
     }
 
     /// The whole shifts of some pixels, in the lowest bits. The sums of bands are too small by `above`.
+    /// Raises `fromShift` to the distances from them if greater.
     template <class D>
-    HWY_INLINE hn::Vec<D> Shifts(D d, hn::Vec<D> pan, hn::Vec<D> sum, std::size_t firstPixel,
-                                 Uncertain& uncertain) const {
+    HWY_INLINE hn::Vec<D> Shifts(D d, hn::Vec<D> pan, hn::Vec<D> sum, hn::Vec<D>& fromShift) const {
         const auto difference = hn::Sub(pan, sum);
         const auto unit = hn::Set(d, signedUnit<Real>); // makes it whole
         const auto shift = hn::Add(difference, unit);
-        const auto fromShift = hn::Abs(hn::Sub(difference, hn::Sub(shift, unit)));
-        AddUncertain(d, hn::Gt(fromShift, hn::Set(d, farthest)), firstPixel, uncertain);
+        fromShift = hn::Max(fromShift, hn::Abs(hn::Sub(difference, hn::Sub(shift, unit))));
         return shift;
+    }
+    template <class D>
+    HWY_INLINE void AddUncertainShifts(D d, hn::Vec<D> fromShift, std::size_t firstPixel,
+                                       Uncertain& uncertain) const {
+        AddUncertain(d, hn::Gt(fromShift, hn::Set(d, farthest)), firstPixel, uncertain);
     }
 
 #if HWY_TARGET != HWY_SCALAR
+    static constexpr bool fusesQuads = true;
+
+    template <class D, class S, class V>
+    HWY_INLINE void Quads(D d, S& words, const QuadsOf<V>& /*ms*/, const QuadsOf<V>& pan,
+                          const QuadsOf<V>& sums, std::size_t firstQuad, Uncertain& uncertain) const {
+        V fromShift = hn::Zero(d);
+        const auto shift = [&](std::size_t i) HWY_ATTR {
+            return Shifts(d, pan.bands[i], hn::Sub(sums.bands[i], hn::Set(d, above)), fromShift);
+        };
+        const V a = shift(0), b = shift(1), c = shift(2), e = shift(3);
+        AddUncertainShifts(d, fromShift, firstQuad, uncertain);
+        const auto [up, down] = JoinLimited(d, a, b, c, e);
+        words = hn::SaturatedSub(hn::SaturatedAdd(words, up), down);
+    }
+
     template <class D, class S, class V, std::uint32_t Bands>
     HWY_INLINE void Packed(D d, PackedPixels<S, Bands>& packed, const SomeBands<V, Bands>& ms, const T* pan,
                            const T* additional, std::size_t firstPixel, Uncertain& uncertain) const {
         const auto sum = FilteredSumOfBands(d, ms, additional, weights, hn::Set(d, -above));
-        const auto [up, down] = RepeatLimited(d, Shifts(d, LoadReal(d, pan), sum, firstPixel, uncertain));
+        V fromShift = hn::Zero(d);
+        const V shifts = Shifts(d, LoadReal(d, pan), sum, fromShift);
+        AddUncertainShifts(d, fromShift, firstPixel, uncertain);
+        const auto [up, down] = RepeatLimited(d, shifts);
         for (S& words : packed.words)
             words = hn::SaturatedSub(hn::SaturatedAdd(words, up), down);
     }
@@ -101,7 +123,11 @@ struct KovaFilter {
         for (std::size_t i = 0; i < blockPixels; i += hn::Lanes(d32)) {
             const auto from = [&](std::size_t p) HWY_ATTR {
                 const auto sum = FilteredSum(d, planes + p, weights, bands.msBands);
-                return Shifts(d, LoadReal(d, pan + p), hn::Sub(sum, hn::Set(d, above)), p, uncertain);
+                auto fromShift = hn::Zero(d);
+                const auto shifts =
+                    Shifts(d, LoadReal(d, pan + p), hn::Sub(sum, hn::Set(d, above)), fromShift);
+                AddUncertainShifts(d, fromShift, p, uncertain);
+                return shifts;
             };
             const auto shift = [&]() HWY_ATTR {
                 if constexpr (sizeof(T) == 1)

@@ -10,9 +10,9 @@
 
 #include <bit>
 
-/// The most common pixels, of three, four or eight bands, are fused without splitting them into planes. A
-/// packed pixel is one or two words of 32 or 64 bits, with the first band lowest. A word is as long as the
-/// real number used for computing.
+/// The most common pixels, of one, three, four or eight bands, are fused without splitting them into planes.
+/// A packed pixel is one or two words of 32 or 64 bits, with the first band lowest. A word is as long as the
+/// real number used for computing. A quad is a word of four adjacent pixels of one band.
 HWY_BEFORE_NAMESPACE();
 namespace kernels {
 namespace HWY_NAMESPACE {
@@ -114,6 +114,32 @@ HWY_INLINE auto RepeatLimited(D d, hn::Vec<D> numbers) {
         const auto whole = hn::BitCast(d32, numbers);
         return UpAndDown<hn::Vec<decltype(d16)>>{limited(whole), limited(hn::Neg(whole))};
     }
+}
+
+/// The whole numbers of four such vectors, and their negatives, limited likewise. Each word has one of each.
+template <class D>
+HWY_INLINE auto JoinLimited(D d, hn::Vec<D> a, hn::Vec<D> b, hn::Vec<D> c, hn::Vec<D> e) {
+    using Real = hn::TFromD<D>;
+    using T = std::conditional_t<sizeof(Real) == 4, std::uint8_t, std::uint16_t>;
+    constexpr int bits = sizeof(T) * 8;
+    const WordsOf<D> dWord;
+    const hn::Repartition<hwy::MakeSigned<hwy::MakeWide<T>>, D> dHalf;
+    const hn::Repartition<T, D> dSample;
+    const auto unit = hn::BitCast(dWord, hn::Set(d, signedUnit<Real>));
+    const auto join = [&](hn::Vec<D> low, hn::Vec<D> high) HWY_ATTR {
+        const auto whole = [&](hn::Vec<D> numbers)
+                               HWY_ATTR { return hn::Sub(hn::BitCast(dWord, numbers), unit); };
+        return hn::OddEven(hn::BitCast(dHalf, hn::ShiftLeft<2 * bits>(whole(high))),
+                           hn::BitCast(dHalf, whole(low)));
+    };
+    const auto limited = [&](auto first, auto second) HWY_ATTR {
+        const auto limit = [&](auto whole) HWY_ATTR {
+            return hn::Min(hn::Max(whole, hn::Zero(dHalf)), hn::Set(dHalf, hwy::LimitsMax<T>()));
+        };
+        return hn::BitCast(dSample, hn::Or(limit(first), hn::ShiftLeft<bits>(limit(second))));
+    };
+    const auto even = join(a, c), odd = join(b, e);
+    return UpAndDown<hn::Vec<decltype(dSample)>>{limited(even, odd), limited(hn::Neg(even), hn::Neg(odd))};
 }
 
 /// Fractions of sums of floats have this bit set, except for results that are out of range and certain: just
@@ -293,7 +319,65 @@ HWY_ATTR std::size_t FusePacked(const FusionRows<T>& rows, T* out, std::size_t p
     return p;
 }
 
+/// The pixels of some quads: the first of each, then the second of each, ...
+template <class V>
+using QuadsOf = SomeBands<V, packedBands>;
+
+/// A filter that can fuse quads of a single output band has a constant `fusesQuads` and
+///
+///     Quads(d, words, ms, pan, sums, firstQuad, uncertain)       replaces `words`, which `ms` was made from
+///
+/// `sums` are the weighted sums of bands. A bit of `uncertain` stands for a quad. FuseQuads fuses whole
+/// blocks of quads and returns the number of pixels fused.
+template <class T, MethodFilter<T> Filter>
+HWY_ATTR std::size_t FuseQuads(const FusionRows<T>& rows, T* out, std::size_t pixels, const Filter& filter) {
+    if (std::endian::native != std::endian::little) return 0;
+    const hn::ScalableTag<RealOf<T>> d;
+    const hn::Repartition<T, decltype(d)> dSample;
+    using V = hn::Vec<decltype(d)>;
+    constexpr std::size_t block = blockPixels * packedBands;
+    const Filter own = filter; // as in FusePacked
+    const auto take = [&](auto words) HWY_ATTR {
+        return BandsOfPacked(d, PackedPixels<decltype(words), packedBands>{{words}});
+    };
+    const V ofMs = hn::Set(d, own.weights[0]), ofAdditional = hn::Set(d, own.weights[1]);
+    Resolver<T, Filter> resolver(rows, out, pixels, filter);
+    std::size_t p = 0;
+    for (; p + block <= pixels; p += block) {
+        Uncertain uncertain;
+        for (std::size_t quad = 0; quad < blockPixels; quad += hn::Lanes(d)) {
+            const std::size_t at = p + quad * packedBands;
+            auto words = hn::LoadU(dSample, rows.ms + at);
+            const QuadsOf<V> ms = take(words), pan = take(hn::LoadU(dSample, rows.pan + at));
+            QuadsOf<V> sums;
+            for (std::size_t i = 0; i < packedBands; ++i)
+                sums.bands[i] = hn::Mul(ms.bands[i], ofMs);
+            if (rows.additional) {
+                const QuadsOf<V> additional = take(hn::LoadU(dSample, rows.additional + at));
+                for (std::size_t i = 0; i < packedBands; ++i)
+                    sums.bands[i] = hn::MulAdd(additional.bands[i], ofAdditional, sums.bands[i]);
+            }
+            own.Quads(d, words, ms, pan, sums, quad, uncertain);
+            hn::StoreU(words, dSample, out + at);
+        }
+        const std::size_t count = uncertain.Count();
+        if (count > mostUncertain)
+            for (std::size_t first = p; first < p + block; first += blockPixels)
+                FuseExactly(rows.From(first, filter.bands), out + first, blockPixels, filter);
+        else if (count != 0)
+            resolver.Add(uncertain, p, 1, 1, packedBands);
+    }
+    resolver.Finish(1);
+    return p;
+}
+
 #else // never run
+
+template <class T, class Filter>
+std::size_t FuseQuads(const FusionRows<T>& /*rows*/, T* /*out*/, std::size_t /*pixels*/,
+                      const Filter& /*filter*/) {
+    return 0;
+}
 
 template <std::uint32_t MsBands, std::uint32_t OutputBands, class T, class Filter>
 std::size_t FusePacked(const FusionRows<T>& /*rows*/, T* /*out*/, std::size_t /*pixels*/,
@@ -310,6 +394,8 @@ HWY_ATTR void FuseFiltered(const FusionRows<T>& rows, T* out, std::size_t pixels
     const std::uint32_t msBands = filter.isUsable ? rows.InterleavedBands(bands) : 0;
     const std::uint32_t outputBands = bands.outputBands;
     std::size_t done = 0;
+    if constexpr (requires { Filter::fusesQuads; })
+        if (msBands == 1 && outputBands == 1) done = FuseQuads(rows, out, pixels, filter);
     if (msBands == 4 && outputBands == 4)
         done = FusePacked<4, 4>(rows, out, pixels, filter);
     else if (msBands == 8 && outputBands == 8)
