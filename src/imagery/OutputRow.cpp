@@ -25,8 +25,8 @@ const kernels::LimitRows<T>& ChooseLimitRows(bool pastCache) {
     return chosen[pastCache ? 1 : 0];
 }
 
-/// Pixels that are processed together.
-constexpr std::size_t stretchPixels = 128;
+/// Samples of pixels that are processed together.
+constexpr std::size_t stretchSamples = 512;
 
 /// Spreads the pixels to make room for a last band and fills it.
 template <class T>
@@ -48,8 +48,9 @@ void MakeOutputRow(const T* fused, const unsigned char* valid, std::size_t colum
     const kernels::SampleLimits<T> limits = LimitsOf<T>(rules);
     const kernels::LimitRows<T>& limit = ChooseLimitRows<T>(rules.pastCache && !rules.hasAlpha);
     if (!fused) std::fill_n(out, columns * bands, none);
-    for (std::size_t first = 0; fused && first < columns; first += stretchPixels) {
-        const std::size_t count = std::min(stretchPixels, columns - first);
+    const std::size_t stretch = std::max<std::size_t>(stretchSamples / bands, 1);
+    for (std::size_t first = 0; fused && first < columns; first += stretch) {
+        const std::size_t count = std::min(stretch, columns - first);
         const T* samples = fused + first * bands;
         const unsigned char* has = valid ? valid + first : nullptr;
         T* made = out + first * bands;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <span>
 #include <type_traits>
 
 #undef HWY_TARGET_INCLUDE
@@ -26,15 +27,6 @@ HWY_INLINE hn::Vec<D> LoadSamples(D d, const T* samples) {
         return hn::PromoteTo(d, hn::LoadU(hn::Rebind<T, D>(), samples));
     else
         return LoadReal(d, samples);
-}
-
-/// With one rounding if the target has fused multiply-add; products and sums of whole steps are exact.
-template <class V>
-HWY_INLINE V AddProduct(V a, V b, V sum) {
-    if constexpr (std::is_same_v<hn::TFromV<V>, std::int32_t>)
-        return hn::Add(hn::Mul(a, b), sum);
-    else
-        return hn::MulAdd(a, b, sum);
 }
 
 template <class T, class V>
@@ -116,33 +108,48 @@ HWY_ATTR std::size_t CubicAcrossByPlan(const AcrossPlan<V>& plan, const V* HWY_R
     constexpr bool isWhole = std::is_same_v<V, std::int32_t>;
     const WholeScale<areEven> wholeScale(scale);
     const auto half = hn::Set(d, isWhole ? static_cast<V>(wholeScale.Half()) : static_cast<V>(0.5));
-    const std::size_t patterns = plan.lookups.size() / lanes;
+    const hn::Rebind<typename AcrossPlan<V>::Lane, decltype(d)> dLane;
+    const std::size_t bands = plan.bands, patterns = plan.lookups.size() / lanes;
+    const std::span vectors = plan.vectors;
     std::size_t count = 0;
     HWY_ALIGN T rest[HWY_MAX_BYTES / sizeof(V)];
     for (std::size_t pattern = 0; pattern < patterns; ++pattern) {
-        const auto lookup = hn::SetTableIndices(d, plan.lookups.data() + pattern * lanes);
+        const auto* places = plan.lookups.data() + pattern * lanes;
         const V* weights = plan.weights.data() + 4 * pattern * lanes;
         const auto ofA = hn::LoadU(d, weights), ofB = hn::LoadU(d, weights + lanes);
         const auto ofC = hn::LoadU(d, weights + 2 * lanes), ofD = hn::LoadU(d, weights + 3 * lanes);
-        for (std::size_t i = pattern; i < plan.vectors.size(); i += patterns) {
-            const V* source = row + plan.vectors[i].source;
-            const auto tap = [&](std::size_t number) HWY_ATTR {
-                return hn::TableLookupLanes(hn::LoadU(d, source + number * plan.bands), lookup);
+        // Taps that all lie in one vector of the source are looked up in it, else each `apart` further on.
+        const auto interpolate = [&](auto apart) HWY_ATTR {
+            const auto lookup = [&](std::size_t tap) HWY_ATTR {
+                const auto further = static_cast<typename AcrossPlan<V>::Lane>(tap * (bands - apart));
+                return hn::IndicesFromVec(d, hn::Add(hn::LoadU(dLane, places), hn::Set(dLane, further)));
             };
-            const auto left = AddProduct(tap(1), ofB, AddProduct(tap(0), ofA, half));
-            const auto sum = AddProduct(tap(3), ofD, AddProduct(tap(2), ofC, left));
-            const std::size_t at = plan.vectors[i].out, stored = std::min(lanes, samples - at);
-            T* to = stored == lanes ? out + at : rest;
-            if constexpr (isWhole) {
-                hn::StoreU(hn::DemoteTo(narrow, wholeScale.Divide(d, sum)), narrow, to);
-            } else if constexpr (areEven && std::is_same_v<V, double>) { // exact
-                StoreTruncatedLanes(d, sum, to);
-            } else {
-                const auto isUncertain = StoreUncertain(d, sum, to);
-                if (!hn::AllFalse(d, isUncertain)) count = Mark(d, isUncertain, at, stored, count, uncertain);
+            const auto inA = lookup(0), inB = lookup(1), inC = lookup(2), inD = lookup(3);
+            for (std::size_t i = pattern; i < vectors.size(); i += patterns) {
+                const V* source = row + vectors[i].source;
+                const auto tap = [&](std::size_t number, const auto& in) HWY_ATTR {
+                    return hn::TableLookupLanes(hn::LoadU(d, source + number * apart), in);
+                };
+                const auto left = AddProduct(tap(1, inB), ofB, AddProduct(tap(0, inA), ofA, half));
+                const auto sum = AddProduct(tap(3, inD), ofD, AddProduct(tap(2, inC), ofC, left));
+                const std::size_t at = vectors[i].out, stored = std::min(lanes, samples - at);
+                T* to = stored == lanes ? out + at : rest;
+                if constexpr (isWhole) {
+                    hn::StoreU(hn::DemoteTo(narrow, wholeScale.Divide(d, sum)), narrow, to);
+                } else if constexpr (areEven && std::is_same_v<V, double>) { // exact
+                    StoreTruncatedLanes(d, sum, to);
+                } else {
+                    const auto isUncertain = StoreUncertain(d, sum, to);
+                    if (!hn::AllFalse(d, isUncertain))
+                        count = Mark(d, isUncertain, at, stored, count, uncertain);
+                }
+                if (stored != lanes) std::copy_n(rest, stored, out + at);
             }
-            if (stored != lanes) std::copy_n(rest, stored, out + at);
-        }
+        };
+        if (static_cast<std::size_t>(*std::max_element(places, places + lanes)) + 3 * bands < lanes)
+            interpolate(std::integral_constant<std::size_t, 0>());
+        else
+            interpolate(bands);
     }
     return count;
 }

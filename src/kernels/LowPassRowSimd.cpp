@@ -47,10 +47,10 @@ HWY_ATTR void WeighInVectors(const T* const* rows, const std::uint32_t* weights,
         for (std::size_t row = 0; row < count; ++row) {
             const T* samples = rows[row] + i;
             const auto weight = hn::Set(d, static_cast<Lane>(weights[row]));
-            a = hn::Add(a, hn::Mul(load(samples), weight));
-            b = hn::Add(b, hn::Mul(load(samples + lanes), weight));
-            c = hn::Add(c, hn::Mul(load(samples + 2 * lanes), weight));
-            e = hn::Add(e, hn::Mul(load(samples + 3 * lanes), weight));
+            a = AddProduct(load(samples), weight, a);
+            b = AddProduct(load(samples + lanes), weight, b);
+            c = AddProduct(load(samples + 2 * lanes), weight, c);
+            e = AddProduct(load(samples + 3 * lanes), weight, e);
         }
         store(a, sums + i);
         store(b, sums + i + lanes);

@@ -173,6 +173,15 @@ HWY_INLINE hn::Vec<D> LoadReal(D d, const T* samples) {
         return hn::PromoteTo(d, whole);
 }
 
+/// With one rounding of real numbers if the target has fused multiply-add.
+template <class V>
+HWY_INLINE V AddProduct(V a, V b, V sum) {
+    if constexpr (std::is_floating_point_v<hn::TFromV<V>>)
+        return hn::MulAdd(a, b, sum);
+    else
+        return hn::Add(hn::Mul(a, b), sum);
+}
+
 /// Limits numbers to the pixel range, without truncating; NaN becomes 0.
 template <class T, class D, class V = hn::Vec<D>>
 HWY_INLINE V Clamp(D d, V x) {
