@@ -54,21 +54,6 @@ std::uint32_t ClampIndex(double position, std::uint32_t pixels) {
     return static_cast<std::uint32_t>(std::clamp(position, 0.0, pixels - 1.0));
 }
 
-/// Whether all, some or none of the pixels of a rectangle have data. It lies within the block.
-Reach FindData(const SampleBlock& block, const PixelRect& rect) {
-    bool isAll = true, isNone = true;
-    const std::size_t columns = rect.GetColumns();
-    for (std::uint32_t row = rect.row0; row < rect.row1; ++row) {
-        const unsigned char* valid = block.valid +
-                                     std::size_t{row - block.rect.row0} * block.rect.GetColumns() +
-                                     (rect.col0 - block.rect.col0);
-        isAll = isAll && std::memchr(valid, 0, columns) == nullptr;
-        isNone = isNone && std::all_of(valid, valid + columns, [](unsigned char has) { return has == 0; });
-        if (!isAll && !isNone) return Reach::Some;
-    }
-    return isAll ? Reach::All : Reach::None;
-}
-
 } // namespace
 
 MappedRaster::MappedRaster() : PlacedWindow("Host.MappedRaster") {}
@@ -93,6 +78,7 @@ bool MappedRaster::Open(const RasterInfo& pan, const PixelRect& panWindow, const
     kind = resampling;
     panRect = panWindow;
     samples = source;
+    FindDataRuns();
     sourceColumns = sourceInfo.cols;
     sourceRows = sourceInfo.rows;
     seen.reset();
@@ -106,13 +92,46 @@ bool MappedRaster::Open(const RasterInfo& pan, const PixelRect& panWindow, const
     return true;
 }
 
+/// Most images lack data only along their edges, so one run of each row tells most.
+void MappedRaster::FindDataRuns() {
+    dataRuns.clear();
+    const std::uint32_t columns = samples.rect.GetColumns();
+    for (std::uint32_t row = 0; samples.valid && row < samples.rect.GetRows(); ++row) {
+        const unsigned char* valid = samples.valid + std::size_t{row} * columns;
+        const unsigned char* end = valid + columns;
+        const unsigned char* first = std::find_if(valid, end, [](unsigned char has) { return has != 0; });
+        const void* gap = std::memchr(first, 0, static_cast<std::size_t>(end - first));
+        const unsigned char* last = gap ? static_cast<const unsigned char*>(gap) : end;
+        dataRuns.push_back({samples.rect.col0 + static_cast<std::uint32_t>(first - valid),
+                            samples.rect.col0 + static_cast<std::uint32_t>(last - valid)});
+    }
+}
+
+/// Whether all, some or none of the pixels of a rectangle have data. It lies within those at hand.
+Reach MappedRaster::FindData(const PixelRect& rect) const {
+    bool isAll = true, isNone = true;
+    const std::size_t columns = rect.GetColumns();
+    for (std::uint32_t row = rect.row0; row < rect.row1; ++row) {
+        const std::size_t number = row - samples.rect.row0;
+        const DataRun& run = dataRuns[number];
+        const unsigned char* valid =
+            samples.valid + number * samples.rect.GetColumns() + (rect.col0 - samples.rect.col0);
+        const bool isInRun = run.first <= rect.col0 && run.end >= rect.col1;
+        isAll = isAll && (isInRun || std::memchr(valid, 0, columns) == nullptr);
+        isNone = isNone && !isInRun &&
+                 std::all_of(valid, valid + columns, [](unsigned char has) { return has == 0; });
+        if (!isAll && !isNone) return Reach::Some;
+    }
+    return isAll ? Reach::All : Reach::None;
+}
+
 /// True when all pixels from `before` a position to `after` it have data.
 bool MappedRaster::HasAll(std::size_t column, int before, int after) const {
     if (!samples.valid) return true;
     const double left = std::floor(x[column]), top = std::floor(y[column]);
-    return FindData(samples, {ClampIndex(left - before, sourceColumns), ClampIndex(top - before, sourceRows),
-                              ClampIndex(left + after, sourceColumns) + 1,
-                              ClampIndex(top + after, sourceRows) + 1}) == Reach::All;
+    return FindData({ClampIndex(left - before, sourceColumns), ClampIndex(top - before, sourceRows),
+                     ClampIndex(left + after, sourceColumns) + 1, ClampIndex(top + after, sourceRows) + 1}) ==
+           Reach::All;
 }
 
 Reach MappedRaster::FindOne(std::size_t column) const {
@@ -151,7 +170,7 @@ MappedRaster::Run MappedRaster::FindCommon(std::size_t first, std::size_t end) c
                          std::min(ClampIndex(down.most + 1.0 + before, sourceRows) + 1, at.row1)};
     const std::uint64_t pixels = std::uint64_t{rect.GetRows()} * rect.GetColumns();
     if (pixels > mostPixelsPerColumn * (end - first)) return {end, Reach::Some, true};
-    return {end, FindData(samples, rect), true};
+    return {end, FindData(rect), true};
 }
 
 /// Adds the runs of these columns. Columns that differ are examined again in halves.

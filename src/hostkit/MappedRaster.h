@@ -33,9 +33,17 @@ private:
         bool isWithin;   ///< no position lies more than about a pixel outside the source
     };
 
+    /// The first pixels with data of a row of the source at hand, by column of the source.
+    struct DataRun {
+        std::uint32_t first;
+        std::uint32_t end; ///< exclusive
+    };
+
+    void FindDataRuns();
     void Look(std::uint32_t row);
     void LookAt(std::size_t first, std::size_t end);
     [[nodiscard]] Run FindCommon(std::size_t first, std::size_t end) const;
+    [[nodiscard]] Reach FindData(const PixelRect& rect) const;
     [[nodiscard]] Reach FindOne(std::size_t column) const;
     [[nodiscard]] bool HasAll(std::size_t column, int before, int after) const;
     template <class T>
@@ -53,6 +61,7 @@ private:
     SampleBlock samples;
     std::uint32_t sourceColumns = 0;
     std::uint32_t sourceRows = 0;
+    std::vector<DataRun> dataRuns;      ///< of the rows at hand, if they may lack data
     std::optional<std::uint32_t> seen;  ///< the row that was examined last
     bool hasGaps = false;               ///< whether that row has gaps
     std::vector<std::size_t> bends;     ///< columns of the window where straight lines of positions begin
