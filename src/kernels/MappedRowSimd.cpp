@@ -7,12 +7,10 @@
 #include "kernels/MappedRow.h"
 #include "kernels/Simd.h"
 
-#include <hwy/cache_control.h>
-
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
-#include <cstring>
 #include <type_traits>
 
 #undef HWY_TARGET_INCLUDE
@@ -21,229 +19,12 @@
 // Highway requires this order.
 #include <hwy/highway.h>
 
-#include "kernels/Planar-inl.h"
+#include "kernels/Mapped-inl.h"
+#include "kernels/Packed-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kernels {
 namespace HWY_NAMESPACE {
-
-/// Pixels of a block, a multiple of the lanes of every vector, and the most samples that a block has.
-inline constexpr std::size_t mapPixels = 64;
-inline constexpr std::size_t mapSamples = mapPixels * mostBands;
-/// Planes are padded, since a vector may be loaded from the last pixel on.
-inline constexpr std::size_t mapPadded = mapPixels + HWY_MAX_BYTES / sizeof(float);
-
-template <class T>
-using MapReal = std::conditional_t<sizeof(T) == 1, float, double>;
-
-/// The factors of every pixel of a block along one axis.
-template <class V, std::size_t Numbers>
-struct PixelFactors {
-    HWY_ALIGN V values[Numbers][mapPadded];
-};
-
-template <class V>
-HWY_INLINE void StoreFactor(hn::Vec<hn::ScalableTag<double>> factor, V* HWY_RESTRICT to) {
-    const hn::ScalableTag<double> d;
-    if constexpr (std::is_same_v<V, float>) {
-        const hn::Rebind<float, decltype(d)> narrow;
-        hn::StoreU(hn::DemoteTo(narrow, factor), narrow, to);
-    } else {
-        hn::StoreU(factor, d, to);
-    }
-}
-
-/// Bilinear: the fraction itself.
-template <class V>
-HWY_INLINE void StoreFactors(hn::Vec<hn::ScalableTag<double>> fraction, std::size_t i,
-                             PixelFactors<V, 1>& factors) {
-    StoreFactor(fraction, factors.values[0] + i);
-}
-
-/// Cubic: the weights of MakeCubicTap.
-template <class V>
-HWY_INLINE void StoreFactors(hn::Vec<hn::ScalableTag<double>> t, std::size_t i, PixelFactors<V, 4>& factors) {
-    const hn::ScalableTag<double> d;
-    const auto number = [&](double value) HWY_ATTR { return hn::Set(d, value); };
-    const auto half = number(0.5), one = number(1.0);
-    const auto a = hn::Sub(hn::Mul(hn::Add(hn::Mul(number(-0.5), t), one), t), half);
-    const auto b = hn::Mul(hn::Mul(hn::Sub(hn::Mul(number(1.5), t), number(2.5)), t), t);
-    const auto c = hn::Add(hn::Mul(hn::Add(hn::Mul(number(-1.5), t), number(2.0)), t), half);
-    const auto e = hn::Mul(hn::Sub(hn::Mul(half, t), half), t);
-    StoreFactor(hn::Mul(a, t), factors.values[0] + i);
-    StoreFactor(hn::Add(b, one), factors.values[1] + i);
-    StoreFactor(hn::Mul(c, t), factors.values[2] + i);
-    StoreFactor(hn::Mul(e, t), factors.values[3] + i);
-}
-
-/// The positions of the pixels of a block along one axis.
-template <std::size_t Taps>
-struct AxisPlaces {
-    HWY_ALIGN std::int32_t firsts[mapPixels];   ///< the first neighbour, from the first available pixel
-    HWY_ALIGN std::int32_t at[Taps][mapPixels]; ///< all neighbours; not filled in if isWithin
-    bool isWithin;                              ///< no neighbour lies beyond the source's edges
-};
-
-template <std::size_t Taps, class Factors>
-HWY_ATTR void FindPlaces(const double* HWY_RESTRICT positions, std::uint32_t first, std::uint32_t pixels,
-                         AxisPlaces<Taps>& places, Factors& factors) {
-    const hn::ScalableTag<double> d;
-    const hn::Rebind<std::int32_t, decltype(d)> d32;
-    const hn::RebindToUnsigned<decltype(d32)> dCount;
-    const auto before = hn::Set(d32, std::int32_t{Taps / 2 - 1});
-    const auto origin = hn::Set(d32, static_cast<std::int32_t>(first));
-    auto greatest = hn::Zero(dCount); // wraps to beyond all pixels before the first
-    for (std::size_t i = 0; i < mapPixels; i += hn::Lanes(d)) {
-        const auto position = hn::LoadU(d, positions + i);
-        const auto index = hn::Floor(position);
-        const auto from = hn::Sub(hn::DemoteTo(d32, index), before);
-        greatest = hn::Max(greatest, hn::BitCast(dCount, from));
-        hn::StoreU(hn::Sub(from, origin), d32, places.firsts + i);
-        StoreFactors(hn::Sub(position, index), i, factors);
-    }
-    const auto lastFirst = hn::Set(dCount, pixels - std::uint32_t{Taps});
-    places.isWithin = pixels >= Taps && hn::AllFalse(dCount, hn::Gt(greatest, lastFirst));
-}
-
-/// Finds all neighbours, edges replicated.
-template <std::size_t Taps>
-HWY_ATTR void FindNeighbours(const double* HWY_RESTRICT positions, std::uint32_t first, std::uint32_t pixels,
-                             AxisPlaces<Taps>& places) {
-    const hn::ScalableTag<double> d;
-    const hn::Rebind<std::int32_t, decltype(d)> d32;
-    const auto origin = hn::Set(d, static_cast<double>(first)), last = hn::Set(d, pixels - 1.0);
-    constexpr std::size_t neighboursBefore = Taps / 2 - 1;
-    constexpr auto before = static_cast<double>(neighboursBefore);
-    for (std::size_t i = 0; i < mapPixels; i += hn::Lanes(d)) {
-        const auto index = hn::Floor(hn::LoadU(d, positions + i));
-        for (std::size_t tap = 0; tap < Taps; ++tap) {
-            const auto at = hn::Add(index, hn::Set(d, static_cast<double>(tap) - before));
-            const auto clamped = hn::Min(hn::Max(at, hn::Zero(d)), last);
-            hn::StoreU(hn::DemoteTo(d32, hn::Sub(clamped, origin)), d32, places.at[tap] + i);
-        }
-    }
-}
-
-template <std::size_t Taps>
-HWY_INLINE bool IsWithin(const AxisPlaces<Taps>& across, const AxisPlaces<Taps>& down) {
-    return across.isWithin && down.isWithin;
-}
-
-/// Loads places as whole numbers of the lanes of D.
-template <class D>
-HWY_INLINE hn::Vec<D> LoadPlaces(D d, const std::int32_t* first) {
-    if constexpr (sizeof(hn::TFromD<D>) == 4)
-        return hn::LoadU(d, first);
-    else
-        return hn::PromoteTo(d, hn::LoadU(hn::Rebind<std::int32_t, D>(), first));
-}
-
-/// Writes the neighbours of a vector of pixels of type W. It loads one vector from each source row that they
-/// need. False, with nothing written, if the pixels lie too far apart or too near the end of the samples.
-template <class W, class T, std::size_t Taps>
-HWY_ATTR bool CollectVector(const MappedSource<T>& source, const AxisPlaces<Taps>& across,
-                            const AxisPlaces<Taps>& down, std::size_t pixel,
-                            T (*HWY_RESTRICT planes)[mapSamples]) {
-    const hn::ScalableTag<W> d;
-    const hn::RebindToSigned<decltype(d)> places;
-    using Place = hn::TFromD<decltype(places)>;
-    constexpr std::int32_t mostTurns = 3;
-    const std::size_t lanes = hn::Lanes(d), end = pixel + lanes - 1;
-    if (lanes < Taps) return false;
-    const std::int32_t left = std::min(across.firsts[pixel], across.firsts[end]);
-    const auto [top, bottom] = std::minmax(down.firsts[pixel], down.firsts[end]);
-    const std::size_t pastLast = (static_cast<std::size_t>(bottom) + Taps - 1) * source.rowStride +
-                                 (static_cast<std::size_t>(left) + lanes) * sizeof(W);
-    if (bottom - top > mostTurns || pastLast > source.bytes) return false;
-    const auto column = hn::Sub(LoadPlaces(places, across.firsts + pixel), hn::Set(places, Place{left}));
-    const auto row = hn::Sub(LoadPlaces(places, down.firsts + pixel), hn::Set(places, Place{top}));
-    const auto isFar = hn::Or(hn::Gt(hn::BitCast(d, column), hn::Set(d, static_cast<W>(lanes - Taps))),
-                              hn::Gt(hn::BitCast(d, row), hn::Set(d, static_cast<W>(bottom - top))));
-    if (!hn::AllFalse(d, isFar)) return false;
-    const auto* bytes = reinterpret_cast<const unsigned char*>(source.samples) +
-                        static_cast<std::size_t>(top) * source.rowStride +
-                        static_cast<std::size_t>(left) * sizeof(W);
-    // The next source row: a slanted line reaches it in an order that the processor does not predict.
-    hwy::Prefetch(bytes + (static_cast<std::size_t>(bottom - top) + Taps) * source.rowStride);
-    for (std::size_t i = 0; i < Taps; ++i) {
-        const auto lookup = hn::IndicesFromVec(d, hn::Add(column, hn::Set(places, static_cast<Place>(i))));
-        const auto take = [&](std::size_t sourceRow) HWY_ATTR {
-            const auto* words = reinterpret_cast<const W*>(bytes + sourceRow * source.rowStride);
-            return hn::TableLookupLanes(hn::LoadU(d, words), lookup);
-        };
-        for (std::size_t j = 0; j < Taps; ++j) {
-            auto words = take(j);
-            for (std::int32_t turn = 1; turn <= bottom - top; ++turn) {
-                const auto isThere = hn::RebindMask(d, hn::Eq(row, hn::Set(places, Place{turn})));
-                words = hn::IfThenElse(isThere, take(j + static_cast<std::size_t>(turn)), words);
-            }
-            hn::StoreU(words, d, reinterpret_cast<W*>(planes[j * Taps + i]) + pixel);
-        }
-    }
-    return true;
-}
-
-/// Writes the neighbours of every pixel, those of the upper row first, edges replicated.
-template <class T, std::size_t Taps>
-HWY_ATTR void CollectClamped(const MappedSource<T>& source, const AxisPlaces<Taps>& across,
-                             const AxisPlaces<Taps>& down, T (*HWY_RESTRICT planes)[mapSamples]) {
-    const auto* bytes = reinterpret_cast<const unsigned char*>(source.samples);
-    const std::size_t bands = source.bands, stride = source.rowStride;
-    for (std::size_t p = 0; p < mapPixels; ++p)
-        for (std::size_t plane = 0; plane < Taps * Taps; ++plane)
-            std::memcpy(planes[plane] + p * bands,
-                        bytes + static_cast<std::size_t>(down.at[plane / Taps][p]) * stride +
-                            static_cast<std::size_t>(across.at[plane % Taps][p]) * bands * sizeof(T),
-                        bands * sizeof(T));
-}
-
-/// The same for pixels whose neighbours all lie within the source.
-template <class T, std::size_t Taps, std::uint32_t Bands>
-HWY_ATTR void Collect(const MappedSource<T>& source, const AxisPlaces<Taps>& across,
-                      const AxisPlaces<Taps>& down, T (*HWY_RESTRICT planes)[mapSamples]) {
-    const auto* bytes = reinterpret_cast<const unsigned char*>(source.samples);
-    constexpr std::size_t pixelBytes = Bands * sizeof(T);
-    const std::size_t stride = source.rowStride;
-    constexpr bool isWord = pixelBytes == 4 || pixelBytes == 8;
-    using Word = std::conditional_t<pixelBytes == 4, std::uint32_t, std::uint64_t>;
-    const std::size_t atOnce = isWord ? hn::Lanes(hn::ScalableTag<Word>()) : mapPixels;
-    for (std::size_t from = 0; from < mapPixels; from += atOnce) {
-        if constexpr (isWord)
-            if (CollectVector<Word>(source, across, down, from, planes)) continue;
-        for (std::size_t p = from; p < from + atOnce; ++p) {
-            const unsigned char* first = bytes + static_cast<std::size_t>(down.firsts[p]) * stride +
-                                         static_cast<std::size_t>(across.firsts[p]) * pixelBytes;
-            for (std::size_t j = 0; j < Taps; ++j)
-                for (std::size_t i = 0; i < Taps; ++i)
-                    std::memcpy(planes[j * Taps + i] + p * Bands, first + j * stride + i * pixelBytes,
-                                pixelBytes);
-        }
-    }
-}
-
-template <class T, std::size_t Taps>
-HWY_ATTR void CollectBands(const MappedSource<T>& source, const AxisPlaces<Taps>& across,
-                           const AxisPlaces<Taps>& down, T (*HWY_RESTRICT planes)[mapSamples]) {
-    if (!IsWithin(across, down)) return CollectClamped(source, across, down, planes);
-    switch (source.bands) {
-    case 1:
-        return Collect<T, Taps, 1>(source, across, down, planes);
-    case 2:
-        return Collect<T, Taps, 2>(source, across, down, planes);
-    case 3:
-        return Collect<T, Taps, 3>(source, across, down, planes);
-    case 4:
-        return Collect<T, Taps, 4>(source, across, down, planes);
-    case 5:
-        return Collect<T, Taps, 5>(source, across, down, planes);
-    case 6:
-        return Collect<T, Taps, 6>(source, across, down, planes);
-    case 7:
-        return Collect<T, Taps, 7>(source, across, down, planes);
-    default:
-        return Collect<T, Taps, mostBands>(source, across, down, planes);
-    }
-}
 
 /// The samples of a vector before rounding. `tap` loads the planes, `x` and `y` the factors.
 template <class D, class Tap, class Factor>
@@ -282,20 +63,41 @@ HWY_INLINE hn::Vec<D> BlendTaps(D /*d*/, std::integral_constant<std::size_t, 4> 
     return add(across(3), y(3), add(across(2), y(2), upper));
 }
 
-/// Stores floats as the nearest samples. True in lanes whose distance from the middle between two samples is
-/// less than their error. Bilinear sums lie within half a sample of the range.
-template <std::size_t Taps, class D>
-HWY_INLINE hn::Mask<D> StoreNearest(D d, hn::Vec<D> sum, unsigned char* out) {
-    const hn::Rebind<unsigned char, D> narrow;
-    constexpr float error{Taps == 2 ? bilinearError : cubicError<float>};
-    const auto lift = hn::Set(d, 3.0F * (1 << 22)); // floats of this size have no fraction
-    const auto inRange = Taps == 2 ? sum : Clamp<unsigned char>(d, sum);
-    const auto lifted = hn::Add(inRange, lift);
-    const hn::RebindToUnsigned<D> d32;
-    hn::StoreU(hn::U8FromU32(hn::And(hn::BitCast(d32, lifted), hn::Set(d32, 0xFF))), narrow, out);
-    const auto away = hn::Abs(hn::Sub(inRange, hn::Sub(lifted, lift)));
-    return hn::Gt(away, hn::Set(d, 0.5F - error));
-}
+/// Rounds sums in float to samples. Between 256 and 512 a float has 15 bits of fraction; so when 256.5 is
+/// added to a sum, the bits above these hold its sample. The error can change only that of a sum next to a
+/// whole number. So half of `uncertain`, a power of two, is added as well, which is more than the error: then
+/// such sums, and few others, have a fraction below `uncertain`.
+template <std::size_t Taps>
+struct NearestSample {
+    static constexpr int fractionBits = 15;
+    static constexpr double units = 1 << fractionBits;
+    /// Of the sum, and of the additions: half a unit.
+    static constexpr double error = (Taps == 2 ? bilinearError : cubicError<float>)*units + 0.5;
+    static constexpr auto uncertain = std::bit_ceil(static_cast<std::uint32_t>(2.0 * error + 1.0));
+    static constexpr auto lift = static_cast<float>(256.5 + uncertain / 2 / units);
+
+    /// Bilinear sums lie within half a sample of the range.
+    template <class D>
+    static HWY_INLINE auto Round(D d, hn::Vec<D> sum) {
+        const auto inRange = Taps == 2 ? sum : Clamp<unsigned char>(d, sum);
+        return hn::BitCast(hn::RebindToUnsigned<D>(), hn::Add(inRange, hn::Set(d, lift)));
+    }
+    /// The samples, in this byte of their words.
+    template <int Byte, class D>
+    static HWY_INLINE hn::Vec<D> SampleOf(D d, hn::Vec<D> rounded) {
+        constexpr int right = fractionBits - 8 * Byte;
+        const auto byte = hn::Set(d, std::uint32_t{0xFF} << (8 * Byte));
+        if constexpr (right > 0)
+            return hn::And(hn::ShiftRight<right>(rounded), byte);
+        else
+            return hn::And(hn::ShiftLeft<-right>(rounded), byte);
+    }
+    /// 0 for samples that are left to the definition.
+    template <class D>
+    static HWY_INLINE hn::Vec<D> Certainty(D d, hn::Vec<D> rounded) {
+        return hn::And(rounded, hn::Set(d, (1u << fractionBits) - uncertain));
+    }
+};
 
 /// Computes one sample by the definition.
 template <class T>
@@ -367,6 +169,73 @@ private:
 
     /// Returns the number of samples that are left to the definition.
     HWY_ATTR std::size_t Blend(T* HWY_RESTRICT out) {
+#if HWY_TARGET != HWY_SCALAR
+        if constexpr (sizeof(T) == 1 && Taps == 2)
+            if (source.bands == packedBands) return BlendPacked(out);
+#endif
+        return BlendSpread(out);
+    }
+
+#if HWY_TARGET != HWY_SCALAR
+    /// For pixels of four samples of 8 bits: vectors of one band, so that factors need not be spread.
+    HWY_ATTR std::size_t BlendPacked(T* HWY_RESTRICT out) {
+        using Nearest = NearestSample<Taps>;
+        const hn::ScalableTag<float> d;
+        const hn::RebindToUnsigned<decltype(d)> d32;
+        std::size_t count = 0;
+        for (std::size_t pixel = 0; pixel < mapPixels; pixel += hn::Lanes(d)) {
+            const auto load = [&](std::size_t plane) HWY_ATTR {
+                return hn::LoadU(d32, reinterpret_cast<const std::uint32_t*>(planes[plane]) + pixel);
+            };
+            const auto upperLeft = load(0), upperRight = load(1), lowerLeft = load(2), lowerRight = load(3);
+            const auto fx = hn::LoadU(d, ofX.values[0] + pixel), fy = hn::LoadU(d, ofY.values[0] + pixel);
+            const auto factor = [](auto numbers)
+                                    HWY_ATTR { return [numbers](std::size_t) HWY_ATTR { return numbers; }; };
+            const auto round = [&](auto band) HWY_ATTR {
+                const auto tap = [&](std::size_t plane) HWY_ATTR {
+                    return BandOfPacked<decltype(band)::value>(d, plane == 0   ? upperLeft
+                                                                  : plane == 1 ? upperRight
+                                                                  : plane == 2 ? lowerLeft
+                                                                               : lowerRight);
+                };
+                return Nearest::Round(d, BlendTaps(d, std::integral_constant<std::size_t, Taps>(), tap,
+                                                   factor(fx), factor(fy)));
+            };
+            const auto first = round(std::integral_constant<std::uint32_t, 0>());
+            const auto second = round(std::integral_constant<std::uint32_t, 1>());
+            const auto third = round(std::integral_constant<std::uint32_t, 2>());
+            const auto last = round(std::integral_constant<std::uint32_t, 3>());
+            const auto lower =
+                hn::Or(Nearest::template SampleOf<0>(d32, first), Nearest::template SampleOf<1>(d32, second));
+            const auto upper =
+                hn::Or(Nearest::template SampleOf<2>(d32, third), Nearest::template SampleOf<3>(d32, last));
+            hn::StoreU(hn::Or(lower, upper), d32, reinterpret_cast<std::uint32_t*>(out) + pixel);
+            const auto certainty = [&](auto rounded) HWY_ATTR { return Nearest::Certainty(d32, rounded); };
+            const auto least = hn::Min(hn::Min(certainty(first), certainty(second)),
+                                       hn::Min(certainty(third), certainty(last)));
+            if (hn::AllFalse(d32, hn::Eq(least, hn::Zero(d32)))) continue;
+            std::uint32_t band = 0;
+            for (const auto& rounded : {first, second, third, last}) {
+                const auto isUncertain = hn::Eq(certainty(rounded), hn::Zero(d32));
+                count = MarkBand(d32, isUncertain, pixel, band++, count);
+            }
+        }
+        return count;
+    }
+
+    /// Marks samples of one band of consecutive pixels.
+    template <class D>
+    HWY_ATTR std::size_t MarkBand(D d, hn::Mask<D> isUncertain, std::size_t pixel, std::uint32_t band,
+                                  std::size_t count) {
+        const std::size_t end = Mark(d, isUncertain, pixel, hn::Lanes(d), count, left);
+        for (std::size_t i = count; i < end; ++i)
+            left[i] = left[i] * packedBands + band;
+        return end;
+    }
+#endif
+
+    /// For any pixels: vectors of consecutive samples, over which the factors are spread.
+    HWY_ATTR std::size_t BlendSpread(T* HWY_RESTRICT out) {
         const hn::ScalableTag<V> d;
         const std::size_t lanes = hn::Lanes(d), bands = source.bands;
         std::size_t count = 0;
@@ -384,8 +253,14 @@ private:
                 const auto sum =
                     BlendTaps(d, std::integral_constant<std::size_t, Taps>(), tap, factor(ofX), factor(ofY));
                 if constexpr (std::is_same_v<V, float>) {
-                    const auto isUncertain = StoreNearest<Taps>(d, sum, out + at);
-                    if (!hn::AllFalse(d, isUncertain)) count = Mark(d, isUncertain, at, lanes, count, left);
+                    using Nearest = NearestSample<Taps>;
+                    const hn::RebindToUnsigned<decltype(d)> d32;
+                    const auto rounded = Nearest::Round(d, sum);
+                    hn::StoreU(hn::U8FromU32(Nearest::template SampleOf<0>(d32, rounded)),
+                               hn::Rebind<T, decltype(d)>(), out + at);
+                    const auto isUncertain = hn::Eq(Nearest::Certainty(d32, rounded), hn::Zero(d32));
+                    if (!hn::AllFalse(d32, isUncertain))
+                        count = Mark(d32, isUncertain, at, lanes, count, left);
                 } else {
                     const auto rounded = hn::Add(sum, hn::Set(d, 0.5));
                     StoreTruncatedLanes(d, Taps == 2 ? rounded : Clamp<T>(d, rounded), out + at);
