@@ -2,7 +2,9 @@
 #include "Input.h"
 
 #include "kernels/BilinearRow.h"
+#include "kernels/GapRow.h"
 #include "kernels/InjectionRow.h"
+#include "kernels/LimitedRow.h"
 #include "pansharp/Methods.h"
 
 #include <limits>
@@ -116,20 +118,49 @@ void Down(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
     }
 }
 
+/// Limits for the samples of pixels, and bits for their mask.
+template <class T>
+void Limit(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
+    const std::uint32_t bands = 1 + input.Below(9);
+    const std::size_t pixels = input.Take<std::uint8_t>(), at = input.Below(64), samples = pixels * bands;
+    const SampleLimits<T> limits{input.Take<T>(), input.Take<T>(), input.Take<T>()};
+    const auto valid = Samples<unsigned char>(input, pixels);
+    for (std::size_t i = 0; i < pixels; ++i)
+        valid[i] &= 0x41; // often 0
+    const auto row = Samples<T>(input, samples);
+    const GappedRow<T> gapped{row.get(), valid.get(), pixels, bands, input.Take<T>()};
+    const auto expected = std::make_unique<T[]>(at + samples), actual = std::make_unique<T[]>(at + samples);
+    const std::size_t words = (pixels + gapBits - 1) / gapBits;
+    const auto bits = std::make_unique<std::uint32_t[]>(words),
+               found = std::make_unique<std::uint32_t[]>(words);
+    const bool isAtEnd = LimitGappedScalar(gapped, limits, expected.get() + at);
+    const GapCount gaps = GapRowScalar(valid.get(), pixels, bits.get());
+    for (const SimdTarget target : targets) {
+        const auto limit = LimitRowsFor<T>(target, input.Flag()).gapped;
+        Require(limit(gapped, limits, actual.get() + at) == isAtEnd, "samples at the limits");
+        Require(std::memcmp(expected.get(), actual.get(), (at + samples) * sizeof(T)) == 0, "limits");
+        const GapCount count = GapRowFor(target)(valid.get(), pixels, found.get());
+        Require(count.pixels == gaps.pixels && count.runs == gaps.runs, "number of gaps");
+        Require(std::memcmp(bits.get(), found.get(), words * sizeof(std::uint32_t)) == 0, "gaps");
+    }
+}
+
 template <class T>
 void Compare(fuzz::Input& input, std::uint32_t which) {
     static const std::vector<SimdTarget> targets = SimdTargets();
     if (which < PXL::Methods().size())
         Fuse<T>(input, PXL::Methods()[which], targets);
-    else
+    else if (which == PXL::Methods().size())
         Down<T>(input, targets);
+    else
+        Limit<T>(input, targets);
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Input input(data, size);
-    const auto kinds = static_cast<std::uint32_t>(PXL::Methods().size()) + 1;
+    const auto kinds = static_cast<std::uint32_t>(PXL::Methods().size()) + 2;
     const std::uint32_t which = input.Below(2 * kinds);
     if (which < kinds)
         Compare<unsigned char>(input, which);

@@ -32,7 +32,7 @@ HWY_ATTR bool LimitInVectors(const T* HWY_RESTRICT samples, std::size_t count, c
     const auto taken = hn::Set(d, limits.taken), other = hn::Set(d, limits.other);
     std::size_t i = pastCache ? std::min(BeforeWhole(out, lanes), count) : 0;
     bool isAtEnd = LimitRowScalar(samples, i, limits, out);
-    auto atEnd = hn::Eq(zero, largest); // nowhere
+    auto atEnd = hn::Ne(zero, zero); // nowhere
     for (; i + lanes <= count; i += lanes) {
         const auto within = hn::Min(hn::LoadU(d, samples + i), largest);
         const auto limited = hn::IfThenElse(hn::Eq(within, taken), other, within);
@@ -88,7 +88,7 @@ HWY_ATTR bool LimitGappedInVectors(const GappedRow<T>& row, const SampleLimits<T
     const auto zero = hn::Zero(d), largest = hn::Set(d, limits.largest), none = hn::Set(d, row.none);
     const auto taken = hn::Set(d, limits.taken), other = hn::Set(d, limits.other);
     bool isAtEnd = LimitGappedSamples(row, 0, i, limits, out);
-    auto atEnd = hn::Eq(zero, largest); // nowhere
+    auto atEnd = hn::Ne(zero, zero); // nowhere
     for (; i + lanes <= count; i += lanes) {
         HWY_ALIGN unsigned char last[maskBytes] = {};
         const unsigned char* valid = row.valid + pixel;
