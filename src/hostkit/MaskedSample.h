@@ -3,7 +3,7 @@
 #include "hostkit/SampleBlock.h"
 #include "kernels/BilinearRow.h"
 
-#include <cmath>
+#include <cstddef>
 
 namespace hostkit {
 
@@ -26,17 +26,21 @@ bool SampleMasked(const SampleBlock& block, std::uint32_t bands, const kernels::
                       {x.second, y.first, x.fraction * (1.0 - y.fraction)},
                       {x.first, y.second, (1.0 - x.fraction) * y.fraction},
                       {x.second, y.second, x.fraction * y.fraction}};
-    double weights = 0.0;
-    for (const auto& at : neighbours)
-        if (HasData(block, at.column, at.row)) weights += at.weight;
+    const T* samples[4] = {}; // of those with data, which come first
+    double weight[4] = {}, weights = 0.0;
+    std::size_t count = 0;
+    for (const auto& at : neighbours) {
+        if (!HasData(block, at.column, at.row)) continue;
+        samples[count] = reinterpret_cast<const T*>(block.At(at.column, at.row, bands * sizeof(T)));
+        weight[count++] = at.weight;
+        weights += at.weight;
+    }
     if (!(weights > 0.0)) return false;
     for (std::uint32_t band = 0; band < bands; ++band) {
         double sum = 0.0;
-        for (const auto& at : neighbours)
-            if (HasData(block, at.column, at.row))
-                sum += reinterpret_cast<const T*>(block.At(at.column, at.row, bands * sizeof(T)))[band] *
-                       at.weight;
-        out[band] = static_cast<T>(std::floor(sum / weights + 0.5));
+        for (std::size_t i = 0; i < count; ++i)
+            sum += samples[i][band] * weight[i];
+        out[band] = static_cast<T>(sum / weights + 0.5); // none is negative
     }
     return true;
 }

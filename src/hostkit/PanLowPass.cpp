@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
+#include <memory>
 #include <numbers>
 
 namespace hostkit {
@@ -26,7 +28,7 @@ std::pair<std::uint32_t, std::uint32_t> SpanOf(const LowPassAxis& axis, std::uin
     return span;
 }
 
-/// Rows of pan. Where some pixels have no data, also rows that hold 0 for them, and 1 for pixels with data.
+/// Rows of pan. For those with gaps also rows that hold 0 there, and rows of 1 for pixels with data.
 template <class T>
 class PanRows {
 public:
@@ -34,20 +36,21 @@ public:
         : block(pan), rect(panRect), weighRows(kernels::WeighRowsFor<T>(target)),
           weighCounts(kernels::WeighRowsFor<unsigned char>(target)) {
         if (!block.valid || rect.IsEmpty()) return;
-        const std::size_t columns = rect.GetColumns();
-        cleared.resize(columns * rect.GetRows());
-        counts.resize(cleared.size());
-        hasGap.resize(rect.GetRows());
+        const std::size_t columns = rect.GetColumns(), pixels = columns * rect.GetRows();
+        cleared = std::make_unique_for_overwrite<T[]>(pixels);
+        counts = std::make_unique_for_overwrite<unsigned char[]>(pixels);
+        ones.assign(columns, 1);
         for (std::uint32_t row = 0; row < rect.GetRows(); ++row) {
             const T* samples = SamplesOf(rect.row0 + row);
             const unsigned char* valid =
                 block.valid + std::size_t{rect.row0 + row - block.rect.row0} * block.rect.GetColumns() +
                 (rect.col0 - block.rect.col0);
-            for (std::size_t i = 0; i < columns; ++i) {
-                counts[row * columns + i] = valid[i] != 0 ? 1 : 0;
-                cleared[row * columns + i] = valid[i] != 0 ? samples[i] : T{0};
-            }
-            hasGap[row] = std::find(valid, valid + columns, static_cast<unsigned char>(0)) != valid + columns;
+            hasGap.push_back(std::memchr(valid, 0, columns) != nullptr);
+            if (!hasGap.back()) continue;
+            std::transform(valid, valid + columns, counts.get() + row * columns,
+                           [](unsigned char has) { return static_cast<unsigned char>(has != 0 ? 1 : 0); });
+            std::transform(samples, samples + columns, valid, cleared.get() + row * columns,
+                           [](T sample, unsigned char has) { return has != 0 ? sample : T{0}; });
         }
     }
 
@@ -62,9 +65,10 @@ public:
             !hasGap.empty() && std::find(begin, begin + taps.count, true) != begin + taps.count;
         rows.clear();
         countRows.clear();
-        for (std::uint32_t i = 0; i < taps.count; ++i) {
-            rows.push_back(lacks ? cleared.data() + (first + i) * columns : SamplesOf(taps.first + i));
-            if (lacks) countRows.push_back(counts.data() + (first + i) * columns);
+        for (std::uint32_t row = first; row < first + taps.count; ++row) {
+            const bool isCleared = lacks && hasGap[row];
+            rows.push_back(isCleared ? cleared.get() + row * columns : SamplesOf(rect.row0 + row));
+            countRows.push_back(isCleared ? counts.get() + row * columns : ones.data());
         }
         weighRows(rows.data(), weights, rows.size(), columns, sums);
         if (lacks) weighCounts(countRows.data(), weights, countRows.size(), columns, shares);
@@ -78,9 +82,10 @@ private:
 
     const SampleBlock& block;
     PixelRect rect;
-    std::vector<T> cleared;
-    std::vector<unsigned char> counts;
-    std::vector<bool> hasGap; ///< of each row; empty when none has
+    std::unique_ptr<T[]> cleared;            ///< 0 without data; only rows with gaps are filled
+    std::unique_ptr<unsigned char[]> counts; ///< of those rows: 1 with data, else 0
+    std::vector<unsigned char> ones;         ///< of any other row
+    std::vector<bool> hasGap;                ///< of each row; empty when none has
     std::vector<const T*> rows;
     std::vector<const unsigned char*> countRows;
     kernels::WeighRows<T> weighRows;
