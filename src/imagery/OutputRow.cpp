@@ -27,6 +27,9 @@ const kernels::LimitRows<T>& ChooseLimitRows(bool pastCache) {
 
 /// Samples of pixels that are processed together.
 constexpr std::size_t stretchSamples = 512;
+/// As many samples fill whole vectors, so stretches of as many pixels begin where vectors may be written past
+/// the cache.
+constexpr std::size_t vectorSamples = 64;
 
 /// Spreads the pixels to make room for a last band and fills it.
 template <class T>
@@ -48,7 +51,8 @@ void MakeOutputRow(const T* fused, const unsigned char* valid, std::size_t colum
     const kernels::SampleLimits<T> limits = LimitsOf<T>(rules);
     const kernels::LimitRows<T>& limit = ChooseLimitRows<T>(rules.pastCache && !rules.hasAlpha);
     if (!fused) std::fill_n(out, columns * bands, none);
-    const std::size_t stretch = std::max<std::size_t>(stretchSamples / bands, 1);
+    const std::size_t vectors = std::max<std::size_t>(stretchSamples / (vectorSamples * bands), 1);
+    const std::size_t stretch = vectors * vectorSamples;
     for (std::size_t first = 0; fused && first < columns; first += stretch) {
         const std::size_t count = std::min(stretch, columns - first);
         const T* samples = fused + first * bands;
