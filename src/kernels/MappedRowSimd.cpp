@@ -74,7 +74,7 @@ struct NearestSample {
     /// Of the sum, and of the additions: half a unit.
     static constexpr double error = (Taps == 2 ? bilinearError : cubicError<float>)*units + 0.5;
     static constexpr auto uncertain = std::bit_ceil(static_cast<std::uint32_t>(2.0 * error + 1.0));
-    static constexpr auto lift = static_cast<float>(256.5 + uncertain / 2 / units);
+    static constexpr auto lift = static_cast<float>(256.5 + 0.5 * uncertain / units);
 
     /// Bilinear sums lie within half a sample of the range.
     template <class D>
