@@ -36,7 +36,9 @@ std::vector<double> LowPassAlong(const FitBlock& block, double sigma) {
     const kernels::SimdTarget target = kernels::ChosenSimdTarget();
     const auto weigh = kernels::WeighRowsFor<unsigned short>(target);
     const auto weighUsable = kernels::WeighRowsFor<unsigned char>(target);
-    std::vector<std::uint32_t> sums(panColumns), shares(panColumns);
+    const auto weighAcross = kernels::WeighAcrossFor(target);
+    std::vector<std::uint32_t> sums(panColumns + kernels::lowPassGroup), shares(sums.size());
+    std::vector<std::uint64_t> rowSums(columns), rowShares(columns);
     std::vector<const unsigned short*> starts;
     std::vector<const unsigned char*> usableStarts;
     std::vector<double> low;
@@ -50,14 +52,11 @@ std::vector<double> LowPassAlong(const FitBlock& block, double sigma) {
         }
         weigh(starts.data(), down.GetWeights(of), of.count, panColumns, sums.data());
         weighUsable(usableStarts.data(), down.GetWeights(of), of.count, panColumns, shares.data());
-        for (std::uint32_t column = 0; column < columns; ++column) {
-            const auto& taps = across.GetTaps(column);
-            const std::uint32_t* weights = across.GetWeights(taps);
-            low.push_back(MeanOf(
-                static_cast<double>(kernels::WeighColumns(sums.data() + taps.first, weights, taps.count)),
-                static_cast<double>(kernels::WeighColumns(shares.data() + taps.first, weights, taps.count)),
-                double{kernels::lowPassOne} * kernels::lowPassOne));
-        }
+        weighAcross(across, 0, columns, sums.data(), 0, rowSums.data());
+        weighAcross(across, 0, columns, shares.data(), 0, rowShares.data());
+        for (std::uint32_t column = 0; column < columns; ++column)
+            low.push_back(MeanOf(static_cast<double>(rowSums[column]), static_cast<double>(rowShares[column]),
+                                 double{kernels::lowPassOne} * kernels::lowPassOne));
     }
     return low;
 }
@@ -151,9 +150,11 @@ bool FitBlock::FindPan(const KOVA::Tessara::Pixmere::RasterInfo& image) {
 void FitBlock::SetPan(std::vector<unsigned short> samplesOfPan, std::vector<unsigned char> usableOnes) {
     pan = std::move(samplesOfPan);
     panUsable = std::move(usableOnes);
-    for (std::size_t pixel = 0; pixel < pan.size(); ++pixel) {
-        panUsable[pixel] = panUsable[pixel] != 0 ? 1 : 0;
-        if (panUsable[pixel] == 0) pan[pixel] = 0;
+    unsigned short* ofPan = pan.data();
+    unsigned char* isUsable = panUsable.data();
+    for (std::size_t pixel = 0, count = pan.size(); pixel < count; ++pixel) { // no branches, for vectors
+        isUsable[pixel] = isUsable[pixel] != 0 ? 1 : 0;
+        ofPan[pixel] = static_cast<unsigned short>(ofPan[pixel] * isUsable[pixel]);
     }
 }
 

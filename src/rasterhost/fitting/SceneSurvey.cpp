@@ -111,28 +111,32 @@ bool ReadPixels(InputImage& image, const PixelRect& rect, std::optional<int> bit
                 Status& status) {
     const std::size_t count = std::size_t{rect.GetColumns()} * rect.GetRows();
     const std::size_t bands = image.GetInfo().bandsPerPixel;
+    const bool isNarrow = image.GetInfo().bitsPerBand == 8;
+    std::vector<unsigned char> narrow(isNarrow ? count * bands : 0);
     pixels.samples.resize(count * bands);
     pixels.usable.resize(count);
-    auto* bytes = reinterpret_cast<unsigned char*>(pixels.samples.data());
+    auto* bytes = isNarrow ? narrow.data() : reinterpret_cast<unsigned char*>(pixels.samples.data());
     if (!image.Read(rect, bytes, status) || !image.ReadValid(rect, bytes, pixels.usable.data(), status))
         return false;
-    if (image.GetInfo().bitsPerBand == 8)
-        for (std::size_t i = count * bands; i-- > 0;) // from the end: nothing unread is overwritten
-            pixels.samples[i] = bytes[i];
-    const unsigned saturated = SaturatedSample(image, bitDepth);
-    pixels.tally.pixels = count;
-    for (std::size_t i = 0; i < count; ++i) {
-        if (!pixels.usable[i]) {
-            ++pixels.tally.withoutData;
-            continue;
-        }
-        const unsigned short* pixel = pixels.samples.data() + i * bands;
-        const unsigned largest = *std::max_element(pixel, pixel + bands);
-        pixels.tally.largest = std::max(pixels.tally.largest, largest);
-        if (largest < saturated) continue;
-        ++pixels.tally.saturated;
-        pixels.usable[i] = 0;
+    std::copy(narrow.begin(), narrow.end(), pixels.samples.begin());
+    std::vector<unsigned short> ofPixels(bands > 1 ? count : 0);
+    for (std::size_t i = 0; i < ofPixels.size(); ++i)
+        ofPixels[i] =
+            *std::max_element(pixels.samples.data() + i * bands, pixels.samples.data() + (i + 1) * bands);
+    const auto saturated = static_cast<unsigned short>(SaturatedSample(image, bitDepth));
+    const unsigned short* largest = bands > 1 ? ofPixels.data() : pixels.samples.data();
+    unsigned char* usable = pixels.usable.data();
+    std::uint32_t withData = 0, saturatedOnes = 0;
+    unsigned short largestOfAll = 0;
+    for (std::size_t i = 0; i < count; ++i) { // no branches, for vectors
+        const bool hasData = usable[i] != 0;
+        const bool isSaturated = hasData && largest[i] >= saturated;
+        withData += hasData ? 1 : 0;
+        saturatedOnes += isSaturated ? 1 : 0;
+        largestOfAll = std::max(largestOfAll, hasData ? largest[i] : static_cast<unsigned short>(0));
+        usable[i] = hasData && !isSaturated ? 1 : 0;
     }
+    pixels.tally = {count, count - withData, saturatedOnes, largestOfAll};
     return true;
 }
 
