@@ -2,11 +2,13 @@
 #include "Input.h"
 
 #include "kernels/BilinearRow.h"
+#include "kernels/CubicResampler.h"
 #include "kernels/GapRow.h"
 #include "kernels/InjectionRow.h"
 #include "kernels/LimitedRow.h"
 #include "pansharp/Methods.h"
 
+#include <array>
 #include <limits>
 #include <memory>
 #include <vector>
@@ -118,6 +120,46 @@ void Down(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
     }
 }
 
+/// A row between four rows of a coarser source, by cubic convolution.
+template <class T>
+void Cubic(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
+    const std::uint32_t bands = 1 + input.Below(9), pixels = 1 + input.Below(40);
+    const std::uint32_t acrossSteps = input.Pick(wholeSteps), downSteps = input.Pick(wholeSteps);
+    const bool isAwkward = input.Flag();
+    const double ratio = isAwkward ? input.Take<std::uint16_t>() / 65536.0 + 1e-5 : 1.0 / acrossSteps;
+    const GridAxis axis = MakeGridAxis(ratio, input.Below(48) / 48.0);
+    const GridPosition row{0, static_cast<double>(input.Below(downSteps)) / downSteps};
+    std::vector<GridPosition> columns;
+    std::vector<CubicTap> taps;
+    for (std::int64_t i = 0, count = 1 + input.Take<std::uint8_t>(); i < count; ++i) {
+        columns.push_back(PanToMultispectral(axis, i - 3));
+        taps.push_back(MakeCubicTap(columns.back(), pixels));
+        for (std::uint32_t& at : taps.back().at)
+            at *= bands;
+    }
+    const CubicTap down = MakeCubicTap(row, 4);
+    const std::size_t samples = columns.size() * bands;
+    std::array<std::unique_ptr<T[]>, 4> source;
+    std::array<std::vector<double>, 4> across;
+    for (std::size_t i = 0; i < source.size(); ++i) {
+        source[i] = Samples<T>(input, std::size_t{pixels} * bands);
+        across[i].resize(samples);
+        CubicAcross(source[i].get(), taps.data(), taps.size(), bands, across[i].data());
+    }
+    const auto expected = std::make_unique<T[]>(samples), actual = std::make_unique<T[]>(samples);
+    CubicDown({across[0].data(), across[1].data(), across[2].data(), across[3].data()}, down.weights, samples,
+              expected.get());
+    for (const SimdTarget target : targets) {
+        const auto resampler = MakeCubicResampler<T>(columns, pixels, bands, WholeSteps({&row, 1}), target);
+        if (!resampler) continue;
+        const std::size_t first = std::size_t{resampler->GetFirstPixel()} * bands;
+        resampler->Make({source[0].get() + first, source[1].get() + first, source[2].get() + first,
+                         source[3].get() + first},
+                        down, actual.get());
+        Require(std::memcmp(expected.get(), actual.get(), samples * sizeof(T)) == 0, "cubic sampling");
+    }
+}
+
 /// Limits for the samples of pixels, and bits for their mask.
 template <class T>
 void Limit(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
@@ -152,6 +194,8 @@ void Compare(fuzz::Input& input, std::uint32_t which) {
         Fuse<T>(input, PXL::Methods()[which], targets);
     else if (which == PXL::Methods().size())
         Down<T>(input, targets);
+    else if (which == PXL::Methods().size() + 1)
+        Cubic<T>(input, targets);
     else
         Limit<T>(input, targets);
 }
@@ -160,7 +204,7 @@ void Compare(fuzz::Input& input, std::uint32_t which) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Input input(data, size);
-    const auto kinds = static_cast<std::uint32_t>(PXL::Methods().size()) + 2;
+    const auto kinds = static_cast<std::uint32_t>(PXL::Methods().size()) + 3;
     const std::uint32_t which = input.Below(2 * kinds);
     if (which < kinds)
         Compare<unsigned char>(input, which);
