@@ -21,6 +21,7 @@ endif()
 add_compile_options(-ffp-contract=off -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   add_compile_options(-Wno-restrict) # GCC 12 wrongly reports overlaps inside std::string
+  add_compile_options(--param=ggc-min-heapsize=524288) # kB: it collects garbage rarely, which saves a tenth of the time of large files
 endif()
 
 # Makes remaining mistakes harder to exploit. Kernels have no buffers on the stack that this would slow down.

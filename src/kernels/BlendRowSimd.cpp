@@ -6,8 +6,9 @@
 #include <algorithm>
 #include <limits>
 
-#undef HWY_TARGET_INCLUDE
+#ifndef HWY_TARGET_INCLUDE // not joined with others
 #define HWY_TARGET_INCLUDE "kernels/BlendRowSimd.cpp"
+#endif
 #include <hwy/foreach_target.h>
 // Highway requires this order.
 #include <hwy/highway.h>

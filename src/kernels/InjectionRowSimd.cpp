@@ -7,8 +7,9 @@
 #include <cmath>
 #include <limits>
 
-#undef HWY_TARGET_INCLUDE
+#ifndef HWY_TARGET_INCLUDE // not joined with others
 #define HWY_TARGET_INCLUDE "kernels/InjectionRowSimd.cpp"
+#endif
 #include <hwy/foreach_target.h>
 // Highway requires this order.
 #include <hwy/highway.h>

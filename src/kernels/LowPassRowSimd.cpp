@@ -4,8 +4,9 @@
 
 #include <type_traits>
 
-#undef HWY_TARGET_INCLUDE
+#ifndef HWY_TARGET_INCLUDE // not joined with others
 #define HWY_TARGET_INCLUDE "kernels/LowPassRowSimd.cpp"
+#endif
 #include <hwy/foreach_target.h>
 // Highway requires this order.
 #include <hwy/highway.h>

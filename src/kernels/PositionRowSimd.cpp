@@ -8,8 +8,9 @@
 #include <cstdint>
 #include <utility>
 
-#undef HWY_TARGET_INCLUDE
+#ifndef HWY_TARGET_INCLUDE // not joined with others
 #define HWY_TARGET_INCLUDE "kernels/PositionRowSimd.cpp"
+#endif
 #include <hwy/foreach_target.h>
 // Highway requires this order.
 #include <hwy/highway.h>

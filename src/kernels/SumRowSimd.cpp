@@ -3,8 +3,9 @@
 #include "kernels/Simd.h"
 #include "kernels/SumRow.h"
 
-#undef HWY_TARGET_INCLUDE
+#ifndef HWY_TARGET_INCLUDE // not joined with others
 #define HWY_TARGET_INCLUDE "kernels/SumRowSimd.cpp"
+#endif
 #include <hwy/foreach_target.h>
 // Highway requires this order.
 #include <hwy/highway.h>
