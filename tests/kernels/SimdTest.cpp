@@ -4,15 +4,25 @@
 #include <hwy/targets.h>
 
 #include <vector>
+#if HWY_ARCH_X86
+#include <cpuid.h>
+#endif
 
 namespace {
+
+bool HasF16C() {
+#if HWY_ARCH_X86
+    unsigned a = 0, b = 0, c = 0, d = 0; // registers
+    return __get_cpuid(1, &a, &b, &c, &d) != 0 && (c & bit_F16C) != 0;
+#else
+    return false;
+#endif
+}
 
 // Highway's library detects the processor independently. It finds no AVX2 without F16C, which is not needed.
 TEST(SimdTargets, AreThoseThatHighwayFinds) {
     std::int64_t unseen = HWY_SCALAR | HWY_EMU128;
-#if HWY_ARCH_X86
-    if (!__builtin_cpu_supports("f16c")) unseen |= HWY_AVX2 | HWY_AVX3;
-#endif
+    if (!HasF16C()) unseen |= HWY_AVX2 | HWY_AVX3;
     std::vector<kernels::SimdTarget> expected, found = kernels::SimdTargets();
     for (const auto target : hwy::SupportedAndGeneratedTargets())
         if ((target & unseen) == 0) expected.push_back(target);
