@@ -42,7 +42,7 @@ template void ErrorSums::AddRow(const double*, const unsigned short*, const unsi
 
 void ErrorSums::AddRow(const WholeRow& row, std::size_t columns, std::size_t counted) {
     count += counted;
-    std::array<std::int32_t, kernels::mostPairs> differences, truths;
+    std::array<std::int32_t, kernels::mostPairs> differences{}, truths{};
     for (std::size_t band = 0; band < sums.size(); ++band)
         for (std::size_t from = 0; from < columns; from += kernels::mostPairs) {
             const std::size_t part = std::min(kernels::mostPairs, columns - from);
