@@ -184,13 +184,13 @@ public:
     Resolver(const FusionRows<T>& ofRows, T* toOut, std::size_t pixels, const Filter& byFilter)
         : rows(ofRows), out(toOut), end(pixels), filter(byFilter) {}
 
-    /// Adds those of a block of the row. Its fused pixels must be in `out`. A bit stands for pixelsPerBit
-    /// pixels, which divide blockPixels.
+    /// Adds those of a block of the row, up to blockPixels. Its fused pixels must be in `out` before the next
+    /// call; those of the last block are copied there later. A bit stands for pixelsPerBit pixels.
     HWY_INLINE void Add(const Uncertain& uncertain, std::size_t firstPixel, std::uint32_t interleaved,
                         std::uint32_t outputBands, std::size_t pixelsPerBit = 1) {
+        if (count + uncertain.Count() * pixelsPerBit > blockPixels) Finish(outputBands);
         for (std::size_t first = 0; first < blockPixels; first += 64)
             for (std::uint64_t bits = uncertain.bits[first / 64]; bits != 0; bits &= bits - 1) {
-                if (count == blockPixels) Finish(outputBands);
                 const std::size_t bit = first + static_cast<std::size_t>(std::countr_zero(bits));
                 for (std::size_t p = firstPixel + bit * pixelsPerBit, i = 0; i < pixelsPerBit; ++i, ++p) {
                     if (p >= end) return;
