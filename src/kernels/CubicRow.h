@@ -93,7 +93,8 @@ struct CubicKernels {
                           T* out, std::uint32_t* uncertain) = nullptr;
 };
 
-/// Kernels for a vector target that can run here. `areEven` means even steps, of WholeSteps, down and across.
+/// Kernels for a vector target that can run here. `areEven` means even steps, of WholeSteps, down and across;
+/// it does not matter for float.
 template <class T, class V>
 [[nodiscard]] CubicKernels<T, V> CubicKernelsFor(SimdTarget target, bool areEven);
 

@@ -278,7 +278,7 @@ TEST(Faults, OfThreadsThatCannotBeStarted) {
         if (outcome.code == 99) GTEST_SKIP() << "no other user may run the command";
         EXPECT_EQ(outcome.code, 0) << outcome.err;
         if (sharpens) {
-            EXPECT_THAT(outcome.err, HasSubstr(" of the 8 threads asked for are used"));
+            EXPECT_THAT(outcome.err, HasSubstr(" of 8 threads are used"));
         }
         EXPECT_THAT(Changed(before, Look(folder)),
                     testing::ElementsAreArray(std::vector<std::string>(sharpens ? 1 : 0, "o.tif")));

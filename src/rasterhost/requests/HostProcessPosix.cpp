@@ -61,8 +61,7 @@ int CountThreadsToBeHad(int wanted) {
 int LimitThreads(int used, int asked, const std::function<void(const std::string&)>& warn) {
     const int most = 1 + CountThreadsToBeHad(used - 1);
     if (most >= used) return used;
-    warn(FormatString("only %d of the %d threads asked for are used: this machine or user cannot start more",
-                      most, asked));
+    warn(FormatString("only %d of %d threads are used: this machine or user cannot start more", most, asked));
     return most;
 }
 
