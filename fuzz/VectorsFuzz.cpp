@@ -39,12 +39,14 @@ constexpr double awkward[] = {0.0,
                               -32768.5,
                               1e5};
 
-/// Samples from the input as far as it goes, then repeated by a rule.
+/// Samples from the input as far as it goes, then by a rule. If there is a period, they repeat after it.
 template <class T>
-std::unique_ptr<T[]> Samples(fuzz::Input& input, std::size_t count) {
+std::unique_ptr<T[]> Samples(fuzz::Input& input, std::size_t count, std::size_t period = 0) {
     auto row = std::make_unique<T[]>(count);
     for (std::size_t i = 0; i < count; ++i)
-        row[i] = input.IsEmpty() ? static_cast<T>((i > 2 ? row[i - 3] : 11) * 77 + i) : input.Take<T>();
+        row[i] = period != 0 && i >= period ? row[i - period]
+                 : input.IsEmpty()          ? static_cast<T>((i > 2 ? row[i - 3] : 11) * 77 + i)
+                                            : input.Take<T>();
     return row;
 }
 
@@ -55,7 +57,6 @@ double Weight(fuzz::Input& input) {
 
 template <class T>
 void Fuse(fuzz::Input& input, const PXL::Method& method, const std::vector<SimdTarget>& targets) {
-    // Long rows have so many uncertain pixels that they are fused again before the row ends.
     const std::size_t pixels = input.Flag() ? input.Below(200) : 120 + input.Take<std::uint16_t>() % 1500;
     const std::uint32_t msBands = method.description.minimumBands + input.Below(10);
     const std::uint32_t outputBands = 1 + input.Below(msBands);
@@ -64,10 +65,12 @@ void Fuse(fuzz::Input& input, const PXL::Method& method, const std::vector<SimdT
         for (double& value : *values)
             value = Weight(input);
     const InjectionGains injection{gains.data(), ratioGains.data(), Weight(input), Weight(input)};
-    const auto pan = Samples<T>(input, pixels);
     const bool isApart = msBands > 1 && input.Flag();
-    const auto last = Samples<T>(input, isApart ? pixels : 0);
-    const auto ms = Samples<T>(input, pixels * (msBands - isApart));
+    // Pixels repeat, so that many of a long row are uncertain, and are fused again before the row ends.
+    const std::size_t period = input.Flag() ? 1 + input.Below(32) : 0;
+    const auto pan = Samples<T>(input, pixels, period);
+    const auto last = Samples<T>(input, isApart ? pixels : 0, period);
+    const auto ms = Samples<T>(input, pixels * (msBands - isApart), period * (msBands - isApart));
     const FusionRows<T> rows{ms.get(), pan.get(), isApart ? last.get() : nullptr};
     const BandWeights bands{weights.data(), msBands, outputBands, &injection};
     const std::size_t samples = pixels * outputBands;

@@ -44,9 +44,9 @@ struct AcrossTaps {
     std::function<void(const GridPosition&, V*)> weigh; ///< writes `count` weights
 };
 
-/// A plan for the columns of a window, for a target with this many lanes. Empty for 0 lanes, for
-/// rows of 2^32 samples or more, and if the columns lie so far apart that a vector of output needs more than
-/// one vector of the source.
+/// A plan for the columns of a window, for a target with this many lanes. Empty for 0 lanes, for rows of
+/// 2^32 samples or more, and if the columns lie so far apart that a vector of output needs more than one
+/// vector of the source.
 template <class V>
 [[nodiscard]] std::optional<AcrossPlan<V>> MakeAcrossPlan(std::span<const GridPosition> columns,
                                                           std::uint32_t bands, std::uint32_t lanes,

@@ -21,7 +21,7 @@ public:
 };
 
 /// `pixels` is the width of the whole source, `stepsDown` the WholeSteps of the rows that will be made. Null
-/// for the scalar target, and when the columns lie too far apart.
+/// for the scalar target, and where there is no plan (see MakeAcrossPlan).
 template <class T>
 [[nodiscard]] std::unique_ptr<CubicResampler<T>>
 MakeCubicResampler(std::span<const GridPosition> columns, std::int64_t pixels, std::uint32_t bands,

@@ -136,7 +136,10 @@ bool ReadPixels(InputImage& image, const PixelRect& rect, std::optional<int> bit
         largestOfAll = std::max(largestOfAll, hasData ? largest[i] : static_cast<unsigned short>(0));
         usable[i] = hasData && !isSaturated ? 1 : 0;
     }
-    pixels.tally = {count, count - withData, saturatedOnes, largestOfAll};
+    pixels.tally = {.pixels = count,
+                    .withoutData = count - withData,
+                    .saturated = saturatedOnes,
+                    .largest = largestOfAll};
     return true;
 }
 
