@@ -141,11 +141,11 @@ void Cubic(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
             at *= bands;
     }
     const CubicTap down = MakeCubicTap(row, 4);
-    const std::size_t samples = columns.size() * bands;
+    const std::size_t samples = columns.size() * bands, sourceSamples = std::size_t{pixels} * bands;
     std::array<std::unique_ptr<T[]>, 4> source;
     std::array<std::vector<double>, 4> across;
     for (std::size_t i = 0; i < source.size(); ++i) {
-        source[i] = Samples<T>(input, std::size_t{pixels} * bands);
+        source[i] = Samples<T>(input, sourceSamples);
         across[i].resize(samples);
         CubicAcross(source[i].get(), taps.data(), taps.size(), bands, across[i].data());
     }
