@@ -127,7 +127,7 @@ def flat(sizes, trials):
         start = found[64]["median"]
         for size in sizes:
             seconds = found[size]["median"]
-            results.append({"run": run, "size": size, "layout": layout, "seconds": seconds, "trials": trials, "start": start,
+            results.append({"run": run, "size": size, "layout": layout, "seconds": seconds, "cpu": found[size]["cpu"], "trials": trials, "start": start,
                             "ns_a_pixel": seconds * 1e9 / size ** 2, "ns_without_start": (seconds - start) * 1e9 / size ** 2,
                             "peak_mb": found[size]["peak_mb"]})
 
