@@ -96,7 +96,7 @@ void Down(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
     const auto upper = Samples<T>(input, count);
     const auto lower = Samples<T>(input, count);
     const auto doubles = [&](const T* row) {
-        auto values = std::make_unique<double[]>(count);
+        std::vector<double> values(count);
         for (std::size_t i = 0; i < count; ++i) // between a sample and its neighbour, as within a row
             values[i] = row[i] * (1.0 - fraction) + row[(i + 1) % count] * fraction;
         return values;
@@ -114,8 +114,8 @@ void Down(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
     const auto expected = std::make_unique<T[]>(count);
     const auto actual = std::make_unique<T[]>(count);
     for (const SimdTarget target : targets) {
-        DownRowScalar<T>(upper1.get(), lower1.get(), fraction, count, expected.get());
-        DownRowFor<T>(target)(upper1.get(), lower1.get(), fraction, count, actual.get());
+        DownRowScalar<T>(upper1.data(), lower1.data(), fraction, count, expected.get());
+        DownRowFor<T>(target)(upper1.data(), lower1.data(), fraction, count, actual.get());
         Require(std::memcmp(expected.get(), actual.get(), count * sizeof(T)) == 0, "blending down in double");
         DownRowWholeScalar<T>(upper2.get(), lower2.get(), part, steps, across, count, expected.get());
         DownRowWholeFor<T>(target)(upper2.get(), lower2.get(), part, steps, across, count, actual.get());
@@ -163,7 +163,7 @@ void Cubic(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
     }
 }
 
-/// Limits for the samples of pixels, and bits for their mask.
+/// Limits for the samples of pixels, with and without a last band, and bits for their mask.
 template <class T>
 void Limit(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
     const std::uint32_t bands = 1 + input.Below(9);
@@ -174,19 +174,23 @@ void Limit(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
         valid[i] &= 0x41; // often 0
     const auto row = Samples<T>(input, samples);
     const GappedRow<T> gapped{row.get(), valid.get(), pixels, bands, input.Take<T>()};
-    const auto expected = std::make_unique<T[]>(at + samples), actual = std::make_unique<T[]>(at + samples);
+    const GappedRow<T> some{row.get(), input.Flag() ? valid.get() : nullptr, pixels, bands, gapped.none};
     const std::size_t words = (pixels + gapBits - 1) / gapBits;
-    const auto bits = std::make_unique<std::uint32_t[]>(words),
-               found = std::make_unique<std::uint32_t[]>(words);
-    const bool isAtEnd = LimitGappedScalar(gapped, limits, expected.get() + at);
-    const GapCount gaps = GapRowScalar(valid.get(), pixels, bits.get());
+    std::vector<std::uint32_t> bits(words), found(words);
+    const auto check = [&](const auto& given, auto definition, auto tried) {
+        std::vector<T> expected(at + samples + pixels), actual = expected;
+        const bool isAtEnd = definition(given, limits, expected.data() + at);
+        Require(tried(given, limits, actual.data() + at) == isAtEnd, "samples at the limits");
+        Require(expected == actual, "limits");
+    };
+    const GapCount gaps = GapRowScalar(valid.get(), pixels, bits.data());
     for (const SimdTarget target : targets) {
-        const auto limit = LimitRowsFor<T>(target, input.Flag()).gapped;
-        Require(limit(gapped, limits, actual.get() + at) == isAtEnd, "samples at the limits");
-        Require(std::memcmp(expected.get(), actual.get(), (at + samples) * sizeof(T)) == 0, "limits");
-        const GapCount count = GapRowFor(target)(valid.get(), pixels, found.get());
+        const LimitRows<T> rows = LimitRowsFor<T>(target, input.Flag());
+        check(gapped, &LimitGappedScalar<T>, rows.gapped);
+        check(some, &LimitSpreadScalar<T>, rows.spread);
+        const GapCount count = GapRowFor(target)(valid.get(), pixels, found.data());
         Require(count.pixels == gaps.pixels && count.runs == gaps.runs, "number of gaps");
-        Require(std::memcmp(bits.get(), found.get(), words * sizeof(std::uint32_t)) == 0, "gaps");
+        Require(bits == found, "gaps");
     }
 }
 

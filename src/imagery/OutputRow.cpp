@@ -31,14 +31,14 @@ constexpr std::size_t stretchSamples = 512;
 /// the cache.
 constexpr std::size_t vectorSamples = 64;
 
-/// Spreads the pixels to make room for a last band and fills it.
+/// A row of which no pixel was fused.
 template <class T>
-void AddAlpha(const unsigned char* valid, std::size_t columns, std::size_t bands, T* row) {
-    for (std::size_t column = columns; column-- > 0;) {
-        T* pixel = row + column * (bands + 1);
-        std::memmove(pixel, row + column * bands, bands * sizeof(T));
-        pixel[bands] = valid && valid[column] == 0 ? T{0} : std::numeric_limits<T>::max();
-    }
+void FillRow(const unsigned char* valid, std::size_t columns, const OutputRules& rules, T none, T* out) {
+    const std::size_t bands = rules.GetFileBands();
+    std::fill_n(out, columns * bands, none);
+    for (std::size_t column = 0; rules.hasAlpha && column < columns; ++column)
+        out[column * bands + rules.bands] =
+            valid && valid[column] == 0 ? T{0} : std::numeric_limits<T>::max();
 }
 
 } // namespace
@@ -49,21 +49,23 @@ void MakeOutputRow(const T* fused, const unsigned char* valid, std::size_t colum
     const std::size_t bands = rules.bands;
     const auto none = static_cast<T>(rules.noData.value_or(0));
     const kernels::SampleLimits<T> limits = LimitsOf<T>(rules);
-    const kernels::LimitRows<T>& limit = ChooseLimitRows<T>(rules.pastCache && !rules.hasAlpha);
-    if (!fused) std::fill_n(out, columns * bands, none);
+    const kernels::LimitRows<T>& limit = ChooseLimitRows<T>(rules.pastCache);
+    if (!fused) FillRow(valid, columns, rules, none, out);
     const std::size_t vectors = std::max<std::size_t>(stretchSamples / (vectorSamples * bands), 1);
     const std::size_t stretch = vectors * vectorSamples;
     for (std::size_t first = 0; fused && first < columns; first += stretch) {
         const std::size_t count = std::min(stretch, columns - first);
         const T* samples = fused + first * bands;
-        const unsigned char* has = valid ? valid + first : nullptr;
-        T* made = out + first * bands;
+        // Most stretches of a row with gaps have none.
+        const unsigned char* has = valid && std::memchr(valid + first, 0, count) ? valid + first : nullptr;
+        T* made = out + first * rules.GetFileBands();
+        const kernels::GappedRow<T> row{samples, has, count, rules.bands, none};
         // Few samples are at a limit, and checking many together is fast.
-        if (has ? limit.gapped({samples, has, count, rules.bands, none}, limits, made)
-                : limit.whole(samples, count * bands, limits, made))
+        if (rules.hasAlpha ? limit.spread(row, limits, made)
+            : has          ? limit.gapped(row, limits, made)
+                           : limit.whole(samples, count * bands, limits, made))
             CountLimits(samples, has, count, limits, tally);
     }
-    if (rules.hasAlpha) AddAlpha(valid, columns, bands, out);
 }
 
 template void MakeOutputRow(const unsigned char*, const unsigned char*, std::size_t, const OutputRules&,

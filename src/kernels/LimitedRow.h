@@ -27,7 +27,8 @@ struct SampleLimits {
 template <class T>
 struct GappedRow {
     const T* samples = nullptr;
-    const unsigned char* valid = nullptr; ///< one byte per pixel, 0 without data
+    const unsigned char* valid =
+        nullptr; ///< one byte per pixel, 0 without data; for `spread` only, may be null
     std::size_t pixels = 0;
     std::uint32_t bands = 0;
     T none = 0; ///< written for samples without data
@@ -39,6 +40,8 @@ template <class T>
 struct LimitRows {
     bool (*whole)(const T* samples, std::size_t count, const SampleLimits<T>& limits, T* out) = nullptr;
     bool (*gapped)(const GappedRow<T>& row, const SampleLimits<T>& limits, T* out) = nullptr;
+    /// Also adds a last band, which counts as no sample: 0 without data, else the greatest value of T.
+    bool (*spread)(const GappedRow<T>& row, const SampleLimits<T>& limits, T* out) = nullptr;
 };
 
 /// The versions for a vector target that can run here. The scalar ones are the definition. With `pastCache`
@@ -78,6 +81,31 @@ bool LimitGappedSamples(const GappedRow<T>& row, std::size_t first, std::size_t 
 template <class T>
 bool LimitGappedScalar(const GappedRow<T>& row, const SampleLimits<T>& limits, T* out) {
     return LimitGappedSamples(row, 0, row.pixels * row.bands, limits, out);
+}
+
+/// The samples `first` to `end` - 1 of a row with a last band added. `out` is where sample 0 goes.
+template <class T>
+bool LimitSpreadSamples(const GappedRow<T>& row, std::size_t first, std::size_t end,
+                        const SampleLimits<T>& limits, T* out) {
+    bool isAtEnd = false;
+    std::size_t pixel = first / (row.bands + 1), band = first % (row.bands + 1);
+    for (std::size_t i = first; i < end; ++i) {
+        const bool hasData = !row.valid || row.valid[pixel] != 0;
+        if (band == row.bands) {
+            out[i] = hasData ? std::numeric_limits<T>::max() : T{0};
+            band = 0, ++pixel;
+            continue;
+        }
+        out[i] = hasData ? limits.Of(row.samples[pixel * row.bands + band]) : row.none;
+        isAtEnd = isAtEnd || (hasData && limits.IsAtEnd(out[i]));
+        ++band;
+    }
+    return isAtEnd;
+}
+
+template <class T>
+bool LimitSpreadScalar(const GappedRow<T>& row, const SampleLimits<T>& limits, T* out) {
+    return LimitSpreadSamples(row, 0, row.pixels * (row.bands + 1), limits, out);
 }
 
 } // namespace kernels

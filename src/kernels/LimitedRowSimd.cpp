@@ -1,8 +1,11 @@
 // The samples of an output in vectors of any width, with the same samples as the scalar version.
 #include "kernels/LimitedRow.h"
 #include "kernels/Simd.h"
+#include "kernels/SpreadPlan.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 #ifndef HWY_TARGET_INCLUDE // not joined with others
 #define HWY_TARGET_INCLUDE "kernels/LimitedRowSimd.cpp"
@@ -123,7 +126,104 @@ HWY_ATTR bool LimitGapped(const GappedRow<T>& row, const SampleLimits<T>& limits
     return LimitGappedInVectors<T, pastCache, mostLanes>(row, limits, out);
 }
 
+#if HWY_HAVE_SCALABLE
+inline constexpr std::size_t spreadBytes = SpreadPlan::blockBytes;
 #else
+inline constexpr std::size_t spreadBytes =
+    std::min<std::size_t>(HWY_LANES(std::uint8_t), SpreadPlan::mostBytes);
+#endif
+
+/// A vector whose blocks of 16 bytes are read from the given places.
+template <class D>
+HWY_INLINE hn::Vec<D> LoadBlocks(D d, const std::uint8_t* bytes, const std::uint8_t* places) {
+    if constexpr (hn::MaxLanes(d) <= SpreadPlan::blockBytes) {
+        return hn::LoadU(d, bytes + *places);
+    } else {
+        const hn::Half<D> half;
+        constexpr std::size_t blocks = hn::MaxLanes(half) / SpreadPlan::blockBytes;
+        return hn::Combine(d, LoadBlocks(half, bytes, places + blocks), LoadBlocks(half, bytes, places));
+    }
+}
+
+/// The bytes from a place on, of which a vector reads `reach`: a copy where so many do not follow.
+HWY_INLINE const std::uint8_t* WithRoom(const std::uint8_t* bytes, std::size_t follow, std::size_t reach,
+                                        std::uint8_t* copy) {
+    if (follow >= reach) return bytes;
+    std::memcpy(copy, bytes, follow);
+    return copy;
+}
+
+template <class T, bool pastCache, bool hasGaps>
+HWY_ATTR bool LimitSpreadInVectors(const GappedRow<T>& row, const SampleLimits<T>& limits,
+                                   T* HWY_RESTRICT out) {
+    const hn::CappedTag<T, spreadBytes / sizeof(T)> d;
+    const hn::Repartition<std::uint8_t, decltype(d)> d8;
+    constexpr std::size_t lastBlock = spreadBytes / SpreadPlan::blockBytes - 1;
+    const std::size_t lanes = hn::Lanes(d), outBands = row.bands + 1, count = row.pixels * outBands;
+    const std::size_t wholePixels = lanes / outBands, restSamples = lanes % outBands;
+    const auto* samples = reinterpret_cast<const std::uint8_t*>(row.samples);
+    const std::size_t bytes = row.pixels * row.bands * sizeof(T);
+    const auto zero = hn::Zero(d), largest = hn::Set(d, limits.largest), none = hn::Set(d, row.none);
+    const auto taken = hn::Set(d, limits.taken), other = hn::Set(d, limits.other);
+    const auto absent = hn::BitCast(d, hn::Set(d8, SpreadPlan::absent));
+    const auto greatest = hn::Set(d, std::numeric_limits<T>::max());
+    HWY_ALIGN std::uint8_t lastSamples[2 * SpreadPlan::mostBytes] = {},
+                                           lastValid[2 * SpreadPlan::mostBytes] = {};
+    std::size_t i = pastCache ? std::min(BeforeWhole(out, lanes), count) : 0;
+    std::size_t pixel = i / outBands, sample = i % outBands; // with which the next vector begins
+    bool isAtEnd = LimitSpreadSamples(row, 0, i, limits, out);
+    auto atEnd = hn::Ne(zero, zero); // nowhere
+    for (; i + lanes <= count; i += lanes) {
+        const SpreadPlan& plan = spreadPlans<T>.of[row.bands][sample];
+        const std::size_t at = (pixel * row.bands + sample) * sizeof(T);
+        const auto in = LoadBlocks(
+            d8,
+            WithRoom(samples + at, bytes - at, plan.blocks[lastBlock] + SpreadPlan::blockBytes, lastSamples),
+            plan.blocks);
+        const auto from = hn::LoadU(d8, plan.from);
+        const auto isLast = hn::Eq(hn::BitCast(d, from), absent);
+        const auto within = hn::Min(hn::BitCast(d, hn::TableLookupBytesOr0(in, from)), largest);
+        const auto limited = hn::IfThenElse(hn::Eq(within, taken), other, within);
+        auto isOut = isLast; // no sample with data
+        auto made = hn::IfThenElse(isLast, greatest, limited);
+        if constexpr (hasGaps) {
+            const auto valid =
+                LoadBlocks(d8,
+                           WithRoom(row.valid + pixel, row.pixels - pixel,
+                                    plan.blockPixels[lastBlock] + SpreadPlan::blockBytes, lastValid),
+                           plan.blockPixels);
+            const auto has = hn::BitCast(d, hn::TableLookupBytes(valid, hn::LoadU(d8, plan.pixels)));
+            const auto isGap = hn::Eq(has, zero);
+            isOut = hn::Or(isLast, isGap);
+            made = hn::IfThenElse(isGap, hn::IfThenElse(isLast, zero, none), made);
+        }
+        const auto isEnd = hn::Or(hn::Eq(limited, zero), hn::Eq(limited, largest));
+        atEnd = hn::Or(atEnd, hn::AndNot(isOut, isEnd));
+        if constexpr (pastCache)
+            hn::Stream(made, d, out + i);
+        else
+            hn::StoreU(made, d, out + i);
+        pixel += wholePixels;
+        sample += restSamples;
+        if (sample >= outBands) sample -= outBands, ++pixel;
+    }
+    isAtEnd = LimitSpreadSamples(row, i, count, limits, out) || isAtEnd;
+    return isAtEnd || !hn::AllFalse(d, atEnd);
+}
+
+template <class T, bool pastCache>
+HWY_ATTR bool LimitSpread(const GappedRow<T>& row, const SampleLimits<T>& limits, T* out) {
+    if (row.bands > SpreadPlan::mostBands || row.bands == 0) return LimitSpreadScalar(row, limits, out);
+    return row.valid ? LimitSpreadInVectors<T, pastCache, true>(row, limits, out)
+                     : LimitSpreadInVectors<T, pastCache, false>(row, limits, out);
+}
+
+#else
+
+template <class T, bool>
+bool LimitSpread(const GappedRow<T>& row, const SampleLimits<T>& limits, T* out) {
+    return LimitSpreadScalar(row, limits, out);
+}
 
 template <class T, bool>
 bool LimitGapped(const GappedRow<T>& row, const SampleLimits<T>& limits, T* out) {
@@ -134,8 +234,8 @@ bool LimitGapped(const GappedRow<T>& row, const SampleLimits<T>& limits, T* out)
 
 template <class T>
 LimitRows<T> Limit(bool pastCache) {
-    if (pastCache) return {&LimitInVectors<T, true>, &LimitGapped<T, true>};
-    return {&LimitInVectors<T, false>, &LimitGapped<T, false>};
+    if (pastCache) return {&LimitInVectors<T, true>, &LimitGapped<T, true>, &LimitSpread<T, true>};
+    return {&LimitInVectors<T, false>, &LimitGapped<T, false>, &LimitSpread<T, false>};
 }
 
 LimitRows<unsigned char> Limit8(bool pastCache) { return Limit<unsigned char>(pastCache); }
@@ -153,13 +253,15 @@ PANSHARP_EXPORT(Limit16);
 
 template <>
 LimitRows<unsigned char> LimitRowsFor(SimdTarget target, bool pastCache) {
-    return ForTarget(target, LimitRows<unsigned char>{&LimitRowScalar, &LimitGappedScalar},
+    return ForTarget(target,
+                     LimitRows<unsigned char>{&LimitRowScalar, &LimitGappedScalar, &LimitSpreadScalar},
                      HWY_DISPATCH_TABLE(Limit8), pastCache);
 }
 
 template <>
 LimitRows<unsigned short> LimitRowsFor(SimdTarget target, bool pastCache) {
-    return ForTarget(target, LimitRows<unsigned short>{&LimitRowScalar, &LimitGappedScalar},
+    return ForTarget(target,
+                     LimitRows<unsigned short>{&LimitRowScalar, &LimitGappedScalar, &LimitSpreadScalar},
                      HWY_DISPATCH_TABLE(Limit16), pastCache);
 }
 

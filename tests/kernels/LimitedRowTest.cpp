@@ -40,9 +40,11 @@ TYPED_TEST(LimitedRowTest, EveryTargetWritesTheScalarSamples) {
             }
 }
 
-// The same with gaps, for all numbers of bands and one more than vectors take. `valid` has exactly its size.
+// The same with gaps, for all numbers of bands and one more than vectors take, with and without a last band.
+// `valid` has exactly its size.
 TYPED_TEST(LimitedRowTest, EveryTargetLeavesOutTheSamePixels) {
     using T = TypeParam;
+    using Limit = bool (*)(const kernels::GappedRow<T>&, const SampleLimits<T>&, T*);
     const T greatest = std::numeric_limits<T>::max();
     std::mt19937 random(6);
     constexpr std::size_t room = 64;
@@ -50,21 +52,27 @@ TYPED_TEST(LimitedRowTest, EveryTargetLeavesOutTheSamePixels) {
         for (std::uint32_t bands = 1; bands <= 9; ++bands)
             for (std::size_t pixels = 0; pixels < 140; ++pixels) {
                 const SampleLimits<T> limits{greatest, static_cast<T>(pixels % 2 * 9), 8};
-                std::vector<T> samples(pixels * bands), expected(samples.size() + 2 * room, T{77});
-                std::vector<T> out = expected;
+                std::vector<T> samples(pixels * bands);
                 std::vector<unsigned char> valid(pixels);
                 for (unsigned char& has : valid)
                     has = static_cast<unsigned char>(random() % 3);
                 for (std::size_t i = 0; i < samples.size(); ++i) // at an end only where data are rare
                     samples[i] = valid[i / bands] == 0 ? T{0} : static_cast<T>(1 + random() % 190);
                 if (pixels % 5 == 1) samples[random() % samples.size()] = greatest;
-                const kernels::GappedRow<T> row{samples.data(), valid.data(), pixels, bands, T{5}};
+                kernels::GappedRow<T> row{samples.data(), valid.data(), pixels, bands, T{5}};
                 const std::size_t at = random() % room;
-                const bool isAtEnd = kernels::LimitGappedScalar(row, limits, expected.data() + at);
-                EXPECT_EQ(
-                    kernels::LimitRowsFor<T>(target, bands % 2 == 0).gapped(row, limits, out.data() + at),
-                    isAtEnd);
-                EXPECT_EQ(out, expected) << kernels::SimdTargetName(target) << ' ' << bands << ' ' << pixels;
+                const auto check = [&](Limit definition, Limit tried) {
+                    std::vector<T> expected((bands + 1) * pixels + 2 * room, T{77}), out = expected;
+                    const bool isAtEnd = definition(row, limits, expected.data() + at);
+                    EXPECT_EQ(tried(row, limits, out.data() + at), isAtEnd);
+                    EXPECT_EQ(out, expected)
+                        << kernels::SimdTargetName(target) << ' ' << bands << ' ' << pixels;
+                };
+                const kernels::LimitRows<T> rows = kernels::LimitRowsFor<T>(target, bands % 2 == pixels % 2);
+                check(&kernels::LimitGappedScalar<T>, rows.gapped);
+                check(&kernels::LimitSpreadScalar<T>, rows.spread);
+                row.valid = nullptr;
+                check(&kernels::LimitSpreadScalar<T>, rows.spread);
             }
 }
 
