@@ -171,6 +171,8 @@ bool WriteCog(const std::string& name, const TiffDirectory& main, const std::vec
         return false;
     }
     CogLayout layout = isBig ? CogLayout(main, levels, true) : std::move(classic);
+    // A new file: for one that was emptied, ext4 waits for the disk when the file is closed.
+    VSIUnlink(name.c_str());
     std::unique_ptr<VSILFILE, decltype(&VSIFCloseL)> file(VSIFOpenL(name.c_str(), "wb"), &VSIFCloseL);
     if (!file) return false;
     const std::vector<unsigned char> head = layout.Head();
