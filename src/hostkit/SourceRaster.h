@@ -1,5 +1,6 @@
 #pragma once
 
+#include "fundament/LargeBytes.h"
 #include "hostkit/ImageSource.h"
 #include "hostkit/RasterBase.h"
 
@@ -26,8 +27,7 @@ private:
     bool FindGaps(const PixelRect& wanted);
 
     ImageSource& image;
-    std::vector<unsigned char> buffer;
-    std::vector<unsigned char> valid;
+    KOVA::Tessara::Fundament::LargeBytes buffer, valid;
     bool hasGaps = false; ///< whether `valid` marks a pixel without data
     PixelRect loaded;     ///< what the buffer holds; empty when it holds nothing
 };

@@ -1,5 +1,7 @@
 #include "imagery/CollarSearch.h"
 
+#include "fundament/LargeBytes.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -83,7 +85,7 @@ CollarFinding FindCollar(hostkit::ImageSource& image, const std::function<bool()
     if (std::uint64_t{info.cols} * info.rows > mostPixels) return CollarFinding::TooLarge;
     const std::size_t rowBytes = info.cols * hostkit::PixelBytes(info);
     const auto blockRows = static_cast<std::uint32_t>(std::max<std::size_t>(blockBytes / rowBytes, 1));
-    std::vector<unsigned char> samples(rowBytes * std::min(blockRows, info.rows));
+    KOVA::Tessara::Fundament::LargeBytes samples(rowBytes * std::min(blockRows, info.rows));
     ZeroCollar::Finder finder(info.cols, hostkit::PixelBytes(info));
     for (std::uint32_t row = 0, end = 0; row < info.rows; row = end) {
         if (keepOn && !keepOn()) return CollarFinding::Cancelled;

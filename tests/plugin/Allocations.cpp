@@ -39,6 +39,20 @@ void operator delete(void* block) noexcept {
 
 void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
 
+#ifndef _WIN32 // where large buffers are not aligned
+void* operator new(std::size_t size, std::align_val_t alignment) {
+    const auto unit = static_cast<std::size_t>(alignment);
+    void* block = Fails(__builtin_return_address(0))
+                      ? nullptr
+                      : std::aligned_alloc(unit, (size + unit - 1) / unit * unit);
+    if (!block) throw std::bad_alloc();
+    ++live;
+    return block;
+}
+
+void operator delete(void* block, std::align_val_t) noexcept { operator delete(block); }
+#endif
+
 namespace allocations {
 
 long Live() { return live; }

@@ -23,24 +23,19 @@ using KOVA::Tessara::Fundament::FormatString;
 
 void LevelRows::Append(std::uint32_t count) {
     const std::size_t held = At(end);
-    if (held + count > capacity) {
+    if ((held + count) * columns > valid.size()) {
         const std::size_t room = std::max<std::size_t>(held + count, expected);
-        std::unique_ptr<unsigned char[]> moreSamples(new unsigned char[room * GetRowBytes()]);
-        std::unique_ptr<unsigned char[]> moreValid(new unsigned char[room * columns]);
-        if (held > 0) std::memcpy(moreSamples.get(), samples.get(), held * GetRowBytes());
-        if (held > 0) std::memcpy(moreValid.get(), valid.get(), held * columns);
-        samples = std::move(moreSamples);
-        valid = std::move(moreValid);
-        capacity = static_cast<std::uint32_t>(room);
+        samples.resize(room * GetRowBytes());
+        valid.resize(room * columns);
     }
-    std::memset(valid.get() + held * columns, 0xFF, std::size_t{count} * columns);
+    std::memset(GetValid(end), 0xFF, std::size_t{count} * columns);
     end += count;
 }
 
 void LevelRows::DropBefore(std::uint32_t row) {
     if (row <= first) return;
-    std::memmove(samples.get(), GetSamples(row), (end - row) * GetRowBytes());
-    std::memmove(valid.get(), GetValid(row), std::size_t{end - row} * columns);
+    std::memmove(samples.data(), GetSamples(row), (end - row) * GetRowBytes());
+    std::memmove(valid.data(), GetValid(row), std::size_t{end - row} * columns);
     first = row;
 }
 

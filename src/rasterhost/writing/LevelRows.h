@@ -1,8 +1,9 @@
 #pragma once
 
+#include "fundament/LargeBytes.h"
+
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <optional>
 
 namespace rasterhost {
@@ -33,9 +34,9 @@ public:
 
     /// A row that is held. Its mask has a byte per pixel, 0 without data, if there is no value for no data.
     [[nodiscard]] unsigned char* GetSamples(std::uint32_t row) {
-        return samples.get() + At(row) * GetRowBytes();
+        return samples.data() + At(row) * GetRowBytes();
     }
-    [[nodiscard]] unsigned char* GetValid(std::uint32_t row) { return valid.get() + At(row) * columns; }
+    [[nodiscard]] unsigned char* GetValid(std::uint32_t row) { return valid.data() + At(row) * columns; }
     /// Adds rows with undefined samples; all pixels count as having data.
     void Append(std::uint32_t count);
     /// Drops the rows above.
@@ -50,9 +51,7 @@ private:
     std::uint32_t expected = 0; ///< number of rows expected to be held
     std::uint32_t first = 0;
     std::uint32_t end = 0;
-    std::uint32_t capacity = 0; ///< in rows
-    std::unique_ptr<unsigned char[]> samples;
-    std::unique_ptr<unsigned char[]> valid;
+    KOVA::Tessara::Fundament::LargeBytes samples, valid;
 };
 
 /// How many rows of an overview can be made from the rows so far of the finer image.

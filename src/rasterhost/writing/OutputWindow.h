@@ -1,5 +1,6 @@
 #pragma once
 
+#include "fundament/LargeBytes.h"
 #include "imagery/OutputRow.h"
 #include "rasterhost/writing/OutputMask.h"
 #include "rasterhost/writing/TilePacker.h"
@@ -55,7 +56,7 @@ private:
     std::uint32_t rows = 0;
     std::uint32_t added = 0; ///< rows added so far
     std::size_t mostBytes = 0;
-    std::vector<unsigned char> samples;
+    KOVA::Tessara::Fundament::LargeBytes samples;
     PackedTiles packed;
     OutputMask mask;
     imagery::LimitTally tally;
