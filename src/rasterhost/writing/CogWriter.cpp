@@ -81,14 +81,10 @@ bool CogWriter::Pack(std::uint32_t rowCount, const unsigned char* tiles, PackedT
 }
 
 bool CogWriter::Spool(const unsigned char* tiles, std::size_t count, PackedTiles& packed, std::size_t level) {
+    if (packer->Compresses()) return spool.Add(packed, places[level].tiles);
     const std::size_t bytes = packer->GetForm().GetBytes();
-    for (std::size_t tile = 0; tile < count; ++tile) {
-        const bool isAdded = packer->Compresses()
-                                 ? spool.Add(std::move(packed[tile]), places[level].tiles)
-                                 : spool.Add(tiles + tile * bytes, bytes, places[level].tiles);
-        if (!isAdded) return false;
-    }
-    PackedTiles().swap(packed); // a waiting window does not need them
+    for (std::size_t tile = 0; tile < count; ++tile)
+        if (!spool.Add(tiles + tile * bytes, bytes, places[level].tiles)) return false;
     return true;
 }
 
@@ -198,8 +194,7 @@ bool CogWriter::AddMask(const OutputMask& mask, std::size_t number) {
             }
         }
         if (!maskPacker.Pack(tiles, tileRow.data(), packedRow)) return false;
-        for (std::vector<unsigned char>& tile : packedRow)
-            if (!spool.Add(std::move(tile), level.maskTiles)) return false;
+        if (!spool.Add(packedRow, level.maskTiles)) return false;
     }
     return true;
 }

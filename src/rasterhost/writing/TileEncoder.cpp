@@ -12,10 +12,11 @@ constexpr std::uint32_t tilesOfAFile = 1024;
 
 } // namespace
 
-/// What libtiff sees as a file: tiles stacked in a column. The bytes of a tile go to `target`; everything
-/// else, such as the header and the final directory, is discarded.
+/// What libtiff sees as a file: tiles stacked in a column. The bytes of a tile are kept; everything else,
+/// such as the header and the final directory, is discarded.
 struct TileEncoder::Sink {
-    std::vector<unsigned char>* target = nullptr;
+    std::vector<unsigned char> tile;
+    bool isTile = false;
     toff_t position = 0;
     toff_t size = 0;
 
@@ -25,10 +26,7 @@ struct TileEncoder::Sink {
         Sink& sink = Of(handle);
         const auto* bytes = static_cast<const unsigned char*>(data);
         try {
-            if (sink.target) {
-                sink.target->reserve(sink.target->size() + static_cast<std::size_t>(count)); // exactly
-                sink.target->insert(sink.target->end(), bytes, bytes + count);
-            }
+            if (sink.isTile) sink.tile.insert(sink.tile.end(), bytes, bytes + count);
         } catch (const std::bad_alloc&) {
             return 0; // no exception may pass through libtiff
         }
@@ -73,17 +71,17 @@ void TileEncoder::Open() {
     if (form.levelTag > 0) TIFFSetField(file, form.levelTag, form.level);
 }
 
-bool TileEncoder::Encode(const unsigned char* tile, std::vector<unsigned char>& encoded) {
+const std::vector<unsigned char>* TileEncoder::Encode(const unsigned char* tile) {
     if (next == tilesOfAFile) Close();
     if (!file) Open();
-    if (!file) return false;
-    encoded.clear();
-    sink->target = &encoded;
+    if (!file) return nullptr;
+    sink->tile.clear();
+    sink->isTile = true;
     const auto bytes = static_cast<tmsize_t>(form.GetBytes());
     const bool isEncoded =
         TIFFWriteEncodedTile(file, next++, const_cast<unsigned char*>(tile), bytes) == bytes;
-    sink->target = nullptr;
-    return isEncoded;
+    sink->isTile = false;
+    return isEncoded ? &sink->tile : nullptr;
 }
 
 } // namespace rasterhost

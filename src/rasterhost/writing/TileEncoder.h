@@ -33,9 +33,9 @@ public:
     TileEncoder& operator=(const TileEncoder&) = delete;
     ~TileEncoder();
 
-    /// `tile` has the size of the form. False when memory runs out or the codec fails; libtiff's error
-    /// handler is called.
-    [[nodiscard]] bool Encode(const unsigned char* tile, std::vector<unsigned char>& encoded);
+    /// `tile` has the size of the form. The result is valid until the next call. Null when memory runs out
+    /// or the codec fails; libtiff's error handler is called.
+    [[nodiscard]] const std::vector<unsigned char>* Encode(const unsigned char* tile);
 
 private:
     struct Sink;

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <mutex>
 
 namespace rasterhost {
 
@@ -53,14 +54,24 @@ std::size_t TilePacker::CountTiles(std::uint32_t columns, std::uint32_t rows) co
 
 bool TilePacker::Pack(std::size_t count, const unsigned char* tiles, PackedTiles& packed) const {
     if (!Compresses()) return true;
-    packed.resize(count);
+    packed.bytes.clear();
+    packed.bytes.reserve(count * form.GetBytes()); // what is not used is never touched
+    packed.places.resize(count);
+    std::mutex adding;
     std::atomic<bool> isPacked = true;
     oneapi::tbb::this_task_arena::isolate([&] {
         oneapi::tbb::parallel_for(std::size_t{0}, count, [&](std::size_t tile) {
             const GdalErrors silence; // on the current thread
             std::unique_ptr<TileEncoder>& encoder = encoders.local();
             if (!encoder) encoder = std::make_unique<TileEncoder>(form);
-            if (!encoder->Encode(tiles + tile * form.GetBytes(), packed[tile])) isPacked = false;
+            const auto* encoded = encoder->Encode(tiles + tile * form.GetBytes());
+            if (!encoded) {
+                isPacked = false;
+                return;
+            }
+            const std::scoped_lock lock(adding);
+            packed.places[tile] = {packed.bytes.size(), encoded->size()};
+            packed.bytes.insert(packed.bytes.end(), encoded->begin(), encoded->end());
         });
     });
     return isPacked;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "fundament/LargeBytes.h"
 #include "rasterhost/writing/TileEncoder.h"
 
 #include <oneapi/tbb/enumerable_thread_specific.h>
@@ -12,8 +13,14 @@ class CPLStringList;
 
 namespace rasterhost {
 
-/// The compressed tiles of a window, along rows of tiles. Empty when the file stores tiles uncompressed.
-using PackedTiles = std::vector<std::vector<unsigned char>>;
+/// The compressed tiles of a window. Empty when the file stores tiles uncompressed.
+struct PackedTiles {
+    struct Place {
+        std::size_t offset, size;
+    };
+    KOVA::Tessara::Fundament::LargeBytes bytes; ///< of the tiles, in any order
+    std::vector<Place> places;                  ///< in `bytes`; along rows of tiles
+};
 
 /// A lossless compression.
 struct TileCodec {

@@ -10,16 +10,25 @@ TileSpool::~TileSpool() {
     VSIUnlink(name.c_str());
 }
 
-bool TileSpool::Add(std::vector<unsigned char>&& tile, std::vector<TilePlace>& places) {
-    if (bytesHeld + tile.size() > most) return Write(tile.data(), tile.size(), places);
-    bytesHeld += tile.size();
-    places.push_back({0, static_cast<std::uint32_t>(tile.size()), std::move(tile)});
+bool TileSpool::Add(PackedTiles& window, std::vector<TilePlace>& places) {
+    const bool isHeld = bytesHeld + window.bytes.size() <= most;
+    for (const PackedTiles::Place& tile : window.places) {
+        const unsigned char* bytes = window.bytes.data() + tile.offset;
+        if (isHeld)
+            places.push_back({0, static_cast<std::uint32_t>(tile.size), bytes});
+        else if (!Write(bytes, tile.size, places))
+            return false;
+    }
+    if (!isHeld) return true;
+    bytesHeld += window.bytes.size();
+    blocks.push_back(std::exchange(window.bytes, {}));
     return true;
 }
 
 bool TileSpool::Add(const unsigned char* tile, std::size_t bytes, std::vector<TilePlace>& places) {
-    const bool isHeld = bytesHeld + bytes <= most;
-    return isHeld ? Add(std::vector<unsigned char>(tile, tile + bytes), places) : Write(tile, bytes, places);
+    if (bytesHeld + bytes > most) return Write(tile, bytes, places);
+    PackedTiles copy{{tile, tile + bytes}, {{0, bytes}}};
+    return Add(copy, places);
 }
 
 bool TileSpool::Write(const unsigned char* tile, std::size_t bytes, std::vector<TilePlace>& places) {
@@ -31,7 +40,7 @@ bool TileSpool::Write(const unsigned char* tile, std::size_t bytes, std::vector<
 }
 
 const unsigned char* TileSpool::Get(const TilePlace& place, std::vector<unsigned char>& room) {
-    if (!place.held.empty()) return place.held.data();
+    if (place.held) return place.held;
     room.resize(place.bytes);
     return VSIFSeekL(file, place.offset, SEEK_SET) == 0 &&
                    VSIFReadL(room.data(), 1, place.bytes, file) == place.bytes

@@ -15,7 +15,7 @@ namespace rasterhost {
 struct TilePlace {
     std::uint64_t offset = 0;
     std::uint32_t bytes = 0;
-    std::vector<unsigned char> held = {};
+    const unsigned char* held = nullptr; ///< its bytes, in memory of the spool
 };
 
 /// Holds tiles that wait for their place in the output: the first ones in memory, the others in a file that
@@ -34,8 +34,8 @@ public:
     /// Adds a copy of a tile of `bytes` bytes, and appends its place to `places`. False when it cannot be
     /// written.
     [[nodiscard]] bool Add(const unsigned char* tile, std::size_t bytes, std::vector<TilePlace>& places);
-    /// The same, without a copy: the spool may take the memory of the tile.
-    [[nodiscard]] bool Add(std::vector<unsigned char>&& tile, std::vector<TilePlace>& places);
+    /// The same for the tiles of a window, without a copy: the spool may take their memory.
+    [[nodiscard]] bool Add(PackedTiles& window, std::vector<TilePlace>& places);
     /// The bytes of a tile, in `room` if it was in the file. Null when it cannot be read.
     [[nodiscard]] const unsigned char* Get(const TilePlace& place, std::vector<unsigned char>& room);
 
@@ -45,6 +45,7 @@ private:
     const std::string name;
     const std::uint64_t most;
     VSILFILE* file = nullptr;
+    std::vector<KOVA::Tessara::Fundament::LargeBytes> blocks; ///< that tiles are held in
     std::uint64_t bytesHeld = 0;
     std::uint64_t bytesWritten = 0;
 };

@@ -74,9 +74,10 @@ bool TileWriter::Write(std::uint32_t firstRow, std::uint32_t rowCount, unsigned 
     std::size_t tile = 0;
     for (std::uint32_t row = 0; row < rowCount; row += form.rows)
         for (std::uint32_t column = 0; column < columns; column += form.columns, ++tile) {
+            const bool isPacked = packer->Compresses();
             unsigned char* bytes =
-                packer->Compresses() ? packed[tile].data() : tiles + tile * form.GetBytes();
-            const std::size_t size = packer->Compresses() ? packed[tile].size() : form.GetBytes();
+                isPacked ? packed.bytes.data() + packed.places[tile].offset : tiles + tile * form.GetBytes();
+            const std::size_t size = isPacked ? packed.places[tile].size : form.GetBytes();
             const std::uint32_t number = TIFFComputeTile(file, column, firstRow + row, 0, 0);
             if (TIFFWriteRawTile(file, number, bytes, static_cast<tmsize_t>(size)) < 0) return false;
         }
