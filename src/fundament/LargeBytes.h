@@ -19,7 +19,7 @@ struct LargeAllocator {
 
     LargeAllocator() = default;
     template <class Other>
-    LargeAllocator(const LargeAllocator<Other>&) noexcept {}
+    explicit LargeAllocator(const LargeAllocator<Other>&) noexcept {}
 
     [[nodiscard]] T* allocate(std::size_t count) { return static_cast<T*>(AllocateLarge(count * sizeof(T))); }
     void deallocate(T* memory, std::size_t count) noexcept { FreeLarge(memory, count * sizeof(T)); }
