@@ -4,6 +4,7 @@
 #include "imagery/NoDataValue.h"
 #include "rasterhost/reading/FileState.h"
 #include "rasterhost/reading/NetworkFile.h"
+#include "rasterhost/reading/PlainTiff.h"
 #include "rasterhost/requests/GdalErrors.h"
 
 #include <gdal_priv.h>
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <numeric>
 
 namespace rasterhost {
 
@@ -65,6 +67,11 @@ bool BandReader::ReadBands(const PixelRect& rect, std::size_t first, std::size_t
     std::vector<int> numbers;
     for (std::size_t band = first; band < end; ++band)
         numbers.push_back(bands[band].number);
+    if (PlainTiff* plain = handles[first].plain; plain && plain->GetBands() == bands.size()) {
+        std::vector<int> all(bands.size());
+        std::iota(all.begin(), all.end(), 1);
+        if (numbers == all && plain->Read(rect, out)) return true;
+    }
     const GdalErrors errors;
     CPLErr result = CE_None;
     if (GDALDataset* dataset = handles[first].dataset)

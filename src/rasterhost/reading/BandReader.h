@@ -12,11 +12,14 @@ class GDALRasterBand;
 
 namespace rasterhost {
 
+class PlainTiff;
+
 /// The handles that a band is read by, of an open file.
 struct BandHandles {
     GDALDataset* dataset = nullptr; ///< null for an overview
     GDALRasterBand* band = nullptr;
     GDALRasterBand* mask = nullptr; ///< 0 for no data: a mask band or transparency; may be null
+    PlainTiff* plain = nullptr;     ///< of the dataset, to read it without GDAL; may be null
 };
 
 /// Reads bands of one size together. One thread may use it at a time.

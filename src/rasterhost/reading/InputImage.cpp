@@ -71,7 +71,7 @@ bool InputImage::FindHandles(Status& status) {
                                : source.mask == MaskKind::Transparency
                                    ? dataset.GetRasterBand(source.transparency)
                                    : nullptr;
-        handles.push_back({&dataset, band, mask});
+        handles.push_back({&dataset, band, mask, file->plain.get()});
     }
     return true;
 }
@@ -107,7 +107,8 @@ GDALDataset* InputImage::OpenFile(const std::string& name, const char* role, Sta
              name.c_str(), errors.Reason().c_str());
         return nullptr;
     }
-    files.push_back({name, std::shared_ptr<GDALDataset>(dataset, GDALClose)});
+    files.push_back(
+        {name, std::shared_ptr<GDALDataset>(dataset, GDALClose), PlainTiff::Open(name, *dataset)});
     return dataset;
 }
 

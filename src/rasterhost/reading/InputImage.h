@@ -4,6 +4,7 @@
 #include "rasterhost/reading/BandReader.h"
 #include "rasterhost/reading/FetchedBytes.h"
 #include "rasterhost/reading/ImageDescription.h"
+#include "rasterhost/reading/PlainTiff.h"
 #include "rasterhost/requests/HostStatus.h"
 #include "rasterhost/requests/Requests.h"
 
@@ -80,6 +81,7 @@ private:
     struct OpenFileEntry {
         std::string name;
         std::shared_ptr<GDALDataset> dataset;
+        std::shared_ptr<PlainTiff> plain; ///< null when the file stores samples in another form
     };
 
     std::shared_ptr<const ImageDescription> description;
