@@ -139,35 +139,54 @@ void ClearNoData(const T* samples, const std::vector<SourceBand>& bands, std::si
                                 valid);
 }
 
+/// Clears the bytes of pixels that another mask leaves out.
+void ClearMasked(const unsigned char* mask, std::size_t pixels, unsigned char* valid) {
+    std::transform(mask, mask + pixels, valid, valid, [](unsigned char has, unsigned char other) {
+        return has == 0 ? static_cast<unsigned char>(0) : other;
+    });
+}
+
 } // namespace
+
+bool BandReader::ReadMask(const PixelRect& rect, const SourceBand& source, GDALRasterBand& mask,
+                          unsigned char* out, Status& status) {
+    const GdalErrors errors;
+    const auto columns = static_cast<int>(rect.GetColumns());
+    const auto rows = static_cast<int>(rect.GetRows());
+    return (mask.RasterIO(GF_Read, static_cast<int>(rect.col0), static_cast<int>(rect.row0), columns, rows,
+                          out, columns, rows, GDT_Byte, 0, 0, nullptr) == CE_None &&
+            !errors.HasFailed()) ||
+           FailToRead(rect, "the mask of ", source, mask, errors, status);
+}
 
 bool BandReader::ReadValid(const PixelRect& rect, const unsigned char* samples, unsigned char* valid,
                            Status& status) const {
     const std::size_t pixels = std::size_t{rect.GetColumns()} * rect.GetRows();
-    constexpr std::size_t mostAtOnce = 16384; // stay in the processor's cache
-    for (std::size_t first = 0; first < pixels; first += mostAtOnce) {
-        const std::size_t count = std::min(mostAtOnce, pixels - first);
-        std::fill_n(valid + first, count, static_cast<unsigned char>(0xFF));
-        if (bits == 8)
-            ClearNoData(samples + first * bands.size(), bands, count, valid + first);
-        else
-            ClearNoData(reinterpret_cast<const unsigned short*>(samples) + first * bands.size(), bands, count,
-                        valid + first);
-    }
     std::map<GDALRasterBand*, const SourceBand*> masks;
     for (std::size_t band = 0; band < bands.size(); ++band)
         if (handles[band].mask) masks.emplace(handles[band].mask, &bands[band]);
-    std::vector<unsigned char> mask(masks.empty() ? 0 : pixels);
+    // The first is read in place.
+    std::vector<unsigned char> other(masks.size() > 1 ? pixels : 0);
+    unsigned char* mask = valid;
     for (const auto& [band, source] : masks) {
-        const GdalErrors errors;
-        const auto columns = static_cast<int>(rect.GetColumns());
-        const auto rows = static_cast<int>(rect.GetRows());
-        if (band->RasterIO(GF_Read, static_cast<int>(rect.col0), static_cast<int>(rect.row0), columns, rows,
-                           mask.data(), columns, rows, GDT_Byte, 0, 0, nullptr) != CE_None ||
-            errors.HasFailed())
-            return FailToRead(rect, "the mask of ", *source, *band, errors, status);
-        for (std::size_t i = 0; i < pixels; ++i)
-            if (mask[i] == 0) valid[i] = 0;
+        if (!ReadMask(rect, *source, *band, mask, status)) return false;
+        if (mask != valid) ClearMasked(mask, pixels, valid);
+        mask = other.data();
+    }
+    constexpr std::size_t mostAtOnce = 16384; // stay in the processor's cache
+    for (std::size_t first = 0; first < pixels; first += mostAtOnce) {
+        const std::size_t count = std::min(mostAtOnce, pixels - first);
+        unsigned char* has = valid + first;
+        if (masks.empty())
+            std::fill_n(has, count, static_cast<unsigned char>(0xFF));
+        else
+            std::transform(has, has + count, has,
+                           [](unsigned char v) { return static_cast<unsigned char>(v == 0 ? 0 : 0xFF); });
+        if (bits == 8)
+            ClearNoData(samples + first * bands.size(), bands, count, has);
+        else
+            ClearNoData(reinterpret_cast<const unsigned short*>(samples) + first * bands.size(), bands, count,
+                        has);
     }
     return true;
 }

@@ -41,6 +41,8 @@ private:
                    Status& status) const;
     bool ReadScaled(const hostkit::PixelRect& rect, std::size_t band, unsigned char* out,
                     Status& status) const;
+    static bool ReadMask(const hostkit::PixelRect& rect, const SourceBand& source, GDALRasterBand& mask,
+                         unsigned char* out, Status& status);
     bool CheckSigns(const hostkit::PixelRect& rect, std::size_t first, std::size_t end,
                     const unsigned char* samples, Status& status) const;
 
