@@ -1,28 +1,60 @@
 #include "imagery/ZeroCollar.h"
 
 #include <algorithm>
+#include <cstring>
+#include <tuple>
 
 namespace imagery {
 
+namespace {
+
+/// The first byte that is not 0.
+const unsigned char* SkipZeros(const unsigned char* at, const unsigned char* end) {
+    std::uint64_t words[8];
+    for (; static_cast<std::size_t>(end - at) >= sizeof words; at += sizeof words) {
+        std::memcpy(words, at, sizeof words);
+        std::uint64_t any = 0; // all words at once, so that the compiler makes vectors
+        for (const std::uint64_t word : words)
+            any |= word;
+        if (any != 0) break;
+    }
+    return std::find_if(at, end, [](unsigned char byte) { return byte != 0; });
+}
+
+} // namespace
+
+/// The first run of zeros from a column on: its first and end column, both `columns` if there is none.
+std::pair<std::uint32_t, std::uint32_t> ZeroCollar::Finder::NextRun(const unsigned char* samples,
+                                                                    std::uint32_t column) const {
+    const unsigned char* end = samples + columns * pixelBytes;
+    const auto pixelAt = [&](const void* byte) {
+        return static_cast<std::uint32_t>(
+            static_cast<std::size_t>(static_cast<const unsigned char*>(byte) - samples) / pixelBytes);
+    };
+    while (column < columns) {
+        const unsigned char* at = samples + column * pixelBytes;
+        const void* zero = std::memchr(at, 0, static_cast<std::size_t>(end - at));
+        if (!zero) break;
+        column = pixelAt(zero);
+        const std::uint32_t runEnd = pixelAt(SkipZeros(samples + column * pixelBytes, end));
+        if (runEnd > column) return {column, runEnd};
+        ++column;
+    }
+    return {columns, columns};
+}
+
 void ZeroCollar::Finder::AddRow(const unsigned char* samples) {
     const bool isFirstRow = rowStarts.empty();
-    const auto isZero = [&](std::uint32_t column) {
-        const unsigned char* pixel = samples + column * pixelBytes;
-        return std::all_of(pixel, pixel + pixelBytes, [](unsigned char byte) { return byte == 0; });
-    };
     std::size_t above = isFirstRow ? 0 : rowStarts.back();
     const std::size_t aboveEnd = runs.size();
     rowStarts.push_back(runs.size());
-    for (std::uint32_t column = 0; column < columns; ++column) {
-        if (!isZero(column)) continue;
-        const std::uint32_t first = column;
-        while (column < columns && isZero(column))
-            ++column;
+    for (auto [first, end] = NextRun(samples, 0); first < columns;
+         std::tie(first, end) = NextRun(samples, end)) {
         const auto number = static_cast<std::uint32_t>(runs.size());
-        runs.push_back({first, column, number, isFirstRow || first == 0 || column == columns});
+        runs.push_back({first, end, number, isFirstRow || first == 0 || end == columns});
         while (above < aboveEnd && runs[above].end <= first)
             ++above;
-        for (std::size_t other = above; other < aboveEnd && runs[other].first < column; ++other)
+        for (std::size_t other = above; other < aboveEnd && runs[other].first < end; ++other)
             Join(static_cast<std::uint32_t>(other), number);
     }
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace imagery {
@@ -28,6 +29,8 @@ public:
     private:
         static constexpr std::size_t mostRuns = std::size_t{8} << 20;
 
+        [[nodiscard]] std::pair<std::uint32_t, std::uint32_t> NextRun(const unsigned char* samples,
+                                                                      std::uint32_t column) const;
         std::uint32_t Root(std::uint32_t run);
         void Join(std::uint32_t a, std::uint32_t b);
 
