@@ -181,18 +181,9 @@ bool CogWriter::AddMask(const OutputMask& mask, std::size_t number) {
     const TilePacker maskPacker(form);
     CogLevel& level = places[number];
     const std::size_t tiles = maskPacker.CountTiles(level.columns, 1);
-    std::vector<unsigned char> valid(level.columns);
+    tileRow.resize(tiles * form.GetBytes());
     for (std::uint32_t top = 0; top < level.rows; top += form.rows) {
-        tileRow.assign(tiles * form.GetBytes(), 0);
-        for (std::uint32_t row = top; row < std::min(top + form.rows, level.rows); ++row) {
-            mask.ExpandRow(row, valid.data());
-            for (std::uint32_t column = 0; column < level.columns; ++column) {
-                const std::uint32_t inTile = column % form.columns;
-                unsigned char* bits = tileRow.data() + column / form.columns * form.GetBytes() +
-                                      (row - top) * form.GetRowBytes();
-                if (valid[column]) bits[inTile / 8] |= static_cast<unsigned char>(0x80u >> (inTile % 8));
-            }
-        }
+        mask.MakeTiles(top, form, tileRow.data());
         if (!maskPacker.Pack(tiles, tileRow.data(), packedRow)) return false;
         if (!spool.Add(packedRow, level.maskTiles)) return false;
     }

@@ -4,6 +4,7 @@
 #include "rasterhost/requests/CacheLimit.h"
 #include "rasterhost/requests/GdalErrors.h"
 #include "rasterhost/writing/CogWriter.h"
+#include "rasterhost/writing/MaskWriter.h"
 #include "rasterhost/writing/Picture.h"
 #include "rasterhost/writing/TileWriter.h"
 
@@ -131,8 +132,16 @@ bool OutputFile::AddMask(Status& status) {
     const GdalErrors errors;
     const CPLConfigOptionSetter inside("GDAL_TIFF_INTERNAL_MASK", "YES", false);
     GDALDatasetUniquePtr made(GDALDataset::Open(writtenFile.c_str(), GDAL_OF_RASTER | GDAL_OF_UPDATE));
-    const bool isMade = made && made->CreateMaskBand(GMF_PER_DATASET) == CE_None &&
-                        mask.Write(*made->GetRasterBand(1)->GetMaskBand());
+    bool isMade = made && made->CreateMaskBand(GMF_PER_DATASET) == CE_None;
+    // Tiles were written here too, so libtiff can open the file.
+    if (isMade && plan.layout.tileColumns > 0) {
+        made.reset();
+        if (const auto writer = MaskWriter::Open(writtenFile))
+            return (writer->Write(mask) && !errors.HasFailed()) || FailToComplete(errors.Reason(), status);
+        made.reset(GDALDataset::Open(writtenFile.c_str(), GDAL_OF_RASTER | GDAL_OF_UPDATE));
+        isMade = made != nullptr;
+    }
+    isMade = isMade && mask.Write(*made->GetRasterBand(1)->GetMaskBand());
     made.reset();
     return (isMade && !errors.HasFailed()) || FailToComplete(errors.Reason(), status);
 }

@@ -5,6 +5,7 @@
 #include <gdal_priv.h>
 
 #include <algorithm>
+#include <array>
 #include <bit>
 
 namespace rasterhost {
@@ -66,6 +67,61 @@ void OutputMask::ExpandRow(std::size_t row, unsigned char* valid) const {
     }
     for (std::size_t run = start; run < end; run += 2)
         std::fill(valid + words[run], valid + words[run + 1], static_cast<unsigned char>(0));
+}
+
+namespace {
+
+constexpr std::array<unsigned char, 256> MakeReversed() {
+    std::array<unsigned char, 256> reversed{};
+    for (unsigned byte = 0; byte < 256; ++byte)
+        for (unsigned bit = 0; bit < 8; ++bit)
+            if ((byte >> bit & 1u) != 0) reversed[byte] |= static_cast<unsigned char>(0x80u >> bit);
+    return reversed;
+}
+
+/// Clears the bits of a run of pixels.
+void ClearBits(std::size_t first, std::size_t end, unsigned char* bits) {
+    const auto before = [](std::size_t column) { return static_cast<unsigned char>(~(0xFFu >> column % 8)); };
+    unsigned char *from = bits + first / 8, *to = bits + end / 8;
+    const unsigned char kept = before(first), keptAfter = static_cast<unsigned char>(~before(end));
+    if (from == to) {
+        *from &= static_cast<unsigned char>(kept | keptAfter);
+        return;
+    }
+    *from &= kept;
+    std::fill(from + 1, to, static_cast<unsigned char>(0));
+    if (keptAfter != 0xFF) *to &= keptAfter;
+}
+
+} // namespace
+
+/// Writes as many bytes as hold the row's pixels, the first in a byte's highest bit.
+void OutputMask::ExpandBits(std::size_t row, unsigned char* rowBits) const {
+    static constexpr std::array<unsigned char, 256> reversed = MakeReversed();
+    const std::size_t start = rowStarts[row], end = rowStarts[row + 1];
+    std::fill_n(rowBits, (columns + 7) / 8, static_cast<unsigned char>(0xFF));
+    if (end - start == CountBitWords())
+        for (std::size_t byte = 0; byte < (columns + 7) / 8; ++byte)
+            rowBits[byte] =
+                static_cast<unsigned char>(~reversed[words[start + byte / 4] >> (byte % 4 * 8) & 0xFFu]);
+    else
+        for (std::size_t run = start; run < end; run += 2)
+            ClearBits(words[run], words[run + 1], rowBits);
+    if (columns % 8 != 0) rowBits[columns / 8] &= static_cast<unsigned char>(~(0xFFu >> columns % 8));
+}
+
+void OutputMask::MakeTiles(std::size_t top, const TileForm& form, unsigned char* tiles) const {
+    const std::size_t across = (columns - 1) / form.columns + 1, bytes = form.GetRowBytes();
+    const std::size_t count = std::min<std::size_t>(form.rows, rowStarts.size() - 1 - top);
+    std::vector<unsigned char> row(across * bytes);
+    for (std::size_t i = 0; i < count; ++i) {
+        ExpandBits(top + i, row.data());
+        for (std::size_t tile = 0; tile < across; ++tile)
+            std::copy_n(row.data() + tile * bytes, bytes, tiles + tile * form.GetBytes() + i * bytes);
+    }
+    for (std::size_t tile = 0; tile < across; ++tile)
+        std::fill_n(tiles + tile * form.GetBytes() + count * bytes, (form.rows - count) * bytes,
+                    static_cast<unsigned char>(0));
 }
 
 bool OutputMask::Write(GDALRasterBand& band) const {

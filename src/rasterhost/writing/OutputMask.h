@@ -1,5 +1,7 @@
 #pragma once
 
+#include "rasterhost/writing/TileEncoder.h"
+
 #include <cstdint>
 #include <vector>
 
@@ -22,12 +24,16 @@ public:
     [[nodiscard]] std::uint64_t GetPixelsWithoutData() const { return pixelsWithoutData; }
     /// Writes the mask of a row: 255 with data, 0 without.
     void ExpandRow(std::size_t row, unsigned char* valid) const;
+    /// Writes a row of tiles of one bit per pixel, one after another: 1 with data, 0 without and outside the
+    /// image. `top` is the first row; a tile's columns are a multiple of 8.
+    void MakeTiles(std::size_t top, const TileForm& form, unsigned char* tiles) const;
     /// Writes all rows as a mask band: 255 with data, 0 without. False when GDAL fails.
     [[nodiscard]] bool Write(GDALRasterBand& band) const;
 
 private:
     [[nodiscard]] std::size_t CountBitWords() const;
     void AddRuns();
+    void ExpandBits(std::size_t row, unsigned char* rowBits) const;
 
     std::uint32_t columns;
     std::uint64_t pixelsWithoutData = 0;
