@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <set>
 
 namespace rasterhost {
 
@@ -17,7 +18,11 @@ std::string ImageDescription::GetName() const {
 }
 
 std::uint64_t ImageDescription::GetBlockRowBytes() const {
-    return std::uint64_t{info.cols} * bands.front().blockRows * hostkit::PixelBytes(info);
+    std::set<std::string> masked; // a file has one mask, which takes at most as much as a band
+    for (const SourceBand& band : bands)
+        if (band.mask != MaskKind::None) masked.insert(band.file);
+    const std::size_t pixelBytes = hostkit::PixelBytes(info) + masked.size() * (info.bitsPerBand / 8);
+    return std::uint64_t{info.cols} * bands.front().blockRows * pixelBytes;
 }
 
 bool ImageDescription::SharesGridWith(const ImageDescription& other) const {
