@@ -190,10 +190,7 @@ private:
 template <class T>
 std::unique_ptr<RowSampler> MakeBilinear(const SamplerShape& shape) {
     std::vector<BilinearTap> columns, rows;
-    for (const kernels::GridPosition& position : shape.columns) {
-        const BilinearTap tap = kernels::ClampTap(position, shape.sourceColumns);
-        columns.push_back({OffsetOf(shape, tap.first), OffsetOf(shape, tap.second), tap.fraction});
-    }
+    rows.reserve(shape.rows.size());
     for (const kernels::GridPosition& position : shape.rows)
         rows.push_back(kernels::ClampTap(position, shape.sourceRows));
     const std::uint32_t across = kernels::WholeSteps(shape.columns);
@@ -202,6 +199,11 @@ std::unique_ptr<RowSampler> MakeBilinear(const SamplerShape& shape) {
         const std::uint32_t lanes = kernels::AcrossWholeFor<T>(Target()).lanes;
         if (auto plan = kernels::MakeWholePlan(shape.columns, shape.bands, lanes, across))
             return std::make_unique<WholeSampler<T>>(std::move(*plan), shape, std::move(rows), across, down);
+    }
+    columns.reserve(shape.columns.size());
+    for (const kernels::GridPosition& position : shape.columns) {
+        const BilinearTap tap = kernels::ClampTap(position, shape.sourceColumns);
+        columns.push_back({OffsetOf(shape, tap.first), OffsetOf(shape, tap.second), tap.fraction});
     }
     return std::make_unique<BilinearSampler<T>>(shape.bands, std::move(columns), std::move(rows));
 }

@@ -12,13 +12,20 @@ using KOVA::Tessara::Fundament::FormatString;
 
 namespace {
 
-/// The positions of the pan pixels `first` to `end` - 1 along an axis of the source.
+/// The positions of the pan pixels `first` to `end` - 1 along an axis of the source. For a simple ratio they
+/// repeat, `numerator` pixels of the source further on.
 std::vector<kernels::GridPosition> FindPositions(const kernels::GridAxis& axis, std::uint32_t first,
                                                  std::uint32_t end) {
     std::vector<kernels::GridPosition> positions;
     positions.reserve(end - first);
+    const auto period = static_cast<std::size_t>(axis.denominator); // 0 without one
     for (std::uint32_t pixel = first; pixel < end; ++pixel)
-        positions.push_back(kernels::PanToMultispectral(axis, pixel));
+        if (period == 0 || positions.size() < period) {
+            positions.push_back(kernels::PanToMultispectral(axis, pixel));
+        } else {
+            const kernels::GridPosition& before = positions[positions.size() - period];
+            positions.push_back({before.index + axis.numerator, before.fraction});
+        }
     return positions;
 }
 
