@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -42,8 +43,17 @@ std::vector<double> LowPassAlong(const FitBlock& block, double sigma) {
     std::vector<const unsigned short*> starts;
     std::vector<const unsigned char*> usableStarts;
     std::vector<double> low;
+    low.reserve(block.GetCount());
+    // If all of pan is usable, the weights of every row add up to the same.
+    const bool isWhole = std::memchr(block.panUsable.data(), 0, block.panUsable.size()) == nullptr;
+    std::fill(shares.begin(), shares.end(), kernels::lowPassOne);
+    weighAcross(across, 0, columns, shares.data(), 0, rowShares.data());
     for (std::uint32_t row = 0; row < rows; ++row) {
         const auto& of = down.GetTaps(row);
+        if (of.count == 0) {
+            low.insert(low.end(), columns, notUsable);
+            continue;
+        }
         starts.clear();
         usableStarts.clear();
         for (std::size_t i = of.first; i < of.first + of.count; ++i) {
@@ -51,9 +61,11 @@ std::vector<double> LowPassAlong(const FitBlock& block, double sigma) {
             usableStarts.push_back(block.panUsable.data() + i * panColumns);
         }
         weigh(starts.data(), down.GetWeights(of), of.count, panColumns, sums.data());
-        weighUsable(usableStarts.data(), down.GetWeights(of), of.count, panColumns, shares.data());
         weighAcross(across, 0, columns, sums.data(), 0, rowSums.data());
-        weighAcross(across, 0, columns, shares.data(), 0, rowShares.data());
+        if (!isWhole) {
+            weighUsable(usableStarts.data(), down.GetWeights(of), of.count, panColumns, shares.data());
+            weighAcross(across, 0, columns, shares.data(), 0, rowShares.data());
+        }
         for (std::uint32_t column = 0; column < columns; ++column)
             low.push_back(MeanOf(static_cast<double>(rowSums[column]), static_cast<double>(rowShares[column]),
                                  double{kernels::lowPassOne} * kernels::lowPassOne));
