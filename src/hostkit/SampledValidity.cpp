@@ -4,6 +4,7 @@
 #include "kernels/CubicRow.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace hostkit {
 
@@ -80,26 +81,46 @@ void SampledValidity::FindColumns(const AxisReach& down) {
 
     std::fill(reach.begin(), reach.end(), Reach::All);
     some.clear();
-    // Columns ascend, so the first gap from a column on is also the first from an earlier column that reaches
-    // it.
-    std::size_t from = 0, gap = 0;
-    for (std::size_t run = 0; run + 1 < runs.size(); ++run) {
+    // Runs ascend by the pixels of their taps and use pixels from one before the first to two after it.
+    std::size_t gap = 0; // the first column with a gap that this run or a later one may use
+    for (std::size_t run = 0, next = 0; run + 1 < runs.size(); run = next) {
         const AxisReach& x = columns[runs[run]];
-        const std::size_t first = x.All().front() - block.rect.col0, last = x.All().back() - block.rect.col0;
-        if (run == 0 || first < from || gap < first)
-            gap = static_cast<std::size_t>(
-                std::find(areAll.begin() + static_cast<std::ptrdiff_t>(first), areAll.end(), 0) -
-                areAll.begin());
-        from = first;
+        const std::size_t first = std::max(x.tap.first, block.rect.col0) - block.rect.col0;
+        const std::size_t from = first - std::min<std::size_t>(first, 1);
+        if (run == 0 || gap < from) {
+            const void* zero = std::memchr(areAll.data() + from, 0, width - from);
+            gap = zero ? static_cast<std::size_t>(static_cast<const unsigned char*>(zero) - areAll.data())
+                       : width + 2;
+        }
+        next = run + 1;
+        if (first + 2 < gap) {
+            next = FirstRunFrom(next, gap - 2);
+            continue;
+        }
         const auto has = [&](std::uint32_t column) { return areAll[column - block.rect.col0] != 0; };
-        if (gap > last || std::all_of(x.All().begin(), x.All().end(), has)) continue;
-        const bool hasAny = (x.TakesFirst() && isAny[x.tap.first - block.rect.col0] != 0) ||
+        if (std::all_of(x.All().begin(), x.All().end(), has)) continue;
+        const bool hasAny = (x.TakesFirst() && isAny[first] != 0) ||
                             (x.TakesSecond() && isAny[x.tap.second - block.rect.col0] != 0);
-        for (std::uint32_t column = runs[run]; column < runs[run + 1]; ++column) {
+        if (!hasAny) { // nor have the runs up to the next pixel with data
+            const auto data = std::find_if(isAny.begin() + static_cast<std::ptrdiff_t>(first), isAny.end(),
+                                           [](unsigned char any) { return any != 0; });
+            const auto column = static_cast<std::size_t>(data - isAny.begin());
+            if (column > first + 1) next = FirstRunFrom(next, column - 1);
+        }
+        for (std::uint32_t column = runs[run]; column < runs[next]; ++column) {
             reach[column] = hasAny ? Reach::Some : Reach::None;
             if (hasAny) some.push_back(column);
         }
     }
+}
+
+/// The first run, from one on, whose tap begins at a column of the block or after it; the end if none does.
+std::size_t SampledValidity::FirstRunFrom(std::size_t run, std::size_t column) const {
+    const auto isBefore = [&](std::uint32_t at, std::size_t wanted) {
+        return columns[at].tap.first < wanted + block.rect.col0;
+    };
+    const auto begin = runs.begin() + static_cast<std::ptrdiff_t>(run);
+    return static_cast<std::size_t>(std::lower_bound(begin, runs.end() - 1, column, isBefore) - runs.begin());
 }
 
 template <class T>

@@ -49,6 +49,7 @@ private:
     [[nodiscard]] static std::vector<AxisReach> MakeAxis(std::span<const kernels::GridPosition> positions,
                                                          std::uint32_t pixels, Resampling resampling);
     void FindColumns(const AxisReach& down);
+    [[nodiscard]] std::size_t FirstRunFrom(std::size_t run, std::size_t column) const;
     [[nodiscard]] const unsigned char* ValidRow(std::uint32_t row) const;
     template <class T>
     void SampleSomeOf(T* row) const;
