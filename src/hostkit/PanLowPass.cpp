@@ -28,7 +28,8 @@ std::pair<std::uint32_t, std::uint32_t> SpanOf(const LowPassAxis& axis, std::uin
     return span;
 }
 
-/// Rows of pan. For those with gaps also rows that hold 0 there, and rows of 1 for pixels with data.
+/// Rows of pan in stretches of columns. For those with gaps also stretches that hold 0 there, and stretches
+/// of 1 for pixels with data.
 template <class T>
 class PanRows {
 public:
@@ -39,53 +40,69 @@ public:
         const std::size_t columns = rect.GetColumns(), pixels = columns * rect.GetRows();
         cleared = std::make_unique_for_overwrite<T[]>(pixels);
         counts = std::make_unique_for_overwrite<unsigned char[]>(pixels);
-        ones.assign(columns, 1);
-        for (std::uint32_t row = 0; row < rect.GetRows(); ++row) {
-            const T* samples = SamplesOf(rect.row0 + row);
-            const unsigned char* valid =
-                block.valid + std::size_t{rect.row0 + row - block.rect.row0} * block.rect.GetColumns() +
-                (rect.col0 - block.rect.col0);
-            hasGap.push_back(std::memchr(valid, 0, columns) != nullptr);
-            if (!hasGap.back()) continue;
-            std::transform(valid, valid + columns, counts.get() + row * columns,
-                           [](unsigned char has) { return static_cast<unsigned char>(has != 0 ? 1 : 0); });
-            std::transform(samples, samples + columns, valid, cleared.get() + row * columns,
-                           [](T sample, unsigned char has) { return has != 0 ? sample : T{0}; });
-        }
+        ones.assign(std::min(columns, stretch), 1);
+        for (std::uint32_t row = 0; row < rect.GetRows(); ++row)
+            for (std::size_t column = 0; column < columns; column += stretch)
+                hasGap.push_back(ClearGaps(row, column, std::min(stretch, columns - column)));
     }
 
     /// Adds up weighted rows for all columns. Where some pixels have no data, also adds up the weights of
-    /// those with data; returns true then.
+    /// those with data; returns true then. `shares` starts as the weights of whole rows.
     bool Weigh(const LowPassAxis::Taps& taps, const std::uint32_t* weights, std::uint32_t* sums,
                std::uint32_t* shares) {
-        const std::size_t columns = rect.GetColumns();
+        const std::size_t columns = rect.GetColumns(), length = hasGap.empty() ? columns : stretch;
+        const std::size_t across = (columns - 1) / length + 1;
         const std::uint32_t first = taps.first - rect.row0;
-        const auto begin = hasGap.begin() + (hasGap.empty() ? 0 : first);
-        const bool lacks =
-            !hasGap.empty() && std::find(begin, begin + taps.count, true) != begin + taps.count;
-        rows.clear();
-        countRows.clear();
-        for (std::uint32_t row = first; row < first + taps.count; ++row) {
-            const bool isCleared = lacks && hasGap[row];
-            rows.push_back(isCleared ? cleared.get() + row * columns : SamplesOf(rect.row0 + row));
-            countRows.push_back(isCleared ? counts.get() + row * columns : ones.data());
+        bool lacks = false;
+        for (std::size_t number = 0; number < across; ++number) {
+            const std::size_t column = number * length, count = std::min(length, columns - column);
+            bool lacksHere = false;
+            rows.clear();
+            countRows.clear();
+            for (std::uint32_t row = first; row < first + taps.count; ++row) {
+                const bool isCleared = !hasGap.empty() && hasGap[row * across + number] != 0;
+                rows.push_back(isCleared ? cleared.get() + row * columns + column : SamplesOf(row) + column);
+                countRows.push_back(isCleared ? counts.get() + row * columns + column : ones.data());
+                lacksHere = lacksHere || isCleared;
+            }
+            weighRows(rows.data(), weights, rows.size(), count, sums + column);
+            if (lacksHere)
+                weighCounts(countRows.data(), weights, countRows.size(), count, shares + column);
+            else if (!hasGap.empty())
+                std::fill_n(shares + column, count, kernels::lowPassOne);
+            lacks = lacks || lacksHere;
         }
-        weighRows(rows.data(), weights, rows.size(), columns, sums);
-        if (lacks) weighCounts(countRows.data(), weights, countRows.size(), columns, shares);
         return lacks;
     }
 
 private:
+    /// Most stretches have no gap, or are one.
+    static constexpr std::size_t stretch = 512;
+
+    /// Makes the other two kinds of a stretch. False when it has no gap.
+    bool ClearGaps(std::uint32_t row, std::size_t column, std::size_t count) {
+        const unsigned char* valid =
+            block.valid + std::size_t{rect.row0 + row - block.rect.row0} * block.rect.GetColumns() +
+            (rect.col0 - block.rect.col0) + column;
+        if (!std::memchr(valid, 0, count)) return false;
+        const T* samples = SamplesOf(row) + column;
+        const std::size_t at = row * std::size_t{rect.GetColumns()} + column;
+        std::transform(valid, valid + count, counts.get() + at,
+                       [](unsigned char has) { return static_cast<unsigned char>(has != 0 ? 1 : 0); });
+        std::transform(samples, samples + count, valid, cleared.get() + at,
+                       [](T sample, unsigned char has) { return has != 0 ? sample : T{0}; });
+        return true;
+    }
     [[nodiscard]] const T* SamplesOf(std::uint32_t row) const {
-        return reinterpret_cast<const T*>(block.At(rect.col0, row, sizeof(T)));
+        return reinterpret_cast<const T*>(block.At(rect.col0, rect.row0 + row, sizeof(T)));
     }
 
     const SampleBlock& block;
     PixelRect rect;
-    std::unique_ptr<T[]> cleared;            ///< 0 without data; only rows with gaps are filled
-    std::unique_ptr<unsigned char[]> counts; ///< of those rows: 1 with data, else 0
-    std::vector<unsigned char> ones;         ///< of any other row
-    std::vector<bool> hasGap;                ///< of each row; empty when none has
+    std::unique_ptr<T[]> cleared;            ///< 0 without data; only stretches with gaps are filled
+    std::unique_ptr<unsigned char[]> counts; ///< of those stretches: 1 with data, else 0
+    std::vector<unsigned char> ones;         ///< of any other stretch
+    std::vector<unsigned char> hasGap;       ///< of each stretch of each row; empty when none has
     std::vector<const T*> rows;
     std::vector<const unsigned char*> countRows;
     kernels::WeighRows<T> weighRows;
@@ -124,7 +141,8 @@ template <class T>
 bool ComputeRows(const LowPassAxis& across, const LowPassAxis& down, PanRows<T> pan, const PixelRect& panRect,
                  const PixelRect& rect, kernels::SimdTarget target, T* out, unsigned char* valid) {
     const std::size_t panColumns = panRect.IsEmpty() ? 0 : panRect.GetColumns();
-    std::vector<std::uint32_t> sums(panColumns + kernels::lowPassGroup), shares(sums.size());
+    std::vector<std::uint32_t> sums(panColumns + kernels::lowPassGroup);
+    std::vector<std::uint32_t> shares(sums.size(), kernels::lowPassOne);
     std::vector<std::uint64_t> rowSums(rect.GetColumns()), rowShares(rowSums.size());
     const kernels::WeighAcross weighAcross = kernels::WeighAcrossFor(target);
     const auto weigh = [&](const std::vector<std::uint32_t>& from, std::vector<std::uint64_t>& to) {
@@ -147,7 +165,6 @@ bool ComputeRows(const LowPassAxis& across, const LowPassAxis& down, PanRows<T> 
                 RoundWhole(rowSums, out);
                 std::fill_n(valid, rect.GetColumns(), static_cast<unsigned char>(1));
             } else {
-                if (!hasGaps) std::fill(shares.begin(), shares.end(), kernels::lowPassOne);
                 weigh(shares, rowShares);
                 if (RoundShares(rowSums, rowShares, out, valid)) lacks = true;
             }
