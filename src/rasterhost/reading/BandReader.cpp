@@ -3,6 +3,7 @@
 #include "fundament/Text.h"
 #include "imagery/NoDataValue.h"
 #include "rasterhost/reading/FileState.h"
+#include "rasterhost/reading/MaskTiff.h"
 #include "rasterhost/reading/NetworkFile.h"
 #include "rasterhost/reading/PlainTiff.h"
 #include "rasterhost/requests/GdalErrors.h"
@@ -148,28 +149,35 @@ void ClearMasked(const unsigned char* mask, std::size_t pixels, unsigned char* v
 
 } // namespace
 
-bool BandReader::ReadMask(const PixelRect& rect, const SourceBand& source, GDALRasterBand& mask,
-                          unsigned char* out, Status& status) {
+/// Reads the mask of a band: 0 without data, else 0xFF.
+bool BandReader::ReadMask(const PixelRect& rect, std::size_t band, unsigned char* out, Status& status) const {
+    MaskTiff* plain = handles[band].plainMask;
+    if (plain && plain->Read(rect, out)) return true;
+    GDALRasterBand& mask = *handles[band].mask;
     const GdalErrors errors;
     const auto columns = static_cast<int>(rect.GetColumns());
     const auto rows = static_cast<int>(rect.GetRows());
-    return (mask.RasterIO(GF_Read, static_cast<int>(rect.col0), static_cast<int>(rect.row0), columns, rows,
-                          out, columns, rows, GDT_Byte, 0, 0, nullptr) == CE_None &&
-            !errors.HasFailed()) ||
-           FailToRead(rect, "the mask of ", source, mask, errors, status);
+    if (mask.RasterIO(GF_Read, static_cast<int>(rect.col0), static_cast<int>(rect.row0), columns, rows, out,
+                      columns, rows, GDT_Byte, 0, 0, nullptr) != CE_None ||
+        errors.HasFailed())
+        return FailToRead(rect, "the mask of ", bands[band], mask, errors, status);
+    std::transform(out, out + std::size_t{rect.GetColumns()} * rect.GetRows(), out, [](unsigned char has) {
+        return has == 0 ? static_cast<unsigned char>(0) : static_cast<unsigned char>(0xFF);
+    });
+    return true;
 }
 
 bool BandReader::ReadValid(const PixelRect& rect, const unsigned char* samples, unsigned char* valid,
                            Status& status) const {
     const std::size_t pixels = std::size_t{rect.GetColumns()} * rect.GetRows();
-    std::map<GDALRasterBand*, const SourceBand*> masks;
+    std::map<GDALRasterBand*, std::size_t> masks; // and the first band of each
     for (std::size_t band = 0; band < bands.size(); ++band)
-        if (handles[band].mask) masks.emplace(handles[band].mask, &bands[band]);
+        if (handles[band].mask) masks.emplace(handles[band].mask, band);
     // The first is read in place.
     std::vector<unsigned char> other(masks.size() > 1 ? pixels : 0);
     unsigned char* mask = valid;
-    for (const auto& [band, source] : masks) {
-        if (!ReadMask(rect, *source, *band, mask, status)) return false;
+    for (const auto& [handle, band] : masks) {
+        if (!ReadMask(rect, band, mask, status)) return false;
         if (mask != valid) ClearMasked(mask, pixels, valid);
         mask = other.data();
     }
@@ -177,11 +185,7 @@ bool BandReader::ReadValid(const PixelRect& rect, const unsigned char* samples, 
     for (std::size_t first = 0; first < pixels; first += mostAtOnce) {
         const std::size_t count = std::min(mostAtOnce, pixels - first);
         unsigned char* has = valid + first;
-        if (masks.empty())
-            std::fill_n(has, count, static_cast<unsigned char>(0xFF));
-        else
-            std::transform(has, has + count, has,
-                           [](unsigned char v) { return static_cast<unsigned char>(v == 0 ? 0 : 0xFF); });
+        if (masks.empty()) std::fill_n(has, count, static_cast<unsigned char>(0xFF));
         if (bits == 8)
             ClearNoData(samples + first * bands.size(), bands, count, has);
         else

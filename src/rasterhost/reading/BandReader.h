@@ -12,6 +12,7 @@ class GDALRasterBand;
 
 namespace rasterhost {
 
+class MaskTiff;
 class PlainTiff;
 
 /// The handles that a band is read by, of an open file.
@@ -19,6 +20,7 @@ struct BandHandles {
     GDALDataset* dataset = nullptr; ///< null for an overview
     GDALRasterBand* band = nullptr;
     GDALRasterBand* mask = nullptr; ///< 0 for no data: a mask band or transparency; may be null
+    MaskTiff* plainMask = nullptr;  ///< the same mask, to read it without GDAL; may be null
     PlainTiff* plain = nullptr;     ///< of the dataset, to read it without GDAL; may be null
 };
 
@@ -41,8 +43,7 @@ private:
                    Status& status) const;
     bool ReadScaled(const hostkit::PixelRect& rect, std::size_t band, unsigned char* out,
                     Status& status) const;
-    static bool ReadMask(const hostkit::PixelRect& rect, const SourceBand& source, GDALRasterBand& mask,
-                         unsigned char* out, Status& status);
+    bool ReadMask(const hostkit::PixelRect& rect, std::size_t band, unsigned char* out, Status& status) const;
     bool CheckSigns(const hostkit::PixelRect& rect, std::size_t first, std::size_t end,
                     const unsigned char* samples, Status& status) const;
 

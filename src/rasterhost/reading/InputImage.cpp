@@ -71,7 +71,9 @@ bool InputImage::FindHandles(Status& status) {
                                : source.mask == MaskKind::Transparency
                                    ? dataset.GetRasterBand(source.transparency)
                                    : nullptr;
-        handles.push_back({&dataset, band, mask, file->plain.get()});
+        if (source.mask == MaskKind::Mask && !file->mask) file->mask = MaskTiff::Open(file->name, *mask);
+        handles.push_back({&dataset, band, mask, source.mask == MaskKind::Mask ? file->mask.get() : nullptr,
+                           file->plain.get()});
     }
     return true;
 }
@@ -108,7 +110,7 @@ GDALDataset* InputImage::OpenFile(const std::string& name, const char* role, Sta
         return nullptr;
     }
     files.push_back(
-        {name, std::shared_ptr<GDALDataset>(dataset, GDALClose), PlainTiff::Open(name, *dataset)});
+        {name, std::shared_ptr<GDALDataset>(dataset, GDALClose), PlainTiff::Open(name, *dataset), nullptr});
     return dataset;
 }
 

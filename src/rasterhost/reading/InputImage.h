@@ -4,6 +4,7 @@
 #include "rasterhost/reading/BandReader.h"
 #include "rasterhost/reading/FetchedBytes.h"
 #include "rasterhost/reading/ImageDescription.h"
+#include "rasterhost/reading/MaskTiff.h"
 #include "rasterhost/reading/PlainTiff.h"
 #include "rasterhost/requests/HostStatus.h"
 #include "rasterhost/requests/Requests.h"
@@ -82,6 +83,7 @@ private:
         std::string name;
         std::shared_ptr<GDALDataset> dataset;
         std::shared_ptr<PlainTiff> plain; ///< null when the file stores samples in another form
+        std::shared_ptr<MaskTiff> mask;   ///< null when it is in another form
     };
 
     std::shared_ptr<const ImageDescription> description;
