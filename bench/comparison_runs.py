@@ -150,8 +150,9 @@ def waits(size, trials):
     """Other runs that users wait for, on one scene with all processors."""
     case, out = {**scene(size, 8), "threads": os.cpu_count()}, WORK / "waits.tif"
     fused, pan, ms = WORK / "waits-fused.tif", case["pan"], case["ms"]
-    gaps, tilted = WORK / "waits-gaps.vrt", WORK / "waits-tilted.tif"
-    for command in (["gdal_translate", "-q", "-of", "VRT", "-a_nodata", "90", pan, gaps],
+    gaps, ms_gaps, tilted = WORK / "waits-gaps.tif", WORK / "waits-ms-gaps.tif", WORK / "waits-tilted.tif"
+    form = ["-q", "-co", "TILED=YES", "-co", "INTERLEAVE=PIXEL"]
+    for command in (["gdal_translate", *form, "-a_nodata", "90", pan, gaps], ["gdal_translate", *form, "-a_nodata", "90", ms, ms_gaps],
                     ["gdalwarp", "-q", "-t_srs", "EPSG:32631", ms, tilted]):
         timed(command)
     ours({**case, "method": "default"}, fused)
@@ -159,13 +160,15 @@ def waits(size, trials):
     commands = {"KOVA, bilinear, given weights": lambda: ours(kova, out),
                 "KOVA, cubic": lambda: ours({**kova, "sampling": "cubic"}, out),
                 "KOVA, bilinear, no data in pan": lambda: ours({**kova, "pan": gaps}, out),
+                "KOVA, bilinear, no data in both images": lambda: ours({**kova, "pan": gaps, "ms": ms_gaps}, out),
+                "KOVA, bilinear, a band that marks no data": lambda: ours(kova, out, ["--alpha"]),
                 "KOVA, bilinear, bands in another projection": lambda: ours({**kova, "ms": tilted}, out),
                 "default": lambda: ours(default, out),
                 "default, no data in pan": lambda: ours({**default, "pan": gaps}, out),
                 "assess": lambda: assess(fused, case),
                 "compare": lambda: timed([BIN / "pansharp", "compare", pan, ms])}
     found = alternate(commands, trials, (out,))
-    for file in (fused, gaps, tilted):
+    for file in (fused, gaps, ms_gaps, tilted):
         file.unlink(missing_ok=True)
     return {"size": size, "trials": trials, "rows": found}
 
