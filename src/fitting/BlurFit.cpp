@@ -76,7 +76,7 @@ void BlurSamples::Add(const FitBlock& block, std::size_t step) {
 bool BlurSamples::Read(FitBlockSource& source, Status& status) {
     const std::vector<hostkit::PixelRect> rects = source.Choose(blocksAcross, pixelsAcross);
     const std::size_t step = rects.size() * pixelsAcross * pixelsAcross * Width() / mostValues + 1;
-    values.reserve(rects.size() * (pixelsAcross * pixelsAcross / step + 1) * Width());
+    values.reserve(rects.size() * (std::size_t{pixelsAcross} * pixelsAcross / step + 1) * Width());
     FitBlock block;
     for (const hostkit::PixelRect& rect : rects) {
         if (!source.Read(rect, block, status)) return false;
