@@ -2,6 +2,7 @@
 #include "kernels/LowPassRow.h"
 #include "kernels/Simd.h"
 
+#include <algorithm>
 #include <type_traits>
 
 #ifndef HWY_TARGET_INCLUDE // not joined with others
@@ -69,27 +70,57 @@ HWY_ATTR void WeighInVectors(const T* const* rows, const std::uint32_t* weights,
 #if HWY_TARGET == HWY_SCALAR // never run
 WeighAcross AcrossWeights() { return &WeighAcrossScalar; }
 #else
+using AcrossLane = hn::CappedTag<std::uint64_t, lowPassGroup / 2>;
+/// Vectors of weights that stay in registers; a coarse pixel may need more.
+constexpr std::size_t mostHeld = 6;
+
+/// The sums of the columns from `first` on that have the same weights, of which Held vectors stay in
+/// registers. Returns how many columns they are.
+template <std::size_t Held>
+HWY_ATTR std::size_t AcrossAlike(const LowPassAxis& across, std::uint32_t first, std::size_t columns,
+                                 const std::uint32_t* HWY_RESTRICT down, std::uint32_t downFirst,
+                                 std::uint64_t* HWY_RESTRICT sums) {
+    const AcrossLane d;
+    const hn::Rebind<std::uint32_t, decltype(d)> narrow;
+    const hn::Repartition<std::uint32_t, decltype(d)> halves;
+    const auto load = [&](const std::uint32_t* numbers, std::size_t vector) HWY_ATTR {
+        return hn::BitCast(halves, hn::PromoteTo(d, hn::LoadU(narrow, numbers + vector * hn::Lanes(d))));
+    };
+    const LowPassAxis::Taps& alike = across.GetTaps(first);
+    const std::uint32_t* weights = across.GetWeights(alike);
+    hn::Vec<decltype(halves)> held[Held];
+    for (std::size_t vector = 0; vector < Held; ++vector)
+        held[vector] = load(weights, vector);
+    std::size_t i = 0;
+    for (; i < columns; ++i) {
+        const LowPassAxis::Taps& taps = across.GetTaps(first + static_cast<std::uint32_t>(i));
+        if (taps.weights != alike.weights || taps.count != alike.count) break;
+        const std::uint32_t* from = down + (std::size_t{taps.first} - downFirst);
+        auto sum = hn::MulEven(load(from, 0), held[0]);
+        for (std::size_t vector = 1; vector < Held; ++vector)
+            sum = hn::Add(sum, hn::MulEven(load(from, vector), held[vector]));
+        if constexpr (Held == mostHeld)
+            for (std::size_t vector = Held; vector * hn::Lanes(d) < alike.count; ++vector)
+                sum = hn::Add(sum, hn::MulEven(load(from, vector), load(weights, vector)));
+        sums[i] = hn::GetLane(hn::SumOfLanes(d, sum));
+    }
+    return i;
+}
+
 HWY_ATTR void AcrossInVectors(const LowPassAxis& across, std::uint32_t first, std::size_t columns,
                               const std::uint32_t* HWY_RESTRICT down, std::uint32_t downFirst,
                               std::uint64_t* HWY_RESTRICT sums) {
-    const hn::CappedTag<std::uint32_t, lowPassGroup> d;
-    const hn::RepartitionToWide<decltype(d)> dWide;
-    const auto multiplyOdd = [&](auto a, auto b) HWY_ATTR {
-        return hn::MulEven(hn::BitCast(d, hn::ShiftRight<32>(hn::BitCast(dWide, a))),
-                           hn::BitCast(d, hn::ShiftRight<32>(hn::BitCast(dWide, b))));
-    };
-    for (std::size_t i = 0; i < columns; ++i) {
-        const LowPassAxis::Taps& taps = across.GetTaps(first + static_cast<std::uint32_t>(i));
-        const std::uint32_t* weights = across.GetWeights(taps);
-        const std::size_t start = std::size_t{taps.first} - downFirst;
-        auto even = hn::Zero(dWide), odd = even;
-        for (std::size_t tap = 0; tap < taps.count; tap += hn::Lanes(d)) {
-            const auto sum = hn::LoadU(d, down + start + tap);
-            const auto weight = hn::LoadU(d, weights + tap);
-            even = hn::Add(even, hn::MulEven(sum, weight));
-            odd = hn::Add(odd, multiplyOdd(sum, weight));
-        }
-        sums[i] = hn::GetLane(hn::SumOfLanes(dWide, hn::Add(even, odd)));
+    constexpr decltype(&AcrossAlike<1>) alike[mostHeld] = {&AcrossAlike<1>, &AcrossAlike<2>, &AcrossAlike<3>,
+                                                           &AcrossAlike<4>, &AcrossAlike<5>, &AcrossAlike<6>};
+    const std::size_t lanes = hn::Lanes(AcrossLane());
+    for (std::size_t i = 0; i < columns;) {
+        const std::uint32_t column = first + static_cast<std::uint32_t>(i);
+        const std::size_t vectors = (across.GetTaps(column).count + lanes - 1) / lanes;
+        if (vectors == 0)
+            sums[i++] = 0;
+        else
+            i += alike[std::min(vectors, mostHeld) - 1](across, column, columns - i, down, downFirst,
+                                                        sums + i);
     }
 }
 

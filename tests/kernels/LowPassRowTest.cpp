@@ -43,7 +43,8 @@ TEST(LowPassRow, EveryTargetGivesTheSameSums) {
 // The last axis has pixels out of reach of the fine ones.
 TEST(LowPassRow, EveryTargetGivesTheSameSumsAcross) {
     std::mt19937 random(8);
-    for (const GridAxis& axis : {MakeGridAxis(0.25, 0.0), MakeGridAxis(0.3, 0.1), MakeGridAxis(0.5, 10.0)}) {
+    for (const GridAxis& axis : {MakeGridAxis(0.25, 0.0), MakeGridAxis(1.0 / 12, 0.0), MakeGridAxis(0.3, 0.1),
+                                 MakeGridAxis(0.5, 10.0)}) {
         const LowPassAxis across(axis, 0.5, 20, 60);
         std::vector<std::uint32_t> down(60 + lowPassGroup);
         for (std::uint32_t& sum : down)
