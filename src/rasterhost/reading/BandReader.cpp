@@ -68,7 +68,8 @@ bool BandReader::ReadBands(const PixelRect& rect, std::size_t first, std::size_t
     std::vector<int> numbers;
     for (std::size_t band = first; band < end; ++band)
         numbers.push_back(bands[band].number);
-    if (PlainTiff* plain = handles[first].plain; plain && plain->GetBands() == bands.size()) {
+    if (PlainTiff* plain = handles[first].plain;
+        plain && plain->GetBands() == bands.size() && plain->GetPixelBytes() == bands.size() * bits / 8) {
         std::vector<int> all(bands.size());
         std::iota(all.begin(), all.end(), 1);
         if (numbers == all && plain->Read(rect, out)) return true;

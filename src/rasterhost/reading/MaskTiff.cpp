@@ -1,7 +1,6 @@
 #include "rasterhost/reading/MaskTiff.h"
 
 #include "fundament/Text.h"
-#include "rasterhost/reading/FileState.h"
 #include "rasterhost/requests/GdalErrors.h"
 
 #include <gdal_priv.h>
@@ -16,54 +15,26 @@ namespace rasterhost {
 using hostkit::PixelRect;
 using KOVA::Tessara::Fundament::ToLower;
 
-void MaskTiff::Closer::operator()(tiff* opened) const { TIFFClose(opened); }
-
 std::unique_ptr<MaskTiff> MaskTiff::Open(const std::string& name, GDALRasterBand& mask) {
     GDALDataset* dataset = mask.GetDataset();
-    if (!dataset || ToLower(dataset->GetDescription()).ends_with(".msk") || name.starts_with("/vsi") ||
-        !LookAt(name).isFile)
-        return nullptr;
+    if (!dataset || ToLower(dataset->GetDescription()).ends_with(".msk")) return nullptr;
     const GdalErrors silence;
     std::unique_ptr<MaskTiff> opened(new MaskTiff);
-    // Not mapped into memory: a file that is cut short meanwhile would end the process.
-    opened->file.reset(TIFFOpen(name.c_str(), "rm"));
+    opened->file = OpenLocalTiff(name);
     TIFF* file = opened->file.get();
-    const auto field = [&](std::uint32_t tag) {
-        std::uint32_t value = 0;
-        TIFFGetField(file, tag, &value);
-        return value;
-    };
-    const auto shortField = [&](std::uint32_t tag) {
-        std::uint16_t value = 0;
-        TIFFGetFieldDefaulted(file, tag, &value);
-        return value;
-    };
-    const auto columns = static_cast<std::uint32_t>(mask.GetXSize());
-    const auto rows = static_cast<std::uint32_t>(mask.GetYSize());
-    const auto isMask = [&] {
-        return field(TIFFTAG_SUBFILETYPE) == FILETYPE_MASK && field(TIFFTAG_IMAGEWIDTH) == columns &&
-               field(TIFFTAG_IMAGELENGTH) == rows;
-    };
     if (!file) return nullptr;
+    const auto isMask = [&] {
+        return LongTag(file, TIFFTAG_SUBFILETYPE) == FILETYPE_MASK && TiffBlocks::Of(file).AreOf(mask);
+    };
     while (!isMask())
         if (!TIFFReadDirectory(file)) return nullptr;
-    const std::uint16_t colours = shortField(TIFFTAG_PHOTOMETRIC);
-    if (shortField(TIFFTAG_BITSPERSAMPLE) != 1 || shortField(TIFFTAG_SAMPLESPERPIXEL) != 1 ||
+    const std::uint16_t colours = ShortTag(file, TIFFTAG_PHOTOMETRIC);
+    if (ShortTag(file, TIFFTAG_BITSPERSAMPLE) != 1 || ShortTag(file, TIFFTAG_SAMPLESPERPIXEL) != 1 ||
         (colours != PHOTOMETRIC_MASK && colours != PHOTOMETRIC_MINISBLACK))
         return nullptr;
-    opened->isTiled = TIFFIsTiled(file) != 0;
-    opened->columns = columns;
-    opened->rows = rows;
-    opened->blockColumns = opened->isTiled ? field(TIFFTAG_TILEWIDTH) : columns;
-    opened->blockRows =
-        opened->isTiled ? field(TIFFTAG_TILELENGTH) : std::min(field(TIFFTAG_ROWSPERSTRIP), rows);
-    int width = 0, height = 0;
-    mask.GetBlockSize(&width, &height);
-    if (width <= 0 || height <= 0 || static_cast<std::uint32_t>(width) != opened->blockColumns ||
-        static_cast<std::uint32_t>(height) != opened->blockRows)
-        return nullptr;
-    opened->rowBytes = (std::size_t{opened->blockColumns} + 7) / 8;
-    opened->held.resize(std::size_t{2} * ((columns - 1) / opened->blockColumns + 1));
+    opened->blocks = TiffBlocks::Of(file);
+    opened->rowBytes = (std::size_t{opened->blocks.blockColumns} + 7) / 8;
+    opened->held.resize(std::size_t{2} * opened->blocks.CountAcross());
     return opened;
 }
 
@@ -96,20 +67,14 @@ void ExpandBits(const unsigned char* bits, std::uint32_t first, std::uint32_t en
 
 bool MaskTiff::Read(const PixelRect& rect, unsigned char* valid) {
     const std::size_t stride = rect.GetColumns();
-    const std::uint32_t across = (columns - 1) / blockColumns + 1;
-    for (std::uint32_t row = rect.row0, endRow = 0; row < rect.row1; row = endRow) {
-        endRow = row + std::min(blockRows - row % blockRows, rect.row1 - row);
-        for (std::uint32_t column = rect.col0, end = 0; column < rect.col1; column = end) {
-            const std::uint32_t first = column % blockColumns;
-            end = column + std::min(blockColumns - first, rect.col1 - column);
-            const unsigned char* bits = FindBits(row / blockRows * across + column / blockColumns);
-            if (!bits) return false;
-            for (std::uint32_t r = row; r < endRow; ++r)
-                ExpandBits(bits + r % blockRows * rowBytes, first, first + (end - column),
-                           valid + (r - rect.row0) * stride + (column - rect.col0));
-        }
-    }
-    return true;
+    return blocks.ForEach(rect, [&](const PixelRect& part, std::uint32_t number) {
+        const unsigned char* bits = FindBits(number);
+        const std::uint32_t first = part.col0 % blocks.blockColumns;
+        for (std::uint32_t row = part.row0; bits && row < part.row1; ++row)
+            ExpandBits(bits + row % blocks.blockRows * rowBytes, first, first + part.GetColumns(),
+                       valid + (row - rect.row0) * stride + (part.col0 - rect.col0));
+        return bits != nullptr;
+    });
 }
 
 const unsigned char* MaskTiff::FindBits(std::uint32_t number) {
@@ -127,23 +92,25 @@ const unsigned char* MaskTiff::FindBits(std::uint32_t number) {
 /// A block that is stored like the one before has its bits.
 bool MaskTiff::Decode(std::uint32_t number, std::vector<unsigned char>& bits) {
     TIFF* tiff = file.get();
-    const std::size_t blockBytes = rowBytes * blockRows, mostRaw = 2 * blockBytes + 1024;
+    const std::size_t blockBytes = rowBytes * blocks.blockRows, mostRaw = 2 * blockBytes + 1024;
     const std::uint64_t rawBytes = TIFFGetStrileByteCount(tiff, number);
     if (TIFFGetStrileOffset(tiff, number) == 0 || rawBytes == 0 || rawBytes > mostRaw) return false;
     const GdalErrors silence;
     raw.resize(static_cast<std::size_t>(rawBytes));
     const auto size = static_cast<tmsize_t>(rawBytes);
-    const bool isRead = (isTiled ? TIFFReadRawTile(tiff, number, raw.data(), size)
-                                 : TIFFReadRawStrip(tiff, number, raw.data(), size)) == size;
+    const bool isRead = (blocks.areTiles ? TIFFReadRawTile(tiff, number, raw.data(), size)
+                                         : TIFFReadRawStrip(tiff, number, raw.data(), size)) == size;
     if (!isRead) return false;
-    const std::uint32_t first = isTiled ? 0 : number * blockRows; // the last strip may have fewer rows
-    const std::size_t wanted = rowBytes * (isTiled ? blockRows : std::min(blockRows, rows - first));
+    const std::uint32_t first =
+        blocks.areTiles ? 0 : number * blocks.blockRows; // the last strip may have fewer rows
+    const std::size_t wanted =
+        rowBytes * (blocks.areTiles ? blocks.blockRows : std::min(blocks.blockRows, blocks.rows - first));
     if (raw != lastRaw || lastBits.size() != wanted) {
         lastRaw.clear(); // until it is decoded
         lastBits.resize(wanted);
         const auto room = static_cast<tmsize_t>(wanted);
-        const tmsize_t decoded = isTiled ? TIFFReadEncodedTile(tiff, number, lastBits.data(), room)
-                                         : TIFFReadEncodedStrip(tiff, number, lastBits.data(), room);
+        const tmsize_t decoded = blocks.areTiles ? TIFFReadEncodedTile(tiff, number, lastBits.data(), room)
+                                                 : TIFFReadEncodedStrip(tiff, number, lastBits.data(), room);
         if (decoded != room) return false;
         lastRaw = raw;
     }

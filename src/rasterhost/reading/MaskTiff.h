@@ -1,15 +1,12 @@
 #pragma once
 
-#include "hostkit/SampleBlock.h"
+#include "rasterhost/reading/LocalTiff.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
-
-class GDALRasterBand;
-struct tiff;
 
 namespace rasterhost {
 
@@ -26,9 +23,6 @@ public:
     [[nodiscard]] bool Read(const hostkit::PixelRect& rect, unsigned char* valid);
 
 private:
-    struct Closer {
-        void operator()(tiff* opened) const;
-    };
     struct Block {
         std::uint32_t number = 0;
         std::vector<unsigned char> bits; ///< empty until it is read
@@ -37,12 +31,10 @@ private:
     const unsigned char* FindBits(std::uint32_t number);
     bool Decode(std::uint32_t number, std::vector<unsigned char>& bits);
 
-    std::unique_ptr<tiff, Closer> file;
-    bool isTiled = false;
-    std::uint32_t columns = 0, rows = 0;
-    std::uint32_t blockColumns = 0, blockRows = 0; ///< of a tile or strip
-    std::size_t rowBytes = 0;                      ///< of a block
-    std::vector<Block> held;                       ///< of two rows of blocks, which windows share
+    LocalTiff file;
+    TiffBlocks blocks;
+    std::size_t rowBytes = 0; ///< of a block
+    std::vector<Block> held;  ///< of two rows of blocks, which windows share
     std::vector<unsigned char> raw, lastRaw, lastBits;
 };
 

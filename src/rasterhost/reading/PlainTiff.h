@@ -1,6 +1,6 @@
 #pragma once
 
-#include "hostkit/SampleBlock.h"
+#include "rasterhost/reading/LocalTiff.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -9,7 +9,6 @@
 #include <vector>
 
 class GDALDataset;
-struct tiff;
 
 namespace rasterhost {
 
@@ -21,24 +20,21 @@ public:
     /// The file of a dataset that GDAL has opened by this name. Null for any other file.
     [[nodiscard]] static std::unique_ptr<PlainTiff> Open(const std::string& name, GDALDataset& dataset);
 
-    /// Samples per pixel.
+    /// Samples per pixel, and their bytes.
     [[nodiscard]] std::uint32_t GetBands() const { return bands; }
+    [[nodiscard]] std::size_t GetPixelBytes() const { return pixelBytes; }
     /// Reads a rectangle within the image: all bands, interleaved by pixel and packed. One thread at a time.
     /// False when a block is missing or cut short; GDAL then knows what to do.
     [[nodiscard]] bool Read(const hostkit::PixelRect& rect, unsigned char* out);
 
 private:
-    struct Closer {
-        void operator()(tiff* opened) const;
-    };
     PlainTiff() = default;
-    [[nodiscard]] bool IsOf(GDALDataset& dataset) const;
     bool ReadBlock(const hostkit::PixelRect& part, std::uint32_t block, std::size_t stride,
                    unsigned char* out);
 
-    std::unique_ptr<tiff, Closer> file;
-    std::uint32_t columns = 0, rows = 0, bands = 0;
-    std::uint32_t blockColumns = 0, blockRows = 0; ///< of a tile or strip
+    LocalTiff file;
+    TiffBlocks blocks;
+    std::uint32_t bands = 0;
     std::size_t pixelBytes = 0;
     std::vector<unsigned char> some; ///< rows of a block
 };

@@ -7,39 +7,26 @@
 
 namespace rasterhost {
 
-std::unique_ptr<MaskWriter> MaskWriter::Open(const std::string& file) {
+std::unique_ptr<MaskWriter> MaskWriter::Open(const std::string& name) {
     std::unique_ptr<MaskWriter> writer(new MaskWriter);
-    writer->file = TIFFOpen(file.c_str(), "r+");
-    if (!writer->file) return nullptr;
-    const auto field = [&](std::uint32_t tag) {
-        std::uint32_t value = 0;
-        TIFFGetField(writer->file, tag, &value);
-        return value;
-    };
-    const auto shortField = [&](std::uint32_t tag) {
-        std::uint16_t value = 0;
-        TIFFGetFieldDefaulted(writer->file, tag, &value);
-        return value;
-    };
-    while ((field(TIFFTAG_SUBFILETYPE) & FILETYPE_MASK) == 0)
-        if (!TIFFReadDirectory(writer->file)) return nullptr;
+    writer->file.reset(TIFFOpen(name.c_str(), "r+"));
+    TIFF* file = writer->file.get();
+    if (!file) return nullptr;
+    while ((LongTag(file, TIFFTAG_SUBFILETYPE) & FILETYPE_MASK) == 0)
+        if (!TIFFReadDirectory(file)) return nullptr;
     TileForm& form = writer->form;
-    form.bits = shortField(TIFFTAG_BITSPERSAMPLE);
-    form.samples = shortField(TIFFTAG_SAMPLESPERPIXEL);
-    form.compression = shortField(TIFFTAG_COMPRESSION);
-    form.columns = field(TIFFTAG_TILEWIDTH);
-    form.rows = field(TIFFTAG_TILELENGTH);
-    writer->columns = field(TIFFTAG_IMAGEWIDTH);
-    writer->rows = field(TIFFTAG_IMAGELENGTH);
-    const bool isKnown = TIFFIsTiled(writer->file) && !TIFFIsByteSwapped(writer->file) && form.bits == 1 &&
+    form.bits = ShortTag(file, TIFFTAG_BITSPERSAMPLE);
+    form.samples = ShortTag(file, TIFFTAG_SAMPLESPERPIXEL);
+    form.compression = ShortTag(file, TIFFTAG_COMPRESSION);
+    form.columns = LongTag(file, TIFFTAG_TILEWIDTH);
+    form.rows = LongTag(file, TIFFTAG_TILELENGTH);
+    writer->columns = LongTag(file, TIFFTAG_IMAGEWIDTH);
+    writer->rows = LongTag(file, TIFFTAG_IMAGELENGTH);
+    const bool isKnown = TIFFIsTiled(file) && !TIFFIsByteSwapped(file) && form.bits == 1 &&
                          form.samples == 1 && form.compression == COMPRESSION_ADOBE_DEFLATE &&
-                         shortField(TIFFTAG_PREDICTOR) == PREDICTOR_NONE &&
-                         TIFFTileSize(writer->file) == static_cast<tmsize_t>(form.GetBytes());
+                         ShortTag(file, TIFFTAG_PREDICTOR) == PREDICTOR_NONE &&
+                         TIFFTileSize(file) == static_cast<tmsize_t>(form.GetBytes());
     return isKnown ? std::move(writer) : nullptr;
-}
-
-MaskWriter::~MaskWriter() {
-    if (file) TIFFClose(file);
 }
 
 bool MaskWriter::Write(const OutputMask& mask) {
@@ -58,14 +45,13 @@ bool MaskWriter::Write(const OutputMask& mask) {
             last.assign(tile, tile + tileBytes);
         }
         // libtiff takes data that are not constant, and leaves them as they are.
-        if (TIFFWriteRawTile(file, static_cast<std::uint32_t>(number),
+        if (TIFFWriteRawTile(file.get(), static_cast<std::uint32_t>(number),
                              const_cast<unsigned char*>(packed->data()),
                              static_cast<tmsize_t>(packed->size())) < 0)
             return false;
     }
-    const bool isWritten = TIFFFlush(file) == 1;
-    TIFFClose(file);
-    file = nullptr;
+    const bool isWritten = TIFFFlush(file.get()) == 1;
+    file.reset();
     return isWritten;
 }
 

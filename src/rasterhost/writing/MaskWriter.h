@@ -1,13 +1,12 @@
 #pragma once
 
+#include "rasterhost/reading/LocalTiff.h"
 #include "rasterhost/writing/OutputMask.h"
 #include "rasterhost/writing/TileEncoder.h"
 
 #include <cstdint>
 #include <memory>
 #include <string>
-
-struct tiff;
 
 namespace rasterhost {
 
@@ -16,10 +15,9 @@ namespace rasterhost {
 class MaskWriter {
 public:
     /// Null when the file has no mask of such tiles, which is then left to GDAL.
-    [[nodiscard]] static std::unique_ptr<MaskWriter> Open(const std::string& file);
+    [[nodiscard]] static std::unique_ptr<MaskWriter> Open(const std::string& name);
     MaskWriter(const MaskWriter&) = delete;
     MaskWriter& operator=(const MaskWriter&) = delete;
-    ~MaskWriter();
 
     /// Writes all rows and closes the file. False when memory runs out or libtiff fails.
     [[nodiscard]] bool Write(const OutputMask& mask);
@@ -27,7 +25,7 @@ public:
 private:
     MaskWriter() = default;
 
-    tiff* file = nullptr;
+    LocalTiff file;
     TileForm form;
     std::uint32_t columns = 0, rows = 0;
 };

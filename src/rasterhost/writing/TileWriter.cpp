@@ -27,41 +27,28 @@ bool TileWriter::CanWrite(const CPLStringList& options) {
 std::unique_ptr<TileWriter> TileWriter::Open(const std::string& name, const OutputLayout& layout,
                                              const CPLStringList& options) {
     std::unique_ptr<TileWriter> writer(new TileWriter);
-    writer->file = TIFFOpen(name.c_str(), "r+");
-    if (!writer->file) return nullptr;
-    const auto field = [&](std::uint32_t tag) {
-        std::uint32_t value = 0;
-        TIFFGetField(writer->file, tag, &value);
-        return value;
-    };
-    const auto shortField = [&](std::uint32_t tag) {
-        std::uint16_t value = 0;
-        TIFFGetFieldDefaulted(writer->file, tag, &value);
-        return value;
-    };
+    writer->file.reset(TIFFOpen(name.c_str(), "r+"));
+    TIFF* file = writer->file.get();
+    if (!file) return nullptr;
     TileForm form;
-    form.bits = shortField(TIFFTAG_BITSPERSAMPLE);
-    form.compression = shortField(TIFFTAG_COMPRESSION);
+    form.bits = ShortTag(file, TIFFTAG_BITSPERSAMPLE);
+    form.compression = ShortTag(file, TIFFTAG_COMPRESSION);
     const TileCodec* codec = FindTileCodec(form.compression);
-    if (!TIFFIsTiled(writer->file) || TIFFIsByteSwapped(writer->file) || !codec ||
-        (form.bits != 8 && form.bits != 16) || shortField(TIFFTAG_PLANARCONFIG) != PLANARCONFIG_CONTIG)
+    if (!TIFFIsTiled(file) || TIFFIsByteSwapped(file) || !codec || (form.bits != 8 && form.bits != 16) ||
+        ShortTag(file, TIFFTAG_PLANARCONFIG) != PLANARCONFIG_CONTIG)
         return nullptr;
-    if (codec->hasPredictor) form.predictor = shortField(TIFFTAG_PREDICTOR);
+    if (codec->hasPredictor) form.predictor = ShortTag(file, TIFFTAG_PREDICTOR);
     codec->SetLevel(options, form);
-    writer->columns = field(TIFFTAG_IMAGEWIDTH);
-    form.columns = field(TIFFTAG_TILEWIDTH);
-    form.rows = field(TIFFTAG_TILELENGTH);
-    form.samples = shortField(TIFFTAG_SAMPLESPERPIXEL);
-    const tmsize_t expected = TIFFTileSize(writer->file);
+    writer->columns = LongTag(file, TIFFTAG_IMAGEWIDTH);
+    form.columns = LongTag(file, TIFFTAG_TILEWIDTH);
+    form.rows = LongTag(file, TIFFTAG_TILELENGTH);
+    form.samples = ShortTag(file, TIFFTAG_SAMPLESPERPIXEL);
+    const tmsize_t expected = TIFFTileSize(file);
     writer->packer = std::make_unique<TilePacker>(form);
     const bool isAsPlanned = form.columns == layout.tileColumns && form.rows == layout.tileRows;
     return isAsPlanned && expected > 0 && static_cast<std::size_t>(expected) == form.GetBytes()
                ? std::move(writer)
                : nullptr;
-}
-
-TileWriter::~TileWriter() {
-    if (file) TIFFClose(file);
 }
 
 bool TileWriter::Pack(std::uint32_t rowCount, const unsigned char* tiles, PackedTiles& packed) const {
@@ -78,16 +65,15 @@ bool TileWriter::Write(std::uint32_t firstRow, std::uint32_t rowCount, unsigned 
             unsigned char* bytes =
                 isPacked ? packed.bytes.data() + packed.places[tile].offset : tiles + tile * form.GetBytes();
             const std::size_t size = isPacked ? packed.places[tile].size : form.GetBytes();
-            const std::uint32_t number = TIFFComputeTile(file, column, firstRow + row, 0, 0);
-            if (TIFFWriteRawTile(file, number, bytes, static_cast<tmsize_t>(size)) < 0) return false;
+            const std::uint32_t number = TIFFComputeTile(file.get(), column, firstRow + row, 0, 0);
+            if (TIFFWriteRawTile(file.get(), number, bytes, static_cast<tmsize_t>(size)) < 0) return false;
         }
     return true;
 }
 
 bool TileWriter::Close() {
-    const bool isWritten = TIFFFlush(file) == 1;
-    TIFFClose(file);
-    file = nullptr;
+    const bool isWritten = TIFFFlush(file.get()) == 1;
+    file.reset();
     return isWritten;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "imagery/OutputRow.h"
+#include "rasterhost/reading/LocalTiff.h"
 #include "rasterhost/writing/TilePacker.h"
 #include "rasterhost/writing/TileSink.h"
 
@@ -10,7 +11,6 @@
 #include <vector>
 
 class CPLStringList;
-struct tiff;
 
 namespace rasterhost {
 
@@ -27,7 +27,6 @@ public:
     Open(const std::string& file, const imagery::OutputLayout& layout, const CPLStringList& creationOptions);
     TileWriter(const TileWriter&) = delete;
     TileWriter& operator=(const TileWriter&) = delete;
-    ~TileWriter() override;
 
     [[nodiscard]] bool SharesWork() const override { return packer->Compresses(); }
     [[nodiscard]] bool Pack(std::uint32_t rowCount, const unsigned char* tiles,
@@ -39,7 +38,7 @@ public:
 private:
     TileWriter() = default;
 
-    tiff* file = nullptr;
+    LocalTiff file;
     std::uint32_t columns = 0;
     std::unique_ptr<TilePacker> packer;
 };
