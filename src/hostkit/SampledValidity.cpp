@@ -12,6 +12,7 @@ std::vector<SampledValidity::AxisReach>
 SampledValidity::MakeAxis(std::span<const kernels::GridPosition> positions, std::uint32_t pixels,
                           Resampling resampling) {
     std::vector<AxisReach> axis;
+    axis.reserve(positions.size());
     for (const kernels::GridPosition& position : positions) {
         AxisReach reach{kernels::ClampTap(position, pixels)};
         if (resampling == Resampling::Cubic) {
