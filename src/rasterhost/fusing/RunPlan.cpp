@@ -26,6 +26,11 @@ std::uint64_t ImageBytes(const InputImage& image) {
     return std::uint64_t{info.cols} * info.rows * hostkit::PixelBytes(info);
 }
 
+bool HasMask(const InputImage& image) {
+    return std::ranges::any_of(image.GetDescription()->bands,
+                               [](const SourceBand& band) { return band.mask != MaskKind::None; });
+}
+
 /// Bytes per row of a window: pan and output.
 std::uint64_t FineRowBytes(const Scene& scene, const OutputPlan& output) {
     return std::uint64_t{output.columns} * (hostkit::PixelBytes(scene.pan->GetInfo()) +
@@ -153,8 +158,9 @@ std::int64_t CacheBytes(const Scene& scene, const OutputPlan& output, const RunS
     // grids that are not parallel to pan's touch many rows of blocks.
     constexpr std::uint64_t least = std::uint64_t{8} << 20, leastAskew = std::uint64_t{64} << 20;
     std::uint64_t inputs = scene.pan->GetDescription()->GetBlockRowBytes();
-    bool isAskew = false;
+    bool isAskew = false, isMasked = HasMask(*scene.pan);
     for (const PlacedImage& coarse : scene.images) {
+        isMasked = isMasked || HasMask(*coarse.image);
         inputs += coarse.image->GetDescription()->GetBlockRowBytes();
         isAskew = isAskew || !coarse.placement->RunsAlong();
     }
@@ -164,7 +170,8 @@ std::int64_t CacheBytes(const Scene& scene, const OutputPlan& output, const RunS
             ? 0
             : std::uint64_t{output.blockRows} * output.columns * output.GetPixelBytes();
     // GDAL counts its own record of each block too. A cache that is a little too small reads blocks twice.
-    const std::uint64_t rows = 2 * (inputs + outputs), records = rows / 16;
+    // Masks are read after the samples, so that more blocks lie between those that windows share.
+    const std::uint64_t rows = (isMasked ? 3 : 2) * (inputs + outputs), records = rows / 16;
     return static_cast<std::int64_t>(std::max(isAskew ? leastAskew : least, rows + records));
 }
 
