@@ -29,6 +29,7 @@ public:
 
 private:
     PlainTiff() = default;
+    void AskAhead(const hostkit::PixelRect& rect);
     bool ReadBlock(const hostkit::PixelRect& part, std::uint32_t block, std::size_t stride,
                    unsigned char* out);
 
@@ -37,6 +38,7 @@ private:
     std::uint32_t bands = 0;
     std::size_t pixelBytes = 0;
     std::vector<unsigned char> some; ///< rows of a block
+    std::vector<bool> isAhead;       ///< per block: the system was asked for all of it
 };
 
 } // namespace rasterhost

@@ -2,6 +2,7 @@
 
 #include "rasterhost/requests/GdalErrors.h"
 
+#include <fcntl.h>
 #include <gdal_priv.h>
 #include <tiffio.h>
 #include <unistd.h>
@@ -46,10 +47,45 @@ std::unique_ptr<PlainTiff> PlainTiff::Open(const std::string& name, GDALDataset&
     const bool isAsGdalFound = count > 0 && opened->bands == static_cast<std::uint32_t>(count) &&
                                opened->blocks.AreOf(*dataset.GetRasterBand(1)) &&
                                bits == GDALGetDataTypeSizeBits(dataset.GetRasterBand(1)->GetRasterDataType());
-    return isAsGdalFound ? std::move(opened) : nullptr;
+    if (!isAsGdalFound) return nullptr;
+    opened->isAhead.resize(opened->blocks.areTiles ? TIFFNumberOfTiles(file) : TIFFNumberOfStrips(file));
+    return opened;
+}
+
+/// Asks the system for all of the blocks that a rectangle covers in part: who reads a part soon reads the
+/// rest. Otherwise each part would wait for the disk.
+void PlainTiff::AskAhead(const PixelRect& rect) {
+    constexpr std::uint64_t mostBytes = std::uint64_t{1} << 20; ///< of a block: not a strip of many rows
+    constexpr std::uint64_t gap = 4096;                         ///< a COG has a few bytes around each block
+    std::uint64_t first = 0, end = 0;
+    const auto ask = [&] {
+        if (first < end)
+            posix_fadvise(TIFFFileno(file.get()), static_cast<off_t>(first), static_cast<off_t>(end - first),
+                          POSIX_FADV_WILLNEED);
+    };
+    const auto isCut = [](std::uint32_t from, std::uint32_t to, std::uint32_t side, std::uint32_t all) {
+        return from % side != 0 || (to % side != 0 && to != all);
+    };
+    blocks.ForEach(rect, [&](const PixelRect& part, std::uint32_t number) {
+        if (isAhead[number] || !(isCut(part.row0, part.row1, blocks.blockRows, blocks.rows) ||
+                                 isCut(part.col0, part.col1, blocks.blockColumns, blocks.columns)))
+            return true;
+        isAhead[number] = true;
+        const std::uint64_t offset = TIFFGetStrileOffset(file.get(), number);
+        const std::uint64_t size = TIFFGetStrileByteCount(file.get(), number);
+        if (size > mostBytes) return true;
+        if (offset < end || offset - end > gap) {
+            ask();
+            first = offset;
+        }
+        end = offset + size;
+        return true;
+    });
+    ask();
 }
 
 bool PlainTiff::Read(const PixelRect& rect, unsigned char* out) {
+    AskAhead(rect);
     const std::size_t stride = rect.GetColumns() * pixelBytes;
     return blocks.ForEach(rect, [&](const PixelRect& part, std::uint32_t number) {
         return ReadBlock(part, number, stride,
