@@ -1,6 +1,7 @@
 #include "rasterhost/writing/TileWriter.h"
 
 #include <cpl_string.h>
+#include <fcntl.h>
 #include <tiffio.h>
 
 #include <algorithm>
@@ -8,6 +9,18 @@
 namespace rasterhost {
 
 using imagery::OutputLayout;
+
+namespace {
+
+/// Asks the file system for the blocks of the file at once: page by page it takes longer. The size of the
+/// file stays. It may refuse; then each page gets its block when it is written.
+void ReserveRoom([[maybe_unused]] int file, [[maybe_unused]] std::uint64_t bytes) {
+#ifdef FALLOC_FL_KEEP_SIZE
+    (void)fallocate(file, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(bytes));
+#endif
+}
+
+} // namespace
 
 bool TileWriter::CanWrite(const CPLStringList& options) {
     const char* const known[] = {
@@ -46,9 +59,12 @@ std::unique_ptr<TileWriter> TileWriter::Open(const std::string& name, const Outp
     const tmsize_t expected = TIFFTileSize(file);
     writer->packer = std::make_unique<TilePacker>(form);
     const bool isAsPlanned = form.columns == layout.tileColumns && form.rows == layout.tileRows;
-    return isAsPlanned && expected > 0 && static_cast<std::size_t>(expected) == form.GetBytes()
-               ? std::move(writer)
-               : nullptr;
+    if (!isAsPlanned || expected <= 0 || static_cast<std::size_t>(expected) != form.GetBytes())
+        return nullptr;
+    if (!writer->packer->Compresses())
+        ReserveRoom(TIFFFileno(writer->file.get()),
+                    std::uint64_t{TIFFNumberOfTiles(writer->file.get())} * form.GetBytes());
+    return writer;
 }
 
 bool TileWriter::Pack(std::uint32_t rowCount, const unsigned char* tiles, PackedTiles& packed) const {
