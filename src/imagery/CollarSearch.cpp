@@ -78,7 +78,7 @@ CollarFinding FindCollar(hostkit::ImageSource& image, const std::function<bool()
     if (!edge.Count(status)) return CollarFinding::Failed;
     if (!edge.AreMany()) return CollarFinding::None;
 
-    constexpr std::size_t blockBytes = std::size_t{4} << 20;
+    constexpr std::size_t blockBytes = std::size_t{4} << 20, mostBytes = std::size_t{16} << 20;
     constexpr std::uint32_t tileRows = 256; // of most files
     constexpr std::uint64_t mostPixels = std::uint64_t{1}
                                          << 34; // a larger image takes hours, and a file may declare any size
@@ -86,7 +86,11 @@ CollarFinding FindCollar(hostkit::ImageSource& image, const std::function<bool()
     if (std::uint64_t{info.cols} * info.rows > mostPixels) return CollarFinding::TooLarge;
     const std::size_t rowBytes = info.cols * hostkit::PixelBytes(info);
     auto blockRows = static_cast<std::uint32_t>(std::max<std::size_t>(blockBytes / rowBytes, 1));
-    if (blockRows > tileRows) blockRows -= blockRows % tileRows; // a tile is not read twice
+    // Whole tiles, so that none is read twice.
+    if (blockRows > tileRows)
+        blockRows -= blockRows % tileRows;
+    else if (tileRows * rowBytes <= mostBytes)
+        blockRows = tileRows;
     KOVA::Tessara::Fundament::LargeBytes samples(rowBytes * std::min(blockRows, info.rows));
     ZeroCollar::Finder finder(info.cols, hostkit::PixelBytes(info));
     for (std::uint32_t row = 0, end = 0; row < info.rows; row = end) {
