@@ -157,11 +157,14 @@ std::int64_t CacheBytes(const Scene& scene, const OutputPlan& output, const RunS
     // Allocating new memory takes longer than reading into memory that the process already has. Windows of
     // grids that are not parallel to pan's touch many rows of blocks.
     constexpr std::uint64_t least = std::uint64_t{8} << 20, leastAskew = std::uint64_t{64} << 20;
-    std::uint64_t inputs = scene.pan->GetDescription()->GetBlockRowBytes();
+    const auto blockRow = [](const InputImage& image) {
+        return image.GetDescription()->GetBlockRowBytes() + image.GetDescription()->GetMaskRowBytes();
+    };
+    std::uint64_t inputs = blockRow(*scene.pan);
     bool isAskew = false, isMasked = HasMask(*scene.pan);
     for (const PlacedImage& coarse : scene.images) {
         isMasked = isMasked || HasMask(*coarse.image);
-        inputs += coarse.image->GetDescription()->GetBlockRowBytes();
+        inputs += blockRow(*coarse.image);
         isAskew = isAskew || !coarse.placement->RunsAlong();
     }
     // A block that leaves the cache before it is full is compressed and written again.

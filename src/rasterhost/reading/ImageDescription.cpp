@@ -18,10 +18,15 @@ std::string ImageDescription::GetName() const {
 }
 
 std::uint64_t ImageDescription::GetBlockRowBytes() const {
-    std::set<std::string> masked; // a file has one mask, which takes at most as much as a band
+    return std::uint64_t{info.cols} * bands.front().blockRows * hostkit::PixelBytes(info);
+}
+
+std::uint64_t ImageDescription::GetMaskRowBytes() const {
+    std::uint64_t pixelBytes = 0; // a file has one mask
+    std::set<std::string> masked;
     for (const SourceBand& band : bands)
-        if (band.mask != MaskKind::None) masked.insert(band.file);
-    const std::size_t pixelBytes = hostkit::PixelBytes(info) + masked.size() * (info.bitsPerBand / 8);
+        if (band.mask != MaskKind::None && masked.insert(band.file).second)
+            pixelBytes += band.mask == MaskKind::Transparency ? info.bitsPerBand / 8 : 1;
     return std::uint64_t{info.cols} * bands.front().blockRows * pixelBytes;
 }
 

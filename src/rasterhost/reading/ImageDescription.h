@@ -39,9 +39,11 @@ struct ImageDescription {
     [[nodiscard]] std::string GetName() const;
     /// True when it has a position, by a geotransform or by control points.
     [[nodiscard]] bool IsGeoreferenced() const { return geoTransform || hasControlPoints; }
-    /// Bytes of a row of blocks of the first file, masks included. If the cache cannot hold them, they are
-    /// read again and again.
+    /// Bytes of a row of blocks of the first file. If the cache cannot hold them, they are read again and
+    /// again.
     [[nodiscard]] std::uint64_t GetBlockRowBytes() const;
+    /// The same for the masks of the files.
+    [[nodiscard]] std::uint64_t GetMaskRowBytes() const;
     /// True when the bands of another image have the same pixels in the same position.
     [[nodiscard]] bool SharesGridWith(const ImageDescription& other) const;
     /// True when a position is that of this image.

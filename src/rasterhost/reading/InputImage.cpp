@@ -71,11 +71,27 @@ bool InputImage::FindHandles(Status& status) {
                                : source.mask == MaskKind::Transparency
                                    ? dataset.GetRasterBand(source.transparency)
                                    : nullptr;
-        if (source.mask == MaskKind::Mask && !file->mask) file->mask = MaskTiff::Open(file->name, *mask);
-        handles.push_back({&dataset, band, mask, source.mask == MaskKind::Mask ? file->mask.get() : nullptr,
-                           file->plain.get()});
+        handles.push_back({&dataset, band, mask});
     }
+    OpenBesideGdal();
     return true;
+}
+
+/// Only where one file holds all bands: each reader keeps the file open once more.
+void InputImage::OpenBesideGdal() {
+    if (files.size() > 1 || description->options.scale) return;
+    OpenFileEntry& file = files.front();
+    const GDALDriver* driver = file.dataset->GetDriver();
+    if (!driver || !EQUAL(driver->GetDescription(), "GTiff")) return;
+    const std::vector<SourceBand>& bands = description->bands;
+    const bool isMasked = bands.front().mask == MaskKind::Mask;
+    if (file.dataset->GetRasterCount() == static_cast<int>(bands.size()))
+        file.plain = PlainTiff::Open(file.name, *file.dataset);
+    if (isMasked) file.mask = MaskTiff::Open(file.name, *handles.front().mask);
+    for (BandHandles& handle : handles) {
+        handle.plain = file.plain.get();
+        if (handle.mask == handles.front().mask) handle.plainMask = file.mask.get();
+    }
 }
 
 namespace {
@@ -109,8 +125,7 @@ GDALDataset* InputImage::OpenFile(const std::string& name, const char* role, Sta
              name.c_str(), errors.Reason().c_str());
         return nullptr;
     }
-    files.push_back(
-        {name, std::shared_ptr<GDALDataset>(dataset, GDALClose), PlainTiff::Open(name, *dataset), nullptr});
+    files.push_back({name, std::shared_ptr<GDALDataset>(dataset, GDALClose), nullptr, nullptr});
     return dataset;
 }
 

@@ -77,6 +77,7 @@ private:
     InputImage() = default;
     GDALDataset* OpenFile(const std::string& name, const char* role, Status& status);
     bool FindHandles(Status& status);
+    void OpenBesideGdal();
     [[nodiscard]] std::unique_ptr<InputImage> OpenOverview(unsigned level) const;
 
     struct OpenFileEntry {

@@ -11,8 +11,9 @@ void TiffCloser::operator()(tiff* opened) const { TIFFClose(opened); }
 
 LocalTiff OpenLocalTiff(const std::string& name) {
     if (name.starts_with("/vsi") || !LookAt(name).isFile) return nullptr;
-    // Not mapped into memory: a file that is cut short meanwhile would end the process.
-    return LocalTiff(TIFFOpen(name.c_str(), "rm"));
+    // Not mapped into memory: a file that is cut short meanwhile would end the process. Places of blocks are
+    // read when they are needed, and are left as they are.
+    return LocalTiff(TIFFOpen(name.c_str(), "rmO"));
 }
 
 std::uint32_t LongTag(tiff* file, std::uint32_t tag) {

@@ -24,10 +24,12 @@ std::unique_ptr<MaskTiff> MaskTiff::Open(const std::string& name, GDALRasterBand
     TIFF* file = opened->file.get();
     if (!file) return nullptr;
     const auto isMask = [&] {
-        return LongTag(file, TIFFTAG_SUBFILETYPE) == FILETYPE_MASK && TiffBlocks::Of(file).AreOf(mask);
+        const std::uint32_t type = LongTag(file, TIFFTAG_SUBFILETYPE);
+        return (type & FILETYPE_MASK) != 0 && (type & FILETYPE_REDUCEDIMAGE) == 0;
     };
     while (!isMask())
         if (!TIFFReadDirectory(file)) return nullptr;
+    if (!TiffBlocks::Of(file).AreOf(mask)) return nullptr;
     const std::uint16_t colours = ShortTag(file, TIFFTAG_PHOTOMETRIC);
     if (ShortTag(file, TIFFTAG_BITSPERSAMPLE) != 1 || ShortTag(file, TIFFTAG_SAMPLESPERPIXEL) != 1 ||
         (colours != PHOTOMETRIC_MASK && colours != PHOTOMETRIC_MINISBLACK))

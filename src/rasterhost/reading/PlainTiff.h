@@ -17,7 +17,7 @@ namespace rasterhost {
 /// apart and puts them together again.
 class PlainTiff {
 public:
-    /// The file of a dataset that GDAL has opened by this name. Null for any other file.
+    /// The file of a GeoTIFF that GDAL has opened by this name. Null for any other file.
     [[nodiscard]] static std::unique_ptr<PlainTiff> Open(const std::string& name, GDALDataset& dataset);
 
     /// Samples per pixel, and their bytes.
@@ -37,8 +37,9 @@ private:
     TiffBlocks blocks;
     std::uint32_t bands = 0;
     std::size_t pixelBytes = 0;
-    std::vector<unsigned char> some; ///< rows of a block
-    std::vector<bool> isAhead;       ///< per block: the system was asked for all of it
+    std::uint64_t fileBytes = 0;
+    std::vector<unsigned char> gathered; ///< rows of a block
+    std::vector<bool> isAhead;           ///< per block: the system was asked for all of it
 };
 
 } // namespace rasterhost

@@ -1,5 +1,6 @@
 #include "rasterhost/reading/PlainTiff.h"
 
+#include "rasterhost/reading/FileState.h"
 #include "rasterhost/requests/GdalErrors.h"
 
 #include <fcntl.h>
@@ -32,13 +33,12 @@ bool ReadBytes(TIFF* file, std::uint64_t from, std::size_t bytes, unsigned char*
 } // namespace
 
 std::unique_ptr<PlainTiff> PlainTiff::Open(const std::string& name, GDALDataset& dataset) {
-    const GDALDriver* driver = dataset.GetDriver();
-    if (!driver || std::strcmp(driver->GetDescription(), "GTiff") != 0) return nullptr;
     const GdalErrors silence;
     std::unique_ptr<PlainTiff> opened(new PlainTiff);
     opened->file = OpenLocalTiff(name);
     TIFF* file = opened->file.get();
     if (!file || !StoresSamplesAsTheyAre(file)) return nullptr;
+    opened->fileBytes = LookAt(name).bytes;
     opened->blocks = TiffBlocks::Of(file);
     opened->bands = ShortTag(file, TIFFTAG_SAMPLESPERPIXEL);
     const int bits = ShortTag(file, TIFFTAG_BITSPERSAMPLE);
@@ -100,17 +100,21 @@ bool PlainTiff::ReadBlock(const PixelRect& part, std::uint32_t block, std::size_
         part.row0 % blocks.blockRows * rowBytes + part.col0 % blocks.blockColumns * pixelBytes;
     const std::size_t end = first + (part.GetRows() - 1) * rowBytes + bytes;
     const std::uint64_t offset = TIFFGetStrileOffset(file.get(), block);
-    if (offset == 0 || TIFFGetStrileByteCount(file.get(), block) < end) return false;
+    const std::uint64_t size = TIFFGetStrileByteCount(file.get(), block);
+    // A whole block must be in the file, even if not all of it is wanted: else GDAL says that it is cut
+    // short.
+    if (offset == 0 || size < end || offset > fileBytes || size > fileBytes - offset) return false;
     if (bytes == rowBytes && bytes == stride) return ReadBytes(file.get(), offset + first, end - first, out);
     // Several rows in one call, with what lies between them, as long as they stay in the processor's cache.
     constexpr std::size_t mostBytes = std::size_t{1} << 17;
     const std::size_t mostRows = std::max<std::size_t>(mostBytes / rowBytes, 1);
     for (std::size_t row = 0; row < part.GetRows(); row += mostRows) {
         const std::size_t count = std::min<std::size_t>(mostRows, part.GetRows() - row);
-        some.resize((count - 1) * rowBytes + bytes);
-        if (!ReadBytes(file.get(), offset + first + row * rowBytes, some.size(), some.data())) return false;
+        gathered.resize((count - 1) * rowBytes + bytes);
+        if (!ReadBytes(file.get(), offset + first + row * rowBytes, gathered.size(), gathered.data()))
+            return false;
         for (std::size_t i = 0; i < count; ++i)
-            std::memcpy(out + (row + i) * stride, some.data() + i * rowBytes, bytes);
+            std::memcpy(out + (row + i) * stride, gathered.data() + i * rowBytes, bytes);
     }
     return true;
 }

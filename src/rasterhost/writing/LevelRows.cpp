@@ -25,7 +25,9 @@ void LevelRows::Append(std::uint32_t count) {
     const std::size_t held = At(end);
     if ((held + count) * columns > valid.size()) {
         const std::size_t room = std::max<std::size_t>(held + count, expected);
+        samples.reserve(room * GetRowBytes()); // exactly
         samples.resize(room * GetRowBytes());
+        valid.reserve(room * columns);
         valid.resize(room * columns);
     }
     std::memset(GetValid(end), 0xFF, std::size_t{count} * columns);

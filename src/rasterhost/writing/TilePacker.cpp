@@ -55,7 +55,7 @@ std::size_t TilePacker::CountTiles(std::uint32_t columns, std::uint32_t rows) co
 bool TilePacker::Pack(std::size_t count, const unsigned char* tiles, PackedTiles& packed) const {
     if (!Compresses()) return true;
     packed.bytes.clear();
-    packed.bytes.reserve(count * form.GetBytes()); // what is not used is never touched
+    packed.bytes.reserve(count * form.GetBytes() * 3 / 2); // of noise; what is not used is never touched
     packed.places.resize(count);
     std::mutex adding;
     std::atomic<bool> isPacked = true;

@@ -1,5 +1,6 @@
 #include "rasterhost/writing/TileSpool.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace rasterhost {
@@ -11,17 +12,25 @@ TileSpool::~TileSpool() {
 }
 
 bool TileSpool::Add(PackedTiles& window, std::vector<TilePlace>& places) {
-    const bool isHeld = bytesHeld + window.bytes.size() <= most;
+    constexpr std::uint64_t largePage = std::uint64_t{2} << 20; // is there whole once it is touched
+    using KOVA::Tessara::Fundament::LargeBytes;
+    const std::uint64_t used = window.bytes.size();
+    const std::uint64_t there =
+        std::min<std::uint64_t>(window.bytes.capacity(), (used + largePage - 1) / largePage * largePage);
+    const bool isTaken = used >= there - there / 4;
+    const std::uint64_t bytes = isTaken ? there : used;
+    const bool isHeld = bytesHeld + bytes <= most;
+    if (isHeld) {
+        bytesHeld += bytes;
+        blocks.push_back(isTaken ? std::exchange(window.bytes, {}) : LargeBytes(window.bytes));
+    }
+    const unsigned char* from = isHeld ? blocks.back().data() : window.bytes.data();
     for (const PackedTiles::Place& tile : window.places) {
-        const unsigned char* bytes = window.bytes.data() + tile.offset;
         if (isHeld)
-            places.push_back({0, static_cast<std::uint32_t>(tile.size), bytes});
-        else if (!Write(bytes, tile.size, places))
+            places.push_back({0, static_cast<std::uint32_t>(tile.size), from + tile.offset});
+        else if (!Write(from + tile.offset, tile.size, places))
             return false;
     }
-    if (!isHeld) return true;
-    bytesHeld += window.bytes.size();
-    blocks.push_back(std::exchange(window.bytes, {}));
     return true;
 }
 

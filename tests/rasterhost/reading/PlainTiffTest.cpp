@@ -27,6 +27,7 @@ TEST(PlainTiff, ReadsWhatGdalReads) {
         {"one strip", 1, GDT_UInt16, {"BLOCKYSIZE=75", "BIGTIFF=YES"}, true},
         {"bands apart", 3, GDT_Byte, {"INTERLEAVE=BAND"}, false},
         {"another byte order", 1, GDT_UInt16, {"ENDIANNESS=BIG"}, false},
+        {"0 is white", 1, GDT_Byte, {"PHOTOMETRIC=MINISWHITE"}, false},
         {"12 bits", 1, GDT_UInt16, {"NBITS=12"}, false},
         {"compressed", 1, GDT_Byte, {"COMPRESS=LZW"}, false},
     };

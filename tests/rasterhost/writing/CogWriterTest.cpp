@@ -202,4 +202,24 @@ TEST(CogWriter, SpoolsToAFile) {
     EXPECT_THAT(folder.List(), testing::IsEmpty());
 }
 
+// The spool takes the memory of a window that is full. One that is nearly empty keeps it, since all of it
+// counts.
+TEST(CogWriter, SpoolTakesFullWindows) {
+    const Folder folder;
+    constexpr std::size_t room = std::size_t{8} << 20;
+    for (const std::size_t used : {std::size_t{9}, room}) {
+        rasterhost::TileSpool spool(folder / "tiles", used);
+        std::vector<rasterhost::TilePlace> places;
+        std::vector<unsigned char> unused;
+        rasterhost::PackedTiles window;
+        window.bytes.reserve(room);
+        window.bytes.resize(used, 7);
+        window.places = {{0, 4}, {4, 5}};
+        EXPECT_TRUE(spool.Add(window, places));
+        EXPECT_EQ(window.bytes.capacity(), used == room ? 0 : room);
+        EXPECT_EQ(spool.Get(places[1], unused)[4], 7);
+        EXPECT_THAT(folder.List(), testing::IsEmpty());
+    }
+}
+
 } // namespace
