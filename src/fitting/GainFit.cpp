@@ -191,14 +191,14 @@ Plane GainSamples::Degrade(const Plane& plane, const PixelRect& rect) const {
     const AxisSums across = AxisSums::LowPass(ratio[0], sigma, coarseColumns, columns);
     const AxisSums down = AxisSums::LowPass(ratio[1], sigma, coarseRows, rows);
     Plane usable(plane.size(), 1.0), samples = plane;
-    bool isWhole = across.ReachesAll() && down.ReachesAll(); // then all shares are 1: the weights are exact
+    bool areAllUsable = across.ReachesAll() && down.ReachesAll(); // then all shares are exactly 1
     for (std::size_t i = 0; i < plane.size(); ++i)
         if (!std::isfinite(plane[i])) {
             samples[i] = usable[i] = 0.0;
-            isWhole = false;
+            areAllUsable = false;
         }
     Plane coarse = Resample(samples, columns, across, down);
-    const Plane share = isWhole ? Plane(coarse.size(), 1.0) : Resample(usable, columns, across, down);
+    const Plane share = areAllUsable ? Plane(coarse.size(), 1.0) : Resample(usable, columns, across, down);
     for (std::size_t i = 0; i < coarse.size(); ++i)
         coarse[i] = share[i] >= leastPartUsable ? coarse[i] / share[i] : noNumber;
     return Resample(coarse, coarseColumns, AxisSums::Cubic(ratio[0], coarseColumns, columns),

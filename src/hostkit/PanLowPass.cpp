@@ -47,20 +47,21 @@ public:
     }
 
     /// Adds up weighted rows for all columns. Where some pixels have no data, also adds up the weights of
-    /// those with data; returns true then. `shares` starts as the weights of whole rows.
+    /// those with data; returns true then. Without gaps anywhere `shares` is left as it is, so it must hold
+    /// the weights of whole rows.
     bool Weigh(const LowPassAxis::Taps& taps, const std::uint32_t* weights, std::uint32_t* sums,
                std::uint32_t* shares) {
         const std::size_t columns = rect.GetColumns(), length = hasGap.empty() ? columns : stretch;
-        const std::size_t across = (columns - 1) / length + 1;
+        const std::size_t stretches = (columns - 1) / length + 1;
         const std::uint32_t first = taps.first - rect.row0;
         bool lacks = false;
-        for (std::size_t number = 0; number < across; ++number) {
+        for (std::size_t number = 0; number < stretches; ++number) {
             const std::size_t column = number * length, count = std::min(length, columns - column);
             bool lacksHere = false;
             rows.clear();
             countRows.clear();
             for (std::uint32_t row = first; row < first + taps.count; ++row) {
-                const bool isCleared = !hasGap.empty() && hasGap[row * across + number] != 0;
+                const bool isCleared = !hasGap.empty() && hasGap[row * stretches + number] != 0;
                 rows.push_back(isCleared ? cleared.get() + row * columns + column : SamplesOf(row) + column);
                 countRows.push_back(isCleared ? counts.get() + row * columns + column : ones.data());
                 lacksHere = lacksHere || isCleared;

@@ -27,8 +27,8 @@ struct SampleLimits {
 template <class T>
 struct GappedRow {
     const T* samples = nullptr;
-    const unsigned char* valid =
-        nullptr; ///< one byte per pixel, 0 without data; for `spread` only, may be null
+    /// One byte per pixel, 0 without data. For `spread` only, may be null.
+    const unsigned char* valid = nullptr;
     std::size_t pixels = 0;
     std::uint32_t bands = 0;
     T none = 0; ///< written for samples without data

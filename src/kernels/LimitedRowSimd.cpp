@@ -167,8 +167,9 @@ HWY_ATTR bool LimitSpreadInVectors(const GappedRow<T>& row, const SampleLimits<T
     const auto taken = hn::Set(d, limits.taken), other = hn::Set(d, limits.other);
     const auto absent = hn::BitCast(d, hn::Set(d8, SpreadPlan::absent));
     const auto greatest = hn::Set(d, std::numeric_limits<T>::max());
-    HWY_ALIGN std::uint8_t lastSamples[2 * SpreadPlan::mostBytes] = {},
-                                           lastValid[2 * SpreadPlan::mostBytes] = {};
+    // The last block of a vector begins at most 48 bytes after its first, so 64 bytes are read at most.
+    std::uint8_t lastSamples[SpreadPlan::mostBytes] = {};
+    std::uint8_t lastValid[SpreadPlan::mostBytes] = {};
     std::size_t i = pastCache ? std::min(BeforeWhole(out, lanes), count) : 0;
     std::size_t pixel = i / outBands, sample = i % outBands; // with which the next vector begins
     bool isAtEnd = LimitSpreadSamples(row, 0, i, limits, out);
