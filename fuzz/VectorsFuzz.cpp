@@ -176,7 +176,7 @@ void Limit(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
     const GappedRow<T> gapped{row.get(), valid.get(), pixels, bands, input.Take<T>()};
     const GappedRow<T> some{row.get(), input.Flag() ? valid.get() : nullptr, pixels, bands, gapped.none};
     const std::size_t words = (pixels + gapBits - 1) / gapBits;
-    std::vector<std::uint32_t> bits(words), found(words);
+    std::vector<std::uint32_t> bits(words);
     const auto check = [&](const auto& given, auto definition, auto tried) {
         std::vector<T> expected(at + samples + pixels), actual = expected;
         const bool isAtEnd = definition(given, limits, expected.data() + at);
@@ -188,6 +188,7 @@ void Limit(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
         const LimitRows<T> rows = LimitRowsFor<T>(target, input.Flag());
         check(gapped, &LimitGappedScalar<T>, rows.gapped);
         check(some, &LimitSpreadScalar<T>, rows.spread);
+        std::vector<std::uint32_t> found(words);
         const GapCount count = GapRowFor(target)(valid.get(), pixels, found.data());
         Require(count.pixels == gaps.pixels && count.runs == gaps.runs, "number of gaps");
         Require(bits == found, "gaps");

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <numbers>
 
 namespace {
@@ -28,6 +29,25 @@ TEST(BlurFit, FindsTheBlurOfTheBands) {
             EXPECT_NEAR(fit.transfer, expected, 0.02) << transfer;
             EXPECT_GT(fit.rSquared, 0.99);
         }
+}
+
+// Flat pan stays flat beside a hole; within it there is no mean.
+TEST(FitBlock, LeavesOutUnusablePan) {
+    for (const bool isTurned : {false, true}) {
+        FitBlock block{{0, 0, 12, 12}, 1,  {}, {},
+                       {0, 0, 48, 48}, {}, {}, {{0.0, ratio}, {0.0, ratio}, isTurned}};
+        block.usable.assign(144, 1);
+        std::vector<unsigned char> usable(48 * 48, 255);
+        for (std::size_t row = 16; row < 32; ++row)
+            std::fill_n(&usable[row * 48 + 16], 16, static_cast<unsigned char>(0));
+        block.SetPan(std::vector<unsigned short>(usable.size(), 1000), usable);
+        const std::vector<double> low = block.LowPass(0.3);
+        for (std::size_t pixel = 0; pixel < low.size(); ++pixel)
+            if (pixel / 12 / 4 == 1 && pixel % 12 / 4 == 1)
+                EXPECT_TRUE(std::isnan(low[pixel])) << pixel;
+            else
+                EXPECT_NEAR(low[pixel], 1000.0, 1e-6) << pixel;
+    }
 }
 
 TEST(BlurFit, TakesTheUsualBlurWhereThePairDoesNotTell) {

@@ -30,6 +30,24 @@ TEST(GainFit, FindsWhatEachBandTakesOfTheDetail) {
     EXPECT_DOUBLE_EQ(*given.error, *fit.plainError);
 }
 
+// They make no band darker where it is degraded.
+TEST(GainFit, LeavesOutUnusablePixels) {
+    Status status;
+    MadeBlocks blocks(72, 0.3, {half});
+    blocks.unusableEvery = 7;
+    GainFit fit;
+    ASSERT_TRUE(FitGains(blocks, 0.3, {}, 1, fit, status));
+    EXPECT_NEAR(fit.gains[0].gain, 0.5, 0.02);
+    EXPECT_NEAR(fit.gains[0].ratioGain, 0.0, 0.02);
+    EXPECT_LT(*fit.error, 0.2 * *fit.plainError);
+    // So sharp that each pixel is one of pan. One scale down it would lie between four, out of reach.
+    blocks.origin = 0.5;
+    blocks.unusableEvery = 72 * 72;
+    ASSERT_TRUE(FitGains(blocks, 0.999, {}, 1, fit, status));
+    EXPECT_EQ(fit.samples, 0u);
+    EXPECT_GT(fit.lowPassMean, 9000.0);
+}
+
 TEST(GainFit, GoesByARuleOfThumbWhereSamplesAreFew) {
     Status status;
     MadeBlocks blocks(24, 0.3, {half, reverse});

@@ -37,7 +37,7 @@ public:
         return {{0, 0, size / 2, size}, {size / 2, 0, size, size}};
     }
     [[nodiscard]] bool Read(const PixelRect& rect, FitBlock& block, Status&) override {
-        block = {rect, bands.size(), {}, {}, {}, {}, {}, {{0.0, ratio}, {0.0, ratio}, isTurned}};
+        block = {rect, bands.size(), {}, {}, {}, {}, {}, {{origin, ratio}, {origin, ratio}, isTurned}};
         KOVA::Tessara::Pixmere::RasterInfo info;
         info.cols = info.rows = size * ratio;
         block.panRect =
@@ -57,7 +57,7 @@ public:
         // A few outliers, and some pixels that must not be used.
         for (std::size_t pixel = 7; pixel < low.size(); pixel += 211)
             block.samples[pixel * bands.size()] += oddness;
-        for (std::size_t pixel = 11; pixel < low.size(); pixel += 311) {
+        for (std::size_t pixel = unusableEvery; pixel < low.size(); pixel += unusableEvery) {
             block.usable[pixel] = 0;
             block.samples[pixel * bands.size()] = 1e30;
         }
@@ -65,7 +65,8 @@ public:
     }
 
     bool isTurned = false;
-    double oddness = 0.0;
+    double oddness = 0.0, origin = 0.0;
+    std::size_t unusableEvery = 311;
 
 private:
     std::uint32_t size;

@@ -16,6 +16,7 @@ TEST(OutputRow, ShowsWhereThereIsNoData) {
         bool isGapped;
         std::vector<unsigned short> row;
         LimitTally tally;
+        bool isFilled = false; // not fused
     } cases[] = {
         {{2, 65535, {}, false}, false, {0, 7, 4095, 5000, 8, 9, 7, 6}, {{1, 0}, {0, 0}}},
         {{2, 4095, {}, false}, true, {0, 7, 4095, 4095, 0, 0, 7, 6}, {{1, 1}, {0, 1}}},
@@ -30,6 +31,17 @@ TEST(OutputRow, ShowsWhereThereIsNoData) {
          false,
          {0, 7, 65535, 4095, 5000, 65535, 8, 9, 65535, 7, 6, 65535},
          {{1, 0}, {0, 0}}},
+        {{2, 4095, 7u, false, true}, true, {0, 8, 4095, 4095, 7, 7, 8, 6}, {{1, 1}, {0, 1}}},
+        {{2, 65535, {}, true, true},
+         true,
+         {0, 7, 65535, 4095, 5000, 65535, 0, 0, 0, 7, 6, 65535},
+         {{1, 0}, {0, 0}}},
+        {{2, 65535, 9u, false}, true, {9, 9, 9, 9, 9, 9, 9, 9}, {{0, 0}, {0, 0}}, true},
+        {{2, 65535, 9u, true},
+         true,
+         {9, 9, 65535, 9, 9, 65535, 9, 9, 0, 9, 9, 65535},
+         {{0, 0}, {0, 0}},
+         true},
     };
     // Once, and repeated in a row that is longer than what is processed together.
     for (const auto& c : cases)
@@ -44,8 +56,8 @@ TEST(OutputRow, ShowsWhereThereIsNoData) {
             const auto has = repeat(valid);
             std::vector<unsigned short> row(expected.size());
             LimitTally tally(2);
-            MakeOutputRow(samples.data(), c.isGapped ? has.data() : nullptr, has.size(), c.rules, row.data(),
-                          tally);
+            MakeOutputRow(c.isFilled ? nullptr : samples.data(), c.isGapped ? has.data() : nullptr,
+                          has.size(), c.rules, row.data(), tally);
             EXPECT_EQ(row, expected);
             LimitTally counted = c.tally;
             for (auto& [least, most] : counted)
