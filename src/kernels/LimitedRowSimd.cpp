@@ -27,6 +27,26 @@ HWY_INLINE std::size_t BeforeWhole(const T* out, std::size_t lanes) {
     return (0 - reinterpret_cast<std::uintptr_t>(out) / sizeof(T)) % lanes;
 }
 
+/// Samples within the limits.
+template <class V>
+HWY_INLINE V Limited(V samples, V largest, V taken, V other) {
+    const auto within = hn::Min(samples, largest);
+    return hn::IfThenElse(hn::Eq(within, taken), other, within);
+}
+
+template <class V>
+HWY_INLINE auto AreAtEnd(V limited, V zero, V largest) {
+    return hn::Or(hn::Eq(limited, zero), hn::Eq(limited, largest));
+}
+
+template <bool pastCache, class D>
+HWY_INLINE void Write(D d, hn::Vec<D> made, hn::TFromD<D>* out) {
+    if constexpr (pastCache)
+        hn::Stream(made, d, out);
+    else
+        hn::StoreU(made, d, out);
+}
+
 template <class T, bool pastCache>
 HWY_ATTR bool LimitInVectors(const T* HWY_RESTRICT samples, std::size_t count, const SampleLimits<T>& limits,
                              T* HWY_RESTRICT out) {
@@ -38,13 +58,9 @@ HWY_ATTR bool LimitInVectors(const T* HWY_RESTRICT samples, std::size_t count, c
     bool isAtEnd = LimitRowScalar(samples, i, limits, out);
     auto atEnd = hn::Ne(zero, zero); // nowhere
     for (; i + lanes <= count; i += lanes) {
-        const auto within = hn::Min(hn::LoadU(d, samples + i), largest);
-        const auto limited = hn::IfThenElse(hn::Eq(within, taken), other, within);
-        atEnd = hn::Or(atEnd, hn::Or(hn::Eq(limited, zero), hn::Eq(limited, largest)));
-        if constexpr (pastCache)
-            hn::Stream(limited, d, out + i);
-        else
-            hn::StoreU(limited, d, out + i);
+        const auto limited = Limited(hn::LoadU(d, samples + i), largest, taken, other);
+        atEnd = hn::Or(atEnd, AreAtEnd(limited, zero, largest));
+        Write<pastCache>(d, limited, out + i);
     }
     isAtEnd = LimitRowScalar(samples + i, count - i, limits, out + i) || isAtEnd;
     return isAtEnd || !hn::AllFalse(d, atEnd);
@@ -89,8 +105,8 @@ HWY_ATTR bool LimitGappedInVectors(const GappedRow<T>& row, const SampleLimits<T
         if (mostSample + lanes > maskBytes * bands)
             return LimitGappedInVectors<T, pastCache, Lanes / 2>(row, limits, out);
     }
-    const auto zero = hn::Zero(d), largest = hn::Set(d, limits.largest), none = hn::Set(d, row.none);
-    const auto taken = hn::Set(d, limits.taken), other = hn::Set(d, limits.other);
+    const auto zero = hn::Zero(d), largest = hn::Set(d, limits.largest), taken = hn::Set(d, limits.taken);
+    const auto other = hn::Set(d, limits.other), none = hn::Set(d, row.none);
     bool isAtEnd = LimitGappedSamples(row, 0, i, limits, out);
     auto atEnd = hn::Ne(zero, zero); // nowhere
     for (; i + lanes <= count; i += lanes) {
@@ -103,15 +119,9 @@ HWY_ATTR bool LimitGappedInVectors(const GappedRow<T>& row, const SampleLimits<T
         const auto places = hn::LoadU(d8, pixelsOfBytes<T>.of[bands] + sample * sizeof(T));
         const auto has = hn::BitCast(d, hn::TableLookupBytes(hn::LoadDup128(d8, valid), places));
         const auto isGap = hn::Eq(has, zero);
-        const auto within = hn::Min(hn::LoadU(d, row.samples + i), largest);
-        const auto limited = hn::IfThenElse(hn::Eq(within, taken), other, within);
-        const auto isEnd = hn::Or(hn::Eq(limited, zero), hn::Eq(limited, largest));
-        atEnd = hn::Or(atEnd, hn::AndNot(isGap, isEnd));
-        const auto made = hn::IfThenElse(isGap, none, limited);
-        if constexpr (pastCache)
-            hn::Stream(made, d, out + i);
-        else
-            hn::StoreU(made, d, out + i);
+        const auto limited = Limited(hn::LoadU(d, row.samples + i), largest, taken, other);
+        atEnd = hn::Or(atEnd, hn::AndNot(isGap, AreAtEnd(limited, zero, largest)));
+        Write<pastCache>(d, hn::IfThenElse(isGap, none, limited), out + i);
         pixel += wholePixels;
         sample += restSamples;
         if (sample >= bands) sample -= bands, ++pixel;
@@ -163,8 +173,8 @@ HWY_ATTR bool LimitSpreadInVectors(const GappedRow<T>& row, const SampleLimits<T
     const std::size_t wholePixels = lanes / outBands, restSamples = lanes % outBands;
     const auto* samples = reinterpret_cast<const std::uint8_t*>(row.samples);
     const std::size_t bytes = row.pixels * row.bands * sizeof(T);
-    const auto zero = hn::Zero(d), largest = hn::Set(d, limits.largest), none = hn::Set(d, row.none);
-    const auto taken = hn::Set(d, limits.taken), other = hn::Set(d, limits.other);
+    const auto zero = hn::Zero(d), largest = hn::Set(d, limits.largest), taken = hn::Set(d, limits.taken);
+    const auto other = hn::Set(d, limits.other), none = hn::Set(d, row.none);
     const auto absent = hn::BitCast(d, hn::Set(d8, SpreadPlan::absent));
     const auto greatest = hn::Set(d, std::numeric_limits<T>::max());
     // The last block of a vector begins at most 48 bytes after its first, so 64 bytes are read at most.
@@ -183,8 +193,8 @@ HWY_ATTR bool LimitSpreadInVectors(const GappedRow<T>& row, const SampleLimits<T
             plan.blocks);
         const auto from = hn::LoadU(d8, plan.from);
         const auto isLast = hn::Eq(hn::BitCast(d, from), absent);
-        const auto within = hn::Min(hn::BitCast(d, hn::TableLookupBytesOr0(in, from)), largest);
-        const auto limited = hn::IfThenElse(hn::Eq(within, taken), other, within);
+        const auto limited =
+            Limited(hn::BitCast(d, hn::TableLookupBytesOr0(in, from)), largest, taken, other);
         auto isOut = isLast; // no sample with data
         auto made = hn::IfThenElse(isLast, greatest, limited);
         if constexpr (hasGaps) {
@@ -198,12 +208,8 @@ HWY_ATTR bool LimitSpreadInVectors(const GappedRow<T>& row, const SampleLimits<T
             isOut = hn::Or(isLast, isGap);
             made = hn::IfThenElse(isGap, hn::IfThenElse(isLast, zero, none), made);
         }
-        const auto isEnd = hn::Or(hn::Eq(limited, zero), hn::Eq(limited, largest));
-        atEnd = hn::Or(atEnd, hn::AndNot(isOut, isEnd));
-        if constexpr (pastCache)
-            hn::Stream(made, d, out + i);
-        else
-            hn::StoreU(made, d, out + i);
+        atEnd = hn::Or(atEnd, hn::AndNot(isOut, AreAtEnd(limited, zero, largest)));
+        Write<pastCache>(d, made, out + i);
         pixel += wholePixels;
         sample += restSamples;
         if (sample >= outBands) sample -= outBands, ++pixel;
