@@ -5,9 +5,12 @@
 
 namespace KOVA::Tessara::Fundament {
 
-/// Uninitialized memory. From 2 MB on, the system is asked to back it with large pages, where it has them:
-/// touching it for the first time and giving it back then take a fraction of the time. Throws
-/// std::bad_alloc.
+/// Of most processors. One is there whole once a byte of it is touched.
+inline constexpr std::size_t largePage = std::size_t{2} << 20;
+
+/// Uninitialized memory. From the size of a large page on, the system is asked to back it with large pages,
+/// where it has them: touching it for the first time and giving it back then take a fraction of the time.
+/// Throws std::bad_alloc.
 [[nodiscard]] void* AllocateLarge(std::size_t bytes);
 /// Gives back memory of AllocateLarge, of the same number of bytes.
 void FreeLarge(void* memory, std::size_t bytes) noexcept;

@@ -5,12 +5,6 @@
 
 namespace KOVA::Tessara::Fundament {
 
-namespace {
-
-constexpr std::size_t largePage = std::size_t{2} << 20; // of most processors
-
-}
-
 void* AllocateLarge(std::size_t bytes) {
     if (bytes < largePage) return ::operator new(bytes);
     void* memory = ::operator new (bytes, std::align_val_t{largePage});

@@ -5,6 +5,9 @@
 
 namespace rasterhost {
 
+using KOVA::Tessara::Fundament::LargeBytes;
+using KOVA::Tessara::Fundament::largePage;
+
 TileSpool::~TileSpool() {
     if (!file) return;
     VSIFCloseL(file);
@@ -12,8 +15,6 @@ TileSpool::~TileSpool() {
 }
 
 bool TileSpool::Add(PackedTiles& window, std::vector<TilePlace>& places) {
-    constexpr std::uint64_t largePage = std::uint64_t{2} << 20; // is there whole once it is touched
-    using KOVA::Tessara::Fundament::LargeBytes;
     const std::uint64_t used = window.bytes.size();
     const std::uint64_t there =
         std::min<std::uint64_t>(window.bytes.capacity(), (used + largePage - 1) / largePage * largePage);

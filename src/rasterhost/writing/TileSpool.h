@@ -34,7 +34,7 @@ public:
     /// Adds a copy of a tile of `bytes` bytes, and appends its place to `places`. False when it cannot be
     /// written.
     [[nodiscard]] bool Add(const unsigned char* tile, std::size_t bytes, std::vector<TilePlace>& places);
-    /// The same for the tiles of a window, without a copy: the spool may take their memory.
+    /// The same for the tiles of a window, usually without a copy: the spool then takes their memory.
     [[nodiscard]] bool Add(PackedTiles& window, std::vector<TilePlace>& places);
     /// The bytes of a tile, in `room` if it was in the file. Null when it cannot be read.
     [[nodiscard]] const unsigned char* Get(const TilePlace& place, std::vector<unsigned char>& room);

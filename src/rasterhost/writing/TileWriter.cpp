@@ -62,8 +62,7 @@ std::unique_ptr<TileWriter> TileWriter::Open(const std::string& name, const Outp
     if (!isAsPlanned || expected <= 0 || static_cast<std::size_t>(expected) != form.GetBytes())
         return nullptr;
     if (!writer->packer->Compresses())
-        ReserveRoom(TIFFFileno(writer->file.get()),
-                    std::uint64_t{TIFFNumberOfTiles(writer->file.get())} * form.GetBytes());
+        ReserveRoom(TIFFFileno(file), std::uint64_t{TIFFNumberOfTiles(file)} * form.GetBytes());
     return writer;
 }
 
@@ -74,10 +73,10 @@ bool TileWriter::Pack(std::uint32_t rowCount, const unsigned char* tiles, Packed
 bool TileWriter::Write(std::uint32_t firstRow, std::uint32_t rowCount, unsigned char* tiles,
                        const OutputMask&, PackedTiles& packed) {
     const TileForm& form = packer->GetForm();
+    const bool isPacked = packer->Compresses();
     std::size_t tile = 0;
     for (std::uint32_t row = 0; row < rowCount; row += form.rows)
         for (std::uint32_t column = 0; column < columns; column += form.columns, ++tile) {
-            const bool isPacked = packer->Compresses();
             unsigned char* bytes =
                 isPacked ? packed.bytes.data() + packed.places[tile].offset : tiles + tile * form.GetBytes();
             const std::size_t size = isPacked ? packed.places[tile].size : form.GetBytes();
