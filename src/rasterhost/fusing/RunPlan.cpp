@@ -26,11 +26,6 @@ std::uint64_t ImageBytes(const InputImage& image) {
     return std::uint64_t{info.cols} * info.rows * hostkit::PixelBytes(info);
 }
 
-bool HasMask(const InputImage& image) {
-    return std::ranges::any_of(image.GetDescription()->bands,
-                               [](const SourceBand& band) { return band.mask != MaskKind::None; });
-}
-
 /// Bytes per row of a window: pan and output.
 std::uint64_t FineRowBytes(const Scene& scene, const OutputPlan& output) {
     return std::uint64_t{output.columns} * (hostkit::PixelBytes(scene.pan->GetInfo()) +
@@ -157,14 +152,12 @@ std::int64_t CacheBytes(const Scene& scene, const OutputPlan& output, const RunS
     // Allocating new memory takes longer than reading into memory that the process already has. Windows of
     // grids that are not parallel to pan's touch many rows of blocks.
     constexpr std::uint64_t least = std::uint64_t{8} << 20, leastAskew = std::uint64_t{64} << 20;
-    const auto blockRow = [](const InputImage& image) {
-        return image.GetDescription()->GetBlockRowBytes() + image.GetDescription()->GetMaskRowBytes();
-    };
-    std::uint64_t inputs = blockRow(*scene.pan);
-    bool isAskew = false, isMasked = HasMask(*scene.pan);
+    const ImageDescription& pan = *scene.pan->GetDescription();
+    std::uint64_t samples = pan.GetBlockRowBytes(), masks = pan.GetMaskRowBytes();
+    bool isAskew = false;
     for (const PlacedImage& coarse : scene.images) {
-        isMasked = isMasked || HasMask(*coarse.image);
-        inputs += blockRow(*coarse.image);
+        samples += coarse.image->GetDescription()->GetBlockRowBytes();
+        masks += coarse.image->GetDescription()->GetMaskRowBytes();
         isAskew = isAskew || !coarse.placement->RunsAlong();
     }
     // A block that leaves the cache before it is full is compressed and written again.
@@ -174,7 +167,7 @@ std::int64_t CacheBytes(const Scene& scene, const OutputPlan& output, const RunS
             : std::uint64_t{output.blockRows} * output.columns * output.GetPixelBytes();
     // GDAL counts its own record of each block too. A cache that is a little too small reads blocks twice.
     // Masks are read after the samples, so that more blocks lie between those that windows share.
-    const std::uint64_t rows = (isMasked ? 3 : 2) * (inputs + outputs), records = rows / 16;
+    const std::uint64_t rows = (masks > 0 ? 3 : 2) * (samples + masks + outputs), records = rows / 16;
     return static_cast<std::int64_t>(std::max(isAskew ? leastAskew : least, rows + records));
 }
 

@@ -68,9 +68,9 @@ bool BandReader::ReadBands(const PixelRect& rect, std::size_t first, std::size_t
     std::vector<int> numbers;
     for (std::size_t band = first; band < end; ++band)
         numbers.push_back(bands[band].number);
-    if (PlainTiff* plain = handles[first].plain;
-        plain && plain->GetBands() == bands.size() && plain->GetPixelBytes() == bands.size() * bits / 8) {
-        std::vector<int> all(bands.size());
+    PlainTiff* plain = handles[first].plain;
+    if (plain && plain->GetPixelBytes() == bands.size() * bits / 8) {
+        std::vector<int> all(plain->GetBands());
         std::iota(all.begin(), all.end(), 1);
         if (numbers == all && plain->Read(rect, out)) return true;
     }
@@ -152,8 +152,7 @@ void ClearMasked(const unsigned char* mask, std::size_t pixels, unsigned char* v
 
 /// Reads the mask of a band: 0 without data, else 0xFF.
 bool BandReader::ReadMask(const PixelRect& rect, std::size_t band, unsigned char* out, Status& status) const {
-    MaskTiff* plain = handles[band].plainMask;
-    if (plain && plain->Read(rect, out)) return true;
+    if (MaskTiff* plain = handles[band].plainMask; plain && plain->Read(rect, out)) return true;
     GDALRasterBand& mask = *handles[band].mask;
     const GdalErrors errors;
     const auto columns = static_cast<int>(rect.GetColumns());

@@ -80,17 +80,16 @@ bool InputImage::FindHandles(Status& status) {
 /// Only where one file holds all bands: each reader keeps the file open once more.
 void InputImage::OpenBesideGdal() {
     if (files.size() > 1 || description->options.scale) return;
-    OpenFileEntry& file = files.front();
+    const OpenFileEntry& file = files.front();
     const GDALDriver* driver = file.dataset->GetDriver();
     if (!driver || !EQUAL(driver->GetDescription(), "GTiff")) return;
     const std::vector<SourceBand>& bands = description->bands;
-    const bool isMasked = bands.front().mask == MaskKind::Mask;
     if (file.dataset->GetRasterCount() == static_cast<int>(bands.size()))
-        file.plain = PlainTiff::Open(file.name, *file.dataset);
-    if (isMasked) file.mask = MaskTiff::Open(file.name, *handles.front().mask);
+        plain = PlainTiff::Open(file.name, *file.dataset);
+    if (bands.front().mask == MaskKind::Mask) plainMask = MaskTiff::Open(file.name, *handles.front().mask);
     for (BandHandles& handle : handles) {
-        handle.plain = file.plain.get();
-        if (handle.mask == handles.front().mask) handle.plainMask = file.mask.get();
+        handle.plain = plain.get();
+        if (handle.mask == handles.front().mask) handle.plainMask = plainMask.get();
     }
 }
 
@@ -125,7 +124,7 @@ GDALDataset* InputImage::OpenFile(const std::string& name, const char* role, Sta
              name.c_str(), errors.Reason().c_str());
         return nullptr;
     }
-    files.push_back({name, std::shared_ptr<GDALDataset>(dataset, GDALClose), nullptr, nullptr});
+    files.push_back({name, std::shared_ptr<GDALDataset>(dataset, GDALClose)});
     return dataset;
 }
 

@@ -83,13 +83,13 @@ private:
     struct OpenFileEntry {
         std::string name;
         std::shared_ptr<GDALDataset> dataset;
-        std::shared_ptr<PlainTiff> plain; ///< null when the file stores samples in another form
-        std::shared_ptr<MaskTiff> mask;   ///< null when it is in another form
     };
 
     std::shared_ptr<const ImageDescription> description;
     std::vector<OpenFileEntry> files;
-    std::vector<BandHandles> handles;                          ///< of the description's bands
+    std::unique_ptr<PlainTiff> plain;    ///< of the only file; null when it stores samples in another form
+    std::unique_ptr<MaskTiff> plainMask; ///< the same for its mask
+    std::vector<BandHandles> handles;    ///< of the description's bands
     std::map<unsigned, std::unique_ptr<InputImage>> overviews; ///< by level, those that were asked for
 };
 
