@@ -4,6 +4,9 @@
 
 #include <cpl_conv.h>
 #include <gtest/gtest.h>
+#include <tiffio.h>
+
+#include <fstream>
 
 namespace {
 
@@ -55,6 +58,15 @@ TEST(MaskTiff, ReadsWhatGdalReads) {
             EXPECT_TRUE(mask->Read(rect, found.data()));
             EXPECT_EQ(found, wanted) << rect.col0 << " " << rect.row0;
         }
+        const auto damaged = MaskTiff::Open(file, *dataset->GetRasterBand(1)->GetMaskBand());
+        {
+            const rasterhost::LocalTiff tiff = rasterhost::OpenLocalTiff(file);
+            ASSERT_EQ(TIFFReadDirectory(tiff.get()), 1);
+            std::fstream bytes(file, std::ios::in | std::ios::out | std::ios::binary);
+            bytes.seekp(static_cast<std::streamoff>(TIFFGetStrileOffset(tiff.get(), 1))) << "damaged";
+        }
+        EXPECT_TRUE(damaged->Read({0, 0, 1, 1}, all.data()));
+        EXPECT_FALSE(damaged->Read(rects[0], all.data()));
         const auto other = MaskTiff::Open(file, *dataset->GetRasterBand(1)->GetMaskBand());
         std::filesystem::resize_file(file, 200);
         EXPECT_FALSE(other->Read(rects[0], all.data()));

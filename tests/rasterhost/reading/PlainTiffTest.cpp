@@ -3,6 +3,9 @@
 #include "support/RasterFiles.h"
 
 #include <gtest/gtest.h>
+#include <tiffio.h>
+
+#include <fstream>
 
 namespace {
 
@@ -67,6 +70,47 @@ TEST(PlainTiff, ReadsWhatGdalReads) {
     GDALDatasetUniquePtr dataset(GDALDataset::Open(sparse.c_str()));
     unsigned char sample = 0;
     EXPECT_FALSE(PlainTiff::Open(sparse, *dataset)->Read({0, 0, 1, 1}, &sample));
+}
+
+// Replaces an entry with a number, of the first directory of a small little-endian file.
+void ReplaceTag(const std::string& file, std::uint16_t tag, std::uint16_t by, std::uint32_t value) {
+    std::fstream bytes(file, std::ios::in | std::ios::out | std::ios::binary);
+    const auto at = [&](std::uint32_t place, auto number) {
+        bytes.seekg(place).read(reinterpret_cast<char*>(&number), sizeof number);
+        return number;
+    };
+    std::uint32_t entry = at(4, std::uint32_t{}) + 2;
+    while (bytes && at(entry, std::uint16_t{}) != tag)
+        entry += 12;
+    ASSERT_TRUE(bytes) << tag;
+    bytes.seekp(entry).write(reinterpret_cast<const char*>(&by), sizeof by);
+    bytes.seekp(entry + 8).write(reinterpret_cast<const char*>(&value), sizeof value);
+}
+
+// A file may say that its samples are to be read in another way, or that fewer of them are there.
+TEST(PlainTiff, LeavesOddTagsToGdal) {
+    const struct {
+        const char* name;
+        std::uint16_t tag, by;
+        std::uint32_t value;
+        bool isOpened;
+    } cases[] = {{"as it is", TIFFTAG_IMAGELENGTH, TIFFTAG_IMAGELENGTH, 75, true},
+                 {"the lowest bit first", TIFFTAG_PLANARCONFIG, TIFFTAG_FILLORDER, FILLORDER_LSB2MSB, false},
+                 {"too few bytes", TIFFTAG_STRIPBYTECOUNTS, TIFFTAG_STRIPBYTECOUNTS, 3000 << 16 | 3154, true},
+                 {"no places", TIFFTAG_STRIPOFFSETS, TIFFTAG_STRIPOFFSETS, 1 << 20, true}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const Folder folder;
+        const std::string file =
+            folder.Write("a.tif", {83, 75, 1, GDT_Byte, {}, {}, {}, {"BLOCKYSIZE=38"}}, {});
+        GDALDatasetUniquePtr dataset(GDALDataset::Open(file.c_str()));
+        ReplaceTag(file, c.tag, c.by, c.value);
+        const auto plain = PlainTiff::Open(file, *dataset);
+        ASSERT_EQ(plain != nullptr, c.isOpened);
+        std::vector<unsigned char> samples(83 * 75);
+        if (!plain) continue;
+        EXPECT_EQ(plain->Read({0, 0, 83, 75}, samples.data()), &c == cases);
+    }
 }
 
 } // namespace
