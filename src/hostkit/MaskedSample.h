@@ -2,7 +2,9 @@
 
 #include "hostkit/SampleBlock.h"
 #include "kernels/BilinearRow.h"
+#include "kernels/MaskedRow.h"
 
+#include <array>
 #include <cstddef>
 
 namespace hostkit {
@@ -19,29 +21,19 @@ namespace hostkit {
 template <class T>
 bool SampleMasked(const SampleBlock& block, std::uint32_t bands, const kernels::BilinearTap& x,
                   const kernels::BilinearTap& y, T* out) {
-    const struct {
-        std::uint32_t column, row;
-        double weight;
-    } neighbours[] = {{x.first, y.first, (1.0 - x.fraction) * (1.0 - y.fraction)},
-                      {x.second, y.first, x.fraction * (1.0 - y.fraction)},
-                      {x.first, y.second, (1.0 - x.fraction) * y.fraction},
-                      {x.second, y.second, x.fraction * y.fraction}};
-    const T* samples[4] = {}; // of those with data, which come first
-    double weight[4] = {}, weights = 0.0;
-    std::size_t count = 0;
-    for (const auto& at : neighbours) {
-        if (!HasData(block, at.column, at.row)) continue;
-        samples[count] = reinterpret_cast<const T*>(block.At(at.column, at.row, bands * sizeof(T)));
-        weight[count++] = at.weight;
-        weights += at.weight;
+    const std::uint32_t across[] = {x.first, x.second, x.first, x.second};
+    const std::uint32_t down[] = {y.first, y.first, y.second, y.second};
+    const T* samples[4] = {};
+    std::array<bool, 4> hasData{};
+    for (std::size_t i = 0; i < 4; ++i) {
+        samples[i] = reinterpret_cast<const T*>(block.At(across[i], down[i], bands * sizeof(T)));
+        hasData[i] = HasData(block, across[i], down[i]);
     }
-    if (!(weights > 0.0)) return false;
-    for (std::uint32_t band = 0; band < bands; ++band) {
-        double sum = 0.0;
-        for (std::size_t i = 0; i < count; ++i)
-            sum += samples[i][band] * weight[i];
-        out[band] = static_cast<T>(sum / weights + 0.5); // none is negative
-    }
+    const auto weights = kernels::MaskedWeights(x.fraction, y.fraction, hasData);
+    if (!(kernels::SumWeights(weights) > 0.0)) return false;
+    for (std::uint32_t band = 0; band < bands; ++band)
+        out[band] = kernels::MaskedSample(samples[0][band], samples[1][band], samples[2][band],
+                                          samples[3][band], weights);
     return true;
 }
 

@@ -1,6 +1,5 @@
 #include "hostkit/SampledValidity.h"
 
-#include "hostkit/MaskedSample.h"
 #include "kernels/CubicRow.h"
 
 #include <algorithm>
@@ -41,7 +40,15 @@ SampledValidity::SampledValidity(const SamplerShape& shape, Resampling resamplin
     for (std::uint32_t column = 0; column < columns.size(); ++column)
         if (column == 0 || !columns[column].IsLike(columns[column - 1])) runs.push_back(column);
     runs.push_back(static_cast<std::uint32_t>(columns.size()));
+    fractions.resize(columns.size() + kernels::maskedPadding);
+    std::transform(columns.begin(), columns.end(), fractions.begin(),
+                   [](const AxisReach& column) { return column.tap.fraction; });
     const std::size_t width = block.rect.GetColumns();
+    for (std::uint32_t run = 0, column = 0; column <= width; ++column) {
+        while (run + 1 < runs.size() && columns[runs[run]].tap.first < column + block.rect.col0)
+            ++run;
+        firstRuns.push_back(run);
+    }
     for (std::uint32_t row = 0; row < block.rect.GetRows(); ++row) {
         const unsigned char* first = block.valid + row * width;
         isWhole.push_back(std::find(first, first + width, static_cast<unsigned char>(0)) == first + width);
@@ -80,13 +87,15 @@ void SampledValidity::FindColumns(const AxisReach& down) {
     if (down.TakesFirst()) add(down.tap.first);
     if (down.TakesSecond()) add(down.tap.second);
 
+    const unsigned char *upper = ValidRow(down.tap.first), *lower = ValidRow(down.tap.second);
     std::fill(reach.begin(), reach.end(), Reach::All);
     some.clear();
     // Runs ascend by the pixels of their taps and use pixels from one before the first to two after it.
     std::size_t gap = 0; // the first column with a gap that this run or a later one may use
     for (std::size_t run = 0, next = 0; run + 1 < runs.size(); run = next) {
         const AxisReach& x = columns[runs[run]];
-        const std::size_t first = std::max(x.tap.first, block.rect.col0) - block.rect.col0;
+        const std::uint32_t first = std::max(x.tap.first, block.rect.col0) - block.rect.col0;
+        const std::uint32_t second = x.tap.second - block.rect.col0;
         const std::size_t from = first - std::min<std::size_t>(first, 1);
         if (run == 0 || gap < from) {
             const void* zero = std::memchr(areAll.data() + from, 0, width - from);
@@ -95,39 +104,37 @@ void SampledValidity::FindColumns(const AxisReach& down) {
         }
         next = run + 1;
         if (first + 2 < gap) {
-            next = FirstRunFrom(next, gap - 2);
+            next = std::max<std::size_t>(next, firstRuns[gap - 2]);
             continue;
         }
         const auto has = [&](std::uint32_t column) { return areAll[column - block.rect.col0] != 0; };
         if (std::all_of(x.All().begin(), x.All().end(), has)) continue;
-        const bool hasAny = (x.TakesFirst() && isAny[first] != 0) ||
-                            (x.TakesSecond() && isAny[x.tap.second - block.rect.col0] != 0);
+        const bool hasAny = (x.TakesFirst() && isAny[first] != 0) || (x.TakesSecond() && isAny[second] != 0);
         if (!hasAny) { // nor have the runs up to the next pixel with data
             const auto data = std::find_if(isAny.begin() + static_cast<std::ptrdiff_t>(first), isAny.end(),
                                            [](unsigned char any) { return any != 0; });
             const auto column = static_cast<std::size_t>(data - isAny.begin());
-            if (column > first + 1) next = FirstRunFrom(next, column - 1);
+            if (column > first + 1) next = std::max<std::size_t>(next, firstRuns[column - 1]);
         }
-        for (std::uint32_t column = runs[run]; column < runs[next]; ++column) {
-            reach[column] = hasAny ? Reach::Some : Reach::None;
-            if (hasAny) some.push_back(column);
-        }
+        std::fill(reach.begin() + runs[run], reach.begin() + runs[next], hasAny ? Reach::Some : Reach::None);
+        if (hasAny)
+            some.push_back({runs[run],
+                            runs[next],
+                            first * bands,
+                            second * bands,
+                            {upper[first] != 0, upper[second] != 0, lower[first] != 0, lower[second] != 0}});
     }
-}
-
-/// The first run, from one on, whose tap begins at a column of the block or after it; the end if none does.
-std::size_t SampledValidity::FirstRunFrom(std::size_t run, std::size_t column) const {
-    const auto isBefore = [&](std::uint32_t at, std::size_t wanted) {
-        return columns[at].tap.first < wanted + block.rect.col0;
-    };
-    const auto begin = runs.begin() + static_cast<std::ptrdiff_t>(run);
-    return static_cast<std::size_t>(std::lower_bound(begin, runs.end() - 1, column, isBefore) - runs.begin());
 }
 
 template <class T>
 void SampledValidity::SampleSomeOf(T* row) const {
-    for (const std::uint32_t column : some)
-        SampleMasked(block, bands, columns[column].tap, rows[*found].tap, row + std::size_t{column} * bands);
+    static const kernels::MaskedRow<T> sample = kernels::MaskedRowFor<T>(kernels::ChosenSimdTarget());
+    const kernels::BilinearTap& down = rows[*found].tap;
+    const auto sourceRow = [this](std::uint32_t source) {
+        return reinterpret_cast<const T*>(block.At(block.rect.col0, source, bands * sizeof(T)));
+    };
+    sample({sourceRow(down.first), sourceRow(down.second), down.fraction, bands}, some, fractions.data(),
+           row);
 }
 
 void SampledValidity::SampleSome(void* row) const {

@@ -4,6 +4,7 @@
 #include "hostkit/RowSampler.h"
 #include "hostkit/SampleBlock.h"
 #include "kernels/BilinearRow.h"
+#include "kernels/MaskedRow.h"
 
 #include <array>
 #include <optional>
@@ -49,7 +50,6 @@ private:
     [[nodiscard]] static std::vector<AxisReach> MakeAxis(std::span<const kernels::GridPosition> positions,
                                                          std::uint32_t pixels, Resampling resampling);
     void FindColumns(const AxisReach& down);
-    [[nodiscard]] std::size_t FirstRunFrom(std::size_t run, std::size_t column) const;
     [[nodiscard]] const unsigned char* ValidRow(std::uint32_t row) const;
     template <class T>
     void SampleSomeOf(T* row) const;
@@ -60,11 +60,14 @@ private:
     std::vector<AxisReach> columns;
     std::vector<AxisReach> rows;
     std::vector<bool> isWhole;       ///< per row of the block: all of it has data
+    std::vector<double> fractions;   ///< those of the columns, with kernels::maskedPadding more
     std::vector<std::uint32_t> runs; ///< where runs of columns made of the same pixels begin, and the end
+    /// Per column of the block, and for its end: the first run whose tap begins there or after it.
+    std::vector<std::uint32_t> firstRuns;
     std::optional<std::uint32_t> found;
     bool hasGaps = false;
     std::vector<Reach> reach;
-    std::vector<std::uint32_t> some; ///< columns of Reach::Some
+    std::vector<kernels::MaskedRun> some; ///< of Reach::Some
     /// Per column of the block: not 0 when all the rows used have data there, and when any row of bilinear
     /// weight above 0 has.
     std::vector<unsigned char> areAll, isAny;

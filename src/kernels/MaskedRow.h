@@ -1,0 +1,81 @@
+#pragma once
+
+#include "kernels/Simd.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+/// Bilinear interpolation next to pixels without data, which do not take part.
+namespace kernels {
+
+/// The weights of four source pixels, those of the upper row first, for an output pixel between them. Those
+/// without data get 0.
+[[nodiscard]] inline std::array<double, 4> MaskedWeights(double fractionAcross, double fractionDown,
+                                                         const std::array<bool, 4>& hasData) {
+    return {hasData[0] ? (1.0 - fractionAcross) * (1.0 - fractionDown) : 0.0,
+            hasData[1] ? fractionAcross * (1.0 - fractionDown) : 0.0,
+            hasData[2] ? (1.0 - fractionAcross) * fractionDown : 0.0,
+            hasData[3] ? fractionAcross * fractionDown : 0.0};
+}
+
+/// The sum of weights, in the order of the pixels.
+[[nodiscard]] inline double SumWeights(const std::array<double, 4>& weights) {
+    return weights[0] + weights[1] + weights[2] + weights[3];
+}
+
+/// The definition of a sample: the mean of those of four pixels. The sum of the weights is above 0.
+template <class T>
+[[nodiscard]] T MaskedSample(T a, T b, T c, T d, const std::array<double, 4>& weights) {
+    const double sum = a * weights[0] + b * weights[1] + c * weights[2] + d * weights[3];
+    return static_cast<T>(sum / SumWeights(weights) + 0.5); // none is negative
+}
+
+/// Consecutive columns of an output row that lie between the same four source pixels.
+struct MaskedRun {
+    std::uint32_t column = 0; ///< the first
+    std::uint32_t end = 0;    ///< exclusive
+    /// The source pixels before and after the columns, as offsets into a source row in samples.
+    std::uint32_t first = 0;
+    std::uint32_t second = 0;
+    std::array<bool, 4> hasData{}; ///< as for MaskedWeights
+};
+
+/// The source of an output row, interleaved by pixel.
+template <class T>
+struct MaskedRows {
+    const T* upper = nullptr;
+    const T* lower = nullptr;
+    double fraction = 0.0; ///< of the way from the upper row to the lower
+    std::uint32_t bands = 0;
+};
+
+/// Interpolates the columns of the runs and leaves the others as they are. `fractions` has one entry per
+/// column, and maskedPadding more that may be read. `out` is the whole row, interleaved by pixel.
+template <class T>
+using MaskedRow = void (*)(const MaskedRows<T>& rows, std::span<const MaskedRun> runs,
+                           const double* fractions, T* out);
+
+inline constexpr std::size_t maskedPadding = 3;
+
+/// The version for a vector target that can run here. The scalar one is the definition.
+template <class T>
+[[nodiscard]] MaskedRow<T> MaskedRowFor(SimdTarget target);
+
+template <class T>
+void MaskedRowScalar(const MaskedRows<T>& rows, std::span<const MaskedRun> runs, const double* fractions,
+                     T* out) {
+    for (const MaskedRun& run : runs) {
+        const T *upper[] = {rows.upper + run.first, rows.upper + run.second},
+                *lower[] = {rows.lower + run.first, rows.lower + run.second};
+        for (std::size_t column = run.column; column < run.end; ++column) {
+            const auto weights = MaskedWeights(fractions[column], rows.fraction, run.hasData);
+            for (std::uint32_t band = 0; band < rows.bands; ++band)
+                out[column * rows.bands + band] =
+                    MaskedSample(upper[0][band], upper[1][band], lower[0][band], lower[1][band], weights);
+        }
+    }
+}
+
+} // namespace kernels
