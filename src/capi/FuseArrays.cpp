@@ -77,18 +77,13 @@ public:
         for (CoarseImage& image : coarse)
             if (!SetImage(image, window, mayLackData, status)) return false;
         if (worker && !worker->OpenWindow(window, status)) return false;
-        if (mayLackData) {
-            reach.resize(window.GetColumns());
-            valid.resize(window.GetColumns());
-        }
+        if (mayLackData) valid.resize(window.GetColumns());
         for (std::uint32_t row = window.row0; row < window.row1; ++row) {
             const unsigned char* samples =
                 worker ? worker->GetRow(row, status) : windows.front()->GetRow(row - window.row0);
             if (!samples) return false;
             const unsigned char* has =
-                mayLackData && imagery::FindRowValidity(pan, window, row, windows, reach.data(), valid.data())
-                    ? valid.data()
-                    : nullptr;
+                mayLackData ? imagery::FindRowValidity(pan, window, row, windows, valid.data()) : nullptr;
             TellValid(row, has);
             StoreRow(finish.Finish(samples, has, window.GetColumns()), job.processBands, job.outputBands,
                      job.output, job.outputLayout, row);
@@ -129,7 +124,6 @@ private:
     BlockBuffers panBuffers;
     std::list<CoarseImage> coarse;
     std::vector<hostkit::PlacedWindow*> windows; ///< of the coarse images
-    std::vector<hostkit::Reach> reach;           ///< of one row
     std::vector<unsigned char> valid;            ///< of one row
     std::optional<hostkit::LowPassFeed> lowPass;
     hostkit::ArrayRaster panRaster;

@@ -283,10 +283,9 @@ const unsigned char* MappedRaster::GetRow(std::uint32_t row) {
     }
 }
 
-bool MappedRaster::FindReach(std::uint32_t row, Reach* rowReach) {
+const Reach* MappedRaster::FindReach(std::uint32_t row) {
     Look(row);
-    if (hasGaps) std::copy(reach.begin(), reach.end(), rowReach);
-    return hasGaps;
+    return hasGaps ? reach.data() : nullptr;
 }
 
 } // namespace hostkit

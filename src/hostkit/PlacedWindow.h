@@ -16,9 +16,9 @@ enum class Reach : unsigned char {
 /// window's first. Rows are computed on demand; ascending order is the fastest.
 class PlacedWindow : public RasterBase {
 public:
-    /// Finds where a row has data: `reach` gets one entry per column of the window. False when every entry
-    /// would be Reach::All; the contents of `reach` are then undefined.
-    virtual bool FindReach(std::uint32_t row, Reach* reach) = 0;
+    /// Finds where a row has data. Returns one entry per column of the window, valid until the next call of
+    /// any function; null when every entry would be Reach::All.
+    virtual const Reach* FindReach(std::uint32_t row) = 0;
 
 protected:
     using RasterBase::RasterBase;

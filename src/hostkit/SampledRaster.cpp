@@ -77,10 +77,8 @@ const unsigned char* SampledRaster::GetRow(std::uint32_t row) {
     }
 }
 
-bool SampledRaster::FindReach(std::uint32_t row, Reach* rowReach) {
-    if (!validity || !validity->Find(row)) return false;
-    std::copy(validity->GetReach().begin(), validity->GetReach().end(), rowReach);
-    return true;
+const Reach* SampledRaster::FindReach(std::uint32_t row) {
+    return validity && validity->Find(row) ? validity->GetReach().data() : nullptr;
 }
 
 } // namespace hostkit

@@ -22,7 +22,7 @@ public:
 
     /// Computes a row of the window. Null, with an item, outside it. Valid until the next call.
     const unsigned char* GetRow(std::uint32_t row) override;
-    bool FindReach(std::uint32_t row, Reach* rowReach) override;
+    const Reach* FindReach(std::uint32_t row) override;
 
 private:
     SampleBlock samples;

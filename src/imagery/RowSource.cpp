@@ -57,20 +57,21 @@ bool UpsampledRows::Read(std::uint32_t first, std::uint32_t end, SampleRows& row
     }
     const auto opened = placement.Open(window, coarse.GetInfo(), read.GetBlock(), resampling, status);
     if (!opened) return false;
-    std::vector<hostkit::Reach> reach(window.GetColumns());
+    const std::size_t columns = window.GetColumns();
     for (std::uint32_t row = window.row0; row < window.row1; ++row) {
         const std::size_t start =
             std::size_t{row - part.row0 - first} * GetColumns() + window.col0 - part.col0;
         const unsigned char* samples = opened->GetRow(row - window.row0);
         if (!samples) throw std::bad_alloc(); // the only way in which a row of an open window can fail
-        Widen(samples, coarse.GetInfo().bitsPerBand, reach.size() * GetBands(),
+        Widen(samples, coarse.GetInfo().bitsPerBand, columns * GetBands(),
               rows.samples.data() + start * GetBands());
-        if (!opened->FindReach(row - window.row0, reach.data())) {
-            std::fill_n(rows.valid.begin() + static_cast<std::ptrdiff_t>(start), reach.size(),
+        const hostkit::Reach* reach = opened->FindReach(row - window.row0);
+        if (!reach) {
+            std::fill_n(rows.valid.begin() + static_cast<std::ptrdiff_t>(start), columns,
                         static_cast<unsigned char>(1));
             continue;
         }
-        for (std::size_t i = 0; i < reach.size(); ++i)
+        for (std::size_t i = 0; i < columns; ++i)
             rows.valid[start + i] =
                 reach[i] == hostkit::Reach::All || (takesSome && reach[i] == hostkit::Reach::Some);
     }

@@ -30,9 +30,9 @@ TEST(MappedRaster, FindsTheSameReachInRunsOfColumnsAsColumnByColumn) {
             hostkit::MappedRaster raster;
             EXPECT_TRUE(raster.Open(MakeInfo(columns, rows, 1, 8), PixelRect{col0, 0, col1, rows}, image.info,
                                     block, map, hostkit::Resampling::Bilinear));
-            std::vector<Reach> reach(col1 - col0, Reach::All);
-            if (!raster.FindReach(row, reach.data())) reach.assign(col1 - col0, Reach::All);
-            return reach;
+            const Reach* found = raster.FindReach(row);
+            return found ? std::vector<Reach>(found, found + (col1 - col0))
+                         : std::vector<Reach>(col1 - col0, Reach::All);
         };
         for (const std::uint32_t row : {0u, 9u, 23u}) {
             std::vector<Reach> expected;

@@ -101,11 +101,11 @@ TYPED_TEST(SampledValidity, SamplesAreTheDefinition) {
                 KOVA::Tessara::Fundament::Status status;
                 const auto raster = placement.Open(window, part.info, part.block, resampling, status);
                 ASSERT_NE(raster, nullptr) << status.ToText();
-                std::vector<hostkit::Reach> reach(20, hostkit::Reach::All);
                 for (std::uint32_t r = 0; r < window.GetRows(); ++r) {
                     const auto* samples = reinterpret_cast<const TypeParam*>(raster->GetRow(r));
-                    if (!raster->FindReach(r, reach.data()))
-                        std::fill(reach.begin(), reach.end(), hostkit::Reach::All);
+                    const std::vector<hostkit::Reach> all(20, hostkit::Reach::All);
+                    const hostkit::Reach* found = raster->FindReach(r);
+                    const hostkit::Reach* reach = found ? found : all.data();
                     for (std::uint32_t i = 0; i < 20u * 3u; ++i) {
                         const double x = (15.0 * (col0 + i / 3 + 0.5) - grid.left) / grid.pixelSize - 0.5;
                         const double y = (15.0 * (row0 + r + 0.5) + grid.top) / grid.pixelSize - 0.5;

@@ -158,15 +158,12 @@ const unsigned char* FusionSlot::KeepWritten(const unsigned char* samples) {
 
 bool FusionSlot::Fuse(const RowSink& sink, Status& status) {
     const std::size_t columns = window.GetColumns();
-    if (mayLackData) {
-        reach.resize(std::max(reach.size(), columns));
-        valid.resize(std::max(valid.size(), columns));
-    }
+    if (mayLackData) valid.resize(std::max(valid.size(), columns));
     if (!inside.IsEmpty()) {
         if (!OpenSources(status) || (want == Want::Pixels && !OfferSources(status))) return false;
     }
     for (FusedRow row{window.row0}; row.number < window.row1; ++row.number) {
-        row.valid = mayLackData && FindValid(row.number, valid.data()) ? valid.data() : nullptr;
+        row.valid = mayLackData ? FindValid(row.number) : nullptr;
         row.samples = nullptr;
         if (want == Want::Pixels && HoldsRow(row.number)) {
             row.samples = GetRow(row.number, status);
@@ -181,21 +178,24 @@ bool FusionSlot::HoldsRow(std::uint32_t row) const {
     return !inside.IsEmpty() && row >= inside.row0 && row < inside.row1;
 }
 
-/// Finds which pixels of a row have data in all images. False when all have.
-bool FusionSlot::FindValid(std::uint32_t row, unsigned char* rowValid) {
+/// Finds which pixels of a row have data in all images. Null when all have.
+const unsigned char* FusionSlot::FindValid(std::uint32_t row) {
     const std::size_t columns = window.GetColumns();
     if (!HoldsRow(row)) {
-        std::memset(rowValid, 0, columns);
-        return true;
+        std::memset(valid.data(), 0, columns);
+        return valid.data();
     }
-    const bool lacksData =
-        imagery::FindRowValidity(pan.GetBlock(), window, row, openedWindows, reach.data(), rowValid);
+    const unsigned char* found =
+        imagery::FindRowValidity(pan.GetBlock(), window, row, openedWindows, valid.data());
     const std::size_t before = inside.col0 - window.col0, after = window.col1 - inside.col1;
-    if (before == 0 && after == 0) return lacksData;
-    if (!lacksData) std::memset(rowValid, 0xFF, columns);
-    std::memset(rowValid, 0, before);
-    std::memset(rowValid + columns - after, 0, after);
-    return true;
+    if (before == 0 && after == 0) return found;
+    if (!found)
+        std::memset(valid.data(), 0xFF, columns);
+    else if (found != valid.data())
+        std::memcpy(valid.data(), found, columns);
+    std::memset(valid.data(), 0, before);
+    std::memset(valid.data() + columns - after, 0, after);
+    return valid.data();
 }
 
 bool TryOneRow(const Scene& scene, const hostkit::PluginLibrary& plugin, const ProcessSettings& settings,

@@ -90,7 +90,7 @@ private:
     template <class T>
     const unsigned char* KeepWritten(const unsigned char* samples);
     [[nodiscard]] bool HoldsRow(std::uint32_t row) const;
-    bool FindValid(std::uint32_t row, unsigned char* rowValid);
+    const unsigned char* FindValid(std::uint32_t row);
 
     const FusionSources from;
     hostkit::SourceRaster pan;
@@ -107,8 +107,7 @@ private:
     std::vector<unsigned short> plainSamples;   ///< the output bands of a row; read as bytes when the depth
                                                 ///< is 8 bits
     bool mayLackData = true;
-    std::vector<hostkit::Reach> reach; ///< of one row
-    std::vector<unsigned char> valid;  ///< of one row; unused when no pixel lacks data
+    std::vector<unsigned char> valid; ///< of one row; unused when no pixel lacks data
 };
 
 /// Fuses one row of a scene that may have data, so that settings which the process refuses are found before
