@@ -66,4 +66,16 @@ TEST(OutputRow, ShowsWhereThereIsNoData) {
         }
 }
 
+// More pixels than a byte counts groups, all of them at a limit.
+TEST(OutputRow, CountsLongRows) {
+    for (const std::size_t bands : {1u, 3u, 65u}) {
+        std::vector<unsigned char> row(20000 * bands, 255);
+        row[4 * bands] = 7;
+        LimitTally tally(bands), expected(bands, {0, 20000});
+        expected[0] = {1, 19999};
+        imagery::CountLimits<unsigned char>(row.data(), nullptr, 20000, {255, 7, 0}, tally);
+        EXPECT_EQ(tally, expected);
+    }
+}
+
 } // namespace
