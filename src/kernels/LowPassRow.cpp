@@ -24,7 +24,7 @@ LowPassAxis::LowPassAxis(const GridAxis& axis, double sigma, std::uint32_t coars
         const std::int64_t first = std::max(reach(std::ceil(place - cut * fineSigma)), std::int64_t{0});
         const std::int64_t end =
             std::min(reach(std::floor(place + cut * fineSigma)) + 1, std::int64_t{finePixels});
-        taps.push_back({0, 0, weights.size()});
+        taps.push_back({0, 0, weights.size(), 1});
         if (first >= end) continue;
         taps.back().first = static_cast<std::uint32_t>(first);
         taps.back().count = static_cast<std::uint32_t>(end - first);
@@ -35,6 +35,13 @@ LowPassAxis::LowPassAxis(const GridAxis& axis, double sigma, std::uint32_t coars
             if (!isNew) continue;
         }
         AddWeights(centre, fineSigma, taps.back());
+    }
+    for (std::size_t i = taps.size(); i-- > 1;) {
+        Taps& of = taps[i - 1];
+        const Taps& next = taps[i];
+        if (of.count != next.count || of.weights != next.weights) continue;
+        const bool isSameStep = next.alike == 1 || taps[i + 1].first - next.first == next.first - of.first;
+        of.alike = isSameStep ? next.alike + 1 : 2;
     }
 }
 

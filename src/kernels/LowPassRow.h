@@ -27,6 +27,8 @@ public:
         std::uint32_t first = 0;
         std::uint32_t count = 0;
         std::size_t weights = 0; ///< index of its first weight
+        /// How many coarse pixels from this one on have the same weights, evenly spaced.
+        std::uint32_t alike = 1;
     };
 
     /// For the coarse pixels 0 to coarsePixels - 1. `axis` tells how the fine grid lies on the coarse one.
@@ -47,7 +49,7 @@ private:
 };
 
 /// Sums down: sums[i] = weights[0] * rows[0][i] + ... + weights[count - 1] * rows[count - 1][i] for `columns`
-/// columns.
+/// columns. The weights add up to at most lowPassOne.
 template <class T>
 using WeighRows = void (*)(const T* const* rows, const std::uint32_t* weights, std::size_t count,
                            std::size_t columns, std::uint32_t* sums);

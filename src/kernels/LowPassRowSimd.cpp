@@ -3,7 +3,6 @@
 #include "kernels/Simd.h"
 
 #include <algorithm>
-#include <type_traits>
 
 #ifndef HWY_TARGET_INCLUDE // not joined with others
 #define HWY_TARGET_INCLUDE "kernels/LowPassRowSimd.cpp"
@@ -18,48 +17,11 @@ HWY_BEFORE_NAMESPACE();
 namespace kernels {
 namespace HWY_NAMESPACE {
 
-/// 8-bit sums stay below 2^22 and are exact in float, which multiplies faster than whole numbers.
+/// Adds up the columns from `first` on for which no vector is whole.
 template <class T>
-using LowPassLane = std::conditional_t<sizeof(T) == 1, float, std::uint32_t>;
-
-template <class T>
-HWY_ATTR void WeighInVectors(const T* const* rows, const std::uint32_t* weights, std::size_t count,
-                             std::size_t columns, std::uint32_t* HWY_RESTRICT sums) {
-    using Lane = LowPassLane<T>;
-    const hn::ScalableTag<Lane> d;
-    const hn::RebindToSigned<decltype(d)> dSigned;
-    const hn::RebindToUnsigned<decltype(d)> dUnsigned;
-    const hn::Rebind<T, decltype(d)> narrow;
-    const std::size_t lanes = hn::Lanes(d);
-    const auto load = [&](const T* samples) HWY_ATTR {
-        if constexpr (sizeof(T) == 1)
-            return hn::ConvertTo(d, hn::PromoteTo(dSigned, hn::LoadU(narrow, samples)));
-        else
-            return hn::PromoteTo(d, hn::LoadU(narrow, samples));
-    };
-    const auto store = [&](auto sum, std::uint32_t* to) HWY_ATTR {
-        if constexpr (sizeof(T) == 1)
-            hn::StoreU(hn::BitCast(dUnsigned, hn::ConvertTo(dSigned, sum)), dUnsigned, to);
-        else
-            hn::StoreU(sum, d, to);
-    };
-    std::size_t i = 0;
-    for (; i + 4 * lanes <= columns; i += 4 * lanes) {
-        auto a = hn::Zero(d), b = a, c = a, e = a;
-        for (std::size_t row = 0; row < count; ++row) {
-            const T* samples = rows[row] + i;
-            const auto weight = hn::Set(d, static_cast<Lane>(weights[row]));
-            a = AddProduct(load(samples), weight, a);
-            b = AddProduct(load(samples + lanes), weight, b);
-            c = AddProduct(load(samples + 2 * lanes), weight, c);
-            e = AddProduct(load(samples + 3 * lanes), weight, e);
-        }
-        store(a, sums + i);
-        store(b, sums + i + lanes);
-        store(c, sums + i + 2 * lanes);
-        store(e, sums + i + 3 * lanes);
-    }
-    for (; i < columns; ++i) {
+HWY_INLINE void WeighRest(const T* const* rows, const std::uint32_t* weights, std::size_t count,
+                          std::size_t first, std::size_t columns, std::uint32_t* HWY_RESTRICT sums) {
+    for (std::size_t i = first; i < columns; ++i) {
         std::uint32_t sum = 0;
         for (std::size_t row = 0; row < count; ++row)
             sum += rows[row][i] * weights[row];
@@ -67,19 +29,111 @@ HWY_ATTR void WeighInVectors(const T* const* rows, const std::uint32_t* weights,
     }
 }
 
+HWY_ATTR void WeighInVectors(const unsigned short* const* rows, const std::uint32_t* weights,
+                             std::size_t count, std::size_t columns, std::uint32_t* HWY_RESTRICT sums) {
+    const hn::ScalableTag<std::uint32_t> d;
+    const hn::Rebind<std::uint16_t, decltype(d)> narrow;
+    const std::size_t lanes = hn::Lanes(d);
+    const auto load = [&](const unsigned short* samples)
+                          HWY_ATTR { return hn::PromoteTo(d, hn::LoadU(narrow, samples)); };
+    std::size_t i = 0;
+    for (; i + 4 * lanes <= columns; i += 4 * lanes) {
+        auto a = hn::Zero(d), b = a, c = a, e = a;
+        for (std::size_t row = 0; row < count; ++row) {
+            const unsigned short* samples = rows[row] + i;
+            const auto weight = hn::Set(d, weights[row]);
+            a = AddProduct(load(samples), weight, a);
+            b = AddProduct(load(samples + lanes), weight, b);
+            c = AddProduct(load(samples + 2 * lanes), weight, c);
+            e = AddProduct(load(samples + 3 * lanes), weight, e);
+        }
+        hn::StoreU(a, d, sums + i);
+        hn::StoreU(b, d, sums + i + lanes);
+        hn::StoreU(c, d, sums + i + 2 * lanes);
+        hn::StoreU(e, d, sums + i + 3 * lanes);
+    }
+    WeighRest(rows, weights, count, i, columns, sums);
+}
+
 #if HWY_TARGET == HWY_SCALAR // never run
+HWY_ATTR void WeighInVectors(const unsigned char* const* rows, const std::uint32_t* weights,
+                             std::size_t count, std::size_t columns, std::uint32_t* HWY_RESTRICT sums) {
+    WeighRest(rows, weights, count, 0, columns, sums);
+}
 WeighAcross AcrossWeights() { return &WeighAcrossScalar; }
 #else
+/// The sums of a vector of pixels: `lower` of the first four of every eight pixels, `upper` of the others.
+/// Some processors add up a part of them apart.
+template <class D, class V = hn::Vec<D>>
+struct PairSums {
+    V lower, upper, lowerApart, upperApart;
+
+    /// Adds the products of two rows, of 16 bits, with a pair of weights.
+    template <class P>
+    HWY_INLINE void Add(P first, P second, P weights) {
+        const hn::RepartitionToNarrow<D> d;
+        lower = hn::ReorderWidenMulAccumulate(D(), hn::InterleaveLower(d, first, second), weights, lower,
+                                              lowerApart);
+        upper = hn::ReorderWidenMulAccumulate(D(), hn::InterleaveUpper(d, first, second), weights, upper,
+                                              upperApart);
+    }
+    HWY_INLINE void Store(std::uint32_t* HWY_RESTRICT sums) const {
+        const D d;
+        const hn::RebindToUnsigned<D> dSum;
+        const std::size_t lanes = hn::Lanes(d);
+        V first = hn::RearrangeToOddPlusEven(lower, lowerApart);
+        V second = hn::RearrangeToOddPlusEven(upper, upperApart);
+        if (lanes > 4) { // bring the fours into the order of the pixels
+            HWY_ALIGN std::int32_t from[MaxLanes(d)];
+            for (std::size_t lane = 0; lane < lanes; ++lane)
+                from[lane] = static_cast<std::int32_t>(lane / 4 % 2 * (lanes / 2) + lane / 8 * 4 + lane % 4);
+            const auto places = hn::SetTableIndices(d, from);
+            const V fours = first;
+            first = hn::TableLookupLanes(hn::ConcatLowerLower(d, second, fours), places);
+            second = hn::TableLookupLanes(hn::ConcatUpperUpper(d, second, fours), places);
+        }
+        hn::StoreU(hn::BitCast(dSum, first), dSum, sums);
+        hn::StoreU(hn::BitCast(dSum, second), dSum, sums + lanes);
+    }
+};
+
+HWY_ATTR void WeighInVectors(const unsigned char* const* rows, const std::uint32_t* weights,
+                             std::size_t count, std::size_t columns, std::uint32_t* HWY_RESTRICT sums) {
+    const hn::ScalableTag<std::int16_t> d;
+    const hn::RepartitionToWide<decltype(d)> dSum;
+    const hn::Rebind<std::uint8_t, decltype(d)> narrow;
+    const std::size_t lanes = hn::Lanes(d);
+    const auto zero = hn::Zero(dSum);
+    constexpr std::size_t vectors = 4;
+    std::size_t i = 0;
+    for (; i + vectors * lanes <= columns; i += vectors * lanes) {
+        PairSums<decltype(dSum)> sumsOf[vectors];
+        for (auto& of : sumsOf)
+            of = {zero, zero, zero, zero};
+        for (std::size_t row = 0; row < count; row += 2) {
+            const bool isLast = row + 1 == count;
+            const unsigned char* first = rows[row] + i;
+            const unsigned char* second = isLast ? first : rows[row + 1] + i;
+            const std::uint32_t both = weights[row] | (isLast ? 0 : weights[row + 1] << 16);
+            const auto pair = hn::BitCast(d, hn::Set(dSum, static_cast<std::int32_t>(both)));
+            for (std::size_t vector = 0; vector < vectors; ++vector)
+                sumsOf[vector].Add(hn::PromoteTo(d, hn::LoadU(narrow, first + vector * lanes)),
+                                   hn::PromoteTo(d, hn::LoadU(narrow, second + vector * lanes)), pair);
+        }
+        for (std::size_t vector = 0; vector < vectors; ++vector)
+            sumsOf[vector].Store(sums + i + vector * lanes);
+    }
+    WeighRest(rows, weights, count, i, columns, sums);
+}
 using AcrossLane = hn::CappedTag<std::uint64_t, lowPassGroup / 2>;
 /// Vectors of weights that stay in registers; a coarse pixel may need more.
 constexpr std::size_t mostHeld = 6;
 
-/// The sums of the columns from `first` on that have the same weights, of which Held vectors stay in
-/// registers. Returns how many columns they are.
+/// The sums of columns from `first` on that have the same weights, of which Held vectors stay in registers.
 template <std::size_t Held>
-HWY_ATTR std::size_t AcrossAlike(const LowPassAxis& across, std::uint32_t first, std::size_t columns,
-                                 const std::uint32_t* HWY_RESTRICT down, std::uint32_t downFirst,
-                                 std::uint64_t* HWY_RESTRICT sums) {
+HWY_ATTR void AcrossAlike(const LowPassAxis& across, std::uint32_t first, std::size_t columns,
+                          const std::uint32_t* HWY_RESTRICT down, std::uint32_t downFirst,
+                          std::uint64_t* HWY_RESTRICT sums) {
     const AcrossLane d;
     const hn::Rebind<std::uint32_t, decltype(d)> narrow;
     const hn::Repartition<std::uint32_t, decltype(d)> halves;
@@ -91,10 +145,8 @@ HWY_ATTR std::size_t AcrossAlike(const LowPassAxis& across, std::uint32_t first,
     hn::Vec<decltype(halves)> held[Held];
     for (std::size_t vector = 0; vector < Held; ++vector)
         held[vector] = load(weights, vector);
-    std::size_t i = 0;
-    for (; i < columns; ++i) {
+    for (std::size_t i = 0; i < columns; ++i) {
         const LowPassAxis::Taps& taps = across.GetTaps(first + static_cast<std::uint32_t>(i));
-        if (taps.weights != alike.weights || taps.count != alike.count) break;
         const std::uint32_t* from = down + (std::size_t{taps.first} - downFirst);
         auto sum = hn::MulEven(load(from, 0), held[0]);
         for (std::size_t vector = 1; vector < Held; ++vector)
@@ -104,7 +156,71 @@ HWY_ATTR std::size_t AcrossAlike(const LowPassAxis& across, std::uint32_t first,
                 sum = hn::Add(sum, hn::MulEven(load(from, vector), load(weights, vector)));
         sums[i] = hn::GetLane(hn::SumOfLanes(d, sum));
     }
-    return i;
+}
+
+/// Across by vectors of coarse pixels: their sums are exact in double.
+using SpreadLane = hn::ScalableTag<double>;
+constexpr std::size_t mostSpread = 256; ///< coarse pixels at a time, a multiple of all lanes
+constexpr std::size_t mostSpreadTaps = 32;
+
+/// Takes numbers apart: planes[n] gets number n and every Step-th after it, `count` of them, `pitch` apart.
+template <std::size_t Step>
+HWY_INLINE void TakeEveryStep(const std::uint32_t* HWY_RESTRICT numbers, std::size_t count, std::size_t pitch,
+                              double* HWY_RESTRICT planes) {
+    const SpreadLane d;
+    const hn::Rebind<std::uint32_t, SpreadLane> narrow;
+    const hn::Rebind<std::int32_t, SpreadLane> narrowSigned;
+    for (std::size_t i = 0; i < count; i += hn::Lanes(d)) {
+        hn::Vec<decltype(narrow)> of[4];
+        const std::uint32_t* from = numbers + i * Step;
+        if constexpr (Step == 2)
+            hn::LoadInterleaved2(narrow, from, of[0], of[1]);
+        else if constexpr (Step == 3)
+            hn::LoadInterleaved3(narrow, from, of[0], of[1], of[2]);
+        else
+            hn::LoadInterleaved4(narrow, from, of[0], of[1], of[2], of[3]);
+        for (std::size_t n = 0; n < Step; ++n)
+            hn::Store(hn::PromoteTo(d, hn::BitCast(narrowSigned, of[n])), d, planes + n * pitch + i);
+    }
+}
+
+/// The sums of up to mostSpread of `columns` columns from `first` on, which have the same weights, each Step
+/// pixels further on than the one before. Returns how many it computed: whole vectors, such that what is read
+/// beyond their last pixels belongs to the columns that are left.
+template <std::size_t Step>
+HWY_ATTR std::size_t AcrossSteps(const LowPassAxis& across, std::uint32_t first, std::size_t columns,
+                                 const std::uint32_t* HWY_RESTRICT down, std::uint32_t downFirst,
+                                 std::uint64_t* HWY_RESTRICT sums) {
+    const SpreadLane d;
+    const hn::RebindToUnsigned<SpreadLane> dSum;
+    constexpr std::size_t vectors = 4;
+    const std::size_t lanes = hn::Lanes(d), block = vectors * lanes;
+    const LowPassAxis::Taps& taps = across.GetTaps(first);
+    // The last taps of a column lie at so many columns further on, rounded up to whole vectors.
+    const std::size_t reach = ((taps.count - 1) / Step + lanes - 1) / lanes * lanes;
+    if (columns < block + reach || taps.count > mostSpreadTaps) return 0;
+    const std::size_t count = std::min((columns - reach) / block * block, mostSpread);
+    constexpr std::size_t pitch = mostSpread + mostSpreadTaps;
+    HWY_ALIGN double planes[Step * pitch];
+    TakeEveryStep<Step>(down + (taps.first - downFirst), count + reach, pitch, planes);
+    // Whole numbers below 2^52 and this one add up exactly, and the bits of the sum are the number's.
+    const auto unit = hn::Set(d, 4503599627370496.0);
+    const std::uint32_t* weights = across.GetWeights(taps);
+    for (std::size_t i = 0; i < count; i += block) {
+        hn::Vec<SpreadLane> sum[vectors];
+        for (auto& of : sum)
+            of = unit;
+        for (std::size_t tap = 0; tap < taps.count; ++tap) {
+            const double* from = planes + tap % Step * pitch + tap / Step + i;
+            const auto weight = hn::Set(d, static_cast<double>(weights[tap]));
+            for (std::size_t n = 0; n < vectors; ++n)
+                sum[n] = hn::MulAdd(hn::LoadU(d, from + n * lanes), weight, sum[n]);
+        }
+        for (std::size_t n = 0; n < vectors; ++n)
+            hn::StoreU(hn::Sub(hn::BitCast(dSum, sum[n]), hn::BitCast(dSum, unit)), dSum,
+                       sums + i + n * lanes);
+    }
+    return count;
 }
 
 HWY_ATTR void AcrossInVectors(const LowPassAxis& across, std::uint32_t first, std::size_t columns,
@@ -115,20 +231,33 @@ HWY_ATTR void AcrossInVectors(const LowPassAxis& across, std::uint32_t first, st
     const std::size_t lanes = hn::Lanes(AcrossLane());
     for (std::size_t i = 0; i < columns;) {
         const std::uint32_t column = first + static_cast<std::uint32_t>(i);
-        const std::size_t vectors = (across.GetTaps(column).count + lanes - 1) / lanes;
-        if (vectors == 0)
-            sums[i++] = 0;
-        else
-            i += alike[std::min(vectors, mostHeld) - 1](across, column, columns - i, down, downFirst,
-                                                        sums + i);
+        const LowPassAxis::Taps& taps = across.GetTaps(column);
+        const std::size_t left = std::min<std::size_t>(columns - i, taps.alike);
+        const std::uint32_t step = left > 1 ? across.GetTaps(column + 1).first - taps.first : 0;
+        std::size_t done = 0;
+        if (step == 2)
+            done = AcrossSteps<2>(across, column, left, down, downFirst, sums + i);
+        else if (step == 3)
+            done = AcrossSteps<3>(across, column, left, down, downFirst, sums + i);
+        else if (step == 4)
+            done = AcrossSteps<4>(across, column, left, down, downFirst, sums + i);
+        if (done == 0) {
+            const std::size_t vectors = (taps.count + lanes - 1) / lanes;
+            if (vectors == 0)
+                std::fill_n(sums + i, left, std::uint64_t{0});
+            else
+                alike[std::min(vectors, mostHeld) - 1](across, column, left, down, downFirst, sums + i);
+            done = left;
+        }
+        i += done;
     }
 }
 
 WeighAcross AcrossWeights() { return &AcrossInVectors; }
 #endif
 
-WeighRows<unsigned char> WeighRows8() { return &WeighInVectors<unsigned char>; }
-WeighRows<unsigned short> WeighRows16() { return &WeighInVectors<unsigned short>; }
+WeighRows<unsigned char> WeighRows8() { return &WeighInVectors; }
+WeighRows<unsigned short> WeighRows16() { return &WeighInVectors; }
 
 } // namespace HWY_NAMESPACE
 } // namespace kernels
