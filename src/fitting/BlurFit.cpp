@@ -123,26 +123,32 @@ BlurFits BlurSamples::Fit() const {
             fits.means[i] += values[at + i];
     for (double& mean : fits.means)
         mean /= static_cast<double>(GetCount());
-    // Products of the bands with each other, then of each low-pass with the bands and with itself.
-    std::vector<double> products(Width() * Width()), centred(Width());
-    for (std::size_t at = 0; at < values.size(); at += Width())
-        for (std::size_t i = 0; i < Width(); ++i) {
-            centred[i] = values[at + i] - fits.means[i];
-            for (std::size_t j = 0; j < std::min(i, bands); ++j)
-                products[i * Width() + j] += centred[i] * centred[j];
-            products[i * Width() + i] += centred[i] * centred[i];
+    std::vector<double> ofBands(bands * bands), centred(bands); // products of the bands with each other
+    using OfLows = std::array<double, tried.size()>;
+    std::vector<OfLows> byBand(bands); // products of each band with the low-passes
+    OfLows squares{}, centredLows{};
+    for (std::size_t at = 0; at < values.size(); at += Width()) {
+        for (std::size_t low = 0; low < tried.size(); ++low) {
+            centredLows[low] = values[at + bands + low] - fits.means[bands + low];
+            squares[low] += centredLows[low] * centredLows[low];
         }
-    std::vector<double> matrix;
-    for (std::size_t i = 0; i < bands; ++i)
-        matrix.insert(matrix.end(), products.data() + i * Width(), products.data() + i * Width() + bands);
+        for (std::size_t i = 0; i < bands; ++i) {
+            centred[i] = values[at + i] - fits.means[i];
+            for (std::size_t j = 0; j <= i; ++j)
+                ofBands[i * bands + j] += centred[i] * centred[j];
+            for (std::size_t low = 0; low < tried.size(); ++low)
+                byBand[i][low] += centredLows[low] * centred[i];
+        }
+    }
     for (std::size_t low = 0; low < tried.size(); ++low) {
-        const double* projection = products.data() + (bands + low) * Width();
-        fits.coefficients[low] = SolveByCholesky(matrix, {projection, projection + bands});
-        const double squares = projection[bands + low];
+        std::vector<double> projection(bands);
+        std::transform(byBand.begin(), byBand.end(), projection.begin(),
+                       [low](const OfLows& of) { return of[low]; });
+        fits.coefficients[low] = SolveByCholesky(ofBands, projection);
         double explained = 0.0;
         for (std::size_t i = 0; i < bands; ++i)
             explained += fits.coefficients[low][i] * projection[i];
-        fits.rSquared[low] = squares > 0.0 ? explained / squares : 0.0;
+        fits.rSquared[low] = squares[low] > 0.0 ? explained / squares[low] : 0.0;
     }
     return fits;
 }

@@ -68,7 +68,8 @@ using Plane = std::vector<double>;
 
 /// NaN stays NaN, and so does everything computed from it.
 Plane Resample(const Plane& in, std::size_t columns, const AxisSums& across, const AxisSums& down) {
-    Plane out;
+    Plane out(down.terms.size() * across.terms.size());
+    double* to = out.data();
     std::vector<double> sums(columns);
     for (const auto& rowTerms : down.terms) {
         std::fill(sums.begin(), sums.end(), 0.0);
@@ -79,7 +80,7 @@ Plane Resample(const Plane& in, std::size_t columns, const AxisSums& across, con
             double sum = 0.0;
             for (const auto& term : columnTerms)
                 sum += term.weight * sums[term.at];
-            out.push_back(sum);
+            *to++ = sum;
         }
     }
     return out;
@@ -190,17 +191,21 @@ Plane GainSamples::Degrade(const Plane& plane, const PixelRect& rect) const {
     if (coarseColumns == 0 || coarseRows == 0) return {};
     const AxisSums across = AxisSums::LowPass(ratio[0], sigma, coarseColumns, columns);
     const AxisSums down = AxisSums::LowPass(ratio[1], sigma, coarseRows, rows);
-    Plane usable(plane.size(), 1.0), samples = plane;
-    bool areAllUsable = across.ReachesAll() && down.ReachesAll(); // then all shares are exactly 1
-    for (std::size_t i = 0; i < plane.size(); ++i)
-        if (!std::isfinite(plane[i])) {
-            samples[i] = usable[i] = 0.0;
-            areAllUsable = false;
+    const auto isUsable = [](double sample) { return std::isfinite(sample); };
+    Plane coarse;
+    if (across.ReachesAll() && down.ReachesAll() && std::all_of(plane.begin(), plane.end(), isUsable)) {
+        coarse = Resample(plane, columns, across, down); // all shares are exactly 1
+    } else {
+        Plane usable, samples;
+        for (const double sample : plane) {
+            usable.push_back(isUsable(sample) ? 1.0 : 0.0);
+            samples.push_back(isUsable(sample) ? sample : 0.0);
         }
-    Plane coarse = Resample(samples, columns, across, down);
-    const Plane share = areAllUsable ? Plane(coarse.size(), 1.0) : Resample(usable, columns, across, down);
-    for (std::size_t i = 0; i < coarse.size(); ++i)
-        coarse[i] = share[i] >= leastPartUsable ? coarse[i] / share[i] : noNumber;
+        coarse = Resample(samples, columns, across, down);
+        const Plane share = Resample(usable, columns, across, down);
+        for (std::size_t i = 0; i < coarse.size(); ++i)
+            coarse[i] = share[i] >= leastPartUsable ? coarse[i] / share[i] : noNumber;
+    }
     return Resample(coarse, coarseColumns, AxisSums::Cubic(ratio[0], coarseColumns, columns),
                     AxisSums::Cubic(ratio[1], coarseRows, rows));
 }

@@ -129,12 +129,13 @@ bool ReadPixels(InputImage& image, const PixelRect& rect, std::optional<int> bit
     std::uint32_t withData = 0, saturatedOnes = 0;
     unsigned short largestOfAll = 0;
     for (std::size_t i = 0; i < count; ++i) { // no branches, for vectors
-        const bool hasData = usable[i] != 0;
-        const bool isSaturated = hasData && largest[i] >= saturated;
-        withData += hasData ? 1 : 0;
-        saturatedOnes += isSaturated ? 1 : 0;
-        largestOfAll = std::max(largestOfAll, hasData ? largest[i] : static_cast<unsigned short>(0));
-        usable[i] = hasData && !isSaturated ? 1 : 0;
+        const unsigned short sample = largest[i];
+        const unsigned hasData = usable[i] != 0 ? 1 : 0;
+        const unsigned isSaturated = hasData & (sample >= saturated ? 1 : 0);
+        withData += hasData;
+        saturatedOnes += isSaturated;
+        largestOfAll = std::max(largestOfAll, static_cast<unsigned short>(sample * hasData));
+        usable[i] = static_cast<unsigned char>(hasData ^ isSaturated);
     }
     pixels.tally = {.pixels = count,
                     .withoutData = count - withData,
