@@ -12,6 +12,8 @@ SourceRaster::SourceRaster(ImageSource& source) : RasterBase("Host.SourceRaster"
     available = WholeImage(info);
 }
 
+SourceRaster::~SourceRaster() = default;
+
 bool SourceRaster::OpenWindow(const PixelRect& wanted) {
     if (loaded.Contains(wanted)) return true;
     status.Reset(0, {}, {}, {}); // allocates nothing, so it cannot fail
