@@ -34,17 +34,19 @@ public:
 
     void Add(double position) {
         isNumber = isNumber && !std::isnan(position);
-        least = std::min(least, position - error);
-        most = std::max(most, position + error);
+        least = std::min(least, position);
+        most = std::max(most, position);
     }
     /// False also when a position is not a number.
     [[nodiscard]] bool LiesWithin(double from, double to) const {
-        return isNumber && least >= from && most <= to;
+        return isNumber && Least() >= from && Most() <= to;
     }
 
-    double least = HUGE_VAL, most = -HUGE_VAL;
+    [[nodiscard]] double Least() const { return least - error; }
+    [[nodiscard]] double Most() const { return most + error; }
 
 private:
+    double least = HUGE_VAL, most = -HUGE_VAL;
     double error;
     bool isNumber = true;
 };
@@ -82,9 +84,12 @@ bool MappedRaster::Open(const RasterInfo& pan, const PixelRect& panWindow, const
     sourceColumns = sourceInfo.cols;
     sourceRows = sourceInfo.rows;
     seen.reset();
-    bends.clear();
-    for (const std::uint32_t bend : map.FindBends(panWindow.col0, panWindow.col1))
-        bends.push_back(bend - panWindow.col0);
+    starts.clear();
+    map.FindLines(panWindow.row0, panWindow.col0, panWindow.col1, lines);
+    for (std::size_t start = 0; const kernels::MappedLine& line : lines) {
+        starts.push_back(start);
+        start += line.pixels;
+    }
     x.resize(info.cols);
     y.resize(info.cols);
     reach.resize(info.cols);
@@ -146,28 +151,47 @@ Reach MappedRaster::FindOne(std::size_t column) const {
                : Reach::None;
 }
 
+std::size_t MappedRaster::LineOf(std::size_t column) const {
+    return static_cast<std::size_t>(std::upper_bound(starts.begin(), starts.end(), column) - starts.begin()) -
+           1;
+}
+
+kernels::MappedPath MappedRaster::PathFrom(std::size_t column) const {
+    const std::size_t line = LineOf(column);
+    return {&lines[line], column - starts[line]};
+}
+
 /// What these columns have in common, found from the rectangle that they lie in. All when every pixel that
 /// they are interpolated from has data; Some when each column must be examined.
 MappedRaster::Run MappedRaster::FindCommon(std::size_t first, std::size_t end) const {
     const double rounding = mostRounding * (1.0 * sourceColumns + sourceRows);
     Extent across(rounding), down(rounding);
-    const auto see = [&](std::size_t column) { across.Add(x[column]), down.Add(y[column]); };
-    see(first);
-    see(end - 1);
-    for (auto bend = std::upper_bound(bends.begin(), bends.end(), first); bend != bends.end() && *bend < end;
-         ++bend) {
-        see(*bend - 1);
-        see(*bend);
+    const auto see = [&](const kernels::MappedLine& line, double atX, double atY) {
+        across.Add(line.Shrink(atX));
+        down.Add(line.Shrink(atY));
+    };
+    const auto seeColumn = [&](std::size_t line, std::size_t column) {
+        double atX = 0.0, atY = 0.0;
+        kernels::FillLineScalar(kernels::MappedPath{&lines[line], column - starts[line]}.Next(1), &atX, &atY);
+        across.Add(atX);
+        down.Add(atY);
+    };
+    std::size_t line = LineOf(first);
+    seeColumn(line, first);
+    for (; line + 1 < lines.size() && starts[line + 1] < end; ++line) {
+        see(lines[line], lines[line].toX, lines[line].toY);
+        see(lines[line + 1], lines[line + 1].fromX, lines[line + 1].fromY);
     }
+    seeColumn(line, end - 1);
     if (!across.LiesWithin(-1.5, sourceColumns + 0.5) || !down.LiesWithin(-1.5, sourceRows + 0.5))
         return {end, Reach::Some, false};
     if (!samples.valid) return {end, Reach::All, true};
     const double before = kind == Resampling::Cubic ? 1.0 : 0.0;
     const PixelRect& at = samples.rect; // the pixels beyond it are not needed
-    const PixelRect rect{std::max(ClampIndex(across.least - before, sourceColumns), at.col0),
-                         std::max(ClampIndex(down.least - before, sourceRows), at.row0),
-                         std::min(ClampIndex(across.most + 1.0 + before, sourceColumns) + 1, at.col1),
-                         std::min(ClampIndex(down.most + 1.0 + before, sourceRows) + 1, at.row1)};
+    const PixelRect rect{std::max(ClampIndex(across.Least() - before, sourceColumns), at.col0),
+                         std::max(ClampIndex(down.Least() - before, sourceRows), at.row0),
+                         std::min(ClampIndex(across.Most() + 1.0 + before, sourceColumns) + 1, at.col1),
+                         std::min(ClampIndex(down.Most() + 1.0 + before, sourceRows) + 1, at.row1)};
     const std::uint64_t pixels = std::uint64_t{rect.GetRows()} * rect.GetColumns();
     if (pixels > mostPixelsPerColumn * (end - first)) return {end, Reach::Some, true};
     return {end, FindData(rect), true};
@@ -187,23 +211,26 @@ void MappedRaster::LookAt(std::size_t first, std::size_t end) {
     else
         runs.push_back(found);
     Reach* const at = reach.data();
-    if (found.reach == Reach::Some)
+    if (found.reach == Reach::Some) {
+        static const kernels::FillLine fillLine = kernels::FillLineFor(kernels::ChosenSimdTarget());
+        PathFrom(first).Fill(fillLine, end - first, &x[first], &y[first]);
         for (std::size_t column = first; column < end; ++column)
             at[column] = FindOne(column);
-    else
+    } else {
         std::fill(at + first, at + end, found.reach);
+    }
     const auto lacks = [](Reach of) { return of != Reach::All; };
     hasGaps = hasGaps || (found.reach != Reach::All && std::any_of(at + first, at + end, lacks));
 }
 
-/// Finds the positions of a row and its reach of data, once per row.
+/// Finds the lines of a row and its reach of data, once per row.
 void MappedRaster::Look(std::uint32_t row) {
     if (seen == row) return;
     runs.clear();
     hasGaps = false;
+    pixelMap->FindLines(panRect.row0 + row, panRect.col0, panRect.col1, lines);
     for (std::uint32_t first = 0, end = 0; first < info.cols; first = end) {
         end = std::min(first + columnsAtOnce, info.cols);
-        pixelMap->FindRow(panRect.row0 + row, panRect.col0 + first, panRect.col0 + end, &x[first], &y[first]);
         LookAt(first, end);
     }
     seen = row;
@@ -233,7 +260,7 @@ template <class T>
 void MappedRaster::SampleMixed(std::size_t first, const Run& run, T* out) const {
     const std::uint32_t bands = info.bandsPerPixel;
     const kernels::MappedSource<T> source = GetSource<T>();
-    if (run.isWithin) ChooseRow<T>()(source, &x[first], &y[first], run.end - first, out);
+    if (run.isWithin) ChooseRow<T>()(source, PathFrom(first), run.end - first, out);
     for (std::size_t column = first; column < run.end; ++column, out += bands) {
         const bool isCubic = kind == Resampling::Cubic && reach[column] == Reach::All && HasAll(column, 1, 2);
         if (reach[column] == Reach::None)
@@ -259,7 +286,7 @@ void MappedRaster::SampleRow(T* out) const {
         T* to = out + first * source.bands;
         const std::size_t count = run.end - first;
         if (run.reach == Reach::All)
-            sample(source, &x[first], &y[first], count, to);
+            sample(source, PathFrom(first), count, to);
         else if (run.reach == Reach::None)
             std::fill_n(to, count * source.bands, T{0});
         else

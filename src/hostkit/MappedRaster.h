@@ -42,6 +42,8 @@ private:
     void FindDataRuns();
     void Look(std::uint32_t row);
     void LookAt(std::size_t first, std::size_t end);
+    [[nodiscard]] std::size_t LineOf(std::size_t column) const;
+    [[nodiscard]] kernels::MappedPath PathFrom(std::size_t column) const;
     [[nodiscard]] Run FindCommon(std::size_t first, std::size_t end) const;
     [[nodiscard]] Reach FindData(const PixelRect& rect) const;
     [[nodiscard]] Reach FindOne(std::size_t column) const;
@@ -61,14 +63,15 @@ private:
     SampleBlock samples;
     std::uint32_t sourceColumns = 0;
     std::uint32_t sourceRows = 0;
-    std::vector<DataRun> dataRuns;      ///< of the rows at hand, if they may lack data
-    std::optional<std::uint32_t> seen;  ///< the row that was examined last
-    bool hasGaps = false;               ///< whether that row has gaps
-    std::vector<std::size_t> bends;     ///< columns of the window where straight lines of positions begin
-    std::vector<double> x, y;           ///< positions of the row's pixels
-    std::vector<Reach> reach;           ///< of each
-    std::vector<Run> runs;              ///< of the row
-    std::vector<unsigned short> output; ///< read as bytes when the depth is 8 bits
+    std::vector<DataRun> dataRuns;          ///< of the rows at hand, if they may lack data
+    std::optional<std::uint32_t> seen;      ///< the row that was examined last
+    bool hasGaps = false;                   ///< whether that row has gaps
+    std::vector<std::size_t> starts;        ///< columns of the window where straight lines of positions begin
+    std::vector<kernels::MappedLine> lines; ///< of the row
+    std::vector<double> x, y;               ///< positions of the row's columns that were examined one by one
+    std::vector<Reach> reach;               ///< of each
+    std::vector<Run> runs;                  ///< of the row
+    std::vector<unsigned short> output;     ///< read as bytes when the depth is 8 bits
 };
 
 } // namespace hostkit

@@ -1,7 +1,5 @@
 #include "hostkit/PixelMap.h"
 
-#include "kernels/MappedRow.h"
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -45,8 +43,8 @@ PixelMap::Place PixelMap::Find(std::uint64_t centre, std::uint32_t pointCount) c
 std::uint32_t PixelMap::EndOf(std::uint32_t point, std::uint32_t pointCount, std::uint32_t origin) const {
     if (point + 2 == pointCount) return std::numeric_limits<std::uint32_t>::max();
     const std::uint64_t end = 2 * std::uint64_t{step} * (point + 1) + 1 - 2 * std::uint64_t{origin};
-    const std::uint64_t pixel = std::uint64_t{2} << look.panLevel;
-    return static_cast<std::uint32_t>((end + pixel / 2 - 1) / pixel);
+    const std::uint64_t half = std::uint64_t{1} << look.panLevel; // of a pixel
+    return static_cast<std::uint32_t>((end + half - 1) >> (look.panLevel + 1));
 }
 
 /// Converts a position on the source at full size to its coarser pixels.
@@ -54,9 +52,9 @@ double PixelMap::ToSource(double at) const {
     return look.ownLevel == 0 ? at : (at + 0.5) / (1u << look.ownLevel) - 0.5;
 }
 
-void PixelMap::FindRow(std::uint32_t row, std::uint32_t col0, std::uint32_t col1, double* x,
-                       double* y) const {
-    static const kernels::FillLine fillLine = kernels::FillLineFor(kernels::ChosenSimdTarget());
+void PixelMap::FindLines(std::uint32_t row, std::uint32_t col0, std::uint32_t col1,
+                         std::vector<kernels::MappedLine>& lines) const {
+    lines.clear();
     const Place down = Find(Centre(row, look.part.row0), CountRows());
     const Point* upper = points->data() + std::size_t{down.point} * pointColumns;
     const Point* lower = upper + pointColumns;
@@ -65,29 +63,27 @@ void PixelMap::FindRow(std::uint32_t row, std::uint32_t col0, std::uint32_t col1
                      Blend(upper[point].y, lower[point].y, down.fraction) + moved.y};
     };
     const double length = 2.0 * step, pixel = static_cast<double>(std::uint64_t{2} << look.panLevel);
+    const double shrink = 1u << look.ownLevel;
+    Point right;
+    std::uint32_t rightPoint = std::numeric_limits<std::uint32_t>::max(); // none yet
     for (std::uint32_t column = col0, end = 0; column < col1; column = end) {
         const std::uint64_t centre = Centre(column, look.part.col0);
         const std::uint32_t point = Find(centre, pointColumns).point;
-        const Point left = at(point), right = at(point + 1);
+        const Point left = point == rightPoint ? right : at(point);
+        rightPoint = point + 1;
+        right = at(rightPoint);
         const auto start = static_cast<double>(centre - 2 * std::uint64_t{step} * point);
         end = std::min(col1, EndOf(point, pointColumns, look.part.col0));
-        fillLine({left.x, right.x, left.y, right.y, start, pixel, length}, end - column, x + (column - col0),
-                 y + (column - col0));
+        lines.push_back({left.x, right.x, left.y, right.y, start, pixel, length, end - column, shrink});
     }
-    if (look.ownLevel == 0) return;
-    const auto toSource = [this](double position) { return ToSource(position); };
-    std::transform(x, x + (col1 - col0), x, toSource);
-    std::transform(y, y + (col1 - col0), y, toSource);
 }
 
-std::vector<std::uint32_t> PixelMap::FindBends(std::uint32_t col0, std::uint32_t col1) const {
-    std::vector<std::uint32_t> bends;
-    for (std::uint32_t column = col0; column < col1; bends.push_back(column)) {
-        const std::uint32_t point = Find(Centre(column, look.part.col0), pointColumns).point;
-        column = EndOf(point, pointColumns, look.part.col0);
-        if (column >= col1) break;
-    }
-    return bends;
+void PixelMap::FindRow(std::uint32_t row, std::uint32_t col0, std::uint32_t col1, double* x,
+                       double* y) const {
+    static const kernels::FillLine fillLine = kernels::FillLineFor(kernels::ChosenSimdTarget());
+    std::vector<kernels::MappedLine> lines;
+    FindLines(row, col0, col1, lines);
+    kernels::MappedPath{lines.data()}.Fill(fillLine, col1 - col0, x, y);
 }
 
 /// The position of a place on pan, given in half pixels of full size.

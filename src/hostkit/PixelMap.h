@@ -4,6 +4,7 @@
 #include "hostkit/Point.h"
 #include "hostkit/RowSampler.h"
 #include "hostkit/SampleBlock.h"
+#include "kernels/MappedRow.h"
 
 #include <cstdint>
 #include <memory>
@@ -30,12 +31,13 @@ public:
     /// right.
     void Move(const Point& displacement) { moved = moved + displacement; }
 
-    /// Positions of the pan pixels col0 to col1 - 1 of a row.
-    void FindRow(std::uint32_t row, std::uint32_t col0, std::uint32_t col1, double* x, double* y) const;
+    /// The straight lines on which the pan pixels col0 to col1 - 1 of a row lie. In any row they change at
+    /// the same columns. Positions on a line that is followed by another lie between its two ends.
+    void FindLines(std::uint32_t row, std::uint32_t col0, std::uint32_t col1,
+                   std::vector<kernels::MappedLine>& lines) const;
 
-    /// The columns, of col0 to col1 - 1, at which positions along any row bend: from each to the next, and
-    /// before the first, they lie on a straight line.
-    [[nodiscard]] std::vector<std::uint32_t> FindBends(std::uint32_t col0, std::uint32_t col1) const;
+    /// The positions of these pixels.
+    void FindRow(std::uint32_t row, std::uint32_t col0, std::uint32_t col1, double* x, double* y) const;
 
     /// The source pixels that a window of pan is interpolated from, clipped to the source. One pixel when the
     /// window does not overlap the source.

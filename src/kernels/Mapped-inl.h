@@ -7,12 +7,14 @@
 #define PANSHARP_MAPPED_INL_H
 #endif
 
+#include "kernels/CubicRow.h"
 #include "kernels/MappedRow.h"
 #include "kernels/Planar-inl.h"
 
 #include <hwy/cache_control.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <type_traits>
 
@@ -30,6 +32,39 @@ inline constexpr std::size_t mapPadded = mapPixels + HWY_MAX_BYTES / sizeof(floa
 
 template <class T>
 using MapReal = std::conditional_t<sizeof(T) == 1, float, double>;
+
+inline constexpr int fractionBits = 15;
+inline constexpr std::uint32_t fractionUnits = 1 << fractionBits;
+
+/// The fraction below which sums are uncertain that err by less than this.
+constexpr std::uint32_t UncertainUnits(double error) {
+    return std::bit_ceil(static_cast<std::uint32_t>(2.0 * error * fractionUnits + 1.0));
+}
+
+/// Rounds sums in float to samples. Between 256 and 512 a float has 15 bits of fraction; so when 256.5 is
+/// added to a sum, the bits above these hold its sample. The error can change only that of a sum next to a
+/// whole number. So half of `Uncertain`, a power of two, is added as well, which is more than the error: then
+/// such sums, and few others, have a fraction below `Uncertain`.
+template <std::uint32_t Uncertain>
+struct NearestSample {
+    static constexpr auto lift = static_cast<float>(256.5 + 0.5 * Uncertain / fractionUnits);
+
+    /// The samples, in this byte of their words.
+    template <int Byte, class D>
+    static HWY_INLINE hn::Vec<D> SampleOf(D d, hn::Vec<D> rounded) {
+        constexpr int right = fractionBits - 8 * Byte;
+        const auto byte = hn::Set(d, std::uint32_t{0xFF} << (8 * Byte));
+        if constexpr (right > 0)
+            return hn::And(hn::ShiftRight<right>(rounded), byte);
+        else
+            return hn::And(hn::ShiftLeft<-right>(rounded), byte);
+    }
+    /// 0 for samples that are left to the definition.
+    template <class D>
+    static HWY_INLINE hn::Vec<D> Certainty(D d, hn::Vec<D> rounded) {
+        return hn::And(rounded, hn::Set(d, fractionUnits - Uncertain));
+    }
+};
 
 /// The factors of every pixel of a block along one axis.
 template <class V, std::size_t Numbers>

@@ -58,13 +58,36 @@ void MappedCubicScalar(const MappedSource<T>& source, const double* x, const dou
     }
 }
 
-void FillLineScalar(const MappedLine& line, std::size_t count, double* x, double* y) {
-    for (std::size_t i = 0; i < count; ++i) {
+void FillLineScalar(const MappedLine& line, double* x, double* y) {
+    for (std::size_t i = 0; i < line.pixels; ++i) {
         const double t = (line.start + static_cast<double>(i) * line.step) / line.length;
-        x[i] = line.fromX * (1.0 - t) + line.toX * t;
-        y[i] = line.fromY * (1.0 - t) + line.toY * t;
+        x[i] = line.Shrink(line.fromX * (1.0 - t) + line.toX * t);
+        y[i] = line.Shrink(line.fromY * (1.0 - t) + line.toY * t);
     }
 }
+
+namespace {
+
+template <class T, auto Sample>
+void SampleAlong(const MappedSource<T>& source, MappedPath path, std::size_t pixels, T* out) {
+    constexpr std::size_t atOnce = 64;
+    double x[atOnce], y[atOnce];
+    for (std::size_t p = 0; p < pixels; p += atOnce) {
+        const std::size_t count = std::min(atOnce, pixels - p);
+        path.Fill(&FillLineScalar, count, x, y);
+        Sample(source, x, y, count, out + p * source.bands);
+    }
+}
+
+} // namespace
+
+template <class T>
+MappedRows<T> MappedRowsScalar() {
+    return {&SampleAlong<T, &MappedBilinearScalar<T>>, &SampleAlong<T, &MappedCubicScalar<T>>};
+}
+
+template MappedRows<unsigned char> MappedRowsScalar();
+template MappedRows<unsigned short> MappedRowsScalar();
 
 template void MappedBilinearScalar(const MappedSource<unsigned char>&, const double*, const double*,
                                    std::size_t, unsigned char*);

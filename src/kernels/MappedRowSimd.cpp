@@ -21,7 +21,7 @@
 #include <hwy/highway.h>
 
 #include "kernels/Mapped-inl.h"
-#include "kernels/Packed-inl.h"
+#include "kernels/MappedPacked-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace kernels {
@@ -63,42 +63,6 @@ HWY_INLINE hn::Vec<D> BlendTaps(D /*d*/, std::integral_constant<std::size_t, 4> 
     const auto upper = add(across(1), y(1), hn::Mul(across(0), y(0)));
     return add(across(3), y(3), add(across(2), y(2), upper));
 }
-
-/// Rounds sums in float to samples. Between 256 and 512 a float has 15 bits of fraction; so when 256.5 is
-/// added to a sum, the bits above these hold its sample. The error can change only that of a sum next to a
-/// whole number. So half of `uncertain`, a power of two, is added as well, which is more than the error: then
-/// such sums, and few others, have a fraction below `uncertain`.
-template <std::size_t Taps>
-struct NearestSample {
-    static constexpr int fractionBits = 15;
-    static constexpr double units = 1 << fractionBits;
-    /// Of the sum, and of the additions: half a unit.
-    static constexpr double error = (Taps == 2 ? bilinearError : cubicError<float>)*units + 0.5;
-    static constexpr auto uncertain = std::bit_ceil(static_cast<std::uint32_t>(2.0 * error + 1.0));
-    static constexpr auto lift = static_cast<float>(256.5 + 0.5 * uncertain / units);
-
-    /// Bilinear sums lie within half a sample of the range.
-    template <class D>
-    static HWY_INLINE auto Round(D d, hn::Vec<D> sum) {
-        const auto inRange = Taps == 2 ? sum : Clamp<unsigned char>(d, sum);
-        return hn::BitCast(hn::RebindToUnsigned<D>(), hn::Add(inRange, hn::Set(d, lift)));
-    }
-    /// The samples, in this byte of their words.
-    template <int Byte, class D>
-    static HWY_INLINE hn::Vec<D> SampleOf(D d, hn::Vec<D> rounded) {
-        constexpr int right = fractionBits - 8 * Byte;
-        const auto byte = hn::Set(d, std::uint32_t{0xFF} << (8 * Byte));
-        if constexpr (right > 0)
-            return hn::And(hn::ShiftRight<right>(rounded), byte);
-        else
-            return hn::And(hn::ShiftLeft<-right>(rounded), byte);
-    }
-    /// 0 for samples that are left to the definition.
-    template <class D>
-    static HWY_INLINE hn::Vec<D> Certainty(D d, hn::Vec<D> rounded) {
-        return hn::And(rounded, hn::Set(d, (1u << fractionBits) - uncertain));
-    }
-};
 
 /// Computes one sample by the definition.
 template <class T>
@@ -168,75 +132,9 @@ public:
 private:
     using V = MapReal<T>;
 
-    /// Returns the number of samples that are left to the definition.
+    /// Blends vectors of consecutive samples, over which the factors are spread. Returns the number of
+    /// samples that are left to the definition.
     HWY_ATTR std::size_t Blend(T* HWY_RESTRICT out) {
-#if HWY_TARGET != HWY_SCALAR
-        if constexpr (sizeof(T) == 1 && Taps == 2)
-            if (source.bands == packedBands) return BlendPacked(out);
-#endif
-        return BlendSpread(out);
-    }
-
-#if HWY_TARGET != HWY_SCALAR
-    /// For pixels of four samples of 8 bits: vectors of one band, so that factors need not be spread.
-    HWY_ATTR std::size_t BlendPacked(T* HWY_RESTRICT out) {
-        using Nearest = NearestSample<Taps>;
-        const hn::ScalableTag<float> d;
-        const hn::RebindToUnsigned<decltype(d)> d32;
-        std::size_t count = 0;
-        for (std::size_t pixel = 0; pixel < mapPixels; pixel += hn::Lanes(d)) {
-            const auto load = [&](std::size_t plane) HWY_ATTR {
-                return hn::LoadU(d32, reinterpret_cast<const std::uint32_t*>(planes[plane]) + pixel);
-            };
-            const auto upperLeft = load(0), upperRight = load(1), lowerLeft = load(2), lowerRight = load(3);
-            const auto fx = hn::LoadU(d, ofX.values[0] + pixel), fy = hn::LoadU(d, ofY.values[0] + pixel);
-            const auto factor = [](auto numbers)
-                                    HWY_ATTR { return [numbers](std::size_t) HWY_ATTR { return numbers; }; };
-            const auto round = [&](auto band) HWY_ATTR {
-                const auto tap = [&](std::size_t plane) HWY_ATTR {
-                    return BandOfPacked<decltype(band)::value>(d, plane == 0   ? upperLeft
-                                                                  : plane == 1 ? upperRight
-                                                                  : plane == 2 ? lowerLeft
-                                                                               : lowerRight);
-                };
-                return Nearest::Round(d, BlendTaps(d, std::integral_constant<std::size_t, Taps>(), tap,
-                                                   factor(fx), factor(fy)));
-            };
-            const auto first = round(std::integral_constant<std::uint32_t, 0>());
-            const auto second = round(std::integral_constant<std::uint32_t, 1>());
-            const auto third = round(std::integral_constant<std::uint32_t, 2>());
-            const auto last = round(std::integral_constant<std::uint32_t, 3>());
-            const auto lower =
-                hn::Or(Nearest::template SampleOf<0>(d32, first), Nearest::template SampleOf<1>(d32, second));
-            const auto upper =
-                hn::Or(Nearest::template SampleOf<2>(d32, third), Nearest::template SampleOf<3>(d32, last));
-            hn::StoreU(hn::Or(lower, upper), d32, reinterpret_cast<std::uint32_t*>(out) + pixel);
-            const auto certainty = [&](auto rounded) HWY_ATTR { return Nearest::Certainty(d32, rounded); };
-            const auto least = hn::Min(hn::Min(certainty(first), certainty(second)),
-                                       hn::Min(certainty(third), certainty(last)));
-            if (hn::AllFalse(d32, hn::Eq(least, hn::Zero(d32)))) continue;
-            std::uint32_t band = 0;
-            for (const auto& rounded : {first, second, third, last}) {
-                const auto isUncertain = hn::Eq(certainty(rounded), hn::Zero(d32));
-                count = MarkBand(d32, isUncertain, pixel, band++, count);
-            }
-        }
-        return count;
-    }
-
-    /// Marks samples of one band of consecutive pixels.
-    template <class D>
-    HWY_ATTR std::size_t MarkBand(D d, hn::Mask<D> isUncertain, std::size_t pixel, std::uint32_t band,
-                                  std::size_t count) {
-        const std::size_t end = Mark(d, isUncertain, pixel, hn::Lanes(d), count, left);
-        for (std::size_t i = count; i < end; ++i)
-            left[i] = left[i] * packedBands + band;
-        return end;
-    }
-#endif
-
-    /// For any pixels: vectors of consecutive samples, over which the factors are spread.
-    HWY_ATTR std::size_t BlendSpread(T* HWY_RESTRICT out) {
         const hn::ScalableTag<V> d;
         const std::size_t lanes = hn::Lanes(d), bands = source.bands;
         std::size_t count = 0;
@@ -254,9 +152,13 @@ private:
                 const auto sum =
                     BlendTaps(d, std::integral_constant<std::size_t, Taps>(), tap, factor(ofX), factor(ofY));
                 if constexpr (std::is_same_v<V, float>) {
-                    using Nearest = NearestSample<Taps>;
+                    constexpr double error = Taps == 2 ? bilinearError : cubicError<float>;
+                    // The addition errs by half a unit.
+                    using Nearest = NearestSample<UncertainUnits(error + 0.5 / fractionUnits)>;
                     const hn::RebindToUnsigned<decltype(d)> d32;
-                    const auto rounded = Nearest::Round(d, sum);
+                    // Bilinear sums lie within half a sample of the range.
+                    const auto inRange = Taps == 2 ? sum : Clamp<T>(d, sum);
+                    const auto rounded = hn::BitCast(d32, hn::Add(inRange, hn::Set(d, Nearest::lift)));
                     hn::StoreU(hn::U8FromU32(Nearest::template SampleOf<0>(d32, rounded)),
                                hn::Rebind<T, decltype(d)>(), out + at);
                     const auto isUncertain = hn::Eq(Nearest::Certainty(d32, rounded), hn::Zero(d32));
@@ -280,24 +182,39 @@ private:
 };
 
 template <class T, std::size_t Taps>
-HWY_ATTR void MapInVectors(const MappedSource<T>& source, const double* x, const double* y,
-                           std::size_t pixels, T* out) {
-    if (source.bands > mostBands || source.bands == 0)
-        return Taps == 2 ? MappedBilinearScalar(source, x, y, pixels, out)
-                         : MappedCubicScalar(source, x, y, pixels, out);
+HWY_ATTR void MapBlocks(const MappedSource<T>& source, MappedPath path, std::size_t pixels, T* out) {
+    static const FillLine fill = FillLineFor(HWY_TARGET);
     MappedBlock<T, Taps> block(source);
-    std::size_t p = 0;
-    for (; p + mapPixels <= pixels; p += mapPixels)
-        block.Make(x + p, y + p, out + p * source.bands);
-    if (p == pixels) return;
-    // The remaining pixels go through copies, padded with the last pixel.
-    const std::size_t rest = pixels - p;
-    double restX[mapPixels], restY[mapPixels];
-    T restOut[mapSamples];
-    std::fill(std::copy_n(x + p, rest, restX), restX + mapPixels, x[pixels - 1]);
-    std::fill(std::copy_n(y + p, rest, restY), restY + mapPixels, y[pixels - 1]);
-    block.Make(restX, restY, restOut);
-    std::copy_n(restOut, rest * source.bands, out + p * source.bands);
+    // Positions are computed some blocks ahead, so that no block waits for its own.
+    constexpr std::size_t atOnce = 8 * mapPixels;
+    HWY_ALIGN double x[atOnce], y[atOnce];
+    for (std::size_t p = 0; p < pixels; p += atOnce, out += atOnce * source.bands) {
+        const std::size_t count = std::min(atOnce, pixels - p), rest = count % mapPixels;
+        path.Fill(fill, count, x, y);
+        for (std::size_t i = 0; i < count - rest; i += mapPixels)
+            block.Make(x + i, y + i, out + i * source.bands);
+        if (rest == 0) continue;
+        // The remaining pixels are padded with the last one.
+        const std::size_t first = count - rest;
+        std::fill(x + count, x + first + mapPixels, x[count - 1]);
+        std::fill(y + count, y + first + mapPixels, y[count - 1]);
+        T padded[mapSamples];
+        block.Make(x + first, y + first, padded);
+        std::copy_n(padded, rest * source.bands, out + first * source.bands);
+    }
+}
+
+template <class T, std::size_t Taps>
+HWY_ATTR void MapInVectors(const MappedSource<T>& source, MappedPath path, std::size_t pixels, T* out) {
+    if (source.bands > mostBands || source.bands == 0) {
+        const MappedRows<T> scalar = MappedRowsScalar<T>();
+        return (Taps == 2 ? scalar.bilinear : scalar.cubic)(source, path, pixels, out);
+    }
+#if HWY_TARGET != HWY_SCALAR
+    if constexpr (sizeof(T) == 1 && Taps == 2)
+        if (source.bands == packedBands) return MapPacked(source, path, pixels, out, &MapBlocks<T, Taps>);
+#endif
+    MapBlocks<T, Taps>(source, path, pixels, out);
 }
 
 MappedRows<unsigned char> Mapped8() {
@@ -319,14 +236,12 @@ PANSHARP_EXPORT(Mapped16);
 
 template <>
 MappedRows<unsigned char> MappedRowsFor(SimdTarget target) {
-    return ForTarget(target, MappedRows<unsigned char>{&MappedBilinearScalar, &MappedCubicScalar},
-                     HWY_DISPATCH_TABLE(Mapped8));
+    return ForTarget(target, MappedRowsScalar<unsigned char>(), HWY_DISPATCH_TABLE(Mapped8));
 }
 
 template <>
 MappedRows<unsigned short> MappedRowsFor(SimdTarget target) {
-    return ForTarget(target, MappedRows<unsigned short>{&MappedBilinearScalar, &MappedCubicScalar},
-                     HWY_DISPATCH_TABLE(Mapped16));
+    return ForTarget(target, MappedRowsScalar<unsigned short>(), HWY_DISPATCH_TABLE(Mapped16));
 }
 
 } // namespace kernels

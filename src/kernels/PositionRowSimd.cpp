@@ -23,10 +23,10 @@ namespace HWY_NAMESPACE {
 
 /// next() returns the t of one vector after another.
 template <class Next>
-HWY_INLINE void FillFrom(const MappedLine& line, std::size_t count, double* HWY_RESTRICT x,
-                         double* HWY_RESTRICT y, const Next& next) {
+HWY_INLINE void FillFrom(const MappedLine& line, double* HWY_RESTRICT x, double* HWY_RESTRICT y,
+                         const Next& next) {
     const hn::ScalableTag<double> d;
-    const std::size_t lanes = hn::Lanes(d);
+    const std::size_t lanes = hn::Lanes(d), count = line.pixels;
     const auto fromX = hn::Set(d, line.fromX), toX = hn::Set(d, line.toX);
     const auto fromY = hn::Set(d, line.fromY), toY = hn::Set(d, line.toY);
     const auto store = [&](double* HWY_RESTRICT atX, double* HWY_RESTRICT atY) HWY_ATTR {
@@ -46,29 +46,30 @@ HWY_INLINE void FillFrom(const MappedLine& line, std::size_t count, double* HWY_
 }
 
 /// Whether every t is exact: whole numbers divided by a power of two.
-HWY_INLINE bool IsExact(const MappedLine& line, std::size_t count) {
+HWY_INLINE bool IsExact(const MappedLine& line) {
     constexpr double most = 1 << 30;
     const auto isWhole = [](double number) {
         return std::fabs(number) <= most && static_cast<double>(static_cast<std::int64_t>(number)) == number;
     };
     return isWhole(line.start) && isWhole(line.step) && isWhole(line.length) && line.length > 0.0 &&
-           std::has_single_bit(static_cast<std::uint64_t>(line.length)) && count < (std::size_t{1} << 20);
+           std::has_single_bit(static_cast<std::uint64_t>(line.length)) &&
+           line.pixels < (std::size_t{1} << 20);
 }
 
-HWY_ATTR void FillLineInVectors(const MappedLine& line, std::size_t count, double* HWY_RESTRICT x,
-                                double* HWY_RESTRICT y) {
+HWY_ATTR void FillLineInVectors(const MappedLine& line, double* HWY_RESTRICT x, double* HWY_RESTRICT y) {
+    if (line.shrink != 1.0) return FillLineScalar(line, x, y);
     const hn::ScalableTag<double> d;
     const hn::Rebind<std::int32_t, decltype(d)> d32;
     const auto start = hn::Set(d, line.start), step = hn::Set(d, line.step);
     const auto lanes = static_cast<double>(hn::Lanes(d));
     auto number = hn::PromoteTo(d, hn::Iota(d32, 0));
-    if (IsExact(line, count)) { // then each can be made by adding to the one before
+    if (IsExact(line)) { // then each can be made by adding to the one before
         const double part = 1.0 / line.length;
         const auto more = hn::Set(d, lanes * line.step * part);
         auto t = hn::Mul(hn::Add(start, hn::Mul(number, step)), hn::Set(d, part));
-        return FillFrom(line, count, x, y, [&]() HWY_ATTR { return std::exchange(t, hn::Add(t, more)); });
+        return FillFrom(line, x, y, [&]() HWY_ATTR { return std::exchange(t, hn::Add(t, more)); });
     }
-    FillFrom(line, count, x, y, [&]() HWY_ATTR {
+    FillFrom(line, x, y, [&]() HWY_ATTR {
         const auto t = hn::Div(hn::Add(start, hn::Mul(number, step)), hn::Set(d, line.length));
         number = hn::Add(number, hn::Set(d, lanes));
         return t;
