@@ -6,8 +6,11 @@
 #include "kernels/GapRow.h"
 #include "kernels/InjectionRow.h"
 #include "kernels/LimitedRow.h"
+#include "kernels/MappedRow.h"
+#include "kernels/MaskedRow.h"
 #include "pansharp/Methods.h"
 
+#include <algorithm>
 #include <array>
 #include <limits>
 #include <memory>
@@ -195,6 +198,75 @@ void Limit(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
     }
 }
 
+/// Runs of columns next to gaps.
+template <class T>
+void Mask(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
+    const std::uint32_t bands = 1 + input.Below(10), pixels = 1 + input.Below(40);
+    const auto upper = Samples<T>(input, std::size_t{pixels} * bands);
+    const auto lower = Samples<T>(input, std::size_t{pixels} * bands);
+    const auto fraction = [&] { return (1 + input.Below(200)) / (input.Flag() ? 201.0 : 256.0); };
+    const MaskedRows<T> rows{upper.get(), lower.get(), fraction(), bands};
+    std::vector<MaskedRun> runs;
+    std::uint32_t columns = 0;
+    for (std::uint32_t pixel = 0; pixel < pixels; ++pixel) {
+        const std::uint32_t first = columns + input.Below(3), has = 1 + input.Below(15);
+        columns = first + 1 + input.Below(12);
+        const std::uint32_t next = std::min(pixel + 1, pixels - 1);
+        const std::array<bool, 4> hasData{(has & 1) != 0, (has & 2) != 0, (has & 4) != 0, (has & 8) != 0};
+        runs.push_back({first, columns, pixel * bands, next * bands, hasData});
+    }
+    std::vector<double> fractions(columns + maskedPadding);
+    for (double& of : fractions)
+        of = fraction();
+    std::vector<T> expected(std::size_t{columns} * bands, 9);
+    MaskedRowScalar<T>(rows, runs, fractions.data(), expected.data());
+    for (const SimdTarget target : targets) {
+        std::vector<T> actual(expected.size(), 9);
+        MaskedRowFor<T>(target)(rows, runs, fractions.data(), actual.data());
+        Require(expected == actual, "samples next to gaps");
+    }
+}
+
+/// Lines through a source, within it and beyond its edges. Some positions are next to those of ties.
+template <class T>
+void Map(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
+    const std::uint32_t bands = input.Flag() ? 4 : 1 + input.Below(10);
+    const std::uint32_t columns = 1 + input.Below(250), height = 1 + input.Below(120), gap = input.Below(6);
+    const std::size_t stride = std::size_t{columns} * bands + gap, all = stride * height - gap;
+    const auto samples = Samples<T>(input, all);
+    const MappedSource<T> source{samples.get(), stride * sizeof(T), all * sizeof(T), 0, 0, columns, height,
+                                 bands};
+    const auto place = [&](std::uint32_t size) {
+        const double at = input.Take<std::uint16_t>() % (8 * (size + 2)) / 8.0 - 1.5;
+        return at + (input.Flag() ? input.Take<std::int16_t>() / 1e9 : 0.0);
+    };
+    const double shrink = input.Flag() ? 1.0 : 2.0;
+    const auto grown = [&](double at) { return shrink == 1.0 ? at : (at + 0.5) * shrink - 0.5; };
+    std::vector<MappedLine> lines;
+    std::size_t pixels = 0;
+    for (std::uint32_t line = 0, count = 1 + input.Below(3); line < count; ++line) {
+        const std::uint32_t length = 1 + input.Take<std::uint16_t>() % 700, start = input.Below(length);
+        lines.push_back({grown(place(columns)), grown(place(columns)), grown(place(height)),
+                         grown(place(height)), static_cast<double>(start), 1.0, static_cast<double>(length),
+                         length - start, shrink});
+        pixels += length - start;
+    }
+    MappedPath path{lines.data()};
+    const std::size_t skipped = input.Below(static_cast<std::uint32_t>(lines.front().pixels));
+    if (skipped > 0) path.Next(skipped);
+    pixels -= skipped;
+    std::vector<T> expected(pixels * bands), actual(expected.size());
+    const auto check = [&](MappedRow<T> definition, MappedRow<T> tried) {
+        definition(source, path, pixels, expected.data());
+        tried(source, path, pixels, actual.data());
+        Require(expected == actual, "samples along lines");
+    };
+    for (const SimdTarget target : targets) {
+        check(MappedRowsScalar<T>().bilinear, MappedRowsFor<T>(target).bilinear);
+        check(MappedRowsScalar<T>().cubic, MappedRowsFor<T>(target).cubic);
+    }
+}
+
 template <class T>
 void Compare(fuzz::Input& input, std::uint32_t which) {
     static const std::vector<SimdTarget> targets = SimdTargets();
@@ -204,15 +276,19 @@ void Compare(fuzz::Input& input, std::uint32_t which) {
         Down<T>(input, targets);
     else if (which == PXL::Methods().size() + 1)
         Cubic<T>(input, targets);
-    else
+    else if (which == PXL::Methods().size() + 2)
         Limit<T>(input, targets);
+    else if (which == PXL::Methods().size() + 3)
+        Mask<T>(input, targets);
+    else
+        Map<T>(input, targets);
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Input input(data, size);
-    const auto kinds = static_cast<std::uint32_t>(PXL::Methods().size()) + 3;
+    const auto kinds = static_cast<std::uint32_t>(PXL::Methods().size()) + 5;
     const std::uint32_t which = input.Below(2 * kinds);
     if (which < kinds)
         Compare<unsigned char>(input, which);
