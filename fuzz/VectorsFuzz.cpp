@@ -205,7 +205,7 @@ void Mask(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
     const auto upper = Samples<T>(input, std::size_t{pixels} * bands);
     const auto lower = Samples<T>(input, std::size_t{pixels} * bands);
     const auto fraction = [&] { return (1 + input.Below(200)) / (input.Flag() ? 201.0 : 256.0); };
-    const MaskedRows<T> rows{upper.get(), lower.get(), fraction(), bands};
+    const MaskedSource<T> source{upper.get(), lower.get(), fraction(), bands};
     std::vector<MaskedRun> runs;
     std::uint32_t columns = 0;
     for (std::uint32_t pixel = 0; pixel < pixels; ++pixel) {
@@ -219,10 +219,10 @@ void Mask(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
     for (double& of : fractions)
         of = fraction();
     std::vector<T> expected(std::size_t{columns} * bands, 9);
-    MaskedRowScalar<T>(rows, runs, fractions.data(), expected.data());
+    MaskedRowScalar<T>(source, runs, fractions.data(), expected.data());
     for (const SimdTarget target : targets) {
         std::vector<T> actual(expected.size(), 9);
-        MaskedRowFor<T>(target)(rows, runs, fractions.data(), actual.data());
+        MaskedRowFor<T>(target)(source, runs, fractions.data(), actual.data());
         Require(expected == actual, "samples next to gaps");
     }
 }
@@ -238,14 +238,15 @@ void Map(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
                                  bands};
     const auto place = [&](std::uint32_t size) {
         const double at = input.Take<std::uint16_t>() % (8 * (size + 2)) / 8.0 - 1.5;
-        return at + (input.Flag() ? input.Take<std::int16_t>() / 1e9 : 0.0);
+        return at + (input.Flag() ? input.Take<std::int8_t>() * 0x1p-28 : 0.0);
     };
     const double shrink = input.Flag() ? 1.0 : 2.0;
     const auto grown = [&](double at) { return shrink == 1.0 ? at : (at + 0.5) * shrink - 0.5; };
     std::vector<MappedLine> lines;
     std::size_t pixels = 0;
     for (std::uint32_t line = 0, count = 1 + input.Below(3); line < count; ++line) {
-        const std::uint32_t length = 1 + input.Take<std::uint16_t>() % 700, start = input.Below(length);
+        const std::uint32_t any = 1 + input.Take<std::uint16_t>() % 700, length = input.Flag() ? 256 : any;
+        const std::uint32_t start = input.Below(length);
         lines.push_back({grown(place(columns)), grown(place(columns)), grown(place(height)),
                          grown(place(height)), static_cast<double>(start), 1.0, static_cast<double>(length),
                          length - start, shrink});

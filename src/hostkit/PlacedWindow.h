@@ -16,8 +16,9 @@ enum class Reach : unsigned char {
 /// window's first. Rows are computed on demand; ascending order is the fastest.
 class PlacedWindow : public RasterBase {
 public:
-    /// Finds where a row has data. Returns one entry per column of the window, valid until the next call of
-    /// any function; null when every entry would be Reach::All.
+    /// Finds where a row has data. Returns one entry per column of the window; null when every entry would be
+    /// Reach::All. The entries and the row's samples stay valid until either is asked of another row, or
+    /// another window is set.
     virtual const Reach* FindReach(std::uint32_t row) = 0;
 
 protected:

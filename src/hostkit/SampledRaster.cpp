@@ -4,8 +4,6 @@
 #include "hostkit/HostKitStatus.h"
 #include "hostkit/RequestRecord.h"
 
-#include <algorithm>
-
 namespace hostkit {
 
 using KOVA::Tessara::Fundament::FormatString;

@@ -62,7 +62,8 @@ private:
     std::vector<bool> isWhole;       ///< per row of the block: all of it has data
     std::vector<double> fractions;   ///< those of the columns, with kernels::maskedPadding more
     std::vector<std::uint32_t> runs; ///< where runs of columns made of the same pixels begin, and the end
-    /// Per column of the block, and for its end: the first run whose tap begins there or after it.
+    /// Per column of the block, and for its end: the first run whose tap begins there or after it; the
+    /// number of runs if none does.
     std::vector<std::uint32_t> firstRuns;
     std::optional<std::uint32_t> found;
     bool hasGaps = false;

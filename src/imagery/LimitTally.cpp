@@ -9,7 +9,8 @@ namespace imagery {
 namespace {
 
 /// Counts whole groups of pixels, the samples of a group side by side, so that the compiler makes vectors;
-/// it does not if it has to read the limits from memory. Returns how many pixels they are.
+/// it does not if it has to read the limits from memory. Returns how many pixels they are: all but a few of
+/// the short stretches that rows come in.
 template <class T>
 std::size_t CountGroups(const T* row, std::size_t pixels, kernels::SampleLimits<T> limits,
                         LimitTally& tally) {

@@ -13,7 +13,8 @@ namespace imagery {
 using LimitTally = std::vector<std::pair<std::uint64_t, std::uint64_t>>;
 
 /// Adds the samples of a row, interleaved by pixel, after the limits are applied. `valid` has one byte per
-/// pixel, 0 for a pixel that is not counted, or is null to count all. `tally` has one entry per band.
+/// pixel, 0 for a pixel that is not counted, or is null to count all. `tally` has one entry per band, at
+/// least one.
 template <class T>
 void CountLimits(const T* row, const unsigned char* valid, std::size_t pixels,
                  const kernels::SampleLimits<T>& limits, LimitTally& tally);

@@ -42,37 +42,39 @@ struct MaskedRun {
     std::array<bool, 4> hasData{}; ///< as for MaskedWeights
 };
 
-/// The source of an output row, interleaved by pixel.
+/// The two source rows of an output row, interleaved by pixel.
 template <class T>
-struct MaskedRows {
+struct MaskedSource {
     const T* upper = nullptr;
     const T* lower = nullptr;
     double fraction = 0.0; ///< of the way from the upper row to the lower
     std::uint32_t bands = 0;
 };
 
-/// Interpolates the columns of the runs and leaves the others as they are. `fractions` has one entry per
-/// column, and maskedPadding more that may be read. `out` is the whole row, interleaved by pixel.
-template <class T>
-using MaskedRow = void (*)(const MaskedRows<T>& rows, std::span<const MaskedRun> runs,
-                           const double* fractions, T* out);
-
+/// Entries behind the last column that may be read; their values do not matter.
 inline constexpr std::size_t maskedPadding = 3;
+
+/// Interpolates the columns of the runs and leaves the others as they are. The weights of each column add up
+/// to more than 0. `fractions` has one entry per column, and maskedPadding more. `out` is the whole row,
+/// interleaved by pixel; it does not overlap the source.
+template <class T>
+using MaskedRow = void (*)(const MaskedSource<T>& source, std::span<const MaskedRun> runs,
+                           const double* fractions, T* out);
 
 /// The version for a vector target that can run here. The scalar one is the definition.
 template <class T>
 [[nodiscard]] MaskedRow<T> MaskedRowFor(SimdTarget target);
 
 template <class T>
-void MaskedRowScalar(const MaskedRows<T>& rows, std::span<const MaskedRun> runs, const double* fractions,
+void MaskedRowScalar(const MaskedSource<T>& source, std::span<const MaskedRun> runs, const double* fractions,
                      T* out) {
     for (const MaskedRun& run : runs) {
-        const T *upper[] = {rows.upper + run.first, rows.upper + run.second},
-                *lower[] = {rows.lower + run.first, rows.lower + run.second};
+        const T *upper[] = {source.upper + run.first, source.upper + run.second},
+                *lower[] = {source.lower + run.first, source.lower + run.second};
         for (std::size_t column = run.column; column < run.end; ++column) {
-            const auto weights = MaskedWeights(fractions[column], rows.fraction, run.hasData);
-            for (std::uint32_t band = 0; band < rows.bands; ++band)
-                out[column * rows.bands + band] =
+            const auto weights = MaskedWeights(fractions[column], source.fraction, run.hasData);
+            for (std::uint32_t band = 0; band < source.bands; ++band)
+                out[column * source.bands + band] =
                     MaskedSample(upper[0][band], upper[1][band], lower[0][band], lower[1][band], weights);
         }
     }

@@ -19,19 +19,19 @@ namespace kernels {
 namespace HWY_NAMESPACE {
 
 template <class T>
-HWY_ATTR void SampleMaskedRuns(const MaskedRows<T>& rows, std::span<const MaskedRun> runs,
+HWY_ATTR void SampleMaskedRuns(const MaskedSource<T>& source, std::span<const MaskedRun> runs,
                                const double* HWY_RESTRICT fractions, T* HWY_RESTRICT out) {
     const hn::CappedTag<double, maskedPadding + 1> d; // few runs are longer
-    const std::size_t lanes = hn::Lanes(d), bands = rows.bands;
+    const std::size_t lanes = hn::Lanes(d), bands = source.bands;
     const auto one = hn::Set(d, 1.0), half = hn::Set(d, 0.5);
     for (const MaskedRun& run : runs) {
-        const T *a = rows.upper + run.first, *b = rows.upper + run.second;
-        const T *c = rows.lower + run.first, *e = rows.lower + run.second;
-        // With a factor of 0 or 1, the product is the same whichever comes first.
+        const T *a = source.upper + run.first, *b = source.upper + run.second;
+        const T *c = source.lower + run.first, *e = source.lower + run.second;
+        // Masking a factor gives the same weight as masking the product: the other factor is finite.
         const auto down = [&](std::size_t pixel, double weight)
                               HWY_ATTR { return hn::Set(d, run.hasData[pixel] ? weight : 0.0); };
-        const auto downA = down(0, 1.0 - rows.fraction), downB = down(1, 1.0 - rows.fraction);
-        const auto downC = down(2, rows.fraction), downE = down(3, rows.fraction);
+        const auto downA = down(0, 1.0 - source.fraction), downB = down(1, 1.0 - source.fraction);
+        const auto downC = down(2, source.fraction), downE = down(3, source.fraction);
         for (std::size_t column = run.column; column < run.end; column += lanes) {
             const auto ofSecond = hn::LoadU(d, fractions + column), ofFirst = hn::Sub(one, ofSecond);
             const auto ofA = hn::Mul(ofFirst, downA), ofB = hn::Mul(ofSecond, downB);

@@ -66,14 +66,19 @@ TEST(OutputRow, ShowsWhereThereIsNoData) {
         }
 }
 
+template <class T>
+class LimitTallyTest : public testing::Test {};
+using SampleTypes = testing::Types<unsigned char, unsigned short>;
+TYPED_TEST_SUITE(LimitTallyTest, SampleTypes, );
+
 // More pixels than a byte counts groups, all of them at a limit.
-TEST(OutputRow, CountsLongRows) {
+TYPED_TEST(LimitTallyTest, CountsLongRows) {
     for (const std::size_t bands : {1u, 3u, 65u}) {
-        std::vector<unsigned char> row(20000 * bands, 255);
+        std::vector<TypeParam> row(20000 * bands, 255);
         row[4 * bands] = 7;
         LimitTally tally(bands), expected(bands, {0, 20000});
         expected[0] = {1, 19999};
-        imagery::CountLimits<unsigned char>(row.data(), nullptr, 20000, {255, 7, 0}, tally);
+        imagery::CountLimits<TypeParam>(row.data(), nullptr, 20000, {255, 7, 0}, tally);
         EXPECT_EQ(tally, expected);
     }
 }

@@ -40,12 +40,14 @@ TYPED_TEST(MaskedRowTest, EveryTargetWritesTheScalarSamples) {
             std::vector<double> fractions(columns + kernels::maskedPadding);
             for (double& fraction : fractions)
                 fraction = (1 + below(48)) / (below(2) == 0 ? 49.0 : 64.0);
-            const kernels::MaskedRows<T> rows{upper.data(), lower.data(), (1 + below(6)) / 7.0, bands};
+            for (const kernels::MaskedRun& run : runs) // 0 where a pixel that keeps its weight has data
+                if (run.hasData[0]) fractions[run.column] = 0.0;
+            const kernels::MaskedSource<T> source{upper.data(), lower.data(), (1 + below(6)) / 7.0, bands};
             std::vector<T> expected(columns * bands, 9);
-            kernels::MaskedRowScalar<T>(rows, runs, fractions.data(), expected.data());
+            kernels::MaskedRowScalar<T>(source, runs, fractions.data(), expected.data());
             for (const kernels::SimdTarget target : kernels::SimdTargets()) {
                 std::vector<T> made(columns * bands, 9);
-                kernels::MaskedRowFor<T>(target)(rows, runs, fractions.data(), made.data());
+                kernels::MaskedRowFor<T>(target)(source, runs, fractions.data(), made.data());
                 EXPECT_EQ(made, expected)
                     << kernels::SimdTargetName(target) << ' ' << bands << ' ' << longest;
             }

@@ -163,12 +163,13 @@ bool FusionSlot::Fuse(const RowSink& sink, Status& status) {
         if (!OpenSources(status) || (want == Want::Pixels && !OfferSources(status))) return false;
     }
     for (FusedRow row{window.row0}; row.number < window.row1; ++row.number) {
-        row.valid = mayLackData ? FindValid(row.number) : nullptr;
         row.samples = nullptr;
         if (want == Want::Pixels && HoldsRow(row.number)) {
             row.samples = GetRow(row.number, status);
             if (!row.samples) return false;
         }
+        // After the process, which may set another window of pan, whose bytes these may be.
+        row.valid = mayLackData ? FindValid(row.number) : nullptr;
         sink(row);
     }
     return true;
