@@ -68,7 +68,7 @@ private:
     bool hasGaps = false;                   ///< whether that row has gaps
     std::vector<std::size_t> starts;        ///< columns of the window where straight lines of positions begin
     std::vector<kernels::MappedLine> lines; ///< of the row
-    std::vector<double> x, y;               ///< positions of the row's columns that were examined one by one
+    std::vector<double> x, y;               ///< positions of the row, in runs of Reach::Some only
     std::vector<Reach> reach;               ///< of each
     std::vector<Run> runs;                  ///< of the row
     std::vector<unsigned short> output;     ///< read as bytes when the depth is 8 bits

@@ -48,9 +48,7 @@ std::uint32_t PixelMap::EndOf(std::uint32_t point, std::uint32_t pointCount, std
 }
 
 /// Converts a position on the source at full size to its coarser pixels.
-double PixelMap::ToSource(double at) const {
-    return look.ownLevel == 0 ? at : (at + 0.5) / (1u << look.ownLevel) - 0.5;
-}
+double PixelMap::ToSource(double at) const { return kernels::ShrinkPosition(at, 1u << look.ownLevel); }
 
 void PixelMap::FindLines(std::uint32_t row, std::uint32_t col0, std::uint32_t col1,
                          std::vector<kernels::MappedLine>& lines) const {

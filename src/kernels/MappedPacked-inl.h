@@ -33,7 +33,7 @@ namespace HWY_NAMESPACE {
 #if HWY_TARGET != HWY_SCALAR
 
 inline constexpr std::size_t mostLanes = 16;
-/// Pixels that are computed together.
+/// Pixels that are computed together: so few that the errors of their steps add up to nothing that counts.
 inline constexpr std::size_t mostOnLine = 256;
 
 /// The error of a sample is below this. In units of 2^-15, numbers from 256 to 512 are rounded by 0.5, once
@@ -47,15 +47,15 @@ struct AxisLine {
     static constexpr int fineBits = 40, placeBits = 27, cutBits = fineBits - placeBits;
     static constexpr std::int32_t onePixel = 1 << placeBits;
 
-    /// `t` and `stepOfT` are those of MappedLine; `further` is the number of pixels of a vector after the
+    /// `t` and `stepOfT` are those of MappedLine; `lastLane` is the number of pixels of a vector after the
     /// first.
     AxisLine(double from, double to, const MappedLine& line, double t, double stepOfT,
-             std::uint32_t firstAvailable, std::int64_t further) {
+             std::uint32_t firstAvailable, std::int64_t lastLane) {
         constexpr double unit = std::int64_t{1} << fineBits;
         at = static_cast<std::int64_t>(unit * (line.Shrink(from * (1.0 - t) + to * t) - firstAvailable));
         step = static_cast<std::int64_t>(unit * ((to - from) * stepOfT));
-        place = (step + (std::int64_t{1} << (cutBits - 1))) >> cutBits;
-        back = place < 0 ? further : 0;
+        shortStep = (step + (std::int64_t{1} << (cutBits - 1))) >> cutBits;
+        leastLane = shortStep < 0 ? lastLane : 0;
     }
     /// The least and the greatest first neighbour of the pixels, or what lies one beyond each.
     [[nodiscard]] std::pair<std::int64_t, std::int64_t> FindEnds(std::size_t pixels) const {
@@ -63,12 +63,12 @@ struct AxisLine {
         return {(least >> fineBits) - 1, (greatest >> fineBits) + 1};
     }
     /// For the next vector: its least position, in units of 2^-27.
-    [[nodiscard]] std::int64_t Least() const { return (at + back * step) >> cutBits; }
+    [[nodiscard]] std::int64_t Least() const { return (at + leastLane * step) >> cutBits; }
 
-    std::int64_t at;    ///< of the next pixel, from the first available one, in units of 2^-40
-    std::int64_t step;  ///< between pixels
-    std::int64_t place; ///< the same in units of 2^-27
-    std::int64_t back;  ///< the pixel of each vector with the least position
+    std::int64_t at;        ///< of the next pixel, from the first available one, in units of 2^-40
+    std::int64_t step;      ///< between pixels
+    std::int64_t shortStep; ///< the same in units of 2^-27
+    std::int64_t leastLane; ///< the pixel of each vector with the least position
 };
 
 class PackedRow {
@@ -92,18 +92,19 @@ public:
         const DWord dWord;
         const std::size_t lanes = hn::Lanes(dWord);
         if (2 * line.pixels < lanes || !IsNear(line)) return false;
-        const auto further = static_cast<std::int64_t>(lanes) - 1;
+        const auto lastLane = static_cast<std::int64_t>(lanes) - 1;
         const double part = 1.0 / line.length, t = line.start * part,
                      stepOfT = line.step * part / line.shrink;
-        AxisLine x(line.fromX, line.toX, line, t, stepOfT, source.firstColumn, further);
-        AxisLine y(line.fromY, line.toY, line, t, stepOfT, source.firstRow, further);
+        AxisLine x(line.fromX, line.toX, line, t, stepOfT, source.firstColumn, lastLane);
+        AxisLine y(line.fromY, line.toY, line, t, stepOfT, source.firstRow, lastLane);
         if (!Suits(x, y, line.pixels)) return false;
+        // From the lane with the least position on, so that the places of a vector are not negative.
         const auto offsets = [&](const AxisLine& axis) HWY_ATTR {
-            const auto number = hn::Iota(dPlace, static_cast<std::int32_t>(-axis.back));
-            return hn::Mul(number, hn::Set(dPlace, static_cast<std::int32_t>(axis.place)));
+            const auto number = hn::Iota(dPlace, static_cast<std::int32_t>(-axis.leastLane));
+            return hn::Mul(number, hn::Set(dPlace, static_cast<std::int32_t>(axis.shortStep)));
         };
         const Places offsetsX = offsets(x), offsetsY = offsets(y);
-        const std::int64_t height = further * std::abs(y.place);
+        const std::int64_t height = lastLane * std::abs(y.shortStep);
         std::uint32_t uncertain[mostOnLine];
         std::size_t count = 0;
         for (std::size_t i = 0; i < line.pixels; i += lanes) {
@@ -141,7 +142,7 @@ public:
 private:
     static constexpr std::int32_t mostTurns = 8;
 
-    /// Whether the errors of positions have their bound.
+    /// Whether the errors of positions have their bound; positions in units of 2^-40 then fit 64 bits.
     [[nodiscard]] bool IsNear(const MappedLine& line) const {
         constexpr double farthest = 1 << 19;
         return std::fabs(line.fromX) < farthest && std::fabs(line.toX) < farthest &&
@@ -154,13 +155,14 @@ private:
     /// vector of each of a few source rows. Lines along an axis do not suit: all of their samples may be
     /// ties, and a pixel is computed again with all its bands.
     [[nodiscard]] bool Suits(const AxisLine& x, const AxisLine& y, std::size_t pixels) const {
-        const auto lanes = static_cast<std::int64_t>(hn::Lanes(D())), further = lanes - 1;
-        const auto turns = [&](const AxisLine& line, std::int64_t most) {
-            return std::abs(line.place) * further <= (most - 1) * AxisLine::onePixel;
+        const auto lanes = static_cast<std::int64_t>(hn::Lanes(D())), lastLane = lanes - 1;
+        const auto spans = [&](const AxisLine& axis, std::int64_t most) {
+            return std::abs(axis.shortStep) * lastLane <= (most - 1) * AxisLine::onePixel;
         };
-        if (x.step == 0 || y.step == 0 || !turns(x, further) || !turns(y, mostTurns)) return false;
+        if (x.shortStep == 0 || y.shortStep == 0 || !spans(x, lastLane) || !spans(y, mostTurns)) return false;
         const auto [left, right] = x.FindEnds(pixels + hn::Lanes(D()));
         const auto [top, bottom] = y.FindEnds(pixels + hn::Lanes(D()));
+        // Rounding may reach one row further, and a load may run into the next row.
         return left >= 0 && top >= 0 && right + 1 < columns && bottom + 1 < rows &&
                (right + lanes <= columns || (bottom + 2 < rows && lanes <= columns));
     }
@@ -248,14 +250,7 @@ private:
     HWY_ATTR void Define(const MappedLine& line, std::size_t pixel, unsigned char* HWY_RESTRICT out) const {
         double x = 0.0, y = 0.0;
         FillLineScalar(MappedPath{&line, pixel}.Next(1), &x, &y);
-        const double left = std::floor(x), top = std::floor(y);
-        const unsigned char* upper = source.samples +
-                                     static_cast<std::size_t>(top - source.firstRow) * source.rowStride +
-                                     static_cast<std::size_t>(left - source.firstColumn) * packedBands;
-        const unsigned char* lower = upper + source.rowStride;
-        for (std::uint32_t band = 0; band < packedBands; ++band)
-            out[band] = BilinearSample(upper[band], upper[band + packedBands], lower[band],
-                                       lower[band + packedBands], x - left, y - top);
+        MappedBilinearScalar(source, &x, &y, 1, out);
     }
 
     const MappedSource<unsigned char>& source;

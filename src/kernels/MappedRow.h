@@ -15,14 +15,19 @@ namespace kernels {
 template <class T>
 struct MappedSource {
     const T* samples = nullptr;    ///< of the first available pixel
-    std::size_t rowStride = 0;     ///< bytes from one row to the next
-    std::size_t bytes = 0;         ///< from the first available sample to the end of the last
+    std::size_t rowStride = 0;     ///< bytes from one row to the next, above 0
+    std::size_t bytes = 0;         ///< from the first available sample to the end of the last, above 0
     std::uint32_t firstColumn = 0; ///< of the available pixels
     std::uint32_t firstRow = 0;
     std::uint32_t columns = 0; ///< of the whole source
     std::uint32_t rows = 0;
     std::uint32_t bands = 0;
 };
+
+/// Converts a position to pixels that are so many times as large.
+[[nodiscard]] inline double ShrinkPosition(double position, double times) {
+    return times == 1.0 ? position : (position + 0.5) / times - 0.5;
+}
 
 /// Pixels whose positions lie on a straight line: a * (1 - t) + b * t for t = (start + i * step) / length and
 /// i = 0, 1, ...
@@ -32,13 +37,10 @@ struct MappedLine {
     /// Whole numbers, so that a part of a line has the same positions; `step` and `length` are above 0.
     double start = 0.0, step = 1.0, length = 1.0;
     std::size_t pixels = 0;
-    /// Unless 1, positions are counted in source pixels that are so many times as large, at least 1:
-    /// (position + 0.5) / shrink - 0.5.
+    /// Positions are counted in source pixels that are so many times as large, at least 1.
     double shrink = 1.0;
 
-    [[nodiscard]] double Shrink(double position) const {
-        return shrink == 1.0 ? position : (position + 0.5) / shrink - 0.5;
-    }
+    [[nodiscard]] double Shrink(double position) const { return ShrinkPosition(position, shrink); }
 };
 
 /// Computes the positions of a line.

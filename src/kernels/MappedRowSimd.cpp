@@ -1,7 +1,8 @@
 // Interpolation at arbitrary positions in vectors of any width. A block of pixels first collects the source
 // pixels around each position, one plane per neighbour; then the planes are blended in vectors. The samples
 // equal those of the definition. 16-bit samples use its operations; 8-bit samples are computed in float, and
-// those whose rounding the error could change are computed again by the definition.
+// those whose rounding the error could change are computed again by the definition. MappedPacked-inl.h takes
+// no planes for the pixels that most images have.
 #include "kernels/BilinearRow.h"
 #include "kernels/CubicRow.h"
 #include "kernels/MappedRow.h"
