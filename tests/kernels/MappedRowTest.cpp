@@ -18,8 +18,8 @@ TYPED_TEST_SUITE(MappedRowTest, Depths);
 
 /// Positions of a test: on a line that ends at the last neighbours of the source, or anywhere.
 struct Places {
-    std::size_t pixels;
-    std::uint32_t columns, rows;
+    std::size_t pixels = 0;
+    std::uint32_t columns = 0, rows = 0;
     double stepX = 0.0, stepY = 0.0; ///< source pixels per position; 0 for anywhere
     std::size_t onLine = 64;
     double shrink = 1.0;
@@ -73,7 +73,7 @@ TYPED_TEST(MappedRowTest, VectorsGiveTheDefinition) {
             const std::size_t pixels = places.pixels;
             const std::uint32_t columns = places.columns, rows = places.rows;
             const double stepX = places.stepX, stepY = places.stepY;
-            const std::size_t width = columns * bands, gap = stepX == 0.0 ? 0 : bands;
+            const std::size_t width = std::size_t{columns} * bands, gap = stepX == 0.0 ? 0 : bands;
             const std::size_t size = rows * (width + gap) - gap;
             const auto samples = support::RandomRow<T>(size, random);
             const MappedSource<T> source{
