@@ -48,8 +48,8 @@ function(pansharp_library name)
   target_link_libraries(${name} PUBLIC ${ARG_LINKS})
 endfunction()
 
-# pansharp_compile_quickly(TARGET ...): for code that waits for users and files and loops over few samples. It compiles in three
-# quarters of the time.
+# pansharp_compile_quickly(TARGET ...): for code that waits for users and files and loops over few samples, and destroys no
+# LargeBytes. It compiles in three quarters of the time.
 function(pansharp_compile_quickly)
   foreach(target ${ARGN})
     target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O1>)

@@ -6,6 +6,7 @@
 #include "kernels/GapRow.h"
 #include "kernels/InjectionRow.h"
 #include "kernels/LimitedRow.h"
+#include "kernels/LowPassRow.h"
 #include "kernels/MappedRow.h"
 #include "kernels/MaskedRow.h"
 #include "pansharp/Methods.h"
@@ -268,6 +269,42 @@ void Map(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
     }
 }
 
+/// Sums down of rows, and sums across in a window of an axis.
+template <class T>
+void LowPass(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
+    const std::uint32_t columns = input.Take<std::uint16_t>() % 700;
+    std::vector<std::unique_ptr<T[]>> samples(1 + input.Below(40));
+    std::vector<const T*> rows;
+    std::vector<std::uint32_t> weights;
+    std::uint32_t left = lowPassOne;
+    for (auto& row : samples) {
+        row = Samples<T>(input, columns);
+        rows.push_back(row.get());
+        weights.push_back(input.Take<std::uint16_t>() % (left + 1));
+        left -= weights.back();
+    }
+    const double ratio =
+        input.Flag() ? input.Take<std::uint16_t>() / 65536.0 + 0.01 : 1.0 / (1 + input.Below(8));
+    const std::uint32_t coarsePixels = 1 + columns, first = input.Take<std::uint16_t>() % coarsePixels;
+    const auto finePixels = static_cast<std::uint32_t>(coarsePixels / ratio * (1 + input.Below(9)) / 8) + 1;
+    const LowPassAxis axis(MakeGridAxis(ratio, input.Take<std::int16_t>() / 480.0),
+                           0.05 + input.Below(200) / 100.0, coarsePixels, finePixels);
+    const std::uint32_t downFirst = axis.GetTaps(first).first;
+    const auto down = Samples<std::uint32_t>(input, finePixels - downFirst + lowPassGroup);
+    for (std::uint32_t i = 0; i < finePixels - downFirst; ++i)
+        down[i] >>= 2;
+    std::vector<std::uint32_t> expectedDown(columns), actualDown(columns);
+    std::vector<std::uint64_t> expected(coarsePixels - first), actual(expected.size());
+    WeighRowsScalar<T>(rows.data(), weights.data(), rows.size(), columns, expectedDown.data());
+    WeighAcrossScalar(axis, first, expected.size(), down.get(), downFirst, expected.data());
+    for (const SimdTarget target : targets) {
+        WeighRowsFor<T>(target)(rows.data(), weights.data(), rows.size(), columns, actualDown.data());
+        Require(expectedDown == actualDown, "sums down");
+        WeighAcrossFor(target)(axis, first, actual.size(), down.get(), downFirst, actual.data());
+        Require(expected == actual, "sums across");
+    }
+}
+
 template <class T>
 void Compare(fuzz::Input& input, std::uint32_t which) {
     static const std::vector<SimdTarget> targets = SimdTargets();
@@ -281,15 +318,17 @@ void Compare(fuzz::Input& input, std::uint32_t which) {
         Limit<T>(input, targets);
     else if (which == PXL::Methods().size() + 3)
         Mask<T>(input, targets);
-    else
+    else if (which == PXL::Methods().size() + 4)
         Map<T>(input, targets);
+    else
+        LowPass<T>(input, targets);
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Input input(data, size);
-    const auto kinds = static_cast<std::uint32_t>(PXL::Methods().size()) + 5;
+    const auto kinds = static_cast<std::uint32_t>(PXL::Methods().size()) + 6;
     const std::uint32_t which = input.Below(2 * kinds);
     if (which < kinds)
         Compare<unsigned char>(input, which);

@@ -85,7 +85,8 @@ bool BlurSamples::Read(FitBlockSource& source, Status& status) {
     return true;
 }
 
-/// By Cholesky decomposition of the bands' covariances. A band that depends on those before it gets 0.
+/// By Cholesky decomposition of the bands' covariances, of which only the lower triangle is read. A band that
+/// depends on those before it gets 0.
 std::vector<double> SolveByCholesky(std::vector<double> matrix, std::vector<double> right) {
     const std::size_t n = right.size();
     for (std::size_t j = 0; j < n; ++j) {
@@ -123,7 +124,8 @@ BlurFits BlurSamples::Fit() const {
             fits.means[i] += values[at + i];
     for (double& mean : fits.means)
         mean /= static_cast<double>(GetCount());
-    std::vector<double> ofBands(bands * bands), centred(bands); // products of the bands with each other
+    std::vector<double> ofBands(bands * bands),
+        centred(bands); // products of bands i and j <= i: half a matrix
     using OfLows = std::array<double, tried.size()>;
     std::vector<OfLows> byBand(bands); // products of each band with the low-passes
     OfLows squares{}, centredLows{};

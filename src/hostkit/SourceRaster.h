@@ -15,7 +15,7 @@ class SourceRaster final : public RasterBase {
 public:
     /// The image outlives the raster.
     explicit SourceRaster(ImageSource& source);
-    ~SourceRaster() override; ///< not inline: code that compiles quickly would visit each byte of the buffers
+    ~SourceRaster() override; ///< not inline: see LargeBytes
 
     /// A row of the window. Null, with an item, outside it. Valid until another window is set.
     const unsigned char* GetRow(std::uint32_t row) override;

@@ -39,9 +39,9 @@ LowPassAxis::LowPassAxis(const GridAxis& axis, double sigma, std::uint32_t coars
     for (std::size_t i = taps.size(); i-- > 1;) {
         Taps& of = taps[i - 1];
         const Taps& next = taps[i];
-        if (of.count != next.count || of.weights != next.weights) continue;
-        const bool isSameStep = next.alike == 1 || taps[i + 1].first - next.first == next.first - of.first;
-        of.alike = isSameStep ? next.alike + 1 : 2;
+        // Neighbours share weights only if their phase is the same, so the ratio is 1 to a whole number, the
+        // step.
+        if (of.count == next.count && of.weights == next.weights) of.alike = next.alike + 1;
     }
 }
 

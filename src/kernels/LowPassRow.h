@@ -27,7 +27,7 @@ public:
         std::uint32_t first = 0;
         std::uint32_t count = 0;
         std::size_t weights = 0; ///< index of its first weight
-        /// How many coarse pixels from this one on have the same weights, evenly spaced.
+        /// How many coarse pixels, with this one, at least 1, have the same weights, evenly spaced.
         std::uint32_t alike = 1;
     };
 
@@ -49,7 +49,8 @@ private:
 };
 
 /// Sums down: sums[i] = weights[0] * rows[0][i] + ... + weights[count - 1] * rows[count - 1][i] for `columns`
-/// columns. The weights add up to at most lowPassOne.
+/// columns. The weights must add up to at most lowPassOne, since sums and pairs of weights are kept in 32 and
+/// 16 bits with sign.
 template <class T>
 using WeighRows = void (*)(const T* const* rows, const std::uint32_t* weights, std::size_t count,
                            std::size_t columns, std::uint32_t* sums);

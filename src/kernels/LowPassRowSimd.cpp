@@ -1,8 +1,9 @@
-// The sums of the low-pass in vectors of any width, equal to the scalar ones.
+// The sums of the low-pass in vectors of any fixed width, equal to the scalar ones.
 #include "kernels/LowPassRow.h"
 #include "kernels/Simd.h"
 
 #include <algorithm>
+#include <bit>
 
 #ifndef HWY_TARGET_INCLUDE // not joined with others
 #define HWY_TARGET_INCLUDE "kernels/LowPassRowSimd.cpp"
@@ -17,49 +18,30 @@ HWY_BEFORE_NAMESPACE();
 namespace kernels {
 namespace HWY_NAMESPACE {
 
-/// Adds up the columns from `first` on for which no vector is whole.
-template <class T>
-HWY_INLINE void WeighRest(const T* const* rows, const std::uint32_t* weights, std::size_t count,
-                          std::size_t first, std::size_t columns, std::uint32_t* HWY_RESTRICT sums) {
-    for (std::size_t i = first; i < columns; ++i) {
-        std::uint32_t sum = 0;
-        for (std::size_t row = 0; row < count; ++row)
-            sum += rows[row][i] * weights[row];
-        sums[i] = sum;
-    }
-}
-
-HWY_ATTR void WeighInVectors(const unsigned short* const* rows, const std::uint32_t* weights,
-                             std::size_t count, std::size_t columns, std::uint32_t* HWY_RESTRICT sums) {
+/// The sums of Vectors vectors of columns from `column` on.
+template <std::size_t Vectors>
+HWY_INLINE void WeighBlock(const unsigned short* const* rows, const std::uint32_t* weights, std::size_t count,
+                           std::size_t column, std::uint32_t* HWY_RESTRICT sums) {
     const hn::ScalableTag<std::uint32_t> d;
     const hn::Rebind<std::uint16_t, decltype(d)> narrow;
     const std::size_t lanes = hn::Lanes(d);
-    const auto load = [&](const unsigned short* samples)
-                          HWY_ATTR { return hn::PromoteTo(d, hn::LoadU(narrow, samples)); };
-    std::size_t i = 0;
-    for (; i + 4 * lanes <= columns; i += 4 * lanes) {
-        auto a = hn::Zero(d), b = a, c = a, e = a;
-        for (std::size_t row = 0; row < count; ++row) {
-            const unsigned short* samples = rows[row] + i;
-            const auto weight = hn::Set(d, weights[row]);
-            a = AddProduct(load(samples), weight, a);
-            b = AddProduct(load(samples + lanes), weight, b);
-            c = AddProduct(load(samples + 2 * lanes), weight, c);
-            e = AddProduct(load(samples + 3 * lanes), weight, e);
-        }
-        hn::StoreU(a, d, sums + i);
-        hn::StoreU(b, d, sums + i + lanes);
-        hn::StoreU(c, d, sums + i + 2 * lanes);
-        hn::StoreU(e, d, sums + i + 3 * lanes);
+    hn::Vec<decltype(d)> sumsOf[Vectors];
+    for (auto& of : sumsOf)
+        of = hn::Zero(d);
+    for (std::size_t row = 0; row < count; ++row) {
+        const unsigned short* samples = rows[row] + column;
+        const auto weight = hn::Set(d, weights[row]);
+        for (std::size_t vector = 0; vector < Vectors; ++vector)
+            sumsOf[vector] = AddProduct(hn::PromoteTo(d, hn::LoadU(narrow, samples + vector * lanes)), weight,
+                                        sumsOf[vector]);
     }
-    WeighRest(rows, weights, count, i, columns, sums);
+    for (std::size_t vector = 0; vector < Vectors; ++vector)
+        hn::StoreU(sumsOf[vector], d, sums + column + vector * lanes);
 }
 
 #if HWY_TARGET == HWY_SCALAR // never run
-HWY_ATTR void WeighInVectors(const unsigned char* const* rows, const std::uint32_t* weights,
-                             std::size_t count, std::size_t columns, std::uint32_t* HWY_RESTRICT sums) {
-    WeighRest(rows, weights, count, 0, columns, sums);
-}
+WeighRows<unsigned char> WeighRows8() { return &WeighRowsScalar<unsigned char>; }
+WeighRows<unsigned short> WeighRows16() { return &WeighRowsScalar<unsigned short>; }
 WeighAcross AcrossWeights() { return &WeighAcrossScalar; }
 #else
 /// The sums of a vector of pixels: `lower` of the first four of every eight pixels, `upper` of the others.
@@ -83,8 +65,10 @@ struct PairSums {
         const std::size_t lanes = hn::Lanes(d);
         V first = hn::RearrangeToOddPlusEven(lower, lowerApart);
         V second = hn::RearrangeToOddPlusEven(upper, upperApart);
-        if (lanes > 4) { // bring the fours into the order of the pixels
-            HWY_ALIGN std::int32_t from[MaxLanes(d)];
+        // Interleaving works within 128 bits, that is, four sums. So bring the fours into the order of the
+        // pixels.
+        if (lanes > 4) {
+            HWY_ALIGN std::int32_t from[hn::MaxLanes(d)];
             for (std::size_t lane = 0; lane < lanes; ++lane)
                 from[lane] = static_cast<std::int32_t>(lane / 4 % 2 * (lanes / 2) + lane / 8 * 4 + lane % 4);
             const auto places = hn::SetTableIndices(d, from);
@@ -97,34 +81,60 @@ struct PairSums {
     }
 };
 
-HWY_ATTR void WeighInVectors(const unsigned char* const* rows, const std::uint32_t* weights,
-                             std::size_t count, std::size_t columns, std::uint32_t* HWY_RESTRICT sums) {
+template <std::size_t Vectors>
+HWY_INLINE void WeighBlock(const unsigned char* const* rows, const std::uint32_t* weights, std::size_t count,
+                           std::size_t column, std::uint32_t* HWY_RESTRICT sums) {
     const hn::ScalableTag<std::int16_t> d;
     const hn::RepartitionToWide<decltype(d)> dSum;
     const hn::Rebind<std::uint8_t, decltype(d)> narrow;
     const std::size_t lanes = hn::Lanes(d);
     const auto zero = hn::Zero(dSum);
-    constexpr std::size_t vectors = 4;
-    std::size_t i = 0;
-    for (; i + vectors * lanes <= columns; i += vectors * lanes) {
-        PairSums<decltype(dSum)> sumsOf[vectors];
-        for (auto& of : sumsOf)
-            of = {zero, zero, zero, zero};
-        for (std::size_t row = 0; row < count; row += 2) {
-            const bool isLast = row + 1 == count;
-            const unsigned char* first = rows[row] + i;
-            const unsigned char* second = isLast ? first : rows[row + 1] + i;
-            const std::uint32_t both = weights[row] | (isLast ? 0 : weights[row + 1] << 16);
-            const auto pair = hn::BitCast(d, hn::Set(dSum, static_cast<std::int32_t>(both)));
-            for (std::size_t vector = 0; vector < vectors; ++vector)
-                sumsOf[vector].Add(hn::PromoteTo(d, hn::LoadU(narrow, first + vector * lanes)),
-                                   hn::PromoteTo(d, hn::LoadU(narrow, second + vector * lanes)), pair);
-        }
-        for (std::size_t vector = 0; vector < vectors; ++vector)
-            sumsOf[vector].Store(sums + i + vector * lanes);
+    // Shifts to the even and odd lanes of 16 bits. Setting pairs takes less time than blending two vectors.
+    constexpr int even = std::endian::native == std::endian::little ? 0 : 16, odd = 16 - even;
+    PairSums<decltype(dSum)> sumsOf[Vectors];
+    for (auto& of : sumsOf)
+        of = {zero, zero, zero, zero};
+    for (std::size_t row = 0; row < count; row += 2) {
+        const bool isLast = row + 1 == count;
+        const unsigned char* first = rows[row] + column;
+        const unsigned char* second = isLast ? first : rows[row + 1] + column;
+        const std::uint32_t both = weights[row] << even | (isLast ? 0 : weights[row + 1] << odd);
+        const auto pair = hn::BitCast(d, hn::Set(dSum, static_cast<std::int32_t>(both)));
+        for (std::size_t vector = 0; vector < Vectors; ++vector)
+            sumsOf[vector].Add(hn::PromoteTo(d, hn::LoadU(narrow, first + vector * lanes)),
+                               hn::PromoteTo(d, hn::LoadU(narrow, second + vector * lanes)), pair);
     }
-    WeighRest(rows, weights, count, i, columns, sums);
+    for (std::size_t vector = 0; vector < Vectors; ++vector)
+        sumsOf[vector].Store(sums + column + vector * lanes);
 }
+
+/// The last block ends with the last column, so it may compute some sums once more.
+template <std::size_t Vectors, class T>
+HWY_INLINE void WeighInBlocks(const T* const* rows, const std::uint32_t* weights, std::size_t count,
+                              std::size_t columns, std::uint32_t* HWY_RESTRICT sums) {
+    const std::size_t block = Vectors * hn::Lanes(hn::ScalableTag<hwy::MakeWide<T>>());
+    std::size_t i = 0;
+    for (; i + block <= columns; i += block)
+        WeighBlock<Vectors>(rows, weights, count, i, sums);
+    if (i < columns) WeighBlock<Vectors>(rows, weights, count, columns - block, sums);
+}
+
+template <class T>
+HWY_ATTR void WeighInVectors(const T* const* rows, const std::uint32_t* weights, std::size_t count,
+                             std::size_t columns, std::uint32_t* HWY_RESTRICT sums) {
+    constexpr std::size_t vectors = 4;
+    const std::size_t lanes = hn::Lanes(hn::ScalableTag<hwy::MakeWide<T>>());
+    if (columns < lanes)
+        WeighRowsScalar(rows, weights, count, columns, sums);
+    else if (columns < vectors * lanes)
+        WeighInBlocks<1>(rows, weights, count, columns, sums);
+    else
+        WeighInBlocks<vectors>(rows, weights, count, columns, sums);
+}
+
+WeighRows<unsigned char> WeighRows8() { return &WeighInVectors; }
+WeighRows<unsigned short> WeighRows16() { return &WeighInVectors; }
+
 using AcrossLane = hn::CappedTag<std::uint64_t, lowPassGroup / 2>;
 /// Vectors of weights that stay in registers; a coarse pixel may need more.
 constexpr std::size_t mostHeld = 6;
@@ -158,10 +168,10 @@ HWY_ATTR void AcrossAlike(const LowPassAxis& across, std::uint32_t first, std::s
     }
 }
 
-/// Across by vectors of coarse pixels: their sums are exact in double.
+/// Across by vectors of coarse pixels: their sums are exact in double, as they stay below 2^44.
 using SpreadLane = hn::ScalableTag<double>;
 constexpr std::size_t mostSpread = 256; ///< coarse pixels at a time, a multiple of all lanes
-constexpr std::size_t mostSpreadTaps = 32;
+constexpr std::size_t mostReach = 32;   ///< columns beyond the last
 
 /// Takes numbers apart: planes[n] gets number n and every Step-th after it, `count` of them, `pitch` apart.
 template <std::size_t Step>
@@ -185,8 +195,9 @@ HWY_INLINE void TakeEveryStep(const std::uint32_t* HWY_RESTRICT numbers, std::si
 }
 
 /// The sums of up to mostSpread of `columns` columns from `first` on, which have the same weights, each Step
-/// pixels further on than the one before. Returns how many it computed: whole vectors, such that what is read
-/// beyond their last pixels belongs to the columns that are left.
+/// pixels further on than the one before. Returns how many it computed: whole blocks of vectors, such that
+/// what is read beyond their last pixels belongs to the columns that are left. Returns 0 if there are too few
+/// columns, or if their taps reach too far.
 template <std::size_t Step>
 HWY_ATTR std::size_t AcrossSteps(const LowPassAxis& across, std::uint32_t first, std::size_t columns,
                                  const std::uint32_t* HWY_RESTRICT down, std::uint32_t downFirst,
@@ -198,9 +209,9 @@ HWY_ATTR std::size_t AcrossSteps(const LowPassAxis& across, std::uint32_t first,
     const LowPassAxis::Taps& taps = across.GetTaps(first);
     // The last taps of a column lie at so many columns further on, rounded up to whole vectors.
     const std::size_t reach = ((taps.count - 1) / Step + lanes - 1) / lanes * lanes;
-    if (columns < block + reach || taps.count > mostSpreadTaps) return 0;
+    if (columns < block + reach || reach > mostReach) return 0;
     const std::size_t count = std::min((columns - reach) / block * block, mostSpread);
-    constexpr std::size_t pitch = mostSpread + mostSpreadTaps;
+    constexpr std::size_t pitch = mostSpread + mostReach;
     HWY_ALIGN double planes[Step * pitch];
     TakeEveryStep<Step>(down + (taps.first - downFirst), count + reach, pitch, planes);
     // Whole numbers below 2^52 and this one add up exactly, and the bits of the sum are the number's.
@@ -255,9 +266,6 @@ HWY_ATTR void AcrossInVectors(const LowPassAxis& across, std::uint32_t first, st
 
 WeighAcross AcrossWeights() { return &AcrossInVectors; }
 #endif
-
-WeighRows<unsigned char> WeighRows8() { return &WeighInVectors; }
-WeighRows<unsigned short> WeighRows16() { return &WeighInVectors; }
 
 } // namespace HWY_NAMESPACE
 } // namespace kernels
