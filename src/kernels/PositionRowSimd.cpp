@@ -57,7 +57,6 @@ HWY_INLINE bool IsExact(const MappedLine& line) {
 }
 
 HWY_ATTR void FillLineInVectors(const MappedLine& line, double* HWY_RESTRICT x, double* HWY_RESTRICT y) {
-    if (line.shrink != 1.0) return FillLineScalar(line, x, y);
     const hn::ScalableTag<double> d;
     const hn::Rebind<std::int32_t, decltype(d)> d32;
     const auto start = hn::Set(d, line.start), step = hn::Set(d, line.step);
@@ -67,13 +66,19 @@ HWY_ATTR void FillLineInVectors(const MappedLine& line, double* HWY_RESTRICT x, 
         const double part = 1.0 / line.length;
         const auto more = hn::Set(d, lanes * line.step * part);
         auto t = hn::Mul(hn::Add(start, hn::Mul(number, step)), hn::Set(d, part));
-        return FillFrom(line, x, y, [&]() HWY_ATTR { return std::exchange(t, hn::Add(t, more)); });
+        FillFrom(line, x, y, [&]() HWY_ATTR { return std::exchange(t, hn::Add(t, more)); });
+    } else {
+        FillFrom(line, x, y, [&]() HWY_ATTR {
+            const auto t = hn::Div(hn::Add(start, hn::Mul(number, step)), hn::Set(d, line.length));
+            number = hn::Add(number, hn::Set(d, lanes));
+            return t;
+        });
     }
-    FillFrom(line, x, y, [&]() HWY_ATTR {
-        const auto t = hn::Div(hn::Add(start, hn::Mul(number, step)), hn::Set(d, line.length));
-        number = hn::Add(number, hn::Set(d, lanes));
-        return t;
-    });
+    if (line.shrink == 1.0) return;
+    for (std::size_t i = 0; i < line.pixels; ++i) {
+        x[i] = line.Shrink(x[i]);
+        y[i] = line.Shrink(y[i]);
+    }
 }
 
 FillLine Lines() { return &FillLineInVectors; }

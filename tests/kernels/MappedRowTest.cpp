@@ -117,8 +117,9 @@ TYPED_TEST(MappedRowTest, VectorsGiveTheDefinition) {
 TEST(FillLine, EveryTargetGivesTheDefinition) {
     for (const SimdTarget target : SimdTargets())
         for (const std::size_t count : {1u, 8u, 61u}) {
-            const MappedLine line{
-                -3.7, 12.1, 0.3, -7.9, count == 8 ? 5.1 : 5.0, 2.0, count == 1 ? 100.0 : 128.0, count};
+            const double start = count == 8 ? 5.1 : 5.0, length = count == 1 ? 100.0 : 128.0;
+            const double shrink = count == 61 ? 3.0 : 1.0;
+            const MappedLine line{-3.7, 12.1, 0.3, -7.9, start, 2.0, length, count, shrink};
             std::vector<double> x(count), y(count), out(count), outY(count);
             FillLineScalar(line, x.data(), y.data());
             FillLineFor(target)(line, out.data(), outY.data());
