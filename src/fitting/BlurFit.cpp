@@ -124,8 +124,8 @@ BlurFits BlurSamples::Fit() const {
             fits.means[i] += values[at + i];
     for (double& mean : fits.means)
         mean /= static_cast<double>(GetCount());
-    std::vector<double> ofBands(bands * bands),
-        centred(bands); // products of bands i and j <= i: half a matrix
+    std::vector<double> ofBands(bands * bands); // products of bands i and j <= i: half a matrix
+    std::vector<double> centred(bands);
     using OfLows = std::array<double, tried.size()>;
     std::vector<OfLows> byBand(bands); // products of each band with the low-passes
     OfLows squares{}, centredLows{};
