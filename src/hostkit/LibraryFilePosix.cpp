@@ -40,6 +40,18 @@ std::filesystem::path ProgramFile() {
     return failure ? std::filesystem::path() : program;
 }
 
+/// Where the running program is mapped; null when the system does not say. Asking spares most calls the list
+/// of everything that is mapped, which takes the kernel longer to write than the plug-in to load.
+const void* ProgramBase() {
+    Dl_info program{};
+#if defined(__linux__)
+    // The kernel gives addresses as numbers. NOLINTNEXTLINE(performance-no-int-to-ptr)
+    const auto* headers = reinterpret_cast<const void*>(getauxval(AT_PHDR));
+    if (headers && dladdr(headers, &program) == 0) return nullptr;
+#endif
+    return program.dli_fbase;
+}
+
 /// The file that is mapped at an address, as the kernel knows it; empty when it does not say.
 std::filesystem::path MappedFile(const void* address) {
     std::ifstream maps("/proc/self/maps");
@@ -61,6 +73,7 @@ std::filesystem::path LibraryFolder() {
     static const char somewhere = 0;
     Dl_info module{};
     if (dladdr(&somewhere, &module) == 0 || !module.dli_fname) return {};
+    if (module.dli_fbase == ProgramBase()) return {};
     // The loader names the program as it was called, which may be any name. It names a library by its path,
     // which may be relative to a folder that the process has left.
     std::filesystem::path file = module.dli_fname;

@@ -65,6 +65,7 @@ bool WriteTrial(GDALDriver& driver, const std::string& name, const CPLStringList
 } // namespace
 
 std::string FindLoss(const OutputPlan& plan, const std::string& output) {
+    if (plan.format.isTiff && plan.options.size() == 0) return {}; // a plain GeoTIFF stores what it is given
     GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(plan.format.name.c_str());
     if (!driver || !driver->GetMetadataItem(GDAL_DCAP_VIRTUALIO)) return {};
     const auto bands = static_cast<int>(plan.rules.GetFileBands());

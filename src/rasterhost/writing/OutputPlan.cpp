@@ -62,6 +62,8 @@ void SuggestTiffOptions(const OutputPlan& plan, const Scene& scene, CPLStringLis
 
 /// Rows per block of the file that GDAL creates with these options; 1 when it creates none.
 std::uint32_t TiffBlockRows(const OutputPlan& plan) {
+    if (plan.options.size() == 0) // all suggested here: GDAL makes such tiles as they are asked for
+        return static_cast<std::uint32_t>(std::atoi(plan.pixelOptions.FetchNameValue("BLOCKYSIZE")));
     constexpr std::uint32_t mostStripRows = 8192; // GDAL makes strips of 8192 bytes, or of one row
     const std::string name = FormatString("/vsimem/pansharp-plan-%p.tif", static_cast<const void*>(&plan));
     CPLStringList options(plan.pixelOptions);

@@ -46,6 +46,10 @@ const TileCodec* FindTileCodec(std::uint16_t compression) {
     return FindCodecThat([compression](const TileCodec& codec) { return codec.compression == compression; });
 }
 
+TilePacker::TilePacker(const TileForm& tileForm) : form(tileForm) {
+    if (Compresses()) encoders.emplace(); // loads the scheduler's allocator, which a short run can do without
+}
+
 bool TilePacker::Compresses() const { return form.compression != COMPRESSION_NONE; }
 
 std::size_t TilePacker::CountTiles(std::uint32_t columns, std::uint32_t rows) const {
@@ -62,7 +66,7 @@ bool TilePacker::Pack(std::size_t count, const unsigned char* tiles, PackedTiles
     oneapi::tbb::this_task_arena::isolate([&] {
         oneapi::tbb::parallel_for(std::size_t{0}, count, [&](std::size_t tile) {
             const GdalErrors silence; // on the current thread
-            std::unique_ptr<TileEncoder>& encoder = encoders.local();
+            std::unique_ptr<TileEncoder>& encoder = encoders->local();
             if (!encoder) encoder = std::make_unique<TileEncoder>(form);
             const auto* encoded = encoder->Encode(tiles + tile * form.GetBytes());
             if (!encoded) {

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 class CPLStringList;
@@ -41,7 +42,7 @@ struct TileCodec {
 /// Compresses many tiles of one form in parallel.
 class TilePacker {
 public:
-    explicit TilePacker(const TileForm& tileForm) : form(tileForm) {}
+    explicit TilePacker(const TileForm& tileForm);
 
     [[nodiscard]] const TileForm& GetForm() const { return form; }
     [[nodiscard]] bool Compresses() const;
@@ -54,7 +55,7 @@ private:
     using Encoders = oneapi::tbb::enumerable_thread_specific<std::unique_ptr<TileEncoder>>;
 
     const TileForm form;
-    mutable Encoders encoders; ///< one for each packing thread
+    mutable std::optional<Encoders> encoders; ///< one for each packing thread; none when nothing is packed
 };
 
 } // namespace rasterhost
