@@ -13,12 +13,10 @@ using hostkit::SampleBlock;
 namespace {
 
 template <class T>
-void ClearValues(const InputImage& image, const unsigned char* samples, std::size_t pixels,
+void ClearNoData(const InputImage& image, const unsigned char* samples, std::size_t pixels,
                  unsigned char* valid) {
-    const std::size_t bands = image.info.bandsPerPixel;
-    for (std::size_t band = 0; band < bands; ++band)
-        imagery::ClearValue(reinterpret_cast<const T*>(samples), bands, band, pixels,
-                            static_cast<T>(*image.gaps.noData), valid);
+    const std::vector<std::optional<T>> values(image.info.bandsPerPixel, static_cast<T>(*image.gaps.noData));
+    imagery::ClearValues<T>(reinterpret_cast<const T*>(samples), values, pixels, valid);
 }
 
 /// Writes the mask of a block: one byte per pixel, rows packed.
@@ -31,9 +29,9 @@ void FillValid(const InputImage& image, const SampleBlock& block, unsigned char*
         unsigned char* of = valid + std::size_t{row - rect.row0} * columns;
         const unsigned char* samples = block.At(rect.col0, row, hostkit::PixelBytes(image.info));
         if (gaps.noData && image.info.bitsPerBand == 8)
-            ClearValues<unsigned char>(image, samples, columns, of);
+            ClearNoData<unsigned char>(image, samples, columns, of);
         else if (gaps.noData)
-            ClearValues<unsigned short>(image, samples, columns, of);
+            ClearNoData<unsigned short>(image, samples, columns, of);
         for (std::uint32_t column = rect.col0; gaps.valid && column < rect.col1; ++column)
             if (gaps.valid[gaps.layout.At(column, row, 0)] == 0) of[column - rect.col0] = 0;
     }

@@ -132,13 +132,21 @@ bool BandReader::CheckSigns(const PixelRect& rect, std::size_t first, std::size_
 
 namespace {
 
+/// Clears the bytes of pixels that have no data by their samples, a part at a time that stays in the
+/// processor's cache. Without `isMasked` it sets the others first.
 template <class T>
-void ClearNoData(const T* samples, const std::vector<SourceBand>& bands, std::size_t pixels,
+void ClearNoData(const T* samples, const std::vector<SourceBand>& bands, std::size_t pixels, bool isMasked,
                  unsigned char* valid) {
-    for (std::size_t band = 0; band < bands.size(); ++band)
-        if (bands[band].noData)
-            imagery::ClearValue(samples, bands.size(), band, pixels, static_cast<T>(*bands[band].noData),
-                                valid);
+    std::vector<std::optional<T>> values(bands.size());
+    std::transform(bands.begin(), bands.end(), values.begin(), [](const SourceBand& band) {
+        return band.noData ? std::optional<T>(static_cast<T>(*band.noData)) : std::nullopt;
+    });
+    constexpr std::size_t mostAtOnce = 16384;
+    for (std::size_t first = 0; first < pixels; first += mostAtOnce) {
+        const std::size_t count = std::min(mostAtOnce, pixels - first);
+        if (!isMasked) std::fill_n(valid + first, count, static_cast<unsigned char>(0xFF));
+        imagery::ClearValues<T>(samples + first * bands.size(), values, count, valid + first);
+    }
 }
 
 /// Clears the bytes of pixels that another mask leaves out.
@@ -181,17 +189,10 @@ bool BandReader::ReadValid(const PixelRect& rect, const unsigned char* samples, 
         if (mask != valid) ClearMasked(mask, pixels, valid);
         mask = other.data();
     }
-    constexpr std::size_t mostAtOnce = 16384; // stay in the processor's cache
-    for (std::size_t first = 0; first < pixels; first += mostAtOnce) {
-        const std::size_t count = std::min(mostAtOnce, pixels - first);
-        unsigned char* has = valid + first;
-        if (masks.empty()) std::fill_n(has, count, static_cast<unsigned char>(0xFF));
-        if (bits == 8)
-            ClearNoData(samples + first * bands.size(), bands, count, has);
-        else
-            ClearNoData(reinterpret_cast<const unsigned short*>(samples) + first * bands.size(), bands, count,
-                        has);
-    }
+    if (bits == 8)
+        ClearNoData(samples, bands, pixels, !masks.empty(), valid);
+    else
+        ClearNoData(reinterpret_cast<const unsigned short*>(samples), bands, pixels, !masks.empty(), valid);
     return true;
 }
 
