@@ -12,6 +12,9 @@ namespace rasterhost {
 
 using kernels::gapBits;
 
+/// Words of bits that are copied in the time in which the ends of a run are found and stored.
+constexpr std::size_t wordsPerRun = 16;
+
 void OutputMask::Clear() {
     pixelsWithoutData = 0;
     words.clear();
@@ -20,15 +23,15 @@ void OutputMask::Clear() {
 
 std::size_t OutputMask::CountBitWords() const { return (columns + gapBits - 1) / gapBits; }
 
-/// Stores runs of pixels without data, as first and end column. A row whose runs take as many words as its
-/// bits need is stored as bits.
+/// Stores a few runs of pixels without data as first and end column, and more as bits: those take no longer
+/// to copy than the ends of runs to find.
 void OutputMask::AddRow(const unsigned char* valid) {
     static const kernels::GapRow findGaps = kernels::GapRowFor(kernels::ChosenSimdTarget());
     if (valid) {
         bits.resize(CountBitWords());
         const kernels::GapCount gaps = findGaps(valid, columns, bits.data());
         pixelsWithoutData += gaps.pixels;
-        if (2 * gaps.runs < bits.size())
+        if (wordsPerRun * gaps.runs < bits.size())
             AddRuns();
         else
             words.insert(words.end(), bits.begin(), bits.end());

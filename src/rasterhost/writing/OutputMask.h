@@ -9,8 +9,8 @@ class GDALRasterBand;
 
 namespace rasterhost {
 
-/// The mask of an image, stored compactly until all of it is known: per row the ends of its runs, or one bit
-/// per pixel if that is smaller.
+/// The mask of an image, stored compactly until all of it is known: per row the ends of its runs if there are
+/// few, else one bit per pixel.
 class OutputMask {
 public:
     explicit OutputMask(std::uint32_t imageColumns) : columns(imageColumns) {}
