@@ -119,9 +119,9 @@ Best Climb(const Windows& windows, Best best) {
 /// Even a small scene gets several windows, so that they can be compared.
 bool ReadWindows(FitBlockSource& source, std::uint32_t shortSide, std::vector<Window>& windows,
                  Status& status) {
-    constexpr std::uint32_t windowsAcross = 4;
+    constexpr std::uint32_t windowsPerSide = 4;
     for (const hostkit::PixelRect& rect :
-         source.Choose(windowsAcross, std::clamp(shortSide / windowsAcross, 24u, 64u))) {
+         source.Choose(windowsPerSide, std::clamp(shortSide / windowsPerSide, 24u, 64u))) {
         FitBlock block;
         if (!source.Read(rect, block, status)) return false;
         Window window(std::move(block));

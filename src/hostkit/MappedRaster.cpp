@@ -28,9 +28,9 @@ constexpr std::uint64_t mostPixelsPerColumn = 16;
 constexpr double mostRounding = 0x1p-36;
 
 /// The range of the positions on straight lines whose ends are added.
-class Extent {
+class PositionRange {
 public:
-    explicit Extent(double mostError) : error(mostError) {}
+    explicit PositionRange(double mostError) : error(mostError) {}
 
     void Add(double position) {
         isNumber = isNumber && !std::isnan(position);
@@ -165,7 +165,7 @@ kernels::MappedPath MappedRaster::PathFrom(std::size_t column) const {
 /// they are interpolated from has data; Some when each column must be examined.
 MappedRaster::Run MappedRaster::FindCommon(std::size_t first, std::size_t end) const {
     const double rounding = mostRounding * (1.0 * sourceColumns + sourceRows);
-    Extent across(rounding), down(rounding);
+    PositionRange across(rounding), down(rounding);
     const auto see = [&](const kernels::MappedLine& line, double atX, double atY) {
         across.Add(line.Shrink(atX));
         down.Add(line.Shrink(atY));
