@@ -29,7 +29,7 @@ struct LargeAllocator {
     bool operator==(const LargeAllocator&) const = default;
 };
 
-/// A buffer that usually has some MB. At -O1 (pansharp_compile_quickly) gcc's destructor counts through all
+/// A buffer that usually has some MB. At -Og (pansharp_compile_quickly) gcc's destructor counts through all
 /// bytes. So owners define theirs in a source file that is optimised.
 using LargeBytes = std::vector<unsigned char, LargeAllocator<unsigned char>>;
 
