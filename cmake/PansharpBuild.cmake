@@ -49,7 +49,7 @@ function(pansharp_library name)
 endfunction()
 
 # pansharp_compile_quickly(TARGET ...): for code that waits for users and files and loops over few samples, and destroys no
-# LargeBytes. It compiles in three fifths of the time.
+# LargeBytes. It compiles in two thirds of the time.
 function(pansharp_compile_quickly)
   foreach(target ${ARGN})
     target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-Og>)

@@ -13,10 +13,14 @@ using hostkit::SampleBlock;
 namespace {
 
 template <class T>
-void ClearNoData(const InputImage& image, const unsigned char* samples, std::size_t pixels,
-                 unsigned char* valid) {
+void ClearNoData(const InputImage& image, const SampleBlock& block, unsigned char* valid) {
     const std::vector<std::optional<T>> values(image.info.bandsPerPixel, static_cast<T>(*image.gaps.noData));
-    imagery::ClearValues<T>(reinterpret_cast<const T*>(samples), values, pixels, valid);
+    const PixelRect& rect = block.rect;
+    const std::size_t columns = rect.GetColumns();
+    for (std::uint32_t row = rect.row0; row < rect.row1; ++row, valid += columns)
+        imagery::ClearValues<T>(
+            reinterpret_cast<const T*>(block.At(rect.col0, row, hostkit::PixelBytes(image.info))), values,
+            columns, valid);
 }
 
 /// Writes the mask of a block: one byte per pixel, rows packed.
@@ -25,14 +29,13 @@ void FillValid(const InputImage& image, const SampleBlock& block, unsigned char*
     const PixelRect& rect = block.rect;
     const std::size_t columns = rect.GetColumns();
     std::fill_n(valid, columns * rect.GetRows(), static_cast<unsigned char>(0xFF));
-    for (std::uint32_t row = rect.row0; row < rect.row1; ++row) {
+    if (gaps.noData && image.info.bitsPerBand == 8)
+        ClearNoData<unsigned char>(image, block, valid);
+    else if (gaps.noData)
+        ClearNoData<unsigned short>(image, block, valid);
+    for (std::uint32_t row = rect.row0; gaps.valid && row < rect.row1; ++row) {
         unsigned char* of = valid + std::size_t{row - rect.row0} * columns;
-        const unsigned char* samples = block.At(rect.col0, row, hostkit::PixelBytes(image.info));
-        if (gaps.noData && image.info.bitsPerBand == 8)
-            ClearNoData<unsigned char>(image, samples, columns, of);
-        else if (gaps.noData)
-            ClearNoData<unsigned short>(image, samples, columns, of);
-        for (std::uint32_t column = rect.col0; gaps.valid && column < rect.col1; ++column)
+        for (std::uint32_t column = rect.col0; column < rect.col1; ++column)
             if (gaps.valid[gaps.layout.At(column, row, 0)] == 0) of[column - rect.col0] = 0;
     }
     if (gaps.collar) gaps.collar->Clear(rect, valid);

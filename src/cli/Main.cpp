@@ -65,15 +65,14 @@ ExitCode Fail(ExitCode code, const std::string& message, std::string_view comman
 }
 
 /// Ends the program. All files are closed by now, and the system takes memory back faster than the
-/// destructors of a hundred libraries do, which is what a small image would wait for. Sanitizers report from
-/// those.
+/// destructors of a hundred libraries do, which is what a small image would wait for. Sanitizers and GDAL's
+/// statistics report from those.
 [[noreturn]] void Leave(ExitCode code) {
     std::fflush(nullptr);
-#ifdef PANSHARP_SANITIZED
-    std::exit(code);
-#else
-    std::_Exit(code);
+#ifndef PANSHARP_SANITIZED
+    if (!ShowsNetworkStatistics()) std::_Exit(code);
 #endif
+    std::exit(code);
 }
 
 } // namespace

@@ -19,4 +19,6 @@ void SetNetworkDefaults() {
         if (!CPLGetConfigOption(key, nullptr)) CPLSetConfigOption(key, value);
 }
 
+bool ShowsNetworkStatistics() { return CPLTestBool(CPLGetConfigOption("CPL_VSIL_SHOW_NETWORK_STATS", "NO")); }
+
 } // namespace cli

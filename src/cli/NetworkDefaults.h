@@ -6,4 +6,7 @@ namespace cli {
 /// repeated, a stalled connection counts as failed, and what was read is cached for a while.
 void SetNetworkDefaults();
 
+/// Whether GDAL is asked to print at the end of the program what it read from servers.
+[[nodiscard]] bool ShowsNetworkStatistics();
+
 } // namespace cli

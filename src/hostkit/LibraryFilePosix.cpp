@@ -40,14 +40,15 @@ std::filesystem::path ProgramFile() {
     return failure ? std::filesystem::path() : program;
 }
 
-/// Where the running program is mapped; null when the system does not say. Asking spares most calls the list
-/// of everything that is mapped, which takes the kernel longer to write than the plug-in to load.
+/// Where the running program is mapped; null when the system does not say, or when the loader was started and
+/// the program is its argument. Asking spares most calls the list of everything that is mapped, which takes
+/// the kernel longer to write than the plug-in to load.
 const void* ProgramBase() {
     Dl_info program{};
 #if defined(__linux__)
     // The kernel gives addresses as numbers. NOLINTNEXTLINE(performance-no-int-to-ptr)
     const auto* headers = reinterpret_cast<const void*>(getauxval(AT_PHDR));
-    if (headers && dladdr(headers, &program) == 0) return nullptr;
+    if (getauxval(AT_BASE) != 0 && headers) dladdr(headers, &program);
 #endif
     return program.dli_fbase;
 }

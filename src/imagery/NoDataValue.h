@@ -54,6 +54,8 @@ void ClearFourValues(const T* samples, std::span<const std::optional<T>> values,
 template <class T>
 void ClearValues(const T* samples, std::span<const std::optional<T>> values, std::size_t pixels,
                  unsigned char* valid) {
+    if (std::none_of(values.begin(), values.end(), [](const auto& value) { return value.has_value(); }))
+        return;
     if (values.size() == 4) return ClearFourValues(samples, values, pixels, valid);
     for (std::size_t band = 0; band < values.size(); ++band)
         if (values[band]) ClearValue(samples, values.size(), band, pixels, *values[band], valid);

@@ -1,5 +1,6 @@
 #include "rasterhost/writing/OutputTrial.h"
 
+#include "fundament/Text.h"
 #include "rasterhost/reading/FileState.h"
 #include "rasterhost/requests/GdalErrors.h"
 #include "rasterhost/writing/OutputDescription.h"
@@ -35,6 +36,9 @@ public:
                                                 static_cast<int>(plan.rules.GetFileBands()), GetType(),
                                                 options.List()));
         if (!image) return errors.Reason().empty() ? ": no reason is given" : errors.Reason();
+        if (image->GetRasterCount() < static_cast<int>(plan.rules.GetFileBands()))
+            return KOVA::Tessara::Fundament::FormatString(": it takes only %d of %u bands",
+                                                          image->GetRasterCount(), plan.rules.GetFileBands());
         {
             const GdalErrors silence; // properties that the format cannot store are dropped
             DescribeOutput(scene, scene.part, plan.rules, {{"Method", request.method}}, *image);

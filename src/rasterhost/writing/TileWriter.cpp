@@ -1,5 +1,6 @@
 #include "rasterhost/writing/TileWriter.h"
 
+#include <cpl_conv.h>
 #include <cpl_string.h>
 #include <fcntl.h>
 #include <tiffio.h>
@@ -32,6 +33,7 @@ bool TileWriter::CanWrite(const CPLStringList& options) {
                 return STARTS_WITH_CI(options[i], (name + "=").c_str());
             }))
             return false;
+    if (!EQUAL(CPLGetConfigOption("GDAL_TIFF_ENDIANNESS", "NATIVE"), "NATIVE")) return false;
     const char* compression = options.FetchNameValueDef("COMPRESS", "NONE");
     return options.FetchBool("TILED", false) &&
            EQUAL(options.FetchNameValueDef("INTERLEAVE", "PIXEL"), "PIXEL") && FindTileCodec(compression);

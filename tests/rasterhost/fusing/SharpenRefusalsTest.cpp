@@ -250,6 +250,7 @@ TEST_F(Refusals, OutputsThatCannotBe) {
     Refuse([](SharpenRequest& r) { r.format = "NoFormat"; }, {"'NoFormat'", "gdalinfo --formats"});
     Refuse([](SharpenRequest& r) { r.format = "DIMAP"; }, {"'DIMAP'", "does not write it"});
     Refuse([](SharpenRequest& r) { r.format = "GIF"; }, {"'GIF' cannot hold an image of 3 bands of 8 bits"});
+    Refuse([](SharpenRequest& r) { r.format = "GSBG"; }, {"it takes only 1 of 3 bands"});
     const struct {
         const char* format;
         std::vector<std::string> options, texts;
