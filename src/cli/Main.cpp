@@ -66,7 +66,7 @@ ExitCode Fail(ExitCode code, const std::string& message, std::string_view comman
 
 /// Ends the program. All files are closed by now, and the system takes memory back faster than the
 /// destructors of a hundred libraries do, which is what a small image would wait for. Sanitizers and GDAL's
-/// statistics report from those.
+/// statistics report only from a full exit.
 [[noreturn]] void Leave(ExitCode code) {
     std::fflush(nullptr);
 #ifndef PANSHARP_SANITIZED

@@ -133,7 +133,7 @@ bool BandReader::CheckSigns(const PixelRect& rect, std::size_t first, std::size_
 namespace {
 
 /// Clears the bytes of pixels that have no data by their samples, a part at a time that stays in the
-/// processor's cache. Without `isMasked` it sets the others first.
+/// processor's cache. Without `isMasked` it first sets all.
 template <class T>
 void ClearNoData(const T* samples, const std::vector<SourceBand>& bands, std::size_t pixels, bool isMasked,
                  unsigned char* valid) {

@@ -12,7 +12,8 @@ namespace rasterhost {
 
 using kernels::gapBits;
 
-/// Words of bits that are copied in the time in which the ends of a run are found and stored.
+/// A row with more than one run for so many words of bits is stored as bits. They need more memory, at most a
+/// bit per pixel, and less time.
 constexpr std::size_t wordsPerRun = 16;
 
 void OutputMask::Clear() {
@@ -23,8 +24,7 @@ void OutputMask::Clear() {
 
 std::size_t OutputMask::CountBitWords() const { return (columns + gapBits - 1) / gapBits; }
 
-/// Stores a few runs of pixels without data as first and end column, and more as bits: those take no longer
-/// to copy than the ends of runs to find.
+/// Stores a few runs of pixels without data as first and end column, and more as bits.
 void OutputMask::AddRow(const unsigned char* valid) {
     static const kernels::GapRow findGaps = kernels::GapRowFor(kernels::ChosenSimdTarget());
     if (valid) {

@@ -11,6 +11,8 @@
 
 namespace rasterhost {
 
+using KOVA::Tessara::Fundament::FormatString;
+
 namespace {
 
 constexpr int trialSize = 64; // pixels across and down
@@ -37,8 +39,8 @@ public:
                                                 options.List()));
         if (!image) return errors.Reason().empty() ? ": no reason is given" : errors.Reason();
         if (image->GetRasterCount() < static_cast<int>(plan.rules.GetFileBands()))
-            return KOVA::Tessara::Fundament::FormatString(": it takes only %d of %u bands",
-                                                          image->GetRasterCount(), plan.rules.GetFileBands());
+            return FormatString(": it takes only %d of %u bands", image->GetRasterCount(),
+                                plan.rules.GetFileBands());
         {
             const GdalErrors silence; // properties that the format cannot store are dropped
             DescribeOutput(scene, scene.part, plan.rules, {{"Method", request.method}}, *image);

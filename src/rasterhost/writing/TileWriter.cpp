@@ -33,6 +33,7 @@ bool TileWriter::CanWrite(const CPLStringList& options) {
                 return STARTS_WITH_CI(options[i], (name + "=").c_str());
             }))
             return false;
+    // Tiles are written in the machine's byte order.
     if (!EQUAL(CPLGetConfigOption("GDAL_TIFF_ENDIANNESS", "NATIVE"), "NATIVE")) return false;
     const char* compression = options.FetchNameValueDef("COMPRESS", "NONE");
     return options.FetchBool("TILED", false) &&

@@ -158,6 +158,10 @@ TEST_F(Output, CreationOptionsReachTheTiles) {
             EXPECT_EQ(TileSizes(request.output), TileSizes(expected));
             std::filesystem::remove(request.output);
         }
+    const CPLConfigOptionSetter order("GDAL_TIFF_ENDIANNESS", "BIG", false);
+    request.creationOptions = {"BLOCKXSIZE=64", "BLOCKYSIZE=64"};
+    RunWell(request);
+    EXPECT_EQ(ReadAll(request.output), ReadAll(plain));
 }
 
 } // namespace
