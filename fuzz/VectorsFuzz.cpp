@@ -202,11 +202,16 @@ void Limit(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
 /// Runs of columns next to gaps.
 template <class T>
 void Mask(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
-    const std::uint32_t bands = 1 + input.Below(10), pixels = 1 + input.Below(40);
+    const std::uint32_t across = 2U << input.Below(4), down = 2U << input.Below(4);
+    const bool isExact = input.Flag();
+    const std::uint32_t bands = isExact ? 4 : 1 + input.Below(10), pixels = 1 + input.Below(40);
     const auto upper = Samples<T>(input, std::size_t{pixels} * bands);
     const auto lower = Samples<T>(input, std::size_t{pixels} * bands);
-    const auto fraction = [&] { return (1 + input.Below(200)) / (input.Flag() ? 201.0 : 256.0); };
-    const MaskedSource<T> source{upper.get(), lower.get(), fraction(), bands};
+    const auto fraction = [&](std::uint32_t steps) {
+        return isExact ? (1.0 + input.Below(steps - 1)) / steps
+                       : (1 + input.Below(200)) / (input.Flag() ? 201.0 : 256.0);
+    };
+    const MaskedSource<T> source{upper.get(), lower.get(), fraction(down), bands};
     std::vector<MaskedRun> runs;
     std::uint32_t columns = 0;
     for (std::uint32_t pixel = 0; pixel < pixels; ++pixel) {
@@ -218,12 +223,14 @@ void Mask(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
     }
     std::vector<double> fractions(columns + maskedPadding);
     for (double& of : fractions)
-        of = fraction();
+        of = fraction(across);
+    const std::vector<float> exact(fractions.begin(), fractions.end());
+    const MaskedFractions places{fractions.data(), isExact ? exact.data() : nullptr};
     std::vector<T> expected(std::size_t{columns} * bands, 9);
-    MaskedRowScalar<T>(source, runs, fractions.data(), expected.data());
+    MaskedRowScalar<T>(source, runs, places, expected.data());
     for (const SimdTarget target : targets) {
         std::vector<T> actual(expected.size(), 9);
-        MaskedRowFor<T>(target)(source, runs, fractions.data(), actual.data());
+        MaskedRowFor<T>(target)(source, runs, places, actual.data());
         Require(expected == actual, "samples next to gaps");
     }
 }

@@ -43,6 +43,8 @@ SampledValidity::SampledValidity(const SamplerShape& shape, Resampling resamplin
     fractions.resize(columns.size() + kernels::maskedPadding);
     std::transform(columns.begin(), columns.end(), fractions.begin(),
                    [](const AxisReach& column) { return column.tap.fraction; });
+    if (kernels::AreMaskedExact(kernels::WholeSteps(shape.columns), kernels::WholeSteps(shape.rows)))
+        exactFractions.assign(fractions.begin(), fractions.end());
     const std::size_t width = block.rect.GetColumns();
     for (std::uint32_t run = 0, column = 0; column <= width; ++column) {
         while (run + 1 < runs.size() && columns[runs[run]].tap.first < column + block.rect.col0)
@@ -133,8 +135,8 @@ void SampledValidity::SampleSomeOf(T* row) const {
     const auto sourceRow = [this](std::uint32_t source) {
         return reinterpret_cast<const T*>(block.At(block.rect.col0, source, bands * sizeof(T)));
     };
-    sample({sourceRow(down.first), sourceRow(down.second), down.fraction, bands}, some, fractions.data(),
-           row);
+    sample({sourceRow(down.first), sourceRow(down.second), down.fraction, bands}, some,
+           {fractions.data(), exactFractions.empty() ? nullptr : exactFractions.data()}, row);
 }
 
 void SampledValidity::SampleSome(void* row) const {

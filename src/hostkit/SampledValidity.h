@@ -59,9 +59,10 @@ private:
     std::uint32_t bands;
     std::vector<AxisReach> columns;
     std::vector<AxisReach> rows;
-    std::vector<bool> isWhole;       ///< per row of the block: all of it has data
-    std::vector<double> fractions;   ///< those of the columns, with kernels::maskedPadding more
-    std::vector<std::uint32_t> runs; ///< where runs of columns made of the same pixels begin, and the end
+    std::vector<bool> isWhole;         ///< per row of the block: all of it has data
+    std::vector<double> fractions;     ///< for kernels::MaskedFractions
+    std::vector<float> exactFractions; ///< likewise; empty if float is not exact
+    std::vector<std::uint32_t> runs;   ///< where runs of columns made of the same pixels begin, and the end
     /// Per column of the block, and for its end: the first run whose tap begins there or after it; the
     /// number of runs if none does.
     std::vector<std::uint32_t> firstRuns;

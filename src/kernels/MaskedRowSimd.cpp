@@ -1,9 +1,10 @@
-// Bilinear sampling next to gaps, in vectors of up to four columns, with the same samples as the scalar
-// version.
+// Bilinear sampling next to gaps, with the same samples as the scalar version.
 #include "kernels/MaskedRow.h"
 #include "kernels/Simd.h"
 
 #include <algorithm>
+#include <cstring>
+#include <type_traits>
 
 #ifndef HWY_TARGET_INCLUDE // not joined with others
 #define HWY_TARGET_INCLUDE "kernels/MaskedRowSimd.cpp"
@@ -18,9 +19,65 @@ HWY_BEFORE_NAMESPACE();
 namespace kernels {
 namespace HWY_NAMESPACE {
 
+#if HWY_TARGET != HWY_SCALAR
+
+/// Four bands in float, which is exact; a vector holds the pixels of up to four columns.
+template <class T>
+HWY_ATTR void SampleFourBands(const MaskedSource<T>& source, std::span<const MaskedRun> runs,
+                              const float* HWY_RESTRICT fractions, T* HWY_RESTRICT out) {
+    constexpr std::size_t bands = 4;
+    const hn::CappedTag<float, bands*(maskedPadding + 1)> d;
+    const hn::RebindToSigned<decltype(d)> dWhole;
+    const hn::Rebind<T, decltype(d)> dSample;
+    using Pixel = std::conditional_t<sizeof(T) == 1, std::uint32_t, std::uint64_t>;
+    const hn::Repartition<Pixel, decltype(dSample)> dPixel;
+    const std::size_t lanes = hn::Lanes(d), columns = lanes / bands;
+    const auto columnOf = hn::IndicesFromVec(d, hn::ShiftRight<2>(hn::Iota(dWhole, 0)));
+    const auto one = hn::Set(d, 1.0f), half = hn::Set(d, 0.5f);
+    for (const MaskedRun& run : runs) {
+        const auto samples = [&](const T* row, std::uint32_t at) HWY_ATTR {
+            Pixel pixel;
+            std::memcpy(&pixel, row + at, sizeof(pixel));
+            const auto repeated = hn::BitCast(dSample, hn::Set(dPixel, pixel));
+            return hn::ConvertTo(d, hn::PromoteTo(dWhole, repeated));
+        };
+        const auto a = samples(source.upper, run.first), b = samples(source.upper, run.second);
+        const auto c = samples(source.lower, run.first), e = samples(source.lower, run.second);
+        const auto down = [&](std::size_t pixel, double weight) HWY_ATTR {
+            return hn::Set(d, run.hasData[pixel] ? static_cast<float>(weight) : 0.0f);
+        };
+        const auto downA = down(0, 1.0 - source.fraction), downB = down(1, 1.0 - source.fraction);
+        const auto downC = down(2, source.fraction), downE = down(3, source.fraction);
+        // The pixels of either side have the same weight across.
+        const auto sumFirst = hn::MulAdd(a, downA, hn::Mul(c, downC)), ofFirst = hn::Add(downA, downC);
+        const auto sumSecond = hn::MulAdd(b, downB, hn::Mul(e, downE)), ofSecond = hn::Add(downB, downE);
+        for (std::size_t column = run.column; column < run.end; column += columns) {
+            const auto second = hn::TableLookupLanes(hn::LoadDup128(d, fractions + column), columnOf);
+            const auto first = hn::Sub(one, second);
+            const auto sum = hn::MulAdd(sumFirst, first, hn::Mul(sumSecond, second));
+            const auto weights = hn::MulAdd(ofFirst, first, hn::Mul(ofSecond, second));
+            const auto mean = hn::ConvertTo(dWhole, hn::Add(hn::Div(sum, weights), half));
+            const auto made = hn::DemoteTo(dSample, mean);
+            const std::size_t count = std::min(columns, run.end - column);
+            if (count == columns) {
+                hn::StoreU(made, dSample, out + column * bands);
+            } else {
+                HWY_ALIGN T some[bands * (maskedPadding + 1)];
+                hn::Store(made, dSample, some);
+                std::copy_n(some, count * bands, out + column * bands);
+            }
+        }
+    }
+}
+
+#endif
+
 template <class T>
 HWY_ATTR void SampleMaskedRuns(const MaskedSource<T>& source, std::span<const MaskedRun> runs,
-                               const double* HWY_RESTRICT fractions, T* HWY_RESTRICT out) {
+                               const MaskedFractions& fractions, T* HWY_RESTRICT out) {
+#if HWY_TARGET != HWY_SCALAR
+    if (fractions.exact && source.bands == 4) return SampleFourBands(source, runs, fractions.exact, out);
+#endif
     const hn::CappedTag<double, maskedPadding + 1> d; // few runs are longer
     const std::size_t lanes = hn::Lanes(d), bands = source.bands;
     const auto one = hn::Set(d, 1.0), half = hn::Set(d, 0.5);
@@ -33,7 +90,7 @@ HWY_ATTR void SampleMaskedRuns(const MaskedSource<T>& source, std::span<const Ma
         const auto downA = down(0, 1.0 - source.fraction), downB = down(1, 1.0 - source.fraction);
         const auto downC = down(2, source.fraction), downE = down(3, source.fraction);
         for (std::size_t column = run.column; column < run.end; column += lanes) {
-            const auto ofSecond = hn::LoadU(d, fractions + column), ofFirst = hn::Sub(one, ofSecond);
+            const auto ofSecond = hn::LoadU(d, fractions.across + column), ofFirst = hn::Sub(one, ofSecond);
             const auto ofA = hn::Mul(ofFirst, downA), ofB = hn::Mul(ofSecond, downB);
             const auto ofC = hn::Mul(ofFirst, downC), ofE = hn::Mul(ofSecond, downE);
             const auto weights = hn::Add(hn::Add(hn::Add(ofA, ofB), ofC), ofE);
