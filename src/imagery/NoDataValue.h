@@ -61,4 +61,18 @@ void ClearValues(const T* samples, std::span<const std::optional<T>> values, std
         if (values[band]) ClearValue(samples, values.size(), band, pixels, *values[band], valid);
 }
 
+/// Sets the bytes of all pixels but those that ClearValues clears.
+template <class T>
+void FindValues(const T* samples, std::span<const std::optional<T>> values, std::size_t pixels,
+                unsigned char* valid) {
+    if (values.size() == 1 && values[0]) { // memory is written once
+        std::transform(samples, samples + pixels, valid, [value = *values[0]](T sample) {
+            return static_cast<unsigned char>(sample == value ? 0 : 0xFF);
+        });
+        return;
+    }
+    std::fill_n(valid, pixels, static_cast<unsigned char>(0xFF));
+    ClearValues(samples, values, pixels, valid);
+}
+
 } // namespace imagery

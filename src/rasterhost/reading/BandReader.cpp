@@ -144,8 +144,8 @@ void ClearNoData(const T* samples, const std::vector<SourceBand>& bands, std::si
     constexpr std::size_t mostAtOnce = 16384;
     for (std::size_t first = 0; first < pixels; first += mostAtOnce) {
         const std::size_t count = std::min(mostAtOnce, pixels - first);
-        if (!isMasked) std::fill_n(valid + first, count, static_cast<unsigned char>(0xFF));
-        imagery::ClearValues<T>(samples + first * bands.size(), values, count, valid + first);
+        const auto find = isMasked ? &imagery::ClearValues<T> : &imagery::FindValues<T>;
+        find(samples + first * bands.size(), values, count, valid + first);
     }
 }
 
