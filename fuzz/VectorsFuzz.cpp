@@ -130,7 +130,7 @@ void Down(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
 /// A row between four rows of a coarser source, by cubic convolution.
 template <class T>
 void Cubic(fuzz::Input& input, const std::vector<SimdTarget>& targets) {
-    const std::uint32_t bands = 1 + input.Below(9), pixels = 1 + input.Below(40);
+    const std::uint32_t bands = 1 + input.Below(17), pixels = 1 + input.Below(40);
     const std::uint32_t acrossSteps = input.Pick(wholeSteps), downSteps = input.Pick(wholeSteps);
     const bool isAwkward = input.Flag();
     const double ratio = isAwkward ? input.Take<std::uint16_t>() / 65536.0 + 1e-5 : 1.0 / acrossSteps;

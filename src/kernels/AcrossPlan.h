@@ -52,12 +52,13 @@ template <class V>
                                                           std::uint32_t bands, std::uint32_t lanes,
                                                           const AcrossTaps<V>& taps);
 
-/// The part of a source row that a plan needs, with replicated edges and `lanes` more numbers.
+/// The part of a source row that a plan needs, with replicated edges and `lanes` more numbers. `rows` more
+/// than one make room for such rows after it.
 template <class V>
 class PlannedRow {
 public:
-    PlannedRow(const AcrossPlan<V>& plan, std::int64_t sourcePixels)
-        : bands(plan.bands), end(std::size_t{plan.pixels} * plan.bands), numbers(end + plan.lanes) {
+    PlannedRow(const AcrossPlan<V>& plan, std::int64_t sourcePixels, std::size_t rows = 1)
+        : bands(plan.bands), end(std::size_t{plan.pixels} * plan.bands), numbers(rows * (end + plan.lanes)) {
         const auto within = [&](std::int64_t pixel) {
             return std::clamp<std::int64_t>(pixel, 0, sourcePixels - 1);
         };
@@ -75,7 +76,7 @@ public:
 
     /// Lets `fill` write the numbers of these samples. Returns the row for the plan.
     template <class Fill>
-    const V* Make(const Fill& fill) {
+    V* Make(const Fill& fill) {
         fill(numbers.data() + before);
         for (std::size_t i = before; i-- > 0;)
             numbers[i] = numbers[i + bands];

@@ -16,12 +16,12 @@ public:
                  const CubicKernels<T, V>& chosen, std::pair<std::uint32_t, std::uint32_t> scales)
         : plan(std::move(made)), columns(positions.begin(), positions.end()), pixels(sourcePixels),
           kernels(chosen), scaleDown(scales.second), scale(scales.first * scales.second),
-          row(plan, sourcePixels), uncertain(plan.vectors.size() * plan.lanes) {}
+          row(plan, sourcePixels, chosen.rows), uncertain(plan.vectors.size() * plan.lanes) {}
 
     [[nodiscard]] std::uint32_t GetFirstPixel() const override { return row.GetFirstPixel(); }
 
     void Make(const std::array<const T*, 4>& source, const CubicTap& down, T* out) override {
-        const V* weighed = row.Make([&](V* numbers) {
+        V* weighed = row.Make([&](V* numbers) {
             kernels.down(source, CubicWeights<V>(down, scaleDown), row.GetSamples(), numbers);
         });
         const std::size_t samples = columns.size() * plan.bands;
@@ -69,11 +69,14 @@ std::unique_ptr<CubicResampler<T>> MakeCubicResampler(std::span<const GridPositi
                                                       std::uint32_t stepsDown, SimdTarget target) {
     using Real = std::conditional_t<sizeof(T) == 1, float, double>;
     const std::uint32_t stepsAcross = WholeSteps(columns);
-    const bool areEven = AreWhole(stepsAcross, stepsDown) && stepsDown % 2 == 0;
-    if (WholeCubicScale<T>(stepsAcross, stepsDown) != 0)
-        return Plan(columns, pixels, bands, CubicKernelsFor<T, std::int32_t>(target, areEven),
-                    {CubicScale(stepsAcross), CubicScale(stepsDown)});
-    return Plan(columns, pixels, bands, CubicKernelsFor<T, Real>(target, areEven), {1, 1});
+    const CubicSums sums = CubicSumsFor<T>(stepsAcross, stepsDown);
+    if (sums == CubicSums::Real)
+        return Plan(columns, pixels, bands, CubicKernelsFor<T, Real>(target, sums), {1, 1});
+    const auto scaleOf = [sums](std::uint32_t steps) {
+        return sums == CubicSums::Split ? splitCubicScale : CubicScale(steps);
+    };
+    return Plan(columns, pixels, bands, CubicKernelsFor<T, std::int32_t>(target, sums),
+                {scaleOf(stepsAcross), scaleOf(stepsDown)});
 }
 
 template std::unique_ptr<CubicResampler<unsigned char>>

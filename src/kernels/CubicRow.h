@@ -45,21 +45,34 @@ void CubicDown(const std::array<const double*, 4>& rows, const std::array<double
     return steps * steps * steps * (steps % 2 == 0 ? 2 : 1);
 }
 
-/// How many times as large as samples the sums of both directions are in whole numbers, for the numbers of
-/// steps across and down (WholeSteps). 0 if whole numbers do not give the samples of the definition, or if
-/// sums, of at most 1.25^2 times the largest sample, and the half of it to round do not fit into 32 bits.
+/// One scale for all even steps, which divide 16. The weights fit into 16 bits.
+inline constexpr std::uint32_t splitCubicScale = CubicScale(16);
+
+/// How vectors compute sums.
+enum class CubicSums {
+    Real, ///< they may err
+    Odd,  ///< in whole numbers, for odd numbers of steps
+    Even, ///< in whole numbers, for even numbers of steps
+    Split ///< like Even, but from two parts of each number, with weights times splitCubicScale
+};
+
+/// For the numbers of steps across and down (WholeSteps). Whole sums must give the samples of the definition.
+/// If sums of up to 1.25^2 times the largest sample, with the half to round, do not fit into 32 bits, even
+/// ones are split, and odd ones are real.
 template <class T>
-[[nodiscard]] constexpr std::uint32_t WholeCubicScale(std::uint32_t across, std::uint32_t down) {
+[[nodiscard]] constexpr CubicSums CubicSumsFor(std::uint32_t across, std::uint32_t down) {
+    if (!AreWhole(across, down)) return CubicSums::Real;
     const std::uint64_t scale = std::uint64_t{CubicScale(across)} * CubicScale(down);
     constexpr std::uint64_t sixteenths = 25 * std::uint64_t{std::numeric_limits<T>::max()} + 8; // of a sum
-    const bool fits = scale * sixteenths < std::uint64_t{16} << 31;
-    return AreWhole(across, down) && fits ? static_cast<std::uint32_t>(scale) : 0;
+    const bool isEven = across % 2 == 0, fits = scale * sixteenths < std::uint64_t{16} << 31;
+    if (fits) return isEven ? CubicSums::Even : CubicSums::Odd;
+    return isEven ? CubicSums::Split : CubicSums::Real;
 }
 
 /// Vectors interpolate down first, where there are fewer samples, then across (CubicResampler). They use
-/// numbers V: std::int32_t if there is a WholeCubicScale, else float for 8-bit samples and double for 16
-/// bits. Double is exact too if the steps are even. Where numbers are not exact, they err by less than
-/// cubicError samples, and samples whose rounding this could change are computed by the definition.
+/// numbers V: std::int32_t for whole sums; for real ones float for 8-bit samples, double for 16 bits. Real
+/// numbers err by less than cubicError samples, and samples whose rounding this could change are computed by
+/// the definition.
 ///
 /// Derivation, with u = 2^-24 in float or 2^-53 in double and S the largest sample. The magnitudes of the
 /// weights add up to at most 1.25. Down, there are five roundings (of the weights and of each sum) of at most
@@ -86,16 +99,16 @@ struct CubicKernels {
     void (*down)(const std::array<const T*, 4>& rows, const std::array<V, 4>& weights, std::size_t samples,
                  V* out) = nullptr;
     /// Interpolates such a row across by a plan and rounds. `row` must extend `lanes` numbers beyond the
-    /// plan's pixels. `scale` is the WholeCubicScale of whole numbers. Returns the number of uncertain
-    /// samples and writes their positions to `uncertain`, which must have room for all lanes of all vectors.
-    /// A position may occur twice.
-    std::size_t (*across)(const AcrossPlan<V>& plan, const V* row, std::uint32_t scale, std::size_t samples,
-                          T* out, std::uint32_t* uncertain) = nullptr;
+    /// plan's pixels, and may be overwritten. `scale` is the product of both scales of whole numbers. Returns
+    /// the number of uncertain samples and writes their positions to `uncertain`, which must have room for
+    /// all lanes of all vectors. A position may occur twice.
+    std::size_t (*across)(const AcrossPlan<V>& plan, V* row, std::uint32_t scale, std::size_t samples, T* out,
+                          std::uint32_t* uncertain) = nullptr;
+    std::size_t rows = 1; ///< how many such rows `row` must have room for
 };
 
-/// Kernels for a vector target that can run here. `areEven` means even steps, of WholeSteps, down and across;
-/// it does not matter for float.
+/// Kernels for a vector target that can run here, with the numbers V of such sums.
 template <class T, class V>
-[[nodiscard]] CubicKernels<T, V> CubicKernelsFor(SimdTarget target, bool areEven);
+[[nodiscard]] CubicKernels<T, V> CubicKernelsFor(SimdTarget target, CubicSums sums);
 
 } // namespace kernels

@@ -74,7 +74,7 @@ void ExpectTheDefinition(std::span<const GridPosition> columns, std::uint32_t pi
 // the samples would differ.
 TEST(CubicResampler, EveryTargetGivesTheSamplesOfTheDefinition) {
     std::mt19937 random(21);
-    for (std::uint32_t bands = 1; bands <= 9; ++bands)
+    for (const std::uint32_t bands : {1u, 2u, 3u, 4u, 5u, 6u, 7u, 8u, 9u, 17u})
         for (const std::uint32_t pixels : {1u, 2u, 5u, 17u})
             for (const GridAxis& axis :
                  {MakeGridAxis(0.25, 0.0), MakeGridAxis(0.5, 0.25), MakeGridAxis(1.0, 0.5),
