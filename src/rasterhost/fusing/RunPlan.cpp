@@ -60,13 +60,12 @@ std::uint64_t BesideBytes(const Scene& scene, const OutputPlan& output, const Ru
     const std::uint64_t sampledRows = scene.resampling == hostkit::Resampling::Cubic ? 4 : 2;
     constexpr std::uint64_t tapBytes = 64; // per column and image
     std::uint64_t bytes = 0, sampled = 0;
-    bool mayLackData = scene.covered != scene.part || scene.pan->MayLackData();
+    const bool mayLackData = scene.MayLackData();
     for (const PlacedImage& coarse : scene.images) {
         const RasterInfo& info = coarse.image->GetInfo();
         const std::uint64_t pixels = PixelsOf(coarse.placement->FindSource(window, scene.resampling));
         bytes += pixels * (hostkit::PixelBytes(info) + (coarse.image->MayLackData() ? 1 : 0));
         sampled += info.bandsPerPixel;
-        mayLackData = mayLackData || coarse.image->MayLackData();
     }
     PixelRect read = window;
     if (sizes.lowPass) {

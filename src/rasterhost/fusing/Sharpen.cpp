@@ -50,6 +50,8 @@ public:
         folder = PrepareOutput(request, *pair.scene, plan, status);
         if (!folder || !CheckMemory(request, *pair.scene, plan, GetSizes(), status)) return false;
         if (const std::string loss = plan.isPicture ? "" : FindLoss(plan, request.output); !loss.empty())
+            plan.losses.push_back(loss);
+        for (const std::string& loss : plan.losses)
             Warn("the output '" + request.output + "' " + loss);
         if (!FitFusion(request, pair, known, settings, found, warn, status)) return false;
         FillReport(request, pair, settings, found, report);

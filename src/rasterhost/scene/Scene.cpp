@@ -176,6 +176,13 @@ std::span<const PlacedImage> Scene::GetGrids() const {
     return std::span(images).first(images.size() - (HasInfrared() ? 1 : 0));
 }
 
+bool Scene::MayLackData() const {
+    return covered != part || pan->MayLackData() ||
+           std::any_of(images.begin(), images.end(), [](const PlacedImage& placed) {
+               return !placed.placement->RunsAlong() || placed.image->MayLackData();
+           });
+}
+
 std::vector<PlacedSource> Scene::GetSources() const {
     std::vector<PlacedSource> sources;
     for (const PlacedImage& coarse : images)

@@ -63,6 +63,8 @@ struct Scene {
     [[nodiscard]] const SourceBand& GetBand(std::size_t position) const;
     /// The inputs of the process. They belong to the scene.
     [[nodiscard]] std::vector<PlacedSource> GetSources() const;
+    /// False when every pixel of the part is known to have data.
+    [[nodiscard]] bool MayLackData() const;
     /// Drops all multispectral bands except the first ones in the scene's order.
     void KeepFirstBands(std::uint32_t count);
 };

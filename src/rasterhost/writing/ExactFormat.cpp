@@ -55,7 +55,10 @@ bool WriteTrial(GDALDriver& driver, const std::string& name, const CPLStringList
     GDALDriver& maker = isCopied ? *GetGDALDriverManager()->GetDriverByName("MEM") : driver;
     GDALDatasetUniquePtr made(maker.Create(isCopied ? "" : name.c_str(), trialSide, trialSide, bands, type,
                                            isCopied ? nullptr : const_cast<char**>(options.List())));
-    if (!made || !MoveSamples(*made, GF_Write, bands, samples)) return false;
+    if (!made) return false;
+    double place[] = {0.0, 1.0, 0.0, trialSide, 0.0, -1.0}; // GPKG writes nothing without one
+    made->SetGeoTransform(place);
+    if (!MoveSamples(*made, GF_Write, bands, samples)) return false;
     const GDALDatasetUniquePtr copy(
         isCopied ? driver.CreateCopy(name.c_str(), made.get(), FALSE, options.List(), nullptr, nullptr)
                  : nullptr);
@@ -80,7 +83,11 @@ std::string FindLoss(const OutputPlan& plan, const std::string& output) {
     bool isRead = false;
     if (WriteTrial(*driver, name, plan.options, bands, plan.bits == 8 ? GDT_Byte : GDT_UInt16, samples)) {
         const GDALDatasetUniquePtr written(GDALDataset::Open(name.c_str(), GDAL_OF_RASTER));
-        isRead = written && MoveSamples(*written, GF_Read, bands, back);
+        // Transparency may come back as another band, or as a mask.
+        const auto fused = static_cast<int>(plan.rules.bands);
+        isRead = written && MoveSamples(*written, GF_Read, fused, back);
+        samples.resize(std::size_t{trialSide} * trialSide * plan.rules.bands);
+        back.resize(samples.size());
     }
     VSIRmdirRecursive(folder.c_str());
     if (!isRead || back == samples) return {};

@@ -7,6 +7,8 @@
 #include <cpl_string.h>
 
 #include <cstdint>
+#include <string>
+#include <vector>
 
 namespace rasterhost {
 
@@ -33,6 +35,8 @@ struct OutputPlan {
     /// must be.
     std::uint32_t blockRows = 1;
     imagery::OutputLayout layout; ///< the pixel layout of a window
+    /// What the format does not keep, beside exact samples, as predicates: "has no position".
+    std::vector<std::string> losses;
 
     /// True when the image is fused into another file and copied from it.
     [[nodiscard]] bool IsCopied() const { return format.isCopied && !writesCog; }

@@ -16,6 +16,7 @@ using KOVA::Tessara::Fundament::FormatString;
 namespace {
 
 constexpr int trialSize = 64; // pixels across and down
+constexpr std::uint64_t mostFilledBytes = std::uint64_t{16} << 20;
 
 class Trial {
 public:
@@ -28,11 +29,11 @@ public:
     [[nodiscard]] std::string Make(const std::string& file) {
         const bool isCopied = plan.IsCopied();
         GDALDriver& maker = isCopied ? *GetGDALDriverManager()->GetDriverByName("MEM") : driver;
-        CPLStringList options = isCopied         ? CPLStringList()
-                                : plan.writesCog ? plan.pixelOptions
-                                                 : plan.options;
+        CPLStringList options = isCopied ? CPLStringList() : plan.pixelOptions;
         const bool isTiff = plan.format.isTiff || plan.writesCog;
         if (isTiff && !isCopied) options.SetNameValue("SPARSE_OK", "YES"); // blocks may be large
+        if (options.FetchNameValue("NUM_THREADS"))
+            options.SetNameValue("NUM_THREADS", "1"); // its errors count
         const GdalErrors errors;
         GDALDatasetUniquePtr image(maker.Create(isCopied ? "" : file.c_str(), trialSize, trialSize,
                                                 static_cast<int>(plan.rules.GetFileBands()), GetType(),
@@ -45,11 +46,15 @@ public:
             const GdalErrors silence; // properties that the format cannot store are dropped
             DescribeOutput(scene, scene.part, plan.rules, {{"Method", request.method}}, *image);
         }
-        if (isCopied) return Copy(file, *image);
-        if (!isTiff) LookAtBlocks(*image);
-        if (!isTiff && !Fill(*image) && !errors.HasFailed()) return ": it takes no pixels";
+        if (isCopied) {
+            const std::string reason = Copy(file, *image);
+            return reason.empty() ? LookAtCopy(file) : reason;
+        }
+        if (!TakesPixels(*image, isTiff) && !errors.HasFailed()) return ": it takes no pixels";
         image.reset();
-        return errors.Reason();
+        if (std::string reason = errors.Reason(); isTiff || !reason.empty()) return reason;
+        const std::string reason = LookAtCopy(file);
+        return reason.empty() ? TryMask(file) : reason;
     }
 
 private:
@@ -57,10 +62,15 @@ private:
         return plan.bits == 8 || plan.isPicture ? GDT_Byte : GDT_UInt16;
     }
 
-    void LookAtBlocks(GDALDataset& image) {
+    /// Finds the rows per block, and writes pixels. A plain GeoTIFF takes them all, and the blocks of others
+    /// may be too large for a trial.
+    [[nodiscard]] bool TakesPixels(GDALDataset& image, bool isTiff) {
         int width = 0, height = 1;
         image.GetRasterBand(1)->GetBlockSize(&width, &height);
-        plan.blockRows = static_cast<std::uint32_t>(height);
+        if (!isTiff) plan.blockRows = static_cast<std::uint32_t>(height);
+        const std::uint64_t bytes =
+            static_cast<std::uint64_t>(width) * static_cast<unsigned>(height) * plan.GetPixelBytes();
+        return (isTiff && (plan.options.empty() || bytes > mostFilledBytes)) || Fill(image);
     }
 
     [[nodiscard]] std::string Copy(const std::string& file, GDALDataset& image) {
@@ -70,6 +80,47 @@ private:
         if (!copy && errors.Reason().empty()) return ": no reason is given";
         copy.reset();
         return errors.Reason();
+    }
+
+    /// Reads back what was written, if GDAL can, and finds what is lost. Of subdatasets only the names are
+    /// seen.
+    [[nodiscard]] std::string LookAtCopy(const std::string& file) {
+        const GdalErrors silence;
+        const GDALDatasetUniquePtr image(GDALDataset::Open(file.c_str(), GDAL_OF_RASTER));
+        if (!image || image->GetMetadata("SUBDATASETS")) return {};
+        const auto wanted = static_cast<int>(plan.rules.GetFileBands()), kept = image->GetRasterCount();
+        const auto bands = static_cast<int>(plan.rules.bands);
+        // A last band for transparency may come back as a mask.
+        const bool isMask = plan.rules.hasAlpha && kept == bands &&
+                            (image->GetRasterBand(1)->GetMaskFlags() & GMF_PER_DATASET) != 0;
+        if (kept < wanted && !isMask) return FormatString(": it keeps only %d of %d bands", kept, wanted);
+        const auto isAlpha = [&](int band) {
+            return image->GetRasterBand(band)->GetColorInterpretation() == GCI_AlphaBand;
+        };
+        plan.losses.clear();
+        if (!plan.rules.hasAlpha && kept == wanted && isAlpha(kept))
+            plan.losses.emplace_back("has a last band that programs take for transparency");
+        if (plan.rules.hasAlpha && !isMask && !isAlpha(kept))
+            plan.losses.emplace_back("does not mark its last band as transparency");
+        int hasValue = 0;
+        const double value = image->GetRasterBand(1)->GetNoDataValue(&hasValue);
+        if (plan.rules.noData && !(hasValue != 0 && value == *plan.rules.noData))
+            plan.losses.push_back(FormatString("does not say that %u means no data", *plan.rules.noData));
+        double place[6];
+        if (PlaceOfPart(scene, scene.part) && image->GetGeoTransform(place) != CE_None &&
+            image->GetGCPCount() == 0)
+            plan.losses.emplace_back("has no position");
+        return {};
+    }
+
+    /// Pixels without data need a mask if no value and no band marks them.
+    [[nodiscard]] std::string TryMask(const std::string& file) const {
+        if (plan.rules.noData || plan.rules.hasAlpha || !scene.MayLackData()) return {};
+        const GdalErrors silence;
+        const GDALDatasetUniquePtr image(GDALDataset::Open(file.c_str(), GDAL_OF_RASTER | GDAL_OF_UPDATE));
+        if (image && image->CreateMaskBand(GMF_PER_DATASET) == CE_None) return {};
+        return ": it keeps no mask, and pixels may have no data; mark them by a value (--nodata) or a band "
+               "(--alpha)";
     }
 
     [[nodiscard]] bool Fill(GDALDataset& image) const {
@@ -115,10 +166,11 @@ bool TryOutput(const SharpenRequest& request, const Scene& scene, OutputPlan& pl
     const bool helps = !plan.isPicture && plan.bits > 8 && make(picture).empty();
     folder.ClearSpare();
     return Fail(status, HostStatus::OutputRefused,
-                "the format '%s' cannot hold an image of %u bands of %u bits with the creation "
+                "the format '%s' cannot hold an image of %u band%s of %u bits with the creation "
                 "options given%s%s",
-                plan.format.name.c_str(), plan.rules.GetFileBands(), plan.isPicture ? 8 : plan.bits,
-                reason.c_str(), helps ? "; --byte makes 8 bits of them, to be looked at" : "");
+                plan.format.name.c_str(), plan.rules.GetFileBands(),
+                plan.rules.GetFileBands() == 1 ? "" : "s", plan.isPicture ? 8 : plan.bits, reason.c_str(),
+                helps ? "; --byte makes 8 bits of them, to be looked at" : "");
 }
 
 } // namespace rasterhost

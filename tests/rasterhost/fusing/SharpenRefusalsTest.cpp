@@ -205,6 +205,7 @@ TEST_F(Refusals, WhatIsOfLittleWorthIsToldOf) {
         {{}, "GTiff", {"NBITS=4"}, {"has the quality that NBITS=4 asks for"}},
         {{}, "GTiff", {"COMPRESS=DEFLATE", "ZLEVEL=99"}, {"ZLEVEL=99"}},
         {{}, "JPEG", {}, {"is not exact: with the format JPEG"}},
+        {{}, "VICAR", {}, {"has no position"}},
         {{}, "JP2OpenJPEG", {"QUALITY=20"}, {"has the quality that QUALITY=20 asks for"}},
         {{}, "JP2OpenJPEG", {}, {}},
         {{}, "COG", {}, {}}};
@@ -251,13 +252,16 @@ TEST_F(Refusals, OutputsThatCannotBe) {
     Refuse([](SharpenRequest& r) { r.format = "DIMAP"; }, {"'DIMAP'", "does not write it"});
     Refuse([](SharpenRequest& r) { r.format = "GIF"; }, {"'GIF' cannot hold an image of 3 bands of 8 bits"});
     Refuse([](SharpenRequest& r) { r.format = "GSBG"; }, {"it takes only 1 of 3 bands"});
+    Refuse([](SharpenRequest& r) { r.format = "XYZ"; }, {"it keeps only 1 of 3 bands"});
+    const std::string half = Make("half.tif", {10, 20, 3, GDT_Byte, Grid(20.0), "EPSG:32630"});
+    Refuse([&](SharpenRequest& r) { r.multispectral = {{half, {}}}, r.format = "GPKG"; }, {"it keeps no mask", "--nodata"});
     const struct {
         const char* format;
         std::vector<std::string> options, texts;
-    } cases[] = {{"GTiff", {"BLOCKXSIZE=17"}, {"fused.tif", "cannot be created"}},
-                 {"GTiff",
+    } cases[] = {{"GTiff",
                   {"COMPRESS=DEFLATE", "ZLEVEL=99", "BLOCKXSIZE=17"},
-                  {"17", "TileWidth"}}, // the error, not the warning before it
+                  {"'GTiff' cannot hold", "17", "TileWidth"}}, // the error, not the warning before it
+                 {"GTiff", {"COMPRESS=CCITTFAX4"}, {"'GTiff' cannot hold", "Bits/sample"}},
                  {"GTiff", {"COMPRESS=NONSENSE"}, {"NONSENSE", "gdalinfo --format GTiff"}},
                  {"GTiff", {"COMPRES=LZW"}, {"COMPRES", "gdalinfo --format GTiff"}},
                  {"COG", {"TILED=YES"}, {"TILED", "gdalinfo --format COG"}}};
