@@ -75,8 +75,10 @@ std::optional<OutputFormat> FindFormat(const OutputRequest& request, Status& sta
 std::string UsualEnding(const std::string& format) {
     RegisterDrivers();
     GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(format.c_str());
-    const char* ending = driver ? driver->GetMetadataItem(GDAL_DMD_EXTENSION) : nullptr;
-    return std::string(".") + (ending && *ending ? ending : "tif");
+    if (!driver) return ".tif";
+    const char* ending = driver->GetMetadataItem(GDAL_DMD_EXTENSION);
+    if (ending && *ending) return std::string(".") + ending;
+    return "." + std::string(CPLString(format).tolower()); // ENVI and others have none of their own
 }
 
 } // namespace rasterhost

@@ -7,6 +7,8 @@
 
 #include <gdal_priv.h>
 
+#include <array>
+#include <cmath>
 #include <filesystem>
 
 namespace rasterhost {
@@ -17,6 +19,14 @@ namespace {
 
 constexpr int trialSize = 64; // pixels across and down
 constexpr std::uint64_t mostFilledBytes = std::uint64_t{16} << 20;
+
+/// Whether two positions agree up to how formats round them: 0.01 pixel at any corner of a trial.
+bool AreNear(const std::array<double, 6>& a, const std::array<double, 6>& b) {
+    const double most = 0.01 * (std::fabs(a[1]) + std::fabs(a[2]));
+    for (std::size_t i = 0; i < a.size(); ++i)
+        if (!(std::fabs(a[i] - b[i]) * (i % 3 == 0 ? 1 : trialSize) <= most)) return false;
+    return true;
+}
 
 class Trial {
 public:
@@ -106,10 +116,13 @@ private:
         const double value = image->GetRasterBand(1)->GetNoDataValue(&hasValue);
         if (plan.rules.noData && !(hasValue != 0 && value == *plan.rules.noData))
             plan.losses.push_back(FormatString("does not say that %u means no data", *plan.rules.noData));
-        double place[6];
-        if (PlaceOfPart(scene, scene.part) && image->GetGeoTransform(place) != CE_None &&
-            image->GetGCPCount() == 0)
+        std::array<double, 6> place{};
+        const auto wantedPlace = PlaceOfPart(scene, scene.part);
+        const bool hasPlace = image->GetGeoTransform(place.data()) == CE_None;
+        if (wantedPlace && !hasPlace && image->GetGCPCount() == 0)
             plan.losses.emplace_back("has no position");
+        else if (wantedPlace && hasPlace && !AreNear(*wantedPlace, place))
+            plan.losses.emplace_back("lies at another place than pan, or on another grid");
         return {};
     }
 

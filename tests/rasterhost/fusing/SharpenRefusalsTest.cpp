@@ -208,6 +208,7 @@ TEST_F(Refusals, WhatIsOfLittleWorthIsToldOf) {
         {{}, "VICAR", {}, {"has no position"}},
         {{}, "JP2OpenJPEG", {"QUALITY=20"}, {"has the quality that QUALITY=20 asks for"}},
         {{}, "JP2OpenJPEG", {}, {}},
+        {{}, "COG", {"TARGET_SRS=EPSG:4326"}, {"on another grid"}},
         {{}, "COG", {}, {}}};
     std::vector<unsigned> exact;
     for (const auto& c : cases) {
@@ -254,7 +255,11 @@ TEST_F(Refusals, OutputsThatCannotBe) {
     Refuse([](SharpenRequest& r) { r.format = "GSBG"; }, {"it takes only 1 of 3 bands"});
     Refuse([](SharpenRequest& r) { r.format = "XYZ"; }, {"it keeps only 1 of 3 bands"});
     const std::string half = Make("half.tif", {10, 20, 3, GDT_Byte, Grid(20.0), "EPSG:32630"});
-    Refuse([&](SharpenRequest& r) { r.multispectral = {{half, {}}}, r.format = "GPKG"; }, {"it keeps no mask", "--nodata"});
+    Refuse(
+        [&](SharpenRequest& r) {
+            r.multispectral = {{half, {}}}, r.format = "GPKG";
+        },
+        {"it keeps no mask", "--nodata"});
     const struct {
         const char* format;
         std::vector<std::string> options, texts;
