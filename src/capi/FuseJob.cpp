@@ -248,6 +248,36 @@ bool ReadDetail(const pansharp_job& given, FuseJob& job, Status& status) {
 
 bool IsWritten(JobUse use) { return use == JobUse::Fuse || use == JobUse::Upsample; }
 
+/// A method that fuses a fixed number of bands gets the chosen ones first, and beside an infrared image no
+/// further ones, which it would take for infrared. Other methods give each band the same samples in any
+/// order.
+bool OrderBands(const PansharpMethod& method, FuseJob& job, Status& status) {
+    if (method.fusedBands == 0 || hostkit::WeighsBands(method) || hostkit::UsesLowPass(method)) return true;
+    std::uint32_t& bands = job.multispectral.info.bandsPerPixel;
+    std::vector<std::uint32_t> order;
+    const auto place = [&order](std::uint32_t band) {
+        const auto at = std::find(order.begin(), order.end(), band) - order.begin();
+        if (at == std::ssize(order)) order.push_back(band);
+        return static_cast<std::uint32_t>(at);
+    };
+    for (std::uint32_t& band : job.outputBands)
+        band = place(band);
+    job.processBands = static_cast<std::uint32_t>(order.size());
+    for (std::uint32_t band = 0; band < bands; ++band)
+        place(band);
+    if (job.infrared && bands > method.fusedBands) {
+        if (job.processBands > method.fusedBands)
+            return Refuse(status, FormatString("the method %s writes %u bands when there is an infrared one; "
+                                               "job.output_bands names %u",
+                                               method.keyword, method.fusedBands, job.processBands));
+        bands = method.fusedBands;
+        order.resize(bands);
+    }
+    if (!std::is_sorted(order.begin(), order.end()) || bands < job.multispectral.layout.bands)
+        job.multispectral.layout.bandOrder = std::move(order);
+    return true;
+}
+
 bool ReadUpsampling(const pansharp_job& given, FuseJob& job, Status& status) {
     job.processBands = job.multispectral.info.bandsPerPixel; // the chain delivers all of them
     job.pan.samples = nullptr;
@@ -261,7 +291,7 @@ bool ReadUpsampling(const pansharp_job& given, FuseJob& job, Status& status) {
 bool ReadMethod(const pansharp_job& given, const PansharpDescription& plugin, JobUse use, FuseJob& job,
                 Status& status) {
     const PansharpMethod* method = job.method = ChooseMethod(given, plugin, job, status);
-    if (!method) return false;
+    if (!method || (given.output_bands && !OrderBands(*method, job, status))) return false;
     const hostkit::WeightedBands bands{job.multispectral.info.bandsPerPixel, job.infrared.has_value(),
                                        hostkit::UsesLowPass(*method)};
     if (bands.multispectral < method->minimumBands)

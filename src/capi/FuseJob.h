@@ -36,7 +36,7 @@ struct FuseJob {
     std::optional<InputImage> infrared;
     unsigned char* output = nullptr;
     Layout outputLayout;
-    std::vector<std::uint32_t> outputBands; ///< counted from 0
+    std::vector<std::uint32_t> outputBands; ///< as the process counts them, from 0
     std::uint32_t processBands = 0;         ///< bands that the process delivers: the first ones
     const PansharpMethod* method = nullptr; ///< of the plug-in; null when nothing is fused
     KOVA::Tessara::Global::NameValueMap properties;

@@ -104,7 +104,8 @@ private:
     std::optional<hostkit::SampleBlock> Ask(pansharp_source image, const InputImage& input,
                                             const PixelRect& rect, std::vector<unsigned short>& buffer,
                                             Status& status) {
-        const std::size_t rowBytes = rect.GetColumns() * hostkit::PixelBytes(input.info);
+        const std::uint32_t sampleBytes = input.layout.sampleBytes;
+        const std::size_t rowBytes = std::size_t{rect.GetColumns()} * input.layout.bands * sampleBytes;
         buffer.resize((rowBytes * rect.GetRows() + 1) / 2);
         const pansharp_window part = {rect.col0, rect.row0, rect.GetColumns(), rect.GetRows()};
         if (const int answer = rows.read(image, &part, buffer.data(), rows.data)) {
@@ -114,7 +115,15 @@ private:
                        answer, part.columns, part.rows, part.column, part.row, static_cast<unsigned>(image)));
             return std::nullopt;
         }
-        return hostkit::SampleBlock{reinterpret_cast<const unsigned char*>(buffer.data()), rowBytes, rect};
+        const auto* samples = reinterpret_cast<const unsigned char*>(buffer.data());
+        if (input.layout.bandOrder.empty()) return hostkit::SampleBlock{samples, rowBytes, rect};
+        Layout layout{rect.GetColumns(), rect.GetRows(), input.layout.bands, sampleBytes};
+        if (!FillStrides(layout)) return std::nullopt; // never: the buffer holds them
+        layout.bandOrder = input.layout.bandOrder;
+        hostkit::SampleBlock block =
+            MakeBlock(samples, layout, {0, 0, layout.columns, layout.rows}, orderedBuffer);
+        block.rect = rect;
+        return block;
     }
 
     bool SetImage(pansharp_source image, const char* id, const InputImage& input, const PixelRect& window,
@@ -128,7 +137,7 @@ private:
 
     const FuseJob& job;
     const pansharp_rows& rows;
-    std::vector<unsigned short> panBuffer, multispectralBuffer, infraredBuffer, fused;
+    std::vector<unsigned short> panBuffer, multispectralBuffer, orderedBuffer, infraredBuffer, fused;
     std::optional<hostkit::LowPassFeed> lowPass;
     hostkit::ArrayRaster panRaster;
     RowFinish finish;

@@ -42,7 +42,7 @@ void CopySamples(std::uint32_t sampleBytes, const unsigned char* source, std::pt
 } // namespace
 
 bool Layout::IsPacked(const unsigned char* samples) const {
-    return bandStride == static_cast<std::ptrdiff_t>(sampleBytes) &&
+    return bandOrder.empty() && bandStride == static_cast<std::ptrdiff_t>(sampleBytes) &&
            pixelStride == static_cast<std::ptrdiff_t>(sampleBytes) * bands && rowStride >= 0 &&
            rowStride % sampleBytes == 0 && reinterpret_cast<std::uintptr_t>(samples) % sampleBytes == 0;
 }
@@ -93,15 +93,17 @@ hostkit::SampleBlock MakeBlock(const unsigned char* samples, const Layout& layou
     const std::uint32_t bytes = layout.sampleBytes;
     if (layout.IsPacked(samples))
         return {samples, static_cast<std::size_t>(layout.rowStride), {0, 0, layout.columns, layout.rows}};
-    const std::size_t pixelBytes = std::size_t{layout.bands} * bytes;
+    const std::vector<std::uint32_t>& order = layout.bandOrder;
+    const std::size_t bands = order.empty() ? layout.bands : order.size();
+    const std::size_t pixelBytes = bands * bytes;
     const std::size_t rowBytes = rect.GetColumns() * pixelBytes;
     buffer.resize((rowBytes * rect.GetRows() + 1) / 2);
     auto* target = reinterpret_cast<unsigned char*>(buffer.data());
     for (std::uint32_t row = rect.row0; row < rect.row1; ++row, target += rowBytes)
-        for (std::uint32_t band = 0; band < layout.bands; ++band)
-            CopySamples(bytes, samples + layout.At(rect.col0, row, band), layout.pixelStride,
-                        target + std::size_t{band} * bytes, static_cast<std::ptrdiff_t>(pixelBytes),
-                        rect.GetColumns());
+        for (std::uint32_t place = 0; place < bands; ++place)
+            CopySamples(bytes, samples + layout.At(rect.col0, row, order.empty() ? place : order[place]),
+                        layout.pixelStride, target + std::size_t{place} * bytes,
+                        static_cast<std::ptrdiff_t>(pixelBytes), rect.GetColumns());
     return {reinterpret_cast<const unsigned char*>(buffer.data()), rowBytes, rect};
 }
 

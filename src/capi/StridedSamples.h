@@ -19,6 +19,8 @@ struct Layout {
     std::ptrdiff_t rowStride = 0;
     std::ptrdiff_t pixelStride = 0;
     std::ptrdiff_t bandStride = 0;
+    /// The bands to read, in the order of the packed samples; empty: all, as they lie.
+    std::vector<std::uint32_t> bandOrder{};
 
     [[nodiscard]] std::ptrdiff_t At(std::uint32_t column, std::uint32_t row, std::uint32_t band) const {
         return static_cast<std::ptrdiff_t>(row) * rowStride +
@@ -48,8 +50,8 @@ struct AddressRange {
 /// True when no two samples can share a byte: each stride is at least the span of all smaller strides.
 [[nodiscard]] bool KeepsSamplesApart(const Layout& layout);
 
-/// The samples of a rectangle. Packed samples are not copied; others are copied into the buffer, which must
-/// outlive the block.
+/// The samples of a rectangle. Packed samples are not copied; others are copied into the buffer, in the order
+/// of the bands if there is one. The buffer must outlive the block.
 [[nodiscard]] hostkit::SampleBlock MakeBlock(const unsigned char* samples, const Layout& layout,
                                              const hostkit::PixelRect& rect,
                                              std::vector<unsigned short>& buffer);

@@ -163,8 +163,11 @@ typedef struct pansharp_job {
     pansharp_image multispectral; /**< at least as many bands as the method needs */
     pansharp_image infrared;      /**< 1 band; may be left out */
     pansharp_output output;       /**< pan's columns and rows */
-    const uint32_t* output_bands; /**< multispectral bands to write, counted from 1; null: all, in order */
-    uint32_t output_band_count;   /**< numbers at output_bands */
+    /** Multispectral bands to write, counted from 1, in any order; null: all, in order. A method that fuses a
+     * fixed number of bands fuses the bands in the order in which they are first named, and then the others.
+     */
+    const uint32_t* output_bands;
+    uint32_t output_band_count; /**< numbers at output_bands */
     /** A keyword in any letter case. Null: the plug-in's recommended method, or its first if weights or an
      * infrared image are given. */
     const char* method;

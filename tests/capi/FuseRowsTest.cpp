@@ -64,7 +64,7 @@ TEST(FuseRows, WindowsHaveTheSamplesOfTheWhole) {
     ASSERT_NE(library, nullptr);
     const pansharp_gains gains[] = {{0.4, 0.2}, {0.1, 0.7}, {0.9, 0}};
     for (const std::uint32_t bits : {8u, 16u})
-        for (const char* method : {"KOVA", "Injection", "Injection without a mean"}) {
+        for (const char* method : {"KOVA", "ihs", "Injection", "Injection without a mean"}) {
             Scene scene(bits, {40, 36}, {10, 9}, 3, {}, {}, {3, 1});
             scene.job.method = *method == 'I' ? "Injection" : method;
             if (*method == 'I') {

@@ -38,6 +38,8 @@ def put(array, place):
 @pytest.mark.parametrize("dtype", [numpy.uint8, numpy.uint16])
 @pytest.mark.parametrize("options, arguments", [
     ([], {}), *((["--method", name], {"method": name}) for name in pansharp.methods()), (["--bands", "3,1"], {"bands": (3, 1)}),
+    (["--method", "ihs", "--bands", "4,1"], {"method": "IHS", "bands": (4, 1)}),
+    (["--method", "ihs", "--bands", "4,3,2", "--infrared", "ms.tif,band=2"], {"method": "IHS", "bands": (4, 3, 2), "infrared": True}),
     (["--method", "kova", "-r", "bilinear", "--weights", "0.5,0.25,0.25,0"], {"method": "KOVA", "weights": (0.5, 0.25, 0.25, 0), "resampling": "bilinear"}),
     (["--infrared", "ms.tif,band=2"], {"infrared": True}), (["--method", "ihs", "--infrared", "ms.tif,band=2"], {"method": "IHS", "infrared": True}),
     (["--method", "brovey", "--infrared", "ms.tif,band=2", "--infrared-weight", "0.125"], {"method": "Brovey", "infrared": True, "infrared_weight": 0.125}),

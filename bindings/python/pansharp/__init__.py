@@ -80,7 +80,7 @@ class Method(str):
     """When to use it."""
     minimum_bands: int
     fused_bands: int
-    """How many bands it fuses: the first ones; 0: all."""
+    """How many bands it fuses: the first ones, or the first of `bands`; 0: all."""
     weighs_bands: bool
     """True if the method has weights, the shares of the bands in pan."""
     uses_low_pass: bool
@@ -127,10 +127,6 @@ def _job(pan: Any, ms: Any, method: Method, weights: Any, infrared: Any, infrare
     if bands is None and 0 < method.fused_bands < ms.shape[0]:
         bands = range(1, method.fused_bands + 1)
     chosen = _checks.bands(bands, ms.shape[0])
-    if infrared is not None and 0 < method.fused_bands < ms.shape[0]:  # the next band would count as the infrared one
-        if max(chosen) > method.fused_bands:
-            raise ValueError(f"the method {method} fuses the first {method.fused_bands} bands beside an infrared one; bands has {max(chosen)}")
-        ms = ms[:method.fused_bands]
     of_pan, of_ms = _checks.nodata(nodata, pan.dtype)
     gaps = tuple(_checks.no_gaps if array is None else _checks.gaps(of, array, value, looks)
                  for of, array, value in zip(given, (pan, ms, infrared), (of_pan, of_ms, of_ms)))
@@ -198,7 +194,8 @@ def fuse(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, method: str | 
     fit: what `fit` found in the whole scene, used instead of fitting to these arrays.
     gains, transfer, low_pass_mean: as in `Fit`. They override `fit`, and so do `weights`. None: fitted or measured.
     resampling: "cubic" or "bilinear".
-    bands: bands of ms to write, counted from 1, in any order. None: all that the method fuses.
+    bands: bands of ms to write, counted from 1, in any order. None: all that the method fuses. A method that fuses a fixed number of
+        bands fuses these, and then the others in order.
     pixel_size: width and height of a pixel of ms in pan pixels, or one number for both, 1 or more. None: from the shapes.
     offset: column and row of ms at the upper left corner of pan; fractions are allowed. None: 0 and 0.
     infrared_pixel_size, infrared_offset: the same for infrared.
@@ -281,8 +278,8 @@ def compare(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, truth: nump
             transfer: float | Sequence[float] | None = None, pan_transfer: float | None = None, threads: int = 0) -> dict[str, Quality]:
     """Fuses with each method and judges the results by the truth, to find the method that suits these images.
 
-    The first entry, "upsampled", is the bands without pan. A method that fuses only the first bands is judged on those of `bands` that
-    it fuses. It is left out if it fuses none of them, or needs more bands than ms has. All are judged on the same pixels: those with
+    The first entry, "upsampled", is the bands without pan. A method that fuses a fixed number of bands is judged on the
+    first ones of `bands`. It is left out if it needs more bands than ms has. All are judged on the same pixels: those with
     data in every result and in the truth.
 
     truth: an image with the pixels of pan and the bands of ms. None: the pair is judged one scale down, where ms itself is the truth,
@@ -311,8 +308,8 @@ def compare(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, truth: nump
     alike: dict[str, Any] = {"resampling": resampling, "pixel_size": pixel_size, "offset": offset, "nodata": nodata, "threads": threads, "masked": True}
     results = {"upsampled": (upsample(ms, (fine.shape[1], fine.shape[2]), bands=chosen, **alike), chosen)}
     for method in methods():
-        fused = tuple(band for band in chosen if band <= (method.fused_bands or band))
-        if fused and method.minimum_bands <= coarse.shape[0]:
+        fused = chosen[:method.fused_bands or None]
+        if method.minimum_bands <= coarse.shape[0]:
             shares = weights if method.weighs_bands else None
             results[str(method)] = fuse(pan, ms, method, weights=shares, bands=fused, bits=bits, **alike), fused
     lost = numpy.ma.getmaskarray(truth).any(axis=0)
