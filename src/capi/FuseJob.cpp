@@ -308,8 +308,11 @@ bool ReadMethod(const pansharp_job& given, const PansharpDescription& plugin, Jo
     if (job.infrared) job.properties[PropertyNames::additionalImage] = hostkit::infraredId;
     job.properties[PropertyNames::outputBands] = FormatString("%u", job.processBands);
     hostkit::SetScalars(*method, std::nullopt, job.properties);
-    return hostkit::SetWeights(*method, bands, weights, job.properties, status) &&
-           ReadDetail(given, job, status);
+    if (!hostkit::SetWeights(*method, bands, weights, job.properties, status)) return false;
+    if (const std::string fault = hostkit::FindFault(*method, weights);
+        use != JobUse::FitWeights && !fault.empty())
+        return Refuse(status, fault);
+    return ReadDetail(given, job, status);
 }
 
 } // namespace

@@ -1,15 +1,18 @@
 #include "hostkit/EffectiveWeights.h"
 
+#include "fundament/Numbers.h"
 #include "fundament/Text.h"
 #include "hostkit/HostKitStatus.h"
 #include "hostkit/MethodTable.h"
 
 #include <cmath>
+#include <numeric>
 #include <utility>
 
 namespace hostkit {
 
 using KOVA::Tessara::Fundament::FormatString;
+using KOVA::Tessara::Fundament::NumberText;
 using KOVA::Tessara::Fundament::PropertyLookUp;
 using KOVA::Tessara::Fundament::Status;
 using KOVA::Tessara::Global::NameValueMap;
@@ -106,6 +109,16 @@ const PansharpBandParameter* FindInfraredWeight(const PansharpMethod& method) {
             !parameter.band.name && parameter.additional.name)
             return &parameter;
     return nullptr;
+}
+
+std::string FindFault(const PansharpMethod& method, const EffectiveWeights& weights) {
+    const double sum =
+        std::accumulate(weights.bands.begin(), weights.bands.end(), weights.infrared.value_or(0.0));
+    if (!WeighsBands(method) || sum > 0.0) return {};
+    return FormatString(
+        "the weights of the bands add up to %s, so there is no simulated pan; give weights with "
+        "a sum above 0, or of about 1 if bands and pan are on one scale",
+        NumberText(sum).c_str());
 }
 
 bool SetWeights(const PansharpMethod& method, const WeightedBands& bands, EffectiveWeights& weights,

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace hostkit {
@@ -37,6 +38,10 @@ struct WeightedBands {
 [[nodiscard]] bool SetWeights(const PansharpMethod& method, const WeightedBands& bands,
                               EffectiveWeights& weights, KOVA::Tessara::Global::NameValueMap& properties,
                               KOVA::Tessara::Fundament::Status& status);
+
+/// Why a process cannot make a simulated pan from the weights that it uses: their sum is 0 or below. Empty
+/// when it can, or when the method makes none.
+[[nodiscard]] std::string FindFault(const PansharpMethod& method, const EffectiveWeights& weights);
 
 /// The parameter for the weight of the infrared band, of a method that weighs no bands. Null when it has
 /// none.

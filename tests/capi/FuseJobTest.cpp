@@ -28,6 +28,7 @@ pansharp_used Used(std::size_t size) {
     return used;
 }
 pansharp_used unsized = Used(0);
+const double opposed[] = {0.5, -1, 0};
 const std::uint32_t noBand[] = {1, 4};
 const pansharp_gains threeGains[] = {{0.5, 0.0}, {0.0, 1.0}, {0.5, -1.0}};
 
@@ -68,6 +69,7 @@ TEST_F(FuseJob, RefusesWhatContradictsItself) {
         {[](auto& job) { job.method = "IHS", job.multispectral.bands = 2; }, "needs 3 multispectral bands"},
         {[](auto& job) { job.weights = two; }, "job.weights and job.weight_count"},
         {[](auto& job) { job.weights = two, job.weight_count = 2; }, "2 weights are given for 3"},
+        {[](auto& job) { job.weights = opposed, job.weight_count = 3; }, "add up to -0.5"},
         {[](auto& job) { job.infrared_weight = two; }, "there is no infrared band"},
         {[](auto& job) { job.resampling = 3; }, "job.resampling is 3"},
         {[](auto& job) { job.transfer = 0.3; }, "the method KOVA does not compare pan with its low-pass"},

@@ -274,6 +274,7 @@ BAD = [
     (ValueError, "give infrared, too", {"infrared_offset": (0, 0)}),
     (ValueError, "2 weights are given for 3", {"weights": (1, 1)}),
     (ValueError, r"weights\[1\] is nan", {"weights": (1, numpy.nan, 1)}),
+    (ValueError, "the weights of the bands add up to 0", {"weights": (0, 0, 0)}),
     (TypeError, r"weights\[0\] is 'a'", {"weights": ["a", 1, 1]}),
     (TypeError, "weights is 1", {"weights": 1}),
     (ValueError, "weights has 0 items", {"weights": ()}),

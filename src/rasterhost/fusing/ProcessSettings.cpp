@@ -16,7 +16,6 @@
 namespace rasterhost {
 
 using KOVA::Tessara::Fundament::FormatString;
-using KOVA::Tessara::Fundament::NumberText;
 using KOVA::Tessara::Fundament::PropertyLookUp;
 using KOVA::Tessara::Fundament::StartsWith;
 using KOVA::Tessara::Fundament::StringsEqual;
@@ -110,11 +109,9 @@ bool CheckWeights(const FusionRequest& request, const PansharpMethod& method, co
                         "the property %s weighs a band that does not exist; the weights are %s to %s",
                         name.c_str(), first.c_str(), PropertyNames::OfBand(shares->band, bands - 1).c_str());
     }
-    return settings.GetWeightSum() > 0.0 ||
-           Fail(status, HostStatus::RequestInvalid,
-                "the weights of the bands add up to %s, so there is no simulated pan; give weights with a "
-                "sum above 0, or of about 1 if bands and pan are on one scale",
-                NumberText(settings.GetWeightSum()).c_str());
+    const std::string fault =
+        hostkit::FindFault(method, {settings.effectiveWeights, settings.infraredWeight});
+    return fault.empty() || Fail(status, HostStatus::RequestInvalid, fault);
 }
 
 /// A method with a fixed number of bands takes the band after them as infrared and ignores further ones.
