@@ -70,6 +70,9 @@ def test_gaps_and_limits_are_those_of_the_command(tmp_path, method, dtype, optio
     assert numpy.array_equal(samples(tmp_path / "out.tif", fused), fused)
     if "--nodata" in options and arguments["nodata"] == 0:
         masked = pansharp.fuse(numpy.ma.masked_equal(pan, 0), numpy.ma.masked_equal(ms, 0), method, bits=arguments.get("bits"))
+        masked[0, -1, -1] = numpy.ma.masked
+        assert masked.mask[:, -1, -1].tolist() == [True, False, False, False] and (masked.filled()[masked.mask] == 0).all()
+        masked.mask[0, -1, -1] = False
         assert numpy.array_equal(numpy.where(masked.mask, 0, numpy.maximum(masked.data, 1)), fused)  # data is moved off the value
 
 

@@ -241,17 +241,20 @@ def fuse(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, method: str | 
             warnings.warn(f"{obstacle}; equal weights are used", PansharpWarning, stacklevel=2)
         else:
             work, _, _ = job(found, None if infrared is None else infrared_share)
-    return _run(work, (("pan", pan), ("ms", ms), ("infrared", infrared)), result, masked, count, tell, False)
+    of_pan, of_ms = _checks.nodata(nodata, dtype)
+    fill = of_pan if of_ms is None or of_ms is False else of_ms
+    return _run(work, (("pan", pan), ("ms", ms), ("infrared", infrared)), result, masked, fill, count, tell, False)
 
 
-def _run(work: _arrays.Job, images: Sequence[tuple[str, Any]], result: numpy.ndarray, masked: bool | None, threads: int, tell: Any,
-         upsamples: bool) -> numpy.ndarray:
-    """Fills the result, and issues warnings about collars at the caller's caller."""
+def _run(work: _arrays.Job, images: Sequence[tuple[str, Any]], result: numpy.ndarray, masked: bool | None, fill: int | None,
+         threads: int, tell: Any, upsamples: bool) -> numpy.ndarray:
+    """Fills the result, where `fill` or 0 means no data, and issues warnings about collars at the caller's caller."""
     if masked is None:
         masked = any(isinstance(image, numpy.ma.MaskedArray) for _, image in images)
     valid = numpy.empty(result.shape[1:], numpy.uint8) if masked else None
     warn_of_collars(images, work.fuse(result, valid, threads, tell, upsamples), 4)
-    return result if valid is None else numpy.ma.MaskedArray(result, numpy.broadcast_to(valid == 0, result.shape))
+    return result if valid is None else numpy.ma.MaskedArray(result, numpy.broadcast_to(valid == 0, result.shape).copy(),
+                                                                       fill_value=fill or 0)
 
 
 def upsample(ms: numpy.typing.ArrayLike, shape: tuple[int, int], *, resampling: str = "cubic", bands: Sequence[int] | None = None,
@@ -269,7 +272,7 @@ def upsample(ms: numpy.typing.ArrayLike, shape: tuple[int, int], *, resampling: 
     job = _arrays.Job(pan, coarse, _checks.placement("ms", coarse, pan, pixel_size, offset), None, _checks.no_place, None, (), None, (), 0.0,
                       None, _checks.resampling(resampling), chosen, (_checks.no_gaps, _checks.gaps(ms, coarse, value, False), _checks.no_gaps), 0)
     result = _checks.output(out, (len(chosen) or coarse.shape[0], *pan.shape[1:]), coarse.dtype)
-    return _run(job, (("pan", None), ("ms", ms)), result, masked, _checks.threads(threads), _checks.callback(progress), True)
+    return _run(job, (("pan", None), ("ms", ms)), result, masked, value, _checks.threads(threads), _checks.callback(progress), True)
 
 
 def compare(pan: numpy.typing.ArrayLike, ms: numpy.typing.ArrayLike, truth: numpy.typing.ArrayLike | None = None, *, weights: str | None = None,
