@@ -133,7 +133,9 @@ private:
         try {
             if (PyErr_CheckSignals() != 0) throw py::error_already_set();
             for (const std::string& text : texts)
-                if (!warn.is_none()) warn(text);
+                if (!warn.is_none()) // a file name in it need not be UTF-8
+                    warn(py::reinterpret_steal<py::object>(
+                        PyUnicode_DecodeUTF8(text.data(), static_cast<Py_ssize_t>(text.size()), "replace")));
             if (fraction && !progress.is_none()) progress(*fraction, 1.0);
             return true;
         } catch (...) {

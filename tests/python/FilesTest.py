@@ -70,6 +70,7 @@ def test_a_window_is_a_part_of_the_whole():
             assert numpy.array_equal(scene.read(), whole)
         assert scene.profile["dtype"] == whole.dtype and (scene.count, *scene.shape) == whole.shape and scene.bounds == (0, -96, 120, 0)
         assert numpy.array_equal(scene.read(2, window=((10, 50), (None, 64))), whole[1, 10:50, :64])
+        assert scene.read(2, out=(flat := whole[1].copy())) is flat
         pixels = numpy.zeros((20, 30, 2), whole.dtype)
         assert scene.read([3, 1], window=(slice(70, 90), slice(5, 35)), out=numpy.moveaxis(pixels, -1, 0)).base is pixels
         assert numpy.array_equal(pixels, numpy.moveaxis(whole[[2, 0], 70:90, 5:35], 0, -1))
@@ -87,7 +88,7 @@ def test_a_window_is_a_part_of_the_whole():
     assert refusal(scene.read) == 7
     with pansharp.open(*PAIR, nodata=int(whole[0, 0, 0]), method="KOVA", alpha=True) as scene:
         part = scene.read(masked=True, out_shape=(24, 30))
-        assert part.shape == (4, 24, 30) and numpy.array_equal(part.mask[0], part.data[3] == 0)
+        assert part.shape == (4, 24, 30) and part.fill_value in (scene.nodata, 0) and numpy.array_equal(part.mask[0], part.data[3] == 0)
 
 
 OPTIONS = ["method", "weights", "bands", "gains", "mtf", "resampling", "nodata", "bbox", "bit_depth", "infrared", "same_corner", "shift", "threads"]
@@ -144,6 +145,7 @@ BAD = [
     (TypeError, "3 is not a file", {"ms": 3}),
     (TypeError, "no output is named", {"out": None}),
     (TypeError, "progress is 1", {"progress": 1}),
+    (ValueError, "has a character NUL", {"out": "refused.tif\0.png"}),
     (pansharp.ArgumentError, "^bbox takes 4 values", {"bbox": (1, 2, 3)}),
     (pansharp.ArgumentError, "^method: the plug-in has no method 'Median'", {"method": "Median"}),
     (pansharp.ArgumentError, "no_nodata=True says that none does", {"nodata": 1, "no_nodata": True}),
@@ -160,7 +162,7 @@ def test_refuses(folder, kind, says, arguments):
     (folder / "there.tif").touch()
     with pytest.raises(kind, match=says) as caught:
         pansharp.sharpen(**{"pan": PAIR[0], "ms": PAIR[1], "out": "refused.tif", **arguments})
-    assert kind is TypeError or (caught.value.items[0].message in str(caught.value) and caught.value.report["ok"] is False)
+    assert kind in (TypeError, ValueError) or (caught.value.items[0].message in str(caught.value) and caught.value.report["ok"] is False)
     assert pansharp.info(*PAIR)["sharpen"]["bands"] == 3 and "refused.tif" not in os.listdir()
 
 
@@ -168,7 +170,7 @@ def test_refuses(folder, kind, says, arguments):
     ("bands has 4", {"bands": 4}), ("0.5; give whole pixels", {"window": ((0.5, 2), (0, 1))}),
     ("does not lie within", {"window": ((0, 97), (0, 1))}), ("does not lie within", {"window": ((5, 5), (0, 1))}),
     ("window has 1 items", {"window": ((0, 1),)}), ("out_shape is", {"out_shape": (0, 1)}),
-    (r"out has the shape", {"out": numpy.zeros((3, 5, 5), numpy.uint16)})])
+    ("leave the step out", {"window": (slice(0, 10, 2), (0, 1))}), (r"out has the shape", {"out": numpy.zeros((3, 5, 5), numpy.uint16)})])
 def test_refuses_to_read(says, arguments):
     with pansharp.open(*PAIR) as scene, pytest.raises(ValueError, match=says):
         scene.read(**arguments)

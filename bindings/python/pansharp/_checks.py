@@ -70,7 +70,7 @@ def _no_data(given: Any, dtype: numpy.dtype) -> int | bool | None:
 
 def bits(given: Any, dtype: numpy.dtype) -> int:
     """The number of bits; 0 for all."""
-    count = 0 if given is None else _whole("bits", given)
+    count = 0 if given is None else whole("bits", given)
     if given is not None and not (dtype == numpy.uint16 and 9 <= count <= 16):
         raise ValueError(f"bits is {given!r}; give 9 to 16 for samples of numpy.uint16, or None for all")
     return count
@@ -152,7 +152,7 @@ def mean(name: str, given: Any) -> float | None:
 
 def shape(given: Any) -> tuple[int, int]:
     """Rows and columns."""
-    rows, columns = (_whole("shape", item) for item in items("shape", given, 2))
+    rows, columns = (whole("shape", item) for item in items("shape", given, 2))
     if min(rows, columns) < 1:
         raise ValueError(f"shape is {given!r}; give the rows and columns of pan, 1 or more")
     return rows, columns
@@ -200,14 +200,14 @@ def _gain(name: str, given: Any) -> tuple[float, float]:
 def bands(given: Any, count: int, name: str = "ms") -> tuple[int, ...]:
     if given is None:
         return ()
-    chosen = tuple(_whole("bands", item) for item in items("bands", given))
+    chosen = tuple(whole("bands", item) for item in items("bands", given))
     for band in chosen:
         if not 1 <= band <= count:
             raise ValueError(f"bands has {band}; bands count from 1, and {name} has {count}")
     return chosen
 
 
-def _whole(name: str, given: Any) -> int:
+def whole(name: str, given: Any) -> int:
     try:
         return operator.index(given)
     except TypeError:
@@ -215,7 +215,7 @@ def _whole(name: str, given: Any) -> int:
 
 
 def threads(given: Any) -> int:
-    count = _whole("threads", given)
+    count = whole("threads", given)
     if not 0 <= count < 2**16:
         raise ValueError(f"threads is {count}; give 1 to 65535, or 0 for one per processor")
     return count

@@ -9,7 +9,7 @@ import json
 import numbers
 import os
 import re
-from collections.abc import Iterable, Mapping
+from collections.abc import Callable, Iterable, Mapping
 from dataclasses import dataclass
 from typing import Any
 
@@ -103,6 +103,18 @@ def file(given: Any) -> str:
 def files(pan: Any, ms: Any) -> list[str]:
     several = isinstance(ms, list) or (isinstance(ms, tuple) and not (len(ms) == 2 and isinstance(ms[1], numbers.Integral)))
     return [file(pan)] + ([] if ms is None else [file(one) for one in ms] if several else [file(ms)])
+
+
+def _coded(text: str) -> bytes:
+    """The bytes of a text, also of a file name that is not valid in the encoding of the file system."""
+    if "\0" in text:
+        raise ValueError(f"{text!r} has a character NUL, which no file name and no option may have; leave it out")
+    return os.fsencode(text)
+
+
+def call(function: Callable[..., Any], files: list[str], texts: dict[str, list[str]], *others: Any) -> Any:
+    """Calls a function of the engine with files and options."""
+    return function([_coded(name) for name in files], {key: [_coded(text) for text in of] for key, of in texts.items()}, *others)
 
 
 def _values(option: _Option, given: Any) -> list[str]:

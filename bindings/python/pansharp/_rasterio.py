@@ -39,7 +39,7 @@ def command(pan: str, ms: tuple[str, ...], output: str, quiet: bool, **given: An
 
     def warn(text: str) -> None:
         click.echo(f"warning: {text}", err=True)
-    run = functools.partial(_options.engine().sharpen, [pan, *ms], texts)
+    run = functools.partial(_options.call, _options.engine().sharpen, [pan, *ms], texts)
     if quiet or not sys.stderr.isatty():
         report = json.loads(run(None, warn))
     else:

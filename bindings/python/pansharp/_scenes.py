@@ -4,7 +4,6 @@ from __future__ import annotations
 
 import math
 import numbers
-import operator
 import os
 import warnings
 from collections.abc import Callable, Sequence
@@ -42,7 +41,7 @@ def sharpen(pan: File, ms: File | Sequence[File] | None = None, out: str | os.Pa
         raise TypeError("no output is named; give out, the name of the file to write")
     texts = _options.texts("sharpen", options)
     texts["--output"] = [_options.file(out)]
-    return _options.result(_options.engine().sharpen(_options.files(pan, ms), texts, _checks.callback(progress), _warn))
+    return _options.result(_options.call(_options.engine().sharpen, _options.files(pan, ms), texts, _checks.callback(progress), _warn))
 
 
 def info(pan: File, ms: File | Sequence[File] | None = None, **options: Any) -> dict[str, Any]:
@@ -51,7 +50,7 @@ def info(pan: File, ms: File | Sequence[File] | None = None, **options: Any) -> 
     Raises like `sharpen`; the exception's `report` then has what was found.
     """
     texts = _options.texts("info", options)
-    return _options.result(_options.engine().info(_options.files(pan, ms), texts))
+    return _options.result(_options.call(_options.engine().info, _options.files(pan, ms), texts))
 
 
 def open(pan: File, ms: File | Sequence[File] | None = None, *, threads: int = 1, **options: Any) -> Dataset:
@@ -66,7 +65,7 @@ def open(pan: File, ms: File | Sequence[File] | None = None, *, threads: int = 1
     """
     count = _checks.threads(threads) or os.cpu_count() or 1
     texts = _options.texts("open", options)
-    scene, report = _options.engine().Dataset.open(_options.files(pan, ms), texts, count, _warn)
+    scene, report = _options.call(_options.engine().Dataset.open, _options.files(pan, ms), texts, count, _warn)
     if report:
         _options.result(report)
     return Dataset(scene, os.fspath(pan[0] if isinstance(pan, tuple) else pan))
@@ -207,7 +206,8 @@ class Dataset:
         row, column, rows, columns = self._window(window)
         shape = (len(chosen), *_out_shape(out_shape, len(chosen), (rows, columns)))
         dtype = numpy.dtype(self.dtypes[0])
-        result = _checks.output(out[numpy.newaxis] if single and isinstance(out, numpy.ndarray) and out.ndim == 2 else out, shape, dtype)
+        is_flat = single and isinstance(out, numpy.ndarray) and out.ndim == 2
+        result = _checks.output(out[numpy.newaxis] if is_flat else out, shape, dtype)  # type: ignore[index]
         valid = numpy.empty(shape[1:], numpy.uint8) if masked else None
         # At full size a window is read in parts: between them Python handles Ctrl-C.
         step = max(_MOST_PIXELS // columns, _LEAST_ROWS) if shape[1:] == (rows, columns) else rows
@@ -221,8 +221,10 @@ class Dataset:
             if self._scene is None:
                 raise _errors.Error("the dataset was closed while it was read")
         if valid is not None:
-            result = numpy.ma.MaskedArray(result, numpy.broadcast_to(valid == 0, shape).copy(), fill_value=self.nodata)
-        return result[0] if single else result if out is None or masked else out
+            result = numpy.ma.MaskedArray(result, numpy.broadcast_to(valid == 0, shape).copy(), fill_value=self.nodata or 0)
+        if out is not None and not masked and (is_flat or not single):
+            return out
+        return result[0] if single else result
 
     def _window(self, given: Any) -> tuple[int, int, int, int]:
         """First row and column, rows and columns."""
@@ -241,6 +243,8 @@ class Dataset:
 
 
 def _ends(axis: Any, size: int) -> tuple[Any, Any]:
+    if isinstance(axis, slice) and axis.step not in (None, 1):
+        raise ValueError(f"the window has {axis}; leave the step out, and give out_shape for fewer pixels")
     first, end = (axis.start, axis.stop) if isinstance(axis, slice) else _checks.items("window", axis, 2)
     return 0 if first is None else first, size if end is None else end
 
@@ -254,7 +258,7 @@ def _whole(value: Any) -> int:
 def _out_shape(given: Sequence[int] | None, bands: int, window: tuple[int, int]) -> tuple[int, int]:
     if given is None:
         return window
-    sizes = tuple(operator.index(size) for size in _checks.items("out_shape", given))
+    sizes = tuple(_checks.whole("out_shape", size) for size in _checks.items("out_shape", given))
     if len(sizes) not in (2, 3) or min(sizes) < 1 or max(sizes) >= 2**31 or (len(sizes) == 3 and sizes[0] != bands):
         raise ValueError(f"out_shape is {given!r}; give (rows, columns), or ({bands}, rows, columns), of 1 or more")
     return sizes[-2], sizes[-1]

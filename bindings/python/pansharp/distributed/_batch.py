@@ -131,7 +131,7 @@ def batch(client: Clients, scenes: str | Sequence[str], out: str | os.PathLike[s
     texts = {"--threads": ["1"], **_options.texts("batch", options), "--out": [folder]}
     if "plugin" not in options:  # each worker uses its own
         texts.pop("--plugin", None)
-    entries = _options.engine().batch_scenes([os.fspath(name) for name in names], texts)
+    entries = _options.call(_options.engine().batch_scenes, [os.fspath(name) for name in names], texts)
     for name, is_own in (_SUMMARY, _is_table), (_SHARED, _is_shared):
         _place.check(os.path.join(folder, name), is_own, (), bool(options.get("overwrite")))
     book = _Book(folder, entries, tell)
