@@ -16,16 +16,29 @@ namespace {
 namespace HostStatus = rasterhost::HostStatus;
 using rasterhost::Status;
 
-constexpr const char* endings[] = {".aux.xml", ".ovr"}; // of files that belong to a description
+constexpr const char* endings[] = {".aux.xml", ".ovr", ".msk"}; // of files that belong to a description
+
+/// Records what went wrong, without the advice to give an option, which GDAL's programs do not have.
+bool FailAsGdal(const Status& told, Status& status) {
+    const std::string advice = "or allow it to be overwritten (--overwrite)";
+    for (std::uint32_t i = 0; i < told.GetCount(); ++i) {
+        auto item = told.GetItem(i);
+        if (const auto at = item.message.find(advice); at != std::string::npos)
+            item.message.replace(at, advice.size(), "or delete it first");
+        status.Add(item);
+    }
+    return false;
+}
 
 bool Copy(const std::string& newName, const std::string& oldName, Status& status) {
     rasterhost::SceneRecord record;
     if (!rasterhost::ReadSceneFile(oldName, record, status)) return false;
     rasterhost::SharpenRequest request = rasterhost::RequestOf(record);
     request.output = newName;
+    Status told;
     if (!rasterhost::WriteSceneFile(
-            record, request, [](const std::string&) {}, status))
-        return false;
+            record, request, [](const std::string&) {}, told))
+        return FailAsGdal(told, status);
     for (const char* ending : endings)
         if (rasterhost::LookAt(oldName + ending).isFile &&
             CPLCopyFile((newName + ending).c_str(), (oldName + ending).c_str()) != 0)

@@ -23,6 +23,7 @@ public:
     CPLErr DeleteNoDataValue() override { return RefuseChange(); }
     CPLErr SetOffset(double) override { return RefuseChange(); }
     CPLErr SetScale(double) override { return RefuseChange(); }
+    CPLErr CreateMaskBand(int) override { return RefuseChange(); }
     /// Overviews in files come first; without any, the coarser levels are the overviews.
     int GetOverviewCount() override;
     GDALRasterBand* GetOverview(int number) override;

@@ -47,6 +47,7 @@ public:
     CPLErr SetGeoTransform(double*) override { return RefuseChange(); }
     CPLErr SetSpatialRef(const OGRSpatialReference*) override { return RefuseChange(); }
     CPLErr SetGCPs(int, const GDAL_GCP*, const OGRSpatialReference*) override { return RefuseChange(); }
+    CPLErr CreateMaskBand(int) override { return RefuseChange(); }
     /// The description, the files that belong to it, and the inputs.
     char** GetFileList() override;
 

@@ -12,8 +12,8 @@ namespace gdaldriver {
 CPLErr RefuseChange() {
     CPLError(
         CE_Failure, CPLE_NotSupported,
-        "position, no data and colours of a described scene cannot be changed; describe it again, or write "
-        "its pixels and change those");
+        "position, no data, mask and colours of a described scene cannot be changed; describe it again, or "
+        "write its pixels and change those");
     return CE_Failure;
 }
 

@@ -131,6 +131,7 @@ TEST(SceneDataset, IsTheImageThatARunWrites) {
         EXPECT_EQ(dataset->BuildOverviews("NEAREST", 1, &half, 0, nullptr, nullptr, nullptr),
                   isMasked ? CE_Failure : CE_None);
         EXPECT_EQ(dataset->GetRasterBand(1)->SetNoDataValue(7.0), CE_Failure);
+        EXPECT_EQ(dataset->CreateMaskBand(GMF_PER_DATASET), CE_Failure);
     }
 }
 
@@ -157,7 +158,9 @@ const Line lines[] = {
     {"gdalmanage rename below/second.pansharp pan.tif", 0, "is one of the inputs"},
     {"gdalbuildvrt -q two.vrt scene.pansharp below/second.pansharp && gdal_translate -q two.vrt two.tif"},
     {"gdaladdo -q -ro below/second.pansharp 2 && gdalinfo below/second.pansharp", 0, "Overviews: 350x265\n"},
-    {"gdalmanage delete below/second.pansharp && ls below | wc -l", 0, "0\n"},
+    {"gdalmanage rename below/second.pansharp scene.pansharp", 0, "or delete it first"},
+    {"touch below/second.pansharp.msk && gdalmanage delete below/second.pansharp && ls below | wc -l", 0,
+     "0\n"},
     {"gdalmanage delete scene.pansharp && ls *.tif *.pansharp", 0,
      "blank.pansharp\ncached.tif\nchanged.pansharp\ncog.tif\ncut.pansharp\nfrom-file.tif\nfused.tif\nmarked."
      "pansharp\nms.tif\n"
