@@ -32,14 +32,15 @@ def test_a_lazy_array_has_the_samples_of_an_eager_one(method, chunks):
     whole = pansharp.fuse(PAN[far], numpy.ma.masked_equal(holed, 7), method, nodata=7, pixel_size=2, offset=(15, 10), bands=(3, 1), masked=False)
     assert numpy.array_equal(eager, whole) and (eager == 7).any()
     assert eager.x.equals(pan.x) and list(eager.wavelength) == [3, 1] and eager.attrs == {"_FillValue": 7, "long_name": ("c", "a")}
-    for lazy in ms.pansharp.fuse(pan.chunk(chunks), method, bands=(3, 1)), ms[:, ::-1].chunk({"x": 13}).pansharp.fuse(pan, method, bands=(3, 1)):
+    for lazy in ms.pansharp.fuse(pan.chunk(chunks), method, bands=iter((3, 1))), ms[:, ::-1].chunk({"x": 13}).pansharp.fuse(pan, method, bands=(3, 1)):
         assert isinstance(lazy.data, dask.Array) and lazy.compute().identical(eager)
 
 
 @pytest.mark.parametrize("kind, says, pan", [
     (TypeError, "give a DataArray", PAN), (TypeError, "masked=False", placed(PAN / 2, 10)), (ValueError, "axes of pan are called", placed(PAN, 10).T),
     (ValueError, "no coordinates", placed(PAN, 10).drop_vars("x")), (ValueError, "not evenly", placed(PAN, 10)[:, [0, 1, 5]]),
-    (ValueError, "two are needed", placed(PAN, 10)[:1]), (ValueError, "correct offset", placed(PAN, 10, left=5000))])
+    (ValueError, "two are needed", placed(PAN, 10)[:1]), (ValueError, "correct offset", placed(PAN, 10, left=5000)),
+    (TypeError, "'7' for no data", placed(PAN, 10, _FillValue="7")), (ValueError, "3.5 for no data", placed(PAN, 10, _FillValue=3.5))])
 def test_refuses_what_does_not_say_where_it_lies(kind, says, pan):
     import pansharp.xarray  # noqa: F401
     with pytest.raises(kind, match=says):

@@ -13,6 +13,7 @@ from __future__ import annotations
 
 import importlib
 import math
+import numbers
 from collections.abc import Sequence
 from dataclasses import dataclass
 from typing import Any
@@ -21,6 +22,8 @@ import numpy
 import xarray
 
 import pansharp
+
+from . import _checks
 
 __all__ = ["Accessor"]
 
@@ -85,7 +88,15 @@ def _nodata(image: xarray.DataArray, name: str) -> int | bool:
         raise TypeError(f"{name} has samples of {image.dtype}; open files with masked=False, which keeps whole numbers and the value for no "
                         f"data, or scale them, such as ({name} * 10000).round().clip(0, 65535).astype('uint16')")
     value = image.attrs.get("_FillValue", image.attrs.get("missing_value"))
-    return False if value is None or not 0 <= value <= numpy.iinfo(image.dtype).max else int(value)
+    if value is None:
+        return False
+    if not isinstance(value, numbers.Real):
+        raise TypeError(f"{name} has {value!r} for no data (_FillValue); give a number, or delete the attribute")
+    if not 0 <= value <= numpy.iinfo(image.dtype).max:  # type: ignore[operator]
+        return False
+    if value % 1:
+        raise ValueError(f"{name} has {value!r} for no data (_FillValue), which no sample can be; give a whole number, or delete the attribute")
+    return int(value)
 
 
 def _fuse(pan: Any, ms: Any, **arguments: Any) -> numpy.ndarray:
@@ -128,6 +139,10 @@ class _Pair:
         self.down, self.across = axes
         self.nodata = _nodata(pan, "pan"), _nodata(ms, "ms")
         self.placed = {"pixel_size": (self.across.size, self.down.size), "nodata": self.nodata}
+
+    def choose(self, bands: Sequence[int] | None) -> tuple[int, ...] | None:
+        """The bands to write, checked. None for those of the method."""
+        return _checks.bands(bands, self.ms.shape[0]) or None
 
     def is_lazy(self) -> bool:
         return any(hasattr(image.data, "dask") for image in (self.pan, self.ms))
@@ -199,7 +214,8 @@ class Accessor:
     def fit(self, pan: xarray.DataArray, *, method: str | None = None, gains: Sequence[tuple[float, float]] | None = None,
             transfer: float | None = None, bands: Sequence[int] | None = None, bits: int | None = None) -> pansharp.Fit:
         """What `pansharp.fit` finds; dask arrays are computed."""
-        found = _Pair(pan, self._ms).fit(method=method, gains=gains, transfer=transfer, bands=bands, bits=bits)
+        pair = _Pair(pan, self._ms)
+        found = pair.fit(method=method, gains=gains, transfer=transfer, bands=pair.choose(bands), bits=bits)
         result: pansharp.Fit = found.compute() if hasattr(found, "compute") else found
         return result
 
@@ -218,6 +234,7 @@ class Accessor:
         Raises ValueError and TypeError as `pansharp.fuse` does, and for images without a position.
         """
         pair = _Pair(pan, self._ms)
+        bands = pair.choose(bands)
         arguments = {"method": method, "weights": weights, "gains": gains, "transfer": transfer, "low_pass_mean": low_pass_mean,
                      "resampling": resampling, "bands": bands, "bits": bits}
         chosen = pansharp.find_method(fit.method if method is None and fit is not None else method, weights is not None)
