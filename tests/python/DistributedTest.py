@@ -23,7 +23,7 @@ from scenes import write_pair
 distributed = pytest.importorskip("distributed")
 gdal = pytest.importorskip("osgeo.gdal")
 import pansharp.distributed as many  # noqa: E402
-from pansharp.distributed import _batch, _connection, _mosaic, _parts, _run  # noqa: E402
+from pansharp.distributed import __main__, _batch, _connection, _mosaic, _parts, _run  # noqa: E402
 
 gdal.UseExceptions()
 ROWS, COLUMNS, COUNT = 520, 776, 12  # parts of 256 x 256 pixels
@@ -150,6 +150,12 @@ def test_a_task_that_ends_its_worker_again_and_again_is_named_and_ends_nothing_e
     _run.Runner(_connection.Connection(client), many.Limits()).run(tasks, lambda task, result: ended.setdefault(task.key, result["error"]), lambda *_: None)
     kinds = [error and error["kind"] for _, error in sorted(ended.items())]
     assert kinds == ["quarantine", None, "input", None, *([None] * 20)] and tasks[2].attempts == 3
+
+
+def test_the_command_refuses_what_cannot_be():
+    for typed in "--scheduler=", "--scheduler=tcp://host", "--scheduler=x://host:1", "--time-limit=nan", "--patience=-1":
+        with pytest.raises(SystemExit):
+            __main__._parser().parse_args(["sharpen", "scene.pansharp", "out", typed])
 
 
 def test_what_a_scheduler_that_has_gone_for_good_leaves_is_named_at_once(tmp_path):

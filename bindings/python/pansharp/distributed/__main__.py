@@ -4,7 +4,9 @@ from __future__ import annotations
 
 import argparse
 import logging
+import math
 import os
+import re
 import signal
 import sys
 import warnings
@@ -34,14 +36,31 @@ def _count(text: str) -> int:
     return int(text)
 
 
+def _amount(text: str) -> float:
+    try:
+        value = float(text)
+    except ValueError:
+        value = math.nan
+    if not 0 <= value < math.inf:
+        raise argparse.ArgumentTypeError(f"'{text}' is not a number of 0 or more")
+    return value
+
+
+def _address(text: str) -> str:
+    form = re.fullmatch(r"((tcp|tls|ws|wss|ucx)://)?([^\s:/\[\]]+|\[[0-9A-Fa-f:.]+\]):([0-9]{1,5})", text)
+    if not form or not 1 <= int(form[4]) <= 65535:
+        raise argparse.ArgumentTypeError(f"'{text}' is not an address; give one such as tcp://host:8786")
+    return text
+
+
 def _add_running(parser: argparse.ArgumentParser) -> None:
     where = parser.add_mutually_exclusive_group()
-    where.add_argument("--scheduler", metavar="ADDRESS", help="hand the work to this scheduler, such as tcp://host:8786")
+    where.add_argument("--scheduler", metavar="ADDRESS", type=_address, help="hand the work to this scheduler, such as tcp://host:8786")
     where.add_argument("--workers", metavar="N", type=_count, help="start N workers on this machine (default: one per processor)")
     parser.add_argument("--attempts", metavar="N", type=_count, default=3, help="how often something may fail before it is given up (3)")
-    parser.add_argument("--patience", metavar="SECONDS", type=float, default=300.0,
+    parser.add_argument("--patience", metavar="SECONDS", type=_amount, default=300.0,
                         help="seconds to wait for a scheduler, and for workers that have gone (300)")
-    parser.add_argument("--time-limit", metavar="SECONDS", type=float, default=0.0, help="give up a scene that takes longer (none)")
+    parser.add_argument("--time-limit", metavar="SECONDS", type=_amount, default=0.0, help="give up a scene that takes longer (none)")
     parser.add_argument("--json", action="store_true", help="print events as lines of JSON on standard output")
     parser.add_argument("-q", "--quiet", action="store_true", help="print warnings and failures only")
 
@@ -71,7 +90,7 @@ def _parser() -> argparse.ArgumentParser:
     batch.add_argument("scenes", nargs="+", metavar="LIST.jsonl|PRODUCT", help="lists, products, or .pansharp files")
     batch.add_argument("out", metavar="OUT/", help="the folder to write into")
     batch.add_argument("--share", action="store_true", help="use the weights, or blur and gains, of the first scene for all scenes after it")
-    batch.add_argument("--parts-above", metavar="MEGAPIXELS", type=float, help="fuse larger pairs in parts, one "
+    batch.add_argument("--parts-above", metavar="MEGAPIXELS", type=_amount, help="fuse larger pairs in parts, one "
                        "after the other; products, descriptions, formats other than GTiff and COG, and scenes with mo, srcwin, byte or preview "
                        "stay one task each")
     batch.add_argument("--option", metavar="NAME=VALUE", action="append", type=_name_value, default=[],
@@ -96,7 +115,7 @@ def _clients(arguments: argparse.Namespace) -> Iterator[Callable[[], Any]]:
         logging.getLogger(f"distributed.{name}").setLevel(logging.CRITICAL)
 
     def make() -> Any:
-        if arguments.scheduler:
+        if arguments.scheduler is not None:
             return _connection.connect(arguments.scheduler, arguments.patience)
         cluster = _connection.start(arguments.workers)
         client = distributed.Client(cluster, set_as_default=False)
