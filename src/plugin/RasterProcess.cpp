@@ -4,6 +4,7 @@
 #include "plugin/ProcessStatus.h"
 
 #include <exception>
+#include <new>
 
 namespace KOVA::Tessara::Pixmere {
 
@@ -114,6 +115,9 @@ void RasterProcess::RecordException(const char* operation) noexcept {
     try {
         try {
             throw;
+        } catch (const std::bad_alloc&) {
+            status.Add(ProcessStatus::Exception,
+                       Fundament::FormatString("%s failed: there is not enough memory", operation), {});
         } catch (const std::exception& exception) {
             status.Add(ProcessStatus::Exception,
                        Fundament::FormatString("%s failed: %s", operation, exception.what()), {});

@@ -95,9 +95,11 @@ public:
             return false;
         }
         if (!daemon) {
-            reason = options.address + " port " + std::to_string(options.port) + " cannot be listened to" +
-                     (errno != 0 ? std::string(": ") + std::strerror(errno) : std::string()) +
-                     "; choose another --port";
+            reason =
+                options.address + " port " + std::to_string(options.port) + " cannot be listened to" +
+                (errno != 0 ? std::string(": ") + std::strerror(errno) : std::string()) +
+                (errno == EADDRNOTAVAIL ? "; this machine does not have the address: choose another --listen"
+                                        : "; choose another --port");
             return false;
         }
         try {
