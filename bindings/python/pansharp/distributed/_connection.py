@@ -49,6 +49,8 @@ def connect(address: str, patience: float, security: Any = None, check: Callable
 
     check: called now and then; an exception that it raises ends the waiting.
     """
+    if security is None and address.startswith(("tls:", "wss:")) and not distributed.Security().get_connection_args("client").get("ssl_context"):
+        raise ValueError(f"the scheduler at '{address}' encrypts, and Dask has no certificate; set distributed.comm.tls in its configuration")
     end = time.monotonic() + patience
     while True:
         check()
