@@ -148,6 +148,8 @@ TEST(Faults, OfOutputs) {
         {"a format by its ending", "ms.tif -o o.img", 0, {"o.img", "o.img.aux.xml"}},
         {"GDAL's name of the option", "ms.tif -of COG -o o.tif", 0, {"o.tif"}},
         {"a world file", "ms.tif -o o.tif --co TFW=YES", 0, {"o.tfw", "o.tif"}},
+        {"another's world file", "ms.tif -o w.png", 1, {}},
+        {"one that the format does not heed", "ms.tif -o w.tif", 0, {"w.tif"}},
         {"a picture's place", "ms.tif -o o.tif --preview p.png", 1, {}},
         {"a picture's folder", "ms.tif -o o.tif --preview no/p.png", 1, {}},
         {"two of one name", "ms.tif -o ./o.png --preview o.png", 2, {}},
@@ -177,6 +179,7 @@ TEST(Faults, OfOutputs) {
                                     "interleave = bsq\n");
         WriteText(folder / "e.img", std::string(23 * 19 * 3, 'e'));
         fs::create_directory(folder / "kept");
+        WriteText(folder / "w.wld", "5\n0\n0\n-5\n1\n1\n");
         WriteText(folder / "s.xml", "<Settings><BandWeight-1>0.3</BandWeight-1></Settings>");
         for (const char* name :
              {"old.tif", "old.tif.aux.xml", "old.tif.ovr", "m.tif.msk", "h.hdr", "p.png", "kept/truth.tif"})

@@ -1,0 +1,113 @@
+#include "rasterhost/writing/WorldFiles.h"
+
+#include "rasterhost/reading/FileState.h"
+#include "rasterhost/reading/NetworkFile.h"
+#include "rasterhost/requests/GdalErrors.h"
+#include "rasterhost/writing/OutputDescription.h"
+
+#include <cpl_conv.h>
+#include <gdal_priv.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <filesystem>
+#include <optional>
+
+namespace rasterhost {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Transform = std::array<double, 6>;
+
+constexpr int smallSize = 64; // pixels across and down
+
+/// Files named like world files of the output: GDAL ignores the case of the letters where it can.
+std::vector<std::string> ListCandidates(const fs::path& place) {
+    const std::string ending = place.extension().string();
+    std::vector<std::string> endings{".wld", ".tab"};
+    if (ending.size() > 1) {
+        endings.push_back(std::string(".") + ending[1] + ending.back() + "w");
+        endings.push_back(ending + "w");
+    }
+    const std::string folder = place.parent_path().string(), stem = place.stem().string();
+    std::vector<std::string> candidates;
+    if (IsOnObjectStorage(place.string())) { // a list of all objects may be long
+        for (const std::string& each : endings)
+            candidates.push_back(stem + each);
+    } else {
+        const CPLStringList entries(VSIReadDir(folder.empty() ? "." : folder.c_str()));
+        for (int i = 0; i < entries.size(); ++i)
+            if (std::any_of(endings.begin(), endings.end(), [&](const std::string& each) {
+                    return EQUAL(entries[i], (stem + each).c_str());
+                }))
+                candidates.emplace_back(entries[i]);
+    }
+    std::erase_if(candidates, [&](const std::string& name) {
+        return !LookAt((place.parent_path() / name).string()).isFile;
+    });
+    return candidates;
+}
+
+std::optional<Transform> ReadTransform(const std::string& file) {
+    const GDALDatasetUniquePtr image(GDALDataset::Open(file.c_str(), GDAL_OF_RASTER));
+    Transform found{};
+    if (!image || image->GetGeoTransform(found.data()) != CE_None) return {};
+    return found;
+}
+
+/// Whether the corners of an image of the trial's size lie elsewhere by more than a thousandth of a pixel,
+/// since the numbers of a world file are rounded.
+bool LiesElsewhere(const std::optional<Transform>& from, const std::optional<Transform>& to) {
+    if (!from || !to) return to.has_value();
+    constexpr double tolerance = 1e-3;
+    const double pixel = std::hypot((*from)[1], (*from)[4]), down = std::hypot((*from)[2], (*from)[5]);
+    const double most = tolerance * std::min(pixel, down);
+    for (std::size_t step = 0; step < from->size(); ++step)
+        if (!(std::abs((*from)[step] - (*to)[step]) * (step % 3 == 0 ? 1 : smallSize) <= most)) return true;
+    return false;
+}
+
+bool MakeTrial(const Scene& scene, const OutputPlan& plan, const std::string& file) {
+    auto& manager = *GetGDALDriverManager();
+    const auto bands = static_cast<int>(plan.rules.GetFileBands());
+    const GDALDataType type = plan.bits == 8 || plan.isPicture ? GDT_Byte : GDT_UInt16;
+    const GDALDatasetUniquePtr image(
+        manager.GetDriverByName("MEM")->Create("", smallSize, smallSize, bands, type, nullptr));
+    if (!image) return false;
+    DescribeOutput(scene, scene.part, plan.rules, {}, *image);
+    GDALDriver& driver = *manager.GetDriverByName(plan.format.name.c_str());
+    const GDALDatasetUniquePtr copy(driver.CreateCopy(file.c_str(), image.get(), FALSE,
+                                                      CPLStringList(plan.options).List(), nullptr, nullptr));
+    return copy != nullptr;
+}
+
+} // namespace
+
+std::string FindMovingFile(const Scene& scene, const OutputPlan& plan, WorkFolder& folder,
+                           const std::vector<std::string>& own) {
+    const fs::path place(folder.GetPlace());
+    std::vector<std::string> candidates = ListCandidates(place);
+    std::erase_if(candidates, [&own](const std::string& name) {
+        return std::find(own.begin(), own.end(), name) != own.end();
+    });
+    if (candidates.empty()) return {};
+    const GdalErrors silence;
+    const std::string trial = folder.GetSpare(place.filename().string());
+    std::string found;
+    if (MakeTrial(scene, plan, trial)) {
+        const std::optional<Transform> alone = ReadTransform(trial);
+        for (const std::string& name : candidates) {
+            const std::string copy = folder.GetSpare(name), beside = folder.GetPlace(name);
+            if (CPLCopyFile(copy.c_str(), beside.c_str()) == 0 && LiesElsewhere(alone, ReadTransform(trial)))
+                found = beside;
+            VSIUnlink(copy.c_str());
+            if (!found.empty()) break;
+        }
+    }
+    folder.ClearSpare();
+    return found;
+}
+
+} // namespace rasterhost
