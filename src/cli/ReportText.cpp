@@ -126,7 +126,7 @@ std::string FormatDetails(const SharpenRequest& request, const SharpenReport& re
         "  plug-in %s; vector instructions %s\n  sampled %s, fused %u rows at a time, written "
         "as %s%s\n",
         report.plugin.c_str(), kernels::SimdTargetName(kernels::ChosenSimdTarget()).c_str(),
-        hostkit::NameOf(report.resampling), report.windowRows, request.format.c_str(), options.c_str());
+        hostkit::NameOf(report.resampling), report.windowRows, report.format.c_str(), options.c_str());
 }
 
 std::string FormatPreview(const std::string& file, const SharpenRequest& request, const SharpenReport& report,

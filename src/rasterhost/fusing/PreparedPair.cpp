@@ -61,9 +61,12 @@ Preparation TellGaps(const SceneFindings* known, const Warn& warn, const std::fu
     return Preparation::Cancelled;
 }
 
-bool CutScene(const PairRequest& request, Scene& scene, Status& status) {
-    return (!request.onlyIntersection || CutToIntersection(scene, status)) &&
-           (!request.window || CutToWindow(*request.window, scene, status));
+bool CutScene(const PairRequest& request, Scene& scene, const Warn& warn, Status& status) {
+    if ((request.onlyIntersection && !CutToIntersection(scene, status)) ||
+        (request.window && !CutToWindow(*request.window, scene, status)))
+        return false;
+    WarnOfBarePixels(scene, warn);
+    return true;
 }
 
 } // namespace
@@ -72,11 +75,13 @@ Preparation PrepareScene(const PairRequest& request, const Warn& warn, const std
                          std::unique_ptr<Scene>& scene, Status& status, const SceneFindings* known) {
     scene = OpenScene(request, warn, status);
     if (!scene || !CheckSizes(*scene, status) ||
-        (!request.measureShift && !CutScene(request, *scene, status))) // refused before all pixels are read
+        (!request.measureShift &&
+         !CutScene(request, *scene, warn, status))) // refused before all pixels are read
         return Preparation::Failed;
     const Preparation told = TellGaps(known, warn, keepOn, *scene, status);
     if (told != Preparation::Done || !request.measureShift) return told;
-    const bool isMoved = TakeBackShift(request, *scene, warn, status) && CutScene(request, *scene, status);
+    const bool isMoved =
+        TakeBackShift(request, *scene, warn, status) && CutScene(request, *scene, warn, status);
     return isMoved ? Preparation::Done : Preparation::Failed;
 }
 

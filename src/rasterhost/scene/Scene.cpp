@@ -49,7 +49,7 @@ hostkit::PixelRect Intersect(const hostkit::PixelRect& a, const hostkit::PixelRe
 }
 
 /// Restricts the covered pixels of the part to those with data in one more image.
-bool CoverBy(const PlacedImage& coarse, Scene& scene, const Warn& warn, Status& status) {
+bool CoverBy(const PlacedImage& coarse, Scene& scene, Status& status) {
     const hostkit::PixelRect has = coarse.placement->FindCovered();
     const std::string name = coarse.image->GetName();
     scene.covered = Intersect(scene.covered, has);
@@ -58,15 +58,6 @@ bool CoverBy(const PlacedImage& coarse, Scene& scene, const Warn& warn, Status& 
                     "%s has no data for %s; are the inputs of the same scene?", name.c_str(),
                     scene.part == hostkit::WholeImage(scene.pan->GetInfo()) ? scene.pan->GetName().c_str()
                                                                             : "the part asked for");
-    const auto area = [](const hostkit::PixelRect& rect) {
-        return static_cast<double>(rect.GetColumns()) * rect.GetRows();
-    };
-    const hostkit::PixelRect within = Intersect(scene.part, has);
-    const double bare = area(scene.part) - (within.IsEmpty() ? 0.0 : area(within));
-    if (bare > 0.0)
-        warn(FormatString("%.0f pan pixels (%.3g %%) lie outside %s by more than one of its pixels; they "
-                          "have no data in the output",
-                          bare, 100.0 * bare / area(scene.part), name.c_str()));
     return true;
 }
 
@@ -113,7 +104,7 @@ bool OpenMultispectral(const PairRequest& request, Scene& scene, const Warn& war
     TakeGrids(std::move(grids), scene);
     MoveTogether(scene.images, request.shift, scene);
     return std::all_of(scene.images.begin(), scene.images.end(),
-                       [&](const PlacedImage& grid) { return CoverBy(grid, scene, warn, status); });
+                       [&](const PlacedImage& grid) { return CoverBy(grid, scene, status); });
 }
 
 bool OpenInfrared(const PairRequest& request, Scene& scene, const Warn& warn, Status& status) {
@@ -130,7 +121,7 @@ bool OpenInfrared(const PairRequest& request, Scene& scene, const Warn& warn, St
     if (!Place(request, infrared, "an infrared", scene, warn, status)) return false;
     scene.images.push_back(std::move(infrared));
     MoveTogether(std::span(scene.images).last(1), request.shift, scene);
-    return CoverBy(scene.images.back(), scene, warn, status);
+    return CoverBy(scene.images.back(), scene, status);
 }
 
 /// Checks the largest number of bands of the process, which looks up each by its name; more would take long.
@@ -194,10 +185,22 @@ bool MoveScene(const hostkit::Point& displacement, Scene& scene, Status& status)
     scene.covered = scene.part;
     scene.shift = {scene.shift.x + displacement.x, scene.shift.y + displacement.y};
     MoveTogether(scene.images, displacement, scene);
-    return std::all_of(scene.images.begin(), scene.images.end(), [&](const PlacedImage& coarse) {
-        return CoverBy(
-            coarse, scene, [](const std::string&) {}, status);
-    });
+    return std::all_of(scene.images.begin(), scene.images.end(),
+                       [&](const PlacedImage& coarse) { return CoverBy(coarse, scene, status); });
+}
+
+void WarnOfBarePixels(const Scene& scene, const Warn& warn) {
+    const auto area = [](const hostkit::PixelRect& rect) {
+        return rect.IsEmpty() ? 0.0 : static_cast<double>(rect.GetColumns()) * rect.GetRows();
+    };
+    for (const PlacedImage& coarse : scene.images) {
+        const double all = area(scene.part);
+        const double bare = all - area(Intersect(scene.part, coarse.placement->FindCovered()));
+        if (bare > 0.0)
+            warn(FormatString("%.0f pan pixels (%.3g %%) lie outside %s by more than one of its pixels; they "
+                              "have no data in the output",
+                              bare, 100.0 * bare / all, coarse.image->GetName().c_str()));
+    }
 }
 
 std::unique_ptr<Scene> OpenScene(const PairRequest& request, const Warn& warn, Status& status) {

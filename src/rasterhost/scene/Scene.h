@@ -73,6 +73,9 @@ struct Scene {
 /// False, with an item, when they no longer cover anything.
 [[nodiscard]] bool MoveScene(const hostkit::Point& displacement, Scene& scene, Status& status);
 
+/// Warns, for each image, of the pixels of the part that it does not cover. Call it when the part is cut.
+void WarnOfBarePixels(const Scene& scene, const Warn& warn);
+
 /// Opens pan, the multispectral bands and the infrared band, and finds how they lie on each other. Reads no
 /// pixels. It neither measures a shift nor reduces the part to the intersection; see PreparedPair.h. Null
 /// with an item that names the file and says what to do.

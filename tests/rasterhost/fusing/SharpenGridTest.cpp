@@ -171,6 +171,7 @@ TEST(SharpenGrid, TheIntersectionIsWhatLiesOnAll) {
         request.overwrite = request.onlyIntersection = true;
         const Outcome outcome = RunWell(request);
         EXPECT_EQ(outcome.report.pixelsWithoutData, 0u);
+        EXPECT_THAT(outcome.report.warnings, testing::Not(testing::Contains(testing::HasSubstr("outside"))));
         // Centres from column 10 and row 20 on lie exactly on the corner's edge or inside.
         ASSERT_EQ(std::pair(outcome.report.columns, outcome.report.rows), std::pair(190u, 130u));
         std::vector<unsigned> cut;
