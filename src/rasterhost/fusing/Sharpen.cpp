@@ -154,12 +154,10 @@ private:
                           : plan.rules.hasAlpha           ? NoDataBy::Alpha
                           : report.pixelsWithoutData == 0 ? NoDataBy::None
                                                           : NoDataBy::Mask;
-        const bool losesMask = plan.isPicture && (plan.format.name == "PNG" || plan.format.name == "JPEG");
-        if (losesMask && report.noDataBy == NoDataBy::Mask) {
-            report.noDataBy = NoDataBy::None;
+        const bool hidesMask = plan.isPicture && (plan.format.name == "PNG" || plan.format.name == "JPEG");
+        if (hidesMask && report.noDataBy == NoDataBy::Mask)
             Warn("the output '" + request.output +
-                 "' does not mark pixels without data: they are black; a GTiff marks them by a mask");
-        }
+                 "' marks pixels without data by a mask that GDAL reads; other programs show them black");
         JudgeResult();
         return true;
     }
