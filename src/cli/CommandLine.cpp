@@ -56,6 +56,11 @@ bool IsOptionOf(const CommandEntry& command, const std::string& text) {
     });
 }
 
+bool IsCommand(std::string_view name) {
+    const auto known = Commands();
+    return std::ranges::find(known, name, &CommandEntry::name) != known.end();
+}
+
 bool IsOption(const std::string& argument) { return argument.size() > 1 && argument.starts_with("-"); }
 
 [[noreturn]] void RefuseExtra(const CommandEntry& command, const std::string& extra) {
@@ -106,7 +111,10 @@ CommandLine CommandLine::Parse(int argc, const char* const* argv) {
     std::vector<std::string> arguments(begin, mark);
     // "help COMMAND" and "version", which users know from other programs.
     if (!arguments.empty() && arguments.front() == "help") {
-        arguments.erase(arguments.begin());
+        while (!arguments.empty() && arguments.front() == "help")
+            arguments.erase(arguments.begin());
+        if (!arguments.empty() && !IsOption(arguments.front()) && !IsCommand(arguments.front()))
+            RefuseExtra(Program(), arguments.front());
         arguments.emplace_back("--help");
     } else if (!arguments.empty() && arguments.front() == "version") {
         arguments.front() = "--version";
@@ -181,6 +189,13 @@ std::vector<std::string> CommandLine::GetAll(const OptionEntry& option) const {
 std::string CommandLine::Get(const OptionEntry& option) const {
     const auto found = options.find(option.Key());
     return found == options.end() ? std::string() : found->second.back();
+}
+
+std::string NamedCommand(int argc, const char* const* argv) {
+    const char* const* const end = argv + argc;
+    const char* const* const named = std::find_if(
+        argv + std::min(argc, 1), end, [](std::string_view each) { return !each.starts_with("-"); });
+    return named != end && IsCommand(*named) ? *named : "";
 }
 
 bool AsksForJson(int argc, const char* const* argv) {

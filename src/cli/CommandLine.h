@@ -44,6 +44,9 @@ struct TypedOption {
     [[nodiscard]] const std::string& Value() const { return values.back(); }
 };
 
+/// The command that the arguments name, even if they cannot be parsed; empty for none.
+[[nodiscard]] std::string NamedCommand(int argc, const char* const* argv);
+
 /// True when "--json" is among the arguments, even if they cannot be parsed.
 [[nodiscard]] bool AsksForJson(int argc, const char* const* argv);
 

@@ -79,12 +79,10 @@ ExitCode Fail(ExitCode code, const std::string& message, std::string_view comman
 
 int main(int argc, char** argv) {
     const bool json = AsksForJson(argc, argv);
-    std::string command;
+    const std::string command = NamedCommand(argc, argv);
     ExitCode code = WorkFailed;
     try {
-        const CommandLine line = CommandLine::Parse(argc, argv);
-        command = line.GetCommand().name;
-        code = Run(line);
+        code = Run(CommandLine::Parse(argc, argv));
     } catch (const UsageError& error) {
         code = Fail(WrongCommandLine, error.what(), command, json);
     } catch (const std::bad_alloc&) {

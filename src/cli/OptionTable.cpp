@@ -99,7 +99,9 @@ constexpr OptionEntry sharpenOptions[] = {
       "an XML file of raw properties, with one element per property below its root. --set overrides it"},
      ReadSettingsFile},
     {{"--status-xml", "FILE", "", advancedHeading,
-      "if the run fails, write the reasons to this file as an XML report"},
+      "if the run fails, write the reasons to this file as an XML report; if it succeeds, there is none: "
+      "with "
+      "--overwrite, that of an earlier run is removed"},
      ReadStatusXml},
     pluginOption,
     option::help,
@@ -167,7 +169,8 @@ constexpr OptionEntry compareOptions[] = {
 constexpr OptionEntry methodsOptions[] = {jsonOption, pluginOption, option::help};
 
 constexpr OptionEntry jsonOfVersionOption = {
-    {"--json", "", "", helpHeading, "print the versions as one JSON object"}, SetFlag<&Arguments::json>};
+    {"--json", "", "", helpHeading, "with --version, print the versions as one JSON object"},
+    SetFlag<&Arguments::json>};
 constexpr OptionEntry programOptions[] = {
     option::version,
     jsonOfVersionOption,

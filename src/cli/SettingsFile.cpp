@@ -3,7 +3,10 @@
 #include "cli/ExitCode.h"
 #include "fundament/Files.h"
 #include "fundament/PropertyLookUp.h"
+#include "rasterhost/reading/FileState.h"
 #include "rasterhost/writing/WorkFolder.h"
+
+#include <cpl_vsi.h>
 
 #include <fstream>
 
@@ -59,6 +62,10 @@ bool WriteStatusReport(const std::string& file, bool overwrite, Status& status) 
                        "the status report '" + file +
                            "' cannot be written; is its folder there, is there room, and is the name free?",
                        "Command");
+}
+
+bool RemoveStatusReport(const std::string& file) {
+    return !rasterhost::LookAt(file).exists || VSIUnlink(file.c_str()) == 0;
 }
 
 } // namespace cli

@@ -19,4 +19,7 @@ using PropertyPairs = std::vector<std::pair<std::string, std::string>>;
 [[nodiscard]] bool WriteStatusReport(const std::string& file, bool overwrite,
                                      KOVA::Tessara::Fundament::Status& status);
 
+/// Removes such a report if there is one. False when it is still there.
+[[nodiscard]] bool RemoveStatusReport(const std::string& file);
+
 } // namespace cli

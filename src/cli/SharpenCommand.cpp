@@ -43,6 +43,10 @@ void PrintOutcome(const Arguments& request, const SharpenReport& report, const r
     if (code == WorkFailed && !request.statusXml.empty() &&
         !WriteStatusReport(request.statusXml, request.overwrite, status))
         std::cerr << FormatError(status.GetItem(status.GetCount() - 1).message);
+    if (code == Done && request.overwrite && !request.statusXml.empty() &&
+        !RemoveStatusReport(request.statusXml))
+        std::cerr << FormatWarning("the status report '" + request.statusXml +
+                                   "' of an earlier run cannot be removed; remove it");
     if (request.json)
         std::cout << SharpenJson(request, report, code, status, platform::PeakMemory());
     else if (code == Done && !request.quiet)

@@ -75,6 +75,7 @@ const WrongLine wrongLines[] = {
     {"sharpen a b -o c --nodata 0 --no-nodata", {"--nodata", "--no-nodata"}},
     {"sharpen a b -o c --simd mmx", {"'mmx' cannot run on", "scalar"}},
     {"sharpen a b -o c --weights-from no.json", {"'no.json' cannot be opened", "--json"}},
+    {"help sharpn", {"no command 'sharpn'", "'sharpen'"}},
     {"methods kova", {"'kova'", "takes no files"}},
 };
 
