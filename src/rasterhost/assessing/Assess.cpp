@@ -60,7 +60,8 @@ public:
         : request(assessRequest), report(assessReport), status(assessStatus), blur(assessRequest.blur) {}
 
     bool Run() {
-        const SampleOptions options{request.noData, request.ignoreNoData, {}};
+        SampleOptions options{request.noData, request.ignoreNoData, {}};
+        options.takesScale = false;
         fused = InputImage::Open(request.fused, "fused", options, status);
         if (!fused) return false;
         report.columns = fused->GetInfo().cols;
@@ -89,8 +90,10 @@ private:
     }
 
     bool OpenPair() {
-        if (PrepareScene(request, warn, {}, scene, status) != Preparation::Done ||
-            !CheckGrids(*scene, status) || !CheckBlur(request.blur, scene->bandOrder.size(), status))
+        PairRequest pair = static_cast<const PairRequest&>(request);
+        pair.takesScale = false;
+        if (PrepareScene(pair, warn, {}, scene, status) != Preparation::Done || !CheckGrids(*scene, status) ||
+            !CheckBlur(request.blur, scene->bandOrder.size(), status))
             return false;
         if (blur.multispectral.size() > 1)
             for (std::size_t place = 0; place < scene->bandOrder.size(); ++place)

@@ -94,28 +94,47 @@ bool CheckBand(const ImageDescription& image, const SourceBand& source, GDALRast
     const bool isTaken = image.options.scale ? !GDALDataTypeIsComplex(type)
                                              : type == GDT_Byte || type == GDT_UInt16 || type == GDT_Int16;
     if (double range[2] = {}; !isTaken && !image.options.scale && !GDALDataTypeIsComplex(type) &&
-                              band.ComputeRasterMinMax(TRUE, range) == CE_None)
-        return refuse(
-            FormatString("holds %s samples (from %.6g to %.6g in the part that was read), and only 8 and 16 "
-                         "bits are supported: give the range of all inputs with --scale MIN,MAX, such as "
-                         "--scale %.6g,%.6g, find it with --scale auto, or convert the file with "
-                         "gdal_translate -ot UInt16 -scale",
-                         GDALGetDataTypeName(type), range[0], range[1],
-                         ProposeScale(range[0], range[1]).least, ProposeScale(range[0], range[1]).greatest));
+                              band.ComputeRasterMinMax(TRUE, range) == CE_None) {
+        const SampleScale scale = ProposeScale(range[0], range[1]);
+        return refuse(FormatString(
+            image.options.takesScale
+                ? "holds %s samples (from %.6g to %.6g in the part that was read), and only 8 and 16 "
+                  "bits are supported: give the range of all inputs with --scale MIN,MAX, such as "
+                  "--scale %.6g,%.6g, find it with --scale auto, or convert the file with "
+                  "gdal_translate -ot UInt16 -scale"
+                : "holds %s samples (from %.6g to %.6g in the part that was read), and only 8 and 16 "
+                  "bits are supported: convert all the images alike, with a range that holds them all, as "
+                  "with gdal_translate -ot UInt16 -scale %.6g %.6g 1 65535",
+            GDALGetDataTypeName(type), range[0], range[1], scale.least, scale.greatest));
+    }
     if (!isTaken)
         return refuse(FormatString(
-            image.options.scale
-                ? "holds %s samples, which are pairs of numbers; take the first of each with "
-                  "gdal_translate -ot Float32"
-                : "holds %s samples, and only 8 and 16 bits are supported: give the range of the values with "
-                  "--scale MIN,MAX, or convert the file with gdal_translate -ot UInt16 -scale",
+            image.options.scale ? "holds %s samples, which are pairs of numbers; take the first of each with "
+                                  "gdal_translate -ot Float32"
+            : image.options.takesScale
+                ? "holds %s samples, and only 8 and 16 bits are supported: give the range of the values with "
+                  "--scale MIN,MAX, or convert the file with gdal_translate -ot UInt16 -scale"
+                : "holds %s samples, and only 8 and 16 bits are supported: convert the file with "
+                  "gdal_translate -ot UInt16 -scale",
             GDALGetDataTypeName(type)));
     if (const char* pixelType = band.GetMetadataItem("PIXELTYPE", "IMAGE_STRUCTURE");
         pixelType && !image.options.scale && std::string(pixelType) == "SIGNEDBYTE")
         return refuse("holds signed bytes, and only unsigned samples of 8 and 16 bits are supported: convert "
                       "the file with gdal_translate -ot UInt16 -scale");
+    // GDAL shows samples that are counted from white by a palette.
+    if (const char* white = band.GetDataset()->GetMetadataItem("MINISWHITE", "IMAGE_STRUCTURE");
+        white && CPLTestBool(white) && band.GetColorTable())
+        return refuse(
+            "is counted from white (MINISWHITE), so its brightest samples are the smallest: turn it "
+            "round with " +
+            std::string(type == GDT_Byte ? "gdal_translate -expand gray"
+                                         : "gdal_calc.py -A FILE --calc=65535-A --NoDataValue=0 "
+                                           "--outfile=OTHER"));
+    const bool isOneBand = EQUAL(role, "pan") || EQUAL(role, "infrared");
     if (band.GetColorTable())
-        return refuse("holds palette numbers, not intensities: expand it with gdal_translate -expand rgb");
+        return refuse(FormatString("holds palette numbers, not intensities: expand it with gdal_translate "
+                                   "-expand %s",
+                                   isOneBand ? "gray" : "rgb"));
     if (image.bands.empty()) return true;
     const SourceBand& first = image.bands.front();
     const auto columns = static_cast<int>(image.info.cols), rows = static_cast<int>(image.info.rows);

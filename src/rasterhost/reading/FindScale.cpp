@@ -22,6 +22,18 @@ namespace {
 struct SampleRange {
     double least = std::numeric_limits<double>::infinity();
     double greatest = -std::numeric_limits<double>::infinity();
+    std::vector<double> some; ///< of the samples: every 61st
+
+    /// Whether nearly all samples lie within a hundredth of the range, so that their scale has few steps.
+    [[nodiscard]] bool HasOutliers() {
+        constexpr double tail = 0.02, smallShare = 0.01;
+        if (some.empty()) return false;
+        std::sort(some.begin(), some.end());
+        const auto at = [this](double share) {
+            return some[static_cast<std::size_t>(share * static_cast<double>(some.size() - 1))];
+        };
+        return at(1.0 - tail) - at(tail) < smallShare * (greatest - least);
+    }
 };
 
 bool LookAtBand(GDALRasterBand& band, const std::optional<double>& noData, SampleRange& range) {
@@ -30,6 +42,7 @@ bool LookAtBand(GDALRasterBand& band, const std::optional<double>& noData, Sampl
     const double declared = band.GetNoDataValue(&isDeclared);
     const int width = std::min(mostSide, band.GetXSize()), height = std::min(mostSide, band.GetYSize());
     std::vector<double> samples(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+    std::size_t seen = 0;
     for (int i = 0; i < places * places; ++i) {
         const int column = (band.GetXSize() - width) / (places - 1) * (i % places);
         const int row = (band.GetYSize() - height) / (places - 1) * (i / places);
@@ -42,6 +55,9 @@ bool LookAtBand(GDALRasterBand& band, const std::optional<double>& noData, Sampl
                 continue;
             range.least = std::min(range.least, sample);
             range.greatest = std::max(range.greatest, sample);
+            constexpr std::size_t step = 61; // no power of two, so that it meets all columns
+            constexpr std::size_t most = std::size_t{1} << 20; // of many bands, the first tell
+            if (seen++ % step == 0 && range.some.size() < most) range.some.push_back(sample);
         }
     }
     return true;
@@ -76,13 +92,20 @@ SampleScale ProposeScale(double least, double greatest) {
     return {SixDigits(lower), SixDigits(greatest + (greatest - lower) / 4.0)};
 }
 
-std::optional<SampleScale> FindScale(const PairRequest& request, Status& status) {
+std::optional<SampleScale> FindScale(const PairRequest& request,
+                                     const std::function<void(const std::string&)>& warn, Status& status) {
     std::vector<InputBand> inputs = request.multispectral;
     inputs.push_back(request.pan);
     if (request.infrared) inputs.push_back(*request.infrared);
     SampleRange range;
     for (const InputBand& input : inputs)
         if (!LookAtInput(input, request.noData, range, status)) return std::nullopt;
+    if (range.HasOutliers())
+        warn(
+            FormatString("nearly all samples lie in less than a hundredth of the range of --scale auto, %.6g "
+                         "to %.6g: few different values are left of them; name the value that means no "
+                         "data with --nodata, or give their range with --scale MIN,MAX",
+                         range.least, range.greatest));
     const SampleScale scale = ProposeScale(range.least, range.greatest);
     if (scale.least < scale.greatest && std::isfinite(scale.greatest - scale.least)) return scale;
     Fail(status, HostStatus::InputsDoNotFit,

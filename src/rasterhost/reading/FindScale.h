@@ -4,7 +4,9 @@
 #include "rasterhost/requests/HostStatus.h"
 #include "rasterhost/requests/Requests.h"
 
+#include <functional>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace rasterhost {
@@ -15,7 +17,9 @@ namespace rasterhost {
 [[nodiscard]] SampleScale ProposeScale(double least, double greatest);
 
 /// The range for all inputs of a pair, from 64 positions of each band. `noData`, declared values and numbers
-/// that are not finite are ignored. Empty, with an item, when a file cannot be read or has no number.
-[[nodiscard]] std::optional<SampleScale> FindScale(const PairRequest& request, Status& status);
+/// that are not finite are ignored. Warns when a few samples far from the others make the range. Empty, with
+/// an item, when a file cannot be read or has no number.
+[[nodiscard]] std::optional<SampleScale>
+FindScale(const PairRequest& request, const std::function<void(const std::string&)>& warn, Status& status);
 
 } // namespace rasterhost

@@ -46,6 +46,7 @@ struct SampleOptions {
     std::optional<SampleScale> scale; ///< maps samples of any type to 16 bits
     /// As in a request; null when nothing is known.
     std::shared_ptr<const std::map<std::string, int>> transparency = {};
+    bool takesScale = true; ///< false when `scale` cannot be given, so that no message advises it
 };
 
 } // namespace rasterhost

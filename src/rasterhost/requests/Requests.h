@@ -70,6 +70,7 @@ struct PairRequest {
     /// and offset.
     std::optional<std::array<double, 2>> scale;
     bool findScale = false; ///< find these two values in the inputs
+    bool takesScale = true; ///< false when neither can be given, so that no message advises them
     /// The value for no data in all inputs, whatever they declare.
     std::optional<double> noData;
     bool ignoreNoData = false; ///< all samples are data

@@ -214,9 +214,10 @@ std::unique_ptr<Scene> OpenScene(const PairRequest& request, const Warn& warn, S
     if (!request.transparency.empty())
         scene->sampleOptions.transparency =
             std::make_shared<const std::map<std::string, int>>(request.transparency);
+    scene->sampleOptions.takesScale = request.takesScale;
     if (request.scale) scene->sampleOptions.scale = SampleScale{(*request.scale)[0], (*request.scale)[1]};
     if (request.findScale) {
-        scene->sampleOptions.scale = FindScale(request, status);
+        scene->sampleOptions.scale = FindScale(request, warn, status);
         if (!scene->sampleOptions.scale) return nullptr;
         warn(FormatString("samples are scaled as by --scale %.6g,%.6g, the range found in a part of the "
                           "inputs; to compare scenes, give the same range to all",

@@ -126,7 +126,7 @@ TEST_F(Refusals, InputsThatCannotBeServed) {
         [&](SharpenRequest& r) {
             r.pan.file = turned, r.part = {500000.0, 4000000.0, 500100.0, 3999900.0};
         },
-        {"turned.tif", "not north up"});
+        {"turned.tif", "not north up", "with --srcwin"});
 }
 
 TEST_F(Refusals, PalettesAreNoIntensities) {
@@ -139,6 +139,7 @@ TEST_F(Refusals, PalettesAreNoIntensities) {
         dataset->GetRasterBand(1)->SetColorTable(&table);
     }
     Refuse([&](SharpenRequest& r) { r.multispectral = {{name, {}}}; }, {"palette", "-expand rgb"});
+    Refuse([&](SharpenRequest& r) { r.pan.file = name; }, {"palette", "-expand gray"});
 }
 
 TEST_F(Refusals, SettingsThatMakeNoSense) {
