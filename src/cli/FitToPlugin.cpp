@@ -41,7 +41,7 @@ const PansharpMethod& ChooseMethod(const PansharpDescription& plugin, const Argu
     const auto* shares = hostkit::FindParameter(*recommended, PansharpFit::Share);
     for (const auto& [name, value] : request.properties)
         if (shares && (hostkit::IsNamed(shares->band, name) || hostkit::IsNamed(shares->additional, name)))
-            weighs = "--set " + name;
+            weighs = "the property " + name;
     if (weighs.empty()) return *recommended;
     warnings.push_back(weighs + ": the method " + plugin.methods[0].keyword + " is used, because " +
                        recommended->keyword + " has no band weights; choose the method with --method");

@@ -123,6 +123,12 @@ bool FitBands(const SharpenRequest& request, const PansharpMethod& method, const
         return Fail(status, HostStatus::RequestInvalid,
                     "the method %s needs at least %u multispectral bands; %d were given", method.keyword,
                     method.minimumBands, static_cast<int>(settings.bands));
+    constexpr std::size_t mostBesideLowPass = 4095; // of 4096
+    if (hostkit::UsesLowPass(method) && settings.bands > mostBesideLowPass)
+        return Fail(status, HostStatus::RequestInvalid,
+                    "the method %s fuses %lu bands at most, because pan's low-pass takes the place of one; "
+                    "name those to fuse, as in FILE,band=1, or choose another method with --method",
+                    method.keyword, static_cast<unsigned long>(mostBesideLowPass));
     if (method.fusedBands == 0) return true;
     if (request.bands.empty()) settings.outputBands = std::min(settings.outputBands, method.fusedBands);
     if (!scene.HasInfrared() || settings.bands <= method.fusedBands) return true;
@@ -144,8 +150,9 @@ bool SetRawProperties(const SharpenRequest& request, PropertyLookUp& properties,
             if (StringsEqual(name, own, true))
                 return Fail(status, HostStatus::RequestInvalid,
                             "the property '%s' cannot be set: this program sets it from its "
-                            "inputs and options",
-                            name.c_str());
+                            "inputs and options%s",
+                            name.c_str(),
+                            StringsEqual(name, method, true) ? "; choose the method with --method" : "");
         properties[name] = value;
     }
     return true;

@@ -84,6 +84,20 @@ std::unique_ptr<Placement> MatchGeoreferencing(const InputImage& pan, const Inpu
     return PlaceByTransform(pan, coarse, status);
 }
 
+/// What to do when the images would overlap if one went round the globe; else the question to ask.
+std::string AdviseOnDistance(const OGRSpatialReference& projection, const RasterInfo& pan,
+                             const RasterInfo& coarse) {
+    constexpr double round = 360.0; // degrees
+    const bool overlapsDown = pan.yMin < coarse.yMax && coarse.yMin < pan.yMax;
+    for (const double by : {-round, round})
+        if (projection.IsGeographic() && overlapsDown && pan.xMin < coarse.xMax + by &&
+            coarse.xMin + by < pan.xMax)
+            return FormatString("their longitudes differ by 360 degrees: move the second with "
+                                "gdal_translate -a_ullr %.12g %.12g %.12g %.12g",
+                                coarse.xMin + by, coarse.yMax, coarse.xMax + by, coarse.yMin);
+    return "are they of the same scene?";
+}
+
 bool CheckFit(const InputImage& panImage, const InputImage& coarseImage, const hostkit::Placement& placement,
               Status& status) {
     const RasterInfo& pan = panImage.GetInfo();
@@ -115,9 +129,10 @@ bool CheckFit(const InputImage& panImage, const InputImage& coarseImage, const h
         coarse.yMin >= pan.yMax)
         return Fail(status, HostStatus::InputsDoNotFit,
                     "%s (x %.10g to %.10g, y %.10g to %.10g) and %s (x %.10g to %.10g, y %.10g to "
-                    "%.10g) do not overlap; are they of the same scene?",
+                    "%.10g) do not overlap; %s",
                     panName.c_str(), pan.xMin, pan.xMax, pan.yMin, pan.yMax, name.c_str(), coarse.xMin,
-                    coarse.xMax, coarse.yMin, coarse.yMax);
+                    coarse.xMax, coarse.yMin, coarse.yMax,
+                    AdviseOnDistance(panImage.GetDescription()->projection, pan, coarse).c_str());
     return true;
 }
 
