@@ -29,8 +29,8 @@ struct OutputFormat {
 /// GeoTIFF for a name without an extension. Empty, with an item, for an extension that no format has.
 [[nodiscard]] std::optional<OutputFormat> FindFormat(const OutputRequest& request, Status& status);
 
-/// The usual extension of a format, such as ".tif". That of GeoTIFF for an empty text and for a format
-/// unknown to GDAL.
+/// The usual extension of a format, such as ".tif"; its name in small letters if it has none. That of GeoTIFF
+/// for an empty text and for a format unknown to GDAL.
 [[nodiscard]] std::string UsualEnding(const std::string& format);
 
 } // namespace rasterhost
