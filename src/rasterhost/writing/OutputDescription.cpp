@@ -9,6 +9,7 @@
 #include <ogr_core.h>
 
 #include <algorithm>
+#include <cmath>
 #include <ctime>
 
 namespace rasterhost {
@@ -40,6 +41,14 @@ std::optional<std::array<double, 6>> PlaceOfPart(const Scene& scene, const hostk
     t[0] += part.col0 * t[1] + part.row0 * t[2];
     t[3] += part.col0 * t[4] + part.row0 * t[5];
     return transform;
+}
+
+bool LieAlike(const std::array<double, 6>& a, const std::array<double, 6>& b, int side) {
+    constexpr double tolerance = 0.01;
+    const double most = tolerance * std::min(std::hypot(a[1], a[4]), std::hypot(a[2], a[5]));
+    for (std::size_t i = 0; i < a.size(); ++i)
+        if (!(std::abs(a[i] - b[i]) * (i % 3 == 0 ? 1 : side) <= most)) return false;
+    return true;
 }
 
 const OGRSpatialReference& ProjectionOf(const Scene& scene) {

@@ -24,6 +24,10 @@ using OutputMetadata = std::vector<std::pair<std::string, std::string>>;
 [[nodiscard]] std::optional<std::array<double, 6>> PlaceOfPart(const Scene& scene,
                                                                const hostkit::PixelRect& part);
 
+/// Whether two geotransforms place an image of `side` pixels across and down alike: by less than 0.01 pixel,
+/// since formats and world files round their numbers.
+[[nodiscard]] bool LieAlike(const std::array<double, 6>& a, const std::array<double, 6>& b, int side);
+
 /// The projection of the output: pan's, if it has one; may be empty.
 [[nodiscard]] const OGRSpatialReference& ProjectionOf(const Scene& scene);
 

@@ -8,7 +8,6 @@
 #include <gdal_priv.h>
 
 #include <array>
-#include <cmath>
 #include <filesystem>
 
 namespace rasterhost {
@@ -19,14 +18,6 @@ namespace {
 
 constexpr int trialSize = 64; // pixels across and down
 constexpr std::uint64_t mostFilledBytes = std::uint64_t{16} << 20;
-
-/// Whether two positions agree up to how formats round them: 0.01 pixel at any corner of a trial.
-bool AreNear(const std::array<double, 6>& a, const std::array<double, 6>& b) {
-    const double most = 0.01 * (std::fabs(a[1]) + std::fabs(a[2]));
-    for (std::size_t i = 0; i < a.size(); ++i)
-        if (!(std::fabs(a[i] - b[i]) * (i % 3 == 0 ? 1 : trialSize) <= most)) return false;
-    return true;
-}
 
 class Trial {
 public:
@@ -121,7 +112,7 @@ private:
         const bool hasPlace = image->GetGeoTransform(place.data()) == CE_None;
         if (wantedPlace && !hasPlace && image->GetGCPCount() == 0)
             plan.losses.emplace_back("has no position");
-        else if (wantedPlace && hasPlace && !AreNear(*wantedPlace, place))
+        else if (wantedPlace && hasPlace && !LieAlike(*wantedPlace, place, trialSize))
             plan.losses.emplace_back("lies at another place than pan, or on another grid");
         return {};
     }

@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <filesystem>
 #include <optional>
 
@@ -57,16 +56,8 @@ std::optional<Transform> ReadTransform(const std::string& file) {
     return found;
 }
 
-/// Whether the corners of an image of the trial's size lie elsewhere by more than a thousandth of a pixel,
-/// since the numbers of a world file are rounded.
-bool LiesElsewhere(const std::optional<Transform>& from, const std::optional<Transform>& to) {
-    if (!from || !to) return to.has_value();
-    constexpr double tolerance = 1e-3;
-    const double pixel = std::hypot((*from)[1], (*from)[4]), down = std::hypot((*from)[2], (*from)[5]);
-    const double most = tolerance * std::min(pixel, down);
-    for (std::size_t step = 0; step < from->size(); ++step)
-        if (!(std::abs((*from)[step] - (*to)[step]) * (step % 3 == 0 ? 1 : smallSize) <= most)) return true;
-    return false;
+bool IsMoved(const std::optional<Transform>& from, const std::optional<Transform>& to) {
+    return to && !(from && LieAlike(*from, *to, smallSize));
 }
 
 bool MakeTrial(const Scene& scene, const OutputPlan& plan, const std::string& file) {
@@ -100,7 +91,7 @@ std::string FindMovingFile(const Scene& scene, const OutputPlan& plan, WorkFolde
         const std::optional<Transform> alone = ReadTransform(trial);
         for (const std::string& name : candidates) {
             const std::string copy = folder.GetSpare(name), beside = folder.GetPlace(name);
-            if (CPLCopyFile(copy.c_str(), beside.c_str()) == 0 && LiesElsewhere(alone, ReadTransform(trial)))
+            if (CPLCopyFile(copy.c_str(), beside.c_str()) == 0 && IsMoved(alone, ReadTransform(trial)))
                 found = beside;
             VSIUnlink(copy.c_str());
             if (!found.empty()) break;
