@@ -249,8 +249,8 @@ bool ReadDetail(const pansharp_job& given, FuseJob& job, Status& status) {
 bool IsWritten(JobUse use) { return use == JobUse::Fuse || use == JobUse::Upsample; }
 
 /// A method that fuses a fixed number of bands gets the chosen ones first, and beside an infrared image no
-/// further ones, which it would take for infrared. Other methods give each band the same samples in any
-/// order.
+/// further ones, which it would take for infrared. Other methods fuse all bands in the order of the image;
+/// another order would change their sums by rounding at most.
 bool OrderBands(const PansharpMethod& method, FuseJob& job, Status& status) {
     if (method.fusedBands == 0 || hostkit::WeighsBands(method) || hostkit::UsesLowPass(method)) return true;
     std::uint32_t& bands = job.multispectral.info.bandsPerPixel;

@@ -113,8 +113,10 @@ CommandLine CommandLine::Parse(int argc, const char* const* argv) {
     if (!arguments.empty() && arguments.front() == "help") {
         while (!arguments.empty() && arguments.front() == "help")
             arguments.erase(arguments.begin());
-        if (!arguments.empty() && !IsOption(arguments.front()) && !IsCommand(arguments.front()))
-            RefuseExtra(Program(), arguments.front());
+        if (!arguments.empty() && arguments.front() == "version") arguments.clear(); // the program's own
+        const auto named = std::find_if_not(arguments.begin(), arguments.end(),
+                                            [](const auto& each) { return IsOption(each); });
+        if (named != arguments.end() && !IsCommand(*named)) RefuseExtra(Program(), *named);
         arguments.emplace_back("--help");
     } else if (!arguments.empty() && arguments.front() == "version") {
         arguments.front() = "--version";

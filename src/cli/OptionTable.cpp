@@ -99,9 +99,8 @@ constexpr OptionEntry sharpenOptions[] = {
       "an XML file of raw properties, with one element per property below its root. --set overrides it"},
      ReadSettingsFile},
     {{"--status-xml", "FILE", "", advancedHeading,
-      "if the run fails, write the reasons to this file as an XML report; if it succeeds, there is none: "
-      "with "
-      "--overwrite, that of an earlier run is removed"},
+      "if the run fails, write the reasons to this file as an XML report; if it succeeds, --overwrite "
+      "removes that of an earlier run"},
      ReadStatusXml},
     pluginOption,
     option::help,

@@ -6,9 +6,10 @@
 #include "rasterhost/reading/FileState.h"
 #include "rasterhost/writing/WorkFolder.h"
 
-#include <cpl_vsi.h>
-
+#include <filesystem>
 #include <fstream>
+#include <string_view>
+#include <system_error>
 
 namespace cli {
 
@@ -65,7 +66,13 @@ bool WriteStatusReport(const std::string& file, bool overwrite, Status& status) 
 }
 
 bool RemoveStatusReport(const std::string& file) {
-    return !rasterhost::LookAt(file).exists || VSIUnlink(file.c_str()) == 0;
+    constexpr std::string_view start = "<Status>";
+    std::error_code failure;
+    const std::filesystem::path real = std::filesystem::canonical(file, failure); // a link stays
+    if (failure || !rasterhost::LookAt(real.string()).isFile) return true;
+    std::string found(start.size(), ' ');
+    std::ifstream(real, std::ios::binary).read(found.data(), static_cast<std::streamsize>(found.size()));
+    return found != start || std::filesystem::remove(real, failure);
 }
 
 } // namespace cli

@@ -19,7 +19,8 @@ using PropertyPairs = std::vector<std::pair<std::string, std::string>>;
 [[nodiscard]] bool WriteStatusReport(const std::string& file, bool overwrite,
                                      KOVA::Tessara::Fundament::Status& status);
 
-/// Removes such a report if there is one. False when it is still there.
+/// Removes such a report, or the one that a link leads to, if there is one. Leaves any other file. False when
+/// the report is still there.
 [[nodiscard]] bool RemoveStatusReport(const std::string& file);
 
 } // namespace cli

@@ -43,10 +43,6 @@ void PrintOutcome(const Arguments& request, const SharpenReport& report, const r
     if (code == WorkFailed && !request.statusXml.empty() &&
         !WriteStatusReport(request.statusXml, request.overwrite, status))
         std::cerr << FormatError(status.GetItem(status.GetCount() - 1).message);
-    if (code == Done && request.overwrite && !request.statusXml.empty() &&
-        !RemoveStatusReport(request.statusXml))
-        std::cerr << FormatWarning("the status report '" + request.statusXml +
-                                   "' of an earlier run cannot be removed; remove it");
     if (request.json)
         std::cout << SharpenJson(request, report, code, status, platform::PeakMemory());
     else if (code == Done && !request.quiet)
@@ -59,6 +55,8 @@ void PrintOutcome(const Arguments& request, const SharpenReport& report, const r
 
 ExitCode RunSharpen(Arguments request) {
     SharpenRun run;
+    // The question below is only about the output.
+    const bool replacesReport = request.overwrite && !request.statusXml.empty();
     if (!request.dryRun && !MayWrite(request)) {
         run.status.Add(0, "'" + request.output + "' was left as it is", "Command");
         std::cerr << FormatErrors(run.status);
@@ -81,6 +79,9 @@ ExitCode RunSharpen(Arguments request) {
     platform::CatchInterrupts();
     Sharpen(request, run);
     progress.Clear();
+    if (run.code == Done && replacesReport && !RemoveStatusReport(request.statusXml))
+        std::cerr << FormatWarning("the status report '" + request.statusXml +
+                                   "' of an earlier run cannot be removed; remove it");
     PrintOutcome(request, run.report, run.shown, run.code, run.status);
     return run.code;
 }

@@ -161,9 +161,10 @@ TEST(Faults, OfOutputs) {
         {"a report for the output", "ms.tif -o o.tif --status-xml o.tif", 2, {}},
         {"a report", "none.tif -o o.tif --status-xml r.xml", 1, {"r.xml"}},
         {"a report of an earlier run",
-         "ms.tif -o o.tif --status-xml p.png --overwrite",
+         "ms.tif -o o.tif --status-xml to-report --overwrite",
          0,
-         {"o.tif", "p.png is gone"}},
+         {"o.tif", "report is gone"}},
+        {"what is no report", "ms.tif -o o.tif --status-xml p.png --overwrite", 0, {"o.tif"}},
         {"what is kept", "ms.tif --keep . --overwrite", 1, {}},
         {"what was kept", "ms.tif --keep kept", 1, {}},
         {"what was kept, to replace",
@@ -190,6 +191,8 @@ TEST(Faults, OfOutputs) {
             WriteText(folder / name, "precious");
         fs::permissions(folder / "old.tif", fs::perms::owner_all | fs::perms::group_read);
         fs::create_symlink("old.tif", folder / "to-old.tif");
+        WriteText(folder / "report", "<Status><Item/></Status>");
+        fs::create_symlink("report", folder / "to-report");
         const Files before = Look(folder);
         const bool compares = c.arguments[1] == "--keep";
         const child::Outcome outcome =

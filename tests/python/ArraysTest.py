@@ -51,6 +51,9 @@ def test_the_samples_are_those_of_the_command(tmp_path, dtype, options, argument
         arguments = {**arguments, "infrared": ms[1]}
     fused = pansharp.fuse(pan, ms, **arguments)
     assert numpy.array_equal(samples(tmp_path / "out.tif", fused), fused)
+    if arguments.get("method") == "IHS" and "infrared" in arguments:  # a band that is not fused masks nothing
+        unused = numpy.ma.masked_array(ms, numpy.broadcast_to(numpy.arange(4)[:, None, None] == (0 if "bands" in arguments else 3), ms.shape))
+        assert not pansharp.fuse(pan, unused, **arguments).mask.any()
 
 
 @pytest.mark.filterwarnings("ignore:.* are a collar of zeros along its edge")

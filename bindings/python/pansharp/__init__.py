@@ -128,8 +128,10 @@ def _job(pan: Any, ms: Any, method: Method, weights: Any, infrared: Any, infrare
         bands = range(1, method.fused_bands + 1)
     chosen = _checks.bands(bands, ms.shape[0])
     of_pan, of_ms = _checks.nodata(nodata, pan.dtype)
-    gaps = tuple(_checks.no_gaps if array is None else _checks.gaps(of, array, value, looks)
-                 for of, array, value in zip(given, (pan, ms, infrared), (of_pan, of_ms, of_ms)))
+    ordered = tuple(dict.fromkeys((*chosen, *range(1, ms.shape[0] + 1))))
+    fused = ordered[:method.fused_bands] if infrared is not None and method.fused_bands else ()  # the engine orders and takes them so
+    gaps = tuple(_checks.no_gaps if array is None else _checks.gaps(of, array, value, looks, takes_part)
+                 for of, array, value, takes_part in zip(given, (pan, ms, infrared), (of_pan, of_ms, of_ms), ((), fused, ())))
     job = _arrays.Job(pan, ms, _checks.placement("ms", ms, pan, pixel_size, offset), infrared, infrared_place,
                       str(method), _checks.weights(weights),
                       None if infrared_weight is None else _checks.number("infrared_weight", infrared_weight),

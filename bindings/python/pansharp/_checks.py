@@ -39,8 +39,12 @@ no_gaps: tuple[None, int, int] = (None, 0, 0)
 no_place = (0.0, 0.0, 0.0, 0.0)
 
 
-def gaps(given: Any, array: numpy.ndarray, nodata: int | bool | None, looks: bool) -> tuple[numpy.ndarray | None, int, int]:
-    """What of an image has no data: its mask in bytes, 0 for no data; the rules for the engine; and the value for no data."""
+def gaps(given: Any, array: numpy.ndarray, nodata: int | bool | None, looks: bool,
+         bands: Iterable[int] = ()) -> tuple[numpy.ndarray | None, int, int]:
+    """What of an image has no data: its mask in bytes, 0 for no data; the rules for the engine; and the value for no data.
+
+    bands: those that take part; none: all.
+    """
     rules = 0 if nodata is False else (_COLLAR if looks else 0) | (0 if nodata is None else _VALUE)
     value = 0 if nodata is None or nodata is False else int(nodata)
     if not isinstance(given, numpy.ma.MaskedArray):
@@ -50,7 +54,8 @@ def gaps(given: Any, array: numpy.ndarray, nodata: int | bool | None, looks: boo
         return None, rules & _VALUE, value
     if mask.ndim == 2:
         mask = mask[numpy.newaxis]
-    return numpy.logical_not(mask[:array.shape[0]].any(axis=0)).view(numpy.uint8), rules, value
+    of = [band - 1 for band in bands] or slice(array.shape[0])
+    return numpy.logical_not(mask[of].any(axis=0)).view(numpy.uint8), rules, value
 
 
 def nodata(given: Any, dtype: numpy.dtype) -> tuple[int | bool | None, int | bool | None]:

@@ -90,6 +90,8 @@ def _nodata(image: xarray.DataArray, name: str) -> int | bool:
     value = image.attrs.get("_FillValue", image.attrs.get("missing_value"))
     if value is None:
         return False
+    if isinstance(value, numpy.ndarray) and value.size == 1:
+        value = value.item()
     if not isinstance(value, numbers.Real):
         raise TypeError(f"{name} has {value!r} for no data (_FillValue); give a number, or delete the attribute")
     if not 0 <= value <= numpy.iinfo(image.dtype).max:  # type: ignore[operator]

@@ -84,6 +84,16 @@ void FindNoData(const SampleOptions& options, GDALRasterBand& band, GDALRasterBa
     source.transparency = transparency->GetBand();
 }
 
+/// The command that makes samples count from black.
+std::string TurnRound(GDALRasterBand& band) {
+    const bool isOne = band.GetDataset()->GetRasterCount() == 1;
+    const char* used = band.GetMetadataItem("NBITS", "IMAGE_STRUCTURE");
+    const int bits = used ? std::atoi(used) : GDALGetDataTypeSizeBits(band.GetRasterDataType());
+    if (isOne && bits == 8) return "gdal_translate -expand gray";
+    return FormatString("gdal_calc.py -A FILE%s --calc=%d-A --NoDataValue=0 --outfile=OTHER",
+                        isOne ? "" : " --allBands=A", (1 << bits) - 1);
+}
+
 bool CheckBand(const ImageDescription& image, const SourceBand& source, GDALRasterBand& band,
                const char* role, Status& status) {
     const auto refuse = [&](const std::string& what) {
@@ -124,12 +134,9 @@ bool CheckBand(const ImageDescription& image, const SourceBand& source, GDALRast
     // GDAL shows samples that are counted from white by a palette.
     if (const char* white = band.GetDataset()->GetMetadataItem("MINISWHITE", "IMAGE_STRUCTURE");
         white && CPLTestBool(white) && band.GetColorTable())
-        return refuse(
-            "is counted from white (MINISWHITE), so its brightest samples are the smallest: turn it "
-            "round with " +
-            std::string(type == GDT_Byte ? "gdal_translate -expand gray"
-                                         : "gdal_calc.py -A FILE --calc=65535-A --NoDataValue=0 "
-                                           "--outfile=OTHER"));
+        return refuse("is counted from white (MINISWHITE), so its brightest samples are the smallest: turn "
+                      "it round with " +
+                      TurnRound(band));
     const bool isOneBand = EQUAL(role, "pan") || EQUAL(role, "infrared");
     if (band.GetColorTable())
         return refuse(FormatString("holds palette numbers, not intensities: expand it with gdal_translate "

@@ -24,9 +24,11 @@ struct SampleRange {
     double greatest = -std::numeric_limits<double>::infinity();
     std::vector<double> some; ///< of the samples: every 61st
 
-    /// Whether nearly all samples lie within a hundredth of the range, so that their scale has few steps.
+    /// Whether nearly all samples but the least and greatest value, which may mean no data, lie within a
+    /// hundredth of the range, so that their scale has few steps.
     [[nodiscard]] bool HasOutliers() {
         constexpr double tail = 0.02, smallShare = 0.01;
+        std::erase_if(some, [this](double sample) { return sample == least || sample == greatest; });
         if (some.empty()) return false;
         std::sort(some.begin(), some.end());
         const auto at = [this](double share) {
@@ -101,11 +103,11 @@ std::optional<SampleScale> FindScale(const PairRequest& request,
     for (const InputBand& input : inputs)
         if (!LookAtInput(input, request.noData, range, status)) return std::nullopt;
     if (range.HasOutliers())
-        warn(
-            FormatString("nearly all samples lie in less than a hundredth of the range of --scale auto, %.6g "
-                         "to %.6g: few different values are left of them; name the value that means no "
-                         "data with --nodata, or give their range with --scale MIN,MAX",
-                         range.least, range.greatest));
+        warn(FormatString("nearly all samples but the least and greatest value lie in less than a hundredth "
+                          "of the range of --scale auto, %.6g to %.6g: few different values are left of "
+                          "them; name the value that means no data with --nodata, or give their range with "
+                          "--scale MIN,MAX",
+                          range.least, range.greatest));
     const SampleScale scale = ProposeScale(range.least, range.greatest);
     if (scale.least < scale.greatest && std::isfinite(scale.greatest - scale.least)) return scale;
     Fail(status, HostStatus::InputsDoNotFit,

@@ -18,7 +18,7 @@ bool ChoosePart(const PairRequest& request, Scene& scene, const Warn& warn, Stat
     if (!scene.pan->GetDescription()->IsGeoreferenced() || !scene.pan->GetDescription()->isNorthUp)
         return Fail(status, HostStatus::RequestInvalid,
                     "%s %s, so no part of it can be named in map units; cut it by pixels with "
-                    "--srcwin, or %s",
+                    "sharpen --srcwin or gdal_translate -srcwin, or %s",
                     scene.pan->GetName().c_str(),
                     scene.pan->GetDescription()->isNorthUp ? "has no position" : "is not north up",
                     scene.pan->GetDescription()->isNorthUp ? "give it one with gdal_edit.py -a_ullr"

@@ -76,8 +76,9 @@ std::string UsualEnding(const std::string& format) {
     RegisterDrivers();
     GDALDriver* driver = GetGDALDriverManager()->GetDriverByName(format.c_str());
     if (!driver) return ".tif";
-    const char* ending = driver->GetMetadataItem(GDAL_DMD_EXTENSION);
-    if (ending && *ending) return std::string(".") + ending;
+    for (const char* item : {GDAL_DMD_EXTENSION, GDAL_DMD_EXTENSIONS})
+        if (const CPLStringList endings(CSLTokenizeString(driver->GetMetadataItem(item))); !endings.empty())
+            return std::string(".") + endings[0];
     return "." + std::string(CPLString(format).tolower()); // ENVI and others have none of their own
 }
 

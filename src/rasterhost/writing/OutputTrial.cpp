@@ -19,6 +19,11 @@ namespace {
 constexpr int trialSize = 64; // pixels across and down
 constexpr std::uint64_t mostFilledBytes = std::uint64_t{16} << 20;
 
+/// The position of the same trial with its rows from the bottom, as netCDF stores those of a south-up image.
+std::array<double, 6> Flipped(const std::array<double, 6>& t) {
+    return {t[0] + trialSize * t[2], t[1], -t[2], t[3] + trialSize * t[5], t[4], -t[5]};
+}
+
 class Trial {
 public:
     Trial(const SharpenRequest& sharpenRequest, const Scene& images, OutputPlan& outputPlan)
@@ -48,6 +53,9 @@ public:
             DescribeOutput(scene, scene.part, plan.rules, {{"Method", request.method}}, *image);
         }
         if (isCopied) {
+            if (NeedsMask() && (image->CreateMaskBand(GMF_PER_DATASET) != CE_None ||
+                                image->GetRasterBand(1)->GetMaskBand()->Fill(255.0) != CE_None))
+                return errors.Reason();
             const std::string reason = Copy(file, *image);
             return reason.empty() ? LookAtCopy(file) : reason;
         }
@@ -107,24 +115,39 @@ private:
         const double value = image->GetRasterBand(1)->GetNoDataValue(&hasValue);
         if (plan.rules.noData && !(hasValue != 0 && value == *plan.rules.noData))
             plan.losses.push_back(FormatString("does not say that %u means no data", *plan.rules.noData));
+        if (!plan.rules.noData && hasValue != 0 && value >= 0.0 && value <= plan.rules.largest)
+            plan.losses.push_back(FormatString("says that %.6g means no data", value));
+        if (plan.IsCopied() && NeedsMask() &&
+            (image->GetRasterBand(1)->GetMaskFlags() & GMF_PER_DATASET) == 0)
+            plan.losses.emplace_back("does not mark pixels without data");
         std::array<double, 6> place{};
         const auto wantedPlace = PlaceOfPart(scene, scene.part);
         const bool hasPlace = image->GetGeoTransform(place.data()) == CE_None;
         if (wantedPlace && !hasPlace && image->GetGCPCount() == 0)
             plan.losses.emplace_back("has no position");
-        else if (wantedPlace && hasPlace && !LieAlike(*wantedPlace, place, trialSize))
+        else if (wantedPlace && hasPlace && !LieAlike(*wantedPlace, place, trialSize) &&
+                 !LieAlike(*wantedPlace, Flipped(place), trialSize))
             plan.losses.emplace_back("lies at another place than pan, or on another grid");
         return {};
     }
 
-    /// Pixels without data need a mask if no value and no band marks them.
-    [[nodiscard]] std::string TryMask(const std::string& file) const {
-        if (plan.rules.noData || plan.rules.hasAlpha || !scene.MayLackData()) return {};
+    [[nodiscard]] bool MayNeedMask() const {
+        return !plan.rules.noData && !plan.rules.hasAlpha && scene.MayLackData();
+    }
+    /// Whether pixels are known to have no data, and neither a value nor a band marks them.
+    [[nodiscard]] bool NeedsMask() const { return MayNeedMask() && scene.covered != scene.part; }
+
+    [[nodiscard]] std::string TryMask(const std::string& file) {
+        if (!MayNeedMask()) return {};
         const GdalErrors silence;
         const GDALDatasetUniquePtr image(GDALDataset::Open(file.c_str(), GDAL_OF_RASTER | GDAL_OF_UPDATE));
         if (image && image->CreateMaskBand(GMF_PER_DATASET) == CE_None) return {};
-        return ": it keeps no mask, and pixels may have no data; mark them by a value (--nodata) or a band "
-               "(--alpha)";
+        if (NeedsMask())
+            return ": it keeps no mask, and some pixels have no data; mark them by a value (--nodata) or a "
+                   "band (--alpha)";
+        plan.losses.emplace_back("keeps no mask: if a pixel has no data, the run fails, unless --nodata or "
+                                 "--alpha marks such pixels");
+        return {};
     }
 
     [[nodiscard]] bool Fill(GDALDataset& image) const {

@@ -20,7 +20,8 @@ namespace {
 namespace fs = std::filesystem;
 using Transform = std::array<double, 6>;
 
-constexpr int smallSize = 64; // pixels across and down
+constexpr int smallSize = 64;                   // pixels across and down
+constexpr std::uint64_t mostWorldBytes = 65536; // a world file has six lines, and a .tab file not many more
 
 /// Files named like world files of the output: GDAL ignores the case of the letters where it can.
 std::vector<std::string> ListCandidates(const fs::path& place) {
@@ -44,7 +45,8 @@ std::vector<std::string> ListCandidates(const fs::path& place) {
                 candidates.emplace_back(entries[i]);
     }
     std::erase_if(candidates, [&](const std::string& name) {
-        return !LookAt((place.parent_path() / name).string()).isFile;
+        const FileState state = LookAt((place.parent_path() / name).string());
+        return !state.isFile || state.bytes > mostWorldBytes;
     });
     return candidates;
 }
