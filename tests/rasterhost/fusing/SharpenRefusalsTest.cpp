@@ -126,7 +126,7 @@ TEST_F(Refusals, InputsThatCannotBeServed) {
         [&](SharpenRequest& r) {
             r.pan.file = turned, r.part = {500000.0, 4000000.0, 500100.0, 3999900.0};
         },
-        {"turned.tif", "not north up", "with --srcwin"});
+        {"turned.tif", "not north up", "with sharpen --srcwin"});
 }
 
 TEST_F(Refusals, PalettesAreNoIntensities) {
