@@ -69,9 +69,15 @@ def spread(runs):
             "cpu": statistics.median(run[2] for run in runs), "peak_mb": max(run[1] for run in runs)}
 
 
+def paired_ratio(runs, others, of):
+    """The median over the trials of how many times as much one run took as another; `of` is 0 for seconds, 2 for processor seconds. Two runs of one
+    trial see the same load, so this varies less than the ratio of two medians."""
+    return statistics.median(run[of] / other[of] for run, other in zip(runs, others))
+
+
 def alternate(commands, trials, files=()):
     """Runs each of the named commands in turn, so that other load on the machine affects all of them. Every run creates `files` anew: replacing a
-    file costs the file system more."""
+    file costs the file system more. Returns the runs by name."""
     runs = {name: [] for name in commands}
     for _ in range(trials):
         for name, command in commands.items():
@@ -80,7 +86,7 @@ def alternate(commands, trials, files=()):
             runs[name].append(command())
     for file in files:
         file.unlink(missing_ok=True)
-    return {name: spread(values) for name, values in runs.items()}
+    return runs
 
 
 def end_to_end(sizes, depths, methods, threads, trials):
@@ -103,9 +109,10 @@ def end_to_end(sizes, depths, methods, threads, trials):
         found = alternate(commands, trials, (out, copied))
         (WORK / "kept.tif").unlink()
         for method in methods:
+            theirs = found["peer_default" if method == "default" else "peer"]
             results.append({**{key: case[key] for key in ("size", "bands", "bits", "ratio")}, "threads": count, "method": method,
-                            "ours": found[method], "copy": found["copy"],
-                            "peer": found["peer_default" if method == "default" else "peer"]})
+                            "ours": spread(found[method]), "copy": spread(found["copy"]), "peer": spread(theirs),
+                            "times": paired_ratio(theirs, found[method], 0)})
     return results
 
 
@@ -123,7 +130,7 @@ def flat(sizes, trials):
     results, out = [], WORK / "flat.tif"
 
     def measure(run, layout, commands, made=()):
-        found = alternate(commands, trials, made)
+        found = {size: spread(runs) for size, runs in alternate(commands, trials, made).items()}
         start = found[64]["median"]
         for size in sizes:
             seconds = found[size]["median"]
@@ -170,7 +177,8 @@ def waits(size, trials):
     found = alternate(commands, trials, (out,))
     for file in (fused, gaps, ms_gaps, tilted):
         file.unlink(missing_ok=True)
-    return {"size": size, "trials": trials, "rows": found}
+    first = next(iter(found.values()))
+    return {"size": size, "trials": trials, "rows": {name: {**spread(runs), "times": paired_ratio(runs, first, 2)} for name, runs in found.items()}}
 
 
 def cases(trials):
@@ -186,21 +194,25 @@ def cases(trials):
             commands[bands, bits, ratio] = lambda case=case: ours(case, out)
         commands["start"] = lambda: ours({**scene(64, 8), "method": method}, out)
         found = alternate(commands, trials, (out,))
-        start = found.pop("start")["cpu"]
-        for (bands, bits, ratio), run in found.items():
-            samples = (size // ratio * ratio) ** 2 * bands
-            rows.append({"method": method, "size": size, "bands": bands, "bits": bits, "ratio": ratio,
-                         "ns_a_sample": (run["cpu"] - start) * 1e9 / samples})
+        start = spread(found.pop("start"))["cpu"]
+        per_sample = {(bands, bits, ratio): [(run[2] - start) * 1e9 / ((size // ratio * ratio) ** 2 * bands) for run in runs]
+                      for (bands, bits, ratio), runs in found.items()}
+        for (bands, bits, ratio), ns in per_sample.items():
+            rows.append({"method": method, "size": size, "bands": bands, "bits": bits, "ratio": ratio, "ns_a_sample": statistics.median(ns),
+                         "times": statistics.median(of / other for of, other in zip(ns, per_sample[kinds[0]]))})
     return rows
 
 
 def start(trials):
     """The start-up time of the program, compared with that of a GDAL program."""
     case, out = {**scene(64, 8), "method": "default"}, WORK / "start.tif"
-    return alternate({"pansharp --version": lambda: timed([BIN / "pansharp", "--version"]),
-                      "gdalinfo --version": lambda: timed(["gdalinfo", "--version"]),
-                      "pansharp sharpen of 64²": lambda: ours(case, out),
-                      "gdalinfo of a file": lambda: timed(["gdalinfo", case["pan"]])}, 5 * trials, (out,))
+    pairs = {"pansharp --version": "gdalinfo --version", "pansharp sharpen of 64²": "gdalinfo of a file"}
+    found = alternate({"pansharp --version": lambda: timed([BIN / "pansharp", "--version"]),
+                       "gdalinfo --version": lambda: timed(["gdalinfo", "--version"]),
+                       "pansharp sharpen of 64²": lambda: ours(case, out),
+                       "gdalinfo of a file": lambda: timed(["gdalinfo", case["pan"]])}, 5 * trials, (out,))
+    return [{"ours": {"name": name, **spread(found[name])}, "theirs": {"name": other, **spread(found[other])},
+             "times": paired_ratio(found[name], found[other], 0)} for name, other in pairs.items()]
 
 
 def compressed(kinds, trials):
@@ -229,7 +241,8 @@ def compressed(kinds, trials):
                            "gdal_translate": lambda: run("peer", theirs, lambda: timed(translate))}, trials, (out, theirs))
         if files["ours"][1] != files["peer"][1]:
             sys.exit(f"{kind}: not the same pixels")
-        results.append({"kind": kind, **{name: run["median"] for name, run in found.items()},
+        results.append({"kind": kind, **{name: spread(runs)["median"] for name, runs in found.items()},
+                        "times": paired_ratio(found["gdal_translate"], found["ours"], 0), "of_plain": paired_ratio(found["ours"], found["plain"], 0),
                         "bytes": [files["ours"][0], files["peer"][0]], "of": plain.stat().st_size})
     for file in (plain, out, theirs):
         file.unlink(missing_ok=True)
