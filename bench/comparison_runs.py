@@ -105,6 +105,7 @@ def end_to_end(sizes, depths, methods, threads, trials):
             commands["peer_default"] = lambda: peer(case, out, True)
         # The output of the last run is the file to copy.
         commands["copy"] = lambda: copy(case, WORK / "kept.tif", copied)
+        (WORK / "kept.tif").unlink(missing_ok=True)  # of an interrupted run
         os.link(out, WORK / "kept.tif")
         found = alternate(commands, trials, (out, copied))
         (WORK / "kept.tif").unlink()
