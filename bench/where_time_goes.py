@@ -12,7 +12,7 @@ KINDS = (("compress", r"libdeflate|libzstd|liblerc|LZW|Deflate|TIFFWriteEncoded"
          ("sample", r"Bilinear|Cubic|MapInVectors|MappedRow|MappedRaster|PixelMap|Across|Down|Sampler|SampledRaster|WholeSteps|PanToMultispectral"),
          ("low-pass", r"LowPass|Weigh|AreaSums"),
          ("fuse", r"Pansharp\.process|Fuse|Injection|Kova|Brovey"),
-         ("mask", r"Valid|Mask|RowGaps|FindGaps|CountLimits|Collar|EndOfRun|NoData|Reach"),
+         ("mask", r"Valid|Mask|RowGaps|FindGaps|CountLimits|Collar|EndOfRun|NoData|Reach|FindValues|ClearValues|FourBands"),
          ("write", r"from_iter|write|ext4_da|OutputRow|OutputWindow|TileWriter|jbd2|dirty"),
          ("read", r"to_iter|filemap|readahead|libgdal|ReadPixels|read"),
          ("memory", r"memmove|memset|page|folio|mmap|munmap|alloc|list_|tlb"),
