@@ -15,18 +15,9 @@ FusionSources SourcesOf(const Scene& scene) {
             scene.covered,   scene.resampling,   static_cast<std::uint32_t>(scene.bandOrder.size())};
 }
 
-namespace {
-
-/// False when every pixel of pan that an image covers is known to have data.
-bool LeavesGaps(const PlacedSource& source) {
-    return !source.placement->RunsAlong() || source.image->MayLackData();
-}
-
-} // namespace
-
 bool MayLackData(const FusionSources& sources) {
     return sources.covered != sources.part || sources.pan->MayLackData() ||
-           std::any_of(sources.coarse.begin(), sources.coarse.end(), LeavesGaps);
+           std::ranges::any_of(sources.coarse, &PlacedSource::LeavesGaps);
 }
 
 FusionSlot::FusionSlot(FusionSources fusionSources, const hostkit::PluginLibrary& plugin,
@@ -58,7 +49,7 @@ bool ReadRect(const hostkit::ImageSource& image, hostkit::SourceRaster& raster, 
 } // namespace
 
 bool FusionSlot::Needs(const PlacedSource& source) const {
-    return want == Want::Pixels || LeavesGaps(source);
+    return want == Want::Pixels || source.LeavesGaps();
 }
 
 bool FusionSlot::Read(const PixelRect& rect, Status& status, Want wanted) {

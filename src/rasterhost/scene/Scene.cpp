@@ -169,9 +169,7 @@ std::span<const PlacedImage> Scene::GetGrids() const {
 
 bool Scene::MayLackData() const {
     return covered != part || pan->MayLackData() ||
-           std::any_of(images.begin(), images.end(), [](const PlacedImage& placed) {
-               return !placed.placement->RunsAlong() || placed.image->MayLackData();
-           });
+           std::ranges::any_of(GetSources(), &PlacedSource::LeavesGaps);
 }
 
 std::vector<PlacedSource> Scene::GetSources() const {

@@ -29,6 +29,9 @@ struct PlacedSource {
     const hostkit::Placement* placement = nullptr;
     std::vector<std::size_t> bands; ///< positions of its bands among those of its role, in ascending order
     Role role = Role::Multispectral;
+
+    /// False when every pixel of pan that the image covers is known to have data.
+    [[nodiscard]] bool LeavesGaps() const { return !placement->RunsAlong() || image->MayLackData(); }
 };
 
 /// The images of a run, checked against each other.

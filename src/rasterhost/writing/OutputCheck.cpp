@@ -6,7 +6,6 @@
 #include "rasterhost/requests/GdalErrors.h"
 #include "rasterhost/writing/CogWriter.h"
 #include "rasterhost/writing/OutputTrial.h"
-#include "rasterhost/writing/WorldFiles.h"
 
 #include <gdal_priv.h>
 
@@ -109,16 +108,6 @@ bool CheckNames(const SharpenRequest& request, const WorkFolder& folder, std::ve
     return true;
 }
 
-/// A world file of another image would move the output without a word. It is not removed: it may belong to
-/// an image that stays.
-bool CheckPosition(const SharpenRequest& request, const Scene& scene, const OutputPlan& plan,
-                   WorkFolder& folder, const std::vector<std::string>& names, Status& status) {
-    const std::string moving = FindMovingFile(scene, plan, folder, names);
-    return moving.empty() ||
-           Refuse(status, "the file '" + moving + "' would give the output '" + request.output +
-                              "' another position; remove it, or choose another name");
-}
-
 } // namespace
 
 bool CheckNewFile(const std::string& name, const std::string& what, bool overwrite, RunFiles& files,
@@ -144,8 +133,7 @@ std::unique_ptr<WorkFolder> PrepareOutput(const SharpenRequest& request, const S
     std::vector<std::string> names;
     const bool isGood = folder && (StartsWith(request.output, "/vsimem/", false) ||
                                    (TryOutput(request, scene, plan, *folder, names, status) &&
-                                    CheckNames(request, *folder, names, status) &&
-                                    CheckPosition(request, scene, plan, *folder, names, status)));
+                                    CheckNames(request, *folder, names, status)));
     return isGood ? std::move(folder) : nullptr;
 }
 

@@ -4,6 +4,7 @@
 #include "rasterhost/reading/FileState.h"
 #include "rasterhost/requests/GdalErrors.h"
 #include "rasterhost/writing/OutputDescription.h"
+#include "rasterhost/writing/WorldFiles.h"
 
 #include <gdal_priv.h>
 
@@ -186,7 +187,13 @@ bool TryOutput(const SharpenRequest& request, const Scene& scene, OutputPlan& pl
     };
     const std::string reason = make(plan);
     names = folder.ListSpare();
+    const std::string moving = reason.empty() ? FindMovingFile(file, trialSize, folder, names) : "";
     folder.ClearSpare();
+    if (!moving.empty()) // and is not removed: it may belong to an image that stays
+        return Fail(status, HostStatus::OutputRefused,
+                    "the file '%s' would give the output '%s' another position; remove it, or choose another "
+                    "name",
+                    moving.c_str(), request.output.c_str());
     if (reason.empty()) return true;
     OutputPlan picture = plan;
     picture.isPicture = picture.format.isCopied = true;

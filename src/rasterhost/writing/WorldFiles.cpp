@@ -58,49 +58,29 @@ std::optional<Transform> ReadTransform(const std::string& file) {
     return found;
 }
 
-bool IsMoved(const std::optional<Transform>& from, const std::optional<Transform>& to) {
-    return to && !(from && LieAlike(*from, *to, smallSize));
-}
-
-bool MakeTrial(const Scene& scene, const OutputPlan& plan, const std::string& file) {
-    auto& manager = *GetGDALDriverManager();
-    const auto bands = static_cast<int>(plan.rules.GetFileBands());
-    const GDALDataType type = plan.bits == 8 || plan.isPicture ? GDT_Byte : GDT_UInt16;
-    const GDALDatasetUniquePtr image(
-        manager.GetDriverByName("MEM")->Create("", smallSize, smallSize, bands, type, nullptr));
-    if (!image) return false;
-    DescribeOutput(scene, scene.part, plan.rules, {}, *image);
-    GDALDriver& driver = *manager.GetDriverByName(plan.format.name.c_str());
-    const GDALDatasetUniquePtr copy(driver.CreateCopy(file.c_str(), image.get(), FALSE,
-                                                      CPLStringList(plan.options).List(), nullptr, nullptr));
-    return copy != nullptr;
+bool IsMoved(const std::optional<Transform>& from, const std::optional<Transform>& to, int side) {
+    return to && !(from && LieAlike(*from, *to, side));
 }
 
 } // namespace
 
-std::string FindMovingFile(const Scene& scene, const OutputPlan& plan, WorkFolder& folder,
+std::string FindMovingFile(const std::string& trial, int side, const WorkFolder& folder,
                            const std::vector<std::string>& own) {
-    const fs::path place(folder.GetPlace());
-    std::vector<std::string> candidates = ListCandidates(place);
+    std::vector<std::string> candidates = ListCandidates(folder.GetPlace());
     std::erase_if(candidates, [&own](const std::string& name) {
         return std::find(own.begin(), own.end(), name) != own.end();
     });
     if (candidates.empty()) return {};
     const GdalErrors silence;
-    const std::string trial = folder.GetSpare(place.filename().string());
-    std::string found;
-    if (MakeTrial(scene, plan, trial)) {
-        const std::optional<Transform> alone = ReadTransform(trial);
-        for (const std::string& name : candidates) {
-            const std::string copy = folder.GetSpare(name), beside = folder.GetPlace(name);
-            if (CPLCopyFile(copy.c_str(), beside.c_str()) == 0 && IsMoved(alone, ReadTransform(trial)))
-                found = beside;
-            VSIUnlink(copy.c_str());
-            if (!found.empty()) break;
-        }
+    const std::optional<Transform> alone = ReadTransform(trial);
+    for (const std::string& name : candidates) {
+        const std::string copy = folder.GetSpare(name), beside = folder.GetPlace(name);
+        const bool moves =
+            CPLCopyFile(copy.c_str(), beside.c_str()) == 0 && IsMoved(alone, ReadTransform(trial), side);
+        VSIUnlink(copy.c_str());
+        if (moves) return beside;
     }
-    folder.ClearSpare();
-    return found;
+    return {};
 }
 
 } // namespace rasterhost

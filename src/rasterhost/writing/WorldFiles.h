@@ -1,7 +1,5 @@
 #pragma once
 
-#include "rasterhost/scene/Scene.h"
-#include "rasterhost/writing/OutputPlan.h"
 #include "rasterhost/writing/WorkFolder.h"
 
 #include <string>
@@ -11,9 +9,9 @@ namespace rasterhost {
 
 /// The file beside the output's place by which GDAL would move the finished output: a world file (.wld, .pgw,
 /// .pngw and the like) or one of MapInfo (.tab), left by another image. Empty for none. Files named in `own`,
-/// which the output brings itself, are left out. Whether a format heeds such a file is found with a small
-/// image, made among the spare files of the folder, which are removed.
-[[nodiscard]] std::string FindMovingFile(const Scene& scene, const OutputPlan& plan, WorkFolder& folder,
+/// which the output brings itself, are left out. `trial` is a small image like the output among the spare
+/// files of the folder, of `side` pixels across and down: it shows whether the format heeds such a file.
+[[nodiscard]] std::string FindMovingFile(const std::string& trial, int side, const WorkFolder& folder,
                                          const std::vector<std::string>& own);
 
 } // namespace rasterhost
