@@ -74,7 +74,8 @@ std::string FindMovingFile(const std::string& trial, int side, const WorkFolder&
     const GdalErrors silence;
     const std::optional<Transform> alone = ReadTransform(trial);
     for (const std::string& name : candidates) {
-        const std::string copy = folder.GetSpare(name), beside = folder.GetPlace(name);
+        const std::string copy = folder.GetSpare(name);
+        std::string beside = folder.GetPlace(name);
         const bool moves =
             CPLCopyFile(copy.c_str(), beside.c_str()) == 0 && IsMoved(alone, ReadTransform(trial), side);
         VSIUnlink(copy.c_str());
