@@ -20,7 +20,6 @@ namespace {
 namespace fs = std::filesystem;
 using Transform = std::array<double, 6>;
 
-constexpr int smallSize = 64;                   // pixels across and down
 constexpr std::uint64_t mostWorldBytes = 65536; // a world file has six lines, and a .tab file not many more
 
 /// Files named like world files of the output: GDAL ignores the case of the letters where it can.
